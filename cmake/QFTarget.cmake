@@ -1,0 +1,13 @@
+# The one place where a target gets its warnings, its sanitizers and its include root.
+function(qf_target target)
+    target_include_directories(${target} PUBLIC ${PROJECT_SOURCE_DIR})
+    target_compile_options(${target} PRIVATE
+        -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wold-style-cast
+        -Wnon-virtual-dtor -Woverloaded-virtual -Wformat=2 -Wimplicit-fallthrough
+        -Wno-missing-field-initializers -Werror)
+    if(QF_SANITIZE)
+        target_compile_options(${target} PUBLIC
+            -fsanitize=${QF_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+        target_link_options(${target} PUBLIC -fsanitize=${QF_SANITIZE})
+    endif()
+endfunction()

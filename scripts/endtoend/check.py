@@ -1,0 +1,205 @@
+"""Proves from a manifest that exactly the planned items have moved, whole, and nothing else."""
+
+from __future__ import annotations
+
+import os
+import re
+from collections import Counter
+from dataclasses import dataclass, field
+from urllib.parse import unquote_to_bytes
+
+from endtoend import plan, snapshot
+from endtoend.manifest import Manifest
+from endtoend.right import Right
+from endtoend.snapshot import Entry
+from endtoend.suite import LOCAL_FOLDERS
+
+# What a run may leave behind in the home folder: the log, the way to the Trash, and what the
+# toolkit keeps for itself.
+MAY_APPEAR = re.compile(
+    r"/\.Trash|/\.local(/share)?|/\.local/share/Trash(/files|/info|/directorysizes)?"
+    r"|/Library/Logs(/Quillfen(/.*)?)?|/\.cache(/.*)?|/\.config(/.*)?", re.DOTALL)
+
+
+@dataclass(frozen=True)
+class Item:
+    """What became of one planned item."""
+
+    step: int
+    path: str
+    size: int
+    where: str
+    is_done: bool
+
+
+@dataclass
+class Report:
+    """What became of all planned items, and everything that is not as it should be."""
+
+    rows: Counter[int]
+    right: Right = Right.NOT_NEEDED
+    items: list[Item] = field(default_factory=list)
+    problems: list[str] = field(default_factory=list)
+
+
+def check(manifest: Manifest, remove_shared: bool, right: Right = Right.NOT_NEEDED) -> Report:
+    """Where the right is needed it is for all items in the machine-wide folders. They get into the
+    Trash without a note of where they came from; when it is refused they have to stay."""
+    return _Check(manifest, remove_shared, right).report
+
+
+class _Check:
+    def __init__(self, manifest: Manifest, remove_shared: bool, right: Right) -> None:
+        self._before = manifest.entries
+        self._after = snapshot.take(manifest.watched)
+        self._home = manifest.home
+        self._local = tuple(f"{manifest.root}{folder}/" for folder in LOCAL_FOLDERS)
+        self._trash = f"{manifest.home}/.local/share/Trash"
+        self._expected: set[str] = set()
+        skipped = frozenset() if remove_shared else plan.SHARED_STEPS
+        self.report = Report(Counter(place.step for place in manifest.places()
+                                     if place.step not in skipped), right)
+        planned = {path: step for path, step in manifest.planned().items()
+                   if step not in skipped}
+        self._group_content(planned)
+        trashed = self._read_trash()
+        for path, step in planned.items():
+            if right is Right.NOT_NEEDED or not path.startswith(self._local):
+                self._check_item(path, step, trashed.get(path, []))
+            elif right is Right.GIVEN:
+                self._check_moved(path, step)
+            else:
+                self._check_left(path, step)
+        self._check_the_rest()
+
+    def _problem(self, path: str, what: str) -> None:
+        self.report.problems.append(f"{printable(path)}: {what}")
+
+    def _group_content(self, planned: dict[str, int]) -> None:
+        """Notes for every planned item all that was in it, and for the rest that it must stay."""
+        self._content: dict[str, list[str]] = {path: [] for path in planned}
+        self._staying: list[str] = []
+        for path in self._before:
+            owner = path
+            while owner and owner not in planned:
+                owner = owner.rpartition("/")[0]
+            (self._content[owner] if owner else self._staying).append(path)
+
+    def _read_trash(self) -> dict[str, list[str]]:
+        """Names in the Trash by the path that each came from."""
+        found: dict[str, list[str]] = {}
+        folder = f"{self._trash}/info"
+        for file in os.listdir(folder) if os.path.isdir(folder) else []:
+            with open(os.path.join(folder, file), "rb") as lines:
+                for line in lines:
+                    if line.startswith(b"Path="):
+                        path = os.fsdecode(unquote_to_bytes(line[5:].rstrip(b"\n")))
+                        found.setdefault(path, []).append(file.removesuffix(".trashinfo"))
+        return found
+
+    def _report(self, path: str, step: int, where: str, is_done: bool) -> None:
+        size = sum(self._before[inner].size for inner in self._content[path])
+        self.report.items.append(Item(step, path, size, where, is_done))
+
+    def _check_item(self, path: str, step: int, names: list[str]) -> None:
+        self._report(path, step, *self._whereabouts(path, step in plan.DELETING_STEPS, names))
+
+    def _check_moved(self, path: str, step: int) -> None:
+        """An item that a privileged tool has moved: in the Trash under its own name, or with the
+        time where that name was taken."""
+        names = [name for name in self._unnoted_names()
+                 if is_name_in_trash(name, os.path.basename(path))]
+        if path not in self._after and len(names) == 1:
+            where = f"{self._trash}/files/{names[0]}"
+            return self._report(path, step, where, self._is_whole(path, where))
+        where = "still there" if path in self._after else f"{len(names)} times in the Trash"
+        self._problem(path, where)
+        self._report(path, step, where, False)
+
+    def _check_left(self, path: str, step: int) -> None:
+        self._report(path, step, "left in place" if self._is_whole(path, path) else "damaged",
+                     False)
+
+    def _unnoted_names(self) -> list[str]:
+        """Names in the Trash of which nothing says where they came from."""
+        files = f"{self._trash}/files/"
+        names = [path.removeprefix(files) for path in self._after if path.startswith(files)]
+        return [name for name in names
+                if "/" not in name and f"{self._trash}/info/{name}.trashinfo" not in self._after]
+
+    def _whereabouts(self, path: str, is_deleted: bool, names: list[str]) -> tuple[str, bool]:
+        """Where an item is now, and whether all of it is where it should be."""
+        if not is_deleted and path not in self._after and len(names) == 1:
+            where = f"{self._trash}/files/{names[0]}"
+            self._expected.add(f"{self._trash}/info/{names[0]}.trashinfo")
+            return where, self._is_whole(path, where)
+        if is_deleted and path not in self._after and not names:
+            return "deleted with its job", True
+        where = "still there" if path in self._after else f"{len(names)} times in the Trash"
+        self._problem(path, where)
+        return where, False
+
+    def _is_whole(self, path: str, where: str) -> bool:
+        damaged = False
+        for inner in self._content[path]:
+            now = where + inner[len(path):]
+            self._expected.add(now)
+            damaged |= not self._is_same(inner, self._before[inner], self._after.get(now))
+        return not damaged
+
+    def _is_same(self, path: str, before: Entry, after: Entry | None) -> bool:
+        if after is None:
+            self._problem(path, "is gone")
+        elif before != after:
+            self._problem(path, f"has changed from {before} to {after}")
+        return before == after
+
+    def _check_the_rest(self) -> None:
+        for path in self._staying:
+            self._is_same(path, self._before[path], self._after.get(path))
+        for path in self._after.keys() - self._before.keys() - self._expected:
+            inside = path.removeprefix(self._home)
+            if path == inside or not MAY_APPEAR.fullmatch(inside):
+                self._problem(path, "has appeared")
+
+
+def is_name_in_trash(name: str, original: str) -> bool:
+    """Whether an item of this original name may have the name in the Trash."""
+    stem, extension = os.path.splitext(original)
+    stamped = re.escape(f"{stem}_") + r"\d{14}" + re.escape(extension or ".")
+    return name == original or bool(re.fullmatch(stamped, name, re.DOTALL))
+
+
+def printable(path: str) -> str:
+    """A path for a person to read, whatever bytes it has."""
+    return os.fsencode(path).decode(errors="backslashreplace")
+
+
+def _size(count: int) -> str:
+    return f"{count:,} B" if count < 10_000 else f"{count / 1000:,.1f} kB"
+
+
+def print_report(report: Report, home: str) -> None:
+    """The table of all items, the counts by plan step with totals, and the problems."""
+    def short(path: str) -> str:
+        return printable(re.sub(f"^{re.escape(home)}/", "~/", path))
+
+    width = max((len(short(item.path)) for item in report.items), default=0)
+    print(f"\n{'Step':>4}  {'Where it was':<{width}}  {'Size':>12}  Where it is now")
+    for item in report.items:
+        print(f"{item.step:>4}  {short(item.path):<{width}}  {_size(item.size):>12}  "
+              f"{short(item.where)}")
+    print(f"\n{'Step':>4}  {'What':<32} {'Rows':>5} {'Taken':>6} {'Size':>12}")
+    for step, rows in sorted(report.rows.items()):
+        taken = [item for item in report.items if item.step == step and item.is_done]
+        print(f"{step:>4}  {plan.TITLES[step]:<32} {rows:>5} {len(taken):>6} "
+              f"{_size(sum(item.size for item in taken)):>12}")
+    done = [item for item in report.items if item.is_done]
+    print(f"      {'Total':<32} {sum(report.rows.values()):>5} {len(done):>6} "
+          f"{_size(sum(item.size for item in done)):>12}\n")
+    for problem in report.problems:
+        print(f"Not as it should be: {problem}")
+    if not report.problems:
+        left = (", but for those that need the administrator's right: they are in their places, "
+                "whole" if report.right is Right.REFUSED else "")
+        print(f"Exactly the planned items have gone, each whole{left}; nothing else has changed.")

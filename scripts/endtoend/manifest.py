@@ -1,0 +1,71 @@
+"""The manifest: what stood where before an uninstall."""
+
+from __future__ import annotations
+
+import json
+from dataclasses import asdict, dataclass
+
+from endtoend import plan, snapshot
+from endtoend.snapshot import Entry, Watched
+from endtoend.suite import LOCAL_FOLDERS, Process
+
+
+@dataclass(frozen=True)
+class Manifest:
+    """Everything in the watched folders, and the processes of the suite and its neighbours."""
+
+    root: str
+    home: str
+    watched: list[Watched]
+    processes: list[Process]
+    entries: dict[str, Entry]
+
+    @staticmethod
+    def take(root: str, home: str, watched: list[Watched],
+             processes: list[Process]) -> Manifest:
+        return Manifest(root, home, watched, processes, snapshot.take(watched))
+
+    def places(self) -> list[plan.Place]:
+        """The rows of the plan, receipts included, whether or not something stands there."""
+        folder = f"{self.root}/Library/Receipts/"
+        names = [path.removeprefix(folder) for path in self.entries if path.startswith(folder)]
+        return plan.places(self.root, self.home, [name for name in names if "/" not in name])
+
+    def planned(self) -> dict[str, int]:
+        """What stands at places of the plan, with the step that takes it."""
+        steps: dict[str, int] = {}
+        for place in self.places():
+            if place.path in self.entries:
+                steps.setdefault(place.path, place.step)
+        return steps
+
+    def write(self, file: str) -> None:
+        """One JSON object a line: the frame first, then every entry."""
+        planned = self.planned()
+        frame = {"root": self.root, "home": self.home, "watched": list(map(asdict, self.watched)),
+                 "processes": list(map(asdict, self.processes))}
+        with open(file, "w", encoding="ascii") as out:
+            print(json.dumps(frame), file=out)
+            for path, entry in self.entries.items():
+                step = {"step": planned[path]} if path in planned else {}
+                print(json.dumps({"path": path, **asdict(entry), **step}), file=out)
+
+    @staticmethod
+    def read(file: str) -> Manifest:
+        with open(file, encoding="ascii") as lines:
+            frame = json.loads(next(lines))
+            entries = {}
+            for line in lines:
+                values = json.loads(line)
+                path = values.pop("path")
+                values.pop("step", None)
+                entries[path] = Entry(**values)
+        return Manifest(frame["root"], frame["home"],
+                        [Watched(**watch) for watch in frame["watched"]],
+                        [Process(**process) for process in frame["processes"]], entries)
+
+
+def installed_folders(root: str, home: str) -> list[Watched]:
+    """The folders to watch where only the installation itself can be seen."""
+    folders = [root + folder for folder in LOCAL_FOLDERS] + [home]
+    return [Watched(folder, folder) for folder in folders]

@@ -1,0 +1,238 @@
+"""One uninstall from beginning to end: what is installed, pressed, seen and left."""
+
+from __future__ import annotations
+
+import os
+import subprocess
+import time
+from dataclasses import dataclass
+
+from endtoend import plan
+from endtoend.account import Account
+from endtoend.agents import Agents, NoManager
+from endtoend.check import check, print_report
+from endtoend.held_tool import HeldTool
+from endtoend.manifest import Manifest
+from endtoend.right import Person, Right, wait_for_tools
+from endtoend.screen import Screen, Window, is_drawn
+from endtoend.session import Session
+from endtoend.snapshot import Watched
+from endtoend.suite import LOCAL_FOLDERS, USER_FOLDERS, Process, SampleSuite, give
+from endtoend.waiting import PATIENCE_SECONDS, POLL_SECONDS, TooLate
+
+TREE = os.path.dirname(os.path.dirname(os.path.dirname(os.path.realpath(__file__))))
+COMPLETE = "Uninstall complete"
+# The middle of the last button at the foot of a window, from the lower right corner.
+LAST_BUTTON = (55, 35)
+
+
+@dataclass(frozen=True)
+class Wishes:
+    """What a performance is to be like."""
+
+    program: str
+    pictures: str
+    remove_shared: bool
+    is_suite_installed: bool
+    # In a copy of the machine tools may be held for a moment, so that the progress window is seen,
+    # jobs are loaded, and the administrator's right is asked for.
+    is_in_copy: bool
+    # The machine-wide items are root's unless the right is not needed.
+    right: Right
+
+    @property
+    def build(self) -> str:
+        """The build folder that the program lies in."""
+        return os.path.dirname(os.path.dirname(self.program))
+
+
+class Performance:
+    """An uninstall in a session, with `watched` showing all that may change."""
+
+    def __init__(self, wishes: Wishes, session: Session, watched: list[Watched]) -> None:
+        self._wishes = wishes
+        self._session = session
+        self._account = session.account
+        self._watched = watched
+        self._companions: list[tuple[Process, subprocess.Popen[bytes]]] = []
+        self._is_complete = False
+        self._problems: list[str] = []
+        self._held = HeldTool() if wishes.is_in_copy else None
+        self._agents = Agents(
+            self._account, f"{wishes.build}/libexec/kelvane-uninstaller/tools/bin/launchctl")
+        self._questions = 0
+
+    def run(self) -> int:
+        """Does it all, prints what came of it, and gives the exit status."""
+        manifest = self._install()
+        self._start_companions(manifest.processes)
+        try:
+            self._load_agents()
+            self._uninstall()
+            wait_for_tools()
+        except (TooLate, RuntimeError) as failure:
+            self._problems.append(str(failure))
+        self._look_at_companions()
+        self._problems += self._agents.look()
+        report = check(manifest, self._wishes.remove_shared, self._wishes.right)
+        self._look_at_questions(manifest)
+        print_report(report, self._account.home)
+        if self._held:
+            self._problems.append("the progress window was not seen")
+        if not self._is_complete:
+            self._problems.append(f"the alert {COMPLETE!r} was not seen")
+        for problem in self._problems:
+            print(f"Not as it should be: {problem}")
+        if self._is_complete:
+            print(COMPLETE)
+        return 1 if self._problems or report.problems else 0
+
+    def _install(self) -> Manifest:
+        suite = SampleSuite("", self._account.home, cache_files=3000)
+        if self._wishes.is_suite_installed:
+            suite.install()
+        else:
+            suite.install_neighbours()
+        for folder in USER_FOLDERS:
+            give(self._account.home + folder, self._account.uid, self._account.gid)
+        is_users = self._wishes.right is Right.NOT_NEEDED
+        owner = (self._account.uid, self._account.gid) if is_users else (0, 0)
+        for folder in LOCAL_FOLDERS:
+            give(folder, *owner)
+        return Manifest.take("", self._account.home, self._watched, suite.processes)
+
+    def _start_companions(self, processes: list[Process]) -> None:
+        for process in processes:
+            started = self._account.start([process.path, "1000000"], stdin=subprocess.DEVNULL,
+                                          stdout=subprocess.DEVNULL)
+            self._companions.append((process, started))
+
+    def _load_agents(self) -> None:
+        if self._wishes.is_in_copy and self._wishes.is_suite_installed:
+            try:
+                self._agents.load()
+            except NoManager as reason:
+                print(f"The suite's jobs are not running: {reason}")
+
+    def _look_at_questions(self, manifest: Manifest) -> None:
+        """Prints how often the password was asked for: once, or for every row when refused."""
+        if self._wishes.right is Right.NOT_NEEDED:
+            return
+        is_given = self._wishes.right is Right.GIVEN
+        print(f"Questions for the administrator's password: {self._questions}, "
+              f"{'answered' if is_given else 'cancelled'}")
+        rows = count_rows(manifest, self._wishes.remove_shared)
+        expected = min(rows, 1) if is_given else rows
+        if self._questions != expected:
+            self._problems.append(f"there were {self._questions} questions for the password "
+                                  f"instead of {expected}")
+
+    def _look_at_companions(self) -> None:
+        """Prints which processes were stopped and which were not, and ends the latter."""
+        stopped: list[str] = []
+        running: list[str] = []
+        for process, started in self._companions:
+            is_running = started.poll() is None
+            (running if is_running else stopped).append(os.path.basename(process.path))
+            if is_running == process.is_stopped:
+                self._problems.append(f"{process.path} is {'still' if is_running else 'not'} "
+                                      "running")
+            started.kill()
+            started.wait()
+        print(f"Stopped: {', '.join(stopped) or 'nothing'}")
+        print(f"Left running: {', '.join(running) or 'nothing'}")
+
+    # The program and its windows.
+
+    def _uninstall(self) -> None:
+        begin = time.monotonic()
+        with self._account.start([self._wishes.program], stdin=subprocess.DEVNULL) as program:
+            person = self._person_for(program)
+            try:
+                screen = Screen(self._account, program)
+                main = screen.wait_for_window()
+                print(f"The window was up after {1000 * (time.monotonic() - begin):.0f} ms")
+                picture = screen.drawn_picture(main)
+                self._keep("main", picture)
+                if self._session.is_private:
+                    self._press_buttons(screen, main, picture)
+                else:
+                    self._ask_to_press()
+                self._follow(screen, program, main)
+            finally:
+                program.kill()
+                if person:
+                    self._questions = person.leave()
+
+    def _person_for(self, program: subprocess.Popen[bytes]) -> Person | None:
+        """Who answers the question for the password."""
+        if self._wishes.right is Right.NOT_NEEDED:
+            return None
+        if not self._session.is_private:
+            print("The password is given here: your desktop's own question for it does not reach "
+                  "into the copy.", flush=True)
+        return Person(self._account, f"{self._wishes.build}/e2e/polkit-agent", program.pid,
+                      self._wishes.right)
+
+    def _keep(self, name: str, picture: bytes) -> None:
+        """Writes a picture, as a file of the folder's owner."""
+        folder = self._wishes.pictures
+        path = f"{folder}/{name}.png"
+        with open(path, "wb") as file:
+            file.write(picture)
+        owner = os.stat(folder)
+        os.chown(path, owner.st_uid, owner.st_gid)
+
+    def _press_buttons(self, screen: Screen, main: Window, picture: bytes) -> None:
+        screen.activate(main)
+        if self._wishes.remove_shared:
+            # The checkbox is the first to have the keyboard. Its mnemonic would tick it only a moment
+            # later, perhaps after the click.
+            screen.press_key("space")
+            self._keep("main", screen.drawn_picture(main, unlike=picture))
+        screen.click_from_corner(main, *LAST_BUTTON)
+
+    def _ask_to_press(self) -> None:
+        tick = "tick the checkbox, and " if self._wishes.remove_shared else ""
+        print(f"The uninstaller is open on your display: please {tick}press its button.",
+              flush=True)
+
+    def _follow(self, screen: Screen, program: subprocess.Popen[bytes], main: Window) -> None:
+        """Watches the windows until the program ends; a person may take any time."""
+        known = {main.number}
+        deadline = time.monotonic() + PATIENCE_SECONDS
+        while program.poll() is None:
+            for window in screen.windows():
+                if window.number not in known:
+                    self._meet(screen, window)
+                    known.add(window.number)
+            if self._session.is_private and time.monotonic() > deadline:
+                raise TooLate("the program did not end")
+            time.sleep(POLL_SECONDS)
+        if program.returncode != 0:
+            self._problems.append(f"the program ended with status {program.returncode}")
+
+    def _meet(self, screen: Screen, window: Window) -> None:
+        if window.title == COMPLETE:
+            self._meet_alert(screen, window)
+        elif self._held:
+            self._keep("progress", screen.drawn_picture(window))
+            self._held.release()
+            self._held = None
+        elif is_drawn(picture := screen.picture(window)):
+            self._keep("progress", picture)
+
+    def _meet_alert(self, screen: Screen, window: Window) -> None:
+        self._keep("alert", screen.drawn_picture(window))
+        self._is_complete = True
+        if self._session.is_private:
+            screen.activate(window)
+            screen.press_key("Return")
+
+
+def count_rows(manifest: Manifest, remove_shared: bool) -> int:
+    """The rows of the plan that find an item in the machine-wide folders as long as none goes."""
+    local = tuple(f"{folder}/" for folder in LOCAL_FOLDERS)
+    return sum(place.path in manifest.entries and place.path.startswith(local)
+               and (remove_shared or place.step not in plan.SHARED_STEPS)
+               for place in manifest.places())

@@ -1,0 +1,81 @@
+"""The windows of a program on an X display, and real input events for them."""
+
+from __future__ import annotations
+
+import os
+import subprocess
+from dataclasses import dataclass
+
+from endtoend.account import Account
+from endtoend.waiting import wait_for
+
+# A window that is drawn has text, whose edges alone have more colours than this.
+FEWEST_COLOURS = 8
+
+
+@dataclass(frozen=True)
+class Window:
+    """A window of a program: its number, and the title it had when it was found."""
+
+    number: str
+    title: str
+
+
+class Screen:
+    """The display of an account's session, as far as one program shows windows on it."""
+
+    def __init__(self, account: Account, program: subprocess.Popen[bytes]) -> None:
+        self._account = account
+        self._program = program
+        self._name = os.path.basename(str(program.args[0]))  # type: ignore[index]
+
+    def _xdotool(self, *words: str) -> str:
+        return self._account.run(["xdotool", *words]).stdout.decode(errors="replace").strip()
+
+    def windows(self) -> list[Window]:
+        """The windows that can be seen, in no order."""
+        found = self._xdotool("search", "--all", "--onlyvisible", "--pid", str(self._program.pid),
+                              "--classname", self._name).split()
+        return [Window(number, self._xdotool("getwindowname", number)) for number in found]
+
+    def wait_for_window(self) -> Window:
+        """The first window that the program shows."""
+        def first() -> Window | None:
+            if self._program.poll() is not None:
+                raise RuntimeError(f"{self._name} ended with status {self._program.returncode} "
+                                   "before it showed a window")
+            return next(iter(self.windows()), None)
+        return wait_for(f"a window of {self._name}", first)
+
+    def picture(self, window: Window) -> bytes:
+        """The window as a PNG file; empty when it has gone."""
+        return self._account.run(["import", "-silent", "-window", window.number, "png:-"]).stdout
+
+    def drawn_picture(self, window: Window, unlike: bytes = b"") -> bytes:
+        """The window once it is drawn and looks different from an earlier picture."""
+        def look() -> bytes | None:
+            picture = self.picture(window)
+            return picture if is_drawn(picture) and picture != unlike else None
+        return wait_for(f"the window {window.title!r} to be drawn", look)
+
+    def activate(self, window: Window) -> None:
+        """Gives the window the keyboard."""
+        self._xdotool("windowactivate", "--sync", window.number)
+
+    def press_key(self, key: str) -> None:
+        self._xdotool("key", key)
+
+    def click_from_corner(self, window: Window, right: int, bottom: int) -> None:
+        """Clicks at so many pixels from the window's lower right corner."""
+        lines = self._xdotool("getwindowgeometry", "--shell", window.number).splitlines()
+        values = dict(line.split("=", 1) for line in lines if "=" in line)
+        x, y = int(values["WIDTH"]) - right, int(values["HEIGHT"]) - bottom
+        self._xdotool("mousemove", "--window", window.number, str(x), str(y), "click", "1")
+
+
+def is_drawn(picture: bytes) -> bool:
+    if not picture:
+        return False
+    colours = subprocess.run(["identify", "-format", "%k", "png:-"], input=picture,
+                             capture_output=True)
+    return colours.returncode == 0 and int(colours.stdout) > FEWEST_COLOURS
