@@ -1,0 +1,17 @@
+#pragma once
+
+#include "platform/foundation/Value.h"
+
+#include <string>
+
+namespace platform {
+
+/// A record of something that happened: its name, who says so, and a dictionary of what there is to
+/// know about it. The last two may be none.
+struct Notification {
+    std::string name;
+    Value object;
+    Value userInfo;
+};
+
+} // namespace platform

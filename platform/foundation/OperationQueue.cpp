@@ -1,0 +1,142 @@
+#include "platform/foundation/OperationQueue.h"
+
+#include "platform/foundation/Exception.h"
+
+#include <string>
+#include <system_error>
+#include <utility>
+
+namespace platform {
+
+namespace {
+
+/// How often the thread looks for more before it sleeps: waking it costs the caller more than all
+/// the rest of adding an operation.
+constexpr int looksBeforeSleep = 64;
+
+/// The queue whose thread this is.
+thread_local const OperationQueue* queueOfThisThread = nullptr;
+
+} // namespace
+
+OperationQueue::~OperationQueue() {
+    {
+        const std::lock_guard lock(mutex_);
+        ending_ = true;
+    }
+    wakeUp_.notify_one();
+    if (thread_.joinable()) {
+        thread_.join();
+    }
+}
+
+void OperationQueue::addOperation(Operation operation) {
+    bool wake = false;
+    {
+        const std::lock_guard lock(mutex_);
+        if (!thread_.joinable()) {
+            try {
+                thread_ = std::thread([this] { run(); });
+            } catch (const std::system_error& error) {
+                throw Exception("NSGenericException",
+                                std::string("could not start a thread: ") + error.what());
+            }
+        }
+        pending_.push_back(std::move(operation));
+        added_.fetch_add(1);
+        wake = std::exchange(asleep_, false);
+    }
+    if (wake) {
+        wakeUp_.notify_one();
+    }
+}
+
+std::size_t OperationQueue::operationCount() const {
+    const auto completed = completed_.load();
+    return static_cast<std::size_t>(added_.load() - completed);
+}
+
+void OperationQueue::cancelAllOperations() {
+    const std::lock_guard lock(mutex_);
+    cancelledBelow_.store(added_.load());
+}
+
+void OperationQueue::waitUntilAllOperationsAreFinished() {
+    const auto target = added_.load();
+    if (queueOfThisThread == this) {
+        while (taken_ < target && runNext()) {
+        }
+        return;
+    }
+    waiters_.fetch_add(1);
+    {
+        std::unique_lock lock(mutex_);
+        finishedGrew_.wait(lock, [&] { return finishedBelow_.load() >= target; });
+    }
+    waiters_.fetch_sub(1);
+}
+
+void OperationQueue::run() noexcept {
+    queueOfThisThread = this;
+    for (;;) {
+        while (runNext()) {
+        }
+        waitForOperations();
+        const std::lock_guard lock(mutex_);
+        if (ending_ && pending_.empty()) {
+            return;
+        }
+    }
+}
+
+void OperationQueue::waitForOperations() {
+    for (int look = 0; look < looksBeforeSleep; ++look) {
+        if (added_.load(std::memory_order_relaxed) != taken_) {
+            return;
+        }
+        std::this_thread::yield();
+    }
+    std::unique_lock lock(mutex_);
+    while (pending_.empty() && !ending_) {
+        asleep_ = true;
+        wakeUp_.wait(lock);
+    }
+    asleep_ = false;
+}
+
+bool OperationQueue::runNext() {
+    if (batch_.empty() && !takeBatch()) {
+        return false;
+    }
+    auto operation = std::move(batch_.front());
+    batch_.pop_front();
+    const auto number = taken_++;
+    ++depth_;
+    if (number >= cancelledBelow_.load()) {
+        operation();
+    }
+    operation = nullptr;
+    --depth_;
+    completed_.fetch_add(1);
+    if (depth_ == 0) {
+        publishFinished();
+    }
+    return true;
+}
+
+bool OperationQueue::takeBatch() {
+    const std::lock_guard lock(mutex_);
+    batch_.swap(pending_);
+    return !batch_.empty();
+}
+
+/// Only where no operation is under way are all that were taken finished.
+void OperationQueue::publishFinished() {
+    finishedBelow_.store(taken_);
+    if (waiters_.load() != 0) {
+        const std::lock_guard lock(mutex_);
+        finishedGrew_.notify_all();
+    }
+}
+
+} // namespace platform

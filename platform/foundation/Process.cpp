@@ -1,0 +1,90 @@
+#include "platform/foundation/Process.h"
+
+#include "platform/Services.h"
+
+#include <algorithm>
+
+namespace platform {
+
+namespace {
+
+/// How much is asked for at once: little from a child that writes little.
+std::size_t chunkSizeFor(const std::vector<std::byte>& bytes) {
+    constexpr std::size_t smallest = std::size_t{1} << 16U;
+    constexpr std::size_t largest = std::size_t{1} << 18U;
+    return std::clamp(bytes.size(), smallest, largest);
+}
+
+/// Makes room for one more chunk, in larger steps than a vector takes by itself: memory that is
+/// reserved costs nothing until it is used, whereas every step copies all that is there.
+void makeRoom(std::vector<std::byte>& bytes, std::size_t chunkSize) {
+    constexpr std::size_t large = std::size_t{1} << 30U;
+    if (bytes.capacity() - bytes.size() < chunkSize) {
+        const std::size_t factor = bytes.capacity() < large ? 32 : 2;
+        bytes.reserve(std::max(bytes.size() + chunkSize, factor * bytes.capacity()));
+    }
+}
+
+} // namespace
+
+void Process::launch() {
+    const std::lock_guard lock(mutex_);
+    if (child_ != nullptr) {
+        throw Exception("NSInvalidArgumentException",
+                        "the task " + description_.launchPath + " is already launched");
+    }
+    child_ = service<ProcessLauncher>().launch(description_);
+}
+
+std::shared_ptr<ChildProcess> Process::launched() const {
+    const std::lock_guard lock(mutex_);
+    if (child_ == nullptr) {
+        throw Exception("NSInvalidArgumentException",
+                        "the task " + description_.launchPath + " is not launched");
+    }
+    return child_;
+}
+
+bool Process::isRunning() const {
+    const std::lock_guard lock(mutex_);
+    return child_ != nullptr && child_->isRunning();
+}
+
+void Process::waitUntilExit() const {
+    launched()->waitUntilExit();
+}
+
+void Process::terminate() const {
+    launched()->terminate();
+}
+
+int Process::terminationStatus() const {
+    const auto child = launched();
+    if (child->isRunning()) {
+        throw Exception("NSInvalidArgumentException",
+                        "the task " + description_.launchPath + " is still running");
+    }
+    return child->terminationStatus();
+}
+
+long Process::processIdentifier() const {
+    return launched()->processIdentifier();
+}
+
+bool appendAvailableData(Pipe& pipe, Data& data) {
+    const auto size = data.bytes.size();
+    const auto chunkSize = chunkSizeFor(data.bytes);
+    makeRoom(data.bytes, chunkSize);
+    data.bytes.resize(size + chunkSize);
+    const auto count = pipe.readAvailable(std::span(data.bytes).subspan(size));
+    data.bytes.resize(size + count);
+    return count != 0;
+}
+
+Data availableData(Pipe& pipe) {
+    Data data;
+    appendAvailableData(pipe, data);
+    return data;
+}
+
+} // namespace platform

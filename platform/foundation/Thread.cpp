@@ -1,0 +1,21 @@
+#include "platform/foundation/Thread.h"
+
+#include "platform/foundation/Exception.h"
+
+#include <string>
+#include <system_error>
+#include <thread>
+#include <utility>
+
+namespace platform {
+
+void detachNewThread(std::function<void()> body) {
+    try {
+        std::thread(std::move(body)).detach();
+    } catch (const std::system_error& error) {
+        throw Exception("NSGenericException",
+                        std::string("could not start a thread: ") + error.what());
+    }
+}
+
+} // namespace platform

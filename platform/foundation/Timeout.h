@@ -1,0 +1,38 @@
+#pragma once
+
+#include <chrono>
+#include <concepts>
+
+namespace platform {
+
+/// How long an operation may take: a number of seconds, of which only the whole ones count.
+class Timeout {
+public:
+    /// What a longer time-out, infinity included, counts as: about 31 years.
+    static constexpr std::chrono::seconds longest{1'000'000'000};
+
+    template <class Number>
+    requires std::integral<Number> || std::floating_point<Number>
+    constexpr Timeout(Number seconds) : seconds_(static_cast<double>(seconds)) {}
+
+    template <class Representation, class Period>
+    constexpr Timeout(std::chrono::duration<Representation, Period> duration)
+        : seconds_(std::chrono::duration<double>(duration).count()) {}
+
+    /// The whole seconds, truncated toward zero. A negative time-out, or one that is no number,
+    /// counts as none at all: zero.
+    constexpr std::chrono::seconds wholeSeconds() const {
+        if (!(seconds_ > 0)) {
+            return std::chrono::seconds(0);
+        }
+        if (seconds_ >= static_cast<double>(longest.count())) {
+            return longest;
+        }
+        return std::chrono::seconds(static_cast<std::chrono::seconds::rep>(seconds_));
+    }
+
+private:
+    double seconds_;
+};
+
+} // namespace platform

@@ -1,0 +1,29 @@
+#include "platform/foundation/Date.h"
+
+#include <gtest/gtest.h>
+
+using namespace std::chrono;
+
+TEST(Date, IsDescribedInUniversalTimeWithItsOffset) {
+    const platform::Date date = sys_days(2026y / November / 16) + 6h + 39min + 54s;
+    EXPECT_EQ(platform::description(date), "2026-11-16 06:39:54 +0000");
+}
+
+TEST(Date, DropsTheFractionOfASecond) {
+    const platform::Date date = sys_days(2026y / November / 16) + 999ms;
+    EXPECT_EQ(platform::description(date), "2026-11-16 00:00:00 +0000");
+}
+
+TEST(Date, IsDescribedBeforeTheEpochToo) {
+    EXPECT_EQ(platform::description(platform::Date(-1ms)), "1969-12-31 23:59:59 +0000");
+}
+
+TEST(Date, KnowsLeapDays) {
+    EXPECT_EQ(platform::description(sys_days(2024y / February / 29) + 23h + 59min + 59s),
+              "2024-02-29 23:59:59 +0000");
+}
+
+TEST(Date, IsDescribedAtTheEndsOfTheClock) {
+    EXPECT_EQ(platform::description(platform::Date::max()), "2262-04-11 23:47:16 +0000");
+    EXPECT_EQ(platform::description(platform::Date::min()), "1677-09-21 00:12:43 +0000");
+}

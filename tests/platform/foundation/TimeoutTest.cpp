@@ -1,0 +1,44 @@
+#include "platform/foundation/Timeout.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+
+namespace {
+
+using platform::Timeout;
+using std::chrono::seconds;
+using namespace std::chrono_literals;
+
+using Limits = std::numeric_limits<double>;
+
+TEST(Timeout, CountsWholeSecondsOnly) {
+    EXPECT_EQ(Timeout(5).wholeSeconds(), seconds(5));
+    EXPECT_EQ(Timeout(0.9).wholeSeconds(), seconds(0));
+    EXPECT_EQ(Timeout(1.0).wholeSeconds(), seconds(1));
+    EXPECT_EQ(Timeout(2.999F).wholeSeconds(), seconds(2));
+}
+
+TEST(Timeout, TakesDurations) {
+    EXPECT_EQ(Timeout(10s).wholeSeconds(), seconds(10));
+    EXPECT_EQ(Timeout(1900ms).wholeSeconds(), seconds(1));
+    EXPECT_EQ(Timeout(2min).wholeSeconds(), seconds(120));
+}
+
+TEST(Timeout, CountsWhatIsNotAboveZeroAsZero) {
+    for (const double none : {0.0, -0.0, -0.9, -5.0, -1e300, -Limits::infinity(),
+                              Limits::quiet_NaN(), Limits::denorm_min()}) {
+        EXPECT_EQ(Timeout(none).wholeSeconds(), seconds(0)) << none;
+    }
+}
+
+TEST(Timeout, CountsWhatIsBeyondTheLongestAsTheLongest) {
+    for (const double endless : {1e9, 1e10, 1e19, 1e300, Limits::max(), Limits::infinity()}) {
+        EXPECT_EQ(Timeout(endless).wholeSeconds(), Timeout::longest) << endless;
+    }
+    EXPECT_EQ(Timeout(std::numeric_limits<unsigned long long>::max()).wholeSeconds(),
+              Timeout::longest);
+    EXPECT_EQ(Timeout(1e9 - 1).wholeSeconds(), Timeout::longest - seconds(1));
+}
+
+} // namespace
