@@ -1,0 +1,65 @@
+#pragma once
+
+#include "platform/LocalTime.h"
+#include "platform/Services.h"
+#include "tests/support/AuthorizationDouble.h"
+#include "tests/support/FileSystemDoubles.h"
+#include "tests/support/LoggedLines.h"
+#include "tests/support/PortDoubles.h"
+#include "tests/support/ProcessLauncherDouble.h"
+#include "util/auth/QFAuthorization.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+/// A clock that stands at the last second of 2023.
+class StandingClock : public platform::LocalTime {
+public:
+    std::tm now() override {
+        return {
+            .tm_sec = 59, .tm_min = 59, .tm_hour = 23, .tm_mday = 31, .tm_mon = 11, .tm_year = 123};
+    }
+};
+
+/// A machine of doubles alone, seen by an ordinary user whose home folder is /home/someone; nothing
+/// of the real one is read or changed. Each test has an authorization controller of its own.
+class DescribedMachine : public testing::Test {
+protected:
+    using Lines = std::vector<std::string>;
+
+    DescribedMachine() {
+        using platform::DirectoryKind;
+        using platform::DomainMask;
+        searchPaths.lists = {
+            {{DirectoryKind::application, DomainMask::local}, {"/Applications"}},
+            {{DirectoryKind::library, DomainMask::user}, {"/home/someone/Library"}},
+            {{DirectoryKind::library, DomainMask::local}, {"/Library"}},
+        };
+        loggedLines();
+    }
+    void TearDown() override { QFAuthorization::sharedController().dealloc(); }
+
+    /// Has the process run as the superuser.
+    void becomeSuperuser() { account.userId = 0; }
+
+    FakeAccount account;
+    FakeSearchPaths searchPaths;
+    RecordingConsole console;
+    StandingClock clock;
+    DescribedFileSystem fileSystem;
+    RecordingWorkspace workspace;
+    RecordingProcessLauncher launcher;
+    RecordingAuthorizationServices services;
+
+private:
+    platform::ScopedService<platform::UserAccount> accountScope_{account};
+    platform::ScopedService<platform::SearchPaths> searchPathsScope_{searchPaths};
+    platform::ScopedService<platform::Console> consoleScope_{console};
+    platform::ScopedService<platform::LocalTime> clockScope_{clock};
+    platform::ScopedService<platform::FileSystem> fileSystemScope_{fileSystem};
+    platform::ScopedService<platform::Workspace> workspaceScope_{workspace};
+    platform::ScopedService<platform::ProcessLauncher> launcherScope_{launcher};
+    platform::ScopedService<platform::AuthorizationServices> servicesScope_{services};
+};

@@ -1,0 +1,86 @@
+#pragma once
+
+#include "platform/FileSystem.h"
+#include "platform/Workspace.h"
+
+#include <map>
+#include <optional>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+/// Files and folders that a test describes; nothing is on disk. Every system tool is there.
+class DescribedFileSystem : public platform::FileSystem {
+public:
+    /// What exists and is no folder.
+    std::set<std::string> files;
+    /// What exists and is a folder, with the names in it; none makes it unreadable.
+    std::map<std::string, std::optional<std::vector<std::string>>> folders;
+    std::set<std::string> tools{"/bin/rm",         "/bin/mv",       "/bin/cp",
+                                "/bin/mkdir",      "/bin/chmod",    "/bin/launchctl",
+                                "/usr/sbin/chown", "/usr/bin/touch"};
+    /// Tools of this machine that stand for a path at which nothing is.
+    std::set<std::string> standIns;
+    /// What clearing a locked flag, and deleting, fail with.
+    std::map<std::string, platform::Error> lockErrors;
+    std::map<std::string, platform::Error> removeErrors;
+
+    /// Every change that was asked for, in order.
+    std::vector<std::string> changes;
+
+    bool exists(const std::string& path) override {
+        return files.contains(path) || folders.contains(path) || tools.contains(path);
+    }
+    bool isDirectory(const std::string& path) override { return folders.contains(path); }
+    bool isExecutable(const std::string& path) override {
+        return tools.contains(path) || standIns.contains(path);
+    }
+    std::optional<std::vector<std::string>> contentsOfDirectory(const std::string& path) override {
+        const auto found = folders.find(path);
+        return found == folders.end() ? std::nullopt : found->second;
+    }
+    std::optional<platform::Error> setImmutable(const std::string& path, bool immutable) override {
+        changes.push_back((immutable ? "lock " : "unlock ") + path);
+        if (const auto found = lockErrors.find(path); found != lockErrors.end()) {
+            return found->second;
+        }
+        return exists(path) ? std::nullopt : std::optional(missing(path));
+    }
+    std::optional<platform::Error> removeItem(const std::string& path) override {
+        changes.push_back("remove " + path);
+        if (const auto found = removeErrors.find(path); found != removeErrors.end()) {
+            return found->second;
+        }
+        const bool removed = files.erase(path) + folders.erase(path) > 0;
+        return removed ? std::nullopt : std::optional(missing(path));
+    }
+
+private:
+    static platform::Error missing(const std::string& path) {
+        return {.domain = "NSCocoaErrorDomain",
+                .code = 4,
+                .localizedDescription = "There is nothing at " + path + "."};
+    }
+};
+
+/// A Trash that remembers what it is given and a desktop without applications.
+class RecordingWorkspace : public platform::Workspace {
+public:
+    /// Every item that was to be recycled, as folder, Trash folder and name.
+    std::vector<std::vector<std::string>> recycled;
+    std::set<std::string> packages;
+    /// What recycling an item, named by its path, fails with.
+    std::map<std::string, platform::Error> errors;
+
+    std::optional<std::string> applicationPath(const std::string& /*bundleIdentifier*/) override {
+        return std::nullopt;
+    }
+    bool isFilePackage(const std::string& path) override { return packages.contains(path); }
+    std::optional<platform::Error> recycle(const std::string& folder, const std::string& trash,
+                                           const std::string& name) override {
+        recycled.push_back({folder, trash, name});
+        const auto found = errors.find(folder + "/" + name);
+        return found == errors.end() ? std::nullopt : std::optional(found->second);
+    }
+};

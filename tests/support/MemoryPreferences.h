@@ -1,0 +1,25 @@
+#pragma once
+
+#include "platform/Preferences.h"
+
+#include <map>
+#include <mutex>
+#include <string>
+
+/// Preferences that are kept nowhere but here.
+class MemoryPreferences : public platform::Preferences {
+public:
+    platform::Value value(const std::string& key) override {
+        const std::lock_guard lock(mutex_);
+        const auto found = values_.find(key);
+        return found == values_.end() ? platform::Value() : found->second;
+    }
+    void setValue(const std::string& key, const platform::Value& value) override {
+        const std::lock_guard lock(mutex_);
+        values_[key] = value;
+    }
+
+private:
+    std::mutex mutex_;
+    std::map<std::string, platform::Value> values_;
+};

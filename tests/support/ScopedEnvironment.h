@@ -1,0 +1,36 @@
+#pragma once
+
+#include <cstdlib>
+#include <optional>
+#include <string>
+#include <utility>
+
+/// Sets an environment variable for a scope, or removes it; at the scope's end it is as before.
+/// Only while no other thread runs.
+class ScopedEnvironment {
+public:
+    ScopedEnvironment(std::string name, const std::optional<std::string>& value)
+        : name_(std::move(name)) {
+        if (const char* former = std::getenv(name_.c_str())) {
+            former_ = former;
+        }
+        set(value);
+    }
+    ~ScopedEnvironment() { set(former_); }
+    ScopedEnvironment(const ScopedEnvironment&) = delete;
+    ScopedEnvironment& operator=(const ScopedEnvironment&) = delete;
+    ScopedEnvironment(ScopedEnvironment&&) = delete;
+    ScopedEnvironment& operator=(ScopedEnvironment&&) = delete;
+
+private:
+    void set(const std::optional<std::string>& value) const {
+        if (value) {
+            ::setenv(name_.c_str(), value->c_str(), 1);
+        } else {
+            ::unsetenv(name_.c_str());
+        }
+    }
+
+    std::string name_;
+    std::optional<std::string> former_;
+};

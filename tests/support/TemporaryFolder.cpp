@@ -1,0 +1,47 @@
+#include "tests/support/TemporaryFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+
+namespace fs = std::filesystem;
+
+TemporaryFolder::TemporaryFolder() {
+    auto pattern = (fs::canonical(fs::temp_directory_path()) / "qf-test-XXXXXX").string();
+    if (::mkdtemp(pattern.data()) == nullptr) {
+        throw std::runtime_error("no temporary folder could be made");
+    }
+    path_ = pattern;
+}
+
+TemporaryFolder::~TemporaryFolder() {
+    std::error_code ignored;
+    fs::remove_all(path_, ignored);
+}
+
+std::string TemporaryFolder::operator/(std::string_view name) const {
+    return (fs::path(path_) / name).string();
+}
+
+std::string TemporaryFolder::write(std::string_view name, std::string_view content) const {
+    const fs::path file = fs::path(path_) / name;
+    fs::create_directories(file.parent_path());
+    std::ofstream(file, std::ios::binary) << content;
+    return file.string();
+}
+
+std::string TemporaryFolder::makeFolder(std::string_view name) const {
+    const fs::path folder = fs::path(path_) / name;
+    fs::create_directories(folder);
+    return folder.string();
+}
+
+std::string contentOf(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    EXPECT_TRUE(file.is_open()) << path;
+    return {std::istreambuf_iterator<char>(file), {}};
+}

@@ -1,0 +1,65 @@
+#pragma once
+
+#include "platform/Services.h"
+#include "platform/qt/AlertPanel.h"
+#include "platform/qt/Application.h"
+#include "tests/support/MemoryPreferences.h"
+#include "tests/support/PortDoubles.h"
+
+#include <QDialog>
+#include <QLabel>
+#include <QPushButton>
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <string>
+#include <vector>
+
+/// The real user interface behind its ports, and somebody who uses it.
+class UserInterface : public ::testing::Test {
+protected:
+    ~UserInterface() override;
+
+    /// Runs the event loop while `work` runs on a thread of its own, and until that is done.
+    void runWhile(const std::function<void()>& work);
+
+    /// Runs the event loop while `work` runs on the main thread.
+    void runOnMainThread(const std::function<void()>& work);
+
+    platform::qt::Application application;
+    platform::qt::AlertPanels panels;
+    RecordingConsole console;
+    MemoryPreferences preferences;
+
+private:
+    platform::ScopedService<platform::Application> applicationInPlace_{application};
+    platform::ScopedService<platform::AlertPanels> panelsInPlace_{panels};
+    platform::ScopedService<platform::Console> consoleInPlace_{console};
+    platform::ScopedService<platform::Preferences> preferencesInPlace_{preferences};
+};
+
+/// Looks at the screen again and again, and does `action` once when a window of this title is on
+/// it.
+void whenShown(const std::string& title, std::function<void(QWidget&)> action);
+
+/// The visible window of this title, or null.
+QWidget* windowTitled(const std::string& title);
+
+/// A window's button of this title; the test fails and ends when there is none.
+QPushButton& button(QWidget& window, const std::string& title);
+
+/// The titles of a window's buttons, from left to right.
+std::vector<std::string> buttonTitles(const QWidget& window);
+
+/// The texts of a window's labels, from top to bottom, without invisible places to break.
+std::vector<std::string> labelTexts(const QWidget& window);
+
+/// Presses a window's button with the mouse.
+void press(QWidget& window, const std::string& title);
+
+/// A whenShown action that presses a button.
+std::function<void(QWidget&)> pressing(const std::string& title);
+
+/// A whenShown action that presses a key.
+std::function<void(QWidget&)> typing(Qt::Key key);
