@@ -1,0 +1,192 @@
+#include "platform/linux/AuthorizationServices.h"
+
+#include "platform/linux/PolkitAgent.h"
+#include "platform/linux/ProcessSecrecy.h"
+#include "platform/linux/ToolOverlay.h"
+
+#include <pwd.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <string_view>
+#include <system_error>
+#include <utility>
+
+namespace platform::native {
+
+namespace {
+
+constexpr std::string_view administratorRight = "system.privilege.admin";
+
+const std::string* valueOf(std::string_view name, const AuthorizationItemSet& items) {
+    const auto found = std::find_if(items.begin(), items.end(),
+                                    [&](const auto& item) { return item.name == name; });
+    return found == items.end() ? nullptr : &found->value;
+}
+
+/// The user's number, nothing when there is no such user.
+std::optional<uid_t> userNumber(const std::string& name) {
+    constexpr std::size_t mostBytes = 1U << 20U;
+    passwd entry{};
+    passwd* found = nullptr;
+    for (std::size_t size = 4096; size <= mostBytes; size *= 2) {
+        std::vector<char> strings(size);
+        if (::getpwnam_r(name.c_str(), &entry, strings.data(), size, &found) != ERANGE) {
+            break;
+        }
+    }
+    return found == nullptr ? std::nullopt : std::optional(entry.pw_uid);
+}
+
+/// What the agent answers: the password, once, if the user is an administrator.
+PolkitAnswerer answererFor(uid_t user, const std::string& password) {
+    return [user, &password](const std::vector<uid_t>& administrators, int attempt) {
+        const bool isAdministrator =
+            std::find(administrators.begin(), administrators.end(), user) != administrators.end();
+        return isAdministrator && attempt == 1
+                   ? PolkitAnswer{PolkitAnswer::Kind::password, user, &password}
+                   : PolkitAnswer{};
+    };
+}
+
+bool isOneLine(const std::string& text) {
+    constexpr std::string_view ends("\n\0", 2);
+    return text.find_first_of(ends) == std::string::npos;
+}
+
+} // namespace
+
+AuthorizationRef AuthorizationServices::add(Connection connection) {
+    const std::lock_guard lock(mutex_);
+    const AuthorizationRef ref{++lastHandle_};
+    handles_.emplace(ref, std::move(connection));
+    return ref;
+}
+
+std::optional<AuthorizationServices::Connection> AuthorizationServices::find(AuthorizationRef ref) {
+    const std::lock_guard lock(mutex_);
+    const auto handle = handles_.find(ref);
+    return handle == handles_.end() ? std::nullopt : std::optional(handle->second);
+}
+
+Authorization AuthorizationServices::create(const AuthorizationItemSet& /*environment*/,
+                                            AuthorizationFlags /*flags*/) {
+    return {errAuthorizationSuccess, add(nullptr)};
+}
+
+AuthorizationStatus AuthorizationServices::copyRights(AuthorizationRef ref,
+                                                      const AuthorizationItemSet& rights,
+                                                      const AuthorizationItemSet& environment,
+                                                      AuthorizationFlags flags) {
+    const auto held = find(ref);
+    if (!held) {
+        return errAuthorizationInvalidRef;
+    }
+    const bool isKnown = std::all_of(rights.begin(), rights.end(), [](const auto& right) {
+        return right.name == administratorRight;
+    });
+    if (isKnown && *held && (*held)->isOpen()) {
+        return errAuthorizationSuccess;
+    }
+    if (!isKnown || (flags & kAuthorizationFlagExtendRights) == 0) {
+        return errAuthorizationDenied;
+    }
+    const bool mayAsk = (flags & kAuthorizationFlagInteractionAllowed) != 0;
+    auto started = mayAsk ? askUser() : authorize(environment);
+    if (started.status != errAuthorizationSuccess) {
+        return started.status;
+    }
+    const std::lock_guard lock(mutex_);
+    const auto handle = handles_.find(ref);
+    if (handle == handles_.end()) {
+        return errAuthorizationInvalidRef;
+    }
+    handle->second.swap(started.connection);
+    return errAuthorizationSuccess;
+}
+
+/// Has the desktop ask, unless it is asking already.
+StartedHelper AuthorizationServices::askUser() {
+    std::promise<StartedHelper> answer;
+    {
+        std::unique_lock lock(mutex_);
+        if (question_.valid()) {
+            const auto question = question_;
+            lock.unlock();
+            return question.get();
+        }
+        question_ = answer.get_future().share();
+    }
+    StartedHelper started;
+    {
+        const std::lock_guard obtaining(obtaining_);
+        const ProcessSecrecy secrecy;
+        if (isPolkitAvailable()) {
+            started = startHelper(paths_);
+        }
+    }
+    const std::lock_guard lock(mutex_);
+    question_ = {};
+    answer.set_value(started);
+    return started;
+}
+
+StartedHelper AuthorizationServices::authorize(const AuthorizationItemSet& credentials) {
+    const std::string* name = valueOf("username", credentials);
+    const std::string* password = valueOf("password", credentials);
+    const auto user = name == nullptr ? std::nullopt : userNumber(*name);
+    if (!user || password == nullptr || !isOneLine(*password)) {
+        return {errAuthorizationDenied, nullptr};
+    }
+    const std::lock_guard obtaining(obtaining_);
+    const ProcessSecrecy secrecy;
+    if (!isPolkitAvailable()) {
+        return {};
+    }
+    try {
+        const PolkitAgent agent(::getpid(), answererFor(*user, *password));
+        return agent.isRegistered() ? startHelper(paths_)
+                                    : StartedHelper{errAuthorizationDenied, nullptr};
+    } catch (const std::system_error&) { // no thread left
+        return {};
+    }
+}
+
+void AuthorizationServices::free(AuthorizationRef ref, AuthorizationFlags /*flags*/) {
+    Connection connection;
+    const std::lock_guard lock(mutex_);
+    if (const auto handle = handles_.find(ref); handle != handles_.end()) {
+        connection.swap(handle->second);
+        handles_.erase(handle);
+    }
+}
+
+Authorization AuthorizationServices::copyPrivilegedReference(AuthorizationFlags /*flags*/) {
+    {
+        const std::lock_guard lock(mutex_);
+        if (std::exchange(inheritedIsTaken_, true)) {
+            return {};
+        }
+    }
+    auto inherited = inheritedHelper();
+    if (inherited.status != errAuthorizationSuccess) {
+        return {};
+    }
+    return {errAuthorizationSuccess, add(std::move(inherited.connection))};
+}
+
+PrivilegedTool
+AuthorizationServices::executeWithPrivileges(AuthorizationRef ref, const std::string& toolPath,
+                                             AuthorizationFlags /*options*/,
+                                             const std::vector<std::string>& arguments) {
+    const auto held = find(ref);
+    if (!held) {
+        return {errAuthorizationInvalidRef, nullptr};
+    }
+    if (!*held) {
+        return {errAuthorizationDenied, nullptr};
+    }
+    return (*held)->start(resolveTool(toolPath), arguments);
+}
+
+} // namespace platform::native

@@ -1,0 +1,62 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string_view>
+#include <vector>
+
+namespace platform::native {
+
+/// The object graph of a property list in binary form: objects that refer to one another by number,
+/// a table of their offsets, and a trailer of 32 bytes that says where the table is.
+///
+/// Nothing is decoded but the references. The bytes outlive the object. One thread.
+class BinaryPropertyList {
+public:
+    explicit BinaryPropertyList(std::string_view bytes) : bytes_(bytes) {}
+
+    /// Whether every reference leads to a well-formed object, no text holds the character zero,
+    /// none leads back to an object that holds it, containers nest no deeper than `levels`, and the
+    /// list written out, where an object with several references stands several times, takes no
+    /// more than `size` bytes.
+    bool unfoldsWithin(std::size_t size, std::size_t levels);
+
+private:
+    /// What an object takes with all that it holds.
+    struct Extent {
+        std::uint64_t size = 0; ///< 0 while it is not known.
+        std::size_t levels = 0;
+        bool isOpen = false;
+    };
+    struct Object {
+        std::uint64_t size = 0;
+        std::uint64_t references = 0; ///< Where they begin.
+        std::uint64_t referenceCount = 0;
+        bool isContainer = false;
+    };
+
+    bool readTrailer();
+    std::optional<Object> object(std::uint64_t number) const;
+    std::optional<Object> countedObject(unsigned kind, std::uint64_t count,
+                                        std::uint64_t offset) const;
+    bool measure(std::uint64_t number, std::size_t level);
+    bool measureReferences(const Object& object, Extent& extent, std::size_t level);
+
+    /// The big-endian number of `width` bytes at `offset`, which lie inside the bytes.
+    std::uint64_t numberAt(std::uint64_t offset, std::uint64_t width) const;
+    bool holds(std::uint64_t offset, std::uint64_t size) const {
+        return offset <= tableOffset_ && size <= tableOffset_ - offset;
+    }
+
+    std::string_view bytes_;
+    std::uint64_t offsetWidth_ = 0;
+    std::uint64_t referenceWidth_ = 0;
+    std::uint64_t root_ = 0;
+    std::uint64_t tableOffset_ = 0;
+    std::size_t largestSize_ = 0;
+    std::size_t mostLevels_ = 0;
+    std::vector<Extent> extents_;
+};
+
+} // namespace platform::native

@@ -1,0 +1,20 @@
+#pragma once
+
+#include "platform/PropertyLists.h"
+
+#include <optional>
+#include <string>
+
+namespace platform::native {
+
+/// Whether a folder stands at the path, a final link followed, that a person sees as one item: its
+/// name has the extension of a package, or it holds a bundle's Contents/Info.plist.
+bool isPackage(const std::string& path);
+
+/// The first bundle below `folder`, eight folders deep and in the order of the names' bytes, whose
+/// identifier is `identifier`, compared without case. Links below `folder` are not followed and
+/// packages are not searched inside. An Info.plist that cannot be read counts as none.
+std::optional<std::string> findBundle(const std::string& folder, const std::string& identifier,
+                                      platform::PropertyLists& propertyLists);
+
+} // namespace platform::native

@@ -1,0 +1,49 @@
+#pragma once
+
+#include "platform/linux/FileDescriptor.h"
+
+#include <dirent.h>
+
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace platform::native {
+
+/// A folder that is open for reading its entries. Not shared between threads.
+class Directory {
+public:
+    struct Entry {
+        std::string name;
+        /// Whether the folder itself says that the entry is a folder; it need not know.
+        bool isFolder = false;
+    };
+
+    /// Takes an open folder. Where that is none, or cannot be read, the directory is none either
+    /// and errno tells why.
+    explicit Directory(FileDescriptor folder);
+
+    explicit operator bool() const { return stream_ != nullptr; }
+
+    /// The folder's descriptor, which stays the directory's.
+    int descriptor() const { return ::dirfd(stream_.get()); }
+
+    /// The next entry but "." and ".."; nothing at the end and on failure, which error() tells
+    /// apart.
+    std::optional<Entry> next();
+
+    /// The errno of the last next(), or 0.
+    int error() const { return error_; }
+
+    /// Starts reading again.
+    void rewind() { ::rewinddir(stream_.get()); }
+
+private:
+    struct Close {
+        void operator()(DIR* stream) const { ::closedir(stream); }
+    };
+    std::unique_ptr<DIR, Close> stream_;
+    int error_ = 0;
+};
+
+} // namespace platform::native

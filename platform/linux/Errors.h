@@ -1,0 +1,26 @@
+#pragma once
+
+#include "platform/foundation/Error.h"
+
+#include <string>
+#include <string_view>
+
+namespace platform::native {
+
+/// Why a system call failed, in a person's words, fit to follow "because": "you don’t have
+/// permission". A number that a person rarely meets gets the system's own English description.
+std::string reason(int number);
+
+/// The sentence “item” couldn’t be `participle` because `why`. The item is made printable.
+std::string failureSentence(std::string_view item, std::string_view participle,
+                            std::string_view why);
+
+/// The Error of a failed system call: `number` is its errno, `item` the name of what it was about,
+/// `participle` what could not be done to it ("removed", "moved to the Trash").
+Error posixError(int number, std::string_view item, std::string_view participle);
+
+/// As posixError, where the errno alone would not tell a person why.
+Error posixError(int number, std::string_view item, std::string_view participle,
+                 std::string_view why);
+
+} // namespace platform::native

@@ -1,0 +1,18 @@
+#pragma once
+
+#include "platform/LogFiles.h"
+
+namespace platform::native {
+
+/// Log files through the kernel's own calls.
+class LogFiles : public platform::LogFiles {
+public:
+    bool exists(const std::string& path) override;
+    std::optional<Error> createFolder(const std::string& path) override;
+    std::optional<Error> removeItem(const std::string& path) override;
+    std::optional<Error> moveItem(const std::string& path, const std::string& newPath) override;
+    std::optional<Error> createEmptyFile(const std::string& path) override;
+    std::shared_ptr<LogFile> open(const std::string& path) override;
+};
+
+} // namespace platform::native

@@ -1,0 +1,103 @@
+#include "platform/linux/Pipe.h"
+
+#include "platform/linux/LaunchFailure.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdint>
+
+namespace platform::native {
+
+namespace {
+
+constexpr const char* fileHandleException = "NSFileHandleOperationException";
+
+/// What a pipe holds, and what it is enlarged to once a child has filled it, so that the two
+/// processes change places less often.
+constexpr std::size_t usualPipeSize = 1U << 16U;
+constexpr int largePipeSize = 1 << 20;
+
+} // namespace
+
+FileDescriptor aboveStandardStreams(FileDescriptor descriptor) {
+    if (!descriptor || descriptor.get() > STDERR_FILENO) {
+        return descriptor;
+    }
+    return FileDescriptor(::fcntl(descriptor.get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
+}
+
+Pipe::Pipe() {
+    std::array<int, 2> ends{-1, -1};
+    if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
+        throw resourceFailure(errno, fileHandleException, "pipe");
+    }
+    readEnd_ = aboveStandardStreams(FileDescriptor(ends[0]));
+    writeEnd_ = aboveStandardStreams(FileDescriptor(ends[1]));
+    if (!readEnd_ || !writeEnd_) {
+        throw resourceFailure(errno, fileHandleException, "pipe");
+    }
+}
+
+std::size_t Pipe::readAvailable(std::span<std::byte> buffer) {
+    const std::lock_guard lock(reading_);
+    while (!closed_) {
+        prepareReading();
+        const auto count = ::read(readEnd_.get(), buffer.data(), buffer.size());
+        if (count >= 0) {
+            const auto size = static_cast<std::size_t>(count);
+            if (size >= usualPipeSize && !std::exchange(enlarged_, true)) {
+                // A refusal leaves the pipe as it is, which is only slower.
+                ::fcntl(readEnd_.get(), F_SETPIPE_SZ, largePipeSize);
+            }
+            return size;
+        }
+        if (errno == EAGAIN) {
+            waitUntilReadable();
+        } else if (errno != EINTR) {
+            throw resourceFailure(errno, fileHandleException, "readable pipe");
+        }
+    }
+    return 0;
+}
+
+/// The read end waits in poll, not in read. Done at the first read, since a child that is given the
+/// read end must not meet it.
+void Pipe::prepareReading() {
+    if (!std::exchange(prepared_, true)) {
+        ::fcntl(readEnd_.get(), F_SETFL, O_RDONLY | O_NONBLOCK);
+    }
+}
+
+void Pipe::waitUntilReadable() {
+    if (!wake_) {
+        wake_ = FileDescriptor(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
+        if (!wake_) {
+            throw resourceFailure(errno, fileHandleException, "descriptor");
+        }
+        wakeNumber_ = wake_.get();
+    }
+    if (closed_) {
+        return;
+    }
+    std::array waiting{pollfd{readEnd_.get(), POLLIN, 0}, pollfd{wake_.get(), POLLIN, 0}};
+    if (::poll(waiting.data(), waiting.size(), -1) < 0 && errno != EINTR) {
+        throw resourceFailure(errno, fileHandleException, "memory");
+    }
+}
+
+void Pipe::closeReadEnd() {
+    closed_ = true;
+    const std::uint64_t one = 1;
+    if (const int wake = wakeNumber_; wake >= 0 && ::write(wake, &one, sizeof one) < 0) {
+        // The counter is full: the reader is awake already.
+    }
+    const std::lock_guard lock(reading_);
+    readEnd_.reset();
+}
+
+} // namespace platform::native

@@ -1,0 +1,35 @@
+#pragma once
+
+#include "platform/Preferences.h"
+#include "platform/PropertyLists.h"
+#include "platform/UserAccount.h"
+
+#include <mutex>
+
+namespace platform::native {
+
+/// Preferences in the property list "`domain`.plist" of the Preferences folder in the user's
+/// Library, which is made when a preference is stored. The file is read at every use, so that what
+/// others store is seen. A store that is no property list counts as empty and is replaced; one that
+/// cannot be read is kept as it is.
+class Preferences : public platform::Preferences {
+public:
+    /// `account` and `propertyLists` outlive the preferences.
+    Preferences(std::string domain, platform::UserAccount& account,
+                platform::PropertyLists& propertyLists)
+        : domain_(std::move(domain)), account_(account), propertyLists_(propertyLists) {}
+
+    Value value(const std::string& key) override;
+    void setValue(const std::string& key, const Value& value) override;
+
+private:
+    std::string folder() const;
+    std::string store() const;
+
+    std::string domain_;
+    platform::UserAccount& account_;
+    platform::PropertyLists& propertyLists_;
+    std::mutex writing_;
+};
+
+} // namespace platform::native

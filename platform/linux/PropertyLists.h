@@ -1,0 +1,20 @@
+#pragma once
+
+#include "platform/PropertyLists.h"
+
+namespace platform::native {
+
+/// Property lists by libplist, which sees only bytes that are safe for it: see isWithinLimits().
+///
+/// An integer from 2^63 on reads as the negative number of the same 64 bits. Dates outside the
+/// years 1933 to 2068, objects, none, and text that is not UTF-8 or holds control characters cannot
+/// be written: the Error says so, and nothing is written.
+class PropertyLists : public platform::PropertyLists {
+public:
+    Value parse(std::string_view bytes) override;
+    [[nodiscard]] std::optional<Error> writeAtomically(const Value& value,
+                                                       const std::string& path) override;
+    Value read(const std::string& path) override;
+};
+
+} // namespace platform::native

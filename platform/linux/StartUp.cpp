@@ -1,0 +1,91 @@
+#include "platform/StartUp.h"
+
+#include "platform/Services.h"
+#include "platform/foundation/Format.h"
+#include "platform/foundation/Text.h"
+#include "platform/linux/AuthorizationServices.h"
+#include "platform/linux/Console.h"
+#include "platform/linux/FileSystem.h"
+#include "platform/linux/LocalTime.h"
+#include "platform/linux/LogFiles.h"
+#include "platform/linux/Preferences.h"
+#include "platform/linux/ProcessLauncher.h"
+#include "platform/linux/PropertyLists.h"
+#include "platform/linux/SearchPaths.h"
+#include "platform/linux/SystemInformation.h"
+#include "platform/linux/UserAccount.h"
+#include "platform/linux/Workspace.h"
+
+#include <cstdlib>
+
+namespace platform {
+
+namespace {
+
+/// Where the application keeps its preferences.
+constexpr const char* preferencesDomain = "com.quillfen.KelvaneUninstaller";
+
+/// The ports on Linux, each after those that it uses.
+struct LinuxServices {
+    native::Console console;
+    native::SystemInformation systemInformation;
+    native::LogFiles logFiles;
+    native::UserAccount userAccount;
+    native::SearchPaths searchPaths{userAccount};
+    native::FileSystem fileSystem;
+    native::PropertyLists propertyLists;
+    native::Preferences preferences{preferencesDomain, userAccount, propertyLists};
+    native::ProcessLauncher processLauncher;
+    native::Workspace workspace{userAccount, searchPaths, propertyLists};
+    native::AuthorizationServices authorizationServices;
+    native::LocalTime localTime;
+
+    void install() {
+        platform::install<Console>(console);
+        platform::install<SystemInformation>(systemInformation);
+        platform::install<LogFiles>(logFiles);
+        platform::install<UserAccount>(userAccount);
+        platform::install<SearchPaths>(searchPaths);
+        platform::install<FileSystem>(fileSystem);
+        platform::install<PropertyLists>(propertyLists);
+        platform::install<Preferences>(preferences);
+        platform::install<ProcessLauncher>(processLauncher);
+        platform::install<Workspace>(workspace);
+        platform::install<AuthorizationServices>(authorizationServices);
+        platform::install<LocalTime>(localTime);
+    }
+};
+
+/// Said when the environment names a home folder that cannot be meant.
+constexpr const char* relativeHomeMessage =
+    "HOME is “%@”, which is not an absolute path. Using “%@” instead.";
+
+/// Leaves the folders of the environment usable for this process, the libraries in it and its
+/// children: a home folder that is no absolute path becomes the account's own, and a relative data
+/// folder counts as none.
+void normalizeEnvironment(LinuxServices& services) {
+    constexpr int overwrite = 1;
+    if (!native::absolutePathFromEnvironment("HOME")) {
+        const char* named = std::getenv("HOME");
+        const auto used = services.userAccount.homeDirectory();
+        if (named != nullptr && *named != '\0') {
+            services.console.systemLog(
+                format(relativeHomeMessage, text::printable(named), text::printable(used)));
+        }
+        ::setenv("HOME", used.c_str(), overwrite);
+    }
+    if (!native::absolutePathFromEnvironment("XDG_DATA_HOME")) {
+        ::unsetenv("XDG_DATA_HOME");
+    }
+}
+
+} // namespace
+
+void installServices() {
+    // Detached threads may use the services until the process is gone: they are never destroyed.
+    static auto& services = *new LinuxServices;
+    normalizeEnvironment(services);
+    services.install();
+}
+
+} // namespace platform

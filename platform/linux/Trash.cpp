@@ -1,0 +1,206 @@
+#include "platform/linux/Trash.h"
+
+#include "platform/foundation/Path.h"
+#include "platform/foundation/Text.h"
+#include "platform/linux/Errors.h"
+#include "platform/linux/FileDescriptor.h"
+#include "platform/linux/Folders.h"
+#include "platform/linux/FreeName.h"
+
+#include <fcntl.h>
+#include <gio/gio.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <memory>
+
+namespace platform::native {
+
+namespace {
+
+using Failure = std::optional<TrashFailure>;
+
+Failure failure(int number) {
+    return TrashFailure{number, reason(number)};
+}
+
+/// The folder of the trashed items themselves in the home trash that GIO uses.
+std::string homeTrashFiles() {
+    return path::appending(g_get_user_data_dir(), "Trash/files");
+}
+
+bool isSameItem(const struct stat& one, const struct stat& other) {
+    return one.st_dev == other.st_dev && one.st_ino == other.st_ino;
+}
+
+/// Makes the home trash with the mode that others insist on. 0, or the errno.
+int makeHomeTrash() {
+    constexpr mode_t privateMode = 0700;
+    const int error = makeFolders(homeTrashFiles(), privateMode);
+    return error != 0
+               ? error
+               : makeFolders(path::appending(path::deletingLastComponent(homeTrashFiles()), "info"),
+                             privateMode);
+}
+
+/// Makes the Trash that the user knows where nothing stands at it. 0, or the errno.
+int linkTrash(const std::string& trash) {
+    struct stat status {};
+    if (::lstat(trash.c_str(), &status) == 0 || errno != ENOENT) {
+        return 0;
+    }
+    const int error = makeHomeTrash();
+    if (error != 0) {
+        return error;
+    }
+    const bool linked = ::symlink(homeTrashFiles().c_str(), trash.c_str()) == 0;
+    return linked || errno == EEXIST ? 0 : errno;
+}
+
+/// Whether `trash` is a link that was made for a home trash which is not there any more.
+bool isLinkToMissingHomeTrash(const std::string& trash) {
+    std::array<char, 4096> target{};
+    const auto length = ::readlink(trash.c_str(), target.data(), target.size());
+    return length > 0 &&
+           homeTrashFiles() == std::string_view(target.data(), static_cast<std::size_t>(length));
+}
+
+/// The errno for a failure of GIO that has one, 0 for another.
+int errorNumber(const GError& error) {
+    if (error.domain != G_IO_ERROR) {
+        return 0;
+    }
+    switch (error.code) {
+    case G_IO_ERROR_NOT_FOUND:
+        return ENOENT;
+    case G_IO_ERROR_PERMISSION_DENIED:
+        return EACCES;
+    case G_IO_ERROR_NO_SPACE:
+        return ENOSPC;
+    case G_IO_ERROR_FILENAME_TOO_LONG:
+        return ENAMETOOLONG;
+    case G_IO_ERROR_READ_ONLY:
+        return EROFS;
+    case G_IO_ERROR_BUSY:
+        return EBUSY;
+    default:
+        return 0;
+    }
+}
+
+Failure failureOfGio(const GError& error) {
+    if (const int number = errorNumber(error); number != 0) {
+        return failure(number);
+    }
+    if (g_error_matches(&error, G_IO_ERROR, G_IO_ERROR_NOT_SUPPORTED) != FALSE) {
+        return TrashFailure{EOPNOTSUPP, "the volume that it is on has no Trash"};
+    }
+    return TrashFailure{EIO, "the system reports: " + text::printable(error.message)};
+}
+
+bool stands(const std::string& path) {
+    struct stat status {};
+    return ::lstat(path.c_str(), &status) == 0;
+}
+
+/// The name that GIO tries as the `count`th for an item in the home trash, from 1 on.
+std::string nameInHomeTrash(std::string name, int count) {
+    if (count > 1) {
+        name.insert(std::min(name.find('.'), name.size()), '.' + std::to_string(count));
+    }
+    return name;
+}
+
+/// Where an item stands in the home trash without a note of its own, under the name that GIO gives
+/// to the next one called `name`, moves it to a free name: GIO looks at the notes alone and would
+/// replace it. 0, or the errno.
+int protectNamesake(const std::string& name) {
+    const auto files = homeTrashFiles();
+    const auto notes = path::appending(path::deletingLastComponent(files), "info");
+    std::string chosen = name;
+    for (int count = 2; stands(path::appending(notes, chosen + ".trashinfo")); ++count) {
+        chosen = nameInHomeTrash(name, count);
+    }
+    if (!stands(path::appending(files, chosen))) {
+        return 0;
+    }
+    const FileDescriptor folder(::open(files.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    return folder ? moveToFreeName(folder.get(), chosen, folder.get()) : errno;
+}
+
+Failure trashThroughGio(const std::string& item) {
+    if (const int error = protectNamesake(path::lastComponent(item)); error != 0) {
+        return failure(error);
+    }
+    // The local files alone are meant: other GIO volumes would bring in the session bus.
+    const std::unique_ptr<GFile, decltype(&g_object_unref)> file(
+        g_vfs_get_file_for_path(g_vfs_get_local(), item.c_str()), &g_object_unref);
+    GError* raised = nullptr;
+    if (g_file_trash(file.get(), nullptr, &raised) != FALSE) {
+        return std::nullopt;
+    }
+    const std::unique_ptr<GError, decltype(&g_error_free)> error(raised, &g_error_free);
+    return failureOfGio(*error);
+}
+
+Failure trashByRename(const std::string& folder, const std::string& trash,
+                      const std::string& name) {
+    const FileDescriptor source(::open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    const FileDescriptor destination(
+        ::open(trash.c_str(), O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    if (!source || !destination) {
+        return failure(errno);
+    }
+    const int error = moveToFreeName(source.get(), name, destination.get());
+    return error == 0 ? std::nullopt : failure(error);
+}
+
+bool isEntryName(const std::string& name) {
+    return !name.empty() && name != "." && name != ".." && name.find('/') == std::string::npos;
+}
+
+} // namespace
+
+Failure trashItem(const std::string& folder, const std::string& trash, const std::string& name) {
+    const auto item = path::appending(folder, name);
+    struct stat itemStatus {};
+    if (!isEntryName(name) || !item.starts_with('/') || !trash.starts_with('/')) {
+        return failure(EINVAL);
+    }
+    if (::lstat(item.c_str(), &itemStatus) != 0) {
+        return failure(errno);
+    }
+    int error = linkTrash(trash);
+    if (error == 0 && isLinkToMissingHomeTrash(trash)) {
+        error = makeHomeTrash();
+    }
+    struct stat trashStatus {};
+    if (error == 0 && ::lstat(trash.c_str(), &trashStatus) != 0) {
+        error = errno;
+    }
+    if (error != 0) {
+        return TrashFailure{error, "the Trash can’t be used: " + reason(error)};
+    }
+    if (isSameItem(itemStatus, trashStatus)) {
+        return TrashFailure{EINVAL, "it is the Trash itself"};
+    }
+    struct stat target {};
+    struct stat files {};
+    const bool isHomeTrash = ::stat(trash.c_str(), &target) == 0 &&
+                             ::stat(homeTrashFiles().c_str(), &files) == 0 &&
+                             isSameItem(target, files);
+    if (isHomeTrash) {
+        return trashThroughGio(item);
+    }
+    if (S_ISDIR(trashStatus.st_mode)) {
+        return trashByRename(folder, trash, name);
+    }
+    return TrashFailure{ENOTDIR, S_ISLNK(trashStatus.st_mode)
+                                     ? "the Trash is a link that leads elsewhere"
+                                     : "the Trash is a file"};
+}
+
+} // namespace platform::native

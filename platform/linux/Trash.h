@@ -1,0 +1,30 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+namespace platform::native {
+
+/// What could not be done to an item, for failureSentence().
+constexpr const char* movedToTrash = "moved to the Trash";
+
+/// Why an item could not be trashed: an errno and a person's words, fit to follow "because".
+struct TrashFailure {
+    int number;
+    std::string why;
+};
+
+/// Moves the entry `name` of `folder` whole into the Trash that the user knows as `trash`.
+///
+/// Where nothing stands at `trash`, it becomes a link to the "files" folder of the freedesktop home
+/// trash ("The FreeDesktop.org Trash specification", version 1.0), which is made too. Where `trash`
+/// is, or leads to, that folder, the item goes through GIO, which notes where it came from: the
+/// desktop shows it and can restore it, and an item of another volume goes into the trash of that
+/// volume. A real folder that stands at `trash` is used as it is, by a rename that never replaces:
+/// of "a.txt", the second becomes "a 2.txt". Anything else at `trash` is a failure.
+///
+/// Gives nothing on success. On failure the item is whole where it was.
+[[nodiscard]] std::optional<TrashFailure>
+trashItem(const std::string& folder, const std::string& trash, const std::string& name);
+
+} // namespace platform::native

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace platform::native {
+
+/// The content of a regular file of at most `limit` bytes; a final link is followed. Nothing when
+/// there is none, when it is larger, or when anything else stands at the path, which is told
+/// without waiting for it: a FIFO without a writer, a device.
+std::optional<std::string> contentOfFile(const std::string& path, std::size_t limit);
+
+/// Puts a file of exactly this content in the place of what stands at the path, mode 0644 less the
+/// umask. Others see what stood there before or all of the content, also after a crash. Gives 0, or
+/// the errno of what failed; the path is then as it was.
+[[nodiscard]] int replaceFile(const std::string& path, std::string_view content);
+
+} // namespace platform::native

@@ -1,0 +1,210 @@
+#include "platform/linux/tools/launchctl/Commands.h"
+
+#include "platform/foundation/Path.h"
+#include "platform/foundation/Text.h"
+#include "platform/linux/UserAccount.h"
+#include "platform/linux/tools/launchctl/JobFile.h"
+#include "platform/linux/tools/launchctl/JobUnits.h"
+#include "platform/linux/tools/launchctl/ServiceManager.h"
+#include "platform/linux/tools/launchctl/ToolError.h"
+#include "platform/linux/tools/launchctl/UnitFolder.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <filesystem>
+#include <iostream>
+
+namespace platform::native::launchctl {
+
+namespace {
+
+using Clock = ServiceManager::Clock;
+
+/// Callers give the tool ten seconds.
+constexpr std::chrono::milliseconds wholeTime{7500};
+constexpr std::chrono::milliseconds patienceWithJobs{4000};
+
+/// What one run of the program acts on.
+struct Caller {
+    Domain domain;
+    UnitFolder folder;
+    Clock::time_point began = Clock::now();
+
+    ServiceManager connect() const { return {domain, began + wholeTime}; }
+};
+
+Caller currentCaller() {
+    if (::geteuid() == 0) {
+        return {Domain::system, UnitFolder("/etc/systemd/system")};
+    }
+    const auto settings = absolutePathFromEnvironment("XDG_CONFIG_HOME")
+                              .value_or(UserAccount().homeDirectory() + "/.config");
+    return {Domain::user, UnitFolder(settings + "/systemd/user")};
+}
+
+std::string absolute(const std::string& file) {
+    std::error_code error;
+    const auto path = std::filesystem::absolute(file, error);
+    return error ? file : path.lexically_normal().string();
+}
+
+void requireDomainOf(const std::string& file, const Caller& caller) {
+    const auto folder = path::lastComponent(path::deletingLastComponent(file));
+    if (caller.domain == Domain::user && folder == "LaunchDaemons") {
+        throw ToolError(file + ": Daemons are the system's, which only root may change");
+    }
+}
+
+void removeFiles(const Caller& caller, const std::vector<std::string>& units) {
+    caller.folder.remove(units);
+    if (caller.domain == Domain::user) {
+        caller.folder.removeIfEmpty();
+    }
+}
+
+void stop(const Caller& caller, const std::vector<std::string>& units, ServiceManager& manager) {
+    manager.stop(units, caller.began + patienceWithJobs);
+    for (const auto& unit : units) {
+        manager.forget(unit);
+    }
+}
+
+/// Links go first, so that nothing starts the job again; files go last, so that a run that is cut
+/// short can be repeated.
+void takeDown(const Caller& caller, const std::vector<std::string>& units,
+              ServiceManager& manager) {
+    caller.folder.removeLinks(units);
+    stop(caller, units, manager);
+    removeFiles(caller, units);
+    manager.reload();
+}
+
+void takeDown(const Caller& caller, const std::vector<std::string>& units) {
+    try {
+        auto manager = caller.connect();
+        takeDown(caller, units, manager);
+    } catch (const NoServiceManager&) {
+        caller.folder.removeLinks(units);
+        removeFiles(caller, units);
+        throw;
+    }
+}
+
+void requireFreeNames(const std::vector<UnitFile>& units, const Caller& caller,
+                      ServiceManager& manager) {
+    for (const auto& unit : units) {
+        if (caller.folder.has(unit.name) || manager.hasUnitFile(unit.name)) {
+            throw ToolError(unit.name + ": There is another unit of this name");
+        }
+    }
+}
+
+void putUp(const std::vector<UnitFile>& units, const Caller& caller, ServiceManager& manager) {
+    caller.folder.write(units);
+    manager.reload();
+    for (const auto& unit : units) {
+        if (!unit.wantedBy.empty()) {
+            manager.start(unit.name);
+        }
+    }
+}
+
+/// Files go first: whatever the manager does then, nothing of the job stays for the next log-in.
+void withdraw(const Caller& caller, const std::vector<std::string>& units,
+              ServiceManager& manager) {
+    try {
+        caller.folder.removeLinks(units);
+        removeFiles(caller, units);
+        stop(caller, units, manager);
+        manager.reload();
+    } catch (const ToolError& error) {
+        std::cerr << "launchctl: " << text::printable(error.what()) << '\n';
+    }
+}
+
+void load(const std::string& argument) {
+    const auto file = absolute(argument);
+    const auto caller = currentCaller();
+    const auto job = readJobFile(file, MustBeSafe::yes);
+    requireDomainOf(file, caller);
+    const auto label = labelOfJob(job);
+    const auto units = unitsOfJob(job, file, caller.domain);
+    if (!caller.folder.unitsOf(label).empty()) {
+        throw ToolError(file + ": service already loaded");
+    }
+    auto manager = caller.connect();
+    requireFreeNames(units, caller, manager);
+    try {
+        putUp(units, caller, manager);
+    } catch (const ToolError&) {
+        withdraw(caller, caller.folder.unitsOf(label), manager);
+        throw;
+    }
+}
+
+void unload(const std::string& argument) {
+    const auto file = absolute(argument);
+    const auto caller = currentCaller();
+    const auto job = readJobFile(file, MustBeSafe::no);
+    requireDomainOf(file, caller);
+    const auto units = caller.folder.unitsOf(labelOfJob(job));
+    if (units.empty()) {
+        throw ToolError(file + ": Could not find specified service");
+    }
+    takeDown(caller, units);
+}
+
+void remove(const std::string& label) {
+    const auto caller = currentCaller();
+    const auto units = caller.folder.unitsOf(label);
+    if (units.empty()) {
+        throw ToolError(label + ": Could not find specified service");
+    }
+    takeDown(caller, units);
+}
+
+void list() {
+    const auto caller = currentCaller();
+    auto manager = caller.connect();
+    std::cout << "PID\tStatus\tLabel\n";
+    for (const auto& owner : caller.folder.owners()) {
+        const auto state = manager.stateOf(unitNames(owner.label).back());
+        const auto process = state.processId == 0 ? "-" : std::to_string(state.processId);
+        std::cout << process << '\t' << state.lastStatus << '\t' << text::printable(owner.label)
+                  << '\n';
+    }
+}
+
+struct Command {
+    std::string_view name;
+    void (*perform)(const std::string& operand);
+};
+
+constexpr std::array commands = {
+    Command{"load", load},
+    Command{"unload", unload},
+    Command{"remove", remove},
+};
+
+} // namespace
+
+Outcome run(std::span<const std::string> words) {
+    if (words.size() == 1 && words.front() == "list") {
+        list();
+        return Outcome::done;
+    }
+    const auto command =
+        std::find_if(commands.begin(), commands.end(), [words](const Command& candidate) {
+            return words.size() == 2 && candidate.name == words.front();
+        });
+    if (command == commands.end()) {
+        return Outcome::misused;
+    }
+    command->perform(words.back());
+    return Outcome::done;
+}
+
+} // namespace platform::native::launchctl

@@ -1,0 +1,212 @@
+#include "platform/linux/tools/launchctl/JobUnits.h"
+
+#include "platform/foundation/Text.h"
+#include "platform/linux/tools/launchctl/JobKeys.h"
+#include "platform/linux/tools/launchctl/UnitText.h"
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+namespace platform::native::launchctl {
+
+namespace {
+
+/// systemd ignores sections of such names, so that they are free for records.
+constexpr std::string_view ownerSection = "\n[X-Launchd]\n";
+constexpr std::string_view labelSetting = "Label=\"";
+constexpr std::string_view jobFileSetting = "JobFile=\"";
+
+constexpr std::array suffixes = {".timer", ".path", ".service"};
+
+/// The seconds that launchd gives a job to end.
+constexpr const char* defaultStopTimeout = "20";
+
+/// systemd reads no longer lines.
+constexpr std::size_t longestLine = 1000000;
+
+JobError errorOfKey(const std::string& key, const Unfit& unfit) {
+    return JobError("\"" + key + "\" " + unfit.what());
+}
+
+const Value::Dictionary& settingsOf(const Value& job) {
+    const auto* settings = job.as<Value::Dictionary>();
+    if (settings == nullptr) {
+        throw JobError("the job file holds no dictionary");
+    }
+    return *settings;
+}
+
+void requireKnownKeys(const Value::Dictionary& settings) {
+    const auto keys = jobKeys();
+    for (const auto& [name, ignored] : settings) {
+        if (std::none_of(keys.begin(), keys.end(),
+                         [&wanted = name](const JobKey& key) { return key.name == wanted; })) {
+            throw errorOfKey(name, Unfit("is not supported"));
+        }
+    }
+}
+
+Draft draftOf(const Value::Dictionary& settings) {
+    Draft draft;
+    draft.stopTimeout = defaultStopTimeout;
+    for (const auto& key : jobKeys()) {
+        const auto setting = settings.find(std::string(key.name));
+        if (setting == settings.end()) {
+            continue;
+        }
+        try {
+            key.apply(setting->second, draft);
+        } catch (const Unfit& unfit) {
+            throw errorOfKey(setting->first, unfit);
+        }
+    }
+    return draft;
+}
+
+/// "@" has the first argument apart from the path of the program, as jobs have them.
+std::string commandLine(const Draft& draft) {
+    if (!draft.program && draft.arguments.empty()) {
+        throw JobError(R"(the job has neither "Program" nor "ProgramArguments")");
+    }
+    const auto& program = draft.program ? *draft.program : draft.arguments.front();
+    const auto arguments = draft.arguments.empty() ? std::vector{program} : draft.arguments;
+    std::string line = "ExecStart=@";
+    try {
+        line += programWord(program);
+    } catch (const Unfit& unfit) {
+        throw errorOfKey(draft.program ? "Program" : "ProgramArguments", unfit);
+    }
+    try {
+        for (const auto& argument : arguments) {
+            line += " " + quotedArgument(argument);
+        }
+    } catch (const Unfit& unfit) {
+        throw errorOfKey("ProgramArguments", unfit);
+    }
+    return line;
+}
+
+std::string section(std::string_view name, const Lines& lines) {
+    std::string text = "\n[" + std::string(name) + "]\n";
+    for (const auto& line : lines) {
+        if (line.size() > longestLine) {
+            const auto setting = line.substr(0, line.find('='));
+            throw JobError("what is to be " + setting + " is too long for a unit");
+        }
+        text += line + "\n";
+    }
+    return text;
+}
+
+/// What every unit of a job has in common.
+class Units {
+public:
+    Units(std::string label, std::string_view jobFile)
+        : label_(std::move(label)), jobFile_(text::printable(jobFile)) {}
+
+    void add(const char* suffix, const std::string& sections, const std::string& wantedBy) {
+        std::string text = "[Unit]\nDescription=" + escapedSpecifiers(label_) + " (launchd job)\n";
+        text += sections;
+        if (!wantedBy.empty()) {
+            text += section("Install", {"WantedBy=" + wantedBy});
+        }
+        text += ownerSection;
+        text += std::string(labelSetting) + label_ + "\"\n";
+        text += std::string(jobFileSetting) + jobFile_ + "\"\n";
+        files_.push_back({escapedForUnitName(label_) + suffix, text, wantedBy});
+    }
+
+    std::vector<UnitFile> take() { return std::move(files_); }
+
+private:
+    std::string label_;
+    std::string jobFile_;
+    std::vector<UnitFile> files_;
+};
+
+/// launchd never gives up a job that starts often.
+constexpr const char* noStartLimit = "StartLimitIntervalSec=0\n";
+
+std::string serviceSections(const Draft& draft) {
+    Lines lines = {commandLine(draft)};
+    lines.insert(lines.end(), draft.service.begin(), draft.service.end());
+    lines.push_back("StandardError=" +
+                    (draft.standardError.empty() ? "journal" : draft.standardError));
+    lines.push_back("TimeoutStopSec=" + draft.stopTimeout);
+    return noStartLimit + section("Service", lines);
+}
+
+std::string timerSections(const Draft& draft) {
+    auto lines = draft.timer;
+    // Without it a timer may be a minute late.
+    lines.emplace_back("AccuracySec=1s");
+    return section("Timer", lines);
+}
+
+/// The setting's value when the line holds it, all but the quote at its end.
+std::string valueOf(std::string_view text, std::string_view setting) {
+    const auto line = text.find(setting);
+    if (line == std::string_view::npos) {
+        return {};
+    }
+    text.remove_prefix(line + setting.size());
+    const auto end = text.find("\"\n");
+    return end == std::string_view::npos ? std::string() : std::string(text.substr(0, end));
+}
+
+} // namespace
+
+std::vector<UnitFile> unitsOfJob(const Value& job, std::string_view jobFile, Domain domain) {
+    const auto& settings = settingsOf(job);
+    requireKnownKeys(settings);
+    Units units(labelOfJob(job), jobFile);
+    const auto draft = draftOf(settings);
+    const std::string startUp = domain == Domain::user ? "default.target" : "multi-user.target";
+    units.add(".service", serviceSections(draft), draft.startsAtLoad ? startUp : "");
+    if (!draft.timer.empty()) {
+        units.add(".timer", timerSections(draft), "timers.target");
+    }
+    if (!draft.path.empty()) {
+        units.add(".path", section("Path", draft.path), "paths.target");
+    }
+    return units.take();
+}
+
+std::string labelOfJob(const Value& job) {
+    const auto& settings = settingsOf(job);
+    const auto setting = settings.find("Label");
+    if (setting == settings.end()) {
+        throw JobError("the job has no \"Label\"");
+    }
+    const auto* label = setting->second.as<std::string>();
+    if (label == nullptr) {
+        throw errorOfKey("Label", Unfit("must be a string"));
+    }
+    static_cast<void>(unitNames(*label));
+    return *label;
+}
+
+std::vector<std::string> unitNames(const std::string& label) {
+    try {
+        std::vector<std::string> names;
+        names.reserve(suffixes.size());
+        for (const auto* suffix : suffixes) {
+            names.push_back(escapedForUnitName(label) + suffix);
+        }
+        return names;
+    } catch (const Unfit& unfit) {
+        throw errorOfKey("Label", unfit);
+    }
+}
+
+Owner ownerOfUnit(std::string_view unitText) {
+    const auto record = unitText.rfind(ownerSection);
+    if (record == std::string_view::npos) {
+        return {};
+    }
+    unitText.remove_prefix(record);
+    return {valueOf(unitText, labelSetting), valueOf(unitText, jobFileSetting)};
+}
+
+} // namespace platform::native::launchctl

@@ -1,0 +1,278 @@
+#include "platform/linux/tools/launchctl/ServiceManager.h"
+
+#include "platform/linux/UserAccount.h"
+
+#include <gio/gio.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <optional>
+
+namespace platform::native::launchctl {
+
+namespace {
+
+using Clock = ServiceManager::Clock;
+
+constexpr const char* systemdName = "org.freedesktop.systemd1";
+constexpr const char* managerPath = "/org/freedesktop/systemd1";
+constexpr const char* managerInterface = "org.freedesktop.systemd1.Manager";
+constexpr const char* noAnswer = "the service manager does not answer";
+
+constexpr const char* noSuchUnit = "org.freedesktop.systemd1.NoSuchUnit";
+constexpr const char* fileNotFound = "org.freedesktop.DBus.Error.FileNotFound";
+constexpr const char* nothingToClean = "org.freedesktop.systemd1.NothingToClean";
+
+struct FreeText {
+    void operator()(char* text) const { g_free(text); }
+};
+using Text = std::unique_ptr<char, FreeText>;
+
+struct FreeError {
+    void operator()(GError* error) const { g_error_free(error); }
+};
+using Error = std::unique_ptr<GError, FreeError>;
+
+/// Where the bus of the user's manager is: beside the manager's other sockets, even when the
+/// session has been given a bus of its own.
+std::string userBusAddress() {
+    const auto folder = absolutePathFromEnvironment("XDG_RUNTIME_DIR")
+                            .value_or("/run/user/" + std::to_string(::geteuid()));
+    const auto socket = folder + "/bus";
+    std::error_code error;
+    const char* address = std::getenv("DBUS_SESSION_BUS_ADDRESS");
+    if (address != nullptr && !std::filesystem::exists(socket, error)) {
+        return address;
+    }
+    const Text escaped(g_dbus_address_escape_value(socket.c_str()));
+    return std::string("unix:path=") + escaped.get();
+}
+
+std::string systemBusAddress() {
+    const Text address(g_dbus_address_get_for_bus_sync(G_BUS_TYPE_SYSTEM, nullptr, nullptr));
+    return address ? address.get() : "";
+}
+
+std::string withoutName(GError& error) {
+    g_dbus_error_strip_remote_error(&error);
+    return error.message;
+}
+
+bool isTimeout(const GError& error) {
+    return g_error_matches(&error, G_IO_ERROR, G_IO_ERROR_TIMED_OUT) != 0 ||
+           g_error_matches(&error, G_DBUS_ERROR, G_DBUS_ERROR_NO_REPLY) != 0 ||
+           g_error_matches(&error, G_DBUS_ERROR, G_DBUS_ERROR_TIMEOUT) != 0;
+}
+
+int millisecondsUntil(Clock::time_point end) {
+    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end - Clock::now());
+    return static_cast<int>(std::max<std::int64_t>(left.count(), 1));
+}
+
+/// Serves the events of the connection until there is nothing to wait for or time is up.
+template <class Done>
+bool serveUntil(Clock::time_point end, Done done) {
+    const auto wakeUp = [](void*) -> gboolean { return G_SOURCE_CONTINUE; };
+    const auto timer = g_timeout_add(static_cast<guint>(millisecondsUntil(end)), wakeUp, nullptr);
+    while (!done() && Clock::now() < end) {
+        g_main_context_iteration(nullptr, TRUE);
+    }
+    g_source_remove(timer);
+    return done();
+}
+
+/// What becomes of connecting. Shared with a callback that may come late or never.
+struct Connecting {
+    bool isOver = false;
+    GDBusConnection* connection = nullptr;
+    Error error;
+};
+
+void connectionIsOver(GObject* /*source*/, GAsyncResult* result, void* data) {
+    const std::unique_ptr<std::shared_ptr<Connecting>> held(
+        static_cast<std::shared_ptr<Connecting>*>(data));
+    auto& connecting = **held;
+    GError* raised = nullptr;
+    connecting.connection = g_dbus_connection_new_for_address_finish(result, &raised);
+    connecting.error.reset(raised);
+    connecting.isOver = true;
+}
+
+/// Neither the connection nor the greeting of a bus can be given a time-out; so it is made in the
+/// background, and left there when it takes too long.
+GDBusConnection* connectionTo(const std::string& address, Clock::time_point deadline) {
+    const auto connecting = std::make_shared<Connecting>();
+    g_dbus_connection_new_for_address(
+        address.c_str(),
+        static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
+                                          G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
+        nullptr, nullptr, connectionIsOver,
+        std::make_unique<std::shared_ptr<Connecting>>(connecting).release());
+    if (!serveUntil(deadline, [&] { return connecting->isOver; })) {
+        throw ToolError(noAnswer);
+    }
+    if (connecting->connection == nullptr) {
+        throw NoServiceManager("there is no service manager: " + withoutName(*connecting->error));
+    }
+    return connecting->connection;
+}
+
+/// One signal subscription, for a scope.
+class JobRemovedSubscription {
+public:
+    JobRemovedSubscription(GDBusConnection* connection, const std::string& manager,
+                           std::map<std::string, std::string>& jobs)
+        : connection_(connection),
+          id_(g_dbus_connection_signal_subscribe(
+              connection, manager.c_str(), managerInterface, "JobRemoved", managerPath, nullptr,
+              G_DBUS_SIGNAL_FLAGS_NONE, jobRemoved, &jobs, nullptr)) {}
+    ~JobRemovedSubscription() { g_dbus_connection_signal_unsubscribe(connection_, id_); }
+    JobRemovedSubscription(const JobRemovedSubscription&) = delete;
+    JobRemovedSubscription& operator=(const JobRemovedSubscription&) = delete;
+    JobRemovedSubscription(JobRemovedSubscription&&) = delete;
+    JobRemovedSubscription& operator=(JobRemovedSubscription&&) = delete;
+
+private:
+    static void jobRemoved(GDBusConnection* /*connection*/, const char* /*sender*/,
+                           const char* /*path*/, const char* /*interface*/, const char* /*name*/,
+                           GVariant* arguments, void* jobs) {
+        if (g_variant_is_of_type(arguments, G_VARIANT_TYPE("(uoss)")) == 0) {
+            return;
+        }
+        const char* job = nullptr;
+        g_variant_get_child(arguments, 1, "&o", &job);
+        static_cast<std::map<std::string, std::string>*>(jobs)->erase(job);
+    }
+
+    GDBusConnection* connection_;
+    guint id_;
+};
+
+} // namespace
+
+void ServiceManager::Free::operator()(GDBusConnection* connection) const {
+    g_object_unref(connection);
+}
+
+void ServiceManager::Free::operator()(GVariant* variant) const {
+    g_variant_unref(variant);
+}
+
+ServiceManager::ServiceManager(Domain domain, Clock::time_point deadline)
+    : connection_(
+          connectionTo(domain == Domain::user ? userBusAddress() : systemBusAddress(), deadline)),
+      deadline_(deadline) {
+    findManager();
+}
+
+ServiceManager::~ServiceManager() = default;
+
+/// Asks the bus for the manager, which a call would have the bus try to start.
+void ServiceManager::findManager() {
+    GError* raised = nullptr;
+    const Reply reply(g_dbus_connection_call_sync(
+        connection_.get(), "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
+        "GetNameOwner", g_variant_new("(s)", systemdName), G_VARIANT_TYPE("(s)"),
+        G_DBUS_CALL_FLAGS_NONE, millisecondsUntil(deadline_), nullptr, &raised));
+    const Error error(raised);
+    if (error && isTimeout(*error)) {
+        throw ToolError(noAnswer);
+    }
+    if (error) {
+        throw NoServiceManager("there is no service manager: " + withoutName(*error));
+    }
+    const char* owner = nullptr;
+    g_variant_get(reply.get(), "(&s)", &owner);
+    manager_ = owner;
+}
+
+ServiceManager::Reply ServiceManager::call(const Target& target, const char* method,
+                                           GVariant* arguments, const char* replyType,
+                                           const Expected& expected) {
+    GError* raised = nullptr;
+    Reply reply(g_dbus_connection_call_sync(connection_.get(), manager_.c_str(), target.path,
+                                            target.interface, method, arguments,
+                                            G_VARIANT_TYPE(replyType), G_DBUS_CALL_FLAGS_NONE,
+                                            millisecondsUntil(deadline_), nullptr, &raised));
+    const Error error(raised);
+    if (!error) {
+        return reply;
+    }
+    const Text name(g_dbus_error_get_remote_error(error.get()));
+    if (name && expected.contains(name.get())) {
+        return nullptr;
+    }
+    throw ToolError(isTimeout(*error) ? noAnswer : withoutName(*error));
+}
+
+ServiceManager::Reply ServiceManager::manage(const char* method, GVariant* arguments,
+                                             const char* replyType, const Expected& expected) {
+    return call({managerPath, managerInterface}, method, arguments, replyType, expected);
+}
+
+bool ServiceManager::hasUnitFile(const std::string& unit) {
+    return manage("GetUnitFileState", g_variant_new("(s)", unit.c_str()), "(s)",
+                  {noSuchUnit, fileNotFound}) != nullptr;
+}
+
+void ServiceManager::reload() {
+    manage("Reload", nullptr, "()");
+}
+
+void ServiceManager::start(const std::string& unit) {
+    manage("StartUnit", g_variant_new("(ss)", unit.c_str(), "replace"), "(o)");
+}
+
+void ServiceManager::stop(const std::vector<std::string>& units, Clock::time_point patience) {
+    // The manager sends its signals only when somebody asked for them.
+    manage("Subscribe", nullptr, "()");
+    const JobRemovedSubscription subscription(connection_.get(), manager_, jobs_);
+    for (const auto& unit : units) {
+        const auto reply =
+            manage("StopUnit", g_variant_new("(ss)", unit.c_str(), "replace"), "(o)", {noSuchUnit});
+        if (reply) {
+            const char* job = nullptr;
+            g_variant_get(reply.get(), "(&o)", &job);
+            jobs_.emplace(job, unit);
+        }
+    }
+    const auto allStopped = [this] { return jobs_.empty(); };
+    if (serveUntil(patience, allStopped)) {
+        return;
+    }
+    for (const auto& [job, unit] : jobs_) {
+        manage("KillUnit", g_variant_new("(ssi)", unit.c_str(), "all", SIGKILL), "()",
+               {noSuchUnit});
+    }
+    if (!serveUntil(deadline_, allStopped)) {
+        throw ToolError(jobs_.begin()->second + " does not end");
+    }
+}
+
+void ServiceManager::forget(const std::string& unit) {
+    manage("ResetFailedUnit", g_variant_new("(s)", unit.c_str()), "()", {noSuchUnit});
+    if (unit.ends_with(".timer")) {
+        const char* const kinds[] = {"state", nullptr};
+        manage("CleanUnit", g_variant_new("(s^as)", unit.c_str(), kinds), "()",
+               {noSuchUnit, nothingToClean});
+    }
+}
+
+ServiceState ServiceManager::stateOf(const std::string& service) {
+    const auto loaded = manage("LoadUnit", g_variant_new("(s)", service.c_str()), "(o)");
+    const char* path = nullptr;
+    g_variant_get(loaded.get(), "(&o)", &path);
+    const auto properties =
+        call({path, "org.freedesktop.DBus.Properties"}, "GetAll",
+             g_variant_new("(s)", "org.freedesktop.systemd1.Service"), "(a{sv})");
+    const Reply values(g_variant_get_child_value(properties.get(), 0));
+    ServiceState state;
+    g_variant_lookup(values.get(), "MainPID", "u", &state.processId);
+    g_variant_lookup(values.get(), "ExecMainStatus", "i", &state.lastStatus);
+    return state;
+}
+
+} // namespace platform::native::launchctl

@@ -1,0 +1,136 @@
+#include "platform/linux/tools/launchctl/UnitFolder.h"
+
+#include "platform/foundation/Path.h"
+#include "platform/linux/Folders.h"
+#include "platform/linux/WholeFiles.h"
+#include "platform/linux/tools/launchctl/ToolError.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <system_error>
+
+namespace platform::native::launchctl {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::size_t largestUnit = std::size_t{4} * 1024 * 1024;
+
+void require(const std::error_code& error, const std::string& path) {
+    if (error) {
+        throw ToolError(path + ": " + error.message());
+    }
+}
+
+/// The owner of a unit file; an empty label for anything else at the path, links included.
+Owner ownerOfFile(const fs::path& path) {
+    std::error_code error;
+    if (!fs::is_regular_file(fs::symlink_status(path, error))) {
+        return {};
+    }
+    const auto text = contentOfFile(path.string(), largestUnit);
+    return text ? ownerOfUnit(*text) : Owner{};
+}
+
+std::vector<fs::path> entriesOf(const std::string& folder) {
+    std::error_code error;
+    std::vector<fs::path> entries;
+    for (fs::directory_iterator entry(folder, error), end; !error && entry != end;
+         entry.increment(error)) {
+        entries.push_back(entry->path());
+    }
+    std::sort(entries.begin(), entries.end());
+    return entries;
+}
+
+void makeFolder(const std::string& path) {
+    constexpr mode_t mode = 0755;
+    require({makeFolders(path, mode), std::generic_category()}, path);
+}
+
+/// Leaves a folder that holds anything, and a link to a folder.
+bool removeEmptyFolder(const std::string& path) {
+    return ::rmdir(path.c_str()) == 0;
+}
+
+} // namespace
+
+std::vector<std::string> UnitFolder::unitsOf(const std::string& label) const {
+    auto names = unitNames(label);
+    std::erase_if(names,
+                  [&](const auto& name) { return ownerOfFile(pathOf(name)).label != label; });
+    return names;
+}
+
+bool UnitFolder::has(const std::string& unit) const {
+    std::error_code error;
+    return fs::exists(fs::symlink_status(pathOf(unit), error));
+}
+
+std::vector<Owner> UnitFolder::owners() const {
+    std::vector<Owner> owners;
+    for (const auto& entry : entriesOf(path_)) {
+        if (entry.extension() != ".service") {
+            continue;
+        }
+        if (auto owner = ownerOfFile(entry); !owner.label.empty()) {
+            owners.push_back(std::move(owner));
+        }
+    }
+    return owners;
+}
+
+void UnitFolder::write(const std::vector<UnitFile>& units) const {
+    makeFolder(path_);
+    for (const auto& unit : units) {
+        require({replaceFile(pathOf(unit.name), unit.text), std::generic_category()},
+                pathOf(unit.name));
+        if (unit.wantedBy.empty()) {
+            continue;
+        }
+        const auto folder = pathOf(unit.wantedBy + ".wants");
+        const auto link = folder + "/" + unit.name;
+        makeFolder(folder);
+        std::error_code error;
+        fs::remove(link, error);
+        fs::create_symlink(pathOf(unit.name), link, error);
+        require(error, link);
+    }
+}
+
+void UnitFolder::removeLinks(const std::vector<std::string>& units) const {
+    for (const auto& folder : entriesOf(path_)) {
+        std::error_code unknown;
+        if (folder.extension() != ".wants" || !fs::is_directory(folder, unknown)) {
+            continue;
+        }
+        bool removed = false;
+        for (const auto& unit : units) {
+            std::error_code error;
+            removed = fs::remove(folder / unit, error) || removed;
+            require(error, folder / unit);
+        }
+        if (removed) {
+            removeEmptyFolder(folder);
+        }
+    }
+}
+
+void UnitFolder::remove(const std::vector<std::string>& units) const {
+    for (const auto& unit : units) {
+        std::error_code error;
+        fs::remove(pathOf(unit), error);
+        require(error, pathOf(unit));
+    }
+}
+
+void UnitFolder::removeIfEmpty() const {
+    if (removeEmptyFolder(path_)) {
+        removeEmptyFolder(path::deletingLastComponent(path_));
+    }
+}
+
+} // namespace platform::native::launchctl

@@ -1,0 +1,44 @@
+#pragma once
+
+#include "platform/linux/tools/launchctl/JobUnits.h"
+
+#include <string>
+#include <vector>
+
+namespace platform::native::launchctl {
+
+/// The folder where a service manager finds the units of jobs: the unit files, and the links by
+/// which targets want them. Only units that bear their job's record are ever changed.
+class UnitFolder {
+public:
+    /// `path` need not exist yet.
+    explicit UnitFolder(std::string path) : path_(std::move(path)) {}
+
+    /// The names of those units of a job that stand in the folder.
+    std::vector<std::string> unitsOf(const std::string& label) const;
+
+    /// Whether anything stands in the folder under the name of a unit.
+    bool has(const std::string& unit) const;
+
+    /// The owners of all of the services in the folder that are of jobs.
+    std::vector<Owner> owners() const;
+
+    /// Writes units and their links. Throws ToolError when one cannot be written.
+    void write(const std::vector<UnitFile>& units) const;
+
+    /// Removes the links to units, so that nothing starts them. Throws ToolError.
+    void removeLinks(const std::vector<std::string>& units) const;
+
+    /// Removes unit files. Throws ToolError.
+    void remove(const std::vector<std::string>& units) const;
+
+    /// Removes the folder, and the one that holds it, when nothing is in them.
+    void removeIfEmpty() const;
+
+private:
+    std::string pathOf(const std::string& unit) const { return path_ + "/" + unit; }
+
+    std::string path_;
+};
+
+} // namespace platform::native::launchctl

@@ -1,0 +1,88 @@
+// What the tests of the Linux ports run in a process of its own. Each command prints "ok", or the
+// number and the sentence of the Error, and then the lines of the system log.
+
+#include "platform/Preferences.h"
+#include "platform/Services.h"
+#include "platform/StartUp.h"
+#include "platform/UserAccount.h"
+#include "platform/linux/FileSystem.h"
+#include "platform/linux/PropertyLists.h"
+#include "platform/linux/SearchPaths.h"
+#include "platform/linux/UserAccount.h"
+#include "platform/linux/Workspace.h"
+#include "tests/support/PortDoubles.h"
+
+#include <cstdlib>
+#include <functional>
+#include <iostream>
+#include <map>
+
+namespace {
+
+using Arguments = std::vector<std::string>;
+
+int report(const std::optional<platform::Error>& error) {
+    if (error) {
+        std::cout << error->code << ' ' << error->localizedDescription << '\n';
+    } else {
+        std::cout << "ok\n";
+    }
+    return error ? 1 : 0;
+}
+
+RecordingConsole console;
+
+int recycle(const Arguments& arguments) {
+    platform::native::UserAccount account;
+    platform::native::SearchPaths searchPaths(account);
+    platform::native::PropertyLists propertyLists;
+    platform::native::Workspace workspace(account, searchPaths, propertyLists);
+    return report(workspace.recycle(arguments.at(0), arguments.at(1), arguments.at(2)));
+}
+
+int remove(const Arguments& arguments) {
+    return report(platform::native::FileSystem().removeItem(arguments.at(0)));
+}
+
+int unlock(const Arguments& arguments) {
+    return report(platform::native::FileSystem().setImmutable(arguments.at(0), false));
+}
+
+int lock(const Arguments& arguments) {
+    return report(platform::native::FileSystem().setImmutable(arguments.at(0), true));
+}
+
+int environment(const Arguments& /*arguments*/) {
+    platform::installServices();
+    const auto value = [](const char* name) {
+        const char* found = std::getenv(name);
+        return std::string(found == nullptr ? "none" : found);
+    };
+    std::cout << value("HOME") << '\n' << value("XDG_DATA_HOME") << '\n';
+    return 0;
+}
+
+int storePreference(const Arguments& arguments) {
+    platform::installServices();
+    platform::install<platform::Console>(console);
+    platform::service<platform::Preferences>().setValue(arguments.at(0), true);
+    return 0;
+}
+
+const std::map<std::string, std::function<int(const Arguments&)>> commands{
+    {"recycle", recycle}, {"remove", remove},           {"unlock", unlock},
+    {"lock", lock},       {"environment", environment}, {"store-preference", storePreference},
+};
+
+} // namespace
+
+int main(int argc, char** argv) {
+    const Arguments arguments(argv + 1, argv + argc);
+    platform::install<platform::Console>(console);
+    const int status =
+        commands.at(arguments.at(0))(Arguments(arguments.begin() + 1, arguments.end()));
+    for (const auto& line : console.systemLogLines()) {
+        std::cout << "log: " << line << '\n';
+    }
+    return status;
+}

@@ -1,0 +1,83 @@
+#include "tests/platform/linux/RunChild.h"
+
+#include "tests/support/TemporaryFolder.h"
+
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdlib>
+
+namespace {
+
+std::vector<char*> pointers(std::vector<std::string>& strings) {
+    std::vector<char*> result;
+    result.reserve(strings.size() + 1);
+    for (auto& string : strings) {
+        result.push_back(string.data());
+    }
+    result.push_back(nullptr);
+    return result;
+}
+
+std::vector<std::string> joined(std::vector<std::string> first,
+                                const std::vector<std::string>& second) {
+    first.insert(first.end(), second.begin(), second.end());
+    return first;
+}
+
+} // namespace
+
+Outcome run(const std::vector<std::string>& command, const std::vector<std::string>& environment) {
+    const TemporaryFolder folder;
+    const auto output = folder / "output";
+    auto arguments = command;
+    auto variables = joined(environment, {std::string("PATH=") + std::getenv("PATH")});
+    posix_spawn_file_actions_t actions{};
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, output.c_str(), O_WRONLY | O_CREAT,
+                                     0600);
+    posix_spawn_file_actions_adddup2(&actions, STDOUT_FILENO, STDERR_FILENO);
+    pid_t child = 0;
+    const int error = ::posix_spawnp(&child, arguments.front().c_str(), &actions, nullptr,
+                                     pointers(arguments).data(), pointers(variables).data());
+    posix_spawn_file_actions_destroy(&actions);
+    int status = 0;
+    if (error != 0 || ::waitpid(child, &status, 0) != child || !WIFEXITED(status)) {
+        return {};
+    }
+    return {WEXITSTATUS(status), contentOf(output)};
+}
+
+Outcome runChild(const std::vector<std::string>& arguments,
+                 const std::vector<std::string>& environment,
+                 const std::vector<std::string>& prefix) {
+    return run(joined(joined(prefix, {QF_CHILD}), arguments), environment);
+}
+
+std::vector<std::string> asOrdinaryUser() {
+    if (::geteuid() != 0) {
+        return {};
+    }
+    return {"setpriv", "--reuid=65534", "--regid=65534", "--clear-groups", "--"};
+}
+
+std::vector<std::string> withMountOn(const std::string& folder, const std::string& options) {
+    return {"unshare",
+            "-m",
+            "sh",
+            "-c",
+            R"(mount -t tmpfs -o "$2" none "$1" && shift 2 && exec "$@")",
+            "sh",
+            folder,
+            options};
+}
+
+std::string whyNoMounts() {
+    const TemporaryFolder folder;
+    auto command = withMountOn(folder.path(), "size=64k");
+    command.emplace_back("true");
+    const auto outcome = run(command);
+    return outcome.status == 0 ? "" : "no mount namespace: " + outcome.output;
+}

@@ -1,0 +1,27 @@
+#include "tests/platform/linux/RunChild.h"
+
+#include <gtest/gtest.h>
+#include <pwd.h>
+#include <unistd.h>
+
+TEST(StartUp, KeepsAHomeFolderThatIsUsable) {
+    EXPECT_EQ(runChild({"environment"}, {"HOME=/home/other", "XDG_DATA_HOME=/data"}).output,
+              "/home/other\n/data\n");
+}
+
+TEST(StartUp, PutsTheAccountsHomeFolderInThePlaceOfAMissingOne) {
+    EXPECT_EQ(runChild({"environment"}).output,
+              std::string(::getpwuid(::getuid())->pw_dir) + "\nnone\n");
+}
+
+TEST(StartUp, PutsTheAccountsHomeFolderInThePlaceOfARelativeOneAndSaysSo) {
+    const std::string home = ::getpwuid(::getuid())->pw_dir;
+
+    const auto output = runChild({"environment"}, {"HOME=here", "XDG_DATA_HOME=there"}).output;
+
+    EXPECT_NE(output.find("HOME is “here”, which is not an absolute path. Using “" + home +
+                          "” instead.\n"),
+              std::string::npos)
+        << output;
+    EXPECT_TRUE(output.ends_with(home + "\nnone\n")) << output;
+}

@@ -1,0 +1,348 @@
+#include "tests/platform/linux/RunChild.h"
+#include "tests/support/TemporaryFolder.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+/// GLib 2.74 itself loses a few bytes when it fails to trash.
+constexpr const char* glibLeaks = "ASAN_OPTIONS=detect_leaks=0";
+
+bool stands(const std::string& path) {
+    return fs::exists(fs::symlink_status(path));
+}
+
+/// A home folder of its own, and a child process that trashes from it.
+class Trash : public testing::Test {
+protected:
+    Outcome recycle(const std::string& name, const std::vector<std::string>& prefix = {}) {
+        return runChild({"recycle", items, trash, name}, environment, prefix);
+    }
+
+    std::string files(const std::string& name) const {
+        return home / (".local/share/Trash/files/" + name);
+    }
+    std::string note(const std::string& name) const {
+        return home / (".local/share/Trash/info/" + name + ".trashinfo");
+    }
+
+    TemporaryFolder home;
+    std::string items = home.makeFolder("items");
+    std::string trash = home / ".Trash";
+    std::vector<std::string> environment{"HOME=" + home.path()};
+};
+
+const std::string noPermission =
+    "couldn’t be moved to the Trash because you don’t have permission.";
+
+} // namespace
+
+TEST_F(Trash, BecomesALinkToTheDesktopsTrash) {
+    home.write("items/a.txt", "content");
+
+    EXPECT_EQ(recycle("a.txt").output, "ok\n");
+
+    EXPECT_EQ(fs::read_symlink(trash), home / ".local/share/Trash/files");
+    EXPECT_EQ(contentOf(trash + "/a.txt"), "content");
+    EXPECT_FALSE(stands(items + "/a.txt"));
+    EXPECT_NE(contentOf(note("a.txt")).find("Path=" + items + "/a.txt\n"), std::string::npos);
+    EXPECT_EQ(fs::status(home / ".local/share/Trash").permissions(), fs::perms::owner_all);
+}
+
+TEST_F(Trash, FollowsTheDataFolder) {
+    const TemporaryFolder data;
+    home.write("items/a.txt");
+    environment.push_back("XDG_DATA_HOME=" + data.path());
+
+    EXPECT_EQ(recycle("a.txt").output, "ok\n");
+
+    EXPECT_TRUE(stands(data / "Trash/files/a.txt"));
+    EXPECT_TRUE(stands(trash + "/a.txt"));
+}
+
+TEST_F(Trash, IsSeenByTheDesktopsOwnTool) {
+    home.write("items/Dunmarl.app/Contents/Info.plist");
+    ASSERT_EQ(recycle("Dunmarl.app").output, "ok\n");
+
+    const auto restored = run({"gio", "trash", "--restore", "trash:///Dunmarl.app"}, environment);
+    if (restored.output.find("not supported") != std::string::npos) {
+        GTEST_SKIP() << "this machine has no trash:/// for gio: " << restored.output;
+    }
+    EXPECT_TRUE(stands(items + "/Dunmarl.app/Contents/Info.plist")) << restored.output;
+}
+
+TEST_F(Trash, GivesNamesakesNamesOfTheirOwn) {
+    for (const auto* content : {"first", "second", "third"}) {
+        home.write("items/a.txt", content);
+        ASSERT_EQ(recycle("a.txt").output, "ok\n");
+    }
+
+    EXPECT_EQ(contentOf(files("a.txt")), "first");
+    EXPECT_EQ(contentOf(files("a.2.txt")), "second");
+    EXPECT_EQ(contentOf(files("a.3.txt")), "third");
+}
+
+TEST_F(Trash, LosesNoItemThatSomebodyElsePutThere) {
+    home.write("items/a.txt", "mine");
+    ASSERT_EQ(recycle("a.txt").output, "ok\n");
+    home.write(".local/share/Trash/files/a.2.txt", "without a note");
+    home.write(".local/share/Trash/files/b.txt", "without a note, too");
+
+    home.write("items/a.txt", "mine as well");
+    home.write("items/b.txt", "mine again");
+    ASSERT_EQ(recycle("a.txt").output, "ok\n");
+    ASSERT_EQ(recycle("b.txt").output, "ok\n");
+
+    EXPECT_EQ(contentOf(files("a.txt")), "mine");
+    EXPECT_EQ(contentOf(files("a.2.txt")), "mine as well");
+    EXPECT_EQ(contentOf(files("a.2 2.txt")), "without a note");
+    EXPECT_EQ(contentOf(files("b.txt")), "mine again");
+    EXPECT_EQ(contentOf(files("b 2.txt")), "without a note, too");
+}
+
+TEST_F(Trash, TakesALinkItself) {
+    const auto target = home.write("target/file", "kept");
+    ASSERT_EQ(::symlink((home / "target").c_str(), (items + "/link").c_str()), 0);
+    ASSERT_EQ(::symlink("missing", (items + "/broken").c_str()), 0);
+
+    EXPECT_EQ(recycle("link").output, "ok\n");
+    EXPECT_EQ(recycle("broken").output, "ok\n");
+
+    EXPECT_EQ(contentOf(target), "kept");
+    EXPECT_EQ(fs::read_symlink(files("link")), home / "target");
+    EXPECT_EQ(fs::read_symlink(files("broken")), "missing");
+}
+
+TEST_F(Trash, TakesNamesThatAreNoText) {
+    home.write("items/no\xFFtext%\n", "content");
+
+    EXPECT_EQ(recycle("no\xFFtext%\n").output, "ok\n");
+
+    EXPECT_EQ(contentOf(files("no\xFFtext%\n")), "content");
+    EXPECT_NE(contentOf(note("no\xFFtext%\n")).find("/no%FFtext%25%0A\n"), std::string::npos);
+}
+
+TEST_F(Trash, LeavesWholeWhatHasANameWithoutRoomForItsNote) {
+    const std::string name(250, 'x');
+    home.write("items/" + name, "whole");
+    environment.emplace_back(glibLeaks);
+
+    const auto outcome = recycle(name);
+
+    EXPECT_TRUE(outcome.output.starts_with("36 “" + name +
+                                           "” couldn’t be moved to the Trash because its name is "
+                                           "too long.\n"))
+        << outcome.output;
+    EXPECT_EQ(contentOf(items + "/" + name), "whole");
+}
+
+TEST_F(Trash, IsMadeAgainWhereItsLinkLeadsToNothing) {
+    home.write("items/a.txt");
+    ASSERT_EQ(::symlink((home / ".local/share/Trash/files").c_str(), trash.c_str()), 0);
+
+    EXPECT_EQ(recycle("a.txt").output, "ok\n");
+
+    EXPECT_TRUE(stands(files("a.txt")));
+}
+
+TEST_F(Trash, ThatIsARealFolderIsUsedAsItIs) {
+    home.makeFolder(".Trash");
+    for (const auto* content : {"first", "second"}) {
+        home.write("items/a.txt", content);
+        ASSERT_EQ(recycle("a.txt").output, "ok\n");
+    }
+
+    EXPECT_EQ(contentOf(trash + "/a.txt"), "first");
+    EXPECT_EQ(contentOf(trash + "/a 2.txt"), "second");
+    EXPECT_FALSE(stands(home / ".local"));
+}
+
+TEST_F(Trash, ThatIsARealFolderTakesTheLongestNames) {
+    const std::string name = std::string(251, 'x') + ".txt";
+    home.makeFolder(".Trash");
+    home.write(".Trash/" + name, "first");
+    home.write("items/" + name, "second");
+
+    EXPECT_EQ(recycle(name).output, "ok\n");
+
+    EXPECT_EQ(contentOf(trash + "/" + name), "first");
+    EXPECT_EQ(contentOf(trash + "/" + std::string(249, 'x') + " 2.txt"), "second");
+}
+
+TEST_F(Trash, ThatIsAFileTakesNothing) {
+    home.write(".Trash", "not a folder");
+    home.write("items/a.txt", "whole");
+
+    EXPECT_EQ(recycle("a.txt").output,
+              "20 “a.txt” couldn’t be moved to the Trash because the Trash is a file.\nlog: “" +
+                  items + "/a.txt” couldn’t be moved to the Trash because the Trash is a file.\n");
+
+    EXPECT_EQ(contentOf(items + "/a.txt"), "whole");
+    EXPECT_EQ(contentOf(trash), "not a folder");
+}
+
+TEST_F(Trash, ThatLeadsElsewhereTakesNothing) {
+    ASSERT_EQ(::symlink(home.makeFolder("elsewhere").c_str(), trash.c_str()), 0);
+    home.write("items/a.txt", "whole");
+
+    const auto outcome = recycle("a.txt");
+
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_NE(outcome.output.find("because the Trash is a link that leads elsewhere."),
+              std::string::npos);
+    EXPECT_EQ(contentOf(items + "/a.txt"), "whole");
+    EXPECT_TRUE(fs::is_empty(home / "elsewhere"));
+}
+
+TEST_F(Trash, TakesNothingThatIsNotThere) {
+    EXPECT_EQ(recycle("missing").output,
+              "2 “missing” couldn’t be moved to the Trash because it doesn’t exist.\nlog: “" +
+                  items + "/missing” couldn’t be moved to the Trash because it doesn’t exist.\n");
+    EXPECT_FALSE(stands(trash));
+}
+
+TEST_F(Trash, TakesNothingButAnEntryOfAFolder) {
+    home.write("items/sub/a.txt");
+    for (const auto* name : {"", ".", "..", "sub/a.txt"}) {
+        EXPECT_EQ(recycle(name).status, 1) << name;
+    }
+    EXPECT_TRUE(stands(items + "/sub/a.txt"));
+}
+
+TEST_F(Trash, TakesNotItself) {
+    home.makeFolder(".Trash");
+
+    const auto outcome = runChild({"recycle", home.path(), trash, ".Trash"}, environment);
+
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_NE(outcome.output.find("because it is the Trash itself."), std::string::npos);
+}
+
+TEST_F(Trash, LeavesWholeWhatTheUserMayNotMove) {
+    home.write("items/a\xFF.txt", "whole");
+    ASSERT_EQ(::chmod(home.path().c_str(), 0777), 0);
+    ASSERT_EQ(::chmod(items.c_str(), 0555), 0);
+
+    environment.emplace_back(glibLeaks);
+    const auto outcome = recycle("a\xFF.txt", asOrdinaryUser());
+
+    EXPECT_EQ(outcome.output, "13 “a\\xFF.txt” " + noPermission + "\nlog: “" + items +
+                                  "/a\\xFF.txt” " + noPermission + "\n");
+    EXPECT_EQ(contentOf(items + "/a\xFF.txt"), "whole");
+    EXPECT_FALSE(stands(note("a\xFF.txt")));
+    ASSERT_EQ(::chmod(items.c_str(), 0755), 0);
+}
+
+TEST_F(Trash, LeavesWholeWhatAnUnwritableTrashCannotTake) {
+    home.write("items/a.txt", "whole");
+    home.makeFolder(".Trash");
+    ASSERT_EQ(::chmod(home.path().c_str(), 0777), 0);
+    ASSERT_EQ(::chmod(items.c_str(), 0777), 0);
+    ASSERT_EQ(::chmod(trash.c_str(), 0555), 0);
+
+    EXPECT_EQ(recycle("a.txt", asOrdinaryUser()).output,
+              "13 “a.txt” " + noPermission + "\nlog: “" + items + "/a.txt” " + noPermission + "\n");
+
+    EXPECT_EQ(contentOf(items + "/a.txt"), "whole");
+}
+
+TEST_F(Trash, ThatCannotBeMadeTakesNothing) {
+    home.write("items/a.txt", "whole");
+    ASSERT_EQ(::chmod(home.path().c_str(), 0555), 0);
+
+    const auto outcome = recycle("a.txt", asOrdinaryUser());
+
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_NE(outcome.output.find("the Trash can’t be used: you don’t have permission."),
+              std::string::npos);
+    EXPECT_EQ(contentOf(items + "/a.txt"), "whole");
+    ASSERT_EQ(::chmod(home.path().c_str(), 0755), 0);
+}
+
+TEST_F(Trash, ThatIsARealFolderOnAnotherVolumeTakesNothing) {
+    if (const auto reason = whyNoMounts(); !reason.empty()) {
+        GTEST_SKIP() << reason;
+    }
+    home.makeFolder(".Trash");
+    home.write("items/Dunmarl.app/Contents/Info.plist", "whole");
+
+    EXPECT_EQ(
+        recycle("Dunmarl.app", withMountOn(trash, "size=1m")).output,
+        "18 “Dunmarl.app” couldn’t be moved to the Trash because it is on another volume.\n"
+        "log: “" +
+            items +
+            "/Dunmarl.app” couldn’t be moved to the Trash because it is on another volume.\n");
+
+    EXPECT_EQ(contentOf(items + "/Dunmarl.app/Contents/Info.plist"), "whole");
+}
+
+TEST_F(Trash, LeavesWholeWhatABindMountKeepsFromTheHomeTrash) {
+    if (const auto reason = whyNoMounts(); !reason.empty()) {
+        GTEST_SKIP() << reason;
+    }
+    home.write("items/Dunmarl.app/Contents/Info.plist", "whole");
+    const std::vector<std::string> bindMount{
+        "unshare", "-m", "sh", "-c", R"(mount --bind "$1" "$1" && shift && exec "$@")",
+        "sh",      items};
+
+    const auto outcome = recycle("Dunmarl.app", bindMount);
+
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_NE(outcome.output.find("couldn’t be moved to the Trash because"), std::string::npos)
+        << outcome.output;
+    EXPECT_EQ(contentOf(items + "/Dunmarl.app/Contents/Info.plist"), "whole");
+    EXPECT_FALSE(stands(note("Dunmarl.app")));
+}
+
+TEST_F(Trash, LeavesWholeWhatIsOnAVolumeWithoutTrash) {
+    if (const auto reason = whyNoMounts(); !reason.empty()) {
+        GTEST_SKIP() << reason;
+    }
+    const std::vector<std::string> onMemory{
+        "unshare",
+        "-m",
+        "sh",
+        "-c",
+        R"(mount -t tmpfs none "$1" && echo whole >"$1/a.txt" && folder=$1 && shift && "$@"
+           cat "$folder/a.txt")",
+        "sh",
+        items};
+
+    const auto outcome = recycle("a.txt", onMemory);
+
+    EXPECT_EQ(outcome.output.find("95 “a.txt” couldn’t be moved to the Trash because the volume "
+                                  "that it is on has no Trash.\n"),
+              0)
+        << outcome.output;
+    EXPECT_TRUE(outcome.output.ends_with("\nwhole\n"));
+}
+
+TEST_F(Trash, LeavesWholeWhatIsOnAReadOnlyVolume) {
+    if (const auto reason = whyNoMounts(); !reason.empty()) {
+        GTEST_SKIP() << reason;
+    }
+    home.write("items/a.txt", "whole");
+    const std::vector<std::string> readOnly{
+        "unshare",
+        "-m",
+        "sh",
+        "-c",
+        R"(mount --bind "$1" "$1" && mount -o remount,ro,bind "$1" && shift && exec "$@")",
+        "sh",
+        items};
+
+    const auto outcome = recycle("a.txt", readOnly);
+
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_NE(outcome.output.find("“a.txt” couldn’t be moved to the Trash because"),
+              std::string::npos)
+        << outcome.output;
+    EXPECT_EQ(contentOf(items + "/a.txt"), "whole");
+    EXPECT_FALSE(stands(note("a.txt")));
+}

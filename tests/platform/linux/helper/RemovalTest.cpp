@@ -1,0 +1,265 @@
+// What rm and mv may not take away, and where they are not led.
+
+#include "tests/platform/linux/helper/HelperHarness.h"
+#include "tests/support/TemporaryFolder.h"
+
+#include <fcntl.h>
+#include <linux/fs.h>
+#include <sys/ioctl.h>
+#include <sys/mount.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+
+using platform::native::helper::Status;
+
+namespace {
+
+namespace fs = std::filesystem;
+
+} // namespace
+
+class HelperRemoval : public HelperTest {
+protected:
+    void SetUp() override {
+        HelperTest::SetUp();
+        if (!IsSkipped()) {
+            makeFolder(sandbox::everybodysFolder + "/homes");
+            makeFolder(sandbox::servedHome, servedUser);
+        }
+    }
+
+    static const std::string& roots() { return sandbox::rootsFolder; }
+
+    /// The machine is locked, and rm is not told to enter folders: nothing would be lost if the
+    /// helper let one of these through.
+    static void expectProtected(const std::string& path) {
+        TestedHelper helper;
+        EXPECT_EQ(helper.run("/bin/rm", {"-df", path}), Status::itemProtected) << path;
+        EXPECT_EQ(helper.nextLogLine(),
+                  "refused a request of user 12345: a system folder, a home folder or a mount "
+                  "point would be taken away: " +
+                      path);
+        EXPECT_EQ(helper.run("/bin/mv", {"-f", path, roots() + "/moved"}), Status::itemProtected)
+            << path;
+    }
+};
+
+TEST_F(HelperRemoval, SparesTopLevelFoldersHoweverTheyAreSpelled) {
+    for (const char* path :
+         {"/", "//", "/usr", "/usr/", "/usr//", "//usr", "/./usr", "/usr/../usr", "/etc/../usr",
+          "/usr/bin/../../etc/", "/proc/1/../../usr", "/etc", "/bin", "/usr/bin", "/tmp", "/."}) {
+        expectProtected(path);
+    }
+}
+
+TEST_F(HelperRemoval, SparesThemByWayOfALink) {
+    makeLink("/", roots() + "/root", 0);
+    expectProtected(roots() + "/root/usr");
+    expectProtected(roots() + "/root/root/tmp/..");
+    expectProtected(roots() + "/root/.");
+}
+
+TEST_F(HelperRemoval, SparesHomeFoldersAndTheFoldersTheyAreIn) {
+    expectProtected("/root");
+    expectProtected(sandbox::servedHome);
+    expectProtected(sandbox::servedHome + "/");
+    expectProtected("/usr/../root/");
+    expectProtected(sandbox::everybodysFolder + "/homes");
+}
+
+TEST_F(HelperRemoval, SparesAHomeFolderThatALinkLeadsToAndTheLink) {
+    ASSERT_EQ(::rmdir(sandbox::servedHome.c_str()), 0);
+    makeFolder(roots() + "/data");
+    makeLink(makeFolder(roots() + "/data/served", servedUser), sandbox::servedHome, 0);
+    expectProtected(sandbox::servedHome);
+    expectProtected(roots() + "/data/served");
+    expectProtected(roots() + "/data");
+}
+
+TEST_F(HelperRemoval, SparesMountPointsAndTheFoldersTheyAreIn) {
+    makeFolder(roots() + "/outer");
+    const std::string point = makeFolder(roots() + "/outer/mount point");
+    makeFolder(roots() + "/outer/plain");
+    ASSERT_EQ(::mount("tmpfs", point.c_str(), "tmpfs", 0, ""), 0);
+    expectProtected(roots());
+    expectProtected(roots() + "/outer");
+    expectProtected(point);
+    TestedHelper helper;
+    EXPECT_EQ(helper.run("/bin/rm", {"-Rdf", roots() + "/outer/plain"}), Status::started);
+    EXPECT_FALSE(exists(roots() + "/outer/plain"));
+}
+
+TEST_F(HelperRemoval, SparesThemFromToolsUnderAnotherName) {
+    TestedHelper helper;
+    const std::string other = makeLink("/usr/bin/rm", roots() + "/delete", 0);
+    EXPECT_EQ(helper.run(other, {"-df", "/usr"}), Status::itemProtected);
+}
+
+TEST_F(HelperRemoval, SparesThemAmongOtherOperands) {
+    TestedHelper helper;
+    const std::string file = makeFile(roots() + "/file");
+    EXPECT_EQ(helper.run("/bin/rm", {file, "-f", "/usr"}), Status::itemProtected);
+    EXPECT_TRUE(exists(file));
+}
+
+TEST_F(HelperRemoval, SparesAnEmptyHomeFolderFromBeingReplaced) {
+    TestedHelper helper;
+    makeFolder(roots() + "/served");
+    EXPECT_EQ(
+        helper.run("/bin/mv", {"-f", roots() + "/served", sandbox::everybodysFolder + "/homes"}),
+        Status::itemProtected);
+}
+
+TEST_F(HelperRemoval, TakesAwayWhatIsAskedFor) {
+    TestedHelper helper;
+    fs::create_directories(roots() + "/folder/a/b");
+    makeFile(roots() + "/folder/a/b/file");
+    const std::string dashed = makeFile(roots() + "/-f");
+    const std::string odd = makeFile(roots() + "/line\nbreak \xff");
+    EXPECT_EQ(helper.run("/bin/rm", {"-Rdf", roots() + "/folder/"}), Status::started);
+    EXPECT_EQ(helper.run("/bin/rm", {"-f", "--", dashed, odd}), Status::started);
+    EXPECT_TRUE(fs::is_empty(roots()));
+    EXPECT_FALSE(helper.hasLogLine());
+}
+
+TEST_F(HelperRemoval, OfWhatDoesNotExistIsStarted) {
+    TestedHelper helper;
+    EXPECT_EQ(helper.run("/bin/rm", {"-Rdf", roots() + "/missing"}), Status::started);
+    EXPECT_EQ(helper.run("/bin/rm", {"-Rdf", roots() + "/missing/too"}), Status::started);
+    EXPECT_FALSE(helper.hasLogLine());
+}
+
+TEST_F(HelperRemoval, TakesALinkAwayAndNotWhatItLeadsTo) {
+    TestedHelper helper;
+    const std::string target = makeFolder(roots() + "/target");
+    const std::string link = makeLink(target, usersFolder() + "/link", servedUser);
+    EXPECT_EQ(helper.run("/bin/rm", {"-Rdf", link + "/"}), Status::itemRedirected);
+    EXPECT_TRUE(exists(link));
+    EXPECT_EQ(helper.run("/bin/rm", {"-Rdf", link}), Status::started);
+    EXPECT_FALSE(exists(link));
+    EXPECT_TRUE(exists(target));
+}
+
+TEST_F(HelperRemoval, HasNoOptionsButKnownOnes) {
+    TestedHelper helper;
+    const std::string file = makeFile(roots() + "/file");
+    for (const char* option : {"--no-preserve-root", "--recursive", "-", "-x", "-Rx"}) {
+        EXPECT_EQ(helper.run("/bin/rm", {option, file}), Status::commandUnknown) << option;
+    }
+    for (const char* option : {"-t/usr", "--target-directory=/usr", "-T", "-S", "-b"}) {
+        EXPECT_EQ(helper.run("/bin/mv", {option, file, roots() + "/b"}), Status::commandUnknown)
+            << option;
+    }
+    EXPECT_EQ(helper.run("/bin/mv", {file}), Status::commandUnknown);
+    EXPECT_EQ(helper.run("/bin/mv", {file, file, roots()}), Status::commandUnknown);
+    EXPECT_EQ(helper.run("/bin/rm", {"-f", "file"}), Status::commandUnknown);
+    EXPECT_EQ(helper.run("/bin/mv", {file, "mnt"}), Status::commandUnknown);
+    EXPECT_TRUE(exists(file));
+}
+
+TEST_F(HelperRemoval, IsNotLedOutOfAUsersFolderByTheUsersLinks) {
+    TestedHelper helper;
+    makeFolder(roots() + "/outside");
+    const std::string outside = makeFile(roots() + "/outside/file");
+    const std::string inside = makeFile(usersFolder() + "/file", servedUser);
+    const std::string link = makeLink(roots() + "/outside", usersFolder() + "/link", servedUser);
+    EXPECT_EQ(helper.run("/bin/rm", {"-Rdf", link + "/file"}), Status::itemRedirected);
+    EXPECT_EQ(helper.run("/bin/mv", {"-f", link + "/file", roots() + "/taken"}),
+              Status::itemRedirected);
+    EXPECT_EQ(helper.run("/bin/mv", {"-f", inside, link + "/new"}), Status::itemRedirected);
+    EXPECT_EQ(helper.run("/bin/mv", {"-f", inside, link}), Status::itemRedirected);
+    EXPECT_EQ(helper.run("/bin/rm", {"-Rdf", usersFolder() + "/../../mnt/outside/file"}),
+              Status::itemRedirected);
+    EXPECT_EQ(contentOf(outside), "content of " + outside);
+    EXPECT_TRUE(exists(inside));
+    EXPECT_EQ(std::distance(fs::directory_iterator(roots() + "/outside"), {}), 1);
+}
+
+TEST_F(HelperRemoval, FollowsAUsersLinkToTheUsersOwnFolder) {
+    TestedHelper helper;
+    const std::string file = makeFile(roots() + "/file");
+    makeFolder(usersFolder() + "/share", servedUser);
+    makeFolder(usersFolder() + "/share/files", servedUser);
+    const std::string trash = makeLink("share/files", usersFolder() + "/.Trash", servedUser);
+    EXPECT_EQ(helper.run("/bin/mv", {"-f", file, trash + "/file"}), Status::started);
+    EXPECT_EQ(contentOf(usersFolder() + "/share/files/file"), "content of " + file);
+    EXPECT_FALSE(exists(file));
+}
+
+using HelperMove = HelperRemoval;
+
+TEST_F(HelperMove, GoesIntoAFolderOrToANewName) {
+    TestedHelper helper;
+    const std::string file = makeFile(roots() + "/file");
+    const std::string content = contentOf(file);
+    makeFolder(roots() + "/folder");
+    EXPECT_EQ(helper.run("/bin/mv", {"-f", file, roots() + "/new"}), Status::started);
+    EXPECT_EQ(contentOf(roots() + "/new"), content);
+    EXPECT_EQ(helper.run("/bin/mv", {"-f", roots() + "/new", roots() + "/folder/"}),
+              Status::started);
+    EXPECT_EQ(contentOf(roots() + "/folder/new"), content);
+    const std::string other = makeFile(roots() + "/other");
+    EXPECT_EQ(helper.run("/bin/mv", {"-f", roots() + "/folder/new", other}), Status::started);
+    EXPECT_EQ(contentOf(other), content);
+}
+
+TEST_F(HelperMove, IsRefusedWithoutSourceOrWay) {
+    TestedHelper helper;
+    const std::string file = makeFile(roots() + "/file");
+    EXPECT_EQ(helper.run("/bin/mv", {"-f", roots() + "/missing", roots() + "/b"}),
+              Status::itemUnreachable);
+    EXPECT_EQ(helper.run("/bin/mv", {"-f", file, roots() + "/missing/b"}), Status::itemUnreachable);
+    EXPECT_TRUE(exists(file));
+}
+
+TEST_F(HelperMove, KeepsOwnersAndRightsOnItsWayToAnotherFileSystem) {
+    TestedHelper helper;
+    makeFolder(roots() + "/folder", 0, 0750);
+    makeFile(roots() + "/folder/file", servedUser, 0640);
+    const std::string moved = usersFolder() + "/folder";
+    EXPECT_EQ(helper.run("/bin/mv", {"-f", roots() + "/folder", moved}), Status::started);
+    struct stat folder {};
+    struct stat file {};
+    ASSERT_EQ(::stat(moved.c_str(), &folder), 0);
+    ASSERT_EQ(::stat((moved + "/file").c_str(), &file), 0);
+    EXPECT_EQ(folder.st_uid, 0U);
+    EXPECT_EQ(folder.st_mode & 07777U, 0750U);
+    EXPECT_EQ(file.st_uid, servedUser);
+    EXPECT_EQ(file.st_mode & 07777U, 0640U);
+    EXPECT_EQ(std::distance(fs::directory_iterator(usersFolder()), {}), 1);
+    EXPECT_FALSE(exists(roots() + "/folder"));
+}
+
+TEST_F(HelperMove, ThatFailsHalfWayLeavesTheItemWholeAndNothingElse) {
+    TestedHelper helper;
+    const std::string small = makeFolder(usersFolder() + "/small");
+    ASSERT_EQ(::mount("tmpfs", small.c_str(), "tmpfs", 0, "size=64k,mode=777"), 0);
+    makeFolder(roots() + "/folder");
+    makeFile(roots() + "/folder/file");
+    fs::resize_file(roots() + "/folder/file", 1 << 20);
+    helper.outputOf("/usr/bin/shred", {"-n", "1", roots() + "/folder/file"});
+    EXPECT_EQ(helper.run("/bin/mv", {"-f", roots() + "/folder", small}), Status::started);
+    EXPECT_EQ(fs::file_size(roots() + "/folder/file"), 1U << 20U);
+    EXPECT_TRUE(fs::is_empty(small));
+}
+
+TEST_F(HelperMove, ThatCannotTakeAllAwayKeepsTheCopyOfWhatIsGone) {
+    TestedHelper helper;
+    makeFolder(roots() + "/folder");
+    makeFile(roots() + "/folder/a");
+    const std::string locked = makeFile(roots() + "/folder/b");
+    const platform::native::FileDescriptor file(::open(locked.c_str(), O_RDONLY | O_CLOEXEC));
+    int flags = FS_IMMUTABLE_FL;
+    if (::ioctl(file.get(), FS_IOC_SETFLAGS, &flags) != 0) {
+        GTEST_SKIP() << "the file system in memory has no immutable flag";
+    }
+    EXPECT_EQ(helper.run("/bin/mv", {"-f", roots() + "/folder", usersFolder()}), Status::started);
+    flags = 0;
+    EXPECT_EQ(::ioctl(file.get(), FS_IOC_SETFLAGS, &flags), 0);
+
+    EXPECT_TRUE(exists(roots() + "/folder/b"));
+    EXPECT_TRUE(exists(roots() + "/folder/a") || exists(usersFolder() + "/folder/a"));
+    EXPECT_EQ(exists(roots() + "/folder/a"), !exists(usersFolder() + "/folder/a"));
+}

@@ -1,0 +1,174 @@
+// Folders are swapped for links while the helper is at work.
+
+#include "tests/platform/linux/helper/HelperHarness.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdio>
+#include <filesystem>
+#include <map>
+#include <set>
+
+using platform::native::helper::Status;
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr int moves = 1'000;
+
+/// Swaps two names for one another, over and over, as the served user.
+class Swapper {
+public:
+    Swapper(const std::string& first, const std::string& second) : process_(::fork()) {
+        if (process_ == 0) {
+            ::alarm(100); // should the test be killed
+            if (::setuid(servedUser) != 0) {
+                ::_exit(1);
+            }
+            while (::renameat2(AT_FDCWD, first.c_str(), AT_FDCWD, second.c_str(),
+                               RENAME_EXCHANGE) == 0) {
+            }
+            ::_exit(1);
+        }
+    }
+    ~Swapper() {
+        ::kill(process_, SIGKILL);
+        int status = 0;
+        ::waitpid(process_, &status, 0);
+        EXPECT_TRUE(WIFSIGNALED(status)) << "the swapper could not swap";
+    }
+    Swapper(const Swapper&) = delete;
+    Swapper& operator=(const Swapper&) = delete;
+    Swapper(Swapper&&) = delete;
+    Swapper& operator=(Swapper&&) = delete;
+
+private:
+    pid_t process_;
+};
+
+std::set<std::string> namesIn(const std::string& folder) {
+    std::set<std::string> names;
+    for (const auto& entry : fs::directory_iterator(folder)) {
+        names.insert(entry.path().filename());
+    }
+    return names;
+}
+
+std::string nameOf(int number) {
+    return "item " + std::to_string(number);
+}
+
+} // namespace
+
+class HelperSwap : public HelperTest {
+protected:
+    /// A folder of the user's that is swapped for a link to a folder outside.
+    struct Trap {
+        std::string folder;
+        std::string link;
+        std::string outside;
+    };
+
+    Trap makeTrap(const std::string& name, const std::string& outside) {
+        makeFolder(outside);
+        makeFolder(usersFolder() + "/" + name, servedUser);
+        makeLink(outside, usersFolder() + "/" + name + "-link", servedUser);
+        return {usersFolder() + "/" + name, usersFolder() + "/" + name + "-link", outside};
+    }
+
+    static void fill(const std::string& folder) {
+        for (int number = 0; number < moves; ++number) {
+            makeFile(folder + "/" + nameOf(number), servedUser);
+        }
+    }
+
+    /// Moves every item from one folder to another, both of which are being swapped, and proves
+    /// that each of them is in one of the two, whole, and nothing outside has changed.
+    void moveWhileSwapping(const Trap& from, const Trap& to) {
+        fill(from.folder);
+        fill(from.outside);
+        const auto outsideBefore = namesIn(from.outside);
+        std::map<Status, int> answers;
+        {
+            TestedHelper helper;
+            const Swapper source(from.folder, from.link);
+            const Swapper destination(to.folder, to.link);
+            for (int number = 0; number < moves; ++number) {
+                ++answers[helper.run("/bin/mv", {"-f", from.folder + "/" + nameOf(number),
+                                                 to.folder + "/" + nameOf(number)})];
+            }
+        }
+        EXPECT_EQ(namesIn(from.outside), outsideBefore);
+        EXPECT_EQ(namesIn(to.outside), std::set<std::string>());
+        expectAllInside(from, to);
+        for (const auto& [status, count] : answers) {
+            EXPECT_TRUE(status == Status::started || status == Status::itemRedirected ||
+                        status == Status::itemUnreachable)
+                << static_cast<int>(status) << " " << count;
+        }
+        EXPECT_GT(answers[Status::started], 0);
+        EXPECT_GT(answers[Status::itemRedirected], 0);
+    }
+
+    /// Either name of a trap may be the folder now.
+    static std::string folderOf(const Trap& trap) {
+        return fs::is_symlink(trap.folder) ? trap.link : trap.folder;
+    }
+
+    static void expectAllInside(const Trap& from, const Trap& to) {
+        auto items = namesIn(folderOf(from));
+        items.merge(namesIn(folderOf(to)));
+        std::set<std::string> expected;
+        for (int number = 0; number < moves; ++number) {
+            expected.insert(nameOf(number));
+        }
+        EXPECT_EQ(items, expected);
+    }
+};
+
+TEST_F(HelperSwap, LeadsNoMoveOutOfTheUsersFolders) {
+    moveWhileSwapping(makeTrap("from", sandbox::rootsFolder + "/source"),
+                      makeTrap("to", sandbox::rootsFolder + "/destination"));
+}
+
+TEST_F(HelperSwap, LeadsNoRemovalOutOfTheUsersFolders) {
+    const Trap trap = makeTrap("from", sandbox::rootsFolder + "/source");
+    fill(trap.folder);
+    fill(trap.outside);
+    const auto before = namesIn(trap.outside);
+    {
+        TestedHelper helper;
+        const Swapper swapper(trap.folder, trap.link);
+        for (int number = 0; number < moves; ++number) {
+            helper.run("/bin/rm", {"-Rdf", trap.folder + "/" + nameOf(number)});
+        }
+    }
+    EXPECT_EQ(namesIn(trap.outside), before);
+    EXPECT_LT(namesIn(folderOf(trap)).size(), before.size());
+}
+
+TEST_F(HelperSwap, LeadsNoCopyToAnotherFileSystemOutOfTheUsersFolders) {
+    const std::string target = makeFolder(usersFolder() + "/target", servedUser);
+    const std::string outside = makeFolder(sandbox::everybodysFolder + "/outside");
+    const std::string link = makeLink(outside, usersFolder() + "/link", servedUser);
+    TestedHelper helper;
+    {
+        const Swapper swapper(target, link);
+        for (int round = 0; round < moves / 10; ++round) {
+            const std::string folder = makeFolder(sandbox::rootsFolder + "/" + nameOf(round));
+            makeFolder(folder + "/inner");
+            makeFile(folder + "/inner/file");
+            helper.run("/bin/mv", {"-f", folder, target + "/" + nameOf(round)});
+        }
+    }
+    EXPECT_EQ(namesIn(outside), std::set<std::string>());
+    const std::string folder = fs::is_symlink(target) ? link : target;
+    auto items = namesIn(folder);
+    items.merge(namesIn(sandbox::rootsFolder));
+    EXPECT_EQ(items.size(), static_cast<std::size_t>(moves) / 10);
+}

@@ -1,0 +1,99 @@
+#include "platform/linux/tools/launchctl/JobFile.h"
+
+#include "platform/linux/tools/launchctl/ToolError.h"
+#include "tests/support/TemporaryFolder.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+
+namespace platform::native::launchctl {
+namespace {
+
+constexpr const char* smallJob =
+    "<plist version=\"1.0\"><dict><key>Label</key><string>a</string></dict></plist>";
+
+std::string errorOf(const std::string& path, MustBeSafe mustBeSafe = MustBeSafe::yes) {
+    try {
+        readJobFile(path, mustBeSafe);
+        return "no error";
+    } catch (const ToolError& error) {
+        return error.what();
+    }
+}
+
+class JobFile : public testing::Test {
+protected:
+    TemporaryFolder folder;
+    std::string path = folder / "a.plist";
+};
+
+TEST_F(JobFile, IsAPropertyList) {
+    folder.write("a.plist", smallJob);
+    EXPECT_EQ(readJobFile(path, MustBeSafe::yes)["Label"], Value("a"));
+}
+
+TEST_F(JobFile, MayBeALink) {
+    folder.write("b.plist", smallJob);
+    std::filesystem::create_symlink("b.plist", path);
+    EXPECT_EQ(readJobFile(path, MustBeSafe::yes)["Label"], Value("a"));
+}
+
+TEST_F(JobFile, ThatIsGoneIsAnError) {
+    EXPECT_EQ(errorOf(path), path + ": No such file or directory");
+}
+
+TEST_F(JobFile, OfNoNameIsAnError) {
+    EXPECT_EQ(errorOf(""), ": No such file or directory");
+}
+
+TEST_F(JobFile, ThatIsAFolderIsAnError) {
+    EXPECT_EQ(errorOf(folder.path()), folder.path() + ": Not a regular file");
+}
+
+TEST_F(JobFile, ThatIsAPipeIsAnErrorAtOnce) {
+    ASSERT_EQ(::mkfifo(path.c_str(), 0644), 0);
+    EXPECT_EQ(errorOf(path), path + ": Not a regular file");
+}
+
+TEST_F(JobFile, OfGarbageIsAnError) {
+    folder.write("a.plist", std::string(1000, '\xFF'));
+    EXPECT_EQ(errorOf(path), path + ": Invalid property list");
+    folder.write("a.plist", "");
+    EXPECT_EQ(errorOf(path), path + ": Invalid property list");
+}
+
+TEST_F(JobFile, NestedAThousandDeepIsAnError) {
+    std::string text = "<plist version=\"1.0\">";
+    for (int i = 0; i < 1000; ++i) {
+        text += "<array>";
+    }
+    for (int i = 0; i < 1000; ++i) {
+        text += "</array>";
+    }
+    folder.write("a.plist", text + "</plist>");
+    EXPECT_EQ(errorOf(path), path + ": Invalid property list");
+}
+
+TEST_F(JobFile, ThatOthersMayWriteIsUnsafe) {
+    folder.write("a.plist", smallJob);
+    for (const mode_t mode : {0664U, 0646U}) {
+        ASSERT_EQ(::chmod(path.c_str(), mode), 0);
+        EXPECT_EQ(errorOf(path), path + ": Path had bad ownership/permissions");
+        EXPECT_EQ(errorOf(path, MustBeSafe::no), "no error");
+    }
+}
+
+TEST_F(JobFile, OfAnotherUserIsUnsafe) {
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "only root can give a file away";
+    }
+    folder.write("a.plist", smallJob);
+    ASSERT_EQ(::chown(path.c_str(), 65534, 65534), 0);
+    EXPECT_EQ(errorOf(path), path + ": Path had bad ownership/permissions");
+    EXPECT_EQ(errorOf(path, MustBeSafe::no), "no error");
+}
+
+} // namespace
+} // namespace platform::native::launchctl
