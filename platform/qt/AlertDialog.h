@@ -1,0 +1,46 @@
+#pragma once
+
+#include <QDialog>
+
+#include <functional>
+
+class QBoxLayout;
+class QLabel;
+class QPushButton;
+class QScrollArea;
+
+namespace platform {
+struct AlertDescription;
+}
+
+namespace platform::qt {
+
+/// The window of an alert: the application's icon, the message, the smaller text, a checkbox when
+/// the user may choose not to see it again, and the buttons with the default one last.
+///
+/// The Escape key and closing the window press the alternate button, or the other one when there is
+/// no alternate, or the default one when it is alone.
+class AlertDialog final : public QDialog {
+public:
+    explicit AlertDialog(const AlertDescription& description);
+
+    /// Shows the window, in front of `parent` and keeping the user from it, or on its own.
+    /// `didEnd` is called once, when a button is pressed, after the window has gone.
+    void begin(QWidget* parent, std::function<void(int)> didEnd);
+
+    void reject() override;
+
+private:
+    QScrollArea* makeTexts(const AlertDescription& description);
+    void addSuppressionCheckBox(QBoxLayout& column, const std::string& key);
+    QBoxLayout* makeButtons(const AlertDescription& description);
+    QPushButton* makeButton(const std::string& title, int answer);
+    void fitTexts();
+    void answer(int code) noexcept;
+
+    QScrollArea* texts_ = nullptr;
+    int escapeAnswer_;
+    std::function<void(int)> didEnd_;
+};
+
+} // namespace platform::qt

@@ -1,0 +1,59 @@
+#include "platform/qt/InstanceLock.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace platform::qt {
+
+namespace {
+
+constexpr mode_t ownerOnly = S_IRUSR | S_IWUSR;
+
+bool isOwnFolder(const std::string& path) {
+    struct stat status = {};
+    return ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode) &&
+           status.st_uid == ::geteuid();
+}
+
+std::string lockPath(const std::string& name) {
+    const char* runtime = std::getenv("XDG_RUNTIME_DIR");
+    if (runtime != nullptr && *runtime == '/' && isOwnFolder(runtime)) {
+        return std::string(runtime) + '/' + name + ".lock";
+    }
+    return "/tmp/" + name + '-' + std::to_string(::geteuid()) + ".lock";
+}
+
+bool isOwnFile(int file) {
+    struct stat status = {};
+    return ::fstat(file, &status) == 0 && S_ISREG(status.st_mode) && status.st_uid == ::geteuid();
+}
+
+/// The open file, or -1 when it cannot be opened or is not the user's own.
+int openOwnFile(const std::string& path) {
+    const int file =
+        ::open(path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, ownerOnly);
+    if (file >= 0 && !isOwnFile(file)) {
+        ::close(file);
+        return -1;
+    }
+    return file;
+}
+
+} // namespace
+
+InstanceLock::InstanceLock(const std::string& applicationName)
+    : file_(openOwnFile(lockPath(applicationName))),
+      heldByAnother_(file_ >= 0 && ::flock(file_, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
+}
+
+InstanceLock::~InstanceLock() {
+    if (file_ >= 0) {
+        ::close(file_);
+    }
+}
+
+} // namespace platform::qt

@@ -1,0 +1,170 @@
+#include "platform/qt/Interface.h"
+
+#include "platform/foundation/Exception.h"
+#include "platform/qt/Appearance.h"
+
+#include <QAbstractButton>
+#include <QCheckBox>
+#include <QFile>
+#include <QLabel>
+#include <QProgressBar>
+#include <QUiLoader>
+
+#include <utility>
+
+namespace platform::qt {
+
+namespace {
+
+constexpr const char* actionProperty = "action";
+constexpr const char* closeActionProperty = "closeAction";
+constexpr const char* textStyleProperty = "textStyle";
+
+struct TextStyle {
+    const char* name;
+    void (*apply)(QLabel&);
+};
+
+constexpr TextStyle textStyles[] = {
+    {"title", styleAsTitle},
+    {"note", styleAsNote},
+    {"checkBoxNote", styleAsCheckBoxNote},
+    {"applicationIcon", styleAsApplicationIcon},
+};
+
+std::string textProperty(const QObject& object, const char* name) {
+    return object.property(name).toString().toStdString();
+}
+
+std::unique_ptr<QWidget> load(const QString& name) {
+    QFile file(name);
+    QUiLoader loader;
+    std::unique_ptr<QWidget> container;
+    if (file.open(QIODevice::ReadOnly)) {
+        container.reset(loader.load(&file));
+    }
+    if (!container) {
+        const auto why = file.error() == QFile::NoError ? loader.errorString() : file.errorString();
+        throw Exception("QFInterfaceUnreadable",
+                        QStringLiteral("cannot load the interface file %1: %2")
+                            .arg(name, why.simplified())
+                            .toStdString());
+    }
+    return container;
+}
+
+void styleLabels(const QWidget& window) {
+    for (auto* label : window.findChildren<QLabel*>()) {
+        const auto wanted = textProperty(*label, textStyleProperty);
+        for (const auto& style : textStyles) {
+            if (wanted == style.name) {
+                style.apply(*label);
+            }
+        }
+    }
+}
+
+/// The one object of this kind and name, made when it is first asked for.
+template <class Object, class Widget>
+Object& made(std::map<std::string, std::unique_ptr<Object>>& objects, const std::string& name,
+             Widget& widget) {
+    auto& object = objects[name];
+    if (!object) {
+        object = std::make_unique<Object>(widget);
+    }
+    return *object;
+}
+
+[[noreturn]] void throwOutletMissing(const std::string& name) {
+    throw Exception("QFOutletMissing", "the interface file has no outlet \"" + name + "\"");
+}
+
+} // namespace
+
+Interface::Interface(const QString& file) {
+    const auto container = load(file);
+    const auto windows = container->findChildren<QWidget*>(QString(), Qt::FindDirectChildrenOnly);
+    for (auto* window : windows) {
+        window->setParent(nullptr);
+        adopt(std::unique_ptr<QWidget>(window));
+    }
+}
+
+Interface::~Interface() = default;
+
+void Interface::adopt(std::unique_ptr<QWidget> window) {
+    const auto closeAction = textProperty(*window, closeActionProperty);
+    std::function<void()> close;
+    Qt::WindowFlags flags = Qt::Window | Qt::CustomizeWindowHint | Qt::WindowTitleHint |
+                            Qt::WindowSystemMenuHint | Qt::WindowMinimizeButtonHint;
+    if (!closeAction.empty()) {
+        declareAction(closeAction);
+        close = [this, closeAction] { perform(closeAction); };
+        flags |= Qt::WindowCloseButtonHint;
+    }
+    window->setWindowFlags(flags);
+    styleLabels(*window);
+    connectButtons(*window);
+    windows_[window->objectName().toStdString()] =
+        std::make_unique<Window>(*window, std::move(close));
+    widgets_.push_back(std::move(window));
+}
+
+void Interface::connectButtons(QWidget& window) {
+    for (auto* button : window.findChildren<QAbstractButton*>()) {
+        const auto action = textProperty(*button, actionProperty);
+        if (!action.empty()) {
+            declareAction(action);
+            QObject::connect(button, &QAbstractButton::clicked, button,
+                             [this, action] { perform(action); });
+        }
+    }
+}
+
+void Interface::declareAction(const std::string& name) {
+    actions_.try_emplace(name);
+}
+
+void Interface::perform(const std::string& action) noexcept {
+    // A copy, since what is performed may connect the action anew.
+    if (const auto performer = actions_.at(action)) {
+        performer();
+    }
+}
+
+Window& Interface::window(const std::string& name) {
+    const auto found = windows_.find(name);
+    if (found == windows_.end()) {
+        throwOutletMissing(name);
+    }
+    return *found->second;
+}
+
+template <class Widget>
+Widget& Interface::outlet(const std::string& name) const {
+    for (const auto& window : widgets_) {
+        if (auto* widget = window->findChild<Widget*>(QString::fromStdString(name))) {
+            return *widget;
+        }
+    }
+    throwOutletMissing(name);
+}
+
+CheckBox& Interface::checkBox(const std::string& name) {
+    return made(checkBoxes_, name, outlet<QCheckBox>(name));
+}
+
+ProgressIndicator& Interface::progressIndicator(const std::string& name) {
+    return made(progressIndicators_, name, outlet<QProgressBar>(name));
+}
+
+void Interface::setAction(const std::string& name, std::function<void()> perform) {
+    const auto found = actions_.find(name);
+    if (found == actions_.end()) {
+        throw Exception("QFActionMissing",
+                        "the interface file connects nothing with the action \"" + name + "\"");
+    }
+    found->second = std::move(perform);
+}
+
+} // namespace platform::qt

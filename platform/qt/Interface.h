@@ -1,0 +1,58 @@
+#pragma once
+
+#include "platform/Windows.h"
+#include "platform/qt/Windows.h"
+
+#include <list>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+class QAbstractButton;
+class QString;
+class QWidget;
+
+namespace platform::qt {
+
+/// The windows of a Qt Designer file.
+///
+/// The file's outermost widget is a container, which is never shown; each widget directly in it is
+/// a window. What Designer has no property for is said by dynamic properties, all of them text:
+/// - "action" of a button: the action that pressing it performs;
+/// - "closeAction" of a window: the action that the Escape key and closing the window perform. A
+///   window without one cannot be closed by the user;
+/// - "textStyle" of a label: "title", "note" or "checkBoxNote"; "applicationIcon" makes it show
+///   the application's icon.
+class Interface final : public platform::Interface {
+public:
+    /// Loads the file. Throws platform::Exception "QFInterfaceUnreadable", whose reason names the
+    /// file and says why, when it is missing or no interface file.
+    explicit Interface(const QString& file);
+    ~Interface() override;
+    Interface(const Interface&) = delete;
+    Interface& operator=(const Interface&) = delete;
+    Interface(Interface&&) = delete;
+    Interface& operator=(Interface&&) = delete;
+
+    Window& window(const std::string& name) override;
+    CheckBox& checkBox(const std::string& name) override;
+    ProgressIndicator& progressIndicator(const std::string& name) override;
+    void setAction(const std::string& name, std::function<void()> perform) override;
+
+private:
+    void adopt(std::unique_ptr<QWidget> window);
+    void connectButtons(QWidget& window);
+    void declareAction(const std::string& name);
+    void perform(const std::string& action) noexcept;
+    template <class Widget>
+    Widget& outlet(const std::string& name) const;
+
+    std::vector<std::unique_ptr<QWidget>> widgets_;
+    std::map<std::string, std::unique_ptr<Window>> windows_;
+    std::map<std::string, std::unique_ptr<CheckBox>> checkBoxes_;
+    std::map<std::string, std::unique_ptr<ProgressIndicator>> progressIndicators_;
+    std::map<std::string, std::function<void()>> actions_;
+};
+
+} // namespace platform::qt

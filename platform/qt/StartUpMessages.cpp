@@ -1,0 +1,57 @@
+#include "platform/qt/StartUpMessages.h"
+
+#include "platform/foundation/Text.h"
+#include "platform/qt/Identity.h"
+
+#include <QString>
+
+#include <cstdlib>
+#include <iostream>
+#include <string>
+
+namespace platform::qt {
+
+namespace {
+
+constexpr const char* noDisplayNamed = "neither DISPLAY nor WAYLAND_DISPLAY is set";
+
+std::string firstWarning;
+
+bool isSet(const char* variable) {
+    const char* value = std::getenv(variable);
+    return value != nullptr && *value != '\0';
+}
+
+std::string whyNoDisplay(const std::string& lastWords) {
+    if (!isSet("DISPLAY") && !isSet("WAYLAND_DISPLAY") && !isSet("QT_QPA_PLATFORM")) {
+        return noDisplayNamed;
+    }
+    return firstWarning.empty() ? lastWords : firstWarning;
+}
+
+void keepBack(QtMsgType type, const QMessageLogContext& /*context*/, const QString& message) {
+    const auto text = message.simplified().toStdString();
+    if (type == QtFatalMsg) {
+        reportStartUpFailure("no display: " + whyNoDisplay(text));
+        std::_Exit(EXIT_FAILURE);
+    }
+    if (type == QtWarningMsg && firstWarning.empty()) {
+        firstWarning = text;
+    }
+}
+
+} // namespace
+
+void reportStartUpFailure(std::string_view reason) {
+    std::cerr << std::string(applicationName) + ": " + text::printable(reason) + '\n' << std::flush;
+}
+
+StartUpMessages::StartUpMessages() : former_(qInstallMessageHandler(keepBack)) {
+    firstWarning.clear();
+}
+
+StartUpMessages::~StartUpMessages() {
+    qInstallMessageHandler(former_);
+}
+
+} // namespace platform::qt

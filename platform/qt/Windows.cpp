@@ -1,0 +1,89 @@
+#include "platform/qt/Windows.h"
+
+#include "platform/qt/Placement.h"
+
+#include <QCheckBox>
+#include <QDialog>
+#include <QKeyEvent>
+#include <QProgressBar>
+#include <QWidget>
+
+#include <algorithm>
+#include <utility>
+
+namespace platform::qt {
+
+namespace {
+
+int buttonState(int state) {
+    switch (state) {
+    case Qt::Checked:
+        return 1;
+    case Qt::Unchecked:
+        return 0;
+    default:
+        return -1;
+    }
+}
+
+bool isEscape(const QEvent& event) {
+    return event.type() == QEvent::KeyPress &&
+           static_cast<const QKeyEvent&>(event).matches(QKeySequence::Cancel);
+}
+
+} // namespace
+
+Window::Window(QWidget& widget, std::function<void()> close)
+    : widget_(widget), close_(std::move(close)) {
+    widget_.installEventFilter(this);
+}
+
+void Window::makeKeyAndOrderFront() {
+    fitToContents(widget_);
+    bringToFront(widget_);
+}
+
+void Window::orderOut() {
+    takeAway(widget_);
+}
+
+bool Window::isVisible() {
+    return widget_.isVisible();
+}
+
+bool Window::hasAttachedSheet() {
+    const auto sheets = widget_.findChildren<QDialog*>(QString(), Qt::FindDirectChildrenOnly);
+    return std::any_of(sheets.begin(), sheets.end(),
+                       [](const QDialog* sheet) { return sheet->isVisible(); });
+}
+
+bool Window::eventFilter(QObject* watched, QEvent* event) {
+    if (event->type() != QEvent::Close && !isEscape(*event)) {
+        return QObject::eventFilter(watched, event);
+    }
+    event->setAccepted(event->type() != QEvent::Close);
+    if (close_) {
+        close_();
+    }
+    return true;
+}
+
+CheckBox::CheckBox(QCheckBox& widget) : state_(buttonState(widget.checkState())) {
+    QObject::connect(&widget, &QCheckBox::stateChanged, &widget, [this](int state) {
+        state_.store(buttonState(state), std::memory_order_relaxed);
+    });
+}
+
+ProgressIndicator::ProgressIndicator(QProgressBar& widget) : widget_(widget) {
+    widget_.setRange(0, 1);
+    widget_.setValue(0);
+}
+
+void ProgressIndicator::setUsesThreadedAnimation(bool /*threaded*/) {
+}
+
+void ProgressIndicator::startAnimation() {
+    widget_.setRange(0, 0);
+}
+
+} // namespace platform::qt

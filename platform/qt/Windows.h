@@ -1,0 +1,61 @@
+#pragma once
+
+#include "platform/Windows.h"
+
+#include <QObject>
+
+#include <atomic>
+
+class QCheckBox;
+class QEvent;
+class QProgressBar;
+class QWidget;
+
+namespace platform::qt {
+
+/// A window of the interface. Its size is that of its contents.
+class Window final : public QObject, public platform::Window {
+public:
+    /// `close` is what the Escape key and closing the window do; without it the user cannot close
+    /// the window. The widget outlives this.
+    Window(QWidget& widget, std::function<void()> close);
+
+    QWidget& widget() { return widget_; }
+
+    void makeKeyAndOrderFront() override;
+    void orderOut() override;
+    bool isVisible() override;
+    bool hasAttachedSheet() override;
+
+private:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+    QWidget& widget_;
+    std::function<void()> close_;
+};
+
+/// A checkbox, whose state other threads may read.
+class CheckBox final : public platform::CheckBox {
+public:
+    explicit CheckBox(QCheckBox& widget);
+    int state() override { return state_.load(std::memory_order_relaxed); }
+
+private:
+    std::atomic<int> state_;
+};
+
+/// A bar that stands still until its animation is started.
+class ProgressIndicator final : public platform::ProgressIndicator {
+public:
+    explicit ProgressIndicator(QProgressBar& widget);
+
+    /// Changes nothing: the bar moves by itself while the main thread's event loop runs, and the
+    /// main thread never works for long.
+    void setUsesThreadedAnimation(bool threaded) override;
+    void startAnimation() override;
+
+private:
+    QProgressBar& widget_;
+};
+
+} // namespace platform::qt

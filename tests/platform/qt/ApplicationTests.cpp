@@ -1,0 +1,223 @@
+#include "tests/support/UserInterface.h"
+
+#include "platform/foundation/Exception.h"
+#include "platform/qt/Windows.h"
+
+#include <QCoreApplication>
+#include <QTimer>
+#include <QWidget>
+
+#include <atomic>
+#include <future>
+#include <memory>
+#include <thread>
+
+using namespace std::chrono_literals;
+using platform::Wait;
+using platform::qt::Application;
+
+namespace {
+
+class ApplicationTest : public UserInterface {};
+
+using ApplicationDeathTest = ApplicationTest;
+
+TEST_F(ApplicationTest, KnowsTheMainThread) {
+    EXPECT_TRUE(application.isMainThread());
+    std::thread([this] { EXPECT_FALSE(application.isMainThread()); }).join();
+}
+
+TEST_F(ApplicationTest, PerformsWaitedForWorkOfTheMainThreadAtOnce) {
+    bool performed = false;
+    application.performOnMainThread([&] { performed = true; }, Wait::untilDone);
+    EXPECT_TRUE(performed);
+}
+
+TEST_F(ApplicationTest, PerformsOtherWorkOfTheMainThreadWhenTheLoopComesToIt) {
+    bool performed = false;
+    runOnMainThread([&] {
+        application.performOnMainThread([&] { performed = true; }, Wait::no);
+        EXPECT_FALSE(performed);
+        while (!performed) {
+            application.handleNextEvent(10ms);
+        }
+    });
+    EXPECT_TRUE(performed);
+}
+
+TEST_F(ApplicationTest, PerformsWorkOfAnotherThreadOnTheMainThreadBeforeItReturns) {
+    const auto mainThread = std::this_thread::get_id();
+    runWhile([&] {
+        std::thread::id performer;
+        application.performOnMainThread([&] { performer = std::this_thread::get_id(); },
+                                        Wait::untilDone);
+        EXPECT_EQ(performer, mainThread);
+    });
+}
+
+TEST_F(ApplicationTest, PerformsWorkInTheOrderOfTheCalls) {
+    std::string order;
+    runWhile([&] {
+        application.performOnMainThread([&] { order += 'a'; }, Wait::no);
+        application.performOnMainThread([&] { order += 'b'; }, Wait::no);
+        application.performOnMainThread([&] { order += 'c'; }, Wait::untilDone);
+    });
+    EXPECT_EQ(order, "abc");
+}
+
+TEST_F(ApplicationTest, PerformsWorkThatWasHandedOverBeforeTheLoopRuns) {
+    bool performed = false;
+    application.performOnMainThread([&] { performed = true; }, Wait::no);
+    runWhile([] {});
+    EXPECT_TRUE(performed);
+}
+
+TEST_F(ApplicationTest, PerformsWorkWhileOtherWorkPumpsEvents) {
+    std::promise<void> pumping;
+    bool inner = false;
+    runWhile([&] {
+        std::thread second([&] {
+            pumping.get_future().wait();
+            application.performOnMainThread([&] { inner = true; }, Wait::untilDone);
+        });
+        application.performOnMainThread(
+            [&] {
+                pumping.set_value();
+                while (!inner) {
+                    application.handleNextEvent(10ms);
+                }
+            },
+            Wait::untilDone);
+        second.join();
+    });
+    EXPECT_TRUE(inner);
+}
+
+TEST_F(ApplicationTest, HandsAnExceptionOfTheWorkToTheWaitingCaller) {
+    runWhile([&] {
+        try {
+            application.performOnMainThread([] { throw platform::Exception("QFName", "reason"); },
+                                            Wait::untilDone);
+            ADD_FAILURE() << "nothing was thrown";
+        } catch (const platform::Exception& exception) {
+            EXPECT_EQ(exception.name(), "QFName");
+        }
+    });
+}
+
+TEST_F(ApplicationTest, WaitsForAnEventNoLongerThanTheDeadline) {
+    runOnMainThread([&] {
+        // Returning at all is what is proven: nothing happens that could be waited for.
+        application.handleNextEvent(1ms);
+        application.handleNextEvent(0ms);
+    });
+}
+
+TEST_F(ApplicationTest, DispatchesTheEventThatItWaitsFor) {
+    bool dispatched = false;
+    runOnMainThread([&] {
+        QTimer::singleShot(1, QCoreApplication::instance(), [&] { dispatched = true; });
+        while (!dispatched) {
+            application.handleNextEvent(1h);
+        }
+    });
+    EXPECT_TRUE(dispatched);
+}
+
+TEST_F(ApplicationTest, CallsTheObserversOfTerminationOnceInTheOrderTheyCame) {
+    std::string order;
+    application.addTerminationObserver([&] { order += 'a'; });
+    application.addTerminationObserver([&] { order += 'b'; });
+    runOnMainThread([&] {
+        application.terminate();
+        application.terminate();
+    });
+    EXPECT_EQ(order, "ab");
+}
+
+TEST_F(ApplicationTest, ForgetsAnObserverThatIsRemoved) {
+    bool called = false;
+    const int observer = application.addTerminationObserver([&] { called = true; });
+    application.removeTerminationObserver(observer);
+    application.removeTerminationObserver(observer);
+    runWhile([] {});
+    EXPECT_FALSE(called);
+}
+
+TEST_F(ApplicationTest, NumbersItsObserversApart) {
+    EXPECT_NE(application.addTerminationObserver([] {}), application.addTerminationObserver([] {}));
+}
+
+TEST_F(ApplicationTest, EndsBeforeItsLoopRunsWhenItWasTerminated) {
+    application.terminate();
+    EXPECT_EQ(application.run(), 0);
+}
+
+TEST_F(ApplicationTest, CallsTheObserversWhenTheDesktopEndsTheSession) {
+    bool called = false;
+    application.addTerminationObserver([&] { called = true; });
+    application.performOnMainThread([] { QCoreApplication::quit(); }, Wait::no);
+    EXPECT_EQ(application.run(), 0);
+    EXPECT_TRUE(called);
+}
+
+TEST_F(ApplicationTest, DropsWorkOnceTheLoopHasEnded) {
+    runWhile([] {});
+    const auto token = std::make_shared<int>();
+    application.performOnMainThread([token] { FAIL(); }, Wait::no);
+    EXPECT_EQ(token.use_count(), 1);
+}
+
+/// A caller that waits and, when `returned` is still false at the end, waits for good.
+void waitDetached(Application& application, const std::shared_ptr<std::atomic<bool>>& returned,
+                  std::function<void()> work) {
+    std::thread([&application, returned, work = std::move(work)]() mutable {
+        application.performOnMainThread(std::move(work), Wait::untilDone);
+        *returned = true;
+    }).detach();
+}
+
+TEST_F(ApplicationTest, KeepsTheCallerWaitingWhoseWorkTerminatedIt) {
+    const auto returned = std::make_shared<std::atomic<bool>>(false);
+    waitDetached(application, returned, [this] { application.terminate(); });
+    EXPECT_EQ(application.run(), 0);
+    EXPECT_FALSE(*returned);
+}
+
+TEST_F(ApplicationTest, HasAMainWindowOnlyWhileThatIsOnTheScreen) {
+    EXPECT_EQ(application.mainWindow(), nullptr);
+    QWidget widget;
+    platform::qt::Window window(widget, nullptr);
+    application.setMainWindow(&window);
+    EXPECT_EQ(application.mainWindow(), nullptr);
+    window.makeKeyAndOrderFront();
+    EXPECT_EQ(application.mainWindow(), &window);
+    window.orderOut();
+    EXPECT_EQ(application.mainWindow(), nullptr);
+}
+
+TEST_F(ApplicationDeathTest, EndsTheProcessWithStatusZeroOutOfANestedPump) {
+    EXPECT_EXIT(
+        {
+            application.addTerminationObserver([] { std::fputs("observed", stderr); });
+            runOnMainThread([&] {
+                application.performOnMainThread([&] { application.terminate(); }, Wait::no);
+                for (;;) {
+                    application.handleNextEvent(10ms);
+                }
+            });
+        },
+        ::testing::ExitedWithCode(0), "observed");
+}
+
+TEST_F(ApplicationDeathTest, TakesAnExceptionThatNobodyWaitsForAsUncaught) {
+    EXPECT_DEATH(
+        {
+            application.performOnMainThread([] { throw platform::Exception("QFName", "reason"); },
+                                            Wait::no);
+            application.run();
+        },
+        "reason");
+}
+
+} // namespace

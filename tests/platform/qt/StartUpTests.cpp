@@ -1,0 +1,161 @@
+#include "platform/StartUp.h"
+
+#include "platform/Application.h"
+#include "platform/Services.h"
+#include "platform/foundation/Exception.h"
+#include "platform/qt/InstanceLock.h"
+#include "tests/support/ScopedEnvironment.h"
+#include "tests/support/TemporaryFolder.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <functional>
+#include <iostream>
+#include <string>
+
+using platform::Application;
+using platform::Interface;
+using ::testing::AllOf;
+using ::testing::ContainsRegex;
+using ::testing::ExitedWithCode;
+using ::testing::HasSubstr;
+using ::testing::ResultOf;
+using ::testing::StartsWith;
+
+namespace {
+
+std::ptrdiff_t lineEnds(const std::string& text) {
+    return std::ranges::count(text, '\n');
+}
+
+/// One line of the program's own, with this in it, and nothing else.
+auto oneLineWith(const std::string& what) {
+    return AllOf(StartsWith("kelvane-uninstaller: "), HasSubstr(what), ResultOf(lineEnds, 1));
+}
+
+/// Every test runs the program's start-up in a process of its own.
+class StartUpDeathTest : public ::testing::Test {
+protected:
+    StartUpDeathTest() { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
+
+    [[noreturn]] static void start(const std::function<void(Interface&)>& awake,
+                                   const std::string& file = ":/MainMenu.ui") {
+        std::string name = "kelvane-uninstaller";
+        char* arguments[] = {name.data(), nullptr};
+        std::exit(platform::applicationMain(1, arguments, file, awake));
+    }
+
+    static void expectNoDisplay(const std::string& why) {
+        EXPECT_EXIT(start([](Interface&) {}), ExitedWithCode(1), oneLineWith("no display: " + why));
+    }
+
+    TemporaryFolder folder;
+    ScopedEnvironment runtime{"XDG_RUNTIME_DIR", folder.path()};
+    ScopedEnvironment platform_{"QT_QPA_PLATFORM", "offscreen"};
+    ScopedEnvironment display{"DISPLAY", std::nullopt};
+    ScopedEnvironment wayland{"WAYLAND_DISPLAY", std::nullopt};
+};
+
+void terminateLater() {
+    auto& application = platform::service<Application>();
+    application.performOnMainThread([&application] { application.terminate(); },
+                                    platform::Wait::no);
+}
+
+TEST_F(StartUpDeathTest, EndsWithStatusZeroWhenTheApplicationTerminates) {
+    EXPECT_EXIT(start([](Interface&) { terminateLater(); }), ExitedWithCode(0), "^$");
+}
+
+TEST_F(StartUpDeathTest, EndsWithStatusZeroWhenItTerminatesWhileItAwakes) {
+    EXPECT_EXIT(start([](Interface&) { platform::service<Application>().terminate(); }),
+                ExitedWithCode(0), "^$");
+}
+
+TEST_F(StartUpDeathTest, ShowsTheMainWindowOnceTheControllerIsAwake) {
+    EXPECT_EXIT(start([](Interface& interface) {
+                    auto& window = interface.window("windowMain");
+                    std::cerr << "awake " << window.isVisible() << '\n';
+                    platform::service<Application>().performOnMainThread(
+                        [&window] {
+                            auto& application = platform::service<Application>();
+                            std::cerr << "running " << window.isVisible() << ' '
+                                      << (application.mainWindow() == &window) << '\n';
+                            application.terminate();
+                        },
+                        platform::Wait::no);
+                }),
+                ExitedWithCode(0), "^awake 0\nrunning 1 1\n$");
+}
+
+TEST_F(StartUpDeathTest, RunsTheActionsOfTheButtons) {
+    EXPECT_EXIT(start([](Interface& interface) {
+                    interface.setAction("cancel:",
+                                        [] { platform::service<Application>().terminate(); });
+                    interface.setAction("uninstall:", [] { std::abort(); });
+                    terminateLater();
+                }),
+                ExitedWithCode(0), "^$");
+}
+
+TEST_F(StartUpDeathTest, SaysThatThereIsNoDisplay) {
+    const ScopedEnvironment unset("QT_QPA_PLATFORM", std::nullopt);
+    expectNoDisplay("neither DISPLAY nor WAYLAND_DISPLAY is set");
+}
+
+TEST_F(StartUpDeathTest, SaysThatTheDisplayCannotBeReached) {
+    const ScopedEnvironment unset("QT_QPA_PLATFORM", std::nullopt);
+    const ScopedEnvironment unreachable("DISPLAY", ":4095");
+    expectNoDisplay("could not connect to display :4095");
+}
+
+TEST_F(StartUpDeathTest, SaysThatThePlatformIsUnknown) {
+    const ScopedEnvironment unknown("QT_QPA_PLATFORM", "stonetablet");
+    expectNoDisplay("Could not find the Qt platform plugin \"stonetablet\"");
+}
+
+TEST_F(StartUpDeathTest, SaysThatThereAreNoPlatforms) {
+    const ScopedEnvironment nowhere("QT_QPA_PLATFORM_PLUGIN_PATH", folder.path());
+    const ScopedEnvironment unknown("QT_QPA_PLATFORM", "stonetablet");
+    expectNoDisplay("");
+}
+
+TEST_F(StartUpDeathTest, SaysThatItIsRunningAlready) {
+    const platform::qt::InstanceLock other("kelvane-uninstaller");
+    EXPECT_EXIT(start([](Interface&) { std::abort(); }), ExitedWithCode(1),
+                oneLineWith("already running"));
+}
+
+TEST_F(StartUpDeathTest, NamesTheOutletThatTheControllerMisses) {
+    EXPECT_EXIT(start([](Interface& interface) { interface.checkBox("noSuchCheck"); }),
+                ExitedWithCode(1), oneLineWith("noSuchCheck"));
+}
+
+TEST_F(StartUpDeathTest, NamesTheActionThatTheControllerMisses) {
+    EXPECT_EXIT(start([](Interface& interface) { interface.setAction("undo:", [] {}); }),
+                ExitedWithCode(1), oneLineWith("undo:"));
+}
+
+TEST_F(StartUpDeathTest, NamesTheMainWindowWhenThatIsMissing) {
+    const auto file = folder.write("empty.ui", "<ui version=\"4.0\"><widget class=\"QWidget\" "
+                                               "name=\"Empty\"/></ui>");
+    EXPECT_EXIT(start([](Interface&) { std::abort(); }, file), ExitedWithCode(1),
+                oneLineWith("windowMain"));
+}
+
+TEST_F(StartUpDeathTest, NamesTheInterfaceFileThatItCannotRead) {
+    EXPECT_EXIT(start([](Interface&) { std::abort(); }, folder / "missing.ui"), ExitedWithCode(1),
+                oneLineWith("missing.ui"));
+    const auto garbage = folder.write("garbage.ui", "<ui><widget");
+    EXPECT_EXIT(start([](Interface&) { std::abort(); }, garbage), ExitedWithCode(1),
+                oneLineWith("garbage.ui"));
+}
+
+TEST_F(StartUpDeathTest, SaysWhyTheControllerDidNotAwake) {
+    EXPECT_EXIT(start([](Interface&) { throw platform::Exception("QFName", "two\nlines"); }),
+                ExitedWithCode(1), oneLineWith("two\\x0Alines"));
+}
+
+} // namespace
