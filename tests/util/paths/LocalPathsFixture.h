@@ -1,0 +1,43 @@
+#pragma once
+
+#include "platform/Services.h"
+#include "tests/support/PortDoubles.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+/// A machine whose standard folders all stand where one expects them, seen by an ordinary user
+/// whose home folder is /home/someone.
+class LocalPathsFixture : public testing::Test {
+protected:
+    LocalPathsFixture() {
+        using enum platform::DirectoryKind;
+        using enum platform::DomainMask;
+        searchPaths.lists = {
+            {{application, user}, {"/home/someone/Applications"}},
+            {{application, local}, {"/Applications"}},
+            {{adminApplication, user}, {"/home/someone/Applications/Utilities"}},
+            {{adminApplication, local}, {"/Applications/Utilities"}},
+            {{library, user}, {"/home/someone/Library"}},
+            {{library, local}, {"/Library"}},
+            {{library, platform::DomainMask::system}, {"/System/Library"}},
+            {{documentation, user}, {"/home/someone/Library/Documentation"}},
+            {{documentation, local}, {"/Library/Documentation"}},
+            {{document, user}, {"/home/someone/Documents"}},
+            {{desktop, user}, {"/home/someone/Desktop"}},
+            {{caches, user}, {"/home/someone/Library/Caches"}},
+            {{caches, local}, {"/Library/Caches"}},
+            {{applicationSupport, user}, {"/home/someone/Library/Application Support"}},
+            {{applicationSupport, local}, {"/Library/Application Support"}},
+            {{movies, user}, {"/home/someone/Movies"}},
+        };
+    }
+
+    FakeAccount account;
+    FakeSearchPaths searchPaths;
+
+private:
+    platform::ScopedService<platform::UserAccount> accountScope_{account};
+    platform::ScopedService<platform::SearchPaths> searchPathsScope_{searchPaths};
+};

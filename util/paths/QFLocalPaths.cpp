@@ -1,0 +1,163 @@
+#include "util/paths/QFLocalPaths.h"
+
+#include "platform/Services.h"
+#include "platform/SystemInformation.h"
+#include "platform/UserAccount.h"
+#include "platform/foundation/Path.h"
+
+#include <cstdlib>
+#include <ctime>
+#include <string_view>
+#include <utility>
+
+using platform::DirectoryKind;
+using platform::DomainMask;
+
+namespace {
+
+constexpr unsigned superuserId = 0;
+constexpr std::string_view superuserHome = "/var/root";
+constexpr std::string_view privateSuperuserHome = "/private/var/root";
+constexpr std::size_t privateSuperuserHomeCut = 16;
+
+constexpr std::string_view randomAlphabet = "abcdefghijklmnopqrstuvwxyz0123456789";
+constexpr std::size_t temporaryNameSuffixLength = 8;
+
+std::string underHomeOfProcess(std::string_view folder) {
+    if (folder.starts_with(superuserHome)) {
+        folder.remove_prefix(superuserHome.size());
+    }
+    if (folder.starts_with(privateSuperuserHome)) {
+        folder.remove_prefix(privateSuperuserHomeCut);
+    }
+    return platform::path::appending(QFLocalPaths::userDirectory(), folder);
+}
+
+std::optional<std::string> folder(DirectoryKind kind, Domain domain) {
+    return QFLocalPaths::pathForDirectory(kind, domain == Domain::user ? DomainMask::user
+                                                                       : DomainMask::local);
+}
+
+std::optional<std::string> inLibrary(Domain domain, std::string_view name) {
+    const auto library = QFLocalPaths::libraryDirectory(domain);
+    if (!library) {
+        return std::nullopt;
+    }
+    return platform::path::appending(*library, name);
+}
+
+} // namespace
+
+std::optional<std::string> QFLocalPaths::pathForDirectory(DirectoryKind kind, DomainMask domain) {
+    auto folders = platform::service<platform::SearchPaths>().folders(kind, domain);
+    if (folders.empty()) {
+        return std::nullopt;
+    }
+    if (domain == DomainMask::user &&
+        platform::service<platform::UserAccount>().realUserId() == superuserId) {
+        return underHomeOfProcess(folders.front());
+    }
+    return std::move(folders.front());
+}
+
+std::optional<std::string> QFLocalPaths::applicationDirectory(Domain domain) {
+    return folder(DirectoryKind::application, domain);
+}
+
+std::optional<std::string> QFLocalPaths::adminApplicationDirectory(Domain domain) {
+    return folder(DirectoryKind::adminApplication, domain);
+}
+
+std::optional<std::string> QFLocalPaths::documentDirectory(Domain domain) {
+    return folder(DirectoryKind::document, domain);
+}
+
+std::optional<std::string> QFLocalPaths::libraryDirectory(Domain domain) {
+    return folder(DirectoryKind::library, domain);
+}
+
+std::optional<std::string> QFLocalPaths::prefsDirectory(Domain domain) {
+    return inLibrary(domain, "Preferences");
+}
+
+std::optional<std::string> QFLocalPaths::cacheDirectory(Domain domain) {
+    return folder(DirectoryKind::caches, domain);
+}
+
+std::optional<std::string> QFLocalPaths::appSupportDirectory(Domain domain) {
+    return folder(DirectoryKind::applicationSupport, domain);
+}
+
+std::optional<std::string> QFLocalPaths::logDirectory(Domain domain) {
+    return inLibrary(domain, "Logs");
+}
+
+std::optional<std::string> QFLocalPaths::movieDirectory() {
+    return folder(DirectoryKind::movies, Domain::user);
+}
+
+std::optional<std::string> QFLocalPaths::desktopDirectory() {
+    return folder(DirectoryKind::desktop, Domain::user);
+}
+
+std::optional<std::string> QFLocalPaths::systemLibraryDirectory() {
+    return pathForDirectory(DirectoryKind::library, DomainMask::system);
+}
+
+std::optional<std::string> QFLocalPaths::localDocumentationDirectory() {
+    return folder(DirectoryKind::documentation, Domain::local);
+}
+
+std::string QFLocalPaths::userDirectory() {
+    return platform::service<platform::UserAccount>().homeDirectory();
+}
+
+std::string QFLocalPaths::username() {
+    return platform::service<platform::UserAccount>().loginName();
+}
+
+std::string QFLocalPaths::trashDirectory() {
+    return platform::path::appending(userDirectory(), ".Trash");
+}
+
+std::optional<std::string> QFLocalPaths::darwinCacheDirectory() {
+    return platform::service<platform::UserAccount>().cacheDirectory();
+}
+
+std::string QFLocalPaths::tempDirectory() {
+    return platform::service<platform::UserAccount>().temporaryDirectory();
+}
+
+std::string QFLocalPaths::tempFile() {
+    return platform::path::appending(tempDirectory(),
+                                     uuid() + randomString(temporaryNameSuffixLength));
+}
+
+std::string QFLocalPaths::uuid() {
+    return platform::service<platform::SystemInformation>().globallyUniqueString();
+}
+
+std::string QFLocalPaths::randomString(std::size_t length) {
+    // Unsigned factors give the product truncated to 32 bits; a signed product could overflow.
+    std::srand(static_cast<unsigned>(std::clock()) * static_cast<unsigned>(std::time(nullptr)));
+    std::string result;
+    result.reserve(length);
+    for (std::size_t i = 0; i < length; ++i) {
+        result += randomAlphabet[static_cast<std::size_t>(std::rand()) % randomAlphabet.size()];
+    }
+    return result;
+}
+
+std::optional<std::string> QFLocalPaths::ensureTrailingSlash(std::optional<std::string> path) {
+    if (path && !path->empty() && !path->ends_with('/')) {
+        *path += '/';
+    }
+    return path;
+}
+
+std::optional<std::string> QFLocalPaths::stripTrailingSlash(std::optional<std::string> path) {
+    if (path && path->size() >= 2 && path->ends_with('/')) {
+        path->pop_back();
+    }
+    return path;
+}

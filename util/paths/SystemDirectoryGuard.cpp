@@ -1,0 +1,93 @@
+#include "util/paths/QFLocalPaths.h"
+
+#include "platform/foundation/Path.h"
+#include "platform/foundation/Text.h"
+
+#include <algorithm>
+#include <array>
+#include <string_view>
+
+namespace {
+
+constexpr std::array<std::string_view, 6> protectedFolders{"/Users/Shared", "/usr",  "/var",
+                                                           "/bin",          "/sbin", "/System"};
+
+constexpr std::array<std::string_view, 6> protectedTrees{"/usr/",  "/var/",         "/bin/",
+                                                         "/sbin/", "/private/var/", "/System/"};
+constexpr std::string_view unprotectedTree = "/usr/local/";
+
+constexpr std::string_view volumesFolder = "/Volumes/";
+constexpr std::string_view backupStore = "Backups.backupdb";
+
+bool isStandardFolder(const std::string& path) {
+    using Paths = QFLocalPaths;
+    const std::array standardFolders{
+        Paths::applicationDirectory(Domain::user),
+        Paths::applicationDirectory(Domain::local),
+        Paths::adminApplicationDirectory(Domain::user),
+        Paths::adminApplicationDirectory(Domain::local),
+        Paths::documentDirectory(Domain::user),
+        Paths::documentDirectory(Domain::local),
+        Paths::libraryDirectory(Domain::user),
+        Paths::libraryDirectory(Domain::local),
+        Paths::prefsDirectory(Domain::user),
+        Paths::prefsDirectory(Domain::local),
+        Paths::cacheDirectory(Domain::user),
+        Paths::cacheDirectory(Domain::local),
+        Paths::appSupportDirectory(Domain::user),
+        Paths::appSupportDirectory(Domain::local),
+        Paths::desktopDirectory(),
+        std::optional(Paths::userDirectory()),
+        Paths::systemLibraryDirectory(),
+        Paths::localDocumentationDirectory(),
+    };
+    return std::ranges::find(standardFolders, path) != standardFolders.end();
+}
+
+bool isInProtectedTree(std::string_view path) {
+    return !path.starts_with(unprotectedTree) &&
+           std::ranges::any_of(protectedTrees,
+                               [path](std::string_view tree) { return path.starts_with(tree); });
+}
+
+// The path's first characters, as many as it has but two: its trailing slash and the one before it
+// go. Where that one counts as two, part of its bytes stays, as half of it would, and matches
+// nothing.
+std::string withoutLastTwoCharacters(std::string path, std::size_t length) {
+    while (platform::text::utf16Length(path) > length - 2) {
+        path.pop_back();
+    }
+    return path;
+}
+
+} // namespace
+
+bool QFLocalPaths::isPathSystemDirectory(const std::optional<std::string>& path,
+                                         ExactMatch exactMatch) {
+    if (path == "/") {
+        return true;
+    }
+    const std::size_t length = path ? platform::text::utf16Length(*path) : 0;
+    if (length < 3) {
+        return false;
+    }
+    const std::string compared =
+        path->ends_with('/') ? withoutLastTwoCharacters(*path, length) : *path;
+    if (isStandardFolder(compared) ||
+        std::ranges::find(protectedFolders, compared) != protectedFolders.end()) {
+        return true;
+    }
+    return exactMatch == ExactMatch::no && isInProtectedTree(compared);
+}
+
+bool QFLocalPaths::isPathSystemDirectory(const std::optional<std::string>& path) {
+    return isPathSystemDirectory(path, ExactMatch::no);
+}
+
+bool QFLocalPaths::isPathOnTimeMachineVolume(const std::optional<std::string>& path) {
+    if (!path || !path->starts_with(volumesFolder)) {
+        return false;
+    }
+    const auto components = platform::path::components(*path);
+    return std::ranges::find(components, backupStore) != components.end();
+}
