@@ -1,0 +1,225 @@
+// What an entry costs from the call to the file, beside a bare loop that does the least that must
+// be done, and beside spdlog where it is installed.
+
+#include "platform/Services.h"
+#include "platform/foundation/Date.h"
+#include "platform/linux/Console.h"
+#include "platform/linux/LogFiles.h"
+#include "util/log/QFLog.h"
+
+#ifdef QF_WITH_SPDLOG
+#include <spdlog/async.h>
+#include <spdlog/sinks/rotating_file_sink.h>
+#include <spdlog/spdlog.h>
+#endif
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <fcntl.h>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <string>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+using Seconds = std::chrono::duration<double>;
+
+constexpr int entries = 200000;
+constexpr int rounds = 9;
+constexpr const char* item = "/Applications/Kelvane/Dunmarl.app";
+
+double secondsOf(const std::function<void()>& work) {
+    const auto begin = std::chrono::steady_clock::now();
+    work();
+    return Seconds(std::chrono::steady_clock::now() - begin).count();
+}
+
+/// Runs `produce` on so many threads, which share the entries.
+void onThreads(int threadCount, const std::function<void(int)>& produce) {
+    std::vector<std::jthread> threads;
+    threads.reserve(static_cast<std::size_t>(threadCount));
+    for (int thread = 0; thread < threadCount; ++thread) {
+        threads.emplace_back(produce, entries / threadCount);
+    }
+}
+
+/// The least that puts an entry into a file: its date and text formatted, one write.
+double bareLoop(const std::string& path) {
+    const int file =
+        ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_APPEND | O_CLOEXEC, 0644);
+    const auto seconds = secondsOf([file] {
+        std::array<char, 256> entry{};
+        for (int number = 0; number < entries; ++number) {
+            const auto date = platform::description(platform::Date::clock::now());
+            const int length = std::snprintf(entry.data(), entry.size(), "%s - Moved item %d: %s\n",
+                                             date.c_str(), number, item);
+            if (::write(file, entry.data(), static_cast<std::size_t>(length)) != length) {
+                std::abort();
+            }
+        }
+    });
+    ::close(file);
+    return seconds;
+}
+
+/// A log file that is never full, as the bare loop's is not.
+class EndlessFile : public platform::LogFile {
+public:
+    explicit EndlessFile(const std::string& path)
+        : file_(platform::service<platform::LogFiles>().open(path)) {}
+
+    void append(std::string_view entry) override {
+        file_->append(entry);
+        QFLog::sharedController().setBytesWritten(0);
+    }
+
+private:
+    std::shared_ptr<platform::LogFile> file_;
+};
+
+void logEntries(int count) {
+    for (int number = 0; number < count; ++number) {
+        QFLog::fastAppendLog("Moved item %d: %@", number, item);
+    }
+}
+
+double ownLog(const std::string& path, int threadCount) {
+    auto& files = platform::service<platform::LogFiles>();
+    if (files.createEmptyFile(path)) {
+        std::abort();
+    }
+    QFLog::sharedController().setFileHandle(std::make_shared<EndlessFile>(path));
+    return secondsOf([threadCount] {
+        onThreads(threadCount, logEntries);
+        QFLog::finishWriting();
+    });
+}
+
+#ifdef QF_WITH_SPDLOG
+double spdlogLog(const std::string& path, int threadCount) {
+    spdlog::init_thread_pool(8192, 1);
+    auto sink = std::make_shared<spdlog::sinks::rotating_file_sink_mt>(path, 1U << 30U, 5);
+    auto logger = std::make_shared<spdlog::async_logger>("bench", sink, spdlog::thread_pool());
+    logger->set_pattern("%Y-%m-%d %H:%M:%S %z - %v");
+    logger->flush_on(spdlog::level::info);
+    const auto seconds = secondsOf([&] {
+        onThreads(threadCount, [&logger](int count) {
+            for (int number = 0; number < count; ++number) {
+                logger->info("Moved item {}: {}", number, item);
+            }
+        });
+        logger.reset();
+        spdlog::shutdown();
+    });
+    return seconds;
+}
+#endif
+
+struct Spread {
+    double least = 0;
+    double median = 0;
+    double greatest = 0;
+};
+
+Spread spreadOf(std::vector<double> values) {
+    std::sort(values.begin(), values.end());
+    return {values.front(), values[values.size() / 2], values.back()};
+}
+
+void printRow(const char* what, const Spread& ratio, double microseconds) {
+    std::printf("%-44s %6.2f %6.2f %6.2f   %7.3f us an entry\n", what, ratio.least, ratio.median,
+                ratio.greatest, microseconds);
+}
+
+/// One peer after the other in each round, so that what else the machine does meets all alike.
+void compare(const std::string& folder) {
+    using Run = std::function<double()>;
+    struct Contender {
+        const char* name;
+        Run run;
+        std::vector<double> seconds;
+        std::vector<double> ratios;
+    };
+    std::vector<Contender> contenders{
+        {"bare loop", [&] { return bareLoop(folder + "/bare.log"); }, {}, {}},
+        {"QFLog, 1 producer", [&] { return ownLog(folder + "/own.log", 1); }, {}, {}},
+        {"QFLog, 8 producers", [&] { return ownLog(folder + "/own.log", 8); }, {}, {}},
+#ifdef QF_WITH_SPDLOG
+        {"spdlog async rotating, flushed, 1 producer",
+         [&] { return spdlogLog(folder + "/spdlog1.log", 1); },
+         {},
+         {}},
+        {"spdlog async rotating, flushed, 8 producers",
+         [&] { return spdlogLog(folder + "/spdlog8.log", 8); },
+         {},
+         {}},
+#endif
+    };
+    for (int round = 0; round < rounds; ++round) {
+        for (auto& contender : contenders) {
+            contender.seconds.push_back(contender.run());
+            contender.ratios.push_back(contender.seconds.back() / contenders[0].seconds.back());
+        }
+    }
+    std::printf("%-44s %6s %6s %6s\n", "an entry from call to file, as ratio", "min", "median",
+                "max");
+    for (const auto& contender : contenders) {
+        printRow(contender.name, spreadOf(contender.ratios),
+                 spreadOf(contender.seconds).median / entries * 1e6);
+    }
+}
+
+/// What one call costs its caller while the queue is short: calls in small bursts, each on an
+/// empty queue.
+void measureProducer(const std::string& folder) {
+    constexpr int burst = 20;
+    constexpr int bursts = 2000;
+    QFLog::sharedController().setFileHandle(std::make_shared<EndlessFile>(folder + "/own.log"));
+    std::vector<double> means;
+    std::vector<double> calls;
+    for (int round = 0; round < bursts; ++round) {
+        double sum = 0;
+        for (int number = 0; number < burst; ++number) {
+            const auto seconds =
+                secondsOf([number] { QFLog::fastAppendLog("Moved item %d: %@", number, item); });
+            calls.push_back(seconds);
+            sum += seconds;
+        }
+        means.push_back(sum / burst);
+        QFLog::finishWriting();
+    }
+    const auto call = spreadOf(calls);
+    const auto mean = spreadOf(means);
+    std::printf("\n%-44s %6s %6s %6s\n", "fastAppendLog on the caller's side, in us", "min",
+                "median", "max");
+    std::printf("%-44s %6.3f %6.3f %6.1f\n", "one call on a short queue", call.least * 1e6,
+                call.median * 1e6, call.greatest * 1e6);
+    std::printf("%-44s %6.3f %6.3f %6.1f\n", "mean of 20 calls from an empty queue on",
+                mean.least * 1e6, mean.median * 1e6, mean.greatest * 1e6);
+}
+
+} // namespace
+
+int main() {
+    auto pattern = (std::filesystem::temp_directory_path() / "qf-bench-XXXXXX").string();
+    if (::mkdtemp(pattern.data()) == nullptr) {
+        return 1;
+    }
+    // The log's thread may use them until the process is gone: they are never destroyed.
+    static auto& console = *new platform::native::Console;
+    static auto& files = *new platform::native::LogFiles;
+    platform::install<platform::Console>(console);
+    platform::install<platform::LogFiles>(files);
+
+    compare(pattern);
+    measureProducer(pattern);
+    std::filesystem::remove_all(pattern);
+    return 0;
+}

@@ -1,0 +1,109 @@
+#pragma once
+
+#include "platform/Services.h"
+#include "platform/linux/LogFiles.h"
+#include "tests/support/PortDoubles.h"
+#include "tests/support/QueueGate.h"
+#include "tests/support/TemporaryFolder.h"
+#include "tests/util/log/LogDoubles.h"
+#include "util/log/QFLog.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <optional>
+#include <string>
+
+/// Nothing stands behind a port for a scope.
+template <class Port>
+class ScopedAbsence {
+public:
+    ScopedAbsence() = default;
+    ~ScopedAbsence() { platform::detail::installed<Port> = former_; }
+    ScopedAbsence(const ScopedAbsence&) = delete;
+    ScopedAbsence& operator=(const ScopedAbsence&) = delete;
+    ScopedAbsence(ScopedAbsence&&) = delete;
+    ScopedAbsence& operator=(ScopedAbsence&&) = delete;
+
+private:
+    Port* former_ = platform::detail::installed<Port>.exchange(nullptr);
+};
+
+/// The log on a machine of its own: real files in a temporary folder, doubles for all else. There
+/// is no application, so that the test's thread counts as a worker; a test that wants a main thread
+/// installs a FakeApplication.
+class LogTest : public testing::Test {
+protected:
+    LogTest() {
+        using namespace platform;
+        searchPaths.lists[{DirectoryKind::library, DomainMask::user}] = {machine / "home/Library"};
+        searchPaths.lists[{DirectoryKind::library, DomainMask::local}] = {machine / "Library"};
+        account.home = machine / "home";
+        log.setAppName(std::nullopt);
+        log.setFileHandle(nullptr);
+        log.setBytesWritten(0);
+        log.setBytesInQueue(0);
+        log.setLoggingDisabled(false);
+        log.setNoPrinting(false);
+        log.setWriteQueue(&queue);
+    }
+    ~LogTest() override { queue.waitUntilAllOperationsAreFinished(); }
+
+public:
+    LogTest(const LogTest&) = delete;
+    LogTest& operator=(const LogTest&) = delete;
+    LogTest(LogTest&&) = delete;
+    LogTest& operator=(LogTest&&) = delete;
+
+protected:
+    std::string folder() const { return machine / "home/Library/Logs/Quillfen"; }
+    std::string logPath(int number) const {
+        return folder() + "/Test." + std::to_string(number) + ".log";
+    }
+    void writeLog(int number, const std::string& content) const {
+        machine.write("home/Library/Logs/Quillfen/Test." + std::to_string(number) + ".log",
+                      content);
+    }
+    bool exists(int number) const { return std::ifstream(logPath(number)).is_open(); }
+    std::string content(int number) {
+        queue.waitUntilAllOperationsAreFinished();
+        return contentOf(logPath(number));
+    }
+    static std::string entry(const std::string& text) {
+        return "2026-11-16 12:00:00 +0000 - " + text + "\n";
+    }
+    static std::string header() {
+        return entry("Log started: 2026-11-16 12:00:00 +0000") + entry("Version: 1.2.3") +
+               entry("Path: /opt/quillfen/bin/kelvane-test") +
+               entry("System: macOS Version 10.15.7 (Build 19H2), 4 CPU(s), 16.00 GB RAM") +
+               entry("Running in 64-bit mode");
+    }
+    /// An existing, empty log that entries go to without headers.
+    void useEmptyLog() {
+        writeLog(1, "");
+        log.setAppName("Test");
+    }
+
+    static platform::OperationQueue& sharedQueue() {
+        static auto& shared = *new platform::OperationQueue;
+        return shared;
+    }
+
+    TemporaryFolder machine;
+    FakeAccount account;
+    FakeSearchPaths searchPaths;
+    RecordingConsole console;
+    FakeSystemInformation system;
+    FakeClock clock;
+    FakePropertyLists preferences;
+    platform::native::LogFiles files;
+    platform::ScopedService<platform::UserAccount> scopedAccount{account};
+    platform::ScopedService<platform::SearchPaths> scopedSearchPaths{searchPaths};
+    platform::ScopedService<platform::Console> scopedConsole{console};
+    platform::ScopedService<platform::SystemInformation> scopedSystem{system};
+    platform::ScopedService<platform::Clock> scopedClock{clock};
+    platform::ScopedService<platform::PropertyLists> scopedPreferences{preferences};
+    platform::ScopedService<platform::LogFiles> scopedFiles{files};
+    platform::OperationQueue& queue = sharedQueue();
+    QFLog& log = QFLog::sharedController();
+};

@@ -1,0 +1,411 @@
+#include "tests/util/log/LogTest.h"
+
+#include <filesystem>
+
+namespace fs = std::filesystem;
+using platform::Value;
+
+namespace {
+
+class LogFile : public LogTest {
+protected:
+    void writeAllLogs() const {
+        for (int number = 1; number <= 5; ++number) {
+            writeLog(number, "old " + std::to_string(number));
+        }
+    }
+    void setPreference(const Value& value) {
+        preferences.content = Value::Dictionary{{"disable-logging", value}};
+    }
+};
+
+} // namespace
+
+TEST_F(LogFile, StartsWithItsHeader) {
+    QFLog::createNewLog("Test");
+    EXPECT_EQ(content(1), header());
+    EXPECT_EQ(console.printed(), "");
+}
+
+TEST_F(LogFile, LeavesOutAMissingVersionAndPath) {
+    system.version = std::nullopt;
+    system.executable = std::nullopt;
+    QFLog::createNewLog("Test");
+    EXPECT_EQ(content(1).find("Version: 1"), std::string::npos);
+    EXPECT_EQ(content(1).find("Path:"), std::string::npos);
+    EXPECT_TRUE(content(1).ends_with(entry("Running in 64-bit mode")));
+}
+
+TEST_F(LogFile, TellsMemoryInGigabytesWithTwoDecimals) {
+    system.memory = 8207814656;
+    QFLog::createNewLog("Test");
+    EXPECT_NE(content(1).find(", 4 CPU(s), 7.64 GB RAM\n"), std::string::npos);
+}
+
+TEST_F(LogFile, CountsTheBytesOfItsHeader) {
+    log.setBytesWritten(12345);
+    QFLog::createNewLog("Test");
+    const auto written = content(1);
+    EXPECT_EQ(log.bytesWritten(), written.size());
+}
+
+TEST_F(LogFile, IsReadableByTheTextToolsOfAnyUserThatMaySeeTheFolder) {
+    QFLog::createNewLog("Test");
+    const auto mode = fs::status(logPath(1)).permissions();
+    EXPECT_NE(mode & fs::perms::owner_write, fs::perms::none);
+    EXPECT_EQ(mode & fs::perms::owner_exec, fs::perms::none);
+}
+
+TEST_F(LogFile, LeavesNoTemporaryFileBehind) {
+    QFLog::createNewLog("Test");
+    QFLog::finishWriting();
+    std::size_t count = 0;
+    for (const auto& item : fs::directory_iterator(folder())) {
+        EXPECT_EQ(item.path().filename(), "Test.1.log");
+        ++count;
+    }
+    EXPECT_EQ(count, 1U);
+}
+
+TEST_F(LogFile, MovesEveryOlderLogOnAndDeletesTheFifth) {
+    writeAllLogs();
+    QFLog::createNewLog("Test");
+    EXPECT_EQ(content(5), "old 4");
+    EXPECT_EQ(content(4), "old 3");
+    EXPECT_EQ(content(3), "old 2");
+    EXPECT_EQ(content(2), "old 1");
+    EXPECT_EQ(content(1), header());
+    EXPECT_FALSE(exists(6));
+}
+
+TEST_F(LogFile, MovesThirdAndFirstOnWhenTheSecondIsMissing) {
+    writeLog(1, "old 1");
+    writeLog(3, "old 3");
+    QFLog::createNewLog("Test");
+    EXPECT_EQ(content(4), "old 3");
+    EXPECT_EQ(content(2), "old 1");
+    EXPECT_FALSE(exists(3));
+    EXPECT_EQ(console.printed(), "");
+}
+
+TEST_F(LogFile, DoesNotMoveOlderLogsWhileThereIsNoCurrentOne) {
+    writeLog(2, "old 2");
+    writeLog(5, "old 5");
+    QFLog::createNewLog("Test");
+    EXPECT_EQ(content(2), "old 2");
+    EXPECT_EQ(content(5), "old 5");
+    EXPECT_EQ(content(1), header());
+}
+
+TEST_F(LogFile, StopsHalfMovedWhenAFileCannotBeMoved) {
+    writeAllLogs();
+    fs::remove(logPath(5));
+    fs::create_directories(logPath(5) + "/kept");
+    QFLog::createNewLog("Test");
+    EXPECT_EQ(console.printed(), "Unable to move file " + logPath(4) + " to " + logPath(5) + ".\n");
+    EXPECT_EQ(content(4), "old 4");
+    EXPECT_EQ(content(1), "old 1");
+    EXPECT_EQ(log.fileHandle(), nullptr);
+}
+
+TEST_F(LogFile, StaysUsableAfterAFailedStart) {
+    writeAllLogs();
+    fs::remove(logPath(5));
+    fs::create_directories(logPath(5) + "/kept");
+    QFLog::createNewLog("Test");
+    QFLog::appendLog("still here");
+    EXPECT_EQ(content(1), "old 1" + entry("still here"));
+}
+
+TEST_F(LogFile, SaysNothingAboutAFailureWhenPrintingIsOff) {
+    machine.write("home/Library/Logs/Quillfen", "a file where the folder should be");
+    QFLog::createNewLog("Test", QFLog::NoPrinting::yes);
+    EXPECT_EQ(console.printed(), "");
+    EXPECT_TRUE(log.noPrinting());
+}
+
+TEST_F(LogFile, AllowsPrintingAgainWithEachStartThatDoesNotForbidIt) {
+    log.setNoPrinting(true);
+    QFLog::createNewLog("Test");
+    EXPECT_FALSE(log.noPrinting());
+}
+
+TEST_F(LogFile, MakesItsFolderWithAllThatLeadToIt) {
+    ASSERT_FALSE(fs::exists(machine / "home"));
+    QFLog::createNewLog("Test");
+    EXPECT_TRUE(fs::is_directory(folder()));
+}
+
+TEST_F(LogFile, ReportsAFolderThatCannotBeMade) {
+    machine.write("home/Library", "a file");
+    QFLog::createNewLog("Test");
+    EXPECT_EQ(console.printed(), "Unable to create folder " + folder() + ".\n");
+    EXPECT_EQ(log.fileHandle(), nullptr);
+}
+
+TEST_F(LogFile, ReportsALogThatCannotBeMade) {
+    machine.write("home/Library/Logs/Quillfen", "a file where the folder should be");
+    QFLog::createNewLog("Test");
+    EXPECT_EQ(
+        console.printed(),
+        "Unable to create log file " + logPath(1) +
+            " - “Test.1.log” couldn’t be created because a part of its path isn’t a folder.\n");
+    EXPECT_EQ(log.fileHandle(), nullptr);
+}
+
+TEST_F(LogFile, ReportsAMissingLibraryFolder) {
+    searchPaths.lists.clear();
+    QFLog::createNewLog("Test");
+    EXPECT_EQ(console.printed(), "Unable to create folder (null).\n");
+    EXPECT_TRUE(QFLog::availableLogs().empty());
+    QFLog::appendLog("lost");
+    EXPECT_EQ(log.fileHandle(), nullptr);
+}
+
+TEST_F(LogFile, TakesAFolderInPlaceOfTheCurrentLogForAnOlderLog) {
+    fs::create_directories(logPath(1));
+    QFLog::createNewLog("Test");
+    EXPECT_TRUE(fs::is_directory(logPath(2)));
+    EXPECT_EQ(content(1), header());
+}
+
+TEST_F(LogFile, ReplacesALinkInItsPlaceAndNeverFollowsIt) {
+    const auto victim = machine.write("victim", "precious");
+    fs::create_directories(folder());
+    fs::create_symlink(victim, logPath(1));
+    QFLog::createNewLog("Test");
+    QFLog::finishWriting();
+    EXPECT_EQ(contentOf(victim), "precious");
+    EXPECT_TRUE(fs::is_symlink(logPath(2)));
+    EXPECT_FALSE(fs::is_symlink(logPath(1)));
+}
+
+TEST_F(LogFile, ReplacesABrokenLinkInItsPlace) {
+    fs::create_directories(folder());
+    fs::create_symlink(machine / "nowhere", logPath(1));
+    QFLog::createNewLog("Test");
+    EXPECT_EQ(content(1), header());
+    EXPECT_FALSE(fs::exists(machine / "nowhere"));
+    EXPECT_FALSE(exists(2));
+}
+
+TEST_F(LogFile, TakesTheExecutablesNameWithoutItsExtensionWhenItHasNone) {
+    system.executable = "/opt/tool.bin";
+    QFLog::createNewLog();
+    QFLog::finishWriting();
+    EXPECT_TRUE(fs::exists(folder() + "/tool.1.log"));
+    EXPECT_EQ(log.appName(), "tool");
+}
+
+TEST_F(LogFile, DoesNotKeepTheExecutablesNameAsItsOwn) {
+    system.executable = "/opt/one";
+    QFLog::createNewLog();
+    system.executable = "/opt/two";
+    EXPECT_EQ(log.appName(), "two");
+    QFLog::createNewLog("Test");
+    EXPECT_EQ(log.appName(), "Test");
+}
+
+TEST_F(LogFile, IsCalledUnknownWhenThereIsNoNameAtAll) {
+    system.executable = std::nullopt;
+    QFLog::createNewLog();
+    QFLog::finishWriting();
+    EXPECT_TRUE(fs::exists(folder() + "/Unknown.1.log"));
+}
+
+TEST_F(LogFile, IsCalledUnknownForAnEmptyName) {
+    QFLog::createNewLog("");
+    EXPECT_EQ(log.appName(), "Unknown");
+}
+
+TEST_F(LogFile, KeepsItsFirstName) {
+    QFLog::createNewLog("Test");
+    QFLog::finishWriting();
+    QFLog::createNewLog("Other");
+    EXPECT_EQ(log.appName(), "Test");
+    EXPECT_EQ(content(2), header());
+    EXPECT_FALSE(fs::exists(folder() + "/Other.1.log"));
+}
+
+TEST_F(LogFile, TakesANameWithPercentSignsAsItStands) {
+    QFLog::createNewLog("100%@ %s%n");
+    QFLog::finishWriting();
+    EXPECT_TRUE(fs::exists(folder() + "/100%@ %s%n.1.log"));
+}
+
+TEST_F(LogFile, ReportsANameWithASlashWhoseFolderIsMissing) {
+    QFLog::createNewLog("a/b");
+    EXPECT_EQ(console.printed(),
+              "Unable to create log file " + folder() +
+                  "/a/b.1.log - “b.1.log” couldn’t be created because its folder doesn’t exist.\n");
+}
+
+TEST_F(LogFile, ReportsANameThatIsTooLong) {
+    QFLog::createNewLog(std::string(300, 'n'));
+    EXPECT_TRUE(console.printed().ends_with("couldn’t be created because its name is too long.\n"));
+    EXPECT_TRUE(fs::is_empty(folder()));
+}
+
+TEST_F(LogFile, ReportsANameWithAZeroInsteadOfCuttingIt) {
+    QFLog::createNewLog(std::string("a\0b", 3));
+    EXPECT_TRUE(
+        console.printed().ends_with("couldn’t be created because the system doesn’t allow it.\n"));
+    EXPECT_TRUE(fs::is_empty(folder()));
+}
+
+TEST_F(LogFile, ShowsANameThatIsNoUtf8WhereItIsPrinted) {
+    QFLog::createNewLog("a/\xFF");
+    EXPECT_NE(console.printed().find("/a/\\xFF.1.log - “\\xFF.1.log”"), std::string::npos);
+}
+
+TEST_F(LogFile, ReadsThePreferenceFromTheUsersPreferences) {
+    QFLog::createNewLog("Test");
+    EXPECT_EQ(preferences.pathsRead,
+              std::vector{machine / "home/Library/Preferences/com.quillfen.global.plist"});
+}
+
+TEST_F(LogFile, IsDisabledByTheTextOneTheBooleanTrueAndTheNumberOne) {
+    for (const auto& value : {Value("1"), Value(true), Value(1), Value(1.0)}) {
+        setPreference(value);
+        log.setLoggingDisabled(false);
+        QFLog::createNewLog("Test");
+        EXPECT_TRUE(log.loggingDisabled());
+    }
+    EXPECT_FALSE(fs::exists(folder()));
+    EXPECT_EQ(console.printed(), "Logging is disabled\nLogging is disabled\nLogging is disabled\n"
+                                 "Logging is disabled\n");
+}
+
+TEST_F(LogFile, SaysThatItIsDisabledOnlyOnce) {
+    setPreference(1);
+    QFLog::createNewLog("Test");
+    QFLog::createNewLog("Test");
+    EXPECT_EQ(console.printed(), "Logging is disabled\n");
+    EXPECT_EQ(preferences.pathsRead.size(), 1U);
+}
+
+TEST_F(LogFile, DoesNotSayThatItIsDisabledWhenPrintingIsOff) {
+    setPreference(1);
+    QFLog::createNewLog("Test", QFLog::NoPrinting::yes);
+    EXPECT_EQ(console.printed(), "");
+    EXPECT_TRUE(log.loggingDisabled());
+}
+
+TEST_F(LogFile, StaysOnForEveryOtherValue) {
+    for (const auto& value :
+         {Value("yes"), Value("true"), Value(" 1"), Value(2), Value(0), Value(false), Value(1.5),
+          Value(), Value(platform::Data{{std::byte{'1'}}}), Value(Value::Array{1}),
+          Value(Value::Dictionary{{"disable-logging", 1}})}) {
+        setPreference(value);
+        QFLog::createNewLog("Test");
+        QFLog::finishWriting();
+        EXPECT_FALSE(log.loggingDisabled());
+    }
+    EXPECT_EQ(console.printed(), "");
+}
+
+TEST_F(LogFile, StaysOnWhenThePreferenceFileIsNoDictionary) {
+    for (const auto& file : {Value(), Value(Value::Array{"disable-logging", 1}), Value("1")}) {
+        preferences.content = file;
+        QFLog::createNewLog("Test");
+        QFLog::finishWriting();
+        EXPECT_FALSE(log.loggingDisabled());
+    }
+}
+
+TEST_F(LogFile, StaysDisabledWhenThePreferenceChanges) {
+    setPreference(1);
+    QFLog::createNewLog("Test");
+    setPreference(0);
+    QFLog::createNewLog("Test");
+    EXPECT_TRUE(log.loggingDisabled());
+    EXPECT_FALSE(fs::exists(folder()));
+}
+
+TEST_F(LogFile, DropsTheOldFileWhenItIsDisabled) {
+    QFLog::createNewLog("Test");
+    QFLog::finishWriting(); // a header entry that is still to be written would open the file again
+    ASSERT_NE(log.fileHandle(), nullptr);
+    setPreference(1);
+    QFLog::createNewLog("Test");
+    EXPECT_EQ(log.fileHandle(), nullptr);
+}
+
+TEST_F(LogFile, ListsTheExistingLogsNewestFirst) {
+    writeLog(4, "");
+    writeLog(1, "");
+    writeLog(6, "");
+    log.setAppName("Test");
+    EXPECT_EQ(QFLog::availableLogs(), (std::vector{logPath(1), logPath(4)}));
+}
+
+TEST_F(LogFile, ReportsAMissingServiceInsteadOfThrowing) {
+    const ScopedAbsence<platform::PropertyLists> none;
+    QFLog::createNewLog("Test");
+    EXPECT_EQ(console.printed(),
+              "Exception starting log: no implementation of PropertyLists is installed\n");
+}
+
+namespace {
+
+/// The superuser's log: current log in the machine's Library, all else in the user's.
+class SuperusersLog : public LogFile {
+protected:
+    SuperusersLog() {
+        using namespace platform;
+        account.userId = 0;
+        searchPaths.lists[{DirectoryKind::library, DomainMask::user}] = {"/var/root/Library"};
+    }
+    std::string current() const { return machine / "Library/Logs/Quillfen/Test.1.log"; }
+};
+
+} // namespace
+
+TEST_F(SuperusersLog, LiesInTheMachinesLibrary) {
+    machine.makeFolder("Library/Logs/Quillfen");
+    QFLog::createNewLog("Test");
+    QFLog::finishWriting();
+    EXPECT_EQ(contentOf(current()), header());
+    EXPECT_FALSE(exists(1));
+}
+
+TEST_F(SuperusersLog, MakesOnlyTheUsersFolder) {
+    QFLog::createNewLog("Test");
+    EXPECT_TRUE(fs::is_directory(folder()));
+    EXPECT_EQ(console.printed(),
+              "Unable to create log file " + current() +
+                  " - “Test.1.log” couldn’t be created because its folder doesn’t exist.\n");
+}
+
+TEST_F(SuperusersLog, MovesTheUsersLogsOnAndEmptiesItsOwn) {
+    machine.write("Library/Logs/Quillfen/Test.1.log", "the superuser's");
+    writeLog(1, "the user's");
+    QFLog::createNewLog("Test");
+    QFLog::finishWriting();
+    EXPECT_EQ(contentOf(current()), header());
+    EXPECT_EQ(content(2), "the user's");
+    EXPECT_FALSE(exists(1));
+    EXPECT_FALSE(fs::exists(machine / "Library/Logs/Quillfen/Test.2.log"));
+}
+
+TEST_F(SuperusersLog, LeavesTheUsersLogsWhereTheyAreWhileItHasNone) {
+    machine.makeFolder("Library/Logs/Quillfen");
+    writeLog(1, "the user's");
+    QFLog::createNewLog("Test");
+    EXPECT_EQ(content(1), "the user's");
+    EXPECT_FALSE(exists(2));
+}
+
+TEST_F(SuperusersLog, IsAppendedToWithoutAStart) {
+    machine.write("Library/Logs/Quillfen/Test.1.log", "");
+    log.setAppName("Test");
+    QFLog::appendLog("entry");
+    EXPECT_EQ(contentOf(current()), entry("entry"));
+}
+
+TEST_F(SuperusersLog, IsNotListed) {
+    machine.write("Library/Logs/Quillfen/Test.1.log", "");
+    writeLog(2, "");
+    log.setAppName("Test");
+    EXPECT_EQ(QFLog::availableLogs(), std::vector{logPath(2)});
+}

@@ -1,0 +1,139 @@
+// What a log keeps of a process that ends, in whatever way, or that shares it with another.
+
+#include "tests/support/TemporaryFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <csignal>
+#include <cstdio>
+#include <string>
+#include <sys/wait.h>
+#include <thread>
+#include <vector>
+
+namespace {
+
+struct Ending {
+    int status = 0;
+    std::string printed;
+
+    bool wasKilledBy(int signal) const {
+        return WIFEXITED(status) && WEXITSTATUS(status) == 128 + signal;
+    }
+    bool succeeded() const { return WIFEXITED(status) && WEXITSTATUS(status) == 0; }
+};
+
+class LogProcess : public testing::Test {
+protected:
+    /// Runs the child program in a role and gathers what it prints on standard output. The shell
+    /// tells a signal as 128 and its number.
+    Ending run(const std::string& role, const std::string& arguments = "") const {
+        const auto command = "ulimit -c 0; " LOG_CHILD " " + role + " '" + folder.path() + "' " +
+                             arguments + " 2>>'" + folder.path() + "/errors'; exit $?";
+        std::FILE* pipe = ::popen(command.c_str(), "re");
+        EXPECT_NE(pipe, nullptr);
+        Ending ending;
+        std::array<char, 4096> buffer{};
+        while (const auto size = std::fread(buffer.data(), 1, buffer.size(), pipe)) {
+            ending.printed.append(buffer.data(), size);
+        }
+        ending.status = ::pclose(pipe);
+        return ending;
+    }
+    std::string content() const { return contentOf(path); }
+    static std::string entry(const std::string& text) {
+        return "2026-11-16 12:00:00 +0000 - " + text + "\n";
+    }
+
+    TemporaryFolder folder;
+    std::string path = folder.write("Logs/Quillfen/Test.1.log");
+};
+
+} // namespace
+
+TEST_F(LogProcess, KeepsAnEntryWhoseCallHasWaitedWhenItIsKilled) {
+    const auto ending = run("killed");
+    EXPECT_TRUE(ending.wasKilledBy(SIGKILL));
+    EXPECT_EQ(content(), entry("before the end"));
+}
+
+TEST_F(LogProcess, NeverTearsTheLinesOfAnotherThatSharesTheLog) {
+    constexpr int count = 2000;
+    {
+        std::vector<std::jthread> processes;
+        processes.reserve(2);
+        for (const char* name : {"a", "b"}) {
+            processes.emplace_back([this, name] {
+                EXPECT_TRUE(run("share", name + (" " + std::to_string(count))).succeeded());
+            });
+        }
+    }
+    std::array<int, 2> next{};
+    std::size_t begin = 0;
+    const auto lines = content();
+    while (begin < lines.size()) {
+        const auto end = lines.find('\n', begin);
+        const auto line = lines.substr(begin, end + 1 - begin);
+        const bool first = line.compare(entry("").size() - 1, 2, "a ") == 0;
+        auto& number = next.at(first ? 0 : 1);
+        ASSERT_EQ(line, entry(std::string(first ? "a " : "b ") + std::to_string(number) + " " +
+                              std::string(static_cast<std::size_t>(number * 37 % 300), 'x') + "."));
+        ++number;
+        begin = end + 1;
+    }
+    EXPECT_EQ(next, (std::array{count, count}));
+}
+
+TEST_F(LogProcess, WritesTheReasonOfAnExceptionThatNobodyCaughtBeforeItEnds) {
+    const auto ending = run("uncaught", "main platform");
+    EXPECT_TRUE(ending.wasKilledBy(SIGABRT));
+    EXPECT_EQ(content(), entry("before") + entry("index 5 beyond bounds"));
+    EXPECT_EQ(ending.printed, "index 5 beyond bounds\n");
+}
+
+TEST_F(LogProcess, LetsTheFormerHandlerEndIt) {
+    run("uncaught", "main platform");
+    EXPECT_NE(contentOf(folder / "errors").find("terminate called after throwing"),
+              std::string::npos);
+}
+
+TEST_F(LogProcess, WritesTheReasonOfAStandardException) {
+    EXPECT_TRUE(run("uncaught", "main standard").wasKilledBy(SIGABRT));
+    EXPECT_EQ(content(), entry("before") + entry("a standard reason"));
+}
+
+TEST_F(LogProcess, WritesThatAnExceptionOfAnotherKindTellsNoReason) {
+    EXPECT_TRUE(run("uncaught", "main other").wasKilledBy(SIGABRT));
+    EXPECT_EQ(content(), entry("before") + entry("An exception that tells no reason"));
+}
+
+TEST_F(LogProcess, WritesTheReasonOfAnExceptionOnAnyThread) {
+    EXPECT_TRUE(run("uncaught", "thread platform").wasKilledBy(SIGABRT));
+    EXPECT_EQ(content(), entry("before") + entry("index 5 beyond bounds"));
+}
+
+TEST_F(LogProcess, WritesTheReasonOfAnExceptionOnTheWriteQueueItself) {
+    EXPECT_TRUE(run("uncaught", "queue platform").wasKilledBy(SIGABRT));
+    EXPECT_EQ(content(), entry("before") + entry("behind") + entry("index 5 beyond bounds"));
+}
+
+TEST_F(LogProcess, WritesWhatIsQueuedWhenItsApplicationTerminatesWithTenOperations) {
+    EXPECT_TRUE(run("terminate", "10").succeeded());
+    std::string expected;
+    for (int number = 1; number <= 9; ++number) {
+        expected += entry("entry " + std::to_string(number));
+    }
+    EXPECT_EQ(content(), expected);
+}
+
+TEST_F(LogProcess, GoesOnWhenItsLogMayNotGrowAnyMore) {
+    const auto ending = run("limited", "100");
+    EXPECT_TRUE(ending.succeeded());
+    EXPECT_LE(content().size(), 100U);
+    EXPECT_TRUE(content().starts_with(entry("entry 0") + entry("entry 1")));
+    const std::string failure =
+        "Exception writing to log: “Test.1.log” couldn’t be written to because it is too large.\n";
+    EXPECT_TRUE(ending.printed.starts_with(failure));
+    EXPECT_TRUE(ending.printed.ends_with(failure));
+}

@@ -1,0 +1,108 @@
+#include "tests/util/log/LogTest.h"
+
+#include <algorithm>
+#include <array>
+#include <sstream>
+
+namespace {
+
+constexpr std::size_t threadCount = 8;
+constexpr int entriesPerThread = 20000;
+
+/// Keeps the content of every log that is deleted. For one thread at a time.
+class ArchivingLogFiles : public platform::native::LogFiles {
+public:
+    std::string archive;
+
+    std::optional<platform::Error> removeItem(const std::string& path) override {
+        archive += contentOf(path);
+        return platform::native::LogFiles::removeItem(path);
+    }
+};
+
+using LogUnderStress = LogTest;
+
+class LogStress : public LogTest {
+protected:
+    /// All that was ever written, oldest first.
+    std::string everything() {
+        queue.waitUntilAllOperationsAreFinished();
+        auto all = archivingFiles.archive;
+        for (int number = 5; number >= 1; --number) {
+            if (exists(number)) {
+                all += contentOf(logPath(number));
+            }
+        }
+        return all;
+    }
+
+    ArchivingLogFiles archivingFiles;
+    platform::ScopedService<platform::LogFiles> scopedArchivingFiles{archivingFiles};
+};
+
+void logMany(std::size_t thread) {
+    for (int number = 0; number < entriesPerThread; ++number) {
+        if (number % 1000 == 0) {
+            QFLog::appendLog("thread %d entry %d", thread, number);
+        } else {
+            QFLog::fastAppendLog("thread %d entry %d", thread, number);
+        }
+    }
+}
+
+} // namespace
+
+TEST_F(LogStress, LosesAndReordersNothingThatManyThreadsWriteAcrossManyFiles) {
+    QFLog::createNewLog("Test");
+    {
+        std::vector<std::jthread> threads;
+        threads.reserve(threadCount);
+        for (std::size_t thread = 0; thread < threadCount; ++thread) {
+            threads.emplace_back(logMany, thread);
+        }
+    }
+    QFLog::finishWriting();
+
+    std::array<int, threadCount> next{};
+    int truncations = 0;
+    std::istringstream lines(everything());
+    for (std::string line; std::getline(lines, line);) {
+        truncations += line.ends_with("Log truncated at 500KB") ? 1 : 0;
+        const auto text = line.substr(std::min(line.size(), entry("").size() - 1));
+        std::size_t thread = 0;
+        if (!text.starts_with("thread ")) {
+            continue;
+        }
+        std::istringstream(text.substr(7)) >> thread;
+        ASSERT_LT(thread, threadCount);
+        ASSERT_EQ(line + "\n", entry("thread " + std::to_string(thread) + " entry " +
+                                     std::to_string(next.at(thread))));
+        ++next.at(thread);
+    }
+    EXPECT_TRUE(
+        std::all_of(next.begin(), next.end(), [](int count) { return count == entriesPerThread; }));
+    EXPECT_GT(truncations, 0);
+    EXPECT_EQ(console.printed(), "");
+    EXPECT_EQ(log.bytesInQueue(), 0U);
+}
+
+TEST_F(LogUnderStress, SurvivesStartsAndEndsFromManyThreads) {
+    QFLog::createNewLog("Test", QFLog::NoPrinting::yes);
+    {
+        std::vector<std::jthread> threads;
+        threads.reserve(threadCount);
+        for (std::size_t thread = 0; thread < threadCount; ++thread) {
+            threads.emplace_back([thread] {
+                for (int number = 0; number < 50; ++number) {
+                    QFLog::appendLogAndDebugPrint("thread %d", thread);
+                    if (number % 10 == 0) {
+                        QFLog::createNewLog("Test", QFLog::NoPrinting::yes);
+                    }
+                    QFLog::availableLogs();
+                }
+            });
+        }
+    }
+    QFLog::willTerminate();
+    EXPECT_EQ(log.fileHandle(), nullptr);
+}

@@ -1,0 +1,340 @@
+#include "tests/util/log/LogTest.h"
+
+#include "platform/foundation/Exception.h"
+
+#include <filesystem>
+#include <stdexcept>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+class LogWriting : public LogTest {
+protected:
+    LogWriting() { useEmptyLog(); }
+};
+
+/// A file whose disk is full.
+class FullFile : public platform::LogFile {
+public:
+    void append(std::string_view /*entry*/) override {
+        throw platform::Exception("NSFileHandleOperationException", "the disk is full");
+    }
+};
+
+} // namespace
+
+TEST(LogEscaping, ReturnsATextWithoutPercentSignsUnchanged) {
+    EXPECT_EQ(QFLog::escapeTextForLogging("plain - text."), "plain - text.");
+    EXPECT_EQ(QFLog::escapeTextForLogging(""), "");
+}
+
+TEST(LogEscaping, DoublesAPercentSignBeforeABlankAndPunctuation) {
+    EXPECT_EQ(QFLog::escapeTextForLogging("% "), "%% ");
+    EXPECT_EQ(QFLog::escapeTextForLogging("%."), "%%.");
+    EXPECT_EQ(QFLog::escapeTextForLogging("%!"), "%%!");
+    EXPECT_EQ(QFLog::escapeTextForLogging("%,"), "%%,");
+    EXPECT_EQ(QFLog::escapeTextForLogging("%-"), "%%-");
+    EXPECT_EQ(QFLog::escapeTextForLogging("%;"), "%%;");
+    EXPECT_EQ(QFLog::escapeTextForLogging("%:"), "%%:");
+    EXPECT_EQ(QFLog::escapeTextForLogging("%+"), "%%+");
+}
+
+TEST(LogEscaping, DoublesEveryOccurrence) {
+    EXPECT_EQ(QFLog::escapeTextForLogging("1% of 2%, 3%. 4% "), "1%% of 2%%, 3%%. 4%% ");
+}
+
+TEST(LogEscaping, UndoesTheDoublingOfASignThatWasDoubledAlready) {
+    EXPECT_EQ(QFLog::escapeTextForLogging("100%% done"), "100%% done");
+    EXPECT_EQ(QFLog::escapeTextForLogging("%%."), "%%.");
+}
+
+TEST(LogEscaping, TakesAnyThreePercentSignsForTwo) {
+    EXPECT_EQ(QFLog::escapeTextForLogging("%%%"), "%%");
+    EXPECT_EQ(QFLog::escapeTextForLogging("%%%%"), "%%%");
+    EXPECT_EQ(QFLog::escapeTextForLogging("%%%%%%"), "%%%%");
+}
+
+TEST(LogEscaping, LeavesOtherDirectivesToTheFormatter) {
+    EXPECT_EQ(QFLog::escapeTextForLogging("%@ %d%s%li%%%"), "%@ %d%s%li%%");
+    EXPECT_EQ(QFLog::escapeTextForLogging("%@%d%s%li%%"), "%@%d%s%li%%");
+    EXPECT_EQ(QFLog::escapeTextForLogging("50%"), "50%");
+}
+
+TEST_F(LogWriting, WritesTheDateAndTheMessage) {
+    QFLog::appendLog("Moved %@ to %s.", "a", "b");
+    EXPECT_EQ(content(1), "2026-11-16 12:00:00 +0000 - Moved a to b.\n");
+}
+
+TEST_F(LogWriting, TakesAPercentSignInProseAsItStands) {
+    QFLog::appendLog("100% done");
+    QFLog::appendLog("%-5s", "argument");
+    QFLog::appendLog("%+d", 5);
+    EXPECT_EQ(content(1), entry("100% done") + entry("%-5s") + entry("%+d"));
+}
+
+TEST_F(LogWriting, WritesNothingForNoFormat) {
+    QFLog::appendLog(std::nullopt);
+    QFLog::fastAppendLog(std::nullopt);
+    QFLog::appendLogAndPrint(std::nullopt);
+    QFLog::appendLogAndDebugPrint(std::nullopt);
+    EXPECT_EQ(content(1), "");
+    EXPECT_EQ(console.printed(), "");
+}
+
+TEST_F(LogWriting, WritesNothingForWhiteSpace) {
+    const QueueGate gate(queue);
+    QFLog::fastAppendLog("  \n");
+    EXPECT_EQ(log.bytesInQueue(), 0U);
+    EXPECT_EQ(queue.operationCount(), 1U);
+}
+
+TEST_F(LogWriting, TrimsAnEntryAndKeepsItsInnerLineEnds) {
+    QFLog::appendLog("\t one\n two \r\n\n");
+    EXPECT_EQ(content(1), entry("one\n two"));
+}
+
+TEST_F(LogWriting, WritesTheTimeOfWritingNotOfQueuing) {
+    {
+        const QueueGate gate(queue);
+        QFLog::fastAppendLog("late");
+        clock.time = FakeClock::noon + std::chrono::minutes(5);
+    }
+    EXPECT_EQ(content(1), "2026-11-16 12:05:00 +0000 - late\n");
+}
+
+TEST_F(LogWriting, KeepsTheOrderOfEntriesWhenTheClockStepsBack) {
+    QFLog::appendLog("one");
+    clock.time = FakeClock::noon - std::chrono::hours(1);
+    QFLog::appendLog("two");
+    clock.time = FakeClock::noon;
+    QFLog::appendLog("three");
+    EXPECT_EQ(content(1), entry("one") + "2026-11-16 11:00:00 +0000 - two\n" + entry("three"));
+}
+
+TEST_F(LogWriting, WritesForeignBytesAsTextAndKeepsZeros) {
+    QFLog::appendLog("name %@", "caf\xE9");
+    QFLog::appendLog(std::string_view("a\0b", 3));
+    EXPECT_EQ(content(1), entry("name caf\\xE9") + entry(std::string("a\0b", 3)));
+}
+
+TEST_F(LogWriting, AppendsToTheExistingCurrentLog) {
+    writeLog(1, "before\n");
+    QFLog::appendLog("after");
+    EXPECT_EQ(content(1), "before\n" + entry("after"));
+    EXPECT_NE(log.fileHandle(), nullptr);
+}
+
+TEST_F(LogWriting, CountsBytesWritten) {
+    QFLog::appendLog("\xC3\xA9\xC3\xA9");
+    QFLog::finishWriting();
+    EXPECT_EQ(log.bytesWritten(), entry("\xC3\xA9\xC3\xA9").size());
+}
+
+TEST_F(LogWriting, CountsQueuedCharactersInUtf16Units) {
+    {
+        const QueueGate gate(queue);
+        QFLog::fastAppendLog(" \xF0\x9F\x98\x80\xC3\xA9z ");
+        EXPECT_EQ(log.bytesInQueue(), 4U);
+    }
+    QFLog::finishWriting();
+    EXPECT_EQ(log.bytesInQueue(), 0U);
+}
+
+TEST_F(LogWriting, PrintsThatThereIsNoLogToWriteTo) {
+    fs::remove(logPath(1));
+    QFLog::appendLog("lost 50%%");
+    QFLog::finishWriting();
+    EXPECT_EQ(console.printed(), "Unable to log the following information: lost 50%\n"
+                                 "Unable to open log for output\n");
+    EXPECT_FALSE(exists(1));
+    EXPECT_EQ(log.bytesInQueue(), 0U);
+    EXPECT_EQ(log.bytesWritten(), 0U);
+}
+
+TEST_F(LogWriting, PrintsNothingAboutAMissingLogWhenPrintingIsOff) {
+    fs::remove(logPath(1));
+    log.setNoPrinting(true);
+    QFLog::appendLog("lost");
+    QFLog::finishWriting();
+    EXPECT_EQ(console.printed(), "");
+}
+
+TEST_F(LogWriting, DoesNotWriteThroughAPlantedLink) {
+    const auto victim = machine.write("victim", "");
+    fs::remove(logPath(1));
+    fs::create_symlink(victim, logPath(1));
+    QFLog::appendLog("secret");
+    QFLog::finishWriting();
+    EXPECT_EQ(contentOf(victim), "");
+    EXPECT_TRUE(console.printed().ends_with("Unable to open log for output\n"));
+}
+
+TEST_F(LogWriting, PrintsTheReasonWhenAnEntryCannotBeWritten) {
+    log.setFileHandle(std::make_shared<FullFile>());
+    QFLog::appendLog("lost");
+    QFLog::finishWriting();
+    EXPECT_EQ(console.printed(), "Exception writing to log: the disk is full\n");
+    EXPECT_EQ(log.bytesWritten(), 0U);
+}
+
+TEST_F(LogWriting, PrintsNoReasonWhenPrintingIsOff) {
+    log.setFileHandle(std::make_shared<FullFile>());
+    log.setNoPrinting(true);
+    QFLog::appendLog("lost");
+    QFLog::finishWriting();
+    EXPECT_EQ(console.printed(), "");
+}
+
+TEST_F(LogWriting, KeepsCountingAnEntryThatRaisedAnException) {
+    log.setFileHandle(std::make_shared<FullFile>());
+    QFLog::appendLog("12345");
+    QFLog::finishWriting();
+    EXPECT_EQ(log.bytesInQueue(), 5U);
+    log.setFileHandle(nullptr);
+    QFLog::appendLog("123");
+    QFLog::finishWriting();
+    EXPECT_EQ(log.bytesInQueue(), 5U);
+}
+
+TEST_F(LogWriting, WritesAndCountsNothingWhenDisabled) {
+    log.setLoggingDisabled(true);
+    QFLog::appendLog("one");
+    QFLog::fastAppendLog("two");
+    QFLog::appendLogAndPrint("three");
+    QFLog::appendLogAndDebugPrint("four");
+    EXPECT_EQ(content(1), "");
+    EXPECT_EQ(console.printed(), "");
+    EXPECT_EQ(log.bytesInQueue(), 0U);
+}
+
+TEST_F(LogWriting, LeavesAnEntryCountedThatWasQueuedBeforeLoggingWasDisabled) {
+    {
+        const QueueGate gate(queue);
+        QFLog::fastAppendLog("12345");
+        log.setLoggingDisabled(true);
+    }
+    EXPECT_EQ(content(1), "");
+    EXPECT_EQ(log.bytesInQueue(), 5U);
+}
+
+TEST_F(LogWriting, DoesNothingForDebugPrint) {
+    QFLog::debugPrint("anything %@", "at all");
+    EXPECT_EQ(content(1), "");
+    EXPECT_EQ(console.printed(), "");
+    EXPECT_EQ(log.bytesInQueue(), 0U);
+}
+
+TEST_F(LogWriting, PrintsWhatItWrites) {
+    QFLog::appendLogAndPrint("a%@b\n", "x");
+    EXPECT_EQ(content(1), entry("axb"));
+    EXPECT_EQ(console.printed(), "axb\n");
+}
+
+TEST_F(LogWriting, ShowsThePercentSignDoubledOnTheConsole) {
+    QFLog::appendLogAndPrint("50%");
+    EXPECT_EQ(content(1), entry("50%"));
+    EXPECT_EQ(console.printed(), "50%%\n");
+}
+
+TEST_F(LogWriting, LeavesObjectDirectivesAndZerosOutOnTheConsole) {
+    QFLog::appendLogAndPrint("a%@b%@c", "%@", std::string_view("\0z", 2));
+    EXPECT_EQ(console.printed(), "abzc\n");
+}
+
+TEST_F(LogWriting, FormatsThePrintedMessageASecondTimeWithoutArguments) {
+    QFLog::appendLogAndPrint("%@", "100%% of %d");
+    EXPECT_EQ(content(1), entry("100% of %d"));
+    EXPECT_EQ(console.printed(), "100%%%% of %%d\n");
+}
+
+TEST_F(LogWriting, WritesButDoesNotPrintWhenPrintingIsOff) {
+    log.setNoPrinting(true);
+    QFLog::appendLogAndPrint("quiet");
+    EXPECT_EQ(content(1), entry("quiet"));
+    EXPECT_EQ(console.printed(), "");
+}
+
+TEST_F(LogWriting, FormatsTheDebugMessageASecondTimeWithItselfAsArgument) {
+    QFLog::appendLogAndDebugPrint(" %@ \n", "a %@ b %@");
+    EXPECT_EQ(content(1), entry("a a %@ b %@ b %@"));
+    EXPECT_EQ(console.printed(), "");
+}
+
+TEST_F(LogWriting, WaitsForAShortMessageOfAWorker) {
+    const std::string text(99, 'x');
+    for (int i = 1; i <= 50; ++i) {
+        QFLog::appendLog(text);
+        ASSERT_EQ(contentOf(logPath(1)).size(), static_cast<std::size_t>(i) * entry(text).size());
+    }
+}
+
+TEST_F(LogWriting, DoesNotWaitForAHundredCharacters) {
+    QueueGate gate(queue);
+    QFLog::appendLog(std::string(100, 'x'));
+    EXPECT_EQ(contentOf(logPath(1)), "");
+}
+
+TEST_F(LogWriting, CountsUtf16UnitsOfTheMessageAsItIsBeforeTrimming) {
+    QueueGate gate(queue);
+    QFLog::appendLog(std::string(98, ' ') + "\xF0\x9F\x98\x80");
+    EXPECT_EQ(contentOf(logPath(1)), "");
+    EXPECT_EQ(log.bytesInQueue(), 2U);
+}
+
+TEST_F(LogWriting, DoesNotWaitWhileMoreThanNinetyNineCharactersAreQueued) {
+    QueueGate gate(queue);
+    QFLog::fastAppendLog(std::string(99, 'x'));
+    QFLog::appendLog("y");
+    EXPECT_EQ(contentOf(logPath(1)), "");
+}
+
+TEST_F(LogWriting, WaitsWhileNinetyNineCharactersAreQueued) {
+    log.setBytesInQueue(98);
+    for (int i = 1; i <= 50; ++i) {
+        QFLog::appendLog("y");
+        ASSERT_EQ(contentOf(logPath(1)).size(), static_cast<std::size_t>(i) * entry("y").size());
+    }
+}
+
+TEST_F(LogWriting, NeverWaitsOnTheMainThread) {
+    FakeApplication application;
+    const platform::ScopedService<platform::Application> scoped(application);
+    QueueGate gate(queue);
+    QFLog::appendLog("short");
+    EXPECT_EQ(contentOf(logPath(1)), "");
+}
+
+TEST_F(LogWriting, WaitsOnAWorkerOfAnApplication) {
+    FakeApplication application;
+    const platform::ScopedService<platform::Application> scoped(application);
+    std::string afterCall;
+    std::jthread([&] {
+        QFLog::appendLog("short");
+        afterCall = contentOf(logPath(1));
+    }).join();
+    EXPECT_EQ(afterCall, entry("short"));
+}
+
+TEST_F(LogWriting, NeverWaitsInTheFastForm) {
+    QueueGate gate(queue);
+    QFLog::fastAppendLog("short");
+    EXPECT_EQ(contentOf(logPath(1)), "");
+}
+
+TEST_F(LogWriting, WaitsUntilEverythingQueuedIsWritten) {
+    for (int i = 0; i < 1000; ++i) {
+        QFLog::fastAppendLog("%d", i);
+    }
+    QFLog::finishWriting();
+    EXPECT_TRUE(contentOf(logPath(1)).ends_with(entry("999")));
+}
+
+TEST_F(LogWriting, NeverLetsAFailureReachTheCaller) {
+    const ScopedAbsence<platform::LogFiles> none;
+    log.setFileHandle(nullptr);
+    EXPECT_NO_THROW(QFLog::appendLog("lost"));
+    QFLog::finishWriting();
+    EXPECT_EQ(console.printed(),
+              "Exception writing to log: no implementation of LogFiles is installed\n");
+}

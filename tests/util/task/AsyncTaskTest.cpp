@@ -1,0 +1,379 @@
+#include "tests/util/task/TaskTest.h"
+#include "util/task/QFTaskEx.h"
+
+#include "platform/foundation/Exception.h"
+
+#include <condition_variable>
+#include <csignal>
+#include <mutex>
+
+namespace {
+
+using Lines = std::vector<std::string>;
+using platform::Data;
+using platform::Notification;
+using platform::Value;
+
+const std::string printedOperation = "toolPrinted:runner:object:";
+
+/// Remembers every call of one operation.
+class Listener : public platform::Delegate {
+public:
+    explicit Listener(std::string operation = printedOperation)
+        : operation_(std::move(operation)) {}
+
+    bool respondsTo(const std::string& selector) const override { return selector == operation_; }
+
+    void perform(const std::string& /*selector*/, const std::vector<Value>& arguments) override {
+        if (onCall) {
+            onCall(arguments);
+        }
+        const std::lock_guard lock(mutex_);
+        calls_.push_back(arguments);
+        // Noted, not kept, so that a test sees who else keeps the runner.
+        runners_.push_back(arguments[1].as<Value::Object>()->get());
+        calls_.back()[1] = Value();
+        threads_.push_back(std::this_thread::get_id());
+        changed_.notify_all();
+    }
+
+    /// The calls so far, once the last one was without bytes.
+    std::vector<std::vector<Value>> callsToTheEnd() {
+        std::unique_lock lock(mutex_);
+        changed_.wait(
+            lock, [this] { return !calls_.empty() && calls_.back()[0].as<Data>()->bytes.empty(); });
+        return calls_;
+    }
+    std::size_t waitForCalls(std::size_t count) {
+        std::unique_lock lock(mutex_);
+        changed_.wait(lock, [this, count] { return calls_.size() >= count; });
+        return calls_.size();
+    }
+    std::size_t callCount() const {
+        const std::lock_guard lock(mutex_);
+        return calls_.size();
+    }
+    std::vector<std::thread::id> threads() const {
+        const std::lock_guard lock(mutex_);
+        return threads_;
+    }
+
+    std::vector<const void*> runners() const {
+        const std::lock_guard lock(mutex_);
+        return runners_;
+    }
+
+    std::function<void(const std::vector<Value>&)> onCall;
+
+private:
+    const std::string operation_;
+    mutable std::mutex mutex_;
+    std::condition_variable changed_;
+    std::vector<std::vector<Value>> calls_;
+    std::vector<const void*> runners_;
+    std::vector<std::thread::id> threads_;
+};
+
+class AsyncTask : public TaskTest {
+protected:
+    void start(const std::string& path, const TaskArguments& arguments, const Value& object = {}) {
+        runner_->asyncDataFromTask(path, arguments, listener_, printedOperation, object);
+    }
+    void start(const std::string& text) { start(shell, script(text)); }
+
+    /// What the delegate was given by the end, the final empty call left out.
+    std::string delivered() {
+        std::string all;
+        for (const auto& call : listener_->callsToTheEnd()) {
+            all += text(*call[0].as<Data>());
+        }
+        return all;
+    }
+
+    /// Returns when the runner's thread has given the runner up.
+    void waitForTheThread() const {
+        EXPECT_TRUE(eventually([this] { return runner_.use_count() == 1; }));
+    }
+
+    std::shared_ptr<Listener> listener_ = std::make_shared<Listener>();
+    std::shared_ptr<QFTaskEx> runner_ = QFTaskEx::create();
+};
+
+TEST_F(AsyncTask, ASilentToolYieldsOneCallWithoutBytes) {
+    start(":");
+    const auto calls = listener_->callsToTheEnd();
+    ASSERT_EQ(calls.size(), 1U);
+    EXPECT_TRUE(calls[0][0].as<Data>()->bytes.empty());
+    waitForTheThread();
+    EXPECT_EQ(listener_->callCount(), 1U);
+}
+
+TEST_F(AsyncTask, BurstsArriveOneByOneInOrderAndThenTheEnd) {
+    start("echo one; " + gate("second") + "; echo two; " + gate("third") + "; echo three");
+    EXPECT_EQ(listener_->waitForCalls(1), 1U);
+    openGate("second");
+    EXPECT_EQ(listener_->waitForCalls(2), 2U);
+    openGate("third");
+    const auto calls = listener_->callsToTheEnd();
+    ASSERT_EQ(calls.size(), 4U);
+    EXPECT_EQ(text(*calls[0][0].as<Data>()), "one\n");
+    EXPECT_EQ(text(*calls[1][0].as<Data>()), "two\n");
+    EXPECT_EQ(text(*calls[2][0].as<Data>()), "three\n");
+}
+
+TEST_F(AsyncTask, DeliversMuchOutputWhole) {
+    start("head -c 3000000 /dev/zero; echo end");
+    const auto all = delivered();
+    EXPECT_EQ(all.size(), 3000004U);
+    EXPECT_TRUE(all.ends_with("end\n"));
+}
+
+TEST_F(AsyncTask, NeverDeliversErrors) {
+    start("echo wrong >&2; readlink /proc/$$/fd/2");
+    EXPECT_EQ(delivered(), "/dev/null\n");
+}
+
+TEST_F(AsyncTask, LeavesTheInputTheProgramsOwn) {
+    start("readlink /proc/$$/fd/0");
+    EXPECT_EQ(delivered(), ownStream(0) + "\n");
+}
+
+TEST_F(AsyncTask, CountsNoArgumentsAsTheEmptyList) {
+    start(writeTool("tool", "#!/bin/sh\necho $#\n"), std::nullopt);
+    EXPECT_EQ(delivered(), "0\n");
+}
+
+TEST_F(AsyncTask, ReplacesTheWholeEnvironmentWhenOneIsGiven) {
+    runner_->asyncDataFromTask("/usr/bin/env", {}, listener_, printedOperation, Value(),
+                               Value::Dictionary{{"ONLY", "this"}});
+    EXPECT_EQ(delivered(), "ONLY=this\n");
+}
+
+TEST_F(AsyncTask, HandsOverTheRunnerAndTheObject) {
+    start(shell, script("echo out"), Value("mine"));
+    for (const auto& call : listener_->callsToTheEnd()) {
+        ASSERT_EQ(call.size(), 3U);
+        EXPECT_EQ(call[2], Value("mine"));
+    }
+    EXPECT_EQ(listener_->runners(), std::vector<const void*>(2, runner_.get()));
+}
+
+TEST_F(AsyncTask, LeavesTheThirdArgumentUnsetWithoutAnObject) {
+    start("echo out");
+    for (const auto& call : listener_->callsToTheEnd()) {
+        ASSERT_EQ(call.size(), 3U);
+        EXPECT_TRUE(call[2].isNone());
+    }
+}
+
+TEST_F(AsyncTask, DeliversOnAThreadOfItsOwn) {
+    start("echo out");
+    listener_->callsToTheEnd();
+    const auto threads = listener_->threads();
+    EXPECT_EQ(threads.front(), threads.back());
+    EXPECT_NE(threads.front(), std::this_thread::get_id());
+    EXPECT_EQ(MainLoop::shared().isMainThread(), false);
+}
+
+TEST_F(AsyncTask, ForgetsChildDelegateAndObjectAtTheEnd) {
+    const auto object = std::make_shared<int>(1);
+    start(shell, script("echo out"), Value(Value::Object(object)));
+    listener_->callsToTheEnd();
+    waitForTheThread();
+    EXPECT_EQ(runner_->theTask(), nullptr);
+    listener_.reset();
+    EXPECT_EQ(object.use_count(), 1);
+}
+
+TEST_F(AsyncTask, AsksAChildThatOutlivesItsOutputToEnd) {
+    start("exec 1>&-; " + gate());
+    const auto child = runner_->theTask();
+    ASSERT_NE(child, nullptr);
+    waitForTheThread();
+    child->waitUntilExit();
+    EXPECT_EQ(child->terminationStatus(), SIGTERM);
+}
+
+TEST_F(AsyncTask, AMissingToolIsLoggedAndStaysPrepared) {
+    start(file("missing"), {});
+    waitForTheThread();
+    EXPECT_EQ(loggedLines(),
+              Lines{"Unable to launch async task - task does not exist or is not executable"});
+    EXPECT_EQ(printed(), "");
+    EXPECT_EQ(listener_->callCount(), 0U);
+    ASSERT_NE(runner_->theTask(), nullptr);
+    runner_->terminateAsyncTask();
+    EXPECT_EQ(runner_->theTask(), nullptr);
+}
+
+TEST_F(AsyncTask, AToolThatIsNotExecutableIsLogged) {
+    start(folder_.write("plain"), {});
+    waitForTheThread();
+    EXPECT_EQ(loggedLines(),
+              Lines{"Unable to launch async task - task does not exist or is not executable"});
+    EXPECT_EQ(listener_->callCount(), 0U);
+}
+
+TEST_F(AsyncTask, DoesNotRefusePackages) {
+    start(writeTool("Some.app", "#!/bin/sh\necho ran\n"), {});
+    EXPECT_EQ(delivered(), "ran\n");
+}
+
+TEST_F(AsyncTask, WithoutATaskTheThreadSaysSo) {
+    const std::string line = "Unable to launch async task - no task set";
+    runner_->launchAsyncTask();
+    EXPECT_EQ(loggedLines(), Lines{line});
+    EXPECT_EQ(printed(), line + "\n");
+}
+
+TEST_F(AsyncTask, ALaunchThatFailsIsLoggedAndPrinted) {
+    const auto tool = writeTool("tool", "#!/no/interpreter\n");
+    const auto line = "Exception: " + tool +
+                      " could not be launched: its interpreter \"/no/interpreter\" does not exist";
+    start(tool, {});
+    waitForTheThread();
+    EXPECT_EQ(loggedLines(), Lines{line});
+    EXPECT_EQ(printed(), line + "\n");
+    EXPECT_EQ(listener_->callCount(), 0U);
+    EXPECT_NE(runner_->theTask(), nullptr);
+}
+
+TEST_F(AsyncTask, ADelegateWithoutTheOperationIsNotCalledAndTheRunEnds) {
+    runner_->asyncDataFromTask(shell, script("echo out"), listener_, "other:runner:object:", {});
+    waitForTheThread();
+    EXPECT_EQ(listener_->callCount(), 0U);
+    EXPECT_EQ(runner_->theTask(), nullptr);
+    EXPECT_TRUE(loggedLines().empty());
+}
+
+TEST_F(AsyncTask, WithoutASelectorNobodyIsCalledAndTheRunEnds) {
+    runner_->asyncDataFromTask(shell, script("echo out"), listener_, std::nullopt, {});
+    waitForTheThread();
+    EXPECT_EQ(listener_->callCount(), 0U);
+    EXPECT_EQ(runner_->theTask(), nullptr);
+}
+
+TEST_F(AsyncTask, DoesNotKeepTheDelegateAlive) {
+    start(gate() + "; echo out");
+    EXPECT_EQ(listener_.use_count(), 1);
+    listener_.reset();
+    openGate();
+    waitForTheThread();
+    EXPECT_EQ(runner_->theTask(), nullptr);
+    EXPECT_TRUE(loggedLines().empty());
+}
+
+TEST_F(AsyncTask, AnOperationOfTooFewArgumentsEndsTheThread) {
+    const auto narrow = std::make_shared<Listener>("toolPrinted:runner:");
+    runner_->asyncDataFromTask(shell, script("echo out; " + gate()), narrow,
+                               "toolPrinted:runner:", Value("mine"));
+    const auto child = runner_->theTask();
+    waitForTheThread();
+    const std::string line = "Exception: toolPrinted:runner: takes 2 arguments, 3 were given";
+    EXPECT_EQ(loggedLines(), Lines{line});
+    EXPECT_EQ(printed(), line + "\n");
+    EXPECT_EQ(narrow->callCount(), 0U);
+    EXPECT_EQ(runner_->theTask(), child);
+    EXPECT_TRUE(child->isRunning());
+    runner_->terminateTask();
+    child->waitUntilExit();
+}
+
+TEST_F(AsyncTask, AnOperationOfTwoArgumentsIsEnoughWithoutAnObject) {
+    const auto narrow = std::make_shared<Listener>("toolPrinted:runner:");
+    runner_->asyncDataFromTask(shell, script("echo out"), narrow, "toolPrinted:runner:", {});
+    EXPECT_EQ(narrow->callsToTheEnd().back().size(), 2U);
+}
+
+TEST_F(AsyncTask, AnExceptionOfTheDelegateEndsTheThread) {
+    listener_->onCall = [](const std::vector<Value>& /*arguments*/) {
+        throw platform::Exception("QFTestException", "no more");
+    };
+    start("echo out; echo more");
+    waitForTheThread();
+    EXPECT_EQ(loggedLines(), Lines{"Exception: no more"});
+    EXPECT_EQ(listener_->callCount(), 0U);
+}
+
+TEST_F(AsyncTask, TerminationFromAnotherThreadEndsABlockedRead) {
+    for (const auto terminate : {&QFTaskEx::terminateAsyncTask, &QFTaskEx::terminateTask}) {
+        start("trap '' TERM; echo out; " + gate());
+        listener_->waitForCalls(1);
+        const auto child = runner_->theTask();
+        ((*runner_).*terminate)();
+        EXPECT_EQ(runner_->theTask(), nullptr);
+        waitForTheThread();
+        EXPECT_TRUE(child->isRunning());
+        EXPECT_EQ(listener_->callCount(), 1U);
+        openGate();
+        child->waitUntilExit();
+        listener_ = std::make_shared<Listener>();
+    }
+    EXPECT_TRUE(loggedLines().empty());
+}
+
+TEST_F(AsyncTask, TerminationAsksTheChildToEnd) {
+    start("echo out; " + gate());
+    listener_->waitForCalls(1);
+    const auto child = runner_->theTask();
+    runner_->terminateAsyncTask();
+    child->waitUntilExit();
+    EXPECT_EQ(child->terminationStatus(), SIGTERM);
+}
+
+TEST_F(AsyncTask, TheDelegateMayTerminateTheRun) {
+    listener_->onCall = [this](const std::vector<Value>& /*arguments*/) {
+        runner_->terminateTask();
+    };
+    start("echo out; " + gate());
+    waitForTheThread();
+    EXPECT_EQ(listener_->callCount(), 1U);
+    EXPECT_EQ(runner_->theTask(), nullptr);
+}
+
+TEST_F(AsyncTask, TheRunnerLivesUntilItsThreadEnds) {
+    start(gate() + "; echo out");
+    const std::weak_ptr<QFTaskEx> kept = runner_;
+    runner_.reset();
+    EXPECT_FALSE(kept.expired());
+    openGate();
+    EXPECT_EQ(delivered(), "out\n");
+    EXPECT_TRUE(eventually([&] { return kept.expired(); }));
+}
+
+TEST_F(AsyncTask, DisposalAsksTheChildToEnd) {
+    listener_->onCall = [](const std::vector<Value>& /*arguments*/) {
+        throw platform::Exception("QFTestException", "no more");
+    };
+    start("echo out; " + gate());
+    const auto child = runner_->theTask();
+    waitForTheThread();
+    EXPECT_TRUE(child->isRunning());
+    runner_.reset();
+    child->waitUntilExit();
+    EXPECT_EQ(child->terminationStatus(), SIGTERM);
+}
+
+TEST_F(AsyncTask, AChunkTravelsInANotificationRecord) {
+    start(file("missing"), {}, Value("mine"));
+    waitForTheThread();
+    const Data chunk{{std::byte{'x'}}};
+    runner_->asyncTaskReturnData(
+        Notification{"QFAsyncTaskDataNotification", Value(),
+                     Value::Dictionary{{"NSFileHandleNotificationDataItem", chunk}}});
+    EXPECT_EQ(listener_->callCount(), 1U);
+    EXPECT_NE(runner_->theTask(), nullptr);
+    runner_->asyncTaskReturnData(
+        Notification{"QFAsyncTaskDataNotification", Value(),
+                     Value::Dictionary{{"NSFileHandleNotificationDataItem", Data()}}});
+    EXPECT_EQ(listener_->callCount(), 2U);
+    EXPECT_EQ(runner_->theTask(), nullptr);
+}
+
+TEST_F(AsyncTask, RefusesAnEnvironmentThatIsNoDictionaryOfStrings) {
+    EXPECT_THROW(runner_->asyncDataFromTask(shell, {}, listener_, printedOperation, {}, Value(1)),
+                 platform::Exception);
+    EXPECT_EQ(runner_->theTask(), nullptr);
+}
+
+} // namespace

@@ -1,0 +1,189 @@
+#include "tests/util/task/TaskTest.h"
+#include "util/task/QFTaskEx.h"
+
+#include <filesystem>
+#include <future>
+
+namespace {
+
+using Lines = std::vector<std::string>;
+using platform::Value;
+
+class DataFromTask : public TaskTest {
+protected:
+    /// What the fullest member gives for a shell script.
+    std::string collected(const std::string& text, LogOutput logOutput, LogError logError) {
+        return TaskTest::text(
+            QFTaskEx::dataFromTask(shell, script(text), slot_, Value(), logOutput, logError));
+    }
+    std::string collected(const std::string& text) {
+        return collected(text, LogOutput::yes, LogError::yes);
+    }
+    std::string environmentOf(const Value& environment) {
+        return text(QFTaskEx::dataFromTask("/usr/bin/env", {}, slot_, environment));
+    }
+
+    TaskSlot slot_;
+};
+
+TEST_F(DataFromTask, GivesTheOutputWhateverTheExitStatus) {
+    EXPECT_EQ(collected("echo out; exit 5"), "out\n");
+}
+
+TEST_F(DataFromTask, GivesTheErrorsOfAChildThatWritesNothingElse) {
+    EXPECT_EQ(collected("echo wrong >&2"), "wrong\n");
+}
+
+TEST_F(DataFromTask, GivesOnlyTheOutputOfAChildThatWritesBoth) {
+    EXPECT_EQ(collected("echo wrong >&2; echo out"), "out\n");
+}
+
+TEST_F(DataFromTask, GivesNoBytesButNotNothingForASilentChild) {
+    const auto data = QFTaskEx::dataFromTask(shell, script(":"), slot_);
+    ASSERT_TRUE(data.has_value());
+    EXPECT_TRUE(data->bytes.empty());
+}
+
+TEST_F(DataFromTask, ShorterMembersCollectBothStreams) {
+    EXPECT_EQ(text(QFTaskEx::dataFromTask(shell, script("echo e >&2"), slot_)), "e\n");
+    EXPECT_EQ(text(QFTaskEx::dataFromTask(shell, script("echo e >&2"), slot_, Value())), "e\n");
+    EXPECT_EQ(
+        text(QFTaskEx::dataFromTask(shell, script("echo e >&2"), slot_, Value(), LogOutput::no)),
+        "e\n");
+    EXPECT_EQ(text(QFTaskEx::dataFromTask(shell, script("echo o"), slot_)), "o\n");
+    EXPECT_EQ(text(QFTaskEx::dataFromTask(shell, script("echo o"), slot_, Value())), "o\n");
+}
+
+TEST_F(DataFromTask, LeavesTheOutputTheProgramsOwnWithoutLogOutput) {
+    EXPECT_EQ(collected("s=$(readlink /proc/$$/fd/1); echo $s >&2", LogOutput::no, LogError::yes),
+              ownStream(1) + "\n");
+}
+
+TEST_F(DataFromTask, ThrowsTheErrorsAwayWithoutLogError) {
+    EXPECT_EQ(collected("readlink /proc/$$/fd/2; echo wrong >&2", LogOutput::yes, LogError::no),
+              "/dev/null\n");
+    EXPECT_EQ(collected("echo wrong >&2", LogOutput::yes, LogError::no), "");
+}
+
+TEST_F(DataFromTask, ReturnsAtOnceWithNeitherFlag) {
+    EXPECT_EQ(collected(gate(), LogOutput::no, LogError::no), "");
+    EXPECT_TRUE(slot_.get()->isRunning());
+    openGate();
+    slot_.get()->waitUntilExit();
+}
+
+TEST_F(DataFromTask, GivesTheChildAnInputThatNeverComes) {
+    EXPECT_TRUE(collected("readlink /proc/$$/fd/0").starts_with("pipe:["));
+}
+
+TEST_F(DataFromTask, DoesNotWaitForTheChildsEnd) {
+    EXPECT_EQ(collected("echo out; exec 1>&- 2>&-; " + gate()), "out\n");
+    EXPECT_TRUE(slot_.get()->isRunning());
+    openGate();
+    slot_.get()->waitUntilExit();
+}
+
+TEST_F(DataFromTask, DrainsTheErrorsAfterTheEndOfTheOutput) {
+    const auto data =
+        QFTaskEx::dataFromTask(shell, script("exec 1>&-; head -c 300000 /dev/zero >&2"), slot_);
+    EXPECT_EQ(data->bytes.size(), 300000U);
+}
+
+TEST_F(DataFromTask, ReadsAllOutputOfAChildThatClosesItsErrorsEarly) {
+    auto result =
+        std::async([&] { return collected("exec 2>&-; echo a; " + gate() + "; echo b"); });
+    openGate();
+    EXPECT_EQ(result.get(), "a\nb\n");
+}
+
+TEST_F(DataFromTask, ReadsNoErrorsBeforeTheEndOfTheOutput) {
+    // The child fills the pipe of its errors and stays there: what would come next never comes.
+    const auto data = QFTaskEx::dataFromTask(
+        shell, script("head -c 200000 /dev/zero >&2; echo never"), platform::Timeout(1));
+    EXPECT_GE(data->bytes.size(), 4096U);
+    EXPECT_LT(data->bytes.size(), 200000U);
+    EXPECT_EQ(loggedLines(), Lines{"Task /bin/sh timed out. Terminating..."});
+}
+
+TEST_F(DataFromTask, CollectsMuchOutput) {
+    const auto data =
+        QFTaskEx::dataFromTask(shell, script("head -c 50000000 /dev/zero; echo end"), slot_);
+    ASSERT_EQ(data->bytes.size(), 50000004U);
+    EXPECT_EQ(data->bytes[49999999], std::byte{0});
+    EXPECT_EQ(data->bytes[50000000], std::byte{'e'});
+}
+
+TEST_F(DataFromTask, WaitsForAGrandchildThatHoldsTheOutput) {
+    auto result = std::async([&] { return collected("(" + gate() + "; echo late) & echo early"); });
+    EXPECT_TRUE(eventually([&] { return slot_.get() != nullptr && !slot_.get()->isRunning(); }));
+    openGate();
+    EXPECT_EQ(result.get(), "early\nlate\n");
+}
+
+TEST_F(DataFromTask, ReplacesTheWholeEnvironmentWhenOneIsGiven) {
+    EXPECT_EQ(environmentOf(Value::Dictionary{{"B", "two=2"}, {"A", "1"}}), "A=1\nB=two=2\n");
+    EXPECT_EQ(environmentOf(Value::Dictionary{}), "");
+}
+
+TEST_F(DataFromTask, LeavesTheProgramsEnvironmentWithoutOne) {
+    ::setenv("QF_TASK_TEST", "inherited", 1);
+    EXPECT_NE(environmentOf(Value()).find("QF_TASK_TEST=inherited\n"), std::string::npos);
+    ::unsetenv("QF_TASK_TEST");
+}
+
+TEST_F(DataFromTask, RefusesAnEnvironmentThatIsNoDictionaryOfStrings) {
+    const std::string line = "Exception running task /usr/bin/env: the task's environment is not a "
+                             "dictionary of strings";
+    EXPECT_EQ(environmentOf(Value::Dictionary{{"A", 1}}), "no data");
+    EXPECT_EQ(environmentOf(Value("A=1")), "no data");
+    EXPECT_EQ(loggedLines(), (Lines{line, line}));
+}
+
+TEST_F(DataFromTask, RefusesAPathThatIsMissingNotExecutableOrAPackage) {
+    const auto plain = folder_.write("plain");
+    const auto bundle = folder_.makeFolder("Some.app");
+    for (const auto& path :
+         {file("missing"), plain, bundle, std::string("missing"), std::string()}) {
+        forgetLogLines();
+        EXPECT_FALSE(QFTaskEx::dataFromTask(path, {}, slot_).has_value());
+        EXPECT_EQ(loggedLines(), Lines{"Error: " + path + " is not executable"});
+        EXPECT_EQ(printed(), "Error: " + path + " is not executable\n");
+    }
+}
+
+TEST_F(DataFromTask, LogsAndPrintsWhyAToolCannotBeLaunched) {
+    const auto tool = writeTool("tool", "no program\n");
+    const auto line = "Exception running task " + tool + ": " + tool +
+                      " could not be launched: the file is not a program that this machine can run";
+    EXPECT_FALSE(QFTaskEx::dataFromTask(tool, {}, slot_).has_value());
+    EXPECT_EQ(loggedLines(), Lines{line});
+    EXPECT_EQ(printed(), line + "\n");
+}
+
+TEST_F(DataFromTask, KeepsTheChildInTheSlotWhileItRuns) {
+    auto result = std::async([&] { return collected(gate() + "; echo out"); });
+    EXPECT_TRUE(eventually([&] { return slot_.get() != nullptr && slot_.get()->isRunning(); }));
+    openGate();
+    EXPECT_EQ(result.get(), "out\n");
+}
+
+TEST_F(DataFromTask, LeavesNoDescriptorOpen) {
+    const auto descriptors = [] {
+        const std::filesystem::directory_iterator all("/proc/self/fd");
+        return std::distance(begin(all), end(all));
+    };
+    collected("echo out; echo wrong >&2");
+    slot_.set(nullptr);
+    // The watch on the last child ends a moment after the child.
+    EXPECT_TRUE(eventually([] { return zombies() == 0; }));
+    const auto before = descriptors();
+    for (int run = 0; run < 20; ++run) {
+        collected("echo out; echo wrong >&2");
+        QFTaskEx::dataFromTask("/no/such/tool", {}, slot_);
+        QFTaskEx::dataFromTask(writeTool("tool", "no program\n"), {}, slot_);
+    }
+    slot_.set(nullptr);
+    EXPECT_TRUE(eventually([&] { return descriptors() <= before; }));
+}
+
+} // namespace

@@ -1,0 +1,40 @@
+#pragma once
+
+#include "platform/Application.h"
+
+#include <condition_variable>
+#include <deque>
+#include <functional>
+#include <mutex>
+#include <thread>
+
+/// A main thread that does nothing but what it is asked to do, in order. It lives as long as the
+/// process, since detached threads may ask it at any time.
+class MainLoop : public platform::Application {
+public:
+    static MainLoop& shared();
+
+    bool isMainThread() override { return std::this_thread::get_id() == mainThread_; }
+    void performOnMainThread(std::function<void()> work, platform::Wait wait) override;
+
+    void handleNextEvent(std::chrono::milliseconds /*deadline*/) override {}
+    void terminate() override {}
+    int addTerminationObserver(std::function<void()> /*observer*/) override { return 0; }
+    void removeTerminationObserver(int /*observer*/) override {}
+    platform::Window* mainWindow() override { return nullptr; }
+
+    /// How many pieces of work the loop has done.
+    int performed() const;
+    /// Returns when the loop has done that many.
+    void waitUntilPerformed(int count) const;
+
+private:
+    MainLoop();
+    void run();
+
+    mutable std::mutex mutex_;
+    mutable std::condition_variable changed_;
+    std::deque<std::function<void()>> work_;
+    int performed_ = 0;
+    std::thread::id mainThread_;
+};

@@ -1,0 +1,77 @@
+#pragma once
+
+#include "platform/Workspace.h"
+#include "platform/foundation/Value.h"
+#include "tests/support/TemporaryFolder.h"
+#include "tests/util/task/LogLines.h"
+#include "tests/util/task/MainLoop.h"
+#include "util/task/TaskArguments.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <functional>
+#include <optional>
+#include <string>
+#include <thread>
+
+/// Waits for something that nobody announces, such as the end of a process; the test fails when it
+/// has not come about in a minute.
+inline bool eventually(const std::function<bool()>& condition) {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::minutes(1);
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > deadline) {
+            return false;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
+    return true;
+}
+
+/// The real launcher and file system, and a main thread that runs.
+class TaskTest : public testing::Test {
+protected:
+    static void SetUpTestSuite();
+
+    TaskTest() { forgetLogLines(); }
+    ~TaskTest() override;
+
+    /// The arguments that have /bin/sh run a script.
+    static TaskArguments script(const std::string& text) { return {"-c", text}; }
+
+    /// A script's text that waits until openGate() is called; `name` tells gates apart.
+    std::string gate(const std::string& name = "gate") const;
+    void openGate(const std::string& name = "gate") const;
+
+    /// Returns when a child has run "touch" on that file of the folder.
+    bool waitForFile(const std::string& name) const;
+
+    std::string file(const std::string& name) const { return folder_ / name; }
+    std::string writeTool(const std::string& name, const std::string& content) const;
+
+    static std::string text(const std::optional<platform::Data>& data);
+    /// What one of the test's own descriptors is connected with.
+    static std::string ownStream(int number);
+    /// How many of this process's children are zombies.
+    static int zombies();
+
+    const TemporaryFolder folder_;
+};
+
+/// Takes as packages the folders with the extension "app", and one file that a test names.
+class PackageWorkspace : public platform::Workspace {
+public:
+    static PackageWorkspace& shared();
+
+    std::optional<std::string> applicationPath(const std::string& /*bundleIdentifier*/) override {
+        return std::nullopt;
+    }
+    bool isFilePackage(const std::string& path) override { return path.ends_with(".app"); }
+    std::optional<platform::Error> recycle(const std::string& /*folder*/,
+                                           const std::string& /*trash*/,
+                                           const std::string& /*name*/) override {
+        return std::nullopt;
+    }
+};
+
+inline const std::string shell = "/bin/sh";

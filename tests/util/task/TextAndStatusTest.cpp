@@ -1,0 +1,118 @@
+#include "tests/util/task/TaskTest.h"
+#include "util/task/QFTaskEx.h"
+
+#include "platform/foundation/Exception.h"
+
+#include <csignal>
+#include <future>
+
+namespace {
+
+using Lines = std::vector<std::string>;
+using platform::TextEncoding;
+using platform::Timeout;
+
+class StringFromTask : public TaskTest {
+protected:
+    TaskSlot slot_;
+    const TaskArguments greeting_ = script("printf hello");
+    const TaskArguments accented_ = script("printf 'caf\\303\\251'");
+    const TaskArguments wrong_ = script("printf wrong >&2");
+    const Timeout enough_{600};
+};
+
+class TerminationCodeFromTask : public TaskTest {};
+
+TEST_F(StringFromTask, EveryMemberGivesTheOutputAsText) {
+    EXPECT_EQ(QFTaskEx::stringFromTask(shell, greeting_), "hello");
+    EXPECT_EQ(QFTaskEx::stringFromTask(shell, greeting_, slot_), "hello");
+    EXPECT_EQ(QFTaskEx::stringFromTask(shell, greeting_, TextEncoding::utf8, slot_), "hello");
+    EXPECT_EQ(QFTaskEx::stringFromTask(shell, greeting_, enough_), "hello");
+    EXPECT_EQ(QFTaskEx::stringFromTask(shell, greeting_, TextEncoding::utf8, enough_), "hello");
+    EXPECT_EQ(QFTaskEx::stringFromTask(shell, greeting_, TextEncoding::utf8, enough_,
+                                       LogOutput::yes, LogError::no),
+              "hello");
+}
+
+TEST_F(StringFromTask, MembersWithoutFlagsCollectTheErrorsToo) {
+    EXPECT_EQ(QFTaskEx::stringFromTask(shell, wrong_), "wrong");
+    EXPECT_EQ(QFTaskEx::stringFromTask(shell, wrong_, slot_), "wrong");
+    EXPECT_EQ(QFTaskEx::stringFromTask(shell, wrong_, enough_), "wrong");
+    EXPECT_EQ(QFTaskEx::stringFromTask(shell, wrong_, TextEncoding::ascii, enough_, LogOutput::yes,
+                                       LogError::no),
+              "");
+}
+
+TEST_F(StringFromTask, MembersWithoutAnEncodingGiveNothingForBytesBeyondAscii) {
+    EXPECT_EQ(QFTaskEx::stringFromTask(shell, accented_), std::nullopt);
+    EXPECT_EQ(QFTaskEx::stringFromTask(shell, accented_, slot_), std::nullopt);
+    EXPECT_EQ(QFTaskEx::stringFromTask(shell, accented_, enough_), std::nullopt);
+    EXPECT_TRUE(loggedLines().empty());
+}
+
+TEST_F(StringFromTask, DecodesInTheEncodingThatIsGiven) {
+    EXPECT_EQ(QFTaskEx::stringFromTask(shell, accented_, TextEncoding::utf8, slot_), "café");
+    EXPECT_EQ(QFTaskEx::stringFromTask(shell, accented_, TextEncoding::utf8, enough_), "café");
+    EXPECT_EQ(QFTaskEx::stringFromTask(shell, accented_, TextEncoding::isoLatin1, slot_), "cafÃ©");
+}
+
+TEST_F(StringFromTask, GivesTheEmptyStringForASilentChild) {
+    EXPECT_EQ(QFTaskEx::stringFromTask(shell, script(":")), "");
+}
+
+TEST_F(StringFromTask, GivesTheEmptyStringWhenThereIsNoData) {
+    const auto missing = file("missing");
+    EXPECT_EQ(QFTaskEx::stringFromTask(missing, {}), "");
+    EXPECT_EQ(QFTaskEx::stringFromTask(missing, {}, slot_), "");
+    EXPECT_EQ(QFTaskEx::stringFromTask(missing, {}, enough_), "");
+    EXPECT_EQ(loggedLines(), Lines(3, "Error: " + missing + " is not executable"));
+}
+
+TEST_F(TerminationCodeFromTask, GivesTheExitStatus) {
+    EXPECT_EQ(QFTaskEx::terminationCodeFromTask(shell, script("exit 0")), 0);
+    EXPECT_EQ(QFTaskEx::terminationCodeFromTask(shell, script("exit 200")), 200);
+    EXPECT_EQ(QFTaskEx::terminationCodeFromTask(shell, script("exit 7"), Timeout(600)), 7);
+}
+
+TEST_F(TerminationCodeFromTask, GivesTheSignalThatEndedTheChild) {
+    EXPECT_EQ(QFTaskEx::terminationCodeFromTask(shell, script("kill -KILL $$")), SIGKILL);
+}
+
+TEST_F(TerminationCodeFromTask, DiscardsOutputAndErrors) {
+    EXPECT_EQ(QFTaskEx::terminationCodeFromTask(
+                  shell, script("[ $(readlink /proc/$$/fd/1) = /dev/null ] && "
+                                "[ $(readlink /proc/$$/fd/2) = /dev/null ]")),
+              0);
+}
+
+TEST_F(TerminationCodeFromTask, GivesMinusOneForARefusedPath) {
+    const auto bundle = folder_.makeFolder("Some.app");
+    for (const auto& path : {file("missing"), bundle, std::string("missing")}) {
+        forgetLogLines();
+        EXPECT_EQ(QFTaskEx::terminationCodeFromTask(path, {}), -1);
+        EXPECT_EQ(loggedLines(), Lines{"Error: " + path + " is not executable"});
+        EXPECT_EQ(printed(), "Error: " + path + " is not executable\n");
+    }
+}
+
+TEST_F(TerminationCodeFromTask, LetsTheLaunchExceptionThrough) {
+    const auto tool = writeTool("tool", "#!/no/interpreter\n");
+    EXPECT_THROW(QFTaskEx::terminationCodeFromTask(tool, {}), platform::Exception);
+    const auto runner = QFTaskEx::create();
+    EXPECT_THROW(runner->terminationCodeFromTaskOnRunner(tool, {}, Timeout(600)),
+                 platform::Exception);
+    EXPECT_EQ(runner->theTask(), nullptr);
+    EXPECT_TRUE(loggedLines().empty());
+}
+
+TEST_F(TerminationCodeFromTask, KeepsTheChildInTheSlotWhileItRuns) {
+    TaskSlot slot;
+    auto status = std::async([&] {
+        return QFTaskEx::terminationCodeFromTask(shell, script(gate() + "; exit 9"), slot);
+    });
+    EXPECT_TRUE(eventually([&] { return slot.get() != nullptr && slot.get()->isRunning(); }));
+    openGate();
+    EXPECT_EQ(status.get(), 9);
+}
+
+} // namespace

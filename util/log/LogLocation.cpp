@@ -1,0 +1,41 @@
+#include "util/log/LogLocation.h"
+
+#include "platform/Services.h"
+#include "platform/UserAccount.h"
+#include "platform/foundation/Format.h"
+#include "util/paths/QFLocalPaths.h"
+
+namespace log_location {
+
+namespace {
+
+constexpr std::string_view folderInLibrary = "/Logs/Quillfen";
+
+std::optional<std::string> folder(Domain domain) {
+    auto path = QFLocalPaths::libraryDirectory(domain);
+    if (path) {
+        *path += folderInLibrary;
+    }
+    return path;
+}
+
+} // namespace
+
+std::optional<std::string> userFolder() {
+    return folder(Domain::user);
+}
+
+std::string numberedLog(std::string_view folder, std::string_view name, int number) {
+    return platform::format("%@/%@.%li.log", folder, name, number);
+}
+
+std::optional<std::string> currentLog(std::string_view name) {
+    const bool superuser = platform::service<platform::UserAccount>().realUserId() == 0;
+    const auto path = folder(superuser ? Domain::local : Domain::user);
+    if (!path) {
+        return {};
+    }
+    return numberedLog(*path, name, newest);
+}
+
+} // namespace log_location

@@ -1,0 +1,118 @@
+#include "util/log/QFLog.h"
+
+#include "platform/Application.h"
+#include "platform/Clock.h"
+#include "platform/Console.h"
+#include "platform/Services.h"
+#include "platform/SystemInformation.h"
+#include "platform/foundation/Path.h"
+#include "util/log/QFException.h"
+
+#include <utility>
+
+namespace {
+
+/// With more than this left to write, the end of the application is not held up.
+constexpr std::size_t mostOperationsToWaitFor = 10;
+
+std::mutex allocation;
+QFLog* allocated = nullptr;
+
+} // namespace
+
+QFLog& QFLog::sharedController() {
+    static QFLog& shared = []() -> QFLog& {
+        allocWithZone(nullptr);
+        allocated->setWriteQueue(&allocated->ownQueue_);
+        setUncaughtExceptionHandler();
+        return *allocated;
+    }();
+    shared.observeTermination();
+    return shared;
+}
+
+QFLog* QFLog::allocWithZone(const void* /*zone*/) {
+    const std::lock_guard lock(allocation);
+    if (allocated != nullptr) {
+        return nullptr;
+    }
+    allocated = new QFLog;
+    return allocated;
+}
+
+/// The application may come into being after the log.
+void QFLog::observeTermination() {
+    if (observesTermination_.load(std::memory_order_relaxed)) {
+        return;
+    }
+    auto* application = platform::installedService<platform::Application>();
+    if (application != nullptr && !observesTermination_.exchange(true)) {
+        terminationObserver_ = application->addTerminationObserver([] { willTerminate(); });
+    }
+}
+
+void QFLog::willTerminate() {
+    auto& log = sharedController();
+    auto* application = platform::installedService<platform::Application>();
+    if (application != nullptr) {
+        application->removeTerminationObserver(log.terminationObserver_);
+    }
+    log.dealloc();
+}
+
+void QFLog::dealloc() {
+    if (auto* queue = writeQueue()) {
+        if (queue->operationCount() <= mostOperationsToWaitFor) {
+            queue->waitUntilAllOperationsAreFinished();
+        } else {
+            queue->cancelAllOperations();
+        }
+    }
+    setAppName(std::nullopt);
+    setWriteQueue(nullptr);
+    setFileHandle(nullptr);
+}
+
+std::string QFLog::appName() const {
+    {
+        const std::lock_guard lock(mutex_);
+        if (appName_) {
+            return *appName_;
+        }
+    }
+    const auto path = platform::service<platform::SystemInformation>().executablePath();
+    return platform::path::deletingExtension(platform::path::lastComponent(path.value_or("")));
+}
+
+void QFLog::setAppName(std::optional<std::string> name) {
+    const std::lock_guard lock(mutex_);
+    appName_ = std::move(name);
+}
+
+std::shared_ptr<platform::LogFile> QFLog::fileHandle() const {
+    const std::lock_guard lock(mutex_);
+    return fileHandle_;
+}
+
+void QFLog::setFileHandle(std::shared_ptr<platform::LogFile> file) {
+    const std::lock_guard lock(mutex_);
+    fileHandle_.swap(file);
+}
+
+void QFLog::print(std::string_view format, FormatArguments arguments) const noexcept {
+    if (noPrinting_ || loggingDisabled_) {
+        return;
+    }
+    try {
+        if (auto* console = platform::installedService<platform::Console>()) {
+            console->print(platform::format(format, arguments));
+        }
+    } catch (const std::exception&) {
+        return; // there is nobody left to tell
+    }
+}
+
+platform::Date QFLog::now() {
+    auto* clock = platform::installedService<platform::Clock>();
+    return clock != nullptr ? clock->now() : platform::Date::clock::now();
+}

@@ -1,0 +1,169 @@
+// The log's files: starting a new one, with the older ones moved on, and listing them.
+
+#include "util/log/QFLog.h"
+
+#include "platform/PropertyLists.h"
+#include "platform/Services.h"
+#include "platform/SystemInformation.h"
+#include "platform/foundation/Text.h"
+#include "util/log/LogLocation.h"
+#include "util/paths/QFLocalPaths.h"
+
+namespace {
+
+constexpr std::string_view disabledMessage = "Logging is disabled\n";
+constexpr std::string_view folderMessage = "Unable to create folder %s.\n";
+constexpr std::string_view moveMessage = "Unable to move file %s to %s.\n";
+constexpr std::string_view createMessage = "Unable to create log file %s - %s\n";
+constexpr std::string_view exceptionMessage = "Exception starting log: %s\n";
+
+constexpr std::string_view startedHeader = "Log started: %@\n";
+constexpr std::string_view versionHeader = "Version: %@\n";
+constexpr std::string_view pathHeader = "Path: %@\n";
+constexpr std::string_view systemHeader = "System: macOS %@, %li CPU(s), %0.2f GB RAM\n";
+constexpr std::string_view modeHeader = "Running in 64-bit mode\n";
+
+constexpr std::string_view preferencesFile = "/com.quillfen.global.plist";
+constexpr const char* disableKey = "disable-logging";
+
+constexpr const char* unknownName = "Unknown";
+
+bool isOne(const platform::Value& value) {
+    if (const auto* text = value.as<std::string>()) {
+        return *text == "1";
+    }
+    if (const auto* real = value.as<double>()) {
+        return *real == 1;
+    }
+    return value == platform::Value(true) || value == platform::Value(1);
+}
+
+bool isDisabledByUser() {
+    const auto folder = QFLocalPaths::prefsDirectory(Domain::user);
+    if (!folder) {
+        return false;
+    }
+    auto& propertyLists = platform::service<platform::PropertyLists>();
+    return isOne(propertyLists.read(*folder + std::string(preferencesFile))[disableKey]);
+}
+
+double gigabytes(std::uint64_t bytes) {
+    constexpr double step = 0.0009765625;
+    return static_cast<double>(bytes) * step * step * step;
+}
+
+} // namespace
+
+void QFLog::createNewLog() {
+    createNewLog(std::nullopt);
+}
+
+void QFLog::createNewLog(const std::optional<std::string>& applicationName) {
+    createNewLog(applicationName, NoPrinting::no);
+}
+
+void QFLog::createNewLog(const std::optional<std::string>& applicationName, NoPrinting noPrinting) {
+    auto& log = sharedController();
+    try {
+        log.startLog(applicationName, noPrinting);
+    } catch (const std::exception& exception) {
+        log.print(exceptionMessage, {exception.what()});
+    }
+}
+
+void QFLog::startLog(const std::optional<std::string>& applicationName, NoPrinting noPrinting) {
+    setNoPrinting(noPrinting == NoPrinting::yes);
+    if (loggingDisabled()) {
+        return;
+    }
+    setFileHandle(nullptr);
+    if (isDisabledByUser()) {
+        print(disabledMessage, {});
+        setLoggingDisabled(true);
+        return;
+    }
+    nameLog(applicationName);
+    setBytesWritten(0);
+
+    const auto name = appName();
+    const auto folder = log_location::userFolder();
+    const auto current = log_location::currentLog(name);
+    auto& files = platform::service<platform::LogFiles>();
+    if (!folder || !current || (!files.exists(*folder) && files.createFolder(*folder))) {
+        print(folderMessage, {folder ? std::optional(platform::text::printable(*folder)) : folder});
+        return;
+    }
+    if (files.exists(*current) && !rotate(*folder, name)) {
+        return;
+    }
+    if (const auto error = files.createEmptyFile(*current)) {
+        print(createMessage, {platform::text::printable(*current), error->localizedDescription});
+        return;
+    }
+    if (auto file = files.open(*current)) {
+        setFileHandle(std::move(file));
+        writeHeader();
+    }
+}
+
+/// A name that is given counts only while there is none; an empty one is none to speak of.
+void QFLog::nameLog(const std::optional<std::string>& applicationName) {
+    {
+        const std::lock_guard lock(mutex_);
+        if (!appName_) {
+            appName_ = applicationName;
+        }
+    }
+    if (appName().empty()) {
+        setAppName(unknownName);
+    }
+}
+
+/// Makes room for a new log; false when a file could not be moved.
+bool QFLog::rotate(const std::string& folder, const std::string& name) const {
+    using namespace log_location;
+    auto& files = platform::service<platform::LogFiles>();
+    const auto last = numberedLog(folder, name, oldest);
+    if (files.exists(last)) {
+        static_cast<void>(files.removeItem(last)); // what stays is found by the move to its place
+    }
+    for (int number = oldest - 1; number >= newest; --number) {
+        const auto from = numberedLog(folder, name, number);
+        const auto to = numberedLog(folder, name, number + 1);
+        if (files.exists(from) && files.moveItem(from, to)) {
+            print(moveMessage, {platform::text::printable(from), platform::text::printable(to)});
+            return false;
+        }
+    }
+    return true;
+}
+
+void QFLog::writeHeader() {
+    auto& system = platform::service<platform::SystemInformation>();
+    fastAppendLog(startedHeader, platform::description(now()));
+    if (const auto version = system.bundleVersion()) {
+        fastAppendLog(versionHeader, *version);
+    }
+    if (const auto path = system.executablePath()) {
+        fastAppendLog(pathHeader, *path);
+    }
+    appendLog(systemHeader, system.operatingSystemVersion(), system.processorCount(),
+              gigabytes(system.physicalMemory()));
+    fastAppendLog(modeHeader);
+}
+
+std::vector<std::string> QFLog::availableLogs() {
+    std::vector<std::string> logs;
+    const auto folder = log_location::userFolder();
+    if (!folder) {
+        return logs;
+    }
+    const auto name = sharedController().appName();
+    for (int number = log_location::newest; number <= log_location::oldest; ++number) {
+        auto path = log_location::numberedLog(*folder, name, number);
+        if (platform::service<platform::LogFiles>().exists(path)) {
+            logs.push_back(std::move(path));
+        }
+    }
+    return logs;
+}

@@ -1,0 +1,225 @@
+// The way of an entry: from a format to the write queue, and from there into the file.
+
+#include "util/log/QFLog.h"
+
+#include "platform/Application.h"
+#include "platform/Services.h"
+#include "platform/foundation/Text.h"
+#include "util/log/LogLocation.h"
+
+#include <array>
+#include <exception>
+
+namespace {
+
+constexpr std::string_view afterDate = " - ";
+constexpr std::string_view afterMessage = "\n";
+constexpr std::string_view consoleFormat = "%@\n";
+constexpr std::string_view truncatedMessage = "Log truncated at 500KB";
+constexpr std::string_view lostMessage = "Unable to log the following information: %s\n";
+constexpr std::string_view unopenedMessage = "Unable to open log for output\n";
+constexpr std::string_view exceptionMessage = "Exception writing to log: %s\n";
+
+/// The size, in bytes, at which a log is full.
+constexpr std::uint64_t sizeLimit = 500000;
+
+/// Only a message up to this length is waited for, and only while no more than this is queued.
+constexpr std::uint64_t mostCharactersToWaitFor = 99;
+
+struct Replacement {
+    std::string_view from;
+    std::string_view to;
+};
+
+constexpr std::array escapes{
+    Replacement{"% ", "%% "}, Replacement{"%.", "%%."}, Replacement{"%!", "%%!"},
+    Replacement{"%,", "%%,"}, Replacement{"%-", "%%-"}, Replacement{"%;", "%%;"},
+    Replacement{"%:", "%%:"}, Replacement{"%+", "%%+"}, Replacement{"%%%", "%%"},
+};
+
+constexpr std::array consoleReplacements{
+    Replacement{"%@", ""},
+    Replacement{"%", "%%"},
+    Replacement{std::string_view("\0", 1), ""},
+};
+
+std::string replacingAll(std::string_view text, const Replacement& replacement) {
+    std::string result;
+    result.reserve(text.size());
+    for (;;) {
+        const auto found = text.find(replacement.from);
+        result += text.substr(0, found);
+        if (found == std::string_view::npos) {
+            return result;
+        }
+        result += replacement.to;
+        text.remove_prefix(found + replacement.from.size());
+    }
+}
+
+template <class Replacements>
+std::string replacingAll(std::string_view text, const Replacements& replacements) {
+    std::string result(text);
+    for (const Replacement& replacement : replacements) {
+        result = replacingAll(result, replacement);
+    }
+    return result;
+}
+
+/// An entry as it stands in the file. The write queue spends its time here and in the write.
+std::string entryOf(platform::Date date, std::string_view message) {
+    constexpr std::size_t mostAroundMessage = 40;
+    std::string entry;
+    entry.reserve(message.size() + mostAroundMessage);
+    platform::appendDescription(entry, date);
+    return entry.append(afterDate).append(message).append(afterMessage);
+}
+
+bool isMainThread() {
+    auto* application = platform::installedService<platform::Application>();
+    return application != nullptr && application->isMainThread();
+}
+
+/// Runs `step`. What it throws is nobody's business: a failure to log never reaches the caller.
+template <class Step>
+void quietly(Step step) {
+    try {
+        step();
+    } catch (const std::exception&) {
+        return;
+    }
+}
+
+} // namespace
+
+std::string QFLog::escapeTextForLogging(std::string_view text) {
+    if (text.find('%') == std::string_view::npos) {
+        return std::string(text);
+    }
+    return replacingAll(text, escapes);
+}
+
+std::optional<std::string> QFLog::message(Format format, FormatArguments arguments) const {
+    if (!format || loggingDisabled()) {
+        return {};
+    }
+    return platform::format(escapeTextForLogging(*format), arguments);
+}
+
+void QFLog::append(Format format, FormatArguments arguments) {
+    quietly([&] {
+        auto& log = sharedController();
+        const auto text = log.message(format, arguments);
+        if (!text) {
+            return;
+        }
+        log.appendTextToLog(*text);
+        if (!isMainThread() && !text->empty() &&
+            platform::text::utf16Length(*text) <= mostCharactersToWaitFor &&
+            log.bytesInQueue() <= mostCharactersToWaitFor) {
+            finishWriting();
+        }
+    });
+}
+
+void QFLog::fastAppend(Format format, FormatArguments arguments) {
+    quietly([&] {
+        auto& log = sharedController();
+        if (const auto text = log.message(format, arguments)) {
+            log.appendTextToLog(*text);
+        }
+    });
+}
+
+void QFLog::appendAndPrint(Format format, FormatArguments arguments) {
+    quietly([&] {
+        auto& log = sharedController();
+        const auto text = log.message(format, arguments);
+        if (!text) {
+            return;
+        }
+        const auto trimmed = platform::text::trimmed(*text);
+        appendLog(trimmed);
+        const auto shown = platform::text::validUtf8(trimmed);
+        log.print(consoleFormat, {replacingAll(shown, consoleReplacements)});
+    });
+}
+
+void QFLog::appendAndDebugPrint(Format format, FormatArguments arguments) {
+    quietly([&] {
+        if (const auto text = sharedController().message(format, arguments)) {
+            const auto trimmed = platform::text::trimmed(*text);
+            appendLog(trimmed, trimmed);
+        }
+    });
+}
+
+void QFLog::appendTextToLog(std::string_view text) {
+    auto entry = platform::text::validUtf8(platform::text::trimmed(text));
+    auto* queue = writeQueue();
+    if (entry.empty()) {
+        return;
+    }
+    bytesInQueue_ += platform::text::utf16Length(entry);
+    if (queue != nullptr) {
+        queue->addOperation([this, entry = std::move(entry)] { appendLogOnThread(entry); });
+    }
+}
+
+void QFLog::finishWriting() {
+    if (auto* queue = sharedController().writeQueue()) {
+        queue->waitUntilAllOperationsAreFinished();
+    }
+}
+
+void QFLog::appendLogOnThread(std::string_view text) {
+    try {
+        writeEntry(text);
+    } catch (const std::exception& exception) {
+        print(exceptionMessage, {exception.what()});
+    }
+}
+
+void QFLog::writeEntry(std::string_view text) {
+    if (loggingDisabled()) {
+        return;
+    }
+    if (const auto file = openedFile()) {
+        const auto entry = entryOf(now(), text);
+        file->append(entry);
+        bytesWritten_ += entry.size();
+        if (bytesWritten() >= sizeLimit) {
+            startOver();
+        }
+    } else {
+        print(lostMessage, {text});
+        print(unopenedMessage, {});
+    }
+    bytesInQueue_ -= platform::text::utf16Length(text);
+}
+
+std::shared_ptr<platform::LogFile> QFLog::openedFile() {
+    auto file = fileHandle();
+    if (file) {
+        return file;
+    }
+    if (const auto path = log_location::currentLog(appName())) {
+        file = platform::service<platform::LogFiles>().open(*path);
+    }
+    if (file) {
+        setFileHandle(file);
+    }
+    return file;
+}
+
+/// The entries that finishWriting() writes here still belong to the full log, however large they
+/// make it: only the entry that filled it starts a new one.
+void QFLog::startOver() {
+    if (startingOver_.exchange(true)) {
+        return;
+    }
+    finishWriting();
+    createNewLog(appName());
+    appendLog(truncatedMessage);
+    startingOver_ = false;
+}

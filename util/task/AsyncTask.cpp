@@ -1,0 +1,155 @@
+#include "platform/FileSystem.h"
+#include "platform/Services.h"
+#include "platform/foundation/Exception.h"
+#include "platform/foundation/Thread.h"
+#include "util/log/QFLog.h"
+#include "util/task/QFTaskEx.h"
+#include "util/task/TaskEnvironment.h"
+
+#include <utility>
+#include <vector>
+
+using platform::ChildStream;
+using platform::Data;
+using platform::Value;
+
+namespace {
+
+constexpr const char* noTaskSet = "Unable to launch async task - no task set";
+constexpr const char* notLaunchable =
+    "Unable to launch async task - task does not exist or is not executable";
+constexpr const char* exceptionLine = "Exception: %@";
+
+constexpr const char* dataNotification = "QFAsyncTaskDataNotification";
+constexpr const char* fileHandleDataItem = "NSFileHandleNotificationDataItem";
+
+platform::Notification notificationOf(Data chunk) {
+    return {dataNotification, Value(),
+            Value::Dictionary{{fileHandleDataItem, Value(std::move(chunk))}}};
+}
+
+} // namespace
+
+std::shared_ptr<QFTaskEx> QFTaskEx::create() {
+    return std::shared_ptr<QFTaskEx>(new QFTaskEx);
+}
+
+QFTaskEx::~QFTaskEx() {
+    const auto child = theTask();
+    if (child != nullptr && child->isRunning()) {
+        child->terminate();
+    }
+}
+
+void QFTaskEx::asyncDataFromTask(const std::string& path, const TaskArguments& arguments,
+                                 std::weak_ptr<platform::Delegate> delegate,
+                                 std::optional<std::string> selector, Value object) {
+    asyncDataFromTask(path, arguments, std::move(delegate), std::move(selector), std::move(object),
+                      Value());
+}
+
+void QFTaskEx::asyncDataFromTask(const std::string& path, const TaskArguments& arguments,
+                                 std::weak_ptr<platform::Delegate> delegate,
+                                 std::optional<std::string> selector, Value object,
+                                 const Value& environment) {
+    platform::ProcessDescription description;
+    description.launchPath = path;
+    description.arguments = arguments.list();
+    description.environment = taskEnvironment(environment);
+    description.standardOutput =
+        ChildStream::through(platform::service<platform::ProcessLauncher>().makePipe());
+    description.standardError = ChildStream::nullDevice();
+    {
+        const std::lock_guard lock(mutex_);
+        receiver_ = {std::move(delegate), std::move(selector), std::move(object)};
+        theTask_.set(std::make_shared<platform::Process>(std::move(description)));
+    }
+    platform::detachNewThread([runner = shared_from_this()] { runner->launchAsyncTask(); });
+}
+
+void QFTaskEx::launchAsyncTask() {
+    try {
+        const auto child = theTask();
+        if (child == nullptr) {
+            QFLog::appendLogAndPrint(noTaskSet);
+            return;
+        }
+        if (!platform::service<platform::FileSystem>().isExecutable(
+                child->description().launchPath)) {
+            QFLog::appendLog(notLaunchable);
+            return;
+        }
+        launchUnlessTerminated(*child);
+        const auto pipe = child->description().standardOutput.pipe();
+        for (auto chunk = platform::availableData(*pipe); !chunk.bytes.empty();
+             chunk = platform::availableData(*pipe)) {
+            asyncTaskReturnData(notificationOf(std::move(chunk)));
+        }
+        asyncTaskReturnData(notificationOf(Data()));
+    } catch (const platform::Exception& exception) {
+        QFLog::appendLogAndPrint(exceptionLine, exception.reason());
+    }
+}
+
+/// A run that is terminated before its launch leaves a closed pipe and nothing to launch.
+void QFTaskEx::launchUnlessTerminated(platform::Process& child) {
+    const std::lock_guard lock(mutex_);
+    if (theTask_.get().get() == &child) {
+        child.launch();
+    }
+}
+
+void QFTaskEx::asyncTaskReturnData(const platform::Notification& notification) {
+    const auto* item = notification.userInfo[fileHandleDataItem].as<Data>();
+    const Data chunk = item != nullptr ? *item : Data();
+    deliver(chunk);
+    if (chunk.bytes.empty()) {
+        terminateAsyncTask();
+    }
+}
+
+void QFTaskEx::deliver(const Data& chunk) {
+    Receiver receiver;
+    {
+        const std::lock_guard lock(mutex_);
+        receiver = receiver_;
+    }
+    const auto delegate = receiver.delegate.lock();
+    if (delegate == nullptr || !receiver.selector || !delegate->respondsTo(*receiver.selector)) {
+        return;
+    }
+    std::vector<Value> arguments{chunk, Value::Object(shared_from_this())};
+    if (!receiver.object.isNone()) {
+        arguments.push_back(receiver.object);
+    }
+    const auto taken = platform::argumentCount(*receiver.selector);
+    if (arguments.size() > taken) {
+        throw platform::Exception("NSInvalidArgumentException",
+                                  *receiver.selector + " takes " + std::to_string(taken) +
+                                      " arguments, " + std::to_string(arguments.size()) +
+                                      " were given");
+    }
+    arguments.resize(taken);
+    delegate->perform(*receiver.selector, arguments);
+}
+
+void QFTaskEx::terminateAsyncTask() {
+    Receiver forgotten; // Given up last, when the caller's object may call the runner again.
+    const std::lock_guard lock(mutex_);
+    const auto child = theTask_.get();
+    if (child == nullptr) {
+        return;
+    }
+    if (const auto& pipe = child->description().standardOutput.pipe(); pipe != nullptr) {
+        pipe->closeReadEnd();
+    }
+    std::swap(receiver_, forgotten);
+    if (child->isRunning()) {
+        child->terminate();
+    }
+    theTask_.set(nullptr);
+}
+
+void QFTaskEx::terminateTask() {
+    terminateAsyncTask();
+}

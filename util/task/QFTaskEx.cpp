@@ -1,0 +1,216 @@
+#include "util/task/QFTaskEx.h"
+
+#include "platform/FileSystem.h"
+#include "platform/Services.h"
+#include "platform/Workspace.h"
+#include "platform/foundation/Exception.h"
+#include "platform/foundation/Format.h"
+#include "util/log/QFLog.h"
+#include "util/task/TaskEnvironment.h"
+
+#include <utility>
+
+using platform::ChildStream;
+using platform::Data;
+using platform::Process;
+using platform::ProcessDescription;
+using platform::TextEncoding;
+using platform::Value;
+
+namespace {
+
+constexpr const char* notExecutable = "Error: %@ is not executable";
+constexpr const char* exceptionRunningTask = "Exception running task %@: %@";
+
+bool isTool(const std::string& path) {
+    return platform::service<platform::FileSystem>().isExecutable(path) &&
+           !platform::service<platform::Workspace>().isFilePackage(path);
+}
+
+/// A child whose output nobody wants.
+std::shared_ptr<Process> quietTask(const std::string& path, const TaskArguments& arguments) {
+    ProcessDescription description;
+    description.launchPath = path;
+    description.arguments = arguments.list();
+    description.standardOutput = ChildStream::nullDevice();
+    description.standardError = ChildStream::nullDevice();
+    return std::make_shared<Process>(std::move(description));
+}
+
+std::shared_ptr<platform::Pipe> makePipe() {
+    return platform::service<platform::ProcessLauncher>().makePipe();
+}
+
+/// A child whose output goes where the flags say, and whose input never comes.
+std::shared_ptr<Process> collectedTask(const std::string& path, const TaskArguments& arguments,
+                                       const Value& environment, LogOutput logOutput,
+                                       LogError logError) {
+    ProcessDescription description;
+    description.launchPath = path;
+    description.arguments = arguments.list();
+    description.environment = taskEnvironment(environment);
+    description.standardInput = ChildStream::through(makePipe());
+    description.standardOutput =
+        logOutput == LogOutput::yes ? ChildStream::through(makePipe()) : ChildStream::inherited();
+    description.standardError =
+        logError == LogError::yes ? ChildStream::through(makePipe()) : ChildStream::nullDevice();
+    return std::make_shared<Process>(std::move(description));
+}
+
+void launch(const std::shared_ptr<Process>& child, TaskSlot& task) {
+    task.set(child);
+    child->launch();
+    task.expectLaunch(false);
+}
+
+/// Reads standard output to its end before standard error is read at all; either pipe may be null.
+Data readToEnd(platform::Pipe* output, platform::Pipe* error) {
+    Data outputData;
+    Data errorData;
+    for (;;) {
+        if (output != nullptr && platform::appendAvailableData(*output, outputData)) {
+            continue;
+        }
+        if (error == nullptr || !platform::appendAvailableData(*error, errorData)) {
+            break;
+        }
+    }
+    for (auto* pipe : {output, error}) {
+        if (pipe != nullptr) {
+            pipe->closeReadEnd();
+        }
+    }
+    if (outputData.bytes.empty()) {
+        return errorData;
+    }
+    return outputData;
+}
+
+std::optional<std::string> decoded(const std::optional<Data>& data, TextEncoding encoding) {
+    return data ? platform::decodedText(*data, encoding) : std::string();
+}
+
+} // namespace
+
+bool QFTaskEx::runTask(const std::string& path, const TaskArguments& arguments) {
+    TaskSlot none;
+    return runTask(path, arguments, none);
+}
+
+bool QFTaskEx::runTask(const std::string& path, const TaskArguments& arguments, TaskSlot& task) {
+    if (path.starts_with('/') && !isTool(path)) {
+        QFLog::appendLogAndPrint(notExecutable, path);
+        return false;
+    }
+    try {
+        const auto child = quietTask(path, arguments);
+        launch(child, task);
+        child->waitUntilExit();
+        return true;
+    } catch (const platform::Exception& exception) {
+        QFLog::appendLog(exceptionRunningTask, path, exception.reason());
+        return false;
+    }
+}
+
+std::shared_ptr<Process> QFTaskEx::runTaskAndReturn(const std::string& path,
+                                                    const TaskArguments& arguments) {
+    if (path.empty() || !isTool(path)) {
+        // Filled twice on purpose: what looks like a directive in the path is read as one.
+        QFLog::appendLogAndPrint(platform::format(notExecutable, path));
+        return nullptr;
+    }
+    auto child = quietTask(path, arguments);
+    child->launch();
+    return child;
+}
+
+std::optional<Data> QFTaskEx::dataFromTask(const std::string& path, const TaskArguments& arguments,
+                                           TaskSlot& task) {
+    return dataFromTask(path, arguments, task, Value());
+}
+
+std::optional<Data> QFTaskEx::dataFromTask(const std::string& path, const TaskArguments& arguments,
+                                           TaskSlot& task, const Value& environment) {
+    return dataFromTask(path, arguments, task, environment, LogOutput::yes);
+}
+
+std::optional<Data> QFTaskEx::dataFromTask(const std::string& path, const TaskArguments& arguments,
+                                           TaskSlot& task, const Value& environment,
+                                           LogOutput logOutput) {
+    return dataFromTask(path, arguments, task, environment, logOutput, LogError::yes);
+}
+
+std::optional<Data> QFTaskEx::dataFromTask(const std::string& path, const TaskArguments& arguments,
+                                           TaskSlot& task, const Value& environment,
+                                           LogOutput logOutput, LogError logError) {
+    try {
+        // What is executable exists; asked by itself, a tool that a stand-in replaces does not.
+        if (!isTool(path)) {
+            QFLog::appendLogAndPrint(notExecutable, path);
+            return std::nullopt;
+        }
+        const auto child = collectedTask(path, arguments, environment, logOutput, logError);
+        launch(child, task);
+        return readToEnd(child->description().standardOutput.pipe().get(),
+                         child->description().standardError.pipe().get());
+    } catch (const platform::Exception& exception) {
+        QFLog::appendLogAndPrint(exceptionRunningTask, path, exception.reason());
+        return std::nullopt;
+    }
+}
+
+std::optional<std::string> QFTaskEx::stringFromTask(const std::string& path,
+                                                    const TaskArguments& arguments) {
+    TaskSlot none;
+    return stringFromTask(path, arguments, TextEncoding::ascii, none);
+}
+
+std::optional<std::string>
+QFTaskEx::stringFromTask(const std::string& path, const TaskArguments& arguments, TaskSlot& task) {
+    return stringFromTask(path, arguments, TextEncoding::ascii, task);
+}
+
+std::optional<std::string> QFTaskEx::stringFromTask(const std::string& path,
+                                                    const TaskArguments& arguments,
+                                                    TextEncoding encoding, TaskSlot& task) {
+    return decoded(dataFromTask(path, arguments, task), encoding);
+}
+
+std::optional<std::string> QFTaskEx::stringFromTask(const std::string& path,
+                                                    const TaskArguments& arguments,
+                                                    platform::Timeout timeout) {
+    return stringFromTask(path, arguments, TextEncoding::ascii, timeout);
+}
+
+std::optional<std::string> QFTaskEx::stringFromTask(const std::string& path,
+                                                    const TaskArguments& arguments,
+                                                    TextEncoding encoding,
+                                                    platform::Timeout timeout) {
+    return decoded(dataFromTask(path, arguments, timeout), encoding);
+}
+
+std::optional<std::string> QFTaskEx::stringFromTask(const std::string& path,
+                                                    const TaskArguments& arguments,
+                                                    TextEncoding encoding,
+                                                    platform::Timeout timeout, LogOutput logOutput,
+                                                    LogError logError) {
+    return decoded(dataFromTask(path, arguments, timeout, logOutput, logError), encoding);
+}
+
+int QFTaskEx::terminationCodeFromTask(const std::string& path, const TaskArguments& arguments) {
+    TaskSlot none;
+    return terminationCodeFromTask(path, arguments, none);
+}
+
+int QFTaskEx::terminationCodeFromTask(const std::string& path, const TaskArguments& arguments,
+                                      TaskSlot& task) {
+    if (!isTool(path)) {
+        QFLog::appendLogAndPrint(notExecutable, path);
+        return -1;
+    }
+    const auto child = quietTask(path, arguments);
+    launch(child, task);
+    child->waitUntilExit();
+    return child->terminationStatus();
+}

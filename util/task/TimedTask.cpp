@@ -1,0 +1,116 @@
+#include "platform/Application.h"
+#include "platform/Services.h"
+#include "platform/foundation/Exception.h"
+#include "platform/foundation/Thread.h"
+#include "util/log/QFLog.h"
+#include "util/task/QFTaskEx.h"
+
+#include <thread>
+
+using platform::Data;
+
+namespace {
+
+constexpr const char* timedOut = "Task %@ timed out. Terminating...";
+
+/// Keeps a runner's slot for one timed call: empty before the child and empty after it.
+class TimedCall {
+public:
+    explicit TimedCall(TaskSlot& task) : task_(task) {
+        task_.set(nullptr);
+        task_.expectLaunch(true);
+    }
+    ~TimedCall() {
+        task_.set(nullptr);
+        task_.expectLaunch(false);
+    }
+    TimedCall(const TimedCall&) = delete;
+    TimedCall& operator=(const TimedCall&) = delete;
+    TimedCall(TimedCall&&) = delete;
+    TimedCall& operator=(TimedCall&&) = delete;
+
+private:
+    TaskSlot& task_;
+};
+
+} // namespace
+
+void QFTaskEx::runTask(const std::string& path, const TaskArguments& arguments,
+                       platform::Timeout timeout) {
+    create()->runTaskOnRunner(path, arguments, timeout);
+}
+
+void QFTaskEx::runTaskOnRunner(const std::string& path, const TaskArguments& arguments,
+                               platform::Timeout timeout) {
+    startTimeout(timeout);
+    theTask_.set(nullptr);
+    // The child is kept where the time-out does not look for it, so that it is never terminated.
+    TaskSlot task;
+    runTask(path, arguments, task);
+}
+
+std::optional<Data> QFTaskEx::dataFromTask(const std::string& path, const TaskArguments& arguments,
+                                           platform::Timeout timeout) {
+    return dataFromTask(path, arguments, timeout, LogOutput::yes, LogError::yes);
+}
+
+std::optional<Data> QFTaskEx::dataFromTask(const std::string& path, const TaskArguments& arguments,
+                                           platform::Timeout timeout, LogOutput logOutput,
+                                           LogError logError) {
+    return create()->dataFromTaskOnRunner(path, arguments, timeout, logOutput, logError);
+}
+
+std::optional<Data> QFTaskEx::dataFromTaskOnRunner(const std::string& path,
+                                                   const TaskArguments& arguments,
+                                                   platform::Timeout timeout) {
+    return dataFromTaskOnRunner(path, arguments, timeout, LogOutput::yes, LogError::yes);
+}
+
+std::optional<Data> QFTaskEx::dataFromTaskOnRunner(const std::string& path,
+                                                   const TaskArguments& arguments,
+                                                   platform::Timeout timeout, LogOutput logOutput,
+                                                   LogError logError) {
+    const TimedCall call(theTask_);
+    startTimeout(timeout);
+    return dataFromTask(path, arguments, theTask_, platform::Value(), logOutput, logError);
+}
+
+int QFTaskEx::terminationCodeFromTask(const std::string& path, const TaskArguments& arguments,
+                                      platform::Timeout timeout) {
+    return create()->terminationCodeFromTaskOnRunner(path, arguments, timeout);
+}
+
+int QFTaskEx::terminationCodeFromTaskOnRunner(const std::string& path,
+                                              const TaskArguments& arguments,
+                                              platform::Timeout timeout) {
+    const TimedCall call(theTask_);
+    startTimeout(timeout);
+    return terminationCodeFromTask(path, arguments, theTask_);
+}
+
+/// Nobody cancels the thread: it would sleep its whole interval all the same.
+void QFTaskEx::startTimeout(platform::Timeout timeout) {
+    platform::detachNewThread([runner = shared_from_this(), seconds = timeout.wholeSeconds()] {
+        runner->setupTimeout(seconds);
+    });
+}
+
+void QFTaskEx::setupTimeout(std::chrono::seconds seconds) {
+    std::this_thread::sleep_for(seconds);
+    // A time-out shorter than a launch does not miss the child.
+    theTask_.waitForExpectedLaunch();
+    try {
+        platform::service<platform::Application>().performOnMainThread([this] { this->timeout(); },
+                                                                       platform::Wait::untilDone);
+    } catch (const platform::Exception&) {
+        return; // There is no application, hence no main thread to act on.
+    }
+}
+
+void QFTaskEx::timeout() {
+    const auto child = theTask_.get();
+    if (child != nullptr && child->isRunning()) {
+        QFLog::appendLogAndPrint(timedOut, child->description().launchPath);
+        child->terminate();
+    }
+}
