@@ -1,0 +1,465 @@
+#include "util/auth/QFAuthorization.h"
+
+#include "tests/support/DescribedMachine.h"
+
+#include <optional>
+
+using platform::AuthorizationRef;
+using Calls = std::vector<AuthorizationCall>;
+
+namespace {
+
+class PrivilegedFileOperations : public DescribedMachine {
+protected:
+    static QFAuthorization& controller() { return QFAuthorization::sharedController(); }
+
+    /// Has the superuser take over a controller that was made while somebody else ran the process.
+    void becomeSuperuserOfSomeonesProcess() {
+        controller();
+        becomeSuperuser();
+    }
+
+    void refuseTheRight() { services.rightsStatus = platform::errAuthorizationCanceled; }
+
+    void expectRefused(bool result, const std::string& line) {
+        EXPECT_FALSE(result);
+        EXPECT_EQ(console.systemLogLines(), Lines{line});
+        EXPECT_EQ(services.calls, Calls{});
+        EXPECT_EQ(launcher.runs, Lines{});
+        EXPECT_EQ(loggedLines(), Lines{});
+    }
+};
+
+} // namespace
+
+TEST_F(PrivilegedFileOperations, AToolIsRunWithTheHeldRight) {
+    controller().setAuthRef(AuthorizationRef{5});
+    EXPECT_EQ(controller().authExecTask("/bin/chmod", {"644", "", "a b"}), 0);
+    const Calls expected{{.operation = "execute",
+                          .ref = AuthorizationRef{5},
+                          .flags = 0,
+                          .tool = "/bin/chmod",
+                          .arguments = {"644", "", "a b"}}};
+    EXPECT_EQ(services.calls, expected);
+}
+
+TEST_F(PrivilegedFileOperations, TheFirstToolObtainsTheRightAndTheNextReusesIt) {
+    EXPECT_EQ(controller().authExecTask("/bin/chmod", {}), 0);
+    EXPECT_EQ(controller().authExecTask("/bin/chmod", {}), 0);
+    ASSERT_EQ(services.calls.size(), 4U);
+    EXPECT_EQ(services.calls[0].operation, "create");
+    EXPECT_EQ(services.calls[1].operation, "copyRights");
+    EXPECT_EQ(services.calls[2].ref, AuthorizationRef{1});
+    EXPECT_EQ(services.calls[3].ref, AuthorizationRef{1});
+}
+
+TEST_F(PrivilegedFileOperations, AfterTheRightIsGivenUpTheNextToolAsksAgain) {
+    controller().authExecTask("/bin/chmod", {});
+    controller().authEnd();
+    services.calls.clear();
+    EXPECT_EQ(controller().authExecTask("/bin/chmod", {}), 0);
+    ASSERT_EQ(services.calls.size(), 3U);
+    EXPECT_EQ(services.calls[1].flags, 19U);
+}
+
+TEST_F(PrivilegedFileOperations, AMissingToolIsLoggedBeforeAnybodyIsAsked) {
+    EXPECT_EQ(controller().authExecTask("/bin/no-such-tool", {}), -2);
+    EXPECT_EQ(console.systemLogLines(),
+              Lines{"Unable to execute task: path /bin/no-such-tool doesn't exist"});
+    EXPECT_EQ(services.calls, Calls{});
+}
+
+TEST_F(PrivilegedFileOperations, AMissingToolIsMissingForTheSuperuserToo) {
+    becomeSuperuser();
+    EXPECT_EQ(controller().authExecTask("/bin/no-such-tool", {}), -2);
+    EXPECT_EQ(launcher.runs, Lines{});
+}
+
+TEST_F(PrivilegedFileOperations, AToolThatAStandInReplacesExists) {
+    fileSystem.standIns = {"/usr/sbin/diskutil"};
+    EXPECT_EQ(controller().authExecTask("/usr/sbin/diskutil", {}), 0);
+}
+
+TEST_F(PrivilegedFileOperations, ARefusedRightGivesMinusOneWithoutALine) {
+    refuseTheRight();
+    EXPECT_EQ(controller().authExecTask("/bin/chmod", {}), -1);
+    EXPECT_EQ(services.tools(), Lines{});
+    EXPECT_EQ(console.systemLogLines(), Lines{});
+}
+
+TEST_F(PrivilegedFileOperations, WithoutAUserInterfaceTheOnlyLineIsThatOfTheStart) {
+    QFAuthorization::sharedController(UserInterface::no);
+    EXPECT_EQ(controller().authExecTask("/bin/chmod", {}), -1);
+    EXPECT_EQ(console.systemLogLines(), Lines{"Unable to authorize"});
+}
+
+TEST_F(PrivilegedFileOperations, ThePlatformsStatusIsPassedOnWithoutALine) {
+    services.executeStatus = platform::errAuthorizationToolExecuteFailure;
+    EXPECT_EQ(controller().authExecTask("/bin/chmod", {}, Async::no), -60031);
+    EXPECT_EQ(console.systemLogLines(), Lines{});
+}
+
+TEST_F(PrivilegedFileOperations, AnAsynchronousToolsOutputIsNotRead) {
+    services.toolOutput = "output";
+    EXPECT_EQ(controller().authExecTask("/bin/chmod", {}, Async::yes), 0);
+    EXPECT_EQ(services.unreadOutput, 6);
+}
+
+TEST_F(PrivilegedFileOperations, ToolsAreAsynchronousUnlessSaidOtherwise) {
+    services.toolOutput = "output";
+    controller().authExecTask("/bin/chmod", {});
+    EXPECT_EQ(services.unreadOutput, 6);
+}
+
+TEST_F(PrivilegedFileOperations, ASynchronousToolsOutputIsReadToItsEnd) {
+    services.toolOutput = std::string(100'000, '\0') + "\n\xFF and more";
+    EXPECT_EQ(controller().authExecTask("/usr/bin/touch", {"-c", "/item"}, Async::no), 0);
+    EXPECT_LE(services.unreadOutput, 0);
+}
+
+TEST_F(PrivilegedFileOperations, TheSuperuserStartsAToolWithoutWaiting) {
+    becomeSuperuser();
+    EXPECT_EQ(controller().authExecTask("/bin/chmod", {"644", "/item"}), 0);
+    EXPECT_EQ(launcher.runs, Lines{"/bin/chmod 644 /item"});
+    EXPECT_EQ(services.calls, Calls{});
+}
+
+TEST_F(PrivilegedFileOperations, TheSuperuserWaitsForASynchronousTool) {
+    becomeSuperuser();
+    EXPECT_EQ(controller().authExecTask("/bin/chmod", {"644", "/item"}, Async::no), 0);
+    EXPECT_EQ(launcher.runs, (Lines{"/bin/chmod 644 /item", "waited"}));
+}
+
+TEST_F(PrivilegedFileOperations, TheSuperusersToolCountsAsRunEvenWhenItCannotBeStarted) {
+    becomeSuperuser();
+    launcher.failure = platform::Exception("NSGenericException", "no process left");
+    EXPECT_EQ(controller().authExecTask("/bin/chmod", {}), 0);
+    EXPECT_TRUE(controller().authRemoveFile("/item"));
+    EXPECT_TRUE(controller().authCreateDir("/folder"));
+    EXPECT_EQ(console.systemLogLines(),
+              (Lines{"no process left", "no process left", "no process left"}));
+}
+
+TEST_F(PrivilegedFileOperations, RemoveDeletesTheItemWithAllThatIsInIt) {
+    EXPECT_TRUE(controller().authRemoveFile("/Applications/Tool.app"));
+    ASSERT_EQ(services.calls.size(), 3U);
+    EXPECT_EQ(services.calls[2].tool, "/bin/rm");
+    EXPECT_EQ(services.calls[2].arguments, (Lines{"-Rdf", "/Applications/Tool.app"}));
+}
+
+TEST_F(PrivilegedFileOperations, RemoveDoesNotLookWhetherTheItemExists) {
+    EXPECT_FALSE(fileSystem.exists("/missing"));
+    EXPECT_TRUE(controller().authRemoveFile("/missing"));
+    EXPECT_EQ(services.tools(), Lines{"/bin/rm -Rdf /missing"});
+}
+
+TEST_F(PrivilegedFileOperations, RemoveRefusesASystemFolder) {
+    expectRefused(controller().authRemoveFile("/usr"),
+                  "Unable to delete path /usr because it is a system directory.");
+}
+
+TEST_F(PrivilegedFileOperations, RemoveRefusesASystemFolderToTheSuperuserToo) {
+    becomeSuperuser();
+    expectRefused(controller().authRemoveFile("/"),
+                  "Unable to delete path / because it is a system directory.");
+}
+
+TEST_F(PrivilegedFileOperations, OnlyTheProtectedFoldersThemselvesAreRefused) {
+    EXPECT_TRUE(controller().authRemoveFile("/usr/share/tool"));
+}
+
+TEST_F(PrivilegedFileOperations, RemoveFailsWithoutALineOfItsOwnWhenTheRightIsRefused) {
+    refuseTheRight();
+    EXPECT_FALSE(controller().authRemoveFile("/item"));
+    EXPECT_EQ(console.systemLogLines(), Lines{});
+    EXPECT_EQ(loggedLines(), Lines{});
+}
+
+TEST_F(PrivilegedFileOperations, RemoveFailsWhenTheToolCannotBeStarted) {
+    services.executeStatus = platform::errAuthorizationToolExecuteFailure;
+    EXPECT_FALSE(controller().authRemoveFile("/item"));
+}
+
+TEST_F(PrivilegedFileOperations, TrashMovesTheItemIntoTheUsersTrash) {
+    fileSystem.files = {"/Library/Report.pdf"};
+    EXPECT_TRUE(controller().authTrashFile("/Library/Report.pdf"));
+    EXPECT_EQ(services.tools(),
+              Lines{"/bin/mv -f /Library/Report.pdf /home/someone/.Trash/Report.pdf"});
+}
+
+TEST_F(PrivilegedFileOperations, ATakenNameGetsTheLocalTimeBeforeItsExtension) {
+    fileSystem.files = {"/Library/Report.pdf", "/home/someone/.Trash/Report.pdf"};
+    EXPECT_TRUE(controller().authTrashFile("/Library/Report.pdf"));
+    EXPECT_EQ(services.tools(), Lines{"/bin/mv -f /Library/Report.pdf "
+                                      "/home/someone/.Trash/Report_20231231235959.pdf"});
+}
+
+TEST_F(PrivilegedFileOperations, ATakenNameWithoutAnExtensionEndsInADot) {
+    fileSystem.files = {"/Library/Makefile", "/home/someone/.Trash/Makefile"};
+    EXPECT_TRUE(controller().authTrashFile("/Library/Makefile"));
+    EXPECT_EQ(services.tools(), Lines{"/bin/mv -f /Library/Makefile "
+                                      "/home/someone/.Trash/Makefile_20231231235959."});
+}
+
+TEST_F(PrivilegedFileOperations, TheNewNameIsNotTriedAgain) {
+    fileSystem.files = {"/Library/Notes", "/home/someone/.Trash/Notes",
+                        "/home/someone/.Trash/Notes_20231231235959."};
+    EXPECT_TRUE(controller().authTrashFile("/Library/Notes"));
+    EXPECT_EQ(services.tools(),
+              Lines{"/bin/mv -f /Library/Notes /home/someone/.Trash/Notes_20231231235959."});
+}
+
+TEST_F(PrivilegedFileOperations, TheSuperuserTrashesIntoTheTrashOfWhoeverStartedTheProgram) {
+    becomeSuperuserOfSomeonesProcess();
+    account.home = "/root";
+    fileSystem.files = {"/Library/Tool.app"};
+    EXPECT_TRUE(controller().authTrashFile("/Library/Tool.app"));
+    EXPECT_EQ(launcher.runs, Lines{"/bin/mv -f /Library/Tool.app /home/someone/.Trash/Tool.app"});
+}
+
+TEST_F(PrivilegedFileOperations, TheSuperuserWhoKnowsNoUserTrashesIntoItsOwnTrash) {
+    becomeSuperuser();
+    account.home = "/root";
+    fileSystem.files = {"/Library/Tool.app"};
+    EXPECT_TRUE(controller().authTrashFile("/Library/Tool.app"));
+    EXPECT_EQ(launcher.runs, Lines{"/bin/mv -f /Library/Tool.app /root/.Trash/Tool.app"});
+}
+
+TEST_F(PrivilegedFileOperations, OnTheRootAccountThePlaceInTheTrashIsDeletedNotTheItem) {
+    becomeSuperuser();
+    account.home = "/root";
+    fileSystem.files = {"/Library/Tool.app"};
+    EXPECT_TRUE(controller().authTrashFile("/Library/Tool.app", DeleteOnRootAccount::yes));
+    EXPECT_EQ(launcher.runs, Lines{"/bin/rm -Rdf /root/.Trash/Tool.app"});
+}
+
+TEST_F(PrivilegedFileOperations, OnTheRootAccountATakenPlaceInTheTrashIsNotTheOneDeleted) {
+    becomeSuperuser();
+    account.home = "/root";
+    fileSystem.files = {"/Library/Tool.app", "/root/.Trash/Tool.app"};
+    EXPECT_TRUE(controller().authTrashFile("/Library/Tool.app", DeleteOnRootAccount::yes));
+    EXPECT_EQ(launcher.runs, Lines{"/bin/rm -Rdf /root/.Trash/Tool_20231231235959.app"});
+}
+
+TEST_F(PrivilegedFileOperations, DeletionOnTheRootAccountIsNotForOrdinaryUsersOrKnownOnes) {
+    fileSystem.files = {"/Library/Tool.app"};
+    EXPECT_TRUE(controller().authTrashFile("/Library/Tool.app", DeleteOnRootAccount::yes));
+    EXPECT_EQ(services.tools(),
+              Lines{"/bin/mv -f /Library/Tool.app /home/someone/.Trash/Tool.app"});
+    becomeSuperuser();
+    EXPECT_TRUE(controller().authTrashFile("/Library/Tool.app", DeleteOnRootAccount::yes));
+    EXPECT_EQ(launcher.runs, Lines{"/bin/mv -f /Library/Tool.app /home/someone/.Trash/Tool.app"});
+}
+
+TEST_F(PrivilegedFileOperations, TrashRefusesASystemFolder) {
+    expectRefused(controller().authTrashFile("/Applications"),
+                  "Unable to trash path /Applications because it is a system directory.");
+}
+
+TEST_F(PrivilegedFileOperations, TrashFailsSilentlyWhenTheItemIsMissing) {
+    EXPECT_FALSE(controller().authTrashFile("/Library/missing"));
+    EXPECT_EQ(services.calls, Calls{});
+    EXPECT_EQ(console.systemLogLines(), Lines{});
+}
+
+TEST_F(PrivilegedFileOperations, TrashFolderContentsTrashesEveryEntryAndKeepsTheFolder) {
+    fileSystem.folders["/Library/Quillfen"] = {{"b", ".hidden"}};
+    fileSystem.files = {"/Library/Quillfen/b", "/Library/Quillfen/.hidden"};
+    EXPECT_TRUE(controller().authTrashFolderContents("/Library/Quillfen"));
+    EXPECT_EQ(services.tools(),
+              (Lines{"/bin/mv -f /Library/Quillfen/b /home/someone/.Trash/b",
+                     "/bin/mv -f /Library/Quillfen/.hidden /home/someone/.Trash/.hidden"}));
+}
+
+TEST_F(PrivilegedFileOperations, TrashFolderContentsGoesOnAfterAFailure) {
+    fileSystem.folders["/Library/Quillfen"] = {{"a", "b"}};
+    fileSystem.files = {"/Library/Quillfen/a", "/Library/Quillfen/b"};
+    services.nextExecuteStatuses = {platform::errAuthorizationToolExecuteFailure};
+    EXPECT_FALSE(controller().authTrashFolderContents("/Library/Quillfen"));
+    EXPECT_EQ(services.tools().size(), 2U);
+}
+
+TEST_F(PrivilegedFileOperations, TrashFolderContentsOfAnEmptyOrUnreadableFolderRunsNothing) {
+    fileSystem.folders["/empty"] = Lines{};
+    fileSystem.folders["/unreadable"] = std::nullopt;
+    EXPECT_TRUE(controller().authTrashFolderContents("/empty"));
+    EXPECT_TRUE(controller().authTrashFolderContents("/unreadable"));
+    EXPECT_TRUE(controller().authTrashFolderContents("/missing"));
+    EXPECT_EQ(services.calls, Calls{});
+}
+
+TEST_F(PrivilegedFileOperations, TrashFolderContentsRefusesASystemFolder) {
+    fileSystem.folders["/Library"] = {{"a"}};
+    expectRefused(
+        controller().authTrashFolderContents("/Library"),
+        "Unable to trash folder contents of path /Library because it is a system directory.");
+}
+
+TEST_F(PrivilegedFileOperations, OnTheRootAccountTrashFolderContentsDeletesTheEntries) {
+    becomeSuperuser();
+    fileSystem.folders["/Library/Quillfen"] = {{"a", "b"}};
+    EXPECT_TRUE(
+        controller().authTrashFolderContents("/Library/Quillfen", DeleteOnRootAccount::yes));
+    EXPECT_EQ(launcher.runs,
+              (Lines{"/bin/rm -R -f /Library/Quillfen/a", "/bin/rm -R -f /Library/Quillfen/b"}));
+}
+
+TEST_F(PrivilegedFileOperations, OnTheRootAccountTrashFolderContentsTrashesUnlessToldToDelete) {
+    becomeSuperuser();
+    account.home = "/root";
+    fileSystem.folders["/Library/Quillfen"] = {{"a"}};
+    fileSystem.files = {"/Library/Quillfen/a"};
+    EXPECT_TRUE(controller().authTrashFolderContents("/Library/Quillfen"));
+    EXPECT_EQ(launcher.runs, Lines{"/bin/mv -f /Library/Quillfen/a /root/.Trash/a"});
+}
+
+TEST_F(PrivilegedFileOperations, TrashFolderContentsNeverDeletesForAKnownUser) {
+    becomeSuperuserOfSomeonesProcess();
+    fileSystem.folders["/Library/Quillfen"] = {{"a"}};
+    fileSystem.files = {"/Library/Quillfen/a"};
+    EXPECT_TRUE(
+        controller().authTrashFolderContents("/Library/Quillfen", DeleteOnRootAccount::yes));
+    EXPECT_EQ(launcher.runs, Lines{"/bin/mv -f /Library/Quillfen/a /home/someone/.Trash/a"});
+}
+
+TEST_F(PrivilegedFileOperations, TrashFolderContentsNeverDeletesForAnOrdinaryUser) {
+    fileSystem.folders["/Library/Quillfen"] = {{"a"}};
+    fileSystem.files = {"/Library/Quillfen/a"};
+    EXPECT_TRUE(
+        controller().authTrashFolderContents("/Library/Quillfen", DeleteOnRootAccount::yes));
+    EXPECT_EQ(services.tools(), Lines{"/bin/mv -f /Library/Quillfen/a /home/someone/.Trash/a"});
+}
+
+TEST_F(PrivilegedFileOperations, MoveFolderContentsMovesEveryEntry) {
+    fileSystem.folders["/from"] = {{"a", "b"}};
+    fileSystem.files = {"/from/a", "/from/b"};
+    EXPECT_TRUE(controller().authMoveFolderContents("/from", "/to"));
+    EXPECT_EQ(services.tools(), (Lines{"/bin/mv -f /from/a /to/a", "/bin/mv -f /from/b /to/b"}));
+}
+
+TEST_F(PrivilegedFileOperations, MoveFolderContentsGoesOnAfterAFailure) {
+    fileSystem.folders["/from"] = {{"missing", "b"}};
+    fileSystem.files = {"/from/b"};
+    EXPECT_FALSE(controller().authMoveFolderContents("/from", "/to"));
+    EXPECT_EQ(services.tools(), Lines{"/bin/mv -f /from/b /to/b"});
+}
+
+TEST_F(PrivilegedFileOperations, MoveFolderContentsOfAnEmptyOrUnreadableFolderRunsNothing) {
+    fileSystem.folders["/empty"] = Lines{};
+    EXPECT_TRUE(controller().authMoveFolderContents("/empty", "/to"));
+    EXPECT_TRUE(controller().authMoveFolderContents("/missing", "/to"));
+    EXPECT_EQ(services.calls, Calls{});
+}
+
+TEST_F(PrivilegedFileOperations, MoveFolderContentsRefusesASystemFolder) {
+    expectRefused(controller().authMoveFolderContents("/bin", "/to"),
+                  "Unable to move contents of path /bin because it is a system directory.");
+}
+
+TEST_F(PrivilegedFileOperations, MoveReplacesWhatStandsAtTheNewPath) {
+    fileSystem.files = {"/old", "/new"};
+    EXPECT_TRUE(controller().authMoveFile("/old", "/new"));
+    EXPECT_EQ(services.tools(), Lines{"/bin/mv -f /old /new"});
+}
+
+TEST_F(PrivilegedFileOperations, MoveFromNothingIsLogged) {
+    expectRefused(controller().authMoveFile(std::nullopt, std::nullopt),
+                  "Error in authMoveFile: old path is null");
+}
+
+TEST_F(PrivilegedFileOperations, MoveToNothingIsLoggedBeforeTheOldPathIsLookedAt) {
+    expectRefused(controller().authMoveFile("/usr", std::nullopt),
+                  "Error in authMoveFile: new path is null");
+}
+
+TEST_F(PrivilegedFileOperations, MoveRefusesASystemFolder) {
+    fileSystem.folders["/var"] = Lines{};
+    expectRefused(controller().authMoveFile("/var", "/new"),
+                  "Unable to move path /var because it is a system directory.");
+}
+
+TEST_F(PrivilegedFileOperations, MoveOfAMissingItemFailsSilently) {
+    EXPECT_FALSE(controller().authMoveFile("/missing", "/new"));
+    EXPECT_EQ(services.calls, Calls{});
+    EXPECT_EQ(console.systemLogLines(), Lines{});
+}
+
+TEST_F(PrivilegedFileOperations, MoveFailsWhenTheRightIsRefused) {
+    refuseTheRight();
+    fileSystem.files = {"/old"};
+    EXPECT_FALSE(controller().authMoveFile("/old", "/new"));
+}
+
+TEST_F(PrivilegedFileOperations, TheSuperusersMoveIsDoneWhenItIsStarted) {
+    becomeSuperuser();
+    fileSystem.files = {"/old"};
+    fileSystem.tools.erase("/bin/mv");
+    EXPECT_TRUE(controller().authMoveFile("/old", "/new"));
+    EXPECT_EQ(services.calls, Calls{});
+    EXPECT_FALSE(controller().authMoveFile("/missing", "/new"));
+}
+
+TEST_F(PrivilegedFileOperations, CopyCopiesTheItemWithItsAttributes) {
+    fileSystem.files = {"/old"};
+    EXPECT_TRUE(controller().authCopyFile("/old", "/new"));
+    ASSERT_EQ(services.calls.size(), 3U);
+    EXPECT_EQ(services.calls[2].tool, "/bin/cp");
+    EXPECT_EQ(services.calls[2].arguments, (Lines{"-f", "-p", "-R", "/old", "/new"}));
+}
+
+TEST_F(PrivilegedFileOperations, CopyAcceptsASystemFolder) {
+    fileSystem.folders["/usr"] = Lines{};
+    EXPECT_TRUE(controller().authCopyFile("/usr", "/new"));
+    EXPECT_EQ(console.systemLogLines(), Lines{});
+}
+
+TEST_F(PrivilegedFileOperations, CopyFromNothingIsLogged) {
+    expectRefused(controller().authCopyFile(std::nullopt, "/new"),
+                  "Error in authCopyFile: old path is null");
+}
+
+TEST_F(PrivilegedFileOperations, CopyToNothingIsLogged) {
+    expectRefused(controller().authCopyFile("/old", std::nullopt),
+                  "Error in authCopyFile: new path is null");
+}
+
+TEST_F(PrivilegedFileOperations, CopyOfAMissingItemFailsSilently) {
+    EXPECT_FALSE(controller().authCopyFile("/missing", "/new"));
+    EXPECT_EQ(services.calls, Calls{});
+    EXPECT_EQ(console.systemLogLines(), Lines{});
+}
+
+TEST_F(PrivilegedFileOperations, TheSuperusersCopyIsDoneWhenItIsStarted) {
+    becomeSuperuser();
+    fileSystem.files = {"/old"};
+    EXPECT_TRUE(controller().authCopyFile("/old", "/new"));
+    EXPECT_EQ(launcher.runs, Lines{"/bin/cp -f -p -R /old /new"});
+}
+
+TEST_F(PrivilegedFileOperations, CreateDirMakesTheFolderAndAllThatLeadToIt) {
+    EXPECT_TRUE(controller().authCreateDir("/Library/a/b"));
+    EXPECT_EQ(services.tools(), Lines{"/bin/mkdir -p /Library/a/b"});
+}
+
+TEST_F(PrivilegedFileOperations, CreateDirDoesNotLookWhetherTheFolderExists) {
+    fileSystem.folders["/usr"] = Lines{};
+    EXPECT_TRUE(controller().authCreateDir("/usr"));
+    EXPECT_EQ(services.tools(), Lines{"/bin/mkdir -p /usr"});
+}
+
+TEST_F(PrivilegedFileOperations, CreateDirFailsWhenTheRightIsRefused) {
+    refuseTheRight();
+    EXPECT_FALSE(controller().authCreateDir("/Library/a"));
+}
+
+TEST_F(PrivilegedFileOperations, CreateDirPausesForItsTool) {
+    const auto before = std::chrono::steady_clock::now();
+    controller().authCreateDir("/Library/a");
+    EXPECT_GE(std::chrono::steady_clock::now() - before, std::chrono::microseconds(500));
+}
+
+TEST_F(PrivilegedFileOperations, TheSuperusersCreateDirIsDoneWhenItIsStarted) {
+    becomeSuperuser();
+    EXPECT_TRUE(controller().authCreateDir("/Library/a"));
+    EXPECT_EQ(launcher.runs, Lines{"/bin/mkdir -p /Library/a"});
+}

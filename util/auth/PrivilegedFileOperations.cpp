@@ -1,0 +1,234 @@
+#include "util/auth/QFAuthorization.h"
+
+#include "platform/Console.h"
+#include "platform/FileSystem.h"
+#include "platform/LocalTime.h"
+#include "platform/Services.h"
+#include "platform/foundation/Path.h"
+#include "util/paths/QFLocalPaths.h"
+#include "util/task/QFTaskEx.h"
+
+#include <array>
+#include <chrono>
+#include <ctime>
+#include <limits>
+#include <string_view>
+#include <thread>
+
+namespace path = platform::path;
+
+namespace {
+
+constexpr std::string_view toolDoesNotExist = "Unable to execute task: path %@ doesn't exist";
+constexpr std::string_view refusedToDelete =
+    "Unable to delete path %@ because it is a system directory.";
+constexpr std::string_view refusedToTrash =
+    "Unable to trash path %@ because it is a system directory.";
+constexpr std::string_view refusedToTrashContents =
+    "Unable to trash folder contents of path %@ because it is a system directory.";
+constexpr std::string_view refusedToMoveContents =
+    "Unable to move contents of path %@ because it is a system directory.";
+constexpr std::string_view refusedToMove =
+    "Unable to move path %@ because it is a system directory.";
+constexpr std::string_view moveFromNothing = "Error in authMoveFile: old path is null";
+constexpr std::string_view moveToNothing = "Error in authMoveFile: new path is null";
+constexpr std::string_view copyFromNothing = "Error in authCopyFile: old path is null";
+constexpr std::string_view copyToNothing = "Error in authCopyFile: new path is null";
+
+constexpr std::chrono::microseconds pauseAfterCreation{500};
+
+platform::FileSystem& fileSystem() {
+    return platform::service<platform::FileSystem>();
+}
+
+/// Logs `message` when the path is one that must not be touched.
+bool isRefused(const std::string& item, std::string_view message) {
+    const bool refused = QFLocalPaths::isPathSystemDirectory(item, ExactMatch::yes);
+    if (refused) {
+        platform::systemLog(message, item);
+    }
+    return refused;
+}
+
+/// Whether both paths are given; a missing one is logged.
+bool bothGiven(const std::optional<std::string>& source,
+               const std::optional<std::string>& destination, std::string_view fromNothing,
+               std::string_view toNothing) {
+    if (!source) {
+        platform::systemLog(fromNothing);
+        return false;
+    }
+    if (!destination) {
+        platform::systemLog(toNothing);
+        return false;
+    }
+    return true;
+}
+
+/// Starts a tool with the rights that the process has itself, and does not wait for it. What keeps
+/// it from starting is for the system log alone: callers take the tool for started.
+void startAsSuperuser(const std::string& tool, const std::vector<std::string>& arguments) {
+    try {
+        QFTaskEx::runTaskAndReturn(tool, arguments);
+    } catch (const platform::Exception& exception) {
+        platform::systemLog("%@", exception.reason());
+    }
+}
+
+std::vector<std::string> entries(const std::string& folder) {
+    return fileSystem().contentsOfDirectory(folder).value_or(std::vector<std::string>());
+}
+
+std::string timestamp() {
+    const std::tm now = platform::service<platform::LocalTime>().now();
+    std::array<char, 32> digits{};
+    const std::size_t length = std::strftime(digits.data(), digits.size(), "%Y%m%d%H%M%S", &now);
+    return {digits.data(), length};
+}
+
+} // namespace
+
+int QFAuthorization::authExecTask(const std::string& path,
+                                  const std::vector<std::string>& parameters, Async async) {
+    // A tool that this machine replaces by a stand-in does not exist at its path, but can be run.
+    if (!fileSystem().exists(path) && !fileSystem().isExecutable(path)) {
+        platform::systemLog(toolDoesNotExist, path);
+        return toolMissing;
+    }
+    if (isSuperuser()) {
+        if (async == Async::yes) {
+            startAsSuperuser(path, parameters);
+        } else {
+            QFTaskEx::runTask(path, parameters);
+        }
+        return 0;
+    }
+    if (!isAuthorized()) {
+        authStart();
+    }
+    if (!isAuthorized()) {
+        return notAuthorized;
+    }
+    const auto tool = platform::service<platform::AuthorizationServices>().executeWithPrivileges(
+        authRef_, path, platform::kAuthorizationFlagDefaults, parameters);
+    if (async == Async::no && tool.status == platform::errAuthorizationSuccess) {
+        tool.output->ignore(std::numeric_limits<std::streamsize>::max());
+    }
+    return tool.status;
+}
+
+int QFAuthorization::authExecTask(const std::string& path,
+                                  const std::vector<std::string>& parameters) {
+    return authExecTask(path, parameters, Async::yes);
+}
+
+// For the superuser the tool is started without a look whether it exists.
+bool QFAuthorization::startTool(const std::string& path,
+                                const std::vector<std::string>& arguments) {
+    if (isSuperuser()) {
+        startAsSuperuser(path, arguments);
+        return true;
+    }
+    return authExecTask(path, arguments) == 0;
+}
+
+bool QFAuthorization::authRemoveFile(const std::string& path) {
+    if (isRefused(path, refusedToDelete)) {
+        return false;
+    }
+    return authExecTask("/bin/rm", {"-Rdf", path}) == 0;
+}
+
+bool QFAuthorization::authTrashFile(const std::string& path) {
+    return authTrashFile(path, DeleteOnRootAccount::no);
+}
+
+bool QFAuthorization::authTrashFile(const std::string& path,
+                                    DeleteOnRootAccount deleteOnRootAccount) {
+    if (isRefused(path, refusedToTrash)) {
+        return false;
+    }
+    const std::string destination = trashDestination(path);
+    if (deletesInsteadOfTrashing(deleteOnRootAccount)) {
+        return authRemoveFile(destination);
+    }
+    return authMoveFile(path, destination);
+}
+
+bool QFAuthorization::deletesInsteadOfTrashing(DeleteOnRootAccount deleteOnRootAccount) const {
+    return deleteOnRootAccount == DeleteOnRootAccount::yes && !userDirectory_ && isSuperuser();
+}
+
+std::string QFAuthorization::trashDestination(const std::string& path) const {
+    const std::string name = path::lastComponent(path);
+    std::string destination = path::appending(QFLocalPaths::trashDirectory(), name);
+    if (isSuperuser() && userDirectory_) {
+        destination = *userDirectory_ + "/.Trash/" + name;
+    }
+    if (fileSystem().exists(destination)) {
+        destination =
+            path::deletingExtension(destination) + "_" + timestamp() + "." + path::extension(path);
+    }
+    return destination;
+}
+
+bool QFAuthorization::authTrashFolderContents(const std::string& path) {
+    return authTrashFolderContents(path, DeleteOnRootAccount::no);
+}
+
+bool QFAuthorization::authTrashFolderContents(const std::string& path,
+                                              DeleteOnRootAccount deleteOnRootAccount) {
+    if (isRefused(path, refusedToTrashContents)) {
+        return false;
+    }
+    const bool deletes = deletesInsteadOfTrashing(deleteOnRootAccount);
+    bool succeeded = true;
+    for (const auto& name : entries(path)) {
+        const std::string entry = path::appending(path, name);
+        const bool done =
+            deletes ? authExecTask("/bin/rm", {"-R", "-f", entry}) == 0 : authTrashFile(entry);
+        succeeded = succeeded && done;
+    }
+    return succeeded;
+}
+
+bool QFAuthorization::authMoveFolderContents(const std::string& path, const std::string& toPath) {
+    if (isRefused(path, refusedToMoveContents)) {
+        return false;
+    }
+    bool succeeded = true;
+    for (const auto& name : entries(path)) {
+        const bool moved = authMoveFile(path::appending(path, name), path::appending(toPath, name));
+        succeeded = succeeded && moved;
+    }
+    return succeeded;
+}
+
+bool QFAuthorization::authMoveFile(const std::optional<std::string>& path,
+                                   const std::optional<std::string>& toPath) {
+    if (!bothGiven(path, toPath, moveFromNothing, moveToNothing) ||
+        isRefused(*path, refusedToMove) || !fileSystem().exists(*path)) {
+        return false;
+    }
+    return startTool("/bin/mv", {"-f", *path, *toPath});
+}
+
+bool QFAuthorization::authCopyFile(const std::optional<std::string>& path,
+                                   const std::optional<std::string>& toPath) {
+    if (!bothGiven(path, toPath, copyFromNothing, copyToNothing) || !fileSystem().exists(*path)) {
+        return false;
+    }
+    return startTool("/bin/cp", {"-f", "-p", "-R", *path, *toPath});
+}
+
+bool QFAuthorization::authCreateDir(const std::string& path) {
+    if (isSuperuser()) {
+        startAsSuperuser("/bin/mkdir", {"-p", path});
+        return true;
+    }
+    if (authExecTask("/bin/mkdir", {"-p", path}) != 0) {
+        return false;
+    }
+    std::this_thread::sleep_for(pauseAfterCreation);
+    return true;
+}

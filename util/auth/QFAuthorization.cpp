@@ -1,0 +1,198 @@
+#include "util/auth/QFAuthorization.h"
+
+#include "platform/Console.h"
+#include "platform/Services.h"
+#include "platform/UserAccount.h"
+#include "util/log/QFLog.h"
+#include "util/paths/QFLocalPaths.h"
+
+#include <mutex>
+#include <string_view>
+
+using platform::AuthorizationFlags;
+using platform::AuthorizationItemSet;
+using platform::AuthorizationRef;
+using platform::errAuthorizationSuccess;
+using platform::kAuthorizationFlagDefaults;
+using platform::kAuthorizationFlagExtendRights;
+using platform::kAuthorizationFlagInteractionAllowed;
+using platform::kAuthorizationFlagPreAuthorize;
+
+namespace {
+
+constexpr std::string_view unableToAuthorize = "Unable to authorize";
+constexpr std::string_view unableToCreateAuthRef = "Unable to create authRef - error %d";
+constexpr std::string_view invalidCredentials =
+    "Authorization failed. Invalid username or password";
+
+constexpr AuthorizationFlags interactiveFlags = kAuthorizationFlagInteractionAllowed +
+                                                kAuthorizationFlagExtendRights +
+                                                kAuthorizationFlagPreAuthorize;
+constexpr AuthorizationFlags credentialFlags =
+    kAuthorizationFlagExtendRights + kAuthorizationFlagPreAuthorize;
+
+std::mutex classLock;
+QFAuthorization* controller = nullptr;
+
+platform::AuthorizationServices& authorizationServices() {
+    return platform::service<platform::AuthorizationServices>();
+}
+
+AuthorizationItemSet administratorRight() {
+    return {{.name = "system.privilege.admin", .value = {}}};
+}
+
+/// A user name and password as a handle takes them. They are wiped from memory at the scope's end.
+class Credentials {
+public:
+    Credentials(const std::string& user, const std::string& password) {
+        items_.reserve(2); // a vector that grew would leave a copy behind
+        items_.emplace_back().name = "username";
+        items_.back().value = user;
+        items_.emplace_back().name = "password";
+        items_.back().value = password;
+    }
+    ~Credentials() {
+        for (auto& item : items_) {
+            for (volatile char& byte : item.value) {
+                byte = 0;
+            }
+        }
+    }
+    Credentials(const Credentials&) = delete;
+    Credentials& operator=(const Credentials&) = delete;
+    Credentials(Credentials&&) = delete;
+    Credentials& operator=(Credentials&&) = delete;
+
+    const AuthorizationItemSet& items() const { return items_; }
+
+private:
+    AuthorizationItemSet items_;
+};
+
+} // namespace
+
+QFAuthorization& QFAuthorization::sharedController() {
+    return sharedController(UserInterface::yes);
+}
+
+QFAuthorization& QFAuthorization::sharedController(UserInterface userInterface) {
+    const std::lock_guard lock(classLock);
+    if (controller == nullptr) {
+        controller = new QFAuthorization;
+        controller->init(userInterface);
+    }
+    return *controller;
+}
+
+QFAuthorization* QFAuthorization::allocWithZone() {
+    const std::lock_guard lock(classLock);
+    if (controller != nullptr) {
+        return nullptr;
+    }
+    controller = new QFAuthorization;
+    return controller;
+}
+
+QFAuthorization& QFAuthorization::init() {
+    return init(UserInterface::yes);
+}
+
+QFAuthorization& QFAuthorization::initWithoutGUI() {
+    return init(UserInterface::no);
+}
+
+QFAuthorization& QFAuthorization::init(UserInterface userInterface) {
+    hasGUI_ = userInterface == UserInterface::yes;
+    authRef_ = AuthorizationRef::none;
+    const auto inherited =
+        authorizationServices().copyPrivilegedReference(kAuthorizationFlagDefaults);
+    if (inherited.status == errAuthorizationSuccess) {
+        authRef_ = inherited.ref;
+    }
+    if (!isSuperuser()) {
+        userDirectory_ = QFLocalPaths::userDirectory();
+    }
+    return *this;
+}
+
+void QFAuthorization::dealloc() {
+    const std::lock_guard lock(classLock);
+    controller = nullptr;
+    delete this;
+}
+
+QFAuthorization::~QFAuthorization() {
+    authEnd();
+}
+
+bool QFAuthorization::isSuperuser() {
+    return platform::service<platform::UserAccount>().realUserId() == 0;
+}
+
+bool QFAuthorization::isAuthorized() const {
+    return isSuperuser() || authRef_ != AuthorizationRef::none;
+}
+
+bool QFAuthorization::canAuthorize() const {
+    return hasGUI_ || isSuperuser();
+}
+
+bool QFAuthorization::authStart() {
+    // Who comes while the question is on the screen waits for its answer instead of asking again.
+    const std::lock_guard lock(starting_);
+    if (isAuthorized()) {
+        return true;
+    }
+    if (!hasGUI_) {
+        platform::systemLog(unableToAuthorize);
+        return false;
+    }
+    auto& services = authorizationServices();
+    const auto created = services.create({}, kAuthorizationFlagDefaults);
+    if (created.status != errAuthorizationSuccess) {
+        return false;
+    }
+    if (services.copyRights(created.ref, administratorRight(), {}, interactiveFlags) ==
+        errAuthorizationSuccess) {
+        authRef_ = created.ref;
+        return true;
+    }
+    services.free(created.ref, kAuthorizationFlagDefaults);
+    return false;
+}
+
+bool QFAuthorization::authStartWithUser(const std::optional<std::string>& user,
+                                        const std::optional<std::string>& password) {
+    if (isSuperuser()) {
+        return true;
+    }
+    if (!user || !password) {
+        return false;
+    }
+    const Credentials credentials(*user, *password);
+    auto& services = authorizationServices();
+    const auto created = services.create(credentials.items(), kAuthorizationFlagDefaults);
+    if (created.status != errAuthorizationSuccess) {
+        platform::systemLog(unableToCreateAuthRef, created.status);
+        authRef_ = AuthorizationRef::none;
+        return false;
+    }
+    if (services.copyRights(created.ref, administratorRight(), credentials.items(),
+                            credentialFlags) == errAuthorizationSuccess) {
+        authRef_ = created.ref;
+        return true;
+    }
+    authRef_ = AuthorizationRef::none;
+    services.free(created.ref, kAuthorizationFlagDefaults);
+    platform::systemLog(invalidCredentials);
+    QFLog::appendLog(invalidCredentials);
+    return false;
+}
+
+void QFAuthorization::authEnd() {
+    const AuthorizationRef held = authRef_.exchange(AuthorizationRef::none);
+    if (held != AuthorizationRef::none && !isSuperuser()) {
+        authorizationServices().free(held, kAuthorizationFlagDefaults);
+    }
+}
