@@ -1,0 +1,173 @@
+#include "util/alert/QFAlert.h"
+
+#include "tests/support/UserInterface.h"
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+using platform::AlertDescription;
+
+namespace {
+
+constexpr auto none = std::nullopt;
+
+/// Alerts that are shown nowhere and answer by themselves.
+class FakeAlertPanels : public platform::AlertPanels {
+public:
+    std::vector<AlertDescription> descriptions;
+    int answer = 1;
+    bool visibleOnceAnswered = false;
+    int hidden = 0;
+    int deletedOnMainThread = 0;
+    int deletedElsewhere = 0;
+
+    std::unique_ptr<platform::AlertPanel> create(const AlertDescription& description) override {
+        EXPECT_TRUE(platform::service<platform::Application>().isMainThread());
+        descriptions.push_back(description);
+        return std::make_unique<Panel>(*this);
+    }
+
+private:
+    class Panel : public platform::AlertPanel {
+    public:
+        explicit Panel(FakeAlertPanels& panels) : panels_(panels) {}
+        ~Panel() override {
+            ++(platform::service<platform::Application>().isMainThread()
+                   ? panels_.deletedOnMainThread
+                   : panels_.deletedElsewhere);
+        }
+        Panel(const Panel&) = delete;
+        Panel& operator=(const Panel&) = delete;
+        Panel(Panel&&) = delete;
+        Panel& operator=(Panel&&) = delete;
+
+        void beginSheet(platform::Window* /*parent*/, std::function<void(int)> didEnd) override {
+            didEnd(panels_.answer);
+        }
+        bool isVisible() override { return panels_.visibleOnceAnswered; }
+        void orderOut() override { ++panels_.hidden; }
+
+    private:
+        FakeAlertPanels& panels_;
+    };
+};
+
+class QFAlertRequestTest : public UserInterface {
+protected:
+    const AlertDescription& request(const QFAlert::Text& message, const QFAlert::Text& text) {
+        runOnMainThread([&] { QFAlert::alertSheetWithMessageText(message, text, nullptr); });
+        return fake.descriptions.at(0);
+    }
+
+    FakeAlertPanels fake;
+    platform::ScopedService<platform::AlertPanels> fakeInPlace{fake};
+};
+
+TEST_F(QFAlertRequestTest, HandsEveryTextOver) {
+    runOnMainThread([&] {
+        QFAlert::alertSheetWithMessageText("Message", "Save", "Cancel", "Discard", "Explanation",
+                                           nullptr, nullptr, none, Block::yes, nullptr, "key");
+    });
+    const auto& description = fake.descriptions.at(0);
+    EXPECT_EQ(description.messageText, "Message");
+    EXPECT_EQ(description.informativeText, "Explanation");
+    EXPECT_EQ(description.defaultButtonTitle, "Save");
+    EXPECT_EQ(description.alternateButtonTitle, "Cancel");
+    EXPECT_EQ(description.otherButtonTitle, "Discard");
+    EXPECT_EQ(description.suppressionKey, "key");
+}
+
+TEST_F(QFAlertRequestTest, TakesMissingTextsAsEmptyAndLeavesTitlesToThePlatform) {
+    const auto& description = request(none, none);
+    EXPECT_EQ(description.messageText, "");
+    EXPECT_EQ(description.informativeText, "");
+    EXPECT_EQ(description.defaultButtonTitle, none);
+    EXPECT_EQ(description.alternateButtonTitle, none);
+    EXPECT_EQ(description.otherButtonTitle, none);
+    EXPECT_EQ(description.suppressionKey, none);
+}
+
+TEST_F(QFAlertRequestTest, HasNoSuppressionKeyInTheShorterMember) {
+    runOnMainThread([&] {
+        QFAlert::alertSheetWithMessageText("Message", none, none, none, none, nullptr, nullptr,
+                                           none, Block::yes, nullptr);
+    });
+    EXPECT_EQ(fake.descriptions.at(0).suppressionKey, none);
+}
+
+TEST_F(QFAlertRequestTest, TakesTheInformativeTextAsAFormat) {
+    EXPECT_EQ(request("50%% %@", "50%% done, 100% sure, %@ and %d").informativeText,
+              "50% done, 100% sure, %@ and %d");
+}
+
+TEST_F(QFAlertRequestTest, LeavesTheMessageAsItStands) {
+    EXPECT_EQ(request("50%% %@", none).messageText, "50%% %@");
+}
+
+TEST_F(QFAlertRequestTest, BuildsTheAlertFromADictionary) {
+    const auto alert = std::make_shared<QFAlert>();
+    runOnMainThread([&] {
+        alert->alertSheetWithDictionary(platform::Value::Dictionary{
+            {"messageText", "Message"}, {"defaultButtonTitle", "Save"}, {"unknown", "key"}});
+    });
+    const auto& description = fake.descriptions.at(0);
+    EXPECT_EQ(description.messageText, "Message");
+    EXPECT_EQ(description.defaultButtonTitle, "Save");
+    EXPECT_FALSE(alert->alertEnded()) << "no completion operation was named";
+}
+
+TEST_F(QFAlertRequestTest, HidesAnAlertThatIsStillVisible) {
+    fake.visibleOnceAnswered = true;
+    request("Message", none);
+    EXPECT_EQ(fake.hidden, 1);
+}
+
+TEST_F(QFAlertRequestTest, LeavesAnAlertAloneThatIsGoneAlready) {
+    request("Message", none);
+    EXPECT_EQ(fake.hidden, 0);
+}
+
+TEST_F(QFAlertRequestTest, ClosesTwiceWithoutHarm) {
+    const auto alert = std::make_shared<QFAlert>();
+    alert->closeAlert();
+    EXPECT_EQ(alert->alert(), nullptr);
+}
+
+TEST_F(QFAlertRequestTest, LetsGoOfThePlatformsAlertOnTheMainThread) {
+    runWhile([&] { QFAlert::alertSheetWithMessageText("Message", none, nullptr); });
+    EXPECT_EQ(fake.deletedOnMainThread, 1);
+    EXPECT_EQ(fake.deletedElsewhere, 0);
+}
+
+TEST_F(QFAlertRequestTest, LetsGoOfThePlatformsAlertOnTheMainThreadWhoeverIsLast) {
+    runWhile([&] {
+        auto alert = std::make_shared<QFAlert>();
+        QFAlert::alertSheetWithMessageText("Message", none, none, none, none, nullptr, nullptr,
+                                           none, Block::no, alert);
+        EXPECT_NE(alert->alert(), nullptr);
+        alert.reset();
+    });
+    EXPECT_EQ(fake.deletedOnMainThread, 1);
+    EXPECT_EQ(fake.deletedElsewhere, 0);
+}
+
+TEST(QFAlertFields, StartEmpty) {
+    const QFAlert alert;
+    EXPECT_EQ(alert.parentWindow(), nullptr);
+    EXPECT_EQ(alert.delegate(), nullptr);
+    EXPECT_FALSE(alert.alertEnded());
+    EXPECT_EQ(alert.returnCode(), 0);
+    EXPECT_EQ(alert.alert(), nullptr);
+}
+
+TEST(QFAlertFields, KeepTheAnswerBeforeTheyTellOfIt) {
+    QFAlert alert;
+    alert.alertDidEnd(nullptr, -1, platform::Value());
+    EXPECT_TRUE(alert.alertEnded());
+    EXPECT_EQ(alert.returnCode(), -1);
+}
+
+} // namespace

@@ -1,0 +1,148 @@
+#pragma once
+
+#include "platform/AlertPanel.h"
+#include "platform/foundation/Delegate.h"
+#include "platform/foundation/Value.h"
+
+#include <atomic>
+#include <chrono>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace platform {
+class Window;
+}
+
+/// Whether a request for an alert returns at once or with the answer.
+enum class Block { no, yes };
+
+/// Shows a message to the user, attached to a window or on its own, from any thread, and can wait
+/// for the answer.
+///
+/// An answer is 1 for the default button, 0 for the alternate one and -1 for the other one. A
+/// request that shows nothing or does not wait gives -1 too. A blocking request that is made on the
+/// main thread keeps the user interface going while it waits; elsewhere the thread sleeps, so the
+/// main thread must run its event loop.
+///
+/// Texts are UTF-8, shown as they stand, and may be nil: a message or informative text that is
+/// missing is empty, a missing default title is the system's own ("OK"), and a missing alternate or
+/// other title means that there is no such button. The informative text is a format without
+/// arguments: "%%" in it shows as one percent sign.
+class QFAlert final : public platform::Delegate, public std::enable_shared_from_this<QFAlert> {
+public:
+    using Text = std::optional<std::string>;
+
+    /// The completion operation of an alert whose caller names none. Its arguments, and those of
+    /// any other, are the platform's alert (a Value::Object that holds a platform::AlertPanel), the
+    /// answer (an integer) and nothing.
+    static constexpr const char* alertDidEndSelector = "alertDidEnd:returnCode:contextInfo:";
+
+    /// Shows an alert. Every shorter member ends here. Any thread.
+    ///
+    /// The alert is attached to `parentWindow`, which comes to the front for it, unless that is
+    /// null or has an alert already. When it is answered, `delegate`, which is not owned and is the
+    /// alert itself when null, performs the operation `didEndSelector` on the main thread. A
+    /// delegate that does not know the operation gets no alert: the console says so.
+    ///
+    /// With Block::yes the answer is awaited. It is what the alert object was told, so a delegate
+    /// of the caller's own must set returnCode and alertEnded of `alertObject` for the wait to end.
+    /// `alertObject` is the object to use, null for a new one. `suppressionBinding` is the
+    /// preference that a checkbox for not showing the alert again reads and writes, if any.
+    static int alertSheetWithMessageText(const Text& messageText, const Text& defaultButton,
+                                         const Text& alternateButton, const Text& otherButton,
+                                         const Text& informativeText,
+                                         platform::Window* parentWindow,
+                                         platform::Delegate* delegate, const Text& didEndSelector,
+                                         Block block, std::shared_ptr<QFAlert> alertObject,
+                                         const Text& suppressionBinding);
+
+    /// The same without a checkbox. Any thread.
+    static int alertSheetWithMessageText(const Text& messageText, const Text& defaultButton,
+                                         const Text& alternateButton, const Text& otherButton,
+                                         const Text& informativeText,
+                                         platform::Window* parentWindow,
+                                         platform::Delegate* delegate, const Text& didEndSelector,
+                                         Block block, std::shared_ptr<QFAlert> alertObject);
+
+    /// Shows an alert and waits for the answer. The delegate, the completion operation and `block`
+    /// are ignored: it has no delegate and always waits. Any thread.
+    static int alertSheetWithMessageText(const Text& messageText, const Text& defaultButton,
+                                         const Text& alternateButton, const Text& otherButton,
+                                         const Text& informativeText,
+                                         platform::Window* parentWindow,
+                                         platform::Delegate* delegate, const Text& didEndSelector,
+                                         Block block);
+
+    /// Shows an alert and waits for the answer, whatever `block` says. Any thread.
+    static int alertSheetWithMessageText(const Text& messageText, const Text& defaultButton,
+                                         const Text& alternateButton, const Text& otherButton,
+                                         const Text& informativeText,
+                                         platform::Window* parentWindow, Block block);
+
+    /// Shows an alert with one button, the system's own, and waits for the answer. Any thread.
+    static int alertSheetWithMessageText(const Text& messageText, const Text& informativeText,
+                                         platform::Window* parentWindow);
+
+    /// Shows an alert and waits for the answer, which is the default button's when `interval` has
+    /// passed, whether or not the user has answered by then. Any thread.
+    static int timedAlertSheetWithMessageText(const Text& messageText, const Text& defaultButton,
+                                              const Text& alternateButton, const Text& otherButton,
+                                              const Text& informativeText,
+                                              platform::Window* parentWindow,
+                                              std::chrono::seconds interval);
+
+    QFAlert() = default;
+    ~QFAlert() override = default;
+    QFAlert(const QFAlert&) = delete;
+    QFAlert& operator=(const QFAlert&) = delete;
+    QFAlert(QFAlert&&) = delete;
+    QFAlert& operator=(QFAlert&&) = delete;
+
+    /// Builds and shows the platform's alert. The keys of `request`, each with a string and each
+    /// missing when there is none: "messageText", "defaultButtonTitle", "alternateButtonTitle",
+    /// "otherButtonTitle", "informativeText", "didEndSelector", "suppressionBinding". The alert
+    /// object lives until the alert is answered or closed. Main thread only.
+    void alertSheetWithDictionary(const platform::Value& request);
+
+    /// The default completion operation: keeps the answer, then tells whoever waits. Any thread.
+    void alertDidEnd(platform::AlertPanel* alert, int returnCode,
+                     const platform::Value& contextInfo);
+
+    /// Sleeps, then answers with the default button. On a thread of its own.
+    void defaultReturnAfterTimeInterval(std::chrono::seconds interval);
+
+    /// Takes the alert off the screen and lets go of it. Nobody is told. Main thread only.
+    void closeAlert();
+
+    bool respondsTo(const std::string& selector) const override;
+    void perform(const std::string& selector,
+                 const std::vector<platform::Value>& arguments) override;
+
+    // The fields. Any thread.
+    platform::Window* parentWindow() const { return parentWindow_; }
+    void setParentWindow(platform::Window* window) { parentWindow_ = window; }
+    platform::Delegate* delegate() const { return delegate_; }
+    void setDelegate(platform::Delegate* delegate) { delegate_ = delegate; }
+    bool alertEnded() const { return alertEnded_; }
+    void setAlertEnded(bool ended) { alertEnded_ = ended; }
+    int returnCode() const { return returnCode_; }
+    void setReturnCode(int code) { returnCode_ = code; }
+    std::shared_ptr<platform::AlertPanel> alert() const;
+    void setAlert(std::shared_ptr<platform::AlertPanel> alert);
+
+private:
+    int show(const platform::Value& request, Block block);
+    void waitForAnswer() const;
+    void didEnd(const std::string& selector, int returnCode);
+
+    std::atomic<platform::Window*> parentWindow_{nullptr};
+    std::atomic<platform::Delegate*> delegate_{nullptr};
+    std::atomic<bool> alertEnded_{false};
+    std::atomic<int> returnCode_{0};
+    bool isTimed_ = false;
+    mutable std::mutex mutex_;
+    std::shared_ptr<platform::AlertPanel> alert_;
+};
