@@ -1,0 +1,46 @@
+#pragma once
+
+namespace platform {
+class CheckBox;
+class Interface;
+class ProgressIndicator;
+class Window;
+} // namespace platform
+
+/// Owns the flow of the uninstaller: the main window, one run of the plan on a worker thread while
+/// the progress window is shown, the completion alert, the end.
+///
+/// It keeps no state but its outlets: windowMain, removeSharedCheck, windowProgress and
+/// progressBar. Every result of the plan is ignored, so the run always ends with the same alert.
+class AppController {
+public:
+    /// Connects the four outlets and the two actions, "uninstall:" and "cancel:". Throws
+    /// platform::Exception when the interface lacks one of them. The interface outlives this.
+    /// Main thread only.
+    explicit AppController(platform::Interface& interface);
+
+    /// Called when the interface has been loaded; there is nothing to prepare.
+    void awakeFromNib() {}
+
+    /// Shows the progress window in place of the main one and starts beginUninstall() on a worker
+    /// thread; returns at once. The action of the uninstall button. Main thread only.
+    void uninstall();
+
+    /// The worker's body: reads the checkbox once, walks the plan, then has endProgress() run on
+    /// the main thread and waits for it. Worker thread only.
+    void beginUninstall();
+
+    /// Hides the progress window, shows the completion alert until it is dismissed, and terminates
+    /// the application. Main thread only.
+    void endProgress();
+
+    /// Terminates the application at once; nothing is removed. The action of the cancel button.
+    /// Main thread only.
+    void cancel();
+
+private:
+    platform::Window& windowMain_;
+    platform::CheckBox& removeSharedCheck_;
+    platform::Window& windowProgress_;
+    platform::ProgressIndicator& progressBar_;
+};

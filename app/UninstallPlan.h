@@ -1,0 +1,36 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+/// What is done with a row's subject.
+enum class PlanAction {
+    kill,          ///< run the tool `subject` once with `names` as its arguments
+    trashBundle,   ///< trash the application whose bundle identifier is `subject`
+    trash,         ///< trash what stands at the absolute path `subject`
+    removeAgent,   ///< stop and remove the user's launch agent with the label `subject`
+    trashMatching, ///< trash the entries of `subject`/Receipts that begin with the one of `names`
+};
+
+/// One row of the plan, resolved: it needs nothing more than to be performed.
+struct PlanRow {
+    PlanAction action;
+    std::string subject;
+    std::vector<std::string> names;
+
+    bool operator==(const PlanRow&) const = default;
+};
+
+/// Whether the items that all of Quillfen's products share go too.
+enum class RemoveShared { no, yes };
+
+/// The rows of one run, in the order in which they are performed, with every standard location
+/// resolved for the current user. The disk is not touched. A row whose location the system does
+/// not have is left out. Any thread may call it.
+std::vector<PlanRow> uninstallPlan(RemoveShared removeShared);
+
+/// Performs the rows from the first to the last. No row's result is looked at, and none can stop
+/// the walk: what cannot be removed stays where it is. A platform exception that a row lets out is
+/// logged. Runs on the caller's thread, which it blocks until the last row is done; never the main
+/// thread.
+void walkUninstallPlan(const std::vector<PlanRow>& rows);

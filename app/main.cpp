@@ -1,0 +1,14 @@
+#include "app/AppController.h"
+#include "platform/StartUp.h"
+
+#include <memory>
+
+int main(int argc, char* argv[]) {
+    platform::installServices();
+    std::unique_ptr<AppController> controller;
+    return platform::applicationMain(argc, argv, ":/MainMenu.ui",
+                                     [&controller](platform::Interface& interface) {
+                                         controller = std::make_unique<AppController>(interface);
+                                         controller->awakeFromNib();
+                                     });
+}

@@ -1,0 +1,148 @@
+#include "app/UninstallPlan.h"
+
+#include "platform/Application.h"
+#include "tests/support/DescribedMachine.h"
+
+#include <gtest/gtest.h>
+
+#include <map>
+
+namespace {
+
+/// A desktop that knows where applications are.
+class KnowingWorkspace : public RecordingWorkspace {
+public:
+    std::map<std::string, std::string> applications;
+    std::vector<std::string> lookups;
+    std::optional<platform::Exception> failure;
+
+    std::optional<std::string> applicationPath(const std::string& bundleIdentifier) override {
+        lookups.push_back(bundleIdentifier);
+        if (failure) {
+            throw platform::Exception(*failure);
+        }
+        const auto found = applications.find(bundleIdentifier);
+        return found == applications.end() ? std::nullopt : std::optional(found->second);
+    }
+};
+
+/// What rows do on a machine of doubles.
+class PlanWalk : public DescribedMachine {
+protected:
+    Lines recycledItems() const {
+        Lines items;
+        for (const auto& item : desktop.recycled) {
+            items.push_back(item[0] + "/" + item[2]);
+        }
+        return items;
+    }
+
+    KnowingWorkspace desktop;
+
+private:
+    platform::ScopedService<platform::Workspace> desktopScope_{desktop};
+};
+
+TEST_F(PlanWalk, StopsProcessesWithOneRunOfTheTool) {
+    fileSystem.tools.insert("/usr/bin/killall");
+
+    walkUninstallPlan(
+        {{PlanAction::kill, "/usr/bin/killall", {"Dunmarl", "Quillfen App Launcher"}}});
+
+    EXPECT_EQ(launcher.runs, (Lines{"/usr/bin/killall Dunmarl Quillfen App Launcher", "waited"}));
+}
+
+TEST_F(PlanWalk, TrashesAnApplicationWhereverTheDesktopFindsIt) {
+    desktop.applications = {{"com.quillfen.Ospenth", "/Volumes/Tools/Ospenth.app"}};
+    fileSystem.folders = {{"/Volumes/Tools/Ospenth.app", Lines{}}};
+
+    walkUninstallPlan({{PlanAction::trashBundle, "com.quillfen.Ospenth", {}}});
+
+    EXPECT_EQ(recycledItems(), Lines{"/Volumes/Tools/Ospenth.app"});
+}
+
+TEST_F(PlanWalk, DoesNothingForAnApplicationThatTheDesktopDoesNotKnow) {
+    walkUninstallPlan({{PlanAction::trashBundle, "com.quillfen.Ospenth", {}}});
+
+    EXPECT_EQ(desktop.lookups, Lines{"com.quillfen.Ospenth"});
+    EXPECT_TRUE(desktop.recycled.empty());
+    EXPECT_TRUE(fileSystem.changes.empty());
+}
+
+TEST_F(PlanWalk, TrashesTheItemAtAPath) {
+    fileSystem.files = {"/Library/Preferences/com.quillfen.Ospenth.plist"};
+
+    walkUninstallPlan({{PlanAction::trash, "/Library/Preferences/com.quillfen.Ospenth.plist", {}}});
+
+    EXPECT_EQ(recycledItems(), Lines{"/Library/Preferences/com.quillfen.Ospenth.plist"});
+}
+
+TEST_F(PlanWalk, RemovesTheUsersOwnAgentsAndTheirFiles) {
+    fileSystem.files = {"/home/someone/Library/LaunchAgents/com.quillfen.Lunevar.plist"};
+
+    walkUninstallPlan({{PlanAction::removeAgent, "com.quillfen.Lunevar", {}}});
+
+    EXPECT_EQ(launcher.runs,
+              (Lines{"/bin/launchctl unload "
+                     "/home/someone/Library/LaunchAgents/com.quillfen.Lunevar.plist",
+                     "waited", "/bin/launchctl remove com.quillfen.Lunevar", "waited"}));
+    EXPECT_TRUE(fileSystem.files.empty());
+    EXPECT_TRUE(desktop.recycled.empty());
+}
+
+TEST_F(PlanWalk, TrashesReceiptsByPrefixWithoutCaseInListingOrder) {
+    fileSystem.folders["/Library/Receipts"] =
+        Lines{"install kelvane 2.pkg", "Install Kelvane.pkg", "Other.pkg",
+              "Install Kelvane Extras.pkg", "An Install Kelvane 3.pkg"};
+    fileSystem.files = {"/Library/Receipts/install kelvane 2.pkg",
+                        "/Library/Receipts/Install Kelvane.pkg", "/Library/Receipts/Other.pkg",
+                        "/Library/Receipts/Install Kelvane Extras.pkg",
+                        "/Library/Receipts/An Install Kelvane 3.pkg"};
+
+    walkUninstallPlan({{PlanAction::trashMatching, "/Library", {"Install Kelvane "}}});
+
+    EXPECT_EQ(recycledItems(), (Lines{"/Library/Receipts/install kelvane 2.pkg",
+                                      "/Library/Receipts/Install Kelvane Extras.pkg"}));
+}
+
+TEST_F(PlanWalk, TakesReceiptsThatCannotBeListedForNone) {
+    walkUninstallPlan({{PlanAction::trashMatching, "/Library", {"Install Kelvane "}}});
+
+    EXPECT_TRUE(desktop.recycled.empty());
+}
+
+TEST_F(PlanWalk, GoesOnAfterARowThatFails) {
+    fileSystem.files = {"/x/a", "/x/b"};
+    desktop.errors = {{"/x/a", {}}};
+    services.createStatus = platform::errAuthorizationDenied;
+
+    walkUninstallPlan({{PlanAction::trash, "/x/a", {}}, {PlanAction::trash, "/x/b", {}}});
+
+    EXPECT_EQ(desktop.recycled.size(), 2U);
+}
+
+TEST_F(PlanWalk, LogsAnExceptionThatARowLetsOutAndGoesOn) {
+    desktop.failure = platform::Exception("NSInternalException", "the desktop is gone");
+    fileSystem.files = {"/x/b"};
+
+    walkUninstallPlan(
+        {{PlanAction::trashBundle, "com.quillfen.Ospenth", {}}, {PlanAction::trash, "/x/b", {}}});
+
+    EXPECT_EQ(loggedLines(), Lines{"Exception in walkUninstallPlan. NSInternalException - the "
+                                   "desktop is gone."});
+    EXPECT_EQ(recycledItems(), Lines{"/x/b"});
+}
+
+TEST_F(PlanWalk, TouchesNothingOfTheSharedToolsUnlessTheyGoToo) {
+    walkUninstallPlan(uninstallPlan(RemoveShared::no));
+
+    for (const auto& change : fileSystem.changes) {
+        for (const auto* shared : {"SoftwareUpdate", "Software Update", "launcher", "App Launcher",
+                                   "Shared Resources", "com.quillfen.global"}) {
+            EXPECT_EQ(change.find(shared), std::string::npos) << change;
+        }
+    }
+    EXPECT_EQ(desktop.lookups.size(), 11U);
+}
+
+} // namespace
