@@ -1,0 +1,113 @@
+// Obtains and uses an administrator's right as it is told, one command a line on standard input,
+// and prints the outcome of each. What a line holds after the command is separated by tabs.
+//
+//   prompt                    asks for the right with the user's help
+//   prompt-twice              the same on two threads at once, a handle each
+//   credentials USER PASSWORD asks for it without
+//   inherit                   takes over the right of a privileged parent
+//   run TOOL ARGUMENT ...     starts a tool with the right and prints its output
+//   start TOOL ARGUMENT ...   starts a tool with the right and lets its output go
+//   end                       gives the right up
+
+#include "platform/linux/AuthorizationServices.h"
+
+#include <unistd.h>
+
+#include <iostream>
+#include <iterator>
+#include <sstream>
+#include <thread>
+
+namespace {
+
+using namespace platform;
+
+constexpr AuthorizationFlags withUser = kAuthorizationFlagInteractionAllowed +
+                                        kAuthorizationFlagExtendRights +
+                                        kAuthorizationFlagPreAuthorize;
+constexpr AuthorizationFlags withoutUser =
+    kAuthorizationFlagExtendRights + kAuthorizationFlagPreAuthorize;
+
+class Probe {
+public:
+    void obey(const std::vector<std::string>& words) {
+        const std::string& command = words.front();
+        if (command == "prompt") {
+            std::cout << obtain(ref_, {}, withUser);
+        } else if (command == "prompt-twice") {
+            promptTwice();
+        } else if (command == "credentials" && words.size() == 3) {
+            std::cout << obtain(ref_, {{"username", words[1]}, {"password", words[2]}},
+                                withoutUser);
+        } else if (command == "inherit") {
+            const auto inherited = services_.copyPrivilegedReference(kAuthorizationFlagDefaults);
+            ref_ = inherited.ref;
+            std::cout << inherited.status;
+        } else if ((command == "run" || command == "start") && words.size() > 1) {
+            execute(words, command == "run");
+        } else if (command == "end") {
+            services_.free(ref_, kAuthorizationFlagDefaults);
+            std::cout << 0;
+        } else {
+            std::cout << "unknown command";
+        }
+        std::cout << std::endl;
+    }
+
+private:
+    AuthorizationStatus obtain(AuthorizationRef& ref, const AuthorizationItemSet& environment,
+                               AuthorizationFlags flags) {
+        const auto created = services_.create(environment, kAuthorizationFlagDefaults);
+        ref = created.ref;
+        return services_.copyRights(ref, {{.name = "system.privilege.admin", .value = {}}},
+                                    environment, flags);
+    }
+
+    void promptTwice() {
+        AuthorizationStatus other = errAuthorizationInternal;
+        std::thread thread([this, &other] {
+            AuthorizationRef ref{};
+            other = obtain(ref, {}, withUser);
+        });
+        const auto status = obtain(ref_, {}, withUser);
+        thread.join();
+        std::cout << status << ' ' << other;
+    }
+
+    void execute(const std::vector<std::string>& words, bool isRead) {
+        const auto tool = services_.executeWithPrivileges(
+            ref_, words[1], kAuthorizationFlagDefaults, {words.begin() + 2, words.end()});
+        std::cout << tool.status;
+        if (isRead && tool.output) {
+            const std::string output(std::istreambuf_iterator<char>(*tool.output), {});
+            std::cout << ' ' << output.substr(0, output.find('\n'));
+        }
+    }
+
+    native::AuthorizationServices services_;
+    AuthorizationRef ref_{};
+};
+
+std::vector<std::string> wordsOf(const std::string& line) {
+    std::vector<std::string> words;
+    std::istringstream stream(line);
+    for (std::string word; std::getline(stream, word, '\t');) {
+        words.push_back(word);
+    }
+    // A line that ends with a tab ends with an empty word.
+    if (words.empty() || line.ends_with('\t')) {
+        words.emplace_back();
+    }
+    return words;
+}
+
+} // namespace
+
+int main() {
+    Probe probe;
+    std::cout << ::getpid() << std::endl;
+    for (std::string line; std::getline(std::cin, line);) {
+        probe.obey(wordsOf(line));
+    }
+    return 0;
+}
