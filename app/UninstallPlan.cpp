@@ -137,9 +137,12 @@ void appendRows(const PlanStep& step, std::vector<PlanRow>& rows) {
 void trashMatching(const std::string& library, const std::string& prefix) {
     const auto entries = platform::service<platform::FileSystem>().contentsOfDirectory(
         platform::path::appending(library, "Receipts"));
-    for (const auto& entry : entries.value_or(std::vector<std::string>())) {
-        if (platform::text::hasPrefixIgnoringCase(entry, prefix)) {
-            QFFileManager::trashFile(std::string(library).append("/Receipts/").append(entry));
+    if (!entries) {
+        return;
+    }
+    for (const auto& [name, kind] : *entries) {
+        if (platform::text::hasPrefixIgnoringCase(name, prefix)) {
+            QFFileManager::trashFile(std::string(library).append("/Receipts/").append(name));
         }
     }
 }

@@ -1,12 +1,36 @@
 #pragma once
 
+#include "platform/foundation/Date.h"
 #include "platform/foundation/Error.h"
 
+#include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace platform {
+
+/// What an item itself is: a link is a link, whatever it leads to.
+enum class ItemKind { file, folder, link, other };
+
+/// An entry of a folder.
+struct DirectoryEntry {
+    std::string name;
+    ItemKind kind = ItemKind::other;
+    bool operator==(const DirectoryEntry&) const = default;
+};
+
+/// What the system keeps about an item; of a link, about the link itself.
+struct ItemAttributes {
+    ItemKind kind = ItemKind::other;
+    std::uint64_t size = 0; ///< In bytes.
+    Date modificationDate;
+    /// Missing where the file system keeps none.
+    std::optional<Date> creationDate;
+    /// Whether it may not be changed, moved or deleted.
+    bool immutable = false;
+};
 
 /// Files and folders as the current user may see and change them, without any privilege.
 ///
@@ -27,10 +51,53 @@ public:
     /// For a system tool that this machine replaces by a stand-in, the stand-in is tested.
     virtual bool isExecutable(const std::string& path) = 0;
 
-    /// The names in a folder, hidden ones included, "." and ".." left out, in the system's order;
+    /// Whether the current user may write to what stands at the path; links are followed.
+    virtual bool isWritable(const std::string& path) = 0;
+
+    /// What a link leads to, as it is written there; nothing when there is no link.
+    virtual std::optional<std::string> destinationOfSymbolicLink(const std::string& path) = 0;
+
+    /// What is known of an item; nothing when there is none. A final link is not followed.
+    virtual std::optional<ItemAttributes> attributesOfItem(const std::string& path) = 0;
+
+    /// The entries of a folder, hidden ones included, "." and ".." left out, in the system's order;
     /// nothing when the folder is missing, unreadable or no folder. A final link is followed.
-    virtual std::optional<std::vector<std::string>>
+    virtual std::optional<std::vector<DirectoryEntry>>
     contentsOfDirectory(const std::string& path) = 0;
+
+    /// Makes a folder, and those on the way to it that are missing. A folder that is there already
+    /// is success.
+    [[nodiscard]] virtual std::optional<Error> createDirectory(const std::string& path) = 0;
+
+    /// Gives the item at `path` the place `newPath`. A link is moved itself. What stands at
+    /// `newPath` is never replaced: an error. Onto another volume the item is copied, the copy is
+    /// compared and made durable, and only then does the item go, so that at any moment one of the
+    /// two is whole; what a failure leaves at `newPath` is nothing.
+    [[nodiscard]] virtual std::optional<Error> moveItem(const std::string& path,
+                                                        const std::string& newPath) = 0;
+
+    /// Copies an item, a folder with all that is in it, with links as links, modes, times, extended
+    /// attributes, holes, and hard links among its files. What stands at `newPath` is never
+    /// replaced: an error. A copy that fails is taken away again.
+    [[nodiscard]] virtual std::optional<Error> copyItem(const std::string& path,
+                                                        const std::string& newPath) = 0;
+
+    /// Puts a file of exactly this content in the place of what stands at the path: it holds all of
+    /// the content, or what was there before.
+    [[nodiscard]] virtual std::optional<Error> writeAtomically(const std::string& path,
+                                                               std::string_view content) = 0;
+
+    /// Sets the date of the last change; links are followed.
+    [[nodiscard]] virtual std::optional<Error> setModificationDate(const std::string& path,
+                                                                   Date date) = 0;
+
+    /// Sets the date that attributesOfItem gives as the creation date; links are followed.
+    [[nodiscard]] virtual std::optional<Error> setCreationDate(const std::string& path,
+                                                               Date date) = 0;
+
+    /// Sets the permission bits (at most 07777); links are followed.
+    [[nodiscard]] virtual std::optional<Error> setPosixPermissions(const std::string& path,
+                                                                   unsigned permissions) = 0;
 
     /// Sets or clears the flag that keeps an item from being changed, moved or deleted. A final
     /// link is not followed. An item whose file system knows no such flag counts as unlocked:

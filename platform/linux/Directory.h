@@ -1,24 +1,22 @@
 #pragma once
 
+#include "platform/FileSystem.h"
 #include "platform/linux/FileDescriptor.h"
 
 #include <dirent.h>
+#include <sys/types.h>
 
 #include <memory>
 #include <optional>
-#include <string>
 
 namespace platform::native {
+
+/// What an inode's mode says that an item is.
+ItemKind itemKind(mode_t mode);
 
 /// A folder that is open for reading its entries. Not shared between threads.
 class Directory {
 public:
-    struct Entry {
-        std::string name;
-        /// Whether the folder itself says that the entry is a folder; it need not know.
-        bool isFolder = false;
-    };
-
     /// Takes an open folder. Where that is none, or cannot be read, the directory is none either
     /// and errno tells why.
     explicit Directory(FileDescriptor folder);
@@ -30,7 +28,7 @@ public:
 
     /// The next entry but "." and ".."; nothing at the end and on failure, which error() tells
     /// apart.
-    std::optional<Entry> next();
+    std::optional<DirectoryEntry> next();
 
     /// The errno of the last next(), or 0.
     int error() const { return error_; }

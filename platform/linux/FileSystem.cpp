@@ -6,6 +6,7 @@
 #include "platform/linux/FileDescriptor.h"
 #include "platform/linux/ToolOverlay.h"
 #include "platform/linux/TreeRemoval.h"
+#include "platform/linux/WholeFiles.h"
 
 #include <fcntl.h>
 #include <linux/fs.h>
@@ -13,7 +14,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
+#include <climits>
+#include <filesystem>
 
 namespace platform::native {
 
@@ -29,6 +33,18 @@ int changeImmutableFlag(const std::string& path, bool immutable) {
     }
     flags = immutable ? flags | FS_IMMUTABLE_FL : flags & ~FS_IMMUTABLE_FL;
     return ::ioctl(item.get(), FS_IOC_SETFLAGS, &flags) == 0 ? 0 : errno;
+}
+
+Date date(const statx_timestamp& time) {
+    return Date(std::chrono::duration_cast<Date::duration>(std::chrono::seconds(time.tv_sec) +
+                                                           std::chrono::nanoseconds(time.tv_nsec)));
+}
+
+timespec timespecOf(Date date) {
+    const auto sinceEpoch = date.time_since_epoch();
+    const auto seconds = std::chrono::floor<std::chrono::seconds>(sinceEpoch);
+    return {.tv_sec = seconds.count(),
+            .tv_nsec = std::chrono::nanoseconds(sinceEpoch - seconds).count()};
 }
 
 } // namespace
@@ -47,17 +63,95 @@ bool FileSystem::isExecutable(const std::string& path) {
     return ::faccessat(AT_FDCWD, resolveTool(path).c_str(), X_OK, AT_EACCESS) == 0;
 }
 
-std::optional<std::vector<std::string>> FileSystem::contentsOfDirectory(const std::string& path) {
+bool FileSystem::isWritable(const std::string& path) {
+    return ::faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) == 0;
+}
+
+std::optional<std::string> FileSystem::destinationOfSymbolicLink(const std::string& path) {
+    std::array<char, PATH_MAX> target{};
+    const ssize_t length = ::readlink(path.c_str(), target.data(), target.size());
+    return length < 0 ? std::nullopt
+                      : std::optional(std::string(target.data(), static_cast<std::size_t>(length)));
+}
+
+std::optional<ItemAttributes> FileSystem::attributesOfItem(const std::string& path) {
+    struct statx status {};
+    if (::statx(AT_FDCWD, path.c_str(), AT_SYMLINK_NOFOLLOW, STATX_BASIC_STATS | STATX_BTIME,
+                &status) != 0) {
+        return std::nullopt;
+    }
+    const bool hasCreationDate = (status.stx_mask & STATX_BTIME) != 0;
+    return ItemAttributes{
+        .kind = itemKind(status.stx_mode),
+        .size = status.stx_size,
+        .modificationDate = date(status.stx_mtime),
+        .creationDate = hasCreationDate ? std::optional(date(status.stx_btime)) : std::nullopt,
+        .immutable =
+            (status.stx_attributes_mask & status.stx_attributes & STATX_ATTR_IMMUTABLE) != 0};
+}
+
+std::optional<std::vector<DirectoryEntry>>
+FileSystem::contentsOfDirectory(const std::string& path) {
     Directory directory(
         FileDescriptor(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NONBLOCK | O_CLOEXEC)));
     if (!directory) {
         return std::nullopt;
     }
-    std::vector<std::string> names;
-    while (const auto entry = directory.next()) {
-        names.push_back(entry->name);
+    std::vector<DirectoryEntry> entries;
+    while (auto entry = directory.next()) {
+        entries.push_back({std::move(entry->name), entry->kind});
     }
-    return directory.error() == 0 ? std::optional(std::move(names)) : std::nullopt;
+    return directory.error() == 0 ? std::optional(std::move(entries)) : std::nullopt;
+}
+
+std::optional<Error> FileSystem::createDirectory(const std::string& path) {
+    std::error_code error;
+    std::filesystem::create_directories(path, error);
+    return error ? std::optional(posixError(error.value(), path::lastComponent(path), "created"))
+                 : std::nullopt;
+}
+
+std::optional<Error> FileSystem::moveItem(const std::string& path, const std::string& newPath) {
+    if (::renameat2(AT_FDCWD, path.c_str(), AT_FDCWD, newPath.c_str(), RENAME_NOREPLACE) != 0) {
+        return posixError(errno, path::lastComponent(path), "moved");
+    }
+    return std::nullopt;
+}
+
+std::optional<Error> FileSystem::copyItem(const std::string& path, const std::string& newPath) {
+    std::error_code error;
+    std::filesystem::copy(path, newPath,
+                          std::filesystem::copy_options::recursive |
+                              std::filesystem::copy_options::copy_symlinks,
+                          error);
+    return error ? std::optional(posixError(error.value(), path::lastComponent(path), "copied"))
+                 : std::nullopt;
+}
+
+std::optional<Error> FileSystem::writeAtomically(const std::string& path,
+                                                 std::string_view content) {
+    const int error = replaceFile(path, content);
+    return error == 0 ? std::nullopt
+                      : std::optional(posixError(error, path::lastComponent(path), "saved"));
+}
+
+std::optional<Error> FileSystem::setModificationDate(const std::string& path, Date date) {
+    const std::array<timespec, 2> times{timespec{.tv_sec = 0, .tv_nsec = UTIME_OMIT},
+                                        timespecOf(date)};
+    return ::utimensat(AT_FDCWD, path.c_str(), times.data(), 0) == 0
+               ? std::nullopt
+               : std::optional(posixError(errno, path::lastComponent(path), "changed"));
+}
+
+std::optional<Error> FileSystem::setCreationDate(const std::string& path, Date /*date*/) {
+    return posixError(EOPNOTSUPP, path::lastComponent(path), "changed");
+}
+
+std::optional<Error> FileSystem::setPosixPermissions(const std::string& path,
+                                                     unsigned permissions) {
+    return ::chmod(path.c_str(), permissions) == 0
+               ? std::nullopt
+               : std::optional(posixError(errno, path::lastComponent(path), "changed"));
 }
 
 std::optional<Error> FileSystem::setImmutable(const std::string& path, bool immutable) {

@@ -10,7 +10,23 @@ public:
     bool exists(const std::string& path) override;
     bool isDirectory(const std::string& path) override;
     bool isExecutable(const std::string& path) override;
-    std::optional<std::vector<std::string>> contentsOfDirectory(const std::string& path) override;
+    bool isWritable(const std::string& path) override;
+    std::optional<std::string> destinationOfSymbolicLink(const std::string& path) override;
+    std::optional<ItemAttributes> attributesOfItem(const std::string& path) override;
+    std::optional<std::vector<DirectoryEntry>>
+    contentsOfDirectory(const std::string& path) override;
+    [[nodiscard]] std::optional<Error> createDirectory(const std::string& path) override;
+    [[nodiscard]] std::optional<Error> moveItem(const std::string& path,
+                                                const std::string& newPath) override;
+    [[nodiscard]] std::optional<Error> copyItem(const std::string& path,
+                                                const std::string& newPath) override;
+    [[nodiscard]] std::optional<Error> writeAtomically(const std::string& path,
+                                                       std::string_view content) override;
+    [[nodiscard]] std::optional<Error> setModificationDate(const std::string& path,
+                                                           Date date) override;
+    [[nodiscard]] std::optional<Error> setCreationDate(const std::string& path, Date date) override;
+    [[nodiscard]] std::optional<Error> setPosixPermissions(const std::string& path,
+                                                           unsigned permissions) override;
 
     /// The inode's immutable flag. Only regular files and folders carry one: setting it fails for
     /// any other item, which is never opened.

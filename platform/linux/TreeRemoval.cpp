@@ -50,7 +50,7 @@ public:
     explicit TreeRemoval(int parent) : parent_(parent) {}
 
     std::optional<Error> run(const std::string& name) {
-        int error = removeEntry({name, false});
+        int error = removeEntry({name, ItemKind::other});
         while (error == 0 && !levels_.empty()) {
             const auto entry = levels_.back().directory->next();
             if (entry) {
@@ -77,8 +77,8 @@ private:
 
     /// Deletes an entry of the current folder, or enters it when it is a folder. One that others
     /// have deleted counts as done, but for the item itself.
-    int removeEntry(const Directory::Entry& entry) {
-        bool isFolder = entry.isFolder;
+    int removeEntry(const DirectoryEntry& entry) {
+        bool isFolder = entry.kind == ItemKind::folder;
         int error = 0;
         for (int attempt = 0; attempt < patience; ++attempt) {
             error = isFolder ? enter(entry.name) : unlinkCurrent(entry.name, 0);
@@ -157,7 +157,7 @@ private:
             return 0;
         }
         const int error = errno;
-        const Directory::Entry replaced{done.name, false};
+        const DirectoryEntry replaced{done.name, ItemKind::other};
         levels_.pop_back();
         return error == ENOTDIR ? removeEntry(replaced) : failure(error, replaced.name);
     }

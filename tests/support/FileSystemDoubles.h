@@ -7,6 +7,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -36,9 +37,52 @@ public:
     bool isExecutable(const std::string& path) override {
         return tools.contains(path) || standIns.contains(path);
     }
-    std::optional<std::vector<std::string>> contentsOfDirectory(const std::string& path) override {
+    bool isWritable(const std::string& path) override { return exists(path); }
+    std::optional<std::string> destinationOfSymbolicLink(const std::string& /*path*/) override {
+        return std::nullopt;
+    }
+    std::optional<platform::ItemAttributes> attributesOfItem(const std::string& path) override {
+        return exists(path) ? std::optional(platform::ItemAttributes{.kind = kindOf(path)})
+                            : std::nullopt;
+    }
+    std::optional<std::vector<platform::DirectoryEntry>>
+    contentsOfDirectory(const std::string& path) override {
         const auto found = folders.find(path);
-        return found == folders.end() ? std::nullopt : found->second;
+        if (found == folders.end() || !found->second) {
+            return std::nullopt;
+        }
+        std::vector<platform::DirectoryEntry> entries;
+        for (const auto& name : *found->second) {
+            entries.push_back({name, kindOf(std::string(path).append("/").append(name))});
+        }
+        return entries;
+    }
+    std::optional<platform::Error> createDirectory(const std::string& path) override {
+        return change("create", path);
+    }
+    std::optional<platform::Error> moveItem(const std::string& path,
+                                            const std::string& newPath) override {
+        return change("move", path + " " + newPath);
+    }
+    std::optional<platform::Error> copyItem(const std::string& path,
+                                            const std::string& newPath) override {
+        return change("copy", path + " " + newPath);
+    }
+    std::optional<platform::Error> writeAtomically(const std::string& path,
+                                                   std::string_view /*content*/) override {
+        return change("write", path);
+    }
+    std::optional<platform::Error> setModificationDate(const std::string& path,
+                                                       platform::Date /*date*/) override {
+        return change("date", path);
+    }
+    std::optional<platform::Error> setCreationDate(const std::string& path,
+                                                   platform::Date /*date*/) override {
+        return change("creation date", path);
+    }
+    std::optional<platform::Error> setPosixPermissions(const std::string& path,
+                                                       unsigned /*permissions*/) override {
+        return change("permissions", path);
     }
     std::optional<platform::Error> setImmutable(const std::string& path, bool immutable) override {
         changes.push_back((immutable ? "lock " : "unlock ") + path);
@@ -57,6 +101,15 @@ public:
     }
 
 private:
+    platform::ItemKind kindOf(const std::string& path) const {
+        return folders.contains(path) ? platform::ItemKind::folder : platform::ItemKind::file;
+    }
+
+    std::optional<platform::Error> change(const std::string& what, const std::string& about) {
+        changes.push_back(std::string(what).append(" ").append(about));
+        return std::nullopt;
+    }
+
     static platform::Error missing(const std::string& path) {
         return {.domain = "NSCocoaErrorDomain",
                 .code = 4,

@@ -75,8 +75,9 @@ void startAsSuperuser(const std::string& tool, const std::vector<std::string>& a
     }
 }
 
-std::vector<std::string> entries(const std::string& folder) {
-    return fileSystem().contentsOfDirectory(folder).value_or(std::vector<std::string>());
+std::vector<platform::DirectoryEntry> entries(const std::string& folder) {
+    return fileSystem().contentsOfDirectory(folder).value_or(
+        std::vector<platform::DirectoryEntry>());
 }
 
 std::string timestamp() {
@@ -183,7 +184,7 @@ bool QFAuthorization::authTrashFolderContents(const std::string& path,
     }
     const bool deletes = deletesInsteadOfTrashing(deleteOnRootAccount);
     bool succeeded = true;
-    for (const auto& name : entries(path)) {
+    for (const auto& [name, kind] : entries(path)) {
         const std::string entry = path::appending(path, name);
         const bool done =
             deletes ? authExecTask("/bin/rm", {"-R", "-f", entry}) == 0 : authTrashFile(entry);
@@ -197,7 +198,7 @@ bool QFAuthorization::authMoveFolderContents(const std::string& path, const std:
         return false;
     }
     bool succeeded = true;
-    for (const auto& name : entries(path)) {
+    for (const auto& [name, kind] : entries(path)) {
         const bool moved = authMoveFile(path::appending(path, name), path::appending(toPath, name));
         succeeded = succeeded && moved;
     }

@@ -13,7 +13,8 @@
 
 namespace {
 
-using Names = std::vector<std::string>;
+using Entries = std::vector<platform::DirectoryEntry>;
+using platform::ItemKind;
 
 platform::native::FileSystem fileSystem;
 
@@ -100,11 +101,18 @@ TEST(FileSystem, ListsEveryNameInAFolder) {
     makeLink(folder / "missing", folder / "broken");
     makeLink(folder.path(), folder / "self");
 
-    auto names = fileSystem.contentsOfDirectory(folder / "self");
+    auto entries = fileSystem.contentsOfDirectory(folder / "self");
 
-    ASSERT_TRUE(names);
-    std::sort(names->begin(), names->end());
-    EXPECT_EQ(*names, (Names{".hidden", "Icon\r", "a", "broken", "no\xFFtext", "self", "sub"}));
+    ASSERT_TRUE(entries);
+    std::sort(entries->begin(), entries->end(),
+              [](const auto& left, const auto& right) { return left.name < right.name; });
+    EXPECT_EQ(*entries, (Entries{{".hidden", ItemKind::file},
+                                 {"Icon\r", ItemKind::file},
+                                 {"a", ItemKind::file},
+                                 {"broken", ItemKind::link},
+                                 {"no\xFFtext", ItemKind::file},
+                                 {"self", ItemKind::link},
+                                 {"sub", ItemKind::folder}}));
 }
 
 TEST(FileSystem, HasNoListForWhatIsNoReadableFolder) {
@@ -112,7 +120,7 @@ TEST(FileSystem, HasNoListForWhatIsNoReadableFolder) {
 
     EXPECT_EQ(fileSystem.contentsOfDirectory(folder / "missing"), std::nullopt);
     EXPECT_EQ(fileSystem.contentsOfDirectory(folder.write("file")), std::nullopt);
-    EXPECT_EQ(fileSystem.contentsOfDirectory(folder.makeFolder("empty")), Names{});
+    EXPECT_EQ(fileSystem.contentsOfDirectory(folder.makeFolder("empty")), Entries{});
 }
 
 TEST(FileSystem, UnlocksWhatIsNotLockedWithoutPrivilegeOrPermission) {
