@@ -61,7 +61,9 @@ template <class Replacements>
 std::string replacingAll(std::string_view text, const Replacements& replacements) {
     std::string result(text);
     for (const Replacement& replacement : replacements) {
-        result = replacingAll(result, replacement);
+        if (result.find(replacement.from) != std::string::npos) {
+            result = replacingAll(result, replacement);
+        }
     }
     return result;
 }
