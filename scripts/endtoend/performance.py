@@ -13,6 +13,7 @@ from endtoend.agents import Agents, NoManager
 from endtoend.check import changes, check, print_report
 from endtoend.held_tool import HeldTool
 from endtoend.manifest import Manifest
+from endtoend.program_log import ProgramLog
 from endtoend.right import Person, Right, wait_for_tools
 from endtoend.screen import Screen, Window, is_drawn
 from endtoend.session import Session
@@ -68,10 +69,11 @@ class Performance:
     def run(self) -> int:
         """Does it all, prints what came of it, and gives the exit status."""
         manifest = self._install()
+        log = ProgramLog(self._account, self._wishes.program)
         self._start_companions(manifest.processes)
         try:
             self._load_agents()
-            self._uninstall()
+            self._uninstall(log)
             wait_for_tools()
         except (TooLate, RuntimeError) as failure:
             self._problems.append(str(failure))
@@ -79,6 +81,7 @@ class Performance:
             return self._report_cancelled(manifest)
         self._look_at_companions()
         self._problems += self._agents.look()
+        log.show()
         report = check(manifest, self._wishes.remove_shared, self._wishes.right)
         self._look_at_questions(manifest)
         print_report(report, self._account.home)
@@ -169,9 +172,10 @@ class Performance:
 
     # The program and its windows.
 
-    def _uninstall(self) -> None:
+    def _uninstall(self, log: ProgramLog) -> None:
         begin = time.monotonic()
-        with self._account.start([self._wishes.program], stdin=subprocess.DEVNULL) as program:
+        with self._account.start([self._wishes.program], stdin=subprocess.DEVNULL,
+                                 stderr=log.errors) as program:
             person = self._person_for(program)
             try:
                 screen = Screen(self._account, program)
