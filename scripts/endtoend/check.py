@@ -45,28 +45,32 @@ class Report:
 def check(manifest: Manifest, remove_shared: bool, right: Right = Right.NOT_NEEDED) -> Report:
     """Where the right is needed it is for all items in the machine-wide folders. They get into the
     Trash without a note of where they came from; when it is refused they have to stay."""
-    return _Check(manifest, remove_shared, right).report
+    skipped = frozenset() if remove_shared else plan.SHARED_STEPS
+    rows = Counter(place.step for place in manifest.places() if place.step not in skipped)
+    planned = {path: step for path, step in manifest.planned().items() if step not in skipped}
+    return _Check(manifest, Report(rows, right), planned).report
+
+
+def changes(manifest: Manifest) -> list[str]:
+    """All that is not as it was before."""
+    return _Check(manifest, Report(Counter()), {}).report.problems
 
 
 class _Check:
-    def __init__(self, manifest: Manifest, remove_shared: bool, right: Right) -> None:
+    def __init__(self, manifest: Manifest, report: Report, planned: dict[str, int]) -> None:
         self._before = manifest.entries
         self._after = snapshot.take(manifest.watched)
         self._home = manifest.home
         self._local = tuple(f"{manifest.root}{folder}/" for folder in LOCAL_FOLDERS)
         self._trash = f"{manifest.home}/.local/share/Trash"
         self._expected: set[str] = set()
-        skipped = frozenset() if remove_shared else plan.SHARED_STEPS
-        self.report = Report(Counter(place.step for place in manifest.places()
-                                     if place.step not in skipped), right)
-        planned = {path: step for path, step in manifest.planned().items()
-                   if step not in skipped}
+        self.report = report
         self._group_content(planned)
         trashed = self._read_trash()
         for path, step in planned.items():
-            if right is Right.NOT_NEEDED or not path.startswith(self._local):
+            if report.right is Right.NOT_NEEDED or not path.startswith(self._local):
                 self._check_item(path, step, trashed.get(path, []))
-            elif right is Right.GIVEN:
+            elif report.right is Right.GIVEN:
                 self._check_moved(path, step)
             else:
                 self._check_left(path, step)

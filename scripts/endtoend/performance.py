@@ -10,9 +10,10 @@ from dataclasses import dataclass
 from endtoend import plan
 from endtoend.account import Account
 from endtoend.agents import Agents, NoManager
-from endtoend.check import check, print_report
+from endtoend.check import changes, check, print_report
 from endtoend.held_tool import HeldTool
 from endtoend.manifest import Manifest
+from endtoend.program_log import ProgramLog
 from endtoend.right import Person, Right, wait_for_tools
 from endtoend.screen import Screen, Window, is_drawn
 from endtoend.session import Session
@@ -39,6 +40,8 @@ class Wishes:
     is_in_copy: bool
     # The machine-wide items are root's unless the right is not needed.
     right: Right
+    # Cancel is pressed where otherwise the uninstall would begin.
+    cancels: bool = False
 
     @property
     def build(self) -> str:
@@ -56,6 +59,7 @@ class Performance:
         self._watched = watched
         self._companions: list[tuple[Process, subprocess.Popen[bytes]]] = []
         self._is_complete = False
+        self._has_begun = False
         self._problems: list[str] = []
         self._held = HeldTool() if wishes.is_in_copy else None
         self._agents = Agents(
@@ -65,15 +69,19 @@ class Performance:
     def run(self) -> int:
         """Does it all, prints what came of it, and gives the exit status."""
         manifest = self._install()
+        log = ProgramLog(self._account, self._wishes.program)
         self._start_companions(manifest.processes)
         try:
             self._load_agents()
-            self._uninstall()
+            self._uninstall(log)
             wait_for_tools()
         except (TooLate, RuntimeError) as failure:
             self._problems.append(str(failure))
+        if not self._has_begun and not self._problems:
+            return self._report_cancelled(manifest)
         self._look_at_companions()
         self._problems += self._agents.look()
+        log.show()
         report = check(manifest, self._wishes.remove_shared, self._wishes.right)
         self._look_at_questions(manifest)
         print_report(report, self._account.home)
@@ -86,6 +94,26 @@ class Performance:
         if self._is_complete:
             print(COMPLETE)
         return 1 if self._problems or report.problems else 0
+
+    def _report_cancelled(self, manifest: Manifest) -> int:
+        """What a person sees who has pressed Cancel."""
+        for _, started in self._companions:
+            if started.poll() is not None:
+                self._problems.append(f"{started.args[0]} is not running")  # type: ignore[index]
+            started.kill()
+            started.wait()
+        print("The uninstaller was cancelled.")
+        self._problems += changes(manifest)
+        if not self._may_be_cancelled():
+            self._problems.append("nobody pressed Cancel")
+        for problem in self._problems:
+            print(f"Not as it should be: {problem}")
+        if not self._problems:
+            print("Nothing has changed.")
+        return 1 if self._problems else 0
+
+    def _may_be_cancelled(self) -> bool:
+        return self._wishes.cancels or not self._session.is_private
 
     def _install(self) -> Manifest:
         suite = SampleSuite("", self._account.home, cache_files=3000)
@@ -144,9 +172,10 @@ class Performance:
 
     # The program and its windows.
 
-    def _uninstall(self) -> None:
+    def _uninstall(self, log: ProgramLog) -> None:
         begin = time.monotonic()
-        with self._account.start([self._wishes.program], stdin=subprocess.DEVNULL) as program:
+        with self._account.start([self._wishes.program], stdin=subprocess.DEVNULL,
+                                 stderr=log.errors) as program:
             person = self._person_for(program)
             try:
                 screen = Screen(self._account, program)
@@ -175,7 +204,9 @@ class Performance:
                       self._wishes.right)
 
     def _keep(self, name: str, picture: bytes) -> None:
-        """Writes a picture, as a file of the folder's owner."""
+        """Writes a picture, if there is one, as a file of the folder's owner."""
+        if not picture:
+            return
         folder = self._wishes.pictures
         path = f"{folder}/{name}.png"
         with open(path, "wb") as file:
@@ -185,6 +216,8 @@ class Performance:
 
     def _press_buttons(self, screen: Screen, main: Window, picture: bytes) -> None:
         screen.activate(main)
+        if self._wishes.cancels:
+            return screen.press_key("Escape")
         if self._wishes.remove_shared:
             # The checkbox is the first to have the keyboard. Its mnemonic would tick it only a moment
             # later, perhaps after the click.
@@ -213,6 +246,7 @@ class Performance:
             self._problems.append(f"the program ended with status {program.returncode}")
 
     def _meet(self, screen: Screen, window: Window) -> None:
+        self._has_begun = True
         if window.title == COMPLETE:
             self._meet_alert(screen, window)
         elif self._held:
@@ -223,8 +257,8 @@ class Performance:
             self._keep("progress", picture)
 
     def _meet_alert(self, screen: Screen, window: Window) -> None:
-        self._keep("alert", screen.drawn_picture(window))
         self._is_complete = True
+        self._keep("alert", screen.drawn_picture(window))
         if self._session.is_private:
             screen.activate(window)
             screen.press_key("Return")

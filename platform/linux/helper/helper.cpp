@@ -553,6 +553,9 @@ bool isWhole(const std::filesystem::path& source, const std::filesystem::path& c
         becomeTool(command, report);
     }
     if (tool < 0) {
+        const int error = errno;
+        ::unlinkat(folder, stageName.c_str(), AT_REMOVEDIR);
+        errno = error;
         failToStart(report);
     }
     report.reset();

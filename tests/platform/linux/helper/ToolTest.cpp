@@ -176,6 +176,16 @@ TEST_F(HelperTool, IsStartedThousandsOfTimesInARow) {
     EXPECT_EQ(openDescriptors(helper.process()), before);
 }
 
+TEST_F(HelperTool, IsRefusedWhenTheSystemHasNoProcessLeft) {
+    TestedHelper helper({.mayFork = false});
+    for (int count = 0; count < 2; ++count) {
+        EXPECT_EQ(helper.run("/bin/true", {}), Status::startFailed);
+        EXPECT_EQ(helper.nextLogLine(), "refused a request of user 12345: the tool cannot be "
+                                        "started: /bin/true: 11");
+    }
+    EXPECT_EQ(helper.send(areYouThere).status, Status::ready);
+}
+
 TEST_F(HelperTool, IsRefusedWhenTheHelperHasNoDescriptorsLeft) {
     TestedHelper helper;
     Gate gate;
