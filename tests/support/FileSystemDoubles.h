@@ -2,6 +2,7 @@
 
 #include "platform/FileSystem.h"
 #include "platform/Workspace.h"
+#include "platform/foundation/Path.h"
 
 #include <functional>
 #include <map>
@@ -29,6 +30,10 @@ public:
     std::map<std::string, platform::Error> removeErrors;
     /// What any other change, named as in `changes`, fails with.
     std::map<std::string, platform::Error> failures;
+    /// What every writing of a file fails with.
+    std::optional<platform::Error> writeError;
+    /// The creation dates that were set.
+    std::map<std::string, platform::Date> creationDates;
     /// What is known of an item beyond its kind.
     std::map<std::string, platform::ItemAttributes> attributes;
     /// What exists and may not be written to.
@@ -70,7 +75,7 @@ public:
         }
         std::vector<platform::DirectoryEntry> entries;
         for (const auto& name : *found->second) {
-            entries.push_back({name, kindOf(std::string(path).append("/").append(name))});
+            entries.push_back({name, kindOf(platform::path::appending(path, name))});
         }
         return entries;
     }
@@ -78,7 +83,7 @@ public:
     contentsOfDirectoryWithSizes(const std::string& path) override {
         auto entries = contentsOfDirectory(path);
         for (auto& entry : entries ? *entries : std::vector<platform::DirectoryEntry>()) {
-            entry.size = attributesOfItem(path + "/" + entry.name)->size;
+            entry.size = attributesOfItem(platform::path::appending(path, entry.name))->size;
         }
         return entries;
     }
@@ -109,17 +114,18 @@ public:
     std::optional<platform::Error> writeAtomically(const std::string& path,
                                                    std::string_view /*content*/) override {
         const auto error = change("write", path);
-        if (!error) {
+        if (!error && !writeError) {
             files.insert(path);
         }
-        return error;
+        return error ? error : writeError;
     }
     std::optional<platform::Error> setModificationDate(const std::string& path,
                                                        platform::Date /*date*/) override {
         return change("date", path);
     }
     std::optional<platform::Error> setCreationDate(const std::string& path,
-                                                   platform::Date /*date*/) override {
+                                                   platform::Date date) override {
+        creationDates[path] = date;
         return change("creation date", path);
     }
     std::optional<platform::Error> setPosixPermissions(const std::string& path,
