@@ -82,7 +82,10 @@ public:
     std::optional<std::vector<platform::DirectoryEntry>>
     contentsOfDirectoryWithSizes(const std::string& path) override {
         auto entries = contentsOfDirectory(path);
-        for (auto& entry : entries ? *entries : std::vector<platform::DirectoryEntry>()) {
+        if (!entries) {
+            return std::nullopt;
+        }
+        for (auto& entry : *entries) {
             entry.size = attributesOfItem(platform::path::appending(path, entry.name))->size;
         }
         return entries;

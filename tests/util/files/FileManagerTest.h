@@ -2,6 +2,7 @@
 
 #include "platform/Application.h"
 #include "platform/Clock.h"
+#include "platform/linux/SystemInformation.h"
 #include "tests/support/DescribedMachine.h"
 #include "util/files/QFFileManager.h"
 #include "util/log/QFLog.h"
@@ -74,6 +75,9 @@ protected:
     PumpingApplication application{pauses};
 
 private:
+    platform::native::SystemInformation systemInformation_;
+    platform::ScopedService<platform::SystemInformation> systemInformationScope_{
+        systemInformation_};
     platform::ScopedService<platform::Clock> pausesScope_{pauses};
     std::optional<platform::ScopedService<platform::Application>> applicationScope_;
 };
