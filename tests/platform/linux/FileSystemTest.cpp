@@ -123,6 +123,37 @@ TEST(FileSystem, HasNoListForWhatIsNoReadableFolder) {
     EXPECT_EQ(fileSystem.contentsOfDirectory(folder.makeFolder("empty")), Entries{});
 }
 
+TEST(FileSystem, ListsSizesOfAllButFolders) {
+    const TemporaryFolder folder;
+    folder.write("a", "12345");
+    folder.makeFolder("sub");
+    makeLink("missing", folder / "broken");
+
+    auto entries = fileSystem.contentsOfDirectoryWithSizes(folder.path());
+
+    ASSERT_TRUE(entries);
+    std::sort(entries->begin(), entries->end(),
+              [](const auto& left, const auto& right) { return left.name < right.name; });
+    EXPECT_EQ(*entries, (Entries{{"a", ItemKind::file, 5},
+                                 {"broken", ItemKind::link, 7},
+                                 {"sub", ItemKind::folder, std::nullopt}}));
+    EXPECT_EQ(fileSystem.contentsOfDirectoryWithSizes(folder / "missing"), std::nullopt);
+    EXPECT_EQ(fileSystem.contentsOfDirectoryWithSizes(folder / "a"), std::nullopt);
+}
+
+TEST(FileSystem, TellsItemsFromOneAnother) {
+    const TemporaryFolder folder;
+    const auto first = folder.makeFolder("first");
+    const auto second = folder.makeFolder("second");
+    makeLink(first, folder / "link");
+    makeLink(folder / "missing", folder / "broken");
+
+    EXPECT_EQ(fileSystem.identityOfItem(folder / "link"), fileSystem.identityOfItem(first));
+    EXPECT_EQ(fileSystem.identityOfItem(first + "/../first"), fileSystem.identityOfItem(first));
+    EXPECT_NE(fileSystem.identityOfItem(first), fileSystem.identityOfItem(second));
+    EXPECT_EQ(fileSystem.identityOfItem(folder / "broken"), std::nullopt);
+}
+
 TEST(FileSystem, UnlocksWhatIsNotLockedWithoutPrivilegeOrPermission) {
     const TemporaryFolder folder;
     const auto file = folder.write("file");
