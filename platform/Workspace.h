@@ -21,6 +21,9 @@ public:
     /// Whether the path is a folder that a person sees as one item, such as an application bundle.
     virtual bool isFilePackage(const std::string& path) = 0;
 
+    /// Tells who shows files that an item has changed. Nobody may be listening.
+    virtual void noteFileSystemChanged(const std::string& path) = 0;
+
     /// Moves one item whole into the user's Trash, from where the desktop can restore it; a name
     /// that the Trash already holds gets a free one. A link is moved itself, not what it leads to.
     ///

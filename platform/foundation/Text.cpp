@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <locale>
+#include <stdexcept>
 
 namespace platform::text {
 
@@ -68,6 +70,19 @@ Character lastCharacter(std::string_view text) {
 
 char lowercased(char letter) {
     return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
+}
+
+/// What the C library knows of Unicode's letters, whatever the user's locale; of ASCII's alone
+/// where it has no such table. Never destroyed: threads that nobody waits for may use it.
+const std::ctype<wchar_t>& letters() {
+    static const auto& locale = []() -> const std::locale& {
+        try {
+            return *new std::locale("C.UTF-8");
+        } catch (const std::runtime_error&) {
+            return std::locale::classic();
+        }
+    }();
+    return std::use_facet<std::ctype<wchar_t>>(locale);
 }
 
 void appendEscaped(std::string& result, std::string_view bytes) {
@@ -201,9 +216,18 @@ std::string_view trimmed(std::string_view text) {
 }
 
 std::string lowercased(std::string_view text) {
-    std::string result(text);
-    std::transform(result.begin(), result.end(), result.begin(),
-                   [](char letter) { return lowercased(letter); });
+    std::string result;
+    result.reserve(text.size());
+    while (!text.empty()) {
+        const auto [codePoint, length] = firstCharacter(text);
+        if (length == 1) {
+            result += lowercased(text.front());
+        } else {
+            const auto small = letters().tolower(static_cast<wchar_t>(codePoint));
+            appendCharacter(result, static_cast<char32_t>(small));
+        }
+        text.remove_prefix(length);
+    }
     return result;
 }
 

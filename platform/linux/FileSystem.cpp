@@ -35,6 +35,31 @@ int changeImmutableFlag(const std::string& path, bool immutable) {
     return ::ioctl(item.get(), FS_IOC_SETFLAGS, &flags) == 0 ? 0 : errno;
 }
 
+/// The size of a folder's entry, where it counts.
+std::optional<std::uint64_t> sizeOf(int folder, const DirectoryEntry& entry) {
+    struct stat status {};
+    if (entry.kind == ItemKind::folder || ::fstatat(folder, entry.name.c_str(), &status,
+                                                    AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT) != 0) {
+        return std::nullopt;
+    }
+    return static_cast<std::uint64_t>(status.st_size);
+}
+
+template <class Size>
+std::optional<std::vector<DirectoryEntry>> readFolder(const std::string& path, Size size) {
+    Directory directory(
+        FileDescriptor(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NONBLOCK | O_CLOEXEC)));
+    if (!directory) {
+        return std::nullopt;
+    }
+    std::vector<DirectoryEntry> entries;
+    while (auto entry = directory.next()) {
+        entry->size = size(directory.descriptor(), *entry);
+        entries.push_back(std::move(*entry));
+    }
+    return directory.error() == 0 ? std::optional(std::move(entries)) : std::nullopt;
+}
+
 Date date(const statx_timestamp& time) {
     return Date(std::chrono::duration_cast<Date::duration>(std::chrono::seconds(time.tv_sec) +
                                                            std::chrono::nanoseconds(time.tv_nsec)));
@@ -67,6 +92,13 @@ bool FileSystem::isWritable(const std::string& path) {
     return ::faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) == 0;
 }
 
+std::optional<ItemIdentity> FileSystem::identityOfItem(const std::string& path) {
+    struct stat status {};
+    return ::stat(path.c_str(), &status) == 0
+               ? std::optional(ItemIdentity{.volume = status.st_dev, .number = status.st_ino})
+               : std::nullopt;
+}
+
 std::optional<std::string> FileSystem::destinationOfSymbolicLink(const std::string& path) {
     std::array<char, PATH_MAX> target{};
     const ssize_t length = ::readlink(path.c_str(), target.data(), target.size());
@@ -92,16 +124,14 @@ std::optional<ItemAttributes> FileSystem::attributesOfItem(const std::string& pa
 
 std::optional<std::vector<DirectoryEntry>>
 FileSystem::contentsOfDirectory(const std::string& path) {
-    Directory directory(
-        FileDescriptor(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NONBLOCK | O_CLOEXEC)));
-    if (!directory) {
-        return std::nullopt;
-    }
-    std::vector<DirectoryEntry> entries;
-    while (auto entry = directory.next()) {
-        entries.push_back({std::move(entry->name), entry->kind});
-    }
-    return directory.error() == 0 ? std::optional(std::move(entries)) : std::nullopt;
+    return readFolder(path, [](int /*folder*/, const DirectoryEntry& /*entry*/) {
+        return std::optional<std::uint64_t>();
+    });
+}
+
+std::optional<std::vector<DirectoryEntry>>
+FileSystem::contentsOfDirectoryWithSizes(const std::string& path) {
+    return readFolder(path, sizeOf);
 }
 
 std::optional<Error> FileSystem::createDirectory(const std::string& path) {

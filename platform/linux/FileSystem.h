@@ -11,10 +11,13 @@ public:
     bool isDirectory(const std::string& path) override;
     bool isExecutable(const std::string& path) override;
     bool isWritable(const std::string& path) override;
+    std::optional<ItemIdentity> identityOfItem(const std::string& path) override;
     std::optional<std::string> destinationOfSymbolicLink(const std::string& path) override;
     std::optional<ItemAttributes> attributesOfItem(const std::string& path) override;
     std::optional<std::vector<DirectoryEntry>>
     contentsOfDirectory(const std::string& path) override;
+    std::optional<std::vector<DirectoryEntry>>
+    contentsOfDirectoryWithSizes(const std::string& path) override;
     [[nodiscard]] std::optional<Error> createDirectory(const std::string& path) override;
     [[nodiscard]] std::optional<Error> moveItem(const std::string& path,
                                                 const std::string& newPath) override;

@@ -5,6 +5,7 @@
 #include "platform/foundation/Text.h"
 #include "platform/linux/AuthorizationServices.h"
 #include "platform/linux/Console.h"
+#include "platform/linux/ExtendedAttributes.h"
 #include "platform/linux/FileSystem.h"
 #include "platform/linux/LocalTime.h"
 #include "platform/linux/LogFiles.h"
@@ -33,6 +34,7 @@ struct LinuxServices {
     native::UserAccount userAccount;
     native::SearchPaths searchPaths{userAccount};
     native::FileSystem fileSystem;
+    native::ExtendedAttributes extendedAttributes;
     native::PropertyLists propertyLists;
     native::Preferences preferences{preferencesDomain, userAccount, propertyLists};
     native::ProcessLauncher processLauncher;
@@ -47,6 +49,7 @@ struct LinuxServices {
         platform::install<UserAccount>(userAccount);
         platform::install<SearchPaths>(searchPaths);
         platform::install<FileSystem>(fileSystem);
+        platform::install<ExtendedAttributes>(extendedAttributes);
         platform::install<PropertyLists>(propertyLists);
         platform::install<Preferences>(preferences);
         platform::install<ProcessLauncher>(processLauncher);

@@ -4,6 +4,7 @@
 #include "platform/Services.h"
 #include "platform/foundation/Path.h"
 #include "platform/linux/Bundles.h"
+#include "platform/linux/ChangeNotice.h"
 #include "platform/linux/Errors.h"
 #include "platform/linux/SearchPaths.h"
 #include "platform/linux/Trash.h"
@@ -31,6 +32,10 @@ std::optional<std::string> Workspace::applicationPath(const std::string& bundleI
 
 bool Workspace::isFilePackage(const std::string& path) {
     return isPackage(path);
+}
+
+void Workspace::noteFileSystemChanged(const std::string& path) {
+    announceChange(path);
 }
 
 std::optional<Error> Workspace::recycle(const std::string& folder, const std::string& trash,

@@ -26,6 +26,9 @@ public:
 
     bool isFilePackage(const std::string& path) override;
 
+    /// As announceChange().
+    void noteFileSystemChanged(const std::string& path) override;
+
     /// As trashItem(). A failure is also told in one line of the system log, which names the path.
     [[nodiscard]] std::optional<Error> recycle(const std::string& folder, const std::string& trash,
                                                const std::string& name) override;

@@ -3,6 +3,7 @@
 #include "platform/FileSystem.h"
 #include "platform/Workspace.h"
 
+#include <functional>
 #include <map>
 #include <optional>
 #include <set>
@@ -18,14 +19,20 @@ public:
     std::set<std::string> files;
     /// What exists and is a folder, with the names in it; none makes it unreadable.
     std::map<std::string, std::optional<std::vector<std::string>>> folders;
-    std::set<std::string> tools{"/bin/rm",         "/bin/mv",       "/bin/cp",
-                                "/bin/mkdir",      "/bin/chmod",    "/bin/launchctl",
-                                "/usr/sbin/chown", "/usr/bin/touch"};
+    std::set<std::string> tools{"/bin/rm",         "/bin/mv",        "/bin/cp",
+                                "/bin/mkdir",      "/bin/chmod",     "/bin/launchctl",
+                                "/usr/sbin/chown", "/usr/bin/touch", "/usr/bin/ditto"};
     /// Tools of this machine that stand for a path at which nothing is.
     std::set<std::string> standIns;
     /// What clearing a locked flag, and deleting, fail with.
     std::map<std::string, platform::Error> lockErrors;
     std::map<std::string, platform::Error> removeErrors;
+    /// What any other change, named as in `changes`, fails with.
+    std::map<std::string, platform::Error> failures;
+    /// What is known of an item beyond its kind.
+    std::map<std::string, platform::ItemAttributes> attributes;
+    /// What exists and may not be written to.
+    std::set<std::string> readOnly;
 
     /// Every change that was asked for, in order.
     std::vector<std::string> changes;
@@ -37,13 +44,23 @@ public:
     bool isExecutable(const std::string& path) override {
         return tools.contains(path) || standIns.contains(path);
     }
-    bool isWritable(const std::string& path) override { return exists(path); }
+    bool isWritable(const std::string& path) override {
+        return exists(path) && !readOnly.contains(path);
+    }
+    std::optional<platform::ItemIdentity> identityOfItem(const std::string& path) override {
+        return exists(path)
+                   ? std::optional(platform::ItemIdentity{.number = std::hash<std::string>()(path)})
+                   : std::nullopt;
+    }
     std::optional<std::string> destinationOfSymbolicLink(const std::string& /*path*/) override {
         return std::nullopt;
     }
     std::optional<platform::ItemAttributes> attributesOfItem(const std::string& path) override {
-        return exists(path) ? std::optional(platform::ItemAttributes{.kind = kindOf(path)})
-                            : std::nullopt;
+        const auto found = attributes.find(path);
+        const auto known = found != attributes.end()
+                               ? found->second
+                               : platform::ItemAttributes{.kind = kindOf(path)};
+        return exists(path) ? std::optional(known) : std::nullopt;
     }
     std::optional<std::vector<platform::DirectoryEntry>>
     contentsOfDirectory(const std::string& path) override {
@@ -57,20 +74,45 @@ public:
         }
         return entries;
     }
+    std::optional<std::vector<platform::DirectoryEntry>>
+    contentsOfDirectoryWithSizes(const std::string& path) override {
+        auto entries = contentsOfDirectory(path);
+        for (auto& entry : entries ? *entries : std::vector<platform::DirectoryEntry>()) {
+            entry.size = attributesOfItem(path + "/" + entry.name)->size;
+        }
+        return entries;
+    }
     std::optional<platform::Error> createDirectory(const std::string& path) override {
-        return change("create", path);
+        const auto error = change("create", path);
+        if (!error) {
+            folders.try_emplace(path, std::vector<std::string>());
+        }
+        return error;
     }
     std::optional<platform::Error> moveItem(const std::string& path,
                                             const std::string& newPath) override {
-        return change("move", path + " " + newPath);
+        const auto error = change("move", path, newPath);
+        if (!error) {
+            files.erase(path);
+            files.insert(newPath);
+        }
+        return error;
     }
     std::optional<platform::Error> copyItem(const std::string& path,
                                             const std::string& newPath) override {
-        return change("copy", path + " " + newPath);
+        const auto error = change("copy", path, newPath);
+        if (!error) {
+            files.insert(newPath);
+        }
+        return error;
     }
     std::optional<platform::Error> writeAtomically(const std::string& path,
                                                    std::string_view /*content*/) override {
-        return change("write", path);
+        const auto error = change("write", path);
+        if (!error) {
+            files.insert(path);
+        }
+        return error;
     }
     std::optional<platform::Error> setModificationDate(const std::string& path,
                                                        platform::Date /*date*/) override {
@@ -107,7 +149,22 @@ private:
 
     std::optional<platform::Error> change(const std::string& what, const std::string& about) {
         changes.push_back(std::string(what).append(" ").append(about));
-        return std::nullopt;
+        const auto found = failures.find(changes.back());
+        return found == failures.end() ? std::nullopt : std::optional(found->second);
+    }
+
+    /// A change that needs an item and takes a free path.
+    std::optional<platform::Error> change(const std::string& what, const std::string& path,
+                                          const std::string& newPath) {
+        auto error = change(what, path + " " + newPath);
+        if (!error && !exists(path)) {
+            error = missing(path);
+        } else if (!error && exists(newPath)) {
+            error = {.domain = "NSCocoaErrorDomain",
+                     .code = 516,
+                     .localizedDescription = "There is something at " + newPath + "."};
+        }
+        return error;
     }
 
     static platform::Error missing(const std::string& path) {
@@ -125,11 +182,14 @@ public:
     std::set<std::string> packages;
     /// What recycling an item, named by its path, fails with.
     std::map<std::string, platform::Error> errors;
+    /// The items that were said to have changed.
+    std::vector<std::string> changed;
 
     std::optional<std::string> applicationPath(const std::string& /*bundleIdentifier*/) override {
         return std::nullopt;
     }
     bool isFilePackage(const std::string& path) override { return packages.contains(path); }
+    void noteFileSystemChanged(const std::string& path) override { changed.push_back(path); }
     std::optional<platform::Error> recycle(const std::string& folder, const std::string& trash,
                                            const std::string& name) override {
         recycled.push_back({folder, trash, name});

@@ -184,10 +184,10 @@ bool QFAuthorization::authTrashFolderContents(const std::string& path,
     }
     const bool deletes = deletesInsteadOfTrashing(deleteOnRootAccount);
     bool succeeded = true;
-    for (const auto& [name, kind] : entries(path)) {
-        const std::string entry = path::appending(path, name);
+    for (const auto& entry : entries(path)) {
+        const std::string item = path::appending(path, entry.name);
         const bool done =
-            deletes ? authExecTask("/bin/rm", {"-R", "-f", entry}) == 0 : authTrashFile(entry);
+            deletes ? authExecTask("/bin/rm", {"-R", "-f", item}) == 0 : authTrashFile(item);
         succeeded = succeeded && done;
     }
     return succeeded;
@@ -198,8 +198,9 @@ bool QFAuthorization::authMoveFolderContents(const std::string& path, const std:
         return false;
     }
     bool succeeded = true;
-    for (const auto& [name, kind] : entries(path)) {
-        const bool moved = authMoveFile(path::appending(path, name), path::appending(toPath, name));
+    for (const auto& entry : entries(path)) {
+        const bool moved =
+            authMoveFile(path::appending(path, entry.name), path::appending(toPath, entry.name));
         succeeded = succeeded && moved;
     }
     return succeeded;

@@ -67,6 +67,7 @@ public:
         return std::nullopt;
     }
     bool isFilePackage(const std::string& path) override { return path.ends_with(".app"); }
+    void noteFileSystemChanged(const std::string& /*path*/) override {}
     std::optional<platform::Error> recycle(const std::string& /*folder*/,
                                            const std::string& /*trash*/,
                                            const std::string& /*name*/) override {
