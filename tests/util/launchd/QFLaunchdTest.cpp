@@ -73,12 +73,17 @@ public:
     std::map<std::string, platform::Value> written;
     /// Where nothing can be written.
     std::set<std::string> unwritable;
+    /// Where another program's file stands by the time that nothing could be written.
+    std::set<std::string> taken;
 
     platform::Value parse(std::string_view /*bytes*/) override { return {}; }
     platform::Value read(const std::string& /*path*/) override { return {}; }
     std::optional<platform::Error> writeAtomically(const platform::Value& value,
                                                    const std::string& path) override {
         if (unwritable.contains(path)) {
+            if (taken.contains(path)) {
+                fileSystem_.files.insert(path);
+            }
             return platform::Error{.localizedDescription = "You can’t."};
         }
         written[path] = value;
@@ -326,6 +331,7 @@ TEST_F(QFLaunchdTest, AJobThatIsInstalledAlreadyIsRemovedFirst) {
 }
 
 TEST_F(QFLaunchdTest, TheNamedProcessIsEndedBeforeOwnerAndModeAreSet) {
+    fileSystem.tools.insert("/usr/bin/killall");
     QFLaunchd::startJob(label, settings, Domain::user, LaunchAgent::yes, ShouldAuth::no,
                         "Lunevar Helper");
     ASSERT_GT(launcher.runs.size(), 2U);
@@ -372,11 +378,10 @@ TEST_F(QFLaunchdTest, AnUnwritableJobFileIsMovedIntoPlaceFromTheTemporaryFolder)
 
 TEST_F(QFLaunchdTest, AJobFileThatAppearsMeanwhileGivesWayToTheTemporaryOne) {
     propertyLists.unwritable = {machinesDaemon};
-    fileSystem.files = {machinesDaemon};
-    fileSystem.removeErrors[machinesDaemon] = {.localizedDescription = "You can’t."};
+    propertyLists.taken = {machinesDaemon};
     EXPECT_TRUE(startDaemon(ShouldAuth::no));
-    EXPECT_EQ(removed(), (Lines{machinesDaemon, machinesDaemon}));
-    EXPECT_EQ(services.tools()[0], std::string("/bin/rm -Rdf ") + machinesDaemon);
+    EXPECT_EQ(removed(), Lines{machinesDaemon});
+    EXPECT_TRUE(fileSystem.files.contains(machinesDaemon));
 }
 
 TEST_F(QFLaunchdTest, SettingsThatCanBeWrittenNowhereAreReportedThreeWays) {
@@ -398,7 +403,8 @@ TEST_F(QFLaunchdTest, SettingsThatCanBeWrittenNowhereAreReportedThreeWays) {
 
 TEST_F(QFLaunchdTest, AJobFileThatCannotBePutInPlaceIsReportedThreeWaysAndLeavesNothingBehind) {
     propertyLists.unwritable = {machinesDaemon};
-    fileSystem.moveErrors[temporaryFile] = {.localizedDescription = "You can’t."};
+    fileSystem.failures[std::string("move ") + temporaryFile + " " + machinesDaemon] = {
+        .localizedDescription = "You can’t."};
     services.rightsStatus = platform::errAuthorizationCanceled;
     EXPECT_FALSE(startDaemon(ShouldAuth::no));
     const std::string report = "Error: Unable to create LaunchAgent. Please check you have correct "
@@ -427,7 +433,7 @@ TEST_F(QFLaunchdTest, AMachineWithoutALibraryHasNoPlaceForAJob) {
 }
 
 TEST_F(QFLaunchdTest, ALabelStandsInTheFilesNameAsItIs) {
-    for (const std::string odd : {"", "a/b", "..", "100%@", "two words", std::string(300, 'x')}) {
+    for (const auto& odd : Lines{"", "a/b", "..", "100%@", "two words", std::string(300, 'x')}) {
         propertyLists.written.clear();
         QFLaunchd::startLaunchAgent(odd, settings, Domain::user);
         EXPECT_TRUE(
