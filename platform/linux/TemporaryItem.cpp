@@ -42,8 +42,32 @@ FileDescriptor makeItem(int folder, const std::string& name, bool isFolder) {
             folder, name.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, privateFile));
     }
     constexpr mode_t privateFolder = 0700;
-    return ::mkdirat(folder, name.c_str(), privateFolder) == 0 ? openFolder(folder, name.c_str())
-                                                               : FileDescriptor();
+    if (::mkdirat(folder, name.c_str(), privateFolder) != 0) {
+        return {};
+    }
+    auto item = openFolder(folder, name.c_str());
+    if (!item && errno == ENOENT) { // Another process has taken it for an abandoned one.
+        errno = EEXIST;
+    } else if (!item) {
+        const int error = errno;
+        ::unlinkat(folder, name.c_str(), AT_REMOVEDIR);
+        errno = error;
+    }
+    return item;
+}
+
+/// Whether an open item is the entry `name` of an open folder. Gives 0, ENOENT when it is not, or
+/// another errno.
+int checkName(const FileDescriptor& item, int folder, const std::string& name) {
+    struct statx own {};
+    struct statx named {};
+    if (const int error = statusOf(item.get(), own); error != 0) {
+        return error;
+    }
+    if (const int error = statusOfEntry(folder, name, named); error != 0) {
+        return error;
+    }
+    return identityOf(own) == identityOf(named) ? 0 : ENOENT;
 }
 
 bool isLockedByOthers(const FileDescriptor& item) {
@@ -71,20 +95,14 @@ bool TemporaryItem::claim(const std::string& name, bool isFolder) {
         return false;
     }
     // Another process may have taken the item for an abandoned one before it was locked.
-    if (isLockedByOthers(item_) || !stillHasName(name)) {
+    error_ = isLockedByOthers(item_) ? EEXIST : checkName(item_, folder_, name);
+    if (error_ == ENOENT) {
         error_ = EEXIST;
-        return false;
     }
-    name_ = name;
-    error_ = 0;
-    return true;
-}
-
-bool TemporaryItem::stillHasName(const std::string& name) const {
-    struct statx own {};
-    struct statx named {};
-    return statusOf(item_.get(), own) == 0 && statusOfEntry(folder_, name, named) == 0 &&
-           identityOf(own) == identityOf(named);
+    if (error_ != EEXIST) {
+        name_ = name;
+    }
+    return error_ == 0;
 }
 
 bool TemporaryItem::removeAbandoned(const std::string& name) const {
@@ -92,7 +110,8 @@ bool TemporaryItem::removeAbandoned(const std::string& name) const {
         ::openat(folder_, name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
     struct statx status {};
     return item && statusOf(item.get(), status) == 0 && status.stx_uid == ::geteuid() &&
-           ::flock(item.get(), LOCK_EX | LOCK_NB) == 0 && !removeTree(folder_, name, ownCopy);
+           ::flock(item.get(), LOCK_EX | LOCK_NB) == 0 && checkName(item, folder_, name) == 0 &&
+           !removeTree(folder_, name, ownCopy);
 }
 
 TemporaryItem::~TemporaryItem() {
@@ -111,7 +130,8 @@ int TemporaryItem::rename() {
 
 void TemporaryItem::takeBack() {
     const auto name = temporaryName(purpose_, mostClaims + 1);
-    if (stillHasName(purpose_) && renameWithoutReplacing(folder_, purpose_, folder_, name) == 0) {
+    if (checkName(item_, folder_, purpose_) == 0 &&
+        renameWithoutReplacing(folder_, purpose_, folder_, name) == 0) {
         name_ = name;
     }
 }

@@ -39,7 +39,6 @@ public:
 private:
     bool claim(const std::string& name, bool isFolder);
     bool removeAbandoned(const std::string& name) const;
-    bool stillHasName(const std::string& name) const;
 
     int folder_;
     std::string purpose_;
