@@ -27,6 +27,11 @@ public:
     std::map<std::string, platform::Error> lockErrors;
     std::map<std::string, platform::Error> removeErrors;
 
+    /// What is known of an item beyond its kind.
+    std::map<std::string, platform::ItemAttributes> attributes;
+    /// The creation dates that were set.
+    std::map<std::string, platform::Date> creationDates;
+
     /// Every change that was asked for, in order.
     std::vector<std::string> changes;
 
@@ -42,8 +47,11 @@ public:
         return std::nullopt;
     }
     std::optional<platform::ItemAttributes> attributesOfItem(const std::string& path) override {
-        return exists(path) ? std::optional(platform::ItemAttributes{.kind = kindOf(path)})
-                            : std::nullopt;
+        const auto found = attributes.find(path);
+        const auto known = found != attributes.end()
+                               ? found->second
+                               : platform::ItemAttributes{.kind = kindOf(path)};
+        return exists(path) ? std::optional(known) : std::nullopt;
     }
     std::optional<std::vector<platform::DirectoryEntry>>
     contentsOfDirectory(const std::string& path) override {
@@ -77,7 +85,8 @@ public:
         return change("date", path);
     }
     std::optional<platform::Error> setCreationDate(const std::string& path,
-                                                   platform::Date /*date*/) override {
+                                                   platform::Date date) override {
+        creationDates[path] = date;
         return change("creation date", path);
     }
     std::optional<platform::Error> setPosixPermissions(const std::string& path,
