@@ -8,12 +8,16 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <memory>
 #include <string_view>
 
 namespace platform::native {
 
 namespace {
+
+/// Where the environment does not tell.
+constexpr std::string_view dataFolders = "/usr/local/share:/usr/share";
 
 constexpr std::string_view fileNamePrefix = "com.quillfen.registered.";
 
@@ -51,6 +55,12 @@ std::string programOf(const std::string& bundle, const Value& information) {
     return runs ? program : "";
 }
 
+/// Whether the readers of entries agree on how to write the path of a program: no "=" is allowed,
+/// and some look for the program before they have undone what "%" stands for.
+bool canBeInEntry(const std::string& program) {
+    return text::printable(program) == program && program.find_first_of("%=") == std::string::npos;
+}
+
 /// A command line of this one program, as the entry's readers take it apart.
 std::string commandLine(std::string_view program) {
     constexpr std::string_view quoted = "\"`$\\";
@@ -60,9 +70,6 @@ std::string commandLine(std::string_view program) {
             result += '\\';
         }
         result += character;
-        if (character == '%') {
-            result += '%';
-        }
     }
     return result + '"';
 }
@@ -79,11 +86,15 @@ std::string displayName(const std::string& bundle, const Value& information) {
 } // namespace
 
 bool hasDesktop() {
-    for (const auto* const* folder = g_get_system_data_dirs(); *folder != nullptr; ++folder) {
-        if (isFolder(path::appending(*folder, "xsessions")) ||
-            isFolder(path::appending(*folder, "wayland-sessions"))) {
+    const char* variable = std::getenv("XDG_DATA_DIRS");
+    std::string_view folders = variable == nullptr ? "" : variable;
+    for (folders = folders.empty() ? dataFolders : folders; !folders.empty();) {
+        const auto folder = folders.substr(0, folders.find(':'));
+        if (isFolder(path::appending(folder, "xsessions")) ||
+            isFolder(path::appending(folder, "wayland-sessions"))) {
             return true;
         }
+        folders.remove_prefix(std::min(folder.size() + 1, folders.size()));
     }
     return false;
 }
@@ -91,7 +102,7 @@ bool hasDesktop() {
 std::optional<LauncherEntry> launcherEntry(const std::string& bundle, const Value& information) {
     const auto identifier = textOf(information["CFBundleIdentifier"]);
     const auto program = programOf(bundle, information);
-    if (!isPlain(identifier) || program.empty() || text::printable(program) != program) {
+    if (!isPlain(identifier) || program.empty() || !canBeInEntry(program)) {
         return std::nullopt;
     }
     const std::unique_ptr<GKeyFile, decltype(&g_key_file_unref)> file(g_key_file_new(),

@@ -24,7 +24,8 @@ struct LauncherEntry {
 /// identifier, which may hold letters, digits, "-", "_" and "." alone, behind a prefix that no
 /// other entry has; the program is a regular file in Contents/MacOS, and its path is quoted so that
 /// no character of it has a meaning. Nothing when the bundle has no such identifier or program, or
-/// its path is no text. The entry hides itself when the program is gone.
+/// the program's path is no text, or holds "%" or "=", which entries cannot express. The entry
+/// hides itself when the program is gone.
 std::optional<LauncherEntry> launcherEntry(const std::string& bundle, const Value& information);
 
 } // namespace platform::native

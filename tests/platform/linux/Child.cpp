@@ -9,6 +9,7 @@
 #include "platform/linux/PropertyLists.h"
 #include "platform/linux/SearchPaths.h"
 #include "platform/linux/UserAccount.h"
+#include "platform/linux/Volumes.h"
 #include "platform/linux/Workspace.h"
 #include "tests/support/PortDoubles.h"
 
@@ -52,6 +53,14 @@ int lock(const Arguments& arguments) {
     return report(platform::native::FileSystem().setImmutable(arguments.at(0), true));
 }
 
+/// Prints each path, a zero byte behind it.
+int volumes(const Arguments& /*arguments*/) {
+    for (const auto& volume : platform::native::mountedLocalVolumes()) {
+        std::cout << volume.mountPoint << '\0';
+    }
+    return 0;
+}
+
 int environment(const Arguments& /*arguments*/) {
     platform::installServices();
     const auto value = [](const char* name) {
@@ -72,6 +81,7 @@ int storePreference(const Arguments& arguments) {
 const std::map<std::string, std::function<int(const Arguments&)>> commands{
     {"recycle", recycle}, {"remove", remove},           {"unlock", unlock},
     {"lock", lock},       {"environment", environment}, {"store-preference", storePreference},
+    {"volumes", volumes},
 };
 
 } // namespace
