@@ -73,9 +73,8 @@ private:
 
 /// What goes at the beginning of every path below the source.
 std::size_t prefixLength(const std::string& source, bool isFolder, KeepParent keepParent) {
-    const auto base = isFolder && keepParent == KeepParent::no
-                          ? source
-                          : path::deletingLastComponent(source);
+    const auto base =
+        isFolder && keepParent == KeepParent::no ? source : path::deletingLastComponent(source);
     return base.size() + (base.ends_with('/') ? 0 : 1);
 }
 

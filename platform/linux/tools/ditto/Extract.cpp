@@ -12,9 +12,11 @@
 #include <sys/statvfs.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstdlib>
-#include <optional>
+#include <fstream>
+#include <string_view>
 
 namespace platform::native::ditto {
 
@@ -74,11 +76,23 @@ private:
     bool isMade_ = false;
 };
 
+/// Whether an archive begins with the mark of its end, for it has no entry.
+bool isEmpty(const std::string& archivePath) {
+    constexpr std::string_view mark = "PK\x05\x06";
+    std::array<char, 4> begin{};
+    std::ifstream stream(archivePath, std::ios::binary);
+    stream.read(begin.data(), begin.size());
+    return stream && std::string_view(begin.data(), begin.size()) == mark;
+}
+
 ArchiveHandle openArchive(const std::string& archivePath) {
     constexpr std::size_t blockSize = 64UL * 1024;
     ArchiveHandle zip(archive_read_new());
-    // The list at the archive's end counts: it has the modes, and a cut archive has none.
-    check(archive_read_support_format_zip_seekable(zip.get()), zip.get(), archivePath);
+    // The list at the archive's end counts: it has the modes, and a cut archive has none. The
+    // reader that goes by it refuses an archive without entries.
+    check(isEmpty(archivePath) ? archive_read_support_format_zip_streamable(zip.get())
+                               : archive_read_support_format_zip_seekable(zip.get()),
+          zip.get(), archivePath);
     check(archive_read_open_filename(zip.get(), archivePath.c_str(), blockSize), zip.get(),
           archivePath);
     return zip;

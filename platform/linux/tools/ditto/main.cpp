@@ -25,7 +25,7 @@ std::string absolute(const std::string& path) {
 }
 
 bool run(const std::vector<std::string>& words) {
-    if (words.size() == 3 && words[0] == "-ck") {
+    if (words.size() == 3 && words[0] == "-ck" && !words[1].starts_with('-')) {
         ditto::compress(absolute(words[1]), absolute(words[2]), ditto::KeepParent::no);
     } else if (words.size() == 4 && words[0] == "-ck" && words[1] == "--keepParent") {
         ditto::compress(absolute(words[2]), absolute(words[3]), ditto::KeepParent::yes);
