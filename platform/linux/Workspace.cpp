@@ -6,8 +6,10 @@
 #include "platform/linux/Bundles.h"
 #include "platform/linux/ChangeNotice.h"
 #include "platform/linux/Errors.h"
+#include "platform/linux/Labels.h"
 #include "platform/linux/SearchPaths.h"
 #include "platform/linux/Trash.h"
+#include "platform/linux/Volumes.h"
 
 namespace platform::native {
 
@@ -27,15 +29,35 @@ std::optional<std::string> Workspace::applicationPath(const std::string& bundleI
             return bundle;
         }
     }
-    return std::nullopt;
+    return registry_.find(bundleIdentifier);
 }
 
 bool Workspace::isFilePackage(const std::string& path) {
     return isPackage(path);
 }
 
-void Workspace::noteFileSystemChanged(const std::string& path) {
-    announceChange(path);
+WorkspaceStatus Workspace::registerApplication(const std::string& path) {
+    return registry_.add(path);
+}
+
+WorkspaceStatus Workspace::noteFileSystemChanged(const std::string& path) {
+    return announceChange(path);
+}
+
+std::vector<std::string> Workspace::mountedLocalVolumePaths() {
+    std::vector<std::string> paths;
+    for (auto& volume : mountedLocalVolumes()) {
+        paths.push_back(std::move(volume.mountPoint));
+    }
+    return paths;
+}
+
+std::optional<int> Workspace::labelNumber(const std::string& path) {
+    return readLabel(path);
+}
+
+std::optional<Error> Workspace::setLabelNumber(const std::string& path, int number) {
+    return writeLabel(path, number);
 }
 
 std::optional<Error> Workspace::recycle(const std::string& folder, const std::string& trash,

@@ -191,14 +191,41 @@ public:
     std::set<std::string> packages;
     /// What recycling an item, named by its path, fails with.
     std::map<std::string, platform::Error> errors;
-    /// The items that were said to have changed.
+    /// The items that were said to have changed, and what that gives.
     std::vector<std::string> changed;
+    platform::WorkspaceStatus changedStatus = platform::noErr;
+    /// The bundles that were registered, and what that gives.
+    std::vector<std::string> registered;
+    platform::WorkspaceStatus registeredStatus = platform::noErr;
+    std::vector<std::string> volumes{"/"};
+    /// The labels of items; an item that is not here has none and can have none.
+    std::map<std::string, int> labels;
 
     std::optional<std::string> applicationPath(const std::string& /*bundleIdentifier*/) override {
         return std::nullopt;
     }
     bool isFilePackage(const std::string& path) override { return packages.contains(path); }
-    void noteFileSystemChanged(const std::string& path) override { changed.push_back(path); }
+    platform::WorkspaceStatus registerApplication(const std::string& path) override {
+        registered.push_back(path);
+        return registeredStatus;
+    }
+    platform::WorkspaceStatus noteFileSystemChanged(const std::string& path) override {
+        changed.push_back(path);
+        return changedStatus;
+    }
+    std::vector<std::string> mountedLocalVolumePaths() override { return volumes; }
+    std::optional<int> labelNumber(const std::string& path) override {
+        const auto found = labels.find(path);
+        return found == labels.end() ? std::nullopt : std::optional(found->second);
+    }
+    std::optional<platform::Error> setLabelNumber(const std::string& path, int number) override {
+        const auto found = labels.find(path);
+        if (found == labels.end()) {
+            return platform::Error{.localizedDescription = "no label for " + path};
+        }
+        found->second = number;
+        return std::nullopt;
+    }
     std::optional<platform::Error> recycle(const std::string& folder, const std::string& trash,
                                            const std::string& name) override {
         recycled.push_back({folder, trash, name});

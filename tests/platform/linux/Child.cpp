@@ -10,6 +10,7 @@
 #include "platform/linux/PropertyLists.h"
 #include "platform/linux/SearchPaths.h"
 #include "platform/linux/UserAccount.h"
+#include "platform/linux/Volumes.h"
 #include "platform/linux/Workspace.h"
 #include "tests/support/PortDoubles.h"
 
@@ -71,6 +72,14 @@ int lock(const Arguments& arguments) {
     return report(platform::native::FileSystem().setImmutable(arguments.at(0), true));
 }
 
+/// Prints each path, a zero byte behind it.
+int volumes(const Arguments& /*arguments*/) {
+    for (const auto& volume : platform::native::mountedLocalVolumes()) {
+        std::cout << volume.mountPoint << '\0';
+    }
+    return 0;
+}
+
 int environment(const Arguments& /*arguments*/) {
     platform::installServices();
     const auto value = [](const char* name) {
@@ -99,6 +108,7 @@ const std::map<std::string, std::function<int(const Arguments&)>> commands{
     {"copy", copy},
     {"create", create},
     {"write", write},
+    {"volumes", volumes},
 };
 
 /// Calls into the library of faulty system calls, where the program was started with it.
