@@ -5,6 +5,8 @@
 #include "platform/foundation/Text.h"
 #include "platform/linux/AuthorizationServices.h"
 #include "platform/linux/Console.h"
+#include "platform/linux/Digests.h"
+#include "platform/linux/FileStreams.h"
 #include "platform/linux/FileSystem.h"
 #include "platform/linux/LocalTime.h"
 #include "platform/linux/LogFiles.h"
@@ -33,6 +35,8 @@ struct LinuxServices {
     native::UserAccount userAccount;
     native::SearchPaths searchPaths{userAccount};
     native::FileSystem fileSystem;
+    native::FileStreams fileStreams;
+    native::Digests digests;
     native::PropertyLists propertyLists;
     native::Preferences preferences{preferencesDomain, userAccount, propertyLists};
     native::ProcessLauncher processLauncher;
@@ -47,6 +51,8 @@ struct LinuxServices {
         platform::install<UserAccount>(userAccount);
         platform::install<SearchPaths>(searchPaths);
         platform::install<FileSystem>(fileSystem);
+        platform::install<FileStreams>(fileStreams);
+        platform::install<Digests>(digests);
         platform::install<PropertyLists>(propertyLists);
         platform::install<Preferences>(preferences);
         platform::install<ProcessLauncher>(processLauncher);
