@@ -12,8 +12,6 @@ namespace platform {
 /// copies, so that none changes under its reader. Any thread may call every member.
 class SharedDictionary {
 public:
-    explicit SharedDictionary(Value::Dictionary content = {}) : content_(std::move(content)) {}
-
     /// The value under a key; none when there is no such key.
     Value operator[](const std::string& key) const {
         const std::lock_guard lock(mutex_);
