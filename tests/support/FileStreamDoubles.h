@@ -26,8 +26,10 @@ struct DescribedFile {
     std::uint64_t readableBytes = unlimited;
     std::uint64_t room = unlimited;
 
-    /// The system's number for a seek that fails; 0 lets it succeed.
+    /// The system's number for a seek that fails, 0 lets it succeed; and the first position that
+    /// cannot be sought.
     int seekError = 0;
+    std::uint64_t seekableBytes = 0;
 
     /// How many bytes of one read arrive; at most as many as were asked for.
     std::function<std::size_t(std::uint64_t position, std::size_t size)> arriving;
@@ -119,7 +121,7 @@ private:
         }
 
         bool seek(std::uint64_t position) override {
-            if (file_.seekError != 0) {
+            if (file_.seekError != 0 && position >= file_.seekableBytes) {
                 return false;
             }
             position_ = position;

@@ -170,6 +170,17 @@ TEST(FileStreams, APipeCannotBeSought) {
     EXPECT_EQ(readFrom(*stream, 3), "abc");
 }
 
+TEST(FileStreams, PositionsGoBeyondFourGibibytes) {
+    constexpr std::uint64_t position = 5'368'709'120;
+    const TemporaryFolder folder;
+    const auto stream = streams.openForUpdating(folder / "sparse", nothingSpared);
+    ASSERT_TRUE(stream->seek(position));
+    EXPECT_EQ(stream->write(bytesOf("abc")), 3U);
+    ASSERT_TRUE(stream->seek(position + 1));
+    EXPECT_EQ(readFrom(*stream, 10), "bc");
+    EXPECT_EQ(fs::file_size(folder / "sparse"), position + 3);
+}
+
 TEST(FileStreams, AFullFileTakesWhatFitsAndSaysSo) {
     const TemporaryFolder folder;
     const auto stream = streams.openForUpdating(folder / "file", nothingSpared);

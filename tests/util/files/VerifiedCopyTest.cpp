@@ -302,6 +302,19 @@ TEST_F(VerifiedCopyTest, ADestinationThatCannotSeekGetsFiveLinesAChunkAndIsReadA
     EXPECT_TRUE(contentOf("/to/a") == contentOf(source));
 }
 
+TEST_F(VerifiedCopyTest, APositionBeyondFourGibibytesIsToldInFull) {
+    constexpr std::uint64_t size = 5'368'709'120;
+    makeBottomlessSource(size, {"/to/a"});
+    streams.files["/to/a"].seekError = 29;
+    streams.files["/to/a"].seekableBytes = size - chunk;
+    CopyObserver observer;
+    EXPECT_TRUE(copy({"/to/a"}, otherType, observer.delegate()));
+    EXPECT_EQ(console.systemLogLines(),
+              (Lines{"Error: unable to seek within file /to/a", "cur pos: 5368643584",
+                     "read size: 65536", "errno: 29", "err: 0"}));
+    EXPECT_EQ(sorted(observer.record().bytesWritten).back(), size);
+}
+
 TEST_F(VerifiedCopyTest, WithoutVerificationNothingIsReadBack) {
     makeSource(text(200'000));
     streams.files["/to/a"].seekError = 29;
@@ -413,6 +426,7 @@ TEST_F(VerifiedCopyTest, ALargeFileIsReportedEveryFiveHundredth) {
 TEST_F(VerifiedCopyTest, ADelegateThatAnswersFalseEndsTheCopyWithoutAWord) {
     for (const auto type : {VerificationType::none, VerificationType::md5, otherType}) {
         makeBottomlessSource(DescribedFile::unlimited, {"/to/a", "/to/b"});
+        fileSystem.attributes[source].size = 0;
         CopyObserver observer(false);
         EXPECT_FALSE(copy({"/to/a", "/to/b"}, type, observer.delegate()));
         const auto record = observer.record();
