@@ -1,7 +1,6 @@
 #include "tests/util/files/ArrayMemory.h"
 
 #include <cstddef>
-#include <cstdlib>
 #include <limits>
 #include <new>
 
@@ -12,15 +11,21 @@ constexpr int all = std::numeric_limits<int>::max();
 
 thread_local int sparedArrays = all;
 
-void* allocate(std::size_t size) noexcept {
+} // namespace
+
+// The linker puts the first one in the place of the second, which is operator new[](size, nothrow)
+// under its own name.
+void* allocateOrFail(std::size_t size, const std::nothrow_t& tag) noexcept
+    asm("__wrap__ZnamRKSt9nothrow_t");
+void* allocate(std::size_t size, const std::nothrow_t& tag) noexcept
+    asm("__real__ZnamRKSt9nothrow_t");
+
+void* allocateOrFail(std::size_t size, const std::nothrow_t& tag) noexcept {
     if (size >= large && sparedArrays != all && sparedArrays-- <= 0) {
-        sparedArrays = 0;
         return nullptr;
     }
-    return std::malloc(size);
+    return allocate(size, tag);
 }
-
-} // namespace
 
 NoMemoryForArrays::NoMemoryForArrays(int spared) {
     sparedArrays = spared;
@@ -28,29 +33,4 @@ NoMemoryForArrays::NoMemoryForArrays(int spared) {
 
 NoMemoryForArrays::~NoMemoryForArrays() {
     sparedArrays = all;
-}
-
-// All forms are replaced together: what one of them makes another one frees.
-
-void* operator new[](std::size_t size) {
-    if (auto* memory = allocate(size)) {
-        return memory;
-    }
-    throw std::bad_alloc();
-}
-
-void* operator new[](std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
-    return allocate(size);
-}
-
-void operator delete[](void* memory) noexcept {
-    std::free(memory);
-}
-
-void operator delete[](void* memory, std::size_t /*size*/) noexcept {
-    std::free(memory);
-}
-
-void operator delete[](void* memory, const std::nothrow_t& /*tag*/) noexcept {
-    std::free(memory);
 }

@@ -1,7 +1,7 @@
 #pragma once
 
-/// While it lives, this thread's allocations of arrays of 65,536 bytes or more fail, but for the
-/// first so many of them.
+/// While it lives, arrays of 65,536 bytes or more that this thread allocates without exceptions
+/// fail, but for the first so many of them.
 class NoMemoryForArrays {
 public:
     explicit NoMemoryForArrays(int spared = 0);
