@@ -5,7 +5,9 @@
 #include "platform/foundation/Text.h"
 #include "platform/linux/AuthorizationServices.h"
 #include "platform/linux/Console.h"
+#include "platform/linux/Digests.h"
 #include "platform/linux/ExtendedAttributes.h"
+#include "platform/linux/FileStreams.h"
 #include "platform/linux/FileSystem.h"
 #include "platform/linux/LocalTime.h"
 #include "platform/linux/LogFiles.h"
@@ -35,6 +37,8 @@ struct LinuxServices {
     native::SearchPaths searchPaths{userAccount};
     native::FileSystem fileSystem;
     native::ExtendedAttributes extendedAttributes;
+    native::FileStreams fileStreams;
+    native::Digests digests;
     native::PropertyLists propertyLists;
     native::Preferences preferences{preferencesDomain, userAccount, propertyLists};
     native::ProcessLauncher processLauncher;
@@ -50,6 +54,8 @@ struct LinuxServices {
         platform::install<SearchPaths>(searchPaths);
         platform::install<FileSystem>(fileSystem);
         platform::install<ExtendedAttributes>(extendedAttributes);
+        platform::install<FileStreams>(fileStreams);
+        platform::install<Digests>(digests);
         platform::install<PropertyLists>(propertyLists);
         platform::install<Preferences>(preferences);
         platform::install<ProcessLauncher>(processLauncher);

@@ -3,9 +3,11 @@
 #include "platform/foundation/Date.h"
 #include "platform/foundation/Timeout.h"
 #include "platform/foundation/Value.h"
+#include "util/files/FileCopy.h"
 #include "util/files/Finder.h"
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -307,4 +309,58 @@ public:
 
     /// Does nothing.
     static void disableFileSystemCachingForFile(const std::string& path);
+
+    // Copies that are followed and verified, and digests.
+
+    /// Copies a file to every destination, each the full path of the copy, in one pass on the
+    /// calling thread; a destination that exists is overwritten, folders that are missing on the
+    /// way to one are made. True when all of the source was read, also when a destination failed
+    /// its verification, of which the delegate is told.
+    ///
+    /// With a verification type other than none each chunk is read back from each destination as
+    /// soon as it is written. The dates of the source are put on the copies where it has a creation
+    /// date. The delegate, and the context objects, which are for the delegate, may be none. It is
+    /// told about at most 500 times, and never more often than every 20 MiB, how far the copy is.
+    ///
+    /// False, with the reason in the system log, when the source is missing, there is no
+    /// destination, a destination's folder cannot be made, the source cannot be read, a destination
+    /// cannot be opened or is the source itself, or the source has become shorter meanwhile; when a
+    /// chunk of the source cannot be read or no memory is left, the log and standard output have
+    /// the reason. False without a word when the delegate cancels. Partial copies stay. A
+    /// destination that takes no more bytes gets its lines in the system log and does not stop the
+    /// copy of the others.
+    static bool copyFileWithProgress(const std::string& source,
+                                     const std::vector<std::string>& destinations,
+                                     VerificationType verificationType,
+                                     const std::shared_ptr<FileCopyDelegate>& delegate,
+                                     const platform::Value& object, const platform::Value& object2);
+
+    /// The same to one destination, without verification.
+    static bool copyFileWithProgress(const std::string& source, const std::string& destination,
+                                     const std::shared_ptr<FileCopyDelegate>& delegate,
+                                     const platform::Value& object);
+    static bool copyFileWithProgress(const std::string& source, const std::string& destination,
+                                     const std::shared_ptr<FileCopyDelegate>& delegate,
+                                     const platform::Value& object, const platform::Value& object2);
+
+    /// The digest of what a context was fed, in lowercase hexadecimal digits: 32, 40, 64 or 128 of
+    /// them. The context stays as it is and can be fed on.
+    static std::string md5HashWithContext(const MD5Context& context);
+    static std::string sha1HashWithContext(const SHA1Context& context);
+    static std::string sha256HashWithContext(const SHA256Context& context);
+    static std::string sha512HashWithContext(const SHA512Context& context);
+
+    /// The digest of a file, in lowercase hexadecimal digits, made on the calling thread. Nothing
+    /// when the file cannot be opened, which is said in the system log, when it cannot be read or
+    /// no memory is left, which is said in the log and on standard output, and when the delegate,
+    /// which may be null, stops it.
+    static std::optional<std::string> md5HashForFile(const std::string& path);
+    static std::optional<std::string>
+    md5HashForFile(const std::string& path, const std::shared_ptr<ChecksumDelegate>& delegate);
+    static std::optional<std::string> sha1HashForFile(const std::string& path);
+    static std::optional<std::string>
+    sha1HashForFile(const std::string& path, const std::shared_ptr<ChecksumDelegate>& delegate);
+    static std::optional<std::string> sha512HashForFile(const std::string& path);
+    static std::optional<std::string>
+    sha512HashForFile(const std::string& path, const std::shared_ptr<ChecksumDelegate>& delegate);
 };
