@@ -8,6 +8,7 @@
 #include "platform/linux/FileSystem.h"
 #include "platform/linux/PropertyLists.h"
 #include "platform/linux/SearchPaths.h"
+#include "platform/linux/Trash.h"
 #include "platform/linux/UserAccount.h"
 #include "platform/linux/Workspace.h"
 #include "tests/support/PortDoubles.h"
@@ -40,6 +41,10 @@ int recycle(const Arguments& arguments) {
     return report(workspace.recycle(arguments.at(0), arguments.at(1), arguments.at(2)));
 }
 
+int makeTrash(const Arguments& arguments) {
+    return platform::native::makeTrash(arguments.at(0));
+}
+
 int remove(const Arguments& arguments) {
     return report(platform::native::FileSystem().removeItem(arguments.at(0)));
 }
@@ -70,8 +75,13 @@ int storePreference(const Arguments& arguments) {
 }
 
 const std::map<std::string, std::function<int(const Arguments&)>> commands{
-    {"recycle", recycle}, {"remove", remove},           {"unlock", unlock},
-    {"lock", lock},       {"environment", environment}, {"store-preference", storePreference},
+    {"recycle", recycle},
+    {"make-trash", makeTrash},
+    {"remove", remove},
+    {"unlock", unlock},
+    {"lock", lock},
+    {"environment", environment},
+    {"store-preference", storePreference},
 };
 
 } // namespace

@@ -72,6 +72,7 @@ public:
                                            const std::string& /*name*/) override {
         return std::nullopt;
     }
+    void makeTrash(const std::string& /*trash*/) override {}
 };
 
 inline const std::string shell = "/bin/sh";
