@@ -71,6 +71,11 @@ public:
     /// where it was: it is never deleted instead.
     [[nodiscard]] virtual std::optional<Error>
     recycle(const std::string& folder, const std::string& trash, const std::string& name) = 0;
+
+    /// Makes the Trash folder as the user knows it, as recycle() does, where nothing stands there,
+    /// for who moves items there otherwise. It is the user's own, closed to others. Where that
+    /// cannot be done nothing happens: the move then fails.
+    virtual void makeTrash(const std::string& trash) = 0;
 };
 
 } // namespace platform

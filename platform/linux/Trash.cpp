@@ -164,6 +164,11 @@ bool isEntryName(const std::string& name) {
 
 } // namespace
 
+int makeTrash(const std::string& trash) {
+    const int error = linkTrash(trash);
+    return error == 0 && isLinkToMissingHomeTrash(trash) ? makeHomeTrash() : error;
+}
+
 Failure trashItem(const std::string& folder, const std::string& trash, const std::string& name) {
     const auto item = path::appending(folder, name);
     struct stat itemStatus {};
@@ -173,10 +178,7 @@ Failure trashItem(const std::string& folder, const std::string& trash, const std
     if (::lstat(item.c_str(), &itemStatus) != 0) {
         return failure(errno);
     }
-    int error = linkTrash(trash);
-    if (error == 0 && isLinkToMissingHomeTrash(trash)) {
-        error = makeHomeTrash();
-    }
+    int error = makeTrash(trash);
     struct stat trashStatus {};
     if (error == 0 && ::lstat(trash.c_str(), &trashStatus) != 0) {
         error = errno;

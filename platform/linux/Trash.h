@@ -27,4 +27,7 @@ struct TrashFailure {
 [[nodiscard]] std::optional<TrashFailure>
 trashItem(const std::string& folder, const std::string& trash, const std::string& name);
 
+/// Makes what trashItem() makes before it moves the item. 0, or the errno.
+[[nodiscard]] int makeTrash(const std::string& trash);
+
 } // namespace platform::native

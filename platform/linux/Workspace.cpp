@@ -71,4 +71,8 @@ std::optional<Error> Workspace::recycle(const std::string& folder, const std::st
     return posixError(failure->number, name, movedToTrash, failure->why);
 }
 
+void Workspace::makeTrash(const std::string& trash) {
+    static_cast<void>(native::makeTrash(trash));
+}
+
 } // namespace platform::native

@@ -45,6 +45,7 @@ public:
     /// As trashItem(). A failure is also told in one line of the system log, which names the path.
     [[nodiscard]] std::optional<Error> recycle(const std::string& folder, const std::string& trash,
                                                const std::string& name) override;
+    void makeTrash(const std::string& trash) override;
 
 private:
     std::vector<std::string> applicationFolders();

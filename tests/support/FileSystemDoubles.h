@@ -188,6 +188,8 @@ class RecordingWorkspace : public platform::Workspace {
 public:
     /// Every item that was to be recycled, as folder, Trash folder and name.
     std::vector<std::vector<std::string>> recycled;
+    /// Every Trash folder that was to be there.
+    std::vector<std::string> trashesMade;
     std::set<std::string> packages;
     /// What recycling an item, named by its path, fails with.
     std::map<std::string, platform::Error> errors;
@@ -232,4 +234,5 @@ public:
         const auto found = errors.find(folder + "/" + name);
         return found == errors.end() ? std::nullopt : std::optional(found->second);
     }
+    void makeTrash(const std::string& trash) override { trashesMade.push_back(trash); }
 };

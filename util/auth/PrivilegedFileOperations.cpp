@@ -4,6 +4,7 @@
 #include "platform/FileSystem.h"
 #include "platform/LocalTime.h"
 #include "platform/Services.h"
+#include "platform/Workspace.h"
 #include "platform/foundation/Path.h"
 #include "util/paths/QFLocalPaths.h"
 #include "util/task/QFTaskEx.h"
@@ -153,11 +154,19 @@ bool QFAuthorization::authTrashFile(const std::string& path,
     if (deletesInsteadOfTrashing(deleteOnRootAccount)) {
         return authRemoveFile(destination);
     }
+    makeOwnTrash();
     return authMoveFile(path, destination);
 }
 
 bool QFAuthorization::deletesInsteadOfTrashing(DeleteOnRootAccount deleteOnRootAccount) const {
     return deleteOnRootAccount == DeleteOnRootAccount::yes && !userDirectory_ && isSuperuser();
+}
+
+// The Trash belongs to whoever it is for: the superuser makes none for somebody else.
+void QFAuthorization::makeOwnTrash() const {
+    if (!isSuperuser() || !userDirectory_) {
+        platform::service<platform::Workspace>().makeTrash(QFLocalPaths::trashDirectory());
+    }
 }
 
 std::string QFAuthorization::trashDestination(const std::string& path) const {

@@ -9,6 +9,7 @@
 #include "platform/linux/FileSystem.h"
 #include "platform/linux/PropertyLists.h"
 #include "platform/linux/SearchPaths.h"
+#include "platform/linux/Trash.h"
 #include "platform/linux/UserAccount.h"
 #include "platform/linux/Volumes.h"
 #include "platform/linux/Workspace.h"
@@ -42,6 +43,10 @@ int recycle(const Arguments& arguments) {
     platform::native::PropertyLists propertyLists;
     platform::native::Workspace workspace(account, searchPaths, propertyLists);
     return report(workspace.recycle(arguments.at(0), arguments.at(1), arguments.at(2)));
+}
+
+int makeTrash(const Arguments& arguments) {
+    return platform::native::makeTrash(arguments.at(0));
 }
 
 int remove(const Arguments& arguments) {
@@ -99,6 +104,7 @@ int storePreference(const Arguments& arguments) {
 
 const std::map<std::string, std::function<int(const Arguments&)>> commands{
     {"recycle", recycle},
+    {"make-trash", makeTrash},
     {"remove", remove},
     {"unlock", unlock},
     {"lock", lock},

@@ -55,6 +55,26 @@ TEST_F(Trash, BecomesALinkToTheDesktopsTrash) {
     EXPECT_EQ(fs::status(home / ".local/share/Trash").permissions(), fs::perms::owner_all);
 }
 
+TEST_F(Trash, IsMadeForItemsThatSomebodyElseMoves) {
+    for (int round = 0; round < 2; ++round) { // the second finds it, the third its remains
+        EXPECT_EQ(runChild({"make-trash", trash}, environment).status, 0);
+    }
+    EXPECT_EQ(fs::read_symlink(trash), home / ".local/share/Trash/files");
+    fs::remove_all(home / ".local/share/Trash");
+    EXPECT_EQ(runChild({"make-trash", trash}, environment).status, 0);
+    for (const auto* folder : {"", "/files", "/info"}) {
+        EXPECT_EQ(fs::status((home / ".local/share/Trash") + folder).permissions(),
+                  fs::perms::owner_all);
+    }
+}
+
+TEST_F(Trash, MakesNothingInPlaceOfWhatStandsThere) {
+    home.write(".Trash/a.txt");
+    EXPECT_EQ(runChild({"make-trash", trash}, environment).status, 0);
+    EXPECT_TRUE(stands(trash + "/a.txt"));
+    EXPECT_FALSE(stands(home / ".local"));
+}
+
 TEST_F(Trash, FollowsTheDataFolder) {
     const TemporaryFolder data;
     home.write("items/a.txt");
