@@ -88,7 +88,8 @@ public:
     /// Gives the item at `path` the place `newPath`. A link is moved itself. What stands at
     /// `newPath` is never replaced: an error. Onto another volume the item is copied, the copy is
     /// compared and made durable, and only then does the item go, so that at any moment one of the
-    /// two is whole; what a failure leaves at `newPath` is nothing.
+    /// two is whole. What a failure leaves at `newPath` is nothing, or, when something of the item
+    /// could not be removed after all, because others changed it meanwhile, the whole copy.
     [[nodiscard]] virtual std::optional<Error> moveItem(const std::string& path,
                                                         const std::string& newPath) = 0;
 

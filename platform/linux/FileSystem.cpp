@@ -87,8 +87,8 @@ std::optional<Error> errorUnlessZero(int number, const std::string& path, const 
 
 /// A copy, or a move, from path to path.
 std::optional<Error> transfer(const std::string& path, const std::string& newPath,
-                              std::optional<EntryFailure> (*work)(const ItemPlace&,
-                                                                  const ItemPlace&),
+                              std::optional<EntryFailure> (*work)(int, const std::string&, int,
+                                                                  const std::string&),
                               const char* participle) {
     ItemPlace source;
     ItemPlace destination;
@@ -99,7 +99,8 @@ std::optional<Error> transfer(const std::string& path, const std::string& newPat
     if (error != 0) {
         return posixError(error, path::lastComponent(path), participle);
     }
-    const auto failure = work(source, destination);
+    const auto failure =
+        work(source.folder.get(), source.name, destination.folder.get(), destination.name);
     if (failure && failure->number == EINVAL) {
         return posixError(EINVAL, failure->name, participle, "it can’t be put inside itself");
     }

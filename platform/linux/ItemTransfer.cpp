@@ -43,19 +43,20 @@ bool isInside(int folder, const Identity& outer) {
 /// One copy, or one move between volumes.
 class Transfer {
 public:
-    Transfer(const ItemPlace& source, const ItemPlace& destination, CopyPurpose purpose)
-        : source_(source), destination_(destination),
-          isMove_(purpose == CopyPurpose::replaceSource), purpose_(purpose) {}
+    Transfer(int source, const std::string& name, int destination, const std::string& newName,
+             CopyPurpose purpose)
+        : source_(source), name_(name), destination_(destination), newName_(newName),
+          purpose_(purpose), isMove_(purpose == CopyPurpose::replaceSource) {}
 
     Failure run() {
         if (const int error = examine(); error != 0) {
-            return EntryFailure{error, source_.name};
+            return EntryFailure{error, name_};
         }
         const bool isFolder = S_ISDIR(status_.stx_mode);
         auto failure =
             isFolder || S_ISREG(status_.stx_mode) ? copyOpened(isFolder) : copyInOneStep();
         if (!failure && isMove_) {
-            failure = removeTree(source_.folder.get(), source_.name, {.only = &copied_});
+            failure = removeTree(source_, name_, {.only = &copied_});
         }
         return failure;
     }
@@ -64,14 +65,13 @@ private:
     /// Looks at what can be told before anything is done. Gives 0, or the errno.
     int examine() {
         struct statx occupant {};
-        if (const int error = statusOfEntry(source_.folder.get(), source_.name, status_);
-            error != 0) {
+        if (const int error = statusOfEntry(source_, name_, status_); error != 0) {
             return error;
         }
-        if (statusOfEntry(destination_.folder.get(), destination_.name, occupant) == 0) {
+        if (statusOfEntry(destination_, newName_, occupant) == 0) {
             return EEXIST;
         }
-        if (S_ISDIR(status_.stx_mode) && isInside(destination_.folder.get(), identityOf(status_))) {
+        if (S_ISDIR(status_.stx_mode) && isInside(destination_, identityOf(status_))) {
             return EINVAL;
         }
         return isMove_ ? checkRemovable() : 0;
@@ -80,10 +80,10 @@ private:
     /// Whether the item may be taken out of its folder. Gives 0, or the errno.
     int checkRemovable() const {
         struct statx folder {};
-        if (::faccessat(source_.folder.get(), ".", W_OK | X_OK, AT_EACCESS) != 0) {
+        if (::faccessat(source_, ".", W_OK | X_OK, AT_EACCESS) != 0) {
             return errno;
         }
-        if (const int error = statusOf(source_.folder.get(), folder); error != 0) {
+        if (const int error = statusOf(source_, folder); error != 0) {
             return error;
         }
         const auto user = ::geteuid();
@@ -94,26 +94,24 @@ private:
 
     /// A link, a FIFO, a socket or a device stands there at once or not at all.
     Failure copyInOneStep() {
-        int error = copyUnopened(source_.folder.get(), source_.name, status_,
-                                 destination_.folder.get(), destination_.name);
+        int error = copyUnopened(source_, name_, status_, destination_, newName_);
         if (error == 0 && isMove_) {
             copied_.add(status_);
             error = makeNameDurable({});
             if (error != 0) {
-                ::unlinkat(destination_.folder.get(), destination_.name.c_str(), 0);
+                ::unlinkat(destination_, newName_.c_str(), 0);
             }
         }
-        return failureUnlessZero(error, source_.name);
+        return failureUnlessZero(error, name_);
     }
 
     Failure copyOpened(bool isFolder) {
-        TemporaryItem copy(destination_.folder.get(), destination_.name, isFolder);
+        TemporaryItem copy(destination_, newName_, isFolder);
         if (copy.error() != 0) {
-            return EntryFailure{copy.error(), source_.name};
+            return EntryFailure{copy.error(), name_};
         }
         dropInheritedLists(copy.item().get());
-        if (auto failure =
-                copyTree(source_.folder.get(), source_.name, copy.item(), purpose_, copied_)) {
+        if (auto failure = copyTree(source_, name_, copy.item(), purpose_, copied_)) {
             return failure;
         }
         int error = isMove_ ? makeContentDurable(copy.item(), isFolder) : 0;
@@ -126,7 +124,7 @@ private:
                 copy.takeBack();
             }
         }
-        return failureUnlessZero(error, source_.name);
+        return failureUnlessZero(error, name_);
     }
 
     /// Of a folder, the whole volume is written: one call that waits once for all of its files.
@@ -139,7 +137,7 @@ private:
 
     /// Some volumes cannot do that for a folder.
     int makeNameDurable(const FileDescriptor& item) const {
-        const auto folder = openFolder(destination_.folder.get(), ".");
+        const auto folder = openFolder(destination_, ".");
         if (!folder) { // It takes items without showing what is in it.
             return item ? makeContentDurable(item, true) : errno;
         }
@@ -147,25 +145,27 @@ private:
         return done || errno == EINVAL || errno == EOPNOTSUPP ? 0 : errno;
     }
 
-    const ItemPlace& source_;
-    const ItemPlace& destination_;
-    bool isMove_;
+    int source_;
+    const std::string& name_;
+    int destination_;
+    const std::string& newName_;
     CopyPurpose purpose_;
+    bool isMove_;
     struct statx status_ {};
     CopiedItems copied_;
 };
 
 } // namespace
 
-Failure copyItem(const ItemPlace& source, const ItemPlace& destination) {
-    return Transfer(source, destination, CopyPurpose::keepBoth).run();
+Failure copyItem(int source, const std::string& name, int destination, const std::string& newName) {
+    return Transfer(source, name, destination, newName, CopyPurpose::keepBoth).run();
 }
 
-Failure moveItem(const ItemPlace& source, const ItemPlace& destination) {
-    const int error = renameWithoutReplacing(source.folder.get(), source.name,
-                                             destination.folder.get(), destination.name);
-    return error == EXDEV ? Transfer(source, destination, CopyPurpose::replaceSource).run()
-                          : failureUnlessZero(error, source.name);
+Failure moveItem(int source, const std::string& name, int destination, const std::string& newName) {
+    const int error = renameWithoutReplacing(source, name, destination, newName);
+    return error == EXDEV
+               ? Transfer(source, name, destination, newName, CopyPurpose::replaceSource).run()
+               : failureUnlessZero(error, name);
 }
 
 } // namespace platform::native

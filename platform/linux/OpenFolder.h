@@ -14,7 +14,7 @@ struct Identity {
     std::uint32_t deviceMajor = 0;
     std::uint32_t deviceMinor = 0;
     std::uint64_t inode = 0;
-    auto operator<=>(const Identity&) const = default;
+    auto operator<=>(const Identity&) const = default; // NOLINT: it takes the 0 for a pointer.
 };
 
 Identity identityOf(const struct statx& status);

@@ -118,6 +118,7 @@ QF_CALL(int, mknodat, (int a, const char* b, mode_t c, dev_t d), (a, b, c, d), -
 QF_CALL(ssize_t, readlinkat, (int a, const char* b, char* c, size_t d), (a, b, c, d), -1)
 QF_CALL(ssize_t, pread, (int a, void* b, size_t c, off_t d), (a, b, c, d), -1)
 QF_CALL(ssize_t, pwrite, (int a, const void* b, size_t c, off_t d), (a, b, c, d), -1)
+QF_CALL(ssize_t, write, (int a, const void* b, size_t c), (a, b, c), -1)
 QF_CALL(ssize_t, copy_file_range, (int a, off64_t* b, int c, off64_t* d, size_t e, unsigned f),
         (a, b, c, d, e, f), -1)
 QF_CALL(int, ftruncate, (int a, off_t b), (a, b), -1)
