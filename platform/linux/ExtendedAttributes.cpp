@@ -22,7 +22,8 @@ Result ExtendedAttributes::size(const std::string& path, const std::string& name
 
 Result ExtendedAttributes::read(const std::string& path, const std::string& name,
                                 std::span<std::byte> buffer) {
-    return result(::getxattr(path.c_str(), attributeName(name).c_str(), buffer.data(), buffer.size()));
+    return result(
+        ::getxattr(path.c_str(), attributeName(name).c_str(), buffer.data(), buffer.size()));
 }
 
 Result ExtendedAttributes::set(const std::string& path, const std::string& name,
