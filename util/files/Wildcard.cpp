@@ -5,6 +5,8 @@
 #include "platform/foundation/Path.h"
 #include "platform/foundation/Text.h"
 
+#include <algorithm>
+#include <cstddef>
 #include <string_view>
 #include <utility>
 
@@ -18,29 +20,41 @@ namespace {
 constexpr char anyRun = '*';
 constexpr char anyCharacter = '?';
 
-/// An item that the components of the pattern so far have led to.
-struct Place {
-    std::string path;
-    /// Whether anything can be below it.
-    bool canBeFolder = true;
-};
+/// The items that the components of the pattern so far have led to.
+struct Places {
+    std::vector<std::string> paths;
+    /// Of each path, whether anything can be below it.
+    std::vector<bool> canBeFolder;
 
-using Places = std::vector<Place>;
+    void add(std::string path, bool mayBeFolder) {
+        paths.push_back(std::move(path));
+        canBeFolder.push_back(mayBeFolder);
+    }
+};
 
 bool isWildcard(std::string_view component) {
     return component.find(anyRun) != std::string_view::npos;
 }
 
-/// Whether the whole of a name is like a pattern. After a mismatch the last run takes one more
-/// character; runs before it need never be looked at again.
+/// `name` without its first character and all else at which nothing like `pattern` can begin.
+std::string_view afterMismatch(std::string_view name, std::string_view pattern) {
+    name.remove_prefix(text::firstCharacter(name).length);
+    return pattern.starts_with(anyCharacter)
+               ? name
+               : name.substr(std::min(name.find(pattern.front()), name.size()));
+}
+
+/// Whether the whole of a name is like a pattern. After a mismatch the last run takes more; runs
+/// before it need never be looked at again.
 bool isLike(std::string_view name, std::string_view pattern) {
     std::string_view nameAfterRun;
     std::string_view patternAfterRun;
-    bool hasRun = false;
     while (!name.empty() || !pattern.empty()) {
         if (pattern.starts_with(anyRun)) {
             pattern.remove_prefix(1);
-            hasRun = true;
+            if (pattern.empty()) {
+                return true;
+            }
             nameAfterRun = name;
             patternAfterRun = pattern;
         } else if (!name.empty() && pattern.starts_with(anyCharacter)) {
@@ -49,8 +63,8 @@ bool isLike(std::string_view name, std::string_view pattern) {
         } else if (!name.empty() && !pattern.empty() && name.front() == pattern.front()) {
             name.remove_prefix(1);
             pattern.remove_prefix(1);
-        } else if (hasRun && !nameAfterRun.empty()) {
-            nameAfterRun.remove_prefix(text::firstCharacter(nameAfterRun).length);
+        } else if (!nameAfterRun.empty()) {
+            nameAfterRun = afterMismatch(nameAfterRun, patternAfterRun);
             name = nameAfterRun;
             pattern = patternAfterRun;
         } else {
@@ -60,8 +74,8 @@ bool isLike(std::string_view name, std::string_view pattern) {
     return true;
 }
 
-/// Appends the entries of a folder that are like a component; of links, those that lead somewhere.
-void appendEntriesLike(const std::string& component, const std::string& folder, Places& places) {
+/// Adds the entries of a folder that are like a component; of links, those that lead somewhere.
+void addEntriesLike(const std::string& component, const std::string& folder, Places& places) {
     auto& fileSystem = platform::service<platform::FileSystem>();
     const auto entries = fileSystem.contentsOfDirectory(folder);
     if (!entries) {
@@ -74,8 +88,7 @@ void appendEntriesLike(const std::string& component, const std::string& folder, 
         auto item = path::appending(folder, entry.name);
         const bool isLink = entry.kind == ItemKind::link;
         if (!isLink || fileSystem.exists(item)) {
-            places.push_back(
-                {.path = std::move(item), .canBeFolder = isLink || entry.kind == ItemKind::folder});
+            places.add(std::move(item), isLink || entry.kind == ItemKind::folder);
         }
     }
 }
@@ -83,27 +96,19 @@ void appendEntriesLike(const std::string& component, const std::string& folder, 
 /// Where one component leads to from each of the places, in their order.
 Places placesBelow(const Places& places, const std::string& component) {
     Places below;
-    for (const auto& place : places) {
-        if (!place.canBeFolder) {
+    for (std::size_t index = 0; index < places.paths.size(); ++index) {
+        if (!places.canBeFolder[index]) {
             continue;
         }
+        const auto& folder = places.paths[index];
         if (isWildcard(component)) {
-            appendEntriesLike(component, place.path, below);
-        } else if (auto item = path::appending(place.path, component);
+            addEntriesLike(component, folder, below);
+        } else if (auto item = path::appending(folder, component);
                    QFFileManager::fileExistsAtPath(item)) {
-            below.push_back({.path = std::move(item)});
+            below.add(std::move(item), true);
         }
     }
     return below;
-}
-
-std::vector<std::string> paths(Places places) {
-    std::vector<std::string> result;
-    result.reserve(places.size());
-    for (auto& place : places) {
-        result.push_back(std::move(place.path));
-    }
-    return result;
 }
 
 /// The pattern as a path below the base folder, where there is one.
@@ -130,12 +135,13 @@ QFFileManager::filesMatchingWildcardPath(const std::string& path,
     if (!isWildcard(path)) {
         return {fullPath(path, fromBasePath)};
     }
-    const Places start{Place{.path = fromBasePath.value_or("/")}};
+    Places start;
+    start.add(fromBasePath.value_or("/"), true);
     Places places = start;
     for (const auto& component : path::components(path)) {
         places = component == "/" ? start : placesBelow(places, component);
     }
-    return paths(std::move(places));
+    return std::move(places.paths);
 }
 
 std::optional<std::string>

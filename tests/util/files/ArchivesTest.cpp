@@ -24,7 +24,7 @@ protected:
 TEST_F(Archives, PackingKeepsTheParentUnlessToldOtherwise) {
     makeWhenRun("/new.zip");
     EXPECT_TRUE(QFFileManager::compressFile("/source", "/new.zip"));
-    EXPECT_TRUE(QFFileManager::compressFile("/source", "/other.zip", IncludeParent::yes) == false);
+    EXPECT_FALSE(QFFileManager::compressFile("/source", "/other.zip", IncludeParent::yes));
     EXPECT_EQ(launcher.runs,
               (Lines{"/usr/bin/ditto -ck --keepParent /source /new.zip", "waited",
                      "/usr/bin/ditto -ck --keepParent /source /other.zip", "waited"}));
