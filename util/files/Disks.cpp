@@ -10,13 +10,11 @@
 
 namespace {
 
-using std::chrono_literals::operator""s;
-
 constexpr std::string_view root = "/";
 constexpr std::string_view volumesFolder = "/Volumes";
 
 constexpr const char* diskutilTool = "/usr/sbin/diskutil";
-constexpr auto patience = 5s;
+constexpr auto patience = std::chrono::seconds(5);
 constexpr std::string_view errorConverting = "Error converting diskutil output: %@";
 constexpr std::string_view noPropertyList =
     "The data couldn’t be read because it isn’t a property list.";
