@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <spawn.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -30,10 +31,30 @@ void check(int error, const std::string& what) {
     }
 }
 
-double secondsOf(const std::function<void()>& work) {
+/// How long something took, and how long it kept processors busy.
+struct Cost {
+    double seconds = 0;
+    double processorSeconds = 0;
+};
+
+double processorSeconds() {
+    double sum = 0;
+    for (const int who : {RUSAGE_SELF, RUSAGE_CHILDREN}) {
+        rusage usage{};
+        ::getrusage(who, &usage);
+        for (const auto& time : {usage.ru_utime, usage.ru_stime}) {
+            sum += static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) / 1e6;
+        }
+    }
+    return sum;
+}
+
+Cost costOf(const std::function<void()>& work) {
     const auto begin = std::chrono::steady_clock::now();
+    const auto processorsBefore = processorSeconds();
     work();
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+    const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - begin;
+    return {elapsed.count(), processorSeconds() - processorsBefore};
 }
 
 /// Minimum, median and maximum.
@@ -106,11 +127,16 @@ void compare(const std::string& title, int rounds, double bytes,
              const std::vector<Contender>& contenders) {
     std::vector<std::vector<double>> times(contenders.size());
     std::vector<std::vector<double>> ratios(contenders.size());
+    std::vector<std::vector<double>> processorRatios(contenders.size());
     for (int round = 0; round < rounds; ++round) {
+        Cost first;
         for (std::size_t index = 0; index < contenders.size(); ++index) {
             contenders[index].prepare();
-            times[index].push_back(secondsOf(contenders[index].run));
-            ratios[index].push_back(times[0].back() / times[index].back());
+            const auto cost = costOf(contenders[index].run);
+            first = index == 0 ? cost : first;
+            times[index].push_back(cost.seconds);
+            ratios[index].push_back(first.seconds / cost.seconds);
+            processorRatios[index].push_back(first.processorSeconds / cost.processorSeconds);
         }
     }
     std::printf("%s, %d rounds\n", title.c_str(), rounds);
@@ -118,9 +144,10 @@ void compare(const std::string& title, int rounds, double bytes,
         auto rates = times[index];
         std::ranges::transform(rates, rates.begin(),
                                [bytes](double seconds) { return bytes / seconds / 1e6; });
-        std::printf("  %-34s s: %-23s MB/s: %-20s first / this: %s\n",
+        std::printf("  %-36s s: %-21s MB/s: %-18s first / this: %-18s on processors: %s\n",
                     contenders[index].name.c_str(), spread(times[index], 3).c_str(),
-                    spread(rates, 0).c_str(), spread(ratios[index], 2).c_str());
+                    spread(rates, 0).c_str(), spread(ratios[index], 2).c_str(),
+                    spread(processorRatios[index], 2).c_str());
     }
     std::fflush(stdout);
 }

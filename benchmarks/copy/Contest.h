@@ -39,7 +39,8 @@ struct Contender {
 
 /// Runs every contender once a round, so that whatever disturbs the machine disturbs all, and
 /// prints each one's time, its rate when `bytes` are the work of a run, and what part of its time
-/// the first contender takes, as minimum / median / maximum.
+/// the first contender takes, also counted in processor time, which a busy machine does not
+/// stretch, as minimum / median / maximum.
 void compare(const std::string& title, int rounds, double bytes,
              const std::vector<Contender>& contenders);
 

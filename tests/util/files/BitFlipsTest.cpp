@@ -58,7 +58,7 @@ TEST_P(BitFlips, AreAlwaysReportedWithTheDigestOfWhatIsThere) {
         makeSource(content);
         const std::vector destinations(paths.begin(),
                                        paths.begin() + 1 + static_cast<int>(below(3)));
-        const auto flipped = destinations[below(destinations.size())];
+        const auto& flipped = destinations[below(destinations.size())];
         for (const auto& path : destinations) {
             streams.files[path].alter = nullptr;
         }

@@ -82,10 +82,10 @@ bool isDevice(const char* path) {
 TEST_F(VerifiedCopyOnDisk, ThreeHundredDestinationsGetTheContentAndTheDates) {
     const auto content = text(100'000);
     const auto source = folder.write("source", content);
-    std::vector<std::string> destinations;
-    for (int number = 0; number < 300; ++number) {
-        destinations.push_back(folder / ("new/" + std::to_string(number)));
-    }
+    std::vector<std::string> destinations(300);
+    std::ranges::generate(destinations, [this, number = 0]() mutable {
+        return folder / ("new/" + std::to_string(number++));
+    });
     CopyObserver observer;
     EXPECT_TRUE(copy(source, destinations, verified, observer.delegate()));
     for (const auto& destination : destinations) {

@@ -36,10 +36,8 @@ std::function<void(std::uint64_t, std::string&)> changing(std::uint64_t byte) {
 }
 
 std::vector<std::uint64_t> sorted(const std::vector<CopyObserver::Bytes>& calls) {
-    std::vector<std::uint64_t> counts;
-    for (const auto& call : calls) {
-        counts.push_back(call.count);
-    }
+    std::vector<std::uint64_t> counts(calls.size());
+    std::ranges::transform(calls, counts.begin(), &CopyObserver::Bytes::count);
     std::ranges::sort(counts);
     return counts;
 }
@@ -88,10 +86,9 @@ TEST_F(VerifiedCopyTest, TheSameDestinationTwiceIsWrittenTwice) {
 TEST_F(VerifiedCopyTest, ThreeHundredDestinations) {
     const auto content = text(70'000);
     makeSource(content);
-    std::vector<std::string> destinations;
-    for (int number = 0; number < 300; ++number) {
-        destinations.push_back("/to/" + std::to_string(number));
-    }
+    std::vector<std::string> destinations(300);
+    std::ranges::generate(destinations,
+                          [number = 0]() mutable { return "/to/" + std::to_string(number++); });
     streams.files["/to/299"].alter = changing(69'999);
     CopyObserver observer;
     EXPECT_TRUE(copy(destinations, VerificationType::md5, observer.delegate()));
