@@ -6,8 +6,9 @@ import os
 import subprocess
 import time
 from dataclasses import dataclass
+from enum import Enum
 
-from endtoend import plan
+from endtoend import half_suite, other_user, plan
 from endtoend.account import Account
 from endtoend.agents import Agents, NoManager
 from endtoend.check import check, print_report
@@ -26,6 +27,14 @@ COMPLETE = "Uninstall complete"
 LAST_BUTTON = (55, 35)
 
 
+class Installed(Enum):
+    """How much of the suite there is."""
+
+    WHOLE = "whole"
+    HALF = "half"
+    NOTHING = "nothing"
+
+
 @dataclass(frozen=True)
 class Wishes:
     """What a performance is to be like."""
@@ -33,7 +42,11 @@ class Wishes:
     program: str
     pictures: str
     remove_shared: bool
-    is_suite_installed: bool
+    installed: Installed
+    # Small files beside those that the suite has anyway.
+    more_files: int
+    # Another user has the same things, and the Trash holds namesakes; in a copy of the machine.
+    has_other_user: bool
     # In a copy of the machine tools may be held for a moment, so that the progress window is seen,
     # jobs are loaded, and the administrator's right is asked for.
     is_in_copy: bool
@@ -88,27 +101,35 @@ class Performance:
         return 1 if self._problems or report.problems else 0
 
     def _install(self) -> Manifest:
-        suite = SampleSuite("", self._account.home, cache_files=3000)
-        if self._wishes.is_suite_installed:
-            suite.install()
-        else:
+        home = self._account.home
+        suite = SampleSuite("", home, cache_files=3000, more_files=self._wishes.more_files)
+        moved: dict[str, str] = {}
+        if self._wishes.installed is Installed.NOTHING:
             suite.install_neighbours()
+        else:
+            suite.install()
+        if self._wishes.installed is Installed.HALF:
+            moved = half_suite.halve("", home)
         for folder in USER_FOLDERS:
-            give(self._account.home + folder, self._account.uid, self._account.gid)
+            give(home + folder, self._account.uid, self._account.gid)
         is_users = self._wishes.right is Right.NOT_NEEDED
         owner = (self._account.uid, self._account.gid) if is_users else (0, 0)
         for folder in LOCAL_FOLDERS:
             give(folder, *owner)
-        return Manifest.take("", self._account.home, self._watched, suite.processes)
+        if self._wishes.has_other_user:
+            suite.processes += other_user.install(self._account)
+        return Manifest.take("", home, self._watched, suite.processes, moved)
 
     def _start_companions(self, processes: list[Process]) -> None:
         for process in processes:
-            started = self._account.start([process.path, "1000000"], stdin=subprocess.DEVNULL,
-                                          stdout=subprocess.DEVNULL)
-            self._companions.append((process, started))
+            if os.path.isfile(process.path):
+                account = Account.named(process.user) if process.user else self._account
+                started = account.start([process.path, "1000000"], stdin=subprocess.DEVNULL,
+                                        stdout=subprocess.DEVNULL)
+                self._companions.append((process, started))
 
     def _load_agents(self) -> None:
-        if self._wishes.is_in_copy and self._wishes.is_suite_installed:
+        if self._wishes.is_in_copy and self._wishes.installed is Installed.WHOLE:
             try:
                 self._agents.load()
             except NoManager as reason:
@@ -133,7 +154,9 @@ class Performance:
         running: list[str] = []
         for process, started in self._companions:
             is_running = started.poll() is None
-            (running if is_running else stopped).append(os.path.basename(process.path))
+            name = os.path.basename(process.path)
+            (running if is_running else stopped).append(
+                f"{name} of {process.user}" if process.user else name)
             if is_running == process.is_stopped:
                 self._problems.append(f"{process.path} is {'still' if is_running else 'not'} "
                                       "running")
@@ -233,6 +256,12 @@ class Performance:
 def count_rows(manifest: Manifest, remove_shared: bool) -> int:
     """The rows of the plan that find an item in the machine-wide folders as long as none goes."""
     local = tuple(f"{folder}/" for folder in LOCAL_FOLDERS)
-    return sum(place.path in manifest.entries and place.path.startswith(local)
+    planned = manifest.planned()
+
+    def finds(place: plan.Place) -> bool:
+        is_bundle = f"{place.path}/Contents/Info.plist" in manifest.entries
+        return place.path in planned and (is_bundle or place.step not in plan.LOOKUP_STEPS)
+
+    return sum(finds(place) and place.path.startswith(local)
                and (remove_shared or place.step not in plan.SHARED_STEPS)
                for place in manifest.places())
