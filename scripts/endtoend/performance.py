@@ -5,13 +5,15 @@ from __future__ import annotations
 import os
 import subprocess
 import time
+from collections.abc import Iterator
+from contextlib import contextmanager
 from dataclasses import dataclass
 from enum import Enum
 
 from endtoend import half_suite, other_user, plan
 from endtoend.account import Account
 from endtoend.agents import Agents, NoManager
-from endtoend.check import check, print_report
+from endtoend.check import Report, Run, check, print_report
 from endtoend.held_tool import HeldTool
 from endtoend.manifest import Manifest
 from endtoend.right import Person, Right, wait_for_tools
@@ -43,13 +45,15 @@ class Wishes:
     pictures: str
     remove_shared: bool
     installed: Installed
+    cache_files: int
     # Small files beside those that the suite has anyway.
     more_files: int
     # Another user has the same things, and the Trash holds namesakes; in a copy of the machine.
     has_other_user: bool
-    # In a copy of the machine tools may be held for a moment, so that the progress window is seen,
-    # jobs are loaded, and the administrator's right is asked for.
+    # In a copy of the machine jobs are loaded, and the administrator's right is asked for.
     is_in_copy: bool
+    # A tool is held for a moment, so that the progress window is seen.
+    holds_tool: bool
     # The machine-wide items are root's unless the right is not needed.
     right: Right
 
@@ -70,10 +74,11 @@ class Performance:
         self._companions: list[tuple[Process, subprocess.Popen[bytes]]] = []
         self._is_complete = False
         self._problems: list[str] = []
-        self._held = HeldTool() if wishes.is_in_copy else None
+        self._held = HeldTool() if wishes.holds_tool else None
         self._agents = Agents(
             self._account, f"{wishes.build}/libexec/kelvane-uninstaller/tools/bin/launchctl")
         self._questions = 0
+        self._begin = 0.0
 
     def run(self) -> int:
         """Does it all, prints what came of it, and gives the exit status."""
@@ -81,14 +86,12 @@ class Performance:
         self._start_companions(manifest.processes)
         try:
             self._load_agents()
-            self._uninstall()
-            wait_for_tools()
+            report = self._perform(manifest)
         except (TooLate, RuntimeError) as failure:
             self._problems.append(str(failure))
+            report = self._check(manifest)
         self._look_at_companions()
         self._problems += self._agents.look()
-        report = check(manifest, self._wishes.remove_shared, self._wishes.right)
-        self._look_at_questions(manifest)
         print_report(report, self._account.home)
         if self._held:
             self._problems.append("the progress window was not seen")
@@ -100,9 +103,19 @@ class Performance:
             print(COMPLETE)
         return 1 if self._problems or report.problems else 0
 
+    def _perform(self, manifest: Manifest) -> Report:
+        """The uninstall itself, and what came of it."""
+        self._uninstall()
+        wait_for_tools()
+        self._look_at_questions(manifest)
+        return self._check(manifest)
+
+    def _check(self, manifest: Manifest, run: Run = Run.WHOLE) -> Report:
+        return check(manifest, self._wishes.remove_shared, self._wishes.right, run)
+
     def _install(self) -> Manifest:
         home = self._account.home
-        suite = SampleSuite("", home, cache_files=3000, more_files=self._wishes.more_files)
+        suite = SampleSuite("", home, self._wishes.cache_files, self._wishes.more_files)
         moved: dict[str, str] = {}
         if self._wishes.installed is Installed.NOTHING:
             suite.install_neighbours()
@@ -168,20 +181,26 @@ class Performance:
     # The program and its windows.
 
     def _uninstall(self) -> None:
-        begin = time.monotonic()
+        with self._running_program() as program:
+            screen = Screen(self._account, program)
+            main = screen.wait_for_window()
+            print(f"The window was up after {1000 * (time.monotonic() - self._begin):.0f} ms")
+            picture = screen.drawn_picture(main)
+            self._keep("main", picture)
+            if self._session.is_private:
+                self._press_buttons(screen, main, picture)
+            else:
+                self._ask_to_press()
+            self._follow(screen, program, main)
+
+    @contextmanager
+    def _running_program(self) -> Iterator[subprocess.Popen[bytes]]:
+        """The program, with the person who answers its questions; killed if it has not ended."""
+        self._begin = time.monotonic()
         with self._account.start([self._wishes.program], stdin=subprocess.DEVNULL) as program:
             person = self._person_for(program)
             try:
-                screen = Screen(self._account, program)
-                main = screen.wait_for_window()
-                print(f"The window was up after {1000 * (time.monotonic() - begin):.0f} ms")
-                picture = screen.drawn_picture(main)
-                self._keep("main", picture)
-                if self._session.is_private:
-                    self._press_buttons(screen, main, picture)
-                else:
-                    self._ask_to_press()
-                self._follow(screen, program, main)
+                yield program
             finally:
                 program.kill()
                 if person:
