@@ -157,8 +157,7 @@ class _Check:
         self._report(path, step, *self._whereabouts(path, step in plan.DELETING_STEPS, names))
 
     def _check_moved(self, path: str, step: int) -> None:
-        """An item that a privileged tool has moved: in the Trash under its own name, or with the
-        time where that name was taken."""
+        """An item that a privileged tool has moved, which leaves no note."""
         names = [name for name in self._unnoted_names
                  if is_name_in_trash(name, os.path.basename(path))]
         if path not in self._after and len(names) == 1:
@@ -233,10 +232,12 @@ class _Check:
 
 
 def is_name_in_trash(name: str, original: str) -> bool:
-    """Whether an item of this original name may have the name in the Trash."""
+    """Whether an item of this original name may have the name in the Trash: its own, with the time
+    where that was taken, or numbered where a later item has taken it."""
     stem, extension = os.path.splitext(original)
     stamped = re.escape(f"{stem}_") + r"\d{14}" + re.escape(extension or ".")
-    return name == original or bool(re.fullmatch(stamped, name, re.DOTALL))
+    numbered = re.escape(stem) + r" \d+" + re.escape(extension)
+    return name == original or bool(re.fullmatch(f"{stamped}|{numbered}", name, re.DOTALL))
 
 
 def printable(path: str) -> str:
