@@ -8,12 +8,14 @@
 #include "platform/Services.h"
 #include "platform/StartUp.h"
 #include "platform/foundation/Thread.h"
+#include "util/log/QFLog.h"
 
 #include <chrono>
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <iostream>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <utility>
 
@@ -33,7 +35,8 @@ public:
     bool isRunning() override { return child_->isRunning(); }
     void waitUntilExit() override {
         child_->waitUntilExit();
-        sum_ += std::exchange(launched_, Clock::now()) - launched_;
+        const auto now = Clock::now();
+        sum_ += now - std::exchange(launched_, now);
     }
     void terminate() override { child_->terminate(); }
     int terminationStatus() override { return child_->terminationStatus(); }
@@ -79,24 +82,32 @@ const char* titleOf(PlanAction action) {
     return "";
 }
 
+std::string line(Milliseconds time, Milliseconds tools, const std::string& what) {
+    std::ostringstream text;
+    text << time.count() << '\t' << tools.count() << '\t' << what << '\n';
+    return text.str();
+}
+
+/// The lines are written at the end, so that the log's do not get in between.
 void walk(TimedLauncher& launcher) {
     const auto begin = Clock::now();
     const auto rows = uninstallPlan(RemoveShared::yes);
-    std::printf("%.3f\t0\tthe plan itself\n", Milliseconds(Clock::now() - begin).count());
+    std::string lines = line(Clock::now() - begin, {}, "the plan itself");
     for (const auto& row : rows) {
         const auto rowBegin = Clock::now();
         walkUninstallPlan({row});
-        const Milliseconds time = Clock::now() - rowBegin;
-        std::printf("%.3f\t%.3f\t%s %s\n", time.count(), launcher.take().count(),
-                    titleOf(row.action), row.subject.c_str());
+        const auto time = Clock::now() - rowBegin;
+        lines += line(time, launcher.take(), titleOf(row.action) + (" " + row.subject));
     }
+    QFLog::finishWriting();
+    std::cout << lines << std::flush;
 }
 
 } // namespace
 
 int main(int argc, char** argv) {
     if (!std::filesystem::exists("/run/throwaway-copy")) {
-        std::fputs("This is the machine itself, not a throwaway copy.\n", stderr);
+        std::cerr << "This is the machine itself, not a throwaway copy.\n";
         return EXIT_FAILURE;
     }
     platform::installServices();
