@@ -13,7 +13,6 @@ from endtoend import plan, snapshot
 from endtoend.manifest import Manifest
 from endtoend.right import Right
 from endtoend.snapshot import Entry
-from endtoend.suite import LOCAL_FOLDERS
 
 # What a run may leave behind in the home folder: the log, the way to the Trash, and what the
 # toolkit keeps for itself.
@@ -55,8 +54,8 @@ class Report:
 
 def check(manifest: Manifest, remove_shared: bool, right: Right = Right.NOT_NEEDED,
           run: Run = Run.WHOLE) -> Report:
-    """Where the right is needed it is for all items in the machine-wide folders. They get into the
-    Trash without a note of where they came from; when it is refused they have to stay. A run that
+    """Where the right is needed it is for all items in folders of others. They get into the Trash
+    without a note of where they came from; when it is refused they have to stay. A run that
     was killed may have left notes of items that it did not move any more."""
     return _Check(manifest, remove_shared, right, run).report
 
@@ -66,7 +65,6 @@ class _Check:
         self._before = manifest.entries
         self._after = snapshot.take(manifest.watched)
         self._home = manifest.home
-        self._local = tuple(f"{manifest.root}{folder}/" for folder in LOCAL_FOLDERS)
         self._trash = f"{manifest.home}/.local/share/Trash"
         self._run = run
         self._expected: set[str] = set()
@@ -83,7 +81,7 @@ class _Check:
         for path, step in planned.items():
             if run is not Run.WHOLE:
                 self._check_after_kill(path, step, trashed.get(path, []))
-            elif right is Right.NOT_NEEDED or not path.startswith(self._local):
+            elif right is Right.NOT_NEEDED or not manifest.is_in_others_folder(path):
                 self._check_item(path, step, trashed.get(path, []))
             elif right is Right.GIVEN:
                 self._check_moved(path, step)

@@ -49,6 +49,11 @@ class Manifest:
                 steps.setdefault(place.path, place.step)
         return steps
 
+    def is_in_others_folder(self, path: str) -> bool:
+        """Whether an item stands where the user of the home folder may not take it away."""
+        folder = self.entries.get(os.path.dirname(path))
+        return folder is not None and folder.owner != self.entries[self.home].owner
+
     def write(self, file: str) -> None:
         """One JSON object a line: the frame first, then every entry."""
         planned = self.planned()

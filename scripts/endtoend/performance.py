@@ -25,6 +25,7 @@ from endtoend.waiting import PATIENCE_SECONDS, POLL_SECONDS, TooLate
 
 TREE = os.path.dirname(os.path.dirname(os.path.dirname(os.path.realpath(__file__))))
 COMPLETE = "Uninstall complete"
+UNREMOVED = "Error: Unable to remove LaunchAgent"
 # The middle of the last button at the foot of a window, from the lower right corner.
 LAST_BUTTON = (55, 35)
 
@@ -50,6 +51,8 @@ class Wishes:
     more_files: int
     # Another user has the same things, and the Trash holds namesakes; in a copy of the machine.
     has_other_user: bool
+    # The folder of the launch agents is root's, with all in it.
+    locks_agents: bool
     # In a copy of the machine jobs are loaded, and the administrator's right is asked for.
     is_in_copy: bool
     # A tool is held for a moment, so that the progress window is seen.
@@ -78,6 +81,7 @@ class Performance:
         self._agents = Agents(
             self._account, f"{wishes.build}/libexec/kelvane-uninstaller/tools/bin/launchctl")
         self._questions = 0
+        self._complaints = 0
         self._begin = 0.0
 
     def run(self) -> int:
@@ -91,7 +95,10 @@ class Performance:
             self._problems.append(str(failure))
             report = self._check(manifest)
         self._look_at_companions()
-        self._problems += self._agents.look()
+        are_kept = self._wishes.locks_agents and self._wishes.right is Right.REFUSED
+        self._problems += self._agents.look(are_kept)
+        if self._complaints != (len(plan.AGENTS) if are_kept else 0):
+            self._problems.append(f"the alert {UNREMOVED!r} was seen {self._complaints} times")
         print_report(report, self._account.home)
         if self._held:
             self._problems.append("the progress window was not seen")
@@ -129,6 +136,8 @@ class Performance:
         owner = (self._account.uid, self._account.gid) if is_users else (0, 0)
         for folder in LOCAL_FOLDERS:
             give(folder, *owner)
+        if self._wishes.locks_agents:
+            give(f"{home}/Library/LaunchAgents", 0, 0)
         if self._wishes.has_other_user:
             suite.processes += other_user.install(self._account)
         return Manifest.take("", home, self._watched, suite.processes, moved)
@@ -256,7 +265,11 @@ class Performance:
 
     def _meet(self, screen: Screen, window: Window) -> None:
         if window.title == COMPLETE:
-            self._meet_alert(screen, window)
+            self._is_complete = True
+            self._meet_alert(screen, window, "alert")
+        elif window.title == UNREMOVED:
+            self._complaints += 1
+            self._meet_alert(screen, window, "complaint")
         elif self._held:
             self._keep("progress", screen.drawn_picture(window))
             self._held.release()
@@ -264,23 +277,21 @@ class Performance:
         elif is_drawn(picture := screen.picture(window)):
             self._keep("progress", picture)
 
-    def _meet_alert(self, screen: Screen, window: Window) -> None:
-        self._keep("alert", screen.drawn_picture(window))
-        self._is_complete = True
+    def _meet_alert(self, screen: Screen, window: Window, name: str) -> None:
+        self._keep(name, screen.drawn_picture(window))
         if self._session.is_private:
             screen.activate(window)
             screen.press_key("Return")
 
 
 def count_rows(manifest: Manifest, remove_shared: bool) -> int:
-    """The rows of the plan that find an item in the machine-wide folders as long as none goes."""
-    local = tuple(f"{folder}/" for folder in LOCAL_FOLDERS)
+    """The rows of the plan that find an item in root's folders as long as none goes."""
     planned = manifest.planned()
 
     def finds(place: plan.Place) -> bool:
         is_bundle = f"{place.path}/Contents/Info.plist" in manifest.entries
         return place.path in planned and (is_bundle or place.step not in plan.LOOKUP_STEPS)
 
-    return sum(finds(place) and place.path.startswith(local)
+    return sum(finds(place) and manifest.is_in_others_folder(place.path)
                and (remove_shared or place.step not in plan.SHARED_STEPS)
                for place in manifest.places())

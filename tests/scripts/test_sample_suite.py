@@ -9,6 +9,7 @@ import tempfile
 import unittest
 from collections import Counter
 from collections.abc import Callable, Mapping
+from dataclasses import replace
 from urllib.parse import quote_from_bytes
 
 sys.path.insert(0, os.path.join(os.path.dirname(__file__), "../../scripts"))
@@ -211,6 +212,9 @@ class TheCheck(WithSuite):
 
     def test_finds_items_that_moved_although_the_right_was_refused(self) -> None:
         manual = f"{self.root}/Library/Documentation/Quillfen/Kelvane User Manual.pdf"
+        folder = os.path.dirname(manual)
+        entry = self.manifest.entries[folder]
+        self.manifest.entries[folder] = replace(entry, owner=entry.owner + 1)
         self.uninstall()
         self.assertIn(f"{manual}: is gone",
                       check(self.manifest, False, Right.REFUSED).problems)
