@@ -67,8 +67,9 @@ bool isTimeout(const GError& error) {
            g_error_matches(&error, G_DBUS_ERROR, G_DBUS_ERROR_TIMEOUT) != 0;
 }
 
+/// Rounded up, so that a timer does not go off in front of the end, to go off again as late.
 int millisecondsUntil(Clock::time_point end) {
-    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end - Clock::now());
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now());
     return static_cast<int>(std::max<std::int64_t>(left.count(), 1));
 }
 
