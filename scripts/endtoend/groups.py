@@ -54,9 +54,8 @@ def made_for(uid: int, gid: int, parents: list[Hierarchy]) -> Iterator[list[str]
     with ExitStack() as locks:
         for parent in parents:
             locks.enter_context(_locked(parent.folder))
-            for other in os.listdir(parent.folder):
-                if other.startswith(PREFIX):
-                    remove(f"{parent.folder}/{other}")
+        _remove_left_behind(parents)
+        for parent in parents:
             _make(f"{parent.folder}/{name}", uid, gid)
         yield [f"{parent.folder}/{name}" for parent in parents]
 
@@ -85,6 +84,23 @@ def _locked(folder: str) -> Iterator[None]:
         yield
     finally:
         os.close(handle)
+
+
+def _remove_left_behind(parents: list[Hierarchy]) -> None:
+    """Not those of a copy that is alive, which may have empty groups about to be used. Only the
+    unified hierarchy tells of processes in other namespaces; the groups of a copy bear one name."""
+    own = [(parent, name) for parent in parents for name in os.listdir(parent.folder)
+           if name.startswith(PREFIX)]
+    alive = {name for parent, name in own
+             if parent.is_unified and _has_processes(f"{parent.folder}/{name}")}
+    for parent, name in own:
+        if name not in alive:
+            remove(f"{parent.folder}/{name}")
+
+
+def _has_processes(group: str) -> bool:
+    with open(f"{group}/cgroup.events", encoding="ascii") as events:
+        return "populated 1\n" in events
 
 
 def _make(group: str, uid: int, gid: int) -> None:
