@@ -40,9 +40,8 @@ const char* nameOf(PlanAction action) {
 
 Paths agentFile(const std::string& label) {
     const auto library = QFLocalPaths::libraryDirectory(Domain::user);
-    return library
-               ? Paths{platform::path::appending(*library, "LaunchAgents/" + label + ".plist")}
-               : Paths{};
+    return library ? Paths{platform::path::appending(*library, "LaunchAgents/" + label + ".plist")}
+                   : Paths{};
 }
 
 Paths matchingReceipts(const std::string& library, const std::string& prefix) {
@@ -104,8 +103,7 @@ std::vector<InventoryRow> PlanInventory::take(platform::SharedItems sharedItems,
     for (const auto& row : uninstallPlan(removeShared ? RemoveShared::yes : RemoveShared::no)) {
         const auto paths = pathsOf(row);
         if (paths.empty()) {
-            const auto state =
-                row.action == PlanAction::kill ? ItemState::none : ItemState::absent;
+            const auto state = row.action == PlanAction::kill ? ItemState::none : ItemState::absent;
             rows.push_back({nameOf(row.action), row.subject, row.names, {}, state, 0});
         }
         for (const auto& path : paths) {
