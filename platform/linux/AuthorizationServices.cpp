@@ -6,6 +6,7 @@
 #include "platform/linux/ProcessSecrecy.h"
 #include "platform/linux/ToolOverlay.h"
 
+#include <fcntl.h>
 #include <pwd.h>
 #include <unistd.h>
 
@@ -91,6 +92,30 @@ private:
     void wipe() { ::explicit_bzero(text_.data(), text_.size()); }
 
     std::string text_;
+};
+
+/// Keeps what other programs complain about away from the terminal for a scope: PAM's helper says
+/// there that a password was wrong, in words of its own.
+class SilencedErrors {
+public:
+    SilencedErrors() : former_(::fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1)) {
+        const FileDescriptor null(::open("/dev/null", O_WRONLY | O_CLOEXEC));
+        if (former_ && null) {
+            ::dup2(null.get(), STDERR_FILENO);
+        }
+    }
+    ~SilencedErrors() {
+        if (former_) {
+            ::dup2(former_.get(), STDERR_FILENO);
+        }
+    }
+    SilencedErrors(const SilencedErrors&) = delete;
+    SilencedErrors& operator=(const SilencedErrors&) = delete;
+    SilencedErrors(SilencedErrors&&) = delete;
+    SilencedErrors& operator=(SilencedErrors&&) = delete;
+
+private:
+    FileDescriptor former_;
 };
 
 /// What the agent answers: whatever the person in front of the program does.
@@ -190,6 +215,7 @@ StartedHelper AuthorizationServices::askUser() {
 
 /// Has the program itself ask.
 StartedHelper AuthorizationServices::startAsking(PasswordQuestion& question) {
+    const SilencedErrors silenced;
     Secret secret;
     return startWithAgent(answererFor(question, secret));
 }

@@ -35,7 +35,7 @@ std::vector<Button> buttonsOf(const AlertDescription& description) {
 
 std::string promptOf(const std::vector<Button>& buttons) {
     if (buttons.size() == 1) {
-        return "Press Return: " + buttons.front().title;
+        return "[" + buttons.front().title + "] Press Return:";
     }
     std::string prompt;
     for (std::size_t index = 0; index < buttons.size(); ++index) {

@@ -158,6 +158,7 @@ void Window::confirm() {
     askYesOrNo(interface_.dialogue(), button->text + "? " + yesOrNo, this,
                [this, button](std::optional<bool> answer) {
                    if (answer.value_or(false)) {
+                       interface_.dialogue().screen().gap();
                        interface_.performConfirmed(button->action);
                    } else {
                        interface_.perform(description_.closeAction);
