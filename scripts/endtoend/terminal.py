@@ -92,9 +92,9 @@ class Terminal:
         return re.sub(r"[^\n]*\r(?=[^\n])", "", said)
 
     def statuses(self) -> list[str]:
-        """What a line that moves has shown, one after another."""
+        """What the line that moves has shown, one after another."""
         return [part for line in self.said.decode(errors="replace").split("\r\n")
-                for part in line.split("\r")[1:] if part.strip()]
+                for part in line.split("\r") if re.match(r"\[[ =]+\]", part)]
 
 
 def take_terminal(descriptor: int) -> None:
