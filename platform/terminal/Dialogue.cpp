@@ -94,7 +94,9 @@ void Dialogue::withdraw(const void* owner) {
 void Dialogue::begin() {
     if (questions_.front().echo == Echo::no) {
         hidden_ = std::make_unique<HiddenInput>();
-        input_.clear();
+        if (isTerminal()) {
+            input_.clear();
+        }
     }
     screen_.prompt(questions_.front().prompt);
     if (!takeLine()) {
