@@ -8,6 +8,7 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstring>
@@ -48,16 +49,21 @@ std::string converted(iconv_t converter, std::string text) {
     return result;
 }
 
+/// Appends a line; those that it becomes are indented as it is itself.
 void appendWrapped(std::string& result, const std::string& line, std::size_t columns) {
+    const std::string indentation(std::min(line.find_first_not_of(' '), line.size()), ' ');
     std::istringstream words(line);
     std::string word;
     std::size_t used = 0;
     while (words >> word) {
         const auto length = text::characterCount(word);
-        if (used > 0) {
-            const bool fits = used + 1 + length <= columns;
-            result += fits ? ' ' : '\n';
-            used = fits ? used + 1 : 0;
+        const bool fits = used == 0 || used + 1 + length <= columns;
+        if (used == 0 || !fits) {
+            result += fits ? indentation : "\n" + indentation;
+            used = indentation.size();
+        } else {
+            result += ' ';
+            ++used;
         }
         result += word;
         used += length;

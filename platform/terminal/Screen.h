@@ -44,7 +44,7 @@ private:
 };
 
 /// The text with line ends where lines of `columns` characters end, between words; a word that is
-/// longer stays whole.
+/// longer stays whole. The lines of a text that begins with spaces begin with as many.
 std::string wrapped(std::string_view text, std::size_t columns);
 
 /// UTF-8 in the character set of the user's locale. What that lacks is replaced by what is closest.

@@ -16,6 +16,11 @@ TEST(Wrapping, BreaksBetweenWords) {
     EXPECT_EQ(wrapped("12345 78901", 10), "12345\n78901");
 }
 
+TEST(Wrapping, KeepsTheIndentation) {
+    EXPECT_EQ(wrapped("  one two three", 9), "  one two\n  three");
+    EXPECT_EQ(wrapped("a\n    bbb ccc", 7), "a\n    bbb\n    ccc");
+}
+
 TEST(Wrapping, LeavesALongWordWhole) {
     EXPECT_EQ(wrapped("a /Library/Preferences/x b", 10), "a\n/Library/Preferences/x\nb");
 }
