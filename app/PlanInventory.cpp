@@ -10,6 +10,7 @@
 #include "util/paths/QFLocalPaths.h"
 
 #include <set>
+#include <utility>
 
 using platform::InventoryRow;
 using platform::ItemState;
@@ -48,9 +49,9 @@ Paths matchingReceipts(const std::string& library, const std::string& prefix) {
     Paths paths;
     const auto folder = library + "/Receipts";
     const auto entries = fileSystem().contentsOfDirectory(folder);
-    for (const auto& [name, kind] : entries.value_or(std::vector<platform::DirectoryEntry>())) {
-        if (platform::text::hasPrefixIgnoringCase(name, prefix)) {
-            paths.push_back(folder + "/" + name);
+    for (const auto& entry : entries.value_or(std::vector<platform::DirectoryEntry>())) {
+        if (platform::text::hasPrefixIgnoringCase(entry.name, prefix)) {
+            paths.push_back(folder + "/" + entry.name);
         }
     }
     return paths;
@@ -93,28 +94,50 @@ std::uint64_t sizeOf(const std::string& path) {
     return size;
 }
 
+/// Takes down one row of the plan after another.
+class Taking {
+public:
+    explicit Taking(platform::Sizes sizes) : sizes_(sizes) {}
+
+    void add(const PlanRow& row) {
+        const auto paths = pathsOf(row);
+        for (const auto& path : paths) {
+            const auto state = stateOf(path);
+            const bool isSized = state == ItemState::found && sizes_ == platform::Sizes::yes;
+            add(row, path, state, isSized ? sizeOf(path) : 0);
+        }
+        if (paths.empty()) {
+            add(row, {}, row.action == PlanAction::kill ? ItemState::none : ItemState::absent, 0);
+        }
+    }
+
+    std::vector<InventoryRow> rows() && { return std::move(rows_); }
+
+private:
+    void add(const PlanRow& row, const std::string& path, ItemState state, std::uint64_t size) {
+        rows_.push_back({nameOf(row.action), row.subject, row.names, path, state, size});
+    }
+
+    ItemState stateOf(const std::string& path) {
+        if (!QFFileManager::fileExistsAtPath(path)) {
+            return ItemState::absent;
+        }
+        return found_.insert(path).second ? ItemState::found : ItemState::repeated;
+    }
+
+    const platform::Sizes sizes_;
+    std::set<std::string> found_;
+    std::vector<InventoryRow> rows_;
+};
+
 } // namespace
 
 std::vector<InventoryRow> PlanInventory::take(platform::SharedItems sharedItems,
                                               platform::Sizes sizes) {
-    std::vector<InventoryRow> rows;
-    std::set<std::string> taken;
     const bool removeShared = sharedItems == platform::SharedItems::go;
+    Taking taking(sizes);
     for (const auto& row : uninstallPlan(removeShared ? RemoveShared::yes : RemoveShared::no)) {
-        const auto paths = pathsOf(row);
-        if (paths.empty()) {
-            const auto state = row.action == PlanAction::kill ? ItemState::none : ItemState::absent;
-            rows.push_back({nameOf(row.action), row.subject, row.names, {}, state, 0});
-        }
-        for (const auto& path : paths) {
-            auto state = ItemState::absent;
-            if (QFFileManager::fileExistsAtPath(path)) {
-                state = taken.insert(path).second ? ItemState::found : ItemState::repeated;
-            }
-            const bool isSized = state == ItemState::found && sizes == platform::Sizes::yes;
-            rows.push_back({nameOf(row.action), row.subject, row.names, path, state,
-                            isSized ? sizeOf(path) : 0});
-        }
+        taking.add(row);
     }
-    return rows;
+    return std::move(taking).rows();
 }
