@@ -122,6 +122,7 @@ private:
 PolkitAnswerer answererFor(PasswordQuestion& question, Secret& secret) {
     return [&](const std::vector<uid_t>& users, int attempt) {
         std::vector<Administrator> administrators;
+        administrators.reserve(users.size());
         for (const uid_t user : users) {
             administrators.push_back({user, userName(user)});
         }

@@ -114,7 +114,7 @@ std::string joined(const std::vector<std::string>& names) {
     return text;
 }
 
-std::string padded(std::string text, std::size_t width, bool toTheRight) {
+std::string padded(const std::string& text, std::size_t width, bool toTheRight) {
     const std::string gap(width > text.size() ? width - text.size() : 0, ' ');
     return toTheRight ? gap + text : text + gap;
 }
@@ -178,6 +178,7 @@ std::string written(const Json& document) {
 std::vector<RowOutcome> outcomesOf(const std::vector<InventoryRow>& before,
                                    Observation& observation) {
     std::vector<RowOutcome> outcomes;
+    outcomes.reserve(before.size());
     for (const auto& row : before) {
         outcomes.push_back(outcomeOf(row, observation));
     }

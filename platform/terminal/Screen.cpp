@@ -4,14 +4,14 @@
 
 #include <iconv.h>
 #include <langinfo.h>
-#include <locale.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <cstring>
+#include <clocale>
+#include <cstdint>
 #include <sstream>
 
 namespace platform::terminal {
@@ -24,7 +24,7 @@ constexpr std::size_t fewestColumns = 10;
 /// The name of the character set of the user's locale.
 std::string usersCharacterSet() {
     // The C library takes the substitutes for missing characters from the locale in use.
-    static const char* const locale = ::setlocale(LC_CTYPE, "");
+    static const char* const locale = std::setlocale(LC_CTYPE, "");
     return locale == nullptr ? "ANSI_X3.4-1968" : ::nl_langinfo(CODESET);
 }
 
@@ -102,7 +102,7 @@ std::string inUsersCharacters(std::string_view text) {
         return std::string(text);
     }
     const auto converter = ::iconv_open((set + "//TRANSLIT").c_str(), "UTF-8");
-    if (converter == reinterpret_cast<iconv_t>(-1)) {
+    if (reinterpret_cast<std::intptr_t>(converter) == -1) {
         return std::string(text);
     }
     auto result = converted(converter, std::string(text));
