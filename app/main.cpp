@@ -1,4 +1,5 @@
 #include "app/AppController.h"
+#include "app/PlanInventory.h"
 #include "platform/StartUp.h"
 
 #include <memory>
@@ -6,7 +7,8 @@
 int main(int argc, char* argv[]) {
     platform::installServices();
     std::unique_ptr<AppController> controller;
-    return platform::applicationMain(argc, argv, ":/MainMenu.ui",
+    PlanInventory inventory;
+    return platform::applicationMain(argc, argv, ":/MainMenu.ui", inventory,
                                      [&controller](platform::Interface& interface) {
                                          controller = std::make_unique<AppController>(interface);
                                          controller->awakeFromNib();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/Inventory.h"
 #include "platform/Windows.h"
 
 #include <functional>
@@ -12,14 +13,18 @@ namespace platform {
 /// the account's own is put there for the process and its children.
 void installServices();
 
-/// Runs a windowed application to its end and gives the process's exit status.
+/// Runs the application to its end, as the command line says, and gives the process's exit status.
 ///
-/// Puts the user interface behind its ports, loads the interface file, hands it to `awake`, which
-/// makes the application's controller out of it, shows the main window, whose outlet is
-/// "windowMain", and runs the event loop until the application terminates. Without a display, with
-/// an interface file that lacks what the controller asks for, or while another process of the same
-/// user runs the application, one line on standard error says so and the status is 1.
-int applicationMain(int argc, char** argv, const std::string& interfaceFile,
+/// On a desktop: puts the user interface behind its ports, loads the interface file, hands it to
+/// `awake`, which makes the application's controller out of it, shows the main window, whose outlet
+/// is "windowMain", and runs the event loop until the application terminates. Without a display,
+/// and when it is told to, the same on the terminal, or without a question. `inventory` tells what
+/// a run would do, for lists and reports.
+///
+/// When it cannot begin, one line on standard error says why: with an interface file that lacks
+/// what the controller asks for, while another process of the same user runs the application, or
+/// with nobody to ask. The statuses are those that the option --help explains.
+int applicationMain(int argc, char** argv, const std::string& interfaceFile, Inventory& inventory,
                     const std::function<void(Interface&)>& awake);
 
 } // namespace platform

@@ -1,11 +1,10 @@
-#include "platform/StartUp.h"
+#include "platform/qt/WindowedMain.h"
 
 #include "platform/Services.h"
 #include "platform/foundation/Exception.h"
 #include "platform/qt/AlertPanel.h"
 #include "platform/qt/Application.h"
 #include "platform/qt/Identity.h"
-#include "platform/qt/InstanceLock.h"
 #include "platform/qt/Interface.h"
 #include "platform/qt/StartUpMessages.h"
 
@@ -16,7 +15,7 @@
 #include <cstdlib>
 #include <memory>
 
-namespace platform {
+namespace platform::qt {
 
 namespace {
 
@@ -35,8 +34,8 @@ QIcon applicationIcon() {
 
 /// Makes Qt's application, or ends the process when there is no display to run it on.
 std::unique_ptr<QApplication> makeQtApplication(int& argc, char** argv) {
-    QCoreApplication::setApplicationName(qt::applicationName);
-    QGuiApplication::setDesktopFileName(qt::applicationName);
+    QCoreApplication::setApplicationName(applicationName);
+    QGuiApplication::setDesktopFileName(applicationName);
     auto application = std::make_unique<QApplication>(argc, argv);
     QApplication::setQuitOnLastWindowClosed(false);
     QApplication::setWindowIcon(applicationIcon());
@@ -45,39 +44,34 @@ std::unique_ptr<QApplication> makeQtApplication(int& argc, char** argv) {
 
 /// Puts the user interface behind its ports, for the rest of the process: threads may still call
 /// them when the event loop has ended.
-qt::Application& installUserInterface() {
-    static auto* application = new qt::Application;
-    static auto* panels = new qt::AlertPanels;
-    install<Application>(*application);
-    install<AlertPanels>(*panels);
+Application& installUserInterface() {
+    static auto* application = new Application;
+    static auto* panels = new AlertPanels;
+    install<platform::Application>(*application);
+    install<platform::AlertPanels>(*panels);
     return *application;
 }
 
 } // namespace
 
-int applicationMain(int argc, char** argv, const std::string& interfaceFile,
-                    const std::function<void(Interface&)>& awake) {
-    const qt::InstanceLock lock(qt::applicationName);
-    if (lock.isHeldByAnother()) {
-        qt::reportStartUpFailure("it is already running");
-        return EXIT_FAILURE;
-    }
-    auto messages = std::make_unique<qt::StartUpMessages>();
+int windowedMain(int argc, char** argv, const std::string& interfaceFile,
+                 const std::function<void(platform::Interface&)>& awake,
+                 const WithoutDisplay& withoutDisplay) {
+    auto messages = std::make_unique<StartUpMessages>(withoutDisplay);
     const auto qtApplication = makeQtApplication(argc, argv);
     auto& application = installUserInterface();
     try {
-        qt::Interface interface(QString::fromStdString(interfaceFile));
+        Interface interface(QString::fromStdString(interfaceFile));
         auto& mainWindow = interface.window(mainWindowOutlet);
         application.setMainWindow(&mainWindow);
         awake(interface);
         messages.reset();
         mainWindow.makeKeyAndOrderFront();
         return application.run();
-    } catch (const Exception& exception) {
-        qt::reportStartUpFailure(exception.reason());
+    } catch (const Exception&) {
         application.end();
-        return EXIT_FAILURE;
+        throw;
     }
 }
 
-} // namespace platform
+} // namespace platform::qt
