@@ -1,9 +1,11 @@
 #include "app/PlanInventory.h"
 
 #include "app/UninstallPlan.h"
+#include "platform/Console.h"
 #include "platform/FileSystem.h"
 #include "platform/Services.h"
 #include "platform/Workspace.h"
+#include "platform/foundation/Exception.h"
 #include "platform/foundation/Path.h"
 #include "platform/foundation/Text.h"
 #include "util/files/QFFileManager.h"
@@ -78,6 +80,16 @@ Paths pathsOf(const PlanRow& row) {
     return {};
 }
 
+/// The same; a row that the system cannot look up has no place, as the walk goes on without it.
+Paths placesOf(const PlanRow& row) {
+    try {
+        return pathsOf(row);
+    } catch (const platform::Exception& exception) {
+        platform::systemLog("%@", exception.reason());
+        return {};
+    }
+}
+
 std::uint64_t sizeOf(const std::string& path) {
     const auto attributes = fileSystem().attributesOfItem(path);
     if (!attributes) {
@@ -100,7 +112,7 @@ public:
     explicit Taking(platform::Sizes sizes) : sizes_(sizes) {}
 
     void add(const PlanRow& row) {
-        const auto paths = pathsOf(row);
+        const auto paths = placesOf(row);
         for (const auto& path : paths) {
             const auto state = stateOf(path);
             const bool isSized = state == ItemState::found && sizes_ == platform::Sizes::yes;

@@ -34,8 +34,12 @@ public:
 class KnowingWorkspace : public RecordingWorkspace {
 public:
     std::map<std::string, std::string> applications;
+    std::optional<platform::Exception> failure;
 
     std::optional<std::string> applicationPath(const std::string& bundleIdentifier) override {
+        if (failure) {
+            throw platform::Exception(*failure);
+        }
         const auto found = applications.find(bundleIdentifier);
         return found == applications.end() ? std::nullopt : std::optional(found->second);
     }
@@ -152,6 +156,15 @@ TEST_F(PlanInventoryTest, MeasuresNothingUnlessAsked) {
     for (const auto& row : take(SharedItems::go, Sizes::no)) {
         EXPECT_EQ(row.size, 0U) << row.path;
     }
+}
+
+TEST_F(PlanInventoryTest, GoesOnAfterALookUpThatFails) {
+    desktop.failure = platform::Exception("NSInternalException", "the desktop is gone");
+    disk.files = {agentFile};
+
+    EXPECT_EQ(take().size(), uninstallPlan(RemoveShared::no).size());
+    EXPECT_EQ(rowsAbout(agentFile).front().state, ItemState::found);
+    EXPECT_EQ(console.systemLogLines().front(), "the desktop is gone");
 }
 
 TEST_F(PlanInventoryTest, ChangesNothing) {
