@@ -15,6 +15,7 @@
 #include <array>
 #include <atomic>
 #include <cerrno>
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <thread>
@@ -466,4 +467,34 @@ TEST(CopyItem, LeavesOneCopyWhereTwoCopyAtOnce) {
         known.push_back("copy" + std::to_string(round));
     }
     EXPECT_EQ(strangers(folder.path(), known), std::vector<std::string>{});
+}
+
+TEST(CopyItem, IsNotLedOutsideByFoldersThatTurnIntoLinks) {
+    constexpr int rounds = 300;
+    const MemoryFolder folder;
+    fs::create_directories(folder / "victim/deep");
+    fs::create_directories(folder / "top/swapped/deep");
+    std::ofstream(folder / "victim/precious") << "secret";
+    std::ofstream(folder / "victim/deep/precious") << "secret";
+    ASSERT_EQ(::symlink((folder / "victim").c_str(), (folder / "link").c_str()), 0);
+    std::atomic<bool> done = false;
+    std::thread swapper([&] {
+        while (!done) {
+            ::renameat2(AT_FDCWD, (folder / "link").c_str(), AT_FDCWD,
+                        (folder / "top/swapped").c_str(), RENAME_EXCHANGE);
+        }
+    });
+    for (int round = 0; round < rounds; ++round) {
+        const auto error = fileSystem.copyItem(folder / "top", folder / "copy");
+        const auto swapped = folder / "copy/swapped";
+        if (!error && !fs::is_symlink(swapped)) {
+            EXPECT_EQ(strangers(swapped, {"deep"}), std::vector<std::string>{});
+            EXPECT_TRUE(fs::is_empty(swapped + "/deep"));
+        }
+        EXPECT_TRUE(!error || error->code == EAGAIN) << sentence(error);
+        fs::remove_all(folder / "copy");
+    }
+    done = true;
+    swapper.join();
+    EXPECT_EQ(strangers(folder.path(), {"victim", "top", "link"}), std::vector<std::string>{});
 }

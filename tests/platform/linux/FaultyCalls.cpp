@@ -101,11 +101,13 @@ int qfEndFaults() {
 }
 
 // One definition a call, under the name and with the failure value that it has.
+// NOLINTBEGIN(bugprone-macro-parentheses): a type stands in no parentheses.
 #define QF_CALL(RESULT, NAME, PARAMETERS, ARGUMENTS, FAILURE)                                      \
     RESULT NAME PARAMETERS {                                                                       \
         static const auto real = next(&::NAME, #NAME);                                             \
         return fails(#NAME) ? FAILURE : real ARGUMENTS;                                            \
     }
+// NOLINTEND(bugprone-macro-parentheses)
 
 QF_CALL(int, renameat2, (int a, const char* b, int c, const char* d, unsigned e), (a, b, c, d, e),
         -1)
