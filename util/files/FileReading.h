@@ -6,9 +6,9 @@
 #include "util/log/QFException.h"
 
 #include <cstddef>
+#include <cstdlib>
 #include <exception>
 #include <memory>
-#include <new>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -19,11 +19,15 @@ namespace filereading {
 /// How many bytes a file is read at a time.
 inline constexpr std::size_t chunkSize = 65536;
 
-using Buffer = std::unique_ptr<std::byte[]>;
+struct FreeMemory {
+    void operator()(std::byte* memory) const { std::free(memory); }
+};
+using Buffer = std::unique_ptr<std::byte[], FreeMemory>;
 
-/// A buffer for one chunk, all zeros; null when no memory is left.
+/// A buffer for one chunk, all zeros; null when no memory is left. Fresh pages are zero as they
+/// come, so that a small file does not pay for the whole chunk.
 inline Buffer makeBuffer() {
-    return Buffer(new (std::nothrow) std::byte[chunkSize]());
+    return Buffer(static_cast<std::byte*>(std::calloc(chunkSize, 1)));
 }
 
 /// The digest of what a context was fed, in lowercase hexadecimal digits.

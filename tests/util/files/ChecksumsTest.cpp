@@ -5,8 +5,8 @@
 #include "tests/support/DescribedMachine.h"
 #include "tests/support/FileStreamDoubles.h"
 #include "tests/support/TemporaryFolder.h"
-#include "tests/util/files/ArrayMemory.h"
 #include "tests/util/files/CopyObserver.h"
+#include "tests/util/files/NoMemory.h"
 
 #include <sys/stat.h>
 
@@ -161,7 +161,7 @@ TEST_F(Checksums, WithoutMemoryTheFileIsClosed) {
     describe(10);
     for (const auto hash : hashes) {
         {
-            const NoMemoryForArrays none;
+            const NoMemory none;
             EXPECT_EQ(hash(file), std::nullopt);
         }
         EXPECT_EQ(loggedLines(), Lines{"Error reading file /file - out of memory"});

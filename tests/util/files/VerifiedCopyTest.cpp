@@ -1,6 +1,6 @@
 #include "tests/util/files/VerifiedCopyTest.h"
 
-#include "tests/util/files/ArrayMemory.h"
+#include "tests/util/files/NoMemory.h"
 
 #include <algorithm>
 #include <array>
@@ -198,7 +198,7 @@ TEST_F(VerifiedCopyTest, WithoutMemoryForEitherBuffer) {
     makeSource("content");
     for (const int spared : {0, 1}) {
         {
-            const NoMemoryForArrays none(spared);
+            const NoMemory none(spared);
             EXPECT_FALSE(copy({"/to/a"}, VerificationType::md5));
         }
         EXPECT_EQ(loggedLines(), Lines{"Error copying file /from/source - out of memory"});
