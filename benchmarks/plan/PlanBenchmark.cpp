@@ -2,6 +2,7 @@
 // the machine, and prints a line a row: its milliseconds, those of them in which it waited for
 // tools, and what it is about, with tabs between. scripts/measure-plan runs it.
 
+#include "app/PlanInventory.h"
 #include "app/UninstallPlan.h"
 #include "platform/Application.h"
 #include "platform/ProcessLauncher.h"
@@ -114,12 +115,14 @@ int main(int argc, char** argv) {
     // Detached threads may use it until the process is gone: it is never destroyed.
     static auto& launcher = *new TimedLauncher(platform::service<platform::ProcessLauncher>());
     platform::install<platform::ProcessLauncher>(launcher);
-    return platform::applicationMain(argc, argv, ":/MainMenu.ui", [](platform::Interface&) {
-        platform::detachNewThread([] {
-            walk(launcher);
-            auto& application = platform::service<platform::Application>();
-            application.performOnMainThread([&] { application.terminate(); },
-                                            platform::Wait::untilDone);
+    PlanInventory inventory;
+    return platform::applicationMain(
+        argc, argv, ":/MainMenu.ui", inventory, [](platform::Interface&) {
+            platform::detachNewThread([] {
+                walk(launcher);
+                auto& application = platform::service<platform::Application>();
+                application.performOnMainThread([&] { application.terminate(); },
+                                                platform::Wait::untilDone);
+            });
         });
-    });
 }

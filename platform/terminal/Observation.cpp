@@ -38,6 +38,22 @@ public:
         return workspace_.applicationPath(bundleIdentifier);
     }
     bool isFilePackage(const std::string& path) override { return workspace_.isFilePackage(path); }
+    WorkspaceStatus registerApplication(const std::string& path) override {
+        return workspace_.registerApplication(path);
+    }
+    WorkspaceStatus noteFileSystemChanged(const std::string& path) override {
+        return workspace_.noteFileSystemChanged(path);
+    }
+    std::vector<std::string> mountedLocalVolumePaths() override {
+        return workspace_.mountedLocalVolumePaths();
+    }
+    std::optional<int> labelNumber(const std::string& path) override {
+        return workspace_.labelNumber(path);
+    }
+    std::optional<Error> setLabelNumber(const std::string& path, int number) override {
+        return workspace_.setLabelNumber(path, number);
+    }
+    void makeTrash(const std::string& trash) override { workspace_.makeTrash(trash); }
 
     std::optional<Error> recycle(const std::string& folder, const std::string& trash,
                                  const std::string& name) override {

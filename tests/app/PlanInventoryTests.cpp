@@ -23,11 +23,11 @@ constexpr const char* agentFile = "/home/someone/Library/LaunchAgents/com.quillf
 class SizedFileSystem : public DescribedFileSystem {
 public:
     std::optional<platform::ItemAttributes> attributesOfItem(const std::string& path) override {
-        auto attributes = DescribedFileSystem::attributesOfItem(path);
-        if (attributes) {
-            attributes->size = attributes->kind == platform::ItemKind::folder ? 1000 : 10;
+        auto known = DescribedFileSystem::attributesOfItem(path);
+        if (known) {
+            known->size = known->kind == platform::ItemKind::folder ? 1000 : 10;
         }
-        return attributes;
+        return known;
     }
 };
 

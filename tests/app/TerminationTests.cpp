@@ -1,6 +1,7 @@
 // What becomes of the log when somebody presses Cancel: the program itself, with entries queued.
 
 #include "app/AppController.h"
+#include "app/PlanInventory.h"
 
 #include "platform/Application.h"
 #include "platform/Services.h"
@@ -55,8 +56,9 @@ protected:
         std::string name = "kelvane-uninstaller";
         char* arguments[] = {name.data(), nullptr};
         std::unique_ptr<AppController> controller;
+        PlanInventory inventory;
         std::exit(platform::applicationMain(
-            1, arguments, ":/MainMenu.ui", [&](platform::Interface& interface) {
+            1, arguments, ":/MainMenu.ui", inventory, [&](platform::Interface& interface) {
                 controller = std::make_unique<AppController>(interface);
                 onceAwake();
             }));
