@@ -20,6 +20,8 @@ from endtoend.manifest import Manifest, installed_folders  # noqa: E402
 from endtoend.right import Right  # noqa: E402
 from endtoend.suite import SampleSuite  # noqa: E402
 
+# Thousands of files are written; where there is a file system in memory they never reach the disk.
+MEMORY = "/dev/shm" if os.access("/dev/shm", os.W_OK) else None
 SHARED_TOOL = "/Applications/Quillfen App Launcher.app"
 
 
@@ -27,7 +29,7 @@ class WithSuite(unittest.TestCase):
     """The suite in temporary folders, and a small uninstaller for it."""
 
     def setUp(self) -> None:
-        temporary = tempfile.TemporaryDirectory()
+        temporary = tempfile.TemporaryDirectory(dir=MEMORY)
         self.addCleanup(temporary.cleanup)
         self.root, self.home = f"{temporary.name}/root", f"{temporary.name}/home"
         os.mkdir(self.home)
