@@ -4,7 +4,7 @@
 #include <memory>
 
 int main(int argc, char* argv[]) {
-    platform::installServices();
+    platform::installServices({"com.quillfen.KelvaneUninstaller", QF_VERSION});
     std::unique_ptr<AppController> controller;
     return platform::applicationMain(argc, argv, ":/MainMenu.ui",
                                      [&controller](platform::Interface& interface) {

@@ -2,9 +2,9 @@
 
 #include "platform/Services.h"
 #include "platform/foundation/Exception.h"
+#include "platform/foundation/Path.h"
 #include "platform/qt/AlertPanel.h"
 #include "platform/qt/Application.h"
-#include "platform/qt/Identity.h"
 #include "platform/qt/InstanceLock.h"
 #include "platform/qt/Interface.h"
 #include "platform/qt/StartUpMessages.h"
@@ -35,8 +35,7 @@ QIcon applicationIcon() {
 
 /// Makes Qt's application, or ends the process when there is no display to run it on.
 std::unique_ptr<QApplication> makeQtApplication(int& argc, char** argv) {
-    QCoreApplication::setApplicationName(qt::applicationName);
-    QGuiApplication::setDesktopFileName(qt::applicationName);
+    QGuiApplication::setDesktopFileName(QCoreApplication::applicationName());
     auto application = std::make_unique<QApplication>(argc, argv);
     QApplication::setQuitOnLastWindowClosed(false);
     QApplication::setWindowIcon(applicationIcon());
@@ -57,7 +56,9 @@ qt::Application& installUserInterface() {
 
 int applicationMain(int argc, char** argv, const std::string& interfaceFile,
                     const std::function<void(Interface&)>& awake) {
-    const qt::InstanceLock lock(qt::applicationName);
+    const auto name = path::lastComponent(argc > 0 ? argv[0] : "");
+    QCoreApplication::setApplicationName(QString::fromStdString(name));
+    const qt::InstanceLock lock(name);
     if (lock.isHeldByAnother()) {
         qt::reportStartUpFailure("it is already running");
         return EXIT_FAILURE;

@@ -1,8 +1,8 @@
 #include "platform/qt/StartUpMessages.h"
 
 #include "platform/foundation/Text.h"
-#include "platform/qt/Identity.h"
 
+#include <QCoreApplication>
 #include <QString>
 
 #include <cstdlib>
@@ -43,7 +43,9 @@ void keepBack(QtMsgType type, const QMessageLogContext& /*context*/, const QStri
 } // namespace
 
 void reportStartUpFailure(std::string_view reason) {
-    std::cerr << std::string(applicationName) + ": " + text::printable(reason) + '\n' << std::flush;
+    std::cerr << QCoreApplication::applicationName().toStdString() + ": " +
+                     text::printable(reason) + '\n'
+              << std::flush;
 }
 
 StartUpMessages::StartUpMessages() : former_(qInstallMessageHandler(keepBack)) {
