@@ -19,8 +19,6 @@ set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 # Where a package's libraries are those of another package of this project.
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}/${CMAKE_INSTALL_LIBDIR})
-set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
-set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
 
 # debian_package(COMPONENT NAME SECTION DESCRIPTION [DEPENDS ...] [RECOMMENDS ...]): the
 # description's first line is the synopsis. DEPENDS adds to what the libraries ask for.
@@ -43,6 +41,17 @@ function(debian_package component name section description)
         DESTINATION ${CMAKE_INSTALL_DATADIR}/lintian/overrides COMPONENT ${component})
 endfunction()
 
+# debian_library(COMPONENT LIBRARY PACKAGE): tells which package programs need that are linked with
+# the library, and has the loader notice it.
+function(debian_library component library package)
+    set(folder ${CMAKE_CURRENT_BINARY_DIR}/${component})
+    file(WRITE ${folder}/shlibs
+        "${library} ${PROJECT_VERSION_MAJOR} ${package} (>= ${PROJECT_VERSION})\n")
+    file(WRITE ${folder}/triggers "activate-noawait ldconfig\n")
+    string(TOUPPER ${component} key)
+    set(CPACK_DEBIAN_${key}_PACKAGE_CONTROL_EXTRA ${folder}/shlibs ${folder}/triggers PARENT_SCOPE)
+endfunction()
+
 set(CPACK_COMPONENTS_ALL)
 debian_package(uninstaller kelvane-uninstaller admin
 "uninstaller of the Kelvane suite
@@ -58,11 +67,13 @@ Standard locations, a log with generations, child processes with time-outs,
 an administrator's authorization, file operations and background jobs, behind
 ports that an application fills with one call."
     RECOMMENDS pkexec polkitd systemd)
+debian_library(library libqfutil libqfutil1)
 debian_package(qtlibrary libqfutil-qt1 libs
 "utility layer of Quillfen's applications - windows
 The windows, event loop and alerts of applications that are built on the
 utility layer, by Qt."
     DEPENDS "libqfutil1 (= ${version})")
+debian_library(qtlibrary libqfutil-qt libqfutil-qt1)
 debian_package(development libqfutil-dev libdevel
 "utility layer of Quillfen's applications - development files
 The headers, and what CMake (find_package) and pkg-config need to build
