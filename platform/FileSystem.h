@@ -16,16 +16,16 @@ enum class ItemKind { file, folder, link, other };
 
 /// An entry of a folder.
 struct DirectoryEntry {
-    std::string name;
-    ItemKind kind = ItemKind::other;
+    std::string name;                ///< In the folder: no path.
+    ItemKind kind = ItemKind::other; ///< Of the entry itself.
     bool operator==(const DirectoryEntry&) const = default;
 };
 
 /// What the system keeps about an item; of a link, about the link itself.
 struct ItemAttributes {
-    ItemKind kind = ItemKind::other;
-    std::uint64_t size = 0; ///< In bytes.
-    Date modificationDate;
+    ItemKind kind = ItemKind::other; ///< Of the item itself.
+    std::uint64_t size = 0;          ///< In bytes.
+    Date modificationDate;           ///< When the content last changed.
     /// Missing where the file system keeps none.
     std::optional<Date> creationDate;
     /// Whether it may not be changed, moved or deleted.

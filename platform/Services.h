@@ -56,6 +56,7 @@ void install(Port& implementation) {
 template <class Port>
 class ScopedService {
 public:
+    /// `implementation` outlives the scope.
     explicit ScopedService(Port& implementation)
         : former_(detail::slot<Port>().exchange(&implementation, std::memory_order_acq_rel)) {}
     ~ScopedService() { detail::slot<Port>().store(former_, std::memory_order_release); }

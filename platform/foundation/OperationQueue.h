@@ -17,6 +17,7 @@ namespace platform {
 /// leaves an operation is one that nobody caught: it ends the process.
 class OperationQueue {
 public:
+    /// What is run.
     using Operation = std::function<void()>;
 
     OperationQueue() = default;
