@@ -45,6 +45,7 @@ struct AuthorizationItem {
 
     bool operator==(const AuthorizationItem&) const = default;
 };
+/// Rights, or credentials, in no order.
 using AuthorizationItemSet = std::vector<AuthorizationItem>;
 
 /// A handle, AuthorizationRef::none unless the status is errAuthorizationSuccess.

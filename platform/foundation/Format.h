@@ -60,6 +60,7 @@ private:
 /// here raises but std::bad_alloc. Any thread may call it.
 std::string format(std::string_view format, std::initializer_list<FormatArgument> arguments);
 
+/// The same, with the arguments one after another.
 template <class... Arguments>
 std::string format(std::string_view text, const Arguments&... arguments) {
     return format(text, {FormatArgument(arguments)...});
