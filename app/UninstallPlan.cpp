@@ -140,9 +140,9 @@ void trashMatching(const std::string& library, const std::string& prefix) {
     if (!entries) {
         return;
     }
-    for (const auto& [name, kind] : *entries) {
-        if (platform::text::hasPrefixIgnoringCase(name, prefix)) {
-            QFFileManager::trashFile(std::string(library).append("/Receipts/").append(name));
+    for (const auto& entry : *entries) {
+        if (platform::text::hasPrefixIgnoringCase(entry.name, prefix)) {
+            QFFileManager::trashFile(std::string(library).append("/Receipts/").append(entry.name));
         }
     }
 }

@@ -1,4 +1,6 @@
 #include "app/AppController.h"
+#include "app/PlanInventory.h"
+#include "platform/ApplicationMain.h"
 #include "platform/StartUp.h"
 
 #include <memory>
@@ -6,7 +8,8 @@
 int main(int argc, char* argv[]) {
     platform::installServices({"com.quillfen.KelvaneUninstaller", QF_VERSION});
     std::unique_ptr<AppController> controller;
-    return platform::applicationMain(argc, argv, ":/MainMenu.ui",
+    PlanInventory inventory;
+    return platform::applicationMain(argc, argv, ":/MainMenu.ui", inventory,
                                      [&controller](platform::Interface& interface) {
                                          controller = std::make_unique<AppController>(interface);
                                          controller->awakeFromNib();

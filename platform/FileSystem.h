@@ -18,7 +18,16 @@ enum class ItemKind { file, folder, link, other };
 struct DirectoryEntry {
     std::string name;                ///< In the folder: no path.
     ItemKind kind = ItemKind::other; ///< Of the entry itself.
+    /// In bytes, of a link its own; only where sizes were asked for, and never of a folder.
+    std::optional<std::uint64_t> size;
     bool operator==(const DirectoryEntry&) const = default;
+};
+
+/// Tells an item from every other one that exists at the time.
+struct ItemIdentity {
+    std::uint64_t volume = 0; ///< The file system's number.
+    std::uint64_t number = 0; ///< The item's number there.
+    bool operator==(const ItemIdentity&) const = default;
 };
 
 /// What the system keeps about an item; of a link, about the link itself.
@@ -54,6 +63,9 @@ public:
     /// Whether the current user may write to what stands at the path; links are followed.
     virtual bool isWritable(const std::string& path) = 0;
 
+    /// Which item stands at the path; links are followed. Nothing when there is none.
+    virtual std::optional<ItemIdentity> identityOfItem(const std::string& path) = 0;
+
     /// What a link leads to, as it is written there; nothing when there is no link.
     virtual std::optional<std::string> destinationOfSymbolicLink(const std::string& path) = 0;
 
@@ -65,6 +77,10 @@ public:
     virtual std::optional<std::vector<DirectoryEntry>>
     contentsOfDirectory(const std::string& path) = 0;
 
+    /// As contentsOfDirectory, with sizes. An entry that goes while the folder is read has none.
+    virtual std::optional<std::vector<DirectoryEntry>>
+    contentsOfDirectoryWithSizes(const std::string& path) = 0;
+
     /// Makes a folder, and those on the way to it that are missing. A folder that is there already
     /// is success.
     [[nodiscard]] virtual std::optional<Error> createDirectory(const std::string& path) = 0;
@@ -72,7 +88,8 @@ public:
     /// Gives the item at `path` the place `newPath`. A link is moved itself. What stands at
     /// `newPath` is never replaced: an error. Onto another volume the item is copied, the copy is
     /// compared and made durable, and only then does the item go, so that at any moment one of the
-    /// two is whole; what a failure leaves at `newPath` is nothing.
+    /// two is whole. What a failure leaves at `newPath` is nothing, or, when something of the item
+    /// could not be removed after all, because others changed it meanwhile, the whole copy.
     [[nodiscard]] virtual std::optional<Error> moveItem(const std::string& path,
                                                         const std::string& newPath) = 0;
 

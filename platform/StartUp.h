@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/Inventory.h"
 #include "platform/Windows.h"
 
 #include <functional>
@@ -44,7 +45,7 @@ QF_EXPORT int consoleMain(const std::function<int()>& body);
 /// an interface file that lacks what the controller asks for, or while another process of the same
 /// user runs the application, one line on standard error says so and the status is 1. The
 /// application's name, which its desktop file has too, is the last component of `argv[0]`.
-QF_EXPORT int applicationMain(int argc, char** argv, const std::string& interfaceFile,
-                              const std::function<void(Interface&)>& awake);
+QF_EXPORT int windowedMain(int argc, char** argv, const std::string& interfaceFile,
+                           const std::function<void(Interface&)>& awake);
 
 } // namespace platform

@@ -2,12 +2,32 @@
 
 #include "platform/foundation/Error.h"
 
+#include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace platform {
 
-/// The desktop's view of the machine: its applications and its Trash.
+/// What the desktop answers where a number is asked for; 0 is success. It may answer others, too.
+using WorkspaceStatus = std::int32_t;
+inline constexpr WorkspaceStatus noErr = 0;
+/// Nothing stands at the path.
+inline constexpr WorkspaceStatus fnfErr = -43;
+/// There is no session that a file browser could be part of.
+inline constexpr WorkspaceStatus procNotFound = -600;
+/// The session's bus does not take messages.
+inline constexpr WorkspaceStatus connectionInvalid = -609;
+/// The session's bus does not answer.
+inline constexpr WorkspaceStatus errAETimeout = -1712;
+/// The registration could not be kept.
+inline constexpr WorkspaceStatus kLSUnknownErr = -10810;
+/// There is no application at the path.
+inline constexpr WorkspaceStatus kLSApplicationNotFoundErr = -10814;
+/// The application does not tell its identifier.
+inline constexpr WorkspaceStatus kLSDataErr = -10817;
+
+/// The desktop's view of the machine: its applications, its volumes, its labels and its Trash.
 /// Any thread may call every member.
 class Workspace {
 public:
@@ -21,6 +41,28 @@ public:
     /// Whether the path is a folder that a person sees as one item, such as an application bundle.
     virtual bool isFilePackage(const std::string& path) = 0;
 
+    /// Makes the application bundle at an absolute path one that the desktop knows: applicationPath
+    /// finds it wherever it is, for as long as it is there. Registered again, it is known by what
+    /// it says of itself now.
+    virtual WorkspaceStatus registerApplication(const std::string& path) = 0;
+
+    /// Tells the file browsers of the session that the item at an absolute path has changed, a
+    /// folder with what is in it. Success means that it was told, not that anybody heard it.
+    virtual WorkspaceStatus noteFileSystemChanged(const std::string& path) = 0;
+
+    /// The absolute paths at which the machine's own volumes are mounted, "/" included; those of
+    /// other machines are left out.
+    virtual std::vector<std::string> mountedLocalVolumePaths() = 0;
+
+    /// The number of the label that a person has given an item, 0 for none; nothing where the item
+    /// is missing or cannot have a label. A final link is not followed.
+    virtual std::optional<int> labelNumber(const std::string& path) = 0;
+
+    /// Labels an item, with 0 not at all any more. Labels are numbered up to 7. A final link is not
+    /// followed.
+    [[nodiscard]] virtual std::optional<Error> setLabelNumber(const std::string& path,
+                                                              int number) = 0;
+
     /// Moves one item whole into the user's Trash, from where the desktop can restore it; a name
     /// that the Trash already holds gets a free one. A link is moved itself, not what it leads to.
     ///
@@ -29,6 +71,11 @@ public:
     /// where it was: it is never deleted instead.
     [[nodiscard]] virtual std::optional<Error>
     recycle(const std::string& folder, const std::string& trash, const std::string& name) = 0;
+
+    /// Makes the Trash folder as the user knows it, as recycle() does, where nothing stands there,
+    /// for who moves items there otherwise. It is the user's own, closed to others. Where that
+    /// cannot be done nothing happens: the move then fails.
+    virtual void makeTrash(const std::string& trash) = 0;
 };
 
 } // namespace platform

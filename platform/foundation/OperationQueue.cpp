@@ -2,6 +2,7 @@
 
 #include "platform/foundation/Exception.h"
 
+#include <algorithm>
 #include <string>
 #include <system_error>
 #include <utility>
@@ -68,12 +69,14 @@ void OperationQueue::waitUntilAllOperationsAreFinished() {
         }
         return;
     }
-    waiters_.fetch_add(1);
-    {
-        std::unique_lock lock(mutex_);
-        finishedGrew_.wait(lock, [&] { return finishedBelow_.load() >= target; });
+    std::unique_lock lock(mutex_);
+    for (;;) {
+        awaited_.store(std::min(awaited_.load(), target));
+        if (finishedBelow_.load() >= target) {
+            return;
+        }
+        finishedGrew_.wait(lock);
     }
-    waiters_.fetch_sub(1);
 }
 
 void OperationQueue::run() noexcept {
@@ -130,11 +133,13 @@ bool OperationQueue::takeBatch() {
     return !batch_.empty();
 }
 
-/// Only where no operation is under way are all that were taken finished.
+/// Only where no operation is under way are all that were taken finished. Waiters sleep until the
+/// first of them has what it waits for; the others then say again what they wait for.
 void OperationQueue::publishFinished() {
     finishedBelow_.store(taken_);
-    if (waiters_.load() != 0) {
+    if (taken_ >= awaited_.load()) {
         const std::lock_guard lock(mutex_);
+        awaited_.store(nothingAwaited);
         finishedGrew_.notify_all();
     }
 }

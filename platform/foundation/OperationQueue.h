@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <deque>
 #include <functional>
+#include <limits>
 #include <mutex>
 #include <thread>
 
@@ -66,7 +67,8 @@ private:
 
     // What is changed now and then.
     alignas(cacheLine) std::atomic<std::uint64_t> cancelledBelow_{0};
-    std::atomic<std::uint64_t> waiters_{0};
+    static constexpr auto nothingAwaited = std::numeric_limits<std::uint64_t>::max();
+    std::atomic<std::uint64_t> awaited_{nothingAwaited}; // by the waiter that needs the fewest
     std::condition_variable wakeUp_;
     std::condition_variable finishedGrew_;
     std::thread thread_;

@@ -24,7 +24,9 @@ std::size_t dottedExtensionLength(std::string_view name) {
 } // namespace
 
 std::string appending(std::string_view path, std::string_view component) {
-    std::string joined(withoutTrailingSlashes(path));
+    std::string joined;
+    joined.reserve(path.size() + 1 + component.size());
+    joined = withoutTrailingSlashes(path);
     const auto first = component.find_first_not_of('/');
     if (first == std::string_view::npos) {
         return joined;

@@ -36,7 +36,8 @@ std::size_t utf16Length(std::string_view text);
 /// `text` without the white space and line ends (Unicode's) at both its ends.
 std::string_view trimmed(std::string_view text);
 
-/// `text` with its ASCII letters in lower case.
+/// `text` with its letters (Unicode's) in lower case, each for itself, so that it has as many
+/// characters as before.
 std::string lowercased(std::string_view text);
 
 /// Whether `text` begins with `prefix`, ASCII letters compared without case.

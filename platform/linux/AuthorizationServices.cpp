@@ -1,13 +1,17 @@
 #include "platform/linux/AuthorizationServices.h"
 
+#include "platform/PasswordQuestion.h"
+#include "platform/Services.h"
 #include "platform/linux/PolkitAgent.h"
 #include "platform/linux/ProcessSecrecy.h"
 #include "platform/linux/ToolOverlay.h"
 
+#include <fcntl.h>
 #include <pwd.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstring>
 #include <string_view>
 #include <system_error>
 #include <utility>
@@ -52,6 +56,84 @@ PolkitAnswerer answererFor(uid_t user, const std::string& password) {
 bool isOneLine(const std::string& text) {
     constexpr std::string_view ends("\n\0", 2);
     return text.find_first_of(ends) == std::string::npos;
+}
+
+/// The user's login name, the number where there is none.
+std::string userName(uid_t user) {
+    constexpr std::size_t mostBytes = 1U << 20U;
+    passwd entry{};
+    passwd* found = nullptr;
+    for (std::size_t size = 4096; size <= mostBytes; size *= 2) {
+        std::vector<char> strings(size);
+        if (::getpwuid_r(user, &entry, strings.data(), size, &found) != ERANGE) {
+            return found == nullptr ? std::to_string(user) : found->pw_name;
+        }
+    }
+    return std::to_string(user);
+}
+
+/// A password that is wiped from memory when it is replaced and at the end.
+class Secret {
+public:
+    Secret() = default;
+    ~Secret() { wipe(); }
+    Secret(const Secret&) = delete;
+    Secret& operator=(const Secret&) = delete;
+    Secret(Secret&&) = delete;
+    Secret& operator=(Secret&&) = delete;
+
+    void replace(std::string& text) {
+        wipe();
+        text_.swap(text);
+    }
+    const std::string& text() const { return text_; }
+
+private:
+    void wipe() { ::explicit_bzero(text_.data(), text_.size()); }
+
+    std::string text_;
+};
+
+/// Keeps what other programs complain about away from the terminal for a scope: PAM's helper says
+/// there that a password was wrong, in words of its own.
+class SilencedErrors {
+public:
+    SilencedErrors() : former_(::fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1)) {
+        const FileDescriptor null(::open("/dev/null", O_WRONLY | O_CLOEXEC));
+        if (former_ && null) {
+            ::dup2(null.get(), STDERR_FILENO);
+        }
+    }
+    ~SilencedErrors() {
+        if (former_) {
+            ::dup2(former_.get(), STDERR_FILENO);
+        }
+    }
+    SilencedErrors(const SilencedErrors&) = delete;
+    SilencedErrors& operator=(const SilencedErrors&) = delete;
+    SilencedErrors(SilencedErrors&&) = delete;
+    SilencedErrors& operator=(SilencedErrors&&) = delete;
+
+private:
+    FileDescriptor former_;
+};
+
+/// What the agent answers: whatever the person in front of the program does.
+PolkitAnswerer answererFor(PasswordQuestion& question, Secret& secret) {
+    return [&](const std::vector<uid_t>& users, int attempt) {
+        std::vector<Administrator> administrators;
+        administrators.reserve(users.size());
+        for (const uid_t user : users) {
+            administrators.push_back({user, userName(user)});
+        }
+        auto given = administrators.empty() ? std::nullopt : question.ask(administrators, attempt);
+        if (!given || !isOneLine(given->password)) {
+            return PolkitAnswer{.kind = PolkitAnswer::Kind::dismiss};
+        }
+        secret.replace(given->password);
+        return PolkitAnswer{PolkitAnswer::Kind::password, given->administrator.userId,
+                            &secret.text()};
+    };
 }
 
 } // namespace
@@ -122,13 +204,32 @@ StartedHelper AuthorizationServices::askUser() {
         const std::lock_guard obtaining(obtaining_);
         const ProcessSecrecy secrecy;
         if (isPolkitAvailable()) {
-            started = startHelper(paths_);
+            auto* question = installedService<PasswordQuestion>();
+            started = question == nullptr ? startHelper(paths_) : startAsking(*question);
         }
     }
     const std::lock_guard lock(mutex_);
     question_ = {};
     answer.set_value(started);
     return started;
+}
+
+/// Has the program itself ask.
+StartedHelper AuthorizationServices::startAsking(PasswordQuestion& question) {
+    const SilencedErrors silenced;
+    Secret secret;
+    return startWithAgent(answererFor(question, secret));
+}
+
+/// Starts a helper, with an agent for this process that answers polkit's question.
+StartedHelper AuthorizationServices::startWithAgent(PolkitAnswerer answerer) {
+    try {
+        const PolkitAgent agent(::getpid(), std::move(answerer));
+        return agent.isRegistered() ? startHelper(paths_)
+                                    : StartedHelper{errAuthorizationDenied, nullptr};
+    } catch (const std::system_error&) { // no thread left
+        return {};
+    }
 }
 
 StartedHelper AuthorizationServices::authorize(const AuthorizationItemSet& credentials) {
@@ -140,16 +241,7 @@ StartedHelper AuthorizationServices::authorize(const AuthorizationItemSet& crede
     }
     const std::lock_guard obtaining(obtaining_);
     const ProcessSecrecy secrecy;
-    if (!isPolkitAvailable()) {
-        return {};
-    }
-    try {
-        const PolkitAgent agent(::getpid(), answererFor(*user, *password));
-        return agent.isRegistered() ? startHelper(paths_)
-                                    : StartedHelper{errAuthorizationDenied, nullptr};
-    } catch (const std::system_error&) { // no thread left
-        return {};
-    }
+    return isPolkitAvailable() ? startWithAgent(answererFor(*user, *password)) : StartedHelper{};
 }
 
 void AuthorizationServices::free(AuthorizationRef ref, AuthorizationFlags /*flags*/) {

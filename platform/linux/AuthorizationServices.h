@@ -2,6 +2,7 @@
 
 #include "platform/AuthorizationServices.h"
 #include "platform/linux/HelperStart.h"
+#include "platform/linux/PolkitAgent.h"
 
 #include <future>
 #include <map>
@@ -9,13 +10,18 @@
 #include <mutex>
 #include <optional>
 
+namespace platform {
+class PasswordQuestion;
+}
+
 namespace platform::native {
 
 /// The administrator's right through polkit. A handle that has the right has a connection to a
 /// helper that pkexec has started as the superuser; the right lasts as long as the connection.
 ///
-/// With kAuthorizationFlagInteractionAllowed the desktop's own agent asks the user; calls that come
-/// while it asks share its answer, and so the connection. Without it the credentials answer
+/// With kAuthorizationFlagInteractionAllowed the user is asked, by the program where there is a
+/// PasswordQuestion, else by the desktop's own agent; calls that come meanwhile share the answer,
+/// and so the connection. Without it the credentials answer
 /// polkit's question, as the agent for this process alone: nothing appears on the screen. The
 /// password is used where it stands in the arguments and is copied nowhere; while it is in use and
 /// while a right is held, the process writes no core dump and lets no other look into it. Rights
@@ -51,6 +57,8 @@ private:
     /// The handle's connection, null while it has no right; nothing for a handle that is none.
     std::optional<Connection> find(AuthorizationRef ref);
     StartedHelper askUser();
+    StartedHelper startAsking(PasswordQuestion& question);
+    StartedHelper startWithAgent(PolkitAnswerer answerer);
     StartedHelper authorize(const AuthorizationItemSet& credentials);
 
     const HelperPaths paths_;

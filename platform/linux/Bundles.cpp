@@ -82,9 +82,7 @@ public:
 
 private:
     bool matches(const std::string& bundle) const {
-        const auto information = propertyLists_.read(informationFile(bundle));
-        const auto* identifier = information["CFBundleIdentifier"].as<std::string>();
-        return identifier != nullptr && text::lowercased(*identifier) == identifier_;
+        return text::lowercased(bundleIdentifier(bundle, propertyLists_)) == identifier_;
     }
 
     std::string identifier_;
@@ -95,6 +93,16 @@ private:
 
 bool isPackage(const std::string& path) {
     return isDirectory(path, 0) && looksLikePackage(path);
+}
+
+Value bundleInformation(const std::string& bundle, platform::PropertyLists& propertyLists) {
+    return propertyLists.read(informationFile(bundle));
+}
+
+std::string bundleIdentifier(const std::string& bundle, platform::PropertyLists& propertyLists) {
+    const auto information = bundleInformation(bundle, propertyLists);
+    const auto* identifier = information["CFBundleIdentifier"].as<std::string>();
+    return identifier == nullptr ? std::string() : *identifier;
 }
 
 std::optional<std::string> findBundle(const std::string& folder, const std::string& identifier,

@@ -11,6 +11,12 @@ namespace platform::native {
 /// name has the extension of a package, or it holds a bundle's Contents/Info.plist.
 bool isPackage(const std::string& path);
 
+/// What a bundle says of itself, its Contents/Info.plist; none where that cannot be read.
+Value bundleInformation(const std::string& bundle, platform::PropertyLists& propertyLists);
+
+/// The identifier that a bundle has in its Info.plist; empty for none.
+std::string bundleIdentifier(const std::string& bundle, platform::PropertyLists& propertyLists);
+
 /// The first bundle below `folder`, eight folders deep and in the order of the names' bytes, whose
 /// identifier is `identifier`, compared without case. Links below `folder` are not followed and
 /// packages are not searched inside. An Info.plist that cannot be read counts as none.

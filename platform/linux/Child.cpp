@@ -19,7 +19,8 @@ namespace {
 constexpr int unknownStatus = -1;
 
 FileDescriptor openChild(pid_t identifier) {
-    return FileDescriptor(static_cast<int>(::syscall(SYS_pidfd_open, identifier, 0)));
+    return aboveStandardStreams(
+        FileDescriptor(static_cast<int>(::syscall(SYS_pidfd_open, identifier, 0))));
 }
 
 } // namespace

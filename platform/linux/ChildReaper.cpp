@@ -15,7 +15,8 @@ ChildReaper& ChildReaper::shared() {
     return reaper;
 }
 
-ChildReaper::ChildReaper() : events_(::epoll_create1(EPOLL_CLOEXEC)) {
+ChildReaper::ChildReaper()
+    : events_(aboveStandardStreams(FileDescriptor(::epoll_create1(EPOLL_CLOEXEC)))) {
     if (!events_) {
         throw resourceFailure(errno, "NSGenericException", "descriptor");
     }

@@ -13,7 +13,7 @@ namespace {
 /// What an entry is; the folder itself need not know.
 ItemKind kindOf(int folder, const dirent& entry) {
     if (entry.d_type != DT_UNKNOWN) {
-        return itemKind(DTTOIF(entry.d_type));
+        return itemKind(static_cast<mode_t>(DTTOIF(entry.d_type)));
     }
     struct stat status {};
     const char* name = static_cast<const char*>(entry.d_name);

@@ -35,6 +35,7 @@ constexpr std::array reasons{
     Reason{EOPNOTSUPP, "the volume doesn’t support it"},
     Reason{EINVAL, "the system doesn’t allow it"},
     Reason{ESTALE, "another program has moved it"},
+    Reason{EAGAIN, "another program is changing it"},
     Reason{EIO, "the volume reports a fault"},
     Reason{EMFILE, "too many files are open"},
     Reason{ENFILE, "too many files are open"},

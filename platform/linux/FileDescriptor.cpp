@@ -1,6 +1,7 @@
 #include "platform/linux/FileDescriptor.h"
 
 #include <cerrno>
+#include <fcntl.h>
 
 namespace platform::native {
 
@@ -10,6 +11,13 @@ void FileDescriptor::reset() {
         ::close(release());
         errno = error;
     }
+}
+
+FileDescriptor aboveStandardStreams(FileDescriptor descriptor) {
+    if (!descriptor || descriptor.get() > STDERR_FILENO) {
+        return descriptor;
+    }
+    return FileDescriptor(::fcntl(descriptor.get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
 }
 
 } // namespace platform::native

@@ -37,4 +37,8 @@ private:
     int descriptor_ = -1;
 };
 
+/// Moves a descriptor above those of the three standard streams: there nobody closes it who opens
+/// those anew, and another process's streams are put together without two of them meeting.
+FileDescriptor aboveStandardStreams(FileDescriptor descriptor);
+
 } // namespace platform::native

@@ -1,9 +1,13 @@
 #include "platform/linux/FileSystem.h"
 
 #include "platform/foundation/Path.h"
+#include "platform/linux/CreationDate.h"
 #include "platform/linux/Directory.h"
 #include "platform/linux/Errors.h"
 #include "platform/linux/FileDescriptor.h"
+#include "platform/linux/Folders.h"
+#include "platform/linux/ItemPlace.h"
+#include "platform/linux/ItemTransfer.h"
 #include "platform/linux/ToolOverlay.h"
 #include "platform/linux/TreeRemoval.h"
 #include "platform/linux/WholeFiles.h"
@@ -17,7 +21,6 @@
 #include <array>
 #include <cerrno>
 #include <climits>
-#include <filesystem>
 
 namespace platform::native {
 
@@ -35,6 +38,31 @@ int changeImmutableFlag(const std::string& path, bool immutable) {
     return ::ioctl(item.get(), FS_IOC_SETFLAGS, &flags) == 0 ? 0 : errno;
 }
 
+/// The size of a folder's entry, where it counts.
+std::optional<std::uint64_t> sizeOf(int folder, const DirectoryEntry& entry) {
+    struct stat status {};
+    if (entry.kind == ItemKind::folder || ::fstatat(folder, entry.name.c_str(), &status,
+                                                    AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT) != 0) {
+        return std::nullopt;
+    }
+    return static_cast<std::uint64_t>(status.st_size);
+}
+
+template <class Size>
+std::optional<std::vector<DirectoryEntry>> readFolder(const std::string& path, Size size) {
+    Directory directory(
+        FileDescriptor(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NONBLOCK | O_CLOEXEC)));
+    if (!directory) {
+        return std::nullopt;
+    }
+    std::vector<DirectoryEntry> entries;
+    while (auto entry = directory.next()) {
+        entry->size = size(directory.descriptor(), *entry);
+        entries.push_back(std::move(*entry));
+    }
+    return directory.error() == 0 ? std::optional(std::move(entries)) : std::nullopt;
+}
+
 Date date(const statx_timestamp& time) {
     return Date(std::chrono::duration_cast<Date::duration>(std::chrono::seconds(time.tv_sec) +
                                                            std::chrono::nanoseconds(time.tv_nsec)));
@@ -45,6 +73,38 @@ timespec timespecOf(Date date) {
     const auto seconds = std::chrono::floor<std::chrono::seconds>(sinceEpoch);
     return {.tv_sec = seconds.count(),
             .tv_nsec = std::chrono::nanoseconds(sinceEpoch - seconds).count()};
+}
+
+std::optional<Error> failureOf(const std::optional<EntryFailure>& failure, const char* participle) {
+    return failure ? std::optional(posixError(failure->number, failure->name, participle))
+                   : std::nullopt;
+}
+
+std::optional<Error> errorUnlessZero(int number, const std::string& path, const char* participle) {
+    return number == 0 ? std::nullopt
+                       : std::optional(posixError(number, path::lastComponent(path), participle));
+}
+
+/// A copy, or a move, from path to path.
+std::optional<Error> transfer(const std::string& path, const std::string& newPath,
+                              std::optional<EntryFailure> (*work)(int, const std::string&, int,
+                                                                  const std::string&),
+                              const char* participle) {
+    ItemPlace source;
+    ItemPlace destination;
+    int error = findPlace(path, source);
+    if (error == 0) {
+        error = findPlace(newPath, destination);
+    }
+    if (error != 0) {
+        return posixError(error, path::lastComponent(path), participle);
+    }
+    const auto failure =
+        work(source.folder.get(), source.name, destination.folder.get(), destination.name);
+    if (failure && failure->number == EINVAL) {
+        return posixError(EINVAL, failure->name, participle, "it can’t be put inside itself");
+    }
+    return failureOf(failure, participle);
 }
 
 } // namespace
@@ -67,6 +127,13 @@ bool FileSystem::isWritable(const std::string& path) {
     return ::faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) == 0;
 }
 
+std::optional<ItemIdentity> FileSystem::identityOfItem(const std::string& path) {
+    struct stat status {};
+    return ::stat(path.c_str(), &status) == 0
+               ? std::optional(ItemIdentity{.volume = status.st_dev, .number = status.st_ino})
+               : std::nullopt;
+}
+
 std::optional<std::string> FileSystem::destinationOfSymbolicLink(const std::string& path) {
     std::array<char, PATH_MAX> target{};
     const ssize_t length = ::readlink(path.c_str(), target.data(), target.size());
@@ -80,59 +147,49 @@ std::optional<ItemAttributes> FileSystem::attributesOfItem(const std::string& pa
                 &status) != 0) {
         return std::nullopt;
     }
-    const bool hasCreationDate = (status.stx_mask & STATX_BTIME) != 0;
-    return ItemAttributes{
-        .kind = itemKind(status.stx_mode),
-        .size = status.stx_size,
-        .modificationDate = date(status.stx_mtime),
-        .creationDate = hasCreationDate ? std::optional(date(status.stx_btime)) : std::nullopt,
-        .immutable =
-            (status.stx_attributes_mask & status.stx_attributes & STATX_ATTR_IMMUTABLE) != 0};
+    const auto kind = itemKind(status.stx_mode);
+    auto creationDate = storedCreationDate(path, kind);
+    if (!creationDate && (status.stx_mask & STATX_BTIME) != 0) {
+        creationDate = date(status.stx_btime);
+    }
+    return ItemAttributes{.kind = kind,
+                          .size = status.stx_size,
+                          .modificationDate = date(status.stx_mtime),
+                          .creationDate = creationDate,
+                          .immutable = (status.stx_attributes_mask & status.stx_attributes &
+                                        STATX_ATTR_IMMUTABLE) != 0};
 }
 
 std::optional<std::vector<DirectoryEntry>>
 FileSystem::contentsOfDirectory(const std::string& path) {
-    Directory directory(
-        FileDescriptor(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NONBLOCK | O_CLOEXEC)));
-    if (!directory) {
-        return std::nullopt;
-    }
-    std::vector<DirectoryEntry> entries;
-    while (auto entry = directory.next()) {
-        entries.push_back({std::move(entry->name), entry->kind});
-    }
-    return directory.error() == 0 ? std::optional(std::move(entries)) : std::nullopt;
+    return readFolder(path, [](int /*folder*/, const DirectoryEntry& /*entry*/) {
+        return std::optional<std::uint64_t>();
+    });
+}
+
+std::optional<std::vector<DirectoryEntry>>
+FileSystem::contentsOfDirectoryWithSizes(const std::string& path) {
+    return readFolder(path, sizeOf);
 }
 
 std::optional<Error> FileSystem::createDirectory(const std::string& path) {
-    std::error_code error;
-    std::filesystem::create_directories(path, error);
-    return error ? std::optional(posixError(error.value(), path::lastComponent(path), "created"))
-                 : std::nullopt;
+    constexpr mode_t everything = 0777;
+    return errorUnlessZero(path.starts_with('/') ? makeFolders(path, everything) : EINVAL, path,
+                           "created");
 }
 
 std::optional<Error> FileSystem::moveItem(const std::string& path, const std::string& newPath) {
-    if (::renameat2(AT_FDCWD, path.c_str(), AT_FDCWD, newPath.c_str(), RENAME_NOREPLACE) != 0) {
-        return posixError(errno, path::lastComponent(path), "moved");
-    }
-    return std::nullopt;
+    return transfer(path, newPath, native::moveItem, "moved");
 }
 
 std::optional<Error> FileSystem::copyItem(const std::string& path, const std::string& newPath) {
-    std::error_code error;
-    std::filesystem::copy(path, newPath,
-                          std::filesystem::copy_options::recursive |
-                              std::filesystem::copy_options::copy_symlinks,
-                          error);
-    return error ? std::optional(posixError(error.value(), path::lastComponent(path), "copied"))
-                 : std::nullopt;
+    return transfer(path, newPath, native::copyItem, "copied");
 }
 
 std::optional<Error> FileSystem::writeAtomically(const std::string& path,
                                                  std::string_view content) {
-    const int error = replaceFile(path, content);
-    return error == 0 ? std::nullopt
-                      : std::optional(posixError(error, path::lastComponent(path), "saved"));
+    return errorUnlessZero(path.starts_with('/') ? replaceFile(path, content) : EINVAL, path,
+                           "saved");
 }
 
 std::optional<Error> FileSystem::setModificationDate(const std::string& path, Date date) {
@@ -143,8 +200,8 @@ std::optional<Error> FileSystem::setModificationDate(const std::string& path, Da
                : std::optional(posixError(errno, path::lastComponent(path), "changed"));
 }
 
-std::optional<Error> FileSystem::setCreationDate(const std::string& path, Date /*date*/) {
-    return posixError(EOPNOTSUPP, path::lastComponent(path), "changed");
+std::optional<Error> FileSystem::setCreationDate(const std::string& path, Date date) {
+    return errorUnlessZero(storeCreationDate(path, date), path, "changed");
 }
 
 std::optional<Error> FileSystem::setPosixPermissions(const std::string& path,
@@ -175,16 +232,10 @@ std::optional<Error> FileSystem::setImmutable(const std::string& path, bool immu
 }
 
 std::optional<Error> FileSystem::removeItem(const std::string& path) {
-    const auto name = path::lastComponent(path);
-    if (name.empty() || name == "/" || name == "." || name == "..") {
-        return posixError(EINVAL, path, "removed");
-    }
-    const auto folder = path::deletingLastComponent(path);
-    const FileDescriptor parent(::open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
-    if (!parent) {
-        return posixError(errno, name, "removed");
-    }
-    return removeTree(parent.get(), name);
+    ItemPlace place;
+    const int error = findPlace(path, place);
+    return error == 0 ? failureOf(removeTree(place.folder.get(), place.name), "removed")
+                      : errorUnlessZero(error, path, "removed");
 }
 
 } // namespace platform::native

@@ -9,19 +9,23 @@
 namespace platform::native {
 
 int makeFolders(const std::string& path, mode_t mode) {
-    std::string folder = "/";
-    for (const auto& component : path::components(path)) {
-        folder = path::appending(folder, component);
-        struct stat status {};
-        if (::stat(folder.c_str(), &status) == 0) {
-            if (!S_ISDIR(status.st_mode)) {
-                return ENOTDIR;
-            }
-        } else if (::mkdir(folder.c_str(), mode) != 0 && errno != EEXIST) {
-            return errno;
-        }
+    if (::mkdir(path.c_str(), mode) == 0) {
+        return 0;
     }
-    return 0;
+    int error = errno;
+    if (error == ENOENT && path != "/") {
+        error = makeFolders(path::deletingLastComponent(path), mode);
+        if (error != 0) {
+            return error;
+        }
+        if (::mkdir(path.c_str(), mode) == 0) {
+            return 0;
+        }
+        error = errno;
+    }
+    struct stat status {};
+    const bool stands = ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+    return stands ? 0 : error;
 }
 
 } // namespace platform::native

@@ -1,12 +1,10 @@
 #include "platform/linux/FreeName.h"
 
 #include "platform/foundation/Path.h"
-
-#include <fcntl.h>
+#include "platform/linux/ItemTransfer.h"
 
 #include <cerrno>
 #include <climits>
-#include <cstdio>
 
 namespace platform::native {
 
@@ -14,7 +12,8 @@ namespace {
 
 constexpr int mostNamesakes = 100000;
 
-/// `text` cut to at most `size` bytes, not inside a character.
+} // namespace
+
 std::string cutTo(std::string text, std::size_t size) {
     if (text.size() <= size) {
         return text;
@@ -26,8 +25,6 @@ std::string cutTo(std::string text, std::size_t size) {
     text.resize(size);
     return text;
 }
-
-} // namespace
 
 std::string numberedName(const std::string& name, int count) {
     const auto extension = path::extension(name);
@@ -45,12 +42,9 @@ std::string numberedName(const std::string& name, int count) {
 int moveToFreeName(int source, const std::string& name, int destination) {
     std::string candidate = name;
     for (int count = 2; count <= mostNamesakes; ++count) {
-        if (::renameat2(source, name.c_str(), destination, candidate.c_str(), RENAME_NOREPLACE) ==
-            0) {
-            return 0;
-        }
-        if (errno != EEXIST) {
-            return errno;
+        const auto failure = moveItem(source, name, destination, candidate);
+        if (!failure || failure->number != EEXIST) {
+            return failure ? failure->number : 0;
         }
         candidate = numberedName(name, count);
     }

@@ -4,10 +4,10 @@
 #include "platform/foundation/Path.h"
 #include "platform/linux/Errors.h"
 #include "platform/linux/FileDescriptor.h"
+#include "platform/linux/FileSizeSignal.h"
 #include "platform/linux/WholeFiles.h"
 
 #include <cerrno>
-#include <csignal>
 #include <cstdio>
 #include <fcntl.h>
 #include <filesystem>
@@ -28,18 +28,6 @@ Error errorFor(int number, const std::string& path, std::string_view participle)
 /// The system takes a path only up to a zero, which would be another path.
 bool isUsable(const std::string& path) {
     return !path.empty() && path.find('\0') == std::string::npos;
-}
-
-/// Keeps a file size limit from ending the process: the write then fails like any other. The thread
-/// stays so, as doing it around each write would cost more than the write's own overhead.
-void holdBackFileSizeSignal() {
-    thread_local const bool held = [] {
-        sigset_t signals{};
-        sigemptyset(&signals);
-        sigaddset(&signals, SIGXFSZ);
-        return pthread_sigmask(SIG_BLOCK, &signals, nullptr) == 0;
-    }();
-    static_cast<void>(held);
 }
 
 class AppendedFile : public LogFile {

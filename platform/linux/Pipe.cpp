@@ -24,13 +24,6 @@ constexpr int largePipeSize = 1 << 20;
 
 } // namespace
 
-FileDescriptor aboveStandardStreams(FileDescriptor descriptor) {
-    if (!descriptor || descriptor.get() > STDERR_FILENO) {
-        return descriptor;
-    }
-    return FileDescriptor(::fcntl(descriptor.get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
-}
-
 Pipe::Pipe() {
     std::array<int, 2> ends{-1, -1};
     if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
@@ -75,7 +68,7 @@ void Pipe::prepareReading() {
 
 void Pipe::waitUntilReadable() {
     if (!wake_) {
-        wake_ = FileDescriptor(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
+        wake_ = aboveStandardStreams(FileDescriptor(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)));
         if (!wake_) {
             throw resourceFailure(errno, fileHandleException, "descriptor");
         }

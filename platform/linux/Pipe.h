@@ -9,10 +9,6 @@
 
 namespace platform::native {
 
-/// Moves a descriptor above those of the three standard streams, where another process's streams
-/// are put together without two of them meeting.
-FileDescriptor aboveStandardStreams(FileDescriptor descriptor);
-
 /// A pipe that the system made; neither end reaches a child by itself.
 class Pipe : public platform::Pipe {
 public:

@@ -223,6 +223,19 @@ PropertyListNode nodeOf(const Value& value) {
     return node(value, deepestPropertyList);
 }
 
+std::optional<std::string> xmlOf(const Value& value) {
+    const auto root = nodeOf(value);
+    if (!root) {
+        return std::nullopt;
+    }
+    const NumbersWithPoint numbersWithPoint;
+    char* xml = nullptr;
+    std::uint32_t length = 0;
+    plist_to_xml(root.get(), &xml, &length);
+    const std::unique_ptr<char, decltype(&plist_to_xml_free)> owned(xml, &plist_to_xml_free);
+    return owned ? std::optional(std::string(xml, length)) : std::nullopt;
+}
+
 NumbersWithPoint::NumbersWithPoint() : former_(::uselocale(pointLocale())) {
 }
 

@@ -6,6 +6,8 @@
 
 #include <clocale>
 #include <memory>
+#include <optional>
+#include <string>
 
 namespace platform::native {
 
@@ -23,6 +25,9 @@ Value valueOf(plist_t node);
 /// A new node for a value; null when the value, or one that it holds, has no counterpart, and when
 /// it is nested deeper than isWithinLimits() allows.
 PropertyListNode nodeOf(const Value& value);
+
+/// The XML form of a value, nothing when nodeOf() gives none.
+std::optional<std::string> xmlOf(const Value& value);
 
 /// While it lives, this thread reads and writes numbers with a decimal point, whatever the user's
 /// language, as libplist needs it.

@@ -30,20 +30,12 @@ std::optional<Error> PropertyLists::writeAtomically(const Value& value, const st
     const auto name = path::lastComponent(path);
     const bool isContainer =
         value.as<Value::Dictionary>() != nullptr || value.as<Value::Array>() != nullptr;
-    const auto root = isContainer ? nodeOf(value) : PropertyListNode();
-    if (!root) {
+    const auto xml = isContainer ? xmlOf(value) : std::nullopt;
+    if (!xml) {
         return posixError(EINVAL, name, "saved",
                           "it would hold what a property list cannot express");
     }
-    const NumbersWithPoint numbersWithPoint;
-    char* xml = nullptr;
-    std::uint32_t length = 0;
-    plist_to_xml(root.get(), &xml, &length);
-    const std::unique_ptr<char, decltype(&plist_to_xml_free)> owned(xml, &plist_to_xml_free);
-    if (!owned) {
-        return posixError(ENOMEM, name, "saved");
-    }
-    const int error = replaceFile(path, {xml, length});
+    const int error = replaceFile(path, *xml);
     return error == 0 ? std::nullopt : std::optional(posixError(error, name, "saved"));
 }
 

@@ -6,6 +6,9 @@
 #include "platform/foundation/Text.h"
 #include "platform/linux/AuthorizationServices.h"
 #include "platform/linux/Console.h"
+#include "platform/linux/Digests.h"
+#include "platform/linux/ExtendedAttributes.h"
+#include "platform/linux/FileStreams.h"
 #include "platform/linux/FileSystem.h"
 #include "platform/linux/LocalTime.h"
 #include "platform/linux/LogFiles.h"
@@ -43,6 +46,9 @@ struct LinuxServices {
     native::UserAccount userAccount;
     native::SearchPaths searchPaths{userAccount};
     native::FileSystem fileSystem;
+    native::ExtendedAttributes extendedAttributes;
+    native::FileStreams fileStreams;
+    native::Digests digests;
     native::PropertyLists propertyLists;
     native::Preferences preferences{identifier, userAccount, propertyLists};
     native::ProcessLauncher processLauncher;
@@ -57,6 +63,9 @@ struct LinuxServices {
         platform::install<UserAccount>(userAccount);
         platform::install<SearchPaths>(searchPaths);
         platform::install<FileSystem>(fileSystem);
+        platform::install<ExtendedAttributes>(extendedAttributes);
+        platform::install<FileStreams>(fileStreams);
+        platform::install<Digests>(digests);
         platform::install<PropertyLists>(propertyLists);
         platform::install<Preferences>(preferences);
         platform::install<ProcessLauncher>(processLauncher);

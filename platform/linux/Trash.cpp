@@ -6,6 +6,7 @@
 #include "platform/linux/FileDescriptor.h"
 #include "platform/linux/Folders.h"
 #include "platform/linux/FreeName.h"
+#include "platform/linux/HomeTrash.h"
 
 #include <fcntl.h>
 #include <gio/gio.h>
@@ -24,26 +25,15 @@ namespace {
 using Failure = std::optional<TrashFailure>;
 
 Failure failure(int number) {
-    return TrashFailure{number, reason(number)};
+    return TrashFailure{number, number == EINVAL ? "the Trash is inside it" : reason(number)};
 }
 
-/// The folder of the trashed items themselves in the home trash that GIO uses.
-std::string homeTrashFiles() {
-    return path::appending(g_get_user_data_dir(), "Trash/files");
+Failure failureUnlessZero(int number) {
+    return number == 0 ? std::nullopt : failure(number);
 }
 
 bool isSameItem(const struct stat& one, const struct stat& other) {
     return one.st_dev == other.st_dev && one.st_ino == other.st_ino;
-}
-
-/// Makes the home trash with the mode that others insist on. 0, or the errno.
-int makeHomeTrash() {
-    constexpr mode_t privateMode = 0700;
-    const int error = makeFolders(homeTrashFiles(), privateMode);
-    return error != 0
-               ? error
-               : makeFolders(path::appending(path::deletingLastComponent(homeTrashFiles()), "info"),
-                             privateMode);
 }
 
 /// Makes the Trash that the user knows where nothing stands at it. 0, or the errno.
@@ -80,8 +70,6 @@ int errorNumber(const GError& error) {
         return EACCES;
     case G_IO_ERROR_NO_SPACE:
         return ENOSPC;
-    case G_IO_ERROR_FILENAME_TOO_LONG:
-        return ENAMETOOLONG;
     case G_IO_ERROR_READ_ONLY:
         return EROFS;
     case G_IO_ERROR_BUSY:
@@ -95,10 +83,14 @@ Failure failureOfGio(const GError& error) {
     if (const int number = errorNumber(error); number != 0) {
         return failure(number);
     }
-    if (g_error_matches(&error, G_IO_ERROR, G_IO_ERROR_NOT_SUPPORTED) != FALSE) {
-        return TrashFailure{EOPNOTSUPP, "the volume that it is on has no Trash"};
-    }
     return TrashFailure{EIO, "the system reports: " + text::printable(error.message)};
+}
+
+/// Whether GIO has not even tried: for an item of a volume without Trash, of a bind mount, or with
+/// a name that leaves no room for its note's.
+bool needsCopy(const GError& error) {
+    return g_error_matches(&error, G_IO_ERROR, G_IO_ERROR_NOT_SUPPORTED) != FALSE ||
+           g_error_matches(&error, G_IO_ERROR, G_IO_ERROR_FILENAME_TOO_LONG) != FALSE;
 }
 
 bool stands(const std::string& path) {
@@ -119,9 +111,9 @@ std::string nameInHomeTrash(std::string name, int count) {
 /// replace it. 0, or the errno.
 int protectNamesake(const std::string& name) {
     const auto files = homeTrashFiles();
-    const auto notes = path::appending(path::deletingLastComponent(files), "info");
+    const auto notes = homeTrashNotes();
     std::string chosen = name;
-    for (int count = 2; stands(path::appending(notes, chosen + ".trashinfo")); ++count) {
+    for (int count = 2; stands(path::appending(notes, chosen + noteExtension)); ++count) {
         chosen = nameInHomeTrash(name, count);
     }
     if (!stands(path::appending(files, chosen))) {
@@ -143,7 +135,7 @@ Failure trashThroughGio(const std::string& item) {
         return std::nullopt;
     }
     const std::unique_ptr<GError, decltype(&g_error_free)> error(raised, &g_error_free);
-    return failureOfGio(*error);
+    return needsCopy(*error) ? failureUnlessZero(moveToHomeTrash(item)) : failureOfGio(*error);
 }
 
 Failure trashByRename(const std::string& folder, const std::string& trash,
@@ -154,8 +146,7 @@ Failure trashByRename(const std::string& folder, const std::string& trash,
     if (!source || !destination) {
         return failure(errno);
     }
-    const int error = moveToFreeName(source.get(), name, destination.get());
-    return error == 0 ? std::nullopt : failure(error);
+    return failureUnlessZero(moveToFreeName(source.get(), name, destination.get()));
 }
 
 bool isEntryName(const std::string& name) {
@@ -163,6 +154,11 @@ bool isEntryName(const std::string& name) {
 }
 
 } // namespace
+
+int makeTrash(const std::string& trash) {
+    const int error = linkTrash(trash);
+    return error == 0 && isLinkToMissingHomeTrash(trash) ? makeHomeTrash() : error;
+}
 
 Failure trashItem(const std::string& folder, const std::string& trash, const std::string& name) {
     const auto item = path::appending(folder, name);
@@ -173,10 +169,7 @@ Failure trashItem(const std::string& folder, const std::string& trash, const std
     if (::lstat(item.c_str(), &itemStatus) != 0) {
         return failure(errno);
     }
-    int error = linkTrash(trash);
-    if (error == 0 && isLinkToMissingHomeTrash(trash)) {
-        error = makeHomeTrash();
-    }
+    int error = makeTrash(trash);
     struct stat trashStatus {};
     if (error == 0 && ::lstat(trash.c_str(), &trashStatus) != 0) {
         error = errno;

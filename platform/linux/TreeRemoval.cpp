@@ -1,13 +1,12 @@
 #include "platform/linux/TreeRemoval.h"
 
 #include "platform/linux/Directory.h"
-#include "platform/linux/Errors.h"
+#include "platform/linux/OpenFolder.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
 
 #include <cerrno>
-#include <cstdint>
 #include <utility>
 #include <vector>
 
@@ -23,12 +22,8 @@ constexpr std::size_t openLevels = 32;
 /// others fill again, is tried before that counts as a failure.
 constexpr int patience = 100;
 
-struct Identity {
-    std::uint32_t deviceMajor = 0;
-    std::uint32_t deviceMinor = 0;
-    std::uint64_t inode = 0;
-    bool operator==(const Identity&) const = default;
-};
+/// What is about to be deleted is not what the rules allow.
+constexpr int notAllowed = EAGAIN;
 
 /// A folder that is being emptied.
 struct Level {
@@ -38,18 +33,13 @@ struct Level {
     int passesLeft = patience;
 };
 
-FileDescriptor openFolder(int parent, const char* name) {
-    return FileDescriptor(
-        ::openat(parent, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
-}
-
 /// One removal. The members that can fail give 0 or an errno, and leave in `culprit_` the name of
 /// the entry that it is about.
 class TreeRemoval {
 public:
-    explicit TreeRemoval(int parent) : parent_(parent) {}
+    TreeRemoval(int parent, const RemovalRules& rules) : parent_(parent), rules_(rules) {}
 
-    std::optional<Error> run(const std::string& name) {
+    std::optional<EntryFailure> run(const std::string& name) {
         int error = removeEntry({name, ItemKind::other});
         while (error == 0 && !levels_.empty()) {
             const auto entry = levels_.back().directory->next();
@@ -61,7 +51,7 @@ public:
                 error = leave();
             }
         }
-        return error == 0 ? std::nullopt : std::optional(posixError(error, culprit_, "removed"));
+        return error == 0 ? std::nullopt : std::optional(EntryFailure{error, culprit_});
     }
 
 private:
@@ -81,7 +71,7 @@ private:
         bool isFolder = entry.kind == ItemKind::folder;
         int error = 0;
         for (int attempt = 0; attempt < patience; ++attempt) {
-            error = isFolder ? enter(entry.name) : unlinkCurrent(entry.name, 0);
+            error = isFolder ? enter(entry.name) : unlinkAllowed(entry.name);
             if (error == 0 || (error == ENOENT && !levels_.empty())) {
                 return 0;
             }
@@ -93,20 +83,38 @@ private:
         return failure(error, entry.name);
     }
 
+    int unlinkAllowed(const std::string& name) const {
+        if (rules_.only != nullptr) {
+            struct statx status {};
+            const int error = statusOfEntry(currentFolder(), name, status);
+            if (error != 0 || !rules_.only->contains(status)) {
+                return error != 0 ? error : notAllowed;
+            }
+        }
+        return unlinkCurrent(name, 0);
+    }
+
     int unlinkCurrent(const std::string& name, int flags) const {
         return ::unlinkat(currentFolder(), name.c_str(), flags) == 0 ? 0 : errno;
     }
 
     /// Makes the folder `name` the deepest level. ENOTDIR means that it is no folder, or no more.
     int enter(const std::string& name) {
+        if (rules_.unlocksFolders) {
+            constexpr mode_t accessible = 0700;
+            // Entering it tells whether that was of use.
+            [[maybe_unused]] const int changed =
+                ::fchmodat(currentFolder(), name.c_str(), accessible, AT_SYMLINK_NOFOLLOW);
+        }
         auto folder = openFolder(currentFolder(), name.c_str());
         if (!folder) {
             return couldNotOpen(name, errno);
         }
-        Level level{name};
-        if (const int error = identify(folder, level.identity); error != 0) {
+        struct statx status {};
+        if (const int error = examine(folder, status); error != 0) {
             return error;
         }
+        Level level{name, identityOf(status)};
         level.directory.emplace(std::move(folder));
         if (!*level.directory) {
             return errno;
@@ -129,14 +137,15 @@ private:
         return error;
     }
 
-    /// Tells a folder from every other, and refuses the root of a mounted volume with EBUSY.
-    static int identify(const FileDescriptor& folder, Identity& identity) {
-        struct statx status {};
-        if (::statx(folder.get(), "", AT_EMPTY_PATH, STATX_INO, &status) != 0) {
-            return errno;
+    /// Refuses the root of a mounted volume with EBUSY, and what the rules do not allow.
+    int examine(const FileDescriptor& folder, struct statx& status) const {
+        if (const int error = statusOf(folder.get(), status); error != 0) {
+            return error;
         }
-        identity = {status.stx_dev_major, status.stx_dev_minor, status.stx_ino};
-        return (status.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0 ? EBUSY : 0;
+        if ((status.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0) {
+            return EBUSY;
+        }
+        return rules_.only == nullptr || rules_.only->contains(status) ? 0 : notAllowed;
     }
 
     /// Deletes the deepest folder, which has been read to its end, and goes back to the one above.
@@ -169,18 +178,8 @@ private:
             return 0;
         }
         Level& parent = levels_[levels_.size() - 2];
-        auto folder = openFolder(levels_.back().directory->descriptor(), "..");
-        if (!folder) {
-            return errno;
-        }
-        Identity identity;
-        if (const int error = identify(folder, identity); error != 0) {
-            return error;
-        }
-        if (identity != parent.identity) {
-            return ESTALE;
-        }
-        Directory directory(std::move(folder));
+        Directory directory(
+            openFolderAbove(levels_.back().directory->descriptor(), parent.identity));
         if (!directory) {
             return errno;
         }
@@ -189,14 +188,16 @@ private:
     }
 
     int parent_;
+    const RemovalRules& rules_;
     std::vector<Level> levels_;
     std::string culprit_;
 };
 
 } // namespace
 
-std::optional<Error> removeTree(int parent, const std::string& name) {
-    return TreeRemoval(parent).run(name);
+std::optional<EntryFailure> removeTree(int parent, const std::string& name,
+                                       const RemovalRules& rules) {
+    return TreeRemoval(parent, rules).run(name);
 }
 
 } // namespace platform::native

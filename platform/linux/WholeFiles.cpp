@@ -38,6 +38,8 @@ std::string temporaryName() {
     return name;
 }
 
+} // namespace
+
 int writeAll(int file, std::string_view content) {
     while (!content.empty()) {
         const auto written = ::write(file, content.data(), content.size());
@@ -48,8 +50,6 @@ int writeAll(int file, std::string_view content) {
     }
     return ::fsync(file) == 0 ? 0 : errno;
 }
-
-} // namespace
 
 std::optional<std::string> contentOfFile(const std::string& path, std::size_t limit) {
     const auto file = openRegularFile(path, limit);

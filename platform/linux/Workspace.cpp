@@ -4,9 +4,12 @@
 #include "platform/Services.h"
 #include "platform/foundation/Path.h"
 #include "platform/linux/Bundles.h"
+#include "platform/linux/ChangeNotice.h"
 #include "platform/linux/Errors.h"
+#include "platform/linux/Labels.h"
 #include "platform/linux/SearchPaths.h"
 #include "platform/linux/Trash.h"
+#include "platform/linux/Volumes.h"
 
 namespace platform::native {
 
@@ -26,11 +29,35 @@ std::optional<std::string> Workspace::applicationPath(const std::string& bundleI
             return bundle;
         }
     }
-    return std::nullopt;
+    return registry_.find(bundleIdentifier);
 }
 
 bool Workspace::isFilePackage(const std::string& path) {
     return isPackage(path);
+}
+
+WorkspaceStatus Workspace::registerApplication(const std::string& path) {
+    return registry_.add(path);
+}
+
+WorkspaceStatus Workspace::noteFileSystemChanged(const std::string& path) {
+    return announceChange(path);
+}
+
+std::vector<std::string> Workspace::mountedLocalVolumePaths() {
+    std::vector<std::string> paths;
+    for (auto& volume : mountedLocalVolumes()) {
+        paths.push_back(std::move(volume.mountPoint));
+    }
+    return paths;
+}
+
+std::optional<int> Workspace::labelNumber(const std::string& path) {
+    return readLabel(path);
+}
+
+std::optional<Error> Workspace::setLabelNumber(const std::string& path, int number) {
+    return writeLabel(path, number);
 }
 
 std::optional<Error> Workspace::recycle(const std::string& folder, const std::string& trash,
@@ -42,6 +69,10 @@ std::optional<Error> Workspace::recycle(const std::string& folder, const std::st
     service<Console>().systemLog(
         failureSentence(path::appending(folder, name), movedToTrash, failure->why));
     return posixError(failure->number, name, movedToTrash, failure->why);
+}
+
+void Workspace::makeTrash(const std::string& trash) {
+    static_cast<void>(native::makeTrash(trash));
 }
 
 } // namespace platform::native

@@ -1,63 +1,13 @@
 #include "platform/qt/Application.h"
 
-#include "platform/Windows.h"
-
 #include <QCoreApplication>
 #include <QEvent>
 #include <QObject>
 #include <QTimer>
 
-#include <condition_variable>
-#include <cstdio>
 #include <cstdlib>
-#include <utility>
 
 namespace platform::qt {
-
-/// Work on its way to the main thread, and the place where its caller waits for it.
-class Application::Job {
-public:
-    explicit Job(std::function<void()> work, Wait wait) : work_(std::move(work)), wait_(wait) {}
-
-    /// Does the work. What it throws reaches the waiting caller; without one it ends the process,
-    /// as any exception does that nobody catches.
-    void perform() {
-        if (wait_ == Wait::no) {
-            performUnattended();
-            return;
-        }
-        try {
-            work_();
-        } catch (...) {
-            exception_ = std::current_exception();
-        }
-        work_ = nullptr;
-    }
-
-    void release() {
-        const std::lock_guard lock(mutex_);
-        done_ = true;
-        released_.notify_one();
-    }
-
-    void waitUntilReleased() {
-        std::unique_lock lock(mutex_);
-        released_.wait(lock, [this] { return done_; });
-        if (exception_) {
-            std::rethrow_exception(std::exchange(exception_, nullptr));
-        }
-    }
-
-private:
-    void performUnattended() noexcept { std::exchange(work_, nullptr)(); }
-
-    std::function<void()> work_;
-    const Wait wait_;
-    std::mutex mutex_;
-    std::condition_variable released_;
-    bool done_ = false;
-    std::exception_ptr exception_;
-};
 
 /// Rung from any thread, answered by the main thread's event loop, nested or not.
 class Application::Doorbell : public QObject {
@@ -66,26 +16,20 @@ public:
 
     explicit Doorbell(Application& application) : application_(application) {}
 
-    bool event(QEvent* event) override {
-        if (event->type() != ring) {
-            return QObject::event(event);
-        }
-        application_.performNextJob();
-        return true;
-    }
+    /// There is nothing to read in the event: its ring is the whole message.
+    void customEvent(QEvent* /*ring*/) override { application_.performNextJob(); }
 
 private:
     Application& application_;
 };
 
-Application::Application()
-    : mainThread_(std::this_thread::get_id()), doorbell_(std::make_unique<Doorbell>(*this)) {
+Application::Application() : doorbell_(std::make_unique<Doorbell>(*this)) {
 }
 
 Application::~Application() = default;
 
 int Application::run() {
-    if (!terminated_) {
+    if (!isTerminated()) {
         QCoreApplication::exec();
     }
     runTerminationObservers();
@@ -94,99 +38,24 @@ int Application::run() {
 }
 
 void Application::end() {
-    std::unique_ptr<QObject> doorbell;
-    std::deque<std::shared_ptr<Job>> dropped;
-    const std::lock_guard lock(mutex_);
-    doorbell = std::move(doorbell_);
-    dropped = std::exchange(jobs_, {});
-    mainWindow_ = nullptr;
+    dropWork();
+    doorbell_.reset();
 }
 
-bool Application::isMainThread() {
-    return std::this_thread::get_id() == mainThread_;
+void Application::ring() {
+    QCoreApplication::postEvent(doorbell_.get(), new QEvent(Doorbell::ring));
 }
 
-void Application::performOnMainThread(std::function<void()> work, Wait wait) {
-    if (wait == Wait::untilDone && isMainThread()) {
-        work();
-        return;
-    }
-    const auto job = std::make_shared<Job>(std::move(work), wait);
-    enqueue(job);
-    if (wait == Wait::untilDone) {
-        job->waitUntilReleased();
-    }
-}
-
-void Application::enqueue(std::shared_ptr<Job> job) {
-    const std::lock_guard lock(mutex_);
-    if (doorbell_) {
-        jobs_.push_back(std::move(job));
-        QCoreApplication::postEvent(doorbell_.get(), new QEvent(Doorbell::ring));
-    }
-}
-
-void Application::performNextJob() {
-    std::shared_ptr<Job> job;
-    {
-        const std::lock_guard lock(mutex_);
-        job = std::move(jobs_.front());
-        jobs_.pop_front();
-    }
-    job->perform();
-    if (!terminated_) {
-        job->release();
-    }
-}
-
-void Application::handleNextEvent(std::chrono::milliseconds deadline) {
+void Application::dispatchNextEvent(std::chrono::milliseconds deadline) {
     QTimer limit;
     limit.setSingleShot(true);
     limit.setTimerType(Qt::PreciseTimer);
     limit.start(deadline);
-    ++pumps_;
     QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
-    --pumps_;
 }
 
-void Application::terminate() {
-    if (terminated_) {
-        return;
-    }
-    runTerminationObservers();
-    if (pumps_ > 0) {
-        // Somebody further up waits for an answer that no longer comes, so there is no way back
-        // to the outermost event loop.
-        std::fflush(nullptr);
-        std::_Exit(EXIT_SUCCESS);
-    }
+void Application::leaveEventLoop() {
     QCoreApplication::exit(EXIT_SUCCESS);
-}
-
-void Application::runTerminationObservers() {
-    terminated_ = true;
-    std::unique_lock lock(mutex_);
-    while (!observers_.empty()) {
-        const auto observer = observers_.extract(observers_.begin());
-        lock.unlock();
-        observer.mapped()();
-        lock.lock();
-    }
-}
-
-Window* Application::mainWindow() {
-    return mainWindow_ != nullptr && mainWindow_->isVisible() ? mainWindow_ : nullptr;
-}
-
-int Application::addTerminationObserver(std::function<void()> observer) {
-    const std::lock_guard lock(mutex_);
-    observers_.emplace(++lastObserver_, std::move(observer));
-    return lastObserver_;
-}
-
-void Application::removeTerminationObserver(int observer) {
-    const std::lock_guard lock(mutex_);
-    observers_.erase(observer);
 }
 
 } // namespace platform::qt

@@ -1,22 +1,15 @@
 #pragma once
 
-#include "platform/Application.h"
+#include "platform/foundation/ApplicationCore.h"
 
-#include <deque>
-#include <exception>
-#include <map>
 #include <memory>
-#include <mutex>
-#include <thread>
 
 class QObject;
 
 namespace platform::qt {
 
 /// The application on Qt's event loop.
-///
-/// It outlives the event loop and every thread that may still call it: start-up never deletes it.
-class Application final : public platform::Application {
+class Application final : public ApplicationCore {
 public:
     /// The calling thread is the main thread from now on; the QApplication exists.
     Application();
@@ -35,34 +28,14 @@ public:
     /// good. Main thread only.
     void end();
 
-    void setMainWindow(Window* window) { mainWindow_ = window; }
-
-    bool isMainThread() override;
-    void performOnMainThread(std::function<void()> work, Wait wait) override;
-    void handleNextEvent(std::chrono::milliseconds deadline) override;
-    void terminate() override;
-    int addTerminationObserver(std::function<void()> observer) override;
-    void removeTerminationObserver(int observer) override;
-    Window* mainWindow() override;
-
 private:
-    class Job;
     class Doorbell;
 
-    void enqueue(std::shared_ptr<Job> job);
-    void performNextJob();
-    void runTerminationObservers();
+    void ring() override;
+    void dispatchNextEvent(std::chrono::milliseconds deadline) override;
+    void leaveEventLoop() override;
 
-    const std::thread::id mainThread_;
-    Window* mainWindow_ = nullptr;
-    int pumps_ = 0;
-    bool terminated_ = false;
-
-    std::mutex mutex_;
     std::unique_ptr<QObject> doorbell_;
-    std::deque<std::shared_ptr<Job>> jobs_;
-    std::map<int, std::function<void()>> observers_;
-    int lastObserver_ = 0;
 };
 
 } // namespace platform::qt

@@ -1,13 +1,10 @@
 #include "platform/qt/StartUpMessages.h"
 
-#include "platform/foundation/Text.h"
-
-#include <QCoreApplication>
 #include <QString>
 
 #include <cstdlib>
-#include <iostream>
 #include <string>
+#include <utility>
 
 namespace platform::qt {
 
@@ -16,6 +13,7 @@ namespace {
 constexpr const char* noDisplayNamed = "neither DISPLAY nor WAYLAND_DISPLAY is set";
 
 std::string firstWarning;
+WithoutDisplay whenThereIsNoDisplay;
 
 bool isSet(const char* variable) {
     const char* value = std::getenv(variable);
@@ -32,7 +30,7 @@ std::string whyNoDisplay(const std::string& lastWords) {
 void keepBack(QtMsgType type, const QMessageLogContext& /*context*/, const QString& message) {
     const auto text = message.simplified().toStdString();
     if (type == QtFatalMsg) {
-        reportStartUpFailure("no display: " + whyNoDisplay(text));
+        whenThereIsNoDisplay(whyNoDisplay(text));
         std::_Exit(EXIT_FAILURE);
     }
     if (type == QtWarningMsg && firstWarning.empty()) {
@@ -42,14 +40,10 @@ void keepBack(QtMsgType type, const QMessageLogContext& /*context*/, const QStri
 
 } // namespace
 
-void reportStartUpFailure(std::string_view reason) {
-    std::cerr << QCoreApplication::applicationName().toStdString() + ": " +
-                     text::printable(reason) + '\n'
-              << std::flush;
-}
-
-StartUpMessages::StartUpMessages() : former_(qInstallMessageHandler(keepBack)) {
+StartUpMessages::StartUpMessages(WithoutDisplay withoutDisplay)
+    : former_(qInstallMessageHandler(keepBack)) {
     firstWarning.clear();
+    whenThereIsNoDisplay = std::move(withoutDisplay);
 }
 
 StartUpMessages::~StartUpMessages() {

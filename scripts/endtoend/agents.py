@@ -40,17 +40,17 @@ class Agents:
             process = wait_for(f"the job {label} to run", lambda: self._process(label, program))
             self._jobs.append(_Job(label, process, os.pidfd_open(process)))
 
-    def look(self) -> list[str]:
+    def look(self, are_files_kept: bool = False) -> list[str]:
         """Prints what is left of each job, in a line, and gives all that should be gone."""
         problems = []
         for job in self._jobs:
             has_ended = bool(select.select([job.ended], [], [], PATIENCE_SECONDS)[0])
             left = [] if has_ended else [f"process {job.process}"]
-            if os.path.lexists(self._file(job.label)):
+            if os.path.lexists(self._file(job.label)) and not are_files_kept:
                 left.append("its file")
             left += self._units(job.label)
-            what = (f"still has {', '.join(left)}" if left
-                    else "has no process, file or unit any more")
+            gone = "process or unit" if are_files_kept else "process, file or unit"
+            what = f"still has {', '.join(left)}" if left else f"has no {gone} any more"
             print(f"The job {job.label}, which was running, {what}")
             problems += [f"of the job {job.label} there is still {thing}" for thing in left]
         return problems

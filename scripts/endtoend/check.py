@@ -6,19 +6,29 @@ import os
 import re
 from collections import Counter
 from dataclasses import dataclass, field
+from enum import Enum
 from urllib.parse import unquote_to_bytes
 
 from endtoend import plan, snapshot
 from endtoend.manifest import Manifest
 from endtoend.right import Right
 from endtoend.snapshot import Entry
-from endtoend.suite import LOCAL_FOLDERS
 
 # What a run may leave behind in the home folder: the log, the way to the Trash, and what the
 # toolkit keeps for itself.
 MAY_APPEAR = re.compile(
     r"/\.Trash|/\.local(/share)?|/\.local/share/Trash(/files|/info|/directorysizes)?"
     r"|/Library/Logs(/Quillfen(/.*)?)?|/\.cache(/.*)?|/\.config(/.*)?", re.DOTALL)
+
+
+class Run(Enum):
+    """How the uninstall came to its end."""
+
+    WHOLE = "whole"
+    # It was killed: an item may be in its place still.
+    CUT_SHORT = "cut short"
+    # It was killed, and done again to the end.
+    REPEATED = "repeated"
 
 
 @dataclass(frozen=True)
@@ -42,31 +52,43 @@ class Report:
     problems: list[str] = field(default_factory=list)
 
 
-def check(manifest: Manifest, remove_shared: bool, right: Right = Right.NOT_NEEDED) -> Report:
-    """Where the right is needed it is for all items in the machine-wide folders. They get into the
-    Trash without a note of where they came from; when it is refused they have to stay."""
-    return _Check(manifest, remove_shared, right).report
+def check(manifest: Manifest, remove_shared: bool, right: Right = Right.NOT_NEEDED,
+          run: Run = Run.WHOLE) -> Report:
+    """Where the right is needed it is for all items in folders of others. They get into the Trash
+    without a note of where they came from; when it is refused they have to stay. A run that
+    was killed may have left notes of items that it did not move any more."""
+    skipped = frozenset() if remove_shared else plan.SHARED_STEPS
+    rows = Counter(place.step for place in manifest.places() if place.step not in skipped)
+    planned = {path: step for path, step in manifest.planned().items() if step not in skipped}
+    return _Check(manifest, Report(rows, right), planned, run).report
+
+
+def changes(manifest: Manifest) -> list[str]:
+    """All that is not as it was before."""
+    return _Check(manifest, Report(Counter()), {}, Run.WHOLE).report.problems
 
 
 class _Check:
-    def __init__(self, manifest: Manifest, remove_shared: bool, right: Right) -> None:
+    def __init__(self, manifest: Manifest, report: Report, planned: dict[str, int],
+                 run: Run) -> None:
         self._before = manifest.entries
         self._after = snapshot.take(manifest.watched)
         self._home = manifest.home
-        self._local = tuple(f"{manifest.root}{folder}/" for folder in LOCAL_FOLDERS)
         self._trash = f"{manifest.home}/.local/share/Trash"
+        self._run = run
         self._expected: set[str] = set()
-        skipped = frozenset() if remove_shared else plan.SHARED_STEPS
-        self.report = Report(Counter(place.step for place in manifest.places()
-                                     if place.step not in skipped), right)
-        planned = {path: step for path, step in manifest.planned().items()
-                   if step not in skipped}
-        self._group_content(planned)
+        self.report = report
+        self._names = self._names_in_trash(self._after)
+        self._strays = [self._in_trash(name) for name in self._unnoted(self._before)]
+        self._group_content([*planned, *self._strays])
         trashed = self._read_trash()
+        self._unnoted_names = self._names_of_no_stray()
         for path, step in planned.items():
-            if right is Right.NOT_NEEDED or not path.startswith(self._local):
+            if run is not Run.WHOLE:
+                self._check_after_kill(path, step, trashed.get(path, []))
+            elif report.right is Right.NOT_NEEDED or not manifest.is_in_others_folder(path):
                 self._check_item(path, step, trashed.get(path, []))
-            elif right is Right.GIVEN:
+            elif report.right is Right.GIVEN:
                 self._check_moved(path, step)
             else:
                 self._check_left(path, step)
@@ -75,27 +97,60 @@ class _Check:
     def _problem(self, path: str, what: str) -> None:
         self.report.problems.append(f"{printable(path)}: {what}")
 
-    def _group_content(self, planned: dict[str, int]) -> None:
-        """Notes for every planned item all that was in it, and for the rest that it must stay."""
-        self._content: dict[str, list[str]] = {path: [] for path in planned}
+    def _group_content(self, owners: list[str]) -> None:
+        """Notes for every owner all that was in it, and for the rest that it must stay."""
+        self._content: dict[str, list[str]] = {path: [] for path in owners}
         self._staying: list[str] = []
         for path in self._before:
             owner = path
-            while owner and owner not in planned:
+            while owner and owner not in self._content:
                 owner = owner.rpartition("/")[0]
             (self._content[owner] if owner else self._staying).append(path)
 
     def _read_trash(self) -> dict[str, list[str]]:
-        """Names in the Trash by the path that each came from."""
+        """Names in the Trash by the path that each came from, but for those of earlier times."""
         found: dict[str, list[str]] = {}
         folder = f"{self._trash}/info"
         for file in os.listdir(folder) if os.path.isdir(folder) else []:
-            with open(os.path.join(folder, file), "rb") as lines:
+            note, name = f"{folder}/{file}", file.removesuffix(".trashinfo")
+            if note in self._before:
+                continue
+            if self._run is not Run.WHOLE:
+                self._expected.add(note)
+                if f"{self._trash}/files/{name}" not in self._after:
+                    continue
+            with open(note, "rb") as lines:
                 for line in lines:
                     if line.startswith(b"Path="):
                         path = os.fsdecode(unquote_to_bytes(line[5:].rstrip(b"\n")))
-                        found.setdefault(path, []).append(file.removesuffix(".trashinfo"))
+                        found.setdefault(path, []).append(name)
         return found
+
+    def _in_trash(self, name: str) -> str:
+        return f"{self._trash}/files/{name}"
+
+    def _names_in_trash(self, entries: dict[str, Entry]) -> list[str]:
+        files = self._in_trash("")
+        names = [path.removeprefix(files) for path in entries if path.startswith(files)]
+        return [name for name in names if "/" not in name]
+
+    def _unnoted(self, entries: dict[str, Entry]) -> list[str]:
+        """Names in the Trash of which nothing says where they came from."""
+        return [name for name in self._names_in_trash(entries)
+                if f"{self._trash}/info/{name}.trashinfo" not in entries]
+
+    def _names_of_no_stray(self) -> list[str]:
+        """The unnoted names of what has come into the Trash since. What lay there without a note
+        may have got another name, but has to be there, whole."""
+        names = self._unnoted(self._after)
+        for stray in self._strays:
+            own = [name for name in names if self._stands_whole(stray, self._in_trash(name))]
+            if len(own) == 1:
+                names.remove(own[0])
+                self._is_whole(stray, self._in_trash(own[0]))
+            else:
+                self._problem(stray, f"is {len(own)} times in the Trash")
+        return names
 
     def _report(self, path: str, step: int, where: str, is_done: bool) -> None:
         size = sum(self._before[inner].size for inner in self._content[path])
@@ -105,12 +160,11 @@ class _Check:
         self._report(path, step, *self._whereabouts(path, step in plan.DELETING_STEPS, names))
 
     def _check_moved(self, path: str, step: int) -> None:
-        """An item that a privileged tool has moved: in the Trash under its own name, or with the
-        time where that name was taken."""
-        names = [name for name in self._unnoted_names()
+        """An item that a privileged tool has moved, which leaves no note."""
+        names = [name for name in self._unnoted_names
                  if is_name_in_trash(name, os.path.basename(path))]
         if path not in self._after and len(names) == 1:
-            where = f"{self._trash}/files/{names[0]}"
+            where = self._in_trash(names[0])
             return self._report(path, step, where, self._is_whole(path, where))
         where = "still there" if path in self._after else f"{len(names)} times in the Trash"
         self._problem(path, where)
@@ -120,17 +174,29 @@ class _Check:
         self._report(path, step, "left in place" if self._is_whole(path, path) else "damaged",
                      False)
 
-    def _unnoted_names(self) -> list[str]:
-        """Names in the Trash of which nothing says where they came from."""
-        files = f"{self._trash}/files/"
-        names = [path.removeprefix(files) for path in self._after if path.startswith(files)]
-        return [name for name in names
-                if "/" not in name and f"{self._trash}/info/{name}.trashinfo" not in self._after]
+    def _check_after_kill(self, path: str, step: int, noted: list[str]) -> None:
+        """An item of a run that was killed: whole, and at one place only. A note may be of another
+        item, so that the content decides."""
+        original = os.path.basename(path)
+        names = {*noted, *(name for name in self._names if is_name_in_trash(name, original))}
+        places = [self._in_trash(name) for name in sorted(names)
+                  if self._stands_whole(path, self._in_trash(name))]
+        if path in self._after:
+            places.append(path)
+        is_deleted = step in plan.DELETING_STEPS and not places
+        may_stay = self._run is Run.CUT_SHORT
+        if is_deleted:
+            self._report(path, step, "deleted with its job", True)
+        elif len(places) == 1 and (may_stay or places[0] != path):
+            self._report(path, step, places[0], self._is_whole(path, places[0]))
+        else:
+            self._problem(path, f"stands at {places or 'no place'}")
+            self._report(path, step, "unclear", False)
 
     def _whereabouts(self, path: str, is_deleted: bool, names: list[str]) -> tuple[str, bool]:
         """Where an item is now, and whether all of it is where it should be."""
         if not is_deleted and path not in self._after and len(names) == 1:
-            where = f"{self._trash}/files/{names[0]}"
+            where = self._in_trash(names[0])
             self._expected.add(f"{self._trash}/info/{names[0]}.trashinfo")
             return where, self._is_whole(path, where)
         if is_deleted and path not in self._after and not names:
@@ -138,6 +204,11 @@ class _Check:
         where = "still there" if path in self._after else f"{len(names)} times in the Trash"
         self._problem(path, where)
         return where, False
+
+    def _stands_whole(self, path: str, where: str) -> bool:
+        """Whether all that an item held stands elsewhere; says nothing when it does not."""
+        return all(self._before[inner] == self._after.get(where + inner[len(path):])
+                   for inner in self._content[path])
 
     def _is_whole(self, path: str, where: str) -> bool:
         damaged = False
@@ -164,10 +235,12 @@ class _Check:
 
 
 def is_name_in_trash(name: str, original: str) -> bool:
-    """Whether an item of this original name may have the name in the Trash."""
+    """Whether an item of this original name may have the name in the Trash: its own, with the time
+    where that was taken, or numbered where a later item has taken it."""
     stem, extension = os.path.splitext(original)
     stamped = re.escape(f"{stem}_") + r"\d{14}" + re.escape(extension or ".")
-    return name == original or bool(re.fullmatch(stamped, name, re.DOTALL))
+    numbered = re.escape(stem) + r" \d+" + re.escape(extension)
+    return name == original or bool(re.fullmatch(f"{stamped}|{numbered}", name, re.DOTALL))
 
 
 def printable(path: str) -> str:

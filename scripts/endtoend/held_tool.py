@@ -28,3 +28,9 @@ class HeldTool:
 
     def release(self) -> None:
         os.write(self._gate, b"go\n")
+
+    def restore(self) -> None:
+        """Puts the tool back in its place, when nobody waits any more."""
+        os.rename(HELD, TOOL)
+        os.close(self._gate)
+        os.unlink(GATE)

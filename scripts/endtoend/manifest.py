@@ -3,7 +3,9 @@
 from __future__ import annotations
 
 import json
-from dataclasses import asdict, dataclass
+import os
+from collections.abc import Mapping
+from dataclasses import asdict, dataclass, field
 
 from endtoend import plan, snapshot
 from endtoend.snapshot import Entry, Watched
@@ -19,31 +21,45 @@ class Manifest:
     watched: list[Watched]
     processes: list[Process]
     entries: dict[str, Entry]
+    # Where applications stand that are not in their places, by their places.
+    moved: Mapping[str, str] = field(default_factory=dict)
+    # Links that lead nowhere count as missing, and stay.
+    broken_links: list[str] = field(default_factory=list)
 
     @staticmethod
-    def take(root: str, home: str, watched: list[Watched],
-             processes: list[Process]) -> Manifest:
-        return Manifest(root, home, watched, processes, snapshot.take(watched))
+    def take(root: str, home: str, watched: list[Watched], processes: list[Process],
+             moved: Mapping[str, str] | None = None) -> Manifest:
+        entries = snapshot.take(watched)
+        broken = [path for path, entry in entries.items()
+                  if entry.type == "link" and not os.path.exists(path)]
+        return Manifest(root, home, watched, processes, entries, moved or {}, broken)
 
     def places(self) -> list[plan.Place]:
         """The rows of the plan, receipts included, whether or not something stands there."""
         folder = f"{self.root}/Library/Receipts/"
         names = [path.removeprefix(folder) for path in self.entries if path.startswith(folder)]
-        return plan.places(self.root, self.home, [name for name in names if "/" not in name])
+        return plan.places(self.root, self.home, [name for name in names if "/" not in name],
+                           self.moved)
 
     def planned(self) -> dict[str, int]:
         """What stands at places of the plan, with the step that takes it."""
         steps: dict[str, int] = {}
         for place in self.places():
-            if place.path in self.entries:
+            if place.path in self.entries and place.path not in self.broken_links:
                 steps.setdefault(place.path, place.step)
         return steps
+
+    def is_in_others_folder(self, path: str) -> bool:
+        """Whether an item stands where the user of the home folder may not take it away."""
+        folder = self.entries.get(os.path.dirname(path))
+        return folder is not None and folder.owner != self.entries[self.home].owner
 
     def write(self, file: str) -> None:
         """One JSON object a line: the frame first, then every entry."""
         planned = self.planned()
         frame = {"root": self.root, "home": self.home, "watched": list(map(asdict, self.watched)),
-                 "processes": list(map(asdict, self.processes))}
+                 "processes": list(map(asdict, self.processes)), "moved": dict(self.moved),
+                 "broken_links": self.broken_links}
         with open(file, "w", encoding="ascii") as out:
             print(json.dumps(frame), file=out)
             for path, entry in self.entries.items():
@@ -62,7 +78,8 @@ class Manifest:
                 entries[path] = Entry(**values)
         return Manifest(frame["root"], frame["home"],
                         [Watched(**watch) for watch in frame["watched"]],
-                        [Process(**process) for process in frame["processes"]], entries)
+                        [Process(**process) for process in frame["processes"]], entries,
+                        frame["moved"], frame["broken_links"])
 
 
 def installed_folders(root: str, home: str) -> list[Watched]:

@@ -5,14 +5,18 @@ from __future__ import annotations
 import os
 import subprocess
 import time
+from collections.abc import Iterator
+from contextlib import contextmanager
 from dataclasses import dataclass
+from enum import Enum
 
-from endtoend import plan
+from endtoend import half_suite, other_user, plan
 from endtoend.account import Account
 from endtoend.agents import Agents, NoManager
-from endtoend.check import check, print_report
+from endtoend.check import Report, Run, changes, check, print_report
 from endtoend.held_tool import HeldTool
 from endtoend.manifest import Manifest
+from endtoend.program_log import ProgramLog
 from endtoend.right import Person, Right, wait_for_tools
 from endtoend.screen import Screen, Window, is_drawn
 from endtoend.session import Session
@@ -22,8 +26,17 @@ from endtoend.waiting import PATIENCE_SECONDS, POLL_SECONDS, TooLate
 
 TREE = os.path.dirname(os.path.dirname(os.path.dirname(os.path.realpath(__file__))))
 COMPLETE = "Uninstall complete"
+UNREMOVED = "Error: Unable to remove LaunchAgent"
 # The middle of the last button at the foot of a window, from the lower right corner.
 LAST_BUTTON = (55, 35)
+
+
+class Installed(Enum):
+    """How much of the suite there is."""
+
+    WHOLE = "whole"
+    HALF = "half"
+    NOTHING = "nothing"
 
 
 @dataclass(frozen=True)
@@ -33,12 +46,22 @@ class Wishes:
     program: str
     pictures: str
     remove_shared: bool
-    is_suite_installed: bool
-    # In a copy of the machine tools may be held for a moment, so that the progress window is seen,
-    # jobs are loaded, and the administrator's right is asked for.
+    installed: Installed
+    cache_files: int
+    # Small files beside those that the suite has anyway.
+    more_files: int
+    # Another user has the same things, and the Trash holds namesakes; in a copy of the machine.
+    has_other_user: bool
+    # The folder of the launch agents is root's, with all in it.
+    locks_agents: bool
+    # In a copy of the machine jobs are loaded, and the administrator's right is asked for.
     is_in_copy: bool
+    # A tool is held for a moment, so that the progress window is seen.
+    holds_tool: bool
     # The machine-wide items are root's unless the right is not needed.
     right: Right
+    # Cancel is pressed where otherwise the uninstall would begin.
+    cancels: bool = False
 
     @property
     def build(self) -> str:
@@ -56,26 +79,34 @@ class Performance:
         self._watched = watched
         self._companions: list[tuple[Process, subprocess.Popen[bytes]]] = []
         self._is_complete = False
+        self._has_begun = False
         self._problems: list[str] = []
-        self._held = HeldTool() if wishes.is_in_copy else None
+        self._held = HeldTool() if wishes.holds_tool else None
         self._agents = Agents(
             self._account, f"{wishes.build}/libexec/kelvane-uninstaller/tools/bin/launchctl")
         self._questions = 0
+        self._complaints = 0
+        self._begin = 0.0
 
     def run(self) -> int:
         """Does it all, prints what came of it, and gives the exit status."""
         manifest = self._install()
+        self._log = ProgramLog(self._account, self._wishes.program)
         self._start_companions(manifest.processes)
         try:
             self._load_agents()
-            self._uninstall()
-            wait_for_tools()
+            report = self._perform(manifest)
         except (TooLate, RuntimeError) as failure:
             self._problems.append(str(failure))
+            report = self._check(manifest)
+        if not self._has_begun and not self._problems:
+            return self._report_cancelled(manifest)
         self._look_at_companions()
-        self._problems += self._agents.look()
-        report = check(manifest, self._wishes.remove_shared, self._wishes.right)
-        self._look_at_questions(manifest)
+        self._log.show()
+        are_kept = self._wishes.locks_agents and self._wishes.right is Right.REFUSED
+        self._problems += self._agents.look(are_kept)
+        if self._complaints != (len(plan.AGENTS) if are_kept else 0):
+            self._problems.append(f"the alert {UNREMOVED!r} was seen {self._complaints} times")
         print_report(report, self._account.home)
         if self._held:
             self._problems.append("the progress window was not seen")
@@ -87,28 +118,69 @@ class Performance:
             print(COMPLETE)
         return 1 if self._problems or report.problems else 0
 
+    def _report_cancelled(self, manifest: Manifest) -> int:
+        """What a person sees who has pressed Cancel."""
+        for process, started in self._companions:
+            if started.poll() is not None:
+                self._problems.append(f"{process.path} is not running")
+            started.kill()
+            started.wait()
+        print("The uninstaller was cancelled.")
+        self._problems += changes(manifest)
+        if not self._may_be_cancelled():
+            self._problems.append("nobody pressed Cancel")
+        for problem in self._problems:
+            print(f"Not as it should be: {problem}")
+        if not self._problems:
+            print("Nothing has changed.")
+        return 1 if self._problems else 0
+
+    def _may_be_cancelled(self) -> bool:
+        return self._wishes.cancels or not self._session.is_private
+
+    def _perform(self, manifest: Manifest) -> Report:
+        """The uninstall itself, and what came of it."""
+        self._uninstall()
+        wait_for_tools()
+        if self._has_begun:
+            self._look_at_questions(manifest)
+        return self._check(manifest)
+
+    def _check(self, manifest: Manifest, run: Run = Run.WHOLE) -> Report:
+        return check(manifest, self._wishes.remove_shared, self._wishes.right, run)
+
     def _install(self) -> Manifest:
-        suite = SampleSuite("", self._account.home, cache_files=3000)
-        if self._wishes.is_suite_installed:
-            suite.install()
-        else:
+        home = self._account.home
+        suite = SampleSuite("", home, self._wishes.cache_files, self._wishes.more_files)
+        moved: dict[str, str] = {}
+        if self._wishes.installed is Installed.NOTHING:
             suite.install_neighbours()
+        else:
+            suite.install()
+        if self._wishes.installed is Installed.HALF:
+            moved = half_suite.halve("", home)
         for folder in USER_FOLDERS:
-            give(self._account.home + folder, self._account.uid, self._account.gid)
+            give(home + folder, self._account.uid, self._account.gid)
         is_users = self._wishes.right is Right.NOT_NEEDED
         owner = (self._account.uid, self._account.gid) if is_users else (0, 0)
         for folder in LOCAL_FOLDERS:
             give(folder, *owner)
-        return Manifest.take("", self._account.home, self._watched, suite.processes)
+        if self._wishes.locks_agents:
+            give(f"{home}/Library/LaunchAgents", 0, 0)
+        if self._wishes.has_other_user:
+            suite.processes += other_user.install(self._account)
+        return Manifest.take("", home, self._watched, suite.processes, moved)
 
     def _start_companions(self, processes: list[Process]) -> None:
         for process in processes:
-            started = self._account.start([process.path, "1000000"], stdin=subprocess.DEVNULL,
-                                          stdout=subprocess.DEVNULL)
-            self._companions.append((process, started))
+            if os.path.isfile(process.path):
+                account = Account.named(process.user) if process.user else self._account
+                started = account.start([process.path, "1000000"], stdin=subprocess.DEVNULL,
+                                        stdout=subprocess.DEVNULL)
+                self._companions.append((process, started))
 
     def _load_agents(self) -> None:
-        if self._wishes.is_in_copy and self._wishes.is_suite_installed:
+        if self._wishes.is_in_copy and self._wishes.installed is Installed.WHOLE:
             try:
                 self._agents.load()
             except NoManager as reason:
@@ -133,7 +205,9 @@ class Performance:
         running: list[str] = []
         for process, started in self._companions:
             is_running = started.poll() is None
-            (running if is_running else stopped).append(os.path.basename(process.path))
+            name = os.path.basename(process.path)
+            (running if is_running else stopped).append(
+                f"{name} of {process.user}" if process.user else name)
             if is_running == process.is_stopped:
                 self._problems.append(f"{process.path} is {'still' if is_running else 'not'} "
                                       "running")
@@ -145,20 +219,27 @@ class Performance:
     # The program and its windows.
 
     def _uninstall(self) -> None:
-        begin = time.monotonic()
-        with self._account.start([self._wishes.program], stdin=subprocess.DEVNULL) as program:
+        with self._running_program() as program:
+            screen = Screen(self._account, program)
+            main = screen.wait_for_window()
+            print(f"The window was up after {1000 * (time.monotonic() - self._begin):.0f} ms")
+            picture = screen.drawn_picture(main)
+            self._keep("main", picture)
+            if self._session.is_private:
+                self._press_buttons(screen, main, picture)
+            else:
+                self._ask_to_press()
+            self._follow(screen, program, main)
+
+    @contextmanager
+    def _running_program(self) -> Iterator[subprocess.Popen[bytes]]:
+        """The program, with the person who answers its questions; killed if it has not ended."""
+        self._begin = time.monotonic()
+        with self._account.start([self._wishes.program], stdin=subprocess.DEVNULL,
+                                 stderr=self._log.errors) as program:
             person = self._person_for(program)
             try:
-                screen = Screen(self._account, program)
-                main = screen.wait_for_window()
-                print(f"The window was up after {1000 * (time.monotonic() - begin):.0f} ms")
-                picture = screen.drawn_picture(main)
-                self._keep("main", picture)
-                if self._session.is_private:
-                    self._press_buttons(screen, main, picture)
-                else:
-                    self._ask_to_press()
-                self._follow(screen, program, main)
+                yield program
             finally:
                 program.kill()
                 if person:
@@ -175,7 +256,9 @@ class Performance:
                       self._wishes.right)
 
     def _keep(self, name: str, picture: bytes) -> None:
-        """Writes a picture, as a file of the folder's owner."""
+        """Writes a picture, if there is one, as a file of the folder's owner."""
+        if not picture:
+            return
         folder = self._wishes.pictures
         path = f"{folder}/{name}.png"
         with open(path, "wb") as file:
@@ -185,6 +268,8 @@ class Performance:
 
     def _press_buttons(self, screen: Screen, main: Window, picture: bytes) -> None:
         screen.activate(main)
+        if self._wishes.cancels:
+            return screen.press_key("Escape")
         if self._wishes.remove_shared:
             # The checkbox is the first to have the keyboard. Its mnemonic would tick it only a moment
             # later, perhaps after the click.
@@ -213,8 +298,13 @@ class Performance:
             self._problems.append(f"the program ended with status {program.returncode}")
 
     def _meet(self, screen: Screen, window: Window) -> None:
+        self._has_begun = True
         if window.title == COMPLETE:
-            self._meet_alert(screen, window)
+            self._is_complete = True
+            self._meet_alert(screen, window, "alert")
+        elif window.title == UNREMOVED:
+            self._complaints += 1
+            self._meet_alert(screen, window, "complaint")
         elif self._held:
             self._keep("progress", screen.drawn_picture(window))
             self._held.release()
@@ -222,17 +312,21 @@ class Performance:
         elif is_drawn(picture := screen.picture(window)):
             self._keep("progress", picture)
 
-    def _meet_alert(self, screen: Screen, window: Window) -> None:
-        self._keep("alert", screen.drawn_picture(window))
-        self._is_complete = True
+    def _meet_alert(self, screen: Screen, window: Window, name: str) -> None:
+        self._keep(name, screen.drawn_picture(window))
         if self._session.is_private:
             screen.activate(window)
             screen.press_key("Return")
 
 
 def count_rows(manifest: Manifest, remove_shared: bool) -> int:
-    """The rows of the plan that find an item in the machine-wide folders as long as none goes."""
-    local = tuple(f"{folder}/" for folder in LOCAL_FOLDERS)
-    return sum(place.path in manifest.entries and place.path.startswith(local)
+    """The rows of the plan that find an item in root's folders as long as none goes."""
+    planned = manifest.planned()
+
+    def finds(place: plan.Place) -> bool:
+        is_bundle = f"{place.path}/Contents/Info.plist" in manifest.entries
+        return place.path in planned and (is_bundle or place.step not in plan.LOOKUP_STEPS)
+
+    return sum(finds(place) and manifest.is_in_others_folder(place.path)
                and (remove_shared or place.step not in plan.SHARED_STEPS)
                for place in manifest.places())

@@ -6,6 +6,7 @@ applications go in step 2, so that step 4 finds nothing.
 
 from __future__ import annotations
 
+from collections.abc import Mapping
 from dataclasses import dataclass
 
 APPLICATIONS = ("Dunmarl", "Ospenth", "Vellicor", "Harrowin", "Caddamir", "Stelbrin", "Frensow",
@@ -26,6 +27,8 @@ TITLES = {
     14: "machine-wide preferences", 15: "shared machine-wide preferences",
     16: "launch agents", 17: "launch agents' files", 18: "receipts", 19: "package receipts",
 }
+# These ask for applications by their identifiers, wherever they are.
+LOOKUP_STEPS = frozenset({2, 3})
 SHARED_STEPS = frozenset({3, 5, 7, 9, 12, 15})
 # What these steps take away is deleted with its job instead of moved to the Trash.
 DELETING_STEPS = frozenset({16})
@@ -89,13 +92,17 @@ def _user_places() -> list[Place]:
     return [Place(step, f"/Library/{path}") for step, paths in rows.items() for path in paths]
 
 
-def places(root: str, home: str, receipts: list[str]) -> list[Place]:
+def places(root: str, home: str, receipts: list[str],
+           moved: Mapping[str, str] | None = None) -> list[Place]:
     """Every row that names a place, in the plan's order.
 
     `root` is where the machine-wide folders stand ("" for the machine itself), `receipts` are the
-    names in the receipts folder; those that do not match are left out.
+    names in the receipts folder; those that do not match are left out. `moved` has the paths of
+    applications that only their identifiers lead to, by the places where they would be.
     """
     found = [Place(place.step, root + place.path) for place in _local_places()]
+    found = [Place(place.step, (moved or {}).get(place.path, place.path))
+             if place.step in LOOKUP_STEPS else place for place in found]
     found += [Place(place.step, home + place.path) for place in _user_places()]
     found += [Place(18, f"{root}/Library/Receipts/{name}") for name in receipts
               if name.lower().startswith(RECEIPT_PREFIX)]

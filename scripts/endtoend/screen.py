@@ -52,11 +52,17 @@ class Screen:
         return self._account.run(["import", "-silent", "-window", window.number, "png:-"]).stdout
 
     def drawn_picture(self, window: Window, unlike: bytes = b"") -> bytes:
-        """The window once it is drawn and looks different from an earlier picture."""
-        def look() -> bytes | None:
+        """The window once it is drawn and looks different from an earlier picture; empty when it
+        goes before that, as a person may be quicker."""
+        def look() -> tuple[bytes] | None:
             picture = self.picture(window)
-            return picture if is_drawn(picture) and picture != unlike else None
-        return wait_for(f"the window {window.title!r} to be drawn", look)
+            if is_drawn(picture) and picture != unlike:
+                return (picture,)
+            return None if self._is_shown(window) else (b"",)
+        return wait_for(f"the window {window.title!r} to be drawn", look)[0]
+
+    def _is_shown(self, window: Window) -> bool:
+        return self._program.poll() is None and window.number in [w.number for w in self.windows()]
 
     def activate(self, window: Window) -> None:
         """Gives the window the keyboard."""

@@ -30,7 +30,8 @@ OTHER_RECEIPTS = ("Install Kelvane.pkg", "Install Kelvanes 2.pkg", "Reinstall Ke
 
 
 LOCAL_FOLDERS = ("/Applications", "/Library", "/private")
-USER_FOLDERS = ("/Library", "/Documents", "/Music")
+FILES_IN_A_FOLDER = 100
+USER_FOLDERS = ("/Applications", "/Library", "/Documents", "/Music")
 
 
 @dataclass(frozen=True)
@@ -39,6 +40,8 @@ class Process:
 
     path: str
     is_stopped: bool
+    # Who runs it, where that is another than the user of the suite.
+    user: str = ""
 
 
 @dataclass
@@ -48,19 +51,25 @@ class SampleSuite:
     root: str
     home: str
     cache_files: int
+    # Small files beside those that every suite has, spread over all that is taken away.
+    more_files: int = 0
     processes: list[Process] = field(default_factory=list)
 
     def install(self) -> None:
         """The suite and its neighbours."""
-        self._install_applications()
-        self._install_shared_tools()
-        self._install_support_files()
-        self._install_caches()
-        self._install_preferences()
-        self._install_agents()
-        self._install_receipts()
+        self._install_machine_wide()
+        self.install_in_home()
+        self._install_more_files()
         self.install_neighbours()
         self._install_links()
+
+    def install_in_home(self) -> None:
+        """What the suite keeps for one user."""
+        self._install_shared_resources()
+        self._install_support_files()
+        self._install_caches()
+        self._install_user_preferences()
+        self._install_jobs()
 
     def install_neighbours(self) -> None:
         """What has to survive: other makers' things, look-alikes, the user's own files."""
@@ -69,6 +78,15 @@ class SampleSuite:
         self._install_own_files()
 
     # The suite.
+
+    def _install_machine_wide(self) -> None:
+        self._install_applications()
+        self._install_shared_tools()
+        self._file(f"{self.root}/Library/Documentation/Quillfen/Kelvane User Manual.pdf", 1_500_000)
+        self._install_local_preferences()
+        for program in plan.AGENTS.values():
+            self._program(self.root + program)
+        self._install_receipts()
 
     def _install_applications(self) -> None:
         # The program looks for one fused name instead of these two, and leaves both running.
@@ -91,6 +109,8 @@ class SampleSuite:
             self._bundle(bundle, identifier, name, binary=False)
             self._resources(bundle, 4)
             self.processes.append(Process(f"{bundle}/Contents/MacOS/{name}", True))
+
+    def _install_shared_resources(self) -> None:
         shared = f"{self.home}/Library/Application Support/Quillfen/Shared Resources"
         for number in range(12):
             self._file(f"{shared}/Sounds/Tone {number}.aiff", 2000 + 317 * number)
@@ -106,7 +126,6 @@ class SampleSuite:
         os.makedirs(f"{support}/Empty Folder")
         self._file(f"{support}/Sealed/Inside", 5000, mode=0o444)
         os.chmod(f"{support}/Sealed", 0o555)
-        self._file(f"{self.root}/Library/Documentation/Quillfen/Kelvane User Manual.pdf", 1_500_000)
 
     def _install_caches(self) -> None:
         caches = f"{self.home}/Library/Caches"
@@ -122,26 +141,27 @@ class SampleSuite:
         for folder in ("com.quillfen.BugReporter", plan.UPDATER, plan.LAUNCHER):
             self._file(f"{caches}/{folder}/Cache.db", 32_768)
 
-    def _install_preferences(self) -> None:
-        user = f"{self.home}/Library/Preferences"
-        local = f"{self.root}/Library/Preferences"
+    def _install_user_preferences(self) -> None:
+        folder = f"{self.home}/Library/Preferences"
         for number, name in enumerate(plan.APPLICATIONS):
-            identifier = plan.identifier(name)
-            self._plist(f"{user}/{identifier}.plist", {"LastVersion": VERSION, "Opened": number},
-                        binary=True)
-            self._plist(f"{local}/{identifier}.plist", {"Serial": f"KV-{number:04d}"})
+            self._plist(f"{folder}/{plan.identifier(name)}.plist",
+                        {"LastVersion": VERSION, "Opened": number}, binary=True)
         for name in plan.WITH_RECENT_ITEMS:
-            self._plist(f"{user}/{plan.identifier(name)}.LSSharedFileList.plist",
+            self._plist(f"{folder}/{plan.identifier(name)}.LSSharedFileList.plist",
                         {"RecentDocuments": {"MaxAmount": 10}}, binary=True)
         for identifier in (plan.UPDATER, plan.LAUNCHER, plan.GLOBAL):
-            self._plist(f"{user}/{identifier}.plist", {"FirstRun": False})
-            self._plist(f"{local}/{identifier}.plist", {"Channel": "release"})
+            self._plist(f"{folder}/{identifier}.plist", {"FirstRun": False})
 
-    def _install_agents(self) -> None:
-        for label, path in plan.AGENTS.items():
-            program = self.root + path
-            self._program(program)
-            self._agent(f"{self.home}/Library/LaunchAgents", label, program)
+    def _install_local_preferences(self) -> None:
+        folder = f"{self.root}/Library/Preferences"
+        for number, name in enumerate(plan.APPLICATIONS):
+            self._plist(f"{folder}/{plan.identifier(name)}.plist", {"Serial": f"KV-{number:04d}"})
+        for identifier in (plan.UPDATER, plan.LAUNCHER, plan.GLOBAL):
+            self._plist(f"{folder}/{identifier}.plist", {"Channel": "release"})
+
+    def _install_jobs(self) -> None:
+        for label, program in plan.AGENTS.items():
+            self._agent(f"{self.home}/Library/LaunchAgents", label, self.root + program)
 
     def _install_receipts(self) -> None:
         receipts = self.root + RECEIPTS
@@ -150,6 +170,23 @@ class SampleSuite:
         self._file(f"{self.root}{PACKAGES}/com.quillfen.pkg.Kelvane.bom", 45_000)
         self._plist(f"{self.root}{PACKAGES}/com.quillfen.pkg.Kelvane.plist",
                     {"PackageIdentifier": "com.quillfen.pkg.Kelvane", "PackageVersion": VERSION})
+
+    def _install_more_files(self) -> None:
+        library = f"{self.home}/Library"
+        hosts = [f"{self.root}{path}/Contents/Resources"
+                 for path in (*map(plan.application_path, plan.APPLICATIONS), plan.UPDATER_PATH,
+                              plan.LAUNCHER_PATH)]
+        hosts += [f"{library}/Application Support/Quillfen/{folder}"
+                  for folder in ("Kelvane", "Shared Resources")]
+        hosts += [f"{library}/Caches/com.quillfen.{name}"
+                  for name in (*plan.APPLICATIONS[:-1], "SoftwareUpdate", "launcher")]
+        for first in range(0, self.more_files, FILES_IN_A_FOLDER):
+            folder = f"{hosts[first // FILES_IN_A_FOLDER % len(hosts)]}/More/{first}"
+            os.makedirs(folder)
+            for number in range(first, min(first + FILES_IN_A_FOLDER, self.more_files)):
+                file = os.open(f"{folder}/{number}", os.O_WRONLY | os.O_CREAT | os.O_EXCL, 0o644)
+                os.write(file, b"File %d\n" % number)
+                os.close(file)
 
     # The neighbours.
 

@@ -8,7 +8,7 @@
 
 int main(int argc, char** argv) {
     platform::installServices({"com.example.Windowed", "2.5"});
-    return platform::applicationMain(
+    return platform::windowedMain(
         argc, argv, argc > 1 ? argv[1] : "", [](platform::Interface& interface) {
             auto& window = interface.window("windowMain");
             platform::service<platform::Application>().performOnMainThread(

@@ -3,17 +3,19 @@
 from __future__ import annotations
 
 import os
+import shutil
 import sys
 import tempfile
 import unittest
 from collections import Counter
-from collections.abc import Callable
+from collections.abc import Callable, Mapping
+from dataclasses import replace
 from urllib.parse import quote_from_bytes
 
 sys.path.insert(0, os.path.join(os.path.dirname(__file__), "../../scripts"))
 
-from endtoend import plan  # noqa: E402
-from endtoend.check import Report, check, is_name_in_trash, printable  # noqa: E402
+from endtoend import half_suite, plan  # noqa: E402
+from endtoend.check import Report, Run, check, is_name_in_trash, printable  # noqa: E402
 from endtoend.manifest import Manifest, installed_folders  # noqa: E402
 from endtoend.right import Right  # noqa: E402
 from endtoend.suite import SampleSuite  # noqa: E402
@@ -31,9 +33,12 @@ class WithSuite(unittest.TestCase):
         os.mkdir(self.home)
         self.suite = SampleSuite(self.root, self.home, cache_files=60)
         self.suite.install()
+        self.take_manifest()
+
+    def take_manifest(self, moved: Mapping[str, str] | None = None) -> None:
         self.manifest = Manifest.take(self.root, self.home,
                                       installed_folders(self.root, self.home),
-                                      self.suite.processes)
+                                      self.suite.processes, moved)
 
     def trash(self, path: str) -> str:
         """Moves an item to the Trash and gives the path that it has there."""
@@ -61,8 +66,8 @@ class WithSuite(unittest.TestCase):
                 moved[path] = self.trash(path)
         return moved
 
-    def report(self, remove_shared: bool = False) -> Report:
-        return check(self.manifest, remove_shared)
+    def report(self, remove_shared: bool = False, run: Run = Run.WHOLE) -> Report:
+        return check(self.manifest, remove_shared, run=run)
 
 
 class TheSampleSuite(WithSuite):
@@ -83,6 +88,13 @@ class TheSampleSuite(WithSuite):
         self.assertEqual(6, len(taken))
         self.assertEqual(6, len(receipts) - len(taken))
 
+    def test_may_have_any_number_of_files_more(self) -> None:
+        SampleSuite(f"{self.root}/large", f"{self.home}/large", cache_files=1,
+                    more_files=3333).install()
+        more = [name for folder, _, names in os.walk(os.path.dirname(self.home))
+                if "/More/" in folder for name in names]
+        self.assertEqual(list(map(str, range(3333))), sorted(more, key=int))
+
     def test_has_names_that_are_no_utf_8(self) -> None:
         self.assertIn(rb"\xff\xfe", printable("\n".join(self.manifest.entries)).encode())
 
@@ -98,6 +110,19 @@ class TheSampleSuite(WithSuite):
         self.assertEqual(sorted(plan.STOPPED), sorted(stopped))
         for process in self.suite.processes:
             self.assertTrue(os.access(process.path, os.X_OK), process.path)
+
+
+class AHalfSuite(WithSuite):
+    def test_has_items_and_lacks_items_and_has_other_things_in_their_places(self) -> None:
+        moved = half_suite.halve(self.root, self.home)
+        self.take_manifest(moved)
+        kinds = Counter(self.manifest.entries[place.path].type
+                        if place.path in self.manifest.entries else "nothing"
+                        for place in self.manifest.places())
+        self.assertEqual({"file", "folder", "link", "nothing"}, set(kinds))
+        self.assertNotEqual([], self.manifest.broken_links)
+        (now,) = moved.values()
+        self.assertIn(now, self.manifest.planned())
 
 
 class TheManifest(WithSuite):
@@ -128,13 +153,68 @@ class TheCheck(WithSuite):
 
     def test_knows_the_names_that_privileged_tools_give(self) -> None:
         for name, original in (("A.plist", "A.plist"), ("A_20260101000000.plist", "A.plist"),
-                               ("A_20260101000000.", "A")):
+                               ("A_20260101000000.", "A"), ("A 2.plist", "A.plist"), ("A 10", "A")):
             self.assertTrue(is_name_in_trash(name, original), name)
-        for name in ("A_20260101000000", "A_2026.plist", "AB.plist"):
+        for name in ("A_20260101000000", "A_2026.plist", "AB.plist", "A 2.plist.b", "A b.plist"):
             self.assertFalse(is_name_in_trash(name, "A.plist"), name)
+
+    def test_finds_a_stray_that_has_gone_from_the_trash(self) -> None:
+        stray = f"{self.home}/.local/share/Trash/files/Gilrath.app"
+        os.makedirs(stray)
+        self.take_manifest()
+        self.uninstall()
+        self.assertEqual([], self.report().problems)
+        os.rename(stray, stray.replace(".app", " 2.app"))
+        self.assertEqual([], self.report().problems)
+        os.rmdir(stray.replace(".app", " 2.app"))
+        self.assert_problem(stray, "is 0 times in the Trash")
+
+    def test_leaves_broken_links_in_their_places(self) -> None:
+        manual = f"{self.root}/Library/Documentation/Quillfen/Kelvane User Manual.pdf"
+        os.unlink(manual)
+        os.symlink("nowhere", manual)
+        self.take_manifest()
+        self.assertNotIn(manual, self.manifest.planned())
+        self.uninstall()
+        self.assertEqual([], self.report().problems)
+
+    def test_follows_an_application_to_where_it_has_moved(self) -> None:
+        place = f"{self.root}{plan.application_path('Torvast')}"
+        os.rename(place, f"{self.home}/Torvast 2.app")
+        self.take_manifest({place: f"{self.home}/Torvast 2.app"})
+        self.uninstall(spare=f"{self.home}/Torvast 2.app")
+        self.assert_problem(f"{self.home}/Torvast 2.app", "still there")
+
+    def test_lets_items_stay_that_a_killed_run_has_not_reached(self) -> None:
+        manual = f"{self.root}/Library/Documentation/Quillfen/Kelvane User Manual.pdf"
+        self.uninstall(spare=manual)
+        self.assertEqual([], self.report(run=Run.CUT_SHORT).problems)
+        self.assertEqual([f"{manual}: stands at {[manual]}"],
+                         self.report(run=Run.REPEATED).problems)
+
+    def test_lets_a_killed_run_leave_notes_of_what_it_has_not_moved(self) -> None:
+        self.uninstall()
+        with open(f"{self.home}/.local/share/Trash/info/A.trashinfo", "xb"):
+            pass
+        self.assertNotEqual([], self.report().problems)
+        self.assertEqual([], self.report(run=Run.REPEATED).problems)
+
+    def test_finds_items_that_a_killed_run_has_lost_or_doubled(self) -> None:
+        cache = f"{self.home}/Library/Caches/com.quillfen.Dunmarl"
+        moved = self.uninstall()[cache]
+        shutil.copytree(moved, cache)
+        for run in (Run.CUT_SHORT, Run.REPEATED):
+            self.assertIn(f"{cache}: stands at {[moved, cache]}", self.report(run=run).problems)
+        shutil.rmtree(cache)
+        os.unlink(f"{moved}/fsCachedData/00/000000")
+        for run in (Run.CUT_SHORT, Run.REPEATED):
+            self.assertIn(f"{cache}: stands at no place", self.report(run=run).problems)
 
     def test_finds_items_that_moved_although_the_right_was_refused(self) -> None:
         manual = f"{self.root}/Library/Documentation/Quillfen/Kelvane User Manual.pdf"
+        folder = os.path.dirname(manual)
+        entry = self.manifest.entries[folder]
+        self.manifest.entries[folder] = replace(entry, owner=entry.owner + 1)
         self.uninstall()
         self.assertIn(f"{manual}: is gone",
                       check(self.manifest, False, Right.REFUSED).problems)

@@ -17,6 +17,8 @@ public:
     std::vector<std::string> runs;
     /// Raised by the next launches.
     std::optional<platform::Exception> failure;
+    /// Does what the tool would.
+    std::function<void()> effect = [] {};
 
     std::shared_ptr<platform::Pipe> makePipe() override {
         throw platform::Exception("NSFileHandleOperationException", "no pipes here");
@@ -32,6 +34,7 @@ public:
             line += ' ' + argument;
         }
         runs.push_back(line);
+        effect();
         return std::make_shared<Child>([this] { runs.emplace_back("waited"); });
     }
 

@@ -4,6 +4,7 @@
 #include "platform/FileSystem.h"
 #include "platform/LocalTime.h"
 #include "platform/Services.h"
+#include "platform/Workspace.h"
 #include "platform/foundation/Path.h"
 #include "util/paths/QFLocalPaths.h"
 #include "util/task/QFTaskEx.h"
@@ -153,11 +154,19 @@ bool QFAuthorization::authTrashFile(const std::string& path,
     if (deletesInsteadOfTrashing(deleteOnRootAccount)) {
         return authRemoveFile(destination);
     }
+    makeOwnTrash();
     return authMoveFile(path, destination);
 }
 
 bool QFAuthorization::deletesInsteadOfTrashing(DeleteOnRootAccount deleteOnRootAccount) const {
     return deleteOnRootAccount == DeleteOnRootAccount::yes && !userDirectory_ && isSuperuser();
+}
+
+// The Trash belongs to whoever it is for: the superuser makes none for somebody else.
+void QFAuthorization::makeOwnTrash() const {
+    if (!isSuperuser() || !userDirectory_) {
+        platform::service<platform::Workspace>().makeTrash(QFLocalPaths::trashDirectory());
+    }
 }
 
 std::string QFAuthorization::trashDestination(const std::string& path) const {
@@ -184,10 +193,10 @@ bool QFAuthorization::authTrashFolderContents(const std::string& path,
     }
     const bool deletes = deletesInsteadOfTrashing(deleteOnRootAccount);
     bool succeeded = true;
-    for (const auto& [name, kind] : entries(path)) {
-        const std::string entry = path::appending(path, name);
+    for (const auto& entry : entries(path)) {
+        const std::string item = path::appending(path, entry.name);
         const bool done =
-            deletes ? authExecTask("/bin/rm", {"-R", "-f", entry}) == 0 : authTrashFile(entry);
+            deletes ? authExecTask("/bin/rm", {"-R", "-f", item}) == 0 : authTrashFile(item);
         succeeded = succeeded && done;
     }
     return succeeded;
@@ -198,8 +207,9 @@ bool QFAuthorization::authMoveFolderContents(const std::string& path, const std:
         return false;
     }
     bool succeeded = true;
-    for (const auto& [name, kind] : entries(path)) {
-        const bool moved = authMoveFile(path::appending(path, name), path::appending(toPath, name));
+    for (const auto& entry : entries(path)) {
+        const bool moved =
+            authMoveFile(path::appending(path, entry.name), path::appending(toPath, entry.name));
         succeeded = succeeded && moved;
     }
     return succeeded;

@@ -113,7 +113,8 @@ public:
     bool authRemoveFile(const std::string& path);
 
     /// Moves an item into the user's Trash; where an item of its name is in there, under its name
-    /// with "_", the local date and time in 14 digits, "." and the extension added.
+    /// with "_", the local date and time in 14 digits, "." and the extension added. The Trash of
+    /// the user who runs the process is made where there is none.
     ///
     /// With DeleteOnRootAccount::yes a superuser process that knows no user deletes what stands at
     /// that place in the Trash instead, and leaves the item where it is.
@@ -152,6 +153,7 @@ private:
     bool deletesInsteadOfTrashing(DeleteOnRootAccount deleteOnRootAccount) const;
     bool startTool(const std::string& path, const std::vector<std::string>& arguments);
     std::string trashDestination(const std::string& path) const;
+    void makeOwnTrash() const;
 
     // The handle and the mode may be changed by one thread while another asks for them.
     std::atomic<platform::AuthorizationRef> authRef_{platform::AuthorizationRef::none};

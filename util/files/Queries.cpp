@@ -3,23 +3,39 @@
 #include "platform/FileSystem.h"
 #include "platform/Services.h"
 #include "platform/Workspace.h"
-#include "util/log/QFLog.h"
+#include "platform/foundation/Format.h"
+#include "util/files/FolderWalk.h"
 
+#include <algorithm>
+#include <array>
+#include <iterator>
+#include <limits>
 #include <string_view>
 
 namespace {
 
-constexpr std::string_view unableToUnlock = "Unable to unlock file %@: %@";
+/// How sizes below a threshold are shown.
+struct SizeStep {
+    double below;
+    double unit;
+    std::string_view format;
+};
+
+constexpr double kilobyte = 1024;
+constexpr double megabyte = 1024 * kilobyte;
+constexpr double gigabyte = 1024 * megabyte;
+constexpr double terabyte = 1024 * gigabyte;
+
+constexpr std::array sizeSteps{
+    SizeStep{kilobyte, 1, "%0.0f B"},
+    SizeStep{megabyte, kilobyte, "%0.2f KB"},
+    SizeStep{gigabyte, megabyte, "%0.2f MB"},
+    SizeStep{terabyte, gigabyte, "%0.2f GB"},
+    SizeStep{std::numeric_limits<double>::infinity(), terabyte, "%0.2f TB"},
+};
 
 platform::FileSystem& fileSystem() {
     return platform::service<platform::FileSystem>();
-}
-
-// One line for both ways, on purpose: it says "unlock" when locking fails, too.
-void setLocked(const std::string& path, bool locked) {
-    if (const auto error = fileSystem().setImmutable(path, locked)) {
-        QFLog::fastAppendLog(unableToUnlock, path, error->localizedDescription);
-    }
 }
 
 } // namespace
@@ -36,10 +52,48 @@ bool QFFileManager::isPackageAtPath(const std::string& path) {
     return platform::service<platform::Workspace>().isFilePackage(path);
 }
 
-void QFFileManager::lockFile(const std::string& path) {
-    setLocked(path, true);
+bool QFFileManager::isSymbolicLinkAtPath(const std::string& path) {
+    return fileSystem().destinationOfSymbolicLink(path).has_value();
 }
 
-void QFFileManager::unlockFile(const std::string& path) {
-    setLocked(path, false);
+std::optional<platform::Date> QFFileManager::modificationDateForFile(const std::string& path) {
+    const auto attributes = fileSystem().attributesOfItem(path);
+    return attributes ? std::optional(attributes->modificationDate) : std::nullopt;
+}
+
+std::optional<platform::Date> QFFileManager::creationDateForFile(const std::string& path) {
+    const auto attributes = fileSystem().attributesOfItem(path);
+    return attributes ? attributes->creationDate : std::nullopt;
+}
+
+std::uint64_t QFFileManager::fileSize(const std::string& path) {
+    if (!isDirectoryAtPath(path)) {
+        const auto attributes = fileSystem().attributesOfItem(path);
+        return attributes ? attributes->size : 0;
+    }
+    std::uint64_t size = 0;
+    FolderWalk walk(path, &platform::FileSystem::contentsOfDirectoryWithSizes);
+    while (walk.next()) {
+        if (walk.descend() == Descent::notAFolder) {
+            size += walk.entry().size.value_or(0);
+        }
+    }
+    return size;
+}
+
+std::string QFFileManager::formatFileSize(double size) {
+    // The last step is for all that is below no other.
+    const auto* const step =
+        std::find_if(sizeSteps.begin(), std::prev(sizeSteps.end()),
+                     [size](const SizeStep& candidate) { return size < candidate.below; });
+    return platform::format(step->format, size / step->unit);
+}
+
+bool QFFileManager::isFileLocked(const std::string& path) {
+    const auto attributes = fileSystem().attributesOfItem(path);
+    return attributes && attributes->immutable;
+}
+
+bool QFFileManager::fileIsOpenForWriting(const std::string& /*path*/) {
+    return false;
 }

@@ -4,25 +4,50 @@
 #include "platform/Services.h"
 #include "platform/Workspace.h"
 #include "platform/foundation/Path.h"
+#include "platform/foundation/Text.h"
 #include "util/auth/QFAuthorization.h"
+#include "util/files/FolderWalk.h"
+#include "util/files/Recycle.h"
+#include "util/files/TimedWait.h"
 #include "util/log/QFLog.h"
 #include "util/paths/QFLocalPaths.h"
 
-#include <optional>
 #include <string_view>
+
+namespace path = platform::path;
+namespace text = platform::text;
 
 namespace {
 
 constexpr std::string_view errorRemovingFile = "Error removing file: %@. Authorizing...";
 
-/// Moves an item into the user's Trash as the current user.
-std::optional<platform::Error> recycle(const std::string& path) {
-    return platform::service<platform::Workspace>().recycle(
-        platform::path::deletingLastComponent(path), QFLocalPaths::trashDirectory(),
-        platform::path::lastComponent(path));
+/// Trashes every item below a folder whose name matches, but no folder, and gives their paths.
+template <class Matches>
+std::vector<std::string> trashFilesBelow(const std::string& folder, Matches matches) {
+    std::vector<std::string> trashed;
+    FolderWalk walk(folder);
+    while (walk.next()) {
+        if (walk.descend() == Descent::notAFolder && matches(walk.entry().name)) {
+            QFFileManager::trashFile(walk.path());
+            trashed.push_back(walk.path());
+        }
+    }
+    return trashed;
+}
+
+/// Whether a folder may hold an item of this name and count as empty: the file browser's settings
+/// of the folder's view, and the folder's own icon.
+bool countsForNothing(std::string_view name) {
+    return name == ".DS_Store" || name == "Icon\r";
 }
 
 } // namespace
+
+std::optional<platform::Error> recycle(const std::string& path) {
+    return platform::service<platform::Workspace>().recycle(path::deletingLastComponent(path),
+                                                            QFLocalPaths::trashDirectory(),
+                                                            path::lastComponent(path));
+}
 
 bool QFFileManager::trashFile(const std::string& path) {
     return trashFile(path, ShouldAuth::yes);
@@ -34,6 +59,36 @@ bool QFFileManager::trashFile(const std::string& path, ShouldAuth shouldAuth) {
         return true;
     }
     return shouldAuth == ShouldAuth::yes && QFAuthorization::sharedController().authTrashFile(path);
+}
+
+bool QFFileManager::trashFile(const std::string& path, platform::Timeout timeout) {
+    return trashFile(path) && waitUntilGone(path, timeout);
+}
+
+bool QFFileManager::trashDirectoryContents(const std::string& path) {
+    return trashDirectoryContents(path, ShouldAuth::yes);
+}
+
+bool QFFileManager::trashDirectoryContents(const std::string& path, ShouldAuth shouldAuth) {
+    bool succeeded = true;
+    FolderWalk walk(path);
+    while (walk.next()) {
+        const bool trashed = trashFile(walk.path(), shouldAuth);
+        succeeded = succeeded && trashed;
+    }
+    return succeeded;
+}
+
+std::vector<std::string> QFFileManager::trashFilesOfType(const std::string& type,
+                                                         const std::string& inFolder) {
+    return trashFilesBelow(inFolder, [wanted = text::lowercased(type)](const std::string& name) {
+        return text::lowercased(path::extension(name)) == wanted;
+    });
+}
+
+std::vector<std::string> QFFileManager::trashFilesNamed(const std::string& name,
+                                                        const std::string& inFolder) {
+    return trashFilesBelow(inFolder, [&](const std::string& found) { return found == name; });
 }
 
 bool QFFileManager::removeFile(const std::string& path) {
@@ -52,4 +107,22 @@ bool QFFileManager::removeFile(const std::string& path, ShouldAuth shouldAuth) {
     QFLog::appendLog(errorRemovingFile, error->localizedDescription);
     return shouldAuth == ShouldAuth::yes &&
            QFAuthorization::sharedController().authRemoveFile(path);
+}
+
+bool QFFileManager::removeFile(const std::string& path, platform::Timeout timeout) {
+    return removeFile(path, ShouldAuth::yes) && waitUntilGone(path, timeout);
+}
+
+bool QFFileManager::isFolderEmpty(const std::string& path) {
+    FolderWalk walk(path);
+    while (walk.next()) {
+        if (!countsForNothing(walk.entry().name) && walk.descend() != Descent::entered) {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool QFFileManager::removeFolderIfEmpty(const std::string& path) {
+    return isFolderEmpty(path) && removeFile(path);
 }

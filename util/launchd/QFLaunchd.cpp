@@ -1,10 +1,14 @@
 #include "util/launchd/QFLaunchd.h"
 
 #include "platform/Application.h"
+#include "platform/Console.h"
+#include "platform/PropertyLists.h"
 #include "platform/Services.h"
 #include "platform/foundation/Format.h"
 #include "platform/foundation/Path.h"
 #include "util/alert/QFAlert.h"
+#include "util/auth/QFAuthorization.h"
+#include "util/log/QFLog.h"
 #include "util/task/QFTaskEx.h"
 
 #include <chrono>
@@ -14,13 +18,29 @@
 namespace {
 
 constexpr const char* launchctl = "/bin/launchctl";
+constexpr const char* chown = "/usr/sbin/chown";
+constexpr const char* chmod = "/bin/chmod";
+constexpr const char* ownerOfMachinesJobs = "root:wheel";
+constexpr const char* modeOfJobs = "644";
 constexpr std::chrono::seconds toolTimeout{10};
 constexpr std::chrono::microseconds pauseAfterRemoval{500};
+constexpr std::chrono::microseconds pauseAfterOwner{500};
+constexpr std::chrono::seconds pauseAfterMode{1};
 
 constexpr std::string_view jobFileFormat = "%@/%@.plist";
 constexpr const char* unableToRemove = "Error: Unable to remove LaunchAgent";
+constexpr const char* unableToWrite = "Error: Unable to write LaunchAgent data";
+constexpr const char* unableToCreate = "Error: Unable to create LaunchAgent";
 constexpr std::string_view checkPermissions =
     "Please check you have correct permissions for the directory %@.";
+constexpr std::string_view unableToWriteLine =
+    "Error: Unable to write LaunchAgent data. Please check you have correct permissions for the "
+    "directory %@";
+constexpr std::string_view unableToCreateLine =
+    "Error: Unable to create LaunchAgent. Please check you have correct permissions for the "
+    "directory %@";
+constexpr std::string_view tryingToAuthorize =
+    "Unable to write launchd plist - trying to authorize...";
 
 /// The folder of such jobs, missing where the domain has no Library.
 std::optional<std::string> jobFolder(Domain domain, LaunchAgent launchAgent) {
@@ -44,7 +64,112 @@ platform::Window* mainWindow() {
     return window;
 }
 
+/// Shows the alert about a job folder and waits for its answer.
+void showAlert(const char* message, const std::optional<std::string>& folder) {
+    QFAlert::alertSheetWithMessageText(message, platform::format(checkPermissions, folder),
+                                       mainWindow());
+}
+
+bool writeSettings(const platform::Value::Dictionary& settings, const std::string& file) {
+    return !platform::service<platform::PropertyLists>().writeAtomically(settings, file);
+}
+
+void runTool(const char* tool, const std::vector<std::string>& arguments) {
+    QFTaskEx::runTask(tool, arguments, toolTimeout);
+}
+
+/// The log line and the console line differ, on purpose.
+void reportUnwritable(const std::optional<std::string>& folder) {
+    QFLog::appendLog(unableToCreateLine, folder);
+    platform::systemLog(unableToWriteLine, folder);
+    showAlert(unableToWrite, folder);
+}
+
+void reportUnmovable(const std::string& folder) {
+    QFLog::appendLog(unableToCreateLine, folder);
+    platform::systemLog(unableToCreateLine, folder);
+    showAlert(unableToCreate, folder);
+}
+
+/// Writes the settings beside the temporary files and moves them to the job file, which could not
+/// be written itself. True when they are there.
+bool writeThroughTemporaryFile(const platform::Value::Dictionary& settings,
+                               const std::string& folder, const std::optional<std::string>& label) {
+    const std::string file = jobFile(folder, label);
+    const std::string temporary = jobFile(QFLocalPaths::tempDirectory(), label);
+    if (!writeSettings(settings, temporary)) {
+        reportUnwritable(folder);
+        return false;
+    }
+    if (QFFileManager::fileExistsAtPath(file)) {
+        QFFileManager::removeFile(file, platform::Timeout(5));
+    }
+    QFLog::appendLog(tryingToAuthorize);
+    if (!QFFileManager::moveFile(temporary, file, platform::Timeout(10))) {
+        reportUnmovable(folder);
+        QFFileManager::removeFile(temporary);
+        return false;
+    }
+    QFFileManager::removeFile(temporary, platform::Timeout(10));
+    return true;
+}
+
+void setOwnerAndMode(const std::string& file, Domain domain) {
+    if (domain == Domain::local) {
+        runTool(chown, {ownerOfMachinesJobs, file});
+    }
+    runTool(chmod, {modeOfJobs, file});
+}
+
+/// The pauses let the tools, which are only started, finish before the next step.
+void setOwnerAndModePrivileged(const std::string& file, Domain domain) {
+    auto& authorization = QFAuthorization::sharedController();
+    if (domain == Domain::local) {
+        authorization.authExecTask(chown, {ownerOfMachinesJobs, file});
+    }
+    std::this_thread::sleep_for(pauseAfterOwner);
+    authorization.authExecTask(chmod, {modeOfJobs, file});
+    std::this_thread::sleep_for(pauseAfterMode);
+}
+
 } // namespace
+
+bool QFLaunchd::startJob(const std::optional<std::string>& label,
+                         const platform::Value::Dictionary& settings, Domain user,
+                         LaunchAgent launchAgent, ShouldAuth shouldAuth,
+                         const std::optional<std::string>& killProcessName) {
+    const auto folder = jobFolder(user, launchAgent);
+    if (!folder) {
+        reportUnwritable(folder);
+        return false;
+    }
+    if (!QFFileManager::fileExistsAtPath(*folder)) {
+        QFFileManager::createDirectory(*folder, shouldAuth);
+    }
+    const std::string file = jobFile(*folder, label);
+    if (QFFileManager::fileExistsAtPath(file)) {
+        removeJob(label, user, launchAgent, shouldAuth);
+    }
+    bool useAuth = shouldAuth == ShouldAuth::yes;
+    if (!writeSettings(settings, file)) {
+        if (!writeThroughTemporaryFile(settings, *folder, label)) {
+            return false;
+        }
+        useAuth = true;
+    }
+    if (killProcessName) {
+        runTool("/usr/bin/killall", {*killProcessName});
+    }
+    useAuth ? setOwnerAndModePrivileged(file, user) : setOwnerAndMode(file, user);
+    runTool(launchctl, {"unload", file});
+    runTool(launchctl, {"load", file});
+    return true;
+}
+
+bool QFLaunchd::startLaunchAgent(const std::optional<std::string>& label,
+                                 const platform::Value::Dictionary& settings, Domain user) {
+    return startJob(label, settings, user, LaunchAgent::yes, ShouldAuth::no, std::nullopt);
+}
 
 void QFLaunchd::removeJob(const std::optional<std::string>& label, Domain user,
                           LaunchAgent launchAgent, ShouldAuth shouldAuth) {
@@ -60,8 +185,7 @@ void QFLaunchd::removeJob(const std::optional<std::string>& label, Domain user,
     if (QFFileManager::removeFile(file, shouldAuth)) {
         std::this_thread::sleep_for(pauseAfterRemoval);
     } else if (shouldAuth == ShouldAuth::yes) {
-        QFAlert::alertSheetWithMessageText(
-            unableToRemove, platform::format(checkPermissions, *folder), mainWindow());
+        showAlert(unableToRemove, folder);
     }
 }
 
@@ -75,7 +199,7 @@ void QFLaunchd::stopJob(const std::optional<std::string>& label, Domain user,
         return;
     }
     if (const auto folder = jobFolder(user, launchAgent)) {
-        QFTaskEx::runTask(launchctl, {"unload", jobFile(*folder, label)}, toolTimeout);
+        runTool(launchctl, {"unload", jobFile(*folder, label)});
     }
-    QFTaskEx::runTask(launchctl, {"remove", *label}, toolTimeout);
+    runTool(launchctl, {"remove", *label});
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/foundation/Value.h"
 #include "util/files/QFFileManager.h"
 #include "util/paths/QFLocalPaths.h"
 
@@ -13,11 +14,35 @@ enum class LaunchAgent { no, yes };
 ///
 /// A job is a property list in the folder "LaunchAgents" or "LaunchDaemons" of the domain's
 /// Library, named after the job's label with ".plist" added, and the service manager's loaded copy
-/// of it. What "/bin/launchctl" answers is not looked at. The class holds no state; any thread may
-/// call every member.
+/// of it. The label stands in the file's path as it is given, so one with "/" in it names a file
+/// elsewhere; without a label the file is called "(null).plist". What the tools answer is not
+/// looked at. The class holds no state; any thread may call every member.
 class QFLaunchd {
 public:
     QFLaunchd() = delete;
+
+    /// Installs a job and starts it: writes `settings`, which are not looked at, as the job's
+    /// property list in the place of one that is there, whose job is removed first; sets the file's
+    /// owner to "root:wheel" (only in Domain::local) and its mode to 644; and has the service
+    /// manager load it anew. A process named `killProcessName`, if any, is ended before that. Each
+    /// tool that runs without privilege gets at most 10 seconds.
+    ///
+    /// A missing job folder is made. Where the job file cannot be written, it is written to the
+    /// temporary folder and moved into place, the privileged way if need be, whatever `shouldAuth`
+    /// says; owner and mode are then set the privileged way, too. With ShouldAuth::yes they always
+    /// are, which takes a second for the tools to finish.
+    ///
+    /// True when the file is in place and loading it was tried. False when it could not be written,
+    /// which is logged, told on the system console, and reported by an alert on the main window,
+    /// which this waits for.
+    static bool startJob(const std::optional<std::string>& label,
+                         const platform::Value::Dictionary& settings, Domain user,
+                         LaunchAgent launchAgent, ShouldAuth shouldAuth,
+                         const std::optional<std::string>& killProcessName);
+
+    /// Starts an agent with ShouldAuth::no, ending no process.
+    static bool startLaunchAgent(const std::optional<std::string>& label,
+                                 const platform::Value::Dictionary& settings, Domain user);
 
     /// Stops a job and deletes its file, if there is one; then it pauses 500 microseconds. With
     /// ShouldAuth::yes a file that the user may not delete goes the privileged way, and one that

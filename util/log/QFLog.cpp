@@ -113,6 +113,5 @@ void QFLog::print(std::string_view format, FormatArguments arguments) const noex
 }
 
 platform::Date QFLog::now() {
-    auto* clock = platform::installedService<platform::Clock>();
-    return clock != nullptr ? clock->now() : platform::Date::clock::now();
+    return platform::now();
 }

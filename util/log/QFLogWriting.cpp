@@ -7,6 +7,7 @@
 #include "platform/foundation/Text.h"
 #include "util/log/LogLocation.h"
 
+#include <algorithm>
 #include <array>
 #include <exception>
 
@@ -42,6 +43,20 @@ constexpr std::array consoleReplacements{
     Replacement{"%", "%%"},
     Replacement{std::string_view("\0", 1), ""},
 };
+
+/// Whether one of the replacements, which all begin with a percent sign, has something to replace.
+template <class Replacements>
+bool holdsAny(std::string_view text, const Replacements& replacements) {
+    for (auto found = text.find('%'); found != std::string_view::npos;
+         found = text.find('%', found + 1)) {
+        const auto rest = text.substr(found);
+        if (std::any_of(replacements.begin(), replacements.end(),
+                        [rest](const auto& each) { return rest.starts_with(each.from); })) {
+            return true;
+        }
+    }
+    return false;
+}
 
 std::string replacingAll(std::string_view text, const Replacement& replacement) {
     std::string result;
@@ -93,10 +108,7 @@ void quietly(Step step) {
 } // namespace
 
 std::string QFLog::escapeTextForLogging(std::string_view text) {
-    if (text.find('%') == std::string_view::npos) {
-        return std::string(text);
-    }
-    return replacingAll(text, escapes);
+    return holdsAny(text, escapes) ? replacingAll(text, escapes) : std::string(text);
 }
 
 std::optional<std::string> QFLog::message(Format format, FormatArguments arguments) const {

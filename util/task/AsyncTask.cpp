@@ -24,8 +24,9 @@ constexpr const char* dataNotification = "QFAsyncTaskDataNotification";
 constexpr const char* fileHandleDataItem = "NSFileHandleNotificationDataItem";
 
 platform::Notification notificationOf(Data chunk) {
-    return {dataNotification, Value(),
-            Value::Dictionary{{fileHandleDataItem, Value(std::move(chunk))}}};
+    Value::Dictionary userInfo;
+    userInfo.emplace(fileHandleDataItem, std::move(chunk));
+    return {dataNotification, Value(), std::move(userInfo)};
 }
 
 } // namespace
@@ -101,7 +102,8 @@ void QFTaskEx::launchUnlessTerminated(platform::Process& child) {
 
 void QFTaskEx::asyncTaskReturnData(const platform::Notification& notification) {
     const auto* item = notification.userInfo[fileHandleDataItem].as<Data>();
-    const Data chunk = item != nullptr ? *item : Data();
+    const Data none;
+    const Data& chunk = item != nullptr ? *item : none;
     deliver(chunk);
     if (chunk.bytes.empty()) {
         terminateAsyncTask();
@@ -118,7 +120,10 @@ void QFTaskEx::deliver(const Data& chunk) {
     if (delegate == nullptr || !receiver.selector || !delegate->respondsTo(*receiver.selector)) {
         return;
     }
-    std::vector<Value> arguments{chunk, Value::Object(shared_from_this())};
+    std::vector<Value> arguments;
+    arguments.reserve(3);
+    arguments.emplace_back(chunk);
+    arguments.emplace_back(Value::Object(shared_from_this()));
     if (!receiver.object.isNone()) {
         arguments.push_back(receiver.object);
     }

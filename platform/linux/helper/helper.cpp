@@ -20,6 +20,7 @@
 #include <mntent.h>
 #include <poll.h>
 #include <pwd.h>
+#include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -531,9 +532,30 @@ bool isWhole(const std::filesystem::path& source, const std::filesystem::path& c
     return whole && !error;
 }
 
+/// Waits until no other child of the session moves anything, and keeps them waiting until this
+/// process ends.
+void takeTurn(const FileDescriptor& turns) {
+    struct flock all {};
+    all.l_type = F_WRLCK;
+    while (::fcntl(turns.get(), F_SETLKW, &all) != 0 && errno == EINTR) {
+    }
+}
+
+/// Waits until the other end of a pipe is closed.
+void awaitEnd(const FileDescriptor& readEnd) {
+    char nothing = 0;
+    while (::read(readEnd.get(), &nothing, 1) < 0 && errno == EINTR) {
+    }
+}
+
 /// Moves through a fresh folder beside the destination that none but root may enter, so that
 /// nothing can be put in the tool's way. What cannot be put in place afterwards stays there.
-[[noreturn]] void moveThroughStage(Command command, FileDescriptor& report) {
+///
+/// Such moves are made one after the other: an item that the program asks to be moved again,
+/// because it stands in its place while it is copied, has gone by then. Two at once would each take
+/// away what the other still has to copy. The program is told at once that the move has begun.
+[[noreturn]] void moveThroughStage(Command command, FileDescriptor& report,
+                                   const FileDescriptor& turns) {
     const auto [index, name] = *command.staging;
     const int folder = command.folders[index].descriptor.get();
     const std::string stageName = ".qf-helper-" + std::to_string(::getpid());
@@ -548,14 +570,23 @@ bool isWhole(const std::filesystem::path& source, const std::filesystem::path& c
     const int stageFolder = stage->descriptor.get();
     const std::string source = command.arguments[command.arguments.size() - 2];
     command.arguments.back() = anchor(command, std::move(*stage), name);
+    Pipe start = makePipe(0);
     const pid_t tool = ::fork();
     if (tool == 0) {
+        start.writeEnd.reset();
+        report.reset();
+        awaitEnd(start.readEnd);
         becomeTool(command, report);
     }
     if (tool < 0) {
+        const int error = errno;
+        ::unlinkat(folder, stageName.c_str(), AT_REMOVEDIR);
+        errno = error;
         failToStart(report);
     }
     report.reset();
+    takeTurn(turns);
+    start.writeEnd.reset();
     int status = 0;
     while (::waitpid(tool, &status, 0) < 0 && errno == EINTR) {
     }
@@ -570,14 +601,16 @@ bool isWhole(const std::filesystem::path& source, const std::filesystem::path& c
     ::_exit(status == 0 ? 0 : 1);
 }
 
-[[noreturn]] void runInChild(Command command, FileDescriptor report) {
+[[noreturn]] void runInChild(Command command, FileDescriptor report, const FileDescriptor& turns) {
     try {
         if (command.staging) {
-            moveThroughStage(std::move(command), report);
+            moveThroughStage(std::move(command), report, turns);
         }
         becomeTool(command, report);
     } catch (const std::bad_alloc&) {
         errno = ENOMEM;
+        failToStart(report);
+    } catch (const Refusal&) {
         failToStart(report);
     }
 }
@@ -623,7 +656,8 @@ class Session {
 public:
     explicit Session(uid_t user)
         : user_(user), null_(::open("/dev/null", O_RDWR | O_CLOEXEC)),
-          toolErrors_(makePipe(O_NONBLOCK)), message_(maximumRequestSize + 1, '\0') {
+          turns_(::memfd_create("turns", MFD_CLOEXEC)), toolErrors_(makePipe(O_NONBLOCK)),
+          message_(maximumRequestSize + 1, '\0') {
         ::fcntl(toolErrors_.writeEnd.get(), F_SETFL, 0); // the tools' end waits
     }
 
@@ -762,7 +796,7 @@ private:
             fromTool = {};
             toProgram = {};
             outputs_.clear();
-            runInChild(std::move(command), std::move(report.writeEnd));
+            runInChild(std::move(command), std::move(report.writeEnd), turns_);
         }
         ++children_;
         awaitStart(report, path);
@@ -792,6 +826,8 @@ private:
 
     const uid_t user_;
     FileDescriptor null_;
+    /// What children lock that take turns.
+    FileDescriptor turns_;
     Pipe toolErrors_;
     std::string errorLine_;
     std::string message_;

@@ -60,8 +60,15 @@ TEST(Text, TrimsNothingOffBytesThatAreNoCharacter) {
     EXPECT_EQ(text::trimmed(std::string_view(" \0 ", 3)), std::string_view("\0", 1));
 }
 
-TEST(Text, LowersTheCaseOfAsciiLettersOnly) {
-    EXPECT_EQ(text::lowercased("AZaz09@[\xC3\x89"), "azaz09@[\xC3\x89");
+TEST(Text, LowersTheLettersOfAscii) {
+    EXPECT_EQ(text::lowercased("AZaz09@["), "azaz09@[");
+    EXPECT_EQ(text::lowercased(""), "");
+}
+
+TEST(Text, LowersTheLettersOfUnicodeAndLeavesWhatIsNoCharacter) {
+    EXPECT_EQ(text::lowercased("\u00C9T\u00C9.\u0416\u03A9"), "\u00E9t\u00E9.\u0436\u03C9");
+    EXPECT_EQ(text::lowercased("\U00010400\u20AC\U0001F600"), "\U00010428\u20AC\U0001F600");
+    EXPECT_EQ(text::lowercased("A\xC3\xFF\xE2\x82Z"), "a\xC3\xFF\xE2\x82z");
 }
 
 TEST(Text, ComparesAPrefixWithoutCase) {

@@ -1,5 +1,6 @@
 // What the tests of the Linux ports run in a process of its own. Each command prints "ok", or the
-// number and the sentence of the Error, and then the lines of the system log.
+// number and the sentence of the Error, then the lines of the system log, and then how many faults
+// the library of faulty system calls has caused.
 
 #include "platform/Preferences.h"
 #include "platform/Services.h"
@@ -8,9 +9,13 @@
 #include "platform/linux/FileSystem.h"
 #include "platform/linux/PropertyLists.h"
 #include "platform/linux/SearchPaths.h"
+#include "platform/linux/Trash.h"
 #include "platform/linux/UserAccount.h"
+#include "platform/linux/Volumes.h"
 #include "platform/linux/Workspace.h"
 #include "tests/support/PortDoubles.h"
+
+#include <dlfcn.h>
 
 #include <cstdlib>
 #include <functional>
@@ -40,8 +45,28 @@ int recycle(const Arguments& arguments) {
     return report(workspace.recycle(arguments.at(0), arguments.at(1), arguments.at(2)));
 }
 
+int makeTrash(const Arguments& arguments) {
+    return platform::native::makeTrash(arguments.at(0));
+}
+
 int remove(const Arguments& arguments) {
     return report(platform::native::FileSystem().removeItem(arguments.at(0)));
+}
+
+int move(const Arguments& arguments) {
+    return report(platform::native::FileSystem().moveItem(arguments.at(0), arguments.at(1)));
+}
+
+int copy(const Arguments& arguments) {
+    return report(platform::native::FileSystem().copyItem(arguments.at(0), arguments.at(1)));
+}
+
+int create(const Arguments& arguments) {
+    return report(platform::native::FileSystem().createDirectory(arguments.at(0)));
+}
+
+int write(const Arguments& arguments) {
+    return report(platform::native::FileSystem().writeAtomically(arguments.at(0), arguments.at(1)));
 }
 
 int unlock(const Arguments& arguments) {
@@ -50,6 +75,14 @@ int unlock(const Arguments& arguments) {
 
 int lock(const Arguments& arguments) {
     return report(platform::native::FileSystem().setImmutable(arguments.at(0), true));
+}
+
+/// Prints each path, a zero byte behind it.
+int volumes(const Arguments& /*arguments*/) {
+    for (const auto& volume : platform::native::mountedLocalVolumes()) {
+        std::cout << volume.mountPoint << '\0';
+    }
+    return 0;
 }
 
 int environment(const Arguments& /*arguments*/) {
@@ -74,19 +107,41 @@ int storePreference(const Arguments& arguments) {
 }
 
 const std::map<std::string, std::function<int(const Arguments&)>> commands{
-    {"recycle", recycle}, {"remove", remove},           {"unlock", unlock},
-    {"lock", lock},       {"environment", environment}, {"store-preference", storePreference},
+    {"recycle", recycle},
+    {"make-trash", makeTrash},
+    {"remove", remove},
+    {"unlock", unlock},
+    {"lock", lock},
+    {"environment", environment},
+    {"store-preference", storePreference},
+    {"move", move},
+    {"copy", copy},
+    {"create", create},
+    {"write", write},
+    {"volumes", volumes},
 };
+
+/// Calls into the library of faulty system calls, where the program was started with it.
+template <typename Result>
+Result callFaultyCalls(const char* function) {
+    void* found = ::dlsym(RTLD_DEFAULT, function);
+    return found == nullptr ? Result() : reinterpret_cast<Result (*)()>(found)();
+}
 
 } // namespace
 
 int main(int argc, char** argv) {
     const Arguments arguments(argv + 1, argv + argc);
     platform::install<platform::Console>(console);
+    callFaultyCalls<void>("qfBeginFaults");
     const int status =
         commands.at(arguments.at(0))(Arguments(arguments.begin() + 1, arguments.end()));
+    const int faults = callFaultyCalls<int>("qfEndFaults");
     for (const auto& line : console.systemLogLines()) {
         std::cout << "log: " << line << '\n';
+    }
+    if (faults > 0) {
+        std::cout << "faults: " << faults << '\n';
     }
     return status;
 }

@@ -6,10 +6,13 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
+#include <thread>
 
 namespace {
 
@@ -123,6 +126,37 @@ TEST(FileSystem, HasNoListForWhatIsNoReadableFolder) {
     EXPECT_EQ(fileSystem.contentsOfDirectory(folder.makeFolder("empty")), Entries{});
 }
 
+TEST(FileSystem, ListsSizesOfAllButFolders) {
+    const TemporaryFolder folder;
+    folder.write("a", "12345");
+    folder.makeFolder("sub");
+    makeLink("missing", folder / "broken");
+
+    auto entries = fileSystem.contentsOfDirectoryWithSizes(folder.path());
+
+    ASSERT_TRUE(entries);
+    std::sort(entries->begin(), entries->end(),
+              [](const auto& left, const auto& right) { return left.name < right.name; });
+    EXPECT_EQ(*entries, (Entries{{"a", ItemKind::file, 5},
+                                 {"broken", ItemKind::link, 7},
+                                 {"sub", ItemKind::folder, std::nullopt}}));
+    EXPECT_EQ(fileSystem.contentsOfDirectoryWithSizes(folder / "missing"), std::nullopt);
+    EXPECT_EQ(fileSystem.contentsOfDirectoryWithSizes(folder / "a"), std::nullopt);
+}
+
+TEST(FileSystem, TellsItemsFromOneAnother) {
+    const TemporaryFolder folder;
+    const auto first = folder.makeFolder("first");
+    const auto second = folder.makeFolder("second");
+    makeLink(first, folder / "link");
+    makeLink(folder / "missing", folder / "broken");
+
+    EXPECT_EQ(fileSystem.identityOfItem(folder / "link"), fileSystem.identityOfItem(first));
+    EXPECT_EQ(fileSystem.identityOfItem(first + "/../first"), fileSystem.identityOfItem(first));
+    EXPECT_NE(fileSystem.identityOfItem(first), fileSystem.identityOfItem(second));
+    EXPECT_EQ(fileSystem.identityOfItem(folder / "broken"), std::nullopt);
+}
+
 TEST(FileSystem, UnlocksWhatIsNotLockedWithoutPrivilegeOrPermission) {
     const TemporaryFolder folder;
     const auto file = folder.write("file");
@@ -201,4 +235,187 @@ TEST(FileSystem, CountsAFileWithoutFlagsAsUnlocked) {
     ASSERT_TRUE(error);
     EXPECT_EQ(error->localizedDescription,
               "“status” couldn’t be locked because the volume doesn’t support it.");
+}
+
+TEST(FileSystem, MakesAFolderWithThoseOnTheWay) {
+    const TemporaryFolder folder;
+
+    EXPECT_FALSE(fileSystem.createDirectory(folder / "one/two/three"));
+    EXPECT_FALSE(fileSystem.createDirectory((folder / "one/no\xFFtext") + "//"));
+
+    EXPECT_TRUE(fileSystem.isDirectory(folder / "one/two/three"));
+    EXPECT_TRUE(fileSystem.isDirectory(folder / "one/no\xFFtext"));
+}
+
+TEST(FileSystem, TakesAFolderThatIsThereForMade) {
+    const TemporaryFolder folder;
+    makeLink(folder.makeFolder("real"), folder / "link");
+
+    for (const auto& path : {folder / "real", folder / "link", folder.path(), std::string("/")}) {
+        EXPECT_FALSE(fileSystem.createDirectory(path)) << path;
+    }
+    EXPECT_EQ(runChild({"create", "/tmp"}, {}, asOrdinaryUser()).output, "ok\n");
+}
+
+TEST(FileSystem, TellsWhyAFolderCannotBeMade) {
+    const TemporaryFolder folder;
+    folder.write("file");
+    makeLink("missing", folder / "broken");
+    makeLink("loop", folder / "loop");
+    const std::string longName(256, 'n');
+    std::string longPath = folder.path();
+    while (longPath.size() < 5000) {
+        longPath += "/component";
+    }
+    const std::vector<std::pair<std::string, std::string>> cases{
+        {folder / "file", "“file” couldn’t be created because an item with the same name already "
+                          "exists."},
+        {folder / "broken", "“broken” couldn’t be created because an item with the same name "
+                            "already exists."},
+        {folder / "file/new",
+         "“new” couldn’t be created because a part of its path isn’t a folder."},
+        {folder / "loop/new",
+         "“new” couldn’t be created because its path leads through too many links."},
+        {folder / longName, "“" + longName + "” couldn’t be created because its name is too long."},
+        {longPath, "“component” couldn’t be created because its name is too long."},
+        {"relative", "“relative” couldn’t be created because the system doesn’t allow it."},
+        {"", "“” couldn’t be created because the system doesn’t allow it."},
+        {"/proc/new", "“new” couldn’t be created because it doesn’t exist."},
+    };
+    for (const auto& [path, sentence] : cases) {
+        const auto error = fileSystem.createDirectory(path);
+        ASSERT_TRUE(error) << path;
+        EXPECT_EQ(error->localizedDescription, sentence);
+    }
+    EXPECT_FALSE(fileSystem.exists(folder / "component"));
+}
+
+TEST(FileSystem, MakesNoFolderWithoutPermission) {
+    const TemporaryFolder folder;
+    ASSERT_EQ(::chmod(folder.path().c_str(), 0555), 0);
+
+    EXPECT_EQ(runChild({"create", folder / "new/inner"}, {}, asOrdinaryUser()).output,
+              "13 “inner” couldn’t be created because you don’t have permission.\n");
+
+    EXPECT_FALSE(fileSystem.exists(folder / "new"));
+    ASSERT_EQ(::chmod(folder.path().c_str(), 0755), 0);
+}
+
+TEST(FileSystem, MakesOneFolderForManyCallers) {
+    const TemporaryFolder folder;
+    for (int round = 0; round < 200; ++round) {
+        const auto path = folder / (std::to_string(round) + "/two/three");
+        std::optional<platform::Error> others;
+        std::thread other([&] { others = fileSystem.createDirectory(path); });
+        EXPECT_FALSE(fileSystem.createDirectory(path));
+        other.join();
+        EXPECT_FALSE(others);
+        EXPECT_TRUE(fileSystem.isDirectory(path));
+    }
+}
+
+TEST(FileSystem, WritesAFileAtOnceOrNotAtAll) {
+    const TemporaryFolder folder;
+    const auto file = folder.write("file", "old content");
+    makeLink(file, folder / "link");
+    const std::string content("new\0content", 11);
+
+    EXPECT_FALSE(fileSystem.writeAtomically(file, content));
+    EXPECT_FALSE(fileSystem.writeAtomically(folder / "new", ""));
+    EXPECT_FALSE(fileSystem.writeAtomically(folder / "link", "in the link's place"));
+
+    EXPECT_EQ(contentOf(file), content);
+    EXPECT_EQ(contentOf(folder / "new"), "");
+    EXPECT_EQ(contentOf(folder / "link"), "in the link's place");
+    EXPECT_EQ(fileSystem.contentsOfDirectory(folder.path())->size(), 3U);
+}
+
+TEST(FileSystem, LeavesWhatStoodThereWhereAFileCannotBeWritten) {
+    const TemporaryFolder folder;
+    folder.makeFolder("folder");
+    const std::string longName(256, 'n');
+    const std::vector<std::pair<std::string, int>> cases{
+        {folder / "folder", EISDIR},
+        {folder / "missing/file", ENOENT},
+        {folder / longName, ENAMETOOLONG},
+        {"relative", EINVAL},
+        {"", EINVAL},
+    };
+    for (const auto& [path, number] : cases) {
+        const auto error = fileSystem.writeAtomically(path, "content");
+        ASSERT_TRUE(error) << path;
+        EXPECT_EQ(error->code, number) << path;
+    }
+    EXPECT_EQ(fileSystem.contentsOfDirectory(folder.path())->size(), 1U);
+}
+
+TEST(FileSystem, TellsWhenAnItemWasMade) {
+    const TemporaryFolder folder;
+    const auto before = std::chrono::system_clock::now() - std::chrono::seconds(1);
+
+    const auto attributes = fileSystem.attributesOfItem(folder.write("file"));
+
+    ASSERT_TRUE(attributes);
+    if (!attributes->creationDate) {
+        GTEST_SKIP() << "temporary folders are on a volume without birth times";
+    }
+    EXPECT_GE(*attributes->creationDate, before);
+}
+
+TEST(FileSystem, KeepsTheCreationDateThatWasSet) {
+    using namespace std::chrono_literals;
+    const TemporaryFolder folder;
+    const auto file = folder.write("file");
+    makeLink(file, folder / "link");
+    const std::vector<platform::Date> dates{platform::Date(1000000000123456789ns),
+                                            platform::Date(0ns), platform::Date(-1ns),
+                                            platform::Date::min(), platform::Date::max()};
+
+    for (const auto date : dates) {
+        const auto error = fileSystem.setCreationDate(folder / "link", date);
+        if (error && error->code == EOPNOTSUPP) {
+            GTEST_SKIP() << "temporary folders are on a volume without extended attributes";
+        }
+        EXPECT_EQ(fileSystem.attributesOfItem(file)->creationDate, date);
+    }
+    EXPECT_FALSE(fileSystem.setCreationDate(folder.makeFolder("folder"), dates[0]));
+    EXPECT_EQ(fileSystem.attributesOfItem(folder / "folder")->creationDate, dates[0]);
+    EXPECT_FALSE(fileSystem.copyItem(folder / "folder", folder / "copy"));
+    EXPECT_EQ(fileSystem.attributesOfItem(folder / "copy")->creationDate, dates[0]);
+    EXPECT_NE(fileSystem.attributesOfItem(folder / "link")->creationDate, dates.back());
+}
+
+TEST(FileSystem, StoresTheCreationDateAsDocumented) {
+    const TemporaryFolder folder;
+    const auto file = folder.write("file");
+    const auto birth = fileSystem.attributesOfItem(file)->creationDate;
+    constexpr const char* attribute = "user.qf.creationdate";
+    const auto store = [&file](std::string_view text) {
+        return ::setxattr(file.c_str(), attribute, text.data(), text.size(), 0) == 0;
+    };
+    if (!store("1000000000123456789")) {
+        GTEST_SKIP() << "temporary folders are on a volume without extended attributes";
+    }
+    EXPECT_EQ(fileSystem.attributesOfItem(file)->creationDate,
+              platform::Date(std::chrono::nanoseconds(1000000000123456789)));
+
+    for (const auto* text : {"", "-", "+1", " 1", "1 ", "1.5", "x", "99999999999999999999",
+                             "1000000000000000000000000000000"}) {
+        ASSERT_TRUE(store(text));
+        EXPECT_EQ(fileSystem.attributesOfItem(file)->creationDate, birth) << text;
+    }
+}
+
+TEST(FileSystem, TellsWhyACreationDateCannotBeSet) {
+    const TemporaryFolder folder;
+    ASSERT_EQ(::mkfifo((folder / "fifo").c_str(), 0600), 0);
+
+    const auto missing = fileSystem.setCreationDate(folder / "missing", platform::Date());
+    const auto fifo = fileSystem.setCreationDate(folder / "fifo", platform::Date());
+
+    ASSERT_TRUE(missing);
+    EXPECT_EQ(missing->localizedDescription,
+              "“missing” couldn’t be changed because it doesn’t exist.");
+    ASSERT_TRUE(fifo);
+    EXPECT_TRUE(fileSystem.attributesOfItem(folder / "fifo"));
 }

@@ -244,6 +244,19 @@ TEST_F(Launcher, GivesTheNullDeviceInPlaceOfAClosedStream) {
     }
 }
 
+TEST_F(Launcher, KeepsOffTheStandardStreamsThatTheProgramOpensAgain) {
+    {
+        const WithoutStream without(STDIN_FILENO);
+        auto child = launch("exit 3");
+        ::dup2(STDERR_FILENO, STDIN_FILENO);
+        child->waitUntilExit();
+        EXPECT_EQ(child->terminationStatus(), 3);
+        child.reset();
+        EXPECT_GE(::fcntl(STDIN_FILENO, F_GETFD), 0);
+    }
+    EXPECT_TRUE(isGone(launch("exit 0")->processIdentifier()));
+}
+
 TEST_F(Launcher, ConnectsPipesWhileTheProgramsStreamsAreClosed) {
     std::string text;
     std::string descriptors;

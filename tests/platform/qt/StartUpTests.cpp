@@ -1,7 +1,8 @@
-#include "platform/StartUp.h"
+#include "platform/ApplicationMain.h"
 
 #include "platform/Application.h"
 #include "platform/Services.h"
+#include "platform/SystemInformation.h"
 #include "platform/foundation/Exception.h"
 #include "platform/qt/InstanceLock.h"
 #include "tests/support/ScopedEnvironment.h"
@@ -11,6 +12,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <cstdlib>
 #include <functional>
 #include <iostream>
@@ -36,6 +38,22 @@ auto oneLineWith(const std::string& what) {
     return AllOf(StartsWith("kelvane-uninstaller: "), HasSubstr(what), ResultOf(lineEnds, 1));
 }
 
+class EmptyInventory : public platform::Inventory {
+    std::vector<platform::InventoryRow> take(platform::SharedItems /*sharedItems*/,
+                                             platform::Sizes /*sizes*/) override {
+        return {};
+    }
+};
+
+class NoVersion : public platform::SystemInformation {
+    std::string globallyUniqueString() override { return {}; }
+    std::string operatingSystemVersion() override { return {}; }
+    long processorCount() override { return 1; }
+    std::uint64_t physicalMemory() override { return 0; }
+    std::optional<std::string> executablePath() override { return std::nullopt; }
+    std::optional<std::string> bundleVersion() override { return std::nullopt; }
+};
+
 /// Every test runs the program's start-up in a process of its own.
 class StartUpDeathTest : public ::testing::Test {
 protected:
@@ -45,14 +63,20 @@ protected:
                                    const std::string& file = ":/MainMenu.ui") {
         std::string name = "kelvane-uninstaller";
         char* arguments[] = {name.data(), nullptr};
-        std::exit(platform::applicationMain(1, arguments, file, awake));
+        if (std::freopen("/dev/null", "r", stdin) == nullptr) { // nobody to ask on a terminal
+            std::abort();
+        }
+        EmptyInventory inventory;
+        std::exit(platform::applicationMain(1, arguments, file, inventory, awake));
     }
 
     static void expectNoDisplay(const std::string& why) {
-        EXPECT_EXIT(start([](Interface&) {}), ExitedWithCode(1), oneLineWith("no display: " + why));
+        EXPECT_EXIT(start([](Interface&) {}), ExitedWithCode(5), oneLineWith("no display: " + why));
     }
 
     TemporaryFolder folder;
+    NoVersion information;
+    platform::ScopedService<platform::SystemInformation> informationScope{information};
     ScopedEnvironment runtime{"XDG_RUNTIME_DIR", folder.path()};
     ScopedEnvironment platform_{"QT_QPA_PLATFORM", "offscreen"};
     ScopedEnvironment display{"DISPLAY", std::nullopt};

@@ -187,6 +187,13 @@ TEST_F(PrivilegedFileOperations, TrashMovesTheItemIntoTheUsersTrash) {
               Lines{"/bin/mv -f /Library/Report.pdf /home/someone/.Trash/Report.pdf"});
 }
 
+TEST_F(PrivilegedFileOperations, TrashMakesTheUsersTrashWithoutTheRight) {
+    refuseTheRight();
+    fileSystem.files = {"/Library/Report.pdf"};
+    EXPECT_FALSE(controller().authTrashFile("/Library/Report.pdf"));
+    EXPECT_EQ(workspace.trashesMade, Lines{"/home/someone/.Trash"});
+}
+
 TEST_F(PrivilegedFileOperations, ATakenNameGetsTheLocalTimeBeforeItsExtension) {
     fileSystem.files = {"/Library/Report.pdf", "/home/someone/.Trash/Report.pdf"};
     EXPECT_TRUE(controller().authTrashFile("/Library/Report.pdf"));
@@ -215,6 +222,7 @@ TEST_F(PrivilegedFileOperations, TheSuperuserTrashesIntoTheTrashOfWhoeverStarted
     fileSystem.files = {"/Library/Tool.app"};
     EXPECT_TRUE(controller().authTrashFile("/Library/Tool.app"));
     EXPECT_EQ(launcher.runs, Lines{"/bin/mv -f /Library/Tool.app /home/someone/.Trash/Tool.app"});
+    EXPECT_EQ(workspace.trashesMade, Lines{}); // it would be the superuser's
 }
 
 TEST_F(PrivilegedFileOperations, TheSuperuserWhoKnowsNoUserTrashesIntoItsOwnTrash) {
@@ -223,6 +231,7 @@ TEST_F(PrivilegedFileOperations, TheSuperuserWhoKnowsNoUserTrashesIntoItsOwnTras
     fileSystem.files = {"/Library/Tool.app"};
     EXPECT_TRUE(controller().authTrashFile("/Library/Tool.app"));
     EXPECT_EQ(launcher.runs, Lines{"/bin/mv -f /Library/Tool.app /root/.Trash/Tool.app"});
+    EXPECT_EQ(workspace.trashesMade, Lines{"/root/.Trash"});
 }
 
 TEST_F(PrivilegedFileOperations, OnTheRootAccountThePlaceInTheTrashIsDeletedNotTheItem) {

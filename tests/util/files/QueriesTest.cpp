@@ -1,10 +1,11 @@
-#include "util/files/QFFileManager.h"
+#include "tests/util/files/FileManagerTest.h"
 
-#include "tests/support/DescribedMachine.h"
+#include <cmath>
+#include <limits>
 
 namespace {
 
-class FileQueries : public DescribedMachine {
+class FileQueries : public FileManagerTest {
 protected:
     FileQueries() {
         fileSystem.files = {"/file"};
@@ -32,16 +33,79 @@ TEST_F(FileQueries, ThePackageIsWhatTheDesktopTakesForOne) {
     EXPECT_FALSE(QFFileManager::isPackageAtPath("/folder"));
 }
 
-TEST_F(FileQueries, LockingAndUnlockingChangeTheFlagSilently) {
-    QFFileManager::lockFile("/file");
-    QFFileManager::unlockFile("/file");
-    EXPECT_EQ(fileSystem.changes, (Lines{"lock /file", "unlock /file"}));
-    EXPECT_EQ(loggedLines(), Lines{});
+TEST_F(FileQueries, DatesAreTheItemsOwn) {
+    const auto moment = pauses.now();
+    fileSystem.attributes["/file"] = {.modificationDate = moment,
+                                      .creationDate = moment - std::chrono::hours(1)};
+    EXPECT_EQ(QFFileManager::modificationDateForFile("/file"), moment);
+    EXPECT_EQ(QFFileManager::creationDateForFile("/file"), moment - std::chrono::hours(1));
 }
 
-TEST_F(FileQueries, AFailedLockingIsLoggedAsAnUnlockingToo) {
-    QFFileManager::lockFile("/missing");
-    QFFileManager::unlockFile("/missing");
-    const std::string line = "Unable to unlock file /missing: There is nothing at /missing.";
-    EXPECT_EQ(loggedLines(), (Lines{line, line}));
+TEST_F(FileQueries, WhatIsMissingHasNoDates) {
+    EXPECT_EQ(QFFileManager::modificationDateForFile("/missing"), std::nullopt);
+    EXPECT_EQ(QFFileManager::creationDateForFile("/missing"), std::nullopt);
+    EXPECT_NE(QFFileManager::modificationDateForFile("/file"), std::nullopt);
+    EXPECT_EQ(QFFileManager::creationDateForFile("/file"), std::nullopt); // its volume keeps none
+}
+
+TEST_F(FileQueries, TheLockedFlagIsTheItems) {
+    fileSystem.attributes["/file"] = {.immutable = true};
+    EXPECT_TRUE(QFFileManager::isFileLocked("/file"));
+    EXPECT_FALSE(QFFileManager::isFileLocked("/folder"));
+    EXPECT_FALSE(QFFileManager::isFileLocked("/missing"));
+}
+
+TEST_F(FileQueries, NoFileIsEverOpenForWriting) {
+    for (const auto* path : {"/file", "/folder", "/missing", ""}) {
+        EXPECT_FALSE(QFFileManager::fileIsOpenForWriting(path));
+    }
+}
+
+TEST_F(FileQueries, AFoldersSizeIsTheSumOfWhatIsBelowIt) {
+    fileSystem.folders = {{"/folder", Lines{"ten", "sub", "unreadable"}},
+                          {"/folder/sub", Lines{"five", "empty"}},
+                          {"/folder/sub/empty", Lines{}},
+                          {"/folder/unreadable", std::nullopt}};
+    fileSystem.files = {"/folder/ten", "/folder/sub/five"};
+    fileSystem.attributes["/folder/ten"] = {.size = 10};
+    fileSystem.attributes["/folder/sub/five"] = {.size = 5};
+    EXPECT_EQ(QFFileManager::fileSize("/folder"), 15U);
+    EXPECT_EQ(QFFileManager::fileSize("/folder/ten"), 10U);
+    EXPECT_EQ(QFFileManager::fileSize("/folder/sub/empty"), 0U);
+    EXPECT_EQ(QFFileManager::fileSize("/folder/unreadable"), 0U);
+    EXPECT_EQ(QFFileManager::fileSize("/missing"), 0U);
+}
+
+TEST_F(FileQueries, ASizeMayTakeAllItsBits) {
+    fileSystem.attributes["/file"] = {.size = std::numeric_limits<std::uint64_t>::max()};
+    EXPECT_EQ(QFFileManager::fileSize("/file"), std::numeric_limits<std::uint64_t>::max());
+}
+
+TEST_F(FileQueries, SizesAreShownInBinarySteps) {
+    struct Case {
+        double size;
+        const char* shown;
+    };
+    const Case cases[] = {
+        {0, "0 B"},
+        {1, "1 B"},
+        {1023, "1023 B"},
+        {1023.4, "1023 B"},
+        {1024, "1.00 KB"},
+        {1536, "1.50 KB"},
+        {1048575, "1024.00 KB"},
+        {1048576, "1.00 MB"},
+        {1073741823, "1024.00 MB"},
+        {1073741824, "1.00 GB"},
+        {1099511627775, "1024.00 GB"},
+        {1099511627776, "1.00 TB"},
+        {0x1p50, "1024.00 TB"},
+        {-5, "-5 B"},
+        {-2048, "-2048 B"},
+        {std::numeric_limits<double>::infinity(), "inf TB"},
+        {std::nan(""), "nan TB"},
+    };
+    for (const auto& [size, shown] : cases) {
+        EXPECT_EQ(QFFileManager::formatFileSize(size), shown);
+    }
 }

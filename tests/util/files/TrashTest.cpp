@@ -1,10 +1,12 @@
 #include "util/files/QFFileManager.h"
 
-#include "tests/support/DescribedMachine.h"
+#include "tests/util/files/FileManagerTest.h"
+
+using namespace std::chrono_literals;
 
 namespace {
 
-class TrashAndRemove : public DescribedMachine {
+class TrashAndRemove : public FileManagerTest {
 protected:
     static constexpr const char* item = "/Library/Quillfen/Tool.app";
 
@@ -122,4 +124,253 @@ TEST_F(TrashAndRemove, APercentSignInAMessageIsNoDirective) {
     EXPECT_FALSE(QFFileManager::removeFile("/100%@ %d", ShouldAuth::no));
     EXPECT_EQ(loggedLines(), (Lines{"Unable to unlock file /100%@ %d: %n%s",
                                     "Error removing file: 50%. Authorizing..."}));
+}
+
+// The timed members. The described workspace leaves the item where it is, as one does that is not
+// done yet when it returns.
+
+TEST_F(TrashAndRemove, TimedTrashWaitsUntilTheItemIsGone) {
+    pauses.meanwhile = [this] {
+        if (pauses.rests.size() == 3) {
+            fileSystem.files.clear();
+        }
+    };
+    EXPECT_TRUE(QFFileManager::trashFile(item, 2));
+    EXPECT_EQ(workspace.recycled.size(), 1U);
+    EXPECT_EQ(pauses.rests, Rests({300ms, 300ms, 300ms}));
+    EXPECT_EQ(loggedLines(), Lines{});
+}
+
+TEST_F(TrashAndRemove, TimedTrashGivesUpWhenTheTimeIsOver) {
+    EXPECT_FALSE(QFFileManager::trashFile(item, 1));
+    // The fourth rest begins before the second is over.
+    EXPECT_EQ(pauses.rests, Rests({300ms, 300ms, 300ms, 300ms}));
+    EXPECT_EQ(loggedLines(), Lines{});
+}
+
+TEST_F(TrashAndRemove, TimedTrashEndsWhenExactlyTheTimeHasPassed) {
+    EXPECT_FALSE(QFFileManager::trashFile(item, 3));
+    EXPECT_EQ(pauses.rests.size(), 10U);
+}
+
+TEST_F(TrashAndRemove, TimedTrashLetsTheUserInterfaceLiveOnTheMainThread) {
+    becomeMainThread();
+    pauses.meanwhile = [this] {
+        if (application.deadlines.size() == 2) {
+            fileSystem.files.clear();
+        }
+    };
+    EXPECT_TRUE(QFFileManager::trashFile(item, 1));
+    EXPECT_EQ(application.deadlines, Deadlines({10ms, 10ms}));
+    EXPECT_EQ(pauses.rests, Rests{});
+}
+
+TEST_F(TrashAndRemove, TimedTrashOnTheMainThreadGivesUpWhenTheTimeIsOver) {
+    becomeMainThread();
+    EXPECT_FALSE(QFFileManager::trashFile(item, 1));
+    EXPECT_EQ(application.deadlines, Deadlines(100, 10ms));
+}
+
+TEST_F(TrashAndRemove, ATimeOutOfNothingOrLessMakesNoPause) {
+    for (const auto timeout : {0.0, -3.0, 0.9}) {
+        EXPECT_TRUE(QFFileManager::trashFile("/missing", timeout));
+        EXPECT_FALSE(QFFileManager::trashFile(item, timeout));
+        EXPECT_TRUE(QFFileManager::removeFile("/missing", timeout));
+    }
+    EXPECT_EQ(pauses.rests, Rests{});
+}
+
+TEST_F(TrashAndRemove, TimedTrashDoesNotWaitForWhatFailed) {
+    failToRecycle();
+    refuseTheRight();
+    EXPECT_FALSE(QFFileManager::trashFile(item, 5));
+    EXPECT_EQ(pauses.rests, Rests{});
+}
+
+TEST_F(TrashAndRemove, TimedTrashMayAskForTheRightAndWaitsForItsTool) {
+    failToRecycle();
+    pauses.meanwhile = [this] { fileSystem.files.clear(); };
+    EXPECT_TRUE(QFFileManager::trashFile(item, 5));
+    EXPECT_EQ(services.tools().size(), 1U);
+    EXPECT_EQ(pauses.rests, Rests{300ms});
+}
+
+TEST_F(TrashAndRemove, TimedRemoveMayAskForTheRightAndWaitsForItsTool) {
+    failToRemove();
+    pauses.meanwhile = [this] { fileSystem.files.clear(); };
+    EXPECT_TRUE(QFFileManager::removeFile(item, 5));
+    EXPECT_EQ(services.tools(), Lines{"/bin/rm -Rdf /Library/Quillfen/Tool.app"});
+    EXPECT_EQ(pauses.rests, Rests{300ms});
+}
+
+TEST_F(TrashAndRemove, TimedRemoveOfWhatGoesAtOnceMakesNoPause) {
+    EXPECT_TRUE(QFFileManager::removeFile(item, 5));
+    EXPECT_EQ(pauses.rests, Rests{});
+}
+
+TEST_F(TrashAndRemove, TimedRemoveFailsWhenTheToolDoesNotGetDone) {
+    failToRemove();
+    EXPECT_FALSE(QFFileManager::removeFile(item, 1));
+    EXPECT_EQ(pauses.rests.size(), 4U);
+}
+
+TEST_F(TrashAndRemove, AClockThatIsSetBackLengthensTheWait) {
+    pauses.meanwhile = [this] {
+        if (pauses.rests.size() == 1) {
+            pauses.pass(-1s);
+        }
+    };
+    EXPECT_FALSE(QFFileManager::trashFile(item, 1));
+    EXPECT_EQ(pauses.rests.size(), 7U);
+}
+
+// Folders.
+
+TEST_F(TrashAndRemove, TrashContentsTrashesEveryEntryInTheListingsOrder) {
+    fileSystem.folders = {{"/folder", Lines{"b", ".DS_Store", "Icon\r", "sub", "a"}},
+                          {"/folder/sub", Lines{"below"}}};
+    fileSystem.files = {"/folder/b", "/folder/.DS_Store", "/folder/Icon\r", "/folder/a",
+                        "/folder/sub/below"};
+    EXPECT_TRUE(QFFileManager::trashDirectoryContents("/folder"));
+    const std::string trash = "/home/someone/.Trash";
+    EXPECT_EQ(workspace.recycled, std::vector<Lines>({{"/folder", trash, "b"},
+                                                      {"/folder", trash, ".DS_Store"},
+                                                      {"/folder", trash, "Icon\r"},
+                                                      {"/folder", trash, "sub"},
+                                                      {"/folder", trash, "a"}}));
+    EXPECT_EQ(loggedLines(), Lines{});
+}
+
+TEST_F(TrashAndRemove, TrashContentsGoesOnAfterAFailure) {
+    fileSystem.folders = {{"/folder", Lines{"a", "b"}}};
+    fileSystem.files = {"/folder/a", "/folder/b"};
+    workspace.errors["/folder/a"] = {.localizedDescription = "It is not yours."};
+    EXPECT_FALSE(QFFileManager::trashDirectoryContents("/folder", ShouldAuth::no));
+    EXPECT_EQ(workspace.recycled.size(), 2U);
+    EXPECT_EQ(services.calls.size(), 0U);
+}
+
+TEST_F(TrashAndRemove, TrashContentsMayAskForTheRight) {
+    fileSystem.folders = {{"/folder", Lines{"a"}}};
+    fileSystem.files = {"/folder/a"};
+    workspace.errors["/folder/a"] = {.localizedDescription = "It is not yours."};
+    EXPECT_TRUE(QFFileManager::trashDirectoryContents("/folder"));
+    EXPECT_EQ(services.tools(), Lines{"/bin/mv -f /folder/a /home/someone/.Trash/a"});
+}
+
+TEST_F(TrashAndRemove, TrashContentsOfNothingSucceedsAndKeepsTheFolder) {
+    fileSystem.folders = {{"/empty", Lines{}}, {"/unreadable", std::nullopt}};
+    for (const auto* folder : {"/empty", "/unreadable", "/missing", item}) {
+        EXPECT_TRUE(QFFileManager::trashDirectoryContents(folder));
+    }
+    EXPECT_EQ(fileSystem.changes, Lines{});
+    EXPECT_EQ(workspace.recycled.size(), 0U);
+}
+
+TEST_F(TrashAndRemove, TrashOfATypeFindsItWhateverItsCaseAndNoFolder) {
+    fileSystem.folders = {{"/f", Lines{"a.txt", "sub", "x.txt", "none", "z.TXT"}},
+                          {"/f/sub", Lines{"b.TxT", "txt", "c.text"}},
+                          {"/f/x.txt", Lines{"inner.txt"}}};
+    fileSystem.files = {"/f/a.txt",   "/f/none",       "/f/z.TXT",          "/f/sub/b.TxT",
+                        "/f/sub/txt", "/f/sub/c.text", "/f/x.txt/inner.txt"};
+    EXPECT_EQ(QFFileManager::trashFilesOfType("TXT", "/f"),
+              (Lines{"/f/a.txt", "/f/sub/b.TxT", "/f/x.txt/inner.txt", "/f/z.TXT"}));
+    EXPECT_EQ(workspace.recycled.size(), 4U);
+}
+
+TEST_F(TrashAndRemove, TrashOfATypeLowersTheLettersOfEveryAlphabet) {
+    fileSystem.folders = {{"/f", Lines{"a.\u00E9T\u00E9"}}};
+    EXPECT_EQ(QFFileManager::trashFilesOfType("\u00C9t\u00C9", "/f"), Lines{"/f/a.\u00E9T\u00E9"});
+}
+
+TEST_F(TrashAndRemove, NoTypeIsThatOfItemsWithoutOne) {
+    fileSystem.folders = {{"/f", Lines{"Notes", ".hidden", "dot.", "a.txt"}}};
+    EXPECT_EQ(QFFileManager::trashFilesOfType("", "/f"),
+              (Lines{"/f/Notes", "/f/.hidden", "/f/dot."}));
+}
+
+TEST_F(TrashAndRemove, TrashOfANameComparesItExactly) {
+    fileSystem.folders = {{"/f", Lines{"sub", "Name", "name", "Name.txt"}},
+                          {"/f/sub", Lines{"Name", "Tool.app"}},
+                          {"/f/sub/Name", Lines{"Name"}},
+                          {"/f/sub/Tool.app", Lines{"Name"}}};
+    fileSystem.files = {"/f/Name", "/f/name", "/f/sub/Name/Name", "/f/sub/Tool.app/Name"};
+    EXPECT_EQ(QFFileManager::trashFilesNamed("Name", "/f"),
+              (Lines{"/f/sub/Name/Name", "/f/sub/Tool.app/Name", "/f/Name"}));
+}
+
+TEST_F(TrashAndRemove, TheSearchListsAlsoWhatCouldNotBeTrashed) {
+    fileSystem.folders = {{"/f", Lines{"a.txt", "gone.txt", "b.txt"}}};
+    fileSystem.files = {"/f/a.txt", "/f/b.txt"};
+    workspace.errors["/f/a.txt"] = {.localizedDescription = "It is not yours."};
+    refuseTheRight();
+    EXPECT_EQ(QFFileManager::trashFilesOfType("txt", "/f"),
+              (Lines{"/f/a.txt", "/f/gone.txt", "/f/b.txt"}));
+    EXPECT_NE(services.calls.size(), 0U); // it was tried
+    EXPECT_EQ(workspace.recycled.size(), 2U);
+}
+
+TEST_F(TrashAndRemove, TheSearchOfNothingFindsNothing) {
+    fileSystem.folders = {{"/empty", Lines{}}, {"/unreadable", std::nullopt}};
+    for (const auto* folder : {"/empty", "/unreadable", "/missing", item}) {
+        EXPECT_EQ(QFFileManager::trashFilesOfType("", folder), Lines{});
+        EXPECT_EQ(QFFileManager::trashFilesNamed("a", folder), Lines{});
+    }
+}
+
+TEST_F(TrashAndRemove, AFolderIsEmptyWithNothingInItThatCounts) {
+    fileSystem.folders = {
+        {"/none", Lines{}},
+        {"/view", Lines{".DS_Store"}},
+        {"/icon", Lines{"Icon\r"}},
+        {"/nested", Lines{".DS_Store", "sub", "Icon\r"}},
+        {"/nested/sub", Lines{"subsub", "Icon\r"}},
+        {"/nested/sub/subsub", Lines{}},
+        {"/unreadable", std::nullopt},
+        {"/odd", Lines{".DS_Store"}},
+        {"/odd/.DS_Store", Lines{"file"}},
+    };
+    for (const auto* folder :
+         {"/none", "/view", "/icon", "/nested", "/unreadable", "/odd", "/missing", item, ""}) {
+        EXPECT_TRUE(QFFileManager::isFolderEmpty(folder)) << folder;
+    }
+}
+
+TEST_F(TrashAndRemove, AFolderIsNotEmptyWithAnythingElse) {
+    fileSystem.folders = {{"/hidden", Lines{".hidden"}},
+                          {"/icon", Lines{"Icon"}},
+                          {"/case", Lines{".ds_store"}},
+                          {"/below", Lines{"empty", "full"}},
+                          {"/below/empty", Lines{}},
+                          {"/below/full", Lines{".DS_Store", "file"}},
+                          {"/after", Lines{".DS_Store", "file"}}};
+    for (const auto* folder : {"/hidden", "/icon", "/case", "/below", "/after"}) {
+        EXPECT_FALSE(QFFileManager::isFolderEmpty(folder)) << folder;
+    }
+}
+
+TEST_F(TrashAndRemove, RemoveIfEmptyDeletesTheFolderWithWhatDoesNotCount) {
+    fileSystem.folders = {{"/folder", Lines{".DS_Store"}}};
+    EXPECT_TRUE(QFFileManager::removeFolderIfEmpty("/folder"));
+    EXPECT_EQ(fileSystem.changes, (Lines{"unlock /folder", "remove /folder"}));
+}
+
+TEST_F(TrashAndRemove, RemoveIfEmptyLeavesAFolderThatIsNot) {
+    fileSystem.folders = {{"/folder", Lines{"file"}}};
+    EXPECT_FALSE(QFFileManager::removeFolderIfEmpty("/folder"));
+    EXPECT_EQ(fileSystem.changes, Lines{});
+}
+
+TEST_F(TrashAndRemove, RemoveIfEmptyMayAskForTheRight) {
+    fileSystem.folders = {{"/folder", Lines{}}};
+    fileSystem.removeErrors["/folder"] = {.localizedDescription = "No."};
+    EXPECT_TRUE(QFFileManager::removeFolderIfEmpty("/folder"));
+    EXPECT_EQ(services.tools(), Lines{"/bin/rm -Rdf /folder"});
+    EXPECT_EQ(loggedLines(), Lines{"Error removing file: No.. Authorizing..."});
+}
+
+TEST_F(TrashAndRemove, RemoveIfEmptyOfNothingSucceeds) {
+    EXPECT_TRUE(QFFileManager::removeFolderIfEmpty("/missing"));
+    EXPECT_EQ(loggedLines(),
+              Lines{"Unable to unlock file /missing: There is nothing at /missing."});
 }

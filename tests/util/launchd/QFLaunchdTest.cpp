@@ -2,10 +2,13 @@
 
 #include "platform/AlertPanel.h"
 #include "platform/Application.h"
+#include "platform/PropertyLists.h"
 #include "platform/Windows.h"
 #include "tests/support/DescribedMachine.h"
 
 #include <chrono>
+#include <map>
+#include <set>
 
 namespace {
 
@@ -61,6 +64,37 @@ private:
     };
 };
 
+/// Remembers where property lists were written, and puts files there.
+class RecordingPropertyLists : public platform::PropertyLists {
+public:
+    explicit RecordingPropertyLists(DescribedFileSystem& fileSystem) : fileSystem_(fileSystem) {}
+
+    /// The lists that were written, by path.
+    std::map<std::string, platform::Value> written;
+    /// Where nothing can be written.
+    std::set<std::string> unwritable;
+    /// Where another program's file stands by the time that nothing could be written.
+    std::set<std::string> taken;
+
+    platform::Value parse(std::string_view /*bytes*/) override { return {}; }
+    platform::Value read(const std::string& /*path*/) override { return {}; }
+    std::optional<platform::Error> writeAtomically(const platform::Value& value,
+                                                   const std::string& path) override {
+        if (unwritable.contains(path)) {
+            if (taken.contains(path)) {
+                fileSystem_.files.insert(path);
+            }
+            return platform::Error{.localizedDescription = "You can’t."};
+        }
+        written[path] = value;
+        fileSystem_.files.insert(path);
+        return std::nullopt;
+    }
+
+private:
+    DescribedFileSystem& fileSystem_;
+};
+
 class QFLaunchdTest : public DescribedMachine {
 protected:
     static constexpr const char* label = "com.quillfen.Lunevar";
@@ -91,12 +125,36 @@ protected:
         services.rightsStatus = platform::errAuthorizationCanceled;
     }
 
+    /// The whole of what installing a job runs when nothing is in its way.
+    static Lines installing(const std::string& file, bool forTheMachine) {
+        Lines runs;
+        if (forTheMachine) {
+            runs = {"/usr/sbin/chown root:wheel " + file, "waited"};
+        }
+        for (const auto* tool :
+             {"/bin/chmod 644 ", "/bin/launchctl unload ", "/bin/launchctl load "}) {
+            runs.push_back(tool + file);
+            runs.emplace_back("waited");
+        }
+        return runs;
+    }
+
+    bool startDaemon(ShouldAuth shouldAuth) {
+        return QFLaunchd::startJob(label, settings, Domain::local, LaunchAgent::no, shouldAuth,
+                                   std::nullopt);
+    }
+
+    const platform::Value::Dictionary settings{{"Label", platform::Value(label)},
+                                               {"RunAtLoad", platform::Value(true)}};
+    static constexpr const char* temporaryFile = "/tmp/com.quillfen.Lunevar.plist";
     SingleThreadedApplication application;
     AnsweredAlertPanels alertPanels;
+    RecordingPropertyLists propertyLists{fileSystem};
 
 private:
     platform::ScopedService<platform::Application> applicationScope_{application};
     platform::ScopedService<platform::AlertPanels> alertPanelsScope_{alertPanels};
+    platform::ScopedService<platform::PropertyLists> propertyListsScope_{propertyLists};
 };
 
 } // namespace
@@ -223,4 +281,167 @@ TEST_F(QFLaunchdTest, APercentSignInALabelIsNoDirective) {
     ASSERT_EQ(launcher.runs.size(), 4U);
     EXPECT_EQ(launcher.runs[0], "/bin/launchctl unload /Library/LaunchAgents/100%@.plist");
     EXPECT_EQ(launcher.runs[2], "/bin/launchctl remove 100%@");
+}
+
+TEST_F(QFLaunchdTest, InstallingAUsersAgentWritesItsSettingsUnchangedAndLoadsIt) {
+    EXPECT_TRUE(QFLaunchd::startLaunchAgent(label, settings, Domain::user));
+    EXPECT_EQ(propertyLists.written,
+              (std::map<std::string, platform::Value>{{usersAgent, platform::Value(settings)}}));
+    EXPECT_EQ(launcher.runs, installing(usersAgent, false));
+    EXPECT_EQ(services.calls.size(), 0U);
+    EXPECT_EQ(loggedLines(), Lines{});
+}
+
+TEST_F(QFLaunchdTest, InstallingADaemonSetsItsOwnerBeforeItsMode) {
+    EXPECT_TRUE(startDaemon(ShouldAuth::no));
+    EXPECT_EQ(launcher.runs, installing(machinesDaemon, true));
+    EXPECT_EQ(services.calls.size(), 0U);
+}
+
+TEST_F(QFLaunchdTest, EveryJobGoesToTheFolderOfItsDomainAndKind) {
+    QFLaunchd::startJob(label, settings, Domain::user, LaunchAgent::no, ShouldAuth::no,
+                        std::nullopt);
+    QFLaunchd::startLaunchAgent(label, settings, Domain::local);
+    EXPECT_TRUE(propertyLists.written.contains(
+        "/home/someone/Library/LaunchDaemons/com.quillfen.Lunevar.plist"));
+    EXPECT_TRUE(propertyLists.written.contains("/Library/LaunchAgents/com.quillfen.Lunevar.plist"));
+}
+
+TEST_F(QFLaunchdTest, AMissingJobFolderIsMade) {
+    startDaemon(ShouldAuth::no);
+    EXPECT_EQ(fileSystem.changes, Lines{"create /Library/LaunchDaemons"});
+}
+
+TEST_F(QFLaunchdTest, AJobFolderThatIsThereIsNotMade) {
+    fileSystem.folders["/Library/LaunchDaemons"] = Lines{};
+    startDaemon(ShouldAuth::no);
+    EXPECT_EQ(fileSystem.changes, Lines{});
+}
+
+TEST_F(QFLaunchdTest, AJobThatIsInstalledAlreadyIsRemovedFirst) {
+    fileSystem.folders["/Library/LaunchDaemons"] = Lines{};
+    fileSystem.files = {machinesDaemon};
+    EXPECT_TRUE(startDaemon(ShouldAuth::no));
+    Lines expected = stopping(machinesDaemon);
+    const Lines installation = installing(machinesDaemon, true);
+    expected.insert(expected.end(), installation.begin(), installation.end());
+    EXPECT_EQ(launcher.runs, expected);
+    EXPECT_EQ(removed(), Lines{machinesDaemon});
+    EXPECT_TRUE(fileSystem.files.contains(machinesDaemon));
+}
+
+TEST_F(QFLaunchdTest, TheNamedProcessIsEndedBeforeOwnerAndModeAreSet) {
+    fileSystem.tools.insert("/usr/bin/killall");
+    QFLaunchd::startJob(label, settings, Domain::user, LaunchAgent::yes, ShouldAuth::no,
+                        "Lunevar Helper");
+    ASSERT_GT(launcher.runs.size(), 2U);
+    EXPECT_EQ(launcher.runs[0], "/usr/bin/killall Lunevar Helper");
+    EXPECT_EQ(launcher.runs[2], std::string("/bin/chmod 644 ") + usersAgent);
+}
+
+TEST_F(QFLaunchdTest, WithTheRightOwnerAndModeAreSetWithPrivilegeAndLoadingIsNot) {
+    EXPECT_TRUE(startDaemon(ShouldAuth::yes));
+    EXPECT_EQ(services.tools(), (Lines{std::string("/usr/sbin/chown root:wheel ") + machinesDaemon,
+                                       std::string("/bin/chmod 644 ") + machinesDaemon}));
+    EXPECT_EQ(launcher.runs,
+              (Lines{std::string("/bin/launchctl unload ") + machinesDaemon, "waited",
+                     std::string("/bin/launchctl load ") + machinesDaemon, "waited"}));
+}
+
+TEST_F(QFLaunchdTest, WithTheRightAUsersJobKeepsItsOwner) {
+    QFLaunchd::startJob(label, settings, Domain::user, LaunchAgent::yes, ShouldAuth::yes,
+                        std::nullopt);
+    EXPECT_EQ(services.tools(), Lines{std::string("/bin/chmod 644 ") + usersAgent});
+}
+
+TEST_F(QFLaunchdTest, PausesForThePrivilegedTools) {
+    const auto before = std::chrono::steady_clock::now();
+    startDaemon(ShouldAuth::yes);
+    EXPECT_GE(std::chrono::steady_clock::now() - before,
+              std::chrono::seconds(1) + std::chrono::microseconds(500));
+}
+
+TEST_F(QFLaunchdTest, AnUnwritableJobFileIsMovedIntoPlaceFromTheTemporaryFolder) {
+    propertyLists.unwritable = {machinesDaemon};
+    EXPECT_TRUE(startDaemon(ShouldAuth::no));
+    EXPECT_EQ(propertyLists.written,
+              (std::map<std::string, platform::Value>{{temporaryFile, platform::Value(settings)}}));
+    EXPECT_TRUE(fileSystem.files.contains(machinesDaemon));
+    EXPECT_FALSE(fileSystem.files.contains(temporaryFile));
+    EXPECT_EQ(services.tools(), (Lines{std::string("/usr/sbin/chown root:wheel ") + machinesDaemon,
+                                       std::string("/bin/chmod 644 ") + machinesDaemon}));
+    const auto lines = loggedLines();
+    ASSERT_FALSE(lines.empty());
+    EXPECT_EQ(lines[0], "Unable to write launchd plist - trying to authorize...");
+    EXPECT_EQ(alertPanels.shown.size(), 0U);
+}
+
+TEST_F(QFLaunchdTest, AJobFileThatAppearsMeanwhileGivesWayToTheTemporaryOne) {
+    propertyLists.unwritable = {machinesDaemon};
+    propertyLists.taken = {machinesDaemon};
+    EXPECT_TRUE(startDaemon(ShouldAuth::no));
+    EXPECT_EQ(removed(), Lines{machinesDaemon});
+    EXPECT_TRUE(fileSystem.files.contains(machinesDaemon));
+}
+
+TEST_F(QFLaunchdTest, SettingsThatCanBeWrittenNowhereAreReportedThreeWays) {
+    propertyLists.unwritable = {machinesDaemon, temporaryFile};
+    EXPECT_FALSE(startDaemon(ShouldAuth::no));
+    EXPECT_EQ(loggedLines(), Lines{"Error: Unable to create LaunchAgent. Please check you have "
+                                   "correct permissions for the directory /Library/LaunchDaemons"});
+    EXPECT_EQ(console.systemLogLines(),
+              Lines{"Error: Unable to write LaunchAgent data. Please check you have correct "
+                    "permissions for the directory /Library/LaunchDaemons"});
+    ASSERT_EQ(alertPanels.shown.size(), 1U);
+    EXPECT_EQ(alertPanels.shown[0].messageText, "Error: Unable to write LaunchAgent data");
+    EXPECT_EQ(alertPanels.shown[0].informativeText,
+              "Please check you have correct permissions for the directory "
+              "/Library/LaunchDaemons.");
+    EXPECT_EQ(alertPanels.parents, std::vector<platform::Window*>{&application.window});
+    EXPECT_EQ(launcher.runs, Lines{});
+}
+
+TEST_F(QFLaunchdTest, AJobFileThatCannotBePutInPlaceIsReportedThreeWaysAndLeavesNothingBehind) {
+    propertyLists.unwritable = {machinesDaemon};
+    fileSystem.failures[std::string("move ") + temporaryFile + " " + machinesDaemon] = {
+        .localizedDescription = "You can’t."};
+    services.rightsStatus = platform::errAuthorizationCanceled;
+    EXPECT_FALSE(startDaemon(ShouldAuth::no));
+    const std::string report = "Error: Unable to create LaunchAgent. Please check you have correct "
+                               "permissions for the directory /Library/LaunchDaemons";
+    const auto lines = loggedLines();
+    ASSERT_EQ(lines.size(), 4U);
+    EXPECT_EQ(lines[0], "Unable to write launchd plist - trying to authorize...");
+    EXPECT_EQ(lines[3], report);
+    EXPECT_EQ(console.systemLogLines().back(), report);
+    ASSERT_EQ(alertPanels.shown.size(), 1U);
+    EXPECT_EQ(alertPanels.shown[0].messageText, "Error: Unable to create LaunchAgent");
+    EXPECT_EQ(alertPanels.shown[0].informativeText,
+              "Please check you have correct permissions for the directory "
+              "/Library/LaunchDaemons.");
+    EXPECT_EQ(removed(), Lines{temporaryFile});
+    EXPECT_EQ(launcher.runs, Lines{});
+}
+
+TEST_F(QFLaunchdTest, AMachineWithoutALibraryHasNoPlaceForAJob) {
+    searchPaths.lists.clear();
+    EXPECT_FALSE(startDaemon(ShouldAuth::no));
+    EXPECT_EQ(loggedLines(), Lines{"Error: Unable to create LaunchAgent. Please check you have "
+                                   "correct permissions for the directory (null)"});
+    EXPECT_TRUE(propertyLists.written.empty());
+    EXPECT_EQ(launcher.runs, Lines{});
+}
+
+TEST_F(QFLaunchdTest, ALabelStandsInTheFilesNameAsItIs) {
+    for (const auto& odd : Lines{"", "a/b", "..", "100%@", "two words", std::string(300, 'x')}) {
+        propertyLists.written.clear();
+        QFLaunchd::startLaunchAgent(odd, settings, Domain::user);
+        EXPECT_TRUE(
+            propertyLists.written.contains("/home/someone/Library/LaunchAgents/" + odd + ".plist"));
+    }
+}
+
+TEST_F(QFLaunchdTest, EmptySettingsAreWrittenAsTheyAre) {
+    EXPECT_TRUE(QFLaunchd::startLaunchAgent(label, {}, Domain::user));
+    EXPECT_EQ(propertyLists.written[usersAgent], platform::Value(platform::Value::Dictionary{}));
 }

@@ -1,11 +1,24 @@
 #include "tests/util/log/LogTest.h"
 
+#include "platform/linux/PropertyLists.h"
+
+#include <algorithm>
 #include <filesystem>
+#include <iterator>
+#include <random>
 
 namespace fs = std::filesystem;
 using platform::Value;
 
 namespace {
+
+using namespace std::string_view_literals;
+
+/// The dictionary "disable-logging" = "1" in binary form.
+constexpr auto disablingBinary =
+    "bplist00\xd1\x01\x02_\x10\x0f"
+    "disable-loggingQ1\x08\x0b\x1d\0\0\0\0\0\0\x01\x01\0\0\0\0\0\0\0\x03"
+    "\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\x1f"sv;
 
 class LogFile : public LogTest {
 protected:
@@ -16,6 +29,19 @@ protected:
     }
     void setPreference(const Value& value) {
         preferences.content = Value::Dictionary{{"disable-logging", value}};
+    }
+    /// Whether a preference file on disk with these bytes, and zeros up to a size, switches the log
+    /// off.
+    bool isDisabledByFile(std::string_view bytes, std::uintmax_t size = 0) {
+        const auto file =
+            machine.write("home/Library/Preferences/com.quillfen.global.plist", bytes);
+        fs::resize_file(file, std::max<std::uintmax_t>(size, bytes.size()));
+        platform::native::PropertyLists onDisk;
+        const platform::ScopedService<platform::PropertyLists> inPlace(onDisk);
+        log.setLoggingDisabled(false);
+        QFLog::createNewLog("Test");
+        QFLog::finishWriting();
+        return log.loggingDisabled();
     }
 };
 
@@ -311,6 +337,30 @@ TEST_F(LogFile, StaysOnWhenThePreferenceFileIsNoDictionary) {
         QFLog::finishWriting();
         EXPECT_FALSE(log.loggingDisabled());
     }
+}
+
+TEST_F(LogFile, IsDisabledByAFileInEitherForm) {
+    EXPECT_TRUE(isDisabledByFile(disablingBinary));
+    EXPECT_TRUE(isDisabledByFile("<plist version=\"1.0\"><dict><key>disable-logging</key>"
+                                 "<string>1</string></dict></plist>"));
+}
+
+TEST_F(LogFile, StaysOnForAFileThatIsNoPreferenceFile) {
+    constexpr std::uintmax_t fiftyMegabytes = 50'000'000;
+    EXPECT_FALSE(isDisabledByFile(disablingBinary, fiftyMegabytes));
+    EXPECT_FALSE(isDisabledByFile("", fiftyMegabytes));
+    EXPECT_FALSE(isDisabledByFile(""));
+    EXPECT_FALSE(isDisabledByFile("bplist00"));
+    std::mt19937 numbers; // the same ones every time
+    std::string garbage("bplist00");
+    for (int round = 0; round < 20; ++round) {
+        std::generate_n(std::back_inserter(garbage), 50,
+                        [&] { return static_cast<char>(numbers() & 0xFFU); });
+        ASSERT_FALSE(isDisabledByFile(garbage)) << round;
+        ASSERT_FALSE(isDisabledByFile(garbage.substr(8))) << round;
+    }
+    EXPECT_TRUE(exists(1));
+    EXPECT_EQ(console.printed(), "");
 }
 
 TEST_F(LogFile, StaysDisabledWhenThePreferenceChanges) {

@@ -186,10 +186,13 @@ TEST_F(AsyncTask, ForgetsChildDelegateAndObjectAtTheEnd) {
 }
 
 TEST_F(AsyncTask, AsksAChildThatOutlivesItsOutputToEnd) {
+    std::shared_ptr<platform::Process> child;
+    listener_->onCall = [&](const std::vector<Value>& /*arguments*/) {
+        child = runner_->theTask(); // given up right after the final call
+    };
     start("exec 1>&-; " + gate());
-    const auto child = runner_->theTask();
-    ASSERT_NE(child, nullptr);
     waitForTheThread();
+    ASSERT_NE(child, nullptr);
     child->waitUntilExit();
     EXPECT_EQ(child->terminationStatus(), SIGTERM);
 }

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "platform/Workspace.h"
 #include "platform/foundation/Value.h"
+#include "tests/support/FileSystemDoubles.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/util/task/LogLines.h"
 #include "tests/util/task/MainLoop.h"
@@ -59,19 +59,11 @@ protected:
 };
 
 /// Takes as packages the folders with the extension "app", and one file that a test names.
-class PackageWorkspace : public platform::Workspace {
+class PackageWorkspace : public RecordingWorkspace {
 public:
     static PackageWorkspace& shared();
 
-    std::optional<std::string> applicationPath(const std::string& /*bundleIdentifier*/) override {
-        return std::nullopt;
-    }
     bool isFilePackage(const std::string& path) override { return path.ends_with(".app"); }
-    std::optional<platform::Error> recycle(const std::string& /*folder*/,
-                                           const std::string& /*trash*/,
-                                           const std::string& /*name*/) override {
-        return std::nullopt;
-    }
 };
 
 inline const std::string shell = "/bin/sh";

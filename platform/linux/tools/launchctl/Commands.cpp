@@ -105,11 +105,14 @@ void requireFreeNames(const std::vector<UnitFile>& units, const Caller& caller,
 void putUp(const std::vector<UnitFile>& units, const Caller& caller, ServiceManager& manager) {
     caller.folder.write(units);
     manager.reload();
+    std::vector<std::string> started;
     for (const auto& unit : units) {
         if (!unit.wantedBy.empty()) {
-            manager.start(unit.name);
+            started.push_back(unit.name);
         }
     }
+    // Once the call is over, a change to a path that is watched counts.
+    manager.start(started, caller.began + patienceWithJobs);
 }
 
 /// Files go first: whatever the manager does then, nothing of the job stays for the next log-in.

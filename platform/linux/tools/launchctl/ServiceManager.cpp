@@ -67,8 +67,9 @@ bool isTimeout(const GError& error) {
            g_error_matches(&error, G_DBUS_ERROR, G_DBUS_ERROR_TIMEOUT) != 0;
 }
 
+/// Rounded up, so that a timer does not go off in front of the end, to go off again as late.
 int millisecondsUntil(Clock::time_point end) {
-    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end - Clock::now());
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now());
     return static_cast<int>(std::max<std::int64_t>(left.count(), 1));
 }
 
@@ -222,23 +223,31 @@ void ServiceManager::reload() {
     manage("Reload", nullptr, "()");
 }
 
-void ServiceManager::start(const std::string& unit) {
-    manage("StartUnit", g_variant_new("(ss)", unit.c_str(), "replace"), "(o)");
-}
-
-void ServiceManager::stop(const std::vector<std::string>& units, Clock::time_point patience) {
+void ServiceManager::queueJobs(const char* method, const std::vector<std::string>& units,
+                               const Expected& expected) {
     // The manager sends its signals only when somebody asked for them.
     manage("Subscribe", nullptr, "()");
-    const JobRemovedSubscription subscription(connection_.get(), manager_, jobs_);
     for (const auto& unit : units) {
         const auto reply =
-            manage("StopUnit", g_variant_new("(ss)", unit.c_str(), "replace"), "(o)", {noSuchUnit});
+            manage(method, g_variant_new("(ss)", unit.c_str(), "replace"), "(o)", expected);
         if (reply) {
             const char* job = nullptr;
             g_variant_get(reply.get(), "(&o)", &job);
             jobs_.emplace(job, unit);
         }
     }
+}
+
+void ServiceManager::start(const std::vector<std::string>& units, Clock::time_point patience) {
+    const JobRemovedSubscription subscription(connection_.get(), manager_, jobs_);
+    queueJobs("StartUnit", units);
+    serveUntil(patience, [this] { return jobs_.empty(); });
+    jobs_.clear();
+}
+
+void ServiceManager::stop(const std::vector<std::string>& units, Clock::time_point patience) {
+    const JobRemovedSubscription subscription(connection_.get(), manager_, jobs_);
+    queueJobs("StopUnit", units, {noSuchUnit});
     const auto allStopped = [this] { return jobs_.empty(); };
     if (serveUntil(patience, allStopped)) {
         return;

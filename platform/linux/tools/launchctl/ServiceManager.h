@@ -50,8 +50,9 @@ public:
     /// Has the manager read its unit files anew.
     void reload();
 
-    /// Has a unit started; how that goes is not waited for.
-    void start(const std::string& unit);
+    /// Has units started and waits until that is done or has failed, whichever it is, but no longer
+    /// than until `patience`.
+    void start(const std::vector<std::string>& units, Clock::time_point patience);
 
     /// Stops units in their order and waits until all of their processes are gone. Those that still
     /// run at `patience` are killed.
@@ -83,11 +84,13 @@ private:
     Reply manage(const char* method, GVariant* arguments, const char* replyType,
                  const Expected& expected = {});
     void findManager();
+    void queueJobs(const char* method, const std::vector<std::string>& units,
+                   const Expected& expected = {});
 
     std::unique_ptr<GDBusConnection, Free> connection_;
     std::string manager_;
     Clock::time_point deadline_;
-    /// The units that are being stopped, by the path of the manager's job for each.
+    /// The units that are being started or stopped, by the path of the manager's job for each.
     std::map<std::string, std::string> jobs_;
 };
 

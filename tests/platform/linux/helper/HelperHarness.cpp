@@ -1,9 +1,12 @@
 #include "tests/platform/linux/helper/HelperHarness.h"
 
 #include <fcntl.h>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
 #include <poll.h>
 #include <sched.h>
 #include <sys/mount.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
@@ -14,6 +17,8 @@
 
 #include <array>
 #include <cerrno>
+#include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
@@ -92,6 +97,24 @@ void actAs(uid_t user) {
     ASSERT_EQ(::syscall(SYS_setresuid, unchanged, user, unchanged), 0);
 }
 
+/// Has the system answer every wish for another process as it does when it has none left.
+bool forbidForks() {
+    const auto refused = [](std::uint32_t call, std::uint8_t rest) {
+        return sock_filter BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, call, rest, 0);
+    };
+    std::array<sock_filter, 7> filter{{
+        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+        refused(SYS_clone, 4),
+        refused(SYS_clone3, 3),
+        refused(SYS_fork, 2),
+        refused(SYS_vfork, 1),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | EAGAIN),
+    }};
+    const sock_fprog program{filter.size(), filter.data()};
+    return ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) == 0;
+}
+
 } // namespace
 
 const std::string& sandbox::obstacle() {
@@ -162,6 +185,9 @@ void TestedHelper::become(const HelperSetup& setup, int input) {
     if (setup.fileSize) {
         const rlimit limit{*setup.fileSize, RLIM_INFINITY};
         ::setrlimit(RLIMIT_FSIZE, &limit);
+    }
+    if (!setup.mayFork && !forbidForks()) {
+        ::_exit(98);
     }
     if (::setresuid(setup.runsAs, setup.runsAs, setup.runsAs) == 0) {
         ::unsetenv("LSAN_OPTIONS"); // it may name a file that the sandbox hides

@@ -58,6 +58,8 @@ struct HelperSetup {
     bool hasConnection = true;
     /// The limit on the size of files that it inherits.
     std::optional<rlim_t> fileSize = std::nullopt;
+    /// Whether the system makes it another process when it asks.
+    bool mayFork = true;
 };
 
 /// A helper of a test's own, with the test as its client.

@@ -232,6 +232,28 @@ TEST_F(HelperMove, KeepsOwnersAndRightsOnItsWayToAnotherFileSystem) {
     EXPECT_FALSE(exists(roots() + "/folder"));
 }
 
+TEST_F(HelperMove, ThatIsAskedForAgainWhileItCopiesIsDoneOnce) {
+    constexpr int files = 3000;
+    constexpr int requests = 4;
+    makeFolder(roots() + "/folder");
+    for (int i = 0; i < files; ++i) {
+        makeFile(roots() + "/folder/" + std::to_string(i));
+    }
+    const std::string moved = usersFolder() + "/folder";
+    {
+        TestedHelper helper;
+        std::vector<TestedHelper::Answer> answers;
+        for (int i = 0; i < requests; ++i) {
+            answers.push_back(helper.start("/bin/mv", {"-f", roots() + "/folder", moved}));
+        }
+        helper.disconnect();
+        EXPECT_EQ(helper.waitForEnd(), 0);
+    }
+    EXPECT_EQ(std::distance(fs::directory_iterator(moved), {}), files);
+    EXPECT_FALSE(exists(roots() + "/folder"));
+    EXPECT_EQ(std::distance(fs::directory_iterator(usersFolder()), {}), 1);
+}
+
 TEST_F(HelperMove, ThatFailsHalfWayLeavesTheItemWholeAndNothingElse) {
     TestedHelper helper;
     const std::string small = makeFolder(usersFolder() + "/small");

@@ -176,6 +176,16 @@ TEST_F(HelperTool, IsStartedThousandsOfTimesInARow) {
     EXPECT_EQ(openDescriptors(helper.process()), before);
 }
 
+TEST_F(HelperTool, IsRefusedWhenTheSystemHasNoProcessLeft) {
+    TestedHelper helper({.mayFork = false});
+    for (int count = 0; count < 2; ++count) {
+        EXPECT_EQ(helper.run("/bin/true", {}), Status::startFailed);
+        EXPECT_EQ(helper.nextLogLine(), "refused a request of user 12345: the tool cannot be "
+                                        "started: /bin/true: 11");
+    }
+    EXPECT_EQ(helper.send(areYouThere).status, Status::ready);
+}
+
 TEST_F(HelperTool, IsRefusedWhenTheHelperHasNoDescriptorsLeft) {
     TestedHelper helper;
     Gate gate;
@@ -195,4 +205,52 @@ TEST_F(HelperTool, IsRefusedWhenTheHelperHasNoDescriptorsLeft) {
         readAll(answer.output.get());
     }
     EXPECT_EQ(helper.outputOf("/bin/echo", {"again"}), "again\n");
+}
+
+/// The stand-in for chown, where it is only root's to change, as in an installation.
+class HelperChown : public HelperTest {
+protected:
+    void SetUp() override {
+        HelperTest::SetUp();
+        if (!IsSkipped()) {
+            std::filesystem::copy_file(QF_CHOWN, tool);
+        }
+    }
+    void TearDown() override { ::unlink(tool.c_str()); }
+
+    static uid_t ownerOf(const std::string& path) {
+        struct stat status {};
+        EXPECT_EQ(::stat(path.c_str(), &status), 0);
+        return status.st_uid;
+    }
+
+    const std::string tool = sandbox::rootsFolder + "/chown";
+    const std::string file = sandbox::rootsFolder + "/job.plist";
+};
+
+TEST_F(HelperChown, GivesAFileToRoot) {
+    makeFile(file, servedUser);
+    TestedHelper helper;
+    EXPECT_EQ(helper.run(tool, {"root:wheel", file}), Status::started);
+    EXPECT_EQ(ownerOf(file), 0U);
+    EXPECT_FALSE(helper.hasLogLine());
+}
+
+TEST_F(HelperChown, IsNotLedAstrayByALink) {
+    makeFile(file, 0);
+    const auto link = makeLink(file, sandbox::everybodysFolder + "/link", servedUser);
+    TestedHelper helper;
+    EXPECT_EQ(helper.run(tool, {std::to_string(servedUser), link}), Status::started);
+    const auto line = helper.nextLogLine();
+    EXPECT_NE(line.find("because it is a link"), std::string::npos) << line;
+    EXPECT_EQ(ownerOf(file), 0U);
+}
+
+TEST_F(HelperChown, IsRefusedWhereAUserMayChangeIt) {
+    const auto copy = sandbox::everybodysFolder + "/chown";
+    std::filesystem::copy_file(QF_CHOWN, copy);
+    TestedHelper helper;
+    EXPECT_EQ(helper.run(copy, {"root", file}), Status::toolNotTrusted);
+    EXPECT_NE(helper.nextLogLine().find("others than root may change the tool"), std::string::npos);
+    ::unlink(copy.c_str());
 }

@@ -1,10 +1,11 @@
-#include "platform/StartUp.h"
+#include "platform/qt/WindowedMain.h"
 
 #include "platform/Services.h"
+#include "platform/StartUp.h"
 #include "platform/foundation/Exception.h"
-#include "platform/foundation/Path.h"
 #include "platform/qt/AlertPanel.h"
 #include "platform/qt/Application.h"
+#include "platform/qt/Identity.h"
 #include "platform/qt/InstanceLock.h"
 #include "platform/qt/Interface.h"
 #include "platform/qt/StartUpMessages.h"
@@ -16,7 +17,7 @@
 #include <cstdlib>
 #include <memory>
 
-namespace platform {
+namespace platform::qt {
 
 namespace {
 
@@ -35,7 +36,9 @@ QIcon applicationIcon() {
 
 /// Makes Qt's application, or ends the process when there is no display to run it on.
 std::unique_ptr<QApplication> makeQtApplication(int& argc, char** argv) {
-    QGuiApplication::setDesktopFileName(QCoreApplication::applicationName());
+    const auto name = QString::fromStdString(applicationName());
+    QCoreApplication::setApplicationName(name);
+    QGuiApplication::setDesktopFileName(name);
     auto application = std::make_unique<QApplication>(argc, argv);
     QApplication::setQuitOnLastWindowClosed(false);
     QApplication::setWindowIcon(applicationIcon());
@@ -44,39 +47,62 @@ std::unique_ptr<QApplication> makeQtApplication(int& argc, char** argv) {
 
 /// Puts the user interface behind its ports, for the rest of the process: threads may still call
 /// them when the event loop has ended.
-qt::Application& installUserInterface() {
-    static auto* application = new qt::Application;
-    static auto* panels = new qt::AlertPanels;
-    install<Application>(*application);
-    install<AlertPanels>(*panels);
+Application& installUserInterface() {
+    static auto* application = new Application;
+    static auto* panels = new AlertPanels;
+    install<platform::Application>(*application);
+    install<platform::AlertPanels>(*panels);
     return *application;
 }
 
 } // namespace
 
-int applicationMain(int argc, char** argv, const std::string& interfaceFile,
-                    const std::function<void(Interface&)>& awake) {
-    const auto name = path::lastComponent(argc > 0 ? argv[0] : "");
-    QCoreApplication::setApplicationName(QString::fromStdString(name));
-    const qt::InstanceLock lock(name);
-    if (lock.isHeldByAnother()) {
-        qt::reportStartUpFailure("it is already running");
-        return EXIT_FAILURE;
-    }
-    auto messages = std::make_unique<qt::StartUpMessages>();
+int windowedMain(int argc, char** argv, const std::string& interfaceFile,
+                 const std::function<void(platform::Interface&)>& awake,
+                 const WithoutDisplay& withoutDisplay) {
+    auto messages = std::make_unique<StartUpMessages>(withoutDisplay);
     const auto qtApplication = makeQtApplication(argc, argv);
     auto& application = installUserInterface();
     try {
-        qt::Interface interface(QString::fromStdString(interfaceFile));
+        Interface interface(QString::fromStdString(interfaceFile));
         auto& mainWindow = interface.window(mainWindowOutlet);
         application.setMainWindow(&mainWindow);
         awake(interface);
         messages.reset();
         mainWindow.makeKeyAndOrderFront();
         return application.run();
+    } catch (const Exception&) {
+        application.end();
+        throw;
+    }
+}
+
+} // namespace platform::qt
+
+namespace platform {
+
+namespace {
+
+int runWindows(int argc, char** argv, const std::string& interfaceFile,
+               const std::function<void(Interface&)>& awake) {
+    const qt::InstanceLock lock(qt::applicationName());
+    if (lock.isHeldByAnother()) {
+        throw Exception("QFAlreadyRunning", "it is already running");
+    }
+    return qt::windowedMain(argc, argv, interfaceFile, awake, [](const std::string& reason) {
+        qt::reportStartUpFailure("no display: " + reason);
+    });
+}
+
+} // namespace
+
+int windowedMain(int argc, char** argv, const std::string& interfaceFile,
+                 const std::function<void(Interface&)>& awake) {
+    qt::nameApplication(argv);
+    try {
+        return runWindows(argc, argv, interfaceFile, awake);
     } catch (const Exception& exception) {
         qt::reportStartUpFailure(exception.reason());
-        application.end();
         return EXIT_FAILURE;
     }
 }

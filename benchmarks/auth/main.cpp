@@ -1,0 +1,59 @@
+// Obtains the administrator's right once and runs a tool with it so many times, one after the
+// other: "authorization-bench COUNT TOOL". Prints its process number, waits for a line, and prints
+// the seconds that the tools took, without those for the right.
+
+#include "platform/linux/AuthorizationServices.h"
+
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <iostream>
+#include <limits>
+#include <string>
+
+namespace {
+
+using namespace platform;
+
+constexpr AuthorizationFlags withUser = kAuthorizationFlagInteractionAllowed +
+                                        kAuthorizationFlagExtendRights +
+                                        kAuthorizationFlagPreAuthorize;
+
+bool runTool(native::AuthorizationServices& services, AuthorizationRef ref,
+             const std::string& path) {
+    const auto tool = services.executeWithPrivileges(ref, path, kAuthorizationFlagDefaults, {});
+    if (tool.status != errAuthorizationSuccess) {
+        return false;
+    }
+    tool.output->ignore(std::numeric_limits<std::streamsize>::max());
+    return true;
+}
+
+} // namespace
+
+int main(int argc, char* argv[]) {
+    if (argc != 3) {
+        return EXIT_FAILURE;
+    }
+    std::cout << ::getpid() << std::endl;
+    std::string go;
+    std::getline(std::cin, go);
+
+    native::AuthorizationServices services;
+    const auto created = services.create({}, kAuthorizationFlagDefaults);
+    if (services.copyRights(created.ref, {{.name = "system.privilege.admin", .value = {}}}, {},
+                            withUser) != errAuthorizationSuccess) {
+        return EXIT_FAILURE;
+    }
+    const auto begin = std::chrono::steady_clock::now();
+    for (int count = std::atoi(argv[1]); count > 0; --count) {
+        if (!runTool(services, created.ref, argv[2])) {
+            return EXIT_FAILURE;
+        }
+    }
+    const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - begin;
+    std::cout << seconds.count() << std::endl;
+    services.free(created.ref, kAuthorizationFlagDefaults);
+    return EXIT_SUCCESS;
+}

@@ -1,0 +1,11 @@
+#pragma once
+
+#include "util/files/QFFileManager.h"
+
+#include <string>
+#include <vector>
+
+/// The least that such a copy must do: the same reads, writes and read-backs by system calls, and
+/// one digest. Throws when anything fails.
+void copyBare(const std::string& source, const std::vector<std::string>& destinations,
+              VerificationType type);

@@ -1,0 +1,259 @@
+// One file to several places and a digest of each: QFFileManager beside what a person would type.
+//
+//     copy [--large]     with a file of 4 GiB, too
+
+#include "benchmarks/copy/BareCopy.h"
+#include "benchmarks/copy/Contest.h"
+#include "platform/StartUp.h"
+#include "util/files/QFFileManager.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <filesystem>
+#include <stdexcept>
+#include <string_view>
+
+namespace {
+
+namespace fs = std::filesystem;
+using contest::Command;
+using contest::Contender;
+using Paths = std::vector<std::string>;
+
+constexpr std::array<std::size_t, 3> placeCounts{1, 2, 3};
+constexpr double megabyte = 1048576;
+
+struct Kind {
+    VerificationType type;
+    const char* name;
+    /// How openssl calls the digest; empty where there is none.
+    const char* option;
+};
+
+constexpr std::array kinds{
+    Kind{VerificationType::none, "no verification", ""},
+    Kind{VerificationType::md5, "MD5", "-md5"},
+    Kind{VerificationType::sha1, "SHA-1", "-sha1"},
+    Kind{VerificationType::sha256, "SHA-256", "-sha256"},
+    Kind{VerificationType::sha512, "SHA-512", "-sha512"},
+    Kind{VerificationType{7}, "read back without digest", ""},
+};
+
+bool hasDigest(const Kind& kind) {
+    return *kind.option != '\0';
+}
+
+/// Fails when a copy is not verified, so that nothing is measured that did not work.
+std::shared_ptr<FileCopyDelegate> strictDelegate() {
+    auto delegate = std::make_shared<FileCopyDelegate>();
+    delegate->fileCopyBytesWritten = [](std::uint64_t, const FileCopySettings&) {};
+    delegate->fileCopyShouldContinue = [](const FileCopySettings&) { return true; };
+    delegate->fileCopyVerificationFailed = [](const FileCopySettings&, const std::string&) {
+        std::abort();
+    };
+    return delegate;
+}
+
+void copyOurs(const std::string& source, const Paths& destinations, const Kind& kind) {
+    static const auto strict = strictDelegate();
+    const bool canFail = hasDigest(kind) || kind.type == VerificationType::none;
+    if (!QFFileManager::copyFileWithProgress(source, destinations, kind.type,
+                                             canFail ? strict : nullptr, {}, {})) {
+        throw std::runtime_error("the copy failed");
+    }
+}
+
+void removeAll(const Paths& paths) {
+    for (const auto& path : paths) {
+        fs::remove_all(path);
+    }
+}
+
+Command digestOf(const Kind& kind, const Paths& paths) {
+    Command command{"openssl", "dgst", kind.option};
+    command.insert(command.end(), paths.begin(), paths.end());
+    return command;
+}
+
+/// cp to each, one after the other, then a digest of the source and of each, so many at a time.
+void copyAndDigest(const std::string& source, const Paths& destinations, const Kind& kind,
+                   std::size_t atATime) {
+    std::vector<Command> copies;
+    std::vector<Command> digests{digestOf(kind, {source})};
+    for (const auto& destination : destinations) {
+        copies.push_back({"cp", "--preserve=timestamps", source, destination});
+        digests.push_back(digestOf(kind, {destination}));
+    }
+    contest::runAll(copies);
+    if (hasDigest(kind)) {
+        contest::runAll(digests, atATime);
+    }
+}
+
+/// tee into the destinations and a digest of the source, then a digest of each.
+void teeAndDigest(const std::string& source, const Paths& destinations, const Kind& kind) {
+    std::array<int, 2> pipe{};
+    const int input = ::open(source.c_str(), O_RDONLY | O_CLOEXEC);
+    if (input < 0 || ::pipe2(pipe.data(), O_CLOEXEC) != 0) {
+        throw std::runtime_error("no pipe");
+    }
+    Command tee{"tee"};
+    tee.insert(tee.end(), destinations.begin(), destinations.end());
+    const int writer = contest::start(tee, {.input = input, .output = pipe[1]});
+    const int reader = contest::start(digestOf(kind, {}), {.input = pipe[0]});
+    for (const int descriptor : {input, pipe[0], pipe[1]}) {
+        ::close(descriptor);
+    }
+    contest::finish(writer);
+    contest::finish(reader);
+    for (const auto& destination : destinations) {
+        contest::runAll({digestOf(kind, {destination})});
+    }
+}
+
+/// rclone compares a digest of each file after its transfer.
+void copyWithRclone(const std::string& source, const Paths& destinations) {
+    for (const auto& destination : destinations) {
+        contest::runAll({{"rclone", "--config", "", "copyto", source, destination}});
+    }
+}
+
+/// `run`, with nothing at the destinations before it.
+Contender fresh(std::string name, const Paths& destinations, std::function<void()> run) {
+    return {std::move(name), std::move(run), [destinations] { removeAll(destinations); }};
+}
+
+void compareCopies(const contest::Folder& folder, const std::string& source, double bytes,
+                   std::size_t count, const Kind& kind, int rounds) {
+    Paths places;
+    for (std::size_t number = 1; number <= count; ++number) {
+        places.push_back(folder / ("copy" + std::to_string(number)));
+    }
+    std::vector<Contender> contenders{
+        fresh("QFFileManager", places, [&] { copyOurs(source, places, kind); }),
+        fresh("bare system calls", places, [&] { copyBare(source, places, kind.type); }),
+    };
+    if (hasDigest(kind)) {
+        contenders.push_back(fresh("cp, openssl dgst of all", places,
+                                   [&] { copyAndDigest(source, places, kind, 1); }));
+        contenders.push_back(fresh("cp, openssl dgst two at a time", places,
+                                   [&] { copyAndDigest(source, places, kind, 2); }));
+        contenders.push_back(fresh("tee | openssl, openssl dgst of each", places,
+                                   [&] { teeAndDigest(source, places, kind); }));
+    } else {
+        contenders.push_back(fresh("cp", places, [&] { copyAndDigest(source, places, kind, 1); }));
+    }
+    if (hasDigest(kind) && contest::isInstalled("rclone")) {
+        contenders.push_back(fresh("rclone copyto (its own check)", places,
+                                   [&] { copyWithRclone(source, places); }));
+    }
+    contest::compare(std::to_string(static_cast<int>(bytes / megabyte)) + " MiB to " +
+                         std::to_string(count) + ", " + kind.name,
+                     rounds, bytes, contenders);
+    removeAll(places);
+}
+
+void compareManyFiles(const contest::Folder& folder, std::size_t places, int rounds) {
+    constexpr int files = 10000;
+    constexpr std::uint64_t size = 16384;
+    Paths sources;
+    for (int number = 0; number < files; ++number) {
+        sources.push_back(folder.writeNoise("many/" + std::to_string(number), size));
+    }
+    Paths targets;
+    for (std::size_t number = 1; number <= places; ++number) {
+        targets.push_back(folder / ("many-copy" + std::to_string(number)));
+    }
+    const auto& kind = kinds[3];
+    const auto each = [&](const std::function<void(const std::string&, const Paths&)>& copy) {
+        for (const auto& source : sources) {
+            Paths destinations;
+            for (const auto& target : targets) {
+                destinations.push_back(target + source.substr(source.rfind('/')));
+            }
+            copy(source, destinations);
+        }
+    };
+    const auto copyFolders = [&](std::size_t atATime) {
+        std::vector<Command> digests{digestOf(kind, sources)};
+        for (const auto& target : targets) {
+            contest::runAll({{"cp", "-r", "--preserve=timestamps", folder / "many", target}});
+            Paths copies;
+            for (const auto& entry : fs::directory_iterator(target)) {
+                copies.push_back(entry.path());
+            }
+            digests.push_back(digestOf(kind, copies));
+        }
+        contest::runAll(digests, atATime);
+    };
+    std::vector<Contender> contenders{
+        fresh("QFFileManager", targets,
+              [&] {
+                  each([&](const auto& source, const auto& destinations) {
+                      copyOurs(source, destinations, kind);
+                  });
+              }),
+        fresh("bare system calls", targets,
+              [&] {
+                  std::ranges::for_each(targets,
+                                        [](const auto& path) { fs::create_directory(path); });
+                  each([&](const auto& source, const auto& destinations) {
+                      copyBare(source, destinations, kind.type);
+                  });
+              }),
+        fresh("cp, openssl dgst of all", targets, [&] { copyFolders(1); }),
+        fresh("cp, openssl dgst two at a time", targets, [&] { copyFolders(2); }),
+    };
+    if (contest::isInstalled("rclone")) {
+        contenders.push_back(fresh("rclone copy (its own check)", targets, [&] {
+            for (const auto& target : targets) {
+                contest::runAll({{"rclone", "--config", "", "copy", folder / "many", target}});
+            }
+        }));
+    }
+    contest::compare("10,000 files of 16 KiB to " + std::to_string(places) + ", " + kind.name,
+                     rounds, static_cast<double>(files * size), contenders);
+    removeAll(targets);
+    removeAll({folder / "many"});
+}
+
+void run(bool large) {
+    platform::installServices();
+    const contest::Folder folder(contest::workPlace());
+    constexpr std::uint64_t size = 256 * 1048576;
+    const auto source = folder.writeNoise("source", size);
+    for (const auto& kind : kinds) {
+        for (const auto count : placeCounts) {
+            const int rounds = kind.type == VerificationType::sha256 ? 5 : 3;
+            compareCopies(folder, source, static_cast<double>(size), count, kind, rounds);
+        }
+    }
+    for (const auto count : placeCounts) {
+        compareManyFiles(folder, count, 3);
+    }
+    if (large) {
+        constexpr std::uint64_t largeSize = std::uint64_t{4096} * 1048576;
+        const auto largeSource = folder.writeNoise("large", largeSize);
+        for (const auto count : placeCounts) {
+            compareCopies(folder, largeSource, static_cast<double>(largeSize), count, kinds[3], 3);
+        }
+    }
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    try {
+        run(argc == 2 && std::string_view(argv[1]) == "--large");
+        return EXIT_SUCCESS;
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "%s\n", error.what());
+        return EXIT_FAILURE;
+    }
+}

@@ -1,0 +1,128 @@
+// Walks the whole uninstall plan, shared items included, in the environment of a throwaway copy of
+// the machine, and prints a line a row: its milliseconds, those of them in which it waited for
+// tools, and what it is about, with tabs between. scripts/measure-plan runs it.
+
+#include "app/PlanInventory.h"
+#include "app/UninstallPlan.h"
+#include "platform/Application.h"
+#include "platform/ProcessLauncher.h"
+#include "platform/Services.h"
+#include "platform/StartUp.h"
+#include "platform/foundation/Thread.h"
+#include "util/log/QFLog.h"
+
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <iostream>
+#include <memory>
+#include <sstream>
+#include <string>
+#include <utility>
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using Milliseconds = std::chrono::duration<double, std::milli>;
+
+/// Adds the time from a child's launch to its end, as far as somebody waits for it, to a sum.
+class TimedChild : public platform::ChildProcess {
+public:
+    TimedChild(std::shared_ptr<platform::ChildProcess> child, Clock::time_point launched,
+               Milliseconds& sum)
+        : child_(std::move(child)), launched_(launched), sum_(sum) {}
+
+    long processIdentifier() const override { return child_->processIdentifier(); }
+    bool isRunning() override { return child_->isRunning(); }
+    void waitUntilExit() override {
+        child_->waitUntilExit();
+        const auto now = Clock::now();
+        sum_ += now - std::exchange(launched_, now);
+    }
+    void terminate() override { child_->terminate(); }
+    int terminationStatus() override { return child_->terminationStatus(); }
+
+private:
+    std::shared_ptr<platform::ChildProcess> child_;
+    Clock::time_point launched_;
+    Milliseconds& sum_;
+};
+
+class TimedLauncher : public platform::ProcessLauncher {
+public:
+    explicit TimedLauncher(platform::ProcessLauncher& launcher) : launcher_(launcher) {}
+
+    std::shared_ptr<platform::Pipe> makePipe() override { return launcher_.makePipe(); }
+    std::shared_ptr<platform::ChildProcess>
+    launch(const platform::ProcessDescription& description) override {
+        const auto begin = Clock::now();
+        return std::make_shared<TimedChild>(launcher_.launch(description), begin, sum_);
+    }
+
+    /// What has come together since it was last asked for.
+    Milliseconds take() { return std::exchange(sum_, {}); }
+
+private:
+    platform::ProcessLauncher& launcher_;
+    Milliseconds sum_{};
+};
+
+const char* titleOf(PlanAction action) {
+    switch (action) {
+    case PlanAction::kill:
+        return "kill";
+    case PlanAction::trashBundle:
+        return "trashBundle";
+    case PlanAction::trash:
+        return "trash";
+    case PlanAction::removeAgent:
+        return "removeAgent";
+    case PlanAction::trashMatching:
+        return "trashMatching";
+    }
+    return "";
+}
+
+std::string line(Milliseconds time, Milliseconds tools, const std::string& what) {
+    std::ostringstream text;
+    text << time.count() << '\t' << tools.count() << '\t' << what << '\n';
+    return text.str();
+}
+
+/// The lines are written at the end, so that the log's do not get in between.
+void walk(TimedLauncher& launcher) {
+    const auto begin = Clock::now();
+    const auto rows = uninstallPlan(RemoveShared::yes);
+    std::string lines = line(Clock::now() - begin, {}, "the plan itself");
+    for (const auto& row : rows) {
+        const auto rowBegin = Clock::now();
+        walkUninstallPlan({row});
+        const auto time = Clock::now() - rowBegin;
+        lines += line(time, launcher.take(), titleOf(row.action) + (" " + row.subject));
+    }
+    QFLog::finishWriting();
+    std::cout << lines << std::flush;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    if (!std::filesystem::exists("/run/throwaway-copy")) {
+        std::cerr << "This is the machine itself, not a throwaway copy.\n";
+        return EXIT_FAILURE;
+    }
+    platform::installServices();
+    // Detached threads may use it until the process is gone: it is never destroyed.
+    static auto& launcher = *new TimedLauncher(platform::service<platform::ProcessLauncher>());
+    platform::install<platform::ProcessLauncher>(launcher);
+    PlanInventory inventory;
+    return platform::applicationMain(
+        argc, argv, ":/MainMenu.ui", inventory, [](platform::Interface&) {
+            platform::detachNewThread([] {
+                walk(launcher);
+                auto& application = platform::service<platform::Application>();
+                application.performOnMainThread([&] { application.terminate(); },
+                                                platform::Wait::untilDone);
+            });
+        });
+}

@@ -1,0 +1,162 @@
+// Copies one file to several places at once and tells whether each copy is what was read.
+
+#include "examples/verified-copy/ProgressLine.h"
+#include "platform/StartUp.h"
+#include "util/files/QFFileManager.h"
+#include "util/log/QFLog.h"
+
+#include <CLI/CLI.hpp>
+
+#include <atomic>
+#include <csignal>
+#include <cstdlib>
+#include <exception>
+#include <filesystem>
+#include <iostream>
+#include <map>
+#include <system_error>
+
+namespace {
+
+namespace fs = std::filesystem;
+using platform::Value;
+
+constexpr int cancelledStatus = 130;
+
+/// Set by Ctrl-C.
+std::atomic<bool> interrupted{false};
+static_assert(std::atomic<bool>::is_always_lock_free);
+
+// A second Ctrl-C ends the program at once.
+extern "C" void interrupt(int signal) {
+    interrupted = true;
+    std::signal(signal, SIG_DFL);
+}
+
+struct Options {
+    std::string source;
+    std::vector<std::string> destinations;
+    VerificationType verification = VerificationType::sha256;
+    bool quiet = false;
+};
+
+void describe(CLI::App& parser, Options& options) {
+    const std::map<std::string, VerificationType> types{{"none", VerificationType::none},
+                                                        {"md5", VerificationType::md5},
+                                                        {"sha1", VerificationType::sha1},
+                                                        {"sha256", VerificationType::sha256},
+                                                        {"sha512", VerificationType::sha512}};
+    parser.add_option("SOURCE", options.source, "the file to copy")->required();
+    parser
+        .add_option("DESTINATION", options.destinations,
+                    "a place for a copy: its path, or a folder, where it gets the source's name")
+        ->required();
+    parser
+        .add_option("--verify", options.verification,
+                    "compare what was written by none, md5, sha1, sha256 (as without this option) "
+                    "or sha512")
+        ->transform(CLI::CheckedTransformer(types, CLI::ignore_case).description(""));
+    parser.add_flag("--quiet", options.quiet, "show no progress");
+}
+
+/// The full path of each copy.
+std::vector<std::string> fullPaths(const Options& options) {
+    std::vector<std::string> paths;
+    for (const auto& destination : options.destinations) {
+        const auto path = fs::absolute(destination).lexically_normal();
+        paths.push_back(fs::is_directory(path) ? path / fs::path(options.source).filename() : path);
+    }
+    return paths;
+}
+
+/// What the copy tells about itself while and after it is made.
+struct Observation {
+    std::shared_ptr<ProgressLine> progress;
+    Value sourceDigest;
+    Value digests;
+    std::vector<std::string> failed;
+};
+
+std::shared_ptr<FileCopyDelegate> delegateFor(Observation& observation) {
+    auto delegate = std::make_shared<FileCopyDelegate>();
+    delegate->fileCopyBytesWritten = [line = observation.progress](auto bytes, const auto&) {
+        line->report(bytes);
+    };
+    delegate->fileCopyShouldContinue = [](const auto&) { return !interrupted; };
+    delegate->fileCopyVerificationFailed = [&observation](const auto&, const auto& file) {
+        observation.failed.push_back(file);
+    };
+    delegate->fileCopyFinished = [&observation](const auto& settings) {
+        observation.sourceDigest = (*settings)["sourceChecksum"];
+        observation.digests = (*settings)["destChecksums"];
+    };
+    return delegate;
+}
+
+std::string textOf(const Value& value) {
+    const auto* text = value.as<std::string>();
+    return text != nullptr ? *text : std::string();
+}
+
+/// One line for the source and one for each copy, as the digest programs print them.
+void printDigests(const std::string& source, const std::vector<std::string>& copies,
+                  const Observation& observation) {
+    const auto* digests = observation.digests.as<Value::Array>();
+    if (digests == nullptr) {
+        return;
+    }
+    std::cout << textOf(observation.sourceDigest) << "  " << source << '\n';
+    for (std::size_t number = 0; number < copies.size() && number < digests->size(); ++number) {
+        std::cout << textOf((*digests)[number]) << "  " << copies[number] << '\n';
+    }
+}
+
+int reportOutcome(bool succeeded, const std::vector<std::string>& copies,
+                  const Observation& observation) {
+    if (!succeeded && interrupted) {
+        std::cerr << "Cancelled. What there is of these copies is incomplete:\n";
+        for (const auto& copy : copies) {
+            std::cerr << "  " << copy << '\n';
+        }
+        return cancelledStatus;
+    }
+    for (const auto& file : observation.failed) {
+        std::cerr << file << " is NOT what was read from the source.\n";
+    }
+    return succeeded && observation.failed.empty() ? EXIT_SUCCESS : EXIT_FAILURE;
+}
+
+int copy(const Options& options) {
+    const std::string source = fs::absolute(options.source).lexically_normal();
+    const auto copies = fullPaths(options);
+    std::error_code unknown;
+    const auto size = fs::file_size(source, unknown);
+    Observation observation{std::make_shared<ProgressLine>(unknown ? 0 : size, options.quiet)};
+    const bool succeeded = QFFileManager::copyFileWithProgress(source, copies, options.verification,
+                                                               delegateFor(observation), {}, {});
+    observation.progress->end();
+    if (succeeded) {
+        printDigests(source, copies, observation);
+    }
+    return reportOutcome(succeeded, copies, observation);
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    try {
+        Options options;
+        CLI::App parser("Copies a file to several places at once and verifies each copy.");
+        describe(parser, options);
+        CLI11_PARSE(parser, argc, argv)
+        std::signal(SIGINT, interrupt);
+        platform::installServices();
+        QFLog::createNewLog("verified-copy");
+        const int status = copy(options);
+        QFLog::willTerminate();
+        return status;
+    } catch (const std::exception& exception) {
+        std::cerr << exception.what() << '\n';
+        return EXIT_FAILURE;
+    }
+}

@@ -1,0 +1,13 @@
+#pragma once
+
+#include "platform/Digests.h"
+
+namespace platform::native {
+
+/// Digests by OpenSSL. An algorithm is looked up when it is first asked for, once a process.
+class Digests : public platform::Digests {
+public:
+    std::unique_ptr<DigestState> begin(DigestAlgorithm algorithm) override;
+};
+
+} // namespace platform::native

@@ -1,0 +1,16 @@
+#pragma once
+
+#include "platform/FileStreams.h"
+
+namespace platform::native {
+
+/// Files through the system calls. A file that is read is announced to the system as read from its
+/// start to its end.
+class FileStreams : public platform::FileStreams {
+public:
+    std::unique_ptr<FileStream> openForReading(const std::string& path) override;
+    std::unique_ptr<FileStream> openForUpdating(const std::string& path,
+                                                const FileIdentity& spared) override;
+};
+
+} // namespace platform::native

@@ -1,0 +1,21 @@
+#include "platform/linux/ItemPlace.h"
+
+#include "platform/foundation/Path.h"
+
+#include <fcntl.h>
+
+#include <cerrno>
+
+namespace platform::native {
+
+int findPlace(const std::string& path, ItemPlace& place) {
+    place.name = path::lastComponent(path);
+    if (!path.starts_with('/') || place.name == "/" || place.name == "." || place.name == "..") {
+        return EINVAL;
+    }
+    const auto folder = path::deletingLastComponent(path);
+    place.folder = FileDescriptor(::open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    return place.folder ? 0 : errno;
+}
+
+} // namespace platform::native

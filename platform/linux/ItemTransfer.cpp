@@ -1,0 +1,171 @@
+#include "platform/linux/ItemTransfer.h"
+
+#include "platform/linux/KeptAttributes.h"
+#include "platform/linux/OpenFolder.h"
+#include "platform/linux/Rename.h"
+#include "platform/linux/SystemCall.h"
+#include "platform/linux/TemporaryItem.h"
+#include "platform/linux/TreeCopy.h"
+#include "platform/linux/TreeRemoval.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+namespace platform::native {
+
+namespace {
+
+using Failure = std::optional<EntryFailure>;
+
+Failure failureUnlessZero(int error, const std::string& name) {
+    return error == 0 ? std::nullopt : std::optional(EntryFailure{error, name});
+}
+
+/// Whether an open folder is the one of this identity, or in it.
+bool isInside(int folder, const Identity& outer) {
+    FileDescriptor current(::openat(folder, ".", O_PATH | O_DIRECTORY | O_CLOEXEC));
+    std::optional<Identity> below;
+    struct statx status {};
+    while (current && statusOf(current.get(), status) == 0 && identityOf(status) != below) {
+        below = identityOf(status);
+        if (below == outer) {
+            return true;
+        }
+        current = FileDescriptor(
+            ::openat(current.get(), "..", O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    }
+    return false;
+}
+
+/// One copy, or one move between volumes.
+class Transfer {
+public:
+    Transfer(int source, const std::string& name, int destination, const std::string& newName,
+             CopyPurpose purpose)
+        : source_(source), name_(name), destination_(destination), newName_(newName),
+          purpose_(purpose), isMove_(purpose == CopyPurpose::replaceSource) {}
+
+    Failure run() {
+        if (const int error = examine(); error != 0) {
+            return EntryFailure{error, name_};
+        }
+        const bool isFolder = S_ISDIR(status_.stx_mode);
+        auto failure =
+            isFolder || S_ISREG(status_.stx_mode) ? copyOpened(isFolder) : copyInOneStep();
+        if (!failure && isMove_) {
+            failure = removeTree(source_, name_, {.only = &copied_});
+        }
+        return failure;
+    }
+
+private:
+    /// Looks at what can be told before anything is done. Gives 0, or the errno.
+    int examine() {
+        struct statx occupant {};
+        if (const int error = statusOfEntry(source_, name_, status_); error != 0) {
+            return error;
+        }
+        if (statusOfEntry(destination_, newName_, occupant) == 0) {
+            return EEXIST;
+        }
+        if (S_ISDIR(status_.stx_mode) && isInside(destination_, identityOf(status_))) {
+            return EINVAL;
+        }
+        return isMove_ ? checkRemovable() : 0;
+    }
+
+    /// Whether the item may be taken out of its folder. Gives 0, or the errno.
+    int checkRemovable() const {
+        struct statx folder {};
+        if (::faccessat(source_, ".", W_OK | X_OK, AT_EACCESS) != 0) {
+            return errno;
+        }
+        if (const int error = statusOf(source_, folder); error != 0) {
+            return error;
+        }
+        const auto user = ::geteuid();
+        const bool isOthers = (folder.stx_mode & S_ISVTX) != 0 && user != 0 &&
+                              user != status_.stx_uid && user != folder.stx_uid;
+        return isOthers ? EPERM : 0;
+    }
+
+    /// A link, a FIFO, a socket or a device stands there at once or not at all.
+    Failure copyInOneStep() {
+        int error = copyUnopened(source_, name_, status_, destination_, newName_);
+        if (error == 0 && isMove_) {
+            copied_.add(status_);
+            error = makeNameDurable({});
+            if (error != 0) {
+                ::unlinkat(destination_, newName_.c_str(), 0);
+            }
+        }
+        return failureUnlessZero(error, name_);
+    }
+
+    Failure copyOpened(bool isFolder) {
+        TemporaryItem copy(destination_, newName_, isFolder);
+        if (copy.error() != 0) {
+            return EntryFailure{copy.error(), name_};
+        }
+        dropInheritedLists(copy.item().get());
+        if (auto failure = copyTree(source_, name_, copy.item(), purpose_, copied_)) {
+            return failure;
+        }
+        int error = isMove_ ? makeContentDurable(copy.item(), isFolder) : 0;
+        if (error == 0) {
+            error = copy.rename();
+        }
+        if (error == 0 && isMove_) {
+            error = makeNameDurable(copy.item());
+            if (error != 0) {
+                copy.takeBack();
+            }
+        }
+        return failureUnlessZero(error, name_);
+    }
+
+    /// Of a folder, the whole volume is written: one call that waits once for all of its files.
+    static int makeContentDurable(const FileDescriptor& item, bool isFolder) {
+        return uninterrupted(
+                   [&] { return isFolder ? ::syncfs(item.get()) : ::fsync(item.get()); }) == 0
+                   ? 0
+                   : errno;
+    }
+
+    /// Some volumes cannot do that for a folder.
+    int makeNameDurable(const FileDescriptor& item) const {
+        const auto folder = openFolder(destination_, ".");
+        if (!folder) { // It takes items without showing what is in it.
+            return item ? makeContentDurable(item, true) : errno;
+        }
+        const bool done = uninterrupted([&] { return ::fsync(folder.get()); }) == 0;
+        return done || errno == EINVAL || errno == EOPNOTSUPP ? 0 : errno;
+    }
+
+    int source_;
+    const std::string& name_;
+    int destination_;
+    const std::string& newName_;
+    CopyPurpose purpose_;
+    bool isMove_;
+    struct statx status_ {};
+    CopiedItems copied_;
+};
+
+} // namespace
+
+Failure copyItem(int source, const std::string& name, int destination, const std::string& newName) {
+    return Transfer(source, name, destination, newName, CopyPurpose::keepBoth).run();
+}
+
+Failure moveItem(int source, const std::string& name, int destination, const std::string& newName) {
+    const int error = renameWithoutReplacing(source, name, destination, newName);
+    return error == EXDEV
+               ? Transfer(source, name, destination, newName, CopyPurpose::replaceSource).run()
+               : failureUnlessZero(error, name);
+}
+
+} // namespace platform::native

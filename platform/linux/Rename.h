@@ -1,0 +1,14 @@
+#pragma once
+
+#include <string>
+
+namespace platform::native {
+
+/// Gives the entry `name` of the open folder `source` the name `newName` in the open folder
+/// `destination`. A link is moved itself. What stands there is never replaced: EEXIST. Where the
+/// file system cannot promise that in one step, the name is claimed first, by a hard link or by an
+/// empty item. Gives 0, or the errno; nothing has then changed.
+[[nodiscard]] int renameWithoutReplacing(int source, const std::string& name, int destination,
+                                         const std::string& newName);
+
+} // namespace platform::native

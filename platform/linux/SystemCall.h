@@ -1,0 +1,17 @@
+#pragma once
+
+#include <cerrno>
+
+namespace platform::native {
+
+/// Makes a system call again for as long as a signal interrupts it.
+template <typename Call>
+auto uninterrupted(Call call) {
+    auto result = call();
+    while (result == -1 && errno == EINTR) {
+        result = call();
+    }
+    return result;
+}
+
+} // namespace platform::native

@@ -1,0 +1,50 @@
+#pragma once
+
+#include "platform/linux/FileDescriptor.h"
+
+#include <string>
+
+namespace platform::native {
+
+/// An empty file or folder with a hidden name of its own, in which a copy grows until it gets the
+/// name that it is for. It is locked while this process works on it, so that what a killed process
+/// left behind is told from what another one works on. Not shared between threads.
+class TemporaryItem {
+public:
+    /// Makes one in the open folder `folder`, for the name `purpose`. One that a killed process
+    /// left there for the same name is deleted first. On failure it is none and error() tells why.
+    TemporaryItem(int folder, const std::string& purpose, bool isFolder);
+
+    /// Deletes the item with all that is in it, unless it has been renamed.
+    ~TemporaryItem();
+
+    TemporaryItem(const TemporaryItem&) = delete;
+    TemporaryItem& operator=(const TemporaryItem&) = delete;
+    TemporaryItem(TemporaryItem&&) = delete;
+    TemporaryItem& operator=(TemporaryItem&&) = delete;
+
+    /// An errno, or 0.
+    int error() const { return error_; }
+
+    /// The item, open for reading and, when it is a file, for writing.
+    const FileDescriptor& item() const { return item_; }
+
+    /// Gives the item the name that it is for. What stands there is never replaced: EEXIST. Gives
+    /// 0, or the errno.
+    [[nodiscard]] int rename();
+
+    /// Takes the given name back, when the item is to be deleted after all.
+    void takeBack();
+
+private:
+    bool claim(const std::string& name, bool isFolder);
+    bool removeAbandoned(const std::string& name) const;
+
+    int folder_;
+    std::string purpose_;
+    std::string name_; ///< Empty when there is nothing to delete.
+    FileDescriptor item_;
+    int error_ = 0;
+};
+
+} // namespace platform::native

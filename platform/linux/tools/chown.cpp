@@ -1,0 +1,118 @@
+// chown OWNER[:GROUP] | :GROUP FILE...
+//
+// It may run as the superuser on a path that others can change: a link at the end of the path is
+// refused instead of followed. Nothing is read but the account database and the command line.
+
+#include "platform/linux/Errors.h"
+#include "platform/linux/FileDescriptor.h"
+#include "platform/linux/tools/Tool.h"
+
+#include <fcntl.h>
+#include <grp.h>
+#include <pwd.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <charconv>
+#include <optional>
+
+namespace {
+
+using platform::native::FileDescriptor;
+namespace tool = platform::native::tool;
+
+/// In place of a number: stays as it is.
+constexpr auto unchanged = static_cast<id_t>(-1);
+
+struct Ownership {
+    uid_t owner = unchanged;
+    gid_t group = unchanged;
+};
+
+std::optional<id_t> number(const std::string& text) {
+    id_t value = 0;
+    const auto* const end = text.data() + text.size();
+    const auto result = std::from_chars(text.data(), end, value);
+    const bool isNumber = result.ec == std::errc() && result.ptr == end && value != unchanged;
+    return isNumber ? std::optional(value) : std::nullopt;
+}
+
+uid_t ownerNamed(const std::string& name) {
+    if (const auto* account = ::getpwnam(name.c_str())) {
+        return account->pw_uid;
+    }
+    if (const auto owner = number(name)) {
+        return *owner;
+    }
+    throw tool::ToolError("there is no user “" + name + "”");
+}
+
+/// The group of the system's administrators that job files are given to has this name elsewhere.
+gid_t groupNamed(const std::string& name) {
+    if (const auto* group = ::getgrnam(name.c_str())) {
+        return group->gr_gid;
+    }
+    if (name == "wheel") {
+        return 0;
+    }
+    if (const auto group = number(name)) {
+        return *group;
+    }
+    throw tool::ToolError("there is no group “" + name + "”");
+}
+
+Ownership ownership(const std::string& text) {
+    const auto colon = text.find(':');
+    Ownership result;
+    if (colon != 0) {
+        result.owner = ownerNamed(text.substr(0, colon));
+    }
+    if (colon != std::string::npos) {
+        if (colon + 1 == text.size()) {
+            throw tool::Misuse();
+        }
+        result.group = groupNamed(text.substr(colon + 1));
+    }
+    return result;
+}
+
+/// Why the item could not be given to the owner; empty on success.
+std::string change(const std::string& path, const Ownership& ownership) {
+    const auto failure = [&](const std::string& why) {
+        return platform::native::failureSentence(path, "given to another owner", why);
+    };
+    const FileDescriptor item(::open(path.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
+    struct stat status {};
+    if (!item || ::fstat(item.get(), &status) != 0) {
+        return failure(platform::native::reason(errno));
+    }
+    if (S_ISLNK(status.st_mode)) {
+        return failure("it is a link");
+    }
+    if (::fchownat(item.get(), "", ownership.owner, ownership.group, AT_EMPTY_PATH) != 0) {
+        return failure(platform::native::reason(errno));
+    }
+    return "";
+}
+
+/// Every file is tried.
+bool run(const std::vector<std::string>& words) {
+    if (words.size() < 2 || words.front().empty() || words.front().starts_with('-')) {
+        throw tool::Misuse();
+    }
+    const auto wanted = ownership(words.front());
+    bool isDone = true;
+    for (auto path = words.begin() + 1; path != words.end(); ++path) {
+        if (const auto failure = change(*path, wanted); !failure.empty()) {
+            tool::report("chown", failure);
+            isDone = false;
+        }
+    }
+    return isDone;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    return tool::run("chown", "chown OWNER[:GROUP] | :GROUP FILE...", argc, argv, run);
+}

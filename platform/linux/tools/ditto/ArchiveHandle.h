@@ -1,0 +1,33 @@
+#pragma once
+
+#include "platform/linux/tools/Tool.h"
+
+#include <archive.h>
+#include <archive_entry.h>
+
+#include <memory>
+#include <string>
+
+namespace platform::native::ditto {
+
+struct FreeArchive {
+    void operator()(archive* handle) const { archive_free(handle); }
+};
+
+/// Owns one of libarchive's readers or writers.
+using ArchiveHandle = std::unique_ptr<archive, FreeArchive>;
+
+/// What libarchive says of its last failure.
+inline std::string failureOf(archive* handle) {
+    const char* text = archive_error_string(handle);
+    return text != nullptr ? text : "unknown failure";
+}
+
+/// Throws ToolError, `about` before its words, unless all went well. A warning is a failure.
+inline void check(int result, archive* handle, const std::string& about) {
+    if (result != ARCHIVE_OK) {
+        throw tool::ToolError(about + ": " + failureOf(handle));
+    }
+}
+
+} // namespace platform::native::ditto

@@ -1,0 +1,171 @@
+#include "platform/linux/tools/ditto/Compress.h"
+
+#include "platform/foundation/Path.h"
+#include "platform/linux/Errors.h"
+#include "platform/linux/FileDescriptor.h"
+#include "platform/linux/tools/ditto/ArchiveHandle.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <clocale>
+#include <cstdlib>
+#include <string_view>
+#include <vector>
+
+namespace platform::native::ditto {
+
+namespace {
+
+using tool::ToolError;
+
+/// A file beside the archive's place that becomes the archive, or goes.
+class Draft {
+public:
+    explicit Draft(const std::string& archivePath)
+        : archivePath_(archivePath),
+          path_(path::appending(path::deletingLastComponent(archivePath), ".qf-XXXXXX")),
+          file_(::mkostemp(path_.data(), O_CLOEXEC)) {
+        if (!file_ || ::fstat(file_.get(), &status_) != 0) {
+            fail();
+        }
+    }
+    ~Draft() {
+        if (file_) {
+            ::unlink(path_.c_str());
+        }
+    }
+    Draft(const Draft&) = delete;
+    Draft& operator=(const Draft&) = delete;
+    Draft(Draft&&) = delete;
+    Draft& operator=(Draft&&) = delete;
+
+    int descriptor() const { return file_.get(); }
+
+    /// Whether an entry is this file, which an archive of its own folder would hold.
+    bool isIn(archive_entry* entry) const {
+        return archive_entry_dev(entry) == status_.st_dev &&
+               archive_entry_ino64(entry) == static_cast<la_int64_t>(status_.st_ino);
+    }
+
+    void putInPlace() {
+        constexpr mode_t everybody = 0666;
+        const mode_t mask = ::umask(0);
+        ::umask(mask);
+        if (::fchmod(file_.get(), everybody & ~mask) != 0 || ::fsync(file_.get()) != 0 ||
+            ::rename(path_.c_str(), archivePath_.c_str()) != 0) {
+            fail();
+        }
+        file_.reset();
+    }
+
+private:
+    [[noreturn]] void fail() const {
+        throw ToolError(failureSentence(archivePath_, "made", reason(errno)));
+    }
+
+    const std::string& archivePath_;
+    std::string path_;
+    FileDescriptor file_;
+    struct stat status_ {};
+};
+
+/// What goes at the beginning of every path below the source.
+std::size_t prefixLength(const std::string& source, bool isFolder, KeepParent keepParent) {
+    const auto base =
+        isFolder && keepParent == KeepParent::no ? source : path::deletingLastComponent(source);
+    return base.size() + (base.ends_with('/') ? 0 : 1);
+}
+
+void copyContent(archive* disk, archive* zip, archive_entry* entry, const std::string& path) {
+    constexpr std::size_t blockSize = 128UL * 1024;
+    std::vector<char> block(blockSize);
+    la_int64_t copied = 0;
+    for (;;) {
+        const auto size = archive_read_data(disk, block.data(), block.size());
+        if (size < 0) {
+            throw ToolError(path + ": " + failureOf(disk));
+        }
+        if (size == 0) {
+            break;
+        }
+        if (archive_write_data(zip, block.data(), static_cast<std::size_t>(size)) != size) {
+            throw ToolError(path + ": " + failureOf(zip));
+        }
+        copied += size;
+    }
+    if (copied != archive_entry_size(entry)) {
+        throw ToolError(path + ": it was cut short while it was read");
+    }
+}
+
+bool isText(const char* name) {
+    return name == nullptr || text::validUtf8(name) == name;
+}
+
+/// Names are marked as UTF-8 when the locale's encoding is that. Of an item with a name that is no
+/// text, they go into the archive unmarked, as the bytes that they are.
+void chooseEncoding(archive_entry* entry) {
+    const bool isUtf8 =
+        isText(archive_entry_pathname(entry)) && isText(archive_entry_symlink(entry));
+    std::setlocale(LC_CTYPE, isUtf8 ? "C.UTF-8" : "C");
+}
+
+void addEntry(archive* disk, archive* zip, archive_entry* entry, std::size_t prefix) {
+    const std::string path = archive_entry_sourcepath(entry);
+    const auto type = archive_entry_filetype(entry);
+    if (type != AE_IFREG && type != AE_IFDIR && type != AE_IFLNK) {
+        throw ToolError(failureSentence(path, "archived", "it is no file, folder or link"));
+    }
+    if (path.size() <= prefix) { // the folder whose name is left out
+        return;
+    }
+    archive_entry_copy_pathname(entry, path.c_str() + prefix);
+    chooseEncoding(entry);
+    check(archive_write_header(zip, entry), zip, path);
+    if (type == AE_IFREG) {
+        copyContent(disk, zip, entry, path);
+    }
+}
+
+ArchiveHandle openSource(const std::string& source) {
+    ArchiveHandle disk(archive_read_disk_new());
+    archive_read_disk_set_symlink_hybrid(disk.get());
+    archive_read_disk_set_behavior(disk.get(), ARCHIVE_READDISK_NO_XATTR | ARCHIVE_READDISK_NO_ACL |
+                                                   ARCHIVE_READDISK_NO_FFLAGS |
+                                                   ARCHIVE_READDISK_NO_SPARSE);
+    check(archive_read_disk_open(disk.get(), source.c_str()), disk.get(), source);
+    return disk;
+}
+
+} // namespace
+
+void compress(const std::string& source, const std::string& archivePath, KeepParent keepParent) {
+    struct stat status {};
+    if (::stat(source.c_str(), &status) != 0) {
+        throw ToolError(failureSentence(source, "archived", reason(errno)));
+    }
+    const auto prefix = prefixLength(source, S_ISDIR(status.st_mode), keepParent);
+    Draft draft(archivePath);
+    const ArchiveHandle zip(archive_write_new());
+    check(archive_write_set_format_zip(zip.get()), zip.get(), archivePath);
+    check(archive_write_open_fd(zip.get(), draft.descriptor()), zip.get(), archivePath);
+    const auto disk = openSource(source);
+    const std::unique_ptr<archive_entry, decltype(&archive_entry_free)> entry(archive_entry_new(),
+                                                                              &archive_entry_free);
+    int result = ARCHIVE_OK;
+    while ((result = archive_read_next_header2(disk.get(), entry.get())) != ARCHIVE_EOF) {
+        check(result, disk.get(), source);
+        if (!draft.isIn(entry.get())) {
+            addEntry(disk.get(), zip.get(), entry.get(), prefix);
+        }
+        if (archive_read_disk_can_descend(disk.get()) != 0) {
+            check(archive_read_disk_descend(disk.get()), disk.get(), source);
+        }
+    }
+    check(archive_write_close(zip.get()), zip.get(), archivePath);
+    draft.putInPlace();
+}
+
+} // namespace platform::native::ditto

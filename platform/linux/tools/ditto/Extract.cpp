@@ -1,0 +1,217 @@
+#include "platform/linux/tools/ditto/Extract.h"
+
+#include "platform/foundation/Path.h"
+#include "platform/linux/Errors.h"
+#include "platform/linux/FileDescriptor.h"
+#include "platform/linux/Folders.h"
+#include "platform/linux/TreeRemoval.h"
+#include "platform/linux/tools/ditto/ArchiveHandle.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/statvfs.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdlib>
+#include <fstream>
+#include <string_view>
+
+namespace platform::native::ditto {
+
+namespace {
+
+using tool::ToolError;
+
+/// A folder beside the place of the one that is missing, which becomes it, or goes.
+class Draft {
+public:
+    explicit Draft(const std::string& folder)
+        : folder_(folder), parentPath_(path::deletingLastComponent(folder)),
+          path_(path::appending(parentPath_, ".qf-XXXXXX")) {
+        constexpr mode_t everybody = 0777;
+        if (const int error = makeFolders(parentPath_, everybody); error != 0) {
+            fail(error);
+        }
+        parent_ = FileDescriptor(::open(parentPath_.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+        if (!parent_ || ::mkdtemp(path_.data()) == nullptr) {
+            fail(errno);
+        }
+        isMade_ = true;
+    }
+    ~Draft() {
+        if (isMade_) {
+            static_cast<void>(removeTree(parent_.get(), path::lastComponent(path_)));
+        }
+    }
+    Draft(const Draft&) = delete;
+    Draft& operator=(const Draft&) = delete;
+    Draft(Draft&&) = delete;
+    Draft& operator=(Draft&&) = delete;
+
+    const std::string& path() const { return path_; }
+
+    void putInPlace() {
+        constexpr mode_t everybody = 0777;
+        const mode_t mask = ::umask(0);
+        ::umask(mask);
+        if (::chmod(path_.c_str(), everybody & ~mask) != 0 ||
+            ::renameat2(parent_.get(), path::lastComponent(path_).c_str(), parent_.get(),
+                        path::lastComponent(folder_).c_str(), RENAME_NOREPLACE) != 0) {
+            fail(errno);
+        }
+        isMade_ = false;
+    }
+
+private:
+    [[noreturn]] void fail(int error) const {
+        throw ToolError(failureSentence(folder_, "made", reason(error)));
+    }
+
+    const std::string& folder_;
+    std::string parentPath_;
+    std::string path_;
+    FileDescriptor parent_;
+    bool isMade_ = false;
+};
+
+/// Whether an archive begins with the mark of its end, for it has no entry.
+bool isEmpty(const std::string& archivePath) {
+    constexpr std::string_view mark = "PK\x05\x06";
+    std::array<char, 4> begin{};
+    std::ifstream stream(archivePath, std::ios::binary);
+    stream.read(begin.data(), begin.size());
+    return stream && std::string_view(begin.data(), begin.size()) == mark;
+}
+
+ArchiveHandle openArchive(const std::string& archivePath) {
+    constexpr std::size_t blockSize = 64UL * 1024;
+    ArchiveHandle zip(archive_read_new());
+    // The list at the archive's end counts: it has the modes, and a cut archive has none. The
+    // reader that goes by it refuses an archive without entries.
+    check(isEmpty(archivePath) ? archive_read_support_format_zip_streamable(zip.get())
+                               : archive_read_support_format_zip_seekable(zip.get()),
+          zip.get(), archivePath);
+    check(archive_read_open_filename(zip.get(), archivePath.c_str(), blockSize), zip.get(),
+          archivePath);
+    return zip;
+}
+
+ArchiveHandle openDisk() {
+    ArchiveHandle disk(archive_write_disk_new());
+    check(archive_write_disk_set_options(
+              disk.get(), ARCHIVE_EXTRACT_TIME | ARCHIVE_EXTRACT_PERM | ARCHIVE_EXTRACT_SPARSE |
+                              ARCHIVE_EXTRACT_SECURE_SYMLINKS | ARCHIVE_EXTRACT_SECURE_NODOTDOT |
+                              ARCHIVE_EXTRACT_SECURE_NOABSOLUTEPATHS),
+          disk.get(), "disk");
+    return disk;
+}
+
+/// The bytes that the volume of the working folder has left.
+la_int64_t freeSpace() {
+    struct statvfs status {};
+    if (::statvfs(".", &status) != 0) {
+        throw ToolError(reason(errno));
+    }
+    return static_cast<la_int64_t>(status.f_bavail * status.f_frsize);
+}
+
+std::string nameOf(archive_entry* entry) {
+    const char* name = archive_entry_pathname(entry);
+    if (name == nullptr || *name == '\0') {
+        throw ToolError("an entry has no name that can be used");
+    }
+    return name;
+}
+
+void checkEntry(archive_entry* entry, const std::string& name) {
+    const auto type = archive_entry_filetype(entry);
+    if (type != AE_IFREG && type != AE_IFDIR && type != AE_IFLNK) {
+        throw ToolError(failureSentence(name, "unpacked", "it is no file, folder or link"));
+    }
+    const auto names = path::components(name);
+    if (name.starts_with('/') || std::find(names.begin(), names.end(), "..") != names.end()) {
+        throw ToolError(failureSentence(name, "unpacked", "it would leave the folder"));
+    }
+    if (archive_entry_size(entry) < 0 || archive_entry_size(entry) > freeSpace()) {
+        throw ToolError(failureSentence(name, "unpacked", "the volume has no room for it"));
+    }
+}
+
+void copyContent(archive* zip, archive* disk, archive_entry* entry, const std::string& name) {
+    la_int64_t end = 0;
+    for (;;) {
+        const void* block = nullptr;
+        std::size_t size = 0;
+        la_int64_t offset = 0;
+        const int result = archive_read_data_block(zip, &block, &size, &offset);
+        if (result == ARCHIVE_EOF) {
+            break;
+        }
+        check(result, zip, name);
+        check(static_cast<int>(archive_write_data_block(disk, block, size, offset)), disk, name);
+        end = offset + static_cast<la_int64_t>(size);
+    }
+    if (archive_entry_size_is_set(entry) != 0 && end != archive_entry_size(entry)) {
+        throw ToolError(name + ": its size is not what the archive says");
+    }
+}
+
+void unpackEntry(archive* zip, archive* disk, archive_entry* entry) {
+    constexpr mode_t permissions = 0777;
+    const auto name = nameOf(entry);
+    checkEntry(entry, name);
+    archive_entry_set_perm(entry, archive_entry_perm(entry) & permissions);
+    check(archive_write_header(disk, entry), disk, name);
+    if (archive_entry_filetype(entry) == AE_IFREG) {
+        copyContent(zip, disk, entry, name);
+    }
+    // A volume that cannot keep a mode or a time still has the content.
+    if (archive_write_finish_entry(disk) < ARCHIVE_WARN) {
+        throw ToolError(name + ": " + failureOf(disk));
+    }
+}
+
+/// Unpacks into the working folder.
+void unpackEntries(archive* zip, const std::string& archivePath) {
+    const auto disk = openDisk();
+    archive_entry* entry = nullptr;
+    int result = ARCHIVE_OK;
+    try {
+        while ((result = archive_read_next_header(zip, &entry)) != ARCHIVE_EOF) {
+            check(result, zip, archivePath);
+            unpackEntry(zip, disk.get(), entry);
+        }
+    } catch (const ToolError&) {
+        archive_write_fail(disk.get()); // no folder gets its final mode, which may forbid removal
+        throw;
+    }
+    if (archive_write_close(disk.get()) < ARCHIVE_WARN) {
+        throw ToolError(archivePath + ": " + failureOf(disk.get()));
+    }
+}
+
+void enter(const std::string& folder) {
+    if (::chdir(folder.c_str()) != 0) {
+        throw ToolError(failureSentence(folder, "entered", reason(errno)));
+    }
+}
+
+} // namespace
+
+void extract(const std::string& archivePath, const std::string& folder) {
+    const auto zip = openArchive(archivePath);
+    struct stat status {};
+    if (::stat(folder.c_str(), &status) == 0) {
+        enter(folder);
+        unpackEntries(zip.get(), archivePath);
+        return;
+    }
+    Draft draft(folder);
+    enter(draft.path());
+    unpackEntries(zip.get(), archivePath);
+    draft.putInPlace();
+}
+
+} // namespace platform::native::ditto

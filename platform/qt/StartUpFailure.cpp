@@ -1,0 +1,14 @@
+#include "platform/qt/StartUpFailure.h"
+
+#include "platform/foundation/Text.h"
+#include "platform/qt/Identity.h"
+
+#include <iostream>
+
+namespace platform::qt {
+
+void reportStartUpFailure(std::string_view reason) {
+    std::cerr << applicationName() + ": " + text::printable(reason) + '\n' << std::flush;
+}
+
+} // namespace platform::qt

@@ -1,0 +1,92 @@
+#include "platform/ApplicationMain.h"
+
+#include "platform/Services.h"
+#include "platform/SystemInformation.h"
+#include "platform/foundation/Exception.h"
+#include "platform/qt/Identity.h"
+#include "platform/qt/InstanceLock.h"
+#include "platform/qt/WindowedMain.h"
+#include "platform/terminal/Dialogue.h"
+#include "platform/terminal/TerminalMain.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstdlib>
+#include <utility>
+#include <variant>
+
+namespace platform {
+
+namespace {
+
+using terminal::ExitStatus;
+
+/// A standard stream that is closed becomes the null device, lest something else take its number.
+void openStandardStreams() {
+    int descriptor = 0;
+    do {
+        descriptor = ::open("/dev/null", O_RDWR);
+    } while (descriptor >= 0 && descriptor <= STDERR_FILENO);
+    if (descriptor > STDERR_FILENO) {
+        ::close(descriptor);
+    }
+}
+
+bool isSet(const char* variable) {
+    const char* value = std::getenv(variable);
+    return value != nullptr && *value != '\0';
+}
+
+bool isDisplayNamed() {
+    return isSet("DISPLAY") || isSet("WAYLAND_DISPLAY") || isSet("QT_QPA_PLATFORM");
+}
+
+/// Asks on the terminal after all, in this process's place. It ends where there is no terminal.
+[[noreturn]] void askOnTerminal(std::string program, const std::string& whyNoDisplay) {
+    qt::reportStartUpFailure("no display: " + whyNoDisplay);
+    if (terminal::Dialogue::isTerminal()) {
+        std::string option = terminal::terminalOption;
+        const std::array<char*, 3> arguments{program.data(), option.data(), nullptr};
+        ::execv("/proc/self/exe", arguments.data());
+    }
+    std::_Exit(static_cast<int>(ExitStatus::nobodyToAsk));
+}
+
+int run(int argc, char** argv, const terminal::Options& options, const std::string& interfaceFile,
+        Inventory& inventory, const std::function<void(Interface&)>& awake) {
+    const qt::InstanceLock lock(qt::applicationName());
+    if (lock.isHeldByAnother()) {
+        throw Exception("QFAlreadyRunning", "it is already running");
+    }
+    const bool canOnlyUseTerminal = !isDisplayNamed() && terminal::Dialogue::isTerminal();
+    if (options.uninstall || options.terminal || canOnlyUseTerminal) {
+        return static_cast<int>(terminal::terminalMain(options, interfaceFile, inventory, awake));
+    }
+    return qt::windowedMain(argc, argv, interfaceFile, awake,
+                            [argv](const std::string& reason) { askOnTerminal(*argv, reason); });
+}
+
+} // namespace
+
+int applicationMain(int argc, char** argv, const std::string& interfaceFile, Inventory& inventory,
+                    const std::function<void(Interface&)>& awake) {
+    openStandardStreams();
+    qt::nameApplication(argv);
+    const auto version = service<SystemInformation>().bundleVersion().value_or("");
+    const auto parsed = terminal::parseCommandLine(argc, argv, version);
+    if (const auto* status = std::get_if<int>(&parsed)) {
+        return *status;
+    }
+    const auto& options = std::get<terminal::Options>(parsed);
+    try {
+        return options.list ? static_cast<int>(terminal::listMain(options, inventory))
+                            : run(argc, argv, options, interfaceFile, inventory, awake);
+    } catch (const Exception& exception) {
+        qt::reportStartUpFailure(exception.reason());
+        return static_cast<int>(ExitStatus::failed);
+    }
+}
+
+} // namespace platform

@@ -1,0 +1,29 @@
+#pragma once
+
+namespace platform::terminal {
+
+/// What the process ends with, for those who start it. The numbers are part of the interface.
+enum class ExitStatus {
+    complete = 0,
+    failed = 1,
+    usage = 2,
+    leftInPlace = 3,
+    cancelled = 4,
+    nobodyToAsk = 5,
+};
+
+struct ExitStatusMeaning {
+    ExitStatus status;
+    const char* meaning;
+};
+
+inline constexpr ExitStatusMeaning exitStatusMeanings[] = {
+    {ExitStatus::complete, "Done: all that was found is in the Trash, or the list was printed."},
+    {ExitStatus::failed, "Could not begin, or could not write the report; a line says why."},
+    {ExitStatus::usage, "The options are wrong or contradict one another."},
+    {ExitStatus::leftInPlace, "Done, but something was left in place."},
+    {ExitStatus::cancelled, "Cancelled: nothing was removed."},
+    {ExitStatus::nobodyToAsk, "Neither a display nor a terminal to ask on."},
+};
+
+} // namespace platform::terminal

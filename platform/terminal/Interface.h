@@ -1,0 +1,127 @@
+#pragma once
+
+#include "platform/Windows.h"
+#include "platform/terminal/Dialogue.h"
+#include "platform/terminal/InterfaceFile.h"
+
+#include <atomic>
+#include <map>
+#include <memory>
+#include <set>
+#include <string>
+
+namespace platform::terminal {
+
+class Interface;
+
+/// Whether the person is asked, or everything is answered beforehand.
+enum class Manner { asks, silent };
+
+/// A checkbox: a question, unless it was ticked beforehand.
+class CheckBox final : public platform::CheckBox {
+public:
+    int state() override { return state_.load(std::memory_order_relaxed); }
+    void setTicked(bool ticked) { state_.store(ticked ? 1 : 0, std::memory_order_relaxed); }
+
+private:
+    std::atomic<int> state_{0};
+};
+
+/// A line that moves; where standard output is no terminal, one that stands.
+class ProgressIndicator final : public platform::ProgressIndicator {
+public:
+    /// `text` says what goes on.
+    ProgressIndicator(std::string text, Dialogue& dialogue, Application& application)
+        : text_(std::move(text)), dialogue_(dialogue), application_(application) {}
+
+    /// Changes nothing: the line moves while the main thread's event loop runs, and the main thread
+    /// never works for long.
+    void setUsesThreadedAnimation(bool threaded) override;
+    void startAnimation() override;
+    void stopAnimation();
+
+private:
+    void draw();
+
+    const std::string text_;
+    Dialogue& dialogue_;
+    Application& application_;
+    int step_ = 0;
+};
+
+/// A window: its texts one after another, a question for each checkbox, and one that confirms what
+/// its button does. To give no answer, or "no" to the last one, is to close the window.
+class Window final : public platform::Window {
+public:
+    Window(WindowDescription description, Interface& interface)
+        : description_(std::move(description)), interface_(interface) {}
+
+    const WindowDescription& description() const { return description_; }
+
+    void makeKeyAndOrderFront() override;
+    void orderOut() override;
+    bool isVisible() override { return isVisible_; }
+    bool hasAttachedSheet() override { return false; }
+
+private:
+    void showFrom(std::size_t index);
+    void show(const Control& label);
+    void askForTick(std::size_t index);
+    void confirm();
+    const Control* confirmingButton() const;
+
+    const WindowDescription description_;
+    Interface& interface_;
+    bool isVisible_ = false;
+};
+
+/// The windows of an interface file on a terminal. Main thread only.
+class Interface final : public platform::Interface {
+public:
+    /// Loads the file as readInterfaceFile() does. What it is given outlives it.
+    Interface(const std::string& file, Application& application, Dialogue& dialogue, Manner manner);
+    ~Interface() override;
+    Interface(const Interface&) = delete;
+    Interface& operator=(const Interface&) = delete;
+    Interface(Interface&&) = delete;
+    Interface& operator=(Interface&&) = delete;
+
+    Window& window(const std::string& name) override;
+    CheckBox& checkBox(const std::string& name) override;
+    ProgressIndicator& progressIndicator(const std::string& name) override;
+    void setAction(const std::string& name, std::function<void()> perform) override;
+
+    /// Ticks a checkbox beforehand, so that it is no question any more.
+    void tick(const std::string& name);
+    bool isTicked(const std::string& name) const { return ticked_.contains(name); }
+
+    /// Has `confirmed` called when the person has confirmed what a window's button does, before it
+    /// is done.
+    void onConfirmation(std::function<void()> confirmed) { confirmed_ = std::move(confirmed); }
+
+    /// What windows use.
+    void perform(const std::string& action) noexcept;
+    void performConfirmed(const std::string& action) noexcept;
+    Dialogue& dialogue() { return dialogue_; }
+    Manner manner() const { return manner_; }
+
+private:
+    Window& windowWith(const std::string& control, Control::Kind kind);
+
+    Application& application_;
+    Dialogue& dialogue_;
+    const Manner manner_;
+    std::map<std::string, std::unique_ptr<Window>> windows_;
+    std::map<std::string, std::unique_ptr<CheckBox>> checkBoxes_;
+    std::map<std::string, std::unique_ptr<ProgressIndicator>> progressIndicators_;
+    std::map<std::string, std::function<void()>> actions_;
+    std::set<std::string> ticked_;
+    std::function<void()> confirmed_;
+};
+
+/// Asks a question whose answer is yes or no, again until it is one of them; no answer at all is
+/// nothing. An empty line is no. `owner` may withdraw the question.
+void askYesOrNo(Dialogue& dialogue, const std::string& prompt, const void* owner,
+                std::function<void(std::optional<bool>)> answered);
+
+} // namespace platform::terminal

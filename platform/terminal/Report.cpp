@@ -1,0 +1,233 @@
+#include "platform/terminal/Report.h"
+
+#include "platform/FileSystem.h"
+#include "platform/Services.h"
+#include "platform/SystemInformation.h"
+#include "platform/UserAccount.h"
+#include "platform/foundation/Date.h"
+#include "platform/foundation/Text.h"
+#include "platform/terminal/Observation.h"
+
+#include <nlohmann/json.hpp>
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <ctime>
+#include <numeric>
+
+namespace platform::terminal {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+/// Counts up when a program that reads the documents would have to be changed.
+constexpr int formatVersion = 1;
+constexpr int indentation = 2;
+/// What deletes its item instead of moving it.
+constexpr const char* deletingAction = "removeAgent";
+
+constexpr const char* movedButBack = "It was moved to the Trash, but something stands there again.";
+constexpr const char* unexplained = "It could not be removed.";
+
+const char* nameOf(ItemState state) {
+    switch (state) {
+    case ItemState::none:
+        return "none";
+    case ItemState::absent:
+        return "absent";
+    case ItemState::found:
+        return "found";
+    case ItemState::repeated:
+        return "repeated";
+    }
+    return "";
+}
+
+const char* nameOf(Outcome outcome) {
+    switch (outcome) {
+    case Outcome::signalled:
+        return "signalled";
+    case Outcome::moved:
+        return "moved";
+    case Outcome::deleted:
+        return "deleted";
+    case Outcome::absent:
+        return "absent";
+    case Outcome::left:
+        return "left";
+    }
+    return "";
+}
+
+std::string whyLeft(const std::string& path, Observation& observation) {
+    if (observation.wasMoved(path)) {
+        return movedButBack;
+    }
+    const auto reason = observation.whyNotMoved(path);
+    return reason.empty() ? unexplained : reason;
+}
+
+RowOutcome outcomeOf(const InventoryRow& row, Observation& observation) {
+    if (row.state == ItemState::none) {
+        return {row, Outcome::signalled, {}};
+    }
+    if (row.state == ItemState::absent) {
+        return {row, Outcome::absent, {}};
+    }
+    if (service<FileSystem>().exists(row.path)) {
+        return {row, Outcome::left, whyLeft(row.path, observation)};
+    }
+    if (row.state == ItemState::repeated) {
+        return {row, Outcome::absent, {}};
+    }
+    return {row, row.action == deletingAction ? Outcome::deleted : Outcome::moved, {}};
+}
+
+std::uint64_t totalSize(const std::vector<InventoryRow>& rows) {
+    return std::transform_reduce(rows.begin(), rows.end(), std::uint64_t{0}, std::plus<>(),
+                                 [](const InventoryRow& row) { return row.size; });
+}
+
+std::string readableSize(std::uint64_t size) {
+    constexpr std::array units = {"B", "kB", "MB", "GB", "TB", "PB"};
+    constexpr double step = 1000;
+    auto value = static_cast<double>(size);
+    std::size_t unit = 0;
+    while (value >= step && unit + 1 < units.size()) {
+        value /= step;
+        ++unit;
+    }
+    std::array<char, 32> text{};
+    std::snprintf(text.data(), text.size(), unit == 0 ? "%.0f %s" : "%.1f %s", value, units[unit]);
+    return text.data();
+}
+
+std::string joined(const std::vector<std::string>& names) {
+    std::string text;
+    for (const auto& name : names) {
+        text += (text.empty() ? "" : ", ") + name;
+    }
+    return text;
+}
+
+std::string padded(const std::string& text, std::size_t width, bool toTheRight) {
+    const std::string gap(width > text.size() ? width - text.size() : 0, ' ');
+    return toTheRight ? gap + text : text + gap;
+}
+
+std::string lineOf(const InventoryRow& row) {
+    constexpr std::size_t stateWidth = 8;
+    constexpr std::size_t sizeWidth = 9;
+    const bool isFound = row.state == ItemState::found;
+    const auto what = row.state == ItemState::none ? joined(row.names)
+                      : row.path.empty()
+                          ? row.subject + (row.names.empty() ? "" : ": " + joined(row.names))
+                          : row.path;
+    return padded(row.state == ItemState::none ? "stop" : nameOf(row.state), stateWidth, false) +
+           padded(isFound ? readableSize(row.size) : "", sizeWidth, true) + "  " +
+           text::printable(what) + '\n';
+}
+
+std::string hostName() {
+    std::array<char, 256> name{};
+    return ::gethostname(name.data(), name.size() - 1) == 0 ? name.data() : "";
+}
+
+/// A moment as ISO 8601 has it, in UTC.
+std::string timestamp(Date date) {
+    const auto seconds = std::chrono::system_clock::to_time_t(date);
+    std::tm parts{};
+    ::gmtime_r(&seconds, &parts);
+    std::array<char, 32> text{};
+    std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%SZ", &parts);
+    return text.data();
+}
+
+/// What every document begins with.
+Json frame(SharedItems sharedItems) {
+    return {{"version", formatVersion},
+            {"program",
+             "kelvane-uninstaller " + service<SystemInformation>().bundleVersion().value_or("")},
+            {"host", text::validUtf8(hostName())},
+            {"user", text::validUtf8(service<UserAccount>().loginName())},
+            {"date", timestamp(std::chrono::system_clock::now())},
+            {"removeShared", sharedItems == SharedItems::go}};
+}
+
+Json json(const InventoryRow& row) {
+    Json object = {{"action", row.action}, {"subject", text::validUtf8(row.subject)}};
+    if (!row.names.empty()) {
+        object["names"] = row.names;
+    }
+    if (!row.path.empty()) {
+        object["path"] = text::validUtf8(row.path);
+    }
+    return object;
+}
+
+std::string written(const Json& document) {
+    return document.dump(indentation) + '\n';
+}
+
+} // namespace
+
+std::vector<RowOutcome> outcomesOf(const std::vector<InventoryRow>& before,
+                                   Observation& observation) {
+    std::vector<RowOutcome> outcomes;
+    outcomes.reserve(before.size());
+    for (const auto& row : before) {
+        outcomes.push_back(outcomeOf(row, observation));
+    }
+    return outcomes;
+}
+
+std::string listAsText(const std::vector<InventoryRow>& rows) {
+    std::string text;
+    for (const auto& row : rows) {
+        text += lineOf(row);
+    }
+    const auto found = std::ranges::count(rows, ItemState::found, &InventoryRow::state);
+    return text + '\n' + std::to_string(found) + " items found, " + readableSize(totalSize(rows)) +
+           '\n';
+}
+
+std::string listAsJson(const std::vector<InventoryRow>& rows, SharedItems sharedItems) {
+    auto document = frame(sharedItems);
+    document["found"] = std::ranges::count(rows, ItemState::found, &InventoryRow::state);
+    document["size"] = totalSize(rows);
+    document["rows"] = Json::array();
+    for (const auto& row : rows) {
+        auto object = json(row);
+        object["state"] = nameOf(row.state);
+        if (row.state == ItemState::found) {
+            object["size"] = row.size;
+        }
+        document["rows"].push_back(std::move(object));
+    }
+    return written(document);
+}
+
+std::string reportAsJson(const std::string& result, SharedItems sharedItems,
+                         const std::vector<RowOutcome>& outcomes) {
+    auto document = frame(sharedItems);
+    document["result"] = result;
+    document["rows"] = Json::array();
+    for (const auto& [row, outcome, reason] : outcomes) {
+        auto object = json(row);
+        object["outcome"] = nameOf(outcome);
+        if (row.state == ItemState::found) {
+            object["size"] = row.size;
+        }
+        if (outcome == Outcome::left) {
+            object["reason"] = text::validUtf8(reason);
+        }
+        document["rows"].push_back(std::move(object));
+    }
+    return written(document);
+}
+
+} // namespace platform::terminal

@@ -1,0 +1,217 @@
+#include "app/PlanInventory.h"
+
+#include "app/UninstallPlan.h"
+#include "tests/support/DescribedMachine.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <map>
+#include <set>
+
+using platform::InventoryRow;
+using platform::ItemState;
+using platform::SharedItems;
+using platform::Sizes;
+
+namespace {
+
+constexpr const char* dunmarl = "/Applications/Quillfen/Kelvane/Dunmarl.app";
+constexpr const char* agentFile = "/home/someone/Library/LaunchAgents/com.quillfen.Lunevar.plist";
+
+/// Files of ten bytes, folders of a thousand.
+class SizedFileSystem : public DescribedFileSystem {
+public:
+    std::optional<platform::ItemAttributes> attributesOfItem(const std::string& path) override {
+        auto known = DescribedFileSystem::attributesOfItem(path);
+        if (known) {
+            known->size = known->kind == platform::ItemKind::folder ? 1000 : 10;
+        }
+        return known;
+    }
+};
+
+class KnowingWorkspace : public RecordingWorkspace {
+public:
+    std::map<std::string, std::string> applications;
+    std::optional<platform::Exception> failure;
+
+    std::optional<std::string> applicationPath(const std::string& bundleIdentifier) override {
+        if (failure) {
+            throw platform::Exception(*failure);
+        }
+        const auto found = applications.find(bundleIdentifier);
+        return found == applications.end() ? std::nullopt : std::optional(found->second);
+    }
+};
+
+class PlanInventoryTest : public DescribedMachine {
+protected:
+    std::vector<InventoryRow> take(SharedItems sharedItems = SharedItems::stay,
+                                   Sizes sizes = Sizes::no) {
+        return PlanInventory().take(sharedItems, sizes);
+    }
+
+    std::vector<InventoryRow> rowsAbout(const std::string& path) {
+        auto rows = take(SharedItems::stay, Sizes::yes);
+        std::erase_if(rows, [&](const InventoryRow& row) { return row.path != path; });
+        return rows;
+    }
+
+    SizedFileSystem disk;
+    KnowingWorkspace desktop;
+
+private:
+    platform::ScopedService<platform::FileSystem> diskScope_{disk};
+    platform::ScopedService<platform::Workspace> desktopScope_{desktop};
+};
+
+TEST_F(PlanInventoryTest, HasOneRowForEachOfThePlan) {
+    EXPECT_EQ(take(SharedItems::stay).size(), uninstallPlan(RemoveShared::no).size());
+    EXPECT_EQ(take(SharedItems::go).size(), uninstallPlan(RemoveShared::yes).size());
+}
+
+TEST_F(PlanInventoryTest, NamesTheProgramsThatAreStopped) {
+    const auto row = take().front();
+
+    EXPECT_EQ(row.action, "kill");
+    EXPECT_EQ(row.subject, "/usr/bin/killall");
+    EXPECT_EQ(row.names.size(), 14U);
+    EXPECT_EQ(row.state, ItemState::none);
+}
+
+TEST_F(PlanInventoryTest, FindsNothingWhereNothingIs) {
+    const auto rows = take();
+
+    EXPECT_TRUE(std::all_of(rows.begin() + 1, rows.end(),
+                            [](const auto& row) { return row.state == ItemState::absent; }));
+}
+
+TEST_F(PlanInventoryTest, SaysWhereAnItemWouldBe) {
+    const auto rows = rowsAbout("/Library/Preferences/com.quillfen.Gilrath.plist");
+
+    EXPECT_EQ(rows, (std::vector<InventoryRow>{{"trash",
+                                                "/Library/Preferences/com.quillfen.Gilrath.plist",
+                                                {},
+                                                "/Library/Preferences/com.quillfen.Gilrath.plist",
+                                                ItemState::absent,
+                                                0}}));
+}
+
+TEST_F(PlanInventoryTest, CountsAnItemOnceThatTwoRowsTakeAway) {
+    desktop.applications = {{"com.quillfen.Dunmarl", dunmarl}};
+    disk.folders[dunmarl] = Lines{};
+
+    const auto rows = rowsAbout(dunmarl);
+
+    ASSERT_EQ(rows.size(), 2U);
+    EXPECT_EQ(rows[0].action, "trashBundle");
+    EXPECT_EQ(rows[0].subject, "com.quillfen.Dunmarl");
+    EXPECT_EQ(rows[0].state, ItemState::found);
+    EXPECT_EQ(rows[1].action, "trash");
+    EXPECT_EQ(rows[1].state, ItemState::repeated);
+}
+
+TEST_F(PlanInventoryTest, FindsTheFilesOfAgents) {
+    disk.files = {agentFile};
+
+    const auto rows = rowsAbout(agentFile);
+
+    ASSERT_EQ(rows.size(), 2U);
+    EXPECT_EQ(rows[0].action, "removeAgent");
+    EXPECT_EQ(rows[0].subject, "com.quillfen.Lunevar");
+    EXPECT_EQ(rows[0].state, ItemState::found);
+    EXPECT_EQ(rows[1].state, ItemState::repeated);
+}
+
+TEST_F(PlanInventoryTest, HasARowForEachReceipt) {
+    disk.folders["/Library/Receipts"] =
+        Lines{"install kelvane 2.pkg", "Install Kelvane.pkg", "Install Kelvane 3.pkg"};
+    disk.files = {"/Library/Receipts/install kelvane 2.pkg",
+                  "/Library/Receipts/Install Kelvane.pkg",
+                  "/Library/Receipts/Install Kelvane 3.pkg"};
+
+    auto rows = take();
+    std::erase_if(rows, [](const auto& row) { return row.action != "trashMatching"; });
+
+    ASSERT_EQ(rows.size(), 2U);
+    EXPECT_EQ(rows[0].path, "/Library/Receipts/install kelvane 2.pkg");
+    EXPECT_EQ(rows[1].path, "/Library/Receipts/Install Kelvane 3.pkg");
+}
+
+TEST_F(PlanInventoryTest, AddsUpWhatIsInAFolder) {
+    desktop.applications = {{"com.quillfen.Dunmarl", dunmarl}};
+    disk.folders[dunmarl] = Lines{"a", "b"};
+    disk.folders[std::string(dunmarl) + "/b"] = Lines{"c", "closed"};
+    disk.folders[std::string(dunmarl) + "/b/closed"] = std::nullopt;
+    disk.files = {std::string(dunmarl) + "/a", std::string(dunmarl) + "/b/c"};
+
+    EXPECT_EQ(rowsAbout(dunmarl).front().size, 20U);
+    EXPECT_EQ(rowsAbout(dunmarl).back().size, 0U);
+}
+
+TEST_F(PlanInventoryTest, MeasuresNothingUnlessAsked) {
+    disk.files = {agentFile};
+
+    for (const auto& row : take(SharedItems::go, Sizes::no)) {
+        EXPECT_EQ(row.size, 0U) << row.path;
+    }
+}
+
+TEST_F(PlanInventoryTest, GoesOnAfterALookUpThatFails) {
+    desktop.failure = platform::Exception("NSInternalException", "the desktop is gone");
+    disk.files = {agentFile};
+
+    EXPECT_EQ(take().size(), uninstallPlan(RemoveShared::no).size());
+    EXPECT_EQ(rowsAbout(agentFile).front().state, ItemState::found);
+    EXPECT_EQ(console.systemLogLines().front(), "the desktop is gone");
+}
+
+TEST_F(PlanInventoryTest, ChangesNothing) {
+    disk.files = {agentFile};
+
+    (void)take(SharedItems::go, Sizes::yes);
+
+    EXPECT_TRUE(disk.changes.empty());
+    EXPECT_TRUE(launcher.runs.empty());
+    EXPECT_TRUE(services.calls.empty());
+}
+
+/// What the inventory finds is what the walk takes away.
+TEST_F(PlanInventoryTest, AgreesWithTheWalk) {
+    desktop.applications = {{"com.quillfen.Dunmarl", "/Elsewhere/Dunmarl.app"},
+                            {"com.quillfen.launcher", "/Elsewhere/Launcher.app"}};
+    disk.folders["/Library/Receipts"] = Lines{"Install Kelvane 1.pkg"};
+    disk.files = {"/Elsewhere/Dunmarl.app",
+                  "/Elsewhere/Launcher.app",
+                  dunmarl,
+                  agentFile,
+                  "/home/someone/Library/Preferences/com.quillfen.launcher.plist",
+                  "/home/someone/Library/Preferences/com.quillfen.Torvast.LSSharedFileList.plist",
+                  "/Library/Preferences/com.quillfen.global.plist",
+                  "/Library/Receipts/Install Kelvane 1.pkg",
+                  "/private/var/db/receipts/com.quillfen.pkg.Kelvane.bom"};
+    const std::set<std::string> expected(disk.files.begin(), disk.files.end());
+    std::set<std::string> found;
+    for (const auto& row : take(SharedItems::go)) {
+        if (row.state == ItemState::found) {
+            found.insert(row.path);
+        }
+    }
+
+    walkUninstallPlan(uninstallPlan(RemoveShared::yes));
+    std::set<std::string> taken;
+    for (const auto& item : desktop.recycled) {
+        taken.insert(item[0] + "/" + item[2]);
+    }
+    for (const auto& path : expected) {
+        if (!disk.files.contains(path)) {
+            taken.insert(path);
+        }
+    }
+
+    EXPECT_EQ(found, expected);
+    EXPECT_EQ(taken, expected);
+}
+
+} // namespace

@@ -1,0 +1,112 @@
+// What becomes of the log when somebody presses Cancel: the program itself, with entries queued.
+
+#include "app/AppController.h"
+#include "app/PlanInventory.h"
+
+#include "platform/Application.h"
+#include "platform/Services.h"
+#include "platform/ApplicationMain.h"
+#include "tests/support/PortDoubles.h"
+#include "tests/support/QueueGate.h"
+#include "tests/support/ScopedEnvironment.h"
+#include "tests/support/TemporaryFolder.h"
+#include "tests/support/UserInterface.h"
+#include "util/log/QFLog.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cstdlib>
+#include <fstream>
+#include <functional>
+#include <iostream>
+#include <memory>
+#include <string>
+#include <thread>
+
+using platform::Application;
+
+namespace {
+
+/// Whether the main thread sleeps until somebody wakes it.
+bool mainThreadSleeps() {
+    std::ifstream file("/proc/self/stat");
+    std::string status;
+    std::getline(file, status);
+    return status.substr(status.rfind(')') + 2, 1) == "S";
+}
+
+/// Every test runs the program in a process of its own.
+class TerminationDeathTest : public ::testing::Test {
+protected:
+    TerminationDeathTest() { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
+
+    /// The program of a user whose Library folder is `library`.
+    [[noreturn]] static void run(const std::string& library,
+                                 const std::function<void()>& onceAwake) {
+        platform::installServices();
+        static auto& account = *new FakeAccount;
+        static auto& searchPaths = *new FakeSearchPaths;
+        searchPaths.lists[{platform::DirectoryKind::library, platform::DomainMask::user}] = {
+            library};
+        platform::install<platform::UserAccount>(account);
+        platform::install<platform::SearchPaths>(searchPaths);
+
+        std::string name = "kelvane-uninstaller";
+        char* arguments[] = {name.data(), nullptr};
+        std::unique_ptr<AppController> controller;
+        PlanInventory inventory;
+        std::exit(platform::applicationMain(
+            1, arguments, ":/MainMenu.ui", inventory, [&](platform::Interface& interface) {
+                controller = std::make_unique<AppController>(interface);
+                onceAwake();
+            }));
+    }
+
+    /// Presses Cancel while the write queue holds so many operations: one that waits, and entries
+    /// behind it. That one goes on once the program waits for it, or once the log has been ended.
+    /// Then tells, on standard error, how many entries the log has.
+    void cancelWithOperations(int count) {
+        auto& application = platform::service<Application>();
+        static std::atomic<bool> terminating{false};
+        application.addTerminationObserver([] { terminating = true; });
+        static auto& queue = *QFLog::sharedController().writeQueue();
+        static QueueGate gate(queue);
+        for (int number = 1; number < count; ++number) {
+            QFLog::fastAppendLog("entry %d", number);
+        }
+        static std::jthread opener([] {
+            while (!terminating || !mainThreadSleeps()) {
+                std::this_thread::yield();
+            }
+            gate.open();
+        });
+        application.addTerminationObserver([this] {
+            queue.waitUntilAllOperationsAreFinished();
+            std::cerr << std::ranges::count(contentOf(log), '\n') << " entries\n";
+        });
+        application.performOnMainThread(
+            [] { press(*windowTitled("Uninstall Kelvane"), "&Cancel"); }, platform::Wait::no);
+    }
+
+    [[noreturn]] void cancelProgramWithOperations(int count) {
+        run(folder.path(), [this, count] { cancelWithOperations(count); });
+    }
+
+    // The program appends to a log named after its executable, and starts none.
+    TemporaryFolder folder;
+    const std::string log = folder.write("Logs/Quillfen/app_termination_tests.1.log");
+    ScopedEnvironment runtime{"XDG_RUNTIME_DIR", folder.path()};
+    ScopedEnvironment platform_{"QT_QPA_PLATFORM", "offscreen"};
+};
+
+TEST_F(TerminationDeathTest, WritesWhatIsQueuedWithTenOperations) {
+    EXPECT_EXIT(cancelProgramWithOperations(10), ::testing::ExitedWithCode(0), "^9 entries\n$");
+}
+
+TEST_F(TerminationDeathTest, DropsWhatIsQueuedWithEleven) {
+    EXPECT_EXIT(cancelProgramWithOperations(11), ::testing::ExitedWithCode(0), "^0 entries\n$");
+}
+
+} // namespace

@@ -1,0 +1,181 @@
+// The example program on real media: whole ones, full ones, read-only ones, and one that alters
+// what it is given.
+
+#include "tests/platform/linux/RunChild.h"
+#include "tests/support/TemporaryFolder.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+class VerifiedCopyProgram : public testing::Test {
+protected:
+    TemporaryFolder folder;
+
+    std::vector<std::string> environment(std::vector<std::string> more = {}) const {
+        more.push_back("HOME=" + folder.path());
+        return more;
+    }
+
+    Outcome copy(const std::vector<std::string>& arguments,
+                 const std::vector<std::string>& prefix = {},
+                 const std::vector<std::string>& more = {}) const {
+        auto command = prefix;
+        command.emplace_back(QF_PROGRAM);
+        command.insert(command.end(), arguments.begin(), arguments.end());
+        return run(command, environment(more));
+    }
+};
+
+std::string sizedText(std::size_t size) {
+    std::string text(size, '\0');
+    for (std::size_t index = 0; index < size; ++index) {
+        text[index] = static_cast<char>(index % 251);
+    }
+    return text;
+}
+
+bool contains(const std::string& text, const std::string& part) {
+    return text.find(part) != std::string::npos;
+}
+
+} // namespace
+
+TEST_F(VerifiedCopyProgram, CopiesToEveryPlaceAndReportsTheDigests) {
+    const auto source = folder.write("source", "abc");
+    folder.makeFolder("there");
+    const auto outcome = copy({source, folder / "copy", folder / "there", folder / "new/copy"});
+    EXPECT_EQ(outcome.status, 0) << outcome.output;
+    const std::string digest = "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad  ";
+    for (const auto& path :
+         {source, folder / "copy", folder / "there/source", folder / "new/copy"}) {
+        EXPECT_EQ(contentOf(path), "abc");
+        EXPECT_TRUE(contains(outcome.output, digest + path + "\n")) << outcome.output;
+    }
+    EXPECT_TRUE(contains(outcome.output, "100 %")) << outcome.output;
+}
+
+TEST_F(VerifiedCopyProgram, TakesTheDigestThatItIsToldTo) {
+    const auto source = folder.write("source", "abc");
+    const auto md5 = copy({"--verify", "md5", "--quiet", source, folder / "copy"});
+    EXPECT_TRUE(contains(md5.output, "900150983cd24fb0d6963f7d28e17f72  " + source)) << md5.output;
+    EXPECT_FALSE(contains(md5.output, " %"));
+    const auto none = copy({"--verify", "none", "--quiet", source, folder / "copy"});
+    EXPECT_EQ(none.status, 0);
+    EXPECT_FALSE(contains(none.output, source)) << none.output;
+}
+
+TEST_F(VerifiedCopyProgram, RefusesWhatItDoesNotUnderstand) {
+    const auto source = folder.write("source", "abc");
+    EXPECT_NE(copy({}).status, 0);
+    EXPECT_NE(copy({source}).status, 0);
+    EXPECT_NE(copy({"--verify", "crc", source, folder / "copy"}).status, 0);
+    EXPECT_FALSE(fs::exists(folder / "copy"));
+    EXPECT_EQ(copy({"--help"}).status, 0);
+}
+
+TEST_F(VerifiedCopyProgram, NeverDestroysItsSource) {
+    const auto source = folder.write("source", "precious");
+    fs::create_hard_link(source, folder / "other name");
+    const auto outcome = copy({source, folder / "other name"});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_TRUE(contains(outcome.output, "Error: Unable to open destination file " +
+                                             (folder / "other name") +
+                                             ". Aborting copy process..."))
+        << outcome.output;
+    EXPECT_EQ(contentOf(source), "precious");
+}
+
+TEST_F(VerifiedCopyProgram, TellsOfAMediumThatAltersTheData) {
+    if (QF_SANITIZED) {
+        GTEST_SKIP() << "a sanitizer's own functions take the place of the altering ones";
+    }
+    const auto source = folder.write("source", sizedText(200'000));
+    const auto outcome = copy({source, folder / "good", folder / "bad"}, {},
+                              {"LD_PRELOAD=" QF_ALTERING_MEDIUM, "QF_ALTERED=" + (folder / "bad")});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_TRUE(contains(outcome.output, (folder / "bad") + " is NOT what was read"))
+        << outcome.output;
+    EXPECT_FALSE(contains(outcome.output, (folder / "good") + " is NOT"));
+    EXPECT_EQ(contentOf(folder / "good"), contentOf(source));
+    EXPECT_NE(contentOf(folder / "bad"), contentOf(source));
+    const auto digest = run({"openssl", "dgst", "-sha256", "-r", folder / "bad"});
+    EXPECT_TRUE(contains(outcome.output, digest.output.substr(0, 64) + "  " + (folder / "bad")))
+        << outcome.output << digest.output;
+}
+
+TEST_F(VerifiedCopyProgram, TellsOfAFullDiskAndServesTheOthers) {
+    if (const auto why = whyNoMounts(); !why.empty()) {
+        GTEST_SKIP() << why;
+    }
+    const auto source = folder.write("source", sizedText(1'000'000));
+    const auto disk = folder.makeFolder("disk");
+    const auto outcome =
+        copy({source, disk + "/full", folder / "good"}, withMountOn(disk, "size=256k"));
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_TRUE(contains(outcome.output, "Error writing file " + disk + "/full: 1"))
+        << outcome.output;
+    EXPECT_TRUE(contains(outcome.output, disk + "/full is NOT what was read"));
+    EXPECT_FALSE(contains(outcome.output, (folder / "good") + " is NOT"));
+    EXPECT_EQ(contentOf(folder / "good"), contentOf(source));
+}
+
+TEST_F(VerifiedCopyProgram, AReadOnlyDiskTakesNothing) {
+    if (const auto why = whyNoMounts(); !why.empty()) {
+        GTEST_SKIP() << why;
+    }
+    const auto source = folder.write("source", "content");
+    const auto disk = folder.makeFolder("disk");
+    const auto file = copy({source, disk + "/copy"}, withMountOn(disk, "ro"));
+    EXPECT_EQ(file.status, 1);
+    EXPECT_TRUE(contains(file.output, "Error: Unable to open destination file " + disk + "/copy"))
+        << file.output;
+    const auto inFolder = copy({source, disk + "/new/copy"}, withMountOn(disk, "ro"));
+    EXPECT_EQ(inFolder.status, 1);
+    EXPECT_TRUE(contains(inFolder.output, "destination directory " + disk + "/new doesn't exist"))
+        << inFolder.output;
+}
+
+TEST_F(VerifiedCopyProgram, ASourceThatMayNotBeRead) {
+    const auto user = asOrdinaryUser();
+    const auto source = folder.write("source", "secret");
+    ASSERT_EQ(::chmod(source.c_str(), 0), 0);
+    ASSERT_EQ(::chmod(folder.path().c_str(), 0777), 0);
+    const auto probe = user.empty() ? Outcome{0, ""} : run([&] {
+        auto command = user;
+        command.emplace_back("true");
+        return command;
+    }());
+    if (probe.status != 0) {
+        GTEST_SKIP() << "nobody else's rights can be taken: " << probe.output;
+    }
+    const auto outcome = copy({source, folder / "copy"}, user);
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_TRUE(contains(outcome.output, "Error: Unable to read source file " + source))
+        << outcome.output;
+    EXPECT_FALSE(fs::exists(folder / "copy"));
+}
+
+TEST_F(VerifiedCopyProgram, CtrlCCancelsAndSaysWhatIsIncomplete) {
+    // The source never ends: it is the question after the signal that ends the copy. The signal is
+    // sent once the first report is there.
+    const auto outcome = run({"bash", "-c",
+                              R"("$1" /dev/zero "$2" --verify none 2>"$3" &
+                until [[ -s $3 ]]; do :; done
+                kill -INT $!
+                wait $!
+                status=$?
+                cat "$3"
+                exit $status)",
+                              "bash", QF_PROGRAM, folder / "copy", folder / "messages"},
+                             environment());
+    EXPECT_EQ(outcome.status, 130) << outcome.output;
+    EXPECT_TRUE(contains(outcome.output, "Cancelled.")) << outcome.output;
+    EXPECT_TRUE(contains(outcome.output, "  " + (folder / "copy") + "\n")) << outcome.output;
+    EXPECT_TRUE(fs::exists(folder / "copy"));
+}

@@ -1,0 +1,153 @@
+// A library that test programs are started with (LD_PRELOAD): it makes system calls fail, or kills
+// the process at one, as the environment variable QF_FAULTS says:
+//
+//     CALL:COUNT:ERRNO[,...]     the COUNTth call named CALL ("any" counts all that are known here)
+//                                fails with ERRNO; the number "kill" kills the process instead
+//
+// Counting begins when the program calls qfBeginFaults().
+
+#include <dirent.h>
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <sys/xattr.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace {
+
+constexpr int killsProcess = -1;
+
+struct Fault {
+    std::string call;
+    int count = 0;
+    int number = 0;
+};
+
+std::vector<Fault>& faults() {
+    static std::vector<Fault> all;
+    return all;
+}
+
+bool begun = false;
+int fired = 0;
+
+std::vector<Fault> readFaults() {
+    std::vector<Fault> all;
+    const char* variable = std::getenv("QF_FAULTS");
+    std::istringstream text(variable == nullptr ? "" : variable);
+    for (std::string item; std::getline(text, item, ',');) {
+        std::istringstream fields(item);
+        Fault fault;
+        std::string count;
+        std::string number;
+        std::getline(fields, fault.call, ':');
+        std::getline(fields, count, ':');
+        std::getline(fields, number, ':');
+        fault.count = std::atoi(count.c_str());
+        fault.number = number == "kill" ? killsProcess : std::atoi(number.c_str());
+        all.push_back(fault);
+    }
+    return all;
+}
+
+/// Whether this call is to fail; errno is set then.
+bool fails(const char* call) {
+    if (!begun) {
+        return false;
+    }
+    for (auto& fault : faults()) {
+        if ((fault.call == call || fault.call == "any") && --fault.count == 0) {
+            ++fired;
+            if (fault.number == killsProcess) {
+                ::kill(::getpid(), SIGKILL);
+            }
+            errno = fault.number;
+            return true;
+        }
+    }
+    return false;
+}
+
+template <typename Function>
+Function next(Function /*type*/, const char* name) {
+    return reinterpret_cast<Function>(::dlsym(RTLD_NEXT, name));
+}
+
+} // namespace
+
+extern "C" {
+
+void qfBeginFaults() {
+    faults() = readFaults();
+    begun = true;
+}
+
+/// How many faults there were.
+int qfEndFaults() {
+    begun = false;
+    return fired;
+}
+
+// One definition a call, under the name and with the failure value that it has.
+// NOLINTBEGIN(bugprone-macro-parentheses): a type stands in no parentheses.
+#define QF_CALL(RESULT, NAME, PARAMETERS, ARGUMENTS, FAILURE)                                      \
+    RESULT NAME PARAMETERS {                                                                       \
+        static const auto real = next(&::NAME, #NAME);                                             \
+        return fails(#NAME) ? FAILURE : real ARGUMENTS;                                            \
+    }
+// NOLINTEND(bugprone-macro-parentheses)
+
+QF_CALL(int, renameat2, (int a, const char* b, int c, const char* d, unsigned e), (a, b, c, d, e),
+        -1)
+QF_CALL(int, renameat, (int a, const char* b, int c, const char* d), (a, b, c, d), -1)
+QF_CALL(int, linkat, (int a, const char* b, int c, const char* d, int e), (a, b, c, d, e), -1)
+QF_CALL(int, unlinkat, (int a, const char* b, int c), (a, b, c), -1)
+QF_CALL(int, mkdirat, (int a, const char* b, mode_t c), (a, b, c), -1)
+QF_CALL(int, symlinkat, (const char* a, int b, const char* c), (a, b, c), -1)
+QF_CALL(int, mknodat, (int a, const char* b, mode_t c, dev_t d), (a, b, c, d), -1)
+QF_CALL(ssize_t, readlinkat, (int a, const char* b, char* c, size_t d), (a, b, c, d), -1)
+QF_CALL(ssize_t, pread, (int a, void* b, size_t c, off_t d), (a, b, c, d), -1)
+QF_CALL(ssize_t, pwrite, (int a, const void* b, size_t c, off_t d), (a, b, c, d), -1)
+QF_CALL(ssize_t, write, (int a, const void* b, size_t c), (a, b, c), -1)
+QF_CALL(ssize_t, copy_file_range, (int a, off64_t* b, int c, off64_t* d, size_t e, unsigned f),
+        (a, b, c, d, e, f), -1)
+QF_CALL(int, ftruncate, (int a, off_t b), (a, b), -1)
+QF_CALL(int, fsync, (int a), (a), -1)
+QF_CALL(int, syncfs, (int a), (a), -1)
+QF_CALL(int, statx, (int a, const char* b, int c, unsigned d, struct statx* e), (a, b, c, d, e), -1)
+QF_CALL(int, fchown, (int a, uid_t b, gid_t c), (a, b, c), -1)
+QF_CALL(int, fchownat, (int a, const char* b, uid_t c, gid_t d, int e), (a, b, c, d, e), -1)
+QF_CALL(int, fchmod, (int a, mode_t b), (a, b), -1)
+QF_CALL(int, futimens, (int a, const timespec b[2]), (a, b), -1)
+QF_CALL(int, utimensat, (int a, const char* b, const timespec c[2], int d), (a, b, c, d), -1)
+QF_CALL(int, faccessat, (int a, const char* b, int c, int d), (a, b, c, d), -1)
+QF_CALL(ssize_t, flistxattr, (int a, char* b, size_t c), (a, b, c), -1)
+QF_CALL(ssize_t, fgetxattr, (int a, const char* b, void* c, size_t d), (a, b, c, d), -1)
+QF_CALL(int, fsetxattr, (int a, const char* b, const void* c, size_t d, int e), (a, b, c, d, e), -1)
+QF_CALL(int, flock, (int a, int b), (a, b), -1)
+QF_CALL(dirent*, readdir, (DIR * a), (a), nullptr)
+QF_CALL(DIR*, fdopendir, (int a), (a), nullptr)
+
+int openat(int folder, const char* name, int flags, ...) {
+    static const auto real =
+        reinterpret_cast<int (*)(int, const char*, int, mode_t)>(::dlsym(RTLD_NEXT, "openat"));
+    std::va_list more;
+    va_start(more, flags);
+    const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(more, mode_t) : 0;
+    va_end(more);
+    return fails("openat") ? -1 : real(folder, name, flags, mode);
+}
+
+} // extern "C"

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+/// What an item holds and is: a line for itself and for each that is in it, with its path inside,
+/// kind, mode, owner, date of the last change, size, content or link text, and the `user.` extended
+/// attributes. Nothing for a missing item. Two items are alike when their descriptions are.
+std::vector<std::string> description(const std::string& path);
+
+/// The names in a folder that are not in `expected`.
+std::vector<std::string> strangers(const std::string& folder,
+                                   const std::vector<std::string>& expected);
+
+/// A folder of a few entries, one of each kind that an ordinary user can make.
+void makeSampleTree(const std::string& path);
+
+/// A fresh folder in memory, which is quicker than a temporary folder and as a rule on another
+/// volume; deleted with all that is in it at the scope's end. Where there is no memory to be had, a
+/// temporary folder.
+class MemoryFolder {
+public:
+    MemoryFolder();
+    ~MemoryFolder();
+    MemoryFolder(const MemoryFolder&) = delete;
+    MemoryFolder& operator=(const MemoryFolder&) = delete;
+    MemoryFolder(MemoryFolder&&) = delete;
+    MemoryFolder& operator=(MemoryFolder&&) = delete;
+
+    /// Why it is not on another volume than temporary folders; empty when it is.
+    const std::string& whyNoOtherVolume() const { return whyNoOtherVolume_; }
+
+    const std::string& path() const { return path_; }
+    std::string operator/(const std::string& name) const { return path_ + '/' + name; }
+
+private:
+    std::string path_;
+    std::string whyNoOtherVolume_;
+};

@@ -1,0 +1,112 @@
+#include "tests/platform/linux/RunChild.h"
+#include "tests/support/TemporaryFolder.h"
+
+#include <grp.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <utility>
+
+namespace {
+
+using Words = std::vector<std::string>;
+using Owner = std::pair<uid_t, gid_t>;
+
+constexpr const char* usage = "usage: chown OWNER[:GROUP] | :GROUP FILE...\n";
+
+class Chown : public testing::Test {
+protected:
+    static Outcome chown(Words words, Words prefix = {}) {
+        prefix.emplace_back(QF_CHOWN);
+        prefix.insert(prefix.end(), words.begin(), words.end());
+        return run(prefix);
+    }
+    static Owner ownerOf(const std::string& path) {
+        struct stat status {};
+        EXPECT_EQ(::lstat(path.c_str(), &status), 0);
+        return {status.st_uid, status.st_gid};
+    }
+    static void skipUnlessRoot() {
+        if (::geteuid() != 0) {
+            GTEST_SKIP() << "only root may give files away";
+        }
+    }
+
+    TemporaryFolder folder;
+    std::string file = folder.write("file", "content");
+};
+
+} // namespace
+
+TEST_F(Chown, TellsItsUsage) {
+    for (const auto& words : std::vector<Words>{
+             {}, {"root"}, {"", file}, {"root:", file}, {":", file}, {"-R", "root", file}}) {
+        const auto outcome = chown(words);
+        EXPECT_EQ(outcome.status, 2);
+        EXPECT_EQ(outcome.output, usage);
+    }
+}
+
+TEST_F(Chown, GivesAFileToAUserAndAGroup) {
+    skipUnlessRoot();
+    const std::vector<std::pair<std::string, Owner>> rows = {
+        {"daemon:nogroup", {1, 65534}}, {"root", {0, 65534}}, {":root", {0, 0}},
+        {"1234:5678", {1234, 5678}},    {"0", {0, 5678}},     {":0", {0, 0}}};
+    for (const auto& [owner, expected] : rows) {
+        const auto outcome = chown({owner, file});
+        EXPECT_EQ(outcome.status, 0) << outcome.output;
+        EXPECT_EQ(outcome.output, "");
+        EXPECT_EQ(ownerOf(file), expected) << owner;
+    }
+}
+
+TEST_F(Chown, TakesTheAdministratorsGroupForThatOfRootWhereThereIsNone) {
+    skipUnlessRoot();
+    const auto* wheel = ::getgrnam("wheel");
+    const gid_t expected = wheel == nullptr ? 0 : wheel->gr_gid;
+    ASSERT_EQ(chown({"1234:5678", file}).status, 0);
+    ASSERT_EQ(chown({"root:wheel", file}).status, 0);
+    EXPECT_EQ(ownerOf(file), Owner(0, expected));
+}
+
+TEST_F(Chown, RefusesNamesThatNobodyHas) {
+    const auto before = ownerOf(file);
+    EXPECT_EQ(chown({"no-such-user", file}).output, "chown: there is no user “no-such-user”\n");
+    EXPECT_EQ(chown({"0:no-such-group", file}).output,
+              "chown: there is no group “no-such-group”\n");
+    for (const char* owner : {"4294967295", "4294967296", "-1", "0x0", "1 ", "a\nb", "0:0:0"}) {
+        EXPECT_NE(chown({owner, file}).status, 0) << owner;
+    }
+    EXPECT_EQ(ownerOf(file), before);
+}
+
+TEST_F(Chown, TriesEveryFile) {
+    skipUnlessRoot();
+    const auto missing = folder / "missing";
+    const auto outcome = chown({"1234:5678", missing, file});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.output, "chown: “" + missing +
+                                  "” couldn’t be given to another owner because it doesn’t "
+                                  "exist.\n");
+    EXPECT_EQ(ownerOf(file), Owner(1234, 5678));
+}
+
+TEST_F(Chown, RefusesALinkAndLeavesWhatItLeadsTo) {
+    const auto before = ownerOf(file);
+    std::filesystem::create_symlink(file, folder / "link");
+    const auto outcome = chown({"1234:5678", folder / "link"});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_NE(outcome.output.find("because it is a link"), std::string::npos) << outcome.output;
+    EXPECT_EQ(ownerOf(file), before);
+    EXPECT_EQ(ownerOf(folder / "link"), before);
+}
+
+TEST_F(Chown, TellsThatItIsNotAllowed) {
+    std::filesystem::permissions(folder.path(), std::filesystem::perms(0755));
+    const auto outcome = chown({"0:0", file}, asOrdinaryUser());
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_NE(outcome.output.find("you don’t have permission"), std::string::npos)
+        << outcome.output;
+}

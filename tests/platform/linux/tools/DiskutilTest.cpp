@@ -1,0 +1,180 @@
+#include "platform/linux/PropertyLists.h"
+#include "tests/platform/linux/RunChild.h"
+#include "tests/support/TemporaryFolder.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/statvfs.h>
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+namespace fs = std::filesystem;
+using platform::Value;
+
+namespace {
+
+using Words = std::vector<std::string>;
+
+constexpr const char* usage = "usage: diskutil info -plist MOUNTPOINT\n";
+
+Outcome diskutil(Words words) {
+    words.insert(words.begin(), QF_DISKUTIL);
+    return run(words);
+}
+
+Value parsed(const std::string& text) {
+    return platform::native::PropertyLists().parse(text);
+}
+
+/// Runs a script in a mount namespace of its own with the folder as "$1" and the tool as "$2".
+Outcome inNamespace(const std::string& script, const TemporaryFolder& folder) {
+    return run({"unshare", "-m", "sh", "-ec", script, "sh", folder.path(), QF_DISKUTIL});
+}
+
+/// What `text` has between two marks that stand on lines of their own.
+std::string between(const std::string& text, const std::string& from, const std::string& to) {
+    const auto begin = text.find(from + "\n");
+    const auto end = text.find(to + "\n");
+    return begin == std::string::npos || end == std::string::npos
+               ? ""
+               : text.substr(begin + from.size() + 1, end - begin - from.size() - 1);
+}
+
+} // namespace
+
+TEST(Diskutil, TellsItsUsage) {
+    for (const auto& words : std::vector<Words>{{},
+                                                {"info"},
+                                                {"info", "/"},
+                                                {"info", "-plist"},
+                                                {"info", "-plist", "/", "/"},
+                                                {"list", "-plist", "/"},
+                                                {"--help"}}) {
+        const auto outcome = diskutil(words);
+        EXPECT_EQ(outcome.status, 2);
+        EXPECT_EQ(outcome.output, usage);
+    }
+}
+
+TEST(Diskutil, RefusesWhatIsNoMountPoint) {
+    const TemporaryFolder folder;
+    const auto file = folder.write("file");
+    const auto none = " couldn’t be described because no local volume is mounted there.\n";
+    for (const auto& path : {folder.path(), file, std::string("/proc")}) {
+        const auto outcome = diskutil({"info", "-plist", path});
+        EXPECT_EQ(outcome.status, 1);
+        EXPECT_EQ(outcome.output, "diskutil: “" + path + "”" + none);
+    }
+    EXPECT_EQ(diskutil({"info", "-plist", folder / "missing"}).output,
+              "diskutil: “" + (folder / "missing") +
+                  "” couldn’t be described because it doesn’t exist.\n");
+    EXPECT_EQ(diskutil({"info", "-plist", ""}).status, 1);
+}
+
+TEST(Diskutil, DescribesAVolumeOfMemory) {
+    if (const auto reason = whyNoMounts(); !reason.empty()) {
+        GTEST_SKIP() << reason;
+    }
+    const TemporaryFolder folder;
+    const auto mountPoint = folder.makeFolder("My Data & <more>");
+    auto command = withMountOn(mountPoint, "size=1m,ro");
+    command.insert(command.end(), {QF_DISKUTIL, "info", "-plist", mountPoint + "/"});
+    const auto outcome = run(command);
+    ASSERT_EQ(outcome.status, 0) << outcome.output;
+    EXPECT_EQ(parsed(outcome.output), Value(Value::Dictionary{{"MountPoint", mountPoint},
+                                                              {"VolumeName", "My Data & <more>"},
+                                                              {"FilesystemType", "tmpfs"},
+                                                              {"FilesystemName", "tmpfs"},
+                                                              {"TotalSize", 1'048'576},
+                                                              {"FreeSpace", 1'048'576},
+                                                              {"VolumeAllocationBlockSize", 4096},
+                                                              {"WritableVolume", false},
+                                                              {"ReadOnly", true}}));
+}
+
+TEST(Diskutil, DescribesAVolumeOnADeviceAsOtherToolsDo) {
+    const auto probe = run({"sh", "-c", "command -v mkfs.ext4 && losetup -f"});
+    if (const auto reason = whyNoMounts(); !reason.empty() || probe.status != 0) {
+        GTEST_SKIP() << "no loop device or mkfs.ext4: " << reason << probe.output;
+    }
+    const TemporaryFolder folder;
+    const auto outcome = inNamespace(R"sh(
+        truncate -s 8M "$1/image"
+        mkfs.ext4 -q -L 'My Label' "$1/image"
+        mkdir "$1/disk"
+        mount -o loop "$1/image" "$1/disk"
+        dd if=/dev/zero of="$1/disk/file" bs=1024 count=100 status=none
+        sync -f "$1/disk/file"
+        echo plist; "$2" info -plist "$1/disk"
+        echo findmnt; findmnt -bnro SOURCE,FSTYPE,LABEL,UUID "$1/disk"
+        echo lsblk; lsblk -bdnro NAME,SIZE,RM,RO,LOG-SEC "$(findmnt -no SOURCE "$1/disk")"
+        echo stat; stat -f -c '%b %f %S' "$1/disk"
+        echo end)sh",
+                                     folder);
+    ASSERT_EQ(outcome.status, 0) << outcome.output;
+    const auto info = parsed(between(outcome.output, "plist", "findmnt"));
+
+    std::istringstream findmnt(between(outcome.output, "findmnt", "lsblk"));
+    std::string source;
+    std::string type;
+    std::string label;
+    std::string uuid;
+    findmnt >> source >> type >> label >> uuid;
+    EXPECT_EQ(info["DeviceNode"], Value(source));
+    EXPECT_EQ(info["FilesystemType"], Value(type));
+    EXPECT_EQ(label, R"(My\x20Label)");
+    EXPECT_EQ(info["VolumeName"], Value("My Label"));
+    EXPECT_EQ(info["VolumeUUID"], Value(uuid));
+
+    std::istringstream lsblk(between(outcome.output, "lsblk", "stat"));
+    std::string name;
+    std::int64_t size = 0;
+    int removable = 0;
+    int readOnly = 0;
+    std::int64_t blockSize = 0;
+    lsblk >> name >> size >> removable >> readOnly >> blockSize;
+    EXPECT_EQ(info["DeviceIdentifier"], Value(name));
+    EXPECT_EQ(info["ParentWholeDisk"], Value(name));
+    EXPECT_EQ(info["WholeDisk"], Value(true));
+    EXPECT_EQ(info["Size"], Value(size));
+    EXPECT_EQ(size, 8 * 1024 * 1024);
+    EXPECT_EQ(info["RemovableMedia"], Value(removable != 0));
+    EXPECT_EQ(info["Ejectable"], Value(removable != 0));
+    EXPECT_EQ(info["WritableMedia"], Value(readOnly == 0));
+    EXPECT_EQ(info["DeviceBlockSize"], Value(blockSize));
+    EXPECT_EQ(info["Internal"], Value(false));
+
+    std::istringstream stat(between(outcome.output, "stat", "end"));
+    std::int64_t blocks = 0;
+    std::int64_t freeBlocks = 0;
+    std::int64_t fragment = 0;
+    stat >> blocks >> freeBlocks >> fragment;
+    EXPECT_EQ(info["TotalSize"], Value(blocks * fragment));
+    EXPECT_EQ(info["FreeSpace"], Value(freeBlocks * fragment));
+    EXPECT_EQ(info["VolumeAllocationBlockSize"], Value(fragment));
+    EXPECT_EQ(info["WritableVolume"], Value(true));
+    EXPECT_EQ(info["MountPoint"], Value(folder / "disk"));
+}
+
+TEST(Diskutil, DescribesTheVolumeThatTheMachineRunsFrom) {
+    const auto outcome = diskutil({"info", "-plist", "/"});
+    if (outcome.status != 0) {
+        GTEST_SKIP() << "the root of this machine is no local volume: " << outcome.output;
+    }
+    const auto info = parsed(outcome.output);
+    struct statvfs status {};
+    ASSERT_EQ(::statvfs("/", &status), 0);
+    EXPECT_EQ(info["MountPoint"], Value("/"));
+    EXPECT_EQ(info["TotalSize"],
+              Value(static_cast<std::int64_t>(status.f_blocks * status.f_frsize)));
+    EXPECT_EQ(run({"findmnt", "-no", "FSTYPE", "/"}).output,
+              *info["FilesystemType"].as<std::string>() + "\n");
+    if (const auto* device = info["DeviceIdentifier"].as<std::string>()) {
+        EXPECT_TRUE(fs::exists("/sys/class/block/" + *device)) << *device;
+        std::int64_t sectors = 0;
+        std::ifstream("/sys/class/block/" + *device + "/size") >> sectors;
+        EXPECT_EQ(info["Size"], Value(sectors * 512));
+    }
+}

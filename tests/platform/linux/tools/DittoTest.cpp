@@ -1,0 +1,515 @@
+#include "tests/platform/linux/RunChild.h"
+#include "tests/support/TemporaryFolder.h"
+
+#include <archive.h>
+#include <archive_entry.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdint>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+using Names = std::vector<std::string>;
+
+constexpr const char* usage =
+    "usage: ditto -ck [--keepParent] SOURCE ARCHIVE | -xk ARCHIVE FOLDER\n";
+
+/// An entry of an archive that a test makes.
+struct Entry {
+    std::string name;
+    std::string content;
+    mode_t mode = S_IFREG | 0644;
+};
+
+class Ditto : public testing::Test {
+protected:
+    void SetUp() override { fs::permissions(folder.path(), fs::perms(0777)); }
+
+    static Outcome ditto(const Names& words, const Names& prefix = {}) {
+        Names command = prefix;
+        command.emplace_back(QF_DITTO);
+        command.insert(command.end(), words.begin(), words.end());
+        return run(command, {"LSAN_OPTIONS=detect_leaks=0"});
+    }
+    static void expectDone(const Outcome& outcome) {
+        EXPECT_EQ(outcome.status, 0) << outcome.output;
+        EXPECT_EQ(outcome.output, "");
+    }
+    /// Expects one line that tells why, and nothing of the work.
+    static void expectRefused(const Outcome& outcome, const std::string& why) {
+        EXPECT_EQ(outcome.status, 1);
+        EXPECT_TRUE(outcome.output.starts_with("ditto: ")) << outcome.output;
+        EXPECT_NE(outcome.output.find(why), std::string::npos) << outcome.output;
+        EXPECT_EQ(outcome.output.find('\n'), outcome.output.size() - 1) << outcome.output;
+    }
+
+    /// The paths below `path`, sorted, each with its kind, permissions, time in seconds and
+    /// content.
+    static Names treeOf(const std::string& path) {
+        Names tree;
+        for (const auto& item : fs::recursive_directory_iterator(path)) {
+            struct stat status {};
+            EXPECT_EQ(::lstat(item.path().c_str(), &status), 0);
+            auto line = item.path().lexically_relative(path).string() + ' ' +
+                        std::to_string(status.st_mode) + ' ';
+            if (item.is_symlink()) {
+                line += fs::read_symlink(item.path()).string();
+            } else {
+                line += std::to_string(status.st_mtim.tv_sec);
+                line += item.is_directory() ? "" : ' ' + contentOf(item.path());
+            }
+            tree.push_back(line);
+        }
+        std::sort(tree.begin(), tree.end());
+        return tree;
+    }
+
+    /// A folder with items of every kind, in it and below.
+    std::string makeSource() const {
+        folder.write("src/file", "content");
+        folder.write("src/Ünï cödé/ä\"b", "umlaut");
+        folder.write("src/program", "#!/bin/sh\n");
+        folder.write("src/.hidden", std::string(3000, 'z'));
+        folder.write("src/none");
+        folder.makeFolder("src/empty");
+        fs::create_symlink("file", folder / "src/link");
+        fs::create_symlink("/nowhere/ö", folder / "src/broken ü");
+        fs::permissions(folder / "src/program", fs::perms(0775));
+        fs::permissions(folder / "src/file", fs::perms(0640));
+        fs::permissions(folder / "src/Ünï cödé", fs::perms(0555));
+        fs::last_write_time(folder / "src/file", longAgo());
+        fs::last_write_time(folder / "src/empty", longAgo());
+        fs::last_write_time(folder / "src/Ünï cödé", longAgo());
+        return folder / "src";
+    }
+
+    static fs::file_time_type longAgo() {
+        return std::chrono::file_clock::from_sys(
+            std::chrono::sys_seconds(std::chrono::seconds(1'000'000'001)));
+    }
+
+    std::string makeArchive(const std::string& name, const std::vector<Entry>& entries) const {
+        const auto path = folder / name;
+        const std::unique_ptr<archive, decltype(&archive_free)> zip(archive_write_new(),
+                                                                    &archive_free);
+        archive_write_set_format_zip(zip.get());
+        EXPECT_EQ(archive_write_open_filename(zip.get(), path.c_str()), ARCHIVE_OK);
+        for (const auto& description : entries) {
+            const std::unique_ptr<archive_entry, decltype(&archive_entry_free)> entry(
+                archive_entry_new(), &archive_entry_free);
+            archive_entry_set_pathname(entry.get(), description.name.c_str());
+            archive_entry_set_mode(entry.get(), description.mode);
+            archive_entry_set_size(entry.get(),
+                                   static_cast<la_int64_t>(description.content.size()));
+            if (S_ISLNK(description.mode)) {
+                archive_entry_set_symlink(entry.get(), description.content.c_str());
+            }
+            EXPECT_EQ(archive_write_header(zip.get(), entry.get()), ARCHIVE_OK);
+            if (S_ISREG(description.mode)) {
+                archive_write_data(zip.get(), description.content.data(),
+                                   description.content.size());
+            }
+        }
+        EXPECT_EQ(archive_write_close(zip.get()), ARCHIVE_OK);
+        fs::permissions(path, fs::perms(0644));
+        return path;
+    }
+
+    /// Expects that nothing but these stands in the folder.
+    void expectOnly(Names names) const {
+        Names found;
+        for (const auto& item : fs::directory_iterator(folder.path())) {
+            found.push_back(item.path().filename());
+        }
+        std::sort(found.begin(), found.end());
+        std::sort(names.begin(), names.end());
+        EXPECT_EQ(found, names);
+    }
+
+    TemporaryFolder folder;
+};
+
+// ---- Hand-made archives ------------------------------------------------------------------------
+
+std::string littleEndian(std::uint64_t number, int bytes) {
+    std::string text;
+    for (int i = 0; i < bytes; ++i) {
+        text += static_cast<char>(number >> (8 * i));
+    }
+    return text;
+}
+
+/// An archive of a file "f" that holds "x", unpacked size and digest as they are claimed.
+std::string archiveThatClaims(std::uint64_t size, std::uint32_t digest = 0x8CDC1683) {
+    constexpr std::uint32_t inExtraField = 0xFFFFFFFF;
+    const auto sizes = littleEndian(0x0001, 2) + littleEndian(8, 2) + littleEndian(size, 8);
+    const auto common = littleEndian(45, 2) + littleEndian(0, 2) + littleEndian(0, 2) +
+                        littleEndian(0, 4) + littleEndian(digest, 4) + littleEndian(1, 4) +
+                        littleEndian(inExtraField, 4) + littleEndian(1, 2) +
+                        littleEndian(sizes.size(), 2);
+    const auto local = "PK\x03\x04" + common + "f" + sizes + "x";
+    const auto central = "PK\x01\x02" + littleEndian(0x032D, 2) + common + littleEndian(0, 2) +
+                         littleEndian(0, 2) + littleEndian(0, 2) +
+                         littleEndian(std::uint64_t{S_IFREG | 0644} << 16U, 4) +
+                         littleEndian(0, 4) + "f" + sizes;
+    return local + central + "PK\x05\x06" + littleEndian(0, 4) + littleEndian(1, 2) +
+           littleEndian(1, 2) + littleEndian(central.size(), 4) + littleEndian(local.size(), 4) +
+           littleEndian(0, 2);
+}
+
+} // namespace
+
+TEST_F(Ditto, TellsItsUsage) {
+    for (const auto& words : std::vector<Names>{{},
+                                                {"-ck"},
+                                                {"-ck", "/a"},
+                                                {"-ck", "/a", "/b", "/c"},
+                                                {"-ck", "--keepParent", "/a"},
+                                                {"-ck", "/a", ""},
+                                                {"-xk", "/a"},
+                                                {"-xk", "--keepParent", "/a", "/b"},
+                                                {"/a", "/b"},
+                                                {"--help"}}) {
+        const auto outcome = ditto(words);
+        EXPECT_EQ(outcome.status, 2);
+        EXPECT_EQ(outcome.output, usage);
+    }
+}
+
+// ---- Making archives ---------------------------------------------------------------------------
+
+TEST_F(Ditto, GivesBackWhatItWasGiven) {
+    const auto source = makeSource();
+    expectDone(ditto({"-ck", "--keepParent", source, folder / "a.zip"}));
+    expectDone(ditto({"-xk", folder / "a.zip", folder / "out"}));
+    EXPECT_EQ(treeOf(folder / "out/src"), treeOf(source));
+    expectOnly({"src", "a.zip", "out"});
+}
+
+TEST_F(Ditto, LeavesTheFoldersNameOutUnlessItIsKept) {
+    const auto source = makeSource();
+    expectDone(ditto({"-ck", source, folder / "a.zip"}));
+    expectDone(ditto({"-xk", folder / "a.zip", folder / "out"}));
+    EXPECT_EQ(treeOf(folder / "out"), treeOf(source));
+}
+
+TEST_F(Ditto, PacksASingleFileUnderItsName) {
+    const auto file = folder.write("clip.mov", "content");
+    for (const auto& words : std::vector<Names>{{"-ck"}, {"-ck", "--keepParent"}}) {
+        auto command = words;
+        command.insert(command.end(), {file, folder / "a.zip"});
+        expectDone(ditto(command));
+        expectDone(ditto({"-xk", folder / "a.zip", folder / "out"}));
+        EXPECT_EQ(contentOf(folder / "out/clip.mov"), "content");
+        fs::remove_all(folder / "out");
+    }
+}
+
+TEST_F(Ditto, KeepsNamesThatAreNoText) {
+    folder.write("src/a\xFF\xFE", "content");
+    folder.write("src/two\nlines", "content");
+    fs::create_symlink("\xFD", folder / "src/ö");
+    expectDone(ditto({"-ck", folder / "src", folder / "a.zip"}));
+    expectDone(ditto({"-xk", folder / "a.zip", folder / "out"}));
+    EXPECT_EQ(treeOf(folder / "out"), treeOf(folder / "src"));
+}
+
+TEST_F(Ditto, PacksAnEmptyFolder) {
+    folder.makeFolder("src");
+    expectDone(ditto({"-ck", folder / "src", folder / "a.zip"}));
+    expectDone(ditto({"-xk", folder / "a.zip", folder / "out"}));
+    EXPECT_TRUE(fs::is_empty(folder / "out"));
+    expectDone(ditto({"-ck", "--keepParent", folder / "src", folder / "a.zip"}));
+    expectDone(ditto({"-xk", folder / "a.zip", folder / "again"}));
+    EXPECT_TRUE(fs::is_empty(folder / "again/src"));
+}
+
+TEST_F(Ditto, FollowsALinkThatItIsGiven) {
+    folder.write("src/file", "content");
+    fs::create_symlink("src", folder / "link");
+    expectDone(ditto({"-ck", "--keepParent", folder / "link", folder / "a.zip"}));
+    expectDone(ditto({"-xk", folder / "a.zip", folder / "out"}));
+    EXPECT_EQ(contentOf(folder / "out/link/file"), "content");
+    EXPECT_FALSE(fs::is_symlink(folder / "out/link"));
+}
+
+TEST_F(Ditto, TakesPathsSpelledInAnyWay) {
+    folder.write("src/sub/file", "content");
+    const auto archive = folder / "a.zip";
+    for (const auto& source :
+         {folder / "src/", folder / "src/.", folder / "src/sub/..", folder / "src//"}) {
+        expectDone(ditto({"-ck", "--keepParent", source, archive}));
+        expectDone(ditto({"-xk", archive, folder / "out/"}));
+        EXPECT_EQ(contentOf(folder / "out/src/sub/file"), "content") << source;
+        fs::remove_all(folder / "out");
+    }
+    expectDone(ditto({"-ck", "src", "b.zip"}, {"env", "-C", folder.path()}));
+    expectDone(ditto({"-xk", "b.zip", "new/out"}, {"env", "-C", folder.path()}));
+    EXPECT_EQ(contentOf(folder / "new/out/sub/file"), "content");
+}
+
+TEST_F(Ditto, LeavesTheArchiveItselfOutOfIt) {
+    folder.write("src/file", "content");
+    expectDone(ditto({"-ck", folder / "src", folder / "src/a.zip"}));
+    expectDone(ditto({"-xk", folder / "src/a.zip", folder / "out"}));
+    EXPECT_EQ(treeOf(folder / "out").size(), 1U);
+}
+
+TEST_F(Ditto, ReplacesTheArchiveWhenTheNewOneIsComplete) {
+    folder.write("src/file", "content");
+    const auto archive = folder.write("a.zip", "old");
+    expectDone(ditto({"-ck", folder / "src", archive}));
+    EXPECT_TRUE(contentOf(archive).starts_with("PK"));
+    struct stat status {};
+    ASSERT_EQ(::stat(archive.c_str(), &status), 0);
+    const mode_t mask = ::umask(0);
+    ::umask(mask);
+    EXPECT_EQ(status.st_mode & 0777U, 0666U & ~mask);
+}
+
+TEST_F(Ditto, LeavesNothingOfAnArchiveThatItCannotMake) {
+    const auto archive = folder.write("a.zip", "old");
+    expectRefused(ditto({"-ck", folder / "missing", archive}), "missing");
+    folder.makeFolder("src");
+    ASSERT_EQ(::mkfifo((folder / "src/pipe").c_str(), 0600), 0);
+    expectRefused(ditto({"-ck", folder / "src", archive}), "no file, folder or link");
+    expectRefused(ditto({"-ck", folder / "src", folder / "nowhere/a.zip"}), "nowhere/a.zip");
+    expectRefused(ditto({"-ck", folder / "src/pipe", archive}), "no file, folder or link");
+    EXPECT_EQ(contentOf(archive), "old");
+    expectOnly({"a.zip", "src"});
+}
+
+TEST_F(Ditto, FailsOnWhatItMayNotRead) {
+    folder.write("src/file", "content");
+    folder.write("src/secret", "content");
+    fs::permissions(folder / "src/secret", fs::perms(0));
+    const auto outcome = ditto({"-ck", folder / "src", folder / "a.zip"}, asOrdinaryUser());
+    expectRefused(outcome, "secret");
+    expectOnly({"src"});
+}
+
+TEST_F(Ditto, FailsOnAFullVolume) {
+    if (const auto reason = whyNoMounts(); !reason.empty()) {
+        GTEST_SKIP() << reason;
+    }
+    std::string noise(200'000, '\0');
+    std::ifstream("/dev/urandom").read(noise.data(), static_cast<std::streamsize>(noise.size()));
+    folder.write("src/file", noise);
+    folder.makeFolder("small");
+    auto listing = withMountOn(folder / "small", "size=64k");
+    listing.insert(listing.end(), {"sh", "-c", R"sh("$@"; echo "$?"; ls -A "${4%/*}")sh", "sh",
+                                   QF_DITTO, "-ck", folder / "src", folder / "small/a.zip"});
+    const auto outcome = run(listing);
+    EXPECT_TRUE(outcome.output.starts_with("ditto: ")) << outcome.output;
+    EXPECT_TRUE(outcome.output.ends_with("\n1\n")) << outcome.output;
+}
+
+// ---- Together with other tools -----------------------------------------------------------------
+
+TEST_F(Ditto, MakesArchivesThatOtherToolsOpen) {
+    const auto source = makeSource();
+    expectDone(ditto({"-ck", "--keepParent", source, folder / "a.zip"}));
+    const auto unzip =
+        run({"unzip", "-q", folder / "a.zip", "-d", folder / "unzip"}, {"LC_ALL=C.UTF-8"});
+    EXPECT_EQ(unzip.status, 0) << unzip.output;
+    EXPECT_EQ(treeOf(folder / "unzip/src"), treeOf(source));
+    folder.makeFolder("bsdtar");
+    const auto bsdtar =
+        run({"bsdtar", "-xpf", folder / "a.zip", "-C", folder / "bsdtar"}, {"LC_ALL=C.UTF-8"});
+    EXPECT_EQ(bsdtar.status, 0) << bsdtar.output;
+    EXPECT_EQ(treeOf(folder / "bsdtar/src"), treeOf(source));
+}
+
+TEST_F(Ditto, OpensTheArchivesOfOtherTools) {
+    const auto source = makeSource();
+    const auto zip =
+        run({"env", "-C", folder.path(), "zip", "-qry", "zip.zip", "src"}, {"LC_ALL=C.UTF-8"});
+    ASSERT_EQ(zip.status, 0) << zip.output;
+    const auto bsdtar = run({"bsdtar", "-c", "--format", "zip", "-f", folder / "bsdtar.zip", "-C",
+                             folder.path(), "src"},
+                            {"LC_ALL=C.UTF-8"});
+    ASSERT_EQ(bsdtar.status, 0) << bsdtar.output;
+    for (const std::string name : {"zip", "bsdtar"}) {
+        expectDone(ditto({"-xk", folder / (name + ".zip"), folder / name}));
+        EXPECT_EQ(treeOf(folder / (name + "/src")), treeOf(source)) << name;
+    }
+}
+
+// ---- Unpacking archives ------------------------------------------------------------------------
+
+TEST_F(Ditto, MakesTheFolderAndThoseOnTheWay) {
+    const auto archive = makeArchive("a.zip", {{"file", "content"}});
+    expectDone(ditto({"-xk", archive, folder / "new/deeper/out"}));
+    EXPECT_EQ(contentOf(folder / "new/deeper/out/file"), "content");
+}
+
+TEST_F(Ditto, MergesIntoAFolderThatIsThere) {
+    const auto archive = makeArchive("a.zip", {{"file", "new"}, {"sub/file", "new"}});
+    folder.write("out/file", "old");
+    folder.write("out/sub/other", "old");
+    expectDone(ditto({"-xk", archive, folder / "out"}));
+    EXPECT_EQ(contentOf(folder / "out/file"), "new");
+    EXPECT_EQ(contentOf(folder / "out/sub/file"), "new");
+    EXPECT_EQ(contentOf(folder / "out/sub/other"), "old");
+}
+
+TEST_F(Ditto, NeverUnpacksThroughALinkInAFolderThatIsThere) {
+    const auto archive = makeArchive("a.zip", {{"link/file", "new"}});
+    folder.makeFolder("outside");
+    folder.makeFolder("out");
+    fs::create_symlink(folder / "outside", folder / "out/link");
+    expectRefused(ditto({"-xk", archive, folder / "out"}), "symlink");
+    EXPECT_TRUE(fs::is_empty(folder / "outside"));
+}
+
+TEST_F(Ditto, RefusesAPlaceThatIsNoFolder) {
+    const auto archive = makeArchive("a.zip", {{"file", "content"}});
+    const auto file = folder.write("out", "kept");
+    expectRefused(ditto({"-xk", archive, file}), "out");
+    EXPECT_EQ(contentOf(file), "kept");
+    expectRefused(ditto({"-xk", archive, file + "/sub"}), "sub");
+    expectOnly({"a.zip", "out"});
+}
+
+TEST_F(Ditto, RefusesWhatIsNoArchive) {
+    expectRefused(ditto({"-xk", folder / "missing.zip", folder / "out"}), "missing.zip");
+    expectRefused(ditto({"-xk", folder.write("a.zip", "text"), folder / "out"}), "a.zip");
+    expectRefused(ditto({"-xk", folder.write("b.zip"), folder / "out"}), "b.zip");
+    expectRefused(ditto({"-xk", folder.makeFolder("c.zip"), folder / "out"}), "c.zip");
+    EXPECT_FALSE(fs::exists(folder / "out"));
+}
+
+TEST_F(Ditto, RefusesEntriesThatWouldLeaveTheFolder) {
+    const auto outside = folder.makeFolder("outside");
+    const std::string leaves = "it would leave the folder";
+    const std::vector<std::pair<std::vector<Entry>, std::string>> rows = {
+        {{{"../evil", "x"}}, leaves},
+        {{{"ok", "x"}, {"../evil", "x"}}, leaves},
+        {{{"a/../../evil", "x"}}, leaves},
+        {{{"a/..", "x"}}, leaves},
+        {{{"..", "x"}}, leaves},
+        {{{outside + "/evil", "x"}}, leaves},
+        {{{"//evil", "x"}}, leaves},
+        {{{"link", outside, S_IFLNK | 0777}, {"link/evil", "x"}}, "symlink"},
+        {{{"link", "..", S_IFLNK | 0777}, {"link/evil", "x"}}, "symlink"},
+        {{{"a/link", "../../outside", S_IFLNK | 0777}, {"a/link/deep/evil", "x"}}, "symlink"},
+        {{{"one", "two", S_IFLNK | 0777}, {"two", outside, S_IFLNK | 0777}, {"one/evil", "x"}},
+         "symlink"}};
+    for (const auto& [entries, why] : rows) {
+        const auto archive = makeArchive("a.zip", entries);
+        expectRefused(ditto({"-xk", archive, folder / "out"}), why);
+        EXPECT_TRUE(fs::is_empty(outside)) << entries.back().name;
+        expectOnly({"a.zip", "outside"});
+    }
+}
+
+TEST_F(Ditto, ReplacesALinkByWhatComesUnderItsName) {
+    const auto victim = folder.write("victim", "kept");
+    const auto outside = folder.makeFolder("outside");
+    const auto file = makeArchive("a.zip", {{"l", victim, S_IFLNK | 0777}, {"l", "new"}});
+    expectDone(ditto({"-xk", file, folder / "a"}));
+    EXPECT_EQ(contentOf(folder / "a/l"), "new");
+    const auto directory = makeArchive(
+        "b.zip", {{"l", outside, S_IFLNK | 0777}, {"l/", "", S_IFDIR | 0755}, {"l/file", "new"}});
+    static_cast<void>(ditto({"-xk", directory, folder / "b"}));
+    EXPECT_EQ(contentOf(victim), "kept");
+    EXPECT_TRUE(fs::is_empty(outside));
+}
+
+TEST_F(Ditto, RefusesEntriesOfOtherKinds) {
+    for (const mode_t kind : std::vector<mode_t>{S_IFCHR, S_IFBLK, S_IFSOCK}) {
+        const auto archive = makeArchive("a.zip", {{"plain", "x"}});
+        // The kind stands in the upper half of the attributes in the list at the end.
+        auto bytes = contentOf(archive);
+        const auto central = bytes.find("PK\x01\x02");
+        ASSERT_NE(central, std::string::npos);
+        bytes.replace(central + 40, 2, littleEndian(kind | 0644U, 2));
+        expectRefused(ditto({"-xk", folder.write("b.zip", bytes), folder / "out"}),
+                      "no file, folder or link");
+        EXPECT_FALSE(fs::exists(folder / "out"));
+    }
+}
+
+TEST_F(Ditto, TakesTheRightsAwayThatMakeProgramsRunAsOthers) {
+    const auto archive =
+        makeArchive("a.zip", {{"program", "x", S_IFREG | 06755}, {"sub/", "", S_IFDIR | 03777}});
+    expectDone(ditto({"-xk", archive, folder / "out"}));
+    EXPECT_EQ(fs::status(folder / "out/program").permissions(), fs::perms(0755));
+    EXPECT_EQ(fs::status(folder / "out/sub").permissions(), fs::perms(0777));
+}
+
+TEST_F(Ditto, RefusesEntriesWithoutAName) {
+    const auto archive = makeArchive("a.zip", {{"name", "x"}});
+    auto bytes = contentOf(archive);
+    for (auto at = bytes.find("name"); at != std::string::npos; at = bytes.find("name", at)) {
+        bytes.replace(at, 4, std::string(4, '\0'));
+    }
+    expectRefused(ditto({"-xk", folder.write("b.zip", bytes), folder / "out"}), "no name");
+    EXPECT_FALSE(fs::exists(folder / "out"));
+}
+
+TEST_F(Ditto, RefusesSizesThatTheVolumeHasNoRoomFor) {
+    for (const std::uint64_t size : {std::uint64_t{1} << 60U, (std::uint64_t{1} << 63U) - 1,
+                                     std::uint64_t{1} << 63U, ~std::uint64_t{0}}) {
+        const auto archive = folder.write("a.zip", archiveThatClaims(size));
+        EXPECT_EQ(ditto({"-xk", archive, folder / "out"}).status, 1) << size;
+        expectOnly({"a.zip"});
+    }
+    expectRefused(ditto({"-xk", folder.write("a.zip", archiveThatClaims(std::uint64_t{1} << 60U)),
+                         folder / "out"}),
+                  "the volume has no room for it");
+}
+
+TEST_F(Ditto, RefusesContentThatIsNotAsTheArchiveSays) {
+    expectDone(ditto({"-xk", folder.write("a.zip", archiveThatClaims(1)), folder / "good"}));
+    EXPECT_EQ(contentOf(folder / "good/f"), "x");
+    for (const auto& archive : {archiveThatClaims(0), archiveThatClaims(2),
+                                archiveThatClaims(100'000), archiveThatClaims(1, 0x12345678)}) {
+        const auto outcome = ditto({"-xk", folder.write("a.zip", archive), folder / "out"});
+        EXPECT_EQ(outcome.status, 1) << outcome.output;
+        expectOnly({"a.zip", "good"});
+    }
+}
+
+TEST_F(Ditto, RefusesEveryArchiveThatIsCutShort) {
+    const auto bytes = contentOf(makeArchive("a.zip", {{"sub/file", "content"}, {"b", "x"}}));
+    for (std::size_t length = 0; length < bytes.size(); ++length) {
+        const auto archive = folder.write("cut.zip", bytes.substr(0, length));
+        EXPECT_EQ(ditto({"-xk", archive, folder / "out"}).status, 1) << length;
+        EXPECT_FALSE(fs::exists(folder / "out")) << length;
+    }
+    expectOnly({"a.zip", "cut.zip"});
+}
+
+TEST_F(Ditto, SurvivesArchivesThatAreDamagedAnywhere) {
+    const auto bytes =
+        contentOf(makeArchive("a.zip", {{"sub/file", "content"}, {"l", "b", S_IFLNK | 0777}}));
+    for (std::size_t at = 0; at < bytes.size(); ++at) {
+        auto damaged = bytes;
+        damaged[at] = static_cast<char>(~damaged[at]);
+        const auto archive = folder.write("bad.zip", damaged);
+        const auto outcome = ditto({"-xk", archive, folder / "out"});
+        EXPECT_TRUE(outcome.status == 0 || outcome.status == 1) << at << outcome.output;
+        EXPECT_EQ(fs::exists(folder / "out"), outcome.status == 0) << at;
+        fs::remove_all(folder / "out");
+        expectOnly({"a.zip", "bad.zip"});
+    }
+}
+
+TEST_F(Ditto, LeavesNothingOfFoldersThatMayNotBeChanged) {
+    const auto archive = makeArchive("a.zip", {{"sub/", "", S_IFDIR | 0555},
+                                               {"sub/deep/", "", S_IFDIR | 0},
+                                               {"sub/deep/file", "x"},
+                                               {"../evil", "x"}});
+    expectRefused(ditto({"-xk", archive, folder / "out"}, asOrdinaryUser()), "leave the folder");
+    expectOnly({"a.zip"});
+}

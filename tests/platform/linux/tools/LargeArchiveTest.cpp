@@ -1,0 +1,28 @@
+// A test program of its own, for it takes long.
+
+#include "tests/platform/linux/RunChild.h"
+#include "tests/support/TemporaryFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+
+namespace fs = std::filesystem;
+
+TEST(LargeArchive, HoldsAFileOfMoreThanFourGibibytes) {
+    constexpr std::uintmax_t size = (std::uintmax_t{1} << 32U) + 3;
+    const TemporaryFolder folder;
+    fs::resize_file(folder.write("src/large", "begin"), size);
+    const auto made = run({QF_DITTO, "-ck", folder / "src", folder / "a.zip"});
+    ASSERT_EQ(made.status, 0) << made.output;
+    const auto listed = run({"unzip", "-Zl", folder / "a.zip"});
+    EXPECT_NE(listed.output.find(" 4294967299 "), std::string::npos) << listed.output;
+
+    const auto unpacked = run({QF_DITTO, "-xk", folder / "a.zip", folder / "out"});
+    ASSERT_EQ(unpacked.status, 0) << unpacked.output;
+    EXPECT_EQ(fs::file_size(folder / "out/large"), size);
+    std::string begin(6, ' ');
+    std::ifstream(folder / "out/large").read(begin.data(), 6);
+    EXPECT_EQ(begin, std::string("begin\0", 6));
+}

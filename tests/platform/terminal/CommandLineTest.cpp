@@ -1,0 +1,85 @@
+#include "platform/terminal/CommandLine.h"
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+using platform::terminal::Options;
+using platform::terminal::parseCommandLine;
+
+namespace {
+
+std::variant<Options, int> parse(std::vector<std::string> words) {
+    words.insert(words.begin(), "program");
+    std::vector<char*> arguments;
+    for (auto& word : words) {
+        arguments.push_back(word.data());
+    }
+    arguments.push_back(nullptr);
+    return parseCommandLine(static_cast<int>(words.size()), arguments.data(), "1.2.3");
+}
+
+Options optionsOf(const std::vector<std::string>& words) {
+    return std::get<Options>(parse(words));
+}
+
+int statusOf(const std::vector<std::string>& words) {
+    ::testing::internal::CaptureStdout();
+    ::testing::internal::CaptureStderr();
+    const int status = std::get<int>(parse(words));
+    ::testing::internal::GetCapturedStdout();
+    ::testing::internal::GetCapturedStderr();
+    return status;
+}
+
+TEST(CommandLine, SaysNothingWithoutOptions) {
+    const auto options = optionsOf({});
+    EXPECT_FALSE(options.uninstall || options.removeShared || options.quiet || options.terminal ||
+                 options.list || options.json || options.report);
+}
+
+TEST(CommandLine, KnowsEveryOption) {
+    const auto silent =
+        optionsOf({"--uninstall", "--quiet", "--remove-shared", "--report", "/a b\xFF"});
+    EXPECT_TRUE(silent.uninstall && silent.quiet && silent.removeShared);
+    EXPECT_EQ(silent.report, "/a b\xFF");
+    EXPECT_FALSE(silent.terminal || silent.list || silent.json);
+
+    const auto list = optionsOf({"--json", "--list", "--remove-shared"});
+    EXPECT_TRUE(list.list && list.json && list.removeShared);
+
+    const auto terminal = optionsOf({"--terminal", "--remove-shared", "--report=r"});
+    EXPECT_TRUE(terminal.terminal && terminal.removeShared);
+    EXPECT_EQ(terminal.report, "r");
+}
+
+TEST(CommandLine, RefusesWhatIsWrongOrContradictory) {
+    for (const auto& words :
+         std::vector<std::vector<std::string>>{{"--bogus"},
+                                               {"word"},
+                                               {"-q"},
+                                               {"--json"},
+                                               {"--quiet"},
+                                               {"--remove-shared"},
+                                               {"--report", "r"},
+                                               {"--uninstall", "--report"},
+                                               {"--uninstall", "--report", ""},
+                                               {"--uninstall", "--report", "a", "--report", "b"},
+                                               {"--uninstall", "--list"},
+                                               {"--uninstall", "--terminal"},
+                                               {"--uninstall", "--json"},
+                                               {"--terminal", "--list"},
+                                               {"--terminal", "--quiet"},
+                                               {"--list", "--report", "r"},
+                                               {"--list", "--quiet"}}) {
+        EXPECT_EQ(statusOf(words), 2) << words.front() << ' ' << words.back();
+    }
+}
+
+TEST(CommandLine, EndsAfterHelpAndVersion) {
+    EXPECT_EQ(statusOf({"--help"}), 0);
+    EXPECT_EQ(statusOf({"--version"}), 0);
+    EXPECT_EQ(statusOf({"--help", "--uninstall"}), 0);
+}
+
+} // namespace

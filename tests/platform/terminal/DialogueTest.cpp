@@ -1,0 +1,292 @@
+#include "platform/terminal/Dialogue.h"
+
+#include "platform/terminal/AlertPanel.h"
+#include "platform/terminal/PasswordQuestion.h"
+#include "tests/platform/terminal/TerminalTest.h"
+#include "tests/support/MemoryPreferences.h"
+
+#include <thread>
+
+using platform::Administrator;
+using platform::AlertDescription;
+using platform::terminal::AlertPanel;
+using platform::terminal::Echo;
+using platform::terminal::Manner;
+using platform::terminal::PasswordQuestion;
+
+namespace {
+
+using Answers = std::vector<std::optional<std::string>>;
+
+class DialogueTest : public TerminalTest {
+protected:
+    void ask(const std::string& prompt, const void* owner = nullptr) {
+        dialogue.ask(
+            {prompt, [this](auto line) { answers.push_back(std::move(line)); }, Echo::yes, owner});
+    }
+
+    Answers answers;
+};
+
+TEST_F(DialogueTest, AsksOneQuestionAfterAnother) {
+    ask("First?");
+    ask("Second?");
+    EXPECT_EQ(console.printed(), "First? ");
+    input.type("one\ntwo\nthree\n");
+
+    runUntil([&] { return answers.size() == 2; });
+
+    EXPECT_EQ(answers, (Answers{"one", "two"}));
+    EXPECT_EQ(console.printed(), "First? \nSecond? \n");
+    EXPECT_FALSE(dialogue.isAsking());
+}
+
+TEST_F(DialogueTest, KeepsWhatWasTypedAheadForTheNextQuestion) {
+    input.type("one\ntwo\n");
+    ask("First?");
+    runUntil([&] { return answers.size() == 1; });
+
+    ask("Second?");
+
+    EXPECT_EQ(answers, (Answers{"one", "two"}));
+}
+
+TEST_F(DialogueTest, WaitsForTheWholeLine) {
+    ask("?");
+    input.type("half");
+    settle();
+    EXPECT_TRUE(answers.empty());
+    input.type(" a line\n");
+
+    runUntil([&] { return !answers.empty(); });
+
+    EXPECT_EQ(answers, Answers{"half a line"});
+}
+
+TEST_F(DialogueTest, TakesALineThatIsTooLongAsItStands) {
+    ask("?");
+    input.type(std::string(5000, 'x'));
+
+    runUntil([&] { return !answers.empty(); });
+
+    EXPECT_GE(answers.front()->size(), 4096U);
+}
+
+TEST_F(DialogueTest, HasNoAnswerAtTheEndOfTheInput) {
+    ask("?");
+    input.type("half");
+    input.end();
+
+    runUntil([&] { return !answers.empty(); });
+
+    EXPECT_EQ(answers, Answers{std::nullopt});
+}
+
+TEST_F(DialogueTest, TakesASignalForNoAnswer) {
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) {
+        answers.clear();
+        ask("?");
+        ::raise(signal);
+
+        runUntil([&] { return !answers.empty(); });
+
+        EXPECT_EQ(answers, Answers{std::nullopt});
+    }
+}
+
+TEST_F(DialogueTest, TellsOfASignalWhenNothingIsAsked) {
+    bool isInterrupted = false;
+    dialogue.onInterruption([&] { isInterrupted = true; });
+    ::raise(SIGINT);
+
+    runUntil([&] { return isInterrupted; });
+}
+
+TEST_F(DialogueTest, TakesBackTheQuestionsOfAnOwner) {
+    const int owner = 0;
+    ask("First?", &owner);
+    ask("Second?");
+    ask("Third?", &owner);
+
+    dialogue.withdraw(&owner);
+    input.type("two\n");
+    runUntil([&] { return !answers.empty(); });
+
+    EXPECT_EQ(answers, Answers{"two"});
+    EXPECT_FALSE(dialogue.isAsking());
+    EXPECT_EQ(console.printed(), "First? \nSecond? \n");
+}
+
+// ---- Alerts ------------------------------------------------------------------------------------
+
+class TerminalAlertTest : public TerminalTest {
+protected:
+    void begin(const AlertDescription& description, Manner manner = Manner::asks) {
+        panel.emplace(description, application, dialogue, manner);
+        panel->beginSheet(nullptr, [this](int answer) { answer_ = answer; });
+    }
+
+    int answerTo(const std::string& typed) {
+        answer_.reset();
+        input.type(typed);
+        runUntil([this] { return answer_.has_value(); });
+        return *answer_;
+    }
+
+    const AlertDescription three{.messageText = "Message",
+                                 .informativeText = "100% %@",
+                                 .defaultButtonTitle = "Save",
+                                 .alternateButtonTitle = "Discard",
+                                 .otherButtonTitle = "Wait",
+                                 .suppressionKey = std::nullopt};
+    std::optional<AlertPanel> panel;
+    std::optional<int> answer_;
+};
+
+TEST_F(TerminalAlertTest, HasOneButtonOfItsOwn) {
+    begin({.messageText = "Message", .informativeText = "Text"});
+    EXPECT_TRUE(panel->isVisible());
+
+    EXPECT_EQ(answerTo("\n"), AlertPanel::defaultReturn);
+
+    EXPECT_EQ(console.printed(), "\nMessage\nText\n[OK] Press Return: \n");
+    EXPECT_FALSE(panel->isVisible());
+}
+
+TEST_F(TerminalAlertTest, NumbersItsButtons) {
+    for (const auto& [typed, answer] :
+         {std::pair{"\n", 1}, {"1\n", 1}, {" 2 \n", 0}, {"3\n", -1}}) {
+        begin(three);
+        EXPECT_EQ(answerTo(typed), answer) << typed;
+    }
+    EXPECT_NE(console.printed().find("Message\n100% %@\n1 = Save, 2 = Discard, 3 = Wait [1] "),
+              std::string::npos);
+}
+
+TEST_F(TerminalAlertTest, AsksAgainForAButtonThatThereIsNot) {
+    begin(three);
+
+    EXPECT_EQ(answerTo("4\nDiscard\n2\n"), AlertPanel::alternateReturn);
+}
+
+TEST_F(TerminalAlertTest, TakesNoAnswerForTheWayOut) {
+    begin(three);
+    ::raise(SIGINT);
+    EXPECT_EQ(answerTo(""), AlertPanel::alternateReturn);
+
+    auto two = three;
+    two.alternateButtonTitle.reset();
+    begin(two);
+    ::raise(SIGINT);
+    EXPECT_EQ(answerTo(""), AlertPanel::otherReturn);
+
+    begin({.messageText = "Message", .informativeText = ""});
+    input.end();
+    answer_.reset();
+    runUntil([this] { return answer_.has_value(); });
+    EXPECT_EQ(*answer_, AlertPanel::defaultReturn);
+}
+
+TEST_F(TerminalAlertTest, AnswersItselfWhereNobodyIsAsked) {
+    begin(three, Manner::silent);
+
+    EXPECT_EQ(answerTo(""), AlertPanel::defaultReturn);
+    EXPECT_EQ(console.printed(), "\nMessage\n100% %@\n");
+}
+
+TEST_F(TerminalAlertTest, GivesNoAnswerOnceItIsHidden) {
+    begin(three);
+    panel->orderOut();
+    input.type("1\n");
+
+    settle();
+
+    EXPECT_FALSE(answer_.has_value());
+    EXPECT_FALSE(dialogue.isAsking());
+}
+
+TEST_F(TerminalAlertTest, StoresWhetherItIsToBeShownAgain) {
+    MemoryPreferences preferences;
+    const platform::ScopedService<platform::Preferences> scope(preferences);
+    auto once = three;
+    once.suppressionKey = "quiet";
+    begin(once);
+
+    EXPECT_EQ(answerTo("y\n2\n"), AlertPanel::alternateReturn);
+
+    EXPECT_EQ(preferences.value("quiet"), platform::Value(true));
+}
+
+// ---- The password ------------------------------------------------------------------------------
+
+class PasswordQuestionTest : public TerminalTest {
+protected:
+    std::optional<platform::GivenPassword> ask(PasswordQuestion& question, int attempt = 1) {
+        std::optional<platform::GivenPassword> given;
+        bool isDone = false;
+        std::thread asking([&] {
+            given = question.ask(administrators, attempt);
+            application.performOnMainThread([&] { isDone = true; }, platform::Wait::no);
+        });
+        runUntil([&] { return isDone; });
+        asking.join();
+        return given;
+    }
+
+    FakeAccount account;
+    platform::ScopedService<platform::UserAccount> accountScope{account};
+    const std::vector<Administrator> administrators{{1, "first"}, {1000, "someone"}};
+};
+
+TEST_F(PasswordQuestionTest, AsksForThePersonsOwnPassword) {
+    PasswordQuestion question(application, dialogue, false);
+    input.type("secret word\n");
+
+    const auto given = ask(question);
+
+    ASSERT_TRUE(given);
+    EXPECT_EQ(given->administrator.userId, 1000U);
+    EXPECT_EQ(given->password, "secret word");
+    EXPECT_NE(console.printed().find("Password of someone: "), std::string::npos);
+    EXPECT_EQ(console.printed().find("secret"), std::string::npos);
+}
+
+TEST_F(PasswordQuestionTest, AsksForAnAdministratorsPasswordOfWhoIsNone) {
+    account.userId = 7;
+    PasswordQuestion question(application, dialogue, false);
+    input.type("word\n");
+
+    EXPECT_EQ(ask(question)->administrator.loginName, "first");
+}
+
+TEST_F(PasswordQuestionTest, AsksNoMoreWhenThereWasNoAnswer) {
+    PasswordQuestion question(application, dialogue, false);
+    input.end();
+    EXPECT_FALSE(ask(question));
+    const auto said = console.printed();
+
+    EXPECT_FALSE(ask(question));
+
+    EXPECT_EQ(console.printed(), said);
+}
+
+TEST_F(PasswordQuestionTest, AsksNoMoreAfterTheThirdWrongPassword) {
+    PasswordQuestion question(application, dialogue, false);
+    input.type("1\n2\n3\n4\n");
+    for (int attempt = 1; attempt <= 3; ++attempt) {
+        EXPECT_TRUE(ask(question, attempt));
+    }
+
+    EXPECT_FALSE(ask(question, 4));
+    EXPECT_FALSE(ask(question, 1));
+}
+
+TEST_F(PasswordQuestionTest, NeverAsksWhenItIsSilent) {
+    PasswordQuestion question(application, dialogue, true);
+
+    EXPECT_FALSE(ask(question));
+
+    EXPECT_EQ(console.printed(), "");
+}
+
+} // namespace

@@ -1,0 +1,174 @@
+#include "platform/terminal/Interface.h"
+
+#include "platform/foundation/Exception.h"
+#include "tests/platform/terminal/TerminalTest.h"
+#include "tests/support/TemporaryFolder.h"
+
+#include <gmock/gmock.h>
+
+#include <optional>
+
+using platform::terminal::Control;
+using platform::terminal::Interface;
+using platform::terminal::Manner;
+using platform::terminal::readInterfaceFile;
+using ::testing::HasSubstr;
+
+namespace {
+
+constexpr const char* mainMenu = ":/MainMenu.ui";
+
+std::string reasonOf(const std::function<void()>& work) {
+    try {
+        work();
+    } catch (const platform::Exception& exception) {
+        return exception.name() + ": " + exception.reason();
+    }
+    return {};
+}
+
+TEST(InterfaceFile, HasTheWindowsWithTheirControlsInOrder) {
+    const auto windows = readInterfaceFile(mainMenu);
+
+    ASSERT_EQ(windows.size(), 2U);
+    const auto& [name, closeAction, controls] = windows.front();
+    EXPECT_EQ(name, "windowMain");
+    EXPECT_EQ(closeAction, "cancel:");
+    std::vector<std::string> names;
+    for (const auto& control : controls) {
+        names.push_back(control.name);
+    }
+    EXPECT_EQ(names,
+              (std::vector<std::string>{"mainIcon", "mainTitle", "mainText", "removeSharedCheck",
+                                        "removeSharedNote", "cancelButton", "uninstallButton"}));
+    EXPECT_EQ(controls[1].text, "Uninstall Kelvane");
+    EXPECT_EQ(controls[1].textStyle, "title");
+    EXPECT_EQ(controls[3].kind, Control::Kind::checkBox);
+    EXPECT_EQ(controls[3].text, "Also remove items shared by all Quillfen products");
+    EXPECT_EQ(controls[6].text, "Uninstall");
+    EXPECT_EQ(controls[6].action, "uninstall:");
+    EXPECT_EQ(windows.back().closeAction, "");
+    EXPECT_EQ(windows.back().controls.back().kind, Control::Kind::progressBar);
+}
+
+TEST(InterfaceFile, SaysWhyItCannotBeRead) {
+    const TemporaryFolder folder;
+    for (const auto* content : {"", "<ui><widget", "<html/>", "words"}) {
+        const auto file = folder.write("file.ui", content);
+        EXPECT_THAT(reasonOf([&] { (void)readInterfaceFile(file); }),
+                    HasSubstr("QFInterfaceUnreadable: cannot load the interface file " + file))
+            << content;
+    }
+    EXPECT_THAT(reasonOf([&] { (void)readInterfaceFile(folder / "missing.ui"); }),
+                HasSubstr("missing.ui: No such file"));
+}
+
+class TerminalInterfaceTest : public TerminalTest {
+protected:
+    void load(Manner manner = Manner::asks) {
+        interface.emplace(mainMenu, application, dialogue, manner);
+        interface->setAction("uninstall:", [this] { done += "uninstall "; });
+        interface->setAction("cancel:", [this] { done += "cancel "; });
+        interface->onConfirmation([this] { done += "confirmed "; });
+    }
+
+    std::string show(const std::string& typed) {
+        interface->window("windowMain").makeKeyAndOrderFront();
+        input.type(typed);
+        runUntil([this] { return !done.empty(); });
+        return done;
+    }
+
+    int ticked() { return interface->checkBox("removeSharedCheck").state(); }
+
+    std::optional<Interface> interface;
+    std::string done;
+};
+
+TEST_F(TerminalInterfaceTest, AsksForTheTickAndForTheGoAhead) {
+    load();
+
+    EXPECT_EQ(show("y\nyes\n"), "confirmed uninstall ");
+
+    EXPECT_EQ(ticked(), 1);
+    EXPECT_THAT(console.printed(),
+                HasSubstr("Uninstall Kelvane\n\nRunning Kelvane programs will be closed"));
+    EXPECT_THAT(console.printed(),
+                HasSubstr("\nAlso remove items shared by all Quillfen products?\nThe software "
+                          "updater, the application launcher, the shared resources and the global "
+                          "preferences.\n[y/N] "));
+    EXPECT_THAT(console.printed(), HasSubstr("Uninstall? [y/N] "));
+    EXPECT_TRUE(interface->window("windowMain").isVisible());
+}
+
+TEST_F(TerminalInterfaceTest, TakesAnEmptyLineForNo) {
+    load();
+
+    EXPECT_EQ(show("\n\n"), "cancel ");
+    EXPECT_EQ(ticked(), 0);
+}
+
+TEST_F(TerminalInterfaceTest, AsksAgainForWhatIsNeitherYesNorNo) {
+    load();
+
+    EXPECT_EQ(show("ja\n 1\nN\nYES \n"), "confirmed uninstall ");
+    EXPECT_EQ(ticked(), 0);
+}
+
+TEST_F(TerminalInterfaceTest, ClosesTheWindowWhenThereIsNoAnswer) {
+    load();
+    input.end();
+    interface->window("windowMain").makeKeyAndOrderFront();
+
+    runUntil([this] { return !done.empty(); });
+
+    EXPECT_EQ(done, "cancel ");
+}
+
+TEST_F(TerminalInterfaceTest, AsksNoMoreAboutABoxThatIsTicked) {
+    load();
+    interface->tick("removeSharedCheck");
+
+    EXPECT_EQ(show("y\n"), "confirmed uninstall ");
+    EXPECT_EQ(ticked(), 1);
+}
+
+TEST_F(TerminalInterfaceTest, AsksAndSaysNothingWhenItIsSilent) {
+    load(Manner::silent);
+
+    EXPECT_EQ(show(""), "confirmed uninstall ");
+    EXPECT_EQ(console.printed(), "");
+    EXPECT_EQ(ticked(), 0);
+}
+
+TEST_F(TerminalInterfaceTest, HasALineForTheProgress) {
+    load();
+    auto& bar = interface->progressIndicator("progressBar");
+    bar.setUsesThreadedAnimation(true);
+
+    bar.startAnimation();
+    auto& window = interface->window("windowProgress");
+    window.makeKeyAndOrderFront();
+    EXPECT_TRUE(window.isVisible());
+    window.orderOut();
+
+    EXPECT_FALSE(window.isVisible());
+    EXPECT_FALSE(window.hasAttachedSheet());
+    EXPECT_THAT(console.printed(), HasSubstr("Moving Kelvane to the Trash…"));
+    EXPECT_EQ(done, "");
+}
+
+TEST_F(TerminalInterfaceTest, NamesWhatIsMissing) {
+    load();
+
+    EXPECT_THAT(reasonOf([&] { (void)interface->window("w"); }),
+                HasSubstr("QFOutletMissing: the interface file has no outlet \"w\""));
+    EXPECT_THAT(reasonOf([&] { (void)interface->checkBox("progressBar"); }),
+                HasSubstr("QFOutletMissing"));
+    EXPECT_THAT(reasonOf([&] { (void)interface->progressIndicator("p"); }),
+                HasSubstr("QFOutletMissing"));
+    EXPECT_THAT(reasonOf([&] { interface->setAction("undo:", [] {}); }),
+                HasSubstr("QFActionMissing"));
+}
+
+} // namespace

@@ -1,0 +1,282 @@
+#include "platform/terminal/Report.h"
+
+#include "platform/SystemInformation.h"
+#include "platform/terminal/Observation.h"
+#include "platform/terminal/Run.h"
+#include "tests/support/AuthorizationDouble.h"
+#include "tests/support/FileSystemDoubles.h"
+#include "tests/support/PortDoubles.h"
+#include "tests/support/ProcessLauncherDouble.h"
+
+#include <gmock/gmock.h>
+#include <nlohmann/json.hpp>
+
+using nlohmann::json;
+using platform::InventoryRow;
+using platform::ItemState;
+using platform::ScopedService;
+using platform::SharedItems;
+using platform::terminal::ExitStatus;
+using platform::terminal::Observation;
+using platform::terminal::Options;
+using platform::terminal::Outcome;
+using platform::terminal::outcomesOf;
+using platform::terminal::Screen;
+using ::testing::HasSubstr;
+
+namespace {
+
+class Information : public platform::SystemInformation {
+    std::string globallyUniqueString() override { return {}; }
+    std::string operatingSystemVersion() override { return {}; }
+    long processorCount() override { return 1; }
+    std::uint64_t physicalMemory() override { return 0; }
+    std::optional<std::string> executablePath() override { return std::nullopt; }
+    std::optional<std::string> bundleVersion() override { return "1.2.3"; }
+};
+
+/// A disk that keeps what is written to it.
+class WritableFileSystem : public DescribedFileSystem {
+public:
+    std::vector<std::string> written;
+    std::optional<platform::Error> writeError;
+
+    std::optional<platform::Error> writeAtomically(const std::string& path,
+                                                   std::string_view content) override {
+        files.insert(path);
+        written.emplace_back(content);
+        return writeError;
+    }
+};
+
+class FixedInventory : public platform::Inventory {
+public:
+    std::vector<InventoryRow> rows;
+    std::optional<platform::Sizes> sizes;
+
+    std::vector<InventoryRow> take(SharedItems /*sharedItems*/, platform::Sizes wanted) override {
+        sizes = wanted;
+        return rows;
+    }
+};
+
+InventoryRow rowOf(const std::string& path, ItemState state, const std::string& action = "trash") {
+    return {action, path, {}, path, state, state == ItemState::found ? 1234U : 0U};
+}
+
+/// What is observed at ports of doubles. The observation installs itself, so the doubles' scopes
+/// are outside.
+class ReportTest : public ::testing::Test {
+protected:
+    static std::optional<platform::Error> recycle(const std::string& name) {
+        return platform::service<platform::Workspace>().recycle("/x", "/trash", name);
+    }
+    static void askForRight() {
+        (void)platform::service<platform::AuthorizationServices>().copyRights({}, {}, {}, 0);
+    }
+
+    Outcome outcomeOf(const InventoryRow& row) {
+        return outcomesOf({row}, *observation).front().outcome;
+    }
+
+    WritableFileSystem disk;
+    RecordingWorkspace workspace;
+    RecordingAuthorizationServices services;
+    RecordingProcessLauncher launcher;
+    FakeAccount account;
+    Information information;
+    RecordingConsole console;
+    ScopedService<platform::FileSystem> diskScope{disk};
+    ScopedService<platform::Workspace> workspaceScope{workspace};
+    ScopedService<platform::AuthorizationServices> servicesScope{services};
+    ScopedService<platform::ProcessLauncher> launcherScope{launcher};
+    ScopedService<platform::UserAccount> accountScope{account};
+    ScopedService<platform::SystemInformation> informationScope{information};
+    std::unique_ptr<Observation> observation = std::make_unique<Observation>();
+    Screen screen{console, false};
+    FixedInventory inventory;
+};
+
+TEST_F(ReportTest, TellsWhatBecameOfARow) {
+    EXPECT_EQ(outcomeOf(rowOf("", ItemState::none, "kill")), Outcome::signalled);
+    EXPECT_EQ(outcomeOf(rowOf("/x/gone", ItemState::found)), Outcome::moved);
+    EXPECT_EQ(outcomeOf(rowOf("/x/gone", ItemState::found, "removeAgent")), Outcome::deleted);
+    EXPECT_EQ(outcomeOf(rowOf("/x/gone", ItemState::repeated)), Outcome::absent);
+    EXPECT_EQ(outcomeOf(rowOf("/x/gone", ItemState::absent)), Outcome::absent);
+    disk.files = {"/x/there"};
+    EXPECT_EQ(outcomeOf(rowOf("/x/there", ItemState::found)), Outcome::left);
+    EXPECT_EQ(outcomeOf(rowOf("/x/there", ItemState::repeated)), Outcome::left);
+}
+
+TEST_F(ReportTest, TellsWhyAnItemWasLeft) {
+    disk.files = {"/x/a", "/x/b", "/x/c", "/x/d"};
+    workspace.errors = {{"/x/a", {.localizedDescription = "It is closed."}},
+                        {"/x/b", {.localizedDescription = "It is nailed down."}}};
+    EXPECT_TRUE(recycle("a"));
+    services.rightsStatus = platform::errAuthorizationCanceled;
+    askForRight();
+    EXPECT_TRUE(recycle("b"));
+    EXPECT_FALSE(recycle("c"));
+
+    const auto reason = [&](const std::string& path) {
+        return outcomesOf({rowOf(path, ItemState::found)}, *observation).front().reason;
+    };
+
+    EXPECT_EQ(reason("/x/a"), "It is closed. The administrator's password was not given.");
+    EXPECT_EQ(reason("/x/b"), "It is nailed down.");
+    EXPECT_EQ(reason("/x/c"), "It was moved to the Trash, but something stands there again.");
+    EXPECT_EQ(reason("/x/d"), "It could not be removed.");
+}
+
+TEST_F(ReportTest, TellsWhatBecameOfTheRight) {
+    workspace.errors = {{"/x/a", {.localizedDescription = "No."}}};
+    (void)recycle("a");
+    for (const auto& [status, words] :
+         {std::pair{platform::errAuthorizationDenied, "No. The administrator's right was denied."},
+          {platform::errAuthorizationInternal,
+           "No. The administrator's right cannot be had on this machine."},
+          {platform::errAuthorizationSuccess,
+           "No. It could not be moved with the administrator's right either."}}) {
+        services.rightsStatus = status;
+        askForRight();
+        EXPECT_EQ(observation->whyNotMoved("/x/a"), words);
+    }
+}
+
+TEST_F(ReportTest, WaitsForToolsThatHaveTheRight) {
+    services.toolOutput = "words";
+
+    const auto tool = platform::service<platform::AuthorizationServices>().executeWithPrivileges(
+        {}, "/bin/mv", 0, {});
+
+    EXPECT_EQ(services.unreadOutput, 0);
+    std::string said;
+    EXPECT_TRUE(*tool.output >> said);
+    EXPECT_EQ(said, "words");
+}
+
+TEST_F(ReportTest, WaitsForMoversAlone) {
+    auto& observed = platform::service<platform::ProcessLauncher>();
+    const auto tool = observed.launch({.launchPath = "/usr/bin/tool"});
+    const auto mover = observed.launch({.launchPath = "/bin/mv"});
+
+    observation->waitForMovers();
+
+    EXPECT_TRUE(tool->isRunning());
+    EXPECT_FALSE(mover->isRunning());
+}
+
+TEST_F(ReportTest, ListsForAPerson) {
+    EXPECT_EQ(platform::terminal::listAsText({{"kill", "/k", {"A", "B"}, "", ItemState::none, 0},
+                                              rowOf("/x/found", ItemState::found),
+                                              rowOf("/x/found", ItemState::repeated),
+                                              rowOf("/x/line\nend", ItemState::absent),
+                                              {"trashBundle", "com.a", {}, "", ItemState::absent}}),
+              "stop               A, B\n"
+              "found      1.2 kB  /x/found\n"
+              "repeated           /x/found\n"
+              "absent             /x/line\\x0Aend\n"
+              "absent             com.a\n"
+              "\n"
+              "1 items found, 1.2 kB\n");
+}
+
+TEST_F(ReportTest, ListsForAProgram) {
+    const auto document = json::parse(platform::terminal::listAsJson(
+        {{"kill", "/k", {"A"}, "", ItemState::none, 0}, rowOf("/x/\xFF", ItemState::found)},
+        SharedItems::go));
+
+    EXPECT_EQ(document["version"], 1);
+    EXPECT_EQ(document["program"], "kelvane-uninstaller 1.2.3");
+    EXPECT_EQ(document["user"], "someone");
+    EXPECT_EQ(document["removeShared"], true);
+    EXPECT_EQ(document["found"], 1);
+    EXPECT_EQ(document["size"], 1234);
+    EXPECT_EQ(document["rows"][0],
+              json({{"action", "kill"}, {"subject", "/k"}, {"names", {"A"}}, {"state", "none"}}));
+    EXPECT_EQ(document["rows"][1], json({{"action", "trash"},
+                                         {"subject", "/x/\\xFF"},
+                                         {"path", "/x/\\xFF"},
+                                         {"state", "found"},
+                                         {"size", 1234}}));
+}
+
+class RunTest : public ReportTest {
+protected:
+    platform::terminal::Run run() {
+        Options options;
+        options.report = report;
+        return {options, inventory, *observation, screen};
+    }
+
+    json lastReport() const { return json::parse(disk.written.back()); }
+
+    std::optional<std::string> report = "/r/report.json";
+};
+
+TEST_F(RunTest, ReportsFromTheBeginning) {
+    auto begun = run();
+    begun.prepare();
+    EXPECT_EQ(lastReport()["result"], "running");
+    inventory.rows = {rowOf("/x/gone", ItemState::found)};
+    begun.begin(SharedItems::go);
+    EXPECT_EQ(inventory.sizes, platform::Sizes::yes);
+
+    EXPECT_EQ(begun.finish(), ExitStatus::complete);
+
+    EXPECT_EQ(lastReport()["result"], "complete");
+    EXPECT_EQ(lastReport()["removeShared"], true);
+    EXPECT_EQ(lastReport()["rows"][0]["outcome"], "moved");
+    EXPECT_EQ(console.printed(), "");
+}
+
+TEST_F(RunTest, TellsWhatWasLeft) {
+    disk.files = {"/x/there"};
+    inventory.rows = {rowOf("/x/there", ItemState::found), rowOf("/x/there", ItemState::repeated)};
+    auto begun = run();
+    begun.begin(SharedItems::stay);
+
+    EXPECT_EQ(begun.finish(), ExitStatus::leftInPlace);
+
+    EXPECT_EQ(console.printed(), "\nLeft in place:\n/x/there\n    It could not be removed.\n");
+    EXPECT_EQ(lastReport()["result"], "leftInPlace");
+    EXPECT_EQ(lastReport()["rows"][1]["reason"], "It could not be removed.");
+}
+
+TEST_F(RunTest, IsCancelledWhenItHasNotBegun) {
+    EXPECT_EQ(run().finish(), ExitStatus::cancelled);
+
+    EXPECT_EQ(lastReport()["result"], "cancelled");
+    EXPECT_EQ(console.printed(), "Nothing was removed.\n");
+}
+
+TEST_F(RunTest, WritesAndMeasuresNothingWhereNoReportIsWanted) {
+    report.reset();
+    auto begun = run();
+    begun.prepare();
+    begun.begin(SharedItems::stay);
+
+    EXPECT_EQ(begun.finish(), ExitStatus::complete);
+
+    EXPECT_TRUE(disk.written.empty());
+    EXPECT_EQ(inventory.sizes, platform::Sizes::no);
+}
+
+TEST_F(RunTest, SaysThatTheReportCannotBeWritten) {
+    disk.writeError = platform::Error{.localizedDescription = "The disk is full."};
+    try {
+        run().prepare();
+        FAIL();
+    } catch (const platform::Exception& exception) {
+        EXPECT_EQ(exception.reason(), "cannot write the report /r/report.json: The disk is full.");
+    }
+}
+
+TEST_F(RunTest, ReplacesNothingThatIsNoFile) {
+    disk.folders["/r/report.json"] = std::vector<std::string>();
+
+    EXPECT_THROW(run().prepare(), platform::Exception);
+    EXPECT_TRUE(disk.written.empty());
+}
+
+} // namespace

@@ -1,0 +1,46 @@
+#pragma once
+
+#include "platform/Services.h"
+#include "platform/terminal/Dialogue.h"
+#include "tests/platform/terminal/PipedInput.h"
+#include "tests/support/PortDoubles.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <csignal>
+#include <functional>
+
+/// A dialogue that reads from a pipe and whose words are remembered.
+class TerminalTest : public ::testing::Test {
+protected:
+    ~TerminalTest() override {
+        sigset_t none{};
+        ::sigemptyset(&none);
+        ::pthread_sigmask(SIG_SETMASK, &none, nullptr);
+    }
+
+    /// Has the event loop do what there is to be done until something holds.
+    void runUntil(const std::function<bool()>& holds) {
+        using Clock = std::chrono::steady_clock;
+        const auto deadline = Clock::now() + std::chrono::minutes(1);
+        while (!holds()) {
+            ASSERT_LT(Clock::now(), deadline);
+            application.handleNextEvent(std::chrono::milliseconds(100));
+        }
+    }
+
+    /// Lets everything happen that has been caused.
+    void settle() {
+        bool isDone = false;
+        application.performOnMainThread([&isDone] { isDone = true; }, platform::Wait::no);
+        runUntil([&isDone] { return isDone; });
+    }
+
+    PipedInput input;
+    RecordingConsole console;
+    platform::ScopedService<platform::Console> consoleScope{console};
+    platform::terminal::Application application;
+    platform::terminal::Screen screen{console, false};
+    platform::terminal::Dialogue dialogue{application, screen};
+};

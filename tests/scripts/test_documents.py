@@ -1,0 +1,99 @@
+"""The man page and the completion say what the program's --help says.
+
+The arguments are the program and, after it, those of unittest.
+"""
+
+from __future__ import annotations
+
+import os
+import re
+import subprocess
+import sys
+import unittest
+
+TREE = os.path.dirname(os.path.dirname(os.path.dirname(os.path.realpath(__file__))))
+MAN_PAGE = f"{TREE}/packaging/man/kelvane-uninstaller.1"
+COMPLETION = f"{TREE}/packaging/bash-completion/kelvane-uninstaller"
+PROGRAM = sys.argv.pop(1)
+
+
+def printed(*command: str, **variables: str) -> str:
+    done = subprocess.run(command, capture_output=True, text=True, check=True,
+                          env={**os.environ, **variables})
+    return done.stdout
+
+
+def help_text() -> str:
+    return printed(PROGRAM, "--help")
+
+
+def options() -> list[str]:
+    return re.findall(r"^  (--[a-z-]+)", help_text(), re.MULTILINE)
+
+
+def page() -> str:
+    return printed("man", "--warnings", "--encoding=ascii", "--local-file", MAN_PAGE,
+                   MANWIDTH="200", LC_ALL="C.UTF-8")
+
+
+def section(title: str) -> str:
+    """A section of the formatted page."""
+    found = re.search(rf"^{title}$(.*?)(?=^[A-Z])", page(), re.MULTILINE | re.DOTALL)
+    assert found is not None
+    return found.group(1)
+
+
+class Documents(unittest.TestCase):
+    def test_help_has_options(self) -> None:
+        self.assertEqual(9, len(options()))
+
+    def test_man_page_has_no_mistake(self) -> None:
+        done = subprocess.run(["man", "--warnings=w", "--encoding=utf8", "--local-file",
+                               "--pager=cat", MAN_PAGE], capture_output=True, text=True,
+                              env={**os.environ, "LC_ALL": "C.UTF-8", "MANWIDTH": "80"})
+        self.assertEqual((0, ""), (done.returncode, done.stderr))
+        self.assertGreater(len(done.stdout), 1000)
+
+    def test_man_page_explains_every_option_in_the_same_order(self) -> None:
+        explained = re.findall(r"^     (--[a-z-]+)", section("DESCRIPTION"), re.MULTILINE)
+        self.assertEqual(options(), explained)
+
+    def test_man_page_shows_how_every_option_is_used(self) -> None:
+        self.assertEqual(set(options()), set(re.findall(r"--[a-z-]+", section("SYNOPSIS"))))
+
+    def test_man_page_explains_every_exit_status_in_the_same_words(self) -> None:
+        pattern = r"^ +(\d)  +(.*?\.)$"
+        said = re.findall(pattern, help_text().partition("Exit status:")[2], re.MULTILINE)
+        self.assertEqual(6, len(said))
+        self.assertEqual(said, re.findall(pattern, section("EXIT STATUS"), re.MULTILINE))
+
+    def test_examples_use_options_that_there_are(self) -> None:
+        used = re.findall(r"--[a-z-]+", section("EXAMPLES"))
+        self.assertEqual(set(), set(used) - set(options()))
+        self.assertTrue(used)
+
+
+class Completion(unittest.TestCase):
+    def complete(self, *words: str) -> list[str]:
+        script = ('source "$1"; shift; compopt() { :; }; COMP_WORDS=("$@"); '
+                  'COMP_CWORD=$(($# - 1)); _kelvane_uninstaller; printf "%s\\n" "${COMPREPLY[@]}"')
+        return printed("bash", "-c", script, "bash", COMPLETION, *words).split()
+
+    def test_offers_every_option(self) -> None:
+        self.assertEqual(options(), self.complete("kelvane-uninstaller", ""))
+
+    def test_offers_what_begins_alike(self) -> None:
+        self.assertEqual(["--remove-shared", "--report"],
+                         self.complete("kelvane-uninstaller", "--list", "--re"))
+
+    def test_offers_files_for_the_report(self) -> None:
+        self.assertIn("/etc/passwd", self.complete("kelvane-uninstaller", "--report", "/etc/passw"))
+
+    def test_is_there_for_the_program(self) -> None:
+        self.assertEqual("complete -F _kelvane_uninstaller kelvane-uninstaller\n",
+                         printed("bash", "-c", 'source "$1"; complete -p kelvane-uninstaller',
+                                 "bash", COMPLETION))
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,152 @@
+#pragma once
+
+#include "platform/FileStreams.h"
+
+#include <algorithm>
+#include <cstring>
+#include <functional>
+#include <limits>
+#include <map>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+/// A file that a test describes: what it holds, and what its medium does.
+struct DescribedFile {
+    static constexpr std::uint64_t unlimited = std::numeric_limits<std::uint64_t>::max();
+
+    std::string content;
+    bool opens = true;
+
+    /// What is read is so many bytes of nothing in particular, and what is written is forgotten.
+    std::optional<std::uint64_t> bottomless;
+
+    /// Where reading fails, and the most that the file holds.
+    std::uint64_t readableBytes = unlimited;
+    std::uint64_t room = unlimited;
+
+    /// The system's number for a seek that fails, 0 lets it succeed; and the first position that
+    /// cannot be sought.
+    int seekError = 0;
+    std::uint64_t seekableBytes = 0;
+
+    /// How many bytes of one read arrive; at most as many as were asked for.
+    std::function<std::size_t(std::uint64_t position, std::size_t size)> arriving;
+
+    /// What the medium makes of what is written at a position.
+    std::function<void(std::uint64_t position, std::string& written)> alter;
+
+    /// Called before each read.
+    std::function<void()> beforeRead;
+};
+
+/// Files in memory that misbehave as a test describes; a file that it does not describe can be
+/// written and not read. Used by one thread.
+class DescribedFileStreams : public platform::FileStreams {
+public:
+    std::map<std::string, DescribedFile> files;
+
+    /// What was opened and closed, in order.
+    std::vector<std::string> events;
+
+    std::unique_ptr<platform::FileStream> openForReading(const std::string& path) override {
+        const auto found = files.find(path);
+        return found != files.end() && found->second.opens ? open(path) : nullptr;
+    }
+
+    std::unique_ptr<platform::FileStream>
+    openForUpdating(const std::string& path, const platform::FileIdentity& spared) override {
+        auto& file = files[path];
+        if (!file.opens || identityOf(file) == spared) {
+            return nullptr;
+        }
+        file.content.clear();
+        return open(path);
+    }
+
+private:
+    static constexpr int inputOutputError = 5;
+
+    static platform::FileIdentity identityOf(const DescribedFile& file) {
+        return {.volume = 1, .number = reinterpret_cast<std::uintptr_t>(&file)};
+    }
+
+    class Stream : public platform::FileStream {
+    public:
+        Stream(DescribedFileStreams& owner, std::string path)
+            : owner_(owner), path_(std::move(path)), file_(owner.files[path_]) {}
+        ~Stream() override { owner_.events.push_back("close " + path_); }
+        Stream(const Stream&) = delete;
+        Stream& operator=(const Stream&) = delete;
+        Stream(Stream&&) = delete;
+        Stream& operator=(Stream&&) = delete;
+
+        std::size_t read(std::span<std::byte> buffer) override {
+            if (file_.beforeRead) {
+                file_.beforeRead();
+            }
+            const auto size = file_.bottomless.value_or(file_.content.size());
+            const auto end = std::min(size, file_.readableBytes);
+            const auto left = position_ < end ? end - position_ : 0;
+            auto count = static_cast<std::size_t>(std::min<std::uint64_t>(buffer.size(), left));
+            if (file_.arriving) {
+                count = std::min(count, file_.arriving(position_, buffer.size()));
+            } else if (count < buffer.size()) {
+                isAtEnd_ = size <= file_.readableBytes;
+                errorIndicator_ = isAtEnd_ ? errorIndicator_ : 1;
+            }
+            if (!file_.bottomless) {
+                std::memcpy(buffer.data(), file_.content.data() + position_, count);
+            }
+            position_ += count;
+            return count;
+        }
+
+        std::size_t write(std::span<const std::byte> bytes) override {
+            const auto left = position_ < file_.room ? file_.room - position_ : 0;
+            const auto count =
+                static_cast<std::size_t>(std::min<std::uint64_t>(bytes.size(), left));
+            errorIndicator_ = count < bytes.size() ? 1 : errorIndicator_;
+            if (!file_.bottomless && count > 0) {
+                std::string written(reinterpret_cast<const char*>(bytes.data()), count);
+                if (file_.alter) {
+                    file_.alter(position_, written);
+                }
+                file_.content.resize(std::max<std::size_t>(file_.content.size(), position_));
+                file_.content.replace(position_, count, written);
+            }
+            position_ += count;
+            return count;
+        }
+
+        bool seek(std::uint64_t position) override {
+            if (file_.seekError != 0 && position >= file_.seekableBytes) {
+                return false;
+            }
+            position_ = position;
+            isAtEnd_ = false;
+            return true;
+        }
+
+        bool isAtEnd() const override { return isAtEnd_; }
+        int errorIndicator() const override { return errorIndicator_; }
+        int systemError() const override {
+            return file_.seekError != 0 ? file_.seekError : inputOutputError;
+        }
+        platform::FileIdentity identity() const override { return identityOf(file_); }
+
+    private:
+        DescribedFileStreams& owner_;
+        std::string path_;
+        DescribedFile& file_;
+        std::uint64_t position_ = 0;
+        bool isAtEnd_ = false;
+        int errorIndicator_ = 0;
+    };
+
+    std::unique_ptr<platform::FileStream> open(const std::string& path) {
+        events.push_back("open " + path);
+        return std::make_unique<Stream>(*this, path);
+    }
+};

@@ -1,0 +1,106 @@
+#include "platform/linux/ProcessLauncher.h"
+#include "platform/linux/PropertyLists.h"
+#include "platform/linux/ToolOverlay.h"
+#include "tests/support/DescribedMachine.h"
+#include "tests/support/TemporaryFolder.h"
+#include "util/files/QFFileManager.h"
+
+#include <sys/stat.h>
+
+namespace {
+
+class MountedVolumes : public DescribedMachine {
+protected:
+    MountedVolumes() { workspace.volumes = {"/", "/Volumes/Data", "/Volumes/Data/Inner", "/home"}; }
+};
+
+/// The real launcher with a disk utility that a test writes.
+class DiskInformation : public DescribedMachine {
+protected:
+    static constexpr const char* tool = "/usr/sbin/diskutil";
+
+    DiskInformation() : overlay_(platform::native::setToolOverlay(folder.path())) {
+        fileSystem.standIns = {tool};
+    }
+    ~DiskInformation() override { platform::native::setToolOverlay(overlay_); }
+
+    void writeTool(const std::string& script) const {
+        ::chmod(folder.write("usr/sbin/diskutil", "#!/bin/sh\n" + script).c_str(), S_IRWXU);
+    }
+
+    TemporaryFolder folder;
+
+private:
+    std::string overlay_;
+    platform::native::ProcessLauncher processes_;
+    platform::native::PropertyLists propertyLists_;
+    platform::ScopedService<platform::ProcessLauncher> processesScope_{processes_};
+    platform::ScopedService<platform::PropertyLists> propertyListsScope_{propertyLists_};
+};
+
+constexpr const char* description = R"(cat << end
+<plist version="1.0"><dict><key>arguments</key><string>$*</string>
+<key>TotalSize</key><integer>12345678901234</integer></dict></plist>
+end
+)";
+
+} // namespace
+
+TEST_F(MountedVolumes, ThePathOfAVolumeAndWhatIsInItAreOnThatVolume) {
+    EXPECT_EQ(QFFileManager::volumeMountPointForPath("/Volumes/Data"), "/Volumes/Data");
+    EXPECT_EQ(QFFileManager::volumeMountPointForPath("/Volumes/Data/x"), "/Volumes/Data");
+    EXPECT_EQ(QFFileManager::volumeMountPointForPath("/home/a"), "/home");
+}
+
+TEST_F(MountedVolumes, ANameThatOnlyBeginsAsAVolumesIsNotOnIt) {
+    EXPECT_EQ(QFFileManager::volumeMountPointForPath("/Volumes/DataX/x"), std::nullopt);
+    EXPECT_EQ(QFFileManager::volumeMountPointForPath("/homestead"), "/");
+}
+
+TEST_F(MountedVolumes, WhatIsOnNoOtherVolumeIsOnTheFirstOne) {
+    EXPECT_EQ(QFFileManager::volumeMountPointForPath("/Users/a"), "/");
+    EXPECT_EQ(QFFileManager::volumeMountPointForPath("/"), "/");
+    EXPECT_EQ(QFFileManager::volumeMountPointForPath(""), "/");
+}
+
+TEST_F(MountedVolumes, AVolumeThatIsNotMountedIsNone) {
+    EXPECT_EQ(QFFileManager::volumeMountPointForPath("/Volumes/Gone/x"), std::nullopt);
+    EXPECT_EQ(QFFileManager::volumeMountPointForPath("/Volumes"), std::nullopt);
+    EXPECT_EQ(QFFileManager::volumeMountPointForPath("/VolumesX"), std::nullopt);
+}
+
+TEST_F(MountedVolumes, TheFirstOfSeveralInTheSystemsOrderCounts) {
+    EXPECT_EQ(QFFileManager::volumeMountPointForPath("/Volumes/Data/Inner/x"), "/Volumes/Data");
+    workspace.volumes = {"/Volumes/Data/Inner", "/Volumes/Data"};
+    EXPECT_EQ(QFFileManager::volumeMountPointForPath("/Volumes/Data/Inner/x"),
+              "/Volumes/Data/Inner");
+}
+
+TEST_F(DiskInformation, IsWhatTheDiskUtilitySays) {
+    writeTool(description);
+    const auto info = QFFileManager::infoForDiskAtMountpoint("/Volumes/My Data");
+    EXPECT_EQ(info["arguments"], platform::Value("info -plist /Volumes/My Data"));
+    EXPECT_EQ(info["TotalSize"], platform::Value(std::int64_t{12'345'678'901'234}));
+    EXPECT_EQ(console.systemLogLines(), Lines{});
+}
+
+TEST_F(DiskInformation, IsNoneWhenNothingIsSaid) {
+    writeTool("exit 0\n");
+    EXPECT_TRUE(QFFileManager::infoForDiskAtMountpoint("/").isNone());
+    EXPECT_EQ(console.systemLogLines(), Lines{});
+}
+
+TEST_F(DiskInformation, IsNoneWithoutTheDiskUtility) {
+    fileSystem.standIns.clear();
+    EXPECT_TRUE(QFFileManager::infoForDiskAtMountpoint("/").isNone());
+    EXPECT_EQ(loggedLines(), (Lines{"Error: /usr/sbin/diskutil is not executable"}));
+}
+
+TEST_F(DiskInformation, ThatIsNoPropertyListIsToldToTheConsole) {
+    writeTool("echo Could not find disk >&2; exit 1\n");
+    EXPECT_TRUE(QFFileManager::infoForDiskAtMountpoint("/nowhere").isNone());
+    EXPECT_EQ(console.systemLogLines(),
+              (Lines{"Error converting diskutil output: The data couldn’t be read because it isn’t "
+                     "a property list."}));
+    EXPECT_EQ(loggedLines(), Lines{});
+}

@@ -1,0 +1,83 @@
+#pragma once
+
+#include "platform/Application.h"
+#include "platform/Clock.h"
+#include "platform/linux/SystemInformation.h"
+#include "tests/support/DescribedMachine.h"
+#include "util/files/QFFileManager.h"
+#include "util/log/QFLog.h"
+
+#include <atomic>
+#include <chrono>
+#include <functional>
+#include <optional>
+#include <vector>
+
+/// A clock that stands still but while somebody pauses, so that no test has to wait.
+class PausingClock : public platform::Clock {
+public:
+    /// Every rest that was taken.
+    std::vector<std::chrono::microseconds> rests;
+    /// What happens in the world during each rest.
+    std::function<void()> meanwhile = [] {};
+
+    platform::Date now() override { return time_; }
+    void sleep(std::chrono::microseconds duration) override {
+        rests.push_back(duration);
+        pass(duration);
+        meanwhile();
+    }
+    void pass(std::chrono::microseconds duration) { time_ = now() + duration; }
+
+private:
+    std::atomic<platform::Date> time_{std::chrono::sys_days(std::chrono::year(2026) / 11 / 16)};
+};
+
+/// An application whose main thread is the test's. No event ever comes.
+class PumpingApplication : public platform::Application {
+public:
+    explicit PumpingApplication(PausingClock& clock) : clock_(clock) {}
+
+    /// The deadline of every event that was waited for.
+    std::vector<std::chrono::milliseconds> deadlines;
+
+    bool isMainThread() override { return true; }
+    void performOnMainThread(std::function<void()> /*work*/, platform::Wait /*wait*/) override {}
+    void handleNextEvent(std::chrono::milliseconds deadline) override {
+        deadlines.push_back(deadline);
+        clock_.pass(deadline);
+        clock_.meanwhile();
+    }
+    void terminate() override {}
+    int addTerminationObserver(std::function<void()> /*observer*/) override { return 0; }
+    void removeTerminationObserver(int /*observer*/) override {}
+    platform::Window* mainWindow() override { return nullptr; }
+
+private:
+    PausingClock& clock_;
+};
+
+/// A described machine whose time passes only in pauses. The test's thread is no main thread,
+/// unless it becomes one.
+class FileManagerTest : public DescribedMachine {
+protected:
+    using Rests = std::vector<std::chrono::microseconds>;
+    using Deadlines = std::vector<std::chrono::milliseconds>;
+
+    /// The log asks for the time on a thread of its own.
+    ~FileManagerTest() override { QFLog::finishWriting(); }
+
+    void becomeMainThread() { applicationScope_.emplace(application); }
+
+    void refuseTheRight() { services.rightsStatus = platform::errAuthorizationCanceled; }
+
+    PausingClock pauses;
+    PumpingApplication application{pauses};
+
+private:
+    platform::native::SystemInformation systemInformation_;
+    platform::ScopedService<platform::SystemInformation> systemInformationScope_{
+        systemInformation_};
+    platform::ScopedService<platform::Clock> pausesScope_{pauses};
+    std::optional<platform::ScopedService<platform::Application>> applicationScope_;
+};

@@ -1,0 +1,226 @@
+#include "tests/support/DescribedMachine.h"
+#include "util/files/QFFileManager.h"
+
+#include <cmath>
+#include <cstring>
+#include <limits>
+
+namespace {
+
+using platform::Date;
+
+/// The moment that shows progress, by the seconds since 1970.
+constexpr Date progressDate{std::chrono::seconds(443'779'200)};
+
+class Finder : public DescribedMachine {
+protected:
+    Finder() {
+        fileSystem.files = {"/file"};
+        fileSystem.tools.insert("/usr/bin/xattr");
+    }
+
+    static std::string roundTrip(const std::string& path) {
+        return QFFileManager::stringWithFSRef(QFFileManager::stringToFSRef(path)).value_or("none");
+    }
+};
+
+} // namespace
+
+// ---- References --------------------------------------------------------------------------------
+
+TEST_F(Finder, AReferenceGivesBackItsPath) {
+    for (const std::size_t length : {1U, 2U, 78U, 79U, 80U, 81U, 82U, 4096U, 100'000U}) {
+        const auto path = "/" + std::string(length - 1, 'a');
+        EXPECT_EQ(roundTrip(path), path) << length;
+    }
+    for (const std::string path : {"/", "a", "/a b/\xFF\xFE\n", "/Volumes/Ünï/clip.mov"}) {
+        EXPECT_EQ(roundTrip(path), path);
+    }
+}
+
+TEST_F(Finder, EqualPathsHaveEqualReferencesAndOthersHaveNot) {
+    const std::string longPath = "/" + std::string(200, 'a');
+    EXPECT_EQ(QFFileManager::stringToFSRef("/a"), QFFileManager::stringToFSRef("/a"));
+    EXPECT_NE(QFFileManager::stringToFSRef("/a"), QFFileManager::stringToFSRef("/b"));
+    EXPECT_EQ(QFFileManager::stringToFSRef(longPath), QFFileManager::stringToFSRef(longPath));
+    EXPECT_NE(QFFileManager::stringToFSRef(longPath), QFFileManager::stringToFSRef(longPath + "b"));
+}
+
+TEST_F(Finder, AReferenceIsEightyBytesThatMayBeCopiedAsSuch) {
+    EXPECT_EQ(sizeof(FSRef), 80U);
+    const std::string path = "/" + std::string(300, 'x');
+    const auto original = QFFileManager::stringToFSRef(path);
+    std::array<std::byte, sizeof(FSRef)> bytes{};
+    std::memcpy(bytes.data(), &original, bytes.size());
+    FSRef copy;
+    std::memcpy(&copy, bytes.data(), bytes.size());
+    EXPECT_EQ(QFFileManager::stringWithFSRef(copy), path);
+}
+
+TEST_F(Finder, WhatIsNoPathGivesAReferenceToNothing) {
+    for (const std::string& path : {std::string(), std::string("/a\0b", 4)}) {
+        EXPECT_EQ(QFFileManager::stringToFSRef(path), FSRef());
+        EXPECT_EQ(roundTrip(path), "none");
+    }
+}
+
+TEST_F(Finder, AReferenceThatNobodyGaveIsNoPath) {
+    FSRef reference;
+    std::memset(reference.hidden.data() + 1, 0xFF, 8);
+    EXPECT_EQ(QFFileManager::stringWithFSRef(reference), std::nullopt);
+}
+
+// ---- The notice --------------------------------------------------------------------------------
+
+TEST_F(Finder, TheNoticeIsGivenToTheDesktop) {
+    const std::string longPath = "/" + std::string(200, 'a');
+    QFFileManager::notifyFileSystemChanged("/file");
+    QFFileManager::notifyFileSystemChanged(longPath);
+    EXPECT_EQ(workspace.changed, (Lines{"/file", longPath}));
+}
+
+TEST_F(Finder, TheNoticesStatusComesBackFromTheFunctionAlone) {
+    const auto reference = QFFileManager::stringToFSRef("/file");
+    EXPECT_EQ(SendFinderSyncEvent(reference), 0);
+    workspace.changedStatus = platform::procNotFound;
+    EXPECT_EQ(SendFinderSyncEvent(reference), -600);
+    QFFileManager::notifyFileSystemChanged("/file");
+    EXPECT_EQ(loggedLines(), Lines{});
+    EXPECT_EQ(console.systemLogLines(), Lines{});
+}
+
+TEST_F(Finder, NothingIsToldOfAReferenceToNothing) {
+    EXPECT_EQ(SendFinderSyncEvent(FSRef()), -43);
+    QFFileManager::notifyFileSystemChanged("");
+    EXPECT_EQ(workspace.changed, Lines{});
+}
+
+// ---- Labels ------------------------------------------------------------------------------------
+
+TEST_F(Finder, EachLabelHasItsColor) {
+    struct Row {
+        int index;
+        double hue;
+        double saturation;
+        double brightness;
+    };
+    const std::vector<Row> rows = {{1, 0.0, 0.0, 0.72},     {2, 0.2056, 0.5, 0.85},
+                                   {3, 0.7917, 0.26, 0.86}, {4, 0.5789, 0.56, 0.98},
+                                   {5, 0.1388, 0.54, 0.95}, {6, 0.0083, 0.54, 1.0},
+                                   {7, 0.0888, 0.52, 0.98}};
+    for (const auto& row : rows) {
+        const auto color = QFFileManager::finderColorForColorIndex(row.index);
+        ASSERT_TRUE(color) << row.index;
+        EXPECT_EQ(color->hue, row.hue) << row.index;
+        EXPECT_EQ(color->saturation, row.saturation) << row.index;
+        EXPECT_EQ(color->brightness, row.brightness) << row.index;
+        EXPECT_EQ(color->alpha, 1.0) << row.index;
+    }
+}
+
+TEST_F(Finder, AnyOtherIndexHasNoColor) {
+    for (const int index :
+         {0, -1, 8, 100, std::numeric_limits<int>::min(), std::numeric_limits<int>::max()}) {
+        EXPECT_EQ(QFFileManager::finderColorForColorIndex(index), std::nullopt) << index;
+    }
+}
+
+TEST_F(Finder, TheIndexOfAPathIsItsLabelsNumber) {
+    workspace.labels = {{"/file", 6}};
+    EXPECT_EQ(QFFileManager::finderColorIndexForPath("/file"), 6);
+    EXPECT_EQ(QFFileManager::finderColorIndexForPath("/missing"), 0);
+}
+
+TEST_F(Finder, TheColorOfAPathIsThatOfItsLabel) {
+    workspace.labels = {{"/file", 6}, {"/plain", 0}};
+    EXPECT_EQ(QFFileManager::finderColorForPath("/file"),
+              QFFileManager::finderColorForColorIndex(6));
+    EXPECT_EQ(QFFileManager::finderColorForPath("/plain"), std::nullopt);
+    EXPECT_EQ(QFFileManager::finderColorForPath("/missing"), std::nullopt);
+}
+
+TEST_F(Finder, SettingTheIndexSetsTheLabel) {
+    workspace.labels = {{"/file", 0}};
+    QFFileManager::setFinderColorIndex(4, "/file");
+    EXPECT_EQ(workspace.labels.at("/file"), 4);
+}
+
+TEST_F(Finder, SettingTheIndexOfNothingOrInVainIsSilent) {
+    QFFileManager::setFinderColorIndex(4, std::nullopt);
+    QFFileManager::setFinderColorIndex(4, "/missing");
+    EXPECT_TRUE(workspace.labels.empty());
+    EXPECT_EQ(loggedLines(), Lines{});
+    EXPECT_EQ(console.systemLogLines(), Lines{});
+}
+
+// ---- Progress ----------------------------------------------------------------------------------
+
+TEST_F(Finder, ProgressIsAnAttributeWithThreeDecimals) {
+    const std::vector<std::pair<float, std::string>> rows = {{0.5F, "0.500"},     {0.25F, "0.250"},
+                                                             {0.0F, "0.000"},     {1.0F, "1.000"},
+                                                             {0.12345F, "0.123"}, {2.5F, "2.500"}};
+    for (const auto& [fraction, text] : rows) {
+        launcher.runs.clear();
+        QFFileManager::setFinderProgress(fraction, "/file");
+        EXPECT_EQ(launcher.runs, (Lines{"/usr/bin/xattr -w com.apple.progress.fractionCompleted " +
+                                            text + " /file",
+                                        "waited"}));
+    }
+}
+
+TEST_F(Finder, ProgressSetsTheFixedCreationDate) {
+    QFFileManager::setFinderProgress(0.5F, "/file");
+    EXPECT_EQ(fileSystem.changes, (Lines{"creation date /file"}));
+    EXPECT_EQ(fileSystem.creationDates.at("/file"), progressDate);
+    EXPECT_EQ(platform::description(progressDate), "1984-01-24 08:00:00 +0000");
+}
+
+TEST_F(Finder, RemovedProgressSetsTheCreationDateToTheModificationDate) {
+    const Date modified{std::chrono::seconds(1'000'000'000)};
+    fileSystem.attributes["/file"] = {.modificationDate = modified};
+    for (const bool byNumber : {false, true}) {
+        launcher.runs.clear();
+        fileSystem.creationDates.clear();
+        if (byNumber) {
+            QFFileManager::setFinderProgress(-0.001F, "/file");
+        } else {
+            QFFileManager::removeFinderProgressForFile("/file");
+        }
+        EXPECT_EQ(
+            launcher.runs,
+            (Lines{"/usr/bin/xattr -d com.apple.progress.fractionCompleted /file", "waited"}));
+        EXPECT_EQ(fileSystem.creationDates.at("/file"), modified);
+    }
+}
+
+TEST_F(Finder, ProgressOfAMissingFileIsSilent) {
+    QFFileManager::setFinderProgress(0.5F, "/missing");
+    QFFileManager::removeFinderProgressForFile("/missing");
+    EXPECT_EQ(loggedLines(), Lines{});
+    EXPECT_EQ(fileSystem.changes, (Lines{"creation date /missing"}));
+}
+
+TEST_F(Finder, ProgressThatIsNoNumberIsNone) {
+    QFFileManager::setFinderProgress(std::nanf(""), "/file");
+    EXPECT_EQ(launcher.runs, Lines{});
+    EXPECT_EQ(fileSystem.changes, Lines{});
+}
+
+// ---- Registration and caching ------------------------------------------------------------------
+
+TEST_F(Finder, AnApplicationIsRegisteredWhenTheDesktopSaysSo) {
+    EXPECT_TRUE(QFFileManager::registerApplicationWithLaunchServices("/Applications/A.app"));
+    workspace.registeredStatus = platform::kLSApplicationNotFoundErr;
+    EXPECT_FALSE(QFFileManager::registerApplicationWithLaunchServices("/Applications/B.app"));
+    EXPECT_EQ(workspace.registered, (Lines{"/Applications/A.app", "/Applications/B.app"}));
+}
+
+TEST_F(Finder, DisablingCachingChangesNothing) {
+    QFFileManager::disableFileSystemCachingForFile("/file");
+    QFFileManager::disableFileSystemCachingForFile("/missing");
+    EXPECT_EQ(fileSystem.changes, Lines{});
+    EXPECT_EQ(launcher.runs, Lines{});
+    EXPECT_EQ(services.calls.size(), 0U);
+    EXPECT_EQ(loggedLines(), Lines{});
+    EXPECT_EQ(console.systemLogLines(), Lines{});
+}

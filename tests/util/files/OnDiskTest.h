@@ -1,0 +1,61 @@
+#pragma once
+
+#include "platform/linux/FileSystem.h"
+#include "tests/support/TemporaryFolder.h"
+#include "tests/util/files/FileManagerTest.h"
+
+#include <map>
+#include <mutex>
+#include <string>
+#include <vector>
+
+/// The disk, which counts what it is asked.
+class WatchedFileSystem : public platform::native::FileSystem {
+public:
+    std::map<std::string, int> looks;
+
+    bool exists(const std::string& path) override {
+        look("exists");
+        return FileSystem::exists(path);
+    }
+    bool isDirectory(const std::string& path) override {
+        look("isDirectory");
+        return FileSystem::isDirectory(path);
+    }
+    std::optional<platform::ItemIdentity> identityOfItem(const std::string& path) override {
+        look("identity");
+        return FileSystem::identityOfItem(path);
+    }
+    std::optional<platform::ItemAttributes> attributesOfItem(const std::string& path) override {
+        look("attributes");
+        return FileSystem::attributesOfItem(path);
+    }
+    std::optional<std::vector<platform::DirectoryEntry>>
+    contentsOfDirectory(const std::string& path) override {
+        look("contents");
+        return FileSystem::contentsOfDirectory(path);
+    }
+    std::optional<std::vector<platform::DirectoryEntry>>
+    contentsOfDirectoryWithSizes(const std::string& path) override {
+        look("sizes");
+        return FileSystem::contentsOfDirectoryWithSizes(path);
+    }
+
+private:
+    void look(const std::string& what) {
+        const std::lock_guard lock(mutex_);
+        ++looks[what];
+    }
+
+    std::mutex mutex_;
+};
+
+/// Real files in a folder of the test's own; the Trash is still a double.
+class OnDiskTest : public FileManagerTest {
+protected:
+    TemporaryFolder folder;
+    WatchedFileSystem onDisk;
+
+private:
+    platform::ScopedService<platform::FileSystem> onDiskScope_{onDisk};
+};

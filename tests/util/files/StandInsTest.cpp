@@ -1,0 +1,120 @@
+// The file manager with this machine's own stand-ins for the system's tools.
+
+#include "platform/linux/FileSystem.h"
+#include "platform/linux/ProcessLauncher.h"
+#include "platform/linux/PropertyLists.h"
+#include "platform/linux/ToolOverlay.h"
+#include "platform/linux/Workspace.h"
+#include "tests/support/DescribedMachine.h"
+#include "tests/support/TemporaryFolder.h"
+#include "util/files/QFFileManager.h"
+#include "util/task/QFTaskEx.h"
+
+#include <sys/xattr.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstring>
+
+namespace {
+
+constexpr const char* attribute = "user.com.apple.progress.fractionCompleted";
+
+class StandIns : public DescribedMachine {
+protected:
+    StandIns() : overlay_(platform::native::setToolOverlay(QF_TOOLS)) {}
+    ~StandIns() override { platform::native::setToolOverlay(overlay_); }
+
+    std::string progress() const {
+        std::array<char, 64> value{};
+        const auto size = ::getxattr(file.c_str(), attribute, value.data(), value.size());
+        return size < 0 ? "none" : std::string(value.data(), static_cast<std::size_t>(size));
+    }
+
+    TemporaryFolder folder;
+    std::string file = folder.write("file", "content");
+
+private:
+    std::string overlay_;
+    platform::native::FileSystem onDisk_;
+    platform::native::ProcessLauncher processes_;
+    platform::native::PropertyLists propertyLists_;
+    platform::native::Workspace desktop_{account, searchPaths, propertyLists_};
+    platform::ScopedService<platform::FileSystem> onDiskScope_{onDisk_};
+    platform::ScopedService<platform::ProcessLauncher> processesScope_{processes_};
+    platform::ScopedService<platform::PropertyLists> propertyListsScope_{propertyLists_};
+    platform::ScopedService<platform::Workspace> desktopScope_{desktop_};
+};
+
+} // namespace
+
+TEST_F(StandIns, AreExecutableAtTheToolsPaths) {
+    auto& files = platform::service<platform::FileSystem>();
+    for (const char* tool :
+         {"/usr/bin/ditto", "/usr/bin/xattr", "/usr/sbin/diskutil", "/usr/sbin/chown"}) {
+        EXPECT_TRUE(files.isExecutable(tool)) << tool;
+    }
+}
+
+TEST_F(StandIns, SetAndRemoveProgress) {
+    if (::setxattr(file.c_str(), "user.test", "", 0, 0) != 0) {
+        GTEST_SKIP() << "no extended attributes in " << folder.path() << ": "
+                     << std::strerror(errno);
+    }
+    QFFileManager::setFinderProgress(0.5F, file);
+    EXPECT_EQ(progress(), "0.500");
+    QFFileManager::setFinderProgress(0.25F, file);
+    EXPECT_EQ(progress(), "0.250");
+    QFFileManager::removeFinderProgressForFile(file);
+    EXPECT_EQ(progress(), "none");
+    QFFileManager::removeFinderProgressForFile(file);
+    EXPECT_EQ(loggedLines(), Lines{});
+}
+
+TEST_F(StandIns, LabelFiles) {
+    if (::setxattr(file.c_str(), "user.test", "", 0, 0) != 0) {
+        GTEST_SKIP() << "no extended attributes in " << folder.path() << ": "
+                     << std::strerror(errno);
+    }
+    EXPECT_EQ(QFFileManager::finderColorForPath(file), std::nullopt);
+    QFFileManager::setFinderColorIndex(6, file);
+    EXPECT_EQ(QFFileManager::finderColorIndexForPath(file), 6);
+    EXPECT_EQ(QFFileManager::finderColorForPath(file),
+              (CalibratedColor{.hue = 0.0083, .saturation = 0.54, .brightness = 1.0}));
+    QFFileManager::setFinderColorIndex(0, file);
+    EXPECT_EQ(QFFileManager::finderColorIndexForPath(file), 0);
+}
+
+TEST_F(StandIns, DescribeTheVolumeOfAFile) {
+    const auto mountPoint = QFFileManager::volumeMountPointForPath(file);
+    ASSERT_TRUE(mountPoint);
+    const auto info = QFFileManager::infoForDiskAtMountpoint(*mountPoint);
+    if (info.isNone()) {
+        GTEST_SKIP() << *mountPoint << " is no local volume on this machine";
+    }
+    EXPECT_EQ(info["MountPoint"], platform::Value(*mountPoint));
+    EXPECT_GT(*info["TotalSize"].as<std::int64_t>(), 0);
+}
+
+TEST_F(StandIns, HaveNoDescriptionOfAFolder) {
+    EXPECT_TRUE(QFFileManager::infoForDiskAtMountpoint(folder.path()).isNone());
+    EXPECT_EQ(console.systemLogLines(),
+              (Lines{"Error converting diskutil output: The data couldn’t be read because it isn’t "
+                     "a property list."}));
+}
+
+TEST_F(StandIns, PackAndUnpack) {
+    folder.write("src/file", "content");
+    EXPECT_TRUE(QFTaskEx::runTask("/usr/bin/ditto",
+                                  {"-ck", "--keepParent", folder / "src", folder / "a.zip"}));
+    EXPECT_TRUE(QFTaskEx::runTask("/usr/bin/ditto", {"-xk", folder / "a.zip", folder / "out"}));
+    EXPECT_EQ(contentOf(folder / "out/src/file"), "content");
+}
+
+TEST_F(StandIns, ChangeOwners) {
+    EXPECT_EQ(QFTaskEx::terminationCodeFromTask(
+                  "/usr/sbin/chown",
+                  {std::to_string(::getuid()) + ":" + std::to_string(::getgid()), file}),
+              0);
+}

@@ -1,0 +1,233 @@
+#include "platform/linux/Digests.h"
+#include "platform/linux/FileStreams.h"
+#include "platform/linux/FileSystem.h"
+#include "tests/support/DescribedMachine.h"
+#include "tests/support/TemporaryFolder.h"
+#include "tests/util/files/CopyObserver.h"
+#include "util/files/QFFileManager.h"
+
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <thread>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+/// Real files whose dates are only remembered: a copy to a device must not change the device's.
+class UndatedFileSystem : public platform::native::FileSystem {
+public:
+    struct Change {
+        std::string path;
+        platform::Date date;
+        bool operator==(const Change&) const = default;
+    };
+    std::vector<Change> created;
+    std::vector<Change> modified;
+
+    std::optional<platform::Error> setModificationDate(const std::string& path,
+                                                       platform::Date date) override {
+        modified.push_back({path, date});
+        return std::nullopt;
+    }
+    std::optional<platform::Error> setCreationDate(const std::string& path,
+                                                   platform::Date date) override {
+        created.push_back({path, date});
+        return std::nullopt;
+    }
+};
+
+class VerifiedCopyOnDisk : public DescribedMachine {
+protected:
+    static constexpr auto verified = VerificationType::sha256;
+
+    TemporaryFolder folder;
+    UndatedFileSystem onDisk;
+
+    static bool copy(const std::string& source, const std::vector<std::string>& destinations,
+                     VerificationType type = verified,
+                     const std::shared_ptr<FileCopyDelegate>& delegate = nullptr) {
+        return QFFileManager::copyFileWithProgress(source, destinations, type, delegate, {}, {});
+    }
+
+    static std::string cannotOpen(const std::string& path) {
+        return "Error: Unable to open destination file " + path + ". Aborting copy process...";
+    }
+
+private:
+    platform::native::FileStreams streams_;
+    platform::native::Digests digests_;
+    platform::ScopedService<platform::FileSystem> onDiskScope_{onDisk};
+    platform::ScopedService<platform::FileStreams> streamsScope_{streams_};
+    platform::ScopedService<platform::Digests> digestsScope_{digests_};
+};
+
+std::string text(std::size_t size) {
+    std::string result(size, '\0');
+    for (std::size_t index = 0; index < size; ++index) {
+        result[index] = static_cast<char>(index * 7 + index / 253);
+    }
+    return result;
+}
+
+bool isDevice(const char* path) {
+    return fs::is_character_file(path);
+}
+
+} // namespace
+
+TEST_F(VerifiedCopyOnDisk, ThreeHundredDestinationsGetTheContentAndTheDates) {
+    const auto content = text(100'000);
+    const auto source = folder.write("source", content);
+    std::vector<std::string> destinations(300);
+    std::ranges::generate(destinations, [this, number = 0]() mutable {
+        return folder / ("new/" + std::to_string(number++));
+    });
+    CopyObserver observer;
+    EXPECT_TRUE(copy(source, destinations, verified, observer.delegate()));
+    for (const auto& destination : destinations) {
+        EXPECT_TRUE(contentOf(destination) == content);
+    }
+    EXPECT_EQ(observer.record().failures.size(), 0U);
+    const auto attributes = onDisk.attributesOfItem(source);
+    if (attributes->creationDate) {
+        EXPECT_EQ(onDisk.created.size(), 300U);
+        EXPECT_EQ(onDisk.created.front(),
+                  (UndatedFileSystem::Change{destinations.front(), *attributes->creationDate}));
+        EXPECT_EQ(onDisk.modified.back(),
+                  (UndatedFileSystem::Change{destinations.back(), attributes->modificationDate}));
+    } else {
+        EXPECT_EQ(onDisk.created.size() + onDisk.modified.size(), 0U);
+    }
+    EXPECT_EQ(console.systemLogLines(), Lines{});
+}
+
+TEST_F(VerifiedCopyOnDisk, WhatStoodAtADestinationIsOverwritten) {
+    const auto source = folder.write("source", "short");
+    const auto longer = folder.write("longer", text(200'000));
+    fs::create_symlink(folder / "target", folder / "link");
+    EXPECT_TRUE(copy(source, {longer, folder / "link"}));
+    EXPECT_EQ(contentOf(longer), "short");
+    EXPECT_TRUE(fs::is_symlink(folder / "link"));
+    EXPECT_EQ(contentOf(folder / "target"), "short");
+}
+
+TEST_F(VerifiedCopyOnDisk, TheSameFileTwiceUnderTwoNamesIsWhole) {
+    const auto content = text(200'000);
+    const auto source = folder.write("source", content);
+    fs::create_hard_link(folder.write("copy", "former"), folder / "other name");
+    for (const auto type : {VerificationType::none, verified}) {
+        CopyObserver observer;
+        EXPECT_TRUE(copy(source, {folder / "copy", folder / "copy", folder / "other name"}, type,
+                         observer.delegate()));
+        EXPECT_TRUE(contentOf(folder / "copy") == content);
+        EXPECT_EQ(observer.record().failures.size(), 0U);
+    }
+}
+
+TEST_F(VerifiedCopyOnDisk, TheSourceIsNeverDestroyed) {
+    const auto source = folder.write("source", "precious");
+    fs::create_hard_link(source, folder / "hard");
+    fs::create_symlink(source, folder / "link");
+    fs::create_directory_symlink(folder.path(), folder / "folder");
+    Lines expected;
+    for (const auto* name : {"source", "hard", "link", "folder/source"}) {
+        for (const auto& from : {source, folder / "link"}) {
+            EXPECT_FALSE(copy(from, {folder / "first", folder / name}));
+            EXPECT_EQ(contentOf(source), "precious");
+            EXPECT_EQ(contentOf(folder / "first"), "");
+            expected.push_back(cannotOpen(folder / name));
+        }
+    }
+    EXPECT_EQ(console.systemLogLines(), expected);
+}
+
+TEST_F(VerifiedCopyOnDisk, AFolderIsNoDestination) {
+    const auto source = folder.write("source", "content");
+    folder.makeFolder("folder");
+    EXPECT_FALSE(copy(source, {folder / "folder"}));
+    EXPECT_EQ(console.systemLogLines(), Lines{cannotOpen(folder / "folder")});
+}
+
+TEST_F(VerifiedCopyOnDisk, AFolderCannotBeCopied) {
+    folder.makeFolder("folder");
+    EXPECT_FALSE(copy(folder / "folder", {folder / "copy"}));
+    EXPECT_EQ(loggedLines(), Lines{"Error reading file " + (folder / "folder") + " - aborting..."});
+    EXPECT_EQ(contentOf(folder / "copy"), "");
+}
+
+TEST_F(VerifiedCopyOnDisk, APipeIsCopiedToItsEnd) {
+    const auto pipe = folder / "pipe";
+    const auto content = text(150'000);
+    ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+    const std::jthread writer([&] { std::ofstream(pipe) << content; });
+    CopyObserver observer;
+    EXPECT_TRUE(copy(pipe, {folder / "copy"}, verified, observer.delegate()));
+    EXPECT_TRUE(contentOf(folder / "copy") == content);
+    EXPECT_EQ(observer.record().failures.size(), 0U);
+}
+
+TEST_F(VerifiedCopyOnDisk, ALinkIsCopiedAsWhatItLeadsTo) {
+    const auto source = folder.write("file", "");
+    fs::create_symlink("file", folder / "link");
+    EXPECT_TRUE(copy(folder / "link", {folder / "copy"}));
+    EXPECT_FALSE(fs::is_symlink(folder / "copy"));
+    EXPECT_EQ(console.systemLogLines(), Lines{});
+    EXPECT_EQ(onDisk.modified.size(), onDisk.created.size());
+    for (const auto& change : onDisk.modified) {
+        EXPECT_EQ(change.date, onDisk.attributesOfItem(source)->modificationDate);
+    }
+}
+
+TEST_F(VerifiedCopyOnDisk, ABrokenLinkIsAMissingSource) {
+    fs::create_symlink(folder / "nowhere", folder / "link");
+    EXPECT_FALSE(copy(folder / "link", {folder / "copy"}));
+    EXPECT_EQ(console.systemLogLines(), Lines{"Error: File " + (folder / "link") +
+                                              " doesn't exist. Aborting copy process..."});
+}
+
+TEST_F(VerifiedCopyOnDisk, AnEndlessDeviceIsCopiedUntilTheDelegateSaysNo) {
+    if (!isDevice("/dev/zero") || !isDevice("/dev/null")) {
+        GTEST_SKIP() << "this machine has no /dev/zero and /dev/null";
+    }
+    CopyObserver observer(false);
+    EXPECT_FALSE(copy("/dev/zero", {"/dev/null"}, VerificationType::none, observer.delegate()));
+    EXPECT_GE(observer.record().questions, 1);
+    EXPECT_EQ(console.systemLogLines(), Lines{});
+}
+
+TEST_F(VerifiedCopyOnDisk, ADeviceWithoutRoomFailsItsVerification) {
+    if (!isDevice("/dev/full")) {
+        GTEST_SKIP() << "this machine has no /dev/full";
+    }
+    const auto content = text(1000);
+    const auto source = folder.write("source", content);
+    CopyObserver observer;
+    EXPECT_TRUE(copy(source, {"/dev/full", folder / "copy"}, verified, observer.delegate()));
+    EXPECT_EQ(console.systemLogLines(), Lines{"Error writing file /dev/full: 1"});
+    const auto record = observer.record();
+    ASSERT_EQ(record.failures.size(), 1U);
+    EXPECT_EQ(record.failures[0].file, "/dev/full");
+    EXPECT_TRUE(contentOf(folder / "copy") == content);
+}
+
+TEST_F(VerifiedCopyOnDisk, APipeAsDestinationCannotSeekAndIsReadBackAllTheSame) {
+    const auto source = folder.write("source", "content");
+    const auto pipe = folder / "pipe";
+    ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+    CopyObserver observer;
+    EXPECT_TRUE(copy(source, {pipe}, verified, observer.delegate()));
+    EXPECT_EQ(console.systemLogLines(),
+              (Lines{"Error: unable to seek within file " + pipe, "cur pos: 0", "read size: 7",
+                     "errno: " + std::to_string(ESPIPE), "err: 0"}));
+    EXPECT_EQ(observer.record().failures.size(), 0U);
+}
+
+TEST_F(VerifiedCopyOnDisk, NamesMayHoldAnyBytes) {
+    const auto source = folder.write("s\xFF\n%@", "content");
+    EXPECT_TRUE(copy(source, {folder / "c\xFE\t%n"}));
+    EXPECT_EQ(contentOf(folder / "c\xFE\t%n"), "content");
+}

@@ -1,0 +1,663 @@
+#include "tests/util/files/VerifiedCopyTest.h"
+
+#include "tests/util/files/NoMemory.h"
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <latch>
+#include <stdexcept>
+
+namespace {
+
+using platform::Value;
+
+constexpr std::array digestTypes{VerificationType::md5, VerificationType::sha1,
+                                 VerificationType::sha256, VerificationType::sha512};
+constexpr auto otherType = VerificationType{7};
+
+constexpr std::uint64_t twentyMebibytes = 20'971'520;
+
+std::string text(std::size_t size) {
+    std::string result(size, '\0');
+    for (std::size_t index = 0; index < size; ++index) {
+        result[index] = static_cast<char>(index * 31 + index / 251);
+    }
+    return result;
+}
+
+/// A medium that changes one byte.
+std::function<void(std::uint64_t, std::string&)> changing(std::uint64_t byte) {
+    return [byte](std::uint64_t position, std::string& written) {
+        if (byte >= position && byte - position < written.size()) {
+            written[byte - position] ^= 1;
+        }
+    };
+}
+
+std::vector<std::uint64_t> sorted(const std::vector<CopyObserver::Bytes>& calls) {
+    std::vector<std::uint64_t> counts(calls.size());
+    std::ranges::transform(calls, counts.begin(), &CopyObserver::Bytes::count);
+    std::ranges::sort(counts);
+    return counts;
+}
+
+} // namespace
+
+// What arrives.
+
+TEST_F(VerifiedCopyTest, EveryDestinationGetsTheContentAtEveryType) {
+    for (const auto type : {VerificationType::none, VerificationType::md5, VerificationType::sha1,
+                            VerificationType::sha256, VerificationType::sha512, otherType}) {
+        for (const std::size_t size : {0U, 1U, 65535U, 65536U, 65537U, 131072U, 200000U}) {
+            const auto content = text(size);
+            makeSource(content);
+            EXPECT_TRUE(copy({"/to/a", "/to/b", "/to/c"}, type));
+            for (const auto* path : {"/to/a", "/to/b", "/to/c"}) {
+                EXPECT_TRUE(contentOf(path) == content) << size << " bytes at " << path;
+            }
+        }
+    }
+    EXPECT_EQ(console.systemLogLines(), Lines{});
+    EXPECT_EQ(loggedLines(), Lines{});
+}
+
+TEST_F(VerifiedCopyTest, AnEmptySourceGivesEmptyFilesAndOneCall) {
+    makeSource("");
+    CopyObserver observer;
+    EXPECT_TRUE(copy({"/to/a", "/to/b"}, VerificationType::none, observer.delegate()));
+    const auto record = observer.record();
+    EXPECT_EQ(contentOf("/to/a"), "");
+    EXPECT_EQ(contentOf("/to/b"), "");
+    EXPECT_EQ(record.bytesWritten, (std::vector<CopyObserver::Bytes>{{0, true}}));
+    EXPECT_EQ(record.questions, 0);
+    EXPECT_EQ(record.finished.size(), 1U);
+}
+
+TEST_F(VerifiedCopyTest, TheSameDestinationTwiceIsWrittenTwice) {
+    const auto content = text(150'000);
+    makeSource(content);
+    CopyObserver observer;
+    EXPECT_TRUE(copy({"/to/a", "/to/a"}, VerificationType::sha1, observer.delegate()));
+    EXPECT_TRUE(contentOf("/to/a") == content);
+    EXPECT_EQ(observer.record().failures.size(), 0U);
+}
+
+TEST_F(VerifiedCopyTest, ThreeHundredDestinations) {
+    const auto content = text(70'000);
+    makeSource(content);
+    std::vector<std::string> destinations(300);
+    std::ranges::generate(destinations,
+                          [number = 0]() mutable { return "/to/" + std::to_string(number++); });
+    streams.files["/to/299"].alter = changing(69'999);
+    CopyObserver observer;
+    EXPECT_TRUE(copy(destinations, VerificationType::md5, observer.delegate()));
+    const auto record = observer.record();
+    ASSERT_EQ(record.failures.size(), 1U);
+    EXPECT_EQ(record.failures[0].file, "/to/299");
+    EXPECT_EQ(record.finished[0].at("destChecksums").as<Value::Array>()->size(), 300U);
+    EXPECT_TRUE(contentOf("/to/0") == content);
+}
+
+TEST_F(VerifiedCopyTest, AStepIsDoneOnEveryDestinationInOrder) {
+    makeSource("x");
+    EXPECT_TRUE(copy({"/to/b", "/to/a"}));
+    EXPECT_EQ(streams.events, (Lines{"open /from/source", "open /to/b", "open /to/a",
+                                     "close /from/source", "close /to/b", "close /to/a"}));
+}
+
+// The forms for one destination.
+
+TEST_F(VerifiedCopyTest, TheFormsForOneDestinationCopyWithoutVerification) {
+    makeSource("content");
+    streams.files["/to/a"].seekError = 29;
+    CopyObserver observer;
+    EXPECT_TRUE(QFFileManager::copyFileWithProgress(source, "/to/a", observer.delegate(), "first"));
+    EXPECT_TRUE(
+        QFFileManager::copyFileWithProgress(source, "/to/a", observer.delegate(), "first", 2));
+    const auto record = observer.record();
+    ASSERT_EQ(record.finished.size(), 2U);
+    EXPECT_EQ(record.finished[0], (Value::Dictionary{{"source", source},
+                                                     {"destinations", Value::Array{"/to/a"}},
+                                                     {"operationtype", "copy"},
+                                                     {"object", "first"}}));
+    EXPECT_EQ(record.finished[1].at("object2"), Value(2));
+    EXPECT_EQ(console.systemLogLines(), Lines{});
+}
+
+// Before anything is copied.
+
+TEST_F(VerifiedCopyTest, AMissingSource) {
+    EXPECT_FALSE(copy({"/new/a"}));
+    EXPECT_EQ(console.systemLogLines(),
+              Lines{"Error: File /from/source doesn't exist. Aborting copy process..."});
+    EXPECT_EQ(fileSystem.changes, Lines{});
+    EXPECT_EQ(streams.events, Lines{});
+}
+
+TEST_F(VerifiedCopyTest, NoDestination) {
+    makeSource("content");
+    EXPECT_FALSE(copy({}));
+    EXPECT_EQ(console.systemLogLines(),
+              Lines{"Error: You must have at least one destination. Aborting copy process..."});
+    EXPECT_EQ(streams.events, Lines{});
+}
+
+TEST_F(VerifiedCopyTest, MissingFoldersAreMade) {
+    makeSource("content");
+    EXPECT_TRUE(copy({"/to/a", "/new/deep/b", "/new/deep/c"}));
+    EXPECT_TRUE(fileSystem.folders.contains("/new/deep"));
+    EXPECT_EQ(std::ranges::count(fileSystem.changes, "create /new/deep"), 1);
+    EXPECT_EQ(std::ranges::count(fileSystem.changes, "create /to"), 0);
+}
+
+TEST_F(VerifiedCopyTest, AFolderThatCannotBeMadeFailsBeforeTheSourceIsOpened) {
+    makeSource("content");
+    fileSystem.createErrors["/bad"] = {.localizedDescription = "It may not be."};
+    EXPECT_FALSE(copy({"/first/a", "/bad/b", "/last/c"}));
+    EXPECT_EQ(console.systemLogLines(),
+              Lines{"Unable to copy file /from/source - destination directory /bad doesn't exist. "
+                    "Aborting copy process..."});
+    EXPECT_TRUE(fileSystem.folders.contains("/first"));
+    EXPECT_FALSE(fileSystem.folders.contains("/last"));
+    EXPECT_EQ(streams.events, Lines{});
+}
+
+TEST_F(VerifiedCopyTest, ASourceThatCannotBeOpened) {
+    makeSource("content");
+    streams.files[source].opens = false;
+    EXPECT_FALSE(copy({"/to/a"}));
+    EXPECT_EQ(console.systemLogLines(),
+              Lines{"Error: Unable to read source file /from/source. Aborting copy process..."});
+    EXPECT_FALSE(streams.files.contains("/to/a"));
+}
+
+TEST_F(VerifiedCopyTest, ADestinationThatCannotBeOpened) {
+    makeSource("content");
+    streams.files["/to/a"].content = "former";
+    streams.files["/to/b"].opens = false;
+    CopyObserver observer;
+    EXPECT_FALSE(copy({"/to/a", "/to/b", "/to/c"}, VerificationType::md5, observer.delegate()));
+    EXPECT_EQ(console.systemLogLines(),
+              Lines{"Error: Unable to open destination file /to/b. Aborting copy process..."});
+    EXPECT_EQ(contentOf("/to/a"), "");
+    EXPECT_FALSE(streams.files.contains("/to/c"));
+    EXPECT_EQ(observer.record().bytesWritten.size(), 0U);
+}
+
+TEST_F(VerifiedCopyTest, TheSourceIsNoDestination) {
+    makeSource("content");
+    EXPECT_FALSE(copy({"/to/a", source}));
+    EXPECT_EQ(
+        console.systemLogLines(),
+        Lines{"Error: Unable to open destination file /from/source. Aborting copy process..."});
+    EXPECT_EQ(contentOf(source), "content");
+}
+
+TEST_F(VerifiedCopyTest, WithoutMemoryForEitherBuffer) {
+    makeSource("content");
+    for (const int spared : {0, 1}) {
+        {
+            const NoMemory none(spared);
+            EXPECT_FALSE(copy({"/to/a"}, VerificationType::md5));
+        }
+        EXPECT_EQ(loggedLines(), Lines{"Error copying file /from/source - out of memory"});
+        EXPECT_EQ(contentOf("/to/a"), "");
+    }
+    EXPECT_EQ(console.printed(), "Error copying file /from/source - out of memory\n"
+                                 "Error copying file /from/source - out of memory\n");
+    EXPECT_EQ(console.systemLogLines(), Lines{});
+}
+
+// While it is copied.
+
+TEST_F(VerifiedCopyTest, AReadErrorLeavesPartialCopies) {
+    const auto content = text(200'000);
+    describe({.content = content, .readableBytes = 2 * chunk}, content.size());
+    CopyObserver observer;
+    EXPECT_FALSE(copy({"/to/a", "/to/b"}, VerificationType::sha256, observer.delegate()));
+    EXPECT_EQ(loggedLines(), Lines{"Error reading file /from/source - aborting..."});
+    EXPECT_EQ(console.printed(), "Error reading file /from/source - aborting...\n");
+    EXPECT_EQ(console.systemLogLines(), Lines{});
+    EXPECT_TRUE(contentOf("/to/a") == content.substr(0, 2 * chunk));
+    EXPECT_TRUE(contentOf("/to/b") == content.substr(0, 2 * chunk));
+    const auto record = observer.record();
+    EXPECT_EQ(record.bytesWritten.size() + record.finished.size(), 0U);
+}
+
+TEST_F(VerifiedCopyTest, AFullDestinationDoesNotStopTheOthers) {
+    const auto content = text(150'000);
+    makeSource(content);
+    streams.files["/to/full"].room = 70'000;
+    EXPECT_TRUE(copy({"/to/full", "/to/b"}));
+    EXPECT_EQ(console.systemLogLines(),
+              (Lines{"Error writing file /to/full: 1", "Error writing file /to/full: 1"}));
+    EXPECT_TRUE(contentOf("/to/full") == content.substr(0, 70'000));
+    EXPECT_TRUE(contentOf("/to/b") == content);
+}
+
+TEST_F(VerifiedCopyTest, AFullDestinationFailsItsVerification) {
+    const auto content = text(150'000);
+    for (const auto type : digestTypes) {
+        for (const std::vector<std::string>& destinations :
+             {std::vector<std::string>{"/to/full"}, {"/to/b", "/to/full"}, {"/to/full", "/to/b"}}) {
+            makeSource(content);
+            streams.files["/to/full"].room = 70'000;
+            CopyObserver observer;
+            EXPECT_TRUE(copy(destinations, type, observer.delegate()));
+            const auto record = observer.record();
+            ASSERT_EQ(record.failures.size(), 1U);
+            EXPECT_EQ(record.failures[0].file, "/to/full");
+        }
+    }
+}
+
+TEST_F(VerifiedCopyTest, AShortReadBackHashesWhatTheBufferHeldBefore) {
+    const auto content = text(2 * chunk);
+    for (const auto type : digestTypes) {
+        makeSource(content);
+        streams.files["/to/a"].arriving = [](std::uint64_t position, std::size_t size) {
+            return position == chunk ? 1000 : size;
+        };
+        CopyObserver observer;
+        EXPECT_TRUE(copy({"/to/a"}, type, observer.delegate()));
+        const auto hashed = content.substr(0, chunk) + content.substr(chunk, 1000) +
+                            content.substr(1000, chunk - 1000);
+        const auto record = observer.record();
+        ASSERT_EQ(record.failures.size(), 1U);
+        EXPECT_EQ(record.failures[0].settings.at("destChecksum"), Value(*digestOf(type, hashed)));
+        EXPECT_TRUE(contentOf("/to/a") == content);
+    }
+}
+
+TEST_F(VerifiedCopyTest, WhatCouldNotBeReadBackNeverPassesForVerified) {
+    const std::string zeros(3 * chunk, '\0');
+    for (const std::vector<std::string>& destinations :
+         {std::vector<std::string>{"/to/bad"}, {"/to/good", "/to/bad"}}) {
+        makeSource(zeros);
+        streams.files["/to/bad"].arriving = [](std::uint64_t position, std::size_t size) {
+            return position == chunk ? size - 1 : size;
+        };
+        CopyObserver observer;
+        EXPECT_TRUE(copy(destinations, VerificationType::sha256, observer.delegate()));
+        const auto record = observer.record();
+        ASSERT_EQ(record.failures.size(), 1U);
+        EXPECT_EQ(record.failures[0].file, "/to/bad");
+    }
+}
+
+TEST_F(VerifiedCopyTest, ADestinationThatCannotSeekGetsFiveLinesAChunkAndIsReadAllTheSame) {
+    makeSource(text(chunk + 100));
+    streams.files["/to/a"].seekError = 29;
+    CopyObserver observer;
+    EXPECT_TRUE(copy({"/to/a"}, VerificationType::md5, observer.delegate()));
+    EXPECT_EQ(console.systemLogLines(),
+              (Lines{"Error: unable to seek within file /to/a", "cur pos: 0", "read size: 65536",
+                     "errno: 29", "err: 0", "Error: unable to seek within file /to/a",
+                     "cur pos: 65536", "read size: 100", "errno: 29", "err: 0"}));
+    EXPECT_EQ(observer.record().failures.size(), 1U);
+    EXPECT_TRUE(contentOf("/to/a") == contentOf(source));
+}
+
+TEST_F(VerifiedCopyTest, APositionBeyondFourGibibytesIsToldInFull) {
+    constexpr std::uint64_t size = 5'368'709'120;
+    makeBottomlessSource(size, {"/to/a"});
+    streams.files["/to/a"].seekError = 29;
+    streams.files["/to/a"].seekableBytes = size - chunk;
+    CopyObserver observer;
+    EXPECT_TRUE(copy({"/to/a"}, otherType, observer.delegate()));
+    EXPECT_EQ(console.systemLogLines(),
+              (Lines{"Error: unable to seek within file /to/a", "cur pos: 5368643584",
+                     "read size: 65536", "errno: 29", "err: 0"}));
+    EXPECT_EQ(sorted(observer.record().bytesWritten).back(), size);
+}
+
+TEST_F(VerifiedCopyTest, WithoutVerificationNothingIsReadBack) {
+    makeSource(text(200'000));
+    streams.files["/to/a"].seekError = 29;
+    streams.files["/to/a"].beforeRead = [] { FAIL() << "the destination was read"; };
+    EXPECT_TRUE(copy({"/to/a"}));
+    EXPECT_EQ(console.systemLogLines(), Lines{});
+}
+
+TEST_F(VerifiedCopyTest, WithAnotherTypeEveryChunkIsReadBack) {
+    makeSource(text(3 * chunk));
+    int reads = 0;
+    streams.files["/to/a"].beforeRead = [&reads] { ++reads; };
+    EXPECT_TRUE(copy({"/to/a"}, otherType));
+    EXPECT_EQ(reads, 3);
+}
+
+TEST_F(VerifiedCopyTest, TheSourceIsReadOnceHoweverManyDestinationsThereAre) {
+    for (const std::vector<std::string>& destinations :
+         {std::vector<std::string>{"/to/a"}, {"/to/a", "/to/b", "/to/c"}}) {
+        int reads = 0;
+        describe({.content = text(3 * chunk - 1), .beforeRead = [&reads] { ++reads; }},
+                 3 * chunk - 1);
+        EXPECT_TRUE(copy(destinations, VerificationType::sha256));
+        EXPECT_EQ(reads, 3);
+    }
+}
+
+TEST_F(VerifiedCopyTest, ASourceThatShrinksFails) {
+    describe({.content = text(70'000)}, 70'001);
+    CopyObserver observer;
+    EXPECT_FALSE(copy({"/to/a"}, VerificationType::md5, observer.delegate()));
+    EXPECT_EQ(console.systemLogLines(),
+              Lines{"Error: copied file size does not match original source /from/source"});
+    EXPECT_EQ(contentOf("/to/a").size(), 70'000U);
+    const auto record = observer.record();
+    EXPECT_EQ(record.bytesWritten.size() + record.finished.size(), 0U);
+    EXPECT_EQ(std::ranges::count(fileSystem.changes, "created /to/a 3600"), 0);
+}
+
+TEST_F(VerifiedCopyTest, ASourceThatGrowsPasses) {
+    describe({.content = text(70'001)}, 70'000);
+    CopyObserver observer;
+    EXPECT_TRUE(copy({"/to/a"}, VerificationType::none, observer.delegate()));
+    EXPECT_EQ(contentOf("/to/a").size(), 70'001U);
+    EXPECT_EQ(observer.record().bytesWritten, (std::vector<CopyObserver::Bytes>{{70'001, true}}));
+}
+
+TEST_F(VerifiedCopyTest, ASourceThatVanishesOnceItIsOpenIsCopiedWithoutDates) {
+    makeSource("content");
+    fileSystem.attributes.clear();
+    EXPECT_TRUE(copy({"/to/a"}));
+    EXPECT_EQ(contentOf("/to/a"), "content");
+    EXPECT_EQ(fileSystem.changes, Lines{});
+    EXPECT_EQ(console.systemLogLines(), Lines{});
+}
+
+TEST_F(VerifiedCopyTest, TheSizeOfALinkedSourceIsThatOfTheFileItLeadsTo) {
+    describe({.content = "content"}, 1000);
+    fileSystem.links = {{source, "../other/link"}, {"/from/../other/link", "/real"}};
+    fileSystem.attributes["/real"] = {.size = 8};
+    EXPECT_FALSE(copy({"/to/a"}));
+    fileSystem.attributes["/real"] = {.size = 7};
+    EXPECT_TRUE(copy({"/to/a"}));
+}
+
+// Progress and cancelling.
+
+TEST_F(VerifiedCopyTest, ThirtyMebibytesGiveOneReportOnTheWay) {
+    constexpr std::uint64_t size = 31'457'280;
+    makeBottomlessSource(size, {"/to/a"});
+    CopyObserver observer;
+    EXPECT_TRUE(copy({"/to/a"}, VerificationType::none, observer.delegate()));
+    const auto record = observer.record();
+    EXPECT_EQ(sorted(record.bytesWritten), (std::vector{twentyMebibytes, size}));
+    for (const auto& call : record.bytesWritten) {
+        EXPECT_EQ(call.onCopyingThread, call.count == size);
+    }
+    EXPECT_EQ(record.questions, 1);
+}
+
+TEST_F(VerifiedCopyTest, LessThanTwentyMebibytesGiveNoReportOnTheWay) {
+    makeBottomlessSource(twentyMebibytes - 1, {"/to/a"});
+    CopyObserver observer;
+    EXPECT_TRUE(copy({"/to/a"}, VerificationType::none, observer.delegate()));
+    const auto record = observer.record();
+    EXPECT_EQ(record.bytesWritten, (std::vector<CopyObserver::Bytes>{{twentyMebibytes - 1, true}}));
+    EXPECT_EQ(record.questions, 0);
+}
+
+TEST_F(VerifiedCopyTest, ALargeFileIsReportedEveryFiveHundredth) {
+    constexpr std::uint64_t size = 20'000'000'000;
+    constexpr std::uint64_t leastStep = 40'000'000;
+    makeBottomlessSource(size, {"/to/a"});
+    CopyObserver observer;
+    EXPECT_TRUE(copy({"/to/a"}, VerificationType::none, observer.delegate()));
+    const auto record = observer.record();
+    auto counts = sorted(record.bytesWritten);
+    ASSERT_EQ(counts.size(), 500U);
+    EXPECT_EQ(counts.back(), size);
+    counts.pop_back();
+    std::uint64_t last = 0;
+    for (const auto count : counts) {
+        EXPECT_EQ(count - last, (leastStep + chunk - 1) / chunk * chunk);
+        last = count;
+    }
+    EXPECT_EQ(record.questions, 499);
+}
+
+TEST_F(VerifiedCopyTest, ADelegateThatAnswersFalseEndsTheCopyWithoutAWord) {
+    for (const auto type : {VerificationType::none, VerificationType::md5, otherType}) {
+        makeBottomlessSource(DescribedFile::unlimited, {"/to/a", "/to/b"});
+        fileSystem.attributes[source].size = 0;
+        CopyObserver observer(false);
+        EXPECT_FALSE(copy({"/to/a", "/to/b"}, type, observer.delegate()));
+        const auto record = observer.record();
+        EXPECT_GE(record.questions, 1);
+        EXPECT_EQ(record.finished.size() + record.failures.size(), 0U);
+        EXPECT_EQ(streams.events.back(), "close /to/b");
+    }
+    EXPECT_EQ(console.systemLogLines(), Lines{});
+    EXPECT_EQ(loggedLines(), Lines{});
+    EXPECT_EQ(fileSystem.changes, Lines{});
+}
+
+TEST_F(VerifiedCopyTest, ACancelledCopyLeavesPartialFiles) {
+    describe({.bottomless = DescribedFile::unlimited}, 0);
+    CopyObserver observer(false);
+    EXPECT_FALSE(copy({"/to/a"}, VerificationType::none, observer.delegate()));
+    EXPECT_GE(contentOf("/to/a").size(), twentyMebibytes);
+    EXPECT_EQ(contentOf("/to/a").size() % chunk, 0U);
+}
+
+TEST_F(VerifiedCopyTest, ABlockedDelegateHoldsNothingUpAndMayAnswerAfterTheCopy) {
+    makeBottomlessSource(5 * twentyMebibytes, {"/to/a"});
+    const auto open = std::make_shared<std::latch>(1);
+    const auto asked = std::make_shared<std::latch>(5);
+    Release released;
+    auto delegate = std::make_shared<FileCopyDelegate>();
+    delegate->fileCopyShouldContinue =
+        [open, asked, token = released.token()](const FileCopySettings& settings) {
+            asked->count_down();
+            open->wait();
+            EXPECT_EQ((*settings)["operationtype"], Value("copy"));
+            return false;
+        };
+    EXPECT_TRUE(copy({"/to/a"}, VerificationType::none, delegate));
+    delegate.reset();
+    asked->wait();
+    open->count_down();
+    released.wait();
+}
+
+TEST_F(VerifiedCopyTest, WhatADelegateRaisesIsLoggedAndChangesNothing) {
+    makeBottomlessSource(twentyMebibytes, {"/to/a"});
+    Release released;
+    auto delegate = std::make_shared<FileCopyDelegate>();
+    delegate->fileCopyBytesWritten = [token = released.token()](auto, const auto&) {
+        throw platform::Exception("SomeException", "written");
+    };
+    delegate->fileCopyShouldContinue = [](const auto&) -> bool {
+        throw std::runtime_error("continue");
+    };
+    delegate->fileCopyVerificationFailed = [](const auto&, const auto&) {
+        throw platform::Exception("SomeException", "failed");
+    };
+    delegate->fileCopyFinished = [](const auto&) {
+        throw platform::Exception("SomeException", "finished");
+    };
+    EXPECT_TRUE(copy({"/to/a"}, otherType, delegate));
+    delegate.reset();
+    released.wait();
+    auto lines = loggedLines();
+    std::ranges::sort(lines);
+    EXPECT_EQ(lines,
+              (Lines{"Exception in fileCopyBytesWritten:settings:. SomeException - written.",
+                     "Exception in fileCopyBytesWritten:settings:. SomeException - written.",
+                     "Exception in fileCopyFinished:. SomeException - finished.",
+                     "Exception in fileCopyShouldContinue:. NSGenericException - continue.",
+                     "Exception in fileCopyVerificationFailed:file:. SomeException - failed."}));
+}
+
+TEST_F(VerifiedCopyTest, ADelegateThatAnswersNothingIsNeverCalled) {
+    makeBottomlessSource(2 * twentyMebibytes, {"/to/a"});
+    streams.files["/to/a"].seekError = 0;
+    EXPECT_TRUE(copy({"/to/a"}, otherType, std::make_shared<FileCopyDelegate>()));
+}
+
+// The settings.
+
+TEST_F(VerifiedCopyTest, TheSettingsNameWhatIsCopied) {
+    makeSource("content");
+    auto delegate = std::make_shared<FileCopyDelegate>();
+    Value::Dictionary settings;
+    delegate->fileCopyFinished = [&settings](const auto& shared) { settings = shared->snapshot(); };
+    const Value object = Value::Object(std::make_shared<int>(1));
+    EXPECT_TRUE(
+        QFFileManager::copyFileWithProgress(source, std::vector<std::string>{"/to/a", "/to/b"},
+                                            VerificationType::none, delegate, object, "second"));
+    EXPECT_EQ(settings, (Value::Dictionary{{"source", source},
+                                           {"destinations", Value::Array{"/to/a", "/to/b"}},
+                                           {"operationtype", "copy"},
+                                           {"delegate", Value::Object(delegate)},
+                                           {"object", object},
+                                           {"object2", "second"}}));
+    settings.clear();
+}
+
+TEST_F(VerifiedCopyTest, TheDigestsAreInTheSettingsOnceTheyAreKnown) {
+    const auto content = text(100'000);
+    for (const auto type : digestTypes) {
+        makeSource(content);
+        streams.files["/to/b"].alter = changing(99'999);
+        streams.files["/to/c"].alter = changing(0);
+        CopyObserver observer;
+        auto firstBytes = std::make_shared<Value::Dictionary>();
+        observer.delegate()->fileCopyBytesWritten = [firstBytes](auto, const auto& settings) {
+            *firstBytes = settings->snapshot();
+            firstBytes->erase("delegate");
+        };
+        EXPECT_TRUE(copy({"/to/a", "/to/b", "/to/c"}, type, observer.delegate()));
+        const auto record = observer.record();
+        const Value good = *digestOf(type, content);
+        const Value last = *digestOf(type, contentOf("/to/b"));
+        const Value first = *digestOf(type, contentOf("/to/c"));
+
+        EXPECT_EQ(firstBytes->size(), 3U);
+        ASSERT_EQ(record.failures.size(), 2U);
+        EXPECT_EQ(record.failures[0].file, "/to/b");
+        EXPECT_EQ(record.failures[0].settings.at("sourceChecksum"), good);
+        EXPECT_EQ(record.failures[0].settings.at("destChecksum"), last);
+        EXPECT_FALSE(record.failures[0].settings.contains("destChecksums"));
+        EXPECT_EQ(record.failures[1].file, "/to/c");
+        EXPECT_EQ(record.failures[1].settings.at("destChecksum"), first);
+        ASSERT_EQ(record.finished.size(), 1U);
+        EXPECT_EQ(record.finished[0].at("destChecksums"), Value(Value::Array{good, last, first}));
+        EXPECT_EQ(record.finished[0].at("destChecksum"), first);
+        EXPECT_EQ(record.finished[0].at("sourceChecksum"), good);
+    }
+}
+
+TEST_F(VerifiedCopyTest, WithoutVerificationTheSettingsHoldNoDigests) {
+    makeSource("content");
+    CopyObserver observer;
+    EXPECT_TRUE(copy({"/to/a"}, VerificationType::none, observer.delegate()));
+    EXPECT_EQ(observer.record().finished[0].size(), 3U);
+}
+
+TEST_F(VerifiedCopyTest, WithAnotherTypeEveryDestinationCountsAsFailed) {
+    for (const int number : {7, 5, -1, 1000}) {
+        makeSource("content");
+        CopyObserver observer;
+        EXPECT_TRUE(copy({"/to/a", "/to/b"}, VerificationType{number}, observer.delegate()));
+        const auto record = observer.record();
+        ASSERT_EQ(record.failures.size(), 2U);
+        EXPECT_EQ(record.failures[0].file, "/to/a");
+        EXPECT_EQ(record.failures[1].file, "/to/b");
+        EXPECT_FALSE(record.failures[1].settings.contains("destChecksum"));
+        EXPECT_FALSE(record.finished[0].contains("sourceChecksum"));
+        EXPECT_EQ(record.finished[0].at("destChecksums"), Value(Value::Array{}));
+    }
+}
+
+TEST_F(VerifiedCopyTest, NobodyHasToListenToAFailedVerification) {
+    makeSource("content");
+    streams.files["/to/a"].alter = changing(3);
+    EXPECT_TRUE(copy({"/to/a"}, VerificationType::md5));
+    auto delegate = std::make_shared<FileCopyDelegate>();
+    Value::Dictionary settings;
+    delegate->fileCopyFinished = [&settings](const auto& shared) { settings = shared->snapshot(); };
+    EXPECT_TRUE(copy({"/to/a"}, VerificationType::md5, delegate));
+    EXPECT_FALSE(settings.contains("destChecksum"));
+    EXPECT_TRUE(settings.contains("destChecksums"));
+    settings.clear();
+}
+
+TEST_F(VerifiedCopyTest, OverlappingCallsMayReadAndChangeTheSettings) {
+    makeBottomlessSource(40 * twentyMebibytes, {"/to/a"});
+    Release released;
+    auto delegate = std::make_shared<FileCopyDelegate>();
+    delegate->fileCopyBytesWritten = [token = released.token()](auto bytes,
+                                                                const FileCopySettings& settings) {
+        settings->set("bytes", static_cast<std::int64_t>(bytes));
+        EXPECT_GE(settings->snapshot().size(), 5U);
+    };
+    delegate->fileCopyShouldContinue = [](const FileCopySettings& settings) {
+        settings->set("asked", true);
+        return (*settings)["source"] == Value(source);
+    };
+    EXPECT_TRUE(copy({"/to/a"}, otherType, delegate));
+    delegate.reset();
+    released.wait();
+}
+
+// Verification.
+
+TEST_F(VerifiedCopyTest, AMediumThatAltersTheDataIsToldAndTheCopyStillSucceeds) {
+    const auto content = text(300'000);
+    makeSource(content);
+    streams.files["/to/b"].alter = changing(131'072);
+    CopyObserver observer;
+    EXPECT_TRUE(copy({"/to/a", "/to/b"}, VerificationType::md5, observer.delegate()));
+    const auto record = observer.record();
+    ASSERT_EQ(record.failures.size(), 1U);
+    EXPECT_EQ(record.failures[0].file, "/to/b");
+    EXPECT_EQ(record.failures[0].settings.at("destChecksum"),
+              Value(*digestOf(VerificationType::md5, contentOf("/to/b"))));
+    EXPECT_EQ(record.finished.size(), 1U);
+    EXPECT_EQ(console.systemLogLines(), Lines{});
+}
+
+// The dates.
+
+TEST_F(VerifiedCopyTest, EveryDestinationGetsTheDatesOfTheSource) {
+    makeSource("content");
+    EXPECT_TRUE(copy({"/to/a", "/to/b"}));
+    EXPECT_EQ(fileSystem.changes, (Lines{"created /to/a 3600", "modified /to/a 7200",
+                                         "created /to/b 3600", "modified /to/b 7200"}));
+}
+
+TEST_F(VerifiedCopyTest, ASourceWithoutCreationDateLeavesTheDatesAlone) {
+    makeSource("content");
+    fileSystem.attributes[source].creationDate.reset();
+    EXPECT_TRUE(copy({"/to/a"}));
+    EXPECT_EQ(fileSystem.changes, Lines{});
+    EXPECT_EQ(console.systemLogLines(), Lines{});
+}
+
+TEST_F(VerifiedCopyTest, DatesThatCannotBeSetAreSaidOnceADestinationAndChangeNothingElse) {
+    makeSource("content");
+    fileSystem.creationDateErrors["/to/a"] = {.localizedDescription = "No creation date."};
+    fileSystem.creationDateErrors["/to/b"] = {.localizedDescription = "Not yours."};
+    fileSystem.modificationDateErrors["/to/b"] = {.localizedDescription = "Still not yours."};
+    fileSystem.modificationDateErrors["/to/c"] = {.localizedDescription = "No date."};
+    CopyObserver observer;
+    EXPECT_TRUE(copy({"/to/a", "/to/b", "/to/c"}, VerificationType::none, observer.delegate()));
+    EXPECT_EQ(console.systemLogLines(),
+              (Lines{"Error setting metadata for file /to/a - No creation date.",
+                     "Error setting metadata for file /to/b - Not yours.",
+                     "Error setting metadata for file /to/c - No date."}));
+    EXPECT_EQ(fileSystem.changes.size(), 6U);
+    EXPECT_EQ(observer.record().finished.size(), 1U);
+}
+
+TEST_F(VerifiedCopyTest, NamesThatLookLikeFormatsAreNone) {
+    makeSource("content");
+    streams.files["/to/%@%n%s 100%"].room = 0;
+    EXPECT_TRUE(copy({"/to/%@%n%s 100%"}));
+    EXPECT_EQ(console.systemLogLines(), Lines{"Error writing file /to/%@%n%s 100%: 1"});
+}

@@ -1,0 +1,163 @@
+#include "util/files/QFFileManager.h"
+
+#include "platform/Clock.h"
+#include "platform/Console.h"
+#include "platform/ExtendedAttributes.h"
+#include "platform/FileSystem.h"
+#include "platform/Services.h"
+#include "platform/Workspace.h"
+#include "platform/foundation/TextEncoding.h"
+#include "util/auth/QFAuthorization.h"
+#include "util/files/FolderWalk.h"
+#include "util/log/QFException.h"
+#include "util/log/QFLog.h"
+#include "util/paths/QFLocalPaths.h"
+#include "util/task/QFTaskEx.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstddef>
+#include <span>
+#include <string_view>
+#include <vector>
+
+namespace {
+
+constexpr std::string_view unableToUnlock = "Unable to unlock file %@: %@";
+constexpr std::string_view errorSettingPermissions = "Error setting permissions for file %@: %@";
+constexpr std::string_view attributeSize = "buffer val: %i";
+constexpr std::string_view errorRetrievingAttribute = "Error retrieving file attribute: %i";
+constexpr std::string_view errorSettingAttribute =
+    "Error setting extended attribute for file %@ - %i";
+
+constexpr const char* touchTool = "/usr/bin/touch";
+constexpr std::chrono::seconds touchTimeout{5};
+
+/// The longest value of an extended attribute that is read, in bytes.
+constexpr std::size_t readableSize = 255;
+
+platform::FileSystem& fileSystem() {
+    return platform::service<platform::FileSystem>();
+}
+
+platform::ExtendedAttributes& extendedAttributes() {
+    return platform::service<platform::ExtendedAttributes>();
+}
+
+// One line for both ways, on purpose: it says "unlock" when locking fails, too.
+void setLocked(const std::string& path, bool locked) {
+    if (const auto error = fileSystem().setImmutable(path, locked)) {
+        QFLog::fastAppendLog(unableToUnlock, path, error->localizedDescription);
+    }
+}
+
+void setLockedBelow(const std::string& folder, bool locked) {
+    FolderWalk walk(folder);
+    while (walk.next()) {
+        if (walk.descend() == Descent::notAFolder) {
+            setLocked(walk.path(), locked);
+        }
+    }
+}
+
+void setCreationDateToNow(const std::string& path) {
+    static_cast<void>(fileSystem().setCreationDate(path, platform::now()));
+}
+
+/// True whatever becomes of the tool.
+bool touchAsUser(const std::string& path, SetCreationDate setCreationDate) {
+    try {
+        QFTaskEx::runTask(touchTool, {"-c", path}, touchTimeout);
+    } catch (const platform::Exception& exception) {
+        QFException::logException(exception, "touchFile:setCreationDate:");
+    }
+    if (setCreationDate == SetCreationDate::yes) {
+        setCreationDateToNow(path);
+    }
+    return true;
+}
+
+bool touchAsAdministrator(const std::string& path, SetCreationDate setCreationDate) {
+    if (setCreationDate == SetCreationDate::yes) {
+        setCreationDateToNow(path);
+    }
+    return QFAuthorization::sharedController().authExecTask(touchTool, {"-c", path}, Async::no) ==
+           0;
+}
+
+} // namespace
+
+void QFFileManager::lockFile(const std::string& path) {
+    setLocked(path, true);
+}
+
+void QFFileManager::unlockFile(const std::string& path) {
+    setLocked(path, false);
+}
+
+void QFFileManager::lockFolder(const std::string& path) {
+    setLockedBelow(path, true);
+}
+
+void QFFileManager::unlockFolder(const std::string& path) {
+    setLockedBelow(path, false);
+}
+
+void QFFileManager::setPosixPermissions(unsigned permissions, const std::string& forFile) {
+    if (const auto error = fileSystem().setPosixPermissions(forFile, permissions)) {
+        QFLog::appendLog(errorSettingPermissions, forFile, error->localizedDescription);
+    }
+}
+
+bool QFFileManager::setModificationDate(platform::Date date, const std::string& forFile) {
+    return !fileSystem().setModificationDate(forFile, date);
+}
+
+bool QFFileManager::touchFile(const std::optional<std::string>& path) {
+    return touchFile(path, SetCreationDate::no);
+}
+
+bool QFFileManager::touchFile(const std::optional<std::string>& path,
+                              SetCreationDate setCreationDate) {
+    if (!path) {
+        return false;
+    }
+    const bool touched = fileSystem().isWritable(*path)
+                             ? touchAsUser(*path, setCreationDate)
+                             : touchAsAdministrator(*path, setCreationDate);
+    platform::service<platform::Workspace>().noteFileSystemChanged(*path);
+    return touched;
+}
+
+bool QFFileManager::createEmptyFile(const std::string& path) {
+    const auto temporary = QFLocalPaths::tempFile();
+    return !fileSystem().writeAtomically(temporary, "") && moveFile(temporary, path);
+}
+
+std::optional<std::string> QFFileManager::metadataValueForKey(const std::string& key,
+                                                              const std::string& file) {
+    const auto [length, error] = extendedAttributes().size(file, key);
+    platform::systemLog(attributeSize, length);
+    if (length < 0) {
+        platform::systemLog(errorRetrievingAttribute, error);
+        return std::nullopt;
+    }
+    if (length == 0) {
+        return std::nullopt;
+    }
+    // Where the value is too long to be read, zeros stand for its bytes.
+    const auto size = static_cast<std::size_t>(length);
+    platform::Data value{std::vector<std::byte>(std::max(size, readableSize))};
+    extendedAttributes().read(file, key, std::span(value.bytes).first(readableSize));
+    value.bytes.resize(size);
+    return platform::decodedText(value, platform::TextEncoding::utf8);
+}
+
+bool QFFileManager::setMetadataValue(const std::string& value, const std::string& forKey,
+                                     const std::string& file) {
+    const auto [result, error] = extendedAttributes().set(file, forKey, value);
+    if (result < 0) {
+        platform::systemLog(errorSettingAttribute, file, result);
+    }
+    return result >= 0;
+}

@@ -1,0 +1,130 @@
+#include "platform/Console.h"
+#include "platform/FileStreams.h"
+#include "util/files/FileReading.h"
+#include "util/files/QFFileManager.h"
+#include "util/log/QFLog.h"
+
+#include <atomic>
+#include <span>
+
+using filereading::callDelegateLater;
+using filereading::chunkSize;
+using filereading::digestText;
+
+namespace {
+
+// Every file is called a destination here, on purpose.
+constexpr std::string_view unableToOpen =
+    "Error: Unable to open destination file %@. Aborting hash verification...";
+constexpr std::string_view outOfMemory = "Error reading file %@ - out of memory";
+constexpr std::string_view errorReading = "Error reading file %@ - aborting...";
+
+constexpr std::string_view shouldContinue = "checksumShouldContinue:";
+
+/// The delegate is asked when exactly a multiple of so many bytes is read: 50 MiB. After a chunk
+/// that came short that may never be so again, on purpose.
+constexpr std::uint64_t questionInterval = 52'428'800;
+
+/// Set by the delegate's answer, which may come when nobody waits for it any more.
+using StopFlag = std::shared_ptr<std::atomic<bool>>;
+
+void askWhetherToContinue(const std::shared_ptr<ChecksumDelegate>& delegate,
+                          const std::string& path, const StopFlag& stop) {
+    callDelegateLater(shouldContinue, [delegate, path, stop] {
+        if (!delegate->checksumShouldContinue(path)) {
+            *stop = true;
+        }
+    });
+}
+
+std::optional<std::string> hashForFile(const std::string& path,
+                                       const std::shared_ptr<ChecksumDelegate>& delegate,
+                                       platform::DigestAlgorithm algorithm) {
+    const auto file = platform::service<platform::FileStreams>().openForReading(path);
+    if (file == nullptr) {
+        platform::systemLog(unableToOpen, path);
+        return std::nullopt;
+    }
+    platform::DigestContext context(algorithm);
+    const auto buffer = filereading::makeBuffer();
+    if (buffer == nullptr) {
+        QFLog::appendLogAndPrint(outOfMemory, path);
+        return std::nullopt;
+    }
+    const auto stop = std::make_shared<std::atomic<bool>>(false);
+    const bool asks = delegate != nullptr && delegate->checksumShouldContinue != nullptr;
+    std::uint64_t total = 0;
+    while (const auto count = file->read({buffer.get(), chunkSize})) {
+        context.update({buffer.get(), count});
+        total += count;
+        if (asks && total % questionInterval == 0) {
+            askWhetherToContinue(delegate, path, stop);
+        }
+        if (*stop) {
+            return std::nullopt;
+        }
+    }
+    if (!file->isAtEnd()) {
+        QFLog::appendLogAndPrint(errorReading, path);
+        return std::nullopt;
+    }
+    return digestText(context);
+}
+
+} // namespace
+
+std::string filereading::digestText(const platform::DigestContext& context) {
+    constexpr std::string_view digits = "0123456789abcdef";
+    std::string text;
+    for (const auto byte : context.finished()) {
+        text += digits[std::to_integer<std::size_t>(byte >> 4U)];
+        text += digits[std::to_integer<std::size_t>(byte & std::byte{0xF})];
+    }
+    return text;
+}
+
+std::string QFFileManager::md5HashWithContext(const MD5Context& context) {
+    return digestText(context);
+}
+
+std::string QFFileManager::sha1HashWithContext(const SHA1Context& context) {
+    return digestText(context);
+}
+
+std::string QFFileManager::sha256HashWithContext(const SHA256Context& context) {
+    return digestText(context);
+}
+
+std::string QFFileManager::sha512HashWithContext(const SHA512Context& context) {
+    return digestText(context);
+}
+
+std::optional<std::string> QFFileManager::md5HashForFile(const std::string& path) {
+    return md5HashForFile(path, nullptr);
+}
+
+std::optional<std::string>
+QFFileManager::md5HashForFile(const std::string& path,
+                              const std::shared_ptr<ChecksumDelegate>& delegate) {
+    return hashForFile(path, delegate, platform::DigestAlgorithm::md5);
+}
+
+std::optional<std::string> QFFileManager::sha1HashForFile(const std::string& path) {
+    return sha1HashForFile(path, nullptr);
+}
+
+std::optional<std::string>
+QFFileManager::sha1HashForFile(const std::string& path,
+                               const std::shared_ptr<ChecksumDelegate>& delegate) {
+    return hashForFile(path, delegate, platform::DigestAlgorithm::sha1);
+}
+
+std::optional<std::string> QFFileManager::sha512HashForFile(const std::string& path) {
+    return sha512HashForFile(path, nullptr);
+}
+
+std::optional<std::string>
+QFFileManager::sha512HashForFile(const std::string& path,
+                                 const std::shared_ptr<ChecksumDelegate>& delegate) {
+    return hashForFile(path, delegate, platform::DigestAlgorithm::sha512);
+}

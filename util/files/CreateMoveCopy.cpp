@@ -1,0 +1,162 @@
+#include "util/files/QFFileManager.h"
+
+#include "platform/Clock.h"
+#include "platform/Console.h"
+#include "platform/FileSystem.h"
+#include "platform/Services.h"
+#include "platform/foundation/Path.h"
+#include "platform/foundation/Text.h"
+#include "util/auth/QFAuthorization.h"
+#include "util/files/FileNames.h"
+#include "util/files/FolderWalk.h"
+#include "util/files/TimedWait.h"
+#include "util/log/QFLog.h"
+
+#include <chrono>
+#include <string_view>
+
+namespace path = platform::path;
+namespace text = platform::text;
+
+namespace {
+
+constexpr std::string_view driveNotMounted = "Unable to create directory. Drive is not mounted.";
+constexpr std::string_view errorCreatingFolder = "Error creating folder: %@. Authorizing...";
+constexpr std::string_view errorMovingFile = "Error moving file: %@.";
+constexpr std::string_view authorizing = "Authorizing...";
+constexpr std::string_view copyFromNothing = "Error copying file: source path is nil";
+constexpr std::string_view copyToNothing = "Error copying file %@: destination path is nil";
+constexpr std::string_view errorCopyingFile = "Error copying file: %@. Authorizing...";
+constexpr std::string_view copyingEntry = "File: %@";
+
+constexpr std::chrono::microseconds pauseAfterCaseRename{500};
+
+platform::FileSystem& fileSystem() {
+    return platform::service<platform::FileSystem>();
+}
+
+/// Whether a move changes nothing but the case of letters, as far as it changes anything.
+bool isCaseRename(const std::string& path, const std::string& toPath) {
+    return text::lowercased(path) == text::lowercased(toPath);
+}
+
+/// Moves an item in two steps, since a volume that ignores case takes both names for one. When the
+/// second step fails, the item stands under the free name.
+bool moveThroughFreeName(const std::string& path, const std::string& toPath) {
+    const auto between = numberedFilename(toPath);
+    return !fileSystem().moveItem(path, between) && !fileSystem().moveItem(between, toPath);
+}
+
+} // namespace
+
+bool QFFileManager::createDirectory(const std::string& path) {
+    return createDirectory(path, ShouldAuth::yes);
+}
+
+bool QFFileManager::createDirectory(const std::string& path, ShouldAuth shouldAuth) {
+    if (!isDriveMountedForPath(path)) {
+        platform::systemLog(driveNotMounted);
+        return false;
+    }
+    const auto error = fileSystem().createDirectory(path);
+    if (!error) {
+        return true;
+    }
+    QFLog::appendLog(errorCreatingFolder, error->localizedDescription);
+    return shouldAuth == ShouldAuth::yes && QFAuthorization::sharedController().authCreateDir(path);
+}
+
+bool QFFileManager::createDirectory(const std::string& path, platform::Timeout timeout) {
+    return createDirectory(path) && waitUntilThere(path, timeout);
+}
+
+std::string QFFileManager::createDirectoryStructure(const std::string& path,
+                                                    const std::string& destination) {
+    const bool isPlainFolder = isDirectoryAtPath(path) && !isPackageAtPath(path);
+    auto mirrored =
+        path::appending(destination, isPlainFolder ? path : path::deletingLastComponent(path));
+    if (!fileExistsAtPath(mirrored)) {
+        createDirectory(mirrored);
+    }
+    return mirrored;
+}
+
+bool QFFileManager::moveFile(const std::string& path, const std::string& toPath) {
+    return moveFile(path, toPath, ShouldAuth::yes);
+}
+
+bool QFFileManager::moveFile(const std::string& path, const std::string& toPath,
+                             ShouldAuth shouldAuth) {
+    if (fileExistsAtPath(toPath)) {
+        unlockFile(toPath);
+    }
+    unlockFolder(path::appending(toPath, path::lastComponent(path)));
+    if (isCaseRename(path, toPath) && moveThroughFreeName(path, toPath)) {
+        return true;
+    }
+    const auto error = fileSystem().moveItem(path, toPath);
+    if (!error) {
+        return true;
+    }
+    QFLog::appendLog(errorMovingFile, error->localizedDescription);
+    if (shouldAuth == ShouldAuth::no) {
+        return false;
+    }
+    QFLog::appendLog(authorizing);
+    return QFAuthorization::sharedController().authMoveFile(path, toPath);
+}
+
+bool QFFileManager::moveFile(const std::string& path, const std::string& toPath,
+                             platform::Timeout timeout) {
+    if (!moveFile(path, toPath)) {
+        return false;
+    }
+    if (isCaseRename(path, toPath)) {
+        platform::sleep(pauseAfterCaseRename);
+        return true;
+    }
+    return waitUntilGone(path, timeout);
+}
+
+bool QFFileManager::copyFile(const std::optional<std::string>& path,
+                             const std::optional<std::string>& toPath) {
+    return copyFile(path, toPath, ShouldAuth::yes);
+}
+
+bool QFFileManager::copyFile(const std::optional<std::string>& path,
+                             const std::optional<std::string>& toPath, ShouldAuth shouldAuth) {
+    if (!path) {
+        QFLog::appendLogAndPrint(copyFromNothing);
+        return false;
+    }
+    if (!toPath) {
+        QFLog::appendLogAndPrint(copyToNothing, path);
+        return false;
+    }
+    unlockFile(path::deletingLastComponent(*toPath));
+    const auto error = fileSystem().copyItem(*path, *toPath);
+    if (!error) {
+        return true;
+    }
+    QFLog::appendLog(errorCopyingFile, error->localizedDescription);
+    return shouldAuth == ShouldAuth::yes &&
+           QFAuthorization::sharedController().authCopyFile(path, toPath);
+}
+
+bool QFFileManager::copyFile(const std::optional<std::string>& path,
+                             const std::optional<std::string>& toPath, platform::Timeout timeout) {
+    return copyFile(path, toPath) && waitUntilThere(*toPath, timeout);
+}
+
+bool QFFileManager::copyContentsOfDirectory(const std::string& path, const std::string& toPath,
+                                            platform::Timeout timeout) {
+    FolderWalk walk(path);
+    while (walk.next()) {
+        const auto& name = walk.entry().name;
+        QFLog::fastAppendLog(copyingEntry, name);
+        if (!copyFile(walk.path(), path::appending(toPath, name), timeout)) {
+            return false;
+        }
+    }
+    return true;
+}

@@ -1,0 +1,46 @@
+#include "platform/Console.h"
+#include "platform/PropertyLists.h"
+#include "platform/Services.h"
+#include "platform/Workspace.h"
+#include "util/files/QFFileManager.h"
+#include "util/task/QFTaskEx.h"
+
+#include <chrono>
+#include <string_view>
+
+namespace {
+
+constexpr std::string_view root = "/";
+constexpr std::string_view volumesFolder = "/Volumes";
+
+constexpr const char* diskutilTool = "/usr/sbin/diskutil";
+constexpr auto patience = std::chrono::seconds(5);
+constexpr std::string_view errorConverting = "Error converting diskutil output: %@";
+constexpr std::string_view noPropertyList =
+    "The data couldn’t be read because it isn’t a property list.";
+
+} // namespace
+
+std::optional<std::string> QFFileManager::volumeMountPointForPath(const std::string& path) {
+    for (auto& volume : platform::service<platform::Workspace>().mountedLocalVolumePaths()) {
+        if (volume != root && (path == volume || path.starts_with(volume + "/"))) {
+            return std::move(volume);
+        }
+    }
+    return path.starts_with(volumesFolder) ? std::nullopt : std::optional(std::string(root));
+}
+
+platform::Value QFFileManager::infoForDiskAtMountpoint(const std::string& mountpoint) {
+    const auto output =
+        QFTaskEx::dataFromTask(diskutilTool, {"info", "-plist", mountpoint}, patience);
+    if (!output || output->bytes.empty()) {
+        return {};
+    }
+    const std::string_view text(reinterpret_cast<const char*>(output->bytes.data()),
+                                output->bytes.size());
+    auto info = platform::service<platform::PropertyLists>().parse(text);
+    if (info.isNone()) {
+        platform::systemLog(errorConverting, noPropertyList);
+    }
+    return info;
+}

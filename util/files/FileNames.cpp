@@ -1,0 +1,44 @@
+#include "util/files/FileNames.h"
+
+#include "platform/foundation/Format.h"
+#include "platform/foundation/Path.h"
+#include "platform/foundation/Text.h"
+#include "util/files/QFFileManager.h"
+
+#include <string_view>
+
+namespace path = platform::path;
+
+namespace {
+
+constexpr std::string_view numberFormat = " %li";
+
+} // namespace
+
+std::string numberedFilename(const std::string& path) {
+    const auto stem = path::deletingExtension(path);
+    const auto extension = path::extension(path);
+    for (long number = 2;; ++number) {
+        auto candidate = stem + platform::format(numberFormat, number);
+        if (!extension.empty()) {
+            candidate += "." + extension;
+        }
+        if (!QFFileManager::fileExistsAtPath(candidate)) {
+            return candidate;
+        }
+    }
+}
+
+std::string QFFileManager::uniqueFilename(const std::string& path) {
+    return fileExistsAtPath(path) ? numberedFilename(path) : path;
+}
+
+std::string QFFileManager::validateFilename(const std::string& filename) {
+    if (filename == ".") {
+        return {};
+    }
+    const auto visible = std::string_view(filename).substr(filename.starts_with('.') ? 1 : 0);
+    std::string valid(platform::text::trimmed(visible));
+    std::erase_if(valid, [](char character) { return character == '/' || character == ':'; });
+    return valid;
+}

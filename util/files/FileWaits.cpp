@@ -1,0 +1,54 @@
+#include "util/files/QFFileManager.h"
+
+#include "platform/Clock.h"
+#include "util/log/QFLog.h"
+
+#include <chrono>
+#include <string_view>
+
+namespace {
+
+constexpr std::string_view notYetCreated = "File %@ is not yet created. Waiting...";
+constexpr std::string_view beingWritten = "File %@ is currently being written to. Waiting...";
+constexpr std::string_view finishedWriting = "File %@ finished writing.";
+
+constexpr std::chrono::microseconds pauseBetweenLooks{500};
+constexpr std::chrono::seconds quietTime{5};
+
+/// Whether nothing has been written to a file, which was last changed then, for long enough.
+bool isQuiet(const std::optional<platform::Date>& modificationDate) {
+    return modificationDate && platform::now() - *modificationDate > quietTime;
+}
+
+} // namespace
+
+void QFFileManager::waitForFileCreation(const std::string& path, platform::Timeout timeout) {
+    const auto start = platform::now();
+    if (fileExistsAtPath(path) && fileSize(path) != 0) {
+        return;
+    }
+    // Some time has passed in any case, so that a time-out of zero is over.
+    const auto limit = timeout.wholeSeconds();
+    if (limit > std::chrono::seconds(0) && platform::now() - start <= limit) {
+        QFLog::appendLog(notYetCreated, path);
+        platform::sleep(pauseBetweenLooks);
+    }
+}
+
+void QFFileManager::waitForFileWrites(const std::string& path) {
+    waitForFileWrites(path, std::nullopt);
+}
+
+void QFFileManager::waitForFileWrites(const std::string& path,
+                                      const std::optional<std::string>& lockFile) {
+    auto modificationDate = modificationDateForFile(path);
+    if (isQuiet(modificationDate) && !(lockFile && fileExistsAtPath(*lockFile))) {
+        return;
+    }
+    QFLog::appendLog(beingWritten, path);
+    while (!isQuiet(modificationDate)) {
+        platform::sleep(pauseBetweenLooks);
+        modificationDate = modificationDateForFile(path);
+    }
+    QFLog::appendLog(finishedWriting, path);
+}

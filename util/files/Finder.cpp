@@ -1,0 +1,161 @@
+#include "util/files/Finder.h"
+
+#include "platform/FileSystem.h"
+#include "platform/Services.h"
+#include "platform/Workspace.h"
+#include "platform/foundation/Format.h"
+#include "util/files/QFFileManager.h"
+#include "util/task/QFTaskEx.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstring>
+#include <deque>
+#include <iterator>
+#include <map>
+#include <mutex>
+#include <string_view>
+
+namespace {
+
+constexpr const char* xattrTool = "/usr/bin/xattr";
+constexpr const char* fractionCompleted = "com.apple.progress.fractionCompleted";
+constexpr std::string_view fractionFormat = "%0.3f";
+constexpr float noProgress = -1.0F;
+
+/// The creation date that, beside the attribute, makes file browsers draw a progress bar.
+constexpr platform::Date progressDate = std::chrono::sys_days(std::chrono::January / 24 / 1984) +
+                                        std::chrono::hours(8); // 1984-01-24 08:00:00 +0000
+
+/// By index, from 1 on.
+constexpr std::array<CalibratedColor, 7> labelColors{{
+    {.hue = 0.0, .saturation = 0.0, .brightness = 0.72},     // grey
+    {.hue = 0.2056, .saturation = 0.5, .brightness = 0.85},  // green
+    {.hue = 0.7917, .saturation = 0.26, .brightness = 0.86}, // purple
+    {.hue = 0.5789, .saturation = 0.56, .brightness = 0.98}, // blue
+    {.hue = 0.1388, .saturation = 0.54, .brightness = 0.95}, // yellow
+    {.hue = 0.0083, .saturation = 0.54, .brightness = 1.0},  // red
+    {.hue = 0.0888, .saturation = 0.52, .brightness = 0.98}, // orange
+}};
+
+/// The paths that are too long for a reference, which then holds a number. A path keeps its number
+/// for the life of the process.
+class LongPaths {
+public:
+    std::uint64_t numberOf(const std::string& path) {
+        const std::lock_guard lock(mutex_);
+        const auto [entry, isNew] = numbers_.try_emplace(path, paths_.size() + 1);
+        if (isNew) {
+            paths_.push_back(&entry->first);
+        }
+        return entry->second;
+    }
+
+    /// Nothing for a number that none has.
+    std::optional<std::string> path(std::uint64_t number) {
+        const std::lock_guard lock(mutex_);
+        return number == 0 || number > paths_.size() ? std::nullopt
+                                                     : std::optional(*paths_[number - 1]);
+    }
+
+private:
+    std::mutex mutex_;
+    std::map<std::string, std::uint64_t> numbers_;
+    std::deque<const std::string*> paths_;
+};
+
+/// Never destroyed: detached threads may outlive main().
+LongPaths& longPaths() {
+    static auto& instance = *new LongPaths;
+    return instance;
+}
+
+platform::Workspace& workspace() {
+    return platform::service<platform::Workspace>();
+}
+
+} // namespace
+
+std::int32_t SendFinderSyncEvent(const FSRef& reference) {
+    const auto path = QFFileManager::stringWithFSRef(reference);
+    return path ? workspace().noteFileSystemChanged(*path) : platform::fnfErr;
+}
+
+void QFFileManager::notifyFileSystemChanged(const std::string& path) {
+    static_cast<void>(SendFinderSyncEvent(stringToFSRef(path)));
+}
+
+// The bytes are those of the path, zeros behind it. Of a longer one, they are a zero, which begins
+// no path, and the path's number.
+FSRef QFFileManager::stringToFSRef(const std::string& path) {
+    FSRef reference;
+    if (path.find('\0') != std::string::npos) {
+        return reference;
+    }
+    if (path.size() <= reference.hidden.size()) {
+        std::memcpy(reference.hidden.data(), path.data(), path.size());
+    } else {
+        const auto number = longPaths().numberOf(path);
+        std::memcpy(reference.hidden.data() + 1, &number, sizeof number);
+    }
+    return reference;
+}
+
+std::optional<std::string> QFFileManager::stringWithFSRef(const FSRef& reference) {
+    const auto& bytes = reference.hidden;
+    if (bytes.front() == std::byte{0}) {
+        std::uint64_t number = 0;
+        std::memcpy(&number, bytes.data() + 1, sizeof number);
+        return longPaths().path(number);
+    }
+    const auto end = std::find(bytes.begin(), bytes.end(), std::byte{0});
+    std::string path(static_cast<std::size_t>(std::distance(bytes.begin(), end)), '\0');
+    std::memcpy(path.data(), bytes.data(), path.size());
+    return path;
+}
+
+int QFFileManager::finderColorIndexForPath(const std::string& path) {
+    return workspace().labelNumber(path).value_or(0);
+}
+
+void QFFileManager::setFinderColorIndex(int index, const std::optional<std::string>& forPath) {
+    if (forPath) {
+        static_cast<void>(workspace().setLabelNumber(*forPath, index));
+    }
+}
+
+std::optional<CalibratedColor> QFFileManager::finderColorForColorIndex(int index) {
+    if (index < 1 || index > static_cast<int>(labelColors.size())) {
+        return std::nullopt;
+    }
+    return labelColors.at(static_cast<std::size_t>(index) - 1);
+}
+
+std::optional<CalibratedColor> QFFileManager::finderColorForPath(const std::string& path) {
+    return finderColorForColorIndex(finderColorIndexForPath(path));
+}
+
+void QFFileManager::setFinderProgress(float fraction, const std::string& forFile) {
+    auto& fileSystem = platform::service<platform::FileSystem>();
+    if (fraction >= 0) {
+        QFTaskEx::runTask(xattrTool, {"-w", fractionCompleted,
+                                      platform::format(fractionFormat, double{fraction}), forFile});
+        static_cast<void>(fileSystem.setCreationDate(forFile, progressDate));
+    } else if (fraction < 0) {
+        QFTaskEx::runTask(xattrTool, {"-d", fractionCompleted, forFile});
+        if (const auto attributes = fileSystem.attributesOfItem(forFile)) {
+            static_cast<void>(fileSystem.setCreationDate(forFile, attributes->modificationDate));
+        }
+    }
+}
+
+void QFFileManager::removeFinderProgressForFile(const std::string& path) {
+    setFinderProgress(noProgress, path);
+}
+
+bool QFFileManager::registerApplicationWithLaunchServices(const std::string& path) {
+    return workspace().registerApplication(path) == platform::noErr;
+}
+
+void QFFileManager::disableFileSystemCachingForFile(const std::string& /*path*/) {
+}

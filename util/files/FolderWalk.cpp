@@ -1,0 +1,71 @@
+#include "util/files/FolderWalk.h"
+
+#include "platform/Services.h"
+#include "platform/foundation/Path.h"
+
+#include <algorithm>
+
+using platform::DirectoryEntry;
+using platform::ItemKind;
+
+FolderWalk::FolderWalk(const std::string& folder, Listing listing)
+    : fileSystem_(platform::service<platform::FileSystem>()), listing_(listing),
+      path_(platform::path::appending(folder, "")) {
+    enter();
+}
+
+bool FolderWalk::next() {
+    while (!levels_.empty()) {
+        auto& level = levels_.back();
+        path_.resize(level.pathLength);
+        if (level.reached < level.entries.size()) {
+            if (!path_.ends_with('/')) {
+                path_ += '/';
+            }
+            path_ += level.entries[level.reached].name;
+            ++level.reached;
+            return true;
+        }
+        levels_.pop_back();
+    }
+    return false;
+}
+
+const DirectoryEntry& FolderWalk::entry() const {
+    const auto& level = levels_.back();
+    return level.entries[level.reached - 1];
+}
+
+Descent FolderWalk::descend() {
+    if (!isFolder()) {
+        return Descent::notAFolder;
+    }
+    if (entry().kind == ItemKind::link && leadsBack()) {
+        return Descent::alreadyInside;
+    }
+    enter();
+    return Descent::entered;
+}
+
+void FolderWalk::enter() {
+    auto entries = (fileSystem_.*listing_)(path_);
+    levels_.push_back({.pathLength = path_.size(),
+                       .entries = std::move(entries).value_or(std::vector<DirectoryEntry>())});
+}
+
+/// The listing tells what an entry is, except what a link leads to.
+bool FolderWalk::isFolder() const {
+    const auto kind = entry().kind;
+    return kind == ItemKind::folder || (kind == ItemKind::link && fileSystem_.isDirectory(path_));
+}
+
+/// Whether the link that the walk has come to leads to one of the folders that it is in.
+bool FolderWalk::leadsBack() {
+    const auto target = fileSystem_.identityOfItem(path_);
+    return std::any_of(levels_.begin(), levels_.end(), [&](Level& level) {
+        if (!level.identity) {
+            level.identity = fileSystem_.identityOfItem(path_.substr(0, level.pathLength));
+        }
+        return target && level.identity == target;
+    });
+}

@@ -1,0 +1,32 @@
+#include "util/files/QFFileManager.h"
+
+#include "platform/foundation/Path.h"
+
+#include <string_view>
+
+namespace path = platform::path;
+
+namespace {
+
+/// Whether a path that begins with `prefix` lies on a volume whose mount point exists. Any other
+/// path is on the volume that the system started from.
+bool isMounted(const std::string& path, std::string_view prefix) {
+    if (!path.starts_with(prefix)) {
+        return true;
+    }
+    const auto components = path::components(path);
+    return components.size() < 3 ||
+           QFFileManager::fileExistsAtPath(
+               path::appending(path::appending(components[0], components[1]), components[2]));
+}
+
+} // namespace
+
+// The prefixes differ on purpose: only the first also matches a folder such as "/VolumesX".
+bool QFFileManager::isVolumeMountedForPath(const std::string& path) {
+    return isMounted(path, "/Volumes");
+}
+
+bool QFFileManager::isDriveMountedForPath(const std::string& path) {
+    return isMounted(path, "/Volumes/");
+}

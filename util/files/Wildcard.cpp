@@ -1,0 +1,155 @@
+#include "util/files/QFFileManager.h"
+
+#include "platform/FileSystem.h"
+#include "platform/Services.h"
+#include "platform/foundation/Path.h"
+#include "platform/foundation/Text.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <string_view>
+#include <utility>
+
+namespace path = platform::path;
+namespace text = platform::text;
+
+using platform::ItemKind;
+
+namespace {
+
+constexpr char anyRun = '*';
+constexpr char anyCharacter = '?';
+
+/// The items that the components of the pattern so far have led to.
+struct Places {
+    std::vector<std::string> paths;
+    /// Of each path, whether anything can be below it.
+    std::vector<bool> canBeFolder;
+
+    void add(std::string path, bool mayBeFolder) {
+        paths.push_back(std::move(path));
+        canBeFolder.push_back(mayBeFolder);
+    }
+};
+
+bool isWildcard(std::string_view component) {
+    return component.find(anyRun) != std::string_view::npos;
+}
+
+/// `name` without its first character and all else at which nothing like `pattern` can begin.
+std::string_view afterMismatch(std::string_view name, std::string_view pattern) {
+    name.remove_prefix(text::firstCharacter(name).length);
+    return pattern.starts_with(anyCharacter)
+               ? name
+               : name.substr(std::min(name.find(pattern.front()), name.size()));
+}
+
+/// Whether the whole of a name is like a pattern. After a mismatch the last run takes more; runs
+/// before it need never be looked at again.
+bool isLike(std::string_view name, std::string_view pattern) {
+    std::string_view nameAfterRun;
+    std::string_view patternAfterRun;
+    while (!name.empty() || !pattern.empty()) {
+        if (pattern.starts_with(anyRun)) {
+            pattern.remove_prefix(1);
+            if (pattern.empty()) {
+                return true;
+            }
+            nameAfterRun = name;
+            patternAfterRun = pattern;
+        } else if (!name.empty() && pattern.starts_with(anyCharacter)) {
+            name.remove_prefix(text::firstCharacter(name).length);
+            pattern.remove_prefix(1);
+        } else if (!name.empty() && !pattern.empty() && name.front() == pattern.front()) {
+            name.remove_prefix(1);
+            pattern.remove_prefix(1);
+        } else if (!nameAfterRun.empty()) {
+            nameAfterRun = afterMismatch(nameAfterRun, patternAfterRun);
+            name = nameAfterRun;
+            pattern = patternAfterRun;
+        } else {
+            return false;
+        }
+    }
+    return true;
+}
+
+/// Adds the entries of a folder that are like a component; of links, those that lead somewhere.
+void addEntriesLike(const std::string& component, const std::string& folder, Places& places) {
+    auto& fileSystem = platform::service<platform::FileSystem>();
+    const auto entries = fileSystem.contentsOfDirectory(folder);
+    if (!entries) {
+        return;
+    }
+    for (const auto& entry : *entries) {
+        if (!isLike(entry.name, component)) {
+            continue;
+        }
+        auto item = path::appending(folder, entry.name);
+        const bool isLink = entry.kind == ItemKind::link;
+        if (!isLink || fileSystem.exists(item)) {
+            places.add(std::move(item), isLink || entry.kind == ItemKind::folder);
+        }
+    }
+}
+
+/// Where one component leads to from each of the places, in their order.
+Places placesBelow(const Places& places, const std::string& component) {
+    Places below;
+    for (std::size_t index = 0; index < places.paths.size(); ++index) {
+        if (!places.canBeFolder[index]) {
+            continue;
+        }
+        const auto& folder = places.paths[index];
+        if (isWildcard(component)) {
+            addEntriesLike(component, folder, below);
+        } else if (auto item = path::appending(folder, component);
+                   QFFileManager::fileExistsAtPath(item)) {
+            below.add(std::move(item), true);
+        }
+    }
+    return below;
+}
+
+/// The pattern as a path below the base folder, where there is one.
+std::string fullPath(const std::string& pattern, const std::optional<std::string>& basePath) {
+    return basePath ? path::appending(*basePath, pattern) : pattern;
+}
+
+} // namespace
+
+std::vector<std::string> QFFileManager::filesMatchingWildcardPath(const std::string& path) {
+    return filesMatchingWildcardPath(path, std::nullopt);
+}
+
+std::vector<std::string>
+QFFileManager::filesMatchingWildcardPath(const std::string& path,
+                                         const std::optional<std::string>& fromBasePath) {
+    return filesMatchingWildcardPath(path, fromBasePath, SearchSubdirs::no);
+}
+
+std::vector<std::string>
+QFFileManager::filesMatchingWildcardPath(const std::string& path,
+                                         const std::optional<std::string>& fromBasePath,
+                                         SearchSubdirs /*searchSubdirs*/) {
+    if (!isWildcard(path)) {
+        return {fullPath(path, fromBasePath)};
+    }
+    Places start;
+    start.add(fromBasePath.value_or("/"), true);
+    Places places = start;
+    for (const auto& component : path::components(path)) {
+        places = component == "/" ? start : placesBelow(places, component);
+    }
+    return std::move(places.paths);
+}
+
+std::optional<std::string>
+QFFileManager::decodeWildcardPath(const std::string& path,
+                                  const std::optional<std::string>& fromBasePath) {
+    const auto found = filesMatchingWildcardPath(path, fromBasePath);
+    if (!found.empty()) {
+        return found.front();
+    }
+    return fromBasePath ? std::optional(fullPath(path, fromBasePath)) : std::nullopt;
+}
