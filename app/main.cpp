@@ -1,11 +1,12 @@
 #include "app/AppController.h"
 #include "app/PlanInventory.h"
+#include "platform/ApplicationMain.h"
 #include "platform/StartUp.h"
 
 #include <memory>
 
 int main(int argc, char* argv[]) {
-    platform::installServices();
+    platform::installServices({"com.quillfen.KelvaneUninstaller", QF_VERSION});
     std::unique_ptr<AppController> controller;
     PlanInventory inventory;
     return platform::applicationMain(argc, argv, ":/MainMenu.ui", inventory,

@@ -9,11 +9,13 @@ namespace platform {
 
 class Window;
 
-/// What an alert shows. A missing default title is the platform's standard one; a missing
-/// alternate or other title means that there is no such button.
+/// What an alert shows.
 struct AlertDescription {
+    /// The message and what explains it; either may be empty.
     std::string messageText;
     std::string informativeText;
+    /// A missing default title is the platform's standard one; a missing alternate or other title
+    /// means that there is no such button.
     std::optional<std::string> defaultButtonTitle;
     std::optional<std::string> alternateButtonTitle;
     std::optional<std::string> otherButtonTitle;
@@ -35,6 +37,7 @@ public:
     /// none. `didEnd` is called once, on the main thread, with the answer.
     virtual void beginSheet(Window* parent, std::function<void(int)> didEnd) = 0;
 
+    /// Whether the alert is on the screen.
     virtual bool isVisible() = 0;
 
     /// Hides the alert. Hiding is no answer.
@@ -47,6 +50,7 @@ public:
     static constexpr const char* portName = "AlertPanels";
     virtual ~AlertPanels() = default;
 
+    /// An alert that is not shown yet; never null.
     virtual std::unique_ptr<AlertPanel> create(const AlertDescription& description) = 0;
 };
 

@@ -39,26 +39,27 @@ inline constexpr AuthorizationStatus errAuthorizationToolExecuteFailure = -60031
 /// A right that is asked for, such as "system.privilege.admin", or one of the credentials that a
 /// handle is made with: "username" or "password". `value` is bytes without a terminating zero.
 struct AuthorizationItem {
-    std::string name;
-    std::string value;
-    AuthorizationFlags flags = kAuthorizationFlagDefaults;
+    std::string name;                                      ///< Of the right or the credential.
+    std::string value;                                     ///< Empty for a right.
+    AuthorizationFlags flags = kAuthorizationFlagDefaults; ///< Always the defaults.
 
     bool operator==(const AuthorizationItem&) const = default;
 };
+/// Rights, or credentials, in no order.
 using AuthorizationItemSet = std::vector<AuthorizationItem>;
 
 /// A handle, AuthorizationRef::none unless the status is errAuthorizationSuccess.
 struct Authorization {
-    AuthorizationStatus status = errAuthorizationInternal;
-    AuthorizationRef ref = AuthorizationRef::none;
+    AuthorizationStatus status = errAuthorizationInternal; ///< What the call answers.
+    AuthorizationRef ref = AuthorizationRef::none;         ///< The handle.
 };
 
 /// A tool that was started with privilege, or why it was not. `output` reads the tool's standard
 /// output up to its end; it is missing unless the status is errAuthorizationSuccess. Letting it go
 /// neither ends nor disturbs the tool.
 struct PrivilegedTool {
-    AuthorizationStatus status = errAuthorizationInternal;
-    std::unique_ptr<std::istream> output;
+    AuthorizationStatus status = errAuthorizationInternal; ///< What the call answers.
+    std::unique_ptr<std::istream> output;                  ///< The tool's, or null.
 };
 
 /// Grants the rights of an administrator to the program and runs tools with them.

@@ -9,6 +9,7 @@
 
 namespace platform {
 
+/// The algorithms, by their published names.
 enum class DigestAlgorithm { md5, sha1, sha256, sha512 };
 
 /// What a digest has made so far of the bytes that it was fed. One thread at a time uses it.
@@ -19,6 +20,7 @@ public:
     /// A state that goes its own way from here.
     virtual std::unique_ptr<DigestState> copy() const = 0;
 
+    /// Feeds bytes.
     virtual void update(std::span<const std::byte> bytes) = 0;
 
     /// The digest of all bytes fed: 16, 20, 32 or 64 bytes, by algorithm. The state is used up.
@@ -45,6 +47,7 @@ public:
         : state_(service<Digests>().begin(algorithm)) {}
     ~DigestContext() = default;
 
+    /// The state of the other one.
     DigestContext(const DigestContext& other) : state_(other.state_->copy()) {}
     DigestContext& operator=(const DigestContext& other) {
         if (this != &other) {
@@ -55,6 +58,7 @@ public:
     DigestContext(DigestContext&&) noexcept = default;
     DigestContext& operator=(DigestContext&&) noexcept = default;
 
+    /// Feeds bytes.
     void update(std::span<const std::byte> bytes) { state_->update(bytes); }
 
     /// The digest of all bytes fed so far. The context stays as it is and can be fed on.

@@ -18,8 +18,8 @@ public:
 
     /// What a call gave: a number of bytes or, with the system's error number, -1.
     struct Result {
-        std::int64_t length = -1;
-        int error = 0;
+        std::int64_t length = -1; ///< The number of bytes, or -1.
+        int error = 0;            ///< The system's error number.
     };
 
     /// How long the value of an attribute is.

@@ -10,8 +10,8 @@ namespace platform {
 
 /// Which file it is, whatever names lead to it.
 struct FileIdentity {
-    std::uint64_t volume = 0;
-    std::uint64_t number = 0;
+    std::uint64_t volume = 0; ///< The file system's number.
+    std::uint64_t number = 0; ///< The file's number there.
     bool operator==(const FileIdentity&) const = default;
 };
 

@@ -16,8 +16,8 @@ enum class ItemKind { file, folder, link, other };
 
 /// An entry of a folder.
 struct DirectoryEntry {
-    std::string name;
-    ItemKind kind = ItemKind::other;
+    std::string name;                ///< In the folder: no path.
+    ItemKind kind = ItemKind::other; ///< Of the entry itself.
     /// In bytes, of a link its own; only where sizes were asked for, and never of a folder.
     std::optional<std::uint64_t> size;
     bool operator==(const DirectoryEntry&) const = default;
@@ -25,16 +25,16 @@ struct DirectoryEntry {
 
 /// Tells an item from every other one that exists at the time.
 struct ItemIdentity {
-    std::uint64_t volume = 0;
-    std::uint64_t number = 0;
+    std::uint64_t volume = 0; ///< The file system's number.
+    std::uint64_t number = 0; ///< The item's number there.
     bool operator==(const ItemIdentity&) const = default;
 };
 
 /// What the system keeps about an item; of a link, about the link itself.
 struct ItemAttributes {
-    ItemKind kind = ItemKind::other;
-    std::uint64_t size = 0; ///< In bytes.
-    Date modificationDate;
+    ItemKind kind = ItemKind::other; ///< Of the item itself.
+    std::uint64_t size = 0;          ///< In bytes.
+    Date modificationDate;           ///< When the content last changed.
     /// Missing where the file system keeps none.
     std::optional<Date> creationDate;
     /// Whether it may not be changed, moved or deleted.

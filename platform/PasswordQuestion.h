@@ -8,14 +8,14 @@ namespace platform {
 
 /// A person who may give the administrator's right.
 struct Administrator {
-    unsigned userId = 0;
-    std::string loginName;
+    unsigned userId = 0;   ///< The system's number.
+    std::string loginName; ///< The name that the person knows.
 };
 
 /// Whose password it is, and the password.
 struct GivenPassword {
-    Administrator administrator;
-    std::string password;
+    Administrator administrator; ///< Whose it is.
+    std::string password;        ///< In UTF-8.
 };
 
 /// Asks the person in front of the program for an administrator's password where no desktop does.

@@ -35,6 +35,7 @@ public:
 /// What one of a child's standard streams is connected with.
 class ChildStream {
 public:
+    /// Which of the three below it is.
     enum class Kind { inherited, nullDevice, pipe };
 
     /// The program's own stream; the null device where the program has it closed.
@@ -44,8 +45,8 @@ public:
     /// The other end of a pipe that the launcher made.
     static ChildStream through(std::shared_ptr<Pipe> pipe) { return {Kind::pipe, std::move(pipe)}; }
 
+    /// The kind, and the pipe; null for the other kinds.
     Kind kind() const { return kind_; }
-    /// The pipe; null for the other kinds.
     const std::shared_ptr<Pipe>& pipe() const { return pipe_; }
 
 private:
@@ -82,6 +83,7 @@ public:
     /// The number by which the system knows the child while it runs.
     virtual long processIdentifier() const = 0;
 
+    /// Whether the child has not ended.
     virtual bool isRunning() = 0;
 
     /// Returns when the child has ended; the child's own children may live on.

@@ -1,16 +1,28 @@
 #pragma once
 
 #include "platform/foundation/Exception.h"
+#include "platform/foundation/ServiceSlot.h"
 
 #include <atomic>
 #include <string>
+#include <type_traits>
 
 namespace platform {
 
 namespace detail {
+/// Where the implementation of a port is kept; looked up by name once.
 template <class Port>
-inline std::atomic<Port*> installed{nullptr};
+std::atomic<void*>& slot() {
+    static_assert(std::is_abstract_v<Port>, "a port, not one of its implementations");
+    static auto& place = serviceSlot(Port::portName);
+    return place;
 }
+
+template <class Port>
+Port* installed() {
+    return static_cast<Port*>(slot<Port>().load(std::memory_order_acquire));
+}
+} // namespace detail
 
 /// The implementation of a port that start-up, or a test's ScopedService, has put in place.
 ///
@@ -18,7 +30,7 @@ inline std::atomic<Port*> installed{nullptr};
 /// stands behind it, so that a missing service fails closed. Any thread may call it.
 template <class Port>
 Port& service() {
-    Port* port = detail::installed<Port>.load(std::memory_order_acquire);
+    Port* port = detail::installed<Port>();
     if (port == nullptr) {
         throw Exception("QFServiceUnavailable",
                         std::string("no implementation of ") + Port::portName + " is installed");
@@ -30,23 +42,24 @@ Port& service() {
 /// stands behind it.
 template <class Port>
 Port* installedService() {
-    return detail::installed<Port>.load(std::memory_order_acquire);
+    return detail::installed<Port>();
 }
 
 /// Puts `implementation` behind its port for the rest of the process; the caller keeps it alive
 /// that long. Start-up calls it before any other thread runs.
 template <class Port>
 void install(Port& implementation) {
-    detail::installed<Port>.store(&implementation, std::memory_order_release);
+    detail::slot<Port>().store(&implementation, std::memory_order_release);
 }
 
 /// Puts a double behind its port for a scope; at the scope's end the former implementation is back.
 template <class Port>
 class ScopedService {
 public:
+    /// `implementation` outlives the scope.
     explicit ScopedService(Port& implementation)
-        : former_(detail::installed<Port>.exchange(&implementation, std::memory_order_acq_rel)) {}
-    ~ScopedService() { detail::installed<Port>.store(former_, std::memory_order_release); }
+        : former_(detail::slot<Port>().exchange(&implementation, std::memory_order_acq_rel)) {}
+    ~ScopedService() { detail::slot<Port>().store(former_, std::memory_order_release); }
 
     ScopedService(const ScopedService&) = delete;
     ScopedService& operator=(const ScopedService&) = delete;
@@ -54,7 +67,7 @@ public:
     ScopedService& operator=(ScopedService&&) = delete;
 
 private:
-    Port* former_;
+    void* former_;
 };
 
 } // namespace platform

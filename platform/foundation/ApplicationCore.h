@@ -23,6 +23,7 @@ public:
     ApplicationCore(ApplicationCore&&) = delete;
     ApplicationCore& operator=(ApplicationCore&&) = delete;
 
+    /// Tells which window mainWindow() is about, null for none. Main thread only.
     void setMainWindow(Window* window) { mainWindow_ = window; }
 
     bool isMainThread() final;
@@ -37,6 +38,7 @@ protected:
     /// The calling thread is the main thread from now on.
     ApplicationCore();
 
+    /// Whether terminate() was called. Main thread only.
     bool isTerminated() const { return terminated_; }
 
     /// Does the oldest of the work that has come. Main thread only, once for each ring().

@@ -10,9 +10,11 @@ namespace platform {
 /// exception leaves an operation.
 class Exception : public std::exception {
 public:
+    /// An exception of that name and reason.
     Exception(std::string name, std::string reason)
         : name_(std::move(name)), reason_(std::move(reason)) {}
 
+    /// What it was made of; what() is the reason too.
     const std::string& name() const { return name_; }
     const std::string& reason() const { return reason_; }
     const char* what() const noexcept override { return reason_.c_str(); }

@@ -14,6 +14,7 @@ namespace platform {
 /// refers to the text it is made of, which outlives it.
 class FormatArgument {
 public:
+    /// A number or a text; a missing text (nil) is one too.
     template <std::signed_integral T>
     FormatArgument(T number) : content_(static_cast<std::int64_t>(number)) {}
     template <std::unsigned_integral T>
@@ -27,6 +28,7 @@ public:
     /// A null pointer is a missing text.
     FormatArgument(const char* text);
 
+    /// What the argument is: nil, a number or a text.
     using Content =
         std::variant<std::monostate, std::int64_t, std::uint64_t, double, std::string_view>;
     const Content& content() const { return content_; }
@@ -58,6 +60,7 @@ private:
 /// here raises but std::bad_alloc. Any thread may call it.
 std::string format(std::string_view format, std::initializer_list<FormatArgument> arguments);
 
+/// The same, with the arguments one after another.
 template <class... Arguments>
 std::string format(std::string_view text, const Arguments&... arguments) {
     return format(text, {FormatArgument(arguments)...});

@@ -18,6 +18,7 @@ namespace platform {
 /// leaves an operation is one that nobody caught: it ends the process.
 class OperationQueue {
 public:
+    /// What is run.
     using Operation = std::function<void()>;
 
     OperationQueue() = default;

@@ -12,8 +12,10 @@ namespace platform {
 /// launched once, then watched. Any thread may call every member.
 class Process {
 public:
+    /// A program to run as described, which is not launched yet.
     explicit Process(ProcessDescription description) : description_(std::move(description)) {}
 
+    /// What the program was described by.
     const ProcessDescription& description() const { return description_; }
 
     /// Launches the child and returns when its program has begun. Throws as

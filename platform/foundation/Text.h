@@ -13,8 +13,8 @@ inline constexpr char32_t notACharacter = 0xFFFFFFFF;
 
 /// One character of a text: its code point, and how many bytes it takes there.
 struct Character {
-    char32_t codePoint = notACharacter;
-    std::size_t length = 1;
+    char32_t codePoint = notACharacter; ///< Which character it is.
+    std::size_t length = 1;             ///< In bytes.
 };
 
 /// The first character of `text`, which is not empty. Overlong forms, surrogates and numbers beyond

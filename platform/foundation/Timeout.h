@@ -11,10 +11,12 @@ public:
     /// What a longer time-out, infinity included, counts as: about 31 years.
     static constexpr std::chrono::seconds longest{1'000'000'000};
 
+    /// A time-out of that many seconds.
     template <class Number>
     requires std::integral<Number> || std::floating_point<Number>
     constexpr Timeout(Number seconds) : seconds_(static_cast<double>(seconds)) {}
 
+    /// A time-out of that duration.
     template <class Representation, class Period>
     constexpr Timeout(std::chrono::duration<Representation, Period> duration)
         : seconds_(std::chrono::duration<double>(duration).count()) {}

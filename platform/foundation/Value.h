@@ -14,7 +14,7 @@ namespace platform {
 
 /// A string of bytes that is not text.
 struct Data {
-    std::vector<std::byte> bytes;
+    std::vector<std::byte> bytes; ///< In their order.
     bool operator==(const Data&) const = default;
 };
 
@@ -22,11 +22,13 @@ struct Data {
 /// or a dictionary of settings holds.
 class Value {
 public:
+    /// The types of content that are made of values, and an object of the program's own.
     using Array = std::vector<Value>;
     using Dictionary = std::map<std::string, Value>;
     using Object = std::shared_ptr<void>;
 
     Value() = default;
+    /// A value of that content.
     Value(bool boolean) : content_(boolean) {}
     Value(int integer) : content_(std::int64_t{integer}) {}
     Value(std::int64_t integer) : content_(integer) {}
@@ -39,6 +41,7 @@ public:
     Value(Dictionary dictionary) : content_(std::move(dictionary)) {}
     Value(Object object) : content_(std::move(object)) {}
 
+    /// Whether the value is none.
     bool isNone() const { return std::holds_alternative<std::monostate>(content_); }
 
     /// The content when it is a T, else null. T is one of bool, std::int64_t, double, std::string,

@@ -3,6 +3,7 @@
 #include "platform/foundation/Exception.h"
 #include "platform/linux/Child.h"
 #include "platform/linux/ChildReaper.h"
+#include "platform/linux/Installation.h"
 #include "platform/linux/Pipe.h"
 #include "platform/linux/SpawnOptions.h"
 
@@ -12,7 +13,6 @@
 #include <array>
 #include <charconv>
 #include <cstdlib>
-#include <filesystem>
 #include <string_view>
 
 namespace platform::native {
@@ -119,10 +119,7 @@ int inheritedNumber() {
 } // namespace
 
 HelperPaths HelperPaths::installed() {
-    std::error_code error;
-    const auto program = std::filesystem::read_symlink("/proc/self/exe", error);
-    const auto helper = program.parent_path() / QF_HELPER_FROM_PROGRAM / "qf-helper";
-    return {"/usr/bin/pkexec", helper.lexically_normal().string()};
+    return {"/usr/bin/pkexec", installationFolder() + "/qf-helper"};
 }
 
 StartedHelper startHelper(const HelperPaths& paths) {

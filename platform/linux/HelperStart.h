@@ -13,8 +13,7 @@ struct HelperPaths {
     std::string pkexec;
     std::string helper;
 
-    /// The system's pkexec, and the helper of the running program's own installation, or of its
-    /// build tree, which is laid out alike.
+    /// The system's pkexec, and the installation's own helper.
     static HelperPaths installed();
 };
 

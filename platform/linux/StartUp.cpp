@@ -2,6 +2,7 @@
 
 #include "platform/Services.h"
 #include "platform/foundation/Format.h"
+#include "platform/foundation/Path.h"
 #include "platform/foundation/Text.h"
 #include "platform/linux/AuthorizationServices.h"
 #include "platform/linux/Console.h"
@@ -25,13 +26,22 @@ namespace platform {
 
 namespace {
 
-/// Where the application keeps its preferences.
-constexpr const char* preferencesDomain = "com.quillfen.KelvaneUninstaller";
+/// Names the preferences of a program whose file's name is not known.
+constexpr const char* unknownProgram = "Unknown";
 
 /// The ports on Linux, each after those that it uses.
 struct LinuxServices {
+    explicit LinuxServices(const ProgramDescription& program)
+        : systemInformation(program.version), identifier(identifierOf(program)) {}
+
+    std::string identifierOf(const ProgramDescription& program) {
+        return program.identifier.value_or(
+            path::lastComponent(systemInformation.executablePath().value_or(unknownProgram)));
+    }
+
     native::Console console;
     native::SystemInformation systemInformation;
+    std::string identifier;
     native::LogFiles logFiles;
     native::UserAccount userAccount;
     native::SearchPaths searchPaths{userAccount};
@@ -40,7 +50,7 @@ struct LinuxServices {
     native::FileStreams fileStreams;
     native::Digests digests;
     native::PropertyLists propertyLists;
-    native::Preferences preferences{preferencesDomain, userAccount, propertyLists};
+    native::Preferences preferences{identifier, userAccount, propertyLists};
     native::ProcessLauncher processLauncher;
     native::Workspace workspace{userAccount, searchPaths, propertyLists};
     native::AuthorizationServices authorizationServices;
@@ -90,9 +100,9 @@ void normalizeEnvironment(LinuxServices& services) {
 
 } // namespace
 
-void installServices() {
+void installServices(const ProgramDescription& program) {
     // Detached threads may use the services until the process is gone: they are never destroyed.
-    static auto& services = *new LinuxServices;
+    static auto& services = *new LinuxServices(program);
     normalizeEnvironment(services);
     services.install();
 }

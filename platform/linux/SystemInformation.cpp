@@ -76,8 +76,4 @@ std::optional<std::string> SystemInformation::executablePath() {
     return path;
 }
 
-std::optional<std::string> SystemInformation::bundleVersion() {
-    return QF_VERSION;
-}
-
 } // namespace platform::native

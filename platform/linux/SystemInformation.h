@@ -2,17 +2,26 @@
 
 #include "platform/SystemInformation.h"
 
+#include <utility>
+
 namespace platform::native {
 
-/// What os-release, the kernel and the build tell.
+/// What os-release, the kernel and the program itself tell.
 class SystemInformation : public platform::SystemInformation {
 public:
+    /// `version` is the running program's.
+    explicit SystemInformation(std::optional<std::string> version = {})
+        : version_(std::move(version)) {}
+
     std::string globallyUniqueString() override;
     std::string operatingSystemVersion() override;
     long processorCount() override;
     std::uint64_t physicalMemory() override;
     std::optional<std::string> executablePath() override;
-    std::optional<std::string> bundleVersion() override;
+    std::optional<std::string> bundleVersion() override { return version_; }
+
+private:
+    const std::optional<std::string> version_;
 };
 
 } // namespace platform::native

@@ -1,5 +1,7 @@
 #include "platform/linux/ToolOverlay.h"
 
+#include "platform/linux/Installation.h"
+
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -15,12 +17,8 @@ namespace {
 namespace fs = std::filesystem;
 
 std::string installedOverlay() {
-    std::error_code error;
-    const auto program = fs::read_symlink("/proc/self/exe", error);
-    if (error) {
-        return {};
-    }
-    return (program.parent_path() / QF_TOOLS_FROM_PROGRAM).lexically_normal().string();
+    const auto folder = installationFolder();
+    return folder.empty() ? folder : folder + "/tools";
 }
 
 struct Overlay {

@@ -5,8 +5,8 @@
 /// Stand-ins for system tools that the machine lacks, in a folder laid out by the tools' own paths:
 /// "<overlay>/bin/launchctl" stands in for "/bin/launchctl".
 ///
-/// The folder belongs to the installation: it lies at a fixed place beside the running program, and
-/// nothing that a user or a parent process can set leads elsewhere.
+/// The folder belongs to the installation, and nothing that a user or a parent process can set
+/// leads elsewhere.
 namespace platform::native {
 
 /// The path to run, or to test, for a tool: its stand-in where the overlay has one, a file that the

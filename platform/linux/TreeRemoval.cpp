@@ -102,7 +102,9 @@ private:
     int enter(const std::string& name) {
         if (rules_.unlocksFolders) {
             constexpr mode_t accessible = 0700;
-            ::fchmodat(currentFolder(), name.c_str(), accessible, AT_SYMLINK_NOFOLLOW);
+            // Entering it tells whether that was of use.
+            [[maybe_unused]] const int changed =
+                ::fchmodat(currentFolder(), name.c_str(), accessible, AT_SYMLINK_NOFOLLOW);
         }
         auto folder = openFolder(currentFolder(), name.c_str());
         if (!folder) {

@@ -8,7 +8,7 @@
 namespace platform::qt {
 
 void reportStartUpFailure(std::string_view reason) {
-    std::cerr << std::string(applicationName) + ": " + text::printable(reason) + '\n' << std::flush;
+    std::cerr << applicationName() + ": " + text::printable(reason) + '\n' << std::flush;
 }
 
 } // namespace platform::qt

@@ -1,10 +1,12 @@
 #include "platform/qt/WindowedMain.h"
 
 #include "platform/Services.h"
+#include "platform/StartUp.h"
 #include "platform/foundation/Exception.h"
 #include "platform/qt/AlertPanel.h"
 #include "platform/qt/Application.h"
 #include "platform/qt/Identity.h"
+#include "platform/qt/InstanceLock.h"
 #include "platform/qt/Interface.h"
 #include "platform/qt/StartUpMessages.h"
 
@@ -34,8 +36,9 @@ QIcon applicationIcon() {
 
 /// Makes Qt's application, or ends the process when there is no display to run it on.
 std::unique_ptr<QApplication> makeQtApplication(int& argc, char** argv) {
-    QCoreApplication::setApplicationName(applicationName);
-    QGuiApplication::setDesktopFileName(applicationName);
+    const auto name = QString::fromStdString(applicationName());
+    QCoreApplication::setApplicationName(name);
+    QGuiApplication::setDesktopFileName(name);
     auto application = std::make_unique<QApplication>(argc, argv);
     QApplication::setQuitOnLastWindowClosed(false);
     QApplication::setWindowIcon(applicationIcon());
@@ -75,3 +78,33 @@ int windowedMain(int argc, char** argv, const std::string& interfaceFile,
 }
 
 } // namespace platform::qt
+
+namespace platform {
+
+namespace {
+
+int runWindows(int argc, char** argv, const std::string& interfaceFile,
+               const std::function<void(Interface&)>& awake) {
+    const qt::InstanceLock lock(qt::applicationName());
+    if (lock.isHeldByAnother()) {
+        throw Exception("QFAlreadyRunning", "it is already running");
+    }
+    return qt::windowedMain(argc, argv, interfaceFile, awake, [](const std::string& reason) {
+        qt::reportStartUpFailure("no display: " + reason);
+    });
+}
+
+} // namespace
+
+int windowedMain(int argc, char** argv, const std::string& interfaceFile,
+                 const std::function<void(Interface&)>& awake) {
+    qt::nameApplication(argv);
+    try {
+        return runWindows(argc, argv, interfaceFile, awake);
+    } catch (const Exception& exception) {
+        qt::reportStartUpFailure(exception.reason());
+        return EXIT_FAILURE;
+    }
+}
+
+} // namespace platform

@@ -1,4 +1,4 @@
-#include "platform/StartUp.h"
+#include "platform/ApplicationMain.h"
 
 #include "platform/Services.h"
 #include "platform/SystemInformation.h"
@@ -56,7 +56,7 @@ bool isDisplayNamed() {
 
 int run(int argc, char** argv, const terminal::Options& options, const std::string& interfaceFile,
         Inventory& inventory, const std::function<void(Interface&)>& awake) {
-    const qt::InstanceLock lock(qt::applicationName);
+    const qt::InstanceLock lock(qt::applicationName());
     if (lock.isHeldByAnother()) {
         throw Exception("QFAlreadyRunning", "it is already running");
     }
@@ -73,6 +73,7 @@ int run(int argc, char** argv, const terminal::Options& options, const std::stri
 int applicationMain(int argc, char** argv, const std::string& interfaceFile, Inventory& inventory,
                     const std::function<void(Interface&)>& awake) {
     openStandardStreams();
+    qt::nameApplication(argv);
     const auto version = service<SystemInformation>().bundleVersion().value_or("");
     const auto parsed = terminal::parseCommandLine(argc, argv, version);
     if (const auto* status = std::get_if<int>(&parsed)) {

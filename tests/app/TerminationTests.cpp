@@ -5,7 +5,7 @@
 
 #include "platform/Application.h"
 #include "platform/Services.h"
-#include "platform/StartUp.h"
+#include "platform/ApplicationMain.h"
 #include "tests/support/PortDoubles.h"
 #include "tests/support/QueueGate.h"
 #include "tests/support/ScopedEnvironment.h"

@@ -33,6 +33,7 @@ enum class Block { no, yes };
 /// arguments: "%%" in it shows as one percent sign.
 class QFAlert final : public platform::Delegate, public std::enable_shared_from_this<QFAlert> {
 public:
+    /// A text of an alert, which may be nil.
     using Text = std::optional<std::string>;
 
     /// The completion operation of an alert whose caller names none. Its arguments, and those of
@@ -121,7 +122,8 @@ public:
     void perform(const std::string& selector,
                  const std::vector<platform::Value>& arguments) override;
 
-    // The fields. Any thread.
+    /// What the alert is attached to, whom it tells, whether it is answered and how, and the
+    /// platform's alert while it is shown; null for none. Any thread.
     platform::Window* parentWindow() const { return parentWindow_; }
     void setParentWindow(platform::Window* window) { parentWindow_ = window; }
     platform::Delegate* delegate() const { return delegate_; }

@@ -76,6 +76,7 @@ public:
     /// Gives the right up. The superuser stays authorized.
     void authEnd();
 
+    /// Whether the right is held.
     bool isAuthorized() const;
 
     /// Whether a right can be obtained at all: the user may be asked, or the superuser runs this.
@@ -85,6 +86,7 @@ public:
     platform::AuthorizationRef authRef() const { return authRef_; }
     void setAuthRef(platform::AuthorizationRef authRef) { authRef_ = authRef; }
 
+    /// Whether the user may be asked.
     bool hasGUI() const { return hasGUI_; }
     void setHasGUI(bool hasGUI) { hasGUI_ = hasGUI; }
 

@@ -8,6 +8,7 @@
 #include <memory>
 #include <string>
 
+/// A running digest of each algorithm.
 using MD5Context = platform::DigestContextOf<platform::DigestAlgorithm::md5>;
 using SHA1Context = platform::DigestContextOf<platform::DigestAlgorithm::sha1>;
 using SHA256Context = platform::DigestContextOf<platform::DigestAlgorithm::sha256>;

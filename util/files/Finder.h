@@ -8,17 +8,17 @@
 /// copy and compare them. It stays valid for the life of the process. One whose bytes are all zero
 /// refers to nothing.
 struct FSRef {
-    std::array<std::byte, 80> hidden{};
+    std::array<std::byte, 80> hidden{}; ///< For the system only.
     bool operator==(const FSRef&) const = default;
 };
 static_assert(sizeof(FSRef) == 80);
 
 /// A colour in the calibrated colour space, each component from 0 to 1.
 struct CalibratedColor {
-    double hue = 0;
-    double saturation = 0;
-    double brightness = 0;
-    double alpha = 1;
+    double hue = 0;        ///< Red is 0.
+    double saturation = 0; ///< Grey is 0.
+    double brightness = 0; ///< Black is 0.
+    double alpha = 1;      ///< Invisible is 0.
     bool operator==(const CalibratedColor&) const = default;
 };
 

@@ -141,9 +141,11 @@ public:
     std::uint64_t bytesInQueue() const { return bytesInQueue_; }
     void setBytesInQueue(std::uint64_t count) { bytesInQueue_ = count; }
 
+    /// Whether the user has disabled logging, so that nothing is written.
     bool loggingDisabled() const { return loggingDisabled_; }
     void setLoggingDisabled(bool disabled) { loggingDisabled_ = disabled; }
 
+    /// Whether the log itself keeps silent on standard output.
     bool noPrinting() const { return noPrinting_; }
     void setNoPrinting(bool noPrinting) { noPrinting_ = noPrinting; }
 

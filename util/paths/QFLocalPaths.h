@@ -31,6 +31,8 @@ public:
     static std::optional<std::string> pathForDirectory(platform::DirectoryKind kind,
                                                        platform::DomainMask domain);
 
+    /// A domain's folders for applications, tools for administrators, documents, what applications
+    /// keep ("Library") and, in there, preferences, caches, support files and logs.
     static std::optional<std::string> applicationDirectory(Domain domain);
     static std::optional<std::string> adminApplicationDirectory(Domain domain);
     static std::optional<std::string> documentDirectory(Domain domain);

@@ -10,6 +10,7 @@
 /// A place for one child, or none. Any thread may call every member.
 class TaskSlot {
 public:
+    /// The child, or null.
     std::shared_ptr<platform::Process> get() const {
         const std::lock_guard lock(mutex_);
         return task_;

@@ -96,7 +96,11 @@ int environment(const Arguments& /*arguments*/) {
 }
 
 int storePreference(const Arguments& arguments) {
-    platform::installServices();
+    platform::ProgramDescription program;
+    if (arguments.size() > 1) {
+        program.identifier = arguments.at(1);
+    }
+    platform::installServices(program);
     platform::install<platform::Console>(console);
     platform::service<platform::Preferences>().setValue(arguments.at(0), true);
     return 0;

@@ -84,15 +84,15 @@ TEST_F(Preferences, ThatCannotBeStoredAreToldInTheSystemLog) {
 }
 
 TEST_F(Preferences, ThatMayNotBeReadStayAsTheyAre) {
-    const auto store = home.write("Library/Preferences/com.quillfen.KelvaneUninstaller.plist",
-                                  "<plist><dict/></plist>");
+    const auto store =
+        home.write("Library/Preferences/com.example.Program.plist", "<plist><dict/></plist>");
     for (const auto* folder : {"", "Library", "Library/Preferences"}) {
         ASSERT_EQ(::chmod((home / folder).c_str(), 0777), 0);
     }
     ASSERT_EQ(::chmod(store.c_str(), 0), 0);
 
-    const auto outcome =
-        runChild({"store-preference", "hidden"}, {"HOME=" + home.path()}, asOrdinaryUser());
+    const auto outcome = runChild({"store-preference", "hidden", "com.example.Program"},
+                                  {"HOME=" + home.path()}, asOrdinaryUser());
 
     EXPECT_NE(outcome.output.find("couldn’t be saved because you don’t have permission."),
               std::string::npos)
@@ -102,11 +102,20 @@ TEST_F(Preferences, ThatMayNotBeReadStayAsTheyAre) {
 }
 
 TEST_F(Preferences, OfTheApplicationLieInTheUsersLibrary) {
+    ASSERT_EQ(
+        runChild({"store-preference", "hidden", "com.example.Program"}, {"HOME=" + home.path()})
+            .status,
+        0);
+
+    EXPECT_EQ(propertyLists.read(home / "Library/Preferences/com.example.Program.plist"),
+              Value(Value::Dictionary{{"hidden", true}}));
+}
+
+TEST_F(Preferences, OfAProgramWithoutAnIdentifierBearTheNameOfItsFile) {
     ASSERT_EQ(runChild({"store-preference", "hidden"}, {"HOME=" + home.path()}).status, 0);
 
-    EXPECT_EQ(
-        propertyLists.read(home / "Library/Preferences/com.quillfen.KelvaneUninstaller.plist"),
-        Value(Value::Dictionary{{"hidden", true}}));
+    EXPECT_EQ(propertyLists.read(home / "Library/Preferences/linux_files_child.plist"),
+              Value(Value::Dictionary{{"hidden", true}}));
 }
 
 TEST_F(Preferences, LoseNothingWhenSeveralThreadsStore) {

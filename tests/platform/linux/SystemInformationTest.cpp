@@ -73,8 +73,9 @@ TEST(SystemInformation, KnowsTheRunningProgramByItsFormerPathAfterItWasDeleted) 
     EXPECT_FALSE(fs::exists(copy));
 }
 
-TEST(SystemInformation, CarriesTheProjectsVersion) {
-    EXPECT_EQ(SystemInformation().bundleVersion(), QF_VERSION);
+TEST(SystemInformation, CarriesTheVersionThatTheProgramGave) {
+    EXPECT_EQ(SystemInformation("1.2").bundleVersion(), "1.2");
+    EXPECT_EQ(SystemInformation().bundleVersion(), std::nullopt);
 }
 
 TEST(SystemInformation, GivesRandomIdentifiersThatDiffer) {

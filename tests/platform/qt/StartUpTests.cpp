@@ -1,4 +1,4 @@
-#include "platform/StartUp.h"
+#include "platform/ApplicationMain.h"
 
 #include "platform/Application.h"
 #include "platform/Services.h"

@@ -1,0 +1,40 @@
+#include "platform/StartUp.h"
+#include "util/auth/QFAuthorization.h"
+
+#include <iostream>
+
+namespace {
+
+const char* yesOrNo(bool answer) {
+    return answer ? "yes" : "no";
+}
+
+/// Moves an item into the Trash that the user alone may not move. The first operation of this kind
+/// asks for an administrator's password; the right is then held until authEnd().
+int trashAsAdministrator(const std::string& path) {
+    auto& authorization = QFAuthorization::sharedController();
+    const bool isStarted = authorization.authTrashFile(path);
+    std::cout << "authorized: " << yesOrNo(authorization.isAuthorized()) << '\n'
+              << "started: " << yesOrNo(isStarted) << '\n';
+    authorization.authEnd();
+    return isStarted ? 0 : 1;
+}
+
+int explain() {
+    auto& authorization = QFAuthorization::sharedController();
+    std::cout << "may ask: " << yesOrNo(authorization.canAuthorize()) << '\n'
+              << "authorized: " << yesOrNo(authorization.isAuthorized()) << '\n';
+    // Refused before anybody is asked.
+    std::cout << "a system folder removed: "
+              << yesOrNo(authorization.authRemoveFile("/System/Library")) << '\n';
+    return 0;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    platform::installServices({"com.example.Authorization", "1.0"});
+    const std::string path = argc > 1 ? argv[1] : "";
+    return platform::consoleMain(
+        [path] { return path.empty() ? explain() : trashAsAdministrator(path); });
+}

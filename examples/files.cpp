@@ -1,0 +1,30 @@
+#include "platform/StartUp.h"
+#include "util/files/QFFileManager.h"
+#include "util/paths/QFLocalPaths.h"
+
+#include <fstream>
+#include <iostream>
+
+namespace {
+
+int tidyUp() {
+    const auto file = QFLocalPaths::userDirectory() + "/draft.txt";
+    std::ofstream(file) << "not needed any more\n";
+    std::cout << "there: " << QFFileManager::fileExistsAtPath(file) << '\n';
+
+    // Into the Trash, from where the desktop restores it. Without ShouldAuth::no an item that the
+    // user may not move would be moved with an administrator's right, which is asked for.
+    std::cout << "moved: " << QFFileManager::trashFile(file, ShouldAuth::no) << '\n';
+    std::cout << "there: " << QFFileManager::fileExistsAtPath(file) << '\n';
+    std::cout << "in the Trash: "
+              << QFFileManager::fileExistsAtPath(QFLocalPaths::trashDirectory() + "/draft.txt")
+              << '\n';
+    return 0;
+}
+
+} // namespace
+
+int main() {
+    platform::installServices({"com.example.Files", "1.0"});
+    return platform::consoleMain(tidyUp);
+}

@@ -1,0 +1,31 @@
+#include "platform/StartUp.h"
+#include "util/log/QFLog.h"
+
+#include <iostream>
+
+namespace {
+
+int play() {
+    QFLog::createNewLog("player");
+
+    QFLog::appendLog("Playing %@, track %d of %d", "overture.wav", 3, 12);
+    QFLog::fastAppendLog("Never waits, so it may be called where audio is played");
+    QFLog::appendLogAndPrint("In the log and on standard output");
+    // What comes from outside is an argument, never the format.
+    const std::string title = "100%d";
+    QFLog::appendLog("Title: %@", title);
+
+    QFLog::finishWriting();
+    for (const auto& file : QFLog::availableLogs()) {
+        std::cout << file << '\n';
+    }
+    return 0;
+}
+
+} // namespace
+
+int main() {
+    platform::installServices({"com.example.Player", "1.0"});
+    // The log is written to its end when the application terminates.
+    return platform::consoleMain(play);
+}

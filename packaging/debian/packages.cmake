@@ -1,0 +1,83 @@
+# The Debian packages, one a component, which CPack makes out of the install() rules.
+file(STRINGS debian/changelog newest LIMIT_COUNT 1)
+if(NOT newest MATCHES "\\(${PROJECT_VERSION}-([0-9]+)\\)")
+    message(FATAL_ERROR "debian/changelog does not begin with version ${PROJECT_VERSION}")
+endif()
+set(CPACK_DEBIAN_PACKAGE_RELEASE ${CMAKE_MATCH_1})
+set(version ${PROJECT_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE})
+
+set(CPACK_GENERATOR DEB)
+set(CPACK_OUTPUT_FILE_PREFIX ${PROJECT_SOURCE_DIR}/build/packages)
+set(CPACK_PACKAGE_NAME kelvane-uninstaller)
+set(CPACK_PACKAGE_VENDOR Quillfen)
+set(CPACK_PACKAGE_CONTACT "Quillfen <packages@quillfen.com>")
+set(CPACK_VERBATIM_VARIABLES ON)
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_COMPRESSION_TYPE xz)
+set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+# Where a package's libraries are those of another package of this project.
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}/${CMAKE_INSTALL_LIBDIR})
+
+# debian_package(COMPONENT NAME SECTION DESCRIPTION [DEPENDS ...] [RECOMMENDS ...]): the
+# description's first line is the synopsis. DEPENDS adds to what the libraries ask for.
+function(debian_package component name section description)
+    cmake_parse_arguments(ARG "" "" "DEPENDS;RECOMMENDS" ${ARGN})
+    string(TOUPPER ${component} key)
+    set(CPACK_DEBIAN_${key}_PACKAGE_NAME ${name} PARENT_SCOPE)
+    set(CPACK_DEBIAN_${key}_PACKAGE_SECTION ${section} PARENT_SCOPE)
+    set(CPACK_DEBIAN_${key}_DESCRIPTION "${description}" PARENT_SCOPE)
+    list(JOIN ARG_DEPENDS ", " depends)
+    set(CPACK_DEBIAN_${key}_PACKAGE_DEPENDS "${depends}" PARENT_SCOPE)
+    list(JOIN ARG_RECOMMENDS ", " recommends)
+    set(CPACK_DEBIAN_${key}_PACKAGE_RECOMMENDS "${recommends}" PARENT_SCOPE)
+    set(CPACK_COMPONENTS_ALL ${CPACK_COMPONENTS_ALL} ${component} PARENT_SCOPE)
+
+    install(FILES debian/copyright
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${name} COMPONENT ${component})
+    install_compressed(debian/changelog changelog.Debian doc/${name} ${component})
+    install(FILES debian/${name}.lintian-overrides RENAME ${name}
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/lintian/overrides COMPONENT ${component})
+endfunction()
+
+# debian_library(COMPONENT LIBRARY PACKAGE): tells which package programs need that are linked with
+# the library, and has the loader notice it.
+function(debian_library component library package)
+    set(folder ${CMAKE_CURRENT_BINARY_DIR}/${component})
+    file(WRITE ${folder}/shlibs
+        "${library} ${PROJECT_VERSION_MAJOR} ${package} (>= ${PROJECT_VERSION})\n")
+    file(WRITE ${folder}/triggers "activate-noawait ldconfig\n")
+    string(TOUPPER ${component} key)
+    set(CPACK_DEBIAN_${key}_PACKAGE_CONTROL_EXTRA ${folder}/shlibs ${folder}/triggers PARENT_SCOPE)
+endfunction()
+
+set(CPACK_COMPONENTS_ALL)
+debian_package(uninstaller kelvane-uninstaller admin
+"uninstaller of the Kelvane suite
+Moves all that Quillfen's Kelvane suite has put on a machine to the user's
+Trash, from where it can be restored, and stops the suite's background jobs.
+.
+Administrator rights are asked for only where an item needs them."
+    DEPENDS pkexec polkitd psmisc
+    RECOMMENDS fonts-dejavu-core systemd)
+debian_package(library libqfutil1 libs
+"utility layer of Quillfen's applications
+Standard locations, a log with generations, child processes with time-outs,
+an administrator's authorization, file operations and background jobs, behind
+ports that an application fills with one call."
+    RECOMMENDS pkexec polkitd systemd)
+debian_library(library libqfutil libqfutil1)
+debian_package(qtlibrary libqfutil-qt1 libs
+"utility layer of Quillfen's applications - windows
+The windows, event loop and alerts of applications that are built on the
+utility layer, by Qt."
+    DEPENDS "libqfutil1 (= ${version})")
+debian_library(qtlibrary libqfutil-qt libqfutil-qt1)
+debian_package(development libqfutil-dev libdevel
+"utility layer of Quillfen's applications - development files
+The headers, and what CMake (find_package) and pkg-config need to build
+programs on the utility layer."
+    DEPENDS "libqfutil1 (= ${version})" "libqfutil-qt1 (= ${version})")
+
+include(CPack)

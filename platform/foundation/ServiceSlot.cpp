@@ -1,0 +1,17 @@
+#include "platform/foundation/ServiceSlot.h"
+
+#include <map>
+#include <mutex>
+#include <string>
+
+namespace platform {
+
+std::atomic<void*>& serviceSlot(const char* portName) {
+    // Detached threads may ask until the process is gone: the slots are never destroyed.
+    static auto& mutex = *new std::mutex;
+    static auto& slots = *new std::map<std::string, std::atomic<void*>>;
+    const std::lock_guard lock(mutex);
+    return slots[portName];
+}
+
+} // namespace platform

@@ -1,0 +1,25 @@
+#include "platform/qt/Identity.h"
+
+#include "platform/foundation/Path.h"
+
+namespace platform::qt {
+
+namespace {
+
+/// Never destroyed: threads that nobody waits for may still report something.
+std::string& name() {
+    static auto& name = *new std::string;
+    return name;
+}
+
+} // namespace
+
+void nameApplication(const char* const* arguments) {
+    name() = path::lastComponent(*arguments == nullptr ? "" : *arguments);
+}
+
+const std::string& applicationName() {
+    return name();
+}
+
+} // namespace platform::qt

@@ -1,0 +1,58 @@
+#include "platform/Services.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+class Bell {
+public:
+    static constexpr const char* portName = "Bell";
+    virtual ~Bell() = default;
+    virtual int ring() = 0;
+};
+
+class Whistle {
+public:
+    static constexpr const char* portName = "Whistle";
+    virtual ~Whistle() = default;
+    virtual int blow() = 0;
+};
+
+class Counting final : public Bell {
+public:
+    int ring() override { return ++rings_; }
+
+private:
+    int rings_ = 0;
+};
+
+} // namespace
+
+TEST(Services, FailsClosedAndNamesThePortWithNothingBehindIt) {
+    EXPECT_EQ(platform::installedService<Whistle>(), nullptr);
+    try {
+        platform::service<Whistle>();
+        FAIL() << "nothing was thrown";
+    } catch (const platform::Exception& exception) {
+        EXPECT_EQ(exception.name(), "QFServiceUnavailable");
+        EXPECT_EQ(exception.reason(), "no implementation of Whistle is installed");
+    }
+}
+
+TEST(Services, GivesWhatStandsBehindThePortForAScope) {
+    Counting outer;
+    Counting inner;
+    const platform::ScopedService<Bell> outerScope(outer);
+    {
+        const platform::ScopedService<Bell> innerScope(inner);
+        EXPECT_EQ(&platform::service<Bell>(), &inner);
+        EXPECT_EQ(platform::service<Bell>().ring(), 1);
+        EXPECT_EQ(platform::installedService<Whistle>(), nullptr);
+    }
+    EXPECT_EQ(&platform::service<Bell>(), &outer);
+}
+
+TEST(Services, OneSlotBelongsToAName) {
+    EXPECT_EQ(&platform::serviceSlot("Bell"), &platform::serviceSlot("Bell"));
+    EXPECT_NE(&platform::serviceSlot("Bell"), &platform::serviceSlot("Whistle"));
+}
