@@ -27,7 +27,7 @@ void askAndTerminate() {
 
 int main(int argc, char** argv) {
     platform::installServices({"com.example.Alert", "1.0"});
-    return platform::windowedMain(
-        argc, argv, "alert.ui",
-        [](platform::Interface& /*interface*/) { platform::detachNewThread(askAndTerminate); });
+    return platform::windowedMain(argc, argv, "alert.ui", [](platform::Interface& /*interface*/) {
+        platform::detachNewThread(askAndTerminate);
+    });
 }

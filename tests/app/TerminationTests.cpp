@@ -2,10 +2,10 @@
 
 #include "app/AppController.h"
 #include "app/PlanInventory.h"
-
 #include "platform/Application.h"
-#include "platform/Services.h"
 #include "platform/ApplicationMain.h"
+#include "platform/Services.h"
+#include "platform/StartUp.h"
 #include "tests/support/PortDoubles.h"
 #include "tests/support/QueueGate.h"
 #include "tests/support/ScopedEnvironment.h"

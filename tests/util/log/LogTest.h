@@ -4,6 +4,7 @@
 #include "platform/linux/LogFiles.h"
 #include "tests/support/PortDoubles.h"
 #include "tests/support/QueueGate.h"
+#include "tests/support/ScopedAbsence.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/util/log/LogDoubles.h"
 #include "util/log/QFLog.h"
@@ -13,21 +14,6 @@
 #include <fstream>
 #include <optional>
 #include <string>
-
-/// Nothing stands behind a port for a scope.
-template <class Port>
-class ScopedAbsence {
-public:
-    ScopedAbsence() = default;
-    ~ScopedAbsence() { platform::detail::installed<Port> = former_; }
-    ScopedAbsence(const ScopedAbsence&) = delete;
-    ScopedAbsence& operator=(const ScopedAbsence&) = delete;
-    ScopedAbsence(ScopedAbsence&&) = delete;
-    ScopedAbsence& operator=(ScopedAbsence&&) = delete;
-
-private:
-    Port* former_ = platform::detail::installed<Port>.exchange(nullptr);
-};
 
 /// The log on a machine of its own: real files in a temporary folder, doubles for all else. There
 /// is no application, so that the test's thread counts as a worker; a test that wants a main thread

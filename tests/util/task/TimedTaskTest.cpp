@@ -2,6 +2,7 @@
 #include "util/task/QFTaskEx.h"
 
 #include "platform/Services.h"
+#include "tests/support/ScopedAbsence.h"
 
 #include <csignal>
 #include <filesystem>
@@ -235,12 +236,7 @@ TEST_F(TimedTask, DoesNothingWhenTheTimeoutFindsNoChild) {
 }
 
 TEST_F(TimedTask, HasNoTimeoutWithoutAnApplication) {
-    class NoApplication {
-    public:
-        NoApplication() { platform::detail::installed<platform::Application> = nullptr; }
-        ~NoApplication() { platform::install<platform::Application>(MainLoop::shared()); }
-    };
-    const NoApplication none;
+    const ScopedAbsence<platform::Application> none;
     runner_->setupTimeout(std::chrono::seconds(0));
     EXPECT_TRUE(loggedLines().empty());
 }

@@ -1,0 +1,18 @@
+#pragma once
+
+#include "platform/Services.h"
+
+/// Nothing stands behind a port for a scope.
+template <class Port>
+class ScopedAbsence {
+public:
+    ScopedAbsence() = default;
+    ~ScopedAbsence() { platform::detail::slot<Port>() = former_; }
+    ScopedAbsence(const ScopedAbsence&) = delete;
+    ScopedAbsence& operator=(const ScopedAbsence&) = delete;
+    ScopedAbsence(ScopedAbsence&&) = delete;
+    ScopedAbsence& operator=(ScopedAbsence&&) = delete;
+
+private:
+    void* former_ = platform::detail::slot<Port>().exchange(nullptr);
+};
