@@ -25,22 +25,6 @@ platform::FileSystem& fileSystem() {
     return platform::service<platform::FileSystem>();
 }
 
-const char* nameOf(PlanAction action) {
-    switch (action) {
-    case PlanAction::kill:
-        return "kill";
-    case PlanAction::trashBundle:
-        return "trashBundle";
-    case PlanAction::trash:
-        return "trash";
-    case PlanAction::removeAgent:
-        return "removeAgent";
-    case PlanAction::trashMatching:
-        return "trashMatching";
-    }
-    return "";
-}
-
 Paths agentFile(const std::string& label) {
     const auto library = QFLocalPaths::libraryDirectory(Domain::user);
     return library ? Paths{platform::path::appending(*library, "LaunchAgents/" + label + ".plist")}

@@ -172,6 +172,22 @@ void perform(const PlanRow& row) {
 
 } // namespace
 
+const char* nameOf(PlanAction action) {
+    switch (action) {
+    case PlanAction::kill:
+        return "kill";
+    case PlanAction::trashBundle:
+        return "trashBundle";
+    case PlanAction::trash:
+        return "trash";
+    case PlanAction::removeAgent:
+        return "removeAgent";
+    case PlanAction::trashMatching:
+        return "trashMatching";
+    }
+    return "";
+}
+
 std::vector<PlanRow> uninstallPlan(RemoveShared removeShared) {
     std::vector<PlanRow> rows;
     for (const auto& step : plan) {

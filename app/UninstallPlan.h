@@ -12,6 +12,9 @@ enum class PlanAction {
     trashMatching, ///< trash the entries of `subject`/Receipts that begin with the one of `names`
 };
 
+/// The action's name as it stands above, for lists and reports.
+const char* nameOf(PlanAction action);
+
 /// One row of the plan, resolved: it needs nothing more than to be performed.
 struct PlanRow {
     PlanAction action;

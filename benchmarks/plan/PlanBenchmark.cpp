@@ -67,22 +67,6 @@ private:
     Milliseconds sum_{};
 };
 
-const char* titleOf(PlanAction action) {
-    switch (action) {
-    case PlanAction::kill:
-        return "kill";
-    case PlanAction::trashBundle:
-        return "trashBundle";
-    case PlanAction::trash:
-        return "trash";
-    case PlanAction::removeAgent:
-        return "removeAgent";
-    case PlanAction::trashMatching:
-        return "trashMatching";
-    }
-    return "";
-}
-
 std::string line(Milliseconds time, Milliseconds tools, const std::string& what) {
     std::ostringstream text;
     text << time.count() << '\t' << tools.count() << '\t' << what << '\n';
@@ -98,7 +82,7 @@ void walk(TimedLauncher& launcher) {
         const auto rowBegin = Clock::now();
         walkUninstallPlan({row});
         const auto time = Clock::now() - rowBegin;
-        lines += line(time, launcher.take(), titleOf(row.action) + (" " + row.subject));
+        lines += line(time, launcher.take(), nameOf(row.action) + (" " + row.subject));
     }
     QFLog::finishWriting();
     std::cout << lines << std::flush;

@@ -15,7 +15,7 @@ namespace fs = std::filesystem;
 struct Search {
     std::uintptr_t address;
     /// The library's path, as the loader knows it; empty for the program itself.
-    std::string library;
+    std::string sharedObject;
 };
 
 bool contains(const dl_phdr_info& file, std::uintptr_t address) {
@@ -34,7 +34,7 @@ int examine(dl_phdr_info* file, std::size_t /*size*/, void* data) {
     if (!contains(*file, search.address)) {
         return 0;
     }
-    search.library = file->dlpi_name;
+    search.sharedObject = file->dlpi_name;
     return 1;
 }
 
@@ -42,7 +42,7 @@ int examine(dl_phdr_info* file, std::size_t /*size*/, void* data) {
 std::string ownLibrary() {
     Search search{reinterpret_cast<std::uintptr_t>(&ownLibrary), {}};
     ::dl_iterate_phdr(examine, &search);
-    return search.library;
+    return search.sharedObject;
 }
 
 std::string beside(const fs::path& file, const char* folder) {
