@@ -67,7 +67,7 @@ int readLink(int folder, const std::string& name, std::string& text) {
     std::array<char, PATH_MAX> buffer{};
     const auto length = ::readlinkat(folder, name.c_str(), buffer.data(), buffer.size());
     if (length < 0) {
-        return errno;
+        return errno == EINVAL ? changedMeanwhile : errno; // It is no link any more.
     }
     text.assign(buffer.data(), static_cast<std::size_t>(length));
     return 0;
