@@ -1,30 +1,27 @@
-#include "platform/PropertyLists.h"
-#include "platform/Services.h"
 #include "platform/StartUp.h"
 #include "util/launchd/QFLaunchd.h"
 
-#include <filesystem>
 #include <iostream>
 
 namespace {
 
 constexpr const char* label = "com.example.player.updater";
 
-std::string jobFile() {
-    const auto folder = *QFLocalPaths::libraryDirectory(Domain::user) + "/LaunchAgents";
-    std::filesystem::create_directories(folder);
-    return folder + "/" + label + ".plist";
-}
-
-int removeUpdater() {
-    const auto file = jobFile();
+int startAndRemoveUpdater() {
+    const auto file =
+        *QFLocalPaths::libraryDirectory(Domain::user) + "/LaunchAgents/" + label + ".plist";
     const platform::Value::Dictionary job{
         {"Label", label},
         {"ProgramArguments", platform::Value::Array{"/usr/bin/true"}},
+        {"StartInterval", 86400},
     };
-    if (platform::service<platform::PropertyLists>().writeAtomically(job, file)) {
-        return 1;
-    }
+
+    // Writes the job's file and has the service manager load it. What the service manager answers
+    // is not looked at. With ShouldAuth::yes a file that the user may not write is written with an
+    // administrator's right; the last argument names a process to end before the job is loaded.
+    const bool started = QFLaunchd::startJob(label, job, Domain::user, LaunchAgent::yes,
+                                             ShouldAuth::no, std::nullopt);
+    std::cout << "started: " << started << '\n';
     std::cout << "installed: " << QFFileManager::fileExistsAtPath(file) << '\n';
 
     // Stops the job, if the service manager has it, and deletes its file. With ShouldAuth::yes a
@@ -39,5 +36,5 @@ int removeUpdater() {
 
 int main() {
     platform::installServices({"com.example.Launchd", "1.0"});
-    return platform::consoleMain(removeUpdater);
+    return platform::consoleMain(startAndRemoveUpdater);
 }

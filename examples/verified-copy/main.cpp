@@ -63,7 +63,7 @@ void describe(CLI::App& parser, Options& options) {
 std::vector<std::string> fullPaths(const Options& options) {
     std::vector<std::string> paths;
     for (const auto& destination : options.destinations) {
-        const auto path = fs::absolute(destination).lexically_normal();
+        const auto path = fs::absolute(destination);
         paths.push_back(fs::is_directory(path) ? path / fs::path(options.source).filename() : path);
     }
     return paths;
@@ -127,7 +127,7 @@ int reportOutcome(bool succeeded, const std::vector<std::string>& copies,
 }
 
 int copy(const Options& options) {
-    const std::string source = fs::absolute(options.source).lexically_normal();
+    const std::string source = fs::absolute(options.source);
     const auto copies = fullPaths(options);
     std::error_code unknown;
     const auto size = fs::file_size(source, unknown);

@@ -60,6 +60,16 @@ TEST_F(VerifiedCopyProgram, CopiesToEveryPlaceAndReportsTheDigests) {
     EXPECT_TRUE(contains(outcome.output, "100 %")) << outcome.output;
 }
 
+TEST_F(VerifiedCopyProgram, TakesPathsAsTheSystemDoes) {
+    folder.write("source", "another file");
+    folder.write("far/source", "the file");
+    fs::create_directory_symlink(folder.makeFolder("far/away"), folder / "link");
+    const auto outcome =
+        copy({"--quiet", "link/../source", "link/../copy"}, {"env", "-C", folder.path()});
+    EXPECT_EQ(outcome.status, 0) << outcome.output;
+    EXPECT_EQ(contentOf(folder / "far/copy"), "the file");
+}
+
 TEST_F(VerifiedCopyProgram, TakesTheDigestThatItIsToldTo) {
     const auto source = folder.write("source", "abc");
     const auto md5 = copy({"--verify", "md5", "--quiet", source, folder / "copy"});

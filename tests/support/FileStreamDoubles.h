@@ -1,6 +1,8 @@
 #pragma once
 
+#include "platform/Digests.h"
 #include "platform/FileStreams.h"
+#include "platform/foundation/Exception.h"
 
 #include <algorithm>
 #include <cstring>
@@ -149,4 +151,15 @@ private:
         events.push_back("open " + path);
         return std::make_unique<Stream>(*this, path);
     }
+};
+
+/// A machine that allows no digest, for a scope.
+class ForbiddenDigests : public platform::Digests {
+public:
+    std::unique_ptr<platform::DigestState> begin(platform::DigestAlgorithm /*algorithm*/) override {
+        throw platform::Exception("QFDigestUnavailable", "not here");
+    }
+
+private:
+    platform::ScopedService<platform::Digests> scope_{*this};
 };

@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <span>
+#include <string_view>
 
 using filereading::callDelegateLater;
 using filereading::chunkSize;
@@ -37,9 +38,9 @@ void askWhetherToContinue(const std::shared_ptr<ChecksumDelegate>& delegate,
     });
 }
 
-std::optional<std::string> hashForFile(const std::string& path,
-                                       const std::shared_ptr<ChecksumDelegate>& delegate,
-                                       platform::DigestAlgorithm algorithm) {
+std::optional<std::string> digestOfFile(const std::string& path,
+                                        const std::shared_ptr<ChecksumDelegate>& delegate,
+                                        platform::DigestAlgorithm algorithm) {
     const auto file = platform::service<platform::FileStreams>().openForReading(path);
     if (file == nullptr) {
         platform::systemLog(unableToOpen, path);
@@ -69,6 +70,19 @@ std::optional<std::string> hashForFile(const std::string& path,
         return std::nullopt;
     }
     return digestText(context);
+}
+
+/// The same for the operation of this name. A machine may not allow every algorithm.
+std::optional<std::string> hashForFile(const std::string& path,
+                                       const std::shared_ptr<ChecksumDelegate>& delegate,
+                                       platform::DigestAlgorithm algorithm,
+                                       std::string_view operation) {
+    try {
+        return digestOfFile(path, delegate, algorithm);
+    } catch (const platform::Exception& exception) {
+        QFException::logException(exception, operation);
+        return std::nullopt;
+    }
 }
 
 } // namespace
@@ -106,7 +120,7 @@ std::optional<std::string> QFFileManager::md5HashForFile(const std::string& path
 std::optional<std::string>
 QFFileManager::md5HashForFile(const std::string& path,
                               const std::shared_ptr<ChecksumDelegate>& delegate) {
-    return hashForFile(path, delegate, platform::DigestAlgorithm::md5);
+    return hashForFile(path, delegate, platform::DigestAlgorithm::md5, "md5HashForFile:delegate:");
 }
 
 std::optional<std::string> QFFileManager::sha1HashForFile(const std::string& path) {
@@ -116,7 +130,8 @@ std::optional<std::string> QFFileManager::sha1HashForFile(const std::string& pat
 std::optional<std::string>
 QFFileManager::sha1HashForFile(const std::string& path,
                                const std::shared_ptr<ChecksumDelegate>& delegate) {
-    return hashForFile(path, delegate, platform::DigestAlgorithm::sha1);
+    return hashForFile(path, delegate, platform::DigestAlgorithm::sha1,
+                       "sha1HashForFile:delegate:");
 }
 
 std::optional<std::string> QFFileManager::sha512HashForFile(const std::string& path) {
@@ -126,5 +141,6 @@ std::optional<std::string> QFFileManager::sha512HashForFile(const std::string& p
 std::optional<std::string>
 QFFileManager::sha512HashForFile(const std::string& path,
                                  const std::shared_ptr<ChecksumDelegate>& delegate) {
-    return hashForFile(path, delegate, platform::DigestAlgorithm::sha512);
+    return hashForFile(path, delegate, platform::DigestAlgorithm::sha512,
+                       "sha512HashForFile:delegate:");
 }

@@ -325,10 +325,10 @@ public:
     /// False, with the reason in the system log, when the source is missing, there is no
     /// destination, a destination's folder cannot be made, the source cannot be read, a destination
     /// cannot be opened or is the source itself, or the source has become shorter meanwhile; when a
-    /// chunk of the source cannot be read or no memory is left, the log and standard output have
-    /// the reason. False without a word when the delegate cancels. Partial copies stay. A
-    /// destination that takes no more bytes gets its lines in the system log and does not stop the
-    /// copy of the others.
+    /// chunk of the source cannot be read, no memory is left or the machine does not allow the
+    /// digest, the log and standard output have the reason. False without a word when the delegate
+    /// cancels. Partial copies stay. A destination that takes no more bytes gets its lines in the
+    /// system log and does not stop the copy of the others.
     static bool copyFileWithProgress(const std::string& source,
                                      const std::vector<std::string>& destinations,
                                      VerificationType verificationType,
@@ -351,9 +351,9 @@ public:
     static std::string sha512HashWithContext(const SHA512Context& context);
 
     /// The digest of a file, in lowercase hexadecimal digits, made on the calling thread. Nothing
-    /// when the file cannot be opened, which is said in the system log, when it cannot be read or
-    /// no memory is left, which is said in the log and on standard output, and when the delegate,
-    /// which may be null, stops it.
+    /// when the file cannot be opened, which is said in the system log, when it cannot be read, no
+    /// memory is left or the machine does not allow the algorithm, which is said in the log and on
+    /// standard output, and when the delegate, which may be null, stops it.
     static std::optional<std::string> md5HashForFile(const std::string& path);
     static std::optional<std::string>
     md5HashForFile(const std::string& path, const std::shared_ptr<ChecksumDelegate>& delegate);

@@ -53,6 +53,9 @@ constexpr std::string_view finished = "fileCopyFinished:";
 constexpr std::uint64_t leastInterval = 20'971'520;
 constexpr std::uint64_t mostReports = 500;
 
+constexpr std::string_view copyOperation =
+    "copyFileWithProgress:destinations:verificationType:delegate:object:object:";
+
 constexpr platform::Timeout timeForAFolder{10};
 
 using Chunk = std::span<const std::byte>;
@@ -434,7 +437,12 @@ bool QFFileManager::copyFileWithProgress(const std::string& source,
                                          const std::shared_ptr<FileCopyDelegate>& delegate,
                                          const platform::Value& object,
                                          const platform::Value& object2) {
-    return VerifiedCopy(source, destinations, verificationType, delegate).run(object, object2);
+    try {
+        return VerifiedCopy(source, destinations, verificationType, delegate).run(object, object2);
+    } catch (const platform::Exception& exception) {
+        QFException::logException(exception, copyOperation);
+        return false;
+    }
 }
 
 bool QFFileManager::copyFileWithProgress(const std::string& source, const std::string& destination,

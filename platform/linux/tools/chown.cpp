@@ -1,7 +1,8 @@
 // chown OWNER[:GROUP] | :GROUP FILE...
 //
 // It may run as the superuser on a path that others can change: a link at the end of the path is
-// refused instead of followed. Nothing is read but the account database and the command line.
+// refused instead of followed, with slashes behind it, too. Nothing is read but the account
+// database and the command line. Every word behind the first is a path, whatever it looks like.
 
 #include "platform/linux/Errors.h"
 #include "platform/linux/FileDescriptor.h"
@@ -76,12 +77,21 @@ Ownership ownership(const std::string& text) {
     return result;
 }
 
+/// Slashes at its end would have the system follow a link.
+std::string withoutSlashesAtEnd(std::string path) {
+    while (path.size() > 1 && path.ends_with('/')) {
+        path.pop_back();
+    }
+    return path;
+}
+
 /// Why the item could not be given to the owner; empty on success.
 std::string change(const std::string& path, const Ownership& ownership) {
     const auto failure = [&](const std::string& why) {
         return platform::native::failureSentence(path, "given to another owner", why);
     };
-    const FileDescriptor item(::open(path.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
+    const FileDescriptor item(
+        ::open(withoutSlashesAtEnd(path).c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
     struct stat status {};
     if (!item || ::fstat(item.get(), &status) != 0) {
         return failure(platform::native::reason(errno));

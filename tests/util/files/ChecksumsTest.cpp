@@ -170,6 +170,19 @@ TEST_F(Checksums, WithoutMemoryTheFileIsClosed) {
     EXPECT_EQ(console.systemLogLines(), Lines{});
 }
 
+TEST_F(Checksums, AnAlgorithmThatTheMachineDoesNotAllowIsLoggedAndGivesNothing) {
+    describe(10);
+    const ForbiddenDigests forbidden;
+    for (const auto hash : hashes) {
+        EXPECT_EQ(hash(file), std::nullopt);
+    }
+    EXPECT_EQ(loggedLines(),
+              (Lines{"Exception in md5HashForFile:delegate:. QFDigestUnavailable - not here.",
+                     "Exception in sha1HashForFile:delegate:. QFDigestUnavailable - not here.",
+                     "Exception in sha512HashForFile:delegate:. QFDigestUnavailable - not here."}));
+    EXPECT_EQ(streams.events.back(), "close /file");
+}
+
 TEST_F(Checksums, TheDelegateIsAskedAtEvery50MiBExactly) {
     const std::vector<std::pair<std::uint64_t, int>> cases{
         {interval, 1}, {interval - 1, 0}, {interval + 1, 1}, {2 * interval, 2}};

@@ -3,9 +3,12 @@
 #include "platform/linux/ToolOverlay.h"
 #include "tests/support/DescribedMachine.h"
 #include "tests/support/TemporaryFolder.h"
+#include "tests/util/task/MainLoop.h"
 #include "util/files/QFFileManager.h"
 
 #include <sys/stat.h>
+
+#include <chrono>
 
 namespace {
 
@@ -103,4 +106,17 @@ TEST_F(DiskInformation, ThatIsNoPropertyListIsToldToTheConsole) {
               (Lines{"Error converting diskutil output: The data couldn’t be read because it isn’t "
                      "a property list."}));
     EXPECT_EQ(loggedLines(), Lines{});
+}
+
+TEST_F(DiskInformation, IsNoneWhenTheDiskUtilityTakesMoreThanFiveSeconds) {
+    auto& mainLoop = MainLoop::shared();
+    const platform::ScopedService<platform::Application> scope(mainLoop);
+    const int before = mainLoop.performed();
+    writeTool("exec sleep 600\n");
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_TRUE(QFFileManager::infoForDiskAtMountpoint("/").isNone());
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
+    EXPECT_EQ(loggedLines(), (Lines{"Task /usr/sbin/diskutil timed out. Terminating..."}));
+    EXPECT_EQ(console.systemLogLines(), Lines{});
+    mainLoop.waitUntilPerformed(before + 1);
 }

@@ -15,6 +15,7 @@
 
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <cstring>
 
 namespace {
@@ -70,6 +71,23 @@ TEST_F(StandIns, SetAndRemoveProgress) {
     EXPECT_EQ(progress(), "none");
     QFFileManager::removeFinderProgressForFile(file);
     EXPECT_EQ(loggedLines(), Lines{});
+}
+
+TEST_F(StandIns, ShowProgressByTheCreationDate) {
+    if (::setxattr(file.c_str(), "user.test", "", 0, 0) != 0) {
+        GTEST_SKIP() << "no extended attributes in " << folder.path() << ": "
+                     << std::strerror(errno);
+    }
+    const platform::Date modified{std::chrono::seconds(1'000'000'000)};
+    ASSERT_TRUE(QFFileManager::setModificationDate(modified, file));
+    QFFileManager::setFinderProgress(0.5F, file);
+    const auto created = QFFileManager::creationDateForFile(file);
+    ASSERT_TRUE(created);
+    EXPECT_EQ(platform::description(*created), "1984-01-24 08:00:00 +0000");
+    EXPECT_EQ(QFFileManager::modificationDateForFile(file), modified);
+    QFFileManager::removeFinderProgressForFile(file);
+    EXPECT_EQ(QFFileManager::creationDateForFile(file), modified);
+    EXPECT_EQ(QFFileManager::modificationDateForFile(file), modified);
 }
 
 TEST_F(StandIns, LabelFiles) {

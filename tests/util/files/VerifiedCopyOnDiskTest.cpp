@@ -105,6 +105,42 @@ TEST_F(VerifiedCopyOnDisk, ThreeHundredDestinationsGetTheContentAndTheDates) {
     EXPECT_EQ(console.systemLogLines(), Lines{});
 }
 
+TEST_F(VerifiedCopyOnDisk, TheDatesAreOnTheDiskAndNothingIsLogged) {
+    platform::native::FileSystem dated;
+    const platform::ScopedService<platform::FileSystem> scope(dated);
+    const auto source = folder.write("source", "content");
+    const platform::Date created{std::chrono::seconds(443'779'200)};
+    const platform::Date modified{std::chrono::milliseconds(1'000'000'000'250)};
+    if (const auto error = dated.setCreationDate(source, created)) {
+        GTEST_SKIP() << folder.path() << ": " << error->localizedDescription;
+    }
+    ASSERT_FALSE(dated.setModificationDate(source, modified));
+    const auto former = folder.write("former", "longer than the source");
+    fs::create_symlink(folder / "target", folder / "link");
+    const std::vector<std::string> copies{folder / "new/copy", former, folder / "target"};
+    EXPECT_TRUE(copy(source, {copies[0], copies[1], folder / "link"}));
+    for (const auto& path : copies) {
+        EXPECT_EQ(QFFileManager::creationDateForFile(path), created) << path;
+        EXPECT_EQ(QFFileManager::modificationDateForFile(path), modified) << path;
+    }
+    EXPECT_EQ(console.systemLogLines(), Lines{});
+    EXPECT_EQ(loggedLines(), Lines{});
+    EXPECT_EQ(console.printed(), "");
+}
+
+TEST_F(VerifiedCopyOnDisk, TheCreationDateOfTheVolumeIsCopiedToo) {
+    platform::native::FileSystem dated;
+    const platform::ScopedService<platform::FileSystem> scope(dated);
+    const auto source = folder.write("source", "content");
+    const auto created = QFFileManager::creationDateForFile(source);
+    if (!created || dated.setCreationDate(folder.write("probe"), *created)) {
+        GTEST_SKIP() << folder.path() << " keeps no creation dates";
+    }
+    EXPECT_TRUE(copy(source, {folder / "copy"}));
+    EXPECT_EQ(QFFileManager::creationDateForFile(folder / "copy"), created);
+    EXPECT_EQ(console.systemLogLines(), Lines{});
+}
+
 TEST_F(VerifiedCopyOnDisk, WhatStoodAtADestinationIsOverwritten) {
     const auto source = folder.write("source", "short");
     const auto longer = folder.write("longer", text(200'000));

@@ -1,5 +1,6 @@
 #include "tests/util/files/VerifiedCopyTest.h"
 
+#include "tests/util/files/FileManagerTest.h"
 #include "tests/util/files/NoMemory.h"
 
 #include <algorithm>
@@ -163,6 +164,23 @@ TEST_F(VerifiedCopyTest, AFolderThatCannotBeMadeFailsBeforeTheSourceIsOpened) {
     EXPECT_EQ(streams.events, Lines{});
 }
 
+TEST_F(VerifiedCopyTest, AFolderOfTheAdministratorsIsWaitedForTenSeconds) {
+    PausingClock pauses;
+    const platform::ScopedService<platform::Clock> scope(pauses);
+    makeSource("content");
+    services.rightsStatus = 0;
+    fileSystem.createErrors["/new"] = {.localizedDescription = "It may not be."};
+    EXPECT_FALSE(copy({"/new/a"}));
+    EXPECT_EQ(pauses.rests, std::vector(34, std::chrono::microseconds(300'000)));
+    EXPECT_EQ(console.systemLogLines(),
+              Lines{"Unable to copy file /from/source - destination directory /new doesn't exist. "
+                    "Aborting copy process..."});
+    pauses.meanwhile = [this] { fileSystem.folders["/new"].emplace(); };
+    EXPECT_TRUE(copy({"/new/a"}));
+    EXPECT_EQ(contentOf("/new/a"), "content");
+    QFLog::finishWriting();
+}
+
 TEST_F(VerifiedCopyTest, ASourceThatCannotBeOpened) {
     makeSource("content");
     streams.files[source].opens = false;
@@ -207,6 +225,17 @@ TEST_F(VerifiedCopyTest, WithoutMemoryForEitherBuffer) {
     EXPECT_EQ(console.printed(), "Error copying file /from/source - out of memory\n"
                                  "Error copying file /from/source - out of memory\n");
     EXPECT_EQ(console.systemLogLines(), Lines{});
+}
+
+TEST_F(VerifiedCopyTest, ADigestThatTheMachineDoesNotAllow) {
+    makeSource("content");
+    const ForbiddenDigests forbidden;
+    EXPECT_FALSE(copy({"/to/a"}, VerificationType::md5));
+    EXPECT_EQ(loggedLines(),
+              Lines{"Exception in copyFileWithProgress:destinations:verificationType:delegate:"
+                    "object:object:. QFDigestUnavailable - not here."});
+    EXPECT_EQ(contentOf("/to/a"), "");
+    EXPECT_TRUE(copy({"/to/a"}, otherType));
 }
 
 // While it is copied.

@@ -103,6 +103,50 @@ TEST_F(Chown, RefusesALinkAndLeavesWhatItLeadsTo) {
     EXPECT_EQ(ownerOf(folder / "link"), before);
 }
 
+TEST_F(Chown, RefusesALinkToAFolderHoweverManySlashesFollow) {
+    const auto target = folder.makeFolder("target");
+    std::filesystem::create_directory_symlink(target, folder / "link");
+    const auto before = ownerOf(target);
+    for (const char* name : {"link", "link/", "link//"}) {
+        const auto outcome = chown({"1234:5678", folder / name});
+        EXPECT_EQ(outcome.status, 1) << name;
+        EXPECT_NE(outcome.output.find("because it is a link"), std::string::npos) << outcome.output;
+    }
+    EXPECT_EQ(ownerOf(target), before);
+    EXPECT_EQ(ownerOf(folder / "link"), before);
+}
+
+TEST_F(Chown, TakesEveryWordBehindTheOwnerForAPath) {
+    skipUnlessRoot();
+    const auto below = folder.write("-R/file", "content");
+    const Words names = {"-R", "--", "--reference=file", "*", "$(id)", "two\nlines"};
+    for (const auto& name : names) {
+        if (name != "-R") {
+            folder.write(name);
+        }
+    }
+    Words command = {"1234:5678"};
+    command.insert(command.end(), names.begin(), names.end());
+    const auto outcome = chown(command, {"env", "-C", folder.path()});
+    EXPECT_EQ(outcome.status, 0) << outcome.output;
+    for (const auto& name : names) {
+        EXPECT_EQ(ownerOf(folder / name), Owner(1234, 5678)) << name;
+    }
+    EXPECT_EQ(ownerOf(below), ownerOf(file));
+}
+
+TEST_F(Chown, ChangesNothingButTheItemThatAPathEndsAt) {
+    skipUnlessRoot();
+    const auto inner = folder.makeFolder("outer/inner");
+    EXPECT_EQ(chown({"1234:5678", inner + "/.."}).status, 0);
+    EXPECT_EQ(ownerOf(folder / "outer"), Owner(1234, 5678));
+    EXPECT_EQ(chown({"1:1", folder / "outer/"}).status, 0);
+    EXPECT_EQ(ownerOf(folder / "outer"), Owner(1, 1));
+    EXPECT_EQ(ownerOf(inner), ownerOf(file));
+    EXPECT_EQ(ownerOf(folder.path()), ownerOf(file));
+    EXPECT_EQ(chown({"1234:5678", ""}).status, 1);
+}
+
 TEST_F(Chown, TellsThatItIsNotAllowed) {
     std::filesystem::permissions(folder.path(), std::filesystem::perms(0755));
     const auto outcome = chown({"0:0", file}, asOrdinaryUser());

@@ -412,6 +412,31 @@ TEST_F(Ditto, RefusesEntriesThatWouldLeaveTheFolder) {
     }
 }
 
+TEST_F(Ditto, StaysInTheFolderWhereverBackslashesAreTakenForSlashes) {
+    for (const char* name : {"..\\evil", "a\\..\\..\\evil", "\\evil", "C:\\evil"}) {
+        auto bytes = contentOf(makeArchive("a.zip", {{name, "x"}}));
+        // The system that the archive was made on: one whose paths have backslashes.
+        bytes.at(bytes.find("PK\x01\x02") + 5) = 0;
+        static_cast<void>(ditto({"-xk", folder.write("a.zip", bytes), folder / "out"}));
+        fs::remove_all(folder / "out");
+        expectOnly({"a.zip"});
+    }
+    EXPECT_FALSE(fs::exists("/evil"));
+}
+
+TEST_F(Ditto, StaysInTheFolderWhicheverOfTwoNamesItGoesBy) {
+    const std::string good = "sub/evil";
+    const std::string evil = "../.evil";
+    const auto bytes = contentOf(makeArchive("a.zip", {{good, "x"}}));
+    for (const auto at : {bytes.find(good), bytes.rfind(good)}) {
+        auto changed = bytes;
+        changed.replace(at, evil.size(), evil);
+        static_cast<void>(ditto({"-xk", folder.write("a.zip", changed), folder / "out"}));
+        fs::remove_all(folder / "out");
+        expectOnly({"a.zip"});
+    }
+}
+
 TEST_F(Ditto, ReplacesALinkByWhatComesUnderItsName) {
     const auto victim = folder.write("victim", "kept");
     const auto outside = folder.makeFolder("outside");
