@@ -186,11 +186,14 @@ void TestedHelper::become(const HelperSetup& setup, int input) {
         const rlimit limit{*setup.fileSize, RLIM_INFINITY};
         ::setrlimit(RLIMIT_FSIZE, &limit);
     }
-    if (!setup.mayFork && !forbidForks()) {
-        ::_exit(98);
+    ::unsetenv("LSAN_OPTIONS"); // it may name a file that the sandbox hides
+    if (!setup.mayFork) {
+        ::setenv("LSAN_OPTIONS", "detect_leaks=0", 1); // leaks are looked for by a process
+        if (!forbidForks()) {
+            ::_exit(98);
+        }
     }
     if (::setresuid(setup.runsAs, setup.runsAs, setup.runsAs) == 0) {
-        ::unsetenv("LSAN_OPTIONS"); // it may name a file that the sandbox hides
         std::string name = QF_HELPER;
         const std::array<char*, 2> arguments{name.data(), nullptr};
         ::fexecve(helperFile.get(), arguments.data(), environ);
