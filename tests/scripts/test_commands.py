@@ -22,9 +22,8 @@ PROGRAM = os.path.abspath(sys.argv.pop(1))
 BUILD = os.path.dirname(os.path.dirname(PROGRAM))
 TOOLS = f"{BUILD}/libexec/kelvane-uninstaller/tools"
 PAGES = ("README.md", "CONTRIBUTING.md", "docs/administrators.md", "docs/tools.md",
-         "docs/attributes.md", "docs/launchctl.md", "docs/security.md")
-LINKED = (*PAGES, "CHANGELOG.md", "docs/architecture.md", "docs/porting.md",
-          "docs/utility-layer.md")
+         "docs/attributes.md", "docs/launchctl.md", "docs/security.md", "docs/utility-layer.md")
+LINKED = (*PAGES, "CHANGELOG.md", "docs/architecture.md", "docs/porting.md")
 # The stand-ins, by the names under which docs/tools.md and docs/launchctl.md speak of them.
 STAND_INS = {"ditto": "usr/bin/ditto", "xattr": "usr/bin/xattr", "diskutil": "usr/sbin/diskutil",
              "chown": "usr/sbin/chown", "launchctl": "bin/launchctl"}
@@ -82,7 +81,7 @@ def command_lines() -> Iterator[tuple[str, list[str]]]:
                 # Brackets are the pages' own, about what may be left out.
                 words = [word.strip("[]") for word in words]
                 if words and re.match(r"(\./\w|scripts/|tests/|build/|cmake$|ctest$|gio$|"
-                                      r"kelvane-uninstaller$|ansible-playbook$)", words[0]):
+                                      r"kelvane-uninstaller$|verified-copy$|ansible-playbook$)", words[0]):
                     yield page, words
 
 
@@ -207,9 +206,12 @@ class Commands(unittest.TestCase):
                     self.assertIn(f"{found[2]}: ", targets)
                     self.assertTrue(os.path.isdir(f"{TREE}/{os.path.dirname(found[1])}"))
 
-    def test_the_program_knows_its_options(self) -> None:
-        for page, words in self.commands("kelvane-uninstaller"):
-            self.assert_options(page, words, said(PROGRAM, "--help"))
+    def test_programs_know_their_options(self) -> None:
+        for name, program in (("kelvane-uninstaller", PROGRAM),
+                              ("verified-copy", f"{BUILD}/examples/verified-copy/verified-copy")):
+            help_text = said(program, "--help")
+            for page, words in self.commands(name):
+                self.assert_options(page, words, help_text)
 
     def test_the_trash_knows_its_options(self) -> None:
         for page, words in self.commands("gio"):
