@@ -8,6 +8,7 @@
 #include "platform/linux/Folders.h"
 #include "platform/linux/ItemPlace.h"
 #include "platform/linux/ItemTransfer.h"
+#include "platform/linux/LongPath.h"
 #include "platform/linux/ToolOverlay.h"
 #include "platform/linux/TreeRemoval.h"
 #include "platform/linux/WholeFiles.h"
@@ -28,14 +29,32 @@ namespace {
 
 /// Changes the immutable flag of a regular file or a folder. Gives 0, or the errno.
 int changeImmutableFlag(const std::string& path, bool immutable) {
+    constexpr int access = O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
     const FileDescriptor item(
-        ::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+        atPath(path, [](int folder, const char* rest) { return ::openat(folder, rest, access); }));
     int flags = 0;
     if (!item || ::ioctl(item.get(), FS_IOC_GETFLAGS, &flags) != 0) {
         return errno;
     }
     flags = immutable ? flags | FS_IMMUTABLE_FL : flags & ~FS_IMMUTABLE_FL;
     return ::ioctl(item.get(), FS_IOC_SETFLAGS, &flags) == 0 ? 0 : errno;
+}
+
+/// The status of what stands at a path; links are followed. Nothing when there is none.
+std::optional<struct stat> statusOfItem(const std::string& path) {
+    struct stat status {};
+    const int result = atPath(path, [&status](int folder, const char* rest) {
+        return ::fstatat(folder, rest, &status, 0);
+    });
+    return result == 0 ? std::optional(status) : std::nullopt;
+}
+
+/// Asks for what `mask` says of what stands at a path; of a link, its own. Gives 0, or the errno.
+int ownStatusOfItem(const std::string& path, unsigned mask, struct statx& status) {
+    const int result = atPath(path, [&](int folder, const char* rest) {
+        return ::statx(folder, rest, AT_SYMLINK_NOFOLLOW, mask, &status);
+    });
+    return result == 0 ? 0 : errno;
 }
 
 /// The size of a folder's entry, where it counts.
@@ -50,8 +69,9 @@ std::optional<std::uint64_t> sizeOf(int folder, const DirectoryEntry& entry) {
 
 template <class Size>
 std::optional<std::vector<DirectoryEntry>> readFolder(const std::string& path, Size size) {
-    Directory directory(
-        FileDescriptor(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NONBLOCK | O_CLOEXEC)));
+    constexpr int access = O_RDONLY | O_DIRECTORY | O_NONBLOCK | O_CLOEXEC;
+    Directory directory(FileDescriptor(
+        atPath(path, [](int folder, const char* rest) { return ::openat(folder, rest, access); })));
     if (!directory) {
         return std::nullopt;
     }
@@ -110,13 +130,12 @@ std::optional<Error> transfer(const std::string& path, const std::string& newPat
 } // namespace
 
 bool FileSystem::exists(const std::string& path) {
-    struct stat status {};
-    return ::stat(path.c_str(), &status) == 0;
+    return statusOfItem(path).has_value();
 }
 
 bool FileSystem::isDirectory(const std::string& path) {
-    struct stat status {};
-    return ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+    const auto status = statusOfItem(path);
+    return status && S_ISDIR(status->st_mode);
 }
 
 bool FileSystem::isExecutable(const std::string& path) {
@@ -124,27 +143,29 @@ bool FileSystem::isExecutable(const std::string& path) {
 }
 
 bool FileSystem::isWritable(const std::string& path) {
-    return ::faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) == 0;
+    return atPath(path, [](int folder, const char* rest) {
+               return ::faccessat(folder, rest, W_OK, AT_EACCESS);
+           }) == 0;
 }
 
 std::optional<ItemIdentity> FileSystem::identityOfItem(const std::string& path) {
-    struct stat status {};
-    return ::stat(path.c_str(), &status) == 0
-               ? std::optional(ItemIdentity{.volume = status.st_dev, .number = status.st_ino})
-               : std::nullopt;
+    const auto status = statusOfItem(path);
+    return status ? std::optional(ItemIdentity{.volume = status->st_dev, .number = status->st_ino})
+                  : std::nullopt;
 }
 
 std::optional<std::string> FileSystem::destinationOfSymbolicLink(const std::string& path) {
     std::array<char, PATH_MAX> target{};
-    const ssize_t length = ::readlink(path.c_str(), target.data(), target.size());
+    const ssize_t length = atPath(path, [&target](int folder, const char* rest) {
+        return ::readlinkat(folder, rest, target.data(), target.size());
+    });
     return length < 0 ? std::nullopt
                       : std::optional(std::string(target.data(), static_cast<std::size_t>(length)));
 }
 
 std::optional<ItemAttributes> FileSystem::attributesOfItem(const std::string& path) {
     struct statx status {};
-    if (::statx(AT_FDCWD, path.c_str(), AT_SYMLINK_NOFOLLOW, STATX_BASIC_STATS | STATX_BTIME,
-                &status) != 0) {
+    if (ownStatusOfItem(path, STATX_BASIC_STATS | STATX_BTIME, status) != 0) {
         return std::nullopt;
     }
     const auto kind = itemKind(status.stx_mode);
@@ -195,9 +216,10 @@ std::optional<Error> FileSystem::writeAtomically(const std::string& path,
 std::optional<Error> FileSystem::setModificationDate(const std::string& path, Date date) {
     const std::array<timespec, 2> times{timespec{.tv_sec = 0, .tv_nsec = UTIME_OMIT},
                                         timespecOf(date)};
-    return ::utimensat(AT_FDCWD, path.c_str(), times.data(), 0) == 0
-               ? std::nullopt
-               : std::optional(posixError(errno, path::lastComponent(path), "changed"));
+    const int result = atPath(path, [&times](int folder, const char* rest) {
+        return ::utimensat(folder, rest, times.data(), 0);
+    });
+    return errorUnlessZero(result == 0 ? 0 : errno, path, "changed");
 }
 
 std::optional<Error> FileSystem::setCreationDate(const std::string& path, Date date) {
@@ -206,9 +228,10 @@ std::optional<Error> FileSystem::setCreationDate(const std::string& path, Date d
 
 std::optional<Error> FileSystem::setPosixPermissions(const std::string& path,
                                                      unsigned permissions) {
-    return ::chmod(path.c_str(), permissions) == 0
-               ? std::nullopt
-               : std::optional(posixError(errno, path::lastComponent(path), "changed"));
+    const int result = atPath(path, [permissions](int folder, const char* rest) {
+        return ::fchmodat(folder, rest, permissions, 0);
+    });
+    return errorUnlessZero(result == 0 ? 0 : errno, path, "changed");
 }
 
 std::optional<Error> FileSystem::setImmutable(const std::string& path, bool immutable) {
@@ -216,8 +239,8 @@ std::optional<Error> FileSystem::setImmutable(const std::string& path, bool immu
         return posixError(number, path::lastComponent(path), immutable ? "locked" : "unlocked");
     };
     struct statx status {};
-    if (::statx(AT_FDCWD, path.c_str(), AT_SYMLINK_NOFOLLOW, STATX_TYPE, &status) != 0) {
-        return failure(errno);
+    if (const int error = ownStatusOfItem(path, STATX_TYPE, status); error != 0) {
+        return failure(error);
     }
     const bool canBeImmutable = (status.stx_attributes_mask & STATX_ATTR_IMMUTABLE) != 0;
     const bool isImmutable = canBeImmutable && (status.stx_attributes & STATX_ATTR_IMMUTABLE) != 0;

@@ -1,6 +1,7 @@
 #include "platform/linux/ItemPlace.h"
 
 #include "platform/foundation/Path.h"
+#include "platform/linux/LongPath.h"
 
 #include <fcntl.h>
 
@@ -14,7 +15,9 @@ int findPlace(const std::string& path, ItemPlace& place) {
         return EINVAL;
     }
     const auto folder = path::deletingLastComponent(path);
-    place.folder = FileDescriptor(::open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    place.folder = FileDescriptor(atPath(folder, [](int start, const char* rest) {
+        return ::openat(start, rest, O_PATH | O_DIRECTORY | O_CLOEXEC);
+    }));
     return place.folder ? 0 : errno;
 }
 

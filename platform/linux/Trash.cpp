@@ -7,6 +7,7 @@
 #include "platform/linux/Folders.h"
 #include "platform/linux/FreeName.h"
 #include "platform/linux/HomeTrash.h"
+#include "platform/linux/LongPath.h"
 
 #include <fcntl.h>
 #include <gio/gio.h>
@@ -140,7 +141,9 @@ Failure trashThroughGio(const std::string& item) {
 
 Failure trashByRename(const std::string& folder, const std::string& trash,
                       const std::string& name) {
-    const FileDescriptor source(::open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    const FileDescriptor source(atPath(folder, [](int start, const char* rest) {
+        return ::openat(start, rest, O_PATH | O_DIRECTORY | O_CLOEXEC);
+    }));
     const FileDescriptor destination(
         ::open(trash.c_str(), O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
     if (!source || !destination) {
@@ -166,7 +169,10 @@ Failure trashItem(const std::string& folder, const std::string& trash, const std
     if (!isEntryName(name) || !item.starts_with('/') || !trash.starts_with('/')) {
         return failure(EINVAL);
     }
-    if (::lstat(item.c_str(), &itemStatus) != 0) {
+    const int found = atPath(item, [&itemStatus](int start, const char* rest) {
+        return ::fstatat(start, rest, &itemStatus, AT_SYMLINK_NOFOLLOW);
+    });
+    if (found != 0) {
         return failure(errno);
     }
     int error = makeTrash(trash);

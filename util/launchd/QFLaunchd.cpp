@@ -1,6 +1,7 @@
 #include "util/launchd/QFLaunchd.h"
 
 #include "platform/Application.h"
+#include "platform/Clock.h"
 #include "platform/Console.h"
 #include "platform/PropertyLists.h"
 #include "platform/Services.h"
@@ -13,7 +14,6 @@
 
 #include <chrono>
 #include <string_view>
-#include <thread>
 
 namespace {
 
@@ -127,9 +127,9 @@ void setOwnerAndModePrivileged(const std::string& file, Domain domain) {
     if (domain == Domain::local) {
         authorization.authExecTask(chown, {ownerOfMachinesJobs, file});
     }
-    std::this_thread::sleep_for(pauseAfterOwner);
+    platform::sleep(pauseAfterOwner);
     authorization.authExecTask(chmod, {modeOfJobs, file});
-    std::this_thread::sleep_for(pauseAfterMode);
+    platform::sleep(pauseAfterMode);
 }
 
 } // namespace
@@ -183,7 +183,7 @@ void QFLaunchd::removeJob(const std::optional<std::string>& label, Domain user,
         return;
     }
     if (QFFileManager::removeFile(file, shouldAuth)) {
-        std::this_thread::sleep_for(pauseAfterRemoval);
+        platform::sleep(pauseAfterRemoval);
     } else if (shouldAuth == ShouldAuth::yes) {
         showAlert(unableToRemove, folder);
     }

@@ -1,11 +1,13 @@
 #include "tests/platform/linux/RunChild.h"
 #include "tests/support/TemporaryFolder.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <climits>
 #include <filesystem>
 
 namespace fs = std::filesystem;
@@ -22,6 +24,25 @@ bool stands(const std::string& path) {
 /// A home folder of its own, and a child process that trashes from it.
 class Trash : public testing::Test {
 protected:
+    /// Makes a file in a folder whose path is longer than a system call takes, and gives the
+    /// folder's.
+    std::string writeFarBelow(const std::string& name) const {
+        constexpr int levels = 20;
+        std::string path = items;
+        int folder = ::open(items.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
+        for (int level = 0; level < levels; ++level) {
+            const std::string below(NAME_MAX, 'n');
+            ::mkdirat(folder, below.c_str(), 0755);
+            const int next = ::openat(folder, below.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
+            ::close(folder);
+            folder = next;
+            path += "/" + below;
+        }
+        ::close(::openat(folder, name.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644));
+        ::close(folder);
+        return path;
+    }
+
     Outcome recycle(const std::string& name, const std::vector<std::string>& prefix = {}) {
         return runChild({"recycle", items, trash, name}, environment, prefix);
     }
@@ -176,6 +197,25 @@ TEST_F(Trash, TakesLongNamesThatAreNoText) {
     EXPECT_NE(contentOf(note(std::string(245, '\xFF'))).find("/%FF%FF"), std::string::npos);
     EXPECT_EQ(contentOf(files(std::string(120, 'x') + '.' + std::string(124, 'y'))),
               "long extension");
+}
+
+TEST_F(Trash, TakesWhatNoSystemCallReachesByItsPath) {
+    const auto folder = writeFarBelow("a.txt");
+
+    EXPECT_EQ(runChild({"recycle", folder, trash, "a.txt"}, environment).output, "ok\n");
+    EXPECT_NE(runChild({"recycle", folder, trash, "a.txt"}, environment).output, "ok\n");
+
+    EXPECT_TRUE(stands(files("a.txt")));
+    EXPECT_NE(contentOf(note("a.txt")).find("Path=" + folder + "/a.txt\n"), std::string::npos);
+}
+
+TEST_F(Trash, ThatIsARealFolderTakesWhatNoSystemCallReachesByItsPath) {
+    home.makeFolder(".Trash");
+    const auto folder = writeFarBelow("a.txt");
+
+    EXPECT_EQ(runChild({"recycle", folder, trash, "a.txt"}, environment).output, "ok\n");
+
+    EXPECT_TRUE(stands(trash + "/a.txt"));
 }
 
 TEST_F(Trash, IsMadeAgainWhereItsLinkLeadsToNothing) {

@@ -1,37 +1,16 @@
 #pragma once
 
 #include "platform/Application.h"
-#include "platform/Clock.h"
 #include "platform/linux/SystemInformation.h"
 #include "tests/support/DescribedMachine.h"
+#include "tests/support/PausingClock.h"
 #include "util/files/QFFileManager.h"
 #include "util/log/QFLog.h"
 
-#include <atomic>
 #include <chrono>
 #include <functional>
 #include <optional>
 #include <vector>
-
-/// A clock that stands still but while somebody pauses, so that no test has to wait.
-class PausingClock : public platform::Clock {
-public:
-    /// Every rest that was taken.
-    std::vector<std::chrono::microseconds> rests;
-    /// What happens in the world during each rest.
-    std::function<void()> meanwhile = [] {};
-
-    platform::Date now() override { return time_; }
-    void sleep(std::chrono::microseconds duration) override {
-        rests.push_back(duration);
-        pass(duration);
-        meanwhile();
-    }
-    void pass(std::chrono::microseconds duration) { time_ = now() + duration; }
-
-private:
-    std::atomic<platform::Date> time_{std::chrono::sys_days(std::chrono::year(2026) / 11 / 16)};
-};
 
 /// An application whose main thread is the test's. No event ever comes.
 class PumpingApplication : public platform::Application {

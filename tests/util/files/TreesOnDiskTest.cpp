@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <climits>
 #include <filesystem>
 #include <functional>
 #include <thread>
@@ -61,12 +62,12 @@ protected:
     /// The folder itself is then removed in little time.
     ~TreesOnDisk() override { static_cast<void>(onDisk.removeItem(top)); }
 
-    /// Makes a chain of folders, with a file in the last one.
-    void makeDeepTree(const std::string& file) const {
+    /// Makes a chain of folders of one name, with a file in the last one.
+    void makeDeepTree(const std::string& file, const std::string& name = "d") const {
         int parent = ::open(top.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
         for (int level = 0; level < levels; ++level) {
-            ASSERT_EQ(::mkdirat(parent, "d", 0755), 0);
-            const int child = ::openat(parent, "d", O_PATH | O_DIRECTORY | O_CLOEXEC);
+            ASSERT_EQ(::mkdirat(parent, name.c_str(), 0755), 0);
+            const int child = ::openat(parent, name.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
             ::close(parent);
             parent = child;
         }
@@ -76,6 +77,15 @@ protected:
             ::close(made);
         }
         ::close(parent);
+    }
+
+    /// The deepest folder of a chain of those with the long name.
+    std::string pathOfTheLastFolder() const {
+        std::string path = top;
+        for (int level = 0; level < levels; ++level) {
+            path += "/" + longName;
+        }
+        return path;
     }
 
     /// Makes a folder of as many files of one byte each.
@@ -92,6 +102,7 @@ protected:
     }
 
     const std::string top;
+    const std::string longName = std::string(NAME_MAX, 'n');
 };
 
 } // namespace
@@ -117,6 +128,37 @@ TEST_F(TreesOnDisk, ADeepTreeOfFoldersAloneIsRemovedAsEmpty) {
     const DescriptorLimit limit(100);
     runOnSmallStack([this] { EXPECT_TRUE(QFFileManager::removeFolderIfEmpty(top)); });
     EXPECT_EQ(loggedLines(), Lines{});
+    EXPECT_FALSE(fs::exists(top));
+}
+
+TEST_F(TreesOnDisk, NoPathIsTooLongForWhatIsInAFolderToCount) {
+    makeDeepTree("a.txt", longName);
+    EXPECT_FALSE(QFFileManager::removeFolderIfEmpty(top));
+    EXPECT_EQ(QFFileManager::fileSize(top), 5U);
+    const auto file = pathOfTheLastFolder() + "/a.txt";
+    EXPECT_EQ(QFFileManager::trashFilesNamed("a.txt", top), Lines{file});
+    EXPECT_EQ(workspace.recycled.size(), 1U);
+    EXPECT_EQ(loggedLines(), Lines{});
+}
+
+TEST_F(TreesOnDisk, AFileThatNoPathOfTheSystemsReachesIsOneLikeAnyOther) {
+    makeDeepTree("a.txt", longName);
+    const auto file = pathOfTheLastFolder() + "/a.txt";
+    EXPECT_TRUE(QFFileManager::fileExistsAtPath(file));
+    EXPECT_FALSE(QFFileManager::isDirectoryAtPath(file));
+    EXPECT_FALSE(QFFileManager::isSymbolicLinkAtPath(file));
+    EXPECT_EQ(QFFileManager::fileSize(file), 5U);
+    EXPECT_TRUE(QFFileManager::setModificationDate(pauses.now(), file));
+    EXPECT_EQ(QFFileManager::modificationDateForFile(file), pauses.now());
+    QFFileManager::setPosixPermissions(0600, file);
+    EXPECT_FALSE(QFFileManager::fileExistsAtPath(file + "/below"));
+    EXPECT_FALSE(QFFileManager::fileExistsAtPath(pathOfTheLastFolder() + "/missing"));
+    EXPECT_TRUE(QFFileManager::moveFile(file, folder / "a.txt", ShouldAuth::no));
+    EXPECT_EQ(contentOf(folder / "a.txt"), "12345");
+    EXPECT_TRUE(QFFileManager::copyFile(folder / "a.txt", file, ShouldAuth::no));
+    EXPECT_TRUE(QFFileManager::removeFile(file, ShouldAuth::no));
+    EXPECT_EQ(loggedLines(), Lines{});
+    EXPECT_TRUE(QFFileManager::removeFolderIfEmpty(top));
     EXPECT_FALSE(fs::exists(top));
 }
 

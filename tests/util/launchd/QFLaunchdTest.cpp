@@ -4,11 +4,23 @@
 #include "platform/Application.h"
 #include "platform/PropertyLists.h"
 #include "platform/Windows.h"
+#include "platform/linux/FileSystem.h"
+#include "platform/linux/PropertyLists.h"
+#include "platform/linux/SystemInformation.h"
+#include "tests/platform/linux/RunChild.h"
 #include "tests/support/DescribedMachine.h"
+#include "tests/support/PausingClock.h"
+#include "tests/support/TemporaryFolder.h"
+#include "util/log/QFLog.h"
 
 #include <chrono>
+#include <filesystem>
 #include <map>
 #include <set>
+
+using namespace std::chrono_literals;
+
+namespace fs = std::filesystem;
 
 namespace {
 
@@ -20,20 +32,32 @@ public:
     bool hasAttachedSheet() override { return false; }
 };
 
-/// An application whose one thread is the main thread, with a main window.
+/// An application whose one thread is the main thread, with a main window. No event ever comes, so
+/// that the time of every deadline passes.
 class SingleThreadedApplication : public platform::Application {
 public:
+    explicit SingleThreadedApplication(PausingClock& clock) : clock_(clock) {}
+
     StillWindow window;
+    /// For how long events were waited for.
+    std::chrono::milliseconds waited{0};
 
     bool isMainThread() override { return true; }
     void performOnMainThread(std::function<void()> work, platform::Wait /*wait*/) override {
         work();
     }
-    void handleNextEvent(std::chrono::milliseconds /*deadline*/) override {}
+    void handleNextEvent(std::chrono::milliseconds deadline) override {
+        waited += deadline;
+        clock_.pass(deadline);
+        clock_.meanwhile();
+    }
     void terminate() override {}
     int addTerminationObserver(std::function<void()> /*observer*/) override { return 0; }
     void removeTerminationObserver(int /*observer*/) override {}
     platform::Window* mainWindow() override { return &window; }
+
+private:
+    PausingClock& clock_;
 };
 
 /// Remembers the alerts that were shown, and answers each at once.
@@ -95,8 +119,19 @@ private:
     DescribedFileSystem& fileSystem_;
 };
 
+/// The disk, with every system tool.
+class DiskWithTools : public platform::native::FileSystem {
+public:
+    bool isExecutable(const std::string& /*path*/) override { return true; }
+};
+
 class QFLaunchdTest : public DescribedMachine {
 protected:
+    using Rests = std::vector<std::chrono::microseconds>;
+
+    /// The log asks for the time on a thread of its own.
+    ~QFLaunchdTest() override { QFLog::finishWriting(); }
+
     static constexpr const char* label = "com.quillfen.Lunevar";
     static constexpr const char* usersAgent =
         "/home/someone/Library/LaunchAgents/com.quillfen.Lunevar.plist";
@@ -125,6 +160,11 @@ protected:
         services.rightsStatus = platform::errAuthorizationCanceled;
     }
 
+    void failToMove() {
+        fileSystem.failures[std::string("move ") + temporaryFile + " " + machinesDaemon] = {
+            .localizedDescription = "You can’t."};
+    }
+
     /// The whole of what installing a job runs when nothing is in its way.
     static Lines installing(const std::string& file, bool forTheMachine) {
         Lines runs;
@@ -147,15 +187,74 @@ protected:
     const platform::Value::Dictionary settings{{"Label", platform::Value(label)},
                                                {"RunAtLoad", platform::Value(true)}};
     static constexpr const char* temporaryFile = "/tmp/com.quillfen.Lunevar.plist";
-    SingleThreadedApplication application;
+    PausingClock pauses;
+    SingleThreadedApplication application{pauses};
     AnsweredAlertPanels alertPanels;
     RecordingPropertyLists propertyLists{fileSystem};
 
 private:
+    platform::native::SystemInformation systemInformation_;
+    platform::ScopedService<platform::SystemInformation> systemInformationScope_{
+        systemInformation_};
+    platform::ScopedService<platform::Clock> pausesScope_{pauses};
     platform::ScopedService<platform::Application> applicationScope_{application};
     platform::ScopedService<platform::AlertPanels> alertPanelsScope_{alertPanels};
     platform::ScopedService<platform::PropertyLists> propertyListsScope_{propertyLists};
 };
+
+/// Job files on disk, in a home folder of the test's own.
+class JobFilesOnDisk : public QFLaunchdTest {
+protected:
+    JobFilesOnDisk() {
+        using platform::DirectoryKind;
+        using platform::DomainMask;
+        searchPaths.lists = {{{DirectoryKind::library, DomainMask::user}, {home / "Library"}}};
+        account.temporary = home.makeFolder("temporary");
+    }
+
+    TemporaryFolder home;
+    const std::string jobFolder = home / "Library/LaunchAgents";
+    const std::string jobFile = jobFolder + "/com.quillfen.Lunevar.plist";
+
+private:
+    DiskWithTools onDisk_;
+    platform::native::PropertyLists propertyListsOnDisk_;
+    platform::ScopedService<platform::FileSystem> onDiskScope_{onDisk_};
+    platform::ScopedService<platform::PropertyLists> propertyListsOnDiskScope_{
+        propertyListsOnDisk_};
+};
+
+/// Settings with every type that a property list has.
+platform::Value::Dictionary settingsOfEveryType() {
+    using platform::Value;
+    return {
+        {"Label", "com.quillfen.Lunevar"},
+        {"ProgramArguments", Value::Array{"/bin/echo", "<ümläut> & \"more\"", ""}},
+        {"RunAtLoad", true},
+        {"KeepAlive", Value::Dictionary{{"SuccessfulExit", false}}},
+        {"StartInterval", 300},
+        {"Nice", -5},
+        {"Ratio", 0.5},
+        {"Since", platform::Date(std::chrono::sys_days(std::chrono::year(2026) / 11 / 16) + 7h)},
+        {"Token", platform::Data{{std::byte{0}, std::byte{127}, std::byte{255}}}},
+        {"Empty", Value::Dictionary{}},
+    };
+}
+
+/// Fails unless the property list at the path given holds settingsOfEveryType(), whose text tells
+/// numbers from truth values.
+constexpr const char* compareInPython = R"(
+import datetime, plistlib, sys
+expected = {
+    "Label": "com.quillfen.Lunevar",
+    "ProgramArguments": ["/bin/echo", "<ümläut> & \"more\"", ""],
+    "RunAtLoad": True, "KeepAlive": {"SuccessfulExit": False},
+    "StartInterval": 300, "Nice": -5, "Ratio": 0.5,
+    "Since": datetime.datetime(2026, 11, 16, 7), "Token": bytes([0, 127, 255]), "Empty": {}}
+with open(sys.argv[1], "rb") as file:
+    job = plistlib.load(file, fmt=plistlib.FMT_XML)
+assert repr(sorted(job.items())) == repr(sorted(expected.items())), job
+)";
 
 } // namespace
 
@@ -209,9 +308,9 @@ TEST_F(QFLaunchdTest, RemovingStopsTheJobAndDeletesItsFile) {
 
 TEST_F(QFLaunchdTest, RemovingPausesAfterTheFileIsDeleted) {
     fileSystem.files = {machinesDaemon};
-    const auto before = std::chrono::steady_clock::now();
+    pauses.meanwhile = [this] { EXPECT_EQ(removed(), Lines{machinesDaemon}); };
     QFLaunchd::removeJob(label, Domain::local, LaunchAgent::no, ShouldAuth::no);
-    EXPECT_GE(std::chrono::steady_clock::now() - before, std::chrono::microseconds(500));
+    EXPECT_EQ(pauses.rests, Rests{500us});
 }
 
 TEST_F(QFLaunchdTest, AJobWithoutAFileIsStoppedAllTheSameAndNothingIsShown) {
@@ -240,6 +339,7 @@ TEST_F(QFLaunchdTest, AFileThatRemainsIsReportedOnTheMainWindow) {
               "/Library/LaunchDaemons.");
     EXPECT_EQ(alertPanels.shown[0].defaultButtonTitle, std::nullopt);
     EXPECT_EQ(alertPanels.parents, std::vector<platform::Window*>{&application.window});
+    EXPECT_EQ(pauses.rests, Rests{});
 }
 
 TEST_F(QFLaunchdTest, AFileThatRemainsIsNotReportedWhereNothingMayBeAsked) {
@@ -355,10 +455,16 @@ TEST_F(QFLaunchdTest, WithTheRightAUsersJobKeepsItsOwner) {
 }
 
 TEST_F(QFLaunchdTest, PausesForThePrivilegedTools) {
-    const auto before = std::chrono::steady_clock::now();
+    std::vector<std::size_t> toolsBefore;
+    pauses.meanwhile = [&] { toolsBefore.push_back(services.tools().size()); };
     startDaemon(ShouldAuth::yes);
-    EXPECT_GE(std::chrono::steady_clock::now() - before,
-              std::chrono::seconds(1) + std::chrono::microseconds(500));
+    EXPECT_EQ(pauses.rests, Rests({500us, 1s}));
+    EXPECT_EQ(toolsBefore, (std::vector<std::size_t>{1, 2}));
+}
+
+TEST_F(QFLaunchdTest, WithoutPrivilegeTheToolsAreWaitedForThemselves) {
+    startDaemon(ShouldAuth::no);
+    EXPECT_EQ(pauses.rests, Rests{});
 }
 
 TEST_F(QFLaunchdTest, AnUnwritableJobFileIsMovedIntoPlaceFromTheTemporaryFolder) {
@@ -370,10 +476,44 @@ TEST_F(QFLaunchdTest, AnUnwritableJobFileIsMovedIntoPlaceFromTheTemporaryFolder)
     EXPECT_FALSE(fileSystem.files.contains(temporaryFile));
     EXPECT_EQ(services.tools(), (Lines{std::string("/usr/sbin/chown root:wheel ") + machinesDaemon,
                                        std::string("/bin/chmod 644 ") + machinesDaemon}));
-    const auto lines = loggedLines();
-    ASSERT_FALSE(lines.empty());
-    EXPECT_EQ(lines[0], "Unable to write launchd plist - trying to authorize...");
+    EXPECT_EQ(loggedLines(), (Lines{"Unable to write launchd plist - trying to authorize...",
+                                    std::string("Unable to unlock file ") + temporaryFile +
+                                        ": There is nothing at " + temporaryFile + "."}));
+    EXPECT_EQ(console.systemLogLines(), Lines{});
     EXPECT_EQ(alertPanels.shown.size(), 0U);
+}
+
+TEST_F(QFLaunchdTest, AJobFileThatOnlyTheAdministratorCanMoveIsWaitedFor) {
+    propertyLists.unwritable = {machinesDaemon};
+    failToMove();
+    pauses.meanwhile = [this] {
+        if (application.waited == 9990ms) {
+            fileSystem.files.erase(temporaryFile);
+        }
+    };
+    EXPECT_TRUE(startDaemon(ShouldAuth::no));
+    EXPECT_EQ(services.tools()[0],
+              std::string("/bin/mv -f ") + temporaryFile + " " + machinesDaemon);
+    EXPECT_EQ(application.waited, 9990ms);
+    EXPECT_EQ(alertPanels.shown.size(), 0U);
+}
+
+TEST_F(QFLaunchdTest, AJobFileThatTheAdministratorDoesNotMoveIsWaitedForTenSeconds) {
+    propertyLists.unwritable = {machinesDaemon};
+    failToMove();
+    EXPECT_FALSE(startDaemon(ShouldAuth::no));
+    EXPECT_EQ(application.waited, 10s);
+    EXPECT_EQ(alertPanels.shown.size(), 1U);
+    EXPECT_EQ(removed(), Lines{temporaryFile});
+}
+
+TEST_F(QFLaunchdTest, AJobFileThatDoesNotGiveWayIsWaitedForFiveSecondsMore) {
+    propertyLists.unwritable = {machinesDaemon};
+    propertyLists.taken = {machinesDaemon};
+    fileSystem.removeErrors[machinesDaemon] = {.localizedDescription = "You can’t."};
+    EXPECT_FALSE(startDaemon(ShouldAuth::no));
+    EXPECT_EQ(application.waited, 15s);
+    EXPECT_EQ(loggedLines()[1], "Unable to write launchd plist - trying to authorize...");
 }
 
 TEST_F(QFLaunchdTest, AJobFileThatAppearsMeanwhileGivesWayToTheTemporaryOne) {
@@ -403,8 +543,7 @@ TEST_F(QFLaunchdTest, SettingsThatCanBeWrittenNowhereAreReportedThreeWays) {
 
 TEST_F(QFLaunchdTest, AJobFileThatCannotBePutInPlaceIsReportedThreeWaysAndLeavesNothingBehind) {
     propertyLists.unwritable = {machinesDaemon};
-    fileSystem.failures[std::string("move ") + temporaryFile + " " + machinesDaemon] = {
-        .localizedDescription = "You can’t."};
+    failToMove();
     services.rightsStatus = platform::errAuthorizationCanceled;
     EXPECT_FALSE(startDaemon(ShouldAuth::no));
     const std::string report = "Error: Unable to create LaunchAgent. Please check you have correct "
@@ -444,4 +583,34 @@ TEST_F(QFLaunchdTest, ALabelStandsInTheFilesNameAsItIs) {
 TEST_F(QFLaunchdTest, EmptySettingsAreWrittenAsTheyAre) {
     EXPECT_TRUE(QFLaunchd::startLaunchAgent(label, {}, Domain::user));
     EXPECT_EQ(propertyLists.written[usersAgent], platform::Value(platform::Value::Dictionary{}));
+}
+
+TEST_F(JobFilesOnDisk, OthersReadWhatASettingIsWhateverItsType) {
+    EXPECT_TRUE(QFLaunchd::startLaunchAgent(label, settingsOfEveryType(), Domain::user));
+    const auto outcome = run({"python3", "-c", compareInPython, jobFile}, {"PYTHONUTF8=1"});
+    EXPECT_EQ(outcome.status, 0) << outcome.output;
+    EXPECT_EQ(launcher.runs, installing(jobFile, false));
+    EXPECT_TRUE(fs::is_empty(account.temporary));
+}
+
+TEST_F(JobFilesOnDisk, TheFileOfAFormerJobIsReplacedAndThenRemoved) {
+    home.write("Library/LaunchAgents/com.quillfen.Lunevar.plist", "another program's");
+    home.write("Library/LaunchAgents/com.quillfen.Other.plist", "kept");
+    EXPECT_TRUE(QFLaunchd::startLaunchAgent(label, settings, Domain::user));
+    EXPECT_NE(contentOf(jobFile).find("<key>RunAtLoad</key>"), std::string::npos);
+    QFLaunchd::removeLaunchAgent(label, Domain::user);
+    EXPECT_FALSE(fs::exists(jobFile));
+    EXPECT_EQ(launcher.runs.size(), 14U);
+    EXPECT_EQ(contentOf(jobFolder + "/com.quillfen.Other.plist"), "kept");
+    EXPECT_EQ(loggedLines(), Lines{});
+}
+
+TEST_F(JobFilesOnDisk, SettingsThatNoPropertyListHoldsAreReportedAndNothingIsWritten) {
+    const platform::Value::Dictionary none{{"Label", platform::Value()}};
+    EXPECT_FALSE(QFLaunchd::startLaunchAgent(label, none, Domain::user));
+    ASSERT_EQ(alertPanels.shown.size(), 1U);
+    EXPECT_EQ(alertPanels.shown[0].messageText, "Error: Unable to write LaunchAgent data");
+    EXPECT_TRUE(fs::is_empty(jobFolder));
+    EXPECT_TRUE(fs::is_empty(account.temporary));
+    EXPECT_EQ(launcher.runs, Lines{});
 }
