@@ -3,10 +3,12 @@
 #include "platform/Services.h"
 #include "platform/SystemInformation.h"
 #include "platform/foundation/Exception.h"
+#include "platform/foundation/Text.h"
 #include "platform/qt/Identity.h"
 #include "platform/qt/InstanceLock.h"
 #include "platform/qt/WindowedMain.h"
 #include "platform/terminal/Dialogue.h"
+#include "platform/terminal/Screen.h"
 #include "platform/terminal/TerminalMain.h"
 
 #include <fcntl.h>
@@ -14,6 +16,7 @@
 
 #include <array>
 #include <cstdlib>
+#include <iostream>
 #include <utility>
 #include <variant>
 
@@ -43,9 +46,15 @@ bool isDisplayNamed() {
     return isSet("DISPLAY") || isSet("WAYLAND_DISPLAY") || isSet("QT_QPA_PLATFORM");
 }
 
+/// Says on standard error, in the user's characters, why there is nothing more to come.
+void reportFailure(const std::string& reason) {
+    const auto line = qt::applicationName() + ": " + text::printable(reason) + '\n';
+    std::cerr << terminal::inUsersCharacters(line) << std::flush;
+}
+
 /// Asks on the terminal after all, in this process's place. It ends where there is no terminal.
 [[noreturn]] void askOnTerminal(std::string program, const std::string& whyNoDisplay) {
-    qt::reportStartUpFailure("no display: " + whyNoDisplay);
+    reportFailure("no display: " + whyNoDisplay);
     if (terminal::Dialogue::isTerminal()) {
         std::string option = terminal::terminalOption;
         const std::array<char*, 3> arguments{program.data(), option.data(), nullptr};
@@ -84,7 +93,7 @@ int applicationMain(int argc, char** argv, const std::string& interfaceFile, Inv
         return options.list ? static_cast<int>(terminal::listMain(options, inventory))
                             : run(argc, argv, options, interfaceFile, inventory, awake);
     } catch (const Exception& exception) {
-        qt::reportStartUpFailure(exception.reason());
+        reportFailure(exception.reason());
         return static_cast<int>(ExitStatus::failed);
     }
 }

@@ -19,7 +19,7 @@ struct ExitStatusMeaning {
 
 inline constexpr ExitStatusMeaning exitStatusMeanings[] = {
     {ExitStatus::complete, "Done: all that was found is in the Trash, or the list was printed."},
-    {ExitStatus::failed, "Could not begin, or could not write the report; a line says why."},
+    {ExitStatus::failed, "Could not begin, or not write the list or report; a line says why."},
     {ExitStatus::usage, "The options are wrong or contradict one another."},
     {ExitStatus::leftInPlace, "Done, but something was left in place."},
     {ExitStatus::cancelled, "Cancelled: nothing was removed."},

@@ -7,7 +7,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <iterator>
-#include <set>
+#include <system_error>
 
 namespace platform::terminal {
 
@@ -20,11 +20,24 @@ constexpr const char* leftInPlace = "Left in place:";
     throw Exception("QFReportUnwritable", "cannot write the report " + file + ": " + why);
 }
 
+/// Where the report goes, whatever the working folder becomes; empty where none is wanted.
+std::string reportPath(const Options& options) {
+    if (!options.report) {
+        return {};
+    }
+    std::error_code error;
+    auto path = std::filesystem::absolute(*options.report, error);
+    if (error) {
+        throwUnwritable(*options.report, "the working folder does not exist");
+    }
+    return path.string();
+}
+
 } // namespace
 
 Run::Run(const Options& options, Inventory& inventory, Observation& observation, Screen& screen)
     : inventory_(inventory), observation_(observation), screen_(screen),
-      report_(options.report ? std::filesystem::absolute(*options.report).string() : ""),
+      report_(reportPath(options)),
       sharedItems_(options.removeShared ? SharedItems::go : SharedItems::stay) {
 }
 

@@ -15,7 +15,8 @@ namespace platform::terminal {
 /// thread only.
 class Run {
 public:
-    /// What it is given outlives it.
+    /// What it is given outlives it. Throws as prepare() does where a relative report has no
+    /// folder.
     Run(const Options& options, Inventory& inventory, Observation& observation, Screen& screen);
 
     /// Writes a report that the run goes on. Throws platform::Exception "QFReportUnwritable", whose

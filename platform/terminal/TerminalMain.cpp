@@ -1,12 +1,15 @@
 #include "platform/terminal/TerminalMain.h"
 
 #include "platform/Services.h"
+#include "platform/foundation/Exception.h"
 #include "platform/terminal/AlertPanel.h"
 #include "platform/terminal/Interface.h"
 #include "platform/terminal/LogConsole.h"
 #include "platform/terminal/PasswordQuestion.h"
 #include "platform/terminal/Report.h"
 #include "platform/terminal/Run.h"
+
+#include <iostream>
 
 namespace platform::terminal {
 
@@ -45,8 +48,12 @@ struct UserInterface {
 ExitStatus listMain(const Options& options, Inventory& inventory) {
     const auto sharedItems = options.removeShared ? SharedItems::go : SharedItems::stay;
     const auto rows = inventory.take(sharedItems, Sizes::yes);
-    service<platform::Console>().print(options.json ? listAsJson(rows, sharedItems)
-                                                    : inUsersCharacters(listAsText(rows)));
+    std::cout << (options.json ? listAsJson(rows, sharedItems)
+                               : inUsersCharacters(listAsText(rows)))
+              << std::flush;
+    if (!std::cout) {
+        throw Exception("QFListUnwritable", "cannot write the list");
+    }
     return ExitStatus::complete;
 }
 

@@ -11,7 +11,7 @@
 namespace platform::terminal {
 
 /// Prints what a run would take away on standard output. Nothing is changed, and no right is asked
-/// for.
+/// for. Throws platform::Exception "QFListUnwritable" when not all of it could be written.
 ExitStatus listMain(const Options& options, Inventory& inventory);
 
 /// Runs the application on the terminal to its end: with questions, or without any when the options

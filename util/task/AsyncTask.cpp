@@ -84,9 +84,9 @@ void QFTaskEx::launchAsyncTask() {
         const auto pipe = child->description().standardOutput.pipe();
         for (auto chunk = platform::availableData(*pipe); !chunk.bytes.empty();
              chunk = platform::availableData(*pipe)) {
-            asyncTaskReturnData(notificationOf(std::move(chunk)));
+            returnData(child, notificationOf(std::move(chunk)));
         }
-        asyncTaskReturnData(notificationOf(Data()));
+        returnData(child, notificationOf(Data()));
     } catch (const platform::Exception& exception) {
         QFLog::appendLogAndPrint(exceptionLine, exception.reason());
     }
@@ -101,19 +101,28 @@ void QFTaskEx::launchUnlessTerminated(platform::Process& child) {
 }
 
 void QFTaskEx::asyncTaskReturnData(const platform::Notification& notification) {
+    returnData(theTask(), notification);
+}
+
+/// The thread of a run that was terminated has no part in the one that was started after it.
+void QFTaskEx::returnData(const std::shared_ptr<platform::Process>& child,
+                          const platform::Notification& notification) {
     const auto* item = notification.userInfo[fileHandleDataItem].as<Data>();
     const Data none;
     const Data& chunk = item != nullptr ? *item : none;
-    deliver(chunk);
+    deliver(child, chunk);
     if (chunk.bytes.empty()) {
-        terminateAsyncTask();
+        endRun(child);
     }
 }
 
-void QFTaskEx::deliver(const Data& chunk) {
+void QFTaskEx::deliver(const std::shared_ptr<platform::Process>& child, const Data& chunk) {
     Receiver receiver;
     {
         const std::lock_guard lock(mutex_);
+        if (theTask_.get() != child) {
+            return;
+        }
         receiver = receiver_;
     }
     const auto delegate = receiver.delegate.lock();
@@ -139,10 +148,13 @@ void QFTaskEx::deliver(const Data& chunk) {
 }
 
 void QFTaskEx::terminateAsyncTask() {
+    endRun(theTask());
+}
+
+void QFTaskEx::endRun(const std::shared_ptr<platform::Process>& child) {
     Receiver forgotten; // Given up last, when the caller's object may call the runner again.
     const std::lock_guard lock(mutex_);
-    const auto child = theTask_.get();
-    if (child == nullptr) {
+    if (child == nullptr || theTask_.get() != child) {
         return;
     }
     if (const auto& pipe = child->description().standardOutput.pipe(); pipe != nullptr) {

@@ -195,7 +195,8 @@ public:
     void asyncTaskReturnData(const platform::Notification& notification);
 
     /// Ends the run: the runner's thread reads no more, the delegate, the selector and the object
-    /// are forgotten, the child, if it runs, is asked to end, and is forgotten. Any thread.
+    /// are forgotten, the child, if it runs, is asked to end, and is forgotten. Another run may be
+    /// started at once. Any thread.
     void terminateAsyncTask();
 
 private:
@@ -210,7 +211,10 @@ private:
 
     void startTimeout(platform::Timeout timeout);
     void launchUnlessTerminated(platform::Process& child);
-    void deliver(const platform::Data& chunk);
+    void returnData(const std::shared_ptr<platform::Process>& child,
+                    const platform::Notification& notification);
+    void deliver(const std::shared_ptr<platform::Process>& child, const platform::Data& chunk);
+    void endRun(const std::shared_ptr<platform::Process>& child);
 
     TaskSlot theTask_;
     /// Guards the receiver, and the launch of a run against its end.

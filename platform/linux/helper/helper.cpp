@@ -16,7 +16,6 @@
 
 #include <dirent.h>
 #include <fcntl.h>
-#include <linux/magic.h>
 #include <mntent.h>
 #include <poll.h>
 #include <pwd.h>
@@ -24,7 +23,6 @@
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/vfs.h>
 #include <sys/wait.h>
 #include <syslog.h>
 #include <unistd.h>
@@ -133,7 +131,7 @@ struct Item {
 /// Opens what stands in a folder under a name, a link itself. No server is asked and nothing is
 /// mounted on the way, so that a dead one cannot keep the helper waiting.
 std::optional<Item> openItem(int folder, const std::string& name) {
-    constexpr unsigned needed = STATX_TYPE | STATX_MODE | STATX_UID | STATX_INO | STATX_MNT_ID;
+    constexpr unsigned needed = STATX_TYPE | STATX_MODE | STATX_UID | STATX_INO;
     Item item;
     item.descriptor =
         FileDescriptor(::openat(folder, name.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
@@ -293,8 +291,8 @@ struct Command {
     Item tool;
     std::vector<std::string> arguments;
     std::vector<Item> folders;
-    /// Where a move ends whose tool moves, or copies, into a folder of root's own first: the place
-    /// in `folders`, and the item's name there.
+    /// Where a move ends that goes to a folder that others than root may change: the place in
+    /// `folders`, and the item's name there.
     std::optional<std::pair<std::size_t, std::string>> staging;
 };
 
@@ -420,19 +418,10 @@ std::optional<Place> destinationOf(std::string_view operand, const std::string& 
     return Place{std::move(way->end), sourceName, std::move(item)};
 }
 
-/// Whether a move between the folders may have to copy; an overlay does so by no rule that shows.
-bool mayCopy(const Item& from, const Item& to) {
-    struct statfs system {};
-    return from.status.stx_dev_major != to.status.stx_dev_major ||
-           from.status.stx_dev_minor != to.status.stx_dev_minor ||
-           from.status.stx_mnt_id != to.status.stx_mnt_id ||
-           ::fstatfs(to.descriptor.get(), &system) != 0 || system.f_type == OVERLAYFS_SUPER_MAGIC;
-}
-
-/// A tool that copies into a folder that others may change can be led astray while it copies, so
-/// there the move goes through a folder of root's own.
+/// Replacing without a question is all that a move does: it may be made by another name first,
+/// where the tool would not see what it must not replace.
 void prepareMove(Command& command, const ProtectedItems& staying) {
-    const auto operands = takeOperands(command, "finuv");
+    const auto operands = takeOperands(command, "fv");
     if (operands.size() != 2) {
         throw Refusal{Status::commandUnknown, command.path};
     }
@@ -449,8 +438,7 @@ void prepareMove(Command& command, const ProtectedItems& staying) {
         throw Refusal{Status::itemProtected, operands[0]};
     }
     const std::string name = destination->name;
-    const bool staged =
-        destination->folder.isChangeable() && mayCopy(source->folder, destination->folder);
+    const bool staged = destination->folder.isChangeable();
     command.arguments.insert(command.arguments.begin(), "-T");
     command.arguments.push_back(anchor(command, std::move(source->folder), source->name));
     command.arguments.push_back(anchor(command, std::move(destination->folder), name));
@@ -548,8 +536,17 @@ void awaitEnd(const FileDescriptor& readEnd) {
     }
 }
 
+/// Whether something stands at the destination that the item cannot replace at once.
+bool isTaken(const std::string& destination, const std::string& source) {
+    struct stat there {};
+    struct stat item {};
+    return ::lstat(destination.c_str(), &there) == 0 &&
+           (S_ISDIR(there.st_mode) || ::lstat(source.c_str(), &item) != 0 || S_ISDIR(item.st_mode));
+}
+
 /// Moves through a fresh folder beside the destination that none but root may enter, so that
-/// nothing can be put in the tool's way. What cannot be put in place afterwards stays there.
+/// nothing can be put in the tool's way while it copies. What cannot be put in place afterwards
+/// stays there.
 ///
 /// Such moves are made one after the other: an item that the program asks to be moved again,
 /// because it stands in its place while it is copied, has gone by then. Two at once would each take
@@ -601,10 +598,29 @@ void awaitEnd(const FileDescriptor& readEnd) {
     ::_exit(status == 0 ? 0 : 1);
 }
 
+/// Moves into a folder that others than root may change. Where the item can be renamed there is no
+/// way on which it could be led astray; only the attempt tells where that is.
+[[noreturn]] void moveIntoChangeableFolder(Command command, FileDescriptor& report,
+                                           const FileDescriptor& turns) {
+    const std::string& source = command.arguments[command.arguments.size() - 2];
+    const std::string& destination = command.arguments.back();
+    if (::rename(source.c_str(), destination.c_str()) == 0) {
+        ::_exit(0);
+    }
+    if (errno != EXDEV) {
+        failToStart(report);
+    }
+    if (isTaken(destination, source)) {
+        errno = EEXIST;
+        failToStart(report);
+    }
+    moveThroughStage(std::move(command), report, turns);
+}
+
 [[noreturn]] void runInChild(Command command, FileDescriptor report, const FileDescriptor& turns) {
     try {
         if (command.staging) {
-            moveThroughStage(std::move(command), report, turns);
+            moveIntoChangeableFolder(std::move(command), report, turns);
         }
         becomeTool(command, report);
     } catch (const std::bad_alloc&) {

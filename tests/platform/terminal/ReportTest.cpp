@@ -7,9 +7,12 @@
 #include "tests/support/FileSystemDoubles.h"
 #include "tests/support/PortDoubles.h"
 #include "tests/support/ProcessLauncherDouble.h"
+#include "tests/support/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
+
+#include <filesystem>
 
 using nlohmann::json;
 using platform::InventoryRow;
@@ -270,6 +273,23 @@ TEST_F(RunTest, SaysThatTheReportCannotBeWritten) {
     } catch (const platform::Exception& exception) {
         EXPECT_EQ(exception.reason(), "cannot write the report /r/report.json: The disk is full.");
     }
+}
+
+TEST_F(RunTest, SaysThatARelativeReportHasNoFolder) {
+    const auto former = std::filesystem::current_path();
+    {
+        const TemporaryFolder folder;
+        std::filesystem::current_path(folder.path());
+    }
+    report = "report.json";
+    try {
+        run();
+        ADD_FAILURE();
+    } catch (const platform::Exception& exception) {
+        EXPECT_EQ(exception.reason(),
+                  "cannot write the report report.json: the working folder does not exist");
+    }
+    std::filesystem::current_path(former);
 }
 
 TEST_F(RunTest, ReplacesNothingThatIsNoFile) {

@@ -324,6 +324,18 @@ TEST_F(AsyncTask, TerminationAsksTheChildToEnd) {
     EXPECT_EQ(child->terminationStatus(), SIGTERM);
 }
 
+TEST_F(AsyncTask, ATerminatedRunHasNoPartInTheNextOne) {
+    const auto former = listener_;
+    start("echo out; " + gate());
+    former->waitForCalls(1);
+    listener_ = std::make_shared<Listener>();
+    runner_->terminateAsyncTask();
+    start("echo next");
+    EXPECT_EQ(delivered(), "next\n");
+    EXPECT_EQ(former->callCount(), 1U);
+    EXPECT_TRUE(loggedLines().empty());
+}
+
 TEST_F(AsyncTask, TheDelegateMayTerminateTheRun) {
     listener_->onCall = [this](const std::vector<Value>& /*arguments*/) {
         runner_->terminateTask();

@@ -148,7 +148,8 @@ TEST_F(HelperRemoval, HasNoOptionsButKnownOnes) {
     for (const char* option : {"--no-preserve-root", "--recursive", "-", "-x", "-Rx"}) {
         EXPECT_EQ(helper.run("/bin/rm", {option, file}), Status::commandUnknown) << option;
     }
-    for (const char* option : {"-t/usr", "--target-directory=/usr", "-T", "-S", "-b"}) {
+    for (const char* option :
+         {"-t/usr", "--target-directory=/usr", "-T", "-S", "-b", "-i", "-n", "-u"}) {
         EXPECT_EQ(helper.run("/bin/mv", {option, file, roots() + "/b"}), Status::commandUnknown)
             << option;
     }
@@ -230,6 +231,40 @@ TEST_F(HelperMove, KeepsOwnersAndRightsOnItsWayToAnotherFileSystem) {
     EXPECT_EQ(file.st_mode & 07777U, 0640U);
     EXPECT_EQ(std::distance(fs::directory_iterator(usersFolder()), {}), 1);
     EXPECT_FALSE(exists(roots() + "/folder"));
+}
+
+TEST_F(HelperMove, ReplacesAFileAndAnEmptyFolderInAUsersFolder) {
+    TestedHelper helper;
+    const std::string file = makeFile(usersFolder() + "/file");
+    const std::string content = contentOf(file);
+    const std::string other = makeFile(usersFolder() + "/other");
+    EXPECT_EQ(helper.run("/bin/mv", {"-f", file, other}), Status::started);
+    EXPECT_EQ(contentOf(other), content);
+    makeFolder(makeFolder(usersFolder() + "/trash", servedUser) + "/folder", servedUser);
+    makeFile(makeFolder(usersFolder() + "/folder") + "/file");
+    EXPECT_EQ(helper.run("/bin/mv", {"-f", usersFolder() + "/folder", usersFolder() + "/trash"}),
+              Status::started);
+    EXPECT_TRUE(exists(usersFolder() + "/trash/folder/file"));
+    EXPECT_FALSE(exists(usersFolder() + "/folder"));
+}
+
+TEST_F(HelperMove, LeavesTheItemWhereItsPlaceIsTaken) {
+    for (const auto& from : {roots(), usersFolder()}) {
+        TestedHelper helper;
+        const std::string file = makeFile(makeFolder(from + "/folder") + "/file");
+        const std::string trash = makeFolder(usersFolder() + "/trash", servedUser);
+        makeLink("/nowhere", trash + "/link", servedUser);
+        makeFile(makeFolder(trash + "/folder", servedUser) + "/kept");
+        for (const auto& place : {trash + "/link", trash}) {
+            EXPECT_EQ(helper.run("/bin/mv", {"-f", from + "/folder", place}), Status::startFailed)
+                << place;
+        }
+        EXPECT_TRUE(exists(file));
+        EXPECT_TRUE(exists(trash + "/folder/kept"));
+        EXPECT_EQ(std::distance(fs::directory_iterator(trash), {}), 2);
+        fs::remove_all(from + "/folder");
+        fs::remove_all(trash);
+    }
 }
 
 TEST_F(HelperMove, ThatIsAskedForAgainWhileItCopiesIsDoneOnce) {
