@@ -43,7 +43,8 @@ struct ItemAttributes {
 
 /// Files and folders as the current user may see and change them, without any privilege.
 ///
-/// Paths are absolute, of any bytes but zero. A member that can fail gives the Error, or nothing
+/// Paths are absolute, of any bytes but zero. What is there is seen, moved and deleted however long
+/// its path is. A member that can fail gives the Error, or nothing
 /// on success. Any thread may call every member.
 class FileSystem {
 public:

@@ -62,6 +62,30 @@ TEST(FileSystem, SeesWhatALinkLeadsTo) {
     EXPECT_FALSE(fileSystem.exists(folder / "file/below"));
 }
 
+TEST(FileSystem, FollowsPathsOfAnyLength) {
+    const TemporaryFolder folder;
+    const auto file = folder.write("real/file");
+    makeLink(folder / "real", folder / "link");
+    std::string detour;
+    while (detour.size() < 10'000) {
+        detour += "/../real/.";
+    }
+
+    EXPECT_TRUE(fileSystem.exists(folder / "link" + detour + "/file"));
+    EXPECT_TRUE(fileSystem.isDirectory(folder / "real" + detour + std::string(10'000, '/')));
+    EXPECT_TRUE(fileSystem.isDirectory(std::string(10'000, '/')));
+    EXPECT_EQ(fileSystem.contentsOfDirectory(folder / "link" + detour),
+              (Entries{{"file", ItemKind::file}}));
+    EXPECT_EQ(fileSystem.destinationOfSymbolicLink(folder / "real" + detour + "/../link"),
+              folder / "real");
+    EXPECT_FALSE(fileSystem.exists(folder / "missing" + detour));
+    EXPECT_FALSE(fileSystem.exists(file + detour));
+    EXPECT_FALSE(fileSystem.exists(folder / "link" + detour + "/" + std::string(10'000, 'n')));
+    EXPECT_EQ(fileSystem.removeItem(folder / "real" + detour + "/missing")->code, ENOENT);
+    EXPECT_FALSE(fileSystem.removeItem(folder / "real" + detour + "/file"));
+    EXPECT_FALSE(fileSystem.exists(file));
+}
+
 TEST(FileSystem, TellsFoldersFromFiles) {
     const TemporaryFolder folder;
     makeLink(folder.makeFolder("real"), folder / "link");
