@@ -93,7 +93,9 @@ protected:
     /// Returns when the runner's thread has given the runner up.
     void waitForTheThread() const {
         EXPECT_TRUE(eventually([this] { return runner_.use_count() == 1; }));
-        listener_->callCount(); // Counts synchronise nothing; the lock does.
+        if (listener_ != nullptr) {
+            listener_->callCount(); // Counts synchronise nothing; the lock does.
+        }
     }
 
     std::shared_ptr<Listener> listener_ = std::make_shared<Listener>();
