@@ -8,6 +8,10 @@
 #include "platform/Services.h"
 #include "platform/StartUp.h"
 #include "platform/Workspace.h"
+#include "util/files/QFFileManager.h"
+
+#include <glob.h>
+#include <sys/resource.h>
 
 #include <algorithm>
 #include <array>
@@ -131,15 +135,91 @@ void trashFolder(const Playground& ground) {
              {"of 100,000 files", [&] { return trashedFolder(100000); }, clear}});
 }
 
+void sumSizes(const Playground& ground) {
+    ground.makeTree("large tree", 200000);
+    const auto tree = ground / "large tree";
+    compare("The size of a tree of 200,000 files", 7,
+            {{"du -sb",
+              [&] {
+                  return secondsOf([&] {
+                      runTool({"bash", "-c", "exec du -sb \"$0\" > /dev/null", tree});
+                  });
+              },
+              {}},
+             {ours, [&] { return secondsOf([&] { QFFileManager::fileSize(tree); }); }, {}}});
+}
+
+/// Fails unless the pattern leads to so many items.
+void matchOurs(const std::string& pattern, std::size_t count) {
+    if (QFFileManager::filesMatchingWildcardPath(pattern).size() != count) {
+        throw std::runtime_error("another number of matches");
+    }
+}
+
+void matchByGlob(const std::string& pattern, std::size_t count) {
+    glob_t found{};
+    const int status = ::glob(pattern.c_str(), 0, nullptr, &found);
+    const auto matches = found.gl_pathc;
+    ::globfree(&found);
+    if (status != 0 || matches != count) {
+        throw std::runtime_error("another number of matches");
+    }
+}
+
+void matchWildcards(const Playground& ground) {
+    constexpr std::size_t count = 200000;
+    ground.makeTree("large tree", static_cast<int>(count));
+    const auto pattern = ground / "large tree/*/*/*";
+    compare("Every file of a tree of 200,000 by wildcards", 7,
+            {{"glob", [&] { return secondsOf([&] { matchByGlob(pattern, count); }); }, {}},
+             {"bash",
+              [&] {
+                  return secondsOf([&] {
+                      runTool({"bash", "-c", "cd \"$0\" && set -- */*/*", ground / "large tree"});
+                  });
+              },
+              {}},
+             {ours, [&] { return secondsOf([&] { matchOurs(pattern, count); }); }, {}}});
+}
+
+/// The most memory that the process has had so far, in MiB.
+long mostMemory() {
+    rusage usage{};
+    ::getrusage(RUSAGE_SELF, &usage);
+    return usage.ru_maxrss / 1024;
+}
+
+void listMillion(const Playground& ground) {
+    constexpr std::size_t count = 1000000;
+    {
+        std::vector<std::string> names(count);
+        for (std::size_t i = 0; i < count; ++i) {
+            names[i] = "entry " + std::to_string(i);
+        }
+        ground.makeFiles("million", names);
+    }
+    const auto pattern = ground / "million/*99999";
+    const auto before = mostMemory();
+    compare("Ten matches in a folder of 1,000,000 entries", 5,
+            {{"glob", [&] { return secondsOf([&] { matchByGlob(pattern, 10); }); }, {}},
+             {ours, [&] { return secondsOf([&] { matchOurs(pattern, 10); }); }, {}}});
+    std::printf("  at most %ld MiB more than before\n", mostMemory() - before);
+}
+
 struct Case {
     const char* name;
     void (*run)(const Playground&);
 };
 
 constexpr std::array cases{
-    Case{"trash-items", trashItems}, Case{"trash-folder", trashFolder},
-    Case{"copy", copyTree},          Case{"remove", removeTree},
+    Case{"trash-items", trashItems},
+    Case{"trash-folder", trashFolder},
+    Case{"copy", copyTree},
+    Case{"remove", removeTree},
     Case{"move", moveTree},
+    Case{"size", sumSizes},
+    Case{"wildcards", matchWildcards},
+    Case{"million", listMillion},
 };
 
 /// Runs the cases of these names, all when there are none.
