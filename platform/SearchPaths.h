@@ -18,7 +18,8 @@ enum class DirectoryKind : int {
     movies = 17,
 };
 
-/// Whose folders are meant: the user's own, the machine's, or the operating system's.
+/// Whose folders are meant: the user's own, the machine's, or the operating system's. Their numbers
+/// may be added up, which means all of these domains.
 enum class DomainMask : unsigned { user = 1, local = 2, system = 8 };
 
 /// Where the standard folders of a machine lie.
@@ -27,10 +28,10 @@ public:
     static constexpr const char* portName = "SearchPaths";
     virtual ~SearchPaths() = default;
 
-    /// The folders of one kind in one domain, most important first: absolute paths without a
-    /// trailing slash, empty when the domain has no such folder. The disk is not touched. For the
-    /// user domain of user id 0 the paths lie under the superuser's home, "/var/root".
-    /// Any thread may call it.
+    /// The folders of one kind in the domains of the mask, the user's first, then the machine's:
+    /// absolute paths without a trailing slash, empty when the domains have no such folder. The
+    /// disk is not touched. For the user domain of user id 0 the paths lie under the superuser's
+    /// home, "/var/root". Any thread may call it.
     virtual std::vector<std::string> folders(DirectoryKind kind, DomainMask domain) = 0;
 };
 

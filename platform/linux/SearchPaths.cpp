@@ -35,34 +35,39 @@ constexpr std::array standardFolders{
     StandardFolder{DomainMask::system, DirectoryKind::library, "/System/Library"},
 };
 
-const StandardFolder* standardFolder(DirectoryKind kind, DomainMask domain) {
-    const auto* const found =
-        std::find_if(standardFolders.begin(), standardFolders.end(), [&](const auto& folder) {
-            return folder.kind == kind && folder.domain == domain;
-        });
-    return found == standardFolders.end() ? nullptr : found;
+bool contains(DomainMask mask, DomainMask domain) {
+    return (static_cast<unsigned>(mask) & static_cast<unsigned>(domain)) != 0;
 }
 
 /// Where callers expect the user domain of the superuser, whatever the home folder is.
 constexpr const char* superuserHome = "/var/root";
 
+std::string pathOf(const StandardFolder& folder, platform::UserAccount& account) {
+    if (folder.domain != DomainMask::user) {
+        return folder.path;
+    }
+    const bool superuser = account.realUserId() == 0;
+    return path::appending(superuser ? superuserHome : account.homeDirectory(), folder.path);
+}
+
 } // namespace
 
 std::vector<std::string> SearchPaths::folders(DirectoryKind kind, DomainMask domain) {
-    const auto* folder = standardFolder(kind, domain);
-    if (folder == nullptr) {
-        return {};
+    std::vector<std::string> paths;
+    for (const auto& folder : standardFolders) {
+        if (folder.kind == kind && contains(domain, folder.domain)) {
+            paths.push_back(pathOf(folder, account_));
+        }
     }
-    if (domain != DomainMask::user) {
-        return {folder->path};
-    }
-    const bool superuser = account_.realUserId() == 0;
-    return {path::appending(superuser ? superuserHome : account_.homeDirectory(), folder->path)};
+    return paths;
 }
 
 std::string folderInHome(const std::string& home, DirectoryKind kind) {
-    const auto* folder = standardFolder(kind, DomainMask::user);
-    return path::appending(home, folder == nullptr ? "" : folder->path);
+    const auto* const folder =
+        std::ranges::find_if(standardFolders, [kind](const StandardFolder& candidate) {
+            return candidate.kind == kind && candidate.domain == DomainMask::user;
+        });
+    return path::appending(home, folder == standardFolders.end() ? "" : folder->path);
 }
 
 } // namespace platform::native

@@ -22,9 +22,10 @@ class QFLocalPaths {
 public:
     QFLocalPaths() = delete;
 
-    /// The first of the platform's folders of this kind in this domain, missing when it has none.
+    /// The first of the platform's folders of this kind in the domains of this mask, missing when
+    /// there is none.
     ///
-    /// For the superuser (real user id 0) a folder of the user domain is moved under the home
+    /// For the superuser (real user id 0) a folder of the user domain alone is moved under the home
     /// folder of the process: a leading "/var/root" is dropped, then the first 16 characters if
     /// "/private/var/root" leads, and what remains is joined to userDirectory(). Those 16 are one
     /// less than that prefix, on purpose: "/private/var/root/Library" becomes "t/Library" there.

@@ -85,6 +85,14 @@ int volumes(const Arguments& /*arguments*/) {
     return 0;
 }
 
+int account(const Arguments& /*arguments*/) {
+    platform::native::UserAccount account;
+    std::cout << account.realUserId() << '\n'
+              << account.loginName() << '\n'
+              << account.homeDirectory() << '\n';
+    return 0;
+}
+
 int environment(const Arguments& /*arguments*/) {
     platform::installServices();
     const auto value = [](const char* name) {
@@ -112,6 +120,7 @@ const std::map<std::string, std::function<int(const Arguments&)>> commands{
     {"remove", remove},
     {"unlock", unlock},
     {"lock", lock},
+    {"account", account},
     {"environment", environment},
     {"store-preference", storePreference},
     {"move", move},

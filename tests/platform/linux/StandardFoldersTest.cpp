@@ -1,13 +1,14 @@
 #include "platform/linux/SearchPaths.h"
 #include "platform/linux/UserAccount.h"
+#include "tests/platform/linux/RunChild.h"
 #include "tests/support/PortDoubles.h"
+#include "tests/support/ScopedEnvironment.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 #include <pwd.h>
 #include <unistd.h>
 
-#include <cstdlib>
 #include <map>
 
 using enum platform::DirectoryKind;
@@ -15,34 +16,6 @@ using platform::DirectoryKind;
 using platform::DomainMask;
 
 namespace {
-
-/// Gives an environment variable another value, or none, for a scope.
-class ScopedVariable {
-public:
-    ScopedVariable(const char* name, const std::optional<std::string>& value) : name_(name) {
-        if (const char* former = std::getenv(name)) {
-            former_ = former;
-        }
-        set(value);
-    }
-    ~ScopedVariable() { set(former_); }
-    ScopedVariable(const ScopedVariable&) = delete;
-    ScopedVariable& operator=(const ScopedVariable&) = delete;
-    ScopedVariable(ScopedVariable&&) = delete;
-    ScopedVariable& operator=(ScopedVariable&&) = delete;
-
-private:
-    void set(const std::optional<std::string>& value) const {
-        if (value) {
-            ::setenv(name_, value->c_str(), 1);
-        } else {
-            ::unsetenv(name_);
-        }
-    }
-
-    const char* name_;
-    std::optional<std::string> former_;
-};
 
 using Folders = std::map<DirectoryKind, std::vector<std::string>>;
 
@@ -101,6 +74,36 @@ TEST(SearchPaths, KnowTheOperatingSystemsLibraryAlone) {
     EXPECT_EQ(allFolders(1000, DomainMask::system), (Folders{{library, {"/System/Library"}}}));
 }
 
+TEST(SearchPaths, TakeTheNumbersThatApplicationsStore) {
+    FakeAccount account;
+    platform::native::SearchPaths searchPaths(account);
+    const auto folders = [&](int kind, unsigned domain) {
+        return searchPaths.folders(DirectoryKind{kind}, DomainMask{domain});
+    };
+    using List = std::vector<std::string>;
+
+    EXPECT_EQ(folders(1, 2), List{"/Applications"});
+    EXPECT_EQ(folders(4, 2), List{"/Applications/Utilities"});
+    EXPECT_EQ(folders(5, 2), List{"/Library"});
+    EXPECT_EQ(folders(8, 2), List{"/Library/Documentation"});
+    EXPECT_EQ(folders(9, 1), List{"/home/someone/Documents"});
+    EXPECT_EQ(folders(12, 1), List{"/home/someone/Desktop"});
+    EXPECT_EQ(folders(13, 2), List{"/Library/Caches"});
+    EXPECT_EQ(folders(14, 2), List{"/Library/Application Support"});
+    EXPECT_EQ(folders(17, 1), List{"/home/someone/Movies"});
+    EXPECT_EQ(folders(5, 8), List{"/System/Library"});
+}
+
+TEST(SearchPaths, GiveTheUsersFolderThenTheMachinesThenTheSystemsForAMaskOfSeveralDomains) {
+    FakeAccount account;
+    platform::native::SearchPaths searchPaths(account);
+    using List = std::vector<std::string>;
+
+    EXPECT_EQ(searchPaths.folders(library, DomainMask{1 + 2 + 8}),
+              (List{"/home/someone/Library", "/Library", "/System/Library"}));
+    EXPECT_EQ(searchPaths.folders(desktop, DomainMask{1 + 2}), List{"/home/someone/Desktop"});
+}
+
 TEST(SearchPaths, AreEmptyForNumbersThatMeanNothing) {
     FakeAccount account;
     platform::native::SearchPaths searchPaths(account);
@@ -110,7 +113,7 @@ TEST(SearchPaths, AreEmptyForNumbersThatMeanNothing) {
 }
 
 TEST(UserAccount, HasTheHomeFolderThatTheEnvironmentNames) {
-    const ScopedVariable home("HOME", "/home/other//");
+    const ScopedEnvironment home("HOME", "/home/other//");
 
     EXPECT_EQ(platform::native::UserAccount().homeDirectory(), "/home/other");
 }
@@ -119,22 +122,40 @@ TEST(UserAccount, HasTheAccountsHomeFolderWhenTheEnvironmentNamesNoAbsoluteOne) 
     const std::string ofAccount = ::getpwuid(::getuid())->pw_dir;
     for (const auto& unusable : {std::optional<std::string>(), std::optional<std::string>(""),
                                  std::optional<std::string>("home/other")}) {
-        const ScopedVariable home("HOME", unusable);
+        const ScopedEnvironment home("HOME", unusable);
         EXPECT_EQ(platform::native::UserAccount().homeDirectory(), ofAccount);
     }
 }
 
 TEST(UserAccount, HasTheNameAndNumberOfTheRealUser) {
-    const ScopedVariable user("LOGNAME", "nobody-in-particular");
+    const ScopedEnvironment user("LOGNAME", "nobody-in-particular");
     platform::native::UserAccount account;
 
     EXPECT_EQ(account.realUserId(), ::getuid());
     EXPECT_EQ(account.loginName(), ::getpwuid(::getuid())->pw_name);
 }
 
+TEST(UserAccount, IsTheRealUsersWhateverTheEffectiveOneIs) {
+    if (::getuid() != 0) {
+        GTEST_SKIP() << "only root can be another user than the effective one";
+    }
+    EXPECT_EQ(runChild({"account"}, {}, {"setpriv", "--ruid=65534", "--"}).output,
+              "65534\nnobody\n" + std::string(::getpwuid(65534)->pw_dir) + '\n');
+}
+
+TEST(UserAccount, HasItsNumberForANameAndNoHomeFolderWhenItIsUnknown) {
+    constexpr uid_t unknown = 424242;
+    if (::getuid() != 0 || ::getpwuid(unknown) != nullptr) {
+        GTEST_SKIP() << "only root can be a user that nobody knows";
+    }
+    EXPECT_EQ(
+        runChild({"account"}, {}, {"setpriv", "--reuid=424242", "--clear-groups", "--"}).output,
+        "424242\n424242\n/nonexistent\n");
+}
+
 TEST(UserAccount, KeepsTemporaryFilesWhereTheEnvironmentSays) {
     const TemporaryFolder folder;
-    const ScopedVariable temporary("TMPDIR", folder.path() + "/");
+    const ScopedEnvironment temporary("TMPDIR", folder.path() + "/");
 
     EXPECT_EQ(platform::native::UserAccount().temporaryDirectory(), folder.path());
 }
@@ -144,20 +165,20 @@ TEST(UserAccount, KeepsTemporaryFilesInTmpWhenTheEnvironmentNamesNoFolder) {
     for (const auto& unusable :
          {std::optional<std::string>(), std::optional<std::string>("."),
           std::optional(folder / "missing"), std::optional(folder.write("file"))}) {
-        const ScopedVariable temporary("TMPDIR", unusable);
+        const ScopedEnvironment temporary("TMPDIR", unusable);
         EXPECT_EQ(platform::native::UserAccount().temporaryDirectory(), "/tmp");
     }
 }
 
 TEST(UserAccount, KeepsCachesWhereTheEnvironmentSaysElseInTheHomeFolder) {
-    const ScopedVariable home("HOME", "/home/other");
+    const ScopedEnvironment home("HOME", "/home/other");
     {
-        const ScopedVariable cache("XDG_CACHE_HOME", "/var/fast");
+        const ScopedEnvironment cache("XDG_CACHE_HOME", "/var/fast");
         EXPECT_EQ(platform::native::UserAccount().cacheDirectory(), "/var/fast");
     }
     for (const auto& unusable :
          {std::optional<std::string>(), std::optional<std::string>("fast")}) {
-        const ScopedVariable cache("XDG_CACHE_HOME", unusable);
+        const ScopedEnvironment cache("XDG_CACHE_HOME", unusable);
         EXPECT_EQ(platform::native::UserAccount().cacheDirectory(), "/home/other/.cache");
     }
 }

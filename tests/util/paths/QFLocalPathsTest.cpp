@@ -209,6 +209,14 @@ TEST_F(QFLocalPathsTest, OnlyTheSuperusersUserDomainMoves) {
     EXPECT_EQ(QFLocalPaths::systemLibraryDirectory(), "/var/root/System");
 }
 
+TEST_F(QFLocalPathsTest, NothingMovesForAMaskThatHasMoreThanTheUserDomain) {
+    account.userId = 0;
+    constexpr DomainMask userAndLocal{3};
+    searchPaths.lists[{DirectoryKind::library, userAndLocal}] = {"/var/root/Library", "/Library"};
+    EXPECT_EQ(QFLocalPaths::pathForDirectory(DirectoryKind::library, userAndLocal),
+              "/var/root/Library");
+}
+
 TEST_F(QFLocalPathsTest, AnOrdinaryUsersFoldersStayWhereTheyAre) {
     searchPaths.lists[{DirectoryKind::caches, DomainMask::user}] = {"/var/root/Library/Caches"};
     EXPECT_EQ(QFLocalPaths::cacheDirectory(Domain::user), "/var/root/Library/Caches");
