@@ -1,13 +1,14 @@
 #include "util/alert/QFAlert.h"
 
 #include "platform/Application.h"
+#include "platform/Clock.h"
 #include "platform/Console.h"
 #include "platform/Services.h"
 #include "platform/Windows.h"
 #include "platform/foundation/Format.h"
 #include "platform/foundation/Thread.h"
+#include "platform/foundation/Timeout.h"
 
-#include <thread>
 #include <utility>
 
 using platform::AlertPanel;
@@ -73,8 +74,7 @@ int QFAlert::alertSheetWithMessageText(const Text& messageText, const Text& defa
     }
     const auto selector = didEndSelector.value_or(alertDidEndSelector);
     if (!alert->delegate()->respondsTo(selector)) {
-        platform::service<platform::Console>().systemLog(
-            platform::format(noSuchOperation, selector));
+        platform::systemLog(noSuchOperation, selector);
         return AlertPanel::otherReturn;
     }
     Value::Dictionary request = {{"didEndSelector", selector}};
@@ -153,7 +153,7 @@ void QFAlert::waitForAnswer() const {
         if (application().isMainThread()) {
             application().handleNextEvent(eventDeadline);
         } else {
-            std::this_thread::sleep_for(pollingInterval);
+            platform::sleep(pollingInterval);
         }
     }
 }
@@ -185,7 +185,7 @@ void QFAlert::alertDidEnd(AlertPanel* /*alert*/, int returnCode, const Value& /*
 }
 
 void QFAlert::defaultReturnAfterTimeInterval(std::chrono::seconds interval) {
-    std::this_thread::sleep_for(interval);
+    platform::sleep(platform::Timeout(interval).wholeSeconds());
     setReturnCode(AlertPanel::defaultReturn);
     setAlertEnded(true);
 }

@@ -95,6 +95,7 @@ public:
                                               platform::Window* parentWindow,
                                               std::chrono::seconds interval);
 
+    /// An alert that is not shown yet. One that is to be shown is owned by a std::shared_ptr.
     QFAlert() = default;
     ~QFAlert() override = default;
     QFAlert(const QFAlert&) = delete;

@@ -130,12 +130,6 @@ TEST_F(QFAlertRequestTest, LeavesAnAlertAloneThatIsGoneAlready) {
     EXPECT_EQ(fake.hidden, 0);
 }
 
-TEST_F(QFAlertRequestTest, ClosesTwiceWithoutHarm) {
-    const auto alert = std::make_shared<QFAlert>();
-    alert->closeAlert();
-    EXPECT_EQ(alert->alert(), nullptr);
-}
-
 TEST_F(QFAlertRequestTest, LetsGoOfThePlatformsAlertOnTheMainThread) {
     runWhile([&] { QFAlert::alertSheetWithMessageText("Message", none, nullptr); });
     EXPECT_EQ(fake.deletedOnMainThread, 1);
@@ -163,7 +157,7 @@ TEST(QFAlertFields, StartEmpty) {
     EXPECT_EQ(alert.alert(), nullptr);
 }
 
-TEST(QFAlertFields, KeepTheAnswerBeforeTheyTellOfIt) {
+TEST(QFAlertFields, KeepTheAnswerAndTellOfIt) {
     QFAlert alert;
     alert.alertDidEnd(nullptr, -1, platform::Value());
     EXPECT_TRUE(alert.alertEnded());

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "platform/Application.h"
 #include "platform/linux/SystemInformation.h"
 #include "tests/support/DescribedMachine.h"
 #include "tests/support/PausingClock.h"
+#include "tests/support/PumpingApplication.h"
 #include "util/files/QFFileManager.h"
 #include "util/log/QFLog.h"
 
@@ -11,30 +11,6 @@
 #include <functional>
 #include <optional>
 #include <vector>
-
-/// An application whose main thread is the test's. No event ever comes.
-class PumpingApplication : public platform::Application {
-public:
-    explicit PumpingApplication(PausingClock& clock) : clock_(clock) {}
-
-    /// The deadline of every event that was waited for.
-    std::vector<std::chrono::milliseconds> deadlines;
-
-    bool isMainThread() override { return true; }
-    void performOnMainThread(std::function<void()> /*work*/, platform::Wait /*wait*/) override {}
-    void handleNextEvent(std::chrono::milliseconds deadline) override {
-        deadlines.push_back(deadline);
-        clock_.pass(deadline);
-        clock_.meanwhile();
-    }
-    void terminate() override {}
-    int addTerminationObserver(std::function<void()> /*observer*/) override { return 0; }
-    void removeTerminationObserver(int /*observer*/) override {}
-    platform::Window* mainWindow() override { return nullptr; }
-
-private:
-    PausingClock& clock_;
-};
 
 /// A described machine whose time passes only in pauses. The test's thread is no main thread,
 /// unless it becomes one.

@@ -1,0 +1,32 @@
+#pragma once
+
+#include "platform/Application.h"
+#include "tests/support/PausingClock.h"
+
+#include <chrono>
+#include <functional>
+#include <vector>
+
+/// An application whose main thread is the test's. No event ever comes.
+class PumpingApplication : public platform::Application {
+public:
+    explicit PumpingApplication(PausingClock& clock) : clock_(clock) {}
+
+    /// The deadline of every event that was waited for.
+    std::vector<std::chrono::milliseconds> deadlines;
+
+    bool isMainThread() override { return true; }
+    void performOnMainThread(std::function<void()> /*work*/, platform::Wait /*wait*/) override {}
+    void handleNextEvent(std::chrono::milliseconds deadline) override {
+        deadlines.push_back(deadline);
+        clock_.pass(deadline);
+        clock_.meanwhile();
+    }
+    void terminate() override {}
+    int addTerminationObserver(std::function<void()> /*observer*/) override { return 0; }
+    void removeTerminationObserver(int /*observer*/) override {}
+    platform::Window* mainWindow() override { return nullptr; }
+
+private:
+    PausingClock& clock_;
+};
