@@ -73,16 +73,16 @@ bool Dialogue::isTerminal() {
 
 void Dialogue::ask(Question question) {
     questions_.push_back(std::move(question));
-    if (questions_.size() == 1) {
+    if (!isOpen_) {
         begin();
     }
 }
 
 void Dialogue::withdraw(const void* owner) {
-    const bool isOpen = !questions_.empty() && questions_.front().owner == owner;
+    const bool withdrawsOpen = isOpen_ && questions_.front().owner == owner;
     std::erase_if(questions_,
                   [owner](const Question& question) { return question.owner == owner; });
-    if (isOpen) {
+    if (withdrawsOpen) {
         close();
         screen_.gap();
         if (!questions_.empty()) {
@@ -92,6 +92,7 @@ void Dialogue::withdraw(const void* owner) {
 }
 
 void Dialogue::begin() {
+    isOpen_ = true;
     if (questions_.front().echo == Echo::no) {
         hidden_ = std::make_unique<HiddenInput>();
         if (isTerminal()) {
@@ -141,16 +142,15 @@ void Dialogue::finish(std::optional<std::string> answer) {
         screen_.gap();
     }
     questions_.pop_front();
-    const auto waiting = questions_.size();
-    // It may ask again; what waits comes first.
     question.answered(std::move(answer));
-    if (waiting > 0 && !questions_.empty()) {
+    if (!isOpen_ && !questions_.empty()) {
         begin();
     }
 }
 
 /// Stops reading for the open question.
 void Dialogue::close() {
+    isOpen_ = false;
     application_.unwatch(STDIN_FILENO);
     hidden_.reset();
 }

@@ -72,6 +72,7 @@ private:
     Screen& screen_;
     native::FileDescriptor signals_;
     std::deque<Question> questions_;
+    bool isOpen_ = false; // the first of them
     std::unique_ptr<HiddenInput> hidden_;
     std::string input_;
     std::function<void()> interrupted_;

@@ -117,6 +117,44 @@ TEST_F(DialogueTest, TakesBackTheQuestionsOfAnOwner) {
     EXPECT_EQ(console.printed(), "First? \nSecond? \n");
 }
 
+TEST_F(DialogueTest, AsksWhatWaitsBeforeWhatAnAnswerAsks) {
+    dialogue.ask({"First?", [this](const auto&) { ask("Third?"); }});
+    ask("Second?");
+    input.type("one\ntwo\nthree\n");
+
+    runUntil([&] { return answers.size() == 2; });
+
+    EXPECT_EQ(answers, (Answers{"two", "three"}));
+    EXPECT_EQ(console.printed(), "First? \nSecond? \nThird? \n");
+}
+
+TEST_F(DialogueTest, AsksWhatWaitsWhileAnAnswerWaitsForAnother) {
+    dialogue.ask({"First?", [this](const auto&) {
+                      ask("Third?");
+                      input.type("two\nthree\n");
+                      runUntil([&] { return answers.size() == 2; });
+                  }});
+    ask("Second?");
+    input.type("one\n");
+
+    runUntil([&] { return !answers.empty(); });
+
+    EXPECT_EQ(answers, (Answers{"two", "three"}));
+}
+
+TEST_F(DialogueTest, AsksOnceWhatIsLeftWhenAnAnswerTakesBackWhatWaits) {
+    const int owner = 0;
+    dialogue.ask({"First?", [&](const auto&) { dialogue.withdraw(&owner); }});
+    ask("Second?", &owner);
+    ask("Third?");
+    input.type("one\nthree\n");
+
+    runUntil([&] { return !answers.empty(); });
+
+    EXPECT_EQ(answers, Answers{"three"});
+    EXPECT_EQ(console.printed(), "First? \nThird? \n");
+}
+
 // ---- Alerts ------------------------------------------------------------------------------------
 
 class TerminalAlertTest : public TerminalTest {
