@@ -14,7 +14,7 @@ struct AlertDescription {
     /// The message and what explains it; either may be empty.
     std::string messageText;
     std::string informativeText;
-    /// A missing default title is the platform's standard one; a missing alternate or other title
+    /// A missing or empty default title is the platform's standard one; a missing alternate or other title
     /// means that there is no such button.
     std::optional<std::string> defaultButtonTitle;
     std::optional<std::string> alternateButtonTitle;

@@ -1,8 +1,8 @@
 #include "platform/qt/AlertDialog.h"
 
-#include "platform/AlertPanel.h"
 #include "platform/Preferences.h"
 #include "platform/Services.h"
+#include "platform/foundation/AlertChoices.h"
 #include "platform/qt/Appearance.h"
 #include "platform/qt/Placement.h"
 #include "platform/qt/PlainText.h"
@@ -29,21 +29,7 @@ constexpr int spacing = 8;
 constexpr int contentWidth = windowWidth - 2 * margin;
 constexpr double highestTexts = 0.6; // of the screen
 
-constexpr const char* standardDefaultTitle = "OK";
 constexpr const char* suppressionTitle = "&Do not show this message again";
-
-int answerOfEscape(const AlertDescription& description) {
-    if (description.alternateButtonTitle) {
-        return AlertPanel::alternateReturn;
-    }
-    return description.otherButtonTitle ? AlertPanel::otherReturn : AlertPanel::defaultReturn;
-}
-
-bool isTrue(const Value& value) {
-    const auto* boolean = value.as<bool>();
-    const auto* integer = value.as<std::int64_t>();
-    return (boolean != nullptr && *boolean) || (integer != nullptr && *integer != 0);
-}
 
 QLabel* makeText(const std::string& text) {
     auto* label = new QLabel(plaintext::wrappable(plaintext::fromUtf8(text)));
@@ -76,7 +62,7 @@ void fitButtons(const QBoxLayout& row, const QList<QPushButton*>& buttons) {
 AlertDialog::AlertDialog(const AlertDescription& description)
     : QDialog(nullptr, Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint |
                            Qt::WindowCloseButtonHint),
-      escapeAnswer_(answerOfEscape(description)) {
+      answerOfClosing_(answerOfClosing(description)) {
     const auto message = plaintext::fromUtf8(description.messageText);
     setWindowTitle(message.simplified());
     setAccessibleName(message);
@@ -128,7 +114,7 @@ QScrollArea* AlertDialog::makeTexts(const AlertDescription& description) {
 
 void AlertDialog::addSuppressionCheckBox(QBoxLayout& column, const std::string& key) {
     auto* box = new QCheckBox(suppressionTitle);
-    box->setChecked(isTrue(service<Preferences>().value(key)));
+    box->setChecked(isSuppressed(key));
     connect(box, &QCheckBox::toggled, box,
             [key](bool checked) { service<Preferences>().setValue(key, checked); });
     column.addWidget(box);
@@ -138,20 +124,15 @@ QBoxLayout* AlertDialog::makeButtons(const AlertDescription& description) {
     auto* row = new QHBoxLayout;
     row->setSpacing(spacing);
     row->addStretch();
+    auto fromLeftToRight = alertButtons(description);
+    std::ranges::reverse(fromLeftToRight);
     QList<QPushButton*> buttons;
-    if (description.otherButtonTitle) {
-        buttons << makeButton(*description.otherButtonTitle, AlertPanel::otherReturn);
+    for (const auto& [title, answer] : fromLeftToRight) {
+        buttons << makeButton(title, answer);
+        row->addWidget(buttons.last());
     }
-    if (description.alternateButtonTitle) {
-        buttons << makeButton(*description.alternateButtonTitle, AlertPanel::alternateReturn);
-    }
-    buttons << makeButton(description.defaultButtonTitle.value_or(standardDefaultTitle),
-                          AlertPanel::defaultReturn);
     buttons.last()->setDefault(true);
     buttons.last()->setFocus();
-    for (auto* button : std::as_const(buttons)) {
-        row->addWidget(button);
-    }
     fitButtons(*row, buttons);
     return row;
 }
@@ -187,7 +168,7 @@ void AlertDialog::fitTexts() {
 }
 
 void AlertDialog::reject() {
-    answer(escapeAnswer_);
+    answer(answerOfClosing_);
 }
 
 void AlertDialog::answer(int code) noexcept {

@@ -39,7 +39,7 @@ private:
     void answer(int code) noexcept;
 
     QScrollArea* texts_ = nullptr;
-    int escapeAnswer_;
+    int answerOfClosing_;
     std::function<void(int)> didEnd_;
 };
 

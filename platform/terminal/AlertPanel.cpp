@@ -2,6 +2,7 @@
 
 #include "platform/Preferences.h"
 #include "platform/Services.h"
+#include "platform/foundation/AlertChoices.h"
 #include "platform/foundation/Text.h"
 
 #include <utility>
@@ -11,29 +12,10 @@ namespace platform::terminal {
 
 namespace {
 
-constexpr const char* standardDefaultTitle = "OK";
-constexpr const char* suppressionPrompt = "Do not show this message again? [y/N]";
+constexpr const char* suppressionQuestion = "Do not show this message again? ";
 constexpr const char* sayWhich = "Please answer with one of the numbers.";
 
-struct Button {
-    std::string title;
-    int answer;
-};
-
-/// The buttons in the order in which they are numbered: the default one first.
-std::vector<Button> buttonsOf(const AlertDescription& description) {
-    std::vector<Button> buttons = {
-        {description.defaultButtonTitle.value_or(standardDefaultTitle), AlertPanel::defaultReturn}};
-    if (description.alternateButtonTitle) {
-        buttons.push_back({*description.alternateButtonTitle, AlertPanel::alternateReturn});
-    }
-    if (description.otherButtonTitle) {
-        buttons.push_back({*description.otherButtonTitle, AlertPanel::otherReturn});
-    }
-    return buttons;
-}
-
-std::string promptOf(const std::vector<Button>& buttons) {
+std::string promptOf(const std::vector<AlertButton>& buttons) {
     if (buttons.size() == 1) {
         return "[" + buttons.front().title + "] Press Return:";
     }
@@ -45,7 +27,7 @@ std::string promptOf(const std::vector<Button>& buttons) {
 }
 
 /// The answer that a line means, nothing when it means none.
-std::optional<int> answerOf(const std::string& line, const std::vector<Button>& buttons) {
+std::optional<int> answerOf(const std::string& line, const std::vector<AlertButton>& buttons) {
     const auto typed = text::trimmed(line);
     if (typed.empty() || buttons.size() == 1) {
         return buttons.front().answer;
@@ -56,29 +38,6 @@ std::optional<int> answerOf(const std::string& line, const std::vector<Button>& 
         }
     }
     return std::nullopt;
-}
-
-int answerOfNone(const AlertDescription& description) {
-    if (description.alternateButtonTitle) {
-        return AlertPanel::alternateReturn;
-    }
-    return description.otherButtonTitle ? AlertPanel::otherReturn : AlertPanel::defaultReturn;
-}
-
-void askForButton(Dialogue& dialogue, const void* owner, const AlertDescription& description,
-                  const std::function<void(int)>& answered) {
-    dialogue.ask({promptOf(buttonsOf(description)),
-                  [&dialogue, owner, description, answered](const auto& line) {
-                      if (!line) {
-                          answered(answerOfNone(description));
-                      } else if (const auto answer = answerOf(*line, buttonsOf(description))) {
-                          answered(*answer);
-                      } else {
-                          dialogue.screen().paragraph(sayWhich);
-                          askForButton(dialogue, owner, description, answered);
-                      }
-                  },
-                  Echo::yes, owner});
 }
 
 } // namespace
@@ -111,20 +70,44 @@ void AlertPanel::beginSheet(platform::Window* /*parent*/, std::function<void(int
     if (!description_.informativeText.empty()) {
         dialogue_.screen().paragraph(description_.informativeText);
     }
-    const auto ended = [sheet = sheet_](int answer) { sheet->end(answer); };
     if (manner_ == Manner::silent) {
-        application_.performOnMainThread([ended] { ended(defaultReturn); }, Wait::no);
+        application_.performOnMainThread([sheet = sheet_] { sheet->end(defaultReturn); }, Wait::no);
     } else if (description_.suppressionKey) {
-        askYesOrNo(dialogue_, suppressionPrompt, sheet_.get(),
-                   [this, ended](std::optional<bool> answer) {
-                       if (answer) {
-                           service<Preferences>().setValue(*description_.suppressionKey, *answer);
-                       }
-                       askForButton(dialogue_, sheet_.get(), description_, ended);
-                   });
+        askForSuppression(*description_.suppressionKey);
     } else {
-        askForButton(dialogue_, sheet_.get(), description_, ended);
+        askForButton();
     }
+}
+
+void AlertPanel::askForSuppression(const std::string& key) {
+    const bool suppressed = isSuppressed(key);
+    askYesOrNo(dialogue_, suppressionQuestion, suppressed ? EmptyLine::yes : EmptyLine::no,
+               sheet_.get(), [this, key, suppressed](std::optional<bool> answer) {
+                   if (!answer) {
+                       sheet_->end(answerOfClosing(description_));
+                       return;
+                   }
+                   if (*answer != suppressed) {
+                       service<Preferences>().setValue(key, *answer);
+                   }
+                   askForButton();
+               });
+}
+
+void AlertPanel::askForButton() {
+    const auto buttons = alertButtons(description_);
+    dialogue_.ask({promptOf(buttons),
+                   [this, buttons](const auto& line) {
+                       const auto answer =
+                           line ? answerOf(*line, buttons) : answerOfClosing(description_);
+                       if (answer) {
+                           sheet_->end(*answer);
+                       } else {
+                           dialogue_.screen().paragraph(sayWhich);
+                           askForButton();
+                       }
+                   },
+                   Echo::yes, sheet_.get()});
 }
 
 bool AlertPanel::isVisible() {

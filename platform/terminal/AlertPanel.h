@@ -27,6 +27,9 @@ public:
 private:
     struct Sheet;
 
+    void askForSuppression(const std::string& key);
+    void askForButton();
+
     const AlertDescription description_;
     Application& application_;
     Dialogue& dialogue_;

@@ -15,7 +15,6 @@ constexpr std::chrono::milliseconds frameInterval{100};
 constexpr int barLength = 10;
 constexpr int barPieceLength = 3;
 
-constexpr const char* yesOrNo = "[y/N]";
 constexpr const char* sayYesOrNo = "Please answer y or n.";
 
 /// A piece that goes to and fro between two ends.
@@ -28,12 +27,15 @@ std::string bar(int step) {
     return "[" + cells + "]";
 }
 
-std::optional<bool> yesOrNoOf(const std::string& line) {
+std::optional<bool> yesOrNoOf(const std::string& line, EmptyLine emptyLine) {
     const auto answer = text::lowercased(text::trimmed(line));
+    if (answer.empty()) {
+        return emptyLine == EmptyLine::yes;
+    }
     if (answer == "y" || answer == "yes") {
         return true;
     }
-    return answer.empty() || answer == "n" || answer == "no" ? std::optional(false) : std::nullopt;
+    return answer == "n" || answer == "no" ? std::optional(false) : std::nullopt;
 }
 
 [[noreturn]] void throwOutletMissing(const std::string& name) {
@@ -42,19 +44,20 @@ std::optional<bool> yesOrNoOf(const std::string& line) {
 
 } // namespace
 
-void askYesOrNo(Dialogue& dialogue, const std::string& prompt, const void* owner,
-                std::function<void(std::optional<bool>)> answered) {
-    dialogue.ask({prompt,
-                  [&dialogue, prompt, owner, answered = std::move(answered)](const auto& line) {
-                      const auto answer = line ? yesOrNoOf(*line) : std::nullopt;
-                      if (line && !answer) {
-                          dialogue.screen().paragraph(sayYesOrNo);
-                          askYesOrNo(dialogue, prompt, owner, answered);
-                      } else {
-                          answered(answer);
-                      }
-                  },
-                  Echo::yes, owner});
+void askYesOrNo(Dialogue& dialogue, const std::string& question, EmptyLine emptyLine,
+                const void* owner, std::function<void(std::optional<bool>)> answered) {
+    dialogue.ask(
+        {question + (emptyLine == EmptyLine::yes ? "[Y/n]" : "[y/N]"),
+         [&dialogue, question, emptyLine, owner, answered = std::move(answered)](const auto& line) {
+             const auto answer = line ? yesOrNoOf(*line, emptyLine) : std::nullopt;
+             if (line && !answer) {
+                 dialogue.screen().paragraph(sayYesOrNo);
+                 askYesOrNo(dialogue, question, emptyLine, owner, answered);
+             } else {
+                 answered(answer);
+             }
+         },
+         Echo::yes, owner});
 }
 
 // ---- The progress line -------------------------------------------------------------------------
@@ -139,15 +142,16 @@ void Window::askForTick(std::size_t index) {
         showFrom(index + 1);
         return;
     }
-    askYesOrNo(interface_.dialogue(), yesOrNo, this, [this, index](std::optional<bool> answer) {
-        if (!answer) {
-            interface_.perform(description_.closeAction);
-            return;
-        }
-        interface_.checkBox(description_.controls[index].name).setTicked(*answer);
-        interface_.dialogue().screen().gap();
-        showFrom(index + 1);
-    });
+    askYesOrNo(interface_.dialogue(), "", EmptyLine::no, this,
+               [this, index](std::optional<bool> answer) {
+                   if (!answer) {
+                       interface_.perform(description_.closeAction);
+                       return;
+                   }
+                   interface_.checkBox(description_.controls[index].name).setTicked(*answer);
+                   interface_.dialogue().screen().gap();
+                   showFrom(index + 1);
+               });
 }
 
 void Window::confirm() {
@@ -155,7 +159,7 @@ void Window::confirm() {
     if (button == nullptr) {
         return;
     }
-    askYesOrNo(interface_.dialogue(), button->text + "? " + yesOrNo, this,
+    askYesOrNo(interface_.dialogue(), button->text + "? ", EmptyLine::no, this,
                [this, button](std::optional<bool> answer) {
                    if (answer.value_or(false)) {
                        interface_.dialogue().screen().gap();

@@ -119,9 +119,12 @@ private:
     std::function<void()> confirmed_;
 };
 
-/// Asks a question whose answer is yes or no, again until it is one of them; no answer at all is
-/// nothing. An empty line is no. `owner` may withdraw the question.
-void askYesOrNo(Dialogue& dialogue, const std::string& prompt, const void* owner,
-                std::function<void(std::optional<bool>)> answered);
+/// What a person who only presses Return means.
+enum class EmptyLine { no, yes };
+
+/// Asks a question, which "[y/N]" or "[Y/n]" follows, again until the answer is yes or no; no
+/// answer at all is nothing. `owner` may withdraw the question.
+void askYesOrNo(Dialogue& dialogue, const std::string& question, EmptyLine emptyLine,
+                const void* owner, std::function<void(std::optional<bool>)> answered);
 
 } // namespace platform::terminal

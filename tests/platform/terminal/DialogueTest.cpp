@@ -243,16 +243,59 @@ TEST_F(TerminalAlertTest, GivesNoAnswerOnceItIsHidden) {
     EXPECT_FALSE(dialogue.isAsking());
 }
 
-TEST_F(TerminalAlertTest, StoresWhetherItIsToBeShownAgain) {
-    MemoryPreferences preferences;
-    const platform::ScopedService<platform::Preferences> scope(preferences);
-    auto once = three;
-    once.suppressionKey = "quiet";
-    begin(once);
+class TerminalSuppressionTest : public TerminalAlertTest {
+protected:
+    /// The answer of an alert with a suppression key to what is typed.
+    int answerTo(const std::string& typed) {
+        auto description = three;
+        description.suppressionKey = key;
+        begin(description);
+        return TerminalAlertTest::answerTo(typed);
+    }
 
+    static constexpr const char* key = "quiet";
+    MemoryPreferences preferences;
+
+private:
+    platform::ScopedService<platform::Preferences> preferencesScope_{preferences};
+};
+
+TEST_F(TerminalSuppressionTest, StoresThatItIsNotToBeShownAgain) {
     EXPECT_EQ(answerTo("y\n2\n"), AlertPanel::alternateReturn);
 
-    EXPECT_EQ(preferences.value("quiet"), platform::Value(true));
+    EXPECT_EQ(preferences.value(key), platform::Value(true));
+    EXPECT_NE(console.printed().find("Do not show this message again? [y/N] "), std::string::npos);
+}
+
+TEST_F(TerminalSuppressionTest, ShowsWhatIsStoredAndLeavesItForAnEmptyLine) {
+    preferences.setValue(key, 1);
+
+    EXPECT_EQ(answerTo("\n2\n"), AlertPanel::alternateReturn);
+
+    EXPECT_EQ(preferences.value(key), platform::Value(1));
+    EXPECT_NE(console.printed().find("Do not show this message again? [Y/n] "), std::string::npos);
+}
+
+TEST_F(TerminalSuppressionTest, TakesBackWhatIsStored) {
+    preferences.setValue(key, true);
+
+    EXPECT_EQ(answerTo("n\n2\n"), AlertPanel::alternateReturn);
+
+    EXPECT_EQ(preferences.value(key), platform::Value(false));
+}
+
+TEST_F(TerminalSuppressionTest, StoresNothingWhenTheAnswerIsWhatHeldBefore) {
+    EXPECT_EQ(answerTo("n\n1\n"), AlertPanel::defaultReturn);
+
+    EXPECT_TRUE(preferences.value(key).isNone());
+}
+
+TEST_F(TerminalSuppressionTest, TakesNoAnswerForTheWayOut) {
+    ::raise(SIGINT);
+
+    EXPECT_EQ(answerTo(""), AlertPanel::alternateReturn);
+
+    EXPECT_TRUE(preferences.value(key).isNone());
 }
 
 // ---- The password ------------------------------------------------------------------------------
