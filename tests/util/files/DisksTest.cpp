@@ -3,7 +3,7 @@
 #include "platform/linux/ToolOverlay.h"
 #include "tests/support/DescribedMachine.h"
 #include "tests/support/TemporaryFolder.h"
-#include "tests/util/task/MainLoop.h"
+#include "tests/support/MainLoop.h"
 #include "util/files/QFFileManager.h"
 
 #include <sys/stat.h>

@@ -5,7 +5,6 @@
 #include "tests/support/DescribedMachine.h"
 #include "tests/support/PausingClock.h"
 #include "util/files/QFFileManager.h"
-#include "util/log/QFLog.h"
 
 #include <chrono>
 #include <functional>
@@ -20,17 +19,13 @@ public:
     /// The deadline of every event that was waited for.
     std::vector<std::chrono::milliseconds> deadlines;
 
-    bool isMainThread() override { return true; }
-    void performOnMainThread(std::function<void()> /*work*/, platform::Wait /*wait*/) override {}
-    void handleNextEvent(std::chrono::milliseconds deadline) override {
-        deadlines.push_back(deadline);
-        clock_.pass(deadline);
-        clock_.meanwhile();
-    }
-    void terminate() override {}
-    int addTerminationObserver(std::function<void()> /*observer*/) override { return 0; }
-    void removeTerminationObserver(int /*observer*/) override {}
-    platform::Window* mainWindow() override { return nullptr; }
+    bool isMainThread() override;
+    void performOnMainThread(std::function<void()> work, platform::Wait wait) override;
+    void handleNextEvent(std::chrono::milliseconds deadline) override;
+    void terminate() override;
+    int addTerminationObserver(std::function<void()> observer) override;
+    void removeTerminationObserver(int observer) override;
+    platform::Window* mainWindow() override;
 
 private:
     PausingClock& clock_;
@@ -43,12 +38,12 @@ protected:
     using Rests = std::vector<std::chrono::microseconds>;
     using Deadlines = std::vector<std::chrono::milliseconds>;
 
-    /// The log asks for the time on a thread of its own.
-    ~FileManagerTest() override { QFLog::finishWriting(); }
+    FileManagerTest();
+    ~FileManagerTest() override;
 
-    void becomeMainThread() { applicationScope_.emplace(application); }
+    void becomeMainThread();
 
-    void refuseTheRight() { services.rightsStatus = platform::errAuthorizationCanceled; }
+    void refuseTheRight();
 
     PausingClock pauses;
     PumpingApplication application{pauses};
