@@ -1,7 +1,7 @@
 // The example program on real media: whole ones, full ones, read-only ones, and one that alters
 // what it is given.
 
-#include "tests/platform/linux/RunChild.h"
+#include "tests/support/RunCommand.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>

@@ -2,12 +2,10 @@
 
 #include "platform/AuthorizationServices.h"
 
+#include <cstdint>
 #include <deque>
-#include <memory>
-#include <ostream>
-#include <sstream>
+#include <iosfwd>
 #include <string>
-#include <utility>
 #include <vector>
 
 /// One call of the authorization service, with what it was given.
@@ -23,21 +21,7 @@ struct AuthorizationCall {
     bool operator==(const AuthorizationCall&) const = default;
 };
 
-inline std::ostream& operator<<(std::ostream& out, const AuthorizationCall& call) {
-    out << call.operation << " ref " << static_cast<std::uint64_t>(call.ref) << " flags "
-        << call.flags;
-    for (const auto& item : call.rights) {
-        out << " right " << item.name << '=' << item.value;
-    }
-    for (const auto& item : call.environment) {
-        out << " environment " << item.name << '=' << item.value;
-    }
-    out << ' ' << call.tool;
-    for (const auto& argument : call.arguments) {
-        out << " '" << argument << '\'';
-    }
-    return out;
-}
+std::ostream& operator<<(std::ostream& out, const AuthorizationCall& call);
 
 /// Remembers every call, grants what it is asked for unless a test says otherwise, and numbers its
 /// handles from 1.
@@ -59,83 +43,25 @@ public:
     std::streamsize unreadOutput = -1;
 
     platform::Authorization create(const platform::AuthorizationItemSet& environment,
-                                   platform::AuthorizationFlags flags) override {
-        calls.push_back({.operation = "create", .environment = environment, .flags = flags});
-        if (createStatus != platform::errAuthorizationSuccess) {
-            return {createStatus, platform::AuthorizationRef::none};
-        }
-        return {createStatus, platform::AuthorizationRef{++lastRef_}};
-    }
+                                   platform::AuthorizationFlags flags) override;
 
     platform::AuthorizationStatus copyRights(platform::AuthorizationRef ref,
                                              const platform::AuthorizationItemSet& rights,
                                              const platform::AuthorizationItemSet& environment,
-                                             platform::AuthorizationFlags flags) override {
-        calls.push_back({.operation = "copyRights",
-                         .ref = ref,
-                         .rights = rights,
-                         .environment = environment,
-                         .flags = flags});
-        return rightsStatus;
-    }
+                                             platform::AuthorizationFlags flags) override;
 
-    void free(platform::AuthorizationRef ref, platform::AuthorizationFlags flags) override {
-        calls.push_back({.operation = "free", .ref = ref, .flags = flags});
-    }
+    void free(platform::AuthorizationRef ref, platform::AuthorizationFlags flags) override;
 
-    platform::Authorization copyPrivilegedReference(platform::AuthorizationFlags flags) override {
-        inheritanceFlags.push_back(flags);
-        return inherited;
-    }
+    platform::Authorization copyPrivilegedReference(platform::AuthorizationFlags flags) override;
 
     platform::PrivilegedTool
     executeWithPrivileges(platform::AuthorizationRef ref, const std::string& toolPath,
                           platform::AuthorizationFlags options,
-                          const std::vector<std::string>& arguments) override {
-        calls.push_back({.operation = "execute",
-                         .ref = ref,
-                         .flags = options,
-                         .tool = toolPath,
-                         .arguments = arguments});
-        auto status = executeStatus;
-        if (!nextExecuteStatuses.empty()) {
-            status = nextExecuteStatuses.front();
-            nextExecuteStatuses.pop_front();
-        }
-        if (status != platform::errAuthorizationSuccess) {
-            return {status, nullptr};
-        }
-        return {status, std::make_unique<WatchedStream>(toolOutput, unreadOutput)};
-    }
+                          const std::vector<std::string>& arguments) override;
 
     /// The tools that were run with their arguments, each as one line.
-    std::vector<std::string> tools() const {
-        std::vector<std::string> lines;
-        for (const auto& call : calls) {
-            if (call.operation == "execute") {
-                lines.push_back(call.tool);
-                for (const auto& argument : call.arguments) {
-                    lines.back() += ' ' + argument;
-                }
-            }
-        }
-        return lines;
-    }
+    std::vector<std::string> tools() const;
 
 private:
-    class WatchedStream : public std::istringstream {
-    public:
-        WatchedStream(const std::string& text, std::streamsize& unread)
-            : std::istringstream(text), unread_(unread) {}
-        ~WatchedStream() override { unread_ = rdbuf()->in_avail(); }
-        WatchedStream(const WatchedStream&) = delete;
-        WatchedStream& operator=(const WatchedStream&) = delete;
-        WatchedStream(WatchedStream&&) = delete;
-        WatchedStream& operator=(WatchedStream&&) = delete;
-
-    private:
-        std::streamsize& unread_;
-    };
-
     std::uint64_t lastRef_ = 0;
 };

@@ -7,7 +7,6 @@
 #include "tests/support/LoggedLines.h"
 #include "tests/support/PortDoubles.h"
 #include "tests/support/ProcessLauncherDouble.h"
-#include "util/auth/QFAuthorization.h"
 
 #include <gtest/gtest.h>
 
@@ -17,10 +16,7 @@
 /// A clock that stands at the last second of 2023.
 class StandingClock : public platform::LocalTime {
 public:
-    std::tm now() override {
-        return {
-            .tm_sec = 59, .tm_min = 59, .tm_hour = 23, .tm_mday = 31, .tm_mon = 11, .tm_year = 123};
-    }
+    std::tm now() override;
 };
 
 /// A machine of doubles alone, seen by an ordinary user whose home folder is /home/someone; nothing
@@ -29,17 +25,9 @@ class DescribedMachine : public testing::Test {
 protected:
     using Lines = std::vector<std::string>;
 
-    DescribedMachine() {
-        using platform::DirectoryKind;
-        using platform::DomainMask;
-        searchPaths.lists = {
-            {{DirectoryKind::application, DomainMask::local}, {"/Applications"}},
-            {{DirectoryKind::library, DomainMask::user}, {"/home/someone/Library"}},
-            {{DirectoryKind::library, DomainMask::local}, {"/Library"}},
-        };
-        loggedLines();
-    }
-    void TearDown() override { QFAuthorization::sharedController().dealloc(); }
+    DescribedMachine();
+    ~DescribedMachine() override;
+    void TearDown() override;
 
     /// Has the process run as the superuser.
     void becomeSuperuser() { account.userId = 0; }

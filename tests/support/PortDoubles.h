@@ -15,23 +15,11 @@
 /// Remembers what was said, in order.
 class RecordingConsole : public platform::Console {
 public:
-    void systemLog(std::string_view message) override {
-        const std::lock_guard lock(mutex_);
-        systemLog_.emplace_back(message);
-    }
-    void print(std::string_view text) override {
-        const std::lock_guard lock(mutex_);
-        printed_ += text;
-    }
+    void systemLog(std::string_view message) override;
+    void print(std::string_view text) override;
 
-    std::vector<std::string> systemLogLines() const {
-        const std::lock_guard lock(mutex_);
-        return systemLog_;
-    }
-    std::string printed() const {
-        const std::lock_guard lock(mutex_);
-        return printed_;
-    }
+    std::vector<std::string> systemLogLines() const;
+    std::string printed() const;
 
 private:
     mutable std::mutex mutex_;
@@ -48,11 +36,11 @@ public:
     std::string temporary = "/tmp";
     std::optional<std::string> cache;
 
-    unsigned realUserId() override { return userId; }
-    std::string homeDirectory() override { return home; }
-    std::string loginName() override { return login; }
-    std::string temporaryDirectory() override { return temporary; }
-    std::optional<std::string> cacheDirectory() override { return cache; }
+    unsigned realUserId() override;
+    std::string homeDirectory() override;
+    std::string loginName() override;
+    std::string temporaryDirectory() override;
+    std::optional<std::string> cacheDirectory() override;
 };
 
 /// Standard folders that a test describes; a kind that it does not name has no folder.
@@ -62,8 +50,5 @@ public:
         lists;
 
     std::vector<std::string> folders(platform::DirectoryKind kind,
-                                     platform::DomainMask domain) override {
-        const auto found = lists.find({kind, domain});
-        return found == lists.end() ? std::vector<std::string>() : found->second;
-    }
+                                     platform::DomainMask domain) override;
 };

@@ -15,17 +15,13 @@ public:
     /// The deadline of every event that was waited for.
     std::vector<std::chrono::milliseconds> deadlines;
 
-    bool isMainThread() override { return true; }
-    void performOnMainThread(std::function<void()> /*work*/, platform::Wait /*wait*/) override {}
-    void handleNextEvent(std::chrono::milliseconds deadline) override {
-        deadlines.push_back(deadline);
-        clock_.pass(deadline);
-        clock_.meanwhile();
-    }
-    void terminate() override {}
-    int addTerminationObserver(std::function<void()> /*observer*/) override { return 0; }
-    void removeTerminationObserver(int /*observer*/) override {}
-    platform::Window* mainWindow() override { return nullptr; }
+    bool isMainThread() override;
+    void performOnMainThread(std::function<void()> work, platform::Wait wait) override;
+    void handleNextEvent(std::chrono::milliseconds deadline) override;
+    void terminate() override;
+    int addTerminationObserver(std::function<void()> observer) override;
+    void removeTerminationObserver(int observer) override;
+    platform::Window* mainWindow() override;
 
 private:
     PausingClock& clock_;

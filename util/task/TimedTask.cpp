@@ -1,11 +1,10 @@
 #include "platform/Application.h"
+#include "platform/Clock.h"
 #include "platform/Services.h"
 #include "platform/foundation/Exception.h"
 #include "platform/foundation/Thread.h"
 #include "util/log/QFLog.h"
 #include "util/task/QFTaskEx.h"
-
-#include <thread>
 
 using platform::Data;
 
@@ -96,7 +95,7 @@ void QFTaskEx::startTimeout(platform::Timeout timeout) {
 }
 
 void QFTaskEx::setupTimeout(std::chrono::seconds seconds) {
-    std::this_thread::sleep_for(seconds);
+    platform::sleep(seconds);
     // A time-out shorter than a launch does not miss the child.
     theTask_.waitForExpectedLaunch();
     try {

@@ -3,8 +3,8 @@
 #include "platform/linux/LauncherEntry.h"
 #include "platform/linux/PropertyLists.h"
 #include "platform/linux/Workspace.h"
-#include "tests/platform/linux/RunChild.h"
 #include "tests/support/PortDoubles.h"
+#include "tests/support/RunCommand.h"
 #include "tests/support/ScopedEnvironment.h"
 #include "tests/support/TemporaryFolder.h"
 

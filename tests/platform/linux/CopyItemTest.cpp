@@ -1,12 +1,12 @@
 #include "platform/linux/FileSystem.h"
 #include "tests/platform/linux/RunChild.h"
-#include "tests/platform/linux/TreeDescription.h"
+#include "tests/support/ScopedLimit.h"
 #include "tests/support/TemporaryFolder.h"
+#include "tests/support/TreeDescription.h"
 
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
 #include <sys/xattr.h>
@@ -34,35 +34,6 @@ struct stat statusOf(const std::string& path) {
 
 std::string sentence(const std::optional<platform::Error>& error) {
     return error ? error->localizedDescription : "no error";
-}
-
-/// Makes folders inside one another, each with a file in it.
-void makeDeepTree(const std::string& top, int levels) {
-    ASSERT_EQ(::mkdir(top.c_str(), 0755), 0);
-    int folder = ::open(top.c_str(), O_RDONLY | O_DIRECTORY);
-    for (int level = 0; level < levels; ++level) {
-        ASSERT_EQ(::mkdirat(folder, "folder", 0755), 0);
-        ::close(::openat(folder, "file", O_WRONLY | O_CREAT, 0644));
-        const int inner = ::openat(folder, "folder", O_RDONLY | O_DIRECTORY);
-        ::close(folder);
-        folder = inner;
-    }
-    ::close(folder);
-}
-
-/// How many folders named "folder" are inside one another.
-int depthOf(const std::string& top) {
-    int depth = 0;
-    int folder = ::open(top.c_str(), O_RDONLY | O_DIRECTORY);
-    for (;;) {
-        const int inner = ::openat(folder, "folder", O_RDONLY | O_DIRECTORY);
-        ::close(folder);
-        if (inner < 0) {
-            return depth;
-        }
-        ++depth;
-        folder = inner;
-    }
 }
 
 } // namespace
@@ -294,15 +265,10 @@ TEST(CopyItem, CopiesSocketsAndDevicesWhereThatIsAllowed) {
 TEST(CopyItem, NeedsFewDescriptorsForADeepTree) {
     const MemoryFolder folder;
     makeDeepTree(folder / "top", 2000);
-    rlimit former{};
-    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &former), 0);
-    const rlimit lowered{100, former.rlim_max};
-    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &lowered), 0);
-
-    const auto error = fileSystem.copyItem(folder / "top", folder / "copy");
-
-    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &former), 0);
-    EXPECT_EQ(sentence(error), "no error");
+    {
+        const ScopedLimit<RLIMIT_NOFILE> limit(100);
+        EXPECT_EQ(sentence(fileSystem.copyItem(folder / "top", folder / "copy")), "no error");
+    }
     EXPECT_EQ(depthOf(folder / "copy"), 2000);
     EXPECT_FALSE(fileSystem.removeItem(folder / "top"));
     EXPECT_FALSE(fileSystem.removeItem(folder / "copy"));
@@ -478,13 +444,17 @@ TEST(CopyItem, IsNotLedOutsideByFoldersThatTurnIntoLinks) {
     std::ofstream(folder / "victim/deep/precious") << "secret";
     ASSERT_EQ(::symlink((folder / "victim").c_str(), (folder / "link").c_str()), 0);
     std::atomic<bool> done = false;
+    std::atomic<int> swaps = 0;
     std::thread swapper([&] {
         while (!done) {
             ::renameat2(AT_FDCWD, (folder / "link").c_str(), AT_FDCWD,
                         (folder / "top/swapped").c_str(), RENAME_EXCHANGE);
+            ++swaps;
+            swaps.notify_one();
         }
     });
     for (int round = 0; round < rounds; ++round) {
+        swaps.wait(swaps);
         const auto error = fileSystem.copyItem(folder / "top", folder / "copy");
         const auto swapped = folder / "copy/swapped";
         if (!error && !fs::is_symlink(swapped)) {

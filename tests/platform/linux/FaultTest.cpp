@@ -1,8 +1,8 @@
 // What is left of an item when any one of the system calls fails, or is the process's last.
 
 #include "tests/platform/linux/RunChild.h"
-#include "tests/platform/linux/TreeDescription.h"
 #include "tests/support/TemporaryFolder.h"
+#include "tests/support/TreeDescription.h"
 
 #include <gtest/gtest.h>
 

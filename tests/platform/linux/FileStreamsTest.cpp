@@ -1,9 +1,9 @@
 #include "platform/linux/FileStreams.h"
 
+#include "tests/support/ScopedLimit.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -30,24 +30,6 @@ std::string readFrom(platform::FileStream& stream, std::size_t size) {
     text.resize(stream.read(std::as_writable_bytes(std::span(text.data(), text.size()))));
     return text;
 }
-
-/// A limit for the size of files, which ends with the scope.
-class FileSizeLimit {
-public:
-    explicit FileSizeLimit(rlim_t bytes) {
-        ::getrlimit(RLIMIT_FSIZE, &former_);
-        const rlimit limit{.rlim_cur = bytes, .rlim_max = former_.rlim_max};
-        ::setrlimit(RLIMIT_FSIZE, &limit);
-    }
-    ~FileSizeLimit() { ::setrlimit(RLIMIT_FSIZE, &former_); }
-    FileSizeLimit(const FileSizeLimit&) = delete;
-    FileSizeLimit& operator=(const FileSizeLimit&) = delete;
-    FileSizeLimit(FileSizeLimit&&) = delete;
-    FileSizeLimit& operator=(FileSizeLimit&&) = delete;
-
-private:
-    rlimit former_{};
-};
 
 } // namespace
 
@@ -184,7 +166,7 @@ TEST(FileStreams, PositionsGoBeyondFourGibibytes) {
 TEST(FileStreams, AFullFileTakesWhatFitsAndSaysSo) {
     const TemporaryFolder folder;
     const auto stream = streams.openForUpdating(folder / "file", nothingSpared);
-    const FileSizeLimit limit(10);
+    const ScopedLimit<RLIMIT_FSIZE> limit(10);
     EXPECT_EQ(stream->write(bytesOf("123456")), 6U);
     EXPECT_EQ(stream->write(bytesOf("789abc")), 4U);
     EXPECT_EQ(stream->errorIndicator(), 1);

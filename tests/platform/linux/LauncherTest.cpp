@@ -2,12 +2,12 @@
 
 #include "platform/foundation/Exception.h"
 #include "platform/foundation/Process.h"
+#include "tests/support/ScopedLimit.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -15,7 +15,6 @@
 #include <atomic>
 #include <chrono>
 #include <csignal>
-#include <exception>
 #include <filesystem>
 #include <fstream>
 #include <future>
@@ -318,25 +317,14 @@ TEST_F(Launcher, HandsTheEnvironmentOver) {
 }
 
 TEST_F(Launcher, RunsOutOfDescriptorsWithAnException) {
-    struct rlimit former {};
-    ::getrlimit(RLIMIT_NOFILE, &former);
-    auto few = former;
-    few.rlim_cur = 40;
-    ::setrlimit(RLIMIT_NOFILE, &few);
     std::vector<std::shared_ptr<platform::Pipe>> pipes;
-    std::exception_ptr raised;
     try {
+        // What was raised is looked at outside: sanitizers need descriptors for their own looks.
+        const ScopedLimit<RLIMIT_NOFILE> limit(40);
         for (int count = 0; count < 40; ++count) {
             pipes.push_back(launcher_.makePipe());
         }
-    } catch (const platform::Exception&) {
-        raised = std::current_exception();
-    }
-    // Looked at only now, since sanitizers need descriptors for their own looks.
-    ::setrlimit(RLIMIT_NOFILE, &former);
-    ASSERT_TRUE(raised) << "the limit was not reached";
-    try {
-        std::rethrow_exception(raised);
+        FAIL() << "the limit was not reached";
     } catch (const platform::Exception& exception) {
         EXPECT_EQ(exception.name(), "NSFileHandleOperationException");
         EXPECT_EQ(exception.reason(), "the system has no pipe left: Too many open files");

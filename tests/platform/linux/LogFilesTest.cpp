@@ -131,14 +131,17 @@ TEST_F(LogFiles, CloseAFileWhenNobodyRefersToItAnyMore) {
 TEST_F(LogFiles, DoNotPassAnOpenFileOnToChildren) {
     const auto path = folder.write("log");
     const auto file = files.open(path);
+    int found = 0;
     for (const auto& item : fs::directory_iterator("/proc/self/fd")) {
         std::error_code gone;
         if (fs::read_symlink(item.path(), gone) == path) {
             const auto number = item.path().filename().string();
             EXPECT_NE(contentOf("/proc/self/fdinfo/" + number).find("flags:\t02"),
                       std::string::npos); // octal, 02000000 is close-on-exec
+            ++found;
         }
     }
+    EXPECT_EQ(found, 1);
 }
 
 TEST_F(LogFiles, SayThatTheDiskIsFullAndBeginTheNextEntryOnALineOfItsOwn) {

@@ -1,7 +1,7 @@
 #include "platform/linux/FileSystem.h"
 #include "tests/platform/linux/RunChild.h"
-#include "tests/platform/linux/TreeDescription.h"
 #include "tests/support/TemporaryFolder.h"
+#include "tests/support/TreeDescription.h"
 
 #include <gtest/gtest.h>
 
@@ -12,6 +12,7 @@
 #include <atomic>
 #include <cerrno>
 #include <filesystem>
+#include <latch>
 #include <thread>
 
 namespace fs = std::filesystem;
@@ -332,6 +333,7 @@ TEST(MoveItem, DeletesNothingThatItHasNotCopied) {
             folder.write("top" + std::to_string(round) + '/' + std::to_string(i), "old");
         }
         std::vector<std::string> added;
+        std::latch begun(1);
         std::atomic<bool> done = false;
         std::thread writer([&] {
             for (int i = 0; !done; ++i) {
@@ -342,8 +344,12 @@ TEST(MoveItem, DeletesNothingThatItHasNotCopied) {
                 }
                 ::close(file);
                 added.push_back(name);
+                if (i == 0) {
+                    begun.count_down();
+                }
             }
         });
+        begun.wait();
         static_cast<void>(fileSystem.moveItem(top, moved));
         done = true;
         writer.join();

@@ -1,31 +1,13 @@
 #pragma once
 
-#include <string>
-#include <vector>
-
-/// How a command ended and what it wrote to standard output and standard error.
-struct Outcome {
-    int status = -1;
-    std::string output;
-};
-
-/// Runs a command to its end, found through PATH, with these environment variables ("NAME=value")
-/// and PATH alone.
-Outcome run(const std::vector<std::string>& command,
-            const std::vector<std::string>& environment = {});
+#include "tests/support/RunCommand.h"
 
 /// Runs the test's own child program, behind `prefix`, with these arguments.
-Outcome runChild(const std::vector<std::string>& arguments,
-                 const std::vector<std::string>& environment = {},
-                 const std::vector<std::string>& prefix = {});
-
-/// The command that runs another as an ordinary user without privileges; empty when the test is
-/// run by one.
-std::vector<std::string> asOrdinaryUser();
-
-/// The command that runs another in a mount namespace of its own, where an empty file system of
-/// memory with these options is mounted on `folder`.
-std::vector<std::string> withMountOn(const std::string& folder, const std::string& options);
-
-/// Why the machine does not let the test mount anything; empty when it does.
-std::string whyNoMounts();
+inline Outcome runChild(const std::vector<std::string>& arguments,
+                        const std::vector<std::string>& environment = {},
+                        const std::vector<std::string>& prefix = {}) {
+    std::vector<std::string> command = prefix;
+    command.emplace_back(QF_CHILD);
+    command.insert(command.end(), arguments.begin(), arguments.end());
+    return run(command, environment);
+}

@@ -1,11 +1,12 @@
 #include "platform/linux/FileSystem.h"
 #include "tests/platform/linux/RunChild.h"
+#include "tests/support/ScopedLimit.h"
 #include "tests/support/TemporaryFolder.h"
+#include "tests/support/TreeDescription.h"
 
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -24,38 +25,6 @@ platform::native::FileSystem fileSystem;
 bool stands(const std::string& path) {
     return fs::exists(fs::symlink_status(path));
 }
-
-/// Makes folders inside one another, each with a file in it.
-void makeDeepTree(const std::string& top, int levels) {
-    ASSERT_EQ(::mkdir(top.c_str(), 0755), 0);
-    int folder = ::open(top.c_str(), O_RDONLY | O_DIRECTORY);
-    for (int level = 0; level < levels; ++level) {
-        ASSERT_EQ(::mkdirat(folder, "folder", 0755), 0);
-        ::close(::openat(folder, "file", O_WRONLY | O_CREAT, 0644));
-        const int inner = ::openat(folder, "folder", O_RDONLY | O_DIRECTORY);
-        ::close(folder);
-        folder = inner;
-    }
-    ::close(folder);
-}
-
-/// Lets the process have no more than these descriptors open for a scope.
-class DescriptorLimit {
-public:
-    explicit DescriptorLimit(rlim_t count) {
-        ::getrlimit(RLIMIT_NOFILE, &former_);
-        const rlimit lowered{count, former_.rlim_max};
-        ::setrlimit(RLIMIT_NOFILE, &lowered);
-    }
-    ~DescriptorLimit() { ::setrlimit(RLIMIT_NOFILE, &former_); }
-    DescriptorLimit(const DescriptorLimit&) = delete;
-    DescriptorLimit& operator=(const DescriptorLimit&) = delete;
-    DescriptorLimit(DescriptorLimit&&) = delete;
-    DescriptorLimit& operator=(DescriptorLimit&&) = delete;
-
-private:
-    rlimit former_{};
-};
 
 } // namespace
 
@@ -128,7 +97,7 @@ TEST(RemoveItem, NeedsFewDescriptorsForADeepTree) {
     const TemporaryFolder folder;
     makeDeepTree(folder / "top", 2000);
     {
-        const DescriptorLimit limit(100);
+        const ScopedLimit<RLIMIT_NOFILE> limit(100);
         EXPECT_FALSE(fileSystem.removeItem(folder / "top"));
     }
     EXPECT_FALSE(stands(folder / "top"));

@@ -5,7 +5,6 @@
 #include "tests/support/PausingClock.h"
 #include "tests/support/PumpingApplication.h"
 #include "util/files/QFFileManager.h"
-#include "util/log/QFLog.h"
 
 #include <chrono>
 #include <functional>
@@ -19,12 +18,12 @@ protected:
     using Rests = std::vector<std::chrono::microseconds>;
     using Deadlines = std::vector<std::chrono::milliseconds>;
 
-    /// The log asks for the time on a thread of its own.
-    ~FileManagerTest() override { QFLog::finishWriting(); }
+    FileManagerTest();
+    ~FileManagerTest() override;
 
-    void becomeMainThread() { applicationScope_.emplace(application); }
+    void becomeMainThread();
 
-    void refuseTheRight() { services.rightsStatus = platform::errAuthorizationCanceled; }
+    void refuseTheRight();
 
     PausingClock pauses;
     PumpingApplication application{pauses};

@@ -1,9 +1,9 @@
 #include "platform/foundation/Path.h"
+#include "tests/support/ScopedLimit.h"
 #include "tests/util/files/OnDiskTest.h"
 
 #include <fcntl.h>
 #include <pthread.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -19,24 +19,6 @@ namespace {
 
 constexpr int levels = 2000;
 constexpr int entries = 100'000;
-
-/// Lets the process open few files for a scope.
-class DescriptorLimit {
-public:
-    explicit DescriptorLimit(rlim_t files) {
-        ::getrlimit(RLIMIT_NOFILE, &former_);
-        const rlimit lowered{.rlim_cur = files, .rlim_max = former_.rlim_max};
-        ::setrlimit(RLIMIT_NOFILE, &lowered);
-    }
-    ~DescriptorLimit() { ::setrlimit(RLIMIT_NOFILE, &former_); }
-    DescriptorLimit(const DescriptorLimit&) = delete;
-    DescriptorLimit& operator=(const DescriptorLimit&) = delete;
-    DescriptorLimit(DescriptorLimit&&) = delete;
-    DescriptorLimit& operator=(DescriptorLimit&&) = delete;
-
-private:
-    rlimit former_{};
-};
 
 void* call(void* work) {
     (*static_cast<std::function<void()>*>(work))();
@@ -109,7 +91,7 @@ protected:
 
 TEST_F(TreesOnDisk, DepthCostsNeitherStackNorDescriptors) {
     makeDeepTree("a.txt");
-    const DescriptorLimit limit(32);
+    const ScopedLimit<RLIMIT_NOFILE> limit(32);
     runOnSmallStack([this] {
         EXPECT_EQ(QFFileManager::fileSize(top), 5U);
         EXPECT_FALSE(QFFileManager::isFolderEmpty(top));
@@ -125,7 +107,7 @@ TEST_F(TreesOnDisk, DepthCostsNeitherStackNorDescriptors) {
 
 TEST_F(TreesOnDisk, ADeepTreeOfFoldersAloneIsRemovedAsEmpty) {
     makeDeepTree("");
-    const DescriptorLimit limit(100);
+    const ScopedLimit<RLIMIT_NOFILE> limit(100);
     runOnSmallStack([this] { EXPECT_TRUE(QFFileManager::removeFolderIfEmpty(top)); });
     EXPECT_EQ(loggedLines(), Lines{});
     EXPECT_FALSE(fs::exists(top));

@@ -1,7 +1,8 @@
 #include "tests/util/files/VerifiedCopyTest.h"
 
-#include "tests/util/files/FileManagerTest.h"
+#include "tests/support/PausingClock.h"
 #include "tests/util/files/NoMemory.h"
+#include "util/log/QFLog.h"
 
 #include <algorithm>
 #include <array>
@@ -154,7 +155,7 @@ TEST_F(VerifiedCopyTest, MissingFoldersAreMade) {
 
 TEST_F(VerifiedCopyTest, AFolderThatCannotBeMadeFailsBeforeTheSourceIsOpened) {
     makeSource("content");
-    fileSystem.createErrors["/bad"] = {.localizedDescription = "It may not be."};
+    fileSystem.failures["create /bad"] = {.localizedDescription = "It may not be."};
     EXPECT_FALSE(copy({"/first/a", "/bad/b", "/last/c"}));
     EXPECT_EQ(console.systemLogLines(),
               Lines{"Unable to copy file /from/source - destination directory /bad doesn't exist. "
@@ -169,7 +170,7 @@ TEST_F(VerifiedCopyTest, AFolderOfTheAdministratorsIsWaitedForTenSeconds) {
     const platform::ScopedService<platform::Clock> scope(pauses);
     makeSource("content");
     services.rightsStatus = 0;
-    fileSystem.createErrors["/new"] = {.localizedDescription = "It may not be."};
+    fileSystem.failures["create /new"] = {.localizedDescription = "It may not be."};
     EXPECT_FALSE(copy({"/new/a"}));
     EXPECT_EQ(pauses.rests, std::vector(34, std::chrono::microseconds(300'000)));
     EXPECT_EQ(console.systemLogLines(),
@@ -377,7 +378,7 @@ TEST_F(VerifiedCopyTest, ASourceThatShrinksFails) {
     EXPECT_EQ(contentOf("/to/a").size(), 70'000U);
     const auto record = observer.record();
     EXPECT_EQ(record.bytesWritten.size() + record.finished.size(), 0U);
-    EXPECT_EQ(std::ranges::count(fileSystem.changes, "created /to/a 3600"), 0);
+    EXPECT_EQ(std::ranges::count(fileSystem.changes, "creation date /to/a"), 0);
 }
 
 TEST_F(VerifiedCopyTest, ASourceThatGrowsPasses) {
@@ -390,7 +391,7 @@ TEST_F(VerifiedCopyTest, ASourceThatGrowsPasses) {
 
 TEST_F(VerifiedCopyTest, ASourceThatVanishesOnceItIsOpenIsCopiedWithoutDates) {
     makeSource("content");
-    fileSystem.attributes.clear();
+    fileSystem.attributes[source].reset();
     EXPECT_TRUE(copy({"/to/a"}));
     EXPECT_EQ(contentOf("/to/a"), "content");
     EXPECT_EQ(fileSystem.changes, Lines{});
@@ -400,6 +401,7 @@ TEST_F(VerifiedCopyTest, ASourceThatVanishesOnceItIsOpenIsCopiedWithoutDates) {
 TEST_F(VerifiedCopyTest, TheSizeOfALinkedSourceIsThatOfTheFileItLeadsTo) {
     describe({.content = "content"}, 1000);
     fileSystem.links = {{source, "../other/link"}, {"/from/../other/link", "/real"}};
+    fileSystem.files.insert("/real");
     fileSystem.attributes["/real"] = {.size = 8};
     EXPECT_FALSE(copy({"/to/a"}));
     fileSystem.attributes["/real"] = {.size = 7};
@@ -452,7 +454,7 @@ TEST_F(VerifiedCopyTest, ALargeFileIsReportedEveryFiveHundredth) {
 TEST_F(VerifiedCopyTest, ADelegateThatAnswersFalseEndsTheCopyWithoutAWord) {
     for (const auto type : {VerificationType::none, VerificationType::md5, otherType}) {
         makeBottomlessSource(DescribedFile::unlimited, {"/to/a", "/to/b"});
-        fileSystem.attributes[source].size = 0;
+        fileSystem.attributes[source]->size = 0;
         CopyObserver observer(false);
         EXPECT_FALSE(copy({"/to/a", "/to/b"}, type, observer.delegate()));
         const auto record = observer.record();
@@ -656,13 +658,16 @@ TEST_F(VerifiedCopyTest, AMediumThatAltersTheDataIsToldAndTheCopyStillSucceeds) 
 TEST_F(VerifiedCopyTest, EveryDestinationGetsTheDatesOfTheSource) {
     makeSource("content");
     EXPECT_TRUE(copy({"/to/a", "/to/b"}));
-    EXPECT_EQ(fileSystem.changes, (Lines{"created /to/a 3600", "modified /to/a 7200",
-                                         "created /to/b 3600", "modified /to/b 7200"}));
+    EXPECT_EQ(fileSystem.changes,
+              (Lines{"creation date /to/a", "date /to/a", "creation date /to/b", "date /to/b"}));
+    using Dates = std::map<std::string, platform::Date>;
+    EXPECT_EQ(fileSystem.creationDates, (Dates{{"/to/a", created}, {"/to/b", created}}));
+    EXPECT_EQ(fileSystem.modificationDates, (Dates{{"/to/a", modified}, {"/to/b", modified}}));
 }
 
 TEST_F(VerifiedCopyTest, ASourceWithoutCreationDateLeavesTheDatesAlone) {
     makeSource("content");
-    fileSystem.attributes[source].creationDate.reset();
+    fileSystem.attributes[source]->creationDate.reset();
     EXPECT_TRUE(copy({"/to/a"}));
     EXPECT_EQ(fileSystem.changes, Lines{});
     EXPECT_EQ(console.systemLogLines(), Lines{});
@@ -670,10 +675,10 @@ TEST_F(VerifiedCopyTest, ASourceWithoutCreationDateLeavesTheDatesAlone) {
 
 TEST_F(VerifiedCopyTest, DatesThatCannotBeSetAreSaidOnceADestinationAndChangeNothingElse) {
     makeSource("content");
-    fileSystem.creationDateErrors["/to/a"] = {.localizedDescription = "No creation date."};
-    fileSystem.creationDateErrors["/to/b"] = {.localizedDescription = "Not yours."};
-    fileSystem.modificationDateErrors["/to/b"] = {.localizedDescription = "Still not yours."};
-    fileSystem.modificationDateErrors["/to/c"] = {.localizedDescription = "No date."};
+    fileSystem.failures["creation date /to/a"] = {.localizedDescription = "No creation date."};
+    fileSystem.failures["creation date /to/b"] = {.localizedDescription = "Not yours."};
+    fileSystem.failures["date /to/b"] = {.localizedDescription = "Still not yours."};
+    fileSystem.failures["date /to/c"] = {.localizedDescription = "No date."};
     CopyObserver observer;
     EXPECT_TRUE(copy({"/to/a", "/to/b", "/to/c"}, VerificationType::none, observer.delegate()));
     EXPECT_EQ(console.systemLogLines(),

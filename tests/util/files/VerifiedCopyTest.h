@@ -7,64 +7,16 @@
 #include "util/files/QFFileManager.h"
 
 #include <chrono>
-#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
-
-/// A described file system whose items have sizes and dates.
-class DatedFileSystem : public DescribedFileSystem {
-public:
-    std::map<std::string, platform::ItemAttributes> attributes;
-    std::map<std::string, std::string> links;
-    /// What making a folder, and setting a date, fails with.
-    std::map<std::string, platform::Error> createErrors;
-    std::map<std::string, platform::Error> creationDateErrors;
-    std::map<std::string, platform::Error> modificationDateErrors;
-
-    std::optional<std::string> destinationOfSymbolicLink(const std::string& path) override {
-        const auto found = links.find(path);
-        return found == links.end() ? std::nullopt : std::optional(found->second);
-    }
-    std::optional<platform::ItemAttributes> attributesOfItem(const std::string& path) override {
-        const auto found = attributes.find(path);
-        return found == attributes.end() ? std::nullopt : std::optional(found->second);
-    }
-    std::optional<platform::Error> createDirectory(const std::string& path) override {
-        changes.push_back("create " + path);
-        auto error = errorIn(createErrors, path);
-        if (!error) {
-            folders[path].emplace();
-        }
-        return error;
-    }
-    std::optional<platform::Error> setModificationDate(const std::string& path,
-                                                       platform::Date date) override {
-        changes.push_back("modified " + path + " " + seconds(date));
-        return errorIn(modificationDateErrors, path);
-    }
-    std::optional<platform::Error> setCreationDate(const std::string& path,
-                                                   platform::Date date) override {
-        changes.push_back("created " + path + " " + seconds(date));
-        return errorIn(creationDateErrors, path);
-    }
-
-private:
-    static std::optional<platform::Error>
-    errorIn(const std::map<std::string, platform::Error>& errors, const std::string& path) {
-        const auto found = errors.find(path);
-        return found == errors.end() ? std::nullopt : std::optional(found->second);
-    }
-    static std::string seconds(platform::Date date) {
-        return std::to_string(
-            std::chrono::duration_cast<std::chrono::seconds>(date.time_since_epoch()).count());
-    }
-};
 
 /// A machine of doubles with one file to copy, "/from/source", and a folder for copies, "/to".
 class VerifiedCopyTest : public DescribedMachine {
 protected:
     static constexpr const char* source = "/from/source";
+    static constexpr platform::Date created{std::chrono::hours(1)};
+    static constexpr platform::Date modified{std::chrono::hours(2)};
     static constexpr std::uint64_t chunk = 65536;
 
     VerifiedCopyTest() {
@@ -87,8 +39,8 @@ protected:
         fileSystem.files.insert(source);
         fileSystem.attributes[source] = {.kind = platform::ItemKind::file,
                                          .size = size,
-                                         .modificationDate = platform::Date(std::chrono::hours(2)),
-                                         .creationDate = platform::Date(std::chrono::hours(1))};
+                                         .modificationDate = modified,
+                                         .creationDate = created};
         streams.files[source] = file;
     }
 
@@ -119,12 +71,10 @@ protected:
         }
     }
 
-    DatedFileSystem fileSystem;
     DescribedFileStreams streams;
 
 private:
     platform::native::Digests digests_;
-    platform::ScopedService<platform::FileSystem> fileSystemScope_{fileSystem};
     platform::ScopedService<platform::Digests> digestsScope_{digests_};
     platform::ScopedService<platform::FileStreams> streamsScope_{streams};
 };

@@ -7,9 +7,9 @@
 #include "platform/linux/FileSystem.h"
 #include "platform/linux/PropertyLists.h"
 #include "platform/linux/SystemInformation.h"
-#include "tests/platform/linux/RunChild.h"
 #include "tests/support/DescribedMachine.h"
 #include "tests/support/PausingClock.h"
+#include "tests/support/RunCommand.h"
 #include "tests/support/TemporaryFolder.h"
 #include "util/log/QFLog.h"
 

@@ -2,9 +2,9 @@
 
 #include "platform/foundation/Value.h"
 #include "tests/support/FileSystemDoubles.h"
+#include "tests/support/MainLoop.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/util/task/LogLines.h"
-#include "tests/util/task/MainLoop.h"
 #include "util/task/TaskArguments.h"
 
 #include <gtest/gtest.h>
@@ -67,3 +67,4 @@ public:
 };
 
 inline const std::string shell = "/bin/sh";
+inline const std::string perl = "/usr/bin/perl";

@@ -2,11 +2,13 @@
 #include "util/task/QFTaskEx.h"
 
 #include "platform/Services.h"
+#include "tests/support/PausingClock.h"
 #include "tests/support/ScopedAbsence.h"
 
 #include <csignal>
 #include <filesystem>
 #include <future>
+#include <latch>
 #include <limits>
 
 namespace {
@@ -25,36 +27,33 @@ protected:
         MainLoop::shared().waitUntilPerformed(performedBefore_ + count);
     }
 
+    /// Makes a call whose time is up at once, but has that acted on only when the child has made
+    /// the file "ready".
+    template <class Call>
+    auto timedOutOnceReady(Call call) {
+        const BusyMainThread busy;
+        ++performedBefore_;
+        auto result = std::async(call);
+        EXPECT_TRUE(waitForFile("ready"));
+        return result;
+    }
+    /// The same with what the child of a shell script has written by its end.
+    std::future<std::string> outputTimedOutOnceReady(const std::string& text) {
+        return timedOutOnceReady([text] {
+            return TaskTest::text(QFTaskEx::dataFromTask(shell, script(text), Timeout(0)));
+        });
+    }
+
+    /// A script's text that lets the time-out be acted on.
+    std::string tellReady() const { return ": > '" + file("ready") + "'"; }
+
     const std::shared_ptr<QFTaskEx> runner_ = QFTaskEx::create();
 
 private:
-    const int performedBefore_;
+    int performedBefore_;
 };
 
 class TimedTaskShorterThanASecond : public TimedTask, public testing::WithParamInterface<double> {};
-
-/// Keeps the main thread busy for a scope.
-class BusyMainThread {
-public:
-    BusyMainThread() {
-        std::promise<void> begun;
-        MainLoop::shared().performOnMainThread(
-            [&begun, over = over_.get_future().share()] {
-                begun.set_value();
-                over.wait();
-            },
-            platform::Wait::no);
-        begun.get_future().wait();
-    }
-    ~BusyMainThread() { over_.set_value(); }
-    BusyMainThread(const BusyMainThread&) = delete;
-    BusyMainThread& operator=(const BusyMainThread&) = delete;
-    BusyMainThread(BusyMainThread&&) = delete;
-    BusyMainThread& operator=(BusyMainThread&&) = delete;
-
-private:
-    std::promise<void> over_;
-};
 
 TEST_P(TimedTaskShorterThanASecond, TerminatesTheChildAtOnceAndSaysSo) {
     const auto data = QFTaskEx::dataFromTask(shell, script(gate()), Timeout(GetParam()));
@@ -101,23 +100,20 @@ TEST_F(TimedTask, FlagsAreHandedOn) {
 }
 
 TEST_F(TimedTask, GivesWhatArrivedBeforeTheTermination) {
-    auto data = std::async([&] {
-        return text(QFTaskEx::dataFromTask(
-            shell, script("echo early; : > '" + file("written") + "'; " + gate() + "; echo late"),
-            1));
-    });
-    EXPECT_TRUE(waitForFile("written"));
-    EXPECT_EQ(data.get(), "early\n");
+    auto output =
+        outputTimedOutOnceReady("echo early; " + tellReady() + "; " + gate() + "; echo late");
+    EXPECT_EQ(output.get(), "early\n");
 }
 
 TEST_F(TimedTask, GivesTheStatusOfTheTerminatedChild) {
     EXPECT_EQ(QFTaskEx::terminationCodeFromTask(shell, script(gate()), 0), SIGTERM);
-    EXPECT_EQ(runner_->terminationCodeFromTaskOnRunner(shell,
-                                                       script("trap 'exit 42' TERM; : > '" +
-                                                              file("ready") + "'; while :; do " +
-                                                              gate() + "; done"),
-                                                       1),
-              42);
+    auto status = timedOutOnceReady([this] {
+        return runner_->terminationCodeFromTaskOnRunner(
+            shell,
+            script("trap 'exit 42' TERM; " + tellReady() + "; while :; do " + gate() + "; done"),
+            0);
+    });
+    EXPECT_EQ(status.get(), 42);
     EXPECT_EQ(loggedLines(), Lines(2, timedOut));
 }
 
@@ -137,14 +133,18 @@ TEST_F(TimedTask, ActsOnTheMainThreadOnly) {
 }
 
 TEST_F(TimedTask, SleepsItsWholeIntervalEvenWhenTheChildHasEndedLongBefore) {
-    const auto start = std::chrono::steady_clock::now();
+    PausingClock clock;
+    const platform::ScopedService<platform::Clock> scope(clock);
+    std::latch wake(1);
+    clock.meanwhile = [&wake] { wake.wait(); };
     auto runner = QFTaskEx::create();
     const std::weak_ptr<QFTaskEx> kept = runner;
     EXPECT_EQ(text(runner->dataFromTaskOnRunner(shell, script("echo out"), 1.9)), "out\n");
     runner.reset();
     EXPECT_FALSE(kept.expired());
+    wake.count_down();
     waitForTimeouts(1);
-    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::seconds(1));
+    EXPECT_EQ(clock.rests, std::vector<std::chrono::microseconds>{std::chrono::seconds(1)});
     EXPECT_TRUE(eventually([&] { return kept.expired(); }));
     EXPECT_TRUE(loggedLines().empty());
 }
@@ -183,41 +183,34 @@ TEST_F(TimedTask, NeverHoldsAChildWhoseOutputIsDiscarded) {
 }
 
 TEST_F(TimedTask, WaitsForAChildThatIgnoresTheRequest) {
-    auto data = std::async([&] {
-        return text(QFTaskEx::dataFromTask(
-            shell, script("trap '' TERM; : > '" + file("ready") + "'; " + gate() + "; echo done"),
-            1));
-    });
-    EXPECT_TRUE(waitForFile("ready"));
+    auto output =
+        outputTimedOutOnceReady("trap '' TERM; " + tellReady() + "; " + gate() + "; echo done");
     waitForTimeouts(1);
     EXPECT_EQ(loggedLines(), Lines{timedOut});
     openGate();
-    EXPECT_EQ(data.get(), "done\n");
+    EXPECT_EQ(output.get(), "done\n");
 }
 
 TEST_F(TimedTask, ReachesTheChildsOwnChildrenThatHoldTheOutput) {
-    EXPECT_EQ(text(QFTaskEx::dataFromTask(shell, script("sleep 1000 & echo out; wait"), 1)),
-              "out\n");
+    auto output = outputTimedOutOnceReady("sleep 1000 & echo out; " + tellReady() + "; wait");
+    EXPECT_EQ(output.get(), "out\n");
 }
 
 TEST_F(TimedTask, WaitsForAGrandchildThatLeftTheGroup) {
-    auto data = std::async([&] {
-        return text(QFTaskEx::dataFromTask(shell,
-                                           script("setsid sh -c \": > '" + file("ready") + "'; " +
-                                                  gate() + "; echo late\" & echo early; wait"),
-                                           1));
-    });
-    EXPECT_TRUE(waitForFile("ready"));
+    auto output = outputTimedOutOnceReady("echo early; setsid sh -c \"" + tellReady() + "; " +
+                                          gate() + "; echo late\" & wait");
     waitForTimeouts(1);
     openGate();
-    EXPECT_EQ(data.get(), "early\nlate\n");
+    EXPECT_EQ(output.get(), "early\nlate\n");
 }
 
 TEST_F(TimedTask, ReachesAChildThatChangedItsGroup) {
-    const std::string perl = "/usr/bin/perl";
-    EXPECT_EQ(QFTaskEx::terminationCodeFromTask(
-                  perl, {"-e", "setpgrp(0, getpgrp(getppid())); sleep(1000)"}, 1),
-              SIGTERM);
+    auto status = timedOutOnceReady([this] {
+        const std::string script =
+            "setpgrp(0, getpgrp(getppid())); open(my $ready, '>', shift); sleep(1000)";
+        return QFTaskEx::terminationCodeFromTask(perl, {"-e", script, file("ready")}, 0);
+    });
+    EXPECT_EQ(status.get(), SIGTERM);
 }
 
 TEST_F(TimedTask, IsSilentAboutARefusedPath) {

@@ -1,4 +1,4 @@
-#include "tests/platform/linux/RunChild.h"
+#include "tests/support/RunCommand.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <grp.h>

@@ -1,5 +1,5 @@
 #include "platform/linux/PropertyLists.h"
-#include "tests/platform/linux/RunChild.h"
+#include "tests/support/RunCommand.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
 #include "platform/linux/tools/launchctl/JobUnits.h"
 
-#include "tests/platform/linux/RunChild.h"
+#include "tests/support/RunCommand.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
 // A test program of its own, for it takes long.
 
-#include "tests/platform/linux/RunChild.h"
+#include "tests/support/RunCommand.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>

@@ -15,6 +15,13 @@ std::vector<std::string> strangers(const std::string& folder,
 /// A folder of a few entries, one of each kind that an ordinary user can make.
 void makeSampleTree(const std::string& path);
 
+/// Makes folders named "folder" inside one another, as many as there are levels, below a new folder
+/// at `path`, and a file named "file" beside each.
+void makeDeepTree(const std::string& path, int levels);
+
+/// How many folders named "folder" are inside one another below the one at `path`.
+int depthOf(const std::string& path);
+
 /// A fresh folder in memory, which is quicker than a temporary folder and as a rule on another
 /// volume; deleted with all that is in it at the scope's end. Where there is no memory to be had, a
 /// temporary folder.

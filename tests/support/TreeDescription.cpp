@@ -1,4 +1,4 @@
-#include "tests/platform/linux/TreeDescription.h"
+#include "tests/support/TreeDescription.h"
 
 #include <gtest/gtest.h>
 
@@ -117,6 +117,33 @@ void makeSampleTree(const std::string& path) {
         ASSERT_EQ(
             ::utimensat(AT_FDCWD, (path + '/' + name).c_str(), times.data(), AT_SYMLINK_NOFOLLOW),
             0);
+    }
+}
+
+void makeDeepTree(const std::string& path, int levels) {
+    ASSERT_EQ(::mkdir(path.c_str(), 0755), 0);
+    int folder = ::open(path.c_str(), O_RDONLY | O_DIRECTORY);
+    for (int level = 0; level < levels; ++level) {
+        ASSERT_EQ(::mkdirat(folder, "folder", 0755), 0);
+        ::close(::openat(folder, "file", O_WRONLY | O_CREAT, 0644));
+        const int inner = ::openat(folder, "folder", O_RDONLY | O_DIRECTORY);
+        ::close(folder);
+        folder = inner;
+    }
+    ::close(folder);
+}
+
+int depthOf(const std::string& path) {
+    int depth = 0;
+    int folder = ::open(path.c_str(), O_RDONLY | O_DIRECTORY);
+    for (;;) {
+        const int inner = ::openat(folder, "folder", O_RDONLY | O_DIRECTORY);
+        ::close(folder);
+        if (inner < 0) {
+            return depth;
+        }
+        ++depth;
+        folder = inner;
     }
 }
 

@@ -1,4 +1,4 @@
-#include "tests/platform/linux/RunChild.h"
+#include "tests/support/RunCommand.h"
 
 #include "tests/support/TemporaryFolder.h"
 
@@ -21,19 +21,14 @@ std::vector<char*> pointers(std::vector<std::string>& strings) {
     return result;
 }
 
-std::vector<std::string> joined(std::vector<std::string> first,
-                                const std::vector<std::string>& second) {
-    first.insert(first.end(), second.begin(), second.end());
-    return first;
-}
-
 } // namespace
 
 Outcome run(const std::vector<std::string>& command, const std::vector<std::string>& environment) {
     const TemporaryFolder folder;
     const auto output = folder / "output";
     auto arguments = command;
-    auto variables = joined(environment, {std::string("PATH=") + std::getenv("PATH")});
+    auto variables = environment;
+    variables.push_back(std::string("PATH=") + std::getenv("PATH"));
     posix_spawn_file_actions_t actions{};
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, output.c_str(), O_WRONLY | O_CREAT,
@@ -48,12 +43,6 @@ Outcome run(const std::vector<std::string>& command, const std::vector<std::stri
         return {};
     }
     return {WEXITSTATUS(status), contentOf(output)};
-}
-
-Outcome runChild(const std::vector<std::string>& arguments,
-                 const std::vector<std::string>& environment,
-                 const std::vector<std::string>& prefix) {
-    return run(joined(joined(prefix, {QF_CHILD}), arguments), environment);
 }
 
 std::vector<std::string> asOrdinaryUser() {

@@ -1,4 +1,4 @@
-#include "tests/util/task/MainLoop.h"
+#include "tests/support/MainLoop.h"
 
 #include <future>
 #include <utility>

@@ -5,6 +5,7 @@
 #include <condition_variable>
 #include <deque>
 #include <functional>
+#include <future>
 #include <mutex>
 #include <thread>
 
@@ -37,4 +38,27 @@ private:
     std::deque<std::function<void()>> work_;
     int performed_ = 0;
     std::thread::id mainThread_;
+};
+
+/// Keeps the main thread busy for a scope.
+class BusyMainThread {
+public:
+    BusyMainThread() {
+        std::promise<void> begun;
+        MainLoop::shared().performOnMainThread(
+            [&begun, over = over_.get_future().share()] {
+                begun.set_value();
+                over.wait();
+            },
+            platform::Wait::no);
+        begun.get_future().wait();
+    }
+    ~BusyMainThread() { over_.set_value(); }
+    BusyMainThread(const BusyMainThread&) = delete;
+    BusyMainThread& operator=(const BusyMainThread&) = delete;
+    BusyMainThread(BusyMainThread&&) = delete;
+    BusyMainThread& operator=(BusyMainThread&&) = delete;
+
+private:
+    std::promise<void> over_;
 };

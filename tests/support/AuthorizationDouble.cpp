@@ -1,0 +1,103 @@
+#include "tests/support/AuthorizationDouble.h"
+
+#include <memory>
+#include <sstream>
+
+namespace {
+
+/// Tells how much of it nobody has read.
+class WatchedStream : public std::istringstream {
+public:
+    WatchedStream(const std::string& text, std::streamsize& unread)
+        : std::istringstream(text), unread_(unread) {}
+    ~WatchedStream() override { unread_ = rdbuf()->in_avail(); }
+    WatchedStream(const WatchedStream&) = delete;
+    WatchedStream& operator=(const WatchedStream&) = delete;
+    WatchedStream(WatchedStream&&) = delete;
+    WatchedStream& operator=(WatchedStream&&) = delete;
+
+private:
+    std::streamsize& unread_;
+};
+
+} // namespace
+
+std::ostream& operator<<(std::ostream& out, const AuthorizationCall& call) {
+    out << call.operation << " ref " << static_cast<std::uint64_t>(call.ref) << " flags "
+        << call.flags;
+    for (const auto& item : call.rights) {
+        out << " right " << item.name << '=' << item.value;
+    }
+    for (const auto& item : call.environment) {
+        out << " environment " << item.name << '=' << item.value;
+    }
+    out << ' ' << call.tool;
+    for (const auto& argument : call.arguments) {
+        out << " '" << argument << '\'';
+    }
+    return out;
+}
+
+platform::Authorization
+RecordingAuthorizationServices::create(const platform::AuthorizationItemSet& environment,
+                                       platform::AuthorizationFlags flags) {
+    calls.push_back({.operation = "create", .environment = environment, .flags = flags});
+    if (createStatus != platform::errAuthorizationSuccess) {
+        return {createStatus, platform::AuthorizationRef::none};
+    }
+    return {createStatus, platform::AuthorizationRef{++lastRef_}};
+}
+
+platform::AuthorizationStatus RecordingAuthorizationServices::copyRights(
+    platform::AuthorizationRef ref, const platform::AuthorizationItemSet& rights,
+    const platform::AuthorizationItemSet& environment, platform::AuthorizationFlags flags) {
+    calls.push_back({.operation = "copyRights",
+                     .ref = ref,
+                     .rights = rights,
+                     .environment = environment,
+                     .flags = flags});
+    return rightsStatus;
+}
+
+void RecordingAuthorizationServices::free(platform::AuthorizationRef ref,
+                                          platform::AuthorizationFlags flags) {
+    calls.push_back({.operation = "free", .ref = ref, .flags = flags});
+}
+
+platform::Authorization
+RecordingAuthorizationServices::copyPrivilegedReference(platform::AuthorizationFlags flags) {
+    inheritanceFlags.push_back(flags);
+    return inherited;
+}
+
+platform::PrivilegedTool RecordingAuthorizationServices::executeWithPrivileges(
+    platform::AuthorizationRef ref, const std::string& toolPath,
+    platform::AuthorizationFlags options, const std::vector<std::string>& arguments) {
+    calls.push_back({.operation = "execute",
+                     .ref = ref,
+                     .flags = options,
+                     .tool = toolPath,
+                     .arguments = arguments});
+    auto status = executeStatus;
+    if (!nextExecuteStatuses.empty()) {
+        status = nextExecuteStatuses.front();
+        nextExecuteStatuses.pop_front();
+    }
+    if (status != platform::errAuthorizationSuccess) {
+        return {status, nullptr};
+    }
+    return {status, std::make_unique<WatchedStream>(toolOutput, unreadOutput)};
+}
+
+std::vector<std::string> RecordingAuthorizationServices::tools() const {
+    std::vector<std::string> lines;
+    for (const auto& call : calls) {
+        if (call.operation == "execute") {
+            lines.push_back(call.tool);
+            for (const auto& argument : call.arguments) {
+                lines.back() += ' ' + argument;
+            }
+        }
+    }
+    return lines;
+}

@@ -1,0 +1,47 @@
+#include "tests/support/PortDoubles.h"
+
+void RecordingConsole::systemLog(std::string_view message) {
+    const std::lock_guard lock(mutex_);
+    systemLog_.emplace_back(message);
+}
+
+void RecordingConsole::print(std::string_view text) {
+    const std::lock_guard lock(mutex_);
+    printed_ += text;
+}
+
+std::vector<std::string> RecordingConsole::systemLogLines() const {
+    const std::lock_guard lock(mutex_);
+    return systemLog_;
+}
+
+std::string RecordingConsole::printed() const {
+    const std::lock_guard lock(mutex_);
+    return printed_;
+}
+
+unsigned FakeAccount::realUserId() {
+    return userId;
+}
+
+std::string FakeAccount::homeDirectory() {
+    return home;
+}
+
+std::string FakeAccount::loginName() {
+    return login;
+}
+
+std::string FakeAccount::temporaryDirectory() {
+    return temporary;
+}
+
+std::optional<std::string> FakeAccount::cacheDirectory() {
+    return cache;
+}
+
+std::vector<std::string> FakeSearchPaths::folders(platform::DirectoryKind kind,
+                                                  platform::DomainMask domain) {
+    const auto found = lists.find({kind, domain});
+    return found == lists.end() ? std::vector<std::string>() : found->second;
+}
