@@ -58,9 +58,11 @@ public:
 
     /// Opens a file for reading and writing, which is made when it is missing and emptied when it
     /// is not; null when that fails. A path that leads to the spared file, by whatever name, is
-    /// refused, and that file stays as it is.
+    /// refused, and that file stays as it is. The size that the file is expected to get, in bytes
+    /// (0 when nobody knows), only helps to find room for it: it may become smaller or larger.
     virtual std::unique_ptr<FileStream> openForUpdating(const std::string& path,
-                                                        const FileIdentity& spared) = 0;
+                                                        const FileIdentity& spared,
+                                                        std::uint64_t expectedSize) = 0;
 };
 
 } // namespace platform

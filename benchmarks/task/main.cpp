@@ -66,8 +66,8 @@ void compare(const std::string& title, int rounds, double unit, const char* unit
 }
 
 void compareLaunches(const std::string& title, PythonPeer& python) {
-    constexpr int batch = 50;
-    constexpr int rounds = 21;
+    constexpr int batch = 10;
+    constexpr int rounds = 101;
     const auto repeated = [](void (*launch)(const std::string&)) {
         return [launch] {
             return secondsOf([launch] {

@@ -297,6 +297,17 @@ private:
     const Directive& directive_;
 };
 
+/// How many bytes the result takes when nothing is padded.
+std::size_t likelySize(std::string_view format, std::initializer_list<FormatArgument> arguments) {
+    constexpr std::size_t digits = 16;
+    auto size = format.size();
+    for (const auto& argument : arguments) {
+        const auto* text = std::get_if<std::string_view>(&argument.content());
+        size += text != nullptr ? text->size() : digits;
+    }
+    return size;
+}
+
 } // namespace
 
 FormatArgument::FormatArgument(const std::optional<std::string>& text) {
@@ -313,7 +324,7 @@ FormatArgument::FormatArgument(const char* text) {
 
 std::string format(std::string_view format, std::initializer_list<FormatArgument> arguments) {
     std::string result;
-    result.reserve(format.size() + 16 * arguments.size());
+    result.reserve(likelySize(format, arguments));
     const auto* argument = arguments.begin();
     while (!format.empty()) {
         const auto percent = std::min(format.find('%'), format.size());

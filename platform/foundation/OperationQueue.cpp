@@ -21,35 +21,42 @@ thread_local const OperationQueue* queueOfThisThread = nullptr;
 } // namespace
 
 OperationQueue::~OperationQueue() {
-    {
-        const std::lock_guard lock(mutex_);
-        ending_ = true;
-    }
-    wakeUp_.notify_one();
     if (thread_.joinable()) {
+        addOperation([this] { ending_ = true; });
         thread_.join();
     }
 }
 
-void OperationQueue::addOperation(Operation operation) {
-    bool wake = false;
-    {
-        const std::lock_guard lock(mutex_);
-        if (!thread_.joinable()) {
-            try {
-                thread_ = std::thread([this] { run(); });
-            } catch (const std::system_error& error) {
-                throw Exception("NSGenericException",
-                                std::string("could not start a thread: ") + error.what());
-            }
-        }
-        pending_.push_back(std::move(operation));
-        added_.fetch_add(1);
-        wake = std::exchange(asleep_, false);
+/// Callers push and the thread takes all there is: of the lock-free stacks (R. K. Treiber, "Systems
+/// Programming: Coping with Parallelism", 1986) that is the case in which no address is met twice.
+void OperationQueue::add(std::unique_ptr<Operation> operation) {
+    startThread();
+    operation->number = added_.fetch_add(1);
+    auto* before = newest_.load(std::memory_order_relaxed);
+    auto* const added = operation.release();
+    do {
+        added->next = before;
+    } while (!newest_.compare_exchange_weak(before, added));
+    if (before == nullptr) {
+        newest_.notify_one();
     }
-    if (wake) {
-        wakeUp_.notify_one();
+}
+
+void OperationQueue::startThread() {
+    if (started_.load(std::memory_order_acquire)) {
+        return;
     }
+    const std::lock_guard lock(mutex_);
+    if (thread_.joinable()) {
+        return;
+    }
+    try {
+        thread_ = std::thread([this] { run(); });
+    } catch (const std::system_error& error) {
+        throw Exception("NSGenericException",
+                        std::string("could not start a thread: ") + error.what());
+    }
+    started_.store(true, std::memory_order_release);
 }
 
 std::size_t OperationQueue::operationCount() const {
@@ -58,7 +65,6 @@ std::size_t OperationQueue::operationCount() const {
 }
 
 void OperationQueue::cancelAllOperations() {
-    const std::lock_guard lock(mutex_);
     cancelledBelow_.store(added_.load());
 }
 
@@ -84,41 +90,37 @@ void OperationQueue::run() noexcept {
     for (;;) {
         while (runNext()) {
         }
-        waitForOperations();
-        const std::lock_guard lock(mutex_);
-        if (ending_ && pending_.empty()) {
+        if (ending_) {
             return;
         }
+        waitForOperations();
     }
 }
 
 void OperationQueue::waitForOperations() {
     for (int look = 0; look < looksBeforeSleep; ++look) {
-        if (added_.load(std::memory_order_relaxed) != taken_) {
+        if (newest_.load(std::memory_order_relaxed) != nullptr) {
             return;
         }
         std::this_thread::yield();
     }
-    std::unique_lock lock(mutex_);
-    while (pending_.empty() && !ending_) {
-        asleep_ = true;
-        wakeUp_.wait(lock);
-    }
-    asleep_ = false;
+    newest_.wait(nullptr);
 }
 
 bool OperationQueue::runNext() {
-    if (batch_.empty() && !takeBatch()) {
+    if (oldest_ == nullptr) {
+        oldest_ = takeAll();
+    }
+    if (oldest_ == nullptr) {
         return false;
     }
-    auto operation = std::move(batch_.front());
-    batch_.pop_front();
-    const auto number = taken_++;
+    std::unique_ptr<Operation> operation(std::exchange(oldest_, oldest_->next));
+    ++taken_;
     ++depth_;
-    if (number >= cancelledBelow_.load()) {
-        operation();
+    if (operation->number >= cancelledBelow_.load()) {
+        operation->run();
     }
-    operation = nullptr;
+    operation.reset();
     --depth_;
     completed_.fetch_add(1);
     if (depth_ == 0) {
@@ -127,10 +129,15 @@ bool OperationQueue::runNext() {
     return true;
 }
 
-bool OperationQueue::takeBatch() {
-    const std::lock_guard lock(mutex_);
-    batch_.swap(pending_);
-    return !batch_.empty();
+/// Takes what callers have added, and turns the chain round: the first added comes first.
+OperationQueue::Operation* OperationQueue::takeAll() {
+    Operation* oldest = nullptr;
+    auto* rest = newest_.exchange(nullptr);
+    while (rest != nullptr) {
+        auto* const operation = std::exchange(rest, rest->next);
+        operation->next = std::exchange(oldest, operation);
+    }
+    return oldest;
 }
 
 /// Only where no operation is under way are all that were taken finished. Waiters sleep until the

@@ -1,14 +1,15 @@
 #pragma once
 
 #include <atomic>
+#include <concepts>
 #include <condition_variable>
 #include <cstddef>
 #include <cstdint>
-#include <deque>
-#include <functional>
 #include <limits>
+#include <memory>
 #include <mutex>
 #include <thread>
+#include <utility>
 
 namespace platform {
 
@@ -18,9 +19,6 @@ namespace platform {
 /// leaves an operation is one that nobody caught: it ends the process.
 class OperationQueue {
 public:
-    /// What is run.
-    using Operation = std::function<void()>;
-
     OperationQueue() = default;
 
     /// Waits until all operations are finished. Never destroy a queue in one of its operations.
@@ -32,7 +30,10 @@ public:
 
     /// Adds an operation behind all others and returns at once. Throws platform::Exception
     /// "NSGenericException" when it is the first one and the system has no thread left.
-    void addOperation(Operation operation);
+    template <std::invocable Work>
+    void addOperation(Work work) {
+        add(std::make_unique<OperationOf<Work>>(std::move(work)));
+    }
 
     /// How many operations are not finished, the running one included.
     std::size_t operationCount() const;
@@ -48,36 +49,59 @@ public:
     void waitUntilAllOperationsAreFinished();
 
 private:
+    /// One that was added, and the one that it is chained to.
+    struct Operation {
+        Operation() = default;
+        virtual ~Operation() = default;
+        Operation(const Operation&) = delete;
+        Operation& operator=(const Operation&) = delete;
+        Operation(Operation&&) = delete;
+        Operation& operator=(Operation&&) = delete;
+        virtual void run() = 0;
+
+        Operation* next = nullptr;
+        std::uint64_t number = 0;
+    };
+
+    template <class Work>
+    struct OperationOf : Operation {
+        explicit OperationOf(Work given) : work(std::move(given)) {}
+        void run() override { work(); }
+
+        Work work;
+    };
+
+    void add(std::unique_ptr<Operation> operation);
+    void startThread();
     void run() noexcept;
     void waitForOperations();
     bool runNext();
-    bool takeBatch();
+    Operation* takeAll();
     void publishFinished();
 
     // Who changes what decides where it lies, so that callers and the queue's thread do not take
     // cache lines from each other.
     static constexpr std::size_t cacheLine = 64;
 
-    // What every caller changes.
-    alignas(cacheLine) std::mutex mutex_;
-    std::deque<Operation> pending_;
-    bool asleep_ = false;
-    bool ending_ = false;
-    std::atomic<std::uint64_t> added_{0};
+    // What every caller changes. An operation is counted, and numbered from 0, before it is chained
+    // to the others, so that there are never more of them than were counted.
+    alignas(cacheLine) std::atomic<std::uint64_t> added_{0};
+    std::atomic<Operation*> newest_{nullptr}; // chained to the one before it, and so on
 
     // What is changed now and then.
     alignas(cacheLine) std::atomic<std::uint64_t> cancelledBelow_{0};
     static constexpr auto nothingAwaited = std::numeric_limits<std::uint64_t>::max();
     std::atomic<std::uint64_t> awaited_{nothingAwaited}; // by the waiter that needs the fewest
-    std::condition_variable wakeUp_;
+    std::mutex mutex_;
     std::condition_variable finishedGrew_;
+    std::atomic<bool> started_{false};
     std::thread thread_;
 
-    // What only the queue's thread changes. Operations are numbered as they are added, from 0.
-    // Taking many at once keeps the thread off the lock.
-    alignas(cacheLine) std::deque<Operation> batch_;
+    // What only the queue's thread changes.
+    alignas(cacheLine) Operation* oldest_ = nullptr; // of those taken, chained to the one behind it
     std::uint64_t taken_ = 0;
     unsigned depth_ = 0;
+    bool ending_ = false;
     std::atomic<std::uint64_t> completed_{0};
     std::atomic<std::uint64_t> finishedBelow_{0};
 };

@@ -245,9 +245,9 @@ bool hasPrefixIgnoringCase(std::string_view text, std::string_view prefix) {
                       [](char left, char right) { return lowercased(left) == lowercased(right); });
 }
 
-std::string validUtf8(std::string_view text) {
+std::string validUtf8(std::string text) {
     if (isAscii(text)) {
-        return std::string(text);
+        return text;
     }
     return escaped(text, [](char32_t codePoint) { return codePoint == notACharacter; });
 }

@@ -44,7 +44,7 @@ std::string lowercased(std::string_view text);
 bool hasPrefixIgnoringCase(std::string_view text, std::string_view prefix);
 
 /// `text` with every byte that is no UTF-8 as "\xNN", all else as it stands.
-std::string validUtf8(std::string_view text);
+std::string validUtf8(std::string text);
 
 /// `text` fit to be shown: the bytes of control characters (line ends, and those that change the
 /// direction of writing, included) and bytes that are no UTF-8 become "\xNN".

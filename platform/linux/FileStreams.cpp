@@ -2,6 +2,7 @@
 
 #include "platform/linux/FileDescriptor.h"
 #include "platform/linux/FileSizeSignal.h"
+#include "platform/linux/SpaceAhead.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -14,10 +15,17 @@ namespace platform::native {
 
 namespace {
 
+constexpr std::uint64_t unknownSize = 0;
+
 class Stream : public FileStream {
 public:
-    Stream(FileDescriptor descriptor, const FileIdentity& identity)
-        : descriptor_(std::move(descriptor)), identity_(identity) {}
+    Stream(FileDescriptor descriptor, const FileIdentity& identity, std::uint64_t expectedSize)
+        : descriptor_(std::move(descriptor)), identity_(identity), spaceAhead_(expectedSize) {}
+    ~Stream() override { spaceAhead_.release(descriptor_.get()); }
+    Stream(const Stream&) = delete;
+    Stream& operator=(const Stream&) = delete;
+    Stream(Stream&&) = delete;
+    Stream& operator=(Stream&&) = delete;
 
     std::size_t read(std::span<std::byte> buffer) override {
         std::size_t total = 0;
@@ -26,6 +34,7 @@ public:
                 ::read(descriptor_.get(), buffer.data() + total, buffer.size() - total);
             if (count > 0) {
                 total += static_cast<std::size_t>(count);
+                position_ += static_cast<std::uint64_t>(count);
             } else if (count == 0) {
                 isAtEnd_ = true;
             } else if (errno != EINTR) {
@@ -38,12 +47,14 @@ public:
 
     std::size_t write(std::span<const std::byte> bytes) override {
         holdBackFileSizeSignal();
+        spaceAhead_.reserve(descriptor_.get(), position_);
         std::size_t total = 0;
         while (total < bytes.size()) {
             const auto count =
                 ::write(descriptor_.get(), bytes.data() + total, bytes.size() - total);
             if (count > 0) {
                 total += static_cast<std::size_t>(count);
+                position_ += static_cast<std::uint64_t>(count);
             } else if (count == 0 || errno != EINTR) {
                 fail();
                 break;
@@ -57,6 +68,7 @@ public:
             systemError_ = errno;
             return false;
         }
+        position_ = position;
         isAtEnd_ = false;
         return true;
     }
@@ -74,6 +86,8 @@ private:
 
     FileDescriptor descriptor_;
     FileIdentity identity_;
+    SpaceAhead spaceAhead_;
+    std::uint64_t position_ = 0;
     bool isAtEnd_ = false;
     int errorIndicator_ = 0;
     int systemError_ = 0;
@@ -109,20 +123,22 @@ std::unique_ptr<FileStream> FileStreams::openForReading(const std::string& path)
         return nullptr;
     }
     static_cast<void>(::posix_fadvise(file.get(), 0, 0, POSIX_FADV_SEQUENTIAL));
-    return std::make_unique<Stream>(std::move(file), identityOf(status));
+    return std::make_unique<Stream>(std::move(file), identityOf(status), unknownSize);
 }
 
 // Emptied by a step of its own: emptied while it is opened, the spared file would be lost before
 // anybody could tell that it is the one.
 std::unique_ptr<FileStream> FileStreams::openForUpdating(const std::string& path,
-                                                         const FileIdentity& spared) {
+                                                         const FileIdentity& spared,
+                                                         std::uint64_t expectedSize) {
     auto file = openFile(path, O_RDWR | O_CREAT);
     struct stat status {};
     if (!file || ::fstat(file.get(), &status) != 0 || identityOf(status) == spared ||
         !makeEmpty(file, status)) {
         return nullptr;
     }
-    return std::make_unique<Stream>(std::move(file), identityOf(status));
+    return std::make_unique<Stream>(std::move(file), identityOf(status),
+                                    S_ISREG(status.st_mode) ? expectedSize : unknownSize);
 }
 
 } // namespace platform::native

@@ -57,8 +57,9 @@ public:
         return found != files.end() && found->second.opens ? open(path) : nullptr;
     }
 
-    std::unique_ptr<platform::FileStream>
-    openForUpdating(const std::string& path, const platform::FileIdentity& spared) override {
+    std::unique_ptr<platform::FileStream> openForUpdating(const std::string& path,
+                                                          const platform::FileIdentity& spared,
+                                                          std::uint64_t /*expectedSize*/) override {
         auto& file = files[path];
         if (!file.opens || identityOf(file) == spared) {
             return nullptr;

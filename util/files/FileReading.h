@@ -24,10 +24,10 @@ struct FreeMemory {
 };
 using Buffer = std::unique_ptr<std::byte[], FreeMemory>;
 
-/// A buffer for one chunk, all zeros; null when no memory is left. Fresh pages are zero as they
-/// come, so that a small file does not pay for the whole chunk.
+/// A buffer for one chunk, of no content, so that a small file does not pay for the whole chunk;
+/// null when no memory is left.
 inline Buffer makeBuffer() {
-    return Buffer(static_cast<std::byte*>(std::calloc(chunkSize, 1)));
+    return Buffer(static_cast<std::byte*>(std::malloc(chunkSize)));
 }
 
 /// The digest of what a context was fed, in lowercase hexadecimal digits.

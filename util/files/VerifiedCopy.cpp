@@ -80,20 +80,20 @@ std::optional<platform::DigestContext> contextFor(VerificationType type) {
     return std::nullopt;
 }
 
-/// What a link leads to, through further links; any other path as it is.
-std::string followingLinks(std::string path) {
+/// The attributes of what a path leads to, through links; nothing when there is nothing.
+std::optional<platform::ItemAttributes> attributesFollowingLinks(std::string path) {
     constexpr int mostLinks = 40;
-    for (int links = 0; links < mostLinks; ++links) {
-        const auto target = fileSystem().destinationOfSymbolicLink(path);
-        if (!target) {
-            break;
+    for (int links = 0; links <= mostLinks; ++links) {
+        const auto attributes = fileSystem().attributesOfItem(path);
+        if (!attributes || attributes->kind != platform::ItemKind::link) {
+            return attributes;
         }
-        path =
-            target->starts_with('/')
-                ? *target
-                : platform::path::appending(platform::path::deletingLastComponent(path), *target);
+        const auto target = fileSystem().destinationOfSymbolicLink(path).value_or("");
+        path = target.starts_with('/')
+                   ? target
+                   : platform::path::appending(platform::path::deletingLastComponent(path), target);
     }
-    return path;
+    return std::nullopt;
 }
 
 struct Destination {
@@ -195,15 +195,14 @@ private:
 
     /// A source that has vanished since counts as one of no size and without dates.
     void measureSource() {
-        attributes_ = fileSystem()
-                          .attributesOfItem(followingLinks(source_))
-                          .value_or(platform::ItemAttributes());
+        attributes_ = attributesFollowingLinks(source_).value_or(platform::ItemAttributes());
         interval_ = std::max(attributes_.size / mostReports, leastInterval);
     }
 
     bool openDestinations() {
         for (auto& destination : destinations_) {
-            destination.file = streams().openForUpdating(destination.path, file_->identity());
+            destination.file =
+                streams().openForUpdating(destination.path, file_->identity(), attributes_.size);
             if (destination.file == nullptr) {
                 systemLog(unableToOpenDestination, destination.path);
                 return false;
@@ -278,8 +277,21 @@ private:
             systemLog(streamErrorIndicator, file.errorIndicator());
         }
         const auto count = file.read({readBack_.get(), chunk.size()});
+        if (count < chunk.size()) {
+            clearWhatWasNeverRead(count, chunk.size());
+        }
+        mostReadBack_ = std::max(mostReadBack_, count);
         if (digest_) {
             compare(destination, chunk, count);
+        }
+    }
+
+    /// What was never read into the buffer counts as zeros.
+    void clearWhatWasNeverRead(std::size_t count, std::size_t size) {
+        const auto begin = std::max(count, mostReadBack_);
+        if (begin < size) {
+            std::memset(readBack_.get() + begin, 0, size - begin);
+            mostReadBack_ = size;
         }
     }
 
@@ -424,6 +436,7 @@ private:
     std::optional<platform::DigestContext> digest_;
     filereading::Buffer buffer_;
     filereading::Buffer readBack_;
+    std::size_t mostReadBack_ = 0; // how much of that buffer was ever filled, in bytes
     std::uint64_t copied_ = 0;
     std::uint64_t reported_ = 0;
     std::uint64_t interval_ = 0;

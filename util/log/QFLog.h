@@ -114,7 +114,7 @@ public:
     static void finishWriting();
 
     /// Queues one entry. A text of white space alone is none.
-    void appendTextToLog(std::string_view text);
+    void appendTextToLog(std::string text);
 
     /// Writes one entry into the current log, which is opened first when none is open. When that
     /// brings the file to 500,000 bytes, writes what was queued until then and starts a new log.

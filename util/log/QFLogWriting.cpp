@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <array>
 #include <exception>
+#include <utility>
 
 namespace {
 
@@ -44,14 +45,13 @@ constexpr std::array consoleReplacements{
     Replacement{std::string_view("\0", 1), ""},
 };
 
-/// Whether one of the replacements, which all begin with a percent sign, has something to replace.
-template <class Replacements>
-bool holdsAny(std::string_view text, const Replacements& replacements) {
-    for (auto found = text.find('%'); found != std::string_view::npos;
+/// Whether one of the escapes may apply. Most formats need none, and every entry pays for the look.
+bool mayNeedEscapes(std::string_view text) {
+    for (auto found = text.find('%'); found != std::string_view::npos && found + 1 < text.size();
          found = text.find('%', found + 1)) {
-        const auto rest = text.substr(found);
-        if (std::any_of(replacements.begin(), replacements.end(),
-                        [rest](const auto& each) { return rest.starts_with(each.from); })) {
+        const char next = text[found + 1];
+        if (std::any_of(escapes.begin(), escapes.end(),
+                        [next](const auto& each) { return each.from[1] == next; })) {
             return true;
         }
     }
@@ -108,7 +108,7 @@ void quietly(Step step) {
 } // namespace
 
 std::string QFLog::escapeTextForLogging(std::string_view text) {
-    return holdsAny(text, escapes) ? replacingAll(text, escapes) : std::string(text);
+    return mayNeedEscapes(text) ? replacingAll(text, escapes) : std::string(text);
 }
 
 std::optional<std::string> QFLog::message(Format format, FormatArguments arguments) const {
@@ -121,13 +121,13 @@ std::optional<std::string> QFLog::message(Format format, FormatArguments argumen
 void QFLog::append(Format format, FormatArguments arguments) {
     quietly([&] {
         auto& log = sharedController();
-        const auto text = log.message(format, arguments);
+        auto text = log.message(format, arguments);
         if (!text) {
             return;
         }
-        log.appendTextToLog(*text);
-        if (!isMainThread() && !text->empty() &&
-            platform::text::utf16Length(*text) <= mostCharactersToWaitFor &&
+        const auto length = platform::text::utf16Length(*text);
+        log.appendTextToLog(std::move(*text));
+        if (!isMainThread() && length > 0 && length <= mostCharactersToWaitFor &&
             log.bytesInQueue() <= mostCharactersToWaitFor) {
             finishWriting();
         }
@@ -137,8 +137,8 @@ void QFLog::append(Format format, FormatArguments arguments) {
 void QFLog::fastAppend(Format format, FormatArguments arguments) {
     quietly([&] {
         auto& log = sharedController();
-        if (const auto text = log.message(format, arguments)) {
-            log.appendTextToLog(*text);
+        if (auto text = log.message(format, arguments)) {
+            log.appendTextToLog(std::move(*text));
         }
     });
 }
@@ -152,7 +152,7 @@ void QFLog::appendAndPrint(Format format, FormatArguments arguments) {
         }
         const auto trimmed = platform::text::trimmed(*text);
         appendLog(trimmed);
-        const auto shown = platform::text::validUtf8(trimmed);
+        const auto shown = platform::text::validUtf8(std::string(trimmed));
         log.print(consoleFormat, {replacingAll(shown, consoleReplacements)});
     });
 }
@@ -166,8 +166,11 @@ void QFLog::appendAndDebugPrint(Format format, FormatArguments arguments) {
     });
 }
 
-void QFLog::appendTextToLog(std::string_view text) {
-    auto entry = platform::text::validUtf8(platform::text::trimmed(text));
+void QFLog::appendTextToLog(std::string text) {
+    if (const auto trimmed = platform::text::trimmed(text); trimmed.size() < text.size()) {
+        text = std::string(trimmed);
+    }
+    auto entry = platform::text::validUtf8(std::move(text));
     auto* queue = writeQueue();
     if (entry.empty()) {
         return;

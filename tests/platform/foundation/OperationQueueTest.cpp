@@ -189,6 +189,29 @@ TEST(OperationQueue, TakesOperationsFromManyThreadsAtOnce) {
     EXPECT_EQ(ran, 16000);
 }
 
+TEST(OperationQueue, RunsWhatIsAddedAfterACancellationWhateverOthersAdd) {
+    OperationQueue queue;
+    std::atomic<bool> enough = false;
+    std::vector<std::jthread> others;
+    for (int thread = 0; thread < 2; ++thread) {
+        others.emplace_back([&] {
+            while (!enough) {
+                queue.addOperation([] {});
+                queue.waitUntilAllOperationsAreFinished();
+            }
+        });
+    }
+    int ran = 0;
+    constexpr int rounds = 2000;
+    for (int round = 0; round < rounds; ++round) {
+        queue.cancelAllOperations();
+        queue.addOperation([&ran] { ++ran; });
+        queue.waitUntilAllOperationsAreFinished();
+    }
+    enough = true;
+    EXPECT_EQ(ran, rounds);
+}
+
 TEST(OperationQueueDeathTest, EndsTheProcessWhenAnExceptionLeavesAnOperation) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_DEATH(

@@ -18,6 +18,7 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr platform::FileIdentity nothingSpared{};
+constexpr std::uint64_t unknownSize = 0;
 
 platform::native::FileStreams streams;
 
@@ -29,6 +30,14 @@ std::string readFrom(platform::FileStream& stream, std::size_t size) {
     std::string text(size, '\0');
     text.resize(stream.read(std::as_writable_bytes(std::span(text.data(), text.size()))));
     return text;
+}
+
+/// How much room a file takes on its disk, in bytes.
+std::uint64_t roomOf(const std::string& path) {
+    constexpr std::uint64_t blockSize = 512;
+    struct stat status {};
+    ::stat(path.c_str(), &status);
+    return static_cast<std::uint64_t>(status.st_blocks) * blockSize;
 }
 
 } // namespace
@@ -61,7 +70,7 @@ TEST(FileStreams, OnceAtTheEndItStaysThereUntilASeek) {
 
 TEST(FileStreams, WhatIsWrittenIsInTheFileAtOnce) {
     const TemporaryFolder folder;
-    const auto stream = streams.openForUpdating(folder / "file", nothingSpared);
+    const auto stream = streams.openForUpdating(folder / "file", nothingSpared, unknownSize);
     EXPECT_EQ(stream->write(bytesOf("abc")), 3U);
     EXPECT_EQ(contentOf(folder / "file"), "abc");
     ASSERT_TRUE(stream->seek(1));
@@ -75,7 +84,7 @@ TEST(FileStreams, UpdatingEmptiesWhatIsThereAndKeepsItsIdentity) {
     const auto file = folder.write("file", "former content");
     fs::create_hard_link(file, folder / "other");
     const auto before = streams.openForReading(file)->identity();
-    const auto stream = streams.openForUpdating(file, nothingSpared);
+    const auto stream = streams.openForUpdating(file, nothingSpared, unknownSize);
     EXPECT_EQ(contentOf(folder / "other"), "");
     EXPECT_EQ(stream->identity(), before);
 }
@@ -89,7 +98,8 @@ TEST(FileStreams, TheSparedFileIsRefusedByEveryName) {
     fs::create_directory_symlink(folder.path(), folder / "folder");
     const auto source = streams.openForReading(file);
     for (const auto* name : {"file", "hard", "link", "link of link", "folder/file", "./file"}) {
-        EXPECT_EQ(streams.openForUpdating(folder / name, source->identity()), nullptr) << name;
+        EXPECT_EQ(streams.openForUpdating(folder / name, source->identity(), unknownSize), nullptr)
+            << name;
         EXPECT_EQ(contentOf(file), "precious") << name;
     }
 }
@@ -99,9 +109,10 @@ TEST(FileStreams, WhatCannotBeOpenedGivesNothing) {
     folder.makeFolder("folder");
     EXPECT_EQ(streams.openForReading(folder / "missing"), nullptr);
     EXPECT_EQ(streams.openForReading(""), nullptr);
-    EXPECT_EQ(streams.openForUpdating(folder / "folder", nothingSpared), nullptr);
-    EXPECT_EQ(streams.openForUpdating(folder / "missing/file", nothingSpared), nullptr);
-    EXPECT_EQ(streams.openForUpdating("", nothingSpared), nullptr);
+    EXPECT_EQ(streams.openForUpdating(folder / "folder", nothingSpared, unknownSize), nullptr);
+    EXPECT_EQ(streams.openForUpdating(folder / "missing/file", nothingSpared, unknownSize),
+              nullptr);
+    EXPECT_EQ(streams.openForUpdating("", nothingSpared, unknownSize), nullptr);
 }
 
 TEST(FileStreams, APathWithAZeroNamesNothing) {
@@ -109,7 +120,7 @@ TEST(FileStreams, APathWithAZeroNamesNothing) {
     const auto file = folder.write("file", "precious");
     const auto path = file + std::string("\0.copy", 6);
     EXPECT_EQ(streams.openForReading(path), nullptr);
-    EXPECT_EQ(streams.openForUpdating(path, nothingSpared), nullptr);
+    EXPECT_EQ(streams.openForUpdating(path, nothingSpared, unknownSize), nullptr);
     EXPECT_EQ(contentOf(file), "precious");
 }
 
@@ -143,7 +154,7 @@ TEST(FileStreams, APipeCannotBeSought) {
     const TemporaryFolder folder;
     const auto pipe = folder / "pipe";
     ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
-    const auto stream = streams.openForUpdating(pipe, nothingSpared);
+    const auto stream = streams.openForUpdating(pipe, nothingSpared, unknownSize);
     ASSERT_NE(stream, nullptr);
     EXPECT_EQ(stream->write(bytesOf("abc")), 3U);
     EXPECT_FALSE(stream->seek(0));
@@ -155,7 +166,7 @@ TEST(FileStreams, APipeCannotBeSought) {
 TEST(FileStreams, PositionsGoBeyondFourGibibytes) {
     constexpr std::uint64_t position = 5'368'709'120;
     const TemporaryFolder folder;
-    const auto stream = streams.openForUpdating(folder / "sparse", nothingSpared);
+    const auto stream = streams.openForUpdating(folder / "sparse", nothingSpared, unknownSize);
     ASSERT_TRUE(stream->seek(position));
     EXPECT_EQ(stream->write(bytesOf("abc")), 3U);
     ASSERT_TRUE(stream->seek(position + 1));
@@ -165,7 +176,7 @@ TEST(FileStreams, PositionsGoBeyondFourGibibytes) {
 
 TEST(FileStreams, AFullFileTakesWhatFitsAndSaysSo) {
     const TemporaryFolder folder;
-    const auto stream = streams.openForUpdating(folder / "file", nothingSpared);
+    const auto stream = streams.openForUpdating(folder / "file", nothingSpared, unknownSize);
     const ScopedLimit<RLIMIT_FSIZE> limit(10);
     EXPECT_EQ(stream->write(bytesOf("123456")), 6U);
     EXPECT_EQ(stream->write(bytesOf("789abc")), 4U);
@@ -175,13 +186,38 @@ TEST(FileStreams, AFullFileTakesWhatFitsAndSaysSo) {
 }
 
 TEST(FileStreams, ADeviceWithoutRoomTakesNothing) {
-    const auto stream = streams.openForUpdating("/dev/full", nothingSpared);
+    const auto stream = streams.openForUpdating("/dev/full", nothingSpared, unknownSize);
     if (stream == nullptr) {
         GTEST_SKIP() << "this machine has no /dev/full to write to";
     }
     EXPECT_EQ(stream->write(bytesOf("abc")), 0U);
     EXPECT_EQ(stream->systemError(), ENOSPC);
     EXPECT_EQ(stream->errorIndicator(), 1);
+}
+
+TEST(FileStreams, RoomForALargeFileIsFoundAheadAndGivenBackWhenTheFileEndsEarly) {
+    constexpr std::uint64_t expected = 8'388'608;
+    const TemporaryFolder folder;
+    const auto file = folder / "file";
+    const auto content = std::string(65536, 'x');
+    {
+        const auto stream = streams.openForUpdating(file, nothingSpared, expected);
+        ASSERT_EQ(stream->write(bytesOf(content)), content.size());
+        if (roomOf(file) < expected) {
+            GTEST_SKIP() << "the file system of " << folder.path() << " finds no room ahead";
+        }
+        EXPECT_EQ(fs::file_size(file), content.size());
+    }
+    EXPECT_LT(roomOf(file), expected / 2);
+    EXPECT_EQ(contentOf(file), content);
+}
+
+TEST(FileStreams, AFileMayBecomeLargerThanExpected) {
+    constexpr std::uint64_t expected = 1'048'576;
+    const TemporaryFolder folder;
+    const auto content = std::string(expected + 1, 'x');
+    streams.openForUpdating(folder / "file", nothingSpared, expected)->write(bytesOf(content));
+    EXPECT_EQ(contentOf(folder / "file"), content);
 }
 
 TEST(FileStreams, TheEndOfTheStreamClosesTheFile) {
@@ -192,7 +228,7 @@ TEST(FileStreams, TheEndOfTheStreamClosesTheFile) {
     };
     const auto before = open();
     {
-        const auto stream = streams.openForUpdating(folder / "file", nothingSpared);
+        const auto stream = streams.openForUpdating(folder / "file", nothingSpared, unknownSize);
         EXPECT_EQ(open(), before + 1);
     }
     EXPECT_EQ(open(), before);

@@ -12,15 +12,15 @@ thread_local int sparedBuffers = all;
 
 } // namespace
 
-// The linker puts the first one in the place of the second, which is calloc under its own name.
-extern "C" void* callocOrFail(std::size_t count, std::size_t size) asm("__wrap_calloc");
-extern "C" void* ownCalloc(std::size_t count, std::size_t size) asm("__real_calloc");
+// The linker puts the first one in the place of the second, which is malloc under its own name.
+extern "C" void* mallocOrFail(std::size_t size) asm("__wrap_malloc");
+extern "C" void* ownMalloc(std::size_t size) asm("__real_malloc");
 
-extern "C" void* callocOrFail(std::size_t count, std::size_t size) {
-    if (count * size >= large && sparedBuffers != all && sparedBuffers-- <= 0) {
+extern "C" void* mallocOrFail(std::size_t size) {
+    if (size >= large && sparedBuffers != all && sparedBuffers-- <= 0) {
         return nullptr;
     }
-    return ownCalloc(count, size);
+    return ownMalloc(size);
 }
 
 NoMemory::NoMemory(int spared) {

@@ -1,6 +1,6 @@
 #pragma once
 
-/// While it lives, this thread gets no buffers of 65,536 bytes or more by calloc, but for the first
+/// While it lives, this thread gets no buffers of 65,536 bytes or more by malloc, but for the first
 /// so many of them.
 class NoMemory {
 public:

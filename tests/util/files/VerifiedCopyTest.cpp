@@ -401,6 +401,10 @@ TEST_F(VerifiedCopyTest, ASourceThatVanishesOnceItIsOpenIsCopiedWithoutDates) {
 TEST_F(VerifiedCopyTest, TheSizeOfALinkedSourceIsThatOfTheFileItLeadsTo) {
     describe({.content = "content"}, 1000);
     fileSystem.links = {{source, "../other/link"}, {"/from/../other/link", "/real"}};
+    for (const auto& [link, target] : fileSystem.links) {
+        fileSystem.files.insert(link);
+        fileSystem.attributes[link] = {.kind = platform::ItemKind::link, .size = 5};
+    }
     fileSystem.files.insert("/real");
     fileSystem.attributes["/real"] = {.size = 8};
     EXPECT_FALSE(copy({"/to/a"}));
