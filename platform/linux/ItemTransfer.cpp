@@ -117,7 +117,9 @@ private:
     }
 
     Failure copyOpened(bool isFolder) {
-        TemporaryItem copy(destination_, newName_, isFolder);
+        constexpr mode_t privateFolder = S_IFDIR | 0700;
+        constexpr mode_t privateFile = S_IFREG | 0600;
+        TemporaryItem copy(destination_, newName_, isFolder ? privateFolder : privateFile);
         if (copy.error() != 0) {
             return EntryFailure{copy.error(), name_};
         }

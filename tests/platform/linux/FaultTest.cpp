@@ -164,6 +164,20 @@ TEST(Trash, TriesNoOtherNameForAnItemOfWhichAPartHasNoPlaceThere) {
     EXPECT_TRUE(fs::is_empty(trash));
 }
 
+TEST(Kill, LeavesNothingOfAFileThatTheNextWriteDoesNotTidyUp) {
+    const MemoryFolder folder;
+    const auto file = folder / "file";
+    int moment = 1;
+    for (; runFaulty({"write", file, "new"}, any(moment, "kill")).status == -1; ++moment) {
+        EXPECT_TRUE(succeeded(runFaulty({"write", file, "newer"}, "")));
+
+        EXPECT_EQ(contentOf(file), "newer");
+        EXPECT_EQ(strangers(folder.path(), {"file"}), std::vector<std::string>{})
+            << "call " << moment;
+    }
+    EXPECT_GT(moment, 4) << "there is hardly any call that could be the last";
+}
+
 TEST(Kill, LeavesAnItemThatIsMovedWholeOnOneSideAtEveryMoment) {
     constexpr int rounds = 200;
     const MemoryFolder folder;
