@@ -2,6 +2,7 @@
 
 #include "platform/foundation/Path.h"
 #include "platform/linux/FileDescriptor.h"
+#include "platform/linux/FileSizeSignal.h"
 #include "platform/linux/SystemCall.h"
 #include "platform/linux/TemporaryItem.h"
 
@@ -30,6 +31,7 @@ FileDescriptor openRegularFile(const std::string& path, std::size_t limit) {
 } // namespace
 
 int writeAll(int file, std::string_view content) {
+    holdBackFileSizeSignal();
     while (!content.empty()) {
         const auto written = ::write(file, content.data(), content.size());
         if (written < 0 && errno != EINTR) {
