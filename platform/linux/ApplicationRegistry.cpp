@@ -72,7 +72,7 @@ WorkspaceStatus ApplicationRegistry::add(const std::string& bundle) {
         return kLSApplicationNotFoundErr;
     }
     const auto information = bundleInformation(bundle, propertyLists_);
-    const auto identifier = text::lowercased(bundleIdentifier(bundle, propertyLists_));
+    const auto identifier = text::lowercased(identifierIn(information));
     if (identifier.empty()) {
         return kLSDataErr;
     }
