@@ -3,17 +3,10 @@
 #include "platform/foundation/Path.h"
 #include "platform/foundation/Text.h"
 #include "platform/linux/Bundles.h"
-#include "platform/linux/FileDescriptor.h"
 #include "platform/linux/Folders.h"
 #include "platform/linux/LauncherEntry.h"
 #include "platform/linux/UserAccount.h"
 #include "platform/linux/WholeFiles.h"
-
-#include <fcntl.h>
-#include <sys/file.h>
-#include <sys/stat.h>
-
-#include <cerrno>
 
 namespace platform::native {
 
@@ -58,17 +51,6 @@ std::vector<std::string> pathsIn(const Value& entry) {
     return paths;
 }
 
-/// Holds a folder for one process at a time, until the descriptor is closed.
-FileDescriptor lockedFolder(const std::string& path) {
-    FileDescriptor folder(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    while (folder && ::flock(folder.get(), LOCK_EX) != 0) {
-        if (errno != EINTR) {
-            folder.reset();
-        }
-    }
-    return folder;
-}
-
 } // namespace
 
 std::string ApplicationRegistry::dataFolder() {
@@ -90,7 +72,7 @@ WorkspaceStatus ApplicationRegistry::add(const std::string& bundle) {
         return kLSApplicationNotFoundErr;
     }
     const auto information = bundleInformation(bundle, propertyLists_);
-    const auto identifier = text::lowercased(bundleIdentifier(bundle, propertyLists_));
+    const auto identifier = text::lowercased(identifierIn(information));
     if (identifier.empty()) {
         return kLSDataErr;
     }

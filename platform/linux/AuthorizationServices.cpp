@@ -5,9 +5,9 @@
 #include "platform/linux/PolkitAgent.h"
 #include "platform/linux/ProcessSecrecy.h"
 #include "platform/linux/ToolOverlay.h"
+#include "platform/linux/UserAccount.h"
 
 #include <fcntl.h>
-#include <pwd.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -28,20 +28,6 @@ const std::string* valueOf(std::string_view name, const AuthorizationItemSet& it
     return found == items.end() ? nullptr : &found->value;
 }
 
-/// The user's number, nothing when there is no such user.
-std::optional<uid_t> userNumber(const std::string& name) {
-    constexpr std::size_t mostBytes = 1U << 20U;
-    passwd entry{};
-    passwd* found = nullptr;
-    for (std::size_t size = 4096; size <= mostBytes; size *= 2) {
-        std::vector<char> strings(size);
-        if (::getpwnam_r(name.c_str(), &entry, strings.data(), size, &found) != ERANGE) {
-            break;
-        }
-    }
-    return found == nullptr ? std::nullopt : std::optional(entry.pw_uid);
-}
-
 /// What the agent answers: the password, once, if the user is an administrator.
 PolkitAnswerer answererFor(uid_t user, const std::string& password) {
     return [user, &password](const std::vector<uid_t>& administrators, int attempt) {
@@ -60,16 +46,8 @@ bool isOneLine(const std::string& text) {
 
 /// The user's login name, the number where there is none.
 std::string userName(uid_t user) {
-    constexpr std::size_t mostBytes = 1U << 20U;
-    passwd entry{};
-    passwd* found = nullptr;
-    for (std::size_t size = 4096; size <= mostBytes; size *= 2) {
-        std::vector<char> strings(size);
-        if (::getpwuid_r(user, &entry, strings.data(), size, &found) != ERANGE) {
-            return found == nullptr ? std::to_string(user) : found->pw_name;
-        }
-    }
-    return std::to_string(user);
+    const auto account = accountOf(user);
+    return account ? account->name : std::to_string(user);
 }
 
 /// A password that is wiped from memory when it is replaced and at the end.
@@ -235,13 +213,14 @@ StartedHelper AuthorizationServices::startWithAgent(PolkitAnswerer answerer) {
 StartedHelper AuthorizationServices::authorize(const AuthorizationItemSet& credentials) {
     const std::string* name = valueOf("username", credentials);
     const std::string* password = valueOf("password", credentials);
-    const auto user = name == nullptr ? std::nullopt : userNumber(*name);
-    if (!user || password == nullptr || !isOneLine(*password)) {
+    const auto account = name == nullptr ? std::nullopt : accountNamed(*name);
+    if (!account || password == nullptr || !isOneLine(*password)) {
         return {errAuthorizationDenied, nullptr};
     }
     const std::lock_guard obtaining(obtaining_);
     const ProcessSecrecy secrecy;
-    return isPolkitAvailable() ? startWithAgent(answererFor(*user, *password)) : StartedHelper{};
+    return isPolkitAvailable() ? startWithAgent(answererFor(account->userId, *password))
+                               : StartedHelper{};
 }
 
 void AuthorizationServices::free(AuthorizationRef ref, AuthorizationFlags /*flags*/) {

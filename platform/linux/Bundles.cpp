@@ -99,10 +99,13 @@ Value bundleInformation(const std::string& bundle, platform::PropertyLists& prop
     return propertyLists.read(informationFile(bundle));
 }
 
-std::string bundleIdentifier(const std::string& bundle, platform::PropertyLists& propertyLists) {
-    const auto information = bundleInformation(bundle, propertyLists);
+std::string identifierIn(const Value& information) {
     const auto* identifier = information["CFBundleIdentifier"].as<std::string>();
     return identifier == nullptr ? std::string() : *identifier;
+}
+
+std::string bundleIdentifier(const std::string& bundle, platform::PropertyLists& propertyLists) {
+    return identifierIn(bundleInformation(bundle, propertyLists));
 }
 
 std::optional<std::string> findBundle(const std::string& folder, const std::string& identifier,

@@ -14,6 +14,9 @@ bool isPackage(const std::string& path);
 /// What a bundle says of itself, its Contents/Info.plist; none where that cannot be read.
 Value bundleInformation(const std::string& bundle, platform::PropertyLists& propertyLists);
 
+/// The identifier in what a bundle says of itself; empty for none.
+std::string identifierIn(const Value& information);
+
 /// The identifier that a bundle has in its Info.plist; empty for none.
 std::string bundleIdentifier(const std::string& bundle, platform::PropertyLists& propertyLists);
 

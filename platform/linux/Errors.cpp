@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <cstring>
 
 namespace platform::native {
@@ -31,6 +30,8 @@ constexpr std::array reasons{
     Reason{EDQUOT, "your share of the volume is used up"},
     Reason{EFBIG, "it is too large"},
     Reason{ENAMETOOLONG, "its name is too long"},
+    Reason{nameNotAllowed, "the volume doesn’t allow its name"},
+    Reason{nameNotDistinct, "the volume doesn’t tell its name from another one"},
     Reason{ELOOP, "its path leads through too many links"},
     Reason{EOPNOTSUPP, "the volume doesn’t support it"},
     Reason{EINVAL, "the system doesn’t allow it"},

@@ -2,10 +2,19 @@
 
 #include "platform/foundation/Error.h"
 
+#include <cerrno>
 #include <string>
 #include <string_view>
 
 namespace platform::native {
+
+/// The errno for a name that a volume does not allow. The system says EINVAL, which also means that
+/// a folder would be put into itself.
+constexpr int nameNotAllowed = EILSEQ;
+
+/// The errno for a name that a volume takes for that of another item of the same folder, as one
+/// that does not heed case. The system says EEXIST, which also means that a place is taken.
+constexpr int nameNotDistinct = ENOTUNIQ;
 
 /// Why a system call failed, in a person's words, fit to follow "because": "you don’t have
 /// permission". A number that a person rarely meets gets the system's own English description.

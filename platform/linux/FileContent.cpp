@@ -1,5 +1,6 @@
 #include "platform/linux/FileContent.h"
 
+#include "platform/linux/FileSizeSignal.h"
 #include "platform/linux/SystemCall.h"
 
 #include <linux/fs.h>
@@ -89,6 +90,7 @@ int writeWithHoles(int file, std::string_view content, off_t offset) {
 } // namespace
 
 int FileContent::copy(int source, const struct statx& status, int copy) {
+    holdBackFileSizeSignal();
     if (share(source, copy)) {
         return 0;
     }

@@ -1,7 +1,10 @@
 #include "platform/linux/Folders.h"
 
 #include "platform/foundation/Path.h"
+#include "platform/linux/SystemCall.h"
 
+#include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 
 #include <cerrno>
@@ -26,6 +29,14 @@ int makeFolders(const std::string& path, mode_t mode) {
     struct stat status {};
     const bool stands = ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
     return stands ? 0 : error;
+}
+
+FileDescriptor lockedFolder(const std::string& path) {
+    FileDescriptor folder(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (folder && uninterrupted([&] { return ::flock(folder.get(), LOCK_EX); }) != 0) {
+        folder.reset();
+    }
+    return folder;
 }
 
 } // namespace platform::native

@@ -18,7 +18,8 @@ std::string homeTrashNotes();
 
 /// Moves the item at an absolute path into the home trash, from another volume too, with a note
 /// beside it. Of "a.txt", the second becomes "a.2.txt"; the name is cut where the note's would be
-/// too long. Nothing is ever replaced. Gives 0, or the errno.
-[[nodiscard]] int moveToHomeTrash(const std::string& item);
+/// too long. Nothing is ever replaced. A note that a killed process left for the same item gives
+/// way to the new one. Gives 0, or the errno.
+[[nodiscard]] int moveToHomeTrash(const std::string& path);
 
 } // namespace platform::native

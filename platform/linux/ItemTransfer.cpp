@@ -1,5 +1,6 @@
 #include "platform/linux/ItemTransfer.h"
 
+#include "platform/linux/Errors.h"
 #include "platform/linux/KeptAttributes.h"
 #include "platform/linux/OpenFolder.h"
 #include "platform/linux/Rename.h"
@@ -40,6 +41,16 @@ bool isInside(int folder, const Identity& outer) {
     return false;
 }
 
+/// Whether an item of this status is a folder that the open folder is, or is in.
+bool holds(const struct statx& status, int folder) {
+    return S_ISDIR(status.stx_mode) && isInside(folder, identityOf(status));
+}
+
+/// What it means that an item cannot get its new name, once that would not put it into itself.
+int namingFailure(int error) {
+    return error == EINVAL ? nameNotAllowed : error;
+}
+
 /// One copy, or one move between volumes.
 class Transfer {
 public:
@@ -71,7 +82,7 @@ private:
         if (statusOfEntry(destination_, newName_, occupant) == 0) {
             return EEXIST;
         }
-        if (S_ISDIR(status_.stx_mode) && isInside(destination_, identityOf(status_))) {
+        if (holds(status_, destination_)) {
             return EINVAL;
         }
         return isMove_ ? checkRemovable() : 0;
@@ -94,7 +105,7 @@ private:
 
     /// A link, a FIFO, a socket or a device stands there at once or not at all.
     Failure copyInOneStep() {
-        int error = copyUnopened(source_, name_, status_, destination_, newName_);
+        int error = namingFailure(copyUnopened(source_, name_, status_, destination_, newName_));
         if (error == 0 && isMove_) {
             copied_.add(status_);
             error = makeNameDurable({});
@@ -106,7 +117,9 @@ private:
     }
 
     Failure copyOpened(bool isFolder) {
-        TemporaryItem copy(destination_, newName_, isFolder);
+        constexpr mode_t privateFolder = S_IFDIR | 0700;
+        constexpr mode_t privateFile = S_IFREG | 0600;
+        TemporaryItem copy(destination_, newName_, isFolder ? privateFolder : privateFile);
         if (copy.error() != 0) {
             return EntryFailure{copy.error(), name_};
         }
@@ -116,7 +129,7 @@ private:
         }
         int error = isMove_ ? makeContentDurable(copy.item(), isFolder) : 0;
         if (error == 0) {
-            error = copy.rename();
+            error = namingFailure(copy.rename());
         }
         if (error == 0 && isMove_) {
             error = makeNameDurable(copy.item());
@@ -162,10 +175,16 @@ Failure copyItem(int source, const std::string& name, int destination, const std
 }
 
 Failure moveItem(int source, const std::string& name, int destination, const std::string& newName) {
-    const int error = renameWithoutReplacing(source, name, destination, newName);
-    return error == EXDEV
-               ? Transfer(source, name, destination, newName, CopyPurpose::replaceSource).run()
-               : failureUnlessZero(error, name);
+    int error = renameWithoutReplacing(source, name, destination, newName);
+    if (error == EXDEV) {
+        return Transfer(source, name, destination, newName, CopyPurpose::replaceSource).run();
+    }
+    struct statx status {};
+    if (error == EINVAL && statusOfEntry(source, name, status) == 0 &&
+        !holds(status, destination)) {
+        error = nameNotAllowed;
+    }
+    return failureUnlessZero(error, name);
 }
 
 } // namespace platform::native

@@ -47,27 +47,33 @@ Value Preferences::value(const std::string& key) {
 
 void Preferences::setValue(const std::string& key, const Value& value) {
     const std::lock_guard lock(writing_);
-    const auto path = store();
-    auto content = propertyLists_.read(path);
+    if (this->value(key) == value) {
+        return;
+    }
+    int error = makeFolders(folder(), 0755);
+    // Where the volume has no locks, the threads of this process alone wait for one another.
+    const auto otherProcesses = lockedFolder(folder());
+    error = error == 0 ? obstacle(store()) : error;
+    const auto failure =
+        error == 0 ? write(key, value)
+                   : std::optional(posixError(error, path::lastComponent(store()), "saved"));
+    if (failure) {
+        service<Console>().systemLog("Preferences: " + failure->localizedDescription);
+    }
+}
+
+/// Changes one value in what the store holds.
+std::optional<Error> Preferences::write(const std::string& key, const Value& value) {
+    auto content = propertyLists_.read(store());
     if (content.as<Value::Dictionary>() == nullptr) {
         content = Value::Dictionary();
-    }
-    if (content[key] == value) {
-        return;
     }
     if (value.isNone()) {
         content.as<Value::Dictionary>()->erase(key);
     } else {
         content.as<Value::Dictionary>()->insert_or_assign(key, value);
     }
-    int error = makeFolders(folder(), 0755);
-    error = error == 0 ? obstacle(path) : error;
-    const auto failure = error == 0
-                             ? propertyLists_.writeAtomically(content, path)
-                             : std::optional(posixError(error, path::lastComponent(path), "saved"));
-    if (failure) {
-        service<Console>().systemLog("Preferences: " + failure->localizedDescription);
-    }
+    return propertyLists_.writeAtomically(content, store());
 }
 
 } // namespace platform::native

@@ -10,8 +10,8 @@ namespace platform::native {
 
 /// Preferences in the property list "`domain`.plist" of the Preferences folder in the user's
 /// Library, which is made when a preference is stored. The file is read at every use, so that what
-/// others store is seen. A store that is no property list counts as empty and is replaced; one that
-/// cannot be read is kept as it is.
+/// others store is seen; processes that store at once wait for one another. A store that is no
+/// property list counts as empty and is replaced; one that cannot be read is kept as it is.
 class Preferences : public platform::Preferences {
 public:
     /// `account` and `propertyLists` outlive the preferences.
@@ -25,6 +25,7 @@ public:
 private:
     std::string folder() const;
     std::string store() const;
+    std::optional<Error> write(const std::string& key, const Value& value);
 
     std::string domain_;
     platform::UserAccount& account_;

@@ -20,6 +20,9 @@
 #include "platform/linux/UserAccount.h"
 #include "platform/linux/Workspace.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <cstdlib>
 
 namespace platform {
@@ -75,6 +78,17 @@ struct LinuxServices {
     }
 };
 
+/// A standard stream that is closed becomes the null device, lest something else take its number.
+void openStandardStreams() {
+    int descriptor = 0;
+    do {
+        descriptor = ::open("/dev/null", O_RDWR);
+    } while (descriptor >= 0 && descriptor <= STDERR_FILENO);
+    if (descriptor > STDERR_FILENO) {
+        ::close(descriptor);
+    }
+}
+
 /// Said when the environment names a home folder that cannot be meant.
 constexpr const char* relativeHomeMessage =
     "HOME is “%@”, which is not an absolute path. Using “%@” instead.";
@@ -101,6 +115,7 @@ void normalizeEnvironment(LinuxServices& services) {
 } // namespace
 
 void installServices(const ProgramDescription& program) {
+    openStandardStreams();
     // Detached threads may use the services until the process is gone: they are never destroyed.
     static auto& services = *new LinuxServices(program);
     normalizeEnvironment(services);

@@ -35,14 +35,13 @@ std::string temporaryName(const std::string& purpose, int count) {
     return name.data();
 }
 
-FileDescriptor makeItem(int folder, const std::string& name, bool isFolder) {
-    if (!isFolder) {
-        constexpr mode_t privateFile = 0600;
+FileDescriptor makeItem(int folder, const std::string& name, mode_t mode) {
+    const mode_t permissions = mode & ACCESSPERMS;
+    if (!S_ISDIR(mode)) {
         return FileDescriptor(::openat(
-            folder, name.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, privateFile));
+            folder, name.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, permissions));
     }
-    constexpr mode_t privateFolder = 0700;
-    if (::mkdirat(folder, name.c_str(), privateFolder) != 0) {
+    if (::mkdirat(folder, name.c_str(), permissions) != 0) {
         return {};
     }
     auto item = openFolder(folder, name.c_str());
@@ -76,20 +75,19 @@ bool isLockedByOthers(const FileDescriptor& item) {
 
 } // namespace
 
-TemporaryItem::TemporaryItem(int folder, const std::string& purpose, bool isFolder)
+TemporaryItem::TemporaryItem(int folder, const std::string& purpose, mode_t mode)
     : folder_(folder), purpose_(purpose), error_(EEXIST) {
     for (int count = 1; count <= mostClaims && error_ == EEXIST; ++count) {
         const auto name = temporaryName(purpose, count);
-        if (claim(name, isFolder) ||
-            (error_ == EEXIST && removeAbandoned(name) && claim(name, isFolder))) {
+        if (claim(name, mode) || (error_ == EEXIST && removeAbandoned(name) && claim(name, mode))) {
             return;
         }
     }
 }
 
 /// False, with the reason in error_, when the name is taken (EEXIST) or the item cannot be made.
-bool TemporaryItem::claim(const std::string& name, bool isFolder) {
-    item_ = makeItem(folder_, name, isFolder);
+bool TemporaryItem::claim(const std::string& name, mode_t mode) {
+    item_ = makeItem(folder_, name, mode);
     if (!item_) {
         error_ = errno;
         return false;
@@ -99,7 +97,9 @@ bool TemporaryItem::claim(const std::string& name, bool isFolder) {
     if (error_ == ENOENT) {
         error_ = EEXIST;
     }
-    if (error_ != EEXIST) {
+    if (error_ == EEXIST) {
+        item_.reset();
+    } else {
         name_ = name;
     }
     return error_ == 0;
@@ -121,7 +121,16 @@ TemporaryItem::~TemporaryItem() {
 }
 
 int TemporaryItem::rename() {
-    const int error = renameWithoutReplacing(folder_, name_, folder_, purpose_);
+    return renamed(renameWithoutReplacing(folder_, name_, folder_, purpose_));
+}
+
+int TemporaryItem::replace() {
+    const bool done = ::renameat(folder_, name_.c_str(), folder_, purpose_.c_str()) == 0;
+    return renamed(done ? 0 : errno);
+}
+
+/// Takes note of what became of a rename, and gives that.
+int TemporaryItem::renamed(int error) {
     if (error == 0) {
         name_.clear();
     }

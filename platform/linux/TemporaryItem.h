@@ -2,18 +2,21 @@
 
 #include "platform/linux/FileDescriptor.h"
 
+#include <sys/types.h>
+
 #include <string>
 
 namespace platform::native {
 
-/// An empty file or folder with a hidden name of its own, in which a copy grows until it gets the
-/// name that it is for. It is locked while this process works on it, so that what a killed process
-/// left behind is told from what another one works on. Not shared between threads.
+/// An empty file or folder with a hidden name of its own, in which something grows until it gets
+/// the name that it is for. It is locked while this process works on it, so that what a killed
+/// process left behind is told from what another one works on. Not shared between threads.
 class TemporaryItem {
 public:
-    /// Makes one in the open folder `folder`, for the name `purpose`. One that a killed process
-    /// left there for the same name is deleted first. On failure it is none and error() tells why.
-    TemporaryItem(int folder, const std::string& purpose, bool isFolder);
+    /// Makes one in the open folder `folder`, for the name `purpose`: a file or a folder, as `mode`
+    /// says (S_IFREG | 0600), with its permissions less the umask. One that a killed process left
+    /// there for the same name is deleted first. On failure it is none and error() tells why.
+    TemporaryItem(int folder, const std::string& purpose, mode_t mode);
 
     /// Deletes the item with all that is in it, unless it has been renamed.
     ~TemporaryItem();
@@ -33,12 +36,16 @@ public:
     /// 0, or the errno.
     [[nodiscard]] int rename();
 
+    /// As rename(), but a file that stands there, or an empty folder where this is one, goes.
+    [[nodiscard]] int replace();
+
     /// Takes the given name back, when the item is to be deleted after all.
     void takeBack();
 
 private:
-    bool claim(const std::string& name, bool isFolder);
+    bool claim(const std::string& name, mode_t mode);
     bool removeAbandoned(const std::string& name) const;
+    int renamed(int error);
 
     int folder_;
     std::string purpose_;

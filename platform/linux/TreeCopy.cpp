@@ -1,6 +1,7 @@
 #include "platform/linux/TreeCopy.h"
 
 #include "platform/linux/Directory.h"
+#include "platform/linux/Errors.h"
 #include "platform/linux/FileContent.h"
 #include "platform/linux/KeptAttributes.h"
 #include "platform/linux/OpenFolder.h"
@@ -56,6 +57,19 @@ int readEntries(const FileDescriptor& folder, std::vector<DirectoryEntry>& entri
         entries.push_back(std::move(*entry));
     }
     return directory.error();
+}
+
+/// What it means that an entry of a copy could not be made: the copy is nobody else's, and each
+/// name is made once.
+int makingFailure(int error) {
+    switch (error) {
+    case EINVAL:
+        return nameNotAllowed;
+    case EEXIST:
+        return nameNotDistinct;
+    default:
+        return error;
+    }
 }
 
 bool isSameMoment(const statx_timestamp& one, const statx_timestamp& other) {
@@ -123,7 +137,7 @@ private:
             return copyFile(entry.name);
         case ItemKind::folder:
             if (::mkdirat(level.copy.get(), entry.name.c_str(), privateFolder) != 0) {
-                return errno;
+                return makingFailure(errno);
             }
             return enter(level.source.get(), entry.name,
                          openFolder(level.copy.get(), entry.name.c_str()));
@@ -140,7 +154,8 @@ private:
             error = checkRemovable(status);
         }
         if (error == 0) {
-            error = copyUnopened(level.source.get(), name, status, level.copy.get(), name);
+            error = makingFailure(
+                copyUnopened(level.source.get(), name, status, level.copy.get(), name));
         }
         if (error == 0 && isMove_) {
             copied_.add(status);
@@ -194,7 +209,7 @@ private:
                                            O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
                                            mode));
         if (!copy) {
-            return errno;
+            return makingFailure(errno);
         }
         const int error = fill(source, status, copy);
         return error != 0 || status.stx_nlink == 1 ? error

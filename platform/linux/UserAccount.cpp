@@ -14,26 +14,21 @@ namespace platform::native {
 
 namespace {
 
-struct AccountEntry {
-    std::string name;
-    std::string home;
-};
-
-std::optional<AccountEntry> accountEntry(uid_t userId) {
+/// Asks with larger and larger room for the entry's strings.
+template <class Ask>
+std::optional<AccountEntry> lookUp(Ask ask) {
     constexpr std::size_t firstSize = 1024;
     constexpr std::size_t largestSize = firstSize * 1024;
     for (std::size_t size = firstSize; size <= largestSize; size *= 2) {
         std::vector<char> buffer(size);
         passwd entry{};
         passwd* found = nullptr;
-        const int error = ::getpwuid_r(userId, &entry, buffer.data(), buffer.size(), &found);
-        if (error == ERANGE) {
+        if (ask(&entry, buffer.data(), buffer.size(), &found) == ERANGE) {
             continue;
         }
-        if (found == nullptr) {
-            return std::nullopt;
-        }
-        return AccountEntry{found->pw_name, found->pw_dir};
+        return found == nullptr
+                   ? std::nullopt
+                   : std::optional(AccountEntry{found->pw_uid, found->pw_name, found->pw_dir});
     }
     return std::nullopt;
 }
@@ -43,6 +38,14 @@ std::string withoutTrailingSlashes(const std::string& path) {
 }
 
 } // namespace
+
+std::optional<AccountEntry> accountOf(uid_t userId) {
+    return lookUp([userId](auto... room) { return ::getpwuid_r(userId, room...); });
+}
+
+std::optional<AccountEntry> accountNamed(const std::string& name) {
+    return lookUp([&name](auto... room) { return ::getpwnam_r(name.c_str(), room...); });
+}
 
 std::optional<std::string> absolutePathFromEnvironment(const char* variable) {
     const char* value = std::getenv(variable);
@@ -60,7 +63,7 @@ std::string UserAccount::homeDirectory() {
     if (auto home = absolutePathFromEnvironment("HOME")) {
         return *home;
     }
-    const auto entry = accountEntry(::getuid());
+    const auto entry = accountOf(::getuid());
     if (!entry || !entry->home.starts_with('/')) {
         return "/nonexistent";
     }
@@ -68,7 +71,7 @@ std::string UserAccount::homeDirectory() {
 }
 
 std::string UserAccount::loginName() {
-    const auto entry = accountEntry(::getuid());
+    const auto entry = accountOf(::getuid());
     return entry ? entry->name : std::to_string(::getuid());
 }
 

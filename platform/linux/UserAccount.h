@@ -2,6 +2,8 @@
 
 #include "platform/UserAccount.h"
 
+#include <sys/types.h>
+
 namespace platform::native {
 
 /// The account by the environment where that is usable, else by the password database.
@@ -22,6 +24,17 @@ public:
     /// XDG_CACHE_HOME when it is an absolute path, else ".cache" in the home folder.
     std::optional<std::string> cacheDirectory() override;
 };
+
+/// What the password database tells of an account.
+struct AccountEntry {
+    uid_t userId = 0;
+    std::string name;
+    std::string home;
+};
+
+/// The account of a user; nothing when the password database knows none.
+std::optional<AccountEntry> accountOf(uid_t userId);
+std::optional<AccountEntry> accountNamed(const std::string& name);
 
 /// The value of an environment variable when it is an absolute path, without trailing slashes.
 std::optional<std::string> absolutePathFromEnvironment(const char* variable);

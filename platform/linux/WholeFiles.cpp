@@ -2,6 +2,9 @@
 
 #include "platform/foundation/Path.h"
 #include "platform/linux/FileDescriptor.h"
+#include "platform/linux/FileSizeSignal.h"
+#include "platform/linux/SystemCall.h"
+#include "platform/linux/TemporaryItem.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -10,8 +13,6 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <cstdio>
-#include <random>
 
 namespace platform::native {
 
@@ -27,20 +28,10 @@ FileDescriptor openRegularFile(const std::string& path, std::size_t limit) {
     return file;
 }
 
-/// A name that nothing else is likely to have, short enough for every file system.
-std::string temporaryName() {
-    std::random_device random;
-    constexpr std::string_view digits = "0123456789abcdef";
-    std::string name = ".qf-";
-    for (int i = 0; i < 16; ++i) {
-        name += digits[random() % digits.size()];
-    }
-    return name;
-}
-
 } // namespace
 
 int writeAll(int file, std::string_view content) {
+    holdBackFileSizeSignal();
     while (!content.empty()) {
         const auto written = ::write(file, content.data(), content.size());
         if (written < 0 && errno != EINTR) {
@@ -48,7 +39,7 @@ int writeAll(int file, std::string_view content) {
         }
         content.remove_prefix(static_cast<std::size_t>(std::max<ssize_t>(written, 0)));
     }
-    return ::fsync(file) == 0 ? 0 : errno;
+    return uninterrupted([file] { return ::fsync(file); }) == 0 ? 0 : errno;
 }
 
 std::optional<std::string> contentOfFile(const std::string& path, std::size_t limit) {
@@ -79,20 +70,15 @@ int replaceFile(const std::string& path, std::string_view content) {
     if (!folder) {
         return errno;
     }
-    constexpr mode_t mode = 0644;
-    const auto temporary = temporaryName();
-    const FileDescriptor file(::openat(folder.get(), temporary.c_str(),
-                                       O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, mode));
-    if (!file) {
-        return errno;
+    TemporaryItem file(folder.get(), path::lastComponent(path), S_IFREG | 0644);
+    int error = file.error();
+    if (error == 0) {
+        error = writeAll(file.item().get(), content);
     }
-    int error = writeAll(file.get(), content);
-    if (error == 0 && ::renameat(folder.get(), temporary.c_str(), folder.get(),
-                                 path::lastComponent(path).c_str()) != 0) {
-        error = errno;
+    if (error == 0) {
+        error = file.replace();
     }
     if (error != 0) {
-        ::unlinkat(folder.get(), temporary.c_str(), 0);
         return error;
     }
     // The new content stands by now; that its name may not outlive a crash is no failure.

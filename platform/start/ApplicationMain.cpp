@@ -11,7 +11,6 @@
 #include "platform/terminal/Screen.h"
 #include "platform/terminal/TerminalMain.h"
 
-#include <fcntl.h>
 #include <unistd.h>
 
 #include <array>
@@ -25,17 +24,6 @@ namespace platform {
 namespace {
 
 using terminal::ExitStatus;
-
-/// A standard stream that is closed becomes the null device, lest something else take its number.
-void openStandardStreams() {
-    int descriptor = 0;
-    do {
-        descriptor = ::open("/dev/null", O_RDWR);
-    } while (descriptor >= 0 && descriptor <= STDERR_FILENO);
-    if (descriptor > STDERR_FILENO) {
-        ::close(descriptor);
-    }
-}
 
 bool isSet(const char* variable) {
     const char* value = std::getenv(variable);
@@ -81,7 +69,6 @@ int run(int argc, char** argv, const terminal::Options& options, const std::stri
 
 int applicationMain(int argc, char** argv, const std::string& interfaceFile, Inventory& inventory,
                     const std::function<void(Interface&)>& awake) {
-    openStandardStreams();
     qt::nameApplication(argv);
     const auto version = service<SystemInformation>().bundleVersion().value_or("");
     const auto parsed = terminal::parseCommandLine(argc, argv, version);

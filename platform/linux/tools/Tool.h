@@ -27,15 +27,16 @@ inline void report(std::string_view tool, std::string_view message) {
 }
 
 /// All of a tool's main(): hands the words behind the tool's own name to `command` and gives the
-/// exit status. It is 0 when the command gives true; 1 when it gives false, or throws, which leaves
-/// its reason in one line on standard error; 2 after Misuse, which leaves `usage` there.
+/// exit status. It is 0 when the command gives true and its output could be written; 1 when not, or
+/// when it throws, which leaves its reason in one line on standard error; 2 after Misuse, which
+/// leaves `usage` there.
 template <class Command>
 int run(std::string_view tool, std::string_view usage, int argc, char** argv, Command command) {
     constexpr int failure = 1;
     constexpr int misuse = 2;
     try {
         const std::vector<std::string> words(argv + std::min(argc, 1), argv + argc);
-        return command(words) ? 0 : failure;
+        return command(words) && std::cout.flush() ? 0 : failure;
     } catch (const Misuse&) {
         std::cerr << "usage: " << usage << '\n';
         return misuse;

@@ -16,6 +16,8 @@
 #include "tests/support/PortDoubles.h"
 
 #include <dlfcn.h>
+#include <fcntl.h>
+#include <unistd.h>
 
 #include <cstdlib>
 #include <functional>
@@ -103,6 +105,16 @@ int environment(const Arguments& /*arguments*/) {
     return 0;
 }
 
+/// Gives how many of the standard streams are closed.
+int closedStreams(const Arguments& /*arguments*/) {
+    platform::installServices();
+    int closed = 0;
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        closed += ::fcntl(stream, F_GETFD) < 0 ? 1 : 0;
+    }
+    return closed;
+}
+
 int storePreference(const Arguments& arguments) {
     platform::ProgramDescription program;
     if (arguments.size() > 1) {
@@ -122,6 +134,7 @@ const std::map<std::string, std::function<int(const Arguments&)>> commands{
     {"lock", lock},
     {"account", account},
     {"environment", environment},
+    {"closed-streams", closedStreams},
     {"store-preference", storePreference},
     {"move", move},
     {"copy", copy},

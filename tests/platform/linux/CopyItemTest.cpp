@@ -399,6 +399,19 @@ TEST(CopyItem, LeavesNothingOnAVolumeThatIsFull) {
               "28 “large” couldn’t be copied because the volume is full.\n");
 }
 
+TEST(CopyItem, LeavesNothingOfAFileBeyondTheLimitOnSizes) {
+    const TemporaryFolder folder;
+    const std::vector<std::string> withLimit{"sh", "-c", R"(ulimit -f 100 && exec "$@")", "sh"};
+    for (const std::size_t size : {100'000U, 1'000'000U}) {
+        folder.write("file", std::string(size, 'x'));
+
+        EXPECT_EQ(runChild({"copy", folder / "file", folder / "new"}, {}, withLimit).output,
+                  "27 “file” couldn’t be copied because it is too large.\n");
+
+        EXPECT_EQ(strangers(folder.path(), {"file"}), std::vector<std::string>{});
+    }
+}
+
 TEST(CopyItem, WritesNothingToAReadOnlyVolume) {
     if (const auto reason = whyNoMounts(); !reason.empty()) {
         GTEST_SKIP() << reason;

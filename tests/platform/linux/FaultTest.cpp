@@ -150,6 +150,34 @@ TEST_P(Faults, LeaveAFileThatIsWrittenWithItsOldOrNewContent) {
 INSTANTIATE_TEST_SUITE_P(Everywhere, Faults, testing::Values(ENOSPC, EIO, EINTR, ENOENT, EXDEV),
                          [](const auto& fault) { return strerrorname_np(fault.param); });
 
+TEST(Trash, TriesNoOtherNameForAnItemOfWhichAPartHasNoPlaceThere) {
+    const MemoryFolder folder;
+    const auto trash = folder / "trash";
+    fs::create_directory(trash);
+    fs::create_directories(folder / "item/inner");
+
+    const auto outcome = runFaulty({"recycle", folder.path(), trash, "item"},
+                                   otherVolume + ",mkdirat:2:" + std::to_string(EEXIST));
+
+    EXPECT_TRUE(isSentence(outcome, "moved to the Trash")) << outcome.output;
+    EXPECT_TRUE(fs::exists(folder / "item/inner"));
+    EXPECT_TRUE(fs::is_empty(trash));
+}
+
+TEST(Kill, LeavesNothingOfAFileThatTheNextWriteDoesNotTidyUp) {
+    const MemoryFolder folder;
+    const auto file = folder / "file";
+    int moment = 1;
+    for (; runFaulty({"write", file, "new"}, any(moment, "kill")).status == -1; ++moment) {
+        EXPECT_TRUE(succeeded(runFaulty({"write", file, "newer"}, "")));
+
+        EXPECT_EQ(contentOf(file), "newer");
+        EXPECT_EQ(strangers(folder.path(), {"file"}), std::vector<std::string>{})
+            << "call " << moment;
+    }
+    EXPECT_GT(moment, 4) << "there is hardly any call that could be the last";
+}
+
 TEST(Kill, LeavesAnItemThatIsMovedWholeOnOneSideAtEveryMoment) {
     constexpr int rounds = 200;
     const MemoryFolder folder;

@@ -4,7 +4,8 @@
 //     CALL:COUNT:ERRNO[,...]     the COUNTth call named CALL ("any" counts all that are known here)
 //                                fails with ERRNO; the number "kill" kills the process instead
 //
-// Counting begins when the program calls qfBeginFaults().
+// Counting begins when the program calls qfBeginFaults(), or with the program itself where
+// QF_FAULTS_FROM_START is set.
 
 #include <dirent.h>
 #include <dlfcn.h>
@@ -92,6 +93,12 @@ extern "C" {
 void qfBeginFaults() {
     faults() = readFaults();
     begun = true;
+}
+
+[[gnu::constructor]] void beginWhereAsked() {
+    if (std::getenv("QF_FAULTS_FROM_START") != nullptr) {
+        qfBeginFaults();
+    }
 }
 
 /// How many faults there were.

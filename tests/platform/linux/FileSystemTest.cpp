@@ -373,6 +373,19 @@ TEST(FileSystem, LeavesWhatStoodThereWhereAFileCannotBeWritten) {
     EXPECT_EQ(fileSystem.contentsOfDirectory(folder.path())->size(), 1U);
 }
 
+TEST(FileSystem, LeavesWhatStoodThereWhereAFileWouldExceedTheLimitOnSizes) {
+    const TemporaryFolder folder;
+    const auto file = folder.write("file", "old");
+
+    EXPECT_EQ(runChild({"write", file, std::string(100'000, 'x')}, {},
+                       {"sh", "-c", R"(ulimit -f 100 && exec "$@")", "sh"})
+                  .output,
+              "27 “file” couldn’t be saved because it is too large.\n");
+
+    EXPECT_EQ(contentOf(file), "old");
+    EXPECT_EQ(fileSystem.contentsOfDirectory(folder.path())->size(), 1U);
+}
+
 TEST(FileSystem, TellsWhenAnItemWasMade) {
     const TemporaryFolder folder;
     const auto before = std::chrono::system_clock::now() - std::chrono::seconds(1);

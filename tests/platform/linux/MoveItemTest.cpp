@@ -267,6 +267,53 @@ TEST(MoveItem, MovesNoFolderIntoItself) {
     EXPECT_TRUE(fs::is_empty(folder / "top/inner"));
 }
 
+TEST(MoveItem, TellsOfANameThatTheVolumeDoesNotAllow) {
+    const TemporaryFolder folder;
+    folder.write("top/inner/file", "whole");
+    folder.write("top/plain", "whole");
+    folder.write("plain", "whole");
+    ASSERT_EQ(::symlink("missing", (folder / "link").c_str()), 0);
+    const auto refusal = [](const std::string& call) {
+        return ',' + call + std::to_string(EINVAL);
+    };
+    struct Case {
+        std::string item;
+        std::string faults;
+        std::string culprit;
+    };
+    const auto noRename = refusal("linkat:1:"); // that other way is tried, too
+    const std::vector<Case> cases{
+        {"plain", withoutRefusal + noRename, "plain"},
+        {"plain", otherVolume + refusal("renameat2:1:") + noRename, "plain"},
+        {"link", otherVolume + refusal("symlinkat:1:"), "link"},
+        {"top", otherVolume + refusal("mkdirat:2:"), "inner"},
+    };
+    for (const auto& [item, faults, culprit] : cases) {
+        const auto outcome = runChild({"move", folder / item, folder / "new"}, withFaults(faults));
+        EXPECT_TRUE(outcome.output.starts_with(
+            "84 “" + culprit + "” couldn’t be moved because the volume doesn’t allow its name.\n"))
+            << outcome.output;
+        EXPECT_TRUE(stands(folder / item));
+    }
+    EXPECT_EQ(strangers(folder.path(), {"link", "plain", "top"}), std::vector<std::string>{});
+}
+
+TEST(MoveItem, TellsOfNamesThatTheVolumeTakesForOne) {
+    const TemporaryFolder folder;
+    folder.write("top/inner/file", "whole");
+    const auto before = description(folder / "top");
+    const auto nameIsTaken = ",mkdirat:2:" + std::to_string(EEXIST);
+
+    const auto outcome =
+        runChild({"move", folder / "top", folder / "new"}, withFaults(otherVolume + nameIsTaken));
+
+    EXPECT_TRUE(outcome.output.starts_with("76 “inner” couldn’t be moved because the volume "
+                                           "doesn’t tell its name from another one.\n"))
+        << outcome.output;
+    EXPECT_EQ(description(folder / "top"), before);
+    EXPECT_EQ(strangers(folder.path(), {"top"}), std::vector<std::string>{});
+}
+
 TEST(MoveItem, TellsWhatIsWrongWithAPath) {
     const TemporaryFolder folder;
     const auto file = folder.write("file");

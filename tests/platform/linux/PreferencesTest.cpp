@@ -129,3 +129,15 @@ TEST_F(Preferences, LoseNothingWhenSeveralThreadsStore) {
     }
     EXPECT_EQ(propertyLists.read(home / name).as<Value::Dictionary>()->size(), 8);
 }
+
+TEST_F(Preferences, LoseNothingWhenSeveralProcessesStore) {
+    constexpr std::size_t count = 20;
+    const auto outcome = runChild({}, {"HOME=" + home.path()},
+                                  {"sh", "-c",
+                                   "for key in $(seq " + std::to_string(count) +
+                                       R"(); do "$0" store-preference $key shared & done; wait)"});
+
+    EXPECT_EQ(outcome.status, 0) << outcome.output;
+    const auto stored = propertyLists.read(home / "Library/Preferences/shared.plist");
+    EXPECT_EQ(stored.as<Value::Dictionary>()->size(), count);
+}

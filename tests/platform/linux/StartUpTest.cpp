@@ -25,3 +25,11 @@ TEST(StartUp, PutsTheAccountsHomeFolderInThePlaceOfARelativeOneAndSaysSo) {
         << output;
     EXPECT_TRUE(output.ends_with(home + "\nnone\n")) << output;
 }
+
+TEST(StartUp, LeavesNoStandardStreamClosedForAFileToTakeItsNumber) {
+    for (const auto* closing : {"<&-", ">&-", "2>&-", "<&- >&- 2>&-"}) {
+        const auto outcome = runChild({"closed-streams"}, {},
+                                      {"sh", "-c", std::string("exec \"$@\" ") + closing, "sh"});
+        EXPECT_EQ(outcome.status, 0) << closing;
+    }
+}

@@ -3,6 +3,7 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -45,6 +46,12 @@ protected:
 
     Outcome recycle(const std::string& name, const std::vector<std::string>& prefix = {}) {
         return runChild({"recycle", items, trash, name}, environment, prefix);
+    }
+
+    /// Starts a command where the items are on another mount than the Trash.
+    std::vector<std::string> itemsOnABindMount() const {
+        return {"unshare", "-m", "sh", "-c", R"(mount --bind "$1" "$1" && shift && exec "$@")",
+                "sh",      items};
     }
 
     std::string files(const std::string& name) const {
@@ -378,12 +385,9 @@ TEST_F(Trash, TakesACopyOfWhatABindMountKeepsFromIt) {
     if (const auto reason = whyNoMounts(); !reason.empty()) {
         GTEST_SKIP() << reason;
     }
-    const std::vector<std::string> bindMount{
-        "unshare", "-m", "sh", "-c", R"(mount --bind "$1" "$1" && shift && exec "$@")",
-        "sh",      items};
     for (const auto* content : {"first", "second"}) {
         home.write("items/Dunmarl.app/Contents/Info.plist", content);
-        EXPECT_EQ(recycle("Dunmarl.app", bindMount).output, "ok\n");
+        EXPECT_EQ(recycle("Dunmarl.app", itemsOnABindMount()).output, "ok\n");
     }
 
     EXPECT_EQ(contentOf(files("Dunmarl.app/Contents/Info.plist")), "first");
@@ -399,11 +403,8 @@ TEST_F(Trash, ReplacesNothingWithACopyEither) {
     }
     home.write(".local/share/Trash/files/a.txt", "without a note");
     home.write("items/a.txt", "mine");
-    const std::vector<std::string> bindMount{
-        "unshare", "-m", "sh", "-c", R"(mount --bind "$1" "$1" && shift && exec "$@")",
-        "sh",      items};
 
-    EXPECT_EQ(recycle("a.txt", bindMount).output, "ok\n");
+    EXPECT_EQ(recycle("a.txt", itemsOnABindMount()).output, "ok\n");
 
     std::vector<std::string> contents;
     for (const auto& entry : fs::directory_iterator(files(""))) {
@@ -411,6 +412,46 @@ TEST_F(Trash, ReplacesNothingWithACopyEither) {
     }
     std::sort(contents.begin(), contents.end());
     EXPECT_EQ(contents, (std::vector<std::string>{"mine", "without a note"}));
+}
+
+TEST_F(Trash, TakesOverTheNoteThatAKilledCopyLeft) {
+    if (const auto reason = whyNoMounts(); !reason.empty()) {
+        GTEST_SKIP() << reason;
+    }
+    home.write("items/a.txt", "mine");
+    home.write(".local/share/Trash/info/a.txt.trashinfo",
+               "[Trash Info]\nPath=" + items + "/a.txt\nDeletionDate=2001-02-03T04:05:06\n");
+
+    EXPECT_EQ(recycle("a.txt", itemsOnABindMount()).output, "ok\n");
+
+    EXPECT_EQ(contentOf(files("a.txt")), "mine");
+    EXPECT_EQ(contentOf(note("a.txt")).find("2001-02-03"), std::string::npos);
+    EXPECT_FALSE(stands(note("a.2.txt")));
+}
+
+TEST_F(Trash, TakesOverNoNoteThatSomebodyElseNeeds) {
+    if (const auto reason = whyNoMounts(); !reason.empty()) {
+        GTEST_SKIP() << reason;
+    }
+    const auto head = "[Trash Info]\nPath=" + items;
+    for (const auto* name : {"trashed", "another's", "held"}) {
+        home.write(std::string("items/") + name, "mine");
+        home.write(std::string(".local/share/Trash/info/") + name + ".trashinfo",
+                   head + '/' + name + "\nDeletionDate=2001-02-03T04:05:06\n");
+    }
+    home.write(".local/share/Trash/files/trashed", "the item of the note");
+    home.write(".local/share/Trash/info/another's.trashinfo", head + "/elsewhere/another's\n");
+    const int held = ::open(note("held").c_str(), O_RDONLY | O_CLOEXEC);
+    ASSERT_EQ(::flock(held, LOCK_EX | LOCK_NB), 0);
+
+    for (const auto* name : {"trashed", "another's", "held"}) {
+        const auto before = contentOf(note(name));
+        EXPECT_EQ(recycle(name, itemsOnABindMount()).output, "ok\n");
+        EXPECT_EQ(contentOf(note(name)), before);
+        EXPECT_EQ(contentOf(files(name + std::string(".2"))), "mine");
+    }
+    EXPECT_EQ(contentOf(files("trashed")), "the item of the note");
+    ::close(held);
 }
 
 TEST_F(Trash, TakesNothingThatItIsInside) {

@@ -3,14 +3,15 @@
 #include "platform/foundation/Path.h"
 #include "platform/linux/Errors.h"
 #include "platform/linux/FileDescriptor.h"
+#include "platform/linux/ItemPlace.h"
+#include "platform/linux/TemporaryItem.h"
 #include "platform/linux/tools/ditto/ArchiveHandle.h"
 
-#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <clocale>
-#include <cstdlib>
 #include <string_view>
 #include <vector>
 
@@ -20,56 +21,16 @@ namespace {
 
 using tool::ToolError;
 
-/// A file beside the archive's place that becomes the archive, or goes.
-class Draft {
-public:
-    explicit Draft(const std::string& archivePath)
-        : archivePath_(archivePath),
-          path_(path::appending(path::deletingLastComponent(archivePath), ".qf-XXXXXX")),
-          file_(::mkostemp(path_.data(), O_CLOEXEC)) {
-        if (!file_ || ::fstat(file_.get(), &status_) != 0) {
-            fail();
-        }
-    }
-    ~Draft() {
-        if (file_) {
-            ::unlink(path_.c_str());
-        }
-    }
-    Draft(const Draft&) = delete;
-    Draft& operator=(const Draft&) = delete;
-    Draft(Draft&&) = delete;
-    Draft& operator=(Draft&&) = delete;
+[[noreturn]] void failToMake(const std::string& archivePath, int error) {
+    throw ToolError(failureSentence(archivePath, "made", reason(error)));
+}
 
-    int descriptor() const { return file_.get(); }
-
-    /// Whether an entry is this file, which an archive of its own folder would hold.
-    bool isIn(archive_entry* entry) const {
-        return archive_entry_dev(entry) == status_.st_dev &&
-               archive_entry_ino64(entry) == static_cast<la_int64_t>(status_.st_ino);
-    }
-
-    void putInPlace() {
-        constexpr mode_t everybody = 0666;
-        const mode_t mask = ::umask(0);
-        ::umask(mask);
-        if (::fchmod(file_.get(), everybody & ~mask) != 0 || ::fsync(file_.get()) != 0 ||
-            ::rename(path_.c_str(), archivePath_.c_str()) != 0) {
-            fail();
-        }
-        file_.reset();
-    }
-
-private:
-    [[noreturn]] void fail() const {
-        throw ToolError(failureSentence(archivePath_, "made", reason(errno)));
-    }
-
-    const std::string& archivePath_;
-    std::string path_;
-    FileDescriptor file_;
-    struct stat status_ {};
-};
+/// Whether an entry is an open file, as the archive is that grows in its own source.
+bool isFile(archive_entry* entry, const FileDescriptor& file) {
+    struct stat status {};
+    return ::fstat(file.get(), &status) == 0 && archive_entry_dev(entry) == status.st_dev &&
+           archive_entry_ino64(entry) == static_cast<la_int64_t>(status.st_ino);
+}
 
 /// What goes at the beginning of every path below the source.
 std::size_t prefixLength(const std::string& source, bool isFolder, KeepParent keepParent) {
@@ -139,25 +100,19 @@ ArchiveHandle openSource(const std::string& source) {
     return disk;
 }
 
-} // namespace
-
-void compress(const std::string& source, const std::string& archivePath, KeepParent keepParent) {
-    struct stat status {};
-    if (::stat(source.c_str(), &status) != 0) {
-        throw ToolError(failureSentence(source, "archived", reason(errno)));
-    }
-    const auto prefix = prefixLength(source, S_ISDIR(status.st_mode), keepParent);
-    Draft draft(archivePath);
+/// Writes the archive into an open file.
+void pack(const std::string& source, const std::string& archivePath, const FileDescriptor& file,
+          std::size_t prefix) {
     const ArchiveHandle zip(archive_write_new());
     check(archive_write_set_format_zip(zip.get()), zip.get(), archivePath);
-    check(archive_write_open_fd(zip.get(), draft.descriptor()), zip.get(), archivePath);
+    check(archive_write_open_fd(zip.get(), file.get()), zip.get(), archivePath);
     const auto disk = openSource(source);
     const std::unique_ptr<archive_entry, decltype(&archive_entry_free)> entry(archive_entry_new(),
                                                                               &archive_entry_free);
     int result = ARCHIVE_OK;
     while ((result = archive_read_next_header2(disk.get(), entry.get())) != ARCHIVE_EOF) {
         check(result, disk.get(), source);
-        if (!draft.isIn(entry.get())) {
+        if (!isFile(entry.get(), file)) {
             addEntry(disk.get(), zip.get(), entry.get(), prefix);
         }
         if (archive_read_disk_can_descend(disk.get()) != 0) {
@@ -165,7 +120,32 @@ void compress(const std::string& source, const std::string& archivePath, KeepPar
         }
     }
     check(archive_write_close(zip.get()), zip.get(), archivePath);
-    draft.putInPlace();
+}
+
+} // namespace
+
+void compress(const std::string& source, const std::string& archivePath, KeepParent keepParent) {
+    struct stat status {};
+    if (::stat(source.c_str(), &status) != 0) {
+        throw ToolError(failureSentence(source, "archived", reason(errno)));
+    }
+    ItemPlace place;
+    if (const int error = findPlace(archivePath, place); error != 0) {
+        failToMake(archivePath, error);
+    }
+    TemporaryItem draft(place.folder.get(), place.name, S_IFREG | DEFFILEMODE);
+    if (draft.error() != 0) {
+        failToMake(archivePath, draft.error());
+    }
+    pack(source, archivePath, draft.item(),
+         prefixLength(source, S_ISDIR(status.st_mode), keepParent));
+    int error = ::fsync(draft.item().get()) == 0 ? 0 : errno;
+    if (error == 0) {
+        error = draft.replace();
+    }
+    if (error != 0) {
+        failToMake(archivePath, error);
+    }
 }
 
 } // namespace platform::native::ditto

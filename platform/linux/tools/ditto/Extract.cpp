@@ -2,19 +2,18 @@
 
 #include "platform/foundation/Path.h"
 #include "platform/linux/Errors.h"
-#include "platform/linux/FileDescriptor.h"
 #include "platform/linux/Folders.h"
-#include "platform/linux/TreeRemoval.h"
+#include "platform/linux/ItemPlace.h"
+#include "platform/linux/TemporaryItem.h"
 #include "platform/linux/tools/ditto/ArchiveHandle.h"
 
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <cstdlib>
 #include <fstream>
 #include <string_view>
 
@@ -23,58 +22,6 @@ namespace platform::native::ditto {
 namespace {
 
 using tool::ToolError;
-
-/// A folder beside the place of the one that is missing, which becomes it, or goes.
-class Draft {
-public:
-    explicit Draft(const std::string& folder)
-        : folder_(folder), parentPath_(path::deletingLastComponent(folder)),
-          path_(path::appending(parentPath_, ".qf-XXXXXX")) {
-        constexpr mode_t everybody = 0777;
-        if (const int error = makeFolders(parentPath_, everybody); error != 0) {
-            fail(error);
-        }
-        parent_ = FileDescriptor(::open(parentPath_.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
-        if (!parent_ || ::mkdtemp(path_.data()) == nullptr) {
-            fail(errno);
-        }
-        isMade_ = true;
-    }
-    ~Draft() {
-        if (isMade_) {
-            static_cast<void>(removeTree(parent_.get(), path::lastComponent(path_)));
-        }
-    }
-    Draft(const Draft&) = delete;
-    Draft& operator=(const Draft&) = delete;
-    Draft(Draft&&) = delete;
-    Draft& operator=(Draft&&) = delete;
-
-    const std::string& path() const { return path_; }
-
-    void putInPlace() {
-        constexpr mode_t everybody = 0777;
-        const mode_t mask = ::umask(0);
-        ::umask(mask);
-        if (::chmod(path_.c_str(), everybody & ~mask) != 0 ||
-            ::renameat2(parent_.get(), path::lastComponent(path_).c_str(), parent_.get(),
-                        path::lastComponent(folder_).c_str(), RENAME_NOREPLACE) != 0) {
-            fail(errno);
-        }
-        isMade_ = false;
-    }
-
-private:
-    [[noreturn]] void fail(int error) const {
-        throw ToolError(failureSentence(folder_, "made", reason(error)));
-    }
-
-    const std::string& folder_;
-    std::string parentPath_;
-    std::string path_;
-    FileDescriptor parent_;
-    bool isMade_ = false;
-};
 
 /// Whether an archive begins with the mark of its end, for it has no entry.
 bool isEmpty(const std::string& archivePath) {
@@ -192,9 +139,31 @@ void unpackEntries(archive* zip, const std::string& archivePath) {
     }
 }
 
-void enter(const std::string& folder) {
-    if (::chdir(folder.c_str()) != 0) {
-        throw ToolError(failureSentence(folder, "entered", reason(errno)));
+[[noreturn]] void failToMake(const std::string& folder, int error) {
+    throw ToolError(failureSentence(folder, "made", reason(error)));
+}
+
+/// Unpacks into a folder that is missing, and appears when all is in it.
+void unpackIntoNewFolder(archive* zip, const std::string& archivePath, const std::string& folder) {
+    ItemPlace place;
+    int error = makeFolders(path::deletingLastComponent(folder), ACCESSPERMS);
+    if (error == 0) {
+        error = findPlace(folder, place);
+    }
+    if (error != 0) {
+        failToMake(folder, error);
+    }
+    TemporaryItem draft(place.folder.get(), place.name, S_IFDIR | ACCESSPERMS);
+    error = draft.error();
+    if (error == 0 && ::fchdir(draft.item().get()) != 0) {
+        error = errno;
+    }
+    if (error != 0) {
+        failToMake(folder, error);
+    }
+    unpackEntries(zip, archivePath);
+    if (error = draft.rename(); error != 0) {
+        failToMake(folder, error);
     }
 }
 
@@ -203,15 +172,14 @@ void enter(const std::string& folder) {
 void extract(const std::string& archivePath, const std::string& folder) {
     const auto zip = openArchive(archivePath);
     struct stat status {};
-    if (::stat(folder.c_str(), &status) == 0) {
-        enter(folder);
-        unpackEntries(zip.get(), archivePath);
+    if (::stat(folder.c_str(), &status) != 0) {
+        unpackIntoNewFolder(zip.get(), archivePath, folder);
         return;
     }
-    Draft draft(folder);
-    enter(draft.path());
+    if (::chdir(folder.c_str()) != 0) {
+        throw ToolError(failureSentence(folder, "entered", reason(errno)));
+    }
     unpackEntries(zip.get(), archivePath);
-    draft.putInPlace();
 }
 
 } // namespace platform::native::ditto

@@ -3,10 +3,10 @@
 #include "platform/foundation/Path.h"
 #include "platform/foundation/Text.h"
 #include "platform/linux/UserAccount.h"
+#include "platform/linux/tools/Tool.h"
 #include "platform/linux/tools/launchctl/JobFile.h"
 #include "platform/linux/tools/launchctl/JobUnits.h"
 #include "platform/linux/tools/launchctl/ServiceManager.h"
-#include "platform/linux/tools/launchctl/ToolError.h"
 #include "platform/linux/tools/launchctl/UnitFolder.h"
 
 #include <unistd.h>
@@ -21,6 +21,7 @@ namespace platform::native::launchctl {
 
 namespace {
 
+using tool::ToolError;
 using Clock = ServiceManager::Clock;
 
 /// Callers give the tool ten seconds.
@@ -124,7 +125,7 @@ void withdraw(const Caller& caller, const std::vector<std::string>& units,
         stop(caller, units, manager);
         manager.reload();
     } catch (const ToolError& error) {
-        std::cerr << "launchctl: " << text::printable(error.what()) << '\n';
+        tool::report("launchctl", error.what());
     }
 }
 
@@ -194,20 +195,19 @@ constexpr std::array commands = {
 
 } // namespace
 
-Outcome run(std::span<const std::string> words) {
+void run(std::span<const std::string> words) {
     if (words.size() == 1 && words.front() == "list") {
         list();
-        return Outcome::done;
+        return;
     }
     const auto command =
         std::find_if(commands.begin(), commands.end(), [words](const Command& candidate) {
             return words.size() == 2 && candidate.name == words.front();
         });
     if (command == commands.end()) {
-        return Outcome::misused;
+        throw tool::Misuse();
     }
     command->perform(words.back());
-    return Outcome::done;
 }
 
 } // namespace platform::native::launchctl

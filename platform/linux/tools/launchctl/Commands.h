@@ -11,12 +11,9 @@
 /// other origin are never changed.
 namespace platform::native::launchctl {
 
-/// What became of the words that the program was called with.
-enum class Outcome { done, misused };
-
-/// Carries out "load FILE", "unload FILE", "remove LABEL" or "list"; misused when the words are
-/// none of these. Ends within eight seconds whatever the service manager does. Throws ToolError or
-/// JobError when the command was not carried out.
+/// Carries out "load FILE", "unload FILE", "remove LABEL" or "list". Ends within eight seconds
+/// whatever the service manager does. Throws tool::Misuse when the words are none of these, and
+/// tool::ToolError or JobError when the command was not carried out.
 ///
 /// - load: the job's units are written, wanted at log-in or start-up as its settings say, and
 ///   started as they would be then. When any of it fails nothing of it stays.
@@ -24,6 +21,6 @@ enum class Outcome { done, misused };
 ///   its unit files, links, failures and timer stamps are removed. Without a service manager the
 ///   files are removed all the same.
 /// - list: process id, last exit status and label of each job on standard output.
-Outcome run(std::span<const std::string> words);
+void run(std::span<const std::string> words);
 
 } // namespace platform::native::launchctl

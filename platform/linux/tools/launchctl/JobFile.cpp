@@ -2,7 +2,7 @@
 
 #include "platform/linux/FileDescriptor.h"
 #include "platform/linux/PropertyLists.h"
-#include "platform/linux/tools/launchctl/ToolError.h"
+#include "platform/linux/tools/Tool.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -14,6 +14,8 @@
 namespace platform::native::launchctl {
 
 namespace {
+
+using tool::ToolError;
 
 bool isSafe(const struct stat& status) {
     return (status.st_uid == 0 || status.st_uid == ::geteuid()) &&

@@ -15,6 +15,7 @@ namespace platform::native::launchctl {
 
 namespace {
 
+using tool::ToolError;
 using Clock = ServiceManager::Clock;
 
 constexpr const char* systemdName = "org.freedesktop.systemd1";

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "platform/linux/tools/Tool.h"
 #include "platform/linux/tools/launchctl/JobUnits.h"
-#include "platform/linux/tools/launchctl/ToolError.h"
 
 #include <gio/gio.h>
 
@@ -16,8 +16,8 @@
 namespace platform::native::launchctl {
 
 /// There is no service manager to talk to, and so nothing that it could be running.
-class NoServiceManager : public ToolError {
-    using ToolError::ToolError;
+class NoServiceManager : public tool::ToolError {
+    using tool::ToolError::ToolError;
 };
 
 /// What a manager tells of a service.
@@ -30,8 +30,9 @@ struct ServiceState {
 
 /// A connection to systemd over the bus: org.freedesktop.systemd1(5).
 ///
-/// Every operation ends by the deadline that the connection was made with, and throws ToolError
-/// when it has not been carried out by then or the manager refuses it. One thread may use it.
+/// Every operation ends by the deadline that the connection was made with, and throws
+/// tool::ToolError when it has not been carried out by then or the manager refuses it. One thread
+/// may use it.
 class ServiceManager {
 public:
     using Clock = std::chrono::steady_clock;

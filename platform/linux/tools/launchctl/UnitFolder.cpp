@@ -3,7 +3,7 @@
 #include "platform/foundation/Path.h"
 #include "platform/linux/Folders.h"
 #include "platform/linux/WholeFiles.h"
-#include "platform/linux/tools/launchctl/ToolError.h"
+#include "platform/linux/tools/Tool.h"
 
 #include <unistd.h>
 
@@ -14,6 +14,8 @@
 namespace platform::native::launchctl {
 
 namespace {
+
+using tool::ToolError;
 
 namespace fs = std::filesystem;
 

@@ -23,13 +23,13 @@ public:
     /// The owners of all of the services in the folder that are of jobs.
     std::vector<Owner> owners() const;
 
-    /// Writes units and their links. Throws ToolError when one cannot be written.
+    /// Writes units and their links. Throws tool::ToolError when one cannot be written.
     void write(const std::vector<UnitFile>& units) const;
 
-    /// Removes the links to units, so that nothing starts them. Throws ToolError.
+    /// Removes the links to units, so that nothing starts them. Throws tool::ToolError.
     void removeLinks(const std::vector<std::string>& units) const;
 
-    /// Removes unit files. Throws ToolError.
+    /// Removes unit files. Throws tool::ToolError.
     void remove(const std::vector<std::string>& units) const;
 
     /// Removes the folder, and the one that holds it, when nothing is in them.

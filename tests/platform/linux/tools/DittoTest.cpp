@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <chrono>
 #include <cstdint>
 #include <filesystem>
@@ -34,11 +35,18 @@ class Ditto : public testing::Test {
 protected:
     void SetUp() override { fs::permissions(folder.path(), fs::perms(0777)); }
 
-    static Outcome ditto(const Names& words, const Names& prefix = {}) {
+    static Outcome ditto(const Names& words, const Names& prefix = {},
+                         const std::string& faults = "") {
         Names command = prefix;
         command.emplace_back(QF_DITTO);
         command.insert(command.end(), words.begin(), words.end());
-        return run(command, {"LSAN_OPTIONS=detect_leaks=0"});
+        Names environment{"LSAN_OPTIONS=detect_leaks=0"};
+        if (!faults.empty()) {
+            environment.insert(environment.end(),
+                               {std::string("LD_PRELOAD=") + QF_FAULTY_CALLS, "QF_FAULTS=" + faults,
+                                "QF_FAULTS_FROM_START=1", "ASAN_OPTIONS=verify_asan_link_order=0"});
+        }
+        return run(command, environment);
     }
     static void expectDone(const Outcome& outcome) {
         EXPECT_EQ(outcome.status, 0) << outcome.output;
@@ -313,6 +321,16 @@ TEST_F(Ditto, FailsOnAFullVolume) {
     EXPECT_TRUE(outcome.output.ends_with("\n1\n")) << outcome.output;
 }
 
+TEST_F(Ditto, DeletesWhatAKilledOneLeftBehind) {
+    const auto source = makeSource();
+    ASSERT_EQ(ditto({"-ck", source, folder / "a.zip"}, {}, "fsync:1:kill").status, -1);
+    expectDone(ditto({"-ck", source, folder / "a.zip"}));
+    expectOnly({"src", "a.zip"});
+    ASSERT_EQ(ditto({"-xk", folder / "a.zip", folder / "out"}, {}, "renameat2:1:kill").status, -1);
+    expectDone(ditto({"-xk", folder / "a.zip", folder / "out"}));
+    expectOnly({"src", "a.zip", "out"});
+}
+
 // ---- Together with other tools -----------------------------------------------------------------
 
 TEST_F(Ditto, MakesArchivesThatOtherToolsOpen) {
@@ -350,6 +368,14 @@ TEST_F(Ditto, MakesTheFolderAndThoseOnTheWay) {
     const auto archive = makeArchive("a.zip", {{"file", "content"}});
     expectDone(ditto({"-xk", archive, folder / "new/deeper/out"}));
     EXPECT_EQ(contentOf(folder / "new/deeper/out/file"), "content");
+}
+
+TEST_F(Ditto, UnpacksWhereAVolumeCannotRefuseToReplace) {
+    const auto archive = makeArchive("a.zip", {{"file", "content"}});
+    const auto withoutRefusal = "renameat2:1:" + std::to_string(EINVAL);
+    expectDone(ditto({"-xk", archive, folder / "out"}, {}, withoutRefusal));
+    EXPECT_EQ(contentOf(folder / "out/file"), "content");
+    expectOnly({"a.zip", "out"});
 }
 
 TEST_F(Ditto, MergesIntoAFolderThatIsThere) {

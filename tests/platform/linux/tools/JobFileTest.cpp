@@ -1,6 +1,6 @@
 #include "platform/linux/tools/launchctl/JobFile.h"
 
-#include "platform/linux/tools/launchctl/ToolError.h"
+#include "platform/linux/tools/Tool.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
@@ -18,7 +18,7 @@ std::string errorOf(const std::string& path, MustBeSafe mustBeSafe = MustBeSafe:
     try {
         readJobFile(path, mustBeSafe);
         return "no error";
-    } catch (const ToolError& error) {
+    } catch (const platform::native::tool::ToolError& error) {
         return error.what();
     }
 }

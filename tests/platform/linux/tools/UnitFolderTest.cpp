@@ -1,6 +1,6 @@
 #include "platform/linux/tools/launchctl/UnitFolder.h"
 
-#include "platform/linux/tools/launchctl/ToolError.h"
+#include "platform/linux/tools/Tool.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
@@ -120,7 +120,7 @@ TEST_F(Units, ReplaceALinkThatWasLeftBehind) {
 
 TEST_F(Units, CannotBeWrittenWhereAFileStands) {
     home.write("systemd", "");
-    EXPECT_THROW(folder.write(unitsLabelled("a")), ToolError);
+    EXPECT_THROW(folder.write(unitsLabelled("a")), platform::native::tool::ToolError);
 }
 
 TEST_F(Units, AreNoneInAFolderThatIsNotThere) {

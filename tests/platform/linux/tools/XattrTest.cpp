@@ -142,3 +142,8 @@ TEST_F(Xattr, TellsThatANameOrAValueIsTooLong) {
     EXPECT_EQ(xattr({"-w", std::string(300, 'a'), "value", file}).status, 1);
     EXPECT_EQ(xattr({"-w", "name", std::string(100'000, 'a'), file}).status, 1);
 }
+
+TEST_F(Xattr, FailsWhereItsAnswerCannotBeWritten) {
+    const auto outcome = run({"sh", "-c", R"("$0" -l "$1" >/dev/full)", QF_XATTR, folder.path()});
+    EXPECT_EQ(outcome.status, 1);
+}
