@@ -1,4 +1,5 @@
-# The one place where a target gets its warnings, its sanitizers and its include root.
+# The one place where a target gets its warnings, its sanitizers and its include root, and,
+# where QF_PRECOMPILED names a target that has them, its precompiled headers.
 function(qf_target target)
     target_include_directories(${target} PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>)
     target_compile_options(${target} PRIVATE
@@ -9,5 +10,8 @@ function(qf_target target)
         target_compile_options(${target} PUBLIC
             -fsanitize=${QF_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
         target_link_options(${target} PUBLIC -fsanitize=${QF_SANITIZE})
+    endif()
+    if(QF_PRECOMPILED AND NOT target STREQUAL QF_PRECOMPILED)
+        target_precompile_headers(${target} REUSE_FROM ${QF_PRECOMPILED})
     endif()
 endfunction()
