@@ -1,0 +1,127 @@
+// qf-helper: starts tools as the superuser for one program, whose user pkexec has authorized.
+//
+// The program makes a socket pair and starts this through pkexec with one end as descriptor 0. The
+// connection is the right: whoever holds the other end may have any tool started that only root may
+// change, as that user could with pkexec itself, but without being asked again. Nothing is read
+// from the environment but what pkexec puts there, nothing from the command line, no file is
+// configuration.
+
+#include "platform/linux/helper/Refusal.h"
+#include "platform/linux/helper/Session.h"
+#include "platform/linux/helper/SystemLog.h"
+
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <charconv>
+#include <csignal>
+#include <cstdlib>
+#include <stdexcept>
+#include <string>
+
+namespace platform::native::helper {
+
+namespace {
+
+/// Signals that a user or a terminal may send by way of the process group do not end the helper.
+void settleSignals() {
+    for (const int signal : {SIGHUP, SIGINT, SIGQUIT, SIGPIPE, SIGTSTP, SIGTTIN, SIGTTOU}) {
+        ::signal(signal, SIG_IGN);
+    }
+    ::signal(SIGCHLD, [](int) {});
+    sigset_t children;
+    ::sigemptyset(&children);
+    ::sigaddset(&children, SIGCHLD);
+    ::sigprocmask(SIG_SETMASK, &children, nullptr);
+}
+
+/// The limits that a user has set do not stop a tool half-way, and nothing leaves a core dump.
+void settleLimits() {
+    struct Limit {
+        int resource;
+        rlim_t value;
+    };
+    constexpr rlim_t mostDescriptors = 256;
+    for (const auto& limit : {Limit{RLIMIT_CORE, 0}, Limit{RLIMIT_NOFILE, mostDescriptors},
+                              Limit{RLIMIT_CPU, RLIM_INFINITY}, Limit{RLIMIT_FSIZE, RLIM_INFINITY},
+                              Limit{RLIMIT_DATA, RLIM_INFINITY}, Limit{RLIMIT_AS, RLIM_INFINITY}}) {
+        const rlimit both{limit.value, limit.value};
+        ::setrlimit(static_cast<__rlimit_resource>(limit.resource), &both);
+    }
+}
+
+/// Leaves standard input, the connection, as the only thing that the caller has handed over.
+void settleSurroundings() {
+    ::clearenv();
+    ::close_range(STDERR_FILENO + 1, ~0U, 0);
+    int null = -1;
+    do {
+        null = ::open("/dev/null", O_RDWR | O_CLOEXEC);
+    } while (null >= 0 && null <= STDERR_FILENO);
+    ::dup2(null, STDOUT_FILENO);
+    ::dup2(null, STDERR_FILENO);
+    ::close(null);
+    ::umask(S_IWGRP | S_IWOTH);
+    if (::chdir("/") != 0) {
+        ::_exit(EXIT_FAILURE);
+    }
+    settleSignals();
+    settleLimits();
+    openLog();
+}
+
+/// The user whom pkexec has authorized: what it says must be what the system says of the process
+/// that made the connection. Throws the reason when there is none.
+uid_t authorizedUser(const std::string& invoker) {
+    if (::getuid() != 0 || ::geteuid() != 0) {
+        throw std::runtime_error("it does not run as the superuser");
+    }
+    uid_t user = 0;
+    const char* end = invoker.data() + invoker.size();
+    const auto number = std::from_chars(invoker.data(), end, user);
+    if (invoker.empty() || number.ec != std::errc() || number.ptr != end) {
+        throw std::runtime_error("pkexec did not start it");
+    }
+    int domain = 0;
+    int type = 0;
+    ucred peer{};
+    socklen_t size = sizeof(int);
+    socklen_t peerSize = sizeof peer;
+    if (::getsockopt(STDIN_FILENO, SOL_SOCKET, SO_DOMAIN, &domain, &size) != 0 ||
+        ::getsockopt(STDIN_FILENO, SOL_SOCKET, SO_TYPE, &type, &size) != 0 || domain != AF_UNIX ||
+        type != SOCK_SEQPACKET ||
+        ::getsockopt(STDIN_FILENO, SOL_SOCKET, SO_PEERCRED, &peer, &peerSize) != 0) {
+        throw std::runtime_error("its standard input is no connection");
+    }
+    if (peer.uid != user) {
+        throw std::runtime_error("its connection is not the authorized user's");
+    }
+    return user;
+}
+
+int serve() {
+    const char* variable = ::getenv("PKEXEC_UID");
+    const std::string invoker = variable == nullptr ? "" : variable;
+    settleSurroundings();
+    try {
+        Session(authorizedUser(invoker)).serve();
+    } catch (const std::runtime_error& error) {
+        log(std::string("refused to start: ") + error.what());
+        return EXIT_FAILURE;
+    } catch (const Refusal& refusal) {
+        log("refused to start: " + sentence(refusal));
+        return EXIT_FAILURE;
+    }
+    return EXIT_SUCCESS;
+}
+
+} // namespace
+
+} // namespace platform::native::helper
+
+int main() {
+    return platform::native::helper::serve();
+}
