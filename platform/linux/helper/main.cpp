@@ -45,9 +45,11 @@ void settleLimits() {
         rlim_t value;
     };
     constexpr rlim_t mostDescriptors = 256;
+    constexpr rlim_t usualStack = 8UL << 20U; // without a limit, programs are laid out predictably
     for (const auto& limit : {Limit{RLIMIT_CORE, 0}, Limit{RLIMIT_NOFILE, mostDescriptors},
-                              Limit{RLIMIT_CPU, RLIM_INFINITY}, Limit{RLIMIT_FSIZE, RLIM_INFINITY},
-                              Limit{RLIMIT_DATA, RLIM_INFINITY}, Limit{RLIMIT_AS, RLIM_INFINITY}}) {
+                              Limit{RLIMIT_STACK, usualStack}, Limit{RLIMIT_CPU, RLIM_INFINITY},
+                              Limit{RLIMIT_FSIZE, RLIM_INFINITY}, Limit{RLIMIT_DATA, RLIM_INFINITY},
+                              Limit{RLIMIT_AS, RLIM_INFINITY}}) {
         const rlimit both{limit.value, limit.value};
         ::setrlimit(static_cast<__rlimit_resource>(limit.resource), &both);
     }

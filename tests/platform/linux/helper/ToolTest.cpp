@@ -106,8 +106,9 @@ TEST_F(HelperTool, HasTheStandardStreamsAndNothingElse) {
 }
 
 TEST_F(HelperTool, IsNotBoundByTheUsersLimits) {
-    TestedHelper helper({.fileSize = 1U << 30U});
-    EXPECT_EQ(helper.outputOf("/bin/sh", {"-c", "ulimit -f; ulimit -c"}), "unlimited\n0\n");
+    TestedHelper helper({.limits = {{RLIMIT_FSIZE, 1U << 30U}, {RLIMIT_STACK, 1U << 18U}}});
+    EXPECT_EQ(helper.outputOf("/bin/sh", {"-c", "ulimit -f; ulimit -s; ulimit -c"}),
+              "unlimited\n8192\n0\n");
 }
 
 TEST_F(HelperTool, SpeaksToTheSystemLogInPrintableLines) {
