@@ -11,6 +11,7 @@
 #include "platform/linux/helper/SystemLog.h"
 
 #include <fcntl.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -26,8 +27,10 @@ namespace platform::native::helper {
 
 namespace {
 
-/// Signals that a user or a terminal may send by way of the process group do not end the helper.
+/// What a user or a terminal may send by way of the process group does not end the helper, nor does
+/// the end of the thread that started it.
 void settleSignals() {
+    ::prctl(PR_SET_PDEATHSIG, 0);
     for (const int signal : {SIGHUP, SIGINT, SIGQUIT, SIGPIPE, SIGTSTP, SIGTTIN, SIGTTOU}) {
         ::signal(signal, SIG_IGN);
     }

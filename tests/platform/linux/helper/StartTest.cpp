@@ -2,7 +2,10 @@
 
 #include "tests/platform/linux/helper/HelperHarness.h"
 
+#include <unistd.h>
+
 #include <csignal>
+#include <thread>
 
 using platform::native::helper::areYouThere;
 using platform::native::helper::Status;
@@ -63,4 +66,19 @@ TEST_F(HelperStart, IsNotEndedByWhatATerminalSends) {
         ASSERT_EQ(::kill(helper.process(), signal), 0);
         EXPECT_EQ(helper.send(areYouThere).status, Status::ready);
     }
+}
+
+TEST_F(HelperStart, OutlivesTheThreadThatStartedIt) {
+    std::optional<TestedHelper> helper;
+    std::string threadsFolder;
+    std::thread starter([&] {
+        threadsFolder = "/proc/self/task/" + std::to_string(::gettid());
+        helper.emplace(HelperSetup{.endsWithThread = true});
+        EXPECT_EQ(helper->send(areYouThere).status, Status::ready);
+    });
+    starter.join();
+    while (exists(threadsFolder)) { // until the system has told its children
+        std::this_thread::yield();
+    }
+    EXPECT_EQ(helper->send(areYouThere).status, Status::ready);
 }
