@@ -1,9 +1,12 @@
 #include "platform/linux/helper/Walk.h"
 
+#include "platform/linux/helper/Refusal.h"
+
 #include <fcntl.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <climits>
 #include <deque>
 #include <utility>
@@ -40,11 +43,14 @@ std::optional<Item> openItem(int folder, const std::string& name) {
     Item item;
     item.descriptor =
         FileDescriptor(::openat(folder, name.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
-    if (!item.descriptor || ::statx(item.descriptor.get(), "", AT_EMPTY_PATH | AT_STATX_DONT_SYNC,
-                                    needed, &item.status) != 0) {
-        return std::nullopt;
+    if (item.descriptor && ::statx(item.descriptor.get(), "", AT_EMPTY_PATH | AT_STATX_DONT_SYNC,
+                                   needed, &item.status) == 0) {
+        return item;
     }
-    return item;
+    if (errno == ENOMEM || errno == EMFILE || errno == ENFILE) {
+        throw Refusal{Status::startFailed, name + ": " + std::to_string(errno)};
+    }
+    return std::nullopt;
 }
 
 bool Way::isHonest() const {

@@ -33,7 +33,8 @@ struct Item {
 };
 
 /// Opens what stands in a folder under a name, a link itself. No server is asked and nothing is
-/// mounted on the way, so that a dead one cannot keep the helper waiting.
+/// mounted on the way, so that a dead one cannot keep the helper waiting. Throws a Refusal when the
+/// system has no memory or descriptor left: what cannot be looked at may stand there all the same.
 std::optional<Item> openItem(int folder, const std::string& name);
 
 /// What a path leads to.
@@ -51,7 +52,7 @@ using Visitor = std::function<void(const Item&)>;
 
 /// Walks from the root to what an absolute path leads to, following every link, the last one too,
 /// and shows `visit` each folder, link and file that it comes by. Gives nothing when it cannot be
-/// reached.
+/// reached; throws as openItem.
 std::optional<Way> walk(
     std::string_view path, const Visitor& visit = [](const Item&) {});
 
