@@ -77,7 +77,7 @@ std::optional<Way> walk(std::string_view path, const Visitor& visit) {
         }
         visit(*next);
         if (isChangeable && (next->isLink() || name == "..")) {
-            way.redirectors.push_back(way.end.status.stx_uid);
+            way.redirectors.push_back(way.end.isEverybodys() ? 0 : way.end.status.stx_uid);
         }
         if (!next->isLink()) {
             isChangeable = isChangeable || next->isChangeable();

@@ -27,6 +27,7 @@ struct Item {
     bool isChangeable() const {
         return status.stx_uid != 0 || (!isLink() && (status.stx_mode & (S_IWGRP | S_IWOTH)) != 0);
     }
+    bool isEverybodys() const { return (status.stx_mode & S_IWOTH) != 0; }
     auto identity() const {
         return std::tuple(status.stx_dev_major, status.stx_dev_minor, status.stx_ino);
     }
@@ -41,10 +42,11 @@ std::optional<Item> openItem(int folder, const std::string& name);
 struct Way {
     Item end;
     /// The owners of the folders from where the way could have been led elsewhere: each has a link
-    /// or ".." on the way that others than root may have put there.
+    /// or ".." on the way that others than root may have put there. Root stands for everybody.
     std::vector<uid_t> redirectors;
 
-    /// Whether it leads where each redirector could have done the same harm as its owner.
+    /// Whether it leads where each redirector could have done the same harm as its owner. A
+    /// folder's group is trusted as its owner is.
     bool isHonest() const;
 };
 

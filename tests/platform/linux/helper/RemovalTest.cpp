@@ -191,6 +191,15 @@ TEST_F(HelperRemoval, FollowsAUsersLinkToTheUsersOwnFolder) {
 
 using HelperMove = HelperRemoval;
 
+TEST_F(HelperRemoval, IsNotLedByALinkInAFolderThatEverybodyMayChange) {
+    TestedHelper helper;
+    const std::string shared = makeFolder(usersFolder() + "/shared", servedUser, 0777);
+    const std::string file = makeFile(makeFolder(usersFolder() + "/private", servedUser) + "/file");
+    const std::string link = makeLink(usersFolder() + "/private", shared + "/link", 23456);
+    EXPECT_EQ(helper.run("/bin/rm", {"-Rdf", link + "/file"}), Status::itemRedirected);
+    EXPECT_TRUE(exists(file));
+}
+
 TEST_F(HelperMove, GoesIntoAFolderOrToANewName) {
     TestedHelper helper;
     const std::string file = makeFile(roots() + "/file");
