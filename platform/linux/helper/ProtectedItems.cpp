@@ -7,8 +7,18 @@
 #include <pwd.h>
 
 #include <cstdio>
+#include <memory>
+#include <vector>
 
 namespace platform::native::helper {
+
+namespace {
+
+/// A name, a path, a type and options. Each may have a page, four times as much where its
+/// characters are written as numbers.
+constexpr int longestMountLine = 4 * 4 * 4096;
+
+} // namespace
 
 ProtectedItems::ProtectedItems(uid_t user) {
     addTopLevel();
@@ -21,14 +31,13 @@ void ProtectedItems::add(const std::string& path) {
 }
 
 void ProtectedItems::addTopLevel() {
-    DIR* folder = ::opendir("/");
-    if (folder == nullptr) {
+    const std::unique_ptr<DIR, int (*)(DIR*)> folder(::opendir("/"), ::closedir);
+    if (!folder) {
         throw Refusal{Status::startFailed, "/"};
     }
-    while (const dirent* entry = ::readdir(folder)) {
+    while (const dirent* entry = ::readdir(folder.get())) {
         add(std::string("/") + static_cast<const char*>(entry->d_name));
     }
-    ::closedir(folder);
 }
 
 void ProtectedItems::addHomes(uid_t user) {
@@ -44,14 +53,16 @@ void ProtectedItems::addHomes(uid_t user) {
 }
 
 void ProtectedItems::addMountPoints() {
-    FILE* mounts = ::setmntent("/proc/self/mounts", "re");
-    if (mounts == nullptr) {
+    const std::unique_ptr<FILE, int (*)(FILE*)> mounts(::setmntent("/proc/self/mounts", "re"),
+                                                       ::endmntent);
+    if (!mounts) {
         throw Refusal{Status::startFailed, "/proc/self/mounts"};
     }
-    while (const mntent* mount = ::getmntent(mounts)) {
-        add(mount->mnt_dir);
+    mntent mount{};
+    std::vector<char> line(longestMountLine);
+    while (::getmntent_r(mounts.get(), &mount, line.data(), longestMountLine) != nullptr) {
+        add(mount.mnt_dir);
     }
-    ::endmntent(mounts);
 }
 
 } // namespace platform::native::helper

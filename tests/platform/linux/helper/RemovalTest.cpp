@@ -96,6 +96,14 @@ TEST_F(HelperRemoval, SparesThemFromToolsUnderAnotherName) {
     const std::string other = makeLink("/usr/bin/rm", roots() + "/delete", 0);
     EXPECT_EQ(helper.run(other, {"-df", "/usr"}), Status::itemProtected);
 }
+TEST_F(HelperRemoval, SparesAMountPointOfAFileSystemWithALongName) {
+    makeFolder(roots() + "/outer");
+    const std::string point = makeFolder(roots() + "/outer/point");
+    const std::string name(4095, 'x');
+    ASSERT_EQ(::mount(name.c_str(), point.c_str(), "tmpfs", 0, ""), 0);
+    expectProtected(roots() + "/outer");
+}
+
 
 TEST_F(HelperRemoval, SparesThemAmongOtherOperands) {
     TestedHelper helper;
