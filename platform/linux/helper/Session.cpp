@@ -71,6 +71,9 @@ void Session::serve() {
         reap();
     }
     logToolErrors();
+    if (!errorLine_.empty()) {
+        log(errorLine_);
+    }
 }
 
 void Session::waitForEvents() {
@@ -125,20 +128,17 @@ void Session::pass(Output& output) {
 
 /// Gives what the tools say to the system log, one entry a line.
 void Session::logToolErrors() {
-    std::array<char, 4096> bytes{};
-    for (;;) {
-        const ssize_t size = ::read(toolErrors_.readEnd.get(), bytes.data(), bytes.size());
-        if (size <= 0) {
-            return;
-        }
-        errorLine_.append(bytes.data(), static_cast<std::size_t>(size));
-        for (std::size_t end = 0; (end = errorLine_.find('\n')) != std::string::npos;) {
-            log(errorLine_.substr(0, end));
-            errorLine_.erase(0, end + 1);
-        }
-        if (errorLine_.size() > longestLogLine) {
-            log(std::exchange(errorLine_, {}));
-        }
+    std::array<char, 64UL * 1024> bytes{}; // all that a pipe holds
+    const ssize_t size = ::read(toolErrors_.readEnd.get(), bytes.data(), bytes.size());
+    errorLine_.append(bytes.data(), size > 0 ? static_cast<std::size_t>(size) : 0);
+    std::size_t begin = 0;
+    for (std::size_t end = 0; (end = errorLine_.find('\n', begin)) != std::string::npos;) {
+        log(errorLine_.substr(begin, end - begin));
+        begin = end + 1;
+    }
+    errorLine_.erase(0, begin);
+    if (errorLine_.size() > longestLogLine) {
+        log(std::exchange(errorLine_, {}));
     }
 }
 

@@ -118,6 +118,15 @@ TEST_F(HelperTool, SpeaksToTheSystemLogInPrintableLines) {
     EXPECT_EQ(helper.nextLogLine(), "two");
 }
 
+TEST_F(HelperTool, IsHeardToTheEndOfItsLastLine) {
+    TestedHelper helper;
+    helper.run("/bin/sh", {"-c", "printf 'one\ntwo' >&2"});
+    helper.disconnect();
+    EXPECT_EQ(helper.waitForEnd(), 0);
+    EXPECT_EQ(helper.nextLogLine(), "one");
+    EXPECT_EQ(helper.nextLogLine(), "two");
+}
+
 TEST_F(HelperTool, GetsItsArgumentsUnchanged) {
     TestedHelper helper;
     const std::string odd = "line\nbreak \xff\xfe\x80 'quote\" $HOME `id` *";
