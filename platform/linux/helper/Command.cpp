@@ -3,40 +3,38 @@
 #include "platform/linux/helper/ProtectedItems.h"
 #include "platform/linux/helper/Refusal.h"
 
+#include <fcntl.h>
+
 #include <string_view>
+#include <utility>
 
 namespace platform::native::helper {
 
 namespace {
 
-/// A name in a folder. The item is missing when nothing stands there.
-struct Place {
-    Item folder;
-    std::string name;
-    std::optional<Item> item;
-};
-
-Item trustedTool(std::string_view path) {
+Tool trustedTool(std::string_view path) {
+    const std::string about(path);
     if (!path.starts_with('/')) {
-        throw Refusal{Status::toolNotAbsolute, std::string(path)};
+        throw Refusal{Status::toolNotAbsolute, about};
     }
     bool isTrusted = true;
     auto way = walk(path, [&](const Item& item) { isTrusted = isTrusted && !item.isChangeable(); });
     if (!isTrusted) {
-        throw Refusal{Status::toolNotTrusted, std::string(path)};
+        throw Refusal{Status::toolNotTrusted, about};
     }
     if (!way || !S_ISREG(way->end.status.stx_mode) || (way->end.status.stx_mode & 0111U) == 0) {
-        throw Refusal{Status::toolMissing, std::string(path)};
+        throw Refusal{Status::toolMissing, about};
     }
-    return std::move(way->end);
+    return {about, std::move(way->end)};
 }
 
-bool isTool(const Command& command, const std::string& name) {
-    if (command.path.ends_with("/" + name)) {
-        return true;
-    }
-    const auto known = walk("/usr/bin/" + name);
-    return known && known->end.identity() == command.tool.identity();
+bool isFile(const Tool& tool, std::string_view path) {
+    const auto way = walk(path);
+    return way && way->end.identity() == tool.file.identity();
+}
+
+bool isTool(const Tool& tool, const std::string& name) {
+    return tool.path.ends_with("/" + name) || isFile(tool, "/usr/bin/" + name);
 }
 
 /// The way to the folder of an operand, and the operand's name there. Gives nothing when the folder
@@ -69,42 +67,53 @@ std::optional<Place> locate(std::string_view operand) {
     return Place{std::move(way->end), name, std::move(item)};
 }
 
-/// Takes the operands out of a command whose options are single letters without a value, all of
-/// them in `letters`, and leaves the options and "--".
-std::vector<std::string> takeOperands(Command& command, std::string_view letters) {
+/// The arguments of a tool whose options are single letters without a value.
+struct Words {
     std::vector<std::string> options;
-    std::vector<std::string> operands;
+    std::vector<std::string_view> operands;
+};
+
+/// Tells options, which are all in `letters`, and operands apart.
+Words wordsOf(const Request& request, std::string_view letters) {
+    Words words;
     bool isOver = false;
-    for (auto& argument : command.arguments) {
+    for (const auto& argument : request.arguments) {
         if (isOver || !argument.starts_with('-')) {
-            operands.push_back(std::move(argument));
+            words.operands.push_back(argument);
         } else if (argument == "--") {
             isOver = true;
         } else if (argument.size() == 1 ||
-                   argument.find_first_not_of(letters, 1) != std::string::npos) {
-            throw Refusal{Status::commandUnknown, command.path + " " + argument};
+                   argument.find_first_not_of(letters, 1) != std::string_view::npos) {
+            throw Refusal{Status::commandUnknown,
+                          std::string(request.tool) + " " + std::string(argument)};
         } else {
-            options.push_back(std::move(argument));
+            words.options.emplace_back(argument);
         }
     }
-    options.emplace_back("--");
-    command.arguments = std::move(options);
-    return operands;
+    return words;
+}
+
+void addPlace(Command& command, Place place) {
+    command.arguments.push_back(heldPath(place.folder, place.name));
+    command.folders.push_back(std::move(place.folder));
 }
 
 /// An operand whose folder does not exist is left out, for there is nothing to remove.
-void prepareRemoval(Command& command, const ProtectedItems& staying) {
-    for (const auto& operand : takeOperands(command, "dfiIrRv")) {
+Command prepareRemoval(Tool tool, const Request& request, const ProtectedItems& staying) {
+    auto [options, operands] = wordsOf(request, "dfiIrRv");
+    options.emplace_back("--");
+    Command command{std::move(tool), std::move(options), {}};
+    for (const auto operand : operands) {
         auto place = locate(operand);
         if (!place) {
             continue;
         }
         if (place->item && staying.contain(*place->item)) {
-            throw Refusal{Status::itemProtected, operand};
+            throw Refusal{Status::itemProtected, std::string(operand)};
         }
-        const std::string name = place->name;
-        command.arguments.push_back(anchor(command, std::move(place->folder), name));
+        addPlace(command, std::move(*place));
     }
+    return command;
 }
 
 /// Where a move to `operand` ends: in the folder that stands there, or else at this very place.
@@ -125,53 +134,52 @@ std::optional<Place> destinationOf(std::string_view operand, const std::string& 
 
 /// Replacing without a question is all that a move does: it may be made by another name first,
 /// where the tool would not see what it must not replace.
-void prepareMove(Command& command, const ProtectedItems& staying) {
-    const auto operands = takeOperands(command, "fv");
+std::variant<Command, Move> prepareMove(Tool tool, const Request& request,
+                                        const ProtectedItems& staying) {
+    auto [options, operands] = wordsOf(request, "fv");
     if (operands.size() != 2) {
-        throw Refusal{Status::commandUnknown, command.path};
+        throw Refusal{Status::commandUnknown, tool.path};
     }
     auto source = locate(operands[0]);
     if (!source || !source->item) {
-        throw Refusal{Status::itemUnreachable, operands[0]};
+        throw Refusal{Status::itemUnreachable, std::string(operands[0])};
     }
     auto destination = destinationOf(operands[1], source->name);
     if (!destination) {
-        throw Refusal{Status::itemUnreachable, operands[1]};
+        throw Refusal{Status::itemUnreachable, std::string(operands[1])};
     }
     if (staying.contain(*source->item) ||
         (destination->item && staying.contain(*destination->item))) {
-        throw Refusal{Status::itemProtected, operands[0]};
+        throw Refusal{Status::itemProtected, std::string(operands[0])};
     }
-    const std::string name = destination->name;
-    const bool staged = destination->folder.isChangeable();
-    command.arguments.insert(command.arguments.begin(), "-T");
-    command.arguments.push_back(anchor(command, std::move(source->folder), source->name));
-    command.arguments.push_back(anchor(command, std::move(destination->folder), name));
-    if (staged) {
-        command.staging.emplace(command.folders.size() - 1, name);
+    if (destination->folder.isChangeable()) {
+        return Move{std::move(*source), std::move(*destination), trustedTool("/bin/cp"),
+                    trustedTool("/bin/rm")};
     }
+    options.insert(options.end(), {"-T", "--"});
+    Command command{std::move(tool), std::move(options), {}};
+    addPlace(command, std::move(*source));
+    addPlace(command, std::move(*destination));
+    return command;
 }
 
 } // namespace
 
-std::string anchor(Command& command, Item folder, const std::string& name) {
-    const std::string number = std::to_string(folder.descriptor.get());
-    command.folders.push_back(std::move(folder));
-    return "/proc/self/fd/" + number + "/" + name;
+std::string heldPath(const Item& folder, const std::string& name) {
+    const int descriptor = folder.descriptor.get();
+    ::fcntl(descriptor, F_SETFD, 0);
+    return "/proc/self/fd/" + std::to_string(descriptor) + "/" + name;
 }
 
-Command prepare(const Request& request, uid_t user) {
-    Command command{.path = std::string(request.tool),
-                    .tool = trustedTool(request.tool),
-                    .arguments = {request.arguments.begin(), request.arguments.end()},
-                    .folders = {},
-                    .staging = {}};
-    if (isTool(command, "rm")) {
-        prepareRemoval(command, ProtectedItems(user));
-    } else if (isTool(command, "mv")) {
-        prepareMove(command, ProtectedItems(user));
+std::variant<Command, Move> prepare(const Request& request, uid_t user) {
+    Tool tool = trustedTool(request.tool);
+    if (isTool(tool, "rm")) {
+        return prepareRemoval(std::move(tool), request, ProtectedItems(user));
     }
-    return command;
+    if (isTool(tool, "mv")) {
+        return prepareMove(std::move(tool), request, ProtectedItems(user));
+    }
+    return Command{std::move(tool), {request.arguments.begin(), request.arguments.end()}, {}};
 }
 
 } // namespace platform::native::helper

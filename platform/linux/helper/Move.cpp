@@ -4,11 +4,13 @@
 #include "platform/linux/helper/ToolStart.h"
 
 #include <fcntl.h>
+#include <sys/random.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdint>
 #include <cstdio>
 #include <filesystem>
 
@@ -16,39 +18,67 @@ namespace platform::native::helper {
 
 namespace {
 
-/// Whether all that has been copied is still where it was copied from, so that the copy of a move
-/// that failed can go. The tool takes nothing away before the copy is complete.
-bool isWhole(const std::filesystem::path& source, const std::filesystem::path& copy) {
-    namespace fs = std::filesystem;
-    std::error_code error;
-    const auto stands = [&](const fs::path& item) {
-        return fs::exists(fs::symlink_status(item, error));
-    };
-    if (!stands(copy)) {
-        return true;
+/// A new folder in another one, which none but root may enter, so that nothing can be put in the
+/// way of what is copied into it. It goes at the scope's end, if it is empty.
+class Stage {
+public:
+    /// Throws a Refusal.
+    explicit Stage(const Item& parent) : parent_(parent.descriptor.get()) {
+        if (::mkdirat(parent_, name_.c_str(), S_IRWXU) != 0) {
+            throw startFailure(errno);
+        }
+        auto made = openItem(parent_, name_);
+        if (!made || !isNew(*made)) {
+            remove();
+            throw startFailure(EPERM);
+        }
+        folder_ = std::move(*made);
     }
-    bool whole = stands(source);
-    for (fs::recursive_directory_iterator item(copy, error), end; whole && !error && item != end;
-         item.increment(error)) {
-        whole = stands(source / item->path().lexically_relative(copy));
-    }
-    return whole && !error;
-}
+    ~Stage() { remove(); }
+    Stage(const Stage&) = delete;
+    Stage& operator=(const Stage&) = delete;
+    Stage(Stage&&) = delete;
+    Stage& operator=(Stage&&) = delete;
 
-/// Waits until no other child of the session moves anything, and keeps them waiting until this
-/// process ends.
-void takeTurn(const FileDescriptor& turns) {
-    struct flock all {};
-    all.l_type = F_WRLCK;
-    while (::fcntl(turns.get(), F_SETLKW, &all) != 0 && errno == EINTR) {
-    }
-}
+    const Item& folder() const { return folder_; }
 
-/// Waits until the other end of a pipe is closed.
-void awaitEnd(const FileDescriptor& readEnd) {
-    char nothing = 0;
-    while (::read(readEnd.get(), &nothing, 1) < 0 && errno == EINTR) {
+private:
+    /// A name that nobody can have taken before.
+    static std::string newName() {
+        std::uint64_t number = 0;
+        if (::getrandom(&number, sizeof number, 0) != sizeof number) {
+            throw startFailure(errno);
+        }
+        return ".qf-helper-" + std::to_string(number);
     }
+
+    /// Whether a folder is what has just been made, or as good. Who may change the folder that it
+    /// is in may have put another in its place.
+    static bool isNew(const Item& folder) {
+        constexpr unsigned rights = S_IRWXU | S_IRWXG | S_IRWXO;
+        std::error_code error;
+        return folder.isFolder() && folder.status.stx_uid == 0 &&
+               (folder.status.stx_mode & rights) == S_IRWXU &&
+               std::filesystem::is_empty(heldPath(folder, ""), error) && !error;
+    }
+
+    void remove() const { ::unlinkat(parent_, name_.c_str(), AT_REMOVEDIR); }
+
+    int parent_;
+    std::string name_ = newName();
+    Item folder_;
+};
+
+/// Runs a tool to its end and tells whether it has done what it was to do.
+bool succeeds(const Tool& tool, const std::vector<std::string>& arguments) {
+    const pid_t child = ::fork();
+    if (child == 0) {
+        becomeToolOrEnd(tool, arguments);
+    }
+    int status = -1;
+    while (child > 0 && ::waitpid(child, &status, 0) < 0 && errno == EINTR) {
+    }
+    return status == 0;
 }
 
 /// Whether something stands at the destination that the item cannot replace at once.
@@ -59,79 +89,49 @@ bool isTaken(const std::string& destination, const std::string& source) {
            (S_ISDIR(there.st_mode) || ::lstat(source.c_str(), &item) != 0 || S_ISDIR(item.st_mode));
 }
 
-/// Moves through a fresh folder beside the destination that none but root may enter, so that
-/// nothing can be put in the tool's way while it copies. What cannot be put in place afterwards
-/// stays there.
-///
-/// Such moves are made one after the other: an item that the program asks to be moved again,
-/// because it stands in its place while it is copied, has gone by then. Two at once would each take
-/// away what the other still has to copy. The program is told at once that the move has begun.
-[[noreturn]] void moveThroughStage(Command command, FileDescriptor& report,
-                                   const FileDescriptor& turns) {
-    const auto [index, name] = *command.staging;
-    const int folder = command.folders[index].descriptor.get();
-    const std::string stageName = ".qf-helper-" + std::to_string(::getpid());
-    if (::mkdirat(folder, stageName.c_str(), S_IRWXU) != 0) {
-        failToStart(report);
+/// Waits until no other process moves anything, and keeps others waiting until this process ends.
+void takeTurn(const FileDescriptor& turns) {
+    struct flock all {};
+    all.l_type = F_WRLCK;
+    while (::fcntl(turns.get(), F_SETLKW, &all) != 0 && errno == EINTR) {
     }
-    auto stage = openItem(folder, stageName);
-    if (!stage || !stage->isFolder() || stage->isChangeable()) {
-        errno = EPERM;
-        failToStart(report);
+}
+
+/// Puts a copy in the destination's place. A tool could be led astray on the way there; renaming
+/// cannot.
+bool putCopy(const Move& move, const std::string& source, const std::string& copy,
+             const std::string& destination) {
+    if (succeeds(move.copier, {"-a", "-T", "--", source, copy}) &&
+        ::rename(copy.c_str(), destination.c_str()) == 0) {
+        return true;
     }
-    const int stageFolder = stage->descriptor.get();
-    const std::string source = command.arguments[command.arguments.size() - 2];
-    command.arguments.back() = anchor(command, std::move(*stage), name);
-    Pipe start = makePipe(0);
-    const pid_t tool = ::fork();
-    if (tool == 0) {
-        start.writeEnd.reset();
-        report.reset();
-        awaitEnd(start.readEnd);
-        becomeTool(command, report);
-    }
-    if (tool < 0) {
-        const int error = errno;
-        ::unlinkat(folder, stageName.c_str(), AT_REMOVEDIR);
-        errno = error;
-        failToStart(report);
-    }
-    report.reset();
-    takeTurn(turns);
-    start.writeEnd.reset();
-    int status = 0;
-    while (::waitpid(tool, &status, 0) < 0 && errno == EINTR) {
-    }
-    if (status != 0 && isWhole(source, command.arguments.back())) {
-        std::error_code ignored;
-        std::filesystem::remove_all(command.arguments.back(), ignored);
-    } else if (::renameat(stageFolder, name.c_str(), folder, name.c_str()) != 0 &&
-               errno != ENOENT) {
-        log("a moved item was left in " + stageName + ": " + name);
-    }
-    ::unlinkat(folder, stageName.c_str(), AT_REMOVEDIR);
-    ::_exit(status == 0 ? 0 : 1);
+    log("nothing was moved, for no copy could be put in place: " + move.destination.name);
+    succeeds(move.remover, {"-Rf", "--", copy});
+    return false;
 }
 
 } // namespace
 
-void moveIntoChangeableFolder(Command command, FileDescriptor& report,
-                              const FileDescriptor& turns) {
-    // Where the item can be renamed there is no way on which it could be led astray; only the
-    // attempt tells where that is.
-    const std::string& source = command.arguments[command.arguments.size() - 2];
-    const std::string& destination = command.arguments.back();
+bool carryOut(const Move& move, FileDescriptor& report, const FileDescriptor& turns) {
+    const std::string source = heldPath(move.source.folder, move.source.name);
+    const std::string destination = heldPath(move.destination.folder, move.destination.name);
+    // Where the item can be renamed, only the attempt tells.
     if (::rename(source.c_str(), destination.c_str()) == 0) {
-        ::_exit(0);
+        return true;
     }
     if (errno != EXDEV) {
-        failToStart(report);
+        throw startFailure(errno);
     }
     if (isTaken(destination, source)) {
-        errno = EEXIST;
-        failToStart(report);
+        throw startFailure(EEXIST);
     }
-    moveThroughStage(std::move(command), report, turns);
+    const Stage stage(move.destination.folder);
+    report.reset();
+    // An item that the program asks to be moved again, because it stands in its place while it is
+    // copied, has gone by then.
+    takeTurn(turns);
+    return putCopy(move, source, heldPath(stage.folder(), move.destination.name), destination) &&
+           succeeds(move.remover, {"-Rf", "--", source});
 }
 
 } // namespace platform::native::helper

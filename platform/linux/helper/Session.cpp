@@ -14,25 +14,30 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
+#include <cstdlib>
 #include <cstring>
 #include <new>
 #include <utility>
+#include <variant>
 
 namespace platform::native::helper {
 
 namespace {
 
-[[noreturn]] void runInChild(Command command, FileDescriptor report, const FileDescriptor& turns) {
+/// Becomes the tool, or makes the move, and tells the helper when that cannot be begun.
+[[noreturn]] void runInChild(const std::variant<Command, Move>& task, FileDescriptor report,
+                             const FileDescriptor& turns) {
     try {
-        if (command.staging) {
-            moveIntoChangeableFolder(std::move(command), report, turns);
+        if (const auto* move = std::get_if<Move>(&task)) {
+            ::_exit(carryOut(*move, report, turns) ? EXIT_SUCCESS : EXIT_FAILURE);
         }
-        becomeTool(command, report);
+        const auto& command = std::get<Command>(task);
+        becomeTool(command.tool, command.arguments);
+        reportFailure(report, startFailure(errno));
+    } catch (const Refusal& refusal) {
+        reportFailure(report, refusal);
     } catch (const std::bad_alloc&) {
-        errno = ENOMEM;
-        failToStart(report);
-    } catch (const Refusal&) {
-        failToStart(report);
+        reportFailure(report, startFailure(ENOMEM));
     }
 }
 
@@ -176,16 +181,17 @@ Status Session::run(std::string_view message, FileDescriptor& output) {
     Request request;
     const Status status = parseRequest(message, request);
     if (status == Status::started) {
-        output = start(prepare(request, user_));
+        output = start(request);
     } else if (status != Status::ready) {
         throw Refusal{status, std::to_string(message.size()) + " bytes"};
     }
     return status;
 }
 
-/// Starts the tool and gives the program's end of its output.
-FileDescriptor Session::start(Command command) {
-    const std::string path = command.path;
+/// Starts what a request asks for and gives the program's end of its output.
+FileDescriptor Session::start(const Request& request) {
+    const std::string path(request.tool);
+    const auto task = prepare(request, user_);
     Pipe fromTool = makePipe(0);
     Pipe toProgram = makePipe(0);
     Pipe report = makePipe(0);
@@ -198,7 +204,7 @@ FileDescriptor Session::start(Command command) {
         fromTool = {};
         toProgram = {};
         outputs_.clear();
-        runInChild(std::move(command), std::move(report.writeEnd), turns_);
+        runInChild(task, std::move(report.writeEnd), turns_);
     }
     ++children_;
     awaitStart(report, path);

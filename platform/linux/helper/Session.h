@@ -1,7 +1,6 @@
 #pragma once
 
 #include "platform/linux/FileDescriptor.h"
-#include "platform/linux/helper/Command.h"
 #include "platform/linux/helper/HelperProtocol.h"
 #include "platform/linux/helper/Refusal.h"
 #include "platform/linux/helper/ToolStart.h"
@@ -39,7 +38,7 @@ private:
     void answerNextRequest();
     Status refuse(const Refusal& refusal) const;
     Status run(std::string_view message, FileDescriptor& output);
-    FileDescriptor start(Command command);
+    FileDescriptor start(const Request& request);
 
     const uid_t user_;
     FileDescriptor null_;

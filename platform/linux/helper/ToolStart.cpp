@@ -1,16 +1,22 @@
 #include "platform/linux/helper/ToolStart.h"
 
-#include "platform/linux/helper/Refusal.h"
-
 #include <fcntl.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
+#include <climits>
 #include <csignal>
-#include <vector>
+#include <cstdlib>
 
 namespace platform::native::helper {
+
+namespace {
+
+/// What a child ends with that could not become its tool.
+constexpr int noTool = 127;
+
+} // namespace
 
 Pipe makePipe(int flags) {
     std::array<int, 2> ends{-1, -1};
@@ -20,28 +26,8 @@ Pipe makePipe(int flags) {
     return {FileDescriptor(ends[0]), FileDescriptor(ends[1])};
 }
 
-void failToStart(const FileDescriptor& report) {
-    const int error = errno;
-    const ssize_t written = ::write(report.get(), &error, sizeof error);
-    ::_exit(written == sizeof error ? 127 : 126);
-}
-
-void becomeTool(const Command& command, const FileDescriptor& report) {
-    for (const auto& folder : command.folders) {
-        ::fcntl(folder.descriptor.get(), F_SETFD, 0);
-    }
-    std::vector<std::string> strings{command.path};
-    strings.insert(strings.end(), command.arguments.begin(), command.arguments.end());
-    std::vector<char*> arguments;
-    arguments.reserve(strings.size() + 1);
-    for (auto& string : strings) {
-        arguments.push_back(string.data());
-    }
-    arguments.push_back(nullptr);
-    std::array<std::string, 2> variables{"PATH=/usr/sbin:/usr/bin:/sbin:/bin", "LC_ALL=C.UTF-8"};
-    const std::array<char*, 3> environment{variables[0].data(), variables[1].data(), nullptr};
-    ::fexecve(command.tool.descriptor.get(), arguments.data(), environment.data());
-    failToStart(report);
+Refusal startFailure(int error) {
+    return {Status::startFailed, std::to_string(error)};
 }
 
 void leaveTheHelperBehind(int input, int output, int errors) {
@@ -57,15 +43,40 @@ void leaveTheHelperBehind(int input, int output, int errors) {
     ::dup2(errors, STDERR_FILENO);
 }
 
+void becomeTool(const Tool& tool, const std::vector<std::string>& arguments) {
+    std::vector<std::string> strings{tool.path};
+    strings.insert(strings.end(), arguments.begin(), arguments.end());
+    std::vector<char*> words;
+    words.reserve(strings.size() + 1);
+    for (auto& string : strings) {
+        words.push_back(string.data());
+    }
+    words.push_back(nullptr);
+    std::array<std::string, 2> variables{"PATH=/usr/sbin:/usr/bin:/sbin:/bin", "LC_ALL=C.UTF-8"};
+    const std::array<char*, 3> environment{variables[0].data(), variables[1].data(), nullptr};
+    ::fexecve(tool.file.descriptor.get(), words.data(), environment.data());
+}
+
+void becomeToolOrEnd(const Tool& tool, const std::vector<std::string>& arguments) noexcept {
+    becomeTool(tool, arguments);
+    ::_exit(noTool);
+}
+
+void reportFailure(const FileDescriptor& report, const Refusal& refusal) {
+    const ssize_t written = ::write(report.get(), refusal.about.data(), refusal.about.size());
+    ::_exit(written < 0 ? EXIT_FAILURE : noTool);
+}
+
 void awaitStart(Pipe& report, const std::string& path) {
     report.writeEnd.reset();
-    int error = 0;
+    std::string about(PIPE_BUF, '\0');
     ssize_t size = 0;
     do {
-        size = ::read(report.readEnd.get(), &error, sizeof error);
+        size = ::read(report.readEnd.get(), about.data(), about.size());
     } while (size < 0 && errno == EINTR);
     if (size != 0) {
-        throw Refusal{Status::startFailed, path + ": " + std::to_string(error)};
+        about.resize(size > 0 ? static_cast<std::size_t>(size) : 0);
+        throw Refusal{Status::startFailed, path + ": " + about};
     }
 }
 

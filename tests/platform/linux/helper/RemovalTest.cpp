@@ -12,11 +12,16 @@
 
 #include <filesystem>
 
+using platform::native::FileDescriptor;
 using platform::native::helper::Status;
 
 namespace {
 
 namespace fs = std::filesystem;
+
+std::ptrdiff_t entries(const std::string& folder) {
+    return std::distance(fs::directory_iterator(folder), {});
+}
 
 } // namespace
 
@@ -91,11 +96,6 @@ TEST_F(HelperRemoval, SparesMountPointsAndTheFoldersTheyAreIn) {
     EXPECT_FALSE(exists(roots() + "/outer/plain"));
 }
 
-TEST_F(HelperRemoval, SparesThemFromToolsUnderAnotherName) {
-    TestedHelper helper;
-    const std::string other = makeLink("/usr/bin/rm", roots() + "/delete", 0);
-    EXPECT_EQ(helper.run(other, {"-df", "/usr"}), Status::itemProtected);
-}
 TEST_F(HelperRemoval, SparesAMountPointOfAFileSystemWithALongName) {
     makeFolder(roots() + "/outer");
     const std::string point = makeFolder(roots() + "/outer/point");
@@ -104,6 +104,11 @@ TEST_F(HelperRemoval, SparesAMountPointOfAFileSystemWithALongName) {
     expectProtected(roots() + "/outer");
 }
 
+TEST_F(HelperRemoval, SparesThemFromToolsUnderAnotherName) {
+    TestedHelper helper;
+    const std::string other = makeLink("/usr/bin/rm", roots() + "/delete", 0);
+    EXPECT_EQ(helper.run(other, {"-df", "/usr"}), Status::itemProtected);
+}
 
 TEST_F(HelperRemoval, SparesThemAmongOtherOperands) {
     TestedHelper helper;
@@ -186,6 +191,15 @@ TEST_F(HelperRemoval, IsNotLedOutOfAUsersFolderByTheUsersLinks) {
     EXPECT_EQ(std::distance(fs::directory_iterator(roots() + "/outside"), {}), 1);
 }
 
+TEST_F(HelperRemoval, IsNotLedByALinkInAFolderThatEverybodyMayChange) {
+    TestedHelper helper;
+    const std::string shared = makeFolder(usersFolder() + "/shared", servedUser, 0777);
+    const std::string file = makeFile(makeFolder(usersFolder() + "/private", servedUser) + "/file");
+    const std::string link = makeLink(usersFolder() + "/private", shared + "/link", 23456);
+    EXPECT_EQ(helper.run("/bin/rm", {"-Rdf", link + "/file"}), Status::itemRedirected);
+    EXPECT_TRUE(exists(file));
+}
+
 TEST_F(HelperRemoval, FollowsAUsersLinkToTheUsersOwnFolder) {
     TestedHelper helper;
     const std::string file = makeFile(roots() + "/file");
@@ -197,16 +211,26 @@ TEST_F(HelperRemoval, FollowsAUsersLinkToTheUsersOwnFolder) {
     EXPECT_FALSE(exists(file));
 }
 
-using HelperMove = HelperRemoval;
+class HelperMove : public HelperRemoval {
+protected:
+    /// As many as take a while to copy.
+    static constexpr int manyFiles = 3000;
 
-TEST_F(HelperRemoval, IsNotLedByALinkInAFolderThatEverybodyMayChange) {
-    TestedHelper helper;
-    const std::string shared = makeFolder(usersFolder() + "/shared", servedUser, 0777);
-    const std::string file = makeFile(makeFolder(usersFolder() + "/private", servedUser) + "/file");
-    const std::string link = makeLink(usersFolder() + "/private", shared + "/link", 23456);
-    EXPECT_EQ(helper.run("/bin/rm", {"-Rdf", link + "/file"}), Status::itemRedirected);
-    EXPECT_TRUE(exists(file));
-}
+    static void makeManyFiles(const std::string& folder) {
+        for (int number = 0; number < manyFiles; ++number) {
+            makeFile(folder + "/" + std::to_string(number));
+        }
+    }
+
+    /// A file that cannot be compressed, nor be left out as a hole.
+    static void makeLargeFile(TestedHelper& helper, const std::string& path) {
+        makeFile(path);
+        fs::resize_file(path, largeFile);
+        helper.outputOf("/usr/bin/shred", {"-n", "1", path});
+    }
+
+    static constexpr std::uintmax_t largeFile = 1U << 20U;
+};
 
 TEST_F(HelperMove, GoesIntoAFolderOrToANewName) {
     TestedHelper helper;
@@ -278,19 +302,32 @@ TEST_F(HelperMove, LeavesTheItemWhereItsPlaceIsTaken) {
         }
         EXPECT_TRUE(exists(file));
         EXPECT_TRUE(exists(trash + "/folder/kept"));
-        EXPECT_EQ(std::distance(fs::directory_iterator(trash), {}), 2);
+        EXPECT_EQ(entries(trash), 2);
         fs::remove_all(from + "/folder");
         fs::remove_all(trash);
     }
 }
 
-TEST_F(HelperMove, ThatIsAskedForAgainWhileItCopiesIsDoneOnce) {
-    constexpr int files = 3000;
-    constexpr int requests = 4;
-    makeFolder(roots() + "/folder");
-    for (int i = 0; i < files; ++i) {
-        makeFile(roots() + "/folder/" + std::to_string(i));
+TEST_F(HelperMove, LeavesTheItemWhosePlaceIsTakenWhileItIsCopied) {
+    TestedHelper helper;
+    for (const char* from : {"/first", "/second"}) {
+        makeFolder(makeFolder(roots() + from) + "/folder");
+        makeManyFiles(roots() + from + "/folder");
     }
+    const auto first = helper.start("/bin/mv", {"-f", roots() + "/first/folder", usersFolder()});
+    const auto second = helper.start("/bin/mv", {"-f", roots() + "/second/folder", usersFolder()});
+    helper.disconnect();
+    EXPECT_EQ(helper.waitForEnd(), 0);
+    EXPECT_EQ(first.status, Status::started);
+    EXPECT_TRUE(fs::is_empty(roots() + "/first"));
+    EXPECT_EQ(entries(roots() + "/second/folder"), manyFiles);
+    EXPECT_EQ(entries(usersFolder() + "/folder"), manyFiles);
+    EXPECT_EQ(entries(usersFolder()), 1);
+}
+
+TEST_F(HelperMove, ThatIsAskedForAgainWhileItCopiesIsDoneOnce) {
+    constexpr int requests = 4;
+    makeManyFiles(makeFolder(roots() + "/folder"));
     const std::string moved = usersFolder() + "/folder";
     {
         TestedHelper helper;
@@ -301,7 +338,7 @@ TEST_F(HelperMove, ThatIsAskedForAgainWhileItCopiesIsDoneOnce) {
         helper.disconnect();
         EXPECT_EQ(helper.waitForEnd(), 0);
     }
-    EXPECT_EQ(std::distance(fs::directory_iterator(moved), {}), files);
+    EXPECT_EQ(entries(moved), manyFiles);
     EXPECT_FALSE(exists(roots() + "/folder"));
     EXPECT_EQ(std::distance(fs::directory_iterator(usersFolder()), {}), 1);
 }
@@ -311,11 +348,27 @@ TEST_F(HelperMove, ThatFailsHalfWayLeavesTheItemWholeAndNothingElse) {
     const std::string small = makeFolder(usersFolder() + "/small");
     ASSERT_EQ(::mount("tmpfs", small.c_str(), "tmpfs", 0, "size=64k,mode=777"), 0);
     makeFolder(roots() + "/folder");
-    makeFile(roots() + "/folder/file");
-    fs::resize_file(roots() + "/folder/file", 1 << 20);
-    helper.outputOf("/usr/bin/shred", {"-n", "1", roots() + "/folder/file"});
+    makeLargeFile(helper, roots() + "/folder/file");
     EXPECT_EQ(helper.run("/bin/mv", {"-f", roots() + "/folder", small}), Status::started);
-    EXPECT_EQ(fs::file_size(roots() + "/folder/file"), 1U << 20U);
+    EXPECT_EQ(fs::file_size(roots() + "/folder/file"), largeFile);
+    EXPECT_TRUE(fs::is_empty(small));
+}
+
+TEST_F(HelperMove, OfADeepTreeThatFailsHalfWayLeavesItWholeAndNothingElse) {
+    TestedHelper helper;
+    const std::string small = makeFolder(usersFolder() + "/small");
+    ASSERT_EQ(::mount("tmpfs", small.c_str(), "tmpfs", 0, "size=2m,mode=777"), 0);
+    std::string deepest = makeFolder(roots() + "/folder");
+    for (int depth = 0; depth < 300; ++depth) {
+        deepest = makeFolder(deepest + "/d");
+    }
+    for (const char* name : {"/1", "/2", "/3"}) {
+        makeLargeFile(helper, deepest + name);
+    }
+    EXPECT_EQ(helper.run("/bin/mv", {"-f", roots() + "/folder", small}), Status::started);
+    for (const char* name : {"/1", "/2", "/3"}) {
+        EXPECT_EQ(fs::file_size(deepest + name), largeFile);
+    }
     EXPECT_TRUE(fs::is_empty(small));
 }
 
@@ -324,7 +377,7 @@ TEST_F(HelperMove, ThatCannotTakeAllAwayKeepsTheCopyOfWhatIsGone) {
     makeFolder(roots() + "/folder");
     makeFile(roots() + "/folder/a");
     const std::string locked = makeFile(roots() + "/folder/b");
-    const platform::native::FileDescriptor file(::open(locked.c_str(), O_RDONLY | O_CLOEXEC));
+    const FileDescriptor file(::open(locked.c_str(), O_RDONLY | O_CLOEXEC));
     int flags = FS_IMMUTABLE_FL;
     if (::ioctl(file.get(), FS_IOC_SETFLAGS, &flags) != 0) {
         GTEST_SKIP() << "the file system in memory has no immutable flag";
