@@ -28,13 +28,16 @@ Tool trustedTool(std::string_view path) {
     return {about, std::move(way->end)};
 }
 
-bool isFile(const Tool& tool, std::string_view path) {
+bool isFile(const Tool& tool, const std::string& path) {
     const auto way = walk(path);
     return way && way->end.identity() == tool.file.identity();
 }
 
-bool isTool(const Tool& tool, const std::string& name) {
-    return tool.path.ends_with("/" + name) || isFile(tool, "/usr/bin/" + name);
+/// Whether a tool is `name` by what it is called or by its file. Where the file is `other` as well,
+/// one program is many tools, and goes by what it is called.
+bool isTool(const Tool& tool, const std::string& name, const std::string& other) {
+    return tool.path.ends_with("/" + name) ||
+           (isFile(tool, "/usr/bin/" + name) && !isFile(tool, "/usr/bin/" + other));
 }
 
 /// The way to the folder of an operand, and the operand's name there. Gives nothing when the folder
@@ -173,10 +176,10 @@ std::string heldPath(const Item& folder, const std::string& name) {
 
 std::variant<Command, Move> prepare(const Request& request, uid_t user) {
     Tool tool = trustedTool(request.tool);
-    if (isTool(tool, "rm")) {
+    if (isTool(tool, "rm", "mv")) {
         return prepareRemoval(std::move(tool), request, ProtectedItems(user));
     }
-    if (isTool(tool, "mv")) {
+    if (isTool(tool, "mv", "rm")) {
         return prepareMove(std::move(tool), request, ProtectedItems(user));
     }
     return Command{std::move(tool), {request.arguments.begin(), request.arguments.end()}, {}};

@@ -19,6 +19,22 @@ namespace {
 
 namespace fs = std::filesystem;
 
+/// Has one program stand where another one does, for a scope.
+class StandIn {
+public:
+    StandIn(const char* program, const char* place) : place_(place) {
+        EXPECT_EQ(::mount(program, place, nullptr, MS_BIND, nullptr), 0) << place;
+    }
+    ~StandIn() { EXPECT_EQ(::umount2(place_, MNT_DETACH), 0) << place_; }
+    StandIn(const StandIn&) = delete;
+    StandIn& operator=(const StandIn&) = delete;
+    StandIn(StandIn&&) = delete;
+    StandIn& operator=(StandIn&&) = delete;
+
+private:
+    const char* place_;
+};
+
 std::ptrdiff_t entries(const std::string& folder) {
     return std::distance(fs::directory_iterator(folder), {});
 }
@@ -108,6 +124,19 @@ TEST_F(HelperRemoval, SparesThemFromToolsUnderAnotherName) {
     TestedHelper helper;
     const std::string other = makeLink("/usr/bin/rm", roots() + "/delete", 0);
     EXPECT_EQ(helper.run(other, {"-df", "/usr"}), Status::itemProtected);
+}
+
+TEST_F(HelperRemoval, IsToldByItsNameWhereOneProgramIsAllTools) {
+    const StandIn rm("/usr/bin/cp", "/usr/bin/rm");
+    const StandIn mv("/usr/bin/cp", "/usr/bin/mv");
+    TestedHelper helper;
+    const std::string file = makeFile(roots() + "/file");
+    const std::string moved = makeFile(usersFolder() + "/moved");
+    EXPECT_EQ(helper.run("/bin/cp", {"-f", "-p", "-R", file, roots() + "/copy"}), Status::started);
+    EXPECT_TRUE(exists(roots() + "/copy"));
+    EXPECT_EQ(helper.run("/bin/mv", {"-f", moved, usersFolder() + "/new"}), Status::started);
+    EXPECT_FALSE(exists(moved));
+    EXPECT_EQ(helper.run("/bin/rm", {"-df", "/usr"}), Status::itemProtected);
 }
 
 TEST_F(HelperRemoval, SparesThemAmongOtherOperands) {
@@ -306,6 +335,19 @@ TEST_F(HelperMove, LeavesTheItemWhereItsPlaceIsTaken) {
         fs::remove_all(from + "/folder");
         fs::remove_all(trash);
     }
+}
+
+TEST_F(HelperMove, IsNotHinderedByWhoGuessesTheNameOfItsFolder) {
+    TestedHelper helper;
+    ASSERT_EQ(helper.send(platform::native::helper::areYouThere).status, Status::ready);
+    for (int next = 0; next < 100; ++next) {
+        makeFolder(usersFolder() + "/.qf-helper-" + std::to_string(helper.process() + next),
+                   servedUser);
+    }
+    const std::string file = makeFile(roots() + "/file");
+    EXPECT_EQ(helper.run("/bin/mv", {"-f", file, usersFolder()}), Status::started);
+    EXPECT_TRUE(exists(usersFolder() + "/file"));
+    EXPECT_EQ(entries(usersFolder()), 101);
 }
 
 TEST_F(HelperMove, LeavesTheItemWhosePlaceIsTakenWhileItIsCopied) {
