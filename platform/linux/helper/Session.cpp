@@ -67,6 +67,9 @@ Session::Session(uid_t user)
     : user_(user), null_(::open("/dev/null", O_RDWR | O_CLOEXEC)),
       turns_(::memfd_create("turns", MFD_CLOEXEC)), toolErrors_(makePipe(O_NONBLOCK)),
       message_(maximumRequestSize + 1, '\0') {
+    if (!null_ || !turns_) {
+        throw Refusal{Status::startFailed, "/dev/null or memory"};
+    }
     ::fcntl(toolErrors_.writeEnd.get(), F_SETFL, 0); // the tools' end waits
 }
 

@@ -58,24 +58,33 @@ void settleLimits() {
     }
 }
 
-/// Leaves standard input, the connection, as the only thing that the caller has handed over.
-void settleSurroundings() {
-    ::clearenv();
-    ::close_range(STDERR_FILENO + 1, ~0U, 0);
+/// Has the output and the errors of the helper go nowhere, and tells whether they do.
+bool dropStreams() {
     int null = -1;
     do {
         null = ::open("/dev/null", O_RDWR | O_CLOEXEC);
     } while (null >= 0 && null <= STDERR_FILENO);
-    ::dup2(null, STDOUT_FILENO);
-    ::dup2(null, STDERR_FILENO);
+    const bool areDropped = ::dup2(null, STDOUT_FILENO) >= 0 && ::dup2(null, STDERR_FILENO) >= 0;
     ::close(null);
+    return areDropped;
+}
+
+/// Leaves standard input, the connection, as the only thing that the caller has handed over. Throws
+/// the reason when it cannot.
+void settleSurroundings() {
+    ::clearenv();
+    ::close_range(STDERR_FILENO + 1, ~0U, 0);
+    const bool areStreamsDropped = dropStreams();
+    openLog();
+    if (!areStreamsDropped) {
+        throw std::runtime_error("it cannot open /dev/null");
+    }
     ::umask(S_IWGRP | S_IWOTH);
     if (::chdir("/") != 0) {
-        ::_exit(EXIT_FAILURE);
+        throw std::runtime_error("it cannot enter /");
     }
     settleSignals();
     settleLimits();
-    openLog();
 }
 
 /// The user whom pkexec has authorized: what it says must be what the system says of the process
@@ -107,20 +116,17 @@ uid_t authorizedUser(const std::string& invoker) {
     return user;
 }
 
-int serve() {
+/// Serves the user to the end of the session.
+void serve() {
     const char* variable = ::getenv("PKEXEC_UID");
     const std::string invoker = variable == nullptr ? "" : variable;
     settleSurroundings();
-    try {
-        Session(authorizedUser(invoker)).serve();
-    } catch (const std::runtime_error& error) {
-        log(std::string("refused to start: ") + error.what());
-        return EXIT_FAILURE;
-    } catch (const Refusal& refusal) {
-        log("refused to start: " + sentence(refusal));
-        return EXIT_FAILURE;
-    }
-    return EXIT_SUCCESS;
+    Session(authorizedUser(invoker)).serve();
+}
+
+int refuseToStart(const std::string& reason) {
+    log("refused to start: " + reason);
+    return EXIT_FAILURE;
 }
 
 } // namespace
@@ -128,5 +134,13 @@ int serve() {
 } // namespace platform::native::helper
 
 int main() {
-    return platform::native::helper::serve();
+    using namespace platform::native::helper;
+    try {
+        serve();
+        return EXIT_SUCCESS;
+    } catch (const std::runtime_error& error) {
+        return refuseToStart(error.what());
+    } catch (const Refusal& refusal) {
+        return refuseToStart(sentence(refusal));
+    }
 }

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <cstdio>
 #include <thread>
 
 using platform::native::helper::areYouThere;
@@ -49,6 +50,12 @@ TEST_F(HelperStart, RefusesAStandardInputThatIsNoConnection) {
     expectRefusal({.hasConnection = false}, "its standard input is no connection");
     expectRefusal({.socketType = SOCK_STREAM}, "its standard input is no connection");
     expectRefusal({.socketType = SOCK_DGRAM}, "its standard input is no connection");
+}
+
+TEST_F(HelperStart, RefusesToGiveItsToolsTheCallersStreams) {
+    ASSERT_EQ(std::rename("/dev/null", "/dev/elsewhere"), 0);
+    expectRefusal({}, "it cannot open /dev/null");
+    EXPECT_EQ(std::rename("/dev/elsewhere", "/dev/null"), 0);
 }
 
 TEST_F(HelperStart, EndsWhenTheProgramDoes) {
