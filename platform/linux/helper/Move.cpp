@@ -110,6 +110,12 @@ bool putCopy(const Move& move, const std::string& source, const std::string& cop
     return false;
 }
 
+/// Whether the item that was checked still stands in its place.
+bool isThere(const Place& place) {
+    const auto item = openItem(place.folder.descriptor.get(), place.name);
+    return item && item->identity() == place.item->identity();
+}
+
 } // namespace
 
 bool carryOut(const Move& move, FileDescriptor& report, const FileDescriptor& turns) {
@@ -131,7 +137,7 @@ bool carryOut(const Move& move, FileDescriptor& report, const FileDescriptor& tu
     // copied, has gone by then.
     takeTurn(turns);
     return putCopy(move, source, heldPath(stage.folder(), move.destination.name), destination) &&
-           succeeds(move.remover, {"-Rf", "--", source});
+           isThere(move.source) && succeeds(move.remover, {"-Rf", "--", source});
 }
 
 } // namespace platform::native::helper

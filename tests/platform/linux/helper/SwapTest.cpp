@@ -251,3 +251,22 @@ TEST_F(HelperSwap, LeadsNoCopyIntoAFolderOfRootsThatTheUserCanRename) {
     }));
     EXPECT_TRUE(exists(item));
 }
+
+TEST_F(HelperSwap, HasNothingTakenAwayThatWasNotChecked) {
+    const std::string item = makeFolder(usersFolder() + "/item", servedUser);
+    const std::string other = makeFolder(usersFolder() + "/other");
+    makeFile(other + "/file");
+    const std::string target = makeFolder(sandbox::rootsFolder + "/target", servedUser);
+    const auto request = encodeRequest("/bin/mv", {"-f", item, target});
+    TestedHelper helper;
+    {
+        Ambush ambush(helper.process());
+        ASSERT_GT(::send(helper.connection(), request->data(), request->size(), 0), 0);
+        ambush.waitForFolder();
+        ASSERT_TRUE(swap(item, other));
+    }
+    EXPECT_EQ(helper.receive().status, Status::started);
+    helper.disconnect();
+    helper.waitForEnd();
+    EXPECT_TRUE(exists(item + "/file"));
+}
