@@ -54,20 +54,22 @@ std::string userName(uid_t user) {
 class Secret {
 public:
     Secret() = default;
-    ~Secret() { wipe(); }
+    ~Secret() { wipe(text_); }
     Secret(const Secret&) = delete;
     Secret& operator=(const Secret&) = delete;
     Secret(Secret&&) = delete;
     Secret& operator=(Secret&&) = delete;
 
+    /// Takes the text over and wipes it where it was: a short one would stay there when moved.
     void replace(std::string& text) {
-        wipe();
-        text_.swap(text);
+        wipe(text_);
+        text_ = text;
+        wipe(text);
     }
     const std::string& text() const { return text_; }
 
 private:
-    void wipe() { ::explicit_bzero(text_.data(), text_.size()); }
+    static void wipe(std::string& text) { ::explicit_bzero(text.data(), text.size()); }
 
     std::string text_;
 };

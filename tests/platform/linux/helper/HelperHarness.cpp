@@ -17,6 +17,7 @@
 
 #include <array>
 #include <cerrno>
+#include <csignal>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -97,22 +98,39 @@ void actAs(uid_t user) {
     ASSERT_EQ(::syscall(SYS_setresuid, unchanged, user, unchanged), 0);
 }
 
-/// Has the system answer every wish for another process as it does when it has none left.
-bool forbidForks() {
-    const auto refused = [](std::uint32_t call, std::uint8_t rest) {
-        return sock_filter BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, call, rest, 0);
-    };
-    std::array<sock_filter, 7> filter{{
-        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
-        refused(SYS_clone, 4),
-        refused(SYS_clone3, 3),
-        refused(SYS_fork, 2),
-        refused(SYS_vfork, 1),
-        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
-        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | EAGAIN),
-    }};
+constexpr sock_filter jump(std::uint16_t how, std::uint32_t value, std::uint8_t further) {
+    return BPF_JUMP(static_cast<std::uint16_t>(BPF_JMP | BPF_K | how), value, further, 0);
+}
+
+constexpr sock_filter load(std::size_t place) {
+    return BPF_STMT(BPF_LD | BPF_W | BPF_ABS, static_cast<std::uint32_t>(place));
+}
+
+constexpr sock_filter answer(std::uint32_t value) {
+    return BPF_STMT(BPF_RET | BPF_K, value);
+}
+
+template <std::size_t size>
+bool install(std::array<sock_filter, size> filter) {
     const sock_fprog program{filter.size(), filter.data()};
     return ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) == 0;
+}
+
+/// Has the system answer every wish for another process as it does when it has none left.
+bool forbidForks() {
+    return install(std::array{load(offsetof(seccomp_data, nr)), jump(BPF_JEQ, SYS_clone, 4),
+                              jump(BPF_JEQ, SYS_clone3, 3), jump(BPF_JEQ, SYS_fork, 2),
+                              jump(BPF_JEQ, SYS_vfork, 1), answer(SECCOMP_RET_ALLOW),
+                              answer(SECCOMP_RET_ERRNO | EAGAIN)});
+}
+
+/// Has the system answer as it does without memory when something is opened only to be looked at.
+bool forbidLooks() {
+    constexpr std::size_t flags = 2; // the argument
+    return install(std::array{
+        load(offsetof(seccomp_data, nr)), jump(BPF_JEQ, SYS_openat, 1), answer(SECCOMP_RET_ALLOW),
+        load(offsetof(seccomp_data, args) + flags * sizeof(std::uint64_t)),
+        jump(BPF_JSET, O_PATH, 1), answer(SECCOMP_RET_ALLOW), answer(SECCOMP_RET_ERRNO | ENOMEM)});
 }
 
 } // namespace
@@ -182,9 +200,12 @@ void TestedHelper::become(const HelperSetup& setup, int input) {
     } else {
         ::unsetenv("PKEXEC_UID");
     }
-    if (setup.fileSize) {
-        const rlimit limit{*setup.fileSize, RLIM_INFINITY};
-        ::setrlimit(RLIMIT_FSIZE, &limit);
+    for (const auto& [resource, value] : setup.limits) {
+        const rlimit limit{value, RLIM_INFINITY};
+        ::setrlimit(resource, &limit);
+    }
+    if (setup.endsWithThread) {
+        ::prctl(PR_SET_PDEATHSIG, SIGKILL);
     }
     ::unsetenv("LSAN_OPTIONS"); // it may name a file that the sandbox hides
     if (!setup.mayFork) {
@@ -192,6 +213,9 @@ void TestedHelper::become(const HelperSetup& setup, int input) {
         if (!forbidForks()) {
             ::_exit(98);
         }
+    }
+    if (!setup.mayLook && !forbidLooks()) {
+        ::_exit(97);
     }
     if (::setresuid(setup.runsAs, setup.runsAs, setup.runsAs) == 0) {
         std::string name = QF_HELPER;

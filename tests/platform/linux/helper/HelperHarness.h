@@ -12,6 +12,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 /// The user whom the helper serves; there need not be an account.
@@ -56,10 +57,14 @@ struct HelperSetup {
     uid_t runsAs = 0;
     int socketType = SOCK_SEQPACKET;
     bool hasConnection = true;
-    /// The limit on the size of files that it inherits.
-    std::optional<rlim_t> fileSize = std::nullopt;
+    /// The limits that it inherits, by what they limit.
+    std::vector<std::pair<__rlimit_resource, rlim_t>> limits = {};
+    /// Whether it is to end with the thread that starts it.
+    bool endsWithThread = false;
     /// Whether the system makes it another process when it asks.
     bool mayFork = true;
+    /// Whether the system has the memory to look at a path.
+    bool mayLook = true;
 };
 
 /// A helper of a test's own, with the test as its client.

@@ -12,11 +12,32 @@
 
 #include <filesystem>
 
+using platform::native::FileDescriptor;
 using platform::native::helper::Status;
 
 namespace {
 
 namespace fs = std::filesystem;
+
+/// Has one program stand where another one does, for a scope.
+class StandIn {
+public:
+    StandIn(const char* program, const char* place) : place_(place) {
+        EXPECT_EQ(::mount(program, place, nullptr, MS_BIND, nullptr), 0) << place;
+    }
+    ~StandIn() { EXPECT_EQ(::umount2(place_, MNT_DETACH), 0) << place_; }
+    StandIn(const StandIn&) = delete;
+    StandIn& operator=(const StandIn&) = delete;
+    StandIn(StandIn&&) = delete;
+    StandIn& operator=(StandIn&&) = delete;
+
+private:
+    const char* place_;
+};
+
+std::ptrdiff_t entries(const std::string& folder) {
+    return std::distance(fs::directory_iterator(folder), {});
+}
 
 } // namespace
 
@@ -91,10 +112,31 @@ TEST_F(HelperRemoval, SparesMountPointsAndTheFoldersTheyAreIn) {
     EXPECT_FALSE(exists(roots() + "/outer/plain"));
 }
 
+TEST_F(HelperRemoval, SparesAMountPointOfAFileSystemWithALongName) {
+    makeFolder(roots() + "/outer");
+    const std::string point = makeFolder(roots() + "/outer/point");
+    const std::string name(4095, 'x');
+    ASSERT_EQ(::mount(name.c_str(), point.c_str(), "tmpfs", 0, ""), 0);
+    expectProtected(roots() + "/outer");
+}
+
 TEST_F(HelperRemoval, SparesThemFromToolsUnderAnotherName) {
     TestedHelper helper;
     const std::string other = makeLink("/usr/bin/rm", roots() + "/delete", 0);
     EXPECT_EQ(helper.run(other, {"-df", "/usr"}), Status::itemProtected);
+}
+
+TEST_F(HelperRemoval, IsToldByItsNameWhereOneProgramIsAllTools) {
+    const StandIn rm("/usr/bin/cp", "/usr/bin/rm");
+    const StandIn mv("/usr/bin/cp", "/usr/bin/mv");
+    TestedHelper helper;
+    const std::string file = makeFile(roots() + "/file");
+    const std::string moved = makeFile(usersFolder() + "/moved");
+    EXPECT_EQ(helper.run("/bin/cp", {"-f", "-p", "-R", file, roots() + "/copy"}), Status::started);
+    EXPECT_TRUE(exists(roots() + "/copy"));
+    EXPECT_EQ(helper.run("/bin/mv", {"-f", moved, usersFolder() + "/new"}), Status::started);
+    EXPECT_FALSE(exists(moved));
+    EXPECT_EQ(helper.run("/bin/rm", {"-df", "/usr"}), Status::itemProtected);
 }
 
 TEST_F(HelperRemoval, SparesThemAmongOtherOperands) {
@@ -178,6 +220,15 @@ TEST_F(HelperRemoval, IsNotLedOutOfAUsersFolderByTheUsersLinks) {
     EXPECT_EQ(std::distance(fs::directory_iterator(roots() + "/outside"), {}), 1);
 }
 
+TEST_F(HelperRemoval, IsNotLedByALinkInAFolderThatEverybodyMayChange) {
+    TestedHelper helper;
+    const std::string shared = makeFolder(usersFolder() + "/shared", servedUser, 0777);
+    const std::string file = makeFile(makeFolder(usersFolder() + "/private", servedUser) + "/file");
+    const std::string link = makeLink(usersFolder() + "/private", shared + "/link", 23456);
+    EXPECT_EQ(helper.run("/bin/rm", {"-Rdf", link + "/file"}), Status::itemRedirected);
+    EXPECT_TRUE(exists(file));
+}
+
 TEST_F(HelperRemoval, FollowsAUsersLinkToTheUsersOwnFolder) {
     TestedHelper helper;
     const std::string file = makeFile(roots() + "/file");
@@ -189,7 +240,26 @@ TEST_F(HelperRemoval, FollowsAUsersLinkToTheUsersOwnFolder) {
     EXPECT_FALSE(exists(file));
 }
 
-using HelperMove = HelperRemoval;
+class HelperMove : public HelperRemoval {
+protected:
+    /// As many as take a while to copy.
+    static constexpr int manyFiles = 3000;
+
+    static void makeManyFiles(const std::string& folder) {
+        for (int number = 0; number < manyFiles; ++number) {
+            makeFile(folder + "/" + std::to_string(number));
+        }
+    }
+
+    /// A file that cannot be compressed, nor be left out as a hole.
+    static void makeLargeFile(TestedHelper& helper, const std::string& path) {
+        makeFile(path);
+        fs::resize_file(path, largeFile);
+        helper.outputOf("/usr/bin/shred", {"-n", "1", path});
+    }
+
+    static constexpr std::uintmax_t largeFile = 1U << 20U;
+};
 
 TEST_F(HelperMove, GoesIntoAFolderOrToANewName) {
     TestedHelper helper;
@@ -261,19 +331,45 @@ TEST_F(HelperMove, LeavesTheItemWhereItsPlaceIsTaken) {
         }
         EXPECT_TRUE(exists(file));
         EXPECT_TRUE(exists(trash + "/folder/kept"));
-        EXPECT_EQ(std::distance(fs::directory_iterator(trash), {}), 2);
+        EXPECT_EQ(entries(trash), 2);
         fs::remove_all(from + "/folder");
         fs::remove_all(trash);
     }
 }
 
-TEST_F(HelperMove, ThatIsAskedForAgainWhileItCopiesIsDoneOnce) {
-    constexpr int files = 3000;
-    constexpr int requests = 4;
-    makeFolder(roots() + "/folder");
-    for (int i = 0; i < files; ++i) {
-        makeFile(roots() + "/folder/" + std::to_string(i));
+TEST_F(HelperMove, IsNotHinderedByWhoGuessesTheNameOfItsFolder) {
+    TestedHelper helper;
+    ASSERT_EQ(helper.send(platform::native::helper::areYouThere).status, Status::ready);
+    for (int next = 0; next < 100; ++next) {
+        makeFolder(usersFolder() + "/.qf-helper-" + std::to_string(helper.process() + next),
+                   servedUser);
     }
+    const std::string file = makeFile(roots() + "/file");
+    EXPECT_EQ(helper.run("/bin/mv", {"-f", file, usersFolder()}), Status::started);
+    EXPECT_TRUE(exists(usersFolder() + "/file"));
+    EXPECT_EQ(entries(usersFolder()), 101);
+}
+
+TEST_F(HelperMove, LeavesTheItemWhosePlaceIsTakenWhileItIsCopied) {
+    TestedHelper helper;
+    for (const char* from : {"/first", "/second"}) {
+        makeFolder(makeFolder(roots() + from) + "/folder");
+        makeManyFiles(roots() + from + "/folder");
+    }
+    const auto first = helper.start("/bin/mv", {"-f", roots() + "/first/folder", usersFolder()});
+    const auto second = helper.start("/bin/mv", {"-f", roots() + "/second/folder", usersFolder()});
+    helper.disconnect();
+    EXPECT_EQ(helper.waitForEnd(), 0);
+    EXPECT_EQ(first.status, Status::started);
+    EXPECT_TRUE(fs::is_empty(roots() + "/first"));
+    EXPECT_EQ(entries(roots() + "/second/folder"), manyFiles);
+    EXPECT_EQ(entries(usersFolder() + "/folder"), manyFiles);
+    EXPECT_EQ(entries(usersFolder()), 1);
+}
+
+TEST_F(HelperMove, ThatIsAskedForAgainWhileItCopiesIsDoneOnce) {
+    constexpr int requests = 4;
+    makeManyFiles(makeFolder(roots() + "/folder"));
     const std::string moved = usersFolder() + "/folder";
     {
         TestedHelper helper;
@@ -284,7 +380,7 @@ TEST_F(HelperMove, ThatIsAskedForAgainWhileItCopiesIsDoneOnce) {
         helper.disconnect();
         EXPECT_EQ(helper.waitForEnd(), 0);
     }
-    EXPECT_EQ(std::distance(fs::directory_iterator(moved), {}), files);
+    EXPECT_EQ(entries(moved), manyFiles);
     EXPECT_FALSE(exists(roots() + "/folder"));
     EXPECT_EQ(std::distance(fs::directory_iterator(usersFolder()), {}), 1);
 }
@@ -294,11 +390,27 @@ TEST_F(HelperMove, ThatFailsHalfWayLeavesTheItemWholeAndNothingElse) {
     const std::string small = makeFolder(usersFolder() + "/small");
     ASSERT_EQ(::mount("tmpfs", small.c_str(), "tmpfs", 0, "size=64k,mode=777"), 0);
     makeFolder(roots() + "/folder");
-    makeFile(roots() + "/folder/file");
-    fs::resize_file(roots() + "/folder/file", 1 << 20);
-    helper.outputOf("/usr/bin/shred", {"-n", "1", roots() + "/folder/file"});
+    makeLargeFile(helper, roots() + "/folder/file");
     EXPECT_EQ(helper.run("/bin/mv", {"-f", roots() + "/folder", small}), Status::started);
-    EXPECT_EQ(fs::file_size(roots() + "/folder/file"), 1U << 20U);
+    EXPECT_EQ(fs::file_size(roots() + "/folder/file"), largeFile);
+    EXPECT_TRUE(fs::is_empty(small));
+}
+
+TEST_F(HelperMove, OfADeepTreeThatFailsHalfWayLeavesItWholeAndNothingElse) {
+    TestedHelper helper;
+    const std::string small = makeFolder(usersFolder() + "/small");
+    ASSERT_EQ(::mount("tmpfs", small.c_str(), "tmpfs", 0, "size=2m,mode=777"), 0);
+    std::string deepest = makeFolder(roots() + "/folder");
+    for (int depth = 0; depth < 300; ++depth) {
+        deepest = makeFolder(deepest + "/d");
+    }
+    for (const char* name : {"/1", "/2", "/3"}) {
+        makeLargeFile(helper, deepest + name);
+    }
+    EXPECT_EQ(helper.run("/bin/mv", {"-f", roots() + "/folder", small}), Status::started);
+    for (const char* name : {"/1", "/2", "/3"}) {
+        EXPECT_EQ(fs::file_size(deepest + name), largeFile);
+    }
     EXPECT_TRUE(fs::is_empty(small));
 }
 
@@ -307,7 +419,7 @@ TEST_F(HelperMove, ThatCannotTakeAllAwayKeepsTheCopyOfWhatIsGone) {
     makeFolder(roots() + "/folder");
     makeFile(roots() + "/folder/a");
     const std::string locked = makeFile(roots() + "/folder/b");
-    const platform::native::FileDescriptor file(::open(locked.c_str(), O_RDONLY | O_CLOEXEC));
+    const FileDescriptor file(::open(locked.c_str(), O_RDONLY | O_CLOEXEC));
     int flags = FS_IMMUTABLE_FL;
     if (::ioctl(file.get(), FS_IOC_SETFLAGS, &flags) != 0) {
         GTEST_SKIP() << "the file system in memory has no immutable flag";

@@ -178,3 +178,11 @@ TEST_F(HelperRequest, ForALinkThatLeadsToItselfIsRefused) {
     expectToolRefusal(makeLink("loop", sandbox::rootsFolder + "/loop", 0), Status::toolMissing,
                       "there is no such tool");
 }
+
+TEST_F(HelperRequest, IsRefusedWhenTheSystemHasNoMemoryToLookAtItsPaths) {
+    TestedHelper helper({.mayLook = false});
+    EXPECT_EQ(helper.start("/bin/true").status, Status::startFailed);
+    EXPECT_EQ(helper.nextLogLine(),
+              refusal("the tool cannot be started: /: " + std::to_string(ENOMEM)));
+    EXPECT_EQ(helper.send(areYouThere).status, Status::ready);
+}

@@ -2,7 +2,11 @@
 
 #include "tests/platform/linux/helper/HelperHarness.h"
 
+#include <unistd.h>
+
 #include <csignal>
+#include <cstdio>
+#include <thread>
 
 using platform::native::helper::areYouThere;
 using platform::native::helper::Status;
@@ -48,6 +52,12 @@ TEST_F(HelperStart, RefusesAStandardInputThatIsNoConnection) {
     expectRefusal({.socketType = SOCK_DGRAM}, "its standard input is no connection");
 }
 
+TEST_F(HelperStart, RefusesToGiveItsToolsTheCallersStreams) {
+    ASSERT_EQ(std::rename("/dev/null", "/dev/elsewhere"), 0);
+    expectRefusal({}, "it cannot open /dev/null");
+    EXPECT_EQ(std::rename("/dev/elsewhere", "/dev/null"), 0);
+}
+
 TEST_F(HelperStart, EndsWhenTheProgramDoes) {
     TestedHelper helper;
     EXPECT_EQ(helper.send(areYouThere).status, Status::ready);
@@ -63,4 +73,19 @@ TEST_F(HelperStart, IsNotEndedByWhatATerminalSends) {
         ASSERT_EQ(::kill(helper.process(), signal), 0);
         EXPECT_EQ(helper.send(areYouThere).status, Status::ready);
     }
+}
+
+TEST_F(HelperStart, OutlivesTheThreadThatStartedIt) {
+    std::optional<TestedHelper> helper;
+    std::string threadsFolder;
+    std::thread starter([&] {
+        threadsFolder = "/proc/self/task/" + std::to_string(::gettid());
+        helper.emplace(HelperSetup{.endsWithThread = true});
+        EXPECT_EQ(helper->send(areYouThere).status, Status::ready);
+    });
+    starter.join();
+    while (exists(threadsFolder)) { // until the system has told its children
+        std::this_thread::yield();
+    }
+    EXPECT_EQ(helper->send(areYouThere).status, Status::ready);
 }

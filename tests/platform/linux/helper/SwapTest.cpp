@@ -1,18 +1,26 @@
 // Folders are swapped for links while the helper is at work.
 
 #include "tests/platform/linux/helper/HelperHarness.h"
+#include "tests/support/TemporaryFolder.h"
 
 #include <fcntl.h>
+#include <sys/ptrace.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <csignal>
+#include <cstdint>
 #include <cstdio>
 #include <filesystem>
+#include <functional>
 #include <map>
 #include <set>
 
+using platform::native::helper::encodeRequest;
 using platform::native::helper::Status;
 
 namespace {
@@ -21,34 +29,76 @@ namespace fs = std::filesystem;
 
 constexpr int moves = 1'000;
 
-/// Swaps two names for one another, over and over, as the served user.
-class Swapper {
+/// Does something over and over, as the served user, as long as it succeeds.
+class Attacker {
 public:
-    Swapper(const std::string& first, const std::string& second) : process_(::fork()) {
+    explicit Attacker(const std::function<bool()>& attack) : process_(::fork()) {
         if (process_ == 0) {
             ::alarm(100); // should the test be killed
             if (::setuid(servedUser) != 0) {
                 ::_exit(1);
             }
-            while (::renameat2(AT_FDCWD, first.c_str(), AT_FDCWD, second.c_str(),
-                               RENAME_EXCHANGE) == 0) {
+            while (attack()) {
             }
             ::_exit(1);
         }
     }
-    ~Swapper() {
+    ~Attacker() {
         ::kill(process_, SIGKILL);
         int status = 0;
         ::waitpid(process_, &status, 0);
-        EXPECT_TRUE(WIFSIGNALED(status)) << "the swapper could not swap";
+        EXPECT_TRUE(WIFSIGNALED(status)) << "the attack has failed";
     }
-    Swapper(const Swapper&) = delete;
-    Swapper& operator=(const Swapper&) = delete;
-    Swapper(Swapper&&) = delete;
-    Swapper& operator=(Swapper&&) = delete;
+    Attacker(const Attacker&) = delete;
+    Attacker& operator=(const Attacker&) = delete;
+    Attacker(Attacker&&) = delete;
+    Attacker& operator=(Attacker&&) = delete;
 
 private:
     pid_t process_;
+};
+
+bool swap(const std::string& first, const std::string& second) {
+    return ::renameat2(AT_FDCWD, first.c_str(), AT_FDCWD, second.c_str(), RENAME_EXCHANGE) == 0;
+}
+
+/// Holds the helper's next child up as soon as that has made a folder, until the scope's end.
+class Ambush {
+public:
+    explicit Ambush(pid_t helper) : helper_(helper) {
+        EXPECT_EQ(
+            ::ptrace(PTRACE_SEIZE, helper, nullptr, PTRACE_O_TRACEFORK | PTRACE_O_TRACESYSGOOD), 0);
+    }
+    ~Ambush() { EXPECT_EQ(::ptrace(PTRACE_DETACH, child_, nullptr, nullptr), 0); }
+    Ambush(const Ambush&) = delete;
+    Ambush& operator=(const Ambush&) = delete;
+    Ambush(Ambush&&) = delete;
+    Ambush& operator=(Ambush&&) = delete;
+
+    void waitForFolder() {
+        std::uint64_t begun = 0;
+        for (int status = 0;;) {
+            const pid_t stopped = ::waitpid(-1, &status, __WALL);
+            ASSERT_TRUE(WIFSTOPPED(status)) << "it has ended";
+            if (stopped == helper_) {
+                ::ptrace(PTRACE_DETACH, helper_, nullptr, nullptr);
+                continue;
+            }
+            child_ = stopped;
+            __ptrace_syscall_info call{};
+            ::ptrace(PTRACE_GET_SYSCALL_INFO, child_, sizeof call, &call);
+            if (call.op == PTRACE_SYSCALL_INFO_ENTRY) {
+                begun = call.entry.nr;
+            } else if (call.op == PTRACE_SYSCALL_INFO_EXIT && begun == SYS_mkdirat) {
+                return;
+            }
+            ::ptrace(PTRACE_SYSCALL, child_, nullptr, nullptr);
+        }
+    }
+
+private:
+    pid_t helper_;
+    pid_t child_ = -1;
 };
 
 std::set<std::string> namesIn(const std::string& folder) {
@@ -96,8 +146,8 @@ protected:
         std::map<Status, int> answers;
         {
             TestedHelper helper;
-            const Swapper source(from.folder, from.link);
-            const Swapper destination(to.folder, to.link);
+            const Attacker source([&] { return swap(from.folder, from.link); });
+            const Attacker destination([&] { return swap(to.folder, to.link); });
             for (int number = 0; number < moves; ++number) {
                 ++answers[helper.run("/bin/mv", {"-f", from.folder + "/" + nameOf(number),
                                                  to.folder + "/" + nameOf(number)})];
@@ -143,7 +193,7 @@ TEST_F(HelperSwap, LeadsNoRemovalOutOfTheUsersFolders) {
     const auto before = namesIn(trap.outside);
     {
         TestedHelper helper;
-        const Swapper swapper(trap.folder, trap.link);
+        const Attacker attacker([&] { return swap(trap.folder, trap.link); });
         for (int number = 0; number < moves; ++number) {
             helper.run("/bin/rm", {"-Rdf", trap.folder + "/" + nameOf(number)});
         }
@@ -158,7 +208,7 @@ TEST_F(HelperSwap, LeadsNoCopyToAnotherFileSystemOutOfTheUsersFolders) {
     const std::string link = makeLink(outside, usersFolder() + "/link", servedUser);
     TestedHelper helper;
     {
-        const Swapper swapper(target, link);
+        const Attacker attacker([&] { return swap(target, link); });
         for (int round = 0; round < moves / 10; ++round) {
             const std::string folder = makeFolder(sandbox::rootsFolder + "/" + nameOf(round));
             makeFolder(folder + "/inner");
@@ -171,4 +221,52 @@ TEST_F(HelperSwap, LeadsNoCopyToAnotherFileSystemOutOfTheUsersFolders) {
     auto items = namesIn(folder);
     items.merge(namesIn(sandbox::rootsFolder));
     EXPECT_EQ(items.size(), static_cast<std::size_t>(moves) / 10);
+}
+
+TEST_F(HelperSwap, LeadsNoCopyIntoAFolderOfRootsThatTheUserCanRename) {
+    const std::string target = makeFolder(usersFolder() + "/target", servedUser);
+    const std::string other = makeFolder(target + "/other", 0, 0700);
+    const std::string kept = makeFile(other + "/item");
+    const std::string content = contentOf(kept);
+    const std::string item = makeFile(sandbox::rootsFolder + "/item");
+    const auto request = encodeRequest("/bin/mv", {"-f", item, target});
+    TestedHelper helper;
+    {
+        Ambush ambush(helper.process());
+        ASSERT_GT(::send(helper.connection(), request->data(), request->size(), 0), 0);
+        ambush.waitForFolder();
+        auto folders = namesIn(target);
+        folders.erase("other");
+        ASSERT_EQ(folders.size(), 1U);
+        ASSERT_TRUE(swap(target + "/" + *folders.begin(), other));
+    }
+    EXPECT_EQ(helper.receive().status, Status::startFailed);
+    helper.disconnect();
+    helper.waitForEnd();
+    const auto folders = namesIn(target);
+    EXPECT_EQ(folders.size(), 2U);
+    EXPECT_TRUE(std::any_of(folders.begin(), folders.end(), [&](const std::string& name) {
+        const std::string place = target + "/" + name + "/item";
+        return exists(place) && contentOf(place) == content;
+    }));
+    EXPECT_TRUE(exists(item));
+}
+
+TEST_F(HelperSwap, HasNothingTakenAwayThatWasNotChecked) {
+    const std::string item = makeFolder(usersFolder() + "/item", servedUser);
+    const std::string other = makeFolder(usersFolder() + "/other");
+    makeFile(other + "/file");
+    const std::string target = makeFolder(sandbox::rootsFolder + "/target", servedUser);
+    const auto request = encodeRequest("/bin/mv", {"-f", item, target});
+    TestedHelper helper;
+    {
+        Ambush ambush(helper.process());
+        ASSERT_GT(::send(helper.connection(), request->data(), request->size(), 0), 0);
+        ambush.waitForFolder();
+        ASSERT_TRUE(swap(item, other));
+    }
+    EXPECT_EQ(helper.receive().status, Status::started);
+    helper.disconnect();
+    helper.waitForEnd();
+    EXPECT_TRUE(exists(item + "/file"));
 }
