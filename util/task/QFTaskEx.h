@@ -210,6 +210,8 @@ private:
     QFTaskEx() = default;
 
     void startTimeout(platform::Timeout timeout);
+    void prepareRun(const std::shared_ptr<platform::Process>& child, Receiver receiver);
+    void run(const std::shared_ptr<platform::Process>& child);
     void launchUnlessTerminated(platform::Process& child);
     void returnData(const std::shared_ptr<platform::Process>& child,
                     const platform::Notification& notification);
