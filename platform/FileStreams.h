@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/ItemIdentity.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -7,13 +9,6 @@
 #include <string>
 
 namespace platform {
-
-/// Which file it is, whatever names lead to it.
-struct FileIdentity {
-    std::uint64_t volume = 0; ///< The file system's number.
-    std::uint64_t number = 0; ///< The file's number there.
-    bool operator==(const FileIdentity&) const = default;
-};
 
 /// An open file that is read and written at one position and keeps nothing back: what is written is
 /// in the file when the call returns. The end of its life closes it. One thread at a time uses it.
@@ -42,7 +37,7 @@ public:
     virtual int systemError() const = 0;
 
     /// Which file this is.
-    virtual FileIdentity identity() const = 0;
+    virtual ItemIdentity identity() const = 0;
 };
 
 /// Opens files as streams. Paths are absolute, of any bytes but zero; links are followed. Any
@@ -61,7 +56,7 @@ public:
     /// refused, and that file stays as it is. The size that the file is expected to get, in bytes
     /// (0 when nobody knows), only helps to find room for it: it may become smaller or larger.
     virtual std::unique_ptr<FileStream> openForUpdating(const std::string& path,
-                                                        const FileIdentity& spared,
+                                                        const ItemIdentity& spared,
                                                         std::uint64_t expectedSize) = 0;
 };
 

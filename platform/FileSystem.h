@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/ItemIdentity.h"
 #include "platform/foundation/Date.h"
 #include "platform/foundation/Error.h"
 
@@ -23,13 +24,6 @@ struct DirectoryEntry {
     bool operator==(const DirectoryEntry&) const = default;
 };
 
-/// Tells an item from every other one that exists at the time.
-struct ItemIdentity {
-    std::uint64_t volume = 0; ///< The file system's number.
-    std::uint64_t number = 0; ///< The item's number there.
-    bool operator==(const ItemIdentity&) const = default;
-};
-
 /// What the system keeps about an item; of a link, about the link itself.
 struct ItemAttributes {
     ItemKind kind = ItemKind::other; ///< Of the item itself.
@@ -44,8 +38,8 @@ struct ItemAttributes {
 /// Files and folders as the current user may see and change them, without any privilege.
 ///
 /// Paths are absolute, of any bytes but zero. What is there is seen, moved and deleted however long
-/// its path is. A member that can fail gives the Error, or nothing
-/// on success. Any thread may call every member.
+/// its path is. A member that can fail gives the Error, or nothing on success. Any thread may call
+/// every member.
 class FileSystem {
 public:
     static constexpr const char* portName = "FileSystem";

@@ -2,8 +2,9 @@
 
 #include "platform/Application.h"
 
+#include <chrono>
 #include <deque>
-#include <exception>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>

@@ -44,7 +44,7 @@ private:
 ///   %s           a text,
 ///   %d %i        an integer,
 ///   %u %x %X %o  an integer, a negative one as the 64-bit unsigned number of the same bits,
-///   %c           an integer as the character of that code point,
+///   %c           an integer that is a code point, as its character,
 ///   %f %F %e %E %g %G  a real number,
 /// each with the flags "-+ #0", a width and a precision as digits, and any of the lengths h hh l ll
 /// q z t j L, which change nothing since an argument knows its own size; and %% for one percent

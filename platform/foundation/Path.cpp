@@ -1,5 +1,7 @@
 #include "platform/foundation/Path.h"
 
+#include <cstddef>
+
 namespace platform::path {
 
 namespace {
@@ -24,6 +26,9 @@ std::size_t dottedExtensionLength(std::string_view name) {
 } // namespace
 
 std::string appending(std::string_view path, std::string_view component) {
+    if (path.empty()) {
+        return std::string(withoutTrailingSlashes(component));
+    }
     std::string joined;
     joined.reserve(path.size() + 1 + component.size());
     joined = withoutTrailingSlashes(path);
@@ -31,11 +36,10 @@ std::string appending(std::string_view path, std::string_view component) {
     if (first == std::string_view::npos) {
         return joined;
     }
-    if (!joined.empty() && joined.back() != '/') {
+    if (joined.back() != '/') {
         joined += '/';
     }
-    const auto relative = joined.empty() ? component : component.substr(first);
-    return joined.append(withoutTrailingSlashes(relative));
+    return joined.append(withoutTrailingSlashes(component.substr(first)));
 }
 
 std::vector<std::string> components(std::string_view path) {

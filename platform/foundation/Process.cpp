@@ -3,6 +3,10 @@
 #include "platform/Services.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <new>
+#include <span>
+#include <vector>
 
 namespace platform {
 
@@ -16,12 +20,18 @@ std::size_t chunkSizeFor(const std::vector<std::byte>& bytes) {
 }
 
 /// Makes room for one more chunk, in larger steps than a vector takes by itself: memory that is
-/// reserved costs nothing until it is used, whereas every step copies all that is there.
+/// reserved costs nothing until it is used, whereas every step copies all that is there. Where so
+/// much is not to be had, the vector's own steps have to do.
 void makeRoom(std::vector<std::byte>& bytes, std::size_t chunkSize) {
     constexpr std::size_t large = std::size_t{1} << 30U;
-    if (bytes.capacity() - bytes.size() < chunkSize) {
-        const std::size_t factor = bytes.capacity() < large ? 32 : 2;
+    if (bytes.capacity() - bytes.size() >= chunkSize) {
+        return;
+    }
+    const std::size_t factor = bytes.capacity() < large ? 32 : 2;
+    try {
         bytes.reserve(std::max(bytes.size() + chunkSize, factor * bytes.capacity()));
+    } catch (const std::bad_alloc&) {
+        return;
     }
 }
 

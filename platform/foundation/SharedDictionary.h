@@ -19,10 +19,11 @@ public:
         return entry == content_.end() ? Value() : entry->second;
     }
 
-    /// Puts a value under a key, in the place of what was there.
+    /// Puts a value under a key, in the place of what was there, which is given up when others may
+    /// use the dictionary again.
     void set(const std::string& key, Value value) {
         const std::lock_guard lock(mutex_);
-        content_.insert_or_assign(key, std::move(value));
+        std::swap(content_[key], value);
     }
 
     /// All keys and values of one moment.

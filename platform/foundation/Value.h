@@ -2,11 +2,13 @@
 
 #include "platform/foundation/Date.h"
 
+#include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <map>
 #include <memory>
 #include <string>
+#include <utility>
 #include <variant>
 #include <vector>
 
@@ -29,7 +31,8 @@ public:
 
     Value() = default;
     /// A value of that content.
-    Value(bool boolean) : content_(boolean) {}
+    template <std::same_as<bool> Boolean> // no pointer, which would become one
+    Value(Boolean boolean) : content_(boolean) {}
     Value(int integer) : content_(std::int64_t{integer}) {}
     Value(std::int64_t integer) : content_(integer) {}
     Value(double real) : content_(real) {}

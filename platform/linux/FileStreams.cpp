@@ -19,7 +19,7 @@ constexpr std::uint64_t unknownSize = 0;
 
 class Stream : public FileStream {
 public:
-    Stream(FileDescriptor descriptor, const FileIdentity& identity, std::uint64_t expectedSize)
+    Stream(FileDescriptor descriptor, const ItemIdentity& identity, std::uint64_t expectedSize)
         : descriptor_(std::move(descriptor)), identity_(identity), spaceAhead_(expectedSize) {}
     ~Stream() override { spaceAhead_.release(descriptor_.get()); }
     Stream(const Stream&) = delete;
@@ -76,7 +76,7 @@ public:
     bool isAtEnd() const override { return isAtEnd_; }
     int errorIndicator() const override { return errorIndicator_; }
     int systemError() const override { return systemError_; }
-    FileIdentity identity() const override { return identity_; }
+    ItemIdentity identity() const override { return identity_; }
 
 private:
     void fail() {
@@ -85,7 +85,7 @@ private:
     }
 
     FileDescriptor descriptor_;
-    FileIdentity identity_;
+    ItemIdentity identity_;
     SpaceAhead spaceAhead_;
     std::uint64_t position_ = 0;
     bool isAtEnd_ = false;
@@ -105,7 +105,7 @@ FileDescriptor openFile(const std::string& path, int flags) {
     return FileDescriptor(descriptor);
 }
 
-FileIdentity identityOf(const struct stat& status) {
+ItemIdentity identityOf(const struct stat& status) {
     return {.volume = status.st_dev, .number = status.st_ino};
 }
 
@@ -129,7 +129,7 @@ std::unique_ptr<FileStream> FileStreams::openForReading(const std::string& path)
 // Emptied by a step of its own: emptied while it is opened, the spared file would be lost before
 // anybody could tell that it is the one.
 std::unique_ptr<FileStream> FileStreams::openForUpdating(const std::string& path,
-                                                         const FileIdentity& spared,
+                                                         const ItemIdentity& spared,
                                                          std::uint64_t expectedSize) {
     auto file = openFile(path, O_RDWR | O_CREAT);
     struct stat status {};

@@ -58,7 +58,7 @@ public:
     }
 
     std::unique_ptr<platform::FileStream> openForUpdating(const std::string& path,
-                                                          const platform::FileIdentity& spared,
+                                                          const platform::ItemIdentity& spared,
                                                           std::uint64_t /*expectedSize*/) override {
         auto& file = files[path];
         if (!file.opens || identityOf(file) == spared) {
@@ -71,7 +71,7 @@ public:
 private:
     static constexpr int inputOutputError = 5;
 
-    static platform::FileIdentity identityOf(const DescribedFile& file) {
+    static platform::ItemIdentity identityOf(const DescribedFile& file) {
         return {.volume = 1, .number = reinterpret_cast<std::uintptr_t>(&file)};
     }
 
@@ -137,7 +137,7 @@ private:
         int systemError() const override {
             return file_.seekError != 0 ? file_.seekError : inputOutputError;
         }
-        platform::FileIdentity identity() const override { return identityOf(file_); }
+        platform::ItemIdentity identity() const override { return identityOf(file_); }
 
     private:
         DescribedFileStreams& owner_;

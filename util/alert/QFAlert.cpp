@@ -174,8 +174,9 @@ void QFAlert::alertSheetWithDictionary(const Value& request) {
 }
 
 void QFAlert::didEnd(const std::string& selector, int returnCode) {
-    if (delegate() != nullptr && delegate()->respondsTo(selector)) {
-        delegate()->perform(selector, {Value::Object(alert()), returnCode, Value()});
+    auto* const told = delegate();
+    if (told != nullptr && told->respondsTo(selector)) {
+        told->perform(selector, {Value::Object(alert()), returnCode, Value()});
     }
 }
 

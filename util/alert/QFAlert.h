@@ -88,7 +88,8 @@ public:
                                          platform::Window* parentWindow);
 
     /// Shows an alert and waits for the answer, which is the default button's when `interval` has
-    /// passed, whether or not the user has answered by then. Any thread.
+    /// passed, whether or not the user has answered by then. Throws platform::Exception
+    /// "NSGenericException" when the system has no thread left to wait on. Any thread.
     static int timedAlertSheetWithMessageText(const Text& messageText, const Text& defaultButton,
                                               const Text& alternateButton, const Text& otherButton,
                                               const Text& informativeText,

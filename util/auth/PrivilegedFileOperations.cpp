@@ -1,5 +1,6 @@
 #include "util/auth/QFAuthorization.h"
 
+#include "platform/Clock.h"
 #include "platform/Console.h"
 #include "platform/FileSystem.h"
 #include "platform/LocalTime.h"
@@ -12,9 +13,9 @@
 #include <array>
 #include <chrono>
 #include <ctime>
+#include <ios>
 #include <limits>
 #include <string_view>
-#include <thread>
 
 namespace path = platform::path;
 
@@ -240,6 +241,6 @@ bool QFAuthorization::authCreateDir(const std::string& path) {
     if (authExecTask("/bin/mkdir", {"-p", path}) != 0) {
         return false;
     }
-    std::this_thread::sleep_for(pauseAfterCreation);
+    platform::sleep(pauseAfterCreation);
     return true;
 }

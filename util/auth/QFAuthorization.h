@@ -28,7 +28,8 @@ enum class DeleteOnRootAccount { no, yes };
 ///
 /// Messages go to the system log, except where it says otherwise. The file operations log only what
 /// they refuse; they run on the caller's thread, which waits while the user is asked. Any thread
-/// may call every member; only the making of the controller takes a lock.
+/// may call every member: of those that come at the same time, one makes the controller, and one
+/// asks the user, for all.
 class QFAuthorization {
 public:
     /// The controller, made with a user interface if there is none yet.

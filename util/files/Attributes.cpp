@@ -9,7 +9,6 @@
 #include "platform/foundation/TextEncoding.h"
 #include "util/auth/QFAuthorization.h"
 #include "util/files/FolderWalk.h"
-#include "util/log/QFException.h"
 #include "util/log/QFLog.h"
 #include "util/paths/QFLocalPaths.h"
 #include "util/task/QFTaskEx.h"
@@ -66,11 +65,7 @@ void setCreationDateToNow(const std::string& path) {
 
 /// True whatever becomes of the tool.
 bool touchAsUser(const std::string& path, SetCreationDate setCreationDate) {
-    try {
-        QFTaskEx::runTask(touchTool, {"-c", path}, touchTimeout);
-    } catch (const platform::Exception& exception) {
-        QFException::logException(exception, "touchFile:setCreationDate:");
-    }
+    QFTaskEx::runTask(touchTool, {"-c", path}, touchTimeout);
     if (setCreationDate == SetCreationDate::yes) {
         setCreationDateToNow(path);
     }

@@ -17,7 +17,7 @@ constexpr std::chrono::seconds quietTime{5};
 
 /// Whether nothing has been written to a file, which was last changed then, for long enough.
 bool isQuiet(const std::optional<platform::Date>& modificationDate) {
-    return modificationDate && platform::now() - *modificationDate > quietTime;
+    return modificationDate && *modificationDate < platform::now() - quietTime;
 }
 
 } // namespace

@@ -4,6 +4,7 @@
 #include "platform/foundation/Path.h"
 
 #include <algorithm>
+#include <utility>
 
 using platform::DirectoryEntry;
 using platform::ItemKind;

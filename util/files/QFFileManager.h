@@ -266,7 +266,17 @@ public:
     static bool isVolumeMountedForPath(const std::string& path);
     static bool isDriveMountedForPath(const std::string& path);
 
-    // The file browser and the volumes.
+    /// The first of the mounted local volumes, in the system's order, that is at the path or on the
+    /// way to it. "/" when none is, but nothing for a path that begins with "/Volumes".
+    static std::optional<std::string> volumeMountPointForPath(const std::string& path);
+
+    /// What diskutil says of the volume at a mount point: a dictionary, or none when it says
+    /// nothing. What is no property list is none, too, and leaves "Error converting diskutil
+    /// output: %@" in the system log. Takes at most 5 seconds, given that the main thread is not
+    /// blocked.
+    static platform::Value infoForDiskAtMountpoint(const std::string& mountpoint);
+
+    // The file browser.
 
     /// Tells the file browser that an item, or what a folder holds, has changed, as
     /// SendFinderSyncEvent, whether or not anybody listens.
@@ -277,16 +287,6 @@ public:
     /// reference to nothing; that, and bytes that stringToFSRef never gave, give no path.
     static FSRef stringToFSRef(const std::string& path);
     static std::optional<std::string> stringWithFSRef(const FSRef& reference);
-
-    /// The first of the mounted local volumes, in the system's order, that is at the path or on the
-    /// way to it. "/" when none is, but nothing for a path that begins with "/Volumes".
-    static std::optional<std::string> volumeMountPointForPath(const std::string& path);
-
-    /// What diskutil says of the volume at a mount point: a dictionary, or none when it says
-    /// nothing. What is no property list is none, too, and leaves "Error converting diskutil
-    /// output: %@" in the system log. Takes at most 5 seconds, given that the main thread is not
-    /// blocked.
-    static platform::Value infoForDiskAtMountpoint(const std::string& mountpoint);
 
     /// The number of the label that an item has, 0 for none. Setting it to 0 takes the label away;
     /// without a path nothing is done, and that it could not be set is not told.

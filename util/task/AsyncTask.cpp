@@ -60,18 +60,26 @@ void QFTaskEx::asyncDataFromTask(const std::string& path, const TaskArguments& a
     description.standardOutput =
         ChildStream::through(platform::service<platform::ProcessLauncher>().makePipe());
     description.standardError = ChildStream::nullDevice();
-    {
-        const std::lock_guard lock(mutex_);
-        receiver_ = {std::move(delegate), std::move(selector), std::move(object)};
-        theTask_.set(std::make_shared<platform::Process>(std::move(description)));
-    }
-    platform::detachNewThread([runner = shared_from_this()] { runner->launchAsyncTask(); });
+    const auto child = std::make_shared<platform::Process>(std::move(description));
+    prepareRun(child, {std::move(delegate), std::move(selector), std::move(object)});
+    platform::detachNewThread([runner = shared_from_this(), child] { runner->run(child); });
+}
+
+/// The former receiver is given up last, when its object may call the runner again.
+void QFTaskEx::prepareRun(const std::shared_ptr<platform::Process>& child, Receiver receiver) {
+    const std::lock_guard lock(mutex_);
+    std::swap(receiver_, receiver);
+    theTask_.set(child);
 }
 
 void QFTaskEx::launchAsyncTask() {
+    run(theTask());
+}
+
+/// A thread that begins when its run is over has no part in one that was started meanwhile.
+void QFTaskEx::run(const std::shared_ptr<platform::Process>& child) {
     try {
-        const auto child = theTask();
-        if (child == nullptr) {
+        if (child == nullptr || theTask() == nullptr) {
             QFLog::appendLogAndPrint(noTaskSet);
             return;
         }

@@ -8,6 +8,7 @@
 #include "util/task/TaskArguments.h"
 #include "util/task/TaskSlot.h"
 
+#include <chrono>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -38,8 +39,9 @@ enum class LogError { no, yes };
 /// is logged and printed; the operation then returns once the child has obeyed, with what it
 /// has. A child that ignores the request, or whose own children keep its output open outside its
 /// process group, is waited for. The time-out's thread sleeps the whole interval and keeps the
-/// runner alive that long, even when the child has ended long before. A timed operation throws
-/// platform::Exception "NSGenericException" when the system has no thread left.
+/// runner alive that long, even when the child has ended long before. When the system has no thread
+/// left for it, a timed operation runs nothing: it logs and prints why, as
+/// QFException::logException does, and gives nothing, or -1 for an exit status.
 ///
 /// Class-level operations block the calling thread; any thread may call them. A runner serves one
 /// timed call, or one asynchronous run, at a time; the time-out of a former call that is not over
@@ -209,7 +211,9 @@ private:
 
     QFTaskEx() = default;
 
-    void startTimeout(platform::Timeout timeout);
+    bool startTimeout(platform::Timeout timeout);
+    void prepareRun(const std::shared_ptr<platform::Process>& child, Receiver receiver);
+    void run(const std::shared_ptr<platform::Process>& child);
     void launchUnlessTerminated(platform::Process& child);
     void returnData(const std::shared_ptr<platform::Process>& child,
                     const platform::Notification& notification);

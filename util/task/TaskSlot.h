@@ -5,7 +5,6 @@
 #include <condition_variable>
 #include <memory>
 #include <mutex>
-#include <utility>
 
 /// A place for one child, or none. Any thread may call every member.
 class TaskSlot {

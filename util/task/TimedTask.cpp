@@ -3,6 +3,7 @@
 #include "platform/Services.h"
 #include "platform/foundation/Exception.h"
 #include "platform/foundation/Thread.h"
+#include "util/log/QFException.h"
 #include "util/log/QFLog.h"
 #include "util/task/QFTaskEx.h"
 
@@ -41,7 +42,9 @@ void QFTaskEx::runTask(const std::string& path, const TaskArguments& arguments,
 
 void QFTaskEx::runTaskOnRunner(const std::string& path, const TaskArguments& arguments,
                                platform::Timeout timeout) {
-    startTimeout(timeout);
+    if (!startTimeout(timeout)) {
+        return;
+    }
     theTask_.set(nullptr);
     // The child is kept where the time-out does not look for it, so that it is never terminated.
     TaskSlot task;
@@ -70,7 +73,9 @@ std::optional<Data> QFTaskEx::dataFromTaskOnRunner(const std::string& path,
                                                    platform::Timeout timeout, LogOutput logOutput,
                                                    LogError logError) {
     const TimedCall call(theTask_);
-    startTimeout(timeout);
+    if (!startTimeout(timeout)) {
+        return std::nullopt;
+    }
     return dataFromTask(path, arguments, theTask_, platform::Value(), logOutput, logError);
 }
 
@@ -83,26 +88,32 @@ int QFTaskEx::terminationCodeFromTaskOnRunner(const std::string& path,
                                               const TaskArguments& arguments,
                                               platform::Timeout timeout) {
     const TimedCall call(theTask_);
-    startTimeout(timeout);
+    if (!startTimeout(timeout)) {
+        return -1;
+    }
     return terminationCodeFromTask(path, arguments, theTask_);
 }
 
-/// Nobody cancels the thread: it would sleep its whole interval all the same.
-void QFTaskEx::startTimeout(platform::Timeout timeout) {
-    platform::detachNewThread([runner = shared_from_this(), seconds = timeout.wholeSeconds()] {
-        runner->setupTimeout(seconds);
-    });
+/// Nobody cancels the thread: it would sleep its whole interval all the same. False when the system
+/// has none left.
+bool QFTaskEx::startTimeout(platform::Timeout timeout) {
+    try {
+        platform::detachNewThread([runner = shared_from_this(), seconds = timeout.wholeSeconds()] {
+            runner->setupTimeout(seconds);
+        });
+        return true;
+    } catch (const platform::Exception& exception) {
+        QFException::logException(exception, "setupTimeout:");
+        return false;
+    }
 }
 
 void QFTaskEx::setupTimeout(std::chrono::seconds seconds) {
     platform::sleep(seconds);
     // A time-out shorter than a launch does not miss the child.
     theTask_.waitForExpectedLaunch();
-    try {
-        platform::service<platform::Application>().performOnMainThread([this] { this->timeout(); },
-                                                                       platform::Wait::untilDone);
-    } catch (const platform::Exception&) {
-        return; // There is no application, hence no main thread to act on.
+    if (auto* application = platform::installedService<platform::Application>()) {
+        application->performOnMainThread([this] { timeout(); }, platform::Wait::untilDone);
     }
 }
 

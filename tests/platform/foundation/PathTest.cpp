@@ -21,6 +21,7 @@ TEST(Path, JoinsNothingWithNothing) {
     EXPECT_EQ(path::appending("", "/b"), "/b");
     EXPECT_EQ(path::appending("/a", ""), "/a");
     EXPECT_EQ(path::appending("/a", "/"), "/a");
+    EXPECT_EQ(path::appending("", "/"), "/");
     EXPECT_EQ(path::appending("", ""), "");
 }
 

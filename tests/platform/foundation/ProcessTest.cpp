@@ -1,11 +1,14 @@
 #include "platform/foundation/Process.h"
 
 #include "platform/Services.h"
+#include "tests/support/ScopedLimit.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
+#include <fstream>
 #include <string>
 
 namespace {
@@ -49,6 +52,13 @@ public:
         return child;
     }
 };
+
+/// How many bytes of its address space the process uses.
+std::size_t addressSpaceInUse() {
+    std::size_t pages = 0;
+    std::ifstream("/proc/self/statm") >> pages;
+    return pages * static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
+}
 
 class ProcessTest : public testing::Test {
 protected:
@@ -130,6 +140,20 @@ TEST_F(ProcessTest, AppendsAvailableDataUntilTheEnd) {
     }
     EXPECT_EQ(data.bytes, std::vector<std::byte>(1'000'000, std::byte{'x'}));
     EXPECT_FALSE(platform::appendAvailableData(pipe, data));
+}
+
+TEST_F(ProcessTest, CollectsMuchOutputInLittleMoreMemory) {
+    constexpr std::size_t mebibyte = std::size_t{1} << 20U;
+    if (addressSpaceInUse() > 512 * mebibyte) {
+        GTEST_SKIP() << "a sanitizer has taken the address space that this test would limit";
+    }
+    const ScopedLimit<RLIMIT_AS> limit(1024 * mebibyte);
+    FakePipe pipe;
+    pipe.left = 65 * mebibyte;
+    platform::Data data;
+    while (platform::appendAvailableData(pipe, data)) {
+    }
+    EXPECT_EQ(data.bytes.size(), 65 * mebibyte);
 }
 
 TEST(ProcessWithoutALauncher, RaisesAtTheLaunch) {

@@ -18,6 +18,17 @@ TEST(SharedDictionary, HoldsWhatWasSetLast) {
     EXPECT_TRUE(dictionary["other"].isNone());
 }
 
+TEST(SharedDictionary, AnObjectThatItGivesUpMayUseIt) {
+    SharedDictionary dictionary;
+    const auto countDown = [&dictionary](int* count) {
+        dictionary.set("left", *count - 1);
+        delete count;
+    };
+    dictionary.set("object", Value(Value::Object(new int(1), countDown)));
+    dictionary.set("object", Value());
+    EXPECT_EQ(dictionary["left"], Value(0));
+}
+
 TEST(SharedDictionary, ASnapshotDoesNotChange) {
     SharedDictionary dictionary;
     dictionary.set("name", "first");

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <type_traits>
 
 using platform::Value;
 
@@ -23,6 +24,11 @@ TEST(Value, HoldsOneTypeAndNoOther) {
     EXPECT_NE(Value("text").as<std::string>(), nullptr);
     EXPECT_EQ(Value("1"), Value(std::string("1")));
     EXPECT_NE(Value("1"), Value(1));
+}
+
+TEST(Value, APointerIsNoBoolean) {
+    EXPECT_FALSE((std::is_constructible_v<Value, int*>));
+    EXPECT_FALSE((std::is_constructible_v<Value, const Value*>));
 }
 
 TEST(Value, GivesWhatStandsUnderAKey) {

@@ -17,7 +17,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr platform::FileIdentity nothingSpared{};
+constexpr platform::ItemIdentity nothingSpared{};
 constexpr std::uint64_t unknownSize = 0;
 
 platform::native::FileStreams streams;

@@ -41,6 +41,21 @@ private:
     std::string operation_;
 };
 
+/// Has itself taken from the alert whenever it is asked for its operations.
+class ShyDelegate : public RecordingDelegate {
+public:
+    using RecordingDelegate::RecordingDelegate;
+
+    bool respondsTo(const std::string& name) const override {
+        if (alert != nullptr) {
+            alert->setDelegate(nullptr);
+        }
+        return RecordingDelegate::respondsTo(name);
+    }
+
+    std::shared_ptr<QFAlert> alert;
+};
+
 class QFAlertDelegateTest : public UserInterface {
 protected:
     QFAlertDelegateTest() {
@@ -88,6 +103,17 @@ TEST_F(QFAlertDelegateTest, IsToldThroughTheDefaultOperationWhenNoneIsNamed) {
     EXPECT_EQ(ask(&withDefault, none, Block::no), -1);
     EXPECT_EQ(application.run(), 0);
     EXPECT_EQ(withDefault.calls.size(), 1U);
+}
+
+TEST_F(QFAlertDelegateTest, IsToldEvenWhenItIsTakenFromTheAlertMeanwhile) {
+    const auto alert = std::make_shared<QFAlert>();
+    ShyDelegate shy(selector);
+    shy.onCall = [this] { application.terminate(); };
+    ask(&shy, selector, Block::no, alert);
+    shy.alert = alert;
+    whenShown(message, pressing("Save"));
+    EXPECT_EQ(application.run(), 0);
+    EXPECT_EQ(shy.calls.size(), 1U);
 }
 
 TEST_F(QFAlertDelegateTest, EndsAWaitThroughTheAlertObject) {

@@ -52,6 +52,13 @@ TEST_F(FileWaits, AFileThatHasBeenQuietForLongIsWritten) {
     EXPECT_EQ(loggedLines(), Lines{});
 }
 
+TEST_F(FileWaits, TheEarliestDateOfAllLiesInThePast) {
+    fileSystem.attributes["/file"] = {.modificationDate = platform::Date::min()};
+    QFFileManager::waitForFileWrites("/file");
+    EXPECT_EQ(pauses.rests, Rests{});
+    EXPECT_EQ(loggedLines(), Lines{});
+}
+
 TEST_F(FileWaits, AFileIsWaitedForUntilItHasBeenQuietForMoreThanFiveSeconds) {
     change(4999ms);
     QFFileManager::waitForFileWrites("/file");

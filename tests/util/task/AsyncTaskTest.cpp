@@ -3,6 +3,7 @@
 
 #include "platform/foundation/Exception.h"
 
+#include <algorithm>
 #include <condition_variable>
 #include <csignal>
 #include <mutex>
@@ -337,6 +338,32 @@ TEST_F(AsyncTask, ATerminatedRunHasNoPartInTheNextOne) {
     EXPECT_EQ(delivered(), "next\n");
     EXPECT_EQ(former->callCount(), 1U);
     EXPECT_TRUE(loggedLines().empty());
+}
+
+TEST_F(AsyncTask, AThreadThatComesTooLateForItsRunHasNoPartInTheNextOne) {
+    for (int round = 0; round < 50; ++round) {
+        start("echo former");
+        runner_->terminateAsyncTask();
+        listener_ = std::make_shared<Listener>();
+        start("echo next");
+        EXPECT_EQ(delivered(), "next\n");
+        waitForTheThread();
+    }
+    const auto lines = loggedLines();
+    EXPECT_TRUE(std::ranges::none_of(
+        lines, [](const std::string& line) { return line.starts_with("Exception: "); }));
+}
+
+TEST_F(AsyncTask, TheObjectOfAFormerRunMayUseTheRunnerWhenItIsGivenUp) {
+    const auto terminate = [this](int* object) {
+        runner_->terminateTask();
+        delete object;
+    };
+    start(file("missing"), {}, Value(Value::Object(new int(1), terminate)));
+    waitForTheThread();
+    start(file("missing"), {});
+    EXPECT_EQ(runner_->theTask(), nullptr);
+    waitForTheThread();
 }
 
 TEST_F(AsyncTask, TheDelegateMayTerminateTheRun) {

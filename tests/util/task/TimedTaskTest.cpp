@@ -2,6 +2,7 @@
 #include "util/task/QFTaskEx.h"
 
 #include "platform/Services.h"
+#include "tests/support/NoThreadsLeft.h"
 #include "tests/support/PausingClock.h"
 #include "tests/support/ScopedAbsence.h"
 
@@ -232,6 +233,19 @@ TEST_F(TimedTask, HasNoTimeoutWithoutAnApplication) {
     const ScopedAbsence<platform::Application> none;
     runner_->setupTimeout(std::chrono::seconds(0));
     EXPECT_TRUE(loggedLines().empty());
+}
+
+TEST_F(TimedTask, RunsNothingWithoutAThreadForTheTimeout) {
+    const auto leavesATrace = script(": > '" + file("ran") + "'");
+    {
+        const NoThreadsLeft none;
+        QFTaskEx::runTask(shell, leavesATrace, 600);
+        EXPECT_FALSE(QFTaskEx::dataFromTask(shell, leavesATrace, 600).has_value());
+        EXPECT_EQ(QFTaskEx::terminationCodeFromTask(shell, leavesATrace, 600), -1);
+    }
+    EXPECT_FALSE(std::filesystem::exists(file("ran")));
+    EXPECT_EQ(loggedLines(), Lines(3, "Exception in setupTimeout:. NSGenericException - could not "
+                                      "start a thread: Resource temporarily unavailable."));
 }
 
 TEST_F(TimedTask, TerminateTaskEndsTheCallFromAnotherThread) {

@@ -1,0 +1,14 @@
+#pragma once
+
+#include <cstdint>
+
+namespace platform {
+
+/// Which of all the items that exist at the time it is, whatever names lead to it.
+struct ItemIdentity {
+    std::uint64_t volume = 0; ///< The file system's number.
+    std::uint64_t number = 0; ///< The item's number there.
+    bool operator==(const ItemIdentity&) const = default;
+};
+
+} // namespace platform
