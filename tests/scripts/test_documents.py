@@ -82,7 +82,7 @@ class Documents(unittest.TestCase):
 
 class Release(unittest.TestCase):
     def test_has_one_version_and_one_date(self) -> None:
-        version = re.search(r"^project\(\w+ VERSION (\S+)", text_of("CMakeLists.txt"), re.MULTILINE)
+        version = re.search(r"^project\(\w+\s+VERSION (\S+)", text_of("CMakeLists.txt"), re.MULTILINE)
         newest = re.search(r"^## (\S+) \((\S+)\)$", text_of("CHANGELOG.md"), re.MULTILINE)
         package = re.search(r"^\S+ \((\S+)-\d+\).*?\n -- [^>]*>  ([^\n]*)$",
                             text_of("packaging/debian/changelog"), re.MULTILINE | re.DOTALL)
@@ -109,6 +109,11 @@ class Completion(unittest.TestCase):
 
     def test_offers_files_for_the_report(self) -> None:
         self.assertIn("/etc/passwd", self.complete("kelvane-uninstaller", "--report", "/etc/passw"))
+
+    def test_offers_files_behind_the_sign_too(self) -> None:
+        report = ("kelvane-uninstaller", "--report", "=")
+        self.assertIn("/etc/passwd", self.complete(*report, "/etc/passw"))
+        self.assertNotIn("--help", self.complete(*report))
 
     def test_is_there_for_the_program(self) -> None:
         self.assertEqual("complete -F _kelvane_uninstaller kelvane-uninstaller\n",
