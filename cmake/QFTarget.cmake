@@ -5,7 +5,7 @@ function(qf_target target)
     target_compile_options(${target} PRIVATE
         -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wold-style-cast
         -Wnon-virtual-dtor -Woverloaded-virtual -Wformat=2 -Wimplicit-fallthrough
-        -Wno-missing-field-initializers -Werror)
+        -Wno-missing-field-initializers $<$<BOOL:${QF_WARNINGS_ARE_ERRORS}>:-Werror>)
     if(QF_SANITIZE)
         target_compile_options(${target} PUBLIC
             -fsanitize=${QF_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)

@@ -15,6 +15,7 @@ set(CPACK_VERBATIM_VARIABLES ON)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_COMPRESSION_TYPE xz)
+set(CPACK_DEBIAN_PACKAGE_SOURCE kelvane-uninstaller)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 # Where a package's libraries are those of another package of this project.
@@ -37,6 +38,7 @@ function(debian_package component name section description)
     install(FILES debian/copyright
         DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${name} COMPONENT ${component})
     install_compressed(debian/changelog changelog.Debian doc/${name} ${component})
+    install_compressed(../CHANGELOG.md changelog doc/${name} ${component})
     install(FILES debian/${name}.lintian-overrides RENAME ${name}
         DESTINATION ${CMAKE_INSTALL_DATADIR}/lintian/overrides COMPONENT ${component})
 endfunction()
@@ -60,19 +62,20 @@ Trash, from where it can be restored, and stops the suite's background jobs.
 .
 Administrator rights are asked for only where an item needs them."
     DEPENDS pkexec polkitd psmisc
-    RECOMMENDS fonts-dejavu-core systemd)
+    RECOMMENDS fonts-dejavu-core qt6-wayland systemd)
 debian_package(library libqfutil1 libs
 "utility layer of Quillfen's applications
 Standard locations, a log with generations, child processes with time-outs,
 an administrator's authorization, file operations and background jobs, behind
 ports that an application fills with one call."
-    RECOMMENDS pkexec polkitd systemd)
+    RECOMMENDS pkexec polkitd psmisc systemd)
 debian_library(library libqfutil libqfutil1)
 debian_package(qtlibrary libqfutil-qt1 libs
 "utility layer of Quillfen's applications - windows
 The windows, event loop and alerts of applications that are built on the
 utility layer, by Qt."
-    DEPENDS "libqfutil1 (= ${version})")
+    DEPENDS "libqfutil1 (= ${version})"
+    RECOMMENDS qt6-wayland)
 debian_library(qtlibrary libqfutil-qt libqfutil-qt1)
 debian_package(development libqfutil-dev libdevel
 "utility layer of Quillfen's applications - development files

@@ -33,7 +33,10 @@ class CheckLayers(unittest.TestCase):
                               ("util/files/A.cpp", '"util/log/QFLog.h"'),
                               ("util/log/A.cpp", '"platform/FileSystem.h"'),
                               ("platform/Console.h", '"platform/foundation/Date.h"'),
-                              ("platform/linux/A.cpp", "<unistd.h>")):
+                              ("platform/linux/A.cpp", "<unistd.h>"),
+                              ("platform/linux/tools/A.cpp", '"platform/linux/Trash.h"'),
+                              ("platform/terminal/A.cpp", '"platform/linux/Trash.h"'),
+                              ("platform/start/A.cpp", '"platform/qt/Identity.h"')):
             with self.subTest(file=file, include=include):
                 self.assertEqual(0, self.strangers(file, include))
 
@@ -43,7 +46,11 @@ class CheckLayers(unittest.TestCase):
                               ("util/log/A.cpp", '"util/files/QFFileManager.h"'),
                               ("util/files/sub/A.h", '"app/B.h"'),
                               ("platform/Console.h", '"util/log/QFLog.h"'),
-                              ("platform/foundation/A.cpp", '"platform/linux/Trash.h"')):
+                              ("platform/foundation/A.cpp", '"platform/linux/Trash.h"'),
+                              ("platform/linux/A.cpp", '"util/log/QFLog.h"'),
+                              ("platform/linux/A.cpp", '"platform/qt/Identity.h"'),
+                              ("platform/qt/A.cpp", '"app/AppController.h"'),
+                              ("platform/terminal/A.cpp", '"platform/qt/Identity.h"')):
             with self.subTest(file=file, include=include):
                 self.assertEqual(1, self.strangers(file, include))
 

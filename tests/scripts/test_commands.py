@@ -155,8 +155,8 @@ class Commands(unittest.TestCase):
                     if not block.language and not block.is_dialogue:
                         self.assertIn(line.split()[0], checked, page)
 
-    def test_run_and_test_know_their_options(self) -> None:
-        for name in ("./run", "./test"):
+    def test_run_test_and_bench_know_their_options(self) -> None:
+        for name in ("./run", "./test", "./bench"):
             help_text = said(name, "--help")
             self.assertIn(f"usage: {name}", help_text)
             for page, words in self.commands(name):
@@ -173,6 +173,8 @@ class Commands(unittest.TestCase):
         named = set(re.findall(r"^  (\w+)  ", said("./bench", "--help"), re.MULTILINE))
         built = set(re.findall(r"OUTPUT_NAME (\w+)\)", text_of("benchmarks/CMakeLists.txt")))
         self.assertEqual({*built, "start", "plan", "auth"}, named)
+        accepted = re.search(r"^benchmarks=\((.*)\)$", text_of("bench"), re.MULTILINE)
+        self.assertEqual(named, set(accepted[1].split()))
         used = {word for _, words in self.commands("./bench") for word in words[1:]}
         self.assertEqual(named, used - {"NAME..."})
 

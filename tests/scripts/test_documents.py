@@ -1,4 +1,5 @@
-"""The man page and the completion say what the program's --help says.
+"""The man page and the completion say what the program's --help says, and all that tells of the
+release tells of the same one.
 
 The arguments are the program and, after it, those of unittest.
 """
@@ -10,11 +11,17 @@ import re
 import subprocess
 import sys
 import unittest
+from email.utils import parsedate_to_datetime
 
 TREE = os.path.dirname(os.path.dirname(os.path.dirname(os.path.realpath(__file__))))
 MAN_PAGE = f"{TREE}/packaging/man/kelvane-uninstaller.1"
 COMPLETION = f"{TREE}/packaging/bash-completion/kelvane-uninstaller"
 PROGRAM = sys.argv.pop(1)
+
+
+def text_of(path: str) -> str:
+    with open(f"{TREE}/{path}", encoding="utf-8") as file:
+        return file.read()
 
 
 def printed(*command: str, **variables: str) -> str:
@@ -73,6 +80,20 @@ class Documents(unittest.TestCase):
         self.assertTrue(used)
 
 
+class Release(unittest.TestCase):
+    def test_has_one_version_and_one_date(self) -> None:
+        version = re.search(r"^project\(\w+\s+VERSION (\S+)", text_of("CMakeLists.txt"), re.MULTILINE)
+        newest = re.search(r"^## (\S+) \((\S+)\)$", text_of("CHANGELOG.md"), re.MULTILINE)
+        package = re.search(r"^\S+ \((\S+)-\d+\).*?\n -- [^>]*>  ([^\n]*)$",
+                            text_of("packaging/debian/changelog"), re.MULTILINE | re.DOTALL)
+        shown = re.search(r'<release version="(\S+)" date="(\S+)"/>',
+                          text_of("packaging/com.quillfen.KelvaneUninstaller.metainfo.xml"))
+        self.assertEqual((version[1], newest[2]), newest.groups())
+        self.assertEqual(newest.groups(), shown.groups())
+        self.assertEqual(newest.groups(),
+                         (package[1], str(parsedate_to_datetime(package[2]).date())))
+
+
 class Completion(unittest.TestCase):
     def complete(self, *words: str) -> list[str]:
         script = ('source "$1"; shift; compopt() { :; }; COMP_WORDS=("$@"); '
@@ -88,6 +109,11 @@ class Completion(unittest.TestCase):
 
     def test_offers_files_for_the_report(self) -> None:
         self.assertIn("/etc/passwd", self.complete("kelvane-uninstaller", "--report", "/etc/passw"))
+
+    def test_offers_files_behind_the_sign_too(self) -> None:
+        report = ("kelvane-uninstaller", "--report", "=")
+        self.assertIn("/etc/passwd", self.complete(*report, "/etc/passw"))
+        self.assertNotIn("--help", self.complete(*report))
 
     def test_is_there_for_the_program(self) -> None:
         self.assertEqual("complete -F _kelvane_uninstaller kelvane-uninstaller\n",
