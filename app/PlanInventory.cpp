@@ -4,10 +4,9 @@
 #include "platform/Console.h"
 #include "platform/FileSystem.h"
 #include "platform/Services.h"
-#include "platform/Workspace.h"
 #include "platform/foundation/Exception.h"
 #include "platform/foundation/Path.h"
-#include "platform/foundation/Text.h"
+#include "util/files/FolderWalk.h"
 #include "util/files/QFFileManager.h"
 #include "util/paths/QFLocalPaths.h"
 
@@ -15,15 +14,12 @@
 #include <utility>
 
 using platform::InventoryRow;
+using platform::ItemKind;
 using platform::ItemState;
 
 namespace {
 
 using Paths = std::vector<std::string>;
-
-platform::FileSystem& fileSystem() {
-    return platform::service<platform::FileSystem>();
-}
 
 Paths agentFile(const std::string& label) {
     const auto library = QFLocalPaths::libraryDirectory(Domain::user);
@@ -31,61 +27,31 @@ Paths agentFile(const std::string& label) {
                    : Paths{};
 }
 
-Paths matchingReceipts(const std::string& library, const std::string& prefix) {
-    Paths paths;
-    const auto folder = library + "/Receipts";
-    const auto entries = fileSystem().contentsOfDirectory(folder);
-    for (const auto& entry : entries.value_or(std::vector<platform::DirectoryEntry>())) {
-        if (platform::text::hasPrefixIgnoringCase(entry.name, prefix)) {
-            paths.push_back(folder + "/" + entry.name);
-        }
-    }
-    return paths;
-}
-
-/// Where a row looks for what it takes away.
-Paths pathsOf(const PlanRow& row) {
-    switch (row.action) {
-    case PlanAction::kill:
-        break;
-    case PlanAction::trashBundle:
-        if (const auto path =
-                platform::service<platform::Workspace>().applicationPath(row.subject)) {
-            return {*path};
-        }
-        break;
-    case PlanAction::trash:
-        return {row.subject};
-    case PlanAction::removeAgent:
-        return agentFile(row.subject);
-    case PlanAction::trashMatching:
-        return matchingReceipts(row.subject, row.names.front());
-    }
-    return {};
-}
-
-/// The same; a row that the system cannot look up has no place, as the walk goes on without it.
+/// Where a row looks for what it takes away; a row that the system cannot look up has no place, as
+/// the walk goes on without it.
 Paths placesOf(const PlanRow& row) {
     try {
-        return pathsOf(row);
+        return row.action == PlanAction::removeAgent ? agentFile(row.subject) : pathsToTrash(row);
     } catch (const platform::Exception& exception) {
         platform::systemLog("%@", exception.reason());
         return {};
     }
 }
 
+/// The size of an item with all that is in it; links are not followed.
 std::uint64_t sizeOf(const std::string& path) {
-    const auto attributes = fileSystem().attributesOfItem(path);
-    if (!attributes) {
-        return 0;
-    }
-    if (attributes->kind != platform::ItemKind::folder) {
+    const auto attributes = platform::service<platform::FileSystem>().attributesOfItem(path);
+    if (attributes && attributes->kind != ItemKind::folder) {
         return attributes->size;
     }
     std::uint64_t size = 0;
-    const auto entries = fileSystem().contentsOfDirectory(path);
-    for (const auto& entry : entries.value_or(std::vector<platform::DirectoryEntry>())) {
-        size += sizeOf(platform::path::appending(path, entry.name));
+    FolderWalk walk(path, &platform::FileSystem::contentsOfDirectoryWithSizes);
+    while (walk.next()) {
+        if (walk.entry().kind == ItemKind::folder) {
+            walk.descend();
+        } else {
+            size += walk.entry().size.value_or(0);
+        }
     }
     return size;
 }

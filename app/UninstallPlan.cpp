@@ -134,39 +134,32 @@ void appendRows(const PlanStep& step, std::vector<PlanRow>& rows) {
     }
 }
 
-void trashMatching(const std::string& library, const std::string& prefix) {
+std::vector<std::string> pathOfApplication(const std::string& bundleIdentifier) {
+    const auto path = platform::service<platform::Workspace>().applicationPath(bundleIdentifier);
+    return path ? std::vector{*path} : std::vector<std::string>();
+}
+
+/// The receipts that begin with the prefix, in the order of the listing.
+std::vector<std::string> pathsOfReceipts(const std::string& library, const std::string& prefix) {
     const auto entries = platform::service<platform::FileSystem>().contentsOfDirectory(
         platform::path::appending(library, "Receipts"));
-    if (!entries) {
-        return;
-    }
-    for (const auto& entry : *entries) {
+    std::vector<std::string> paths;
+    for (const auto& entry : entries.value_or(std::vector<platform::DirectoryEntry>())) {
         if (platform::text::hasPrefixIgnoringCase(entry.name, prefix)) {
-            QFFileManager::trashFile(std::string(library).append("/Receipts/").append(entry.name));
+            paths.push_back(std::string(library).append("/Receipts/").append(entry.name));
         }
     }
+    return paths;
 }
 
 void perform(const PlanRow& row) {
-    switch (row.action) {
-    case PlanAction::kill:
+    if (row.action == PlanAction::kill) {
         QFTaskEx::runTask(row.subject, row.names);
-        break;
-    case PlanAction::trashBundle:
-        if (const auto path =
-                platform::service<platform::Workspace>().applicationPath(row.subject)) {
-            QFFileManager::trashFile(*path);
-        }
-        break;
-    case PlanAction::trash:
-        QFFileManager::trashFile(row.subject);
-        break;
-    case PlanAction::removeAgent:
+    } else if (row.action == PlanAction::removeAgent) {
         QFLaunchd::removeLaunchAgent(row.subject, Domain::user);
-        break;
-    case PlanAction::trashMatching:
-        trashMatching(row.subject, row.names.front());
-        break;
+    }
+    for (const auto& path : pathsToTrash(row)) {
+        QFFileManager::trashFile(path);
     }
 }
 
@@ -196,6 +189,21 @@ std::vector<PlanRow> uninstallPlan(RemoveShared removeShared) {
         }
     }
     return rows;
+}
+
+std::vector<std::string> pathsToTrash(const PlanRow& row) {
+    switch (row.action) {
+    case PlanAction::trashBundle:
+        return pathOfApplication(row.subject);
+    case PlanAction::trash:
+        return {row.subject};
+    case PlanAction::trashMatching:
+        return pathsOfReceipts(row.subject, row.names.front());
+    case PlanAction::kill:
+    case PlanAction::removeAgent:
+        break;
+    }
+    return {};
 }
 
 void walkUninstallPlan(const std::vector<PlanRow>& rows) {

@@ -32,6 +32,11 @@ enum class RemoveShared { no, yes };
 /// not have is left out. Any thread may call it.
 std::vector<PlanRow> uninstallPlan(RemoveShared removeShared);
 
+/// What a row trashes, in that order, whether anything stands there or not: nothing for a row that
+/// trashes nothing, for an application that the system does not know, and for receipts that cannot
+/// be listed. Throws the platform exceptions of what it asks the system. Any thread may call it.
+std::vector<std::string> pathsToTrash(const PlanRow& row);
+
 /// Performs the rows from the first to the last. No row's result is looked at, and none can stop
 /// the walk: what cannot be removed stays where it is. A platform exception that a row lets out is
 /// logged. Runs on the caller's thread, which it blocks until the last row is done; never the main

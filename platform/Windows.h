@@ -57,8 +57,8 @@ public:
     virtual ProgressIndicator& progressIndicator(const std::string& name) = 0;
 
     /// Has `perform` called whenever a control that the file connects with the action `name` (such
-    /// as "uninstall:") is used. Throws platform::Exception "QFActionMissing", whose reason names
-    /// the action, when the file connects nothing with it.
+    /// as "uninstall:") is used while its window is on the screen. Throws platform::Exception
+    /// "QFActionMissing", whose reason names the action, when the file connects nothing with it.
     virtual void setAction(const std::string& name, std::function<void()> perform) = 0;
 };
 

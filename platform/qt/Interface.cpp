@@ -98,8 +98,7 @@ void Interface::adopt(std::unique_ptr<QWidget> window) {
     Qt::WindowFlags flags = Qt::Window | Qt::CustomizeWindowHint | Qt::WindowTitleHint |
                             Qt::WindowSystemMenuHint | Qt::WindowMinimizeButtonHint;
     if (!closeAction.empty()) {
-        declareAction(closeAction);
-        close = [this, closeAction] { perform(closeAction); };
+        close = connected(*window, closeAction);
         flags |= Qt::WindowCloseButtonHint;
     }
     window->setWindowFlags(flags);
@@ -114,15 +113,20 @@ void Interface::connectButtons(QWidget& window) {
     for (auto* button : window.findChildren<QAbstractButton*>()) {
         const auto action = textProperty(*button, actionProperty);
         if (!action.empty()) {
-            declareAction(action);
-            QObject::connect(button, &QAbstractButton::clicked, button,
-                             [this, action] { perform(action); });
+            QObject::connect(button, &QAbstractButton::clicked, button, connected(window, action));
         }
     }
 }
 
-void Interface::declareAction(const std::string& name) {
-    actions_.try_emplace(name);
+/// What uses an action of a window: nothing while the window is hidden, which input may reach that
+/// was on its way.
+std::function<void()> Interface::connected(const QWidget& window, const std::string& action) {
+    actions_.try_emplace(action);
+    return [this, &window, action] {
+        if (window.isVisible()) {
+            perform(action);
+        }
+    };
 }
 
 void Interface::perform(const std::string& action) noexcept {

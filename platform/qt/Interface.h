@@ -43,7 +43,7 @@ public:
 private:
     void adopt(std::unique_ptr<QWidget> window);
     void connectButtons(QWidget& window);
-    void declareAction(const std::string& name);
+    std::function<void()> connected(const QWidget& window, const std::string& action);
     void perform(const std::string& action) noexcept;
     template <class Widget>
     Widget& outlet(const std::string& name) const;

@@ -15,13 +15,8 @@ constexpr const char* noDisplayNamed = "neither DISPLAY nor WAYLAND_DISPLAY is s
 std::string firstWarning;
 WithoutDisplay whenThereIsNoDisplay;
 
-bool isSet(const char* variable) {
-    const char* value = std::getenv(variable);
-    return value != nullptr && *value != '\0';
-}
-
 std::string whyNoDisplay(const std::string& lastWords) {
-    if (!isSet("DISPLAY") && !isSet("WAYLAND_DISPLAY") && !isSet("QT_QPA_PLATFORM")) {
+    if (!isDisplayNamed()) {
         return noDisplayNamed;
     }
     return firstWarning.empty() ? lastWords : firstWarning;

@@ -6,6 +6,7 @@
 #include "platform/foundation/Text.h"
 #include "platform/qt/Identity.h"
 #include "platform/qt/InstanceLock.h"
+#include "platform/qt/StartUpFailure.h"
 #include "platform/qt/WindowedMain.h"
 #include "platform/terminal/Dialogue.h"
 #include "platform/terminal/Screen.h"
@@ -25,21 +26,6 @@ namespace {
 
 using terminal::ExitStatus;
 
-bool isSet(const char* variable) {
-    const char* value = std::getenv(variable);
-    return value != nullptr && *value != '\0';
-}
-
-bool isDisplayNamed() {
-    return isSet("DISPLAY") || isSet("WAYLAND_DISPLAY") || isSet("QT_QPA_PLATFORM");
-}
-
-/// Says on standard error, in the user's characters, why there is nothing more to come.
-void reportFailure(const std::string& reason) {
-    const auto line = qt::applicationName() + ": " + text::printable(reason) + '\n';
-    std::cerr << terminal::inUsersCharacters(line) << std::flush;
-}
-
 /// Asks on the terminal after all, in this process's place. It ends where there is no terminal.
 [[noreturn]] void askOnTerminal(std::string program, const std::string& whyNoDisplay) {
     reportFailure("no display: " + whyNoDisplay);
@@ -57,7 +43,7 @@ int run(int argc, char** argv, const terminal::Options& options, const std::stri
     if (lock.isHeldByAnother()) {
         throw Exception("QFAlreadyRunning", "it is already running");
     }
-    const bool canOnlyUseTerminal = !isDisplayNamed() && terminal::Dialogue::isTerminal();
+    const bool canOnlyUseTerminal = !qt::isDisplayNamed() && terminal::Dialogue::isTerminal();
     if (options.uninstall || options.terminal || canOnlyUseTerminal) {
         return static_cast<int>(terminal::terminalMain(options, interfaceFile, inventory, awake));
     }

@@ -191,8 +191,8 @@ std::string listAsText(const std::vector<InventoryRow>& rows) {
         text += lineOf(row);
     }
     const auto found = std::ranges::count(rows, ItemState::found, &InventoryRow::state);
-    return text + '\n' + std::to_string(found) + " items found, " + readableSize(totalSize(rows)) +
-           '\n';
+    return text + '\n' + std::to_string(found) + (found == 1 ? " item" : " items") + " found, " +
+           readableSize(totalSize(rows)) + '\n';
 }
 
 std::string listAsJson(const std::vector<InventoryRow>& rows, SharedItems sharedItems) {

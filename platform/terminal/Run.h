@@ -26,8 +26,6 @@ public:
     /// Takes down what stands where; the run is about to begin.
     void begin(SharedItems sharedItems);
 
-    bool hasBegun() const { return hasBegun_; }
-
     /// Looks at what became of it all, tells the person what was left in place, writes the report,
     /// and gives the status. Throws as prepare() does.
     ExitStatus finish();

@@ -8,11 +8,13 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <functional>
 #include <future>
 #include <map>
 #include <mutex>
 #include <thread>
+#include <utility>
 
 namespace {
 
@@ -48,12 +50,18 @@ private:
 
 class SetCheckBox : public platform::CheckBox {
 public:
+    explicit SetCheckBox(Events& events) : events_(events) {}
+
     int shown = 0;
-    int readings = 0;
+    std::function<void()> whenRead = [] {};
     int state() override {
-        ++readings;
+        events_.add("read box");
+        whenRead();
         return shown;
     }
+
+private:
+    Events& events_;
 };
 
 class RecordingBar : public platform::ProgressIndicator {
@@ -71,7 +79,7 @@ private:
 class FakeInterface : public platform::Interface {
 public:
     explicit FakeInterface(Events& events)
-        : main(events, "main"), progress(events, "progress"), bar(events) {}
+        : main(events, "main"), progress(events, "progress"), bar(events), box(events) {}
 
     RecordingWindow main;
     RecordingWindow progress;
@@ -105,7 +113,8 @@ private:
     }
 };
 
-/// An application whose main thread, the test's, does one piece of work at a time.
+/// An application whose main thread, the test's, does one piece of work at a time, and to which
+/// nothing happens but `nextEvent`.
 class SteppedApplication : public platform::Application {
 public:
     explicit SteppedApplication(Events& events) : events_(events) {}
@@ -125,11 +134,15 @@ public:
         done.get_future().wait();
         workerEnded_.set_value();
     }
-    void handleNextEvent(std::chrono::milliseconds /*deadline*/) override {}
+    void handleNextEvent(std::chrono::milliseconds /*deadline*/) override {
+        std::exchange(nextEvent, [] {})();
+    }
     void terminate() override { events_.add("terminate"); }
     int addTerminationObserver(std::function<void()> /*observer*/) override { return 0; }
     void removeTerminationObserver(int /*observer*/) override {}
     platform::Window* mainWindow() override { return nullptr; }
+
+    std::function<void()> nextEvent = [] {};
 
     /// Waits for the worker's hand-over.
     std::function<void()> handedOver() { return work_.get_future().get(); }
@@ -142,34 +155,40 @@ private:
     std::promise<void> workerEnded_;
 };
 
-/// Shows alerts to nobody: each is answered with its default button.
+/// Alerts that are dismissed with their default button by the application's next event.
 class DismissedAlertPanels : public platform::AlertPanels {
 public:
-    explicit DismissedAlertPanels(Events& events) : events_(events) {}
+    DismissedAlertPanels(Events& events, SteppedApplication& application)
+        : events_(events), application_(application) {}
     std::unique_ptr<platform::AlertPanel>
     create(const platform::AlertDescription& description) override {
-        return std::make_unique<Panel>(events_, description);
+        return std::make_unique<Panel>(*this, description);
     }
 
 private:
     class Panel : public platform::AlertPanel {
     public:
-        Panel(Events& events, const platform::AlertDescription& description)
-            : events_(events),
-              text_(description.messageText + " / " + description.informativeText) {}
+        Panel(DismissedAlertPanels& panels, platform::AlertDescription description)
+            : panels_(panels), description_(std::move(description)) {}
         void beginSheet(platform::Window* parent, std::function<void(int)> didEnd) override {
-            events_.add((parent == nullptr ? "alert: " : "sheet: ") + text_);
-            didEnd(defaultReturn);
+            const auto& [message, text, first, second, third, suppression] = description_;
+            panels_.events_.add((parent == nullptr ? "alert: " : "sheet: ") + message + " / " +
+                                text + (first || second || third || suppression ? " / ..." : ""));
+            panels_.application_.nextEvent = [this, didEnd = std::move(didEnd)] {
+                panels_.events_.add("dismiss");
+                didEnd(defaultReturn);
+            };
         }
         bool isVisible() override { return false; }
         void orderOut() override {}
 
     private:
-        Events& events_;
-        std::string text_;
+        DismissedAlertPanels& panels_;
+        const platform::AlertDescription description_;
     };
 
     Events& events_;
+    SteppedApplication& application_;
 };
 
 class AppControllerTest : public DescribedMachine {
@@ -198,7 +217,7 @@ protected:
     SteppedApplication application{events};
 
 private:
-    DismissedAlertPanels panels_{events};
+    DismissedAlertPanels panels_{events, application};
     platform::ScopedService<platform::Application> applicationScope_{application};
     platform::ScopedService<platform::AlertPanels> panelsScope_{panels_};
 };
@@ -226,7 +245,8 @@ TEST_F(AppControllerTest, ShowsProgressInPlaceOfTheMainWindow) {
 
     const auto endProgress = uninstall();
 
-    EXPECT_EQ(events.all(), (Lines{"threaded", "animate", "show progress", "hide main"}));
+    EXPECT_EQ(events.all(),
+              (Lines{"threaded", "animate", "show progress", "hide main", "read box"}));
     complete(endProgress);
 }
 
@@ -237,8 +257,9 @@ TEST_F(AppControllerTest, EndsWithTheAlertAndTerminatesEvenWithNothingInstalled)
 
     EXPECT_EQ(
         events.all(),
-        (Lines{"threaded", "animate", "show progress", "hide main", "hide progress",
-               "alert: Uninstall complete / Items have been placed in your Trash.", "terminate"}));
+        (Lines{"threaded", "animate", "show progress", "hide main", "read box", "hide progress",
+               "alert: Uninstall complete / Items have been placed in your Trash.", "dismiss",
+               "terminate"}));
 }
 
 TEST_F(AppControllerTest, WalksThePlanBeforeTheProgressWindowIsHidden) {
@@ -247,7 +268,7 @@ TEST_F(AppControllerTest, WalksThePlanBeforeTheProgressWindowIsHidden) {
     const auto endProgress = uninstall();
 
     EXPECT_TRUE(triedToRemove("com.quillfen.pkg.Kelvane.plist"));
-    EXPECT_EQ(events.all().back(), "hide main");
+    EXPECT_EQ(events.all().back(), "read box");
     complete(endProgress);
 }
 
@@ -277,12 +298,18 @@ TEST_F(AppControllerTest, TakesTheMixedStateForNotTicked) {
     EXPECT_FALSE(triedToRemove("com.quillfen.global.plist"));
 }
 
-TEST_F(AppControllerTest, ReadsTheBoxOnce) {
+TEST_F(AppControllerTest, ReadsTheBoxOnTheWorkerBeforeAnyRow) {
     const AppController controller(interface);
+    fileSystem.tools.insert("/usr/bin/killall");
+    interface.box.whenRead = [this] {
+        EXPECT_FALSE(application.isMainThread());
+        EXPECT_TRUE(fileSystem.changes.empty());
+        EXPECT_TRUE(launcher.runs.empty());
+    };
 
     complete(uninstall());
 
-    EXPECT_EQ(interface.box.readings, 1);
+    EXPECT_EQ(std::ranges::count(events.all(), "read box"), 1);
 }
 
 class AppControllerOutlets : public AppControllerTest,

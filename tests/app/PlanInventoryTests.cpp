@@ -31,6 +31,18 @@ public:
     }
 };
 
+/// A folder in a folder, and so on for long, with a file in the innermost.
+class DeepFileSystem : public SizedFileSystem {
+public:
+    std::optional<std::vector<platform::DirectoryEntry>>
+    contentsOfDirectoryWithSizes(const std::string& path) override {
+        constexpr std::size_t longest = 100000;
+        const bool isInnermost = path.size() > longest;
+        return {{isInnermost ? platform::DirectoryEntry{"file", platform::ItemKind::file, 10}
+                             : platform::DirectoryEntry{"d", platform::ItemKind::folder}}};
+    }
+};
+
 class KnowingWorkspace : public RecordingWorkspace {
 public:
     std::map<std::string, std::string> applications;
@@ -148,6 +160,14 @@ TEST_F(PlanInventoryTest, AddsUpWhatIsInAFolder) {
 
     EXPECT_EQ(rowsAbout(dunmarl).front().size, 20U);
     EXPECT_EQ(rowsAbout(dunmarl).back().size, 0U);
+}
+
+TEST_F(PlanInventoryTest, AddsUpWhatLiesDeeperThanAStackReaches) {
+    DeepFileSystem deep;
+    const platform::ScopedService<platform::FileSystem> deepScope(deep);
+    deep.folders[dunmarl] = Lines{};
+
+    EXPECT_EQ(rowsAbout(dunmarl).front().size, 10U);
 }
 
 TEST_F(PlanInventoryTest, MeasuresNothingUnlessAsked) {

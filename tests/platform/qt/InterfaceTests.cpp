@@ -154,6 +154,28 @@ TEST_F(InterfaceTest, DoesNothingForAnActionThatIsNotSet) {
     press(shown("first", "First"), "Do");
 }
 
+TEST_F(InterfaceTest, PerformsNothingForAButtonWhoseWindowIsHiddenMeanwhile) {
+    int performed = 0;
+    interface.setAction("do:", [&] { ++performed; });
+    auto& pressed = button(shown("first", "First"), "Do");
+    pressed.animateClick(); // as its mnemonic does, which acts a moment later
+    interface.window("first").orderOut();
+    EXPECT_TRUE(QTest::qWaitFor([&] { return !pressed.isDown(); }, 60000));
+    EXPECT_EQ(performed, 0);
+}
+
+TEST_F(InterfaceTest, PerformsNothingForInputThatReachesAHiddenWindow) {
+    int performed = 0;
+    interface.setAction("do:", [&] { ++performed; });
+    interface.setAction("close:", [&] { ++performed; });
+    auto& window = shown("first", "First");
+    interface.window("first").orderOut();
+    press(window, "Do");
+    QTest::keyClick(&window, Qt::Key_Escape);
+    window.close();
+    EXPECT_EQ(performed, 0);
+}
+
 TEST_F(InterfaceTest, PerformsTheCloseActionInsteadOfClosing) {
     int performed = 0;
     interface.setAction("close:", [&] { ++performed; });

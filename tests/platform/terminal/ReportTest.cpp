@@ -181,7 +181,14 @@ TEST_F(ReportTest, ListsForAPerson) {
               "absent             /x/line\\x0Aend\n"
               "absent             com.a\n"
               "\n"
-              "1 items found, 1.2 kB\n");
+              "1 item found, 1.2 kB\n");
+}
+
+TEST_F(ReportTest, CountsWhatIsFound) {
+    EXPECT_EQ(platform::terminal::listAsText({}), "\n0 items found, 0 B\n");
+    EXPECT_THAT(platform::terminal::listAsText(
+                    {rowOf("/x/a", ItemState::found), rowOf("/x/b", ItemState::found)}),
+                HasSubstr("\n2 items found, 2.5 kB\n"));
 }
 
 TEST_F(ReportTest, ListsForAProgram) {
