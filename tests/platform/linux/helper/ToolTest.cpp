@@ -9,25 +9,14 @@
 #include <filesystem>
 #include <sstream>
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define QF_SANITIZED 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-#define QF_SANITIZED 1
-#endif
-#endif
-
 using platform::native::FileDescriptor;
 using platform::native::helper::areYouThere;
 using platform::native::helper::Status;
 
 namespace {
 
-#ifdef QF_SANITIZED
-constexpr int manyRequests = 500;
-#else
-constexpr int manyRequests = 10'000;
-#endif
+/// Twice as many as a helper may have descriptors.
+constexpr int manyRequests = 512;
 
 /// Keeps tools waiting until it is opened.
 class Gate {
@@ -175,7 +164,7 @@ TEST_F(HelperTool, HasItsOutputReadAfterTheSessionIsOver) {
     EXPECT_EQ(helper.waitForEnd(), 0);
 }
 
-TEST_F(HelperTool, IsStartedThousandsOfTimesInARow) {
+TEST_F(HelperTool, IsStartedHundredsOfTimesInARow) {
     TestedHelper helper;
     ASSERT_EQ(helper.send(areYouThere).status, Status::ready);
     const std::size_t before = openDescriptors(helper.process());
