@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/ItemIdentity.h"
+#include "platform/foundation/ItemIdentity.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "platform/ItemIdentity.h"
 #include "platform/foundation/Date.h"
 #include "platform/foundation/Error.h"
+#include "platform/foundation/ItemIdentity.h"
 
 #include <cstdint>
 #include <optional>
