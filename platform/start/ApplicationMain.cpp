@@ -26,6 +26,12 @@ namespace {
 
 using terminal::ExitStatus;
 
+/// Says on standard error, in the user's characters, why there is nothing more to come.
+void reportFailure(const std::string& reason) {
+    const auto line = qt::applicationName() + ": " + text::printable(reason) + '\n';
+    std::cerr << terminal::inUsersCharacters(line) << std::flush;
+}
+
 /// Asks on the terminal after all, in this process's place. It ends where there is no terminal.
 [[noreturn]] void askOnTerminal(std::string program, const std::string& whyNoDisplay) {
     reportFailure("no display: " + whyNoDisplay);
