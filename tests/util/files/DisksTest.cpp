@@ -110,7 +110,7 @@ TEST_F(DiskInformation, ThatIsNoPropertyListIsToldToTheConsole) {
 }
 
 TEST_F(DiskInformation, IsNoneWhenTheDiskUtilityTakesMoreThanFiveSeconds) {
-    PausingClock pauses;
+    PausingClock pauses(PausingClock::Pauses::ofEveryThread);
     const platform::ScopedService<platform::Clock> pausesScope(pauses);
     auto& mainLoop = MainLoop::shared();
     const platform::ScopedService<platform::Application> scope(mainLoop);

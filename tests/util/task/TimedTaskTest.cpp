@@ -5,6 +5,7 @@
 #include "tests/support/NoThreadsLeft.h"
 #include "tests/support/PausingClock.h"
 #include "tests/support/ScopedAbsence.h"
+#include "util/log/QFLog.h"
 
 #include <csignal>
 #include <filesystem>
@@ -134,7 +135,7 @@ TEST_F(TimedTask, ActsOnTheMainThreadOnly) {
 }
 
 TEST_F(TimedTask, SleepsItsWholeIntervalEvenWhenTheChildHasEndedLongBefore) {
-    PausingClock clock;
+    PausingClock clock(PausingClock::Pauses::ofEveryThread);
     const platform::ScopedService<platform::Clock> scope(clock);
     std::latch wake(1);
     clock.meanwhile = [&wake] { wake.wait(); };
@@ -237,6 +238,7 @@ TEST_F(TimedTask, HasNoTimeoutWithoutAnApplication) {
 
 TEST_F(TimedTask, RunsNothingWithoutAThreadForTheTimeout) {
     const auto leavesATrace = script(": > '" + file("ran") + "'");
+    QFLog::sharedController().writeQueue()->addOperation([] {}); // the log's thread exists already
     {
         const NoThreadsLeft none;
         QFTaskEx::runTask(shell, leavesATrace, 600);
