@@ -15,23 +15,35 @@ namespace {
 /// the rest of adding an operation.
 constexpr int looksBeforeSleep = 64;
 
+/// The number of an operation that others cannot cancel.
+constexpr auto neverCancelled = std::numeric_limits<std::uint64_t>::max();
+
 /// The queue whose thread this is.
 thread_local const OperationQueue* queueOfThisThread = nullptr;
 
 } // namespace
 
 OperationQueue::~OperationQueue() {
-    if (thread_.joinable()) {
-        addOperation([this] { ending_ = true; });
-        thread_.join();
+    if (!thread_.joinable()) {
+        return;
     }
+    const auto end = [this] { ending_ = true; };
+    auto last = std::make_unique<OperationOf<decltype(end)>>(end);
+    last->number = neverCancelled;
+    added_.fetch_add(1);
+    push(std::move(last));
+    thread_.join();
+}
+
+void OperationQueue::add(std::unique_ptr<Operation> operation) {
+    startThread();
+    operation->number = added_.fetch_add(1);
+    push(std::move(operation));
 }
 
 /// Callers push and the thread takes all there is: of the lock-free stacks (R. K. Treiber, "Systems
 /// Programming: Coping with Parallelism", 1986) that is the case in which no address is met twice.
-void OperationQueue::add(std::unique_ptr<Operation> operation) {
-    startThread();
-    operation->number = added_.fetch_add(1);
+void OperationQueue::push(std::unique_ptr<Operation> operation) {
     auto* before = newest_.load(std::memory_order_relaxed);
     auto* const added = operation.release();
     do {

@@ -72,6 +72,7 @@ private:
     };
 
     void add(std::unique_ptr<Operation> operation);
+    void push(std::unique_ptr<Operation> operation);
     void startThread();
     void run() noexcept;
     void waitForOperations();

@@ -161,6 +161,16 @@ TEST(OperationQueue, FinishesEverythingBeforeItIsDestroyed) {
     EXPECT_EQ(ran, 100);
 }
 
+TEST(OperationQueue, IsDestroyedEvenWhenItsLastOperationCancels) {
+    OperationQueue queue;
+    queue.addOperation([&queue] {
+        while (queue.operationCount() == 1) {
+            std::this_thread::yield(); // until the destructor has begun
+        }
+        queue.cancelAllOperations();
+    });
+}
+
 TEST(OperationQueue, LetsGoOfWhatAnOperationHeldBeforeItCountsAsFinished) {
     OperationQueue queue;
     auto held = std::make_shared<int>(1);
