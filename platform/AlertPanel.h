@@ -14,8 +14,8 @@ struct AlertDescription {
     /// The message and what explains it; either may be empty.
     std::string messageText;
     std::string informativeText;
-    /// A missing or empty default title is the platform's standard one; a missing alternate or other title
-    /// means that there is no such button.
+    /// A missing or empty default title is the platform's standard one; a missing alternate or
+    /// other title means that there is no such button.
     std::optional<std::string> defaultButtonTitle;
     std::optional<std::string> alternateButtonTitle;
     std::optional<std::string> otherButtonTitle;
