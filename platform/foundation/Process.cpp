@@ -3,21 +3,14 @@
 #include "platform/Services.h"
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <new>
-#include <span>
 #include <vector>
 
 namespace platform {
 
 namespace {
-
-/// How much is asked for at once: little from a child that writes little.
-std::size_t chunkSizeFor(const std::vector<std::byte>& bytes) {
-    constexpr std::size_t smallest = std::size_t{1} << 16U;
-    constexpr std::size_t largest = std::size_t{1} << 18U;
-    return std::clamp(bytes.size(), smallest, largest);
-}
 
 /// Makes room for one more chunk, in larger steps than a vector takes by itself: memory that is
 /// reserved costs nothing until it is used, whereas every step copies all that is there. Where so
@@ -81,13 +74,13 @@ long Process::processIdentifier() const {
     return launched()->processIdentifier();
 }
 
+/// By way of a buffer: the vector would clear what is then read into it, and again what was not.
 bool appendAvailableData(Pipe& pipe, Data& data) {
-    const auto size = data.bytes.size();
-    const auto chunkSize = chunkSizeFor(data.bytes);
-    makeRoom(data.bytes, chunkSize);
-    data.bytes.resize(size + chunkSize);
-    const auto count = pipe.readAvailable(std::span(data.bytes).subspan(size));
-    data.bytes.resize(size + count);
+    std::array<std::byte, 65536> chunk;
+    const auto count = pipe.readAvailable(chunk);
+    makeRoom(data.bytes, count);
+    data.bytes.insert(data.bytes.end(), chunk.begin(),
+                      chunk.begin() + static_cast<std::ptrdiff_t>(count));
     return count != 0;
 }
 
