@@ -5,6 +5,7 @@
 #include "app/PlanInventory.h"
 #include "app/UninstallPlan.h"
 #include "platform/Application.h"
+#include "platform/ApplicationMain.h"
 #include "platform/ProcessLauncher.h"
 #include "platform/Services.h"
 #include "platform/StartUp.h"

@@ -5,11 +5,13 @@
 #include <QProcess>
 
 #include <fcntl.h>
+#include <linux/close_range.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
+#include <csignal>
 #include <stdexcept>
 
 namespace {
@@ -47,6 +49,24 @@ void launchWithQProcess(const std::string& tool) {
     QProcess process;
     process.setStandardOutputFile(QProcess::nullDevice());
     process.setStandardErrorFile(QProcess::nullDevice());
+    process.start(QString::fromStdString(tool), QStringList());
+    check(process.waitForFinished(-1));
+}
+
+void launchCleanWithQProcess(const std::string& tool) {
+    QProcess process;
+    process.setStandardOutputFile(QProcess::nullDevice());
+    process.setStandardErrorFile(QProcess::nullDevice());
+    process.setChildProcessModifier([] {
+        ::setpgid(0, 0);
+        for (int signal = 1; signal < NSIG; ++signal) {
+            ::signal(signal, SIG_DFL);
+        }
+        sigset_t none;
+        ::sigemptyset(&none);
+        ::sigprocmask(SIG_SETMASK, &none, nullptr);
+        ::close_range(STDERR_FILENO + 1, ~0U, CLOSE_RANGE_CLOEXEC);
+    });
     process.start(QString::fromStdString(tool), QStringList());
     check(process.waitForFinished(-1));
 }

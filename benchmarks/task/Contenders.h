@@ -8,6 +8,8 @@
 void launchBare(const std::string& tool);
 void launchWithQFTaskEx(const std::string& tool);
 void launchWithQProcess(const std::string& tool);
+/// With what the launcher promises: default signals, a group of its own, no other descriptors.
+void launchCleanWithQProcess(const std::string& tool);
 
 /// The ways to collect a tool's output. Each gives its size.
 std::size_t captureBare(const std::vector<std::string>& command);

@@ -43,20 +43,24 @@ std::string spread(std::vector<double> values, int digits) {
     return text.str();
 }
 
-/// Runs every contender once a round, so that whatever disturbs the machine disturbs all, and
-/// prints each one's time and its ratio to the first, as minimum / median / maximum.
-void compare(const std::string& title, int rounds, double unit, const char* unitName,
+/// Runs every contender once a round, so that whatever disturbs the machine disturbs all, each
+/// round beginning with another, and prints each one's time and its ratio to the first, as minimum
+/// / median / maximum.
+void compare(const std::string& title, std::size_t rounds, double unit, const char* unitName,
              const std::vector<Contender>& contenders) {
     std::map<std::string, std::vector<double>> times;
     std::map<std::string, std::vector<double>> ratios;
-    for (int round = 0; round < rounds; ++round) {
-        for (const auto& contender : contenders) {
+    for (std::size_t round = 0; round < rounds; ++round) {
+        for (std::size_t turn = 0; turn < contenders.size(); ++turn) {
+            const auto& contender = contenders[(round + turn) % contenders.size()];
             times[contender.name].push_back(contender.run() * unit);
+        }
+        for (const auto& contender : contenders) {
             ratios[contender.name].push_back(times[contender.name].back() /
                                              times[contenders.front().name].back());
         }
     }
-    std::printf("%s, %d rounds\n", title.c_str(), rounds);
+    std::printf("%s, %zu rounds\n", title.c_str(), rounds);
     for (const auto& contender : contenders) {
         std::printf("  %-24s %s: %-28s ratio: %s\n", contender.name.c_str(), unitName,
                     spread(times[contender.name], 3).c_str(),
@@ -67,7 +71,7 @@ void compare(const std::string& title, int rounds, double unit, const char* unit
 
 void compareLaunches(const std::string& title, PythonPeer& python) {
     constexpr int batch = 10;
-    constexpr int rounds = 101;
+    constexpr std::size_t rounds = 101;
     const auto repeated = [](void (*launch)(const std::string&)) {
         return [launch] {
             return secondsOf([launch] {
@@ -81,6 +85,7 @@ void compareLaunches(const std::string& title, PythonPeer& python) {
             {{bare, repeated(launchBare)},
              {ours, repeated(launchWithQFTaskEx)},
              {"QProcess", repeated(launchWithQProcess)},
+             {"QProcess, clean child", repeated(launchCleanWithQProcess)},
              {"Python subprocess", [&python] {
                   return python.perform("launch " + std::to_string(batch) + " " + idleTool);
               }}});
