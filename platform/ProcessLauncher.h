@@ -4,7 +4,6 @@
 #include <map>
 #include <memory>
 #include <optional>
-#include <span>
 #include <string>
 #include <utility>
 #include <vector>
@@ -22,14 +21,14 @@ public:
     Pipe(Pipe&&) = delete;
     Pipe& operator=(Pipe&&) = delete;
 
-    /// Reads what the child has written, at most as much as `buffer` holds, waiting until there is
-    /// something. 0 means that there will be nothing more: every writer has closed its end, or the
-    /// read end is closed here. Throws platform::Exception "NSFileHandleOperationException" when
-    /// the system cannot read. One thread at a time reads.
-    virtual std::size_t readAvailable(std::span<std::byte> buffer) = 0;
+    /// Appends what the child has written, waiting until there is something. False means that there
+    /// will be nothing more: every writer has closed its end, or the read end is closed here.
+    /// Throws platform::Exception "NSFileHandleOperationException" when the system cannot read.
+    /// One thread at a time reads.
+    virtual bool appendAvailable(std::vector<std::byte>& bytes) = 0;
 
     /// Closes the read end, after which the child cannot write any more. A read that waits on
-    /// another thread ends with 0. Any thread, any number of times.
+    /// another thread ends with false. Any thread, any number of times.
     virtual void closeReadEnd() = 0;
 };
 

@@ -52,10 +52,7 @@ private:
 };
 
 /// What the child has written since the last read, waiting until there is something; no bytes mean
-/// the end. Throws as Pipe::readAvailable.
+/// the end. Throws as Pipe::appendAvailable.
 Data availableData(Pipe& pipe);
-
-/// The same, appended to `data`. False at the end.
-bool appendAvailableData(Pipe& pipe, Data& data);
 
 } // namespace platform

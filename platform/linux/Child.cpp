@@ -59,10 +59,10 @@ bool Child::isRunning() {
 
 void Child::waitUntilExit() {
     ChildReaper::shared().leave(*this);
-    while (isRunning()) {
+    do {
         pollfd ended{descriptor_.get(), POLLIN, 0};
         ::poll(&ended, 1, -1);
-    }
+    } while (isRunning());
 }
 
 void Child::terminate() {

@@ -5,11 +5,14 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/eventfd.h>
+#include <sys/mman.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdint>
+#include <new>
 
 namespace platform::native {
 
@@ -21,6 +24,39 @@ constexpr const char* fileHandleException = "NSFileHandleOperationException";
 /// processes change places less often.
 constexpr std::size_t usualPipeSize = 1U << 16U;
 constexpr int largePipeSize = 1 << 20;
+
+/// What output is given room for, in larger steps than a vector takes by itself: memory that is
+/// reserved costs nothing until it is used, whereas every step copies all that is there.
+constexpr std::array<std::size_t, 4> roomSizes{1U << 16U, 1U << 21U, 1U << 26U, 1UL << 31U};
+
+/// Room that the system has given no memory yet when it is made.
+constexpr std::size_t largeRoom = roomSizes[1];
+
+/// Makes room for so many more bytes.
+void makeRoom(std::vector<std::byte>& bytes, std::size_t count) {
+    const auto needed = bytes.size() + count;
+    if (bytes.capacity() >= needed) {
+        return;
+    }
+    const auto* const size = std::ranges::lower_bound(roomSizes, needed);
+    if (size == roomSizes.begin() || size == roomSizes.end()) {
+        return;
+    }
+    try {
+        bytes.reserve(*size);
+    } catch (const std::bad_alloc&) {
+        // Where so much is not to be had, the vector's own steps have to do.
+        return;
+    }
+}
+
+/// Has the system give memory for what is about to be written, at once instead of page by page.
+/// A refusal leaves it to the writing, which is only slower.
+void populate(std::byte* start, std::size_t size) {
+    static const auto pageSize = static_cast<std::uintptr_t>(::sysconf(_SC_PAGESIZE));
+    const auto beyondPageStart = reinterpret_cast<std::uintptr_t>(start) % pageSize;
+    ::madvise(start - beyondPageStart, beyondPageStart + size, MADV_POPULATE_WRITE);
+}
 
 } // namespace
 
@@ -34,6 +70,18 @@ Pipe::Pipe() {
     if (!readEnd_ || !writeEnd_) {
         throw resourceFailure(errno, fileHandleException, "pipe");
     }
+}
+
+/// By way of a buffer: the vector would clear what is then read into it, and again what was not.
+bool Pipe::appendAvailable(std::vector<std::byte>& bytes) {
+    std::array<std::byte, usualPipeSize> chunk;
+    const auto count = readAvailable(chunk);
+    makeRoom(bytes, count);
+    if (bytes.capacity() >= largeRoom) {
+        populate(bytes.data() + bytes.size(), count);
+    }
+    bytes.insert(bytes.end(), chunk.begin(), chunk.begin() + static_cast<std::ptrdiff_t>(count));
+    return count != 0;
 }
 
 std::size_t Pipe::readAvailable(std::span<std::byte> buffer) {

@@ -6,6 +6,8 @@
 #include <atomic>
 #include <memory>
 #include <mutex>
+#include <span>
+#include <vector>
 
 namespace platform::native {
 
@@ -15,7 +17,7 @@ public:
     /// Throws as ProcessLauncher::makePipe.
     Pipe();
 
-    std::size_t readAvailable(std::span<std::byte> buffer) override;
+    bool appendAvailable(std::vector<std::byte>& bytes) override;
     void closeReadEnd() override;
 
     /// The ends, for the launcher alone, which closes the one that it gave to the child.
@@ -24,6 +26,7 @@ public:
     void closeWriteEnd() { writeEnd_.reset(); }
 
 private:
+    std::size_t readAvailable(std::span<std::byte> buffer);
     void prepareReading();
     void waitUntilReadable();
 

@@ -68,10 +68,10 @@ Data readToEnd(platform::Pipe* output, platform::Pipe* error) {
     Data outputData;
     Data errorData;
     for (;;) {
-        if (output != nullptr && platform::appendAvailableData(*output, outputData)) {
+        if (output != nullptr && output->appendAvailable(outputData.bytes)) {
             continue;
         }
-        if (error == nullptr || !platform::appendAvailableData(*error, errorData)) {
+        if (error == nullptr || !error->appendAvailable(errorData.bytes)) {
             break;
         }
     }

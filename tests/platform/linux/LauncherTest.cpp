@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -44,7 +45,7 @@ protected:
         description.standardOutput = ChildStream::through(pipe);
         const auto child = launcher_.launch(description);
         platform::Data data;
-        while (platform::appendAvailableData(*pipe, data)) {
+        while (pipe->appendAvailable(data.bytes)) {
         }
         child->waitUntilExit();
         std::string text;
@@ -65,6 +66,13 @@ protected:
     const TemporaryFolder folder_;
     platform::native::ProcessLauncher launcher_;
 };
+
+/// How many bytes of its address space the process uses.
+std::size_t addressSpaceInUse() {
+    std::size_t pages = 0;
+    std::ifstream("/proc/self/statm") >> pages;
+    return pages * static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
+}
 
 bool isGone(long identifier) {
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::minutes(1);
@@ -125,12 +133,12 @@ TEST_F(Launcher, TerminatesTheChildAndItsGroup) {
     auto description = shellScript("sleep 1000 & echo $!; wait");
     description.standardOutput = ChildStream::through(pipe);
     const auto child = launcher_.launch(description);
-    std::array<std::byte, 32> buffer{};
-    EXPECT_GT(pipe->readAvailable(buffer), 0U);
+    EXPECT_FALSE(platform::availableData(*pipe).bytes.empty());
     child->terminate();
     child->waitUntilExit();
     EXPECT_EQ(child->terminationStatus(), SIGTERM);
-    EXPECT_EQ(pipe->readAvailable(buffer), 0U) << "the grandchild still holds the pipe";
+    EXPECT_TRUE(platform::availableData(*pipe).bytes.empty())
+        << "the grandchild still holds the pipe";
 }
 
 TEST_F(Launcher, TerminatingAChildThatHasEndedDoesNothing) {
@@ -272,15 +280,39 @@ TEST_F(Launcher, ConnectsPipesWhileTheProgramsStreamsAreClosed) {
         description.standardError = ChildStream::through(errorPipe);
         const auto child = launcher.launch(description);
         platform::Data data;
-        while (platform::appendAvailableData(*outputPipe, data)) {
+        while (outputPipe->appendAvailable(data.bytes)) {
         }
-        while (platform::appendAvailableData(*errorPipe, data)) {
+        while (errorPipe->appendAvailable(data.bytes)) {
         }
         for (const std::byte byte : data.bytes) {
             text += static_cast<char>(byte);
         }
     }
     EXPECT_EQ(text, "out\nwrong\n");
+}
+
+TEST_F(Launcher, CollectsMuchOutputWhole) {
+    std::string expected;
+    for (int line = 1; line <= 500'000; ++line) {
+        expected += std::to_string(line) + "\n";
+    }
+    EXPECT_TRUE(outputOf("seq 500000") == expected);
+}
+
+TEST_F(Launcher, CollectsMuchOutputInLittleMoreMemory) {
+    constexpr std::size_t mebibyte = std::size_t{1} << 20U;
+    if (addressSpaceInUse() > 512 * mebibyte) {
+        GTEST_SKIP() << "a sanitizer has taken the address space that this test would limit";
+    }
+    const ScopedLimit<RLIMIT_AS> limit(1024 * mebibyte);
+    const auto pipe = launcher_.makePipe();
+    auto description = shellScript("head -c 65M /dev/zero");
+    description.standardOutput = ChildStream::through(pipe);
+    const auto child = launcher_.launch(description);
+    std::vector<std::byte> bytes;
+    while (pipe->appendAvailable(bytes)) {
+    }
+    EXPECT_EQ(bytes.size(), 65 * mebibyte);
 }
 
 TEST_F(Launcher, EndsAReadThatAnotherThreadWaitsIn) {
