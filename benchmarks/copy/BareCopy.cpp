@@ -4,17 +4,22 @@
 
 #include <fcntl.h>
 #include <openssl/evp.h>
+#include <sys/stat.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
 #include <memory>
+#include <string>
 #include <system_error>
 
 namespace {
 
 constexpr std::size_t chunkSize = 65536;
 using Buffer = std::array<unsigned char, chunkSize>;
+
+constexpr const char* creationDate = "user.qf.creationdate";
 
 platform::native::FileDescriptor open(const std::string& path, int flags) {
     return platform::native::FileDescriptor(::open(path.c_str(), flags | O_CLOEXEC, 0666));
@@ -70,4 +75,23 @@ void copyBare(const std::string& source, const std::vector<std::string>& destina
         position += count;
     }
     check(count == 0);
+}
+
+void keepDatesBare(const std::string& source, const std::vector<std::string>& destinations) {
+    struct statx status {};
+    check(::statx(AT_FDCWD, source.c_str(), AT_SYMLINK_NOFOLLOW, STATX_BASIC_STATS | STATX_BTIME,
+                  &status) == 0);
+    std::array<char, 32> text{};
+    if (::lgetxattr(source.c_str(), creationDate, text.data(), text.size()) < 0) {
+        check(errno == ENODATA);
+    }
+    const auto creation =
+        std::to_string(status.stx_btime.tv_sec * 1'000'000'000LL + status.stx_btime.tv_nsec);
+    const std::array<timespec, 2> times{
+        timespec{.tv_sec = 0, .tv_nsec = UTIME_OMIT},
+        timespec{.tv_sec = status.stx_mtime.tv_sec, .tv_nsec = status.stx_mtime.tv_nsec}};
+    for (const auto& path : destinations) {
+        check(::setxattr(path.c_str(), creationDate, creation.data(), creation.size(), 0) == 0);
+        check(::utimensat(AT_FDCWD, path.c_str(), times.data(), 0) == 0);
+    }
 }

@@ -9,3 +9,7 @@
 /// one digest. Throws when anything fails.
 void copyBare(const std::string& source, const std::vector<std::string>& destinations,
               VerificationType type);
+
+/// Gives the destinations the source's dates: the creation date by an attribute, as files have it
+/// that were not created then.
+void keepDatesBare(const std::string& source, const std::vector<std::string>& destinations);

@@ -123,23 +123,26 @@ bool isInstalled(const std::string& program) {
     return false;
 }
 
-void compare(const std::string& title, int rounds, double bytes,
+void compare(const std::string& title, std::size_t rounds, double bytes,
              const std::vector<Contender>& contenders) {
     std::vector<std::vector<double>> times(contenders.size());
     std::vector<std::vector<double>> ratios(contenders.size());
     std::vector<std::vector<double>> processorRatios(contenders.size());
-    for (int round = 0; round < rounds; ++round) {
-        Cost first;
-        for (std::size_t index = 0; index < contenders.size(); ++index) {
+    for (std::size_t round = 0; round < rounds; ++round) {
+        std::vector<Cost> costs(contenders.size());
+        for (std::size_t turn = 0; turn < contenders.size(); ++turn) {
+            const auto index = (round + turn) % contenders.size();
             contenders[index].prepare();
-            const auto cost = costOf(contenders[index].run);
-            first = index == 0 ? cost : first;
-            times[index].push_back(cost.seconds);
-            ratios[index].push_back(first.seconds / cost.seconds);
-            processorRatios[index].push_back(first.processorSeconds / cost.processorSeconds);
+            costs[index] = costOf(contenders[index].run);
+        }
+        for (std::size_t index = 0; index < contenders.size(); ++index) {
+            const auto& [seconds, processorSeconds] = costs[index];
+            times[index].push_back(seconds);
+            ratios[index].push_back(costs.front().seconds / seconds);
+            processorRatios[index].push_back(costs.front().processorSeconds / processorSeconds);
         }
     }
-    std::printf("%s, %d rounds\n", title.c_str(), rounds);
+    std::printf("%s, %zu rounds\n", title.c_str(), rounds);
     for (std::size_t index = 0; index < contenders.size(); ++index) {
         auto rates = times[index];
         std::ranges::transform(rates, rates.begin(),

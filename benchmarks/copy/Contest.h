@@ -37,11 +37,11 @@ struct Contender {
     std::function<void()> prepare = [] {};
 };
 
-/// Runs every contender once a round, so that whatever disturbs the machine disturbs all, and
-/// prints each one's time, its rate when `bytes` are the work of a run, and what part of its time
-/// the first contender takes, also counted in processor time, which a busy machine does not
-/// stretch, as minimum / median / maximum.
-void compare(const std::string& title, int rounds, double bytes,
+/// Runs every contender once a round, so that whatever disturbs the machine disturbs all, each
+/// round beginning with another, and prints each one's time, its rate when `bytes` are the work of
+/// a run, and what part of its time the first contender takes, also counted in processor time,
+/// which a busy machine does not stretch, as minimum / median / maximum.
+void compare(const std::string& title, std::size_t rounds, double bytes,
              const std::vector<Contender>& contenders);
 
 /// A folder of the benchmark's own, deleted with all that is in it at the scope's end.

@@ -130,7 +130,7 @@ Contender fresh(std::string name, const Paths& destinations, std::function<void(
 }
 
 void compareCopies(const contest::Folder& folder, const std::string& source, double bytes,
-                   std::size_t count, const Kind& kind, int rounds) {
+                   std::size_t count, const Kind& kind, std::size_t rounds) {
     Paths places;
     for (std::size_t number = 1; number <= count; ++number) {
         places.push_back(folder / ("copy" + std::to_string(number)));
@@ -159,7 +159,7 @@ void compareCopies(const contest::Folder& folder, const std::string& source, dou
     removeAll(places);
 }
 
-void compareManyFiles(const contest::Folder& folder, std::size_t places, int rounds) {
+void compareManyFiles(const contest::Folder& folder, std::size_t places, std::size_t rounds) {
     constexpr int files = 10000;
     constexpr std::uint64_t size = 16384;
     Paths sources;
@@ -180,6 +180,15 @@ void compareManyFiles(const contest::Folder& folder, std::size_t places, int rou
             copy(source, destinations);
         }
     };
+    const auto copyAllBare = [&](bool dates) {
+        std::ranges::for_each(targets, [](const auto& path) { fs::create_directory(path); });
+        each([&](const auto& source, const auto& destinations) {
+            copyBare(source, destinations, kind.type);
+            if (dates) {
+                keepDatesBare(source, destinations);
+            }
+        });
+    };
     const auto copyFolders = [&](std::size_t atATime) {
         std::vector<Command> digests{digestOf(kind, sources)};
         for (const auto& target : targets) {
@@ -199,14 +208,8 @@ void compareManyFiles(const contest::Folder& folder, std::size_t places, int rou
                       copyOurs(source, destinations, kind);
                   });
               }),
-        fresh("bare system calls", targets,
-              [&] {
-                  std::ranges::for_each(targets,
-                                        [](const auto& path) { fs::create_directory(path); });
-                  each([&](const auto& source, const auto& destinations) {
-                      copyBare(source, destinations, kind.type);
-                  });
-              }),
+        fresh("bare system calls", targets, [&] { copyAllBare(false); }),
+        fresh("bare system calls, dates kept", targets, [&] { copyAllBare(true); }),
         fresh("cp, openssl dgst of all", targets, [&] { copyFolders(1); }),
         fresh("cp, openssl dgst two at a time", targets, [&] { copyFolders(2); }),
     };
@@ -230,7 +233,7 @@ void run(bool large) {
     const auto source = folder.writeNoise("source", size);
     for (const auto& kind : kinds) {
         for (const auto count : placeCounts) {
-            const int rounds = kind.type == VerificationType::sha256 ? 5 : 3;
+            const std::size_t rounds = kind.type == VerificationType::sha256 ? 5 : 3;
             compareCopies(folder, source, static_cast<double>(size), count, kind, rounds);
         }
     }
