@@ -94,8 +94,10 @@ protected:
         run(folder.path(), [this, count] { cancelWithOperations(count); });
     }
 
-    // The program appends to a log named after its executable, and starts none.
     TemporaryFolder folder;
+    /// The process that ends cannot delete its own folder, so it has one inside this process's.
+    ScopedEnvironment folderOfChild{"TMPDIR", folder.path()};
+    // The program appends to a log named after its executable, and starts none.
     const std::string log = folder.write("Logs/Quillfen/app_termination_tests.1.log");
     ScopedEnvironment runtime{"XDG_RUNTIME_DIR", folder.path()};
     ScopedEnvironment platform_{"QT_QPA_PLATFORM", "offscreen"};

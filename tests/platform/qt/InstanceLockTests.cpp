@@ -17,7 +17,8 @@ using platform::qt::InstanceLock;
 
 namespace {
 
-constexpr const char* name = "qf-instance-lock-test";
+/// Where there is no runtime folder, other processes that run these tests use the same folder.
+const std::string name = "qf-instance-lock-test-" + std::to_string(::getpid());
 
 class InstanceLockTest : public ::testing::Test {
 protected:
@@ -40,7 +41,7 @@ TEST_F(InstanceLockTest, IsFreeAgainWhenTheFirstHasEnded) {
 }
 
 TEST_F(InstanceLockTest, IsTakenThoughAFileWasLeftBehind) {
-    folder.write(std::string(name) + ".lock", "4711");
+    folder.write(name + ".lock", "4711");
     EXPECT_FALSE(InstanceLock(name).isHeldByAnother());
 }
 
@@ -64,12 +65,12 @@ TEST_F(InstanceLockTest, IsNotHeldByChildren) {
 
 TEST_F(InstanceLockTest, IsReadableByTheUserOnly) {
     const InstanceLock lock(name);
-    const auto status = fs::status(folder / (std::string(name) + ".lock"));
+    const auto status = fs::status(folder / (name + ".lock"));
     EXPECT_EQ(status.permissions(), fs::perms::owner_read | fs::perms::owner_write);
 }
 
 TEST_F(InstanceLockTest, DoesNotFollowALink) {
-    fs::create_symlink(folder / "victim", folder / (std::string(name) + ".lock"));
+    fs::create_symlink(folder / "victim", folder / (name + ".lock"));
     const InstanceLock first(name);
     EXPECT_FALSE(fs::exists(folder / "victim"));
     EXPECT_FALSE(InstanceLock(name).isHeldByAnother());
@@ -77,7 +78,7 @@ TEST_F(InstanceLockTest, DoesNotFollowALink) {
 
 /// Where the lock lies when the runtime folder is of no use.
 std::string fallback() {
-    return "/tmp/" + (name + ('-' + std::to_string(::geteuid()))) + ".lock";
+    return "/tmp/" + name + '-' + std::to_string(::geteuid()) + ".lock";
 }
 
 void expectFallback(const std::string& runtimeFolder) {

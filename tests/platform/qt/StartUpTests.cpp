@@ -7,6 +7,7 @@
 #include "platform/qt/InstanceLock.h"
 #include "tests/support/ScopedEnvironment.h"
 #include "tests/support/TemporaryFolder.h"
+#include "tests/support/UserInterface.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -75,6 +76,8 @@ protected:
     }
 
     TemporaryFolder folder;
+    /// The process that ends cannot delete its own folder, so it has one inside this process's.
+    ScopedEnvironment folderOfChild{"TMPDIR", folder.path()};
     NoVersion information;
     platform::ScopedService<platform::SystemInformation> informationScope{information};
     ScopedEnvironment runtime{"XDG_RUNTIME_DIR", folder.path()};
@@ -116,12 +119,16 @@ TEST_F(StartUpDeathTest, ShowsTheMainWindowOnceTheControllerIsAwake) {
 
 TEST_F(StartUpDeathTest, RunsTheActionsOfTheButtons) {
     EXPECT_EXIT(start([](Interface& interface) {
-                    interface.setAction("cancel:",
-                                        [] { platform::service<Application>().terminate(); });
+                    interface.setAction("cancel:", [] {
+                        std::cerr << "cancelled\n";
+                        platform::service<Application>().terminate();
+                    });
                     interface.setAction("uninstall:", [] { std::abort(); });
-                    terminateLater();
+                    platform::service<Application>().performOnMainThread(
+                        [] { press(*windowTitled("Uninstall Kelvane"), "&Cancel"); },
+                        platform::Wait::no);
                 }),
-                ExitedWithCode(0), "^$");
+                ExitedWithCode(0), "^cancelled\n$");
 }
 
 TEST_F(StartUpDeathTest, SaysThatThereIsNoDisplay) {
@@ -138,12 +145,6 @@ TEST_F(StartUpDeathTest, SaysThatTheDisplayCannotBeReached) {
 TEST_F(StartUpDeathTest, SaysThatThePlatformIsUnknown) {
     const ScopedEnvironment unknown("QT_QPA_PLATFORM", "stonetablet");
     expectNoDisplay("Could not find the Qt platform plugin \"stonetablet\"");
-}
-
-TEST_F(StartUpDeathTest, SaysThatThereAreNoPlatforms) {
-    const ScopedEnvironment nowhere("QT_QPA_PLATFORM_PLUGIN_PATH", folder.path());
-    const ScopedEnvironment unknown("QT_QPA_PLATFORM", "stonetablet");
-    expectNoDisplay("");
 }
 
 TEST_F(StartUpDeathTest, SaysThatItIsRunningAlready) {

@@ -48,6 +48,15 @@ protected:
         ASSERT_TRUE(QProcess::startDetached("xdotool", commands));
     }
 
+    static QPoint centre(const QWidget& widget) {
+        return widget.mapToGlobal(widget.rect().center());
+    }
+
+    static QStringList clicking(const QWidget& widget) {
+        const auto place = centre(widget);
+        return {"mousemove", QString::number(place.x()), QString::number(place.y()), "click", "1"};
+    }
+
     /// The answer on the main thread when the keys are typed on the alert.
     int answer(const QStringList& keys) {
         int code = 7;
@@ -71,12 +80,7 @@ TEST_F(X11Test, AnswersEscapeWithTheAlternateButton) {
 }
 
 TEST_F(X11Test, AnswersWithTheButtonThatTheMouseClicks) {
-    whenActive("Message", [](QWidget& window) {
-        auto& discard = button(window, "Discard");
-        const auto place = discard.mapToGlobal(discard.rect().center());
-        useInput(
-            {"mousemove", QString::number(place.x()), QString::number(place.y()), "click", "1"});
-    });
+    whenActive("Message", [](QWidget& window) { useInput(clicking(button(window, "Discard"))); });
     int code = 7;
     runOnMainThread([&] { code = askThree(); });
     EXPECT_EQ(code, -1);
@@ -131,7 +135,12 @@ TEST_F(X11Test, KeepsTheUserFromTheParentOfASheet) {
     interface.setAction("uninstall:", [&] { ++uninstalls; });
     auto& mainWindow = interface.window("windowMain");
     mainWindow.makeKeyAndOrderFront();
-    typeOn("Message", {"alt+u", "Return"});
+    auto* parent = windowTitled("Uninstall Kelvane");
+    whenActive("Message", [parent](QWidget& alert) {
+        auto& uninstall = button(*parent, "&Uninstall");
+        EXPECT_FALSE(alert.frameGeometry().contains(centre(uninstall))) << "it cannot be clicked";
+        useInput(clicking(uninstall) + clicking(button(alert, "OK")));
+    });
     runOnMainThread([&] {
         EXPECT_EQ(QFAlert::alertSheetWithMessageText("Message", none, none, none, none, &mainWindow,
                                                      Block::yes),
