@@ -6,6 +6,7 @@
 #include "platform/ApplicationMain.h"
 #include "platform/Services.h"
 #include "platform/StartUp.h"
+#include "tests/support/MainThread.h"
 #include "tests/support/PortDoubles.h"
 #include "tests/support/QueueGate.h"
 #include "tests/support/ScopedEnvironment.h"
@@ -18,7 +19,6 @@
 #include <algorithm>
 #include <atomic>
 #include <cstdlib>
-#include <fstream>
 #include <functional>
 #include <iostream>
 #include <memory>
@@ -28,14 +28,6 @@
 using platform::Application;
 
 namespace {
-
-/// Whether the main thread sleeps until somebody wakes it.
-bool mainThreadSleeps() {
-    std::ifstream file("/proc/self/stat");
-    std::string status;
-    std::getline(file, status);
-    return status.substr(status.rfind(')') + 2, 1) == "S";
-}
 
 /// Every test runs the program in a process of its own.
 class TerminationDeathTest : public ::testing::Test {

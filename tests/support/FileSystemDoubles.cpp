@@ -115,7 +115,8 @@ std::optional<platform::Error> DescribedFileSystem::setCreationDate(const std::s
 }
 
 std::optional<platform::Error> DescribedFileSystem::setPosixPermissions(const std::string& path,
-                                                                        unsigned /*permissions*/) {
+                                                                        unsigned mode) {
+    permissions[path] = mode;
     return change("permissions", path);
 }
 

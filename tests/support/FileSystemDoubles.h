@@ -32,6 +32,8 @@ public:
     /// The dates that were to be set.
     std::map<std::string, platform::Date> creationDates;
     std::map<std::string, platform::Date> modificationDates;
+    /// The permissions that were to be set.
+    std::map<std::string, unsigned> permissions;
     /// What is known of an item beyond its kind; none makes it unknown.
     std::map<std::string, std::optional<platform::ItemAttributes>> attributes;
     /// Where links lead.
@@ -65,7 +67,7 @@ public:
     std::optional<platform::Error> setCreationDate(const std::string& path,
                                                    platform::Date date) override;
     std::optional<platform::Error> setPosixPermissions(const std::string& path,
-                                                       unsigned /*permissions*/) override;
+                                                       unsigned mode) override;
     std::optional<platform::Error> setImmutable(const std::string& path, bool immutable) override;
     std::optional<platform::Error> removeItem(const std::string& path) override;
 

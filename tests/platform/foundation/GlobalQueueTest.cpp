@@ -80,5 +80,5 @@ TEST(GlobalQueueDeathTest, WhatAnOperationRaisesAndNobodyCatchesEndsTheProcess) 
             dispatchAsync([] { throw std::runtime_error("nobody caught this"); });
             std::latch(1).wait();
         },
-        "");
+        "nobody caught this");
 }

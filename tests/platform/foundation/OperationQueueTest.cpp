@@ -146,7 +146,7 @@ TEST(OperationQueue, DoesNotWaitForWhatIsAddedMeanwhile) {
     };
     queue.addOperation([&again] { again(); });
     queue.waitUntilAllOperationsAreFinished();
-    EXPECT_FALSE(stop);
+    EXPECT_GE(queue.operationCount(), 1U);
     stop = true;
 }
 

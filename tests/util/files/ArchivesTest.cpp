@@ -68,6 +68,7 @@ TEST_F(Archives, UnpackingRecyclesAFormerFolderFirst) {
     fileSystem.folders["/folder"] = Lines{"file"};
     launcher.effect = [this] { EXPECT_EQ(workspace.recycled, trashed("folder")); };
     EXPECT_TRUE(QFFileManager::decompressFile("/a.zip", "/folder"));
+    EXPECT_EQ(launcher.runs.size(), 2U);
     EXPECT_EQ(fileSystem.changes, Lines{}); // nothing is unlocked
 }
 

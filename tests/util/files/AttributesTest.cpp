@@ -113,6 +113,7 @@ TEST_F(Attributes, LockingNothingsContentsDoesNothing) {
 TEST_F(Attributes, PermissionsAreSetSilently) {
     QFFileManager::setPosixPermissions(0644, "/file");
     EXPECT_EQ(fileSystem.changes, Lines{"permissions /file"});
+    EXPECT_EQ(fileSystem.permissions["/file"], 0644U);
     EXPECT_EQ(loggedLines(), Lines{});
 }
 
@@ -150,6 +151,7 @@ TEST_F(Attributes, WhatTheUserMayWriteIsTouchedByTheTool) {
 TEST_F(Attributes, TheCreationDateFollowsTheTool) {
     launcher.effect = [this] { EXPECT_EQ(fileSystem.changes, Lines{}); };
     EXPECT_TRUE(QFFileManager::touchFile("/file", SetCreationDate::yes));
+    EXPECT_EQ(launcher.runs, (Lines{touchFile, "waited"}));
     EXPECT_EQ(fileSystem.changes, Lines{"creation date /file"});
     EXPECT_EQ(fileSystem.creationDates["/file"], pauses.now());
     EXPECT_EQ(workspace.changed, Lines{"/file"});

@@ -186,13 +186,24 @@ TEST_F(BadPaths, AWaitForThemPausesOnce) {
     }
 }
 
-TEST_F(BadPaths, AFolderCountsAsOneAndAFileAsNone) {
+TEST_F(BadPaths, NoFileIsMovedToWhereAFolderIs) {
     const auto sub = folder.makeFolder("sub");
     EXPECT_FALSE(QFFileManager::moveFile(folder / "file", sub, ShouldAuth::no));
-    EXPECT_FALSE(QFFileManager::createDirectory(folder / "file", ShouldAuth::no));
-    EXPECT_EQ(QFFileManager::fileSize(sub), 0U);
-    EXPECT_TRUE(QFFileManager::isFolderEmpty(folder / "file"));
+    EXPECT_TRUE(fs::is_empty(sub));
     EXPECT_EQ(contentOf(folder / "file"), "content");
+}
+
+TEST_F(BadPaths, NoFolderIsMadeWhereAFileIs) {
+    EXPECT_FALSE(QFFileManager::createDirectory(folder / "file", ShouldAuth::no));
+    EXPECT_EQ(contentOf(folder / "file"), "content");
+}
+
+TEST_F(BadPaths, AFolderWithoutFilesHasNoSize) {
+    EXPECT_EQ(QFFileManager::fileSize(folder.makeFolder("sub")), 0U);
+}
+
+TEST_F(BadPaths, AFileIsAFolderWithNothingInIt) {
+    EXPECT_TRUE(QFFileManager::isFolderEmpty(folder / "file"));
 }
 
 TEST_F(BadPaths, WhatTheUserMayNotChangeStaysAndIsLogged) {

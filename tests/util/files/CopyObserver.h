@@ -22,6 +22,12 @@ public:
                 }};
     }
 
+    /// An owner of one token: a delegate that answers nothing.
+    template <class Delegate>
+    std::shared_ptr<Delegate> silent() {
+        return {new Delegate, [token = token()](Delegate* delegate) { delete delegate; }};
+    }
+
     void wait() {
         std::unique_lock lock(state_->mutex);
         state_->changed.wait(lock, [this] { return state_->released; });

@@ -207,14 +207,19 @@ TEST_F(VerifiedCopyOnDisk, APipeIsCopiedToItsEnd) {
 }
 
 TEST_F(VerifiedCopyOnDisk, ALinkIsCopiedAsWhatItLeadsTo) {
-    const auto source = folder.write("file", "");
+    const auto source = folder.write("file", "content");
+    fs::last_write_time(source, fs::last_write_time(source) - std::chrono::hours(1));
     fs::create_symlink("file", folder / "link");
     EXPECT_TRUE(copy(folder / "link", {folder / "copy"}));
     EXPECT_FALSE(fs::is_symlink(folder / "copy"));
     EXPECT_EQ(console.systemLogLines(), Lines{});
-    EXPECT_EQ(onDisk.modified.size(), onDisk.created.size());
+    EXPECT_EQ(contentOf(folder / "copy"), "content");
+    const auto attributes = onDisk.attributesOfItem(source);
+    EXPECT_EQ(onDisk.created.size(), attributes->creationDate ? 1U : 0U);
+    ASSERT_EQ(onDisk.modified.size(), onDisk.created.size());
     for (const auto& change : onDisk.modified) {
-        EXPECT_EQ(change.date, onDisk.attributesOfItem(source)->modificationDate);
+        EXPECT_EQ(change,
+                  (UndatedFileSystem::Change{folder / "copy", attributes->modificationDate}));
     }
 }
 

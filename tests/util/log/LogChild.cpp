@@ -5,6 +5,7 @@
 #include "platform/foundation/Exception.h"
 #include "platform/linux/Console.h"
 #include "platform/linux/LogFiles.h"
+#include "tests/support/MainThread.h"
 #include "tests/support/PortDoubles.h"
 #include "tests/support/QueueGate.h"
 #include "tests/util/log/LogDoubles.h"
@@ -13,6 +14,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <functional>
+#include <latch>
 #include <map>
 #include <stdexcept>
 #include <string>
@@ -78,7 +80,15 @@ int terminate(const Arguments& arguments) {
     for (int number = 1; number < std::stoi(arguments.at(0)); ++number) {
         QFLog::appendLog("entry %d", number);
     }
-    const std::jthread opener([&gate] { gate.open(); });
+    std::latch terminating{1};
+    const std::jthread opener([&] {
+        terminating.wait();
+        while (!mainThreadSleeps()) {
+            std::this_thread::yield();
+        }
+        gate.open();
+    });
+    terminating.count_down();
     application.terminate();
     return application.removedObserver == FakeApplication::observerNumber ? 0 : 1;
 }

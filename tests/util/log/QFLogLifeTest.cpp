@@ -1,6 +1,8 @@
+#include "tests/support/MainThread.h"
 #include "tests/util/log/LogTest.h"
 
 #include <latch>
+#include <thread>
 
 namespace {
 
@@ -45,6 +47,9 @@ TEST_F(LogLife, WritesTenQueuedOperationsAtTermination) {
     std::latch terminating{1};
     const std::jthread opener([&] {
         terminating.wait();
+        while (!mainThreadSleeps()) {
+            std::this_thread::yield();
+        }
         gate.open();
     });
     terminating.count_down();

@@ -86,7 +86,7 @@ TEST_F(LogStress, LosesAndReordersNothingThatManyThreadsWriteAcrossManyFiles) {
     EXPECT_EQ(log.bytesInQueue(), 0U);
 }
 
-TEST_F(LogUnderStress, SurvivesStartsAndEndsFromManyThreads) {
+TEST_F(LogUnderStress, SurvivesEntriesAndStartsFromManyThreadsAndThenEnds) {
     QFLog::createNewLog("Test", QFLog::NoPrinting::yes);
     {
         std::vector<std::jthread> threads;

@@ -1,3 +1,4 @@
+#include "tests/support/ScopedEnvironment.h"
 #include "tests/util/task/TaskTest.h"
 #include "util/task/QFTaskEx.h"
 
@@ -90,8 +91,8 @@ TEST_F(DataFromTask, DrainsTheErrorsAfterTheEndOfTheOutput) {
 }
 
 TEST_F(DataFromTask, ReadsAllOutputOfAChildThatClosesItsErrorsEarly) {
-    auto result =
-        std::async([&] { return collected("exec 2>&-; echo a; " + gate() + "; echo b"); });
+    const auto text = "exec 2>&-; echo a; " + gate() + "; echo b";
+    auto result = std::async(std::launch::async, [&] { return collected(text); });
     openGate();
     EXPECT_EQ(result.get(), "a\nb\n");
 }
@@ -110,7 +111,7 @@ TEST_F(DataFromTask, ReadsNoErrorsBeforeTheEndOfTheOutput) {
     std::future<std::optional<platform::Data>> data;
     {
         const BusyMainThread busy;
-        data = std::async([&] {
+        data = std::async(std::launch::async, [&] {
             return QFTaskEx::dataFromTask(perl, {"-e", fillPipe, file("full")},
                                           platform::Timeout(0));
         });
@@ -129,7 +130,8 @@ TEST_F(DataFromTask, CollectsMuchOutput) {
 }
 
 TEST_F(DataFromTask, WaitsForAGrandchildThatHoldsTheOutput) {
-    auto result = std::async([&] { return collected("(" + gate() + "; echo late) & echo early"); });
+    auto result = std::async(std::launch::async,
+                             [&] { return collected("(" + gate() + "; echo late) & echo early"); });
     EXPECT_TRUE(eventually([&] { return slot_.get() != nullptr && !slot_.get()->isRunning(); }));
     openGate();
     EXPECT_EQ(result.get(), "early\nlate\n");
@@ -141,9 +143,8 @@ TEST_F(DataFromTask, ReplacesTheWholeEnvironmentWhenOneIsGiven) {
 }
 
 TEST_F(DataFromTask, LeavesTheProgramsEnvironmentWithoutOne) {
-    ::setenv("QF_TASK_TEST", "inherited", 1);
+    const ScopedEnvironment inherited("QF_TASK_TEST", "inherited");
     EXPECT_NE(environmentOf(Value()).find("QF_TASK_TEST=inherited\n"), std::string::npos);
-    ::unsetenv("QF_TASK_TEST");
 }
 
 TEST_F(DataFromTask, RefusesAnEnvironmentThatIsNoDictionaryOfStrings) {
@@ -176,7 +177,7 @@ TEST_F(DataFromTask, LogsAndPrintsWhyAToolCannotBeLaunched) {
 }
 
 TEST_F(DataFromTask, KeepsTheChildInTheSlotWhileItRuns) {
-    auto result = std::async([&] { return collected(gate() + "; echo out"); });
+    auto result = std::async(std::launch::async, [&] { return collected(gate() + "; echo out"); });
     EXPECT_TRUE(eventually([&] { return slot_.get() != nullptr && slot_.get()->isRunning(); }));
     openGate();
     EXPECT_EQ(result.get(), "out\n");

@@ -43,7 +43,7 @@ protected:
     std::string gate(const std::string& name = "gate") const;
     void openGate(const std::string& name = "gate") const;
 
-    /// Returns when a child has run "touch" on that file of the folder.
+    /// Returns when a child has made that file of the folder.
     bool waitForFile(const std::string& name) const;
 
     std::string file(const std::string& name) const { return folder_ / name; }
@@ -58,7 +58,7 @@ protected:
     const TemporaryFolder folder_;
 };
 
-/// Takes as packages the folders with the extension "app", and one file that a test names.
+/// Takes as packages all that has the extension "app".
 class PackageWorkspace : public RecordingWorkspace {
 public:
     static PackageWorkspace& shared();

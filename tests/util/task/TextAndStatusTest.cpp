@@ -107,7 +107,7 @@ TEST_F(TerminationCodeFromTask, LetsTheLaunchExceptionThrough) {
 
 TEST_F(TerminationCodeFromTask, KeepsTheChildInTheSlotWhileItRuns) {
     TaskSlot slot;
-    auto status = std::async([&] {
+    auto status = std::async(std::launch::async, [&] {
         return QFTaskEx::terminationCodeFromTask(shell, script(gate() + "; exit 9"), slot);
     });
     EXPECT_TRUE(eventually([&] { return slot.get() != nullptr && slot.get()->isRunning(); }));

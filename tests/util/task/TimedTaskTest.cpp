@@ -35,7 +35,7 @@ protected:
     auto timedOutOnceReady(Call call) {
         const BusyMainThread busy;
         ++performedBefore_;
-        auto result = std::async(call);
+        auto result = std::async(std::launch::async, call);
         EXPECT_TRUE(waitForFile("ready"));
         return result;
     }
@@ -123,8 +123,9 @@ TEST_F(TimedTask, ActsOnTheMainThreadOnly) {
     std::future<std::optional<platform::Data>> data;
     {
         const BusyMainThread busy;
-        data = std::async(
-            [&] { return runner_->dataFromTaskOnRunner(shell, script(gate()), Timeout(0)); });
+        data = std::async(std::launch::async, [&] {
+            return runner_->dataFromTaskOnRunner(shell, script(gate()), Timeout(0));
+        });
         EXPECT_TRUE(eventually(
             [&] { return runner_->theTask() != nullptr && runner_->theTask()->isRunning(); }));
         EXPECT_TRUE(loggedLines().empty());
@@ -153,7 +154,7 @@ TEST_F(TimedTask, SleepsItsWholeIntervalEvenWhenTheChildHasEndedLongBefore) {
 
 TEST_F(TimedTask, KeepsTheChildInTheRunnerOnlyWhileItRuns) {
     EXPECT_EQ(runner_->theTask(), nullptr);
-    auto status = std::async([&] {
+    auto status = std::async(std::launch::async, [&] {
         return runner_->terminationCodeFromTaskOnRunner(shell, script(gate()), Timeout(600));
     });
     EXPECT_TRUE(eventually(
@@ -164,8 +165,9 @@ TEST_F(TimedTask, KeepsTheChildInTheRunnerOnlyWhileItRuns) {
 }
 
 TEST_F(TimedTask, NeverTerminatesAChildWhoseOutputIsDiscarded) {
-    auto run = std::async(
-        [&] { QFTaskEx::runTask(shell, script(gate() + "; : > '" + file("survived") + "'"), 0); });
+    auto run = std::async(std::launch::async, [&] {
+        QFTaskEx::runTask(shell, script(gate() + "; : > '" + file("survived") + "'"), 0);
+    });
     waitForTimeouts(1);
     openGate();
     run.get();
@@ -174,7 +176,7 @@ TEST_F(TimedTask, NeverTerminatesAChildWhoseOutputIsDiscarded) {
 }
 
 TEST_F(TimedTask, NeverHoldsAChildWhoseOutputIsDiscarded) {
-    auto run = std::async([&] {
+    auto run = std::async(std::launch::async, [&] {
         runner_->runTaskOnRunner(shell, script(": > '" + file("ready") + "'; " + gate()), 0);
     });
     EXPECT_TRUE(waitForFile("ready"));
@@ -251,7 +253,7 @@ TEST_F(TimedTask, RunsNothingWithoutAThreadForTheTimeout) {
 }
 
 TEST_F(TimedTask, TerminateTaskEndsTheCallFromAnotherThread) {
-    auto data = std::async([&] {
+    auto data = std::async(std::launch::async, [&] {
         return text(
             runner_->dataFromTaskOnRunner(shell, script("echo out; " + gate()), Timeout(600)));
     });
@@ -280,9 +282,9 @@ TEST_F(TimedTask, TwoHundredAtOnceAllEnd) {
     for (int index = 0; index < count; ++index) {
         callers.emplace_back([&, index] {
             if (index % 2 == 0) {
-                ended += QFTaskEx::terminationCodeFromTask(shell, hanging, index % 3) == SIGTERM;
+                ended += QFTaskEx::terminationCodeFromTask(shell, hanging, 0) == SIGTERM;
             } else {
-                ended += QFTaskEx::dataFromTask(shell, hanging, index % 3).has_value() ? 1 : 0;
+                ended += QFTaskEx::dataFromTask(shell, hanging, 0).has_value() ? 1 : 0;
             }
         });
     }
