@@ -339,7 +339,6 @@ TEST(CopyItem, TellsWhatIsWrongWithAPath) {
          "“missing” couldn’t be copied because it doesn’t exist."},
         {"", folder / "new", "“” couldn’t be copied because the system doesn’t allow it."},
         {"file", folder / "new", "“file” couldn’t be copied because the system doesn’t allow it."},
-        {"/", folder / "new", "“/” couldn’t be copied because the system doesn’t allow it."},
         {file, "", "“file” couldn’t be copied because the system doesn’t allow it."},
         {file, "new", "“file” couldn’t be copied because the system doesn’t allow it."},
         {file, folder / "missing/new", "“file” couldn’t be copied because it doesn’t exist."},
@@ -361,6 +360,16 @@ TEST(CopyItem, TellsWhatIsWrongWithAPath) {
         EXPECT_EQ(sentence(fileSystem.copyItem(path, newPath)), expected);
     }
     EXPECT_EQ(strangers(folder.path(), {"file", "loop"}), std::vector<std::string>{});
+}
+
+TEST(CopyItem, RefusesTheRootFolder) {
+    if (const auto reason = whyNotWithoutWriting(); !reason.empty()) {
+        GTEST_SKIP() << reason;
+    }
+    const TemporaryFolder folder;
+
+    EXPECT_EQ(runChild({"without-writing", "copy", "/", folder / "new"}).output,
+              "22 “/” couldn’t be copied because the system doesn’t allow it.\n");
 }
 
 TEST(CopyItem, LeavesNothingOfACopyThatFails) {

@@ -86,11 +86,18 @@ TEST(RemoveItem, RefusesWhatIsNoEntryOfAFolder) {
     const TemporaryFolder folder;
     folder.write("precious");
 
-    for (const auto& path :
-         {std::string("/"), folder / ".", folder / "precious/..", std::string()}) {
+    for (const auto& path : {folder / ".", folder / "precious/..", std::string()}) {
         EXPECT_TRUE(fileSystem.removeItem(path)) << path;
     }
     EXPECT_TRUE(stands(folder / "precious"));
+}
+
+TEST(RemoveItem, RefusesTheRootFolder) {
+    if (const auto reason = whyNotWithoutWriting(); !reason.empty()) {
+        GTEST_SKIP() << reason;
+    }
+    EXPECT_EQ(runChild({"without-writing", "remove", "/"}).output,
+              "22 “/” couldn’t be removed because the system doesn’t allow it.\n");
 }
 
 TEST(RemoveItem, NeedsFewDescriptorsForADeepTree) {
