@@ -1,6 +1,7 @@
 #include "platform/linux/FileSystem.h"
 #include "tests/platform/linux/RunChild.h"
 #include "tests/support/ScopedLimit.h"
+#include "tests/support/Sentence.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/TreeDescription.h"
 
@@ -37,10 +38,6 @@ bool makeNullDevice(const std::string& path) {
 }
 
 constexpr const char* noDevices = "no device can be made in temporary folders";
-
-std::string sentence(const std::optional<platform::Error>& error) {
-    return error ? error->localizedDescription : "no error";
-}
 
 } // namespace
 

@@ -1,6 +1,7 @@
 #include "platform/linux/LogFiles.h"
 
 #include "platform/foundation/Exception.h"
+#include "tests/support/OpenDescriptors.h"
 #include "tests/support/RunCommand.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -136,17 +137,14 @@ TEST_F(LogFiles, OpenTheSuperusersFileThatTheUserMayWriteTo) {
 }
 
 TEST_F(LogFiles, CloseAFileWhenNobodyRefersToItAnyMore) {
-    const auto countOpen = [] {
-        return std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator());
-    };
-    const auto before = countOpen();
+    const auto before = openDescriptors();
     auto file = files.open(folder.write("log"));
-    EXPECT_EQ(countOpen(), before + 1);
+    EXPECT_EQ(openDescriptors(), before + 1);
     file.reset();
-    EXPECT_EQ(countOpen(), before);
+    EXPECT_EQ(openDescriptors(), before);
     folder.makeFolder("folder");
     EXPECT_FALSE(files.open(folder / "folder"));
-    EXPECT_EQ(countOpen(), before);
+    EXPECT_EQ(openDescriptors(), before);
 }
 
 TEST_F(LogFiles, DoNotPassAnOpenFileOnToChildren) {
