@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <map>
 
 namespace {
@@ -133,16 +134,73 @@ TEST_F(PlanWalk, LogsAnExceptionThatARowLetsOutAndGoesOn) {
     EXPECT_EQ(recycledItems(), Lines{"/x/b"});
 }
 
-TEST_F(PlanWalk, TouchesNothingOfTheSharedToolsUnlessTheyGoToo) {
-    walkUninstallPlan(uninstallPlan(RemoveShared::no));
-
-    for (const auto& change : fileSystem.changes) {
-        for (const auto* shared : {"SoftwareUpdate", "Software Update", "launcher", "App Launcher",
-                                   "Shared Resources", "com.quillfen.global"}) {
-            EXPECT_EQ(change.find(shared), std::string::npos) << change;
+/// A machine where all that the plan names stands.
+class WholePlanWalk : public PlanWalk {
+protected:
+    WholePlanWalk() {
+        using platform::DirectoryKind;
+        using platform::DomainMask;
+        searchPaths.lists[{DirectoryKind::applicationSupport, DomainMask::user}] = {
+            "/home/someone/Library/Application Support"};
+        searchPaths.lists[{DirectoryKind::caches, DomainMask::user}] = {
+            "/home/someone/Library/Caches"};
+        for (const auto& row : uninstallPlan(RemoveShared::yes)) {
+            if (row.action == PlanAction::trash) {
+                fileSystem.files.insert(row.subject);
+            } else if (row.action == PlanAction::trashBundle) {
+                desktop.applications[row.subject] = "/Volumes/Tools/" + row.subject;
+                fileSystem.folders["/Volumes/Tools/" + row.subject] = Lines{};
+            }
         }
     }
+
+    /// What has gone to the Trash and belongs to the shared tools, by its path.
+    Lines recycledSharedItems() const {
+        Lines items;
+        for (const auto& item : recycledItems()) {
+            if (isShared(item)) {
+                items.push_back(item);
+            }
+        }
+        return items;
+    }
+
+    static bool isShared(const std::string& path) {
+        const auto parts = {"SoftwareUpdate", "Software Update",  "launcher",
+                            "App Launcher",   "Shared Resources", "com.quillfen.global"};
+        return std::ranges::any_of(
+            parts, [&](const auto* part) { return path.find(part) != std::string::npos; });
+    }
+};
+
+TEST_F(WholePlanWalk, TouchesNothingOfTheSharedToolsUnlessTheyGoToo) {
+    walkUninstallPlan(uninstallPlan(RemoveShared::no));
+
+    ASSERT_FALSE(recycledItems().empty());
+    EXPECT_EQ(recycledSharedItems(), Lines{});
+    ASSERT_FALSE(fileSystem.changes.empty());
+    EXPECT_TRUE(std::ranges::none_of(fileSystem.changes, isShared));
     EXPECT_EQ(desktop.lookups.size(), 11U);
+}
+
+TEST_F(WholePlanWalk, TrashesTheSharedToolsWhenTheyGoToo) {
+    walkUninstallPlan(uninstallPlan(RemoveShared::yes));
+
+    EXPECT_EQ(
+        recycledSharedItems(),
+        (Lines{"/Volumes/Tools/com.quillfen.SoftwareUpdate", "/Volumes/Tools/com.quillfen.launcher",
+               "/Applications/Quillfen/Quillfen Software Update.app",
+               "/Applications/Quillfen App Launcher.app",
+               "/home/someone/Library/Application Support/Quillfen/Shared Resources",
+               "/home/someone/Library/Caches/com.quillfen.SoftwareUpdate",
+               "/home/someone/Library/Caches/com.quillfen.launcher",
+               "/home/someone/Library/Preferences/com.quillfen.SoftwareUpdate.plist",
+               "/home/someone/Library/Preferences/com.quillfen.launcher.plist",
+               "/home/someone/Library/Preferences/com.quillfen.global.plist",
+               "/Library/Preferences/com.quillfen.SoftwareUpdate.plist",
+               "/Library/Preferences/com.quillfen.launcher.plist",
+               "/Library/Preferences/com.quillfen.global.plist"}));
+    EXPECT_EQ(desktop.lookups.size(), 13U);
 }
 
 } // namespace

@@ -63,6 +63,18 @@ std::vector<std::string> withMountOn(const std::string& folder, const std::strin
             options};
 }
 
+std::vector<std::string> withBindMount(const std::string& folder, const std::string& options) {
+    return {"unshare",
+            "-m",
+            "sh",
+            "-c",
+            R"(mount --bind "$1" "$1" && { test -z "$2" || mount -o "remount,bind,$2" "$1"; } &&
+               shift 2 && exec "$@")",
+            "sh",
+            folder,
+            options};
+}
+
 std::string whyNoMounts() {
     const TemporaryFolder folder;
     auto command = withMountOn(folder.path(), "size=64k");

@@ -22,5 +22,9 @@ std::vector<std::string> asOrdinaryUser();
 /// memory with these options is mounted on `folder`.
 std::vector<std::string> withMountOn(const std::string& folder, const std::string& options);
 
+/// The command that runs another in a mount namespace of its own, where `folder` is bound to itself
+/// with these options: the same device, another mount.
+std::vector<std::string> withBindMount(const std::string& folder, const std::string& options = "");
+
 /// Why the machine does not let the test mount anything; empty when it does.
 std::string whyNoMounts();

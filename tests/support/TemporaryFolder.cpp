@@ -40,6 +40,10 @@ std::string TemporaryFolder::makeFolder(std::string_view name) const {
     return folder.string();
 }
 
+bool stands(const std::string& path) {
+    return fs::exists(fs::symlink_status(path));
+}
+
 std::string contentOf(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
     EXPECT_TRUE(file.is_open()) << path;

@@ -29,5 +29,8 @@ private:
     std::string path_;
 };
 
+/// Whether anything is at a path; of a link, the link itself.
+bool stands(const std::string& path);
+
 /// What is in a file; the test fails when it cannot be read.
 std::string contentOf(const std::string& path);

@@ -17,9 +17,13 @@
 
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <sched.h>
+#include <sys/mount.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdlib>
+#include <cstring>
 #include <functional>
 #include <iostream>
 #include <map>
@@ -27,6 +31,8 @@
 namespace {
 
 using Arguments = std::vector<std::string>;
+
+int perform(const Arguments& arguments);
 
 int report(const std::optional<platform::Error>& error) {
     if (error) {
@@ -126,6 +132,20 @@ int storePreference(const Arguments& arguments) {
     return 0;
 }
 
+/// Runs another command where every volume is read-only: one that would harm the machine if it were
+/// not refused.
+int withoutWriting(const Arguments& arguments) {
+    mount_attr readOnly{};
+    readOnly.attr_set = MOUNT_ATTR_RDONLY;
+    readOnly.propagation = MS_PRIVATE;
+    if (::unshare(CLONE_NEWNS) != 0 ||
+        ::mount_setattr(AT_FDCWD, "/", AT_RECURSIVE, &readOnly, sizeof readOnly) != 0) {
+        std::cout << "volumes cannot be made read-only: " << std::strerror(errno) << '\n';
+        return 1;
+    }
+    return perform(arguments);
+}
+
 const std::map<std::string, std::function<int(const Arguments&)>> commands{
     {"recycle", recycle},
     {"make-trash", makeTrash},
@@ -141,7 +161,12 @@ const std::map<std::string, std::function<int(const Arguments&)>> commands{
     {"create", create},
     {"write", write},
     {"volumes", volumes},
+    {"without-writing", withoutWriting},
 };
+
+int perform(const Arguments& arguments) {
+    return commands.at(arguments.at(0))(Arguments(arguments.begin() + 1, arguments.end()));
+}
 
 /// Calls into the library of faulty system calls, where the program was started with it.
 template <typename Result>
@@ -156,8 +181,7 @@ int main(int argc, char** argv) {
     const Arguments arguments(argv + 1, argv + argc);
     platform::install<platform::Console>(console);
     callFaultyCalls<void>("qfBeginFaults");
-    const int status =
-        commands.at(arguments.at(0))(Arguments(arguments.begin() + 1, arguments.end()));
+    const int status = perform(arguments);
     const int faults = callFaultyCalls<int>("qfEndFaults");
     for (const auto& line : console.systemLogLines()) {
         std::cout << "log: " << line << '\n';

@@ -103,8 +103,12 @@ TEST_F(Console, LosesWhatNobodyReadsAndGoesOn) {
 }
 
 TEST_F(Console, LosesWhatHasNoRoomAndGoesOn) {
-    const Redirection output(STDOUT_FILENO, ::open("/dev/full", O_WRONLY | O_CLOEXEC));
-    console.print("to a full disk\n");
+    const int full = ::open("/dev/full", O_WRONLY | O_CLOEXEC);
+    if (full < 0) {
+        GTEST_SKIP() << "this machine has no /dev/full to write to";
+    }
+    const Redirection output(STDOUT_FILENO, full);
+    EXPECT_NO_THROW(console.print("to a full disk\n"));
 }
 
 TEST_F(Console, WaitsForRoomOnAStreamThatDoesNotBlock) {

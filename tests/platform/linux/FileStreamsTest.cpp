@@ -1,5 +1,6 @@
 #include "platform/linux/FileStreams.h"
 
+#include "tests/support/OpenDescriptors.h"
 #include "tests/support/ScopedLimit.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -222,14 +223,10 @@ TEST(FileStreams, AFileMayBecomeLargerThanExpected) {
 
 TEST(FileStreams, TheEndOfTheStreamClosesTheFile) {
     const TemporaryFolder folder;
-    const auto open = [] {
-        const fs::directory_iterator descriptors("/proc/self/fd");
-        return std::distance(begin(descriptors), end(descriptors));
-    };
-    const auto before = open();
+    const auto before = openDescriptors();
     {
         const auto stream = streams.openForUpdating(folder / "file", nothingSpared, unknownSize);
-        EXPECT_EQ(open(), before + 1);
+        EXPECT_EQ(openDescriptors(), before + 1);
     }
-    EXPECT_EQ(open(), before);
+    EXPECT_EQ(openDescriptors(), before);
 }

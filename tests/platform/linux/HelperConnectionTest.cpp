@@ -3,6 +3,7 @@
 #include "platform/linux/HelperConnection.h"
 
 #include "platform/linux/HelperStart.h"
+#include "tests/support/ScopedEnvironment.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
@@ -135,18 +136,17 @@ TEST(HelperStart, GivesPkexecNothingButTheConnectionAndAPath) {
                                    "\necho \"$@\"\n/usr/bin/env -u PWD -u SHLVL -u _ -u OLDPWD\n"
                                    "/usr/bin/readlink /proc/self/fd/0 | /usr/bin/cut -c 1-7\n");
     std::filesystem::permissions(pkexec, std::filesystem::perms::owner_all);
-    ASSERT_EQ(::setenv("SHELL", "/no/shell", 1), 0);
+    const ScopedEnvironment shell("SHELL", "/no/shell");
     native::startHelper({pkexec, "/bin/true"});
     EXPECT_EQ(contentOf(folder / "seen"), "--disable-internal-agent /bin/true\n"
                                           "PATH=/usr/sbin:/usr/bin:/sbin:/bin\nsocket:\n");
 }
 
 TEST(HelperStart, InheritsNothingWithoutADescriptorOfRoots) {
-    ASSERT_EQ(::unsetenv("QF_AUTHORIZATION_DESCRIPTOR"), 0);
+    const ScopedEnvironment none("QF_AUTHORIZATION_DESCRIPTOR", std::nullopt);
     EXPECT_EQ(native::inheritedHelper().status, errAuthorizationInternal);
     for (const char* number : {"", "x", "-1", "0", "1", "2", "3x", "99999", "99999999999999"}) {
-        ASSERT_EQ(::setenv("QF_AUTHORIZATION_DESCRIPTOR", number, 1), 0);
+        const ScopedEnvironment descriptor("QF_AUTHORIZATION_DESCRIPTOR", number);
         EXPECT_EQ(native::inheritedHelper().status, errAuthorizationInternal) << number;
     }
-    ASSERT_EQ(::unsetenv("QF_AUTHORIZATION_DESCRIPTOR"), 0);
 }

@@ -1,6 +1,8 @@
 #include "platform/linux/LogFiles.h"
 
 #include "platform/foundation/Exception.h"
+#include "tests/support/OpenDescriptors.h"
+#include "tests/support/RunCommand.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
@@ -27,25 +29,45 @@ protected:
     platform::native::LogFiles files;
 };
 
-/// Mounts a small file system that no other process sees.
+/// Moves the process for good to where it mounts a small file system that no other one sees.
 bool mountSmallFileSystem(const std::string& folder) {
     return ::unshare(CLONE_NEWNS) == 0 &&
            ::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
            ::mount("none", folder.c_str(), "tmpfs", 0, "size=8k") == 0;
 }
 
-/// Runs `check` in a child process of another user; true when it gave true there.
+/// Runs `check` in a child process; true when it gave true there.
 template <class Check>
-bool asNobody(Check check) {
+bool inAChild(Check check) {
     const auto child = ::fork();
     if (child == 0) {
-        constexpr unsigned nobody = 65534;
-        const bool changed = ::setgid(nobody) == 0 && ::setuid(nobody) == 0;
-        ::_exit(changed && check() ? 0 : 1);
+        ::_exit(check() ? 0 : 1);
     }
     int status = 0;
     ::waitpid(child, &status, 0);
     return WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
+
+/// Runs `check` in a child process of another user; true when it gave true there.
+template <class Check>
+bool asNobody(Check check) {
+    constexpr unsigned nobody = 65534;
+    return inAChild([&] { return ::setgid(nobody) == 0 && ::setuid(nobody) == 0 && check(); });
+}
+
+/// Fills the disk that `path` is on, makes room again and goes on.
+void fillAndGoOn(platform::LogFile& file, const std::string& path) {
+    const std::string page(5000, 'x');
+    file.append(page);
+    try {
+        file.append(page);
+        ADD_FAILURE() << "there was room for more than fits";
+    } catch (const Exception& exception) {
+        EXPECT_EQ(exception.name(), "NSFileHandleOperationException");
+        EXPECT_EQ(exception.reason(), "“log” couldn’t be written to because the volume is full.");
+    }
+    ASSERT_EQ(::truncate(path.c_str(), 6000), 0);
+    file.append("next\n");
 }
 
 } // namespace
@@ -115,17 +137,14 @@ TEST_F(LogFiles, OpenTheSuperusersFileThatTheUserMayWriteTo) {
 }
 
 TEST_F(LogFiles, CloseAFileWhenNobodyRefersToItAnyMore) {
-    const auto countOpen = [] {
-        return std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator());
-    };
-    const auto before = countOpen();
+    const auto before = openDescriptors();
     auto file = files.open(folder.write("log"));
-    EXPECT_EQ(countOpen(), before + 1);
+    EXPECT_EQ(openDescriptors(), before + 1);
     file.reset();
-    EXPECT_EQ(countOpen(), before);
+    EXPECT_EQ(openDescriptors(), before);
     folder.makeFolder("folder");
     EXPECT_FALSE(files.open(folder / "folder"));
-    EXPECT_EQ(countOpen(), before);
+    EXPECT_EQ(openDescriptors(), before);
 }
 
 TEST_F(LogFiles, DoNotPassAnOpenFileOnToChildren) {
@@ -145,24 +164,16 @@ TEST_F(LogFiles, DoNotPassAnOpenFileOnToChildren) {
 }
 
 TEST_F(LogFiles, SayThatTheDiskIsFullAndBeginTheNextEntryOnALineOfItsOwn) {
-    if (::geteuid() != 0 || !mountSmallFileSystem(folder.path())) {
-        GTEST_SKIP() << "only the superuser can mount a file system of one's own";
+    if (const auto reason = whyNoMounts(); !reason.empty()) {
+        GTEST_SKIP() << reason;
     }
-    const auto path = folder.write("log");
-    const auto file = files.open(path);
-    const std::string page(5000, 'x');
-    file->append(page);
-    try {
-        file->append(page);
-        ADD_FAILURE() << "there was room for more than fits";
-    } catch (const Exception& exception) {
-        EXPECT_EQ(exception.name(), "NSFileHandleOperationException");
-        EXPECT_EQ(exception.reason(), "“log” couldn’t be written to because the volume is full.");
-    }
-    ASSERT_EQ(::truncate(path.c_str(), 6000), 0);
-    file->append("next\n");
-    EXPECT_EQ(contentOf(path), std::string(6000, 'x') + "\nnext\n");
-    ::umount2(folder.path().c_str(), MNT_DETACH);
+    EXPECT_TRUE(inAChild([&] {
+        EXPECT_TRUE(mountSmallFileSystem(folder.path()));
+        const auto path = folder.write("log");
+        fillAndGoOn(*files.open(path), path);
+        EXPECT_EQ(contentOf(path), std::string(6000, 'x') + "\nnext\n");
+        return !HasFailure();
+    }));
 }
 
 TEST_F(LogFiles, CreateAFolderWithAllThatLeadToIt) {

@@ -1,5 +1,6 @@
 #include "platform/linux/FileSystem.h"
 #include "tests/platform/linux/RunChild.h"
+#include "tests/support/Sentence.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/TreeDescription.h"
 
@@ -21,14 +22,6 @@ namespace {
 
 platform::native::FileSystem fileSystem;
 
-bool stands(const std::string& path) {
-    return fs::exists(fs::symlink_status(path));
-}
-
-std::string sentence(const std::optional<platform::Error>& error) {
-    return error ? error->localizedDescription : "no error";
-}
-
 /// What a child is started with so that its system calls fail.
 std::vector<std::string> withFaults(const std::string& faults) {
     return {std::string("LD_PRELOAD=") + QF_FAULTY_CALLS, "QF_FAULTS=" + faults};
@@ -39,19 +32,6 @@ const std::string otherVolume = "renameat2:1:" + std::to_string(EXDEV);
 
 /// The file system cannot refuse to replace what stands at the new name.
 const std::string withoutRefusal = "renameat2:1:" + std::to_string(EINVAL);
-
-/// Binds `folder` to itself in a mount namespace of its own: the same device, another mount.
-std::vector<std::string> withBindMount(const std::string& folder, const std::string& options = "") {
-    return {"unshare",
-            "-m",
-            "sh",
-            "-c",
-            R"(mount --bind "$1" "$1" && { test -z "$2" || mount -o "remount,bind,$2" "$1"; } &&
-               shift 2 && exec "$@")",
-            "sh",
-            folder,
-            options};
-}
 
 } // namespace
 

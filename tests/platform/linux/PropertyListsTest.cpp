@@ -1,6 +1,7 @@
 #include "platform/linux/PropertyLists.h"
 
 #include "tests/support/RunCommand.h"
+#include "tests/support/ScopedEnvironment.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
@@ -8,6 +9,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <clocale>
 #include <cmath>
 #include <filesystem>
 #include <limits>
@@ -79,6 +81,37 @@ Outcome python(const std::string& program, const std::string& path) {
                {"PYTHONUTF8=1"});
 }
 
+/// Has numbers written with a comma, in a language that is made here.
+void makeLanguageWithComma() {
+    const TemporaryFolder folder;
+    const auto source = folder.write("source", "LC_NUMERIC\ndecimal_point \",\"\n"
+                                               "thousands_sep \".\"\ngrouping 3\n"
+                                               "END LC_NUMERIC\n");
+    run({"localedef", "--force", "-i", source, folder / "comma"});
+    const ScopedEnvironment languages("LOCPATH", folder.path());
+    std::setlocale(LC_NUMERIC, "comma");
+}
+
+/// For a scope, the C library writes numbers with a comma, as many languages do.
+class NumbersWithComma {
+public:
+    NumbersWithComma() {
+        if (std::setlocale(LC_NUMERIC, "de_DE.UTF-8") == nullptr) {
+            makeLanguageWithComma();
+        }
+    }
+    ~NumbersWithComma() { std::setlocale(LC_NUMERIC, former_.c_str()); }
+    NumbersWithComma(const NumbersWithComma&) = delete;
+    NumbersWithComma& operator=(const NumbersWithComma&) = delete;
+    NumbersWithComma(NumbersWithComma&&) = delete;
+    NumbersWithComma& operator=(NumbersWithComma&&) = delete;
+
+    static bool areHere() { return std::localeconv()->decimal_point == std::string(","); }
+
+private:
+    const std::string former_ = std::setlocale(LC_NUMERIC, nullptr);
+};
+
 } // namespace
 
 TEST(PropertyLists, ReadWhatTheyWrote) {
@@ -117,8 +150,19 @@ TEST(PropertyLists, ReadEntitiesCommentsAndCharacterData) {
     EXPECT_EQ(inXml("<!-- a > b --><string>a&amp;&#252;<![CDATA[<b>]]></string>"), Value("a&ü<b>"));
 }
 
-TEST(PropertyLists, ReadRealNumbersInEveryLanguage) {
+TEST(PropertyLists, ReadAndWriteRealNumbersInEveryLanguage) {
+    const TemporaryFolder folder;
+    const NumbersWithComma language;
+    if (!NumbersWithComma::areHere()) {
+        GTEST_SKIP() << "no language with a comma in numbers: neither de_DE.UTF-8 is here nor what "
+                        "localedef needs to make one";
+    }
     EXPECT_EQ(inXml("<real>-1.5e3</real>"), Value(-1500.0));
+
+    ASSERT_FALSE(propertyLists.writeAtomically(Value::Array{1.5}, folder / "a.plist"));
+
+    EXPECT_NE(contentOf(folder / "a.plist").find("<real>1.5"), std::string::npos);
+    EXPECT_EQ(propertyLists.read(folder / "a.plist"), Value(Value::Array{1.5}));
 }
 
 TEST(PropertyLists, AreNoneForWhatIsNone) {

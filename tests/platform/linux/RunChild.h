@@ -11,3 +11,9 @@ inline Outcome runChild(const std::vector<std::string>& arguments,
     command.insert(command.end(), arguments.begin(), arguments.end());
     return run(command, environment);
 }
+
+/// Why the child's command "without-writing" does not run another; empty when it does.
+inline std::string whyNotWithoutWriting() {
+    const auto outcome = runChild({"without-writing", "account"});
+    return outcome.status == 0 ? "" : outcome.output;
+}

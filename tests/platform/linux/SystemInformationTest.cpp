@@ -1,5 +1,7 @@
 #include "platform/linux/SystemInformation.h"
 
+#include "tests/support/TemporaryFolder.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -65,9 +67,10 @@ TEST(SystemInformation, KnowsTheRunningProgramByItsFormerPathAfterItWasDeleted) 
         EXPECT_EQ(SystemInformation().executablePath(), role);
         return;
     }
-    const auto copy = fs::canonical(fs::temp_directory_path()) / "qf-test-deleted-program";
-    fs::copy_file(own, copy, fs::copy_options::overwrite_existing);
-    const auto command = "QF_DELETED_PROGRAM='" + copy.string() + "' '" + copy.string() +
+    const TemporaryFolder folder;
+    const auto copy = folder / "program";
+    fs::copy_file(own, copy);
+    const auto command = "QF_DELETED_PROGRAM='" + copy + "' '" + copy +
                          "' --gtest_filter='*KnowsTheRunningProgramByItsFormerPath*' > /dev/null";
     EXPECT_EQ(std::system(command.c_str()), 0);
     EXPECT_FALSE(fs::exists(copy));

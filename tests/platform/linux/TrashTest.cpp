@@ -18,10 +18,6 @@ namespace {
 /// GLib 2.74 itself loses a few bytes when it fails to trash, which another way may follow.
 constexpr const char* glibLeaks = "ASAN_OPTIONS=detect_leaks=0";
 
-bool stands(const std::string& path) {
-    return fs::exists(fs::symlink_status(path));
-}
-
 /// A home folder of its own, and a child process that trashes from it.
 class Trash : public testing::Test {
 protected:
@@ -46,12 +42,6 @@ protected:
 
     Outcome recycle(const std::string& name, const std::vector<std::string>& prefix = {}) {
         return runChild({"recycle", items, trash, name}, environment, prefix);
-    }
-
-    /// Starts a command where the items are on another mount than the Trash.
-    std::vector<std::string> itemsOnABindMount() const {
-        return {"unshare", "-m", "sh", "-c", R"(mount --bind "$1" "$1" && shift && exec "$@")",
-                "sh",      items};
     }
 
     std::string files(const std::string& name) const {
@@ -387,7 +377,7 @@ TEST_F(Trash, TakesACopyOfWhatABindMountKeepsFromIt) {
     }
     for (const auto* content : {"first", "second"}) {
         home.write("items/Dunmarl.app/Contents/Info.plist", content);
-        EXPECT_EQ(recycle("Dunmarl.app", itemsOnABindMount()).output, "ok\n");
+        EXPECT_EQ(recycle("Dunmarl.app", withBindMount(items)).output, "ok\n");
     }
 
     EXPECT_EQ(contentOf(files("Dunmarl.app/Contents/Info.plist")), "first");
@@ -404,7 +394,7 @@ TEST_F(Trash, ReplacesNothingWithACopyEither) {
     home.write(".local/share/Trash/files/a.txt", "without a note");
     home.write("items/a.txt", "mine");
 
-    EXPECT_EQ(recycle("a.txt", itemsOnABindMount()).output, "ok\n");
+    EXPECT_EQ(recycle("a.txt", withBindMount(items)).output, "ok\n");
 
     std::vector<std::string> contents;
     for (const auto& entry : fs::directory_iterator(files(""))) {
@@ -422,7 +412,7 @@ TEST_F(Trash, TakesOverTheNoteThatAKilledCopyLeft) {
     home.write(".local/share/Trash/info/a.txt.trashinfo",
                "[Trash Info]\nPath=" + items + "/a.txt\nDeletionDate=2001-02-03T04:05:06\n");
 
-    EXPECT_EQ(recycle("a.txt", itemsOnABindMount()).output, "ok\n");
+    EXPECT_EQ(recycle("a.txt", withBindMount(items)).output, "ok\n");
 
     EXPECT_EQ(contentOf(files("a.txt")), "mine");
     EXPECT_EQ(contentOf(note("a.txt")).find("2001-02-03"), std::string::npos);
@@ -446,7 +436,7 @@ TEST_F(Trash, TakesOverNoNoteThatSomebodyElseNeeds) {
 
     for (const auto* name : {"trashed", "another's", "held"}) {
         const auto before = contentOf(note(name));
-        EXPECT_EQ(recycle(name, itemsOnABindMount()).output, "ok\n");
+        EXPECT_EQ(recycle(name, withBindMount(items)).output, "ok\n");
         EXPECT_EQ(contentOf(note(name)), before);
         EXPECT_EQ(contentOf(files(name + std::string(".2"))), "mine");
     }
@@ -490,16 +480,8 @@ TEST_F(Trash, LeavesWholeWhatIsOnAReadOnlyVolume) {
         GTEST_SKIP() << reason;
     }
     home.write("items/a.txt", "whole");
-    const std::vector<std::string> readOnly{
-        "unshare",
-        "-m",
-        "sh",
-        "-c",
-        R"(mount --bind "$1" "$1" && mount -o remount,ro,bind "$1" && shift && exec "$@")",
-        "sh",
-        items};
 
-    const auto outcome = recycle("a.txt", readOnly);
+    const auto outcome = recycle("a.txt", withBindMount(items, "ro"));
 
     EXPECT_TRUE(outcome.output.starts_with(
         "30 “a.txt” couldn’t be moved to the Trash because the volume is read-only.\n"))

@@ -42,7 +42,6 @@ class Information : public platform::SystemInformation {
 class WritableFileSystem : public DescribedFileSystem {
 public:
     std::vector<std::string> written;
-    std::optional<platform::Error> writeError;
 
     std::optional<platform::Error> writeAtomically(const std::string& path,
                                                    std::string_view content) override {
@@ -211,6 +210,26 @@ TEST_F(ReportTest, ListsForAProgram) {
                                          {"size", 1234}}));
 }
 
+/// For a scope, the working folder is one that does not exist.
+class WithoutWorkingFolder {
+public:
+    WithoutWorkingFolder() {
+        const TemporaryFolder folder;
+        std::filesystem::current_path(folder.path());
+    }
+    ~WithoutWorkingFolder() {
+        std::error_code ignored;
+        std::filesystem::current_path(former_, ignored);
+    }
+    WithoutWorkingFolder(const WithoutWorkingFolder&) = delete;
+    WithoutWorkingFolder& operator=(const WithoutWorkingFolder&) = delete;
+    WithoutWorkingFolder(WithoutWorkingFolder&&) = delete;
+    WithoutWorkingFolder& operator=(WithoutWorkingFolder&&) = delete;
+
+private:
+    const std::filesystem::path former_ = std::filesystem::current_path();
+};
+
 class RunTest : public ReportTest {
 protected:
     platform::terminal::Run run() {
@@ -283,11 +302,7 @@ TEST_F(RunTest, SaysThatTheReportCannotBeWritten) {
 }
 
 TEST_F(RunTest, SaysThatARelativeReportHasNoFolder) {
-    const auto former = std::filesystem::current_path();
-    {
-        const TemporaryFolder folder;
-        std::filesystem::current_path(folder.path());
-    }
+    const WithoutWorkingFolder here;
     report = "report.json";
     try {
         run();
@@ -296,7 +311,6 @@ TEST_F(RunTest, SaysThatARelativeReportHasNoFolder) {
         EXPECT_EQ(exception.reason(),
                   "cannot write the report report.json: the working folder does not exist");
     }
-    std::filesystem::current_path(former);
 }
 
 TEST_F(RunTest, ReplacesNothingThatIsNoFile) {

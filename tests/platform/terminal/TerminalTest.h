@@ -11,15 +11,23 @@
 #include <csignal>
 #include <functional>
 
+/// Gives the thread the signal mask back that it had before.
+class KeptSignalMask {
+public:
+    KeptSignalMask() { ::pthread_sigmask(SIG_SETMASK, nullptr, &former_); }
+    ~KeptSignalMask() { ::pthread_sigmask(SIG_SETMASK, &former_, nullptr); }
+    KeptSignalMask(const KeptSignalMask&) = delete;
+    KeptSignalMask& operator=(const KeptSignalMask&) = delete;
+    KeptSignalMask(KeptSignalMask&&) = delete;
+    KeptSignalMask& operator=(KeptSignalMask&&) = delete;
+
+private:
+    sigset_t former_{};
+};
+
 /// A dialogue that reads from a pipe and whose words are remembered.
 class TerminalTest : public ::testing::Test {
 protected:
-    ~TerminalTest() override {
-        sigset_t none{};
-        ::sigemptyset(&none);
-        ::pthread_sigmask(SIG_SETMASK, &none, nullptr);
-    }
-
     /// Has the event loop do what there is to be done until something holds.
     void runUntil(const std::function<bool()>& holds) {
         using Clock = std::chrono::steady_clock;
@@ -37,6 +45,7 @@ protected:
         runUntil([&isDone] { return isDone; });
     }
 
+    KeptSignalMask signalMask; // The first: the dialogue, which blocks signals, must be gone.
     PipedInput input;
     RecordingConsole console;
     platform::ScopedService<platform::Console> consoleScope{console};
