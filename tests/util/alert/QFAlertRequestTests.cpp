@@ -6,6 +6,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <thread>
 #include <vector>
 
 using platform::AlertDescription;
@@ -162,6 +163,20 @@ TEST(QFAlertFields, KeepTheAnswerAndTellOfIt) {
     alert.alertDidEnd(nullptr, -1, platform::Value());
     EXPECT_TRUE(alert.alertEnded());
     EXPECT_EQ(alert.returnCode(), -1);
+}
+
+TEST(QFAlertFields, HaveTheAnswerBeforeTheyTellOfIt) {
+    std::vector<QFAlert> alerts(100'000);
+    const std::jthread answering([&alerts] {
+        for (auto& alert : alerts) {
+            alert.alertDidEnd(nullptr, -1, platform::Value());
+        }
+    });
+    for (const auto& alert : alerts) {
+        while (!alert.alertEnded()) {
+        }
+        ASSERT_EQ(alert.returnCode(), -1);
+    }
 }
 
 } // namespace
