@@ -322,7 +322,8 @@ TEST_F(Launcher, CollectsMuchOutputInLittleMoreMemory) {
     auto description = shellScript("head -c 65M /dev/zero");
     description.standardOutput = ChildStream::through(pipe);
     const auto child = launcher_.launch(description);
-    const ScopedLimit<RLIMIT_AS> limit(addressSpaceInUse() + 256 * mebibyte);
+    // Enough for what is there and twice that, and for the memory that a new thread sets apart.
+    const ScopedLimit<RLIMIT_AS> limit(addressSpaceInUse() + 512 * mebibyte);
     std::vector<std::byte> bytes;
     while (pipe->appendAvailable(bytes)) {
     }
