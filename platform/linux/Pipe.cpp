@@ -77,7 +77,7 @@ bool Pipe::appendAvailable(std::vector<std::byte>& bytes) {
     std::array<std::byte, usualPipeSize> chunk;
     const auto count = readAvailable(chunk);
     makeRoom(bytes, count);
-    if (bytes.capacity() >= largeRoom) {
+    if (bytes.capacity() >= std::max(largeRoom, bytes.size() + count)) {
         populate(bytes.data() + bytes.size(), count);
     }
     bytes.insert(bytes.end(), chunk.begin(), chunk.begin() + static_cast<std::ptrdiff_t>(count));
