@@ -3,9 +3,12 @@
 function(qf_target target)
     target_include_directories(${target} PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>)
     target_compile_options(${target} PRIVATE
-        -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wold-style-cast
+        -Wall -Wextra -Wpedantic -Wconversion -Wsign-conversion -Wold-style-cast
         -Wnon-virtual-dtor -Woverloaded-virtual -Wformat=2 -Wimplicit-fallthrough
-        -Wno-missing-field-initializers $<$<BOOL:${QF_WARNINGS_ARE_ERRORS}>:-Werror>)
+        -Wno-missing-field-initializers
+        # Compiled together, what one source declares shadows what another does.
+        $<$<NOT:$<BOOL:${CMAKE_UNITY_BUILD}>>:-Wshadow>
+        $<$<BOOL:${QF_WARNINGS_ARE_ERRORS}>:-Werror>)
     if(QF_SANITIZE)
         target_compile_options(${target} PUBLIC
             -fsanitize=${QF_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)

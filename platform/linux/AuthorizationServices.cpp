@@ -22,7 +22,7 @@ namespace {
 
 constexpr std::string_view administratorRight = "system.privilege.admin";
 
-const std::string* valueOf(std::string_view name, const AuthorizationItemSet& items) {
+const std::string* findValue(std::string_view name, const AuthorizationItemSet& items) {
     const auto found = std::find_if(items.begin(), items.end(),
                                     [&](const auto& item) { return item.name == name; });
     return found == items.end() ? nullptr : &found->value;
@@ -213,8 +213,8 @@ StartedHelper AuthorizationServices::startWithAgent(PolkitAnswerer answerer) {
 }
 
 StartedHelper AuthorizationServices::authorize(const AuthorizationItemSet& credentials) {
-    const std::string* name = valueOf("username", credentials);
-    const std::string* password = valueOf("password", credentials);
+    const std::string* name = findValue("username", credentials);
+    const std::string* password = findValue("password", credentials);
     const auto account = name == nullptr ? std::nullopt : accountNamed(*name);
     if (!account || password == nullptr || !isOneLine(*password)) {
         return {errAuthorizationDenied, nullptr};

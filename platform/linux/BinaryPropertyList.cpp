@@ -10,7 +10,7 @@ constexpr std::uint64_t trailerSize = 32;
 constexpr std::uint64_t widestNumber = 8;
 
 /// The least that an object counts for: what a parser keeps about one is more than its bytes.
-constexpr std::uint64_t leastSize = 16;
+constexpr std::uint64_t leastObjectSize = 16;
 
 /// The kinds of object, which their first byte's upper half tells.
 enum Kind : unsigned {
@@ -60,7 +60,7 @@ bool BinaryPropertyList::readTrailer() {
     const auto isWidth = [](std::uint64_t width) { return width >= 1 && width <= widestNumber; };
     if (!isWidth(offsetWidth_) || !isWidth(referenceWidth_) || tableOffset_ > trailer ||
         objectCount > (trailer - tableOffset_) / offsetWidth_ ||
-        objectCount > largestSize_ / leastSize) {
+        objectCount > largestSize_ / leastObjectSize) {
         return false;
     }
     extents_.assign(objectCount, {});
@@ -95,7 +95,7 @@ std::optional<BinaryPropertyList::Object> BinaryPropertyList::object(std::uint64
     default:
         return std::nullopt;
     }
-    return holds(offset, size) ? std::optional(Object{leastSize}) : std::nullopt;
+    return holds(offset, size) ? std::optional(Object{leastObjectSize}) : std::nullopt;
 }
 
 std::optional<BinaryPropertyList::Object>
@@ -118,7 +118,7 @@ BinaryPropertyList::countedObject(unsigned kind, std::uint64_t count, std::uint6
     if (!holds(offset, size) || holdsZero(kind, bytes_.substr(offset, size))) {
         return std::nullopt;
     }
-    return Object{leastSize + count, offset, isContainer ? count : 0, isContainer};
+    return Object{leastObjectSize + count, offset, isContainer ? count : 0, isContainer};
 }
 
 bool BinaryPropertyList::measure(std::uint64_t number, std::size_t level) {

@@ -1,5 +1,6 @@
 #include "platform/linux/ChangeNotice.h"
 
+#include "platform/linux/ObjectOwner.h"
 #include "platform/linux/UserAccount.h"
 
 #include <gio/gio.h>
@@ -16,13 +17,10 @@ constexpr const char* anyPath = "/";
 constexpr const char* interface = "org.kde.KDirNotify";
 constexpr const char* filesChanged = "FilesChanged";
 constexpr const char* filesAdded = "FilesAdded";
-constexpr unsigned patience = 2000; // milliseconds
+constexpr unsigned busTimeout = 2000; // milliseconds
 
-struct Unref {
-    void operator()(void* object) const { g_object_unref(object); }
-};
-using Connection = std::unique_ptr<GDBusConnection, Unref>;
-using Cancellable = std::unique_ptr<GCancellable, Unref>;
+using Connection = Owned<GDBusConnection>;
+using Cancellable = Owned<GCancellable>;
 using Text = std::unique_ptr<char, decltype(&g_free)>;
 
 /// The address of the session's bus; empty where there is none. Nothing is started to have one.
@@ -45,7 +43,7 @@ class Events {
 public:
     Events() : context_(g_main_context_new()), cancellable_(g_cancellable_new()) {
         g_main_context_push_thread_default(context_);
-        timer_ = g_timeout_source_new(patience);
+        timer_ = g_timeout_source_new(busTimeout);
         g_source_set_callback(
             timer_,
             [](void* cancellable) -> gboolean {
@@ -95,7 +93,7 @@ Connection connect(const std::string& address, const Events& events) {
     GAsyncResult* result = nullptr;
     g_dbus_connection_new_for_address(address.c_str(), flags, nullptr, events.cancellable(),
                                       Events::give, &result);
-    const std::unique_ptr<GAsyncResult, Unref> owned(events.wait(result));
+    const Owned<GAsyncResult> owned(events.wait(result));
     return Connection(g_dbus_connection_new_for_address_finish(owned.get(), nullptr));
 }
 
@@ -107,7 +105,7 @@ bool emit(const Connection& connection, const char* signal, GVariant* arguments)
 bool flush(const Connection& connection, const Events& events) {
     GAsyncResult* result = nullptr;
     g_dbus_connection_flush(connection.get(), events.cancellable(), Events::give, &result);
-    const std::unique_ptr<GAsyncResult, Unref> owned(events.wait(result));
+    const Owned<GAsyncResult> owned(events.wait(result));
     return g_dbus_connection_flush_finish(connection.get(), owned.get(), nullptr) != FALSE;
 }
 

@@ -12,7 +12,7 @@ namespace platform::native {
 
 namespace {
 
-constexpr const char* attributeName = "user.qf.creationdate";
+constexpr const char* dateAttribute = "user.qf.creationdate";
 
 /// The longest number: a sign and nineteen digits.
 constexpr std::size_t longestNumber = 20;
@@ -24,7 +24,7 @@ std::optional<Date> storedCreationDate(const std::string& path, ItemKind kind) {
         return std::nullopt;
     }
     std::array<char, longestNumber> text{};
-    const auto size = ::lgetxattr(path.c_str(), attributeName, text.data(), text.size());
+    const auto size = ::lgetxattr(path.c_str(), dateAttribute, text.data(), text.size());
     if (size <= 0) {
         return std::nullopt;
     }
@@ -41,7 +41,7 @@ int storeCreationDate(const std::string& path, Date date) {
     const auto nanoseconds =
         std::chrono::duration_cast<std::chrono::nanoseconds>(date.time_since_epoch()).count();
     const auto text = std::to_string(nanoseconds);
-    return ::setxattr(path.c_str(), attributeName, text.data(), text.size(), 0) == 0 ? 0 : errno;
+    return ::setxattr(path.c_str(), dateAttribute, text.data(), text.size(), 0) == 0 ? 0 : errno;
 }
 
 } // namespace platform::native

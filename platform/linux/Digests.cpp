@@ -32,7 +32,7 @@ const EVP_MD* algorithmOf(DigestAlgorithm algorithm) {
     return fetched.at(static_cast<std::size_t>(algorithm));
 }
 
-void check(int succeeded) {
+void throwUnlessDone(int succeeded) {
     if (succeeded != 1) {
         throw Exception("QFDigestUnavailable", "the digest could not be made");
     }
@@ -40,9 +40,11 @@ void check(int succeeded) {
 
 class State : public DigestState {
 public:
-    explicit State(const EVP_MD* algorithm) { check(::EVP_DigestInit_ex2(get(), algorithm, {})); }
+    explicit State(const EVP_MD* algorithm) {
+        throwUnlessDone(::EVP_DigestInit_ex2(get(), algorithm, {}));
+    }
     State(const State& other) : DigestState() {
-        check(::EVP_MD_CTX_copy_ex(get(), other.context_.get()));
+        throwUnlessDone(::EVP_MD_CTX_copy_ex(get(), other.context_.get()));
     }
     ~State() override = default;
     State& operator=(const State&) = delete;
@@ -52,13 +54,13 @@ public:
     std::unique_ptr<DigestState> copy() const override { return std::make_unique<State>(*this); }
 
     void update(std::span<const std::byte> bytes) override {
-        check(::EVP_DigestUpdate(get(), bytes.data(), bytes.size()));
+        throwUnlessDone(::EVP_DigestUpdate(get(), bytes.data(), bytes.size()));
     }
 
     std::vector<std::byte> finish() override {
         std::array<unsigned char, EVP_MAX_MD_SIZE> digest{};
         unsigned int length = 0;
-        check(::EVP_DigestFinal_ex(get(), digest.data(), &length));
+        throwUnlessDone(::EVP_DigestFinal_ex(get(), digest.data(), &length));
         const auto bytes = std::as_bytes(std::span(digest).first(length));
         return {bytes.begin(), bytes.end()};
     }

@@ -105,7 +105,7 @@ FileDescriptor openFile(const std::string& path, int flags) {
     return FileDescriptor(descriptor);
 }
 
-ItemIdentity identityOf(const struct stat& status) {
+ItemIdentity itemIdentityOf(const struct stat& status) {
     return {.volume = status.st_dev, .number = status.st_ino};
 }
 
@@ -123,7 +123,7 @@ std::unique_ptr<FileStream> FileStreams::openForReading(const std::string& path)
         return nullptr;
     }
     static_cast<void>(::posix_fadvise(file.get(), 0, 0, POSIX_FADV_SEQUENTIAL));
-    return std::make_unique<Stream>(std::move(file), identityOf(status), unknownSize);
+    return std::make_unique<Stream>(std::move(file), itemIdentityOf(status), unknownSize);
 }
 
 // Emptied by a step of its own: emptied while it is opened, the spared file would be lost before
@@ -133,11 +133,11 @@ std::unique_ptr<FileStream> FileStreams::openForUpdating(const std::string& path
                                                          std::uint64_t expectedSize) {
     auto file = openFile(path, O_RDWR | O_CREAT);
     struct stat status {};
-    if (!file || ::fstat(file.get(), &status) != 0 || identityOf(status) == spared ||
+    if (!file || ::fstat(file.get(), &status) != 0 || itemIdentityOf(status) == spared ||
         !makeEmpty(file, status)) {
         return nullptr;
     }
-    return std::make_unique<Stream>(std::move(file), identityOf(status),
+    return std::make_unique<Stream>(std::move(file), itemIdentityOf(status),
                                     S_ISREG(status.st_mode) ? expectedSize : unknownSize);
 }
 

@@ -83,7 +83,7 @@ std::optional<std::vector<DirectoryEntry>> readFolder(const std::string& path, S
     return directory.error() == 0 ? std::optional(std::move(entries)) : std::nullopt;
 }
 
-Date date(const statx_timestamp& time) {
+Date dateOf(const statx_timestamp& time) {
     return Date(std::chrono::duration_cast<Date::duration>(std::chrono::seconds(time.tv_sec) +
                                                            std::chrono::nanoseconds(time.tv_nsec)));
 }
@@ -171,11 +171,11 @@ std::optional<ItemAttributes> FileSystem::attributesOfItem(const std::string& pa
     const auto kind = itemKind(status.stx_mode);
     auto creationDate = storedCreationDate(path, kind);
     if (!creationDate && (status.stx_mask & STATX_BTIME) != 0) {
-        creationDate = date(status.stx_btime);
+        creationDate = dateOf(status.stx_btime);
     }
     return ItemAttributes{.kind = kind,
                           .size = status.stx_size,
-                          .modificationDate = date(status.stx_mtime),
+                          .modificationDate = dateOf(status.stx_mtime),
                           .creationDate = creationDate,
                           .immutable = (status.stx_attributes_mask & status.stx_attributes &
                                         STATX_ATTR_IMMUTABLE) != 0};

@@ -11,6 +11,11 @@
 
 namespace platform::native {
 
+bool isFolder(const std::string& path) {
+    struct stat status {};
+    return ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
 int makeFolders(const std::string& path, mode_t mode) {
     if (::mkdir(path.c_str(), mode) == 0) {
         return 0;
@@ -26,9 +31,7 @@ int makeFolders(const std::string& path, mode_t mode) {
         }
         error = errno;
     }
-    struct stat status {};
-    const bool stands = ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
-    return stands ? 0 : error;
+    return isFolder(path) ? 0 : error;
 }
 
 FileDescriptor lockedFolder(const std::string& path) {

@@ -63,7 +63,7 @@ std::shared_ptr<Child> startPkexec(const HelperPaths& paths, const FileDescripto
     return std::make_shared<Child>(identifier);
 }
 
-AuthorizationStatus statusOf(int exitStatus) {
+AuthorizationStatus authorizationStatusOf(int exitStatus) {
     switch (exitStatus) {
     case pkexecDismissed:
         return errAuthorizationCanceled;
@@ -92,7 +92,7 @@ StartedHelper start(const HelperPaths& paths) {
     }
     connection.reset();
     child->waitUntilExit();
-    return {statusOf(child->terminationStatus()), nullptr};
+    return {authorizationStatusOf(child->terminationStatus()), nullptr};
 }
 
 /// Whether a descriptor is a connection that root has made.

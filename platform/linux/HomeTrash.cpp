@@ -22,7 +22,7 @@ namespace platform::native {
 
 namespace {
 
-constexpr int mostNamesakes = 100000;
+constexpr int mostAttempts = 100000;
 
 FileDescriptor openForEntries(const std::string& folder) {
     return FileDescriptor(::open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
@@ -152,7 +152,7 @@ int moveToHomeTrash(const std::string& path) {
         return errno;
     }
     error = EEXIST;
-    for (int count = 1; count <= mostNamesakes && error == EEXIST; ++count) {
+    for (int count = 1; count <= mostAttempts && error == EEXIST; ++count) {
         const auto name = nameInTrash(item.place.name, count);
         error = moveToName(item, trash, name);
         if (error == EEXIST && removeAbandonedNote(trash, name, item.head)) {

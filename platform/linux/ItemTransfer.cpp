@@ -19,9 +19,9 @@ namespace platform::native {
 
 namespace {
 
-using Failure = std::optional<EntryFailure>;
+using TransferOutcome = std::optional<EntryFailure>;
 
-Failure failureUnlessZero(int error, const std::string& name) {
+TransferOutcome failureUnlessZero(int error, const std::string& name) {
     return error == 0 ? std::nullopt : std::optional(EntryFailure{error, name});
 }
 
@@ -59,7 +59,7 @@ public:
         : source_(source), name_(name), destination_(destination), newName_(newName),
           purpose_(purpose), isMove_(purpose == CopyPurpose::replaceSource) {}
 
-    Failure run() {
+    TransferOutcome run() {
         if (const int error = examine(); error != 0) {
             return EntryFailure{error, name_};
         }
@@ -104,7 +104,7 @@ private:
     }
 
     /// A link, a FIFO, a socket or a device stands there at once or not at all.
-    Failure copyInOneStep() {
+    TransferOutcome copyInOneStep() {
         int error = namingFailure(copyUnopened(source_, name_, status_, destination_, newName_));
         if (error == 0 && isMove_) {
             copied_.add(status_);
@@ -116,7 +116,7 @@ private:
         return failureUnlessZero(error, name_);
     }
 
-    Failure copyOpened(bool isFolder) {
+    TransferOutcome copyOpened(bool isFolder) {
         constexpr mode_t privateFolder = S_IFDIR | 0700;
         constexpr mode_t privateFile = S_IFREG | 0600;
         TemporaryItem copy(destination_, newName_, isFolder ? privateFolder : privateFile);
@@ -170,11 +170,13 @@ private:
 
 } // namespace
 
-Failure copyItem(int source, const std::string& name, int destination, const std::string& newName) {
+TransferOutcome copyItem(int source, const std::string& name, int destination,
+                         const std::string& newName) {
     return Transfer(source, name, destination, newName, CopyPurpose::keepBoth).run();
 }
 
-Failure moveItem(int source, const std::string& name, int destination, const std::string& newName) {
+TransferOutcome moveItem(int source, const std::string& name, int destination,
+                         const std::string& newName) {
     int error = renameWithoutReplacing(source, name, destination, newName);
     if (error == EXDEV) {
         return Transfer(source, name, destination, newName, CopyPurpose::replaceSource).run();

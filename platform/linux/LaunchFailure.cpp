@@ -21,24 +21,25 @@ constexpr const char* invalidArgument = "NSInvalidArgumentException";
 constexpr const char* generic = "NSGenericException";
 
 /// What the reason says after the path, where the error number alone tells all there is to tell.
-struct Failure {
+struct KnownFailure {
     int error;
     const char* name;
     const char* reason;
 };
 
 constexpr std::array failures{
-    Failure{E2BIG, invalidArgument,
-            "its arguments and environment are longer than the system allows"},
-    Failure{EAGAIN, generic, "the system or the user has no process left; close other programs"},
-    Failure{ENOMEM, generic, "there is not enough memory for another process"},
-    Failure{EMFILE, generic, "the program has too many files open"},
-    Failure{ENFILE, generic, "the system has too many files open"},
-    Failure{ENOTDIR, invalidArgument, "a part of its path is a file, not a folder"},
-    Failure{ELOOP, invalidArgument, "its path leads through too many links"},
-    Failure{ENAMETOOLONG, invalidArgument, "its path is longer than the system allows"},
-    Failure{ETXTBSY, invalidArgument, "the file is still being written"},
-    Failure{ENOEXEC, invalidArgument, "the file is not a program that this machine can run"},
+    KnownFailure{E2BIG, invalidArgument,
+                 "its arguments and environment are longer than the system allows"},
+    KnownFailure{EAGAIN, generic,
+                 "the system or the user has no process left; close other programs"},
+    KnownFailure{ENOMEM, generic, "there is not enough memory for another process"},
+    KnownFailure{EMFILE, generic, "the program has too many files open"},
+    KnownFailure{ENFILE, generic, "the system has too many files open"},
+    KnownFailure{ENOTDIR, invalidArgument, "a part of its path is a file, not a folder"},
+    KnownFailure{ELOOP, invalidArgument, "its path leads through too many links"},
+    KnownFailure{ENAMETOOLONG, invalidArgument, "its path is longer than the system allows"},
+    KnownFailure{ETXTBSY, invalidArgument, "the file is still being written"},
+    KnownFailure{ENOEXEC, invalidArgument, "the file is not a program that this machine can run"},
 };
 
 std::string sentence(const std::string& path, std::string_view reason) {
@@ -133,7 +134,7 @@ Exception launchFailure(int error, const std::string& launchPath, const std::str
     if (error == EACCES) {
         return {invalidArgument, sentence(launchPath, forbiddenPart(program))};
     }
-    const auto* const known = std::ranges::find(failures, error, &Failure::error);
+    const auto* const known = std::ranges::find(failures, error, &KnownFailure::error);
     if (known != failures.end()) {
         return {known->name, sentence(launchPath, known->reason)};
     }

@@ -2,9 +2,9 @@
 
 #include "platform/foundation/Path.h"
 #include "platform/foundation/Text.h"
+#include "platform/linux/Folders.h"
 
 #include <glib.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -20,11 +20,6 @@ namespace {
 constexpr std::string_view dataFolders = "/usr/local/share:/usr/share";
 
 constexpr std::string_view fileNamePrefix = "com.quillfen.registered.";
-
-bool isFolder(const std::string& path) {
-    struct stat status {};
-    return ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
-}
 
 std::string textOf(const Value& value) {
     const auto* text = value.as<std::string>();

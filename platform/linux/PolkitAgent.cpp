@@ -1,6 +1,8 @@
 #define POLKIT_AGENT_I_KNOW_API_IS_SUBJECT_TO_CHANGE
 #include "platform/linux/PolkitAgent.h"
 
+#include "platform/linux/ObjectOwner.h"
+
 #include <polkitagent/polkitagent.h>
 #include <unistd.h>
 
@@ -9,13 +11,6 @@
 namespace platform::native {
 
 namespace {
-
-template <class Object>
-struct Unref {
-    void operator()(Object* object) const { g_object_unref(object); }
-};
-template <class Object>
-using Owned = std::unique_ptr<Object, Unref<Object>>;
 
 /// The system bus; none when there is none. The library's own way ends the process with the bus.
 Owned<GDBusConnection> systemBus() {

@@ -58,7 +58,7 @@ void Preferences::setValue(const std::string& key, const Value& value) {
         error == 0 ? write(key, value)
                    : std::optional(posixError(error, path::lastComponent(store()), "saved"));
     if (failure) {
-        service<Console>().systemLog("Preferences: " + failure->localizedDescription);
+        service<platform::Console>().systemLog("Preferences: " + failure->localizedDescription);
     }
 }
 

@@ -17,7 +17,7 @@ namespace {
 constexpr std::uint64_t pieceSize = 16'777'216;
 
 /// A file below this size, in bytes, is written before anything is gained.
-constexpr std::uint64_t leastSize = 1'048'576;
+constexpr std::uint64_t leastReservedSize = 1'048'576;
 
 /// Memory is cleared when it is reserved, and once more written to.
 bool isInMemory(int file) {
@@ -29,7 +29,8 @@ bool isInMemory(int file) {
 } // namespace
 
 void SpaceAhead::reserve(int file, std::uint64_t position) {
-    if (expectedSize_ < leastSize || position < reservedUpTo_ || position >= expectedSize_) {
+    if (expectedSize_ < leastReservedSize || position < reservedUpTo_ ||
+        position >= expectedSize_) {
         return;
     }
     const auto size = std::min(pieceSize, expectedSize_ - position);

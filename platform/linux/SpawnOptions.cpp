@@ -10,7 +10,7 @@ namespace platform::native {
 
 namespace {
 
-void check(int error) {
+void throwUnlessZero(int error) {
     if (error != 0) {
         throw resourceFailure(error, "NSGenericException", "memory for another process");
     }
@@ -19,8 +19,8 @@ void check(int error) {
 } // namespace
 
 SpawnOptions::SpawnOptions() {
-    check(::posix_spawn_file_actions_init(&actions_));
-    check(::posix_spawnattr_init(&attributes_));
+    throwUnlessZero(::posix_spawn_file_actions_init(&actions_));
+    throwUnlessZero(::posix_spawnattr_init(&attributes_));
     sigset_t signals;
     ::sigfillset(&signals);
     ::posix_spawnattr_setsigdefault(&attributes_, &signals);
@@ -37,11 +37,11 @@ SpawnOptions::~SpawnOptions() {
 }
 
 void SpawnOptions::connect(int descriptor, int stream) {
-    check(::posix_spawn_file_actions_adddup2(&actions_, descriptor, stream));
+    throwUnlessZero(::posix_spawn_file_actions_adddup2(&actions_, descriptor, stream));
 }
 
 void SpawnOptions::closeOthers() {
-    check(::posix_spawn_file_actions_addclosefrom_np(&actions_, STDERR_FILENO + 1));
+    throwUnlessZero(::posix_spawn_file_actions_addclosefrom_np(&actions_, STDERR_FILENO + 1));
 }
 
 } // namespace platform::native

@@ -23,13 +23,13 @@ namespace platform::native {
 
 namespace {
 
-using Failure = std::optional<TrashFailure>;
+using TrashOutcome = std::optional<TrashFailure>;
 
-Failure failure(int number) {
+TrashOutcome failure(int number) {
     return TrashFailure{number, number == EINVAL ? "the Trash is inside it" : reason(number)};
 }
 
-Failure failureUnlessZero(int number) {
+TrashOutcome failureUnlessZero(int number) {
     return number == 0 ? std::nullopt : failure(number);
 }
 
@@ -80,7 +80,7 @@ int errorNumber(const GError& error) {
     }
 }
 
-Failure failureOfGio(const GError& error) {
+TrashOutcome failureOfGio(const GError& error) {
     if (const int number = errorNumber(error); number != 0) {
         return failure(number);
     }
@@ -124,7 +124,7 @@ int protectNamesake(const std::string& name) {
     return folder ? moveToFreeName(folder.get(), chosen, folder.get()) : errno;
 }
 
-Failure trashThroughGio(const std::string& item) {
+TrashOutcome trashThroughGio(const std::string& item) {
     if (const int error = protectNamesake(path::lastComponent(item)); error != 0) {
         return failure(error);
     }
@@ -139,8 +139,8 @@ Failure trashThroughGio(const std::string& item) {
     return needsCopy(*error) ? failureUnlessZero(moveToHomeTrash(item)) : failureOfGio(*error);
 }
 
-Failure trashByRename(const std::string& folder, const std::string& trash,
-                      const std::string& name) {
+TrashOutcome trashByRename(const std::string& folder, const std::string& trash,
+                           const std::string& name) {
     const FileDescriptor source(atPath(folder, [](int start, const char* rest) {
         return ::openat(start, rest, O_PATH | O_DIRECTORY | O_CLOEXEC);
     }));
@@ -163,7 +163,8 @@ int makeTrash(const std::string& trash) {
     return error == 0 && isLinkToMissingHomeTrash(trash) ? makeHomeTrash() : error;
 }
 
-Failure trashItem(const std::string& folder, const std::string& trash, const std::string& name) {
+TrashOutcome trashItem(const std::string& folder, const std::string& trash,
+                       const std::string& name) {
     const auto item = path::appending(folder, name);
     struct stat itemStatus {};
     if (!isEntryName(name) || !item.starts_with('/') || !trash.starts_with('/')) {

@@ -24,7 +24,7 @@ namespace {
 
 /// How many of the deepest folders stay open, with their copies; one above is opened again, through
 /// "..", when the work comes back to it.
-constexpr std::size_t openLevels = 16;
+constexpr std::size_t openCopyLevels = 16;
 
 /// An item of the source is another one than a moment ago, or changes while it is copied.
 constexpr int changedMeanwhile = EAGAIN;
@@ -32,7 +32,7 @@ constexpr int changedMeanwhile = EAGAIN;
 constexpr mode_t privateFolder = 0700;
 
 /// A folder that is being copied.
-struct Level {
+struct CopyLevel {
     std::string name;
     struct statx status {};
     Identity copyIdentity;
@@ -131,7 +131,7 @@ private:
     }
 
     int copyEntryOfKind(const DirectoryEntry& entry) {
-        const Level& level = levels_.back();
+        const CopyLevel& level = levels_.back();
         switch (entry.kind) {
         case ItemKind::file:
             return copyFile(entry.name);
@@ -147,7 +147,7 @@ private:
     }
 
     int copyOther(const std::string& name) {
-        const Level& level = levels_.back();
+        const CopyLevel& level = levels_.back();
         struct statx status {};
         int error = statusOfEntry(level.source.get(), name, status);
         if (error == 0) {
@@ -190,7 +190,7 @@ private:
     }
 
     int copyFile(const std::string& name) {
-        const Level& level = levels_.back();
+        const CopyLevel& level = levels_.back();
         const auto source = openFile(level.source.get(), name);
         struct statx status {};
         if (const int error = openedStatus(source, status); error != 0) {
@@ -306,7 +306,7 @@ private:
         if (!copy) {
             return errno;
         }
-        Level level{name};
+        CopyLevel level{name};
         level.copy = std::move(copy);
         level.source = openFolder(parent, name.c_str());
         if (!level.source) {
@@ -316,8 +316,8 @@ private:
             return error;
         }
         levels_.push_back(std::move(level));
-        if (levels_.size() > openLevels) {
-            Level& far = levels_[levels_.size() - 1 - openLevels];
+        if (levels_.size() > openCopyLevels) {
+            CopyLevel& far = levels_[levels_.size() - 1 - openCopyLevels];
             far.source.reset();
             far.copy.reset();
         }
@@ -325,7 +325,7 @@ private:
     }
 
     /// Reads what is to be known of a folder before its entries are copied.
-    int examine(Level& level) const {
+    int examine(CopyLevel& level) const {
         struct statx copyStatus {};
         int error = statusOf(level.source.get(), level.status);
         if (error == 0) {
@@ -352,7 +352,7 @@ private:
     /// Finishes the deepest folder, all of whose entries are copied, and goes back to the one
     /// above.
     int leave() {
-        Level& done = levels_.back();
+        CopyLevel& done = levels_.back();
         int error = keepAttributes(done.source.get(), done.status, done.copy.get());
         if (error == 0 && levels_.size() > 1) {
             error = reopenAbove(done, levels_[levels_.size() - 2]);
@@ -368,7 +368,7 @@ private:
     }
 
     /// Opens a folder that has been closed, and its copy, again from the ones below.
-    static int reopenAbove(const Level& below, Level& level) {
+    static int reopenAbove(const CopyLevel& below, CopyLevel& level) {
         if (!level.source) {
             level.source = openFolderAbove(below.source.get(), identityOf(level.status));
         }
@@ -384,7 +384,7 @@ private:
     CopiedItems& copied_;
     Identity topIdentity_;
     FileContent content_;
-    std::vector<Level> levels_;
+    std::vector<CopyLevel> levels_;
     std::map<Identity, LinkedFile> linked_;
     std::string culprit_;
 };

@@ -16,7 +16,7 @@ namespace {
 
 /// How many of the deepest folders stay open for reading; one above is opened again, through
 /// "..", when the work comes back to it.
-constexpr std::size_t openLevels = 32;
+constexpr std::size_t openRemovalLevels = 32;
 
 /// How often an entry that turns from a folder into something else and back, or a folder that
 /// others fill again, is tried before that counts as a failure.
@@ -26,7 +26,7 @@ constexpr int patience = 100;
 constexpr int notAllowed = EAGAIN;
 
 /// A folder that is being emptied.
-struct Level {
+struct RemovalLevel {
     std::string name;
     Identity identity;
     std::optional<Directory> directory; ///< None while the work is far below.
@@ -114,14 +114,14 @@ private:
         if (const int error = examine(folder, status); error != 0) {
             return error;
         }
-        Level level{name, identityOf(status)};
+        RemovalLevel level{name, identityOf(status)};
         level.directory.emplace(std::move(folder));
         if (!*level.directory) {
             return errno;
         }
         levels_.push_back(std::move(level));
-        if (levels_.size() > openLevels) {
-            levels_[levels_.size() - 1 - openLevels].directory.reset();
+        if (levels_.size() > openRemovalLevels) {
+            levels_[levels_.size() - 1 - openRemovalLevels].directory.reset();
         }
         return 0;
     }
@@ -150,7 +150,7 @@ private:
 
     /// Deletes the deepest folder, which has been read to its end, and goes back to the one above.
     int leave() {
-        Level& done = levels_.back();
+        RemovalLevel& done = levels_.back();
         if (const int error = reopenParent(); error != 0) {
             return failure(error, done.name);
         }
@@ -177,7 +177,7 @@ private:
         if (levels_.size() < 2 || levels_[levels_.size() - 2].directory) {
             return 0;
         }
-        Level& parent = levels_[levels_.size() - 2];
+        RemovalLevel& parent = levels_[levels_.size() - 2];
         Directory directory(
             openFolderAbove(levels_.back().directory->descriptor(), parent.identity));
         if (!directory) {
@@ -189,7 +189,7 @@ private:
 
     int parent_;
     const RemovalRules& rules_;
-    std::vector<Level> levels_;
+    std::vector<RemovalLevel> levels_;
     std::string culprit_;
 };
 

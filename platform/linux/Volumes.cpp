@@ -1,7 +1,8 @@
 #include "platform/linux/Volumes.h"
 
+#include "platform/linux/Folders.h"
+
 #include <libmount/libmount.h>
-#include <sys/stat.h>
 
 #include <algorithm>
 #include <array>
@@ -30,11 +31,6 @@ bool isLocal(libmnt_fs* mount, std::string_view type) {
     return mnt_fs_is_netfs(mount) == 0 && mnt_fs_is_swaparea(mount) == 0 &&
            (mnt_fs_is_pseudofs(mount) == 0 ||
             std::find(withoutDevice.begin(), withoutDevice.end(), type) != withoutDevice.end());
-}
-
-bool isFolder(const std::string& path) {
-    struct stat status {};
-    return ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
 } // namespace

@@ -66,7 +66,7 @@ std::optional<Error> Workspace::recycle(const std::string& folder, const std::st
     if (!failure) {
         return std::nullopt;
     }
-    service<Console>().systemLog(
+    service<platform::Console>().systemLog(
         failureSentence(path::appending(folder, name), movedToTrash, failure->why));
     return posixError(failure->number, name, movedToTrash, failure->why);
 }

@@ -15,7 +15,7 @@ constexpr std::string_view disabledMessage = "Logging is disabled\n";
 constexpr std::string_view folderMessage = "Unable to create folder %s.\n";
 constexpr std::string_view moveMessage = "Unable to move file %s to %s.\n";
 constexpr std::string_view createMessage = "Unable to create log file %s - %s\n";
-constexpr std::string_view exceptionMessage = "Exception starting log: %s\n";
+constexpr std::string_view startExceptionMessage = "Exception starting log: %s\n";
 
 constexpr std::string_view startedHeader = "Log started: %@\n";
 constexpr std::string_view versionHeader = "Version: %@\n";
@@ -67,7 +67,7 @@ void QFLog::createNewLog(const std::optional<std::string>& applicationName, NoPr
     try {
         log.startLog(applicationName, noPrinting);
     } catch (const std::exception& exception) {
-        log.print(exceptionMessage, {exception.what()});
+        log.print(startExceptionMessage, {exception.what()});
     }
 }
 

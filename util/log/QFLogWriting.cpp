@@ -20,7 +20,7 @@ constexpr std::string_view consoleFormat = "%@\n";
 constexpr std::string_view truncatedMessage = "Log truncated at 500KB";
 constexpr std::string_view lostMessage = "Unable to log the following information: %s\n";
 constexpr std::string_view unopenedMessage = "Unable to open log for output\n";
-constexpr std::string_view exceptionMessage = "Exception writing to log: %s\n";
+constexpr std::string_view writeExceptionMessage = "Exception writing to log: %s\n";
 
 /// The size, in bytes, at which a log is full.
 constexpr std::uint64_t sizeLimit = 500000;
@@ -191,7 +191,7 @@ void QFLog::appendLogOnThread(std::string_view text) {
     try {
         writeEntry(text);
     } catch (const std::exception& exception) {
-        print(exceptionMessage, {exception.what()});
+        print(writeExceptionMessage, {exception.what()});
     }
 }
 

@@ -1,4 +1,4 @@
-#include "platform/linux/FileSystem.h"
+#include "tests/platform/linux/FileSystemOnDisk.h"
 #include "tests/platform/linux/RunChild.h"
 #include "tests/support/ScopedLimit.h"
 #include "tests/support/Sentence.h"
@@ -24,8 +24,6 @@
 namespace fs = std::filesystem;
 
 namespace {
-
-platform::native::FileSystem fileSystem;
 
 struct stat statusOf(const std::string& path) {
     struct stat status {};

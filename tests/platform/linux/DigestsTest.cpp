@@ -1,5 +1,7 @@
 #include "platform/linux/Digests.h"
 
+#include "tests/support/Bytes.h"
+
 #include <gtest/gtest.h>
 
 #include <map>
@@ -17,10 +19,6 @@ private:
     platform::native::Digests digests_;
     platform::ScopedService<platform::Digests> scope_{digests_};
 };
-
-std::span<const std::byte> bytesOf(std::string_view text) {
-    return std::as_bytes(std::span(text.data(), text.size()));
-}
 
 std::string hexadecimal(const DigestContext& context) {
     constexpr std::string_view digits = "0123456789abcdef";

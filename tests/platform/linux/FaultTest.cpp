@@ -1,5 +1,6 @@
 // What is left of an item when any one of the system calls fails, or is the process's last.
 
+#include "tests/platform/linux/Faults.h"
 #include "tests/platform/linux/RunChild.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/TreeDescription.h"
@@ -15,11 +16,8 @@ namespace fs = std::filesystem;
 
 namespace {
 
-const std::string otherVolume = "renameat2:1:" + std::to_string(EXDEV);
-
 Outcome runFaulty(const std::vector<std::string>& arguments, const std::string& faults) {
-    return runChild(arguments, {std::string("LD_PRELOAD=") + QF_FAULTY_CALLS, "QF_FAULTS=" + faults,
-                                "ASAN_OPTIONS=verify_asan_link_order=0"});
+    return runChild(arguments, withFaults(faults));
 }
 
 std::string any(int count, const std::string& what) {

@@ -1,5 +1,6 @@
 #include "platform/linux/FileStreams.h"
 
+#include "tests/support/Bytes.h"
 #include "tests/support/OpenDescriptors.h"
 #include "tests/support/ScopedLimit.h"
 #include "tests/support/TemporaryFolder.h"
@@ -22,10 +23,6 @@ constexpr platform::ItemIdentity nothingSpared{};
 constexpr std::uint64_t unknownSize = 0;
 
 platform::native::FileStreams streams;
-
-std::span<const std::byte> bytesOf(std::string_view text) {
-    return std::as_bytes(std::span(text.data(), text.size()));
-}
 
 std::string readFrom(platform::FileStream& stream, std::size_t size) {
     std::string text(size, '\0');

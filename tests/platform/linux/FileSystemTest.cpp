@@ -1,6 +1,7 @@
 #include "platform/linux/FileSystem.h"
 
 #include "platform/linux/ToolOverlay.h"
+#include "tests/platform/linux/FileSystemOnDisk.h"
 #include "tests/platform/linux/RunChild.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -18,8 +19,6 @@ namespace {
 
 using Entries = std::vector<platform::DirectoryEntry>;
 using platform::ItemKind;
-
-platform::native::FileSystem fileSystem;
 
 void makeLink(const std::string& target, const std::string& link) {
     ASSERT_EQ(::symlink(target.c_str(), link.c_str()), 0);

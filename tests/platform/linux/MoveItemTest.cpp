@@ -1,4 +1,5 @@
-#include "platform/linux/FileSystem.h"
+#include "tests/platform/linux/Faults.h"
+#include "tests/platform/linux/FileSystemOnDisk.h"
 #include "tests/platform/linux/RunChild.h"
 #include "tests/support/Sentence.h"
 #include "tests/support/TemporaryFolder.h"
@@ -19,16 +20,6 @@
 namespace fs = std::filesystem;
 
 namespace {
-
-platform::native::FileSystem fileSystem;
-
-/// What a child is started with so that its system calls fail.
-std::vector<std::string> withFaults(const std::string& faults) {
-    return {std::string("LD_PRELOAD=") + QF_FAULTY_CALLS, "QF_FAULTS=" + faults};
-}
-
-/// Every rename tells that it would lead to another volume.
-const std::string otherVolume = "renameat2:1:" + std::to_string(EXDEV);
 
 /// The file system cannot refuse to replace what stands at the new name.
 const std::string withoutRefusal = "renameat2:1:" + std::to_string(EINVAL);

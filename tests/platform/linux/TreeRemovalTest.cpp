@@ -1,4 +1,4 @@
-#include "platform/linux/FileSystem.h"
+#include "tests/platform/linux/FileSystemOnDisk.h"
 #include "tests/platform/linux/RunChild.h"
 #include "tests/support/ScopedLimit.h"
 #include "tests/support/TemporaryFolder.h"
@@ -17,12 +17,6 @@
 #include <thread>
 
 namespace fs = std::filesystem;
-
-namespace {
-
-platform::native::FileSystem fileSystem;
-
-} // namespace
 
 TEST(RemoveItem, DeletesAFileAndLeavesItsNeighbour) {
     const TemporaryFolder folder;

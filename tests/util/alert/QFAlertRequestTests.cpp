@@ -1,6 +1,7 @@
 #include "util/alert/QFAlert.h"
 
 #include "tests/support/UserInterface.h"
+#include "tests/util/alert/AlertTexts.h"
 
 #include <functional>
 #include <memory>
@@ -12,8 +13,6 @@
 using platform::AlertDescription;
 
 namespace {
-
-constexpr auto none = std::nullopt;
 
 /// Alerts that are shown nowhere and answer by themselves.
 class FakeAlertPanels : public platform::AlertPanels {

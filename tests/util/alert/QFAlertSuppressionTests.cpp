@@ -4,6 +4,7 @@
 #include "platform/linux/PropertyLists.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/UserInterface.h"
+#include "tests/util/alert/AlertTexts.h"
 
 #include <QCheckBox>
 
@@ -12,7 +13,6 @@
 
 namespace {
 
-constexpr const char* message = "Message";
 constexpr const char* key = "hide-message";
 
 /// Shows an alert with the checkbox, clicks that `clicks` times, and presses the button. Gives

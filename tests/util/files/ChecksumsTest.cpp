@@ -2,6 +2,7 @@
 
 #include "platform/linux/Digests.h"
 #include "platform/linux/FileStreams.h"
+#include "tests/support/Bytes.h"
 #include "tests/support/DescribedMachine.h"
 #include "tests/support/FileStreamDoubles.h"
 #include "tests/support/TemporaryFolder.h"
@@ -31,10 +32,6 @@ constexpr std::array<Hash, 3> hashes{QFFileManager::md5HashForFile, QFFileManage
 constexpr std::array<HashWithDelegate, 3> hashesWithDelegate{QFFileManager::md5HashForFile,
                                                              QFFileManager::sha1HashForFile,
                                                              QFFileManager::sha512HashForFile};
-
-std::span<const std::byte> bytesOf(std::string_view text) {
-    return std::as_bytes(std::span(text.data(), text.size()));
-}
 
 /// Counts the questions that a digest's delegate is asked.
 class Questions {

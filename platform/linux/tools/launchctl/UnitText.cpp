@@ -64,7 +64,7 @@ std::string doubled(std::string_view text, std::string_view characters) {
 }
 
 /// In double quotes, with what would end them or the line escaped.
-std::string quoted(std::string_view text) {
+std::string inQuotes(std::string_view text) {
     std::string result = "\"";
     for (const char character : text) {
         if (character == '"' || character == '\\') {
@@ -120,12 +120,12 @@ std::string escapedSpecifiers(std::string_view text) {
 
 std::string quotedWord(std::string_view text) {
     requireText(text);
-    return quoted(doubled(text, "%"));
+    return inQuotes(doubled(text, "%"));
 }
 
 std::string quotedArgument(std::string_view text) {
     requireText(text);
-    return quoted(doubled(text, "%$"));
+    return inQuotes(doubled(text, "%$"));
 }
 
 std::string programWord(std::string_view path) {

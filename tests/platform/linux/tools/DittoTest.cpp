@@ -21,7 +21,7 @@ namespace {
 
 using Names = std::vector<std::string>;
 
-constexpr const char* usage =
+constexpr const char* dittoUsage =
     "usage: ditto -ck [--keepParent] SOURCE ARCHIVE | -xk ARCHIVE FOLDER\n";
 
 /// An entry of an archive that a test makes.
@@ -189,7 +189,7 @@ TEST_F(Ditto, TellsItsUsage) {
                                                 {"--help"}}) {
         const auto outcome = ditto(words);
         EXPECT_EQ(outcome.status, 2);
-        EXPECT_EQ(outcome.output, usage);
+        EXPECT_EQ(outcome.output, dittoUsage);
     }
 }
 
