@@ -1,5 +1,4 @@
-# The one place where a target gets its warnings, its sanitizers and its include root, and,
-# where QF_PRECOMPILED names a target that has them, its precompiled headers.
+# The one place where a target gets its warnings, its sanitizers and its include root.
 function(qf_target target)
     target_include_directories(${target} PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>)
     target_compile_options(${target} PRIVATE
@@ -13,8 +12,5 @@ function(qf_target target)
         target_compile_options(${target} PUBLIC
             -fsanitize=${QF_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
         target_link_options(${target} PUBLIC -fsanitize=${QF_SANITIZE})
-    endif()
-    if(QF_PRECOMPILED AND NOT target STREQUAL QF_PRECOMPILED)
-        target_precompile_headers(${target} REUSE_FROM ${QF_PRECOMPILED})
     endif()
 endfunction()
