@@ -65,7 +65,7 @@ class Release:
         self._cache = os.path.join(os.path.realpath(cache), number)
         self._bare = self._cache + "/bare"
         # What is the folder "build" of this tree in every Debian of the release.
-        self.build = self._cache + "/build"
+        self.build = self._cache + "/output"
         for folder in (self.build, f"{TREE}/build"):
             os.makedirs(folder, exist_ok=True)
 
