@@ -44,11 +44,11 @@ class Debian:
         return run("chroot", self.root, *command, env=self.ENVIRONMENT)
 
     def run_here(self, *command: str) -> None:
-        """Begins in this tree."""
+        """Runs a command in the folder of this tree."""
         self.run("env", "--chdir", self.SOURCE, *command)
 
     def run_here_aloud(self, *command: str) -> int:
-        """Begins in this tree, prints what the command prints, and returns its status."""
+        """The same, but shows what the command prints, and returns its status."""
         return subprocess.run(["chroot", self.root, "env", "--chdir", self.SOURCE, *command],
                               check=False, env=self.ENVIRONMENT).returncode
 
@@ -64,7 +64,7 @@ class Release:
         self._suite = SUITES[number]
         self._cache = os.path.join(os.path.realpath(cache), number)
         self._bare = self._cache + "/bare"
-        # What is the folder "build" of this tree in every Debian of the release.
+        # Mounted as this tree's folder "build" in each Debian of the release.
         self.build = self._cache + "/output"
         for folder in (self.build, f"{TREE}/build"):
             os.makedirs(folder, exist_ok=True)
@@ -75,25 +75,26 @@ class Release:
     @contextmanager
     def debian(self, name: str = "bare",
                prepare: Callable[[Debian], None] | None = None) -> Iterator[Debian]:
-        """A Debian that forgets all that is written, except what is in the build folder. What
-        `prepare` does to a bare one is kept under the name."""
+        """A Debian that forgets all that is written, except in the build folder. What `prepare`
+        does to a bare one is kept in the cache under the name."""
         tree = f"{self._cache}/{name}"
         if prepare is not None:
             self._cached(tree, lambda unfinished: self._prepare(unfinished, prepare))
-        with tempfile.TemporaryDirectory() as memory:
-            run("mount", "-t", "tmpfs", "-o", "mode=755", "debian", memory)
+        memory = tempfile.mkdtemp()
+        run("mount", "-t", "tmpfs", "-o", "mode=755", "debian", memory)
+        try:
             for folder in ("root", "upper", "work"):
                 os.mkdir(f"{memory}/{folder}")
             run("mount", "-t", "overlay", "debian", f"{memory}/root", "-o",
                 f"lowerdir={tree},upperdir={memory}/upper,workdir={memory}/work")
-            try:
-                with self._mounted(f"{memory}/root") as debian:
-                    yield debian
-            finally:
-                run("umount", "--recursive", "--lazy", memory)
+            with self._mounted(f"{memory}/root") as debian:
+                yield debian
+        finally:
+            run("umount", "--recursive", "--lazy", memory)
+            os.rmdir(memory)
 
     def _cached(self, tree: str, make: Callable[[str], None]) -> None:
-        """A tree that is missing is made under another name first."""
+        """Makes a tree that is missing, under another name first."""
         if not os.path.isdir(tree):
             unfinished = tree + ".unfinished"
             shutil.rmtree(unfinished, ignore_errors=True)
@@ -121,7 +122,7 @@ class Release:
         shutil.copy("/etc/resolv.conf", root + "/etc/resolv.conf")
         run("mount", "-t", "proc", "proc", root + "/proc")
         run("mount", "--rbind", "/dev", root + "/dev")
-        run("mount", "--bind", TREE, source)
+        run("mount", "--bind", "-o", "ro", TREE, source)
         run("mount", "--bind", self.build, source + "/build")
         try:
             yield Debian(root)
@@ -139,7 +140,8 @@ def enter_mount_namespace() -> None:
 
 
 def release_or_skip(number: str, cache: str) -> Release:
-    """The release, bootstrapped. Where that cannot be, says why and ends with status 77."""
+    """The release, bootstrapped. Where that is not possible, says why and ends with
+    status 77."""
     if number not in SUITES:
         sys.exit(f"The releases are {' and '.join(SUITES)}.")
     try:
