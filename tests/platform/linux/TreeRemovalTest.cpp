@@ -187,7 +187,7 @@ TEST(RemoveItem, IsNotLedOutsideByFoldersThatTurnIntoLinks) {
         fs::create_directories(folder / (top + "/swapped/deep"));
         std::ofstream(folder / (top + "/swapped/deep/file"));
         std::ofstream(folder / (top + "/swapped/file"));
-        ASSERT_EQ(::symlink("victim", (folder / (top + ".link")).c_str()), 0);
+        ASSERT_EQ(::symlink((folder / "victim").c_str(), (folder / (top + ".link")).c_str()), 0);
         const int before = swaps;
         round = i;
         round.notify_one();
