@@ -14,6 +14,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <filesystem>
+#include <fstream>
 #include <thread>
 
 namespace fs = std::filesystem;
@@ -155,10 +156,11 @@ TEST(RemoveItem, DoesNotEnterAVolumeMountedInside) {
 
 TEST(RemoveItem, IsNotLedOutsideByFoldersThatTurnIntoLinks) {
     constexpr int rounds = 1000;
-    const TemporaryFolder folder;
+    const MemoryFolder folder;
+    fs::create_directories(folder / "victim/deep");
     for (int i = 0; i < 20; ++i) {
-        folder.write("victim/" + std::to_string(i), "kept");
-        folder.write("victim/deep/" + std::to_string(i), "kept");
+        std::ofstream(folder / ("victim/" + std::to_string(i))) << "kept";
+        std::ofstream(folder / ("victim/deep/" + std::to_string(i))) << "kept";
     }
     std::atomic<int> round = -1;
     std::atomic<int> swaps = 0;
@@ -176,9 +178,10 @@ TEST(RemoveItem, IsNotLedOutsideByFoldersThatTurnIntoLinks) {
     });
     for (int i = 0; i < rounds; ++i) {
         const auto top = std::to_string(i);
-        folder.write(top + "/swapped/deep/file");
-        folder.write(top + "/swapped/file");
-        ASSERT_EQ(::symlink("victim", (folder / (top + ".link")).c_str()), 0);
+        fs::create_directories(folder / (top + "/swapped/deep"));
+        std::ofstream(folder / (top + "/swapped/deep/file"));
+        std::ofstream(folder / (top + "/swapped/file"));
+        ASSERT_EQ(::symlink((folder / "victim").c_str(), (folder / (top + ".link")).c_str()), 0);
         const int before = swaps;
         round = i;
         round.notify_one();

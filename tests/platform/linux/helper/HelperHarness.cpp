@@ -22,6 +22,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 
 using platform::native::FileDescriptor;
@@ -31,8 +32,9 @@ namespace {
 
 constexpr std::string_view logSocket = "/dev/log";
 
-/// The helper's program, which may lie where the sandbox hides it.
+// Programs of the build tree, which may lie where the sandbox hides them.
 const FileDescriptor helperFile(::open(QF_HELPER, O_RDONLY | O_CLOEXEC));
+const FileDescriptor chownFile(::open(QF_CHOWN, O_RDONLY | O_CLOEXEC));
 
 bool mountMemory(const std::string& folder, const char* options) {
     return ::mount("tmpfs", folder.c_str(), "tmpfs", 0, options) == 0;
@@ -168,6 +170,11 @@ std::string HelperTest::makeFile(const std::string& path, uid_t owner, mode_t mo
 std::string HelperTest::makeLink(const std::string& target, const std::string& path, uid_t owner) {
     EXPECT_EQ(::symlink(target.c_str(), path.c_str()), 0) << path;
     EXPECT_EQ(::lchown(path.c_str(), owner, 0), 0);
+    return path;
+}
+
+std::string HelperTest::copyChown(const std::string& path) {
+    std::filesystem::copy_file("/proc/self/fd/" + std::to_string(chownFile.get()), path);
     return path;
 }
 

@@ -44,6 +44,8 @@ protected:
     static std::string makeFolder(const std::string& path, uid_t owner = 0, mode_t mode = 0755);
     static std::string makeFile(const std::string& path, uid_t owner = 0, mode_t mode = 0644);
     static std::string makeLink(const std::string& target, const std::string& path, uid_t owner);
+    /// Copies the stand-in for chown out of the build tree, and returns the path of the copy.
+    static std::string copyChown(const std::string& path);
     static bool exists(const std::string& path);
 };
 

@@ -212,7 +212,7 @@ protected:
     void SetUp() override {
         HelperTest::SetUp();
         if (!IsSkipped()) {
-            std::filesystem::copy_file(QF_CHOWN, tool);
+            copyChown(tool);
         }
     }
     void TearDown() override { ::unlink(tool.c_str()); }
@@ -246,8 +246,7 @@ TEST_F(HelperChown, IsNotLedAstrayByALink) {
 }
 
 TEST_F(HelperChown, IsRefusedWhereAUserMayChangeIt) {
-    const auto copy = sandbox::everybodysFolder + "/chown";
-    std::filesystem::copy_file(QF_CHOWN, copy);
+    const auto copy = copyChown(sandbox::everybodysFolder + "/chown");
     TestedHelper helper;
     EXPECT_EQ(helper.run(copy, {"root", file}), Status::toolNotTrusted);
     EXPECT_NE(helper.nextLogLine().find("others than root may change the tool"), std::string::npos);
