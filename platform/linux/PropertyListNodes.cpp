@@ -232,7 +232,7 @@ std::optional<std::string> xmlOf(const Value& value) {
     char* xml = nullptr;
     std::uint32_t length = 0;
     plist_to_xml(root.get(), &xml, &length);
-    const std::unique_ptr<char, decltype(&plist_to_xml_free)> owned(xml, &plist_to_xml_free);
+    const std::unique_ptr<char, decltype(&QF_PLIST_FREE)> owned(xml, &QF_PLIST_FREE);
     return owned ? std::optional(std::string(xml, length)) : std::nullopt;
 }
 

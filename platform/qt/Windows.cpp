@@ -15,7 +15,13 @@ namespace platform::qt {
 
 namespace {
 
-int buttonState(int state) {
+#if QT_VERSION >= QT_VERSION_CHECK(6, 7, 0)
+constexpr auto stateChanged = &QCheckBox::checkStateChanged;
+#else
+constexpr auto stateChanged = &QCheckBox::stateChanged;
+#endif
+
+int buttonState(Qt::CheckState state) {
     switch (state) {
     case Qt::Checked:
         return 1;
@@ -69,8 +75,8 @@ bool Window::eventFilter(QObject* watched, QEvent* event) {
 }
 
 CheckBox::CheckBox(QCheckBox& widget) : state_(buttonState(widget.checkState())) {
-    QObject::connect(&widget, &QCheckBox::stateChanged, &widget, [this](int state) {
-        state_.store(buttonState(state), std::memory_order_relaxed);
+    QObject::connect(&widget, stateChanged, &widget, [this, &widget] {
+        state_.store(buttonState(widget.checkState()), std::memory_order_relaxed);
     });
 }
 
