@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <functional>
+#include <future>
 #include <latch>
 #include <memory>
 #include <stdexcept>
@@ -182,17 +183,17 @@ TEST(OperationQueue, LetsGoOfWhatAnOperationHeldBeforeItCountsAsFinished) {
 TEST(OperationQueue, TakesOperationsFromManyThreadsAtOnce) {
     OperationQueue queue;
     int ran = 0;
-    std::vector<std::jthread> threads;
+    std::vector<std::future<void>> threads;
     threads.reserve(8);
     for (int thread = 0; thread < 8; ++thread) {
-        threads.emplace_back([&] {
+        threads.push_back(std::async(std::launch::async, [&] {
             for (int i = 0; i < 2000; ++i) {
                 queue.addOperation([&ran] { ++ran; });
                 if (i % 100 == 0) {
                     queue.waitUntilAllOperationsAreFinished();
                 }
             }
-        });
+        }));
     }
     threads.clear();
     queue.waitUntilAllOperationsAreFinished();
@@ -202,14 +203,14 @@ TEST(OperationQueue, TakesOperationsFromManyThreadsAtOnce) {
 TEST(OperationQueue, RunsWhatIsAddedAfterACancellationWhateverOthersAdd) {
     OperationQueue queue;
     std::atomic<bool> enough = false;
-    std::vector<std::jthread> others;
+    std::vector<std::future<void>> others;
     for (int thread = 0; thread < 2; ++thread) {
-        others.emplace_back([&] {
+        others.push_back(std::async(std::launch::async, [&] {
             while (!enough) {
                 queue.addOperation([] {});
                 queue.waitUntilAllOperationsAreFinished();
             }
-        });
+        }));
     }
     int ran = 0;
     constexpr int rounds = 2000;

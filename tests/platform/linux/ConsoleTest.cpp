@@ -7,6 +7,7 @@
 #include <array>
 #include <csignal>
 #include <fcntl.h>
+#include <future>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -68,16 +69,16 @@ TEST_F(Console, WritesALineToStandardErrorForTheSystemLog) {
 TEST_F(Console, NeverTearsALineOfAnotherThread) {
     {
         const Redirection output(STDOUT_FILENO, openFile());
-        std::vector<std::jthread> threads;
+        std::vector<std::future<void>> threads;
         threads.reserve(4);
         for (int thread = 0; thread < 4; ++thread) {
-            threads.emplace_back([this, thread] {
+            threads.push_back(std::async(std::launch::async, [this, thread] {
                 const std::string line(static_cast<std::size_t>(1000 + thread),
                                        static_cast<char>('a' + thread));
                 for (int i = 0; i < 200; ++i) {
                     console.print(line + "\n");
                 }
-            });
+            }));
         }
     }
     std::istringstream lines(contentOf(path));
@@ -116,7 +117,7 @@ TEST_F(Console, WaitsForRoomOnAStreamThatDoesNotBlock) {
     ASSERT_EQ(::pipe2(pipe.data(), O_CLOEXEC | O_NONBLOCK), 0);
     const std::string text(1 << 20, 'x');
     std::string received;
-    std::jthread reader([&received, &pipe] {
+    auto reader = std::async(std::launch::async, [&received, &pipe] {
         std::array<char, 65536> buffer{};
         for (;;) {
             const auto size = ::read(pipe[0], buffer.data(), buffer.size());
@@ -132,7 +133,7 @@ TEST_F(Console, WaitsForRoomOnAStreamThatDoesNotBlock) {
         const Redirection output(STDOUT_FILENO, pipe[1]);
         console.print(text);
     }
-    reader.join();
+    reader.get();
     ::close(pipe[0]);
     EXPECT_EQ(received, text);
 }

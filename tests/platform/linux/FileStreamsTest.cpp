@@ -12,8 +12,8 @@
 #include <cerrno>
 #include <filesystem>
 #include <fstream>
+#include <future>
 #include <string>
-#include <thread>
 
 namespace fs = std::filesystem;
 
@@ -136,7 +136,7 @@ TEST(FileStreams, APipeIsReadUntilTheBufferIsFull) {
     const TemporaryFolder folder;
     const auto pipe = folder / "pipe";
     ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
-    const std::jthread writer([&pipe] {
+    const auto writer = std::async(std::launch::async, [&pipe] {
         std::ofstream file(pipe);
         for (const auto* piece : {"one ", "two ", "three"}) {
             file << piece << std::flush;

@@ -9,6 +9,7 @@
 
 #include <cerrno>
 #include <filesystem>
+#include <future>
 #include <sched.h>
 #include <string>
 #include <sys/mount.h>
@@ -293,14 +294,14 @@ TEST_F(LogFiles, SeeABrokenLinkAsMissing) {
 }
 
 TEST_F(LogFiles, CreateEmptyFilesFromManyThreadsAtOnce) {
-    std::vector<std::jthread> threads;
+    std::vector<std::future<void>> threads;
     threads.reserve(4);
     for (int thread = 0; thread < 4; ++thread) {
-        threads.emplace_back([this] {
+        threads.push_back(std::async(std::launch::async, [this] {
             for (int i = 0; i < 100; ++i) {
                 EXPECT_FALSE(files.createEmptyFile(folder / "log"));
             }
-        });
+        }));
     }
     threads.clear();
     EXPECT_EQ(std::distance(fs::directory_iterator(folder.path()), fs::directory_iterator()), 1);

@@ -15,6 +15,7 @@
 #include <array>
 #include <atomic>
 #include <fstream>
+#include <future>
 #include <latch>
 #include <stdexcept>
 
@@ -282,6 +283,6 @@ TEST_F(ChecksumsOnDisk, AFolderCannotBeRead) {
 TEST_F(ChecksumsOnDisk, APipeIsReadToItsEnd) {
     const auto pipe = folder / "pipe";
     ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
-    const std::jthread writer([&pipe] { std::ofstream(pipe) << "abc"; });
+    const auto writer = std::async(std::launch::async, [&pipe] { std::ofstream(pipe) << "abc"; });
     EXPECT_EQ(QFFileManager::md5HashForFile(pipe), "900150983cd24fb0d6963f7d28e17f72");
 }

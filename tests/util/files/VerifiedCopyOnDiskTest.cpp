@@ -12,7 +12,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
-#include <thread>
+#include <future>
 
 namespace fs = std::filesystem;
 
@@ -192,7 +192,7 @@ TEST_F(VerifiedCopyOnDisk, APipeIsCopiedToItsEnd) {
     const auto pipe = folder / "pipe";
     const auto content = patternedText(150'000);
     ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
-    const std::jthread writer([&] { std::ofstream(pipe) << content; });
+    const auto writer = std::async(std::launch::async, [&] { std::ofstream(pipe) << content; });
     CopyObserver observer;
     EXPECT_TRUE(copy(pipe, {folder / "copy"}, verified, observer.delegate()));
     EXPECT_TRUE(contentOf(folder / "copy") == content);

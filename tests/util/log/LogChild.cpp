@@ -14,6 +14,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <functional>
+#include <future>
 #include <latch>
 #include <map>
 #include <stdexcept>
@@ -81,7 +82,7 @@ int terminate(const Arguments& arguments) {
         QFLog::appendLog("entry %d", number);
     }
     std::latch terminating{1};
-    const std::jthread opener([&] {
+    const auto opener = std::async(std::launch::async, [&] {
         terminating.wait();
         while (!mainThreadSleeps()) {
             std::this_thread::yield();

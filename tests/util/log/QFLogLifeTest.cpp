@@ -1,6 +1,7 @@
 #include "tests/support/MainThread.h"
 #include "tests/util/log/LogTest.h"
 
+#include <future>
 #include <latch>
 #include <thread>
 
@@ -45,7 +46,7 @@ TEST_F(LogLife, WritesTenQueuedOperationsAtTermination) {
     const auto entries = queueEntries(9);
     ASSERT_EQ(queue.operationCount(), 10U);
     std::latch terminating{1};
-    const std::jthread opener([&] {
+    const auto opener = std::async(std::launch::async, [&] {
         terminating.wait();
         while (!mainThreadSleeps()) {
             std::this_thread::yield();

@@ -7,9 +7,9 @@
 #include <array>
 #include <csignal>
 #include <cstdio>
+#include <future>
 #include <string>
 #include <sys/wait.h>
-#include <thread>
 #include <vector>
 
 namespace {
@@ -61,12 +61,12 @@ TEST_F(LogProcess, KeepsAnEntryWhoseCallHasWaitedWhenItIsKilled) {
 TEST_F(LogProcess, NeverTearsTheLinesOfAnotherThatSharesTheLog) {
     constexpr int count = 2000;
     {
-        std::vector<std::jthread> processes;
+        std::vector<std::future<void>> processes;
         processes.reserve(2);
         for (const char* name : {"a", "b"}) {
-            processes.emplace_back([this, name] {
+            processes.push_back(std::async(std::launch::async, [this, name] {
                 EXPECT_TRUE(run("share", name + (" " + std::to_string(count))).succeeded());
-            });
+            }));
         }
     }
     std::array<int, 2> next{};

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <future>
 #include <sstream>
 
 namespace {
@@ -55,10 +56,10 @@ void logMany(std::size_t thread) {
 TEST_F(LogStress, LosesAndReordersNothingThatManyThreadsWriteAcrossManyFiles) {
     QFLog::createNewLog("Test");
     {
-        std::vector<std::jthread> threads;
+        std::vector<std::future<void>> threads;
         threads.reserve(threadCount);
         for (std::size_t thread = 0; thread < threadCount; ++thread) {
-            threads.emplace_back(logMany, thread);
+            threads.push_back(std::async(std::launch::async, logMany, thread));
         }
     }
     QFLog::finishWriting();
@@ -89,10 +90,10 @@ TEST_F(LogStress, LosesAndReordersNothingThatManyThreadsWriteAcrossManyFiles) {
 TEST_F(LogUnderStress, SurvivesEntriesAndStartsFromManyThreadsAndThenEnds) {
     QFLog::createNewLog("Test", QFLog::NoPrinting::yes);
     {
-        std::vector<std::jthread> threads;
+        std::vector<std::future<void>> threads;
         threads.reserve(threadCount);
         for (std::size_t thread = 0; thread < threadCount; ++thread) {
-            threads.emplace_back([thread] {
+            threads.push_back(std::async(std::launch::async, [thread] {
                 for (int number = 0; number < 50; ++number) {
                     QFLog::appendLogAndDebugPrint("thread %d", thread);
                     if (number % 10 == 0) {
@@ -100,7 +101,7 @@ TEST_F(LogUnderStress, SurvivesEntriesAndStartsFromManyThreadsAndThenEnds) {
                     }
                     QFLog::availableLogs();
                 }
-            });
+            }));
         }
     }
     QFLog::willTerminate();

@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <stdexcept>
+#include <thread>
 
 namespace fs = std::filesystem;
 
@@ -309,7 +310,7 @@ TEST_F(LogWriting, WaitsOnAWorkerOfAnApplication) {
     FakeApplication application;
     const platform::ScopedService<platform::Application> scoped(application);
     std::string afterCall;
-    std::jthread([&] {
+    std::thread([&] {
         QFLog::appendLog("short");
         afterCall = contentOf(logPath(1));
     }).join();
