@@ -18,7 +18,7 @@ namespace {
 const std::string otherVolume = "renameat2:1:" + std::to_string(EXDEV);
 
 Outcome runFaulty(const std::vector<std::string>& arguments, const std::string& faults) {
-    return runChild(arguments, {std::string("LD_PRELOAD=") + QF_FAULTY_CALLS, "QF_FAULTS=" + faults,
+    return runChild(arguments, {preloading(QF_FAULTY_CALLS), "QF_FAULTS=" + faults,
                                 "ASAN_OPTIONS=verify_asan_link_order=0"});
 }
 

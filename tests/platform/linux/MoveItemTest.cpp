@@ -24,7 +24,7 @@ platform::native::FileSystem fileSystem;
 
 /// What a child is started with so that its system calls fail.
 std::vector<std::string> withFaults(const std::string& faults) {
-    return {std::string("LD_PRELOAD=") + QF_FAULTY_CALLS, "QF_FAULTS=" + faults};
+    return {preloading(QF_FAULTY_CALLS), "QF_FAULTS=" + faults};
 }
 
 /// Every rename tells that it would lead to another volume.
