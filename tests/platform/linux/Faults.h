@@ -1,5 +1,7 @@
 #pragma once
 
+#include "tests/support/RunCommand.h"
+
 #include <cerrno>
 #include <string>
 #include <vector>
@@ -9,6 +11,6 @@ inline const std::string otherVolume = "renameat2:1:" + std::to_string(EXDEV);
 
 /// The environment that a child is started with so that its system calls fail.
 inline std::vector<std::string> withFaults(const std::string& faults) {
-    return {std::string("LD_PRELOAD=") + QF_FAULTY_CALLS, "QF_FAULTS=" + faults,
+    return {preloading(QF_FAULTY_CALLS), "QF_FAULTS=" + faults,
             "ASAN_OPTIONS=verify_asan_link_order=0"};
 }

@@ -61,6 +61,9 @@ private:
 
 class QFAlertRequestTest : public ::testing::Test {
 protected:
+    /// What alerts leave to the main thread still needs the services.
+    ~QFAlertRequestTest() override { waitForMainThread(); }
+
     static void runOnMainThread(std::function<void()> work) {
         MainLoop::shared().performOnMainThread(std::move(work), platform::Wait::untilDone);
     }

@@ -29,7 +29,7 @@ protected:
     /// Runs the child program in a role and gathers what it prints on standard output. The shell
     /// tells a signal as 128 and its number.
     Ending run(const std::string& role, const std::string& arguments = "") const {
-        const auto command = "ulimit -c 0; " LOG_CHILD " " + role + " '" + folder.path() + "' " +
+        const auto command = "ulimit -c 0; '" LOG_CHILD "' " + role + " '" + folder.path() + "' " +
                              arguments + " 2>>'" + folder.path() + "/errors'; exit $?";
         std::FILE* pipe = ::popen(command.c_str(), "re");
         EXPECT_NE(pipe, nullptr);

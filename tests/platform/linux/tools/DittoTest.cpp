@@ -43,7 +43,7 @@ protected:
         Names environment{"LSAN_OPTIONS=detect_leaks=0"};
         if (!faults.empty()) {
             environment.insert(environment.end(),
-                               {std::string("LD_PRELOAD=") + QF_FAULTY_CALLS, "QF_FAULTS=" + faults,
+                               {preloading(QF_FAULTY_CALLS), "QF_FAULTS=" + faults,
                                 "QF_FAULTS_FROM_START=1", "ASAN_OPTIONS=verify_asan_link_order=0"});
         }
         return run(command, environment);
