@@ -5,6 +5,7 @@
 #include "platform/linux/Folders.h"
 
 #include <glib.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>

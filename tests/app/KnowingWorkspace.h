@@ -1,7 +1,7 @@
 #pragma once
 
 #include "platform/foundation/Exception.h"
-#include "tests/support/PortDoubles.h"
+#include "tests/support/FileSystemDoubles.h"
 
 #include <map>
 #include <optional>
