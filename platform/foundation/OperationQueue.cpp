@@ -66,7 +66,7 @@ void OperationQueue::startThread() {
         thread_ = std::thread([this] { run(); });
     } catch (const std::system_error& error) {
         throw Exception("NSGenericException",
-                        std::string("could not start a thread: ") + error.what());
+                        std::string("could not start a thread: ") + error.code().message());
     }
     started_.store(true, std::memory_order_release);
 }

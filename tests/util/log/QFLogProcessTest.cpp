@@ -94,8 +94,8 @@ TEST_F(LogProcess, WritesTheReasonOfAnExceptionThatNobodyCaughtBeforeItEnds) {
 
 TEST_F(LogProcess, LetsTheFormerHandlerEndIt) {
     run("uncaught", "main platform");
-    EXPECT_NE(contentOf(folder / "errors").find("terminate called after throwing"),
-              std::string::npos);
+    // That is the standard library's own; each has words of its own for it.
+    EXPECT_NE(contentOf(folder / "errors").find("terminat"), std::string::npos);
 }
 
 TEST_F(LogProcess, WritesTheReasonOfAStandardException) {
