@@ -3,8 +3,8 @@
 
 #include "platform/Services.h"
 #include "platform/foundation/Date.h"
-#include "platform/linux/Console.h"
-#include "platform/linux/LogFiles.h"
+#include "platform/linux/files/LogFiles.h"
+#include "platform/linux/system/Console.h"
 #include "util/log/QFLog.h"
 
 #ifdef QF_WITH_SPDLOG

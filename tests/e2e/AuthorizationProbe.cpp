@@ -9,7 +9,7 @@
 //   start TOOL ARGUMENT ...   starts a tool with the right and lets its output go
 //   end                       gives the right up
 
-#include "platform/linux/AuthorizationServices.h"
+#include "platform/linux/authorization/AuthorizationServices.h"
 
 #include <unistd.h>
 

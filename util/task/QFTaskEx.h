@@ -2,9 +2,9 @@
 
 #include "platform/foundation/Delegate.h"
 #include "platform/foundation/Notification.h"
-#include "platform/foundation/Process.h"
 #include "platform/foundation/TextEncoding.h"
 #include "platform/foundation/Timeout.h"
+#include "platform/support/Process.h"
 #include "util/task/TaskArguments.h"
 #include "util/task/TaskSlot.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/foundation/Process.h"
+#include "platform/support/Process.h"
 
 #include <condition_variable>
 #include <memory>

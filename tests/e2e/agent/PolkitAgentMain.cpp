@@ -8,7 +8,7 @@
 // first of them, and gives up when there are no more. It prints "ready", then "asked" whenever it
 // is asked something, and ends with its standard input.
 
-#include "platform/linux/PolkitAgent.h"
+#include "platform/linux/authorization/PolkitAgent.h"
 
 #include <unistd.h>
 

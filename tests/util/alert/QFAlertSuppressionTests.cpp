@@ -1,7 +1,7 @@
 #include "util/alert/QFAlert.h"
 
-#include "platform/linux/Preferences.h"
-#include "platform/linux/PropertyLists.h"
+#include "platform/linux/plist/PropertyLists.h"
+#include "platform/linux/system/Preferences.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/UserInterface.h"
 #include "tests/util/alert/AlertTexts.h"

@@ -1,7 +1,7 @@
 #include "util/files/QFFileManager.h"
 
-#include "platform/linux/Digests.h"
-#include "platform/linux/FileStreams.h"
+#include "platform/linux/files/Digests.h"
+#include "platform/linux/files/FileStreams.h"
 #include "tests/support/Bytes.h"
 #include "tests/support/DescribedMachine.h"
 #include "tests/support/FileStreamDoubles.h"

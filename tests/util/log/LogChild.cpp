@@ -3,8 +3,8 @@
 
 #include "platform/Services.h"
 #include "platform/foundation/Exception.h"
-#include "platform/linux/Console.h"
-#include "platform/linux/LogFiles.h"
+#include "platform/linux/files/LogFiles.h"
+#include "platform/linux/system/Console.h"
 #include "tests/support/MainThread.h"
 #include "tests/support/PortDoubles.h"
 #include "tests/support/QueueGate.h"

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "platform/Services.h"
-#include "platform/linux/LogFiles.h"
+#include "platform/linux/files/LogFiles.h"
 #include "tests/support/PortDoubles.h"
 #include "tests/support/QueueGate.h"
 #include "tests/support/ScopedAbsence.h"

@@ -1,6 +1,6 @@
 #include "tests/util/log/LogTest.h"
 
-#include "platform/linux/PropertyLists.h"
+#include "platform/linux/plist/PropertyLists.h"
 
 #include <algorithm>
 #include <filesystem>

@@ -1,6 +1,6 @@
 #include "platform/linux/tools/launchctl/ServiceManager.h"
 
-#include "platform/linux/UserAccount.h"
+#include "platform/linux/system/UserAccount.h"
 
 #include <gio/gio.h>
 #include <unistd.h>

@@ -1,4 +1,4 @@
-#include "platform/linux/PropertyLists.h"
+#include "platform/linux/plist/PropertyLists.h"
 #include "tests/support/RunCommand.h"
 #include "tests/support/TemporaryFolder.h"
 

@@ -1,5 +1,0 @@
-#pragma once
-
-#include "platform/linux/FileSystem.h"
-
-inline platform::native::FileSystem fileSystem;

@@ -1,0 +1,152 @@
+// The program's end of the connection, with a helper at the other that does as a test says.
+
+#include "platform/linux/authorization/HelperConnection.h"
+
+#include "platform/linux/authorization/HelperStart.h"
+#include "tests/support/ScopedEnvironment.h"
+#include "tests/support/TemporaryFolder.h"
+
+#include <gtest/gtest.h>
+#include <sys/prctl.h>
+#include <sys/socket.h>
+
+#include <array>
+#include <filesystem>
+#include <thread>
+
+using namespace platform;
+using platform::native::FileDescriptor;
+using platform::native::HelperConnection;
+using platform::native::helper::Reply;
+using platform::native::helper::Status;
+
+namespace {
+
+struct Ends {
+    FileDescriptor program;
+    FileDescriptor helper;
+};
+
+Ends makeEnds() {
+    std::array<int, 2> ends{-1, -1};
+    EXPECT_EQ(::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends.data()), 0);
+    return {FileDescriptor(ends[0]), FileDescriptor(ends[1])};
+}
+
+/// Puts an answer where the program will find it when it has asked.
+void answer(const Ends& ends, const void* bytes, std::size_t size) {
+    ASSERT_EQ(::send(ends.helper.get(), bytes, size, 0), static_cast<ssize_t>(size));
+}
+
+void answer(const Ends& ends, Status status) {
+    Reply reply;
+    reply.status = status;
+    answer(ends, &reply, sizeof reply);
+}
+
+AuthorizationStatus startedWith(Status status) {
+    Ends ends = makeEnds();
+    answer(ends, status);
+    HelperConnection connection(std::move(ends.program));
+    return connection.start("/bin/true", {}).status;
+}
+
+} // namespace
+
+TEST(HelperConnection, GreetsAHelperThatIsReady) {
+    Ends ends = makeEnds();
+    answer(ends, Status::ready);
+    HelperConnection connection(std::move(ends.program));
+    EXPECT_TRUE(connection.handshake());
+    EXPECT_TRUE(connection.isOpen());
+}
+
+TEST(HelperConnection, TakesNothingElseForAHelper) {
+    Ends ends = makeEnds();
+    Reply forged;
+    forged.status = Status::ready;
+    forged.signature[0] = 'Q';
+    answer(ends, &forged, sizeof forged);
+    answer(ends, "ready", 5);
+    answer(ends, Status::startFailed);
+    HelperConnection connection(std::move(ends.program));
+    EXPECT_FALSE(connection.handshake());
+    EXPECT_FALSE(connection.handshake());
+    EXPECT_FALSE(connection.handshake());
+    EXPECT_FALSE(connection.handshake(std::chrono::milliseconds(1))); // nobody answers
+}
+
+TEST(HelperConnection, TellsWhenTheHelperHasGone) {
+    Ends ends = makeEnds();
+    ends.helper.reset();
+    HelperConnection connection(std::move(ends.program));
+    EXPECT_FALSE(connection.isOpen());
+    EXPECT_FALSE(connection.handshake());
+    EXPECT_EQ(connection.start("/bin/true", {}).status, errAuthorizationInternal);
+}
+
+TEST(HelperConnection, GivesEveryRefusalAStatusAndNoOutput) {
+    for (int status = 1; status <= static_cast<int>(Status::startFailed); ++status) {
+        EXPECT_EQ(startedWith(Status{status}), errAuthorizationToolExecuteFailure) << status;
+    }
+    EXPECT_EQ(startedWith(Status::started), errAuthorizationToolExecuteFailure); // no output came
+}
+
+TEST(HelperConnection, SendsNoRequestThatNoHelperWouldTake) {
+    Ends ends = makeEnds();
+    HelperConnection connection(std::move(ends.program));
+    const std::string large(2U << 20U, 'x');
+    EXPECT_EQ(connection.start("/bin/true", {large}).status, errAuthorizationToolExecuteFailure);
+    EXPECT_EQ(connection.start("", {}).status, errAuthorizationToolExecuteFailure);
+    char byte = 0;
+    EXPECT_EQ(::recv(ends.helper.get(), &byte, 1, MSG_DONTWAIT), -1);
+}
+
+TEST(HelperConnection, KeepsTheProcessToItselfForItsLifetime) {
+    ASSERT_EQ(::prctl(PR_GET_DUMPABLE), 1);
+    {
+        const HelperConnection first(makeEnds().program);
+        const HelperConnection second(makeEnds().program);
+        EXPECT_EQ(::prctl(PR_GET_DUMPABLE), 0);
+    }
+    EXPECT_EQ(::prctl(PR_GET_DUMPABLE), 1);
+}
+
+TEST(HelperStart, TellsTheWaysOfPkexecToEndApart) {
+    const TemporaryFolder folder;
+    const auto statusOf = [&](const std::string& script) {
+        const std::string pkexec = folder.write("pkexec", "#!/bin/sh\n" + script + "\n");
+        std::filesystem::permissions(pkexec, std::filesystem::perms::owner_all);
+        return native::startHelper({pkexec, "/bin/true"}).status;
+    };
+    EXPECT_EQ(statusOf("exit 126"), errAuthorizationCanceled);
+    EXPECT_EQ(statusOf("exit 127"), errAuthorizationDenied);
+    EXPECT_EQ(statusOf("exit 0"), errAuthorizationInternal);
+    EXPECT_EQ(statusOf("kill -9 $$"), errAuthorizationInternal);
+    EXPECT_EQ(native::startHelper({folder / "missing", "/bin/true"}).status,
+              errAuthorizationInternal);
+    EXPECT_EQ(native::startHelper({"/bin/true", folder / "missing"}).status,
+              errAuthorizationInternal);
+}
+
+TEST(HelperStart, GivesPkexecNothingButTheConnectionAndAPath) {
+    const TemporaryFolder folder;
+    const std::string pkexec =
+        folder.write("pkexec", "#!/bin/sh\nexec > " + (folder / "seen") +
+                                   "\necho \"$@\"\n/usr/bin/env -u PWD -u SHLVL -u _ -u OLDPWD\n"
+                                   "/usr/bin/readlink /proc/self/fd/0 | /usr/bin/cut -c 1-7\n");
+    std::filesystem::permissions(pkexec, std::filesystem::perms::owner_all);
+    const ScopedEnvironment shell("SHELL", "/no/shell");
+    native::startHelper({pkexec, "/bin/true"});
+    EXPECT_EQ(contentOf(folder / "seen"), "--disable-internal-agent /bin/true\n"
+                                          "PATH=/usr/sbin:/usr/bin:/sbin:/bin\nsocket:\n");
+}
+
+TEST(HelperStart, InheritsNothingWithoutADescriptorOfRoots) {
+    const ScopedEnvironment none("QF_AUTHORIZATION_DESCRIPTOR", std::nullopt);
+    EXPECT_EQ(native::inheritedHelper().status, errAuthorizationInternal);
+    for (const char* number : {"", "x", "-1", "0", "1", "2", "3x", "99999", "99999999999999"}) {
+        const ScopedEnvironment descriptor("QF_AUTHORIZATION_DESCRIPTOR", number);
+        EXPECT_EQ(native::inheritedHelper().status, errAuthorizationInternal) << number;
+    }
+}
