@@ -26,7 +26,7 @@ public:
 /// Any thread may call it.
 template <class... Arguments>
 void systemLog(std::string_view text, const Arguments&... arguments) {
-    service<Console>().systemLog(format(text, arguments...));
+    service<Console>().systemLog(platform::format(text, arguments...));
 }
 
 } // namespace platform

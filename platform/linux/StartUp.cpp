@@ -102,8 +102,8 @@ void normalizeEnvironment(LinuxServices& services) {
         const char* named = std::getenv("HOME");
         const auto used = services.userAccount.homeDirectory();
         if (named != nullptr && *named != '\0') {
-            services.console.systemLog(
-                format(relativeHomeMessage, text::printable(named), text::printable(used)));
+            services.console.systemLog(platform::format(relativeHomeMessage, text::printable(named),
+                                                        text::printable(used)));
         }
         ::setenv("HOME", used.c_str(), overwrite);
     }
