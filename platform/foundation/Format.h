@@ -58,6 +58,9 @@ private:
 /// ignored. Bytes that are no UTF-8, and zeros, come out as they went in. The result is never
 /// longer than the format, the texts and 4096 times six bytes for each argument together. Nothing
 /// here raises but std::bad_alloc. Any thread may call it.
+///
+/// A call names the namespace: without it the arguments of the standard library's types would bring
+/// in std::format, which may match better.
 std::string format(std::string_view format, std::initializer_list<FormatArgument> arguments);
 
 /// The same, with the arguments one after another.

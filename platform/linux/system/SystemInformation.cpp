@@ -39,7 +39,7 @@ std::string SystemInformation::globallyUniqueString() {
     std::string identifier;
     for (std::size_t index = 0; index < bytes.size(); ++index) {
         const bool groupBegins = index == 4 || index == 6 || index == 8 || index == 10;
-        identifier += format(groupBegins ? "-%02X" : "%02X", bytes.at(index));
+        identifier += platform::format(groupBegins ? "-%02X" : "%02X", bytes.at(index));
     }
     return identifier;
 }
@@ -51,7 +51,7 @@ std::string SystemInformation::operatingSystemVersion() {
     }
     utsname kernel{};
     ::uname(&kernel);
-    return format("%@ %@", &kernel.sysname[0], &kernel.release[0]);
+    return platform::format("%@ %@", &kernel.sysname[0], &kernel.release[0]);
 }
 
 long SystemInformation::processorCount() {
