@@ -1,9 +1,11 @@
 #include "platform/linux/authorization/AuthorizationServices.h"
 
+#include "platform/Console.h"
 #include "platform/PasswordQuestion.h"
 #include "platform/Services.h"
 #include "platform/linux/authorization/PolkitAgent.h"
 #include "platform/linux/authorization/ProcessSecrecy.h"
+#include "platform/linux/authorization/ProcessStatus.h"
 #include "platform/linux/process/ToolOverlay.h"
 #include "platform/linux/system/UserAccount.h"
 
@@ -116,6 +118,23 @@ PolkitAnswerer answererFor(PasswordQuestion& question, Secret& secret) {
     };
 }
 
+/// Whether pkexec asks for this when it is to start a helper: the action of an installation, or its
+/// own. Any process of the user may ask polkit for anything on behalf of this one.
+bool isHelpersAction(std::string_view action) {
+    return action == "org.freedesktop.policykit.exec" ||
+           (action.starts_with("com.quillfen.") && action.ends_with(".helper"));
+}
+
+/// Whether another process traces this one, which would have the right as well; logged. Asked when
+/// no more processes can begin to.
+bool isTraced() {
+    const pid_t tracer = tracerOfThisProcess();
+    if (tracer != 0) {
+        systemLog("No administrator is asked, because process %d traces this one", tracer);
+    }
+    return tracer != 0;
+}
+
 } // namespace
 
 AuthorizationRef AuthorizationServices::add(Connection connection) {
@@ -154,6 +173,9 @@ AuthorizationStatus AuthorizationServices::copyRights(AuthorizationRef ref,
         return errAuthorizationDenied;
     }
     const bool mayAsk = (flags & kAuthorizationFlagInteractionAllowed) != 0;
+    if (!mayAsk) {
+        giveUpAll();
+    }
     auto started = mayAsk ? askUser() : authorize(environment);
     if (started.status != errAuthorizationSuccess) {
         return started.status;
@@ -183,7 +205,9 @@ StartedHelper AuthorizationServices::askUser() {
     {
         const std::lock_guard obtaining(obtaining_);
         const ProcessSecrecy secrecy;
-        if (isPolkitAvailable()) {
+        if (isTraced()) {
+            started.status = errAuthorizationDenied;
+        } else if (isPolkitAvailable()) {
             auto* question = installedService<PasswordQuestion>();
             started = question == nullptr ? startHelper(paths_) : startAsking(*question);
         }
@@ -204,7 +228,10 @@ StartedHelper AuthorizationServices::startAsking(PasswordQuestion& question) {
 /// Starts a helper, with an agent for this process that answers polkit's question.
 StartedHelper AuthorizationServices::startWithAgent(PolkitAnswerer answerer) {
     try {
-        const PolkitAgent agent(::getpid(), std::move(answerer));
+        const PolkitAgent agent(
+            ::getpid(), std::move(answerer), [](const PolkitQuestion& question) {
+                return isHelpersAction(question.action) && parentOf(question.asker) == ::getpid();
+            });
         return agent.isRegistered() ? startHelper(paths_)
                                     : StartedHelper{errAuthorizationDenied, nullptr};
     } catch (const std::system_error&) { // no thread left
@@ -221,8 +248,25 @@ StartedHelper AuthorizationServices::authorize(const AuthorizationItemSet& crede
     }
     const std::lock_guard obtaining(obtaining_);
     const ProcessSecrecy secrecy;
+    if (isTraced()) {
+        return {errAuthorizationDenied, nullptr};
+    }
     return isPolkitAvailable() ? startWithAgent(answererFor(account->userId, *password))
                                : StartedHelper{};
+}
+
+bool AuthorizationServices::holdsRights(AuthorizationRef ref) {
+    const auto held = find(ref);
+    return held && *held && (*held)->isOpen();
+}
+
+/// A handle that is replaced by another may never be freed; its helper is not to go on for it.
+void AuthorizationServices::giveUpAll() {
+    std::vector<Connection> connections;
+    const std::lock_guard lock(mutex_);
+    for (auto& [ref, connection] : handles_) {
+        connections.push_back(std::exchange(connection, nullptr));
+    }
 }
 
 void AuthorizationServices::free(AuthorizationRef ref, AuthorizationFlags /*flags*/) {

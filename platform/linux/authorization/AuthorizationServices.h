@@ -25,7 +25,9 @@ namespace platform::native {
 /// polkit's question, as the agent for this process alone: nothing appears on the screen. The
 /// password is used where it stands in the arguments and is copied nowhere; while it is in use and
 /// while a right is held, the process writes no core dump and lets no other look into it. Rights
-/// are obtained one after another: credentials wait until a question has been answered.
+/// are obtained one after another: credentials wait until a question has been answered. They
+/// replace every right that the process has, whether or not they are right. While another process
+/// traces this one nobody is asked, and the system log says so.
 ///
 /// Statuses beyond success: errAuthorizationInvalidRef for a handle that is none;
 /// errAuthorizationDenied for another right than "system.privilege.admin", without
@@ -43,6 +45,7 @@ public:
     AuthorizationStatus copyRights(AuthorizationRef ref, const AuthorizationItemSet& rights,
                                    const AuthorizationItemSet& environment,
                                    AuthorizationFlags flags) override;
+    bool holdsRights(AuthorizationRef ref) override;
     void free(AuthorizationRef ref, AuthorizationFlags flags) override;
     /// The parent's right is taken over once: when its handle is freed, it is gone.
     Authorization copyPrivilegedReference(AuthorizationFlags flags) override;
@@ -56,6 +59,7 @@ private:
     AuthorizationRef add(Connection connection);
     /// The handle's connection, null while it has no right; nothing for a handle that is none.
     std::optional<Connection> find(AuthorizationRef ref);
+    void giveUpAll();
     StartedHelper askUser();
     StartedHelper startAsking(PasswordQuestion& question);
     StartedHelper startWithAgent(PolkitAnswerer answerer);

@@ -6,6 +6,7 @@
 #include <polkitagent/polkitagent.h>
 #include <unistd.h>
 
+#include <cstdlib>
 #include <utility>
 
 namespace platform::native {
@@ -23,12 +24,20 @@ Owned<GDBusConnection> systemBus() {
 
 // ---- One question ------------------------------------------------------------------------------
 
+/// Whom an agent has for its answers, to which questions, and how many of them are thought about.
+struct Answering {
+    PolkitAnswerer answerer;
+    PolkitFilter filter;
+    int open = 0;
+};
+
 /// One question from when it is asked until it is done with, attempt after attempt. It belongs to
-/// itself and ends with finish(). All of it runs on the agent's thread.
+/// itself and ends with finish(). All of it runs on the agent's thread, except the answerer, so
+/// that others who ask meanwhile are not kept waiting.
 class Question {
 public:
-    Question(const PolkitAnswerer& answerer, GTask* task, const char* cookie, GList* identities)
-        : answerer_(answerer), task_(task), cookie_(cookie) {
+    Question(Answering& answering, GTask* task, const char* cookie, GList* identities)
+        : answering_(answering), task_(task), cookie_(cookie) {
         for (const GList* entry = identities; entry != nullptr; entry = entry->next) {
             if (POLKIT_IS_UNIX_USER(entry->data)) {
                 const int user = polkit_unix_user_get_uid(POLKIT_UNIX_USER(entry->data));
@@ -51,15 +60,29 @@ public:
     Question& operator=(Question&&) = delete;
 
     void answer() {
-        const PolkitAnswer answer = answerer_(administrators_, ++attempt_);
-        if (answer.kind == PolkitAnswer::Kind::password) {
-            startSession(answer);
-        } else {
-            finish(answer.kind == PolkitAnswer::Kind::dismiss);
-        }
+        ++answering_.open;
+        const Owned<GTask> asking(g_task_new(nullptr, nullptr, wasAnswered, this));
+        g_task_set_task_data(asking.get(), this, nullptr);
+        g_task_run_in_thread(asking.get(), think);
     }
 
 private:
+    static void think(GTask* asking, void* /*source*/, void* data, GCancellable* /*cancellable*/) {
+        auto* self = static_cast<Question*>(data);
+        self->answer_ = self->answering_.answerer(self->administrators_, ++self->attempt_);
+        g_task_return_boolean(asking, TRUE);
+    }
+
+    static void wasAnswered(GObject* /*source*/, GAsyncResult* /*result*/, void* data) {
+        auto* self = static_cast<Question*>(data);
+        --self->answering_.open;
+        if (self->answer_.kind == PolkitAnswer::Kind::password && !self->isDone_) {
+            self->startSession(self->answer_);
+        } else {
+            self->finish(self->answer_.kind == PolkitAnswer::Kind::dismiss);
+        }
+    }
+
     void startSession(const PolkitAnswer& answer) {
         password_ = answer.password;
         const Owned<PolkitIdentity> identity(polkit_unix_user_new(static_cast<int>(answer.user)));
@@ -118,7 +141,8 @@ private:
         }
     }
 
-    const PolkitAnswerer& answerer_;
+    Answering& answering_;
+    PolkitAnswer answer_;
     Owned<GTask> task_;
     std::string cookie_;
     std::vector<uid_t> administrators_;
@@ -134,18 +158,29 @@ private:
 
 struct Listener {
     PolkitAgentListener parent;
-    const PolkitAnswerer* answerer;
+    Answering* answering;
 };
 
-void initiate(PolkitAgentListener* listener, const char* /*action*/, const char* /*message*/,
-              const char* /*icon*/, PolkitDetails* /*details*/, const char* cookie,
-              GList* identities, GCancellable* cancellable, GAsyncReadyCallback callback,
-              void* data) {
+/// What polkit itself tells of a question.
+PolkitQuestion questionOf(const char* action, PolkitDetails* details) {
+    const char* asker = polkit_details_lookup(details, "polkit.caller-pid");
+    return {action, asker == nullptr ? 0 : std::atoi(asker)};
+}
+
+void initiate(PolkitAgentListener* listener, const char* action, const char* /*message*/,
+              const char* /*icon*/, PolkitDetails* details, const char* cookie, GList* identities,
+              GCancellable* cancellable, GAsyncReadyCallback callback, void* data) {
     GTask* task = g_task_new(listener, cancellable, callback, data);
     // What was asked is answered even when nobody waits any more, so that it is done with.
     g_task_set_check_cancellable(task, FALSE);
-    const auto& answerer = *reinterpret_cast<Listener*>(listener)->answerer;
-    (new Question(answerer, task, cookie, identities))->answer();
+    auto& answering = *reinterpret_cast<Listener*>(listener)->answering;
+    if (!answering.filter(questionOf(action, details))) {
+        g_task_return_new_error(task, POLKIT_ERROR, POLKIT_ERROR_NOT_AUTHORIZED,
+                                "not for this agent");
+        g_object_unref(task);
+        return;
+    }
+    (new Question(answering, task, cookie, identities))->answer();
 }
 
 gboolean finishInitiating(PolkitAgentListener* /*listener*/, GAsyncResult* result, GError** error) {
@@ -158,12 +193,12 @@ void initializeListenerClass(void* type, void* /*data*/) {
     listenerClass->initiate_authentication_finish = finishInitiating;
 }
 
-Owned<PolkitAgentListener> makeListener(const PolkitAnswerer& answerer) {
+Owned<PolkitAgentListener> makeListener(Answering& answering) {
     static const GType type = g_type_register_static_simple(
         POLKIT_AGENT_TYPE_LISTENER, "QFPolkitAgentListener", sizeof(PolkitAgentListenerClass),
         initializeListenerClass, sizeof(Listener), nullptr, GTypeFlags{});
     auto* listener = static_cast<Listener*>(g_object_new(type, nullptr));
-    listener->answerer = &answerer;
+    listener->answering = &answering;
     return Owned<PolkitAgentListener>(&listener->parent);
 }
 
@@ -203,8 +238,8 @@ struct PolkitAgent::Loop {
     Loop& operator=(Loop&&) = delete;
 };
 
-PolkitAgent::PolkitAgent(pid_t process, PolkitAnswerer answerer)
-    : answerer_(std::move(answerer)), loop_(std::make_unique<Loop>()) {
+PolkitAgent::PolkitAgent(pid_t process, PolkitAnswerer answerer, PolkitFilter filter)
+    : answerer_(std::move(answerer)), filter_(std::move(filter)), loop_(std::make_unique<Loop>()) {
     std::promise<bool> registered;
     auto result = registered.get_future();
     thread_ = std::thread([this, process, &registered] { run(process, registered); });
@@ -225,9 +260,10 @@ PolkitAgent::~PolkitAgent() {
 
 void PolkitAgent::run(pid_t process, std::promise<bool>& registered) {
     g_main_context_push_thread_default(loop_->context);
+    Answering answering{answerer_, filter_};
     {
         const auto bus = systemBus();
-        const auto listener = makeListener(answerer_);
+        const auto listener = makeListener(answering);
         const Owned<PolkitSubject> subject(
             polkit_unix_process_new_for_owner(process, 0, static_cast<int>(::getuid())));
         void* registration =
@@ -241,7 +277,9 @@ void PolkitAgent::run(pid_t process, std::promise<bool>& registered) {
             polkit_agent_listener_unregister(registration);
         }
     }
-    while (g_main_context_iteration(loop_->context, FALSE) != FALSE) {
+    // What came in meanwhile gets an answer, too.
+    while (g_main_context_iteration(loop_->context, answering.open > 0 ? TRUE : FALSE) != FALSE ||
+           answering.open > 0) {
     }
     g_main_context_pop_thread_default(loop_->context);
 }

@@ -31,16 +31,26 @@ struct PolkitAnswer {
 };
 
 /// Gives the answer to a question that any of `administrators` may answer. `attempt` counts from 1
-/// and goes up when a password was wrong. Called on the agent's thread.
+/// and goes up when a password was wrong. Called on a thread of its own, and waited for.
 using PolkitAnswerer =
     std::function<PolkitAnswer(const std::vector<uid_t>& administrators, int attempt)>;
+
+/// What is to be allowed, and the process that asks polkit whether it is.
+struct PolkitQuestion {
+    std::string action;
+    pid_t asker = 0;
+};
+
+/// Whether a question is to be answered. Called on the agent's thread.
+using PolkitFilter = std::function<bool(const PolkitQuestion&)>;
 
 /// Answers polkit's questions about one process, in place of the desktop's agent, from construction
 /// to destruction. It has a thread of its own. The passwords are checked by PAM.
 class PolkitAgent {
 public:
-    /// `process` is one of the user's own.
-    PolkitAgent(pid_t process, PolkitAnswerer answerer);
+    /// `process` is one of the user's own. What the filter turns away is refused at once, whatever
+    /// else is being answered.
+    PolkitAgent(pid_t process, PolkitAnswerer answerer, PolkitFilter filter);
     ~PolkitAgent();
     PolkitAgent(const PolkitAgent&) = delete;
     PolkitAgent& operator=(const PolkitAgent&) = delete;
@@ -56,6 +66,7 @@ private:
     void run(pid_t process, std::promise<bool>& registered);
 
     PolkitAnswerer answerer_;
+    PolkitFilter filter_;
     std::unique_ptr<Loop> loop_;
     std::thread thread_;
     bool registered_ = false;

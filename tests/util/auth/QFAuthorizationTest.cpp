@@ -303,6 +303,18 @@ TEST_F(QFAuthorizationTest, EndingFreesTheHandleAndTheNextStartAsksAgain) {
     EXPECT_EQ(controller().authRef(), second);
 }
 
+TEST_F(QFAuthorizationTest, ARightThatHasNotLastedIsAskedForAgain) {
+    EXPECT_TRUE(controller().authStart());
+    services.rightsLast = false;
+    EXPECT_FALSE(controller().isAuthorized());
+    EXPECT_TRUE(controller().authStart());
+    EXPECT_EQ(controller().authRef(), second);
+    ASSERT_GE(services.calls.size(), 3U);
+    EXPECT_EQ(services.calls[2], freeing(first));
+    services.rightsLast = true;
+    EXPECT_TRUE(controller().isAuthorized());
+}
+
 TEST_F(QFAuthorizationTest, EndingWithoutARightDoesNothing) {
     controller().authEnd();
     EXPECT_EQ(services.calls, Calls{});

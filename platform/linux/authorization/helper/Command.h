@@ -5,6 +5,7 @@
 
 #include <sys/types.h>
 
+#include <deque>
 #include <optional>
 #include <string>
 #include <variant>
@@ -32,20 +33,41 @@ struct Place {
     std::optional<Item> item;
 };
 
-/// A move into a folder that others than root may change, with the tools for a copying one.
-struct Move {
+/// A copy of an item, with the tool that removes what is left of one that fails.
+struct Copy {
     Place source;
     Place destination;
-    Tool copier;
     Tool remover;
 };
+
+/// A move into a folder that others than root may change, which may have to copy.
+struct Move {
+    Copy copy;
+};
+
+/// What is to be done to one item.
+struct Change {
+    void (*make)(const Place& place);
+    Place place;
+};
+
+/// Folders that are to be made, the first in one that exists.
+struct Folders {
+    Item existing;
+    std::deque<std::string> missing;
+};
+
+/// A change to nothing.
+struct Nothing {};
+
+using Task = std::variant<Command, Move, Copy, Change, Folders, Nothing>;
 
 /// The path by which a tool finds a name in just this folder, wherever that has been moved to. The
 /// tools that this process becomes or starts from now on have the folder open.
 std::string heldPath(const Item& folder, const std::string& name);
 
-/// What a request asks for, made for this user, with the operands of rm and mv checked and held.
-/// Throws a Refusal.
-std::variant<Command, Move> prepare(const Request& request, uid_t user);
+/// What a request asks for, made for this user, with the operands of what the helper does itself,
+/// and of rm and mv, checked and held. Throws a Refusal.
+Task prepare(const Request& request, uid_t user);
 
 } // namespace platform::native::helper

@@ -40,6 +40,8 @@ enum class Status : std::int32_t {
     itemRedirected = 9,
     itemUnreachable = 10,
     startFailed = 11,
+    /// An item in a folder of somebody's that is another's, or has another name elsewhere.
+    itemForeign = 12,
 };
 
 struct Reply {

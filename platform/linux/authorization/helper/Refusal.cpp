@@ -22,6 +22,8 @@ const char* textOf(Status status) {
         return "a system folder, a home folder or a mount point would be taken away";
     case Status::itemRedirected:
         return "a link leads to a folder that is not its owner's";
+    case Status::itemForeign:
+        return "an item is not its folder's owner's alone";
     case Status::itemUnreachable:
         return "an item cannot be reached";
     case Status::started:

@@ -1,5 +1,6 @@
 #include "platform/linux/authorization/helper/Session.h"
 
+#include "platform/linux/authorization/helper/Change.h"
 #include "platform/linux/authorization/helper/Move.h"
 #include "platform/linux/authorization/helper/SystemLog.h"
 
@@ -24,16 +25,33 @@ namespace platform::native::helper {
 
 namespace {
 
-/// Becomes the tool, or makes the move, and tells the helper when that cannot be begun.
-[[noreturn]] void runInChild(const std::variant<Command, Move>& task, FileDescriptor report,
-                             const FileDescriptor& turns) {
-    try {
-        if (const auto* move = std::get_if<Move>(&task)) {
-            ::_exit(carryOut(*move, report, turns) ? EXIT_SUCCESS : EXIT_FAILURE);
-        }
-        const auto& command = std::get<Command>(task);
+/// What carries a task out in its own process. Each tells whether it is done, and throws a Refusal
+/// when it cannot be begun.
+struct Performer {
+    FileDescriptor& report;
+    const FileDescriptor& turns;
+
+    bool operator()(const Command& command) const {
         becomeTool(command.tool, command.arguments);
-        reportFailure(report, startFailure(errno));
+        throw startFailure(errno);
+    }
+    bool operator()(const Move& move) const { return carryOut(move, report, turns); }
+    bool operator()(const Copy& copy) const { return carryOut(copy, report); }
+    bool operator()(const Change& change) const {
+        change.make(change.place);
+        return true;
+    }
+    bool operator()(const Folders& folders) const {
+        makeFolders(folders);
+        return true;
+    }
+    bool operator()(Nothing) const { return true; }
+};
+
+/// Carries a task out, and tells the helper when it cannot be begun.
+[[noreturn]] void runInChild(const Task& task, FileDescriptor report, const FileDescriptor& turns) {
+    try {
+        ::_exit(std::visit(Performer{report, turns}, task) ? EXIT_SUCCESS : EXIT_FAILURE);
     } catch (const Refusal& refusal) {
         reportFailure(report, refusal);
     } catch (const std::bad_alloc&) {

@@ -39,7 +39,7 @@ std::string targetOf(const Item& link) {
 } // namespace
 
 std::optional<Item> openItem(int folder, const std::string& name) {
-    constexpr unsigned needed = STATX_TYPE | STATX_MODE | STATX_UID | STATX_INO;
+    constexpr unsigned needed = STATX_TYPE | STATX_MODE | STATX_UID | STATX_INO | STATX_NLINK;
     Item item;
     item.descriptor =
         FileDescriptor(::openat(folder, name.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
@@ -65,7 +65,7 @@ std::optional<Way> walk(std::string_view path, const Visitor& visit) {
         return std::nullopt;
     }
     visit(*root);
-    Way way{std::move(*root), {}};
+    Way way{std::move(*root), {}, true};
     bool isChangeable = way.end.isChangeable();
     auto names = components(path);
     for (int links = 0; !names.empty();) {
@@ -78,7 +78,9 @@ std::optional<Way> walk(std::string_view path, const Visitor& visit) {
         visit(*next);
         if (isChangeable && (next->isLink() || name == "..")) {
             way.redirectors.push_back(way.end.isEverybodys() ? 0 : way.end.status.stx_uid);
+            way.isRoots = false;
         }
+        way.isRoots = way.isRoots && (!next->isLink() || next->status.stx_uid == 0);
         if (!next->isLink()) {
             isChangeable = isChangeable || next->isChangeable();
             way.end = std::move(*next);

@@ -44,6 +44,9 @@ struct Way {
     /// The owners of the folders from where the way could have been led elsewhere: each has a link
     /// or ".." on the way that others than root may have put there. Root stands for everybody.
     std::vector<uid_t> redirectors;
+    /// Whether each link on the way is root's, in a folder that only root may change, and each ".."
+    /// is in such a folder.
+    bool isRoots = true;
 
     /// Whether it leads where each redirector could have done the same harm as its owner. A
     /// folder's group is trusted as its owner is.

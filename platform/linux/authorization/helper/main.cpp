@@ -15,6 +15,7 @@
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/time.h>
 #include <unistd.h>
 
 #include <charconv>
@@ -27,12 +28,24 @@ namespace platform::native::helper {
 
 namespace {
 
+/// Nothing leaves a core dump, and no other process looks into this one.
+void keepToItself() {
+    ::prctl(PR_SET_DUMPABLE, 0);
+    constexpr rlimit none{0, 0};
+    ::setrlimit(RLIMIT_CORE, &none);
+}
+
 /// What a user or a terminal may send by way of the process group does not end the helper, nor does
-/// the end of the thread that started it.
+/// the end of the thread that started it, nor a timer that ran before it was started.
 void settleSignals() {
     ::prctl(PR_SET_PDEATHSIG, 0);
-    for (const int signal : {SIGHUP, SIGINT, SIGQUIT, SIGPIPE, SIGTSTP, SIGTTIN, SIGTTOU}) {
-        ::signal(signal, SIG_IGN);
+    constexpr itimerval never{};
+    ::setitimer(ITIMER_REAL, &never, nullptr);
+    ::setitimer(ITIMER_VIRTUAL, &never, nullptr);
+    ::setitimer(ITIMER_PROF, &never, nullptr);
+    for (const int signal : {SIGHUP, SIGINT, SIGQUIT, SIGPIPE, SIGTSTP, SIGTTIN, SIGTTOU, SIGALRM,
+                             SIGVTALRM, SIGPROF}) {
+        ::signal(signal, SIG_IGN); // one that is pending goes
     }
     ::signal(SIGCHLD, [](int) {});
     sigset_t children;
@@ -41,7 +54,7 @@ void settleSignals() {
     ::sigprocmask(SIG_SETMASK, &children, nullptr);
 }
 
-/// The limits that a user has set do not stop a tool half-way, and nothing leaves a core dump.
+/// The limits that a user has set do not stop a tool half-way.
 void settleLimits() {
     struct Limit {
         int resource;
@@ -49,12 +62,24 @@ void settleLimits() {
     };
     constexpr rlim_t mostDescriptors = 256;
     constexpr rlim_t usualStack = 8UL << 20U; // without a limit, programs are laid out predictably
-    for (const auto& limit : {Limit{RLIMIT_CORE, 0}, Limit{RLIMIT_NOFILE, mostDescriptors},
-                              Limit{RLIMIT_STACK, usualStack}, Limit{RLIMIT_CPU, RLIM_INFINITY},
-                              Limit{RLIMIT_FSIZE, RLIM_INFINITY}, Limit{RLIMIT_DATA, RLIM_INFINITY},
-                              Limit{RLIMIT_AS, RLIM_INFINITY}}) {
+    for (const auto& limit :
+         {Limit{RLIMIT_NOFILE, mostDescriptors}, Limit{RLIMIT_STACK, usualStack},
+          Limit{RLIMIT_CPU, RLIM_INFINITY}, Limit{RLIMIT_FSIZE, RLIM_INFINITY},
+          Limit{RLIMIT_DATA, RLIM_INFINITY}, Limit{RLIMIT_AS, RLIM_INFINITY}}) {
         const rlimit both{limit.value, limit.value};
         ::setrlimit(static_cast<__rlimit_resource>(limit.resource), &both);
+    }
+}
+
+/// The helper and its tools are neither put off nor picked when memory is short because the program
+/// was to be.
+void settlePriority() {
+    ::setpriority(PRIO_PROCESS, 0, 0);
+    const int file = ::open("/proc/self/oom_score_adj", O_WRONLY | O_CLOEXEC);
+    const bool isSet = file >= 0 && ::write(file, "0", 1) == 1;
+    ::close(file);
+    if (!isSet) {
+        log("its standing when memory is short stays as it was");
     }
 }
 
@@ -121,7 +146,9 @@ void serve() {
     const char* variable = ::getenv("PKEXEC_UID");
     const std::string invoker = variable == nullptr ? "" : variable;
     settleSurroundings();
-    Session(authorizedUser(invoker)).serve();
+    const uid_t user = authorizedUser(invoker);
+    settlePriority();
+    Session(user).serve();
 }
 
 int refuseToStart(const std::string& reason) {
@@ -135,6 +162,7 @@ int refuseToStart(const std::string& reason) {
 
 int main() {
     using namespace platform::native::helper;
+    keepToItself();
     try {
         serve();
         return EXIT_SUCCESS;

@@ -25,11 +25,19 @@ std::string hexadecimal(char character) {
     return {'\\', 'x', digits[byte >> 4U], digits[byte & 0xFU]};
 }
 
+/// Code points that are kept for programs' own use, which systemd takes for a fault of the text.
+bool isNonCharacter(char32_t codePoint) {
+    return (codePoint & 0xFFFEU) == 0xFFFEU || (codePoint >= 0xFDD0 && codePoint <= 0xFDEF);
+}
+
 void requireText(std::string_view text) {
     for (auto rest = text; !rest.empty();) {
         const auto character = text::firstCharacter(rest);
         if (character.codePoint == text::notACharacter || character.codePoint == 0) {
             throw Unfit("must be UTF-8 text");
+        }
+        if (isNonCharacter(character.codePoint)) {
+            throw Unfit("must not hold Unicode’s non-characters");
         }
         rest.remove_prefix(character.length);
     }

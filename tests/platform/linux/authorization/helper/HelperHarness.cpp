@@ -11,6 +11,7 @@
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/sysmacros.h>
+#include <sys/time.h>
 #include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -118,6 +119,16 @@ bool install(std::array<sock_filter, size> filter) {
     return ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) == 0;
 }
 
+/// Has alarms come all the time. The first waits until somebody lets it through.
+void startTimer() {
+    sigset_t alarms;
+    ::sigemptyset(&alarms);
+    ::sigaddset(&alarms, SIGALRM);
+    ::sigprocmask(SIG_BLOCK, &alarms, nullptr);
+    constexpr itimerval often{{0, 1}, {0, 1}};
+    ::setitimer(ITIMER_REAL, &often, nullptr);
+}
+
 /// Has the system answer every wish for another process as it does when it has none left.
 bool forbidForks() {
     return install(std::array{load(offsetof(seccomp_data, nr)), jump(BPF_JEQ, SYS_clone, 4),
@@ -211,6 +222,11 @@ void TestedHelper::become(const HelperSetup& setup, int input) {
         const rlimit limit{value, RLIM_INFINITY};
         ::setrlimit(resource, &limit);
     }
+    if (setup.hasTimer) {
+        startTimer();
+    }
+    ::setpriority(PRIO_PROCESS, 0, setup.niceness);
+    std::ofstream("/proc/self/oom_score_adj") << setup.memoryPenalty;
     if (setup.endsWithThread) {
         ::prctl(PR_SET_PDEATHSIG, SIGKILL);
     }

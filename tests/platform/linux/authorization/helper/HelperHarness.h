@@ -61,6 +61,11 @@ struct HelperSetup {
     bool hasConnection = true;
     /// The limits that it inherits, by what they limit.
     std::vector<std::pair<__rlimit_resource, rlim_t>> limits = {};
+    /// Whether a timer runs that ends who does not expect it.
+    bool hasTimer = false;
+    /// How much it leaves the processor to others, and is to be ended before others.
+    int niceness = 0;
+    int memoryPenalty = 0;
     /// Whether it is to end with the thread that starts it.
     bool endsWithThread = false;
     /// Whether the system makes it another process when it asks.

@@ -75,6 +75,28 @@ TEST_F(HelperStart, IsNotEndedByWhatATerminalSends) {
     }
 }
 
+TEST_F(HelperStart, IsNotEndedByATimerThatRanBefore) {
+    TestedHelper helper({.hasTimer = true});
+    EXPECT_EQ(helper.send(areYouThere).status, Status::ready);
+    EXPECT_EQ(helper.outputOf("/bin/grep", {"-E", "^(Sig|Shd)Pnd", "/proc/self/status"}),
+              "SigPnd:\t0000000000000000\nShdPnd:\t0000000000000000\n");
+}
+
+TEST_F(HelperStart, IsNotPutOffNorPickedWhenMemoryIsShort) {
+    TestedHelper helper({.niceness = 10, .memoryPenalty = 500});
+    EXPECT_EQ(helper.outputOf("/bin/nice"), "0\n");
+    EXPECT_EQ(helper.outputOf("/bin/cat", {"/proc/self/oom_score_adj"}), "0\n");
+}
+
+TEST_F(HelperStart, LeavesNoCore) {
+    TestedHelper helper({.limits = {{RLIMIT_CORE, 1U << 20U}}});
+    EXPECT_EQ(helper.send(areYouThere).status, Status::ready);
+    rlimit core{1, 1};
+    EXPECT_EQ(::prlimit(helper.process(), RLIMIT_CORE, nullptr, &core), 0);
+    EXPECT_EQ(core.rlim_cur, 0U);
+    EXPECT_EQ(core.rlim_max, 0U);
+}
+
 TEST_F(HelperStart, OutlivesTheThreadThatStartedIt) {
     std::optional<TestedHelper> helper;
     std::string threadsFolder;

@@ -223,6 +223,58 @@ TEST_F(HelperSwap, LeadsNoCopyToAnotherFileSystemOutOfTheUsersFolders) {
     EXPECT_EQ(items.size(), static_cast<std::size_t>(moves) / 10);
 }
 
+TEST_F(HelperSwap, LeadsNoChangeOutOfTheUsersFolders) {
+    const Trap trap = makeTrap("folder", sandbox::rootsFolder + "/outside");
+    const std::string job = "/job.plist";
+    makeFile(trap.folder + job, servedUser, 0600);
+    const std::string secret = makeFile(trap.outside + job, 0, 0600);
+    const std::string content = contentOf(secret);
+    struct stat before {};
+    ASSERT_EQ(::stat(secret.c_str(), &before), 0);
+    const std::string source = makeFile(usersFolder() + "/source", servedUser);
+    std::map<Status, int> answers;
+    {
+        TestedHelper helper;
+        const Attacker attacker([&] { return swap(trap.folder, trap.link); });
+        for (int round = 0; round < moves; ++round) {
+            ++answers[helper.run("/bin/chmod", {"644", trap.folder + job})];
+            helper.run("/usr/bin/touch", {"-c", trap.folder + job});
+            helper.run("/bin/cp", {"-f", "-p", "-R", source, trap.folder + job});
+            helper.run("/bin/cp", {"-f", "-p", "-R", trap.folder + job, usersFolder() + "/copy"});
+            helper.run("/bin/mkdir", {"-p", trap.folder + "/made"});
+        }
+    }
+    struct stat after {};
+    ASSERT_EQ(::stat(secret.c_str(), &after), 0);
+    EXPECT_EQ(after.st_mode, before.st_mode);
+    EXPECT_EQ(after.st_uid, before.st_uid);
+    EXPECT_EQ(after.st_mtim.tv_nsec, before.st_mtim.tv_nsec);
+    EXPECT_EQ(contentOf(secret), content);
+    EXPECT_NE(contentOf(usersFolder() + "/copy"), content);
+    EXPECT_EQ(namesIn(trap.outside), std::set<std::string>{"job.plist"});
+    EXPECT_GT(answers[Status::started], 0);
+    EXPECT_GT(answers[Status::itemRedirected], 0);
+}
+
+TEST_F(HelperSwap, LeadsNoCopyToWhatTheUserCannotReach) {
+    const std::string closed = makeFolder(sandbox::everybodysFolder + "/closed", 0, 0700);
+    makeFile(closed + "/secret", 0, 0644);
+    const std::string outside = makeFolder(sandbox::rootsFolder + "/trash", servedUser);
+    const std::string folder = makeFolder(usersFolder() + "/folder", servedUser);
+    const std::string inner = makeFolder(folder + "/inner", servedUser);
+    makeFile(inner + "/file", servedUser);
+    const std::string link = makeLink(closed, folder + "/link", servedUser);
+    TestedHelper helper;
+    const Attacker attacker([&] { return swap(inner, link); });
+    for (int round = 0; round < moves; ++round) {
+        const std::string copied = outside + "/" + nameOf(round);
+        helper.run("/bin/cp", {"-f", "-p", "-R", folder, copied});
+        EXPECT_FALSE(exists(copied + "/inner/secret") && !fs::is_symlink(copied + "/inner"));
+        EXPECT_FALSE(exists(copied + "/link/secret") && !fs::is_symlink(copied + "/link"));
+        fs::remove_all(copied);
+    }
+}
+
 TEST_F(HelperSwap, LeadsNoCopyIntoAFolderOfRootsThatTheUserCanRename) {
     const std::string target = makeFolder(usersFolder() + "/target", servedUser);
     const std::string other = makeFolder(target + "/other", 0, 0700);

@@ -239,6 +239,9 @@ TEST_F(HelperChown, IsNotLedAstrayByALink) {
     makeFile(file, 0);
     const auto link = makeLink(file, sandbox::everybodysFolder + "/link", servedUser);
     TestedHelper helper;
+    EXPECT_EQ(helper.run(tool, {"root:wheel", link}), Status::itemRedirected);
+    EXPECT_TRUE(helper.hasLogLine());
+    helper.nextLogLine();
     EXPECT_EQ(helper.run(tool, {std::to_string(servedUser), link}), Status::started);
     const auto line = helper.nextLogLine();
     EXPECT_NE(line.find("because it is a link"), std::string::npos) << line;
