@@ -75,10 +75,11 @@ public:
     explicit EndlessFile(const std::string& path)
         : file_(platform::service<platform::LogFiles>().open(path)) {}
 
-    void append(std::string_view entry) override {
-        file_->append(entry);
+    bool append(std::string_view entry) override {
         QFLog::sharedController().setBytesWritten(0);
+        return file_->append(entry);
     }
+    bool isInPlace() override { return file_->isInPlace(); }
 
 private:
     std::shared_ptr<platform::LogFile> file_;

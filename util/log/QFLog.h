@@ -178,13 +178,18 @@ private:
 
     void observeTermination();
 
-    void startLog(const std::optional<std::string>& applicationName, NoPrinting noPrinting);
+    enum class Started { byThisCall, byAnother };
+    Started startLog(const std::optional<std::string>& applicationName, NoPrinting noPrinting,
+                     const std::shared_ptr<platform::LogFile>& full);
     void nameLog(const std::optional<std::string>& applicationName);
-    bool rotate(const std::string& folder, const std::string& name) const;
+    Started makeLog(platform::LogFile* full);
+    bool rotate(const std::string& folder, const std::string& name,
+                const std::string& current) const;
     static void writeHeader();
 
     void writeEntry(std::string_view text);
-    std::shared_ptr<platform::LogFile> openedFile();
+    bool appendEntry(std::string_view entry);
+    bool appendToFreshFile(std::string_view entry);
     void startOver();
 
     // What callers read and hardly anybody changes.

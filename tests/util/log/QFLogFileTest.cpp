@@ -136,6 +136,36 @@ TEST_F(LogFile, StopsHalfMovedWhenAFileCannotBeMoved) {
     EXPECT_EQ(log.fileHandle(), nullptr);
 }
 
+TEST_F(LogFile, IsThereUntilTheNewOneTakesItsPlace) {
+    class DiskWithoutRoom : public platform::native::LogFiles {
+        std::optional<platform::Error> createEmptyFile(const std::string& /*path*/) override {
+            return platform::Error{"NSPOSIXErrorDomain", 28, "no room"};
+        }
+    } full;
+    const platform::ScopedService<platform::LogFiles> inPlace(full);
+    writeLog(1, "old 1");
+    QFLog::createNewLog("Test");
+    EXPECT_EQ(console.printed(), "Unable to create log file " + logPath(1) + " - no room\n");
+    QFLog::appendLog("not lost");
+    EXPECT_EQ(content(1), "old 1" + entry("not lost"));
+}
+
+TEST_F(LogFile, IsNotStartedWhileAnotherProgramKeepsTheFolderLocked) {
+    class LockedLogFiles : public platform::native::LogFiles {
+        std::unique_ptr<platform::LogLock>
+        lock(const std::vector<std::string>& /*folders*/) override {
+            return nullptr;
+        }
+    } locked;
+    const platform::ScopedService<platform::LogFiles> inPlace(locked);
+    writeLog(1, "old 1");
+    QFLog::createNewLog("Test");
+    EXPECT_EQ(console.printed(), "Unable to create log file " + logPath(1) +
+                                     " - another program keeps its folder locked\n");
+    QFLog::appendLog("not lost");
+    EXPECT_EQ(content(1), "old 1" + entry("not lost"));
+}
+
 TEST_F(LogFile, StaysUsableAfterAFailedStart) {
     writeAllLogs();
     fs::remove(logPath(5));

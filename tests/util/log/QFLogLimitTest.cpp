@@ -92,3 +92,32 @@ TEST_F(LogLimit, CountsOnlyWhatThisProcessHasWritten) {
     EXPECT_EQ(content(1).size(), 600000 + entry("short").size());
     EXPECT_FALSE(exists(2));
 }
+
+TEST_F(LogLimit, StartsNoNewLogWhereAnotherProcessHasStartedOneMeanwhile) {
+    {
+        const QueueGate gate(queue);
+        QFLog::fastAppendLog(crossing);
+        queue.addOperation([this] {
+            ASSERT_FALSE(files.moveItem(logPath(1), logPath(2)));
+            writeLog(1, "another's\n");
+        });
+    }
+    EXPECT_EQ(content(2), entry(crossing));
+    EXPECT_EQ(content(1), "another's\n");
+    EXPECT_FALSE(exists(3));
+    EXPECT_EQ(log.bytesWritten(), 0U);
+    QFLog::appendLog("next");
+    EXPECT_EQ(content(1), "another's\n" + entry("next"));
+}
+
+TEST_F(LogLimit, CountsAnewInALogThatAnotherProcessHasStarted) {
+    log.setBytesWritten(0);
+    QFLog::appendLog("first");
+    QFLog::finishWriting();
+    log.setBytesWritten(499990);
+    ASSERT_FALSE(files.moveItem(logPath(1), logPath(2)));
+    writeLog(1, "");
+    QFLog::appendLog(crossing);
+    EXPECT_EQ(content(1), entry(crossing));
+    EXPECT_EQ(log.bytesWritten(), 50U);
+}
