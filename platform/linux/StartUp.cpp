@@ -7,6 +7,7 @@
 #include "platform/linux/AuthorizationServices.h"
 #include "platform/linux/Console.h"
 #include "platform/linux/Digests.h"
+#include "platform/linux/Environment.h"
 #include "platform/linux/ExtendedAttributes.h"
 #include "platform/linux/FileStreams.h"
 #include "platform/linux/FileSystem.h"
@@ -97,7 +98,6 @@ constexpr const char* relativeHomeMessage =
 /// children: a home folder that is no absolute path becomes the account's own, and a relative data
 /// folder counts as none.
 void normalizeEnvironment(LinuxServices& services) {
-    constexpr int overwrite = 1;
     if (!native::absolutePathFromEnvironment("HOME")) {
         const char* named = std::getenv("HOME");
         const auto used = services.userAccount.homeDirectory();
@@ -105,10 +105,10 @@ void normalizeEnvironment(LinuxServices& services) {
             services.console.systemLog(
                 format(relativeHomeMessage, text::printable(named), text::printable(used)));
         }
-        ::setenv("HOME", used.c_str(), overwrite);
+        native::Environment::set("HOME", used);
     }
     if (!native::absolutePathFromEnvironment("XDG_DATA_HOME")) {
-        ::unsetenv("XDG_DATA_HOME");
+        native::Environment::remove("XDG_DATA_HOME");
     }
 }
 
