@@ -54,8 +54,7 @@ public:
     /// Makes a folder, and those on the way to it that are missing.
     [[nodiscard]] virtual std::optional<Error> createFolder(const std::string& path) = 0;
 
-    /// Deletes a file, a link (never what it leads to) or an empty folder. A folder with something
-    /// in it is no log and stays: an error.
+    /// Deletes a file, a link (never what it leads to) or a folder with all that is in it.
     [[nodiscard]] virtual std::optional<Error> removeItem(const std::string& path) = 0;
 
     /// Gives the item at `path` the name `newPath` in one step. A link is moved itself. What stands

@@ -7,6 +7,7 @@
 #include "platform/linux/FileSizeSignal.h"
 #include "platform/linux/SystemCall.h"
 #include "platform/linux/TemporaryItem.h"
+#include "platform/linux/TreeRemoval.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -141,6 +142,18 @@ int putEmptyFile(const std::string& path) {
     return file.error() != 0 ? file.error() : file.replace();
 }
 
+std::optional<Error> removeFolder(const std::string& path) {
+    const auto parentPath = path::deletingLastComponent(path);
+    const FileDescriptor parent(::open(parentPath.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!parent) {
+        return errorFor(errno, path, "deleted");
+    }
+    if (const auto failure = removeTree(parent.get(), path::lastComponent(path))) {
+        return errorFor(failure->number, path, "deleted");
+    }
+    return {};
+}
+
 /// The lock on one folder, which other users of the logs look at, and nobody else.
 class FolderLock {
 public:
@@ -218,6 +231,9 @@ std::optional<Error> LogFiles::createFolder(const std::string& path) {
 
 std::optional<Error> LogFiles::removeItem(const std::string& path) {
     const int code = !isUsable(path) ? EINVAL : std::remove(path.c_str()) == 0 ? 0 : errno;
+    if (code == ENOTEMPTY || code == EEXIST) {
+        return removeFolder(path);
+    }
     if (code != 0) {
         return errorFor(code, path, "deleted");
     }

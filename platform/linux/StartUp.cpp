@@ -14,6 +14,7 @@
 #include "platform/linux/LocalTime.h"
 #include "platform/linux/LogFiles.h"
 #include "platform/linux/Preferences.h"
+#include "platform/linux/ProcessCopies.h"
 #include "platform/linux/ProcessLauncher.h"
 #include "platform/linux/PropertyLists.h"
 #include "platform/linux/SearchPaths.h"
@@ -47,6 +48,7 @@ struct LinuxServices {
     native::SystemInformation systemInformation;
     std::string identifier;
     native::LogFiles logFiles;
+    native::ProcessCopies processCopies;
     native::UserAccount userAccount;
     native::SearchPaths searchPaths{userAccount};
     native::FileSystem fileSystem;
@@ -64,6 +66,7 @@ struct LinuxServices {
         platform::install<Console>(console);
         platform::install<SystemInformation>(systemInformation);
         platform::install<LogFiles>(logFiles);
+        platform::install<ProcessCopies>(processCopies);
         platform::install<UserAccount>(userAccount);
         platform::install<SearchPaths>(searchPaths);
         platform::install<FileSystem>(fileSystem);

@@ -72,7 +72,7 @@ void QFLog::createNewLog(const std::optional<std::string>& applicationName, NoPr
 QFLog::Started QFLog::startLog(const std::optional<std::string>& applicationName,
                                NoPrinting noPrinting,
                                const std::shared_ptr<platform::LogFile>& full) {
-    auto started = Started::byThisCall;
+    auto started = Started::no;
     try {
         setNoPrinting(noPrinting == NoPrinting::yes);
         if (loggingDisabled()) {
@@ -87,7 +87,7 @@ QFLog::Started QFLog::startLog(const std::optional<std::string>& applicationName
         nameLog(applicationName);
         setBytesWritten(0);
         started = makeLog(full.get());
-        if (started == Started::byThisCall && fileHandle()) {
+        if (started == Started::byThisCall) {
             writeHeader();
         }
     } catch (const std::exception& exception) {
@@ -104,26 +104,27 @@ QFLog::Started QFLog::makeLog(platform::LogFile* full) {
     auto& files = platform::service<platform::LogFiles>();
     if (!folder || !current || (!files.exists(*folder) && files.createFolder(*folder))) {
         print(folderMessage, {folder ? std::optional(platform::text::printable(*folder)) : folder});
-        return Started::byThisCall;
+        return Started::no;
     }
     const auto lock = files.lock({*folder, platform::path::deletingLastComponent(*current)});
     if (lock == nullptr) {
         print(createMessage, {platform::text::printable(*current), lockedReason});
-        return Started::byThisCall;
+        return Started::no;
     }
     if (full != nullptr && !full->isInPlace()) {
         setFileHandle(files.open(*current));
         return Started::byAnother;
     }
     if (files.exists(*current) && !rotate(*folder, name, *current)) {
-        return Started::byThisCall;
+        return Started::no;
     }
     if (const auto error = files.createEmptyFile(*current)) {
         print(createMessage, {platform::text::printable(*current), error->localizedDescription});
-        return Started::byThisCall;
+        return Started::no;
     }
-    setFileHandle(files.open(*current));
-    return Started::byThisCall;
+    const auto file = files.open(*current);
+    setFileHandle(file);
+    return file ? Started::byThisCall : Started::no;
 }
 
 /// A name that is given counts only while there is none; an empty one is none to speak of.

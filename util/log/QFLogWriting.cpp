@@ -249,7 +249,7 @@ void QFLog::startOver() {
     }
     const auto full = fileHandle();
     finishWriting();
-    if (startLog(appName(), NoPrinting::no, full) == Started::byThisCall) {
+    if (startLog(appName(), NoPrinting::no, full) != Started::byAnother) {
         appendLog(truncatedMessage);
     }
     startingOver_ = false;

@@ -328,13 +328,13 @@ TEST_F(LogFiles, RemoveFilesLinksAndEmptyFolders) {
     EXPECT_TRUE(fs::is_empty(folder.path()));
 }
 
-TEST_F(LogFiles, RemoveNoFolderWithSomethingInIt) {
-    folder.write("folder/file");
-    const auto error = files.removeItem(folder / "folder");
-    ASSERT_TRUE(error);
-    EXPECT_EQ(error->localizedDescription,
-              "“folder” couldn’t be deleted because the folder isn’t empty.");
-    EXPECT_TRUE(fs::exists(folder / "folder/file"));
+TEST_F(LogFiles, RemoveAFolderWithAllThatIsInIt) {
+    const auto outside = folder.write("outside", "kept");
+    folder.write("folder/inside/file");
+    fs::create_symlink(outside, folder / "folder/link");
+    EXPECT_FALSE(files.removeItem(folder / "folder"));
+    EXPECT_FALSE(fs::exists(folder / "folder"));
+    EXPECT_EQ(contentOf(outside), "kept");
 }
 
 TEST_F(LogFiles, MoveAnItemAndNeverReplaceAnother) {

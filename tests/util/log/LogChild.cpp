@@ -6,6 +6,7 @@
 #include "platform/linux/Console.h"
 #include "platform/linux/FileDescriptor.h"
 #include "platform/linux/LogFiles.h"
+#include "platform/linux/ProcessCopies.h"
 #include "tests/support/MainThread.h"
 #include "tests/support/PortDoubles.h"
 #include "tests/support/QueueGate.h"
@@ -22,6 +23,7 @@
 #include <stdexcept>
 #include <string>
 #include <sys/resource.h>
+#include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
 #include <vector>
@@ -97,6 +99,27 @@ int terminate(const Arguments& arguments) {
     return application.removedObserver == FakeApplication::observerNumber ? 0 : 1;
 }
 
+/// Is forked while entries wait and others are written; both processes then log on. The copy is
+/// ended when it hangs.
+int forked(const Arguments& /*arguments*/) {
+    auto& queue = *QFLog::sharedController().writeQueue();
+    QueueGate gate(queue);
+    QFLog::fastAppendLog("queued before");
+    const pid_t copy = ::fork();
+    if (copy == 0) {
+        constexpr unsigned patience = 60;
+        ::alarm(patience);
+        QFLog::appendLog("in the copy");
+        QFLog::finishWriting();
+        ::_exit(static_cast<int>(QFLog::sharedController().bytesInQueue()));
+    }
+    int status = 0;
+    ::waitpid(copy, &status, 0);
+    gate.open();
+    QFLog::appendLog("in the original");
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 1;
+}
+
 /// Logs beyond the size that a file of this process may have.
 int limited(const Arguments& arguments) {
     const rlimit limit{std::stoul(arguments.at(0)), std::stoul(arguments.at(0))};
@@ -167,6 +190,7 @@ struct Machine {
     FakePropertyLists preferences;
     platform::native::Console console;
     KeptLogFiles files;
+    platform::native::ProcessCopies copies;
 
     void install() {
         platform::install<platform::UserAccount>(account);
@@ -176,6 +200,7 @@ struct Machine {
         platform::install<platform::PropertyLists>(preferences);
         platform::install<platform::Console>(console);
         platform::install<platform::LogFiles>(files);
+        platform::install<platform::ProcessCopies>(copies);
     }
 };
 
@@ -191,8 +216,8 @@ int main(int argc, char* argv[]) {
     QFLog::sharedController().setAppName("Test");
 
     const std::map<std::string, std::function<int(const Arguments&)>> roles{
-        {"killed", killed},       {"share", share},     {"uncaught", uncaught},
-        {"terminate", terminate}, {"limited", limited}, {"crowd", crowd},
+        {"killed", killed},   {"share", share}, {"uncaught", uncaught}, {"terminate", terminate},
+        {"limited", limited}, {"crowd", crowd}, {"forked", forked},
     };
     return roles.at(given.at(0))({given.begin() + 2, given.end()});
 }

@@ -1,7 +1,5 @@
 #include "tests/util/log/LogTest.h"
 
-#include <filesystem>
-
 namespace {
 
 /// A log that is about to be full.
@@ -77,10 +75,11 @@ TEST_F(LogLimit, StartsTheNewLogUnderTheNameOfTheExecutableWhenItHasNoOther) {
 }
 
 TEST_F(LogLimit, GoesOnInTheOldFileWhenItCannotBeMoved) {
-    std::filesystem::create_directories(logPath(2));
-    std::filesystem::create_directories(logPath(5) + "/kept");
-    std::filesystem::create_directories(logPath(4));
+    StuckLogFiles stuck(logPath(4));
+    const platform::ScopedService<platform::LogFiles> inPlace(stuck);
+    writeLog(4, "old 4");
     QFLog::appendLog(crossing);
+    queue.waitUntilAllOperationsAreFinished();
     EXPECT_EQ(content(1), entry(crossing) + entry("Log truncated at 500KB"));
     EXPECT_EQ(console.printed(), "Unable to move file " + logPath(4) + " to " + logPath(5) + ".\n");
 }

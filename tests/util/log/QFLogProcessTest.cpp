@@ -1,5 +1,6 @@
 // What a log keeps of a process that ends, in whatever way, or that shares it with another.
 
+#include "tests/support/ScopedEnvironment.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
@@ -86,6 +87,13 @@ TEST_F(LogProcess, NeverTearsTheLinesOfAnotherThatSharesTheLog) {
         begin = end + 1;
     }
     EXPECT_EQ(next, (std::array{count, count}));
+}
+
+TEST_F(LogProcess, LogsOnInAForkedProcessAndWritesNothingTwice) {
+    // What ThreadSanitizer would end the copy for is what is tested.
+    const ScopedEnvironment lenient("TSAN_OPTIONS", "die_after_fork=0");
+    EXPECT_TRUE(run("forked").succeeded());
+    EXPECT_EQ(content(), entry("in the copy") + entry("queued before") + entry("in the original"));
 }
 
 TEST_F(LogProcess, WritesTheReasonOfAnExceptionThatNobodyCaughtBeforeItEnds) {

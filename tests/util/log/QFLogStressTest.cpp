@@ -126,19 +126,19 @@ TEST_F(LogUnderStress, SurvivesEntriesAndStartsFromManyThreadsAndThenEnds) {
 TEST_F(LogStress, LosesAndReordersNothingWhileAnotherThreadStartsLogs) {
     constexpr int count = 3000;
     QFLog::createNewLog("Test");
-    std::atomic<bool> over{false};
-    std::jthread writer([&over] {
+    std::atomic<int> written{0};
+    std::jthread writer([&written] {
         for (int number = 0; number < count; ++number) {
             QFLog::fastAppendLog("entry %d", number);
-            if (number % 10 == 0) {
-                QFLog::finishWriting();
-            }
+            written = number + 1;
+            written.notify_one();
         }
-        over = true;
     });
     int started = 1;
-    for (; !over; ++started) {
+    for (int before = 0; before < count; before = written, ++started) {
         QFLog::createNewLog();
+        QFLog::finishWriting();
+        written.wait(before);
     }
     writer.join();
     QFLog::finishWriting();

@@ -326,6 +326,35 @@ TEST_F(LogWriting, WaitsForAShortMessageOfAWorker) {
     }
 }
 
+TEST_F(LogWriting, WaitsForAShortMessageThatIsPrinted) {
+    const std::string text(99, 'x');
+    for (int i = 1; i <= 50; ++i) {
+        QFLog::appendLogAndPrint(text);
+        ASSERT_EQ(contentOf(logPath(1)).size(), static_cast<std::size_t>(i) * entry(text).size());
+    }
+}
+
+TEST_F(LogWriting, WaitsForAShortMessageForDebugging) {
+    const std::string text(99, 'x');
+    for (int i = 1; i <= 50; ++i) {
+        QFLog::appendLogAndDebugPrint(text);
+        ASSERT_EQ(contentOf(logPath(1)).size(), static_cast<std::size_t>(i) * entry(text).size());
+    }
+}
+
+TEST_F(LogWriting, NeverWaitsForAnEmptyMessage) {
+    const QueueGate gate(queue);
+    QFLog::appendLog("");
+    QFLog::appendLog("%@", "");
+    EXPECT_EQ(queue.operationCount(), 1U);
+}
+
+TEST_F(LogWriting, PrintsALineEndForABlankMessage) {
+    QFLog::appendLogAndPrint("  \n");
+    EXPECT_EQ(content(1), "");
+    EXPECT_EQ(console.printed(), "\n");
+}
+
 TEST_F(LogWriting, DoesNotWaitForAHundredCharacters) {
     QueueGate gate(queue);
     QFLog::appendLog(std::string(100, 'x'));
