@@ -22,6 +22,11 @@ std::shared_ptr<ChildProcess> Process::launched() const {
     return child_;
 }
 
+bool Process::isLaunched() const {
+    const std::lock_guard lock(mutex_);
+    return child_ != nullptr;
+}
+
 bool Process::isRunning() const {
     const std::lock_guard lock(mutex_);
     return child_ != nullptr && child_->isRunning();
@@ -33,6 +38,13 @@ void Process::waitUntilExit() const {
 
 void Process::terminate() const {
     launched()->terminate();
+}
+
+void Process::endOutputWithChild() const {
+    const std::lock_guard lock(mutex_);
+    if (child_ != nullptr) {
+        child_->endOutputWithChild();
+    }
 }
 
 int Process::terminationStatus() const {

@@ -24,6 +24,9 @@ public:
     /// launched already.
     void launch();
 
+    /// Whether the child is launched, also when it has ended since.
+    bool isLaunched() const;
+
     /// Whether the child is launched and has not ended.
     bool isRunning() const;
 
@@ -34,6 +37,9 @@ public:
     /// Asks the child to end, as ChildProcess::terminate. Throws platform::Exception
     /// "NSInvalidArgumentException" when it is not launched.
     void terminate() const;
+
+    /// As ChildProcess::endOutputWithChild. Nothing happens when the child is not launched.
+    void endOutputWithChild() const;
 
     /// The exit status, or the number of the signal that ended the child. Throws
     /// platform::Exception "NSInvalidArgumentException" when it is not launched or still runs.

@@ -55,12 +55,14 @@ std::shared_ptr<Child> startPkexec(const HelperPaths& paths, const FileDescripto
                                          nullptr};
     std::string path = "PATH=/usr/sbin:/usr/bin:/sbin:/bin";
     const std::array<char*, 2> environment{path.data(), nullptr};
+    auto child = std::make_shared<Child>(std::vector<std::weak_ptr<platform::Pipe>>());
     pid_t identifier = 0;
     if (::posix_spawn(&identifier, paths.pkexec.c_str(), options.actions(), options.attributes(),
                       arguments.data(), environment.data()) != 0) {
         return nullptr;
     }
-    return std::make_shared<Child>(identifier);
+    child->begin(identifier);
+    return child;
 }
 
 AuthorizationStatus authorizationStatusOf(int exitStatus) {
@@ -87,7 +89,7 @@ StartedHelper start(const HelperPaths& paths) {
     }
     auto connection = std::make_shared<HelperConnection>(std::move(ours));
     if (connection->handshake()) {
-        reaper.watch(child);
+        reaper.watch(ChildReaper::placeFor(child));
         return {errAuthorizationSuccess, std::move(connection)};
     }
     connection.reset();

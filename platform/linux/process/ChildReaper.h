@@ -13,13 +13,19 @@ namespace platform::native {
 /// stays a zombie because nobody asks for it. Children that the launcher did not launch are left
 /// alone. Any thread may call every member.
 class ChildReaper {
+    using Children = std::map<const Child*, std::shared_ptr<Child>>;
+
 public:
     /// The process's only one; it and its thread live as long as the process. Throws
     /// platform::Exception "NSGenericException" when the system has no descriptor or thread left.
     static ChildReaper& shared();
 
-    /// Keeps the child until it has ended.
-    void watch(const std::shared_ptr<Child>& child);
+    /// What keeps a child. It is made before the child begins, when a failure harms nobody.
+    using Place = Children::node_type;
+    static Place placeFor(const std::shared_ptr<Child>& child);
+
+    /// Keeps the child, which has begun, until it has ended. Cannot fail.
+    void watch(Place place);
 
     /// Leaves the child to a caller that waits for it, which spares a change of threads.
     void leave(const Child& child);
@@ -27,12 +33,18 @@ public:
 private:
     ChildReaper();
     [[noreturn]] void reapForEver();
-    void reap(int descriptor);
-    void forget(int descriptor);
+    void waitForAnEnd();
+    void reapWatched();
+    void reapUnwatched();
+    int pauseBetweenLooks();
+    void forget(const Child* child);
 
     FileDescriptor events_;
+    FileDescriptor wake_;
     std::mutex mutex_;
-    std::map<int, std::shared_ptr<Child>> children_;
+    Children watched_;
+    /// Those of which the system does not tell when they end; they are looked at now and then.
+    Children unwatched_;
 };
 
 } // namespace platform::native

@@ -58,9 +58,31 @@ void populate(std::byte* start, std::size_t size) {
     ::madvise(start - beyondPageStart, beyondPageStart + size, MADV_POPULATE_WRITE);
 }
 
+void append(std::vector<std::byte>& bytes, std::span<const std::byte> chunk) {
+    makeRoom(bytes, chunk.size());
+    if (bytes.capacity() >= std::max(largeRoom, bytes.size() + chunk.size())) {
+        populate(bytes.data() + bytes.size(), chunk.size());
+    }
+    bytes.insert(bytes.end(), chunk.begin(), chunk.end());
+}
+
+/// What waiting readers are woken by, one for all pipes of the process: each wakes, and those whom
+/// it does not concern wait again.
+int wakeUp() {
+    static const auto counter = [] {
+        auto made = aboveStandardStreams(FileDescriptor(::eventfd(0, EFD_CLOEXEC | EFD_SEMAPHORE)));
+        if (!made) {
+            throw resourceFailure(errno, fileHandleException, "descriptor");
+        }
+        return made.release();
+    }();
+    return counter;
+}
+
 } // namespace
 
 Pipe::Pipe() {
+    wakeUp();
     std::array<int, 2> ends{-1, -1};
     if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
         throw resourceFailure(errno, fileHandleException, "pipe");
@@ -76,11 +98,11 @@ Pipe::Pipe() {
 bool Pipe::appendAvailable(std::vector<std::byte>& bytes) {
     std::array<std::byte, usualPipeSize> chunk;
     const auto count = readAvailable(chunk);
-    makeRoom(bytes, count);
-    if (bytes.capacity() >= std::max(largeRoom, bytes.size() + count)) {
-        populate(bytes.data() + bytes.size(), count);
+    try {
+        append(bytes, std::span(chunk).first(count));
+    } catch (const std::bad_alloc&) {
+        throw Exception("NSMallocException", "there is not enough memory for its output");
     }
-    bytes.insert(bytes.end(), chunk.begin(), chunk.begin() + static_cast<std::ptrdiff_t>(count));
     return count != 0;
 }
 
@@ -98,6 +120,9 @@ std::size_t Pipe::readAvailable(std::span<std::byte> buffer) {
             return size;
         }
         if (errno == EAGAIN) {
+            if (stopsWaiting_) {
+                return 0;
+            }
             waitUntilReadable();
         } else if (errno != EINTR) {
             throw resourceFailure(errno, fileHandleException, "readable pipe");
@@ -115,28 +140,36 @@ void Pipe::prepareReading() {
 }
 
 void Pipe::waitUntilReadable() {
-    if (!wake_) {
-        wake_ = aboveStandardStreams(FileDescriptor(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)));
-        if (!wake_) {
-            throw resourceFailure(errno, fileHandleException, "descriptor");
+    readerWaits_ = true;
+    if (!closed_ && !stopsWaiting_) {
+        std::array waiting{pollfd{readEnd_.get(), POLLIN, 0}, pollfd{wakeUp(), POLLIN, 0}};
+        if (::poll(waiting.data(), waiting.size(), -1) < 0 && errno != EINTR) {
+            readerWaits_ = false;
+            throw resourceFailure(errno, fileHandleException, "memory");
         }
-        wakeNumber_ = wake_.get();
     }
-    if (closed_) {
+    readerWaits_ = false;
+}
+
+/// Returns when nobody waits any more who has not seen what was set before.
+void Pipe::wakeReader() {
+    if (!readerWaits_) {
         return;
     }
-    std::array waiting{pollfd{readEnd_.get(), POLLIN, 0}, pollfd{wake_.get(), POLLIN, 0}};
-    if (::poll(waiting.data(), waiting.size(), -1) < 0 && errno != EINTR) {
-        throw resourceFailure(errno, fileHandleException, "memory");
-    }
+    std::uint64_t one = 1;
+    static_cast<void>(::write(wakeUp(), &one, sizeof one));
+    const std::lock_guard lock(reading_);
+    static_cast<void>(::read(wakeUp(), &one, sizeof one));
+}
+
+void Pipe::stopWaiting() {
+    stopsWaiting_ = true;
+    wakeReader();
 }
 
 void Pipe::closeReadEnd() {
     closed_ = true;
-    const std::uint64_t one = 1;
-    if (const int wake = wakeNumber_; wake >= 0 && ::write(wake, &one, sizeof one) < 0) {
-        // The counter is full: the reader is awake already.
-    }
+    wakeReader();
     const std::lock_guard lock(reading_);
     readEnd_.reset();
 }

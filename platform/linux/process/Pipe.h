@@ -18,6 +18,7 @@ public:
     Pipe();
 
     bool appendAvailable(std::vector<std::byte>& bytes) override;
+    void stopWaiting() override;
     void closeReadEnd() override;
 
     /// The ends, for the launcher alone, which closes the one that it gave to the child.
@@ -29,19 +30,19 @@ private:
     std::size_t readAvailable(std::span<std::byte> buffer);
     void prepareReading();
     void waitUntilReadable();
+    void wakeReader();
 
     FileDescriptor readEnd_;
     FileDescriptor writeEnd_;
     bool prepared_ = false;
     bool enlarged_ = false;
     std::atomic<bool> closed_{false};
+    std::atomic<bool> stopsWaiting_{false};
+    /// Set before a reader looks at the two above for the last time, and until it has waited.
+    std::atomic<bool> readerWaits_{false};
     /// Held by a reader for as long as it reads or waits, so that the read end is closed only when
     /// nobody uses it.
     std::mutex reading_;
-    /// What a waiting reader is woken by. Made when a reader first waits; its number is published
-    /// before the reader looks at closed_ for the last time.
-    FileDescriptor wake_;
-    std::atomic<int> wakeNumber_{-1};
 };
 
 } // namespace platform::native

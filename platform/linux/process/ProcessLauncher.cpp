@@ -2,6 +2,7 @@
 
 #include "platform/linux/process/Child.h"
 #include "platform/linux/process/ChildReaper.h"
+#include "platform/linux/process/Environment.h"
 #include "platform/linux/process/LaunchFailure.h"
 #include "platform/linux/process/Pipe.h"
 #include "platform/linux/process/SpawnOptions.h"
@@ -12,6 +13,8 @@
 
 #include <cerrno>
 #include <csignal>
+#include <functional>
+#include <utility>
 #include <vector>
 
 namespace platform::native {
@@ -91,14 +94,40 @@ void giveAwayChildEnds(const ProcessDescription& description) {
     }
 }
 
+/// Somebody who changes the environment without asking the port may do so just while the system
+/// reads it, which then refuses.
+int spawnWithProgramsEnvironment(const std::function<int(char* const*)>& attempt) {
+    constexpr int mostAttempts = 1000;
+    const auto still = Environment::holdStill();
+    int error = EFAULT;
+    for (int count = 0; count < mostAttempts && error == EFAULT; ++count) {
+        error = attempt(::environ);
+    }
+    return error;
+}
+
+/// The pipes that the child writes to.
+std::vector<std::weak_ptr<platform::Pipe>> outputOf(const ProcessDescription& description) {
+    std::vector<std::weak_ptr<platform::Pipe>> pipes;
+    for (const auto* stream : {&description.standardOutput, &description.standardError}) {
+        if (stream->kind() == ChildStream::Kind::pipe) {
+            pipes.emplace_back(stream->pipe());
+        }
+    }
+    return pipes;
+}
+
 pid_t spawn(const ProcessDescription& description, const SpawnOptions& options) {
     const std::string program = resolveTool(description.launchPath);
     auto arguments = commandLine(description);
     auto environment = environmentList(description);
     pid_t identifier = 0;
-    const int error =
-        ::posix_spawn(&identifier, program.c_str(), options.actions(), options.attributes(),
-                      arguments.get(), description.environment ? environment.get() : ::environ);
+    const auto attempt = [&](char* const* variables) {
+        return ::posix_spawn(&identifier, program.c_str(), options.actions(), options.attributes(),
+                             arguments.get(), variables);
+    };
+    const int error = description.environment ? attempt(environment.get())
+                                              : spawnWithProgramsEnvironment(attempt);
     if (error != 0) {
         throw launchFailure(error, description.launchPath, program);
     }
@@ -128,9 +157,11 @@ std::shared_ptr<ChildProcess> ProcessLauncher::launch(const ProcessDescription& 
     connect(options, description.standardOutput, STDOUT_FILENO, nullDevice_.get());
     connect(options, description.standardError, STDERR_FILENO, nullDevice_.get());
     options.closeOthers();
-    const auto child = std::make_shared<Child>(spawn(description, options));
+    const auto child = std::make_shared<Child>(outputOf(description));
+    auto place = ChildReaper::placeFor(child);
+    child->begin(spawn(description, options));
     giveAwayChildEnds(description);
-    reaper.watch(child);
+    reaper.watch(std::move(place));
     return child;
 }
 

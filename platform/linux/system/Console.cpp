@@ -1,5 +1,7 @@
 #include "platform/linux/system/Console.h"
 
+#include "platform/foundation/Text.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <climits>
@@ -66,6 +68,20 @@ void write(int descriptor, std::string_view text) {
     }
 }
 
+/// What goes to a terminal must not steer it: a file's name may hold what moves the cursor or
+/// worse. Line ends and tabs are the program's own.
+std::string harmless(std::string_view text) {
+    constexpr std::string_view own = "\n\r\t";
+    std::string result;
+    while (!text.empty()) {
+        const auto end = std::min(text.find_first_of(own), text.size());
+        result += text::printable(text.substr(0, end));
+        result += text.substr(end, 1);
+        text.remove_prefix(std::min(end + 1, text.size()));
+    }
+    return result;
+}
+
 } // namespace
 
 void Console::systemLog(std::string_view message) {
@@ -78,7 +94,11 @@ void Console::systemLog(std::string_view message) {
 
 void Console::print(std::string_view text) {
     const std::lock_guard lock(mutex_);
-    write(STDOUT_FILENO, text);
+    if (::isatty(STDOUT_FILENO) == 1) {
+        write(STDOUT_FILENO, harmless(text));
+    } else {
+        write(STDOUT_FILENO, text);
+    }
 }
 
 } // namespace platform::native

@@ -136,19 +136,36 @@ TEST(OperationQueue, LetsAWaiterOutsideWaitForAnOperationThatItselfWaits) {
     EXPECT_TRUE(outerFinished);
 }
 
-TEST(OperationQueue, DoesNotWaitForWhatIsAddedMeanwhile) {
-    std::atomic<bool> stop{false};
+TEST(OperationQueue, WaitsUntilItIsEmptyAndSoForWhatIsAddedMeanwhile) {
+    int left = 1000;
     std::function<void()> again;
     OperationQueue queue;
     again = [&] {
-        if (!stop) {
+        if (--left > 0) {
             queue.addOperation([&again] { again(); });
         }
     };
     queue.addOperation([&again] { again(); });
     queue.waitUntilAllOperationsAreFinished();
-    EXPECT_GE(queue.operationCount(), 1U);
-    stop = true;
+    EXPECT_EQ(left, 0);
+}
+
+TEST(OperationQueue, WaitsInItsOwnOperationOnlyForWhatWasAddedBefore) {
+    OperationQueue queue;
+    std::vector<int> order;
+    {
+        QueueGate gate(queue);
+        queue.addOperation([&] {
+            queue.waitUntilAllOperationsAreFinished();
+            order.push_back(2);
+        });
+        queue.addOperation([&] {
+            order.push_back(1);
+            queue.addOperation([&order] { order.push_back(3); });
+        });
+    }
+    queue.waitUntilAllOperationsAreFinished();
+    EXPECT_EQ(order, (std::vector{1, 2, 3}));
 }
 
 TEST(OperationQueue, FinishesEverythingBeforeItIsDestroyed) {

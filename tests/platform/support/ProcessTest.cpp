@@ -16,11 +16,13 @@ class FakeChild : public platform::ChildProcess {
 public:
     bool running = true;
     bool terminated = false;
+    bool outputEnds = false;
 
     long processIdentifier() const override { return 77; }
     bool isRunning() override { return running; }
     void waitUntilExit() override { running = false; }
     void terminate() override { terminated = true; }
+    void endOutputWithChild() override { outputEnds = true; }
     int terminationStatus() override { return 5; }
 };
 
@@ -32,6 +34,7 @@ public:
         bytes.insert(bytes.end(), left, std::byte{'x'});
         return std::exchange(left, 0) != 0;
     }
+    void stopWaiting() override {}
     void closeReadEnd() override { left = 0; }
 };
 
@@ -92,6 +95,14 @@ TEST_F(ProcessTest, HandsTheRequestToEndOn) {
     process_.launch();
     process_.terminate();
     EXPECT_TRUE(launcher_.child->terminated);
+}
+
+TEST_F(ProcessTest, HandsOnThatTheOutputEndsWithTheChild) {
+    process_.endOutputWithChild();
+    process_.launch();
+    EXPECT_FALSE(launcher_.child->outputEnds);
+    process_.endOutputWithChild();
+    EXPECT_TRUE(launcher_.child->outputEnds);
 }
 
 TEST_F(ProcessTest, RaisesWhenAskedBeforeTheLaunch) {

@@ -83,6 +83,16 @@ TEST_F(LogLife, LosesEntriesAfterTermination) {
     EXPECT_EQ(content(1), "");
 }
 
+TEST_F(LogLife, IsStillToldOfTheTerminationWhenItIsFreed) {
+    FakeApplication application;
+    const platform::ScopedService<platform::Application> scoped(application);
+    log.dealloc();
+    EXPECT_EQ(application.removedObserver, std::nullopt);
+    log.setWriteQueue(&queue);
+    QFLog::willTerminate();
+    EXPECT_NE(application.removedObserver, std::nullopt);
+}
+
 TEST_F(LogLife, EndsLikewiseWhenItIsFreed) {
     QFLog::fastAppendLog("last");
     log.dealloc();

@@ -1,19 +1,23 @@
 #include "platform/linux/process/ProcessLauncher.h"
 
 #include "platform/foundation/Exception.h"
+#include "platform/linux/process/Environment.h"
 #include "platform/support/Process.h"
+#include "tests/support/OpenDescriptors.h"
 #include "tests/support/ScopedLimit.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
+#include <sys/epoll.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <atomic>
+#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <filesystem>
@@ -57,11 +61,13 @@ protected:
     std::string outputOf(const std::string& text) { return outputOf(shellScript(text)); }
 
     /// A script's text that waits until openGate().
-    std::string gate() const {
-        ::mkfifo((folder_ / "gate").c_str(), S_IRUSR | S_IWUSR);
-        return "read line < '" + (folder_ / "gate") + "'";
+    std::string gate(const std::string& name = "gate") const {
+        ::mkfifo((folder_ / name).c_str(), S_IRUSR | S_IWUSR);
+        return "read line < '" + (folder_ / name) + "'";
     }
-    void openGate() const { std::ofstream(folder_ / "gate") << "open\n"; }
+    void openGate(const std::string& name = "gate") const {
+        std::ofstream(folder_ / name) << "open\n";
+    }
 
     const TemporaryFolder folder_;
     platform::native::ProcessLauncher launcher_;
@@ -99,6 +105,37 @@ bool sleeps(long thread) {
         return status.find(") S ") != std::string::npos;
     });
 }
+
+/// Whether a process is stopped.
+bool isStopped(long identifier) {
+    std::string status;
+    std::getline(std::ifstream("/proc/" + std::to_string(identifier) + "/stat"), status);
+    return status.find(") T ") != std::string::npos;
+}
+
+/// The first descriptor that the system would give now.
+int nextDescriptor() {
+    const int descriptor = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
+    ::close(descriptor);
+    return descriptor;
+}
+
+/// A system call that the system refuses, for the scope of a Refusal.
+std::atomic<bool> refusesChildDescriptors{false};
+std::atomic<bool> refusesWatches{false};
+
+class Refusal {
+public:
+    explicit Refusal(std::atomic<bool>& what) : what_(what) { what_ = true; }
+    ~Refusal() { what_ = false; }
+    Refusal(const Refusal&) = delete;
+    Refusal& operator=(const Refusal&) = delete;
+    Refusal(Refusal&&) = delete;
+    Refusal& operator=(Refusal&&) = delete;
+
+private:
+    std::atomic<bool>& what_;
+};
 
 /// Takes one of the three standard descriptors from the program for a scope.
 class WithoutStream {
@@ -154,6 +191,163 @@ TEST_F(Launcher, TerminatesTheChildAndItsGroup) {
     EXPECT_EQ(child->terminationStatus(), SIGTERM);
     EXPECT_TRUE(platform::availableData(*pipe).bytes.empty())
         << "the grandchild still holds the pipe";
+}
+
+TEST_F(Launcher, TerminatesAStoppedChildAndItsStoppedChildren) {
+    const auto pipe = launcher_.makePipe();
+    auto description = shellScript("sh -c 'kill -STOP $$' & echo $!; kill -STOP $$");
+    description.standardOutput = ChildStream::through(pipe);
+    const auto child = launcher_.launch(description);
+    std::string grandchild;
+    for (const std::byte byte : platform::availableData(*pipe).bytes) {
+        grandchild += static_cast<char>(byte);
+    }
+    ASSERT_TRUE(becomesTrue(
+        [&] { return isStopped(child->processIdentifier()) && isStopped(std::stol(grandchild)); }));
+    child->terminate();
+    const bool ended = becomesTrue([&] { return !child->isRunning(); });
+    EXPECT_TRUE(ended);
+    EXPECT_TRUE(platform::availableData(*pipe).bytes.empty());
+    ::kill(-static_cast<pid_t>(child->processIdentifier()), SIGKILL);
+    EXPECT_EQ(child->terminationStatus(), SIGTERM);
+}
+
+TEST_F(Launcher, RunsAToolToItsEndThoughNoDescriptorIsLeft) {
+    launch("exit 0")->waitUntilExit();
+    const auto done = folder_ / "done";
+    std::shared_ptr<platform::ChildProcess> child;
+    {
+        const ScopedLimit<RLIMIT_NOFILE> limit(static_cast<rlim_t>(nextDescriptor()));
+        child = launch("ulimit -S -n 64; echo done > '" + done + "'; exit 3");
+        child->waitUntilExit();
+    }
+    EXPECT_EQ(child->terminationStatus(), 3);
+    EXPECT_EQ(contentOf(done), "done\n");
+}
+
+TEST_F(Launcher, FollowsAChildForWhichTheSystemRefusesADescriptor) {
+    const Refusal refusal(refusesChildDescriptors);
+    const auto ended = launch("exit 4");
+    ended->waitUntilExit();
+    EXPECT_EQ(ended->terminationStatus(), 4);
+
+    const auto terminated = launch(gate());
+    EXPECT_TRUE(terminated->isRunning());
+    terminated->terminate();
+    terminated->waitUntilExit();
+    EXPECT_EQ(terminated->terminationStatus(), SIGTERM);
+
+    EXPECT_TRUE(isGone(launch("exit 0")->processIdentifier()));
+}
+
+TEST_F(Launcher, LeavesNoZombieWhereTheSystemRefusesToWatchAChild) {
+    const Refusal refusal(refusesWatches);
+    EXPECT_TRUE(isGone(launch("exit 0")->processIdentifier()));
+    const auto child = launch(gate());
+    openGate();
+    EXPECT_TRUE(isGone(child->processIdentifier()));
+    EXPECT_EQ(child->terminationStatus(), 0);
+}
+
+TEST_F(Launcher, EndsTheOutputWithTheChildWhoeverStillHoldsThePipe) {
+    const auto pipe = launcher_.makePipe();
+    auto description = shellScript("echo early; (" + gate() + "; echo late) & " + gate("child"));
+    description.standardOutput = ChildStream::through(pipe);
+    const auto child = launcher_.launch(description);
+    std::promise<long> reader;
+    auto read = std::async(std::launch::async, [&] {
+        reader.set_value(::gettid());
+        std::vector<std::byte> bytes;
+        while (pipe->appendAvailable(bytes)) {
+        }
+        return bytes.size();
+    });
+    EXPECT_TRUE(sleeps(reader.get_future().get()));
+    child->endOutputWithChild();
+    EXPECT_EQ(read.wait_for(std::chrono::seconds(0)), std::future_status::timeout);
+    openGate("child");
+    EXPECT_EQ(read.get(), std::string("early\n").size());
+    openGate();
+}
+
+TEST_F(Launcher, EndsTheOutputOfAChildThatHasEndedAtOnce) {
+    const auto pipe = launcher_.makePipe();
+    auto description = shellScript("echo early; (" + gate() + "; echo late) &");
+    description.standardOutput = ChildStream::through(pipe);
+    const auto child = launcher_.launch(description);
+    EXPECT_TRUE(becomesTrue([&] { return !child->isRunning(); }));
+    child->endOutputWithChild();
+    std::vector<std::byte> bytes;
+    while (pipe->appendAvailable(bytes)) {
+    }
+    EXPECT_EQ(bytes.size(), std::string("early\n").size());
+    openGate();
+}
+
+TEST_F(Launcher, WakesNoOtherReaderForGood) {
+    const auto pipe = launcher_.makePipe();
+    const auto closed = launcher_.makePipe();
+    std::promise<long> first;
+    std::promise<long> second;
+    auto read = std::async(std::launch::async, [&] {
+        first.set_value(::gettid());
+        return platform::availableData(*pipe).bytes.size();
+    });
+    auto other = std::async(std::launch::async, [&] {
+        second.set_value(::gettid());
+        return platform::availableData(*closed).bytes.size();
+    });
+    const auto firstThread = first.get_future().get();
+    EXPECT_TRUE(sleeps(firstThread));
+    EXPECT_TRUE(sleeps(second.get_future().get()));
+    closed->closeReadEnd();
+    EXPECT_EQ(other.get(), 0U);
+    EXPECT_TRUE(sleeps(firstThread)) << "it goes round and round";
+    pipe->stopWaiting();
+    EXPECT_EQ(read.get(), 0U);
+}
+
+TEST_F(Launcher, HoldsFourDescriptorsForAChildOfWhichAllIsCollected) {
+    launch("exit 0")->waitUntilExit();
+    launcher_.makePipe();
+    const auto before = openDescriptors();
+    auto description = shellScript(gate());
+    description.standardInput = ChildStream::through(launcher_.makePipe());
+    description.standardOutput = ChildStream::through(launcher_.makePipe());
+    description.standardError = ChildStream::through(launcher_.makePipe());
+    const auto child = launcher_.launch(description);
+    const auto& output = description.standardOutput.pipe();
+    std::promise<long> reader;
+    auto read = std::async(std::launch::async, [&] {
+        reader.set_value(::gettid());
+        return platform::availableData(*output).bytes.size();
+    });
+    EXPECT_TRUE(sleeps(reader.get_future().get()));
+    EXPECT_EQ(openDescriptors(), before + 4);
+    openGate();
+    EXPECT_EQ(read.get(), 0U);
+}
+
+TEST_F(Launcher, SaysThatThereIsNoMemoryForTheOutput) {
+    constexpr std::size_t mebibyte = std::size_t{1} << 20U;
+    if (addressSpaceInUse() > mebibyte * mebibyte) {
+        GTEST_SKIP() << "a sanitizer has taken the address space that this test would limit";
+    }
+    const auto pipe = launcher_.makePipe();
+    auto description = shellScript("cat /dev/zero");
+    description.standardOutput = ChildStream::through(pipe);
+    const auto child = launcher_.launch(description);
+    const ScopedLimit<RLIMIT_AS> limit(addressSpaceInUse() + 128 * mebibyte);
+    try {
+        std::vector<std::byte> bytes;
+        while (pipe->appendAvailable(bytes)) {
+        }
+        ADD_FAILURE() << "the output ended";
+    } catch (const platform::Exception& exception) {
+        EXPECT_EQ(exception.name(), "NSMallocException");
+        EXPECT_EQ(exception.reason(), "there is not enough memory for its output");
+    }
+    child->terminate();
 }
 
 TEST_F(Launcher, TerminatingAChildThatHasEndedDoesNothing) {
@@ -376,6 +570,46 @@ TEST_F(Launcher, HandsTheEnvironmentOver) {
     EXPECT_EQ(outputOf(description), "A=a=1\nB=2\n");
 }
 
+/// Changes the environment over and over while children are launched.
+template <class Change>
+void changeMeanwhile(Change change, const std::function<void()>& launch) {
+    std::atomic<bool> over{false};
+    std::jthread changing([&] {
+        for (int number = 0; !over; ++number) {
+            change("QF_CHANGING_" + std::to_string(number % 2000));
+        }
+    });
+    for (int count = 0; count < 100; ++count) {
+        EXPECT_NO_THROW(launch());
+    }
+    over = true;
+}
+
+TEST_F(Launcher, LaunchesWhileAnotherThreadChangesTheEnvironmentOnItsOwn) {
+    changeMeanwhile(
+        [](const std::string& name) {
+            if (::getenv(name.c_str()) == nullptr) {
+                ::setenv(name.c_str(), "value", 1);
+            } else {
+                ::unsetenv(name.c_str());
+            }
+        },
+        [this] { launch("exit 0")->waitUntilExit(); });
+}
+
+TEST_F(Launcher, HandsAWholeEnvironmentOverWhileItIsChangedByThePlatformsOwnMeans) {
+    using platform::native::Environment;
+    Environment::set("QF_KEPT", "kept");
+    changeMeanwhile(
+        [](const std::string& name) {
+            Environment::set(name, std::string(100, 'v'));
+            Environment::remove(name);
+        },
+        [this] { EXPECT_EQ(outputOf("echo $QF_KEPT"), "kept\n"); });
+    Environment::remove("QF_KEPT");
+    EXPECT_EQ(outputOf("echo $QF_KEPT"), "\n");
+}
+
 TEST_F(Launcher, RunsOutOfDescriptorsWithAnException) {
     std::vector<std::shared_ptr<platform::Pipe>> pipes;
     try {
@@ -392,3 +626,24 @@ TEST_F(Launcher, RunsOutOfDescriptorsWithAnException) {
 }
 
 } // namespace
+
+extern "C" {
+// The linker has the launcher call these: NOLINTBEGIN(bugprone-reserved-identifier)
+int __real_pidfd_open(pid_t process, unsigned flags);
+int __wrap_pidfd_open(pid_t process, unsigned flags) {
+    if (refusesChildDescriptors) {
+        errno = EPERM;
+        return -1;
+    }
+    return __real_pidfd_open(process, flags);
+}
+int __real_epoll_ctl(int set, int operation, int descriptor, epoll_event* event);
+int __wrap_epoll_ctl(int set, int operation, int descriptor, epoll_event* event) {
+    if (refusesWatches && operation == EPOLL_CTL_ADD) {
+        errno = ENOSPC;
+        return -1;
+    }
+    return __real_epoll_ctl(set, operation, descriptor, event);
+}
+// NOLINTEND(bugprone-reserved-identifier)
+}

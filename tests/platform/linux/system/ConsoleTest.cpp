@@ -7,7 +7,7 @@
 #include <array>
 #include <csignal>
 #include <fcntl.h>
-#include <future>
+#include <pty.h>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -55,6 +55,21 @@ TEST_F(Console, PrintsTextAsItStandsOnStandardOutput) {
         console.print(std::string_view("a\0b", 3));
     }
     EXPECT_EQ(contentOf(path), std::string("100%n %s\na\0b", 12));
+}
+
+TEST_F(Console, ShowsWhatWouldSteerATerminalInsteadOfSendingIt) {
+    int terminal = -1;
+    int stream = -1;
+    ASSERT_EQ(::openpty(&terminal, &stream, nullptr, nullptr, nullptr), 0);
+    {
+        const Redirection redirection(STDOUT_FILENO, stream);
+        console.print("a\x1B[2J\tb\x07\n");
+        std::array<char, 100> shown{};
+        const auto size = ::read(terminal, shown.data(), shown.size());
+        EXPECT_EQ(std::string(shown.data(), static_cast<std::size_t>(size)),
+                  "a\\x1B[2J\tb\\x07\r\n");
+    }
+    ::close(terminal);
 }
 
 TEST_F(Console, WritesALineToStandardErrorForTheSystemLog) {
