@@ -8,14 +8,14 @@ namespace platform::native {
 
 namespace {
 
-std::mutex mutex;
+std::mutex secrecyMutex;
 int scopes = 0;
 int formerDumpable = 0;
 
 } // namespace
 
 ProcessSecrecy::ProcessSecrecy() {
-    const std::lock_guard lock(mutex);
+    const std::lock_guard lock(secrecyMutex);
     if (scopes++ == 0) {
         formerDumpable = ::prctl(PR_GET_DUMPABLE);
         ::prctl(PR_SET_DUMPABLE, 0);
@@ -23,7 +23,7 @@ ProcessSecrecy::ProcessSecrecy() {
 }
 
 ProcessSecrecy::~ProcessSecrecy() {
-    const std::lock_guard lock(mutex);
+    const std::lock_guard lock(secrecyMutex);
     if (--scopes == 0 && formerDumpable == 1) {
         ::prctl(PR_SET_DUMPABLE, 1);
     }

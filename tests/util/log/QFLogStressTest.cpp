@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <filesystem>
+#include <future>
 #include <latch>
 #include <sstream>
 

@@ -13,6 +13,7 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <functional>
+#include <future>
 #include <sched.h>
 #include <string>
 #include <sys/mount.h>

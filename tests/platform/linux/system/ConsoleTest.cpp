@@ -7,6 +7,7 @@
 #include <array>
 #include <csignal>
 #include <fcntl.h>
+#include <future>
 #include <pty.h>
 #include <sstream>
 #include <string>
