@@ -190,8 +190,7 @@ public:
     bool lock(std::vector<std::string> paths, std::chrono::steady_clock::duration patience) {
         constexpr std::chrono::milliseconds pause(1);
         std::ranges::sort(paths);
-        const auto repeated = std::ranges::unique(paths);
-        paths.erase(repeated.begin(), repeated.end());
+        paths.erase(std::unique(paths.begin(), paths.end()), paths.end());
         const auto end = std::chrono::steady_clock::now() + patience;
         for (const auto& path : paths) {
             // A wait in flock() would have no end while somebody is stopped who has the lock.
