@@ -102,7 +102,7 @@ class Build(InACopyOfTheScripts):
 
 class InstallPackages(InACopyOfTheScripts):
     def prepare(self, *, status: int) -> None:
-        self.replace("dpkg-query", "exit 1")
+        self.replace("dpkg-query", "true")
         self.replace("sudo", 'test "$1" != -n || shift; exec "$@"')
         self.replace("apt-get", 'echo "Get:1 $*"; echo "E: trouble" >&2; '
                      f'case "$*" in *install*) exit {status};; esac')

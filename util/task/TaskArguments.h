@@ -11,9 +11,11 @@
 /// one.
 class TaskArgument {
 public:
+    /// Takes whatever becomes a string without a cast.
     template <std::convertible_to<std::string> Text>
     TaskArgument(Text&& text) : text_(std::forward<Text>(text)) {}
 
+    /// The text, as it was given.
     const std::string& text() const { return text_; }
 
 private:
