@@ -13,6 +13,7 @@ class TaskArgument {
 public:
     /// Takes whatever becomes a string without a cast.
     template <std::convertible_to<std::string> Text>
+    // NOLINTNEXTLINE(bugprone-forwarding-reference-overload): an argument itself is no such text.
     TaskArgument(Text&& text) : text_(std::forward<Text>(text)) {}
 
     /// The text, as it was given.

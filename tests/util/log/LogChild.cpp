@@ -141,9 +141,9 @@ int crowd(const Arguments& arguments) {
     const platform::native::FileDescriptor told(
         ::open(arguments.at(4).c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644));
     QFLog::createNewLog("Test");
-    std::vector<std::jthread> threads;
+    std::vector<std::future<void>> threads;
     for (int thread = 0; thread < std::stoi(arguments.at(1)); ++thread) {
-        threads.emplace_back([&, thread] {
+        threads.push_back(std::async(std::launch::async, [&, thread] {
             for (int number = 0; number < count; ++number) {
                 const auto text = name + "-" + std::to_string(thread) + "-" +
                                   std::to_string(number) + " " + std::string(900, 'x');
@@ -157,7 +157,7 @@ int crowd(const Arguments& arguments) {
                     std::abort();
                 }
             }
-        });
+        }));
     }
     threads.clear();
     return 0;

@@ -188,9 +188,9 @@ protected:
 
 TEST_P(LogCrowd, LosesAndDoublesNothingThatWasToldAcrossTheLimitKillsAndRestarts) {
     {
-        std::vector<std::jthread> processes;
+        std::vector<std::future<void>> processes;
         for (int process = 0; process < GetParam(); ++process) {
-            processes.emplace_back([this, process] { live(process); });
+            processes.push_back(std::async(std::launch::async, [this, process] { live(process); }));
         }
     }
     std::map<std::string, int> counts;

@@ -128,7 +128,7 @@ TEST_F(LogStress, LosesAndReordersNothingWhileAnotherThreadStartsLogs) {
     constexpr int count = 3000;
     QFLog::createNewLog("Test");
     std::atomic<int> written{0};
-    std::jthread writer([&written] {
+    auto writer = std::async(std::launch::async, [&written] {
         for (int number = 0; number < count; ++number) {
             QFLog::fastAppendLog("entry %d", number);
             written = number + 1;
@@ -141,7 +141,7 @@ TEST_F(LogStress, LosesAndReordersNothingWhileAnotherThreadStartsLogs) {
         QFLog::finishWriting();
         written.wait(before);
     }
-    writer.join();
+    writer.wait();
     QFLog::finishWriting();
 
     int next = 0;
