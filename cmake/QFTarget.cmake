@@ -1,17 +1,16 @@
-# The one place where a target gets its warnings, its sanitizers and its include root, and,
-# where QF_PRECOMPILED names a target that has them, its precompiled headers.
+# The one place where a target gets its warnings, its sanitizers and its include root.
 function(qf_target target)
     target_include_directories(${target} PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>)
     target_compile_options(${target} PRIVATE
-        -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wold-style-cast
+        -Wall -Wextra -Wpedantic -Wconversion -Wsign-conversion -Wold-style-cast
         -Wnon-virtual-dtor -Woverloaded-virtual -Wformat=2 -Wimplicit-fallthrough
-        -Wno-missing-field-initializers $<$<BOOL:${QF_WARNINGS_ARE_ERRORS}>:-Werror>)
+        -Wno-missing-field-initializers
+        # Compiled together, what one source declares shadows what another does.
+        $<$<NOT:$<BOOL:${CMAKE_UNITY_BUILD}>>:-Wshadow>
+        $<$<BOOL:${QF_WARNINGS_ARE_ERRORS}>:-Werror>)
     if(QF_SANITIZE)
         target_compile_options(${target} PUBLIC
             -fsanitize=${QF_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
         target_link_options(${target} PUBLIC -fsanitize=${QF_SANITIZE})
-    endif()
-    if(QF_PRECOMPILED AND NOT target STREQUAL QF_PRECOMPILED)
-        target_precompile_headers(${target} REUSE_FROM ${QF_PRECOMPILED})
     endif()
 endfunction()

@@ -82,6 +82,9 @@ public:
                                                          const AuthorizationItemSet& environment,
                                                          AuthorizationFlags flags) = 0;
 
+    /// Whether a handle has been given rights and they last. Asks nobody.
+    [[nodiscard]] virtual bool holdsRights(AuthorizationRef ref) = 0;
+
     /// Gives a handle up.
     virtual void free(AuthorizationRef ref, AuthorizationFlags flags) = 0;
 

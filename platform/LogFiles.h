@@ -6,20 +6,39 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace platform {
 
-/// A log file that is open for appending. It is closed when nobody refers to it any more.
+/// A log file that is open for appending. It is closed when nobody refers to it any more. One
+/// thread at a time uses it.
 class LogFile {
 public:
     virtual ~LogFile() = default;
 
     /// Adds `entry` at the file's end in one step, so that entries of several processes that share
-    /// the file never mix. Once it returns, the entry is in the file whatever becomes of the
-    /// process. Throws platform::Exception "NSFileHandleOperationException", whose reason a person
-    /// understands, when the entry is not, or not wholly, in the file; the next entry then begins
-    /// on a line of its own. One thread at a time.
-    virtual void append(std::string_view entry) = 0;
+    /// the file never mix. Once it returns true, the entry is in the file whatever becomes of the
+    /// process. False means that the entry is in no log, because the file is no longer in place or
+    /// was deleted meanwhile; the path is then to be opened anew. Throws platform::Exception
+    /// "NSFileHandleOperationException", whose reason a person understands, when the entry is not,
+    /// or not wholly, in the file; the next entry then begins on a line of its own.
+    [[nodiscard]] virtual bool append(std::string_view entry) = 0;
+
+    /// Whether the file is the one that the path leads to at which it was opened: neither it nor a
+    /// folder on the way was moved, deleted or replaced.
+    virtual bool isInPlace() = 0;
+};
+
+/// Keeps everybody else who locks one of the same folders waiting for as long as it lives, in this
+/// process and in others. It is gone with the process, however that ends.
+class LogLock {
+public:
+    LogLock() = default;
+    virtual ~LogLock() = default;
+    LogLock(const LogLock&) = delete;
+    LogLock& operator=(const LogLock&) = delete;
+    LogLock(LogLock&&) = delete;
+    LogLock& operator=(LogLock&&) = delete;
 };
 
 /// Where logs are kept. Paths are absolute, of any bytes but zero. A member that can fail gives
@@ -35,13 +54,18 @@ public:
     /// Makes a folder, and those on the way to it that are missing.
     [[nodiscard]] virtual std::optional<Error> createFolder(const std::string& path) = 0;
 
-    /// Deletes a file, a link (never what it leads to) or an empty folder. A folder with something
-    /// in it is no log and stays: an error.
+    /// Deletes a file, a link (never what it leads to) or a folder with all that is in it.
     [[nodiscard]] virtual std::optional<Error> removeItem(const std::string& path) = 0;
 
     /// Gives the item at `path` the name `newPath` in one step. A link is moved itself. What stands
     /// at `newPath` is never replaced: an error.
     [[nodiscard]] virtual std::optional<Error> moveItem(const std::string& path,
+                                                        const std::string& newPath) = 0;
+
+    /// As moveItem, but where the item is a file, it keeps its name at `path` as well until
+    /// createEmptyFile() takes that: a process that is killed in between leaves the path no moment
+    /// without a log.
+    [[nodiscard]] virtual std::optional<Error> setAside(const std::string& path,
                                                         const std::string& newPath) = 0;
 
     /// Puts a new, empty file at the path in one step, in place of a file or link that may stand
@@ -50,10 +74,15 @@ public:
 
     /// Opens the existing file at the path for appending; nothing when that cannot be done.
     ///
-    /// Only what could not have been planted is opened: no final link (whoever made it), nothing
-    /// but a regular file, which belongs to the current user or the superuser and has no second
-    /// name. A missing file is not created.
+    /// Only what nobody else could have planted is opened: a regular file that belongs to the
+    /// current user or the superuser. A final link, or a second name of the file, is the user's own
+    /// where the link and the folder that it is in belong to one of the two and nobody else may
+    /// write to the folder. A missing file is not created.
     virtual std::shared_ptr<LogFile> open(const std::string& path) = 0;
+
+    /// Locks those of the folders that exist and can be locked. Null when somebody else has kept
+    /// one of them locked for longer than starting a log takes, several seconds.
+    virtual std::unique_ptr<LogLock> lock(const std::vector<std::string>& folders) = 0;
 };
 
 } // namespace platform

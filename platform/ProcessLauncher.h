@@ -23,9 +23,14 @@ public:
 
     /// Appends what the child has written, waiting until there is something. False means that there
     /// will be nothing more: every writer has closed its end, or the read end is closed here.
-    /// Throws platform::Exception "NSFileHandleOperationException" when the system cannot read.
-    /// One thread at a time reads.
+    /// Throws platform::Exception "NSFileHandleOperationException" when the system cannot read, and
+    /// "NSMallocException" when there is no memory for what was written. One thread at a time
+    /// reads.
     virtual bool appendAvailable(std::vector<std::byte>& bytes) = 0;
+
+    /// From now on reads append what is there and wait for nothing more, after which they return
+    /// false. A read that waits on another thread ends. Any thread, any number of times.
+    virtual void stopWaiting() = 0;
 
     /// Closes the read end, after which the child cannot write any more. A read that waits on
     /// another thread ends with false. Any thread, any number of times.
@@ -86,12 +91,18 @@ public:
     /// Whether the child has not ended.
     virtual bool isRunning() = 0;
 
-    /// Returns when the child has ended; the child's own children may live on.
+    /// Returns when the child has ended; the child's own children may live on. Where the child
+    /// needs the program's terminal, which it would otherwise stop at, it has that, and with it
+    /// what is typed there, until it has ended.
     virtual void waitUntilExit() = 0;
 
-    /// Asks the child, and those of its children that stayed in its group, to end. They may refuse.
-    /// Nothing happens when the child has ended.
+    /// Asks the child, and those of its children that stayed in its group, to end, also those that
+    /// are stopped. They may refuse. Nothing happens when the child has ended.
     virtual void terminate() = 0;
+
+    /// Once the child has ended, reads of the pipes that it was connected with end with what is
+    /// there, and wait for nobody to whom the child has handed them on.
+    virtual void endOutputWithChild() = 0;
 
     /// The exit status of a child that has ended, or the number of the signal that ended it.
     virtual int terminationStatus() = 0;
@@ -107,6 +118,10 @@ public:
     virtual std::shared_ptr<Pipe> makePipe() = 0;
 
     /// Launches a child, in a process group of its own, and returns when its program has begun.
+    ///
+    /// All that the program needs to follow the child is had before its program begins: what was
+    /// launched is never taken back. A child that is given the program's environment has it as it
+    /// is at one moment, as long as others change it through what the platform has for that.
     ///
     /// The child has its three standard streams and no other descriptor of the program's; every
     /// signal is at its default and none is blocked, whatever they are in the program. A system

@@ -2,7 +2,7 @@
 // other: "authorization-bench COUNT TOOL". Prints its process number, waits for a line, and prints
 // the seconds that the tools took, without those for the right.
 
-#include "platform/linux/AuthorizationServices.h"
+#include "platform/linux/authorization/AuthorizationServices.h"
 
 #include <unistd.h>
 

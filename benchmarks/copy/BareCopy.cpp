@@ -1,6 +1,6 @@
 #include "benchmarks/copy/BareCopy.h"
 
-#include "platform/linux/FileDescriptor.h"
+#include "platform/linux/posix/FileDescriptor.h"
 
 #include <fcntl.h>
 #include <openssl/evp.h>

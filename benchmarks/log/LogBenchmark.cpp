@@ -1,10 +1,14 @@
 // What an entry costs from the call to the file, beside a bare loop that does the least that must
 // be done, and beside spdlog where it is installed.
 
+#include "platform/SearchPaths.h"
 #include "platform/Services.h"
+#include "platform/UserAccount.h"
 #include "platform/foundation/Date.h"
-#include "platform/linux/Console.h"
-#include "platform/linux/LogFiles.h"
+#include "platform/linux/files/LogFiles.h"
+#include "platform/linux/plist/PropertyLists.h"
+#include "platform/linux/system/Console.h"
+#include "platform/linux/system/SystemInformation.h"
 #include "util/log/QFLog.h"
 
 #ifdef QF_WITH_SPDLOG
@@ -20,11 +24,16 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
+#include <fstream>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
+#include <sys/wait.h>
+#include <syslog.h>
 #include <thread>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -75,10 +84,11 @@ public:
     explicit EndlessFile(const std::string& path)
         : file_(platform::service<platform::LogFiles>().open(path)) {}
 
-    void append(std::string_view entry) override {
-        file_->append(entry);
+    bool append(std::string_view entry) override {
         QFLog::sharedController().setBytesWritten(0);
+        return file_->append(entry);
     }
+    bool isInPlace() override { return file_->isInPlace(); }
 
 private:
     std::shared_ptr<platform::LogFile> file_;
@@ -205,6 +215,134 @@ void measureProducer(const std::string& folder) {
                 mean.least * 1e6, mean.median * 1e6, mean.greatest * 1e6);
 }
 
+constexpr int crowdSize = 8;
+constexpr int crowdEntries = 20000;
+
+/// A user who is not the superuser, with a Library folder of the benchmark's.
+class Account : public platform::UserAccount {
+public:
+    unsigned realUserId() override { return 1000; }
+    std::string homeDirectory() override { return "/"; }
+    std::string loginName() override { return "bench"; }
+    std::string temporaryDirectory() override { return "/tmp"; }
+    std::optional<std::string> cacheDirectory() override { return {}; }
+};
+
+class Folders : public platform::SearchPaths {
+public:
+    explicit Folders(std::string library) : library_(std::move(library)) {}
+    std::vector<std::string> folders(platform::DirectoryKind /*kind*/,
+                                     platform::DomainMask /*domain*/) override {
+        return {library_};
+    }
+
+private:
+    std::string library_;
+};
+
+void installLog(const std::string& folder) {
+    static auto& account = *new Account;
+    static auto& folders = *new Folders(folder);
+    static auto& system = *new platform::native::SystemInformation("1.0");
+    static auto& lists = *new platform::native::PropertyLists;
+    platform::install<platform::UserAccount>(account);
+    platform::install<platform::SearchPaths>(folders);
+    platform::install<platform::SystemInformation>(system);
+    platform::install<platform::PropertyLists>(lists);
+    QFLog::sharedController().setAppName("bench");
+}
+
+/// The work of one process of a crowd.
+void logInCrowd(const std::string& kind, const std::string& folder, const std::string& name) {
+    if (kind == "QFLog") {
+        installLog(folder);
+        logEntries(crowdEntries);
+        QFLog::finishWriting();
+    } else if (kind == "syslog") {
+        for (int number = 0; number < crowdEntries; ++number) {
+            ::syslog(LOG_USER | LOG_DEBUG, "Moved item %d: %s", number, item);
+        }
+    }
+#ifdef QF_WITH_SPDLOG
+    else {
+        constexpr std::size_t fileSize = 500000;
+        constexpr std::size_t manyFiles = 1000;
+        spdlog::logger logger("bench", std::make_shared<spdlog::sinks::rotating_file_sink_mt>(
+                                           folder + "/" + name + ".log", fileSize, manyFiles));
+        logger.set_pattern("%Y-%m-%d %H:%M:%S %z - %v");
+        logger.flush_on(spdlog::level::info);
+        for (int number = 0; number < crowdEntries; ++number) {
+            logger.info("Moved item {}: {}", number, item);
+        }
+    }
+#else
+    static_cast<void>(name);
+#endif
+}
+
+/// How many entries the files of a folder hold.
+int entriesIn(const std::string& folder) {
+    int count = 0;
+    for (const auto& file : std::filesystem::recursive_directory_iterator(folder)) {
+        std::ifstream lines(file.path());
+        for (std::string line; file.is_regular_file() && std::getline(lines, line);) {
+            count += line.find("Moved item") != std::string::npos ? 1 : 0;
+        }
+    }
+    return count;
+}
+
+double crowd(const std::string& kind, const std::string& folder) {
+    return secondsOf([&] {
+        std::vector<pid_t> processes;
+        for (int number = 0; number < crowdSize; ++number) {
+            const pid_t process = ::fork();
+            if (process == 0) {
+                logInCrowd(kind, folder, std::to_string(number));
+                ::_exit(0);
+            }
+            processes.push_back(process);
+        }
+        for (const pid_t process : processes) {
+            ::waitpid(process, nullptr, 0);
+        }
+    });
+}
+
+/// Entries of many processes at once: into one log that starts over when it is full, into a file of
+/// each one's own, and to the machine's log, of which it is not known what it keeps.
+void compareCrowds(const std::string& folder) {
+    std::printf("\n%-44s %18s %8s\n", "8 processes at once", "entries a second", "lost");
+    for (const std::string kind : {"QFLog", "spdlog", "syslog"}) {
+#ifndef QF_WITH_SPDLOG
+        if (kind == "spdlog") {
+            continue;
+        }
+#endif
+        if (kind == "syslog" && !std::filesystem::exists("/dev/log")) {
+            std::printf("%-44s %18s\n", "syslog", "none runs here");
+            continue;
+        }
+        constexpr int all = crowdSize * crowdEntries;
+        std::vector<double> rates;
+        int lost = 0;
+        for (int round = 0; round < rounds; ++round) {
+            const auto place = folder + "/" + kind + std::to_string(round);
+            const auto logs = place + "/Logs/Quillfen";
+            std::filesystem::create_directories(logs);
+            std::ofstream(logs + "/bench.1.log");
+            rates.push_back(all / crowd(kind, place));
+            lost += kind == "syslog" ? 0 : all - entriesIn(place);
+        }
+        const auto spread = spreadOf(rates);
+        std::printf("%-44s %18.0f %8s\n",
+                    kind == "QFLog"    ? "QFLog, one rotating log"
+                    : kind == "spdlog" ? "spdlog rotating, flushed, a file each"
+                                       : "syslog",
+                    spread.median, kind == "syslog" ? "?" : std::to_string(lost).c_str());
+    }
+}
+
 } // namespace
 
 int main() {
@@ -218,6 +356,7 @@ int main() {
     platform::install<platform::Console>(console);
     platform::install<platform::LogFiles>(files);
 
+    compareCrowds(pattern); // first: what is forked must have no other threads
     compare(pattern);
     measureProducer(pattern);
     std::filesystem::remove_all(pattern);

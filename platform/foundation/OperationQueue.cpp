@@ -3,6 +3,7 @@
 #include "platform/foundation/Exception.h"
 
 #include <algorithm>
+#include <new>
 #include <string>
 #include <system_error>
 #include <utility>
@@ -66,7 +67,7 @@ void OperationQueue::startThread() {
         thread_ = std::thread([this] { run(); });
     } catch (const std::system_error& error) {
         throw Exception("NSGenericException",
-                        std::string("could not start a thread: ") + error.what());
+                        std::string("could not start a thread: ") + error.code().message());
     }
     started_.store(true, std::memory_order_release);
 }
@@ -90,7 +91,7 @@ void OperationQueue::waitUntilAllOperationsAreFinished() {
     std::unique_lock lock(mutex_);
     for (;;) {
         awaited_.store(std::min(awaited_.load(), target));
-        if (finishedBelow_.load() >= target) {
+        if (emptiedAt_.load() >= target) {
             return;
         }
         finishedGrew_.wait(lock);
@@ -135,8 +136,8 @@ bool OperationQueue::runNext() {
     operation.reset();
     --depth_;
     completed_.fetch_add(1);
-    if (depth_ == 0) {
-        publishFinished();
+    if (depth_ == 0 && oldest_ == nullptr) {
+        publishEmptiness();
     }
     return true;
 }
@@ -152,15 +153,36 @@ OperationQueue::Operation* OperationQueue::takeAll() {
     return oldest;
 }
 
-/// Only where no operation is under way are all that were taken finished. Waiters sleep until the
-/// first of them has what it waits for; the others then say again what they wait for.
-void OperationQueue::publishFinished() {
-    finishedBelow_.store(taken_);
+/// Waiters sleep until the first of them has what it waits for; the others then say again what they
+/// wait for.
+void OperationQueue::publishEmptiness() {
+    if (added_.load() != taken_) {
+        return;
+    }
+    emptiedAt_.store(taken_);
     if (taken_ >= awaited_.load()) {
         const std::lock_guard lock(mutex_);
         awaited_.store(nothingAwaited);
         finishedGrew_.notify_all();
     }
+}
+
+/// The thread, those who wait and the operations are the original's: what tells of them is
+/// overwritten as it is, for nothing of it can be ended here.
+void OperationQueue::beginAnewAsCopy() {
+    new (&thread_) std::thread;
+    new (&finishedGrew_) std::condition_variable;
+    started_ = false;
+    added_ = 0;
+    newest_ = nullptr;
+    cancelledBelow_ = 0;
+    awaited_ = nothingAwaited;
+    oldest_ = nullptr;
+    taken_ = 0;
+    depth_ = 0;
+    completed_ = 0;
+    emptiedAt_ = 0;
+    mutex_.unlock();
 }
 
 } // namespace platform

@@ -41,12 +41,19 @@ public:
     /// Drops every operation that has not begun. Those still count until the queue comes to them.
     void cancelAllOperations();
 
-    /// Returns when every operation that was added before the call is finished or dropped; what is
-    /// added meanwhile is not waited for.
+    /// Returns when the queue was empty at some moment since the call: what is added meanwhile, and
+    /// behind it without a gap, is waited for too.
     ///
     /// Called in one of the queue's own operations, which cannot wait for itself, it runs those
-    /// that stand behind that operation at once, inside it.
+    /// that were added behind that operation before the call at once, inside it.
     void waitUntilAllOperationsAreFinished();
+
+    /// For a process that is about to be copied with this thread alone (POSIX: fork). Between the
+    /// first call and the other one, nobody holds the queue's lock but this thread. In the copy
+    /// the queue then begins anew: what was to be run is the original's alone.
+    void prepareForCopy() { mutex_.lock(); }
+    void goOnAfterCopy() { mutex_.unlock(); }
+    void beginAnewAsCopy();
 
 private:
     /// One that was added, and the one that it is chained to.
@@ -78,7 +85,7 @@ private:
     void waitForOperations();
     bool runNext();
     Operation* takeAll();
-    void publishFinished();
+    void publishEmptiness();
 
     // Who changes what decides where it lies, so that callers and the queue's thread do not take
     // cache lines from each other.
@@ -104,7 +111,7 @@ private:
     unsigned depth_ = 0;
     bool ending_ = false;
     std::atomic<std::uint64_t> completed_{0};
-    std::atomic<std::uint64_t> finishedBelow_{0};
+    std::atomic<std::uint64_t> emptiedAt_{0}; // so many were finished when there were no others
 };
 
 } // namespace platform

@@ -14,7 +14,7 @@ void detachNewThread(std::function<void()> body) {
         std::thread(std::move(body)).detach();
     } catch (const std::system_error& error) {
         throw Exception("NSGenericException",
-                        std::string("could not start a thread: ") + error.what());
+                        std::string("could not start a thread: ") + error.code().message());
     }
 }
 

@@ -4,21 +4,23 @@
 #include "platform/foundation/Format.h"
 #include "platform/foundation/Path.h"
 #include "platform/foundation/Text.h"
-#include "platform/linux/AuthorizationServices.h"
-#include "platform/linux/Console.h"
-#include "platform/linux/Digests.h"
-#include "platform/linux/ExtendedAttributes.h"
-#include "platform/linux/FileStreams.h"
-#include "platform/linux/FileSystem.h"
-#include "platform/linux/LocalTime.h"
-#include "platform/linux/LogFiles.h"
-#include "platform/linux/Preferences.h"
-#include "platform/linux/ProcessLauncher.h"
-#include "platform/linux/PropertyLists.h"
-#include "platform/linux/SearchPaths.h"
-#include "platform/linux/SystemInformation.h"
-#include "platform/linux/UserAccount.h"
-#include "platform/linux/Workspace.h"
+#include "platform/linux/authorization/AuthorizationServices.h"
+#include "platform/linux/desktop/Workspace.h"
+#include "platform/linux/files/Digests.h"
+#include "platform/linux/files/ExtendedAttributes.h"
+#include "platform/linux/files/FileStreams.h"
+#include "platform/linux/files/FileSystem.h"
+#include "platform/linux/files/LogFiles.h"
+#include "platform/linux/plist/PropertyLists.h"
+#include "platform/linux/process/Environment.h"
+#include "platform/linux/process/ProcessCopies.h"
+#include "platform/linux/process/ProcessLauncher.h"
+#include "platform/linux/system/Console.h"
+#include "platform/linux/system/LocalTime.h"
+#include "platform/linux/system/Preferences.h"
+#include "platform/linux/system/SearchPaths.h"
+#include "platform/linux/system/SystemInformation.h"
+#include "platform/linux/system/UserAccount.h"
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -46,6 +48,7 @@ struct LinuxServices {
     native::SystemInformation systemInformation;
     std::string identifier;
     native::LogFiles logFiles;
+    native::ProcessCopies processCopies;
     native::UserAccount userAccount;
     native::SearchPaths searchPaths{userAccount};
     native::FileSystem fileSystem;
@@ -63,6 +66,7 @@ struct LinuxServices {
         platform::install<Console>(console);
         platform::install<SystemInformation>(systemInformation);
         platform::install<LogFiles>(logFiles);
+        platform::install<ProcessCopies>(processCopies);
         platform::install<UserAccount>(userAccount);
         platform::install<SearchPaths>(searchPaths);
         platform::install<FileSystem>(fileSystem);
@@ -97,7 +101,6 @@ constexpr const char* relativeHomeMessage =
 /// children: a home folder that is no absolute path becomes the account's own, and a relative data
 /// folder counts as none.
 void normalizeEnvironment(LinuxServices& services) {
-    constexpr int overwrite = 1;
     if (!native::absolutePathFromEnvironment("HOME")) {
         const char* named = std::getenv("HOME");
         const auto used = services.userAccount.homeDirectory();
@@ -105,10 +108,10 @@ void normalizeEnvironment(LinuxServices& services) {
             services.console.systemLog(platform::format(relativeHomeMessage, text::printable(named),
                                                         text::printable(used)));
         }
-        ::setenv("HOME", used.c_str(), overwrite);
+        native::Environment::set("HOME", used);
     }
     if (!native::absolutePathFromEnvironment("XDG_DATA_HOME")) {
-        ::unsetenv("XDG_DATA_HOME");
+        native::Environment::remove("XDG_DATA_HOME");
     }
 }
 

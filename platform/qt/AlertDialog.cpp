@@ -2,10 +2,10 @@
 
 #include "platform/Preferences.h"
 #include "platform/Services.h"
-#include "platform/foundation/AlertChoices.h"
 #include "platform/qt/Appearance.h"
 #include "platform/qt/Placement.h"
 #include "platform/qt/PlainText.h"
+#include "platform/support/AlertChoices.h"
 
 #include <QAccessible>
 #include <QBoxLayout>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/foundation/ApplicationCore.h"
+#include "platform/support/ApplicationCore.h"
 
 #include <memory>
 

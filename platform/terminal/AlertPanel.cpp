@@ -2,8 +2,8 @@
 
 #include "platform/Preferences.h"
 #include "platform/Services.h"
-#include "platform/foundation/AlertChoices.h"
 #include "platform/foundation/Text.h"
+#include "platform/support/AlertChoices.h"
 
 #include <utility>
 #include <vector>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "platform/foundation/ApplicationCore.h"
-#include "platform/linux/FileDescriptor.h"
+#include "platform/linux/posix/FileDescriptor.h"
+#include "platform/support/ApplicationCore.h"
 
 #include <chrono>
 #include <functional>

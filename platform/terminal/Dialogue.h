@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/linux/FileDescriptor.h"
+#include "platform/linux/posix/FileDescriptor.h"
 #include "platform/terminal/Application.h"
 #include "platform/terminal/Screen.h"
 

@@ -83,6 +83,7 @@ public:
         observation_.noteRight(status);
         return status;
     }
+    bool holdsRights(AuthorizationRef ref) override { return services_.holdsRights(ref); }
     void free(AuthorizationRef ref, AuthorizationFlags flags) override {
         services_.free(ref, flags);
     }

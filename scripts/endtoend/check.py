@@ -21,6 +21,24 @@ MAY_APPEAR = re.compile(
     r"|/Library/Logs(/Quillfen(/.*)?)?|/\.cache(/.*)?|/\.config(/.*)?", re.DOTALL)
 
 
+@dataclass(frozen=True)
+class Writing:
+    """What another program of the desktop writes in the home folder while it looks on."""
+
+    type: str
+    path: re.Pattern[str]
+
+
+# gvfs keeps the notes of file managers on files, one database for a volume, and takes those on an
+# item that goes to the Trash along. A database has a journal, and is replaced as a whole.
+OTHERS_WRITINGS = (
+    Writing("folder", re.compile(r"/\.local/share/gvfs-metadata")),
+    Writing("file", re.compile(
+        r"/\.local/share/gvfs-metadata/(home|root|(uuid|label)-[^/]+)"
+        r"(-[0-9a-f]{8}\.log|\.[A-Z0-9]{6})?", re.DOTALL)),
+)
+
+
 class Run(Enum):
     """How the uninstall came to its end."""
 
@@ -227,11 +245,24 @@ class _Check:
 
     def _check_the_rest(self) -> None:
         for path in self._staying:
-            self._is_same(path, self._before[path], self._after.get(path))
+            if not self._is_others_writing(path):
+                self._is_same(path, self._before[path], self._after.get(path))
         for path in self._after.keys() - self._before.keys() - self._expected:
-            inside = path.removeprefix(self._home)
-            if path == inside or not MAY_APPEAR.fullmatch(inside):
+            if not (MAY_APPEAR.fullmatch(self._inside_home(path))
+                    or self._is_others_writing(path)):
                 self._problem(path, "has appeared")
+
+    def _inside_home(self, path: str) -> str:
+        """A path as it is seen from the home folder; empty for those outside."""
+        return path.removeprefix(self._home) if path.startswith(f"{self._home}/") else ""
+
+    def _is_others_writing(self, path: str) -> bool:
+        """Whether all that there was and is at a path is another program's, run by the user."""
+        owner = self._before[self._home].owner
+        kinds = {(entries[path].type, entries[path].owner)
+                 for entries in (self._before, self._after) if path in entries}
+        return any(writing.path.fullmatch(self._inside_home(path))
+                   and kinds == {(writing.type, owner)} for writing in OTHERS_WRITINGS)
 
 
 def is_name_in_trash(name: str, original: str) -> bool:

@@ -15,6 +15,9 @@ from endtoend.privilege import Refused
 # An empty folder of every Debian machine that never holds what a copy needs to see. Only the
 # namespace has the memory mounted there.
 SCAFFOLD = "/boot"
+# Every user of the copy may open a terminal of its own, which belongs to the group tty, as on every
+# Debian machine. The machine's own terminals are not seen.
+TERMINAL_OPTIONS = "newinstance,ptmxmode=0666,mode=620,gid=5"
 # Folders that may be file systems of their own and that programs are run from.
 SYSTEM_FOLDERS = ("/usr", "/etc", "/opt", "/var", "/var/lib")
 DEVICES = ("null", "zero", "full", "random", "urandom", "tty")
@@ -77,7 +80,7 @@ def _make_devices(root: str) -> None:
         _run("mount", "--bind", f"/dev/{name}", f"{root}/dev/{name}")
     for name in ("pts", "shm"):
         os.mkdir(f"{root}/dev/{name}")
-    _run("mount", "--bind", "/dev/pts", f"{root}/dev/pts")
+    _run("mount", "-t", "devpts", "-o", TERMINAL_OPTIONS, "devpts", f"{root}/dev/pts")
     _run("mount", "-t", "tmpfs", "-o", "mode=1777", "tmpfs", f"{root}/dev/shm")
     for name, target in (("ptmx", "pts/ptmx"), ("fd", "/proc/self/fd"),
                          ("stdin", "fd/0"), ("stdout", "fd/1"), ("stderr", "fd/2")):

@@ -1,6 +1,7 @@
 #include "app/PlanInventory.h"
 
 #include "app/UninstallPlan.h"
+#include "tests/app/KnowingWorkspace.h"
 #include "tests/support/DescribedMachine.h"
 
 #include <gtest/gtest.h>
@@ -40,20 +41,6 @@ public:
         const bool isInnermost = path.size() > longest;
         return {{isInnermost ? platform::DirectoryEntry{"file", platform::ItemKind::file, 10}
                              : platform::DirectoryEntry{"d", platform::ItemKind::folder}}};
-    }
-};
-
-class KnowingWorkspace : public RecordingWorkspace {
-public:
-    std::map<std::string, std::string> applications;
-    std::optional<platform::Exception> failure;
-
-    std::optional<std::string> applicationPath(const std::string& bundleIdentifier) override {
-        if (failure) {
-            throw platform::Exception(*failure);
-        }
-        const auto found = applications.find(bundleIdentifier);
-        return found == applications.end() ? std::nullopt : std::optional(found->second);
     }
 };
 

@@ -1,6 +1,7 @@
 #include "app/UninstallPlan.h"
 
 #include "platform/Application.h"
+#include "tests/app/KnowingWorkspace.h"
 #include "tests/support/DescribedMachine.h"
 
 #include <gtest/gtest.h>
@@ -9,23 +10,6 @@
 #include <map>
 
 namespace {
-
-/// A desktop that knows where applications are.
-class KnowingWorkspace : public RecordingWorkspace {
-public:
-    std::map<std::string, std::string> applications;
-    std::vector<std::string> lookups;
-    std::optional<platform::Exception> failure;
-
-    std::optional<std::string> applicationPath(const std::string& bundleIdentifier) override {
-        lookups.push_back(bundleIdentifier);
-        if (failure) {
-            throw platform::Exception(*failure);
-        }
-        const auto found = applications.find(bundleIdentifier);
-        return found == applications.end() ? std::nullopt : std::optional(found->second);
-    }
-};
 
 /// What rows do on a machine of doubles.
 class PlanWalk : public DescribedMachine {

@@ -7,9 +7,10 @@
 //   inherit                   takes over the right of a privileged parent
 //   run TOOL ARGUMENT ...     starts a tool with the right and prints its output
 //   start TOOL ARGUMENT ...   starts a tool with the right and lets its output go
+//   holds                     tells whether it has the right
 //   end                       gives the right up
 
-#include "platform/linux/AuthorizationServices.h"
+#include "platform/linux/authorization/AuthorizationServices.h"
 
 #include <unistd.h>
 
@@ -45,6 +46,8 @@ public:
             std::cout << inherited.status;
         } else if ((command == "run" || command == "start") && words.size() > 1) {
             execute(words, command == "run");
+        } else if (command == "holds") {
+            std::cout << services_.holdsRights(ref_);
         } else if (command == "end") {
             services_.free(ref_, kAuthorizationFlagDefaults);
             std::cout << 0;

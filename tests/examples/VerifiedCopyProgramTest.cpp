@@ -107,7 +107,7 @@ TEST_F(VerifiedCopyProgram, TellsOfAMediumThatAltersTheData) {
     }
     const auto source = folder.write("source", sizedText(200'000));
     const auto outcome = copy({source, folder / "good", folder / "bad"}, {},
-                              {"LD_PRELOAD=" QF_ALTERING_MEDIUM, "QF_ALTERED=" + (folder / "bad")});
+                              {preloading(QF_ALTERING_MEDIUM), "QF_ALTERED=" + (folder / "bad")});
     EXPECT_EQ(outcome.status, 1);
     EXPECT_TRUE(contains(outcome.output, (folder / "bad") + " is NOT what was read"))
         << outcome.output;

@@ -1,7 +1,7 @@
 // Requests to the privileged helper: whatever the bytes, the parser stays within them, and what it
 // takes for a request says the same when it is written again.
 
-#include "platform/linux/helper/HelperProtocol.h"
+#include "platform/linux/authorization/helper/HelperProtocol.h"
 
 #include <cstdlib>
 

@@ -19,11 +19,13 @@ LOADER.exec_module(check_layers)
 
 
 class CheckLayers(unittest.TestCase):
-    def strangers(self, file: str, include: str) -> int:
+    def status(self, *sources: tuple[str, str]) -> int:
+        """What the check returns for files that each include one thing."""
         with tempfile.TemporaryDirectory() as tree:
-            os.makedirs(os.path.dirname(f"{tree}/{file}"))
-            with open(f"{tree}/{file}", "w", encoding="utf-8") as source:
-                source.write(f"#include {include}\n")
+            for file, include in sources:
+                os.makedirs(os.path.dirname(f"{tree}/{file}"), exist_ok=True)
+                with open(f"{tree}/{file}", "w", encoding="utf-8") as source:
+                    source.write(f"#include {include}\n")
             setattr(check_layers, "TREE", tree)
             return int(check_layers.main())
 
@@ -33,26 +35,72 @@ class CheckLayers(unittest.TestCase):
                               ("util/files/A.cpp", '"util/log/QFLog.h"'),
                               ("util/log/A.cpp", '"platform/FileSystem.h"'),
                               ("platform/Console.h", '"platform/foundation/Date.h"'),
-                              ("platform/linux/A.cpp", "<unistd.h>"),
-                              ("platform/linux/tools/A.cpp", '"platform/linux/Trash.h"'),
-                              ("platform/terminal/A.cpp", '"platform/linux/Trash.h"'),
+                              ("platform/support/A.h", '"platform/Console.h"'),
+                              ("util/task/A.h", '"platform/support/Process.h"'),
+                              ("platform/linux/StartUp.cpp", "<unistd.h>"),
+                              ("platform/linux/StartUp.cpp", '"platform/linux/files/Digests.h"'),
+                              ("platform/linux/system/A.cpp", '"platform/support/Process.h"'),
+                              ("platform/linux/tools/A.cpp", '"platform/linux/desktop/Trash.h"'),
+                              ("platform/terminal/A.cpp", '"platform/linux/posix/Errors.h"'),
                               ("platform/start/A.cpp", '"platform/qt/Identity.h"')):
             with self.subTest(file=file, include=include):
-                self.assertEqual(0, self.strangers(file, include))
+                self.assertEqual(0, self.status((file, include)))
 
     def test_finds_what_a_layer_may_not_know(self) -> None:
         for file, include in (("app/A.cpp", "<QWidget>"), ("app/A.cpp", "<unistd.h>"),
-                              ("app/A.cpp", '"platform/linux/Trash.h"'),
+                              ("app/A.cpp", '"platform/linux/desktop/Trash.h"'),
                               ("util/log/A.cpp", '"util/files/QFFileManager.h"'),
                               ("util/files/sub/A.h", '"app/B.h"'),
                               ("platform/Console.h", '"util/log/QFLog.h"'),
-                              ("platform/foundation/A.cpp", '"platform/linux/Trash.h"'),
-                              ("platform/linux/A.cpp", '"util/log/QFLog.h"'),
-                              ("platform/linux/A.cpp", '"platform/qt/Identity.h"'),
+                              ("platform/foundation/A.cpp", '"platform/linux/desktop/Trash.h"'),
+                              ("platform/foundation/A.cpp", '"platform/Console.h"'),
+                              ("platform/Console.h", '"platform/support/Process.h"'),
+                              ("platform/support/A.cpp", "<unistd.h>"),
+                              ("platform/linux/posix/A.cpp", '"util/log/QFLog.h"'),
+                              ("platform/linux/posix/A.cpp", '"platform/qt/Identity.h"'),
+                              ("platform/terminal/A.cpp", '"platform/linux/desktop/Trash.h"'),
                               ("platform/qt/A.cpp", '"app/AppController.h"'),
                               ("platform/terminal/A.cpp", '"platform/qt/Identity.h"')):
             with self.subTest(file=file, include=include):
-                self.assertEqual(1, self.strangers(file, include))
+                self.assertEqual(1, self.status((file, include)))
+
+    def test_lets_a_room_use_only_those_before_it(self) -> None:
+        rooms = ("posix", "process", "files", "plist", "system", "desktop", "authorization",
+                 "tools")
+        for number, room in enumerate(rooms):
+            for other_number, other in enumerate(rooms):
+                with self.subTest(room=room, other=other):
+                    self.assertEqual(
+                        0 if other_number <= number else 1,
+                        self.status((f"platform/linux/{room}/A.cpp",
+                                     f'"platform/linux/{other}/B.h"')))
+
+    def test_lets_the_helper_use_nothing_but_the_first_room(self) -> None:
+        helper = "platform/linux/authorization/helper"
+        for include, status in (("<unistd.h>", 0), (f'"{helper}/B.h"', 0),
+                                ('"platform/linux/posix/Errors.h"', 0),
+                                ('"platform/linux/process/Child.h"', 1),
+                                ('"platform/linux/authorization/B.h"', 1),
+                                ('"platform/Console.h"', 1),
+                                ('"platform/foundation/Text.h"', 1)):
+            with self.subTest(include=include):
+                self.assertEqual(status, self.status((f"{helper}/A.cpp", include)))
+
+    def test_finds_a_file_that_belongs_to_no_layer(self) -> None:
+        self.assertEqual(1, self.status(("platform/other/A.cpp", "<vector>")))
+
+    def test_finds_folders_that_include_each_other(self) -> None:
+        self.assertEqual(1, self.status(("app/A.cpp", '"app/cli/B.h"'),
+                                        ("app/cli/B.h", '"app/A.h"')))
+
+    def test_finds_a_circle_of_three_folders_outside_the_layers_too(self) -> None:
+        self.assertEqual(1, self.status(("tests/one/A.cpp", '"tests/two/B.h"'),
+                                        ("tests/two/B.h", '"tests/three/C.h"'),
+                                        ("tests/three/C.h", '"tests/one/A.h"')))
+
+    def test_lets_files_of_a_folder_include_each_other_and_many_one_folder(self) -> None:
+        self.assertEqual(0, self.status(("app/A.cpp", '"app/B.h"'), ("app/B.h", '"app/cli/C.h"'),
+                                        ("tests/A.cpp", '"app/cli/C.h"')))
 
 
 if __name__ == "__main__":

@@ -295,6 +295,41 @@ class TheCheck(WithSuite):
         os.symlink(".local/share/Trash/files", f"{self.home}/.Trash")
         self.assertEqual([], self.report().problems)
 
+    def make_metadata(self, *names: str) -> str:
+        folder = f"{self.home}/.local/share/gvfs-metadata"
+        os.makedirs(folder)
+        for name in names:
+            with open(f"{folder}/{name}", "xb"):
+                pass
+        return folder
+
+    def test_lets_the_desktop_s_notes_on_files_appear_change_and_go(self) -> None:
+        databases = ("home", "root", "uuid-1-2", "label-Data", "root.A1B2C3")
+        folder = self.make_metadata(*databases, "home-0123abcd.log")
+        self.uninstall()
+        self.assertEqual([], self.report().problems)
+        self.take_manifest()
+        with open(f"{folder}/home", "ab") as database:
+            database.write(b"more")
+        os.unlink(f"{folder}/home-0123abcd.log")
+        self.assertNotIn("gvfs-metadata", "".join(self.report().problems))
+
+    def test_finds_what_is_none_of_the_desktop_s_beside_its_notes(self) -> None:
+        folder = self.make_metadata("Stray", "home-1.log", "homes")
+        os.mkdir(f"{folder}/root")
+        os.symlink("homes", f"{folder}/home")
+        self.uninstall()
+        strays = ("Stray", "home", "home-1.log", "homes", "root")
+        self.assertEqual({f"{folder}/{name}: has appeared" for name in strays},
+                         set(self.report().problems))
+
+    def test_finds_notes_on_files_that_another_user_has_made(self) -> None:
+        self.uninstall()
+        folder = self.make_metadata()
+        entry = self.manifest.entries[self.home]
+        self.manifest.entries[self.home] = replace(entry, owner=entry.owner + 1)
+        self.assertIn(f"{folder}: has appeared", self.report().problems)
+
 
 if __name__ == "__main__":
     unittest.main()

@@ -39,6 +39,8 @@ public:
     /// Every call but those of copyPrivilegedReference.
     std::vector<AuthorizationCall> calls;
     std::vector<platform::AuthorizationFlags> inheritanceFlags;
+    /// Whether rights that were given last.
+    bool rightsLast = true;
     /// How much of the last tool's output was left when its stream was let go.
     std::streamsize unreadOutput = -1;
 
@@ -49,6 +51,8 @@ public:
                                              const platform::AuthorizationItemSet& rights,
                                              const platform::AuthorizationItemSet& environment,
                                              platform::AuthorizationFlags flags) override;
+
+    bool holdsRights(platform::AuthorizationRef /*ref*/) override { return rightsLast; }
 
     void free(platform::AuthorizationRef ref, platform::AuthorizationFlags flags) override;
 

@@ -8,6 +8,9 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <filesystem>
+
+namespace fs = std::filesystem;
 
 namespace {
 
@@ -43,6 +46,17 @@ Outcome run(const std::vector<std::string>& command, const std::vector<std::stri
         return {};
     }
     return {WEXITSTATUS(status), contentOf(output)};
+}
+
+std::string preloading(const std::string& library) {
+    // The loader takes a path with a space for two, and an ordinary user may have no way to it.
+    static const TemporaryFolder folder;
+    const auto copy = folder / "library";
+    if (!fs::exists(copy)) {
+        fs::permissions(folder.path(), fs::perms{0755});
+        fs::copy_file(library, copy);
+    }
+    return "LD_PRELOAD=" + copy;
 }
 
 std::vector<std::string> asOrdinaryUser() {

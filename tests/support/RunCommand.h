@@ -14,6 +14,10 @@ struct Outcome {
 Outcome run(const std::vector<std::string>& command,
             const std::vector<std::string>& environment = {});
 
+/// The variable that has a command load a library of the build tree before all others: the same one
+/// in all of a test program.
+std::string preloading(const std::string& library);
+
 /// The command that runs another as an ordinary user without privileges; empty when the test is
 /// run by one.
 std::vector<std::string> asOrdinaryUser();

@@ -53,9 +53,10 @@ XServer::XServer() {
     if (::pipe2(pipe, O_CLOEXEC) != 0) {
         return;
     }
+    // Without -noreset it would turn clients away for a moment whenever the last one leaves.
     server_ = std::make_unique<ChildProgram>(
         std::vector<std::string>{"Xvfb", "-displayfd", std::to_string(pipe[1]), "-screen", "0",
-                                 "1366x768x24", "-nolisten", "tcp"},
+                                 "1366x768x24", "-nolisten", "tcp", "-noreset"},
         pipe[1]);
     ::close(pipe[1]);
     char digit = 0;

@@ -34,7 +34,7 @@ void addText(Value::Dictionary& request, const char* key, const QFAlert::Text& t
     }
 }
 
-QFAlert::Text text(const Value& request, const char* key) {
+QFAlert::Text textOf(const Value& request, const char* key) {
     const auto* value = request[key].as<std::string>();
     return value != nullptr ? QFAlert::Text(*value) : std::nullopt;
 }
@@ -43,13 +43,13 @@ QFAlert::Text text(const Value& request, const char* key) {
 /// format that the platform fills with no arguments.
 platform::AlertDescription description(const Value& request) {
     const auto informative =
-        platform::format("%@", text(request, "informativeText").value_or(std::string()));
-    return {.messageText = text(request, "messageText").value_or(std::string()),
+        platform::format("%@", textOf(request, "informativeText").value_or(std::string()));
+    return {.messageText = textOf(request, "messageText").value_or(std::string()),
             .informativeText = platform::format(informative),
-            .defaultButtonTitle = text(request, "defaultButtonTitle"),
-            .alternateButtonTitle = text(request, "alternateButtonTitle"),
-            .otherButtonTitle = text(request, "otherButtonTitle"),
-            .suppressionKey = text(request, "suppressionBinding")};
+            .defaultButtonTitle = textOf(request, "defaultButtonTitle"),
+            .alternateButtonTitle = textOf(request, "alternateButtonTitle"),
+            .otherButtonTitle = textOf(request, "otherButtonTitle"),
+            .suppressionKey = textOf(request, "suppressionBinding")};
 }
 
 /// Deletes an alert on the main thread, whichever thread lets go of it last.
@@ -159,7 +159,7 @@ void QFAlert::waitForAnswer() const {
 }
 
 void QFAlert::alertSheetWithDictionary(const Value& request) {
-    const auto selector = text(request, "didEndSelector").value_or(std::string());
+    const auto selector = textOf(request, "didEndSelector").value_or(std::string());
     setAlert({platform::service<platform::AlertPanels>().create(description(request)).release(),
               deleteOnMainThread});
     if (parentWindow() != nullptr && parentWindow()->hasAttachedSheet()) {

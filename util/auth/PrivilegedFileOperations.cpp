@@ -34,14 +34,10 @@ constexpr std::string_view refusedToMove =
     "Unable to move path %@ because it is a system directory.";
 constexpr std::string_view moveFromNothing = "Error in authMoveFile: old path is null";
 constexpr std::string_view moveToNothing = "Error in authMoveFile: new path is null";
-constexpr std::string_view copyFromNothing = "Error in authCopyFile: old path is null";
-constexpr std::string_view copyToNothing = "Error in authCopyFile: new path is null";
+constexpr std::string_view authCopyFromNothing = "Error in authCopyFile: old path is null";
+constexpr std::string_view authCopyToNothing = "Error in authCopyFile: new path is null";
 
 constexpr std::chrono::microseconds pauseAfterCreation{500};
-
-platform::FileSystem& fileSystem() {
-    return platform::service<platform::FileSystem>();
-}
 
 /// Logs `message` when the path is one that must not be touched.
 bool isRefused(const std::string& item, std::string_view message) {
@@ -78,7 +74,7 @@ void startAsSuperuser(const std::string& tool, const std::vector<std::string>& a
 }
 
 std::vector<platform::DirectoryEntry> entries(const std::string& folder) {
-    return fileSystem().contentsOfDirectory(folder).value_or(
+    return platform::service<platform::FileSystem>().contentsOfDirectory(folder).value_or(
         std::vector<platform::DirectoryEntry>());
 }
 
@@ -94,7 +90,8 @@ std::string timestamp() {
 int QFAuthorization::authExecTask(const std::string& path,
                                   const std::vector<std::string>& parameters, Async async) {
     // A tool that this machine replaces by a stand-in does not exist at its path, but can be run.
-    if (!fileSystem().exists(path) && !fileSystem().isExecutable(path)) {
+    if (!platform::service<platform::FileSystem>().exists(path) &&
+        !platform::service<platform::FileSystem>().isExecutable(path)) {
         platform::systemLog(toolDoesNotExist, path);
         return toolMissing;
     }
@@ -176,7 +173,7 @@ std::string QFAuthorization::trashDestination(const std::string& path) const {
     if (isSuperuser() && userDirectory_) {
         destination = *userDirectory_ + "/.Trash/" + name;
     }
-    if (fileSystem().exists(destination)) {
+    if (platform::service<platform::FileSystem>().exists(destination)) {
         destination =
             path::deletingExtension(destination) + "_" + timestamp() + "." + path::extension(path);
     }
@@ -219,7 +216,8 @@ bool QFAuthorization::authMoveFolderContents(const std::string& path, const std:
 bool QFAuthorization::authMoveFile(const std::optional<std::string>& path,
                                    const std::optional<std::string>& toPath) {
     if (!bothGiven(path, toPath, moveFromNothing, moveToNothing) ||
-        isRefused(*path, refusedToMove) || !fileSystem().exists(*path)) {
+        isRefused(*path, refusedToMove) ||
+        !platform::service<platform::FileSystem>().exists(*path)) {
         return false;
     }
     return startTool("/bin/mv", {"-f", *path, *toPath});
@@ -227,7 +225,8 @@ bool QFAuthorization::authMoveFile(const std::optional<std::string>& path,
 
 bool QFAuthorization::authCopyFile(const std::optional<std::string>& path,
                                    const std::optional<std::string>& toPath) {
-    if (!bothGiven(path, toPath, copyFromNothing, copyToNothing) || !fileSystem().exists(*path)) {
+    if (!bothGiven(path, toPath, authCopyFromNothing, authCopyToNothing) ||
+        !platform::service<platform::FileSystem>().exists(*path)) {
         return false;
     }
     return startTool("/bin/cp", {"-f", "-p", "-R", *path, *toPath});

@@ -131,7 +131,9 @@ bool QFAuthorization::isSuperuser() {
 }
 
 bool QFAuthorization::isAuthorized() const {
-    return isSuperuser() || authRef_ != AuthorizationRef::none;
+    const AuthorizationRef held = authRef_;
+    return isSuperuser() ||
+           (held != AuthorizationRef::none && authorizationServices().holdsRights(held));
 }
 
 bool QFAuthorization::canAuthorize() const {
@@ -144,6 +146,8 @@ bool QFAuthorization::authStart() {
     if (isAuthorized()) {
         return true;
     }
+    // A right that has not lasted is given up before another is asked for.
+    authEnd();
     if (!hasGUI_) {
         platform::systemLog(unableToAuthorize);
         return false;

@@ -77,7 +77,7 @@ public:
     /// Gives the right up. The superuser stays authorized.
     void authEnd();
 
-    /// Whether the right is held.
+    /// Whether the right is held. One that the platform has taken back is not.
     bool isAuthorized() const;
 
     /// Whether a right can be obtained at all: the user may be asked, or the superuser runs this.

@@ -3,12 +3,12 @@
 #include "platform/Clock.h"
 #include "platform/Console.h"
 #include "platform/ExtendedAttributes.h"
-#include "platform/FileSystem.h"
 #include "platform/Services.h"
 #include "platform/Workspace.h"
 #include "platform/foundation/TextEncoding.h"
 #include "util/auth/QFAuthorization.h"
 #include "util/files/FolderWalk.h"
+#include "util/files/Services.h"
 #include "util/log/QFLog.h"
 #include "util/paths/QFLocalPaths.h"
 #include "util/task/QFTaskEx.h"
@@ -34,10 +34,6 @@ constexpr std::chrono::seconds touchTimeout{5};
 
 /// The longest value of an extended attribute that is read, in bytes.
 constexpr std::size_t readableSize = 255;
-
-platform::FileSystem& fileSystem() {
-    return platform::service<platform::FileSystem>();
-}
 
 platform::ExtendedAttributes& extendedAttributes() {
     return platform::service<platform::ExtendedAttributes>();

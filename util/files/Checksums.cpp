@@ -17,10 +17,10 @@ namespace {
 // Every file is called a destination here, on purpose.
 constexpr std::string_view unableToOpen =
     "Error: Unable to open destination file %@. Aborting hash verification...";
-constexpr std::string_view outOfMemory = "Error reading file %@ - out of memory";
-constexpr std::string_view errorReading = "Error reading file %@ - aborting...";
+constexpr std::string_view checksumOutOfMemory = "Error reading file %@ - out of memory";
+constexpr std::string_view checksumErrorReading = "Error reading file %@ - aborting...";
 
-constexpr std::string_view shouldContinue = "checksumShouldContinue:";
+constexpr std::string_view checksumShouldContinue = "checksumShouldContinue:";
 
 /// The delegate is asked when exactly a multiple of so many bytes is read: 50 MiB. After a chunk
 /// that came short that may never be so again, on purpose.
@@ -31,7 +31,7 @@ using StopFlag = std::shared_ptr<std::atomic<bool>>;
 
 void askWhetherToContinue(const std::shared_ptr<ChecksumDelegate>& delegate,
                           const std::string& path, const StopFlag& stop) {
-    callDelegateLater(shouldContinue, [delegate, path, stop] {
+    callDelegateLater(checksumShouldContinue, [delegate, path, stop] {
         if (!delegate->checksumShouldContinue(path)) {
             *stop = true;
         }
@@ -49,7 +49,7 @@ std::optional<std::string> digestOfFile(const std::string& path,
     platform::DigestContext context(algorithm);
     const auto buffer = filereading::makeBuffer();
     if (buffer == nullptr) {
-        QFLog::appendLogAndPrint(outOfMemory, path);
+        QFLog::appendLogAndPrint(checksumOutOfMemory, path);
         return std::nullopt;
     }
     const auto stop = std::make_shared<std::atomic<bool>>(false);
@@ -66,7 +66,7 @@ std::optional<std::string> digestOfFile(const std::string& path,
         }
     }
     if (!file->isAtEnd()) {
-        QFLog::appendLogAndPrint(errorReading, path);
+        QFLog::appendLogAndPrint(checksumErrorReading, path);
         return std::nullopt;
     }
     return digestText(context);

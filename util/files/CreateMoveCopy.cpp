@@ -2,13 +2,12 @@
 
 #include "platform/Clock.h"
 #include "platform/Console.h"
-#include "platform/FileSystem.h"
-#include "platform/Services.h"
 #include "platform/foundation/Path.h"
 #include "platform/foundation/Text.h"
 #include "util/auth/QFAuthorization.h"
 #include "util/files/FileNames.h"
 #include "util/files/FolderWalk.h"
+#include "util/files/Services.h"
 #include "util/files/TimedWait.h"
 #include "util/log/QFLog.h"
 
@@ -30,10 +29,6 @@ constexpr std::string_view errorCopyingFile = "Error copying file: %@. Authorizi
 constexpr std::string_view copyingEntry = "File: %@";
 
 constexpr std::chrono::microseconds pauseAfterCaseRename{500};
-
-platform::FileSystem& fileSystem() {
-    return platform::service<platform::FileSystem>();
-}
 
 /// Whether a move changes nothing but the case of letters, as far as it changes anything.
 bool isCaseRename(const std::string& path, const std::string& toPath) {

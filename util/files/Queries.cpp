@@ -1,10 +1,10 @@
 #include "util/files/QFFileManager.h"
 
-#include "platform/FileSystem.h"
 #include "platform/Services.h"
 #include "platform/Workspace.h"
 #include "platform/foundation/Format.h"
 #include "util/files/FolderWalk.h"
+#include "util/files/Services.h"
 
 #include <algorithm>
 #include <array>
@@ -33,10 +33,6 @@ constexpr std::array sizeSteps{
     SizeStep{terabyte, gigabyte, "%0.2f GB"},
     SizeStep{std::numeric_limits<double>::infinity(), terabyte, "%0.2f TB"},
 };
-
-platform::FileSystem& fileSystem() {
-    return platform::service<platform::FileSystem>();
-}
 
 } // namespace
 

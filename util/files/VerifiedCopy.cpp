@@ -1,9 +1,9 @@
 #include "platform/Console.h"
 #include "platform/FileStreams.h"
-#include "platform/FileSystem.h"
 #include "platform/foundation/Path.h"
 #include "util/files/FileReading.h"
 #include "util/files/QFFileManager.h"
+#include "util/files/Services.h"
 #include "util/log/QFLog.h"
 
 #include <algorithm>
@@ -29,8 +29,8 @@ constexpr std::string_view unableToReadSource =
     "Error: Unable to read source file %@. Aborting copy process...";
 constexpr std::string_view unableToOpenDestination =
     "Error: Unable to open destination file %@. Aborting copy process...";
-constexpr std::string_view outOfMemory = "Error copying file %@ - out of memory";
-constexpr std::string_view errorReading = "Error reading file %@ - aborting...";
+constexpr std::string_view copyOutOfMemory = "Error copying file %@ - out of memory";
+constexpr std::string_view copyErrorReading = "Error reading file %@ - aborting...";
 constexpr std::string_view errorWriting = "Error writing file %@: %i";
 constexpr std::string_view sizeDiffers =
     "Error: copied file size does not match original source %@";
@@ -44,7 +44,7 @@ constexpr std::string_view systemErrorNumber = "errno: %i";
 constexpr std::string_view streamErrorIndicator = "err: %i";
 
 constexpr std::string_view bytesWritten = "fileCopyBytesWritten:settings:";
-constexpr std::string_view shouldContinue = "fileCopyShouldContinue:";
+constexpr std::string_view copyShouldContinue = "fileCopyShouldContinue:";
 constexpr std::string_view verificationFailed = "fileCopyVerificationFailed:file:";
 constexpr std::string_view finished = "fileCopyFinished:";
 
@@ -59,10 +59,6 @@ constexpr std::string_view copyOperation =
 constexpr platform::Timeout timeForAFolder{10};
 
 using Chunk = std::span<const std::byte>;
-
-platform::FileSystem& fileSystem() {
-    return platform::service<platform::FileSystem>();
-}
 
 std::optional<platform::DigestContext> contextFor(VerificationType type) {
     switch (type) {
@@ -216,7 +212,7 @@ private:
         buffer_ = filereading::makeBuffer();
         readBack_ = filereading::makeBuffer();
         if (buffer_ == nullptr || readBack_ == nullptr) {
-            QFLog::appendLogAndPrint(outOfMemory, source_);
+            QFLog::appendLogAndPrint(copyOutOfMemory, source_);
             return false;
         }
         return true;
@@ -238,7 +234,7 @@ private:
     /// Nothing was read: because the source is at its end, or because it cannot be read.
     bool endsHere() const {
         if (!file_->isAtEnd()) {
-            QFLog::appendLogAndPrint(errorReading, source_);
+            QFLog::appendLogAndPrint(copyErrorReading, source_);
             return false;
         }
         return true;
@@ -327,7 +323,7 @@ private:
                               });
         }
         if (answers(&FileCopyDelegate::fileCopyShouldContinue)) {
-            callDelegateLater(shouldContinue,
+            callDelegateLater(copyShouldContinue,
                               [delegate = delegate_, settings = settings_, cancelled = cancelled_] {
                                   if (!delegate->fileCopyShouldContinue(settings)) {
                                       *cancelled = true;

@@ -1,5 +1,6 @@
 #include "util/launchd/QFLaunchd.h"
 
+#include "platform/AlertPanel.h"
 #include "platform/Application.h"
 #include "platform/Clock.h"
 #include "platform/Console.h"
@@ -64,8 +65,12 @@ platform::Window* mainWindow() {
     return window;
 }
 
-/// Shows the alert about a job folder and waits for its answer.
+/// Shows the alert about a job folder and waits for its answer. A program without windows has none.
 void showAlert(const char* message, const std::optional<std::string>& folder) {
+    if (platform::installedService<platform::Application>() == nullptr ||
+        platform::installedService<platform::AlertPanels>() == nullptr) {
+        return;
+    }
     QFAlert::alertSheetWithMessageText(message, platform::format(checkPermissions, folder),
                                        mainWindow());
 }

@@ -34,7 +34,7 @@ public:
     ///
     /// True when the file is in place and loading it was tried. False when it could not be written,
     /// which is logged, told on the system console, and reported by an alert on the main window,
-    /// which this waits for.
+    /// which this waits for. A program without windows shows no alert.
     static bool startJob(const std::optional<std::string>& label,
                          const platform::Value::Dictionary& settings, Domain user,
                          LaunchAgent launchAgent, ShouldAuth shouldAuth,

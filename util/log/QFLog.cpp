@@ -3,6 +3,7 @@
 #include "platform/Application.h"
 #include "platform/Clock.h"
 #include "platform/Console.h"
+#include "platform/ProcessCopies.h"
 #include "platform/Services.h"
 #include "platform/SystemInformation.h"
 #include "platform/foundation/Path.h"
@@ -25,6 +26,7 @@ QFLog& QFLog::sharedController() {
         allocWithZone(nullptr);
         allocated->setWriteQueue(&allocated->ownQueue_);
         setUncaughtExceptionHandler();
+        allocated->observeCopies();
         return *allocated;
     }();
     shared.observeTermination();
@@ -49,6 +51,36 @@ void QFLog::observeTermination() {
     if (application != nullptr && !observesTermination_.exchange(true)) {
         terminationObserver_ = application->addTerminationObserver([] { willTerminate(); });
     }
+}
+
+/// A copy of the process has no thread that writes; what was queued is the original's to write.
+void QFLog::observeCopies() {
+    auto* copies = platform::installedService<platform::ProcessCopies>();
+    if (copies == nullptr) {
+        return;
+    }
+    copies->observe(
+        [this] {
+            mutex_.lock();
+            copiedQueue_ = writeQueue();
+            if (copiedQueue_ != nullptr) {
+                copiedQueue_->prepareForCopy();
+            }
+        },
+        [this] {
+            if (copiedQueue_ != nullptr) {
+                copiedQueue_->goOnAfterCopy();
+            }
+            mutex_.unlock();
+        },
+        [this] {
+            if (copiedQueue_ != nullptr) {
+                copiedQueue_->beginAnewAsCopy();
+            }
+            bytesInQueue_ = 0;
+            startingOver_ = false;
+            mutex_.unlock();
+        });
 }
 
 void QFLog::willTerminate() {

@@ -27,6 +27,13 @@
 /// Nothing is ever reported to a caller: what goes wrong is said on standard output, and only while
 /// printing is allowed and logging is not disabled. Every member may be called from any thread.
 ///
+/// A copy of the process (platform::ProcessCopies) logs on into the same file; what was queued
+/// before is written by the original alone.
+///
+/// Several processes may share a log. Each goes on in the file that one of them starts; none loses
+/// an entry by that, or starts one that another has started already. An entry that finds no file
+/// at the log's path, because that or a folder above it was moved or deleted, is said to be lost.
+///
 /// Which thread is the main thread and when the application terminates is asked of
 /// platform::Application. In a program without one, every thread counts as a worker, so that short
 /// messages are in the file when their call returns, and the program calls finishWriting() or
@@ -54,8 +61,8 @@ public:
     /// `applicationName` names the files unless they have a name already; without either the name
     /// is the executable's, or "Unknown". When the user's preference "disable-logging" of
     /// "com.quillfen.global" is the string "1", or a number or boolean equal to one, logging is
-    /// disabled for the rest of the process. Calls from several threads at once do not exclude one
-    /// another.
+    /// disabled for the rest of the process. While one call moves and makes the files, other calls
+    /// wait, in this process and in others.
     ///
     /// Prints "Logging is disabled", "Unable to create folder %s.", "Unable to move file %s to
     /// %s." (the older logs then stay half moved and no log is started) or "Unable to create log
@@ -108,16 +115,18 @@ public:
     /// doubled, so that a format shows it as it stands. One that was doubled already stays so.
     static std::string escapeTextForLogging(std::string_view text);
 
-    /// Returns when every entry that was queued before the call is in the file. In an operation of
-    /// the write queue itself, which cannot wait for itself, it writes those that stand behind that
-    /// operation at once. Waits of several threads do not hold one another up.
+    /// Returns when the write queue is empty: every entry that was queued before the call, or
+    /// meanwhile, is in the file. In an operation of the write queue itself, which cannot wait for
+    /// itself, it writes those that were queued before at once. Waits of several threads do not
+    /// hold one another up.
     static void finishWriting();
 
     /// Queues one entry. A text of white space alone is none.
     void appendTextToLog(std::string text);
 
     /// Writes one entry into the current log, which is opened first when none is open. When that
-    /// brings the file to 500,000 bytes, writes what was queued until then and starts a new log.
+    /// brings what this process has written into the file to 500,000 bytes, writes what was queued
+    /// until then and starts a new log, unless another process has done that.
     void appendLogOnThread(std::string_view text);
 
     /// The name of the log files; where none is set, the executable's name without extension.
@@ -177,14 +186,20 @@ private:
     static platform::Date now();
 
     void observeTermination();
+    void observeCopies();
 
-    void startLog(const std::optional<std::string>& applicationName, NoPrinting noPrinting);
+    enum class Started { no, byThisCall, byAnother };
+    Started startLog(const std::optional<std::string>& applicationName, NoPrinting noPrinting,
+                     const std::shared_ptr<platform::LogFile>& full);
     void nameLog(const std::optional<std::string>& applicationName);
-    bool rotate(const std::string& folder, const std::string& name) const;
+    Started makeLog(platform::LogFile* full);
+    bool rotate(const std::string& folder, const std::string& name,
+                const std::string& current) const;
     static void writeHeader();
 
     void writeEntry(std::string_view text);
-    std::shared_ptr<platform::LogFile> openedFile();
+    bool appendEntry(std::string_view entry);
+    bool appendToFreshFile(std::string_view entry);
     void startOver();
 
     // What callers read and hardly anybody changes.
@@ -195,6 +210,7 @@ private:
     std::atomic<bool> noPrinting_{false};
     std::atomic<bool> startingOver_{false};
     std::optional<std::string> appName_;
+    platform::OperationQueue* copiedQueue_ = nullptr;
 
     // What the write queue uses for each entry, on a cache line of its own.
     alignas(64) mutable std::mutex mutex_;

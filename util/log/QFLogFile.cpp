@@ -5,6 +5,7 @@
 #include "platform/PropertyLists.h"
 #include "platform/Services.h"
 #include "platform/SystemInformation.h"
+#include "platform/foundation/Path.h"
 #include "platform/foundation/Text.h"
 #include "util/log/LogLocation.h"
 #include "util/paths/QFLocalPaths.h"
@@ -15,7 +16,8 @@ constexpr std::string_view disabledMessage = "Logging is disabled\n";
 constexpr std::string_view folderMessage = "Unable to create folder %s.\n";
 constexpr std::string_view moveMessage = "Unable to move file %s to %s.\n";
 constexpr std::string_view createMessage = "Unable to create log file %s - %s\n";
-constexpr std::string_view exceptionMessage = "Exception starting log: %s\n";
+constexpr std::string_view startExceptionMessage = "Exception starting log: %s\n";
+constexpr const char* lockedReason = "another program keeps its folder locked";
 
 constexpr std::string_view startedHeader = "Log started: %@\n";
 constexpr std::string_view versionHeader = "Version: %@\n";
@@ -63,47 +65,66 @@ void QFLog::createNewLog(const std::optional<std::string>& applicationName) {
 }
 
 void QFLog::createNewLog(const std::optional<std::string>& applicationName, NoPrinting noPrinting) {
-    auto& log = sharedController();
-    try {
-        log.startLog(applicationName, noPrinting);
-    } catch (const std::exception& exception) {
-        log.print(exceptionMessage, {exception.what()});
-    }
+    sharedController().startLog(applicationName, noPrinting, nullptr);
 }
 
-void QFLog::startLog(const std::optional<std::string>& applicationName, NoPrinting noPrinting) {
-    setNoPrinting(noPrinting == NoPrinting::yes);
-    if (loggingDisabled()) {
-        return;
+/// Starts a log, unless `full` is given and somebody else has started one in its place.
+QFLog::Started QFLog::startLog(const std::optional<std::string>& applicationName,
+                               NoPrinting noPrinting,
+                               const std::shared_ptr<platform::LogFile>& full) {
+    auto started = Started::no;
+    try {
+        setNoPrinting(noPrinting == NoPrinting::yes);
+        if (loggingDisabled()) {
+            return started;
+        }
+        setFileHandle(nullptr);
+        if (isDisabledByUser()) {
+            print(disabledMessage, {});
+            setLoggingDisabled(true);
+            return started;
+        }
+        nameLog(applicationName);
+        setBytesWritten(0);
+        started = makeLog(full.get());
+        if (started == Started::byThisCall) {
+            writeHeader();
+        }
+    } catch (const std::exception& exception) {
+        print(startExceptionMessage, {exception.what()});
     }
-    setFileHandle(nullptr);
-    if (isDisabledByUser()) {
-        print(disabledMessage, {});
-        setLoggingDisabled(true);
-        return;
-    }
-    nameLog(applicationName);
-    setBytesWritten(0);
+    return started;
+}
 
+/// Writes no entry: the write queue may wait for the lock.
+QFLog::Started QFLog::makeLog(platform::LogFile* full) {
     const auto name = appName();
     const auto folder = log_location::userFolder();
     const auto current = log_location::currentLog(name);
     auto& files = platform::service<platform::LogFiles>();
     if (!folder || !current || (!files.exists(*folder) && files.createFolder(*folder))) {
         print(folderMessage, {folder ? std::optional(platform::text::printable(*folder)) : folder});
-        return;
+        return Started::no;
     }
-    if (files.exists(*current) && !rotate(*folder, name)) {
-        return;
+    const auto lock = files.lock({*folder, platform::path::deletingLastComponent(*current)});
+    if (lock == nullptr) {
+        print(createMessage, {platform::text::printable(*current), lockedReason});
+        return Started::no;
+    }
+    if (full != nullptr && !full->isInPlace()) {
+        setFileHandle(files.open(*current));
+        return Started::byAnother;
+    }
+    if (files.exists(*current) && !rotate(*folder, name, *current)) {
+        return Started::no;
     }
     if (const auto error = files.createEmptyFile(*current)) {
         print(createMessage, {platform::text::printable(*current), error->localizedDescription});
-        return;
+        return Started::no;
     }
-    if (auto file = files.open(*current)) {
-        setFileHandle(std::move(file));
-        writeHeader();
-    }
+    const auto file = files.open(*current);
+    setFileHandle(file);
+    return file ? Started::byThisCall : Started::no;
 }
 
 /// A name that is given counts only while there is none; an empty one is none to speak of.
@@ -119,8 +140,9 @@ void QFLog::nameLog(const std::optional<std::string>& applicationName) {
     }
 }
 
-/// Makes room for a new log; false when a file could not be moved.
-bool QFLog::rotate(const std::string& folder, const std::string& name) const {
+/// Makes room for a new log at `current`; false when a file could not be moved.
+bool QFLog::rotate(const std::string& folder, const std::string& name,
+                   const std::string& current) const {
     using namespace log_location;
     auto& files = platform::service<platform::LogFiles>();
     const auto last = numberedLog(folder, name, oldest);
@@ -130,7 +152,8 @@ bool QFLog::rotate(const std::string& folder, const std::string& name) const {
     for (int number = oldest - 1; number >= newest; --number) {
         const auto from = numberedLog(folder, name, number);
         const auto to = numberedLog(folder, name, number + 1);
-        if (files.exists(from) && files.moveItem(from, to)) {
+        if (files.exists(from) &&
+            (from == current ? files.setAside(from, to) : files.moveItem(from, to))) {
             print(moveMessage, {platform::text::printable(from), platform::text::printable(to)});
             return false;
         }

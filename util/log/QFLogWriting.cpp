@@ -4,6 +4,7 @@
 
 #include "platform/Application.h"
 #include "platform/Services.h"
+#include "platform/foundation/Path.h"
 #include "platform/foundation/Text.h"
 #include "util/log/LogLocation.h"
 
@@ -20,7 +21,7 @@ constexpr std::string_view consoleFormat = "%@\n";
 constexpr std::string_view truncatedMessage = "Log truncated at 500KB";
 constexpr std::string_view lostMessage = "Unable to log the following information: %s\n";
 constexpr std::string_view unopenedMessage = "Unable to open log for output\n";
-constexpr std::string_view exceptionMessage = "Exception writing to log: %s\n";
+constexpr std::string_view writeExceptionMessage = "Exception writing to log: %s\n";
 
 /// The size, in bytes, at which a log is full.
 constexpr std::uint64_t sizeLimit = 500000;
@@ -191,7 +192,7 @@ void QFLog::appendLogOnThread(std::string_view text) {
     try {
         writeEntry(text);
     } catch (const std::exception& exception) {
-        print(exceptionMessage, {exception.what()});
+        print(writeExceptionMessage, {exception.what()});
     }
 }
 
@@ -199,9 +200,8 @@ void QFLog::writeEntry(std::string_view text) {
     if (loggingDisabled()) {
         return;
     }
-    if (const auto file = openedFile()) {
-        const auto entry = entryOf(now(), text);
-        file->append(entry);
+    const auto entry = entryOf(now(), text);
+    if (appendEntry(entry)) {
         bytesWritten_ += entry.size();
         if (bytesWritten() >= sizeLimit) {
             startOver();
@@ -213,28 +213,44 @@ void QFLog::writeEntry(std::string_view text) {
     bytesInQueue_ -= platform::text::utf16Length(text);
 }
 
-std::shared_ptr<platform::LogFile> QFLog::openedFile() {
-    auto file = fileHandle();
-    if (file) {
-        return file;
-    }
-    if (const auto path = log_location::currentLog(appName())) {
-        file = platform::service<platform::LogFiles>().open(*path);
+/// False when there is no log to write to.
+bool QFLog::appendEntry(std::string_view entry) {
+    const auto file = fileHandle();
+    if (file && file->append(entry)) {
+        return true;
     }
     if (file) {
-        setFileHandle(file);
+        setFileHandle(nullptr);
+        setBytesWritten(0);
     }
-    return file;
+    return appendToFreshFile(entry);
+}
+
+/// Opens the current log and writes into it, while nobody starts another one.
+bool QFLog::appendToFreshFile(std::string_view entry) {
+    const auto path = log_location::currentLog(appName());
+    if (!path) {
+        return false;
+    }
+    auto& files = platform::service<platform::LogFiles>();
+    // Without the lock, which is somebody's who does not go on, the entry is written all the same.
+    const auto lock = files.lock({platform::path::deletingLastComponent(*path)});
+    const auto file = files.open(*path);
+    setFileHandle(file);
+    return file && file->append(entry);
 }
 
 /// The entries that finishWriting() writes here still belong to the full log, however large they
-/// make it: only the entry that filled it starts a new one.
+/// make it: only the entry that filled it starts a new one. Where somebody else does so first,
+/// this one goes on in that.
 void QFLog::startOver() {
     if (startingOver_.exchange(true)) {
         return;
     }
+    const auto full = fileHandle();
     finishWriting();
-    createNewLog(appName());
-    appendLog(truncatedMessage);
+    if (startLog(appName(), NoPrinting::no, full) != Started::byAnother) {
+        appendLog(truncatedMessage);
+    }
     startingOver_ = false;
 }

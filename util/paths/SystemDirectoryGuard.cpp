@@ -16,7 +16,7 @@ constexpr std::array<std::string_view, 6> protectedTrees{"/usr/",  "/var/",     
                                                          "/sbin/", "/private/var/", "/System/"};
 constexpr std::string_view unprotectedTree = "/usr/local/";
 
-constexpr std::string_view volumesFolder = "/Volumes/";
+constexpr std::string_view volumesPrefix = "/Volumes/";
 constexpr std::string_view backupStore = "Backups.backupdb";
 
 bool isStandardFolder(const std::string& path) {
@@ -85,7 +85,7 @@ bool QFLocalPaths::isPathSystemDirectory(const std::optional<std::string>& path)
 }
 
 bool QFLocalPaths::isPathOnTimeMachineVolume(const std::optional<std::string>& path) {
-    if (!path || !path->starts_with(volumesFolder)) {
+    if (!path || !path->starts_with(volumesPrefix)) {
         return false;
     }
     const auto components = platform::path::components(*path);

@@ -18,6 +18,7 @@ namespace {
 constexpr const char* noTaskSet = "Unable to launch async task - no task set";
 constexpr const char* notLaunchable =
     "Unable to launch async task - task does not exist or is not executable";
+constexpr const char* noPipe = "the task's standard output is no pipe";
 constexpr const char* exceptionLine = "Exception: %@";
 
 constexpr const char* dataNotification = "QFAsyncTaskDataNotification";
@@ -72,6 +73,37 @@ void QFTaskEx::prepareRun(const std::shared_ptr<platform::Process>& child, Recei
     theTask_.set(child);
 }
 
+std::shared_ptr<platform::Delegate> QFTaskEx::delegate() const {
+    const std::lock_guard lock(mutex_);
+    return receiver_.delegate.lock();
+}
+
+void QFTaskEx::setDelegate(std::weak_ptr<platform::Delegate> delegate) {
+    const std::lock_guard lock(mutex_);
+    receiver_.delegate = std::move(delegate);
+}
+
+std::optional<std::string> QFTaskEx::selector() const {
+    const std::lock_guard lock(mutex_);
+    return receiver_.selector;
+}
+
+void QFTaskEx::setSelector(std::optional<std::string> selector) {
+    const std::lock_guard lock(mutex_);
+    receiver_.selector = std::move(selector);
+}
+
+Value QFTaskEx::object() const {
+    const std::lock_guard lock(mutex_);
+    return receiver_.object;
+}
+
+/// The former object is given up last, when it may call the runner again.
+void QFTaskEx::setObject(Value object) {
+    const std::lock_guard lock(mutex_);
+    std::swap(receiver_.object, object);
+}
+
 void QFTaskEx::launchAsyncTask() {
     run(theTask());
 }
@@ -90,6 +122,9 @@ void QFTaskEx::run(const std::shared_ptr<platform::Process>& child) {
         }
         launchUnlessTerminated(*child);
         const auto pipe = child->description().standardOutput.pipe();
+        if (pipe == nullptr) {
+            throw platform::Exception("NSInvalidArgumentException", noPipe);
+        }
         for (auto chunk = platform::availableData(*pipe); !chunk.bytes.empty();
              chunk = platform::availableData(*pipe)) {
             returnData(child, notificationOf(std::move(chunk)));

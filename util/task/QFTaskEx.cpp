@@ -86,6 +86,18 @@ Data readToEnd(platform::Pipe* output, platform::Pipe* error) {
     return outputData;
 }
 
+/// As readToEnd(). A child of which nobody reads the rest is asked to end.
+Data outputOf(const Process& child) {
+    const auto& output = child.description().standardOutput.pipe();
+    const auto& error = child.description().standardError.pipe();
+    try {
+        return readToEnd(output.get(), error.get());
+    } catch (const platform::Exception&) {
+        child.terminate();
+        throw;
+    }
+}
+
 std::optional<std::string> decoded(const std::optional<Data>& data, TextEncoding encoding) {
     return data ? platform::decodedText(*data, encoding) : std::string();
 }
@@ -152,8 +164,7 @@ std::optional<Data> QFTaskEx::dataFromTask(const std::string& path, const TaskAr
         }
         const auto child = collectedTask(path, arguments, environment, logOutput, logError);
         launch(child, task);
-        return readToEnd(child->description().standardOutput.pipe().get(),
-                         child->description().standardError.pipe().get());
+        return outputOf(*child);
     } catch (const platform::Exception& exception) {
         QFLog::appendLogAndPrint(exceptionRunningTask, path, exception.reason());
         return std::nullopt;

@@ -2,9 +2,9 @@
 
 #include "platform/foundation/Delegate.h"
 #include "platform/foundation/Notification.h"
-#include "platform/foundation/Process.h"
 #include "platform/foundation/TextEncoding.h"
 #include "platform/foundation/Timeout.h"
+#include "platform/support/Process.h"
 #include "util/task/TaskArguments.h"
 #include "util/task/TaskSlot.h"
 
@@ -36,12 +36,12 @@ enum class LogError { no, yes };
 ///
 /// A time-out counts in whole seconds. When it is over while the child runs, the child is asked to
 /// end, on the main thread, which must be running its loop, and "Task %@ timed out. Terminating..."
-/// is logged and printed; the operation then returns once the child has obeyed, with what it
-/// has. A child that ignores the request, or whose own children keep its output open outside its
-/// process group, is waited for. The time-out's thread sleeps the whole interval and keeps the
-/// runner alive that long, even when the child has ended long before. When the system has no thread
-/// left for it, a timed operation runs nothing: it logs and prints why, as
-/// QFException::logException does, and gives nothing, or -1 for an exit status.
+/// is logged and printed; the operation then returns once the child has obeyed, with what it has. A
+/// child that ignores the request is waited for; others who keep its output open are not, also when
+/// the child has ended before. A time-out keeps the runner alive for its whole interval, even when
+/// the child has ended long before. One thread counts all of them. When the system has none left
+/// for it, a timed operation runs nothing: it logs and prints why, as QFException::logException
+/// does, and gives nothing, or -1 for an exit status.
 ///
 /// Class-level operations block the calling thread; any thread may call them. A runner serves one
 /// timed call, or one asynchronous run, at a time; the time-out of a former call that is not over
@@ -155,14 +155,29 @@ public:
     QFTaskEx(QFTaskEx&&) = delete;
     QFTaskEx& operator=(QFTaskEx&&) = delete;
 
-    /// The child that the current call or run has started, or null. Any thread.
+    /// The child that the current call or run has started, or null. Any thread. One that is set,
+    /// its standard output a pipe, is what launchAsyncTask() runs.
     std::shared_ptr<platform::Process> theTask() const { return theTask_.get(); }
+    void setTheTask(std::shared_ptr<platform::Process> task) { theTask_.set(std::move(task)); }
 
-    /// The body of the time-out's thread: sleeps, then has the main thread perform timeout() and
-    /// waits until it is done. Without an application there is no main thread, and nothing happens.
+    /// Who is told what an asynchronous run prints, or null: it is not kept alive. Any thread.
+    std::shared_ptr<platform::Delegate> delegate() const;
+    void setDelegate(std::weak_ptr<platform::Delegate> delegate);
+
+    /// The delegate's operation for that. Any thread.
+    std::optional<std::string> selector() const;
+    void setSelector(std::optional<std::string> selector);
+
+    /// What the operation is given as its third argument, or none. Any thread.
+    platform::Value object() const;
+    void setObject(platform::Value object);
+
+    /// Sleeps, then has the main thread perform timeout() and waits until it is done. Without an
+    /// application there is no main thread, and nothing happens.
     void setupTimeout(std::chrono::seconds seconds);
 
-    /// Terminates the child in theTask, if it runs, and says so. Main thread.
+    /// Terminates the child in theTask, if it runs, and says so. What a timed call collects then
+    /// ends with the child. Main thread.
     void timeout();
 
     /// As terminateAsyncTask, for timed calls too.
@@ -212,6 +227,7 @@ private:
     QFTaskEx() = default;
 
     bool startTimeout(platform::Timeout timeout);
+    void timeIsUp();
     void prepareRun(const std::shared_ptr<platform::Process>& child, Receiver receiver);
     void run(const std::shared_ptr<platform::Process>& child);
     void launchUnlessTerminated(platform::Process& child);
@@ -222,6 +238,6 @@ private:
 
     TaskSlot theTask_;
     /// Guards the receiver, and the launch of a run against its end.
-    std::mutex mutex_;
+    mutable std::mutex mutex_;
     Receiver receiver_;
 };

@@ -1,10 +1,12 @@
 #pragma once
 
-#include "platform/foundation/Process.h"
+#include "platform/support/Process.h"
 
-#include <condition_variable>
+#include <functional>
 #include <memory>
 #include <mutex>
+#include <utility>
+#include <vector>
 
 /// A place for one child, or none. Any thread may call every member.
 class TaskSlot {
@@ -23,20 +25,35 @@ public:
 
     /// Says that a child is about to be launched in this slot, or is no longer.
     void expectLaunch(bool expected) {
-        const std::lock_guard lock(mutex_);
-        launchExpected_ = expected;
-        launched_.notify_all();
+        std::vector<std::function<void()>> due;
+        {
+            const std::lock_guard lock(mutex_);
+            launchExpected_ = expected;
+            if (!expected) {
+                due.swap(afterLaunch_);
+            }
+        }
+        for (const auto& action : due) {
+            action();
+        }
     }
 
-    /// Returns when no launch is expected.
-    void waitForExpectedLaunch() const {
-        std::unique_lock lock(mutex_);
-        launched_.wait(lock, [this] { return !launchExpected_; });
+    /// Runs the action at once or, while a launch is expected, after that, on the thread that has
+    /// launched.
+    void onceLaunched(std::function<void()> action) {
+        {
+            const std::lock_guard lock(mutex_);
+            if (launchExpected_) {
+                afterLaunch_.push_back(std::move(action));
+                return;
+            }
+        }
+        action();
     }
 
 private:
     mutable std::mutex mutex_;
-    mutable std::condition_variable launched_;
     std::shared_ptr<platform::Process> task_;
     bool launchExpected_ = false;
+    std::vector<std::function<void()>> afterLaunch_;
 };

@@ -2,7 +2,7 @@
 #include "platform/Clock.h"
 #include "platform/Services.h"
 #include "platform/foundation/Exception.h"
-#include "platform/foundation/Thread.h"
+#include "platform/foundation/Timer.h"
 #include "util/log/QFException.h"
 #include "util/log/QFLog.h"
 #include "util/task/QFTaskEx.h"
@@ -94,13 +94,12 @@ int QFTaskEx::terminationCodeFromTaskOnRunner(const std::string& path,
     return terminationCodeFromTask(path, arguments, theTask_);
 }
 
-/// Nobody cancels the thread: it would sleep its whole interval all the same. False when the system
-/// has none left.
+/// Nobody cancels the time-out: it would come to its end all the same. False when the system has no
+/// thread left for it.
 bool QFTaskEx::startTimeout(platform::Timeout timeout) {
     try {
-        platform::detachNewThread([runner = shared_from_this(), seconds = timeout.wholeSeconds()] {
-            runner->setupTimeout(seconds);
-        });
+        platform::performAfter(timeout.wholeSeconds(),
+                               [runner = shared_from_this()] { runner->timeIsUp(); });
         return true;
     } catch (const platform::Exception& exception) {
         QFException::logException(exception, "setupTimeout:");
@@ -108,10 +107,17 @@ bool QFTaskEx::startTimeout(platform::Timeout timeout) {
     }
 }
 
+/// A time-out shorter than a launch does not miss the child.
+void QFTaskEx::timeIsUp() {
+    theTask_.onceLaunched([runner = shared_from_this()] {
+        if (auto* application = platform::installedService<platform::Application>()) {
+            application->performOnMainThread([runner] { runner->timeout(); }, platform::Wait::no);
+        }
+    });
+}
+
 void QFTaskEx::setupTimeout(std::chrono::seconds seconds) {
     platform::sleep(seconds);
-    // A time-out shorter than a launch does not miss the child.
-    theTask_.waitForExpectedLaunch();
     if (auto* application = platform::installedService<platform::Application>()) {
         application->performOnMainThread([this] { timeout(); }, platform::Wait::untilDone);
     }
@@ -119,8 +125,12 @@ void QFTaskEx::setupTimeout(std::chrono::seconds seconds) {
 
 void QFTaskEx::timeout() {
     const auto child = theTask_.get();
-    if (child != nullptr && child->isRunning()) {
+    if (child == nullptr) {
+        return;
+    }
+    if (child->isRunning()) {
         QFLog::appendLogAndPrint(timedOut, child->description().launchPath);
         child->terminate();
     }
+    child->endOutputWithChild();
 }

@@ -4,8 +4,8 @@
 // refused instead of followed, with slashes behind it, too. Nothing is read but the account
 // database and the command line. Every word behind the first is a path, whatever it looks like.
 
-#include "platform/linux/Errors.h"
-#include "platform/linux/FileDescriptor.h"
+#include "platform/linux/posix/Errors.h"
+#include "platform/linux/posix/FileDescriptor.h"
 #include "platform/linux/tools/Tool.h"
 
 #include <fcntl.h>

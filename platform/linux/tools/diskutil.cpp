@@ -4,9 +4,9 @@
 
 #include "platform/foundation/Path.h"
 #include "platform/foundation/Value.h"
-#include "platform/linux/Errors.h"
-#include "platform/linux/PropertyListNodes.h"
-#include "platform/linux/Volumes.h"
+#include "platform/linux/desktop/Volumes.h"
+#include "platform/linux/plist/PropertyListNodes.h"
+#include "platform/linux/posix/Errors.h"
 #include "platform/linux/tools/Tool.h"
 
 #include <blkid/blkid.h>

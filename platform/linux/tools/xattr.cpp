@@ -2,8 +2,8 @@
 //
 // Names are those of the callers: on disk "user." stands before each. Links are followed.
 
-#include "platform/linux/Errors.h"
-#include "platform/linux/ExtendedAttributes.h"
+#include "platform/linux/files/ExtendedAttributes.h"
+#include "platform/linux/posix/Errors.h"
 #include "platform/linux/tools/Tool.h"
 
 #include <sys/xattr.h>

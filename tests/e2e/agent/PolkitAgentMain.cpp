@@ -8,7 +8,7 @@
 // first of them, and gives up when there are no more. It prints "ready", then "asked" whenever it
 // is asked something, and ends with its standard input.
 
-#include "platform/linux/PolkitAgent.h"
+#include "platform/linux/authorization/PolkitAgent.h"
 
 #include <unistd.h>
 
@@ -58,9 +58,12 @@ int main(int count, char** words) {
         return EXIT_FAILURE;
     }
     const Person person(words[2], {words + 3, words + count});
-    const PolkitAgent agent(std::atoi(words[1]), [&](const auto& administrators, int attempt) {
-        return person.answer(administrators, attempt);
-    });
+    const PolkitAgent agent(
+        std::atoi(words[1]),
+        [&](const auto& administrators, int attempt) {
+            return person.answer(administrators, attempt);
+        },
+        [](const auto&) { return true; });
     std::cout << (agent.isRegistered() ? "ready" : "refused") << std::endl;
     for (std::string line; std::getline(std::cin, line);) {
     }

@@ -23,7 +23,11 @@ TEST(Date, KnowsLeapDays) {
               "2024-02-29 23:59:59 +0000");
 }
 
-TEST(Date, IsDescribedAtTheEndsOfTheClock) {
-    EXPECT_EQ(platform::description(platform::Date::max()), "2262-04-11 23:47:16 +0000");
-    EXPECT_EQ(platform::description(platform::Date::min()), "1677-09-21 00:12:43 +0000");
+TEST(Date, IsDescribedAtTheEndsOfAClockOfNanoseconds) {
+    using Moment = std::chrono::sys_time<std::chrono::nanoseconds>;
+    const auto date = [](Moment moment) {
+        return std::chrono::time_point_cast<platform::Date::duration>(moment);
+    };
+    EXPECT_EQ(platform::description(date(Moment::max())), "2262-04-11 23:47:16 +0000");
+    EXPECT_EQ(platform::description(date(Moment::min())), "1677-09-21 00:12:43 +0000");
 }

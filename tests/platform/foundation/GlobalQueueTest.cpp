@@ -2,11 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <future>
 #include <latch>
 #include <memory>
 #include <mutex>
 #include <stdexcept>
-#include <thread>
 #include <vector>
 
 using platform::dispatchAsync;
@@ -53,14 +53,14 @@ TEST(GlobalQueue, OperationsMayAddOthersAndComeFromAnyThread) {
     constexpr int threadCount = 8;
     constexpr int count = 200;
     const auto done = std::make_shared<std::latch>(threadCount * count);
-    std::vector<std::jthread> threads;
+    std::vector<std::future<void>> threads;
     threads.reserve(threadCount);
     for (int thread = 0; thread < threadCount; ++thread) {
-        threads.emplace_back([done] {
+        threads.push_back(std::async(std::launch::async, [done] {
             for (int number = 0; number < count; ++number) {
                 dispatchAsync([done] { dispatchAsync([done] { done->count_down(); }); });
             }
-        });
+        }));
     }
     done->wait();
 }

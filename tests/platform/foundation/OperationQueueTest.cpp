@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <functional>
+#include <future>
 #include <latch>
 #include <memory>
 #include <stdexcept>
@@ -135,19 +136,36 @@ TEST(OperationQueue, LetsAWaiterOutsideWaitForAnOperationThatItselfWaits) {
     EXPECT_TRUE(outerFinished);
 }
 
-TEST(OperationQueue, DoesNotWaitForWhatIsAddedMeanwhile) {
-    std::atomic<bool> stop{false};
+TEST(OperationQueue, WaitsUntilItIsEmptyAndSoForWhatIsAddedMeanwhile) {
+    int left = 1000;
     std::function<void()> again;
     OperationQueue queue;
     again = [&] {
-        if (!stop) {
+        if (--left > 0) {
             queue.addOperation([&again] { again(); });
         }
     };
     queue.addOperation([&again] { again(); });
     queue.waitUntilAllOperationsAreFinished();
-    EXPECT_GE(queue.operationCount(), 1U);
-    stop = true;
+    EXPECT_EQ(left, 0);
+}
+
+TEST(OperationQueue, WaitsInItsOwnOperationOnlyForWhatWasAddedBefore) {
+    OperationQueue queue;
+    std::vector<int> order;
+    {
+        QueueGate gate(queue);
+        queue.addOperation([&] {
+            queue.waitUntilAllOperationsAreFinished();
+            order.push_back(2);
+        });
+        queue.addOperation([&] {
+            order.push_back(1);
+            queue.addOperation([&order] { order.push_back(3); });
+        });
+    }
+    queue.waitUntilAllOperationsAreFinished();
+    EXPECT_EQ(order, (std::vector{1, 2, 3}));
 }
 
 TEST(OperationQueue, FinishesEverythingBeforeItIsDestroyed) {
@@ -182,17 +200,17 @@ TEST(OperationQueue, LetsGoOfWhatAnOperationHeldBeforeItCountsAsFinished) {
 TEST(OperationQueue, TakesOperationsFromManyThreadsAtOnce) {
     OperationQueue queue;
     int ran = 0;
-    std::vector<std::jthread> threads;
+    std::vector<std::future<void>> threads;
     threads.reserve(8);
     for (int thread = 0; thread < 8; ++thread) {
-        threads.emplace_back([&] {
+        threads.push_back(std::async(std::launch::async, [&] {
             for (int i = 0; i < 2000; ++i) {
                 queue.addOperation([&ran] { ++ran; });
                 if (i % 100 == 0) {
                     queue.waitUntilAllOperationsAreFinished();
                 }
             }
-        });
+        }));
     }
     threads.clear();
     queue.waitUntilAllOperationsAreFinished();
@@ -202,14 +220,14 @@ TEST(OperationQueue, TakesOperationsFromManyThreadsAtOnce) {
 TEST(OperationQueue, RunsWhatIsAddedAfterACancellationWhateverOthersAdd) {
     OperationQueue queue;
     std::atomic<bool> enough = false;
-    std::vector<std::jthread> others;
+    std::vector<std::future<void>> others;
     for (int thread = 0; thread < 2; ++thread) {
-        others.emplace_back([&] {
+        others.push_back(std::async(std::launch::async, [&] {
             while (!enough) {
                 queue.addOperation([] {});
                 queue.waitUntilAllOperationsAreFinished();
             }
-        });
+        }));
     }
     int ran = 0;
     constexpr int rounds = 2000;

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <thread>
+#include <future>
 
 using platform::SharedDictionary;
 using platform::Value;
@@ -42,12 +42,12 @@ TEST(SharedDictionary, ManyReadAndChangeItAtOnce) {
     constexpr int rounds = 500;
     SharedDictionary dictionary;
     {
-        const std::jthread writer([&] {
+        const auto writer = std::async(std::launch::async, [&] {
             for (int round = 0; round < rounds; ++round) {
                 dictionary.set("list", Value::Array(2, Value(std::to_string(round))));
             }
         });
-        const std::jthread reader([&] {
+        const auto reader = std::async(std::launch::async, [&] {
             for (int round = 0; round < rounds; ++round) {
                 const auto list = dictionary["list"];
                 const auto* items = list.as<Value::Array>();

@@ -1,6 +1,7 @@
 #include "util/alert/QFAlert.h"
 
 #include "tests/support/UserInterface.h"
+#include "tests/util/alert/AlertTexts.h"
 
 #include <atomic>
 #include <chrono>
@@ -12,8 +13,6 @@
 
 namespace {
 
-constexpr const char* message = "Message";
-constexpr auto none = std::nullopt;
 const QFAlert::Text save = "Save";
 const QFAlert::Text cancel = "Cancel";
 const QFAlert::Text discard = "Discard";

@@ -1,6 +1,7 @@
 #include "util/alert/QFAlert.h"
 
 #include "tests/support/UserInterface.h"
+#include "tests/util/alert/AlertTexts.h"
 
 #include <chrono>
 #include <functional>
@@ -15,9 +16,7 @@ using platform::Value;
 
 namespace {
 
-constexpr const char* message = "Message";
 constexpr const char* selector = "answered:code:info:";
-constexpr auto none = std::nullopt;
 
 /// Knows one operation and remembers its calls.
 class RecordingDelegate : public platform::Delegate {

@@ -1,19 +1,22 @@
 #include "util/alert/QFAlert.h"
 
-#include "tests/support/UserInterface.h"
+#include "platform/AlertPanel.h"
+#include "platform/Services.h"
+#include "tests/support/MainLoop.h"
+#include "tests/util/alert/AlertTexts.h"
+
+#include <gtest/gtest.h>
 
 #include <functional>
+#include <future>
 #include <memory>
 #include <optional>
-#include <string>
-#include <thread>
+#include <utility>
 #include <vector>
 
 using platform::AlertDescription;
 
 namespace {
-
-constexpr auto none = std::nullopt;
 
 /// Alerts that are shown nowhere and answer by themselves.
 class FakeAlertPanels : public platform::AlertPanels {
@@ -56,14 +59,25 @@ private:
     };
 };
 
-class QFAlertRequestTest : public UserInterface {
+class QFAlertRequestTest : public ::testing::Test {
 protected:
+    /// What alerts leave to the main thread still needs the services.
+    ~QFAlertRequestTest() override { waitForMainThread(); }
+
+    static void runOnMainThread(std::function<void()> work) {
+        MainLoop::shared().performOnMainThread(std::move(work), platform::Wait::untilDone);
+    }
+    static void waitForMainThread() {
+        runOnMainThread([] {});
+    }
+
     const AlertDescription& request(const QFAlert::Text& message, const QFAlert::Text& text) {
         runOnMainThread([&] { QFAlert::alertSheetWithMessageText(message, text, nullptr); });
         return fake.descriptions.at(0);
     }
 
     FakeAlertPanels fake;
+    platform::ScopedService<platform::Application> application{MainLoop::shared()};
     platform::ScopedService<platform::AlertPanels> fakeInPlace{fake};
 };
 
@@ -132,19 +146,19 @@ TEST_F(QFAlertRequestTest, LeavesAnAlertAloneThatIsGoneAlready) {
 }
 
 TEST_F(QFAlertRequestTest, LetsGoOfThePlatformsAlertOnTheMainThread) {
-    runWhile([&] { QFAlert::alertSheetWithMessageText("Message", none, nullptr); });
+    QFAlert::alertSheetWithMessageText("Message", none, nullptr);
+    waitForMainThread();
     EXPECT_EQ(fake.deletedOnMainThread, 1);
     EXPECT_EQ(fake.deletedElsewhere, 0);
 }
 
 TEST_F(QFAlertRequestTest, LetsGoOfThePlatformsAlertOnTheMainThreadWhoeverIsLast) {
-    runWhile([&] {
-        auto alert = std::make_shared<QFAlert>();
-        QFAlert::alertSheetWithMessageText("Message", none, none, none, none, nullptr, nullptr,
-                                           none, Block::no, alert);
-        EXPECT_NE(alert->alert(), nullptr);
-        alert.reset();
-    });
+    auto alert = std::make_shared<QFAlert>();
+    QFAlert::alertSheetWithMessageText("Message", none, none, none, none, nullptr, nullptr, none,
+                                       Block::no, alert);
+    EXPECT_NE(alert->alert(), nullptr);
+    alert.reset();
+    waitForMainThread();
     EXPECT_EQ(fake.deletedOnMainThread, 1);
     EXPECT_EQ(fake.deletedElsewhere, 0);
 }
@@ -167,7 +181,7 @@ TEST(QFAlertFields, KeepTheAnswerAndTellOfIt) {
 
 TEST(QFAlertFields, HaveTheAnswerBeforeTheyTellOfIt) {
     std::vector<QFAlert> alerts(100'000);
-    const std::jthread answering([&alerts] {
+    const auto answering = std::async(std::launch::async, [&alerts] {
         for (auto& alert : alerts) {
             alert.alertDidEnd(nullptr, -1, platform::Value());
         }

@@ -2,6 +2,7 @@
 
 #include "platform/qt/Windows.h"
 #include "tests/support/UserInterface.h"
+#include "tests/util/alert/AlertTexts.h"
 
 #include <QVBoxLayout>
 
@@ -9,9 +10,6 @@
 #include <optional>
 
 namespace {
-
-constexpr const char* message = "Message";
-constexpr auto none = std::nullopt;
 
 class QFAlertSheetTest : public UserInterface {
 protected:

@@ -1,9 +1,10 @@
 #include "util/alert/QFAlert.h"
 
-#include "platform/linux/Preferences.h"
-#include "platform/linux/PropertyLists.h"
+#include "platform/linux/plist/PropertyLists.h"
+#include "platform/linux/system/Preferences.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/UserInterface.h"
+#include "tests/util/alert/AlertTexts.h"
 
 #include <QCheckBox>
 
@@ -12,7 +13,6 @@
 
 namespace {
 
-constexpr const char* message = "Message";
 constexpr const char* key = "hide-message";
 
 /// Shows an alert with the checkbox, clicks that `clicks` times, and presses the button. Gives

@@ -2,6 +2,7 @@
 
 #include "platform/Clock.h"
 #include "tests/support/UserInterface.h"
+#include "tests/util/alert/AlertTexts.h"
 
 #include <chrono>
 #include <latch>
@@ -11,9 +12,6 @@
 using namespace std::chrono_literals;
 
 namespace {
-
-constexpr const char* message = "Message";
-constexpr auto none = std::nullopt;
 
 int ask(std::chrono::seconds interval) {
     return QFAlert::timedAlertSheetWithMessageText(message, "Save", "Cancel", none, none, nullptr,

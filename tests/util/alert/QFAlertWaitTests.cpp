@@ -3,6 +3,7 @@
 #include "platform/Windows.h"
 #include "tests/support/PausingClock.h"
 #include "tests/support/PumpingApplication.h"
+#include "tests/util/alert/AlertTexts.h"
 
 #include <gtest/gtest.h>
 
@@ -17,8 +18,6 @@
 using namespace std::chrono_literals;
 
 namespace {
-
-constexpr auto none = std::nullopt;
 
 using Events = std::vector<std::string>;
 

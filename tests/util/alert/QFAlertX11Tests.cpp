@@ -4,6 +4,7 @@
 #include "platform/qt/Windows.h"
 #include "tests/support/UserInterface.h"
 #include "tests/support/X11Main.h"
+#include "tests/util/alert/AlertTexts.h"
 
 #include <QProcess>
 #include <QStringList>
@@ -16,8 +17,6 @@
 using namespace std::chrono_literals;
 
 namespace {
-
-constexpr auto none = std::nullopt;
 
 /// Alerts on an X server, answered with its keyboard and mouse.
 class X11Test : public UserInterface {

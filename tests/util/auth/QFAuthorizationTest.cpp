@@ -8,7 +8,6 @@
 #include <future>
 #include <latch>
 #include <optional>
-#include <thread>
 #include <utility>
 
 using platform::AuthorizationItemSet;
@@ -48,13 +47,13 @@ TEST_F(QFAuthorizationTest, ConcurrentFirstRequestsMakeOneController) {
     std::latch start(count);
     std::vector<QFAuthorization*> seen(count);
     {
-        std::vector<std::jthread> threads;
+        std::vector<std::future<void>> threads;
         threads.reserve(count);
         for (auto& controller : seen) {
-            threads.emplace_back([&start, &controller] {
+            threads.push_back(std::async(std::launch::async, [&start, &controller] {
                 start.arrive_and_wait();
                 controller = &QFAuthorization::sharedController();
-            });
+            }));
         }
     }
     EXPECT_EQ(std::ranges::count(seen, &QFAuthorization::sharedController()), count);
@@ -304,6 +303,18 @@ TEST_F(QFAuthorizationTest, EndingFreesTheHandleAndTheNextStartAsksAgain) {
     EXPECT_EQ(controller().authRef(), second);
 }
 
+TEST_F(QFAuthorizationTest, ARightThatHasNotLastedIsAskedForAgain) {
+    EXPECT_TRUE(controller().authStart());
+    services.rightsLast = false;
+    EXPECT_FALSE(controller().isAuthorized());
+    EXPECT_TRUE(controller().authStart());
+    EXPECT_EQ(controller().authRef(), second);
+    ASSERT_GE(services.calls.size(), 3U);
+    EXPECT_EQ(services.calls[2], freeing(first));
+    services.rightsLast = true;
+    EXPECT_TRUE(controller().isAuthorized());
+}
+
 TEST_F(QFAuthorizationTest, EndingWithoutARightDoesNothing) {
     controller().authEnd();
     EXPECT_EQ(services.calls, Calls{});
@@ -336,7 +347,7 @@ class CrowdedQuestion : public RecordingAuthorizationServices {
 public:
     std::atomic<int> questions{0};
     std::function<void()> askToo;
-    std::jthread other;
+    std::future<void> other;
 
     platform::AuthorizationStatus copyRights(AuthorizationRef ref,
                                              const AuthorizationItemSet& rights,
@@ -345,7 +356,7 @@ public:
         if (questions++ == 0) {
             std::promise<void> came;
             auto coming = came.get_future();
-            other = std::jthread([this, came = std::move(came)]() mutable {
+            other = std::async(std::launch::async, [this, came = std::move(came)]() mutable {
                 came.set_value();
                 askToo();
             });
@@ -363,7 +374,7 @@ TEST_F(QFAuthorizationTest, AsksOnceForThreadsThatComeTogether) {
     crowded.askToo = [&] { otherIsAuthorized = made.authStart(); };
 
     EXPECT_TRUE(made.authStart());
-    crowded.other.join();
+    crowded.other.get();
 
     EXPECT_TRUE(otherIsAuthorized);
     EXPECT_EQ(crowded.questions, 1);
@@ -372,7 +383,7 @@ TEST_F(QFAuthorizationTest, AsksOnceForThreadsThatComeTogether) {
 
 TEST_F(QFAuthorizationTest, TheHandleAndTheModeMayBeReadWhileAnotherThreadChangesThem) {
     auto& made = controller();
-    std::jthread writer([&made] {
+    const auto writer = std::async(std::launch::async, [&made] {
         for (int i = 0; i < 1000; ++i) {
             made.setAuthRef(first);
             made.setHasGUI(i % 2 == 0);

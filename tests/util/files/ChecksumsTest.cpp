@@ -1,7 +1,8 @@
 #include "util/files/QFFileManager.h"
 
-#include "platform/linux/Digests.h"
-#include "platform/linux/FileStreams.h"
+#include "platform/linux/files/Digests.h"
+#include "platform/linux/files/FileStreams.h"
+#include "tests/support/Bytes.h"
 #include "tests/support/DescribedMachine.h"
 #include "tests/support/FileStreamDoubles.h"
 #include "tests/support/TemporaryFolder.h"
@@ -14,6 +15,7 @@
 #include <array>
 #include <atomic>
 #include <fstream>
+#include <future>
 #include <latch>
 #include <stdexcept>
 
@@ -31,10 +33,6 @@ constexpr std::array<Hash, 3> hashes{QFFileManager::md5HashForFile, QFFileManage
 constexpr std::array<HashWithDelegate, 3> hashesWithDelegate{QFFileManager::md5HashForFile,
                                                              QFFileManager::sha1HashForFile,
                                                              QFFileManager::sha512HashForFile};
-
-std::span<const std::byte> bytesOf(std::string_view text) {
-    return std::as_bytes(std::span(text.data(), text.size()));
-}
 
 /// Counts the questions that a digest's delegate is asked.
 class Questions {
@@ -285,6 +283,6 @@ TEST_F(ChecksumsOnDisk, AFolderCannotBeRead) {
 TEST_F(ChecksumsOnDisk, APipeIsReadToItsEnd) {
     const auto pipe = folder / "pipe";
     ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
-    const std::jthread writer([&pipe] { std::ofstream(pipe) << "abc"; });
+    const auto writer = std::async(std::launch::async, [&pipe] { std::ofstream(pipe) << "abc"; });
     EXPECT_EQ(QFFileManager::md5HashForFile(pipe), "900150983cd24fb0d6963f7d28e17f72");
 }

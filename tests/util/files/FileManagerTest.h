@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/linux/SystemInformation.h"
+#include "platform/linux/system/SystemInformation.h"
 #include "tests/support/DescribedMachine.h"
 #include "tests/support/PausingClock.h"
 #include "tests/support/PumpingApplication.h"

@@ -1,4 +1,4 @@
-#include "platform/linux/ExtendedAttributes.h"
+#include "platform/linux/files/ExtendedAttributes.h"
 #include "tests/util/files/OnDiskTest.h"
 
 #include <algorithm>

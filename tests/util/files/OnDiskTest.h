@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/linux/FileSystem.h"
+#include "platform/linux/files/FileSystem.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/util/files/FileManagerTest.h"
 

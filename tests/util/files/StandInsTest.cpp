@@ -1,10 +1,10 @@
 // The file manager with this machine's own stand-ins for the system's tools.
 
-#include "platform/linux/FileSystem.h"
-#include "platform/linux/ProcessLauncher.h"
-#include "platform/linux/PropertyLists.h"
-#include "platform/linux/ToolOverlay.h"
-#include "platform/linux/Workspace.h"
+#include "platform/linux/desktop/Workspace.h"
+#include "platform/linux/files/FileSystem.h"
+#include "platform/linux/plist/PropertyLists.h"
+#include "platform/linux/process/ProcessLauncher.h"
+#include "platform/linux/process/ToolOverlay.h"
 #include "tests/support/DescribedMachine.h"
 #include "tests/support/TemporaryFolder.h"
 #include "util/files/QFFileManager.h"

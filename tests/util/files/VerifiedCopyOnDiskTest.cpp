@@ -1,7 +1,8 @@
-#include "platform/linux/Digests.h"
-#include "platform/linux/FileStreams.h"
-#include "platform/linux/FileSystem.h"
+#include "platform/linux/files/Digests.h"
+#include "platform/linux/files/FileStreams.h"
+#include "platform/linux/files/FileSystem.h"
 #include "tests/support/DescribedMachine.h"
+#include "tests/support/PatternedText.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/util/files/CopyObserver.h"
 #include "util/files/QFFileManager.h"
@@ -11,7 +12,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
-#include <thread>
+#include <future>
 
 namespace fs = std::filesystem;
 
@@ -65,14 +66,6 @@ private:
     platform::ScopedService<platform::Digests> digestsScope_{digests_};
 };
 
-std::string text(std::size_t size) {
-    std::string result(size, '\0');
-    for (std::size_t index = 0; index < size; ++index) {
-        result[index] = static_cast<char>(index * 7 + index / 253);
-    }
-    return result;
-}
-
 bool isDevice(const char* path) {
     return fs::is_character_file(path);
 }
@@ -80,7 +73,7 @@ bool isDevice(const char* path) {
 } // namespace
 
 TEST_F(VerifiedCopyOnDisk, ThreeHundredDestinationsGetTheContentAndTheDates) {
-    const auto content = text(100'000);
+    const auto content = patternedText(100'000);
     const auto source = folder.write("source", content);
     std::vector<std::string> destinations(300);
     std::ranges::generate(destinations, [this, number = 0]() mutable {
@@ -143,7 +136,7 @@ TEST_F(VerifiedCopyOnDisk, TheCreationDateOfTheVolumeIsCopiedToo) {
 
 TEST_F(VerifiedCopyOnDisk, WhatStoodAtADestinationIsOverwritten) {
     const auto source = folder.write("source", "short");
-    const auto longer = folder.write("longer", text(200'000));
+    const auto longer = folder.write("longer", patternedText(200'000));
     fs::create_symlink(folder / "target", folder / "link");
     EXPECT_TRUE(copy(source, {longer, folder / "link"}));
     EXPECT_EQ(contentOf(longer), "short");
@@ -152,7 +145,7 @@ TEST_F(VerifiedCopyOnDisk, WhatStoodAtADestinationIsOverwritten) {
 }
 
 TEST_F(VerifiedCopyOnDisk, TheSameFileTwiceUnderTwoNamesIsWhole) {
-    const auto content = text(200'000);
+    const auto content = patternedText(200'000);
     const auto source = folder.write("source", content);
     fs::create_hard_link(folder.write("copy", "former"), folder / "other name");
     for (const auto type : {VerificationType::none, verified}) {
@@ -197,9 +190,9 @@ TEST_F(VerifiedCopyOnDisk, AFolderCannotBeCopied) {
 
 TEST_F(VerifiedCopyOnDisk, APipeIsCopiedToItsEnd) {
     const auto pipe = folder / "pipe";
-    const auto content = text(150'000);
+    const auto content = patternedText(150'000);
     ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
-    const std::jthread writer([&] { std::ofstream(pipe) << content; });
+    const auto writer = std::async(std::launch::async, [&] { std::ofstream(pipe) << content; });
     CopyObserver observer;
     EXPECT_TRUE(copy(pipe, {folder / "copy"}, verified, observer.delegate()));
     EXPECT_TRUE(contentOf(folder / "copy") == content);
@@ -244,7 +237,7 @@ TEST_F(VerifiedCopyOnDisk, ADeviceWithoutRoomFailsItsVerification) {
     if (!isDevice("/dev/full")) {
         GTEST_SKIP() << "this machine has no /dev/full";
     }
-    const auto content = text(1000);
+    const auto content = patternedText(1000);
     const auto source = folder.write("source", content);
     CopyObserver observer;
     EXPECT_TRUE(copy(source, {"/dev/full", folder / "copy"}, verified, observer.delegate()));

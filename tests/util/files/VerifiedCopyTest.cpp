@@ -1,5 +1,6 @@
 #include "tests/util/files/VerifiedCopyTest.h"
 
+#include "tests/support/PatternedText.h"
 #include "tests/support/PausingClock.h"
 #include "tests/util/files/NoMemory.h"
 #include "util/log/QFLog.h"
@@ -19,14 +20,6 @@ constexpr std::array digestTypes{VerificationType::md5, VerificationType::sha1,
 constexpr auto otherType = VerificationType{7};
 
 constexpr std::uint64_t twentyMebibytes = 20'971'520;
-
-std::string text(std::size_t size) {
-    std::string result(size, '\0');
-    for (std::size_t index = 0; index < size; ++index) {
-        result[index] = static_cast<char>(index * 31 + index / 251);
-    }
-    return result;
-}
 
 /// A medium that changes one byte.
 std::function<void(std::uint64_t, std::string&)> changing(std::uint64_t byte) {
@@ -52,7 +45,7 @@ TEST_F(VerifiedCopyTest, EveryDestinationGetsTheContentAtEveryType) {
     for (const auto type : {VerificationType::none, VerificationType::md5, VerificationType::sha1,
                             VerificationType::sha256, VerificationType::sha512, otherType}) {
         for (const std::size_t size : {0U, 1U, 65535U, 65536U, 65537U, 131072U, 200000U}) {
-            const auto content = text(size);
+            const auto content = patternedText(size);
             makeSource(content);
             EXPECT_TRUE(copy({"/to/a", "/to/b", "/to/c"}, type));
             for (const auto* path : {"/to/a", "/to/b", "/to/c"}) {
@@ -77,7 +70,7 @@ TEST_F(VerifiedCopyTest, AnEmptySourceGivesEmptyFilesAndOneCall) {
 }
 
 TEST_F(VerifiedCopyTest, TheSameDestinationTwiceIsWrittenTwice) {
-    const auto content = text(150'000);
+    const auto content = patternedText(150'000);
     makeSource(content);
     CopyObserver observer;
     EXPECT_TRUE(copy({"/to/a", "/to/a"}, VerificationType::sha1, observer.delegate()));
@@ -86,7 +79,7 @@ TEST_F(VerifiedCopyTest, TheSameDestinationTwiceIsWrittenTwice) {
 }
 
 TEST_F(VerifiedCopyTest, ThreeHundredDestinations) {
-    const auto content = text(70'000);
+    const auto content = patternedText(70'000);
     makeSource(content);
     std::vector<std::string> destinations(300);
     std::ranges::generate(destinations,
@@ -244,7 +237,7 @@ TEST_F(VerifiedCopyTest, ADigestThatTheMachineDoesNotAllow) {
 // While it is copied.
 
 TEST_F(VerifiedCopyTest, AReadErrorLeavesPartialCopies) {
-    const auto content = text(200'000);
+    const auto content = patternedText(200'000);
     describe({.content = content, .readableBytes = 2 * chunk}, content.size());
     CopyObserver observer;
     EXPECT_FALSE(copy({"/to/a", "/to/b"}, VerificationType::sha256, observer.delegate()));
@@ -258,7 +251,7 @@ TEST_F(VerifiedCopyTest, AReadErrorLeavesPartialCopies) {
 }
 
 TEST_F(VerifiedCopyTest, AFullDestinationDoesNotStopTheOthers) {
-    const auto content = text(150'000);
+    const auto content = patternedText(150'000);
     makeSource(content);
     streams.files["/to/full"].room = 70'000;
     EXPECT_TRUE(copy({"/to/full", "/to/b"}));
@@ -269,7 +262,7 @@ TEST_F(VerifiedCopyTest, AFullDestinationDoesNotStopTheOthers) {
 }
 
 TEST_F(VerifiedCopyTest, AFullDestinationFailsItsVerification) {
-    const auto content = text(150'000);
+    const auto content = patternedText(150'000);
     for (const auto type : digestTypes) {
         for (const std::vector<std::string>& destinations :
              {std::vector<std::string>{"/to/full"}, {"/to/b", "/to/full"}, {"/to/full", "/to/b"}}) {
@@ -285,7 +278,7 @@ TEST_F(VerifiedCopyTest, AFullDestinationFailsItsVerification) {
 }
 
 TEST_F(VerifiedCopyTest, AShortReadBackHashesWhatTheBufferHeldBefore) {
-    const auto content = text(2 * chunk);
+    const auto content = patternedText(2 * chunk);
     for (const auto type : digestTypes) {
         makeSource(content);
         streams.files["/to/a"].arriving = [](std::uint64_t position, std::size_t size) {
@@ -319,7 +312,7 @@ TEST_F(VerifiedCopyTest, WhatCouldNotBeReadBackNeverPassesForVerified) {
 }
 
 TEST_F(VerifiedCopyTest, ADestinationThatCannotSeekGetsFiveLinesAChunkAndIsReadAllTheSame) {
-    makeSource(text(chunk + 100));
+    makeSource(patternedText(chunk + 100));
     streams.files["/to/a"].seekError = 29;
     CopyObserver observer;
     EXPECT_TRUE(copy({"/to/a"}, VerificationType::md5, observer.delegate()));
@@ -345,7 +338,7 @@ TEST_F(VerifiedCopyTest, APositionBeyondFourGibibytesIsToldInFull) {
 }
 
 TEST_F(VerifiedCopyTest, WithoutVerificationNothingIsReadBack) {
-    makeSource(text(200'000));
+    makeSource(patternedText(200'000));
     streams.files["/to/a"].seekError = 29;
     streams.files["/to/a"].beforeRead = [] { FAIL() << "the destination was read"; };
     EXPECT_TRUE(copy({"/to/a"}));
@@ -353,7 +346,7 @@ TEST_F(VerifiedCopyTest, WithoutVerificationNothingIsReadBack) {
 }
 
 TEST_F(VerifiedCopyTest, WithAnotherTypeEveryChunkIsReadBack) {
-    makeSource(text(3 * chunk));
+    makeSource(patternedText(3 * chunk));
     int reads = 0;
     streams.files["/to/a"].beforeRead = [&reads] { ++reads; };
     EXPECT_TRUE(copy({"/to/a"}, otherType));
@@ -364,7 +357,7 @@ TEST_F(VerifiedCopyTest, TheSourceIsReadOnceHoweverManyDestinationsThereAre) {
     for (const std::vector<std::string>& destinations :
          {std::vector<std::string>{"/to/a"}, {"/to/a", "/to/b", "/to/c"}}) {
         int reads = 0;
-        describe({.content = text(3 * chunk - 1), .beforeRead = [&reads] { ++reads; }},
+        describe({.content = patternedText(3 * chunk - 1), .beforeRead = [&reads] { ++reads; }},
                  3 * chunk - 1);
         EXPECT_TRUE(copy(destinations, VerificationType::sha256));
         EXPECT_EQ(reads, 3);
@@ -372,7 +365,7 @@ TEST_F(VerifiedCopyTest, TheSourceIsReadOnceHoweverManyDestinationsThereAre) {
 }
 
 TEST_F(VerifiedCopyTest, ASourceThatShrinksFails) {
-    describe({.content = text(70'000)}, 70'001);
+    describe({.content = patternedText(70'000)}, 70'001);
     CopyObserver observer;
     EXPECT_FALSE(copy({"/to/a"}, VerificationType::md5, observer.delegate()));
     EXPECT_EQ(console.systemLogLines(),
@@ -384,7 +377,7 @@ TEST_F(VerifiedCopyTest, ASourceThatShrinksFails) {
 }
 
 TEST_F(VerifiedCopyTest, ASourceThatGrowsPasses) {
-    describe({.content = text(70'001)}, 70'000);
+    describe({.content = patternedText(70'001)}, 70'000);
     CopyObserver observer;
     EXPECT_TRUE(copy({"/to/a"}, VerificationType::none, observer.delegate()));
     EXPECT_EQ(contentOf("/to/a").size(), 70'001U);
@@ -559,7 +552,7 @@ TEST_F(VerifiedCopyTest, TheSettingsNameWhatIsCopied) {
 }
 
 TEST_F(VerifiedCopyTest, TheDigestsAreInTheSettingsOnceTheyAreKnown) {
-    const auto content = text(100'000);
+    const auto content = patternedText(100'000);
     for (const auto type : digestTypes) {
         makeSource(content);
         streams.files["/to/b"].alter = changing(99'999);
@@ -647,7 +640,7 @@ TEST_F(VerifiedCopyTest, OverlappingCallsMayReadAndChangeTheSettings) {
 // Verification.
 
 TEST_F(VerifiedCopyTest, AMediumThatAltersTheDataIsToldAndTheCopyStillSucceeds) {
-    const auto content = text(300'000);
+    const auto content = patternedText(300'000);
     makeSource(content);
     streams.files["/to/b"].alter = changing(131'072);
     CopyObserver observer;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/linux/Digests.h"
+#include "platform/linux/files/Digests.h"
 #include "tests/support/DescribedMachine.h"
 #include "tests/support/FileStreamDoubles.h"
 #include "tests/util/files/CopyObserver.h"

@@ -4,9 +4,9 @@
 #include "platform/Application.h"
 #include "platform/PropertyLists.h"
 #include "platform/Windows.h"
-#include "platform/linux/FileSystem.h"
-#include "platform/linux/PropertyLists.h"
-#include "platform/linux/SystemInformation.h"
+#include "platform/linux/files/FileSystem.h"
+#include "platform/linux/plist/PropertyLists.h"
+#include "platform/linux/system/SystemInformation.h"
 #include "tests/support/DescribedMachine.h"
 #include "tests/support/PausingClock.h"
 #include "tests/support/RunCommand.h"
@@ -16,6 +16,7 @@
 #include <chrono>
 #include <filesystem>
 #include <map>
+#include <optional>
 #include <set>
 
 using namespace std::chrono_literals;
@@ -160,6 +161,12 @@ protected:
         services.rightsStatus = platform::errAuthorizationCanceled;
     }
 
+    /// Leaves the program without windows, as one on a terminal is.
+    void hideWindows() {
+        alertPanelsScope_.reset();
+        applicationScope_.reset();
+    }
+
     void failToMove() {
         fileSystem.failures[std::string("move ") + temporaryFile + " " + machinesDaemon] = {
             .localizedDescription = "You can’t."};
@@ -197,8 +204,8 @@ private:
     platform::ScopedService<platform::SystemInformation> systemInformationScope_{
         systemInformation_};
     platform::ScopedService<platform::Clock> pausesScope_{pauses};
-    platform::ScopedService<platform::Application> applicationScope_{application};
-    platform::ScopedService<platform::AlertPanels> alertPanelsScope_{alertPanels};
+    std::optional<platform::ScopedService<platform::Application>> applicationScope_{application};
+    std::optional<platform::ScopedService<platform::AlertPanels>> alertPanelsScope_{alertPanels};
     platform::ScopedService<platform::PropertyLists> propertyListsScope_{propertyLists};
 };
 
@@ -505,6 +512,25 @@ TEST_F(QFLaunchdTest, AJobFileThatTheAdministratorDoesNotMoveIsWaitedForTenSecon
     EXPECT_EQ(application.waited, 10s);
     EXPECT_EQ(alertPanels.shown.size(), 1U);
     EXPECT_EQ(removed(), Lines{temporaryFile});
+}
+
+TEST_F(QFLaunchdTest, WithoutWindowsAJobFileThatCannotBePutInPlaceIsLoggedAndLeavesNothingBehind) {
+    hideWindows();
+    propertyLists.unwritable = {machinesDaemon};
+    services.rightsStatus = platform::errAuthorizationCanceled;
+    failToMove();
+    EXPECT_FALSE(startDaemon(ShouldAuth::no));
+    EXPECT_EQ(removed(), Lines{temporaryFile});
+    EXPECT_EQ(loggedLines().back(),
+              "Error: Unable to create LaunchAgent. Please check you have correct permissions for "
+              "the directory /Library/LaunchDaemons");
+}
+
+TEST_F(QFLaunchdTest, WithoutWindowsSettingsThatCanBeWrittenNowhereAreLogged) {
+    hideWindows();
+    propertyLists.unwritable = {machinesDaemon, temporaryFile};
+    EXPECT_FALSE(startDaemon(ShouldAuth::no));
+    EXPECT_EQ(loggedLines().size(), 1U);
 }
 
 TEST_F(QFLaunchdTest, AJobFileThatDoesNotGiveWayIsWaitedForFiveSecondsMore) {

@@ -3,8 +3,10 @@
 
 #include "platform/Services.h"
 #include "platform/foundation/Exception.h"
-#include "platform/linux/Console.h"
-#include "platform/linux/LogFiles.h"
+#include "platform/linux/files/LogFiles.h"
+#include "platform/linux/posix/FileDescriptor.h"
+#include "platform/linux/process/ProcessCopies.h"
+#include "platform/linux/system/Console.h"
 #include "tests/support/MainThread.h"
 #include "tests/support/PortDoubles.h"
 #include "tests/support/QueueGate.h"
@@ -13,13 +15,18 @@
 
 #include <csignal>
 #include <cstdlib>
+#include <fcntl.h>
+#include <filesystem>
 #include <functional>
+#include <future>
 #include <latch>
 #include <map>
 #include <stdexcept>
 #include <string>
 #include <sys/resource.h>
+#include <sys/wait.h>
 #include <thread>
+#include <unistd.h>
 #include <vector>
 
 namespace {
@@ -81,7 +88,7 @@ int terminate(const Arguments& arguments) {
         QFLog::appendLog("entry %d", number);
     }
     std::latch terminating{1};
-    const std::jthread opener([&] {
+    const auto opener = std::async(std::launch::async, [&] {
         terminating.wait();
         while (!mainThreadSleeps()) {
             std::this_thread::yield();
@@ -91,6 +98,27 @@ int terminate(const Arguments& arguments) {
     terminating.count_down();
     application.terminate();
     return application.removedObserver == FakeApplication::observerNumber ? 0 : 1;
+}
+
+/// Is forked while entries wait and others are written; both processes then log on. The copy is
+/// ended when it hangs.
+int forked(const Arguments& /*arguments*/) {
+    auto& queue = *QFLog::sharedController().writeQueue();
+    QueueGate gate(queue);
+    QFLog::fastAppendLog("queued before");
+    const pid_t copy = ::fork();
+    if (copy == 0) {
+        constexpr unsigned patience = 60;
+        ::alarm(patience);
+        QFLog::appendLog("in the copy");
+        QFLog::finishWriting();
+        ::_exit(static_cast<int>(QFLog::sharedController().bytesInQueue()));
+    }
+    int status = 0;
+    ::waitpid(copy, &status, 0);
+    gate.open();
+    QFLog::appendLog("in the original");
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 1;
 }
 
 /// Logs beyond the size that a file of this process may have.
@@ -103,15 +131,67 @@ int limited(const Arguments& arguments) {
     return 0;
 }
 
+/// Starts a log and writes, with THREADS threads, COUNT long entries each that tell NAME, the
+/// thread and their number. What is certain to be in a file is noted, a line an entry, in
+/// FOLDER/told. The process is killed when the first thread has come to the entry LAST.
+int crowd(const Arguments& arguments) {
+    const auto& name = arguments.at(0);
+    const auto count = std::stoi(arguments.at(2));
+    const auto last = std::stoi(arguments.at(3));
+    const platform::native::FileDescriptor told(
+        ::open(arguments.at(4).c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644));
+    QFLog::createNewLog("Test");
+    std::vector<std::jthread> threads;
+    for (int thread = 0; thread < std::stoi(arguments.at(1)); ++thread) {
+        threads.emplace_back([&, thread] {
+            for (int number = 0; number < count; ++number) {
+                const auto text = name + "-" + std::to_string(thread) + "-" +
+                                  std::to_string(number) + " " + std::string(900, 'x');
+                QFLog::fastAppendLog("%@", text);
+                if (thread == 0 && number == last) {
+                    std::raise(SIGKILL);
+                }
+                QFLog::finishWriting();
+                const auto line = text + "\n";
+                if (::write(told.get(), line.data(), line.size()) < 0) {
+                    std::abort();
+                }
+            }
+        });
+    }
+    threads.clear();
+    return 0;
+}
+
+/// Log files of which none is ever deleted: what would be goes into the folder "deleted".
+class KeptLogFiles : public platform::native::LogFiles {
+public:
+    explicit KeptLogFiles(std::string folder) : folder_(std::move(folder)) {
+        std::filesystem::create_directories(folder_);
+    }
+    std::optional<platform::Error> removeItem(const std::string& path) override {
+        auto name = folder_ + "/XXXXXX";
+        platform::native::FileDescriptor(::mkstemp(name.data()));
+        std::filesystem::rename(path, name);
+        return {};
+    }
+
+private:
+    std::string folder_;
+};
+
 /// The machine that the program finds.
 struct Machine {
+    explicit Machine(const std::string& folder) : files(folder + "/deleted") {}
+
     FakeAccount account;
     FakeSearchPaths searchPaths;
     FakeSystemInformation system;
     FakeClock clock;
     FakePropertyLists preferences;
     platform::native::Console console;
-    platform::native::LogFiles files;
+    KeptLogFiles files;
+    platform::native::ProcessCopies copies;
 
     void install() {
         platform::install<platform::UserAccount>(account);
@@ -121,6 +201,7 @@ struct Machine {
         platform::install<platform::PropertyLists>(preferences);
         platform::install<platform::Console>(console);
         platform::install<platform::LogFiles>(files);
+        platform::install<platform::ProcessCopies>(copies);
     }
 };
 
@@ -129,15 +210,15 @@ struct Machine {
 int main(int argc, char* argv[]) {
     const Arguments given(argv + 1, argv + argc);
     // The log's thread may use it until the process is gone: it is never destroyed.
-    static auto& machine = *new Machine;
+    static auto& machine = *new Machine(given.at(1));
     machine.searchPaths.lists[{platform::DirectoryKind::library, platform::DomainMask::user}] = {
         given.at(1)};
     machine.install();
     QFLog::sharedController().setAppName("Test");
 
     const std::map<std::string, std::function<int(const Arguments&)>> roles{
-        {"killed", killed},       {"share", share},     {"uncaught", uncaught},
-        {"terminate", terminate}, {"limited", limited},
+        {"killed", killed},   {"share", share}, {"uncaught", uncaught}, {"terminate", terminate},
+        {"limited", limited}, {"crowd", crowd}, {"forked", forked},
     };
     return roles.at(given.at(0))({given.begin() + 2, given.end()});
 }

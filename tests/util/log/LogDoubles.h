@@ -22,9 +22,10 @@ public:
     std::uint64_t memory = 17179869184;
     std::optional<std::string> executable = "/opt/quillfen/bin/kelvane-test";
     std::optional<std::string> version = "1.2.3";
+    std::string operatingSystem = "Version 10.15.7 (Build 19H2)";
 
     std::string globallyUniqueString() override { return "unique"; }
-    std::string operatingSystemVersion() override { return "Version 10.15.7 (Build 19H2)"; }
+    std::string operatingSystemVersion() override { return operatingSystem; }
     long processorCount() override { return 4; }
     std::uint64_t physicalMemory() override { return memory; }
     std::optional<std::string> executablePath() override { return executable; }

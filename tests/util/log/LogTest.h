@@ -1,7 +1,7 @@
 #pragma once
 
 #include "platform/Services.h"
-#include "platform/linux/LogFiles.h"
+#include "platform/linux/files/LogFiles.h"
 #include "tests/support/PortDoubles.h"
 #include "tests/support/QueueGate.h"
 #include "tests/support/ScopedAbsence.h"
@@ -14,6 +14,23 @@
 #include <fstream>
 #include <optional>
 #include <string>
+#include <utility>
+
+/// Log files of which one cannot be moved.
+class StuckLogFiles : public platform::native::LogFiles {
+public:
+    explicit StuckLogFiles(std::string stuck) : stuck_(std::move(stuck)) {}
+    std::optional<platform::Error> moveItem(const std::string& path,
+                                            const std::string& newPath) override {
+        if (path == stuck_) {
+            return platform::Error{"NSPOSIXErrorDomain", 1, "it is stuck"};
+        }
+        return platform::native::LogFiles::moveItem(path, newPath);
+    }
+
+private:
+    std::string stuck_;
+};
 
 /// The log on a machine of its own: real files in a temporary folder, doubles for all else. There
 /// is no application, so that the test's thread counts as a worker; a test that wants a main thread

@@ -41,6 +41,11 @@ TEST_F(ExceptionReporting, RecognisesTheTimeoutOfAPortByItsName) {
     EXPECT_FALSE(QFException::didTimeout(Exception("", "NSPortTimeoutException")));
 }
 
+TEST_F(ExceptionReporting, TakesTheReasonOfWhatNobodyCaughtForAFormat) {
+    uncaughtExceptionHandler(Exception("NSGenericException", "%%%%x"));
+    EXPECT_EQ(contentOf(logPath(1)), entry("%x"));
+}
+
 TEST_F(ExceptionReporting, WritesTheReasonAloneOfWhatNobodyCaught) {
     const std::string reason(200, 'r');
     uncaughtExceptionHandler(Exception("NSGenericException", reason));

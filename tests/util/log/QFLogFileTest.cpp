@@ -1,6 +1,6 @@
 #include "tests/util/log/LogTest.h"
 
-#include "platform/linux/PropertyLists.h"
+#include "platform/linux/plist/PropertyLists.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -106,6 +106,31 @@ TEST_F(LogFile, MovesEveryOlderLogOnAndDeletesTheFifth) {
     EXPECT_FALSE(exists(6));
 }
 
+TEST_F(LogFile, DeletesAFolderInPlaceOfTheFifthWithAllThatIsInIt) {
+    writeAllLogs();
+    fs::remove(logPath(5));
+    machine.write("home/Library/Logs/Quillfen/Test.5.log/inside/file", "content");
+    const auto linked = machine.write("linked", "kept");
+    fs::create_symlink(linked, logPath(5) + "/link");
+    QFLog::createNewLog("Test");
+    EXPECT_EQ(content(5), "old 4");
+    EXPECT_EQ(content(1), header());
+    EXPECT_EQ(contentOf(linked), "kept");
+    EXPECT_EQ(console.printed(), "");
+}
+
+TEST_F(LogFile, HasItsSystemLineWhenTheStartReturns) {
+    system.version = std::nullopt;
+    system.executable = std::nullopt;
+    system.operatingSystem = "X";
+    for (int count = 0; count < 50; ++count) {
+        QFLog::createNewLog("Test");
+        ASSERT_NE(contentOf(logPath(1)).find("System: macOS X, 4 CPU(s), 16.00 GB RAM\n"),
+                  std::string::npos);
+        QFLog::finishWriting();
+    }
+}
+
 TEST_F(LogFile, MovesThirdAndFirstOnWhenTheSecondIsMissing) {
     writeLog(1, "old 1");
     writeLog(3, "old 3");
@@ -126,9 +151,9 @@ TEST_F(LogFile, DoesNotMoveOlderLogsWhileThereIsNoCurrentOne) {
 }
 
 TEST_F(LogFile, StopsHalfMovedWhenAFileCannotBeMoved) {
+    StuckLogFiles stuck(logPath(4));
+    const platform::ScopedService<platform::LogFiles> inPlace(stuck);
     writeAllLogs();
-    fs::remove(logPath(5));
-    fs::create_directories(logPath(5) + "/kept");
     QFLog::createNewLog("Test");
     EXPECT_EQ(console.printed(), "Unable to move file " + logPath(4) + " to " + logPath(5) + ".\n");
     EXPECT_EQ(content(4), "old 4");
@@ -136,10 +161,40 @@ TEST_F(LogFile, StopsHalfMovedWhenAFileCannotBeMoved) {
     EXPECT_EQ(log.fileHandle(), nullptr);
 }
 
+TEST_F(LogFile, IsThereUntilTheNewOneTakesItsPlace) {
+    class DiskWithoutRoom : public platform::native::LogFiles {
+        std::optional<platform::Error> createEmptyFile(const std::string& /*path*/) override {
+            return platform::Error{"NSPOSIXErrorDomain", 28, "no room"};
+        }
+    } full;
+    const platform::ScopedService<platform::LogFiles> inPlace(full);
+    writeLog(1, "old 1");
+    QFLog::createNewLog("Test");
+    EXPECT_EQ(console.printed(), "Unable to create log file " + logPath(1) + " - no room\n");
+    QFLog::appendLog("not lost");
+    EXPECT_EQ(content(1), "old 1" + entry("not lost"));
+}
+
+TEST_F(LogFile, IsNotStartedWhileAnotherProgramKeepsTheFolderLocked) {
+    class LockedLogFiles : public platform::native::LogFiles {
+        std::unique_ptr<platform::LogLock>
+        lock(const std::vector<std::string>& /*folders*/) override {
+            return nullptr;
+        }
+    } locked;
+    const platform::ScopedService<platform::LogFiles> inPlace(locked);
+    writeLog(1, "old 1");
+    QFLog::createNewLog("Test");
+    EXPECT_EQ(console.printed(), "Unable to create log file " + logPath(1) +
+                                     " - another program keeps its folder locked\n");
+    QFLog::appendLog("not lost");
+    EXPECT_EQ(content(1), "old 1" + entry("not lost"));
+}
+
 TEST_F(LogFile, StaysUsableAfterAFailedStart) {
+    StuckLogFiles stuck(logPath(4));
+    const platform::ScopedService<platform::LogFiles> inPlace(stuck);
     writeAllLogs();
-    fs::remove(logPath(5));
-    fs::create_directories(logPath(5) + "/kept");
     QFLog::createNewLog("Test");
     QFLog::appendLog("still here");
     EXPECT_EQ(content(1), "old 1" + entry("still here"));

@@ -1,6 +1,7 @@
 #include "tests/support/MainThread.h"
 #include "tests/util/log/LogTest.h"
 
+#include <future>
 #include <latch>
 #include <thread>
 
@@ -45,7 +46,7 @@ TEST_F(LogLife, WritesTenQueuedOperationsAtTermination) {
     const auto entries = queueEntries(9);
     ASSERT_EQ(queue.operationCount(), 10U);
     std::latch terminating{1};
-    const std::jthread opener([&] {
+    const auto opener = std::async(std::launch::async, [&] {
         terminating.wait();
         while (!mainThreadSleeps()) {
             std::this_thread::yield();
@@ -80,6 +81,16 @@ TEST_F(LogLife, LosesEntriesAfterTermination) {
     QFLog::appendLog("too late");
     QFLog::finishWriting();
     EXPECT_EQ(content(1), "");
+}
+
+TEST_F(LogLife, IsStillToldOfTheTerminationWhenItIsFreed) {
+    FakeApplication application;
+    const platform::ScopedService<platform::Application> scoped(application);
+    log.dealloc();
+    EXPECT_EQ(application.removedObserver, std::nullopt);
+    log.setWriteQueue(&queue);
+    QFLog::willTerminate();
+    EXPECT_NE(application.removedObserver, std::nullopt);
 }
 
 TEST_F(LogLife, EndsLikewiseWhenItIsFreed) {

@@ -1,7 +1,5 @@
 #include "tests/util/log/LogTest.h"
 
-#include <filesystem>
-
 namespace {
 
 /// A log that is about to be full.
@@ -77,10 +75,11 @@ TEST_F(LogLimit, StartsTheNewLogUnderTheNameOfTheExecutableWhenItHasNoOther) {
 }
 
 TEST_F(LogLimit, GoesOnInTheOldFileWhenItCannotBeMoved) {
-    std::filesystem::create_directories(logPath(2));
-    std::filesystem::create_directories(logPath(5) + "/kept");
-    std::filesystem::create_directories(logPath(4));
+    StuckLogFiles stuck(logPath(4));
+    const platform::ScopedService<platform::LogFiles> inPlace(stuck);
+    writeLog(4, "old 4");
     QFLog::appendLog(crossing);
+    queue.waitUntilAllOperationsAreFinished();
     EXPECT_EQ(content(1), entry(crossing) + entry("Log truncated at 500KB"));
     EXPECT_EQ(console.printed(), "Unable to move file " + logPath(4) + " to " + logPath(5) + ".\n");
 }
@@ -91,4 +90,33 @@ TEST_F(LogLimit, CountsOnlyWhatThisProcessHasWritten) {
     QFLog::appendLog("short");
     EXPECT_EQ(content(1).size(), 600000 + entry("short").size());
     EXPECT_FALSE(exists(2));
+}
+
+TEST_F(LogLimit, StartsNoNewLogWhereAnotherProcessHasStartedOneMeanwhile) {
+    {
+        const QueueGate gate(queue);
+        QFLog::fastAppendLog(crossing);
+        queue.addOperation([this] {
+            ASSERT_FALSE(files.moveItem(logPath(1), logPath(2)));
+            writeLog(1, "another's\n");
+        });
+    }
+    EXPECT_EQ(content(2), entry(crossing));
+    EXPECT_EQ(content(1), "another's\n");
+    EXPECT_FALSE(exists(3));
+    EXPECT_EQ(log.bytesWritten(), 0U);
+    QFLog::appendLog("next");
+    EXPECT_EQ(content(1), "another's\n" + entry("next"));
+}
+
+TEST_F(LogLimit, CountsAnewInALogThatAnotherProcessHasStarted) {
+    log.setBytesWritten(0);
+    QFLog::appendLog("first");
+    QFLog::finishWriting();
+    log.setBytesWritten(499990);
+    ASSERT_FALSE(files.moveItem(logPath(1), logPath(2)));
+    writeLog(1, "");
+    QFLog::appendLog(crossing);
+    EXPECT_EQ(content(1), entry(crossing));
+    EXPECT_EQ(log.bytesWritten(), 50U);
 }

@@ -2,6 +2,9 @@
 
 #include <algorithm>
 #include <array>
+#include <filesystem>
+#include <future>
+#include <latch>
 #include <sstream>
 
 namespace {
@@ -9,15 +12,29 @@ namespace {
 constexpr std::size_t threadCount = 8;
 constexpr int entriesPerThread = 20000;
 
-/// Keeps the content of every log that is deleted. For one thread at a time.
+/// Keeps every log that would be deleted, in a folder.
 class ArchivingLogFiles : public platform::native::LogFiles {
 public:
-    std::string archive;
-
-    std::optional<platform::Error> removeItem(const std::string& path) override {
-        archive += contentOf(path);
-        return platform::native::LogFiles::removeItem(path);
+    explicit ArchivingLogFiles(std::string archive) : archive_(std::move(archive)) {
+        std::filesystem::create_directories(archive_);
     }
+
+    /// Called while the logs are locked.
+    std::optional<platform::Error> removeItem(const std::string& path) override {
+        return moveItem(path, archive_ + "/" + std::to_string(count_++));
+    }
+
+    std::string content() const {
+        std::string all;
+        for (int number = 0; number < count_; ++number) {
+            all += contentOf(archive_ + "/" + std::to_string(number));
+        }
+        return all;
+    }
+
+private:
+    std::string archive_;
+    int count_ = 0;
 };
 
 using LogUnderStress = LogTest;
@@ -27,7 +44,7 @@ protected:
     /// All that was ever written, oldest first.
     std::string everything() {
         queue.waitUntilAllOperationsAreFinished();
-        auto all = archivingFiles.archive;
+        auto all = archivingFiles.content();
         for (int number = 5; number >= 1; --number) {
             if (exists(number)) {
                 all += contentOf(logPath(number));
@@ -36,7 +53,7 @@ protected:
         return all;
     }
 
-    ArchivingLogFiles archivingFiles;
+    ArchivingLogFiles archivingFiles{machine.makeFolder("deleted")};
     platform::ScopedService<platform::LogFiles> scopedArchivingFiles{archivingFiles};
 };
 
@@ -55,10 +72,10 @@ void logMany(std::size_t thread) {
 TEST_F(LogStress, LosesAndReordersNothingThatManyThreadsWriteAcrossManyFiles) {
     QFLog::createNewLog("Test");
     {
-        std::vector<std::jthread> threads;
+        std::vector<std::future<void>> threads;
         threads.reserve(threadCount);
         for (std::size_t thread = 0; thread < threadCount; ++thread) {
-            threads.emplace_back(logMany, thread);
+            threads.push_back(std::async(std::launch::async, logMany, thread));
         }
     }
     QFLog::finishWriting();
@@ -89,10 +106,10 @@ TEST_F(LogStress, LosesAndReordersNothingThatManyThreadsWriteAcrossManyFiles) {
 TEST_F(LogUnderStress, SurvivesEntriesAndStartsFromManyThreadsAndThenEnds) {
     QFLog::createNewLog("Test", QFLog::NoPrinting::yes);
     {
-        std::vector<std::jthread> threads;
+        std::vector<std::future<void>> threads;
         threads.reserve(threadCount);
         for (std::size_t thread = 0; thread < threadCount; ++thread) {
-            threads.emplace_back([thread] {
+            threads.push_back(std::async(std::launch::async, [thread] {
                 for (int number = 0; number < 50; ++number) {
                     QFLog::appendLogAndDebugPrint("thread %d", thread);
                     if (number % 10 == 0) {
@@ -100,9 +117,44 @@ TEST_F(LogUnderStress, SurvivesEntriesAndStartsFromManyThreadsAndThenEnds) {
                     }
                     QFLog::availableLogs();
                 }
-            });
+            }));
         }
     }
     QFLog::willTerminate();
     EXPECT_EQ(log.fileHandle(), nullptr);
+}
+
+TEST_F(LogStress, LosesAndReordersNothingWhileAnotherThreadStartsLogs) {
+    constexpr int count = 3000;
+    QFLog::createNewLog("Test");
+    std::atomic<int> written{0};
+    std::jthread writer([&written] {
+        for (int number = 0; number < count; ++number) {
+            QFLog::fastAppendLog("entry %d", number);
+            written = number + 1;
+            written.notify_one();
+        }
+    });
+    int started = 1;
+    for (int before = 0; before < count; before = written, ++started) {
+        QFLog::createNewLog();
+        QFLog::finishWriting();
+        written.wait(before);
+    }
+    writer.join();
+    QFLog::finishWriting();
+
+    int next = 0;
+    int starts = 0;
+    std::istringstream lines(everything());
+    for (std::string line; std::getline(lines, line);) {
+        starts += line.find("Log started:") != std::string::npos ? 1 : 0;
+        if (line.find(" - entry ") != std::string::npos) {
+            EXPECT_EQ(line + "\n", entry("entry " + std::to_string(next)));
+            ++next;
+        }
+    }
+    EXPECT_EQ(next, count);
+    EXPECT_EQ(starts, started);
+    EXPECT_EQ(console.printed(), "");
 }

@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <stdexcept>
+#include <thread>
 
 namespace fs = std::filesystem;
 
@@ -17,9 +18,10 @@ protected:
 /// A file whose disk is full.
 class FullFile : public platform::LogFile {
 public:
-    void append(std::string_view /*entry*/) override {
+    bool append(std::string_view /*entry*/) override {
         throw platform::Exception("NSFileHandleOperationException", "the disk is full");
     }
+    bool isInPlace() override { return true; }
 };
 
 } // namespace
@@ -152,6 +154,50 @@ TEST_F(LogWriting, PrintsThatThereIsNoLogToWriteTo) {
     EXPECT_EQ(log.bytesWritten(), 0U);
 }
 
+TEST_F(LogWriting, GoesOnInTheLogThatAnotherProcessHasStarted) {
+    QFLog::appendLog("first");
+    QFLog::finishWriting();
+    fs::rename(logPath(1), logPath(2));
+    writeLog(1, "");
+    QFLog::appendLog("second");
+    EXPECT_EQ(content(2), entry("first"));
+    EXPECT_EQ(content(1), entry("second"));
+}
+
+TEST_F(LogWriting, SaysThatAnEntryIsLostWhoseFileWasMovedAway) {
+    QFLog::appendLog("first");
+    QFLog::finishWriting();
+    fs::rename(logPath(1), machine / "elsewhere");
+    QFLog::appendLog("second");
+    QFLog::finishWriting();
+    EXPECT_EQ(contentOf(machine / "elsewhere"), entry("first"));
+    EXPECT_EQ(console.printed(), "Unable to log the following information: second\n"
+                                 "Unable to open log for output\n");
+}
+
+TEST_F(LogWriting, SaysThatAnEntryIsLostWhoseFileWasDeleted) {
+    QFLog::appendLog("first");
+    QFLog::finishWriting();
+    fs::remove(logPath(1));
+    QFLog::appendLog("second");
+    QFLog::finishWriting();
+    EXPECT_EQ(console.printed(), "Unable to log the following information: second\n"
+                                 "Unable to open log for output\n");
+}
+
+TEST_F(LogWriting, SaysThatAnEntryIsLostWhoseFolderWasMovedAndGoesOnWhenItIsBack) {
+    QFLog::appendLog("first");
+    QFLog::finishWriting();
+    fs::rename(folder(), machine / "elsewhere");
+    QFLog::appendLog("second");
+    QFLog::finishWriting();
+    EXPECT_EQ(console.printed(), "Unable to log the following information: second\n"
+                                 "Unable to open log for output\n");
+    fs::rename(machine / "elsewhere", folder());
+    QFLog::appendLog("third");
+    EXPECT_EQ(content(1), entry("first") + entry("third"));
+}
+
 TEST_F(LogWriting, PrintsNothingAboutAMissingLogWhenPrintingIsOff) {
     fs::remove(logPath(1));
     log.setNoPrinting(true);
@@ -160,10 +206,22 @@ TEST_F(LogWriting, PrintsNothingAboutAMissingLogWhenPrintingIsOff) {
     EXPECT_EQ(console.printed(), "");
 }
 
-TEST_F(LogWriting, DoesNotWriteThroughAPlantedLink) {
+TEST_F(LogWriting, GoesThroughTheUsersOwnLink) {
+    const auto target = machine.write("elsewhere", "");
+    fs::remove(logPath(1));
+    fs::create_symlink(target, logPath(1));
+    QFLog::appendLog("one");
+    QFLog::appendLog("two");
+    QFLog::finishWriting();
+    EXPECT_EQ(contentOf(target), entry("one") + entry("two"));
+    EXPECT_EQ(console.printed(), "");
+}
+
+TEST_F(LogWriting, DoesNotWriteThroughALinkThatOthersMayHavePlanted) {
     const auto victim = machine.write("victim", "");
     fs::remove(logPath(1));
     fs::create_symlink(victim, logPath(1));
+    fs::permissions(folder(), fs::perms::all);
     QFLog::appendLog("secret");
     QFLog::finishWriting();
     EXPECT_EQ(contentOf(victim), "");
@@ -269,6 +327,35 @@ TEST_F(LogWriting, WaitsForAShortMessageOfAWorker) {
     }
 }
 
+TEST_F(LogWriting, WaitsForAShortMessageThatIsPrinted) {
+    const std::string text(99, 'x');
+    for (int i = 1; i <= 50; ++i) {
+        QFLog::appendLogAndPrint(text);
+        ASSERT_EQ(contentOf(logPath(1)).size(), static_cast<std::size_t>(i) * entry(text).size());
+    }
+}
+
+TEST_F(LogWriting, WaitsForAShortMessageForDebugging) {
+    const std::string text(99, 'x');
+    for (int i = 1; i <= 50; ++i) {
+        QFLog::appendLogAndDebugPrint(text);
+        ASSERT_EQ(contentOf(logPath(1)).size(), static_cast<std::size_t>(i) * entry(text).size());
+    }
+}
+
+TEST_F(LogWriting, NeverWaitsForAnEmptyMessage) {
+    const QueueGate gate(queue);
+    QFLog::appendLog("");
+    QFLog::appendLog("%@", "");
+    EXPECT_EQ(queue.operationCount(), 1U);
+}
+
+TEST_F(LogWriting, PrintsALineEndForABlankMessage) {
+    QFLog::appendLogAndPrint("  \n");
+    EXPECT_EQ(content(1), "");
+    EXPECT_EQ(console.printed(), "\n");
+}
+
 TEST_F(LogWriting, DoesNotWaitForAHundredCharacters) {
     QueueGate gate(queue);
     QFLog::appendLog(std::string(100, 'x'));
@@ -309,7 +396,7 @@ TEST_F(LogWriting, WaitsOnAWorkerOfAnApplication) {
     FakeApplication application;
     const platform::ScopedService<platform::Application> scoped(application);
     std::string afterCall;
-    std::jthread([&] {
+    std::thread([&] {
         QFLog::appendLog("short");
         afterCall = contentOf(logPath(1));
     }).join();

@@ -1,6 +1,7 @@
 #include "tests/util/task/TaskTest.h"
 #include "util/task/QFTaskEx.h"
 
+#include "platform/Services.h"
 #include "platform/foundation/Exception.h"
 
 #include <algorithm>
@@ -103,6 +104,66 @@ protected:
     std::shared_ptr<Listener> listener_ = std::make_shared<Listener>();
     std::shared_ptr<QFTaskEx> runner_ = QFTaskEx::create();
 };
+
+TEST_F(AsyncTask, HasEmptyPropertiesUntilTheyAreSet) {
+    EXPECT_EQ(runner_->theTask(), nullptr);
+    EXPECT_EQ(runner_->delegate(), nullptr);
+    EXPECT_EQ(runner_->selector(), std::nullopt);
+    EXPECT_TRUE(runner_->object().isNone());
+
+    const auto task = std::make_shared<platform::Process>(platform::ProcessDescription());
+    runner_->setTheTask(task);
+    runner_->setDelegate(listener_);
+    runner_->setSelector("operation:");
+    runner_->setObject("object");
+    EXPECT_EQ(runner_->theTask(), task);
+    EXPECT_EQ(runner_->delegate(), listener_);
+    EXPECT_EQ(runner_->selector(), "operation:");
+    EXPECT_EQ(runner_->object(), Value("object"));
+}
+
+TEST_F(AsyncTask, DoesNotKeepItsDelegate) {
+    runner_->setDelegate(listener_);
+    listener_ = nullptr;
+    EXPECT_EQ(runner_->delegate(), nullptr);
+}
+
+TEST_F(AsyncTask, HasWhatItWasStartedWithUntilItEnds) {
+    start(shell, script(gate()), "object");
+    EXPECT_EQ(runner_->theTask()->description().launchPath, shell);
+    EXPECT_EQ(runner_->delegate(), listener_);
+    EXPECT_EQ(runner_->selector(), printedOperation);
+    EXPECT_EQ(runner_->object(), Value("object"));
+    runner_->terminateTask();
+    EXPECT_EQ(runner_->theTask(), nullptr);
+    EXPECT_EQ(runner_->delegate(), nullptr);
+    EXPECT_EQ(runner_->selector(), std::nullopt);
+    EXPECT_TRUE(runner_->object().isNone());
+    waitForTheThread();
+}
+
+TEST_F(AsyncTask, RunsATaskThatWasSet) {
+    platform::ProcessDescription description;
+    description.launchPath = shell;
+    description.arguments = {"-c", "echo out"};
+    description.standardOutput =
+        platform::ChildStream::through(platform::service<platform::ProcessLauncher>().makePipe());
+    runner_->setTheTask(std::make_shared<platform::Process>(std::move(description)));
+    runner_->setDelegate(listener_);
+    runner_->setSelector(printedOperation);
+    runner_->launchAsyncTask();
+    EXPECT_EQ(delivered(), "out\n");
+}
+
+TEST_F(AsyncTask, LogsThatATaskThatWasSetHasNoPipe) {
+    platform::ProcessDescription description;
+    description.launchPath = "/bin/true";
+    const auto task = std::make_shared<platform::Process>(std::move(description));
+    runner_->setTheTask(task);
+    runner_->launchAsyncTask();
+    EXPECT_EQ(loggedLines(), Lines{"Exception: the task's standard output is no pipe"});
+    task->waitUntilExit();
+}
 
 TEST_F(AsyncTask, ASilentToolYieldsOneCallWithoutBytes) {
     start(":");

@@ -1,14 +1,25 @@
 #include "tests/support/ScopedEnvironment.h"
+#include "tests/support/ScopedLimit.h"
 #include "tests/util/task/TaskTest.h"
 #include "util/task/QFTaskEx.h"
 
+#include <csignal>
 #include <filesystem>
+#include <fstream>
 #include <future>
+#include <unistd.h>
 
 namespace {
 
 using Lines = std::vector<std::string>;
 using platform::Value;
+
+/// How many bytes of its address space the process uses.
+std::size_t addressSpaceInUse() {
+    std::size_t pages = 0;
+    std::ifstream("/proc/self/statm") >> pages;
+    return pages * static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
+}
 
 class DataFromTask : public TaskTest {
 protected:
@@ -181,6 +192,46 @@ TEST_F(DataFromTask, KeepsTheChildInTheSlotWhileItRuns) {
     EXPECT_TRUE(eventually([&] { return slot_.get() != nullptr && slot_.get()->isRunning(); }));
     openGate();
     EXPECT_EQ(result.get(), "out\n");
+}
+
+TEST_F(DataFromTask, ClosesBothReadEndsThoughTheChildIsKept) {
+    const auto readEnds = [] {
+        int count = 0;
+        for (const auto& item : std::filesystem::directory_iterator("/proc/self/fdinfo")) {
+            const auto link = "/proc/self/fd/" + item.path().filename().string();
+            std::error_code gone;
+            const auto target = std::filesystem::read_symlink(link, gone).string();
+            const auto flags = contentOf(item.path().string());
+            const auto mode = flags.find("flags:\t") + 14; // octal; the last digit tells
+            count += target.starts_with("pipe:") && flags.at(mode) == '0' ? 1 : 0;
+        }
+        return count;
+    };
+    const auto before = readEnds();
+    EXPECT_EQ(collected("echo out; echo wrong >&2"), "out\n");
+    ASSERT_NE(slot_.get(), nullptr);
+    EXPECT_EQ(readEnds(), before);
+}
+
+TEST_F(DataFromTask, SaysThatMemoryRanOutAndEndsTheChild) {
+    constexpr std::size_t mebibyte = std::size_t{1} << 20U;
+    if (addressSpaceInUse() > mebibyte * mebibyte) {
+        GTEST_SKIP() << "a sanitizer has taken the address space that this test would limit";
+    }
+    loggedLines(); // the log's thread exists already
+    std::optional<platform::Data> data;
+    {
+        const ScopedLimit<RLIMIT_AS> limit(addressSpaceInUse() + 128 * mebibyte);
+        data = QFTaskEx::dataFromTask(
+            shell, script("trap '' PIPE; while :; do cat /dev/zero; done"), slot_);
+    }
+    EXPECT_FALSE(data.has_value());
+    const std::string line =
+        "Exception running task /bin/sh: there is not enough memory for its output";
+    EXPECT_EQ(loggedLines(), Lines{line});
+    EXPECT_EQ(printed(), line + "\n");
+    EXPECT_TRUE(eventually([this] { return !slot_.get()->isRunning(); }));
+    EXPECT_EQ(slot_.get()->terminationStatus(), SIGTERM);
 }
 
 TEST_F(DataFromTask, LeavesNoDescriptorOpen) {

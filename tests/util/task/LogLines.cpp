@@ -33,6 +33,10 @@ Recording& recording() {
 
 std::vector<std::string> loggedLines() {
     QFLog::finishWriting();
+    return linesWrittenByNow();
+}
+
+std::vector<std::string> linesWrittenByNow() {
     auto& lines = recording().lines;
     for (auto& line : recording().file->take()) {
         lines.push_back(std::move(line));

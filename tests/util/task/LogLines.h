@@ -6,6 +6,9 @@
 /// The lines logged since the last forgetLogLines(), in order.
 std::vector<std::string> loggedLines();
 
+/// Those of them that are written already.
+std::vector<std::string> linesWrittenByNow();
+
 /// What was printed as well, since then.
 std::string printed();
 

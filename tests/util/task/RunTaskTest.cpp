@@ -29,6 +29,15 @@ TEST_F(RunTask, HandsTheArgumentsOnAsTheyAre) {
     EXPECT_EQ(contentOf(tool + ".seen"), "a b||$HOME;*|\xFF\n|");
 }
 
+TEST_F(RunTask, TakesTwoTextsInBracesForTwoArguments) {
+    const char* const first = "first";
+    const char* const second = "second";
+    EXPECT_EQ((TaskArguments{{first, second}}.list()), (Lines{"first", "second"}));
+    EXPECT_EQ((TaskArguments{{"a", "b"}}.list()), (Lines{"a", "b"}));
+    EXPECT_EQ((TaskArguments{"a", std::string("b"), std::string_view("c").data()}.list()),
+              (Lines{"a", "b", "c"}));
+}
+
 TEST_F(RunTask, CountsNoArgumentsAsTheEmptyList) {
     const auto tool = writeTool("tool", "#!/bin/sh\necho $# > \"$0.seen\"\n");
     EXPECT_TRUE(QFTaskEx::runTask(tool, std::nullopt));
@@ -75,6 +84,25 @@ TEST_F(RunTask, RunsARelativePathFromTheWorkingFolder) {
     ASSERT_FALSE(relative.starts_with('/'));
     EXPECT_TRUE(QFTaskEx::runTask(relative, {}));
     EXPECT_TRUE(std::filesystem::exists(file("tool.ran")));
+}
+
+TEST_F(RunTask, TriesARelativePathEvenOfAPackage) {
+    const auto relative =
+        std::filesystem::relative(writeTool("Some.app", "#!/bin/sh\ntouch \"$0.ran\"\n")).string();
+    EXPECT_TRUE(QFTaskEx::runTask(relative, {}));
+    EXPECT_TRUE(std::filesystem::exists(file("Some.app.ran")));
+    EXPECT_FALSE(QFTaskEx::runTask(file("Some.app"), {}));
+}
+
+TEST_F(RunTask, HasLoggedWhyItFailedWhenItReturns) {
+    for (int count = 0; count < 50; ++count) {
+        forgetLogLines();
+        EXPECT_FALSE(QFTaskEx::runTask("none", {}));
+        ASSERT_EQ(
+            linesWrittenByNow(),
+            Lines{"Exception running task none: none could not be launched: no file exists at "
+                  "that path"});
+    }
 }
 
 TEST_F(RunTask, TriesAnEmptyPath) {
@@ -145,6 +173,9 @@ TEST_F(RunTaskAndReturn, RefusesAPathThatIsNotGivenNotExecutableOrAPackage) {
 TEST_F(RunTaskAndReturn, FillsTheLineAboutARefusedPathTwice) {
     EXPECT_EQ(QFTaskEx::runTaskAndReturn("/no/100%% sure", {}), nullptr);
     EXPECT_EQ(loggedLines(), Lines{"Error: /no/100% sure is not executable"});
+    forgetLogLines();
+    EXPECT_EQ(QFTaskEx::runTaskAndReturn("/no/%%%%x", {}), nullptr);
+    EXPECT_EQ(loggedLines(), Lines{"Error: /no/%x is not executable"});
 }
 
 TEST_F(RunTaskAndReturn, LetsTheLaunchExceptionThrough) {

@@ -1,8 +1,8 @@
 #include "tests/util/task/TaskTest.h"
 
 #include "platform/Services.h"
-#include "platform/linux/FileSystem.h"
-#include "platform/linux/ProcessLauncher.h"
+#include "platform/linux/files/FileSystem.h"
+#include "platform/linux/process/ProcessLauncher.h"
 
 #include <filesystem>
 #include <fstream>

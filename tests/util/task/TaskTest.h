@@ -63,7 +63,12 @@ class PackageWorkspace : public RecordingWorkspace {
 public:
     static PackageWorkspace& shared();
 
-    bool isFilePackage(const std::string& path) override { return path.ends_with(".app"); }
+    std::function<void()> whenAsked = [] {};
+
+    bool isFilePackage(const std::string& path) override {
+        whenAsked();
+        return path.ends_with(".app");
+    }
 };
 
 inline const std::string shell = "/bin/sh";

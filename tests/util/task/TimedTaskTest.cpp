@@ -3,14 +3,17 @@
 
 #include "platform/Services.h"
 #include "tests/support/NoThreadsLeft.h"
-#include "tests/support/PausingClock.h"
 #include "tests/support/ScopedAbsence.h"
+#include "tests/support/ScopedEnvironment.h"
 #include "util/log/QFLog.h"
 
+#include <array>
+#include <atomic>
 #include <csignal>
+#include <cstdlib>
 #include <filesystem>
+#include <functional>
 #include <future>
-#include <latch>
 #include <limits>
 
 namespace {
@@ -135,21 +138,29 @@ TEST_F(TimedTask, ActsOnTheMainThreadOnly) {
     EXPECT_EQ(loggedLines(), Lines{timedOut});
 }
 
-TEST_F(TimedTask, SleepsItsWholeIntervalEvenWhenTheChildHasEndedLongBefore) {
-    PausingClock clock(PausingClock::Pauses::ofEveryThread);
-    const platform::ScopedService<platform::Clock> scope(clock);
-    std::latch wake(1);
-    clock.meanwhile = [&wake] { wake.wait(); };
+TEST_F(TimedTask, KeepsTheRunnerForTheWholeIntervalEvenWhenTheChildHasEndedLongBefore) {
+    const auto begin = std::chrono::steady_clock::now();
     auto runner = QFTaskEx::create();
     const std::weak_ptr<QFTaskEx> kept = runner;
     EXPECT_EQ(text(runner->dataFromTaskOnRunner(shell, script("echo out"), 1.9)), "out\n");
     runner.reset();
-    EXPECT_FALSE(kept.expired());
-    wake.count_down();
-    waitForTimeouts(1);
-    EXPECT_EQ(clock.rests, std::vector<std::chrono::microseconds>{std::chrono::seconds(1)});
     EXPECT_TRUE(eventually([&] { return kept.expired(); }));
+    EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::seconds(1));
+    waitForTimeouts(1);
     EXPECT_TRUE(loggedLines().empty());
+}
+
+TEST_F(TimedTask, NeedsNoThreadOfItsOwn) {
+    const auto threads = [] {
+        const std::filesystem::directory_iterator all("/proc/self/task");
+        return std::distance(begin(all), end(all));
+    };
+    EXPECT_EQ(QFTaskEx::terminationCodeFromTask(shell, script("exit 2"), 600), 2);
+    const auto before = threads();
+    for (int count = 0; count < 50; ++count) {
+        EXPECT_EQ(QFTaskEx::terminationCodeFromTask(shell, script("exit 2"), 600), 2);
+    }
+    EXPECT_EQ(threads(), before);
 }
 
 TEST_F(TimedTask, KeepsTheChildInTheRunnerOnlyWhileItRuns) {
@@ -200,12 +211,36 @@ TEST_F(TimedTask, ReachesTheChildsOwnChildrenThatHoldTheOutput) {
     EXPECT_EQ(output.get(), "out\n");
 }
 
-TEST_F(TimedTask, WaitsForAGrandchildThatLeftTheGroup) {
+TEST_F(TimedTask, DoesNotWaitForAGrandchildThatLeftTheGroup) {
     auto output = outputTimedOutOnceReady("echo early; setsid sh -c \"" + tellReady() + "; " +
                                           gate() + "; echo late\" & wait");
-    waitForTimeouts(1);
+    EXPECT_EQ(output.get(), "early\n");
     openGate();
-    EXPECT_EQ(output.get(), "early\nlate\n");
+    EXPECT_EQ(loggedLines(), Lines{timedOut});
+}
+
+TEST_F(TimedTask, DoesNotWaitForAGrandchildThatOutlivesTheChild) {
+    std::future<std::string> output;
+    {
+        const BusyMainThread busy;
+        output = std::async(std::launch::async, [this] {
+            return text(runner_->dataFromTaskOnRunner(
+                shell, script("echo early; (" + gate() + "; echo late) &"), 0));
+        });
+        EXPECT_TRUE(eventually([this] {
+            const auto child = runner_->theTask();
+            return child != nullptr && child->isLaunched() && !child->isRunning();
+        }));
+        EXPECT_EQ(output.wait_for(std::chrono::seconds(0)), std::future_status::timeout);
+    }
+    EXPECT_EQ(output.get(), "early\n");
+    openGate();
+    EXPECT_TRUE(loggedLines().empty());
+}
+
+TEST_F(TimedTask, ReachesAStoppedChild) {
+    EXPECT_EQ(QFTaskEx::terminationCodeFromTask(shell, script("kill -STOP $$"), 0), SIGTERM);
+    EXPECT_EQ(loggedLines(), Lines{timedOut});
 }
 
 TEST_F(TimedTask, ReachesAChildThatChangedItsGroup) {
@@ -240,16 +275,120 @@ TEST_F(TimedTask, HasNoTimeoutWithoutAnApplication) {
 
 TEST_F(TimedTask, RunsNothingWithoutAThreadForTheTimeout) {
     const auto leavesATrace = script(": > '" + file("ran") + "'");
-    QFLog::sharedController().writeQueue()->addOperation([] {}); // the log's thread exists already
-    {
-        const NoThreadsLeft none;
-        QFTaskEx::runTask(shell, leavesATrace, 600);
-        EXPECT_FALSE(QFTaskEx::dataFromTask(shell, leavesATrace, 600).has_value());
-        EXPECT_EQ(QFTaskEx::terminationCodeFromTask(shell, leavesATrace, 600), -1);
-    }
+    // In a process of its own, where nobody has had a time-out yet.
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(
+        {
+            QFLog::sharedController().writeQueue()->addOperation(
+                [] {}); // the log's thread is there
+            {
+                const NoThreadsLeft none;
+                QFTaskEx::runTask(shell, leavesATrace, 600);
+                EXPECT_FALSE(QFTaskEx::dataFromTask(shell, leavesATrace, 600).has_value());
+                EXPECT_EQ(QFTaskEx::terminationCodeFromTask(shell, leavesATrace, 600), -1);
+            }
+            EXPECT_EQ(loggedLines(),
+                      Lines(3, "Exception in setupTimeout:. NSGenericException - could not start a "
+                               "thread: Resource temporarily unavailable."));
+            std::_Exit(HasFailure() ? 1 : 0);
+        },
+        testing::ExitedWithCode(0), "");
     EXPECT_FALSE(std::filesystem::exists(file("ran")));
-    EXPECT_EQ(loggedLines(), Lines(3, "Exception in setupTimeout:. NSGenericException - could not "
-                                      "start a thread: Resource temporarily unavailable."));
+}
+
+namespace {
+
+/// Launches children that only note what they are asked.
+class NotedChild : public platform::ChildProcess {
+public:
+    explicit NotedChild(std::function<void()> onTerminate) : onTerminate_(std::move(onTerminate)) {}
+
+    long processIdentifier() const override { return 1; }
+    bool isRunning() override { return true; }
+    void waitUntilExit() override {}
+    void terminate() override { onTerminate_(); }
+    void endOutputWithChild() override {}
+    int terminationStatus() override { return 0; }
+
+private:
+    std::function<void()> onTerminate_;
+};
+
+class NotingLauncher : public platform::ProcessLauncher {
+public:
+    std::function<void()> onTerminate = [] {};
+
+    std::shared_ptr<platform::Pipe> makePipe() override { return nullptr; }
+    std::shared_ptr<platform::ChildProcess>
+    launch(const platform::ProcessDescription& /*description*/) override {
+        return std::make_shared<NotedChild>(onTerminate);
+    }
+};
+
+/// A launched child that never ends.
+std::shared_ptr<platform::Process> endlessTask(NotingLauncher& launcher) {
+    const platform::ScopedService<platform::ProcessLauncher> scope(launcher);
+    platform::ProcessDescription description;
+    description.launchPath = shell;
+    auto task = std::make_shared<platform::Process>(std::move(description));
+    task->launch();
+    return task;
+}
+
+} // namespace
+
+TEST_F(TimedTask, SaysThatTheTimeIsUpBeforeItTerminatesTheChild) {
+    NotingLauncher launcher;
+    Lines atTermination;
+    launcher.onTerminate = [&] { atTermination = loggedLines(); };
+    runner_->setTheTask(endlessTask(launcher));
+    runner_->timeout();
+    EXPECT_EQ(atTermination, Lines{timedOut});
+    runner_->setTheTask(nullptr);
+}
+
+TEST_F(TimedTask, WaitsForTheMainThreadInSetupTimeout) {
+    NotingLauncher launcher;
+    std::atomic<bool> terminated{false};
+    launcher.onTerminate = [&] { terminated = true; };
+    runner_->setTheTask(endlessTask(launcher));
+    std::future<bool> over;
+    {
+        const BusyMainThread busy;
+        over = std::async(std::launch::async, [&] {
+            runner_->setupTimeout(std::chrono::seconds(0));
+            return terminated.load();
+        });
+        EXPECT_EQ(over.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
+    }
+    EXPECT_TRUE(over.get());
+    runner_->setTheTask(nullptr);
+}
+
+TEST_F(TimedTask, ForgetsAFormerChildBeforeAnythingElse) {
+    NotingLauncher launcher;
+    const auto calls = std::to_array<std::function<void()>>({
+        [this] { runner_->dataFromTaskOnRunner(file("a.app"), {}, 600); },
+        [this] { runner_->terminationCodeFromTaskOnRunner(file("a.app"), {}, 600); },
+        [this] { runner_->runTaskOnRunner(file("a.app"), {}, 600); },
+    });
+    folder_.makeFolder("a.app");
+    for (const auto& call : calls) {
+        std::shared_ptr<platform::Process> meanwhile;
+        PackageWorkspace::shared().whenAsked = [&] { meanwhile = runner_->theTask(); };
+        const auto former = endlessTask(launcher);
+        runner_->setTheTask(former);
+        call();
+        PackageWorkspace::shared().whenAsked = [] {};
+        EXPECT_EQ(meanwhile, nullptr);
+        EXPECT_EQ(runner_->theTask(), nullptr);
+    }
+}
+
+TEST_F(TimedTask, HandsTheProgramsEnvironmentOn) {
+    const ScopedEnvironment inherited("QF_TASK_TEST", "inherited");
+    const auto variables = text(QFTaskEx::dataFromTask("/usr/bin/env", {}, 600));
+    EXPECT_NE(variables.find("QF_TASK_TEST=inherited\n"), std::string::npos);
 }
 
 TEST_F(TimedTask, TerminateTaskEndsTheCallFromAnotherThread) {

@@ -1,10 +1,10 @@
 #include "platform/linux/tools/ditto/Compress.h"
 
 #include "platform/foundation/Path.h"
-#include "platform/linux/Errors.h"
-#include "platform/linux/FileDescriptor.h"
-#include "platform/linux/ItemPlace.h"
-#include "platform/linux/TemporaryItem.h"
+#include "platform/linux/files/TemporaryItem.h"
+#include "platform/linux/posix/Errors.h"
+#include "platform/linux/posix/FileDescriptor.h"
+#include "platform/linux/posix/ItemPlace.h"
 #include "platform/linux/tools/ditto/ArchiveHandle.h"
 
 #include <sys/stat.h>

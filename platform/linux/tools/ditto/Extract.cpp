@@ -1,10 +1,10 @@
 #include "platform/linux/tools/ditto/Extract.h"
 
 #include "platform/foundation/Path.h"
-#include "platform/linux/Errors.h"
-#include "platform/linux/Folders.h"
-#include "platform/linux/ItemPlace.h"
-#include "platform/linux/TemporaryItem.h"
+#include "platform/linux/files/TemporaryItem.h"
+#include "platform/linux/posix/Errors.h"
+#include "platform/linux/posix/Folders.h"
+#include "platform/linux/posix/ItemPlace.h"
 #include "platform/linux/tools/ditto/ArchiveHandle.h"
 
 #include <sys/stat.h>
@@ -86,7 +86,7 @@ void checkEntry(archive_entry* entry, const std::string& name) {
     }
 }
 
-void copyContent(archive* zip, archive* disk, archive_entry* entry, const std::string& name) {
+void extractContent(archive* zip, archive* disk, archive_entry* entry, const std::string& name) {
     la_int64_t end = 0;
     for (;;) {
         const void* block = nullptr;
@@ -112,7 +112,7 @@ void unpackEntry(archive* zip, archive* disk, archive_entry* entry) {
     archive_entry_set_perm(entry, archive_entry_perm(entry) & permissions);
     check(archive_write_header(disk, entry), disk, name);
     if (archive_entry_filetype(entry) == AE_IFREG) {
-        copyContent(zip, disk, entry, name);
+        extractContent(zip, disk, entry, name);
     }
     // A volume that cannot keep a mode or a time still has the content.
     if (archive_write_finish_entry(disk) < ARCHIVE_WARN) {
@@ -139,7 +139,7 @@ void unpackEntries(archive* zip, const std::string& archivePath) {
     }
 }
 
-[[noreturn]] void failToMake(const std::string& folder, int error) {
+[[noreturn]] void failToMakeFolder(const std::string& folder, int error) {
     throw ToolError(failureSentence(folder, "made", reason(error)));
 }
 
@@ -151,7 +151,7 @@ void unpackIntoNewFolder(archive* zip, const std::string& archivePath, const std
         error = findPlace(folder, place);
     }
     if (error != 0) {
-        failToMake(folder, error);
+        failToMakeFolder(folder, error);
     }
     TemporaryItem draft(place.folder.get(), place.name, S_IFDIR | ACCESSPERMS);
     error = draft.error();
@@ -159,11 +159,11 @@ void unpackIntoNewFolder(archive* zip, const std::string& archivePath, const std
         error = errno;
     }
     if (error != 0) {
-        failToMake(folder, error);
+        failToMakeFolder(folder, error);
     }
     unpackEntries(zip, archivePath);
     if (error = draft.rename(); error != 0) {
-        failToMake(folder, error);
+        failToMakeFolder(folder, error);
     }
 }
 

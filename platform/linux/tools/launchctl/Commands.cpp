@@ -2,7 +2,7 @@
 
 #include "platform/foundation/Path.h"
 #include "platform/foundation/Text.h"
-#include "platform/linux/UserAccount.h"
+#include "platform/linux/system/UserAccount.h"
 #include "platform/linux/tools/Tool.h"
 #include "platform/linux/tools/launchctl/JobFile.h"
 #include "platform/linux/tools/launchctl/JobUnits.h"

@@ -1,7 +1,7 @@
 #include "platform/linux/tools/launchctl/JobFile.h"
 
-#include "platform/linux/FileDescriptor.h"
-#include "platform/linux/PropertyLists.h"
+#include "platform/linux/plist/PropertyLists.h"
+#include "platform/linux/posix/FileDescriptor.h"
 #include "platform/linux/tools/Tool.h"
 
 #include <fcntl.h>

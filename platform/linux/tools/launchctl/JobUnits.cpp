@@ -103,7 +103,13 @@ std::string section(std::string_view name, const Lines& lines) {
 class Units {
 public:
     Units(std::string label, std::string_view jobFile)
-        : label_(std::move(label)), jobFile_(text::printable(jobFile)) {}
+        : label_(std::move(label)), jobFile_(text::printable(jobFile)) {
+        try {
+            static_cast<void>(quotedWord(jobFile_));
+        } catch (const Unfit& unfit) {
+            throw JobError(std::string("the path of the job file ") + unfit.what());
+        }
+    }
 
     void add(const char* suffix, const std::string& sections, const std::string& wantedBy) {
         std::string text = "[Unit]\nDescription=" + escapedSpecifiers(label_) + " (launchd job)\n";

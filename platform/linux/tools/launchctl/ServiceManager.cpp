@@ -1,6 +1,6 @@
 #include "platform/linux/tools/launchctl/ServiceManager.h"
 
-#include "platform/linux/UserAccount.h"
+#include "platform/linux/system/UserAccount.h"
 
 #include <gio/gio.h>
 #include <unistd.h>
@@ -226,8 +226,12 @@ void ServiceManager::reload() {
 
 void ServiceManager::queueJobs(const char* method, const std::vector<std::string>& units,
                                const Expected& expected) {
-    // The manager sends its signals only when somebody asked for them.
-    manage("Subscribe", nullptr, "()");
+    jobs_.clear();
+    // The manager sends its signals only when somebody asked for them, and may be asked once.
+    if (!isSubscribed_) {
+        manage("Subscribe", nullptr, "()");
+        isSubscribed_ = true;
+    }
     for (const auto& unit : units) {
         const auto reply =
             manage(method, g_variant_new("(ss)", unit.c_str(), "replace"), "(o)", expected);

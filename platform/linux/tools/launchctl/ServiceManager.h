@@ -91,6 +91,7 @@ private:
     std::unique_ptr<GDBusConnection, Free> connection_;
     std::string manager_;
     Clock::time_point deadline_;
+    bool isSubscribed_ = false;
     /// The units that are being started or stopped, by the path of the manager's job for each.
     std::map<std::string, std::string> jobs_;
 };

@@ -1,8 +1,8 @@
 #include "platform/linux/tools/launchctl/UnitFolder.h"
 
 #include "platform/foundation/Path.h"
-#include "platform/linux/Folders.h"
-#include "platform/linux/WholeFiles.h"
+#include "platform/linux/files/WholeFiles.h"
+#include "platform/linux/posix/Folders.h"
 #include "platform/linux/tools/Tool.h"
 
 #include <unistd.h>

@@ -25,11 +25,19 @@ std::string hexadecimal(char character) {
     return {'\\', 'x', digits[byte >> 4U], digits[byte & 0xFU]};
 }
 
+/// Code points that are kept for programs' own use, which systemd takes for a fault of the text.
+bool isNonCharacter(char32_t codePoint) {
+    return (codePoint & 0xFFFEU) == 0xFFFEU || (codePoint >= 0xFDD0 && codePoint <= 0xFDEF);
+}
+
 void requireText(std::string_view text) {
     for (auto rest = text; !rest.empty();) {
         const auto character = text::firstCharacter(rest);
         if (character.codePoint == text::notACharacter || character.codePoint == 0) {
             throw Unfit("must be UTF-8 text");
+        }
+        if (isNonCharacter(character.codePoint)) {
+            throw Unfit("must not hold Unicode’s non-characters");
         }
         rest.remove_prefix(character.length);
     }
@@ -64,7 +72,7 @@ std::string doubled(std::string_view text, std::string_view characters) {
 }
 
 /// In double quotes, with what would end them or the line escaped.
-std::string quoted(std::string_view text) {
+std::string inQuotes(std::string_view text) {
     std::string result = "\"";
     for (const char character : text) {
         if (character == '"' || character == '\\') {
@@ -120,12 +128,12 @@ std::string escapedSpecifiers(std::string_view text) {
 
 std::string quotedWord(std::string_view text) {
     requireText(text);
-    return quoted(doubled(text, "%"));
+    return inQuotes(doubled(text, "%"));
 }
 
 std::string quotedArgument(std::string_view text) {
     requireText(text);
-    return quoted(doubled(text, "%$"));
+    return inQuotes(doubled(text, "%$"));
 }
 
 std::string programWord(std::string_view path) {

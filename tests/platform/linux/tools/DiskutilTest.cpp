@@ -1,4 +1,4 @@
-#include "platform/linux/PropertyLists.h"
+#include "platform/linux/plist/PropertyLists.h"
 #include "tests/support/RunCommand.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -17,7 +17,7 @@ namespace {
 
 using Words = std::vector<std::string>;
 
-constexpr const char* usage = "usage: diskutil info -plist MOUNTPOINT\n";
+constexpr const char* diskutilUsage = "usage: diskutil info -plist MOUNTPOINT\n";
 
 Outcome diskutil(Words words) {
     words.insert(words.begin(), QF_DISKUTIL);
@@ -54,7 +54,7 @@ TEST(Diskutil, TellsItsUsage) {
                                                 {"--help"}}) {
         const auto outcome = diskutil(words);
         EXPECT_EQ(outcome.status, 2);
-        EXPECT_EQ(outcome.output, usage);
+        EXPECT_EQ(outcome.output, diskutilUsage);
     }
 }
 

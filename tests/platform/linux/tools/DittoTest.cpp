@@ -21,7 +21,7 @@ namespace {
 
 using Names = std::vector<std::string>;
 
-constexpr const char* usage =
+constexpr const char* dittoUsage =
     "usage: ditto -ck [--keepParent] SOURCE ARCHIVE | -xk ARCHIVE FOLDER\n";
 
 /// An entry of an archive that a test makes.
@@ -43,7 +43,7 @@ protected:
         Names environment{"LSAN_OPTIONS=detect_leaks=0"};
         if (!faults.empty()) {
             environment.insert(environment.end(),
-                               {std::string("LD_PRELOAD=") + QF_FAULTY_CALLS, "QF_FAULTS=" + faults,
+                               {preloading(QF_FAULTY_CALLS), "QF_FAULTS=" + faults,
                                 "QF_FAULTS_FROM_START=1", "ASAN_OPTIONS=verify_asan_link_order=0"});
         }
         return run(command, environment);
@@ -189,7 +189,7 @@ TEST_F(Ditto, TellsItsUsage) {
                                                 {"--help"}}) {
         const auto outcome = ditto(words);
         EXPECT_EQ(outcome.status, 2);
-        EXPECT_EQ(outcome.output, usage);
+        EXPECT_EQ(outcome.output, dittoUsage);
     }
 }
 

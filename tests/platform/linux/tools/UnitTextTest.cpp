@@ -76,6 +76,11 @@ TEST(Words, DoubleThePercentSignAlone) {
 
 TEST(Words, AreRefusedWhenNotUtf8) {
     EXPECT_EQ(reasonOf(quotedWord, "\xC3"), "must be UTF-8 text");
+    for (const char* text : {"\uFFFE", "a\uFFFF", "\uFDD0", "\uFDEF", "\U0001FFFE", "\U0010FFFF"}) {
+        EXPECT_EQ(reasonOf(quotedWord, text), "must not hold Unicode’s non-characters") << text;
+        EXPECT_EQ(reasonOf(escapedForUnitName, text), "must not hold Unicode’s non-characters");
+    }
+    EXPECT_EQ(quotedWord("\uFFFD\uFDCF\uFDF0"), "\"\uFFFD\uFDCF\uFDF0\"");
     EXPECT_EQ(reasonOf(quotedWord, std::string_view("a\0b", 3)), "must be UTF-8 text");
 }
 

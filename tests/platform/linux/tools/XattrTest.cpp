@@ -14,8 +14,9 @@ namespace {
 
 using Words = std::vector<std::string>;
 
-constexpr const char* usage = "usage: xattr [-l] FILE... | -p NAME FILE... | -w NAME VALUE FILE... "
-                              "| -d NAME FILE...\n";
+constexpr const char* xattrUsage =
+    "usage: xattr [-l] FILE... | -p NAME FILE... | -w NAME VALUE FILE... "
+    "| -d NAME FILE...\n";
 constexpr const char* progress = "com.apple.progress.fractionCompleted";
 
 class Xattr : public testing::Test {
@@ -57,7 +58,7 @@ TEST_F(Xattr, TellsItsUsage) {
                                                 {"--help"}}) {
         const auto outcome = xattr(words);
         EXPECT_EQ(outcome.status, 2);
-        EXPECT_EQ(outcome.output, usage);
+        EXPECT_EQ(outcome.output, xattrUsage);
     }
 }
 

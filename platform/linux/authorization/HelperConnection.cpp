@@ -1,0 +1,108 @@
+#include "platform/linux/authorization/HelperConnection.h"
+
+#include "platform/linux/process/DescriptorStream.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/socket.h>
+
+#include <array>
+#include <cerrno>
+#include <cstring>
+
+namespace platform::native {
+
+namespace {
+
+bool waitForAnswer(int socket, std::optional<std::chrono::milliseconds> limit) {
+    pollfd answer{socket, POLLIN, 0};
+    int ready = 0;
+    do {
+        ready = ::poll(&answer, 1, limit ? static_cast<int>(limit->count()) : -1);
+    } while (ready < 0 && errno == EINTR);
+    return ready > 0;
+}
+
+/// The descriptor that came with a message, if one did.
+FileDescriptor descriptorIn(msghdr& message) {
+    const cmsghdr* header = CMSG_FIRSTHDR(&message);
+    int descriptor = -1;
+    if (header != nullptr && header->cmsg_level == SOL_SOCKET && header->cmsg_type == SCM_RIGHTS &&
+        header->cmsg_len == CMSG_LEN(sizeof descriptor)) {
+        std::memcpy(&descriptor, CMSG_DATA(header), sizeof descriptor);
+    }
+    return FileDescriptor(descriptor);
+}
+
+} // namespace
+
+bool HelperConnection::handshake(std::optional<std::chrono::milliseconds> limit) {
+    const std::lock_guard lock(mutex_);
+    const auto answer = ask(helper::areYouThere, limit);
+    return answer && answer->reply.status == helper::Status::ready;
+}
+
+bool HelperConnection::isOpen() {
+    const std::lock_guard lock(mutex_);
+    char byte = 0;
+    return ::recv(socket_.get(), &byte, sizeof byte, MSG_PEEK | MSG_DONTWAIT) < 0 &&
+           (errno == EAGAIN || errno == EINTR);
+}
+
+PrivilegedTool HelperConnection::start(const std::string& toolPath,
+                                       const std::vector<std::string>& arguments) {
+    const auto message = helper::encodeRequest(toolPath, arguments);
+    if (!message || toolPath.empty()) {
+        return {errAuthorizationToolExecuteFailure, nullptr};
+    }
+    const std::lock_guard lock(mutex_);
+    // A tool whose output could not be received is not started in the first place.
+    if (!FileDescriptor(::fcntl(socket_.get(), F_DUPFD_CLOEXEC, 0))) {
+        return {errAuthorizationToolExecuteFailure, nullptr};
+    }
+    auto answer = ask(*message, std::nullopt);
+    if (!answer) {
+        return {errAuthorizationInternal, nullptr};
+    }
+    if (answer->reply.status != helper::Status::started || !answer->output) {
+        return {errAuthorizationToolExecuteFailure, nullptr};
+    }
+    return {errAuthorizationSuccess, std::make_unique<DescriptorStream>(std::move(answer->output))};
+}
+
+/// The answer to one message, none when the helper is gone. The caller holds the mutex.
+std::optional<HelperConnection::Answer>
+HelperConnection::ask(std::string_view message, std::optional<std::chrono::milliseconds> limit) {
+    ssize_t sent = 0;
+    do {
+        sent = ::send(socket_.get(), message.data(), message.size(), MSG_NOSIGNAL);
+    } while (sent < 0 && errno == EINTR);
+    if (sent < 0 || !waitForAnswer(socket_.get(), limit)) {
+        return std::nullopt;
+    }
+    return receive();
+}
+
+std::optional<HelperConnection::Answer> HelperConnection::receive() {
+    Answer answer;
+    iovec bytes{&answer.reply, sizeof answer.reply};
+    alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof(int))> control{};
+    msghdr message{};
+    message.msg_iov = &bytes;
+    message.msg_iovlen = 1;
+    message.msg_control = control.data();
+    message.msg_controllen = control.size();
+    ssize_t size = 0;
+    do {
+        size = ::recvmsg(socket_.get(), &message, MSG_CMSG_CLOEXEC);
+    } while (size < 0 && errno == EINTR);
+    if (size <= 0) {
+        return std::nullopt;
+    }
+    answer.output = descriptorIn(message);
+    const bool isReply =
+        size == sizeof answer.reply && answer.reply.signature == helper::Reply{}.signature;
+    return isReply ? std::optional(std::move(answer)) : std::nullopt;
+}
+
+} // namespace platform::native

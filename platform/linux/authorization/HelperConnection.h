@@ -1,0 +1,51 @@
+#pragma once
+
+#include "platform/AuthorizationServices.h"
+#include "platform/linux/authorization/ProcessSecrecy.h"
+#include "platform/linux/authorization/helper/HelperProtocol.h"
+#include "platform/linux/posix/FileDescriptor.h"
+
+#include <chrono>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace platform::native {
+
+/// The program's end of the connection to the privileged helper. Having one is the administrator's
+/// right; letting it go gives the right up, while the tools that were started go on.
+/// Any thread may call every member.
+class HelperConnection {
+public:
+    /// Takes over a SOCK_SEQPACKET socket at whose other end a helper is, or will be.
+    explicit HelperConnection(FileDescriptor socket) : socket_(std::move(socket)) {}
+
+    /// Whether a helper answers. Without a time limit it waits for as long as somebody has the
+    /// other end.
+    bool handshake(std::optional<std::chrono::milliseconds> limit = std::nullopt);
+
+    /// Whether the other end is still open.
+    bool isOpen();
+
+    /// Has the helper start a tool. The status is errAuthorizationInternal when the helper is gone,
+    /// errAuthorizationToolExecuteFailure when it refuses.
+    PrivilegedTool start(const std::string& toolPath, const std::vector<std::string>& arguments);
+
+private:
+    struct Answer {
+        helper::Reply reply;
+        FileDescriptor output;
+    };
+
+    std::optional<Answer> ask(std::string_view message,
+                              std::optional<std::chrono::milliseconds> limit);
+    std::optional<Answer> receive();
+
+    ProcessSecrecy secrecy_;
+    std::mutex mutex_;
+    FileDescriptor socket_;
+};
+
+} // namespace platform::native

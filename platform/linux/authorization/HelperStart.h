@@ -1,0 +1,38 @@
+#pragma once
+
+#include "platform/AuthorizationServices.h"
+#include "platform/linux/authorization/HelperConnection.h"
+
+#include <memory>
+#include <string>
+
+namespace platform::native {
+
+/// Where the programs lie that an administrator's right takes.
+struct HelperPaths {
+    std::string pkexec;
+    std::string helper;
+
+    /// The system's pkexec, and the installation's own helper.
+    static HelperPaths installed();
+};
+
+/// A connection to a helper that is ready, or why there is none.
+struct StartedHelper {
+    AuthorizationStatus status = errAuthorizationInternal;
+    std::shared_ptr<HelperConnection> connection;
+};
+
+/// Starts a helper through pkexec, which has polkit ask for a password, and waits until it is ready
+/// or will never be. errAuthorizationCanceled: the question was dismissed. errAuthorizationDenied:
+/// it was answered wrongly, or nobody is there to answer it. errAuthorizationInternal: pkexec or
+/// the helper is missing or does not start. Any thread may call it.
+StartedHelper startHelper(const HelperPaths& paths);
+
+/// Takes over the connection to a helper that a privileged parent process has left to this one. The
+/// environment only tells the number of the descriptor; the connection is one that root has made,
+/// and at whose other end a helper answers, or there is none. A descriptor that is something else
+/// is left alone. Any thread may call it.
+StartedHelper inheritedHelper();
+
+} // namespace platform::native

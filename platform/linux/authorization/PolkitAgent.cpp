@@ -1,0 +1,287 @@
+#define POLKIT_AGENT_I_KNOW_API_IS_SUBJECT_TO_CHANGE
+#include "platform/linux/authorization/PolkitAgent.h"
+
+#include "platform/linux/system/ObjectOwner.h"
+
+#include <polkitagent/polkitagent.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <utility>
+
+namespace platform::native {
+
+namespace {
+
+/// The system bus; none when there is none. The library's own way ends the process with the bus.
+Owned<GDBusConnection> systemBus() {
+    Owned<GDBusConnection> bus(g_bus_get_sync(G_BUS_TYPE_SYSTEM, nullptr, nullptr));
+    if (bus) {
+        g_dbus_connection_set_exit_on_close(bus.get(), FALSE);
+    }
+    return bus;
+}
+
+// ---- One question ------------------------------------------------------------------------------
+
+/// Whom an agent has for its answers, to which questions, and how many of them are thought about.
+struct Answering {
+    PolkitAnswerer answerer;
+    PolkitFilter filter;
+    int open = 0;
+};
+
+/// One question from when it is asked until it is done with, attempt after attempt. It belongs to
+/// itself and ends with finish(). All of it runs on the agent's thread, except the answerer, so
+/// that others who ask meanwhile are not kept waiting.
+class Question {
+public:
+    Question(Answering& answering, GTask* task, const char* cookie, GList* identities)
+        : answering_(answering), task_(task), cookie_(cookie) {
+        for (const GList* entry = identities; entry != nullptr; entry = entry->next) {
+            if (POLKIT_IS_UNIX_USER(entry->data)) {
+                const int user = polkit_unix_user_get_uid(POLKIT_UNIX_USER(entry->data));
+                administrators_.push_back(static_cast<uid_t>(user));
+            }
+        }
+        if (GCancellable* cancellable = g_task_get_cancellable(task); cancellable != nullptr) {
+            cancelled_ = g_signal_connect_swapped(cancellable, "cancelled",
+                                                  G_CALLBACK(&Question::wasCancelled), this);
+        }
+    }
+    ~Question() {
+        if (cancelled_ != 0) {
+            g_signal_handler_disconnect(g_task_get_cancellable(task_.get()), cancelled_);
+        }
+    }
+    Question(const Question&) = delete;
+    Question& operator=(const Question&) = delete;
+    Question(Question&&) = delete;
+    Question& operator=(Question&&) = delete;
+
+    void answer() {
+        ++answering_.open;
+        const Owned<GTask> asking(g_task_new(nullptr, nullptr, wasAnswered, this));
+        g_task_set_task_data(asking.get(), this, nullptr);
+        g_task_run_in_thread(asking.get(), think);
+    }
+
+private:
+    static void think(GTask* asking, void* /*source*/, void* data, GCancellable* /*cancellable*/) {
+        auto* self = static_cast<Question*>(data);
+        self->answer_ = self->answering_.answerer(self->administrators_, ++self->attempt_);
+        g_task_return_boolean(asking, TRUE);
+    }
+
+    static void wasAnswered(GObject* /*source*/, GAsyncResult* /*result*/, void* data) {
+        auto* self = static_cast<Question*>(data);
+        --self->answering_.open;
+        if (self->answer_.kind == PolkitAnswer::Kind::password && !self->isDone_) {
+            self->startSession(self->answer_);
+        } else {
+            self->finish(self->answer_.kind == PolkitAnswer::Kind::dismiss);
+        }
+    }
+
+    void startSession(const PolkitAnswer& answer) {
+        password_ = answer.password;
+        const Owned<PolkitIdentity> identity(polkit_unix_user_new(static_cast<int>(answer.user)));
+        session_.reset(polkit_agent_session_new(identity.get(), cookie_.c_str()));
+        g_signal_connect_swapped(session_.get(), "request", G_CALLBACK(&Question::wasAsked), this);
+        g_signal_connect_swapped(session_.get(), "completed", G_CALLBACK(&Question::wasCompleted),
+                                 this);
+        polkit_agent_session_initiate(session_.get());
+    }
+
+    void finish(bool dismissed) {
+        if (dismissed) {
+            g_task_return_new_error(task_.get(), POLKIT_ERROR, POLKIT_ERROR_CANCELLED, "dismissed");
+        } else {
+            g_task_return_boolean(task_.get(), TRUE);
+        }
+        delete this;
+    }
+
+    /// PAM wants something: the password, once. Asked for more, there is nothing more to say.
+    static void wasAsked(Question* self, const char* /*prompt*/, gboolean /*echo*/) {
+        const std::string* password = std::exchange(self->password_, nullptr);
+        if (password == nullptr) {
+            polkit_agent_session_cancel(self->session_.get());
+            return;
+        }
+        // The session looks at the last character without asking whether there is one.
+        polkit_agent_session_response(self->session_.get(),
+                                      password->empty() ? "\n" : password->c_str());
+    }
+
+    /// The session still uses itself after it has said this, so the rest comes later.
+    static void wasCompleted(Question* self, gboolean gained) {
+        self->isDone_ = self->isDone_ || gained != FALSE;
+        GSource* later = g_idle_source_new();
+        g_source_set_callback(later, &Question::proceed, self, nullptr);
+        g_source_attach(later, g_main_context_get_thread_default());
+        g_source_unref(later);
+    }
+
+    static gboolean proceed(void* data) {
+        auto* self = static_cast<Question*>(data);
+        if (self->isDone_) {
+            self->finish(false);
+        } else {
+            self->answer();
+        }
+        return G_SOURCE_REMOVE;
+    }
+
+    /// Whoever asked polkit has gone.
+    static void wasCancelled(Question* self) {
+        self->isDone_ = true;
+        if (self->session_) {
+            polkit_agent_session_cancel(self->session_.get());
+        }
+    }
+
+    Answering& answering_;
+    PolkitAnswer answer_;
+    Owned<GTask> task_;
+    std::string cookie_;
+    std::vector<uid_t> administrators_;
+    Owned<PolkitAgentSession> session_;
+    const std::string* password_ = nullptr;
+    gulong cancelled_ = 0;
+    int attempt_ = 0;
+    bool isDone_ = false;
+};
+
+// ---- The object that polkit's library calls
+// ------------------------------------------------------
+
+struct Listener {
+    PolkitAgentListener parent;
+    Answering* answering;
+};
+
+/// What polkit itself tells of a question.
+PolkitQuestion questionOf(const char* action, PolkitDetails* details) {
+    const char* asker = polkit_details_lookup(details, "polkit.caller-pid");
+    return {action, asker == nullptr ? 0 : std::atoi(asker)};
+}
+
+void initiate(PolkitAgentListener* listener, const char* action, const char* /*message*/,
+              const char* /*icon*/, PolkitDetails* details, const char* cookie, GList* identities,
+              GCancellable* cancellable, GAsyncReadyCallback callback, void* data) {
+    GTask* task = g_task_new(listener, cancellable, callback, data);
+    // What was asked is answered even when nobody waits any more, so that it is done with.
+    g_task_set_check_cancellable(task, FALSE);
+    auto& answering = *reinterpret_cast<Listener*>(listener)->answering;
+    if (!answering.filter(questionOf(action, details))) {
+        g_task_return_new_error(task, POLKIT_ERROR, POLKIT_ERROR_NOT_AUTHORIZED,
+                                "not for this agent");
+        g_object_unref(task);
+        return;
+    }
+    (new Question(answering, task, cookie, identities))->answer();
+}
+
+gboolean finishInitiating(PolkitAgentListener* /*listener*/, GAsyncResult* result, GError** error) {
+    return g_task_propagate_boolean(G_TASK(result), error);
+}
+
+void initializeListenerClass(void* type, void* /*data*/) {
+    auto* listenerClass = static_cast<PolkitAgentListenerClass*>(type);
+    listenerClass->initiate_authentication = initiate;
+    listenerClass->initiate_authentication_finish = finishInitiating;
+}
+
+Owned<PolkitAgentListener> makeListener(Answering& answering) {
+    static const GType type = g_type_register_static_simple(
+        POLKIT_AGENT_TYPE_LISTENER, "QFPolkitAgentListener", sizeof(PolkitAgentListenerClass),
+        initializeListenerClass, sizeof(Listener), nullptr, GTypeFlags{});
+    auto* listener = static_cast<Listener*>(g_object_new(type, nullptr));
+    listener->answering = &answering;
+    return Owned<PolkitAgentListener>(&listener->parent);
+}
+
+} // namespace
+
+bool isPolkitAvailable() {
+    const auto bus = systemBus();
+    if (!bus) {
+        return false;
+    }
+    constexpr int useDefaultLimit = -1;
+    GVariant* reply = g_dbus_connection_call_sync(
+        bus.get(), "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
+        "StartServiceByName", g_variant_new("(su)", "org.freedesktop.PolicyKit1", 0U), nullptr,
+        G_DBUS_CALL_FLAGS_NONE, useDefaultLimit, nullptr, nullptr);
+    if (reply == nullptr) {
+        return false;
+    }
+    g_variant_unref(reply);
+    return true;
+}
+
+// ---- The agent ---------------------------------------------------------------------------------
+
+struct PolkitAgent::Loop {
+    GMainContext* context = g_main_context_new();
+    GMainLoop* loop = g_main_loop_new(context, FALSE);
+
+    Loop() = default;
+    ~Loop() {
+        g_main_loop_unref(loop);
+        g_main_context_unref(context);
+    }
+    Loop(const Loop&) = delete;
+    Loop& operator=(const Loop&) = delete;
+    Loop(Loop&&) = delete;
+    Loop& operator=(Loop&&) = delete;
+};
+
+PolkitAgent::PolkitAgent(pid_t process, PolkitAnswerer answerer, PolkitFilter filter)
+    : answerer_(std::move(answerer)), filter_(std::move(filter)), loop_(std::make_unique<Loop>()) {
+    std::promise<bool> registered;
+    auto result = registered.get_future();
+    thread_ = std::thread([this, process, &registered] { run(process, registered); });
+    registered_ = result.get();
+}
+
+PolkitAgent::~PolkitAgent() {
+    // Asked of the loop itself, for it may not have begun to run.
+    g_main_context_invoke(
+        loop_->context,
+        [](void* loop) {
+            g_main_loop_quit(static_cast<GMainLoop*>(loop));
+            return G_SOURCE_REMOVE;
+        },
+        loop_->loop);
+    thread_.join();
+}
+
+void PolkitAgent::run(pid_t process, std::promise<bool>& registered) {
+    g_main_context_push_thread_default(loop_->context);
+    Answering answering{answerer_, filter_};
+    {
+        const auto bus = systemBus();
+        const auto listener = makeListener(answering);
+        const Owned<PolkitSubject> subject(
+            polkit_unix_process_new_for_owner(process, 0, static_cast<int>(::getuid())));
+        void* registration =
+            bus ? polkit_agent_listener_register(
+                      listener.get(), POLKIT_AGENT_REGISTER_FLAGS_NONE, subject.get(),
+                      "/com/quillfen/KelvaneUninstaller/AuthenticationAgent", nullptr, nullptr)
+                : nullptr;
+        registered.set_value(registration != nullptr);
+        g_main_loop_run(loop_->loop);
+        if (registration != nullptr) {
+            polkit_agent_listener_unregister(registration);
+        }
+    }
+    // What came in meanwhile gets an answer, too.
+    while (g_main_context_iteration(loop_->context, answering.open > 0 ? TRUE : FALSE) != FALSE ||
+           answering.open > 0) {
+    }
+    g_main_context_pop_thread_default(loop_->context);
+}
+
+} // namespace platform::native

@@ -1,0 +1,320 @@
+#include "platform/linux/authorization/helper/Command.h"
+
+#include "platform/linux/authorization/helper/Change.h"
+#include "platform/linux/authorization/helper/ProtectedItems.h"
+#include "platform/linux/authorization/helper/Refusal.h"
+
+#include <fcntl.h>
+
+#include <algorithm>
+#include <array>
+#include <span>
+#include <string_view>
+#include <utility>
+
+namespace platform::native::helper {
+
+namespace {
+
+Tool trustedTool(std::string_view path) {
+    const std::string about(path);
+    if (!path.starts_with('/')) {
+        throw Refusal{Status::toolNotAbsolute, about};
+    }
+    bool isTrusted = true;
+    auto way = walk(path, [&](const Item& item) { isTrusted = isTrusted && !item.isChangeable(); });
+    if (!isTrusted) {
+        throw Refusal{Status::toolNotTrusted, about};
+    }
+    if (!way || !S_ISREG(way->end.status.stx_mode) || (way->end.status.stx_mode & 0111U) == 0) {
+        throw Refusal{Status::toolMissing, about};
+    }
+    return {about, std::move(way->end)};
+}
+
+bool isFile(const Tool& tool, const std::string& path) {
+    const auto way = walk(path);
+    return way && way->end.identity() == tool.file.identity();
+}
+
+/// Whether a tool is `name` by what it is called or by its file. Where the file is `other` as well,
+/// one program is many tools, and goes by what it is called.
+bool isTool(const Tool& tool, const std::string& name, const std::string& other) {
+    return tool.path.ends_with("/" + name) ||
+           (isFile(tool, "/usr/bin/" + name) && !isFile(tool, "/usr/bin/" + other));
+}
+
+/// Whose links on the way to an operand's folder may be followed.
+enum class Links { owners, roots };
+
+void requireHonest(const Way& way, Links links, std::string_view operand) {
+    if (links == Links::roots ? !way.isRoots : !way.isHonest()) {
+        throw Refusal{Status::itemRedirected, std::string(operand)};
+    }
+}
+
+/// The way to the folder of an operand, and the operand's name there. Gives nothing when the folder
+/// cannot be reached.
+std::optional<Place> locate(std::string_view operand, Links links) {
+    const std::string about(operand);
+    if (!operand.starts_with('/')) {
+        throw Refusal{Status::commandUnknown, about};
+    }
+    const bool namesFolder = operand.ends_with('/');
+    while (operand.ends_with('/')) {
+        operand.remove_suffix(1);
+    }
+    const std::size_t slash = operand.rfind('/');
+    const std::string name(operand.empty() ? operand : operand.substr(slash + 1));
+    if (name.empty() || name == "." || name == "..") {
+        throw Refusal{Status::itemProtected, about};
+    }
+    auto way = walk(operand.substr(0, slash));
+    if (!way || !way->end.isFolder()) {
+        return std::nullopt;
+    }
+    requireHonest(*way, links, about);
+    auto item = openItem(way->end.descriptor.get(), name);
+    if (item && item->isLink() && namesFolder) {
+        throw Refusal{Status::itemRedirected, about};
+    }
+    return Place{std::move(way->end), name, std::move(item)};
+}
+
+/// The arguments of a tool whose options are single letters without a value.
+struct Words {
+    std::vector<std::string> options;
+    std::vector<std::string_view> operands;
+};
+
+/// Tells options, which are all in `letters`, and operands apart.
+Words wordsOf(const Request& request, std::string_view letters) {
+    Words words;
+    bool isOver = false;
+    for (const auto& argument : request.arguments) {
+        if (isOver || !argument.starts_with('-')) {
+            words.operands.push_back(argument);
+        } else if (argument == "--") {
+            isOver = true;
+        } else if (argument.size() == 1 ||
+                   argument.find_first_not_of(letters, 1) != std::string_view::npos) {
+            throw Refusal{Status::commandUnknown,
+                          std::string(request.tool) + " " + std::string(argument)};
+        } else {
+            words.options.emplace_back(argument);
+        }
+    }
+    return words;
+}
+
+void addPlace(Command& command, Place place) {
+    command.arguments.push_back(heldPath(place.folder, place.name));
+    command.folders.push_back(std::move(place.folder));
+}
+
+/// An operand whose folder does not exist is left out, for there is nothing to remove.
+Command prepareRemoval(Tool tool, const Request& request, const ProtectedItems& staying) {
+    auto [options, operands] = wordsOf(request, "dfiIrRv");
+    options.emplace_back("--");
+    Command command{std::move(tool), std::move(options), {}};
+    for (const auto operand : operands) {
+        auto place = locate(operand, Links::owners);
+        if (!place) {
+            continue;
+        }
+        if (place->item && staying.contain(*place->item)) {
+            throw Refusal{Status::itemProtected, std::string(operand)};
+        }
+        addPlace(command, std::move(*place));
+    }
+    return command;
+}
+
+/// Where a move or copy to `operand` ends: in the folder that stands there, or else at this very
+/// place.
+std::optional<Place> destinationOf(std::string_view operand, const std::string& sourceName,
+                                   Links links) {
+    if (!operand.starts_with('/')) {
+        throw Refusal{Status::commandUnknown, std::string(operand)};
+    }
+    auto way = walk(operand);
+    if (!way || !way->end.isFolder()) {
+        return locate(operand, links);
+    }
+    requireHonest(*way, links, operand);
+    auto item = openItem(way->end.descriptor.get(), sourceName);
+    return Place{std::move(way->end), sourceName, std::move(item)};
+}
+
+/// Replacing without a question is all that a move does: it may be made by another name first,
+/// where the tool would not see what it must not replace.
+Task prepareMove(Tool tool, const Request& request, const ProtectedItems& staying) {
+    auto [options, operands] = wordsOf(request, "fv");
+    if (operands.size() != 2) {
+        throw Refusal{Status::commandUnknown, tool.path};
+    }
+    auto source = locate(operands[0], Links::owners);
+    if (!source || !source->item) {
+        throw Refusal{Status::itemUnreachable, std::string(operands[0])};
+    }
+    auto destination = destinationOf(operands[1], source->name, Links::owners);
+    if (!destination) {
+        throw Refusal{Status::itemUnreachable, std::string(operands[1])};
+    }
+    if (staying.contain(*source->item) ||
+        (destination->item && staying.contain(*destination->item))) {
+        throw Refusal{Status::itemProtected, std::string(operands[0])};
+    }
+    if (destination->folder.isChangeable()) {
+        return Move{{std::move(*source), std::move(*destination), trustedTool("/bin/rm")}};
+    }
+    options.insert(options.end(), {"-T", "--"});
+    Command command{std::move(tool), std::move(options), {}};
+    addPlace(command, std::move(*source));
+    addPlace(command, std::move(*destination));
+    return command;
+}
+
+// ---- What the helper does itself ---------------------------------------------------------------
+
+using Operands = std::span<const std::string_view>;
+
+Task prepareCopy(Operands operands, uid_t user) {
+    auto source = locate(operands[0], Links::roots);
+    if (!source || !source->item) {
+        throw Refusal{Status::itemUnreachable, std::string(operands[0])};
+    }
+    auto destination = destinationOf(operands[1], source->name, Links::roots);
+    if (!destination) {
+        throw Refusal{Status::itemUnreachable, std::string(operands[1])};
+    }
+    if (destination->item && ProtectedItems(user).contain(*destination->item)) {
+        throw Refusal{Status::itemProtected, std::string(operands[1])};
+    }
+    return Copy{std::move(*source), std::move(*destination), trustedTool("/bin/rm")};
+}
+
+/// The item that is to be changed, none when it does not exist. One that has a name elsewhere might
+/// be anybody's: its folder's owner may have put that name there.
+std::optional<Place> locateItem(std::string_view operand) {
+    auto place = locate(operand, Links::roots);
+    if (!place || !place->item) {
+        return std::nullopt;
+    }
+    const auto& item = *place->item;
+    if (item.isLink()) {
+        throw Refusal{Status::itemRedirected, std::string(operand)};
+    }
+    if (place->folder.isChangeable() && !item.isFolder() && item.status.stx_nlink > 1) {
+        throw Refusal{Status::itemForeign, std::string(operand)};
+    }
+    return place;
+}
+
+Task prepareTouch(Operands operands, uid_t /*user*/) {
+    auto place = locateItem(operands[0]);
+    return place ? Task(Change{touch, std::move(*place)}) : Nothing{};
+}
+
+/// What others must not read, or own, is not put into a user's folder to be changed by that user.
+Place locateOwnItem(std::string_view operand, uid_t user) {
+    auto place = locateItem(operand);
+    if (!place) {
+        throw Refusal{Status::itemUnreachable, std::string(operand)};
+    }
+    if (ProtectedItems(user).contain(*place->item)) {
+        throw Refusal{Status::itemProtected, std::string(operand)};
+    }
+    if (place->folder.isChangeable() &&
+        place->item->status.stx_uid != place->folder.status.stx_uid) {
+        throw Refusal{Status::itemForeign, std::string(operand)};
+    }
+    return std::move(*place);
+}
+
+Task prepareMode(Operands operands, uid_t user) {
+    return Change{letEverybodyRead, locateOwnItem(operands[0], user)};
+}
+
+Task prepareOwner(Operands operands, uid_t user) {
+    return Change{giveToRoot, locateOwnItem(operands[0], user)};
+}
+
+Task prepareFolders(Operands operands, uid_t /*user*/) {
+    std::string_view path = operands[0];
+    if (!path.starts_with('/')) {
+        throw Refusal{Status::commandUnknown, std::string(path)};
+    }
+    std::deque<std::string> missing;
+    auto way = walk(path);
+    for (; !way && !path.empty(); way = walk(path)) {
+        const std::size_t slash = path.rfind('/');
+        const std::string name(path.substr(slash + 1));
+        path = path.substr(0, slash);
+        if (name == "..") {
+            throw Refusal{Status::itemUnreachable, std::string(operands[0])};
+        }
+        if (!name.empty() && name != ".") {
+            missing.push_front(name);
+        }
+    }
+    if (!way || !way->end.isFolder()) {
+        throw Refusal{Status::itemUnreachable, std::string(operands[0])};
+    }
+    requireHonest(*way, Links::roots, operands[0]);
+    return Folders{std::move(way->end), std::move(missing)};
+}
+
+/// The words of a command line that the program sends, and what it asks for. In any other words a
+/// tool gets what it is told, as anything else that is run.
+struct Form {
+    std::string_view tool;
+    std::span<const std::string_view> words;
+    std::size_t operands;
+    Task (*prepare)(Operands operands, uid_t user);
+};
+
+constexpr std::array<std::string_view, 3> copyWords = {"-f", "-p", "-R"};
+constexpr std::array<std::string_view, 1> touchWords = {"-c"};
+constexpr std::array<std::string_view, 1> modeWords = {"644"};
+constexpr std::array<std::string_view, 1> ownerWords = {"root:wheel"};
+constexpr std::array<std::string_view, 1> folderWords = {"-p"};
+
+constexpr std::array forms = {
+    Form{"/cp", copyWords, 2, prepareCopy},         Form{"/touch", touchWords, 1, prepareTouch},
+    Form{"/chmod", modeWords, 1, prepareMode},      Form{"/chown", ownerWords, 1, prepareOwner},
+    Form{"/mkdir", folderWords, 1, prepareFolders},
+};
+
+bool hasForm(const Request& request, const Form& form) {
+    return request.tool.ends_with(form.tool) &&
+           request.arguments.size() == form.words.size() + form.operands &&
+           std::equal(form.words.begin(), form.words.end(), request.arguments.begin());
+}
+
+} // namespace
+
+std::string heldPath(const Item& folder, const std::string& name) {
+    const int descriptor = folder.descriptor.get();
+    ::fcntl(descriptor, F_SETFD, 0);
+    return "/proc/self/fd/" + std::to_string(descriptor) + "/" + name;
+}
+
+Task prepare(const Request& request, uid_t user) {
+    Tool tool = trustedTool(request.tool);
+    if (isTool(tool, "rm", "mv")) {
+        return prepareRemoval(std::move(tool), request, ProtectedItems(user));
+    }
+    if (isTool(tool, "mv", "rm")) {
+        return prepareMove(std::move(tool), request, ProtectedItems(user));
+    }
+    const auto* const form = std::find_if(forms.begin(), forms.end(), [&](const Form& candidate) {
+        return hasForm(request, candidate);
+    });
+    if (form != forms.end()) {
+        return form->prepare(Operands(request.arguments).subspan(form->words.size()), user);
+    }
+    return Command{std::move(tool), {request.arguments.begin(), request.arguments.end()}, {}};
+}
+
+} // namespace platform::native::helper

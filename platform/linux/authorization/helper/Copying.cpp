@@ -1,0 +1,240 @@
+#include "platform/linux/authorization/helper/Copying.h"
+
+#include "platform/linux/authorization/helper/Command.h"
+#include "platform/linux/authorization/helper/ToolStart.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/sendfile.h>
+#include <sys/stat.h>
+#include <sys/statvfs.h>
+#include <sys/xattr.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <climits>
+#include <cstring>
+#include <map>
+#include <memory>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace platform::native::helper {
+
+namespace {
+
+/// Throws why a system call failed, if it did.
+void require(bool isDone) {
+    if (!isDone) {
+        throw startFailure(errno);
+    }
+}
+
+/// The very item for reading, whatever its name leads to by now.
+FileDescriptor openForReading(const Item& item, int flags) {
+    const std::string path = "/proc/self/fd/" + std::to_string(item.descriptor.get());
+    FileDescriptor opened(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | flags));
+    require(static_cast<bool>(opened));
+    return opened;
+}
+
+/// Copies the bytes that a file has now and leaves its holes out. A file may grow as fast as it is
+/// read.
+void copyBytes(int from, int to, off_t size) {
+    off_t offset = 0;
+    while (offset < size && (offset = ::lseek(from, offset, SEEK_DATA)) >= 0) {
+        const off_t hole = ::lseek(from, offset, SEEK_HOLE);
+        require(hole > offset);
+        const off_t end = std::min(hole, size);
+        require(::lseek(to, offset, SEEK_SET) == offset);
+        while (offset < end) {
+            const auto rest = static_cast<std::size_t>(end - offset);
+            const ssize_t copied = ::sendfile(to, from, &offset, rest);
+            require(copied >= 0 || errno == EINTR);
+            if (copied == 0) {
+                return;
+            }
+        }
+    }
+    require(offset >= 0 || errno == ENXIO); // nothing but a hole is left
+}
+
+std::string attributeNames(int from) {
+    std::string names(XATTR_LIST_MAX, '\0');
+    const ssize_t size = ::flistxattr(from, names.data(), names.size());
+    require(size >= 0 || errno == ENOTSUP);
+    names.resize(size > 0 ? static_cast<std::size_t>(size) : 0);
+    return names;
+}
+
+/// Access lists must be kept: without one a file's rights mean something else. What else is the
+/// system's own, as a program's privileges, is left out.
+void copyAttributes(int from, int to) {
+    std::string value(XATTR_SIZE_MAX, '\0');
+    const std::string names = attributeNames(from);
+    for (std::size_t begin = 0; begin < names.size(); begin = names.find('\0', begin) + 1) {
+        const std::string name(names.c_str() + begin);
+        const bool isAccessList = name.starts_with("system.posix_acl_");
+        if (!isAccessList && !name.starts_with("user.")) {
+            continue;
+        }
+        const ssize_t size = ::fgetxattr(from, name.c_str(), value.data(), value.size());
+        const bool isCopied = size >= 0 && ::fsetxattr(to, name.c_str(), value.data(),
+                                                       static_cast<std::size_t>(size), 0) == 0;
+        require(isCopied || !isAccessList);
+    }
+}
+
+std::vector<std::string> namesIn(DIR* folder) {
+    std::vector<std::string> names;
+    while (const dirent* entry = ::readdir(folder)) {
+        const std::string_view name = static_cast<const char*>(entry->d_name);
+        if (name != "." && name != "..") {
+            names.emplace_back(name);
+        }
+    }
+    return names;
+}
+
+/// The program has a user's limit; a deep tree takes more.
+void liftDescriptorLimit() {
+    constexpr rlim_t most = 1U << 16U;
+    const rlimit both{most, most};
+    ::setrlimit(RLIMIT_NOFILE, &both);
+}
+
+/// A name in a folder that none but root can enter, and its path there.
+struct Spot {
+    int folder;
+    std::string name;
+    std::string path;
+
+    Spot in(int inner, const std::string& child) const {
+        return {inner, child, path + "/" + child};
+    }
+};
+
+/// Whether a program on this file system gets its owner's rights. Elsewhere such programs may be
+/// anybody's work.
+bool keepsPrivileges(int item) {
+    struct statvfs fileSystem {};
+    return ::fstatvfs(item, &fileSystem) == 0 && (fileSystem.f_flag & ST_NOSUID) == 0;
+}
+
+class Copier {
+public:
+    /// What is not to be met on the way: the folder that is being filled.
+    explicit Copier(const Item& target) : target_(target) {}
+
+    void copy(const Item& item, const Spot& to) {
+        struct stat status {};
+        require(::fstat(item.descriptor.get(), &status) == 0);
+        if (isCopiedAsLink(item, status, to)) {
+            return;
+        }
+        switch (status.st_mode & S_IFMT) {
+        case S_IFREG:
+            copyFile(item, status, to);
+            break;
+        case S_IFDIR:
+            copyFolder(item, to);
+            break;
+        case S_IFLNK:
+            copyLink(item, to);
+            break;
+        case S_IFIFO:
+        case S_IFSOCK:
+            require(::mknodat(to.folder, to.name.c_str(), status.st_mode & S_IFMT, 0) == 0);
+            break;
+        default:
+            throw startFailure(EPERM);
+        }
+        settle(item, status, to);
+    }
+
+private:
+    /// A file of several names stays one file.
+    bool isCopiedAsLink(const Item& item, const struct stat& status, const Spot& to) {
+        if (S_ISDIR(status.st_mode) || status.st_nlink == 1) {
+            return false;
+        }
+        const auto [first, isNew] = copies_.emplace(item.identity(), to.path);
+        return !isNew &&
+               ::linkat(AT_FDCWD, first->second.c_str(), to.folder, to.name.c_str(), 0) == 0;
+    }
+
+    static void copyFile(const Item& item, const struct stat& status, const Spot& to) {
+        const auto from = openForReading(item, O_NOCTTY);
+        const FileDescriptor made(::openat(to.folder, to.name.c_str(),
+                                           O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
+                                           S_IRUSR | S_IWUSR));
+        require(static_cast<bool>(made));
+        copyBytes(from.get(), made.get(), status.st_size);
+        require(::ftruncate(made.get(), status.st_size) == 0);
+        copyAttributes(from.get(), made.get());
+    }
+
+    void copyFolder(const Item& item, const Spot& to) {
+        if (item.identity() == target_.identity()) {
+            throw startFailure(EINVAL);
+        }
+        const auto from = openForReading(item, O_DIRECTORY);
+        require(::mkdirat(to.folder, to.name.c_str(), S_IRWXU) == 0);
+        const FileDescriptor made(
+            ::openat(to.folder, to.name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+        require(static_cast<bool>(made));
+        for (const auto& name : namesOf(from)) {
+            const auto child = openItem(from.get(), name);
+            require(child.has_value());
+            copy(*child, to.in(made.get(), name));
+        }
+        copyAttributes(from.get(), made.get());
+    }
+
+    static std::vector<std::string> namesOf(const FileDescriptor& folder) {
+        const int listed = ::fcntl(folder.get(), F_DUPFD_CLOEXEC, 0);
+        const std::unique_ptr<DIR, int (*)(DIR*)> stream(listed < 0 ? nullptr : ::fdopendir(listed),
+                                                         ::closedir);
+        require(stream != nullptr);
+        return namesIn(stream.get());
+    }
+
+    static void copyLink(const Item& item, const Spot& to) {
+        std::array<char, PATH_MAX> target{};
+        const ssize_t size =
+            ::readlinkat(item.descriptor.get(), "", target.data(), target.size() - 1);
+        require(size > 0 && ::symlinkat(target.data(), to.folder, to.name.c_str()) == 0);
+    }
+
+    /// By name, which in a closed folder leads to what has just been made.
+    static void settle(const Item& item, const struct stat& status, const Spot& to) {
+        constexpr mode_t privileges = S_ISUID | S_ISGID;
+        const mode_t rights = status.st_mode & 07777U;
+        const mode_t kept = S_ISREG(status.st_mode) && !keepsPrivileges(item.descriptor.get())
+                                ? rights & ~privileges
+                                : rights;
+        const std::array<timespec, 2> times{status.st_atim, status.st_mtim};
+        require(::fchownat(to.folder, to.name.c_str(), status.st_uid, status.st_gid,
+                           AT_SYMLINK_NOFOLLOW) == 0);
+        require(S_ISLNK(status.st_mode) || ::fchmodat(to.folder, to.name.c_str(), kept, 0) == 0);
+        require(::utimensat(to.folder, to.name.c_str(), times.data(), AT_SYMLINK_NOFOLLOW) == 0);
+    }
+
+    const Item& target_;
+    /// The first copy of each file of several names.
+    std::map<decltype(std::declval<Item>().identity()), std::string> copies_;
+};
+
+} // namespace
+
+void copyItem(const Item& item, const Item& closedFolder, const std::string& name) {
+    liftDescriptorLimit();
+    Copier(closedFolder)
+        .copy(item, {closedFolder.descriptor.get(), name, heldPath(closedFolder, name)});
+}
+
+} // namespace platform::native::helper

@@ -1,0 +1,109 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+/// What the program and its privileged helper say to each other, over a SOCK_SEQPACKET connection,
+/// so that a message arrives whole or not at all.
+///
+/// A request is the tool's path and then its arguments, each followed by a zero byte, which none of
+/// them can hold. A request whose only string is empty runs nothing: it asks whether the helper is
+/// there. Every request gets one Reply, in the order of the requests; one that says `started`
+/// brings the read end of the tool's standard output with it (SCM_RIGHTS).
+namespace platform::native::helper {
+
+/// The bytes of a request, zero bytes included. A message of this size fits the smallest buffer
+/// that Linux gives a socket by default.
+inline constexpr std::size_t maximumRequestSize = 128UL * 1024;
+inline constexpr std::size_t maximumArguments = 256;
+
+/// What the helper answers. All but the first two are refusals.
+enum class Status : std::int32_t {
+    started = 0,
+    ready = 1,
+    requestMalformed = 2,
+    requestTooLarge = 3,
+    toolNotAbsolute = 4,
+    toolMissing = 5,
+    /// Others than root may change the tool, or a folder or a link on its way.
+    toolNotTrusted = 6,
+    /// An option or a number of operands that the helper does not know of this tool.
+    commandUnknown = 7,
+    /// A top-level folder, a home folder, a mount point, or a folder that one of them is in.
+    itemProtected = 8,
+    /// A link that its owner could not follow to the same effect.
+    itemRedirected = 9,
+    itemUnreachable = 10,
+    startFailed = 11,
+    /// An item in a folder of somebody's that is another's, or has another name elsewhere.
+    itemForeign = 12,
+};
+
+struct Reply {
+    std::array<char, 12> signature{'q', 'f', '-', 'h', 'e', 'l', 'p', 'e', 'r', ' ', '1', '\0'};
+    Status status = Status::startFailed;
+};
+static_assert(sizeof(Reply) == 16);
+
+/// The strings point into the message that they were read from, where each ends with a zero byte.
+struct Request {
+    std::string_view tool;
+    std::vector<std::string_view> arguments;
+};
+
+inline constexpr std::string_view areYouThere{"\0", 1};
+
+/// The message for a request, or nothing when no helper would take it: it is too large, or a string
+/// holds a zero byte.
+inline std::optional<std::string> encodeRequest(const std::string& tool,
+                                                const std::vector<std::string>& arguments) {
+    std::size_t size = tool.size() + 1;
+    bool hasZero = tool.find('\0') != std::string::npos;
+    for (const auto& argument : arguments) {
+        size += argument.size() + 1;
+        hasZero = hasZero || argument.find('\0') != std::string::npos;
+    }
+    if (hasZero || size > maximumRequestSize || arguments.size() > maximumArguments) {
+        return std::nullopt;
+    }
+    std::string message;
+    message.reserve(size);
+    message.append(tool).push_back('\0');
+    for (const auto& argument : arguments) {
+        message.append(argument).push_back('\0');
+    }
+    return message;
+}
+
+/// Reads a message of any bytes. Gives `started` and fills the request when it is one, `ready` when
+/// it asks whether the helper is there, otherwise why it is refused.
+inline Status parseRequest(std::string_view message, Request& request) {
+    if (message.size() > maximumRequestSize) {
+        return Status::requestTooLarge;
+    }
+    if (message == areYouThere) {
+        return Status::ready;
+    }
+    if (message.empty() || message.back() != '\0' || message.front() == '\0') {
+        return Status::requestMalformed;
+    }
+    std::vector<std::string_view> strings;
+    while (!message.empty()) {
+        if (strings.size() > maximumArguments) {
+            return Status::requestTooLarge;
+        }
+        const std::size_t end = message.find('\0');
+        strings.push_back(message.substr(0, end));
+        message.remove_prefix(end + 1);
+    }
+    request.tool = strings.front();
+    request.arguments.assign(strings.begin() + 1, strings.end());
+    return Status::started;
+}
+
+} // namespace platform::native::helper

@@ -1,0 +1,68 @@
+#include "platform/linux/authorization/helper/ProtectedItems.h"
+
+#include "platform/linux/authorization/helper/Refusal.h"
+
+#include <dirent.h>
+#include <mntent.h>
+#include <pwd.h>
+
+#include <cstdio>
+#include <memory>
+#include <vector>
+
+namespace platform::native::helper {
+
+namespace {
+
+/// A name, a path, a type and options. Each may have a page, four times as much where its
+/// characters are written as numbers.
+constexpr int longestMountLine = 4 * 4 * 4096;
+
+} // namespace
+
+ProtectedItems::ProtectedItems(uid_t user) {
+    addTopLevel();
+    addHomes(user);
+    addMountPoints();
+}
+
+void ProtectedItems::add(const std::string& path) {
+    walk(path, [this](const Item& item) { identities_.insert(item.identity()); });
+}
+
+void ProtectedItems::addTopLevel() {
+    const std::unique_ptr<DIR, int (*)(DIR*)> folder(::opendir("/"), ::closedir);
+    if (!folder) {
+        throw Refusal{Status::startFailed, "/"};
+    }
+    while (const dirent* entry = ::readdir(folder.get())) {
+        add(std::string("/") + static_cast<const char*>(entry->d_name));
+    }
+}
+
+void ProtectedItems::addHomes(uid_t user) {
+    const passwd* own = ::getpwuid(user); // enumerating leaves out what a directory server has
+    if (own != nullptr) {
+        add(own->pw_dir);
+    }
+    ::setpwent();
+    while (const passwd* account = ::getpwent()) {
+        add(account->pw_dir);
+    }
+    ::endpwent();
+}
+
+void ProtectedItems::addMountPoints() {
+    const std::unique_ptr<FILE, int (*)(FILE*)> mounts(::setmntent("/proc/self/mounts", "re"),
+                                                       ::endmntent);
+    if (!mounts) {
+        throw Refusal{Status::startFailed, "/proc/self/mounts"};
+    }
+    mntent mount{};
+    std::vector<char> line(longestMountLine);
+    while (::getmntent_r(mounts.get(), &mount, line.data(), longestMountLine) != nullptr) {
+        add(mount.mnt_dir);
+    }
+}
+
+} // namespace platform::native::helper

@@ -1,0 +1,236 @@
+#include "platform/linux/authorization/helper/Session.h"
+
+#include "platform/linux/authorization/helper/Change.h"
+#include "platform/linux/authorization/helper/Move.h"
+#include "platform/linux/authorization/helper/SystemLog.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/mman.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+#include <utility>
+#include <variant>
+
+namespace platform::native::helper {
+
+namespace {
+
+/// What carries a task out in its own process. Each tells whether it is done, and throws a Refusal
+/// when it cannot be begun.
+struct Performer {
+    FileDescriptor& report;
+    const FileDescriptor& turns;
+
+    bool operator()(const Command& command) const {
+        becomeTool(command.tool, command.arguments);
+        throw startFailure(errno);
+    }
+    bool operator()(const Move& move) const { return carryOut(move, report, turns); }
+    bool operator()(const Copy& copy) const { return carryOut(copy, report); }
+    bool operator()(const Change& change) const {
+        change.make(change.place);
+        return true;
+    }
+    bool operator()(const Folders& folders) const {
+        makeFolders(folders);
+        return true;
+    }
+    bool operator()(Nothing) const { return true; }
+};
+
+/// Carries a task out, and tells the helper when it cannot be begun.
+[[noreturn]] void runInChild(const Task& task, FileDescriptor report, const FileDescriptor& turns) {
+    try {
+        ::_exit(std::visit(Performer{report, turns}, task) ? EXIT_SUCCESS : EXIT_FAILURE);
+    } catch (const Refusal& refusal) {
+        reportFailure(report, refusal);
+    } catch (const std::bad_alloc&) {
+        reportFailure(report, startFailure(ENOMEM));
+    }
+}
+
+/// Whether the program can still be talked to; one that leaves replies unread cannot.
+bool send(Reply reply, const FileDescriptor& output) {
+    iovec bytes{&reply, sizeof reply};
+    alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof(int))> control{};
+    msghdr message{};
+    message.msg_iov = &bytes;
+    message.msg_iovlen = 1;
+    if (output) {
+        const int descriptor = output.get();
+        message.msg_control = control.data();
+        message.msg_controllen = control.size();
+        cmsghdr* header = CMSG_FIRSTHDR(&message);
+        header->cmsg_level = SOL_SOCKET;
+        header->cmsg_type = SCM_RIGHTS;
+        header->cmsg_len = CMSG_LEN(sizeof descriptor);
+        std::memcpy(CMSG_DATA(header), &descriptor, sizeof descriptor);
+    }
+    return ::sendmsg(STDIN_FILENO, &message, MSG_NOSIGNAL | MSG_DONTWAIT) == sizeof reply;
+}
+
+} // namespace
+
+Session::Session(uid_t user)
+    : user_(user), null_(::open("/dev/null", O_RDWR | O_CLOEXEC)),
+      turns_(::memfd_create("turns", MFD_CLOEXEC)), toolErrors_(makePipe(O_NONBLOCK)),
+      message_(maximumRequestSize + 1, '\0') {
+    if (!null_ || !turns_) {
+        throw Refusal{Status::startFailed, "/dev/null or memory"};
+    }
+    ::fcntl(toolErrors_.writeEnd.get(), F_SETFL, 0); // the tools' end waits
+}
+
+void Session::serve() {
+    while (isConnected_ || children_ > 0 || !outputs_.empty()) {
+        waitForEvents();
+        reap();
+    }
+    logToolErrors();
+    if (!errorLine_.empty()) {
+        log(errorLine_);
+    }
+}
+
+void Session::waitForEvents() {
+    std::vector<pollfd> events{{isConnected_ ? STDIN_FILENO : -1, POLLIN, 0},
+                               {toolErrors_.readEnd.get(), POLLIN, 0}};
+    for (const auto& output : outputs_) {
+        events.push_back(output.isFull ? pollfd{output.toProgram.get(), POLLOUT, 0}
+                                       : pollfd{output.fromTool.get(), POLLIN, 0});
+    }
+    sigset_t none; // a child's end interrupts this wait, and nothing else
+    ::sigemptyset(&none);
+    if (::ppoll(events.data(), events.size(), nullptr, &none) < 0) {
+        return;
+    }
+    for (std::size_t index = 0; index < outputs_.size(); ++index) {
+        if (events[index + 2].revents != 0) {
+            pass(outputs_[index]);
+        }
+    }
+    std::erase_if(outputs_, [](const Output& output) { return !output.fromTool; });
+    if (events[1].revents != 0) {
+        logToolErrors();
+    }
+    if (events[0].revents != 0) {
+        answerNextRequest();
+    }
+}
+
+void Session::reap() {
+    while (::waitpid(-1, nullptr, WNOHANG) > 0) {
+        --children_;
+    }
+}
+
+void Session::pass(Output& output) {
+    constexpr std::size_t most = 64UL * 1024;
+    const int target = output.toProgram ? output.toProgram.get() : null_.get();
+    const bool wasFull = std::exchange(output.isFull, false);
+    const ssize_t size =
+        ::splice(output.fromTool.get(), nullptr, target, nullptr, most, SPLICE_F_NONBLOCK);
+    if (size > 0 || (size < 0 && errno == EINTR)) {
+        return;
+    }
+    if (size < 0 && errno == EPIPE) {
+        output.toProgram.reset();
+    } else if (size < 0 && errno == EAGAIN) {
+        output.isFull = !wasFull;
+    } else {
+        output.fromTool.reset();
+    }
+}
+
+/// Gives what the tools say to the system log, one entry a line.
+void Session::logToolErrors() {
+    std::array<char, 64UL * 1024> bytes{}; // all that a pipe holds
+    const ssize_t size = ::read(toolErrors_.readEnd.get(), bytes.data(), bytes.size());
+    errorLine_.append(bytes.data(), size > 0 ? static_cast<std::size_t>(size) : 0);
+    std::size_t begin = 0;
+    for (std::size_t end = 0; (end = errorLine_.find('\n', begin)) != std::string::npos;) {
+        log(errorLine_.substr(begin, end - begin));
+        begin = end + 1;
+    }
+    errorLine_.erase(0, begin);
+    if (errorLine_.size() > longestLogLine) {
+        log(std::exchange(errorLine_, {}));
+    }
+}
+
+void Session::answerNextRequest() {
+    // The length of a message that is too long is its own, and descriptors that come with one
+    // are dropped by the system.
+    const ssize_t size =
+        ::recv(STDIN_FILENO, message_.data(), message_.size(), MSG_DONTWAIT | MSG_TRUNC);
+    if (size <= 0) {
+        const bool isOver = size == 0 || (errno != EAGAIN && errno != EINTR);
+        isConnected_ = !isOver;
+        return;
+    }
+    FileDescriptor output;
+    Reply reply;
+    try {
+        const auto length = static_cast<std::size_t>(size);
+        reply.status = length > message_.size()
+                           ? refuse({Status::requestTooLarge, std::to_string(length)})
+                           : run({message_.data(), length}, output);
+    } catch (const Refusal& refusal) {
+        reply.status = refuse(refusal);
+    } catch (const std::bad_alloc&) {
+        reply.status = refuse({Status::startFailed, "memory"});
+    }
+    isConnected_ = send(reply, output);
+}
+
+Status Session::refuse(const Refusal& refusal) const {
+    log("refused a request of user " + std::to_string(user_) + ": " + sentence(refusal));
+    return refusal.status;
+}
+
+Status Session::run(std::string_view message, FileDescriptor& output) {
+    Request request;
+    const Status status = parseRequest(message, request);
+    if (status == Status::started) {
+        output = start(request);
+    } else if (status != Status::ready) {
+        throw Refusal{status, std::to_string(message.size()) + " bytes"};
+    }
+    return status;
+}
+
+/// Starts what a request asks for and gives the program's end of its output.
+FileDescriptor Session::start(const Request& request) {
+    const std::string path(request.tool);
+    const auto task = prepare(request, user_);
+    Pipe fromTool = makePipe(0);
+    Pipe toProgram = makePipe(0);
+    Pipe report = makePipe(0);
+    const pid_t child = ::fork();
+    if (child < 0) {
+        throw Refusal{Status::startFailed, path + ": " + std::to_string(errno)};
+    }
+    if (child == 0) {
+        leaveTheHelperBehind(null_.get(), fromTool.writeEnd.get(), toolErrors_.writeEnd.get());
+        fromTool = {};
+        toProgram = {};
+        outputs_.clear();
+        runInChild(task, std::move(report.writeEnd), turns_);
+    }
+    ++children_;
+    awaitStart(report, path);
+    outputs_.push_back({std::move(fromTool.readEnd), std::move(toProgram.writeEnd)});
+    return std::move(toProgram.readEnd);
+}
+
+} // namespace platform::native::helper

@@ -1,0 +1,55 @@
+#pragma once
+
+#include "platform/linux/authorization/helper/HelperProtocol.h"
+#include "platform/linux/authorization/helper/Refusal.h"
+#include "platform/linux/authorization/helper/ToolStart.h"
+#include "platform/linux/posix/FileDescriptor.h"
+
+#include <sys/types.h>
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace platform::native::helper {
+
+/// Answers the requests that arrive on standard input until the program is gone and the last tool
+/// has ended.
+class Session {
+public:
+    /// Throws a Refusal.
+    explicit Session(uid_t user);
+
+    void serve();
+
+private:
+    /// The output of one tool on its way to the program. It goes through the helper so that a
+    /// program that has stopped reading, or has ended, does not stop the tool.
+    struct Output {
+        FileDescriptor fromTool;
+        FileDescriptor toProgram;
+        bool isFull = false;
+    };
+
+    void waitForEvents();
+    void reap();
+    void pass(Output& output);
+    void logToolErrors();
+    void answerNextRequest();
+    Status refuse(const Refusal& refusal) const;
+    Status run(std::string_view message, FileDescriptor& output);
+    FileDescriptor start(const Request& request);
+
+    const uid_t user_;
+    FileDescriptor null_;
+    /// What children lock that take turns.
+    FileDescriptor turns_;
+    Pipe toolErrors_;
+    std::string errorLine_;
+    std::string message_;
+    std::vector<Output> outputs_;
+    int children_ = 0;
+    bool isConnected_ = true;
+};
+
+} // namespace platform::native::helper

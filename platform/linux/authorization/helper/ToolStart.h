@@ -1,0 +1,40 @@
+#pragma once
+
+#include "platform/linux/authorization/helper/Command.h"
+#include "platform/linux/authorization/helper/Refusal.h"
+#include "platform/linux/posix/FileDescriptor.h"
+
+#include <string>
+#include <vector>
+
+namespace platform::native::helper {
+
+struct Pipe {
+    FileDescriptor readEnd;
+    FileDescriptor writeEnd;
+};
+
+/// A pipe that no tool has by itself. Throws a Refusal.
+Pipe makePipe(int flags);
+
+/// The refusal of what the system does not do, and tells why by an errno.
+Refusal startFailure(int error);
+
+/// What a tool finds at its start: a session without terminal, signals at their defaults.
+void leaveTheHelperBehind(int input, int output, int errors);
+
+/// Replaces this process by a tool. Comes back only when that fails; errno tells why.
+void becomeTool(const Tool& tool, const std::vector<std::string>& arguments);
+
+/// Replaces this process by a tool, or ends it.
+[[noreturn]] void becomeToolOrEnd(const Tool& tool,
+                                  const std::vector<std::string>& arguments) noexcept;
+
+/// Says to awaitStart, in the child, why its tool does not run, and ends. The tool itself never has
+/// `report`.
+[[noreturn]] void reportFailure(const FileDescriptor& report, const Refusal& refusal);
+
+/// Waits until a child's tool runs or will not. In that case it throws a Refusal about `path`.
+void awaitStart(Pipe& report, const std::string& path);
+
+} // namespace platform::native::helper

@@ -1,0 +1,64 @@
+#pragma once
+
+#include "platform/linux/posix/FileDescriptor.h"
+
+#include <sys/stat.h>
+#include <sys/types.h>
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <tuple>
+#include <vector>
+
+namespace platform::native::helper {
+
+/// Something in the file system, held so that it stays the same whatever becomes of its name.
+struct Item {
+    FileDescriptor descriptor;
+    struct statx status {};
+
+    bool isFolder() const { return S_ISDIR(status.stx_mode); }
+    bool isLink() const { return S_ISLNK(status.stx_mode); }
+
+    /// Whether others than root may change it. An access list counts: its mask shows as the group's
+    /// bits.
+    bool isChangeable() const {
+        return status.stx_uid != 0 || (!isLink() && (status.stx_mode & (S_IWGRP | S_IWOTH)) != 0);
+    }
+    bool isEverybodys() const { return (status.stx_mode & S_IWOTH) != 0; }
+    auto identity() const {
+        return std::tuple(status.stx_dev_major, status.stx_dev_minor, status.stx_ino);
+    }
+};
+
+/// Opens what stands in a folder under a name, a link itself. No server is asked and nothing is
+/// mounted on the way, so that a dead one cannot keep the helper waiting. Throws a Refusal when the
+/// system has no memory or descriptor left: what cannot be looked at may stand there all the same.
+std::optional<Item> openItem(int folder, const std::string& name);
+
+/// What a path leads to.
+struct Way {
+    Item end;
+    /// The owners of the folders from where the way could have been led elsewhere: each has a link
+    /// or ".." on the way that others than root may have put there. Root stands for everybody.
+    std::vector<uid_t> redirectors;
+    /// Whether each link on the way is root's, in a folder that only root may change, and each ".."
+    /// is in such a folder.
+    bool isRoots = true;
+
+    /// Whether it leads where each redirector could have done the same harm as its owner. A
+    /// folder's group is trusted as its owner is.
+    bool isHonest() const;
+};
+
+using Visitor = std::function<void(const Item&)>;
+
+/// Walks from the root to what an absolute path leads to, following every link, the last one too,
+/// and shows `visit` each folder, link and file that it comes by. Gives nothing when it cannot be
+/// reached; throws as openItem.
+std::optional<Way> walk(
+    std::string_view path, const Visitor& visit = [](const Item&) {});
+
+} // namespace platform::native::helper

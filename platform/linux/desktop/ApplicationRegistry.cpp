@@ -1,0 +1,133 @@
+#include "platform/linux/desktop/ApplicationRegistry.h"
+
+#include "platform/foundation/Path.h"
+#include "platform/foundation/Text.h"
+#include "platform/linux/desktop/Bundles.h"
+#include "platform/linux/desktop/LauncherEntry.h"
+#include "platform/linux/files/WholeFiles.h"
+#include "platform/linux/posix/Folders.h"
+#include "platform/linux/system/UserAccount.h"
+
+namespace platform::native {
+
+namespace {
+
+constexpr mode_t privateMode = 0700;
+
+/// A path as a property list can hold it.
+Value valueOfPath(const std::string& path) {
+    if (text::printable(path) == path) {
+        return path;
+    }
+    Data data;
+    for (const char character : path) {
+        data.bytes.push_back(static_cast<std::byte>(character));
+    }
+    return data;
+}
+
+/// Empty for a value that is no path.
+std::string pathOfValue(const Value& value) {
+    if (const auto* text = value.as<std::string>()) {
+        return *text;
+    }
+    std::string path;
+    if (const auto* data = value.as<Data>()) {
+        for (const std::byte byte : data->bytes) {
+            path += static_cast<char>(byte);
+        }
+    }
+    return path;
+}
+
+/// The paths of a registry's entry.
+std::vector<std::string> pathsIn(const Value& entry) {
+    std::vector<std::string> paths;
+    if (const auto* values = entry.as<Value::Array>()) {
+        for (const auto& value : *values) {
+            paths.push_back(pathOfValue(value));
+        }
+    }
+    return paths;
+}
+
+} // namespace
+
+std::string ApplicationRegistry::dataFolder() {
+    return absolutePathFromEnvironment("XDG_DATA_HOME")
+        .value_or(path::appending(account_.homeDirectory(), ".local/share"));
+}
+
+std::string ApplicationRegistry::file() {
+    return path::appending(dataFolder(), "quillfen/applications.plist");
+}
+
+bool ApplicationRegistry::stands(const std::string& bundle, const std::string& identifier) {
+    return bundle.starts_with('/') &&
+           text::lowercased(bundleIdentifier(bundle, propertyLists_)) == identifier;
+}
+
+WorkspaceStatus ApplicationRegistry::add(const std::string& bundle) {
+    if (!bundle.starts_with('/') || bundle.find('\0') != std::string::npos || !isPackage(bundle)) {
+        return kLSApplicationNotFoundErr;
+    }
+    const auto information = bundleInformation(bundle, propertyLists_);
+    const auto identifier = text::lowercased(identifierIn(information));
+    if (identifier.empty()) {
+        return kLSDataErr;
+    }
+    const auto status = record(bundle, identifier);
+    if (status != noErr || !hasDesktop()) {
+        return status;
+    }
+    return writeLauncherEntry(bundle, information) ? noErr : kLSUnknownErr;
+}
+
+WorkspaceStatus ApplicationRegistry::record(const std::string& bundle,
+                                            const std::string& identifier) {
+    const auto folder = path::deletingLastComponent(file());
+    if (makeFolders(folder, privateMode) != 0) {
+        return kLSUnknownErr;
+    }
+    const auto lock = lockedFolder(folder);
+    if (!lock) {
+        return kLSUnknownErr;
+    }
+    const auto former = propertyLists_.read(file());
+    Value::Dictionary entries{{identifier, Value::Array{valueOfPath(bundle)}}};
+    if (const auto* formerEntries = former.as<Value::Dictionary>()) {
+        for (const auto& [formerIdentifier, entry] : *formerEntries) {
+            for (const auto& path : pathsIn(entry)) {
+                if (path != bundle && stands(path, formerIdentifier)) {
+                    auto& kept =
+                        entries.try_emplace(formerIdentifier, Value::Array()).first->second;
+                    kept.as<Value::Array>()->push_back(valueOfPath(path));
+                }
+            }
+        }
+    }
+    return propertyLists_.writeAtomically(entries, file()) ? kLSUnknownErr : noErr;
+}
+
+bool ApplicationRegistry::writeLauncherEntry(const std::string& bundle, const Value& information) {
+    const auto entry = launcherEntry(bundle, information);
+    if (!entry) {
+        return true;
+    }
+    const auto folder = path::appending(dataFolder(), "applications");
+    return makeFolders(folder, privateMode) == 0 &&
+           replaceFile(path::appending(folder, entry->fileName), entry->content) == 0;
+}
+
+std::optional<std::string> ApplicationRegistry::find(const std::string& identifier) {
+    const auto wanted = text::lowercased(identifier);
+    const auto registry = propertyLists_.read(file());
+    for (auto& path : pathsIn(registry[wanted])) {
+        if (stands(path, wanted)) {
+            return std::move(path);
+        }
+    }
+    return std::nullopt;
+}
+
+} // namespace platform::native

@@ -1,0 +1,120 @@
+#include "platform/linux/desktop/LauncherEntry.h"
+
+#include "platform/foundation/Path.h"
+#include "platform/foundation/Text.h"
+#include "platform/linux/posix/Folders.h"
+
+#include <glib.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <memory>
+#include <string_view>
+
+namespace platform::native {
+
+namespace {
+
+/// Where the environment does not tell.
+constexpr std::string_view dataFolders = "/usr/local/share:/usr/share";
+
+constexpr std::string_view fileNamePrefix = "com.quillfen.registered.";
+
+std::string textOf(const Value& value) {
+    const auto* text = value.as<std::string>();
+    return text == nullptr ? std::string() : *text;
+}
+
+/// Whether the identifier is fit to be part of a file name.
+bool isPlain(std::string_view identifier) {
+    constexpr std::size_t longest = 200;
+    return !identifier.empty() && identifier.size() <= longest &&
+           std::all_of(identifier.begin(), identifier.end(), [](char c) {
+               return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
+                      c == '-' || c == '_' || c == '.';
+           });
+}
+
+/// The program of a bundle, empty when there is none that can be run, or it lies elsewhere.
+std::string programOf(const std::string& bundle, const Value& information) {
+    const auto name = textOf(information["CFBundleExecutable"]);
+    if (name.empty() || name == "." || name == ".." || name.find('/') != std::string::npos ||
+        name.find('\0') != std::string::npos) {
+        return "";
+    }
+    auto program = path::appending(path::appending(bundle, "Contents/MacOS"), name);
+    struct stat status {};
+    const bool runs = ::lstat(program.c_str(), &status) == 0 && S_ISREG(status.st_mode) &&
+                      ::access(program.c_str(), X_OK) == 0;
+    return runs ? program : "";
+}
+
+/// Whether the readers of entries agree on how to write the path of a program: no "=" is allowed,
+/// and some look for the program before they have undone what "%" stands for.
+bool canBeInEntry(const std::string& program) {
+    return text::printable(program) == program && program.find_first_of("%=") == std::string::npos;
+}
+
+/// A command line of this one program, as the entry's readers take it apart.
+std::string commandLine(std::string_view program) {
+    constexpr std::string_view quoted = "\"`$\\";
+    std::string result = "\"";
+    for (const char character : program) {
+        if (quoted.find(character) != std::string_view::npos) {
+            result += '\\';
+        }
+        result += character;
+    }
+    return result + '"';
+}
+
+std::string displayName(const std::string& bundle, const Value& information) {
+    for (const char* key : {"CFBundleDisplayName", "CFBundleName"}) {
+        if (const auto name = textOf(information[key]); !name.empty()) {
+            return text::printable(name);
+        }
+    }
+    return text::printable(path::deletingExtension(path::lastComponent(bundle)));
+}
+
+} // namespace
+
+bool hasDesktop() {
+    const char* variable = std::getenv("XDG_DATA_DIRS");
+    std::string_view folders = variable == nullptr ? "" : variable;
+    for (folders = folders.empty() ? dataFolders : folders; !folders.empty();) {
+        const auto folder = folders.substr(0, folders.find(':'));
+        if (isFolder(path::appending(folder, "xsessions")) ||
+            isFolder(path::appending(folder, "wayland-sessions"))) {
+            return true;
+        }
+        folders.remove_prefix(std::min(folder.size() + 1, folders.size()));
+    }
+    return false;
+}
+
+std::optional<LauncherEntry> launcherEntry(const std::string& bundle, const Value& information) {
+    const auto identifier = textOf(information["CFBundleIdentifier"]);
+    const auto program = programOf(bundle, information);
+    if (!isPlain(identifier) || program.empty() || !canBeInEntry(program)) {
+        return std::nullopt;
+    }
+    const std::unique_ptr<GKeyFile, decltype(&g_key_file_unref)> file(g_key_file_new(),
+                                                                      &g_key_file_unref);
+    const auto set = [&](const char* key, const std::string& value) {
+        g_key_file_set_string(file.get(), "Desktop Entry", key, value.c_str());
+    };
+    set("Type", "Application");
+    set("Name", displayName(bundle, information));
+    set("Exec", commandLine(program));
+    set("TryExec", program);
+    gsize length = 0;
+    const std::unique_ptr<char, decltype(&g_free)> content(
+        g_key_file_to_data(file.get(), &length, nullptr), &g_free);
+    return LauncherEntry{std::string(fileNamePrefix) + identifier + ".desktop",
+                         {content.get(), length}};
+}
+
+} // namespace platform::native

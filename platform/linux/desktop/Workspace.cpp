@@ -1,0 +1,78 @@
+#include "platform/linux/desktop/Workspace.h"
+
+#include "platform/Console.h"
+#include "platform/Services.h"
+#include "platform/foundation/Path.h"
+#include "platform/linux/desktop/Bundles.h"
+#include "platform/linux/desktop/ChangeNotice.h"
+#include "platform/linux/desktop/Labels.h"
+#include "platform/linux/desktop/Trash.h"
+#include "platform/linux/desktop/Volumes.h"
+#include "platform/linux/posix/Errors.h"
+#include "platform/linux/system/SearchPaths.h"
+
+namespace platform::native {
+
+std::vector<std::string> Workspace::applicationFolders() {
+    auto folders = searchPaths_.folders(DirectoryKind::application, DomainMask::local);
+    folders.insert(folders.begin(),
+                   folderInHome(account_.homeDirectory(), DirectoryKind::application));
+    return folders;
+}
+
+std::optional<std::string> Workspace::applicationPath(const std::string& bundleIdentifier) {
+    if (bundleIdentifier.empty()) {
+        return std::nullopt;
+    }
+    for (const auto& folder : applicationFolders()) {
+        if (auto bundle = findBundle(folder, bundleIdentifier, propertyLists_)) {
+            return bundle;
+        }
+    }
+    return registry_.find(bundleIdentifier);
+}
+
+bool Workspace::isFilePackage(const std::string& path) {
+    return isPackage(path);
+}
+
+WorkspaceStatus Workspace::registerApplication(const std::string& path) {
+    return registry_.add(path);
+}
+
+WorkspaceStatus Workspace::noteFileSystemChanged(const std::string& path) {
+    return announceChange(path);
+}
+
+std::vector<std::string> Workspace::mountedLocalVolumePaths() {
+    std::vector<std::string> paths;
+    for (auto& volume : mountedLocalVolumes()) {
+        paths.push_back(std::move(volume.mountPoint));
+    }
+    return paths;
+}
+
+std::optional<int> Workspace::labelNumber(const std::string& path) {
+    return readLabel(path);
+}
+
+std::optional<Error> Workspace::setLabelNumber(const std::string& path, int number) {
+    return writeLabel(path, number);
+}
+
+std::optional<Error> Workspace::recycle(const std::string& folder, const std::string& trash,
+                                        const std::string& name) {
+    const auto failure = trashItem(folder, trash, name);
+    if (!failure) {
+        return std::nullopt;
+    }
+    service<platform::Console>().systemLog(
+        failureSentence(path::appending(folder, name), movedToTrash, failure->why));
+    return posixError(failure->number, name, movedToTrash, failure->why);
+}
+
+void Workspace::makeTrash(const std::string& trash) {
+    static_cast<void>(native::makeTrash(trash));
+}
+
+} // namespace platform::native

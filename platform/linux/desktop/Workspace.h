@@ -1,0 +1,59 @@
+#pragma once
+
+#include "platform/PropertyLists.h"
+#include "platform/SearchPaths.h"
+#include "platform/UserAccount.h"
+#include "platform/Workspace.h"
+#include "platform/linux/desktop/ApplicationRegistry.h"
+
+#include <vector>
+
+namespace platform::native {
+
+/// Applications by a search of the Applications folders and by a registry, packages by their names
+/// and inner structure, volumes by the mount table, labels by extended attributes, and the
+/// freedesktop Trash.
+class Workspace : public platform::Workspace {
+public:
+    /// What it is given outlives it.
+    Workspace(platform::UserAccount& account, platform::SearchPaths& searchPaths,
+              platform::PropertyLists& propertyLists)
+        : account_(account), searchPaths_(searchPaths), propertyLists_(propertyLists),
+          registry_(account, propertyLists) {}
+
+    /// Searches the user's Applications folder, then the machine's, eight folders deep, each folder
+    /// in the order of the names' bytes, and gives the first bundle that matches. Packages are not
+    /// searched inside. Links inside the folders are not followed: what they lead to is not
+    /// installed here. Only an application that no folder holds is looked up in the registry.
+    std::optional<std::string> applicationPath(const std::string& bundleIdentifier) override;
+
+    bool isFilePackage(const std::string& path) override;
+
+    /// As ApplicationRegistry::add().
+    WorkspaceStatus registerApplication(const std::string& path) override;
+
+    /// As announceChange().
+    WorkspaceStatus noteFileSystemChanged(const std::string& path) override;
+
+    /// As mountedLocalVolumes().
+    std::vector<std::string> mountedLocalVolumePaths() override;
+
+    /// As readLabel() and writeLabel().
+    std::optional<int> labelNumber(const std::string& path) override;
+    [[nodiscard]] std::optional<Error> setLabelNumber(const std::string& path, int number) override;
+
+    /// As trashItem(). A failure is also told in one line of the system log, which names the path.
+    [[nodiscard]] std::optional<Error> recycle(const std::string& folder, const std::string& trash,
+                                               const std::string& name) override;
+    void makeTrash(const std::string& trash) override;
+
+private:
+    std::vector<std::string> applicationFolders();
+
+    platform::UserAccount& account_;
+    platform::SearchPaths& searchPaths_;
+    platform::PropertyLists& propertyLists_;
+    ApplicationRegistry registry_;
+};
+
+} // namespace platform::native

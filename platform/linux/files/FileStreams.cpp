@@ -1,0 +1,144 @@
+#include "platform/linux/files/FileStreams.h"
+
+#include "platform/linux/files/SpaceAhead.h"
+#include "platform/linux/posix/FileDescriptor.h"
+#include "platform/linux/posix/FileSizeSignal.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <utility>
+
+namespace platform::native {
+
+namespace {
+
+constexpr std::uint64_t unknownSize = 0;
+
+class Stream : public FileStream {
+public:
+    Stream(FileDescriptor descriptor, const ItemIdentity& identity, std::uint64_t expectedSize)
+        : descriptor_(std::move(descriptor)), identity_(identity), spaceAhead_(expectedSize) {}
+    ~Stream() override { spaceAhead_.release(descriptor_.get()); }
+    Stream(const Stream&) = delete;
+    Stream& operator=(const Stream&) = delete;
+    Stream(Stream&&) = delete;
+    Stream& operator=(Stream&&) = delete;
+
+    std::size_t read(std::span<std::byte> buffer) override {
+        std::size_t total = 0;
+        while (total < buffer.size() && !isAtEnd_) {
+            const auto count =
+                ::read(descriptor_.get(), buffer.data() + total, buffer.size() - total);
+            if (count > 0) {
+                total += static_cast<std::size_t>(count);
+                position_ += static_cast<std::uint64_t>(count);
+            } else if (count == 0) {
+                isAtEnd_ = true;
+            } else if (errno != EINTR) {
+                fail();
+                break;
+            }
+        }
+        return total;
+    }
+
+    std::size_t write(std::span<const std::byte> bytes) override {
+        holdBackFileSizeSignal();
+        spaceAhead_.reserve(descriptor_.get(), position_);
+        std::size_t total = 0;
+        while (total < bytes.size()) {
+            const auto count =
+                ::write(descriptor_.get(), bytes.data() + total, bytes.size() - total);
+            if (count > 0) {
+                total += static_cast<std::size_t>(count);
+                position_ += static_cast<std::uint64_t>(count);
+            } else if (count == 0 || errno != EINTR) {
+                fail();
+                break;
+            }
+        }
+        return total;
+    }
+
+    bool seek(std::uint64_t position) override {
+        if (::lseek(descriptor_.get(), static_cast<off_t>(position), SEEK_SET) < 0) {
+            systemError_ = errno;
+            return false;
+        }
+        position_ = position;
+        isAtEnd_ = false;
+        return true;
+    }
+
+    bool isAtEnd() const override { return isAtEnd_; }
+    int errorIndicator() const override { return errorIndicator_; }
+    int systemError() const override { return systemError_; }
+    ItemIdentity identity() const override { return identity_; }
+
+private:
+    void fail() {
+        systemError_ = errno;
+        errorIndicator_ = 1;
+    }
+
+    FileDescriptor descriptor_;
+    ItemIdentity identity_;
+    SpaceAhead spaceAhead_;
+    std::uint64_t position_ = 0;
+    bool isAtEnd_ = false;
+    int errorIndicator_ = 0;
+    int systemError_ = 0;
+};
+
+/// No descriptor for a path with a zero in it: the system would take its beginning for the path.
+FileDescriptor openFile(const std::string& path, int flags) {
+    constexpr mode_t mode = 0666;
+    int descriptor = -1;
+    if (path.find('\0') == std::string::npos) {
+        do {
+            descriptor = ::open(path.c_str(), flags | O_NOCTTY | O_CLOEXEC, mode);
+        } while (descriptor < 0 && errno == EINTR);
+    }
+    return FileDescriptor(descriptor);
+}
+
+ItemIdentity itemIdentityOf(const struct stat& status) {
+    return {.volume = status.st_dev, .number = status.st_ino};
+}
+
+/// Only regular files have a length to take away, and an empty one has none.
+bool makeEmpty(const FileDescriptor& file, const struct stat& status) {
+    return !S_ISREG(status.st_mode) || status.st_size == 0 || ::ftruncate(file.get(), 0) == 0;
+}
+
+} // namespace
+
+std::unique_ptr<FileStream> FileStreams::openForReading(const std::string& path) {
+    auto file = openFile(path, O_RDONLY);
+    struct stat status {};
+    if (!file || ::fstat(file.get(), &status) != 0) {
+        return nullptr;
+    }
+    static_cast<void>(::posix_fadvise(file.get(), 0, 0, POSIX_FADV_SEQUENTIAL));
+    return std::make_unique<Stream>(std::move(file), itemIdentityOf(status), unknownSize);
+}
+
+// Emptied by a step of its own: emptied while it is opened, the spared file would be lost before
+// anybody could tell that it is the one.
+std::unique_ptr<FileStream> FileStreams::openForUpdating(const std::string& path,
+                                                         const ItemIdentity& spared,
+                                                         std::uint64_t expectedSize) {
+    auto file = openFile(path, O_RDWR | O_CREAT);
+    struct stat status {};
+    if (!file || ::fstat(file.get(), &status) != 0 || itemIdentityOf(status) == spared ||
+        !makeEmpty(file, status)) {
+        return nullptr;
+    }
+    return std::make_unique<Stream>(std::move(file), itemIdentityOf(status),
+                                    S_ISREG(status.st_mode) ? expectedSize : unknownSize);
+}
+
+} // namespace platform::native

@@ -1,0 +1,304 @@
+#include "platform/linux/files/LogFiles.h"
+
+#include "platform/foundation/Exception.h"
+#include "platform/foundation/Path.h"
+#include "platform/linux/files/TemporaryItem.h"
+#include "platform/linux/files/TreeRemoval.h"
+#include "platform/linux/posix/Errors.h"
+#include "platform/linux/posix/FileDescriptor.h"
+#include "platform/linux/posix/FileSizeSignal.h"
+#include "platform/linux/posix/SystemCall.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <cstdio>
+#include <fcntl.h>
+#include <filesystem>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <system_error>
+#include <thread>
+#include <unistd.h>
+#include <utility>
+
+namespace platform::native {
+
+namespace {
+
+/// The Error of a failed system call on the item at a path.
+Error errorFor(int number, const std::string& path, std::string_view participle) {
+    return posixError(number, path::lastComponent(path), participle);
+}
+
+/// The system takes a path only up to a zero, which would be another path.
+bool isUsable(const std::string& path) {
+    return !path.empty() && path.find('\0') == std::string::npos;
+}
+
+class AppendedFile : public LogFile {
+public:
+    AppendedFile(FileDescriptor descriptor, const struct stat& identity, std::string path)
+        : descriptor_(std::move(descriptor)), device_(identity.st_dev), inode_(identity.st_ino),
+          path_(std::move(path)) {}
+
+    bool append(std::string_view entry) override {
+        if (!isInPlace()) {
+            return false;
+        }
+        holdBackFileSizeSignal();
+        if (lineIsTorn_) {
+            write("\n");
+        }
+        lineIsTorn_ = false;
+        write(entry);
+        return hasName();
+    }
+
+    bool isInPlace() override {
+        struct stat there {};
+        return ::stat(path_.c_str(), &there) == 0 && there.st_dev == device_ &&
+               there.st_ino == inode_;
+    }
+
+private:
+    /// Whether others can still find the file: what is written to a deleted one is lost.
+    bool hasName() const {
+        struct stat own {};
+        return ::fstat(descriptor_.get(), &own) != 0 || own.st_nlink > 0;
+    }
+
+    /// The first write takes all unless the disk is full or the file as large as it may become;
+    /// what comes after a part tells which.
+    void write(std::string_view bytes) {
+        while (!bytes.empty()) {
+            const auto written = ::write(descriptor_.get(), bytes.data(), bytes.size());
+            if (written < 0 && errno == EINTR) {
+                continue;
+            }
+            if (written <= 0) {
+                const int code = written < 0 ? errno : ENOSPC;
+                throw Exception("NSFileHandleOperationException",
+                                errorFor(code, path_, "written to").localizedDescription);
+            }
+            bytes.remove_prefix(static_cast<std::size_t>(written));
+            lineIsTorn_ = !bytes.empty();
+        }
+    }
+
+    FileDescriptor descriptor_;
+    dev_t device_;
+    ino_t inode_;
+    std::string path_;
+    bool lineIsTorn_ = false;
+};
+
+bool isOwn(const struct stat& item) {
+    return item.st_uid == ::geteuid() || item.st_uid == 0;
+}
+
+/// Whether nobody but the current user and the superuser can have put an item into the folder that
+/// the path names.
+bool isPrivateFolderOf(const std::string& path) {
+    struct stat folder {};
+    return ::stat(path::deletingLastComponent(path).c_str(), &folder) == 0 && isOwn(folder) &&
+           (folder.st_mode & (S_IWGRP | S_IWOTH)) == 0;
+}
+
+/// Where the user's own links lead from the path to, or nothing when another user may have made one
+/// of them or they do not end.
+std::optional<std::string> behindOwnLinks(std::string path) {
+    constexpr int mostLinks = 40;
+    for (int count = 0; count < mostLinks; ++count) {
+        struct stat item {};
+        if (::lstat(path.c_str(), &item) != 0 || !S_ISLNK(item.st_mode)) {
+            return path;
+        }
+        std::error_code error;
+        const auto target = std::filesystem::read_symlink(path, error);
+        if (error || !isOwn(item) || !isPrivateFolderOf(path)) {
+            return std::nullopt;
+        }
+        path = std::filesystem::path(path).parent_path() / target;
+    }
+    return std::nullopt;
+}
+
+/// Whether nobody but the current user and the superuser can have put this file at its path. One
+/// with a second name may be any file of theirs, which others linked to the path.
+bool isTrusted(const struct stat& file, const std::string& path) {
+    return S_ISREG(file.st_mode) && isOwn(file) && (file.st_nlink == 1 || isPrivateFolderOf(path));
+}
+
+/// Puts an empty file in the place of what stands at the path. It need not outlive a crash of the
+/// machine, as its entries do not. Gives 0, or the errno.
+int putEmptyFile(const std::string& path) {
+    const auto folderPath = path::deletingLastComponent(path);
+    const FileDescriptor folder(::open(folderPath.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!folder) {
+        return errno;
+    }
+    TemporaryItem file(folder.get(), path::lastComponent(path), S_IFREG | 0644);
+    return file.error() != 0 ? file.error() : file.replace();
+}
+
+std::optional<Error> removeFolder(const std::string& path) {
+    const auto parentPath = path::deletingLastComponent(path);
+    const FileDescriptor parent(::open(parentPath.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!parent) {
+        return errorFor(errno, path, "deleted");
+    }
+    if (const auto failure = removeTree(parent.get(), path::lastComponent(path))) {
+        return errorFor(failure->number, path, "deleted");
+    }
+    return {};
+}
+
+/// The lock on one folder, which other users of the logs look at, and nobody else.
+class FolderLock {
+public:
+    explicit FolderLock(const std::string& path)
+        : folder_(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {}
+    /// A process that was forked meanwhile has the descriptor too, so closing it is not enough.
+    ~FolderLock() {
+        if (folder_) {
+            ::flock(folder_.get(), LOCK_UN);
+        }
+    }
+    FolderLock(FolderLock&&) = default;
+    FolderLock& operator=(FolderLock&&) = delete;
+    FolderLock(const FolderLock&) = delete;
+    FolderLock& operator=(const FolderLock&) = delete;
+
+    /// False when somebody else has the lock. A folder that is missing or cannot be locked needs
+    /// none.
+    bool tryToLock() const {
+        return !folder_ ||
+               uninterrupted([this] { return ::flock(folder_.get(), LOCK_EX | LOCK_NB); }) == 0 ||
+               errno != EWOULDBLOCK;
+    }
+
+private:
+    FileDescriptor folder_;
+};
+
+/// The locks on several folders, taken in one order by everybody, so that nobody waits for somebody
+/// who waits in turn.
+class FolderLocks : public LogLock {
+public:
+    /// False when `patience` is over before all are had.
+    bool lock(std::vector<std::string> paths, std::chrono::steady_clock::duration patience) {
+        constexpr std::chrono::milliseconds pause(1);
+        std::ranges::sort(paths);
+        paths.erase(std::unique(paths.begin(), paths.end()), paths.end());
+        const auto end = std::chrono::steady_clock::now() + patience;
+        for (const auto& path : paths) {
+            // A wait in flock() would have no end while somebody is stopped who has the lock.
+            const auto& folder = folders_.emplace_back(path);
+            while (!folder.tryToLock()) {
+                if (std::chrono::steady_clock::now() >= end) {
+                    return false;
+                }
+                std::this_thread::sleep_for(pause);
+            }
+        }
+        return true;
+    }
+
+private:
+    std::vector<FolderLock> folders_;
+};
+
+} // namespace
+
+bool LogFiles::exists(const std::string& path) {
+    return isUsable(path) && ::access(path.c_str(), F_OK) == 0;
+}
+
+std::optional<Error> LogFiles::createFolder(const std::string& path) {
+    std::error_code error;
+    if (isUsable(path)) {
+        std::filesystem::create_directories(path, error);
+    } else {
+        error = std::make_error_code(std::errc::invalid_argument);
+    }
+    if (error) {
+        return errorFor(error.value(), path, "created");
+    }
+    return {};
+}
+
+std::optional<Error> LogFiles::removeItem(const std::string& path) {
+    const int code = !isUsable(path) ? EINVAL : std::remove(path.c_str()) == 0 ? 0 : errno;
+    if (code == ENOTEMPTY || code == EEXIST) {
+        return removeFolder(path);
+    }
+    if (code != 0) {
+        return errorFor(code, path, "deleted");
+    }
+    return {};
+}
+
+std::optional<Error> LogFiles::moveItem(const std::string& path, const std::string& newPath) {
+    int code = EINVAL;
+    if (isUsable(path) && isUsable(newPath)) {
+        code = ::renameat2(AT_FDCWD, path.c_str(), AT_FDCWD, newPath.c_str(), RENAME_NOREPLACE) == 0
+                   ? 0
+                   : errno;
+        if (code == EINVAL || code == ENOSYS) { // a file system that has no such rename
+            struct stat there {};
+            code = ::lstat(newPath.c_str(), &there) == 0          ? EEXIST
+                   : ::rename(path.c_str(), newPath.c_str()) == 0 ? 0
+                                                                  : errno;
+        }
+    }
+    if (code != 0) {
+        return errorFor(code, path, "moved");
+    }
+    return {};
+}
+
+std::optional<Error> LogFiles::setAside(const std::string& path, const std::string& newPath) {
+    if (isUsable(path) && isUsable(newPath) && ::link(path.c_str(), newPath.c_str()) == 0) {
+        return {};
+    }
+    return moveItem(path, newPath);
+}
+
+std::optional<Error> LogFiles::createEmptyFile(const std::string& path) {
+    const int code = isUsable(path) ? putEmptyFile(path) : EINVAL;
+    if (code == ENOENT) {
+        return posixError(code, path::lastComponent(path), "created", "its folder doesn’t exist");
+    }
+    if (code != 0) {
+        return errorFor(code, path, "created");
+    }
+    return {};
+}
+
+std::shared_ptr<LogFile> LogFiles::open(const std::string& path) {
+    const auto target = isUsable(path) ? behindOwnLinks(path) : std::nullopt;
+    if (!target) {
+        return nullptr;
+    }
+    // Without O_NONBLOCK a planted pipe would hold the opener until somebody reads from it.
+    FileDescriptor descriptor(::open(target->c_str(), O_WRONLY | O_APPEND | O_NOFOLLOW |
+                                                          O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+    struct stat information {};
+    if (!descriptor || ::fstat(descriptor.get(), &information) != 0 ||
+        !isTrusted(information, *target)) {
+        return nullptr;
+    }
+    return std::make_shared<AppendedFile>(std::move(descriptor), information, path);
+}
+
+std::unique_ptr<LogLock> LogFiles::lock(const std::vector<std::string>& folders) {
+    constexpr std::chrono::seconds patience(5);
+    auto locks = std::make_unique<FolderLocks>();
+    if (!locks->lock(folders, patience)) {
+        return nullptr;
+    }
+    return locks;
+}
+
+} // namespace platform::native

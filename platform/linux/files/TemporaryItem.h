@@ -1,0 +1,57 @@
+#pragma once
+
+#include "platform/linux/posix/FileDescriptor.h"
+
+#include <sys/types.h>
+
+#include <string>
+
+namespace platform::native {
+
+/// An empty file or folder with a hidden name of its own, in which something grows until it gets
+/// the name that it is for. It is locked while this process works on it, so that what a killed
+/// process left behind is told from what another one works on. Not shared between threads.
+class TemporaryItem {
+public:
+    /// Makes one in the open folder `folder`, for the name `purpose`: a file or a folder, as `mode`
+    /// says (S_IFREG | 0600), with its permissions less the umask. One that a killed process left
+    /// there for the same name is deleted first. On failure it is none and error() tells why.
+    TemporaryItem(int folder, const std::string& purpose, mode_t mode);
+
+    /// Deletes the item with all that is in it, unless it has been renamed.
+    ~TemporaryItem();
+
+    TemporaryItem(const TemporaryItem&) = delete;
+    TemporaryItem& operator=(const TemporaryItem&) = delete;
+    TemporaryItem(TemporaryItem&&) = delete;
+    TemporaryItem& operator=(TemporaryItem&&) = delete;
+
+    /// An errno, or 0.
+    int error() const { return error_; }
+
+    /// The item, open for reading and, when it is a file, for writing.
+    const FileDescriptor& item() const { return item_; }
+
+    /// Gives the item the name that it is for. What stands there is never replaced: EEXIST. Gives
+    /// 0, or the errno.
+    [[nodiscard]] int rename();
+
+    /// As rename(), but a file that stands there, or an empty folder where this is one, goes.
+    [[nodiscard]] int replace();
+
+    /// Takes the given name back, when the item is to be deleted after all.
+    void takeBack();
+
+private:
+    bool claim(const std::string& name, mode_t mode);
+    bool removeAbandoned(const std::string& name) const;
+    int renamed(int error);
+
+    int folder_;
+    std::string purpose_;
+    std::string name_; ///< Empty when there is nothing to delete.
+    FileDescriptor item_;
+    int error_ = 0;
+};
+
+} // namespace platform::native

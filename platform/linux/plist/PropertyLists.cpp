@@ -1,0 +1,47 @@
+#include "platform/linux/plist/PropertyLists.h"
+
+#include "platform/foundation/Path.h"
+#include "platform/linux/files/WholeFiles.h"
+#include "platform/linux/plist/PropertyListLimits.h"
+#include "platform/linux/plist/PropertyListNodes.h"
+#include "platform/linux/posix/Errors.h"
+
+#include <cerrno>
+
+namespace platform::native {
+
+Value PropertyLists::parse(std::string_view bytes) {
+    if (!isWithinLimits(bytes)) {
+        return {};
+    }
+    const NumbersWithPoint numbersWithPoint;
+    const auto length = static_cast<std::uint32_t>(bytes.size());
+    plist_t node = nullptr;
+    if (bytes.starts_with(binaryPropertyListMagic)) {
+        plist_from_bin(bytes.data(), length, &node);
+    } else {
+        plist_from_xml(bytes.data(), length, &node);
+    }
+    const PropertyListNode root(node);
+    return root ? valueOf(root.get()) : Value();
+}
+
+std::optional<Error> PropertyLists::writeAtomically(const Value& value, const std::string& path) {
+    const auto name = path::lastComponent(path);
+    const bool isContainer =
+        value.as<Value::Dictionary>() != nullptr || value.as<Value::Array>() != nullptr;
+    const auto xml = isContainer ? xmlOf(value) : std::nullopt;
+    if (!xml) {
+        return posixError(EINVAL, name, "saved",
+                          "it would hold what a property list cannot express");
+    }
+    const int error = replaceFile(path, *xml);
+    return error == 0 ? std::nullopt : std::optional(posixError(error, name, "saved"));
+}
+
+Value PropertyLists::read(const std::string& path) {
+    const auto content = contentOfFile(path, largestPropertyList);
+    return content ? parse(*content) : Value();
+}
+
+} // namespace platform::native

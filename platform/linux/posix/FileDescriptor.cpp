@@ -1,0 +1,23 @@
+#include "platform/linux/posix/FileDescriptor.h"
+
+#include <cerrno>
+#include <fcntl.h>
+
+namespace platform::native {
+
+void FileDescriptor::reset() {
+    if (descriptor_ >= 0) {
+        const int error = errno;
+        ::close(release());
+        errno = error;
+    }
+}
+
+FileDescriptor aboveStandardStreams(FileDescriptor descriptor) {
+    if (!descriptor || descriptor.get() > STDERR_FILENO) {
+        return descriptor;
+    }
+    return FileDescriptor(::fcntl(descriptor.get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
+}
+
+} // namespace platform::native

@@ -1,0 +1,22 @@
+#pragma once
+
+#include "platform/linux/posix/FileDescriptor.h"
+
+#include <sys/types.h>
+
+#include <string>
+
+namespace platform::native {
+
+/// Whether the path leads to a folder, through links as well.
+bool isFolder(const std::string& path);
+
+/// Makes the folder at an absolute path and those that lead to it, where they are missing, each
+/// with `mode` less the umask. Gives 0, also when the folder stood there, or the errno.
+[[nodiscard]] int makeFolders(const std::string& path, mode_t mode);
+
+/// Waits until no other process, or thread, holds the folder, and holds it until the descriptor is
+/// closed. None, with errno, where the folder cannot be read or its volume has no locks.
+FileDescriptor lockedFolder(const std::string& path);
+
+} // namespace platform::native

@@ -1,0 +1,37 @@
+#pragma once
+
+#include "platform/linux/posix/FileDescriptor.h"
+
+#include <sys/stat.h>
+
+#include <cstdint>
+#include <string>
+
+namespace platform::native {
+
+/// Tells an inode from every other of the machine.
+struct Identity {
+    std::uint32_t deviceMajor = 0;
+    std::uint32_t deviceMinor = 0;
+    std::uint64_t inode = 0;
+    auto operator<=>(const Identity&) const = default; // NOLINT: it takes the 0 for a pointer.
+};
+
+Identity identityOf(const struct statx& status);
+
+/// Opens the folder `name` of the open folder `parent` for reading. A link is not followed. None,
+/// with errno, on failure.
+FileDescriptor openFolder(int parent, const char* name);
+
+/// Opens the folder above an open one for reading, which must be `expected`: others may have moved
+/// the lower one elsewhere, which is ESTALE. None, with errno, on failure.
+FileDescriptor openFolderAbove(int folder, const Identity& expected);
+
+/// Asks for the basic status, and for whether the item is the root of a mounted volume. Gives 0, or
+/// the errno.
+[[nodiscard]] int statusOf(int item, struct statx& status);
+
+/// As statusOf(), of an entry of an open folder; a link's own.
+[[nodiscard]] int statusOfEntry(int folder, const std::string& name, struct statx& status);
+
+} // namespace platform::native

@@ -1,0 +1,119 @@
+#include "platform/linux/process/Child.h"
+
+#include "platform/linux/posix/SystemCall.h"
+#include "platform/linux/process/ChildReaper.h"
+#include "platform/linux/process/TerminalLoan.h"
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+
+extern "C" { // which the header of the C library 2.36 leaves out
+#include <sys/pidfd.h>
+}
+
+namespace platform::native {
+
+namespace {
+
+/// The status of a child that somebody else in this process has waited for.
+constexpr int unknownStatus = -1;
+
+} // namespace
+
+void Child::begin(pid_t identifier) {
+    identifier_ = identifier;
+    descriptor_ = aboveStandardStreams(FileDescriptor(::pidfd_open(identifier, 0)));
+}
+
+int Child::waitFor(siginfo_t& info, int options) const {
+    const auto type = descriptor_ ? P_PIDFD : P_PID;
+    const auto which = static_cast<id_t>(descriptor_ ? descriptor_.get() : identifier_);
+    return uninterrupted([&] { return ::waitid(type, which, &info, options); });
+}
+
+bool Child::hasEnded() {
+    if (status_) {
+        return true;
+    }
+    siginfo_t info{};
+    if (waitFor(info, WEXITED | WNOHANG) < 0) {
+        status_ = unknownStatus;
+    } else if (info.si_pid != 0) {
+        status_ = info.si_status;
+    }
+    if (status_ && endsOutput_) {
+        stopWaitingForOutput();
+    }
+    return status_.has_value();
+}
+
+void Child::stopWaitingForOutput() const {
+    for (const auto& output : output_) {
+        if (const auto pipe = output.lock()) {
+            pipe->stopWaiting();
+        }
+    }
+}
+
+bool Child::isRunning() {
+    const std::lock_guard lock(mutex_);
+    return !hasEnded();
+}
+
+/// A child has a group of its own, which is not the one that may use the terminal: whoever tries to
+/// is stopped by the system. Only then does the group get the terminal, so that what is typed there
+/// otherwise never ends a tool.
+void Child::waitUntilExit() {
+    ChildReaper::shared().leave(*this);
+    TerminalLoan loan;
+    while (isRunning()) {
+        const int stop = waitForChange();
+        if ((stop == SIGTTIN || stop == SIGTTOU) && loan.lendTo(::getpgid(identifier_))) {
+            ::kill(-::getpgid(identifier_), SIGCONT);
+        }
+    }
+}
+
+/// Returns when the child has ended or is stopped: then the signal that stopped it, else 0.
+int Child::waitForChange() const {
+    siginfo_t info{};
+    if (waitFor(info, WEXITED | WSTOPPED | WNOWAIT) < 0 || info.si_code != CLD_STOPPED) {
+        return 0;
+    }
+    const int signal = info.si_status;
+    waitFor(info, WSTOPPED | WNOHANG); // which is told once
+    return signal;
+}
+
+/// The identifier is the child's as long as nobody has taken its status, and so is the group's.
+/// What is stopped acts on a signal only when it goes on.
+void Child::terminate() {
+    const std::lock_guard lock(mutex_);
+    if (hasEnded()) {
+        return;
+    }
+    const bool leftItsGroup = ::getpgid(identifier_) != identifier_;
+    for (const int signal : {SIGTERM, SIGCONT}) {
+        ::kill(-identifier_, signal);
+        if (leftItsGroup) {
+            ::kill(identifier_, signal);
+        }
+    }
+}
+
+void Child::endOutputWithChild() {
+    const std::lock_guard lock(mutex_);
+    endsOutput_ = true;
+    if (hasEnded()) {
+        stopWaitingForOutput();
+    }
+}
+
+int Child::terminationStatus() {
+    const std::lock_guard lock(mutex_);
+    return hasEnded() ? *status_ : unknownStatus;
+}
+
+} // namespace platform::native

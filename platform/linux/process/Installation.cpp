@@ -1,0 +1,64 @@
+#include "platform/linux/process/Installation.h"
+
+#include <link.h>
+
+#include <cstdint>
+#include <filesystem>
+
+namespace platform::native {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+/// Looks for the loaded file that an address lies in.
+struct Search {
+    std::uintptr_t address;
+    /// The library's path, as the loader knows it; empty for the program itself.
+    std::string sharedObject;
+};
+
+bool contains(const dl_phdr_info& file, std::uintptr_t address) {
+    for (unsigned index = 0; index < file.dlpi_phnum; ++index) {
+        const auto& segment = file.dlpi_phdr[index];
+        const auto begin = file.dlpi_addr + segment.p_vaddr;
+        if (segment.p_type == PT_LOAD && address >= begin && address < begin + segment.p_memsz) {
+            return true;
+        }
+    }
+    return false;
+}
+
+int examine(dl_phdr_info* file, std::size_t /*size*/, void* data) {
+    auto& search = *static_cast<Search*>(data);
+    if (!contains(*file, search.address)) {
+        return 0;
+    }
+    search.sharedObject = file->dlpi_name;
+    return 1;
+}
+
+/// The shared library that this code lies in; the empty string in a program.
+std::string ownLibrary() {
+    Search search{reinterpret_cast<std::uintptr_t>(&ownLibrary), {}};
+    ::dl_iterate_phdr(examine, &search);
+    return search.sharedObject;
+}
+
+std::string beside(const fs::path& file, const char* folder) {
+    return (file.parent_path() / folder).lexically_normal().string();
+}
+
+} // namespace
+
+std::string installationFolder() {
+    std::error_code error;
+    if (const auto library = ownLibrary(); !library.empty()) {
+        const auto file = fs::canonical(library, error);
+        return error ? std::string() : beside(file, QF_FOLDER_FROM_LIBRARY);
+    }
+    const auto program = fs::read_symlink("/proc/self/exe", error);
+    return error ? std::string() : beside(program, QF_FOLDER_FROM_PROGRAM);
+}
+
+} // namespace platform::native

@@ -1,0 +1,177 @@
+#include "platform/linux/process/Pipe.h"
+
+#include "platform/linux/process/LaunchFailure.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdint>
+#include <new>
+
+namespace platform::native {
+
+namespace {
+
+constexpr const char* fileHandleException = "NSFileHandleOperationException";
+
+/// What a pipe holds, and what it is enlarged to once a child has filled it, so that the two
+/// processes change places less often.
+constexpr std::size_t usualPipeSize = 1U << 16U;
+constexpr int largePipeSize = 1 << 20;
+
+/// What output is given room for, in larger steps than a vector takes by itself: memory that is
+/// reserved costs nothing until it is used, whereas every step copies all that is there.
+constexpr std::array<std::size_t, 4> roomSizes{1U << 16U, 1U << 21U, 1U << 26U, 1UL << 31U};
+
+/// Room that the system has given no memory yet when it is made.
+constexpr std::size_t largeRoom = roomSizes[1];
+
+/// Makes room for so many more bytes.
+void makeRoom(std::vector<std::byte>& bytes, std::size_t count) {
+    const auto needed = bytes.size() + count;
+    if (bytes.capacity() >= needed) {
+        return;
+    }
+    const auto* const size = std::ranges::lower_bound(roomSizes, needed);
+    if (size == roomSizes.begin() || size == roomSizes.end()) {
+        return;
+    }
+    try {
+        bytes.reserve(*size);
+    } catch (const std::bad_alloc&) {
+        // Where so much is not to be had, the vector's own steps have to do.
+        return;
+    }
+}
+
+/// Has the system give memory for what is about to be written, at once instead of page by page.
+/// A refusal leaves it to the writing, which is only slower.
+void populate(std::byte* start, std::size_t size) {
+    static const auto pageSize = static_cast<std::uintptr_t>(::sysconf(_SC_PAGESIZE));
+    const auto beyondPageStart = reinterpret_cast<std::uintptr_t>(start) % pageSize;
+    ::madvise(start - beyondPageStart, beyondPageStart + size, MADV_POPULATE_WRITE);
+}
+
+void append(std::vector<std::byte>& bytes, std::span<const std::byte> chunk) {
+    makeRoom(bytes, chunk.size());
+    if (bytes.capacity() >= std::max(largeRoom, bytes.size() + chunk.size())) {
+        populate(bytes.data() + bytes.size(), chunk.size());
+    }
+    bytes.insert(bytes.end(), chunk.begin(), chunk.end());
+}
+
+/// What waiting readers are woken by, one for all pipes of the process: each wakes, and those whom
+/// it does not concern wait again.
+int wakeUp() {
+    static const auto counter = [] {
+        auto made = aboveStandardStreams(FileDescriptor(::eventfd(0, EFD_CLOEXEC | EFD_SEMAPHORE)));
+        if (!made) {
+            throw resourceFailure(errno, fileHandleException, "descriptor");
+        }
+        return made.release();
+    }();
+    return counter;
+}
+
+} // namespace
+
+Pipe::Pipe() {
+    wakeUp();
+    std::array<int, 2> ends{-1, -1};
+    if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
+        throw resourceFailure(errno, fileHandleException, "pipe");
+    }
+    readEnd_ = aboveStandardStreams(FileDescriptor(ends[0]));
+    writeEnd_ = aboveStandardStreams(FileDescriptor(ends[1]));
+    if (!readEnd_ || !writeEnd_) {
+        throw resourceFailure(errno, fileHandleException, "pipe");
+    }
+}
+
+/// By way of a buffer: the vector would clear what is then read into it, and again what was not.
+bool Pipe::appendAvailable(std::vector<std::byte>& bytes) {
+    std::array<std::byte, usualPipeSize> chunk;
+    const auto count = readAvailable(chunk);
+    try {
+        append(bytes, std::span(chunk).first(count));
+    } catch (const std::bad_alloc&) {
+        throw Exception("NSMallocException", "there is not enough memory for its output");
+    }
+    return count != 0;
+}
+
+std::size_t Pipe::readAvailable(std::span<std::byte> buffer) {
+    const std::lock_guard lock(reading_);
+    while (!closed_) {
+        prepareReading();
+        const auto count = ::read(readEnd_.get(), buffer.data(), buffer.size());
+        if (count >= 0) {
+            const auto size = static_cast<std::size_t>(count);
+            if (size >= usualPipeSize && !std::exchange(enlarged_, true)) {
+                // A refusal leaves the pipe as it is, which is only slower.
+                ::fcntl(readEnd_.get(), F_SETPIPE_SZ, largePipeSize);
+            }
+            return size;
+        }
+        if (errno == EAGAIN) {
+            if (stopsWaiting_) {
+                return 0;
+            }
+            waitUntilReadable();
+        } else if (errno != EINTR) {
+            throw resourceFailure(errno, fileHandleException, "readable pipe");
+        }
+    }
+    return 0;
+}
+
+/// The read end waits in poll, not in read. Done at the first read, since a child that is given the
+/// read end must not meet it.
+void Pipe::prepareReading() {
+    if (!std::exchange(prepared_, true)) {
+        ::fcntl(readEnd_.get(), F_SETFL, O_RDONLY | O_NONBLOCK);
+    }
+}
+
+void Pipe::waitUntilReadable() {
+    readerWaits_ = true;
+    if (!closed_ && !stopsWaiting_) {
+        std::array waiting{pollfd{readEnd_.get(), POLLIN, 0}, pollfd{wakeUp(), POLLIN, 0}};
+        if (::poll(waiting.data(), waiting.size(), -1) < 0 && errno != EINTR) {
+            readerWaits_ = false;
+            throw resourceFailure(errno, fileHandleException, "memory");
+        }
+    }
+    readerWaits_ = false;
+}
+
+/// Returns when nobody waits any more who has not seen what was set before.
+void Pipe::wakeReader() {
+    if (!readerWaits_) {
+        return;
+    }
+    std::uint64_t one = 1;
+    static_cast<void>(::write(wakeUp(), &one, sizeof one));
+    const std::lock_guard lock(reading_);
+    static_cast<void>(::read(wakeUp(), &one, sizeof one));
+}
+
+void Pipe::stopWaiting() {
+    stopsWaiting_ = true;
+    wakeReader();
+}
+
+void Pipe::closeReadEnd() {
+    closed_ = true;
+    wakeReader();
+    const std::lock_guard lock(reading_);
+    readEnd_.reset();
+}
+
+} // namespace platform::native

@@ -1,0 +1,168 @@
+#include "platform/linux/process/ProcessLauncher.h"
+
+#include "platform/linux/process/Child.h"
+#include "platform/linux/process/ChildReaper.h"
+#include "platform/linux/process/Environment.h"
+#include "platform/linux/process/LaunchFailure.h"
+#include "platform/linux/process/Pipe.h"
+#include "platform/linux/process/SpawnOptions.h"
+#include "platform/linux/process/ToolOverlay.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <functional>
+#include <utility>
+#include <vector>
+
+namespace platform::native {
+
+namespace {
+
+/// Strings in the shape that the system takes command lines and environments in.
+class StringList {
+public:
+    void add(std::string text) { texts_.push_back(std::move(text)); }
+
+    char* const* get() {
+        pointers_.clear();
+        for (std::string& text : texts_) {
+            pointers_.push_back(text.data());
+        }
+        pointers_.push_back(nullptr);
+        return pointers_.data();
+    }
+
+private:
+    std::vector<std::string> texts_;
+    std::vector<char*> pointers_;
+};
+
+StringList commandLine(const ProcessDescription& description) {
+    StringList list;
+    list.add(description.launchPath);
+    for (const std::string& argument : description.arguments) {
+        list.add(argument);
+    }
+    return list;
+}
+
+StringList environmentList(const ProcessDescription& description) {
+    StringList list;
+    if (description.environment) {
+        for (const auto& [name, value] : *description.environment) {
+            list.add(std::string(name).append("=").append(value));
+        }
+    }
+    return list;
+}
+
+/// A stream that was closed before the program began may have been opened again since, as a
+/// descriptor for something else, which is then closed on exec.
+bool isOpenForChildren(int stream) {
+    const int flags = ::fcntl(stream, F_GETFD);
+    return flags >= 0 && (flags & FD_CLOEXEC) == 0;
+}
+
+Pipe& pipeOf(const ChildStream& stream) {
+    return dynamic_cast<Pipe&>(*stream.pipe());
+}
+
+void connect(SpawnOptions& options, const ChildStream& stream, int number, int nullDevice) {
+    if (stream.kind() == ChildStream::Kind::pipe) {
+        const Pipe& pipe = pipeOf(stream);
+        options.connect(number == STDIN_FILENO ? pipe.readEnd() : pipe.writeEnd(), number);
+    } else if (stream.kind() == ChildStream::Kind::nullDevice || !isOpenForChildren(number)) {
+        if (nullDevice < 0) {
+            throw resourceFailure(ENODEV, "NSGenericException", "null device");
+        }
+        options.connect(nullDevice, number);
+    }
+}
+
+/// Closes the ends that are the child's now, so that the pipes end when the child closes its own.
+void giveAwayChildEnds(const ProcessDescription& description) {
+    if (description.standardInput.kind() == ChildStream::Kind::pipe) {
+        pipeOf(description.standardInput).closeReadEnd();
+    }
+    for (const auto* stream : {&description.standardOutput, &description.standardError}) {
+        if (stream->kind() == ChildStream::Kind::pipe) {
+            pipeOf(*stream).closeWriteEnd();
+        }
+    }
+}
+
+/// Somebody who changes the environment without asking the port may do so just while the system
+/// reads it, which then refuses.
+int spawnWithProgramsEnvironment(const std::function<int(char* const*)>& attempt) {
+    constexpr int mostAttempts = 1000;
+    const auto still = Environment::holdStill();
+    int error = EFAULT;
+    for (int count = 0; count < mostAttempts && error == EFAULT; ++count) {
+        error = attempt(::environ);
+    }
+    return error;
+}
+
+/// The pipes that the child writes to.
+std::vector<std::weak_ptr<platform::Pipe>> outputOf(const ProcessDescription& description) {
+    std::vector<std::weak_ptr<platform::Pipe>> pipes;
+    for (const auto* stream : {&description.standardOutput, &description.standardError}) {
+        if (stream->kind() == ChildStream::Kind::pipe) {
+            pipes.emplace_back(stream->pipe());
+        }
+    }
+    return pipes;
+}
+
+pid_t spawn(const ProcessDescription& description, const SpawnOptions& options) {
+    const std::string program = resolveTool(description.launchPath);
+    auto arguments = commandLine(description);
+    auto environment = environmentList(description);
+    pid_t identifier = 0;
+    const auto attempt = [&](char* const* variables) {
+        return ::posix_spawn(&identifier, program.c_str(), options.actions(), options.attributes(),
+                             arguments.get(), variables);
+    };
+    const int error = description.environment ? attempt(environment.get())
+                                              : spawnWithProgramsEnvironment(attempt);
+    if (error != 0) {
+        throw launchFailure(error, description.launchPath, program);
+    }
+    return identifier;
+}
+
+} // namespace
+
+ProcessLauncher::ProcessLauncher()
+    : nullDevice_(aboveStandardStreams(FileDescriptor(::open("/dev/null", O_RDWR | O_CLOEXEC)))) {
+    struct sigaction action {};
+    ::sigaction(SIGCHLD, nullptr, &action);
+    if (action.sa_handler == SIG_IGN || (action.sa_flags & SA_NOCLDWAIT) != 0) {
+        std::signal(SIGCHLD, SIG_DFL);
+    }
+}
+
+std::shared_ptr<platform::Pipe> ProcessLauncher::makePipe() {
+    return std::make_shared<Pipe>();
+}
+
+std::shared_ptr<ChildProcess> ProcessLauncher::launch(const ProcessDescription& description) {
+    checkDescription(description);
+    ChildReaper& reaper = ChildReaper::shared();
+    SpawnOptions options;
+    connect(options, description.standardInput, STDIN_FILENO, nullDevice_.get());
+    connect(options, description.standardOutput, STDOUT_FILENO, nullDevice_.get());
+    connect(options, description.standardError, STDERR_FILENO, nullDevice_.get());
+    options.closeOthers();
+    const auto child = std::make_shared<Child>(outputOf(description));
+    auto place = ChildReaper::placeFor(child);
+    child->begin(spawn(description, options));
+    giveAwayChildEnds(description);
+    reaper.watch(std::move(place));
+    return child;
+}
+
+} // namespace platform::native

@@ -1,0 +1,47 @@
+#include "platform/linux/process/SpawnOptions.h"
+
+#include "platform/linux/process/LaunchFailure.h"
+
+#include <unistd.h>
+
+#include <csignal>
+
+namespace platform::native {
+
+namespace {
+
+void throwUnlessZero(int error) {
+    if (error != 0) {
+        throw resourceFailure(error, "NSGenericException", "memory for another process");
+    }
+}
+
+} // namespace
+
+SpawnOptions::SpawnOptions() {
+    throwUnlessZero(::posix_spawn_file_actions_init(&actions_));
+    throwUnlessZero(::posix_spawnattr_init(&attributes_));
+    sigset_t signals;
+    ::sigfillset(&signals);
+    ::posix_spawnattr_setsigdefault(&attributes_, &signals);
+    ::sigemptyset(&signals);
+    ::posix_spawnattr_setsigmask(&attributes_, &signals);
+    ::posix_spawnattr_setpgroup(&attributes_, 0);
+    ::posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK |
+                                                 POSIX_SPAWN_SETPGROUP);
+}
+
+SpawnOptions::~SpawnOptions() {
+    ::posix_spawnattr_destroy(&attributes_);
+    ::posix_spawn_file_actions_destroy(&actions_);
+}
+
+void SpawnOptions::connect(int descriptor, int stream) {
+    throwUnlessZero(::posix_spawn_file_actions_adddup2(&actions_, descriptor, stream));
+}
+
+void SpawnOptions::closeOthers() {
+    throwUnlessZero(::posix_spawn_file_actions_addclosefrom_np(&actions_, STDERR_FILENO + 1));
+}
+
+} // namespace platform::native

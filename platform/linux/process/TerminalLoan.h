@@ -1,0 +1,33 @@
+#pragma once
+
+#include "platform/linux/posix/FileDescriptor.h"
+
+#include <sys/types.h>
+
+#include <mutex>
+
+namespace platform::native {
+
+/// The program's controlling terminal, lent to a group of processes until the loan ends. Only one
+/// loan at a time: others wait.
+class TerminalLoan {
+public:
+    TerminalLoan() = default;
+
+    /// Takes the terminal back, where it was lent.
+    ~TerminalLoan();
+    TerminalLoan(const TerminalLoan&) = delete;
+    TerminalLoan& operator=(const TerminalLoan&) = delete;
+    TerminalLoan(TerminalLoan&&) = delete;
+    TerminalLoan& operator=(TerminalLoan&&) = delete;
+
+    /// Makes the group the one that may read from the terminal and change it. False when the
+    /// program has no terminal, or is not the one that may.
+    bool lendTo(pid_t group);
+
+private:
+    std::unique_lock<std::mutex> turn_;
+    FileDescriptor terminal_;
+};
+
+} // namespace platform::native

@@ -1,0 +1,32 @@
+#pragma once
+
+#include "platform/support/ApplicationCore.h"
+
+#include <condition_variable>
+#include <cstddef>
+#include <mutex>
+
+namespace platform::native {
+
+/// The application of a program without windows: its event loop waits for work for the main thread.
+class ConsoleApplication final : public ApplicationCore {
+public:
+    /// The calling thread is the main thread from now on.
+    ConsoleApplication() = default;
+
+    /// Runs the event loop until the application terminates. Main thread only.
+    void run();
+
+private:
+    void ring() override;
+    void dispatchNextEvent(std::chrono::milliseconds deadline) override;
+    void leaveEventLoop() override {}
+
+    bool takeRing(std::chrono::milliseconds deadline);
+
+    std::mutex mutex_;
+    std::condition_variable rang_;
+    std::size_t rings_ = 0;
+};
+
+} // namespace platform::native

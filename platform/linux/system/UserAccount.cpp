@@ -1,0 +1,94 @@
+#include "platform/linux/system/UserAccount.h"
+
+#include "platform/foundation/Path.h"
+
+#include <pwd.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <vector>
+
+namespace platform::native {
+
+namespace {
+
+/// Asks with larger and larger room for the entry's strings.
+template <class Ask>
+std::optional<AccountEntry> lookUp(Ask ask) {
+    constexpr std::size_t firstSize = 1024;
+    constexpr std::size_t largestSize = firstSize * 1024;
+    for (std::size_t size = firstSize; size <= largestSize; size *= 2) {
+        std::vector<char> buffer(size);
+        passwd entry{};
+        passwd* found = nullptr;
+        if (ask(&entry, buffer.data(), buffer.size(), &found) == ERANGE) {
+            continue;
+        }
+        return found == nullptr
+                   ? std::nullopt
+                   : std::optional(AccountEntry{found->pw_uid, found->pw_name, found->pw_dir});
+    }
+    return std::nullopt;
+}
+
+std::string withoutTrailingSlashes(const std::string& path) {
+    return path::appending(path, "");
+}
+
+} // namespace
+
+std::optional<AccountEntry> accountOf(uid_t userId) {
+    return lookUp([userId](auto... room) { return ::getpwuid_r(userId, room...); });
+}
+
+std::optional<AccountEntry> accountNamed(const std::string& name) {
+    return lookUp([&name](auto... room) { return ::getpwnam_r(name.c_str(), room...); });
+}
+
+std::optional<std::string> absolutePathFromEnvironment(const char* variable) {
+    const char* value = std::getenv(variable);
+    if (value == nullptr || *value != '/') {
+        return std::nullopt;
+    }
+    return withoutTrailingSlashes(value);
+}
+
+unsigned UserAccount::realUserId() {
+    return ::getuid();
+}
+
+std::string UserAccount::homeDirectory() {
+    if (auto home = absolutePathFromEnvironment("HOME")) {
+        return *home;
+    }
+    const auto entry = accountOf(::getuid());
+    if (!entry || !entry->home.starts_with('/')) {
+        return "/nonexistent";
+    }
+    return withoutTrailingSlashes(entry->home);
+}
+
+std::string UserAccount::loginName() {
+    const auto entry = accountOf(::getuid());
+    return entry ? entry->name : std::to_string(::getuid());
+}
+
+std::string UserAccount::temporaryDirectory() {
+    struct stat status {};
+    const auto folder = absolutePathFromEnvironment("TMPDIR");
+    if (folder && ::stat(folder->c_str(), &status) == 0 && S_ISDIR(status.st_mode)) {
+        return *folder;
+    }
+    return "/tmp";
+}
+
+std::optional<std::string> UserAccount::cacheDirectory() {
+    if (auto folder = absolutePathFromEnvironment("XDG_CACHE_HOME")) {
+        return folder;
+    }
+    return path::appending(homeDirectory(), ".cache");
+}
+
+} // namespace platform::native

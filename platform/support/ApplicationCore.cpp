@@ -1,0 +1,154 @@
+#include "platform/support/ApplicationCore.h"
+
+#include "platform/Windows.h"
+
+#include <condition_variable>
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <utility>
+
+namespace platform {
+
+/// Work on its way to the main thread, and the place where its caller waits for it.
+class ApplicationCore::Job {
+public:
+    explicit Job(std::function<void()> work, Wait wait) : work_(std::move(work)), wait_(wait) {}
+
+    /// Does the work. What it throws reaches the waiting caller; without one it ends the process,
+    /// as any exception does that nobody catches.
+    void perform() {
+        if (wait_ == Wait::no) {
+            performUnattended();
+            return;
+        }
+        try {
+            work_();
+        } catch (...) {
+            exception_ = std::current_exception();
+        }
+        work_ = nullptr;
+    }
+
+    void release() {
+        const std::lock_guard lock(mutex_);
+        done_ = true;
+        released_.notify_one();
+    }
+
+    void waitUntilReleased() {
+        std::unique_lock lock(mutex_);
+        released_.wait(lock, [this] { return done_; });
+        if (exception_) {
+            std::rethrow_exception(std::exchange(exception_, nullptr));
+        }
+    }
+
+private:
+    void performUnattended() noexcept { std::exchange(work_, nullptr)(); }
+
+    std::function<void()> work_;
+    const Wait wait_;
+    std::mutex mutex_;
+    std::condition_variable released_;
+    bool done_ = false;
+    std::exception_ptr exception_;
+};
+
+ApplicationCore::ApplicationCore() : mainThread_(std::this_thread::get_id()) {
+}
+
+ApplicationCore::~ApplicationCore() = default;
+
+bool ApplicationCore::isMainThread() {
+    return std::this_thread::get_id() == mainThread_;
+}
+
+void ApplicationCore::performOnMainThread(std::function<void()> work, Wait wait) {
+    if (wait == Wait::untilDone && isMainThread()) {
+        work();
+        return;
+    }
+    const auto job = std::make_shared<Job>(std::move(work), wait);
+    enqueue(job);
+    if (wait == Wait::untilDone) {
+        job->waitUntilReleased();
+    }
+}
+
+void ApplicationCore::enqueue(std::shared_ptr<Job> job) {
+    const std::lock_guard lock(mutex_);
+    if (isOpen_) {
+        jobs_.push_back(std::move(job));
+        ring();
+    }
+}
+
+void ApplicationCore::performNextJob() {
+    std::shared_ptr<Job> job;
+    {
+        const std::lock_guard lock(mutex_);
+        job = std::move(jobs_.front());
+        jobs_.pop_front();
+    }
+    job->perform();
+    if (!terminated_) {
+        job->release();
+    }
+}
+
+void ApplicationCore::dropWork() {
+    std::deque<std::shared_ptr<Job>> dropped;
+    const std::lock_guard lock(mutex_);
+    isOpen_ = false;
+    dropped = std::exchange(jobs_, {});
+    mainWindow_ = nullptr;
+}
+
+void ApplicationCore::handleNextEvent(std::chrono::milliseconds deadline) {
+    ++pumps_;
+    dispatchNextEvent(deadline);
+    --pumps_;
+}
+
+void ApplicationCore::terminate() {
+    if (terminated_) {
+        return;
+    }
+    runTerminationObservers();
+    if (pumps_ > 0) {
+        // Somebody further up waits for an answer that no longer comes, so there is no way back
+        // to the outermost event loop.
+        std::fflush(nullptr);
+        std::_Exit(EXIT_SUCCESS);
+    }
+    leaveEventLoop();
+}
+
+void ApplicationCore::runTerminationObservers() {
+    terminated_ = true;
+    std::unique_lock lock(mutex_);
+    while (!observers_.empty()) {
+        const auto observer = observers_.extract(observers_.begin());
+        lock.unlock();
+        observer.mapped()();
+        lock.lock();
+    }
+}
+
+Window* ApplicationCore::mainWindow() {
+    return mainWindow_ != nullptr && mainWindow_->isVisible() ? mainWindow_ : nullptr;
+}
+
+int ApplicationCore::addTerminationObserver(std::function<void()> observer) {
+    const std::lock_guard lock(mutex_);
+    observers_.emplace(++lastObserver_, std::move(observer));
+    return lastObserver_;
+}
+
+void ApplicationCore::removeTerminationObserver(int observer) {
+    const std::lock_guard lock(mutex_);
+    observers_.erase(observer);
+}
+
+} // namespace platform

@@ -1,0 +1,136 @@
+#pragma once
+
+#include "platform/linux/authorization/helper/HelperProtocol.h"
+#include "platform/linux/posix/FileDescriptor.h"
+
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <sys/types.h>
+
+#include <deque>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+/// The user whom the helper serves; there need not be an account.
+inline constexpr uid_t servedUser = 12345;
+
+/// Where the tests of the helper take place: a mount namespace of the test program's own, in which
+/// nothing but these folders, all empty and in memory, can be written to. The accounts there are
+/// root, and "served" with the home folder servedHome.
+namespace sandbox {
+/// Only root may write here.
+inline const std::string rootsFolder = "/mnt";
+/// Everybody may write here, as in every /tmp. On another file system than rootsFolder.
+inline const std::string everybodysFolder = "/tmp";
+/// A folder with the account's home folder and nothing else. It is not made.
+inline const std::string servedHome = "/tmp/homes/served";
+
+/// Why the tests cannot take place; empty when they can.
+const std::string& obstacle();
+} // namespace sandbox
+
+/// Skips a test where there is no sandbox.
+class HelperTest : public testing::Test {
+protected:
+    void SetUp() override;
+
+    /// The folder of user files, owned by the served user.
+    std::string usersFolder();
+    /// Makes a folder or a file with some content, owned by `owner`, and gives its path.
+    static std::string makeFolder(const std::string& path, uid_t owner = 0, mode_t mode = 0755);
+    static std::string makeFile(const std::string& path, uid_t owner = 0, mode_t mode = 0644);
+    static std::string makeLink(const std::string& target, const std::string& path, uid_t owner);
+    /// Copies the stand-in for chown out of the build tree, and returns the path of the copy.
+    static std::string copyChown(const std::string& path);
+    static bool exists(const std::string& path);
+};
+
+/// How a helper is started in a test.
+struct HelperSetup {
+    /// The user who makes the connection.
+    uid_t peer = servedUser;
+    /// What PKEXEC_UID says; nothing when it is not set.
+    std::optional<std::string> invoker = std::to_string(servedUser);
+    /// The user as whom the helper runs.
+    uid_t runsAs = 0;
+    int socketType = SOCK_SEQPACKET;
+    bool hasConnection = true;
+    /// The limits that it inherits, by what they limit.
+    std::vector<std::pair<__rlimit_resource, rlim_t>> limits = {};
+    /// Whether a timer runs that ends who does not expect it.
+    bool hasTimer = false;
+    /// How much it leaves the processor to others, and is to be ended before others.
+    int niceness = 0;
+    int memoryPenalty = 0;
+    /// Whether it is to end with the thread that starts it.
+    bool endsWithThread = false;
+    /// Whether the system makes it another process when it asks.
+    bool mayFork = true;
+    /// Whether the system has the memory to look at a path.
+    bool mayLook = true;
+};
+
+/// A helper of a test's own, with the test as its client.
+class TestedHelper {
+public:
+    explicit TestedHelper(const HelperSetup& setup = {});
+    ~TestedHelper();
+    TestedHelper(const TestedHelper&) = delete;
+    TestedHelper& operator=(const TestedHelper&) = delete;
+    TestedHelper(TestedHelper&&) = delete;
+    TestedHelper& operator=(TestedHelper&&) = delete;
+
+    struct Answer {
+        /// Nothing when the helper has gone.
+        std::optional<platform::native::helper::Status> status;
+        platform::native::FileDescriptor output;
+    };
+
+    /// Has a tool started and gives the answer at once.
+    Answer start(const std::string& tool, const std::vector<std::string>& arguments = {});
+
+    /// Has a tool started, waits until its output ends, and gives it; when the tool is not started,
+    /// the text "refused".
+    std::string outputOf(const std::string& tool, const std::vector<std::string>& arguments = {});
+
+    /// Has a tool started, waits for its end, and gives the helper's answer.
+    platform::native::helper::Status run(const std::string& tool,
+                                         const std::vector<std::string>& arguments);
+
+    /// Sends bytes as one message and gives the answer to it.
+    Answer send(std::string_view message);
+    void sendWithDescriptor(std::string_view message, int descriptor) const;
+    Answer receive();
+
+    int connection() const { return connection_.get(); }
+    void disconnect() { connection_.reset(); }
+    pid_t process() const { return process_; }
+    bool isRunning();
+    /// Waits for the helper's end and gives its exit status.
+    int waitForEnd();
+
+    /// The next line that the helper gives the system log, without what the log adds; waits for it,
+    /// and gives nothing when there is none for long.
+    std::string nextLogLine();
+    bool hasLogLine();
+
+private:
+    /// Takes the lines that the log has, for as long as it waits the helper does.
+    void takeLogLines();
+    [[noreturn]] static void become(const HelperSetup& setup, int input);
+
+    platform::native::FileDescriptor log_;
+    std::deque<std::string> logLines_;
+    platform::native::FileDescriptor connection_;
+    pid_t process_ = -1;
+    std::optional<int> exitStatus_;
+    /// Whether it has served anybody; then it must end with success.
+    bool hasAnswered_ = false;
+};
+
+/// All that a descriptor gives up to its end.
+std::string readAll(int descriptor);

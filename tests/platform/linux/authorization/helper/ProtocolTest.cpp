@@ -1,0 +1,68 @@
+// The helper's protocol by itself.
+
+#include "platform/linux/authorization/helper/HelperProtocol.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+
+using namespace platform::native::helper;
+
+// NOLINTNEXTLINE(readability-identifier-naming): libFuzzer's name
+extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t size);
+
+namespace {
+
+void parse(const std::string& message) {
+    std::vector<unsigned char> bytes(message.begin(), message.end());
+    EXPECT_EQ(LLVMFuzzerTestOneInput(bytes.data(), bytes.size()), 0);
+}
+
+} // namespace
+
+TEST(HelperProtocol, ReadsWhatItHasWritten) {
+    const std::vector<std::string> arguments{"-f", "", "line\nbreak", "\xff\xfe"};
+    const auto message = encodeRequest("/bin/rm", arguments);
+    ASSERT_TRUE(message);
+    Request request;
+    ASSERT_EQ(parseRequest(*message, request), Status::started);
+    EXPECT_EQ(request.tool, "/bin/rm");
+    EXPECT_EQ(std::vector<std::string>(request.arguments.begin(), request.arguments.end()),
+              arguments);
+}
+
+TEST(HelperProtocol, WritesNoRequestThatNoHelperWouldTake) {
+    using namespace std::string_literals;
+    EXPECT_FALSE(encodeRequest("/bin/rm\0x"s, {}));
+    EXPECT_FALSE(encodeRequest("/bin/rm", {"a\0b"s}));
+    EXPECT_FALSE(encodeRequest("/bin/rm", std::vector<std::string>(maximumArguments + 1)));
+    EXPECT_FALSE(encodeRequest("/bin/rm", {std::string(maximumRequestSize, 'x')}));
+    EXPECT_FALSE(encodeRequest("/bin/rm", {std::string(2U << 20U, 'x')}));
+    EXPECT_TRUE(encodeRequest("/bin/rm", std::vector<std::string>(maximumArguments)));
+}
+
+TEST(HelperProtocol, SurvivesEveryCutAndEveryChangedByteOfARequest) {
+    const std::string message = *encodeRequest("/bin/mv", {"-f", "/a", "/b"});
+    for (std::size_t length = 0; length <= message.size(); ++length) {
+        parse(message.substr(0, length));
+        parse(message.substr(length));
+    }
+    for (std::size_t index = 0; index < message.size(); ++index) {
+        for (int byte = 0; byte < 256; ++byte) {
+            std::string changed = message;
+            changed[index] = static_cast<char>(byte);
+            parse(changed);
+        }
+    }
+}
+
+TEST(HelperProtocol, SurvivesNoise) {
+    std::minstd_rand random(20260101); // the same noise every time
+    for (int round = 0; round < 20'000; ++round) {
+        std::string message(random() % 600, '\0');
+        for (char& character : message) {
+            character = random() % 3 == 0 ? '\0' : static_cast<char>(random());
+        }
+        parse(message);
+    }
+}

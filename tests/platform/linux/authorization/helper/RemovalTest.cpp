@@ -1,0 +1,434 @@
+// What rm and mv may not take away, and where they are not led.
+
+#include "tests/platform/linux/authorization/helper/HelperHarness.h"
+#include "tests/support/TemporaryFolder.h"
+
+#include <fcntl.h>
+#include <linux/fs.h>
+#include <sys/ioctl.h>
+#include <sys/mount.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+
+using platform::native::FileDescriptor;
+using platform::native::helper::Status;
+
+namespace {
+
+namespace fs = std::filesystem;
+
+/// Has one program stand where another one does, for a scope.
+class StandIn {
+public:
+    StandIn(const char* program, const char* place) : place_(place) {
+        EXPECT_EQ(::mount(program, place, nullptr, MS_BIND, nullptr), 0) << place;
+    }
+    ~StandIn() { EXPECT_EQ(::umount2(place_, MNT_DETACH), 0) << place_; }
+    StandIn(const StandIn&) = delete;
+    StandIn& operator=(const StandIn&) = delete;
+    StandIn(StandIn&&) = delete;
+    StandIn& operator=(StandIn&&) = delete;
+
+private:
+    const char* place_;
+};
+
+std::ptrdiff_t entries(const std::string& folder) {
+    return std::distance(fs::directory_iterator(folder), {});
+}
+
+} // namespace
+
+class HelperRemoval : public HelperTest {
+protected:
+    void SetUp() override {
+        HelperTest::SetUp();
+        if (!IsSkipped()) {
+            makeFolder(sandbox::everybodysFolder + "/homes");
+            makeFolder(sandbox::servedHome, servedUser);
+        }
+    }
+
+    static const std::string& roots() { return sandbox::rootsFolder; }
+
+    /// The machine is locked, and rm is not told to enter folders: nothing would be lost if the
+    /// helper let one of these through.
+    static void expectProtected(const std::string& path) {
+        TestedHelper helper;
+        EXPECT_EQ(helper.run("/bin/rm", {"-df", path}), Status::itemProtected) << path;
+        EXPECT_EQ(helper.nextLogLine(),
+                  "refused a request of user 12345: a system folder, a home folder or a mount "
+                  "point would be taken away: " +
+                      path);
+        EXPECT_EQ(helper.run("/bin/mv", {"-f", path, roots() + "/moved"}), Status::itemProtected)
+            << path;
+    }
+};
+
+TEST_F(HelperRemoval, SparesTopLevelFoldersHoweverTheyAreSpelled) {
+    for (const char* path :
+         {"/", "//", "/usr", "/usr/", "/usr//", "//usr", "/./usr", "/usr/../usr", "/etc/../usr",
+          "/usr/bin/../../etc/", "/proc/1/../../usr", "/etc", "/bin", "/usr/bin", "/tmp", "/."}) {
+        expectProtected(path);
+    }
+}
+
+TEST_F(HelperRemoval, SparesThemByWayOfALink) {
+    makeLink("/", roots() + "/root", 0);
+    expectProtected(roots() + "/root/usr");
+    expectProtected(roots() + "/root/root/tmp/..");
+    expectProtected(roots() + "/root/.");
+}
+
+TEST_F(HelperRemoval, SparesHomeFoldersAndTheFoldersTheyAreIn) {
+    expectProtected("/root");
+    expectProtected(sandbox::servedHome);
+    expectProtected(sandbox::servedHome + "/");
+    expectProtected("/usr/../root/");
+    expectProtected(sandbox::everybodysFolder + "/homes");
+}
+
+TEST_F(HelperRemoval, SparesAHomeFolderThatALinkLeadsToAndTheLink) {
+    ASSERT_EQ(::rmdir(sandbox::servedHome.c_str()), 0);
+    makeFolder(roots() + "/data");
+    makeLink(makeFolder(roots() + "/data/served", servedUser), sandbox::servedHome, 0);
+    expectProtected(sandbox::servedHome);
+    expectProtected(roots() + "/data/served");
+    expectProtected(roots() + "/data");
+}
+
+TEST_F(HelperRemoval, SparesMountPointsAndTheFoldersTheyAreIn) {
+    makeFolder(roots() + "/outer");
+    const std::string point = makeFolder(roots() + "/outer/mount point");
+    makeFolder(roots() + "/outer/plain");
+    ASSERT_EQ(::mount("tmpfs", point.c_str(), "tmpfs", 0, ""), 0);
+    expectProtected(roots());
+    expectProtected(roots() + "/outer");
+    expectProtected(point);
+    TestedHelper helper;
+    EXPECT_EQ(helper.run("/bin/rm", {"-Rdf", roots() + "/outer/plain"}), Status::started);
+    EXPECT_FALSE(exists(roots() + "/outer/plain"));
+}
+
+TEST_F(HelperRemoval, SparesAMountPointOfAFileSystemWithALongName) {
+    makeFolder(roots() + "/outer");
+    const std::string point = makeFolder(roots() + "/outer/point");
+    const std::string name(4095, 'x');
+    ASSERT_EQ(::mount(name.c_str(), point.c_str(), "tmpfs", 0, ""), 0);
+    expectProtected(roots() + "/outer");
+}
+
+TEST_F(HelperRemoval, SparesThemFromToolsUnderAnotherName) {
+    TestedHelper helper;
+    const std::string other = makeLink("/usr/bin/rm", roots() + "/delete", 0);
+    EXPECT_EQ(helper.run(other, {"-df", "/usr"}), Status::itemProtected);
+}
+
+TEST_F(HelperRemoval, IsToldByItsNameWhereOneProgramIsAllTools) {
+    const StandIn rm("/usr/bin/cp", "/usr/bin/rm");
+    const StandIn mv("/usr/bin/cp", "/usr/bin/mv");
+    TestedHelper helper;
+    const std::string file = makeFile(roots() + "/file");
+    const std::string moved = makeFile(usersFolder() + "/moved");
+    EXPECT_EQ(helper.run("/bin/cp", {"-f", "-p", "-R", file, roots() + "/copy"}), Status::started);
+    EXPECT_TRUE(exists(roots() + "/copy"));
+    EXPECT_EQ(helper.run("/bin/mv", {"-f", moved, usersFolder() + "/new"}), Status::started);
+    EXPECT_FALSE(exists(moved));
+    EXPECT_EQ(helper.run("/bin/rm", {"-df", "/usr"}), Status::itemProtected);
+}
+
+TEST_F(HelperRemoval, SparesThemAmongOtherOperands) {
+    TestedHelper helper;
+    const std::string file = makeFile(roots() + "/file");
+    EXPECT_EQ(helper.run("/bin/rm", {file, "-f", "/usr"}), Status::itemProtected);
+    EXPECT_TRUE(exists(file));
+}
+
+TEST_F(HelperRemoval, SparesAnEmptyHomeFolderFromBeingReplaced) {
+    TestedHelper helper;
+    makeFolder(roots() + "/served");
+    EXPECT_EQ(
+        helper.run("/bin/mv", {"-f", roots() + "/served", sandbox::everybodysFolder + "/homes"}),
+        Status::itemProtected);
+}
+
+TEST_F(HelperRemoval, TakesAwayWhatIsAskedFor) {
+    TestedHelper helper;
+    fs::create_directories(roots() + "/folder/a/b");
+    makeFile(roots() + "/folder/a/b/file");
+    const std::string dashed = makeFile(roots() + "/-f");
+    const std::string odd = makeFile(roots() + "/line\nbreak \xff");
+    EXPECT_EQ(helper.run("/bin/rm", {"-Rdf", roots() + "/folder/"}), Status::started);
+    EXPECT_EQ(helper.run("/bin/rm", {"-f", "--", dashed, odd}), Status::started);
+    EXPECT_TRUE(fs::is_empty(roots()));
+    EXPECT_FALSE(helper.hasLogLine());
+}
+
+TEST_F(HelperRemoval, OfWhatDoesNotExistIsStarted) {
+    TestedHelper helper;
+    EXPECT_EQ(helper.run("/bin/rm", {"-Rdf", roots() + "/missing"}), Status::started);
+    EXPECT_EQ(helper.run("/bin/rm", {"-Rdf", roots() + "/missing/too"}), Status::started);
+    EXPECT_FALSE(helper.hasLogLine());
+}
+
+TEST_F(HelperRemoval, TakesALinkAwayAndNotWhatItLeadsTo) {
+    TestedHelper helper;
+    const std::string target = makeFolder(roots() + "/target");
+    const std::string link = makeLink(target, usersFolder() + "/link", servedUser);
+    EXPECT_EQ(helper.run("/bin/rm", {"-Rdf", link + "/"}), Status::itemRedirected);
+    EXPECT_TRUE(exists(link));
+    EXPECT_EQ(helper.run("/bin/rm", {"-Rdf", link}), Status::started);
+    EXPECT_FALSE(exists(link));
+    EXPECT_TRUE(exists(target));
+}
+
+TEST_F(HelperRemoval, HasNoOptionsButKnownOnes) {
+    TestedHelper helper;
+    const std::string file = makeFile(roots() + "/file");
+    for (const char* option : {"--no-preserve-root", "--recursive", "-", "-x", "-Rx"}) {
+        EXPECT_EQ(helper.run("/bin/rm", {option, file}), Status::commandUnknown) << option;
+    }
+    for (const char* option :
+         {"-t/usr", "--target-directory=/usr", "-T", "-S", "-b", "-i", "-n", "-u"}) {
+        EXPECT_EQ(helper.run("/bin/mv", {option, file, roots() + "/b"}), Status::commandUnknown)
+            << option;
+    }
+    EXPECT_EQ(helper.run("/bin/mv", {file}), Status::commandUnknown);
+    EXPECT_EQ(helper.run("/bin/mv", {file, file, roots()}), Status::commandUnknown);
+    EXPECT_EQ(helper.run("/bin/rm", {"-f", "file"}), Status::commandUnknown);
+    EXPECT_EQ(helper.run("/bin/mv", {file, "mnt"}), Status::commandUnknown);
+    EXPECT_TRUE(exists(file));
+}
+
+TEST_F(HelperRemoval, IsNotLedOutOfAUsersFolderByTheUsersLinks) {
+    TestedHelper helper;
+    makeFolder(roots() + "/outside");
+    const std::string outside = makeFile(roots() + "/outside/file");
+    const std::string inside = makeFile(usersFolder() + "/file", servedUser);
+    const std::string link = makeLink(roots() + "/outside", usersFolder() + "/link", servedUser);
+    EXPECT_EQ(helper.run("/bin/rm", {"-Rdf", link + "/file"}), Status::itemRedirected);
+    EXPECT_EQ(helper.run("/bin/mv", {"-f", link + "/file", roots() + "/taken"}),
+              Status::itemRedirected);
+    EXPECT_EQ(helper.run("/bin/mv", {"-f", inside, link + "/new"}), Status::itemRedirected);
+    EXPECT_EQ(helper.run("/bin/mv", {"-f", inside, link}), Status::itemRedirected);
+    EXPECT_EQ(helper.run("/bin/rm", {"-Rdf", usersFolder() + "/../../mnt/outside/file"}),
+              Status::itemRedirected);
+    EXPECT_EQ(contentOf(outside), "content of " + outside);
+    EXPECT_TRUE(exists(inside));
+    EXPECT_EQ(std::distance(fs::directory_iterator(roots() + "/outside"), {}), 1);
+}
+
+TEST_F(HelperRemoval, IsNotLedByALinkInAFolderThatEverybodyMayChange) {
+    TestedHelper helper;
+    const std::string shared = makeFolder(usersFolder() + "/shared", servedUser, 0777);
+    const std::string file = makeFile(makeFolder(usersFolder() + "/private", servedUser) + "/file");
+    const std::string link = makeLink(usersFolder() + "/private", shared + "/link", 23456);
+    EXPECT_EQ(helper.run("/bin/rm", {"-Rdf", link + "/file"}), Status::itemRedirected);
+    EXPECT_TRUE(exists(file));
+}
+
+TEST_F(HelperRemoval, FollowsAUsersLinkToTheUsersOwnFolder) {
+    TestedHelper helper;
+    const std::string file = makeFile(roots() + "/file");
+    makeFolder(usersFolder() + "/share", servedUser);
+    makeFolder(usersFolder() + "/share/files", servedUser);
+    const std::string trash = makeLink("share/files", usersFolder() + "/.Trash", servedUser);
+    EXPECT_EQ(helper.run("/bin/mv", {"-f", file, trash + "/file"}), Status::started);
+    EXPECT_EQ(contentOf(usersFolder() + "/share/files/file"), "content of " + file);
+    EXPECT_FALSE(exists(file));
+}
+
+class HelperMove : public HelperRemoval {
+protected:
+    /// As many as take a while to copy.
+    static constexpr int manyFiles = 3000;
+
+    static void makeManyFiles(const std::string& folder) {
+        for (int number = 0; number < manyFiles; ++number) {
+            makeFile(folder + "/" + std::to_string(number));
+        }
+    }
+
+    /// A file that cannot be compressed, nor be left out as a hole.
+    static void makeLargeFile(TestedHelper& helper, const std::string& path) {
+        makeFile(path);
+        fs::resize_file(path, largeFile);
+        helper.outputOf("/usr/bin/shred", {"-n", "1", path});
+    }
+
+    static constexpr std::uintmax_t largeFile = 1U << 20U;
+};
+
+TEST_F(HelperMove, GoesIntoAFolderOrToANewName) {
+    TestedHelper helper;
+    const std::string file = makeFile(roots() + "/file");
+    const std::string content = contentOf(file);
+    makeFolder(roots() + "/folder");
+    EXPECT_EQ(helper.run("/bin/mv", {"-f", file, roots() + "/new"}), Status::started);
+    EXPECT_EQ(contentOf(roots() + "/new"), content);
+    EXPECT_EQ(helper.run("/bin/mv", {"-f", roots() + "/new", roots() + "/folder/"}),
+              Status::started);
+    EXPECT_EQ(contentOf(roots() + "/folder/new"), content);
+    const std::string other = makeFile(roots() + "/other");
+    EXPECT_EQ(helper.run("/bin/mv", {"-f", roots() + "/folder/new", other}), Status::started);
+    EXPECT_EQ(contentOf(other), content);
+}
+
+TEST_F(HelperMove, IsRefusedWithoutSourceOrWay) {
+    TestedHelper helper;
+    const std::string file = makeFile(roots() + "/file");
+    EXPECT_EQ(helper.run("/bin/mv", {"-f", roots() + "/missing", roots() + "/b"}),
+              Status::itemUnreachable);
+    EXPECT_EQ(helper.run("/bin/mv", {"-f", file, roots() + "/missing/b"}), Status::itemUnreachable);
+    EXPECT_TRUE(exists(file));
+}
+
+TEST_F(HelperMove, KeepsOwnersAndRightsOnItsWayToAnotherFileSystem) {
+    TestedHelper helper;
+    makeFolder(roots() + "/folder", 0, 0750);
+    makeFile(roots() + "/folder/file", servedUser, 0640);
+    const std::string moved = usersFolder() + "/folder";
+    EXPECT_EQ(helper.run("/bin/mv", {"-f", roots() + "/folder", moved}), Status::started);
+    struct stat folder {};
+    struct stat file {};
+    ASSERT_EQ(::stat(moved.c_str(), &folder), 0);
+    ASSERT_EQ(::stat((moved + "/file").c_str(), &file), 0);
+    EXPECT_EQ(folder.st_uid, 0U);
+    EXPECT_EQ(folder.st_mode & 07777U, 0750U);
+    EXPECT_EQ(file.st_uid, servedUser);
+    EXPECT_EQ(file.st_mode & 07777U, 0640U);
+    EXPECT_EQ(std::distance(fs::directory_iterator(usersFolder()), {}), 1);
+    EXPECT_FALSE(exists(roots() + "/folder"));
+}
+
+TEST_F(HelperMove, ReplacesAFileAndAnEmptyFolderInAUsersFolder) {
+    TestedHelper helper;
+    const std::string file = makeFile(usersFolder() + "/file");
+    const std::string content = contentOf(file);
+    const std::string other = makeFile(usersFolder() + "/other");
+    EXPECT_EQ(helper.run("/bin/mv", {"-f", file, other}), Status::started);
+    EXPECT_EQ(contentOf(other), content);
+    makeFolder(makeFolder(usersFolder() + "/trash", servedUser) + "/folder", servedUser);
+    makeFile(makeFolder(usersFolder() + "/folder") + "/file");
+    EXPECT_EQ(helper.run("/bin/mv", {"-f", usersFolder() + "/folder", usersFolder() + "/trash"}),
+              Status::started);
+    EXPECT_TRUE(exists(usersFolder() + "/trash/folder/file"));
+    EXPECT_FALSE(exists(usersFolder() + "/folder"));
+}
+
+TEST_F(HelperMove, LeavesTheItemWhereItsPlaceIsTaken) {
+    for (const auto& from : {roots(), usersFolder()}) {
+        TestedHelper helper;
+        const std::string file = makeFile(makeFolder(from + "/folder") + "/file");
+        const std::string trash = makeFolder(usersFolder() + "/trash", servedUser);
+        makeLink("/nowhere", trash + "/link", servedUser);
+        makeFile(makeFolder(trash + "/folder", servedUser) + "/kept");
+        for (const auto& place : {trash + "/link", trash}) {
+            EXPECT_EQ(helper.run("/bin/mv", {"-f", from + "/folder", place}), Status::startFailed)
+                << place;
+        }
+        EXPECT_TRUE(exists(file));
+        EXPECT_TRUE(exists(trash + "/folder/kept"));
+        EXPECT_EQ(entries(trash), 2);
+        fs::remove_all(from + "/folder");
+        fs::remove_all(trash);
+    }
+}
+
+TEST_F(HelperMove, IsNotHinderedByWhoGuessesTheNameOfItsFolder) {
+    TestedHelper helper;
+    ASSERT_EQ(helper.send(platform::native::helper::areYouThere).status, Status::ready);
+    for (int next = 0; next < 100; ++next) {
+        makeFolder(usersFolder() + "/.qf-helper-" + std::to_string(helper.process() + next),
+                   servedUser);
+    }
+    const std::string file = makeFile(roots() + "/file");
+    EXPECT_EQ(helper.run("/bin/mv", {"-f", file, usersFolder()}), Status::started);
+    EXPECT_TRUE(exists(usersFolder() + "/file"));
+    EXPECT_EQ(entries(usersFolder()), 101);
+}
+
+TEST_F(HelperMove, LeavesTheItemWhosePlaceIsTakenWhileItIsCopied) {
+    TestedHelper helper;
+    for (const char* from : {"/first", "/second"}) {
+        makeFolder(makeFolder(roots() + from) + "/folder");
+        makeManyFiles(roots() + from + "/folder");
+    }
+    const auto first = helper.start("/bin/mv", {"-f", roots() + "/first/folder", usersFolder()});
+    const auto second = helper.start("/bin/mv", {"-f", roots() + "/second/folder", usersFolder()});
+    helper.disconnect();
+    EXPECT_EQ(helper.waitForEnd(), 0);
+    EXPECT_EQ(first.status, Status::started);
+    EXPECT_TRUE(fs::is_empty(roots() + "/first"));
+    EXPECT_EQ(entries(roots() + "/second/folder"), manyFiles);
+    EXPECT_EQ(entries(usersFolder() + "/folder"), manyFiles);
+    EXPECT_EQ(entries(usersFolder()), 1);
+}
+
+TEST_F(HelperMove, ThatIsAskedForAgainWhileItCopiesIsDoneOnce) {
+    constexpr int requests = 4;
+    makeManyFiles(makeFolder(roots() + "/folder"));
+    const std::string moved = usersFolder() + "/folder";
+    {
+        TestedHelper helper;
+        std::vector<TestedHelper::Answer> answers;
+        for (int i = 0; i < requests; ++i) {
+            answers.push_back(helper.start("/bin/mv", {"-f", roots() + "/folder", moved}));
+        }
+        helper.disconnect();
+        EXPECT_EQ(helper.waitForEnd(), 0);
+    }
+    EXPECT_EQ(entries(moved), manyFiles);
+    EXPECT_FALSE(exists(roots() + "/folder"));
+    EXPECT_EQ(std::distance(fs::directory_iterator(usersFolder()), {}), 1);
+}
+
+TEST_F(HelperMove, ThatFailsHalfWayLeavesTheItemWholeAndNothingElse) {
+    TestedHelper helper;
+    const std::string small = makeFolder(usersFolder() + "/small");
+    ASSERT_EQ(::mount("tmpfs", small.c_str(), "tmpfs", 0, "size=64k,mode=777"), 0);
+    makeFolder(roots() + "/folder");
+    makeLargeFile(helper, roots() + "/folder/file");
+    EXPECT_EQ(helper.run("/bin/mv", {"-f", roots() + "/folder", small}), Status::started);
+    EXPECT_EQ(fs::file_size(roots() + "/folder/file"), largeFile);
+    EXPECT_TRUE(fs::is_empty(small));
+}
+
+TEST_F(HelperMove, OfADeepTreeThatFailsHalfWayLeavesItWholeAndNothingElse) {
+    TestedHelper helper;
+    const std::string small = makeFolder(usersFolder() + "/small");
+    ASSERT_EQ(::mount("tmpfs", small.c_str(), "tmpfs", 0, "size=2m,mode=777"), 0);
+    std::string deepest = makeFolder(roots() + "/folder");
+    for (int depth = 0; depth < 300; ++depth) {
+        deepest = makeFolder(deepest + "/d");
+    }
+    for (const char* name : {"/1", "/2", "/3"}) {
+        makeLargeFile(helper, deepest + name);
+    }
+    EXPECT_EQ(helper.run("/bin/mv", {"-f", roots() + "/folder", small}), Status::started);
+    for (const char* name : {"/1", "/2", "/3"}) {
+        EXPECT_EQ(fs::file_size(deepest + name), largeFile);
+    }
+    EXPECT_TRUE(fs::is_empty(small));
+}
+
+TEST_F(HelperMove, ThatCannotTakeAllAwayKeepsTheCopyOfWhatIsGone) {
+    TestedHelper helper;
+    makeFolder(roots() + "/folder");
+    makeFile(roots() + "/folder/a");
+    const std::string locked = makeFile(roots() + "/folder/b");
+    const FileDescriptor file(::open(locked.c_str(), O_RDONLY | O_CLOEXEC));
+    int flags = FS_IMMUTABLE_FL;
+    if (::ioctl(file.get(), FS_IOC_SETFLAGS, &flags) != 0) {
+        GTEST_SKIP() << "the file system in memory has no immutable flag";
+    }
+    EXPECT_EQ(helper.run("/bin/mv", {"-f", roots() + "/folder", usersFolder()}), Status::started);
+    flags = 0;
+    EXPECT_EQ(::ioctl(file.get(), FS_IOC_SETFLAGS, &flags), 0);
+
+    EXPECT_TRUE(exists(roots() + "/folder/b"));
+    EXPECT_TRUE(exists(roots() + "/folder/a") || exists(usersFolder() + "/folder/a"));
+    EXPECT_EQ(exists(roots() + "/folder/a"), !exists(usersFolder() + "/folder/a"));
+}

@@ -1,0 +1,113 @@
+// What the helper demands before it serves anybody.
+
+#include "tests/platform/linux/authorization/helper/HelperHarness.h"
+
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdio>
+#include <thread>
+
+using platform::native::helper::areYouThere;
+using platform::native::helper::Status;
+
+namespace {
+
+void expectRefusal(const HelperSetup& setup, const std::string& reason) {
+    TestedHelper helper(setup);
+    EXPECT_EQ(helper.waitForEnd(), 1);
+    EXPECT_EQ(helper.nextLogLine(), "refused to start: " + reason);
+    EXPECT_FALSE(helper.hasLogLine());
+}
+
+} // namespace
+
+using HelperStart = HelperTest;
+
+TEST_F(HelperStart, AnswersTheUserWhomPkexecHasAuthorized) {
+    TestedHelper helper;
+    EXPECT_EQ(helper.send(areYouThere).status, Status::ready);
+}
+
+TEST_F(HelperStart, RefusesToRunWithoutPkexec) {
+    expectRefusal({.invoker = std::nullopt}, "pkexec did not start it");
+    expectRefusal({.invoker = ""}, "pkexec did not start it");
+    expectRefusal({.invoker = "12345x"}, "pkexec did not start it");
+    expectRefusal({.invoker = "-1"}, "pkexec did not start it");
+    expectRefusal({.invoker = "99999999999999999999"}, "pkexec did not start it");
+}
+
+TEST_F(HelperStart, RefusesAConnectionOfAnotherUser) {
+    expectRefusal({.peer = 23456}, "its connection is not the authorized user's");
+    expectRefusal({.peer = 0}, "its connection is not the authorized user's");
+}
+
+TEST_F(HelperStart, RefusesToRunAsAnybodyButTheSuperuser) {
+    expectRefusal({.runsAs = servedUser}, "it does not run as the superuser");
+}
+
+TEST_F(HelperStart, RefusesAStandardInputThatIsNoConnection) {
+    expectRefusal({.hasConnection = false}, "its standard input is no connection");
+    expectRefusal({.socketType = SOCK_STREAM}, "its standard input is no connection");
+    expectRefusal({.socketType = SOCK_DGRAM}, "its standard input is no connection");
+}
+
+TEST_F(HelperStart, RefusesToGiveItsToolsTheCallersStreams) {
+    ASSERT_EQ(std::rename("/dev/null", "/dev/elsewhere"), 0);
+    expectRefusal({}, "it cannot open /dev/null");
+    EXPECT_EQ(std::rename("/dev/elsewhere", "/dev/null"), 0);
+}
+
+TEST_F(HelperStart, EndsWhenTheProgramDoes) {
+    TestedHelper helper;
+    EXPECT_EQ(helper.send(areYouThere).status, Status::ready);
+    helper.disconnect();
+    EXPECT_EQ(helper.waitForEnd(), 0);
+    EXPECT_FALSE(helper.hasLogLine());
+}
+
+TEST_F(HelperStart, IsNotEndedByWhatATerminalSends) {
+    TestedHelper helper;
+    EXPECT_EQ(helper.send(areYouThere).status, Status::ready);
+    for (const int signal : {SIGHUP, SIGINT, SIGQUIT, SIGPIPE, SIGTSTP}) {
+        ASSERT_EQ(::kill(helper.process(), signal), 0);
+        EXPECT_EQ(helper.send(areYouThere).status, Status::ready);
+    }
+}
+
+TEST_F(HelperStart, IsNotEndedByATimerThatRanBefore) {
+    TestedHelper helper({.hasTimer = true});
+    EXPECT_EQ(helper.send(areYouThere).status, Status::ready);
+    EXPECT_EQ(helper.outputOf("/bin/grep", {"-E", "^(Sig|Shd)Pnd", "/proc/self/status"}),
+              "SigPnd:\t0000000000000000\nShdPnd:\t0000000000000000\n");
+}
+
+TEST_F(HelperStart, IsNotPutOffNorPickedWhenMemoryIsShort) {
+    TestedHelper helper({.niceness = 10, .memoryPenalty = 500});
+    EXPECT_EQ(helper.outputOf("/bin/nice"), "0\n");
+    EXPECT_EQ(helper.outputOf("/bin/cat", {"/proc/self/oom_score_adj"}), "0\n");
+}
+
+TEST_F(HelperStart, LeavesNoCore) {
+    TestedHelper helper({.limits = {{RLIMIT_CORE, 1U << 20U}}});
+    EXPECT_EQ(helper.send(areYouThere).status, Status::ready);
+    rlimit core{1, 1};
+    EXPECT_EQ(::prlimit(helper.process(), RLIMIT_CORE, nullptr, &core), 0);
+    EXPECT_EQ(core.rlim_cur, 0U);
+    EXPECT_EQ(core.rlim_max, 0U);
+}
+
+TEST_F(HelperStart, OutlivesTheThreadThatStartedIt) {
+    std::optional<TestedHelper> helper;
+    std::string threadsFolder;
+    std::thread starter([&] {
+        threadsFolder = "/proc/self/task/" + std::to_string(::gettid());
+        helper.emplace(HelperSetup{.endsWithThread = true});
+        EXPECT_EQ(helper->send(areYouThere).status, Status::ready);
+    });
+    starter.join();
+    while (exists(threadsFolder)) { // until the system has told its children
+        std::this_thread::yield();
+    }
+    EXPECT_EQ(helper->send(areYouThere).status, Status::ready);
+}

@@ -1,0 +1,200 @@
+#include "platform/linux/desktop/ChangeNotice.h"
+
+#include "tests/support/ScopedEnvironment.h"
+#include "tests/support/TemporaryFolder.h"
+
+#include <gio/gio.h>
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+
+#include <cstring>
+#include <filesystem>
+#include <memory>
+#include <vector>
+
+#include "platform/linux/posix/FileDescriptor.h"
+
+using platform::native::announceChange;
+
+namespace {
+
+/// A session bus of the test's own.
+class Bus {
+public:
+    Bus() : bus_(g_test_dbus_new(G_TEST_DBUS_NONE)) { g_test_dbus_up(bus_); }
+    ~Bus() {
+        g_test_dbus_stop(bus_);
+        g_object_unref(bus_);
+    }
+    Bus(const Bus&) = delete;
+    Bus& operator=(const Bus&) = delete;
+    Bus(Bus&&) = delete;
+    Bus& operator=(Bus&&) = delete;
+
+    std::string address() const { return g_test_dbus_get_bus_address(bus_); }
+
+private:
+    GTestDBus* bus_;
+};
+
+/// A file manager that listens.
+class Listener {
+public:
+    explicit Listener(const std::string& address) {
+        GError* error = nullptr;
+        connection_ = g_dbus_connection_new_for_address_sync(
+            address.c_str(),
+            static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
+                                              G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
+            nullptr, nullptr, &error);
+        if (connection_ == nullptr) {
+            ADD_FAILURE() << error->message;
+            return;
+        }
+        g_dbus_connection_signal_subscribe(connection_, nullptr, "org.kde.KDirNotify", nullptr,
+                                           nullptr, nullptr, G_DBUS_SIGNAL_FLAGS_NONE, heard, this,
+                                           nullptr);
+        roundTrip();
+    }
+    ~Listener() {
+        g_dbus_connection_close_sync(connection_, nullptr, nullptr);
+        g_object_unref(connection_);
+    }
+    Listener(const Listener&) = delete;
+    Listener& operator=(const Listener&) = delete;
+    Listener(Listener&&) = delete;
+    Listener& operator=(Listener&&) = delete;
+
+    /// Waits for the next signals.
+    std::vector<std::string> signals(std::size_t count) {
+        while (signals_.size() < count) {
+            g_main_context_iteration(nullptr, TRUE);
+        }
+        return signals_;
+    }
+
+private:
+    static void heard(GDBusConnection* /*connection*/, const char* /*sender*/, const char* /*path*/,
+                      const char* /*interface*/, const char* name, GVariant* arguments,
+                      void* self) {
+        const std::unique_ptr<char, decltype(&g_free)> text(g_variant_print(arguments, FALSE),
+                                                            &g_free);
+        static_cast<Listener*>(self)->signals_.push_back(std::string(name) + text.get());
+    }
+
+    /// Returns when the bus knows all that was asked of it before.
+    void roundTrip() {
+        GVariant* answer = g_dbus_connection_call_sync(
+            connection_, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
+            "GetId", nullptr, nullptr, G_DBUS_CALL_FLAGS_NONE, -1, nullptr, nullptr);
+        ASSERT_NE(answer, nullptr);
+        g_variant_unref(answer);
+    }
+
+    GDBusConnection* connection_ = nullptr;
+    std::vector<std::string> signals_;
+};
+
+class ChangeNotice : public testing::Test {
+protected:
+    TemporaryFolder folder;
+    std::string file = folder.write("a b", "content");
+    ScopedEnvironment runtimeFolder{"XDG_RUNTIME_DIR", std::nullopt};
+};
+
+/// A bus that takes connections and never says anything.
+class SilentBus {
+public:
+    explicit SilentBus(const std::string& path)
+        : socket_(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+        sockaddr_un address{};
+        address.sun_family = AF_UNIX;
+        std::strncpy(address.sun_path, path.c_str(), sizeof address.sun_path - 1);
+        EXPECT_EQ(
+            ::bind(socket_.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+        EXPECT_EQ(::listen(socket_.get(), 1), 0);
+    }
+
+private:
+    platform::native::FileDescriptor socket_;
+};
+
+} // namespace
+
+TEST_F(ChangeNotice, ReachesWhoListensOnTheSessionsBus) {
+    const Bus bus;
+    const ScopedEnvironment address("DBUS_SESSION_BUS_ADDRESS", bus.address());
+    Listener listener(bus.address());
+    EXPECT_EQ(announceChange(file), platform::noErr);
+    EXPECT_EQ(listener.signals(1),
+              (std::vector<std::string>{"FilesChanged(['file://" + folder.path() + "/a%20b'],)"}));
+}
+
+TEST_F(ChangeNotice, OfAFolderIsOneOfItsContentsToo) {
+    const Bus bus;
+    const ScopedEnvironment address("DBUS_SESSION_BUS_ADDRESS", bus.address());
+    Listener listener(bus.address());
+    EXPECT_EQ(announceChange(folder.path()), platform::noErr);
+    const auto uri = "'file://" + folder.path() + "'";
+    EXPECT_EQ(listener.signals(2), (std::vector<std::string>{"FilesChanged([" + uri + "],)",
+                                                             "FilesAdded(" + uri + ",)"}));
+}
+
+TEST_F(ChangeNotice, NamesAnyItemAtAll) {
+    const Bus bus;
+    const ScopedEnvironment address("DBUS_SESSION_BUS_ADDRESS", bus.address());
+    Listener listener(bus.address());
+    EXPECT_EQ(announceChange(folder.write("\xFF\n")), platform::noErr);
+    std::filesystem::create_symlink("nowhere", folder / "link");
+    EXPECT_EQ(announceChange(folder / "link"), platform::noErr);
+    const auto signals = listener.signals(2);
+    EXPECT_NE(signals[0].find("/%FF%0A'"), std::string::npos) << signals[0];
+    EXPECT_NE(signals[1].find("/link'"), std::string::npos) << signals[1];
+}
+
+TEST_F(ChangeNotice, OfWhatDoesNotExistIsAnError) {
+    EXPECT_EQ(announceChange(folder / "missing"), platform::fnfErr);
+    EXPECT_EQ(announceChange("relative"), platform::fnfErr);
+    EXPECT_EQ(announceChange(""), platform::fnfErr);
+}
+
+TEST_F(ChangeNotice, WithoutASessionIsAnError) {
+    for (const auto& value : {std::optional<std::string>(), std::optional<std::string>(""),
+                              std::optional("unix:path=" + folder.path() + "/none"),
+                              std::optional<std::string>("nonsense")}) {
+        const ScopedEnvironment address("DBUS_SESSION_BUS_ADDRESS", value);
+        EXPECT_EQ(announceChange(file), platform::procNotFound) << value.value_or("none");
+    }
+}
+
+TEST_F(ChangeNotice, FindsTheBusInTheSessionsFolder) {
+    const Bus bus;
+    const auto path = bus.address().substr(std::strlen("unix:path="));
+    const auto socket = path.substr(0, path.find(','));
+    ASSERT_TRUE(bus.address().starts_with("unix:path=")) << bus.address();
+    std::filesystem::create_symlink(socket, folder / "bus");
+    const ScopedEnvironment address("DBUS_SESSION_BUS_ADDRESS", std::nullopt);
+    const ScopedEnvironment runtime("XDG_RUNTIME_DIR", folder.path());
+    Listener listener(bus.address());
+    EXPECT_EQ(announceChange(file), platform::noErr);
+    EXPECT_EQ(listener.signals(1).size(), 1U);
+}
+
+TEST_F(ChangeNotice, DoesNotWaitForABusThatIsSilent) {
+    const SilentBus bus(folder / "socket");
+    const ScopedEnvironment address("DBUS_SESSION_BUS_ADDRESS", "unix:path=" + (folder / "socket"));
+    EXPECT_EQ(announceChange(file), platform::errAETimeout);
+}
+
+TEST_F(ChangeNotice, OutlivesABusThatEnds) {
+    std::optional<std::string> former;
+    {
+        const Bus bus;
+        former = bus.address();
+        const ScopedEnvironment address("DBUS_SESSION_BUS_ADDRESS", former);
+        EXPECT_EQ(announceChange(file), platform::noErr);
+    }
+    const ScopedEnvironment address("DBUS_SESSION_BUS_ADDRESS", former);
+    EXPECT_EQ(announceChange(file), platform::procNotFound);
+}

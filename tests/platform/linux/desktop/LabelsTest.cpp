@@ -1,0 +1,136 @@
+#include "platform/linux/desktop/Labels.h"
+
+#include "tests/support/RunCommand.h"
+#include "tests/support/TemporaryFolder.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/xattr.h>
+
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <cstring>
+#include <filesystem>
+
+using platform::native::readLabel;
+using platform::native::writeLabel;
+
+namespace {
+
+constexpr const char* attribute = "user.com.apple.FinderInfo";
+
+class Labels : public testing::Test {
+protected:
+    void SetUp() override {
+        if (::setxattr(folder.path().c_str(), "user.test", "", 0, 0) != 0) {
+            GTEST_SKIP() << "no extended attributes in " << folder.path() << ": "
+                         << std::strerror(errno);
+        }
+    }
+
+    static std::string valueOf(const std::string& path) {
+        std::array<char, 64> value{};
+        const auto size = ::getxattr(path.c_str(), attribute, value.data(), value.size());
+        return size < 0 ? "none" : std::string(value.data(), static_cast<std::size_t>(size));
+    }
+
+    TemporaryFolder folder;
+    std::string file = folder.write("file", "content");
+};
+
+} // namespace
+
+TEST_F(Labels, EveryLabelReadsAsItWasWritten) {
+    for (const auto& path : {file, folder.makeFolder("a folder")}) {
+        EXPECT_EQ(readLabel(path), 0);
+        for (int label = 0; label <= 7; ++label) {
+            EXPECT_FALSE(writeLabel(path, label)) << label;
+            EXPECT_EQ(readLabel(path), label);
+        }
+    }
+}
+
+TEST_F(Labels, StandInBitsOneToThreeOfTheFlags) {
+    for (int label = 1; label <= 7; ++label) {
+        ASSERT_FALSE(writeLabel(file, label));
+        std::string expected(32, '\0');
+        expected[9] = static_cast<char>(label << 1);
+        EXPECT_EQ(valueOf(file), expected) << label;
+    }
+}
+
+TEST_F(Labels, OtherToolsSeeThem) {
+    ASSERT_FALSE(writeLabel(file, 6));
+    const auto outcome =
+        run({"getfattr", "--absolute-names", "-n", attribute, "-e", "hex", "--only-values", file});
+    EXPECT_EQ(outcome.status, 0) << outcome.output;
+    EXPECT_EQ(outcome.output, valueOf(file));
+    const auto shown = run({"getfattr", "--absolute-names", "-n", attribute, "-e", "hex", file});
+    EXPECT_NE(shown.output.find("=0x0000000000000000000c" + std::string(44, '0')),
+              std::string::npos)
+        << shown.output;
+}
+
+TEST_F(Labels, LeaveTheOtherBitsAsTheyAre) {
+    std::string information(32, '\xFF');
+    ASSERT_EQ(::setxattr(file.c_str(), attribute, information.data(), information.size(), 0), 0);
+    EXPECT_EQ(readLabel(file), 7);
+    ASSERT_FALSE(writeLabel(file, 2));
+    information[9] = '\xF5';
+    EXPECT_EQ(valueOf(file), information);
+    ASSERT_FALSE(writeLabel(file, 0));
+    information[9] = '\xF1';
+    EXPECT_EQ(valueOf(file), information);
+}
+
+TEST_F(Labels, ThatAreTakenAwayLeaveNothingBehind) {
+    ASSERT_FALSE(writeLabel(file, 3));
+    ASSERT_FALSE(writeLabel(file, 0));
+    EXPECT_EQ(valueOf(file), "none");
+    EXPECT_FALSE(writeLabel(file, 0));
+}
+
+TEST_F(Labels, InAnAttributeOfAnotherSizeAreNone) {
+    for (const std::string& value :
+         {std::string(), std::string(10, '\xFF'), std::string(33, '\xFF')}) {
+        ASSERT_EQ(::setxattr(file.c_str(), attribute, value.data(), value.size(), 0), 0);
+        EXPECT_EQ(readLabel(file), 0) << value.size();
+    }
+    ASSERT_FALSE(writeLabel(file, 1));
+    EXPECT_EQ(valueOf(file), std::string(9, '\0') + '\x02' + std::string(22, '\0'));
+}
+
+TEST_F(Labels, BeyondTheLastAreRefused) {
+    ASSERT_FALSE(writeLabel(file, 5));
+    for (const int label : {-1, 8, 256, 1 << 20}) {
+        const auto error = writeLabel(file, label);
+        ASSERT_TRUE(error) << label;
+        EXPECT_EQ(error->code, EINVAL);
+    }
+    EXPECT_EQ(readLabel(file), 5);
+}
+
+TEST_F(Labels, OfAMissingItemAreAnError) {
+    EXPECT_EQ(readLabel(folder / "missing"), std::nullopt);
+    const auto error = writeLabel(folder / "missing", 1);
+    ASSERT_TRUE(error);
+    EXPECT_EQ(error->code, ENOENT);
+    EXPECT_EQ(error->localizedDescription,
+              "“missing” couldn’t be labelled because it doesn’t exist.");
+}
+
+TEST_F(Labels, OfALinkAreNotThoseOfItsTarget) {
+    ASSERT_FALSE(writeLabel(file, 5));
+    std::filesystem::create_symlink(file, folder / "link");
+    EXPECT_NE(readLabel(folder / "link"), 5);
+    EXPECT_TRUE(writeLabel(folder / "link", 2));
+    EXPECT_EQ(readLabel(file), 5);
+}
+
+TEST_F(Labels, KeepTheModificationDate) {
+    const auto before = std::filesystem::last_write_time(file) - std::chrono::hours(1);
+    std::filesystem::last_write_time(file, before);
+    ASSERT_FALSE(writeLabel(file, 5));
+    EXPECT_EQ(std::filesystem::last_write_time(file), before);
+}

@@ -1,0 +1,84 @@
+#include "platform/linux/files/ExtendedAttributes.h"
+
+#include "tests/support/TemporaryFolder.h"
+
+#include <gtest/gtest.h>
+#include <sys/xattr.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <string>
+
+namespace {
+
+class ExtendedAttributesOnDisk : public testing::Test {
+protected:
+    void SetUp() override {
+        if (attributes.set(file, "probe", "x").length < 0) {
+            GTEST_SKIP() << "the temporary folder's volume keeps no extended attributes";
+        }
+    }
+
+    std::string read(const std::string& path, const std::string& name) {
+        const auto result = attributes.read(path, name, buffer);
+        return result.length < 0 ? "error " + std::to_string(result.error)
+                                 : std::string(reinterpret_cast<const char*>(buffer.data()),
+                                               static_cast<std::size_t>(result.length));
+    }
+
+    TemporaryFolder folder;
+    const std::string file = folder.write("file");
+    platform::native::ExtendedAttributes attributes;
+    std::array<std::byte, 8> buffer{};
+};
+
+} // namespace
+
+TEST_F(ExtendedAttributesOnDisk, AValueThatIsSetIsRead) {
+    EXPECT_EQ(attributes.set(file, "com.quillfen.key", "value").length, 0);
+    EXPECT_EQ(attributes.size(file, "com.quillfen.key").length, 5);
+    EXPECT_EQ(read(file, "com.quillfen.key"), "value");
+    EXPECT_EQ(attributes.set(file, "com.quillfen.key", "other").length, 0);
+    EXPECT_EQ(read(file, "com.quillfen.key"), "other");
+    EXPECT_EQ(read(file, "probe"), "x");
+}
+
+TEST_F(ExtendedAttributesOnDisk, NamesAreThoseOfUsersAttributes) {
+    EXPECT_EQ(platform::native::attributeName("com.quillfen.key"), "user.com.quillfen.key");
+    EXPECT_EQ(::getxattr(file.c_str(), "user.probe", nullptr, 0), 1);
+}
+
+TEST_F(ExtendedAttributesOnDisk, ZerosAndEmptyValuesAreValues) {
+    EXPECT_EQ(attributes.set(file, "zero", std::string_view("a\0b", 3)).length, 0);
+    EXPECT_EQ(read(file, "zero"), std::string("a\0b", 3));
+    EXPECT_EQ(attributes.set(file, "empty", "").length, 0);
+    EXPECT_EQ(attributes.size(file, "empty").length, 0);
+}
+
+TEST_F(ExtendedAttributesOnDisk, ALongerValueIsNotReadAndTheBufferStays) {
+    ASSERT_EQ(attributes.set(file, "long", "123456789").length, 0);
+    buffer.fill(std::byte{7});
+    EXPECT_EQ(read(file, "long"), "error " + std::to_string(ERANGE));
+    EXPECT_EQ(buffer[0], std::byte{7});
+    ASSERT_EQ(attributes.set(file, "fits", "12345678").length, 0);
+    EXPECT_EQ(read(file, "fits"), "12345678");
+}
+
+TEST_F(ExtendedAttributesOnDisk, WhatIsMissingHasItsErrorNumber) {
+    EXPECT_EQ(attributes.size(file, "missing").error, ENODATA);
+    EXPECT_EQ(attributes.size(file, "missing").length, -1);
+    EXPECT_EQ(read(file, "missing"), "error " + std::to_string(ENODATA));
+    EXPECT_EQ(attributes.size(folder / "missing", "probe").error, ENOENT);
+    EXPECT_EQ(attributes.set(folder / "missing", "probe", "x").error, ENOENT);
+    EXPECT_EQ(attributes.set(file, std::string(256, 'x'), "x").error, ERANGE);
+    EXPECT_EQ(attributes.set("", "probe", "x").error, ENOENT);
+}
+
+TEST_F(ExtendedAttributesOnDisk, LinksAreFollowed) {
+    const auto link = folder / "link";
+    ASSERT_EQ(::symlink(file.c_str(), link.c_str()), 0);
+    EXPECT_EQ(read(link, "probe"), "x");
+    EXPECT_EQ(attributes.set(link, "probe", "y").length, 0);
+    EXPECT_EQ(read(file, "probe"), "y");
+}

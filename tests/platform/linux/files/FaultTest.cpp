@@ -1,0 +1,211 @@
+// What is left of an item when any one of the system calls fails, or is the process's last.
+
+#include "tests/platform/linux/RunChild.h"
+#include "tests/platform/linux/files/Faults.h"
+#include "tests/support/TemporaryFolder.h"
+#include "tests/support/TreeDescription.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <filesystem>
+#include <fstream>
+#include <random>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+Outcome runFaulty(const std::vector<std::string>& arguments, const std::string& faults) {
+    return runChild(arguments, withFaults(faults));
+}
+
+std::string any(int count, const std::string& what) {
+    return "any:" + std::to_string(count) + ':' + what;
+}
+
+bool succeeded(const Outcome& outcome) {
+    return outcome.output.starts_with("ok\n");
+}
+
+bool isSentence(const Outcome& outcome, const std::string& participle) {
+    return outcome.output.find("” couldn’t be " + participle + " because ") != std::string::npos;
+}
+
+/// A sample tree, made afresh for every fault.
+class Faults : public testing::TestWithParam<int> {
+protected:
+    void makeItem() {
+        fs::remove_all(item);
+        fs::remove_all(place);
+        makeSampleTree(item);
+        whole = description(item);
+    }
+
+    /// Runs `arguments` again and again, with the first call failing, then the second and so on,
+    /// until all of the calls have failed once, and lets `check` look at each outcome.
+    template <typename Check>
+    void failEveryCall(const std::vector<std::string>& arguments, const std::string& firstFault,
+                       Check check) {
+        const int expected = firstFault.empty() ? 0 : 1;
+        for (int count = 1 + expected;; ++count) {
+            makeItem();
+            const auto outcome = runFaulty(arguments, (firstFault.empty() ? "" : firstFault + ',') +
+                                                          any(count, std::to_string(GetParam())));
+            check(outcome);
+            if (HasFailure()) {
+                FAIL() << "call " << count << ": " << outcome.output;
+            }
+            const bool hasFailed =
+                outcome.output.find("faults: " + std::to_string(expected + 1)) != std::string::npos;
+            if (!hasFailed && count > callsBefore) {
+                EXPECT_TRUE(succeeded(outcome)) << outcome.output;
+                EXPECT_GT(count, 4) << "there is hardly any call that could fail";
+                return;
+            }
+        }
+    }
+
+    /// How many calls open the folders on both sides, which end the work before `firstFault` comes.
+    static constexpr int callsBefore = 2;
+
+    /// What is said to be gone needs no removal.
+    static bool isHarmless() { return GetParam() == ENOENT; }
+
+    MemoryFolder folder;
+    std::string item = folder / "item";
+    std::string place = folder / "place";
+    std::vector<std::string> whole;
+};
+
+} // namespace
+
+TEST_P(Faults, LeaveAnItemThatIsMovedWholeOnOneSide) {
+    failEveryCall({"move", item, place}, otherVolume, [this](const Outcome& outcome) {
+        const auto copy = description(place);
+        if (succeeded(outcome)) {
+            EXPECT_EQ(copy.size(), whole.size());
+            EXPECT_TRUE(description(item).empty() || isHarmless());
+        } else {
+            EXPECT_TRUE(isSentence(outcome, "moved")) << outcome.output;
+            EXPECT_TRUE(description(item) == whole || copy == whole);
+        }
+    });
+}
+
+TEST_P(Faults, LeaveNothingOfACopyThatFails) {
+    failEveryCall({"copy", item, place}, "", [this](const Outcome& outcome) {
+        EXPECT_EQ(description(item), whole);
+        if (succeeded(outcome)) {
+            EXPECT_EQ(description(place).size(), whole.size());
+        } else {
+            EXPECT_TRUE(isSentence(outcome, "copied")) << outcome.output;
+            EXPECT_EQ(strangers(folder.path(), {"item"}), std::vector<std::string>{});
+        }
+    });
+}
+
+TEST_P(Faults, StopARemovalAtMostThere) {
+    makeSampleTree(folder / "neighbour");
+    const auto neighbour = description(folder / "neighbour");
+    failEveryCall({"remove", item}, "", [&](const Outcome& outcome) {
+        EXPECT_TRUE(succeeded(outcome) == description(item).empty() || isHarmless());
+        EXPECT_TRUE(succeeded(outcome) || isSentence(outcome, "removed")) << outcome.output;
+        EXPECT_EQ(description(folder / "neighbour"), neighbour);
+    });
+}
+
+TEST_P(Faults, LeaveAnItemThatIsTrashedWholeOnOneSide) {
+    const auto trash = folder / "trash";
+    const auto trashed = trash + "/item";
+    fs::create_directory(trash);
+    failEveryCall({"recycle", folder.path(), trash, "item"}, otherVolume,
+                  [&](const Outcome& outcome) {
+                      const auto copy = description(trashed);
+                      if (succeeded(outcome)) {
+                          EXPECT_EQ(copy.size(), whole.size());
+                          EXPECT_TRUE(description(item).empty() || isHarmless());
+                      } else {
+                          EXPECT_TRUE(isSentence(outcome, "moved to the Trash")) << outcome.output;
+                          EXPECT_TRUE(description(item) == whole || copy == whole);
+                      }
+                      fs::remove_all(trashed);
+                  });
+}
+
+TEST_P(Faults, LeaveAFileThatIsWrittenWithItsOldOrNewContent) {
+    const auto file = folder / "file";
+    std::ofstream(file) << "old";
+    failEveryCall({"write", file, "new"}, "", [&](const Outcome& outcome) {
+        const auto content = contentOf(file);
+        EXPECT_TRUE(succeeded(outcome) ? content == "new" : content == "old" || content == "new");
+        EXPECT_TRUE(succeeded(outcome) || isSentence(outcome, "saved")) << outcome.output;
+        EXPECT_EQ(strangers(folder.path(), {"file", "item"}), std::vector<std::string>{});
+        std::ofstream(file) << "old";
+    });
+}
+
+INSTANTIATE_TEST_SUITE_P(Everywhere, Faults, testing::Values(ENOSPC, EIO, EINTR, ENOENT, EXDEV),
+                         [](const auto& fault) { return strerrorname_np(fault.param); });
+
+TEST(Trash, TriesNoOtherNameForAnItemOfWhichAPartHasNoPlaceThere) {
+    const MemoryFolder folder;
+    const auto trash = folder / "trash";
+    fs::create_directory(trash);
+    fs::create_directories(folder / "item/inner");
+
+    const auto outcome = runFaulty({"recycle", folder.path(), trash, "item"},
+                                   otherVolume + ",mkdirat:2:" + std::to_string(EEXIST));
+
+    EXPECT_TRUE(isSentence(outcome, "moved to the Trash")) << outcome.output;
+    EXPECT_TRUE(fs::exists(folder / "item/inner"));
+    EXPECT_TRUE(fs::is_empty(trash));
+}
+
+TEST(Kill, LeavesNothingOfAFileThatTheNextWriteDoesNotTidyUp) {
+    const MemoryFolder folder;
+    const auto file = folder / "file";
+    int moment = 1;
+    for (; runFaulty({"write", file, "new"}, any(moment, "kill")).status == -1; ++moment) {
+        EXPECT_TRUE(succeeded(runFaulty({"write", file, "newer"}, "")));
+
+        EXPECT_EQ(contentOf(file), "newer");
+        EXPECT_EQ(strangers(folder.path(), {"file"}), std::vector<std::string>{})
+            << "call " << moment;
+    }
+    EXPECT_GT(moment, 4) << "there is hardly any call that could be the last";
+}
+
+TEST(Kill, LeavesAnItemThatIsMovedWholeOnOneSideAtEveryMoment) {
+    constexpr int rounds = 200;
+    const MemoryFolder folder;
+    const auto item = folder / "item";
+    const auto place = folder / "place";
+    makeSampleTree(item);
+    int calls = 2;
+    while (runFaulty({"move", item, place}, otherVolume + ',' + any(calls, "kill")).status == -1) {
+        fs::remove_all(item);
+        fs::remove_all(place);
+        makeSampleTree(item);
+        calls += 50;
+    }
+    std::mt19937 random(20261121); // NOLINT: the same moments in every run.
+    std::uniform_int_distribution<int> moments(2, calls - 1);
+    for (int round = 0; round < rounds; ++round) {
+        const int moment = moments(random);
+        fs::remove_all(item);
+        fs::remove_all(place);
+        makeSampleTree(item);
+        const auto whole = description(item);
+
+        const auto outcome =
+            runFaulty({"move", item, place}, otherVolume + ',' + any(moment, "kill"));
+
+        const bool isWhole = description(item) == whole || description(place) == whole;
+        EXPECT_TRUE(isWhole) << "call " << moment << ": " << outcome.output;
+        static_cast<void>(runFaulty({"move", item, place}, otherVolume));
+        EXPECT_TRUE(description(place) == whole) << "call " << moment;
+        EXPECT_EQ(strangers(folder.path(), {"item", "place"}), std::vector<std::string>{})
+            << "call " << moment;
+    }
+}

@@ -1,0 +1,5 @@
+#pragma once
+
+#include "platform/linux/files/FileSystem.h"
+
+inline platform::native::FileSystem fileSystem;

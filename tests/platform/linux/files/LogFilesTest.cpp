@@ -1,0 +1,487 @@
+#include "platform/linux/files/LogFiles.h"
+
+#include "platform/foundation/Exception.h"
+#include "tests/support/OpenDescriptors.h"
+#include "tests/support/RunCommand.h"
+#include "tests/support/TemporaryFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <fcntl.h>
+#include <filesystem>
+#include <functional>
+#include <future>
+#include <sched.h>
+#include <string>
+#include <sys/mount.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+#include <utility>
+#include <vector>
+
+namespace fs = std::filesystem;
+using platform::Exception;
+
+namespace {
+
+class LogFiles : public testing::Test {
+protected:
+    TemporaryFolder folder;
+    platform::native::LogFiles files;
+};
+
+/// What happens in the world just before bytes are written to a file.
+std::function<void()>& beforeWriting() {
+    static std::function<void()> happening;
+    return happening;
+}
+
+/// Moves the process for good to where it mounts a small file system that no other one sees.
+bool mountSmallFileSystem(const std::string& folder) {
+    return ::unshare(CLONE_NEWNS) == 0 &&
+           ::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+           ::mount("none", folder.c_str(), "tmpfs", 0, "size=8k") == 0;
+}
+
+/// Runs `check` in a child process; true when it gave true there.
+template <class Check>
+bool inAChild(Check check) {
+    const auto child = ::fork();
+    if (child == 0) {
+        ::_exit(check() ? 0 : 1);
+    }
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    return WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
+
+/// Runs `check` in a child process of another user; true when it gave true there.
+template <class Check>
+bool asNobody(Check check) {
+    constexpr unsigned nobody = 65534;
+    return inAChild([&] { return ::setgid(nobody) == 0 && ::setuid(nobody) == 0 && check(); });
+}
+
+/// Fills the disk that `path` is on, makes room again and goes on.
+void fillAndGoOn(platform::LogFile& file, const std::string& path) {
+    const std::string page(5000, 'x');
+    EXPECT_TRUE(file.append(page));
+    try {
+        EXPECT_TRUE(file.append(page));
+        ADD_FAILURE() << "there was room for more than fits";
+    } catch (const Exception& exception) {
+        EXPECT_EQ(exception.name(), "NSFileHandleOperationException");
+        EXPECT_EQ(exception.reason(), "“log” couldn’t be written to because the volume is full.");
+    }
+    ASSERT_EQ(::truncate(path.c_str(), 6000), 0);
+    EXPECT_TRUE(file.append("next\n"));
+}
+
+} // namespace
+
+extern "C" {
+// The linker has the log's files call these two: NOLINTBEGIN(bugprone-reserved-identifier)
+ssize_t __real_write(int file, const void* bytes, std::size_t size);
+ssize_t __wrap_write(int file, const void* bytes, std::size_t size) {
+    if (const auto happening = std::exchange(beforeWriting(), nullptr)) {
+        happening();
+    }
+    return __real_write(file, bytes, size);
+}
+// NOLINTEND(bugprone-reserved-identifier)
+}
+
+TEST_F(LogFiles, AppendsToAnExistingFile) {
+    const auto path = folder.write("log", "one\n");
+    const auto file = files.open(path);
+    ASSERT_TRUE(file);
+    EXPECT_TRUE(file->append("two\n"));
+    EXPECT_TRUE(file->append("three\n"));
+    EXPECT_EQ(contentOf(path), "one\ntwo\nthree\n");
+}
+
+TEST_F(LogFiles, AppendsBehindWhatAnotherHasAppended) {
+    const auto path = folder.write("log");
+    const auto first = files.open(path);
+    const auto second = files.open(path);
+    EXPECT_TRUE(first->append("1\n"));
+    EXPECT_TRUE(second->append("2\n"));
+    EXPECT_TRUE(first->append("3\n"));
+    EXPECT_EQ(contentOf(path), "1\n2\n3\n");
+}
+
+TEST_F(LogFiles, AppendNothingToAFileThatIsNoLongerInPlace) {
+    const auto path = folder.write("logs/log");
+    const auto file = files.open(path);
+    EXPECT_TRUE(file->isInPlace());
+    fs::rename(path, folder / "moved");
+    EXPECT_FALSE(file->isInPlace());
+    EXPECT_FALSE(file->append("lost\n"));
+    folder.write("logs/log");
+    EXPECT_FALSE(file->append("lost\n"));
+    fs::rename(folder / "moved", path);
+    EXPECT_TRUE(file->append("written\n"));
+    fs::rename(folder / "logs", folder / "elsewhere");
+    EXPECT_FALSE(file->append("lost\n"));
+    EXPECT_EQ(contentOf(folder / "elsewhere/log"), "written\n");
+}
+
+TEST_F(LogFiles, TellThatAnEntryWasWrittenToAFileThatIsDeletedMeanwhile) {
+    const auto path = folder.write("log");
+    const auto file = files.open(path);
+    beforeWriting() = [&path] { fs::remove(path); };
+    EXPECT_FALSE(file->append("lost\n"));
+}
+
+TEST_F(LogFiles, AppendToAFileThatIsMovedMeanwhile) {
+    const auto path = folder.write("log");
+    const auto file = files.open(path);
+    beforeWriting() = [&] { fs::rename(path, folder / "older"); };
+    EXPECT_TRUE(file->append("kept\n"));
+    EXPECT_EQ(contentOf(folder / "older"), "kept\n");
+}
+
+TEST_F(LogFiles, DoNotCreateAMissingFileWhenTheyOpenIt) {
+    EXPECT_FALSE(files.open(folder / "missing"));
+    EXPECT_FALSE(fs::exists(folder / "missing"));
+}
+
+TEST_F(LogFiles, FollowTheUsersOwnLinks) {
+    const auto path = folder.write("elsewhere/file");
+    fs::create_symlink("elsewhere/file", folder / "relative");
+    fs::create_symlink(folder / "relative", folder / "link");
+    const auto file = files.open(folder / "link");
+    ASSERT_TRUE(file);
+    EXPECT_TRUE(file->append("entry\n"));
+    EXPECT_EQ(contentOf(path), "entry\n");
+}
+
+TEST_F(LogFiles, FollowNoLinkThatOthersMayHaveMade) {
+    const auto path = folder.write("file");
+    const auto shared = folder.makeFolder("shared");
+    fs::create_symlink(path, shared + "/link");
+    fs::create_symlink(shared + "/link", folder / "link");
+    for (const auto permissions : {fs::perms::group_write, fs::perms::others_write}) {
+        fs::permissions(shared, fs::perms::owner_all | permissions);
+        EXPECT_FALSE(files.open(shared + "/link"));
+        EXPECT_FALSE(files.open(folder / "link"));
+    }
+    fs::permissions(shared, fs::perms::owner_all);
+    EXPECT_TRUE(files.open(folder / "link"));
+}
+
+TEST_F(LogFiles, FollowNoLinkOfAnotherUser) {
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "only the superuser can give a link to another user";
+    }
+    fs::create_symlink(folder.write("file"), folder / "link");
+    ASSERT_EQ(::lchown((folder / "link").c_str(), 12345, 12345), 0);
+    EXPECT_FALSE(files.open(folder / "link"));
+}
+
+TEST_F(LogFiles, FollowNoLinkInAFolderOfAnotherUser) {
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "only the superuser can give a folder to another user";
+    }
+    const auto path = folder.write("file");
+    const auto others = folder.makeFolder("others");
+    fs::create_symlink(path, others + "/link");
+    fs::create_hard_link(path, others + "/second");
+    ASSERT_EQ(::chown(others.c_str(), 12345, 12345), 0);
+    EXPECT_FALSE(files.open(others + "/link"));
+    EXPECT_FALSE(files.open(others + "/second"));
+    EXPECT_TRUE(files.open(path));
+}
+
+TEST_F(LogFiles, FollowNoLinksThatDoNotEnd) {
+    fs::create_symlink("b", folder / "a");
+    fs::create_symlink("a", folder / "b");
+    EXPECT_FALSE(files.open(folder / "a"));
+}
+
+TEST_F(LogFiles, OpenAFileOfWhichTheUserHasABackup) {
+    const auto path = folder.write("file");
+    fs::create_hard_link(path, folder / "backup");
+    EXPECT_TRUE(files.open(path));
+}
+
+TEST_F(LogFiles, OpenNoFileThatOthersMayHaveGivenASecondName) {
+    const auto path = folder.write("shared/file");
+    fs::create_hard_link(path, folder / "second");
+    fs::permissions(folder / "shared", fs::perms::all | fs::perms::sticky_bit);
+    EXPECT_FALSE(files.open(path));
+    fs::remove(folder / "second");
+    EXPECT_TRUE(files.open(path));
+}
+
+TEST_F(LogFiles, OpenNothingButRegularFiles) {
+    folder.makeFolder("folder");
+    EXPECT_FALSE(files.open(folder / "folder"));
+    ASSERT_EQ(::mkfifo((folder / "pipe").c_str(), 0600), 0);
+    EXPECT_FALSE(files.open(folder / "pipe"));
+    EXPECT_FALSE(files.open("/dev/full"));
+    EXPECT_FALSE(files.open(""));
+}
+
+TEST_F(LogFiles, OpenNoFileOfAnotherUser) {
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "only the superuser can give a file to another user";
+    }
+    const auto path = folder.write("file");
+    ASSERT_EQ(::chown(path.c_str(), 12345, 12345), 0);
+    EXPECT_FALSE(files.open(path));
+}
+
+TEST_F(LogFiles, OpenTheSuperusersFileThatTheUserMayWriteTo) {
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "only the superuser can become another user";
+    }
+    const auto path = folder.write("file");
+    fs::permissions(folder.path(), fs::perms::all);
+    fs::permissions(path, fs::perms::all);
+    EXPECT_TRUE(asNobody([&] { return files.open(path) != nullptr; }));
+}
+
+TEST_F(LogFiles, CloseAFileWhenNobodyRefersToItAnyMore) {
+    const auto before = openDescriptors();
+    auto file = files.open(folder.write("log"));
+    EXPECT_EQ(openDescriptors(), before + 1);
+    file.reset();
+    EXPECT_EQ(openDescriptors(), before);
+    folder.makeFolder("folder");
+    EXPECT_FALSE(files.open(folder / "folder"));
+    EXPECT_EQ(openDescriptors(), before);
+}
+
+TEST_F(LogFiles, DoNotPassAnOpenFileOnToChildren) {
+    const auto path = folder.write("log");
+    const auto file = files.open(path);
+    int found = 0;
+    for (const auto& item : fs::directory_iterator("/proc/self/fd")) {
+        std::error_code gone;
+        if (fs::read_symlink(item.path(), gone) == path) {
+            const auto number = item.path().filename().string();
+            EXPECT_NE(contentOf("/proc/self/fdinfo/" + number).find("flags:\t02"),
+                      std::string::npos); // octal, 02000000 is close-on-exec
+            ++found;
+        }
+    }
+    EXPECT_EQ(found, 1);
+}
+
+TEST_F(LogFiles, SayThatTheDiskIsFullAndBeginTheNextEntryOnALineOfItsOwn) {
+    if (const auto reason = whyNoMounts(); !reason.empty()) {
+        GTEST_SKIP() << reason;
+    }
+    EXPECT_TRUE(inAChild([&] {
+        EXPECT_TRUE(mountSmallFileSystem(folder.path()));
+        const auto path = folder.write("log");
+        fillAndGoOn(*files.open(path), path);
+        EXPECT_EQ(contentOf(path), std::string(6000, 'x') + "\nnext\n");
+        return !HasFailure();
+    }));
+}
+
+TEST_F(LogFiles, CreateAFolderWithAllThatLeadToIt) {
+    EXPECT_FALSE(files.createFolder(folder / "a/b/c"));
+    EXPECT_TRUE(fs::is_directory(folder / "a/b/c"));
+    EXPECT_FALSE(files.createFolder(folder / "a/b/c"));
+}
+
+TEST_F(LogFiles, SayWhyAFolderCannotBeCreated) {
+    folder.write("file");
+    const auto error = files.createFolder(folder / "file/below");
+    ASSERT_TRUE(error);
+    EXPECT_EQ(error->domain, "NSPOSIXErrorDomain");
+    EXPECT_EQ(error->code, ENOTDIR);
+    EXPECT_EQ(error->localizedDescription,
+              "“below” couldn’t be created because a part of its path isn’t a folder.");
+}
+
+TEST_F(LogFiles, SayThatPermissionIsMissing) {
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "only the superuser can become another user";
+    }
+    fs::permissions(folder.path(), fs::perms(0755));
+    folder.write("log");
+    EXPECT_TRUE(asNobody([&] {
+        const auto error = files.createEmptyFile(folder / "new");
+        return error && error->localizedDescription ==
+                            "“new” couldn’t be created because you don’t have permission.";
+    }));
+    EXPECT_TRUE(asNobody([&] { return files.removeItem(folder / "log")->code == EACCES; }));
+    EXPECT_TRUE(asNobody([&] { return files.open(folder / "log") == nullptr; }));
+}
+
+TEST_F(LogFiles, RemoveFilesLinksAndEmptyFolders) {
+    const auto file = folder.write("file", "kept");
+    fs::create_symlink(file, folder / "link");
+    folder.makeFolder("folder");
+    EXPECT_FALSE(files.removeItem(folder / "link"));
+    EXPECT_EQ(contentOf(file), "kept");
+    EXPECT_FALSE(files.removeItem(file));
+    EXPECT_FALSE(files.removeItem(folder / "folder"));
+    EXPECT_TRUE(fs::is_empty(folder.path()));
+}
+
+TEST_F(LogFiles, RemoveAFolderWithAllThatIsInIt) {
+    const auto outside = folder.write("outside", "kept");
+    folder.write("folder/inside/file");
+    fs::create_symlink(outside, folder / "folder/link");
+    EXPECT_FALSE(files.removeItem(folder / "folder"));
+    EXPECT_FALSE(fs::exists(folder / "folder"));
+    EXPECT_EQ(contentOf(outside), "kept");
+}
+
+TEST_F(LogFiles, MoveAnItemAndNeverReplaceAnother) {
+    const auto from = folder.write("from", "one");
+    EXPECT_FALSE(files.moveItem(from, folder / "to"));
+    EXPECT_EQ(contentOf(folder / "to"), "one");
+    folder.write("from", "two");
+    const auto error = files.moveItem(from, folder / "to");
+    ASSERT_TRUE(error);
+    EXPECT_EQ(error->localizedDescription,
+              "“from” couldn’t be moved because an item with the same name already exists.");
+    EXPECT_EQ(contentOf(folder / "to"), "one");
+}
+
+TEST_F(LogFiles, MoveALinkItself) {
+    const auto target = folder.write("target", "kept");
+    fs::create_symlink(target, folder / "link");
+    EXPECT_FALSE(files.moveItem(folder / "link", folder / "moved"));
+    EXPECT_TRUE(fs::is_symlink(folder / "moved"));
+    EXPECT_TRUE(fs::exists(target));
+}
+
+TEST_F(LogFiles, CreateAnEmptyFileInPlaceOfAnother) {
+    const auto path = folder.write("log", "old");
+    const auto old = files.open(path);
+    EXPECT_FALSE(files.createEmptyFile(path));
+    EXPECT_EQ(contentOf(path), "");
+    EXPECT_FALSE(old->append("goes to the old one"));
+    EXPECT_EQ(contentOf(path), "");
+}
+
+TEST_F(LogFiles, CreateAnEmptyFileInPlaceOfALink) {
+    const auto victim = folder.write("victim", "precious");
+    fs::create_symlink(victim, folder / "log");
+    EXPECT_FALSE(files.createEmptyFile(folder / "log"));
+    EXPECT_FALSE(fs::is_symlink(folder / "log"));
+    EXPECT_EQ(contentOf(victim), "precious");
+}
+
+TEST_F(LogFiles, LeaveNothingBehindWhenAnEmptyFileCannotBeCreated) {
+    folder.makeFolder("log/inside");
+    const auto error = files.createEmptyFile(folder / "log");
+    ASSERT_TRUE(error);
+    EXPECT_EQ(error->localizedDescription, "“log” couldn’t be created because it is a folder.");
+    EXPECT_EQ(std::distance(fs::directory_iterator(folder.path()), fs::directory_iterator()), 1);
+}
+
+TEST_F(LogFiles, TakeNoPathWithAZeroForTheShorterOne) {
+    const auto path = folder.write("log", "kept");
+    const auto withZero = path + std::string("\0more", 5);
+    EXPECT_FALSE(files.exists(withZero));
+    EXPECT_FALSE(files.open(withZero));
+    EXPECT_EQ(files.removeItem(withZero)->code, EINVAL);
+    EXPECT_EQ(files.moveItem(withZero, folder / "to")->code, EINVAL);
+    EXPECT_EQ(files.moveItem(path, withZero)->code, EINVAL);
+    EXPECT_EQ(files.createEmptyFile(withZero)->code, EINVAL);
+    EXPECT_EQ(files.createFolder(withZero)->code, EINVAL);
+    EXPECT_EQ(contentOf(path), "kept");
+}
+
+TEST_F(LogFiles, SeeABrokenLinkAsMissing) {
+    fs::create_symlink(folder / "nowhere", folder / "link");
+    EXPECT_FALSE(files.exists(folder / "link"));
+    EXPECT_FALSE(files.exists(folder / "missing"));
+    EXPECT_TRUE(files.exists(folder.path()));
+}
+
+TEST_F(LogFiles, CreateEmptyFilesFromManyThreadsAtOnce) {
+    std::vector<std::future<void>> threads;
+    threads.reserve(4);
+    for (int thread = 0; thread < 4; ++thread) {
+        threads.push_back(std::async(std::launch::async, [this] {
+            for (int i = 0; i < 100; ++i) {
+                EXPECT_FALSE(files.createEmptyFile(folder / "log"));
+            }
+        }));
+    }
+    threads.clear();
+    EXPECT_EQ(std::distance(fs::directory_iterator(folder.path()), fs::directory_iterator()), 1);
+}
+
+TEST_F(LogFiles, LeaveAFileThatIsSetAsideItsNameUntilAnotherTakesThat) {
+    const auto path = folder.write("log", "old");
+    EXPECT_FALSE(files.setAside(path, folder / "older"));
+    EXPECT_EQ(contentOf(path), "old");
+    EXPECT_EQ(contentOf(folder / "older"), "old");
+    EXPECT_FALSE(files.createEmptyFile(path));
+    EXPECT_EQ(contentOf(path), "");
+    EXPECT_EQ(contentOf(folder / "older"), "old");
+    EXPECT_EQ(files.setAside(path, folder / "older")->code, EEXIST);
+}
+
+TEST_F(LogFiles, MoveAFolderThatIsSetAside) {
+    folder.makeFolder("log/inside");
+    EXPECT_FALSE(files.setAside(folder / "log", folder / "older"));
+    EXPECT_TRUE(fs::is_directory(folder / "older/inside"));
+    EXPECT_FALSE(fs::exists(folder / "log"));
+}
+
+TEST_F(LogFiles, AreLockedByOneAtATime) {
+    const std::vector<std::string> folders{folder.path(), folder.makeFolder("b"), folder.path(),
+                                           folder / "missing"};
+    int users = 0;
+    std::vector<std::jthread> threads;
+    for (int thread = 0; thread < 8; ++thread) {
+        threads.emplace_back([&] {
+            for (int round = 0; round < 20; ++round) {
+                const auto lock = files.lock(folders);
+                ASSERT_NE(lock, nullptr);
+                ASSERT_EQ(++users, 1);
+                --users;
+            }
+        });
+    }
+}
+
+TEST_F(LogFiles, AreNotLockedForEverByAProcessThatIsKilled) {
+    const auto child = ::fork();
+    if (child == 0) {
+        const auto lock = files.lock({folder.path()});
+        ::kill(::getpid(), SIGKILL);
+    }
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    EXPECT_EQ(WTERMSIG(status), SIGKILL);
+    EXPECT_NE(files.lock({folder.path()}), nullptr);
+}
+
+TEST_F(LogFiles, AreFreeWhenTheLockIsGivenUpThoughAForkedProcessHasItsDescriptor) {
+    std::array<int, 2> gate{};
+    ASSERT_EQ(::pipe2(gate.data(), O_CLOEXEC), 0);
+    auto lock = files.lock({folder.path()});
+    const auto child = ::fork();
+    if (child == 0) {
+        char byte = 0;
+        ::close(gate[1]);
+        ::_exit(::read(gate[0], &byte, 1) == 0 ? 0 : 1);
+    }
+    lock.reset();
+    EXPECT_NE(files.lock({folder.path()}), nullptr);
+    ::close(gate[0]);
+    ::close(gate[1]);
+    ::waitpid(child, nullptr, 0);
+}
+
+TEST_F(LogFiles, AreGivenUpWhenSomebodyKeepsThemLocked) {
+    const auto held = files.lock({folder.path()});
+    EXPECT_EQ(files.lock({folder.path()}), nullptr);
+}

@@ -1,0 +1,28 @@
+#include "platform/linux/posix/Errors.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+
+using platform::native::failureSentence;
+using platform::native::posixError;
+using platform::native::reason;
+
+TEST(Errors, NameTheItemTheDeedAndTheReason) {
+    const auto error = posixError(EACCES, "a.txt", "removed");
+
+    EXPECT_EQ(error.domain, "NSPOSIXErrorDomain");
+    EXPECT_EQ(error.code, EACCES);
+    EXPECT_EQ(error.localizedDescription,
+              "“a.txt” couldn’t be removed because you don’t have permission.");
+}
+
+TEST(Errors, ShowANameThatIsNoTextInPrintableForm) {
+    EXPECT_EQ(failureSentence("a\xFF\nb", "removed", "it is in use"),
+              "“a\\xFF\\x0Ab” couldn’t be removed because it is in use.");
+}
+
+TEST(Errors, FallBackOnTheSystemsWordsForARareNumber) {
+    EXPECT_EQ(reason(ENOTSOCK), "the system reports: Socket operation on non-socket");
+    EXPECT_EQ(reason(54321), "the system reports: 54321");
+}

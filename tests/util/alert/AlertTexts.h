@@ -1,0 +1,6 @@
+#pragma once
+
+#include <optional>
+
+inline constexpr const char* message = "Message";
+inline constexpr auto none = std::nullopt;
