@@ -17,7 +17,9 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <climits>
 #include <memory>
+#include <string_view>
 
 namespace platform::native {
 
@@ -87,8 +89,8 @@ TrashOutcome failureOfGio(const GError& error) {
     return TrashFailure{EIO, "the system reports: " + text::printable(error.message)};
 }
 
-/// Whether GIO has not even tried: for an item of a volume without Trash, of a bind mount, or with
-/// a name that leaves no room for its note's.
+/// Whether GIO has not even tried: for an item of a volume without Trash, of a bind mount, or whose
+/// path is too long.
 bool needsCopy(const GError& error) {
     return g_error_matches(&error, G_IO_ERROR, G_IO_ERROR_NOT_SUPPORTED) != FALSE ||
            g_error_matches(&error, G_IO_ERROR, G_IO_ERROR_FILENAME_TOO_LONG) != FALSE;
@@ -124,8 +126,20 @@ int protectNamesake(const std::string& name) {
     return folder ? moveToFreeName(folder.get(), chosen, folder.get()) : errno;
 }
 
+/// Whether GIO can write the note of an item with this name, which it does as a temporary file with
+/// a suffix. Where it cannot, it leaves the note empty, or cuts the name together with its
+/// extension.
+bool hasRoomForNote(const std::string& name) {
+    constexpr std::string_view temporarySuffix = ".XXXXXX";
+    return (name + noteExtension).size() + temporarySuffix.size() <= NAME_MAX;
+}
+
 TrashOutcome trashThroughGio(const std::string& item) {
-    if (const int error = protectNamesake(path::lastComponent(item)); error != 0) {
+    const auto name = path::lastComponent(item);
+    if (!hasRoomForNote(name)) {
+        return failureUnlessZero(moveToHomeTrash(item));
+    }
+    if (const int error = protectNamesake(name); error != 0) {
         return failure(error);
     }
     // The local files alone are meant: other GIO volumes would bring in the session bus.

@@ -108,6 +108,12 @@ bool fits(std::int64_t number) {
 
 PropertyListNode node(const Value& value, std::size_t levelsLeft);
 
+/// `make` takes an integer of either sign, as a signed or an unsigned one.
+template <class Integer>
+PropertyListNode integerNode(plist_t (*make)(Integer), std::int64_t number) {
+    return PropertyListNode(make(static_cast<Integer>(number)));
+}
+
 PropertyListNode dateNode(Date date) {
     const auto whole = std::chrono::floor<seconds>(date - referenceDate).count();
     if (!fits<std::int32_t>(whole)) {
@@ -163,7 +169,7 @@ PropertyListNode node(const Value& value, std::size_t levelsLeft) {
         return PropertyListNode(plist_new_bool(*boolean ? 1 : 0));
     }
     if (const auto* number = value.as<std::int64_t>()) {
-        return PropertyListNode(plist_new_uint(static_cast<std::uint64_t>(*number)));
+        return integerNode(&QF_PLIST_NEW_INTEGER, *number);
     }
     if (const auto* real = value.as<double>()) {
         return PropertyListNode(plist_new_real(*real));

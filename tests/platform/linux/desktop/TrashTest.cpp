@@ -182,6 +182,17 @@ TEST_F(Trash, TakesTheLongestNames) {
     EXPECT_FALSE(stands(items + '/' + name));
 }
 
+TEST_F(Trash, WritesTheNoteOfANameThatLeavesLittleRoomForIt) {
+    const std::string name(240, 'x');
+    home.write("items/" + name, "content");
+
+    EXPECT_EQ(recycle(name).output, "ok\n");
+
+    EXPECT_EQ(contentOf(files(name)), "content");
+    EXPECT_NE(contentOf(note(name)).find("Path=" + items + '/' + name + "\nDeletionDate=2"),
+              std::string::npos);
+}
+
 TEST_F(Trash, TakesLongNamesThatAreNoText) {
     const std::string name(255, '\xFF');
     home.write("items/" + name, "content");
