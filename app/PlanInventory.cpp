@@ -13,9 +13,7 @@
 #include <set>
 #include <utility>
 
-using platform::InventoryRow;
 using platform::ItemKind;
-using platform::ItemState;
 
 namespace {
 
@@ -59,13 +57,13 @@ std::uint64_t sizeOf(const std::string& path) {
 /// Takes down one row of the plan after another.
 class Taking {
 public:
-    explicit Taking(platform::Sizes sizes) : sizes_(sizes) {}
+    explicit Taking(Sizes sizes) : sizes_(sizes) {}
 
     void add(const PlanRow& row) {
         const auto paths = placesOf(row);
         for (const auto& path : paths) {
             const auto state = stateOf(path);
-            const bool isSized = state == ItemState::found && sizes_ == platform::Sizes::yes;
+            const bool isSized = state == ItemState::found && sizes_ == Sizes::yes;
             add(row, path, state, isSized ? sizeOf(path) : 0);
         }
         if (paths.empty()) {
@@ -77,7 +75,7 @@ public:
 
 private:
     void add(const PlanRow& row, const std::string& path, ItemState state, std::uint64_t size) {
-        rows_.push_back({nameOf(row.action), row.subject, row.names, path, state, size});
+        rows_.push_back({row.action, row.subject, row.names, path, state, size});
     }
 
     ItemState stateOf(const std::string& path) {
@@ -87,18 +85,16 @@ private:
         return found_.insert(path).second ? ItemState::found : ItemState::repeated;
     }
 
-    const platform::Sizes sizes_;
+    const Sizes sizes_;
     std::set<std::string> found_;
     std::vector<InventoryRow> rows_;
 };
 
 } // namespace
 
-std::vector<InventoryRow> PlanInventory::take(platform::SharedItems sharedItems,
-                                              platform::Sizes sizes) {
-    const bool removeShared = sharedItems == platform::SharedItems::go;
+std::vector<InventoryRow> PlanInventory::take(RemoveShared removeShared, Sizes sizes) {
     Taking taking(sizes);
-    for (const auto& row : uninstallPlan(removeShared ? RemoveShared::yes : RemoveShared::no)) {
+    for (const auto& row : uninstallPlan(removeShared)) {
         taking.add(row);
     }
     return std::move(taking).rows();

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "platform/Inventory.h"
 #include "platform/Windows.h"
 
 #include <functional>

@@ -18,6 +18,9 @@ public:
     /// The operating system's name and version as a person would write them.
     virtual std::string operatingSystemVersion() = 0;
 
+    /// The machine's name in its network; empty when it has none.
+    virtual std::string hostName() = 0;
+
     /// How many processors the system has online.
     virtual long processorCount() = 0;
 

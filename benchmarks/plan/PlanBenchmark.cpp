@@ -4,8 +4,8 @@
 
 #include "app/PlanInventory.h"
 #include "app/UninstallPlan.h"
+#include "app/start/ApplicationMain.h"
 #include "platform/Application.h"
-#include "platform/ApplicationMain.h"
 #include "platform/ProcessLauncher.h"
 #include "platform/Services.h"
 #include "platform/StartUp.h"
@@ -102,13 +102,12 @@ int main(int argc, char** argv) {
     static auto& launcher = *new TimedLauncher(platform::service<platform::ProcessLauncher>());
     platform::install<platform::ProcessLauncher>(launcher);
     PlanInventory inventory;
-    return platform::applicationMain(
-        argc, argv, ":/MainMenu.ui", inventory, [](platform::Interface&) {
-            platform::detachNewThread([] {
-                walk(launcher);
-                auto& application = platform::service<platform::Application>();
-                application.performOnMainThread([&] { application.terminate(); },
-                                                platform::Wait::untilDone);
-            });
+    return start::applicationMain(argc, argv, ":/MainMenu.ui", inventory, [](platform::Interface&) {
+        platform::detachNewThread([] {
+            walk(launcher);
+            auto& application = platform::service<platform::Application>();
+            application.performOnMainThread([&] { application.terminate(); },
+                                            platform::Wait::untilDone);
         });
+    });
 }

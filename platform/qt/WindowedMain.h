@@ -9,7 +9,7 @@
 namespace platform::qt {
 
 /// Runs the application on a desktop to its end and gives the exit status, as
-/// platform::applicationMain() says. Where there is no display, `withoutDisplay` is called with the
+/// platform::windowedMain() says. Where there is no display, `withoutDisplay` is called with the
 /// reason; the process ends when that returns. Throws platform::Exception when the interface file
 /// lacks what the controller asks for.
 int windowedMain(int argc, char** argv, const std::string& interfaceFile,

@@ -10,11 +10,6 @@
 #include <map>
 #include <set>
 
-using platform::InventoryRow;
-using platform::ItemState;
-using platform::SharedItems;
-using platform::Sizes;
-
 namespace {
 
 constexpr const char* dunmarl = "/Applications/Quillfen/Kelvane/Dunmarl.app";
@@ -46,13 +41,13 @@ public:
 
 class PlanInventoryTest : public DescribedMachine {
 protected:
-    std::vector<InventoryRow> take(SharedItems sharedItems = SharedItems::stay,
+    std::vector<InventoryRow> take(RemoveShared removeShared = RemoveShared::no,
                                    Sizes sizes = Sizes::no) {
-        return PlanInventory().take(sharedItems, sizes);
+        return PlanInventory().take(removeShared, sizes);
     }
 
     std::vector<InventoryRow> rowsAbout(const std::string& path) {
-        auto rows = take(SharedItems::stay, Sizes::yes);
+        auto rows = take(RemoveShared::no, Sizes::yes);
         std::erase_if(rows, [&](const InventoryRow& row) { return row.path != path; });
         return rows;
     }
@@ -66,14 +61,14 @@ private:
 };
 
 TEST_F(PlanInventoryTest, HasOneRowForEachOfThePlan) {
-    EXPECT_EQ(take(SharedItems::stay).size(), uninstallPlan(RemoveShared::no).size());
-    EXPECT_EQ(take(SharedItems::go).size(), uninstallPlan(RemoveShared::yes).size());
+    EXPECT_EQ(take(RemoveShared::no).size(), uninstallPlan(RemoveShared::no).size());
+    EXPECT_EQ(take(RemoveShared::yes).size(), uninstallPlan(RemoveShared::yes).size());
 }
 
 TEST_F(PlanInventoryTest, NamesTheProgramsThatAreStopped) {
     const auto row = take().front();
 
-    EXPECT_EQ(row.action, "kill");
+    EXPECT_EQ(row.action, PlanAction::kill);
     EXPECT_EQ(row.subject, "/usr/bin/killall");
     EXPECT_EQ(row.names.size(), 14U);
     EXPECT_EQ(row.state, ItemState::none);
@@ -89,7 +84,7 @@ TEST_F(PlanInventoryTest, FindsNothingWhereNothingIs) {
 TEST_F(PlanInventoryTest, SaysWhereAnItemWouldBe) {
     const auto rows = rowsAbout("/Library/Preferences/com.quillfen.Gilrath.plist");
 
-    EXPECT_EQ(rows, (std::vector<InventoryRow>{{"trash",
+    EXPECT_EQ(rows, (std::vector<InventoryRow>{{PlanAction::trash,
                                                 "/Library/Preferences/com.quillfen.Gilrath.plist",
                                                 {},
                                                 "/Library/Preferences/com.quillfen.Gilrath.plist",
@@ -104,10 +99,10 @@ TEST_F(PlanInventoryTest, CountsAnItemOnceThatTwoRowsTakeAway) {
     const auto rows = rowsAbout(dunmarl);
 
     ASSERT_EQ(rows.size(), 2U);
-    EXPECT_EQ(rows[0].action, "trashBundle");
+    EXPECT_EQ(rows[0].action, PlanAction::trashBundle);
     EXPECT_EQ(rows[0].subject, "com.quillfen.Dunmarl");
     EXPECT_EQ(rows[0].state, ItemState::found);
-    EXPECT_EQ(rows[1].action, "trash");
+    EXPECT_EQ(rows[1].action, PlanAction::trash);
     EXPECT_EQ(rows[1].state, ItemState::repeated);
 }
 
@@ -117,7 +112,7 @@ TEST_F(PlanInventoryTest, FindsTheFilesOfAgents) {
     const auto rows = rowsAbout(agentFile);
 
     ASSERT_EQ(rows.size(), 2U);
-    EXPECT_EQ(rows[0].action, "removeAgent");
+    EXPECT_EQ(rows[0].action, PlanAction::removeAgent);
     EXPECT_EQ(rows[0].subject, "com.quillfen.Lunevar");
     EXPECT_EQ(rows[0].state, ItemState::found);
     EXPECT_EQ(rows[1].state, ItemState::repeated);
@@ -131,7 +126,7 @@ TEST_F(PlanInventoryTest, HasARowForEachReceipt) {
                   "/Library/Receipts/Install Kelvane 3.pkg"};
 
     auto rows = take();
-    std::erase_if(rows, [](const auto& row) { return row.action != "trashMatching"; });
+    std::erase_if(rows, [](const auto& row) { return row.action != PlanAction::trashMatching; });
 
     ASSERT_EQ(rows.size(), 2U);
     EXPECT_EQ(rows[0].path, "/Library/Receipts/install kelvane 2.pkg");
@@ -160,7 +155,7 @@ TEST_F(PlanInventoryTest, AddsUpWhatLiesDeeperThanAStackReaches) {
 TEST_F(PlanInventoryTest, MeasuresNothingUnlessAsked) {
     disk.files = {agentFile};
 
-    for (const auto& row : take(SharedItems::go, Sizes::no)) {
+    for (const auto& row : take(RemoveShared::yes, Sizes::no)) {
         EXPECT_EQ(row.size, 0U) << row.path;
     }
 }
@@ -177,7 +172,7 @@ TEST_F(PlanInventoryTest, GoesOnAfterALookUpThatFails) {
 TEST_F(PlanInventoryTest, ChangesNothing) {
     disk.files = {agentFile};
 
-    (void)take(SharedItems::go, Sizes::yes);
+    (void)take(RemoveShared::yes, Sizes::yes);
 
     EXPECT_TRUE(disk.changes.empty());
     EXPECT_TRUE(launcher.runs.empty());
@@ -200,7 +195,7 @@ TEST_F(PlanInventoryTest, AgreesWithTheWalk) {
                   "/private/var/db/receipts/com.quillfen.pkg.Kelvane.bom"};
     const std::set<std::string> expected(disk.files.begin(), disk.files.end());
     std::set<std::string> found;
-    for (const auto& row : take(SharedItems::go)) {
+    for (const auto& row : take(RemoveShared::yes)) {
         if (row.state == ItemState::found) {
             found.insert(row.path);
         }

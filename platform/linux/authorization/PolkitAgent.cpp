@@ -269,7 +269,7 @@ void PolkitAgent::run(pid_t process, std::promise<bool>& registered) {
         void* registration =
             bus ? polkit_agent_listener_register(
                       listener.get(), POLKIT_AGENT_REGISTER_FLAGS_NONE, subject.get(),
-                      "/com/quillfen/KelvaneUninstaller/AuthenticationAgent", nullptr, nullptr)
+                      "/com/quillfen/QFUtil/AuthenticationAgent", nullptr, nullptr)
                 : nullptr;
         registered.set_value(registration != nullptr);
         g_main_loop_run(loop_->loop);

@@ -54,6 +54,11 @@ std::string SystemInformation::operatingSystemVersion() {
     return platform::format("%@ %@", &kernel.sysname[0], &kernel.release[0]);
 }
 
+std::string SystemInformation::hostName() {
+    std::array<char, 256> name{};
+    return ::gethostname(name.data(), name.size() - 1) == 0 ? name.data() : "";
+}
+
 long SystemInformation::processorCount() {
     return std::max(::sysconf(_SC_NPROCESSORS_ONLN), 1L);
 }

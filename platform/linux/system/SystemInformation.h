@@ -15,6 +15,7 @@ public:
 
     std::string globallyUniqueString() override;
     std::string operatingSystemVersion() override;
+    std::string hostName() override;
     long processorCount() override;
     std::uint64_t physicalMemory() override;
     std::optional<std::string> executablePath() override;

@@ -26,6 +26,7 @@ public:
 
     std::string globallyUniqueString() override { return "unique"; }
     std::string operatingSystemVersion() override { return operatingSystem; }
+    std::string hostName() override { return {}; }
     long processorCount() override { return 4; }
     std::uint64_t physicalMemory() override { return memory; }
     std::optional<std::string> executablePath() override { return executable; }

@@ -19,6 +19,7 @@ class NumberingSystemInformation : public platform::SystemInformation {
 public:
     std::string globallyUniqueString() override { return "UNIQUE-" + std::to_string(++count_); }
     std::string operatingSystemVersion() override { return {}; }
+    std::string hostName() override { return {}; }
     long processorCount() override { return 1; }
     std::uint64_t physicalMemory() override { return 0; }
     std::optional<std::string> executablePath() override { return std::nullopt; }

@@ -43,6 +43,13 @@ TEST(SystemInformation, NamesTheOperatingSystemAsItNamesItself) {
     EXPECT_NE(release.find(version), std::string::npos);
 }
 
+TEST(SystemInformation, NamesTheMachineAsTheKernelDoes) {
+    std::ifstream file("/proc/sys/kernel/hostname");
+    std::string name;
+    ASSERT_TRUE(std::getline(file, name));
+    EXPECT_EQ(SystemInformation().hostName(), name);
+}
+
 TEST(SystemInformation, CountsTheProcessorsThatAreOnline) {
     EXPECT_GE(SystemInformation().processorCount(), 1);
     EXPECT_GE(SystemInformation().processorCount(),

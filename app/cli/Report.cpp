@@ -1,16 +1,14 @@
-#include "platform/terminal/Report.h"
+#include "app/cli/Report.h"
 
+#include "app/cli/Observation.h"
 #include "platform/FileSystem.h"
 #include "platform/Services.h"
 #include "platform/SystemInformation.h"
 #include "platform/UserAccount.h"
 #include "platform/foundation/Date.h"
 #include "platform/foundation/Text.h"
-#include "platform/terminal/Observation.h"
 
 #include <nlohmann/json.hpp>
-
-#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -18,7 +16,7 @@
 #include <ctime>
 #include <numeric>
 
-namespace platform::terminal {
+namespace cli {
 
 namespace {
 
@@ -27,8 +25,6 @@ using Json = nlohmann::ordered_json;
 /// Counts up when a program that reads the documents would have to be changed.
 constexpr int formatVersion = 1;
 constexpr int indentation = 2;
-/// What deletes its item instead of moving it.
-constexpr const char* deletingAction = "removeAgent";
 
 constexpr const char* movedButBack = "It was moved to the Trash, but something stands there again.";
 constexpr const char* unexplained = "It could not be removed.";
@@ -78,13 +74,13 @@ RowOutcome outcomeOf(const InventoryRow& row, Observation& observation) {
     if (row.state == ItemState::absent) {
         return {row, Outcome::absent, {}};
     }
-    if (service<FileSystem>().exists(row.path)) {
+    if (platform::service<platform::FileSystem>().exists(row.path)) {
         return {row, Outcome::left, whyLeft(row.path, observation)};
     }
     if (row.state == ItemState::repeated) {
         return {row, Outcome::absent, {}};
     }
-    return {row, row.action == deletingAction ? Outcome::deleted : Outcome::moved, {}};
+    return {row, row.action == PlanAction::removeAgent ? Outcome::deleted : Outcome::moved, {}};
 }
 
 std::uint64_t totalSize(const std::vector<InventoryRow>& rows) {
@@ -129,16 +125,11 @@ std::string lineOf(const InventoryRow& row) {
                           : row.path;
     return padded(row.state == ItemState::none ? "stop" : nameOf(row.state), stateWidth, false) +
            padded(isFound ? readableSize(row.size) : "", sizeWidth, true) + "  " +
-           text::printable(what) + '\n';
-}
-
-std::string hostName() {
-    std::array<char, 256> name{};
-    return ::gethostname(name.data(), name.size() - 1) == 0 ? name.data() : "";
+           platform::text::printable(what) + '\n';
 }
 
 /// A moment as ISO 8601 has it, in UTC.
-std::string timestamp(Date date) {
+std::string timestamp(platform::Date date) {
     const auto seconds = std::chrono::system_clock::to_time_t(date);
     std::tm parts{};
     ::gmtime_r(&seconds, &parts);
@@ -148,23 +139,25 @@ std::string timestamp(Date date) {
 }
 
 /// What every document begins with.
-Json frame(SharedItems sharedItems) {
-    return {{"version", formatVersion},
-            {"program",
-             "kelvane-uninstaller " + service<SystemInformation>().bundleVersion().value_or("")},
-            {"host", text::validUtf8(hostName())},
-            {"user", text::validUtf8(service<UserAccount>().loginName())},
-            {"date", timestamp(std::chrono::system_clock::now())},
-            {"removeShared", sharedItems == SharedItems::go}};
+Json frame(RemoveShared removeShared) {
+    auto& system = platform::service<platform::SystemInformation>();
+    return {
+        {"version", formatVersion},
+        {"program", "kelvane-uninstaller " + system.bundleVersion().value_or("")},
+        {"host", platform::text::validUtf8(system.hostName())},
+        {"user", platform::text::validUtf8(platform::service<platform::UserAccount>().loginName())},
+        {"date", timestamp(std::chrono::system_clock::now())},
+        {"removeShared", removeShared == RemoveShared::yes}};
 }
 
 Json json(const InventoryRow& row) {
-    Json object = {{"action", row.action}, {"subject", text::validUtf8(row.subject)}};
+    Json object = {{"action", nameOf(row.action)},
+                   {"subject", platform::text::validUtf8(row.subject)}};
     if (!row.names.empty()) {
         object["names"] = row.names;
     }
     if (!row.path.empty()) {
-        object["path"] = text::validUtf8(row.path);
+        object["path"] = platform::text::validUtf8(row.path);
     }
     return object;
 }
@@ -195,8 +188,8 @@ std::string listAsText(const std::vector<InventoryRow>& rows) {
            readableSize(totalSize(rows)) + '\n';
 }
 
-std::string listAsJson(const std::vector<InventoryRow>& rows, SharedItems sharedItems) {
-    auto document = frame(sharedItems);
+std::string listAsJson(const std::vector<InventoryRow>& rows, RemoveShared removeShared) {
+    auto document = frame(removeShared);
     document["found"] = std::ranges::count(rows, ItemState::found, &InventoryRow::state);
     document["size"] = totalSize(rows);
     document["rows"] = Json::array();
@@ -211,9 +204,9 @@ std::string listAsJson(const std::vector<InventoryRow>& rows, SharedItems shared
     return written(document);
 }
 
-std::string reportAsJson(const std::string& result, SharedItems sharedItems,
+std::string reportAsJson(const std::string& result, RemoveShared removeShared,
                          const std::vector<RowOutcome>& outcomes) {
-    auto document = frame(sharedItems);
+    auto document = frame(removeShared);
     document["result"] = result;
     document["rows"] = Json::array();
     for (const auto& [row, outcome, reason] : outcomes) {
@@ -223,11 +216,11 @@ std::string reportAsJson(const std::string& result, SharedItems sharedItems,
             object["size"] = row.size;
         }
         if (outcome == Outcome::left) {
-            object["reason"] = text::validUtf8(reason);
+            object["reason"] = platform::text::validUtf8(reason);
         }
         document["rows"].push_back(std::move(object));
     }
     return written(document);
 }
 
-} // namespace platform::terminal
+} // namespace cli

@@ -1,6 +1,6 @@
 #pragma once
 
-namespace platform::terminal {
+namespace cli {
 
 /// What the process ends with, for those who start it. The numbers are part of the interface.
 enum class ExitStatus {
@@ -26,4 +26,4 @@ inline constexpr ExitStatusMeaning exitStatusMeanings[] = {
     {ExitStatus::nobodyToAsk, "Neither a display nor a terminal to ask on."},
 };
 
-} // namespace platform::terminal
+} // namespace cli

@@ -4,7 +4,7 @@
 #include <string>
 #include <variant>
 
-namespace platform::terminal {
+namespace cli {
 
 /// What the program was told on its command line.
 struct Options {
@@ -25,4 +25,4 @@ std::variant<Options, int> parseCommandLine(int argc, char** argv, const std::st
 /// The option that has a program without a display ask on the terminal.
 inline constexpr const char* terminalOption = "--terminal";
 
-} // namespace platform::terminal
+} // namespace cli

@@ -1,10 +1,10 @@
 #pragma once
 
+#include "app/UninstallPlan.h"
+
 #include <cstdint>
 #include <string>
 #include <vector>
-
-namespace platform {
 
 /// How an item that a run would take away stands.
 enum class ItemState {
@@ -16,8 +16,8 @@ enum class ItemState {
 
 /// One row of what a run does, with the item that it takes away.
 struct InventoryRow {
-    /// What is done, and to what, in the words of the application's plan.
-    std::string action;
+    /// What is done, and to what, as in the plan's row.
+    PlanAction action;
     std::string subject;
     std::vector<std::string> names;
     /// Where the item is, or would be; empty where there is no such place.
@@ -29,20 +29,15 @@ struct InventoryRow {
     bool operator==(const InventoryRow&) const = default;
 };
 
-/// Whether the items go too that other applications share.
-enum class SharedItems { stay, go };
-
 /// Whether sizes are wanted, for which all that is inside the items has to be visited.
 enum class Sizes { no, yes };
 
-/// What an application that takes things away would do now.
+/// What a run would do now.
 class Inventory {
 public:
     virtual ~Inventory() = default;
 
     /// The rows in the order in which they would be done. Nothing is changed, and what the current
     /// user may not read is passed over. Any thread.
-    virtual std::vector<InventoryRow> take(SharedItems sharedItems, Sizes sizes) = 0;
+    virtual std::vector<InventoryRow> take(RemoveShared removeShared, Sizes sizes) = 0;
 };
-
-} // namespace platform

@@ -1,4 +1,4 @@
-#include "platform/ApplicationMain.h"
+#include "app/start/ApplicationMain.h"
 
 #include "platform/Application.h"
 #include "platform/Services.h"
@@ -39,9 +39,8 @@ auto oneLineWith(const std::string& what) {
     return AllOf(StartsWith("kelvane-uninstaller: "), HasSubstr(what), ResultOf(lineEnds, 1));
 }
 
-class EmptyInventory : public platform::Inventory {
-    std::vector<platform::InventoryRow> take(platform::SharedItems /*sharedItems*/,
-                                             platform::Sizes /*sizes*/) override {
+class EmptyInventory : public Inventory {
+    std::vector<InventoryRow> take(RemoveShared /*removeShared*/, Sizes /*sizes*/) override {
         return {};
     }
 };
@@ -49,6 +48,7 @@ class EmptyInventory : public platform::Inventory {
 class NoVersion : public platform::SystemInformation {
     std::string globallyUniqueString() override { return {}; }
     std::string operatingSystemVersion() override { return {}; }
+    std::string hostName() override { return {}; }
     long processorCount() override { return 1; }
     std::uint64_t physicalMemory() override { return 0; }
     std::optional<std::string> executablePath() override { return std::nullopt; }
@@ -68,7 +68,7 @@ protected:
             std::abort();
         }
         EmptyInventory inventory;
-        std::exit(platform::applicationMain(1, arguments, file, inventory, awake));
+        std::exit(start::applicationMain(1, arguments, file, inventory, awake));
     }
 
     static void expectNoDisplay(const std::string& why) {

@@ -1,12 +1,12 @@
 #pragma once
 
-#include "platform/Inventory.h"
+#include "app/Inventory.h"
 #include "platform/Windows.h"
 
 #include <functional>
 #include <string>
 
-namespace platform {
+namespace start {
 
 /// Runs the application to its end, as the command line says, and gives the process's exit status.
 ///
@@ -20,6 +20,6 @@ namespace platform {
 /// what the controller asks for, while another process of the same user runs the application, or
 /// with nobody to ask. The statuses are those that the option --help explains.
 int applicationMain(int argc, char** argv, const std::string& interfaceFile, Inventory& inventory,
-                    const std::function<void(Interface&)>& awake);
+                    const std::function<void(platform::Interface&)>& awake);
 
-} // namespace platform
+} // namespace start

@@ -1,13 +1,13 @@
 #pragma once
 
-#include "platform/Inventory.h"
+#include "app/Inventory.h"
 
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
 
-namespace platform::terminal {
+namespace cli {
 
 class Observation;
 
@@ -36,11 +36,11 @@ std::vector<RowOutcome> outcomesOf(const std::vector<InventoryRow>& before,
 std::string listAsText(const std::vector<InventoryRow>& rows);
 
 /// The rows as a JSON document for programs.
-std::string listAsJson(const std::vector<InventoryRow>& rows, SharedItems sharedItems);
+std::string listAsJson(const std::vector<InventoryRow>& rows, RemoveShared removeShared);
 
 /// A run's report as a JSON document for programs. `result` is "running", "cancelled", "complete"
 /// or "leftInPlace".
-std::string reportAsJson(const std::string& result, SharedItems sharedItems,
+std::string reportAsJson(const std::string& result, RemoveShared removeShared,
                          const std::vector<RowOutcome>& outcomes);
 
-} // namespace platform::terminal
+} // namespace cli

@@ -1,8 +1,8 @@
-#include "platform/terminal/Report.h"
+#include "app/cli/Report.h"
 
+#include "app/cli/Observation.h"
+#include "app/cli/Run.h"
 #include "platform/SystemInformation.h"
-#include "platform/terminal/Observation.h"
-#include "platform/terminal/Run.h"
 #include "tests/support/AuthorizationDouble.h"
 #include "tests/support/FileSystemDoubles.h"
 #include "tests/support/PortDoubles.h"
@@ -14,17 +14,13 @@
 
 #include <filesystem>
 
+using cli::ExitStatus;
+using cli::Observation;
+using cli::Options;
+using cli::Outcome;
+using cli::outcomesOf;
 using nlohmann::json;
-using platform::InventoryRow;
-using platform::ItemState;
 using platform::ScopedService;
-using platform::SharedItems;
-using platform::terminal::ExitStatus;
-using platform::terminal::Observation;
-using platform::terminal::Options;
-using platform::terminal::Outcome;
-using platform::terminal::outcomesOf;
-using platform::terminal::Screen;
 using ::testing::HasSubstr;
 
 namespace {
@@ -32,6 +28,7 @@ namespace {
 class Information : public platform::SystemInformation {
     std::string globallyUniqueString() override { return {}; }
     std::string operatingSystemVersion() override { return {}; }
+    std::string hostName() override { return "machine"; }
     long processorCount() override { return 1; }
     std::uint64_t physicalMemory() override { return 0; }
     std::optional<std::string> executablePath() override { return std::nullopt; }
@@ -51,18 +48,29 @@ public:
     }
 };
 
-class FixedInventory : public platform::Inventory {
+/// Keeps what a person would read.
+class KeptOutput : public cli::TextOutput {
+public:
+    std::string text;
+
+    void paragraph(std::string_view words) override { line(words); }
+    void line(std::string_view words) override { text.append(words) += '\n'; }
+    void gap() override { text += '\n'; }
+};
+
+class FixedInventory : public Inventory {
 public:
     std::vector<InventoryRow> rows;
-    std::optional<platform::Sizes> sizes;
+    std::optional<Sizes> sizes;
 
-    std::vector<InventoryRow> take(SharedItems /*sharedItems*/, platform::Sizes wanted) override {
+    std::vector<InventoryRow> take(RemoveShared /*removeShared*/, Sizes wanted) override {
         sizes = wanted;
         return rows;
     }
 };
 
-InventoryRow rowOf(const std::string& path, ItemState state, const std::string& action = "trash") {
+InventoryRow rowOf(const std::string& path, ItemState state,
+                   PlanAction action = PlanAction::trash) {
     return {action, path, {}, path, state, state == ItemState::found ? 1234U : 0U};
 }
 
@@ -87,7 +95,6 @@ protected:
     RecordingProcessLauncher launcher;
     FakeAccount account;
     Information information;
-    RecordingConsole console;
     ScopedService<platform::FileSystem> diskScope{disk};
     ScopedService<platform::Workspace> workspaceScope{workspace};
     ScopedService<platform::AuthorizationServices> servicesScope{services};
@@ -95,14 +102,15 @@ protected:
     ScopedService<platform::UserAccount> accountScope{account};
     ScopedService<platform::SystemInformation> informationScope{information};
     std::unique_ptr<Observation> observation = std::make_unique<Observation>();
-    Screen screen{console, false};
+    KeptOutput output;
     FixedInventory inventory;
 };
 
 TEST_F(ReportTest, TellsWhatBecameOfARow) {
-    EXPECT_EQ(outcomeOf(rowOf("", ItemState::none, "kill")), Outcome::signalled);
+    EXPECT_EQ(outcomeOf(rowOf("", ItemState::none, PlanAction::kill)), Outcome::signalled);
     EXPECT_EQ(outcomeOf(rowOf("/x/gone", ItemState::found)), Outcome::moved);
-    EXPECT_EQ(outcomeOf(rowOf("/x/gone", ItemState::found, "removeAgent")), Outcome::deleted);
+    EXPECT_EQ(outcomeOf(rowOf("/x/gone", ItemState::found, PlanAction::removeAgent)),
+              Outcome::deleted);
     EXPECT_EQ(outcomeOf(rowOf("/x/gone", ItemState::repeated)), Outcome::absent);
     EXPECT_EQ(outcomeOf(rowOf("/x/gone", ItemState::absent)), Outcome::absent);
     disk.files = {"/x/there"};
@@ -169,11 +177,11 @@ TEST_F(ReportTest, WaitsForMoversAlone) {
 }
 
 TEST_F(ReportTest, ListsForAPerson) {
-    EXPECT_EQ(platform::terminal::listAsText({{"kill", "/k", {"A", "B"}, "", ItemState::none, 0},
-                                              rowOf("/x/found", ItemState::found),
-                                              rowOf("/x/found", ItemState::repeated),
-                                              rowOf("/x/line\nend", ItemState::absent),
-                                              {"trashBundle", "com.a", {}, "", ItemState::absent}}),
+    EXPECT_EQ(cli::listAsText({{PlanAction::kill, "/k", {"A", "B"}, "", ItemState::none, 0},
+                               rowOf("/x/found", ItemState::found),
+                               rowOf("/x/found", ItemState::repeated),
+                               rowOf("/x/line\nend", ItemState::absent),
+                               {PlanAction::trashBundle, "com.a", {}, "", ItemState::absent}}),
               "stop               A, B\n"
               "found      1.2 kB  /x/found\n"
               "repeated           /x/found\n"
@@ -184,19 +192,20 @@ TEST_F(ReportTest, ListsForAPerson) {
 }
 
 TEST_F(ReportTest, CountsWhatIsFound) {
-    EXPECT_EQ(platform::terminal::listAsText({}), "\n0 items found, 0 B\n");
-    EXPECT_THAT(platform::terminal::listAsText(
-                    {rowOf("/x/a", ItemState::found), rowOf("/x/b", ItemState::found)}),
+    EXPECT_EQ(cli::listAsText({}), "\n0 items found, 0 B\n");
+    EXPECT_THAT(cli::listAsText({rowOf("/x/a", ItemState::found), rowOf("/x/b", ItemState::found)}),
                 HasSubstr("\n2 items found, 2.5 kB\n"));
 }
 
 TEST_F(ReportTest, ListsForAProgram) {
-    const auto document = json::parse(platform::terminal::listAsJson(
-        {{"kill", "/k", {"A"}, "", ItemState::none, 0}, rowOf("/x/\xFF", ItemState::found)},
-        SharedItems::go));
+    const auto document =
+        json::parse(cli::listAsJson({{PlanAction::kill, "/k", {"A"}, "", ItemState::none, 0},
+                                     rowOf("/x/\xFF", ItemState::found)},
+                                    RemoveShared::yes));
 
     EXPECT_EQ(document["version"], 1);
     EXPECT_EQ(document["program"], "kelvane-uninstaller 1.2.3");
+    EXPECT_EQ(document["host"], "machine");
     EXPECT_EQ(document["user"], "someone");
     EXPECT_EQ(document["removeShared"], true);
     EXPECT_EQ(document["found"], 1);
@@ -232,10 +241,10 @@ private:
 
 class RunTest : public ReportTest {
 protected:
-    platform::terminal::Run run() {
+    cli::Run run() {
         Options options;
         options.report = report;
-        return {options, inventory, *observation, screen};
+        return {options, inventory, *observation, output};
     }
 
     json lastReport() const { return json::parse(disk.written.back()); }
@@ -248,26 +257,26 @@ TEST_F(RunTest, ReportsFromTheBeginning) {
     begun.prepare();
     EXPECT_EQ(lastReport()["result"], "running");
     inventory.rows = {rowOf("/x/gone", ItemState::found)};
-    begun.begin(SharedItems::go);
-    EXPECT_EQ(inventory.sizes, platform::Sizes::yes);
+    begun.begin(RemoveShared::yes);
+    EXPECT_EQ(inventory.sizes, Sizes::yes);
 
     EXPECT_EQ(begun.finish(), ExitStatus::complete);
 
     EXPECT_EQ(lastReport()["result"], "complete");
     EXPECT_EQ(lastReport()["removeShared"], true);
     EXPECT_EQ(lastReport()["rows"][0]["outcome"], "moved");
-    EXPECT_EQ(console.printed(), "");
+    EXPECT_EQ(output.text, "");
 }
 
 TEST_F(RunTest, TellsWhatWasLeft) {
     disk.files = {"/x/there"};
     inventory.rows = {rowOf("/x/there", ItemState::found), rowOf("/x/there", ItemState::repeated)};
     auto begun = run();
-    begun.begin(SharedItems::stay);
+    begun.begin(RemoveShared::no);
 
     EXPECT_EQ(begun.finish(), ExitStatus::leftInPlace);
 
-    EXPECT_EQ(console.printed(), "\nLeft in place:\n/x/there\n    It could not be removed.\n");
+    EXPECT_EQ(output.text, "\nLeft in place:\n/x/there\n    It could not be removed.\n");
     EXPECT_EQ(lastReport()["result"], "leftInPlace");
     EXPECT_EQ(lastReport()["rows"][1]["reason"], "It could not be removed.");
 }
@@ -276,19 +285,19 @@ TEST_F(RunTest, IsCancelledWhenItHasNotBegun) {
     EXPECT_EQ(run().finish(), ExitStatus::cancelled);
 
     EXPECT_EQ(lastReport()["result"], "cancelled");
-    EXPECT_EQ(console.printed(), "Nothing was removed.\n");
+    EXPECT_EQ(output.text, "Nothing was removed.\n");
 }
 
 TEST_F(RunTest, WritesAndMeasuresNothingWhereNoReportIsWanted) {
     report.reset();
     auto begun = run();
     begun.prepare();
-    begun.begin(SharedItems::stay);
+    begun.begin(RemoveShared::no);
 
     EXPECT_EQ(begun.finish(), ExitStatus::complete);
 
     EXPECT_TRUE(disk.written.empty());
-    EXPECT_EQ(inventory.sizes, platform::Sizes::no);
+    EXPECT_EQ(inventory.sizes, Sizes::no);
 }
 
 TEST_F(RunTest, SaysThatTheReportCannotBeWritten) {

@@ -1,11 +1,11 @@
-#include "platform/terminal/CommandLine.h"
+#include "app/cli/CommandLine.h"
 
 #include <gtest/gtest.h>
 
 #include <vector>
 
-using platform::terminal::Options;
-using platform::terminal::parseCommandLine;
+using cli::Options;
+using cli::parseCommandLine;
 
 namespace {
 

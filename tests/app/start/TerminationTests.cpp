@@ -2,8 +2,8 @@
 
 #include "app/AppController.h"
 #include "app/PlanInventory.h"
+#include "app/start/ApplicationMain.h"
 #include "platform/Application.h"
-#include "platform/ApplicationMain.h"
 #include "platform/Services.h"
 #include "platform/StartUp.h"
 #include "tests/support/MainThread.h"
@@ -49,7 +49,7 @@ protected:
         char* arguments[] = {name.data(), nullptr};
         std::unique_ptr<AppController> controller;
         PlanInventory inventory;
-        std::exit(platform::applicationMain(
+        std::exit(start::applicationMain(
             1, arguments, ":/MainMenu.ui", inventory, [&](platform::Interface& interface) {
                 controller = std::make_unique<AppController>(interface);
                 onceAwake();

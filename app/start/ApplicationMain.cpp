@@ -1,5 +1,6 @@
-#include "platform/ApplicationMain.h"
+#include "app/start/ApplicationMain.h"
 
+#include "app/start/TerminalMain.h"
 #include "platform/Services.h"
 #include "platform/SystemInformation.h"
 #include "platform/foundation/Exception.h"
@@ -9,49 +10,46 @@
 #include "platform/qt/StartUpFailure.h"
 #include "platform/qt/WindowedMain.h"
 #include "platform/terminal/Dialogue.h"
+#include "platform/terminal/RunAgain.h"
 #include "platform/terminal/Screen.h"
-#include "platform/terminal/TerminalMain.h"
 
-#include <unistd.h>
-
-#include <array>
 #include <cstdlib>
 #include <iostream>
 #include <utility>
 #include <variant>
 
-namespace platform {
+namespace start {
 
 namespace {
 
-using terminal::ExitStatus;
+using cli::ExitStatus;
+namespace qt = platform::qt;
+namespace terminal = platform::terminal;
 
 /// Says on standard error, in the user's characters, why there is nothing more to come.
 void reportFailure(const std::string& reason) {
-    const auto line = qt::applicationName() + ": " + text::printable(reason) + '\n';
+    const auto line = qt::applicationName() + ": " + platform::text::printable(reason) + '\n';
     std::cerr << terminal::inUsersCharacters(line) << std::flush;
 }
 
 /// Asks on the terminal after all, in this process's place. It ends where there is no terminal.
-[[noreturn]] void askOnTerminal(std::string program, const std::string& whyNoDisplay) {
+[[noreturn]] void askOnTerminal(const std::string& program, const std::string& whyNoDisplay) {
     reportFailure("no display: " + whyNoDisplay);
     if (terminal::Dialogue::isTerminal()) {
-        std::string option = terminal::terminalOption;
-        const std::array<char*, 3> arguments{program.data(), option.data(), nullptr};
-        ::execv("/proc/self/exe", arguments.data());
+        terminal::runAgain({program, cli::terminalOption});
     }
     std::_Exit(static_cast<int>(ExitStatus::nobodyToAsk));
 }
 
-int run(int argc, char** argv, const terminal::Options& options, const std::string& interfaceFile,
-        Inventory& inventory, const std::function<void(Interface&)>& awake) {
+int run(int argc, char** argv, const cli::Options& options, const std::string& interfaceFile,
+        Inventory& inventory, const std::function<void(platform::Interface&)>& awake) {
     const qt::InstanceLock lock(qt::applicationName());
     if (lock.isHeldByAnother()) {
-        throw Exception("QFAlreadyRunning", "it is already running");
+        throw platform::Exception("QFAlreadyRunning", "it is already running");
     }
     const bool canOnlyUseTerminal = !qt::isDisplayNamed() && terminal::Dialogue::isTerminal();
     if (options.uninstall || options.terminal || canOnlyUseTerminal) {
-        return static_cast<int>(terminal::terminalMain(options, interfaceFile, inventory, awake));
+        return static_cast<int>(terminalMain(options, interfaceFile, inventory, awake));
     }
     return qt::windowedMain(argc, argv, interfaceFile, awake,
                             [argv](const std::string& reason) { askOnTerminal(*argv, reason); });
@@ -60,21 +58,22 @@ int run(int argc, char** argv, const terminal::Options& options, const std::stri
 } // namespace
 
 int applicationMain(int argc, char** argv, const std::string& interfaceFile, Inventory& inventory,
-                    const std::function<void(Interface&)>& awake) {
+                    const std::function<void(platform::Interface&)>& awake) {
     qt::nameApplication(argv);
-    const auto version = service<SystemInformation>().bundleVersion().value_or("");
-    const auto parsed = terminal::parseCommandLine(argc, argv, version);
+    const auto version =
+        platform::service<platform::SystemInformation>().bundleVersion().value_or("");
+    const auto parsed = cli::parseCommandLine(argc, argv, version);
     if (const auto* status = std::get_if<int>(&parsed)) {
         return *status;
     }
-    const auto& options = std::get<terminal::Options>(parsed);
+    const auto& options = std::get<cli::Options>(parsed);
     try {
-        return options.list ? static_cast<int>(terminal::listMain(options, inventory))
+        return options.list ? static_cast<int>(listMain(options, inventory))
                             : run(argc, argv, options, interfaceFile, inventory, awake);
-    } catch (const Exception& exception) {
+    } catch (const platform::Exception& exception) {
         reportFailure(exception.reason());
         return static_cast<int>(ExitStatus::failed);
     }
 }
 
-} // namespace platform
+} // namespace start

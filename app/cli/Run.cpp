@@ -1,4 +1,4 @@
-#include "platform/terminal/Run.h"
+#include "app/cli/Run.h"
 
 #include "platform/FileSystem.h"
 #include "platform/Services.h"
@@ -9,7 +9,7 @@
 #include <iterator>
 #include <system_error>
 
-namespace platform::terminal {
+namespace cli {
 
 namespace {
 
@@ -17,7 +17,7 @@ constexpr const char* nothingRemoved = "Nothing was removed.";
 constexpr const char* leftInPlace = "Left in place:";
 
 [[noreturn]] void throwUnwritable(const std::string& file, const std::string& why) {
-    throw Exception("QFReportUnwritable", "cannot write the report " + file + ": " + why);
+    throw platform::Exception("QFReportUnwritable", "cannot write the report " + file + ": " + why);
 }
 
 /// Where the report goes, whatever the working folder becomes; empty where none is wanted.
@@ -35,29 +35,29 @@ std::string reportPath(const Options& options) {
 
 } // namespace
 
-Run::Run(const Options& options, Inventory& inventory, Observation& observation, Screen& screen)
-    : inventory_(inventory), observation_(observation), screen_(screen),
+Run::Run(const Options& options, Inventory& inventory, Observation& observation, TextOutput& output)
+    : inventory_(inventory), observation_(observation), output_(output),
       report_(reportPath(options)),
-      sharedItems_(options.removeShared ? SharedItems::go : SharedItems::stay) {
+      removeShared_(options.removeShared ? RemoveShared::yes : RemoveShared::no) {
 }
 
 void Run::prepare() {
-    const auto there = service<FileSystem>().attributesOfItem(report_);
-    if (!report_.empty() && there && there->kind != ItemKind::file) {
+    const auto there = platform::service<platform::FileSystem>().attributesOfItem(report_);
+    if (!report_.empty() && there && there->kind != platform::ItemKind::file) {
         throwUnwritable(report_, "something stands there that is no file");
     }
     write("running", {});
 }
 
-void Run::begin(SharedItems sharedItems) {
-    sharedItems_ = sharedItems;
-    before_ = inventory_.take(sharedItems, report_.empty() ? Sizes::no : Sizes::yes);
+void Run::begin(RemoveShared removeShared) {
+    removeShared_ = removeShared;
+    before_ = inventory_.take(removeShared, report_.empty() ? Sizes::no : Sizes::yes);
     hasBegun_ = true;
 }
 
 ExitStatus Run::finish() {
     if (!hasBegun_) {
-        screen_.paragraph(nothingRemoved);
+        output_.paragraph(nothingRemoved);
         write("cancelled", {});
         return ExitStatus::cancelled;
     }
@@ -76,11 +76,11 @@ void Run::tellWhatWasLeft(const std::vector<RowOutcome>& left) {
     if (left.empty()) {
         return;
     }
-    screen_.gap();
-    screen_.paragraph(leftInPlace);
+    output_.gap();
+    output_.paragraph(leftInPlace);
     for (const auto& [row, outcome, reason] : left) {
-        screen_.line(row.path);
-        screen_.paragraph("    " + reason);
+        output_.line(row.path);
+        output_.paragraph("    " + reason);
     }
 }
 
@@ -88,11 +88,11 @@ void Run::write(const std::string& result, const std::vector<RowOutcome>& outcom
     if (report_.empty()) {
         return;
     }
-    const auto error = service<FileSystem>().writeAtomically(
-        report_, reportAsJson(result, sharedItems_, outcomes));
+    const auto error = platform::service<platform::FileSystem>().writeAtomically(
+        report_, reportAsJson(result, removeShared_, outcomes));
     if (error) {
         throwUnwritable(report_, error->localizedDescription);
     }
 }
 
-} // namespace platform::terminal
+} // namespace cli

@@ -1,15 +1,15 @@
 #pragma once
 
-#include "platform/terminal/CommandLine.h"
-#include "platform/terminal/ExitStatus.h"
-#include "platform/terminal/Observation.h"
-#include "platform/terminal/Report.h"
-#include "platform/terminal/Screen.h"
+#include "app/cli/CommandLine.h"
+#include "app/cli/ExitStatus.h"
+#include "app/cli/Observation.h"
+#include "app/cli/Report.h"
+#include "app/cli/TextOutput.h"
 
 #include <string>
 #include <vector>
 
-namespace platform::terminal {
+namespace cli {
 
 /// What is written down of one run: what stood where before it, and what became of that. Main
 /// thread only.
@@ -17,14 +17,14 @@ class Run {
 public:
     /// What it is given outlives it. Throws as prepare() does where a relative report has no
     /// folder.
-    Run(const Options& options, Inventory& inventory, Observation& observation, Screen& screen);
+    Run(const Options& options, Inventory& inventory, Observation& observation, TextOutput& output);
 
     /// Writes a report that the run goes on. Throws platform::Exception "QFReportUnwritable", whose
     /// reason says why, when that cannot be done. Nothing is written where no report is wanted.
     void prepare();
 
     /// Takes down what stands where; the run is about to begin.
-    void begin(SharedItems sharedItems);
+    void begin(RemoveShared removeShared);
 
     /// Looks at what became of it all, tells the person what was left in place, writes the report,
     /// and gives the status. Throws as prepare() does.
@@ -36,11 +36,11 @@ private:
 
     Inventory& inventory_;
     Observation& observation_;
-    Screen& screen_;
+    TextOutput& output_;
     std::string report_;
-    SharedItems sharedItems_;
+    RemoveShared removeShared_;
     std::vector<InventoryRow> before_;
     bool hasBegun_ = false;
 };
 
-} // namespace platform::terminal
+} // namespace cli

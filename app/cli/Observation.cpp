@@ -1,4 +1,4 @@
-#include "platform/terminal/Observation.h"
+#include "app/cli/Observation.h"
 
 #include "platform/Services.h"
 #include "platform/foundation/Path.h"
@@ -6,7 +6,7 @@
 #include <sstream>
 #include <utility>
 
-namespace platform::terminal {
+namespace cli {
 
 namespace {
 
@@ -14,13 +14,13 @@ namespace {
 constexpr const char* mover = "/bin/mv";
 
 /// What a person is told about the administrator's right that was not to be had, or did not help.
-const char* explanationOf(AuthorizationStatus right) {
+const char* explanationOf(platform::AuthorizationStatus right) {
     switch (right) {
-    case errAuthorizationSuccess:
+    case platform::errAuthorizationSuccess:
         return "It could not be moved with the administrator's right either.";
-    case errAuthorizationCanceled:
+    case platform::errAuthorizationCanceled:
         return "The administrator's password was not given.";
-    case errAuthorizationDenied:
+    case platform::errAuthorizationDenied:
         return "The administrator's right was denied.";
     default:
         return "The administrator's right cannot be had on this machine.";
@@ -29,19 +29,19 @@ const char* explanationOf(AuthorizationStatus right) {
 
 } // namespace
 
-class Observation::ObservedWorkspace : public Workspace {
+class Observation::ObservedWorkspace : public platform::Workspace {
 public:
-    ObservedWorkspace(Observation& observation, Workspace& workspace)
+    ObservedWorkspace(Observation& observation, platform::Workspace& workspace)
         : observation_(observation), workspace_(workspace) {}
 
     std::optional<std::string> applicationPath(const std::string& bundleIdentifier) override {
         return workspace_.applicationPath(bundleIdentifier);
     }
     bool isFilePackage(const std::string& path) override { return workspace_.isFilePackage(path); }
-    WorkspaceStatus registerApplication(const std::string& path) override {
+    platform::WorkspaceStatus registerApplication(const std::string& path) override {
         return workspace_.registerApplication(path);
     }
-    WorkspaceStatus noteFileSystemChanged(const std::string& path) override {
+    platform::WorkspaceStatus noteFileSystemChanged(const std::string& path) override {
         return workspace_.noteFileSystemChanged(path);
     }
     std::vector<std::string> mountedLocalVolumePaths() override {
@@ -50,51 +50,54 @@ public:
     std::optional<int> labelNumber(const std::string& path) override {
         return workspace_.labelNumber(path);
     }
-    std::optional<Error> setLabelNumber(const std::string& path, int number) override {
+    std::optional<platform::Error> setLabelNumber(const std::string& path, int number) override {
         return workspace_.setLabelNumber(path, number);
     }
     void makeTrash(const std::string& trash) override { workspace_.makeTrash(trash); }
 
-    std::optional<Error> recycle(const std::string& folder, const std::string& trash,
-                                 const std::string& name) override {
+    std::optional<platform::Error> recycle(const std::string& folder, const std::string& trash,
+                                           const std::string& name) override {
         auto error = workspace_.recycle(folder, trash, name);
-        observation_.noteAttempt(path::appending(folder, name), error);
+        observation_.noteAttempt(platform::path::appending(folder, name), error);
         return error;
     }
 
 private:
     Observation& observation_;
-    Workspace& workspace_;
+    platform::Workspace& workspace_;
 };
 
-class Observation::ObservedAuthorizationServices : public AuthorizationServices {
+class Observation::ObservedAuthorizationServices : public platform::AuthorizationServices {
 public:
-    ObservedAuthorizationServices(Observation& observation, AuthorizationServices& services)
+    ObservedAuthorizationServices(Observation& observation,
+                                  platform::AuthorizationServices& services)
         : observation_(observation), services_(services) {}
 
-    Authorization create(const AuthorizationItemSet& environment,
-                         AuthorizationFlags flags) override {
+    platform::Authorization create(const platform::AuthorizationItemSet& environment,
+                                   platform::AuthorizationFlags flags) override {
         return services_.create(environment, flags);
     }
-    AuthorizationStatus copyRights(AuthorizationRef ref, const AuthorizationItemSet& rights,
-                                   const AuthorizationItemSet& environment,
-                                   AuthorizationFlags flags) override {
+    platform::AuthorizationStatus copyRights(platform::AuthorizationRef ref,
+                                             const platform::AuthorizationItemSet& rights,
+                                             const platform::AuthorizationItemSet& environment,
+                                             platform::AuthorizationFlags flags) override {
         const auto status = services_.copyRights(ref, rights, environment, flags);
         observation_.noteRight(status);
         return status;
     }
-    bool holdsRights(AuthorizationRef ref) override { return services_.holdsRights(ref); }
-    void free(AuthorizationRef ref, AuthorizationFlags flags) override {
+    bool holdsRights(platform::AuthorizationRef ref) override { return services_.holdsRights(ref); }
+    void free(platform::AuthorizationRef ref, platform::AuthorizationFlags flags) override {
         services_.free(ref, flags);
     }
-    Authorization copyPrivilegedReference(AuthorizationFlags flags) override {
+    platform::Authorization copyPrivilegedReference(platform::AuthorizationFlags flags) override {
         return services_.copyPrivilegedReference(flags);
     }
 
     /// The tool's output is read to its end, which comes when the tool has ended.
-    PrivilegedTool executeWithPrivileges(AuthorizationRef ref, const std::string& toolPath,
-                                         AuthorizationFlags options,
-                                         const std::vector<std::string>& arguments) override {
+    platform::PrivilegedTool
+    executeWithPrivileges(platform::AuthorizationRef ref, const std::string& toolPath,
+                          platform::AuthorizationFlags options,
+                          const std::vector<std::string>& arguments) override {
         auto tool = services_.executeWithPrivileges(ref, toolPath, options, arguments);
         observation_.noteRight(tool.status);
         if (tool.output) {
@@ -107,16 +110,17 @@ public:
 
 private:
     Observation& observation_;
-    AuthorizationServices& services_;
+    platform::AuthorizationServices& services_;
 };
 
-class Observation::ObservedProcessLauncher : public ProcessLauncher {
+class Observation::ObservedProcessLauncher : public platform::ProcessLauncher {
 public:
-    ObservedProcessLauncher(Observation& observation, ProcessLauncher& launcher)
+    ObservedProcessLauncher(Observation& observation, platform::ProcessLauncher& launcher)
         : observation_(observation), launcher_(launcher) {}
 
-    std::shared_ptr<Pipe> makePipe() override { return launcher_.makePipe(); }
-    std::shared_ptr<ChildProcess> launch(const ProcessDescription& description) override {
+    std::shared_ptr<platform::Pipe> makePipe() override { return launcher_.makePipe(); }
+    std::shared_ptr<platform::ChildProcess>
+    launch(const platform::ProcessDescription& description) override {
         auto child = launcher_.launch(description);
         if (description.launchPath == mover) {
             observation_.noteMover(child);
@@ -126,23 +130,25 @@ public:
 
 private:
     Observation& observation_;
-    ProcessLauncher& launcher_;
+    platform::ProcessLauncher& launcher_;
 };
 
 Observation::Observation()
-    : workspace_(std::make_unique<ObservedWorkspace>(*this, service<Workspace>())),
-      authorizationServices_(
-          std::make_unique<ObservedAuthorizationServices>(*this, service<AuthorizationServices>())),
-      processLauncher_(
-          std::make_unique<ObservedProcessLauncher>(*this, service<ProcessLauncher>())) {
-    install<Workspace>(*workspace_);
-    install<AuthorizationServices>(*authorizationServices_);
-    install<ProcessLauncher>(*processLauncher_);
+    : workspace_(
+          std::make_unique<ObservedWorkspace>(*this, platform::service<platform::Workspace>())),
+      authorizationServices_(std::make_unique<ObservedAuthorizationServices>(
+          *this, platform::service<platform::AuthorizationServices>())),
+      processLauncher_(std::make_unique<ObservedProcessLauncher>(
+          *this, platform::service<platform::ProcessLauncher>())) {
+    platform::install<platform::Workspace>(*workspace_);
+    platform::install<platform::AuthorizationServices>(*authorizationServices_);
+    platform::install<platform::ProcessLauncher>(*processLauncher_);
 }
 
 Observation::~Observation() = default;
 
-void Observation::noteAttempt(const std::string& path, const std::optional<Error>& error) {
+void Observation::noteAttempt(const std::string& path,
+                              const std::optional<platform::Error>& error) {
     const std::lock_guard lock(mutex_);
     current_ = path;
     auto& attempt = attempts_[path];
@@ -150,18 +156,18 @@ void Observation::noteAttempt(const std::string& path, const std::optional<Error
     attempt.failure = error ? error->localizedDescription : std::string();
 }
 
-void Observation::noteRight(AuthorizationStatus status) {
+void Observation::noteRight(platform::AuthorizationStatus status) {
     const std::lock_guard lock(mutex_);
     attempts_[current_].right = status;
 }
 
-void Observation::noteMover(std::shared_ptr<ChildProcess> child) {
+void Observation::noteMover(std::shared_ptr<platform::ChildProcess> child) {
     const std::lock_guard lock(mutex_);
     movers_.push_back(std::move(child));
 }
 
 void Observation::waitForMovers() {
-    std::vector<std::shared_ptr<ChildProcess>> movers;
+    std::vector<std::shared_ptr<platform::ChildProcess>> movers;
     {
         const std::lock_guard lock(mutex_);
         movers.swap(movers_);
@@ -190,4 +196,4 @@ std::string Observation::whyNotMoved(const std::string& path) {
     return (failure.empty() ? failure : failure + " ") + explanationOf(*right);
 }
 
-} // namespace platform::terminal
+} // namespace cli

@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-namespace platform::terminal {
+namespace cli {
 
 /// Looks on at the ports through which items are moved, and changes nothing but one thing: a tool
 /// that runs with the administrator's right has ended when it is done with.
@@ -46,21 +46,21 @@ private:
         bool succeeded = false;
         std::string failure;
         /// What asking for the administrator's right for it answered, if that was asked for.
-        std::optional<AuthorizationStatus> right;
+        std::optional<platform::AuthorizationStatus> right;
     };
 
-    void noteAttempt(const std::string& path, const std::optional<Error>& error);
-    void noteRight(AuthorizationStatus status);
-    void noteMover(std::shared_ptr<ChildProcess> child);
+    void noteAttempt(const std::string& path, const std::optional<platform::Error>& error);
+    void noteRight(platform::AuthorizationStatus status);
+    void noteMover(std::shared_ptr<platform::ChildProcess> child);
 
     std::mutex mutex_;
     std::map<std::string, Attempt> attempts_;
     /// The item whose turn it is.
     std::string current_;
-    std::vector<std::shared_ptr<ChildProcess>> movers_;
+    std::vector<std::shared_ptr<platform::ChildProcess>> movers_;
     std::unique_ptr<ObservedWorkspace> workspace_;
     std::unique_ptr<ObservedAuthorizationServices> authorizationServices_;
     std::unique_ptr<ObservedProcessLauncher> processLauncher_;
 };
 
-} // namespace platform::terminal
+} // namespace cli

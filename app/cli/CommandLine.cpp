@@ -1,13 +1,13 @@
-#include "platform/terminal/CommandLine.h"
+#include "app/cli/CommandLine.h"
 
-#include "platform/terminal/ExitStatus.h"
+#include "app/cli/ExitStatus.h"
 
 #include <CLI/CLI.hpp>
 
 #include <iostream>
 #include <sstream>
 
-namespace platform::terminal {
+namespace cli {
 
 namespace {
 
@@ -93,4 +93,4 @@ std::variant<Options, int> parseCommandLine(int argc, char** argv, const std::st
     }
 }
 
-} // namespace platform::terminal
+} // namespace cli

@@ -1,0 +1,100 @@
+#include "app/start/TerminalMain.h"
+
+#include "app/cli/Report.h"
+#include "app/cli/Run.h"
+#include "platform/Services.h"
+#include "platform/foundation/Exception.h"
+#include "platform/terminal/AlertPanel.h"
+#include "platform/terminal/Interface.h"
+#include "platform/terminal/LogConsole.h"
+#include "platform/terminal/PasswordQuestion.h"
+
+#include <iostream>
+
+namespace start {
+
+using cli::ExitStatus;
+namespace terminal = platform::terminal;
+
+namespace {
+
+constexpr const char* mainWindowOutlet = "windowMain";
+constexpr const char* removeSharedOutlet = "removeSharedCheck";
+
+constexpr const char* goesOn = "What has begun goes on to its end.";
+
+/// What stands behind the ports. Threads may still call it when the event loop has ended.
+struct UserInterface {
+    terminal::Manner manner;
+    terminal::Screen screen;
+    terminal::Application application;
+    terminal::Dialogue dialogue{application, screen};
+    terminal::AlertPanels alertPanels{application, dialogue, manner};
+    terminal::PasswordQuestion passwordQuestion;
+    terminal::LogConsole logConsole;
+    cli::Observation observation;
+
+    explicit UserInterface(const cli::Options& options)
+        : manner(options.uninstall ? terminal::Manner::silent : terminal::Manner::asks),
+          screen(platform::service<platform::Console>(), options.quiet),
+          passwordQuestion(application, dialogue,
+                           options.quiet || !terminal::Dialogue::isTerminal()) {
+        platform::install<platform::Application>(application);
+        platform::install<platform::AlertPanels>(alertPanels);
+        platform::install<platform::PasswordQuestion>(passwordQuestion);
+        platform::install<platform::Console>(logConsole);
+        dialogue.onInterruption([this] { screen.paragraph(goesOn); });
+    }
+};
+
+/// What a run tells, on the screen.
+class ScreenOutput : public cli::TextOutput {
+public:
+    explicit ScreenOutput(terminal::Screen& screen) : screen_(screen) {}
+
+    void paragraph(std::string_view text) override { screen_.paragraph(text); }
+    void line(std::string_view text) override { screen_.line(text); }
+    void gap() override { screen_.gap(); }
+
+private:
+    terminal::Screen& screen_;
+};
+
+} // namespace
+
+ExitStatus listMain(const cli::Options& options, Inventory& inventory) {
+    const auto removeShared = options.removeShared ? RemoveShared::yes : RemoveShared::no;
+    const auto rows = inventory.take(removeShared, Sizes::yes);
+    std::cout << (options.json ? cli::listAsJson(rows, removeShared)
+                               : terminal::inUsersCharacters(cli::listAsText(rows)))
+              << std::flush;
+    if (!std::cout) {
+        throw platform::Exception("QFListUnwritable", "cannot write the list");
+    }
+    return ExitStatus::complete;
+}
+
+ExitStatus terminalMain(const cli::Options& options, const std::string& interfaceFile,
+                        Inventory& inventory,
+                        const std::function<void(platform::Interface&)>& awake) {
+    static auto& user = *new UserInterface(options);
+    ScreenOutput output(user.screen);
+    cli::Run run(options, inventory, user.observation, output);
+    run.prepare();
+    terminal::Interface interface(interfaceFile, user.application, user.dialogue, user.manner);
+    auto& mainWindow = interface.window(mainWindowOutlet);
+    user.application.setMainWindow(&mainWindow);
+    if (options.removeShared) {
+        interface.tick(removeSharedOutlet);
+    }
+    interface.onConfirmation([&] {
+        const bool goes = interface.checkBox(removeSharedOutlet).state() == 1;
+        run.begin(goes ? RemoveShared::yes : RemoveShared::no);
+    });
+    awake(interface);
+    mainWindow.makeKeyAndOrderFront();
+    user.application.run();
+    return run.finish();
+}
+
+} // namespace start

@@ -1,0 +1,16 @@
+#include "platform/terminal/RunAgain.h"
+
+#include <unistd.h>
+
+namespace platform::terminal {
+
+void runAgain(std::vector<std::string> arguments) {
+    std::vector<char*> pointers;
+    for (auto& argument : arguments) {
+        pointers.push_back(argument.data());
+    }
+    pointers.push_back(nullptr);
+    ::execv("/proc/self/exe", pointers.data());
+}
+
+} // namespace platform::terminal
