@@ -7,11 +7,11 @@
 #include "platform/foundation/Thread.h"
 #include "util/alert/QFAlert.h"
 
-AppController::AppController(platform::Interface& interface)
+AppController::AppController(platform::Interface& interface, PlanObserver& observer)
     : windowMain_(interface.window("windowMain")),
       removeSharedCheck_(interface.checkBox("removeSharedCheck")),
       windowProgress_(interface.window("windowProgress")),
-      progressBar_(interface.progressIndicator("progressBar")) {
+      progressBar_(interface.progressIndicator("progressBar")), observer_(observer) {
     interface.setAction("uninstall:", [this] { uninstall(); });
     interface.setAction("cancel:", [this] { cancel(); });
 }
@@ -26,7 +26,8 @@ void AppController::uninstall() {
 
 void AppController::beginUninstall() {
     const bool removeShared = removeSharedCheck_.state() == 1;
-    walkUninstallPlan(uninstallPlan(removeShared ? RemoveShared::yes : RemoveShared::no));
+    walkUninstallPlan(uninstallPlan(removeShared ? RemoveShared::yes : RemoveShared::no),
+                      observer_);
     platform::service<platform::Application>().performOnMainThread([this] { endProgress(); },
                                                                    platform::Wait::untilDone);
 }

@@ -7,6 +7,8 @@ class ProgressIndicator;
 class Window;
 } // namespace platform
 
+class PlanObserver;
+
 /// Owns the flow of the uninstaller: the main window, one run of the plan on a worker thread while
 /// the progress window is shown, the completion alert, the end.
 ///
@@ -15,9 +17,9 @@ class Window;
 class AppController {
 public:
     /// Connects the four outlets and the two actions, "uninstall:" and "cancel:". Throws
-    /// platform::Exception when the interface lacks one of them. The interface outlives this.
-    /// Main thread only.
-    explicit AppController(platform::Interface& interface);
+    /// platform::Exception when the interface lacks one of them. The observer is told of the run.
+    /// Both outlive this. Main thread only.
+    AppController(platform::Interface& interface, PlanObserver& observer);
 
     /// Called when the interface has been loaded; there is nothing to prepare.
     void awakeFromNib() {}
@@ -43,4 +45,5 @@ private:
     platform::CheckBox& removeSharedCheck_;
     platform::Window& windowProgress_;
     platform::ProgressIndicator& progressBar_;
+    PlanObserver& observer_;
 };

@@ -152,14 +152,15 @@ std::vector<std::string> pathsOfReceipts(const std::string& library, const std::
     return paths;
 }
 
-void perform(const PlanRow& row) {
+void perform(const PlanRow& row, PlanObserver& observer) {
     if (row.action == PlanAction::kill) {
         QFTaskEx::runTask(row.subject, row.names);
     } else if (row.action == PlanAction::removeAgent) {
         QFLaunchd::removeLaunchAgent(row.subject, Domain::user);
     }
     for (const auto& path : pathsToTrash(row)) {
-        QFFileManager::trashFile(path);
+        observer.itemBegan(path);
+        observer.itemEnded(path, QFFileManager::trashFileWithResult(path, ShouldAuth::yes));
     }
 }
 
@@ -206,12 +207,14 @@ std::vector<std::string> pathsToTrash(const PlanRow& row) {
     return {};
 }
 
-void walkUninstallPlan(const std::vector<PlanRow>& rows) {
+void walkUninstallPlan(const std::vector<PlanRow>& rows, PlanObserver& observer) {
     for (const auto& row : rows) {
+        observer.rowBegan(row);
         try {
-            perform(row);
+            perform(row, observer);
         } catch (const platform::Exception& exception) {
             QFException::logException(exception, "walkUninstallPlan");
         }
+        observer.rowEnded(row);
     }
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "app/PlanObserver.h"
+
 #include <string>
 #include <vector>
 
@@ -37,8 +39,8 @@ std::vector<PlanRow> uninstallPlan(RemoveShared removeShared);
 /// be listed. Throws the platform exceptions of what it asks the system. Any thread may call it.
 std::vector<std::string> pathsToTrash(const PlanRow& row);
 
-/// Performs the rows from the first to the last. No row's result is looked at, and none can stop
-/// the walk: what cannot be removed stays where it is. A platform exception that a row lets out is
-/// logged. Runs on the caller's thread, which it blocks until the last row is done; never the main
-/// thread.
-void walkUninstallPlan(const std::vector<PlanRow>& rows);
+/// Performs the rows from the first to the last, and tells the observer. No row's result is looked
+/// at, and none can stop the walk: what cannot be removed stays where it is. A platform exception
+/// that a row lets out is logged. Runs on the caller's thread, which it blocks until the last row
+/// is done; never the main thread.
+void walkUninstallPlan(const std::vector<PlanRow>& rows, PlanObserver& observer);

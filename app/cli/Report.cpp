@@ -1,6 +1,6 @@
 #include "app/cli/Report.h"
 
-#include "app/cli/Observation.h"
+#include "app/cli/RunObserver.h"
 #include "platform/FileSystem.h"
 #include "platform/Services.h"
 #include "platform/SystemInformation.h"
@@ -59,15 +59,15 @@ const char* nameOf(Outcome outcome) {
     return "";
 }
 
-std::string whyLeft(const std::string& path, Observation& observation) {
-    if (observation.wasMoved(path)) {
+std::string whyLeft(const std::string& path, const RunObserver& observer) {
+    if (observer.wasMoved(path)) {
         return movedButBack;
     }
-    const auto reason = observation.whyNotMoved(path);
+    const auto reason = observer.whyNotMoved(path);
     return reason.empty() ? unexplained : reason;
 }
 
-RowOutcome outcomeOf(const InventoryRow& row, Observation& observation) {
+RowOutcome outcomeOf(const InventoryRow& row, const RunObserver& observer) {
     if (row.state == ItemState::none) {
         return {row, Outcome::signalled, {}};
     }
@@ -75,7 +75,7 @@ RowOutcome outcomeOf(const InventoryRow& row, Observation& observation) {
         return {row, Outcome::absent, {}};
     }
     if (platform::service<platform::FileSystem>().exists(row.path)) {
-        return {row, Outcome::left, whyLeft(row.path, observation)};
+        return {row, Outcome::left, whyLeft(row.path, observer)};
     }
     if (row.state == ItemState::repeated) {
         return {row, Outcome::absent, {}};
@@ -169,11 +169,11 @@ std::string written(const Json& document) {
 } // namespace
 
 std::vector<RowOutcome> outcomesOf(const std::vector<InventoryRow>& before,
-                                   Observation& observation) {
+                                   const RunObserver& observer) {
     std::vector<RowOutcome> outcomes;
     outcomes.reserve(before.size());
     for (const auto& row : before) {
-        outcomes.push_back(outcomeOf(row, observation));
+        outcomes.push_back(outcomeOf(row, observer));
     }
     return outcomes;
 }

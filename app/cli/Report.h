@@ -9,7 +9,7 @@
 
 namespace cli {
 
-class Observation;
+class RunObserver;
 
 /// What became of a row.
 enum class Outcome {
@@ -30,7 +30,7 @@ struct RowOutcome {
 /// What became of each row, from how it stood before the run, what was seen during it and what
 /// stands there now. An item of a repeated row that has gone was absent when that row came.
 std::vector<RowOutcome> outcomesOf(const std::vector<InventoryRow>& before,
-                                   Observation& observation);
+                                   const RunObserver& observer);
 
 /// The rows as lines for a person, the sums last.
 std::string listAsText(const std::vector<InventoryRow>& rows);

@@ -35,9 +35,9 @@ std::string reportPath(const Options& options) {
 
 } // namespace
 
-Run::Run(const Options& options, Inventory& inventory, Observation& observation, TextOutput& output)
-    : inventory_(inventory), observation_(observation), output_(output),
-      report_(reportPath(options)),
+Run::Run(const Options& options, Inventory& inventory, const RunObserver& observer,
+         TextOutput& output)
+    : inventory_(inventory), observer_(observer), output_(output), report_(reportPath(options)),
       removeShared_(options.removeShared ? RemoveShared::yes : RemoveShared::no) {
 }
 
@@ -61,8 +61,7 @@ ExitStatus Run::finish() {
         write("cancelled", {});
         return ExitStatus::cancelled;
     }
-    observation_.waitForMovers();
-    const auto outcomes = outcomesOf(before_, observation_);
+    const auto outcomes = outcomesOf(before_, observer_);
     std::vector<RowOutcome> left;
     std::ranges::copy_if(outcomes, std::back_inserter(left), [](const RowOutcome& outcome) {
         return outcome.outcome == Outcome::left && outcome.row.state == ItemState::found;

@@ -2,8 +2,8 @@
 
 #include "app/cli/CommandLine.h"
 #include "app/cli/ExitStatus.h"
-#include "app/cli/Observation.h"
 #include "app/cli/Report.h"
+#include "app/cli/RunObserver.h"
 #include "app/cli/TextOutput.h"
 
 #include <string>
@@ -17,7 +17,8 @@ class Run {
 public:
     /// What it is given outlives it. Throws as prepare() does where a relative report has no
     /// folder.
-    Run(const Options& options, Inventory& inventory, Observation& observation, TextOutput& output);
+    Run(const Options& options, Inventory& inventory, const RunObserver& observer,
+        TextOutput& output);
 
     /// Writes a report that the run goes on. Throws platform::Exception "QFReportUnwritable", whose
     /// reason says why, when that cannot be done. Nothing is written where no report is wanted.
@@ -35,7 +36,7 @@ private:
     void write(const std::string& result, const std::vector<RowOutcome>& outcomes);
 
     Inventory& inventory_;
-    Observation& observation_;
+    const RunObserver& observer_;
     TextOutput& output_;
     std::string report_;
     RemoveShared removeShared_;

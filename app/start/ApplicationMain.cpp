@@ -1,5 +1,6 @@
 #include "app/start/ApplicationMain.h"
 
+#include "app/PlanObserver.h"
 #include "app/start/TerminalMain.h"
 #include "platform/Services.h"
 #include "platform/SystemInformation.h"
@@ -42,7 +43,7 @@ void reportFailure(const std::string& reason) {
 }
 
 int run(int argc, char** argv, const cli::Options& options, const std::string& interfaceFile,
-        Inventory& inventory, const std::function<void(platform::Interface&)>& awake) {
+        Inventory& inventory, const Awake& awake) {
     const qt::InstanceLock lock(qt::applicationName());
     if (lock.isHeldByAnother()) {
         throw platform::Exception("QFAlreadyRunning", "it is already running");
@@ -51,14 +52,18 @@ int run(int argc, char** argv, const cli::Options& options, const std::string& i
     if (options.uninstall || options.terminal || canOnlyUseTerminal) {
         return static_cast<int>(terminalMain(options, interfaceFile, inventory, awake));
     }
-    return qt::windowedMain(argc, argv, interfaceFile, awake,
-                            [argv](const std::string& reason) { askOnTerminal(*argv, reason); });
+    // Windows tell nothing of a run; its thread may still call the observer when this returns.
+    static auto& nobody = *new PlanObserver;
+    return qt::windowedMain(
+        argc, argv, interfaceFile,
+        [&awake](platform::Interface& interface) { awake(interface, nobody); },
+        [argv](const std::string& reason) { askOnTerminal(*argv, reason); });
 }
 
 } // namespace
 
 int applicationMain(int argc, char** argv, const std::string& interfaceFile, Inventory& inventory,
-                    const std::function<void(platform::Interface&)>& awake) {
+                    const Awake& awake) {
     qt::nameApplication(argv);
     const auto version =
         platform::service<platform::SystemInformation>().bundleVersion().value_or("");

@@ -1,9 +1,8 @@
 #pragma once
 
 #include "app/Inventory.h"
-#include "platform/Windows.h"
+#include "app/start/Awake.h"
 
-#include <functional>
 #include <string>
 
 namespace start {
@@ -20,6 +19,6 @@ namespace start {
 /// what the controller asks for, while another process of the same user runs the application, or
 /// with nobody to ask. The statuses are those that the option --help explains.
 int applicationMain(int argc, char** argv, const std::string& interfaceFile, Inventory& inventory,
-                    const std::function<void(platform::Interface&)>& awake);
+                    const Awake& awake);
 
 } // namespace start

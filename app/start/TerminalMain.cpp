@@ -32,7 +32,7 @@ struct UserInterface {
     terminal::AlertPanels alertPanels{application, dialogue, manner};
     terminal::PasswordQuestion passwordQuestion;
     terminal::LogConsole logConsole;
-    cli::Observation observation;
+    cli::RunObserver observer;
 
     explicit UserInterface(const cli::Options& options)
         : manner(options.uninstall ? terminal::Manner::silent : terminal::Manner::asks),
@@ -75,11 +75,10 @@ ExitStatus listMain(const cli::Options& options, Inventory& inventory) {
 }
 
 ExitStatus terminalMain(const cli::Options& options, const std::string& interfaceFile,
-                        Inventory& inventory,
-                        const std::function<void(platform::Interface&)>& awake) {
+                        Inventory& inventory, const Awake& awake) {
     static auto& user = *new UserInterface(options);
     ScreenOutput output(user.screen);
-    cli::Run run(options, inventory, user.observation, output);
+    cli::Run run(options, inventory, user.observer, output);
     run.prepare();
     terminal::Interface interface(interfaceFile, user.application, user.dialogue, user.manner);
     auto& mainWindow = interface.window(mainWindowOutlet);
@@ -91,7 +90,7 @@ ExitStatus terminalMain(const cli::Options& options, const std::string& interfac
         const bool goes = interface.checkBox(removeSharedOutlet).state() == 1;
         run.begin(goes ? RemoveShared::yes : RemoveShared::no);
     });
-    awake(interface);
+    awake(interface, user.observer);
     mainWindow.makeKeyAndOrderFront();
     user.application.run();
     return run.finish();

@@ -3,9 +3,8 @@
 #include "app/Inventory.h"
 #include "app/cli/CommandLine.h"
 #include "app/cli/ExitStatus.h"
-#include "platform/Windows.h"
+#include "app/start/Awake.h"
 
-#include <functional>
 #include <string>
 
 namespace start {
@@ -21,7 +20,6 @@ cli::ExitStatus listMain(const cli::Options& options, Inventory& inventory);
 /// anything else, so that one that cannot be written ends the run before it has begun. Throws
 /// platform::Exception when the interface file lacks what the controller asks for.
 cli::ExitStatus terminalMain(const cli::Options& options, const std::string& interfaceFile,
-                             Inventory& inventory,
-                             const std::function<void(platform::Interface&)>& awake);
+                             Inventory& inventory, const Awake& awake);
 
 } // namespace start

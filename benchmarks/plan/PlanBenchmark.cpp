@@ -79,10 +79,11 @@ std::string line(Milliseconds time, Milliseconds tools, const std::string& what)
 void walk(TimedLauncher& launcher) {
     const auto begin = Clock::now();
     const auto rows = uninstallPlan(RemoveShared::yes);
+    PlanObserver observer;
     std::string lines = line(Clock::now() - begin, {}, "the plan itself");
     for (const auto& row : rows) {
         const auto rowBegin = Clock::now();
-        walkUninstallPlan({row});
+        walkUninstallPlan({row}, observer);
         const auto time = Clock::now() - rowBegin;
         lines += line(time, launcher.take(), nameOf(row.action) + (" " + row.subject));
     }
@@ -102,12 +103,13 @@ int main(int argc, char** argv) {
     static auto& launcher = *new TimedLauncher(platform::service<platform::ProcessLauncher>());
     platform::install<platform::ProcessLauncher>(launcher);
     PlanInventory inventory;
-    return start::applicationMain(argc, argv, ":/MainMenu.ui", inventory, [](platform::Interface&) {
-        platform::detachNewThread([] {
-            walk(launcher);
-            auto& application = platform::service<platform::Application>();
-            application.performOnMainThread([&] { application.terminate(); },
-                                            platform::Wait::untilDone);
+    return start::applicationMain(
+        argc, argv, ":/MainMenu.ui", inventory, [](platform::Interface&, PlanObserver&) {
+            platform::detachNewThread([] {
+                walk(launcher);
+                auto& application = platform::service<platform::Application>();
+                application.performOnMainThread([&] { application.terminate(); },
+                                                platform::Wait::untilDone);
+            });
         });
-    });
 }

@@ -214,6 +214,7 @@ protected:
 
     Events events;
     FakeInterface interface { events };
+    PlanObserver observer;
     SteppedApplication application{events};
 
 private:
@@ -223,7 +224,7 @@ private:
 };
 
 TEST_F(AppControllerTest, ShowsNothingAndRemovesNothingWhenItAwakes) {
-    AppController controller(interface);
+    AppController controller(interface, observer);
     controller.awakeFromNib();
 
     EXPECT_TRUE(events.all().empty());
@@ -231,7 +232,7 @@ TEST_F(AppControllerTest, ShowsNothingAndRemovesNothingWhenItAwakes) {
 }
 
 TEST_F(AppControllerTest, RemovesNothingAndQuitsAtOnceWhenCancelled) {
-    const AppController controller(interface);
+    const AppController controller(interface, observer);
 
     interface.actions.at("cancel:")();
 
@@ -241,7 +242,7 @@ TEST_F(AppControllerTest, RemovesNothingAndQuitsAtOnceWhenCancelled) {
 }
 
 TEST_F(AppControllerTest, ShowsProgressInPlaceOfTheMainWindow) {
-    const AppController controller(interface);
+    const AppController controller(interface, observer);
 
     const auto endProgress = uninstall();
 
@@ -251,7 +252,7 @@ TEST_F(AppControllerTest, ShowsProgressInPlaceOfTheMainWindow) {
 }
 
 TEST_F(AppControllerTest, EndsWithTheAlertAndTerminatesEvenWithNothingInstalled) {
-    const AppController controller(interface);
+    const AppController controller(interface, observer);
 
     complete(uninstall());
 
@@ -263,7 +264,7 @@ TEST_F(AppControllerTest, EndsWithTheAlertAndTerminatesEvenWithNothingInstalled)
 }
 
 TEST_F(AppControllerTest, WalksThePlanBeforeTheProgressWindowIsHidden) {
-    const AppController controller(interface);
+    const AppController controller(interface, observer);
 
     const auto endProgress = uninstall();
 
@@ -273,7 +274,7 @@ TEST_F(AppControllerTest, WalksThePlanBeforeTheProgressWindowIsHidden) {
 }
 
 TEST_F(AppControllerTest, LeavesSharedItemsAloneWhenTheBoxIsNotTicked) {
-    const AppController controller(interface);
+    const AppController controller(interface, observer);
 
     complete(uninstall());
 
@@ -282,7 +283,7 @@ TEST_F(AppControllerTest, LeavesSharedItemsAloneWhenTheBoxIsNotTicked) {
 
 TEST_F(AppControllerTest, RemovesSharedItemsWhenTheBoxIsTicked) {
     interface.box.shown = 1;
-    const AppController controller(interface);
+    const AppController controller(interface, observer);
 
     complete(uninstall());
 
@@ -291,7 +292,7 @@ TEST_F(AppControllerTest, RemovesSharedItemsWhenTheBoxIsTicked) {
 
 TEST_F(AppControllerTest, TakesTheMixedStateForNotTicked) {
     interface.box.shown = -1;
-    const AppController controller(interface);
+    const AppController controller(interface, observer);
 
     complete(uninstall());
 
@@ -299,7 +300,7 @@ TEST_F(AppControllerTest, TakesTheMixedStateForNotTicked) {
 }
 
 TEST_F(AppControllerTest, ReadsTheBoxOnTheWorkerBeforeAnyRow) {
-    const AppController controller(interface);
+    const AppController controller(interface, observer);
     fileSystem.tools.insert("/usr/bin/killall");
     interface.box.whenRead = [this] {
         EXPECT_FALSE(application.isMainThread());
@@ -318,7 +319,7 @@ class AppControllerOutlets : public AppControllerTest,
 TEST_P(AppControllerOutlets, AreNamedWhenTheInterfaceLacksThem) {
     interface.missing = GetParam();
     try {
-        const AppController controller(interface);
+        const AppController controller(interface, observer);
         FAIL() << "a controller without " << GetParam();
     } catch (const platform::Exception& exception) {
         EXPECT_EQ(exception.reason(), GetParam());

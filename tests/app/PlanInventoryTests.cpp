@@ -201,7 +201,8 @@ TEST_F(PlanInventoryTest, AgreesWithTheWalk) {
         }
     }
 
-    walkUninstallPlan(uninstallPlan(RemoveShared::yes));
+    PlanObserver observer;
+    walkUninstallPlan(uninstallPlan(RemoveShared::yes), observer);
     std::set<std::string> taken;
     for (const auto& item : desktop.recycled) {
         taken.insert(item[0] + "/" + item[2]);

@@ -22,6 +22,11 @@ protected:
         return items;
     }
 
+    static void walk(const std::vector<PlanRow>& rows) {
+        PlanObserver observer;
+        walkUninstallPlan(rows, observer);
+    }
+
     KnowingWorkspace desktop;
 
 private:
@@ -31,8 +36,7 @@ private:
 TEST_F(PlanWalk, StopsProcessesWithOneRunOfTheTool) {
     fileSystem.tools.insert("/usr/bin/killall");
 
-    walkUninstallPlan(
-        {{PlanAction::kill, "/usr/bin/killall", {"Dunmarl", "Quillfen App Launcher"}}});
+    walk({{PlanAction::kill, "/usr/bin/killall", {"Dunmarl", "Quillfen App Launcher"}}});
 
     EXPECT_EQ(launcher.runs, (Lines{"/usr/bin/killall Dunmarl Quillfen App Launcher", "waited"}));
 }
@@ -41,13 +45,13 @@ TEST_F(PlanWalk, TrashesAnApplicationWhereverTheDesktopFindsIt) {
     desktop.applications = {{"com.quillfen.Ospenth", "/Volumes/Tools/Ospenth.app"}};
     fileSystem.folders = {{"/Volumes/Tools/Ospenth.app", Lines{}}};
 
-    walkUninstallPlan({{PlanAction::trashBundle, "com.quillfen.Ospenth", {}}});
+    walk({{PlanAction::trashBundle, "com.quillfen.Ospenth", {}}});
 
     EXPECT_EQ(recycledItems(), Lines{"/Volumes/Tools/Ospenth.app"});
 }
 
 TEST_F(PlanWalk, DoesNothingForAnApplicationThatTheDesktopDoesNotKnow) {
-    walkUninstallPlan({{PlanAction::trashBundle, "com.quillfen.Ospenth", {}}});
+    walk({{PlanAction::trashBundle, "com.quillfen.Ospenth", {}}});
 
     EXPECT_EQ(desktop.lookups, Lines{"com.quillfen.Ospenth"});
     EXPECT_TRUE(desktop.recycled.empty());
@@ -57,7 +61,7 @@ TEST_F(PlanWalk, DoesNothingForAnApplicationThatTheDesktopDoesNotKnow) {
 TEST_F(PlanWalk, TrashesTheItemAtAPath) {
     fileSystem.files = {"/Library/Preferences/com.quillfen.Ospenth.plist"};
 
-    walkUninstallPlan({{PlanAction::trash, "/Library/Preferences/com.quillfen.Ospenth.plist", {}}});
+    walk({{PlanAction::trash, "/Library/Preferences/com.quillfen.Ospenth.plist", {}}});
 
     EXPECT_EQ(recycledItems(), Lines{"/Library/Preferences/com.quillfen.Ospenth.plist"});
 }
@@ -65,7 +69,7 @@ TEST_F(PlanWalk, TrashesTheItemAtAPath) {
 TEST_F(PlanWalk, RemovesTheUsersOwnAgentsAndTheirFiles) {
     fileSystem.files = {"/home/someone/Library/LaunchAgents/com.quillfen.Lunevar.plist"};
 
-    walkUninstallPlan({{PlanAction::removeAgent, "com.quillfen.Lunevar", {}}});
+    walk({{PlanAction::removeAgent, "com.quillfen.Lunevar", {}}});
 
     EXPECT_EQ(launcher.runs,
               (Lines{"/bin/launchctl unload "
@@ -84,14 +88,14 @@ TEST_F(PlanWalk, TrashesReceiptsByPrefixWithoutCaseInListingOrder) {
                         "/Library/Receipts/Install Kelvane Extras.pkg",
                         "/Library/Receipts/An Install Kelvane 3.pkg"};
 
-    walkUninstallPlan({{PlanAction::trashMatching, "/Library", {"Install Kelvane "}}});
+    walk({{PlanAction::trashMatching, "/Library", {"Install Kelvane "}}});
 
     EXPECT_EQ(recycledItems(), (Lines{"/Library/Receipts/install kelvane 2.pkg",
                                       "/Library/Receipts/Install Kelvane Extras.pkg"}));
 }
 
 TEST_F(PlanWalk, TakesReceiptsThatCannotBeListedForNone) {
-    walkUninstallPlan({{PlanAction::trashMatching, "/Library", {"Install Kelvane "}}});
+    walk({{PlanAction::trashMatching, "/Library", {"Install Kelvane "}}});
 
     EXPECT_TRUE(desktop.recycled.empty());
 }
@@ -101,17 +105,73 @@ TEST_F(PlanWalk, GoesOnAfterARowThatFails) {
     desktop.errors = {{"/x/a", {}}};
     services.createStatus = platform::errAuthorizationDenied;
 
-    walkUninstallPlan({{PlanAction::trash, "/x/a", {}}, {PlanAction::trash, "/x/b", {}}});
+    walk({{PlanAction::trash, "/x/a", {}}, {PlanAction::trash, "/x/b", {}}});
 
     EXPECT_EQ(desktop.recycled.size(), 2U);
+}
+
+/// Keeps what it is told, in order.
+class RecordingObserver : public PlanObserver {
+public:
+    std::vector<std::string> events;
+    std::map<std::string, TrashResult> results;
+
+    void rowBegan(const PlanRow& row) override { events.push_back("begin " + row.subject); }
+    void itemBegan(const std::string& path) override { events.push_back("try " + path); }
+    void itemEnded(const std::string& path, const TrashResult& result) override {
+        events.push_back("tried " + path);
+        results[path] = result;
+    }
+    void rowEnded(const PlanRow& row) override { events.push_back("end " + row.subject); }
+};
+
+TEST_F(PlanWalk, TellsOfRowsAndItemsInTheirOrder) {
+    fileSystem.folders["/Library/Receipts"] = Lines{"Install Kelvane 1.pkg"};
+    RecordingObserver observer;
+
+    walkUninstallPlan({{PlanAction::trashMatching, "/Library", {"Install Kelvane "}},
+                       {PlanAction::trashBundle, "com.quillfen.Ospenth", {}}},
+                      observer);
+
+    EXPECT_EQ(observer.events,
+              (Lines{"begin /Library", "try /Library/Receipts/Install Kelvane 1.pkg",
+                     "tried /Library/Receipts/Install Kelvane 1.pkg", "end /Library",
+                     "begin com.quillfen.Ospenth", "end com.quillfen.Ospenth"}));
+}
+
+TEST_F(PlanWalk, TellsAnItemsOwnResult) {
+    fileSystem.files = {"/x/a", "/x/b"};
+    desktop.errors = {{"/x/a", {.localizedDescription = "It is closed."}}};
+    services.rightsStatus = platform::errAuthorizationCanceled;
+    RecordingObserver observer;
+
+    walkUninstallPlan({{PlanAction::trash, "/x/a", {}},
+                       {PlanAction::trash, "/x/b", {}},
+                       {PlanAction::trash, "/x/c", {}}},
+                      observer);
+
+    const auto& closed = observer.results.at("/x/a");
+    EXPECT_EQ(closed.outcome, TrashOutcome::failed);
+    EXPECT_EQ(closed.error->localizedDescription, "It is closed.");
+    EXPECT_EQ(closed.right, platform::errAuthorizationCanceled);
+    EXPECT_EQ(observer.results.at("/x/b").outcome, TrashOutcome::moved);
+    EXPECT_EQ(observer.results.at("/x/c").outcome, TrashOutcome::absent);
+}
+
+TEST_F(PlanWalk, EndsARowThatAnExceptionEnded) {
+    desktop.failure = platform::Exception("NSInternalException", "the desktop is gone");
+    RecordingObserver observer;
+
+    walkUninstallPlan({{PlanAction::trashBundle, "com.quillfen.Ospenth", {}}}, observer);
+
+    EXPECT_EQ(observer.events, (Lines{"begin com.quillfen.Ospenth", "end com.quillfen.Ospenth"}));
 }
 
 TEST_F(PlanWalk, LogsAnExceptionThatARowLetsOutAndGoesOn) {
     desktop.failure = platform::Exception("NSInternalException", "the desktop is gone");
     fileSystem.files = {"/x/b"};
 
-    walkUninstallPlan(
-        {{PlanAction::trashBundle, "com.quillfen.Ospenth", {}}, {PlanAction::trash, "/x/b", {}}});
+    walk({{PlanAction::trashBundle, "com.quillfen.Ospenth", {}}, {PlanAction::trash, "/x/b", {}}});
 
     EXPECT_EQ(loggedLines(), Lines{"Exception in walkUninstallPlan. NSInternalException - the "
                                    "desktop is gone."});
@@ -158,7 +218,7 @@ protected:
 };
 
 TEST_F(WholePlanWalk, TouchesNothingOfTheSharedToolsUnlessTheyGoToo) {
-    walkUninstallPlan(uninstallPlan(RemoveShared::no));
+    walk(uninstallPlan(RemoveShared::no));
 
     ASSERT_FALSE(recycledItems().empty());
     EXPECT_EQ(recycledSharedItems(), Lines{});
@@ -168,7 +228,7 @@ TEST_F(WholePlanWalk, TouchesNothingOfTheSharedToolsUnlessTheyGoToo) {
 }
 
 TEST_F(WholePlanWalk, TrashesTheSharedToolsWhenTheyGoToo) {
-    walkUninstallPlan(uninstallPlan(RemoveShared::yes));
+    walk(uninstallPlan(RemoveShared::yes));
 
     EXPECT_EQ(
         recycledSharedItems(),

@@ -15,7 +15,9 @@
 #include <ctime>
 #include <ios>
 #include <limits>
+#include <memory>
 #include <string_view>
+#include <utility>
 
 namespace path = platform::path;
 
@@ -63,14 +65,28 @@ bool bothGiven(const std::optional<std::string>& source,
     return true;
 }
 
-/// Starts a tool with the rights that the process has itself, and does not wait for it. What keeps
-/// it from starting is for the system log alone: callers take the tool for started.
-void startAsSuperuser(const std::string& tool, const std::vector<std::string>& arguments) {
+/// Starts a tool with the rights that the process has itself. What keeps it from starting is for
+/// the system log alone: callers take the tool for started.
+QFAuthorization::StartedTool startAsSuperuser(const std::string& tool,
+                                              const std::vector<std::string>& arguments) {
     try {
-        QFTaskEx::runTaskAndReturn(tool, arguments);
+        if (auto process = QFTaskEx::runTaskAndReturn(tool, arguments)) {
+            return {.waitUntilExit = [process] { process->waitUntilExit(); }};
+        }
     } catch (const platform::Exception& exception) {
         platform::systemLog("%@", exception.reason());
     }
+    return {};
+}
+
+// A tool that this machine replaces by a stand-in does not exist at its path, but can be run.
+bool isMissing(const std::string& tool) {
+    auto& disk = platform::service<platform::FileSystem>();
+    const bool missing = !disk.exists(tool) && !disk.isExecutable(tool);
+    if (missing) {
+        platform::systemLog(toolDoesNotExist, tool);
+    }
+    return missing;
 }
 
 std::vector<platform::DirectoryEntry> entries(const std::string& folder) {
@@ -89,10 +105,7 @@ std::string timestamp() {
 
 int QFAuthorization::authExecTask(const std::string& path,
                                   const std::vector<std::string>& parameters, Async async) {
-    // A tool that this machine replaces by a stand-in does not exist at its path, but can be run.
-    if (!platform::service<platform::FileSystem>().exists(path) &&
-        !platform::service<platform::FileSystem>().isExecutable(path)) {
-        platform::systemLog(toolDoesNotExist, path);
+    if (isMissing(path)) {
         return toolMissing;
     }
     if (isSuperuser()) {
@@ -103,16 +116,9 @@ int QFAuthorization::authExecTask(const std::string& path,
         }
         return 0;
     }
-    if (!isAuthorized()) {
-        authStart();
-    }
-    if (!isAuthorized()) {
-        return notAuthorized;
-    }
-    const auto tool = platform::service<platform::AuthorizationServices>().executeWithPrivileges(
-        authRef_, path, platform::kAuthorizationFlagDefaults, parameters);
-    if (async == Async::no && tool.status == platform::errAuthorizationSuccess) {
-        tool.output->ignore(std::numeric_limits<std::streamsize>::max());
+    const auto tool = startWithRight(path, parameters);
+    if (async == Async::no && tool.waitUntilExit) {
+        tool.waitUntilExit();
     }
     return tool.status;
 }
@@ -122,14 +128,32 @@ int QFAuthorization::authExecTask(const std::string& path,
     return authExecTask(path, parameters, Async::yes);
 }
 
-// For the superuser the tool is started without a look whether it exists.
-bool QFAuthorization::startTool(const std::string& path,
+QFAuthorization::StartedTool
+QFAuthorization::startWithRight(const std::string& path,
                                 const std::vector<std::string>& arguments) {
-    if (isSuperuser()) {
-        startAsSuperuser(path, arguments);
-        return true;
+    const auto answer = isAuthorized() ? std::nullopt : obtainRight();
+    if (!isAuthorized()) {
+        return {.status = notAuthorized, .right = answer};
     }
-    return authExecTask(path, arguments) == 0;
+    auto tool = platform::service<platform::AuthorizationServices>().executeWithPrivileges(
+        authRef_, path, platform::kAuthorizationFlagDefaults, arguments);
+    if (tool.status != platform::errAuthorizationSuccess) {
+        return {.status = tool.status, .right = tool.status};
+    }
+    // The output ends when the tool has ended.
+    const std::shared_ptr<std::istream> output = std::move(tool.output);
+    return {.right = tool.status, .waitUntilExit = [output] {
+                output->ignore(std::numeric_limits<std::streamsize>::max());
+            }};
+}
+
+// For the superuser the tool is started without a look whether it exists.
+QFAuthorization::StartedTool QFAuthorization::startTool(const std::string& path,
+                                                        const std::vector<std::string>& arguments) {
+    if (isSuperuser()) {
+        return startAsSuperuser(path, arguments);
+    }
+    return isMissing(path) ? StartedTool{.status = toolMissing} : startWithRight(path, arguments);
 }
 
 bool QFAuthorization::authRemoveFile(const std::string& path) {
@@ -145,15 +169,19 @@ bool QFAuthorization::authTrashFile(const std::string& path) {
 
 bool QFAuthorization::authTrashFile(const std::string& path,
                                     DeleteOnRootAccount deleteOnRootAccount) {
+    if (!deletesInsteadOfTrashing(deleteOnRootAccount)) {
+        return startTrashing(path).status == 0;
+    }
+    return !isRefused(path, refusedToTrash) && authRemoveFile(trashDestination(path));
+}
+
+QFAuthorization::StartedTool QFAuthorization::startTrashing(const std::string& path) {
     if (isRefused(path, refusedToTrash)) {
-        return false;
+        return {.status = refused};
     }
     const std::string destination = trashDestination(path);
-    if (deletesInsteadOfTrashing(deleteOnRootAccount)) {
-        return authRemoveFile(destination);
-    }
     makeOwnTrash();
-    return authMoveFile(path, destination);
+    return startMoving(path, destination);
 }
 
 bool QFAuthorization::deletesInsteadOfTrashing(DeleteOnRootAccount deleteOnRootAccount) const {
@@ -215,12 +243,16 @@ bool QFAuthorization::authMoveFolderContents(const std::string& path, const std:
 
 bool QFAuthorization::authMoveFile(const std::optional<std::string>& path,
                                    const std::optional<std::string>& toPath) {
-    if (!bothGiven(path, toPath, moveFromNothing, moveToNothing) ||
-        isRefused(*path, refusedToMove) ||
-        !platform::service<platform::FileSystem>().exists(*path)) {
-        return false;
+    return bothGiven(path, toPath, moveFromNothing, moveToNothing) &&
+           startMoving(*path, *toPath).status == 0;
+}
+
+QFAuthorization::StartedTool QFAuthorization::startMoving(const std::string& path,
+                                                          const std::string& toPath) {
+    if (isRefused(path, refusedToMove) || !platform::service<platform::FileSystem>().exists(path)) {
+        return {.status = refused};
     }
-    return startTool("/bin/mv", {"-f", *path, *toPath});
+    return startTool("/bin/mv", {"-f", path, toPath});
 }
 
 bool QFAuthorization::authCopyFile(const std::optional<std::string>& path,
@@ -229,7 +261,7 @@ bool QFAuthorization::authCopyFile(const std::optional<std::string>& path,
         !platform::service<platform::FileSystem>().exists(*path)) {
         return false;
     }
-    return startTool("/bin/cp", {"-f", "-p", "-R", *path, *toPath});
+    return startTool("/bin/cp", {"-f", "-p", "-R", *path, *toPath}).status == 0;
 }
 
 bool QFAuthorization::authCreateDir(const std::string& path) {

@@ -141,29 +141,35 @@ bool QFAuthorization::canAuthorize() const {
 }
 
 bool QFAuthorization::authStart() {
+    return obtainRight() == errAuthorizationSuccess;
+}
+
+// Without a value where nobody may be asked.
+std::optional<platform::AuthorizationStatus> QFAuthorization::obtainRight() {
     // Who comes while the question is on the screen waits for its answer instead of asking again.
     const std::lock_guard lock(starting_);
     if (isAuthorized()) {
-        return true;
+        return errAuthorizationSuccess;
     }
     // A right that has not lasted is given up before another is asked for.
     authEnd();
     if (!hasGUI_) {
         platform::systemLog(unableToAuthorize);
-        return false;
+        return std::nullopt;
     }
     auto& services = authorizationServices();
     const auto created = services.create({}, kAuthorizationFlagDefaults);
     if (created.status != errAuthorizationSuccess) {
-        return false;
+        return created.status;
     }
-    if (services.copyRights(created.ref, administratorRight(), {}, interactiveFlags) ==
-        errAuthorizationSuccess) {
+    const auto answer =
+        services.copyRights(created.ref, administratorRight(), {}, interactiveFlags);
+    if (answer == errAuthorizationSuccess) {
         authRef_ = created.ref;
-        return true;
+    } else {
+        services.free(created.ref, kAuthorizationFlagDefaults);
     }
-    services.free(created.ref, kAuthorizationFlagDefaults);
-    return false;
+    return answer;
 }
 
 bool QFAuthorization::authStartWithUser(const std::optional<std::string>& user,

@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -91,10 +92,24 @@ public:
     bool hasGUI() const { return hasGUI_; }
     void setHasGUI(bool hasGUI) { hasGUI_ = hasGUI; }
 
-    /// What authExecTask gives when the right was not obtained, and when there is no such tool.
+    /// What authExecTask returns when the right was not obtained, and when there is no such tool.
     /// Other numbers are the platform's; 0 is success.
     static constexpr int notAuthorized = -1;
     static constexpr int toolMissing = -2;
+    /// The status of a file operation that was refused before any tool was looked for.
+    static constexpr int refused = -3;
+
+    /// A tool that a file operation started, or why it did not.
+    struct StartedTool {
+        /// 0 when the tool was started; otherwise as authExecTask, or `refused`.
+        int status = 0;
+        /// What the platform answered to the last request that needed the right; none when it was
+        /// not asked.
+        std::optional<platform::AuthorizationStatus> right;
+        /// Waits until the tool has ended, however it ends. Empty when there is nothing to wait
+        /// for. Any thread may call it, once.
+        std::function<void()> waitUntilExit;
+    };
 
     /// Runs a tool with arguments as the superuser, obtaining the right first if it is not held.
     ///
@@ -121,6 +136,9 @@ public:
     /// that place in the Trash instead, and leaves the item where it is.
     bool authTrashFile(const std::string& path);
     bool authTrashFile(const std::string& path, DeleteOnRootAccount deleteOnRootAccount);
+
+    /// As authTrashFile with DeleteOnRootAccount::no; the result can be waited for.
+    StartedTool startTrashing(const std::string& path);
 
     /// Moves every entry of a folder into the user's Trash, going on after a failure. With
     /// DeleteOnRootAccount::yes a superuser process that knows no user deletes them instead. True
@@ -152,7 +170,10 @@ private:
 
     QFAuthorization& init(UserInterface userInterface);
     bool deletesInsteadOfTrashing(DeleteOnRootAccount deleteOnRootAccount) const;
-    bool startTool(const std::string& path, const std::vector<std::string>& arguments);
+    std::optional<platform::AuthorizationStatus> obtainRight();
+    StartedTool startWithRight(const std::string& path, const std::vector<std::string>& arguments);
+    StartedTool startTool(const std::string& path, const std::vector<std::string>& arguments);
+    StartedTool startMoving(const std::string& path, const std::string& toPath);
     std::string trashDestination(const std::string& path) const;
     void makeOwnTrash() const;
 

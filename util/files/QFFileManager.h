@@ -5,6 +5,7 @@
 #include "platform/foundation/Value.h"
 #include "util/files/FileCopy.h"
 #include "util/files/Finder.h"
+#include "util/files/TrashResult.h"
 
 #include <cstdint>
 #include <memory>
@@ -51,6 +52,9 @@ public:
     static bool trashFile(const std::string& path);
     static bool trashFile(const std::string& path, ShouldAuth shouldAuth);
     static bool trashFile(const std::string& path, platform::Timeout timeout);
+
+    /// As trashFile; tells what became of the item, and why it was not moved.
+    static TrashResult trashFileWithResult(const std::string& path, ShouldAuth shouldAuth);
 
     /// Trashes every entry of a folder, as trashFile does, going on after a failure, and keeps the
     /// folder. True when none failed, so for an empty folder too.

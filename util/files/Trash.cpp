@@ -13,6 +13,7 @@
 #include "util/paths/QFLocalPaths.h"
 
 #include <string_view>
+#include <utility>
 
 namespace path = platform::path;
 namespace text = platform::text;
@@ -54,11 +55,26 @@ bool QFFileManager::trashFile(const std::string& path) {
 }
 
 bool QFFileManager::trashFile(const std::string& path, ShouldAuth shouldAuth) {
+    return trashFileWithResult(path, shouldAuth).outcome != TrashOutcome::failed;
+}
+
+TrashResult QFFileManager::trashFileWithResult(const std::string& path, ShouldAuth shouldAuth) {
     unlockFile(path);
-    if (!fileExistsAtPath(path) || !recycle(path)) {
-        return true;
+    if (!fileExistsAtPath(path)) {
+        return {.outcome = TrashOutcome::absent};
     }
-    return shouldAuth == ShouldAuth::yes && QFAuthorization::sharedController().authTrashFile(path);
+    auto error = recycle(path);
+    if (!error) {
+        return {.outcome = TrashOutcome::moved};
+    }
+    if (shouldAuth == ShouldAuth::no) {
+        return {.outcome = TrashOutcome::failed, .error = std::move(error)};
+    }
+    auto tool = QFAuthorization::sharedController().startTrashing(path);
+    return {.outcome = tool.status == 0 ? TrashOutcome::handedOver : TrashOutcome::failed,
+            .error = std::move(error),
+            .right = tool.right,
+            .waitUntilDone = std::move(tool.waitUntilExit)};
 }
 
 bool QFFileManager::trashFile(const std::string& path, platform::Timeout timeout) {

@@ -1,12 +1,10 @@
 #include "app/cli/Report.h"
 
-#include "app/cli/Observation.h"
 #include "app/cli/Run.h"
+#include "app/cli/RunObserver.h"
 #include "platform/SystemInformation.h"
-#include "tests/support/AuthorizationDouble.h"
 #include "tests/support/FileSystemDoubles.h"
 #include "tests/support/PortDoubles.h"
-#include "tests/support/ProcessLauncherDouble.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
@@ -15,10 +13,10 @@
 #include <filesystem>
 
 using cli::ExitStatus;
-using cli::Observation;
 using cli::Options;
 using cli::Outcome;
 using cli::outcomesOf;
+using cli::RunObserver;
 using nlohmann::json;
 using platform::ScopedService;
 using ::testing::HasSubstr;
@@ -74,34 +72,30 @@ InventoryRow rowOf(const std::string& path, ItemState state,
     return {action, path, {}, path, state, state == ItemState::found ? 1234U : 0U};
 }
 
-/// What is observed at ports of doubles. The observation installs itself, so the doubles' scopes
-/// are outside.
+TrashResult failure(const std::string& why, std::optional<platform::AuthorizationStatus> right) {
+    return {.outcome = TrashOutcome::failed,
+            .error = platform::Error{.localizedDescription = why},
+            .right = right};
+}
+
 class ReportTest : public ::testing::Test {
 protected:
-    static std::optional<platform::Error> recycle(const std::string& name) {
-        return platform::service<platform::Workspace>().recycle("/x", "/trash", name);
-    }
-    static void askForRight() {
-        (void)platform::service<platform::AuthorizationServices>().copyRights({}, {}, {}, 0);
+    Outcome outcomeOf(const InventoryRow& row) {
+        return outcomesOf({row}, observer).front().outcome;
     }
 
-    Outcome outcomeOf(const InventoryRow& row) {
-        return outcomesOf({row}, *observation).front().outcome;
+    std::string reasonOf(const std::string& path) {
+        disk.files.insert(path);
+        return outcomesOf({rowOf(path, ItemState::found)}, observer).front().reason;
     }
 
     WritableFileSystem disk;
-    RecordingWorkspace workspace;
-    RecordingAuthorizationServices services;
-    RecordingProcessLauncher launcher;
     FakeAccount account;
     Information information;
     ScopedService<platform::FileSystem> diskScope{disk};
-    ScopedService<platform::Workspace> workspaceScope{workspace};
-    ScopedService<platform::AuthorizationServices> servicesScope{services};
-    ScopedService<platform::ProcessLauncher> launcherScope{launcher};
     ScopedService<platform::UserAccount> accountScope{account};
     ScopedService<platform::SystemInformation> informationScope{information};
-    std::unique_ptr<Observation> observation = std::make_unique<Observation>();
+    RunObserver observer;
     KeptOutput output;
     FixedInventory inventory;
 };
@@ -119,61 +113,50 @@ TEST_F(ReportTest, TellsWhatBecameOfARow) {
 }
 
 TEST_F(ReportTest, TellsWhyAnItemWasLeft) {
-    disk.files = {"/x/a", "/x/b", "/x/c", "/x/d"};
-    workspace.errors = {{"/x/a", {.localizedDescription = "It is closed."}},
-                        {"/x/b", {.localizedDescription = "It is nailed down."}}};
-    EXPECT_TRUE(recycle("a"));
-    services.rightsStatus = platform::errAuthorizationCanceled;
-    askForRight();
-    EXPECT_TRUE(recycle("b"));
-    EXPECT_FALSE(recycle("c"));
+    observer.itemEnded("/x/a", failure("It is closed.", platform::errAuthorizationCanceled));
+    observer.itemEnded("/x/b", failure("It is nailed down.", std::nullopt));
+    observer.itemEnded("/x/c", {.outcome = TrashOutcome::moved});
 
-    const auto reason = [&](const std::string& path) {
-        return outcomesOf({rowOf(path, ItemState::found)}, *observation).front().reason;
-    };
+    EXPECT_EQ(reasonOf("/x/a"), "It is closed. The administrator's password was not given.");
+    EXPECT_EQ(reasonOf("/x/b"), "It is nailed down.");
+    EXPECT_EQ(reasonOf("/x/c"), "It was moved to the Trash, but something stands there again.");
+    EXPECT_EQ(reasonOf("/x/d"), "It could not be removed.");
+}
 
-    EXPECT_EQ(reason("/x/a"), "It is closed. The administrator's password was not given.");
-    EXPECT_EQ(reason("/x/b"), "It is nailed down.");
-    EXPECT_EQ(reason("/x/c"), "It was moved to the Trash, but something stands there again.");
-    EXPECT_EQ(reason("/x/d"), "It could not be removed.");
+TEST_F(ReportTest, KeepsAnItemsReasonWhenALaterRowFindsNothing) {
+    observer.itemEnded("/x/a", failure("It is closed.", std::nullopt));
+    observer.itemEnded("/x/a", {.outcome = TrashOutcome::absent});
+
+    EXPECT_EQ(reasonOf("/x/a"), "It is closed.");
+}
+
+TEST_F(ReportTest, RemembersAMoveWhenALaterOneFails) {
+    observer.itemEnded("/x/a", {.outcome = TrashOutcome::moved});
+    observer.itemEnded("/x/a", failure("It is closed.", std::nullopt));
+
+    EXPECT_EQ(reasonOf("/x/a"), "It was moved to the Trash, but something stands there again.");
 }
 
 TEST_F(ReportTest, TellsWhatBecameOfTheRight) {
-    workspace.errors = {{"/x/a", {.localizedDescription = "No."}}};
-    (void)recycle("a");
     for (const auto& [status, words] :
          {std::pair{platform::errAuthorizationDenied, "No. The administrator's right was denied."},
           {platform::errAuthorizationInternal,
            "No. The administrator's right cannot be had on this machine."},
           {platform::errAuthorizationSuccess,
            "No. It could not be moved with the administrator's right either."}}) {
-        services.rightsStatus = status;
-        askForRight();
-        EXPECT_EQ(observation->whyNotMoved("/x/a"), words);
+        observer.itemEnded("/x/a", failure("No.", status));
+        EXPECT_EQ(reasonOf("/x/a"), words);
     }
 }
 
-TEST_F(ReportTest, WaitsForToolsThatHaveTheRight) {
-    services.toolOutput = "words";
+TEST_F(ReportTest, WaitsForAToolBeforeTheNextItem) {
+    bool ended = false;
 
-    const auto tool = platform::service<platform::AuthorizationServices>().executeWithPrivileges(
-        {}, "/bin/mv", 0, {});
+    observer.itemEnded("/x/a", {.outcome = TrashOutcome::handedOver,
+                                .error = platform::Error{},
+                                .waitUntilDone = [&ended] { ended = true; }});
 
-    EXPECT_EQ(services.unreadOutput, 0);
-    std::string said;
-    EXPECT_TRUE(*tool.output >> said);
-    EXPECT_EQ(said, "words");
-}
-
-TEST_F(ReportTest, WaitsForMoversAlone) {
-    auto& observed = platform::service<platform::ProcessLauncher>();
-    const auto tool = observed.launch({.launchPath = "/usr/bin/tool"});
-    const auto mover = observed.launch({.launchPath = "/bin/mv"});
-
-    observation->waitForMovers();
-
-    EXPECT_TRUE(tool->isRunning());
-    EXPECT_FALSE(mover->isRunning());
+    EXPECT_TRUE(ended);
 }
 
 TEST_F(ReportTest, ListsForAPerson) {
@@ -244,7 +227,7 @@ protected:
     cli::Run run() {
         Options options;
         options.report = report;
-        return {options, inventory, *observation, output};
+        return {options, inventory, observer, output};
     }
 
     json lastReport() const { return json::parse(disk.written.back()); }

@@ -3,6 +3,7 @@
 #include "platform/Application.h"
 #include "platform/Services.h"
 #include "platform/SystemInformation.h"
+#include "platform/Windows.h"
 #include "platform/foundation/Exception.h"
 #include "platform/qt/InstanceLock.h"
 #include "tests/support/ScopedEnvironment.h"
@@ -60,7 +61,7 @@ class StartUpDeathTest : public ::testing::Test {
 protected:
     StartUpDeathTest() { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
 
-    [[noreturn]] static void start(const std::function<void(Interface&)>& awake,
+    [[noreturn]] static void start(const start::Awake& awake,
                                    const std::string& file = ":/MainMenu.ui") {
         std::string name = "kelvane-uninstaller";
         char* arguments[] = {name.data(), nullptr};
@@ -72,7 +73,8 @@ protected:
     }
 
     static void expectNoDisplay(const std::string& why) {
-        EXPECT_EXIT(start([](Interface&) {}), ExitedWithCode(5), oneLineWith("no display: " + why));
+        EXPECT_EXIT(start([](Interface&, PlanObserver&) {}), ExitedWithCode(5),
+                    oneLineWith("no display: " + why));
     }
 
     TemporaryFolder folder;
@@ -93,16 +95,18 @@ void terminateLater() {
 }
 
 TEST_F(StartUpDeathTest, EndsWithStatusZeroWhenTheApplicationTerminates) {
-    EXPECT_EXIT(start([](Interface&) { terminateLater(); }), ExitedWithCode(0), "^$");
+    EXPECT_EXIT(start([](Interface&, PlanObserver&) { terminateLater(); }), ExitedWithCode(0),
+                "^$");
 }
 
 TEST_F(StartUpDeathTest, EndsWithStatusZeroWhenItTerminatesWhileItAwakes) {
-    EXPECT_EXIT(start([](Interface&) { platform::service<Application>().terminate(); }),
-                ExitedWithCode(0), "^$");
+    EXPECT_EXIT(
+        start([](Interface&, PlanObserver&) { platform::service<Application>().terminate(); }),
+        ExitedWithCode(0), "^$");
 }
 
 TEST_F(StartUpDeathTest, ShowsTheMainWindowOnceTheControllerIsAwake) {
-    EXPECT_EXIT(start([](Interface& interface) {
+    EXPECT_EXIT(start([](Interface& interface, PlanObserver&) {
                     auto& window = interface.window("windowMain");
                     std::cerr << "awake " << window.isVisible() << '\n';
                     platform::service<Application>().performOnMainThread(
@@ -118,7 +122,7 @@ TEST_F(StartUpDeathTest, ShowsTheMainWindowOnceTheControllerIsAwake) {
 }
 
 TEST_F(StartUpDeathTest, RunsTheActionsOfTheButtons) {
-    EXPECT_EXIT(start([](Interface& interface) {
+    EXPECT_EXIT(start([](Interface& interface, PlanObserver&) {
                     interface.setAction("cancel:", [] {
                         std::cerr << "cancelled\n";
                         platform::service<Application>().terminate();
@@ -149,38 +153,41 @@ TEST_F(StartUpDeathTest, SaysThatThePlatformIsUnknown) {
 
 TEST_F(StartUpDeathTest, SaysThatItIsRunningAlready) {
     const platform::qt::InstanceLock other("kelvane-uninstaller");
-    EXPECT_EXIT(start([](Interface&) { std::abort(); }), ExitedWithCode(1),
+    EXPECT_EXIT(start([](Interface&, PlanObserver&) { std::abort(); }), ExitedWithCode(1),
                 oneLineWith("already running"));
 }
 
 TEST_F(StartUpDeathTest, NamesTheOutletThatTheControllerMisses) {
-    EXPECT_EXIT(start([](Interface& interface) { interface.checkBox("noSuchCheck"); }),
-                ExitedWithCode(1), oneLineWith("noSuchCheck"));
+    EXPECT_EXIT(
+        start([](Interface& interface, PlanObserver&) { interface.checkBox("noSuchCheck"); }),
+        ExitedWithCode(1), oneLineWith("noSuchCheck"));
 }
 
 TEST_F(StartUpDeathTest, NamesTheActionThatTheControllerMisses) {
-    EXPECT_EXIT(start([](Interface& interface) { interface.setAction("undo:", [] {}); }),
-                ExitedWithCode(1), oneLineWith("undo:"));
+    EXPECT_EXIT(
+        start([](Interface& interface, PlanObserver&) { interface.setAction("undo:", [] {}); }),
+        ExitedWithCode(1), oneLineWith("undo:"));
 }
 
 TEST_F(StartUpDeathTest, NamesTheMainWindowWhenThatIsMissing) {
     const auto file = folder.write("empty.ui", "<ui version=\"4.0\"><widget class=\"QWidget\" "
                                                "name=\"Empty\"/></ui>");
-    EXPECT_EXIT(start([](Interface&) { std::abort(); }, file), ExitedWithCode(1),
+    EXPECT_EXIT(start([](Interface&, PlanObserver&) { std::abort(); }, file), ExitedWithCode(1),
                 oneLineWith("windowMain"));
 }
 
 TEST_F(StartUpDeathTest, NamesTheInterfaceFileThatItCannotRead) {
-    EXPECT_EXIT(start([](Interface&) { std::abort(); }, folder / "missing.ui"), ExitedWithCode(1),
-                oneLineWith("missing.ui"));
+    EXPECT_EXIT(start([](Interface&, PlanObserver&) { std::abort(); }, folder / "missing.ui"),
+                ExitedWithCode(1), oneLineWith("missing.ui"));
     const auto garbage = folder.write("garbage.ui", "<ui><widget");
-    EXPECT_EXIT(start([](Interface&) { std::abort(); }, garbage), ExitedWithCode(1),
+    EXPECT_EXIT(start([](Interface&, PlanObserver&) { std::abort(); }, garbage), ExitedWithCode(1),
                 oneLineWith("garbage.ui"));
 }
 
 TEST_F(StartUpDeathTest, SaysWhyTheControllerDidNotAwake) {
-    EXPECT_EXIT(start([](Interface&) { throw platform::Exception("QFName", "two\nlines"); }),
-                ExitedWithCode(1), oneLineWith("two\\x0Alines"));
+    EXPECT_EXIT(
+        start([](Interface&, PlanObserver&) { throw platform::Exception("QFName", "two\nlines"); }),
+        ExitedWithCode(1), oneLineWith("two\\x0Alines"));
 }
 
 } // namespace

@@ -50,8 +50,9 @@ protected:
         std::unique_ptr<AppController> controller;
         PlanInventory inventory;
         std::exit(start::applicationMain(
-            1, arguments, ":/MainMenu.ui", inventory, [&](platform::Interface& interface) {
-                controller = std::make_unique<AppController>(interface);
+            1, arguments, ":/MainMenu.ui", inventory,
+            [&](platform::Interface& interface, PlanObserver& observer) {
+                controller = std::make_unique<AppController>(interface, observer);
                 onceAwake();
             }));
     }

@@ -196,6 +196,58 @@ TEST_F(PrivilegedFileOperations, TrashMakesTheUsersTrashWithoutTheRight) {
     EXPECT_EQ(workspace.trashesMade, Lines{"/home/someone/.Trash"});
 }
 
+TEST_F(PrivilegedFileOperations, AStartedMoveIntoTheTrashCanBeWaitedFor) {
+    services.toolOutput = "output";
+    fileSystem.files = {"/Library/Report.pdf"};
+    auto tool = controller().startTrashing("/Library/Report.pdf");
+    EXPECT_EQ(tool.status, 0);
+    EXPECT_EQ(tool.right, platform::errAuthorizationSuccess);
+    tool.waitUntilExit();
+    tool = {};
+    EXPECT_LE(services.unreadOutput, 0);
+}
+
+TEST_F(PrivilegedFileOperations, TheSuperusersMoveIntoTheTrashCanBeWaitedFor) {
+    becomeSuperuser();
+    fileSystem.files = {"/Library/Report.pdf"};
+    const auto tool = controller().startTrashing("/Library/Report.pdf");
+    EXPECT_EQ(launcher.runs,
+              Lines{"/bin/mv -f /Library/Report.pdf /home/someone/.Trash/Report.pdf"});
+    tool.waitUntilExit();
+    EXPECT_EQ(launcher.runs.back(), "waited");
+    EXPECT_EQ(tool.right, std::nullopt);
+}
+
+TEST_F(PrivilegedFileOperations, AMoveIntoTheTrashTellsWhyTheRightWasNotObtained) {
+    refuseTheRight();
+    fileSystem.files = {"/Library/Report.pdf"};
+    const auto tool = controller().startTrashing("/Library/Report.pdf");
+    EXPECT_EQ(tool.status, QFAuthorization::notAuthorized);
+    EXPECT_EQ(tool.right, platform::errAuthorizationCanceled);
+    EXPECT_FALSE(tool.waitUntilExit);
+}
+
+TEST_F(PrivilegedFileOperations, AMoveIntoTheTrashTellsThatNoHandleWasToBeHad) {
+    services.createStatus = platform::errAuthorizationInternal;
+    fileSystem.files = {"/Library/Report.pdf"};
+    EXPECT_EQ(controller().startTrashing("/Library/Report.pdf").right,
+              platform::errAuthorizationInternal);
+}
+
+TEST_F(PrivilegedFileOperations, AMoveIntoTheTrashTellsThatTheToolWasNotStarted) {
+    services.executeStatus = platform::errAuthorizationToolExecuteFailure;
+    fileSystem.files = {"/Library/Report.pdf"};
+    const auto tool = controller().startTrashing("/Library/Report.pdf");
+    EXPECT_EQ(tool.status, platform::errAuthorizationToolExecuteFailure);
+    EXPECT_EQ(tool.right, platform::errAuthorizationToolExecuteFailure);
+}
+
+TEST_F(PrivilegedFileOperations, ARefusedMoveIntoTheTrashAsksForNoRight) {
+    const auto tool = controller().startTrashing("/Applications");
+    EXPECT_EQ(tool.status, QFAuthorization::refused);
+    EXPECT_EQ(tool.right, std::nullopt);
+}
+
 TEST_F(PrivilegedFileOperations, ATakenNameGetsTheLocalTimeBeforeItsExtension) {
     fileSystem.files = {"/Library/Report.pdf", "/home/someone/.Trash/Report.pdf"};
     EXPECT_TRUE(controller().authTrashFile("/Library/Report.pdf"));

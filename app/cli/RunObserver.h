@@ -1,0 +1,36 @@
+#pragma once
+
+#include "app/PlanObserver.h"
+
+#include <map>
+#include <optional>
+#include <string>
+
+namespace cli {
+
+/// Remembers what came of each item, and has the run wait for the tools that move items with the
+/// administrator's right.
+///
+/// The walk's thread calls it during the run, any one thread when the run has ended.
+class RunObserver : public PlanObserver {
+public:
+    void itemEnded(const std::string& path, const TrashResult& result) override;
+
+    /// Whether the item at the path was moved into the Trash by the user who runs the process.
+    bool wasMoved(const std::string& path) const;
+
+    /// Why the item at the path was not moved, in the user's words; empty when nobody tried to.
+    std::string whyNotMoved(const std::string& path) const;
+
+private:
+    /// What became of the attempts to move an item.
+    struct Attempts {
+        bool succeeded = false;
+        std::string failure;
+        std::optional<platform::AuthorizationStatus> right;
+    };
+
+    std::map<std::string, Attempts> attempts_;
+};
+
+} // namespace cli

@@ -1,0 +1,26 @@
+#pragma once
+
+#include "platform/AuthorizationServices.h"
+#include "platform/foundation/Error.h"
+
+#include <functional>
+#include <optional>
+
+/// What became of an item that was to be moved into the Trash.
+enum class TrashOutcome {
+    absent,     ///< it did not exist
+    moved,      ///< the current user moved it
+    handedOver, ///< a tool with the administrator's right was started to move it
+    failed,     ///< it is where it was
+};
+
+struct TrashResult {
+    TrashOutcome outcome;
+    /// Why the current user could not move it.
+    std::optional<platform::Error> error;
+    /// The platform's answer about the administrator's right; none when it was not asked for.
+    std::optional<platform::AuthorizationStatus> right;
+    /// Waits until the tool has ended, whether or not it moved the item. Empty when no tool runs.
+    /// Any thread may call it, once.
+    std::function<void()> waitUntilDone;
+};
