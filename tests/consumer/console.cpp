@@ -66,6 +66,7 @@ void usePorts() {
     StoppedClock clock;
     const platform::ScopedService<platform::Clock> stopped(clock);
     QFLog::appendLog("written at the beginning of time");
+    QFLog::finishWriting(); // an entry is dated when it is written
 }
 
 int run() {

@@ -14,7 +14,9 @@ enum class TrashOutcome {
     failed,     ///< it is where it was
 };
 
+/// What came of an attempt to move an item into the Trash.
 struct TrashResult {
+    /// What became of the item.
     TrashOutcome outcome;
     /// Why the current user could not move it.
     std::optional<platform::Error> error;
