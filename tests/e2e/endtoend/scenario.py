@@ -40,8 +40,8 @@ class Installed(Enum):
 
 
 @dataclass(frozen=True)
-class Wishes:
-    """What a performance is to be like."""
+class Options:
+    """What a scenario is to be like."""
 
     program: str
     pictures: str
@@ -69,11 +69,11 @@ class Wishes:
         return os.path.dirname(os.path.dirname(self.program))
 
 
-class Performance:
+class Scenario:
     """An uninstall in a session, with `watched` showing all that may change."""
 
-    def __init__(self, wishes: Wishes, session: Session, watched: list[Watched]) -> None:
-        self._wishes = wishes
+    def __init__(self, options: Options, session: Session, watched: list[Watched]) -> None:
+        self._options = options
         self._session = session
         self._account = session.account
         self._watched = watched
@@ -81,9 +81,9 @@ class Performance:
         self._is_complete = False
         self._has_begun = False
         self._problems: list[str] = []
-        self._held = HeldTool() if wishes.holds_tool else None
+        self._held = HeldTool() if options.holds_tool else None
         self._agents = Agents(
-            self._account, f"{wishes.build}/libexec/kelvane-uninstaller/tools/bin/launchctl")
+            self._account, f"{options.build}/libexec/kelvane-uninstaller/tools/bin/launchctl")
         self._questions = 0
         self._complaints = 0
         self._begin = 0.0
@@ -91,7 +91,7 @@ class Performance:
     def run(self) -> int:
         """Does it all, prints what came of it, and gives the exit status."""
         manifest = self._install()
-        self._log = ProgramLog(self._account, self._wishes.program)
+        self._log = ProgramLog(self._account, self._options.program)
         self._start_companions(manifest.processes)
         try:
             self._load_agents()
@@ -103,7 +103,7 @@ class Performance:
             return self._report_cancelled(manifest)
         self._look_at_companions()
         self._log.show()
-        are_kept = self._wishes.locks_agents and self._wishes.right is Right.REFUSED
+        are_kept = self._options.locks_agents and self._options.right is Right.REFUSED
         self._problems += self._agents.look(are_kept)
         if self._complaints != (len(plan.AGENTS) if are_kept else 0):
             self._problems.append(f"the alert {UNREMOVED!r} was seen {self._complaints} times")
@@ -136,7 +136,7 @@ class Performance:
         return 1 if self._problems else 0
 
     def _may_be_cancelled(self) -> bool:
-        return self._wishes.cancels or not self._session.is_private
+        return self._options.cancels or not self._session.is_private
 
     def _perform(self, manifest: Manifest) -> Report:
         """The uninstall itself, and what came of it."""
@@ -147,27 +147,27 @@ class Performance:
         return self._check(manifest)
 
     def _check(self, manifest: Manifest, run: Run = Run.WHOLE) -> Report:
-        return check(manifest, self._wishes.remove_shared, self._wishes.right, run)
+        return check(manifest, self._options.remove_shared, self._options.right, run)
 
     def _install(self) -> Manifest:
         home = self._account.home
-        suite = SampleSuite("", home, self._wishes.cache_files, self._wishes.more_files)
+        suite = SampleSuite("", home, self._options.cache_files, self._options.more_files)
         moved: dict[str, str] = {}
-        if self._wishes.installed is Installed.NOTHING:
+        if self._options.installed is Installed.NOTHING:
             suite.install_neighbours()
         else:
             suite.install()
-        if self._wishes.installed is Installed.HALF:
+        if self._options.installed is Installed.HALF:
             moved = half_suite.halve("", home)
         for folder in USER_FOLDERS:
             give(home + folder, self._account.uid, self._account.gid)
-        is_users = self._wishes.right is Right.NOT_NEEDED
+        is_users = self._options.right is Right.NOT_NEEDED
         owner = (self._account.uid, self._account.gid) if is_users else (0, 0)
         for folder in LOCAL_FOLDERS:
             give(folder, *owner)
-        if self._wishes.locks_agents:
+        if self._options.locks_agents:
             give(f"{home}/Library/LaunchAgents", 0, 0)
-        if self._wishes.has_other_user:
+        if self._options.has_other_user:
             suite.processes += other_user.install(self._account)
         return Manifest.take("", home, self._watched, suite.processes, moved)
 
@@ -180,7 +180,7 @@ class Performance:
                 self._companions.append((process, started))
 
     def _load_agents(self) -> None:
-        if self._wishes.is_in_copy and self._wishes.installed is Installed.WHOLE:
+        if self._options.is_in_copy and self._options.installed is Installed.WHOLE:
             try:
                 self._agents.load()
             except NoManager as reason:
@@ -188,12 +188,12 @@ class Performance:
 
     def _look_at_questions(self, manifest: Manifest) -> None:
         """Prints how often the password was asked for: once, or for every row when refused."""
-        if self._wishes.right is Right.NOT_NEEDED:
+        if self._options.right is Right.NOT_NEEDED:
             return
-        is_given = self._wishes.right is Right.GIVEN
+        is_given = self._options.right is Right.GIVEN
         print(f"Questions for the administrator's password: {self._questions}, "
               f"{'answered' if is_given else 'cancelled'}")
-        rows = count_rows(manifest, self._wishes.remove_shared)
+        rows = count_rows(manifest, self._options.remove_shared)
         expected = min(rows, 1) if is_given else rows
         if self._questions != expected:
             self._problems.append(f"there were {self._questions} questions for the password "
@@ -235,7 +235,7 @@ class Performance:
     def _running_program(self) -> Iterator[subprocess.Popen[bytes]]:
         """The program, with the person who answers its questions; killed if it has not ended."""
         self._begin = time.monotonic()
-        with self._account.start([self._wishes.program], stdin=subprocess.DEVNULL,
+        with self._account.start([self._options.program], stdin=subprocess.DEVNULL,
                                  stderr=self._log.errors) as program:
             person = self._person_for(program)
             try:
@@ -247,19 +247,19 @@ class Performance:
 
     def _person_for(self, program: subprocess.Popen[bytes]) -> Person | None:
         """Who answers the question for the password."""
-        if self._wishes.right is Right.NOT_NEEDED:
+        if self._options.right is Right.NOT_NEEDED:
             return None
         if not self._session.is_private:
             print("The password is given here: your desktop's own question for it does not reach "
                   "into the copy.", flush=True)
-        return Person(self._account, f"{self._wishes.build}/e2e/polkit-agent", program.pid,
-                      self._wishes.right)
+        return Person(self._account, f"{self._options.build}/e2e/polkit-agent", program.pid,
+                      self._options.right)
 
     def _keep(self, name: str, picture: bytes) -> None:
         """Writes a picture, if there is one, as a file of the folder's owner."""
         if not picture:
             return
-        folder = self._wishes.pictures
+        folder = self._options.pictures
         path = f"{folder}/{name}.png"
         with open(path, "wb") as file:
             file.write(picture)
@@ -268,9 +268,9 @@ class Performance:
 
     def _press_buttons(self, screen: Screen, main: Window, picture: bytes) -> None:
         screen.activate(main)
-        if self._wishes.cancels:
+        if self._options.cancels:
             return screen.press_key("Escape")
-        if self._wishes.remove_shared:
+        if self._options.remove_shared:
             # The checkbox is the first to have the keyboard. Its mnemonic would tick it only a moment
             # later, perhaps after the click.
             screen.press_key("space")
@@ -278,7 +278,7 @@ class Performance:
         screen.click_from_corner(main, *LAST_BUTTON)
 
     def _ask_to_press(self) -> None:
-        tick = "tick the checkbox, and " if self._wishes.remove_shared else ""
+        tick = "tick the checkbox, and " if self._options.remove_shared else ""
         print(f"The uninstaller is open on your display: please {tick}press its button.",
               flush=True)
 
