@@ -35,11 +35,11 @@ std::optional<platform::DigestContext> contextFor(VerificationType type) {
 
 } // namespace
 
-ReadBackVerifier::ReadBackVerifier(VerificationType type)
-    : type_(type), sourceDigest_(contextFor(type)) {
+ReadBackVerifier::ReadBackVerifier(VerificationType type) : type_(type) {
 }
 
-bool ReadBackVerifier::allocate() {
+bool ReadBackVerifier::prepare() {
+    sourceDigest_ = contextFor(type_);
     buffer_ = filereading::makeBuffer();
     return buffer_ != nullptr;
 }

@@ -27,8 +27,10 @@ public:
     /// Whether anything is read back at all.
     bool isOn() const { return type_ != VerificationType::none; }
 
-    /// Whether there was memory for the chunk that is read back; without it nothing may be checked.
-    [[nodiscard]] bool allocate();
+    /// Begins the source's digest, and allocates the chunk that is read back; without memory for it
+    /// returns false. Comes before everything below. Throws platform::Exception when the machine
+    /// does not allow the digest.
+    [[nodiscard]] bool prepare();
 
     /// Reads the chunk back that was written to the file at this offset, in bytes. A file that
     /// cannot be positioned there is reported to the system log, and read all the same.

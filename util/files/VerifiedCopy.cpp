@@ -96,7 +96,7 @@ public:
             return false;
         }
         measureSource();
-        if (!openDestinations() || !allocate() || !copyChunks()) {
+        if (!openDestinations() || !prepareBuffers() || !copyChunks()) {
             return false;
         }
         closeFiles();
@@ -162,9 +162,9 @@ private:
         return true;
     }
 
-    bool allocate() {
+    bool prepareBuffers() {
         buffer_ = filereading::makeBuffer();
-        if (buffer_ == nullptr || !verifier_.allocate()) {
+        if (!verifier_.prepare() || buffer_ == nullptr) {
             QFLog::appendLogAndPrint(copyOutOfMemory, source_);
             return false;
         }
