@@ -52,9 +52,9 @@ class SetCheckBox : public platform::CheckBox {
 public:
     explicit SetCheckBox(Events& events) : events_(events) {}
 
-    int shown = 0;
+    platform::CheckBoxState shown = platform::CheckBoxState::off;
     std::function<void()> whenRead = [] {};
-    int state() override {
+    platform::CheckBoxState state() override {
         events_.add("read box");
         whenRead();
         return shown;
@@ -282,7 +282,7 @@ TEST_F(AppControllerTest, LeavesSharedItemsAloneWhenTheBoxIsNotTicked) {
 }
 
 TEST_F(AppControllerTest, RemovesSharedItemsWhenTheBoxIsTicked) {
-    interface.box.shown = 1;
+    interface.box.shown = platform::CheckBoxState::on;
     const AppController controller(interface, observer);
 
     complete(uninstall());
@@ -291,7 +291,7 @@ TEST_F(AppControllerTest, RemovesSharedItemsWhenTheBoxIsTicked) {
 }
 
 TEST_F(AppControllerTest, TakesTheMixedStateForNotTicked) {
-    interface.box.shown = -1;
+    interface.box.shown = platform::CheckBoxState::mixed;
     const AppController controller(interface, observer);
 
     complete(uninstall());

@@ -205,19 +205,19 @@ TEST_F(InterfaceTest, KeepsAWindowOpenThatHasNoCloseAction) {
 
 TEST_F(InterfaceTest, ReadsTheStateOfACheckBox) {
     auto& box = interface.checkBox("box");
-    EXPECT_EQ(box.state(), 1);
+    EXPECT_EQ(box.state(), platform::CheckBoxState::on);
     auto& widget = *shown("first", "First").findChild<QCheckBox*>("box");
     widget.setCheckState(Qt::Unchecked);
-    EXPECT_EQ(box.state(), 0);
+    EXPECT_EQ(box.state(), platform::CheckBoxState::off);
     widget.setCheckState(Qt::PartiallyChecked);
-    EXPECT_EQ(box.state(), -1);
+    EXPECT_EQ(box.state(), platform::CheckBoxState::mixed);
     widget.setCheckState(Qt::Checked);
-    EXPECT_EQ(box.state(), 1);
+    EXPECT_EQ(box.state(), platform::CheckBoxState::on);
 }
 
 TEST_F(InterfaceTest, ReadsTheStateOfACheckBoxFromAnotherThread) {
     auto& box = interface.checkBox("box");
-    runWhile([&] { EXPECT_EQ(box.state(), 1); });
+    runWhile([&] { EXPECT_EQ(box.state(), platform::CheckBoxState::on); });
 }
 
 TEST_F(InterfaceTest, KeepsTheBarStillUntilItIsStarted) {

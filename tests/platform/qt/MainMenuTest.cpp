@@ -59,7 +59,7 @@ TEST_F(MainMenuTest, ConnectsTheTwoButtons) {
 }
 
 TEST_F(MainMenuTest, LeavesTheSharedItemsUntickedAtFirst) {
-    EXPECT_EQ(interface.checkBox("removeSharedCheck").state(), 0);
+    EXPECT_EQ(interface.checkBox("removeSharedCheck").state(), platform::CheckBoxState::off);
 }
 
 TEST_F(MainMenuTest, PutsUninstallLast) {
@@ -116,7 +116,7 @@ TEST_F(MainMenuTest, AnswersToItsMnemonics) {
     type(Qt::Key_C, "uninstall:cancel:");
     QTest::keyClick(window, Qt::Key_S, Qt::AltModifier);
     auto& box = interface.checkBox("removeSharedCheck");
-    EXPECT_TRUE(QTest::qWaitFor([&] { return box.state() == 1; }, 60000));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return box.state() == platform::CheckBoxState::on; }, 60000));
 }
 
 TEST_F(MainMenuTest, IsOneColumnOfFixedWidth) {

@@ -114,7 +114,7 @@ TEST_F(X11Test, LeadsFromTheMainWindowOverTheProgressToTheAlert) {
     auto& box = interface.checkBox("removeSharedCheck");
     typeOn("Uninstall Kelvane", {"space", "Tab", "Tab", "Return"});
     whenActive("Uninstalling Kelvane", [&](QWidget& window) {
-        EXPECT_EQ(box.state(), 1);
+        EXPECT_EQ(box.state(), platform::CheckBoxState::on);
         EXPECT_FALSE(mainWindow.isVisible());
         EXPECT_FALSE(window.close());
         progress.orderOut();
