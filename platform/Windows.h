@@ -23,6 +23,7 @@ public:
     virtual bool hasAttachedSheet() = 0;
 };
 
+/// Whether a checkbox is ticked; mixed when it is neither.
 enum class CheckBoxState : int { mixed = -1, off = 0, on = 1 };
 
 /// A checkbox.

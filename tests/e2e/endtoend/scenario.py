@@ -24,7 +24,7 @@ from endtoend.snapshot import Watched
 from endtoend.suite import LOCAL_FOLDERS, USER_FOLDERS, Process, SampleSuite, give
 from endtoend.waiting import PATIENCE_SECONDS, POLL_SECONDS, TooLate
 
-TREE = os.path.dirname(os.path.dirname(os.path.dirname(os.path.realpath(__file__))))
+TREE = os.path.abspath(f"{os.path.dirname(os.path.realpath(__file__))}/../../..")
 COMPLETE = "Uninstall complete"
 UNREMOVED = "Error: Unable to remove LaunchAgent"
 # The middle of the last button at the foot of a window, from the lower right corner.
