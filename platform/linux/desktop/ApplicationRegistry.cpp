@@ -86,7 +86,7 @@ WorkspaceStatus ApplicationRegistry::add(const std::string& bundle) {
 WorkspaceStatus ApplicationRegistry::record(const std::string& bundle,
                                             const std::string& identifier) {
     const auto folder = path::deletingLastComponent(file());
-    if (makeFolders(folder, privateMode) != 0) {
+    if (!makeFolders(folder, privateMode)) {
         return kLSUnknownErr;
     }
     const auto lock = lockedFolder(folder);
@@ -115,8 +115,8 @@ bool ApplicationRegistry::writeLauncherEntry(const std::string& bundle, const Va
         return true;
     }
     const auto folder = path::appending(dataFolder(), "applications");
-    return makeFolders(folder, privateMode) == 0 &&
-           replaceFile(path::appending(folder, entry->fileName), entry->content) == 0;
+    return makeFolders(folder, privateMode) &&
+           replaceFile(path::appending(folder, entry->fileName), entry->content);
 }
 
 std::optional<std::string> ApplicationRegistry::find(const std::string& identifier) {

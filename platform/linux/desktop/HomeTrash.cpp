@@ -24,8 +24,8 @@ namespace {
 
 constexpr int mostAttempts = 100000;
 
-FileDescriptor openForEntries(const std::string& folder) {
-    return FileDescriptor(::open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+SystemResult<FileDescriptor> openForEntries(const std::string& folder) {
+    return opened(::open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
 }
 
 /// The name for the `count`th try, from 1 on, that leaves room for the note's.
@@ -75,19 +75,18 @@ bool lock(const FileDescriptor& note) {
 }
 
 /// Makes a note where there is none of this name, which claims the name. It is locked while it is
-/// open, so that it is told from one that a killed process left. None, with errno, on failure.
-FileDescriptor makeNote(int notes, const std::string& name, const std::string& text) {
+/// open, so that it is told from one that a killed process left.
+SystemResult<FileDescriptor> makeNote(int notes, const std::string& name, const std::string& text) {
     constexpr mode_t privateFile = 0600;
-    FileDescriptor note(::openat(
-        notes, name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, privateFile));
+    auto note = opened(::openat(notes, name.c_str(),
+                                O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, privateFile));
     if (!note) {
         return note;
     }
-    static_cast<void>(lock(note)); // Without locks, as on some volumes, no note counts as left.
-    if (const int error = writeAll(note.get(), text); error != 0) {
+    static_cast<void>(lock(*note)); // Without locks, as on some volumes, no note counts as left.
+    if (const auto written = writeAll(note->get(), text); !written) {
         ::unlinkat(notes, name.c_str(), 0);
-        note.reset();
-        errno = error;
+        return Unexpected(written.error());
     }
     return note;
 }
@@ -105,21 +104,24 @@ bool removeAbandonedNote(const TrashFolders& trash, const std::string& name,
            ::unlinkat(trash.notes.get(), noteName.c_str(), 0) == 0;
 }
 
-/// Gives 0, EEXIST when the name is taken, or another errno.
-int moveToName(const TrashedItem& item, const TrashFolders& trash, const std::string& name) {
+/// EEXIST when the name is taken.
+SystemResult<void> moveToName(const TrashedItem& item, const TrashFolders& trash,
+                              const std::string& name) {
     const auto noteName = name + noteExtension;
     const auto note = makeNote(trash.notes.get(), noteName, item.head + dateForNote());
     if (!note) {
-        return errno;
+        return Unexpected(note.error());
     }
-    const auto failure =
-        moveItem(item.place.folder.get(), item.place.name, trash.files.get(), name);
-    const int error = failure ? failure->number : 0;
+    const auto moved = moveItem(item.place.folder.get(), item.place.name, trash.files.get(), name);
+    const bool isTaken = !moved && moved.error().number.is(EEXIST);
     // What has been copied, but could not be removed, stays in the Trash with its note.
-    if (error == EEXIST || !stands(trash.files.get(), name)) {
+    if (isTaken || !stands(trash.files.get(), name)) {
         ::unlinkat(trash.notes.get(), noteName.c_str(), 0);
     }
-    return error;
+    if (!moved) {
+        return Unexpected(moved.error().number);
+    }
+    return {};
 }
 
 } // namespace
@@ -132,34 +134,36 @@ std::string homeTrashNotes() {
     return path::appending(g_get_user_data_dir(), "Trash/info");
 }
 
-int makeHomeTrash() {
+SystemResult<void> makeHomeTrash() {
     constexpr mode_t privateMode = 0700;
-    const int error = makeFolders(homeTrashFiles(), privateMode);
-    return error != 0 ? error : makeFolders(homeTrashNotes(), privateMode);
+    auto made = makeFolders(homeTrashFiles(), privateMode);
+    return made ? makeFolders(homeTrashNotes(), privateMode) : made;
 }
 
-int moveToHomeTrash(const std::string& path) {
-    TrashedItem item{.place = {}, .head = headOfNote(path)};
-    int error = findPlace(path, item.place);
-    if (error == 0) {
-        error = makeHomeTrash();
+SystemResult<void> moveToHomeTrash(const std::string& path) {
+    auto place = findPlace(path);
+    if (!place) {
+        return Unexpected(place.error());
     }
-    if (error != 0) {
-        return error;
+    if (auto made = makeHomeTrash(); !made) {
+        return made;
     }
-    const TrashFolders trash{openForEntries(homeTrashFiles()), openForEntries(homeTrashNotes())};
-    if (!trash.files || !trash.notes) {
-        return errno;
+    const TrashedItem item{*std::move(place), headOfNote(path)};
+    auto files = openForEntries(homeTrashFiles());
+    auto notes = openForEntries(homeTrashNotes());
+    if (!files || !notes) {
+        return Unexpected(notes ? files.error() : notes.error());
     }
-    error = EEXIST;
-    for (int count = 1; count <= mostAttempts && error == EEXIST; ++count) {
+    const TrashFolders trash{*std::move(files), *std::move(notes)};
+    SystemResult<void> moved = Unexpected(Errno(EEXIST));
+    for (int count = 1; count <= mostAttempts && failedWith(moved, EEXIST); ++count) {
         const auto name = nameInTrash(item.place.name, count);
-        error = moveToName(item, trash, name);
-        if (error == EEXIST && removeAbandonedNote(trash, name, item.head)) {
-            error = moveToName(item, trash, name);
+        moved = moveToName(item, trash, name);
+        if (failedWith(moved, EEXIST) && removeAbandonedNote(trash, name, item.head)) {
+            moved = moveToName(item, trash, name);
         }
     }
-    return error;
+    return moved;
 }
 
 } // namespace platform::native

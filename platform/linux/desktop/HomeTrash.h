@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/linux/posix/Errno.h"
+
 #include <string>
 
 namespace platform::native {
@@ -13,13 +15,13 @@ std::string homeTrashFiles();
 /// The folder of their notes.
 std::string homeTrashNotes();
 
-/// Makes the home trash with the mode that others insist on. Gives 0, or the errno.
-[[nodiscard]] int makeHomeTrash();
+/// Makes the home trash with the mode that others insist on.
+SystemResult<void> makeHomeTrash();
 
 /// Moves the item at an absolute path into the home trash, from another volume too, with a note
 /// beside it. Of "a.txt", the second becomes "a.2.txt"; the name is cut where the note's would be
 /// too long. Nothing is ever replaced. A note that a killed process left for the same item gives
-/// way to the new one. Gives 0, or the errno.
-[[nodiscard]] int moveToHomeTrash(const std::string& path);
+/// way to the new one.
+SystemResult<void> moveToHomeTrash(const std::string& path);
 
 } // namespace platform::native

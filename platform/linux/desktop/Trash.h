@@ -1,6 +1,7 @@
 #pragma once
 
-#include <optional>
+#include "platform/linux/posix/Errno.h"
+
 #include <string>
 
 namespace platform::native {
@@ -8,9 +9,9 @@ namespace platform::native {
 /// What could not be done to an item, for failureSentence().
 constexpr const char* movedToTrash = "moved to the Trash";
 
-/// Why an item could not be trashed: an errno and a person's words, fit to follow "because".
-struct TrashFailure {
-    int number;
+/// Why an item could not be trashed, also in a person's words, fit to follow "because".
+struct TrashError {
+    Errno number;
     std::string why;
 };
 
@@ -26,12 +27,12 @@ struct TrashFailure {
 /// replaced or deleted. An item that a rename cannot bring there is moved as moveItem() moves to
 /// another volume. Anything else at `trash` is a failure.
 ///
-/// Gives nothing on success. On failure the item is whole where it was, or, when only the removal
+/// On failure the item is whole where it was, or, when only the removal
 /// after a copy failed, in the Trash.
-[[nodiscard]] std::optional<TrashFailure>
-trashItem(const std::string& folder, const std::string& trash, const std::string& name);
+Result<void, TrashError> trashItem(const std::string& folder, const std::string& trash,
+                                   const std::string& name);
 
-/// Makes what trashItem() makes before it moves the item. 0, or the errno.
-[[nodiscard]] int makeTrash(const std::string& trash);
+/// Makes what trashItem() makes before it moves the item.
+SystemResult<void> makeTrash(const std::string& trash);
 
 } // namespace platform::native

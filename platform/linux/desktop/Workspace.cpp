@@ -57,18 +57,20 @@ std::optional<int> Workspace::labelNumber(const std::string& path) {
 }
 
 std::optional<Error> Workspace::setLabelNumber(const std::string& path, int number) {
-    return writeLabel(path, number);
+    const auto written = writeLabel(path, number);
+    return written ? std::nullopt : std::optional(written.error());
 }
 
 std::optional<Error> Workspace::recycle(const std::string& folder, const std::string& trash,
                                         const std::string& name) {
-    const auto failure = trashItem(folder, trash, name);
-    if (!failure) {
+    const auto trashed = trashItem(folder, trash, name);
+    if (trashed) {
         return std::nullopt;
     }
+    const auto& [number, why] = trashed.error();
     service<platform::Console>().systemLog(
-        failureSentence(path::appending(folder, name), movedToTrash, failure->why));
-    return posixError(failure->number, name, movedToTrash, failure->why);
+        failureSentence(path::appending(folder, name), movedToTrash, why));
+    return posixError(number, name, movedToTrash, why);
 }
 
 void Workspace::makeTrash(const std::string& trash) {

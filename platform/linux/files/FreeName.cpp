@@ -39,16 +39,19 @@ std::string numberedName(const std::string& name, int count) {
     return cutTo(path::deletingExtension(name), NAME_MAX - suffix.size()) + suffix;
 }
 
-int moveToFreeName(int source, const std::string& name, int destination) {
+SystemResult<void> moveToFreeName(int source, const std::string& name, int destination) {
     std::string candidate = name;
     for (int count = 2; count <= mostNamesakes; ++count) {
-        const auto failure = moveItem(source, name, destination, candidate);
-        if (!failure || failure->number != EEXIST) {
-            return failure ? failure->number : 0;
+        const auto moved = moveItem(source, name, destination, candidate);
+        if (moved) {
+            return {};
+        }
+        if (!moved.error().number.is(EEXIST)) {
+            return Unexpected(moved.error().number);
         }
         candidate = numberedName(name, count);
     }
-    return EEXIST;
+    return Unexpected(Errno(EEXIST));
 }
 
 } // namespace platform::native

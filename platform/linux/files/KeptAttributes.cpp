@@ -17,9 +17,13 @@ namespace {
 constexpr mode_t permissionBits = 07777;
 
 /// Whether a failure says that there is no such thing on this volume, or for this user.
-bool isBeyondReach(int error) {
-    return error == EPERM || error == EACCES || error == EOPNOTSUPP || error == ENOSYS ||
-           error == EINVAL;
+bool isBeyondReach(const SystemResult<void>& result) {
+    return failedWith(result, EPERM, EACCES, EOPNOTSUPP, ENOSYS, EINVAL);
+}
+
+/// Lets a failure pass for a success that says so.
+SystemResult<void> asFarAsPossible(const SystemResult<void>& result) {
+    return isBeyondReach(result) ? SystemResult<void>() : result;
 }
 
 std::array<timespec, 2> timesOf(const struct statx& status) {
@@ -44,19 +48,21 @@ mode_t permittedMode(const struct statx& status, uid_t owner, gid_t group) {
 
 /// Copies one extended attribute. Only the user's own ones, and a volume that has no room, can make
 /// that fail.
-int keepAttribute(int source, int copy, const char* name) {
+SystemResult<void> keepAttribute(int source, int copy, const char* name) {
     std::array<char, XATTR_SIZE_MAX> value; // NOLINT: it is filled before it is read.
     const auto size = ::fgetxattr(source, name, value.data(), value.size());
-    if (size >= 0 &&
-        ::fsetxattr(copy, name, value.data(), static_cast<std::size_t>(size), 0) == 0) {
-        return 0;
+    auto kept = checked(size);
+    if (kept) {
+        kept = checked(::fsetxattr(copy, name, value.data(), static_cast<std::size_t>(size), 0));
+    }
+    if (failedWith(kept, EOPNOTSUPP, ENODATA)) {
+        return {};
     }
     const bool isUsers = std::string_view(name).starts_with("user.");
-    const bool isMissing = errno == EOPNOTSUPP || errno == ENODATA;
-    return isMissing || (!isUsers && isBeyondReach(errno)) ? 0 : errno;
+    return isUsers ? kept : asFarAsPossible(kept);
 }
 
-int keepExtendedAttributes(int source, int copy) {
+SystemResult<void> keepExtendedAttributes(int source, int copy) {
     std::array<char, 1024> fewNames{};
     std::vector<char> manyNames;
     char* names = fewNames.data();
@@ -66,68 +72,88 @@ int keepExtendedAttributes(int source, int copy) {
         names = manyNames.data();
         size = ::flistxattr(source, names, manyNames.size());
     }
-    if (size < 0) {
-        return errno == EOPNOTSUPP ? 0 : errno;
+    if (auto listed = checked(size); !listed) {
+        return failedWith(listed, EOPNOTSUPP) ? SystemResult<void>() : listed;
     }
     const std::string_view list(names, static_cast<std::size_t>(size));
     for (std::size_t begin = 0; begin < list.size(); begin = list.find('\0', begin) + 1) {
-        if (const int error = keepAttribute(source, copy, list.data() + begin); error != 0) {
-            return error;
+        if (auto kept = keepAttribute(source, copy, list.data() + begin); !kept) {
+            return kept;
         }
     }
-    return 0;
+    return {};
+}
+
+/// Gives a copy its owner and group, or its group alone.
+SystemResult<void> keepOwner(const struct statx& status, int copy) {
+    if (::fchown(copy, status.stx_uid, status.stx_gid) == 0) {
+        return {};
+    }
+    return asFarAsPossible(checked(::fchown(copy, static_cast<uid_t>(-1), status.stx_gid)));
+}
+
+/// The same for an entry of an open folder.
+SystemResult<void> keepOwnerOfEntry(const struct statx& status, int folder, const char* entry) {
+    const auto give = [&](uid_t owner) {
+        return checked(::fchownat(folder, entry, owner, status.stx_gid, AT_SYMLINK_NOFOLLOW));
+    };
+    auto given = give(status.stx_uid);
+    return given ? given : asFarAsPossible(give(static_cast<uid_t>(-1)));
+}
+
+SystemResult<void> keepModeOfEntry(const struct statx& status, int folder, const char* entry) {
+    struct stat current {};
+    if (auto found = checked(::fstatat(folder, entry, &current, AT_SYMLINK_NOFOLLOW)); !found) {
+        return found;
+    }
+    const mode_t mode = permittedMode(status, current.st_uid, current.st_gid);
+    return asFarAsPossible(checked(::fchmodat(folder, entry, mode, AT_SYMLINK_NOFOLLOW)));
 }
 
 } // namespace
 
-int keepAttributes(int source, const struct statx& status, int copy) {
+SystemResult<void> keepAttributes(int source, const struct statx& status, int copy) {
     struct stat current {};
-    if (::fstat(copy, &current) != 0) {
-        return errno;
+    if (auto found = checked(::fstat(copy, &current)); !found) {
+        return found;
     }
     const bool isForeign = current.st_uid != status.stx_uid || current.st_gid != status.stx_gid;
-    if (isForeign && ::fchown(copy, status.stx_uid, status.stx_gid) != 0 &&
-        ::fchown(copy, static_cast<uid_t>(-1), status.stx_gid) != 0 && !isBeyondReach(errno)) {
-        return errno;
+    if (isForeign) {
+        if (auto kept = keepOwner(status, copy); !kept) {
+            return kept;
+        }
     }
-    if (const int error = keepExtendedAttributes(source, copy); error != 0) {
-        return error;
+    if (auto kept = keepExtendedAttributes(source, copy); !kept) {
+        return kept;
     }
-    if (isForeign && ::fstat(copy, &current) != 0) {
-        return errno;
+    if (isForeign) {
+        if (auto found = checked(::fstat(copy, &current)); !found) {
+            return found;
+        }
     }
     const mode_t mode = permittedMode(status, current.st_uid, current.st_gid);
-    if (mode != (current.st_mode & permissionBits) && ::fchmod(copy, mode) != 0 &&
-        !isBeyondReach(errno)) {
-        return errno;
+    if (mode != (current.st_mode & permissionBits)) {
+        if (auto kept = asFarAsPossible(checked(::fchmod(copy, mode))); !kept) {
+            return kept;
+        }
     }
-    return ::futimens(copy, timesOf(status).data()) == 0 || isBeyondReach(errno) ? 0 : errno;
+    return asFarAsPossible(checked(::futimens(copy, timesOf(status).data())));
 }
 
-int keepAttributesOfEntry(const struct statx& status, int folder, const std::string& name) {
+SystemResult<void> keepAttributesOfEntry(const struct statx& status, int folder,
+                                         const std::string& name) {
     const char* entry = name.c_str();
-    const auto give = [&](uid_t owner) {
-        return ::fchownat(folder, entry, owner, status.stx_gid, AT_SYMLINK_NOFOLLOW) == 0;
-    };
-    if (!give(status.stx_uid) && !give(static_cast<uid_t>(-1)) && !isBeyondReach(errno)) {
-        return errno;
+    if (auto kept = keepOwnerOfEntry(status, folder, entry); !kept) {
+        return kept;
     }
     // A link has no mode, and fchmodat() follows it.
     if (!S_ISLNK(status.stx_mode)) {
-        struct stat current {};
-        if (::fstatat(folder, entry, &current, AT_SYMLINK_NOFOLLOW) != 0) {
-            return errno;
-        }
-        const mode_t mode = permittedMode(status, current.st_uid, current.st_gid);
-        if (::fchmodat(folder, entry, mode, AT_SYMLINK_NOFOLLOW) != 0 && !isBeyondReach(errno)) {
-            return errno;
+        if (auto kept = keepModeOfEntry(status, folder, entry); !kept) {
+            return kept;
         }
     }
     const auto times = timesOf(status);
-    return ::utimensat(folder, entry, times.data(), AT_SYMLINK_NOFOLLOW) == 0 ||
-                   isBeyondReach(errno)
-               ? 0
-               : errno;
+    return asFarAsPossible(checked(::utimensat(folder, entry, times.data(), AT_SYMLINK_NOFOLLOW)));
 }
 
 void dropInheritedLists(int item) {

@@ -28,7 +28,7 @@ namespace {
 
 /// The Error of a failed system call on the item at a path.
 Error errorFor(int number, const std::string& path, std::string_view participle) {
-    return posixError(number, path::lastComponent(path), participle);
+    return posixError(Errno(number), path::lastComponent(path), participle);
 }
 
 /// The system takes a path only up to a zero, which would be another path.
@@ -138,8 +138,12 @@ int putEmptyFile(const std::string& path) {
     if (!folder) {
         return errno;
     }
-    TemporaryItem file(folder.get(), path::lastComponent(path), S_IFREG | 0644);
-    return file.error() != 0 ? file.error() : file.replace();
+    auto file = TemporaryItem::make(folder.get(), path::lastComponent(path), S_IFREG | 0644);
+    if (!file) {
+        return file.error().number();
+    }
+    const auto replaced = file->replace();
+    return replaced ? 0 : replaced.error().number();
 }
 
 std::optional<Error> removeFolder(const std::string& path) {
@@ -148,8 +152,8 @@ std::optional<Error> removeFolder(const std::string& path) {
     if (!parent) {
         return errorFor(errno, path, "deleted");
     }
-    if (const auto failure = removeTree(parent.get(), path::lastComponent(path))) {
-        return errorFor(failure->number, path, "deleted");
+    if (const auto removed = removeTree(parent.get(), path::lastComponent(path)); !removed) {
+        return errorFor(removed.error().number.number(), path, "deleted");
     }
     return {};
 }
@@ -268,7 +272,8 @@ std::optional<Error> LogFiles::setAside(const std::string& path, const std::stri
 std::optional<Error> LogFiles::createEmptyFile(const std::string& path) {
     const int code = isUsable(path) ? putEmptyFile(path) : EINVAL;
     if (code == ENOENT) {
-        return posixError(code, path::lastComponent(path), "created", "its folder doesn’t exist");
+        return posixError(Errno(code), path::lastComponent(path), "created",
+                          "its folder doesn’t exist");
     }
     if (code != 0) {
         return errorFor(code, path, "created");

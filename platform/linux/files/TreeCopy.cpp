@@ -27,7 +27,7 @@ namespace {
 constexpr std::size_t openCopyLevels = 16;
 
 /// An item of the source is another one than a moment ago, or changes while it is copied.
-constexpr int changedMeanwhile = EAGAIN;
+constexpr Errno changedMeanwhile{EAGAIN};
 
 constexpr mode_t privateFolder = 0700;
 
@@ -48,96 +48,102 @@ struct LinkedFile {
     Identity copyIdentity;
 };
 
-int readEntries(const FileDescriptor& folder, std::vector<DirectoryEntry>& entries) {
-    Directory directory(FileDescriptor(::fcntl(folder.get(), F_DUPFD_CLOEXEC, 0)));
+SystemResult<FileDescriptor> duplicate(const FileDescriptor& item) {
+    return opened(::fcntl(item.get(), F_DUPFD_CLOEXEC, 0));
+}
+
+SystemResult<std::vector<DirectoryEntry>> readEntries(const FileDescriptor& folder) {
+    auto own = duplicate(folder);
+    if (!own) {
+        return Unexpected(own.error());
+    }
+    auto directory = Directory::of(*std::move(own));
     if (!directory) {
-        return errno;
+        return Unexpected(directory.error());
     }
-    while (auto entry = directory.next()) {
-        entries.push_back(std::move(*entry));
+    std::vector<DirectoryEntry> entries;
+    for (;;) {
+        auto entry = directory->next();
+        if (!entry) {
+            return Unexpected(entry.error());
+        }
+        if (!*entry) {
+            return entries;
+        }
+        entries.push_back(**std::move(entry));
     }
-    return directory.error();
 }
 
 /// What it means that an entry of a copy could not be made: the copy is nobody else's, and each
 /// name is made once.
-int makingFailure(int error) {
-    switch (error) {
-    case EINVAL:
-        return nameNotAllowed;
-    case EEXIST:
-        return nameNotDistinct;
-    default:
-        return error;
+Unexpected<Errno> makingFailure(Errno error) {
+    if (error.is(EINVAL)) {
+        return Unexpected(nameNotAllowed);
     }
+    return Unexpected(error.is(EEXIST) ? nameNotDistinct : error);
 }
 
 bool isSameMoment(const statx_timestamp& one, const statx_timestamp& other) {
     return one.tv_sec == other.tv_sec && one.tv_nsec == other.tv_nsec;
 }
 
-/// The text of a link. Gives 0, or the errno.
-int readLink(int folder, const std::string& name, std::string& text) {
+/// The text of a link.
+SystemResult<std::string> readLink(int folder, const std::string& name) {
     std::array<char, PATH_MAX> buffer{};
     const auto length = ::readlinkat(folder, name.c_str(), buffer.data(), buffer.size());
-    if (length < 0) {
-        return errno == EINVAL ? changedMeanwhile : errno; // It is no link any more.
+    if (length < 0) { // EINVAL: it is no link any more.
+        return Unexpected(errno == EINVAL ? changedMeanwhile : Errno::last());
     }
-    text.assign(buffer.data(), static_cast<std::size_t>(length));
-    return 0;
+    return std::string(buffer.data(), static_cast<std::size_t>(length));
 }
 
-/// One copy. The members that can fail give 0 or an errno, and leave in `culprit_` the name of the
-/// entry that it is about.
+/// A file that is open for reading.
+struct OpenFile {
+    FileDescriptor descriptor;
+    struct statx status;
+};
+
+/// One copy.
 class TreeCopy {
 public:
     TreeCopy(int source, const FileDescriptor& top, CopyPurpose purpose, CopiedItems& copied)
         : source_(source), top_(top), isMove_(purpose == CopyPurpose::replaceSource),
           copied_(copied) {}
 
-    std::optional<EntryFailure> run(const std::string& name) {
-        int error = copyTop(name);
-        while (error == 0 && !levels_.empty()) {
+    EntryResult<void> run(const std::string& name) {
+        auto done = aboutEntry(name, copyTop(name));
+        while (done && !levels_.empty()) {
             auto& level = levels_.back();
-            error = level.next < level.entries.size() ? copyEntry(level.entries[level.next++])
-                                                      : leave();
+            done = level.next < level.entries.size() ? copyEntry(level.entries[level.next++])
+                                                     : leave();
         }
         copied_.close();
-        return error == 0 ? std::nullopt : std::optional(EntryFailure{error, culprit_});
+        return done;
     }
 
 private:
-    int failure(int error, const std::string& name) {
-        culprit_ = name;
-        return error;
-    }
-
-    int copyTop(const std::string& name) {
-        struct statx status {};
-        int error = statusOf(top_.get(), status);
-        if (error == 0) {
-            topIdentity_ = identityOf(status);
-            error =
-                S_ISDIR(status.stx_mode)
-                    ? enter(source_, name, FileDescriptor(::fcntl(top_.get(), F_DUPFD_CLOEXEC, 0)))
-                    : copyFileInto(source_, name, top_);
+    SystemResult<void> copyTop(const std::string& name) {
+        const auto status = statusOf(top_.get());
+        if (!status) {
+            return Unexpected(status.error());
         }
-        return error == 0 ? 0 : failure(error, name);
+        topIdentity_ = identityOf(*status);
+        return S_ISDIR(status->stx_mode) ? enter(source_, name, duplicate(top_))
+                                         : copyFileInto(source_, name, top_);
     }
 
-    int copyEntry(const DirectoryEntry& entry) {
-        const int error = copyEntryOfKind(entry);
-        return error == 0 ? 0 : failure(error, entry.name);
+    EntryResult<void> copyEntry(const DirectoryEntry& entry) {
+        return aboutEntry(entry.name, copyEntryOfKind(entry));
     }
 
-    int copyEntryOfKind(const DirectoryEntry& entry) {
+    SystemResult<void> copyEntryOfKind(const DirectoryEntry& entry) {
         const CopyLevel& level = levels_.back();
         switch (entry.kind) {
         case ItemKind::file:
             return copyFile(entry.name);
         case ItemKind::folder:
             if (::mkdirat(level.copy.get(), entry.name.c_str(), privateFolder) != 0) {
-                return makingFailure(errno);
+                return makingFailure(Errno::last());
             }
             return enter(level.source.get(), entry.name,
                          openFolder(level.copy.get(), entry.name.c_str()));
@@ -146,118 +152,130 @@ private:
         }
     }
 
-    int copyOther(const std::string& name) {
+    SystemResult<void> copyOther(const std::string& name) {
         const CopyLevel& level = levels_.back();
-        struct statx status {};
-        int error = statusOfEntry(level.source.get(), name, status);
-        if (error == 0) {
-            error = checkRemovable(status);
+        const auto status = statusOfEntry(level.source.get(), name);
+        if (!status) {
+            return Unexpected(status.error());
         }
-        if (error == 0) {
-            error = makingFailure(
-                copyUnopened(level.source.get(), name, status, level.copy.get(), name));
+        if (auto removable = checkRemovable(*status); !removable) {
+            return removable;
         }
-        if (error == 0 && isMove_) {
-            copied_.add(status);
+        const auto made = copyUnopened(level.source.get(), name, *status, level.copy.get(), name);
+        if (!made) {
+            return makingFailure(made.error());
         }
-        return error;
+        if (isMove_) {
+            copied_.add(*status);
+        }
+        return {};
     }
 
-    /// Whether the move may remove an item of the deepest folder later. Gives 0, or the errno.
-    int checkRemovable(const struct statx& status) const {
+    /// Whether the move may remove an item of the deepest folder later.
+    SystemResult<void> checkRemovable(const struct statx& status) const {
         if (!isMove_) {
-            return 0;
+            return {};
         }
         const auto locks = status.stx_attributes_mask & status.stx_attributes;
         if ((locks & (STATX_ATTR_IMMUTABLE | STATX_ATTR_APPEND)) != 0) {
-            return EPERM;
+            return Unexpected(Errno(EPERM));
         }
         if ((status.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0) {
-            return EBUSY;
+            return Unexpected(Errno(EBUSY));
         }
         const auto user = ::geteuid();
         const bool isOthers = !levels_.empty() && (levels_.back().status.stx_mode & S_ISVTX) != 0 &&
                               user != 0 && user != status.stx_uid &&
                               user != levels_.back().status.stx_uid;
-        return isOthers ? EPERM : 0;
+        if (isOthers) {
+            return Unexpected(Errno(EPERM));
+        }
+        return {};
     }
 
-    static FileDescriptor openFile(int folder, const std::string& name) {
-        return FileDescriptor(uninterrupted([&] {
+    SystemResult<OpenFile> openFile(int folder, const std::string& name) const {
+        auto file = opened(uninterrupted([&] {
             return ::openat(folder, name.c_str(),
                             O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
         }));
+        if (!file) {
+            return Unexpected(failedWith(file, ELOOP, ENXIO) ? changedMeanwhile : file.error());
+        }
+        const auto status = statusOf(file->get());
+        if (!status) {
+            return Unexpected(status.error());
+        }
+        if (!S_ISREG(status->stx_mode)) {
+            return Unexpected(changedMeanwhile);
+        }
+        if (const auto removable = checkRemovable(*status); !removable) {
+            return Unexpected(removable.error());
+        }
+        return OpenFile{*std::move(file), *status};
     }
 
-    int copyFile(const std::string& name) {
+    SystemResult<void> copyFile(const std::string& name) {
         const CopyLevel& level = levels_.back();
         const auto source = openFile(level.source.get(), name);
-        struct statx status {};
-        if (const int error = openedStatus(source, status); error != 0) {
-            return error;
+        if (!source) {
+            return Unexpected(source.error());
         }
+        const auto& status = source->status;
         if (status.stx_nlink > 1 && linkToFormer(identityOf(status), name)) {
             if (isMove_) {
                 copied_.add(status);
             }
-            return 0;
+            return {};
         }
         // The owner may write, so that extended attributes can be set.
         const mode_t mode = isOwn(status) ? (status.stx_mode & ACCESSPERMS) | S_IWUSR
                                           : static_cast<mode_t>(S_IRUSR | S_IWUSR);
-        const FileDescriptor copy(::openat(level.copy.get(), name.c_str(),
-                                           O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
-                                           mode));
+        const auto copy =
+            opened(::openat(level.copy.get(), name.c_str(),
+                            O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, mode));
         if (!copy) {
-            return makingFailure(errno);
+            return makingFailure(copy.error());
         }
-        const int error = fill(source, status, copy);
-        return error != 0 || status.stx_nlink == 1 ? error
-                                                   : rememberLinked(identityOf(status), copy, name);
+        auto filled = fill(*source, *copy);
+        return filled && status.stx_nlink != 1 ? rememberLinked(identityOf(status), *copy, name)
+                                               : filled;
     }
 
-    int copyFileInto(int folder, const std::string& name, const FileDescriptor& copy) {
+    SystemResult<void> copyFileInto(int folder, const std::string& name,
+                                    const FileDescriptor& copy) {
         const auto source = openFile(folder, name);
-        struct statx status {};
-        const int error = openedStatus(source, status);
-        return error == 0 ? fill(source, status, copy) : error;
-    }
-
-    int openedStatus(const FileDescriptor& source, struct statx& status) const {
         if (!source) {
-            return errno == ELOOP || errno == ENXIO ? changedMeanwhile : errno;
+            return Unexpected(source.error());
         }
-        if (const int error = statusOf(source.get(), status); error != 0) {
-            return error;
-        }
-        return S_ISREG(status.stx_mode) ? checkRemovable(status) : changedMeanwhile;
+        return fill(*source, copy);
     }
 
     static bool isOwn(const struct statx& status) {
         return status.stx_uid == ::geteuid() && status.stx_gid == ::getegid();
     }
 
-    int fill(const FileDescriptor& source, const struct statx& status, const FileDescriptor& copy) {
-        int error = content_.copy(source.get(), status, copy.get());
-        if (error == 0) {
-            error = keepAttributes(source.get(), status, copy.get());
+    SystemResult<void> fill(const OpenFile& source, const FileDescriptor& copy) {
+        const int file = source.descriptor.get();
+        auto filled = content_.copy(file, source.status, copy.get());
+        if (filled) {
+            filled = keepAttributes(file, source.status, copy.get());
         }
-        return error == 0 && isMove_ ? check(source, status, copy) : error;
+        return filled && isMove_ ? check(source, copy) : filled;
     }
 
     /// Compares a copy, and sees that the source has not changed since it was opened.
-    int check(const FileDescriptor& source, const struct statx& status,
-              const FileDescriptor& copy) {
-        const int difference = content_.compare(source.get(), copy.get());
-        struct statx now {};
-        if (const int error = statusOf(source.get(), now); error != 0) {
-            return error;
+    SystemResult<void> check(const OpenFile& source, const FileDescriptor& copy) {
+        auto compared = content_.compare(source.descriptor.get(), copy.get());
+        const auto now = statusOf(source.descriptor.get());
+        if (!now) {
+            return Unexpected(now.error());
         }
-        if (now.stx_size != status.stx_size || !isSameMoment(now.stx_mtime, status.stx_mtime)) {
-            return changedMeanwhile;
+        if (now->stx_size != source.status.stx_size ||
+            !isSameMoment(now->stx_mtime, source.status.stx_mtime)) {
+            return Unexpected(changedMeanwhile);
         }
-        copied_.add(status);
-        return difference;
+        copied_.add(source.status);
+        return compared;
     }
 
     /// Where a file of several names has been copied under another of them, makes its copy a hard
@@ -268,52 +286,55 @@ private:
             return false;
         }
         const auto& [path, copyIdentity] = found->second;
-        FileDescriptor folder(::fcntl(top_.get(), F_DUPFD_CLOEXEC, 0));
+        auto folder = duplicate(top_);
         for (std::size_t depth = 0; folder && depth + 1 < path.size(); ++depth) {
-            folder = openFolder(folder.get(), path[depth].c_str());
+            folder = openFolder(folder->get(), path[depth].c_str());
         }
         const int destination = levels_.back().copy.get();
         if (!folder ||
-            ::linkat(folder.get(), path.back().c_str(), destination, name.c_str(), 0) != 0) {
+            ::linkat(folder->get(), path.back().c_str(), destination, name.c_str(), 0) != 0) {
             return false;
         }
-        struct statx status {};
-        if (statusOfEntry(destination, name, status) == 0 && identityOf(status) == copyIdentity) {
+        const auto status = statusOfEntry(destination, name);
+        if (status && identityOf(*status) == copyIdentity) {
             return true;
         }
         ::unlinkat(destination, name.c_str(), 0);
         return false;
     }
 
-    int rememberLinked(const Identity& identity, const FileDescriptor& copy,
-                       const std::string& name) {
-        struct statx status {};
-        if (const int error = statusOf(copy.get(), status); error != 0) {
-            return error;
+    SystemResult<void> rememberLinked(const Identity& identity, const FileDescriptor& copy,
+                                      const std::string& name) {
+        const auto status = statusOf(copy.get());
+        if (!status) {
+            return Unexpected(status.error());
         }
-        LinkedFile file{{}, identityOf(status)};
+        LinkedFile file{{}, identityOf(*status)};
         for (std::size_t depth = 1; depth < levels_.size(); ++depth) {
             file.path.push_back(levels_[depth].name);
         }
         file.path.push_back(name);
         linked_.emplace(identity, std::move(file));
-        return 0;
+        return {};
     }
 
     /// Makes the folder `name` of the open folder `parent` the deepest level, to be copied into
     /// `copy`.
-    int enter(int parent, const std::string& name, FileDescriptor copy) {
+    SystemResult<void> enter(int parent, const std::string& name,
+                             SystemResult<FileDescriptor> copy) {
         if (!copy) {
-            return errno;
+            return Unexpected(copy.error());
+        }
+        auto source = openFolder(parent, name.c_str());
+        if (!source) {
+            return Unexpected(failedWith(source, ELOOP, ENOTDIR) ? changedMeanwhile
+                                                                 : source.error());
         }
         CopyLevel level{name};
-        level.copy = std::move(copy);
-        level.source = openFolder(parent, name.c_str());
-        if (!level.source) {
-            return errno == ELOOP || errno == ENOTDIR ? changedMeanwhile : errno;
-        }
-        if (const int error = examine(level); error != 0) {
-            return error;
+        level.source = *std::move(source);
+        level.copy = *std::move(copy);
+        if (auto examined = examine(level); !examined) {
+            return examined;
         }
         levels_.push_back(std::move(level));
         if (levels_.size() > openCopyLevels) {
@@ -321,61 +342,77 @@ private:
             far.source.reset();
             far.copy.reset();
         }
-        return 0;
+        return {};
     }
 
     /// Reads what is to be known of a folder before its entries are copied.
-    int examine(CopyLevel& level) const {
-        struct statx copyStatus {};
-        int error = statusOf(level.source.get(), level.status);
-        if (error == 0) {
-            error = statusOf(level.copy.get(), copyStatus);
+    SystemResult<void> examine(CopyLevel& level) const {
+        const auto status = statusOf(level.source.get());
+        if (!status) {
+            return Unexpected(status.error());
         }
-        if (error == 0) {
-            error = checkRemovable(level.status);
+        const auto copyStatus = statusOf(level.copy.get());
+        if (!copyStatus) {
+            return Unexpected(copyStatus.error());
         }
-        if (error != 0) {
-            return error;
+        if (auto removable = checkRemovable(*status); !removable) {
+            return removable;
         }
-        level.copyIdentity = identityOf(copyStatus);
+        level.status = *status;
+        level.copyIdentity = identityOf(*copyStatus);
         if (identityOf(level.status) == topIdentity_) { // It is copied into itself.
-            return EINVAL;
+            return Unexpected(Errno(EINVAL));
         }
-        error = readEntries(level.source, level.entries);
-        if (error == 0 && isMove_ && !level.entries.empty() &&
-            ::faccessat(level.source.get(), ".", W_OK | X_OK, AT_EACCESS) != 0) {
-            error = errno;
+        return takeEntries(level);
+    }
+
+    SystemResult<void> takeEntries(CopyLevel& level) const {
+        auto entries = readEntries(level.source);
+        if (!entries) {
+            return Unexpected(entries.error());
         }
-        return error;
+        level.entries = *std::move(entries);
+        if (!isMove_ || level.entries.empty()) {
+            return {};
+        }
+        return checked(::faccessat(level.source.get(), ".", W_OK | X_OK, AT_EACCESS));
     }
 
     /// Finishes the deepest folder, all of whose entries are copied, and goes back to the one
     /// above.
-    int leave() {
+    EntryResult<void> leave() {
         CopyLevel& done = levels_.back();
-        int error = keepAttributes(done.source.get(), done.status, done.copy.get());
-        if (error == 0 && levels_.size() > 1) {
-            error = reopenAbove(done, levels_[levels_.size() - 2]);
+        auto left = keepAttributes(done.source.get(), done.status, done.copy.get());
+        if (left && levels_.size() > 1) {
+            left = reopenAbove(done, levels_[levels_.size() - 2]);
         }
-        if (error != 0) {
-            return failure(error, done.name);
+        if (!left) {
+            return aboutEntry(done.name, left);
         }
         if (isMove_) {
             copied_.add(done.status);
         }
         levels_.pop_back();
-        return 0;
+        return {};
     }
 
     /// Opens a folder that has been closed, and its copy, again from the ones below.
-    static int reopenAbove(const CopyLevel& below, CopyLevel& level) {
-        if (!level.source) {
-            level.source = openFolderAbove(below.source.get(), identityOf(level.status));
+    static SystemResult<void> reopenAbove(const CopyLevel& below, CopyLevel& level) {
+        auto reopened = reopen(level.source, below.source, identityOf(level.status));
+        return reopened ? reopen(level.copy, below.copy, level.copyIdentity) : reopened;
+    }
+
+    static SystemResult<void> reopen(FileDescriptor& folder, const FileDescriptor& below,
+                                     const Identity& identity) {
+        if (folder) {
+            return {};
         }
-        if (!level.copy && level.source) {
-            level.copy = openFolderAbove(below.copy.get(), level.copyIdentity);
+        auto above = openFolderAbove(below.get(), identity);
+        if (!above) {
+            return Unexpected(above.error());
         }
-        return level.source && level.copy ? 0 : errno;
+        folder = *std::move(above);
+        return {};
     }
 
     int source_;
@@ -386,53 +423,56 @@ private:
     FileContent content_;
     std::vector<CopyLevel> levels_;
     std::map<Identity, LinkedFile> linked_;
-    std::string culprit_;
 };
 
-/// Makes the link, FIFO, socket or device itself.
-int makeUnopened(int source, const std::string& name, const struct statx& status, int destination,
-                 const std::string& newName) {
-    if (!S_ISLNK(status.stx_mode)) {
-        const auto device = ::makedev(status.stx_rdev_major, status.stx_rdev_minor);
-        return ::mknodat(destination, newName.c_str(), status.stx_mode, device) == 0 ? 0 : errno;
+/// Makes a link of the same text, and reads it back.
+SystemResult<void> makeLink(int source, const std::string& name, int destination,
+                            const std::string& newName) {
+    const auto text = readLink(source, name);
+    if (!text) {
+        return Unexpected(text.error());
     }
-    std::string text;
-    std::string copy;
-    int error = readLink(source, name, text);
-    if (error == 0 && ::symlinkat(text.c_str(), destination, newName.c_str()) != 0) {
-        error = errno;
+    if (auto made = checked(::symlinkat(text->c_str(), destination, newName.c_str())); !made) {
+        return made;
     }
-    if (error != 0) {
-        return error;
-    }
-    error = readLink(destination, newName, copy);
-    if (error == 0 && copy == text) {
-        return 0;
+    const auto copy = readLink(destination, newName);
+    if (copy && *copy == *text) {
+        return {};
     }
     ::unlinkat(destination, newName.c_str(), 0);
-    return error == 0 ? EIO : error;
+    return Unexpected(copy ? Errno(EIO) : copy.error());
+}
+
+/// Makes the link, FIFO, socket or device itself.
+SystemResult<void> makeUnopened(int source, const std::string& name, const struct statx& status,
+                                int destination, const std::string& newName) {
+    if (S_ISLNK(status.stx_mode)) {
+        return makeLink(source, name, destination, newName);
+    }
+    const auto device = ::makedev(status.stx_rdev_major, status.stx_rdev_minor);
+    return checked(::mknodat(destination, newName.c_str(), status.stx_mode, device));
 }
 
 } // namespace
 
-std::optional<EntryFailure> copyTree(int source, const std::string& name, const FileDescriptor& top,
-                                     CopyPurpose purpose, CopiedItems& copied) {
+EntryResult<void> copyTree(int source, const std::string& name, const FileDescriptor& top,
+                           CopyPurpose purpose, CopiedItems& copied) {
     return TreeCopy(source, top, purpose, copied).run(name);
 }
 
-int copyUnopened(int source, const std::string& name, const struct statx& status, int destination,
-                 const std::string& newName) {
+SystemResult<void> copyUnopened(int source, const std::string& name, const struct statx& status,
+                                int destination, const std::string& newName) {
     if (S_ISREG(status.stx_mode) || S_ISDIR(status.stx_mode)) {
-        return changedMeanwhile;
+        return Unexpected(changedMeanwhile);
     }
-    int error = makeUnopened(source, name, status, destination, newName);
-    if (error == 0) {
-        error = keepAttributesOfEntry(status, destination, newName);
-        if (error != 0) {
-            ::unlinkat(destination, newName.c_str(), 0);
-        }
+    if (auto made = makeUnopened(source, name, status, destination, newName); !made) {
+        return made;
     }
-    return error;
+    auto kept = keepAttributesOfEntry(status, destination, newName);
+    if (!kept) {
+        ::unlinkat(destination, newName.c_str(), 0);
+    }
+    return kept;
 }
 
 } // namespace platform::native

@@ -30,16 +30,16 @@ FileDescriptor openRegularFile(const std::string& path, std::size_t limit) {
 
 } // namespace
 
-int writeAll(int file, std::string_view content) {
+SystemResult<void> writeAll(int file, std::string_view content) {
     holdBackFileSizeSignal();
     while (!content.empty()) {
         const auto written = ::write(file, content.data(), content.size());
         if (written < 0 && errno != EINTR) {
-            return errno;
+            return Unexpected(Errno::last());
         }
         content.remove_prefix(static_cast<std::size_t>(std::max<ssize_t>(written, 0)));
     }
-    return uninterrupted([file] { return ::fsync(file); }) == 0 ? 0 : errno;
+    return checked(uninterrupted([file] { return ::fsync(file); }));
 }
 
 std::optional<std::string> contentOfFile(const std::string& path, std::size_t limit) {
@@ -64,26 +64,25 @@ std::optional<std::string> contentOfFile(const std::string& path, std::size_t li
     }
 }
 
-int replaceFile(const std::string& path, std::string_view content) {
+SystemResult<void> replaceFile(const std::string& path, std::string_view content) {
     const auto folderPath = path::deletingLastComponent(path);
-    const FileDescriptor folder(::open(folderPath.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const auto folder = opened(::open(folderPath.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (!folder) {
-        return errno;
+        return Unexpected(folder.error());
     }
-    TemporaryItem file(folder.get(), path::lastComponent(path), S_IFREG | 0644);
-    int error = file.error();
-    if (error == 0) {
-        error = writeAll(file.item().get(), content);
+    auto file = TemporaryItem::make(folder->get(), path::lastComponent(path), S_IFREG | 0644);
+    if (!file) {
+        return Unexpected(file.error());
     }
-    if (error == 0) {
-        error = file.replace();
+    if (auto written = writeAll(file->item().get(), content); !written) {
+        return written;
     }
-    if (error != 0) {
-        return error;
+    if (auto replaced = file->replace(); !replaced) {
+        return replaced;
     }
-    // The new content stands by now; that its name may not outlive a crash is no failure.
-    static_cast<void>(::fsync(folder.get()));
-    return 0;
+    // The new content is in place; that its name may not outlive a crash is no failure.
+    static_cast<void>(::fsync(folder->get()));
+    return {};
 }
 
 } // namespace platform::native

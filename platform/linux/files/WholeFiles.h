@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/linux/posix/Errno.h"
+
 #include <cstddef>
 #include <optional>
 #include <string>
@@ -12,12 +14,12 @@ namespace platform::native {
 /// without waiting for it: a FIFO without a writer, a device.
 std::optional<std::string> contentOfFile(const std::string& path, std::size_t limit);
 
-/// Writes all of the content to an open file, and makes it durable. Gives 0, or the errno.
-[[nodiscard]] int writeAll(int file, std::string_view content);
+/// Writes all of the content to an open file, and makes it durable.
+SystemResult<void> writeAll(int file, std::string_view content);
 
 /// Puts a file of exactly this content in the place of what stands at the path, mode 0644 less the
-/// umask. Others see what stood there before or all of the content, also after a crash. Gives 0, or
-/// the errno of what failed; the path is then as it was.
-[[nodiscard]] int replaceFile(const std::string& path, std::string_view content);
+/// umask. Others see what stood there before or all of the content, also after a crash. After
+/// a failure the path is as it was.
+SystemResult<void> replaceFile(const std::string& path, std::string_view content);
 
 } // namespace platform::native

@@ -32,11 +32,11 @@ std::optional<Error> PropertyLists::writeAtomically(const Value& value, const st
         value.as<Value::Dictionary>() != nullptr || value.as<Value::Array>() != nullptr;
     const auto xml = isContainer ? xmlOf(value) : std::nullopt;
     if (!xml) {
-        return posixError(EINVAL, name, "saved",
+        return posixError(Errno(EINVAL), name, "saved",
                           "it would hold what a property list cannot express");
     }
-    const int error = replaceFile(path, *xml);
-    return error == 0 ? std::nullopt : std::optional(posixError(error, name, "saved"));
+    const auto saved = replaceFile(path, *xml);
+    return saved ? std::nullopt : std::optional(posixError(saved.error(), name, "saved"));
 }
 
 Value PropertyLists::read(const std::string& path) {

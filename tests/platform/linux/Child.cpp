@@ -54,7 +54,7 @@ int recycle(const Arguments& arguments) {
 }
 
 int makeTrash(const Arguments& arguments) {
-    return platform::native::makeTrash(arguments.at(0));
+    return platform::native::makeTrash(arguments.at(0)) ? 0 : 1;
 }
 
 int remove(const Arguments& arguments) {

@@ -37,10 +37,10 @@ TEST(MoveToFreeName, ReplacesNothing) {
     const FileDescriptor source(::open((folder / "from").c_str(), O_PATH));
     const FileDescriptor destination(::open((folder / "to").c_str(), O_PATH));
 
-    EXPECT_EQ(moveToFreeName(source.get(), "a.txt", destination.get()), 0);
+    EXPECT_TRUE(moveToFreeName(source.get(), "a.txt", destination.get()));
 
     EXPECT_EQ(contentOf(folder / "to/a.txt"), "first");
     EXPECT_EQ(contentOf(folder / "to/a 2.txt"), "second");
     EXPECT_EQ(contentOf(folder / "to/a 3.txt"), "third");
-    EXPECT_EQ(moveToFreeName(source.get(), "a.txt", destination.get()), ENOENT);
+    EXPECT_TRUE(failedWith(moveToFreeName(source.get(), "a.txt", destination.get()), ENOENT));
 }
