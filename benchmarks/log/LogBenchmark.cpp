@@ -102,7 +102,7 @@ void logEntries(int count) {
 
 double ownLog(const std::string& path, int threadCount) {
     auto& files = platform::service<platform::LogFiles>();
-    if (files.createEmptyFile(path)) {
+    if (!files.createEmptyFile(path)) {
         std::abort();
     }
     QFLog::sharedController().setFileHandle(std::make_shared<EndlessFile>(path));

@@ -250,11 +250,13 @@ private:
             return;
         }
         for (const auto& destination : destinations_) {
-            auto error = fileSystem().setCreationDate(destination.path, *attributes_.creationDate);
-            auto second =
+            const auto created =
+                fileSystem().setCreationDate(destination.path, *attributes_.creationDate);
+            const auto modified =
                 fileSystem().setModificationDate(destination.path, attributes_.modificationDate);
-            if (const auto& first = error ? error : second) {
-                systemLog(errorSettingMetadata, destination.path, first->localizedDescription);
+            if (const auto& both = created ? modified : created; !both) {
+                systemLog(errorSettingMetadata, destination.path,
+                          both.error().localizedDescription);
             }
         }
     }

@@ -131,40 +131,43 @@ timespec timespecOf(Date date) {
             .tv_nsec = std::chrono::nanoseconds(sinceEpoch - seconds).count()};
 }
 
+/// What system calls on the item at a path came to.
 template <class T>
-std::optional<Error> errorOf(const SystemResult<T>& result, const std::string& path,
-                             const char* participle) {
-    return result
-               ? std::nullopt
-               : std::optional(posixError(result.error(), path::lastComponent(path), participle));
+Result<void> report(const SystemResult<T>& result, const std::string& path,
+                    const char* participle) {
+    if (!result) {
+        return Unexpected(posixError(result.error(), path::lastComponent(path), participle));
+    }
+    return {};
 }
 
-std::optional<Error> errorOf(const EntryResult<void>& result, const char* participle) {
-    return result
-               ? std::nullopt
-               : std::optional(posixError(result.error().number, result.error().name, participle));
+/// The same of work on a tree.
+Result<void> report(const EntryResult<void>& result, const char* participle) {
+    if (!result) {
+        return Unexpected(posixError(result.error().number, result.error().name, participle));
+    }
+    return {};
 }
 
 /// A copy, or a move, from path to path.
-std::optional<Error> transfer(const std::string& path, const std::string& newPath,
-                              EntryResult<void> (*work)(int, const std::string&, int,
-                                                        const std::string&),
-                              const char* participle) {
+Result<void> transfer(const std::string& path, const std::string& newPath,
+                      EntryResult<void> (*work)(int, const std::string&, int, const std::string&),
+                      const char* participle) {
     const auto source = findPlace(path);
     if (!source) {
-        return errorOf(source, path, participle);
+        return report(source, path, participle);
     }
     const auto destination = findPlace(newPath);
     if (!destination) {
-        return errorOf(destination, path, participle);
+        return report(destination, path, participle);
     }
     const auto done =
         work(source->folder.get(), source->name, destination->folder.get(), destination->name);
     if (!done && done.error().number.is(EINVAL)) {
-        return posixError(Errno(EINVAL), done.error().name, participle,
-                          "it can’t be put inside itself");
+        return Unexpected(posixError(Errno(EINVAL), done.error().name, participle,
+                                     "it can’t be put inside itself"));
     }
-    return errorOf(done, participle);
+    return report(done, participle);
 }
 
 } // namespace
@@ -235,53 +238,51 @@ FileSystem::contentsOfDirectoryWithSizes(const std::string& path) {
     return readFolder(path, sizeOf);
 }
 
-std::optional<Error> FileSystem::createDirectory(const std::string& path) {
+Result<void> FileSystem::createDirectory(const std::string& path) {
     constexpr mode_t everything = 0777;
-    return errorOf(isAbsolute(path) ? makeFolders(path, everything) : notAbsolute, path, "created");
+    return report(isAbsolute(path) ? makeFolders(path, everything) : notAbsolute, path, "created");
 }
 
-std::optional<Error> FileSystem::moveItem(const std::string& path, const std::string& newPath) {
+Result<void> FileSystem::moveItem(const std::string& path, const std::string& newPath) {
     return transfer(path, newPath, native::moveItem, "moved");
 }
 
-std::optional<Error> FileSystem::copyItem(const std::string& path, const std::string& newPath) {
+Result<void> FileSystem::copyItem(const std::string& path, const std::string& newPath) {
     return transfer(path, newPath, native::copyItem, "copied");
 }
 
-std::optional<Error> FileSystem::writeAtomically(const std::string& path,
-                                                 std::string_view content) {
-    return errorOf(isAbsolute(path) ? replaceFile(path, content) : notAbsolute, path, "saved");
+Result<void> FileSystem::writeAtomically(const std::string& path, std::string_view content) {
+    return report(isAbsolute(path) ? replaceFile(path, content) : notAbsolute, path, "saved");
 }
 
-std::optional<Error> FileSystem::setModificationDate(const std::string& path, Date date) {
+Result<void> FileSystem::setModificationDate(const std::string& path, Date date) {
     const std::array<timespec, 2> times{timespec{.tv_sec = 0, .tv_nsec = UTIME_OMIT},
                                         timespecOf(date)};
     const auto changed = atPath(path, [&times](int folder, const char* rest) {
         return ::utimensat(folder, rest, times.data(), 0);
     });
-    return errorOf(changed, path, "changed");
+    return report(changed, path, "changed");
 }
 
-std::optional<Error> FileSystem::setCreationDate(const std::string& path, Date date) {
-    return errorOf(storeCreationDate(path, date), path, "changed");
+Result<void> FileSystem::setCreationDate(const std::string& path, Date date) {
+    return report(storeCreationDate(path, date), path, "changed");
 }
 
-std::optional<Error> FileSystem::setPosixPermissions(const std::string& path,
-                                                     unsigned permissions) {
+Result<void> FileSystem::setPosixPermissions(const std::string& path, unsigned permissions) {
     const auto changed = atPath(path, [permissions](int folder, const char* rest) {
         return ::fchmodat(folder, rest, permissions, 0);
     });
-    return errorOf(changed, path, "changed");
+    return report(changed, path, "changed");
 }
 
-std::optional<Error> FileSystem::setImmutable(const std::string& path, bool immutable) {
-    return errorOf(makeImmutable(path, immutable), path, immutable ? "locked" : "unlocked");
+Result<void> FileSystem::setImmutable(const std::string& path, bool immutable) {
+    return report(makeImmutable(path, immutable), path, immutable ? "locked" : "unlocked");
 }
 
-std::optional<Error> FileSystem::removeItem(const std::string& path) {
+Result<void> FileSystem::removeItem(const std::string& path) {
     const auto place = findPlace(path);
-    return place ? errorOf(removeTree(place->folder.get(), place->name), "removed")
-                 : errorOf(place, path, "removed");
+    return place ? report(removeTree(place->folder.get(), place->name), "removed")
+                 : report(place, path, "removed");
 }
 
 } // namespace platform::native

@@ -26,17 +26,16 @@ Value PropertyLists::parse(std::string_view bytes) {
     return root ? valueOf(root.get()) : Value();
 }
 
-std::optional<Error> PropertyLists::writeAtomically(const Value& value, const std::string& path) {
+Result<void> PropertyLists::writeAtomically(const Value& value, const std::string& path) {
     const auto name = path::lastComponent(path);
     const bool isContainer =
         value.as<Value::Dictionary>() != nullptr || value.as<Value::Array>() != nullptr;
     const auto xml = isContainer ? xmlOf(value) : std::nullopt;
     if (!xml) {
-        return posixError(Errno(EINVAL), name, "saved",
-                          "it would hold what a property list cannot express");
+        return Unexpected(posixError(Errno(EINVAL), name, "saved",
+                                     "it would hold what a property list cannot express"));
     }
-    const auto saved = replaceFile(path, *xml);
-    return saved ? std::nullopt : std::optional(posixError(saved.error(), name, "saved"));
+    return posixResult(replaceFile(path, *xml), name, "saved");
 }
 
 Value PropertyLists::read(const std::string& path) {

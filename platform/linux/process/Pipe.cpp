@@ -18,7 +18,7 @@ namespace platform::native {
 
 namespace {
 
-constexpr const char* fileHandleException = "NSFileHandleOperationException";
+constexpr const char* fileHandleException = exception_name::fileHandleOperation;
 
 /// What a pipe holds, and what it is enlarged to once a child has filled it, so that the two
 /// processes change places less often.
@@ -101,7 +101,7 @@ bool Pipe::appendAvailable(std::vector<std::byte>& bytes) {
     try {
         append(bytes, std::span(chunk).first(count));
     } catch (const std::bad_alloc&) {
-        throw Exception("NSMallocException", "there is not enough memory for its output");
+        throw Exception(exception_name::outOfMemory, "there is not enough memory for its output");
     }
     return count != 0;
 }

@@ -76,7 +76,7 @@ void connect(SpawnOptions& options, const ChildStream& stream, int number, int n
         options.connect(number == STDIN_FILENO ? pipe.readEnd() : pipe.writeEnd(), number);
     } else if (stream.kind() == ChildStream::Kind::nullDevice || !isOpenForChildren(number)) {
         if (nullDevice < 0) {
-            throw resourceFailure(ENODEV, "NSGenericException", "null device");
+            throw resourceFailure(ENODEV, exception_name::generic, "null device");
         }
         options.connect(nullDevice, number);
     }

@@ -53,16 +53,16 @@ void Preferences::setValue(const std::string& key, const Value& value) {
     // Where the volume has no locks, the threads of this process alone wait for one another.
     const auto otherProcesses = lockedFolder(folder());
     ready = ready ? checkReplaceable(store()) : ready;
-    const auto failure =
-        ready ? write(key, value)
-              : std::optional(posixError(ready.error(), path::lastComponent(store()), "saved"));
-    if (failure) {
-        service<platform::Console>().systemLog("Preferences: " + failure->localizedDescription);
+    const auto stored =
+        ready ? write(key, value) : posixResult(ready, path::lastComponent(store()), "saved");
+    if (!stored) {
+        service<platform::Console>().systemLog("Preferences: " +
+                                               stored.error().localizedDescription);
     }
 }
 
 /// Changes one value in what the store holds.
-std::optional<Error> Preferences::write(const std::string& key, const Value& value) {
+Result<void> Preferences::write(const std::string& key, const Value& value) {
     auto content = propertyLists_.read(store());
     if (content.as<Value::Dictionary>() == nullptr) {
         content = Value::Dictionary();

@@ -169,7 +169,7 @@ public:
     explicit KeptLogFiles(std::string folder) : folder_(std::move(folder)) {
         std::filesystem::create_directories(folder_);
     }
-    std::optional<platform::Error> removeItem(const std::string& path) override {
+    platform::Result<void> removeItem(const std::string& path) override {
         auto name = folder_ + "/XXXXXX";
         platform::native::FileDescriptor(::mkstemp(name.data()));
         std::filesystem::rename(path, name);

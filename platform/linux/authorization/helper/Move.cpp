@@ -78,7 +78,7 @@ bool isThere(const Place& place) {
 bool carryOut(const Copy& copy, FileDescriptor& report) {
     const std::string source = heldPath(copy.source.folder, copy.source.name);
     if (isTaken(heldPath(copy.destination.folder, copy.destination.name), source)) {
-        throw startFailure(EEXIST);
+        throw startFailure(Errno(EEXIST));
     }
     const Stage stage(copy.destination.folder);
     report.reset();
@@ -94,10 +94,10 @@ bool carryOut(const Move& move, FileDescriptor& report, const FileDescriptor& tu
         return true;
     }
     if (errno != EXDEV) {
-        throw startFailure(errno);
+        throw startFailure(Errno::last());
     }
     if (isTaken(destination, source)) {
-        throw startFailure(EEXIST);
+        throw startFailure(Errno(EEXIST));
     }
     const Stage stage(to.folder);
     report.reset();

@@ -33,7 +33,7 @@ struct Performer {
 
     bool operator()(const Command& command) const {
         becomeTool(command.tool, command.arguments);
-        throw startFailure(errno);
+        throw startFailure(Errno::last());
     }
     bool operator()(const Move& move) const { return carryOut(move, report, turns); }
     bool operator()(const Copy& copy) const { return carryOut(copy, report); }
@@ -55,7 +55,7 @@ struct Performer {
     } catch (const Refusal& refusal) {
         reportFailure(report, refusal);
     } catch (const std::bad_alloc&) {
-        reportFailure(report, startFailure(ENOMEM));
+        reportFailure(report, startFailure(Errno(ENOMEM)));
     }
 }
 
