@@ -4,7 +4,7 @@
 #include "platform/foundation/Text.h"
 #include "platform/linux/desktop/Bundles.h"
 #include "platform/linux/desktop/LauncherEntry.h"
-#include "platform/linux/files/WholeFiles.h"
+#include "platform/linux/files/AtomicFile.h"
 #include "platform/linux/posix/Folders.h"
 #include "platform/linux/system/UserAccount.h"
 

@@ -3,7 +3,7 @@
 #include "platform/foundation/Path.h"
 #include "platform/foundation/Text.h"
 #include "platform/linux/desktop/HomeTrash.h"
-#include "platform/linux/files/FreeName.h"
+#include "platform/linux/files/UniqueName.h"
 #include "platform/linux/posix/Errors.h"
 #include "platform/linux/posix/FileDescriptor.h"
 #include "platform/linux/posix/Folders.h"
@@ -111,14 +111,14 @@ std::string nameInHomeTrash(std::string name, int count) {
     return name;
 }
 
-/// Where an item stands in the home trash without a note of its own, under the name that GIO gives
-/// to the next one called `name`, moves it to a free name: GIO looks at the notes alone and would
-/// replace it.
+/// Where an item stands in the home trash without a trashinfo of its own, under the name that GIO
+/// gives to the next one called `name`, moves it to a free name: GIO looks at the infos alone and
+/// would replace it.
 SystemResult<void> protectNamesake(const std::string& name) {
     const auto files = homeTrashFiles();
-    const auto notes = homeTrashNotes();
+    const auto infos = homeTrashInfo();
     std::string chosen = name;
-    for (int count = 2; stands(path::appending(notes, chosen + noteExtension)); ++count) {
+    for (int count = 2; stands(path::appending(infos, chosen + trashinfoExtension)); ++count) {
         chosen = nameInHomeTrash(name, count);
     }
     if (!stands(path::appending(files, chosen))) {
@@ -128,15 +128,15 @@ SystemResult<void> protectNamesake(const std::string& name) {
     if (!folder) {
         return Unexpected(folder.error());
     }
-    return moveToFreeName(folder->get(), chosen, folder->get());
+    return moveToUniqueName(folder->get(), chosen, folder->get());
 }
 
-/// Whether GIO can write the note of an item with this name, which it does as a temporary file with
-/// a suffix. Where it cannot, it leaves the note empty, or cuts the name together with its
-/// extension.
+/// Whether GIO can write the trashinfo of an item with this name, which it does as a temporary file
+/// with a suffix. Where it cannot, it leaves the trashinfo empty, or cuts the name together with
+/// its extension.
 bool hasRoomForNote(const std::string& name) {
     constexpr std::string_view temporarySuffix = ".XXXXXX";
-    return (name + noteExtension).size() + temporarySuffix.size() <= NAME_MAX;
+    return (name + trashinfoExtension).size() + temporarySuffix.size() <= NAME_MAX;
 }
 
 TrashResult trashThroughGio(const std::string& item) {
@@ -166,7 +166,7 @@ TrashResult trashByRename(const std::string& folder, const std::string& trash,
     if (!source || !destination) {
         return failure(destination ? source.error() : destination.error());
     }
-    return afterMoving(moveToFreeName(source->get(), name, destination->get()));
+    return afterMoving(moveToUniqueName(source->get(), name, destination->get()));
 }
 
 bool isEntryName(const std::string& name) {

@@ -19,13 +19,13 @@ struct TrashError {
 ///
 /// Where nothing stands at `trash`, it becomes a link to the "files" folder of the freedesktop home
 /// trash ("The FreeDesktop.org Trash specification", version 1.0), which is made too. Where `trash`
-/// is, or leads to, that folder, the item goes through GIO, which notes where it came from: the
+/// is, or leads to, that folder, the item goes through GIO, which records where it came from: the
 /// desktop shows it and can restore it, and an item of another volume goes into the trash of that
 /// volume. What GIO refuses to take because its volume has no trash, and what has a name without
-/// room for the note's, goes into the home trash with a note all the same. A real folder that
-/// stands at `trash` is used as it is: of "a.txt", the second becomes "a 2.txt". Nothing is ever
-/// replaced or deleted. An item that a rename cannot bring there is moved as moveItem() moves to
-/// another volume. Anything else at `trash` is a failure.
+/// room for the trashinfo's, goes into the home trash with a trashinfo all the same. A real folder
+/// that stands at `trash` is used as it is: of "a.txt", the second becomes "a 2.txt". Nothing is
+/// ever replaced or deleted. An item that a rename cannot bring there is moved as moveItem() moves
+/// to another volume. Anything else at `trash` is a failure.
 ///
 /// On failure the item is whole where it was, or, when only the removal
 /// after a copy failed, in the Trash.

@@ -1,6 +1,6 @@
 #include "platform/linux/files/FileContent.h"
 
-#include "platform/linux/posix/FileSizeSignal.h"
+#include "platform/linux/posix/BlockSigxfsz.h"
 #include "platform/linux/posix/SystemCall.h"
 
 #include <linux/fs.h>
@@ -36,7 +36,7 @@ bool hasHoles(const struct statx& status) {
 SystemResult<std::size_t> readBlock(int file, std::vector<char>& block, off_t offset) {
     std::size_t size = 0;
     while (size < block.size()) {
-        const auto count = uninterrupted([&] {
+        const auto count = retryOnEintr([&] {
             return ::pread(file, block.data() + size, block.size() - size,
                            offset + static_cast<off_t>(size));
         });
@@ -54,7 +54,7 @@ SystemResult<std::size_t> readBlock(int file, std::vector<char>& block, off_t of
 SystemResult<void> writeAt(int file, std::string_view content, off_t offset) {
     while (!content.empty()) {
         const auto count =
-            uninterrupted([&] { return ::pwrite(file, content.data(), content.size(), offset); });
+            retryOnEintr([&] { return ::pwrite(file, content.data(), content.size(), offset); });
         if (count <= 0) {
             return Unexpected(count < 0 ? Errno::last() : Errno(EIO));
         }
@@ -92,7 +92,7 @@ SystemResult<void> writeWithHoles(int file, std::string_view content, off_t offs
 } // namespace
 
 SystemResult<void> FileContent::copy(int source, const struct statx& status, int copy) {
-    holdBackFileSizeSignal();
+    blockSigxfsz();
     if (share(source, copy)) {
         return {};
     }
@@ -111,7 +111,7 @@ bool FileContent::share(int source, int copy) {
 off_t FileContent::copyRanges(int source, int copy) {
     off_t copied = 0;
     while (canCopyRanges_) {
-        const auto count = uninterrupted(
+        const auto count = retryOnEintr(
             [&] { return ::copy_file_range(source, nullptr, copy, nullptr, rangeSize, 0); });
         canCopyRanges_ = count >= 0;
         if (count <= 0) {

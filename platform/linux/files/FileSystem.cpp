@@ -1,10 +1,10 @@
 #include "platform/linux/files/FileSystem.h"
 
 #include "platform/foundation/Path.h"
+#include "platform/linux/files/AtomicFile.h"
 #include "platform/linux/files/CreationDate.h"
 #include "platform/linux/files/ItemTransfer.h"
 #include "platform/linux/files/TreeRemoval.h"
-#include "platform/linux/files/WholeFiles.h"
 #include "platform/linux/posix/Directory.h"
 #include "platform/linux/posix/Errors.h"
 #include "platform/linux/posix/FileDescriptor.h"

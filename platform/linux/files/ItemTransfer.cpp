@@ -1,6 +1,6 @@
 #include "platform/linux/files/ItemTransfer.h"
 
-#include "platform/linux/files/KeptAttributes.h"
+#include "platform/linux/files/Metadata.h"
 #include "platform/linux/files/TemporaryItem.h"
 #include "platform/linux/files/TreeCopy.h"
 #include "platform/linux/files/TreeRemoval.h"
@@ -124,7 +124,7 @@ private:
         if (!copy) {
             return Unexpected(EntryError{copy.error(), name_});
         }
-        dropInheritedLists(copy->item().get());
+        dropInheritedAcls(copy->item().get());
         if (auto copied = copyTree(source_, name_, copy->item(), purpose_, copied_); !copied) {
             return copied;
         }
@@ -152,7 +152,7 @@ private:
     /// Of a folder, the whole volume is written: one call that waits once for all of its files.
     static SystemResult<void> makeContentDurable(const FileDescriptor& item, bool isFolder) {
         return checked(
-            uninterrupted([&] { return isFolder ? ::syncfs(item.get()) : ::fsync(item.get()); }));
+            retryOnEintr([&] { return isFolder ? ::syncfs(item.get()) : ::fsync(item.get()); }));
     }
 
     /// Some volumes cannot do that for a folder.
@@ -161,7 +161,7 @@ private:
         if (!folder) { // It takes items without showing what is in it.
             return item ? makeContentDurable(item, true) : Unexpected(folder.error());
         }
-        auto done = checked(uninterrupted([&] { return ::fsync(folder->get()); }));
+        auto done = checked(retryOnEintr([&] { return ::fsync(folder->get()); }));
         return failedWith(done, EINVAL, EOPNOTSUPP) ? SystemResult<void>() : done;
     }
 
@@ -172,7 +172,7 @@ private:
     CopyPurpose purpose_;
     bool isMove_;
     struct statx status_ {};
-    CopiedItems copied_;
+    CopyFingerprints copied_;
 };
 
 } // namespace

@@ -4,9 +4,9 @@
 #include "platform/foundation/Path.h"
 #include "platform/linux/files/TemporaryItem.h"
 #include "platform/linux/files/TreeRemoval.h"
+#include "platform/linux/posix/BlockSigxfsz.h"
 #include "platform/linux/posix/Errors.h"
 #include "platform/linux/posix/FileDescriptor.h"
-#include "platform/linux/posix/FileSizeSignal.h"
 #include "platform/linux/posix/SystemCall.h"
 
 #include <algorithm>
@@ -49,7 +49,7 @@ public:
         if (!isInPlace()) {
             return false;
         }
-        holdBackFileSizeSignal();
+        blockSigxfsz();
         if (lineIsTorn_) {
             write("\n");
         }
@@ -209,7 +209,7 @@ public:
     /// none.
     bool tryToLock() const {
         return !folder_ ||
-               uninterrupted([this] { return ::flock(folder_.get(), LOCK_EX | LOCK_NB); }) == 0 ||
+               retryOnEintr([this] { return ::flock(folder_.get(), LOCK_EX | LOCK_NB); }) == 0 ||
                errno != EWOULDBLOCK;
     }
 

@@ -1,7 +1,7 @@
 #include "platform/linux/files/TreeCopy.h"
 
 #include "platform/linux/files/FileContent.h"
-#include "platform/linux/files/KeptAttributes.h"
+#include "platform/linux/files/Metadata.h"
 #include "platform/linux/posix/Directory.h"
 #include "platform/linux/posix/Errors.h"
 #include "platform/linux/posix/OpenFolder.h"
@@ -106,7 +106,7 @@ struct OpenFile {
 /// One copy.
 class TreeCopy {
 public:
-    TreeCopy(int source, const FileDescriptor& top, CopyPurpose purpose, CopiedItems& copied)
+    TreeCopy(int source, const FileDescriptor& top, CopyPurpose purpose, CopyFingerprints& copied)
         : source_(source), top_(top), isMove_(purpose == CopyPurpose::replaceSource),
           copied_(copied) {}
 
@@ -194,7 +194,7 @@ private:
     }
 
     SystemResult<OpenFile> openFile(int folder, const std::string& name) const {
-        auto file = opened(uninterrupted([&] {
+        auto file = opened(retryOnEintr([&] {
             return ::openat(folder, name.c_str(),
                             O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
         }));
@@ -258,7 +258,7 @@ private:
         const int file = source.descriptor.get();
         auto filled = content_.copy(file, source.status, copy.get());
         if (filled) {
-            filled = keepAttributes(file, source.status, copy.get());
+            filled = copyMetadata(file, source.status, copy.get());
         }
         return filled && isMove_ ? check(source, copy) : filled;
     }
@@ -382,7 +382,7 @@ private:
     /// above.
     EntryResult<void> leave() {
         CopyLevel& done = levels_.back();
-        auto left = keepAttributes(done.source.get(), done.status, done.copy.get());
+        auto left = copyMetadata(done.source.get(), done.status, done.copy.get());
         if (left && levels_.size() > 1) {
             left = reopenAbove(done, levels_[levels_.size() - 2]);
         }
@@ -418,7 +418,7 @@ private:
     int source_;
     const FileDescriptor& top_;
     bool isMove_;
-    CopiedItems& copied_;
+    CopyFingerprints& copied_;
     Identity topIdentity_;
     FileContent content_;
     std::vector<CopyLevel> levels_;
@@ -456,7 +456,7 @@ SystemResult<void> makeUnopened(int source, const std::string& name, const struc
 } // namespace
 
 EntryResult<void> copyTree(int source, const std::string& name, const FileDescriptor& top,
-                           CopyPurpose purpose, CopiedItems& copied) {
+                           CopyPurpose purpose, CopyFingerprints& copied) {
     return TreeCopy(source, top, purpose, copied).run(name);
 }
 
@@ -468,7 +468,7 @@ SystemResult<void> copyUnopened(int source, const std::string& name, const struc
     if (auto made = makeUnopened(source, name, status, destination, newName); !made) {
         return made;
     }
-    auto kept = keepAttributesOfEntry(status, destination, newName);
+    auto kept = copyMetadataToEntry(status, destination, newName);
     if (!kept) {
         ::unlinkat(destination, newName.c_str(), 0);
     }

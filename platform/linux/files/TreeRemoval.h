@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/linux/files/CopiedItems.h"
+#include "platform/linux/files/CopyFingerprints.h"
 #include "platform/linux/posix/Errno.h"
 
 #include <string>
@@ -10,7 +10,7 @@ namespace platform::native {
 /// Which items a removal may take away.
 struct RemovalRules {
     /// These alone, where there are any: another item, or one that has changed, is EAGAIN.
-    const CopiedItems* only = nullptr;
+    const CopyFingerprints* only = nullptr;
     /// Folders without permissions are made accessible first: all that is there is the user's own.
     bool unlocksFolders = false;
 };

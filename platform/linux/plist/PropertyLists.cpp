@@ -1,7 +1,7 @@
 #include "platform/linux/plist/PropertyLists.h"
 
 #include "platform/foundation/Path.h"
-#include "platform/linux/files/WholeFiles.h"
+#include "platform/linux/files/AtomicFile.h"
 #include "platform/linux/plist/PropertyListLimits.h"
 #include "platform/linux/plist/PropertyListNodes.h"
 #include "platform/linux/posix/Errors.h"
@@ -39,7 +39,7 @@ Result<void> PropertyLists::writeAtomically(const Value& value, const std::strin
 }
 
 Value PropertyLists::read(const std::string& path) {
-    const auto content = contentOfFile(path, largestPropertyList);
+    const auto content = readFile(path, largestPropertyList);
     return content ? parse(*content) : Value();
 }
 

@@ -29,7 +29,7 @@ SystemResult<void> makeFolders(const std::string& path, mode_t mode) {
 
 SystemResult<FileDescriptor> lockedFolder(const std::string& path) {
     auto folder = opened(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (folder && uninterrupted([&] { return ::flock(folder->get(), LOCK_EX); }) != 0) {
+    if (folder && retryOnEintr([&] { return ::flock(folder->get(), LOCK_EX); }) != 0) {
         return Unexpected(Errno::last());
     }
     return folder;

@@ -13,7 +13,7 @@ Identity identityOf(const struct statx& status) {
 }
 
 SystemResult<FileDescriptor> openFolder(int parent, const char* name) {
-    return opened(uninterrupted([&] {
+    return opened(retryOnEintr([&] {
         return ::openat(parent, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
     }));
 }

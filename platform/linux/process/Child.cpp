@@ -30,7 +30,7 @@ void Child::begin(pid_t identifier) {
 int Child::waitFor(siginfo_t& info, int options) const {
     const auto type = descriptor_ ? P_PIDFD : P_PID;
     const auto which = static_cast<id_t>(descriptor_ ? descriptor_.get() : identifier_);
-    return uninterrupted([&] { return ::waitid(type, which, &info, options); });
+    return retryOnEintr([&] { return ::waitid(type, which, &info, options); });
 }
 
 bool Child::hasEnded() {

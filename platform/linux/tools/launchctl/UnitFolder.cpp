@@ -1,7 +1,7 @@
 #include "platform/linux/tools/launchctl/UnitFolder.h"
 
 #include "platform/foundation/Path.h"
-#include "platform/linux/files/WholeFiles.h"
+#include "platform/linux/files/AtomicFile.h"
 #include "platform/linux/posix/Folders.h"
 #include "platform/linux/tools/Tool.h"
 
@@ -39,7 +39,7 @@ Owner ownerOfFile(const fs::path& path) {
     if (!fs::is_regular_file(fs::symlink_status(path, error))) {
         return {};
     }
-    const auto text = contentOfFile(path.string(), largestUnit);
+    const auto text = readFile(path.string(), largestUnit);
     return text ? ownerOfUnit(*text) : Owner{};
 }
 

@@ -250,7 +250,7 @@ TEST(MoveItem, TellsOfANameThatTheVolumeDoesNotAllow) {
     struct Case {
         std::string item;
         std::string faults;
-        std::string culprit;
+        std::string failedEntry;
     };
     const auto noRename = refusal("linkat:1:"); // that other way is tried, too
     const std::vector<Case> cases{
@@ -259,10 +259,11 @@ TEST(MoveItem, TellsOfANameThatTheVolumeDoesNotAllow) {
         {"link", otherVolume + refusal("symlinkat:1:"), "link"},
         {"top", otherVolume + refusal("mkdirat:2:"), "inner"},
     };
-    for (const auto& [item, faults, culprit] : cases) {
+    for (const auto& [item, faults, failedEntry] : cases) {
         const auto outcome = runChild({"move", folder / item, folder / "new"}, withFaults(faults));
         EXPECT_TRUE(outcome.output.starts_with(
-            "84 “" + culprit + "” couldn’t be moved because the volume doesn’t allow its name.\n"))
+            "84 “" + failedEntry +
+            "” couldn’t be moved because the volume doesn’t allow its name.\n"))
             << outcome.output;
         EXPECT_TRUE(stands(folder / item));
     }

@@ -1,10 +1,10 @@
-#include "platform/linux/posix/FileSizeSignal.h"
+#include "platform/linux/posix/BlockSigxfsz.h"
 
 #include <csignal>
 
 namespace platform::native {
 
-void holdBackFileSizeSignal() {
+void blockSigxfsz() {
     thread_local const bool held = [] {
         sigset_t signals{};
         sigemptyset(&signals);

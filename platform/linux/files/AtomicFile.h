@@ -12,7 +12,7 @@ namespace platform::native {
 /// The content of a regular file of at most `limit` bytes; a final link is followed. Nothing when
 /// there is none, when it is larger, or when anything else stands at the path, which is told
 /// without waiting for it: a FIFO without a writer, a device.
-std::optional<std::string> contentOfFile(const std::string& path, std::size_t limit);
+std::optional<std::string> readFile(const std::string& path, std::size_t limit);
 
 /// Writes all of the content to an open file, and makes it durable.
 SystemResult<void> writeAll(int file, std::string_view content);

@@ -1,4 +1,4 @@
-#include "platform/linux/files/KeptAttributes.h"
+#include "platform/linux/files/Metadata.h"
 
 #include <fcntl.h>
 #include <linux/limits.h>
@@ -112,7 +112,7 @@ SystemResult<void> keepModeOfEntry(const struct statx& status, int folder, const
 
 } // namespace
 
-SystemResult<void> keepAttributes(int source, const struct statx& status, int copy) {
+SystemResult<void> copyMetadata(int source, const struct statx& status, int copy) {
     struct stat current {};
     if (auto found = checked(::fstat(copy, &current)); !found) {
         return found;
@@ -140,8 +140,8 @@ SystemResult<void> keepAttributes(int source, const struct statx& status, int co
     return asFarAsPossible(checked(::futimens(copy, timesOf(status).data())));
 }
 
-SystemResult<void> keepAttributesOfEntry(const struct statx& status, int folder,
-                                         const std::string& name) {
+SystemResult<void> copyMetadataToEntry(const struct statx& status, int folder,
+                                       const std::string& name) {
     const char* entry = name.c_str();
     if (auto kept = keepOwnerOfEntry(status, folder, entry); !kept) {
         return kept;
@@ -156,7 +156,7 @@ SystemResult<void> keepAttributesOfEntry(const struct statx& status, int folder,
     return asFarAsPossible(checked(::utimensat(folder, entry, times.data(), AT_SYMLINK_NOFOLLOW)));
 }
 
-void dropInheritedLists(int item) {
+void dropInheritedAcls(int item) {
     ::fremovexattr(item, "system.posix_acl_default");
     ::fremovexattr(item, "system.posix_acl_access");
 }

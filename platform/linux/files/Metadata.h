@@ -12,14 +12,14 @@ namespace platform::native {
 /// (access control lists are some) and times of the open item that it was made of. The owner and
 /// the group are kept where the user may give them away, else the copy runs as nobody but its own
 /// owner; attributes are kept where the copy's volume has their kind.
-SystemResult<void> keepAttributes(int source, const struct statx& status, int copy);
+SystemResult<void> copyMetadata(int source, const struct statx& status, int copy);
 
 /// The same for the entry `name` of an open folder that cannot be opened: a link, a FIFO, a socket,
 /// a device. It has no extended attributes.
-SystemResult<void> keepAttributesOfEntry(const struct statx& status, int folder,
-                                         const std::string& name);
+SystemResult<void> copyMetadataToEntry(const struct statx& status, int folder,
+                                       const std::string& name);
 
 /// Takes from a new item the access control lists that it has from the folder that it was made in.
-void dropInheritedLists(int item);
+void dropInheritedAcls(int item);
 
 } // namespace platform::native

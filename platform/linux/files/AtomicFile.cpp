@@ -1,9 +1,9 @@
-#include "platform/linux/files/WholeFiles.h"
+#include "platform/linux/files/AtomicFile.h"
 
 #include "platform/foundation/Path.h"
 #include "platform/linux/files/TemporaryItem.h"
+#include "platform/linux/posix/BlockSigxfsz.h"
 #include "platform/linux/posix/FileDescriptor.h"
-#include "platform/linux/posix/FileSizeSignal.h"
 #include "platform/linux/posix/SystemCall.h"
 
 #include <fcntl.h>
@@ -31,7 +31,7 @@ FileDescriptor openRegularFile(const std::string& path, std::size_t limit) {
 } // namespace
 
 SystemResult<void> writeAll(int file, std::string_view content) {
-    holdBackFileSizeSignal();
+    blockSigxfsz();
     while (!content.empty()) {
         const auto written = ::write(file, content.data(), content.size());
         if (written < 0 && errno != EINTR) {
@@ -39,10 +39,10 @@ SystemResult<void> writeAll(int file, std::string_view content) {
         }
         content.remove_prefix(static_cast<std::size_t>(std::max<ssize_t>(written, 0)));
     }
-    return checked(uninterrupted([file] { return ::fsync(file); }));
+    return checked(retryOnEintr([file] { return ::fsync(file); }));
 }
 
-std::optional<std::string> contentOfFile(const std::string& path, std::size_t limit) {
+std::optional<std::string> readFile(const std::string& path, std::size_t limit) {
     const auto file = openRegularFile(path, limit);
     if (!file) {
         return std::nullopt;

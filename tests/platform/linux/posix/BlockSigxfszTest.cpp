@@ -1,4 +1,4 @@
-#include "platform/linux/posix/FileSizeSignal.h"
+#include "platform/linux/posix/BlockSigxfsz.h"
 
 #include "tests/support/ScopedLimit.h"
 #include "tests/support/TemporaryFolder.h"
@@ -29,7 +29,7 @@ TEST_F(FileSizeSignalDeathTest, AWriteBeyondTheLimitFailsLikeAnyOther) {
 
     EXPECT_EXIT(
         {
-            platform::native::holdBackFileSizeSignal();
+            platform::native::blockSigxfsz();
             writeBeyondTheLimit(folder / "file");
         },
         testing::ExitedWithCode(0), "");

@@ -1,4 +1,4 @@
-#include "platform/linux/files/SpaceAhead.h"
+#include "platform/linux/files/Preallocation.h"
 
 #include <fcntl.h>
 #include <linux/magic.h>
@@ -28,7 +28,7 @@ bool isInMemory(int file) {
 
 } // namespace
 
-void SpaceAhead::reserve(int file, std::uint64_t position) {
+void Preallocation::reserve(int file, std::uint64_t position) {
     if (expectedSize_ < leastReservedSize || position < reservedUpTo_ ||
         position >= expectedSize_) {
         return;
@@ -45,7 +45,7 @@ void SpaceAhead::reserve(int file, std::uint64_t position) {
 }
 
 /// A file that is cut to the size it has loses what was reserved behind it.
-void SpaceAhead::release(int file) {
+void Preallocation::release(int file) {
     struct stat status {};
     if (reservedUpTo_ != 0 && ::fstat(file, &status) == 0 &&
         static_cast<std::uint64_t>(status.st_size) < reservedUpTo_) {

@@ -1,4 +1,4 @@
-#include "platform/linux/files/FreeName.h"
+#include "platform/linux/files/UniqueName.h"
 
 #include "platform/foundation/Path.h"
 #include "platform/linux/files/ItemTransfer.h"
@@ -39,7 +39,7 @@ std::string numberedName(const std::string& name, int count) {
     return cutTo(path::deletingExtension(name), NAME_MAX - suffix.size()) + suffix;
 }
 
-SystemResult<void> moveToFreeName(int source, const std::string& name, int destination) {
+SystemResult<void> moveToUniqueName(int source, const std::string& name, int destination) {
     std::string candidate = name;
     for (int count = 2; count <= mostNamesakes; ++count) {
         const auto moved = moveItem(source, name, destination, candidate);

@@ -1,4 +1,4 @@
-#include "platform/linux/files/FreeName.h"
+#include "platform/linux/files/UniqueName.h"
 
 #include "platform/linux/posix/FileDescriptor.h"
 #include "tests/support/TemporaryFolder.h"
@@ -10,7 +10,7 @@
 #include <cerrno>
 
 using platform::native::FileDescriptor;
-using platform::native::moveToFreeName;
+using platform::native::moveToUniqueName;
 using platform::native::numberedName;
 
 TEST(NumberedName, StandsInFrontOfTheExtension) {
@@ -37,10 +37,10 @@ TEST(MoveToFreeName, ReplacesNothing) {
     const FileDescriptor source(::open((folder / "from").c_str(), O_PATH));
     const FileDescriptor destination(::open((folder / "to").c_str(), O_PATH));
 
-    EXPECT_TRUE(moveToFreeName(source.get(), "a.txt", destination.get()));
+    EXPECT_TRUE(moveToUniqueName(source.get(), "a.txt", destination.get()));
 
     EXPECT_EQ(contentOf(folder / "to/a.txt"), "first");
     EXPECT_EQ(contentOf(folder / "to/a 2.txt"), "second");
     EXPECT_EQ(contentOf(folder / "to/a 3.txt"), "third");
-    EXPECT_TRUE(failedWith(moveToFreeName(source.get(), "a.txt", destination.get()), ENOENT));
+    EXPECT_TRUE(failedWith(moveToUniqueName(source.get(), "a.txt", destination.get()), ENOENT));
 }

@@ -1,19 +1,19 @@
-#include "platform/linux/files/CopiedItems.h"
+#include "platform/linux/files/CopyFingerprints.h"
 
 #include <algorithm>
 #include <array>
 
 namespace platform::native {
 
-void CopiedItems::close() {
+void CopyFingerprints::close() {
     std::ranges::sort(fingerprints_);
 }
 
-bool CopiedItems::contains(const struct statx& status) const {
+bool CopyFingerprints::contains(const struct statx& status) const {
     return std::ranges::binary_search(fingerprints_, fingerprint(status));
 }
 
-std::uint64_t CopiedItems::fingerprint(const struct statx& status) {
+std::uint64_t CopyFingerprints::fingerprint(const struct statx& status) {
     const bool isFolder = S_ISDIR(status.stx_mode);
     const std::array<std::uint64_t, 7> facts{
         status.stx_dev_major,

@@ -17,6 +17,6 @@ std::string numberedName(const std::string& name, int count);
 /// Moves the entry `name` of the open folder `source` into the open folder `destination`, under its
 /// own name or the first numbered one that is free there. Nothing is ever replaced, and a link is
 /// moved itself; onto another volume, too, as moveItem() does.
-SystemResult<void> moveToFreeName(int source, const std::string& name, int destination);
+SystemResult<void> moveToUniqueName(int source, const std::string& name, int destination);
 
 } // namespace platform::native

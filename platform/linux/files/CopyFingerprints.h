@@ -9,7 +9,7 @@ namespace platform::native {
 
 /// What a copy was made of: tells later whether an item is one of those copied and has not changed
 /// since. Takes eight bytes an item.
-class CopiedItems {
+class CopyFingerprints {
 public:
     void add(const struct statx& status) { fingerprints_.push_back(fingerprint(status)); }
 
