@@ -1,6 +1,7 @@
 #include "platform/linux/files/ItemTransfer.h"
 
 #include "platform/linux/files/Metadata.h"
+#include "platform/linux/files/SpecialFiles.h"
 #include "platform/linux/files/TemporaryItem.h"
 #include "platform/linux/files/TreeCopy.h"
 #include "platform/linux/files/TreeRemoval.h"

@@ -1,21 +1,19 @@
 #include "platform/linux/files/TreeCopy.h"
 
+#include "platform/linux/files/CopiedLinks.h"
 #include "platform/linux/files/FileContent.h"
 #include "platform/linux/files/Metadata.h"
+#include "platform/linux/files/SpecialFiles.h"
 #include "platform/linux/posix/Directory.h"
 #include "platform/linux/posix/Errors.h"
+#include "platform/linux/posix/FolderStack.h"
 #include "platform/linux/posix/OpenFolder.h"
 #include "platform/linux/posix/SystemCall.h"
 
 #include <fcntl.h>
-#include <sys/sysmacros.h>
 #include <unistd.h>
 
-#include <array>
 #include <cerrno>
-#include <climits>
-#include <map>
-#include <string_view>
 #include <vector>
 
 namespace platform::native {
@@ -26,26 +24,14 @@ namespace {
 /// "..", when the work comes back to it.
 constexpr std::size_t openCopyLevels = 16;
 
-/// An item of the source is another one than a moment ago, or changes while it is copied.
-constexpr Errno changedMeanwhile{EAGAIN};
-
 constexpr mode_t privateFolder = 0700;
 
 /// A folder that is being copied.
 struct CopyLevel {
     std::string name;
     struct statx status {};
-    Identity copyIdentity;
-    FileDescriptor source; ///< None while the work is far below, like the copy.
-    FileDescriptor copy;
     std::vector<DirectoryEntry> entries;
     std::size_t next = 0;
-};
-
-/// Where the copy of a file with several names stands, seen from the top.
-struct LinkedFile {
-    std::vector<std::string> path;
-    Identity copyIdentity;
 };
 
 SystemResult<FileDescriptor> duplicate(const FileDescriptor& item) {
@@ -85,16 +71,6 @@ Unexpected<Errno> makingFailure(Errno error) {
 
 bool isSameMoment(const statx_timestamp& one, const statx_timestamp& other) {
     return one.tv_sec == other.tv_sec && one.tv_nsec == other.tv_nsec;
-}
-
-/// The text of a link.
-SystemResult<std::string> readLink(int folder, const std::string& name) {
-    std::array<char, PATH_MAX> buffer{};
-    const auto length = ::readlinkat(folder, name.c_str(), buffer.data(), buffer.size());
-    if (length < 0) { // EINVAL: it is no link any more.
-        return Unexpected(errno == EINVAL ? changedMeanwhile : Errno::last());
-    }
-    return std::string(buffer.data(), static_cast<std::size_t>(length));
 }
 
 /// A file that is open for reading.
@@ -137,31 +113,30 @@ private:
     }
 
     SystemResult<void> copyEntryOfKind(const DirectoryEntry& entry) {
-        const CopyLevel& level = levels_.back();
         switch (entry.kind) {
         case ItemKind::file:
             return copyFile(entry.name);
         case ItemKind::folder:
-            if (::mkdirat(level.copy.get(), entry.name.c_str(), privateFolder) != 0) {
+            if (::mkdirat(copies_.descriptor(), entry.name.c_str(), privateFolder) != 0) {
                 return makingFailure(Errno::last());
             }
-            return enter(level.source.get(), entry.name,
-                         openFolder(level.copy.get(), entry.name.c_str()));
+            return enter(sources_.descriptor(), entry.name,
+                         openFolder(copies_.descriptor(), entry.name.c_str()));
         default:
             return copyOther(entry.name);
         }
     }
 
     SystemResult<void> copyOther(const std::string& name) {
-        const CopyLevel& level = levels_.back();
-        const auto status = statusOfEntry(level.source.get(), name);
+        const auto status = statusOfEntry(sources_.descriptor(), name);
         if (!status) {
             return Unexpected(status.error());
         }
         if (auto removable = checkRemovable(*status); !removable) {
             return removable;
         }
-        const auto made = copyUnopened(level.source.get(), name, *status, level.copy.get(), name);
+        const auto made =
+            copyUnopened(sources_.descriptor(), name, *status, copies_.descriptor(), name);
         if (!made) {
             return makingFailure(made.error());
         }
@@ -215,13 +190,12 @@ private:
     }
 
     SystemResult<void> copyFile(const std::string& name) {
-        const CopyLevel& level = levels_.back();
-        const auto source = openFile(level.source.get(), name);
+        const auto source = openFile(sources_.descriptor(), name);
         if (!source) {
             return Unexpected(source.error());
         }
         const auto& status = source->status;
-        if (status.stx_nlink > 1 && linkToFormer(identityOf(status), name)) {
+        if (status.stx_nlink > 1 && links_.link(identityOf(status), copies_.descriptor(), name)) {
             if (isMove_) {
                 copied_.add(status);
             }
@@ -231,14 +205,15 @@ private:
         const mode_t mode = isOwn(status) ? (status.stx_mode & ACCESSPERMS) | S_IWUSR
                                           : static_cast<mode_t>(S_IRUSR | S_IWUSR);
         const auto copy =
-            opened(::openat(level.copy.get(), name.c_str(),
+            opened(::openat(copies_.descriptor(), name.c_str(),
                             O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, mode));
         if (!copy) {
             return makingFailure(copy.error());
         }
         auto filled = fill(*source, *copy);
-        return filled && status.stx_nlink != 1 ? rememberLinked(identityOf(status), *copy, name)
-                                               : filled;
+        return filled && status.stx_nlink != 1
+                   ? links_.remember(identityOf(status), *copy, pathFromTop(name))
+                   : filled;
     }
 
     SystemResult<void> copyFileInto(int folder, const std::string& name,
@@ -278,44 +253,14 @@ private:
         return compared;
     }
 
-    /// Where a file of several names has been copied under another of them, makes its copy a hard
-    /// link. False where that cannot be done: the file is then copied like any other.
-    bool linkToFormer(const Identity& identity, const std::string& name) {
-        const auto found = linked_.find(identity);
-        if (found == linked_.end()) {
-            return false;
-        }
-        const auto& [path, copyIdentity] = found->second;
-        auto folder = duplicate(top_);
-        for (std::size_t depth = 0; folder && depth + 1 < path.size(); ++depth) {
-            folder = openFolder(folder->get(), path[depth].c_str());
-        }
-        const int destination = levels_.back().copy.get();
-        if (!folder ||
-            ::linkat(folder->get(), path.back().c_str(), destination, name.c_str(), 0) != 0) {
-            return false;
-        }
-        const auto status = statusOfEntry(destination, name);
-        if (status && identityOf(*status) == copyIdentity) {
-            return true;
-        }
-        ::unlinkat(destination, name.c_str(), 0);
-        return false;
-    }
-
-    SystemResult<void> rememberLinked(const Identity& identity, const FileDescriptor& copy,
-                                      const std::string& name) {
-        const auto status = statusOf(copy.get());
-        if (!status) {
-            return Unexpected(status.error());
-        }
-        LinkedFile file{{}, identityOf(*status)};
+    /// Where a file of the deepest folder is, seen from the top.
+    std::vector<std::string> pathFromTop(const std::string& name) const {
+        std::vector<std::string> path;
         for (std::size_t depth = 1; depth < levels_.size(); ++depth) {
-            file.path.push_back(levels_[depth].name);
+            path.push_back(levels_[depth].name);
         }
-        file.path.push_back(name);
-        linked_.emplace(identity, std::move(file));
-        return {};
+        path.push_back(name);
+        return path;
     }
 
     /// Makes the folder `name` of the open folder `parent` the deepest level, to be copied into
@@ -330,61 +275,58 @@ private:
             return Unexpected(failedWith(source, ELOOP, ENOTDIR) ? changedMeanwhile
                                                                  : source.error());
         }
-        CopyLevel level{name};
-        level.source = *std::move(source);
-        level.copy = *std::move(copy);
-        if (auto examined = examine(level); !examined) {
-            return examined;
+        auto level = examine(name, *source);
+        if (!level) {
+            return Unexpected(level.error());
         }
-        levels_.push_back(std::move(level));
-        if (levels_.size() > openCopyLevels) {
-            CopyLevel& far = levels_[levels_.size() - 1 - openCopyLevels];
-            far.source.reset();
-            far.copy.reset();
-        }
-        return {};
-    }
-
-    /// Reads what is to be known of a folder before its entries are copied.
-    SystemResult<void> examine(CopyLevel& level) const {
-        const auto status = statusOf(level.source.get());
-        if (!status) {
-            return Unexpected(status.error());
-        }
-        const auto copyStatus = statusOf(level.copy.get());
+        const auto copyStatus = statusOf(copy->get());
         if (!copyStatus) {
             return Unexpected(copyStatus.error());
         }
-        if (auto removable = checkRemovable(*status); !removable) {
-            return removable;
+        auto pushed = sources_.push(*std::move(source), identityOf(level->status));
+        if (pushed) {
+            pushed = copies_.push(*std::move(copy), identityOf(*copyStatus));
         }
-        level.status = *status;
-        level.copyIdentity = identityOf(*copyStatus);
-        if (identityOf(level.status) == topIdentity_) { // It is copied into itself.
-            return Unexpected(Errno(EINVAL));
-        }
-        return takeEntries(level);
+        levels_.push_back(*std::move(level));
+        return pushed;
     }
 
-    SystemResult<void> takeEntries(CopyLevel& level) const {
-        auto entries = readEntries(level.source);
+    /// Reads what is to be known of a folder before its entries are copied.
+    SystemResult<CopyLevel> examine(const std::string& name, const FileDescriptor& source) const {
+        const auto status = statusOf(source.get());
+        if (!status) {
+            return Unexpected(status.error());
+        }
+        if (const auto removable = checkRemovable(*status); !removable) {
+            return Unexpected(removable.error());
+        }
+        if (identityOf(*status) == topIdentity_) { // It is copied into itself.
+            return Unexpected(Errno(EINVAL));
+        }
+        auto entries = readEntries(source);
         if (!entries) {
             return Unexpected(entries.error());
         }
-        level.entries = *std::move(entries);
-        if (!isMove_ || level.entries.empty()) {
-            return {};
+        if (isMove_ && !entries->empty()) {
+            if (const auto allowed =
+                    checked(::faccessat(source.get(), ".", W_OK | X_OK, AT_EACCESS));
+                !allowed) {
+                return Unexpected(allowed.error());
+            }
         }
-        return checked(::faccessat(level.source.get(), ".", W_OK | X_OK, AT_EACCESS));
+        return CopyLevel{name, *status, *std::move(entries)};
     }
 
     /// Finishes the deepest folder, all of whose entries are copied, and goes back to the one
     /// above.
     EntryResult<void> leave() {
-        CopyLevel& done = levels_.back();
-        auto left = copyMetadata(done.source.get(), done.status, done.copy.get());
-        if (left && levels_.size() > 1) {
-            left = reopenAbove(done, levels_[levels_.size() - 2]);
+        const CopyLevel& done = levels_.back();
+        auto left = copyMetadata(sources_.descriptor(), done.status, copies_.descriptor());
+        if (left) {
+            left = sources_.reopenAbove();
+        }
+        if (left) {
+            left = copies_.reopenAbove();
         }
         if (!left) {
             return aboutEntry(done.name, left);
@@ -393,25 +335,8 @@ private:
             copied_.add(done.status);
         }
         levels_.pop_back();
-        return {};
-    }
-
-    /// Opens a folder that has been closed, and its copy, again from the ones below.
-    static SystemResult<void> reopenAbove(const CopyLevel& below, CopyLevel& level) {
-        auto reopened = reopen(level.source, below.source, identityOf(level.status));
-        return reopened ? reopen(level.copy, below.copy, level.copyIdentity) : reopened;
-    }
-
-    static SystemResult<void> reopen(FileDescriptor& folder, const FileDescriptor& below,
-                                     const Identity& identity) {
-        if (folder) {
-            return {};
-        }
-        auto above = openFolderAbove(below.get(), identity);
-        if (!above) {
-            return Unexpected(above.error());
-        }
-        folder = *std::move(above);
+        sources_.pop();
+        copies_.pop();
         return {};
     }
 
@@ -421,58 +346,17 @@ private:
     CopyFingerprints& copied_;
     Identity topIdentity_;
     FileContent content_;
+    CopiedLinks links_{top_};
     std::vector<CopyLevel> levels_;
-    std::map<Identity, LinkedFile> linked_;
+    FolderStack<FileDescriptor> sources_{openCopyLevels};
+    FolderStack<FileDescriptor> copies_{openCopyLevels};
 };
-
-/// Makes a link of the same text, and reads it back.
-SystemResult<void> makeLink(int source, const std::string& name, int destination,
-                            const std::string& newName) {
-    const auto text = readLink(source, name);
-    if (!text) {
-        return Unexpected(text.error());
-    }
-    if (auto made = checked(::symlinkat(text->c_str(), destination, newName.c_str())); !made) {
-        return made;
-    }
-    const auto copy = readLink(destination, newName);
-    if (copy && *copy == *text) {
-        return {};
-    }
-    ::unlinkat(destination, newName.c_str(), 0);
-    return Unexpected(copy ? Errno(EIO) : copy.error());
-}
-
-/// Makes the link, FIFO, socket or device itself.
-SystemResult<void> makeUnopened(int source, const std::string& name, const struct statx& status,
-                                int destination, const std::string& newName) {
-    if (S_ISLNK(status.stx_mode)) {
-        return makeLink(source, name, destination, newName);
-    }
-    const auto device = ::makedev(status.stx_rdev_major, status.stx_rdev_minor);
-    return checked(::mknodat(destination, newName.c_str(), status.stx_mode, device));
-}
 
 } // namespace
 
 EntryResult<void> copyTree(int source, const std::string& name, const FileDescriptor& top,
                            CopyPurpose purpose, CopyFingerprints& copied) {
     return TreeCopy(source, top, purpose, copied).run(name);
-}
-
-SystemResult<void> copyUnopened(int source, const std::string& name, const struct statx& status,
-                                int destination, const std::string& newName) {
-    if (S_ISREG(status.stx_mode) || S_ISDIR(status.stx_mode)) {
-        return Unexpected(changedMeanwhile);
-    }
-    if (auto made = makeUnopened(source, name, status, destination, newName); !made) {
-        return made;
-    }
-    auto kept = copyMetadataToEntry(status, destination, newName);
-    if (!kept) {
-        ::unlinkat(destination, newName.c_str(), 0);
-    }
-    return kept;
 }
 
 } // namespace platform::native

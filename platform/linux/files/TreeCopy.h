@@ -27,10 +27,4 @@ enum class CopyPurpose {
 EntryResult<void> copyTree(int source, const std::string& name, const FileDescriptor& top,
                            CopyPurpose purpose, CopyFingerprints& copied);
 
-/// Makes the entry `newName` of the open folder `destination` a copy of the entry `name` of
-/// `source`, which is a link, a FIFO, a socket or a device of this status. What stands there is
-/// never replaced: EEXIST. After a failure nothing is left of the copy.
-SystemResult<void> copyUnopened(int source, const std::string& name, const struct statx& status,
-                                int destination, const std::string& newName);
-
 } // namespace platform::native

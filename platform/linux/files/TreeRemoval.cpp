@@ -1,13 +1,12 @@
 #include "platform/linux/files/TreeRemoval.h"
 
-#include "platform/linux/posix/Directory.h"
+#include "platform/linux/posix/FolderStack.h"
 #include "platform/linux/posix/OpenFolder.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
 
 #include <cerrno>
-#include <optional>
 #include <utility>
 #include <vector>
 
@@ -29,8 +28,6 @@ constexpr Errno notAllowed{EAGAIN};
 /// A folder that is being emptied.
 struct RemovalLevel {
     std::string name;
-    Identity identity;
-    std::optional<Directory> directory; ///< None while the work is far below.
     int passesLeft = patience;
 };
 
@@ -50,7 +47,7 @@ public:
 private:
     /// Removes the next entry of the deepest folder, or that itself after its last.
     EntryResult<void> removeNext() {
-        const auto entry = levels_.back().directory->next();
+        const auto entry = folders_.top().next();
         if (!entry) {
             return Unexpected(EntryError{entry.error(), levels_.back().name});
         }
@@ -58,9 +55,7 @@ private:
     }
 
     /// The open folder that holds the entries of the deepest level.
-    int currentFolder() const {
-        return levels_.empty() ? parent_ : levels_.back().directory->descriptor();
-    }
+    int currentFolder() const { return folders_.empty() ? parent_ : folders_.descriptor(); }
 
     /// Deletes an entry of the current folder, or enters it when it is a folder. One that others
     /// have deleted counts as done, except the item itself.
@@ -113,15 +108,11 @@ private:
         if (!status) {
             return Unexpected(status.error());
         }
-        auto directory = Directory::of(*std::move(folder));
-        if (!directory) {
-            return Unexpected(directory.error());
+        auto pushed = folders_.push(*std::move(folder), identityOf(*status));
+        if (pushed) {
+            levels_.push_back({name});
         }
-        levels_.push_back({name, identityOf(*status), *std::move(directory)});
-        if (levels_.size() > openRemovalLevels) {
-            levels_[levels_.size() - 1 - openRemovalLevels].directory.reset();
-        }
-        return {};
+        return pushed;
     }
 
     /// A folder that may not be read can still be deleted when it is empty.
@@ -153,46 +144,28 @@ private:
     /// Deletes the deepest folder, which has been read to its end, and goes back to the one above.
     EntryResult<void> leave() {
         RemovalLevel& done = levels_.back();
-        if (const auto reopened = reopenParent(); !reopened) {
+        if (const auto reopened = folders_.reopenAbove(); !reopened) {
             return aboutEntry(done.name, reopened);
         }
-        const int parent =
-            levels_.size() == 1 ? parent_ : levels_[levels_.size() - 2].directory->descriptor();
+        const int parent = folders_.size() == 1 ? parent_ : folders_.descriptorAbove();
         const auto deleted = checked(::unlinkat(parent, done.name.c_str(), AT_REMOVEDIR));
         if (failedWith(deleted, ENOTEMPTY) && done.passesLeft-- > 0) {
-            done.directory->rewind();
+            folders_.top().rewind();
             return {};
         }
         const DirectoryEntry entry{std::move(done.name), ItemKind::other};
         levels_.pop_back();
+        folders_.pop();
         if (deleted || failedWith(deleted, ENOENT)) {
             return {};
         }
         return failedWith(deleted, ENOTDIR) ? removeEntry(entry) : aboutEntry(entry.name, deleted);
     }
 
-    /// Opens the folder above the deepest one again where it has been closed. It must still be the
-    /// one that the work came through: others may have moved the deepest folder elsewhere.
-    SystemResult<void> reopenParent() {
-        if (levels_.size() < 2 || levels_[levels_.size() - 2].directory) {
-            return {};
-        }
-        RemovalLevel& parent = levels_[levels_.size() - 2];
-        auto folder = openFolderAbove(levels_.back().directory->descriptor(), parent.identity);
-        if (!folder) {
-            return Unexpected(folder.error());
-        }
-        auto directory = Directory::of(*std::move(folder));
-        if (!directory) {
-            return Unexpected(directory.error());
-        }
-        parent.directory = *std::move(directory);
-        return {};
-    }
-
     int parent_;
     const RemovalRules& rules_;
     std::vector<RemovalLevel> levels_;
+    FolderStack<Directory> folders_{openRemovalLevels};
 };
 
 } // namespace

@@ -17,6 +17,9 @@ constexpr Errno nameNotAllowed{EILSEQ};
 /// that does not heed case. The system says EEXIST, which also means that a place is taken.
 constexpr Errno nameNotDistinct{ENOTUNIQ};
 
+/// An item that is copied is another one than a moment ago, or changes meanwhile.
+inline constexpr Errno changedMeanwhile{EAGAIN};
+
 /// Why a system call failed, in a person's words, fit to follow "because": "you don’t have
 /// permission". A number that a person rarely meets gets the system's own English description.
 std::string reason(Errno number);
