@@ -116,6 +116,9 @@ public:
         : observation_(observation), launcher_(launcher) {}
 
     std::shared_ptr<Pipe> makePipe() override { return launcher_.makePipe(); }
+    std::vector<std::shared_ptr<Pipe>> makePipes(std::size_t count) override {
+        return launcher_.makePipes(count);
+    }
     std::shared_ptr<ChildProcess> launch(const ProcessDescription& description) override {
         auto child = launcher_.launch(description);
         if (description.launchPath == mover) {

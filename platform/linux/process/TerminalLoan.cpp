@@ -26,6 +26,9 @@ bool TerminalLoan::lendTo(pid_t group) {
             return false;
         }
         terminal_ = std::move(terminal);
+        if (termios modes{}; ::tcgetattr(terminal_.get(), &modes) == 0) {
+            modes_ = modes;
+        }
     }
     return ::tcsetpgrp(terminal_.get(), group) == 0;
 }
@@ -42,6 +45,9 @@ TerminalLoan::~TerminalLoan() {
     sigaddset(&stopping, SIGTTOU);
     pthread_sigmask(SIG_BLOCK, &stopping, &former);
     ::tcsetpgrp(terminal_.get(), ::getpgrp());
+    if (undoesChanges_ && modes_) {
+        ::tcsetattr(terminal_.get(), TCSANOW, &*modes_);
+    }
     pthread_sigmask(SIG_SETMASK, &former, nullptr);
 }
 

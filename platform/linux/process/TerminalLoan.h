@@ -3,8 +3,10 @@
 #include "platform/linux/posix/FileDescriptor.h"
 
 #include <sys/types.h>
+#include <termios.h>
 
 #include <mutex>
+#include <optional>
 
 namespace platform::native {
 
@@ -25,9 +27,14 @@ public:
     /// program has no terminal, or is not the one that may.
     bool lendTo(pid_t group);
 
+    /// Has the terminal, once it is taken back, work as it did before it was lent.
+    void undoChanges() { undoesChanges_ = true; }
+
 private:
     std::unique_lock<std::mutex> turn_;
     FileDescriptor terminal_;
+    std::optional<termios> modes_;
+    bool undoesChanges_ = false;
 };
 
 } // namespace platform::native

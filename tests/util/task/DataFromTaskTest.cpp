@@ -4,6 +4,7 @@
 #include "util/task/QFTaskEx.h"
 
 #include <csignal>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <future>
@@ -232,6 +233,35 @@ TEST_F(DataFromTask, SaysThatMemoryRanOutAndEndsTheChild) {
     EXPECT_EQ(printed(), line + "\n");
     EXPECT_TRUE(eventually([this] { return !slot_.get()->isRunning(); }));
     EXPECT_EQ(slot_.get()->terminationStatus(), SIGTERM);
+}
+
+/// How many of so many runs at once collect what they should.
+int collectedAtOnce(int count) {
+    std::vector<std::future<bool>> runs;
+    for (int number = 0; number < count; ++number) {
+        runs.push_back(std::async(std::launch::async, [] {
+            TaskSlot slot;
+            const auto data = QFTaskEx::dataFromTask(shell, {"-c", "echo out"}, slot);
+            return data && data->bytes.size() == std::string("out\n").size();
+        }));
+    }
+    int collected = 0;
+    for (auto& run : runs) {
+        collected += run.get() ? 1 : 0;
+    }
+    return collected;
+}
+
+TEST_F(DataFromTask, RunsAThousandAtOnceWithFewDescriptors) {
+    constexpr int count = 1000;
+    // In a process of its own, where nobody else needs descriptors.
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(
+        {
+            const ScopedLimit<RLIMIT_NOFILE> limit(128);
+            std::_Exit(collectedAtOnce(count) == count ? 0 : 1);
+        },
+        testing::ExitedWithCode(0), "");
 }
 
 TEST_F(DataFromTask, LeavesNoDescriptorOpen) {

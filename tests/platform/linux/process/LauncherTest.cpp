@@ -2,6 +2,7 @@
 
 #include "platform/foundation/Exception.h"
 #include "platform/linux/process/Environment.h"
+#include "platform/linux/process/RunDescriptors.h"
 #include "platform/support/Process.h"
 #include "tests/support/OpenDescriptors.h"
 #include "tests/support/ScopedLimit.h"
@@ -23,7 +24,9 @@
 #include <filesystem>
 #include <fstream>
 #include <future>
+#include <optional>
 #include <thread>
+#include <utility>
 
 namespace {
 
@@ -118,11 +121,13 @@ bool isStopped(long identifier) {
     return status.find(") T ") != std::string::npos;
 }
 
-/// The first descriptor that the system would give now.
-int nextDescriptor() {
-    const int descriptor = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
-    ::close(descriptor);
-    return descriptor;
+/// The limit at which so many more descriptors can be opened.
+rlim_t limitLeaving(std::size_t count) {
+    std::vector<platform::native::FileDescriptor> opened;
+    while (opened.size() <= count) {
+        opened.emplace_back(::open("/dev/null", O_RDONLY | O_CLOEXEC));
+    }
+    return static_cast<rlim_t>(opened.back().get());
 }
 
 /// A system call that the system refuses, for the scope of a Refusal.
@@ -222,7 +227,7 @@ TEST_F(Launcher, RunsAToolToItsEndThoughNoDescriptorIsLeft) {
     const auto done = folder_ / "done";
     std::shared_ptr<platform::ChildProcess> child;
     {
-        const ScopedLimit<RLIMIT_NOFILE> limit(static_cast<rlim_t>(nextDescriptor()));
+        const ScopedLimit<RLIMIT_NOFILE> limit(limitLeaving(0));
         child = launch("ulimit -S -n 64; echo done > '" + done + "'; exit 3");
         child->waitUntilExit();
     }
@@ -617,6 +622,82 @@ TEST_F(Launcher, HandsAWholeEnvironmentOverWhileItIsChangedByThePlatformsOwnMean
         [this] { EXPECT_EQ(outputOf("echo $QF_KEPT"), "kept\n"); });
     Environment::remove("QF_KEPT");
     EXPECT_EQ(outputOf("echo $QF_KEPT"), "\n");
+}
+
+/// A child that holds three pipes of the program's until its gate is opened.
+struct HeldRun {
+    HeldRun(platform::ProcessLauncher& launcher, ProcessDescription description)
+        : pipes(launcher.makePipes(3)) {
+        description.standardInput = ChildStream::through(pipes[0]);
+        description.standardOutput = ChildStream::through(pipes[1]);
+        description.standardError = ChildStream::through(pipes[2]);
+        child = launcher.launch(description);
+    }
+
+    std::vector<std::shared_ptr<platform::Pipe>> pipes;
+    std::shared_ptr<platform::ChildProcess> child;
+};
+
+class LauncherShortOfDescriptors : public Launcher,
+                                   public testing::WithParamInterface<std::size_t> {};
+
+TEST_P(LauncherShortOfDescriptors, MakesPipesOnceAnotherRunHasGivenItsOwnBack) {
+    launcher_.makePipes(1); // what all pipes share is there
+    const auto lowered = limitLeaving(GetParam());
+    std::optional<HeldRun> run(std::in_place, launcher_, shellScript(gate()));
+    const ScopedLimit<RLIMIT_NOFILE> limit(lowered);
+    std::promise<long> starter;
+    auto made = std::async(std::launch::async, [&] {
+        starter.set_value(::gettid());
+        return launcher_.makePipes(3).size();
+    });
+    EXPECT_TRUE(sleeps(starter.get_future().get()));
+    EXPECT_EQ(made.wait_for(std::chrono::seconds(0)), std::future_status::timeout);
+    openGate();
+    run->child->waitUntilExit();
+    run.reset();
+    EXPECT_EQ(made.get(), 3U);
+}
+
+// A run begins with six and keeps four. What is left then is too little for two pipes, or for what
+// the rest of the program may need beside three.
+INSTANTIATE_TEST_SUITE_P(Left, LauncherShortOfDescriptors, testing::Values(6, 7, 30));
+
+TEST_F(Launcher, MakesPipesOfTheLastDescriptorsWhereNoOtherRunHasAny) {
+    launcher_.makePipes(3);
+    const ScopedLimit<RLIMIT_NOFILE> limit(limitLeaving(6));
+    EXPECT_EQ(launcher_.makePipes(3).size(), 3U);
+}
+
+TEST_F(Launcher, MakesAllPipesOfARunOrNone) {
+    launcher_.makePipes(3);
+    const auto before = openDescriptors();
+    bool made = true;
+    {
+        const ScopedLimit<RLIMIT_NOFILE> limit(limitLeaving(5));
+        try {
+            launcher_.makePipes(3);
+        } catch (const platform::Exception&) {
+            made = false;
+        }
+    }
+    EXPECT_FALSE(made);
+    EXPECT_EQ(openDescriptors(), before);
+}
+
+TEST(RunDescriptors, WaitNoLongerThanTheirPatience) {
+    platform::native::RunDescriptors descriptors(std::chrono::milliseconds(20));
+    descriptors.opened();
+    std::string reason;
+    {
+        const ScopedLimit<RLIMIT_NOFILE> limit(limitLeaving(0));
+        try {
+            descriptors.openPipes(1);
+        } catch (const platform::Exception& exception) {
+            reason = exception.reason();
+        }
+    }
+    EXPECT_EQ(reason, "the system has no pipe left: Too many open files");
 }
 
 TEST_F(Launcher, RunsOutOfDescriptorsWithAnException) {
