@@ -43,9 +43,6 @@ public:
           path_(std::move(path)) {}
 
     bool append(std::string_view entry) override {
-        if (!isInPlace()) {
-            return false;
-        }
         holdBackFileSizeSignal();
         if (lineIsTorn_) {
             write("\n");
