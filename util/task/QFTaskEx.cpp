@@ -8,6 +8,7 @@
 #include "util/log/QFLog.h"
 #include "util/task/TaskEnvironment.h"
 
+#include <new>
 #include <utility>
 
 using platform::ChildStream;
@@ -98,8 +99,13 @@ Data outputOf(const Process& child) {
     }
 }
 
+/// The empty string for no data; nothing for what is no text, or too long a text for the memory.
 std::optional<std::string> decoded(const std::optional<Data>& data, TextEncoding encoding) {
-    return data ? platform::decodedText(*data, encoding) : std::string();
+    try {
+        return data ? platform::decodedText(*data, encoding) : std::string();
+    } catch (const std::bad_alloc&) {
+        return std::nullopt;
+    }
 }
 
 } // namespace

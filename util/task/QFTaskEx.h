@@ -110,7 +110,8 @@ public:
                                                        LogOutput logOutput, LogError logError);
 
     /// The output as text: the empty string when dataFromTask gives nothing, nothing when the bytes
-    /// are no text in the encoding, which is ASCII unless another is given.
+    /// are no text in the encoding, which is ASCII unless another is given, or there is no memory
+    /// for the text.
     static std::optional<std::string> stringFromTask(const std::string& path,
                                                      const TaskArguments& arguments);
     static std::optional<std::string>

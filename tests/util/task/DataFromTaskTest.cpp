@@ -1,3 +1,4 @@
+#include "tests/support/AddressSpace.h"
 #include "tests/support/ScopedEnvironment.h"
 #include "tests/support/ScopedLimit.h"
 #include "tests/util/task/TaskTest.h"
@@ -6,21 +7,12 @@
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <future>
-#include <unistd.h>
 
 namespace {
 
 using Lines = std::vector<std::string>;
 using platform::Value;
-
-/// How many bytes of its address space the process uses.
-std::size_t addressSpaceInUse() {
-    std::size_t pages = 0;
-    std::ifstream("/proc/self/statm") >> pages;
-    return pages * static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
-}
 
 class DataFromTask : public TaskTest {
 protected:
@@ -215,8 +207,7 @@ TEST_F(DataFromTask, ClosesBothReadEndsThoughTheChildIsKept) {
 }
 
 TEST_F(DataFromTask, SaysThatMemoryRanOutAndEndsTheChild) {
-    constexpr std::size_t mebibyte = std::size_t{1} << 20U;
-    if (addressSpaceInUse() > mebibyte * mebibyte) {
+    if (isSanitized()) {
         GTEST_SKIP() << "a sanitizer has taken the address space that this test would limit";
     }
     loggedLines(); // the log's thread exists already

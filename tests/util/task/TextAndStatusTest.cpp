@@ -1,3 +1,5 @@
+#include "tests/support/AddressSpace.h"
+#include "tests/support/ScopedLimit.h"
 #include "tests/util/task/TaskTest.h"
 #include "util/task/QFTaskEx.h"
 
@@ -66,6 +68,15 @@ TEST_F(StringFromTask, GivesTheEmptyStringWhenThereIsNoData) {
     EXPECT_EQ(QFTaskEx::stringFromTask(missing, {}, slot_), "");
     EXPECT_EQ(QFTaskEx::stringFromTask(missing, {}, enough_), "");
     EXPECT_EQ(loggedLines(), Lines(3, "Error: " + missing + " is not executable"));
+}
+
+TEST_F(StringFromTask, GivesNothingWithoutMemoryForTheText) {
+    if (isSanitized()) {
+        GTEST_SKIP() << "a sanitizer has taken the address space that this test would limit";
+    }
+    QFTaskEx::stringFromTask(shell, greeting_); // all threads that a run needs are there
+    const ScopedLimit<RLIMIT_AS> limit(addressSpaceInUse() + 96 * mebibyte);
+    EXPECT_EQ(QFTaskEx::stringFromTask(shell, script("head -c 60M /dev/zero")), std::nullopt);
 }
 
 TEST_F(TerminationCodeFromTask, GivesTheExitStatus) {

@@ -4,6 +4,7 @@
 #include "platform/linux/process/Environment.h"
 #include "platform/linux/process/RunDescriptors.h"
 #include "platform/support/Process.h"
+#include "tests/support/AddressSpace.h"
 #include "tests/support/OpenDescriptors.h"
 #include "tests/support/ScopedLimit.h"
 #include "tests/support/TemporaryFolder.h"
@@ -75,18 +76,6 @@ protected:
     const TemporaryFolder folder_;
     platform::native::ProcessLauncher launcher_;
 };
-
-/// How many bytes of its address space the process uses.
-std::size_t addressSpaceInUse() {
-    std::size_t pages = 0;
-    std::ifstream("/proc/self/statm") >> pages;
-    return pages * static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
-}
-
-/// Sanitizers take tebibytes of address space.
-bool isSanitized() {
-    return addressSpaceInUse() > std::size_t{1} << 40U;
-}
 
 template <class Condition>
 bool becomesTrue(Condition condition) {
@@ -339,7 +328,6 @@ TEST_F(Launcher, HoldsFourDescriptorsForAChildOfWhichAllIsCollected) {
 }
 
 TEST_F(Launcher, SaysThatThereIsNoMemoryForTheOutput) {
-    constexpr std::size_t mebibyte = std::size_t{1} << 20U;
     if (isSanitized()) {
         GTEST_SKIP() << "a sanitizer has taken the address space that this test would limit";
     }
@@ -518,7 +506,6 @@ TEST_F(Launcher, CollectsMuchOutputWhole) {
 }
 
 TEST_F(Launcher, CollectsMuchOutputInLittleMoreMemory) {
-    constexpr std::size_t mebibyte = std::size_t{1} << 20U;
     if (isSanitized()) {
         GTEST_SKIP() << "a sanitizer has taken the address space that this test would limit";
     }
@@ -584,7 +571,7 @@ TEST_F(Launcher, HandsTheEnvironmentOver) {
 template <class Change>
 void changeMeanwhile(Change change, const std::function<void()>& launch) {
     std::atomic<bool> over{false};
-    std::jthread changing([&] {
+    const auto changing = std::async(std::launch::async, [&] {
         for (int number = 0; !over; ++number) {
             change("QF_CHANGING_" + std::to_string(number % 2000));
         }
@@ -609,6 +596,24 @@ TEST_F(Launcher, LaunchesWhileAnotherThreadChangesTheEnvironmentOnItsOwn) {
             }
         },
         [this] { launch("exit 0")->waitUntilExit(); });
+}
+
+TEST(Environment, IsNotChangedWhileSomebodyHoldsItStill) {
+    using platform::native::Environment;
+    std::promise<long> changer;
+    std::future<void> change;
+    {
+        const auto still = Environment::holdStill();
+        change = std::async(std::launch::async, [&changer] {
+            changer.set_value(::gettid());
+            Environment::set("QF_HELD", "changed");
+        });
+        EXPECT_TRUE(sleeps(changer.get_future().get()));
+        EXPECT_EQ(change.wait_for(std::chrono::seconds(0)), std::future_status::timeout);
+    }
+    change.get();
+    EXPECT_STREQ(::getenv("QF_HELD"), "changed");
+    Environment::remove("QF_HELD");
 }
 
 TEST_F(Launcher, HandsAWholeEnvironmentOverWhileItIsChangedByThePlatformsOwnMeans) {
