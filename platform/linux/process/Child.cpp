@@ -77,7 +77,8 @@ void Child::waitUntilExit() {
     TerminalLoan loan;
     while (isRunning()) {
         const int stop = waitForChange();
-        if ((stop == SIGTTIN || stop == SIGTTOU) && loan.lendTo(::getpgid(identifier_))) {
+        if ((stop == SIGTTIN || stop == SIGTTOU) &&
+            loan.lendTo(::getpgid(identifier_), [this] { return isRunning(); })) {
             ::kill(-::getpgid(identifier_), SIGCONT);
         }
     }

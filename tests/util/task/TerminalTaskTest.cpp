@@ -118,6 +118,12 @@ TEST(TerminalTask, LeavesTheTerminalAsItWasWhenItsTimeIsUp) {
     EXPECT_TRUE(echoes(shown, "for the program")) << shown;
 }
 
+TEST(TerminalTask, EndsByItsTimeThoughAnotherHasTheTerminal) {
+    const auto shown = shownBy({"read line", "1", "stty sane; : > $HOME/begun; read line"},
+                               {{"over", "for the tool\nfor the program\n"}});
+    EXPECT_TRUE(shows(shown, "status 15, own terminal, then for the program")) << shown;
+}
+
 TEST(TerminalTask, MayLeaveTheTerminalChangedWhenItEndsByItself) {
     const auto shown = shownBy({"stty -echo"}, {{"over", "for the program\n"}});
     EXPECT_TRUE(shows(shown, "status 0, own terminal, then for the program")) << shown;
