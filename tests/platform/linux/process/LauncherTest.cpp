@@ -650,6 +650,7 @@ TEST_P(LauncherShortOfDescriptors, MakesPipesOnceAnotherRunHasGivenItsOwnBack) {
     launcher_.makePipes(1); // what all pipes share is there
     const auto lowered = limitLeaving(GetParam());
     std::optional<HeldRun> run(std::in_place, launcher_, shellScript(gate()));
+    const auto before = openDescriptors();
     const ScopedLimit<RLIMIT_NOFILE> limit(lowered);
     std::promise<long> starter;
     auto made = std::async(std::launch::async, [&] {
@@ -658,6 +659,7 @@ TEST_P(LauncherShortOfDescriptors, MakesPipesOnceAnotherRunHasGivenItsOwnBack) {
     });
     EXPECT_TRUE(sleeps(starter.get_future().get()));
     EXPECT_EQ(made.wait_for(std::chrono::seconds(0)), std::future_status::timeout);
+    EXPECT_EQ(openDescriptors(), before) << "it keeps some while it waits";
     openGate();
     run->child->waitUntilExit();
     run.reset();
