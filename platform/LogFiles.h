@@ -18,8 +18,8 @@ public:
 
     /// Adds `entry` at the file's end in one step, so that entries of several processes that share
     /// the file never mix. Once it returns true, the entry is in the file whatever becomes of the
-    /// process. False means that the entry is in no log, because the file is no longer in place or
-    /// was deleted meanwhile; the path is then to be opened anew. Throws platform::Exception
+    /// process. False means that the entry is in no log, because the file was deleted; the path is
+    /// then to be opened anew. Throws platform::Exception
     /// "NSFileHandleOperationException", whose reason a person understands, when the entry is not,
     /// or not wholly, in the file; the next entry then begins on a line of its own.
     [[nodiscard]] virtual bool append(std::string_view entry) = 0;

@@ -55,6 +55,9 @@ public:
     explicit TimedLauncher(platform::ProcessLauncher& launcher) : launcher_(launcher) {}
 
     std::shared_ptr<platform::Pipe> makePipe() override { return launcher_.makePipe(); }
+    std::vector<std::shared_ptr<platform::Pipe>> makePipes(std::size_t count) override {
+        return launcher_.makePipes(count);
+    }
     std::shared_ptr<platform::ChildProcess>
     launch(const platform::ProcessDescription& description) override {
         const auto begin = Clock::now();

@@ -98,6 +98,10 @@ void OperationQueue::waitUntilAllOperationsAreFinished() {
     }
 }
 
+std::uint64_t OperationQueue::currentOperation() const {
+    return queueOfThisThread == this ? taken_ : 0;
+}
+
 void OperationQueue::run() noexcept {
     queueOfThisThread = this;
     for (;;) {

@@ -46,9 +46,6 @@ public:
           path_(std::move(path)) {}
 
     bool append(std::string_view entry) override {
-        if (!isInPlace()) {
-            return false;
-        }
         blockSigxfsz();
         if (lineIsTorn_) {
             write("\n");

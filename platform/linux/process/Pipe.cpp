@@ -81,17 +81,8 @@ int wakeUp() {
 
 } // namespace
 
-Pipe::Pipe() {
+Pipe::Pipe(PipeEnds ends) : readEnd_(std::move(ends[0])), writeEnd_(std::move(ends[1])) {
     wakeUp();
-    std::array<int, 2> ends{-1, -1};
-    if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
-        throw resourceFailure(errno, fileHandleException, "pipe");
-    }
-    readEnd_ = aboveStandardStreams(FileDescriptor(ends[0]));
-    writeEnd_ = aboveStandardStreams(FileDescriptor(ends[1]));
-    if (!readEnd_ || !writeEnd_) {
-        throw resourceFailure(errno, fileHandleException, "pipe");
-    }
 }
 
 /// By way of a buffer: the vector would clear what is then read into it, and again what was not.

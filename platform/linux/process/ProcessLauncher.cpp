@@ -5,6 +5,7 @@
 #include "platform/linux/process/Environment.h"
 #include "platform/linux/process/LaunchFailure.h"
 #include "platform/linux/process/Pipe.h"
+#include "platform/linux/process/RunDescriptors.h"
 #include "platform/linux/process/SpawnOptions.h"
 #include "platform/linux/process/ToolOverlay.h"
 
@@ -146,7 +147,15 @@ ProcessLauncher::ProcessLauncher()
 }
 
 std::shared_ptr<platform::Pipe> ProcessLauncher::makePipe() {
-    return std::make_shared<Pipe>();
+    return std::make_shared<Pipe>(RunDescriptors::openPipe());
+}
+
+std::vector<std::shared_ptr<platform::Pipe>> ProcessLauncher::makePipes(std::size_t count) {
+    std::vector<std::shared_ptr<platform::Pipe>> pipes;
+    for (auto& ends : RunDescriptors::shared().openPipes(count)) {
+        pipes.push_back(std::make_shared<Pipe>(std::move(ends)));
+    }
+    return pipes;
 }
 
 std::shared_ptr<ChildProcess> ProcessLauncher::launch(const ProcessDescription& description) {

@@ -8,7 +8,8 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <future>
+#include <filesystem>
+#include <iterator>
 #include <memory>
 #include <optional>
 #include <string>
@@ -175,50 +176,45 @@ TEST_F(QFAlertWaitTest, ClosesWhatWasNeverShownWithoutHarm) {
     EXPECT_TRUE(events.empty());
 }
 
-/// A clock on which sleepers sleep until they are woken.
-class HeldClock : public platform::Clock {
-public:
-    std::promise<std::chrono::microseconds> slept;
-    std::promise<void> woken;
-
-    platform::Date now() override { return {}; }
-    void sleep(std::chrono::microseconds duration) override {
-        slept.set_value(duration);
-        woken.get_future().wait();
-    }
-};
-
+/// Timed alerts; the tests' own clock stands still, the timer's does not.
 class QFAlertIntervalTest : public QFAlertWaitTest {
 protected:
-    /// For how long the timer of an alert with this interval sleeps before it answers.
-    std::chrono::microseconds sleepOf(std::chrono::seconds interval) {
-        HeldClock clock;
-        const platform::ScopedService<platform::Clock> scope(clock);
-        std::chrono::microseconds slept{};
-        pauses.meanwhile = [&, isWoken = false]() mutable {
-            if (!std::exchange(isWoken, true)) {
-                slept = clock.slept.get_future().get();
-                clock.woken.set_value();
-            }
-        };
-        EXPECT_EQ(QFAlert::timedAlertSheetWithMessageText("Message", none, none, none, none,
-                                                          nullptr, interval),
-                  1);
-        answer(0);
-        return slept;
+    static int ask(std::chrono::seconds interval) {
+        return QFAlert::timedAlertSheetWithMessageText("Message", none, none, none, none, nullptr,
+                                                       interval);
     }
 };
 
-TEST_F(QFAlertIntervalTest, IsTheTimeThatTheTimerSleeps) {
-    EXPECT_EQ(sleepOf(5s), 5s);
+TEST_F(QFAlertIntervalTest, IsTheTimeUntilTheAnswer) {
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_EQ(ask(1s), 1);
+    EXPECT_GE(std::chrono::steady_clock::now() - begin, 1s);
+    answer(0);
 }
 
 TEST_F(QFAlertIntervalTest, IsNoTimeWhenItIsNegative) {
-    EXPECT_EQ(sleepOf(-5s), 0s);
+    EXPECT_EQ(ask(-5s), 1);
+    answer(0);
 }
 
 TEST_F(QFAlertIntervalTest, IsATimeWithoutAnEndWhenItIsTheLongest) {
-    EXPECT_GT(sleepOf(std::chrono::seconds::max()), std::chrono::years(30));
+    answerInPass(100);
+    EXPECT_EQ(ask(std::chrono::seconds::max()), 0);
+}
+
+TEST_F(QFAlertIntervalTest, NeedsNoThreadOfItsOwn) {
+    const auto threads = [] {
+        const std::filesystem::directory_iterator all("/proc/self/task");
+        return std::distance(begin(all), end(all));
+    };
+    EXPECT_EQ(ask(0s), 1); // the timer's thread is there
+    answer(0);
+    const auto before = threads();
+    for (int count = 0; count < 50; ++count) {
+        answerInPass(1);
+        EXPECT_EQ(ask(1h), 0);
+    }
+    EXPECT_EQ(threads(), before);
 }
 
 } // namespace

@@ -1,3 +1,5 @@
+#include "tests/support/AddressSpace.h"
+#include "tests/support/ScopedLimit.h"
 #include "tests/util/task/TaskTest.h"
 #include "util/task/QFTaskEx.h"
 
@@ -66,6 +68,16 @@ TEST_F(StringFromTask, GivesTheEmptyStringWhenThereIsNoData) {
     EXPECT_EQ(QFTaskEx::stringFromTask(missing, {}, slot_), "");
     EXPECT_EQ(QFTaskEx::stringFromTask(missing, {}, enough_), "");
     EXPECT_EQ(loggedLines(), Lines(3, "Error: " + missing + " is not executable"));
+}
+
+TEST_F(StringFromTask, GivesNothingWithoutMemoryForTheText) {
+    if (isSanitized()) {
+        GTEST_SKIP() << "a sanitizer has taken the address space that this test would limit";
+    }
+    QFTaskEx::stringFromTask(shell, greeting_); // all threads that a run needs are there
+    // Enough for the bytes, and what other threads give back meanwhile is too little for the text.
+    const ScopedLimit<RLIMIT_AS> limit(addressSpaceInUse() + 72 * mebibyte);
+    EXPECT_FALSE(QFTaskEx::stringFromTask(shell, script("head -c 60M /dev/zero")).has_value());
 }
 
 TEST_F(TerminationCodeFromTask, GivesTheExitStatus) {
