@@ -218,10 +218,10 @@ private:
     alignas(64) mutable std::mutex mutex_;
     std::shared_ptr<platform::LogFile> fileHandle_;
     std::atomic<std::uint64_t> bytesWritten_{0};
-    std::atomic<std::uint64_t> lastEntry_{0}; // its operation's number
 
     platform::OperationQueue ownQueue_;
 
     // What every caller and the write queue change.
     alignas(64) std::atomic<std::uint64_t> bytesInQueue_{0};
+    std::atomic<std::uint64_t> lastEntry_{0}; // its operation's number
 };

@@ -220,7 +220,8 @@ bool QFLog::followsAtOnce() {
     constexpr std::uint64_t entriesPerLook = 32;
     const auto* queue = writeQueue();
     const auto number = queue != nullptr ? queue->currentOperation() : 0;
-    const auto former = lastEntry_.exchange(number, std::memory_order_relaxed);
+    const auto former = lastEntry_.load(std::memory_order_relaxed);
+    lastEntry_.store(number, std::memory_order_relaxed);
     return former != 0 && number == former + 1 && !queue->wasEmptySince(former) &&
            number % entriesPerLook != 0;
 }

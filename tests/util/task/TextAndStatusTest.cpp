@@ -6,6 +6,7 @@
 #include "platform/foundation/Exception.h"
 
 #include <csignal>
+#include <cstdlib>
 #include <future>
 
 namespace {
@@ -74,10 +75,16 @@ TEST_F(StringFromTask, GivesNothingWithoutMemoryForTheText) {
     if (isSanitized()) {
         GTEST_SKIP() << "a sanitizer has taken the address space that this test would limit";
     }
-    QFTaskEx::stringFromTask(shell, greeting_); // all threads that a run needs are there
-    // Enough for the bytes, and what other threads give back meanwhile is too little for the text.
-    const ScopedLimit<RLIMIT_AS> limit(addressSpaceInUse() + 72 * mebibyte);
-    EXPECT_FALSE(QFTaskEx::stringFromTask(shell, script("head -c 60M /dev/zero")).has_value());
+    // In a process of its own, where no former test has left memory.
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(
+        {
+            QFTaskEx::stringFromTask(shell, greeting_); // all threads that a run needs are there
+            const ScopedLimit<RLIMIT_AS> limit(addressSpaceInUse() + 96 * mebibyte);
+            const auto text = QFTaskEx::stringFromTask(shell, script("head -c 60M /dev/zero"));
+            std::_Exit(text.has_value() ? 1 : 0);
+        },
+        testing::ExitedWithCode(0), "");
 }
 
 TEST_F(TerminationCodeFromTask, GivesTheExitStatus) {
