@@ -258,7 +258,7 @@ public:
     explicit CountedLogFiles(std::string folder) : folder_(std::move(folder)) {}
 
     /// Called while the logs are locked.
-    std::optional<platform::Error> removeItem(const std::string& path) override {
+    platform::Result<void> removeItem(const std::string& path) override {
         auto name = folder_ + "/XXXXXX";
         ::close(::mkstemp(name.data()));
         std::filesystem::rename(path, name);
