@@ -21,7 +21,7 @@ namespace {
 
 /// A standard location that names are relative to: an accessor and its domain.
 struct Base {
-    std::optional<std::string> (*folder)(Domain);
+    std::optional<std::string> (*directory)(Domain);
     Domain domain;
 };
 
@@ -110,13 +110,13 @@ PlanRow killRow(const PlanStep& step) {
     return {step.action, std::string(step.prefix), {step.names.begin(), step.names.end()}};
 }
 
-/// The row of one of a step's names; `folder` is the base's, empty when the step has none.
-PlanRow row(const PlanStep& step, const std::string& folder, std::string_view name) {
+/// The row of one of a step's names; `directory` is the base's, empty when the step has none.
+PlanRow row(const PlanStep& step, const std::string& directory, std::string_view name) {
     const auto full = std::string(step.prefix).append(name).append(step.suffix);
     if (step.action == PlanAction::trashMatching) {
-        return {step.action, folder, {full}};
+        return {step.action, directory, {full}};
     }
-    return {step.action, folder.empty() ? full : platform::path::appending(folder, full), {}};
+    return {step.action, directory.empty() ? full : platform::path::appending(directory, full), {}};
 }
 
 void appendRows(const PlanStep& step, std::vector<PlanRow>& rows) {
@@ -124,13 +124,13 @@ void appendRows(const PlanStep& step, std::vector<PlanRow>& rows) {
         rows.push_back(killRow(step));
         return;
     }
-    const bool hasBase = step.base.folder != nullptr;
-    const auto folder = hasBase ? step.base.folder(step.base.domain) : std::string();
-    if (!folder) {
+    const bool hasBase = step.base.directory != nullptr;
+    const auto directory = hasBase ? step.base.directory(step.base.domain) : std::string();
+    if (!directory) {
         return;
     }
     for (const auto name : step.names) {
-        rows.push_back(row(step, *folder, name));
+        rows.push_back(row(step, *directory, name));
     }
 }
 

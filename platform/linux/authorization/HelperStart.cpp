@@ -121,7 +121,7 @@ int inheritedNumber() {
 } // namespace
 
 HelperPaths HelperPaths::installed() {
-    return {"/usr/bin/pkexec", installationFolder() + "/qf-helper"};
+    return {"/usr/bin/pkexec", installationDirectory() + "/qf-helper"};
 }
 
 StartedHelper startHelper(const HelperPaths& paths) {

@@ -44,7 +44,7 @@ bool isTool(const Tool& tool, const std::string& name, const std::string& other)
            (isFile(tool, "/usr/bin/" + name) && !isFile(tool, "/usr/bin/" + other));
 }
 
-/// Whose links on the way to an operand's folder may be followed.
+/// Whose links on the way to an operand's directory may be followed.
 enum class Links { owners, roots };
 
 void requireHonest(const Way& way, Links links, std::string_view operand) {
@@ -53,14 +53,14 @@ void requireHonest(const Way& way, Links links, std::string_view operand) {
     }
 }
 
-/// The way to the folder of an operand, and the operand's name there. Gives nothing when the folder
-/// cannot be reached.
+/// The way to the directory of an operand, and the operand's name there. Gives nothing when the
+/// directory cannot be reached.
 std::optional<Place> locate(std::string_view operand, Links links) {
     const std::string about(operand);
     if (!operand.starts_with('/')) {
         throw Refusal{Status::commandUnknown, about};
     }
-    const bool namesFolder = operand.ends_with('/');
+    const bool namesDirectory = operand.ends_with('/');
     while (operand.ends_with('/')) {
         operand.remove_suffix(1);
     }
@@ -70,12 +70,12 @@ std::optional<Place> locate(std::string_view operand, Links links) {
         throw Refusal{Status::itemProtected, about};
     }
     auto way = walk(operand.substr(0, slash));
-    if (!way || !way->end.isFolder()) {
+    if (!way || !way->end.isDirectory()) {
         return std::nullopt;
     }
     requireHonest(*way, links, about);
     auto item = openItem(way->end.descriptor.get(), name);
-    if (item && item->isLink() && namesFolder) {
+    if (item && item->isLink() && namesDirectory) {
         throw Refusal{Status::itemRedirected, about};
     }
     return Place{std::move(way->end), name, std::move(item)};
@@ -108,11 +108,11 @@ Words wordsOf(const Request& request, std::string_view letters) {
 }
 
 void addPlace(Command& command, Place place) {
-    command.arguments.push_back(heldPath(place.folder, place.name));
-    command.folders.push_back(std::move(place.folder));
+    command.arguments.push_back(heldPath(place.directory, place.name));
+    command.directories.push_back(std::move(place.directory));
 }
 
-/// An operand whose folder does not exist is left out, for there is nothing to remove.
+/// An operand whose directory does not exist is left out, for there is nothing to remove.
 Command prepareRemoval(Tool tool, const Request& request, const ProtectedItems& staying) {
     auto [options, operands] = wordsOf(request, "dfiIrRv");
     options.emplace_back("--");
@@ -130,7 +130,7 @@ Command prepareRemoval(Tool tool, const Request& request, const ProtectedItems& 
     return command;
 }
 
-/// Where a move or copy to `operand` ends: in the folder that stands there, or else at this very
+/// Where a move or copy to `operand` ends: in the directory that stands there, or else at this very
 /// place.
 std::optional<Place> destinationOf(std::string_view operand, const std::string& sourceName,
                                    Links links) {
@@ -138,7 +138,7 @@ std::optional<Place> destinationOf(std::string_view operand, const std::string& 
         throw Refusal{Status::commandUnknown, std::string(operand)};
     }
     auto way = walk(operand);
-    if (!way || !way->end.isFolder()) {
+    if (!way || !way->end.isDirectory()) {
         return locate(operand, links);
     }
     requireHonest(*way, links, operand);
@@ -165,7 +165,7 @@ Task prepareMove(Tool tool, const Request& request, const ProtectedItems& stayin
         (destination->item && staying.contain(*destination->item))) {
         throw Refusal{Status::itemProtected, std::string(operands[0])};
     }
-    if (destination->folder.isChangeable()) {
+    if (destination->directory.isChangeable()) {
         return Move{{std::move(*source), std::move(*destination), trustedTool("/bin/rm")}};
     }
     options.insert(options.end(), {"-T", "--"});
@@ -195,7 +195,7 @@ Task prepareCopy(Operands operands, uid_t user) {
 }
 
 /// The item that is to be changed, none when it does not exist. One that has a name elsewhere might
-/// be anybody's: its folder's owner may have put that name there.
+/// be anybody's: its directory's owner may have put that name there.
 std::optional<Place> locateItem(std::string_view operand) {
     auto place = locate(operand, Links::roots);
     if (!place || !place->item) {
@@ -205,7 +205,7 @@ std::optional<Place> locateItem(std::string_view operand) {
     if (item.isLink()) {
         throw Refusal{Status::itemRedirected, std::string(operand)};
     }
-    if (place->folder.isChangeable() && !item.isFolder() && item.status.stx_nlink > 1) {
+    if (place->directory.isChangeable() && !item.isDirectory() && item.status.stx_nlink > 1) {
         throw Refusal{Status::itemForeign, std::string(operand)};
     }
     return place;
@@ -216,7 +216,8 @@ Task prepareTouch(Operands operands, uid_t /*user*/) {
     return place ? Task(Change{touch, std::move(*place)}) : Nothing{};
 }
 
-/// What others must not read, or own, is not put into a user's folder to be changed by that user.
+/// What others must not read, or own, is not put into a user's directory to be changed by that
+/// user.
 Place locateOwnItem(std::string_view operand, uid_t user) {
     auto place = locateItem(operand);
     if (!place) {
@@ -225,8 +226,8 @@ Place locateOwnItem(std::string_view operand, uid_t user) {
     if (ProtectedItems(user).contain(*place->item)) {
         throw Refusal{Status::itemProtected, std::string(operand)};
     }
-    if (place->folder.isChangeable() &&
-        place->item->status.stx_uid != place->folder.status.stx_uid) {
+    if (place->directory.isChangeable() &&
+        place->item->status.stx_uid != place->directory.status.stx_uid) {
         throw Refusal{Status::itemForeign, std::string(operand)};
     }
     return std::move(*place);
@@ -240,7 +241,7 @@ Task prepareOwner(Operands operands, uid_t user) {
     return Change{giveToRoot, locateOwnItem(operands[0], user)};
 }
 
-Task prepareFolders(Operands operands, uid_t /*user*/) {
+Task prepareDirectories(Operands operands, uid_t /*user*/) {
     std::string_view path = operands[0];
     if (!path.starts_with('/')) {
         throw Refusal{Status::commandUnknown, std::string(path)};
@@ -258,11 +259,11 @@ Task prepareFolders(Operands operands, uid_t /*user*/) {
             missing.push_front(name);
         }
     }
-    if (!way || !way->end.isFolder()) {
+    if (!way || !way->end.isDirectory()) {
         throw Refusal{Status::itemUnreachable, std::string(operands[0])};
     }
     requireHonest(*way, Links::roots, operands[0]);
-    return Folders{std::move(way->end), std::move(missing)};
+    return Directories{std::move(way->end), std::move(missing)};
 }
 
 /// The words of a command line that the program sends, and what it asks for. In any other words a
@@ -278,12 +279,14 @@ constexpr std::array<std::string_view, 3> copyWords = {"-f", "-p", "-R"};
 constexpr std::array<std::string_view, 1> touchWords = {"-c"};
 constexpr std::array<std::string_view, 1> modeWords = {"644"};
 constexpr std::array<std::string_view, 1> ownerWords = {"root:wheel"};
-constexpr std::array<std::string_view, 1> folderWords = {"-p"};
+constexpr std::array<std::string_view, 1> directoryWords = {"-p"};
 
 constexpr std::array forms = {
-    Form{"/cp", copyWords, 2, prepareCopy},         Form{"/touch", touchWords, 1, prepareTouch},
-    Form{"/chmod", modeWords, 1, prepareMode},      Form{"/chown", ownerWords, 1, prepareOwner},
-    Form{"/mkdir", folderWords, 1, prepareFolders},
+    Form{"/cp", copyWords, 2, prepareCopy},
+    Form{"/touch", touchWords, 1, prepareTouch},
+    Form{"/chmod", modeWords, 1, prepareMode},
+    Form{"/chown", ownerWords, 1, prepareOwner},
+    Form{"/mkdir", directoryWords, 1, prepareDirectories},
 };
 
 bool hasForm(const Request& request, const Form& form) {
@@ -294,8 +297,8 @@ bool hasForm(const Request& request, const Form& form) {
 
 } // namespace
 
-std::string heldPath(const Item& folder, const std::string& name) {
-    const int descriptor = folder.descriptor.get();
+std::string heldPath(const Item& directory, const std::string& name) {
+    const int descriptor = directory.descriptor.get();
     ::fcntl(descriptor, F_SETFD, 0);
     return "/proc/self/fd/" + std::to_string(descriptor) + "/" + name;
 }

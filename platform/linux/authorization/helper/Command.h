@@ -19,16 +19,17 @@ struct Tool {
     Item file;
 };
 
-/// A tool that may be started, with its arguments and the folders that these name by descriptor.
+/// A tool that may be started, with its arguments and the directories that these name by
+/// descriptor.
 struct Command {
     Tool tool;
     std::vector<std::string> arguments;
-    std::vector<Item> folders;
+    std::vector<Item> directories;
 };
 
-/// A name in a folder. The item is missing when nothing stands there.
+/// A name in a directory. The item is missing when nothing stands there.
 struct Place {
-    Item folder;
+    Item directory;
     std::string name;
     std::optional<Item> item;
 };
@@ -40,7 +41,7 @@ struct Copy {
     Tool remover;
 };
 
-/// A move into a folder that others than root may change, which may have to copy.
+/// A move into a directory that others than root may change, which may have to copy.
 struct Move {
     Copy copy;
 };
@@ -51,8 +52,8 @@ struct Change {
     Place place;
 };
 
-/// Folders that are to be made, the first in one that exists.
-struct Folders {
+/// Directories that are to be made, the first in one that exists.
+struct Directories {
     Item existing;
     std::deque<std::string> missing;
 };
@@ -60,11 +61,11 @@ struct Folders {
 /// A change to nothing.
 struct Nothing {};
 
-using Task = std::variant<Command, Move, Copy, Change, Folders, Nothing>;
+using Task = std::variant<Command, Move, Copy, Change, Directories, Nothing>;
 
-/// The path by which a tool finds a name in just this folder, wherever that has been moved to. The
-/// tools that this process becomes or starts from now on have the folder open.
-std::string heldPath(const Item& folder, const std::string& name);
+/// The path by which a tool finds a name in just this directory, wherever that has been moved to.
+/// The tools that this process becomes or starts from now on have the directory open.
+std::string heldPath(const Item& directory, const std::string& name);
 
 /// What a request asks for, made for this user, with the operands of what the helper does itself,
 /// and of rm and mv, checked and held. Throws a Refusal.

@@ -89,9 +89,9 @@ void copyAttributes(int from, int to) {
     }
 }
 
-std::vector<std::string> namesIn(DIR* folder) {
+std::vector<std::string> namesIn(DIR* directory) {
     std::vector<std::string> names;
-    while (const dirent* entry = ::readdir(folder)) {
+    while (const dirent* entry = ::readdir(directory)) {
         const std::string_view name = static_cast<const char*>(entry->d_name);
         if (name != "." && name != "..") {
             names.emplace_back(name);
@@ -107,9 +107,9 @@ void liftDescriptorLimit() {
     ::setrlimit(RLIMIT_NOFILE, &both);
 }
 
-/// A name in a folder that none but root can enter, and its path there.
+/// A name in a directory that none but root can enter, and its path there.
 struct Spot {
-    int folder;
+    int directory;
     std::string name;
     std::string path;
 
@@ -127,7 +127,7 @@ bool keepsPrivileges(int item) {
 
 class Copier {
 public:
-    /// What is not to be met on the way: the folder that is being filled.
+    /// What is not to be met on the way: the directory that is being filled.
     explicit Copier(const Item& target) : target_(target) {}
 
     void copy(const Item& item, const Spot& to) {
@@ -141,14 +141,14 @@ public:
             copyFile(item, status, to);
             break;
         case S_IFDIR:
-            copyFolder(item, to);
+            copyDirectory(item, to);
             break;
         case S_IFLNK:
             copyLink(item, to);
             break;
         case S_IFIFO:
         case S_IFSOCK:
-            require(::mknodat(to.folder, to.name.c_str(), status.st_mode & S_IFMT, 0) == 0);
+            require(::mknodat(to.directory, to.name.c_str(), status.st_mode & S_IFMT, 0) == 0);
             break;
         default:
             throw startFailure(Errno(EPERM));
@@ -164,12 +164,12 @@ private:
         }
         const auto [first, isNew] = copies_.emplace(item.identity(), to.path);
         return !isNew &&
-               ::linkat(AT_FDCWD, first->second.c_str(), to.folder, to.name.c_str(), 0) == 0;
+               ::linkat(AT_FDCWD, first->second.c_str(), to.directory, to.name.c_str(), 0) == 0;
     }
 
     static void copyFile(const Item& item, const struct stat& status, const Spot& to) {
         const auto from = openForReading(item, O_NOCTTY);
-        const FileDescriptor made(::openat(to.folder, to.name.c_str(),
+        const FileDescriptor made(::openat(to.directory, to.name.c_str(),
                                            O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
                                            S_IRUSR | S_IWUSR));
         require(static_cast<bool>(made));
@@ -178,14 +178,14 @@ private:
         copyAttributes(from.get(), made.get());
     }
 
-    void copyFolder(const Item& item, const Spot& to) {
+    void copyDirectory(const Item& item, const Spot& to) {
         if (item.identity() == target_.identity()) {
             throw startFailure(Errno(EINVAL));
         }
         const auto from = openForReading(item, O_DIRECTORY);
-        require(::mkdirat(to.folder, to.name.c_str(), S_IRWXU) == 0);
-        const FileDescriptor made(
-            ::openat(to.folder, to.name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+        require(::mkdirat(to.directory, to.name.c_str(), S_IRWXU) == 0);
+        const FileDescriptor made(::openat(to.directory, to.name.c_str(),
+                                           O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
         require(static_cast<bool>(made));
         for (const auto& name : namesOf(from)) {
             const auto child = openItem(from.get(), name);
@@ -195,8 +195,8 @@ private:
         copyAttributes(from.get(), made.get());
     }
 
-    static std::vector<std::string> namesOf(const FileDescriptor& folder) {
-        const int listed = ::fcntl(folder.get(), F_DUPFD_CLOEXEC, 0);
+    static std::vector<std::string> namesOf(const FileDescriptor& directory) {
+        const int listed = ::fcntl(directory.get(), F_DUPFD_CLOEXEC, 0);
         const std::unique_ptr<DIR, int (*)(DIR*)> stream(listed < 0 ? nullptr : ::fdopendir(listed),
                                                          ::closedir);
         require(stream != nullptr);
@@ -207,10 +207,10 @@ private:
         std::array<char, PATH_MAX> target{};
         const ssize_t size =
             ::readlinkat(item.descriptor.get(), "", target.data(), target.size() - 1);
-        require(size > 0 && ::symlinkat(target.data(), to.folder, to.name.c_str()) == 0);
+        require(size > 0 && ::symlinkat(target.data(), to.directory, to.name.c_str()) == 0);
     }
 
-    /// By name, which in a closed folder leads to what has just been made.
+    /// By name, which in a closed directory leads to what has just been made.
     static void settle(const Item& item, const struct stat& status, const Spot& to) {
         constexpr mode_t privileges = S_ISUID | S_ISGID;
         const mode_t rights = status.st_mode & 07777U;
@@ -218,10 +218,10 @@ private:
                                 ? rights & ~privileges
                                 : rights;
         const std::array<timespec, 2> times{status.st_atim, status.st_mtim};
-        require(::fchownat(to.folder, to.name.c_str(), status.st_uid, status.st_gid,
+        require(::fchownat(to.directory, to.name.c_str(), status.st_uid, status.st_gid,
                            AT_SYMLINK_NOFOLLOW) == 0);
-        require(S_ISLNK(status.st_mode) || ::fchmodat(to.folder, to.name.c_str(), kept, 0) == 0);
-        require(::utimensat(to.folder, to.name.c_str(), times.data(), AT_SYMLINK_NOFOLLOW) == 0);
+        require(S_ISLNK(status.st_mode) || ::fchmodat(to.directory, to.name.c_str(), kept, 0) == 0);
+        require(::utimensat(to.directory, to.name.c_str(), times.data(), AT_SYMLINK_NOFOLLOW) == 0);
     }
 
     const Item& target_;
@@ -231,10 +231,10 @@ private:
 
 } // namespace
 
-void copyItem(const Item& item, const Item& closedFolder, const std::string& name) {
+void copyItem(const Item& item, const Item& closedDirectory, const std::string& name) {
     liftDescriptorLimit();
-    Copier(closedFolder)
-        .copy(item, {closedFolder.descriptor.get(), name, heldPath(closedFolder, name)});
+    Copier(closedDirectory)
+        .copy(item, {closedDirectory.descriptor.get(), name, heldPath(closedDirectory, name)});
 }
 
 } // namespace platform::native::helper

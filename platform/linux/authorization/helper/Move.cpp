@@ -50,11 +50,11 @@ void takeTurn(const FileDescriptor& turns) {
 
 /// Puts a copy in the destination's place.
 bool putCopy(const Copy& copy, const Stage& stage) {
-    const std::string copied = heldPath(stage.folder(), copy.destination.name);
-    const std::string destination = heldPath(copy.destination.folder, copy.destination.name);
+    const std::string copied = heldPath(stage.directory(), copy.destination.name);
+    const std::string destination = heldPath(copy.destination.directory, copy.destination.name);
     std::string reason;
     try {
-        copyItem(*copy.source.item, stage.folder(), copy.destination.name);
+        copyItem(*copy.source.item, stage.directory(), copy.destination.name);
         if (::rename(copied.c_str(), destination.c_str()) == 0) {
             return true;
         }
@@ -69,26 +69,26 @@ bool putCopy(const Copy& copy, const Stage& stage) {
 
 /// Whether the item that was checked still stands in its place.
 bool isThere(const Place& place) {
-    const auto item = openItem(place.folder.descriptor.get(), place.name);
+    const auto item = openItem(place.directory.descriptor.get(), place.name);
     return item && item->identity() == place.item->identity();
 }
 
 } // namespace
 
 bool carryOut(const Copy& copy, FileDescriptor& report) {
-    const std::string source = heldPath(copy.source.folder, copy.source.name);
-    if (isTaken(heldPath(copy.destination.folder, copy.destination.name), source)) {
+    const std::string source = heldPath(copy.source.directory, copy.source.name);
+    if (isTaken(heldPath(copy.destination.directory, copy.destination.name), source)) {
         throw startFailure(Errno(EEXIST));
     }
-    const Stage stage(copy.destination.folder);
+    const Stage stage(copy.destination.directory);
     report.reset();
     return putCopy(copy, stage);
 }
 
 bool carryOut(const Move& move, FileDescriptor& report, const FileDescriptor& turns) {
     const auto& [from, to, remover] = move.copy;
-    const std::string source = heldPath(from.folder, from.name);
-    const std::string destination = heldPath(to.folder, to.name);
+    const std::string source = heldPath(from.directory, from.name);
+    const std::string destination = heldPath(to.directory, to.name);
     // Where the item can be renamed, only the attempt tells.
     if (::rename(source.c_str(), destination.c_str()) == 0) {
         return true;
@@ -99,7 +99,7 @@ bool carryOut(const Move& move, FileDescriptor& report, const FileDescriptor& tu
     if (isTaken(destination, source)) {
         throw startFailure(Errno(EEXIST));
     }
-    const Stage stage(to.folder);
+    const Stage stage(to.directory);
     report.reset();
     // An item that the program asks to be moved again, because it stands in its place while it is
     // copied, has gone by then.

@@ -41,8 +41,8 @@ struct Performer {
         change.make(change.place);
         return true;
     }
-    bool operator()(const Folders& folders) const {
-        makeFolders(folders);
+    bool operator()(const Directories& directories) const {
+        makeDirectories(directories);
         return true;
     }
     bool operator()(Nothing) const { return true; }
