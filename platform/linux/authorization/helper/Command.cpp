@@ -78,7 +78,7 @@ std::optional<Place> locate(std::string_view operand, Links links) {
     if (item && item->isLink() && namesFolder) {
         throw Refusal{Status::itemRedirected, about};
     }
-    return Place{std::move(way->end), name, std::move(item)};
+    return Place{about, std::move(way->end), name, std::move(item)};
 }
 
 /// The arguments of a tool whose options are single letters without a value.
@@ -107,16 +107,10 @@ Words wordsOf(const Request& request, std::string_view letters) {
     return words;
 }
 
-void addPlace(Command& command, Place place) {
-    command.arguments.push_back(heldPath(place.folder, place.name));
-    command.folders.push_back(std::move(place.folder));
-}
-
 /// An operand whose folder does not exist is left out, for there is nothing to remove.
-Command prepareRemoval(Tool tool, const Request& request, const ProtectedItems& staying) {
+Task prepareRemoval(Tool tool, const Request& request, const ProtectedItems& staying) {
     auto [options, operands] = wordsOf(request, "dfiIrRv");
-    options.emplace_back("--");
-    Command command{std::move(tool), std::move(options), {}};
+    Removal removal{std::move(tool), std::move(options), {}};
     for (const auto operand : operands) {
         auto place = locate(operand, Links::owners);
         if (!place) {
@@ -125,9 +119,9 @@ Command prepareRemoval(Tool tool, const Request& request, const ProtectedItems& 
         if (place->item && staying.contain(*place->item)) {
             throw Refusal{Status::itemProtected, std::string(operand)};
         }
-        addPlace(command, std::move(*place));
+        removal.places.push_back(std::move(*place));
     }
-    return command;
+    return removal;
 }
 
 /// Where a move or copy to `operand` ends: in the folder that stands there, or else at this very
@@ -143,15 +137,17 @@ std::optional<Place> destinationOf(std::string_view operand, const std::string& 
     }
     requireHonest(*way, links, operand);
     auto item = openItem(way->end.descriptor.get(), sourceName);
-    return Place{std::move(way->end), sourceName, std::move(item)};
+    return Place{std::string(operand), std::move(way->end), sourceName, std::move(item)};
 }
 
+// ---- What the helper does itself ---------------------------------------------------------------
+
 /// Replacing without a question is all that a move does: it may be made by another name first,
-/// where the tool would not see what it must not replace.
-Task prepareMove(Tool tool, const Request& request, const ProtectedItems& staying) {
-    auto [options, operands] = wordsOf(request, "fv");
+/// where nobody would see what it must not replace.
+Task prepareMove(const Request& request, const ProtectedItems& staying) {
+    const auto operands = wordsOf(request, "fv").operands;
     if (operands.size() != 2) {
-        throw Refusal{Status::commandUnknown, tool.path};
+        throw Refusal{Status::commandUnknown, std::string(request.tool)};
     }
     auto source = locate(operands[0], Links::owners);
     if (!source || !source->item) {
@@ -165,17 +161,8 @@ Task prepareMove(Tool tool, const Request& request, const ProtectedItems& stayin
         (destination->item && staying.contain(*destination->item))) {
         throw Refusal{Status::itemProtected, std::string(operands[0])};
     }
-    if (destination->folder.isChangeable()) {
-        return Move{{std::move(*source), std::move(*destination), trustedTool("/bin/rm")}};
-    }
-    options.insert(options.end(), {"-T", "--"});
-    Command command{std::move(tool), std::move(options), {}};
-    addPlace(command, std::move(*source));
-    addPlace(command, std::move(*destination));
-    return command;
+    return Move{{std::move(*source), std::move(*destination), trustedTool("/bin/rm")}};
 }
-
-// ---- What the helper does itself ---------------------------------------------------------------
 
 using Operands = std::span<const std::string_view>;
 
@@ -262,7 +249,7 @@ Task prepareFolders(Operands operands, uid_t /*user*/) {
         throw Refusal{Status::itemUnreachable, std::string(operands[0])};
     }
     requireHonest(*way, Links::roots, operands[0]);
-    return Folders{std::move(way->end), std::move(missing)};
+    return Folders{std::string(operands[0]), std::move(way->end), std::move(missing)};
 }
 
 /// The words of a command line that the program sends, and what it asks for. In any other words a
@@ -306,7 +293,7 @@ Task prepare(const Request& request, uid_t user) {
         return prepareRemoval(std::move(tool), request, ProtectedItems(user));
     }
     if (isTool(tool, "mv", "rm")) {
-        return prepareMove(std::move(tool), request, ProtectedItems(user));
+        return prepareMove(request, ProtectedItems(user));
     }
     const auto* const form = std::find_if(forms.begin(), forms.end(), [&](const Form& candidate) {
         return hasForm(request, candidate);
@@ -314,7 +301,7 @@ Task prepare(const Request& request, uid_t user) {
     if (form != forms.end()) {
         return form->prepare(Operands(request.arguments).subspan(form->words.size()), user);
     }
-    return Command{std::move(tool), {request.arguments.begin(), request.arguments.end()}, {}};
+    return Command{std::move(tool), {request.arguments.begin(), request.arguments.end()}};
 }
 
 } // namespace platform::native::helper

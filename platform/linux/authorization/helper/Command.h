@@ -19,18 +19,26 @@ struct Tool {
     Item file;
 };
 
-/// A tool that may be started, with its arguments and the folders that these name by descriptor.
+/// A tool that may be started, with its arguments.
 struct Command {
     Tool tool;
     std::vector<std::string> arguments;
-    std::vector<Item> folders;
 };
 
-/// A name in a folder. The item is missing when nothing stands there.
+/// A name in a folder, and the path by which it was asked for. The item is missing when nothing
+/// stands there.
 struct Place {
+    std::string path;
     Item folder;
     std::string name;
     std::optional<Item> item;
+};
+
+/// A removal of what stands in places, as a tool does it that is told how.
+struct Removal {
+    Tool remover;
+    std::vector<std::string> options;
+    std::vector<Place> places;
 };
 
 /// A copy of an item, with the tool that removes what is left of one that fails.
@@ -40,7 +48,7 @@ struct Copy {
     Tool remover;
 };
 
-/// A move into a folder that others than root may change, which may have to copy.
+/// A move, which may have to copy.
 struct Move {
     Copy copy;
 };
@@ -51,8 +59,9 @@ struct Change {
     Place place;
 };
 
-/// Folders that are to be made, the first in one that exists.
+/// Folders that are to be made, the first in one that exists, for the path that was asked for.
 struct Folders {
+    std::string path;
     Item existing;
     std::deque<std::string> missing;
 };
@@ -60,14 +69,14 @@ struct Folders {
 /// A change to nothing.
 struct Nothing {};
 
-using Task = std::variant<Command, Move, Copy, Change, Folders, Nothing>;
+using Task = std::variant<Command, Removal, Move, Copy, Change, Folders, Nothing>;
 
 /// The path by which a tool finds a name in just this folder, wherever that has been moved to. The
 /// tools that this process becomes or starts from now on have the folder open.
 std::string heldPath(const Item& folder, const std::string& name);
 
 /// What a request asks for, made for this user, with the operands of what the helper does itself,
-/// and of rm and mv, checked and held. Throws a Refusal.
+/// and of rm, checked and held. Throws a Refusal.
 Task prepare(const Request& request, uid_t user);
 
 } // namespace platform::native::helper

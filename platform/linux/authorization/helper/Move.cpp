@@ -73,6 +73,13 @@ bool isThere(const Place& place) {
     return item && item->identity() == place.item->identity();
 }
 
+/// Takes the former name of a file away that has had both: the kernel leaves such as they are.
+bool dropOtherName(const Place& from, const Place& to) {
+    const bool isSamePlace = from.folder.identity() == to.folder.identity() && from.name == to.name;
+    return isSamePlace || !to.item || to.item->identity() != from.item->identity() ||
+           ::unlinkat(from.folder.descriptor.get(), from.name.c_str(), 0) == 0;
+}
+
 } // namespace
 
 bool carryOut(const Copy& copy, FileDescriptor& report) {
@@ -91,7 +98,7 @@ bool carryOut(const Move& move, FileDescriptor& report, const FileDescriptor& tu
     const std::string destination = heldPath(to.folder, to.name);
     // Where the item can be renamed, only the attempt tells.
     if (::rename(source.c_str(), destination.c_str()) == 0) {
-        return true;
+        return dropOtherName(from, to);
     }
     if (errno != EXDEV) {
         throw startFailure(errno);

@@ -37,6 +37,15 @@ struct Performer {
         becomeTool(command.tool, command.arguments);
         throw startFailure(errno);
     }
+    bool operator()(const Removal& removal) const {
+        std::vector<std::string> arguments = removal.options;
+        arguments.emplace_back("--");
+        for (const auto& place : removal.places) {
+            arguments.push_back(heldPath(place.folder, place.name));
+        }
+        becomeTool(removal.remover, arguments);
+        throw startFailure(errno);
+    }
     bool operator()(const Move& move) const { return carryOut(move, report, turns); }
     bool operator()(const Copy& copy) const { return carryOut(copy, report); }
     bool operator()(const Change& change) const {

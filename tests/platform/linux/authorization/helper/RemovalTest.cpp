@@ -276,6 +276,16 @@ TEST_F(HelperMove, GoesIntoAFolderOrToANewName) {
     EXPECT_EQ(contentOf(other), content);
 }
 
+TEST_F(HelperMove, OfAFileToItsOtherNameTakesTheFirstAway) {
+    TestedHelper helper;
+    const std::string file = makeFile(roots() + "/file");
+    fs::create_hard_link(file, roots() + "/name");
+    EXPECT_EQ(helper.run("/bin/mv", {"-f", file, roots() + "/name"}), Status::started);
+    EXPECT_FALSE(exists(file));
+    EXPECT_EQ(helper.run("/bin/mv", {"-f", roots() + "/name", roots() + "/name"}), Status::started);
+    EXPECT_TRUE(exists(roots() + "/name"));
+}
+
 TEST_F(HelperMove, IsRefusedWithoutSourceOrWay) {
     TestedHelper helper;
     const std::string file = makeFile(roots() + "/file");

@@ -275,6 +275,31 @@ TEST_F(HelperSwap, LeadsNoCopyToWhatTheUserCannotReach) {
     }
 }
 
+TEST_F(HelperSwap, LeadsNoMoveIntoRootsFolderToWhatTheUserCannotReach) {
+    const std::string closed = makeFolder(sandbox::everybodysFolder + "/closed", 0, 0700);
+    makeFile(closed + "/secret", 0, 0644);
+    const std::string folder = usersFolder() + "/folder";
+    const std::string inner = folder + "/inner";
+    const std::string link = folder + "/link";
+    TestedHelper helper;
+    for (int round = 0; round < moves / 10; ++round) {
+        makeFile(makeFolder(makeFolder(folder, servedUser) + "/inner", servedUser) + "/file");
+        makeLink(closed, link, servedUser);
+        const std::string moved = sandbox::rootsFolder + "/" + nameOf(round);
+        {
+            const Attacker attacker([&] {
+                swap(inner, link); // until they are taken away
+                return true;
+            });
+            helper.run("/bin/mv", {"-f", folder, moved});
+        }
+        EXPECT_FALSE(exists(moved + "/inner/secret") && !fs::is_symlink(moved + "/inner"));
+        EXPECT_FALSE(exists(moved + "/link/secret") && !fs::is_symlink(moved + "/link"));
+        EXPECT_TRUE(exists(closed + "/secret"));
+        fs::remove_all(folder);
+    }
+}
+
 TEST_F(HelperSwap, LeadsNoCopyIntoAFolderOfRootsThatTheUserCanRename) {
     const std::string target = makeFolder(usersFolder() + "/target", servedUser);
     const std::string other = makeFolder(target + "/other", 0, 0700);
