@@ -124,8 +124,8 @@ int inheritedNumber() {
 
 } // namespace
 
-HelperPaths HelperPaths::installed() {
-    return {"/usr/bin/pkexec", installationFolder() + "/qf-helper"};
+HelperPaths HelperPaths::installed(const std::optional<std::string>& name) {
+    return {"/usr/bin/pkexec", installationFolder() + "/" + name.value_or("qf-helper")};
 }
 
 StartedHelper startHelper(const HelperPaths& paths) {

@@ -137,7 +137,8 @@ std::optional<Place> destinationOf(std::string_view operand, const std::string& 
     }
     requireHonest(*way, links, operand);
     auto item = openItem(way->end.descriptor.get(), sourceName);
-    return Place{std::string(operand), std::move(way->end), sourceName, std::move(item)};
+    return Place{std::string(operand) + "/" + sourceName, std::move(way->end), sourceName,
+                 std::move(item)};
 }
 
 // ---- What the helper does itself ---------------------------------------------------------------

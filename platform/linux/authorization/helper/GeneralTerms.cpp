@@ -2,6 +2,6 @@
 
 namespace platform::native::helper {
 
-const Terms terms{.patience = std::chrono::minutes(5)};
+const Terms terms{.patience = std::chrono::minutes(5), .plan = std::nullopt};
 
 } // namespace platform::native::helper

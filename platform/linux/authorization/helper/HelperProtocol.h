@@ -46,6 +46,8 @@ enum class Status : std::int32_t {
     startFailed = 11,
     /// An item in a folder of somebody's that is another's, or has another name elsewhere.
     itemForeign = 12,
+    /// The plan of the program, which this helper is for, does not name it.
+    notPlanned = 13,
 };
 
 struct Reply {

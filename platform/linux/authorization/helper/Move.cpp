@@ -80,6 +80,36 @@ bool dropOtherName(const Place& from, const Place& to) {
            ::unlinkat(from.folder.descriptor.get(), from.name.c_str(), 0) == 0;
 }
 
+/// Renames an item into a folder that only root may change, and nothing else that stands in its
+/// place by now. Sets errno when it cannot.
+bool renameThisItem(const Place& from, const Place& to) {
+    const Stage stage(to.folder);
+    const int staged = stage.folder().descriptor.get();
+    const int source = from.folder.descriptor.get();
+    const char* name = from.name.c_str();
+    if (::renameat(source, name, staged, name) != 0) {
+        return false;
+    }
+    const auto item = openItem(staged, from.name);
+    const bool isIt = item && item->identity() == from.item->identity();
+    if (isIt && ::renameat(staged, name, to.folder.descriptor.get(), to.name.c_str()) == 0) {
+        return true;
+    }
+    const int reason = isIt ? errno : ESTALE;
+    if (::renameat2(staged, name, source, name, RENAME_NOREPLACE) != 0) {
+        log("what was renamed stays in the folder for it: " + from.name);
+    }
+    errno = reason;
+    return false;
+}
+
+bool renameItem(const Place& from, const Place& to) {
+    return from.folder.isChangeable() && !to.folder.isChangeable()
+               ? renameThisItem(from, to)
+               : ::renameat(from.folder.descriptor.get(), from.name.c_str(),
+                            to.folder.descriptor.get(), to.name.c_str()) == 0;
+}
+
 } // namespace
 
 bool carryOut(const Copy& copy, FileDescriptor& report) {
@@ -97,7 +127,7 @@ bool carryOut(const Move& move, FileDescriptor& report, const FileDescriptor& tu
     const std::string source = heldPath(from.folder, from.name);
     const std::string destination = heldPath(to.folder, to.name);
     // Where the item can be renamed, only the attempt tells.
-    if (::rename(source.c_str(), destination.c_str()) == 0) {
+    if (renameItem(from, to)) {
         return dropOtherName(from, to);
     }
     if (errno != EXDEV) {

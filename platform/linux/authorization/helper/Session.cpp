@@ -2,6 +2,7 @@
 
 #include "platform/linux/authorization/helper/Change.h"
 #include "platform/linux/authorization/helper/Move.h"
+#include "platform/linux/authorization/helper/PlanCheck.h"
 #include "platform/linux/authorization/helper/SystemLog.h"
 #include "platform/linux/authorization/helper/Terms.h"
 
@@ -290,6 +291,9 @@ Status Session::run(std::string_view message, FileDescriptor& output) {
 FileDescriptor Session::start(const Request& request) {
     const std::string path(request.tool);
     const auto task = prepare(request, user_);
+    if (terms.plan) {
+        requirePlanned(task, *terms.plan, user_);
+    }
     Pipe fromTool = makePipe(0);
     Pipe toProgram = makePipe(0);
     Pipe report = makePipe(0);

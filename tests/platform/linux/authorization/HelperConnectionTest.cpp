@@ -139,7 +139,7 @@ TEST(HelperConnection, TellsWhenTheHelperHasGone) {
 }
 
 TEST(HelperConnection, GivesEveryRefusalAStatusAndNoOutput) {
-    for (int status = 1; status <= static_cast<int>(Status::itemForeign); ++status) {
+    for (int status = 1; status <= static_cast<int>(Status::notPlanned); ++status) {
         EXPECT_EQ(startedWith(Status{status}), errAuthorizationToolExecuteFailure) << status;
     }
     EXPECT_EQ(startedWith(Status::started), errAuthorizationToolExecuteFailure); // no output came

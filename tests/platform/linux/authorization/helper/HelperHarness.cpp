@@ -38,8 +38,10 @@ namespace {
 constexpr std::string_view logSocket = "/dev/log";
 
 // Programs of the build tree, which may lie where the sandbox hides them.
-const FileDescriptor helperFile(::open(QF_HELPER, O_RDONLY | O_CLOEXEC));
-const FileDescriptor impatientFile(::open(QF_IMPATIENT_HELPER, O_RDONLY | O_CLOEXEC));
+const std::array<FileDescriptor, 3> helperFiles{
+    FileDescriptor(::open(QF_HELPER, O_RDONLY | O_CLOEXEC)),
+    FileDescriptor(::open(QF_IMPATIENT_HELPER, O_RDONLY | O_CLOEXEC)),
+    FileDescriptor(::open(QF_PLANNED_HELPER, O_RDONLY | O_CLOEXEC))};
 const FileDescriptor chownFile(::open(QF_CHOWN, O_RDONLY | O_CLOEXEC));
 
 bool mountMemory(const std::string& folder, const char* options) {
@@ -270,7 +272,7 @@ void TestedHelper::become(const HelperSetup& setup, int input) {
     if (::setresuid(setup.runsAs, setup.runsAs, setup.runsAs) == 0) {
         std::string name = QF_HELPER;
         const std::array<char*, 2> arguments{name.data(), nullptr};
-        const FileDescriptor& file = setup.isImpatient ? impatientFile : helperFile;
+        const auto& file = helperFiles.at(static_cast<std::size_t>(setup.kind));
         ::fexecve(file.get(), arguments.data(), environ);
     }
     ::_exit(99);

@@ -49,10 +49,13 @@ protected:
     static bool exists(const std::string& path);
 };
 
+/// The helpers with terms of their own: the utility layer's, one that does not wait for long for a
+/// request, and one that is for a plan.
+enum class HelperKind { general, impatient, planned };
+
 /// How a helper is started in a test.
 struct HelperSetup {
-    /// Whether it is one that does not wait for long for a request.
-    bool isImpatient = false;
+    HelperKind kind = HelperKind::general;
     /// The user who makes the connection.
     uid_t peer = servedUser;
     /// What PKEXEC_UID says; nothing when it is not set.

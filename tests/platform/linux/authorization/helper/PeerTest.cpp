@@ -198,13 +198,13 @@ TEST_F(HelperPeer, IsNotTakenForAnotherProcessThatHasItsNumber) {
 }
 
 TEST_F(HelperPeer, ThatAsksNothingForLongLosesTheRight) {
-    TestedHelper helper({.isImpatient = true});
+    TestedHelper helper({.kind = HelperKind::impatient});
     EXPECT_EQ(helper.waitForEnd(), 0);
     EXPECT_FALSE(helper.send(areYouThere).status);
 }
 
 TEST_F(HelperPeer, MayWaitForItsToolsAsLongAsTheyTake) {
-    TestedHelper helper({.isImpatient = true});
+    TestedHelper helper({.kind = HelperKind::impatient});
     const std::string gate = sandbox::rootsFolder + "/gate";
     ASSERT_EQ(::mkfifo(gate.c_str(), 0600), 0);
     const auto answer = helper.start("/bin/cat", {gate});

@@ -1,5 +1,6 @@
 // Folders are swapped for links while the helper is at work.
 
+#include "tests/platform/linux/authorization/helper/Attacker.h"
 #include "tests/platform/linux/authorization/helper/HelperHarness.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -28,39 +29,6 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr int moves = 1'000;
-
-/// Does something over and over, as the served user, as long as it succeeds.
-class Attacker {
-public:
-    explicit Attacker(const std::function<bool()>& attack) : process_(::fork()) {
-        if (process_ == 0) {
-            ::alarm(100); // should the test be killed
-            if (::setuid(servedUser) != 0) {
-                ::_exit(1);
-            }
-            while (attack()) {
-            }
-            ::_exit(1);
-        }
-    }
-    ~Attacker() {
-        ::kill(process_, SIGKILL);
-        int status = 0;
-        ::waitpid(process_, &status, 0);
-        EXPECT_TRUE(WIFSIGNALED(status)) << "the attack has failed";
-    }
-    Attacker(const Attacker&) = delete;
-    Attacker& operator=(const Attacker&) = delete;
-    Attacker(Attacker&&) = delete;
-    Attacker& operator=(Attacker&&) = delete;
-
-private:
-    pid_t process_;
-};
-
-bool swap(const std::string& first, const std::string& second) {
-    return ::renameat2(AT_FDCWD, first.c_str(), AT_FDCWD, second.c_str(), RENAME_EXCHANGE) == 0;
-}
 
 /// Holds the helper's next child up as soon as that has made a folder, until the scope's end.
 class Ambush {
@@ -146,8 +114,8 @@ protected:
         std::map<Status, int> answers;
         {
             TestedHelper helper;
-            const Attacker source([&] { return swap(from.folder, from.link); });
-            const Attacker destination([&] { return swap(to.folder, to.link); });
+            const Attacker source([&] { return exchange(from.folder, from.link); });
+            const Attacker destination([&] { return exchange(to.folder, to.link); });
             for (int number = 0; number < moves; ++number) {
                 ++answers[helper.run("/bin/mv", {"-f", from.folder + "/" + nameOf(number),
                                                  to.folder + "/" + nameOf(number)})];
@@ -193,7 +161,7 @@ TEST_F(HelperSwap, LeadsNoRemovalOutOfTheUsersFolders) {
     const auto before = namesIn(trap.outside);
     {
         TestedHelper helper;
-        const Attacker attacker([&] { return swap(trap.folder, trap.link); });
+        const Attacker attacker([&] { return exchange(trap.folder, trap.link); });
         for (int number = 0; number < moves; ++number) {
             helper.run("/bin/rm", {"-Rdf", trap.folder + "/" + nameOf(number)});
         }
@@ -208,7 +176,7 @@ TEST_F(HelperSwap, LeadsNoCopyToAnotherFileSystemOutOfTheUsersFolders) {
     const std::string link = makeLink(outside, usersFolder() + "/link", servedUser);
     TestedHelper helper;
     {
-        const Attacker attacker([&] { return swap(target, link); });
+        const Attacker attacker([&] { return exchange(target, link); });
         for (int round = 0; round < moves / 10; ++round) {
             const std::string folder = makeFolder(sandbox::rootsFolder + "/" + nameOf(round));
             makeFolder(folder + "/inner");
@@ -235,7 +203,7 @@ TEST_F(HelperSwap, LeadsNoChangeOutOfTheUsersFolders) {
     std::map<Status, int> answers;
     {
         TestedHelper helper;
-        const Attacker attacker([&] { return swap(trap.folder, trap.link); });
+        const Attacker attacker([&] { return exchange(trap.folder, trap.link); });
         for (int round = 0; round < moves; ++round) {
             ++answers[helper.run("/bin/chmod", {"644", trap.folder + job})];
             helper.run("/usr/bin/touch", {"-c", trap.folder + job});
@@ -265,7 +233,7 @@ TEST_F(HelperSwap, LeadsNoCopyToWhatTheUserCannotReach) {
     makeFile(inner + "/file", servedUser);
     const std::string link = makeLink(closed, folder + "/link", servedUser);
     TestedHelper helper;
-    const Attacker attacker([&] { return swap(inner, link); });
+    const Attacker attacker([&] { return exchange(inner, link); });
     for (int round = 0; round < moves; ++round) {
         const std::string copied = outside + "/" + nameOf(round);
         helper.run("/bin/cp", {"-f", "-p", "-R", folder, copied});
@@ -288,7 +256,7 @@ TEST_F(HelperSwap, LeadsNoMoveIntoRootsFolderToWhatTheUserCannotReach) {
         const std::string moved = sandbox::rootsFolder + "/" + nameOf(round);
         {
             const Attacker attacker([&] {
-                swap(inner, link); // until they are taken away
+                exchange(inner, link); // until they are taken away
                 return true;
             });
             helper.run("/bin/mv", {"-f", folder, moved});
@@ -315,7 +283,7 @@ TEST_F(HelperSwap, LeadsNoCopyIntoAFolderOfRootsThatTheUserCanRename) {
         auto folders = namesIn(target);
         folders.erase("other");
         ASSERT_EQ(folders.size(), 1U);
-        ASSERT_TRUE(swap(target + "/" + *folders.begin(), other));
+        ASSERT_TRUE(exchange(target + "/" + *folders.begin(), other));
     }
     EXPECT_EQ(helper.receive().status, Status::startFailed);
     helper.disconnect();
@@ -340,7 +308,7 @@ TEST_F(HelperSwap, HasNothingTakenAwayThatWasNotChecked) {
         Ambush ambush(helper.process());
         ASSERT_GT(::send(helper.connection(), request->data(), request->size(), 0), 0);
         ambush.waitForFolder();
-        ASSERT_TRUE(swap(item, other));
+        ASSERT_TRUE(exchange(item, other));
     }
     EXPECT_EQ(helper.receive().status, Status::started);
     helper.disconnect();
