@@ -1,7 +1,6 @@
 #include "platform/linux/authorization/helper/Command.h"
 
 #include "platform/linux/authorization/helper/Change.h"
-#include "platform/linux/authorization/helper/ProtectedItems.h"
 #include "platform/linux/authorization/helper/Refusal.h"
 
 #include <fcntl.h>
@@ -108,7 +107,7 @@ Words wordsOf(const Request& request, std::string_view letters) {
 }
 
 /// An operand whose folder does not exist is left out, for there is nothing to remove.
-Task prepareRemoval(Tool tool, const Request& request, const ProtectedItems& staying) {
+Task prepareRemoval(Tool tool, const Request& request, ProtectedItems& staying) {
     auto [options, operands] = wordsOf(request, "dfiIrRv");
     Removal removal{std::move(tool), std::move(options), {}};
     for (const auto operand : operands) {
@@ -145,7 +144,7 @@ std::optional<Place> destinationOf(std::string_view operand, const std::string& 
 
 /// Replacing without a question is all that a move does: it may be made by another name first,
 /// where nobody would see what it must not replace.
-Task prepareMove(const Request& request, const ProtectedItems& staying) {
+Task prepareMove(const Request& request, ProtectedItems& staying) {
     const auto operands = wordsOf(request, "fv").operands;
     if (operands.size() != 2) {
         throw Refusal{Status::commandUnknown, std::string(request.tool)};
@@ -167,7 +166,7 @@ Task prepareMove(const Request& request, const ProtectedItems& staying) {
 
 using Operands = std::span<const std::string_view>;
 
-Task prepareCopy(Operands operands, uid_t user) {
+Task prepareCopy(Operands operands, ProtectedItems& staying) {
     auto source = locate(operands[0], Links::roots);
     if (!source || !source->item) {
         throw Refusal{Status::itemUnreachable, std::string(operands[0])};
@@ -176,7 +175,7 @@ Task prepareCopy(Operands operands, uid_t user) {
     if (!destination) {
         throw Refusal{Status::itemUnreachable, std::string(operands[1])};
     }
-    if (destination->item && ProtectedItems(user).contain(*destination->item)) {
+    if (destination->item && staying.contain(*destination->item)) {
         throw Refusal{Status::itemProtected, std::string(operands[1])};
     }
     return Copy{std::move(*source), std::move(*destination), trustedTool("/bin/rm")};
@@ -199,18 +198,18 @@ std::optional<Place> locateItem(std::string_view operand) {
     return place;
 }
 
-Task prepareTouch(Operands operands, uid_t /*user*/) {
+Task prepareTouch(Operands operands, ProtectedItems& /*staying*/) {
     auto place = locateItem(operands[0]);
     return place ? Task(Change{touch, std::move(*place)}) : Nothing{};
 }
 
 /// What others must not read, or own, is not put into a user's folder to be changed by that user.
-Place locateOwnItem(std::string_view operand, uid_t user) {
+Place locateOwnItem(std::string_view operand, ProtectedItems& staying) {
     auto place = locateItem(operand);
     if (!place) {
         throw Refusal{Status::itemUnreachable, std::string(operand)};
     }
-    if (ProtectedItems(user).contain(*place->item)) {
+    if (staying.contain(*place->item)) {
         throw Refusal{Status::itemProtected, std::string(operand)};
     }
     if (place->folder.isChangeable() &&
@@ -220,15 +219,15 @@ Place locateOwnItem(std::string_view operand, uid_t user) {
     return std::move(*place);
 }
 
-Task prepareMode(Operands operands, uid_t user) {
-    return Change{letEverybodyRead, locateOwnItem(operands[0], user)};
+Task prepareMode(Operands operands, ProtectedItems& staying) {
+    return Change{letEverybodyRead, locateOwnItem(operands[0], staying)};
 }
 
-Task prepareOwner(Operands operands, uid_t user) {
-    return Change{giveToRoot, locateOwnItem(operands[0], user)};
+Task prepareOwner(Operands operands, ProtectedItems& staying) {
+    return Change{giveToRoot, locateOwnItem(operands[0], staying)};
 }
 
-Task prepareFolders(Operands operands, uid_t /*user*/) {
+Task prepareFolders(Operands operands, ProtectedItems& /*staying*/) {
     std::string_view path = operands[0];
     if (!path.starts_with('/')) {
         throw Refusal{Status::commandUnknown, std::string(path)};
@@ -259,7 +258,7 @@ struct Form {
     std::string_view tool;
     std::span<const std::string_view> words;
     std::size_t operands;
-    Task (*prepare)(Operands operands, uid_t user);
+    Task (*prepare)(Operands operands, ProtectedItems& staying);
 };
 
 constexpr std::array<std::string_view, 3> copyWords = {"-f", "-p", "-R"};
@@ -288,19 +287,19 @@ std::string heldPath(const Item& folder, const std::string& name) {
     return "/proc/self/fd/" + std::to_string(descriptor) + "/" + name;
 }
 
-Task prepare(const Request& request, uid_t user) {
+Task prepare(const Request& request, ProtectedItems& staying) {
     Tool tool = trustedTool(request.tool);
     if (isTool(tool, "rm", "mv")) {
-        return prepareRemoval(std::move(tool), request, ProtectedItems(user));
+        return prepareRemoval(std::move(tool), request, staying);
     }
     if (isTool(tool, "mv", "rm")) {
-        return prepareMove(request, ProtectedItems(user));
+        return prepareMove(request, staying);
     }
     const auto* const form = std::find_if(forms.begin(), forms.end(), [&](const Form& candidate) {
         return hasForm(request, candidate);
     });
     if (form != forms.end()) {
-        return form->prepare(Operands(request.arguments).subspan(form->words.size()), user);
+        return form->prepare(Operands(request.arguments).subspan(form->words.size()), staying);
     }
     return Command{std::move(tool), {request.arguments.begin(), request.arguments.end()}};
 }

@@ -1,9 +1,8 @@
 #pragma once
 
 #include "platform/linux/authorization/helper/HelperProtocol.h"
+#include "platform/linux/authorization/helper/ProtectedItems.h"
 #include "platform/linux/authorization/helper/Walk.h"
-
-#include <sys/types.h>
 
 #include <deque>
 #include <optional>
@@ -75,8 +74,8 @@ using Task = std::variant<Command, Removal, Move, Copy, Change, Folders, Nothing
 /// tools that this process becomes or starts from now on have the folder open.
 std::string heldPath(const Item& folder, const std::string& name);
 
-/// What a request asks for, made for this user, with the operands of what the helper does itself,
-/// and of rm, checked and held. Throws a Refusal.
-Task prepare(const Request& request, uid_t user);
+/// What a request asks for, with the operands of what the helper does itself, and of rm, checked
+/// and held. What must stay is neither taken away nor changed. Throws a Refusal.
+Task prepare(const Request& request, ProtectedItems& staying);
 
 } // namespace platform::native::helper

@@ -1,6 +1,6 @@
 #include "platform/linux/authorization/helper/Move.h"
 
-#include "platform/linux/authorization/helper/Copying.h"
+#include "platform/linux/authorization/helper/Placing.h"
 #include "platform/linux/authorization/helper/Refusal.h"
 #include "platform/linux/authorization/helper/Stage.h"
 #include "platform/linux/authorization/helper/SystemLog.h"
@@ -8,29 +8,16 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
 #include <string>
-#include <vector>
+#include <utility>
 
 namespace platform::native::helper {
 
 namespace {
-
-/// Runs a tool to its end and tells whether it has done what it was to do.
-bool succeeds(const Tool& tool, const std::vector<std::string>& arguments) {
-    const pid_t child = ::fork();
-    if (child == 0) {
-        becomeToolOrEnd(tool, arguments);
-    }
-    int status = -1;
-    while (child > 0 && ::waitpid(child, &status, 0) < 0 && errno == EINTR) {
-    }
-    return status == 0;
-}
 
 /// Whether something stands at the destination that the item cannot replace at once.
 bool isTaken(const std::string& destination, const std::string& source) {
@@ -48,23 +35,17 @@ void takeTurn(const FileDescriptor& turns) {
     }
 }
 
-/// Puts a copy in the destination's place.
-bool putCopy(const Copy& copy, const Stage& stage) {
-    const std::string copied = heldPath(stage.folder(), copy.destination.name);
-    const std::string destination = heldPath(copy.destination.folder, copy.destination.name);
-    std::string reason;
-    try {
-        copyItem(*copy.source.item, stage.folder(), copy.destination.name);
-        if (::rename(copied.c_str(), destination.c_str()) == 0) {
-            return true;
+/// Whether a folder is another one, or in it at any depth.
+bool isIn(const Item& folder, const Item& other) {
+    auto outer = openItem(folder.descriptor.get(), ".");
+    while (outer && outer->identity() != other.identity()) {
+        auto next = openItem(outer->descriptor.get(), "..");
+        if (!next || next->identity() == outer->identity()) {
+            return false;
         }
-        reason = std::to_string(errno);
-    } catch (const Refusal& refusal) {
-        reason = refusal.about;
+        outer = std::move(next);
     }
-    log("no copy could be put in place: " + copy.destination.name + ": " + reason);
-    succeeds(copy.remover, {"-Rf", "--", copied});
-    return false;
+    return true;
 }
 
 /// Whether the item that was checked still stands in its place.
@@ -113,13 +94,24 @@ bool renameItem(const Place& from, const Place& to) {
 } // namespace
 
 bool carryOut(const Copy& copy, FileDescriptor& report) {
-    const std::string source = heldPath(copy.source.folder, copy.source.name);
-    if (isTaken(heldPath(copy.destination.folder, copy.destination.name), source)) {
+    const auto& [from, to, remover] = copy;
+    const Placing placing(*from.item, remover);
+    if (from.item->isFolder() && to.item && to.item->isFolder()) {
+        if (isIn(*to.item, *from.item)) {
+            throw startFailure(EINVAL);
+        }
+        if (!mayMergeInto(*to.item, to.folder)) {
+            throw startFailure(EPERM);
+        }
+        report.reset();
+        return placing.merge(*from.item, *to.item, to.name);
+    }
+    if (isTaken(heldPath(to.folder, to.name), heldPath(from.folder, from.name))) {
         throw startFailure(EEXIST);
     }
-    const Stage stage(copy.destination.folder);
+    const Stage stage(to.folder);
     report.reset();
-    return putCopy(copy, stage);
+    return placing.put(*from.item, stage, to.folder, to.name);
 }
 
 bool carryOut(const Move& move, FileDescriptor& report, const FileDescriptor& turns) {
@@ -136,12 +128,13 @@ bool carryOut(const Move& move, FileDescriptor& report, const FileDescriptor& tu
     if (isTaken(destination, source)) {
         throw startFailure(EEXIST);
     }
+    const Placing placing(*from.item, remover);
     const Stage stage(to.folder);
     report.reset();
     // An item that the program asks to be moved again, because it stands in its place while it is
     // copied, has gone by then.
     takeTurn(turns);
-    return isThere(from) && putCopy(move.copy, stage) && isThere(from) &&
+    return isThere(from) && placing.put(*from.item, stage, to.folder, to.name) && isThere(from) &&
            succeeds(remover, {"-Rf", "--", source});
 }
 

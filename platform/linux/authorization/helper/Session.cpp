@@ -120,7 +120,8 @@ Message receive(std::string& buffer) {
 } // namespace
 
 Session::Session(uid_t user, Peer peer)
-    : user_(user), peer_(std::move(peer)), null_(::open("/dev/null", O_RDWR | O_CLOEXEC)),
+    : user_(user), peer_(std::move(peer)), staying_(user),
+      null_(::open("/dev/null", O_RDWR | O_CLOEXEC)),
       patience_(::timerfd_create(CLOCK_BOOTTIME, TFD_CLOEXEC | TFD_NONBLOCK)),
       turns_(::memfd_create("turns", MFD_CLOEXEC)), toolErrors_(makePipe(O_NONBLOCK)),
       message_(maximumRequestSize + 1, '\0') {
@@ -290,7 +291,7 @@ Status Session::run(std::string_view message, FileDescriptor& output) {
 /// Starts what a request asks for and gives the program's end of its output.
 FileDescriptor Session::start(const Request& request) {
     const std::string path(request.tool);
-    const auto task = prepare(request, user_);
+    const auto task = prepare(request, staying_);
     if (terms.plan) {
         requirePlanned(task, *terms.plan, user_);
     }

@@ -2,6 +2,7 @@
 
 #include "platform/linux/authorization/helper/HelperProtocol.h"
 #include "platform/linux/authorization/helper/Peer.h"
+#include "platform/linux/authorization/helper/ProtectedItems.h"
 #include "platform/linux/authorization/helper/Refusal.h"
 #include "platform/linux/authorization/helper/ToolStart.h"
 #include "platform/linux/posix/FileDescriptor.h"
@@ -46,6 +47,7 @@ private:
 
     const uid_t user_;
     const Peer peer_;
+    ProtectedItems staying_;
     FileDescriptor null_;
     /// Readable when nothing has been asked for long.
     FileDescriptor patience_;

@@ -138,6 +138,14 @@ TEST(HelperConnection, TellsWhenTheHelperHasGone) {
     EXPECT_EQ(connection.start("/bin/true", {}).status, errAuthorizationInternal);
 }
 
+TEST(HelperConnection, CountsAHelperAsGoneThatDoesNotAnswer) {
+    Ends ends = makeEnds();
+    HelperConnection connection(std::move(ends.program), std::chrono::milliseconds(1));
+    EXPECT_EQ(connection.start("/bin/true", {}).status, errAuthorizationInternal);
+    EXPECT_FALSE(connection.isOpen());
+    EXPECT_EQ(connection.start("/bin/true", {}).status, errAuthorizationInternal);
+}
+
 TEST(HelperConnection, GivesEveryRefusalAStatusAndNoOutput) {
     for (int status = 1; status <= static_cast<int>(Status::notPlanned); ++status) {
         EXPECT_EQ(startedWith(Status{status}), errAuthorizationToolExecuteFailure) << status;

@@ -11,9 +11,11 @@
 #include <sys/xattr.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
+#include <set>
 
 using platform::native::FileDescriptor;
 using platform::native::helper::Status;
@@ -217,6 +219,79 @@ TEST_F(HelperChange, LeavesAFolderThatACopyWouldReplace) {
         makeFile(makeFolder(makeFolder(usersFolder() + "/to") + "/item") + "/kept");
     EXPECT_EQ(copy(file, usersFolder() + "/to"), Status::startFailed);
     EXPECT_TRUE(exists(kept));
+}
+
+TEST_F(HelperChange, CopiesAFolderIntoTheOneOfItsNameThatIsThere) {
+    const std::string from = makeFolder(usersFolder() + "/folder", servedUser, 0750);
+    makeFile(makeFolder(from + "/inner", servedUser) + "/new", servedUser);
+    const std::string replaced = makeFile(from + "/file", servedUser);
+    makeOld(from);
+    const std::string to = makeFolder(usersFolder() + "/to", servedUser);
+    makeFolder(to + "/folder", servedUser, 0700);
+    makeFile(makeFolder(to + "/folder/inner", servedUser) + "/kept", servedUser);
+    makeFile(to + "/folder/file", servedUser);
+    EXPECT_EQ(copy(from, to), Status::started);
+    EXPECT_TRUE(exists(to + "/folder/inner/new"));
+    EXPECT_TRUE(exists(to + "/folder/inner/kept"));
+    EXPECT_EQ(contentOf(to + "/folder/file"), contentOf(replaced));
+    EXPECT_EQ(rightsOf(to + "/folder"), 0750U);
+    EXPECT_TRUE(isOld(to + "/folder"));
+    EXPECT_EQ(std::distance(fs::directory_iterator(to + "/folder"), {}), 2);
+}
+
+TEST_F(HelperChange, CopiesTheRestWhereOneItemCannotReplaceWhatIsThere) {
+    const std::string from = makeFolder(usersFolder() + "/folder", servedUser);
+    makeFile(from + "/a", servedUser);
+    makeFolder(from + "/b", servedUser);
+    makeFile(from + "/c", servedUser);
+    const std::string to = makeFolder(usersFolder() + "/to", servedUser);
+    makeFolder(makeFolder(to + "/folder", servedUser) + "/a", servedUser);
+    makeLink(makeFolder(sandbox::rootsFolder + "/outside"), to + "/folder/b", servedUser);
+    TestedHelper helper;
+    EXPECT_EQ(helper.run("/bin/cp", {"-f", "-p", "-R", from, to}), Status::started);
+    EXPECT_TRUE(fs::is_directory(to + "/folder/a"));
+    EXPECT_TRUE(fs::is_symlink(to + "/folder/b"));
+    EXPECT_TRUE(exists(to + "/folder/c"));
+    const std::string reason = ": " + std::to_string(EEXIST);
+    std::set<std::string> lines{helper.nextLogLine(), helper.nextLogLine()};
+    EXPECT_EQ(lines, (std::set{"no copy could be put in place: a" + reason,
+                               "no copy could be put in place: b" + reason}));
+}
+
+TEST_F(HelperChange, MergesIntoNoFolderOfAnothersThatAUserCanPutThere) {
+    const std::string from = makeFolder(usersFolder() + "/folder", servedUser);
+    makeFile(makeFolder(from + "/inner", servedUser) + "/file", servedUser);
+    const std::string to = makeFolder(usersFolder() + "/to", servedUser);
+    const std::string roots = makeFolder(to + "/folder", 0, 0700);
+    EXPECT_EQ(copy(from, to), Status::startFailed);
+    ASSERT_EQ(::chown(roots.c_str(), servedUser, 0), 0);
+    const std::string inner = makeFolder(roots + "/inner", 0, 0700);
+    EXPECT_EQ(copy(from, to), Status::started);
+    EXPECT_EQ(statusOf(inner).st_uid, 0U);
+    EXPECT_EQ(rightsOf(inner), 0700U);
+    EXPECT_TRUE(fs::is_empty(inner));
+}
+
+TEST_F(HelperChange, MergesNoFolderIntoItself) {
+    const std::string folder = makeFolder(usersFolder() + "/folder", servedUser);
+    makeFolder(folder + "/folder", servedUser);
+    EXPECT_EQ(copy(folder, folder), Status::startFailed);
+    EXPECT_EQ(copy(folder, usersFolder()), Status::startFailed);
+}
+
+TEST_F(HelperChange, CopiesNothingThatTheOwnerOfTheWholeCannotRead) {
+    const std::string folder = makeFolder(usersFolder() + "/folder", servedUser);
+    const std::string inner = makeFolder(folder + "/roots", 0, 0755);
+    const std::string file = makeFile(inner + "/file", 0, 0640);
+    EXPECT_EQ(copy(folder, usersFolder() + "/copy"), Status::started);
+    EXPECT_FALSE(exists(usersFolder() + "/copy"));
+    ASSERT_EQ(::chmod(file.c_str(), 0644), 0);
+    ASSERT_EQ(::chmod(inner.c_str(), 0700), 0);
+    EXPECT_EQ(copy(folder, usersFolder() + "/copy"), Status::started);
+    EXPECT_FALSE(exists(usersFolder() + "/copy"));
+    ASSERT_EQ(::chmod(inner.c_str(), 0755), 0);
+    EXPECT_EQ(copy(folder, usersFolder() + "/copy"), Status::started);
+    EXPECT_EQ(contentOf(usersFolder() + "/copy/roots/file"), contentOf(file));
 }
 
 // ---- Dates, rights and owners ------------------------------------------------------------------
