@@ -1,6 +1,7 @@
 // What the helper does itself: copies, dates, rights, owners and folders, where a user plants
 // links.
 
+#include "tests/platform/linux/authorization/helper/Attacker.h"
 #include "tests/platform/linux/authorization/helper/HelperHarness.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -181,6 +182,27 @@ TEST_F(HelperChange, CopiesAPipeWithoutReadingIt) {
     ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
     EXPECT_EQ(copy(usersFolder() + "/folder", usersFolder() + "/copy"), Status::started);
     EXPECT_TRUE(S_ISFIFO(statusOf(usersFolder() + "/copy/pipe").st_mode));
+}
+
+TEST_F(HelperChange, IsNotHeldUpByWhatHasNoEnd) {
+    const std::string folder = makeFolder(usersFolder() + "/folder", servedUser);
+    ASSERT_EQ(::mkfifo((folder + "/pipe").c_str(), 0600), 0);
+    fs::resize_file(makeFile(folder + "/terabytes", servedUser), 1ULL << 42U);
+    EXPECT_EQ(run("/bin/mv", {"-f", folder, sandbox::rootsFolder + "/moved"}), Status::started);
+    EXPECT_EQ(statusOf(sandbox::rootsFolder + "/moved/terabytes").st_size, 1LL << 42U);
+    EXPECT_EQ(copy("/proc/kmsg", usersFolder() + "/messages"), Status::started);
+    EXPECT_EQ(statusOf(usersFolder() + "/messages").st_size, 0);
+}
+
+TEST_F(HelperChange, CopiesNoMoreOfAFileThatGrowsThanItHadAtFirst) {
+    const std::string file = makeFile(usersFolder() + "/file", servedUser);
+    const Attacker attacker([&] {
+        std::ofstream(file, std::ios::app) << 'x';
+        return true;
+    });
+    for (int round = 0; round < 5; ++round) {
+        EXPECT_EQ(copy(file, usersFolder() + "/copy"), Status::started);
+    }
 }
 
 TEST_F(HelperChange, CopiesNoDevice) {

@@ -20,13 +20,17 @@
 #include <functional>
 #include <map>
 #include <set>
+#include <utility>
+#include <vector>
 
+using platform::native::FileDescriptor;
 using platform::native::helper::encodeRequest;
 using platform::native::helper::Status;
 
 namespace {
 
 namespace fs = std::filesystem;
+using namespace std::string_literals;
 
 constexpr int moves = 1'000;
 
@@ -241,6 +245,55 @@ TEST_F(HelperSwap, LeadsNoCopyToWhatTheUserCannotReach) {
         EXPECT_FALSE(exists(copied + "/link/secret") && !fs::is_symlink(copied + "/link"));
         fs::remove_all(copied);
     }
+}
+
+TEST_F(HelperSwap, LeadsNothingAstrayInTenThousandRounds) {
+    constexpr int rounds = 10'000;
+    const Trap from = makeTrap("from", sandbox::rootsFolder + "/source");
+    const std::string users = makeFolder(sandbox::rootsFolder + "/users", servedUser);
+    const Trap to{makeFolder(users + "/to", servedUser),
+                  makeLink(sandbox::rootsFolder + "/source", users + "/link", servedUser),
+                  from.outside};
+    const std::string secret = makeFile(from.outside + "/file", 0, 0600);
+    const std::string content = contentOf(secret);
+    struct stat before {};
+    ASSERT_EQ(::stat(secret.c_str(), &before), 0);
+    makeFile(from.folder + "/file", servedUser, 0600);
+    const FileDescriptor inside(::open(from.folder.c_str(), O_PATH | O_CLOEXEC));
+    std::map<Status, int> answers;
+    {
+        TestedHelper helper;
+        const Attacker source([&] { return exchange(from.folder, from.link); });
+        const Attacker destination([&] { return exchange(to.folder, to.link); });
+        for (int round = 0; round < rounds; round += 5) {
+            const FileDescriptor made(
+                ::openat(inside.get(), "item", O_WRONLY | O_CREAT | O_CLOEXEC, 0644));
+            for (const auto& [tool, words] :
+                 {std::pair("/bin/mv",
+                            std::vector{"-f"s, from.folder + "/item", to.folder + "/item"}),
+                  std::pair("/bin/cp", std::vector{"-f"s, "-p"s, "-R"s, from.folder + "/file",
+                                                   to.folder + "/copy"}),
+                  std::pair("/usr/bin/touch", std::vector{"-c"s, from.folder + "/file"}),
+                  std::pair("/bin/chmod", std::vector{"644"s, from.folder + "/file"}),
+                  std::pair("/bin/cp", std::vector{"-f"s, "-p"s, "-R"s, to.folder + "/copy",
+                                                   from.folder + "/copy"})}) {
+                ++answers[helper.run(tool, words)];
+            }
+        }
+    }
+    struct stat after {};
+    ASSERT_EQ(::stat(secret.c_str(), &after), 0);
+    EXPECT_EQ(after.st_mode, before.st_mode);
+    EXPECT_EQ(after.st_uid, before.st_uid);
+    EXPECT_EQ(after.st_ino, before.st_ino);
+    EXPECT_EQ(after.st_mtim.tv_nsec, before.st_mtim.tv_nsec);
+    EXPECT_EQ(contentOf(secret), content);
+    EXPECT_EQ(namesIn(from.outside), std::set<std::string>{"file"});
+    for (const auto& copy : {folderOf(from) + "/copy", folderOf(to) + "/copy"}) {
+        EXPECT_TRUE(!exists(copy) || contentOf(copy) != content);
+    }
+    EXPECT_GT(answers[Status::started], 0);
+    EXPECT_GT(answers[Status::itemRedirected], 0);
 }
 
 TEST_F(HelperSwap, LeadsNoMoveIntoRootsFolderToWhatTheUserCannotReach) {
