@@ -26,7 +26,14 @@ namespace fs = std::filesystem;
 
 enum class Victim { helper, mover };
 
-/// Traces a helper and the first process that it makes, and lets every other one go.
+/// The signal that a traced process has stopped for, to be passed on to it; 0 for other stops.
+int signalOf(int status) {
+    constexpr int isEvent = 16;
+    const int signal = WSTOPSIG(status);
+    return status >> isEvent == 0 && signal != (SIGTRAP | 0x80) ? signal : 0;
+}
+
+/// Traces a helper and the first process that it makes.
 class Executioner {
 public:
     Executioner(pid_t helper, Victim victim) : helper_(helper), victim_(victim) {
@@ -54,10 +61,8 @@ public:
             if (isVictim && isAtCall && ++steps == step) {
                 ::kill(process, SIGKILL);
                 isKilled = true;
-            } else if (process != helper_ && process != mover_) {
-                ::ptrace(PTRACE_DETACH, process, nullptr, nullptr);
             } else {
-                ::ptrace(PTRACE_SYSCALL, process, nullptr, nullptr);
+                ::ptrace(PTRACE_SYSCALL, process, nullptr, signalOf(status));
             }
         }
         letGo(isKilled);
@@ -65,12 +70,21 @@ public:
     }
 
 private:
-    void noteMover(pid_t process, int status) {
-        if (process == helper_ && status >> 8 == (SIGTRAP | PTRACE_EVENT_FORK << 8)) {
-            unsigned long made = 0;
-            ::ptrace(PTRACE_GETEVENTMSG, helper_, nullptr, &made);
+    /// The first process that the helper makes may stop before the helper does for having made it.
+    void noteMover(pid_t stopped, int status) {
+        constexpr int event = 16;
+        unsigned long made = 0;
+        if (mover_ < 0 && stopped != helper_) {
+            mover_ = stopped;
+        } else if (mover_ < 0 && status >> event == PTRACE_EVENT_FORK &&
+                   ::ptrace(PTRACE_GETEVENTMSG, helper_, nullptr, &made) == 0) {
             mover_ = static_cast<pid_t>(made);
+        }
+        if (mover_ > 0 && !moversEnd_) {
             moversEnd_ = FileDescriptor(::pidfd_open(mover_, 0));
+        }
+        if (stopped == mover_) { // its tools are not traced
+            ::ptrace(PTRACE_SETOPTIONS, mover_, nullptr, PTRACE_O_TRACESYSGOOD);
         }
     }
 
@@ -87,7 +101,7 @@ private:
                 ::ptrace(PTRACE_INTERRUPT, process, nullptr, nullptr);
                 for (int status = 0; ::waitpid(process, &status, __WALL) == process &&
                                      !WIFEXITED(status) && !WIFSIGNALED(status);) {
-                    if (::ptrace(PTRACE_DETACH, process, nullptr, nullptr) == 0) {
+                    if (::ptrace(PTRACE_DETACH, process, nullptr, signalOf(status)) == 0) {
                         break;
                     }
                 }
