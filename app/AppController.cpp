@@ -25,7 +25,7 @@ void AppController::uninstall() {
 }
 
 void AppController::beginUninstall() {
-    const bool removeShared = removeSharedCheck_.state() == 1;
+    const bool removeShared = removeSharedCheck_.state() == platform::CheckBoxState::on;
     walkUninstallPlan(uninstallPlan(removeShared ? RemoveShared::yes : RemoveShared::no),
                       observer_);
     platform::service<platform::Application>().performOnMainThread([this] { endProgress(); },

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/foundation/Result.h"
+
 #include <cstdint>
 #include <istream>
 #include <memory>
@@ -48,19 +50,9 @@ struct AuthorizationItem {
 /// Rights, or credentials, in no order.
 using AuthorizationItemSet = std::vector<AuthorizationItem>;
 
-/// A handle, AuthorizationRef::none unless the status is errAuthorizationSuccess.
-struct Authorization {
-    AuthorizationStatus status = errAuthorizationInternal; ///< What the call answers.
-    AuthorizationRef ref = AuthorizationRef::none;         ///< The handle.
-};
-
-/// A tool that was started with privilege, or why it was not. `output` reads the tool's standard
-/// output up to its end; it is missing unless the status is errAuthorizationSuccess. Letting it go
-/// neither ends nor disturbs the tool.
-struct PrivilegedTool {
-    AuthorizationStatus status = errAuthorizationInternal; ///< What the call answers.
-    std::unique_ptr<std::istream> output;                  ///< The tool's, or null.
-};
+/// What a call returns: its error is one of the failures above, or another number.
+template <class T>
+using AuthorizationResult = Result<T, AuthorizationStatus>;
 
 /// Grants the rights of an administrator to the program and runs tools with them.
 /// Any thread may call every member.
@@ -71,16 +63,16 @@ public:
 
     /// Makes a handle that holds no right yet. `environment` is empty or holds the credentials that
     /// stand in for the user's answers.
-    [[nodiscard]] virtual Authorization create(const AuthorizationItemSet& environment,
-                                               AuthorizationFlags flags) = 0;
+    virtual AuthorizationResult<AuthorizationRef> create(const AuthorizationItemSet& environment,
+                                                         AuthorizationFlags flags) = 0;
 
     /// Asks for rights on a handle, with the credentials in `environment` if there are any. With
     /// kAuthorizationFlagInteractionAllowed the user may be asked, which takes as long as the user
     /// does.
-    [[nodiscard]] virtual AuthorizationStatus copyRights(AuthorizationRef ref,
-                                                         const AuthorizationItemSet& rights,
-                                                         const AuthorizationItemSet& environment,
-                                                         AuthorizationFlags flags) = 0;
+    virtual AuthorizationResult<void> copyRights(AuthorizationRef ref,
+                                                 const AuthorizationItemSet& rights,
+                                                 const AuthorizationItemSet& environment,
+                                                 AuthorizationFlags flags) = 0;
 
     /// Whether a handle has been given rights and they last. Asks nobody.
     [[nodiscard]] virtual bool holdsRights(AuthorizationRef ref) = 0;
@@ -89,12 +81,14 @@ public:
     virtual void free(AuthorizationRef ref, AuthorizationFlags flags) = 0;
 
     /// The handle that a privileged parent process left to this one, a failure when there is none.
-    [[nodiscard]] virtual Authorization copyPrivilegedReference(AuthorizationFlags flags) = 0;
+    virtual AuthorizationResult<AuthorizationRef>
+    copyPrivilegedReference(AuthorizationFlags flags) = 0;
 
     /// Starts a tool as the superuser and returns when it is started. `toolPath` is absolute and
     /// `arguments` leaves out the tool's own name; nothing of it goes through a shell. A path or an
-    /// argument with a zero byte is refused.
-    [[nodiscard]] virtual PrivilegedTool
+    /// argument with a zero byte is refused. The stream reads the tool's standard output up to its
+    /// end; letting it go neither ends nor disturbs the tool.
+    virtual AuthorizationResult<std::unique_ptr<std::istream>>
     executeWithPrivileges(AuthorizationRef ref, const std::string& toolPath,
                           AuthorizationFlags options,
                           const std::vector<std::string>& arguments) = 0;

@@ -1,7 +1,8 @@
 #pragma once
 
+#include "platform/foundation/Result.h"
+
 #include <cstddef>
-#include <cstdint>
 #include <span>
 #include <string>
 #include <string_view>
@@ -16,23 +17,17 @@ public:
     static constexpr const char* portName = "ExtendedAttributes";
     virtual ~ExtendedAttributes() = default;
 
-    /// What a call gave: a number of bytes or, with the system's error number, -1.
-    struct Result {
-        std::int64_t length = -1; ///< The number of bytes, or -1.
-        int error = 0;            ///< The system's error number.
-    };
+    /// How long the value of an attribute is, in bytes. An Error's code is the system's number.
+    virtual Result<std::size_t> size(const std::string& path, const std::string& name) = 0;
 
-    /// How long the value of an attribute is.
-    virtual Result size(const std::string& path, const std::string& name) = 0;
+    /// Reads a value into a buffer, which is not empty, and returns its length. It fails, and the
+    /// buffer is as before, when the value is longer.
+    virtual Result<std::size_t> read(const std::string& path, const std::string& name,
+                                     std::span<std::byte> buffer) = 0;
 
-    /// Reads a value into a buffer, which is not empty. It fails, and the buffer is as before, when
-    /// the value is longer.
-    virtual Result read(const std::string& path, const std::string& name,
-                        std::span<std::byte> buffer) = 0;
-
-    /// Sets an attribute, a new one or one that there is; a success has the length 0.
-    [[nodiscard]] virtual Result set(const std::string& path, const std::string& name,
-                                     std::string_view value) = 0;
+    /// Sets an attribute, a new one or one that exists.
+    virtual Result<void> set(const std::string& path, const std::string& name,
+                             std::string_view value) = 0;
 };
 
 } // namespace platform

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "platform/foundation/Date.h"
-#include "platform/foundation/Error.h"
 #include "platform/foundation/ItemIdentity.h"
+#include "platform/foundation/Result.h"
 
 #include <cstdint>
 #include <optional>
@@ -38,8 +38,7 @@ struct ItemAttributes {
 /// Files and folders as the current user may see and change them, without any privilege.
 ///
 /// Paths are absolute, of any bytes but zero. What is there is seen, moved and deleted however long
-/// its path is. A member that can fail gives the Error, or nothing on success. Any thread may call
-/// every member.
+/// its path is. Any thread may call every member.
 class FileSystem {
 public:
     static constexpr const char* portName = "FileSystem";
@@ -78,50 +77,43 @@ public:
 
     /// Makes a folder, and those on the way to it that are missing. A folder that is there already
     /// is success.
-    [[nodiscard]] virtual std::optional<Error> createDirectory(const std::string& path) = 0;
+    virtual Result<void> createDirectory(const std::string& path) = 0;
 
     /// Gives the item at `path` the place `newPath`. A link is moved itself. What stands at
     /// `newPath` is never replaced: an error. Onto another volume the item is copied, the copy is
     /// compared and made durable, and only then does the item go, so that at any moment one of the
     /// two is whole. What a failure leaves at `newPath` is nothing, or, when something of the item
     /// could not be removed after all, because others changed it meanwhile, the whole copy.
-    [[nodiscard]] virtual std::optional<Error> moveItem(const std::string& path,
-                                                        const std::string& newPath) = 0;
+    virtual Result<void> moveItem(const std::string& path, const std::string& newPath) = 0;
 
     /// Copies an item, a folder with all that is in it, with links as links, modes, times, extended
     /// attributes, holes, and hard links among its files. What stands at `newPath` is never
     /// replaced: an error. A copy that fails is taken away again.
-    [[nodiscard]] virtual std::optional<Error> copyItem(const std::string& path,
-                                                        const std::string& newPath) = 0;
+    virtual Result<void> copyItem(const std::string& path, const std::string& newPath) = 0;
 
     /// Puts a file of exactly this content in the place of what stands at the path: it holds all of
     /// the content, or what was there before.
-    [[nodiscard]] virtual std::optional<Error> writeAtomically(const std::string& path,
-                                                               std::string_view content) = 0;
+    virtual Result<void> writeAtomically(const std::string& path, std::string_view content) = 0;
 
     /// Sets the date of the last change; links are followed.
-    [[nodiscard]] virtual std::optional<Error> setModificationDate(const std::string& path,
-                                                                   Date date) = 0;
+    virtual Result<void> setModificationDate(const std::string& path, Date date) = 0;
 
     /// Sets the date that attributesOfItem gives as the creation date; links are followed.
-    [[nodiscard]] virtual std::optional<Error> setCreationDate(const std::string& path,
-                                                               Date date) = 0;
+    virtual Result<void> setCreationDate(const std::string& path, Date date) = 0;
 
     /// Sets the permission bits (at most 07777); links are followed.
-    [[nodiscard]] virtual std::optional<Error> setPosixPermissions(const std::string& path,
-                                                                   unsigned permissions) = 0;
+    virtual Result<void> setPosixPermissions(const std::string& path, unsigned permissions) = 0;
 
     /// Sets or clears the flag that keeps an item from being changed, moved or deleted. A final
     /// link is not followed. An item whose file system knows no such flag counts as unlocked:
     /// clearing succeeds there and setting fails. Clearing a flag that is not set needs no
     /// privilege. A missing item is an error.
-    [[nodiscard]] virtual std::optional<Error> setImmutable(const std::string& path,
-                                                            bool immutable) = 0;
+    virtual Result<void> setImmutable(const std::string& path, bool immutable) = 0;
 
     /// Deletes an item, a folder with all that is in it. Links are deleted, never followed, and
     /// nothing outside the item is touched even while others change it. What was deleted before a
     /// failure stays deleted. A missing item is an error.
-    [[nodiscard]] virtual std::optional<Error> removeItem(const std::string& path) = 0;
+    virtual Result<void> removeItem(const std::string& path) = 0;
 };
 
 } // namespace platform

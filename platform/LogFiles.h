@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/foundation/Error.h"
+#include "platform/foundation/Result.h"
 
 #include <memory>
 #include <optional>
@@ -18,8 +18,8 @@ public:
 
     /// Adds `entry` at the file's end in one step, so that entries of several processes that share
     /// the file never mix. Once it returns true, the entry is in the file whatever becomes of the
-    /// process. False means that the entry is in no log, because the file is no longer in place or
-    /// was deleted meanwhile; the path is then to be opened anew. Throws platform::Exception
+    /// process. False means that the entry is in no log, because the file was deleted; the path is
+    /// then to be opened anew. Throws platform::Exception
     /// "NSFileHandleOperationException", whose reason a person understands, when the entry is not,
     /// or not wholly, in the file; the next entry then begins on a line of its own.
     [[nodiscard]] virtual bool append(std::string_view entry) = 0;
@@ -41,8 +41,8 @@ public:
     LogLock& operator=(LogLock&&) = delete;
 };
 
-/// Where logs are kept. Paths are absolute, of any bytes but zero. A member that can fail gives
-/// the Error, or nothing on success. Any thread may call every member.
+/// Where logs are kept. Paths are absolute, of any bytes but zero. Any thread may call every
+/// member.
 class LogFiles {
 public:
     static constexpr const char* portName = "LogFiles";
@@ -52,25 +52,23 @@ public:
     virtual bool exists(const std::string& path) = 0;
 
     /// Makes a folder, and those on the way to it that are missing.
-    [[nodiscard]] virtual std::optional<Error> createFolder(const std::string& path) = 0;
+    virtual Result<void> createFolder(const std::string& path) = 0;
 
     /// Deletes a file, a link (never what it leads to) or a folder with all that is in it.
-    [[nodiscard]] virtual std::optional<Error> removeItem(const std::string& path) = 0;
+    virtual Result<void> removeItem(const std::string& path) = 0;
 
     /// Gives the item at `path` the name `newPath` in one step. A link is moved itself. What stands
     /// at `newPath` is never replaced: an error.
-    [[nodiscard]] virtual std::optional<Error> moveItem(const std::string& path,
-                                                        const std::string& newPath) = 0;
+    virtual Result<void> moveItem(const std::string& path, const std::string& newPath) = 0;
 
     /// As moveItem, but where the item is a file, it keeps its name at `path` as well until
     /// createEmptyFile() takes that: a process that is killed in between leaves the path no moment
     /// without a log.
-    [[nodiscard]] virtual std::optional<Error> setAside(const std::string& path,
-                                                        const std::string& newPath) = 0;
+    virtual Result<void> setAside(const std::string& path, const std::string& newPath) = 0;
 
     /// Puts a new, empty file at the path in one step, in place of a file or link that may stand
     /// there; a link is replaced, never followed.
-    [[nodiscard]] virtual std::optional<Error> createEmptyFile(const std::string& path) = 0;
+    virtual Result<void> createEmptyFile(const std::string& path) = 0;
 
     /// Opens the existing file at the path for appending; nothing when that cannot be done.
     ///

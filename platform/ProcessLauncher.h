@@ -93,7 +93,8 @@ public:
 
     /// Returns when the child has ended; the child's own children may live on. Where the child
     /// needs the program's terminal, which it would otherwise stop at, it has that, and with it
-    /// what is typed there, until it has ended.
+    /// what is typed there, until it has ended. What a child that was killed has changed about the
+    /// terminal is changed back.
     virtual void waitUntilExit() = 0;
 
     /// Asks the child, and those of its children that stayed in its group, to end, also those that
@@ -116,6 +117,11 @@ public:
 
     /// Throws platform::Exception "NSFileHandleOperationException" when the system has none left.
     virtual std::shared_ptr<Pipe> makePipe() = 0;
+
+    /// Makes all the pipes of one child, or none. While other children and their pipes take so many
+    /// descriptors that too few are left for these, it waits until some are given back; a minute
+    /// without that counts as having none left. Throws as makePipe.
+    virtual std::vector<std::shared_ptr<Pipe>> makePipes(std::size_t count) = 0;
 
     /// Launches a child, in a process group of its own, and returns when its program has begun.
     ///

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/foundation/Error.h"
+#include "platform/foundation/Result.h"
 #include "platform/foundation/Value.h"
 
 #include <optional>
@@ -21,10 +21,8 @@ public:
     virtual Value parse(std::string_view bytes) = 0;
 
     /// Writes `value`, a dictionary or an array of property-list values, in XML form to a file
-    /// atomically: the file holds all of it or what it held before. Gives the Error, or nothing on
-    /// success.
-    [[nodiscard]] virtual std::optional<Error> writeAtomically(const Value& value,
-                                                               const std::string& path) = 0;
+    /// atomically: the file holds all of it or what it held before.
+    virtual Result<void> writeAtomically(const Value& value, const std::string& path) = 0;
 
     /// Reads the property list in a file. None when there is no such file, when it is no regular
     /// file, or as for parse.

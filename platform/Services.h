@@ -32,7 +32,7 @@ template <class Port>
 Port& service() {
     Port* port = detail::installed<Port>();
     if (port == nullptr) {
-        throw Exception("QFServiceUnavailable",
+        throw Exception(exception_name::serviceUnavailable,
                         std::string("no implementation of ") + Port::portName + " is installed");
     }
     return *port;

@@ -23,13 +23,16 @@ public:
     virtual bool hasAttachedSheet() = 0;
 };
 
-/// A checkbox. Its state is 1 when it is ticked, 0 when it is not, -1 when it is neither.
+/// Whether a checkbox is ticked; mixed when it is neither.
+enum class CheckBoxState : int { mixed = -1, off = 0, on = 1 };
+
+/// A checkbox.
 class CheckBox {
 public:
     virtual ~CheckBox() = default;
 
     /// Any thread may read it.
-    virtual int state() = 0;
+    virtual CheckBoxState state() = 0;
 };
 
 /// A bar that shows that work goes on, without saying how much is left. Main thread only.

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/foundation/Error.h"
+#include "platform/foundation/Result.h"
 
 #include <cstdint>
 #include <optional>
@@ -9,8 +9,9 @@
 
 namespace platform {
 
-/// What the desktop answers where a number is asked for; 0 is success. It may answer others, too.
+/// Why the desktop did not do something, where a number is asked for. It may answer others, too.
 using WorkspaceStatus = std::int32_t;
+/// Success, for those who want a number for that too.
 inline constexpr WorkspaceStatus noErr = 0;
 /// Nothing stands at the path.
 inline constexpr WorkspaceStatus fnfErr = -43;
@@ -44,11 +45,11 @@ public:
     /// Makes the application bundle at an absolute path one that the desktop knows: applicationPath
     /// finds it wherever it is, for as long as it is there. Registered again, it is known by what
     /// it says of itself now.
-    virtual WorkspaceStatus registerApplication(const std::string& path) = 0;
+    virtual Result<void, WorkspaceStatus> registerApplication(const std::string& path) = 0;
 
     /// Tells the file browsers of the session that the item at an absolute path has changed, a
     /// folder with what is in it. Success means that it was told, not that anybody heard it.
-    virtual WorkspaceStatus noteFileSystemChanged(const std::string& path) = 0;
+    virtual Result<void, WorkspaceStatus> noteFileSystemChanged(const std::string& path) = 0;
 
     /// The absolute paths at which the machine's own volumes are mounted, "/" included; those of
     /// other machines are left out.
@@ -60,8 +61,7 @@ public:
 
     /// Labels an item, with 0 not at all any more. Labels are numbered up to 7. A final link is not
     /// followed.
-    [[nodiscard]] virtual std::optional<Error> setLabelNumber(const std::string& path,
-                                                              int number) = 0;
+    virtual Result<void> setLabelNumber(const std::string& path, int number) = 0;
 
     /// Moves one item whole into the user's Trash, from where the desktop can restore it; a name
     /// that the Trash already holds gets a free one. A link is moved itself, not what it leads to.
@@ -69,8 +69,8 @@ public:
     /// `folder` is the item's parent and `name` its name in there; `trash` is the Trash folder as
     /// the user knows it, which is made when nothing stands there. On failure the item is whole
     /// where it was: it is never deleted instead.
-    [[nodiscard]] virtual std::optional<Error>
-    recycle(const std::string& folder, const std::string& trash, const std::string& name) = 0;
+    virtual Result<void> recycle(const std::string& folder, const std::string& trash,
+                                 const std::string& name) = 0;
 
     /// Makes the Trash folder as the user knows it, as recycle() does, where nothing stands there,
     /// for who moves items there otherwise. It is the user's own, closed to others. Where that

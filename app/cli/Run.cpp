@@ -87,10 +87,10 @@ void Run::write(const std::string& result, const std::vector<RowOutcome>& outcom
     if (report_.empty()) {
         return;
     }
-    const auto error = platform::service<platform::FileSystem>().writeAtomically(
+    const auto written = platform::service<platform::FileSystem>().writeAtomically(
         report_, reportAsJson(result, removeShared_, outcomes));
-    if (error) {
-        throwUnwritable(report_, error->localizedDescription);
+    if (!written) {
+        throwUnwritable(report_, written.error().localizedDescription);
     }
 }
 

@@ -46,7 +46,8 @@ int run(int argc, char** argv, const cli::Options& options, const std::string& i
         Inventory& inventory, const Awake& awake) {
     const qt::InstanceLock lock(qt::applicationName());
     if (lock.isHeldByAnother()) {
-        throw platform::Exception("QFAlreadyRunning", "it is already running");
+        throw platform::Exception(platform::exception_name::alreadyRunning,
+                                  "it is already running");
     }
     const bool canOnlyUseTerminal = !qt::isDisplayNamed() && terminal::Dialogue::isTerminal();
     if (options.uninstall || options.terminal || canOnlyUseTerminal) {

@@ -87,7 +87,8 @@ ExitStatus terminalMain(const cli::Options& options, const std::string& interfac
         interface.tick(removeSharedOutlet);
     }
     interface.onConfirmation([&] {
-        const bool goes = interface.checkBox(removeSharedOutlet).state() == 1;
+        const bool goes =
+            interface.checkBox(removeSharedOutlet).state() == platform::CheckBoxState::on;
         run.begin(goes ? RemoveShared::yes : RemoveShared::no);
     });
     awake(interface, user.observer);

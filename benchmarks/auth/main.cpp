@@ -23,10 +23,10 @@ constexpr AuthorizationFlags withUser = kAuthorizationFlagInteractionAllowed +
 bool runTool(native::AuthorizationServices& services, AuthorizationRef ref,
              const std::string& path) {
     const auto tool = services.executeWithPrivileges(ref, path, kAuthorizationFlagDefaults, {});
-    if (tool.status != errAuthorizationSuccess) {
+    if (!tool) {
         return false;
     }
-    tool.output->ignore(std::numeric_limits<std::streamsize>::max());
+    (*tool)->ignore(std::numeric_limits<std::streamsize>::max());
     return true;
 }
 
@@ -42,18 +42,19 @@ int main(int argc, char* argv[]) {
 
     native::AuthorizationServices services;
     const auto created = services.create({}, kAuthorizationFlagDefaults);
-    if (services.copyRights(created.ref, {{.name = "system.privilege.admin", .value = {}}}, {},
-                            withUser) != errAuthorizationSuccess) {
+    if (!created ||
+        !services.copyRights(*created, {{.name = "system.privilege.admin", .value = {}}}, {},
+                             withUser)) {
         return EXIT_FAILURE;
     }
     const auto begin = std::chrono::steady_clock::now();
     for (int count = std::atoi(argv[1]); count > 0; --count) {
-        if (!runTool(services, created.ref, argv[2])) {
+        if (!runTool(services, *created, argv[2])) {
             return EXIT_FAILURE;
         }
     }
     const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - begin;
     std::cout << seconds.count() << std::endl;
-    services.free(created.ref, kAuthorizationFlagDefaults);
+    services.free(*created, kAuthorizationFlagDefaults);
     return EXIT_SUCCESS;
 }

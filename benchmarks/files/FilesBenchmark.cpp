@@ -24,9 +24,9 @@ namespace {
 
 constexpr const char* ours = "ours";
 
-void require(const std::optional<platform::Error>& error) {
-    if (error) {
-        throw std::runtime_error(error->localizedDescription);
+void require(const platform::Result<void>& result) {
+    if (!result) {
+        throw std::runtime_error(result.error().localizedDescription);
     }
 }
 

@@ -102,7 +102,7 @@ void logEntries(int count) {
 
 double ownLog(const std::string& path, int threadCount) {
     auto& files = platform::service<platform::LogFiles>();
-    if (files.createEmptyFile(path)) {
+    if (!files.createEmptyFile(path)) {
         std::abort();
     }
     QFLog::sharedController().setFileHandle(std::make_shared<EndlessFile>(path));
@@ -252,32 +252,52 @@ void installLog(const std::string& folder) {
     QFLog::sharedController().setAppName("bench");
 }
 
-/// The work of one process of a crowd.
-void logInCrowd(const std::string& kind, const std::string& folder, const std::string& name) {
-    if (kind == "QFLog") {
-        installLog(folder);
-        logEntries(crowdEntries);
-        QFLog::finishWriting();
-    } else if (kind == "syslog") {
-        for (int number = 0; number < crowdEntries; ++number) {
-            ::syslog(LOG_USER | LOG_DEBUG, "Moved item %d: %s", number, item);
-        }
+/// Log files that are set aside where they would be deleted, so that all entries can be counted.
+class CountedLogFiles : public platform::native::LogFiles {
+public:
+    explicit CountedLogFiles(std::string folder) : folder_(std::move(folder)) {}
+
+    /// Called while the logs are locked.
+    platform::Result<void> removeItem(const std::string& path) override {
+        auto name = folder_ + "/XXXXXX";
+        ::close(::mkstemp(name.data()));
+        std::filesystem::rename(path, name);
+        return {};
     }
+
+private:
+    std::string folder_;
+};
+
+/// The work of one process of a crowd, with its number, in a folder of the crowd's.
+using CrowdWork = std::function<void(const std::string& folder, const std::string& number)>;
+
+void logWithQFLog(const std::string& folder, const std::string& /*number*/) {
+    static auto& files = *new CountedLogFiles(folder);
+    platform::install<platform::LogFiles>(files);
+    installLog(folder);
+    logEntries(crowdEntries);
+    QFLog::finishWriting();
+}
+
 #ifdef QF_WITH_SPDLOG
-    else {
-        constexpr std::size_t fileSize = 500000;
-        constexpr std::size_t manyFiles = 1000;
-        spdlog::logger logger("bench", std::make_shared<spdlog::sinks::rotating_file_sink_mt>(
-                                           folder + "/" + name + ".log", fileSize, manyFiles));
-        logger.set_pattern("%Y-%m-%d %H:%M:%S %z - %v");
-        logger.flush_on(spdlog::level::info);
-        for (int number = 0; number < crowdEntries; ++number) {
-            logger.info("Moved item {}: {}", number, item);
-        }
+void logWithSpdlog(const std::string& folder, const std::string& number) {
+    constexpr std::size_t fileSize = 500000;
+    constexpr std::size_t manyFiles = 1000;
+    spdlog::logger logger("bench", std::make_shared<spdlog::sinks::rotating_file_sink_mt>(
+                                       folder + "/" + number + ".log", fileSize, manyFiles));
+    logger.set_pattern("%Y-%m-%d %H:%M:%S %z - %v");
+    logger.flush_on(spdlog::level::info);
+    for (int entry = 0; entry < crowdEntries; ++entry) {
+        logger.info("Moved item {}: {}", entry, item);
     }
-#else
-    static_cast<void>(name);
+}
 #endif
+
+void logWithSyslog(const std::string& /*folder*/, const std::string& /*number*/) {
+    for (int entry = 0; entry < crowdEntries; ++entry) {
+        ::syslog(LOG_USER | LOG_DEBUG, "Moved item %d: %s", entry, item);
+    }
 }
 
 /// How many entries the files of a folder hold.
@@ -292,13 +312,13 @@ int entriesIn(const std::string& folder) {
     return count;
 }
 
-double crowd(const std::string& kind, const std::string& folder) {
+double secondsOfCrowd(const CrowdWork& work, const std::string& folder) {
     return secondsOf([&] {
         std::vector<pid_t> processes;
         for (int number = 0; number < crowdSize; ++number) {
             const pid_t process = ::fork();
             if (process == 0) {
-                logInCrowd(kind, folder, std::to_string(number));
+                work(folder, std::to_string(number));
                 ::_exit(0);
             }
             processes.push_back(process);
@@ -309,38 +329,71 @@ double crowd(const std::string& kind, const std::string& folder) {
     });
 }
 
-/// Entries of many processes at once: into one log that starts over when it is full, into a file of
-/// each one's own, and to the machine's log, of which it is not known what it keeps.
-void compareCrowds(const std::string& folder) {
-    std::printf("\n%-44s %18s %8s\n", "8 processes at once", "entries a second", "lost");
-    for (const std::string kind : {"QFLog", "spdlog", "syslog"}) {
-#ifndef QF_WITH_SPDLOG
-        if (kind == "spdlog") {
-            continue;
-        }
+struct Crowd {
+    const char* name;
+    /// None where it cannot be had, for a reason.
+    CrowdWork work;
+    const char* whyNot;
+    /// Whether its entries come to the folder, where they can be counted.
+    bool isCounted;
+    std::vector<double> rates;
+    std::vector<double> ratios;
+    int lost = 0;
+};
+
+std::vector<Crowd> crowds() {
+    std::vector<Crowd> all;
+    all.push_back({"QFLog, one rotating log", logWithQFLog, "", true, {}, {}});
+#ifdef QF_WITH_SPDLOG
+    all.push_back({"spdlog rotating, flushed, a file each", logWithSpdlog, "", true, {}, {}});
+#else
+    all.push_back(
+        {"spdlog", nullptr, "libspdlog-dev was not there when this was built", true, {}, {}});
 #endif
-        if (kind == "syslog" && !std::filesystem::exists("/dev/log")) {
-            std::printf("%-44s %18s\n", "syslog", "none runs here");
+    if (std::filesystem::exists("/dev/log")) {
+        all.push_back({"syslog", logWithSyslog, "", false, {}, {}});
+    } else {
+        all.push_back({"syslog", nullptr, "none runs here: there is no /dev/log", false, {}, {}});
+    }
+    return all;
+}
+
+void runCrowd(Crowd& crowd, const std::string& folder) {
+    constexpr int all = crowdSize * crowdEntries;
+    const auto logs = folder + "/Logs/Quillfen";
+    std::filesystem::create_directories(logs);
+    std::ofstream(logs + "/bench.1.log").flush();
+    crowd.rates.push_back(all / secondsOfCrowd(crowd.work, folder));
+    crowd.lost += crowd.isCounted ? all - entriesIn(folder) : 0;
+    std::filesystem::remove_all(folder);
+}
+
+/// Entries of many processes at once: into one log that starts over when it is full, into a file of
+/// each one's own, and to the machine's log, of which it is not known what it keeps. One after the
+/// other in each round.
+void compareCrowds(const std::string& folder) {
+    auto all = crowds();
+    for (int round = 0; round < rounds; ++round) {
+        for (auto& crowd : all) {
+            if (crowd.work) {
+                runCrowd(crowd, folder + "/crowd");
+                crowd.ratios.push_back(crowd.rates.back() / all.front().rates.back());
+            }
+        }
+    }
+    std::printf("%-44s %6s %6s %6s %14s %8s\n", "8 processes at once, speed as ratio", "min",
+                "median", "max", "entries/s", "lost");
+    for (const auto& crowd : all) {
+        if (!crowd.work) {
+            std::printf("%-44s not measured: %s\n", crowd.name, crowd.whyNot);
             continue;
         }
-        constexpr int all = crowdSize * crowdEntries;
-        std::vector<double> rates;
-        int lost = 0;
-        for (int round = 0; round < rounds; ++round) {
-            const auto place = folder + "/" + kind + std::to_string(round);
-            const auto logs = place + "/Logs/Quillfen";
-            std::filesystem::create_directories(logs);
-            std::ofstream(logs + "/bench.1.log");
-            rates.push_back(all / crowd(kind, place));
-            lost += kind == "syslog" ? 0 : all - entriesIn(place);
-        }
-        const auto spread = spreadOf(rates);
-        std::printf("%-44s %18.0f %8s\n",
-                    kind == "QFLog"    ? "QFLog, one rotating log"
-                    : kind == "spdlog" ? "spdlog rotating, flushed, a file each"
-                                       : "syslog",
-                    spread.median, kind == "syslog" ? "?" : std::to_string(lost).c_str());
+        const auto ratio = spreadOf(crowd.ratios);
+        std::printf("%-44s %6.2f %6.2f %6.2f %14.0f %8s\n", crowd.name, ratio.least, ratio.median,
+                    ratio.greatest, spreadOf(crowd.rates).median,
+                    crowd.isCounted ? std::to_string(crowd.lost).c_str() : "unknown");
     }
+    std::printf("\n");
 }
 
 } // namespace

@@ -1,6 +1,6 @@
 // Walks the whole uninstall plan, shared items included, in the environment of a throwaway copy of
 // the machine, and prints a line a row: its milliseconds, those of them in which it waited for
-// tools, and what it is about, with tabs between. scripts/measure-plan runs it.
+// tools, and what it is about, with tabs between. tests/e2e/measure-plan runs it.
 
 #include "app/PlanInventory.h"
 #include "app/UninstallPlan.h"
@@ -55,6 +55,9 @@ public:
     explicit TimedLauncher(platform::ProcessLauncher& launcher) : launcher_(launcher) {}
 
     std::shared_ptr<platform::Pipe> makePipe() override { return launcher_.makePipe(); }
+    std::vector<std::shared_ptr<platform::Pipe>> makePipes(std::size_t count) override {
+        return launcher_.makePipes(count);
+    }
     std::shared_ptr<platform::ChildProcess>
     launch(const platform::ProcessDescription& description) override {
         const auto begin = Clock::now();

@@ -1,10 +1,22 @@
 # The Debian packages, one a component, which CPack makes out of the install() rules.
-file(STRINGS debian/changelog newest LIMIT_COUNT 1)
-if(NOT newest MATCHES "\\(${PROJECT_VERSION}-([0-9]+)\\)")
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS debian/changelog)
+file(READ debian/changelog changelog)
+if(NOT changelog MATCHES "^kelvane-uninstaller \\(${PROJECT_VERSION}-([0-9]+)\\) unstable;")
     message(FATAL_ERROR "debian/changelog does not begin with version ${PROJECT_VERSION}")
 endif()
+set(newest "${CMAKE_MATCH_0}")
 set(CPACK_DEBIAN_PACKAGE_RELEASE ${CMAKE_MATCH_1})
+set(suite unstable)
+
+# Packages built for a release of Debian are older than the same built for the next one.
+cmake_host_system_information(RESULT system QUERY DISTRIB_INFO)
+if(system_ID STREQUAL debian AND system_VERSION_ID)
+    string(APPEND CPACK_DEBIAN_PACKAGE_RELEASE ~deb${system_VERSION_ID}u1)
+    set(suite ${system_VERSION_CODENAME})
+endif()
 set(version ${PROJECT_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE})
+string(REPLACE "${newest}" "kelvane-uninstaller (${version}) ${suite};" changelog "${changelog}")
+file(WRITE ${CMAKE_CURRENT_BINARY_DIR}/changelog "${changelog}")
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_OUTPUT_FILE_PREFIX ${PROJECT_SOURCE_DIR}/build/packages)
@@ -37,7 +49,7 @@ function(debian_package component name section description)
 
     install(FILES debian/copyright
         DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${name} COMPONENT ${component})
-    install_compressed(debian/changelog changelog.Debian doc/${name} ${component})
+    install_compressed(${CMAKE_CURRENT_BINARY_DIR}/changelog changelog.Debian doc/${name} ${component})
     install_compressed(../CHANGELOG.md changelog doc/${name} ${component})
     install(FILES debian/${name}.lintian-overrides RENAME ${name}
         DESTINATION ${CMAKE_INSTALL_DATADIR}/lintian/overrides COMPONENT ${component})

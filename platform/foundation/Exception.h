@@ -6,6 +6,22 @@
 
 namespace platform {
 
+/// The names of the platform's exceptions.
+namespace exception_name {
+inline constexpr const char* fileHandleOperation = "NSFileHandleOperationException";
+inline constexpr const char* generic = "NSGenericException";
+inline constexpr const char* internalInconsistency = "NSInternalInconsistencyException";
+inline constexpr const char* invalidArgument = "NSInvalidArgumentException";
+inline constexpr const char* outOfMemory = "NSMallocException";
+inline constexpr const char* portTimeout = "NSPortTimeoutException";
+inline constexpr const char* actionMissing = "QFActionMissing";
+inline constexpr const char* alreadyRunning = "QFAlreadyRunning";
+inline constexpr const char* digestUnavailable = "QFDigestUnavailable";
+inline constexpr const char* interfaceUnreadable = "QFInterfaceUnreadable";
+inline constexpr const char* outletMissing = "QFOutletMissing";
+inline constexpr const char* serviceUnavailable = "QFServiceUnavailable";
+} // namespace exception_name
+
 /// What the platform raises: a name that code tests, and a reason that a person reads. No other
 /// exception leaves an operation.
 class Exception : public std::exception {

@@ -66,7 +66,7 @@ void OperationQueue::startThread() {
     try {
         thread_ = std::thread([this] { run(); });
     } catch (const std::system_error& error) {
-        throw Exception("NSGenericException",
+        throw Exception(exception_name::generic,
                         std::string("could not start a thread: ") + error.code().message());
     }
     started_.store(true, std::memory_order_release);
@@ -96,6 +96,10 @@ void OperationQueue::waitUntilAllOperationsAreFinished() {
         }
         finishedGrew_.wait(lock);
     }
+}
+
+std::uint64_t OperationQueue::currentOperation() const {
+    return queueOfThisThread == this ? taken_ : 0;
 }
 
 void OperationQueue::run() noexcept {

@@ -48,6 +48,12 @@ public:
     /// that were added behind that operation before the call at once, inside it.
     void waitUntilAllOperationsAreFinished();
 
+    /// In an operation of the queue: its number, from 1 on. Elsewhere 0.
+    std::uint64_t currentOperation() const;
+
+    /// Whether the queue was empty at some moment after the operation of that number.
+    bool wasEmptySince(std::uint64_t operation) const { return emptiedAt_.load() >= operation; }
+
     /// For a process that is about to be copied with this thread alone (POSIX: fork). Between the
     /// first call and the other one, nobody holds the queue's lock but this thread. In the copy
     /// the queue then begins anew: what was to be run is the original's alone.

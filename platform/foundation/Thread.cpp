@@ -13,7 +13,7 @@ void detachNewThread(std::function<void()> body) {
     try {
         std::thread(std::move(body)).detach();
     } catch (const std::system_error& error) {
-        throw Exception("NSGenericException",
+        throw Exception(exception_name::generic,
                         std::string("could not start a thread: ") + error.code().message());
     }
 }

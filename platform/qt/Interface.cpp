@@ -45,7 +45,7 @@ std::unique_ptr<QWidget> load(const QString& name) {
     }
     if (!container) {
         const auto why = file.error() == QFile::NoError ? loader.errorString() : file.errorString();
-        throw Exception("QFInterfaceUnreadable",
+        throw Exception(exception_name::interfaceUnreadable,
                         QStringLiteral("cannot load the interface file %1: %2")
                             .arg(name, why.simplified())
                             .toStdString());
@@ -76,7 +76,8 @@ Object& made(std::map<std::string, std::unique_ptr<Object>>& objects, const std:
 }
 
 [[noreturn]] void throwOutletMissing(const std::string& name) {
-    throw Exception("QFOutletMissing", "the interface file has no outlet \"" + name + "\"");
+    throw Exception(exception_name::outletMissing,
+                    "the interface file has no outlet \"" + name + "\"");
 }
 
 } // namespace
@@ -165,7 +166,7 @@ ProgressIndicator& Interface::progressIndicator(const std::string& name) {
 void Interface::setAction(const std::string& name, std::function<void()> perform) {
     const auto found = actions_.find(name);
     if (found == actions_.end()) {
-        throw Exception("QFActionMissing",
+        throw Exception(exception_name::actionMissing,
                         "the interface file connects nothing with the action \"" + name + "\"");
     }
     found->second = std::move(perform);

@@ -87,7 +87,7 @@ int runWindows(int argc, char** argv, const std::string& interfaceFile,
                const std::function<void(Interface&)>& awake) {
     const qt::InstanceLock lock(qt::applicationName());
     if (lock.isHeldByAnother()) {
-        throw Exception("QFAlreadyRunning", "it is already running");
+        throw Exception(exception_name::alreadyRunning, "it is already running");
     }
     return qt::windowedMain(argc, argv, interfaceFile, awake, [](const std::string& reason) {
         qt::reportStartUpFailure("no display: " + reason);

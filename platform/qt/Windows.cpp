@@ -21,15 +21,16 @@ constexpr auto stateChanged = &QCheckBox::checkStateChanged;
 constexpr auto stateChanged = &QCheckBox::stateChanged;
 #endif
 
-int buttonState(Qt::CheckState state) {
+platform::CheckBoxState checkBoxState(Qt::CheckState state) {
     switch (state) {
     case Qt::Checked:
-        return 1;
+        return platform::CheckBoxState::on;
+    case Qt::PartiallyChecked:
+        return platform::CheckBoxState::mixed;
     case Qt::Unchecked:
-        return 0;
-    default:
-        return -1;
+        break;
     }
+    return platform::CheckBoxState::off;
 }
 
 bool isEscape(const QEvent& event) {
@@ -74,9 +75,9 @@ bool Window::eventFilter(QObject* watched, QEvent* event) {
     return true;
 }
 
-CheckBox::CheckBox(QCheckBox& widget) : state_(buttonState(widget.checkState())) {
+CheckBox::CheckBox(QCheckBox& widget) : state_(checkBoxState(widget.checkState())) {
     QObject::connect(&widget, stateChanged, &widget, [this, &widget] {
-        state_.store(buttonState(widget.checkState()), std::memory_order_relaxed);
+        state_.store(checkBoxState(widget.checkState()), std::memory_order_relaxed);
     });
 }
 

@@ -38,10 +38,10 @@ private:
 class CheckBox final : public platform::CheckBox {
 public:
     explicit CheckBox(QCheckBox& widget);
-    int state() override { return state_.load(std::memory_order_relaxed); }
+    platform::CheckBoxState state() override { return state_.load(std::memory_order_relaxed); }
 
 private:
-    std::atomic<int> state_;
+    std::atomic<platform::CheckBoxState> state_;
 };
 
 /// A bar that stands still until its animation is started.

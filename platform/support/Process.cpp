@@ -7,7 +7,7 @@ namespace platform {
 void Process::launch() {
     const std::lock_guard lock(mutex_);
     if (child_ != nullptr) {
-        throw Exception("NSInvalidArgumentException",
+        throw Exception(exception_name::invalidArgument,
                         "the task " + description_.launchPath + " is already launched");
     }
     child_ = service<ProcessLauncher>().launch(description_);
@@ -16,7 +16,7 @@ void Process::launch() {
 std::shared_ptr<ChildProcess> Process::launched() const {
     const std::lock_guard lock(mutex_);
     if (child_ == nullptr) {
-        throw Exception("NSInvalidArgumentException",
+        throw Exception(exception_name::invalidArgument,
                         "the task " + description_.launchPath + " is not launched");
     }
     return child_;
@@ -50,7 +50,7 @@ void Process::endOutputWithChild() const {
 int Process::terminationStatus() const {
     const auto child = launched();
     if (child->isRunning()) {
-        throw Exception("NSInvalidArgumentException",
+        throw Exception(exception_name::invalidArgument,
                         "the task " + description_.launchPath + " is still running");
     }
     return child->terminationStatus();

@@ -39,7 +39,8 @@ std::optional<bool> yesOrNoOf(const std::string& line, EmptyLine emptyLine) {
 }
 
 [[noreturn]] void throwOutletMissing(const std::string& name) {
-    throw Exception("QFOutletMissing", "the interface file has no outlet \"" + name + "\"");
+    throw Exception(exception_name::outletMissing,
+                    "the interface file has no outlet \"" + name + "\"");
 }
 
 } // namespace
@@ -245,7 +246,7 @@ ProgressIndicator& Interface::progressIndicator(const std::string& name) {
 void Interface::setAction(const std::string& name, std::function<void()> perform) {
     const auto found = actions_.find(name);
     if (found == actions_.end()) {
-        throw Exception("QFActionMissing",
+        throw Exception(exception_name::actionMissing,
                         "the interface file connects nothing with the action \"" + name + "\"");
     }
     found->second = std::move(perform);

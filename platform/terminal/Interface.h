@@ -20,11 +20,14 @@ enum class Manner { asks, silent };
 /// A checkbox: a question, unless it was ticked beforehand.
 class CheckBox final : public platform::CheckBox {
 public:
-    int state() override { return state_.load(std::memory_order_relaxed); }
-    void setTicked(bool ticked) { state_.store(ticked ? 1 : 0, std::memory_order_relaxed); }
+    platform::CheckBoxState state() override { return state_.load(std::memory_order_relaxed); }
+    void setTicked(bool ticked) {
+        state_.store(ticked ? platform::CheckBoxState::on : platform::CheckBoxState::off,
+                     std::memory_order_relaxed);
+    }
 
 private:
-    std::atomic<int> state_{0};
+    std::atomic<platform::CheckBoxState> state_{platform::CheckBoxState::off};
 };
 
 /// A line that moves; where standard output is no terminal, one that stands.

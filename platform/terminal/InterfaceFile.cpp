@@ -122,8 +122,8 @@ private:
 };
 
 [[noreturn]] void throwUnreadable(const std::string& file, const QString& why) {
-    throw Exception("QFInterfaceUnreadable", "cannot load the interface file " + file + ": " +
-                                                 why.simplified().toStdString());
+    throw Exception(exception_name::interfaceUnreadable, "cannot load the interface file " + file +
+                                                             ": " + why.simplified().toStdString());
 }
 
 } // namespace

@@ -47,8 +47,8 @@ public:
                                 withoutUser);
         } else if (command == "inherit") {
             const auto inherited = services_.copyPrivilegedReference(kAuthorizationFlagDefaults);
-            ref_ = inherited.ref;
-            std::cout << inherited.status;
+            ref_ = inherited.value_or(AuthorizationRef::none);
+            std::cout << statusOf(inherited);
         } else if ((command == "run" || command == "start") && words.size() > 1) {
             execute(words, command == "run");
         } else if (command == "holds") {
@@ -63,12 +63,17 @@ public:
     }
 
 private:
+    template <class T>
+    static AuthorizationStatus statusOf(const platform::AuthorizationResult<T>& result) {
+        return result ? errAuthorizationSuccess : result.error();
+    }
+
     AuthorizationStatus obtain(AuthorizationRef& ref, const AuthorizationItemSet& environment,
                                AuthorizationFlags flags) {
         const auto created = services_.create(environment, kAuthorizationFlagDefaults);
-        ref = created.ref;
-        return services_.copyRights(ref, {{.name = "system.privilege.admin", .value = {}}},
-                                    environment, flags);
+        ref = created.value_or(AuthorizationRef::none);
+        return statusOf(services_.copyRights(ref, {{.name = "system.privilege.admin", .value = {}}},
+                                             environment, flags));
     }
 
     void promptTwice() {
@@ -83,12 +88,12 @@ private:
     }
 
     void execute(const std::vector<std::string>& words, bool isRead) {
-        const auto tool = services_.executeWithPrivileges(
+        const auto output = services_.executeWithPrivileges(
             ref_, words[1], kAuthorizationFlagDefaults, {words.begin() + 2, words.end()});
-        std::cout << tool.status;
-        if (isRead && tool.output) {
-            const std::string output(std::istreambuf_iterator<char>(*tool.output), {});
-            std::cout << ' ' << output.substr(0, output.find('\n'));
+        std::cout << statusOf(output);
+        if (isRead && output) {
+            const std::string text(std::istreambuf_iterator<char>(**output), {});
+            std::cout << ' ' << text.substr(0, text.find('\n'));
         }
     }
 

@@ -61,7 +61,8 @@ class Release:
     """A release of Debian, by its number. The process must be in a mount namespace of its own."""
 
     def __init__(self, number: str, cache: str) -> None:
-        self._suite = SUITES[number]
+        self.number = number
+        self.suite = SUITES[number]
         self._cache = os.path.join(os.path.realpath(cache), number)
         self._bare = self._cache + "/bare"
         # Mounted as this tree's folder "build" in each Debian of the release.
@@ -106,7 +107,7 @@ class Release:
                       "Created-By: Packages", "Origin: Debian", "Label: Debian").split()
         if not mirrors:
             raise CommandFailed("apt has no source of Debian's packages")
-        run("debootstrap", "--variant=minbase", self._suite, tree, mirrors[0])
+        run("debootstrap", "--variant=minbase", self.suite, tree, mirrors[0])
         with open(f"{tree}/etc/dpkg/dpkg.cfg.d/unsafe-io", "w", encoding="utf-8") as settings:
             settings.write("force-unsafe-io\n")
 

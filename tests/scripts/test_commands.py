@@ -188,9 +188,9 @@ class Commands(unittest.TestCase):
         self.assertEqual(named, used - {"NAME..."})
 
     def test_scripts_know_their_options(self) -> None:
-        for page, words in self.commands("scripts/throwaway-copy"):
+        for page, words in self.commands("tests/e2e/throwaway-copy"):
             own = words[:words.index("--")] if "--" in words else words
-            self.assert_options(page, own, said("scripts/throwaway-copy", "--help"))
+            self.assert_options(page, own, said("tests/e2e/throwaway-copy", "--help"))
 
     def test_presets_and_targets_are_there(self) -> None:
         presets = json.loads(text_of("CMakePresets.json"))

@@ -12,7 +12,7 @@ from collections.abc import Callable, Mapping
 from dataclasses import replace
 from urllib.parse import quote_from_bytes
 
-sys.path.insert(0, os.path.join(os.path.dirname(__file__), "../../scripts"))
+sys.path.insert(0, os.path.join(os.path.dirname(__file__), "../e2e"))
 
 from endtoend import half_suite, plan  # noqa: E402
 from endtoend.check import Report, Run, check, is_name_in_trash, printable  # noqa: E402

@@ -38,17 +38,17 @@ std::ostream& operator<<(std::ostream& out, const AuthorizationCall& call) {
     return out;
 }
 
-platform::Authorization
+platform::AuthorizationResult<platform::AuthorizationRef>
 RecordingAuthorizationServices::create(const platform::AuthorizationItemSet& environment,
                                        platform::AuthorizationFlags flags) {
     calls.push_back({.operation = "create", .environment = environment, .flags = flags});
     if (createStatus != platform::errAuthorizationSuccess) {
-        return {createStatus, platform::AuthorizationRef::none};
+        return platform::Unexpected(createStatus);
     }
-    return {createStatus, platform::AuthorizationRef{++lastRef_}};
+    return platform::AuthorizationRef{++lastRef_};
 }
 
-platform::AuthorizationStatus RecordingAuthorizationServices::copyRights(
+platform::AuthorizationResult<void> RecordingAuthorizationServices::copyRights(
     platform::AuthorizationRef ref, const platform::AuthorizationItemSet& rights,
     const platform::AuthorizationItemSet& environment, platform::AuthorizationFlags flags) {
     calls.push_back({.operation = "copyRights",
@@ -56,7 +56,10 @@ platform::AuthorizationStatus RecordingAuthorizationServices::copyRights(
                      .rights = rights,
                      .environment = environment,
                      .flags = flags});
-    return rightsStatus;
+    if (rightsStatus != platform::errAuthorizationSuccess) {
+        return platform::Unexpected(rightsStatus);
+    }
+    return {};
 }
 
 void RecordingAuthorizationServices::free(platform::AuthorizationRef ref,
@@ -64,15 +67,17 @@ void RecordingAuthorizationServices::free(platform::AuthorizationRef ref,
     calls.push_back({.operation = "free", .ref = ref, .flags = flags});
 }
 
-platform::Authorization
+platform::AuthorizationResult<platform::AuthorizationRef>
 RecordingAuthorizationServices::copyPrivilegedReference(platform::AuthorizationFlags flags) {
     inheritanceFlags.push_back(flags);
     return inherited;
 }
 
-platform::PrivilegedTool RecordingAuthorizationServices::executeWithPrivileges(
-    platform::AuthorizationRef ref, const std::string& toolPath,
-    platform::AuthorizationFlags options, const std::vector<std::string>& arguments) {
+platform::AuthorizationResult<std::unique_ptr<std::istream>>
+RecordingAuthorizationServices::executeWithPrivileges(platform::AuthorizationRef ref,
+                                                      const std::string& toolPath,
+                                                      platform::AuthorizationFlags options,
+                                                      const std::vector<std::string>& arguments) {
     calls.push_back({.operation = "execute",
                      .ref = ref,
                      .flags = options,
@@ -84,9 +89,9 @@ platform::PrivilegedTool RecordingAuthorizationServices::executeWithPrivileges(
         nextExecuteStatuses.pop_front();
     }
     if (status != platform::errAuthorizationSuccess) {
-        return {status, nullptr};
+        return platform::Unexpected(status);
     }
-    return {status, std::make_unique<WatchedStream>(toolOutput, unreadOutput)};
+    return std::make_unique<WatchedStream>(toolOutput, unreadOutput);
 }
 
 std::vector<std::string> RecordingAuthorizationServices::tools() const {

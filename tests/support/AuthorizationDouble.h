@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <deque>
 #include <iosfwd>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -33,7 +34,8 @@ public:
     /// Statuses of the next tools, before executeStatus counts.
     std::deque<platform::AuthorizationStatus> nextExecuteStatuses;
     /// What a privileged parent has left.
-    platform::Authorization inherited;
+    platform::AuthorizationResult<platform::AuthorizationRef> inherited =
+        platform::Unexpected(platform::errAuthorizationInternal);
     std::string toolOutput;
 
     /// Every call but those of copyPrivilegedReference.
@@ -44,21 +46,23 @@ public:
     /// How much of the last tool's output was left when its stream was let go.
     std::streamsize unreadOutput = -1;
 
-    platform::Authorization create(const platform::AuthorizationItemSet& environment,
-                                   platform::AuthorizationFlags flags) override;
+    platform::AuthorizationResult<platform::AuthorizationRef>
+    create(const platform::AuthorizationItemSet& environment,
+           platform::AuthorizationFlags flags) override;
 
-    platform::AuthorizationStatus copyRights(platform::AuthorizationRef ref,
-                                             const platform::AuthorizationItemSet& rights,
-                                             const platform::AuthorizationItemSet& environment,
-                                             platform::AuthorizationFlags flags) override;
+    platform::AuthorizationResult<void>
+    copyRights(platform::AuthorizationRef ref, const platform::AuthorizationItemSet& rights,
+               const platform::AuthorizationItemSet& environment,
+               platform::AuthorizationFlags flags) override;
 
     bool holdsRights(platform::AuthorizationRef /*ref*/) override { return rightsLast; }
 
     void free(platform::AuthorizationRef ref, platform::AuthorizationFlags flags) override;
 
-    platform::Authorization copyPrivilegedReference(platform::AuthorizationFlags flags) override;
+    platform::AuthorizationResult<platform::AuthorizationRef>
+    copyPrivilegedReference(platform::AuthorizationFlags flags) override;
 
-    platform::PrivilegedTool
+    platform::AuthorizationResult<std::unique_ptr<std::istream>>
     executeWithPrivileges(platform::AuthorizationRef ref, const std::string& toolPath,
                           platform::AuthorizationFlags options,
                           const std::vector<std::string>& arguments) override;

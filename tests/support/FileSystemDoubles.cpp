@@ -4,6 +4,20 @@
 
 #include <functional>
 
+namespace {
+
+/// What a test says that something fails with; a success where it says nothing.
+platform::Result<void> failureIn(const std::map<std::string, platform::Error>& failures,
+                                 const std::string& what) {
+    const auto found = failures.find(what);
+    if (found != failures.end()) {
+        return platform::Unexpected(found->second);
+    }
+    return {};
+}
+
+} // namespace
+
 bool DescribedFileSystem::exists(const std::string& path) {
     return files.contains(path) || folders.contains(path) || tools.contains(path);
 }
@@ -66,107 +80,110 @@ DescribedFileSystem::contentsOfDirectoryWithSizes(const std::string& path) {
     return entries;
 }
 
-std::optional<platform::Error> DescribedFileSystem::createDirectory(const std::string& path) {
-    const auto error = change("create", path);
-    if (!error) {
+platform::Result<void> DescribedFileSystem::createDirectory(const std::string& path) {
+    const auto created = change("create", path);
+    if (created) {
         folders.try_emplace(path, std::vector<std::string>());
     }
-    return error;
+    return created;
 }
 
-std::optional<platform::Error> DescribedFileSystem::moveItem(const std::string& path,
-                                                             const std::string& newPath) {
-    const auto error = change("move", path, newPath);
-    if (!error) {
+platform::Result<void> DescribedFileSystem::moveItem(const std::string& path,
+                                                     const std::string& newPath) {
+    const auto moved = change("move", path, newPath);
+    if (moved) {
         files.erase(path);
         files.insert(newPath);
     }
-    return error;
+    return moved;
 }
 
-std::optional<platform::Error> DescribedFileSystem::copyItem(const std::string& path,
-                                                             const std::string& newPath) {
-    const auto error = change("copy", path, newPath);
-    if (!error) {
+platform::Result<void> DescribedFileSystem::copyItem(const std::string& path,
+                                                     const std::string& newPath) {
+    const auto copied = change("copy", path, newPath);
+    if (copied) {
         files.insert(newPath);
     }
-    return error;
+    return copied;
 }
 
-std::optional<platform::Error> DescribedFileSystem::writeAtomically(const std::string& path,
-                                                                    std::string_view /*content*/) {
-    const auto error = change("write", path);
-    if (!error && !writeError) {
+platform::Result<void> DescribedFileSystem::writeAtomically(const std::string& path,
+                                                            std::string_view /*content*/) {
+    auto written = change("write", path);
+    if (written && writeResult) {
         files.insert(path);
     }
-    return error ? error : writeError;
+    return written ? writeResult : written;
 }
 
-std::optional<platform::Error> DescribedFileSystem::setModificationDate(const std::string& path,
-                                                                        platform::Date date) {
+platform::Result<void> DescribedFileSystem::setModificationDate(const std::string& path,
+                                                                platform::Date date) {
     modificationDates[path] = date;
     return change("date", path);
 }
 
-std::optional<platform::Error> DescribedFileSystem::setCreationDate(const std::string& path,
-                                                                    platform::Date date) {
+platform::Result<void> DescribedFileSystem::setCreationDate(const std::string& path,
+                                                            platform::Date date) {
     creationDates[path] = date;
     return change("creation date", path);
 }
 
-std::optional<platform::Error> DescribedFileSystem::setPosixPermissions(const std::string& path,
-                                                                        unsigned mode) {
+platform::Result<void> DescribedFileSystem::setPosixPermissions(const std::string& path,
+                                                                unsigned mode) {
     permissions[path] = mode;
     return change("permissions", path);
 }
 
-std::optional<platform::Error> DescribedFileSystem::setImmutable(const std::string& path,
-                                                                 bool immutable) {
+platform::Result<void> DescribedFileSystem::setImmutable(const std::string& path, bool immutable) {
     changes.push_back((immutable ? "lock " : "unlock ") + path);
     if (const auto found = lockErrors.find(path); found != lockErrors.end()) {
-        return found->second;
+        return platform::Unexpected(found->second);
     }
-    return exists(path) ? std::nullopt : std::optional(missing(path));
+    return exists(path) ? platform::Result<void>() : missing(path);
 }
 
-std::optional<platform::Error> DescribedFileSystem::removeItem(const std::string& path) {
+platform::Result<void> DescribedFileSystem::removeItem(const std::string& path) {
     changes.push_back("remove " + path);
     if (const auto found = removeErrors.find(path); found != removeErrors.end()) {
-        return found->second;
+        return platform::Unexpected(found->second);
     }
     const bool removed = files.erase(path) + folders.erase(path) > 0;
-    return removed ? std::nullopt : std::optional(missing(path));
+    return removed ? platform::Result<void>() : missing(path);
 }
 
 platform::ItemKind DescribedFileSystem::kindOf(const std::string& path) const {
     return folders.contains(path) ? platform::ItemKind::folder : platform::ItemKind::file;
 }
 
-std::optional<platform::Error> DescribedFileSystem::change(const std::string& what,
-                                                           const std::string& about) {
+platform::Result<void> DescribedFileSystem::change(const std::string& what,
+                                                   const std::string& about) {
     changes.push_back(std::string(what).append(" ").append(about));
-    const auto found = failures.find(changes.back());
-    return found == failures.end() ? std::nullopt : std::optional(found->second);
+    return failureIn(failures, changes.back());
 }
 
-std::optional<platform::Error> DescribedFileSystem::change(const std::string& what,
-                                                           const std::string& path,
-                                                           const std::string& newPath) {
-    auto error = change(what, path + " " + newPath);
-    if (!error && !exists(path)) {
-        error = missing(path);
-    } else if (!error && exists(newPath)) {
-        error = {.domain = "NSCocoaErrorDomain",
-                 .code = 516,
-                 .localizedDescription = "There is something at " + newPath + "."};
+platform::Result<void> DescribedFileSystem::change(const std::string& what, const std::string& path,
+                                                   const std::string& newPath) {
+    auto changed = change(what, path + " " + newPath);
+    if (!changed) {
+        return changed;
     }
-    return error;
+    if (!exists(path)) {
+        return missing(path);
+    }
+    if (exists(newPath)) {
+        return platform::Unexpected(
+            platform::Error{.domain = "NSCocoaErrorDomain",
+                            .code = 516,
+                            .localizedDescription = "There is something at " + newPath + "."});
+    }
+    return {};
 }
 
-platform::Error DescribedFileSystem::missing(const std::string& path) {
-    return {.domain = "NSCocoaErrorDomain",
-            .code = 4,
-            .localizedDescription = "There is nothing at " + path + "."};
+platform::Unexpected<platform::Error> DescribedFileSystem::missing(const std::string& path) {
+    return platform::Unexpected(
+        platform::Error{.domain = "NSCocoaErrorDomain",
+                        .code = 4,
+                        .localizedDescription = "There is nothing at " + path + "."});
 }
 
 std::optional<std::string>
@@ -178,14 +195,16 @@ bool RecordingWorkspace::isFilePackage(const std::string& path) {
     return packages.contains(path);
 }
 
-platform::WorkspaceStatus RecordingWorkspace::registerApplication(const std::string& path) {
+platform::Result<void, platform::WorkspaceStatus>
+RecordingWorkspace::registerApplication(const std::string& path) {
     registered.push_back(path);
-    return registeredStatus;
+    return registeredResult;
 }
 
-platform::WorkspaceStatus RecordingWorkspace::noteFileSystemChanged(const std::string& path) {
+platform::Result<void, platform::WorkspaceStatus>
+RecordingWorkspace::noteFileSystemChanged(const std::string& path) {
     changed.push_back(path);
-    return changedStatus;
+    return changedResult;
 }
 
 std::vector<std::string> RecordingWorkspace::mountedLocalVolumePaths() {
@@ -197,22 +216,21 @@ std::optional<int> RecordingWorkspace::labelNumber(const std::string& path) {
     return found == labels.end() ? std::nullopt : std::optional(found->second);
 }
 
-std::optional<platform::Error> RecordingWorkspace::setLabelNumber(const std::string& path,
-                                                                  int number) {
+platform::Result<void> RecordingWorkspace::setLabelNumber(const std::string& path, int number) {
     const auto found = labels.find(path);
     if (found == labels.end()) {
-        return platform::Error{.localizedDescription = "no label for " + path};
+        return platform::Unexpected(
+            platform::Error{.localizedDescription = "no label for " + path});
     }
     found->second = number;
-    return std::nullopt;
+    return {};
 }
 
-std::optional<platform::Error> RecordingWorkspace::recycle(const std::string& folder,
-                                                           const std::string& trash,
-                                                           const std::string& name) {
+platform::Result<void> RecordingWorkspace::recycle(const std::string& folder,
+                                                   const std::string& trash,
+                                                   const std::string& name) {
     recycled.push_back({folder, trash, name});
-    const auto found = errors.find(folder + "/" + name);
-    return found == errors.end() ? std::nullopt : std::optional(found->second);
+    return failureIn(errors, folder + "/" + name);
 }
 
 void RecordingWorkspace::makeTrash(const std::string& trash) {

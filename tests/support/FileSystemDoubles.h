@@ -27,8 +27,8 @@ public:
     std::map<std::string, platform::Error> removeErrors;
     /// What any other change, named as in `changes`, fails with.
     std::map<std::string, platform::Error> failures;
-    /// What every writing of a file fails with.
-    std::optional<platform::Error> writeError;
+    /// What every writing of a file comes to.
+    platform::Result<void> writeResult;
     /// The dates that were to be set.
     std::map<std::string, platform::Date> creationDates;
     std::map<std::string, platform::Date> modificationDates;
@@ -55,32 +55,28 @@ public:
     contentsOfDirectory(const std::string& path) override;
     std::optional<std::vector<platform::DirectoryEntry>>
     contentsOfDirectoryWithSizes(const std::string& path) override;
-    std::optional<platform::Error> createDirectory(const std::string& path) override;
-    std::optional<platform::Error> moveItem(const std::string& path,
-                                            const std::string& newPath) override;
-    std::optional<platform::Error> copyItem(const std::string& path,
-                                            const std::string& newPath) override;
-    std::optional<platform::Error> writeAtomically(const std::string& path,
-                                                   std::string_view /*content*/) override;
-    std::optional<platform::Error> setModificationDate(const std::string& path,
-                                                       platform::Date date) override;
-    std::optional<platform::Error> setCreationDate(const std::string& path,
-                                                   platform::Date date) override;
-    std::optional<platform::Error> setPosixPermissions(const std::string& path,
-                                                       unsigned mode) override;
-    std::optional<platform::Error> setImmutable(const std::string& path, bool immutable) override;
-    std::optional<platform::Error> removeItem(const std::string& path) override;
+    platform::Result<void> createDirectory(const std::string& path) override;
+    platform::Result<void> moveItem(const std::string& path, const std::string& newPath) override;
+    platform::Result<void> copyItem(const std::string& path, const std::string& newPath) override;
+    platform::Result<void> writeAtomically(const std::string& path,
+                                           std::string_view /*content*/) override;
+    platform::Result<void> setModificationDate(const std::string& path,
+                                               platform::Date date) override;
+    platform::Result<void> setCreationDate(const std::string& path, platform::Date date) override;
+    platform::Result<void> setPosixPermissions(const std::string& path, unsigned mode) override;
+    platform::Result<void> setImmutable(const std::string& path, bool immutable) override;
+    platform::Result<void> removeItem(const std::string& path) override;
 
 private:
     platform::ItemKind kindOf(const std::string& path) const;
 
-    std::optional<platform::Error> change(const std::string& what, const std::string& about);
+    platform::Result<void> change(const std::string& what, const std::string& about);
 
     /// A change that needs an item and takes a free path.
-    std::optional<platform::Error> change(const std::string& what, const std::string& path,
-                                          const std::string& newPath);
+    platform::Result<void> change(const std::string& what, const std::string& path,
+                                  const std::string& newPath);
 
-    static platform::Error missing(const std::string& path);
+    static platform::Unexpected<platform::Error> missing(const std::string& path);
 };
 
 /// A Trash that remembers what it is given and a desktop without applications.
@@ -95,22 +91,24 @@ public:
     std::map<std::string, platform::Error> errors;
     /// The items that were said to have changed, and what that gives.
     std::vector<std::string> changed;
-    platform::WorkspaceStatus changedStatus = platform::noErr;
+    platform::Result<void, platform::WorkspaceStatus> changedResult;
     /// The bundles that were registered, and what that gives.
     std::vector<std::string> registered;
-    platform::WorkspaceStatus registeredStatus = platform::noErr;
+    platform::Result<void, platform::WorkspaceStatus> registeredResult;
     std::vector<std::string> volumes{"/"};
     /// The labels of items; an item that is not here has none and can have none.
     std::map<std::string, int> labels;
 
     std::optional<std::string> applicationPath(const std::string& /*bundleIdentifier*/) override;
     bool isFilePackage(const std::string& path) override;
-    platform::WorkspaceStatus registerApplication(const std::string& path) override;
-    platform::WorkspaceStatus noteFileSystemChanged(const std::string& path) override;
+    platform::Result<void, platform::WorkspaceStatus>
+    registerApplication(const std::string& path) override;
+    platform::Result<void, platform::WorkspaceStatus>
+    noteFileSystemChanged(const std::string& path) override;
     std::vector<std::string> mountedLocalVolumePaths() override;
     std::optional<int> labelNumber(const std::string& path) override;
-    std::optional<platform::Error> setLabelNumber(const std::string& path, int number) override;
-    std::optional<platform::Error> recycle(const std::string& folder, const std::string& trash,
-                                           const std::string& name) override;
+    platform::Result<void> setLabelNumber(const std::string& path, int number) override;
+    platform::Result<void> recycle(const std::string& folder, const std::string& trash,
+                                   const std::string& name) override;
     void makeTrash(const std::string& trash) override;
 };

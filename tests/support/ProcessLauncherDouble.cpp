@@ -29,6 +29,11 @@ std::shared_ptr<platform::Pipe> RecordingProcessLauncher::makePipe() {
     throw platform::Exception("NSFileHandleOperationException", "no pipes here");
 }
 
+std::vector<std::shared_ptr<platform::Pipe>>
+RecordingProcessLauncher::makePipes(std::size_t /*count*/) {
+    return {makePipe()};
+}
+
 std::shared_ptr<platform::ChildProcess>
 RecordingProcessLauncher::launch(const platform::ProcessDescription& description) {
     if (failure) {

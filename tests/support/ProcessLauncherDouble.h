@@ -21,6 +21,7 @@ public:
     std::function<void()> effect = [] {};
 
     std::shared_ptr<platform::Pipe> makePipe() override;
+    std::vector<std::shared_ptr<platform::Pipe>> makePipes(std::size_t count) override;
     std::shared_ptr<platform::ChildProcess>
     launch(const platform::ProcessDescription& description) override;
 };

@@ -1,11 +1,10 @@
 #pragma once
 
-#include "platform/foundation/Error.h"
+#include "platform/foundation/Result.h"
 
-#include <optional>
 #include <string>
 
-/// What an error tells, or "no error".
-inline std::string sentence(const std::optional<platform::Error>& error) {
-    return error ? error->localizedDescription : "no error";
+/// What the error of a failure tells, or "no error".
+inline std::string sentence(const platform::Result<void>& result) {
+    return result ? "no error" : result.error().localizedDescription;
 }

@@ -19,7 +19,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-std::string contentOfFile(const fs::path& file) {
+std::string readFile(const fs::path& file) {
     std::ostringstream content;
     content << std::ifstream(file, std::ios::binary).rdbuf();
     return content.str();
@@ -57,7 +57,7 @@ std::string line(const fs::path& item, const std::string& inside) {
         text << " names: " << status.st_nlink << " size: " << status.st_size;
     }
     if (S_ISREG(status.st_mode)) {
-        text << ' ' << contentOfFile(item);
+        text << ' ' << readFile(item);
     } else if (S_ISLNK(status.st_mode)) {
         text << " -> " << fs::read_symlink(item).string();
     }

@@ -6,8 +6,8 @@
 #include "platform/Services.h"
 #include "platform/Windows.h"
 #include "platform/foundation/Format.h"
-#include "platform/foundation/Thread.h"
 #include "platform/foundation/Timeout.h"
+#include "platform/foundation/Timer.h"
 
 #include <utility>
 
@@ -129,8 +129,8 @@ int QFAlert::timedAlertSheetWithMessageText(const Text& messageText, const Text&
                                             std::chrono::seconds interval) {
     const auto alert = std::make_shared<QFAlert>();
     alert->isTimed_ = true;
-    platform::detachNewThread(
-        [alert, interval] { alert->defaultReturnAfterTimeInterval(interval); });
+    platform::performAfter(platform::Timeout(interval).wholeSeconds(),
+                           [alert] { alert->answerByDefault(); });
     return alertSheetWithMessageText(messageText, defaultButton, alternateButton, otherButton,
                                      informativeText, parentWindow, nullptr, std::nullopt,
                                      Block::yes, alert);
@@ -187,6 +187,10 @@ void QFAlert::alertDidEnd(AlertPanel* /*alert*/, int returnCode, const Value& /*
 
 void QFAlert::defaultReturnAfterTimeInterval(std::chrono::seconds interval) {
     platform::sleep(platform::Timeout(interval).wholeSeconds());
+    answerByDefault();
+}
+
+void QFAlert::answerByDefault() {
     setReturnCode(AlertPanel::defaultReturn);
     setAlertEnded(true);
 }

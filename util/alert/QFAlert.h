@@ -88,8 +88,9 @@ public:
                                          platform::Window* parentWindow);
 
     /// Shows an alert and waits for the answer, which is the default button's when `interval` has
-    /// passed, whether or not the user has answered by then. Throws platform::Exception
-    /// "NSGenericException" when the system has no thread left to wait on. Any thread.
+    /// passed, whether or not the user has answered by then. One thread counts the intervals of all
+    /// alerts and keeps each alert for its whole interval; throws platform::Exception
+    /// "NSGenericException" when the system has none left for it. Any thread.
     static int timedAlertSheetWithMessageText(const Text& messageText, const Text& defaultButton,
                                               const Text& alternateButton, const Text& otherButton,
                                               const Text& informativeText,
@@ -114,7 +115,7 @@ public:
     void alertDidEnd(platform::AlertPanel* alert, int returnCode,
                      const platform::Value& contextInfo);
 
-    /// Sleeps, then answers with the default button. On a thread of its own.
+    /// Sleeps, then answers with the default button.
     void defaultReturnAfterTimeInterval(std::chrono::seconds interval);
 
     /// Takes the alert off the screen and lets go of it. Nobody is told. Main thread only.
@@ -140,6 +141,7 @@ public:
 private:
     int show(const platform::Value& request, Block block);
     void waitForAnswer() const;
+    void answerByDefault();
     void didEnd(const std::string& selector, int returnCode);
 
     std::atomic<platform::Window*> parentWindow_{nullptr};

@@ -137,12 +137,12 @@ QFAuthorization::startWithRight(const std::string& path,
     }
     auto tool = platform::service<platform::AuthorizationServices>().executeWithPrivileges(
         authRef_, path, platform::kAuthorizationFlagDefaults, arguments);
-    if (tool.status != platform::errAuthorizationSuccess) {
-        return {.status = tool.status, .right = tool.status};
+    if (!tool) {
+        return {.status = tool.error(), .right = tool.error()};
     }
     // The output ends when the tool has ended.
-    const std::shared_ptr<std::istream> output = std::move(tool.output);
-    return {.right = tool.status, .waitUntilExit = [output] {
+    const std::shared_ptr<std::istream> output = *std::move(tool);
+    return {.right = platform::errAuthorizationSuccess, .waitUntilExit = [output] {
                 output->ignore(std::numeric_limits<std::streamsize>::max());
             }};
 }

@@ -107,8 +107,8 @@ QFAuthorization& QFAuthorization::init(UserInterface userInterface) {
     authRef_ = AuthorizationRef::none;
     const auto inherited =
         authorizationServices().copyPrivilegedReference(kAuthorizationFlagDefaults);
-    if (inherited.status == errAuthorizationSuccess) {
-        authRef_ = inherited.ref;
+    if (inherited) {
+        authRef_ = *inherited;
     }
     if (!isSuperuser()) {
         userDirectory_ = QFLocalPaths::userDirectory();
@@ -159,17 +159,16 @@ std::optional<platform::AuthorizationStatus> QFAuthorization::obtainRight() {
     }
     auto& services = authorizationServices();
     const auto created = services.create({}, kAuthorizationFlagDefaults);
-    if (created.status != errAuthorizationSuccess) {
-        return created.status;
+    if (!created) {
+        return created.error();
     }
-    const auto answer =
-        services.copyRights(created.ref, administratorRight(), {}, interactiveFlags);
-    if (answer == errAuthorizationSuccess) {
-        authRef_ = created.ref;
-    } else {
-        services.free(created.ref, kAuthorizationFlagDefaults);
+    const auto granted = services.copyRights(*created, administratorRight(), {}, interactiveFlags);
+    if (!granted) {
+        services.free(*created, kAuthorizationFlagDefaults);
+        return granted.error();
     }
-    return answer;
+    authRef_ = *created;
+    return errAuthorizationSuccess;
 }
 
 bool QFAuthorization::authStartWithUser(const std::optional<std::string>& user,
@@ -183,18 +182,17 @@ bool QFAuthorization::authStartWithUser(const std::optional<std::string>& user,
     const Credentials credentials(*user, *password);
     auto& services = authorizationServices();
     const auto created = services.create(credentials.items(), kAuthorizationFlagDefaults);
-    if (created.status != errAuthorizationSuccess) {
-        platform::systemLog(unableToCreateAuthRef, created.status);
+    if (!created) {
+        platform::systemLog(unableToCreateAuthRef, created.error());
         authRef_ = AuthorizationRef::none;
         return false;
     }
-    if (services.copyRights(created.ref, administratorRight(), credentials.items(),
-                            credentialFlags) == errAuthorizationSuccess) {
-        authRef_ = created.ref;
+    if (services.copyRights(*created, administratorRight(), credentials.items(), credentialFlags)) {
+        authRef_ = *created;
         return true;
     }
     authRef_ = AuthorizationRef::none;
-    services.free(created.ref, kAuthorizationFlagDefaults);
+    services.free(*created, kAuthorizationFlagDefaults);
     platform::systemLog(invalidCredentials);
     QFLog::appendLog(invalidCredentials);
     return false;

@@ -16,6 +16,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstddef>
+#include <cstdint>
 #include <span>
 #include <string_view>
 #include <vector>
@@ -32,6 +33,9 @@ constexpr std::string_view errorSettingAttribute =
 constexpr const char* touchTool = "/usr/bin/touch";
 constexpr std::chrono::seconds touchTimeout{5};
 
+/// What is logged in place of a size, or of a result, after a failure.
+constexpr std::int64_t failed = -1;
+
 /// The longest value of an extended attribute that is read, in bytes.
 constexpr std::size_t readableSize = 255;
 
@@ -41,8 +45,8 @@ platform::ExtendedAttributes& extendedAttributes() {
 
 // One line for both ways, on purpose: it says "unlock" when locking fails, too.
 void setLocked(const std::string& path, bool locked) {
-    if (const auto error = fileSystem().setImmutable(path, locked)) {
-        QFLog::fastAppendLog(unableToUnlock, path, error->localizedDescription);
+    if (const auto changed = fileSystem().setImmutable(path, locked); !changed) {
+        QFLog::fastAppendLog(unableToUnlock, path, changed.error().localizedDescription);
     }
 }
 
@@ -95,13 +99,13 @@ void QFFileManager::unlockFolder(const std::string& path) {
 }
 
 void QFFileManager::setPosixPermissions(unsigned permissions, const std::string& forFile) {
-    if (const auto error = fileSystem().setPosixPermissions(forFile, permissions)) {
-        QFLog::appendLog(errorSettingPermissions, forFile, error->localizedDescription);
+    if (const auto changed = fileSystem().setPosixPermissions(forFile, permissions); !changed) {
+        QFLog::appendLog(errorSettingPermissions, forFile, changed.error().localizedDescription);
     }
 }
 
 bool QFFileManager::setModificationDate(platform::Date date, const std::string& forFile) {
-    return !fileSystem().setModificationDate(forFile, date);
+    return fileSystem().setModificationDate(forFile, date).ok();
 }
 
 bool QFFileManager::touchFile(const std::optional<std::string>& path) {
@@ -116,39 +120,39 @@ bool QFFileManager::touchFile(const std::optional<std::string>& path,
     const bool touched = fileSystem().isWritable(*path)
                              ? touchAsUser(*path, setCreationDate)
                              : touchAsAdministrator(*path, setCreationDate);
-    platform::service<platform::Workspace>().noteFileSystemChanged(*path);
+    static_cast<void>(platform::service<platform::Workspace>().noteFileSystemChanged(*path));
     return touched;
 }
 
 bool QFFileManager::createEmptyFile(const std::string& path) {
     const auto temporary = QFLocalPaths::tempFile();
-    return !fileSystem().writeAtomically(temporary, "") && moveFile(temporary, path);
+    return fileSystem().writeAtomically(temporary, "") && moveFile(temporary, path);
 }
 
 std::optional<std::string> QFFileManager::metadataValueForKey(const std::string& key,
                                                               const std::string& file) {
-    const auto [length, error] = extendedAttributes().size(file, key);
-    platform::systemLog(attributeSize, length);
-    if (length < 0) {
-        platform::systemLog(errorRetrievingAttribute, error);
+    const auto size = extendedAttributes().size(file, key);
+    platform::systemLog(attributeSize, size ? static_cast<std::int64_t>(*size) : failed);
+    if (!size) {
+        platform::systemLog(errorRetrievingAttribute, size.error().code);
         return std::nullopt;
     }
-    if (length == 0) {
+    if (*size == 0) {
         return std::nullopt;
     }
     // Where the value is too long to be read, zeros stand for its bytes.
-    const auto size = static_cast<std::size_t>(length);
-    platform::Data value{std::vector<std::byte>(std::max(size, readableSize))};
-    extendedAttributes().read(file, key, std::span(value.bytes).first(readableSize));
-    value.bytes.resize(size);
+    platform::Data value{std::vector<std::byte>(std::max(*size, readableSize))};
+    static_cast<void>(
+        extendedAttributes().read(file, key, std::span(value.bytes).first(readableSize)));
+    value.bytes.resize(*size);
     return platform::decodedText(value, platform::TextEncoding::utf8);
 }
 
 bool QFFileManager::setMetadataValue(const std::string& value, const std::string& forKey,
                                      const std::string& file) {
-    const auto [result, error] = extendedAttributes().set(file, forKey, value);
-    if (result < 0) {
-        platform::systemLog(errorSettingAttribute, file, result);
+    const auto set = extendedAttributes().set(file, forKey, value);
+    if (!set) {
+        platform::systemLog(errorSettingAttribute, file, failed);
     }
-    return result >= 0;
+    return set.ok();
 }

@@ -39,7 +39,7 @@ bool isCaseRename(const std::string& path, const std::string& toPath) {
 /// second step fails, the item stands under the free name.
 bool moveThroughFreeName(const std::string& path, const std::string& toPath) {
     const auto between = numberedFilename(toPath);
-    return !fileSystem().moveItem(path, between) && !fileSystem().moveItem(between, toPath);
+    return fileSystem().moveItem(path, between) && fileSystem().moveItem(between, toPath);
 }
 
 } // namespace
@@ -53,11 +53,11 @@ bool QFFileManager::createDirectory(const std::string& path, ShouldAuth shouldAu
         platform::systemLog(driveNotMounted);
         return false;
     }
-    const auto error = fileSystem().createDirectory(path);
-    if (!error) {
+    const auto created = fileSystem().createDirectory(path);
+    if (created) {
         return true;
     }
-    QFLog::appendLog(errorCreatingFolder, error->localizedDescription);
+    QFLog::appendLog(errorCreatingFolder, created.error().localizedDescription);
     return shouldAuth == ShouldAuth::yes && QFAuthorization::sharedController().authCreateDir(path);
 }
 
@@ -89,11 +89,11 @@ bool QFFileManager::moveFile(const std::string& path, const std::string& toPath,
     if (isCaseRename(path, toPath) && moveThroughFreeName(path, toPath)) {
         return true;
     }
-    const auto error = fileSystem().moveItem(path, toPath);
-    if (!error) {
+    const auto moved = fileSystem().moveItem(path, toPath);
+    if (moved) {
         return true;
     }
-    QFLog::appendLog(errorMovingFile, error->localizedDescription);
+    QFLog::appendLog(errorMovingFile, moved.error().localizedDescription);
     if (shouldAuth == ShouldAuth::no) {
         return false;
     }
@@ -129,11 +129,11 @@ bool QFFileManager::copyFile(const std::optional<std::string>& path,
         return false;
     }
     unlockFile(path::deletingLastComponent(*toPath));
-    const auto error = fileSystem().copyItem(*path, *toPath);
-    if (!error) {
+    const auto copied = fileSystem().copyItem(*path, *toPath);
+    if (copied) {
         return true;
     }
-    QFLog::appendLog(errorCopyingFile, error->localizedDescription);
+    QFLog::appendLog(errorCopyingFile, copied.error().localizedDescription);
     return shouldAuth == ShouldAuth::yes &&
            QFAuthorization::sharedController().authCopyFile(path, toPath);
 }

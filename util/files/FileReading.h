@@ -41,7 +41,7 @@ void callDelegate(std::string_view operation, const Call& call) {
     } catch (const platform::Exception& exception) {
         QFException::logException(exception, operation);
     } catch (const std::exception& exception) {
-        QFException::logException({"NSGenericException", exception.what()}, operation);
+        QFException::logException({platform::exception_name::generic, exception.what()}, operation);
     }
 }
 

@@ -78,7 +78,11 @@ platform::Workspace& workspace() {
 
 std::int32_t SendFinderSyncEvent(const FSRef& reference) {
     const auto path = QFFileManager::stringWithFSRef(reference);
-    return path ? workspace().noteFileSystemChanged(*path) : platform::fnfErr;
+    if (!path) {
+        return platform::fnfErr;
+    }
+    const auto noted = workspace().noteFileSystemChanged(*path);
+    return noted ? platform::noErr : noted.error();
 }
 
 void QFFileManager::notifyFileSystemChanged(const std::string& path) {
@@ -154,7 +158,7 @@ void QFFileManager::removeFinderProgressForFile(const std::string& path) {
 }
 
 bool QFFileManager::registerApplicationWithLaunchServices(const std::string& path) {
-    return workspace().registerApplication(path) == platform::noErr;
+    return workspace().registerApplication(path).ok();
 }
 
 void QFFileManager::disableFileSystemCachingForFile(const std::string& /*path*/) {

@@ -44,7 +44,7 @@ bool countsForNothing(std::string_view name) {
 
 } // namespace
 
-std::optional<platform::Error> recycle(const std::string& path) {
+platform::Result<void> recycle(const std::string& path) {
     return platform::service<platform::Workspace>().recycle(path::deletingLastComponent(path),
                                                             QFLocalPaths::trashDirectory(),
                                                             path::lastComponent(path));
@@ -63,16 +63,16 @@ TrashResult QFFileManager::trashFileWithResult(const std::string& path, ShouldAu
     if (!fileExistsAtPath(path)) {
         return {.outcome = TrashOutcome::absent};
     }
-    auto error = recycle(path);
-    if (!error) {
+    auto recycled = recycle(path);
+    if (recycled) {
         return {.outcome = TrashOutcome::moved};
     }
     if (shouldAuth == ShouldAuth::no) {
-        return {.outcome = TrashOutcome::failed, .error = std::move(error)};
+        return {.outcome = TrashOutcome::failed, .error = std::move(recycled).error()};
     }
     auto tool = QFAuthorization::sharedController().startTrashing(path);
     return {.outcome = tool.status == 0 ? TrashOutcome::handedOver : TrashOutcome::failed,
-            .error = std::move(error),
+            .error = std::move(recycled).error(),
             .right = tool.right,
             .waitUntilDone = std::move(tool.waitUntilExit)};
 }
@@ -116,11 +116,11 @@ bool QFFileManager::removeFile(const std::string& path, ShouldAuth shouldAuth) {
     if (!fileExistsAtPath(path)) {
         return true;
     }
-    const auto error = platform::service<platform::FileSystem>().removeItem(path);
-    if (!error) {
+    const auto removed = platform::service<platform::FileSystem>().removeItem(path);
+    if (removed) {
         return true;
     }
-    QFLog::appendLog(errorRemovingFile, error->localizedDescription);
+    QFLog::appendLog(errorRemovingFile, removed.error().localizedDescription);
     return shouldAuth == ShouldAuth::yes &&
            QFAuthorization::sharedController().authRemoveFile(path);
 }

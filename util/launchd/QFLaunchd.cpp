@@ -76,7 +76,7 @@ void showAlert(const char* message, const std::optional<std::string>& folder) {
 }
 
 bool writeSettings(const platform::Value::Dictionary& settings, const std::string& file) {
-    return !platform::service<platform::PropertyLists>().writeAtomically(settings, file);
+    return platform::service<platform::PropertyLists>().writeAtomically(settings, file).ok();
 }
 
 void runTool(const char* tool, const std::vector<std::string>& arguments) {

@@ -9,9 +9,9 @@
 
 namespace {
 
-constexpr const char* timeoutName = "NSPortTimeoutException";
+constexpr const char* timeoutName = platform::exception_name::portTimeout;
 constexpr std::string_view caughtFormat = "Exception in %s. %@ - %@.";
-constexpr const char* uncaughtName = "NSGenericException";
+constexpr const char* uncaughtName = platform::exception_name::generic;
 constexpr const char* unknownReason = "An exception that tells no reason";
 
 std::atomic<std::terminate_handler> formerHandler{nullptr};

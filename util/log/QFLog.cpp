@@ -79,6 +79,7 @@ void QFLog::observeCopies() {
             }
             bytesInQueue_ = 0;
             startingOver_ = false;
+            lastEntry_ = 0;
             mutex_.unlock();
         });
 }

@@ -32,7 +32,8 @@
 ///
 /// Several processes may share a log. Each goes on in the file that one of them starts; none loses
 /// an entry by that, or starts one that another has started already. An entry that finds no file
-/// at the log's path, because that or a folder above it was moved or deleted, is said to be lost.
+/// at the log's path, because that or a folder above it was moved or deleted, is said to be lost;
+/// of entries that follow one another at once, a few may still go where the file was moved to.
 ///
 /// Which thread is the main thread and when the application terminates is asked of
 /// platform::Application. In a program without one, every thread counts as a worker, so that short
@@ -198,6 +199,7 @@ private:
     static void writeHeader();
 
     void writeEntry(std::string_view text);
+    bool followsAtOnce();
     bool appendEntry(std::string_view entry);
     bool appendToFreshFile(std::string_view entry);
     void startOver();
@@ -221,4 +223,5 @@ private:
 
     // What every caller and the write queue change.
     alignas(64) std::atomic<std::uint64_t> bytesInQueue_{0};
+    std::atomic<std::uint64_t> lastEntry_{0}; // its operation's number
 };

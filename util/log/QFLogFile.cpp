@@ -102,7 +102,7 @@ QFLog::Started QFLog::makeLog(platform::LogFile* full) {
     const auto folder = log_location::userFolder();
     const auto current = log_location::currentLog(name);
     auto& files = platform::service<platform::LogFiles>();
-    if (!folder || !current || (!files.exists(*folder) && files.createFolder(*folder))) {
+    if (!folder || !current || (!files.exists(*folder) && !files.createFolder(*folder))) {
         print(folderMessage, {folder ? std::optional(platform::text::printable(*folder)) : folder});
         return Started::no;
     }
@@ -118,8 +118,9 @@ QFLog::Started QFLog::makeLog(platform::LogFile* full) {
     if (files.exists(*current) && !rotate(*folder, name, *current)) {
         return Started::no;
     }
-    if (const auto error = files.createEmptyFile(*current)) {
-        print(createMessage, {platform::text::printable(*current), error->localizedDescription});
+    if (const auto created = files.createEmptyFile(*current); !created) {
+        print(createMessage,
+              {platform::text::printable(*current), created.error().localizedDescription});
         return Started::no;
     }
     const auto file = files.open(*current);
@@ -153,7 +154,7 @@ bool QFLog::rotate(const std::string& folder, const std::string& name,
         const auto from = numberedLog(folder, name, number);
         const auto to = numberedLog(folder, name, number + 1);
         if (files.exists(from) &&
-            (from == current ? files.setAside(from, to) : files.moveItem(from, to))) {
+            !(from == current ? files.setAside(from, to) : files.moveItem(from, to))) {
             print(moveMessage, {platform::text::printable(from), platform::text::printable(to)});
             return false;
         }

@@ -213,10 +213,24 @@ void QFLog::writeEntry(std::string_view text) {
     bytesInQueue_ -= platform::text::utf16Length(text);
 }
 
+/// Whether the entry that is being written was waiting when the one before it was written. Looking
+/// whether the file is in place costs more than writing to it: of such entries every so many
+/// does.
+bool QFLog::followsAtOnce() {
+    constexpr std::uint64_t entriesPerLook = 32;
+    const auto* queue = writeQueue();
+    const auto number = queue != nullptr ? queue->currentOperation() : 0;
+    const auto former = lastEntry_.load(std::memory_order_relaxed);
+    lastEntry_.store(number, std::memory_order_relaxed);
+    return former != 0 && number == former + 1 && !queue->wasEmptySince(former) &&
+           number % entriesPerLook != 0;
+}
+
 /// False when there is no log to write to.
 bool QFLog::appendEntry(std::string_view entry) {
+    const bool mayGoOn = followsAtOnce();
     const auto file = fileHandle();
-    if (file && file->append(entry)) {
+    if (file && (mayGoOn || file->isInPlace()) && file->append(entry)) {
         return true;
     }
     if (file) {

@@ -123,7 +123,7 @@ void QFTaskEx::run(const std::shared_ptr<platform::Process>& child) {
         launchUnlessTerminated(*child);
         const auto pipe = child->description().standardOutput.pipe();
         if (pipe == nullptr) {
-            throw platform::Exception("NSInvalidArgumentException", noPipe);
+            throw platform::Exception(platform::exception_name::invalidArgument, noPipe);
         }
         for (auto chunk = platform::availableData(*pipe); !chunk.bytes.empty();
              chunk = platform::availableData(*pipe)) {
@@ -181,7 +181,7 @@ void QFTaskEx::deliver(const std::shared_ptr<platform::Process>& child, const Da
     }
     const auto taken = platform::argumentCount(*receiver.selector);
     if (arguments.size() > taken) {
-        throw platform::Exception("NSInvalidArgumentException",
+        throw platform::Exception(platform::exception_name::invalidArgument,
                                   *receiver.selector + " takes " + std::to_string(taken) +
                                       " arguments, " + std::to_string(arguments.size()) +
                                       " were given");

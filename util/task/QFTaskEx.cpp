@@ -8,6 +8,7 @@
 #include "util/log/QFLog.h"
 #include "util/task/TaskEnvironment.h"
 
+#include <new>
 #include <utility>
 
 using platform::ChildStream;
@@ -37,10 +38,6 @@ std::shared_ptr<Process> quietTask(const std::string& path, const TaskArguments&
     return std::make_shared<Process>(std::move(description));
 }
 
-std::shared_ptr<platform::Pipe> makePipe() {
-    return platform::service<platform::ProcessLauncher>().makePipe();
-}
-
 /// A child whose output goes where the flags say, and whose input never comes.
 std::shared_ptr<Process> collectedTask(const std::string& path, const TaskArguments& arguments,
                                        const Value& environment, LogOutput logOutput,
@@ -49,11 +46,15 @@ std::shared_ptr<Process> collectedTask(const std::string& path, const TaskArgume
     description.launchPath = path;
     description.arguments = arguments.list();
     description.environment = taskEnvironment(environment);
-    description.standardInput = ChildStream::through(makePipe());
+    const bool collectsOutput = logOutput == LogOutput::yes;
+    const bool collectsErrors = logError == LogError::yes;
+    auto pipes = platform::service<platform::ProcessLauncher>().makePipes(
+        1U + (collectsOutput ? 1U : 0U) + (collectsErrors ? 1U : 0U));
+    description.standardInput = ChildStream::through(pipes.front());
     description.standardOutput =
-        logOutput == LogOutput::yes ? ChildStream::through(makePipe()) : ChildStream::inherited();
+        collectsOutput ? ChildStream::through(pipes.at(1)) : ChildStream::inherited();
     description.standardError =
-        logError == LogError::yes ? ChildStream::through(makePipe()) : ChildStream::nullDevice();
+        collectsErrors ? ChildStream::through(pipes.back()) : ChildStream::nullDevice();
     return std::make_shared<Process>(std::move(description));
 }
 
@@ -98,8 +99,13 @@ Data outputOf(const Process& child) {
     }
 }
 
+/// The empty string for no data; nothing for what is no text, or too long a text for the memory.
 std::optional<std::string> decoded(const std::optional<Data>& data, TextEncoding encoding) {
-    return data ? platform::decodedText(*data, encoding) : std::string();
+    try {
+        return data ? platform::decodedText(*data, encoding) : std::string();
+    } catch (const std::bad_alloc&) {
+        return std::nullopt;
+    }
 }
 
 } // namespace

@@ -78,7 +78,8 @@ public:
     /// Standard output is read to its end before standard error is read at all, so that a child
     /// that fills the pipe of its errors meanwhile waits, and the call with it. Without LogOutput
     /// and LogError the call returns at once. The child's end is not waited for. The child's
-    /// standard input is a pipe that nobody writes to.
+    /// standard input is a pipe that nobody writes to. While other runs hold all descriptors that
+    /// the program may open, the call waits for them before it launches anything.
     static std::optional<platform::Data>
     dataFromTask(const std::string& path, const TaskArguments& arguments, TaskSlot& task);
     static std::optional<platform::Data> dataFromTask(const std::string& path,
@@ -109,7 +110,8 @@ public:
                                                        LogOutput logOutput, LogError logError);
 
     /// The output as text: the empty string when dataFromTask gives nothing, nothing when the bytes
-    /// are no text in the encoding, which is ASCII unless another is given.
+    /// are no text in the encoding, which is ASCII unless another is given, or there is no memory
+    /// for the text.
     static std::optional<std::string> stringFromTask(const std::string& path,
                                                      const TaskArguments& arguments);
     static std::optional<std::string>

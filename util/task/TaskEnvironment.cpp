@@ -15,13 +15,14 @@ std::optional<std::map<std::string, std::string>> taskEnvironment(const platform
     }
     const auto* dictionary = value.as<platform::Value::Dictionary>();
     if (dictionary == nullptr) {
-        throw platform::Exception("NSInvalidArgumentException", noDictionaryOfStrings);
+        throw platform::Exception(platform::exception_name::invalidArgument, noDictionaryOfStrings);
     }
     std::map<std::string, std::string> environment;
     for (const auto& [name, content] : *dictionary) {
         const auto* text = content.as<std::string>();
         if (text == nullptr) {
-            throw platform::Exception("NSInvalidArgumentException", noDictionaryOfStrings);
+            throw platform::Exception(platform::exception_name::invalidArgument,
+                                      noDictionaryOfStrings);
         }
         environment.emplace(name, *text);
     }

@@ -150,43 +150,44 @@ std::optional<AuthorizationServices::Connection> AuthorizationServices::find(Aut
     return handle == handles_.end() ? std::nullopt : std::optional(handle->second);
 }
 
-Authorization AuthorizationServices::create(const AuthorizationItemSet& /*environment*/,
-                                            AuthorizationFlags /*flags*/) {
-    return {errAuthorizationSuccess, add(nullptr)};
+AuthorizationResult<AuthorizationRef>
+AuthorizationServices::create(const AuthorizationItemSet& /*environment*/,
+                              AuthorizationFlags /*flags*/) {
+    return add(nullptr);
 }
 
-AuthorizationStatus AuthorizationServices::copyRights(AuthorizationRef ref,
-                                                      const AuthorizationItemSet& rights,
-                                                      const AuthorizationItemSet& environment,
-                                                      AuthorizationFlags flags) {
+AuthorizationResult<void> AuthorizationServices::copyRights(AuthorizationRef ref,
+                                                            const AuthorizationItemSet& rights,
+                                                            const AuthorizationItemSet& environment,
+                                                            AuthorizationFlags flags) {
     const auto held = find(ref);
     if (!held) {
-        return errAuthorizationInvalidRef;
+        return Unexpected(errAuthorizationInvalidRef);
     }
     const bool isKnown = std::all_of(rights.begin(), rights.end(), [](const auto& right) {
         return right.name == administratorRight;
     });
     if (isKnown && *held && (*held)->isOpen()) {
-        return errAuthorizationSuccess;
+        return {};
     }
     if (!isKnown || (flags & kAuthorizationFlagExtendRights) == 0) {
-        return errAuthorizationDenied;
+        return Unexpected(errAuthorizationDenied);
     }
     const bool mayAsk = (flags & kAuthorizationFlagInteractionAllowed) != 0;
     if (!mayAsk) {
         giveUpAll();
     }
     auto started = mayAsk ? askUser() : authorize(environment);
-    if (started.status != errAuthorizationSuccess) {
-        return started.status;
+    if (!started) {
+        return Unexpected(started.error());
     }
     const std::lock_guard lock(mutex_);
     const auto handle = handles_.find(ref);
     if (handle == handles_.end()) {
-        return errAuthorizationInvalidRef;
+        return Unexpected(errAuthorizationInvalidRef);
     }
-    handle->second.swap(started.connection);
-    return errAuthorizationSuccess;
+    handle->second.swap(*started);
+    return {};
 }
 
 /// Has the desktop ask, unless it is asking already.
@@ -201,12 +202,12 @@ StartedHelper AuthorizationServices::askUser() {
         }
         question_ = answer.get_future().share();
     }
-    StartedHelper started;
+    StartedHelper started = Unexpected(errAuthorizationInternal);
     {
         const std::lock_guard obtaining(obtaining_);
         const ProcessSecrecy secrecy;
         if (isTraced()) {
-            started.status = errAuthorizationDenied;
+            started = Unexpected(errAuthorizationDenied);
         } else if (isPolkitAvailable()) {
             auto* question = installedService<PasswordQuestion>();
             started = question == nullptr ? startHelper(paths_) : startAsking(*question);
@@ -232,10 +233,9 @@ StartedHelper AuthorizationServices::startWithAgent(PolkitAnswerer answerer) {
             ::getpid(), std::move(answerer), [](const PolkitQuestion& question) {
                 return isHelpersAction(question.action) && parentOf(question.asker) == ::getpid();
             });
-        return agent.isRegistered() ? startHelper(paths_)
-                                    : StartedHelper{errAuthorizationDenied, nullptr};
+        return agent.isRegistered() ? startHelper(paths_) : Unexpected(errAuthorizationDenied);
     } catch (const std::system_error&) { // no thread left
-        return {};
+        return Unexpected(errAuthorizationInternal);
     }
 }
 
@@ -244,15 +244,15 @@ StartedHelper AuthorizationServices::authorize(const AuthorizationItemSet& crede
     const std::string* password = findValue("password", credentials);
     const auto account = name == nullptr ? std::nullopt : accountNamed(*name);
     if (!account || password == nullptr || !isOneLine(*password)) {
-        return {errAuthorizationDenied, nullptr};
+        return Unexpected(errAuthorizationDenied);
     }
     const std::lock_guard obtaining(obtaining_);
     const ProcessSecrecy secrecy;
     if (isTraced()) {
-        return {errAuthorizationDenied, nullptr};
+        return Unexpected(errAuthorizationDenied);
     }
     return isPolkitAvailable() ? startWithAgent(answererFor(account->userId, *password))
-                               : StartedHelper{};
+                               : Unexpected(errAuthorizationInternal);
 }
 
 bool AuthorizationServices::holdsRights(AuthorizationRef ref) {
@@ -278,30 +278,31 @@ void AuthorizationServices::free(AuthorizationRef ref, AuthorizationFlags /*flag
     }
 }
 
-Authorization AuthorizationServices::copyPrivilegedReference(AuthorizationFlags /*flags*/) {
+AuthorizationResult<AuthorizationRef>
+AuthorizationServices::copyPrivilegedReference(AuthorizationFlags /*flags*/) {
     {
         const std::lock_guard lock(mutex_);
         if (std::exchange(inheritedIsTaken_, true)) {
-            return {};
+            return Unexpected(errAuthorizationInternal);
         }
     }
     auto inherited = inheritedHelper();
-    if (inherited.status != errAuthorizationSuccess) {
-        return {};
+    if (!inherited) {
+        return Unexpected(errAuthorizationInternal);
     }
-    return {errAuthorizationSuccess, add(std::move(inherited.connection))};
+    return add(*std::move(inherited));
 }
 
-PrivilegedTool
+AuthorizationResult<std::unique_ptr<std::istream>>
 AuthorizationServices::executeWithPrivileges(AuthorizationRef ref, const std::string& toolPath,
                                              AuthorizationFlags /*options*/,
                                              const std::vector<std::string>& arguments) {
     const auto held = find(ref);
     if (!held) {
-        return {errAuthorizationInvalidRef, nullptr};
+        return Unexpected(errAuthorizationInvalidRef);
     }
     if (!*held) {
-        return {errAuthorizationDenied, nullptr};
+        return Unexpected(errAuthorizationDenied);
     }
     return (*held)->start(resolveTool(toolPath), arguments);
 }

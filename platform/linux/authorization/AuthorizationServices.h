@@ -40,18 +40,20 @@ public:
     AuthorizationServices() : AuthorizationServices(HelperPaths::installed()) {}
     explicit AuthorizationServices(HelperPaths paths) : paths_(std::move(paths)) {}
 
-    Authorization create(const AuthorizationItemSet& environment,
-                         AuthorizationFlags flags) override;
-    AuthorizationStatus copyRights(AuthorizationRef ref, const AuthorizationItemSet& rights,
-                                   const AuthorizationItemSet& environment,
-                                   AuthorizationFlags flags) override;
+    AuthorizationResult<AuthorizationRef> create(const AuthorizationItemSet& environment,
+                                                 AuthorizationFlags flags) override;
+    AuthorizationResult<void> copyRights(AuthorizationRef ref, const AuthorizationItemSet& rights,
+                                         const AuthorizationItemSet& environment,
+                                         AuthorizationFlags flags) override;
     bool holdsRights(AuthorizationRef ref) override;
     void free(AuthorizationRef ref, AuthorizationFlags flags) override;
     /// The parent's right is taken over once: when its handle is freed, it is gone.
-    Authorization copyPrivilegedReference(AuthorizationFlags flags) override;
-    PrivilegedTool executeWithPrivileges(AuthorizationRef ref, const std::string& toolPath,
-                                         AuthorizationFlags options,
-                                         const std::vector<std::string>& arguments) override;
+    AuthorizationResult<AuthorizationRef>
+    copyPrivilegedReference(AuthorizationFlags flags) override;
+    AuthorizationResult<std::unique_ptr<std::istream>>
+    executeWithPrivileges(AuthorizationRef ref, const std::string& toolPath,
+                          AuthorizationFlags options,
+                          const std::vector<std::string>& arguments) override;
 
 private:
     using Connection = std::shared_ptr<HelperConnection>;

@@ -49,27 +49,27 @@ bool HelperConnection::isOpen() {
            (errno == EAGAIN || errno == EINTR);
 }
 
-PrivilegedTool HelperConnection::start(const std::string& toolPath,
-                                       const std::vector<std::string>& arguments) {
+AuthorizationResult<std::unique_ptr<std::istream>>
+HelperConnection::start(const std::string& toolPath, const std::vector<std::string>& arguments) {
     const auto message = helper::encodeRequest(toolPath, arguments);
     if (!message || toolPath.empty()) {
-        return {errAuthorizationToolExecuteFailure, nullptr};
+        return Unexpected(errAuthorizationToolExecuteFailure);
     }
     const std::lock_guard lock(mutex_);
     // A tool whose output could not be received is not started in the first place.
     if (!FileDescriptor(::fcntl(socket_.get(), F_DUPFD_CLOEXEC, 0))) {
-        return {errAuthorizationToolExecuteFailure, nullptr};
+        return Unexpected(errAuthorizationToolExecuteFailure);
     }
     auto answer = ask(*message, patience_);
     if (!answer) {
         // A late answer would be taken for that to the next request.
         ::shutdown(socket_.get(), SHUT_RDWR);
-        return {errAuthorizationInternal, nullptr};
+        return Unexpected(errAuthorizationInternal);
     }
     if (answer->reply.status != helper::Status::started || !answer->output) {
-        return {errAuthorizationToolExecuteFailure, nullptr};
+        return Unexpected(errAuthorizationToolExecuteFailure);
     }
-    return {errAuthorizationSuccess, std::make_unique<DescriptorStream>(std::move(answer->output))};
+    return std::make_unique<DescriptorStream>(std::move(answer->output));
 }
 
 /// The answer to one message, none when the helper is gone. The caller holds the mutex.

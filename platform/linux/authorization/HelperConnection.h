@@ -6,6 +6,8 @@
 #include "platform/linux/posix/FileDescriptor.h"
 
 #include <chrono>
+#include <istream>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -32,9 +34,10 @@ public:
     /// Whether the other end is still open.
     bool isOpen();
 
-    /// Has the helper start a tool. The status is errAuthorizationInternal when the helper is gone,
-    /// errAuthorizationToolExecuteFailure when it refuses.
-    PrivilegedTool start(const std::string& toolPath, const std::vector<std::string>& arguments);
+    /// Has the helper start a tool, whose output the stream reads. errAuthorizationInternal when
+    /// the helper is gone, errAuthorizationToolExecuteFailure when it refuses.
+    AuthorizationResult<std::unique_ptr<std::istream>>
+    start(const std::string& toolPath, const std::vector<std::string>& arguments);
 
 private:
     struct Answer {

@@ -83,22 +83,22 @@ AuthorizationStatus authorizationStatusOf(int exitStatus) {
 StartedHelper start(const HelperPaths& paths) {
     auto [ours, theirs] = makeSocketPair();
     if (!theirs || ::access(paths.helper.c_str(), X_OK) != 0) {
-        return {};
+        return Unexpected(errAuthorizationInternal);
     }
     ChildReaper& reaper = ChildReaper::shared();
     const auto child = startPkexec(paths, theirs);
     theirs.reset();
     if (!child) {
-        return {};
+        return Unexpected(errAuthorizationInternal);
     }
     auto connection = std::make_shared<HelperConnection>(std::move(ours));
     if (connection->handshake()) {
         reaper.watch(ChildReaper::placeFor(child));
-        return {errAuthorizationSuccess, std::move(connection)};
+        return connection;
     }
     connection.reset();
     child->waitUntilExit();
-    return {authorizationStatusOf(child->terminationStatus()), nullptr};
+    return Unexpected(authorizationStatusOf(child->terminationStatus()));
 }
 
 /// Whether a descriptor is a connection that root has made.
@@ -132,21 +132,21 @@ StartedHelper startHelper(const HelperPaths& paths) {
     try {
         return start(paths);
     } catch (const platform::Exception&) {
-        return {};
+        return Unexpected(errAuthorizationInternal);
     }
 }
 
 StartedHelper inheritedHelper() {
     const int number = inheritedNumber();
     if (number < 0 || !isRootsConnection(number)) {
-        return {};
+        return Unexpected(errAuthorizationInternal);
     }
     ::fcntl(number, F_SETFD, FD_CLOEXEC);
     auto connection = std::make_shared<HelperConnection>(FileDescriptor(number));
     if (!connection->handshake(inheritedAnswerLimit)) {
-        return {};
+        return Unexpected(errAuthorizationInternal);
     }
-    return {errAuthorizationSuccess, std::move(connection)};
+    return connection;
 }
 
 } // namespace platform::native

@@ -19,10 +19,7 @@ struct HelperPaths {
 };
 
 /// A connection to a helper that is ready, or why there is none.
-struct StartedHelper {
-    AuthorizationStatus status = errAuthorizationInternal;
-    std::shared_ptr<HelperConnection> connection;
-};
+using StartedHelper = AuthorizationResult<std::shared_ptr<HelperConnection>>;
 
 /// Starts a helper through pkexec, which has polkit ask for a password, and waits until it is ready
 /// or will never be. errAuthorizationCanceled: the question was dismissed. errAuthorizationDenied:

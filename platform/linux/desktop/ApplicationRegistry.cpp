@@ -4,7 +4,7 @@
 #include "platform/foundation/Text.h"
 #include "platform/linux/desktop/Bundles.h"
 #include "platform/linux/desktop/LauncherEntry.h"
-#include "platform/linux/files/WholeFiles.h"
+#include "platform/linux/files/AtomicFile.h"
 #include "platform/linux/posix/Folders.h"
 #include "platform/linux/system/UserAccount.h"
 
@@ -67,31 +67,31 @@ bool ApplicationRegistry::stands(const std::string& bundle, const std::string& i
            text::lowercased(bundleIdentifier(bundle, propertyLists_)) == identifier;
 }
 
-WorkspaceStatus ApplicationRegistry::add(const std::string& bundle) {
+Result<void, WorkspaceStatus> ApplicationRegistry::add(const std::string& bundle) {
     if (!bundle.starts_with('/') || bundle.find('\0') != std::string::npos || !isPackage(bundle)) {
-        return kLSApplicationNotFoundErr;
+        return Unexpected(kLSApplicationNotFoundErr);
     }
     const auto information = bundleInformation(bundle, propertyLists_);
     const auto identifier = text::lowercased(identifierIn(information));
     if (identifier.empty()) {
-        return kLSDataErr;
+        return Unexpected(kLSDataErr);
     }
-    const auto status = record(bundle, identifier);
-    if (status != noErr || !hasDesktop()) {
-        return status;
+    auto recorded = record(bundle, identifier);
+    if (recorded && hasDesktop() && !writeLauncherEntry(bundle, information)) {
+        return Unexpected(kLSUnknownErr);
     }
-    return writeLauncherEntry(bundle, information) ? noErr : kLSUnknownErr;
+    return recorded;
 }
 
-WorkspaceStatus ApplicationRegistry::record(const std::string& bundle,
-                                            const std::string& identifier) {
+Result<void, WorkspaceStatus> ApplicationRegistry::record(const std::string& bundle,
+                                                          const std::string& identifier) {
     const auto folder = path::deletingLastComponent(file());
-    if (makeFolders(folder, privateMode) != 0) {
-        return kLSUnknownErr;
+    if (!makeFolders(folder, privateMode)) {
+        return Unexpected(kLSUnknownErr);
     }
     const auto lock = lockedFolder(folder);
     if (!lock) {
-        return kLSUnknownErr;
+        return Unexpected(kLSUnknownErr);
     }
     const auto former = propertyLists_.read(file());
     Value::Dictionary entries{{identifier, Value::Array{valueOfPath(bundle)}}};
@@ -106,17 +106,21 @@ WorkspaceStatus ApplicationRegistry::record(const std::string& bundle,
             }
         }
     }
-    return propertyLists_.writeAtomically(entries, file()) ? kLSUnknownErr : noErr;
+    if (!propertyLists_.writeAtomically(entries, file())) {
+        return Unexpected(kLSUnknownErr);
+    }
+    return {};
 }
 
-bool ApplicationRegistry::writeLauncherEntry(const std::string& bundle, const Value& information) {
+SystemResult<void> ApplicationRegistry::writeLauncherEntry(const std::string& bundle,
+                                                           const Value& information) {
     const auto entry = launcherEntry(bundle, information);
     if (!entry) {
-        return true;
+        return {};
     }
     const auto folder = path::appending(dataFolder(), "applications");
-    return makeFolders(folder, privateMode) == 0 &&
-           replaceFile(path::appending(folder, entry->fileName), entry->content) == 0;
+    auto made = makeFolders(folder, privateMode);
+    return made ? replaceFile(path::appending(folder, entry->fileName), entry->content) : made;
 }
 
 std::optional<std::string> ApplicationRegistry::find(const std::string& identifier) {

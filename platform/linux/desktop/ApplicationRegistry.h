@@ -3,6 +3,7 @@
 #include "platform/PropertyLists.h"
 #include "platform/UserAccount.h"
 #include "platform/Workspace.h"
+#include "platform/linux/posix/Errno.h"
 
 #include <optional>
 #include <string>
@@ -24,7 +25,7 @@ public:
     /// Registers the bundle at an absolute path and, where a desktop is installed, gives the user a
     /// launcher entry for it; both files are replaced whole. What the registry holds of bundles
     /// that are gone is dropped.
-    WorkspaceStatus add(const std::string& bundle);
+    Result<void, WorkspaceStatus> add(const std::string& bundle);
 
     /// The last registered bundle that still stands and has the identifier, compared without case.
     std::optional<std::string> find(const std::string& identifier);
@@ -32,8 +33,8 @@ public:
 private:
     std::string dataFolder();
     std::string file();
-    WorkspaceStatus record(const std::string& bundle, const std::string& identifier);
-    bool writeLauncherEntry(const std::string& bundle, const Value& information);
+    Result<void, WorkspaceStatus> record(const std::string& bundle, const std::string& identifier);
+    SystemResult<void> writeLauncherEntry(const std::string& bundle, const Value& information);
     bool stands(const std::string& bundle, const std::string& identifier);
 
     platform::UserAccount& account_;

@@ -44,13 +44,18 @@ bool looksLikePackage(const std::string& folder) {
 }
 
 std::vector<std::string> sortedNames(const std::string& folder) {
-    Directory directory(
-        FileDescriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NONBLOCK | O_CLOEXEC)));
     std::vector<std::string> names;
-    if (directory) {
-        while (auto entry = directory.next()) {
-            names.push_back(std::move(entry->name));
+    auto opening = opened(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NONBLOCK | O_CLOEXEC));
+    if (!opening) {
+        return names;
+    }
+    auto directory = Directory::of(*std::move(opening));
+    while (directory) {
+        auto entry = directory->next();
+        if (!entry || !*entry) {
+            break;
         }
+        names.push_back(std::move((*entry)->name));
     }
     std::sort(names.begin(), names.end());
     return names;

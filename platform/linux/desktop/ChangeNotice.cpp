@@ -111,20 +111,20 @@ bool flush(const Connection& connection, const Events& events) {
 
 } // namespace
 
-WorkspaceStatus announceChange(const std::string& path) {
+Result<void, WorkspaceStatus> announceChange(const std::string& path) {
     struct stat status {};
     const Text uri(g_filename_to_uri(path.c_str(), nullptr, nullptr), &g_free);
     if (!uri || ::lstat(path.c_str(), &status) != 0) {
-        return fnfErr;
+        return Unexpected(fnfErr);
     }
     const auto address = busAddress();
     if (address.empty()) {
-        return procNotFound;
+        return Unexpected(procNotFound);
     }
     const Events events;
     const auto connection = connect(address, events);
     if (!connection) {
-        return events.isTimeUp() ? errAETimeout : procNotFound;
+        return Unexpected(events.isTimeUp() ? errAETimeout : procNotFound);
     }
     const char* item = uri.get();
     const bool isTold =
@@ -132,10 +132,10 @@ WorkspaceStatus announceChange(const std::string& path) {
         (!S_ISDIR(status.st_mode) || emit(connection, filesAdded, g_variant_new("(s)", item))) &&
         flush(connection, events);
     if (!isTold) {
-        return events.isTimeUp() ? errAETimeout : connectionInvalid;
+        return Unexpected(events.isTimeUp() ? errAETimeout : connectionInvalid);
     }
     g_dbus_connection_close(connection.get(), nullptr, nullptr, nullptr);
-    return noErr;
+    return {};
 }
 
 } // namespace platform::native

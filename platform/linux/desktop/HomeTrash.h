@@ -1,25 +1,27 @@
 #pragma once
 
+#include "platform/linux/posix/Errno.h"
+
 #include <string>
 
 namespace platform::native {
 
-/// What the note that tells where a trashed item comes from has after the item's name.
-constexpr const char* noteExtension = ".trashinfo";
+/// What the trashinfo that tells where a trashed item comes from has after the item's name.
+constexpr const char* trashinfoExtension = ".trashinfo";
 
 /// The folder of the trashed items themselves in the freedesktop home trash that GIO uses.
 std::string homeTrashFiles();
 
-/// The folder of their notes.
-std::string homeTrashNotes();
+/// The folder of their infos.
+std::string homeTrashInfo();
 
-/// Makes the home trash with the mode that others insist on. Gives 0, or the errno.
-[[nodiscard]] int makeHomeTrash();
+/// Makes the home trash with the mode that others insist on.
+SystemResult<void> makeHomeTrash();
 
-/// Moves the item at an absolute path into the home trash, from another volume too, with a note
-/// beside it. Of "a.txt", the second becomes "a.2.txt"; the name is cut where the note's would be
-/// too long. Nothing is ever replaced. A note that a killed process left for the same item gives
-/// way to the new one. Gives 0, or the errno.
-[[nodiscard]] int moveToHomeTrash(const std::string& path);
+/// Moves the item at an absolute path into the home trash, from another volume too, with a
+/// trashinfo beside it. Of "a.txt", the second becomes "a.2.txt"; the name is cut where the
+/// trashinfo's would be too long. Nothing is ever replaced. A trashinfo that a killed process left
+/// for the same item gives way to the new one.
+SystemResult<void> moveToHomeTrash(const std::string& path);
 
 } // namespace platform::native

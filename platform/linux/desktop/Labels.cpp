@@ -25,25 +25,40 @@ std::string name() {
     return attributeName("com.apple.FinderInfo");
 }
 
-/// Empty information where the item has none; nothing, and errno, on failure. One of another size
-/// counts as none, for its bytes are not what they should be.
-std::optional<FinderInformation> read(const std::string& path) {
+/// Empty information where the item has none. One of another size counts as none, for its bytes are
+/// not what they should be.
+SystemResult<FinderInformation> read(const std::string& path) {
     FinderInformation information{};
     const auto size =
         ::lgetxattr(path.c_str(), name().c_str(), information.data(), information.size());
     if (size < 0 && errno != ENODATA && errno != ERANGE) {
-        return std::nullopt;
+        return Unexpected(Errno::last());
     }
     return static_cast<std::size_t>(size) == information.size() ? information : FinderInformation{};
 }
 
-/// 0, or the errno.
-int write(const std::string& path, const FinderInformation& information) {
-    const bool isEmpty = information == FinderInformation{};
-    const int result = isEmpty ? ::lremovexattr(path.c_str(), name().c_str())
-                               : ::lsetxattr(path.c_str(), name().c_str(), information.data(),
-                                             information.size(), 0);
-    return result == 0 || (isEmpty && errno == ENODATA) ? 0 : errno;
+SystemResult<void> write(const std::string& path, const FinderInformation& information) {
+    if (information != FinderInformation{}) {
+        return checked(
+            ::lsetxattr(path.c_str(), name().c_str(), information.data(), information.size(), 0));
+    }
+    auto removed = checked(::lremovexattr(path.c_str(), name().c_str()));
+    return failedWith(removed, ENODATA) ? SystemResult<void>() : removed;
+}
+
+/// Changes the label alone. EINVAL for a number that no label has.
+SystemResult<void> change(const std::string& path, int label) {
+    if (label < 0 || label > lastLabel) {
+        return Unexpected(Errno(EINVAL));
+    }
+    auto information = read(path);
+    if (!information) {
+        return Unexpected(information.error());
+    }
+    auto& flags = (*information)[flagsLowByte];
+    flags = static_cast<unsigned char>((flags & ~labelMask) |
+                                       (static_cast<unsigned>(label) << labelShift));
+    return write(path, *information);
 }
 
 } // namespace
@@ -55,22 +70,8 @@ std::optional<int> readLabel(const std::string& path) {
                        : std::nullopt;
 }
 
-std::optional<Error> writeLabel(const std::string& path, int label) {
-    const auto failure = [&](int number) {
-        return posixError(number, path::lastComponent(path), "labelled");
-    };
-    if (label < 0 || label > lastLabel) {
-        return failure(EINVAL);
-    }
-    auto information = read(path);
-    if (!information) {
-        return failure(errno);
-    }
-    auto& flags = (*information)[flagsLowByte];
-    flags = static_cast<unsigned char>((flags & ~labelMask) |
-                                       (static_cast<unsigned>(label) << labelShift));
-    const int error = write(path, *information);
-    return error == 0 ? std::nullopt : std::optional(failure(error));
+Result<void> writeLabel(const std::string& path, int label) {
+    return posixResult(change(path, label), path::lastComponent(path), "labelled");
 }
 
 } // namespace platform::native

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/foundation/Error.h"
+#include "platform/foundation/Result.h"
 
 #include <optional>
 #include <string>
@@ -14,6 +14,6 @@ std::optional<int> readLabel(const std::string& path);
 
 /// Changes the label, 0 to 7, and leaves the other bits as they are. An attribute that would say
 /// nothing any more goes.
-[[nodiscard]] std::optional<Error> writeLabel(const std::string& path, int label);
+Result<void> writeLabel(const std::string& path, int label);
 
 } // namespace platform::native

@@ -3,7 +3,7 @@
 #include "platform/foundation/Path.h"
 #include "platform/foundation/Text.h"
 #include "platform/linux/desktop/HomeTrash.h"
-#include "platform/linux/files/FreeName.h"
+#include "platform/linux/files/UniqueName.h"
 #include "platform/linux/posix/Errors.h"
 #include "platform/linux/posix/FileDescriptor.h"
 #include "platform/linux/posix/Folders.h"
@@ -19,38 +19,39 @@
 #include <cerrno>
 #include <climits>
 #include <memory>
+#include <optional>
 #include <string_view>
 
 namespace platform::native {
 
 namespace {
 
-using TrashOutcome = std::optional<TrashFailure>;
+using TrashResult = Result<void, TrashError>;
 
-TrashOutcome failure(int number) {
-    return TrashFailure{number, number == EINVAL ? "the Trash is inside it" : reason(number)};
+TrashResult failure(Errno number) {
+    return Unexpected(
+        TrashError{number, number.is(EINVAL) ? "the Trash is inside it" : reason(number)});
 }
 
-TrashOutcome failureUnlessZero(int number) {
-    return number == 0 ? std::nullopt : failure(number);
+TrashResult afterMoving(const SystemResult<void>& moved) {
+    return moved ? TrashResult() : failure(moved.error());
 }
 
 bool isSameItem(const struct stat& one, const struct stat& other) {
     return one.st_dev == other.st_dev && one.st_ino == other.st_ino;
 }
 
-/// Makes the Trash that the user knows where nothing stands at it. 0, or the errno.
-int linkTrash(const std::string& trash) {
+/// Makes the Trash that the user knows where nothing is there.
+SystemResult<void> linkTrash(const std::string& trash) {
     struct stat status {};
     if (::lstat(trash.c_str(), &status) == 0 || errno != ENOENT) {
-        return 0;
+        return {};
     }
-    const int error = makeHomeTrash();
-    if (error != 0) {
-        return error;
+    if (auto made = makeHomeTrash(); !made) {
+        return made;
     }
-    const bool linked = ::symlink(homeTrashFiles().c_str(), trash.c_str()) == 0;
-    return linked || errno == EEXIST ? 0 : errno;
+    auto linked = checked(::symlink(homeTrashFiles().c_str(), trash.c_str()));
+    return failedWith(linked, EEXIST) ? SystemResult<void>() : linked;
 }
 
 /// Whether `trash` is a link that was made for a home trash which is not there any more.
@@ -61,32 +62,33 @@ bool isLinkToMissingHomeTrash(const std::string& trash) {
            homeTrashFiles() == std::string_view(target.data(), static_cast<std::size_t>(length));
 }
 
-/// The errno for a failure of GIO that has one, 0 for another.
-int errorNumber(const GError& error) {
+/// The number for a failure of GIO that has one.
+std::optional<Errno> errorNumber(const GError& error) {
     if (error.domain != G_IO_ERROR) {
-        return 0;
+        return std::nullopt;
     }
     switch (error.code) {
     case G_IO_ERROR_NOT_FOUND:
-        return ENOENT;
+        return Errno(ENOENT);
     case G_IO_ERROR_PERMISSION_DENIED:
-        return EACCES;
+        return Errno(EACCES);
     case G_IO_ERROR_NO_SPACE:
-        return ENOSPC;
+        return Errno(ENOSPC);
     case G_IO_ERROR_READ_ONLY:
-        return EROFS;
+        return Errno(EROFS);
     case G_IO_ERROR_BUSY:
-        return EBUSY;
+        return Errno(EBUSY);
     default:
-        return 0;
+        return std::nullopt;
     }
 }
 
-TrashOutcome failureOfGio(const GError& error) {
-    if (const int number = errorNumber(error); number != 0) {
-        return failure(number);
+TrashResult failureOfGio(const GError& error) {
+    if (const auto number = errorNumber(error)) {
+        return failure(*number);
     }
-    return TrashFailure{EIO, "the system reports: " + text::printable(error.message)};
+    return Unexpected(
+        TrashError{Errno(EIO), "the system reports: " + text::printable(error.message)});
 }
 
 /// Whether GIO has not even tried: for an item of a volume without Trash, of a bind mount, or whose
@@ -109,61 +111,62 @@ std::string nameInHomeTrash(std::string name, int count) {
     return name;
 }
 
-/// Where an item stands in the home trash without a note of its own, under the name that GIO gives
-/// to the next one called `name`, moves it to a free name: GIO looks at the notes alone and would
-/// replace it. 0, or the errno.
-int protectNamesake(const std::string& name) {
+/// Where an item stands in the home trash without a trashinfo of its own, under the name that GIO
+/// gives to the next one called `name`, moves it to a free name: GIO looks at the infos alone and
+/// would replace it.
+SystemResult<void> protectNamesake(const std::string& name) {
     const auto files = homeTrashFiles();
-    const auto notes = homeTrashNotes();
+    const auto infos = homeTrashInfo();
     std::string chosen = name;
-    for (int count = 2; stands(path::appending(notes, chosen + noteExtension)); ++count) {
+    for (int count = 2; stands(path::appending(infos, chosen + trashinfoExtension)); ++count) {
         chosen = nameInHomeTrash(name, count);
     }
     if (!stands(path::appending(files, chosen))) {
-        return 0;
+        return {};
     }
-    const FileDescriptor folder(::open(files.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
-    return folder ? moveToFreeName(folder.get(), chosen, folder.get()) : errno;
+    const auto folder = opened(::open(files.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    if (!folder) {
+        return Unexpected(folder.error());
+    }
+    return moveToUniqueName(folder->get(), chosen, folder->get());
 }
 
-/// Whether GIO can write the note of an item with this name, which it does as a temporary file with
-/// a suffix. Where it cannot, it leaves the note empty, or cuts the name together with its
-/// extension.
+/// Whether GIO can write the trashinfo of an item with this name, which it does as a temporary file
+/// with a suffix. Where it cannot, it leaves the trashinfo empty, or cuts the name together with
+/// its extension.
 bool hasRoomForNote(const std::string& name) {
     constexpr std::string_view temporarySuffix = ".XXXXXX";
-    return (name + noteExtension).size() + temporarySuffix.size() <= NAME_MAX;
+    return (name + trashinfoExtension).size() + temporarySuffix.size() <= NAME_MAX;
 }
 
-TrashOutcome trashThroughGio(const std::string& item) {
+TrashResult trashThroughGio(const std::string& item) {
     const auto name = path::lastComponent(item);
     if (!hasRoomForNote(name)) {
-        return failureUnlessZero(moveToHomeTrash(item));
+        return afterMoving(moveToHomeTrash(item));
     }
-    if (const int error = protectNamesake(name); error != 0) {
-        return failure(error);
+    if (const auto isProtected = protectNamesake(name); !isProtected) {
+        return failure(isProtected.error());
     }
     // The local files alone are meant: other GIO volumes would bring in the session bus.
     const std::unique_ptr<GFile, decltype(&g_object_unref)> file(
         g_vfs_get_file_for_path(g_vfs_get_local(), item.c_str()), &g_object_unref);
     GError* raised = nullptr;
     if (g_file_trash(file.get(), nullptr, &raised) != FALSE) {
-        return std::nullopt;
+        return {};
     }
     const std::unique_ptr<GError, decltype(&g_error_free)> error(raised, &g_error_free);
-    return needsCopy(*error) ? failureUnlessZero(moveToHomeTrash(item)) : failureOfGio(*error);
+    return needsCopy(*error) ? afterMoving(moveToHomeTrash(item)) : failureOfGio(*error);
 }
 
-TrashOutcome trashByRename(const std::string& folder, const std::string& trash,
-                           const std::string& name) {
-    const FileDescriptor source(atPath(folder, [](int start, const char* rest) {
-        return ::openat(start, rest, O_PATH | O_DIRECTORY | O_CLOEXEC);
-    }));
-    const FileDescriptor destination(
-        ::open(trash.c_str(), O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+TrashResult trashByRename(const std::string& folder, const std::string& trash,
+                          const std::string& name) {
+    const auto source = openAtPath(folder, O_PATH | O_DIRECTORY | O_CLOEXEC);
+    const auto destination =
+        opened(::open(trash.c_str(), O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
     if (!source || !destination) {
-        return failure(errno);
+        return failure(destination ? source.error() : destination.error());
     }
-    return failureUnlessZero(moveToFreeName(source.get(), name, destination.get()));
+    return afterMoving(moveToUniqueName(source->get(), name, destination->get()));
 }
 
 bool isEntryName(const std::string& name) {
@@ -172,34 +175,35 @@ bool isEntryName(const std::string& name) {
 
 } // namespace
 
-int makeTrash(const std::string& trash) {
-    const int error = linkTrash(trash);
-    return error == 0 && isLinkToMissingHomeTrash(trash) ? makeHomeTrash() : error;
+SystemResult<void> makeTrash(const std::string& trash) {
+    auto linked = linkTrash(trash);
+    return linked && isLinkToMissingHomeTrash(trash) ? makeHomeTrash() : linked;
 }
 
-TrashOutcome trashItem(const std::string& folder, const std::string& trash,
-                       const std::string& name) {
+TrashResult trashItem(const std::string& folder, const std::string& trash,
+                      const std::string& name) {
     const auto item = path::appending(folder, name);
     struct stat itemStatus {};
     if (!isEntryName(name) || !item.starts_with('/') || !trash.starts_with('/')) {
-        return failure(EINVAL);
+        return failure(Errno(EINVAL));
     }
-    const int found = atPath(item, [&itemStatus](int start, const char* rest) {
+    const auto found = atPath(item, [&itemStatus](int start, const char* rest) {
         return ::fstatat(start, rest, &itemStatus, AT_SYMLINK_NOFOLLOW);
     });
-    if (found != 0) {
-        return failure(errno);
+    if (!found) {
+        return failure(found.error());
     }
-    int error = makeTrash(trash);
+    auto usable = makeTrash(trash);
     struct stat trashStatus {};
-    if (error == 0 && ::lstat(trash.c_str(), &trashStatus) != 0) {
-        error = errno;
+    if (usable) {
+        usable = checked(::lstat(trash.c_str(), &trashStatus));
     }
-    if (error != 0) {
-        return TrashFailure{error, "the Trash can’t be used: " + reason(error)};
+    if (!usable) {
+        return Unexpected(
+            TrashError{usable.error(), "the Trash can’t be used: " + reason(usable.error())});
     }
     if (isSameItem(itemStatus, trashStatus)) {
-        return TrashFailure{EINVAL, "it is the Trash itself"};
+        return Unexpected(TrashError{Errno(EINVAL), "it is the Trash itself"});
     }
     struct stat target {};
     struct stat files {};
@@ -212,9 +216,9 @@ TrashOutcome trashItem(const std::string& folder, const std::string& trash,
     if (S_ISDIR(trashStatus.st_mode)) {
         return trashByRename(folder, trash, name);
     }
-    return TrashFailure{ENOTDIR, S_ISLNK(trashStatus.st_mode)
-                                     ? "the Trash is a link that leads elsewhere"
-                                     : "the Trash is a file"};
+    return Unexpected(TrashError{Errno(ENOTDIR), S_ISLNK(trashStatus.st_mode)
+                                                     ? "the Trash is a link that leads elsewhere"
+                                                     : "the Trash is a file"});
 }
 
 } // namespace platform::native

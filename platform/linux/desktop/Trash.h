@@ -1,6 +1,7 @@
 #pragma once
 
-#include <optional>
+#include "platform/linux/posix/Errno.h"
+
 #include <string>
 
 namespace platform::native {
@@ -8,9 +9,9 @@ namespace platform::native {
 /// What could not be done to an item, for failureSentence().
 constexpr const char* movedToTrash = "moved to the Trash";
 
-/// Why an item could not be trashed: an errno and a person's words, fit to follow "because".
-struct TrashFailure {
-    int number;
+/// Why an item could not be trashed, also in a person's words, fit to follow "because".
+struct TrashError {
+    Errno number;
     std::string why;
 };
 
@@ -18,20 +19,20 @@ struct TrashFailure {
 ///
 /// Where nothing stands at `trash`, it becomes a link to the "files" folder of the freedesktop home
 /// trash ("The FreeDesktop.org Trash specification", version 1.0), which is made too. Where `trash`
-/// is, or leads to, that folder, the item goes through GIO, which notes where it came from: the
+/// is, or leads to, that folder, the item goes through GIO, which records where it came from: the
 /// desktop shows it and can restore it, and an item of another volume goes into the trash of that
 /// volume. What GIO refuses to take because its volume has no trash, and what has a name without
-/// room for the note's, goes into the home trash with a note all the same. A real folder that
-/// stands at `trash` is used as it is: of "a.txt", the second becomes "a 2.txt". Nothing is ever
-/// replaced or deleted. An item that a rename cannot bring there is moved as moveItem() moves to
-/// another volume. Anything else at `trash` is a failure.
+/// room for the trashinfo's, goes into the home trash with a trashinfo all the same. A real folder
+/// that stands at `trash` is used as it is: of "a.txt", the second becomes "a 2.txt". Nothing is
+/// ever replaced or deleted. An item that a rename cannot bring there is moved as moveItem() moves
+/// to another volume. Anything else at `trash` is a failure.
 ///
-/// Gives nothing on success. On failure the item is whole where it was, or, when only the removal
+/// On failure the item is whole where it was, or, when only the removal
 /// after a copy failed, in the Trash.
-[[nodiscard]] std::optional<TrashFailure>
-trashItem(const std::string& folder, const std::string& trash, const std::string& name);
+Result<void, TrashError> trashItem(const std::string& folder, const std::string& trash,
+                                   const std::string& name);
 
-/// Makes what trashItem() makes before it moves the item. 0, or the errno.
-[[nodiscard]] int makeTrash(const std::string& trash);
+/// Makes what trashItem() makes before it moves the item.
+SystemResult<void> makeTrash(const std::string& trash);
 
 } // namespace platform::native

@@ -36,11 +36,11 @@ bool Workspace::isFilePackage(const std::string& path) {
     return isPackage(path);
 }
 
-WorkspaceStatus Workspace::registerApplication(const std::string& path) {
+Result<void, WorkspaceStatus> Workspace::registerApplication(const std::string& path) {
     return registry_.add(path);
 }
 
-WorkspaceStatus Workspace::noteFileSystemChanged(const std::string& path) {
+Result<void, WorkspaceStatus> Workspace::noteFileSystemChanged(const std::string& path) {
     return announceChange(path);
 }
 
@@ -56,19 +56,20 @@ std::optional<int> Workspace::labelNumber(const std::string& path) {
     return readLabel(path);
 }
 
-std::optional<Error> Workspace::setLabelNumber(const std::string& path, int number) {
+Result<void> Workspace::setLabelNumber(const std::string& path, int number) {
     return writeLabel(path, number);
 }
 
-std::optional<Error> Workspace::recycle(const std::string& folder, const std::string& trash,
-                                        const std::string& name) {
-    const auto failure = trashItem(folder, trash, name);
-    if (!failure) {
-        return std::nullopt;
+Result<void> Workspace::recycle(const std::string& folder, const std::string& trash,
+                                const std::string& name) {
+    const auto trashed = trashItem(folder, trash, name);
+    if (trashed) {
+        return {};
     }
+    const auto& [number, why] = trashed.error();
     service<platform::Console>().systemLog(
-        failureSentence(path::appending(folder, name), movedToTrash, failure->why));
-    return posixError(failure->number, name, movedToTrash, failure->why);
+        failureSentence(path::appending(folder, name), movedToTrash, why));
+    return Unexpected(posixError(number, name, movedToTrash, why));
 }
 
 void Workspace::makeTrash(const std::string& trash) {

@@ -30,21 +30,21 @@ public:
     bool isFilePackage(const std::string& path) override;
 
     /// As ApplicationRegistry::add().
-    WorkspaceStatus registerApplication(const std::string& path) override;
+    Result<void, WorkspaceStatus> registerApplication(const std::string& path) override;
 
     /// As announceChange().
-    WorkspaceStatus noteFileSystemChanged(const std::string& path) override;
+    Result<void, WorkspaceStatus> noteFileSystemChanged(const std::string& path) override;
 
     /// As mountedLocalVolumes().
     std::vector<std::string> mountedLocalVolumePaths() override;
 
     /// As readLabel() and writeLabel().
     std::optional<int> labelNumber(const std::string& path) override;
-    [[nodiscard]] std::optional<Error> setLabelNumber(const std::string& path, int number) override;
+    Result<void> setLabelNumber(const std::string& path, int number) override;
 
     /// As trashItem(). A failure is also told in one line of the system log, which names the path.
-    [[nodiscard]] std::optional<Error> recycle(const std::string& folder, const std::string& trash,
-                                               const std::string& name) override;
+    Result<void> recycle(const std::string& folder, const std::string& trash,
+                         const std::string& name) override;
     void makeTrash(const std::string& trash) override;
 
 private:

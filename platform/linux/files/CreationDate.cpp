@@ -3,7 +3,6 @@
 #include <sys/xattr.h>
 
 #include <array>
-#include <cerrno>
 #include <charconv>
 #include <chrono>
 #include <cstdint>
@@ -37,11 +36,11 @@ std::optional<Date> storedCreationDate(const std::string& path, ItemKind kind) {
                : std::nullopt;
 }
 
-int storeCreationDate(const std::string& path, Date date) {
+SystemResult<void> storeCreationDate(const std::string& path, Date date) {
     const auto nanoseconds =
         std::chrono::duration_cast<std::chrono::nanoseconds>(date.time_since_epoch()).count();
     const auto text = std::to_string(nanoseconds);
-    return ::setxattr(path.c_str(), dateAttribute, text.data(), text.size(), 0) == 0 ? 0 : errno;
+    return checked(::setxattr(path.c_str(), dateAttribute, text.data(), text.size(), 0));
 }
 
 } // namespace platform::native

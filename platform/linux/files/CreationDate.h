@@ -2,6 +2,7 @@
 
 #include "platform/FileSystem.h"
 #include "platform/foundation/Date.h"
+#include "platform/linux/posix/Errno.h"
 
 #include <optional>
 #include <string>
@@ -13,7 +14,7 @@ namespace platform::native {
 /// followed. docs/attributes.md tells how it is stored.
 std::optional<Date> storedCreationDate(const std::string& path, ItemKind kind);
 
-/// Sets it; links are followed. Gives 0, or the errno.
-[[nodiscard]] int storeCreationDate(const std::string& path, Date date);
+/// Sets it; links are followed.
+SystemResult<void> storeCreationDate(const std::string& path, Date date);
 
 } // namespace platform::native

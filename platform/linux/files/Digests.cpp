@@ -34,7 +34,7 @@ const EVP_MD* algorithmOf(DigestAlgorithm algorithm) {
 
 void throwUnlessDone(int succeeded) {
     if (succeeded != 1) {
-        throw Exception("QFDigestUnavailable", "the digest could not be made");
+        throw Exception(exception_name::digestUnavailable, "the digest could not be made");
     }
 }
 
@@ -72,7 +72,7 @@ private:
 
     EVP_MD_CTX* get() const {
         if (context_ == nullptr) {
-            throw Exception("NSMallocException", "no memory is left for a digest");
+            throw Exception(exception_name::outOfMemory, "no memory is left for a digest");
         }
         return context_.get();
     }
@@ -85,7 +85,7 @@ private:
 std::unique_ptr<DigestState> Digests::begin(DigestAlgorithm algorithm) {
     const auto* const found = algorithmOf(algorithm);
     if (found == nullptr) {
-        throw Exception("QFDigestUnavailable",
+        throw Exception(exception_name::digestUnavailable,
                         std::string("this machine does not allow ") +
                             algorithmNames.at(static_cast<std::size_t>(algorithm)));
     }

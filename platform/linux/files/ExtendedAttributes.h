@@ -20,11 +20,11 @@ inline std::string attributeName(std::string_view name) {
 /// reach.
 class ExtendedAttributes : public platform::ExtendedAttributes {
 public:
-    Result size(const std::string& path, const std::string& name) override;
-    Result read(const std::string& path, const std::string& name,
-                std::span<std::byte> buffer) override;
-    [[nodiscard]] Result set(const std::string& path, const std::string& name,
-                             std::string_view value) override;
+    Result<std::size_t> size(const std::string& path, const std::string& name) override;
+    Result<std::size_t> read(const std::string& path, const std::string& name,
+                             std::span<std::byte> buffer) override;
+    Result<void> set(const std::string& path, const std::string& name,
+                     std::string_view value) override;
 };
 
 } // namespace platform::native

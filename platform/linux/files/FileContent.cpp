@@ -1,6 +1,6 @@
 #include "platform/linux/files/FileContent.h"
 
-#include "platform/linux/posix/FileSizeSignal.h"
+#include "platform/linux/posix/BlockSigxfsz.h"
 #include "platform/linux/posix/SystemCall.h"
 
 #include <linux/fs.h>
@@ -32,45 +32,44 @@ bool hasHoles(const struct statx& status) {
     return status.stx_blocks * sectorSize < status.stx_size;
 }
 
-/// Reads until the block is full or the file ends. Gives the number of bytes, or -1 with errno.
-ssize_t readBlock(int file, std::vector<char>& block, off_t offset) {
+/// Reads until the block is full or the file ends. Returns the number of bytes.
+SystemResult<std::size_t> readBlock(int file, std::vector<char>& block, off_t offset) {
     std::size_t size = 0;
     while (size < block.size()) {
-        const auto count = uninterrupted([&] {
+        const auto count = retryOnEintr([&] {
             return ::pread(file, block.data() + size, block.size() - size,
                            offset + static_cast<off_t>(size));
         });
         if (count < 0) {
-            return -1;
+            return Unexpected(Errno::last());
         }
         if (count == 0) {
             break;
         }
         size += static_cast<std::size_t>(count);
     }
-    return static_cast<ssize_t>(size);
+    return size;
 }
 
-/// Gives 0, or the errno.
-int writeAt(int file, std::string_view content, off_t offset) {
+SystemResult<void> writeAt(int file, std::string_view content, off_t offset) {
     while (!content.empty()) {
         const auto count =
-            uninterrupted([&] { return ::pwrite(file, content.data(), content.size(), offset); });
+            retryOnEintr([&] { return ::pwrite(file, content.data(), content.size(), offset); });
         if (count <= 0) {
-            return count < 0 ? errno : EIO;
+            return Unexpected(count < 0 ? Errno::last() : Errno(EIO));
         }
         content.remove_prefix(static_cast<std::size_t>(count));
         offset += count;
     }
-    return 0;
+    return {};
 }
 
 bool isZero(std::string_view page) {
     return page.front() == 0 && std::memcmp(page.data(), page.data() + 1, page.size() - 1) == 0;
 }
 
-/// Writes what is not zero, in as few calls as that takes. Gives 0, or the errno.
-int writeWithHoles(int file, std::string_view content, off_t offset) {
+/// Writes what is not zero, in as few calls as that takes.
+SystemResult<void> writeWithHoles(int file, std::string_view content, off_t offset) {
     std::size_t begin = 0;
     for (std::size_t end = 0; begin < content.size(); begin = end) {
         const auto skipsHole = isZero(content.substr(begin, pageSize));
@@ -78,22 +77,24 @@ int writeWithHoles(int file, std::string_view content, off_t offset) {
         while (end < content.size() && isZero(content.substr(end, pageSize)) == skipsHole) {
             end = std::min(end + pageSize, content.size());
         }
-        const int error = skipsHole ? 0
-                                    : writeAt(file, content.substr(begin, end - begin),
-                                              offset + static_cast<off_t>(begin));
-        if (error != 0) {
-            return error;
+        if (skipsHole) {
+            continue;
+        }
+        auto written =
+            writeAt(file, content.substr(begin, end - begin), offset + static_cast<off_t>(begin));
+        if (!written) {
+            return written;
         }
     }
-    return 0;
+    return {};
 }
 
 } // namespace
 
-int FileContent::copy(int source, const struct statx& status, int copy) {
-    holdBackFileSizeSignal();
+SystemResult<void> FileContent::copy(int source, const struct statx& status, int copy) {
+    blockSigxfsz();
     if (share(source, copy)) {
-        return 0;
+        return {};
     }
     const bool withHoles = hasHoles(status);
     const bool isSmall = status.stx_size < blockSize;
@@ -110,7 +111,7 @@ bool FileContent::share(int source, int copy) {
 off_t FileContent::copyRanges(int source, int copy) {
     off_t copied = 0;
     while (canCopyRanges_) {
-        const auto count = uninterrupted(
+        const auto count = retryOnEintr(
             [&] { return ::copy_file_range(source, nullptr, copy, nullptr, rangeSize, 0); });
         canCopyRanges_ = count >= 0;
         if (count <= 0) {
@@ -121,45 +122,47 @@ off_t FileContent::copyRanges(int source, int copy) {
     return copied;
 }
 
-/// Reads and writes what follows `offset`. Gives 0, or the errno.
-int FileContent::copyBlocks(int source, int copy, off_t offset, bool withHoles) {
+/// Reads and writes what follows `offset`.
+SystemResult<void> FileContent::copyBlocks(int source, int copy, off_t offset, bool withHoles) {
     block_.resize(blockSize);
     for (;;) {
         const auto size = readBlock(source, block_, offset);
-        if (size < 0) {
-            return errno;
+        if (!size) {
+            return Unexpected(size.error());
         }
-        const std::string_view content(block_.data(), static_cast<std::size_t>(size));
-        const int error =
+        const std::string_view content(block_.data(), *size);
+        auto written =
             withHoles ? writeWithHoles(copy, content, offset) : writeAt(copy, content, offset);
-        if (error != 0) {
-            return error;
+        if (!written) {
+            return written;
         }
-        offset += size;
+        offset += static_cast<off_t>(*size);
         if (content.size() < block_.size()) {
             break;
         }
     }
-    return !withHoles || ::ftruncate(copy, offset) == 0 ? 0 : errno;
+    return withHoles ? checked(::ftruncate(copy, offset)) : SystemResult<void>();
 }
 
-int FileContent::compare(int one, int other) {
+SystemResult<void> FileContent::compare(int one, int other) {
     block_.resize(blockSize);
     otherBlock_.resize(blockSize);
     for (off_t offset = 0;;) {
         const auto size = readBlock(one, block_, offset);
-        const auto otherSize = size < 0 ? -1 : readBlock(other, otherBlock_, offset);
-        if (otherSize < 0) {
-            return errno;
+        if (!size) {
+            return Unexpected(size.error());
         }
-        const auto length = static_cast<std::size_t>(size);
-        if (size != otherSize || std::memcmp(block_.data(), otherBlock_.data(), length) != 0) {
-            return EIO;
+        const auto otherSize = readBlock(other, otherBlock_, offset);
+        if (!otherSize) {
+            return Unexpected(otherSize.error());
         }
-        if (length < block_.size()) {
-            return 0;
+        if (*size != *otherSize || std::memcmp(block_.data(), otherBlock_.data(), *size) != 0) {
+            return Unexpected(Errno(EIO));
         }
-        offset += size;
+        if (*size < block_.size()) {
+            return {};
+        }
+        offset += static_cast<off_t>(*size);
     }
 }
 

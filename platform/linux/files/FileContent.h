@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/linux/posix/Errno.h"
+
 #include <sys/stat.h>
 #include <sys/types.h>
 
@@ -13,17 +15,16 @@ class FileContent {
 public:
     /// Copies all of `source`, whose status is given, into the empty file `copy`. Blocks are shared
     /// where the file system can do that. Where the source has holes, all of it is read, and the
-    /// blocks of zeros are left out: what a file system tells about holes is not relied on. Gives
-    /// 0, or the errno.
-    [[nodiscard]] int copy(int source, const struct statx& status, int copy);
+    /// blocks of zeros are left out: what a file system tells about holes is not relied on.
+    SystemResult<void> copy(int source, const struct statx& status, int copy);
 
-    /// Compares what two files hold. Gives 0 when it is the same, EIO when it is not, or the errno.
-    [[nodiscard]] int compare(int one, int other);
+    /// Compares what two files hold. EIO when it is not the same.
+    SystemResult<void> compare(int one, int other);
 
 private:
     bool share(int source, int copy);
     off_t copyRanges(int source, int copy);
-    int copyBlocks(int source, int copy, off_t offset, bool withHoles);
+    SystemResult<void> copyBlocks(int source, int copy, off_t offset, bool withHoles);
 
     std::vector<char> block_;
     std::vector<char> otherBlock_;

@@ -1,8 +1,8 @@
 #include "platform/linux/files/FileStreams.h"
 
-#include "platform/linux/files/SpaceAhead.h"
+#include "platform/linux/files/Preallocation.h"
+#include "platform/linux/posix/BlockSigxfsz.h"
 #include "platform/linux/posix/FileDescriptor.h"
-#include "platform/linux/posix/FileSizeSignal.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -46,7 +46,7 @@ public:
     }
 
     std::size_t write(std::span<const std::byte> bytes) override {
-        holdBackFileSizeSignal();
+        blockSigxfsz();
         spaceAhead_.reserve(descriptor_.get(), position_);
         std::size_t total = 0;
         while (total < bytes.size()) {
@@ -86,7 +86,7 @@ private:
 
     FileDescriptor descriptor_;
     ItemIdentity identity_;
-    SpaceAhead spaceAhead_;
+    Preallocation spaceAhead_;
     std::uint64_t position_ = 0;
     bool isAtEnd_ = false;
     int errorIndicator_ = 0;

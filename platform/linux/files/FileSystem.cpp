@@ -1,10 +1,10 @@
 #include "platform/linux/files/FileSystem.h"
 
 #include "platform/foundation/Path.h"
+#include "platform/linux/files/AtomicFile.h"
 #include "platform/linux/files/CreationDate.h"
 #include "platform/linux/files/ItemTransfer.h"
 #include "platform/linux/files/TreeRemoval.h"
-#include "platform/linux/files/WholeFiles.h"
 #include "platform/linux/posix/Directory.h"
 #include "platform/linux/posix/Errors.h"
 #include "platform/linux/posix/FileDescriptor.h"
@@ -27,34 +27,62 @@ namespace platform::native {
 
 namespace {
 
-/// Changes the immutable flag of a regular file or a folder. Gives 0, or the errno.
-int changeImmutableFlag(const std::string& path, bool immutable) {
-    constexpr int access = O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
-    const FileDescriptor item(
-        atPath(path, [](int folder, const char* rest) { return ::openat(folder, rest, access); }));
+constexpr Unexpected notAbsolute{Errno(EINVAL)};
+
+bool isAbsolute(const std::string& path) {
+    return path.starts_with('/');
+}
+
+/// Changes the immutable flag of a regular file or a folder.
+SystemResult<void> changeImmutableFlag(const std::string& path, bool immutable) {
+    const auto item = openAtPath(path, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+    if (!item) {
+        return Unexpected(item.error());
+    }
     int flags = 0;
-    if (!item || ::ioctl(item.get(), FS_IOC_GETFLAGS, &flags) != 0) {
-        return errno;
+    if (auto read = checked(::ioctl(item->get(), FS_IOC_GETFLAGS, &flags)); !read) {
+        return read;
     }
     flags = immutable ? flags | FS_IMMUTABLE_FL : flags & ~FS_IMMUTABLE_FL;
-    return ::ioctl(item.get(), FS_IOC_SETFLAGS, &flags) == 0 ? 0 : errno;
+    return checked(::ioctl(item->get(), FS_IOC_SETFLAGS, &flags));
 }
 
 /// The status of what stands at a path; links are followed. Nothing when there is none.
 std::optional<struct stat> statusOfItem(const std::string& path) {
     struct stat status {};
-    const int result = atPath(path, [&status](int folder, const char* rest) {
+    const auto found = atPath(path, [&status](int folder, const char* rest) {
         return ::fstatat(folder, rest, &status, 0);
     });
-    return result == 0 ? std::optional(status) : std::nullopt;
+    return found ? std::optional(status) : std::nullopt;
 }
 
-/// Asks for what `mask` says of what stands at a path; of a link, its own. Gives 0, or the errno.
-int ownStatusOfItem(const std::string& path, unsigned mask, struct statx& status) {
-    const int result = atPath(path, [&](int folder, const char* rest) {
+/// What `mask` says of the item at a path; of a link, its own.
+SystemResult<struct statx> ownStatusOfItem(const std::string& path, unsigned mask) {
+    struct statx status {};
+    const auto found = atPath(path, [&](int folder, const char* rest) {
         return ::statx(folder, rest, AT_SYMLINK_NOFOLLOW, mask, &status);
     });
-    return result == 0 ? 0 : errno;
+    if (!found) {
+        return Unexpected(found.error());
+    }
+    return status;
+}
+
+/// Sets or clears the immutable flag where that is not as it should be.
+SystemResult<void> makeImmutable(const std::string& path, bool immutable) {
+    const auto status = ownStatusOfItem(path, STATX_TYPE);
+    if (!status) {
+        return Unexpected(status.error());
+    }
+    const bool canBeImmutable = (status->stx_attributes_mask & STATX_ATTR_IMMUTABLE) != 0;
+    const bool isImmutable = canBeImmutable && (status->stx_attributes & STATX_ATTR_IMMUTABLE) != 0;
+    if (immutable == isImmutable) {
+        return {};
+    }
+    if (!canBeImmutable || !(S_ISREG(status->stx_mode) || S_ISDIR(status->stx_mode))) {
+        return Unexpected(Errno(EOPNOTSUPP));
+    }
+    return changeImmutableFlag(path, immutable);
 }
 
 /// The size of a folder's entry, where it counts.
@@ -69,18 +97,26 @@ std::optional<std::uint64_t> sizeOf(int folder, const DirectoryEntry& entry) {
 
 template <class Size>
 std::optional<std::vector<DirectoryEntry>> readFolder(const std::string& path, Size size) {
-    constexpr int access = O_RDONLY | O_DIRECTORY | O_NONBLOCK | O_CLOEXEC;
-    Directory directory(FileDescriptor(
-        atPath(path, [](int folder, const char* rest) { return ::openat(folder, rest, access); })));
+    auto folder = openAtPath(path, O_RDONLY | O_DIRECTORY | O_NONBLOCK | O_CLOEXEC);
+    if (!folder) {
+        return std::nullopt;
+    }
+    auto directory = Directory::of(*std::move(folder));
     if (!directory) {
         return std::nullopt;
     }
     std::vector<DirectoryEntry> entries;
-    while (auto entry = directory.next()) {
-        entry->size = size(directory.descriptor(), *entry);
-        entries.push_back(std::move(*entry));
+    for (;;) {
+        auto entry = directory->next();
+        if (!entry) {
+            return std::nullopt;
+        }
+        if (!*entry) {
+            return entries;
+        }
+        (*entry)->size = size(directory->descriptor(), **entry);
+        entries.push_back(**std::move(entry));
     }
-    return directory.error() == 0 ? std::optional(std::move(entries)) : std::nullopt;
 }
 
 Date dateOf(const statx_timestamp& time) {
@@ -95,36 +131,43 @@ timespec timespecOf(Date date) {
             .tv_nsec = std::chrono::nanoseconds(sinceEpoch - seconds).count()};
 }
 
-std::optional<Error> failureOf(const std::optional<EntryFailure>& failure, const char* participle) {
-    return failure ? std::optional(posixError(failure->number, failure->name, participle))
-                   : std::nullopt;
+/// What system calls on the item at a path came to.
+template <class T>
+Result<void> report(const SystemResult<T>& result, const std::string& path,
+                    const char* participle) {
+    if (!result) {
+        return Unexpected(posixError(result.error(), path::lastComponent(path), participle));
+    }
+    return {};
 }
 
-std::optional<Error> errorUnlessZero(int number, const std::string& path, const char* participle) {
-    return number == 0 ? std::nullopt
-                       : std::optional(posixError(number, path::lastComponent(path), participle));
+/// The same of work on a tree.
+Result<void> report(const EntryResult<void>& result, const char* participle) {
+    if (!result) {
+        return Unexpected(posixError(result.error().number, result.error().name, participle));
+    }
+    return {};
 }
 
 /// A copy, or a move, from path to path.
-std::optional<Error> transfer(const std::string& path, const std::string& newPath,
-                              std::optional<EntryFailure> (*work)(int, const std::string&, int,
-                                                                  const std::string&),
-                              const char* participle) {
-    ItemPlace source;
-    ItemPlace destination;
-    int error = findPlace(path, source);
-    if (error == 0) {
-        error = findPlace(newPath, destination);
+Result<void> transfer(const std::string& path, const std::string& newPath,
+                      EntryResult<void> (*work)(int, const std::string&, int, const std::string&),
+                      const char* participle) {
+    const auto source = findPlace(path);
+    if (!source) {
+        return report(source, path, participle);
     }
-    if (error != 0) {
-        return posixError(error, path::lastComponent(path), participle);
+    const auto destination = findPlace(newPath);
+    if (!destination) {
+        return report(destination, path, participle);
     }
-    const auto failure =
-        work(source.folder.get(), source.name, destination.folder.get(), destination.name);
-    if (failure && failure->number == EINVAL) {
-        return posixError(EINVAL, failure->name, participle, "it can’t be put inside itself");
+    const auto done =
+        work(source->folder.get(), source->name, destination->folder.get(), destination->name);
+    if (!done && done.error().number.is(EINVAL)) {
+        return Unexpected(posixError(Errno(EINVAL), done.error().name, participle,
+                                     "it can’t be put inside itself"));
     }
-    return failureOf(failure, participle);
+    return report(done, participle);
 }
 
 } // namespace
@@ -143,9 +186,11 @@ bool FileSystem::isExecutable(const std::string& path) {
 }
 
 bool FileSystem::isWritable(const std::string& path) {
-    return atPath(path, [](int folder, const char* rest) {
-               return ::faccessat(folder, rest, W_OK, AT_EACCESS);
-           }) == 0;
+    return atPath(path,
+                  [](int folder, const char* rest) {
+                      return ::faccessat(folder, rest, W_OK, AT_EACCESS);
+                  })
+        .ok();
 }
 
 std::optional<ItemIdentity> FileSystem::identityOfItem(const std::string& path) {
@@ -156,28 +201,28 @@ std::optional<ItemIdentity> FileSystem::identityOfItem(const std::string& path) 
 
 std::optional<std::string> FileSystem::destinationOfSymbolicLink(const std::string& path) {
     std::array<char, PATH_MAX> target{};
-    const ssize_t length = atPath(path, [&target](int folder, const char* rest) {
+    const auto length = atPath(path, [&target](int folder, const char* rest) {
         return ::readlinkat(folder, rest, target.data(), target.size());
     });
-    return length < 0 ? std::nullopt
-                      : std::optional(std::string(target.data(), static_cast<std::size_t>(length)));
+    return length ? std::optional(std::string(target.data(), static_cast<std::size_t>(*length)))
+                  : std::nullopt;
 }
 
 std::optional<ItemAttributes> FileSystem::attributesOfItem(const std::string& path) {
-    struct statx status {};
-    if (ownStatusOfItem(path, STATX_BASIC_STATS | STATX_BTIME, status) != 0) {
+    const auto status = ownStatusOfItem(path, STATX_BASIC_STATS | STATX_BTIME);
+    if (!status) {
         return std::nullopt;
     }
-    const auto kind = itemKind(status.stx_mode);
+    const auto kind = itemKind(status->stx_mode);
     auto creationDate = storedCreationDate(path, kind);
-    if (!creationDate && (status.stx_mask & STATX_BTIME) != 0) {
-        creationDate = dateOf(status.stx_btime);
+    if (!creationDate && (status->stx_mask & STATX_BTIME) != 0) {
+        creationDate = dateOf(status->stx_btime);
     }
     return ItemAttributes{.kind = kind,
-                          .size = status.stx_size,
-                          .modificationDate = dateOf(status.stx_mtime),
+                          .size = status->stx_size,
+                          .modificationDate = dateOf(status->stx_mtime),
                           .creationDate = creationDate,
-                          .immutable = (status.stx_attributes_mask & status.stx_attributes &
+                          .immutable = (status->stx_attributes_mask & status->stx_attributes &
                                         STATX_ATTR_IMMUTABLE) != 0};
 }
 
@@ -193,72 +238,51 @@ FileSystem::contentsOfDirectoryWithSizes(const std::string& path) {
     return readFolder(path, sizeOf);
 }
 
-std::optional<Error> FileSystem::createDirectory(const std::string& path) {
+Result<void> FileSystem::createDirectory(const std::string& path) {
     constexpr mode_t everything = 0777;
-    return errorUnlessZero(path.starts_with('/') ? makeFolders(path, everything) : EINVAL, path,
-                           "created");
+    return report(isAbsolute(path) ? makeFolders(path, everything) : notAbsolute, path, "created");
 }
 
-std::optional<Error> FileSystem::moveItem(const std::string& path, const std::string& newPath) {
+Result<void> FileSystem::moveItem(const std::string& path, const std::string& newPath) {
     return transfer(path, newPath, native::moveItem, "moved");
 }
 
-std::optional<Error> FileSystem::copyItem(const std::string& path, const std::string& newPath) {
+Result<void> FileSystem::copyItem(const std::string& path, const std::string& newPath) {
     return transfer(path, newPath, native::copyItem, "copied");
 }
 
-std::optional<Error> FileSystem::writeAtomically(const std::string& path,
-                                                 std::string_view content) {
-    return errorUnlessZero(path.starts_with('/') ? replaceFile(path, content) : EINVAL, path,
-                           "saved");
+Result<void> FileSystem::writeAtomically(const std::string& path, std::string_view content) {
+    return report(isAbsolute(path) ? replaceFile(path, content) : notAbsolute, path, "saved");
 }
 
-std::optional<Error> FileSystem::setModificationDate(const std::string& path, Date date) {
+Result<void> FileSystem::setModificationDate(const std::string& path, Date date) {
     const std::array<timespec, 2> times{timespec{.tv_sec = 0, .tv_nsec = UTIME_OMIT},
                                         timespecOf(date)};
-    const int result = atPath(path, [&times](int folder, const char* rest) {
+    const auto changed = atPath(path, [&times](int folder, const char* rest) {
         return ::utimensat(folder, rest, times.data(), 0);
     });
-    return errorUnlessZero(result == 0 ? 0 : errno, path, "changed");
+    return report(changed, path, "changed");
 }
 
-std::optional<Error> FileSystem::setCreationDate(const std::string& path, Date date) {
-    return errorUnlessZero(storeCreationDate(path, date), path, "changed");
+Result<void> FileSystem::setCreationDate(const std::string& path, Date date) {
+    return report(storeCreationDate(path, date), path, "changed");
 }
 
-std::optional<Error> FileSystem::setPosixPermissions(const std::string& path,
-                                                     unsigned permissions) {
-    const int result = atPath(path, [permissions](int folder, const char* rest) {
+Result<void> FileSystem::setPosixPermissions(const std::string& path, unsigned permissions) {
+    const auto changed = atPath(path, [permissions](int folder, const char* rest) {
         return ::fchmodat(folder, rest, permissions, 0);
     });
-    return errorUnlessZero(result == 0 ? 0 : errno, path, "changed");
+    return report(changed, path, "changed");
 }
 
-std::optional<Error> FileSystem::setImmutable(const std::string& path, bool immutable) {
-    const auto failure = [&](int number) {
-        return posixError(number, path::lastComponent(path), immutable ? "locked" : "unlocked");
-    };
-    struct statx status {};
-    if (const int error = ownStatusOfItem(path, STATX_TYPE, status); error != 0) {
-        return failure(error);
-    }
-    const bool canBeImmutable = (status.stx_attributes_mask & STATX_ATTR_IMMUTABLE) != 0;
-    const bool isImmutable = canBeImmutable && (status.stx_attributes & STATX_ATTR_IMMUTABLE) != 0;
-    if (immutable == isImmutable) {
-        return std::nullopt;
-    }
-    if (!canBeImmutable || !(S_ISREG(status.stx_mode) || S_ISDIR(status.stx_mode))) {
-        return failure(EOPNOTSUPP);
-    }
-    const int error = changeImmutableFlag(path, immutable);
-    return error == 0 ? std::nullopt : std::optional(failure(error));
+Result<void> FileSystem::setImmutable(const std::string& path, bool immutable) {
+    return report(makeImmutable(path, immutable), path, immutable ? "locked" : "unlocked");
 }
 
-std::optional<Error> FileSystem::removeItem(const std::string& path) {
-    ItemPlace place;
-    const int error = findPlace(path, place);
-    return error == 0 ? failureOf(removeTree(place.folder.get(), place.name), "removed")
-                      : errorUnlessZero(error, path, "removed");
+Result<void> FileSystem::removeItem(const std::string& path) {
+    const auto place = findPlace(path);
+    return place ? report(removeTree(place->folder.get(), place->name), "removed")
+                 : report(place, path, "removed");
 }
 
 } // namespace platform::native

@@ -1,6 +1,7 @@
 #include "platform/linux/files/ItemTransfer.h"
 
-#include "platform/linux/files/KeptAttributes.h"
+#include "platform/linux/files/Metadata.h"
+#include "platform/linux/files/SpecialFiles.h"
 #include "platform/linux/files/TemporaryItem.h"
 #include "platform/linux/files/TreeCopy.h"
 #include "platform/linux/files/TreeRemoval.h"
@@ -14,29 +15,27 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <optional>
 
 namespace platform::native {
 
 namespace {
 
-using TransferOutcome = std::optional<EntryFailure>;
-
-TransferOutcome failureUnlessZero(int error, const std::string& name) {
-    return error == 0 ? std::nullopt : std::optional(EntryFailure{error, name});
-}
-
 /// Whether an open folder is the one of this identity, or in it.
 bool isInside(int folder, const Identity& outer) {
-    FileDescriptor current(::openat(folder, ".", O_PATH | O_DIRECTORY | O_CLOEXEC));
+    auto current = opened(::openat(folder, ".", O_PATH | O_DIRECTORY | O_CLOEXEC));
     std::optional<Identity> below;
-    struct statx status {};
-    while (current && statusOf(current.get(), status) == 0 && identityOf(status) != below) {
-        below = identityOf(status);
+    while (current) {
+        const auto status = statusOf(current->get());
+        if (!status || identityOf(*status) == below) {
+            return false;
+        }
+        below = identityOf(*status);
         if (below == outer) {
             return true;
         }
-        current = FileDescriptor(
-            ::openat(current.get(), "..", O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+        current =
+            opened(::openat(current->get(), "..", O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
     }
     return false;
 }
@@ -47,8 +46,8 @@ bool holds(const struct statx& status, int folder) {
 }
 
 /// What it means that an item cannot get its new name, once that would not put it into itself.
-int namingFailure(int error) {
-    return error == EINVAL ? nameNotAllowed : error;
+SystemResult<void> afterNaming(const SystemResult<void>& named) {
+    return failedWith(named, EINVAL) ? Unexpected(nameNotAllowed) : named;
 }
 
 /// One copy, or one move between volumes.
@@ -59,103 +58,112 @@ public:
         : source_(source), name_(name), destination_(destination), newName_(newName),
           purpose_(purpose), isMove_(purpose == CopyPurpose::replaceSource) {}
 
-    TransferOutcome run() {
-        if (const int error = examine(); error != 0) {
-            return EntryFailure{error, name_};
+    EntryResult<void> run() {
+        if (const auto examined = examine(); !examined) {
+            return aboutEntry(name_, examined);
         }
         const bool isFolder = S_ISDIR(status_.stx_mode);
-        auto failure =
-            isFolder || S_ISREG(status_.stx_mode) ? copyOpened(isFolder) : copyInOneStep();
-        if (!failure && isMove_) {
-            failure = removeTree(source_, name_, {.only = &copied_});
-        }
-        return failure;
+        auto done = isFolder || S_ISREG(status_.stx_mode) ? copyOpened(isFolder)
+                                                          : aboutEntry(name_, copyInOneStep());
+        return done && isMove_ ? removeTree(source_, name_, {.only = &copied_}) : done;
     }
 
 private:
-    /// Looks at what can be told before anything is done. Gives 0, or the errno.
-    int examine() {
-        struct statx occupant {};
-        if (const int error = statusOfEntry(source_, name_, status_); error != 0) {
-            return error;
+    /// Looks at what can be told before anything is done.
+    SystemResult<void> examine() {
+        const auto status = statusOfEntry(source_, name_);
+        if (!status) {
+            return Unexpected(status.error());
         }
-        if (statusOfEntry(destination_, newName_, occupant) == 0) {
-            return EEXIST;
+        status_ = *status;
+        if (statusOfEntry(destination_, newName_)) {
+            return Unexpected(Errno(EEXIST));
         }
         if (holds(status_, destination_)) {
-            return EINVAL;
+            return Unexpected(Errno(EINVAL));
         }
-        return isMove_ ? checkRemovable() : 0;
+        return isMove_ ? checkRemovable() : SystemResult<void>();
     }
 
-    /// Whether the item may be taken out of its folder. Gives 0, or the errno.
-    int checkRemovable() const {
-        struct statx folder {};
-        if (::faccessat(source_, ".", W_OK | X_OK, AT_EACCESS) != 0) {
-            return errno;
+    /// Whether the item may be taken out of its folder.
+    SystemResult<void> checkRemovable() const {
+        if (auto writable = checked(::faccessat(source_, ".", W_OK | X_OK, AT_EACCESS));
+            !writable) {
+            return writable;
         }
-        if (const int error = statusOf(source_, folder); error != 0) {
-            return error;
+        const auto folder = statusOf(source_);
+        if (!folder) {
+            return Unexpected(folder.error());
         }
         const auto user = ::geteuid();
-        const bool isOthers = (folder.stx_mode & S_ISVTX) != 0 && user != 0 &&
-                              user != status_.stx_uid && user != folder.stx_uid;
-        return isOthers ? EPERM : 0;
+        const bool isOthers = (folder->stx_mode & S_ISVTX) != 0 && user != 0 &&
+                              user != status_.stx_uid && user != folder->stx_uid;
+        if (isOthers) {
+            return Unexpected(Errno(EPERM));
+        }
+        return {};
     }
 
-    /// A link, a FIFO, a socket or a device stands there at once or not at all.
-    TransferOutcome copyInOneStep() {
-        int error = namingFailure(copyUnopened(source_, name_, status_, destination_, newName_));
-        if (error == 0 && isMove_) {
+    /// A link, a FIFO, a socket or a device is there at once or not at all.
+    SystemResult<void> copyInOneStep() {
+        auto done = afterNaming(copyUnopened(source_, name_, status_, destination_, newName_));
+        if (done && isMove_) {
             copied_.add(status_);
-            error = makeNameDurable({});
-            if (error != 0) {
+            done = makeNameDurable({});
+            if (!done) {
                 ::unlinkat(destination_, newName_.c_str(), 0);
             }
         }
-        return failureUnlessZero(error, name_);
+        return done;
     }
 
-    TransferOutcome copyOpened(bool isFolder) {
+    EntryResult<void> copyOpened(bool isFolder) {
         constexpr mode_t privateFolder = S_IFDIR | 0700;
         constexpr mode_t privateFile = S_IFREG | 0600;
-        TemporaryItem copy(destination_, newName_, isFolder ? privateFolder : privateFile);
-        if (copy.error() != 0) {
-            return EntryFailure{copy.error(), name_};
+        auto copy =
+            TemporaryItem::make(destination_, newName_, isFolder ? privateFolder : privateFile);
+        if (!copy) {
+            return Unexpected(EntryError{copy.error(), name_});
         }
-        dropInheritedLists(copy.item().get());
-        if (auto failure = copyTree(source_, name_, copy.item(), purpose_, copied_)) {
-            return failure;
+        dropInheritedAcls(copy->item().get());
+        if (auto copied = copyTree(source_, name_, copy->item(), purpose_, copied_); !copied) {
+            return copied;
         }
-        int error = isMove_ ? makeContentDurable(copy.item(), isFolder) : 0;
-        if (error == 0) {
-            error = namingFailure(copy.rename());
+        return aboutEntry(name_, giveName(*copy, isFolder));
+    }
+
+    /// Lets a whole copy be seen; that of a move is durable by then.
+    SystemResult<void> giveName(TemporaryItem& copy, bool isFolder) const {
+        if (!isMove_) {
+            return afterNaming(copy.rename());
         }
-        if (error == 0 && isMove_) {
-            error = makeNameDurable(copy.item());
-            if (error != 0) {
+        auto done = makeContentDurable(copy.item(), isFolder);
+        if (done) {
+            done = afterNaming(copy.rename());
+        }
+        if (done) {
+            done = makeNameDurable(copy.item());
+            if (!done) {
                 copy.takeBack();
             }
         }
-        return failureUnlessZero(error, name_);
+        return done;
     }
 
     /// Of a folder, the whole volume is written: one call that waits once for all of its files.
-    static int makeContentDurable(const FileDescriptor& item, bool isFolder) {
-        return uninterrupted(
-                   [&] { return isFolder ? ::syncfs(item.get()) : ::fsync(item.get()); }) == 0
-                   ? 0
-                   : errno;
+    static SystemResult<void> makeContentDurable(const FileDescriptor& item, bool isFolder) {
+        return checked(
+            retryOnEintr([&] { return isFolder ? ::syncfs(item.get()) : ::fsync(item.get()); }));
     }
 
     /// Some volumes cannot do that for a folder.
-    int makeNameDurable(const FileDescriptor& item) const {
+    SystemResult<void> makeNameDurable(const FileDescriptor& item) const {
         const auto folder = openFolder(destination_, ".");
         if (!folder) { // It takes items without showing what is in it.
-            return item ? makeContentDurable(item, true) : errno;
+            return item ? makeContentDurable(item, true) : Unexpected(folder.error());
         }
-        const bool done = uninterrupted([&] { return ::fsync(folder.get()); }) == 0;
-        return done || errno == EINVAL || errno == EOPNOTSUPP ? 0 : errno;
+        auto done = checked(retryOnEintr([&] { return ::fsync(folder->get()); }));
+        return failedWith(done, EINVAL, EOPNOTSUPP) ? SystemResult<void>() : done;
     }
 
     int source_;
@@ -165,28 +173,29 @@ private:
     CopyPurpose purpose_;
     bool isMove_;
     struct statx status_ {};
-    CopiedItems copied_;
+    CopyFingerprints copied_;
 };
 
 } // namespace
 
-TransferOutcome copyItem(int source, const std::string& name, int destination,
-                         const std::string& newName) {
+EntryResult<void> copyItem(int source, const std::string& name, int destination,
+                           const std::string& newName) {
     return Transfer(source, name, destination, newName, CopyPurpose::keepBoth).run();
 }
 
-TransferOutcome moveItem(int source, const std::string& name, int destination,
-                         const std::string& newName) {
-    int error = renameWithoutReplacing(source, name, destination, newName);
-    if (error == EXDEV) {
+EntryResult<void> moveItem(int source, const std::string& name, int destination,
+                           const std::string& newName) {
+    auto renamed = renameWithoutReplacing(source, name, destination, newName);
+    if (failedWith(renamed, EXDEV)) {
         return Transfer(source, name, destination, newName, CopyPurpose::replaceSource).run();
     }
-    struct statx status {};
-    if (error == EINVAL && statusOfEntry(source, name, status) == 0 &&
-        !holds(status, destination)) {
-        error = nameNotAllowed;
+    if (failedWith(renamed, EINVAL)) {
+        const auto status = statusOfEntry(source, name);
+        if (status && !holds(*status, destination)) {
+            renamed = Unexpected(nameNotAllowed);
+        }
     }
-    return failureUnlessZero(error, name);
+    return aboutEntry(name, renamed);
 }
 
 } // namespace platform::native

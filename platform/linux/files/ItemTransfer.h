@@ -1,8 +1,7 @@
 #pragma once
 
-#include "platform/linux/posix/EntryFailure.h"
+#include "platform/linux/posix/Errno.h"
 
-#include <optional>
 #include <string>
 
 namespace platform::native {
@@ -12,13 +11,13 @@ namespace platform::native {
 /// The copy of a file or folder grows under a hidden name there. EINVAL means that the destination
 /// is inside the item, EEXIST that its name is taken; names that the volume cannot hold are
 /// nameNotAllowed and nameNotDistinct.
-[[nodiscard]] std::optional<EntryFailure> copyItem(int source, const std::string& name,
-                                                   int destination, const std::string& newName);
+EntryResult<void> copyItem(int source, const std::string& name, int destination,
+                           const std::string& newName);
 
 /// Moves an entry, as platform::FileSystem::moveItem() says. Whether that needs a copy is found out
 /// by the attempt to rename. An item of which a part could not be removed afterwards is not copied
 /// at all. Failures are those of copyItem().
-[[nodiscard]] std::optional<EntryFailure> moveItem(int source, const std::string& name,
-                                                   int destination, const std::string& newName);
+EntryResult<void> moveItem(int source, const std::string& name, int destination,
+                           const std::string& newName);
 
 } // namespace platform::native

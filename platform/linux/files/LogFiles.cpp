@@ -4,9 +4,9 @@
 #include "platform/foundation/Path.h"
 #include "platform/linux/files/TemporaryItem.h"
 #include "platform/linux/files/TreeRemoval.h"
+#include "platform/linux/posix/BlockSigxfsz.h"
 #include "platform/linux/posix/Errors.h"
 #include "platform/linux/posix/FileDescriptor.h"
-#include "platform/linux/posix/FileSizeSignal.h"
 #include "platform/linux/posix/SystemCall.h"
 
 #include <algorithm>
@@ -26,15 +26,18 @@ namespace platform::native {
 
 namespace {
 
-/// The Error of a failed system call on the item at a path.
-Error errorFor(int number, const std::string& path, std::string_view participle) {
-    return posixError(number, path::lastComponent(path), participle);
+/// What system calls on the item at a path came to.
+Result<void> reportOf(const SystemResult<void>& result, const std::string& path,
+                      std::string_view participle) {
+    return posixResult(result, path::lastComponent(path), participle);
 }
 
 /// The system takes a path only up to a zero, which would be another path.
 bool isUsable(const std::string& path) {
     return !path.empty() && path.find('\0') == std::string::npos;
 }
+
+constexpr Unexpected notUsable{Errno(EINVAL)};
 
 class AppendedFile : public LogFile {
 public:
@@ -43,10 +46,7 @@ public:
           path_(std::move(path)) {}
 
     bool append(std::string_view entry) override {
-        if (!isInPlace()) {
-            return false;
-        }
-        holdBackFileSizeSignal();
+        blockSigxfsz();
         if (lineIsTorn_) {
             write("\n");
         }
@@ -77,9 +77,10 @@ private:
                 continue;
             }
             if (written <= 0) {
-                const int code = written < 0 ? errno : ENOSPC;
-                throw Exception("NSFileHandleOperationException",
-                                errorFor(code, path_, "written to").localizedDescription);
+                const auto code = written < 0 ? Errno::last() : Errno(ENOSPC);
+                throw Exception(
+                    exception_name::fileHandleOperation,
+                    failureSentence(path::lastComponent(path_), "written to", reason(code)));
             }
             bytes.remove_prefix(static_cast<std::size_t>(written));
             lineIsTorn_ = !bytes.empty();
@@ -131,27 +132,58 @@ bool isTrusted(const struct stat& file, const std::string& path) {
 }
 
 /// Puts an empty file in the place of what stands at the path. It need not outlive a crash of the
-/// machine, as its entries do not. Gives 0, or the errno.
-int putEmptyFile(const std::string& path) {
+/// machine, as its entries do not.
+SystemResult<void> putEmptyFile(const std::string& path) {
     const auto folderPath = path::deletingLastComponent(path);
-    const FileDescriptor folder(::open(folderPath.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const auto folder = opened(::open(folderPath.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (!folder) {
-        return errno;
+        return Unexpected(folder.error());
     }
-    TemporaryItem file(folder.get(), path::lastComponent(path), S_IFREG | 0644);
-    return file.error() != 0 ? file.error() : file.replace();
+    auto file = TemporaryItem::make(folder->get(), path::lastComponent(path), S_IFREG | 0644);
+    if (!file) {
+        return Unexpected(file.error());
+    }
+    return file->replace();
 }
 
-std::optional<Error> removeFolder(const std::string& path) {
+SystemResult<void> removeFolder(const std::string& path) {
     const auto parentPath = path::deletingLastComponent(path);
-    const FileDescriptor parent(::open(parentPath.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const auto parent = opened(::open(parentPath.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (!parent) {
-        return errorFor(errno, path, "deleted");
+        return Unexpected(parent.error());
     }
-    if (const auto failure = removeTree(parent.get(), path::lastComponent(path))) {
-        return errorFor(failure->number, path, "deleted");
+    if (const auto removed = removeTree(parent->get(), path::lastComponent(path)); !removed) {
+        return Unexpected(removed.error().number);
     }
     return {};
+}
+
+SystemResult<void> createFolders(const std::string& path) {
+    std::error_code error;
+    std::filesystem::create_directories(path, error);
+    if (error) {
+        return Unexpected(Errno(error.value()));
+    }
+    return {};
+}
+
+SystemResult<void> removeAt(const std::string& path) {
+    auto removed = checked(std::remove(path.c_str()));
+    return failedWith(removed, ENOTEMPTY, EEXIST) ? removeFolder(path) : removed;
+}
+
+SystemResult<void> moveTo(const std::string& path, const std::string& newPath) {
+    auto moved =
+        checked(::renameat2(AT_FDCWD, path.c_str(), AT_FDCWD, newPath.c_str(), RENAME_NOREPLACE));
+    if (!failedWith(moved, EINVAL, ENOSYS)) {
+        return moved;
+    }
+    // The file system has no such rename.
+    struct stat there {};
+    if (::lstat(newPath.c_str(), &there) == 0) {
+        return Unexpected(Errno(EEXIST));
+    }
+    return checked(::rename(path.c_str(), newPath.c_str()));
 }
 
 /// The lock on one folder, which other users of the logs look at, and nobody else.
@@ -174,7 +206,7 @@ public:
     /// none.
     bool tryToLock() const {
         return !folder_ ||
-               uninterrupted([this] { return ::flock(folder_.get(), LOCK_EX | LOCK_NB); }) == 0 ||
+               retryOnEintr([this] { return ::flock(folder_.get(), LOCK_EX | LOCK_NB); }) == 0 ||
                errno != EWOULDBLOCK;
     }
 
@@ -215,65 +247,33 @@ bool LogFiles::exists(const std::string& path) {
     return isUsable(path) && ::access(path.c_str(), F_OK) == 0;
 }
 
-std::optional<Error> LogFiles::createFolder(const std::string& path) {
-    std::error_code error;
-    if (isUsable(path)) {
-        std::filesystem::create_directories(path, error);
-    } else {
-        error = std::make_error_code(std::errc::invalid_argument);
-    }
-    if (error) {
-        return errorFor(error.value(), path, "created");
-    }
-    return {};
+Result<void> LogFiles::createFolder(const std::string& path) {
+    return reportOf(isUsable(path) ? createFolders(path) : notUsable, path, "created");
 }
 
-std::optional<Error> LogFiles::removeItem(const std::string& path) {
-    const int code = !isUsable(path) ? EINVAL : std::remove(path.c_str()) == 0 ? 0 : errno;
-    if (code == ENOTEMPTY || code == EEXIST) {
-        return removeFolder(path);
-    }
-    if (code != 0) {
-        return errorFor(code, path, "deleted");
-    }
-    return {};
+Result<void> LogFiles::removeItem(const std::string& path) {
+    return reportOf(isUsable(path) ? removeAt(path) : notUsable, path, "deleted");
 }
 
-std::optional<Error> LogFiles::moveItem(const std::string& path, const std::string& newPath) {
-    int code = EINVAL;
-    if (isUsable(path) && isUsable(newPath)) {
-        code = ::renameat2(AT_FDCWD, path.c_str(), AT_FDCWD, newPath.c_str(), RENAME_NOREPLACE) == 0
-                   ? 0
-                   : errno;
-        if (code == EINVAL || code == ENOSYS) { // a file system that has no such rename
-            struct stat there {};
-            code = ::lstat(newPath.c_str(), &there) == 0          ? EEXIST
-                   : ::rename(path.c_str(), newPath.c_str()) == 0 ? 0
-                                                                  : errno;
-        }
-    }
-    if (code != 0) {
-        return errorFor(code, path, "moved");
-    }
-    return {};
+Result<void> LogFiles::moveItem(const std::string& path, const std::string& newPath) {
+    const bool areUsable = isUsable(path) && isUsable(newPath);
+    return reportOf(areUsable ? moveTo(path, newPath) : notUsable, path, "moved");
 }
 
-std::optional<Error> LogFiles::setAside(const std::string& path, const std::string& newPath) {
+Result<void> LogFiles::setAside(const std::string& path, const std::string& newPath) {
     if (isUsable(path) && isUsable(newPath) && ::link(path.c_str(), newPath.c_str()) == 0) {
         return {};
     }
     return moveItem(path, newPath);
 }
 
-std::optional<Error> LogFiles::createEmptyFile(const std::string& path) {
-    const int code = isUsable(path) ? putEmptyFile(path) : EINVAL;
-    if (code == ENOENT) {
-        return posixError(code, path::lastComponent(path), "created", "its folder doesn’t exist");
+Result<void> LogFiles::createEmptyFile(const std::string& path) {
+    const SystemResult<void> made = isUsable(path) ? putEmptyFile(path) : notUsable;
+    if (failedWith(made, ENOENT)) {
+        return Unexpected(posixError(made.error(), path::lastComponent(path), "created",
+                                     "its folder doesn’t exist"));
     }
-    if (code != 0) {
-        return errorFor(code, path, "created");
-    }
-    return {};
+    return reportOf(made, path, "created");
 }
 
 std::shared_ptr<LogFile> LogFiles::open(const std::string& path) {

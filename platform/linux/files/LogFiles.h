@@ -8,11 +8,11 @@ namespace platform::native {
 class LogFiles : public platform::LogFiles {
 public:
     bool exists(const std::string& path) override;
-    std::optional<Error> createFolder(const std::string& path) override;
-    std::optional<Error> removeItem(const std::string& path) override;
-    std::optional<Error> moveItem(const std::string& path, const std::string& newPath) override;
-    std::optional<Error> setAside(const std::string& path, const std::string& newPath) override;
-    std::optional<Error> createEmptyFile(const std::string& path) override;
+    Result<void> createFolder(const std::string& path) override;
+    Result<void> removeItem(const std::string& path) override;
+    Result<void> moveItem(const std::string& path, const std::string& newPath) override;
+    Result<void> setAside(const std::string& path, const std::string& newPath) override;
+    Result<void> createEmptyFile(const std::string& path) override;
     std::shared_ptr<LogFile> open(const std::string& path) override;
     std::unique_ptr<LogLock> lock(const std::vector<std::string>& folders) override;
 };

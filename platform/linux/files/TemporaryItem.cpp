@@ -35,38 +35,39 @@ std::string temporaryName(const std::string& purpose, int count) {
     return name.data();
 }
 
-FileDescriptor makeItem(int folder, const std::string& name, mode_t mode) {
+SystemResult<FileDescriptor> makeItem(int folder, const std::string& name, mode_t mode) {
     const mode_t permissions = mode & ACCESSPERMS;
     if (!S_ISDIR(mode)) {
-        return FileDescriptor(::openat(
-            folder, name.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, permissions));
+        return opened(::openat(folder, name.c_str(),
+                               O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, permissions));
     }
-    if (::mkdirat(folder, name.c_str(), permissions) != 0) {
-        return {};
+    if (const auto made = checked(::mkdirat(folder, name.c_str(), permissions)); !made) {
+        return Unexpected(made.error());
     }
     auto item = openFolder(folder, name.c_str());
-    if (!item && errno == ENOENT) { // Another process has taken it for an abandoned one.
-        errno = EEXIST;
-    } else if (!item) {
-        const int error = errno;
+    if (failedWith(item, ENOENT)) { // Another process has taken it for an abandoned one.
+        return Unexpected(Errno(EEXIST));
+    }
+    if (!item) {
         ::unlinkat(folder, name.c_str(), AT_REMOVEDIR);
-        errno = error;
     }
     return item;
 }
 
-/// Whether an open item is the entry `name` of an open folder. Gives 0, ENOENT when it is not, or
-/// another errno.
-int checkName(const FileDescriptor& item, int folder, const std::string& name) {
-    struct statx own {};
-    struct statx named {};
-    if (const int error = statusOf(item.get(), own); error != 0) {
-        return error;
+/// Whether an open item is the entry `name` of an open folder; ENOENT when it is not.
+SystemResult<void> checkName(const FileDescriptor& item, int folder, const std::string& name) {
+    const auto own = statusOf(item.get());
+    if (!own) {
+        return Unexpected(own.error());
     }
-    if (const int error = statusOfEntry(folder, name, named); error != 0) {
-        return error;
+    const auto named = statusOfEntry(folder, name);
+    if (!named) {
+        return Unexpected(named.error());
     }
-    return identityOf(own) == identityOf(named) ? 0 : ENOENT;
+    if (identityOf(*own) != identityOf(*named)) {
+        return Unexpected(Errno(ENOENT));
+    }
+    return {};
 }
 
 bool isLockedByOthers(const FileDescriptor& item) {
@@ -75,43 +76,52 @@ bool isLockedByOthers(const FileDescriptor& item) {
 
 } // namespace
 
-TemporaryItem::TemporaryItem(int folder, const std::string& purpose, mode_t mode)
-    : folder_(folder), purpose_(purpose), error_(EEXIST) {
-    for (int count = 1; count <= mostClaims && error_ == EEXIST; ++count) {
+SystemResult<TemporaryItem> TemporaryItem::make(int folder, const std::string& purpose,
+                                                mode_t mode) {
+    TemporaryItem item(folder, purpose);
+    SystemResult<void> claimed = Unexpected(Errno(EEXIST));
+    for (int count = 1; count <= mostClaims && failedWith(claimed, EEXIST); ++count) {
         const auto name = temporaryName(purpose, count);
-        if (claim(name, mode) || (error_ == EEXIST && removeAbandoned(name) && claim(name, mode))) {
-            return;
+        claimed = item.claim(name, mode);
+        if (failedWith(claimed, EEXIST) && item.removeAbandoned(name)) {
+            claimed = item.claim(name, mode);
         }
     }
+    if (!claimed) {
+        return Unexpected(claimed.error());
+    }
+    return item;
 }
 
-/// False, with the reason in error_, when the name is taken (EEXIST) or the item cannot be made.
-bool TemporaryItem::claim(const std::string& name, mode_t mode) {
-    item_ = makeItem(folder_, name, mode);
-    if (!item_) {
-        error_ = errno;
-        return false;
+/// EEXIST when the name is taken.
+SystemResult<void> TemporaryItem::claim(const std::string& name, mode_t mode) {
+    auto item = makeItem(folder_, name, mode);
+    if (!item) {
+        return Unexpected(item.error());
     }
     // Another process may have taken the item for an abandoned one before it was locked.
-    error_ = isLockedByOthers(item_) ? EEXIST : checkName(item_, folder_, name);
-    if (error_ == ENOENT) {
-        error_ = EEXIST;
+    if (isLockedByOthers(*item)) {
+        return Unexpected(Errno(EEXIST));
     }
-    if (error_ == EEXIST) {
-        item_.reset();
-    } else {
-        name_ = name;
+    auto own = checkName(*item, folder_, name);
+    if (failedWith(own, ENOENT)) {
+        return Unexpected(Errno(EEXIST));
     }
-    return error_ == 0;
+    item_ = *std::move(item);
+    name_ = name;
+    return own;
 }
 
 bool TemporaryItem::removeAbandoned(const std::string& name) const {
     const FileDescriptor item(
         ::openat(folder_, name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
-    struct statx status {};
-    return item && statusOf(item.get(), status) == 0 && status.stx_uid == ::geteuid() &&
-           ::flock(item.get(), LOCK_EX | LOCK_NB) == 0 && checkName(item, folder_, name) == 0 &&
-           !removeTree(folder_, name, ownCopy);
+    if (!item) {
+        return false;
+    }
+    const auto status = statusOf(item.get());
+    return status && status->stx_uid == ::geteuid() &&
+           ::flock(item.get(), LOCK_EX | LOCK_NB) == 0 && checkName(item, folder_, name) &&
+           removeTree(folder_, name, ownCopy);
 }
 
 TemporaryItem::~TemporaryItem() {
@@ -120,27 +130,26 @@ TemporaryItem::~TemporaryItem() {
     }
 }
 
-int TemporaryItem::rename() {
+SystemResult<void> TemporaryItem::rename() {
     return renamed(renameWithoutReplacing(folder_, name_, folder_, purpose_));
 }
 
-int TemporaryItem::replace() {
-    const bool done = ::renameat(folder_, name_.c_str(), folder_, purpose_.c_str()) == 0;
-    return renamed(done ? 0 : errno);
+SystemResult<void> TemporaryItem::replace() {
+    return renamed(checked(::renameat(folder_, name_.c_str(), folder_, purpose_.c_str())));
 }
 
-/// Takes note of what became of a rename, and gives that.
-int TemporaryItem::renamed(int error) {
-    if (error == 0) {
+/// Takes note of what became of a rename, and returns that.
+SystemResult<void> TemporaryItem::renamed(const SystemResult<void>& result) {
+    if (result) {
         name_.clear();
     }
-    return error;
+    return result;
 }
 
 void TemporaryItem::takeBack() {
     const auto name = temporaryName(purpose_, mostClaims + 1);
-    if (checkName(item_, folder_, purpose_) == 0 &&
-        renameWithoutReplacing(folder_, purpose_, folder_, name) == 0) {
+    if (checkName(item_, folder_, purpose_) &&
+        renameWithoutReplacing(folder_, purpose_, folder_, name)) {
         name_ = name;
     }
 }

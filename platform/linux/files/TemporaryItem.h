@@ -5,6 +5,7 @@
 #include <sys/types.h>
 
 #include <string>
+#include <utility>
 
 namespace platform::native {
 
@@ -15,43 +16,43 @@ class TemporaryItem {
 public:
     /// Makes one in the open folder `folder`, for the name `purpose`: a file or a folder, as `mode`
     /// says (S_IFREG | 0600), with its permissions less the umask. One that a killed process left
-    /// there for the same name is deleted first. On failure it is none and error() tells why.
-    TemporaryItem(int folder, const std::string& purpose, mode_t mode);
+    /// there for the same name is deleted first.
+    static SystemResult<TemporaryItem> make(int folder, const std::string& purpose, mode_t mode);
 
     /// Deletes the item with all that is in it, unless it has been renamed.
     ~TemporaryItem();
 
+    TemporaryItem(TemporaryItem&& other) noexcept
+        : folder_(other.folder_), purpose_(std::move(other.purpose_)),
+          name_(std::exchange(other.name_, {})), item_(std::move(other.item_)) {}
     TemporaryItem(const TemporaryItem&) = delete;
     TemporaryItem& operator=(const TemporaryItem&) = delete;
-    TemporaryItem(TemporaryItem&&) = delete;
     TemporaryItem& operator=(TemporaryItem&&) = delete;
-
-    /// An errno, or 0.
-    int error() const { return error_; }
 
     /// The item, open for reading and, when it is a file, for writing.
     const FileDescriptor& item() const { return item_; }
 
-    /// Gives the item the name that it is for. What stands there is never replaced: EEXIST. Gives
-    /// 0, or the errno.
-    [[nodiscard]] int rename();
+    /// Gives the item the name that it is for. What stands there is never replaced: EEXIST.
+    SystemResult<void> rename();
 
     /// As rename(), but a file that stands there, or an empty folder where this is one, goes.
-    [[nodiscard]] int replace();
+    SystemResult<void> replace();
 
     /// Takes the given name back, when the item is to be deleted after all.
     void takeBack();
 
 private:
-    bool claim(const std::string& name, mode_t mode);
+    TemporaryItem(int folder, std::string purpose)
+        : folder_(folder), purpose_(std::move(purpose)) {}
+
+    SystemResult<void> claim(const std::string& name, mode_t mode);
     bool removeAbandoned(const std::string& name) const;
-    int renamed(int error);
+    SystemResult<void> renamed(const SystemResult<void>& result);
 
     int folder_;
     std::string purpose_;
     std::string name_; ///< Empty when there is nothing to delete.
     FileDescriptor item_;
-    int error_ = 0;
 };
 
 } // namespace platform::native

@@ -1,10 +1,9 @@
 #pragma once
 
-#include "platform/linux/files/CopiedItems.h"
-#include "platform/linux/posix/EntryFailure.h"
+#include "platform/linux/files/CopyFingerprints.h"
+#include "platform/linux/posix/Errno.h"
 #include "platform/linux/posix/FileDescriptor.h"
 
-#include <optional>
 #include <string>
 
 namespace platform::native {
@@ -20,19 +19,12 @@ enum class CopyPurpose {
 /// Copies the entry `name` of the open folder `source` with all that is in it, but for an entry of
 /// another kind than a file or folder into `top`: an item of the same kind, empty, open for reading
 /// and writing. Links stay links and hard links among the files stay that; owners, modes, times and
-/// extended attributes are kept as keepAttributes() says.
+/// extended attributes are kept as copyMetadata() says.
 ///
 /// Every step goes through the descriptor of a folder, so that a link that others put in a folder's
 /// place leads nowhere. The number of open descriptors is bounded, whatever the depth. The first
 /// failure ends the work; what has been copied stays. With replaceSource, `copied` is filled.
-[[nodiscard]] std::optional<EntryFailure> copyTree(int source, const std::string& name,
-                                                   const FileDescriptor& top, CopyPurpose purpose,
-                                                   CopiedItems& copied);
-
-/// Makes the entry `newName` of the open folder `destination` a copy of the entry `name` of
-/// `source`, which is a link, a FIFO, a socket or a device of this status. What stands there is
-/// never replaced: EEXIST. Gives 0, or the errno; nothing is left of the copy then.
-[[nodiscard]] int copyUnopened(int source, const std::string& name, const struct statx& status,
-                               int destination, const std::string& newName);
+EntryResult<void> copyTree(int source, const std::string& name, const FileDescriptor& top,
+                           CopyPurpose purpose, CopyFingerprints& copied);
 
 } // namespace platform::native

@@ -1,6 +1,6 @@
 #include "platform/linux/files/TreeRemoval.h"
 
-#include "platform/linux/posix/Directory.h"
+#include "platform/linux/posix/FolderStack.h"
 #include "platform/linux/posix/OpenFolder.h"
 
 #include <fcntl.h>
@@ -23,83 +23,77 @@ constexpr std::size_t openRemovalLevels = 32;
 constexpr int patience = 100;
 
 /// What is about to be deleted is not what the rules allow.
-constexpr int notAllowed = EAGAIN;
+constexpr Errno notAllowed{EAGAIN};
 
 /// A folder that is being emptied.
 struct RemovalLevel {
     std::string name;
-    Identity identity;
-    std::optional<Directory> directory; ///< None while the work is far below.
     int passesLeft = patience;
 };
 
-/// One removal. The members that can fail give 0 or an errno, and leave in `culprit_` the name of
-/// the entry that it is about.
+/// One removal.
 class TreeRemoval {
 public:
     TreeRemoval(int parent, const RemovalRules& rules) : parent_(parent), rules_(rules) {}
 
-    std::optional<EntryFailure> run(const std::string& name) {
-        int error = removeEntry({name, ItemKind::other});
-        while (error == 0 && !levels_.empty()) {
-            const auto entry = levels_.back().directory->next();
-            if (entry) {
-                error = removeEntry(*entry);
-            } else if (levels_.back().directory->error() != 0) {
-                error = failure(levels_.back().directory->error(), levels_.back().name);
-            } else {
-                error = leave();
-            }
+    EntryResult<void> run(const std::string& name) {
+        auto done = removeEntry({name, ItemKind::other});
+        while (done && !levels_.empty()) {
+            done = removeNext();
         }
-        return error == 0 ? std::nullopt : std::optional(EntryFailure{error, culprit_});
+        return done;
     }
 
 private:
-    int failure(int error, const std::string& name) {
-        culprit_ = name;
-        return error;
+    /// Removes the next entry of the deepest folder, or that itself after its last.
+    EntryResult<void> removeNext() {
+        const auto entry = folders_.top().next();
+        if (!entry) {
+            return Unexpected(EntryError{entry.error(), levels_.back().name});
+        }
+        return *entry ? removeEntry(**entry) : leave();
     }
 
     /// The open folder that holds the entries of the deepest level.
-    int currentFolder() const {
-        return levels_.empty() ? parent_ : levels_.back().directory->descriptor();
-    }
+    int currentFolder() const { return folders_.empty() ? parent_ : folders_.descriptor(); }
 
     /// Deletes an entry of the current folder, or enters it when it is a folder. One that others
-    /// have deleted counts as done, but for the item itself.
-    int removeEntry(const DirectoryEntry& entry) {
+    /// have deleted counts as done, except the item itself.
+    EntryResult<void> removeEntry(const DirectoryEntry& entry) {
         bool isFolder = entry.kind == ItemKind::folder;
-        int error = 0;
+        SystemResult<void> removed;
         for (int attempt = 0; attempt < patience; ++attempt) {
-            error = isFolder ? enter(entry.name) : unlinkAllowed(entry.name);
-            if (error == 0 || (error == ENOENT && !levels_.empty())) {
-                return 0;
+            removed = isFolder ? enter(entry.name) : unlinkAllowed(entry.name);
+            if (removed || (failedWith(removed, ENOENT) && !levels_.empty())) {
+                return {};
             }
-            if (error != (isFolder ? ENOTDIR : EISDIR)) {
+            if (!failedWith(removed, isFolder ? ENOTDIR : EISDIR)) {
                 break;
             }
             isFolder = !isFolder;
         }
-        return failure(error, entry.name);
+        return aboutEntry(entry.name, removed);
     }
 
-    int unlinkAllowed(const std::string& name) const {
+    SystemResult<void> unlinkAllowed(const std::string& name) const {
         if (rules_.only != nullptr) {
-            struct statx status {};
-            const int error = statusOfEntry(currentFolder(), name, status);
-            if (error != 0 || !rules_.only->contains(status)) {
-                return error != 0 ? error : notAllowed;
+            const auto status = statusOfEntry(currentFolder(), name);
+            if (!status) {
+                return Unexpected(status.error());
+            }
+            if (!rules_.only->contains(*status)) {
+                return Unexpected(notAllowed);
             }
         }
         return unlinkCurrent(name, 0);
     }
 
-    int unlinkCurrent(const std::string& name, int flags) const {
-        return ::unlinkat(currentFolder(), name.c_str(), flags) == 0 ? 0 : errno;
+    SystemResult<void> unlinkCurrent(const std::string& name, int flags) const {
+        return checked(::unlinkat(currentFolder(), name.c_str(), flags));
     }
 
     /// Makes the folder `name` the deepest level. ENOTDIR means that it is no folder, or no more.
-    int enter(const std::string& name) {
+    SystemResult<void> enter(const std::string& name) {
         if (rules_.unlocksFolders) {
             constexpr mode_t accessible = 0700;
             // Entering it tells whether that was of use.
@@ -108,95 +102,75 @@ private:
         }
         auto folder = openFolder(currentFolder(), name.c_str());
         if (!folder) {
-            return couldNotOpen(name, errno);
+            return couldNotOpen(name, folder.error());
         }
-        struct statx status {};
-        if (const int error = examine(folder, status); error != 0) {
-            return error;
+        const auto status = examine(*folder);
+        if (!status) {
+            return Unexpected(status.error());
         }
-        RemovalLevel level{name, identityOf(status)};
-        level.directory.emplace(std::move(folder));
-        if (!*level.directory) {
-            return errno;
+        auto pushed = folders_.push(*std::move(folder), identityOf(*status));
+        if (pushed) {
+            levels_.push_back({name});
         }
-        levels_.push_back(std::move(level));
-        if (levels_.size() > openRemovalLevels) {
-            levels_[levels_.size() - 1 - openRemovalLevels].directory.reset();
-        }
-        return 0;
+        return pushed;
     }
 
     /// A folder that may not be read can still be deleted when it is empty.
-    int couldNotOpen(const std::string& name, int error) const {
-        if (error == ELOOP) {
-            return ENOTDIR;
+    SystemResult<void> couldNotOpen(const std::string& name, Errno error) const {
+        if (error.is(ELOOP)) {
+            return Unexpected(Errno(ENOTDIR));
         }
-        if (error == EACCES && unlinkCurrent(name, AT_REMOVEDIR) == 0) {
-            return 0;
+        if (error.is(EACCES) && unlinkCurrent(name, AT_REMOVEDIR)) {
+            return {};
         }
-        return error;
+        return Unexpected(error);
     }
 
     /// Refuses the root of a mounted volume with EBUSY, and what the rules do not allow.
-    int examine(const FileDescriptor& folder, struct statx& status) const {
-        if (const int error = statusOf(folder.get(), status); error != 0) {
-            return error;
+    SystemResult<struct statx> examine(const FileDescriptor& folder) const {
+        auto status = statusOf(folder.get());
+        if (!status) {
+            return status;
         }
-        if ((status.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0) {
-            return EBUSY;
+        if ((status->stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0) {
+            return Unexpected(Errno(EBUSY));
         }
-        return rules_.only == nullptr || rules_.only->contains(status) ? 0 : notAllowed;
+        if (rules_.only != nullptr && !rules_.only->contains(*status)) {
+            return Unexpected(notAllowed);
+        }
+        return status;
     }
 
     /// Deletes the deepest folder, which has been read to its end, and goes back to the one above.
-    int leave() {
+    EntryResult<void> leave() {
         RemovalLevel& done = levels_.back();
-        if (const int error = reopenParent(); error != 0) {
-            return failure(error, done.name);
+        if (const auto reopened = folders_.reopenAbove(); !reopened) {
+            return aboutEntry(done.name, reopened);
         }
-        const int parent =
-            levels_.size() == 1 ? parent_ : levels_[levels_.size() - 2].directory->descriptor();
-        const bool deleted = ::unlinkat(parent, done.name.c_str(), AT_REMOVEDIR) == 0;
-        if (!deleted && errno == ENOTEMPTY && done.passesLeft-- > 0) {
-            done.directory->rewind();
-            return 0;
+        const int parent = folders_.size() == 1 ? parent_ : folders_.descriptorAbove();
+        const auto deleted = checked(::unlinkat(parent, done.name.c_str(), AT_REMOVEDIR));
+        if (failedWith(deleted, ENOTEMPTY) && done.passesLeft-- > 0) {
+            folders_.top().rewind();
+            return {};
         }
-        if (deleted || errno == ENOENT) {
-            levels_.pop_back();
-            return 0;
-        }
-        const int error = errno;
-        const DirectoryEntry replaced{done.name, ItemKind::other};
+        const DirectoryEntry entry{std::move(done.name), ItemKind::other};
         levels_.pop_back();
-        return error == ENOTDIR ? removeEntry(replaced) : failure(error, replaced.name);
-    }
-
-    /// Opens the folder above the deepest one again where it has been closed. It must still be the
-    /// one that the work came through: others may have moved the deepest folder elsewhere.
-    int reopenParent() {
-        if (levels_.size() < 2 || levels_[levels_.size() - 2].directory) {
-            return 0;
+        folders_.pop();
+        if (deleted || failedWith(deleted, ENOENT)) {
+            return {};
         }
-        RemovalLevel& parent = levels_[levels_.size() - 2];
-        Directory directory(
-            openFolderAbove(levels_.back().directory->descriptor(), parent.identity));
-        if (!directory) {
-            return errno;
-        }
-        parent.directory.emplace(std::move(directory));
-        return 0;
+        return failedWith(deleted, ENOTDIR) ? removeEntry(entry) : aboutEntry(entry.name, deleted);
     }
 
     int parent_;
     const RemovalRules& rules_;
     std::vector<RemovalLevel> levels_;
-    std::string culprit_;
+    FolderStack<Directory> folders_{openRemovalLevels};
 };
 
 } // namespace
 
-std::optional<EntryFailure> removeTree(int parent, const std::string& name,
-                                       const RemovalRules& rules) {
+EntryResult<void> removeTree(int parent, const std::string& name, const RemovalRules& rules) {
     return TreeRemoval(parent, rules).run(name);
 }
 

@@ -1,9 +1,8 @@
 #pragma once
 
-#include "platform/linux/files/CopiedItems.h"
-#include "platform/linux/posix/EntryFailure.h"
+#include "platform/linux/files/CopyFingerprints.h"
+#include "platform/linux/posix/Errno.h"
 
-#include <optional>
 #include <string>
 
 namespace platform::native {
@@ -11,7 +10,7 @@ namespace platform::native {
 /// Which items a removal may take away.
 struct RemovalRules {
     /// These alone, where there are any: another item, or one that has changed, is EAGAIN.
-    const CopiedItems* only = nullptr;
+    const CopyFingerprints* only = nullptr;
     /// Folders without permissions are made accessible first: all that is there is the user's own.
     bool unlocksFolders = false;
 };
@@ -21,9 +20,8 @@ struct RemovalRules {
 /// Every step goes through the descriptor of the folder that it changes, so that a link, or a
 /// folder that others put in the place of one that is being emptied, never leads outside the entry.
 /// A volume mounted inside is not entered. The number of open descriptors is bounded, and the
-/// memory for each level too, whatever the depth. Gives the first thing that could not be deleted,
-/// which ends the work, or nothing on success.
-[[nodiscard]] std::optional<EntryFailure> removeTree(int parent, const std::string& name,
-                                                     const RemovalRules& rules = {});
+/// memory for each level too, whatever the depth. The first thing that cannot be deleted ends the
+/// work.
+EntryResult<void> removeTree(int parent, const std::string& name, const RemovalRules& rules = {});
 
 } // namespace platform::native

@@ -1,7 +1,7 @@
 #include "platform/linux/plist/PropertyLists.h"
 
 #include "platform/foundation/Path.h"
-#include "platform/linux/files/WholeFiles.h"
+#include "platform/linux/files/AtomicFile.h"
 #include "platform/linux/plist/PropertyListLimits.h"
 #include "platform/linux/plist/PropertyListNodes.h"
 #include "platform/linux/posix/Errors.h"
@@ -26,21 +26,20 @@ Value PropertyLists::parse(std::string_view bytes) {
     return root ? valueOf(root.get()) : Value();
 }
 
-std::optional<Error> PropertyLists::writeAtomically(const Value& value, const std::string& path) {
+Result<void> PropertyLists::writeAtomically(const Value& value, const std::string& path) {
     const auto name = path::lastComponent(path);
     const bool isContainer =
         value.as<Value::Dictionary>() != nullptr || value.as<Value::Array>() != nullptr;
     const auto xml = isContainer ? xmlOf(value) : std::nullopt;
     if (!xml) {
-        return posixError(EINVAL, name, "saved",
-                          "it would hold what a property list cannot express");
+        return Unexpected(posixError(Errno(EINVAL), name, "saved",
+                                     "it would hold what a property list cannot express"));
     }
-    const int error = replaceFile(path, *xml);
-    return error == 0 ? std::nullopt : std::optional(posixError(error, name, "saved"));
+    return posixResult(replaceFile(path, *xml), name, "saved");
 }
 
 Value PropertyLists::read(const std::string& path) {
-    const auto content = contentOfFile(path, largestPropertyList);
+    const auto content = readFile(path, largestPropertyList);
     return content ? parse(*content) : Value();
 }
 

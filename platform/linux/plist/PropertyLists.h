@@ -12,8 +12,7 @@ namespace platform::native {
 class PropertyLists : public platform::PropertyLists {
 public:
     Value parse(std::string_view bytes) override;
-    [[nodiscard]] std::optional<Error> writeAtomically(const Value& value,
-                                                       const std::string& path) override;
+    Result<void> writeAtomically(const Value& value, const std::string& path) override;
     Value read(const std::string& path) override;
 };
 

@@ -33,26 +33,27 @@ ItemKind itemKind(mode_t mode) {
     return S_ISLNK(mode) ? ItemKind::link : ItemKind::other;
 }
 
-Directory::Directory(FileDescriptor folder) {
-    if (!folder) {
-        return;
+SystemResult<Directory> Directory::of(FileDescriptor folder) {
+    DIR* stream = ::fdopendir(folder.get());
+    if (stream == nullptr) {
+        return Unexpected(Errno::last());
     }
-    stream_.reset(::fdopendir(folder.get()));
-    if (stream_) {
-        folder.release();
-    }
+    folder.release();
+    return Directory(stream);
 }
 
-std::optional<DirectoryEntry> Directory::next() {
+SystemResult<std::optional<DirectoryEntry>> Directory::next() {
     errno = 0;
     while (const dirent* entry = ::readdir(stream_.get())) {
         const std::string_view name = static_cast<const char*>(entry->d_name);
         if (name != "." && name != "..") {
-            return DirectoryEntry{std::string(name), kindOf(descriptor(), *entry)};
+            return std::optional(DirectoryEntry{std::string(name), kindOf(descriptor(), *entry)});
         }
         errno = 0;
     }
-    error_ = errno;
+    if (errno != 0) {
+        return Unexpected(Errno::last());
+    }
     return std::nullopt;
 }
 

@@ -17,21 +17,14 @@ ItemKind itemKind(mode_t mode);
 /// A folder that is open for reading its entries. Not shared between threads.
 class Directory {
 public:
-    /// Takes an open folder. Where that is none, or cannot be read, the directory is none either
-    /// and errno tells why.
-    explicit Directory(FileDescriptor folder);
-
-    explicit operator bool() const { return stream_ != nullptr; }
+    /// Takes a folder that is open for reading.
+    static SystemResult<Directory> of(FileDescriptor folder);
 
     /// The folder's descriptor, which stays the directory's.
     int descriptor() const { return ::dirfd(stream_.get()); }
 
-    /// The next entry but "." and ".."; nothing at the end and on failure, which error() tells
-    /// apart.
-    std::optional<DirectoryEntry> next();
-
-    /// The errno of the last next(), or 0.
-    int error() const { return error_; }
+    /// The next entry except "." and ".."; nothing at the end.
+    SystemResult<std::optional<DirectoryEntry>> next();
 
     /// Starts reading again.
     void rewind() { ::rewinddir(stream_.get()); }
@@ -40,8 +33,9 @@ private:
     struct Close {
         void operator()(DIR* stream) const { ::closedir(stream); }
     };
+    explicit Directory(DIR* stream) : stream_(stream) {}
+
     std::unique_ptr<DIR, Close> stream_;
-    int error_ = 0;
 };
 
 } // namespace platform::native

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/linux/posix/Errno.h"
+
 #include <unistd.h>
 
 #include <utility>
@@ -36,6 +38,14 @@ public:
 private:
     int descriptor_ = -1;
 };
+
+/// Takes what a system call that opens something has returned.
+inline SystemResult<FileDescriptor> opened(int descriptor) {
+    if (descriptor < 0) {
+        return Unexpected(Errno::last());
+    }
+    return FileDescriptor(descriptor);
+}
 
 /// Moves a descriptor above those of the three standard streams: there nobody closes it who opens
 /// those anew, and another process's streams are put together without two of them meeting.

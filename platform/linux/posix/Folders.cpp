@@ -16,28 +16,21 @@ bool isFolder(const std::string& path) {
     return ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
-int makeFolders(const std::string& path, mode_t mode) {
-    if (::mkdir(path.c_str(), mode) == 0) {
-        return 0;
-    }
-    int error = errno;
-    if (error == ENOENT && path != "/") {
-        error = makeFolders(path::deletingLastComponent(path), mode);
-        if (error != 0) {
-            return error;
+SystemResult<void> makeFolders(const std::string& path, mode_t mode) {
+    auto made = checked(::mkdir(path.c_str(), mode));
+    if (failedWith(made, ENOENT) && path != "/") {
+        if (auto above = makeFolders(path::deletingLastComponent(path), mode); !above) {
+            return above;
         }
-        if (::mkdir(path.c_str(), mode) == 0) {
-            return 0;
-        }
-        error = errno;
+        made = checked(::mkdir(path.c_str(), mode));
     }
-    return isFolder(path) ? 0 : error;
+    return !made && isFolder(path) ? SystemResult<void>() : made;
 }
 
-FileDescriptor lockedFolder(const std::string& path) {
-    FileDescriptor folder(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (folder && uninterrupted([&] { return ::flock(folder.get(), LOCK_EX); }) != 0) {
-        folder.reset();
+SystemResult<FileDescriptor> lockedFolder(const std::string& path) {
+    auto folder = opened(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (folder && retryOnEintr([&] { return ::flock(folder->get(), LOCK_EX); }) != 0) {
+        return Unexpected(Errno::last());
     }
     return folder;
 }

@@ -12,11 +12,11 @@ namespace platform::native {
 bool isFolder(const std::string& path);
 
 /// Makes the folder at an absolute path and those that lead to it, where they are missing, each
-/// with `mode` less the umask. Gives 0, also when the folder stood there, or the errno.
-[[nodiscard]] int makeFolders(const std::string& path, mode_t mode);
+/// with `mode` less the umask. A folder that exists is a success.
+SystemResult<void> makeFolders(const std::string& path, mode_t mode);
 
 /// Waits until no other process, or thread, holds the folder, and holds it until the descriptor is
-/// closed. None, with errno, where the folder cannot be read or its volume has no locks.
-FileDescriptor lockedFolder(const std::string& path);
+/// closed. Fails where the folder cannot be read or its volume has no locks.
+SystemResult<FileDescriptor> lockedFolder(const std::string& path);
 
 } // namespace platform::native

@@ -6,19 +6,20 @@
 #include <fcntl.h>
 
 #include <cerrno>
+#include <utility>
 
 namespace platform::native {
 
-int findPlace(const std::string& path, ItemPlace& place) {
-    place.name = path::lastComponent(path);
-    if (!path.starts_with('/') || place.name == "/" || place.name == "." || place.name == "..") {
-        return EINVAL;
+SystemResult<ItemPlace> findPlace(const std::string& path) {
+    auto name = path::lastComponent(path);
+    if (!path.starts_with('/') || name == "/" || name == "." || name == "..") {
+        return Unexpected(Errno(EINVAL));
     }
-    const auto folder = path::deletingLastComponent(path);
-    place.folder = FileDescriptor(atPath(folder, [](int start, const char* rest) {
-        return ::openat(start, rest, O_PATH | O_DIRECTORY | O_CLOEXEC);
-    }));
-    return place.folder ? 0 : errno;
+    auto folder = openAtPath(path::deletingLastComponent(path), O_PATH | O_DIRECTORY | O_CLOEXEC);
+    if (!folder) {
+        return Unexpected(folder.error());
+    }
+    return ItemPlace{*std::move(folder), std::move(name)};
 }
 
 } // namespace platform::native

@@ -13,8 +13,8 @@ struct ItemPlace {
 };
 
 /// Opens the folder of the item at an absolute path; links on the way are followed, the last
-/// component is not looked at. Gives 0, or the errno: EINVAL for a path that is not absolute or
-/// names no entry of a folder ("/", "..").
-[[nodiscard]] int findPlace(const std::string& path, ItemPlace& place);
+/// component is not looked at. EINVAL for a path that is not absolute or names no entry of a folder
+/// ("/", "..").
+SystemResult<ItemPlace> findPlace(const std::string& path);
 
 } // namespace platform::native

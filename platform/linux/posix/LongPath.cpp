@@ -5,7 +5,8 @@
 
 namespace platform::native {
 
-const char* walkTowards(const std::string& path, FileDescriptor& start) {
+SystemResult<RestOfPath> walkTowards(const std::string& path) {
+    RestOfPath way{{}, path.c_str()};
     std::size_t begin = 0;
     while (path.size() - begin >= PATH_MAX) {
         const auto end = path.rfind('/', begin + PATH_MAX - 1);
@@ -13,17 +14,29 @@ const char* walkTowards(const std::string& path, FileDescriptor& start) {
             break; // One name alone is too long, as the call itself will say.
         }
         const auto piece = path.substr(begin, end - begin);
-        start = FileDescriptor(::openat(start ? start.get() : AT_FDCWD, piece.c_str(),
-                                        O_PATH | O_DIRECTORY | O_CLOEXEC));
-        if (!start) {
-            return nullptr;
+        auto folder =
+            opened(::openat(way.folder(), piece.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+        if (!folder) {
+            return Unexpected(folder.error());
         }
+        way.start = *std::move(folder);
         begin = path.find_first_not_of('/', end);
         if (begin == std::string::npos) {
-            return ".";
+            way.rest = ".";
+            return way;
         }
+        way.rest = path.c_str() + begin;
     }
-    return path.c_str() + begin;
+    return way;
+}
+
+SystemResult<FileDescriptor> openAtPath(const std::string& path, int flags) {
+    auto descriptor = atPath(
+        path, [flags](int folder, const char* rest) { return ::openat(folder, rest, flags); });
+    if (!descriptor) {
+        return Unexpected(descriptor.error());
+    }
+    return FileDescriptor(*descriptor);
 }
 
 } // namespace platform::native

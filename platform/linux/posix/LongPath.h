@@ -8,20 +8,36 @@
 
 namespace platform::native {
 
-/// Opens the folders on the way to what stands at a path, piece by piece, for as long as what
-/// remains of the path is more than a system call takes (PATH_MAX). Gives what remains, to be
-/// looked up from the folder `start`, which stays none for a path that a system call takes as it
-/// is. Links on the way are followed. Gives null, with errno, where the way cannot be gone.
-const char* walkTowards(const std::string& path, FileDescriptor& start);
+/// What remains of a path, to be looked up from a folder.
+struct RestOfPath {
+    FileDescriptor start; ///< Empty for the path that a system call takes as it is.
+    const char* rest;     ///< In the path, or a literal.
 
-/// Makes a system call about what stands at a path of any length: `call(folder, rest)` is given the
-/// descriptor of a folder, or AT_FDCWD, and the path from there. Gives what the call gives; -1,
-/// with errno, where it could not be made.
+    int folder() const { return start ? start.get() : AT_FDCWD; }
+};
+
+/// Opens the folders on the way to the item at a path, piece by piece, for as long as what remains
+/// of the path is more than a system call takes (PATH_MAX). Links on the way are followed. The path
+/// outlives what is returned.
+SystemResult<RestOfPath> walkTowards(const std::string& path);
+
+/// Makes a system call about the item at a path of any length: `call(folder, rest)` gets the
+/// descriptor of a folder, or AT_FDCWD, and the path from there. Returns what the call returns, -1
+/// being its failure.
 template <class Call>
-auto atPath(const std::string& path, Call call) -> decltype(call(AT_FDCWD, "")) {
-    FileDescriptor start;
-    const char* rest = walkTowards(path, start);
-    return rest == nullptr ? -1 : call(start ? start.get() : AT_FDCWD, rest);
+auto atPath(const std::string& path, Call call) -> SystemResult<decltype(call(AT_FDCWD, ""))> {
+    const auto way = walkTowards(path);
+    if (!way) {
+        return Unexpected(way.error());
+    }
+    const auto returned = call(way->folder(), way->rest);
+    if (returned == -1) {
+        return Unexpected(Errno::last());
+    }
+    return returned;
 }
+
+/// Opens the item at a path of any length.
+SystemResult<FileDescriptor> openAtPath(const std::string& path, int flags);
 
 } // namespace platform::native

@@ -12,37 +12,41 @@ Identity identityOf(const struct statx& status) {
     return {status.stx_dev_major, status.stx_dev_minor, status.stx_ino};
 }
 
-FileDescriptor openFolder(int parent, const char* name) {
-    return FileDescriptor(uninterrupted([&] {
+SystemResult<FileDescriptor> openFolder(int parent, const char* name) {
+    return opened(retryOnEintr([&] {
         return ::openat(parent, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
     }));
 }
 
-FileDescriptor openFolderAbove(int folder, const Identity& expected) {
+SystemResult<FileDescriptor> openFolderAbove(int folder, const Identity& expected) {
     auto above = openFolder(folder, "..");
-    struct statx status {};
     if (!above) {
         return above;
     }
-    int error = statusOf(above.get(), status);
-    if (error == 0 && identityOf(status) != expected) {
-        error = ESTALE;
+    const auto status = statusOf(above->get());
+    if (!status) {
+        return Unexpected(status.error());
     }
-    if (error != 0) {
-        above.reset();
-        errno = error;
+    if (identityOf(*status) != expected) {
+        return Unexpected(Errno(ESTALE));
     }
     return above;
 }
 
-int statusOf(int item, struct statx& status) {
-    return ::statx(item, "", AT_EMPTY_PATH, STATX_BASIC_STATS, &status) == 0 ? 0 : errno;
+SystemResult<struct statx> statusOf(int item) {
+    struct statx status {};
+    if (::statx(item, "", AT_EMPTY_PATH, STATX_BASIC_STATS, &status) != 0) {
+        return Unexpected(Errno::last());
+    }
+    return status;
 }
 
-int statusOfEntry(int folder, const std::string& name, struct statx& status) {
-    return ::statx(folder, name.c_str(), AT_SYMLINK_NOFOLLOW, STATX_BASIC_STATS, &status) == 0
-               ? 0
-               : errno;
+SystemResult<struct statx> statusOfEntry(int folder, const std::string& name) {
+    struct statx status {};
+    if (::statx(folder, name.c_str(), AT_SYMLINK_NOFOLLOW, STATX_BASIC_STATS, &status) != 0) {
+        return Unexpected(Errno::last());
+    }
+    return status;
 }
 
 } // namespace platform::native

@@ -19,19 +19,17 @@ struct Identity {
 
 Identity identityOf(const struct statx& status);
 
-/// Opens the folder `name` of the open folder `parent` for reading. A link is not followed. None,
-/// with errno, on failure.
-FileDescriptor openFolder(int parent, const char* name);
+/// Opens the folder `name` of the open folder `parent` for reading. A link is not followed.
+SystemResult<FileDescriptor> openFolder(int parent, const char* name);
 
 /// Opens the folder above an open one for reading, which must be `expected`: others may have moved
-/// the lower one elsewhere, which is ESTALE. None, with errno, on failure.
-FileDescriptor openFolderAbove(int folder, const Identity& expected);
+/// the lower one elsewhere, which is ESTALE.
+SystemResult<FileDescriptor> openFolderAbove(int folder, const Identity& expected);
 
-/// Asks for the basic status, and for whether the item is the root of a mounted volume. Gives 0, or
-/// the errno.
-[[nodiscard]] int statusOf(int item, struct statx& status);
+/// The basic status of an open item, and whether it is the root of a mounted volume.
+SystemResult<struct statx> statusOf(int item);
 
 /// As statusOf(), of an entry of an open folder; a link's own.
-[[nodiscard]] int statusOfEntry(int folder, const std::string& name, struct statx& status);
+SystemResult<struct statx> statusOfEntry(int folder, const std::string& name);
 
 } // namespace platform::native

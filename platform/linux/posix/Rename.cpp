@@ -15,55 +15,63 @@ namespace {
 
 /// A rename over an empty item that has just been made to claim the name: `flags` tells unlinkat()
 /// what it is. A folder takes the place of an empty one alone.
-int renameOntoClaim(int source, const std::string& name, int destination,
-                    const std::string& newName, int flags) {
-    if (::renameat(source, name.c_str(), destination, newName.c_str()) == 0) {
-        return 0;
+SystemResult<void> renameOntoClaim(int source, const std::string& name, int destination,
+                                   const std::string& newName, int flags) {
+    auto renamed = checked(::renameat(source, name.c_str(), destination, newName.c_str()));
+    if (!renamed) {
+        ::unlinkat(destination, newName.c_str(), flags);
     }
-    const int error = errno;
-    ::unlinkat(destination, newName.c_str(), flags);
-    return error;
+    return renamed;
 }
 
-int renameFolder(int source, const std::string& name, int destination, const std::string& newName) {
+SystemResult<void> renameFolder(int source, const std::string& name, int destination,
+                                const std::string& newName) {
     constexpr mode_t privateMode = 0700;
-    return ::mkdirat(destination, newName.c_str(), privateMode) == 0
-               ? renameOntoClaim(source, name, destination, newName, AT_REMOVEDIR)
-               : errno;
+    auto claimed = checked(::mkdirat(destination, newName.c_str(), privateMode));
+    return claimed ? renameOntoClaim(source, name, destination, newName, AT_REMOVEDIR) : claimed;
 }
 
-int renameOther(int source, const std::string& name, int destination, const std::string& newName) {
-    if (::linkat(source, name.c_str(), destination, newName.c_str(), 0) == 0) {
-        if (::unlinkat(source, name.c_str(), 0) == 0) {
-            return 0;
-        }
-        const int error = errno;
+/// Removes the old name of what has been linked to the new one.
+SystemResult<void> unlinkOldName(int source, const std::string& name, int destination,
+                                 const std::string& newName) {
+    auto unlinked = checked(::unlinkat(source, name.c_str(), 0));
+    if (!unlinked) {
         ::unlinkat(destination, newName.c_str(), 0);
-        return error;
     }
-    if (errno != EPERM && errno != EOPNOTSUPP && errno != EMLINK) {
-        return errno;
+    return unlinked;
+}
+
+SystemResult<void> renameOther(int source, const std::string& name, int destination,
+                               const std::string& newName) {
+    auto linked = checked(::linkat(source, name.c_str(), destination, newName.c_str(), 0));
+    if (linked) {
+        return unlinkOldName(source, name, destination, newName);
+    }
+    if (!failedWith(linked, EPERM, EOPNOTSUPP, EMLINK)) {
+        return linked;
     }
     constexpr mode_t privateMode = 0600;
-    const FileDescriptor claim(::openat(destination, newName.c_str(),
-                                        O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
-                                        privateMode));
-    return claim ? renameOntoClaim(source, name, destination, newName, 0) : errno;
+    const auto claim =
+        opened(::openat(destination, newName.c_str(),
+                        O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, privateMode));
+    if (!claim) {
+        return Unexpected(claim.error());
+    }
+    return renameOntoClaim(source, name, destination, newName, 0);
 }
 
 } // namespace
 
-int renameWithoutReplacing(int source, const std::string& name, int destination,
-                           const std::string& newName) {
-    if (::renameat2(source, name.c_str(), destination, newName.c_str(), RENAME_NOREPLACE) == 0) {
-        return 0;
-    }
-    if (errno != EINVAL && errno != ENOSYS) {
-        return errno;
+SystemResult<void> renameWithoutReplacing(int source, const std::string& name, int destination,
+                                          const std::string& newName) {
+    auto renamed =
+        checked(::renameat2(source, name.c_str(), destination, newName.c_str(), RENAME_NOREPLACE));
+    if (!failedWith(renamed, EINVAL, ENOSYS)) {
+        return renamed;
     }
     struct stat status {};
     if (::fstatat(source, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
-        return errno;
+        return Unexpected(Errno::last());
     }
     return S_ISDIR(status.st_mode) ? renameFolder(source, name, destination, newName)
                                    : renameOther(source, name, destination, newName);

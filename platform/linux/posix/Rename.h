@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/linux/posix/Errno.h"
+
 #include <string>
 
 namespace platform::native {
@@ -7,8 +9,8 @@ namespace platform::native {
 /// Gives the entry `name` of the open folder `source` the name `newName` in the open folder
 /// `destination`. A link is moved itself. What stands there is never replaced: EEXIST. Where the
 /// file system cannot promise that in one step, the name is claimed first, by a hard link or by an
-/// empty item. Gives 0, or the errno; nothing has then changed.
-[[nodiscard]] int renameWithoutReplacing(int source, const std::string& name, int destination,
-                                         const std::string& newName);
+/// empty item. On failure nothing has changed.
+SystemResult<void> renameWithoutReplacing(int source, const std::string& name, int destination,
+                                          const std::string& newName);
 
 } // namespace platform::native

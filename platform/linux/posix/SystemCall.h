@@ -6,7 +6,7 @@ namespace platform::native {
 
 /// Makes a system call again for as long as a signal interrupts it.
 template <typename Call>
-auto uninterrupted(Call call) {
+auto retryOnEintr(Call call) {
     auto result = call();
     while (result == -1 && errno == EINTR) {
         result = call();

@@ -24,13 +24,13 @@ constexpr int unknownStatus = -1;
 
 void Child::begin(pid_t identifier) {
     identifier_ = identifier;
-    descriptor_ = aboveStandardStreams(FileDescriptor(::pidfd_open(identifier, 0)));
+    descriptor_ = RunDescriptor(aboveStandardStreams(FileDescriptor(::pidfd_open(identifier, 0))));
 }
 
 int Child::waitFor(siginfo_t& info, int options) const {
     const auto type = descriptor_ ? P_PIDFD : P_PID;
     const auto which = static_cast<id_t>(descriptor_ ? descriptor_.get() : identifier_);
-    return uninterrupted([&] { return ::waitid(type, which, &info, options); });
+    return retryOnEintr([&] { return ::waitid(type, which, &info, options); });
 }
 
 bool Child::hasEnded() {
@@ -42,11 +42,17 @@ bool Child::hasEnded() {
         status_ = unknownStatus;
     } else if (info.si_pid != 0) {
         status_ = info.si_status;
+        wasKilled_ = info.si_code != CLD_EXITED;
     }
     if (status_ && endsOutput_) {
         stopWaitingForOutput();
     }
     return status_.has_value();
+}
+
+bool Child::wasKilled() {
+    const std::lock_guard lock(mutex_);
+    return wasKilled_;
 }
 
 void Child::stopWaitingForOutput() const {
@@ -64,15 +70,20 @@ bool Child::isRunning() {
 
 /// A child has a group of its own, which is not the one that may use the terminal: whoever tries to
 /// is stopped by the system. Only then does the group get the terminal, so that what is typed there
-/// otherwise never ends a tool.
+/// otherwise never ends a tool. A tool that ends by itself may leave the terminal changed, as stty
+/// does; one that is killed had no time to change it back.
 void Child::waitUntilExit() {
     ChildReaper::shared().leave(*this);
     TerminalLoan loan;
     while (isRunning()) {
         const int stop = waitForChange();
-        if ((stop == SIGTTIN || stop == SIGTTOU) && loan.lendTo(::getpgid(identifier_))) {
+        if ((stop == SIGTTIN || stop == SIGTTOU) &&
+            loan.lendTo(::getpgid(identifier_), [this] { return isRunning(); })) {
             ::kill(-::getpgid(identifier_), SIGCONT);
         }
+    }
+    if (wasKilled()) {
+        loan.undoChanges();
     }
 }
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "platform/ProcessLauncher.h"
-#include "platform/linux/posix/FileDescriptor.h"
+#include "platform/linux/process/RunDescriptors.h"
 
 #include <sys/types.h>
 
@@ -38,15 +38,17 @@ private:
     /// Takes the status of a child that has ended, after which the system forgets the child. The
     /// caller holds the mutex.
     bool hasEnded();
+    bool wasKilled();
     void stopWaitingForOutput() const;
     int waitForChange() const;
     int waitFor(siginfo_t& info, int options) const;
 
     pid_t identifier_ = 0;
-    FileDescriptor descriptor_;
+    RunDescriptor descriptor_;
     const std::vector<std::weak_ptr<platform::Pipe>> output_;
     std::mutex mutex_;
     std::optional<int> status_;
+    bool wasKilled_ = false;
     bool endsOutput_ = false;
 };
 

@@ -19,7 +19,7 @@ namespace {
 FileDescriptor required(int descriptor) {
     auto result = aboveStandardStreams(FileDescriptor(descriptor));
     if (!result) {
-        throw resourceFailure(errno, "NSGenericException", "descriptor");
+        throw resourceFailure(errno, exception_name::generic, "descriptor");
     }
     return result;
 }

@@ -17,8 +17,8 @@ namespace platform::native {
 
 namespace {
 
-constexpr const char* invalidArgument = "NSInvalidArgumentException";
-constexpr const char* generic = "NSGenericException";
+constexpr const char* invalidArgument = exception_name::invalidArgument;
+constexpr const char* generic = exception_name::generic;
 
 /// What the reason says after the path, where the error number alone tells all there is to tell.
 struct KnownFailure {

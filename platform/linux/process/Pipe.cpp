@@ -18,7 +18,7 @@ namespace platform::native {
 
 namespace {
 
-constexpr const char* fileHandleException = "NSFileHandleOperationException";
+constexpr const char* fileHandleException = exception_name::fileHandleOperation;
 
 /// What a pipe holds, and what it is enlarged to once a child has filled it, so that the two
 /// processes change places less often.
@@ -81,17 +81,8 @@ int wakeUp() {
 
 } // namespace
 
-Pipe::Pipe() {
+Pipe::Pipe(PipeEnds ends) : readEnd_(std::move(ends[0])), writeEnd_(std::move(ends[1])) {
     wakeUp();
-    std::array<int, 2> ends{-1, -1};
-    if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
-        throw resourceFailure(errno, fileHandleException, "pipe");
-    }
-    readEnd_ = aboveStandardStreams(FileDescriptor(ends[0]));
-    writeEnd_ = aboveStandardStreams(FileDescriptor(ends[1]));
-    if (!readEnd_ || !writeEnd_) {
-        throw resourceFailure(errno, fileHandleException, "pipe");
-    }
 }
 
 /// By way of a buffer: the vector would clear what is then read into it, and again what was not.
@@ -101,7 +92,7 @@ bool Pipe::appendAvailable(std::vector<std::byte>& bytes) {
     try {
         append(bytes, std::span(chunk).first(count));
     } catch (const std::bad_alloc&) {
-        throw Exception("NSMallocException", "there is not enough memory for its output");
+        throw Exception(exception_name::outOfMemory, "there is not enough memory for its output");
     }
     return count != 0;
 }

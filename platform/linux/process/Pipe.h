@@ -1,7 +1,7 @@
 #pragma once
 
 #include "platform/ProcessLauncher.h"
-#include "platform/linux/posix/FileDescriptor.h"
+#include "platform/linux/process/RunDescriptors.h"
 
 #include <atomic>
 #include <memory>
@@ -14,8 +14,8 @@ namespace platform::native {
 /// A pipe that the system made; neither end reaches a child by itself.
 class Pipe : public platform::Pipe {
 public:
-    /// Throws as ProcessLauncher::makePipe.
-    Pipe();
+    /// A pipe of which these are the ends. Throws as ProcessLauncher::makePipe.
+    explicit Pipe(PipeEnds ends);
 
     bool appendAvailable(std::vector<std::byte>& bytes) override;
     void stopWaiting() override;
@@ -32,8 +32,8 @@ private:
     void waitUntilReadable();
     void wakeReader();
 
-    FileDescriptor readEnd_;
-    FileDescriptor writeEnd_;
+    RunDescriptor readEnd_;
+    RunDescriptor writeEnd_;
     bool prepared_ = false;
     bool enlarged_ = false;
     std::atomic<bool> closed_{false};

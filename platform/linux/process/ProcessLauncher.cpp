@@ -5,6 +5,7 @@
 #include "platform/linux/process/Environment.h"
 #include "platform/linux/process/LaunchFailure.h"
 #include "platform/linux/process/Pipe.h"
+#include "platform/linux/process/RunDescriptors.h"
 #include "platform/linux/process/SpawnOptions.h"
 #include "platform/linux/process/ToolOverlay.h"
 
@@ -76,7 +77,7 @@ void connect(SpawnOptions& options, const ChildStream& stream, int number, int n
         options.connect(number == STDIN_FILENO ? pipe.readEnd() : pipe.writeEnd(), number);
     } else if (stream.kind() == ChildStream::Kind::nullDevice || !isOpenForChildren(number)) {
         if (nullDevice < 0) {
-            throw resourceFailure(ENODEV, "NSGenericException", "null device");
+            throw resourceFailure(ENODEV, exception_name::generic, "null device");
         }
         options.connect(nullDevice, number);
     }
@@ -146,7 +147,15 @@ ProcessLauncher::ProcessLauncher()
 }
 
 std::shared_ptr<platform::Pipe> ProcessLauncher::makePipe() {
-    return std::make_shared<Pipe>();
+    return std::make_shared<Pipe>(RunDescriptors::openPipe());
+}
+
+std::vector<std::shared_ptr<platform::Pipe>> ProcessLauncher::makePipes(std::size_t count) {
+    std::vector<std::shared_ptr<platform::Pipe>> pipes;
+    for (auto& ends : RunDescriptors::shared().openPipes(count)) {
+        pipes.push_back(std::make_shared<Pipe>(std::move(ends)));
+    }
+    return pipes;
 }
 
 std::shared_ptr<ChildProcess> ProcessLauncher::launch(const ProcessDescription& description) {

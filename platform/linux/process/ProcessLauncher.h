@@ -13,6 +13,7 @@ public:
     ProcessLauncher();
 
     std::shared_ptr<platform::Pipe> makePipe() override;
+    std::vector<std::shared_ptr<platform::Pipe>> makePipes(std::size_t count) override;
     std::shared_ptr<ChildProcess> launch(const ProcessDescription& description) override;
 
 private:

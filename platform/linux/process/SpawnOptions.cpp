@@ -12,7 +12,7 @@ namespace {
 
 void throwUnlessZero(int error) {
     if (error != 0) {
-        throw resourceFailure(error, "NSGenericException", "memory for another process");
+        throw resourceFailure(error, exception_name::generic, "memory for another process");
     }
 }
 

@@ -3,8 +3,11 @@
 #include "platform/linux/posix/FileDescriptor.h"
 
 #include <sys/types.h>
+#include <termios.h>
 
+#include <functional>
 #include <mutex>
+#include <optional>
 
 namespace platform::native {
 
@@ -22,12 +25,18 @@ public:
     TerminalLoan& operator=(TerminalLoan&&) = delete;
 
     /// Makes the group the one that may read from the terminal and change it. False when the
-    /// program has no terminal, or is not the one that may.
-    bool lendTo(pid_t group);
+    /// program has no terminal, or is not the one that may, or `isWanted` is no longer true while
+    /// another loan lasts.
+    bool lendTo(pid_t group, const std::function<bool()>& isWanted);
+
+    /// Has the terminal, once it is taken back, work as it did before it was lent.
+    void undoChanges() { undoesChanges_ = true; }
 
 private:
-    std::unique_lock<std::mutex> turn_;
+    std::unique_lock<std::timed_mutex> turn_;
     FileDescriptor terminal_;
+    std::optional<termios> modes_;
+    bool undoesChanges_ = false;
 };
 
 } // namespace platform::native

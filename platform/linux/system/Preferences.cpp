@@ -17,17 +17,16 @@ namespace platform::native {
 
 namespace {
 
-/// Why what stands at the path may not be replaced: it is there and is no file that can be read.
-/// 0 when nothing speaks against it.
-int obstacle(const std::string& path) {
+/// Whether the item at the path may be replaced: it is missing, or a file that can be read.
+SystemResult<void> checkReplaceable(const std::string& path) {
     struct stat status {};
-    if (::stat(path.c_str(), &status) != 0) {
-        return errno == ENOENT ? 0 : errno;
+    if (auto found = checked(::stat(path.c_str(), &status)); !found) {
+        return failedWith(found, ENOENT) ? SystemResult<void>() : found;
     }
     if (!S_ISREG(status.st_mode)) {
-        return S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
+        return Unexpected(Errno(S_ISDIR(status.st_mode) ? EISDIR : EINVAL));
     }
-    return ::faccessat(AT_FDCWD, path.c_str(), R_OK, AT_EACCESS) == 0 ? 0 : errno;
+    return checked(::faccessat(AT_FDCWD, path.c_str(), R_OK, AT_EACCESS));
 }
 
 } // namespace
@@ -50,20 +49,20 @@ void Preferences::setValue(const std::string& key, const Value& value) {
     if (this->value(key) == value) {
         return;
     }
-    int error = makeFolders(folder(), 0755);
+    auto ready = makeFolders(folder(), 0755);
     // Where the volume has no locks, the threads of this process alone wait for one another.
     const auto otherProcesses = lockedFolder(folder());
-    error = error == 0 ? obstacle(store()) : error;
-    const auto failure =
-        error == 0 ? write(key, value)
-                   : std::optional(posixError(error, path::lastComponent(store()), "saved"));
-    if (failure) {
-        service<platform::Console>().systemLog("Preferences: " + failure->localizedDescription);
+    ready = ready ? checkReplaceable(store()) : ready;
+    const auto stored =
+        ready ? write(key, value) : posixResult(ready, path::lastComponent(store()), "saved");
+    if (!stored) {
+        service<platform::Console>().systemLog("Preferences: " +
+                                               stored.error().localizedDescription);
     }
 }
 
 /// Changes one value in what the store holds.
-std::optional<Error> Preferences::write(const std::string& key, const Value& value) {
+Result<void> Preferences::write(const std::string& key, const Value& value) {
     auto content = propertyLists_.read(store());
     if (content.as<Value::Dictionary>() == nullptr) {
         content = Value::Dictionary();

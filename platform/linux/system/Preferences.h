@@ -25,7 +25,7 @@ public:
 private:
     std::string folder() const;
     std::string store() const;
-    std::optional<Error> write(const std::string& key, const Value& value);
+    Result<void> write(const std::string& key, const Value& value);
 
     std::string domain_;
     platform::UserAccount& account_;

@@ -13,13 +13,14 @@
 #include <pwd.h>
 #include <sys/stat.h>
 
-#include <cerrno>
 #include <charconv>
 #include <optional>
 
 namespace {
 
+using platform::native::Errno;
 using platform::native::FileDescriptor;
+using platform::native::reason;
 namespace tool = platform::native::tool;
 
 /// In place of a number: stays as it is.
@@ -85,24 +86,25 @@ std::string withoutSlashesAtEnd(std::string path) {
     return path;
 }
 
-/// Why the item could not be given to the owner; empty on success.
-std::string change(const std::string& path, const Ownership& ownership) {
+/// Gives the item to the owner. Its error is a sentence.
+platform::Result<void, std::string> change(const std::string& path, const Ownership& ownership) {
     const auto failure = [&](const std::string& why) {
-        return platform::native::failureSentence(path, "given to another owner", why);
+        return platform::Unexpected(
+            platform::native::failureSentence(path, "given to another owner", why));
     };
     const FileDescriptor item(
         ::open(withoutSlashesAtEnd(path).c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
     struct stat status {};
     if (!item || ::fstat(item.get(), &status) != 0) {
-        return failure(platform::native::reason(errno));
+        return failure(reason(Errno::last()));
     }
     if (S_ISLNK(status.st_mode)) {
         return failure("it is a link");
     }
     if (::fchownat(item.get(), "", ownership.owner, ownership.group, AT_EMPTY_PATH) != 0) {
-        return failure(platform::native::reason(errno));
+        return failure(reason(Errno::last()));
     }
-    return "";
+    return {};
 }
 
 /// Every file is tried.
@@ -113,8 +115,8 @@ bool run(const std::vector<std::string>& words) {
     const auto wanted = ownership(words.front());
     bool isDone = true;
     for (auto path = words.begin() + 1; path != words.end(); ++path) {
-        if (const auto failure = change(*path, wanted); !failure.empty()) {
-            tool::report("chown", failure);
+        if (const auto changed = change(*path, wanted); !changed) {
+            tool::report("chown", changed.error());
             isDone = false;
         }
     }

@@ -14,7 +14,6 @@
 #include <sys/statvfs.h>
 #include <sys/sysmacros.h>
 
-#include <cerrno>
 #include <charconv>
 #include <filesystem>
 #include <fstream>
@@ -35,8 +34,8 @@ Volume volumeAt(const std::string& folder) {
     std::error_code error;
     const auto mountPoint = fs::canonical(folder, error).string();
     if (error) {
-        throw tool::ToolError(
-            native::failureSentence(folder, "described", native::reason(error.value())));
+        throw tool::ToolError(native::failureSentence(
+            folder, "described", native::reason(native::Errno(error.value()))));
     }
     for (auto& volume : native::mountedLocalVolumes()) {
         if (volume.mountPoint == mountPoint) {
@@ -182,8 +181,8 @@ std::optional<std::string> tagOf(const fs::path& node, const char* tag) {
 Value::Dictionary describeFileSystem(const Volume& volume) {
     struct statvfs status {};
     if (::statvfs(volume.mountPoint.c_str(), &status) != 0) {
-        throw tool::ToolError(
-            native::failureSentence(volume.mountPoint, "described", native::reason(errno)));
+        throw tool::ToolError(native::failureSentence(volume.mountPoint, "described",
+                                                      native::reason(native::Errno::last())));
     }
     const auto bytes = [&](fsblkcnt_t blocks) {
         return static_cast<std::int64_t>(blocks * status.f_frsize);

@@ -24,7 +24,8 @@ using Paths = std::span<const std::string>;
 using Action = std::function<void(const std::string& path)>;
 
 [[noreturn]] void fail(const std::string& path, const char* participle) {
-    throw tool::ToolError(native::failureSentence(path, participle, native::reason(errno)));
+    throw tool::ToolError(
+        native::failureSentence(path, participle, native::reason(native::Errno::last())));
 }
 
 [[noreturn]] void failWithoutAttribute(const std::string& path, const std::string& name) {

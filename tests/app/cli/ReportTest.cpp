@@ -38,11 +38,11 @@ class WritableFileSystem : public DescribedFileSystem {
 public:
     std::vector<std::string> written;
 
-    std::optional<platform::Error> writeAtomically(const std::string& path,
-                                                   std::string_view content) override {
+    platform::Result<void> writeAtomically(const std::string& path,
+                                           std::string_view content) override {
         files.insert(path);
         written.emplace_back(content);
-        return writeError;
+        return writeResult;
     }
 };
 
@@ -284,7 +284,8 @@ TEST_F(RunTest, WritesAndMeasuresNothingWhereNoReportIsWanted) {
 }
 
 TEST_F(RunTest, SaysThatTheReportCannotBeWritten) {
-    disk.writeError = platform::Error{.localizedDescription = "The disk is full."};
+    disk.writeResult =
+        platform::Unexpected(platform::Error{.localizedDescription = "The disk is full."});
     try {
         run().prepare();
         FAIL();

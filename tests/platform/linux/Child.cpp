@@ -34,13 +34,13 @@ using Arguments = std::vector<std::string>;
 
 int perform(const Arguments& arguments);
 
-int report(const std::optional<platform::Error>& error) {
-    if (error) {
-        std::cout << error->code << ' ' << error->localizedDescription << '\n';
-    } else {
+int report(const platform::Result<void>& result) {
+    if (result) {
         std::cout << "ok\n";
+    } else {
+        std::cout << result.error().code << ' ' << result.error().localizedDescription << '\n';
     }
-    return error ? 1 : 0;
+    return result ? 0 : 1;
 }
 
 RecordingConsole console;
@@ -54,7 +54,7 @@ int recycle(const Arguments& arguments) {
 }
 
 int makeTrash(const Arguments& arguments) {
-    return platform::native::makeTrash(arguments.at(0));
+    return platform::native::makeTrash(arguments.at(0)) ? 0 : 1;
 }
 
 int remove(const Arguments& arguments) {

@@ -44,6 +44,9 @@ public:
     std::string launched;
 
     std::shared_ptr<platform::Pipe> makePipe() override { return std::make_shared<FakePipe>(); }
+    std::vector<std::shared_ptr<platform::Pipe>> makePipes(std::size_t count) override {
+        return std::vector<std::shared_ptr<platform::Pipe>>(count, makePipe());
+    }
     std::shared_ptr<platform::ChildProcess>
     launch(const platform::ProcessDescription& description) override {
         launched = description.launchPath;

@@ -79,7 +79,9 @@ protected:
         return done;
     }
 
-    int ticked() { return interface->checkBox("removeSharedCheck").state(); }
+    bool isTicked() {
+        return interface->checkBox("removeSharedCheck").state() == platform::CheckBoxState::on;
+    }
 
     std::optional<Interface> interface;
     std::string done;
@@ -90,7 +92,7 @@ TEST_F(TerminalInterfaceTest, AsksForTheTickAndForTheGoAhead) {
 
     EXPECT_EQ(show("y\nyes\n"), "confirmed uninstall ");
 
-    EXPECT_EQ(ticked(), 1);
+    EXPECT_TRUE(isTicked());
     EXPECT_THAT(console.printed(),
                 HasSubstr("Uninstall Kelvane\n\nRunning Kelvane programs will be closed"));
     EXPECT_THAT(console.printed(),
@@ -105,14 +107,14 @@ TEST_F(TerminalInterfaceTest, TakesAnEmptyLineForNo) {
     load();
 
     EXPECT_EQ(show("\n\n"), "cancel ");
-    EXPECT_EQ(ticked(), 0);
+    EXPECT_FALSE(isTicked());
 }
 
 TEST_F(TerminalInterfaceTest, AsksAgainForWhatIsNeitherYesNorNo) {
     load();
 
     EXPECT_EQ(show("ja\n 1\nN\nYES \n"), "confirmed uninstall ");
-    EXPECT_EQ(ticked(), 0);
+    EXPECT_FALSE(isTicked());
 }
 
 TEST_F(TerminalInterfaceTest, ClosesTheWindowWhenThereIsNoAnswer) {
@@ -130,7 +132,7 @@ TEST_F(TerminalInterfaceTest, AsksNoMoreAboutABoxThatIsTicked) {
     interface->tick("removeSharedCheck");
 
     EXPECT_EQ(show("y\n"), "confirmed uninstall ");
-    EXPECT_EQ(ticked(), 1);
+    EXPECT_TRUE(isTicked());
 }
 
 TEST_F(TerminalInterfaceTest, AsksAndSaysNothingWhenItIsSilent) {
@@ -138,7 +140,7 @@ TEST_F(TerminalInterfaceTest, AsksAndSaysNothingWhenItIsSilent) {
 
     EXPECT_EQ(show(""), "confirmed uninstall ");
     EXPECT_EQ(console.printed(), "");
-    EXPECT_EQ(ticked(), 0);
+    EXPECT_FALSE(isTicked());
 }
 
 TEST_F(TerminalInterfaceTest, HasALineForTheProgress) {

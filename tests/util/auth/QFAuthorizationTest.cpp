@@ -30,9 +30,7 @@ class QFAuthorizationTest : public DescribedMachine {
 protected:
     static QFAuthorization& controller() { return QFAuthorization::sharedController(); }
 
-    void leaveARightToThisProcess() {
-        services.inherited = {platform::errAuthorizationSuccess, inheritedRef};
-    }
+    void leaveARightToThisProcess() { services.inherited = inheritedRef; }
 };
 
 } // namespace
@@ -152,8 +150,8 @@ TEST_F(QFAuthorizationTest, AnInheritedHandleAuthorizesFromTheStart) {
     EXPECT_EQ(services.calls, Calls{});
 }
 
-TEST_F(QFAuthorizationTest, AHandleThatCameWithAFailureIsNotTaken) {
-    services.inherited = {platform::errAuthorizationDenied, inheritedRef};
+TEST_F(QFAuthorizationTest, WithoutAnInheritedHandleThereIsNoRight) {
+    services.inherited = platform::Unexpected(platform::errAuthorizationDenied);
     EXPECT_FALSE(controller().isAuthorized());
 }
 
@@ -349,10 +347,10 @@ public:
     std::function<void()> askToo;
     std::future<void> other;
 
-    platform::AuthorizationStatus copyRights(AuthorizationRef ref,
-                                             const AuthorizationItemSet& rights,
-                                             const AuthorizationItemSet& environment,
-                                             platform::AuthorizationFlags flags) override {
+    platform::AuthorizationResult<void> copyRights(AuthorizationRef ref,
+                                                   const AuthorizationItemSet& rights,
+                                                   const AuthorizationItemSet& environment,
+                                                   platform::AuthorizationFlags flags) override {
         if (questions++ == 0) {
             std::promise<void> came;
             auto coming = came.get_future();

@@ -7,6 +7,10 @@
 #include <map>
 #include <utility>
 
+using platform::Error;
+using platform::Result;
+using platform::Unexpected;
+
 namespace {
 
 /// Extended attributes of one file, which a test describes, as a system keeps them.
@@ -20,37 +24,41 @@ public:
     /// What happens between a look at the size and the reading.
     std::function<void()> beforeReading = [] {};
 
-    Result size(const std::string& /*path*/, const std::string& name) override {
+    Result<std::size_t> size(const std::string& /*path*/, const std::string& name) override {
         if (failure != 0) {
-            return {.error = failure};
+            return errorOf(failure);
         }
         const auto found = values.find(name);
-        return found == values.end() ? Result{.error = ENODATA} : lengthOf(found->second);
+        if (found == values.end()) {
+            return errorOf(ENODATA);
+        }
+        return found->second.size();
     }
-    Result read(const std::string& path, const std::string& name,
-                std::span<std::byte> buffer) override {
+    Result<std::size_t> read(const std::string& path, const std::string& name,
+                             std::span<std::byte> buffer) override {
         beforeReading();
         buffers.push_back(buffer.size());
         const auto length = size(path, name);
-        if (length.length > static_cast<std::int64_t>(buffer.size())) {
-            return {.error = ERANGE};
+        if (length && *length > buffer.size()) {
+            return errorOf(ERANGE);
         }
-        if (length.length > 0) {
+        if (length) {
             std::ranges::copy(std::as_bytes(std::span(values[name])), buffer.begin());
         }
         return length;
     }
-    Result set(const std::string& path, const std::string& name, std::string_view value) override {
+    Result<void> set(const std::string& path, const std::string& name,
+                     std::string_view value) override {
         if (failure != 0) {
-            return {.error = failure};
+            return errorOf(failure);
         }
         values[path + " " + name] = value;
-        return {.length = 0};
+        return {};
     }
 
 private:
-    static Result lengthOf(const std::string& value) {
-        return {.length = static_cast<std::int64_t>(value.size())};
+    static Unexpected<Error> errorOf(int number) {
+        return Unexpected(Error{"NSPOSIXErrorDomain", number, ""});
     }
 };
 
@@ -223,7 +231,8 @@ TEST_F(Attributes, AnEmptyFileIsMadeByTheAdministratorWhereNobodyElseMay) {
 
 TEST_F(Attributes, NoEmptyFileIsMovedThatCouldNotBeMade) {
     account.temporary = "/nowhere";
-    fileSystem.writeError = {.localizedDescription = "There is no space."};
+    fileSystem.writeResult =
+        platform::Unexpected(platform::Error{.localizedDescription = "There is no space."});
     EXPECT_FALSE(QFFileManager::createEmptyFile("/new"));
     EXPECT_EQ(fileSystem.changes.size(), 1U);
     EXPECT_EQ(loggedLines(), Lines{});

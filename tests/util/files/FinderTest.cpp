@@ -82,7 +82,7 @@ TEST_F(Finder, TheNoticeIsGivenToTheDesktop) {
 TEST_F(Finder, TheNoticesStatusComesBackFromTheFunctionAlone) {
     const auto reference = QFFileManager::stringToFSRef("/file");
     EXPECT_EQ(SendFinderSyncEvent(reference), 0);
-    workspace.changedStatus = platform::procNotFound;
+    workspace.changedResult = platform::Unexpected(platform::procNotFound);
     EXPECT_EQ(SendFinderSyncEvent(reference), -600);
     QFFileManager::notifyFileSystemChanged("/file");
     EXPECT_EQ(loggedLines(), Lines{});
@@ -210,7 +210,7 @@ TEST_F(Finder, ProgressThatIsNoNumberIsNone) {
 
 TEST_F(Finder, AnApplicationIsRegisteredWhenTheDesktopSaysSo) {
     EXPECT_TRUE(QFFileManager::registerApplicationWithLaunchServices("/Applications/A.app"));
-    workspace.registeredStatus = platform::kLSApplicationNotFoundErr;
+    workspace.registeredResult = platform::Unexpected(platform::kLSApplicationNotFoundErr);
     EXPECT_FALSE(QFFileManager::registerApplicationWithLaunchServices("/Applications/B.app"));
     EXPECT_EQ(workspace.registered, (Lines{"/Applications/A.app", "/Applications/B.app"}));
 }

@@ -103,17 +103,17 @@ public:
 
     platform::Value parse(std::string_view /*bytes*/) override { return {}; }
     platform::Value read(const std::string& /*path*/) override { return {}; }
-    std::optional<platform::Error> writeAtomically(const platform::Value& value,
-                                                   const std::string& path) override {
+    platform::Result<void> writeAtomically(const platform::Value& value,
+                                           const std::string& path) override {
         if (unwritable.contains(path)) {
             if (taken.contains(path)) {
                 fileSystem_.files.insert(path);
             }
-            return platform::Error{.localizedDescription = "You can’t."};
+            return platform::Unexpected(platform::Error{.localizedDescription = "You can’t."});
         }
         written[path] = value;
         fileSystem_.files.insert(path);
-        return std::nullopt;
+        return {};
     }
 
 private:

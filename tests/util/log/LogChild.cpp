@@ -17,12 +17,16 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
+#include <fstream>
 #include <functional>
 #include <future>
+#include <iostream>
 #include <latch>
 #include <map>
+#include <sched.h>
 #include <stdexcept>
 #include <string>
+#include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <thread>
@@ -131,6 +135,30 @@ int limited(const Arguments& arguments) {
     return 0;
 }
 
+/// Logs on a disk that becomes full and then has room again, where no other process sees it, and
+/// prints what stays counted and what is in the log.
+int fullDisk(const Arguments& arguments) {
+    const auto& disk = arguments.at(0);
+    if (::unshare(CLONE_NEWNS) != 0 ||
+        ::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+        ::mount("none", disk.c_str(), "tmpfs", 0, "size=16k") != 0) {
+        return 1;
+    }
+    const auto log = disk + "/Test.1.log";
+    const auto filling = disk + "/filling";
+    std::ofstream(log).flush();
+    QFLog::appendLog("before");
+    std::ofstream(filling) << std::string(16384, 'x');
+    QFLog::appendLog(std::string(5000, 'y'));
+    QFLog::finishWriting();
+    std::filesystem::remove(filling);
+    QFLog::appendLog("after");
+    QFLog::finishWriting();
+    std::cout << QFLog::sharedController().bytesInQueue() << " characters\n"
+              << std::ifstream(log).rdbuf();
+    return 0;
+}
+
 /// Starts a log and writes, with THREADS threads, COUNT long entries each that tell NAME, the
 /// thread and their number. What is certain to be in a file is noted, a line an entry, in
 /// FOLDER/told. The process is killed when the first thread has come to the entry LAST.
@@ -169,7 +197,7 @@ public:
     explicit KeptLogFiles(std::string folder) : folder_(std::move(folder)) {
         std::filesystem::create_directories(folder_);
     }
-    std::optional<platform::Error> removeItem(const std::string& path) override {
+    platform::Result<void> removeItem(const std::string& path) override {
         auto name = folder_ + "/XXXXXX";
         platform::native::FileDescriptor(::mkstemp(name.data()));
         std::filesystem::rename(path, name);
@@ -218,7 +246,7 @@ int main(int argc, char* argv[]) {
 
     const std::map<std::string, std::function<int(const Arguments&)>> roles{
         {"killed", killed},   {"share", share}, {"uncaught", uncaught}, {"terminate", terminate},
-        {"limited", limited}, {"crowd", crowd}, {"forked", forked},
+        {"limited", limited}, {"crowd", crowd}, {"forked", forked},     {"fullDisk", fullDisk},
     };
     return roles.at(given.at(0))({given.begin() + 2, given.end()});
 }

@@ -49,8 +49,8 @@ public:
     std::vector<std::string> pathsRead;
 
     platform::Value parse(std::string_view /*bytes*/) override { return {}; }
-    std::optional<platform::Error> writeAtomically(const platform::Value& /*value*/,
-                                                   const std::string& /*path*/) override {
+    platform::Result<void> writeAtomically(const platform::Value& /*value*/,
+                                           const std::string& /*path*/) override {
         return {};
     }
     platform::Value read(const std::string& path) override {

@@ -20,10 +20,9 @@
 class StuckLogFiles : public platform::native::LogFiles {
 public:
     explicit StuckLogFiles(std::string stuck) : stuck_(std::move(stuck)) {}
-    std::optional<platform::Error> moveItem(const std::string& path,
-                                            const std::string& newPath) override {
+    platform::Result<void> moveItem(const std::string& path, const std::string& newPath) override {
         if (path == stuck_) {
-            return platform::Error{"NSPOSIXErrorDomain", 1, "it is stuck"};
+            return platform::Unexpected(platform::Error{"NSPOSIXErrorDomain", 1, "it is stuck"});
         }
         return platform::native::LogFiles::moveItem(path, newPath);
     }

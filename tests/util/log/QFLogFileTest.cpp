@@ -163,8 +163,8 @@ TEST_F(LogFile, StopsHalfMovedWhenAFileCannotBeMoved) {
 
 TEST_F(LogFile, IsThereUntilTheNewOneTakesItsPlace) {
     class DiskWithoutRoom : public platform::native::LogFiles {
-        std::optional<platform::Error> createEmptyFile(const std::string& /*path*/) override {
-            return platform::Error{"NSPOSIXErrorDomain", 28, "no room"};
+        platform::Result<void> createEmptyFile(const std::string& /*path*/) override {
+            return platform::Unexpected(platform::Error{"NSPOSIXErrorDomain", 28, "no room"});
         }
     } full;
     const platform::ScopedService<platform::LogFiles> inPlace(full);

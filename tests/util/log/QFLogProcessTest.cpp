@@ -1,5 +1,6 @@
 // What a log keeps of a process that ends, in whatever way, or that shares it with another.
 
+#include "tests/support/RunCommand.h"
 #include "tests/support/ScopedEnvironment.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -147,6 +148,22 @@ TEST_F(LogProcess, GoesOnWhenItsLogMayNotGrowAnyMore) {
         "Exception writing to log: “Test.1.log” couldn’t be written to because it is too large.\n";
     EXPECT_TRUE(ending.printed.starts_with(failure));
     EXPECT_TRUE(ending.printed.ends_with(failure));
+}
+
+TEST_F(LogProcess, CountsAnEntryOnThatAFullDiskHasTornAndGoesOnInALineOfItsOwn) {
+    if (const auto reason = whyNoMounts(); !reason.empty()) {
+        GTEST_SKIP() << reason;
+    }
+    const auto ending = run("fullDisk", "'" + folder / "Logs/Quillfen" + "'");
+    ASSERT_TRUE(ending.succeeded()) << contentOf(folder / "errors");
+    const auto end = ending.printed.find(" characters\n");
+    ASSERT_NE(end, std::string::npos) << ending.printed;
+    EXPECT_EQ(ending.printed.substr(0, end),
+              "Exception writing to log: “Test.1.log” couldn’t be written to because the volume is "
+              "full.\n5000");
+    const auto content = ending.printed.substr(ending.printed.find('\n', end) + 1);
+    EXPECT_TRUE(content.starts_with(entry("before") + entry("").substr(0, 28) + "yyy"));
+    EXPECT_TRUE(content.ends_with("y\n" + entry("after")));
 }
 
 namespace {

@@ -20,7 +20,7 @@ public:
     }
 
     /// Called while the logs are locked.
-    std::optional<platform::Error> removeItem(const std::string& path) override {
+    platform::Result<void> removeItem(const std::string& path) override {
         return moveItem(path, archive_ + "/" + std::to_string(count_++));
     }
 

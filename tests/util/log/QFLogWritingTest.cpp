@@ -2,9 +2,12 @@
 
 #include "platform/foundation/Exception.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <stdexcept>
 #include <thread>
+#include <utility>
+#include <vector>
 
 namespace fs = std::filesystem;
 
@@ -196,6 +199,61 @@ TEST_F(LogWriting, SaysThatAnEntryIsLostWhoseFolderWasMovedAndGoesOnWhenItIsBack
     fs::rename(machine / "elsewhere", folder());
     QFLog::appendLog("third");
     EXPECT_EQ(content(1), entry("first") + entry("third"));
+}
+
+/// A log file that counts how often somebody looks whether it is in place.
+class WatchedFile : public platform::LogFile {
+public:
+    int looks = 0;
+    std::vector<int> looksBefore;
+
+    bool append(std::string_view /*entry*/) override {
+        looksBefore.push_back(std::exchange(looks, 0));
+        return true;
+    }
+    bool isInPlace() override {
+        ++looks;
+        return true;
+    }
+};
+
+TEST_F(LogWriting, LooksForItsFileBeforeTheFirstAndNowAndThenBetweenEntriesThatWait) {
+    const auto file = std::make_shared<WatchedFile>();
+    log.setFileHandle(file);
+    {
+        const QueueGate gate(queue);
+        for (int number = 0; number < 100; ++number) {
+            QFLog::fastAppendLog("entry");
+        }
+    }
+    QFLog::finishWriting();
+    ASSERT_EQ(file->looksBefore.size(), 100U);
+    EXPECT_EQ(file->looksBefore.front(), 1);
+    const auto looks = std::count(file->looksBefore.begin(), file->looksBefore.end(), 1);
+    EXPECT_GE(looks, 1 + 3);
+    EXPECT_LE(looks, 1 + 4);
+}
+
+TEST_F(LogWriting, LooksForItsFileBeforeEveryEntryThatDidNotWait) {
+    const auto file = std::make_shared<WatchedFile>();
+    log.setFileHandle(file);
+    for (int number = 0; number < 100; ++number) {
+        QFLog::appendLog("entry");
+    }
+    EXPECT_EQ(file->looksBefore, std::vector<int>(100, 1));
+}
+
+TEST_F(LogWriting, LooksForItsFileBehindAnOperationThatIsNoEntry) {
+    const auto file = std::make_shared<WatchedFile>();
+    log.setFileHandle(file);
+    {
+        const QueueGate gate(queue);
+        QFLog::fastAppendLog("entry");
+        queue.addOperation([] {});
+        QFLog::fastAppendLog("entry");
+    }
+    QFLog::finishWriting();
+    EXPECT_EQ(file->looksBefore, (std::vector{1, 1}));
 }
 
 TEST_F(LogWriting, PrintsNothingAboutAMissingLogWhenPrintingIsOff) {

@@ -74,6 +74,11 @@ bool shows(const std::string& text, const std::string& line) {
     return text.find(line + "\r\n") != std::string::npos;
 }
 
+/// Whether the terminal has shown a line as it was typed.
+bool echoes(const std::string& text, const std::string& line) {
+    return shows(text, "\n" + line);
+}
+
 const std::vector<Typing> twoLines{{"", "for the tool\nfor the program\n"}};
 
 } // namespace
@@ -98,6 +103,31 @@ TEST(TerminalTask, GivesTheTerminalBackWhenItsTimeIsUp) {
     const auto shown = shownBy({"read line; read line", "1"},
                                {{"", "for the tool\n"}, {"over", "for the program\n"}});
     EXPECT_TRUE(shows(shown, "status 15, own terminal, then for the program")) << shown;
+}
+
+TEST(TerminalTask, LeavesTheTerminalAsItWasWhenItIsKilled) {
+    const auto shown = shownBy({"stty raw -echo; kill -KILL $$"}, {{"over", "for the program\n"}});
+    EXPECT_TRUE(echoes(shown, "for the program")) << shown;
+    EXPECT_TRUE(shows(shown, "status 9, own terminal, then for the program")) << shown;
+}
+
+TEST(TerminalTask, LeavesTheTerminalAsItWasWhenItsTimeIsUp) {
+    const auto shown =
+        shownBy({"stty raw -echo; read line; read line", "1"}, {{"over", "for the program\n"}});
+    EXPECT_TRUE(shows(shown, "status 15, own terminal, then for the program")) << shown;
+    EXPECT_TRUE(echoes(shown, "for the program")) << shown;
+}
+
+TEST(TerminalTask, EndsByItsTimeThoughAnotherHasTheTerminal) {
+    const auto shown = shownBy({"read line", "1", "stty sane; : > $HOME/begun; read line"},
+                               {{"over", "for the tool\nfor the program\n"}});
+    EXPECT_TRUE(shows(shown, "status 15, own terminal, then for the program")) << shown;
+}
+
+TEST(TerminalTask, MayLeaveTheTerminalChangedWhenItEndsByItself) {
+    const auto shown = shownBy({"stty -echo"}, {{"over", "for the program\n"}});
+    EXPECT_TRUE(shows(shown, "status 0, own terminal, then for the program")) << shown;
+    EXPECT_FALSE(echoes(shown, "for the program")) << shown;
 }
 
 TEST(TerminalTask, HasNoTerminalWhileItDoesNotUseIt) {

@@ -1,9 +1,12 @@
+#include "tests/support/AddressSpace.h"
+#include "tests/support/ScopedLimit.h"
 #include "tests/util/task/TaskTest.h"
 #include "util/task/QFTaskEx.h"
 
 #include "platform/foundation/Exception.h"
 
 #include <csignal>
+#include <cstdlib>
 #include <future>
 
 namespace {
@@ -66,6 +69,22 @@ TEST_F(StringFromTask, GivesTheEmptyStringWhenThereIsNoData) {
     EXPECT_EQ(QFTaskEx::stringFromTask(missing, {}, slot_), "");
     EXPECT_EQ(QFTaskEx::stringFromTask(missing, {}, enough_), "");
     EXPECT_EQ(loggedLines(), Lines(3, "Error: " + missing + " is not executable"));
+}
+
+TEST_F(StringFromTask, GivesNothingWithoutMemoryForTheText) {
+    if (isSanitized()) {
+        GTEST_SKIP() << "a sanitizer has taken the address space that this test would limit";
+    }
+    // In a process of its own, where no former test has left memory.
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(
+        {
+            QFTaskEx::stringFromTask(shell, greeting_); // all threads that a run needs are there
+            const ScopedLimit<RLIMIT_AS> limit(addressSpaceInUse() + 96 * mebibyte);
+            const auto text = QFTaskEx::stringFromTask(shell, script("head -c 60M /dev/zero"));
+            std::_Exit(text.has_value() ? 1 : 0);
+        },
+        testing::ExitedWithCode(0), "");
 }
 
 TEST_F(TerminationCodeFromTask, GivesTheExitStatus) {

@@ -319,6 +319,9 @@ public:
     std::function<void()> onTerminate = [] {};
 
     std::shared_ptr<platform::Pipe> makePipe() override { return nullptr; }
+    std::vector<std::shared_ptr<platform::Pipe>> makePipes(std::size_t count) override {
+        return std::vector<std::shared_ptr<platform::Pipe>>(count);
+    }
     std::shared_ptr<platform::ChildProcess>
     launch(const platform::ProcessDescription& /*description*/) override {
         return std::make_shared<NotedChild>(onTerminate);

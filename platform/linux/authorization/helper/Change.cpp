@@ -23,7 +23,7 @@ std::string pathOf(const Item& item) {
 
 void requireDone(int result) {
     if (result != 0) {
-        throw startFailure(errno);
+        throw startFailure(Errno::last());
     }
 }
 
@@ -67,7 +67,7 @@ void makeFolders(const Folders& folders) {
     std::optional<Item> made;
     for (const auto& name : folders.missing) {
         if (::mkdirat(parent, name.c_str(), everybodyMayEnter) != 0 && errno != EEXIST) {
-            throw startFailure(errno);
+            throw startFailure(Errno::last());
         }
         made = openItem(parent, name);
         if (!made || !made->isFolder()) {

@@ -31,7 +31,7 @@ namespace {
 /// Throws why a system call failed, if it did.
 void require(bool isDone) {
     if (!isDone) {
-        throw startFailure(errno);
+        throw startFailure(Errno::last());
     }
 }
 
@@ -163,7 +163,7 @@ public:
             require(::mknodat(to.folder, to.name.c_str(), status.st_mode & S_IFMT, 0) == 0);
             break;
         default:
-            throw startFailure(EPERM);
+            throw startFailure(Errno(EPERM));
         }
         settle(item, status, to);
     }
@@ -192,7 +192,7 @@ private:
 
     void copyFolder(const Item& item, const Spot& to) {
         if (item.identity() == target_.identity()) {
-            throw startFailure(EINVAL);
+            throw startFailure(Errno(EINVAL));
         }
         require(::mkdirat(to.folder, to.name.c_str(), S_IRWXU) == 0);
         const FileDescriptor made(

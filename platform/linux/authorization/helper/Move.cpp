@@ -98,16 +98,16 @@ bool carryOut(const Copy& copy, FileDescriptor& report) {
     const Placing placing(*from.item, remover);
     if (from.item->isFolder() && to.item && to.item->isFolder()) {
         if (isIn(*to.item, *from.item)) {
-            throw startFailure(EINVAL);
+            throw startFailure(Errno(EINVAL));
         }
         if (!mayMergeInto(*to.item, to.folder)) {
-            throw startFailure(EPERM);
+            throw startFailure(Errno(EPERM));
         }
         report.reset();
         return placing.merge(*from.item, *to.item, to.name);
     }
     if (isTaken(heldPath(to.folder, to.name), heldPath(from.folder, from.name))) {
-        throw startFailure(EEXIST);
+        throw startFailure(Errno(EEXIST));
     }
     const Stage stage(to.folder);
     report.reset();
@@ -123,10 +123,10 @@ bool carryOut(const Move& move, FileDescriptor& report, const FileDescriptor& tu
         return dropOtherName(from, to);
     }
     if (errno != EXDEV) {
-        throw startFailure(errno);
+        throw startFailure(Errno::last());
     }
     if (isTaken(destination, source)) {
-        throw startFailure(EEXIST);
+        throw startFailure(Errno(EEXIST));
     }
     const Placing placing(*from.item, remover);
     const Stage stage(to.folder);

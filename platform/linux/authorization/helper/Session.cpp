@@ -36,7 +36,7 @@ struct Performer {
 
     bool operator()(const Command& command) const {
         becomeTool(command.tool, command.arguments);
-        throw startFailure(errno);
+        throw startFailure(Errno::last());
     }
     bool operator()(const Removal& removal) const {
         std::vector<std::string> arguments = removal.options;
@@ -67,7 +67,7 @@ struct Performer {
     } catch (const Refusal& refusal) {
         reportFailure(report, refusal);
     } catch (const std::bad_alloc&) {
-        reportFailure(report, startFailure(ENOMEM));
+        reportFailure(report, startFailure(Errno(ENOMEM)));
     }
 }
 

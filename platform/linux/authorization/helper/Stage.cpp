@@ -22,7 +22,7 @@ namespace {
 std::string newName() {
     std::uint64_t number = 0;
     if (::getrandom(&number, sizeof number, 0) != sizeof number) {
-        throw startFailure(errno);
+        throw startFailure(Errno::last());
     }
     return ".qf-helper-" + std::to_string(number);
 }
@@ -47,12 +47,12 @@ bool inheritsNothing(const Item& folder) {
 
 Stage::Stage(const Item& parent) : parent_(parent.descriptor.get()), name_(newName()) {
     if (::mkdirat(parent_, name_.c_str(), S_IRWXU) != 0) {
-        throw startFailure(errno);
+        throw startFailure(Errno::last());
     }
     auto made = openItem(parent_, name_);
     if (!made || !isNew(*made) || !inheritsNothing(*made)) {
         remove();
-        throw startFailure(EPERM);
+        throw startFailure(Errno(EPERM));
     }
     folder_ = std::move(*made);
 }

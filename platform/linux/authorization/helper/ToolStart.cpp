@@ -26,8 +26,8 @@ Pipe makePipe(int flags) {
     return {FileDescriptor(ends[0]), FileDescriptor(ends[1])};
 }
 
-Refusal startFailure(int error) {
-    return {Status::startFailed, std::to_string(error)};
+Refusal startFailure(Errno error) {
+    return {Status::startFailed, std::to_string(error.number())};
 }
 
 void leaveTheHelperBehind(int input, int output, int errors) {

@@ -17,8 +17,8 @@ struct Pipe {
 /// A pipe that no tool has by itself. Throws a Refusal.
 Pipe makePipe(int flags);
 
-/// The refusal of what the system does not do, and tells why by an errno.
-Refusal startFailure(int error);
+/// The refusal of what the system does not do; its text is the number.
+Refusal startFailure(Errno error);
 
 /// What a tool finds at its start: a session without terminal, signals at their defaults.
 void leaveTheHelperBehind(int input, int output, int errors);

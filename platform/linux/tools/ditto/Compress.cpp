@@ -10,7 +10,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <clocale>
 #include <string_view>
 #include <vector>
@@ -21,7 +20,7 @@ namespace {
 
 using tool::ToolError;
 
-[[noreturn]] void failToMake(const std::string& archivePath, int error) {
+[[noreturn]] void failToMake(const std::string& archivePath, Errno error) {
     throw ToolError(failureSentence(archivePath, "made", reason(error)));
 }
 
@@ -127,24 +126,24 @@ void pack(const std::string& source, const std::string& archivePath, const FileD
 void compress(const std::string& source, const std::string& archivePath, KeepParent keepParent) {
     struct stat status {};
     if (::stat(source.c_str(), &status) != 0) {
-        throw ToolError(failureSentence(source, "archived", reason(errno)));
+        throw ToolError(failureSentence(source, "archived", reason(Errno::last())));
     }
-    ItemPlace place;
-    if (const int error = findPlace(archivePath, place); error != 0) {
-        failToMake(archivePath, error);
+    const auto place = findPlace(archivePath);
+    if (!place) {
+        failToMake(archivePath, place.error());
     }
-    TemporaryItem draft(place.folder.get(), place.name, S_IFREG | DEFFILEMODE);
-    if (draft.error() != 0) {
+    auto draft = TemporaryItem::make(place->folder.get(), place->name, S_IFREG | DEFFILEMODE);
+    if (!draft) {
         failToMake(archivePath, draft.error());
     }
-    pack(source, archivePath, draft.item(),
+    pack(source, archivePath, draft->item(),
          prefixLength(source, S_ISDIR(status.st_mode), keepParent));
-    int error = ::fsync(draft.item().get()) == 0 ? 0 : errno;
-    if (error == 0) {
-        error = draft.replace();
+    auto made = checked(::fsync(draft->item().get()));
+    if (made) {
+        made = draft->replace();
     }
-    if (error != 0) {
-        failToMake(archivePath, error);
+    if (!made) {
+        failToMake(archivePath, made.error());
     }
 }
 

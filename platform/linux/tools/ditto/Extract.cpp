@@ -13,7 +13,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <fstream>
 #include <string_view>
 
@@ -59,7 +58,7 @@ ArchiveHandle openDisk() {
 la_int64_t freeSpace() {
     struct statvfs status {};
     if (::statvfs(".", &status) != 0) {
-        throw ToolError(reason(errno));
+        throw ToolError(reason(Errno::last()));
     }
     return static_cast<la_int64_t>(status.f_bavail * status.f_frsize);
 }
@@ -139,31 +138,29 @@ void unpackEntries(archive* zip, const std::string& archivePath) {
     }
 }
 
-[[noreturn]] void failToMakeFolder(const std::string& folder, int error) {
+[[noreturn]] void failToMakeFolder(const std::string& folder, Errno error) {
     throw ToolError(failureSentence(folder, "made", reason(error)));
 }
 
 /// Unpacks into a folder that is missing, and appears when all is in it.
 void unpackIntoNewFolder(archive* zip, const std::string& archivePath, const std::string& folder) {
-    ItemPlace place;
-    int error = makeFolders(path::deletingLastComponent(folder), ACCESSPERMS);
-    if (error == 0) {
-        error = findPlace(folder, place);
+    if (const auto above = makeFolders(path::deletingLastComponent(folder), ACCESSPERMS); !above) {
+        failToMakeFolder(folder, above.error());
     }
-    if (error != 0) {
-        failToMakeFolder(folder, error);
+    const auto place = findPlace(folder);
+    if (!place) {
+        failToMakeFolder(folder, place.error());
     }
-    TemporaryItem draft(place.folder.get(), place.name, S_IFDIR | ACCESSPERMS);
-    error = draft.error();
-    if (error == 0 && ::fchdir(draft.item().get()) != 0) {
-        error = errno;
+    auto draft = TemporaryItem::make(place->folder.get(), place->name, S_IFDIR | ACCESSPERMS);
+    if (!draft) {
+        failToMakeFolder(folder, draft.error());
     }
-    if (error != 0) {
-        failToMakeFolder(folder, error);
+    if (::fchdir(draft->item().get()) != 0) {
+        failToMakeFolder(folder, Errno::last());
     }
     unpackEntries(zip, archivePath);
-    if (error = draft.rename(); error != 0) {
-        failToMakeFolder(folder, error);
+    if (const auto renamed = draft->rename(); !renamed) {
+        failToMakeFolder(folder, renamed.error());
     }
 }
 
@@ -177,7 +174,7 @@ void extract(const std::string& archivePath, const std::string& folder) {
         return;
     }
     if (::chdir(folder.c_str()) != 0) {
-        throw ToolError(failureSentence(folder, "entered", reason(errno)));
+        throw ToolError(failureSentence(folder, "entered", reason(Errno::last())));
     }
     unpackEntries(zip.get(), archivePath);
 }

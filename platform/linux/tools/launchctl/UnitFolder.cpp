@@ -1,7 +1,7 @@
 #include "platform/linux/tools/launchctl/UnitFolder.h"
 
 #include "platform/foundation/Path.h"
-#include "platform/linux/files/WholeFiles.h"
+#include "platform/linux/files/AtomicFile.h"
 #include "platform/linux/posix/Folders.h"
 #include "platform/linux/tools/Tool.h"
 
@@ -21,6 +21,12 @@ namespace fs = std::filesystem;
 
 constexpr std::size_t largestUnit = std::size_t{4} * 1024 * 1024;
 
+void require(const SystemResult<void>& result, const std::string& path) {
+    if (!result) {
+        throw ToolError(path + ": " + std::generic_category().message(result.error().number()));
+    }
+}
+
 void require(const std::error_code& error, const std::string& path) {
     if (error) {
         throw ToolError(path + ": " + error.message());
@@ -33,7 +39,7 @@ Owner ownerOfFile(const fs::path& path) {
     if (!fs::is_regular_file(fs::symlink_status(path, error))) {
         return {};
     }
-    const auto text = contentOfFile(path.string(), largestUnit);
+    const auto text = readFile(path.string(), largestUnit);
     return text ? ownerOfUnit(*text) : Owner{};
 }
 
@@ -50,7 +56,7 @@ std::vector<fs::path> entriesOf(const std::string& folder) {
 
 void makeFolder(const std::string& path) {
     constexpr mode_t mode = 0755;
-    require({makeFolders(path, mode), std::generic_category()}, path);
+    require(makeFolders(path, mode), path);
 }
 
 /// Leaves a folder that holds anything, and a link to a folder.
@@ -88,8 +94,7 @@ std::vector<Owner> UnitFolder::owners() const {
 void UnitFolder::write(const std::vector<UnitFile>& units) const {
     makeFolder(path_);
     for (const auto& unit : units) {
-        require({replaceFile(pathOf(unit.name), unit.text), std::generic_category()},
-                pathOf(unit.name));
+        require(replaceFile(pathOf(unit.name), unit.text), pathOf(unit.name));
         if (unit.wantedBy.empty()) {
             continue;
         }

@@ -101,7 +101,7 @@ AuthorizationStatus startedWith(Status status) {
     Ends ends = makeEnds();
     answer(ends, status);
     HelperConnection connection(std::move(ends.program));
-    return connection.start("/bin/true", {}).status;
+    return connection.start("/bin/true", {}).error();
 }
 
 } // namespace
@@ -135,7 +135,7 @@ TEST(HelperConnection, TellsWhenTheHelperHasGone) {
     HelperConnection connection(std::move(ends.program));
     EXPECT_FALSE(connection.isOpen());
     EXPECT_FALSE(connection.handshake());
-    EXPECT_EQ(connection.start("/bin/true", {}).status, errAuthorizationInternal);
+    EXPECT_EQ(connection.start("/bin/true", {}).error(), errAuthorizationInternal);
 }
 
 TEST(HelperConnection, CountsAHelperAsGoneThatDoesNotAnswer) {
@@ -157,8 +157,8 @@ TEST(HelperConnection, SendsNoRequestThatNoHelperWouldTake) {
     Ends ends = makeEnds();
     HelperConnection connection(std::move(ends.program));
     const std::string large(2U << 20U, 'x');
-    EXPECT_EQ(connection.start("/bin/true", {large}).status, errAuthorizationToolExecuteFailure);
-    EXPECT_EQ(connection.start("", {}).status, errAuthorizationToolExecuteFailure);
+    EXPECT_EQ(connection.start("/bin/true", {large}).error(), errAuthorizationToolExecuteFailure);
+    EXPECT_EQ(connection.start("", {}).error(), errAuthorizationToolExecuteFailure);
     char byte = 0;
     EXPECT_EQ(::recv(ends.helper.get(), &byte, 1, MSG_DONTWAIT), -1);
 }
@@ -180,9 +180,9 @@ TEST(AuthorizationServices, AsksNobodyWhileAnotherProcessTracesThisOne) {
     const TemporaryFolder folder;
     native::AuthorizationServices services({folder / "pkexec", folder / "helper"});
     const AuthorizationItemSet right{{.name = "system.privilege.admin", .value = {}}};
-    const auto created = services.create({}, kAuthorizationFlagDefaults);
+    const auto created = services.create({}, kAuthorizationFlagDefaults).value();
     const auto ask = [&](AuthorizationFlags flags, const AuthorizationItemSet& environment) {
-        return services.copyRights(created.ref, right, environment,
+        return services.copyRights(created, right, environment,
                                    flags + kAuthorizationFlagExtendRights);
     };
     const AuthorizationItemSet credentials{{.name = "username", .value = "root"},
@@ -192,13 +192,13 @@ TEST(AuthorizationServices, AsksNobodyWhileAnotherProcessTracesThisOne) {
         if (!tracer.isAttached()) {
             GTEST_SKIP() << "this machine lets no process trace its parent";
         }
-        EXPECT_EQ(ask(kAuthorizationFlagInteractionAllowed, {}), errAuthorizationDenied);
-        EXPECT_EQ(ask(0, credentials), errAuthorizationDenied);
+        EXPECT_EQ(ask(kAuthorizationFlagInteractionAllowed, {}).error(), errAuthorizationDenied);
+        EXPECT_EQ(ask(0, credentials).error(), errAuthorizationDenied);
         const std::string line = "No administrator is asked, because process " +
                                  std::to_string(tracer.process()) + " traces this one\n";
         EXPECT_EQ(lines.str(), line + line);
     }
-    EXPECT_NE(ask(kAuthorizationFlagInteractionAllowed, {}), errAuthorizationDenied);
+    EXPECT_NE(ask(kAuthorizationFlagInteractionAllowed, {}).error(), errAuthorizationDenied);
 }
 
 TEST(HelperStart, TellsTheWaysOfPkexecToEndApart) {
@@ -206,15 +206,15 @@ TEST(HelperStart, TellsTheWaysOfPkexecToEndApart) {
     const auto statusOf = [&](const std::string& script) {
         const std::string pkexec = folder.write("pkexec", "#!/bin/sh\n" + script + "\n");
         std::filesystem::permissions(pkexec, std::filesystem::perms::owner_all);
-        return native::startHelper({pkexec, "/bin/true"}).status;
+        return native::startHelper({pkexec, "/bin/true"}).error();
     };
     EXPECT_EQ(statusOf("exit 126"), errAuthorizationCanceled);
     EXPECT_EQ(statusOf("exit 127"), errAuthorizationDenied);
     EXPECT_EQ(statusOf("exit 0"), errAuthorizationInternal);
     EXPECT_EQ(statusOf("kill -9 $$"), errAuthorizationInternal);
-    EXPECT_EQ(native::startHelper({folder / "missing", "/bin/true"}).status,
+    EXPECT_EQ(native::startHelper({folder / "missing", "/bin/true"}).error(),
               errAuthorizationInternal);
-    EXPECT_EQ(native::startHelper({"/bin/true", folder / "missing"}).status,
+    EXPECT_EQ(native::startHelper({"/bin/true", folder / "missing"}).error(),
               errAuthorizationInternal);
 }
 
@@ -226,16 +226,16 @@ TEST(HelperStart, GivesPkexecNothingButTheConnectionAndAPath) {
                                    "/usr/bin/readlink /proc/self/fd/0 | /usr/bin/cut -c 1-7\n");
     std::filesystem::permissions(pkexec, std::filesystem::perms::owner_all);
     const ScopedEnvironment shell("SHELL", "/no/shell");
-    native::startHelper({pkexec, "/bin/true"});
+    static_cast<void>(native::startHelper({pkexec, "/bin/true"}));
     EXPECT_EQ(contentOf(folder / "seen"), "--disable-internal-agent /bin/true\n"
                                           "PATH=/usr/sbin:/usr/bin:/sbin:/bin\nsocket:\n");
 }
 
 TEST(HelperStart, InheritsNothingWithoutADescriptorOfRoots) {
     const ScopedEnvironment none("QF_AUTHORIZATION_DESCRIPTOR", std::nullopt);
-    EXPECT_EQ(native::inheritedHelper().status, errAuthorizationInternal);
+    EXPECT_EQ(native::inheritedHelper().error(), errAuthorizationInternal);
     for (const char* number : {"", "x", "-1", "0", "1", "2", "3x", "99999", "99999999999999"}) {
         const ScopedEnvironment descriptor("QF_AUTHORIZATION_DESCRIPTOR", number);
-        EXPECT_EQ(native::inheritedHelper().status, errAuthorizationInternal) << number;
+        EXPECT_EQ(native::inheritedHelper().error(), errAuthorizationInternal) << number;
     }
 }

@@ -34,7 +34,7 @@ protected:
                            const std::string& program = "Tool") {
         const auto bundle = folder.makeFolder(name);
         fs::create_directories(bundle + "/Contents/MacOS");
-        EXPECT_FALSE(propertyLists.writeAtomically(
+        EXPECT_TRUE(propertyLists.writeAtomically(
             Value::Dictionary{{"CFBundleIdentifier", identifier}, {"CFBundleExecutable", program}},
             bundle + "/Contents/Info.plist"));
         const auto path = bundle + "/Contents/MacOS/" + program;
@@ -73,7 +73,7 @@ protected:
 TEST_F(Registry, MakesABundleFindableByItsIdentifierWhateverItsCase) {
     const auto bundle = makeBundle("elsewhere/Tool.app", "com.quillfen.Dunmarl");
     EXPECT_EQ(workspace.applicationPath("com.quillfen.Dunmarl"), std::nullopt);
-    EXPECT_EQ(workspace.registerApplication(bundle), platform::noErr);
+    EXPECT_TRUE(workspace.registerApplication(bundle));
     EXPECT_EQ(workspace.applicationPath("com.quillfen.Dunmarl"), bundle);
     EXPECT_EQ(workspace.applicationPath("COM.Quillfen.dunmarl"), bundle);
     EXPECT_EQ(workspace.applicationPath("com.quillfen"), std::nullopt);
@@ -83,7 +83,7 @@ TEST_F(Registry, MakesABundleFindableByItsIdentifierWhateverItsCase) {
 TEST_F(Registry, IsAskedAfterTheApplicationsFolders) {
     const auto installed = makeBundle("home/Applications/A.app", "com.quillfen.Dunmarl");
     const auto registered = makeBundle("elsewhere/B.app", "com.quillfen.Dunmarl");
-    EXPECT_EQ(workspace.registerApplication(registered), platform::noErr);
+    EXPECT_TRUE(workspace.registerApplication(registered));
     EXPECT_EQ(workspace.applicationPath("com.quillfen.Dunmarl"), installed);
     fs::remove_all(installed);
     EXPECT_EQ(workspace.applicationPath("com.quillfen.Dunmarl"), registered);
@@ -91,7 +91,7 @@ TEST_F(Registry, IsAskedAfterTheApplicationsFolders) {
 
 TEST_F(Registry, NeverNamesABundleThatIsGone) {
     const auto bundle = makeBundle("elsewhere/Tool.app", "com.quillfen.Dunmarl");
-    ASSERT_EQ(workspace.registerApplication(bundle), platform::noErr);
+    ASSERT_TRUE(workspace.registerApplication(bundle));
     fs::rename(bundle, folder / "trashed");
     EXPECT_EQ(workspace.applicationPath("com.quillfen.Dunmarl"), std::nullopt);
     fs::rename(folder / "trashed", bundle);
@@ -100,10 +100,10 @@ TEST_F(Registry, NeverNamesABundleThatIsGone) {
 
 TEST_F(Registry, NeverNamesABundleThatIsAnotherNow) {
     const auto bundle = makeBundle("elsewhere/Tool.app", "com.quillfen.Dunmarl");
-    ASSERT_EQ(workspace.registerApplication(bundle), platform::noErr);
+    ASSERT_TRUE(workspace.registerApplication(bundle));
     makeBundle("elsewhere/Tool.app", "com.other.Tool");
     EXPECT_EQ(workspace.applicationPath("com.quillfen.Dunmarl"), std::nullopt);
-    EXPECT_EQ(workspace.registerApplication(bundle), platform::noErr);
+    EXPECT_TRUE(workspace.registerApplication(bundle));
     EXPECT_EQ(workspace.applicationPath("com.other.Tool"), bundle);
     EXPECT_EQ(propertyLists.read(registryFile())["com.quillfen.dunmarl"], Value());
 }
@@ -111,10 +111,10 @@ TEST_F(Registry, NeverNamesABundleThatIsAnotherNow) {
 TEST_F(Registry, GivesTheLastRegisteredOfSeveral) {
     const auto first = makeBundle("1.app", "com.quillfen.Dunmarl");
     const auto second = makeBundle("2.app", "com.quillfen.Dunmarl");
-    ASSERT_EQ(workspace.registerApplication(first), platform::noErr);
-    ASSERT_EQ(workspace.registerApplication(second), platform::noErr);
+    ASSERT_TRUE(workspace.registerApplication(first));
+    ASSERT_TRUE(workspace.registerApplication(second));
     EXPECT_EQ(workspace.applicationPath("com.quillfen.Dunmarl"), second);
-    ASSERT_EQ(workspace.registerApplication(first), platform::noErr);
+    ASSERT_TRUE(workspace.registerApplication(first));
     EXPECT_EQ(workspace.applicationPath("com.quillfen.Dunmarl"), first);
     fs::remove_all(first);
     EXPECT_EQ(workspace.applicationPath("com.quillfen.Dunmarl"), second);
@@ -125,9 +125,9 @@ TEST_F(Registry, GivesTheLastRegisteredOfSeveral) {
 TEST_F(Registry, DropsWhatIsGone) {
     const auto gone = makeBundle("gone.app", "com.quillfen.Gone");
     const auto there = makeBundle("there.app", "com.quillfen.There");
-    ASSERT_EQ(workspace.registerApplication(gone), platform::noErr);
+    ASSERT_TRUE(workspace.registerApplication(gone));
     fs::remove_all(gone);
-    ASSERT_EQ(workspace.registerApplication(there), platform::noErr);
+    ASSERT_TRUE(workspace.registerApplication(there));
     EXPECT_EQ(propertyLists.read(registryFile()),
               Value(Value::Dictionary{{"com.quillfen.there", Value::Array{there}}}));
 }
@@ -135,7 +135,7 @@ TEST_F(Registry, DropsWhatIsGone) {
 TEST_F(Registry, TakesPathsOfAnyBytes) {
     for (const std::string name : {"\xFF\xFE.app", "line\nend.app", "Ünï & <b>.app"}) {
         const auto bundle = makeBundle(name, "com.quillfen.Odd");
-        EXPECT_EQ(workspace.registerApplication(bundle), platform::noErr);
+        EXPECT_TRUE(workspace.registerApplication(bundle));
         EXPECT_EQ(workspace.applicationPath("com.quillfen.Odd"), bundle);
         fs::remove_all(bundle);
     }
@@ -146,37 +146,38 @@ TEST_F(Registry, RefusesWhatIsNoApplication) {
     const auto plain = folder.makeFolder("folder");
     for (const auto& path : {file, plain, folder / "missing.app", std::string("relative.app"),
                              std::string(), makeBundle("A.app", "a") + std::string("\0x", 2)}) {
-        EXPECT_EQ(workspace.registerApplication(path), platform::kLSApplicationNotFoundErr);
+        EXPECT_EQ(workspace.registerApplication(path).error(), platform::kLSApplicationNotFoundErr);
     }
     EXPECT_FALSE(fs::exists(registryFile()));
 }
 
 TEST_F(Registry, RefusesABundleWithoutIdentifier) {
-    EXPECT_EQ(workspace.registerApplication(folder.makeFolder("Empty.app")), platform::kLSDataErr);
-    EXPECT_EQ(workspace.registerApplication(makeBundle("A.app", "")), platform::kLSDataErr);
-    EXPECT_EQ(workspace.registerApplication(makeBundle("B.app", 5)), platform::kLSDataErr);
+    EXPECT_EQ(workspace.registerApplication(folder.makeFolder("Empty.app")).error(),
+              platform::kLSDataErr);
+    EXPECT_EQ(workspace.registerApplication(makeBundle("A.app", "")).error(), platform::kLSDataErr);
+    EXPECT_EQ(workspace.registerApplication(makeBundle("B.app", 5)).error(), platform::kLSDataErr);
     folder.write("C.app/Contents/Info.plist", "garbage");
-    EXPECT_EQ(workspace.registerApplication(folder / "C.app"), platform::kLSDataErr);
+    EXPECT_EQ(workspace.registerApplication(folder / "C.app").error(), platform::kLSDataErr);
 }
 
 TEST_F(Registry, ThatCannotBeWrittenIsAnError) {
     folder.write("home/.local/share/quillfen", "a file");
     const auto bundle = makeBundle("A.app", "com.quillfen.A");
-    EXPECT_EQ(workspace.registerApplication(bundle), platform::kLSUnknownErr);
+    EXPECT_EQ(workspace.registerApplication(bundle).error(), platform::kLSUnknownErr);
 }
 
 TEST_F(Registry, ThatIsDamagedIsReplaced) {
     folder.write("home/.local/share/quillfen/applications.plist", "garbage");
     const auto bundle = makeBundle("A.app", "com.quillfen.A");
     EXPECT_EQ(workspace.applicationPath("com.quillfen.A"), std::nullopt);
-    EXPECT_EQ(workspace.registerApplication(bundle), platform::noErr);
+    EXPECT_TRUE(workspace.registerApplication(bundle));
     EXPECT_EQ(workspace.applicationPath("com.quillfen.A"), bundle);
 }
 
 TEST_F(Registry, WithEntriesOfOtherKindsIsReadAllTheSame) {
     folder.makeFolder("home/.local/share/quillfen");
     const auto bundle = makeBundle("A.app", "com.quillfen.A");
-    ASSERT_FALSE(propertyLists.writeAtomically(
+    ASSERT_TRUE(propertyLists.writeAtomically(
         Value::Dictionary{{"com.quillfen.a", Value::Array{7, "", "relative", "/nowhere", bundle}},
                           {"com.quillfen.b", "text"}},
         registryFile()));
@@ -187,7 +188,7 @@ TEST_F(Registry, WithEntriesOfOtherKindsIsReadAllTheSame) {
 TEST_F(Registry, LiesInTheUsersDataFolder) {
     const ScopedEnvironment other("XDG_DATA_HOME", folder / "other");
     const auto bundle = makeBundle("A.app", "com.quillfen.A");
-    EXPECT_EQ(workspace.registerApplication(bundle), platform::noErr);
+    EXPECT_TRUE(workspace.registerApplication(bundle));
     EXPECT_TRUE(fs::exists(folder / "other/quillfen/applications.plist"));
     EXPECT_EQ(workspace.applicationPath("com.quillfen.A"), bundle);
 }
@@ -206,7 +207,7 @@ TEST_F(Registry, LosesNothingWhenSeveralRegisterAtOnce) {
         running.emplace_back([&, thread] {
             for (int i = 0; i < each; ++i) {
                 const auto& bundle = bundles[static_cast<std::size_t>(thread * each + i)];
-                failures += workspace.registerApplication(bundle) == platform::noErr ? 0 : 1;
+                failures += workspace.registerApplication(bundle) ? 0 : 1;
             }
         });
     }
@@ -220,15 +221,14 @@ TEST_F(Registry, LosesNothingWhenSeveralRegisterAtOnce) {
 // ---- Launcher entries --------------------------------------------------------------------------
 
 TEST_F(Registry, MakesNoLauncherEntryWithoutADesktop) {
-    ASSERT_EQ(workspace.registerApplication(makeBundle("A.app", "com.quillfen.A")),
-              platform::noErr);
+    ASSERT_TRUE(workspace.registerApplication(makeBundle("A.app", "com.quillfen.A")));
     EXPECT_FALSE(fs::exists(entriesFolder()));
 }
 
 TEST_F(Registry, MakesALauncherEntryWhereADesktopIsInstalled) {
     installDesktop();
     const auto bundle = makeBundle("Dunmarl.app", "com.quillfen.Dunmarl");
-    ASSERT_EQ(workspace.registerApplication(bundle), platform::noErr);
+    ASSERT_TRUE(workspace.registerApplication(bundle));
     const auto program = bundle + "/Contents/MacOS/Tool";
     EXPECT_EQ(contentOf(entriesFolder() + "/com.quillfen.registered.com.quillfen.Dunmarl.desktop"),
               "[Desktop Entry]\nType=Application\nName=Dunmarl\nExec=\"" + program +
@@ -262,7 +262,7 @@ TEST_F(Registry, MakesNoEntryWhoseNameWouldLeadElsewhere) {
     int number = 0;
     for (const auto& identifier : identifiers) {
         const auto bundle = makeBundle(std::to_string(++number) + ".app", identifier);
-        EXPECT_EQ(workspace.registerApplication(bundle), platform::noErr) << identifier;
+        EXPECT_TRUE(workspace.registerApplication(bundle)) << identifier;
         EXPECT_EQ(workspace.applicationPath(identifier), bundle);
     }
     EXPECT_EQ(entries(), std::vector<std::string>{});
@@ -287,7 +287,7 @@ TEST_F(Registry, MakesNoEntryForAPathThatItCannotExpress) {
     for (const std::string name :
          {"\xFF.app", "a\nExec=evil\n.app", "50%.app", "%f.app", "a=b.app"}) {
         const auto bundle = makeBundle(name, "com.quillfen.A");
-        EXPECT_EQ(workspace.registerApplication(bundle), platform::noErr);
+        EXPECT_TRUE(workspace.registerApplication(bundle));
     }
     EXPECT_EQ(entries(), std::vector<std::string>{});
 }
@@ -298,7 +298,7 @@ TEST_F(Registry, EntriesStartTheProgramWhateverItsPathIs) {
     for (const std::string name :
          {"Tool.app", "a b.app", "\"; touch evil; \".app", "$HOME `id` \\ 'x' *.app"}) {
         const auto bundle = makeBundle(name, "com.quillfen.A", "run $(me)");
-        ASSERT_EQ(workspace.registerApplication(bundle), platform::noErr);
+        ASSERT_TRUE(workspace.registerApplication(bundle));
         const auto outcome = run(
             {"gio", "launch", entriesFolder() + "/com.quillfen.registered.com.quillfen.A.desktop"},
             {"QF_REPORT=" + (folder / "report"), "HOME=" + (folder / "home")});
@@ -311,7 +311,7 @@ TEST_F(Registry, AnEntryThatCannotBeWrittenIsAnError) {
     installDesktop();
     folder.write("home/.local/share/applications", "a file");
     const auto bundle = makeBundle("A.app", "com.quillfen.A");
-    EXPECT_EQ(workspace.registerApplication(bundle), platform::kLSUnknownErr);
+    EXPECT_EQ(workspace.registerApplication(bundle).error(), platform::kLSUnknownErr);
 }
 
 TEST_F(Registry, ADesktopIsOneThatAPersonCanLogInTo) {

@@ -85,8 +85,8 @@ TEST(CopyItem, CopiesALinkItself) {
     ASSERT_EQ(::symlink("target", (folder / "good").c_str()), 0);
     ASSERT_EQ(::symlink("missing", (folder / "broken").c_str()), 0);
 
-    EXPECT_FALSE(fileSystem.copyItem(folder / "good", folder / "copy of good"));
-    EXPECT_FALSE(fileSystem.copyItem(folder / "broken", folder / "copy of broken"));
+    EXPECT_TRUE(fileSystem.copyItem(folder / "good", folder / "copy of good"));
+    EXPECT_TRUE(fileSystem.copyItem(folder / "broken", folder / "copy of broken"));
 
     EXPECT_EQ(fs::read_symlink(folder / "copy of good"), "target");
     EXPECT_EQ(fs::read_symlink(folder / "copy of broken"), "missing");
@@ -100,10 +100,10 @@ TEST(CopyItem, ReplacesNothing) {
     ASSERT_EQ(::symlink("missing", (folder / "broken").c_str()), 0);
 
     for (const auto* name : {"file", "folder", "broken", "source"}) {
-        const auto error = fileSystem.copyItem(source, folder / name);
-        ASSERT_TRUE(error) << name;
-        EXPECT_EQ(error->code, EEXIST);
-        EXPECT_EQ(error->localizedDescription,
+        const auto copied = fileSystem.copyItem(source, folder / name);
+        ASSERT_FALSE(copied) << name;
+        EXPECT_EQ(copied.error().code, EEXIST);
+        EXPECT_EQ(copied.error().localizedDescription,
                   "“source” couldn’t be copied because an item with the same name already exists.");
     }
     EXPECT_EQ(contentOf(folder / "file"), "old");
@@ -120,7 +120,7 @@ TEST(CopyItem, KeepsOwnersModesAndTheBitsBeyondPermissions) {
     ASSERT_EQ(::chmod(tool.c_str(), 06751), 0);
     ASSERT_EQ(::chmod((folder / "top").c_str(), 03711), 0);
 
-    ASSERT_FALSE(fileSystem.copyItem(folder / "top", folder / "copy"));
+    ASSERT_TRUE(fileSystem.copyItem(folder / "top", folder / "copy"));
 
     EXPECT_EQ(description(folder / "copy"), description(folder / "top"));
 }
@@ -156,7 +156,7 @@ TEST(CopyItem, KeepsAccessControlLists) {
         GTEST_SKIP() << "temporary folders are on a volume without access control lists";
     }
 
-    ASSERT_FALSE(fileSystem.copyItem(file, folder / "copy"));
+    ASSERT_TRUE(fileSystem.copyItem(file, folder / "copy"));
 
     EXPECT_EQ(description(folder / "copy"), description(file));
     EXPECT_EQ(::getxattr((folder / "copy").c_str(), attribute, nullptr, 0), 44);
@@ -177,8 +177,8 @@ TEST(CopyItem, TakesNoAccessControlListFromTheFolderAround) {
         GTEST_SKIP() << "temporary folders are on a volume without access control lists";
     }
 
-    ASSERT_FALSE(fileSystem.copyItem(folder / "top", around + "/copy"));
-    ASSERT_FALSE(fileSystem.copyItem(folder / "top/plain", around + "/plain"));
+    ASSERT_TRUE(fileSystem.copyItem(folder / "top", around + "/copy"));
+    ASSERT_TRUE(fileSystem.copyItem(folder / "top/plain", around + "/plain"));
 
     EXPECT_EQ(description(around + "/copy"), description(folder / "top"));
     EXPECT_EQ(::getxattr((around + "/plain").c_str(), "system.posix_acl_access", nullptr, 0), -1);
@@ -196,7 +196,7 @@ TEST(CopyItem, KeepsManyAndLargeExtendedAttributes) {
     }
     ASSERT_EQ(::setxattr(file.c_str(), "user.qf.large", large.data(), large.size(), 0), 0);
 
-    ASSERT_FALSE(fileSystem.copyItem(file, folder / "copy"));
+    ASSERT_TRUE(fileSystem.copyItem(file, folder / "copy"));
 
     EXPECT_EQ(description(folder / "copy"), description(file));
 }
@@ -212,7 +212,7 @@ TEST(CopyItem, KeepsHolesWhereTheyWere) {
     }
     fs::resize_file(file, size);
 
-    ASSERT_FALSE(fileSystem.copyItem(file, folder / "copy"));
+    ASSERT_TRUE(fileSystem.copyItem(file, folder / "copy"));
 
     EXPECT_EQ(fs::file_size(folder / "copy"), size);
     EXPECT_TRUE(contentOf(folder / "copy") == contentOf(file));
@@ -227,7 +227,7 @@ TEST(CopyItem, CopiesFilesLargerThanEveryBuffer) {
     }
     const auto file = folder.write("file", content);
 
-    ASSERT_FALSE(fileSystem.copyItem(file, folder / "copy"));
+    ASSERT_TRUE(fileSystem.copyItem(file, folder / "copy"));
 
     EXPECT_TRUE(contentOf(folder / "copy") == content);
 }
@@ -248,7 +248,7 @@ TEST(CopyItem, CopiesSockets) {
     const TemporaryFolder folder;
     ASSERT_EQ(::mknod((folder / "socket").c_str(), S_IFSOCK | 0600, 0), 0);
 
-    ASSERT_FALSE(fileSystem.copyItem(folder / "socket", folder / "copy"));
+    ASSERT_TRUE(fileSystem.copyItem(folder / "socket", folder / "copy"));
 
     EXPECT_EQ(description(folder / "copy"), description(folder / "socket"));
 }
@@ -259,7 +259,7 @@ TEST(CopyItem, CopiesDevices) {
         GTEST_SKIP() << noDevices;
     }
 
-    ASSERT_FALSE(fileSystem.copyItem(folder / "null", folder / "copy"));
+    ASSERT_TRUE(fileSystem.copyItem(folder / "null", folder / "copy"));
 
     EXPECT_EQ(description(folder / "copy"), description(folder / "null"));
     EXPECT_EQ(statusOf(folder / "copy").st_rdev, ::makedev(1, 3));
@@ -284,8 +284,8 @@ TEST(CopyItem, NeedsFewDescriptorsForADeepTree) {
         EXPECT_EQ(sentence(fileSystem.copyItem(folder / "top", folder / "copy")), "no error");
     }
     EXPECT_EQ(depthOf(folder / "copy"), 2000);
-    EXPECT_FALSE(fileSystem.removeItem(folder / "top"));
-    EXPECT_FALSE(fileSystem.removeItem(folder / "copy"));
+    EXPECT_TRUE(fileSystem.removeItem(folder / "top"));
+    EXPECT_TRUE(fileSystem.removeItem(folder / "copy"));
 }
 
 TEST(CopyItem, CopiesHardLinksAcrossADeepTree) {
@@ -298,7 +298,7 @@ TEST(CopyItem, CopiesHardLinksAcrossADeepTree) {
     fs::create_hard_link(folder / "top/file", deepest + "/same as the first");
     fs::create_hard_link(deepest + "/../file", folder / "top/same as the last");
 
-    ASSERT_FALSE(fileSystem.copyItem(folder / "top", folder / "copy"));
+    ASSERT_TRUE(fileSystem.copyItem(folder / "top", folder / "copy"));
 
     EXPECT_EQ(description(folder / "copy"), description(folder / "top"));
 }
@@ -313,11 +313,11 @@ TEST(CopyItem, CopiesAWideFolder) {
     }
     ::close(top);
 
-    ASSERT_FALSE(fileSystem.copyItem(folder / "top", folder / "copy"));
+    ASSERT_TRUE(fileSystem.copyItem(folder / "top", folder / "copy"));
 
     EXPECT_EQ(fileSystem.contentsOfDirectory(folder / "copy")->size(), count);
-    EXPECT_FALSE(fileSystem.removeItem(folder / "top"));
-    EXPECT_FALSE(fileSystem.removeItem(folder / "copy"));
+    EXPECT_TRUE(fileSystem.removeItem(folder / "top"));
+    EXPECT_TRUE(fileSystem.removeItem(folder / "copy"));
 }
 
 TEST(CopyItem, CopiesNoFolderIntoItself) {
@@ -325,9 +325,9 @@ TEST(CopyItem, CopiesNoFolderIntoItself) {
     folder.write("top/inner/file");
 
     for (const auto* place : {"top/copy", "top/inner/copy"}) {
-        const auto error = fileSystem.copyItem(folder / "top", folder / place);
-        ASSERT_TRUE(error);
-        EXPECT_EQ(error->localizedDescription,
+        const auto copied = fileSystem.copyItem(folder / "top", folder / place);
+        ASSERT_FALSE(copied);
+        EXPECT_EQ(copied.error().localizedDescription,
                   "“top” couldn’t be copied because it can’t be put inside itself.");
     }
     EXPECT_EQ(strangers(folder / "top", {"inner"}), std::vector<std::string>{});
@@ -454,9 +454,9 @@ TEST(CopyItem, LeavesOneCopyWhereTwoCopyAtOnce) {
         const auto copy = folder / ("copy" + std::to_string(round));
         std::atomic<int> successes = 0;
         const auto work = [&] {
-            const auto error = fileSystem.copyItem(folder / "top", copy);
-            successes += error ? 0 : 1;
-            EXPECT_TRUE(!error || error->code == EEXIST) << sentence(error);
+            const auto copied = fileSystem.copyItem(folder / "top", copy);
+            successes += copied ? 1 : 0;
+            EXPECT_TRUE(copied || copied.error().code == EEXIST) << sentence(copied);
         };
         std::thread other(work);
         work();
@@ -491,13 +491,13 @@ TEST(CopyItem, IsNotLedOutsideByFoldersThatTurnIntoLinks) {
     });
     for (int round = 0; round < rounds; ++round) {
         swaps.wait(swaps);
-        const auto error = fileSystem.copyItem(folder / "top", folder / "copy");
+        const auto copied = fileSystem.copyItem(folder / "top", folder / "copy");
         const auto swapped = folder / "copy/swapped";
-        if (!error && !fs::is_symlink(swapped)) {
+        if (copied && !fs::is_symlink(swapped)) {
             EXPECT_EQ(strangers(swapped, {"deep"}), std::vector<std::string>{});
             EXPECT_TRUE(fs::is_empty(swapped + "/deep"));
         }
-        EXPECT_TRUE(!error || error->code == EAGAIN) << sentence(error);
+        EXPECT_TRUE(copied || copied.error().code == EAGAIN) << sentence(copied);
         fs::remove_all(folder / "copy");
     }
     done = true;

@@ -42,8 +42,9 @@ private:
 std::string whyNoFlags(const TemporaryFolder& folder) {
     const auto probe = folder.write("probe");
     const Unlock unlock(probe);
-    const auto error = fileSystem.setImmutable(probe, true);
-    return error ? "no immutable flag can be set here: " + error->localizedDescription : "";
+    const auto changed = fileSystem.setImmutable(probe, true);
+    return !changed ? "no immutable flag can be set here: " + changed.error().localizedDescription
+                    : "";
 }
 
 constexpr platform::Date someDate{std::chrono::nanoseconds(1000000000123456789)};
@@ -51,8 +52,8 @@ constexpr platform::Date someDate{std::chrono::nanoseconds(1000000000123456789)}
 /// Why no creation date can be kept in temporary folders; empty when one can.
 std::string whyNoCreationDates() {
     const TemporaryFolder folder;
-    const auto error = fileSystem.setCreationDate(folder.write("probe"), someDate);
-    return error && error->code == EOPNOTSUPP
+    const auto changed = fileSystem.setCreationDate(folder.write("probe"), someDate);
+    return !changed && changed.error().code == EOPNOTSUPP
                ? "temporary folders are on a volume without extended attributes"
                : "";
 }
@@ -91,8 +92,8 @@ TEST(FileSystem, FollowsPathsOfAnyLength) {
     EXPECT_FALSE(fileSystem.exists(folder / "missing" + detour));
     EXPECT_FALSE(fileSystem.exists(file + detour));
     EXPECT_FALSE(fileSystem.exists(folder / "link" + detour + "/" + std::string(10'000, 'n')));
-    EXPECT_EQ(fileSystem.removeItem(folder / "real" + detour + "/missing")->code, ENOENT);
-    EXPECT_FALSE(fileSystem.removeItem(folder / "real" + detour + "/file"));
+    EXPECT_EQ(fileSystem.removeItem(folder / "real" + detour + "/missing").error().code, ENOENT);
+    EXPECT_TRUE(fileSystem.removeItem(folder / "real" + detour + "/file"));
     EXPECT_FALSE(fileSystem.exists(file));
 }
 
@@ -208,11 +209,11 @@ TEST(FileSystem, UnlocksWhatIsNotLockedWithoutPrivilegeOrPermission) {
 TEST(FileSystem, UnlocksNothingWhereNothingStands) {
     const TemporaryFolder folder;
 
-    const auto error = fileSystem.setImmutable(folder / "missing.txt", false);
+    const auto changed = fileSystem.setImmutable(folder / "missing.txt", false);
 
-    ASSERT_TRUE(error);
-    EXPECT_EQ(error->code, ENOENT);
-    EXPECT_EQ(error->localizedDescription,
+    ASSERT_FALSE(changed);
+    EXPECT_EQ(changed.error().code, ENOENT);
+    EXPECT_EQ(changed.error().localizedDescription,
               "“missing.txt” couldn’t be unlocked because it doesn’t exist.");
 }
 
@@ -223,12 +224,12 @@ TEST(FileSystem, LocksAndUnlocksAFileAndAFolder) {
     }
     for (const auto& item : {folder.write("file"), folder.makeFolder("folder")}) {
         const Unlock unlock(item);
-        ASSERT_FALSE(fileSystem.setImmutable(item, true));
+        ASSERT_TRUE(fileSystem.setImmutable(item, true));
         EXPECT_NE(::rename(item.c_str(), (folder / "moved").c_str()), 0);
 
-        ASSERT_FALSE(fileSystem.setImmutable(item, false));
+        ASSERT_TRUE(fileSystem.setImmutable(item, false));
         EXPECT_EQ(::rename(item.c_str(), (folder / "moved").c_str()), 0);
-        ASSERT_FALSE(fileSystem.removeItem(folder / "moved"));
+        ASSERT_TRUE(fileSystem.removeItem(folder / "moved"));
     }
 }
 
@@ -237,10 +238,10 @@ TEST(FileSystem, LocksALinkItselfNever) {
     const auto file = folder.write("file");
     makeLink(file, folder / "link");
 
-    const auto error = fileSystem.setImmutable(folder / "link", true);
+    const auto changed = fileSystem.setImmutable(folder / "link", true);
 
-    ASSERT_TRUE(error);
-    EXPECT_EQ(error->code, EOPNOTSUPP);
+    ASSERT_FALSE(changed);
+    EXPECT_EQ(changed.error().code, EOPNOTSUPP);
     EXPECT_EQ(::rename(file.c_str(), (folder / "moved").c_str()), 0);
 }
 
@@ -252,7 +253,7 @@ TEST(FileSystem, LeavesALockedFileToThosePrivileged) {
     const auto file = folder.write("file");
     const Unlock unlock(file);
     ASSERT_EQ(::chmod(folder.path().c_str(), 0755), 0);
-    ASSERT_FALSE(fileSystem.setImmutable(file, true));
+    ASSERT_TRUE(fileSystem.setImmutable(file, true));
 
     EXPECT_EQ(runChild({"unlock", file}, {}, asOrdinaryUser()).output,
               "1 “file” couldn’t be unlocked because you don’t have permission.\n");
@@ -262,20 +263,20 @@ TEST(FileSystem, CountsAFileWithoutFlagsAsUnlocked) {
     if (!fileSystem.exists("/proc/self/status")) {
         GTEST_SKIP() << "no /proc";
     }
-    EXPECT_FALSE(fileSystem.setImmutable("/proc/self/status", false));
+    EXPECT_TRUE(fileSystem.setImmutable("/proc/self/status", false));
 
-    const auto error = fileSystem.setImmutable("/proc/self/status", true);
+    const auto changed = fileSystem.setImmutable("/proc/self/status", true);
 
-    ASSERT_TRUE(error);
-    EXPECT_EQ(error->localizedDescription,
+    ASSERT_FALSE(changed);
+    EXPECT_EQ(changed.error().localizedDescription,
               "“status” couldn’t be locked because the volume doesn’t support it.");
 }
 
 TEST(FileSystem, MakesAFolderWithThoseOnTheWay) {
     const TemporaryFolder folder;
 
-    EXPECT_FALSE(fileSystem.createDirectory(folder / "one/two/three"));
-    EXPECT_FALSE(fileSystem.createDirectory((folder / "one/no\xFFtext") + "//"));
+    EXPECT_TRUE(fileSystem.createDirectory(folder / "one/two/three"));
+    EXPECT_TRUE(fileSystem.createDirectory((folder / "one/no\xFFtext") + "//"));
 
     EXPECT_TRUE(fileSystem.isDirectory(folder / "one/two/three"));
     EXPECT_TRUE(fileSystem.isDirectory(folder / "one/no\xFFtext"));
@@ -286,7 +287,7 @@ TEST(FileSystem, TakesAFolderThatIsThereForMade) {
     makeLink(folder.makeFolder("real"), folder / "link");
 
     for (const auto& path : {folder / "real", folder / "link", folder.path(), std::string("/")}) {
-        EXPECT_FALSE(fileSystem.createDirectory(path)) << path;
+        EXPECT_TRUE(fileSystem.createDirectory(path)) << path;
     }
     EXPECT_EQ(runChild({"create", "/tmp"}, {}, asOrdinaryUser()).output, "ok\n");
 }
@@ -317,9 +318,9 @@ TEST(FileSystem, TellsWhyAFolderCannotBeMade) {
         {"/proc/new", "“new” couldn’t be created because it doesn’t exist."},
     };
     for (const auto& [path, sentence] : cases) {
-        const auto error = fileSystem.createDirectory(path);
-        ASSERT_TRUE(error) << path;
-        EXPECT_EQ(error->localizedDescription, sentence);
+        const auto created = fileSystem.createDirectory(path);
+        ASSERT_FALSE(created) << path;
+        EXPECT_EQ(created.error().localizedDescription, sentence);
     }
     EXPECT_FALSE(fileSystem.exists(folder / "component"));
 }
@@ -339,11 +340,11 @@ TEST(FileSystem, MakesOneFolderForManyCallers) {
     const TemporaryFolder folder;
     for (int round = 0; round < 200; ++round) {
         const auto path = folder / (std::to_string(round) + "/two/three");
-        std::optional<platform::Error> others;
+        platform::Result<void> others;
         std::thread other([&] { others = fileSystem.createDirectory(path); });
-        EXPECT_FALSE(fileSystem.createDirectory(path));
+        EXPECT_TRUE(fileSystem.createDirectory(path));
         other.join();
-        EXPECT_FALSE(others);
+        EXPECT_TRUE(others);
         EXPECT_TRUE(fileSystem.isDirectory(path));
     }
 }
@@ -354,9 +355,9 @@ TEST(FileSystem, WritesAFileAtOnceOrNotAtAll) {
     makeLink(file, folder / "link");
     const std::string content("new\0content", 11);
 
-    EXPECT_FALSE(fileSystem.writeAtomically(file, content));
-    EXPECT_FALSE(fileSystem.writeAtomically(folder / "new", ""));
-    EXPECT_FALSE(fileSystem.writeAtomically(folder / "link", "in the link's place"));
+    EXPECT_TRUE(fileSystem.writeAtomically(file, content));
+    EXPECT_TRUE(fileSystem.writeAtomically(folder / "new", ""));
+    EXPECT_TRUE(fileSystem.writeAtomically(folder / "link", "in the link's place"));
 
     EXPECT_EQ(contentOf(file), content);
     EXPECT_EQ(contentOf(folder / "new"), "");
@@ -376,9 +377,9 @@ TEST(FileSystem, LeavesWhatStoodThereWhereAFileCannotBeWritten) {
         {"", EINVAL},
     };
     for (const auto& [path, number] : cases) {
-        const auto error = fileSystem.writeAtomically(path, "content");
-        ASSERT_TRUE(error) << path;
-        EXPECT_EQ(error->code, number) << path;
+        const auto written = fileSystem.writeAtomically(path, "content");
+        ASSERT_FALSE(written) << path;
+        EXPECT_EQ(written.error().code, number) << path;
     }
     EXPECT_EQ(fileSystem.contentsOfDirectory(folder.path())->size(), 1U);
 }
@@ -418,7 +419,7 @@ TEST(FileSystem, KeepsTheCreationDateThatWasSet) {
     for (const auto& item : {folder.write("file"), folder.makeFolder("folder")}) {
         for (const auto date : {someDate, platform::Date(0ns), platform::Date(-1ns),
                                 platform::Date::min(), platform::Date::max()}) {
-            EXPECT_FALSE(fileSystem.setCreationDate(item, date));
+            EXPECT_TRUE(fileSystem.setCreationDate(item, date));
             EXPECT_EQ(fileSystem.attributesOfItem(item)->creationDate, date);
         }
     }
@@ -432,7 +433,7 @@ TEST(FileSystem, SetsTheCreationDateOfWhatALinkLeadsTo) {
     const auto file = folder.write("file");
     makeLink(file, folder / "link");
 
-    EXPECT_FALSE(fileSystem.setCreationDate(folder / "link", someDate));
+    EXPECT_TRUE(fileSystem.setCreationDate(folder / "link", someDate));
 
     EXPECT_EQ(fileSystem.attributesOfItem(file)->creationDate, someDate);
     EXPECT_NE(fileSystem.attributesOfItem(folder / "link")->creationDate, someDate);
@@ -443,9 +444,9 @@ TEST(FileSystem, GivesACopyTheCreationDateThatWasSet) {
         GTEST_SKIP() << reason;
     }
     const TemporaryFolder folder;
-    ASSERT_FALSE(fileSystem.setCreationDate(folder.makeFolder("folder"), someDate));
+    ASSERT_TRUE(fileSystem.setCreationDate(folder.makeFolder("folder"), someDate));
 
-    EXPECT_FALSE(fileSystem.copyItem(folder / "folder", folder / "copy"));
+    EXPECT_TRUE(fileSystem.copyItem(folder / "folder", folder / "copy"));
 
     EXPECT_EQ(fileSystem.attributesOfItem(folder / "copy")->creationDate, someDate);
 }
@@ -478,10 +479,11 @@ TEST(FileSystem, TellsWhyACreationDateCannotBeSet) {
     const auto missing = fileSystem.setCreationDate(folder / "missing", platform::Date());
     const auto fifo = fileSystem.setCreationDate(folder / "fifo", platform::Date());
 
-    ASSERT_TRUE(missing);
-    EXPECT_EQ(missing->localizedDescription,
+    ASSERT_FALSE(missing);
+    EXPECT_EQ(missing.error().localizedDescription,
               "“missing” couldn’t be changed because it doesn’t exist.");
-    ASSERT_TRUE(fifo);
-    EXPECT_TRUE(fifo->localizedDescription.starts_with("“fifo” couldn’t be changed because "))
-        << fifo->localizedDescription;
+    ASSERT_FALSE(fifo);
+    EXPECT_TRUE(
+        fifo.error().localizedDescription.starts_with("“fifo” couldn’t be changed because "))
+        << fifo.error().localizedDescription;
 }

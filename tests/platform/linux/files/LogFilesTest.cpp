@@ -115,20 +115,18 @@ TEST_F(LogFiles, AppendsBehindWhatAnotherHasAppended) {
     EXPECT_EQ(contentOf(path), "1\n2\n3\n");
 }
 
-TEST_F(LogFiles, AppendNothingToAFileThatIsNoLongerInPlace) {
+TEST_F(LogFiles, TellWhetherAFileIsStillInPlace) {
     const auto path = folder.write("logs/log");
     const auto file = files.open(path);
     EXPECT_TRUE(file->isInPlace());
     fs::rename(path, folder / "moved");
     EXPECT_FALSE(file->isInPlace());
-    EXPECT_FALSE(file->append("lost\n"));
     folder.write("logs/log");
-    EXPECT_FALSE(file->append("lost\n"));
+    EXPECT_FALSE(file->isInPlace());
     fs::rename(folder / "moved", path);
-    EXPECT_TRUE(file->append("written\n"));
+    EXPECT_TRUE(file->isInPlace());
     fs::rename(folder / "logs", folder / "elsewhere");
-    EXPECT_FALSE(file->append("lost\n"));
-    EXPECT_EQ(contentOf(folder / "elsewhere/log"), "written\n");
+    EXPECT_FALSE(file->isInPlace());
 }
 
 TEST_F(LogFiles, TellThatAnEntryWasWrittenToAFileThatIsDeletedMeanwhile) {
@@ -288,18 +286,18 @@ TEST_F(LogFiles, SayThatTheDiskIsFullAndBeginTheNextEntryOnALineOfItsOwn) {
 }
 
 TEST_F(LogFiles, CreateAFolderWithAllThatLeadToIt) {
-    EXPECT_FALSE(files.createFolder(folder / "a/b/c"));
+    EXPECT_TRUE(files.createFolder(folder / "a/b/c"));
     EXPECT_TRUE(fs::is_directory(folder / "a/b/c"));
-    EXPECT_FALSE(files.createFolder(folder / "a/b/c"));
+    EXPECT_TRUE(files.createFolder(folder / "a/b/c"));
 }
 
 TEST_F(LogFiles, SayWhyAFolderCannotBeCreated) {
     folder.write("file");
-    const auto error = files.createFolder(folder / "file/below");
-    ASSERT_TRUE(error);
-    EXPECT_EQ(error->domain, "NSPOSIXErrorDomain");
-    EXPECT_EQ(error->code, ENOTDIR);
-    EXPECT_EQ(error->localizedDescription,
+    const auto created = files.createFolder(folder / "file/below");
+    ASSERT_FALSE(created);
+    EXPECT_EQ(created.error().domain, "NSPOSIXErrorDomain");
+    EXPECT_EQ(created.error().code, ENOTDIR);
+    EXPECT_EQ(created.error().localizedDescription,
               "“below” couldn’t be created because a part of its path isn’t a folder.");
 }
 
@@ -310,11 +308,11 @@ TEST_F(LogFiles, SayThatPermissionIsMissing) {
     fs::permissions(folder.path(), fs::perms(0755));
     folder.write("log");
     EXPECT_TRUE(asNobody([&] {
-        const auto error = files.createEmptyFile(folder / "new");
-        return error && error->localizedDescription ==
-                            "“new” couldn’t be created because you don’t have permission.";
+        const auto created = files.createEmptyFile(folder / "new");
+        return !created && created.error().localizedDescription ==
+                               "“new” couldn’t be created because you don’t have permission.";
     }));
-    EXPECT_TRUE(asNobody([&] { return files.removeItem(folder / "log")->code == EACCES; }));
+    EXPECT_TRUE(asNobody([&] { return files.removeItem(folder / "log").error().code == EACCES; }));
     EXPECT_TRUE(asNobody([&] { return files.open(folder / "log") == nullptr; }));
 }
 
@@ -322,10 +320,10 @@ TEST_F(LogFiles, RemoveFilesLinksAndEmptyFolders) {
     const auto file = folder.write("file", "kept");
     fs::create_symlink(file, folder / "link");
     folder.makeFolder("folder");
-    EXPECT_FALSE(files.removeItem(folder / "link"));
+    EXPECT_TRUE(files.removeItem(folder / "link"));
     EXPECT_EQ(contentOf(file), "kept");
-    EXPECT_FALSE(files.removeItem(file));
-    EXPECT_FALSE(files.removeItem(folder / "folder"));
+    EXPECT_TRUE(files.removeItem(file));
+    EXPECT_TRUE(files.removeItem(folder / "folder"));
     EXPECT_TRUE(fs::is_empty(folder.path()));
 }
 
@@ -333,19 +331,19 @@ TEST_F(LogFiles, RemoveAFolderWithAllThatIsInIt) {
     const auto outside = folder.write("outside", "kept");
     folder.write("folder/inside/file");
     fs::create_symlink(outside, folder / "folder/link");
-    EXPECT_FALSE(files.removeItem(folder / "folder"));
+    EXPECT_TRUE(files.removeItem(folder / "folder"));
     EXPECT_FALSE(fs::exists(folder / "folder"));
     EXPECT_EQ(contentOf(outside), "kept");
 }
 
 TEST_F(LogFiles, MoveAnItemAndNeverReplaceAnother) {
     const auto from = folder.write("from", "one");
-    EXPECT_FALSE(files.moveItem(from, folder / "to"));
+    EXPECT_TRUE(files.moveItem(from, folder / "to"));
     EXPECT_EQ(contentOf(folder / "to"), "one");
     folder.write("from", "two");
-    const auto error = files.moveItem(from, folder / "to");
-    ASSERT_TRUE(error);
-    EXPECT_EQ(error->localizedDescription,
+    const auto moved = files.moveItem(from, folder / "to");
+    ASSERT_FALSE(moved);
+    EXPECT_EQ(moved.error().localizedDescription,
               "“from” couldn’t be moved because an item with the same name already exists.");
     EXPECT_EQ(contentOf(folder / "to"), "one");
 }
@@ -353,7 +351,7 @@ TEST_F(LogFiles, MoveAnItemAndNeverReplaceAnother) {
 TEST_F(LogFiles, MoveALinkItself) {
     const auto target = folder.write("target", "kept");
     fs::create_symlink(target, folder / "link");
-    EXPECT_FALSE(files.moveItem(folder / "link", folder / "moved"));
+    EXPECT_TRUE(files.moveItem(folder / "link", folder / "moved"));
     EXPECT_TRUE(fs::is_symlink(folder / "moved"));
     EXPECT_TRUE(fs::exists(target));
 }
@@ -361,7 +359,7 @@ TEST_F(LogFiles, MoveALinkItself) {
 TEST_F(LogFiles, CreateAnEmptyFileInPlaceOfAnother) {
     const auto path = folder.write("log", "old");
     const auto old = files.open(path);
-    EXPECT_FALSE(files.createEmptyFile(path));
+    EXPECT_TRUE(files.createEmptyFile(path));
     EXPECT_EQ(contentOf(path), "");
     EXPECT_FALSE(old->append("goes to the old one"));
     EXPECT_EQ(contentOf(path), "");
@@ -370,16 +368,17 @@ TEST_F(LogFiles, CreateAnEmptyFileInPlaceOfAnother) {
 TEST_F(LogFiles, CreateAnEmptyFileInPlaceOfALink) {
     const auto victim = folder.write("victim", "precious");
     fs::create_symlink(victim, folder / "log");
-    EXPECT_FALSE(files.createEmptyFile(folder / "log"));
+    EXPECT_TRUE(files.createEmptyFile(folder / "log"));
     EXPECT_FALSE(fs::is_symlink(folder / "log"));
     EXPECT_EQ(contentOf(victim), "precious");
 }
 
 TEST_F(LogFiles, LeaveNothingBehindWhenAnEmptyFileCannotBeCreated) {
     folder.makeFolder("log/inside");
-    const auto error = files.createEmptyFile(folder / "log");
-    ASSERT_TRUE(error);
-    EXPECT_EQ(error->localizedDescription, "“log” couldn’t be created because it is a folder.");
+    const auto created = files.createEmptyFile(folder / "log");
+    ASSERT_FALSE(created);
+    EXPECT_EQ(created.error().localizedDescription,
+              "“log” couldn’t be created because it is a folder.");
     EXPECT_EQ(std::distance(fs::directory_iterator(folder.path()), fs::directory_iterator()), 1);
 }
 
@@ -388,11 +387,11 @@ TEST_F(LogFiles, TakeNoPathWithAZeroForTheShorterOne) {
     const auto withZero = path + std::string("\0more", 5);
     EXPECT_FALSE(files.exists(withZero));
     EXPECT_FALSE(files.open(withZero));
-    EXPECT_EQ(files.removeItem(withZero)->code, EINVAL);
-    EXPECT_EQ(files.moveItem(withZero, folder / "to")->code, EINVAL);
-    EXPECT_EQ(files.moveItem(path, withZero)->code, EINVAL);
-    EXPECT_EQ(files.createEmptyFile(withZero)->code, EINVAL);
-    EXPECT_EQ(files.createFolder(withZero)->code, EINVAL);
+    EXPECT_EQ(files.removeItem(withZero).error().code, EINVAL);
+    EXPECT_EQ(files.moveItem(withZero, folder / "to").error().code, EINVAL);
+    EXPECT_EQ(files.moveItem(path, withZero).error().code, EINVAL);
+    EXPECT_EQ(files.createEmptyFile(withZero).error().code, EINVAL);
+    EXPECT_EQ(files.createFolder(withZero).error().code, EINVAL);
     EXPECT_EQ(contentOf(path), "kept");
 }
 
@@ -409,7 +408,7 @@ TEST_F(LogFiles, CreateEmptyFilesFromManyThreadsAtOnce) {
     for (int thread = 0; thread < 4; ++thread) {
         threads.push_back(std::async(std::launch::async, [this] {
             for (int i = 0; i < 100; ++i) {
-                EXPECT_FALSE(files.createEmptyFile(folder / "log"));
+                EXPECT_TRUE(files.createEmptyFile(folder / "log"));
             }
         }));
     }
@@ -419,18 +418,18 @@ TEST_F(LogFiles, CreateEmptyFilesFromManyThreadsAtOnce) {
 
 TEST_F(LogFiles, LeaveAFileThatIsSetAsideItsNameUntilAnotherTakesThat) {
     const auto path = folder.write("log", "old");
-    EXPECT_FALSE(files.setAside(path, folder / "older"));
+    EXPECT_TRUE(files.setAside(path, folder / "older"));
     EXPECT_EQ(contentOf(path), "old");
     EXPECT_EQ(contentOf(folder / "older"), "old");
-    EXPECT_FALSE(files.createEmptyFile(path));
+    EXPECT_TRUE(files.createEmptyFile(path));
     EXPECT_EQ(contentOf(path), "");
     EXPECT_EQ(contentOf(folder / "older"), "old");
-    EXPECT_EQ(files.setAside(path, folder / "older")->code, EEXIST);
+    EXPECT_EQ(files.setAside(path, folder / "older").error().code, EEXIST);
 }
 
 TEST_F(LogFiles, MoveAFolderThatIsSetAside) {
     folder.makeFolder("log/inside");
-    EXPECT_FALSE(files.setAside(folder / "log", folder / "older"));
+    EXPECT_TRUE(files.setAside(folder / "log", folder / "older"));
     EXPECT_TRUE(fs::is_directory(folder / "older/inside"));
     EXPECT_FALSE(fs::exists(folder / "log"));
 }

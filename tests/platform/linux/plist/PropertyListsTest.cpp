@@ -117,14 +117,14 @@ private:
 TEST(PropertyLists, ReadWhatTheyWrote) {
     const TemporaryFolder folder;
 
-    ASSERT_FALSE(propertyLists.writeAtomically(everything(), folder / "a.plist"));
+    ASSERT_TRUE(propertyLists.writeAtomically(everything(), folder / "a.plist"));
 
     EXPECT_EQ(propertyLists.read(folder / "a.plist"), everything());
 }
 
 TEST(PropertyLists, AreReadByOthers) {
     const TemporaryFolder folder;
-    ASSERT_FALSE(propertyLists.writeAtomically(everything(), folder / "a.plist"));
+    ASSERT_TRUE(propertyLists.writeAtomically(everything(), folder / "a.plist"));
 
     const auto outcome =
         python("assert plistlib.load(open(sys.argv[1], 'rb')) == everything", folder / "a.plist");
@@ -159,7 +159,7 @@ TEST(PropertyLists, ReadAndWriteRealNumbersInEveryLanguage) {
     }
     EXPECT_EQ(inXml("<real>-1.5e3</real>"), Value(-1500.0));
 
-    ASSERT_FALSE(propertyLists.writeAtomically(Value::Array{1.5}, folder / "a.plist"));
+    ASSERT_TRUE(propertyLists.writeAtomically(Value::Array{1.5}, folder / "a.plist"));
 
     EXPECT_NE(contentOf(folder / "a.plist").find("<real>1.5"), std::string::npos);
     EXPECT_EQ(propertyLists.read(folder / "a.plist"), Value(Value::Array{1.5}));
@@ -181,7 +181,7 @@ TEST(PropertyLists, SurviveEveryTruncationAndEveryFlippedByte) {
                      folder / "b.plist")
                   .status,
               0);
-    ASSERT_FALSE(propertyLists.writeAtomically(everything(), folder / "a.plist"));
+    ASSERT_TRUE(propertyLists.writeAtomically(everything(), folder / "a.plist"));
     for (const auto* name : {"a.plist", "b.plist"}) {
         const auto whole = contentOf(folder / name);
         for (std::size_t i = 0; i < whole.size(); ++i) {
@@ -203,14 +203,14 @@ TEST(PropertyLists, WriteNothingThatOthersCouldNotRead) {
          {Value(std::string(1, '\0')), Value("bell\a"), Value("no\xFFtext"), Value("\xEF\xBF\xBF"),
           Value(), Value(Value::Object(std::make_shared<int>(1))),
           Value(Date(sys_days{std::chrono::January / 1 / 2100}))}) {
-        const auto error = propertyLists.writeAtomically(Value::Array{bad}, path);
-        ASSERT_TRUE(error);
-        EXPECT_EQ(error->localizedDescription,
+        const auto written = propertyLists.writeAtomically(Value::Array{bad}, path);
+        ASSERT_FALSE(written);
+        EXPECT_EQ(written.error().localizedDescription,
                   "“a.plist” couldn’t be saved because it would hold what a property list cannot "
                   "express.");
     }
-    EXPECT_TRUE(propertyLists.writeAtomically(Value::Dictionary{{"no\xFFtext", 1}}, path));
-    EXPECT_TRUE(propertyLists.writeAtomically(Value("text alone"), path));
+    EXPECT_FALSE(propertyLists.writeAtomically(Value::Dictionary{{"no\xFFtext", 1}}, path));
+    EXPECT_FALSE(propertyLists.writeAtomically(Value("text alone"), path));
     EXPECT_EQ(contentOf(path), "former");
 }
 
@@ -220,10 +220,10 @@ TEST(PropertyLists, WriteNothingNestedTooDeepToBeRead) {
     for (int level = 0; level < 512; ++level) {
         nested = Value::Array{std::move(nested)};
     }
-    ASSERT_FALSE(propertyLists.writeAtomically(nested, folder / "a.plist"));
+    ASSERT_TRUE(propertyLists.writeAtomically(nested, folder / "a.plist"));
     EXPECT_EQ(propertyLists.read(folder / "a.plist"), nested);
 
-    EXPECT_TRUE(propertyLists.writeAtomically(Value::Array{nested}, folder / "a.plist"));
+    EXPECT_FALSE(propertyLists.writeAtomically(Value::Array{nested}, folder / "a.plist"));
     EXPECT_EQ(propertyLists.read(folder / "a.plist"), nested);
 }
 
@@ -233,7 +233,7 @@ TEST(PropertyLists, ReplaceTheFileAsAWhole) {
     fs::create_hard_link(folder / "old.plist", folder / "second name");
     const auto mask = ::umask(022);
 
-    EXPECT_FALSE(propertyLists.writeAtomically(Value::Array{}, folder / "old.plist"));
+    EXPECT_TRUE(propertyLists.writeAtomically(Value::Array{}, folder / "old.plist"));
 
     ::umask(mask);
     EXPECT_EQ(contentOf(folder / "second name"), "former");
@@ -246,13 +246,15 @@ TEST(PropertyLists, LeaveNothingBehindWhenTheyCannotBeWritten) {
     const TemporaryFolder folder;
     folder.makeFolder("a.plist/full");
 
-    const auto error = propertyLists.writeAtomically(Value::Array{}, folder / "a.plist");
+    const auto written = propertyLists.writeAtomically(Value::Array{}, folder / "a.plist");
 
-    ASSERT_TRUE(error);
-    EXPECT_EQ(error->localizedDescription, "“a.plist” couldn’t be saved because it is a folder.");
+    ASSERT_FALSE(written);
+    EXPECT_EQ(written.error().localizedDescription,
+              "“a.plist” couldn’t be saved because it is a folder.");
     EXPECT_EQ(std::distance(fs::directory_iterator(folder.path()), {}), 1);
-    EXPECT_EQ(propertyLists.writeAtomically(Value::Array{}, folder / "missing/a.plist")->code,
-              ENOENT);
+    EXPECT_EQ(
+        propertyLists.writeAtomically(Value::Array{}, folder / "missing/a.plist").error().code,
+        ENOENT);
 }
 
 TEST(PropertyLists, AreNoneWhereThereIsNoFileToRead) {

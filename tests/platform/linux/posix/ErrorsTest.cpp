@@ -4,12 +4,13 @@
 
 #include <cerrno>
 
+using platform::native::Errno;
 using platform::native::failureSentence;
 using platform::native::posixError;
 using platform::native::reason;
 
 TEST(Errors, NameTheItemTheDeedAndTheReason) {
-    const auto error = posixError(EACCES, "a.txt", "removed");
+    const auto error = posixError(Errno(EACCES), "a.txt", "removed");
 
     EXPECT_EQ(error.domain, "NSPOSIXErrorDomain");
     EXPECT_EQ(error.code, EACCES);
@@ -23,6 +24,6 @@ TEST(Errors, ShowANameThatIsNoTextInPrintableForm) {
 }
 
 TEST(Errors, FallBackOnTheSystemsWordsForARareNumber) {
-    EXPECT_EQ(reason(ENOTSOCK), "the system reports: Socket operation on non-socket");
-    EXPECT_EQ(reason(54321), "the system reports: 54321");
+    EXPECT_EQ(reason(Errno(ENOTSOCK)), "the system reports: Socket operation on non-socket");
+    EXPECT_EQ(reason(Errno(54321)), "the system reports: 54321");
 }

@@ -2,7 +2,9 @@
 
 #include "platform/foundation/Exception.h"
 #include "platform/linux/process/Environment.h"
+#include "platform/linux/process/RunDescriptors.h"
 #include "platform/support/Process.h"
+#include "tests/support/AddressSpace.h"
 #include "tests/support/OpenDescriptors.h"
 #include "tests/support/ScopedLimit.h"
 #include "tests/support/TemporaryFolder.h"
@@ -23,7 +25,9 @@
 #include <filesystem>
 #include <fstream>
 #include <future>
+#include <optional>
 #include <thread>
+#include <utility>
 
 namespace {
 
@@ -73,18 +77,6 @@ protected:
     platform::native::ProcessLauncher launcher_;
 };
 
-/// How many bytes of its address space the process uses.
-std::size_t addressSpaceInUse() {
-    std::size_t pages = 0;
-    std::ifstream("/proc/self/statm") >> pages;
-    return pages * static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
-}
-
-/// Sanitizers take tebibytes of address space.
-bool isSanitized() {
-    return addressSpaceInUse() > std::size_t{1} << 40U;
-}
-
 template <class Condition>
 bool becomesTrue(Condition condition) {
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::minutes(1);
@@ -118,11 +110,13 @@ bool isStopped(long identifier) {
     return status.find(") T ") != std::string::npos;
 }
 
-/// The first descriptor that the system would give now.
-int nextDescriptor() {
-    const int descriptor = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
-    ::close(descriptor);
-    return descriptor;
+/// The limit at which so many more descriptors can be opened.
+rlim_t limitLeaving(std::size_t count) {
+    std::vector<platform::native::FileDescriptor> opened;
+    while (opened.size() <= count) {
+        opened.emplace_back(::open("/dev/null", O_RDONLY | O_CLOEXEC));
+    }
+    return static_cast<rlim_t>(opened.back().get());
 }
 
 /// A system call that the system refuses, for the scope of a Refusal.
@@ -222,7 +216,7 @@ TEST_F(Launcher, RunsAToolToItsEndThoughNoDescriptorIsLeft) {
     const auto done = folder_ / "done";
     std::shared_ptr<platform::ChildProcess> child;
     {
-        const ScopedLimit<RLIMIT_NOFILE> limit(static_cast<rlim_t>(nextDescriptor()));
+        const ScopedLimit<RLIMIT_NOFILE> limit(limitLeaving(0));
         child = launch("ulimit -S -n 64; echo done > '" + done + "'; exit 3");
         child->waitUntilExit();
     }
@@ -334,7 +328,6 @@ TEST_F(Launcher, HoldsFourDescriptorsForAChildOfWhichAllIsCollected) {
 }
 
 TEST_F(Launcher, SaysThatThereIsNoMemoryForTheOutput) {
-    constexpr std::size_t mebibyte = std::size_t{1} << 20U;
     if (isSanitized()) {
         GTEST_SKIP() << "a sanitizer has taken the address space that this test would limit";
     }
@@ -513,7 +506,6 @@ TEST_F(Launcher, CollectsMuchOutputWhole) {
 }
 
 TEST_F(Launcher, CollectsMuchOutputInLittleMoreMemory) {
-    constexpr std::size_t mebibyte = std::size_t{1} << 20U;
     if (isSanitized()) {
         GTEST_SKIP() << "a sanitizer has taken the address space that this test would limit";
     }
@@ -579,7 +571,7 @@ TEST_F(Launcher, HandsTheEnvironmentOver) {
 template <class Change>
 void changeMeanwhile(Change change, const std::function<void()>& launch) {
     std::atomic<bool> over{false};
-    std::jthread changing([&] {
+    const auto changing = std::async(std::launch::async, [&] {
         for (int number = 0; !over; ++number) {
             change("QF_CHANGING_" + std::to_string(number % 2000));
         }
@@ -606,6 +598,24 @@ TEST_F(Launcher, LaunchesWhileAnotherThreadChangesTheEnvironmentOnItsOwn) {
         [this] { launch("exit 0")->waitUntilExit(); });
 }
 
+TEST(Environment, IsNotChangedWhileSomebodyHoldsItStill) {
+    using platform::native::Environment;
+    std::promise<long> changer;
+    std::future<void> change;
+    {
+        const auto still = Environment::holdStill();
+        change = std::async(std::launch::async, [&changer] {
+            changer.set_value(::gettid());
+            Environment::set("QF_HELD", "changed");
+        });
+        EXPECT_TRUE(sleeps(changer.get_future().get()));
+        EXPECT_EQ(change.wait_for(std::chrono::seconds(0)), std::future_status::timeout);
+    }
+    change.get();
+    EXPECT_STREQ(::getenv("QF_HELD"), "changed");
+    Environment::remove("QF_HELD");
+}
+
 TEST_F(Launcher, HandsAWholeEnvironmentOverWhileItIsChangedByThePlatformsOwnMeans) {
     using platform::native::Environment;
     Environment::set("QF_KEPT", "kept");
@@ -617,6 +627,84 @@ TEST_F(Launcher, HandsAWholeEnvironmentOverWhileItIsChangedByThePlatformsOwnMean
         [this] { EXPECT_EQ(outputOf("echo $QF_KEPT"), "kept\n"); });
     Environment::remove("QF_KEPT");
     EXPECT_EQ(outputOf("echo $QF_KEPT"), "\n");
+}
+
+/// A child that holds three pipes of the program's until its gate is opened.
+struct HeldRun {
+    HeldRun(platform::ProcessLauncher& launcher, ProcessDescription description)
+        : pipes(launcher.makePipes(3)) {
+        description.standardInput = ChildStream::through(pipes[0]);
+        description.standardOutput = ChildStream::through(pipes[1]);
+        description.standardError = ChildStream::through(pipes[2]);
+        child = launcher.launch(description);
+    }
+
+    std::vector<std::shared_ptr<platform::Pipe>> pipes;
+    std::shared_ptr<platform::ChildProcess> child;
+};
+
+class LauncherShortOfDescriptors : public Launcher,
+                                   public testing::WithParamInterface<std::size_t> {};
+
+TEST_P(LauncherShortOfDescriptors, MakesPipesOnceAnotherRunHasGivenItsOwnBack) {
+    launcher_.makePipes(1); // what all pipes share is there
+    const auto lowered = limitLeaving(GetParam());
+    std::optional<HeldRun> run(std::in_place, launcher_, shellScript(gate()));
+    const auto before = openDescriptors();
+    const ScopedLimit<RLIMIT_NOFILE> limit(lowered);
+    std::promise<long> starter;
+    auto made = std::async(std::launch::async, [&] {
+        starter.set_value(::gettid());
+        return launcher_.makePipes(3).size();
+    });
+    EXPECT_TRUE(sleeps(starter.get_future().get()));
+    EXPECT_EQ(made.wait_for(std::chrono::seconds(0)), std::future_status::timeout);
+    EXPECT_EQ(openDescriptors(), before) << "it keeps some while it waits";
+    openGate();
+    run->child->waitUntilExit();
+    run.reset();
+    EXPECT_EQ(made.get(), 3U);
+}
+
+// A run begins with six and keeps four. What is left then is too little for two pipes, or for what
+// the rest of the program may need beside three.
+INSTANTIATE_TEST_SUITE_P(Left, LauncherShortOfDescriptors, testing::Values(6, 7, 30));
+
+TEST_F(Launcher, MakesPipesOfTheLastDescriptorsWhereNoOtherRunHasAny) {
+    launcher_.makePipes(3);
+    const ScopedLimit<RLIMIT_NOFILE> limit(limitLeaving(6));
+    EXPECT_EQ(launcher_.makePipes(3).size(), 3U);
+}
+
+TEST_F(Launcher, MakesAllPipesOfARunOrNone) {
+    launcher_.makePipes(3);
+    const auto before = openDescriptors();
+    bool made = true;
+    {
+        const ScopedLimit<RLIMIT_NOFILE> limit(limitLeaving(5));
+        try {
+            launcher_.makePipes(3);
+        } catch (const platform::Exception&) {
+            made = false;
+        }
+    }
+    EXPECT_FALSE(made);
+    EXPECT_EQ(openDescriptors(), before);
+}
+
+TEST(RunDescriptors, WaitNoLongerThanTheirPatience) {
+    platform::native::RunDescriptors descriptors(std::chrono::milliseconds(20));
+    descriptors.opened();
+    std::string reason;
+    {
+        const ScopedLimit<RLIMIT_NOFILE> limit(limitLeaving(0));
+        try {
+            descriptors.openPipes(1);
+        } catch (const platform::Exception& exception) {
+            reason = exception.reason();
+        }
+    }
+    EXPECT_EQ(reason, "the system has no pipe left: Too many open files");
 }
 
 TEST_F(Launcher, RunsOutOfDescriptorsWithAnException) {

@@ -11,6 +11,7 @@
 #include <unistd.h>
 
 #include <filesystem>
+#include <optional>
 
 using platform::native::FileDescriptor;
 using platform::native::helper::Status;
@@ -240,6 +241,27 @@ TEST_F(HelperRemoval, FollowsAUsersLinkToTheUsersOwnFolder) {
     EXPECT_FALSE(exists(file));
 }
 
+/// Keeps a helper's moves from copying, for a scope.
+class HeldTurn {
+public:
+    explicit HeldTurn(TestedHelper& helper) {
+        // One that answers has made what its moves wait for.
+        EXPECT_EQ(helper.send(platform::native::helper::areYouThere).status, Status::ready);
+        const std::string open = "/proc/" + std::to_string(helper.process()) + "/fd";
+        for (const auto& entry : fs::directory_iterator(open)) {
+            if (fs::read_symlink(entry).string().starts_with("/memfd:turns")) {
+                turns_ = FileDescriptor(::open(entry.path().c_str(), O_RDWR | O_CLOEXEC));
+            }
+        }
+        struct flock all {};
+        all.l_type = F_WRLCK;
+        EXPECT_EQ(::fcntl(turns_.get(), F_SETLK, &all), 0);
+    }
+
+private:
+    FileDescriptor turns_; // closed, it lets them go on
+};
+
 class HelperMove : public HelperRemoval {
 protected:
     /// As many as take a while to copy.
@@ -366,13 +388,17 @@ TEST_F(HelperMove, LeavesTheItemWhosePlaceIsTakenWhileItIsCopied) {
         makeFolder(makeFolder(roots() + from) + "/folder");
         makeManyFiles(roots() + from + "/folder");
     }
+    std::optional<HeldTurn> held(helper);
     const auto first = helper.start("/bin/mv", {"-f", roots() + "/first/folder", usersFolder()});
     const auto second = helper.start("/bin/mv", {"-f", roots() + "/second/folder", usersFolder()});
+    held.reset();
     helper.disconnect();
     EXPECT_EQ(helper.waitForEnd(), 0);
     EXPECT_EQ(first.status, Status::started);
-    EXPECT_TRUE(fs::is_empty(roots() + "/first"));
-    EXPECT_EQ(entries(roots() + "/second/folder"), manyFiles);
+    EXPECT_EQ(second.status, Status::started);
+    const bool isFirstLeft = exists(roots() + "/first/folder");
+    EXPECT_TRUE(fs::is_empty(roots() + (isFirstLeft ? "/second" : "/first")));
+    EXPECT_EQ(entries(roots() + (isFirstLeft ? "/first" : "/second") + "/folder"), manyFiles);
     EXPECT_EQ(entries(usersFolder() + "/folder"), manyFiles);
     EXPECT_EQ(entries(usersFolder()), 1);
 }
@@ -383,10 +409,12 @@ TEST_F(HelperMove, ThatIsAskedForAgainWhileItCopiesIsDoneOnce) {
     const std::string moved = usersFolder() + "/folder";
     {
         TestedHelper helper;
+        std::optional<HeldTurn> held(helper);
         std::vector<TestedHelper::Answer> answers;
         for (int i = 0; i < requests; ++i) {
             answers.push_back(helper.start("/bin/mv", {"-f", roots() + "/folder", moved}));
         }
+        held.reset();
         helper.disconnect();
         EXPECT_EQ(helper.waitForEnd(), 0);
     }

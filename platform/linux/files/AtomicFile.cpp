@@ -1,0 +1,88 @@
+#include "platform/linux/files/AtomicFile.h"
+
+#include "platform/foundation/Path.h"
+#include "platform/linux/files/TemporaryItem.h"
+#include "platform/linux/posix/BlockSigxfsz.h"
+#include "platform/linux/posix/FileDescriptor.h"
+#include "platform/linux/posix/SystemCall.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+
+namespace platform::native {
+
+namespace {
+
+FileDescriptor openRegularFile(const std::string& path, std::size_t limit) {
+    FileDescriptor file(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+    struct stat status {};
+    if (!file || ::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode) ||
+        static_cast<std::size_t>(status.st_size) > limit) {
+        return {};
+    }
+    return file;
+}
+
+} // namespace
+
+SystemResult<void> writeAll(int file, std::string_view content) {
+    blockSigxfsz();
+    while (!content.empty()) {
+        const auto written = ::write(file, content.data(), content.size());
+        if (written < 0 && errno != EINTR) {
+            return Unexpected(Errno::last());
+        }
+        content.remove_prefix(static_cast<std::size_t>(std::max<ssize_t>(written, 0)));
+    }
+    return checked(retryOnEintr([file] { return ::fsync(file); }));
+}
+
+std::optional<std::string> readFile(const std::string& path, std::size_t limit) {
+    const auto file = openRegularFile(path, limit);
+    if (!file) {
+        return std::nullopt;
+    }
+    constexpr std::size_t blockSize = 65536;
+    std::array<char, blockSize> block{};
+    std::string content;
+    for (;;) {
+        const auto count = ::read(file.get(), block.data(), block.size());
+        if (count == 0) {
+            return content;
+        }
+        if (count > 0) {
+            content.append(block.data(), static_cast<std::size_t>(count));
+        }
+        if ((count < 0 && errno != EINTR) || content.size() > limit) {
+            return std::nullopt;
+        }
+    }
+}
+
+SystemResult<void> replaceFile(const std::string& path, std::string_view content) {
+    const auto folderPath = path::deletingLastComponent(path);
+    const auto folder = opened(::open(folderPath.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!folder) {
+        return Unexpected(folder.error());
+    }
+    auto file = TemporaryItem::make(folder->get(), path::lastComponent(path), S_IFREG | 0644);
+    if (!file) {
+        return Unexpected(file.error());
+    }
+    if (auto written = writeAll(file->item().get(), content); !written) {
+        return written;
+    }
+    if (auto replaced = file->replace(); !replaced) {
+        return replaced;
+    }
+    // The new content is in place; that its name may not outlive a crash is no failure.
+    static_cast<void>(::fsync(folder->get()));
+    return {};
+}
+
+} // namespace platform::native

@@ -1,0 +1,164 @@
+#include "platform/linux/files/Metadata.h"
+
+#include <fcntl.h>
+#include <linux/limits.h>
+#include <sys/xattr.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <string_view>
+#include <vector>
+
+namespace platform::native {
+
+namespace {
+
+constexpr mode_t permissionBits = 07777;
+
+/// Whether a failure says that there is no such thing on this volume, or for this user.
+bool isBeyondReach(const SystemResult<void>& result) {
+    return failedWith(result, EPERM, EACCES, EOPNOTSUPP, ENOSYS, EINVAL);
+}
+
+/// Lets a failure pass for a success that says so.
+SystemResult<void> asFarAsPossible(const SystemResult<void>& result) {
+    return isBeyondReach(result) ? SystemResult<void>() : result;
+}
+
+std::array<timespec, 2> timesOf(const struct statx& status) {
+    const auto time = [](const statx_timestamp& stamp) {
+        return timespec{.tv_sec = stamp.tv_sec, .tv_nsec = static_cast<long>(stamp.tv_nsec)};
+    };
+    return {time(status.stx_atime), time(status.stx_mtime)};
+}
+
+/// The mode that a copy of this owner and group may have: what runs as its owner does so for the
+/// same owner only.
+mode_t permittedMode(const struct statx& status, uid_t owner, gid_t group) {
+    mode_t mode = status.stx_mode & permissionBits;
+    if (owner != status.stx_uid) {
+        mode &= ~static_cast<mode_t>(S_ISUID);
+    }
+    if (group != status.stx_gid) {
+        mode &= ~static_cast<mode_t>(S_ISGID);
+    }
+    return mode;
+}
+
+/// Copies one extended attribute. Only the user's own ones, and a volume that has no room, can make
+/// that fail.
+SystemResult<void> keepAttribute(int source, int copy, const char* name) {
+    std::array<char, XATTR_SIZE_MAX> value; // NOLINT: it is filled before it is read.
+    const auto size = ::fgetxattr(source, name, value.data(), value.size());
+    auto kept = checked(size);
+    if (kept) {
+        kept = checked(::fsetxattr(copy, name, value.data(), static_cast<std::size_t>(size), 0));
+    }
+    if (failedWith(kept, EOPNOTSUPP, ENODATA)) {
+        return {};
+    }
+    const bool isUsers = std::string_view(name).starts_with("user.");
+    return isUsers ? kept : asFarAsPossible(kept);
+}
+
+SystemResult<void> keepExtendedAttributes(int source, int copy) {
+    std::array<char, 1024> fewNames{};
+    std::vector<char> manyNames;
+    char* names = fewNames.data();
+    auto size = ::flistxattr(source, names, fewNames.size());
+    if (size < 0 && errno == ERANGE) {
+        manyNames.resize(XATTR_LIST_MAX);
+        names = manyNames.data();
+        size = ::flistxattr(source, names, manyNames.size());
+    }
+    if (auto listed = checked(size); !listed) {
+        return failedWith(listed, EOPNOTSUPP) ? SystemResult<void>() : listed;
+    }
+    const std::string_view list(names, static_cast<std::size_t>(size));
+    for (std::size_t begin = 0; begin < list.size(); begin = list.find('\0', begin) + 1) {
+        if (auto kept = keepAttribute(source, copy, list.data() + begin); !kept) {
+            return kept;
+        }
+    }
+    return {};
+}
+
+/// Gives a copy its owner and group, or its group alone.
+SystemResult<void> keepOwner(const struct statx& status, int copy) {
+    if (::fchown(copy, status.stx_uid, status.stx_gid) == 0) {
+        return {};
+    }
+    return asFarAsPossible(checked(::fchown(copy, static_cast<uid_t>(-1), status.stx_gid)));
+}
+
+/// The same for an entry of an open folder.
+SystemResult<void> keepOwnerOfEntry(const struct statx& status, int folder, const char* entry) {
+    const auto give = [&](uid_t owner) {
+        return checked(::fchownat(folder, entry, owner, status.stx_gid, AT_SYMLINK_NOFOLLOW));
+    };
+    auto given = give(status.stx_uid);
+    return given ? given : asFarAsPossible(give(static_cast<uid_t>(-1)));
+}
+
+SystemResult<void> keepModeOfEntry(const struct statx& status, int folder, const char* entry) {
+    struct stat current {};
+    if (auto found = checked(::fstatat(folder, entry, &current, AT_SYMLINK_NOFOLLOW)); !found) {
+        return found;
+    }
+    const mode_t mode = permittedMode(status, current.st_uid, current.st_gid);
+    return asFarAsPossible(checked(::fchmodat(folder, entry, mode, AT_SYMLINK_NOFOLLOW)));
+}
+
+} // namespace
+
+SystemResult<void> copyMetadata(int source, const struct statx& status, int copy) {
+    struct stat current {};
+    if (auto found = checked(::fstat(copy, &current)); !found) {
+        return found;
+    }
+    const bool isForeign = current.st_uid != status.stx_uid || current.st_gid != status.stx_gid;
+    if (isForeign) {
+        if (auto kept = keepOwner(status, copy); !kept) {
+            return kept;
+        }
+    }
+    if (auto kept = keepExtendedAttributes(source, copy); !kept) {
+        return kept;
+    }
+    if (isForeign) {
+        if (auto found = checked(::fstat(copy, &current)); !found) {
+            return found;
+        }
+    }
+    const mode_t mode = permittedMode(status, current.st_uid, current.st_gid);
+    if (mode != (current.st_mode & permissionBits)) {
+        if (auto kept = asFarAsPossible(checked(::fchmod(copy, mode))); !kept) {
+            return kept;
+        }
+    }
+    return asFarAsPossible(checked(::futimens(copy, timesOf(status).data())));
+}
+
+SystemResult<void> copyMetadataToEntry(const struct statx& status, int folder,
+                                       const std::string& name) {
+    const char* entry = name.c_str();
+    if (auto kept = keepOwnerOfEntry(status, folder, entry); !kept) {
+        return kept;
+    }
+    // A link has no mode, and fchmodat() follows it.
+    if (!S_ISLNK(status.stx_mode)) {
+        if (auto kept = keepModeOfEntry(status, folder, entry); !kept) {
+            return kept;
+        }
+    }
+    const auto times = timesOf(status);
+    return asFarAsPossible(checked(::utimensat(folder, entry, times.data(), AT_SYMLINK_NOFOLLOW)));
+}
+
+void dropInheritedAcls(int item) {
+    ::fremovexattr(item, "system.posix_acl_default");
+    ::fremovexattr(item, "system.posix_acl_access");
+}
+
+} // namespace platform::native

@@ -1,0 +1,71 @@
+#include "platform/linux/files/SpecialFiles.h"
+
+#include "platform/linux/files/Metadata.h"
+#include "platform/linux/posix/Errors.h"
+
+#include <sys/sysmacros.h>
+#include <unistd.h>
+
+#include <array>
+#include <climits>
+
+namespace platform::native {
+
+namespace {
+
+/// The text of a link.
+SystemResult<std::string> readLink(int folder, const std::string& name) {
+    std::array<char, PATH_MAX> buffer{};
+    const auto length = ::readlinkat(folder, name.c_str(), buffer.data(), buffer.size());
+    if (length < 0) { // EINVAL: it is no link any more.
+        return Unexpected(errno == EINVAL ? changedMeanwhile : Errno::last());
+    }
+    return std::string(buffer.data(), static_cast<std::size_t>(length));
+}
+
+/// Makes a link of the same text, and reads it back.
+SystemResult<void> makeLink(int source, const std::string& name, int destination,
+                            const std::string& newName) {
+    const auto text = readLink(source, name);
+    if (!text) {
+        return Unexpected(text.error());
+    }
+    if (auto made = checked(::symlinkat(text->c_str(), destination, newName.c_str())); !made) {
+        return made;
+    }
+    const auto copy = readLink(destination, newName);
+    if (copy && *copy == *text) {
+        return {};
+    }
+    ::unlinkat(destination, newName.c_str(), 0);
+    return Unexpected(copy ? Errno(EIO) : copy.error());
+}
+
+/// Makes the link, FIFO, socket or device itself.
+SystemResult<void> makeUnopened(int source, const std::string& name, const struct statx& status,
+                                int destination, const std::string& newName) {
+    if (S_ISLNK(status.stx_mode)) {
+        return makeLink(source, name, destination, newName);
+    }
+    const auto device = ::makedev(status.stx_rdev_major, status.stx_rdev_minor);
+    return checked(::mknodat(destination, newName.c_str(), status.stx_mode, device));
+}
+
+} // namespace
+
+SystemResult<void> copyUnopened(int source, const std::string& name, const struct statx& status,
+                                int destination, const std::string& newName) {
+    if (S_ISREG(status.stx_mode) || S_ISDIR(status.stx_mode)) {
+        return Unexpected(changedMeanwhile);
+    }
+    if (auto made = makeUnopened(source, name, status, destination, newName); !made) {
+        return made;
+    }
+    auto kept = copyMetadataToEntry(status, destination, newName);
+    if (!kept) {
+        ::unlinkat(destination, newName.c_str(), 0);
+    }
+    return kept;
+}
+
+} // namespace platform::native

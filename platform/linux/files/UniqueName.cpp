@@ -1,0 +1,57 @@
+#include "platform/linux/files/UniqueName.h"
+
+#include "platform/foundation/Path.h"
+#include "platform/linux/files/ItemTransfer.h"
+
+#include <cerrno>
+#include <climits>
+
+namespace platform::native {
+
+namespace {
+
+constexpr int mostNamesakes = 100000;
+
+} // namespace
+
+std::string cutTo(std::string text, std::size_t size) {
+    if (text.size() <= size) {
+        return text;
+    }
+    const auto continues = [](char c) { return (static_cast<unsigned char>(c) & 0xC0U) == 0x80U; };
+    while (size > 0 && continues(text[size])) {
+        --size;
+    }
+    text.resize(size);
+    return text;
+}
+
+std::string numberedName(const std::string& name, int count) {
+    const auto extension = path::extension(name);
+    auto suffix = ' ' + std::to_string(count);
+    if (!extension.empty()) {
+        suffix += '.' + extension;
+    }
+    if (suffix.size() >= NAME_MAX) { // Nothing would be left of the name: it counts as having none.
+        suffix = ' ' + std::to_string(count);
+        return cutTo(name, NAME_MAX - suffix.size()) + suffix;
+    }
+    return cutTo(path::deletingExtension(name), NAME_MAX - suffix.size()) + suffix;
+}
+
+SystemResult<void> moveToUniqueName(int source, const std::string& name, int destination) {
+    std::string candidate = name;
+    for (int count = 2; count <= mostNamesakes; ++count) {
+        const auto moved = moveItem(source, name, destination, candidate);
+        if (moved) {
+            return {};
+        }
+        if (!moved.error().number.is(EEXIST)) {
+            return Unexpected(moved.error().number);
+        }
+        candidate = numberedName(name, count);
+    }
+    return Unexpected(Errno(EEXIST));
+}
+
+} // namespace platform::native

@@ -1,0 +1,131 @@
+#include "platform/linux/process/RunDescriptors.h"
+
+#include "platform/linux/process/LaunchFailure.h"
+
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <utility>
+
+namespace platform::native {
+
+namespace {
+
+/// What is left to the children's own descriptors and to the rest of the program, such as its log.
+constexpr rlim_t keptForOthers = 32;
+
+struct Opening {
+    std::vector<PipeEnds> pipes;
+    /// 0, or the errno for which there are none.
+    int error = 0;
+
+    std::vector<PipeEnds> result() && {
+        if (error != 0) {
+            throw resourceFailure(error, "NSFileHandleOperationException", "pipe");
+        }
+        return std::move(pipes);
+    }
+};
+
+Opening tryToOpen(std::size_t count) {
+    std::vector<PipeEnds> pipes;
+    while (pipes.size() < count) {
+        std::array<int, 2> ends{-1, -1};
+        if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
+            return {{}, errno};
+        }
+        auto& pipe = pipes.emplace_back();
+        for (std::size_t end = 0; end < ends.size(); ++end) {
+            pipe[end] = aboveStandardStreams(FileDescriptor(ends[end]));
+            if (!pipe[end]) {
+                return {{}, errno};
+            }
+        }
+    }
+    return {std::move(pipes), 0};
+}
+
+/// The system hands out the lowest descriptors first.
+bool takesWhatIsKept(const std::vector<PipeEnds>& pipes) {
+    rlimit limit{};
+    ::getrlimit(RLIMIT_NOFILE, &limit);
+    return std::ranges::any_of(pipes, [&limit](const PipeEnds& pipe) {
+        return static_cast<rlim_t>(std::max(pipe[0].get(), pipe[1].get())) + keptForOthers >=
+               limit.rlim_cur;
+    });
+}
+
+} // namespace
+
+RunDescriptors& RunDescriptors::shared() {
+    constexpr std::chrono::minutes patience(1);
+    static auto& only = *new RunDescriptors(patience);
+    return only;
+}
+
+void RunDescriptors::opened() {
+    const std::lock_guard lock(mutex_);
+    ++open_;
+}
+
+void RunDescriptors::closed() {
+    const std::lock_guard lock(mutex_);
+    --open_;
+    ++closings_;
+    closed_.notify_one();
+}
+
+std::uint64_t RunDescriptors::closings() const {
+    const std::lock_guard lock(mutex_);
+    return closings_;
+}
+
+PipeEnds RunDescriptors::openPipe() {
+    return std::move(tryToOpen(1).result().front());
+}
+
+std::vector<PipeEnds> RunDescriptors::openPipes(std::size_t count) {
+    const std::lock_guard turn(turn_);
+    for (bool mayWait = true;;) {
+        const auto before = closings();
+        auto opening = tryToOpen(count);
+        if (mayWait && (opening.error == EMFILE || takesWhatIsKept(opening.pipes))) {
+            opening.pipes.clear();
+            mayWait = waitForClosing(before);
+        } else {
+            return std::move(opening).result();
+        }
+    }
+}
+
+/// Returns once a run has closed something since there were so many closings. False when nobody has
+/// anything to close, or nobody does in time.
+bool RunDescriptors::waitForClosing(std::uint64_t closings) {
+    std::unique_lock lock(mutex_);
+    const auto hasClosed = [&] { return closings_ != closings; };
+    return (open_ > 0 || hasClosed()) && closed_.wait_for(lock, patience_, hasClosed);
+}
+
+RunDescriptor::RunDescriptor(FileDescriptor descriptor) : descriptor_(std::move(descriptor)) {
+    if (descriptor_) {
+        RunDescriptors::shared().opened();
+    }
+}
+
+RunDescriptor& RunDescriptor::operator=(RunDescriptor&& other) noexcept {
+    reset();
+    descriptor_ = std::move(other.descriptor_);
+    return *this;
+}
+
+void RunDescriptor::reset() {
+    if (descriptor_) {
+        descriptor_.reset();
+        RunDescriptors::shared().closed();
+    }
+}
+
+} // namespace platform::native

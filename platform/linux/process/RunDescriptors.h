@@ -1,0 +1,75 @@
+#pragma once
+
+#include "platform/linux/posix/FileDescriptor.h"
+
+#include <array>
+#include <chrono>
+#include <condition_variable>
+#include <cstddef>
+#include <cstdint>
+#include <mutex>
+#include <vector>
+
+namespace platform::native {
+
+/// The two ends of a pipe: what is written into the second is read from the first.
+using PipeEnds = std::array<FileDescriptor, 2>;
+
+/// Knows how many descriptors the runs of tools hold, so that a run for which none are left waits
+/// for others to end. Any thread may call every member.
+class RunDescriptors {
+public:
+    /// `patience` is for how long it waits when no run gives anything back.
+    explicit RunDescriptors(std::chrono::steady_clock::duration patience) : patience_(patience) {}
+
+    /// The process's own, which is never destroyed.
+    static RunDescriptors& shared();
+
+    /// A run has opened a descriptor, or closed one.
+    void opened();
+    void closed();
+
+    /// Opens a pipe at once. Throws as openPipes.
+    static PipeEnds openPipe();
+
+    /// Opens so many pipes, all or none. It waits while other runs hold what it needs, and leaves
+    /// some descriptors to the rest of the program as long as it can wait for others. Throws
+    /// platform::Exception "NSFileHandleOperationException" when the system has none left.
+    std::vector<PipeEnds> openPipes(std::size_t count);
+
+private:
+    bool waitForClosing(std::uint64_t closings);
+    std::uint64_t closings() const;
+
+    const std::chrono::steady_clock::duration patience_;
+    /// Held by the one run that looks for descriptors, so that two never keep each other from what
+    /// both need.
+    std::mutex turn_;
+    mutable std::mutex mutex_;
+    std::condition_variable closed_;
+    std::uint64_t open_ = 0;
+    std::uint64_t closings_ = 0;
+};
+
+/// A descriptor that a run holds, counted in RunDescriptors::shared() while it is open.
+class RunDescriptor {
+public:
+    RunDescriptor() = default;
+    explicit RunDescriptor(FileDescriptor descriptor);
+    ~RunDescriptor() { reset(); }
+    RunDescriptor(RunDescriptor&&) = default;
+    RunDescriptor& operator=(RunDescriptor&& other) noexcept;
+    RunDescriptor(const RunDescriptor&) = delete;
+    RunDescriptor& operator=(const RunDescriptor&) = delete;
+
+    explicit operator bool() const { return static_cast<bool>(descriptor_); }
+    int get() const { return descriptor_.get(); }
+
+    /// Closes the descriptor.
+    void reset();
+
+private:
+    FileDescriptor descriptor_;
+};
+
+} // namespace platform::native

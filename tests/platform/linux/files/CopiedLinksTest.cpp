@@ -1,0 +1,77 @@
+#include "platform/linux/files/CopiedLinks.h"
+
+#include "tests/support/TemporaryFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+using platform::native::CopiedLinks;
+using platform::native::FileDescriptor;
+using platform::native::Identity;
+
+namespace {
+
+class CopiedLinksTest : public testing::Test {
+protected:
+    void remember(const std::string& file, std::vector<std::string> path) {
+        const FileDescriptor copy(::open(file.c_str(), O_RDONLY | O_CLOEXEC));
+        ASSERT_TRUE(links_.remember(source_, copy, std::move(path)));
+    }
+    bool link(const Identity& source) { return links_.link(source, top_.get(), "second"); }
+
+    TemporaryFolder folder_;
+    FileDescriptor top_{::open(folder_.path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)};
+    CopiedLinks links_{top_};
+    const Identity source_{1, 2, 3};
+};
+
+TEST_F(CopiedLinksTest, LinksToTheCopyUnderTheFormerName) {
+    const auto file = folder_.write("a/b/first", "content");
+    remember(file, {"a", "b", "first"});
+
+    ASSERT_TRUE(link(source_));
+
+    struct stat status {};
+    ASSERT_EQ(::stat(file.c_str(), &status), 0);
+    EXPECT_EQ(status.st_nlink, 2U);
+    EXPECT_EQ(contentOf(folder_ / "second"), "content");
+}
+
+TEST_F(CopiedLinksTest, KnowsNoOtherFile) {
+    remember(folder_.write("first"), {"first"});
+
+    EXPECT_FALSE(link({1, 2, 4}));
+}
+
+TEST_F(CopiedLinksTest, DoesNotLinkToAnotherFileOfTheName) {
+    const auto file = folder_.write("first", "content");
+    remember(file, {"first"});
+    ASSERT_EQ(::rename(file.c_str(), (folder_ / "moved").c_str()), 0);
+    folder_.write("first", "another");
+
+    EXPECT_FALSE(link(source_));
+
+    EXPECT_FALSE(stands(folder_ / "second"));
+}
+
+TEST_F(CopiedLinksTest, FollowsNoLinkOnTheWayToTheCopy) {
+    const auto file = folder_.write("a/first");
+    remember(file, {"a", "first"});
+    ASSERT_EQ(::rename((folder_ / "a").c_str(), (folder_ / "moved").c_str()), 0);
+    ::symlink("moved", (folder_ / "a").c_str());
+
+    EXPECT_FALSE(link(source_));
+}
+
+TEST_F(CopiedLinksTest, ReplacesNothing) {
+    remember(folder_.write("first", "content"), {"first"});
+    folder_.write("second", "own");
+
+    EXPECT_FALSE(link(source_));
+
+    EXPECT_EQ(contentOf(folder_ / "second"), "own");
+}
+
+} // namespace

@@ -1,0 +1,118 @@
+#include "platform/linux/files/Metadata.h"
+
+#include "platform/linux/posix/FileDescriptor.h"
+#include "platform/linux/posix/OpenFolder.h"
+#include "tests/support/TemporaryFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/xattr.h>
+#include <unistd.h>
+
+using platform::native::copyMetadata;
+using platform::native::copyMetadataToEntry;
+using platform::native::FileDescriptor;
+using platform::native::statusOf;
+using platform::native::statusOfEntry;
+
+namespace {
+
+class MetadataTest : public testing::Test {
+protected:
+    struct stat statusOfCopy() const {
+        struct stat status {};
+        ::lstat((folder_ / "copy").c_str(), &status);
+        return status;
+    }
+
+    auto copyToFile() { return copyMetadata(source_.get(), *statusOf(source_.get()), copy_.get()); }
+
+    TemporaryFolder folder_;
+    FileDescriptor source_{::open(folder_.write("source").c_str(), O_RDWR | O_CLOEXEC)};
+    FileDescriptor copy_{::open(folder_.write("copy").c_str(), O_RDWR | O_CLOEXEC)};
+};
+
+TEST_F(MetadataTest, CopiesTheMode) {
+    ::fchmod(source_.get(), 0751);
+
+    ASSERT_TRUE(copyToFile());
+
+    EXPECT_EQ(statusOfCopy().st_mode & 07777U, 0751U);
+}
+
+TEST_F(MetadataTest, CopiesTheTimes) {
+    const timespec times[2] = {{.tv_sec = 1'000'000'001, .tv_nsec = 2},
+                               {.tv_sec = 1'000'000'003, .tv_nsec = 4}};
+    ::futimens(source_.get(), times);
+
+    ASSERT_TRUE(copyToFile());
+
+    EXPECT_EQ(statusOfCopy().st_atim.tv_sec, 1'000'000'001);
+    EXPECT_EQ(statusOfCopy().st_mtim.tv_sec, 1'000'000'003);
+    EXPECT_EQ(statusOfCopy().st_mtim.tv_nsec, 4);
+}
+
+TEST_F(MetadataTest, CopiesTheUsersAttributes) {
+    if (::fsetxattr(source_.get(), "user.name", "value", 5, 0) != 0) {
+        GTEST_SKIP() << "the temporary folder's volume has no extended attributes";
+    }
+
+    ASSERT_TRUE(copyToFile());
+
+    char value[8] = {};
+    EXPECT_EQ(::fgetxattr(copy_.get(), "user.name", value, sizeof value), 5);
+    EXPECT_STREQ(value, "value");
+}
+
+TEST_F(MetadataTest, CopiesOwnerAndGroupAsTheSuperuser) {
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "only the superuser gives files away";
+    }
+    ASSERT_EQ(::fchown(source_.get(), 65534, 65533), 0);
+    ::fchmod(source_.get(), 06755);
+
+    ASSERT_TRUE(copyToFile());
+
+    EXPECT_EQ(statusOfCopy().st_uid, 65534U);
+    EXPECT_EQ(statusOfCopy().st_gid, 65533U);
+    EXPECT_EQ(statusOfCopy().st_mode & 07777U, 06755U);
+}
+
+TEST_F(MetadataTest, CopiesALinksOwnTimes) {
+    ::unlink((folder_ / "copy").c_str());
+    ::symlink("nowhere", (folder_ / "copy").c_str());
+    ::symlink("nowhere", (folder_ / "link").c_str());
+    const timespec times[2] = {{.tv_sec = 1'000'000'001, .tv_nsec = 0},
+                               {.tv_sec = 1'000'000'003, .tv_nsec = 0}};
+    ::utimensat(AT_FDCWD, (folder_ / "link").c_str(), times, AT_SYMLINK_NOFOLLOW);
+    const FileDescriptor folder(::open(folder_.path().c_str(), O_PATH | O_CLOEXEC));
+    const auto status = statusOfEntry(folder.get(), "link");
+
+    ASSERT_TRUE(copyMetadataToEntry(*status, folder.get(), "copy"));
+
+    EXPECT_EQ(statusOfCopy().st_mtim.tv_sec, 1'000'000'003);
+}
+
+TEST_F(MetadataTest, CopiesTheModeOfAFifo) {
+    ::unlink((folder_ / "copy").c_str());
+    ::mkfifo((folder_ / "copy").c_str(), 0600);
+    ::mkfifo((folder_ / "fifo").c_str(), 0600);
+    ::chmod((folder_ / "fifo").c_str(), 0666);
+    const FileDescriptor folder(::open(folder_.path().c_str(), O_PATH | O_CLOEXEC));
+    const auto status = statusOfEntry(folder.get(), "fifo");
+
+    ASSERT_TRUE(copyMetadataToEntry(*status, folder.get(), "copy"));
+
+    EXPECT_EQ(statusOfCopy().st_mode & 07777U, 0666U);
+}
+
+TEST_F(MetadataTest, TellsThatTheEntryIsMissing) {
+    const FileDescriptor folder(::open(folder_.path().c_str(), O_PATH | O_CLOEXEC));
+    const auto status = statusOf(source_.get());
+
+    EXPECT_EQ(copyMetadataToEntry(*status, folder.get(), "missing").error().number(), ENOENT);
+}
+
+} // namespace

@@ -1,0 +1,128 @@
+#include "platform/linux/files/TemporaryItem.h"
+
+#include "tests/support/TemporaryFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+
+using platform::native::FileDescriptor;
+using platform::native::TemporaryItem;
+
+namespace {
+
+class TemporaryItemTest : public testing::Test {
+protected:
+    auto make(mode_t mode = S_IFREG | 0600) {
+        return TemporaryItem::make(top_.get(), "item", mode);
+    }
+
+    std::vector<std::string> names() const {
+        std::vector<std::string> names;
+        for (const auto& entry : std::filesystem::directory_iterator(folder_.path())) {
+            names.push_back(entry.path().filename());
+        }
+        return names;
+    }
+
+    TemporaryFolder folder_;
+    FileDescriptor top_{::open(folder_.path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)};
+};
+
+TEST_F(TemporaryItemTest, HasAHiddenNameUntilItIsRenamed) {
+    auto item = make();
+    ASSERT_TRUE(item);
+    ASSERT_EQ(names().size(), 1U);
+    EXPECT_TRUE(names().front().starts_with(".qf-"));
+
+    ASSERT_TRUE(item->rename());
+
+    EXPECT_EQ(names(), std::vector<std::string>{"item"});
+}
+
+TEST_F(TemporaryItemTest, IsDeletedUnlessItIsRenamed) {
+    { ASSERT_TRUE(make()); }
+
+    EXPECT_TRUE(names().empty());
+}
+
+TEST_F(TemporaryItemTest, IsDeletedWithAllThatIsInIt) {
+    {
+        const auto item = make(S_IFDIR | 0700);
+        ASSERT_TRUE(item);
+        folder_.write(names().front() + "/inside/file");
+        ::chmod((folder_ / names().front() + "/inside").c_str(), 0);
+    }
+    EXPECT_TRUE(names().empty());
+}
+
+TEST_F(TemporaryItemTest, ReplacesNothingWhenItIsRenamed) {
+    folder_.write("item", "former");
+    {
+        auto item = make();
+        EXPECT_EQ(item->rename().error().number(), EEXIST);
+    }
+    EXPECT_EQ(names(), std::vector<std::string>{"item"});
+    EXPECT_EQ(contentOf(folder_ / "item"), "former");
+}
+
+TEST_F(TemporaryItemTest, TakesThePlaceOfAnother) {
+    folder_.write("item", "former");
+    auto item = make();
+    ASSERT_EQ(::write(item->item().get(), "new", 3), 3);
+
+    ASSERT_TRUE(item->replace());
+
+    EXPECT_EQ(contentOf(folder_ / "item"), "new");
+}
+
+TEST_F(TemporaryItemTest, IsDeletedAfterItsNameWasTakenBack) {
+    {
+        auto item = make();
+        ASSERT_TRUE(item->rename());
+        item->takeBack();
+        EXPECT_FALSE(stands(folder_ / "item"));
+    }
+    EXPECT_TRUE(names().empty());
+}
+
+TEST_F(TemporaryItemTest, LeavesAnotherItemItsNameWhenItTakesItsOwnBack) {
+    auto item = make();
+    ASSERT_TRUE(item->rename());
+    ::unlink((folder_ / "item").c_str());
+    folder_.write("item", "another");
+
+    item->takeBack();
+
+    EXPECT_EQ(contentOf(folder_ / "item"), "another");
+}
+
+TEST_F(TemporaryItemTest, DeletesWhatAKilledProcessLeft) {
+    std::string abandoned;
+    {
+        auto item = make();
+        abandoned = names().front();
+        ASSERT_EQ(::linkat(top_.get(), abandoned.c_str(), top_.get(), "kept", 0), 0);
+    }
+    ASSERT_EQ(::rename((folder_ / "kept").c_str(), (folder_ / abandoned).c_str()), 0);
+
+    const auto item = make();
+
+    ASSERT_TRUE(item);
+    EXPECT_EQ(names(), std::vector<std::string>{abandoned});
+}
+
+TEST_F(TemporaryItemTest, LeavesAloneWhatAnotherProcessWorksOn) {
+    const auto first = make();
+    const auto second = make();
+
+    ASSERT_TRUE(second);
+    EXPECT_EQ(names().size(), 2U);
+}
+
+} // namespace

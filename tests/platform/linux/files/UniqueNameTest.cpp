@@ -1,0 +1,46 @@
+#include "platform/linux/files/UniqueName.h"
+
+#include "platform/linux/posix/FileDescriptor.h"
+#include "tests/support/TemporaryFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+
+#include <cerrno>
+
+using platform::native::FileDescriptor;
+using platform::native::moveToUniqueName;
+using platform::native::numberedName;
+
+TEST(NumberedName, StandsInFrontOfTheExtension) {
+    EXPECT_EQ(numberedName("clip.mov", 2), "clip 2.mov");
+    EXPECT_EQ(numberedName("Notes", 3), "Notes 3");
+    EXPECT_EQ(numberedName(".hidden", 2), ".hidden 2");
+}
+
+TEST(NumberedName, IsNeverLongerThanANameMayBe) {
+    EXPECT_EQ(numberedName(std::string(251, 'x') + ".txt", 10), std::string(248, 'x') + " 10.txt");
+    EXPECT_EQ(numberedName(std::string(255, 'x'), 2), std::string(253, 'x') + " 2");
+    EXPECT_EQ(numberedName("a." + std::string(253, 'x'), 2), "a." + std::string(251, 'x') + " 2");
+}
+
+TEST(NumberedName, IsCutBetweenCharacters) {
+    EXPECT_EQ(numberedName(std::string(252, 'x') + "€", 2), std::string(252, 'x') + " 2");
+}
+
+TEST(MoveToFreeName, ReplacesNothing) {
+    const TemporaryFolder folder;
+    folder.write("from/a.txt", "third");
+    folder.write("to/a.txt", "first");
+    folder.write("to/a 2.txt", "second");
+    const FileDescriptor source(::open((folder / "from").c_str(), O_PATH));
+    const FileDescriptor destination(::open((folder / "to").c_str(), O_PATH));
+
+    EXPECT_TRUE(moveToUniqueName(source.get(), "a.txt", destination.get()));
+
+    EXPECT_EQ(contentOf(folder / "to/a.txt"), "first");
+    EXPECT_EQ(contentOf(folder / "to/a 2.txt"), "second");
+    EXPECT_EQ(contentOf(folder / "to/a 3.txt"), "third");
+    EXPECT_TRUE(failedWith(moveToUniqueName(source.get(), "a.txt", destination.get()), ENOENT));
+}

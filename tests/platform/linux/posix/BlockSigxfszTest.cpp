@@ -1,0 +1,44 @@
+#include "platform/linux/posix/BlockSigxfsz.h"
+
+#include "tests/support/ScopedLimit.h"
+#include "tests/support/TemporaryFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdlib>
+
+namespace {
+
+using FileSizeSignalDeathTest = testing::Test;
+
+/// Writes beyond the limit on a file's size, and ends with status 0 if that failed with EFBIG.
+[[noreturn]] void writeBeyondTheLimit(const std::string& path) {
+    const ScopedLimit<RLIMIT_FSIZE> limit(1);
+    const int file = ::open(path.c_str(), O_CREAT | O_WRONLY | O_CLOEXEC, 0600);
+    const bool isWritten = ::write(file, "a", 1) == 1;
+    const bool isRefused = ::write(file, "b", 1) == -1 && errno == EFBIG;
+    std::_Exit(isWritten && isRefused ? 0 : 1);
+}
+
+TEST_F(FileSizeSignalDeathTest, AWriteBeyondTheLimitFailsLikeAnyOther) {
+    const TemporaryFolder folder;
+
+    EXPECT_EXIT(
+        {
+            platform::native::blockSigxfsz();
+            writeBeyondTheLimit(folder / "file");
+        },
+        testing::ExitedWithCode(0), "");
+}
+
+TEST_F(FileSizeSignalDeathTest, WithoutItTheProcessEnds) {
+    const TemporaryFolder folder;
+
+    EXPECT_EXIT(writeBeyondTheLimit(folder / "file"), testing::KilledBySignal(SIGXFSZ), "");
+}
+
+} // namespace

@@ -1,0 +1,82 @@
+#include "platform/linux/posix/Rename.h"
+
+#include "platform/linux/posix/FileDescriptor.h"
+#include "tests/support/TemporaryFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+
+using platform::native::FileDescriptor;
+using platform::native::renameWithoutReplacing;
+
+namespace {
+
+class RenameTest : public testing::Test {
+protected:
+    auto rename(const std::string& name, const std::string& newName) {
+        return renameWithoutReplacing(source_.get(), name, destination_.get(), newName);
+    }
+
+    TemporaryFolder folder_;
+    FileDescriptor source_{open("source")};
+    FileDescriptor destination_{open("destination")};
+
+private:
+    int open(const std::string& name) {
+        return ::open(folder_.makeFolder(name).c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
+    }
+};
+
+TEST_F(RenameTest, GivesAnItemANewNameInAnotherFolder) {
+    folder_.write("source/item", "content");
+
+    ASSERT_TRUE(rename("item", "moved"));
+
+    EXPECT_EQ(contentOf(folder_ / "destination/moved"), "content");
+    EXPECT_FALSE(stands(folder_ / "source/item"));
+}
+
+TEST_F(RenameTest, ReplacesNothing) {
+    folder_.write("source/item", "new");
+    folder_.write("destination/item", "old");
+
+    EXPECT_EQ(rename("item", "item").error().number(), EEXIST);
+
+    EXPECT_EQ(contentOf(folder_ / "destination/item"), "old");
+    EXPECT_EQ(contentOf(folder_ / "source/item"), "new");
+}
+
+TEST_F(RenameTest, ReplacesNoEmptyFolder) {
+    folder_.makeFolder("source/folder");
+    folder_.makeFolder("destination/folder");
+
+    EXPECT_EQ(rename("folder", "folder").error().number(), EEXIST);
+
+    EXPECT_TRUE(stands(folder_ / "source/folder"));
+}
+
+TEST_F(RenameTest, ReplacesNoBrokenLink) {
+    folder_.write("source/item");
+    ::symlink("nowhere", (folder_ / "destination/item").c_str());
+
+    EXPECT_EQ(rename("item", "item").error().number(), EEXIST);
+
+    EXPECT_TRUE(stands(folder_ / "source/item"));
+}
+
+TEST_F(RenameTest, MovesALinkItself) {
+    const auto target = folder_.write("target");
+    ::symlink(target.c_str(), (folder_ / "source/link").c_str());
+
+    ASSERT_TRUE(rename("link", "link"));
+
+    EXPECT_TRUE(stands(folder_ / "destination/link"));
+    EXPECT_TRUE(stands(target));
+}
+
+TEST_F(RenameTest, TellsThatTheItemIsMissing) {
+    EXPECT_EQ(rename("missing", "item").error().number(), ENOENT);
+}
+
+} // namespace

@@ -1,0 +1,190 @@
+#include "platform/qt/Interface.h"
+#include "tests/support/UserInterface.h"
+
+#include <QAccessible>
+#include <QApplication>
+#include <QCheckBox>
+#include <QDir>
+#include <QIcon>
+#include <QLabel>
+#include <QProgressBar>
+#include <QTest>
+
+#include <string>
+
+namespace {
+
+/// The windows that the uninstaller itself shows.
+class MainMenuTest : public UserInterface {
+protected:
+    MainMenuTest() {
+        interface.setAction("uninstall:", [this] { performed += "uninstall:"; });
+        interface.setAction("cancel:", [this] { performed += "cancel:"; });
+    }
+
+    QWidget& mainWindow() {
+        interface.window("windowMain").makeKeyAndOrderFront();
+        auto& window = *windowTitled("Uninstall Kelvane");
+        EXPECT_TRUE(QTest::qWaitForWindowActive(&window));
+        return window;
+    }
+
+    QWidget& progressWindow() {
+        interface.window("windowProgress").makeKeyAndOrderFront();
+        return *windowTitled("Uninstalling Kelvane");
+    }
+
+    static std::string focused() {
+        const auto* widget = QApplication::focusWidget();
+        return widget == nullptr ? "" : widget->objectName().toStdString();
+    }
+
+    std::string performed;
+    platform::qt::Interface interface { ":/MainMenu.ui" };
+};
+
+TEST_F(MainMenuTest, HasTheFourOutlets) {
+    EXPECT_NO_THROW({
+        interface.window("windowMain");
+        interface.checkBox("removeSharedCheck");
+        interface.window("windowProgress");
+        interface.progressIndicator("progressBar");
+    });
+}
+
+TEST_F(MainMenuTest, ConnectsTheTwoButtons) {
+    press(mainWindow(), "&Uninstall");
+    press(mainWindow(), "&Cancel");
+    EXPECT_EQ(performed, "uninstall:cancel:");
+}
+
+TEST_F(MainMenuTest, LeavesTheSharedItemsUntickedAtFirst) {
+    EXPECT_EQ(interface.checkBox("removeSharedCheck").state(), platform::CheckBoxState::off);
+}
+
+TEST_F(MainMenuTest, PutsUninstallLast) {
+    EXPECT_EQ(buttonTitles(mainWindow()), (std::vector<std::string>{"&Cancel", "&Uninstall"}));
+}
+
+TEST_F(MainMenuTest, SaysThatEverythingGoesToTheTrash) {
+    const auto texts = labelTexts(mainWindow());
+    ASSERT_EQ(texts.size(), 3U);
+    EXPECT_EQ(texts[0], "Uninstall Kelvane");
+    EXPECT_NE(texts[1].find("Trash"), std::string::npos);
+    EXPECT_NE(texts[2].find("software updater"), std::string::npos);
+}
+
+TEST_F(MainMenuTest, CancelsOnEscapeAndWhenItIsClosed) {
+    auto& window = mainWindow();
+    QTest::keyClick(&window, Qt::Key_Escape);
+    EXPECT_EQ(performed, "cancel:");
+    window.close();
+    EXPECT_EQ(performed, "cancel:cancel:");
+}
+
+TEST_F(MainMenuTest, StartsOnTheCheckBoxAndGoesFromTopToBottom) {
+    auto& window = mainWindow();
+    EXPECT_EQ(focused(), "removeSharedCheck");
+    QTest::keyClick(&window, Qt::Key_Tab);
+    EXPECT_EQ(focused(), "cancelButton");
+    QTest::keyClick(&window, Qt::Key_Tab);
+    EXPECT_EQ(focused(), "uninstallButton");
+    QTest::keyClick(&window, Qt::Key_Tab);
+    EXPECT_EQ(focused(), "removeSharedCheck");
+}
+
+TEST_F(MainMenuTest, UninstallsOnReturnOnlyWhenThatButtonHasTheFocus) {
+    auto& window = mainWindow();
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Return);
+    EXPECT_EQ(performed, "");
+    QTest::keyClick(&window, Qt::Key_Tab);
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Return);
+    EXPECT_EQ(performed, "cancel:");
+    QTest::keyClick(&window, Qt::Key_Tab);
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Return);
+    EXPECT_EQ(performed, "cancel:uninstall:");
+}
+
+TEST_F(MainMenuTest, AnswersToItsMnemonics) {
+    auto* window = mainWindow().windowHandle();
+    // A button shows for a moment that it is pressed before it acts.
+    const auto type = [&](Qt::Key key, const std::string& expected) {
+        QTest::keyClick(window, key, Qt::AltModifier);
+        EXPECT_TRUE(QTest::qWaitFor([&] { return performed == expected; }, 60000)) << performed;
+    };
+    type(Qt::Key_U, "uninstall:");
+    type(Qt::Key_C, "uninstall:cancel:");
+    QTest::keyClick(window, Qt::Key_S, Qt::AltModifier);
+    auto& box = interface.checkBox("removeSharedCheck");
+    EXPECT_TRUE(QTest::qWaitFor([&] { return box.state() == platform::CheckBoxState::on; }, 60000));
+}
+
+TEST_F(MainMenuTest, IsOneColumnOfFixedWidth) {
+    EXPECT_EQ(mainWindow().width(), 480);
+    EXPECT_EQ(progressWindow().width(), 480);
+    EXPECT_EQ(mainWindow().minimumSize(), mainWindow().maximumSize());
+}
+
+TEST_F(MainMenuTest, CutsNoTextOff) {
+    for (auto* window : {&mainWindow(), &progressWindow()}) {
+        for (const auto* label : window->findChildren<QLabel*>()) {
+            const int height = label->hasHeightForWidth() ? label->heightForWidth(label->width())
+                                                          : label->sizeHint().height();
+            EXPECT_GE(label->height(), height) << label->objectName().toStdString();
+        }
+    }
+}
+
+TEST_F(MainMenuTest, GrowsWithTheFont) {
+    const auto font = QApplication::font();
+    const int height = mainWindow().height();
+    auto larger = font;
+    larger.setPointSizeF(font.pointSizeF() * 2);
+    QApplication::setFont(larger);
+    QCoreApplication::processEvents();
+    EXPECT_GT(mainWindow().height(), height);
+    QApplication::setFont(font);
+}
+
+std::string accessible(QObject* object, QAccessible::Text text) {
+    auto* interface = QAccessible::queryAccessibleInterface(object);
+    return interface->text(text).toStdString();
+}
+
+TEST_F(MainMenuTest, TellsAScreenReaderWhatEverythingIs) {
+    auto& window = mainWindow();
+    auto* box = window.findChild<QCheckBox*>();
+    EXPECT_EQ(accessible(box, QAccessible::Name),
+              "Also remove items shared by all Quillfen products");
+    EXPECT_NE(accessible(box, QAccessible::Description).find("software updater"),
+              std::string::npos);
+    EXPECT_EQ(accessible(&button(window, "&Uninstall"), QAccessible::Name), "Uninstall");
+    EXPECT_EQ(accessible(&button(window, "&Uninstall"), QAccessible::Description),
+              "Moves the Kelvane suite to the Trash");
+    EXPECT_EQ(accessible(&button(window, "&Cancel"), QAccessible::Description),
+              "Quits and removes nothing");
+    EXPECT_EQ(accessible(progressWindow().findChild<QProgressBar*>(), QAccessible::Name),
+              "Moving Kelvane to the Trash");
+}
+
+TEST_F(MainMenuTest, CannotBeClosedWhileItRuns) {
+    auto& window = progressWindow();
+    EXPECT_FALSE(window.close());
+    QTest::keyClick(&window, Qt::Key_Escape);
+    EXPECT_TRUE(window.isVisible());
+    EXPECT_EQ(performed, "");
+    EXPECT_TRUE(buttonTitles(window).empty());
+}
+
+TEST_F(MainMenuTest, CarriesItsIconInEverySizeThatScreensNeed) {
+    QIcon icon;
+    const QDir folder(":/icon");
+    for (const auto& file : folder.entryList()) {
+        icon.addFile(folder.filePath(file));
+    }
+    for (const int size : {16, 24, 32, 48, 64, 128, 192, 256}) {
+        EXPECT_TRUE(icon.availableSizes().contains(QSize(size, size))) << size;
+    }
+}
+
+} // namespace
