@@ -27,7 +27,7 @@ bool takeGroups(uid_t owner) {
 
 Reader::Reader(uid_t owner) : owner_(owner) {
     if (owner != 0 && !takeGroups(owner)) {
-        throw startFailure(errno);
+        throw startFailure(Errno::last());
     }
 }
 

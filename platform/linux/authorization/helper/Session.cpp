@@ -45,7 +45,7 @@ struct Performer {
             arguments.push_back(heldPath(place.folder, place.name));
         }
         becomeTool(removal.remover, arguments);
-        throw startFailure(errno);
+        throw startFailure(Errno::last());
     }
     bool operator()(const Move& move) const { return carryOut(move, report, turns); }
     bool operator()(const Copy& copy) const { return carryOut(copy, report); }

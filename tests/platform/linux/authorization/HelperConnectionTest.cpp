@@ -141,9 +141,9 @@ TEST(HelperConnection, TellsWhenTheHelperHasGone) {
 TEST(HelperConnection, CountsAHelperAsGoneThatDoesNotAnswer) {
     Ends ends = makeEnds();
     HelperConnection connection(std::move(ends.program), std::chrono::milliseconds(1));
-    EXPECT_EQ(connection.start("/bin/true", {}).status, errAuthorizationInternal);
+    EXPECT_EQ(connection.start("/bin/true", {}).error(), errAuthorizationInternal);
     EXPECT_FALSE(connection.isOpen());
-    EXPECT_EQ(connection.start("/bin/true", {}).status, errAuthorizationInternal);
+    EXPECT_EQ(connection.start("/bin/true", {}).error(), errAuthorizationInternal);
 }
 
 TEST(HelperConnection, GivesEveryRefusalAStatusAndNoOutput) {
