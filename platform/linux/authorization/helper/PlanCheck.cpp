@@ -45,7 +45,7 @@ bool isSurelyRoots(const Item& item) {
 /// The home folder in the list of accounts. Throws a Refusal.
 std::string homeOf(uid_t user) {
     const passwd* account = ::getpwuid(user);
-    const std::string home = account == nullptr ? "" : account->pw_dir;
+    std::string home = account == nullptr ? "" : account->pw_dir;
     if (!home.starts_with('/') || home == "/") {
         throw Refusal{Status::itemUnreachable, "the home folder of user " + std::to_string(user)};
     }
