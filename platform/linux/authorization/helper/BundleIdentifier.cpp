@@ -20,11 +20,11 @@ constexpr std::size_t longestList = 1UL << 20U;
 std::string identifierInXml(std::string_view text) {
     int depth = 0;
     bool isNext = false;
-    for (auto begin = text.find('<'); begin != text.npos; begin = text.find('<')) {
+    for (auto begin = text.find('<'); begin != std::string_view::npos; begin = text.find('<')) {
         text.remove_prefix(begin + 1);
         const std::string_view ending = text.starts_with("!--") ? "-->" : ">";
         const auto end = text.find(ending);
-        if (end == text.npos) {
+        if (end == std::string_view::npos) {
             break;
         }
         const auto tag = text.substr(0, end);

@@ -58,7 +58,7 @@ bool isThere(const Place& place) {
 bool dropOtherName(const Place& from, const Place& to) {
     const bool isSamePlace = from.folder.identity() == to.folder.identity() && from.name == to.name;
     return isSamePlace || !to.item || to.item->identity() != from.item->identity() ||
-           ::unlinkat(from.folder.descriptor.get(), from.name.c_str(), 0) == 0;
+           ::unlinkat(from.folder.descriptor.get(), from.name.c_str(), 0) == 0 || errno == ENOENT;
 }
 
 /// Renames an item into a folder that only root may change, and nothing else that stands in its
@@ -74,6 +74,7 @@ bool renameThisItem(const Place& from, const Place& to) {
     const auto item = openItem(staged, from.name);
     const bool isIt = item && item->identity() == from.item->identity();
     if (isIt && ::renameat(staged, name, to.folder.descriptor.get(), to.name.c_str()) == 0) {
+        ::unlinkat(staged, name, 0); // which is still there when both are names of one file
         return true;
     }
     const int reason = isIt ? errno : ESTALE;

@@ -1,11 +1,11 @@
 #include "platform/linux/authorization/helper/PlanCheck.h"
 
 #include "platform/linux/authorization/helper/BundleIdentifier.h"
-#include "platform/linux/authorization/helper/Change.h"
 #include "platform/linux/authorization/helper/Refusal.h"
 
 #include <pwd.h>
 #include <strings.h>
+#include <sys/statvfs.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -34,10 +34,18 @@ bool isAbove(const fs::path& folder, const fs::path& item) {
     return end.first == folder.end() && end.second != item.end();
 }
 
+/// Whether nobody but root can have made an item as it is. On a file system where programs do not
+/// get their owner's rights, any owner may be anybody's work.
+bool isSurelyRoots(const Item& item) {
+    struct statvfs fileSystem {};
+    return !item.isChangeable() && ::fstatvfs(item.descriptor.get(), &fileSystem) == 0 &&
+           (fileSystem.f_flag & ST_NOSUID) == 0;
+}
+
 /// The home folder in the list of accounts. Throws a Refusal.
 std::string homeOf(uid_t user) {
     const passwd* account = ::getpwuid(user);
-    const std::string home = account == nullptr ? "" : account->pw_dir;
+    std::string home = account == nullptr ? "" : account->pw_dir;
     if (!home.starts_with('/') || home == "/") {
         throw Refusal{Status::itemUnreachable, "the home folder of user " + std::to_string(user)};
     }
@@ -50,17 +58,14 @@ public:
 
     void operator()(const Command& command) const { require(false, command.tool.path); }
     void operator()(const Copy& copy) const { require(false, copy.source.path); }
+    void operator()(const Change& change) const { require(false, change.place.path); }
     void operator()(Nothing /*nothing*/) const {}
 
-    void operator()(const Removal& removal) const {
+    void operator()(Removal& removal) const {
         for (const auto& place : removal.places) {
             require(isAt(place, isJobs) && !(place.item && place.item->isFolder()), place.path);
         }
-    }
-
-    void operator()(const Change& change) const {
-        const bool isForJobs = change.make == letEverybodyRead || change.make == giveToRoot;
-        require(isForJobs && isAt(change.place, isJobs), change.place.path);
+        removal.options = {"-f"}; // a folder that comes to be there stays
     }
 
     void operator()(const Move& move) const {
@@ -143,7 +148,7 @@ private:
 
     bool mayGoBack(const Place& from, const Place& to) const {
         return !to.item &&
-               (isAt(to, isUsers) || (isAt(to, isMachines) && !from.item->isChangeable()));
+               (isAt(to, isUsers) || (isAt(to, isMachines) && isSurelyRoots(*from.item)));
     }
 
     const Plan plan_;
@@ -153,7 +158,7 @@ private:
 
 } // namespace
 
-void requirePlanned(const Task& task, Plan plan, uid_t user) {
+void requirePlanned(Task& task, Plan plan, uid_t user) {
     std::visit(PlanCheck(plan, user), task);
 }
 

@@ -291,7 +291,7 @@ Status Session::run(std::string_view message, FileDescriptor& output) {
 /// Starts what a request asks for and gives the program's end of its output.
 FileDescriptor Session::start(const Request& request) {
     const std::string path(request.tool);
-    const auto task = prepare(request, staying_);
+    auto task = prepare(request, staying_);
     if (terms.plan) {
         requirePlanned(task, *terms.plan, user_);
     }

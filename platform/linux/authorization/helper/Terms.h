@@ -12,7 +12,7 @@ struct PlannedItems {
     enum class Kind {
         item,        ///< what is at this path in the folder
         beginning,   ///< whatever in the folder has a name that begins so, in whichever case
-        job,         ///< the file of a background job, which may also be removed and put right
+        job,         ///< the file of a background job, which may also be removed
         application, ///< an application with this identifier, wherever it is
     };
     Kind kind = Kind::item;

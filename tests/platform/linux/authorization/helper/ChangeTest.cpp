@@ -379,6 +379,13 @@ TEST_F(HelperChange, LeavesNoDescriptorThatLeadsToAFileGivenToRoot) {
     EXPECT_EQ(std::distance(fs::directory_iterator(sandbox::rootsFolder), {}), 2);
 }
 
+TEST_F(HelperChange, GivesNoRightsOfRootsToAProgramThatIsGivenToRoot) {
+    const std::string file = makeFile(sandbox::rootsFolder + "/program", servedUser, 0755);
+    ASSERT_EQ(::chmod(file.c_str(), 06755), 0);
+    EXPECT_EQ(run("/bin/chown", {"root:wheel", file}), Status::started);
+    EXPECT_EQ(rightsOf(file), 0755U);
+}
+
 TEST_F(HelperChange, GivesAFolderToRoot) {
     const std::string folder = makeFolder(sandbox::rootsFolder + "/folder", servedUser);
     EXPECT_EQ(run("/bin/chown", {"root:wheel", folder}), Status::started);

@@ -251,6 +251,7 @@ void TestedHelper::become(const HelperSetup& setup, int input) {
         const rlimit limit{value, RLIM_INFINITY};
         ::setrlimit(resource, &limit);
     }
+    ::umask(setup.mask);
     if (setup.hasTimer) {
         startTimer();
     }

@@ -68,6 +68,8 @@ struct HelperSetup {
     bool hasConnection = true;
     /// The limits that it inherits, by what they limit.
     std::vector<std::pair<__rlimit_resource, rlim_t>> limits = {};
+    /// The rights that what it makes is not to have.
+    mode_t mask = 022;
     /// Whether a timer runs that ends who does not expect it.
     bool hasTimer = false;
     /// How much it leaves the processor to others, and is to be ended before others.

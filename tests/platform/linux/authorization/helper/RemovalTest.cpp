@@ -304,6 +304,11 @@ TEST_F(HelperMove, OfAFileToItsOtherNameTakesTheFirstAway) {
     fs::create_hard_link(file, roots() + "/name");
     EXPECT_EQ(helper.run("/bin/mv", {"-f", file, roots() + "/name"}), Status::started);
     EXPECT_FALSE(exists(file));
+    const std::string own = makeFolder(roots() + "/own", servedUser);
+    fs::create_hard_link(roots() + "/name", own + "/name");
+    EXPECT_EQ(helper.run("/bin/mv", {"-f", own + "/name", roots() + "/name"}), Status::started);
+    EXPECT_TRUE(fs::is_empty(own));
+    EXPECT_EQ(entries(roots()), 2);
     EXPECT_EQ(helper.run("/bin/mv", {"-f", roots() + "/name", roots() + "/name"}), Status::started);
     EXPECT_TRUE(exists(roots() + "/name"));
 }
