@@ -6,7 +6,7 @@
 #include "platform/Services.h"
 #include "platform/foundation/Exception.h"
 #include "platform/foundation/Path.h"
-#include "util/files/FolderWalk.h"
+#include "util/files/DirectoryWalk.h"
 #include "util/files/QFFileManager.h"
 #include "util/paths/QFLocalPaths.h"
 
@@ -39,13 +39,13 @@ Paths placesOf(const PlanRow& row) {
 /// The size of an item with all that is in it; links are not followed.
 std::uint64_t sizeOf(const std::string& path) {
     const auto attributes = platform::service<platform::FileSystem>().attributesOfItem(path);
-    if (attributes && attributes->kind != ItemKind::folder) {
+    if (attributes && attributes->kind != ItemKind::directory) {
         return attributes->size;
     }
     std::uint64_t size = 0;
-    FolderWalk walk(path, &platform::FileSystem::contentsOfDirectoryWithSizes);
+    DirectoryWalk walk(path, &platform::FileSystem::contentsOfDirectoryWithSizes);
     while (walk.next()) {
-        if (walk.entry().kind == ItemKind::folder) {
+        if (walk.entry().kind == ItemKind::directory) {
             walk.descend();
         } else {
             size += walk.entry().size.value_or(0);

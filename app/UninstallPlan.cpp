@@ -20,7 +20,7 @@ namespace {
 
 /// Where the names of a step are relative to, empty when they are whole paths. Nothing when the
 /// system has no such location.
-std::optional<std::string> folderOf(PlanBase base) {
+std::optional<std::string> directoryOf(PlanBase base) {
     switch (base) {
     case PlanBase::none:
         break;
@@ -46,13 +46,13 @@ PlanRow killRow(const PlanStep& step) {
     return {step.action, std::string(step.prefix), {step.names.begin(), step.names.end()}};
 }
 
-/// The row of one of a step's names; `folder` is the base's, empty when the step has none.
-PlanRow row(const PlanStep& step, const std::string& folder, std::string_view name) {
+/// The row of one of a step's names; `directory` is the base's, empty when the step has none.
+PlanRow row(const PlanStep& step, const std::string& directory, std::string_view name) {
     const auto full = std::string(step.prefix).append(name).append(step.suffix);
     if (step.action == PlanAction::trashMatching) {
-        return {step.action, folder, {full}};
+        return {step.action, directory, {full}};
     }
-    return {step.action, folder.empty() ? full : platform::path::appending(folder, full), {}};
+    return {step.action, directory.empty() ? full : platform::path::appending(directory, full), {}};
 }
 
 void appendRows(const PlanStep& step, std::vector<PlanRow>& rows) {
@@ -60,12 +60,12 @@ void appendRows(const PlanStep& step, std::vector<PlanRow>& rows) {
         rows.push_back(killRow(step));
         return;
     }
-    const auto folder = folderOf(step.base);
-    if (!folder) {
+    const auto directory = directoryOf(step.base);
+    if (!directory) {
         return;
     }
     for (const auto name : step.names) {
-        rows.push_back(row(step, *folder, name));
+        rows.push_back(row(step, *directory, name));
     }
 }
 

@@ -33,7 +33,7 @@ int backUp() {
     std::ofstream(recording) << "hardly a sound\n";
 
     // The file is read once, whatever the number of copies. Each copy is read back and compared;
-    // one that differs is told to the delegate and does not stop the others. Folders that are
+    // one that differs is told to the delegate and does not stop the others. Directories that are
     // missing are made.
     const std::vector<std::string> copies{home + "/disk 1/recording.wav",
                                           home + "/disk 2/recording.wav"};

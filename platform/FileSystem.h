@@ -13,13 +13,13 @@
 namespace platform {
 
 /// What an item itself is: a link is a link, whatever it leads to.
-enum class ItemKind { file, folder, link, other };
+enum class ItemKind { file, directory, link, other };
 
-/// An entry of a folder.
+/// An entry of a directory.
 struct DirectoryEntry {
-    std::string name;                ///< In the folder: no path.
+    std::string name;                ///< In the directory: no path.
     ItemKind kind = ItemKind::other; ///< Of the entry itself.
-    /// In bytes, of a link its own; only where sizes were asked for, and never of a folder.
+    /// In bytes, of a link its own; only where sizes were asked for, and never of a directory.
     std::optional<std::uint64_t> size;
     bool operator==(const DirectoryEntry&) const = default;
 };
@@ -35,7 +35,7 @@ struct ItemAttributes {
     bool immutable = false;
 };
 
-/// Files and folders as the current user may see and change them, without any privilege.
+/// Files and directories as the current user may see and change them, without any privilege.
 ///
 /// Paths are absolute, of any bytes but zero. What is there is seen, moved and deleted however long
 /// its path is. Any thread may call every member.
@@ -47,7 +47,7 @@ public:
     /// Whether something stands at the path. A final link is followed: a broken one does not exist.
     virtual bool exists(const std::string& path) = 0;
 
-    /// Whether a folder stands at the path; links are followed.
+    /// Whether a directory stands at the path; links are followed.
     virtual bool isDirectory(const std::string& path) = 0;
 
     /// Whether the current user may run, or enter, what stands at the path; links are followed.
@@ -66,17 +66,18 @@ public:
     /// What is known of an item; nothing when there is none. A final link is not followed.
     virtual std::optional<ItemAttributes> attributesOfItem(const std::string& path) = 0;
 
-    /// The entries of a folder, hidden ones included, "." and ".." left out, in the system's order;
-    /// nothing when the folder is missing, unreadable or no folder. A final link is followed.
+    /// The entries of a directory, hidden ones included, "." and ".." left out, in the system's
+    /// order; nothing when the directory is missing, unreadable or no directory. A final link is
+    /// followed.
     virtual std::optional<std::vector<DirectoryEntry>>
     contentsOfDirectory(const std::string& path) = 0;
 
-    /// As contentsOfDirectory, with sizes. An entry that goes while the folder is read has none.
+    /// As contentsOfDirectory, with sizes. An entry that goes while the directory is read has none.
     virtual std::optional<std::vector<DirectoryEntry>>
     contentsOfDirectoryWithSizes(const std::string& path) = 0;
 
-    /// Makes a folder, and those on the way to it that are missing. A folder that is there already
-    /// is success.
+    /// Makes a directory, and those on the way to it that are missing. A directory that is there
+    /// already is success.
     virtual Result<void> createDirectory(const std::string& path) = 0;
 
     /// Gives the item at `path` the place `newPath`. A link is moved itself. What stands at
@@ -86,9 +87,9 @@ public:
     /// could not be removed after all, because others changed it meanwhile, the whole copy.
     virtual Result<void> moveItem(const std::string& path, const std::string& newPath) = 0;
 
-    /// Copies an item, a folder with all that is in it, with links as links, modes, times, extended
-    /// attributes, holes, and hard links among its files. What stands at `newPath` is never
-    /// replaced: an error. A copy that fails is taken away again.
+    /// Copies an item, a directory with all that is in it, with links as links, modes, times,
+    /// extended attributes, holes, and hard links among its files. What stands at `newPath` is
+    /// never replaced: an error. A copy that fails is taken away again.
     virtual Result<void> copyItem(const std::string& path, const std::string& newPath) = 0;
 
     /// Puts a file of exactly this content in the place of what stands at the path: it holds all of
@@ -110,7 +111,7 @@ public:
     /// privilege. A missing item is an error.
     virtual Result<void> setImmutable(const std::string& path, bool immutable) = 0;
 
-    /// Deletes an item, a folder with all that is in it. Links are deleted, never followed, and
+    /// Deletes an item, a directory with all that is in it. Links are deleted, never followed, and
     /// nothing outside the item is touched even while others change it. What was deleted before a
     /// failure stays deleted. A missing item is an error.
     virtual Result<void> removeItem(const std::string& path) = 0;

@@ -25,12 +25,12 @@ public:
     [[nodiscard]] virtual bool append(std::string_view entry) = 0;
 
     /// Whether the file is the one that the path leads to at which it was opened: neither it nor a
-    /// folder on the way was moved, deleted or replaced.
+    /// directory on the way was moved, deleted or replaced.
     virtual bool isInPlace() = 0;
 };
 
-/// Keeps everybody else who locks one of the same folders waiting for as long as it lives, in this
-/// process and in others. It is gone with the process, however that ends.
+/// Keeps everybody else who locks one of the same directories waiting for as long as it lives, in
+/// this process and in others. It is gone with the process, however that ends.
 class LogLock {
 public:
     LogLock() = default;
@@ -51,10 +51,10 @@ public:
     /// Whether something stands at the path. A final link is followed: a broken one does not exist.
     virtual bool exists(const std::string& path) = 0;
 
-    /// Makes a folder, and those on the way to it that are missing.
-    virtual Result<void> createFolder(const std::string& path) = 0;
+    /// Makes a directory, and those on the way to it that are missing.
+    virtual Result<void> createDirectory(const std::string& path) = 0;
 
-    /// Deletes a file, a link (never what it leads to) or a folder with all that is in it.
+    /// Deletes a file, a link (never what it leads to) or a directory with all that is in it.
     virtual Result<void> removeItem(const std::string& path) = 0;
 
     /// Gives the item at `path` the name `newPath` in one step. A link is moved itself. What stands
@@ -74,13 +74,13 @@ public:
     ///
     /// Only what nobody else could have planted is opened: a regular file that belongs to the
     /// current user or the superuser. A final link, or a second name of the file, is the user's own
-    /// where the link and the folder that it is in belong to one of the two and nobody else may
-    /// write to the folder. A missing file is not created.
+    /// where the link and the directory that it is in belong to one of the two and nobody else may
+    /// write to the directory. A missing file is not created.
     virtual std::shared_ptr<LogFile> open(const std::string& path) = 0;
 
-    /// Locks those of the folders that exist and can be locked. Null when somebody else has kept
-    /// one of them locked for longer than starting a log takes, several seconds.
-    virtual std::unique_ptr<LogLock> lock(const std::vector<std::string>& folders) = 0;
+    /// Locks those of the directories that exist and can be locked. Null when somebody else has
+    /// kept one of them locked for longer than starting a log takes, several seconds.
+    virtual std::unique_ptr<LogLock> lock(const std::vector<std::string>& directories) = 0;
 };
 
 } // namespace platform

@@ -63,7 +63,7 @@ private:
 
 /// What to launch, and how.
 struct ProcessDescription {
-    /// The executable: an absolute path, or one relative to the working folder.
+    /// The executable: an absolute path, or one relative to the working directory.
     std::string launchPath;
     /// What follows the launch path on the child's command line.
     std::vector<std::string> arguments;

@@ -24,7 +24,7 @@ struct ProgramDescription {
 };
 
 /// Puts this operating system's implementation behind every port but those of the user interface.
-/// Called once, before any other thread runs. Where the environment names no usable home folder,
+/// Called once, before any other thread runs. Where the environment names no usable home directory,
 /// the account's own is put there for the process and its children. A standard stream that is
 /// closed becomes the null device, so that no file takes its number and what is said there.
 QF_EXPORT void installServices(const ProgramDescription& program = {});

@@ -5,7 +5,7 @@
 
 namespace platform {
 
-/// The account that the process runs as, and the folders that the system gives it.
+/// The account that the process runs as, and the directories that the system gives it.
 /// Any thread may call every member.
 class UserAccount {
 public:
@@ -15,16 +15,16 @@ public:
     /// The real user identifier; 0 is the superuser.
     virtual unsigned realUserId() = 0;
 
-    /// The home folder: an absolute path without a trailing slash.
+    /// The home directory: an absolute path without a trailing slash.
     virtual std::string homeDirectory() = 0;
 
     /// The login name.
     virtual std::string loginName() = 0;
 
-    /// The folder for the process's temporary files: an absolute path without a trailing slash.
+    /// The directory for the process's temporary files: an absolute path without a trailing slash.
     virtual std::string temporaryDirectory() = 0;
 
-    /// The user's folder for caches that the system may empty, or nothing where there is none.
+    /// The user's directory for caches that the system may empty, or nothing where there is none.
     virtual std::optional<std::string> cacheDirectory() = 0;
 };
 

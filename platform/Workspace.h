@@ -39,7 +39,8 @@ public:
     /// without case), or nothing when the desktop knows none.
     virtual std::optional<std::string> applicationPath(const std::string& bundleIdentifier) = 0;
 
-    /// Whether the path is a folder that a person sees as one item, such as an application bundle.
+    /// Whether the path is a directory that a person sees as one item, such as an application
+    /// bundle.
     virtual bool isFilePackage(const std::string& path) = 0;
 
     /// Makes the application bundle at an absolute path one that the desktop knows: applicationPath
@@ -48,7 +49,7 @@ public:
     virtual Result<void, WorkspaceStatus> registerApplication(const std::string& path) = 0;
 
     /// Tells the file browsers of the session that the item at an absolute path has changed, a
-    /// folder with what is in it. Success means that it was told, not that anybody heard it.
+    /// directory with what is in it. Success means that it was told, not that anybody heard it.
     virtual Result<void, WorkspaceStatus> noteFileSystemChanged(const std::string& path) = 0;
 
     /// The absolute paths at which the machine's own volumes are mounted, "/" included; those of
@@ -66,15 +67,15 @@ public:
     /// Moves one item whole into the user's Trash, from where the desktop can restore it; a name
     /// that the Trash already holds gets a free one. A link is moved itself, not what it leads to.
     ///
-    /// `folder` is the item's parent and `name` its name in there; `trash` is the Trash folder as
-    /// the user knows it, which is made when nothing stands there. On failure the item is whole
-    /// where it was: it is never deleted instead.
-    virtual Result<void> recycle(const std::string& folder, const std::string& trash,
+    /// `directory` is the item's parent and `name` its name in there; `trash` is the Trash
+    /// directory as the user knows it, which is made when nothing stands there. On failure the item
+    /// is whole where it was: it is never deleted instead.
+    virtual Result<void> recycle(const std::string& directory, const std::string& trash,
                                  const std::string& name) = 0;
 
-    /// Makes the Trash folder as the user knows it, as recycle() does, where nothing stands there,
-    /// for who moves items there otherwise. It is the user's own, closed to others. Where that
-    /// cannot be done nothing happens: the move then fails.
+    /// Makes the Trash directory as the user knows it, as recycle() does, where nothing stands
+    /// there, for who moves items there otherwise. It is the user's own, closed to others. Where
+    /// that cannot be done nothing happens: the move then fails.
     virtual void makeTrash(const std::string& trash) = 0;
 };
 

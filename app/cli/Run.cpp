@@ -20,7 +20,7 @@ constexpr const char* leftInPlace = "Left in place:";
     throw platform::Exception("QFReportUnwritable", "cannot write the report " + file + ": " + why);
 }
 
-/// Where the report goes, whatever the working folder becomes; empty where none is wanted.
+/// Where the report goes, whatever the working directory becomes; empty where none is wanted.
 std::string reportPath(const Options& options) {
     if (!options.report) {
         return {};

@@ -16,7 +16,7 @@ namespace cli {
 class Run {
 public:
     /// What it is given outlives it. Throws as prepare() does where a relative report has no
-    /// folder.
+    /// directory.
     Run(const Options& options, Inventory& inventory, const RunObserver& observer,
         TextOutput& output);
 

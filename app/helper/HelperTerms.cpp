@@ -14,8 +14,8 @@ namespace {
 
 using Kind = PlannedItems::Kind;
 
-/// The folder of a base on this system.
-constexpr std::string_view folderOf(PlanBase base) {
+/// The directory of a base on this system.
+constexpr std::string_view directoryOf(PlanBase base) {
     switch (base) {
     case PlanBase::none:
         break;
@@ -53,7 +53,7 @@ constexpr PlannedItems itemsOf(const PlanStep& step) {
     case PlanAction::kill:
         break;
     }
-    return {Kind::item, folderOf(step.base), step.prefix, step.names, step.suffix};
+    return {Kind::item, directoryOf(step.base), step.prefix, step.names, step.suffix};
 }
 
 constexpr auto plannedItems = [] {

@@ -114,9 +114,9 @@ void runAll(const std::vector<Command>& commands, std::size_t atATime) {
 
 bool isInstalled(const std::string& program) {
     const char* path = std::getenv("PATH");
-    std::istringstream folders(path == nullptr ? "" : path);
-    for (std::string folder; std::getline(folders, folder, ':');) {
-        if (::access((folder + "/" + program).c_str(), X_OK) == 0) {
+    std::istringstream directories(path == nullptr ? "" : path);
+    for (std::string directory; std::getline(directories, directory, ':');) {
+        if (::access((directory + "/" + program).c_str(), X_OK) == 0) {
             return true;
         }
     }
@@ -155,18 +155,18 @@ void compare(const std::string& title, std::size_t rounds, double bytes,
     std::fflush(stdout);
 }
 
-Folder::Folder(const std::string& parent) : path_(parent + "/qf-bench-XXXXXX") {
+Directory::Directory(const std::string& parent) : path_(parent + "/qf-bench-XXXXXX") {
     if (::mkdtemp(path_.data()) == nullptr) {
         check(errno, path_);
     }
 }
 
-Folder::~Folder() {
+Directory::~Directory() {
     std::error_code ignored;
     std::filesystem::remove_all(path_, ignored);
 }
 
-std::string Folder::writeNoise(const std::string& name, std::uint64_t size) const {
+std::string Directory::writeNoise(const std::string& name, std::uint64_t size) const {
     auto path = *this / name;
     std::filesystem::create_directories(std::filesystem::path(path).parent_path());
     std::ofstream file(path, std::ios::binary);

@@ -44,15 +44,15 @@ struct Contender {
 void compare(const std::string& title, std::size_t rounds, double bytes,
              const std::vector<Contender>& contenders);
 
-/// A folder of the benchmark's own, deleted with all that is in it at the scope's end.
-class Folder {
+/// A directory of the benchmark's own, deleted with all that is in it at the scope's end.
+class Directory {
 public:
-    explicit Folder(const std::string& parent);
-    ~Folder();
-    Folder(const Folder&) = delete;
-    Folder& operator=(const Folder&) = delete;
-    Folder(Folder&&) = delete;
-    Folder& operator=(Folder&&) = delete;
+    explicit Directory(const std::string& parent);
+    ~Directory();
+    Directory(const Directory&) = delete;
+    Directory& operator=(const Directory&) = delete;
+    Directory(Directory&&) = delete;
+    Directory& operator=(Directory&&) = delete;
 
     std::string operator/(const std::string& name) const { return path_ + "/" + name; }
 

@@ -35,8 +35,8 @@ void compareDigests(const std::string& file, const char* name, Hash hash, const 
 
 void run() {
     platform::installServices();
-    const contest::Folder folder(contest::workPlace());
-    const auto file = folder.writeNoise("file", size);
+    const contest::Directory directory(contest::workPlace());
+    const auto file = directory.writeNoise("file", size);
     compareDigests(file, "MD5", QFFileManager::md5HashForFile, "-md5", "md5sum");
     compareDigests(file, "SHA-1", QFFileManager::sha1HashForFile, "-sha1", "sha1sum");
     compareDigests(file, "SHA-512", QFFileManager::sha512HashForFile, "-sha512", "sha512sum");

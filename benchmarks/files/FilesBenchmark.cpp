@@ -120,8 +120,8 @@ void trashItems(const Playground& ground) {
              {ours, [&] { return trashed([&] { trash(ground, names); }); }, clear}});
 }
 
-void trashFolder(const Playground& ground) {
-    const auto trashedFolder = [&](int count) {
+void trashDirectory(const Playground& ground) {
+    const auto trashedDirectory = [&](int count) {
         std::vector<std::string> names(static_cast<std::size_t>(count));
         for (std::size_t i = 0; i < names.size(); ++i) {
             names[i] = std::to_string(i);
@@ -131,8 +131,8 @@ void trashFolder(const Playground& ground) {
     };
     const auto clear = [&] { ground.emptyTrash(); };
     compare("Trashing a folder", 5,
-            {{"of 10 files", [&] { return trashedFolder(10); }, clear},
-             {"of 100,000 files", [&] { return trashedFolder(100000); }, clear}});
+            {{"of 10 files", [&] { return trashedDirectory(10); }, clear},
+             {"of 100,000 files", [&] { return trashedDirectory(100000); }, clear}});
 }
 
 void sumSizes(const Playground& ground) {
@@ -213,7 +213,7 @@ struct Case {
 
 constexpr std::array cases{
     Case{"trash-items", trashItems},
-    Case{"trash-folder", trashFolder},
+    Case{"trash-folder", trashDirectory},
     Case{"copy", copyTree},
     Case{"remove", removeTree},
     Case{"move", moveTree},
@@ -224,7 +224,7 @@ constexpr std::array cases{
 
 /// Runs the cases of these names, all when there are none.
 void run(const std::vector<std::string>& names) {
-    const Playground ground; // Before the services: it becomes the home folder.
+    const Playground ground; // Before the services: it becomes the home directory.
     platform::installServices();
     for (const auto& [name, runCase] : cases) {
         if (names.empty() || std::ranges::find(names, name) != names.end()) {

@@ -11,7 +11,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-std::string makeFolderIn(const std::string& parent) {
+std::string makeDirectoryIn(const std::string& parent) {
     auto path = parent + "/qf-bench-XXXXXX";
     if (::mkdtemp(path.data()) == nullptr) {
         throw std::runtime_error("no folder could be made in " + parent);
@@ -26,7 +26,8 @@ dev_t deviceOf(const std::string& path) {
 
 } // namespace
 
-Playground::Playground() : path_(makeFolderIn(fs::canonical(fs::temp_directory_path()).string())) {
+Playground::Playground()
+    : path_(makeDirectoryIn(fs::canonical(fs::temp_directory_path()).string())) {
     ::setenv("HOME", path_.c_str(), 1);
     ::unsetenv("XDG_DATA_HOME");
 }
@@ -37,34 +38,35 @@ Playground::~Playground() {
 }
 
 void Playground::emptyTrash() const {
-    for (const auto* folder : {".local/share/Trash/files", ".local/share/Trash/info"}) {
-        for (const auto& entry : fs::directory_iterator(*this / folder)) {
+    for (const auto* directory : {".local/share/Trash/files", ".local/share/Trash/info"}) {
+        for (const auto& entry : fs::directory_iterator(*this / directory)) {
             fs::remove_all(entry.path());
         }
     }
 }
 
-void Playground::makeFiles(const std::string& folder, const std::vector<std::string>& names) const {
-    fs::create_directories(*this / folder);
+void Playground::makeFiles(const std::string& directory,
+                           const std::vector<std::string>& names) const {
+    fs::create_directories(*this / directory);
     for (const auto& name : names) {
-        std::ofstream((*this / folder) + '/' + name).put('x');
+        std::ofstream((*this / directory) + '/' + name).put('x');
     }
 }
 
-void Playground::makeTree(const std::string& folder, int count) const {
-    if (fs::exists(*this / folder)) {
+void Playground::makeTree(const std::string& directory, int count) const {
+    if (fs::exists(*this / directory)) {
         return;
     }
-    constexpr int filesInAFolder = 50;
-    constexpr int foldersInAFolder = 20;
+    constexpr int filesInADirectory = 50;
+    constexpr int directoriesInADirectory = 20;
     constexpr std::size_t largest = 8192;
     const std::string content(largest, 'x');
     std::string current;
     for (int i = 0; i < count; ++i) {
-        const int number = i / filesInAFolder;
-        if (i % filesInAFolder == 0) {
-            current = (*this / folder) + '/' + std::to_string(number / foldersInAFolder) + '/' +
-                      std::to_string(number);
+        const int number = i / filesInADirectory;
+        if (i % filesInADirectory == 0) {
+            current = (*this / directory) + '/' + std::to_string(number / directoriesInADirectory) +
+                      '/' + std::to_string(number);
             fs::create_directories(current);
         }
         const auto size = static_cast<std::size_t>(i) * 37 % largest;
@@ -79,7 +81,7 @@ OtherVolume::OtherVolume() {
     if (deviceOf(parent_) == deviceOf(fs::temp_directory_path())) {
         throw std::runtime_error(parent_ + " is no other volume; QF_OTHER_VOLUME can name one");
     }
-    path_ = makeFolderIn(parent_);
+    path_ = makeDirectoryIn(parent_);
 }
 
 OtherVolume::~OtherVolume() {

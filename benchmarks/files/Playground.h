@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-/// A folder of the benchmark's own, which is the home folder of this process and its tools;
+/// A directory of the benchmark's own, which is the home directory of this process and its tools;
 /// deleted with all that is in it at the scope's end. It is made in TMPDIR, else in /tmp.
 class Playground {
 public:
@@ -21,19 +21,19 @@ public:
 
     void emptyTrash() const;
 
-    /// Makes empty files in a folder, which is made too.
-    void makeFiles(const std::string& folder, const std::vector<std::string>& names) const;
+    /// Makes empty files in a directory, which is made too.
+    void makeFiles(const std::string& directory, const std::vector<std::string>& names) const;
 
-    /// Makes a tree of files of 0 to 8 KiB, 50 to a folder, unless it stands already.
-    void makeTree(const std::string& folder, int count) const;
+    /// Makes a tree of files of 0 to 8 KiB, 50 to a directory, unless it stands already.
+    void makeTree(const std::string& directory, int count) const;
 
 private:
     std::string path_;
 };
 
-/// A folder on another volume than the playground's, deleted with all that is in it at the scope's
-/// end. Throws std::runtime_error where there is none: QF_OTHER_VOLUME names a folder there, else
-/// it is /dev/shm.
+/// A directory on another volume than the playground's, deleted with all that is in it at the
+/// scope's end. Throws std::runtime_error where there is none: QF_OTHER_VOLUME names a directory
+/// there, else it is /dev/shm.
 class OtherVolume {
 public:
     OtherVolume();

@@ -149,7 +149,7 @@ void printRow(const char* what, const Spread& ratio, double microseconds) {
 }
 
 /// One peer after the other in each round, so that what else the machine does meets all alike.
-void compare(const std::string& folder) {
+void compare(const std::string& directory) {
     using Run = std::function<double()>;
     struct Contender {
         const char* name;
@@ -158,16 +158,16 @@ void compare(const std::string& folder) {
         std::vector<double> ratios;
     };
     std::vector<Contender> contenders{
-        {"bare loop", [&] { return bareLoop(folder + "/bare.log"); }, {}, {}},
-        {"QFLog, 1 producer", [&] { return ownLog(folder + "/own.log", 1); }, {}, {}},
-        {"QFLog, 8 producers", [&] { return ownLog(folder + "/own.log", 8); }, {}, {}},
+        {"bare loop", [&] { return bareLoop(directory + "/bare.log"); }, {}, {}},
+        {"QFLog, 1 producer", [&] { return ownLog(directory + "/own.log", 1); }, {}, {}},
+        {"QFLog, 8 producers", [&] { return ownLog(directory + "/own.log", 8); }, {}, {}},
 #ifdef QF_WITH_SPDLOG
         {"spdlog async rotating, flushed, 1 producer",
-         [&] { return spdlogLog(folder + "/spdlog1.log", 1); },
+         [&] { return spdlogLog(directory + "/spdlog1.log", 1); },
          {},
          {}},
         {"spdlog async rotating, flushed, 8 producers",
-         [&] { return spdlogLog(folder + "/spdlog8.log", 8); },
+         [&] { return spdlogLog(directory + "/spdlog8.log", 8); },
          {},
          {}},
 #endif
@@ -188,10 +188,10 @@ void compare(const std::string& folder) {
 
 /// What one call costs its caller while the queue is short: calls in small bursts, each on an
 /// empty queue.
-void measureProducer(const std::string& folder) {
+void measureProducer(const std::string& directory) {
     constexpr int burst = 20;
     constexpr int bursts = 2000;
-    QFLog::sharedController().setFileHandle(std::make_shared<EndlessFile>(folder + "/own.log"));
+    QFLog::sharedController().setFileHandle(std::make_shared<EndlessFile>(directory + "/own.log"));
     std::vector<double> means;
     std::vector<double> calls;
     for (int round = 0; round < bursts; ++round) {
@@ -218,7 +218,7 @@ void measureProducer(const std::string& folder) {
 constexpr int crowdSize = 8;
 constexpr int crowdEntries = 20000;
 
-/// A user who is not the superuser, with a Library folder of the benchmark's.
+/// A user who is not the superuser, with a Library directory of the benchmark's.
 class Account : public platform::UserAccount {
 public:
     unsigned realUserId() override { return 1000; }
@@ -228,11 +228,11 @@ public:
     std::optional<std::string> cacheDirectory() override { return {}; }
 };
 
-class Folders : public platform::SearchPaths {
+class Directories : public platform::SearchPaths {
 public:
-    explicit Folders(std::string library) : library_(std::move(library)) {}
-    std::vector<std::string> folders(platform::DirectoryKind /*kind*/,
-                                     platform::DomainMask /*domain*/) override {
+    explicit Directories(std::string library) : library_(std::move(library)) {}
+    std::vector<std::string> directories(platform::DirectoryKind /*kind*/,
+                                         platform::DomainMask /*domain*/) override {
         return {library_};
     }
 
@@ -240,13 +240,13 @@ private:
     std::string library_;
 };
 
-void installLog(const std::string& folder) {
+void installLog(const std::string& directory) {
     static auto& account = *new Account;
-    static auto& folders = *new Folders(folder);
+    static auto& directories = *new Directories(directory);
     static auto& system = *new platform::native::SystemInformation("1.0");
     static auto& lists = *new platform::native::PropertyLists;
     platform::install<platform::UserAccount>(account);
-    platform::install<platform::SearchPaths>(folders);
+    platform::install<platform::SearchPaths>(directories);
     platform::install<platform::SystemInformation>(system);
     platform::install<platform::PropertyLists>(lists);
     QFLog::sharedController().setAppName("bench");
@@ -255,37 +255,37 @@ void installLog(const std::string& folder) {
 /// Log files that are set aside where they would be deleted, so that all entries can be counted.
 class CountedLogFiles : public platform::native::LogFiles {
 public:
-    explicit CountedLogFiles(std::string folder) : folder_(std::move(folder)) {}
+    explicit CountedLogFiles(std::string directory) : directory_(std::move(directory)) {}
 
     /// Called while the logs are locked.
     platform::Result<void> removeItem(const std::string& path) override {
-        auto name = folder_ + "/XXXXXX";
+        auto name = directory_ + "/XXXXXX";
         ::close(::mkstemp(name.data()));
         std::filesystem::rename(path, name);
         return {};
     }
 
 private:
-    std::string folder_;
+    std::string directory_;
 };
 
-/// The work of one process of a crowd, with its number, in a folder of the crowd's.
-using CrowdWork = std::function<void(const std::string& folder, const std::string& number)>;
+/// The work of one process of a crowd, with its number, in a directory of the crowd's.
+using CrowdWork = std::function<void(const std::string& directory, const std::string& number)>;
 
-void logWithQFLog(const std::string& folder, const std::string& /*number*/) {
-    static auto& files = *new CountedLogFiles(folder);
+void logWithQFLog(const std::string& directory, const std::string& /*number*/) {
+    static auto& files = *new CountedLogFiles(directory);
     platform::install<platform::LogFiles>(files);
-    installLog(folder);
+    installLog(directory);
     logEntries(crowdEntries);
     QFLog::finishWriting();
 }
 
 #ifdef QF_WITH_SPDLOG
-void logWithSpdlog(const std::string& folder, const std::string& number) {
+void logWithSpdlog(const std::string& directory, const std::string& number) {
     constexpr std::size_t fileSize = 500000;
     constexpr std::size_t manyFiles = 1000;
     spdlog::logger logger("bench", std::make_shared<spdlog::sinks::rotating_file_sink_mt>(
-                                       folder + "/" + number + ".log", fileSize, manyFiles));
+                                       directory + "/" + number + ".log", fileSize, manyFiles));
     logger.set_pattern("%Y-%m-%d %H:%M:%S %z - %v");
     logger.flush_on(spdlog::level::info);
     for (int entry = 0; entry < crowdEntries; ++entry) {
@@ -294,16 +294,16 @@ void logWithSpdlog(const std::string& folder, const std::string& number) {
 }
 #endif
 
-void logWithSyslog(const std::string& /*folder*/, const std::string& /*number*/) {
+void logWithSyslog(const std::string& /*directory*/, const std::string& /*number*/) {
     for (int entry = 0; entry < crowdEntries; ++entry) {
         ::syslog(LOG_USER | LOG_DEBUG, "Moved item %d: %s", entry, item);
     }
 }
 
-/// How many entries the files of a folder hold.
-int entriesIn(const std::string& folder) {
+/// How many entries the files of a directory hold.
+int entriesIn(const std::string& directory) {
     int count = 0;
-    for (const auto& file : std::filesystem::recursive_directory_iterator(folder)) {
+    for (const auto& file : std::filesystem::recursive_directory_iterator(directory)) {
         std::ifstream lines(file.path());
         for (std::string line; file.is_regular_file() && std::getline(lines, line);) {
             count += line.find("Moved item") != std::string::npos ? 1 : 0;
@@ -312,13 +312,13 @@ int entriesIn(const std::string& folder) {
     return count;
 }
 
-double secondsOfCrowd(const CrowdWork& work, const std::string& folder) {
+double secondsOfCrowd(const CrowdWork& work, const std::string& directory) {
     return secondsOf([&] {
         std::vector<pid_t> processes;
         for (int number = 0; number < crowdSize; ++number) {
             const pid_t process = ::fork();
             if (process == 0) {
-                work(folder, std::to_string(number));
+                work(directory, std::to_string(number));
                 ::_exit(0);
             }
             processes.push_back(process);
@@ -334,7 +334,7 @@ struct Crowd {
     /// None where it cannot be had, for a reason.
     CrowdWork work;
     const char* whyNot;
-    /// Whether its entries come to the folder, where they can be counted.
+    /// Whether its entries come to the directory, where they can be counted.
     bool isCounted;
     std::vector<double> rates;
     std::vector<double> ratios;
@@ -358,25 +358,25 @@ std::vector<Crowd> crowds() {
     return all;
 }
 
-void runCrowd(Crowd& crowd, const std::string& folder) {
+void runCrowd(Crowd& crowd, const std::string& directory) {
     constexpr int all = crowdSize * crowdEntries;
-    const auto logs = folder + "/Logs/Quillfen";
+    const auto logs = directory + "/Logs/Quillfen";
     std::filesystem::create_directories(logs);
     std::ofstream(logs + "/bench.1.log").flush();
-    crowd.rates.push_back(all / secondsOfCrowd(crowd.work, folder));
-    crowd.lost += crowd.isCounted ? all - entriesIn(folder) : 0;
-    std::filesystem::remove_all(folder);
+    crowd.rates.push_back(all / secondsOfCrowd(crowd.work, directory));
+    crowd.lost += crowd.isCounted ? all - entriesIn(directory) : 0;
+    std::filesystem::remove_all(directory);
 }
 
 /// Entries of many processes at once: into one log that starts over when it is full, into a file of
 /// each one's own, and to the machine's log, of which it is not known what it keeps. One after the
 /// other in each round.
-void compareCrowds(const std::string& folder) {
+void compareCrowds(const std::string& directory) {
     auto all = crowds();
     for (int round = 0; round < rounds; ++round) {
         for (auto& crowd : all) {
             if (crowd.work) {
-                runCrowd(crowd, folder + "/crowd");
+                runCrowd(crowd, directory + "/crowd");
                 crowd.ratios.push_back(crowd.rates.back() / all.front().rates.back());
             }
         }

@@ -20,8 +20,8 @@ std::vector<std::string> components(std::string_view path);
 /// The last of the components, the empty string for the empty path.
 std::string lastComponent(std::string_view path);
 
-/// The path without its last component and the slash before it: "/" for an item in the root folder,
-/// the empty string for a path of one relative component.
+/// The path without its last component and the slash before it: "/" for an item in the root
+/// directory, the empty string for a path of one relative component.
 std::string deletingLastComponent(std::string_view path);
 
 /// What follows the last "." of the last component; the empty string when it has none, begins with

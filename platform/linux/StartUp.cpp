@@ -94,13 +94,13 @@ void openStandardStreams() {
     }
 }
 
-/// Said when the environment names a home folder that cannot be meant.
+/// Said when the environment names a home directory that cannot be meant.
 constexpr const char* relativeHomeMessage =
     "HOME is “%@”, which is not an absolute path. Using “%@” instead.";
 
-/// Leaves the folders of the environment usable for this process, the libraries in it and its
-/// children: a home folder that is no absolute path becomes the account's own, and a relative data
-/// folder counts as none.
+/// Leaves the directories of the environment usable for this process, the libraries in it and its
+/// children: a home directory that is no absolute path becomes the account's own, and a relative
+/// data directory counts as none.
 void normalizeEnvironment(LinuxServices& services) {
     if (!native::absolutePathFromEnvironment("HOME")) {
         const char* named = std::getenv("HOME");

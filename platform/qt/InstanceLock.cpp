@@ -13,7 +13,7 @@ namespace {
 
 constexpr mode_t ownerOnly = S_IRUSR | S_IWUSR;
 
-bool isOwnFolder(const std::string& path) {
+bool isOwnDirectory(const std::string& path) {
     struct stat status = {};
     return ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode) &&
            status.st_uid == ::geteuid();
@@ -21,7 +21,7 @@ bool isOwnFolder(const std::string& path) {
 
 std::string lockPath(const std::string& name) {
     const char* runtime = std::getenv("XDG_RUNTIME_DIR");
-    if (runtime != nullptr && *runtime == '/' && isOwnFolder(runtime)) {
+    if (runtime != nullptr && *runtime == '/' && isOwnDirectory(runtime)) {
         return std::string(runtime) + '/' + name + ".lock";
     }
     return "/tmp/" + name + '-' + std::to_string(::geteuid()) + ".lock";

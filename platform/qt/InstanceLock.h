@@ -10,8 +10,8 @@ namespace platform::qt {
 /// stays and means nothing by itself. Processes that are started later do not hold it.
 class InstanceLock {
 public:
-    /// Takes the lock of the application of this name. It lies in the user's runtime folder, or in
-    /// /tmp where there is none. Where not even that can be used, the application runs without a
+    /// Takes the lock of the application of this name. It lies in the user's runtime directory, or
+    /// in /tmp where there is none. Where not even that can be used, the application runs without a
     /// lock: better twice than never.
     explicit InstanceLock(const std::string& applicationName);
     ~InstanceLock();

@@ -22,14 +22,14 @@ namespace platform::qt {
 namespace {
 
 constexpr const char* mainWindowOutlet = "windowMain";
-constexpr const char* iconFolder = ":/icon";
+constexpr const char* iconDirectory = ":/icon";
 
 /// The application's icon in every size that its resources hold.
 QIcon applicationIcon() {
     QIcon icon;
-    const QDir folder(iconFolder);
-    for (const auto& file : folder.entryList()) {
-        icon.addFile(folder.filePath(file));
+    const QDir directory(iconDirectory);
+    for (const auto& file : directory.entryList()) {
+        icon.addFile(directory.filePath(file));
     }
     return icon;
 }

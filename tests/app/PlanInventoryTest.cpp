@@ -15,19 +15,19 @@ namespace {
 constexpr const char* dunmarl = "/Applications/Quillfen/Kelvane/Dunmarl.app";
 constexpr const char* agentFile = "/home/someone/Library/LaunchAgents/com.quillfen.Lunevar.plist";
 
-/// Files of ten bytes, folders of a thousand.
+/// Files of ten bytes, directories of a thousand.
 class SizedFileSystem : public DescribedFileSystem {
 public:
     std::optional<platform::ItemAttributes> attributesOfItem(const std::string& path) override {
         auto known = DescribedFileSystem::attributesOfItem(path);
         if (known) {
-            known->size = known->kind == platform::ItemKind::folder ? 1000 : 10;
+            known->size = known->kind == platform::ItemKind::directory ? 1000 : 10;
         }
         return known;
     }
 };
 
-/// A folder in a folder, and so on for long, with a file in the innermost.
+/// A directory in a directory, and so on for long, with a file in the innermost.
 class DeepFileSystem : public SizedFileSystem {
 public:
     std::optional<std::vector<platform::DirectoryEntry>>
@@ -35,7 +35,7 @@ public:
         constexpr std::size_t longest = 100000;
         const bool isInnermost = path.size() > longest;
         return {{isInnermost ? platform::DirectoryEntry{"file", platform::ItemKind::file, 10}
-                             : platform::DirectoryEntry{"d", platform::ItemKind::folder}}};
+                             : platform::DirectoryEntry{"d", platform::ItemKind::directory}}};
     }
 };
 
@@ -94,7 +94,7 @@ TEST_F(PlanInventoryTest, SaysWhereAnItemWouldBe) {
 
 TEST_F(PlanInventoryTest, CountsAnItemOnceThatTwoRowsTakeAway) {
     desktop.applications = {{"com.quillfen.Dunmarl", dunmarl}};
-    disk.folders[dunmarl] = Lines{};
+    disk.directories[dunmarl] = Lines{};
 
     const auto rows = rowsAbout(dunmarl);
 
@@ -119,7 +119,7 @@ TEST_F(PlanInventoryTest, FindsTheFilesOfAgents) {
 }
 
 TEST_F(PlanInventoryTest, HasARowForEachReceipt) {
-    disk.folders["/Library/Receipts"] =
+    disk.directories["/Library/Receipts"] =
         Lines{"install kelvane 2.pkg", "Install Kelvane.pkg", "Install Kelvane 3.pkg"};
     disk.files = {"/Library/Receipts/install kelvane 2.pkg",
                   "/Library/Receipts/Install Kelvane.pkg",
@@ -133,11 +133,11 @@ TEST_F(PlanInventoryTest, HasARowForEachReceipt) {
     EXPECT_EQ(rows[1].path, "/Library/Receipts/Install Kelvane 3.pkg");
 }
 
-TEST_F(PlanInventoryTest, AddsUpWhatIsInAFolder) {
+TEST_F(PlanInventoryTest, AddsUpWhatIsInADirectory) {
     desktop.applications = {{"com.quillfen.Dunmarl", dunmarl}};
-    disk.folders[dunmarl] = Lines{"a", "b"};
-    disk.folders[std::string(dunmarl) + "/b"] = Lines{"c", "closed"};
-    disk.folders[std::string(dunmarl) + "/b/closed"] = std::nullopt;
+    disk.directories[dunmarl] = Lines{"a", "b"};
+    disk.directories[std::string(dunmarl) + "/b"] = Lines{"c", "closed"};
+    disk.directories[std::string(dunmarl) + "/b/closed"] = std::nullopt;
     disk.files = {std::string(dunmarl) + "/a", std::string(dunmarl) + "/b/c"};
 
     EXPECT_EQ(rowsAbout(dunmarl).front().size, 20U);
@@ -147,7 +147,7 @@ TEST_F(PlanInventoryTest, AddsUpWhatIsInAFolder) {
 TEST_F(PlanInventoryTest, AddsUpWhatLiesDeeperThanAStackReaches) {
     DeepFileSystem deep;
     const platform::ScopedService<platform::FileSystem> deepScope(deep);
-    deep.folders[dunmarl] = Lines{};
+    deep.directories[dunmarl] = Lines{};
 
     EXPECT_EQ(rowsAbout(dunmarl).front().size, 10U);
 }
@@ -183,7 +183,7 @@ TEST_F(PlanInventoryTest, ChangesNothing) {
 TEST_F(PlanInventoryTest, AgreesWithTheWalk) {
     desktop.applications = {{"com.quillfen.Dunmarl", "/Elsewhere/Dunmarl.app"},
                             {"com.quillfen.launcher", "/Elsewhere/Launcher.app"}};
-    disk.folders["/Library/Receipts"] = Lines{"Install Kelvane 1.pkg"};
+    disk.directories["/Library/Receipts"] = Lines{"Install Kelvane 1.pkg"};
     disk.files = {"/Elsewhere/Dunmarl.app",
                   "/Elsewhere/Launcher.app",
                   dunmarl,

@@ -43,7 +43,7 @@ TEST_F(PlanWalk, StopsProcessesWithOneRunOfTheTool) {
 
 TEST_F(PlanWalk, TrashesAnApplicationWhereverTheDesktopFindsIt) {
     desktop.applications = {{"com.quillfen.Ospenth", "/Volumes/Tools/Ospenth.app"}};
-    fileSystem.folders = {{"/Volumes/Tools/Ospenth.app", Lines{}}};
+    fileSystem.directories = {{"/Volumes/Tools/Ospenth.app", Lines{}}};
 
     walk({{PlanAction::trashBundle, "com.quillfen.Ospenth", {}}});
 
@@ -80,7 +80,7 @@ TEST_F(PlanWalk, RemovesTheUsersOwnAgentsAndTheirFiles) {
 }
 
 TEST_F(PlanWalk, TrashesReceiptsByPrefixWithoutCaseInListingOrder) {
-    fileSystem.folders["/Library/Receipts"] =
+    fileSystem.directories["/Library/Receipts"] =
         Lines{"install kelvane 2.pkg", "Install Kelvane.pkg", "Other.pkg",
               "Install Kelvane Extras.pkg", "An Install Kelvane 3.pkg"};
     fileSystem.files = {"/Library/Receipts/install kelvane 2.pkg",
@@ -126,7 +126,7 @@ public:
 };
 
 TEST_F(PlanWalk, TellsOfRowsAndItemsInTheirOrder) {
-    fileSystem.folders["/Library/Receipts"] = Lines{"Install Kelvane 1.pkg"};
+    fileSystem.directories["/Library/Receipts"] = Lines{"Install Kelvane 1.pkg"};
     RecordingObserver observer;
 
     walkUninstallPlan({{PlanAction::trashMatching, "/Library", {"Install Kelvane "}},
@@ -193,7 +193,7 @@ protected:
                 fileSystem.files.insert(row.subject);
             } else if (row.action == PlanAction::trashBundle) {
                 desktop.applications[row.subject] = "/Volumes/Tools/" + row.subject;
-                fileSystem.folders["/Volumes/Tools/" + row.subject] = Lines{};
+                fileSystem.directories["/Volumes/Tools/" + row.subject] = Lines{};
             }
         }
     }

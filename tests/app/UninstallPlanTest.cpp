@@ -217,7 +217,7 @@ TEST_F(UninstallPlan, LeavesOutRowsWhoseLocationTheSystemDoesNotHave) {
     EXPECT_EQ(everything.size() - uninstallPlan(RemoveShared::yes).size(), 14U);
 }
 
-TEST_F(UninstallPlan, PutsTheUserDomainUnderTheHomeFolderForTheSuperuser) {
+TEST_F(UninstallPlan, PutsTheUserDomainUnderTheHomeDirectoryForTheSuperuser) {
     account_.userId = 0;
     account_.home = "/root";
     searchPaths_.lists[{DirectoryKind::caches, DomainMask::user}] = {"/var/root/Library/Caches"};

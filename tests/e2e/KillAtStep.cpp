@@ -6,8 +6,8 @@
 // Says "ready" when every thread of the program is watched. The program is killed in front of its
 // STEPth step, counted from 1, and the status is 0; STEP 0 is never reached. When the program has
 // ended by itself the number of its steps is printed, and the status is 1. A step is a system call
-// that creates, writes, renames or removes a file or a folder; starting a child process is two, in
-// front of it and when the child runs.
+// that creates, writes, renames or removes a file or a directory; starting a child process is two,
+// in front of it and when the child runs.
 
 #include <fcntl.h>
 #include <linux/sched.h>
@@ -33,7 +33,7 @@ namespace {
 using CallInfo = __ptrace_syscall_info;
 
 constexpr auto changes = std::to_array<std::uint64_t>({
-#ifdef SYS_rename // Newer kinds of machines have only the calls that name a folder.
+#ifdef SYS_rename // Newer kinds of machines have only the calls that name a directory.
     SYS_rename, SYS_unlink, SYS_rmdir, SYS_mkdir, SYS_symlink, SYS_link,
 #endif
     SYS_renameat, SYS_renameat2, SYS_unlinkat, SYS_mkdirat, SYS_symlinkat, SYS_linkat});
@@ -53,7 +53,7 @@ public:
 
     void begin() {
         constexpr std::uint64_t options = PTRACE_O_TRACECLONE | PTRACE_O_TRACESYSGOOD;
-        for (const auto& entry : std::filesystem::directory_iterator(taskFolder())) {
+        for (const auto& entry : std::filesystem::directory_iterator(taskDirectory())) {
             const auto thread = static_cast<pid_t>(std::stol(entry.path().filename()));
             if (::ptrace(PTRACE_SEIZE, thread, nullptr, asPointer(options)) != 0 ||
                 ::ptrace(PTRACE_INTERRUPT, thread, nullptr, nullptr) != 0) {
@@ -80,7 +80,7 @@ public:
     std::uint64_t steps() const { return count_; }
 
 private:
-    std::string taskFolder() const { return "/proc/" + std::to_string(process_) + "/task"; }
+    std::string taskDirectory() const { return "/proc/" + std::to_string(process_) + "/task"; }
 
     void serve(pid_t thread, int status) {
         const int number = WSTOPSIG(status);

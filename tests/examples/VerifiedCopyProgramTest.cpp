@@ -2,7 +2,7 @@
 // what it is given.
 
 #include "tests/support/RunCommand.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -15,10 +15,10 @@ namespace {
 
 class VerifiedCopyProgram : public testing::Test {
 protected:
-    TemporaryFolder folder;
+    TemporaryDirectory directory;
 
     std::vector<std::string> environment(std::vector<std::string> more = {}) const {
-        more.push_back("HOME=" + folder.path());
+        more.push_back("HOME=" + directory.path());
         return more;
     }
 
@@ -47,13 +47,14 @@ bool contains(const std::string& text, const std::string& part) {
 } // namespace
 
 TEST_F(VerifiedCopyProgram, CopiesToEveryPlaceAndReportsTheDigests) {
-    const auto source = folder.write("source", "abc");
-    folder.makeFolder("there");
-    const auto outcome = copy({source, folder / "copy", folder / "there", folder / "new/copy"});
+    const auto source = directory.write("source", "abc");
+    directory.makeDirectory("there");
+    const auto outcome =
+        copy({source, directory / "copy", directory / "there", directory / "new/copy"});
     EXPECT_EQ(outcome.status, 0) << outcome.output;
     const std::string digest = "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad  ";
     for (const auto& path :
-         {source, folder / "copy", folder / "there/source", folder / "new/copy"}) {
+         {source, directory / "copy", directory / "there/source", directory / "new/copy"}) {
         EXPECT_EQ(contentOf(path), "abc");
         EXPECT_TRUE(contains(outcome.output, digest + path + "\n")) << outcome.output;
     }
@@ -61,41 +62,41 @@ TEST_F(VerifiedCopyProgram, CopiesToEveryPlaceAndReportsTheDigests) {
 }
 
 TEST_F(VerifiedCopyProgram, TakesPathsAsTheSystemDoes) {
-    folder.write("source", "another file");
-    folder.write("far/source", "the file");
-    fs::create_directory_symlink(folder.makeFolder("far/away"), folder / "link");
+    directory.write("source", "another file");
+    directory.write("far/source", "the file");
+    fs::create_directory_symlink(directory.makeDirectory("far/away"), directory / "link");
     const auto outcome =
-        copy({"--quiet", "link/../source", "link/../copy"}, {"env", "-C", folder.path()});
+        copy({"--quiet", "link/../source", "link/../copy"}, {"env", "-C", directory.path()});
     EXPECT_EQ(outcome.status, 0) << outcome.output;
-    EXPECT_EQ(contentOf(folder / "far/copy"), "the file");
+    EXPECT_EQ(contentOf(directory / "far/copy"), "the file");
 }
 
 TEST_F(VerifiedCopyProgram, TakesTheDigestThatItIsToldTo) {
-    const auto source = folder.write("source", "abc");
-    const auto md5 = copy({"--verify", "md5", "--quiet", source, folder / "copy"});
+    const auto source = directory.write("source", "abc");
+    const auto md5 = copy({"--verify", "md5", "--quiet", source, directory / "copy"});
     EXPECT_TRUE(contains(md5.output, "900150983cd24fb0d6963f7d28e17f72  " + source)) << md5.output;
     EXPECT_FALSE(contains(md5.output, " %"));
-    const auto none = copy({"--verify", "none", "--quiet", source, folder / "copy"});
+    const auto none = copy({"--verify", "none", "--quiet", source, directory / "copy"});
     EXPECT_EQ(none.status, 0);
     EXPECT_FALSE(contains(none.output, source)) << none.output;
 }
 
 TEST_F(VerifiedCopyProgram, RefusesWhatItDoesNotUnderstand) {
-    const auto source = folder.write("source", "abc");
+    const auto source = directory.write("source", "abc");
     EXPECT_NE(copy({}).status, 0);
     EXPECT_NE(copy({source}).status, 0);
-    EXPECT_NE(copy({"--verify", "crc", source, folder / "copy"}).status, 0);
-    EXPECT_FALSE(fs::exists(folder / "copy"));
+    EXPECT_NE(copy({"--verify", "crc", source, directory / "copy"}).status, 0);
+    EXPECT_FALSE(fs::exists(directory / "copy"));
     EXPECT_EQ(copy({"--help"}).status, 0);
 }
 
 TEST_F(VerifiedCopyProgram, NeverDestroysItsSource) {
-    const auto source = folder.write("source", "precious");
-    fs::create_hard_link(source, folder / "other name");
-    const auto outcome = copy({source, folder / "other name"});
+    const auto source = directory.write("source", "precious");
+    fs::create_hard_link(source, directory / "other name");
+    const auto outcome = copy({source, directory / "other name"});
     EXPECT_EQ(outcome.status, 1);
     EXPECT_TRUE(contains(outcome.output, "Error: Unable to open destination file " +
-                                             (folder / "other name") +
+                                             (directory / "other name") +
                                              ". Aborting copy process..."))
         << outcome.output;
     EXPECT_EQ(contentOf(source), "precious");
@@ -105,17 +106,18 @@ TEST_F(VerifiedCopyProgram, TellsOfAMediumThatAltersTheData) {
     if (QF_SANITIZED) {
         GTEST_SKIP() << "a sanitizer's own functions take the place of the altering ones";
     }
-    const auto source = folder.write("source", sizedText(200'000));
-    const auto outcome = copy({source, folder / "good", folder / "bad"}, {},
-                              {preloading(QF_ALTERING_MEDIUM), "QF_ALTERED=" + (folder / "bad")});
+    const auto source = directory.write("source", sizedText(200'000));
+    const auto outcome =
+        copy({source, directory / "good", directory / "bad"}, {},
+             {preloading(QF_ALTERING_MEDIUM), "QF_ALTERED=" + (directory / "bad")});
     EXPECT_EQ(outcome.status, 1);
-    EXPECT_TRUE(contains(outcome.output, (folder / "bad") + " is NOT what was read"))
+    EXPECT_TRUE(contains(outcome.output, (directory / "bad") + " is NOT what was read"))
         << outcome.output;
-    EXPECT_FALSE(contains(outcome.output, (folder / "good") + " is NOT"));
-    EXPECT_EQ(contentOf(folder / "good"), contentOf(source));
-    EXPECT_NE(contentOf(folder / "bad"), contentOf(source));
-    const auto digest = run({"openssl", "dgst", "-sha256", "-r", folder / "bad"});
-    EXPECT_TRUE(contains(outcome.output, digest.output.substr(0, 64) + "  " + (folder / "bad")))
+    EXPECT_FALSE(contains(outcome.output, (directory / "good") + " is NOT"));
+    EXPECT_EQ(contentOf(directory / "good"), contentOf(source));
+    EXPECT_NE(contentOf(directory / "bad"), contentOf(source));
+    const auto digest = run({"openssl", "dgst", "-sha256", "-r", directory / "bad"});
+    EXPECT_TRUE(contains(outcome.output, digest.output.substr(0, 64) + "  " + (directory / "bad")))
         << outcome.output << digest.output;
 }
 
@@ -123,24 +125,24 @@ TEST_F(VerifiedCopyProgram, TellsOfAFullDiskAndServesTheOthers) {
     if (const auto why = whyNoMounts(); !why.empty()) {
         GTEST_SKIP() << why;
     }
-    const auto source = folder.write("source", sizedText(1'000'000));
-    const auto disk = folder.makeFolder("disk");
+    const auto source = directory.write("source", sizedText(1'000'000));
+    const auto disk = directory.makeDirectory("disk");
     const auto outcome =
-        copy({source, disk + "/full", folder / "good"}, withMountOn(disk, "size=256k"));
+        copy({source, disk + "/full", directory / "good"}, withMountOn(disk, "size=256k"));
     EXPECT_EQ(outcome.status, 1);
     EXPECT_TRUE(contains(outcome.output, "Error writing file " + disk + "/full: 1"))
         << outcome.output;
     EXPECT_TRUE(contains(outcome.output, disk + "/full is NOT what was read"));
-    EXPECT_FALSE(contains(outcome.output, (folder / "good") + " is NOT"));
-    EXPECT_EQ(contentOf(folder / "good"), contentOf(source));
+    EXPECT_FALSE(contains(outcome.output, (directory / "good") + " is NOT"));
+    EXPECT_EQ(contentOf(directory / "good"), contentOf(source));
 }
 
 TEST_F(VerifiedCopyProgram, AReadOnlyDiskTakesNothing) {
     if (const auto why = whyNoMounts(); !why.empty()) {
         GTEST_SKIP() << why;
     }
-    const auto source = folder.write("source", "content");
-    const auto disk = folder.makeFolder("disk");
+    const auto source = directory.write("source", "content");
+    const auto disk = directory.makeDirectory("disk");
     const auto file = copy({source, disk + "/copy"}, withMountOn(disk, "ro"));
     EXPECT_EQ(file.status, 1);
     EXPECT_TRUE(contains(file.output, "Error: Unable to open destination file " + disk + "/copy"))
@@ -153,9 +155,9 @@ TEST_F(VerifiedCopyProgram, AReadOnlyDiskTakesNothing) {
 
 TEST_F(VerifiedCopyProgram, ASourceThatMayNotBeRead) {
     const auto user = asOrdinaryUser();
-    const auto source = folder.write("source", "secret");
+    const auto source = directory.write("source", "secret");
     ASSERT_EQ(::chmod(source.c_str(), 0), 0);
-    ASSERT_EQ(::chmod(folder.path().c_str(), 0777), 0);
+    ASSERT_EQ(::chmod(directory.path().c_str(), 0777), 0);
     const auto probe = user.empty() ? Outcome{0, ""} : run([&] {
         auto command = user;
         command.emplace_back("true");
@@ -164,11 +166,11 @@ TEST_F(VerifiedCopyProgram, ASourceThatMayNotBeRead) {
     if (probe.status != 0) {
         GTEST_SKIP() << "nobody else's rights can be taken: " << probe.output;
     }
-    const auto outcome = copy({source, folder / "copy"}, user);
+    const auto outcome = copy({source, directory / "copy"}, user);
     EXPECT_EQ(outcome.status, 1);
     EXPECT_TRUE(contains(outcome.output, "Error: Unable to read source file " + source))
         << outcome.output;
-    EXPECT_FALSE(fs::exists(folder / "copy"));
+    EXPECT_FALSE(fs::exists(directory / "copy"));
 }
 
 TEST_F(VerifiedCopyProgram, CtrlCCancelsAndSaysWhatIsIncomplete) {
@@ -182,10 +184,10 @@ TEST_F(VerifiedCopyProgram, CtrlCCancelsAndSaysWhatIsIncomplete) {
                 status=$?
                 cat "$3"
                 exit $status)",
-                              "bash", QF_PROGRAM, folder / "copy", folder / "messages"},
+                              "bash", QF_PROGRAM, directory / "copy", directory / "messages"},
                              environment());
     EXPECT_EQ(outcome.status, 130) << outcome.output;
     EXPECT_TRUE(contains(outcome.output, "Cancelled.")) << outcome.output;
-    EXPECT_TRUE(contains(outcome.output, "  " + (folder / "copy") + "\n")) << outcome.output;
-    EXPECT_TRUE(fs::exists(folder / "copy"));
+    EXPECT_TRUE(contains(outcome.output, "  " + (directory / "copy") + "\n")) << outcome.output;
+    EXPECT_TRUE(fs::exists(directory / "copy"));
 }

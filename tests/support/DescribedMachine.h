@@ -19,8 +19,9 @@ public:
     std::tm now() override;
 };
 
-/// A machine of doubles alone, seen by an ordinary user whose home folder is /home/someone; nothing
-/// of the real one is read or changed. Each test has an authorization controller of its own.
+/// A machine of doubles alone, seen by an ordinary user whose home directory is /home/someone;
+/// nothing of the real one is read or changed. Each test has an authorization controller of its
+/// own.
 class DescribedMachine : public testing::Test {
 protected:
     using Lines = std::vector<std::string>;

@@ -19,11 +19,11 @@ platform::Result<void> failureIn(const std::map<std::string, platform::Error>& f
 } // namespace
 
 bool DescribedFileSystem::exists(const std::string& path) {
-    return files.contains(path) || folders.contains(path) || tools.contains(path);
+    return files.contains(path) || directories.contains(path) || tools.contains(path);
 }
 
 bool DescribedFileSystem::isDirectory(const std::string& path) {
-    return folders.contains(path);
+    return directories.contains(path);
 }
 
 bool DescribedFileSystem::isExecutable(const std::string& path) {
@@ -57,8 +57,8 @@ DescribedFileSystem::attributesOfItem(const std::string& path) {
 
 std::optional<std::vector<platform::DirectoryEntry>>
 DescribedFileSystem::contentsOfDirectory(const std::string& path) {
-    const auto found = folders.find(path);
-    if (found == folders.end() || !found->second) {
+    const auto found = directories.find(path);
+    if (found == directories.end() || !found->second) {
         return std::nullopt;
     }
     std::vector<platform::DirectoryEntry> entries;
@@ -83,7 +83,7 @@ DescribedFileSystem::contentsOfDirectoryWithSizes(const std::string& path) {
 platform::Result<void> DescribedFileSystem::createDirectory(const std::string& path) {
     const auto created = change("create", path);
     if (created) {
-        folders.try_emplace(path, std::vector<std::string>());
+        directories.try_emplace(path, std::vector<std::string>());
     }
     return created;
 }
@@ -147,12 +147,12 @@ platform::Result<void> DescribedFileSystem::removeItem(const std::string& path) 
     if (const auto found = removeErrors.find(path); found != removeErrors.end()) {
         return platform::Unexpected(found->second);
     }
-    const bool removed = files.erase(path) + folders.erase(path) > 0;
+    const bool removed = files.erase(path) + directories.erase(path) > 0;
     return removed ? platform::Result<void>() : missing(path);
 }
 
 platform::ItemKind DescribedFileSystem::kindOf(const std::string& path) const {
-    return folders.contains(path) ? platform::ItemKind::folder : platform::ItemKind::file;
+    return directories.contains(path) ? platform::ItemKind::directory : platform::ItemKind::file;
 }
 
 platform::Result<void> DescribedFileSystem::change(const std::string& what,
@@ -226,11 +226,11 @@ platform::Result<void> RecordingWorkspace::setLabelNumber(const std::string& pat
     return {};
 }
 
-platform::Result<void> RecordingWorkspace::recycle(const std::string& folder,
+platform::Result<void> RecordingWorkspace::recycle(const std::string& directory,
                                                    const std::string& trash,
                                                    const std::string& name) {
-    recycled.push_back({folder, trash, name});
-    return failureIn(errors, folder + "/" + name);
+    recycled.push_back({directory, trash, name});
+    return failureIn(errors, directory + "/" + name);
 }
 
 void RecordingWorkspace::makeTrash(const std::string& trash) {

@@ -10,13 +10,13 @@
 #include <string_view>
 #include <vector>
 
-/// Files and folders that a test describes; nothing is on disk. Every system tool is there.
+/// Files and directories that a test describes; nothing is on disk. Every system tool is there.
 class DescribedFileSystem : public platform::FileSystem {
 public:
-    /// What exists and is no folder.
+    /// What exists and is no directory.
     std::set<std::string> files;
-    /// What exists and is a folder, with the names in it; none makes it unreadable.
-    std::map<std::string, std::optional<std::vector<std::string>>> folders;
+    /// What exists and is a directory, with the names in it; none makes it unreadable.
+    std::map<std::string, std::optional<std::vector<std::string>>> directories;
     std::set<std::string> tools{"/bin/rm",         "/bin/mv",        "/bin/cp",
                                 "/bin/mkdir",      "/bin/chmod",     "/bin/launchctl",
                                 "/usr/sbin/chown", "/usr/bin/touch", "/usr/bin/ditto"};
@@ -82,9 +82,9 @@ private:
 /// A Trash that remembers what it is given and a desktop without applications.
 class RecordingWorkspace : public platform::Workspace {
 public:
-    /// Every item that was to be recycled, as folder, Trash folder and name.
+    /// Every item that was to be recycled, as directory, Trash directory and name.
     std::vector<std::vector<std::string>> recycled;
-    /// Every Trash folder that was to be there.
+    /// Every Trash directory that was to be there.
     std::vector<std::string> trashesMade;
     std::set<std::string> packages;
     /// What recycling an item, named by its path, fails with.
@@ -108,7 +108,7 @@ public:
     std::vector<std::string> mountedLocalVolumePaths() override;
     std::optional<int> labelNumber(const std::string& path) override;
     platform::Result<void> setLabelNumber(const std::string& path, int number) override;
-    platform::Result<void> recycle(const std::string& folder, const std::string& trash,
+    platform::Result<void> recycle(const std::string& directory, const std::string& trash,
                                    const std::string& name) override;
     void makeTrash(const std::string& trash) override;
 };

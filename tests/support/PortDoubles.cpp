@@ -40,8 +40,8 @@ std::optional<std::string> FakeAccount::cacheDirectory() {
     return cache;
 }
 
-std::vector<std::string> FakeSearchPaths::folders(platform::DirectoryKind kind,
-                                                  platform::DomainMask domain) {
+std::vector<std::string> FakeSearchPaths::directories(platform::DirectoryKind kind,
+                                                      platform::DomainMask domain) {
     const auto found = lists.find({kind, domain});
     return found == lists.end() ? std::vector<std::string>() : found->second;
 }

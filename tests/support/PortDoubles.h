@@ -43,12 +43,12 @@ public:
     std::optional<std::string> cacheDirectory() override;
 };
 
-/// Standard folders that a test describes; a kind that it does not name has no folder.
+/// Standard directories that a test describes; a kind that it does not name has no directory.
 class FakeSearchPaths : public platform::SearchPaths {
 public:
     std::map<std::pair<platform::DirectoryKind, platform::DomainMask>, std::vector<std::string>>
         lists;
 
-    std::vector<std::string> folders(platform::DirectoryKind kind,
-                                     platform::DomainMask domain) override;
+    std::vector<std::string> directories(platform::DirectoryKind kind,
+                                         platform::DomainMask domain) override;
 };

@@ -1,6 +1,6 @@
 #include "tests/support/RunCommand.h"
 
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/TemporaryDirectory.h"
 
 #include <fcntl.h>
 #include <spawn.h>
@@ -27,8 +27,8 @@ std::vector<char*> pointers(std::vector<std::string>& strings) {
 } // namespace
 
 Outcome run(const std::vector<std::string>& command, const std::vector<std::string>& environment) {
-    const TemporaryFolder folder;
-    const auto output = folder / "output";
+    const TemporaryDirectory directory;
+    const auto output = directory / "output";
     auto arguments = command;
     auto variables = environment;
     variables.push_back(std::string("PATH=") + std::getenv("PATH"));
@@ -50,10 +50,10 @@ Outcome run(const std::vector<std::string>& command, const std::vector<std::stri
 
 std::string preloading(const std::string& library) {
     // The loader takes a path with a space for two, and an ordinary user may have no way to it.
-    static const TemporaryFolder folder;
-    const auto copy = folder / "library";
+    static const TemporaryDirectory directory;
+    const auto copy = directory / "library";
     if (!fs::exists(copy)) {
-        fs::permissions(folder.path(), fs::perms{0755});
+        fs::permissions(directory.path(), fs::perms{0755});
         fs::copy_file(library, copy);
     }
     return "LD_PRELOAD=" + copy;
@@ -66,18 +66,18 @@ std::vector<std::string> asOrdinaryUser() {
     return {"setpriv", "--reuid=65534", "--regid=65534", "--clear-groups", "--"};
 }
 
-std::vector<std::string> withMountOn(const std::string& folder, const std::string& options) {
+std::vector<std::string> withMountOn(const std::string& directory, const std::string& options) {
     return {"unshare",
             "-m",
             "sh",
             "-c",
             R"(mount -t tmpfs -o "$2" none "$1" && shift 2 && exec "$@")",
             "sh",
-            folder,
+            directory,
             options};
 }
 
-std::vector<std::string> withBindMount(const std::string& folder, const std::string& options) {
+std::vector<std::string> withBindMount(const std::string& directory, const std::string& options) {
     return {"unshare",
             "-m",
             "sh",
@@ -85,13 +85,13 @@ std::vector<std::string> withBindMount(const std::string& folder, const std::str
             R"(mount --bind "$1" "$1" && { test -z "$2" || mount -o "remount,bind,$2" "$1"; } &&
                shift 2 && exec "$@")",
             "sh",
-            folder,
+            directory,
             options};
 }
 
 std::string whyNoMounts() {
-    const TemporaryFolder folder;
-    auto command = withMountOn(folder.path(), "size=64k");
+    const TemporaryDirectory directory;
+    auto command = withMountOn(directory.path(), "size=64k");
     command.emplace_back("true");
     const auto outcome = run(command);
     return outcome.status == 0 ? "" : "no mount namespace: " + outcome.output;

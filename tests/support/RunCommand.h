@@ -23,12 +23,13 @@ std::string preloading(const std::string& library);
 std::vector<std::string> asOrdinaryUser();
 
 /// The command that runs another in a mount namespace of its own, where an empty file system of
-/// memory with these options is mounted on `folder`.
-std::vector<std::string> withMountOn(const std::string& folder, const std::string& options);
+/// memory with these options is mounted on `directory`.
+std::vector<std::string> withMountOn(const std::string& directory, const std::string& options);
 
-/// The command that runs another in a mount namespace of its own, where `folder` is bound to itself
-/// with these options: the same device, another mount.
-std::vector<std::string> withBindMount(const std::string& folder, const std::string& options = "");
+/// The command that runs another in a mount namespace of its own, where `directory` is bound to
+/// itself with these options: the same device, another mount.
+std::vector<std::string> withBindMount(const std::string& directory,
+                                       const std::string& options = "");
 
 /// Why the machine does not let the test mount anything; empty when it does.
 std::string whyNoMounts();

@@ -81,10 +81,10 @@ std::vector<std::string> description(const std::string& path) {
     return lines;
 }
 
-std::vector<std::string> strangers(const std::string& folder,
+std::vector<std::string> strangers(const std::string& directory,
                                    const std::vector<std::string>& expected) {
     std::vector<std::string> names;
-    for (const auto& entry : fs::directory_iterator(folder)) {
+    for (const auto& entry : fs::directory_iterator(directory)) {
         const auto name = entry.path().filename().string();
         if (std::ranges::find(expected, name) == expected.end()) {
             names.push_back(name);
@@ -122,32 +122,32 @@ void makeSampleTree(const std::string& path) {
 
 void makeDeepTree(const std::string& path, int levels) {
     ASSERT_EQ(::mkdir(path.c_str(), 0755), 0);
-    int folder = ::open(path.c_str(), O_RDONLY | O_DIRECTORY);
+    int directory = ::open(path.c_str(), O_RDONLY | O_DIRECTORY);
     for (int level = 0; level < levels; ++level) {
-        ASSERT_EQ(::mkdirat(folder, "folder", 0755), 0);
-        ::close(::openat(folder, "file", O_WRONLY | O_CREAT, 0644));
-        const int inner = ::openat(folder, "folder", O_RDONLY | O_DIRECTORY);
-        ::close(folder);
-        folder = inner;
+        ASSERT_EQ(::mkdirat(directory, "folder", 0755), 0);
+        ::close(::openat(directory, "file", O_WRONLY | O_CREAT, 0644));
+        const int inner = ::openat(directory, "folder", O_RDONLY | O_DIRECTORY);
+        ::close(directory);
+        directory = inner;
     }
-    ::close(folder);
+    ::close(directory);
 }
 
 int depthOf(const std::string& path) {
     int depth = 0;
-    int folder = ::open(path.c_str(), O_RDONLY | O_DIRECTORY);
+    int directory = ::open(path.c_str(), O_RDONLY | O_DIRECTORY);
     for (;;) {
-        const int inner = ::openat(folder, "folder", O_RDONLY | O_DIRECTORY);
-        ::close(folder);
+        const int inner = ::openat(directory, "folder", O_RDONLY | O_DIRECTORY);
+        ::close(directory);
         if (inner < 0) {
             return depth;
         }
         ++depth;
-        folder = inner;
+        directory = inner;
     }
 }
 
-MemoryFolder::MemoryFolder() {
+MemoryDirectory::MemoryDirectory() {
     constexpr const char* memory = "/dev/shm";
     const auto temporary = fs::temp_directory_path().string();
     const auto parent = ::access(memory, W_OK | X_OK) == 0 ? std::string(memory) : temporary;
@@ -163,7 +163,7 @@ MemoryFolder::MemoryFolder() {
     }
 }
 
-MemoryFolder::~MemoryFolder() {
+MemoryDirectory::~MemoryDirectory() {
     std::error_code ignored;
     fs::remove_all(path_, ignored);
 }

@@ -89,8 +89,8 @@ bool isMissing(const std::string& tool) {
     return missing;
 }
 
-std::vector<platform::DirectoryEntry> entries(const std::string& folder) {
-    return platform::service<platform::FileSystem>().contentsOfDirectory(folder).value_or(
+std::vector<platform::DirectoryEntry> entries(const std::string& directory) {
+    return platform::service<platform::FileSystem>().contentsOfDirectory(directory).value_or(
         std::vector<platform::DirectoryEntry>());
 }
 

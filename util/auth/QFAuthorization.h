@@ -43,7 +43,7 @@ public:
     static QFAuthorization* allocWithZone();
 
     /// Sets a new controller up, with and without a user interface: takes over the right of a
-    /// privileged parent, and remembers the user's home folder unless the superuser runs this.
+    /// privileged parent, and remembers the user's home directory unless the superuser runs this.
     QFAuthorization& init();
     QFAuthorization& initWithoutGUI();
 
@@ -123,7 +123,8 @@ public:
 
     /// The file operations below start a tool and do not wait for it: true means that it was
     /// started, and what it does may not be done yet. False means that the path is a system
-    /// folder, which is logged, that the right was refused, or that the tool could not be started.
+    /// directory, which is logged, that the right was refused, or that the tool could not be
+    /// started.
 
     /// Deletes an item with all that is in it. Whether it exists is not looked at.
     bool authRemoveFile(const std::string& path);
@@ -140,13 +141,14 @@ public:
     /// As authTrashFile with DeleteOnRootAccount::no; the result can be waited for.
     StartedTool startTrashing(const std::string& path);
 
-    /// Moves every entry of a folder into the user's Trash, going on after a failure. With
+    /// Moves every entry of a directory into the user's Trash, going on after a failure. With
     /// DeleteOnRootAccount::yes a superuser process that knows no user deletes them instead. True
-    /// when none failed, so for an empty or unreadable folder too.
+    /// when none failed, so for an empty or unreadable directory too.
     bool authTrashFolderContents(const std::string& path);
     bool authTrashFolderContents(const std::string& path, DeleteOnRootAccount deleteOnRootAccount);
 
-    /// Moves every entry of a folder into another, going on after a failure. True when none failed.
+    /// Moves every entry of a directory into another, going on after a failure. True when none
+    /// failed.
     bool authMoveFolderContents(const std::string& path, const std::string& toPath);
 
     /// Moves an item to its full new path, replacing a file there. False without a message when
@@ -154,12 +156,13 @@ public:
     bool authMoveFile(const std::optional<std::string>& path,
                       const std::optional<std::string>& toPath);
 
-    /// Copies an item with all that is in it to its full new path. System folders may be copied.
-    /// False as for authMoveFile.
+    /// Copies an item with all that is in it to its full new path. System directories may be
+    /// copied. False as for authMoveFile.
     bool authCopyFile(const std::optional<std::string>& path,
                       const std::optional<std::string>& toPath);
 
-    /// Makes a folder and all that lead to it; it may exist. Pauses 500 microseconds for the tool.
+    /// Makes a directory and all that lead to it; it may exist. Pauses 500 microseconds for the
+    /// tool.
     bool authCreateDir(const std::string& path);
 
 private:

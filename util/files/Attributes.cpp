@@ -7,7 +7,7 @@
 #include "platform/Workspace.h"
 #include "platform/foundation/TextEncoding.h"
 #include "util/auth/QFAuthorization.h"
-#include "util/files/FolderWalk.h"
+#include "util/files/DirectoryWalk.h"
 #include "util/files/Services.h"
 #include "util/log/QFLog.h"
 #include "util/paths/QFLocalPaths.h"
@@ -50,10 +50,10 @@ void setLocked(const std::string& path, bool locked) {
     }
 }
 
-void setLockedBelow(const std::string& folder, bool locked) {
-    FolderWalk walk(folder);
+void setLockedBelow(const std::string& directory, bool locked) {
+    DirectoryWalk walk(directory);
     while (walk.next()) {
-        if (walk.descend() == Descent::notAFolder) {
+        if (walk.descend() == Descent::notADirectory) {
             setLocked(walk.path(), locked);
         }
     }

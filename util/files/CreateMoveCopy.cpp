@@ -5,8 +5,8 @@
 #include "platform/foundation/Path.h"
 #include "platform/foundation/Text.h"
 #include "util/auth/QFAuthorization.h"
+#include "util/files/DirectoryWalk.h"
 #include "util/files/FileNames.h"
-#include "util/files/FolderWalk.h"
 #include "util/files/Services.h"
 #include "util/files/TimedWait.h"
 #include "util/log/QFLog.h"
@@ -20,7 +20,7 @@ namespace text = platform::text;
 namespace {
 
 constexpr std::string_view driveNotMounted = "Unable to create directory. Drive is not mounted.";
-constexpr std::string_view errorCreatingFolder = "Error creating folder: %@. Authorizing...";
+constexpr std::string_view errorCreatingDirectory = "Error creating folder: %@. Authorizing...";
 constexpr std::string_view errorMovingFile = "Error moving file: %@.";
 constexpr std::string_view authorizing = "Authorizing...";
 constexpr std::string_view copyFromNothing = "Error copying file: source path is nil";
@@ -57,7 +57,7 @@ bool QFFileManager::createDirectory(const std::string& path, ShouldAuth shouldAu
     if (created) {
         return true;
     }
-    QFLog::appendLog(errorCreatingFolder, created.error().localizedDescription);
+    QFLog::appendLog(errorCreatingDirectory, created.error().localizedDescription);
     return shouldAuth == ShouldAuth::yes && QFAuthorization::sharedController().authCreateDir(path);
 }
 
@@ -67,9 +67,9 @@ bool QFFileManager::createDirectory(const std::string& path, platform::Timeout t
 
 std::string QFFileManager::createDirectoryStructure(const std::string& path,
                                                     const std::string& destination) {
-    const bool isPlainFolder = isDirectoryAtPath(path) && !isPackageAtPath(path);
+    const bool isPlainDirectory = isDirectoryAtPath(path) && !isPackageAtPath(path);
     auto mirrored =
-        path::appending(destination, isPlainFolder ? path : path::deletingLastComponent(path));
+        path::appending(destination, isPlainDirectory ? path : path::deletingLastComponent(path));
     if (!fileExistsAtPath(mirrored)) {
         createDirectory(mirrored);
     }
@@ -145,7 +145,7 @@ bool QFFileManager::copyFile(const std::optional<std::string>& path,
 
 bool QFFileManager::copyContentsOfDirectory(const std::string& path, const std::string& toPath,
                                             platform::Timeout timeout) {
-    FolderWalk walk(path);
+    DirectoryWalk walk(path);
     while (walk.next()) {
         const auto& name = walk.entry().name;
         QFLog::fastAppendLog(copyingEntry, name);

@@ -12,7 +12,7 @@
 namespace {
 
 constexpr std::string_view root = "/";
-constexpr std::string_view volumesFolder = "/Volumes";
+constexpr std::string_view volumesDirectory = "/Volumes";
 
 constexpr const char* diskutilTool = "/usr/sbin/diskutil";
 constexpr auto patience = std::chrono::seconds(5);
@@ -28,7 +28,7 @@ std::optional<std::string> QFFileManager::volumeMountPointForPath(const std::str
             return std::move(volume);
         }
     }
-    return path.starts_with(volumesFolder) ? std::nullopt : std::optional(std::string(root));
+    return path.starts_with(volumesDirectory) ? std::nullopt : std::optional(std::string(root));
 }
 
 platform::Value QFFileManager::infoForDiskAtMountpoint(const std::string& mountpoint) {

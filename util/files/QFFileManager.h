@@ -26,14 +26,14 @@ enum class SetCreationDate { no, yes };
 /// Without effect: matching never goes further down than the pattern's own components.
 enum class SearchSubdirs { no, yes };
 
-/// What programs do with files and folders.
+/// What programs do with files and directories.
 ///
 /// Paths are absolute. Nothing is raised: results say whether it worked, and the reason goes to the
 /// program's log, unless it is said that it goes to the system log. The class holds no state and
 /// any thread may call every member. Members that test whether an item exists follow links: a link
-/// that leads nowhere counts as missing. Members that go through all that is below a folder follow
-/// links to folders, but not back into a folder that they are in. A folder that is missing,
-/// unreadable or none has no entries. Nothing is undone after a failure.
+/// that leads nowhere counts as missing. Members that go through all that is below a directory
+/// follow links to directories, but not back into a directory that they are in. A directory that is
+/// missing, unreadable or none has no entries. Nothing is undone after a failure.
 ///
 /// With ShouldAuth::yes, the default, what the current user may not do goes the privileged way, and
 /// true means that this was started. The members with a time-out, in whole seconds, do that too,
@@ -56,21 +56,21 @@ public:
     /// As trashFile; tells what became of the item, and why it was not moved.
     static TrashResult trashFileWithResult(const std::string& path, ShouldAuth shouldAuth);
 
-    /// Trashes every entry of a folder, as trashFile does, going on after a failure, and keeps the
-    /// folder. True when none failed, so for an empty folder too.
+    /// Trashes every entry of a directory, as trashFile does, going on after a failure, and keeps
+    /// the directory. True when none failed, so for an empty directory too.
     static bool trashDirectoryContents(const std::string& path);
     static bool trashDirectoryContents(const std::string& path, ShouldAuth shouldAuth);
 
-    /// Trashes, as trashFile does, every item below a folder that has this extension, compared
-    /// without case, or exactly this name. Folders are searched, never trashed; packages are
-    /// folders. An empty extension is that of an item without one. Gives the paths of what was to
-    /// be trashed, whether or not that worked, depth-first in the order of the listings.
+    /// Trashes, as trashFile does, every item below a directory that has this extension, compared
+    /// without case, or exactly this name. Directories are searched, never trashed; packages are
+    /// directories. An empty extension is that of an item without one. Gives the paths of what was
+    /// to be trashed, whether or not that worked, depth-first in the order of the listings.
     static std::vector<std::string> trashFilesOfType(const std::string& type,
                                                      const std::string& inFolder);
     static std::vector<std::string> trashFilesNamed(const std::string& name,
                                                     const std::string& inFolder);
 
-    /// Deletes an item, a folder with all that is in it; links are deleted, not followed. Its
+    /// Deletes an item, a directory with all that is in it; links are deleted, not followed. Its
     /// locked flag is cleared first. True when the item is deleted, or when there is none, as for
     /// trashFile. A failure logs "Error removing file: %@. Authorizing...", also where ShouldAuth
     /// forbids that. The privileged way is QFAuthorization::authRemoveFile.
@@ -78,33 +78,33 @@ public:
     static bool removeFile(const std::string& path, ShouldAuth shouldAuth);
     static bool removeFile(const std::string& path, platform::Timeout timeout);
 
-    /// Whether nothing that counts is below a folder: entries named ".DS_Store" or "Icon\r" count
-    /// for nothing, and folders only for what is in them.
+    /// Whether nothing that counts is below a directory: entries named ".DS_Store" or "Icon\r"
+    /// count for nothing, and directories only for what is in them.
     static bool isFolderEmpty(const std::string& path);
 
-    /// Deletes a folder, as removeFile does, if it counts as empty; false if it does not.
+    /// Deletes a directory, as removeFile does, if it counts as empty; false if it does not.
     static bool removeFolderIfEmpty(const std::string& path);
 
-    // Create, move and copy. Destinations are full paths, not folders to put the item into.
+    // Create, move and copy. Destinations are full paths, not directories to put the item into.
 
-    /// Makes a folder and those on the way to it; one that exists is success. False, with "Unable
-    /// to create directory. Drive is not mounted." in the system log, on a volume that is not
-    /// mounted. A failure logs "Error creating folder: %@. Authorizing...", also where ShouldAuth
-    /// forbids that. The privileged way is QFAuthorization::authCreateDir.
+    /// Makes a directory and those on the way to it; one that exists is success. False, with
+    /// "Unable to create directory. Drive is not mounted." in the system log, on a volume that is
+    /// not mounted. A failure logs "Error creating folder: %@. Authorizing...", also where
+    /// ShouldAuth forbids that. The privileged way is QFAuthorization::authCreateDir.
     static bool createDirectory(const std::string& path);
     static bool createDirectory(const std::string& path, ShouldAuth shouldAuth);
     static bool createDirectory(const std::string& path, platform::Timeout timeout);
 
-    /// Makes the folder whose path is the whole path of a folder put behind `destination`, and
-    /// gives its path, whether or not that worked. For anything but a plain folder, such as a file
-    /// or a package, it is the path of the folder that it lies in.
+    /// Makes the directory whose path is the whole path of a directory put behind `destination`,
+    /// and gives its path, whether or not that worked. For anything but a plain directory, such as
+    /// a file or a package, it is the path of the directory that it lies in.
     static std::string createDirectoryStructure(const std::string& path,
                                                 const std::string& destination);
 
     /// Moves an item; what stands at the destination, whose locked flag is cleared first, is not
-    /// replaced without privilege. The flags below the folder that has the item's name inside the
-    /// destination are cleared, too. A move that only changes the case of letters goes through a
-    /// free name, under which the item may be left when it fails. A failure logs "Error moving
+    /// replaced without privilege. The flags below the directory that has the item's name inside
+    /// the destination are cleared, too. A move that only changes the case of letters goes through
+    /// a free name, under which the item may be left when it fails. A failure logs "Error moving
     /// file: %@." and, only when the privileged way (QFAuthorization::authMoveFile) follows,
     /// "Authorizing...". The member with a time-out waits for the item to be gone from its place
     /// or, after a change of case, 500 microseconds.
@@ -113,8 +113,8 @@ public:
     static bool moveFile(const std::string& path, const std::string& toPath,
                          platform::Timeout timeout);
 
-    /// Copies an item, a folder with all that is in it; what stands at the destination is not
-    /// replaced without privilege. The locked flag of the folder that takes the copy is cleared
+    /// Copies an item, a directory with all that is in it; what stands at the destination is not
+    /// replaced without privilege. The locked flag of the directory that takes the copy is cleared
     /// first. A missing path logs and prints "Error copying file: source path is nil" or "Error
     /// copying file %@: destination path is nil". A failure logs "Error copying file: %@.
     /// Authorizing...", also where ShouldAuth forbids that. The privileged way is
@@ -126,7 +126,7 @@ public:
     static bool copyFile(const std::optional<std::string>& path,
                          const std::optional<std::string>& toPath, platform::Timeout timeout);
 
-    /// Copies every entry of a folder into another, which exists, as copyFile does, and logs
+    /// Copies every entry of a directory into another, which exists, as copyFile does, and logs
     /// "File: %@" with the name of each before. The time-out is each entry's. False at the first
     /// that fails; those before it stay copied.
     static bool copyContentsOfDirectory(const std::string& path, const std::string& toPath,
@@ -139,8 +139,8 @@ public:
     static bool compressFile(const std::string& path, const std::string& toDestinationFile,
                              IncludeParent includeParent);
 
-    /// Unpacks an archive into a folder. One that exists goes to the Trash first, as a whole and
-    /// without privilege. True when the folder exists afterwards. Waits for the tool.
+    /// Unpacks an archive into a directory. One that exists goes to the Trash first, as a whole and
+    /// without privilege. True when the directory exists afterwards. Waits for the tool.
     static bool decompressFile(const std::string& path, const std::string& toDestinationFolder);
 
     // Questions about an item.
@@ -148,10 +148,10 @@ public:
     /// Whether something stands at the path.
     static bool fileExistsAtPath(const std::string& path);
 
-    /// Whether a folder stands at the path; links are followed.
+    /// Whether a directory stands at the path; links are followed.
     static bool isDirectoryAtPath(const std::string& path);
 
-    /// Whether a person sees the folder at the path as one item, such as an application bundle.
+    /// Whether a person sees the directory at the path as one item, such as an application bundle.
     static bool isPackageAtPath(const std::string& path);
 
     /// Whether the item is a link, wherever it leads.
@@ -161,8 +161,8 @@ public:
     static std::optional<platform::Date> modificationDateForFile(const std::string& path);
     static std::optional<platform::Date> creationDateForFile(const std::string& path);
 
-    /// The size of an item in bytes, 0 when it is missing; of a folder, the sum of what is below
-    /// it. A link that leads to no folder counts with its own size.
+    /// The size of an item in bytes, 0 when it is missing; of a directory, the sum of what is below
+    /// it. A link that leads to no directory counts with its own size.
     static std::uint64_t fileSize(const std::string& path);
 
     /// A number of bytes for display, in binary steps: "1023 B", "1.50 KB", up to "TB".
@@ -181,7 +181,7 @@ public:
     static void lockFile(const std::string& path);
     static void unlockFile(const std::string& path);
 
-    /// The same for every item below a folder that is none itself.
+    /// The same for every item below a directory that is none itself.
     static void lockFolder(const std::string& path);
     static void unlockFolder(const std::string& path);
 
@@ -199,8 +199,8 @@ public:
     static bool touchFile(const std::optional<std::string>& path);
     static bool touchFile(const std::optional<std::string>& path, SetCreationDate setCreationDate);
 
-    /// Makes an empty file in the folder for temporary files and moves it to the path, as moveFile
-    /// does.
+    /// Makes an empty file in the directory for temporary files and moves it to the path, as
+    /// moveFile does.
     static bool createEmptyFile(const std::string& path);
 
     /// The value of an extended attribute as text: nothing when it is missing, empty or no UTF-8.
@@ -244,9 +244,9 @@ public:
     /// The existing items that a pattern leads to, in the order of the listings. Components with a
     /// "*" are wildcards: "*" stands for any run of characters, also of none and with a dot in
     /// front, "?" for one; case counts. Other components are names, whatever they hold. The
-    /// pattern is taken from the base folder, or from "/", also where it is absolute. One without
-    /// any "*" gives its full path (with no base folder, the pattern as it stands), whether or not
-    /// anything is there.
+    /// pattern is taken from the base directory, or from "/", also where it is absolute. One
+    /// without any "*" gives its full path (with no base directory, the pattern as it stands),
+    /// whether or not anything is there.
     static std::vector<std::string> filesMatchingWildcardPath(const std::string& path);
     static std::vector<std::string>
     filesMatchingWildcardPath(const std::string& path,
@@ -257,15 +257,16 @@ public:
                               SearchSubdirs searchSubdirs);
 
     /// The first of the items that a pattern leads to. When there is none, the pattern behind the
-    /// base folder, or nothing without a base folder.
+    /// base directory, or nothing without a base directory.
     static std::optional<std::string>
     decodeWildcardPath(const std::string& path, const std::optional<std::string>& fromBasePath);
 
     // Volumes.
 
-    /// Whether the volume that a path lies on is mounted: something exists at the first folder
-    /// below the one for volumes. True for a path that is not in there, or is that folder itself.
-    /// The first takes any path that begins with "/Volumes", the second only those that begin with
+    /// Whether the volume that a path lies on is mounted: something exists at the first directory
+    /// below the one for volumes. True for a path that is not in there, or is that directory
+    /// itself. The first takes any path that begins with "/Volumes", the second only those that
+    /// begin with
     /// "/Volumes/".
     static bool isVolumeMountedForPath(const std::string& path);
     static bool isDriveMountedForPath(const std::string& path);
@@ -282,7 +283,7 @@ public:
 
     // The file browser.
 
-    /// Tells the file browser that an item, or what a folder holds, has changed, as
+    /// Tells the file browser that an item, or what a directory holds, has changed, as
     /// SendFinderSyncEvent, whether or not anybody listens.
     static void notifyFileSystemChanged(const std::string& path);
 
@@ -317,9 +318,9 @@ public:
     // Copies that are followed and verified, and digests.
 
     /// Copies a file to every destination, each the full path of the copy, in one pass on the
-    /// calling thread; a destination that exists is overwritten, folders that are missing on the
-    /// way to one are made. True when all of the source was read, also when a destination failed
-    /// its verification, of which the delegate is told.
+    /// calling thread; a destination that exists is overwritten, directories that are missing on
+    /// the way to one are made. True when all of the source was read, also when a destination
+    /// failed its verification, of which the delegate is told.
     ///
     /// With a verification type other than none each chunk is read back from each destination as
     /// soon as it is written. The dates of the source are put on the copies where it has a creation
@@ -327,12 +328,12 @@ public:
     /// told about at most 500 times, and never more often than every 20 MiB, how far the copy is.
     ///
     /// False, with the reason in the system log, when the source is missing, there is no
-    /// destination, a destination's folder cannot be made, the source cannot be read, a destination
-    /// cannot be opened or is the source itself, or the source has become shorter meanwhile; when a
-    /// chunk of the source cannot be read, no memory is left or the machine does not allow the
-    /// digest, the log and standard output have the reason. False without a word when the delegate
-    /// cancels. Partial copies stay. A destination that takes no more bytes gets its lines in the
-    /// system log and does not stop the copy of the others.
+    /// destination, a destination's directory cannot be made, the source cannot be read, a
+    /// destination cannot be opened or is the source itself, or the source has become shorter
+    /// meanwhile; when a chunk of the source cannot be read, no memory is left or the machine does
+    /// not allow the digest, the log and standard output have the reason. False without a word when
+    /// the delegate cancels. Partial copies stay. A destination that takes no more bytes gets its
+    /// lines in the system log and does not stop the copy of the others.
     static bool copyFileWithProgress(const std::string& source,
                                      const std::vector<std::string>& destinations,
                                      VerificationType verificationType,

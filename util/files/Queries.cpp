@@ -3,7 +3,7 @@
 #include "platform/Services.h"
 #include "platform/Workspace.h"
 #include "platform/foundation/Format.h"
-#include "util/files/FolderWalk.h"
+#include "util/files/DirectoryWalk.h"
 #include "util/files/Services.h"
 
 #include <algorithm>
@@ -68,9 +68,9 @@ std::uint64_t QFFileManager::fileSize(const std::string& path) {
         return attributes ? attributes->size : 0;
     }
     std::uint64_t size = 0;
-    FolderWalk walk(path, &platform::FileSystem::contentsOfDirectoryWithSizes);
+    DirectoryWalk walk(path, &platform::FileSystem::contentsOfDirectoryWithSizes);
     while (walk.next()) {
-        if (walk.descend() == Descent::notAFolder) {
+        if (walk.descend() == Descent::notADirectory) {
             size += walk.entry().size.value_or(0);
         }
     }

@@ -6,7 +6,7 @@
 #include "platform/foundation/Path.h"
 #include "platform/foundation/Text.h"
 #include "util/auth/QFAuthorization.h"
-#include "util/files/FolderWalk.h"
+#include "util/files/DirectoryWalk.h"
 #include "util/files/Recycle.h"
 #include "util/files/TimedWait.h"
 #include "util/log/QFLog.h"
@@ -22,13 +22,14 @@ namespace {
 
 constexpr std::string_view errorRemovingFile = "Error removing file: %@. Authorizing...";
 
-/// Trashes every item below a folder whose name matches, but no folder, and gives their paths.
+/// Trashes every item below a directory whose name matches, but no directory, and gives their
+/// paths.
 template <class Matches>
-std::vector<std::string> trashFilesBelow(const std::string& folder, Matches matches) {
+std::vector<std::string> trashFilesBelow(const std::string& directory, Matches matches) {
     std::vector<std::string> trashed;
-    FolderWalk walk(folder);
+    DirectoryWalk walk(directory);
     while (walk.next()) {
-        if (walk.descend() == Descent::notAFolder && matches(walk.entry().name)) {
+        if (walk.descend() == Descent::notADirectory && matches(walk.entry().name)) {
             QFFileManager::trashFile(walk.path());
             trashed.push_back(walk.path());
         }
@@ -36,8 +37,8 @@ std::vector<std::string> trashFilesBelow(const std::string& folder, Matches matc
     return trashed;
 }
 
-/// Whether a folder may hold an item of this name and count as empty: the file browser's settings
-/// of the folder's view, and the folder's own icon.
+/// Whether a directory may hold an item of this name and count as empty: the file browser's
+/// settings of the directory's view, and the directory's own icon.
 bool countsForNothing(std::string_view name) {
     return name == ".DS_Store" || name == "Icon\r";
 }
@@ -87,7 +88,7 @@ bool QFFileManager::trashDirectoryContents(const std::string& path) {
 
 bool QFFileManager::trashDirectoryContents(const std::string& path, ShouldAuth shouldAuth) {
     bool succeeded = true;
-    FolderWalk walk(path);
+    DirectoryWalk walk(path);
     while (walk.next()) {
         const bool trashed = trashFile(walk.path(), shouldAuth);
         succeeded = succeeded && trashed;
@@ -130,7 +131,7 @@ bool QFFileManager::removeFile(const std::string& path, platform::Timeout timeou
 }
 
 bool QFFileManager::isFolderEmpty(const std::string& path) {
-    FolderWalk walk(path);
+    DirectoryWalk walk(path);
     while (walk.next()) {
         if (!countsForNothing(walk.entry().name) && walk.descend() != Descent::entered) {
             return false;

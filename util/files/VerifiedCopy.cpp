@@ -19,7 +19,7 @@ constexpr std::string_view sourceIsMissing =
     "Error: File %@ doesn't exist. Aborting copy process...";
 constexpr std::string_view noDestination =
     "Error: You must have at least one destination. Aborting copy process...";
-constexpr std::string_view noFolder =
+constexpr std::string_view noDirectory =
     "Unable to copy file %@ - destination directory %@ doesn't exist. Aborting copy process...";
 constexpr std::string_view unableToReadSource =
     "Error: Unable to read source file %@. Aborting copy process...";
@@ -35,7 +35,7 @@ constexpr std::string_view errorSettingMetadata = "Error setting metadata for fi
 constexpr std::string_view copyOperation =
     "copyFileWithProgress:destinations:verificationType:delegate:object:object:";
 
-constexpr platform::Timeout timeForAFolder{10};
+constexpr platform::Timeout timeForADirectory{10};
 
 /// The attributes of what a path leads to, through links; nothing when there is nothing.
 std::optional<platform::ItemAttributes> attributesFollowingLinks(std::string path) {
@@ -92,7 +92,7 @@ public:
     }
 
     bool run() {
-        if (!hasSourceAndDestinations() || !makeFolders() || !openSource()) {
+        if (!hasSourceAndDestinations() || !makeDirectories() || !openSource()) {
             return false;
         }
         measureSource();
@@ -123,14 +123,14 @@ private:
         return true;
     }
 
-    bool makeFolders() const {
+    bool makeDirectories() const {
         return std::ranges::all_of(destinations_, [this](const auto& destination) {
-            const auto folder = platform::path::deletingLastComponent(destination.path);
-            if (QFFileManager::fileExistsAtPath(folder) ||
-                QFFileManager::createDirectory(folder, timeForAFolder)) {
+            const auto directory = platform::path::deletingLastComponent(destination.path);
+            if (QFFileManager::fileExistsAtPath(directory) ||
+                QFFileManager::createDirectory(directory, timeForADirectory)) {
                 return true;
             }
-            systemLog(noFolder, source_, folder);
+            systemLog(noDirectory, source_, directory);
             return false;
         });
     }

@@ -22,7 +22,7 @@ bool isMounted(const std::string& path, std::string_view prefix) {
 
 } // namespace
 
-// The prefixes differ on purpose: only the first also matches a folder such as "/VolumesX".
+// The prefixes differ on purpose: only the first also matches a directory such as "/VolumesX".
 bool QFFileManager::isVolumeMountedForPath(const std::string& path) {
     return isMounted(path, "/Volumes");
 }

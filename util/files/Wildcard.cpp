@@ -24,11 +24,11 @@ constexpr char anyCharacter = '?';
 struct Places {
     std::vector<std::string> paths;
     /// Of each path, whether anything can be below it.
-    std::vector<bool> canBeFolder;
+    std::vector<bool> canBeDirectory;
 
-    void add(std::string path, bool mayBeFolder) {
+    void add(std::string path, bool mayBeDirectory) {
         paths.push_back(std::move(path));
-        canBeFolder.push_back(mayBeFolder);
+        canBeDirectory.push_back(mayBeDirectory);
     }
 };
 
@@ -74,10 +74,10 @@ bool isLike(std::string_view name, std::string_view pattern) {
     return true;
 }
 
-/// Adds the entries of a folder that are like a component; of links, those that lead somewhere.
-void addEntriesLike(const std::string& component, const std::string& folder, Places& places) {
+/// Adds the entries of a directory that are like a component; of links, those that lead somewhere.
+void addEntriesLike(const std::string& component, const std::string& directory, Places& places) {
     auto& fileSystem = platform::service<platform::FileSystem>();
-    const auto entries = fileSystem.contentsOfDirectory(folder);
+    const auto entries = fileSystem.contentsOfDirectory(directory);
     if (!entries) {
         return;
     }
@@ -85,10 +85,10 @@ void addEntriesLike(const std::string& component, const std::string& folder, Pla
         if (!isLike(entry.name, component)) {
             continue;
         }
-        auto item = path::appending(folder, entry.name);
+        auto item = path::appending(directory, entry.name);
         const bool isLink = entry.kind == ItemKind::link;
         if (!isLink || fileSystem.exists(item)) {
-            places.add(std::move(item), isLink || entry.kind == ItemKind::folder);
+            places.add(std::move(item), isLink || entry.kind == ItemKind::directory);
         }
     }
 }
@@ -97,13 +97,13 @@ void addEntriesLike(const std::string& component, const std::string& folder, Pla
 Places placesBelow(const Places& places, const std::string& component) {
     Places below;
     for (std::size_t index = 0; index < places.paths.size(); ++index) {
-        if (!places.canBeFolder[index]) {
+        if (!places.canBeDirectory[index]) {
             continue;
         }
-        const auto& folder = places.paths[index];
+        const auto& directory = places.paths[index];
         if (isWildcard(component)) {
-            addEntriesLike(component, folder, below);
-        } else if (auto item = path::appending(folder, component);
+            addEntriesLike(component, directory, below);
+        } else if (auto item = path::appending(directory, component);
                    QFFileManager::fileExistsAtPath(item)) {
             below.add(std::move(item), true);
         }
@@ -111,7 +111,7 @@ Places placesBelow(const Places& places, const std::string& component) {
     return below;
 }
 
-/// The pattern as a path below the base folder, where there is one.
+/// The pattern as a path below the base directory, where there is one.
 std::string fullPath(const std::string& pattern, const std::optional<std::string>& basePath) {
     return basePath ? path::appending(*basePath, pattern) : pattern;
 }

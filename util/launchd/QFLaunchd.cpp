@@ -43,8 +43,8 @@ constexpr std::string_view unableToCreateLine =
 constexpr std::string_view tryingToAuthorize =
     "Unable to write launchd plist - trying to authorize...";
 
-/// The folder of such jobs, missing where the domain has no Library.
-std::optional<std::string> jobFolder(Domain domain, LaunchAgent launchAgent) {
+/// The directory of such jobs, missing where the domain has no Library.
+std::optional<std::string> jobDirectory(Domain domain, LaunchAgent launchAgent) {
     const auto library = QFLocalPaths::libraryDirectory(domain);
     if (!library) {
         return std::nullopt;
@@ -53,8 +53,8 @@ std::optional<std::string> jobFolder(Domain domain, LaunchAgent launchAgent) {
                                                                                : "LaunchDaemons");
 }
 
-std::string jobFile(const std::string& folder, const std::optional<std::string>& label) {
-    return platform::format(jobFileFormat, folder, label);
+std::string jobFile(const std::string& directory, const std::optional<std::string>& label) {
+    return platform::format(jobFileFormat, directory, label);
 }
 
 platform::Window* mainWindow() {
@@ -65,13 +65,14 @@ platform::Window* mainWindow() {
     return window;
 }
 
-/// Shows the alert about a job folder and waits for its answer. A program without windows has none.
-void showAlert(const char* message, const std::optional<std::string>& folder) {
+/// Shows the alert about a job directory and waits for its answer. A program without windows has
+/// none.
+void showAlert(const char* message, const std::optional<std::string>& directory) {
     if (platform::installedService<platform::Application>() == nullptr ||
         platform::installedService<platform::AlertPanels>() == nullptr) {
         return;
     }
-    QFAlert::alertSheetWithMessageText(message, platform::format(checkPermissions, folder),
+    QFAlert::alertSheetWithMessageText(message, platform::format(checkPermissions, directory),
                                        mainWindow());
 }
 
@@ -84,26 +85,27 @@ void runTool(const char* tool, const std::vector<std::string>& arguments) {
 }
 
 /// The log line and the console line differ, on purpose.
-void reportUnwritable(const std::optional<std::string>& folder) {
-    QFLog::appendLog(unableToCreateLine, folder);
-    platform::systemLog(unableToWriteLine, folder);
-    showAlert(unableToWrite, folder);
+void reportUnwritable(const std::optional<std::string>& directory) {
+    QFLog::appendLog(unableToCreateLine, directory);
+    platform::systemLog(unableToWriteLine, directory);
+    showAlert(unableToWrite, directory);
 }
 
-void reportUnmovable(const std::string& folder) {
-    QFLog::appendLog(unableToCreateLine, folder);
-    platform::systemLog(unableToCreateLine, folder);
-    showAlert(unableToCreate, folder);
+void reportUnmovable(const std::string& directory) {
+    QFLog::appendLog(unableToCreateLine, directory);
+    platform::systemLog(unableToCreateLine, directory);
+    showAlert(unableToCreate, directory);
 }
 
 /// Writes the settings beside the temporary files and moves them to the job file, which could not
 /// be written itself. True when they are there.
 bool writeThroughTemporaryFile(const platform::Value::Dictionary& settings,
-                               const std::string& folder, const std::optional<std::string>& label) {
-    const std::string file = jobFile(folder, label);
+                               const std::string& directory,
+                               const std::optional<std::string>& label) {
+    const std::string file = jobFile(directory, label);
     const std::string temporary = jobFile(QFLocalPaths::tempDirectory(), label);
     if (!writeSettings(settings, temporary)) {
-        reportUnwritable(folder);
+        reportUnwritable(directory);
         return false;
     }
     if (QFFileManager::fileExistsAtPath(file)) {
@@ -111,7 +113,7 @@ bool writeThroughTemporaryFile(const platform::Value::Dictionary& settings,
     }
     QFLog::appendLog(tryingToAuthorize);
     if (!QFFileManager::moveFile(temporary, file, platform::Timeout(10))) {
-        reportUnmovable(folder);
+        reportUnmovable(directory);
         QFFileManager::removeFile(temporary);
         return false;
     }
@@ -143,21 +145,21 @@ bool QFLaunchd::startJob(const std::optional<std::string>& label,
                          const platform::Value::Dictionary& settings, Domain user,
                          LaunchAgent launchAgent, ShouldAuth shouldAuth,
                          const std::optional<std::string>& killProcessName) {
-    const auto folder = jobFolder(user, launchAgent);
-    if (!folder) {
-        reportUnwritable(folder);
+    const auto directory = jobDirectory(user, launchAgent);
+    if (!directory) {
+        reportUnwritable(directory);
         return false;
     }
-    if (!QFFileManager::fileExistsAtPath(*folder)) {
-        QFFileManager::createDirectory(*folder, shouldAuth);
+    if (!QFFileManager::fileExistsAtPath(*directory)) {
+        QFFileManager::createDirectory(*directory, shouldAuth);
     }
-    const std::string file = jobFile(*folder, label);
+    const std::string file = jobFile(*directory, label);
     if (QFFileManager::fileExistsAtPath(file)) {
         removeJob(label, user, launchAgent, shouldAuth);
     }
     bool useAuth = shouldAuth == ShouldAuth::yes;
     if (!writeSettings(settings, file)) {
-        if (!writeThroughTemporaryFile(settings, *folder, label)) {
+        if (!writeThroughTemporaryFile(settings, *directory, label)) {
             return false;
         }
         useAuth = true;
@@ -179,18 +181,18 @@ bool QFLaunchd::startLaunchAgent(const std::optional<std::string>& label,
 void QFLaunchd::removeJob(const std::optional<std::string>& label, Domain user,
                           LaunchAgent launchAgent, ShouldAuth shouldAuth) {
     stopJob(label, user, launchAgent, shouldAuth);
-    const auto folder = jobFolder(user, launchAgent);
-    if (!folder) {
+    const auto directory = jobDirectory(user, launchAgent);
+    if (!directory) {
         return;
     }
-    const std::string file = jobFile(*folder, label);
+    const std::string file = jobFile(*directory, label);
     if (!QFFileManager::fileExistsAtPath(file)) {
         return;
     }
     if (QFFileManager::removeFile(file, shouldAuth)) {
         platform::sleep(pauseAfterRemoval);
     } else if (shouldAuth == ShouldAuth::yes) {
-        showAlert(unableToRemove, folder);
+        showAlert(unableToRemove, directory);
     }
 }
 
@@ -203,8 +205,8 @@ void QFLaunchd::stopJob(const std::optional<std::string>& label, Domain user,
     if (!label) {
         return;
     }
-    if (const auto folder = jobFolder(user, launchAgent)) {
-        runTool(launchctl, {"unload", jobFile(*folder, label)});
+    if (const auto directory = jobDirectory(user, launchAgent)) {
+        runTool(launchctl, {"unload", jobFile(*directory, label)});
     }
     runTool(launchctl, {"remove", *label});
 }

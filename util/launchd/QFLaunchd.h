@@ -12,7 +12,7 @@ enum class LaunchAgent { no, yes };
 
 /// The background jobs of the service manager, launchd.
 ///
-/// A job is a property list in the folder "LaunchAgents" or "LaunchDaemons" of the domain's
+/// A job is a property list in the directory "LaunchAgents" or "LaunchDaemons" of the domain's
 /// Library, named after the job's label with ".plist" added, and the service manager's loaded copy
 /// of it. The label stands in the file's path as it is given, so one with "/" in it names a file
 /// elsewhere; without a label the file is called "(null).plist". What the tools answer is not
@@ -27,10 +27,10 @@ public:
     /// manager load it anew. A process named `killProcessName`, if any, is ended before that. Each
     /// tool that runs without privilege gets at most 10 seconds.
     ///
-    /// A missing job folder is made. Where the job file cannot be written, it is written to the
-    /// temporary folder and moved into place, the privileged way if need be, whatever `shouldAuth`
-    /// says; owner and mode are then set the privileged way, too. With ShouldAuth::yes they always
-    /// are, which takes a second for the tools to finish.
+    /// A missing job directory is made. Where the job file cannot be written, it is written to the
+    /// temporary directory and moved into place, the privileged way if need be, whatever
+    /// `shouldAuth` says; owner and mode are then set the privileged way, too. With ShouldAuth::yes
+    /// they always are, which takes a second for the tools to finish.
     ///
     /// True when the file is in place and loading it was tried. False when it could not be written,
     /// which is logged, told on the system console, and reported by an alert on the main window,

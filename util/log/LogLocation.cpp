@@ -9,29 +9,29 @@ namespace log_location {
 
 namespace {
 
-constexpr std::string_view folderInLibrary = "/Logs/Quillfen";
+constexpr std::string_view directoryInLibrary = "/Logs/Quillfen";
 
-std::optional<std::string> folder(Domain domain) {
+std::optional<std::string> directory(Domain domain) {
     auto path = QFLocalPaths::libraryDirectory(domain);
     if (path) {
-        *path += folderInLibrary;
+        *path += directoryInLibrary;
     }
     return path;
 }
 
 } // namespace
 
-std::optional<std::string> userFolder() {
-    return folder(Domain::user);
+std::optional<std::string> userDirectory() {
+    return directory(Domain::user);
 }
 
-std::string numberedLog(std::string_view folder, std::string_view name, int number) {
-    return platform::format("%@/%@.%li.log", folder, name, number);
+std::string numberedLog(std::string_view directory, std::string_view name, int number) {
+    return platform::format("%@/%@.%li.log", directory, name, number);
 }
 
 std::optional<std::string> currentLog(std::string_view name) {
     const bool superuser = platform::service<platform::UserAccount>().realUserId() == 0;
-    const auto path = folder(superuser ? Domain::local : Domain::user);
+    const auto path = directory(superuser ? Domain::local : Domain::user);
     if (!path) {
         return {};
     }

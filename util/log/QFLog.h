@@ -15,10 +15,10 @@
 #include <string_view>
 #include <vector>
 
-/// The process-wide log: one file per application, in the folder Logs/Quillfen of the user's
-/// Library folder, with four older ones beside it; "NAME.1.log" is the current one, "NAME.5.log"
-/// the oldest. For the superuser the current log alone lies in the machine's Library folder; the
-/// folder that is made and the older logs stay with the user.
+/// The process-wide log: one file per application, in the directory Logs/Quillfen of the user's
+/// Library directory, with four older ones beside it; "NAME.1.log" is the current one, "NAME.5.log"
+/// the oldest. For the superuser the current log alone lies in the machine's Library directory; the
+/// directory that is made and the older logs stay with the user.
 ///
 /// An entry is "DATE - MESSAGE" and a line end, in UTF-8: bytes of a message that are no UTF-8 are
 /// written as "\xNN". Entries are written in the order in which they were queued, each in one step,
@@ -32,8 +32,9 @@
 ///
 /// Several processes may share a log. Each goes on in the file that one of them starts; none loses
 /// an entry by that, or starts one that another has started already. An entry that finds no file
-/// at the log's path, because that or a folder above it was moved or deleted, is said to be lost;
-/// of entries that follow one another at once, a few may still go where the file was moved to.
+/// at the log's path, because that or a directory above it was moved or deleted, is said to be
+/// lost; of entries that follow one another at once, a few may still go where the file was moved
+/// to.
 ///
 /// Which thread is the main thread and when the application terminates is asked of
 /// platform::Application. In a program without one, every thread counts as a worker, so that short
@@ -73,7 +74,7 @@ public:
     static void createNewLog(const std::optional<std::string>& applicationName,
                              NoPrinting noPrinting);
 
-    /// The log files that exist in the user's folder, newest first.
+    /// The log files that exist in the user's directory, newest first.
     static std::vector<std::string> availableLogs();
 
     /// Ends logging: writes what is queued if that is 10 operations or fewer, else drops it, and
@@ -194,7 +195,7 @@ private:
                      const std::shared_ptr<platform::LogFile>& full);
     void nameLog(const std::optional<std::string>& applicationName);
     Started makeLog(platform::LogFile* full);
-    bool rotate(const std::string& folder, const std::string& name,
+    bool rotate(const std::string& directory, const std::string& name,
                 const std::string& current) const;
     static void writeHeader();
 

@@ -13,7 +13,7 @@
 namespace {
 
 constexpr std::string_view disabledMessage = "Logging is disabled\n";
-constexpr std::string_view folderMessage = "Unable to create folder %s.\n";
+constexpr std::string_view directoryMessage = "Unable to create folder %s.\n";
 constexpr std::string_view moveMessage = "Unable to move file %s to %s.\n";
 constexpr std::string_view createMessage = "Unable to create log file %s - %s\n";
 constexpr std::string_view startExceptionMessage = "Exception starting log: %s\n";
@@ -41,12 +41,12 @@ bool isOne(const platform::Value& value) {
 }
 
 bool isDisabledByUser() {
-    const auto folder = QFLocalPaths::prefsDirectory(Domain::user);
-    if (!folder) {
+    const auto directory = QFLocalPaths::prefsDirectory(Domain::user);
+    if (!directory) {
         return false;
     }
     auto& propertyLists = platform::service<platform::PropertyLists>();
-    return isOne(propertyLists.read(*folder + std::string(preferencesFile))[disableKey]);
+    return isOne(propertyLists.read(*directory + std::string(preferencesFile))[disableKey]);
 }
 
 double gigabytes(std::uint64_t bytes) {
@@ -99,14 +99,16 @@ QFLog::Started QFLog::startLog(const std::optional<std::string>& applicationName
 /// Writes no entry: the write queue may wait for the lock.
 QFLog::Started QFLog::makeLog(platform::LogFile* full) {
     const auto name = appName();
-    const auto folder = log_location::userFolder();
+    const auto directory = log_location::userDirectory();
     const auto current = log_location::currentLog(name);
     auto& files = platform::service<platform::LogFiles>();
-    if (!folder || !current || (!files.exists(*folder) && !files.createFolder(*folder))) {
-        print(folderMessage, {folder ? std::optional(platform::text::printable(*folder)) : folder});
+    if (!directory || !current ||
+        (!files.exists(*directory) && !files.createDirectory(*directory))) {
+        print(directoryMessage,
+              {directory ? std::optional(platform::text::printable(*directory)) : directory});
         return Started::no;
     }
-    const auto lock = files.lock({*folder, platform::path::deletingLastComponent(*current)});
+    const auto lock = files.lock({*directory, platform::path::deletingLastComponent(*current)});
     if (lock == nullptr) {
         print(createMessage, {platform::text::printable(*current), lockedReason});
         return Started::no;
@@ -115,7 +117,7 @@ QFLog::Started QFLog::makeLog(platform::LogFile* full) {
         setFileHandle(files.open(*current));
         return Started::byAnother;
     }
-    if (files.exists(*current) && !rotate(*folder, name, *current)) {
+    if (files.exists(*current) && !rotate(*directory, name, *current)) {
         return Started::no;
     }
     if (const auto created = files.createEmptyFile(*current); !created) {
@@ -142,17 +144,17 @@ void QFLog::nameLog(const std::optional<std::string>& applicationName) {
 }
 
 /// Makes room for a new log at `current`; false when a file could not be moved.
-bool QFLog::rotate(const std::string& folder, const std::string& name,
+bool QFLog::rotate(const std::string& directory, const std::string& name,
                    const std::string& current) const {
     using namespace log_location;
     auto& files = platform::service<platform::LogFiles>();
-    const auto last = numberedLog(folder, name, oldest);
+    const auto last = numberedLog(directory, name, oldest);
     if (files.exists(last)) {
         static_cast<void>(files.removeItem(last)); // what stays is found by the move to its place
     }
     for (int number = oldest - 1; number >= newest; --number) {
-        const auto from = numberedLog(folder, name, number);
-        const auto to = numberedLog(folder, name, number + 1);
+        const auto from = numberedLog(directory, name, number);
+        const auto to = numberedLog(directory, name, number + 1);
         if (files.exists(from) &&
             !(from == current ? files.setAside(from, to) : files.moveItem(from, to))) {
             print(moveMessage, {platform::text::printable(from), platform::text::printable(to)});
@@ -178,13 +180,13 @@ void QFLog::writeHeader() {
 
 std::vector<std::string> QFLog::availableLogs() {
     std::vector<std::string> logs;
-    const auto folder = log_location::userFolder();
-    if (!folder) {
+    const auto directory = log_location::userDirectory();
+    if (!directory) {
         return logs;
     }
     const auto name = sharedController().appName();
     for (int number = log_location::newest; number <= log_location::oldest; ++number) {
-        auto path = log_location::numberedLog(*folder, name, number);
+        auto path = log_location::numberedLog(*directory, name, number);
         if (platform::service<platform::LogFiles>().exists(path)) {
             logs.push_back(std::move(path));
         }

@@ -23,17 +23,17 @@ constexpr std::size_t privateSuperuserHomeCut = 16;
 constexpr std::string_view randomAlphabet = "abcdefghijklmnopqrstuvwxyz0123456789";
 constexpr std::size_t temporaryNameSuffixLength = 8;
 
-std::string underHomeOfProcess(std::string_view folder) {
-    if (folder.starts_with(superuserHome)) {
-        folder.remove_prefix(superuserHome.size());
+std::string underHomeOfProcess(std::string_view directory) {
+    if (directory.starts_with(superuserHome)) {
+        directory.remove_prefix(superuserHome.size());
     }
-    if (folder.starts_with(privateSuperuserHome)) {
-        folder.remove_prefix(privateSuperuserHomeCut);
+    if (directory.starts_with(privateSuperuserHome)) {
+        directory.remove_prefix(privateSuperuserHomeCut);
     }
-    return platform::path::appending(QFLocalPaths::userDirectory(), folder);
+    return platform::path::appending(QFLocalPaths::userDirectory(), directory);
 }
 
-std::optional<std::string> folder(DirectoryKind kind, Domain domain) {
+std::optional<std::string> directory(DirectoryKind kind, Domain domain) {
     return QFLocalPaths::pathForDirectory(kind, domain == Domain::user ? DomainMask::user
                                                                        : DomainMask::local);
 }
@@ -49,31 +49,31 @@ std::optional<std::string> inLibrary(Domain domain, std::string_view name) {
 } // namespace
 
 std::optional<std::string> QFLocalPaths::pathForDirectory(DirectoryKind kind, DomainMask domain) {
-    auto folders = platform::service<platform::SearchPaths>().folders(kind, domain);
-    if (folders.empty()) {
+    auto directories = platform::service<platform::SearchPaths>().directories(kind, domain);
+    if (directories.empty()) {
         return std::nullopt;
     }
     if (domain == DomainMask::user &&
         platform::service<platform::UserAccount>().realUserId() == superuserId) {
-        return underHomeOfProcess(folders.front());
+        return underHomeOfProcess(directories.front());
     }
-    return std::move(folders.front());
+    return std::move(directories.front());
 }
 
 std::optional<std::string> QFLocalPaths::applicationDirectory(Domain domain) {
-    return folder(DirectoryKind::application, domain);
+    return directory(DirectoryKind::application, domain);
 }
 
 std::optional<std::string> QFLocalPaths::adminApplicationDirectory(Domain domain) {
-    return folder(DirectoryKind::adminApplication, domain);
+    return directory(DirectoryKind::adminApplication, domain);
 }
 
 std::optional<std::string> QFLocalPaths::documentDirectory(Domain domain) {
-    return folder(DirectoryKind::document, domain);
+    return directory(DirectoryKind::document, domain);
 }
 
 std::optional<std::string> QFLocalPaths::libraryDirectory(Domain domain) {
-    return folder(DirectoryKind::library, domain);
+    return directory(DirectoryKind::library, domain);
 }
 
 std::optional<std::string> QFLocalPaths::prefsDirectory(Domain domain) {
@@ -81,11 +81,11 @@ std::optional<std::string> QFLocalPaths::prefsDirectory(Domain domain) {
 }
 
 std::optional<std::string> QFLocalPaths::cacheDirectory(Domain domain) {
-    return folder(DirectoryKind::caches, domain);
+    return directory(DirectoryKind::caches, domain);
 }
 
 std::optional<std::string> QFLocalPaths::appSupportDirectory(Domain domain) {
-    return folder(DirectoryKind::applicationSupport, domain);
+    return directory(DirectoryKind::applicationSupport, domain);
 }
 
 std::optional<std::string> QFLocalPaths::logDirectory(Domain domain) {
@@ -93,11 +93,11 @@ std::optional<std::string> QFLocalPaths::logDirectory(Domain domain) {
 }
 
 std::optional<std::string> QFLocalPaths::movieDirectory() {
-    return folder(DirectoryKind::movies, Domain::user);
+    return directory(DirectoryKind::movies, Domain::user);
 }
 
 std::optional<std::string> QFLocalPaths::desktopDirectory() {
-    return folder(DirectoryKind::desktop, Domain::user);
+    return directory(DirectoryKind::desktop, Domain::user);
 }
 
 std::optional<std::string> QFLocalPaths::systemLibraryDirectory() {
@@ -105,7 +105,7 @@ std::optional<std::string> QFLocalPaths::systemLibraryDirectory() {
 }
 
 std::optional<std::string> QFLocalPaths::localDocumentationDirectory() {
-    return folder(DirectoryKind::documentation, Domain::local);
+    return directory(DirectoryKind::documentation, Domain::local);
 }
 
 std::string QFLocalPaths::userDirectory() {

@@ -6,10 +6,11 @@
 #include <optional>
 #include <string>
 
-/// Whose folders are meant: the machine's, under the root folder, or the user's own, under home.
+/// Whose directories are meant: the machine's, under the root directory, or the user's own, under
+/// home.
 enum class Domain { local, user };
 
-/// Whether only the protected folders themselves count, or also what lies beneath the operating
+/// Whether only the protected directories themselves count, or also what lies beneath the operating
 /// system's own trees.
 enum class ExactMatch { no, yes };
 
@@ -22,18 +23,19 @@ class QFLocalPaths {
 public:
     QFLocalPaths() = delete;
 
-    /// The first of the platform's folders of this kind in the domains of this mask, missing when
-    /// there is none.
+    /// The first of the platform's directories of this kind in the domains of this mask, missing
+    /// when there is none.
     ///
-    /// For the superuser (real user id 0) a folder of the user domain alone is moved under the home
-    /// folder of the process: a leading "/var/root" is dropped, then the first 16 characters if
+    /// For the superuser (real user id 0) a directory of the user domain alone is moved under the
+    /// home directory of the process: a leading "/var/root" is dropped, then the first 16
+    /// characters if
     /// "/private/var/root" leads, and what remains is joined to userDirectory(). Those 16 are one
     /// less than that prefix, on purpose: "/private/var/root/Library" becomes "t/Library" there.
     static std::optional<std::string> pathForDirectory(platform::DirectoryKind kind,
                                                        platform::DomainMask domain);
 
-    /// A domain's folders for applications, tools for administrators, documents, what applications
-    /// keep ("Library") and, in there, preferences, caches, support files and logs.
+    /// A domain's directories for applications, tools for administrators, documents, what
+    /// applications keep ("Library") and, in there, preferences, caches, support files and logs.
     static std::optional<std::string> applicationDirectory(Domain domain);
     static std::optional<std::string> adminApplicationDirectory(Domain domain);
     static std::optional<std::string> documentDirectory(Domain domain);
@@ -47,25 +49,25 @@ public:
     static std::optional<std::string> movieDirectory();
     static std::optional<std::string> desktopDirectory();
 
-    /// The operating system's library folder.
+    /// The operating system's library directory.
     static std::optional<std::string> systemLibraryDirectory();
 
-    /// The machine's documentation folder.
+    /// The machine's documentation directory.
     static std::optional<std::string> localDocumentationDirectory();
 
-    /// The user's home folder.
+    /// The user's home directory.
     static std::string userDirectory();
 
     /// The user's login name.
     static std::string username();
 
-    /// The user's Trash folder. It need not exist.
+    /// The user's Trash directory. It need not exist.
     static std::string trashDirectory();
 
-    /// The user's folder for caches that the system may empty, missing where there is none.
+    /// The user's directory for caches that the system may empty, missing where there is none.
     static std::optional<std::string> darwinCacheDirectory();
 
-    /// The folder for the process's temporary files.
+    /// The directory for the process's temporary files.
     static std::string tempDirectory();
 
     /// A path in tempDirectory() that nothing has used before. Nothing is made on disk.
@@ -87,12 +89,12 @@ public:
     /// The path without the last "/" at its end, if there is one and it is not the whole path.
     static std::optional<std::string> stripTrailingSlash(std::optional<std::string> path);
 
-    /// Whether the path is a folder that nothing may delete or move: the root, the standard folders
-    /// of both domains, the home folder, and the operating system's own trees; without an exact
-    /// match also everything beneath those trees.
+    /// Whether the path is a directory that nothing may delete or move: the root, the standard
+    /// directories of both domains, the home directory, and the operating system's own trees;
+    /// without an exact match also everything beneath those trees.
     ///
     /// The path is compared as it stands, byte for byte; nothing is resolved. A path that ends in
-    /// "/" loses that slash and the character before it first, so that, on purpose, a folder
+    /// "/" loses that slash and the character before it first, so that, on purpose, a directory
     /// written with a trailing slash is not taken for the protected one. A missing path is not
     /// protected.
     static bool isPathSystemDirectory(const std::optional<std::string>& path,

@@ -9,8 +9,8 @@
 
 namespace {
 
-constexpr std::array<std::string_view, 6> protectedFolders{"/Users/Shared", "/usr",  "/var",
-                                                           "/bin",          "/sbin", "/System"};
+constexpr std::array<std::string_view, 6> protectedDirectories{"/Users/Shared", "/usr",  "/var",
+                                                               "/bin",          "/sbin", "/System"};
 
 constexpr std::array<std::string_view, 6> protectedTrees{"/usr/",  "/var/",         "/bin/",
                                                          "/sbin/", "/private/var/", "/System/"};
@@ -19,9 +19,9 @@ constexpr std::string_view unprotectedTree = "/usr/local/";
 constexpr std::string_view volumesPrefix = "/Volumes/";
 constexpr std::string_view backupStore = "Backups.backupdb";
 
-bool isStandardFolder(const std::string& path) {
+bool isStandardDirectory(const std::string& path) {
     using Paths = QFLocalPaths;
-    const std::array standardFolders{
+    const std::array standardDirectories{
         Paths::applicationDirectory(Domain::user),
         Paths::applicationDirectory(Domain::local),
         Paths::adminApplicationDirectory(Domain::user),
@@ -41,7 +41,7 @@ bool isStandardFolder(const std::string& path) {
         Paths::systemLibraryDirectory(),
         Paths::localDocumentationDirectory(),
     };
-    return std::ranges::find(standardFolders, path) != standardFolders.end();
+    return std::ranges::find(standardDirectories, path) != standardDirectories.end();
 }
 
 bool isInProtectedTree(std::string_view path) {
@@ -73,8 +73,8 @@ bool QFLocalPaths::isPathSystemDirectory(const std::optional<std::string>& path,
     }
     const std::string compared =
         path->ends_with('/') ? withoutLastTwoCharacters(*path, length) : *path;
-    if (isStandardFolder(compared) ||
-        std::ranges::find(protectedFolders, compared) != protectedFolders.end()) {
+    if (isStandardDirectory(compared) ||
+        std::ranges::find(protectedDirectories, compared) != protectedDirectories.end()) {
         return true;
     }
     return exactMatch == ExactMatch::no && isInProtectedTree(compared);

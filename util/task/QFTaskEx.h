@@ -28,11 +28,11 @@ enum class LogError { no, yes };
 /// are members; those that exist at both levels under one name, the timed ones, end in "OnRunner"
 /// as members.
 ///
-/// A path is the tool's, absolute or relative to the working folder. Where an operation refuses it,
-/// because it is not executable or is a package, it logs and prints "Error: %@ is not executable".
-/// A TaskSlot is where an operation keeps the child that it runs, for others to reach; class-level
-/// operations leave it there. An environment, a dictionary of strings, is the child's whole
-/// environment; none leaves it the program's. A child's exit status is no failure.
+/// A path is the tool's, absolute or relative to the working directory. Where an operation refuses
+/// it, because it is not executable or is a package, it logs and prints "Error: %@ is not
+/// executable". A TaskSlot is where an operation keeps the child that it runs, for others to reach;
+/// class-level operations leave it there. An environment, a dictionary of strings, is the child's
+/// whole environment; none leaves it the program's. A child's exit status is no failure.
 ///
 /// A time-out counts in whole seconds. When it is over while the child runs, the child is asked to
 /// end, on the main thread, which must be running its loop, and "Task %@ timed out. Terminating..."

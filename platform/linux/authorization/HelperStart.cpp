@@ -125,7 +125,7 @@ int inheritedNumber() {
 } // namespace
 
 HelperPaths HelperPaths::installed(const std::optional<std::string>& name) {
-    return {"/usr/bin/pkexec", installationFolder() + "/" + name.value_or("qf-helper")};
+    return {"/usr/bin/pkexec", installationDirectory() + "/" + name.value_or("qf-helper")};
 }
 
 StartedHelper startHelper(const HelperPaths& paths) {

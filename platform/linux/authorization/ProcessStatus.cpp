@@ -11,8 +11,8 @@ namespace platform::native {
 namespace {
 
 /// What the kernel tells of a process or thread by a name that proc_pid_status(5) has.
-pid_t statusNumber(const std::filesystem::path& folder, std::string_view name) {
-    std::ifstream status(folder / "status");
+pid_t statusNumber(const std::filesystem::path& directory, std::string_view name) {
+    std::ifstream status(directory / "status");
     for (std::string word; std::getline(status, word, '\t');) {
         pid_t number = 0;
         if (word == name) {

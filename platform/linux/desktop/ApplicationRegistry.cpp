@@ -5,7 +5,7 @@
 #include "platform/linux/desktop/Bundles.h"
 #include "platform/linux/desktop/LauncherEntry.h"
 #include "platform/linux/files/AtomicFile.h"
-#include "platform/linux/posix/Folders.h"
+#include "platform/linux/posix/Directories.h"
 #include "platform/linux/system/UserAccount.h"
 
 namespace platform::native {
@@ -53,13 +53,13 @@ std::vector<std::string> pathsIn(const Value& entry) {
 
 } // namespace
 
-std::string ApplicationRegistry::dataFolder() {
+std::string ApplicationRegistry::dataDirectory() {
     return absolutePathFromEnvironment("XDG_DATA_HOME")
         .value_or(path::appending(account_.homeDirectory(), ".local/share"));
 }
 
 std::string ApplicationRegistry::file() {
-    return path::appending(dataFolder(), "quillfen/applications.plist");
+    return path::appending(dataDirectory(), "quillfen/applications.plist");
 }
 
 bool ApplicationRegistry::stands(const std::string& bundle, const std::string& identifier) {
@@ -85,11 +85,11 @@ Result<void, WorkspaceStatus> ApplicationRegistry::add(const std::string& bundle
 
 Result<void, WorkspaceStatus> ApplicationRegistry::record(const std::string& bundle,
                                                           const std::string& identifier) {
-    const auto folder = path::deletingLastComponent(file());
-    if (!makeFolders(folder, privateMode)) {
+    const auto directory = path::deletingLastComponent(file());
+    if (!makeDirectories(directory, privateMode)) {
         return Unexpected(kLSUnknownErr);
     }
-    const auto lock = lockedFolder(folder);
+    const auto lock = lockedDirectory(directory);
     if (!lock) {
         return Unexpected(kLSUnknownErr);
     }
@@ -118,9 +118,9 @@ SystemResult<void> ApplicationRegistry::writeLauncherEntry(const std::string& bu
     if (!entry) {
         return {};
     }
-    const auto folder = path::appending(dataFolder(), "applications");
-    auto made = makeFolders(folder, privateMode);
-    return made ? replaceFile(path::appending(folder, entry->fileName), entry->content) : made;
+    const auto directory = path::appending(dataDirectory(), "applications");
+    auto made = makeDirectories(directory, privateMode);
+    return made ? replaceFile(path::appending(directory, entry->fileName), entry->content) : made;
 }
 
 std::optional<std::string> ApplicationRegistry::find(const std::string& identifier) {

@@ -12,7 +12,7 @@ namespace platform::native {
 
 /// The applications that the user's programs have registered.
 ///
-/// They stand in one property list, "quillfen/applications.plist" in the user's data folder
+/// They stand in one property list, "quillfen/applications.plist" in the user's data directory
 /// (XDG_DATA_HOME): under each identifier, in lower case, the paths of the bundles that have it,
 /// the last registered first. A path that is no text is kept as data. Processes that register at
 /// once wait for one another. Any thread may call every member.
@@ -31,7 +31,7 @@ public:
     std::optional<std::string> find(const std::string& identifier);
 
 private:
-    std::string dataFolder();
+    std::string dataDirectory();
     std::string file();
     Result<void, WorkspaceStatus> record(const std::string& bundle, const std::string& identifier);
     SystemResult<void> writeLauncherEntry(const std::string& bundle, const Value& information);

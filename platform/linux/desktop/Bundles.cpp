@@ -2,7 +2,7 @@
 
 #include "platform/foundation/Path.h"
 #include "platform/foundation/Text.h"
-#include "platform/linux/posix/Directory.h"
+#include "platform/linux/posix/DirectoryReader.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -22,7 +22,7 @@ constexpr std::array<std::string_view, 24> packageExtensions{
     "pkg",   "plugin",     "prefpane",     "qlgenerator", "rtfd",      "saver",
     "scptd", "service",    "sparsebundle", "wdgt",        "workflow",  "xpc"};
 
-constexpr int deepestFolder = 8;
+constexpr int deepestDirectory = 8;
 
 bool isDirectory(const std::string& path, int flags) {
     struct stat status {};
@@ -33,25 +33,26 @@ std::string informationFile(const std::string& bundle) {
     return path::appending(bundle, "Contents/Info.plist");
 }
 
-bool looksLikePackage(const std::string& folder) {
-    const auto extension = text::lowercased(path::extension(folder));
+bool looksLikePackage(const std::string& directory) {
+    const auto extension = text::lowercased(path::extension(directory));
     if (std::find(packageExtensions.begin(), packageExtensions.end(), extension) !=
         packageExtensions.end()) {
         return true;
     }
     struct stat status {};
-    return ::lstat(informationFile(folder).c_str(), &status) == 0;
+    return ::lstat(informationFile(directory).c_str(), &status) == 0;
 }
 
-std::vector<std::string> sortedNames(const std::string& folder) {
+std::vector<std::string> sortedNames(const std::string& directory) {
     std::vector<std::string> names;
-    auto opening = opened(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NONBLOCK | O_CLOEXEC));
+    auto opening =
+        opened(::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_NONBLOCK | O_CLOEXEC));
     if (!opening) {
         return names;
     }
-    auto directory = Directory::of(*std::move(opening));
-    while (directory) {
-        auto entry = directory->next();
+    auto reader = DirectoryReader::of(*std::move(opening));
+    while (reader) {
+        auto entry = reader->next();
         if (!entry || !*entry) {
             break;
         }
@@ -66,9 +67,9 @@ public:
     BundleSearch(const std::string& identifier, platform::PropertyLists& propertyLists)
         : identifier_(text::lowercased(identifier)), propertyLists_(propertyLists) {}
 
-    std::optional<std::string> search(const std::string& folder, int foldersLeft) const {
-        for (const auto& name : sortedNames(folder)) {
-            const auto item = path::appending(folder, name);
+    std::optional<std::string> search(const std::string& directory, int directoriesLeft) const {
+        for (const auto& name : sortedNames(directory)) {
+            const auto item = path::appending(directory, name);
             if (!isDirectory(item, AT_SYMLINK_NOFOLLOW)) {
                 continue;
             }
@@ -76,8 +77,8 @@ public:
                 if (matches(item)) {
                     return item;
                 }
-            } else if (foldersLeft > 1) {
-                if (auto found = search(item, foldersLeft - 1)) {
+            } else if (directoriesLeft > 1) {
+                if (auto found = search(item, directoriesLeft - 1)) {
                     return found;
                 }
             }
@@ -113,9 +114,9 @@ std::string bundleIdentifier(const std::string& bundle, platform::PropertyLists&
     return identifierIn(bundleInformation(bundle, propertyLists));
 }
 
-std::optional<std::string> findBundle(const std::string& folder, const std::string& identifier,
+std::optional<std::string> findBundle(const std::string& directory, const std::string& identifier,
                                       platform::PropertyLists& propertyLists) {
-    return BundleSearch(identifier, propertyLists).search(folder, deepestFolder);
+    return BundleSearch(identifier, propertyLists).search(directory, deepestDirectory);
 }
 
 } // namespace platform::native

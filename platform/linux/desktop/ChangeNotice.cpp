@@ -29,12 +29,12 @@ std::string busAddress() {
     if (address != nullptr && *address != '\0') {
         return address;
     }
-    const auto folder = absolutePathFromEnvironment("XDG_RUNTIME_DIR");
+    const auto directory = absolutePathFromEnvironment("XDG_RUNTIME_DIR");
     struct stat status {};
-    if (!folder || ::stat((*folder + "/bus").c_str(), &status) != 0) {
+    if (!directory || ::stat((*directory + "/bus").c_str(), &status) != 0) {
         return "";
     }
-    const Text path(g_dbus_address_escape_value((*folder + "/bus").c_str()), &g_free);
+    const Text path(g_dbus_address_escape_value((*directory + "/bus").c_str()), &g_free);
     return std::string("unix:path=") + path.get();
 }
 

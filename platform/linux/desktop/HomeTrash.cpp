@@ -4,8 +4,8 @@
 #include "platform/linux/files/AtomicFile.h"
 #include "platform/linux/files/ItemTransfer.h"
 #include "platform/linux/files/UniqueName.h"
+#include "platform/linux/posix/Directories.h"
 #include "platform/linux/posix/FileDescriptor.h"
-#include "platform/linux/posix/Folders.h"
 #include "platform/linux/posix/ItemPlace.h"
 
 #include <fcntl.h>
@@ -24,8 +24,8 @@ namespace {
 
 constexpr int mostAttempts = 100000;
 
-SystemResult<FileDescriptor> openForEntries(const std::string& folder) {
-    return opened(::open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+SystemResult<FileDescriptor> openForEntries(const std::string& directory) {
+    return opened(::open(directory.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
 }
 
 /// The name for the `count`th try, from 1 on, that leaves room for the trashinfo's.
@@ -60,14 +60,14 @@ struct TrashedItem {
     std::string head;
 };
 
-/// The folders of the home trash.
-struct TrashFolders {
+/// The directories of the home trash.
+struct TrashDirectories {
     FileDescriptor files;
     FileDescriptor infos;
 };
 
-bool stands(int folder, const std::string& name) {
-    return ::faccessat(folder, name.c_str(), F_OK, AT_SYMLINK_NOFOLLOW) == 0;
+bool stands(int directory, const std::string& name) {
+    return ::faccessat(directory, name.c_str(), F_OK, AT_SYMLINK_NOFOLLOW) == 0;
 }
 
 bool lock(const FileDescriptor& trashinfo) {
@@ -95,7 +95,7 @@ SystemResult<FileDescriptor> makeTrashinfo(int infos, const std::string& name,
 
 /// Deletes the trashinfo for this name in the home trash where a killed process left it: it is
 /// about the same item, nobody holds it, and nothing has come to stand beside it.
-bool removeAbandonedNote(const TrashFolders& trash, const std::string& name,
+bool removeAbandonedNote(const TrashDirectories& trash, const std::string& name,
                          const std::string& head) {
     const auto trashinfoName = name + trashinfoExtension;
     const FileDescriptor trashinfo(
@@ -109,7 +109,7 @@ bool removeAbandonedNote(const TrashFolders& trash, const std::string& name,
 }
 
 /// EEXIST when the name is taken.
-SystemResult<void> moveToName(const TrashedItem& item, const TrashFolders& trash,
+SystemResult<void> moveToName(const TrashedItem& item, const TrashDirectories& trash,
                               const std::string& name) {
     const auto trashinfoName = name + trashinfoExtension;
     const auto trashinfo =
@@ -117,7 +117,8 @@ SystemResult<void> moveToName(const TrashedItem& item, const TrashFolders& trash
     if (!trashinfo) {
         return Unexpected(trashinfo.error());
     }
-    const auto moved = moveItem(item.place.folder.get(), item.place.name, trash.files.get(), name);
+    const auto moved =
+        moveItem(item.place.directory.get(), item.place.name, trash.files.get(), name);
     const bool isTaken = !moved && moved.error().number.is(EEXIST);
     // What has been copied, but could not be removed, stays in the Trash with its trashinfo.
     if (isTaken || !stands(trash.files.get(), name)) {
@@ -141,8 +142,8 @@ std::string homeTrashInfo() {
 
 SystemResult<void> makeHomeTrash() {
     constexpr mode_t privateMode = 0700;
-    auto made = makeFolders(homeTrashFiles(), privateMode);
-    return made ? makeFolders(homeTrashInfo(), privateMode) : made;
+    auto made = makeDirectories(homeTrashFiles(), privateMode);
+    return made ? makeDirectories(homeTrashInfo(), privateMode) : made;
 }
 
 SystemResult<void> moveToHomeTrash(const std::string& path) {
@@ -159,7 +160,7 @@ SystemResult<void> moveToHomeTrash(const std::string& path) {
     if (!files || !infos) {
         return Unexpected(infos ? files.error() : infos.error());
     }
-    const TrashFolders trash{*std::move(files), *std::move(infos)};
+    const TrashDirectories trash{*std::move(files), *std::move(infos)};
     SystemResult<void> moved = Unexpected(Errno(EEXIST));
     for (int count = 1; count <= mostAttempts && failedWith(moved, EEXIST); ++count) {
         const auto name = nameInTrash(item.place.name, count);

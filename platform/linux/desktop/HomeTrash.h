@@ -9,10 +9,10 @@ namespace platform::native {
 /// What the trashinfo that tells where a trashed item comes from has after the item's name.
 constexpr const char* trashinfoExtension = ".trashinfo";
 
-/// The folder of the trashed items themselves in the freedesktop home trash that GIO uses.
+/// The directory of the trashed items themselves in the freedesktop home trash that GIO uses.
 std::string homeTrashFiles();
 
-/// The folder of their infos.
+/// The directory of their infos.
 std::string homeTrashInfo();
 
 /// Makes the home trash with the mode that others insist on.

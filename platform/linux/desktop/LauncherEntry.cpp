@@ -2,7 +2,7 @@
 
 #include "platform/foundation/Path.h"
 #include "platform/foundation/Text.h"
-#include "platform/linux/posix/Folders.h"
+#include "platform/linux/posix/Directories.h"
 
 #include <glib.h>
 #include <sys/stat.h>
@@ -18,7 +18,7 @@ namespace platform::native {
 namespace {
 
 /// Where the environment does not tell.
-constexpr std::string_view dataFolders = "/usr/local/share:/usr/share";
+constexpr std::string_view dataDirectories = "/usr/local/share:/usr/share";
 
 constexpr std::string_view fileNamePrefix = "com.quillfen.registered.";
 
@@ -83,14 +83,14 @@ std::string displayName(const std::string& bundle, const Value& information) {
 
 bool hasDesktop() {
     const char* variable = std::getenv("XDG_DATA_DIRS");
-    std::string_view folders = variable == nullptr ? "" : variable;
-    for (folders = folders.empty() ? dataFolders : folders; !folders.empty();) {
-        const auto folder = folders.substr(0, folders.find(':'));
-        if (isFolder(path::appending(folder, "xsessions")) ||
-            isFolder(path::appending(folder, "wayland-sessions"))) {
+    std::string_view directories = variable == nullptr ? "" : variable;
+    for (directories = directories.empty() ? dataDirectories : directories; !directories.empty();) {
+        const auto directory = directories.substr(0, directories.find(':'));
+        if (isDirectory(path::appending(directory, "xsessions")) ||
+            isDirectory(path::appending(directory, "wayland-sessions"))) {
             return true;
         }
-        folders.remove_prefix(std::min(folder.size() + 1, folders.size()));
+        directories.remove_prefix(std::min(directory.size() + 1, directories.size()));
     }
     return false;
 }

@@ -7,8 +7,8 @@
 
 namespace platform::native {
 
-/// Whether a desktop is installed, one that a person can log in to: a folder of session entries is
-/// among the machine's data folders (XDG_DATA_DIRS).
+/// Whether a desktop is installed, one that a person can log in to: a directory of session entries
+/// is among the machine's data directories (XDG_DATA_DIRS).
 bool hasDesktop();
 
 /// What a launcher entry is called and what is in it.

@@ -4,9 +4,9 @@
 #include "platform/foundation/Text.h"
 #include "platform/linux/desktop/HomeTrash.h"
 #include "platform/linux/files/UniqueName.h"
+#include "platform/linux/posix/Directories.h"
 #include "platform/linux/posix/Errors.h"
 #include "platform/linux/posix/FileDescriptor.h"
-#include "platform/linux/posix/Folders.h"
 #include "platform/linux/posix/LongPath.h"
 
 #include <fcntl.h>
@@ -124,11 +124,11 @@ SystemResult<void> protectNamesake(const std::string& name) {
     if (!stands(path::appending(files, chosen))) {
         return {};
     }
-    const auto folder = opened(::open(files.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
-    if (!folder) {
-        return Unexpected(folder.error());
+    const auto directory = opened(::open(files.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    if (!directory) {
+        return Unexpected(directory.error());
     }
-    return moveToUniqueName(folder->get(), chosen, folder->get());
+    return moveToUniqueName(directory->get(), chosen, directory->get());
 }
 
 /// Whether GIO can write the trashinfo of an item with this name, which it does as a temporary file
@@ -158,9 +158,9 @@ TrashResult trashThroughGio(const std::string& item) {
     return needsCopy(*error) ? afterMoving(moveToHomeTrash(item)) : failureOfGio(*error);
 }
 
-TrashResult trashByRename(const std::string& folder, const std::string& trash,
+TrashResult trashByRename(const std::string& directory, const std::string& trash,
                           const std::string& name) {
-    const auto source = openAtPath(folder, O_PATH | O_DIRECTORY | O_CLOEXEC);
+    const auto source = openAtPath(directory, O_PATH | O_DIRECTORY | O_CLOEXEC);
     const auto destination =
         opened(::open(trash.c_str(), O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
     if (!source || !destination) {
@@ -180,9 +180,9 @@ SystemResult<void> makeTrash(const std::string& trash) {
     return linked && isLinkToMissingHomeTrash(trash) ? makeHomeTrash() : linked;
 }
 
-TrashResult trashItem(const std::string& folder, const std::string& trash,
+TrashResult trashItem(const std::string& directory, const std::string& trash,
                       const std::string& name) {
-    const auto item = path::appending(folder, name);
+    const auto item = path::appending(directory, name);
     struct stat itemStatus {};
     if (!isEntryName(name) || !item.starts_with('/') || !trash.starts_with('/')) {
         return failure(Errno(EINVAL));
@@ -214,7 +214,7 @@ TrashResult trashItem(const std::string& folder, const std::string& trash,
         return trashThroughGio(item);
     }
     if (S_ISDIR(trashStatus.st_mode)) {
-        return trashByRename(folder, trash, name);
+        return trashByRename(directory, trash, name);
     }
     return Unexpected(TrashError{Errno(ENOTDIR), S_ISLNK(trashStatus.st_mode)
                                                      ? "the Trash is a link that leads elsewhere"

@@ -1,6 +1,6 @@
 #include "platform/linux/desktop/Volumes.h"
 
-#include "platform/linux/posix/Folders.h"
+#include "platform/linux/posix/Directories.h"
 
 #include <libmount/libmount.h>
 
@@ -53,7 +53,7 @@ std::vector<Volume> mountedLocalVolumes() {
             std::find_if(volumes.begin(), volumes.end(), [&](const Volume& earlier) {
                 return earlier.mountPoint == volume.mountPoint;
             });
-        const bool counts = isLocal(mount, volume.type) && isFolder(volume.mountPoint);
+        const bool counts = isLocal(mount, volume.type) && isDirectory(volume.mountPoint);
         if (hidden != volumes.end() && counts) {
             *hidden = std::move(volume);
         } else if (hidden != volumes.end()) {

@@ -7,9 +7,9 @@
 
 namespace platform::native {
 
-/// A local file system that stands in the tree of folders.
+/// A local file system that stands in the tree of directories.
 struct Volume {
-    /// The folder that it stands at; any bytes, escapes of the mount table decoded.
+    /// The directory that it stands at; any bytes, escapes of the mount table decoded.
     std::string mountPoint;
     /// What it was mounted from: a device's path, or any word.
     std::string source;

@@ -13,19 +13,19 @@
 
 namespace platform::native {
 
-std::vector<std::string> Workspace::applicationFolders() {
-    auto folders = searchPaths_.folders(DirectoryKind::application, DomainMask::local);
-    folders.insert(folders.begin(),
-                   folderInHome(account_.homeDirectory(), DirectoryKind::application));
-    return folders;
+std::vector<std::string> Workspace::applicationDirectories() {
+    auto directories = searchPaths_.directories(DirectoryKind::application, DomainMask::local);
+    directories.insert(directories.begin(),
+                       directoryInHome(account_.homeDirectory(), DirectoryKind::application));
+    return directories;
 }
 
 std::optional<std::string> Workspace::applicationPath(const std::string& bundleIdentifier) {
     if (bundleIdentifier.empty()) {
         return std::nullopt;
     }
-    for (const auto& folder : applicationFolders()) {
-        if (auto bundle = findBundle(folder, bundleIdentifier, propertyLists_)) {
+    for (const auto& directory : applicationDirectories()) {
+        if (auto bundle = findBundle(directory, bundleIdentifier, propertyLists_)) {
             return bundle;
         }
     }
@@ -60,15 +60,15 @@ Result<void> Workspace::setLabelNumber(const std::string& path, int number) {
     return writeLabel(path, number);
 }
 
-Result<void> Workspace::recycle(const std::string& folder, const std::string& trash,
+Result<void> Workspace::recycle(const std::string& directory, const std::string& trash,
                                 const std::string& name) {
-    const auto trashed = trashItem(folder, trash, name);
+    const auto trashed = trashItem(directory, trash, name);
     if (trashed) {
         return {};
     }
     const auto& [number, why] = trashed.error();
     service<platform::Console>().systemLog(
-        failureSentence(path::appending(folder, name), movedToTrash, why));
+        failureSentence(path::appending(directory, name), movedToTrash, why));
     return Unexpected(posixError(number, name, movedToTrash, why));
 }
 

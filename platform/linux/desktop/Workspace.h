@@ -10,8 +10,8 @@
 
 namespace platform::native {
 
-/// Applications by a search of the Applications folders and by a registry, packages by their names
-/// and inner structure, volumes by the mount table, labels by extended attributes, and the
+/// Applications by a search of the Applications directories and by a registry, packages by their
+/// names and inner structure, volumes by the mount table, labels by extended attributes, and the
 /// freedesktop Trash.
 class Workspace : public platform::Workspace {
 public:
@@ -21,10 +21,11 @@ public:
         : account_(account), searchPaths_(searchPaths), propertyLists_(propertyLists),
           registry_(account, propertyLists) {}
 
-    /// Searches the user's Applications folder, then the machine's, eight folders deep, each folder
-    /// in the order of the names' bytes, and gives the first bundle that matches. Packages are not
-    /// searched inside. Links inside the folders are not followed: what they lead to is not
-    /// installed here. Only an application that no folder holds is looked up in the registry.
+    /// Searches the user's Applications directory, then the machine's, eight directories deep, each
+    /// directory in the order of the names' bytes, and gives the first bundle that matches.
+    /// Packages are not searched inside. Links inside the directories are not followed: what they
+    /// lead to is not installed here. Only an application that no directory holds is looked up in
+    /// the registry.
     std::optional<std::string> applicationPath(const std::string& bundleIdentifier) override;
 
     bool isFilePackage(const std::string& path) override;
@@ -43,12 +44,12 @@ public:
     Result<void> setLabelNumber(const std::string& path, int number) override;
 
     /// As trashItem(). A failure is also told in one line of the system log, which names the path.
-    Result<void> recycle(const std::string& folder, const std::string& trash,
+    Result<void> recycle(const std::string& directory, const std::string& trash,
                          const std::string& name) override;
     void makeTrash(const std::string& trash) override;
 
 private:
-    std::vector<std::string> applicationFolders();
+    std::vector<std::string> applicationDirectories();
 
     platform::UserAccount& account_;
     platform::SearchPaths& searchPaths_;

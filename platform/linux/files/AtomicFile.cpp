@@ -65,12 +65,13 @@ std::optional<std::string> readFile(const std::string& path, std::size_t limit) 
 }
 
 SystemResult<void> replaceFile(const std::string& path, std::string_view content) {
-    const auto folderPath = path::deletingLastComponent(path);
-    const auto folder = opened(::open(folderPath.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (!folder) {
-        return Unexpected(folder.error());
+    const auto directoryPath = path::deletingLastComponent(path);
+    const auto directory =
+        opened(::open(directoryPath.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!directory) {
+        return Unexpected(directory.error());
     }
-    auto file = TemporaryItem::make(folder->get(), path::lastComponent(path), S_IFREG | 0644);
+    auto file = TemporaryItem::make(directory->get(), path::lastComponent(path), S_IFREG | 0644);
     if (!file) {
         return Unexpected(file.error());
     }
@@ -81,7 +82,7 @@ SystemResult<void> replaceFile(const std::string& path, std::string_view content
         return replaced;
     }
     // The new content is in place; that its name may not outlive a crash is no failure.
-    static_cast<void>(::fsync(folder->get()));
+    static_cast<void>(::fsync(directory->get()));
     return {};
 }
 

@@ -23,12 +23,12 @@ bool CopiedLinks::link(const Identity& source, int destination, const std::strin
         return false;
     }
     const auto& [path, copy] = found->second;
-    auto folder = opened(::fcntl(top_.get(), F_DUPFD_CLOEXEC, 0));
-    for (std::size_t depth = 0; folder && depth + 1 < path.size(); ++depth) {
-        folder = openFolder(folder->get(), path[depth].c_str());
+    auto directory = opened(::fcntl(top_.get(), F_DUPFD_CLOEXEC, 0));
+    for (std::size_t depth = 0; directory && depth + 1 < path.size(); ++depth) {
+        directory = openDirectory(directory->get(), path[depth].c_str());
     }
-    if (!folder ||
-        ::linkat(folder->get(), path.back().c_str(), destination, name.c_str(), 0) != 0) {
+    if (!directory ||
+        ::linkat(directory->get(), path.back().c_str(), destination, name.c_str(), 0) != 0) {
         return false;
     }
     const auto status = statusOfEntry(destination, name);

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "platform/linux/posix/FileDescriptor.h"
-#include "platform/linux/posix/OpenFolder.h"
+#include "platform/linux/posix/OpenDirectory.h"
 
 #include <map>
 #include <string>
@@ -20,9 +20,9 @@ public:
     SystemResult<void> remember(const Identity& source, const FileDescriptor& copy,
                                 std::vector<std::string> path);
 
-    /// Where the file has been copied under another name, makes the entry `name` of the open folder
-    /// `destination` a hard link to that copy. False where that cannot be done: the file is then to
-    /// be copied like any other.
+    /// Where the file has been copied under another name, makes the entry `name` of the open
+    /// directory `destination` a hard link to that copy. False where that cannot be done: the file
+    /// is then to be copied like any other.
     bool link(const Identity& source, int destination, const std::string& name) const;
 
 private:

@@ -14,15 +14,15 @@ bool CopyFingerprints::contains(const struct statx& status) const {
 }
 
 std::uint64_t CopyFingerprints::fingerprint(const struct statx& status) {
-    const bool isFolder = S_ISDIR(status.stx_mode);
+    const bool isDirectory = S_ISDIR(status.stx_mode);
     const std::array<std::uint64_t, 7> facts{
         status.stx_dev_major,
         status.stx_dev_minor,
         status.stx_ino,
         status.stx_mode & static_cast<unsigned>(S_IFMT),
-        isFolder ? 0 : status.stx_size,
-        isFolder ? 0 : static_cast<std::uint64_t>(status.stx_mtime.tv_sec),
-        isFolder ? 0 : status.stx_mtime.tv_nsec,
+        isDirectory ? 0 : status.stx_size,
+        isDirectory ? 0 : static_cast<std::uint64_t>(status.stx_mtime.tv_sec),
+        isDirectory ? 0 : status.stx_mtime.tv_nsec,
     };
     // The finalizer of the splitmix64 generator, one fact after another.
     std::uint64_t hash = 0;

@@ -16,7 +16,7 @@ public:
     /// To be called after the last add() and before the first contains().
     void close();
 
-    /// Whether the item was added with this kind, size and date of the last change. Of a folder,
+    /// Whether the item was added with this kind, size and date of the last change. Of a directory,
     /// which changes as it is emptied, the identity alone counts.
     bool contains(const struct statx& status) const;
 

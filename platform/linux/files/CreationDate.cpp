@@ -19,7 +19,7 @@ constexpr std::size_t longestNumber = 20;
 } // namespace
 
 std::optional<Date> storedCreationDate(const std::string& path, ItemKind kind) {
-    if (kind != ItemKind::file && kind != ItemKind::folder) { // No other kind can have one.
+    if (kind != ItemKind::file && kind != ItemKind::directory) { // No other kind can have one.
         return std::nullopt;
     }
     std::array<char, longestNumber> text{};

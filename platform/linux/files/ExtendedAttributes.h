@@ -16,7 +16,7 @@ inline std::string attributeName(std::string_view name) {
     return std::string(attributeNamespace).append(name);
 }
 
-/// The attributes that users may give to regular files and folders; the system's own are out of
+/// The attributes that users may give to regular files and directories; the system's own are out of
 /// reach.
 class ExtendedAttributes : public platform::ExtendedAttributes {
 public:

@@ -5,10 +5,10 @@
 #include "platform/linux/files/CreationDate.h"
 #include "platform/linux/files/ItemTransfer.h"
 #include "platform/linux/files/TreeRemoval.h"
-#include "platform/linux/posix/Directory.h"
+#include "platform/linux/posix/Directories.h"
+#include "platform/linux/posix/DirectoryReader.h"
 #include "platform/linux/posix/Errors.h"
 #include "platform/linux/posix/FileDescriptor.h"
-#include "platform/linux/posix/Folders.h"
 #include "platform/linux/posix/ItemPlace.h"
 #include "platform/linux/posix/LongPath.h"
 #include "platform/linux/process/ToolOverlay.h"
@@ -33,7 +33,7 @@ bool isAbsolute(const std::string& path) {
     return path.starts_with('/');
 }
 
-/// Changes the immutable flag of a regular file or a folder.
+/// Changes the immutable flag of a regular file or a directory.
 SystemResult<void> changeImmutableFlag(const std::string& path, bool immutable) {
     const auto item = openAtPath(path, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
     if (!item) {
@@ -50,8 +50,8 @@ SystemResult<void> changeImmutableFlag(const std::string& path, bool immutable) 
 /// The status of what stands at a path; links are followed. Nothing when there is none.
 std::optional<struct stat> statusOfItem(const std::string& path) {
     struct stat status {};
-    const auto found = atPath(path, [&status](int folder, const char* rest) {
-        return ::fstatat(folder, rest, &status, 0);
+    const auto found = atPath(path, [&status](int directory, const char* rest) {
+        return ::fstatat(directory, rest, &status, 0);
     });
     return found ? std::optional(status) : std::nullopt;
 }
@@ -59,8 +59,8 @@ std::optional<struct stat> statusOfItem(const std::string& path) {
 /// What `mask` says of the item at a path; of a link, its own.
 SystemResult<struct statx> ownStatusOfItem(const std::string& path, unsigned mask) {
     struct statx status {};
-    const auto found = atPath(path, [&](int folder, const char* rest) {
-        return ::statx(folder, rest, AT_SYMLINK_NOFOLLOW, mask, &status);
+    const auto found = atPath(path, [&](int directory, const char* rest) {
+        return ::statx(directory, rest, AT_SYMLINK_NOFOLLOW, mask, &status);
     });
     if (!found) {
         return Unexpected(found.error());
@@ -85,36 +85,37 @@ SystemResult<void> makeImmutable(const std::string& path, bool immutable) {
     return changeImmutableFlag(path, immutable);
 }
 
-/// The size of a folder's entry, where it counts.
-std::optional<std::uint64_t> sizeOf(int folder, const DirectoryEntry& entry) {
+/// The size of a directory's entry, where it counts.
+std::optional<std::uint64_t> sizeOf(int directory, const DirectoryEntry& entry) {
     struct stat status {};
-    if (entry.kind == ItemKind::folder || ::fstatat(folder, entry.name.c_str(), &status,
-                                                    AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT) != 0) {
+    if (entry.kind == ItemKind::directory ||
+        ::fstatat(directory, entry.name.c_str(), &status, AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT) !=
+            0) {
         return std::nullopt;
     }
     return static_cast<std::uint64_t>(status.st_size);
 }
 
 template <class Size>
-std::optional<std::vector<DirectoryEntry>> readFolder(const std::string& path, Size size) {
-    auto folder = openAtPath(path, O_RDONLY | O_DIRECTORY | O_NONBLOCK | O_CLOEXEC);
-    if (!folder) {
+std::optional<std::vector<DirectoryEntry>> readDirectory(const std::string& path, Size size) {
+    auto directory = openAtPath(path, O_RDONLY | O_DIRECTORY | O_NONBLOCK | O_CLOEXEC);
+    if (!directory) {
         return std::nullopt;
     }
-    auto directory = Directory::of(*std::move(folder));
-    if (!directory) {
+    auto reader = DirectoryReader::of(*std::move(directory));
+    if (!reader) {
         return std::nullopt;
     }
     std::vector<DirectoryEntry> entries;
     for (;;) {
-        auto entry = directory->next();
+        auto entry = reader->next();
         if (!entry) {
             return std::nullopt;
         }
         if (!*entry) {
             return entries;
         }
-        (*entry)->size = size(directory->descriptor(), **entry);
+        (*entry)->size = size(reader->descriptor(), **entry);
         entries.push_back(**std::move(entry));
     }
 }
@@ -161,8 +162,8 @@ Result<void> transfer(const std::string& path, const std::string& newPath,
     if (!destination) {
         return report(destination, path, participle);
     }
-    const auto done =
-        work(source->folder.get(), source->name, destination->folder.get(), destination->name);
+    const auto done = work(source->directory.get(), source->name, destination->directory.get(),
+                           destination->name);
     if (!done && done.error().number.is(EINVAL)) {
         return Unexpected(posixError(Errno(EINVAL), done.error().name, participle,
                                      "it can’t be put inside itself"));
@@ -187,8 +188,8 @@ bool FileSystem::isExecutable(const std::string& path) {
 
 bool FileSystem::isWritable(const std::string& path) {
     return atPath(path,
-                  [](int folder, const char* rest) {
-                      return ::faccessat(folder, rest, W_OK, AT_EACCESS);
+                  [](int directory, const char* rest) {
+                      return ::faccessat(directory, rest, W_OK, AT_EACCESS);
                   })
         .ok();
 }
@@ -201,8 +202,8 @@ std::optional<ItemIdentity> FileSystem::identityOfItem(const std::string& path) 
 
 std::optional<std::string> FileSystem::destinationOfSymbolicLink(const std::string& path) {
     std::array<char, PATH_MAX> target{};
-    const auto length = atPath(path, [&target](int folder, const char* rest) {
-        return ::readlinkat(folder, rest, target.data(), target.size());
+    const auto length = atPath(path, [&target](int directory, const char* rest) {
+        return ::readlinkat(directory, rest, target.data(), target.size());
     });
     return length ? std::optional(std::string(target.data(), static_cast<std::size_t>(*length)))
                   : std::nullopt;
@@ -228,19 +229,20 @@ std::optional<ItemAttributes> FileSystem::attributesOfItem(const std::string& pa
 
 std::optional<std::vector<DirectoryEntry>>
 FileSystem::contentsOfDirectory(const std::string& path) {
-    return readFolder(path, [](int /*folder*/, const DirectoryEntry& /*entry*/) {
+    return readDirectory(path, [](int /*directory*/, const DirectoryEntry& /*entry*/) {
         return std::optional<std::uint64_t>();
     });
 }
 
 std::optional<std::vector<DirectoryEntry>>
 FileSystem::contentsOfDirectoryWithSizes(const std::string& path) {
-    return readFolder(path, sizeOf);
+    return readDirectory(path, sizeOf);
 }
 
 Result<void> FileSystem::createDirectory(const std::string& path) {
     constexpr mode_t everything = 0777;
-    return report(isAbsolute(path) ? makeFolders(path, everything) : notAbsolute, path, "created");
+    return report(isAbsolute(path) ? makeDirectories(path, everything) : notAbsolute, path,
+                  "created");
 }
 
 Result<void> FileSystem::moveItem(const std::string& path, const std::string& newPath) {
@@ -258,8 +260,8 @@ Result<void> FileSystem::writeAtomically(const std::string& path, std::string_vi
 Result<void> FileSystem::setModificationDate(const std::string& path, Date date) {
     const std::array<timespec, 2> times{timespec{.tv_sec = 0, .tv_nsec = UTIME_OMIT},
                                         timespecOf(date)};
-    const auto changed = atPath(path, [&times](int folder, const char* rest) {
-        return ::utimensat(folder, rest, times.data(), 0);
+    const auto changed = atPath(path, [&times](int directory, const char* rest) {
+        return ::utimensat(directory, rest, times.data(), 0);
     });
     return report(changed, path, "changed");
 }
@@ -269,8 +271,8 @@ Result<void> FileSystem::setCreationDate(const std::string& path, Date date) {
 }
 
 Result<void> FileSystem::setPosixPermissions(const std::string& path, unsigned permissions) {
-    const auto changed = atPath(path, [permissions](int folder, const char* rest) {
-        return ::fchmodat(folder, rest, permissions, 0);
+    const auto changed = atPath(path, [permissions](int directory, const char* rest) {
+        return ::fchmodat(directory, rest, permissions, 0);
     });
     return report(changed, path, "changed");
 }
@@ -281,7 +283,7 @@ Result<void> FileSystem::setImmutable(const std::string& path, bool immutable) {
 
 Result<void> FileSystem::removeItem(const std::string& path) {
     const auto place = findPlace(path);
-    return place ? report(removeTree(place->folder.get(), place->name), "removed")
+    return place ? report(removeTree(place->directory.get(), place->name), "removed")
                  : report(place, path, "removed");
 }
 

@@ -4,7 +4,7 @@
 
 namespace platform::native {
 
-/// Files and folders through the system calls.
+/// Files and directories through the system calls.
 class FileSystem : public platform::FileSystem {
 public:
     bool exists(const std::string& path) override;
@@ -21,7 +21,7 @@ public:
     Result<void> createDirectory(const std::string& path) override;
 
     /// A move onto another volume begins only where all of the item can be removed as far as can be
-    /// told: not with a folder that may not be written to, a locked file or a mounted volume
+    /// told: not with a directory that may not be written to, a locked file or a mounted volume
     /// inside. The copy grows under a hidden name beside `newPath`; what a killed process left
     /// there is deleted by the next move or copy to the same path.
     Result<void> moveItem(const std::string& path, const std::string& newPath) override;
@@ -38,13 +38,13 @@ public:
 
     Result<void> setPosixPermissions(const std::string& path, unsigned permissions) override;
 
-    /// The inode's immutable flag. Only regular files and folders carry one: setting it fails for
-    /// any other item, which is never opened.
+    /// The inode's immutable flag. Only regular files and directories carry one: setting it fails
+    /// for any other item, which is never opened.
     Result<void> setImmutable(const std::string& path, bool immutable) override;
 
     /// Stops at the first item that cannot be deleted, whose name and reason the Error holds. A
-    /// volume that is mounted inside the item belongs to the outside and is such an item. A folder
-    /// without write permission is not made writable.
+    /// volume that is mounted inside the item belongs to the outside and is such an item. A
+    /// directory without write permission is not made writable.
     Result<void> removeItem(const std::string& path) override;
 };
 

@@ -6,7 +6,7 @@
 #include "platform/linux/files/TreeCopy.h"
 #include "platform/linux/files/TreeRemoval.h"
 #include "platform/linux/posix/Errors.h"
-#include "platform/linux/posix/OpenFolder.h"
+#include "platform/linux/posix/OpenDirectory.h"
 #include "platform/linux/posix/Rename.h"
 #include "platform/linux/posix/SystemCall.h"
 
@@ -21,9 +21,9 @@ namespace platform::native {
 
 namespace {
 
-/// Whether an open folder is the one of this identity, or in it.
-bool isInside(int folder, const Identity& outer) {
-    auto current = opened(::openat(folder, ".", O_PATH | O_DIRECTORY | O_CLOEXEC));
+/// Whether an open directory is the one of this identity, or in it.
+bool isInside(int directory, const Identity& outer) {
+    auto current = opened(::openat(directory, ".", O_PATH | O_DIRECTORY | O_CLOEXEC));
     std::optional<Identity> below;
     while (current) {
         const auto status = statusOf(current->get());
@@ -40,9 +40,9 @@ bool isInside(int folder, const Identity& outer) {
     return false;
 }
 
-/// Whether an item of this status is a folder that the open folder is, or is in.
-bool holds(const struct statx& status, int folder) {
-    return S_ISDIR(status.stx_mode) && isInside(folder, identityOf(status));
+/// Whether an item of this status is a directory that the open directory is, or is in.
+bool holds(const struct statx& status, int directory) {
+    return S_ISDIR(status.stx_mode) && isInside(directory, identityOf(status));
 }
 
 /// What it means that an item cannot get its new name, once that would not put it into itself.
@@ -62,9 +62,9 @@ public:
         if (const auto examined = examine(); !examined) {
             return aboutEntry(name_, examined);
         }
-        const bool isFolder = S_ISDIR(status_.stx_mode);
-        auto done = isFolder || S_ISREG(status_.stx_mode) ? copyOpened(isFolder)
-                                                          : aboutEntry(name_, copyInOneStep());
+        const bool isDirectory = S_ISDIR(status_.stx_mode);
+        auto done = isDirectory || S_ISREG(status_.stx_mode) ? copyOpened(isDirectory)
+                                                             : aboutEntry(name_, copyInOneStep());
         return done && isMove_ ? removeTree(source_, name_, {.only = &copied_}) : done;
     }
 
@@ -85,19 +85,19 @@ private:
         return isMove_ ? checkRemovable() : SystemResult<void>();
     }
 
-    /// Whether the item may be taken out of its folder.
+    /// Whether the item may be taken out of its directory.
     SystemResult<void> checkRemovable() const {
         if (auto writable = checked(::faccessat(source_, ".", W_OK | X_OK, AT_EACCESS));
             !writable) {
             return writable;
         }
-        const auto folder = statusOf(source_);
-        if (!folder) {
-            return Unexpected(folder.error());
+        const auto directory = statusOf(source_);
+        if (!directory) {
+            return Unexpected(directory.error());
         }
         const auto user = ::geteuid();
-        const bool isOthers = (folder->stx_mode & S_ISVTX) != 0 && user != 0 &&
-                              user != status_.stx_uid && user != folder->stx_uid;
+        const bool isOthers = (directory->stx_mode & S_ISVTX) != 0 && user != 0 &&
+                              user != status_.stx_uid && user != directory->stx_uid;
         if (isOthers) {
             return Unexpected(Errno(EPERM));
         }
@@ -117,11 +117,11 @@ private:
         return done;
     }
 
-    EntryResult<void> copyOpened(bool isFolder) {
-        constexpr mode_t privateFolder = S_IFDIR | 0700;
+    EntryResult<void> copyOpened(bool isDirectory) {
+        constexpr mode_t privateDirectory = S_IFDIR | 0700;
         constexpr mode_t privateFile = S_IFREG | 0600;
-        auto copy =
-            TemporaryItem::make(destination_, newName_, isFolder ? privateFolder : privateFile);
+        auto copy = TemporaryItem::make(destination_, newName_,
+                                        isDirectory ? privateDirectory : privateFile);
         if (!copy) {
             return Unexpected(EntryError{copy.error(), name_});
         }
@@ -129,15 +129,15 @@ private:
         if (auto copied = copyTree(source_, name_, copy->item(), purpose_, copied_); !copied) {
             return copied;
         }
-        return aboutEntry(name_, giveName(*copy, isFolder));
+        return aboutEntry(name_, giveName(*copy, isDirectory));
     }
 
     /// Lets a whole copy be seen; that of a move is durable by then.
-    SystemResult<void> giveName(TemporaryItem& copy, bool isFolder) const {
+    SystemResult<void> giveName(TemporaryItem& copy, bool isDirectory) const {
         if (!isMove_) {
             return afterNaming(copy.rename());
         }
-        auto done = makeContentDurable(copy.item(), isFolder);
+        auto done = makeContentDurable(copy.item(), isDirectory);
         if (done) {
             done = afterNaming(copy.rename());
         }
@@ -150,19 +150,19 @@ private:
         return done;
     }
 
-    /// Of a folder, the whole volume is written: one call that waits once for all of its files.
-    static SystemResult<void> makeContentDurable(const FileDescriptor& item, bool isFolder) {
+    /// Of a directory, the whole volume is written: one call that waits once for all of its files.
+    static SystemResult<void> makeContentDurable(const FileDescriptor& item, bool isDirectory) {
         return checked(
-            retryOnEintr([&] { return isFolder ? ::syncfs(item.get()) : ::fsync(item.get()); }));
+            retryOnEintr([&] { return isDirectory ? ::syncfs(item.get()) : ::fsync(item.get()); }));
     }
 
-    /// Some volumes cannot do that for a folder.
+    /// Some volumes cannot do that for a directory.
     SystemResult<void> makeNameDurable(const FileDescriptor& item) const {
-        const auto folder = openFolder(destination_, ".");
-        if (!folder) { // It takes items without showing what is in it.
-            return item ? makeContentDurable(item, true) : Unexpected(folder.error());
+        const auto directory = openDirectory(destination_, ".");
+        if (!directory) { // It takes items without showing what is in it.
+            return item ? makeContentDurable(item, true) : Unexpected(directory.error());
         }
-        auto done = checked(retryOnEintr([&] { return ::fsync(folder->get()); }));
+        auto done = checked(retryOnEintr([&] { return ::fsync(directory->get()); }));
         return failedWith(done, EINVAL, EOPNOTSUPP) ? SystemResult<void>() : done;
     }
 

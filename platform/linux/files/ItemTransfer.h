@@ -6,11 +6,11 @@
 
 namespace platform::native {
 
-/// Copies the entry `name` of the open folder `source` with all that is in it, as
-/// platform::FileSystem::copyItem() says, to the name `newName` in the open folder `destination`.
-/// The copy of a file or folder grows under a hidden name there. EINVAL means that the destination
-/// is inside the item, EEXIST that its name is taken; names that the volume cannot hold are
-/// nameNotAllowed and nameNotDistinct.
+/// Copies the entry `name` of the open directory `source` with all that is in it, as
+/// platform::FileSystem::copyItem() says, to the name `newName` in the open directory
+/// `destination`. The copy of a file or directory grows under a hidden name there. EINVAL means
+/// that the destination is inside the item, EEXIST that its name is taken; names that the volume
+/// cannot hold are nameNotAllowed and nameNotDistinct.
 EntryResult<void> copyItem(int source, const std::string& name, int destination,
                            const std::string& newName);
 

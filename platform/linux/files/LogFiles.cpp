@@ -98,12 +98,12 @@ bool isOwn(const struct stat& item) {
     return item.st_uid == ::geteuid() || item.st_uid == 0;
 }
 
-/// Whether nobody but the current user and the superuser can have put an item into the folder that
-/// the path names.
-bool isPrivateFolderOf(const std::string& path) {
-    struct stat folder {};
-    return ::stat(path::deletingLastComponent(path).c_str(), &folder) == 0 && isOwn(folder) &&
-           (folder.st_mode & (S_IWGRP | S_IWOTH)) == 0;
+/// Whether nobody but the current user and the superuser can have put an item into the directory
+/// that the path names.
+bool isPrivateDirectoryOf(const std::string& path) {
+    struct stat directory {};
+    return ::stat(path::deletingLastComponent(path).c_str(), &directory) == 0 && isOwn(directory) &&
+           (directory.st_mode & (S_IWGRP | S_IWOTH)) == 0;
 }
 
 /// Where the user's own links lead from the path to, or nothing when another user may have made one
@@ -117,7 +117,7 @@ std::optional<std::string> behindOwnLinks(std::string path) {
         }
         std::error_code error;
         const auto target = std::filesystem::read_symlink(path, error);
-        if (error || !isOwn(item) || !isPrivateFolderOf(path)) {
+        if (error || !isOwn(item) || !isPrivateDirectoryOf(path)) {
             return std::nullopt;
         }
         path = std::filesystem::path(path).parent_path() / target;
@@ -128,25 +128,27 @@ std::optional<std::string> behindOwnLinks(std::string path) {
 /// Whether nobody but the current user and the superuser can have put this file at its path. One
 /// with a second name may be any file of theirs, which others linked to the path.
 bool isTrusted(const struct stat& file, const std::string& path) {
-    return S_ISREG(file.st_mode) && isOwn(file) && (file.st_nlink == 1 || isPrivateFolderOf(path));
+    return S_ISREG(file.st_mode) && isOwn(file) &&
+           (file.st_nlink == 1 || isPrivateDirectoryOf(path));
 }
 
 /// Puts an empty file in the place of what stands at the path. It need not outlive a crash of the
 /// machine, as its entries do not.
 SystemResult<void> putEmptyFile(const std::string& path) {
-    const auto folderPath = path::deletingLastComponent(path);
-    const auto folder = opened(::open(folderPath.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (!folder) {
-        return Unexpected(folder.error());
+    const auto directoryPath = path::deletingLastComponent(path);
+    const auto directory =
+        opened(::open(directoryPath.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!directory) {
+        return Unexpected(directory.error());
     }
-    auto file = TemporaryItem::make(folder->get(), path::lastComponent(path), S_IFREG | 0644);
+    auto file = TemporaryItem::make(directory->get(), path::lastComponent(path), S_IFREG | 0644);
     if (!file) {
         return Unexpected(file.error());
     }
     return file->replace();
 }
 
-SystemResult<void> removeFolder(const std::string& path) {
+SystemResult<void> removeDirectory(const std::string& path) {
     const auto parentPath = path::deletingLastComponent(path);
     const auto parent = opened(::open(parentPath.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (!parent) {
@@ -158,7 +160,7 @@ SystemResult<void> removeFolder(const std::string& path) {
     return {};
 }
 
-SystemResult<void> createFolders(const std::string& path) {
+SystemResult<void> createDirectories(const std::string& path) {
     std::error_code error;
     std::filesystem::create_directories(path, error);
     if (error) {
@@ -169,7 +171,7 @@ SystemResult<void> createFolders(const std::string& path) {
 
 SystemResult<void> removeAt(const std::string& path) {
     auto removed = checked(std::remove(path.c_str()));
-    return failedWith(removed, ENOTEMPTY, EEXIST) ? removeFolder(path) : removed;
+    return failedWith(removed, ENOTEMPTY, EEXIST) ? removeDirectory(path) : removed;
 }
 
 SystemResult<void> moveTo(const std::string& path, const std::string& newPath) {
@@ -186,37 +188,37 @@ SystemResult<void> moveTo(const std::string& path, const std::string& newPath) {
     return checked(::rename(path.c_str(), newPath.c_str()));
 }
 
-/// The lock on one folder, which other users of the logs look at, and nobody else.
-class FolderLock {
+/// The lock on one directory, which other users of the logs look at, and nobody else.
+class DirectoryLock {
 public:
-    explicit FolderLock(const std::string& path)
-        : folder_(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {}
+    explicit DirectoryLock(const std::string& path)
+        : directory_(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {}
     /// A process that was forked meanwhile has the descriptor too, so closing it is not enough.
-    ~FolderLock() {
-        if (folder_) {
-            ::flock(folder_.get(), LOCK_UN);
+    ~DirectoryLock() {
+        if (directory_) {
+            ::flock(directory_.get(), LOCK_UN);
         }
     }
-    FolderLock(FolderLock&&) = default;
-    FolderLock& operator=(FolderLock&&) = delete;
-    FolderLock(const FolderLock&) = delete;
-    FolderLock& operator=(const FolderLock&) = delete;
+    DirectoryLock(DirectoryLock&&) = default;
+    DirectoryLock& operator=(DirectoryLock&&) = delete;
+    DirectoryLock(const DirectoryLock&) = delete;
+    DirectoryLock& operator=(const DirectoryLock&) = delete;
 
-    /// False when somebody else has the lock. A folder that is missing or cannot be locked needs
+    /// False when somebody else has the lock. A directory that is missing or cannot be locked needs
     /// none.
     bool tryToLock() const {
-        return !folder_ ||
-               retryOnEintr([this] { return ::flock(folder_.get(), LOCK_EX | LOCK_NB); }) == 0 ||
+        return !directory_ ||
+               retryOnEintr([this] { return ::flock(directory_.get(), LOCK_EX | LOCK_NB); }) == 0 ||
                errno != EWOULDBLOCK;
     }
 
 private:
-    FileDescriptor folder_;
+    FileDescriptor directory_;
 };
 
-/// The locks on several folders, taken in one order by everybody, so that nobody waits for somebody
-/// who waits in turn.
-class FolderLocks : public LogLock {
+/// The locks on several directories, taken in one order by everybody, so that nobody waits for
+/// somebody who waits in turn.
+class DirectoryLocks : public LogLock {
 public:
     /// False when `patience` is over before all are had.
     bool lock(std::vector<std::string> paths, std::chrono::steady_clock::duration patience) {
@@ -226,8 +228,8 @@ public:
         const auto end = std::chrono::steady_clock::now() + patience;
         for (const auto& path : paths) {
             // A wait in flock() would have no end while somebody is stopped who has the lock.
-            const auto& folder = folders_.emplace_back(path);
-            while (!folder.tryToLock()) {
+            const auto& directory = directories_.emplace_back(path);
+            while (!directory.tryToLock()) {
                 if (std::chrono::steady_clock::now() >= end) {
                     return false;
                 }
@@ -238,7 +240,7 @@ public:
     }
 
 private:
-    std::vector<FolderLock> folders_;
+    std::vector<DirectoryLock> directories_;
 };
 
 } // namespace
@@ -247,8 +249,8 @@ bool LogFiles::exists(const std::string& path) {
     return isUsable(path) && ::access(path.c_str(), F_OK) == 0;
 }
 
-Result<void> LogFiles::createFolder(const std::string& path) {
-    return reportOf(isUsable(path) ? createFolders(path) : notUsable, path, "created");
+Result<void> LogFiles::createDirectory(const std::string& path) {
+    return reportOf(isUsable(path) ? createDirectories(path) : notUsable, path, "created");
 }
 
 Result<void> LogFiles::removeItem(const std::string& path) {
@@ -292,10 +294,10 @@ std::shared_ptr<LogFile> LogFiles::open(const std::string& path) {
     return std::make_shared<AppendedFile>(std::move(descriptor), information, path);
 }
 
-std::unique_ptr<LogLock> LogFiles::lock(const std::vector<std::string>& folders) {
+std::unique_ptr<LogLock> LogFiles::lock(const std::vector<std::string>& directories) {
     constexpr std::chrono::seconds patience(5);
-    auto locks = std::make_unique<FolderLocks>();
-    if (!locks->lock(folders, patience)) {
+    auto locks = std::make_unique<DirectoryLocks>();
+    if (!locks->lock(directories, patience)) {
         return nullptr;
     }
     return locks;

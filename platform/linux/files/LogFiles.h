@@ -8,13 +8,13 @@ namespace platform::native {
 class LogFiles : public platform::LogFiles {
 public:
     bool exists(const std::string& path) override;
-    Result<void> createFolder(const std::string& path) override;
+    Result<void> createDirectory(const std::string& path) override;
     Result<void> removeItem(const std::string& path) override;
     Result<void> moveItem(const std::string& path, const std::string& newPath) override;
     Result<void> setAside(const std::string& path, const std::string& newPath) override;
     Result<void> createEmptyFile(const std::string& path) override;
     std::shared_ptr<LogFile> open(const std::string& path) override;
-    std::unique_ptr<LogLock> lock(const std::vector<std::string>& folders) override;
+    std::unique_ptr<LogLock> lock(const std::vector<std::string>& directories) override;
 };
 
 } // namespace platform::native

@@ -92,22 +92,22 @@ SystemResult<void> keepOwner(const struct statx& status, int copy) {
     return asFarAsPossible(checked(::fchown(copy, static_cast<uid_t>(-1), status.stx_gid)));
 }
 
-/// The same for an entry of an open folder.
-SystemResult<void> keepOwnerOfEntry(const struct statx& status, int folder, const char* entry) {
+/// The same for an entry of an open directory.
+SystemResult<void> keepOwnerOfEntry(const struct statx& status, int directory, const char* entry) {
     const auto give = [&](uid_t owner) {
-        return checked(::fchownat(folder, entry, owner, status.stx_gid, AT_SYMLINK_NOFOLLOW));
+        return checked(::fchownat(directory, entry, owner, status.stx_gid, AT_SYMLINK_NOFOLLOW));
     };
     auto given = give(status.stx_uid);
     return given ? given : asFarAsPossible(give(static_cast<uid_t>(-1)));
 }
 
-SystemResult<void> keepModeOfEntry(const struct statx& status, int folder, const char* entry) {
+SystemResult<void> keepModeOfEntry(const struct statx& status, int directory, const char* entry) {
     struct stat current {};
-    if (auto found = checked(::fstatat(folder, entry, &current, AT_SYMLINK_NOFOLLOW)); !found) {
+    if (auto found = checked(::fstatat(directory, entry, &current, AT_SYMLINK_NOFOLLOW)); !found) {
         return found;
     }
     const mode_t mode = permittedMode(status, current.st_uid, current.st_gid);
-    return asFarAsPossible(checked(::fchmodat(folder, entry, mode, AT_SYMLINK_NOFOLLOW)));
+    return asFarAsPossible(checked(::fchmodat(directory, entry, mode, AT_SYMLINK_NOFOLLOW)));
 }
 
 } // namespace
@@ -140,20 +140,21 @@ SystemResult<void> copyMetadata(int source, const struct statx& status, int copy
     return asFarAsPossible(checked(::futimens(copy, timesOf(status).data())));
 }
 
-SystemResult<void> copyMetadataToEntry(const struct statx& status, int folder,
+SystemResult<void> copyMetadataToEntry(const struct statx& status, int directory,
                                        const std::string& name) {
     const char* entry = name.c_str();
-    if (auto kept = keepOwnerOfEntry(status, folder, entry); !kept) {
+    if (auto kept = keepOwnerOfEntry(status, directory, entry); !kept) {
         return kept;
     }
     // A link has no mode, and fchmodat() follows it.
     if (!S_ISLNK(status.stx_mode)) {
-        if (auto kept = keepModeOfEntry(status, folder, entry); !kept) {
+        if (auto kept = keepModeOfEntry(status, directory, entry); !kept) {
             return kept;
         }
     }
     const auto times = timesOf(status);
-    return asFarAsPossible(checked(::utimensat(folder, entry, times.data(), AT_SYMLINK_NOFOLLOW)));
+    return asFarAsPossible(
+        checked(::utimensat(directory, entry, times.data(), AT_SYMLINK_NOFOLLOW)));
 }
 
 void dropInheritedAcls(int item) {

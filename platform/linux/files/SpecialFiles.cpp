@@ -14,9 +14,9 @@ namespace platform::native {
 namespace {
 
 /// The text of a link.
-SystemResult<std::string> readLink(int folder, const std::string& name) {
+SystemResult<std::string> readLink(int directory, const std::string& name) {
     std::array<char, PATH_MAX> buffer{};
-    const auto length = ::readlinkat(folder, name.c_str(), buffer.data(), buffer.size());
+    const auto length = ::readlinkat(directory, name.c_str(), buffer.data(), buffer.size());
     if (length < 0) { // EINVAL: it is no link any more.
         return Unexpected(errno == EINVAL ? changedMeanwhile : Errno::last());
     }

@@ -8,7 +8,7 @@
 
 namespace platform::native {
 
-/// Makes the entry `newName` of the open folder `destination` a copy of the entry `name` of
+/// Makes the entry `newName` of the open directory `destination` a copy of the entry `name` of
 /// `source`, which is a link, a FIFO, a socket or a device of this status. An existing item is
 /// never replaced: EEXIST. After a failure nothing is left of the copy.
 SystemResult<void> copyUnopened(int source, const std::string& name, const struct statx& status,

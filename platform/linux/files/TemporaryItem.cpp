@@ -1,7 +1,7 @@
 #include "platform/linux/files/TemporaryItem.h"
 
 #include "platform/linux/files/TreeRemoval.h"
-#include "platform/linux/posix/OpenFolder.h"
+#include "platform/linux/posix/OpenDirectory.h"
 #include "platform/linux/posix/Rename.h"
 
 #include <fcntl.h>
@@ -21,7 +21,7 @@ namespace {
 constexpr int mostClaims = 100;
 
 /// All that is in a temporary item is the copier's own.
-constexpr RemovalRules ownCopy{.unlocksFolders = true};
+constexpr RemovalRules ownCopy{.unlocksDirectories = true};
 
 /// A hidden name that two processes with the same purpose agree on, short enough for every file
 /// system: the purpose's FNV-1a digest and the number of the try.
@@ -35,32 +35,32 @@ std::string temporaryName(const std::string& purpose, int count) {
     return name.data();
 }
 
-SystemResult<FileDescriptor> makeItem(int folder, const std::string& name, mode_t mode) {
+SystemResult<FileDescriptor> makeItem(int directory, const std::string& name, mode_t mode) {
     const mode_t permissions = mode & ACCESSPERMS;
     if (!S_ISDIR(mode)) {
-        return opened(::openat(folder, name.c_str(),
+        return opened(::openat(directory, name.c_str(),
                                O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, permissions));
     }
-    if (const auto made = checked(::mkdirat(folder, name.c_str(), permissions)); !made) {
+    if (const auto made = checked(::mkdirat(directory, name.c_str(), permissions)); !made) {
         return Unexpected(made.error());
     }
-    auto item = openFolder(folder, name.c_str());
+    auto item = openDirectory(directory, name.c_str());
     if (failedWith(item, ENOENT)) { // Another process has taken it for an abandoned one.
         return Unexpected(Errno(EEXIST));
     }
     if (!item) {
-        ::unlinkat(folder, name.c_str(), AT_REMOVEDIR);
+        ::unlinkat(directory, name.c_str(), AT_REMOVEDIR);
     }
     return item;
 }
 
-/// Whether an open item is the entry `name` of an open folder; ENOENT when it is not.
-SystemResult<void> checkName(const FileDescriptor& item, int folder, const std::string& name) {
+/// Whether an open item is the entry `name` of an open directory; ENOENT when it is not.
+SystemResult<void> checkName(const FileDescriptor& item, int directory, const std::string& name) {
     const auto own = statusOf(item.get());
     if (!own) {
         return Unexpected(own.error());
     }
-    const auto named = statusOfEntry(folder, name);
+    const auto named = statusOfEntry(directory, name);
     if (!named) {
         return Unexpected(named.error());
     }
@@ -76,9 +76,9 @@ bool isLockedByOthers(const FileDescriptor& item) {
 
 } // namespace
 
-SystemResult<TemporaryItem> TemporaryItem::make(int folder, const std::string& purpose,
+SystemResult<TemporaryItem> TemporaryItem::make(int directory, const std::string& purpose,
                                                 mode_t mode) {
-    TemporaryItem item(folder, purpose);
+    TemporaryItem item(directory, purpose);
     SystemResult<void> claimed = Unexpected(Errno(EEXIST));
     for (int count = 1; count <= mostClaims && failedWith(claimed, EEXIST); ++count) {
         const auto name = temporaryName(purpose, count);
@@ -95,7 +95,7 @@ SystemResult<TemporaryItem> TemporaryItem::make(int folder, const std::string& p
 
 /// EEXIST when the name is taken.
 SystemResult<void> TemporaryItem::claim(const std::string& name, mode_t mode) {
-    auto item = makeItem(folder_, name, mode);
+    auto item = makeItem(directory_, name, mode);
     if (!item) {
         return Unexpected(item.error());
     }
@@ -103,7 +103,7 @@ SystemResult<void> TemporaryItem::claim(const std::string& name, mode_t mode) {
     if (isLockedByOthers(*item)) {
         return Unexpected(Errno(EEXIST));
     }
-    auto own = checkName(*item, folder_, name);
+    auto own = checkName(*item, directory_, name);
     if (failedWith(own, ENOENT)) {
         return Unexpected(Errno(EEXIST));
     }
@@ -113,29 +113,29 @@ SystemResult<void> TemporaryItem::claim(const std::string& name, mode_t mode) {
 }
 
 bool TemporaryItem::removeAbandoned(const std::string& name) const {
-    const FileDescriptor item(
-        ::openat(folder_, name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+    const FileDescriptor item(::openat(directory_, name.c_str(),
+                                       O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
     if (!item) {
         return false;
     }
     const auto status = statusOf(item.get());
     return status && status->stx_uid == ::geteuid() &&
-           ::flock(item.get(), LOCK_EX | LOCK_NB) == 0 && checkName(item, folder_, name) &&
-           removeTree(folder_, name, ownCopy);
+           ::flock(item.get(), LOCK_EX | LOCK_NB) == 0 && checkName(item, directory_, name) &&
+           removeTree(directory_, name, ownCopy);
 }
 
 TemporaryItem::~TemporaryItem() {
     if (!name_.empty()) {
-        static_cast<void>(removeTree(folder_, name_, ownCopy));
+        static_cast<void>(removeTree(directory_, name_, ownCopy));
     }
 }
 
 SystemResult<void> TemporaryItem::rename() {
-    return renamed(renameWithoutReplacing(folder_, name_, folder_, purpose_));
+    return renamed(renameWithoutReplacing(directory_, name_, directory_, purpose_));
 }
 
 SystemResult<void> TemporaryItem::replace() {
-    return renamed(checked(::renameat(folder_, name_.c_str(), folder_, purpose_.c_str())));
+    return renamed(checked(::renameat(directory_, name_.c_str(), directory_, purpose_.c_str())));
 }
 
 /// Takes note of what became of a rename, and returns that.
@@ -148,8 +148,8 @@ SystemResult<void> TemporaryItem::renamed(const SystemResult<void>& result) {
 
 void TemporaryItem::takeBack() {
     const auto name = temporaryName(purpose_, mostClaims + 1);
-    if (checkName(item_, folder_, purpose_) &&
-        renameWithoutReplacing(folder_, purpose_, folder_, name)) {
+    if (checkName(item_, directory_, purpose_) &&
+        renameWithoutReplacing(directory_, purpose_, directory_, name)) {
         name_ = name;
     }
 }

@@ -4,10 +4,10 @@
 #include "platform/linux/files/FileContent.h"
 #include "platform/linux/files/Metadata.h"
 #include "platform/linux/files/SpecialFiles.h"
-#include "platform/linux/posix/Directory.h"
+#include "platform/linux/posix/DirectoryReader.h"
+#include "platform/linux/posix/DirectoryStack.h"
 #include "platform/linux/posix/Errors.h"
-#include "platform/linux/posix/FolderStack.h"
-#include "platform/linux/posix/OpenFolder.h"
+#include "platform/linux/posix/OpenDirectory.h"
 #include "platform/linux/posix/SystemCall.h"
 
 #include <fcntl.h>
@@ -20,13 +20,14 @@ namespace platform::native {
 
 namespace {
 
-/// How many of the deepest folders stay open, with their copies; one above is opened again, through
+/// How many of the deepest directories stay open, with their copies; one above is opened again,
+/// through
 /// "..", when the work comes back to it.
 constexpr std::size_t openCopyLevels = 16;
 
-constexpr mode_t privateFolder = 0700;
+constexpr mode_t privateDirectory = 0700;
 
-/// A folder that is being copied.
+/// A directory that is being copied.
 struct CopyLevel {
     std::string name;
     struct statx status {};
@@ -38,18 +39,18 @@ SystemResult<FileDescriptor> duplicate(const FileDescriptor& item) {
     return opened(::fcntl(item.get(), F_DUPFD_CLOEXEC, 0));
 }
 
-SystemResult<std::vector<DirectoryEntry>> readEntries(const FileDescriptor& folder) {
-    auto own = duplicate(folder);
+SystemResult<std::vector<DirectoryEntry>> readEntries(const FileDescriptor& directory) {
+    auto own = duplicate(directory);
     if (!own) {
         return Unexpected(own.error());
     }
-    auto directory = Directory::of(*std::move(own));
-    if (!directory) {
-        return Unexpected(directory.error());
+    auto reader = DirectoryReader::of(*std::move(own));
+    if (!reader) {
+        return Unexpected(reader.error());
     }
     std::vector<DirectoryEntry> entries;
     for (;;) {
-        auto entry = directory->next();
+        auto entry = reader->next();
         if (!entry) {
             return Unexpected(entry.error());
         }
@@ -116,12 +117,12 @@ private:
         switch (entry.kind) {
         case ItemKind::file:
             return copyFile(entry.name);
-        case ItemKind::folder:
-            if (::mkdirat(copies_.descriptor(), entry.name.c_str(), privateFolder) != 0) {
+        case ItemKind::directory:
+            if (::mkdirat(copies_.descriptor(), entry.name.c_str(), privateDirectory) != 0) {
                 return makingFailure(Errno::last());
             }
             return enter(sources_.descriptor(), entry.name,
-                         openFolder(copies_.descriptor(), entry.name.c_str()));
+                         openDirectory(copies_.descriptor(), entry.name.c_str()));
         default:
             return copyOther(entry.name);
         }
@@ -146,7 +147,7 @@ private:
         return {};
     }
 
-    /// Whether the move may remove an item of the deepest folder later.
+    /// Whether the move may remove an item of the deepest directory later.
     SystemResult<void> checkRemovable(const struct statx& status) const {
         if (!isMove_) {
             return {};
@@ -168,9 +169,9 @@ private:
         return {};
     }
 
-    SystemResult<OpenFile> openFile(int folder, const std::string& name) const {
+    SystemResult<OpenFile> openFile(int directory, const std::string& name) const {
         auto file = opened(retryOnEintr([&] {
-            return ::openat(folder, name.c_str(),
+            return ::openat(directory, name.c_str(),
                             O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
         }));
         if (!file) {
@@ -216,9 +217,9 @@ private:
                    : filled;
     }
 
-    SystemResult<void> copyFileInto(int folder, const std::string& name,
+    SystemResult<void> copyFileInto(int directory, const std::string& name,
                                     const FileDescriptor& copy) {
-        const auto source = openFile(folder, name);
+        const auto source = openFile(directory, name);
         if (!source) {
             return Unexpected(source.error());
         }
@@ -253,7 +254,7 @@ private:
         return compared;
     }
 
-    /// Where a file of the deepest folder is, seen from the top.
+    /// Where a file of the deepest directory is, seen from the top.
     std::vector<std::string> pathFromTop(const std::string& name) const {
         std::vector<std::string> path;
         for (std::size_t depth = 1; depth < levels_.size(); ++depth) {
@@ -263,14 +264,14 @@ private:
         return path;
     }
 
-    /// Makes the folder `name` of the open folder `parent` the deepest level, to be copied into
-    /// `copy`.
+    /// Makes the directory `name` of the open directory `parent` the deepest level, to be copied
+    /// into `copy`.
     SystemResult<void> enter(int parent, const std::string& name,
                              SystemResult<FileDescriptor> copy) {
         if (!copy) {
             return Unexpected(copy.error());
         }
-        auto source = openFolder(parent, name.c_str());
+        auto source = openDirectory(parent, name.c_str());
         if (!source) {
             return Unexpected(failedWith(source, ELOOP, ENOTDIR) ? changedMeanwhile
                                                                  : source.error());
@@ -291,7 +292,7 @@ private:
         return pushed;
     }
 
-    /// Reads what is to be known of a folder before its entries are copied.
+    /// Reads what is to be known of a directory before its entries are copied.
     SystemResult<CopyLevel> examine(const std::string& name, const FileDescriptor& source) const {
         const auto status = statusOf(source.get());
         if (!status) {
@@ -317,7 +318,7 @@ private:
         return CopyLevel{name, *status, *std::move(entries)};
     }
 
-    /// Finishes the deepest folder, all of whose entries are copied, and goes back to the one
+    /// Finishes the deepest directory, all of whose entries are copied, and goes back to the one
     /// above.
     EntryResult<void> leave() {
         const CopyLevel& done = levels_.back();
@@ -348,8 +349,8 @@ private:
     FileContent content_;
     CopiedLinks links_{top_};
     std::vector<CopyLevel> levels_;
-    FolderStack<FileDescriptor> sources_{openCopyLevels};
-    FolderStack<FileDescriptor> copies_{openCopyLevels};
+    DirectoryStack<FileDescriptor> sources_{openCopyLevels};
+    DirectoryStack<FileDescriptor> copies_{openCopyLevels};
 };
 
 } // namespace

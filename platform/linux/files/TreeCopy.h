@@ -16,14 +16,15 @@ enum class CopyPurpose {
     replaceSource,
 };
 
-/// Copies the entry `name` of the open folder `source` with all that is in it, but for an entry of
-/// another kind than a file or folder into `top`: an item of the same kind, empty, open for reading
-/// and writing. Links stay links and hard links among the files stay that; owners, modes, times and
-/// extended attributes are kept as copyMetadata() says.
+/// Copies the entry `name` of the open directory `source` with all that is in it, but for an entry
+/// of another kind than a file or directory into `top`: an item of the same kind, empty, open for
+/// reading and writing. Links stay links and hard links among the files stay that; owners, modes,
+/// times and extended attributes are kept as copyMetadata() says.
 ///
-/// Every step goes through the descriptor of a folder, so that a link that others put in a folder's
-/// place leads nowhere. The number of open descriptors is bounded, whatever the depth. The first
-/// failure ends the work; what has been copied stays. With replaceSource, `copied` is filled.
+/// Every step goes through the descriptor of a directory, so that a link that others put in a
+/// directory's place leads nowhere. The number of open descriptors is bounded, whatever the depth.
+/// The first failure ends the work; what has been copied stays. With replaceSource, `copied` is
+/// filled.
 EntryResult<void> copyTree(int source, const std::string& name, const FileDescriptor& top,
                            CopyPurpose purpose, CopyFingerprints& copied);
 

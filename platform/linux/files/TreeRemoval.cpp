@@ -1,7 +1,7 @@
 #include "platform/linux/files/TreeRemoval.h"
 
-#include "platform/linux/posix/FolderStack.h"
-#include "platform/linux/posix/OpenFolder.h"
+#include "platform/linux/posix/DirectoryStack.h"
+#include "platform/linux/posix/OpenDirectory.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -14,18 +14,18 @@ namespace platform::native {
 
 namespace {
 
-/// How many of the deepest folders stay open for reading; one above is opened again, through
+/// How many of the deepest directories stay open for reading; one above is opened again, through
 /// "..", when the work comes back to it.
 constexpr std::size_t openRemovalLevels = 32;
 
-/// How often an entry that turns from a folder into something else and back, or a folder that
+/// How often an entry that turns from a directory into something else and back, or a directory that
 /// others fill again, is tried before that counts as a failure.
 constexpr int patience = 100;
 
 /// What is about to be deleted is not what the rules allow.
 constexpr Errno notAllowed{EAGAIN};
 
-/// A folder that is being emptied.
+/// A directory that is being emptied.
 struct RemovalLevel {
     std::string name;
     int passesLeft = patience;
@@ -45,39 +45,41 @@ public:
     }
 
 private:
-    /// Removes the next entry of the deepest folder, or that itself after its last.
+    /// Removes the next entry of the deepest directory, or that itself after its last.
     EntryResult<void> removeNext() {
-        const auto entry = folders_.top().next();
+        const auto entry = directories_.top().next();
         if (!entry) {
             return Unexpected(EntryError{entry.error(), levels_.back().name});
         }
         return *entry ? removeEntry(**entry) : leave();
     }
 
-    /// The open folder that holds the entries of the deepest level.
-    int currentFolder() const { return folders_.empty() ? parent_ : folders_.descriptor(); }
+    /// The open directory that holds the entries of the deepest level.
+    int currentDirectory() const {
+        return directories_.empty() ? parent_ : directories_.descriptor();
+    }
 
-    /// Deletes an entry of the current folder, or enters it when it is a folder. One that others
-    /// have deleted counts as done, except the item itself.
+    /// Deletes an entry of the current directory, or enters it when it is a directory. One that
+    /// others have deleted counts as done, except the item itself.
     EntryResult<void> removeEntry(const DirectoryEntry& entry) {
-        bool isFolder = entry.kind == ItemKind::folder;
+        bool isDirectory = entry.kind == ItemKind::directory;
         SystemResult<void> removed;
         for (int attempt = 0; attempt < patience; ++attempt) {
-            removed = isFolder ? enter(entry.name) : unlinkAllowed(entry.name);
+            removed = isDirectory ? enter(entry.name) : unlinkAllowed(entry.name);
             if (removed || (failedWith(removed, ENOENT) && !levels_.empty())) {
                 return {};
             }
-            if (!failedWith(removed, isFolder ? ENOTDIR : EISDIR)) {
+            if (!failedWith(removed, isDirectory ? ENOTDIR : EISDIR)) {
                 break;
             }
-            isFolder = !isFolder;
+            isDirectory = !isDirectory;
         }
         return aboutEntry(entry.name, removed);
     }
 
     SystemResult<void> unlinkAllowed(const std::string& name) const {
         if (rules_.only != nullptr) {
-            const auto status = statusOfEntry(currentFolder(), name);
+            const auto status = statusOfEntry(currentDirectory(), name);
             if (!status) {
                 return Unexpected(status.error());
             }
@@ -89,33 +91,34 @@ private:
     }
 
     SystemResult<void> unlinkCurrent(const std::string& name, int flags) const {
-        return checked(::unlinkat(currentFolder(), name.c_str(), flags));
+        return checked(::unlinkat(currentDirectory(), name.c_str(), flags));
     }
 
-    /// Makes the folder `name` the deepest level. ENOTDIR means that it is no folder, or no more.
+    /// Makes the directory `name` the deepest level. ENOTDIR means that it is no directory, or no
+    /// more.
     SystemResult<void> enter(const std::string& name) {
-        if (rules_.unlocksFolders) {
+        if (rules_.unlocksDirectories) {
             constexpr mode_t accessible = 0700;
             // Entering it tells whether that was of use.
             [[maybe_unused]] const int changed =
-                ::fchmodat(currentFolder(), name.c_str(), accessible, AT_SYMLINK_NOFOLLOW);
+                ::fchmodat(currentDirectory(), name.c_str(), accessible, AT_SYMLINK_NOFOLLOW);
         }
-        auto folder = openFolder(currentFolder(), name.c_str());
-        if (!folder) {
-            return couldNotOpen(name, folder.error());
+        auto directory = openDirectory(currentDirectory(), name.c_str());
+        if (!directory) {
+            return couldNotOpen(name, directory.error());
         }
-        const auto status = examine(*folder);
+        const auto status = examine(*directory);
         if (!status) {
             return Unexpected(status.error());
         }
-        auto pushed = folders_.push(*std::move(folder), identityOf(*status));
+        auto pushed = directories_.push(*std::move(directory), identityOf(*status));
         if (pushed) {
             levels_.push_back({name});
         }
         return pushed;
     }
 
-    /// A folder that may not be read can still be deleted when it is empty.
+    /// A directory that may not be read can still be deleted when it is empty.
     SystemResult<void> couldNotOpen(const std::string& name, Errno error) const {
         if (error.is(ELOOP)) {
             return Unexpected(Errno(ENOTDIR));
@@ -127,8 +130,8 @@ private:
     }
 
     /// Refuses the root of a mounted volume with EBUSY, and what the rules do not allow.
-    SystemResult<struct statx> examine(const FileDescriptor& folder) const {
-        auto status = statusOf(folder.get());
+    SystemResult<struct statx> examine(const FileDescriptor& directory) const {
+        auto status = statusOf(directory.get());
         if (!status) {
             return status;
         }
@@ -141,21 +144,22 @@ private:
         return status;
     }
 
-    /// Deletes the deepest folder, which has been read to its end, and goes back to the one above.
+    /// Deletes the deepest directory, which has been read to its end, and goes back to the one
+    /// above.
     EntryResult<void> leave() {
         RemovalLevel& done = levels_.back();
-        if (const auto reopened = folders_.reopenAbove(); !reopened) {
+        if (const auto reopened = directories_.reopenAbove(); !reopened) {
             return aboutEntry(done.name, reopened);
         }
-        const int parent = folders_.size() == 1 ? parent_ : folders_.descriptorAbove();
+        const int parent = directories_.size() == 1 ? parent_ : directories_.descriptorAbove();
         const auto deleted = checked(::unlinkat(parent, done.name.c_str(), AT_REMOVEDIR));
         if (failedWith(deleted, ENOTEMPTY) && done.passesLeft-- > 0) {
-            folders_.top().rewind();
+            directories_.top().rewind();
             return {};
         }
         const DirectoryEntry entry{std::move(done.name), ItemKind::other};
         levels_.pop_back();
-        folders_.pop();
+        directories_.pop();
         if (deleted || failedWith(deleted, ENOENT)) {
             return {};
         }
@@ -165,7 +169,7 @@ private:
     int parent_;
     const RemovalRules& rules_;
     std::vector<RemovalLevel> levels_;
-    FolderStack<Directory> folders_{openRemovalLevels};
+    DirectoryStack<DirectoryReader> directories_{openRemovalLevels};
 };
 
 } // namespace

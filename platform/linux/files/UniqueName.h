@@ -14,9 +14,9 @@ std::string cutTo(std::string text, std::size_t size);
 /// name may have.
 std::string numberedName(const std::string& name, int count);
 
-/// Moves the entry `name` of the open folder `source` into the open folder `destination`, under its
-/// own name or the first numbered one that is free there. Nothing is ever replaced, and a link is
-/// moved itself; onto another volume, too, as moveItem() does.
+/// Moves the entry `name` of the open directory `source` into the open directory `destination`,
+/// under its own name or the first numbered one that is free there. Nothing is ever replaced, and a
+/// link is moved itself; onto another volume, too, as moveItem() does.
 SystemResult<void> moveToUniqueName(int source, const std::string& name, int destination);
 
 } // namespace platform::native

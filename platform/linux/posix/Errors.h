@@ -10,10 +10,10 @@
 namespace platform::native {
 
 /// For a name that a volume does not allow. The system says EINVAL, which also means that
-/// a folder would be put into itself.
+/// a directory would be put into itself.
 constexpr Errno nameNotAllowed{EILSEQ};
 
-/// For a name that a volume takes for that of another item of the same folder, as one
+/// For a name that a volume takes for that of another item of the same directory, as one
 /// that does not heed case. The system says EEXIST, which also means that a place is taken.
 constexpr Errno nameNotDistinct{ENOTUNIQ};
 

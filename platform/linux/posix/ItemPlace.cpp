@@ -15,11 +15,12 @@ SystemResult<ItemPlace> findPlace(const std::string& path) {
     if (!path.starts_with('/') || name == "/" || name == "." || name == "..") {
         return Unexpected(Errno(EINVAL));
     }
-    auto folder = openAtPath(path::deletingLastComponent(path), O_PATH | O_DIRECTORY | O_CLOEXEC);
-    if (!folder) {
-        return Unexpected(folder.error());
+    auto directory =
+        openAtPath(path::deletingLastComponent(path), O_PATH | O_DIRECTORY | O_CLOEXEC);
+    if (!directory) {
+        return Unexpected(directory.error());
     }
-    return ItemPlace{*std::move(folder), std::move(name)};
+    return ItemPlace{*std::move(directory), std::move(name)};
 }
 
 } // namespace platform::native

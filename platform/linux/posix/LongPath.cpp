@@ -14,12 +14,12 @@ SystemResult<RestOfPath> walkTowards(const std::string& path) {
             break; // One name alone is too long, as the call itself will say.
         }
         const auto piece = path.substr(begin, end - begin);
-        auto folder =
-            opened(::openat(way.folder(), piece.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
-        if (!folder) {
-            return Unexpected(folder.error());
+        auto directory =
+            opened(::openat(way.directory(), piece.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+        if (!directory) {
+            return Unexpected(directory.error());
         }
-        way.start = *std::move(folder);
+        way.start = *std::move(directory);
         begin = path.find_first_not_of('/', end);
         if (begin == std::string::npos) {
             way.rest = ".";
@@ -31,8 +31,9 @@ SystemResult<RestOfPath> walkTowards(const std::string& path) {
 }
 
 SystemResult<FileDescriptor> openAtPath(const std::string& path, int flags) {
-    auto descriptor = atPath(
-        path, [flags](int folder, const char* rest) { return ::openat(folder, rest, flags); });
+    auto descriptor = atPath(path, [flags](int directory, const char* rest) {
+        return ::openat(directory, rest, flags);
+    });
     if (!descriptor) {
         return Unexpected(descriptor.error());
     }

@@ -14,7 +14,7 @@ namespace platform::native {
 namespace {
 
 /// A rename over an empty item that has just been made to claim the name: `flags` tells unlinkat()
-/// what it is. A folder takes the place of an empty one alone.
+/// what it is. A directory takes the place of an empty one alone.
 SystemResult<void> renameOntoClaim(int source, const std::string& name, int destination,
                                    const std::string& newName, int flags) {
     auto renamed = checked(::renameat(source, name.c_str(), destination, newName.c_str()));
@@ -24,8 +24,8 @@ SystemResult<void> renameOntoClaim(int source, const std::string& name, int dest
     return renamed;
 }
 
-SystemResult<void> renameFolder(int source, const std::string& name, int destination,
-                                const std::string& newName) {
+SystemResult<void> renameDirectory(int source, const std::string& name, int destination,
+                                   const std::string& newName) {
     constexpr mode_t privateMode = 0700;
     auto claimed = checked(::mkdirat(destination, newName.c_str(), privateMode));
     return claimed ? renameOntoClaim(source, name, destination, newName, AT_REMOVEDIR) : claimed;
@@ -73,7 +73,7 @@ SystemResult<void> renameWithoutReplacing(int source, const std::string& name, i
     if (::fstatat(source, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
         return Unexpected(Errno::last());
     }
-    return S_ISDIR(status.st_mode) ? renameFolder(source, name, destination, newName)
+    return S_ISDIR(status.st_mode) ? renameDirectory(source, name, destination, newName)
                                    : renameOther(source, name, destination, newName);
 }
 

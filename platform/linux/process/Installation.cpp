@@ -45,13 +45,13 @@ std::string ownLibrary() {
     return search.sharedObject;
 }
 
-std::string beside(const fs::path& file, const char* folder) {
-    return (file.parent_path() / folder).lexically_normal().string();
+std::string beside(const fs::path& file, const char* directory) {
+    return (file.parent_path() / directory).lexically_normal().string();
 }
 
 } // namespace
 
-std::string installationFolder() {
+std::string installationDirectory() {
     std::error_code error;
     if (const auto library = ownLibrary(); !library.empty()) {
         const auto file = fs::canonical(library, error);

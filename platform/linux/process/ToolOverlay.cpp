@@ -17,13 +17,13 @@ namespace {
 namespace fs = std::filesystem;
 
 std::string installedOverlay() {
-    const auto folder = installationFolder();
-    return folder.empty() ? folder : folder + "/tools";
+    const auto directory = installationDirectory();
+    return directory.empty() ? directory : directory + "/tools";
 }
 
 struct Overlay {
     std::mutex mutex;
-    std::string folder = installedOverlay();
+    std::string directory = installedOverlay();
 };
 
 /// Never destroyed: detached threads may still launch tools while the process ends.
@@ -60,7 +60,7 @@ std::string resolveTool(const std::string& path) {
     std::string standIn;
     {
         const std::lock_guard lock(overlay().mutex);
-        standIn = overlay().folder;
+        standIn = overlay().directory;
     }
     if (standIn.empty() || !leadsStraightDown(path)) {
         return path;
@@ -69,9 +69,9 @@ std::string resolveTool(const std::string& path) {
     return isProgram(standIn) ? standIn : path;
 }
 
-std::string setToolOverlay(std::string folder) {
+std::string setToolOverlay(std::string directory) {
     const std::lock_guard lock(overlay().mutex);
-    return std::exchange(overlay().folder, std::move(folder));
+    return std::exchange(overlay().directory, std::move(directory));
 }
 
 } // namespace platform::native

@@ -2,10 +2,11 @@
 
 #include <string>
 
-/// Stand-ins for system tools that the machine lacks, in a folder laid out by the tools' own paths:
+/// Stand-ins for system tools that the machine lacks, in a directory laid out by the tools' own
+/// paths:
 /// "<overlay>/bin/launchctl" stands in for "/bin/launchctl".
 ///
-/// The folder belongs to the installation, and nothing that a user or a parent process can set
+/// The directory belongs to the installation, and nothing that a user or a parent process can set
 /// leads elsewhere.
 namespace platform::native {
 
@@ -14,8 +15,8 @@ namespace platform::native {
 /// stand-in. Any thread may call it.
 std::string resolveTool(const std::string& path);
 
-/// Puts another overlay folder, an absolute path, in place of the installation's; the empty string
-/// stands for no overlay at all. Gives the former one. For tests. Any thread may call it.
-std::string setToolOverlay(std::string folder);
+/// Puts another overlay directory, an absolute path, in place of the installation's; the empty
+/// string stands for no overlay at all. Gives the former one. For tests. Any thread may call it.
+std::string setToolOverlay(std::string directory);
 
 } // namespace platform::native

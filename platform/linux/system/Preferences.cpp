@@ -3,8 +3,8 @@
 #include "platform/Console.h"
 #include "platform/Services.h"
 #include "platform/foundation/Path.h"
+#include "platform/linux/posix/Directories.h"
 #include "platform/linux/posix/Errors.h"
-#include "platform/linux/posix/Folders.h"
 #include "platform/linux/system/SearchPaths.h"
 
 #include <fcntl.h>
@@ -31,13 +31,13 @@ SystemResult<void> checkReplaceable(const std::string& path) {
 
 } // namespace
 
-std::string Preferences::folder() const {
-    return path::appending(folderInHome(account_.homeDirectory(), DirectoryKind::library),
+std::string Preferences::directory() const {
+    return path::appending(directoryInHome(account_.homeDirectory(), DirectoryKind::library),
                            "Preferences");
 }
 
 std::string Preferences::store() const {
-    return path::appending(folder(), domain_ + ".plist");
+    return path::appending(directory(), domain_ + ".plist");
 }
 
 Value Preferences::value(const std::string& key) {
@@ -49,9 +49,9 @@ void Preferences::setValue(const std::string& key, const Value& value) {
     if (this->value(key) == value) {
         return;
     }
-    auto ready = makeFolders(folder(), 0755);
+    auto ready = makeDirectories(directory(), 0755);
     // Where the volume has no locks, the threads of this process alone wait for one another.
-    const auto otherProcesses = lockedFolder(folder());
+    const auto otherProcesses = lockedDirectory(directory());
     ready = ready ? checkReplaceable(store()) : ready;
     const auto stored =
         ready ? write(key, value) : posixResult(ready, path::lastComponent(store()), "saved");

@@ -8,7 +8,7 @@
 
 namespace platform::native {
 
-/// Preferences in the property list "`domain`.plist" of the Preferences folder in the user's
+/// Preferences in the property list "`domain`.plist" of the Preferences directory in the user's
 /// Library, which is made when a preference is stored. The file is read at every use, so that what
 /// others store is seen; processes that store at once wait for one another. A store that is no
 /// property list counts as empty and is replaced; one that cannot be read is kept as it is.
@@ -23,7 +23,7 @@ public:
     void setValue(const std::string& key, const Value& value) override;
 
 private:
-    std::string folder() const;
+    std::string directory() const;
     std::string store() const;
     Result<void> write(const std::string& key, const Value& value);
 

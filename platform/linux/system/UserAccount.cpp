@@ -77,16 +77,16 @@ std::string UserAccount::loginName() {
 
 std::string UserAccount::temporaryDirectory() {
     struct stat status {};
-    const auto folder = absolutePathFromEnvironment("TMPDIR");
-    if (folder && ::stat(folder->c_str(), &status) == 0 && S_ISDIR(status.st_mode)) {
-        return *folder;
+    const auto directory = absolutePathFromEnvironment("TMPDIR");
+    if (directory && ::stat(directory->c_str(), &status) == 0 && S_ISDIR(status.st_mode)) {
+        return *directory;
     }
     return "/tmp";
 }
 
 std::optional<std::string> UserAccount::cacheDirectory() {
-    if (auto folder = absolutePathFromEnvironment("XDG_CACHE_HOME")) {
-        return folder;
+    if (auto directory = absolutePathFromEnvironment("XDG_CACHE_HOME")) {
+        return directory;
     }
     return path::appending(homeDirectory(), ".cache");
 }

@@ -11,17 +11,17 @@ class UserAccount : public platform::UserAccount {
 public:
     unsigned realUserId() override;
 
-    /// HOME when it is an absolute path, else the account's own folder; "/nonexistent" for an
+    /// HOME when it is an absolute path, else the account's own directory; "/nonexistent" for an
     /// account that the password database does not know.
     std::string homeDirectory() override;
 
     /// The name of the real user; the user id in digits for an unknown account.
     std::string loginName() override;
 
-    /// TMPDIR when it is the absolute path of a folder, else "/tmp".
+    /// TMPDIR when it is the absolute path of a directory, else "/tmp".
     std::string temporaryDirectory() override;
 
-    /// XDG_CACHE_HOME when it is an absolute path, else ".cache" in the home folder.
+    /// XDG_CACHE_HOME when it is an absolute path, else ".cache" in the home directory.
     std::optional<std::string> cacheDirectory() override;
 };
 

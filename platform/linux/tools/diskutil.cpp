@@ -1,6 +1,7 @@
 // diskutil info -plist MOUNTPOINT
 //
-// Describes the local volume that stands at a folder. What the machine does not tell is left out.
+// Describes the local volume that stands at a directory. What the machine does not tell is left
+// out.
 
 #include "platform/foundation/Path.h"
 #include "platform/foundation/Value.h"
@@ -29,13 +30,13 @@ namespace tool = platform::native::tool;
 using native::Volume;
 using platform::Value;
 
-/// The volume at a folder, which may be spelled in any way.
-Volume volumeAt(const std::string& folder) {
+/// The volume at a directory, which may be spelled in any way.
+Volume volumeAt(const std::string& directory) {
     std::error_code error;
-    const auto mountPoint = fs::canonical(folder, error).string();
+    const auto mountPoint = fs::canonical(directory, error).string();
     if (error) {
         throw tool::ToolError(native::failureSentence(
-            folder, "described", native::reason(native::Errno(error.value()))));
+            directory, "described", native::reason(native::Errno(error.value()))));
     }
     for (auto& volume : native::mountedLocalVolumes()) {
         if (volume.mountPoint == mountPoint) {
@@ -43,7 +44,7 @@ Volume volumeAt(const std::string& folder) {
         }
     }
     throw tool::ToolError(
-        native::failureSentence(folder, "described", "no local volume is mounted there"));
+        native::failureSentence(directory, "described", "no local volume is mounted there"));
 }
 
 // ---- The device --------------------------------------------------------------------------------
@@ -72,15 +73,15 @@ bool isSet(const fs::path& file) {
 }
 
 /// Where the kernel describes the block device that a volume is on; nothing when it is on none.
-std::optional<fs::path> deviceFolder(const Volume& volume) {
+std::optional<fs::path> deviceDirectory(const Volume& volume) {
     struct stat status {};
     const bool isNamed = ::stat(volume.source.c_str(), &status) == 0 && S_ISBLK(status.st_mode);
     const dev_t number = isNamed ? status.st_rdev : volume.device;
     std::error_code error;
-    auto folder = fs::canonical("/sys/dev/block/" + std::to_string(major(number)) + ":" +
-                                    std::to_string(minor(number)),
-                                error);
-    return error ? std::nullopt : std::optional(std::move(folder));
+    auto directory = fs::canonical("/sys/dev/block/" + std::to_string(major(number)) + ":" +
+                                       std::to_string(minor(number)),
+                                   error);
+    return error ? std::nullopt : std::optional(std::move(directory));
 }
 
 /// The device that a partition is a part of; any other is its own.
@@ -139,7 +140,7 @@ struct FreeProbe {
     void operator()(blkid_probe probe) const { blkid_free_probe(probe); }
 };
 
-/// A name as it was before the system made it fit for a folder: "\\x20" stands for a blank.
+/// A name as it was before the system made it fit for a directory: "\\x20" stands for a blank.
 std::string decoded(std::string_view name) {
     constexpr std::size_t escapeLength = 4;
     std::string result;
@@ -168,9 +169,9 @@ std::optional<std::string> tagOf(const fs::path& node, const char* tag) {
         blkid_probe_lookup_value(probe.get(), tag, &value, nullptr) == 0) {
         return value;
     }
-    const auto folder = "/dev/disk/by-" + platform::text::lowercased(tag);
+    const auto directory = "/dev/disk/by-" + platform::text::lowercased(tag);
     std::error_code error;
-    for (const auto& link : fs::directory_iterator(folder, error)) {
+    for (const auto& link : fs::directory_iterator(directory, error)) {
         if (fs::equivalent(link.path(), node, error)) {
             return decoded(link.path().filename().string());
         }
@@ -202,7 +203,7 @@ Value::Dictionary describeFileSystem(const Volume& volume) {
 
 Value describe(const Volume& volume) {
     auto result = describeFileSystem(volume);
-    if (const auto device = deviceFolder(volume)) {
+    if (const auto device = deviceDirectory(volume)) {
         result.merge(describeDevice(*device));
         const auto node = "/dev" / device->filename();
         if (const auto uuid = tagOf(node, "UUID")) {

@@ -5,7 +5,7 @@
 #include "platform/SystemInformation.h"
 #include "tests/support/FileSystemDoubles.h"
 #include "tests/support/PortDoubles.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/TemporaryDirectory.h"
 
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
@@ -202,21 +202,21 @@ TEST_F(ReportTest, ListsForAProgram) {
                                          {"size", 1234}}));
 }
 
-/// For a scope, the working folder is one that does not exist.
-class WithoutWorkingFolder {
+/// For a scope, the working directory is one that does not exist.
+class WithoutWorkingDirectory {
 public:
-    WithoutWorkingFolder() {
-        const TemporaryFolder folder;
-        std::filesystem::current_path(folder.path());
+    WithoutWorkingDirectory() {
+        const TemporaryDirectory directory;
+        std::filesystem::current_path(directory.path());
     }
-    ~WithoutWorkingFolder() {
+    ~WithoutWorkingDirectory() {
         std::error_code ignored;
         std::filesystem::current_path(former_, ignored);
     }
-    WithoutWorkingFolder(const WithoutWorkingFolder&) = delete;
-    WithoutWorkingFolder& operator=(const WithoutWorkingFolder&) = delete;
-    WithoutWorkingFolder(WithoutWorkingFolder&&) = delete;
-    WithoutWorkingFolder& operator=(WithoutWorkingFolder&&) = delete;
+    WithoutWorkingDirectory(const WithoutWorkingDirectory&) = delete;
+    WithoutWorkingDirectory& operator=(const WithoutWorkingDirectory&) = delete;
+    WithoutWorkingDirectory(WithoutWorkingDirectory&&) = delete;
+    WithoutWorkingDirectory& operator=(WithoutWorkingDirectory&&) = delete;
 
 private:
     const std::filesystem::path former_ = std::filesystem::current_path();
@@ -294,8 +294,8 @@ TEST_F(RunTest, SaysThatTheReportCannotBeWritten) {
     }
 }
 
-TEST_F(RunTest, SaysThatARelativeReportHasNoFolder) {
-    const WithoutWorkingFolder here;
+TEST_F(RunTest, SaysThatARelativeReportHasNoDirectory) {
+    const WithoutWorkingDirectory here;
     report = "report.json";
     try {
         run();
@@ -307,7 +307,7 @@ TEST_F(RunTest, SaysThatARelativeReportHasNoFolder) {
 }
 
 TEST_F(RunTest, ReplacesNothingThatIsNoFile) {
-    disk.folders["/r/report.json"] = std::vector<std::string>();
+    disk.directories["/r/report.json"] = std::vector<std::string>();
 
     EXPECT_THROW(run().prepare(), platform::Exception);
     EXPECT_TRUE(disk.written.empty());

@@ -25,13 +25,13 @@ std::set<std::string> planned(Kind kind) {
     std::set<std::string> all;
     for (const auto& items : *terms.plan) {
         for (const auto name : items.names) {
-            std::string folder(items.folder);
-            if (folder.starts_with('~')) {
-                folder.replace(0, 1, "/home/someone");
+            std::string directory(items.directory);
+            if (directory.starts_with('~')) {
+                directory.replace(0, 1, "/home/someone");
             }
             const auto item = std::string(items.prefix).append(name).append(items.suffix);
             if (items.kind == kind) {
-                all.insert(std::filesystem::path(folder) / item);
+                all.insert(std::filesystem::path(directory) / item);
             }
         }
     }

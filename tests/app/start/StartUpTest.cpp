@@ -7,7 +7,7 @@
 #include "platform/foundation/Exception.h"
 #include "platform/qt/InstanceLock.h"
 #include "tests/support/ScopedEnvironment.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/TemporaryDirectory.h"
 #include "tests/support/UserInterface.h"
 
 #include <gmock/gmock.h>
@@ -77,12 +77,12 @@ protected:
                     oneLineWith("no display: " + why));
     }
 
-    TemporaryFolder folder;
-    /// The process that ends cannot delete its own folder, so it has one inside this process's.
-    ScopedEnvironment folderOfChild{"TMPDIR", folder.path()};
+    TemporaryDirectory directory;
+    /// The process that ends cannot delete its own directory, so it has one inside this process's.
+    ScopedEnvironment directoryOfChild{"TMPDIR", directory.path()};
     NoVersion information;
     platform::ScopedService<platform::SystemInformation> informationScope{information};
-    ScopedEnvironment runtime{"XDG_RUNTIME_DIR", folder.path()};
+    ScopedEnvironment runtime{"XDG_RUNTIME_DIR", directory.path()};
     ScopedEnvironment platform_{"QT_QPA_PLATFORM", "offscreen"};
     ScopedEnvironment display{"DISPLAY", std::nullopt};
     ScopedEnvironment wayland{"WAYLAND_DISPLAY", std::nullopt};
@@ -170,16 +170,16 @@ TEST_F(StartUpDeathTest, NamesTheActionThatTheControllerMisses) {
 }
 
 TEST_F(StartUpDeathTest, NamesTheMainWindowWhenThatIsMissing) {
-    const auto file = folder.write("empty.ui", "<ui version=\"4.0\"><widget class=\"QWidget\" "
-                                               "name=\"Empty\"/></ui>");
+    const auto file = directory.write("empty.ui", "<ui version=\"4.0\"><widget class=\"QWidget\" "
+                                                  "name=\"Empty\"/></ui>");
     EXPECT_EXIT(start([](Interface&, PlanObserver&) { std::abort(); }, file), ExitedWithCode(1),
                 oneLineWith("windowMain"));
 }
 
 TEST_F(StartUpDeathTest, NamesTheInterfaceFileThatItCannotRead) {
-    EXPECT_EXIT(start([](Interface&, PlanObserver&) { std::abort(); }, folder / "missing.ui"),
+    EXPECT_EXIT(start([](Interface&, PlanObserver&) { std::abort(); }, directory / "missing.ui"),
                 ExitedWithCode(1), oneLineWith("missing.ui"));
-    const auto garbage = folder.write("garbage.ui", "<ui><widget");
+    const auto garbage = directory.write("garbage.ui", "<ui><widget");
     EXPECT_EXIT(start([](Interface&, PlanObserver&) { std::abort(); }, garbage), ExitedWithCode(1),
                 oneLineWith("garbage.ui"));
 }

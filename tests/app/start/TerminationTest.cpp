@@ -10,7 +10,7 @@
 #include "tests/support/PortDoubles.h"
 #include "tests/support/QueueGate.h"
 #include "tests/support/ScopedEnvironment.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/TemporaryDirectory.h"
 #include "tests/support/UserInterface.h"
 #include "util/log/QFLog.h"
 
@@ -34,7 +34,7 @@ class TerminationDeathTest : public ::testing::Test {
 protected:
     TerminationDeathTest() { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
 
-    /// The program of a user whose Library folder is `library`.
+    /// The program of a user whose Library directory is `library`.
     [[noreturn]] static void run(const std::string& library,
                                  const std::function<void()>& onceAwake) {
         platform::installServices();
@@ -84,15 +84,15 @@ protected:
     }
 
     [[noreturn]] void cancelProgramWithOperations(int count) {
-        run(folder.path(), [this, count] { cancelWithOperations(count); });
+        run(directory.path(), [this, count] { cancelWithOperations(count); });
     }
 
-    TemporaryFolder folder;
-    /// The process that ends cannot delete its own folder, so it has one inside this process's.
-    ScopedEnvironment folderOfChild{"TMPDIR", folder.path()};
+    TemporaryDirectory directory;
+    /// The process that ends cannot delete its own directory, so it has one inside this process's.
+    ScopedEnvironment directoryOfChild{"TMPDIR", directory.path()};
     // The program appends to a log named after its executable, and starts none.
-    const std::string log = folder.write("Logs/Quillfen/app_termination_tests.1.log");
-    ScopedEnvironment runtime{"XDG_RUNTIME_DIR", folder.path()};
+    const std::string log = directory.write("Logs/Quillfen/app_termination_tests.1.log");
+    ScopedEnvironment runtime{"XDG_RUNTIME_DIR", directory.path()};
     ScopedEnvironment platform_{"QT_QPA_PLATFORM", "offscreen"};
 };
 

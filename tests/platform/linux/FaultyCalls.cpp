@@ -147,14 +147,14 @@ QF_CALL(int, flock, (int a, int b), (a, b), -1)
 QF_CALL(dirent*, readdir, (DIR * a), (a), nullptr)
 QF_CALL(DIR*, fdopendir, (int a), (a), nullptr)
 
-int openat(int folder, const char* name, int flags, ...) {
+int openat(int directory, const char* name, int flags, ...) {
     static const auto real =
         reinterpret_cast<int (*)(int, const char*, int, mode_t)>(::dlsym(RTLD_NEXT, "openat"));
     std::va_list more;
     va_start(more, flags);
     const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(more, mode_t) : 0;
     va_end(more);
-    return fails("openat") ? -1 : real(folder, name, flags, mode);
+    return fails("openat") ? -1 : real(directory, name, flags, mode);
 }
 
 } // extern "C"

@@ -4,17 +4,17 @@
 #include <pwd.h>
 #include <unistd.h>
 
-TEST(StartUp, KeepsAHomeFolderThatIsUsable) {
+TEST(StartUp, KeepsAHomeDirectoryThatIsUsable) {
     EXPECT_EQ(runChild({"environment"}, {"HOME=/home/other", "XDG_DATA_HOME=/data"}).output,
               "/home/other\n/data\n");
 }
 
-TEST(StartUp, PutsTheAccountsHomeFolderInThePlaceOfAMissingOne) {
+TEST(StartUp, PutsTheAccountsHomeDirectoryInThePlaceOfAMissingOne) {
     EXPECT_EQ(runChild({"environment"}).output,
               std::string(::getpwuid(::getuid())->pw_dir) + "\nnone\n");
 }
 
-TEST(StartUp, PutsTheAccountsHomeFolderInThePlaceOfARelativeOneAndSaysSo) {
+TEST(StartUp, PutsTheAccountsHomeDirectoryInThePlaceOfARelativeOneAndSaysSo) {
     const std::string home = ::getpwuid(::getuid())->pw_dir;
 
     const auto output = runChild({"environment"}, {"HOME=here", "XDG_DATA_HOME=there"}).output;

@@ -1,6 +1,6 @@
 #include "platform/qt/InstanceLock.h"
 #include "tests/support/ScopedEnvironment.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
 
@@ -17,13 +17,14 @@ using platform::qt::InstanceLock;
 
 namespace {
 
-/// Where there is no runtime folder, other processes that run these tests use the same folder.
+/// Where there is no runtime directory, other processes that run these tests use the same
+/// directory.
 const std::string name = "qf-instance-lock-test-" + std::to_string(::getpid());
 
 class InstanceLockTest : public ::testing::Test {
 protected:
-    TemporaryFolder folder;
-    ScopedEnvironment runtime{"XDG_RUNTIME_DIR", folder.path()};
+    TemporaryDirectory directory;
+    ScopedEnvironment runtime{"XDG_RUNTIME_DIR", directory.path()};
 };
 
 TEST_F(InstanceLockTest, IsTakenByTheFirst) {
@@ -41,7 +42,7 @@ TEST_F(InstanceLockTest, IsFreeAgainWhenTheFirstHasEnded) {
 }
 
 TEST_F(InstanceLockTest, IsTakenThoughAFileWasLeftBehind) {
-    folder.write(name + ".lock", "4711");
+    directory.write(name + ".lock", "4711");
     EXPECT_FALSE(InstanceLock(name).isHeldByAnother());
 }
 
@@ -52,7 +53,7 @@ TEST_F(InstanceLockTest, LeavesAnotherApplicationAlone) {
 
 TEST_F(InstanceLockTest, IsNotHeldByChildren) {
     auto first = std::make_unique<InstanceLock>(name);
-    const auto fifo = folder / "fifo";
+    const auto fifo = directory / "fifo";
     ASSERT_EQ(::mkfifo(fifo.c_str(), S_IRUSR | S_IWUSR), 0);
     FILE* child = ::popen(("echo running; exec cat '" + fifo + "'").c_str(), "r");
     ASSERT_NE(child, nullptr);
@@ -65,45 +66,45 @@ TEST_F(InstanceLockTest, IsNotHeldByChildren) {
 
 TEST_F(InstanceLockTest, IsReadableByTheUserOnly) {
     const InstanceLock lock(name);
-    const auto status = fs::status(folder / (name + ".lock"));
+    const auto status = fs::status(directory / (name + ".lock"));
     EXPECT_EQ(status.permissions(), fs::perms::owner_read | fs::perms::owner_write);
 }
 
 TEST_F(InstanceLockTest, DoesNotFollowALink) {
-    fs::create_symlink(folder / "victim", folder / (name + ".lock"));
+    fs::create_symlink(directory / "victim", directory / (name + ".lock"));
     const InstanceLock first(name);
-    EXPECT_FALSE(fs::exists(folder / "victim"));
+    EXPECT_FALSE(fs::exists(directory / "victim"));
     EXPECT_FALSE(InstanceLock(name).isHeldByAnother());
 }
 
-/// Where the lock lies when the runtime folder is of no use.
+/// Where the lock lies when the runtime directory is of no use.
 std::string fallback() {
     return "/tmp/" + name + '-' + std::to_string(::geteuid()) + ".lock";
 }
 
-void expectFallback(const std::string& runtimeFolder) {
-    const ScopedEnvironment runtime("XDG_RUNTIME_DIR", runtimeFolder);
+void expectFallback(const std::string& runtimeDirectory) {
+    const ScopedEnvironment runtime("XDG_RUNTIME_DIR", runtimeDirectory);
     {
         const InstanceLock first(name);
-        EXPECT_TRUE(fs::exists(fallback())) << runtimeFolder;
-        EXPECT_TRUE(InstanceLock(name).isHeldByAnother()) << runtimeFolder;
+        EXPECT_TRUE(fs::exists(fallback())) << runtimeDirectory;
+        EXPECT_TRUE(InstanceLock(name).isHeldByAnother()) << runtimeDirectory;
     }
     fs::remove(fallback());
 }
 
-TEST_F(InstanceLockTest, LiesInTheTemporaryFolderWhenThereIsNoRuntimeFolder) {
+TEST_F(InstanceLockTest, LiesInTheTemporaryDirectoryWhenThereIsNoRuntimeDirectory) {
     expectFallback("");
     expectFallback("relative");
-    expectFallback(folder / "missing");
-    expectFallback(folder.write("file"));
+    expectFallback(directory / "missing");
+    expectFallback(directory.write("file"));
 }
 
-TEST_F(InstanceLockTest, LiesInTheTemporaryFolderWhenTheRuntimeFolderIsAnothers) {
+TEST_F(InstanceLockTest, LiesInTheTemporaryDirectoryWhenTheRuntimeDirectoryIsAnothers) {
     if (::geteuid() != 0) {
         expectFallback("/");
         return;
     }
-    const auto others = folder.makeFolder("others");
+    const auto others = directory.makeDirectory("others");
     ASSERT_EQ(::chown(others.c_str(), 65534, 65534), 0);
     expectFallback(others);
 }

@@ -1,7 +1,7 @@
 #include "platform/qt/Interface.h"
 
 #include "platform/foundation/Exception.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/TemporaryDirectory.h"
 #include "tests/support/UserInterface.h"
 
 #include <QCheckBox>
@@ -46,8 +46,8 @@ protected:
         return *windowTitled(title);
     }
 
-    TemporaryFolder folder;
-    Interface interface { QString::fromStdString(folder.write("test.ui", twoWindows)) };
+    TemporaryDirectory directory;
+    Interface interface { QString::fromStdString(directory.write("test.ui", twoWindows)) };
 };
 
 /// The exception that `operation` raises.
@@ -93,7 +93,7 @@ TEST_F(InterfaceTest, NamesTheFileThatIsMissing) {
 }
 
 TEST_F(InterfaceTest, NamesTheFileThatIsNoInterface) {
-    const auto file = folder.write("garbage.ui", "no markup at all");
+    const auto file = directory.write("garbage.ui", "no markup at all");
     const auto exception =
         exceptionOf([&] { const Interface garbage(QString::fromStdString(file)); });
     EXPECT_EQ(exception.name(), "QFInterfaceUnreadable");

@@ -178,9 +178,9 @@ TEST_F(MainMenuTest, CannotBeClosedWhileItRuns) {
 
 TEST_F(MainMenuTest, CarriesItsIconInEverySizeThatScreensNeed) {
     QIcon icon;
-    const QDir folder(":/icon");
-    for (const auto& file : folder.entryList()) {
-        icon.addFile(folder.filePath(file));
+    const QDir directory(":/icon");
+    for (const auto& file : directory.entryList()) {
+        icon.addFile(directory.filePath(file));
     }
     for (const int size : {16, 24, 32, 48, 64, 128, 192, 256}) {
         EXPECT_TRUE(icon.availableSizes().contains(QSize(size, size))) << size;

@@ -2,7 +2,7 @@
 
 #include "platform/foundation/Exception.h"
 #include "tests/platform/terminal/TerminalTest.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/TemporaryDirectory.h"
 
 #include <gmock/gmock.h>
 
@@ -52,14 +52,14 @@ TEST(InterfaceFile, HasTheWindowsWithTheirControlsInOrder) {
 }
 
 TEST(InterfaceFile, SaysWhyItCannotBeRead) {
-    const TemporaryFolder folder;
+    const TemporaryDirectory directory;
     for (const auto* content : {"", "<ui><widget", "<html/>", "words"}) {
-        const auto file = folder.write("file.ui", content);
+        const auto file = directory.write("file.ui", content);
         EXPECT_THAT(reasonOf([&] { (void)readInterfaceFile(file); }),
                     HasSubstr("QFInterfaceUnreadable: cannot load the interface file " + file))
             << content;
     }
-    EXPECT_THAT(reasonOf([&] { (void)readInterfaceFile(folder / "missing.ui"); }),
+    EXPECT_THAT(reasonOf([&] { (void)readInterfaceFile(directory / "missing.ui"); }),
                 HasSubstr("missing.ui: No such file"));
 }
 

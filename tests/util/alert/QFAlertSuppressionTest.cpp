@@ -2,7 +2,7 @@
 
 #include "platform/linux/plist/PropertyLists.h"
 #include "platform/linux/system/Preferences.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/TemporaryDirectory.h"
 #include "tests/support/UserInterface.h"
 #include "tests/util/alert/AlertTexts.h"
 
@@ -65,7 +65,7 @@ TEST_F(QFAlertSuppressionTest, StoresNothingWhenTheBoxIsLeftAlone) {
 }
 
 TEST_F(QFAlertSuppressionTest, StoresTheTickInTheUsersPreferencesOnDisk) {
-    const TemporaryFolder home;
+    const TemporaryDirectory home;
     FakeAccount account;
     account.home = home.path();
     platform::native::PropertyLists propertyLists;

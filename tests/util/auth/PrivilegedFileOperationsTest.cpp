@@ -155,18 +155,18 @@ TEST_F(PrivilegedFileOperations, RemoveDoesNotLookWhetherTheItemExists) {
     EXPECT_EQ(services.tools(), Lines{"/bin/rm -Rdf /missing"});
 }
 
-TEST_F(PrivilegedFileOperations, RemoveRefusesASystemFolder) {
+TEST_F(PrivilegedFileOperations, RemoveRefusesASystemDirectory) {
     expectRefused(controller().authRemoveFile("/usr"),
                   "Unable to delete path /usr because it is a system directory.");
 }
 
-TEST_F(PrivilegedFileOperations, RemoveRefusesASystemFolderToTheSuperuserToo) {
+TEST_F(PrivilegedFileOperations, RemoveRefusesASystemDirectoryToTheSuperuserToo) {
     becomeSuperuser();
     expectRefused(controller().authRemoveFile("/"),
                   "Unable to delete path / because it is a system directory.");
 }
 
-TEST_F(PrivilegedFileOperations, OnlyTheProtectedFoldersThemselvesAreRefused) {
+TEST_F(PrivilegedFileOperations, OnlyTheProtectedDirectoriesThemselvesAreRefused) {
     EXPECT_TRUE(controller().authRemoveFile("/usr/share/tool"));
 }
 
@@ -314,7 +314,7 @@ TEST_F(PrivilegedFileOperations, DeletionOnTheRootAccountIsNotForOrdinaryUsersOr
     EXPECT_EQ(launcher.runs, Lines{"/bin/mv -f /Library/Tool.app /home/someone/.Trash/Tool.app"});
 }
 
-TEST_F(PrivilegedFileOperations, TrashRefusesASystemFolder) {
+TEST_F(PrivilegedFileOperations, TrashRefusesASystemDirectory) {
     expectRefused(controller().authTrashFile("/Applications"),
                   "Unable to trash path /Applications because it is a system directory.");
 }
@@ -325,8 +325,8 @@ TEST_F(PrivilegedFileOperations, TrashFailsSilentlyWhenTheItemIsMissing) {
     EXPECT_EQ(console.systemLogLines(), Lines{});
 }
 
-TEST_F(PrivilegedFileOperations, TrashFolderContentsTrashesEveryEntryAndKeepsTheFolder) {
-    fileSystem.folders["/Library/Quillfen"] = {{"b", ".hidden"}};
+TEST_F(PrivilegedFileOperations, TrashDirectoryContentsTrashesEveryEntryAndKeepsTheDirectory) {
+    fileSystem.directories["/Library/Quillfen"] = {{"b", ".hidden"}};
     fileSystem.files = {"/Library/Quillfen/b", "/Library/Quillfen/.hidden"};
     EXPECT_TRUE(controller().authTrashFolderContents("/Library/Quillfen"));
     EXPECT_EQ(services.tools(),
@@ -334,87 +334,87 @@ TEST_F(PrivilegedFileOperations, TrashFolderContentsTrashesEveryEntryAndKeepsThe
                      "/bin/mv -f /Library/Quillfen/.hidden /home/someone/.Trash/.hidden"}));
 }
 
-TEST_F(PrivilegedFileOperations, TrashFolderContentsGoesOnAfterAFailure) {
-    fileSystem.folders["/Library/Quillfen"] = {{"a", "b"}};
+TEST_F(PrivilegedFileOperations, TrashDirectoryContentsGoesOnAfterAFailure) {
+    fileSystem.directories["/Library/Quillfen"] = {{"a", "b"}};
     fileSystem.files = {"/Library/Quillfen/a", "/Library/Quillfen/b"};
     services.nextExecuteStatuses = {platform::errAuthorizationToolExecuteFailure};
     EXPECT_FALSE(controller().authTrashFolderContents("/Library/Quillfen"));
     EXPECT_EQ(services.tools().size(), 2U);
 }
 
-TEST_F(PrivilegedFileOperations, TrashFolderContentsOfAnEmptyOrUnreadableFolderRunsNothing) {
-    fileSystem.folders["/empty"] = Lines{};
-    fileSystem.folders["/unreadable"] = std::nullopt;
+TEST_F(PrivilegedFileOperations, TrashDirectoryContentsOfAnEmptyOrUnreadableDirectoryRunsNothing) {
+    fileSystem.directories["/empty"] = Lines{};
+    fileSystem.directories["/unreadable"] = std::nullopt;
     EXPECT_TRUE(controller().authTrashFolderContents("/empty"));
     EXPECT_TRUE(controller().authTrashFolderContents("/unreadable"));
     EXPECT_TRUE(controller().authTrashFolderContents("/missing"));
     EXPECT_EQ(services.calls, Calls{});
 }
 
-TEST_F(PrivilegedFileOperations, TrashFolderContentsRefusesASystemFolder) {
-    fileSystem.folders["/Library"] = {{"a"}};
+TEST_F(PrivilegedFileOperations, TrashDirectoryContentsRefusesASystemDirectory) {
+    fileSystem.directories["/Library"] = {{"a"}};
     expectRefused(
         controller().authTrashFolderContents("/Library"),
         "Unable to trash folder contents of path /Library because it is a system directory.");
 }
 
-TEST_F(PrivilegedFileOperations, OnTheRootAccountTrashFolderContentsDeletesTheEntries) {
+TEST_F(PrivilegedFileOperations, OnTheRootAccountTrashDirectoryContentsDeletesTheEntries) {
     becomeSuperuser();
-    fileSystem.folders["/Library/Quillfen"] = {{"a", "b"}};
+    fileSystem.directories["/Library/Quillfen"] = {{"a", "b"}};
     EXPECT_TRUE(
         controller().authTrashFolderContents("/Library/Quillfen", DeleteOnRootAccount::yes));
     EXPECT_EQ(launcher.runs,
               (Lines{"/bin/rm -R -f /Library/Quillfen/a", "/bin/rm -R -f /Library/Quillfen/b"}));
 }
 
-TEST_F(PrivilegedFileOperations, OnTheRootAccountTrashFolderContentsTrashesUnlessToldToDelete) {
+TEST_F(PrivilegedFileOperations, OnTheRootAccountTrashDirectoryContentsTrashesUnlessToldToDelete) {
     becomeSuperuser();
     account.home = "/root";
-    fileSystem.folders["/Library/Quillfen"] = {{"a"}};
+    fileSystem.directories["/Library/Quillfen"] = {{"a"}};
     fileSystem.files = {"/Library/Quillfen/a"};
     EXPECT_TRUE(controller().authTrashFolderContents("/Library/Quillfen"));
     EXPECT_EQ(launcher.runs, Lines{"/bin/mv -f /Library/Quillfen/a /root/.Trash/a"});
 }
 
-TEST_F(PrivilegedFileOperations, TrashFolderContentsNeverDeletesForAKnownUser) {
+TEST_F(PrivilegedFileOperations, TrashDirectoryContentsNeverDeletesForAKnownUser) {
     becomeSuperuserOfSomeonesProcess();
-    fileSystem.folders["/Library/Quillfen"] = {{"a"}};
+    fileSystem.directories["/Library/Quillfen"] = {{"a"}};
     fileSystem.files = {"/Library/Quillfen/a"};
     EXPECT_TRUE(
         controller().authTrashFolderContents("/Library/Quillfen", DeleteOnRootAccount::yes));
     EXPECT_EQ(launcher.runs, Lines{"/bin/mv -f /Library/Quillfen/a /home/someone/.Trash/a"});
 }
 
-TEST_F(PrivilegedFileOperations, TrashFolderContentsNeverDeletesForAnOrdinaryUser) {
-    fileSystem.folders["/Library/Quillfen"] = {{"a"}};
+TEST_F(PrivilegedFileOperations, TrashDirectoryContentsNeverDeletesForAnOrdinaryUser) {
+    fileSystem.directories["/Library/Quillfen"] = {{"a"}};
     fileSystem.files = {"/Library/Quillfen/a"};
     EXPECT_TRUE(
         controller().authTrashFolderContents("/Library/Quillfen", DeleteOnRootAccount::yes));
     EXPECT_EQ(services.tools(), Lines{"/bin/mv -f /Library/Quillfen/a /home/someone/.Trash/a"});
 }
 
-TEST_F(PrivilegedFileOperations, MoveFolderContentsMovesEveryEntry) {
-    fileSystem.folders["/from"] = {{"a", "b"}};
+TEST_F(PrivilegedFileOperations, MoveDirectoryContentsMovesEveryEntry) {
+    fileSystem.directories["/from"] = {{"a", "b"}};
     fileSystem.files = {"/from/a", "/from/b"};
     EXPECT_TRUE(controller().authMoveFolderContents("/from", "/to"));
     EXPECT_EQ(services.tools(), (Lines{"/bin/mv -f /from/a /to/a", "/bin/mv -f /from/b /to/b"}));
 }
 
-TEST_F(PrivilegedFileOperations, MoveFolderContentsGoesOnAfterAFailure) {
-    fileSystem.folders["/from"] = {{"missing", "b"}};
+TEST_F(PrivilegedFileOperations, MoveDirectoryContentsGoesOnAfterAFailure) {
+    fileSystem.directories["/from"] = {{"missing", "b"}};
     fileSystem.files = {"/from/b"};
     EXPECT_FALSE(controller().authMoveFolderContents("/from", "/to"));
     EXPECT_EQ(services.tools(), Lines{"/bin/mv -f /from/b /to/b"});
 }
 
-TEST_F(PrivilegedFileOperations, MoveFolderContentsOfAnEmptyOrUnreadableFolderRunsNothing) {
-    fileSystem.folders["/empty"] = Lines{};
+TEST_F(PrivilegedFileOperations, MoveDirectoryContentsOfAnEmptyOrUnreadableDirectoryRunsNothing) {
+    fileSystem.directories["/empty"] = Lines{};
     EXPECT_TRUE(controller().authMoveFolderContents("/empty", "/to"));
     EXPECT_TRUE(controller().authMoveFolderContents("/missing", "/to"));
     EXPECT_EQ(services.calls, Calls{});
 }
 
-TEST_F(PrivilegedFileOperations, MoveFolderContentsRefusesASystemFolder) {
+TEST_F(PrivilegedFileOperations, MoveDirectoryContentsRefusesASystemDirectory) {
     expectRefused(controller().authMoveFolderContents("/bin", "/to"),
                   "Unable to move contents of path /bin because it is a system directory.");
 }
@@ -435,8 +435,8 @@ TEST_F(PrivilegedFileOperations, MoveToNothingIsLoggedBeforeTheOldPathIsLookedAt
                   "Error in authMoveFile: new path is null");
 }
 
-TEST_F(PrivilegedFileOperations, MoveRefusesASystemFolder) {
-    fileSystem.folders["/var"] = Lines{};
+TEST_F(PrivilegedFileOperations, MoveRefusesASystemDirectory) {
+    fileSystem.directories["/var"] = Lines{};
     expectRefused(controller().authMoveFile("/var", "/new"),
                   "Unable to move path /var because it is a system directory.");
 }
@@ -470,8 +470,8 @@ TEST_F(PrivilegedFileOperations, CopyCopiesTheItemWithItsAttributes) {
     EXPECT_EQ(services.calls[2].arguments, (Lines{"-f", "-p", "-R", "/old", "/new"}));
 }
 
-TEST_F(PrivilegedFileOperations, CopyAcceptsASystemFolder) {
-    fileSystem.folders["/usr"] = Lines{};
+TEST_F(PrivilegedFileOperations, CopyAcceptsASystemDirectory) {
+    fileSystem.directories["/usr"] = Lines{};
     EXPECT_TRUE(controller().authCopyFile("/usr", "/new"));
     EXPECT_EQ(console.systemLogLines(), Lines{});
 }
@@ -499,13 +499,13 @@ TEST_F(PrivilegedFileOperations, TheSuperusersCopyIsDoneWhenItIsStarted) {
     EXPECT_EQ(launcher.runs, Lines{"/bin/cp -f -p -R /old /new"});
 }
 
-TEST_F(PrivilegedFileOperations, CreateDirMakesTheFolderAndAllThatLeadToIt) {
+TEST_F(PrivilegedFileOperations, CreateDirMakesTheDirectoryAndAllThatLeadToIt) {
     EXPECT_TRUE(controller().authCreateDir("/Library/a/b"));
     EXPECT_EQ(services.tools(), Lines{"/bin/mkdir -p /Library/a/b"});
 }
 
-TEST_F(PrivilegedFileOperations, CreateDirDoesNotLookWhetherTheFolderExists) {
-    fileSystem.folders["/usr"] = Lines{};
+TEST_F(PrivilegedFileOperations, CreateDirDoesNotLookWhetherTheDirectoryExists) {
+    fileSystem.directories["/usr"] = Lines{};
     EXPECT_TRUE(controller().authCreateDir("/usr"));
     EXPECT_EQ(services.tools(), Lines{"/bin/mkdir -p /usr"});
 }

@@ -5,7 +5,7 @@ namespace {
 class Archives : public FileManagerTest {
 protected:
     Archives() {
-        fileSystem.folders = {{"/source", Lines{}}};
+        fileSystem.directories = {{"/source", Lines{}}};
         fileSystem.files = {"/a.zip"};
     }
 
@@ -64,22 +64,22 @@ TEST_F(Archives, UnpackingRunsTheTool) {
     EXPECT_EQ(loggedLines(), Lines{});
 }
 
-TEST_F(Archives, UnpackingRecyclesAFormerFolderFirst) {
-    fileSystem.folders["/folder"] = Lines{"file"};
+TEST_F(Archives, UnpackingRecyclesAFormerDirectoryFirst) {
+    fileSystem.directories["/folder"] = Lines{"file"};
     launcher.effect = [this] { EXPECT_EQ(workspace.recycled, trashed("folder")); };
     EXPECT_TRUE(QFFileManager::decompressFile("/a.zip", "/folder"));
     EXPECT_EQ(launcher.runs.size(), 2U);
     EXPECT_EQ(fileSystem.changes, Lines{}); // nothing is unlocked
 }
 
-TEST_F(Archives, UnpackingAsksForNoRightWhenTheFolderCannotBeRecycled) {
-    fileSystem.folders["/folder"] = Lines{"file"};
+TEST_F(Archives, UnpackingAsksForNoRightWhenTheDirectoryCannotBeRecycled) {
+    fileSystem.directories["/folder"] = Lines{"file"};
     workspace.errors["//folder"] = {.localizedDescription = "It is not yours."};
     EXPECT_TRUE(QFFileManager::decompressFile("/a.zip", "/folder"));
     EXPECT_EQ(services.calls.size(), 0U);
     EXPECT_EQ(launcher.runs.size(), 2U);
 }
 
-TEST_F(Archives, UnpackingFailsWithoutAFolderAfterwards) {
+TEST_F(Archives, UnpackingFailsWithoutADirectoryAfterwards) {
     EXPECT_FALSE(QFFileManager::decompressFile("/missing.zip", "/folder"));
 }

@@ -67,7 +67,8 @@ protected:
     Attributes() {
         fileSystem.files = {"/file", "/theirs"};
         fileSystem.readOnly = {"/theirs"};
-        fileSystem.folders = {{"/folder", Lines{"a", "sub", ".b"}}, {"/folder/sub", Lines{"c"}}};
+        fileSystem.directories = {{"/folder", Lines{"a", "sub", ".b"}},
+                                  {"/folder/sub", Lines{"c"}}};
     }
 
     DescribedAttributes attributes;
@@ -97,7 +98,7 @@ TEST_F(Attributes, AFailedLockingIsLoggedAsAnUnlockingToo) {
     EXPECT_EQ(loggedLines(), (Lines{line, line}));
 }
 
-TEST_F(Attributes, LockingAFolderLocksWhatLiesInsideAndNoFolder) {
+TEST_F(Attributes, LockingADirectoryLocksWhatLiesInsideAndNoDirectory) {
     fileSystem.files.insert({"/folder/a", "/folder/.b", "/folder/sub/c"});
     QFFileManager::lockFolder("/folder");
     QFFileManager::unlockFolder("/folder");
@@ -108,9 +109,9 @@ TEST_F(Attributes, LockingAFolderLocksWhatLiesInsideAndNoFolder) {
 }
 
 TEST_F(Attributes, LockingNothingsContentsDoesNothing) {
-    for (const auto* folder : {"/missing", "/file", ""}) {
-        QFFileManager::lockFolder(folder);
-        QFFileManager::unlockFolder(folder);
+    for (const auto* directory : {"/missing", "/file", ""}) {
+        QFFileManager::lockFolder(directory);
+        QFFileManager::unlockFolder(directory);
     }
     EXPECT_EQ(fileSystem.changes, Lines{});
     EXPECT_EQ(loggedLines(), Lines{});

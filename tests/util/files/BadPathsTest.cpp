@@ -28,23 +28,23 @@ private:
 class BadPaths : public OnDiskTest {
 protected:
     BadPaths() {
-        fs::create_symlink("loop", folder / "loop");
-        folder.write("file", "content");
+        fs::create_symlink("loop", directory / "loop");
+        directory.write("file", "content");
         refuseTheRight();
     }
 
     Lines badPaths() const {
         return {
-            folder / "missing",
-            folder / "missing/below",
+            directory / "missing",
+            directory / "missing/below",
             "",
             "a relative path at which nothing is",
             std::string(5000, 'x'),
             "/" + std::string(5000, 'x'),
-            folder.path() + "/" + std::string(256, 'x'),
-            folder / "loop",
-            folder / "loop/below",
-            folder / "file/below",
+            directory.path() + "/" + std::string(256, 'x'),
+            directory / "loop",
+            directory / "loop/below",
+            directory / "file/below",
         };
     }
 
@@ -65,7 +65,7 @@ TEST_F(BadPaths, NothingIsAtThem) {
         EXPECT_FALSE(QFFileManager::isFileLocked(path));
         EXPECT_FALSE(QFFileManager::fileIsOpenForWriting(path));
         EXPECT_EQ(QFFileManager::uniqueFilename(path), path);
-        if (path != folder / "loop") {
+        if (path != directory / "loop") {
             EXPECT_FALSE(QFFileManager::isSymbolicLinkAtPath(path));
             EXPECT_EQ(QFFileManager::modificationDateForFile(path), std::nullopt);
             EXPECT_EQ(QFFileManager::creationDateForFile(path), std::nullopt);
@@ -75,8 +75,8 @@ TEST_F(BadPaths, NothingIsAtThem) {
 }
 
 TEST_F(BadPaths, ALoopOfLinksIsALink) {
-    EXPECT_TRUE(QFFileManager::isSymbolicLinkAtPath(folder / "loop"));
-    EXPECT_EQ(QFFileManager::fileSize(folder / "loop"), 4U);
+    EXPECT_TRUE(QFFileManager::isSymbolicLinkAtPath(directory / "loop"));
+    EXPECT_EQ(QFFileManager::fileSize(directory / "loop"), 4U);
 }
 
 TEST_F(BadPaths, RemovingAndTrashingThemIsDone) {
@@ -95,43 +95,43 @@ TEST_F(BadPaths, RemovingAndTrashingThemIsDone) {
     EXPECT_EQ(workspace.recycled.size(), 0U);
     EXPECT_EQ(services.calls.size(), 0U);
     EXPECT_EQ(pauses.rests, Rests{});
-    EXPECT_TRUE(fs::is_symlink(folder / "loop"));
+    EXPECT_TRUE(fs::is_symlink(directory / "loop"));
 }
 
 TEST_F(BadPaths, NothingIsMovedOrCopiedFromThem) {
     for (const auto& path : badPaths()) {
-        if (path == folder / "loop") {
+        if (path == directory / "loop") {
             continue; // a link, which can be moved and copied
         }
         SCOPED_TRACE(path);
-        EXPECT_FALSE(QFFileManager::moveFile(path, folder / "new"));
-        EXPECT_FALSE(QFFileManager::moveFile(path, folder / "new", 5));
-        EXPECT_FALSE(QFFileManager::copyFile(path, folder / "new"));
-        EXPECT_FALSE(QFFileManager::copyFile(path, folder / "new", 5));
-        EXPECT_TRUE(QFFileManager::copyContentsOfDirectory(path, folder.path(), 5));
+        EXPECT_FALSE(QFFileManager::moveFile(path, directory / "new"));
+        EXPECT_FALSE(QFFileManager::moveFile(path, directory / "new", 5));
+        EXPECT_FALSE(QFFileManager::copyFile(path, directory / "new"));
+        EXPECT_FALSE(QFFileManager::copyFile(path, directory / "new", 5));
+        EXPECT_TRUE(QFFileManager::copyContentsOfDirectory(path, directory.path(), 5));
     }
-    EXPECT_FALSE(fs::exists(folder / "new"));
+    EXPECT_FALSE(fs::exists(directory / "new"));
     EXPECT_EQ(services.calls.size(), 0U);
 }
 
 TEST_F(BadPaths, NothingIsMovedOrCopiedToThem) {
     for (const auto& path : badPaths()) {
-        if (path == folder / "missing" || path.starts_with("a relative")) {
+        if (path == directory / "missing" || path.starts_with("a relative")) {
             continue; // where something can be put
         }
         SCOPED_TRACE(path);
-        EXPECT_FALSE(QFFileManager::moveFile(folder / "file", path, ShouldAuth::no));
-        EXPECT_FALSE(QFFileManager::copyFile(folder / "file", path, ShouldAuth::no));
-        EXPECT_FALSE(QFFileManager::compressFile(folder / "file", path));
-        EXPECT_FALSE(QFFileManager::decompressFile(folder / "file", path));
-        EXPECT_EQ(contentOf(folder / "file"), "content");
+        EXPECT_FALSE(QFFileManager::moveFile(directory / "file", path, ShouldAuth::no));
+        EXPECT_FALSE(QFFileManager::copyFile(directory / "file", path, ShouldAuth::no));
+        EXPECT_FALSE(QFFileManager::compressFile(directory / "file", path));
+        EXPECT_FALSE(QFFileManager::decompressFile(directory / "file", path));
+        EXPECT_EQ(contentOf(directory / "file"), "content");
     }
 }
 
-TEST_F(BadPaths, NoFolderAndNoFileIsMadeAtThem) {
-    account.temporary = folder.makeFolder("temporary");
+TEST_F(BadPaths, NoDirectoryAndNoFileIsMadeAtThem) {
+    account.temporary = directory.makeDirectory("temporary");
     for (const auto& path : badPaths()) {
-        if (path.starts_with(folder / "missing") || path.starts_with("a relative")) {
+        if (path.starts_with(directory / "missing") || path.starts_with("a relative")) {
             continue; // where one can be made
         }
         SCOPED_TRACE(path);
@@ -173,7 +173,8 @@ TEST_F(BadPaths, NoWildcardLeadsThroughThem) {
     for (const auto& path : badPaths()) {
         SCOPED_TRACE(path);
         EXPECT_EQ(QFFileManager::filesMatchingWildcardPath("*", path), Lines{});
-        EXPECT_EQ(QFFileManager::filesMatchingWildcardPath(path + "/*/x", folder.path()), Lines{});
+        EXPECT_EQ(QFFileManager::filesMatchingWildcardPath(path + "/*/x", directory.path()),
+                  Lines{});
     }
 }
 
@@ -186,42 +187,42 @@ TEST_F(BadPaths, AWaitForThemPausesOnce) {
     }
 }
 
-TEST_F(BadPaths, NoFileIsMovedToWhereAFolderIs) {
-    const auto sub = folder.makeFolder("sub");
-    EXPECT_FALSE(QFFileManager::moveFile(folder / "file", sub, ShouldAuth::no));
+TEST_F(BadPaths, NoFileIsMovedToWhereADirectoryIs) {
+    const auto sub = directory.makeDirectory("sub");
+    EXPECT_FALSE(QFFileManager::moveFile(directory / "file", sub, ShouldAuth::no));
     EXPECT_TRUE(fs::is_empty(sub));
-    EXPECT_EQ(contentOf(folder / "file"), "content");
+    EXPECT_EQ(contentOf(directory / "file"), "content");
 }
 
-TEST_F(BadPaths, NoFolderIsMadeWhereAFileIs) {
-    EXPECT_FALSE(QFFileManager::createDirectory(folder / "file", ShouldAuth::no));
-    EXPECT_EQ(contentOf(folder / "file"), "content");
+TEST_F(BadPaths, NoDirectoryIsMadeWhereAFileIs) {
+    EXPECT_FALSE(QFFileManager::createDirectory(directory / "file", ShouldAuth::no));
+    EXPECT_EQ(contentOf(directory / "file"), "content");
 }
 
-TEST_F(BadPaths, AFolderWithoutFilesHasNoSize) {
-    EXPECT_EQ(QFFileManager::fileSize(folder.makeFolder("sub")), 0U);
+TEST_F(BadPaths, ADirectoryWithoutFilesHasNoSize) {
+    EXPECT_EQ(QFFileManager::fileSize(directory.makeDirectory("sub")), 0U);
 }
 
-TEST_F(BadPaths, AFileIsAFolderWithNothingInIt) {
-    EXPECT_TRUE(QFFileManager::isFolderEmpty(folder / "file"));
+TEST_F(BadPaths, AFileIsADirectoryWithNothingInIt) {
+    EXPECT_TRUE(QFFileManager::isFolderEmpty(directory / "file"));
 }
 
 TEST_F(BadPaths, WhatTheUserMayNotChangeStaysAndIsLogged) {
     if (::geteuid() != 0) {
         GTEST_SKIP() << "only the superuser can make what the user may not change";
     }
-    const auto theirs = folder.write("theirs/file", "content");
-    const auto closed = folder.makeFolder("closed");
-    folder.write("closed/file", "content");
-    ASSERT_EQ(::chmod(folder.path().c_str(), 0755), 0);
+    const auto theirs = directory.write("theirs/file", "content");
+    const auto closed = directory.makeDirectory("closed");
+    directory.write("closed/file", "content");
+    ASSERT_EQ(::chmod(directory.path().c_str(), 0755), 0);
     ASSERT_EQ(::chmod(closed.c_str(), 0700), 0);
     loggedLines();
 
     const OrdinaryUser user;
     EXPECT_FALSE(QFFileManager::removeFile(theirs, ShouldAuth::no));
-    EXPECT_FALSE(QFFileManager::moveFile(theirs, folder / "new", ShouldAuth::no));
-    EXPECT_FALSE(QFFileManager::copyFile(theirs, folder / "new", ShouldAuth::no));
-    EXPECT_FALSE(QFFileManager::createDirectory(folder / "new", ShouldAuth::no));
+    EXPECT_FALSE(QFFileManager::moveFile(theirs, directory / "new", ShouldAuth::no));
+    EXPECT_FALSE(QFFileManager::copyFile(theirs, directory / "new", ShouldAuth::no));
+    EXPECT_FALSE(QFFileManager::createDirectory(directory / "new", ShouldAuth::no));
     QFFileManager::setPosixPermissions(0777, theirs);
     EXPECT_EQ(loggedLines().size(), 5U);
     EXPECT_FALSE(QFFileManager::setModificationDate(pauses.now(), theirs));

@@ -5,7 +5,7 @@
 #include "tests/support/Bytes.h"
 #include "tests/support/DescribedMachine.h"
 #include "tests/support/FileStreamDoubles.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/TemporaryDirectory.h"
 #include "tests/util/files/CopyObserver.h"
 #include "tests/util/files/NoMemory.h"
 
@@ -77,7 +77,7 @@ private:
 
 class ChecksumsOnDisk : public Checksums {
 protected:
-    TemporaryFolder folder;
+    TemporaryDirectory directory;
 
 private:
     platform::native::FileStreams onDisk_;
@@ -267,7 +267,7 @@ TEST_F(Checksums, ANameThatLooksLikeAFormatIsNone) {
 }
 
 TEST_F(ChecksumsOnDisk, TheDigestOfAFileIsThatOfItsContent) {
-    const auto path = folder.write("file", std::string(1'000'000, 'a'));
+    const auto path = directory.write("file", std::string(1'000'000, 'a'));
     EXPECT_EQ(QFFileManager::md5HashForFile(path), "7707d6ae4e027c70eea2a935c2296f21");
     EXPECT_EQ(QFFileManager::sha1HashForFile(path), "34aa973cd4c4daa4f61eeb2bdbad27316534016f");
     EXPECT_EQ(QFFileManager::sha512HashForFile(path),
@@ -275,13 +275,13 @@ TEST_F(ChecksumsOnDisk, TheDigestOfAFileIsThatOfItsContent) {
               "de0ff244877ea60a4cb0432ce577c31beb009c5c2c49aa2e4eadb217ad8cc09b");
 }
 
-TEST_F(ChecksumsOnDisk, AFolderCannotBeRead) {
-    EXPECT_EQ(QFFileManager::md5HashForFile(folder.path()), std::nullopt);
-    EXPECT_EQ(loggedLines(), Lines{"Error reading file " + folder.path() + " - aborting..."});
+TEST_F(ChecksumsOnDisk, ADirectoryCannotBeRead) {
+    EXPECT_EQ(QFFileManager::md5HashForFile(directory.path()), std::nullopt);
+    EXPECT_EQ(loggedLines(), Lines{"Error reading file " + directory.path() + " - aborting..."});
 }
 
 TEST_F(ChecksumsOnDisk, APipeIsReadToItsEnd) {
-    const auto pipe = folder / "pipe";
+    const auto pipe = directory / "pipe";
     ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
     const auto writer = std::async(std::launch::async, [&pipe] { std::ofstream(pipe) << "abc"; });
     EXPECT_EQ(QFFileManager::md5HashForFile(pipe), "900150983cd24fb0d6963f7d28e17f72");

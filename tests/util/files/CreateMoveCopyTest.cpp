@@ -11,7 +11,7 @@ class CreateMoveCopy : public FileManagerTest {
 protected:
     CreateMoveCopy() {
         fileSystem.files = {"/a/item"};
-        fileSystem.folders = {{"/a", Lines{"item"}}, {"/b", Lines{}}};
+        fileSystem.directories = {{"/a", Lines{"item"}}, {"/b", Lines{}}};
     }
 
     void fail(const std::string& change) {
@@ -41,15 +41,15 @@ private:
 
 } // namespace
 
-// Make folders.
+// Make directories.
 
-TEST_F(CreateMoveCopy, CreateMakesAFolder) {
+TEST_F(CreateMoveCopy, CreateMakesADirectory) {
     EXPECT_TRUE(QFFileManager::createDirectory("/b/new/folder"));
     EXPECT_EQ(fileSystem.changes, Lines{"create /b/new/folder"});
     EXPECT_EQ(loggedLines(), Lines{});
 }
 
-TEST_F(CreateMoveCopy, CreateOfAFolderThatExistsSucceedsSilently) {
+TEST_F(CreateMoveCopy, CreateOfADirectoryThatExistsSucceedsSilently) {
     EXPECT_TRUE(QFFileManager::createDirectory("/b"));
     EXPECT_EQ(loggedLines(), Lines{});
     EXPECT_EQ(services.calls.size(), 0U);
@@ -88,11 +88,11 @@ TEST_F(CreateMoveCopy, TimedCreateOfWhatIsThereAtOnceMakesNoPause) {
     EXPECT_EQ(pauses.rests, Rests{});
 }
 
-TEST_F(CreateMoveCopy, TimedCreateWaitsForTheAdministratorsFolder) {
+TEST_F(CreateMoveCopy, TimedCreateWaitsForTheAdministratorsDirectory) {
     fail("create /b/new");
     pauses.meanwhile = [this] {
         if (pauses.rests.back() == 300ms) {
-            fileSystem.folders["/b/new"] = Lines{};
+            fileSystem.directories["/b/new"] = Lines{};
         }
     };
     EXPECT_TRUE(QFFileManager::createDirectory("/b/new", 5));
@@ -107,7 +107,7 @@ TEST_F(CreateMoveCopy, TimedCreatePumpsEventsOnTheMainThread) {
     EXPECT_EQ(pauses.rests, Rests{500us});
 }
 
-TEST_F(CreateMoveCopy, TimedCreateFailsAtOnceWhereTheFolderCannotBe) {
+TEST_F(CreateMoveCopy, TimedCreateFailsAtOnceWhereTheDirectoryCannotBe) {
     fail("create /b/new");
     refuseTheRight();
     EXPECT_FALSE(QFFileManager::createDirectory("/b/new", 5));
@@ -115,31 +115,31 @@ TEST_F(CreateMoveCopy, TimedCreateFailsAtOnceWhereTheFolderCannotBe) {
     EXPECT_EQ(pauses.rests, Rests{});
 }
 
-// Mirror a folder.
+// Mirror a directory.
 
-TEST_F(CreateMoveCopy, AFilesFolderIsMirrored) {
+TEST_F(CreateMoveCopy, AFilesDirectoryIsMirrored) {
     EXPECT_EQ(QFFileManager::createDirectoryStructure("/a/item", "/Backup"), "/Backup/a");
     EXPECT_EQ(fileSystem.changes, Lines{"create /Backup/a"});
 }
 
-TEST_F(CreateMoveCopy, AFolderItselfIsMirrored) {
+TEST_F(CreateMoveCopy, ADirectoryItselfIsMirrored) {
     EXPECT_EQ(QFFileManager::createDirectoryStructure("/a", "/Backup"), "/Backup/a");
     EXPECT_EQ(QFFileManager::createDirectoryStructure("/a", "/Backup/"), "/Backup/a");
 }
 
-TEST_F(CreateMoveCopy, APackagesFolderIsMirrored) {
-    fileSystem.folders["/a/Tool.app"] = Lines{};
+TEST_F(CreateMoveCopy, APackagesDirectoryIsMirrored) {
+    fileSystem.directories["/a/Tool.app"] = Lines{};
     workspace.packages = {"/a/Tool.app"};
     EXPECT_EQ(QFFileManager::createDirectoryStructure("/a/Tool.app", "/Backup"), "/Backup/a");
 }
 
-TEST_F(CreateMoveCopy, TheFolderOfNothingIsMirrored) {
+TEST_F(CreateMoveCopy, TheDirectoryOfNothingIsMirrored) {
     EXPECT_EQ(QFFileManager::createDirectoryStructure("/x/y/missing", "/Backup"), "/Backup/x/y");
     EXPECT_EQ(QFFileManager::createDirectoryStructure("/missing", "/Backup"), "/Backup");
 }
 
 TEST_F(CreateMoveCopy, AMirrorThatExistsIsLeftAlone) {
-    fileSystem.folders["/b/a"] = Lines{};
+    fileSystem.directories["/b/a"] = Lines{};
     EXPECT_EQ(QFFileManager::createDirectoryStructure("/a", "/b"), "/b/a");
     EXPECT_EQ(fileSystem.changes, Lines{});
 }
@@ -191,10 +191,10 @@ TEST_F(CreateMoveCopy, MoveGoesOnWhenTheDestinationCannotBeUnlocked) {
                                     "Error moving file: There is something at /b/other.."}));
 }
 
-TEST_F(CreateMoveCopy, MoveUnlocksWhatIsInTheFolderOfTheItemsNameInsideTheDestination) {
-    fileSystem.folders["/b"] = Lines{"item"};
-    fileSystem.folders["/b/item"] = Lines{"x", "sub"};
-    fileSystem.folders["/b/item/sub"] = Lines{"y"};
+TEST_F(CreateMoveCopy, MoveUnlocksWhatIsInTheDirectoryOfTheItemsNameInsideTheDestination) {
+    fileSystem.directories["/b"] = Lines{"item"};
+    fileSystem.directories["/b/item"] = Lines{"x", "sub"};
+    fileSystem.directories["/b/item/sub"] = Lines{"y"};
     fileSystem.files = {"/a/item", "/b/item/x", "/b/item/sub/y"};
     EXPECT_FALSE(QFFileManager::moveFile("/a/item", "/b", ShouldAuth::no));
     EXPECT_EQ(fileSystem.changes,
@@ -288,7 +288,7 @@ TEST_F(CreateMoveCopy, TimedMoveDoesNotWaitForWhatFailed) {
 
 // Copy.
 
-TEST_F(CreateMoveCopy, CopyUnlocksTheFolderThatTakesTheCopy) {
+TEST_F(CreateMoveCopy, CopyUnlocksTheDirectoryThatTakesTheCopy) {
     EXPECT_TRUE(QFFileManager::copyFile("/a/item", "/b/copy"));
     EXPECT_EQ(fileSystem.changes, (Lines{"unlock /b", "copy /a/item /b/copy"}));
     EXPECT_EQ(loggedLines(), Lines{});
@@ -334,7 +334,7 @@ TEST_F(CreateMoveCopy, CopyingToNowhereIsLoggedAndPrinted) {
     EXPECT_EQ(pauses.rests, Rests{});
 }
 
-TEST_F(CreateMoveCopy, CopyGoesOnWhenTheFolderCannotBeUnlocked) {
+TEST_F(CreateMoveCopy, CopyGoesOnWhenTheDirectoryCannotBeUnlocked) {
     EXPECT_TRUE(QFFileManager::copyFile("/a/item", "/gone/copy"));
     EXPECT_EQ(loggedLines(), Lines{"Unable to unlock file /gone: There is nothing at /gone."});
 }
@@ -358,11 +358,11 @@ TEST_F(CreateMoveCopy, TimedCopyFailsWhenNoCopyComes) {
     EXPECT_EQ(pauses.rests.size(), 4U);
 }
 
-// Copy what is in a folder.
+// Copy what is in a directory.
 
 TEST_F(CreateMoveCopy, CopyOfContentsCopiesEveryEntryInOrder) {
-    fileSystem.folders["/a"] = Lines{"z", ".hidden", "sub"};
-    fileSystem.folders["/a/sub"] = Lines{"below"};
+    fileSystem.directories["/a"] = Lines{"z", ".hidden", "sub"};
+    fileSystem.directories["/a/sub"] = Lines{"below"};
     fileSystem.files = {"/a/z", "/a/.hidden", "/a/sub/below"};
     EXPECT_TRUE(QFFileManager::copyContentsOfDirectory("/a", "/b", 5));
     EXPECT_EQ(fileSystem.changes,
@@ -372,7 +372,7 @@ TEST_F(CreateMoveCopy, CopyOfContentsCopiesEveryEntryInOrder) {
 }
 
 TEST_F(CreateMoveCopy, CopyOfContentsStopsAtTheFirstFailure) {
-    fileSystem.folders["/a"] = Lines{"1", "2", "3"};
+    fileSystem.directories["/a"] = Lines{"1", "2", "3"};
     fileSystem.files = {"/a/1", "/a/2", "/a/3"};
     fail("copy /a/2 /b/2");
     refuseTheRight();
@@ -384,7 +384,7 @@ TEST_F(CreateMoveCopy, CopyOfContentsStopsAtTheFirstFailure) {
 }
 
 TEST_F(CreateMoveCopy, CopyOfContentsGivesEachEntryItsTime) {
-    fileSystem.folders["/a"] = Lines{"1", "2"};
+    fileSystem.directories["/a"] = Lines{"1", "2"};
     fileSystem.files = {"/a/1", "/a/2"};
     fail("copy /a/1 /b/1");
     fail("copy /a/2 /b/2");
@@ -397,9 +397,9 @@ TEST_F(CreateMoveCopy, CopyOfContentsGivesEachEntryItsTime) {
 }
 
 TEST_F(CreateMoveCopy, CopyOfContentsOfNothingSucceeds) {
-    fileSystem.folders["/unreadable"] = std::nullopt;
-    for (const auto* folder : {"/b", "/unreadable", "/missing", "/a/item"}) {
-        EXPECT_TRUE(QFFileManager::copyContentsOfDirectory(folder, "/b", 5));
+    fileSystem.directories["/unreadable"] = std::nullopt;
+    for (const auto* directory : {"/b", "/unreadable", "/missing", "/a/item"}) {
+        EXPECT_TRUE(QFFileManager::copyContentsOfDirectory(directory, "/b", 5));
     }
     EXPECT_EQ(fileSystem.changes, Lines{});
     EXPECT_EQ(loggedLines(), Lines{});

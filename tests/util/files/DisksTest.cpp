@@ -3,7 +3,7 @@
 #include "platform/linux/process/ToolOverlay.h"
 #include "tests/support/DescribedMachine.h"
 #include "tests/support/MainLoop.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/TemporaryDirectory.h"
 #include "util/files/QFFileManager.h"
 
 #include <sys/stat.h>
@@ -22,16 +22,16 @@ class DiskInformation : public DescribedMachine {
 protected:
     static constexpr const char* tool = "/usr/sbin/diskutil";
 
-    DiskInformation() : overlay_(platform::native::setToolOverlay(folder.path())) {
+    DiskInformation() : overlay_(platform::native::setToolOverlay(directory.path())) {
         fileSystem.standIns = {tool};
     }
     ~DiskInformation() override { platform::native::setToolOverlay(overlay_); }
 
     void writeTool(const std::string& script) const {
-        ::chmod(folder.write("usr/sbin/diskutil", "#!/bin/sh\n" + script).c_str(), S_IRWXU);
+        ::chmod(directory.write("usr/sbin/diskutil", "#!/bin/sh\n" + script).c_str(), S_IRWXU);
     }
 
-    TemporaryFolder folder;
+    TemporaryDirectory directory;
 
 private:
     std::string overlay_;

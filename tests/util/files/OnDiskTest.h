@@ -1,7 +1,7 @@
 #pragma once
 
 #include "platform/linux/files/FileSystem.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/TemporaryDirectory.h"
 #include "tests/util/files/FileManagerTest.h"
 
 #include <map>
@@ -50,10 +50,10 @@ private:
     std::mutex mutex_;
 };
 
-/// Real files in a folder of the test's own; the Trash is still a double.
+/// Real files in a directory of the test's own; the Trash is still a double.
 class OnDiskTest : public FileManagerTest {
 protected:
-    TemporaryFolder folder;
+    TemporaryDirectory directory;
     WatchedFileSystem onDisk;
 
 private:

@@ -9,7 +9,7 @@ class FileQueries : public FileManagerTest {
 protected:
     FileQueries() {
         fileSystem.files = {"/file"};
-        fileSystem.folders = {{"/folder", Lines{}}, {"/Tool.app", Lines{}}};
+        fileSystem.directories = {{"/folder", Lines{}}, {"/Tool.app", Lines{}}};
         workspace.packages = {"/Tool.app"};
     }
 };
@@ -22,7 +22,7 @@ TEST_F(FileQueries, WhatStandsAtAPathExists) {
     EXPECT_FALSE(QFFileManager::fileExistsAtPath("/missing"));
 }
 
-TEST_F(FileQueries, OnlyAFolderIsADirectory) {
+TEST_F(FileQueries, OnlyADirectoryIsADirectory) {
     EXPECT_TRUE(QFFileManager::isDirectoryAtPath("/folder"));
     EXPECT_FALSE(QFFileManager::isDirectoryAtPath("/file"));
     EXPECT_FALSE(QFFileManager::isDirectoryAtPath("/missing"));
@@ -61,11 +61,11 @@ TEST_F(FileQueries, NoFileIsEverOpenForWriting) {
     }
 }
 
-TEST_F(FileQueries, AFoldersSizeIsTheSumOfWhatIsBelowIt) {
-    fileSystem.folders = {{"/folder", Lines{"ten", "sub", "unreadable"}},
-                          {"/folder/sub", Lines{"five", "empty"}},
-                          {"/folder/sub/empty", Lines{}},
-                          {"/folder/unreadable", std::nullopt}};
+TEST_F(FileQueries, ADirectoriesSizeIsTheSumOfWhatIsBelowIt) {
+    fileSystem.directories = {{"/folder", Lines{"ten", "sub", "unreadable"}},
+                              {"/folder/sub", Lines{"five", "empty"}},
+                              {"/folder/sub/empty", Lines{}},
+                              {"/folder/unreadable", std::nullopt}};
     fileSystem.files = {"/folder/ten", "/folder/sub/five"};
     fileSystem.attributes["/folder/ten"] = {.size = 10};
     fileSystem.attributes["/folder/sub/five"] = {.size = 5};

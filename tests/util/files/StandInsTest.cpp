@@ -6,7 +6,7 @@
 #include "platform/linux/process/ProcessLauncher.h"
 #include "platform/linux/process/ToolOverlay.h"
 #include "tests/support/DescribedMachine.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/TemporaryDirectory.h"
 #include "util/files/QFFileManager.h"
 #include "util/task/QFTaskEx.h"
 
@@ -34,8 +34,8 @@ protected:
         return size < 0 ? "none" : std::string(value.data(), static_cast<std::size_t>(size));
     }
 
-    TemporaryFolder folder;
-    std::string file = folder.write("file", "content");
+    TemporaryDirectory directory;
+    std::string file = directory.write("file", "content");
 
 private:
     std::string overlay_;
@@ -61,7 +61,7 @@ TEST_F(StandIns, AreExecutableAtTheToolsPaths) {
 
 TEST_F(StandIns, SetAndRemoveProgress) {
     if (::setxattr(file.c_str(), "user.test", "", 0, 0) != 0) {
-        GTEST_SKIP() << "no extended attributes in " << folder.path() << ": "
+        GTEST_SKIP() << "no extended attributes in " << directory.path() << ": "
                      << std::strerror(errno);
     }
     QFFileManager::setFinderProgress(0.5F, file);
@@ -76,7 +76,7 @@ TEST_F(StandIns, SetAndRemoveProgress) {
 
 TEST_F(StandIns, ShowProgressByTheCreationDate) {
     if (::setxattr(file.c_str(), "user.test", "", 0, 0) != 0) {
-        GTEST_SKIP() << "no extended attributes in " << folder.path() << ": "
+        GTEST_SKIP() << "no extended attributes in " << directory.path() << ": "
                      << std::strerror(errno);
     }
     const platform::Date modified{std::chrono::seconds(1'000'000'000)};
@@ -93,7 +93,7 @@ TEST_F(StandIns, ShowProgressByTheCreationDate) {
 
 TEST_F(StandIns, LabelFiles) {
     if (::setxattr(file.c_str(), "user.test", "", 0, 0) != 0) {
-        GTEST_SKIP() << "no extended attributes in " << folder.path() << ": "
+        GTEST_SKIP() << "no extended attributes in " << directory.path() << ": "
                      << std::strerror(errno);
     }
     EXPECT_EQ(QFFileManager::finderColorForPath(file), std::nullopt);
@@ -116,19 +116,20 @@ TEST_F(StandIns, DescribeTheVolumeOfAFile) {
     EXPECT_GT(*info["TotalSize"].as<std::int64_t>(), 0);
 }
 
-TEST_F(StandIns, HaveNoDescriptionOfAFolder) {
-    EXPECT_TRUE(QFFileManager::infoForDiskAtMountpoint(folder.path()).isNone());
+TEST_F(StandIns, HaveNoDescriptionOfADirectory) {
+    EXPECT_TRUE(QFFileManager::infoForDiskAtMountpoint(directory.path()).isNone());
     EXPECT_EQ(console.systemLogLines(),
               (Lines{"Error converting diskutil output: The data couldn’t be read because it isn’t "
                      "a property list."}));
 }
 
 TEST_F(StandIns, PackAndUnpack) {
-    folder.write("src/file", "content");
+    directory.write("src/file", "content");
     EXPECT_TRUE(QFTaskEx::runTask("/usr/bin/ditto",
-                                  {"-ck", "--keepParent", folder / "src", folder / "a.zip"}));
-    EXPECT_TRUE(QFTaskEx::runTask("/usr/bin/ditto", {"-xk", folder / "a.zip", folder / "out"}));
-    EXPECT_EQ(contentOf(folder / "out/src/file"), "content");
+                                  {"-ck", "--keepParent", directory / "src", directory / "a.zip"}));
+    EXPECT_TRUE(
+        QFTaskEx::runTask("/usr/bin/ditto", {"-xk", directory / "a.zip", directory / "out"}));
+    EXPECT_EQ(contentOf(directory / "out/src/file"), "content");
 }
 
 TEST_F(StandIns, ChangeOwners) {

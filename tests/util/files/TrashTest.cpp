@@ -29,7 +29,7 @@ TEST_F(TrashAndRemove, TrashRecyclesTheUnlockedItem) {
     EXPECT_EQ(loggedLines(), Lines{});
 }
 
-TEST_F(TrashAndRemove, TrashTakesAnItemOfTheRootFolder) {
+TEST_F(TrashAndRemove, TrashTakesAnItemOfTheRootDirectory) {
     fileSystem.files = {"/item"};
     EXPECT_TRUE(QFFileManager::trashFile("/item"));
     EXPECT_EQ(workspace.recycled, std::vector<Lines>({{"/", "/home/someone/.Trash", "item"}}));
@@ -224,11 +224,11 @@ TEST_F(TrashAndRemove, AClockThatIsSetBackLengthensTheWait) {
     EXPECT_EQ(pauses.rests.size(), 7U);
 }
 
-// Folders.
+// Directories.
 
 TEST_F(TrashAndRemove, TrashContentsTrashesEveryEntryInTheListingsOrder) {
-    fileSystem.folders = {{"/folder", Lines{"b", ".DS_Store", "Icon\r", "sub", "a"}},
-                          {"/folder/sub", Lines{"below"}}};
+    fileSystem.directories = {{"/folder", Lines{"b", ".DS_Store", "Icon\r", "sub", "a"}},
+                              {"/folder/sub", Lines{"below"}}};
     fileSystem.files = {"/folder/b", "/folder/.DS_Store", "/folder/Icon\r", "/folder/a",
                         "/folder/sub/below"};
     EXPECT_TRUE(QFFileManager::trashDirectoryContents("/folder"));
@@ -242,7 +242,7 @@ TEST_F(TrashAndRemove, TrashContentsTrashesEveryEntryInTheListingsOrder) {
 }
 
 TEST_F(TrashAndRemove, TrashContentsGoesOnAfterAFailure) {
-    fileSystem.folders = {{"/folder", Lines{"a", "b"}}};
+    fileSystem.directories = {{"/folder", Lines{"a", "b"}}};
     fileSystem.files = {"/folder/a", "/folder/b"};
     workspace.errors["/folder/a"] = {.localizedDescription = "It is not yours."};
     EXPECT_FALSE(QFFileManager::trashDirectoryContents("/folder", ShouldAuth::no));
@@ -251,26 +251,26 @@ TEST_F(TrashAndRemove, TrashContentsGoesOnAfterAFailure) {
 }
 
 TEST_F(TrashAndRemove, TrashContentsMayAskForTheRight) {
-    fileSystem.folders = {{"/folder", Lines{"a"}}};
+    fileSystem.directories = {{"/folder", Lines{"a"}}};
     fileSystem.files = {"/folder/a"};
     workspace.errors["/folder/a"] = {.localizedDescription = "It is not yours."};
     EXPECT_TRUE(QFFileManager::trashDirectoryContents("/folder"));
     EXPECT_EQ(services.tools(), Lines{"/bin/mv -f /folder/a /home/someone/.Trash/a"});
 }
 
-TEST_F(TrashAndRemove, TrashContentsOfNothingSucceedsAndKeepsTheFolder) {
-    fileSystem.folders = {{"/empty", Lines{}}, {"/unreadable", std::nullopt}};
-    for (const auto* folder : {"/empty", "/unreadable", "/missing", item}) {
-        EXPECT_TRUE(QFFileManager::trashDirectoryContents(folder));
+TEST_F(TrashAndRemove, TrashContentsOfNothingSucceedsAndKeepsTheDirectory) {
+    fileSystem.directories = {{"/empty", Lines{}}, {"/unreadable", std::nullopt}};
+    for (const auto* directory : {"/empty", "/unreadable", "/missing", item}) {
+        EXPECT_TRUE(QFFileManager::trashDirectoryContents(directory));
     }
     EXPECT_EQ(fileSystem.changes, Lines{});
     EXPECT_EQ(workspace.recycled.size(), 0U);
 }
 
-TEST_F(TrashAndRemove, TrashOfATypeFindsItWhateverItsCaseAndNoFolder) {
-    fileSystem.folders = {{"/f", Lines{"a.txt", "sub", "x.txt", "none", "z.TXT"}},
-                          {"/f/sub", Lines{"b.TxT", "txt", "c.text"}},
-                          {"/f/x.txt", Lines{"inner.txt"}}};
+TEST_F(TrashAndRemove, TrashOfATypeFindsItWhateverItsCaseAndNoDirectory) {
+    fileSystem.directories = {{"/f", Lines{"a.txt", "sub", "x.txt", "none", "z.TXT"}},
+                              {"/f/sub", Lines{"b.TxT", "txt", "c.text"}},
+                              {"/f/x.txt", Lines{"inner.txt"}}};
     fileSystem.files = {"/f/a.txt",   "/f/none",       "/f/z.TXT",          "/f/sub/b.TxT",
                         "/f/sub/txt", "/f/sub/c.text", "/f/x.txt/inner.txt"};
     EXPECT_EQ(QFFileManager::trashFilesOfType("TXT", "/f"),
@@ -279,28 +279,28 @@ TEST_F(TrashAndRemove, TrashOfATypeFindsItWhateverItsCaseAndNoFolder) {
 }
 
 TEST_F(TrashAndRemove, TrashOfATypeLowersTheLettersOfEveryAlphabet) {
-    fileSystem.folders = {{"/f", Lines{"a.\u00E9T\u00E9"}}};
+    fileSystem.directories = {{"/f", Lines{"a.\u00E9T\u00E9"}}};
     EXPECT_EQ(QFFileManager::trashFilesOfType("\u00C9t\u00C9", "/f"), Lines{"/f/a.\u00E9T\u00E9"});
 }
 
 TEST_F(TrashAndRemove, NoTypeIsThatOfItemsWithoutOne) {
-    fileSystem.folders = {{"/f", Lines{"Notes", ".hidden", "dot.", "a.txt"}}};
+    fileSystem.directories = {{"/f", Lines{"Notes", ".hidden", "dot.", "a.txt"}}};
     EXPECT_EQ(QFFileManager::trashFilesOfType("", "/f"),
               (Lines{"/f/Notes", "/f/.hidden", "/f/dot."}));
 }
 
 TEST_F(TrashAndRemove, TrashOfANameComparesItExactly) {
-    fileSystem.folders = {{"/f", Lines{"sub", "Name", "name", "Name.txt"}},
-                          {"/f/sub", Lines{"Name", "Tool.app"}},
-                          {"/f/sub/Name", Lines{"Name"}},
-                          {"/f/sub/Tool.app", Lines{"Name"}}};
+    fileSystem.directories = {{"/f", Lines{"sub", "Name", "name", "Name.txt"}},
+                              {"/f/sub", Lines{"Name", "Tool.app"}},
+                              {"/f/sub/Name", Lines{"Name"}},
+                              {"/f/sub/Tool.app", Lines{"Name"}}};
     fileSystem.files = {"/f/Name", "/f/name", "/f/sub/Name/Name", "/f/sub/Tool.app/Name"};
     EXPECT_EQ(QFFileManager::trashFilesNamed("Name", "/f"),
               (Lines{"/f/sub/Name/Name", "/f/sub/Tool.app/Name", "/f/Name"}));
 }
 
 TEST_F(TrashAndRemove, TheSearchListsAlsoWhatCouldNotBeTrashed) {
-    fileSystem.folders = {{"/f", Lines{"a.txt", "gone.txt", "b.txt"}}};
+    fileSystem.directories = {{"/f", Lines{"a.txt", "gone.txt", "b.txt"}}};
     fileSystem.files = {"/f/a.txt", "/f/b.txt"};
     workspace.errors["/f/a.txt"] = {.localizedDescription = "It is not yours."};
     refuseTheRight();
@@ -311,15 +311,15 @@ TEST_F(TrashAndRemove, TheSearchListsAlsoWhatCouldNotBeTrashed) {
 }
 
 TEST_F(TrashAndRemove, TheSearchOfNothingFindsNothing) {
-    fileSystem.folders = {{"/empty", Lines{}}, {"/unreadable", std::nullopt}};
-    for (const auto* folder : {"/empty", "/unreadable", "/missing", item}) {
-        EXPECT_EQ(QFFileManager::trashFilesOfType("", folder), Lines{});
-        EXPECT_EQ(QFFileManager::trashFilesNamed("a", folder), Lines{});
+    fileSystem.directories = {{"/empty", Lines{}}, {"/unreadable", std::nullopt}};
+    for (const auto* directory : {"/empty", "/unreadable", "/missing", item}) {
+        EXPECT_EQ(QFFileManager::trashFilesOfType("", directory), Lines{});
+        EXPECT_EQ(QFFileManager::trashFilesNamed("a", directory), Lines{});
     }
 }
 
-TEST_F(TrashAndRemove, AFolderIsEmptyWithNothingInItThatCounts) {
-    fileSystem.folders = {
+TEST_F(TrashAndRemove, ADirectoryIsEmptyWithNothingInItThatCounts) {
+    fileSystem.directories = {
         {"/none", Lines{}},
         {"/view", Lines{".DS_Store"}},
         {"/icon", Lines{"Icon\r"}},
@@ -330,39 +330,39 @@ TEST_F(TrashAndRemove, AFolderIsEmptyWithNothingInItThatCounts) {
         {"/odd", Lines{".DS_Store"}},
         {"/odd/.DS_Store", Lines{"file"}},
     };
-    for (const auto* folder :
+    for (const auto* directory :
          {"/none", "/view", "/icon", "/nested", "/unreadable", "/odd", "/missing", item, ""}) {
-        EXPECT_TRUE(QFFileManager::isFolderEmpty(folder)) << folder;
+        EXPECT_TRUE(QFFileManager::isFolderEmpty(directory)) << directory;
     }
 }
 
-TEST_F(TrashAndRemove, AFolderIsNotEmptyWithAnythingElse) {
-    fileSystem.folders = {{"/hidden", Lines{".hidden"}},
-                          {"/icon", Lines{"Icon"}},
-                          {"/case", Lines{".ds_store"}},
-                          {"/below", Lines{"empty", "full"}},
-                          {"/below/empty", Lines{}},
-                          {"/below/full", Lines{".DS_Store", "file"}},
-                          {"/after", Lines{".DS_Store", "file"}}};
-    for (const auto* folder : {"/hidden", "/icon", "/case", "/below", "/after"}) {
-        EXPECT_FALSE(QFFileManager::isFolderEmpty(folder)) << folder;
+TEST_F(TrashAndRemove, ADirectoryIsNotEmptyWithAnythingElse) {
+    fileSystem.directories = {{"/hidden", Lines{".hidden"}},
+                              {"/icon", Lines{"Icon"}},
+                              {"/case", Lines{".ds_store"}},
+                              {"/below", Lines{"empty", "full"}},
+                              {"/below/empty", Lines{}},
+                              {"/below/full", Lines{".DS_Store", "file"}},
+                              {"/after", Lines{".DS_Store", "file"}}};
+    for (const auto* directory : {"/hidden", "/icon", "/case", "/below", "/after"}) {
+        EXPECT_FALSE(QFFileManager::isFolderEmpty(directory)) << directory;
     }
 }
 
-TEST_F(TrashAndRemove, RemoveIfEmptyDeletesTheFolderWithWhatDoesNotCount) {
-    fileSystem.folders = {{"/folder", Lines{".DS_Store"}}};
+TEST_F(TrashAndRemove, RemoveIfEmptyDeletesTheDirectoryWithWhatDoesNotCount) {
+    fileSystem.directories = {{"/folder", Lines{".DS_Store"}}};
     EXPECT_TRUE(QFFileManager::removeFolderIfEmpty("/folder"));
     EXPECT_EQ(fileSystem.changes, (Lines{"unlock /folder", "remove /folder"}));
 }
 
-TEST_F(TrashAndRemove, RemoveIfEmptyLeavesAFolderThatIsNot) {
-    fileSystem.folders = {{"/folder", Lines{"file"}}};
+TEST_F(TrashAndRemove, RemoveIfEmptyLeavesADirectoryThatIsNot) {
+    fileSystem.directories = {{"/folder", Lines{"file"}}};
     EXPECT_FALSE(QFFileManager::removeFolderIfEmpty("/folder"));
     EXPECT_EQ(fileSystem.changes, Lines{});
 }
 
 TEST_F(TrashAndRemove, RemoveIfEmptyMayAskForTheRight) {
-    fileSystem.folders = {{"/folder", Lines{}}};
+    fileSystem.directories = {{"/folder", Lines{}}};
     fileSystem.removeErrors["/folder"] = {.localizedDescription = "No."};
     EXPECT_TRUE(QFFileManager::removeFolderIfEmpty("/folder"));
     EXPECT_EQ(services.tools(), Lines{"/bin/rm -Rdf /folder"});

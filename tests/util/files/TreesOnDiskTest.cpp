@@ -40,11 +40,11 @@ void runOnSmallStack(std::function<void()> work) {
 /// Trees that are larger than any that a person makes.
 class TreesOnDisk : public OnDiskTest {
 protected:
-    TreesOnDisk() : top(folder.makeFolder("top")) {}
-    /// The folder itself is then removed in little time.
+    TreesOnDisk() : top(directory.makeDirectory("top")) {}
+    /// The directory itself is then removed in little time.
     ~TreesOnDisk() override { static_cast<void>(onDisk.removeItem(top)); }
 
-    /// Makes a chain of folders of one name, with a file in the last one.
+    /// Makes a chain of directories of one name, with a file in the last one.
     void makeDeepTree(const std::string& file, const std::string& name = "d") const {
         int parent = ::open(top.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
         for (int level = 0; level < levels; ++level) {
@@ -61,8 +61,8 @@ protected:
         ::close(parent);
     }
 
-    /// The deepest folder of a chain of those with the long name.
-    std::string pathOfTheLastFolder() const {
+    /// The deepest directory of a chain of those with the long name.
+    std::string pathOfTheLastDirectory() const {
         std::string path = top;
         for (int level = 0; level < levels; ++level) {
             path += "/" + longName;
@@ -70,8 +70,8 @@ protected:
         return path;
     }
 
-    /// Makes a folder of as many files of one byte each.
-    void makeWideFolder() const {
+    /// Makes a directory of as many files of one byte each.
+    void makeWideDirectory() const {
         const int parent = ::open(top.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
         for (int entry = 0; entry < entries; ++entry) {
             const int made = ::openat(parent, (std::to_string(entry) + ".txt").c_str(),
@@ -105,7 +105,7 @@ TEST_F(TreesOnDisk, DepthCostsNeitherStackNorDescriptors) {
     EXPECT_EQ(loggedLines(), Lines{});
 }
 
-TEST_F(TreesOnDisk, ADeepTreeOfFoldersAloneIsRemovedAsEmpty) {
+TEST_F(TreesOnDisk, ADeepTreeOfDirectoriesAloneIsRemovedAsEmpty) {
     makeDeepTree("");
     const ScopedLimit<RLIMIT_NOFILE> limit(100);
     runOnSmallStack([this] { EXPECT_TRUE(QFFileManager::removeFolderIfEmpty(top)); });
@@ -113,11 +113,11 @@ TEST_F(TreesOnDisk, ADeepTreeOfFoldersAloneIsRemovedAsEmpty) {
     EXPECT_FALSE(fs::exists(top));
 }
 
-TEST_F(TreesOnDisk, NoPathIsTooLongForWhatIsInAFolderToCount) {
+TEST_F(TreesOnDisk, NoPathIsTooLongForWhatIsInADirectoryToCount) {
     makeDeepTree("a.txt", longName);
     EXPECT_FALSE(QFFileManager::removeFolderIfEmpty(top));
     EXPECT_EQ(QFFileManager::fileSize(top), 5U);
-    const auto file = pathOfTheLastFolder() + "/a.txt";
+    const auto file = pathOfTheLastDirectory() + "/a.txt";
     EXPECT_EQ(QFFileManager::trashFilesNamed("a.txt", top), Lines{file});
     EXPECT_EQ(workspace.recycled.size(), 1U);
     EXPECT_EQ(loggedLines(), Lines{});
@@ -125,7 +125,7 @@ TEST_F(TreesOnDisk, NoPathIsTooLongForWhatIsInAFolderToCount) {
 
 TEST_F(TreesOnDisk, AFileThatNoPathOfTheSystemsReachesIsOneLikeAnyOther) {
     makeDeepTree("a.txt", longName);
-    const auto file = pathOfTheLastFolder() + "/a.txt";
+    const auto file = pathOfTheLastDirectory() + "/a.txt";
     EXPECT_TRUE(QFFileManager::fileExistsAtPath(file));
     EXPECT_FALSE(QFFileManager::isDirectoryAtPath(file));
     EXPECT_FALSE(QFFileManager::isSymbolicLinkAtPath(file));
@@ -134,19 +134,19 @@ TEST_F(TreesOnDisk, AFileThatNoPathOfTheSystemsReachesIsOneLikeAnyOther) {
     EXPECT_EQ(QFFileManager::modificationDateForFile(file), pauses.now());
     QFFileManager::setPosixPermissions(0600, file);
     EXPECT_FALSE(QFFileManager::fileExistsAtPath(file + "/below"));
-    EXPECT_FALSE(QFFileManager::fileExistsAtPath(pathOfTheLastFolder() + "/missing"));
-    EXPECT_TRUE(QFFileManager::moveFile(file, folder / "a.txt", ShouldAuth::no));
-    EXPECT_EQ(contentOf(folder / "a.txt"), "12345");
-    EXPECT_EQ(fs::status(folder / "a.txt").permissions(), fs::perms(0600));
-    EXPECT_TRUE(QFFileManager::copyFile(folder / "a.txt", file, ShouldAuth::no));
+    EXPECT_FALSE(QFFileManager::fileExistsAtPath(pathOfTheLastDirectory() + "/missing"));
+    EXPECT_TRUE(QFFileManager::moveFile(file, directory / "a.txt", ShouldAuth::no));
+    EXPECT_EQ(contentOf(directory / "a.txt"), "12345");
+    EXPECT_EQ(fs::status(directory / "a.txt").permissions(), fs::perms(0600));
+    EXPECT_TRUE(QFFileManager::copyFile(directory / "a.txt", file, ShouldAuth::no));
     EXPECT_TRUE(QFFileManager::removeFile(file, ShouldAuth::no));
     EXPECT_EQ(loggedLines(), Lines{});
     EXPECT_TRUE(QFFileManager::removeFolderIfEmpty(top));
     EXPECT_FALSE(fs::exists(top));
 }
 
-TEST_F(TreesOnDisk, AWideFolderIsReadInOneGo) {
-    makeWideFolder();
+TEST_F(TreesOnDisk, AWideDirectoryIsReadInOneGo) {
+    makeWideDirectory();
     EXPECT_EQ(QFFileManager::fileSize(top), static_cast<std::uint64_t>(entries));
     EXPECT_FALSE(QFFileManager::isFolderEmpty(top));
     EXPECT_EQ(QFFileManager::filesMatchingWildcardPath("9999*.txt", top).size(), 11U);
@@ -158,23 +158,23 @@ TEST_F(TreesOnDisk, AWideFolderIsReadInOneGo) {
     EXPECT_EQ(loggedLines(), Lines{});
 }
 
-TEST_F(TreesOnDisk, AWideTreeOfEmptyFoldersIsEmpty) {
+TEST_F(TreesOnDisk, AWideTreeOfEmptyDirectoriesIsEmpty) {
     const int parent = ::open(top.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
-    constexpr int folders = 1000;
-    for (int entry = 0; entry < folders; ++entry) {
+    constexpr int directories = 1000;
+    for (int entry = 0; entry < directories; ++entry) {
         ASSERT_EQ(::mkdirat(parent, std::to_string(entry).c_str(), 0755), 0);
     }
     ::close(parent);
     EXPECT_TRUE(QFFileManager::isFolderEmpty(top));
-    EXPECT_EQ(onDisk.looks, (std::map<std::string, int>{{"contents", folders + 1}}));
+    EXPECT_EQ(onDisk.looks, (std::map<std::string, int>{{"contents", directories + 1}}));
 }
 
 // Links that lead back. Were they followed, the number of ways through two of them would double
 // with every level, and no walk would come to its end.
 
 TEST_F(TreesOnDisk, LinksThatLeadUpwardsAreNotFollowed) {
-    folder.write("top/a.txt", "123");
-    folder.write("top/sub/b.txt", "45");
+    directory.write("top/a.txt", "123");
+    directory.write("top/sub/b.txt", "45");
     fs::create_symlink(".", top + "/here.txt");
     fs::create_symlink("..", top + "/sub/up");
     fs::create_symlink(top, top + "/sub/top.txt");
@@ -187,38 +187,38 @@ TEST_F(TreesOnDisk, LinksThatLeadUpwardsAreNotFollowed) {
     EXPECT_EQ(loggedLines(), Lines{});
 }
 
-TEST_F(TreesOnDisk, FoldersThatLeadToOneAnotherAreWalkedOnceEachWay) {
-    folder.write("top/x/a.txt", "1");
-    folder.write("top/y/b.txt", "22");
+TEST_F(TreesOnDisk, DirectoriesThatLeadToOneAnotherAreWalkedOnceEachWay) {
+    directory.write("top/x/a.txt", "1");
+    directory.write("top/y/b.txt", "22");
     for (const auto* name : {"1", "2", "3"}) {
         fs::create_symlink("../y", top + "/x/to y " + name);
         fs::create_symlink("../x", top + "/y/to x " + name);
     }
-    // Each folder, and three times the other one below it.
+    // Each directory, and three times the other one below it.
     EXPECT_EQ(QFFileManager::fileSize(top), (1U + 3 * 2U) + (2U + 3 * 1U));
     EXPECT_EQ(QFFileManager::fileSize(top + "/x/to y 1"), 2U + 3 * 1U);
 }
 
-TEST_F(TreesOnDisk, AFolderWithALinkBackIsNotEmpty) {
+TEST_F(TreesOnDisk, ADirectoryWithALinkBackIsNotEmpty) {
     fs::create_symlink(".", top + "/here");
     EXPECT_FALSE(QFFileManager::removeFolderIfEmpty(top));
     EXPECT_TRUE(fs::is_symlink(top + "/here"));
 }
 
 TEST_F(TreesOnDisk, TheWalkMayBeginAtALink) {
-    folder.write("top/a.txt", "123");
-    fs::create_symlink(top, folder / "link");
-    fs::create_symlink(folder / "link", top + "/back");
-    EXPECT_EQ(QFFileManager::fileSize(folder / "link"), 3U);
-    EXPECT_EQ(QFFileManager::trashFilesOfType("txt", folder / "link/"),
-              Lines{folder / "link/a.txt"});
+    directory.write("top/a.txt", "123");
+    fs::create_symlink(top, directory / "link");
+    fs::create_symlink(directory / "link", top + "/back");
+    EXPECT_EQ(QFFileManager::fileSize(directory / "link"), 3U);
+    EXPECT_EQ(QFFileManager::trashFilesOfType("txt", directory / "link/"),
+              Lines{directory / "link/a.txt"});
 }
 
 // Others at work at the same time.
 
 TEST_F(TreesOnDisk, ItemsThatVanishDuringAWalkAreNoFailure) {
     for (int name = 0; name < 200; ++name) {
-        folder.write("top/" + std::to_string(name) + "/file.txt", "1");
+        directory.write("top/" + std::to_string(name) + "/file.txt", "1");
     }
     std::thread other([this] {
         for (int name = 0; name < 200; ++name) {
@@ -236,7 +236,7 @@ TEST_F(TreesOnDisk, ItemsThatVanishDuringAWalkAreNoFailure) {
 
 TEST_F(TreesOnDisk, TwoCallersRemoveTheSameItems) {
     for (int name = 0; name < 100; ++name) {
-        folder.write("top/" + std::to_string(name) + "/file");
+        directory.write("top/" + std::to_string(name) + "/file");
     }
     const auto removeAll = [this] {
         for (int name = 0; name < 100; ++name) {
@@ -253,8 +253,8 @@ TEST_F(TreesOnDisk, TwoCallersRemoveTheSameItems) {
 TEST_F(TreesOnDisk, TwoCallersMoveToTheSamePlaceAndOneWins) {
     for (int round = 0; round < 50; ++round) {
         const auto name = std::to_string(round);
-        const std::string sources[] = {folder.write("top/a" + name, "a"),
-                                       folder.write("top/b" + name, "b")};
+        const std::string sources[] = {directory.write("top/a" + name, "a"),
+                                       directory.write("top/b" + name, "b")};
         const auto destination = top + "/to" + name;
         bool moved[] = {false, false};
         std::thread other(
@@ -267,7 +267,7 @@ TEST_F(TreesOnDisk, TwoCallersMoveToTheSamePlaceAndOneWins) {
     }
 }
 
-TEST_F(TreesOnDisk, TwoCallersMakeTheSameFolders) {
+TEST_F(TreesOnDisk, TwoCallersMakeTheSameDirectories) {
     const auto path = top + "/a/b/c/d";
     bool made = false;
     std::thread other([&] { made = QFFileManager::createDirectory(path, ShouldAuth::no); });

@@ -3,7 +3,7 @@
 #include "platform/linux/files/FileSystem.h"
 #include "tests/support/DescribedMachine.h"
 #include "tests/support/PatternedText.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/TemporaryDirectory.h"
 #include "tests/util/files/CopyObserver.h"
 #include "util/files/QFFileManager.h"
 
@@ -44,7 +44,7 @@ class VerifiedCopyOnDisk : public DescribedMachine {
 protected:
     static constexpr auto verified = VerificationType::sha256;
 
-    TemporaryFolder folder;
+    TemporaryDirectory directory;
     UndatedFileSystem onDisk;
 
     static bool copy(const std::string& source, const std::vector<std::string>& destinations,
@@ -73,10 +73,10 @@ bool isDevice(const char* path) {
 
 TEST_F(VerifiedCopyOnDisk, ThreeHundredDestinationsGetTheContentAndTheDates) {
     const auto content = patternedText(100'000);
-    const auto source = folder.write("source", content);
+    const auto source = directory.write("source", content);
     std::vector<std::string> destinations(300);
     std::ranges::generate(destinations, [this, number = 0]() mutable {
-        return folder / ("new/" + std::to_string(number++));
+        return directory / ("new/" + std::to_string(number++));
     });
     CopyObserver observer;
     EXPECT_TRUE(copy(source, destinations, verified, observer.delegate()));
@@ -100,17 +100,17 @@ TEST_F(VerifiedCopyOnDisk, ThreeHundredDestinationsGetTheContentAndTheDates) {
 TEST_F(VerifiedCopyOnDisk, TheDatesAreOnTheDiskAndNothingIsLogged) {
     platform::native::FileSystem dated;
     const platform::ScopedService<platform::FileSystem> scope(dated);
-    const auto source = folder.write("source", "content");
+    const auto source = directory.write("source", "content");
     const platform::Date created{std::chrono::seconds(443'779'200)};
     const platform::Date modified{std::chrono::milliseconds(1'000'000'000'250)};
     if (const auto changed = dated.setCreationDate(source, created); !changed) {
-        GTEST_SKIP() << folder.path() << ": " << changed.error().localizedDescription;
+        GTEST_SKIP() << directory.path() << ": " << changed.error().localizedDescription;
     }
     ASSERT_TRUE(dated.setModificationDate(source, modified));
-    const auto former = folder.write("former", "longer than the source");
-    fs::create_symlink(folder / "target", folder / "link");
-    const std::vector<std::string> copies{folder / "new/copy", former, folder / "target"};
-    EXPECT_TRUE(copy(source, {copies[0], copies[1], folder / "link"}));
+    const auto former = directory.write("former", "longer than the source");
+    fs::create_symlink(directory / "target", directory / "link");
+    const std::vector<std::string> copies{directory / "new/copy", former, directory / "target"};
+    EXPECT_TRUE(copy(source, {copies[0], copies[1], directory / "link"}));
     for (const auto& path : copies) {
         EXPECT_EQ(QFFileManager::creationDateForFile(path), created) << path;
         EXPECT_EQ(QFFileManager::modificationDateForFile(path), modified) << path;
@@ -123,102 +123,103 @@ TEST_F(VerifiedCopyOnDisk, TheDatesAreOnTheDiskAndNothingIsLogged) {
 TEST_F(VerifiedCopyOnDisk, TheCreationDateOfTheVolumeIsCopiedToo) {
     platform::native::FileSystem dated;
     const platform::ScopedService<platform::FileSystem> scope(dated);
-    const auto source = folder.write("source", "content");
+    const auto source = directory.write("source", "content");
     const auto created = QFFileManager::creationDateForFile(source);
-    if (!created || !dated.setCreationDate(folder.write("probe"), *created)) {
-        GTEST_SKIP() << folder.path() << " keeps no creation dates";
+    if (!created || !dated.setCreationDate(directory.write("probe"), *created)) {
+        GTEST_SKIP() << directory.path() << " keeps no creation dates";
     }
-    EXPECT_TRUE(copy(source, {folder / "copy"}));
-    EXPECT_EQ(QFFileManager::creationDateForFile(folder / "copy"), created);
+    EXPECT_TRUE(copy(source, {directory / "copy"}));
+    EXPECT_EQ(QFFileManager::creationDateForFile(directory / "copy"), created);
     EXPECT_EQ(console.systemLogLines(), Lines{});
 }
 
 TEST_F(VerifiedCopyOnDisk, WhatStoodAtADestinationIsOverwritten) {
-    const auto source = folder.write("source", "short");
-    const auto longer = folder.write("longer", patternedText(200'000));
-    fs::create_symlink(folder / "target", folder / "link");
-    EXPECT_TRUE(copy(source, {longer, folder / "link"}));
+    const auto source = directory.write("source", "short");
+    const auto longer = directory.write("longer", patternedText(200'000));
+    fs::create_symlink(directory / "target", directory / "link");
+    EXPECT_TRUE(copy(source, {longer, directory / "link"}));
     EXPECT_EQ(contentOf(longer), "short");
-    EXPECT_TRUE(fs::is_symlink(folder / "link"));
-    EXPECT_EQ(contentOf(folder / "target"), "short");
+    EXPECT_TRUE(fs::is_symlink(directory / "link"));
+    EXPECT_EQ(contentOf(directory / "target"), "short");
 }
 
 TEST_F(VerifiedCopyOnDisk, TheSameFileTwiceUnderTwoNamesIsWhole) {
     const auto content = patternedText(200'000);
-    const auto source = folder.write("source", content);
-    fs::create_hard_link(folder.write("copy", "former"), folder / "other name");
+    const auto source = directory.write("source", content);
+    fs::create_hard_link(directory.write("copy", "former"), directory / "other name");
     for (const auto type : {VerificationType::none, verified}) {
         CopyObserver observer;
-        EXPECT_TRUE(copy(source, {folder / "copy", folder / "copy", folder / "other name"}, type,
-                         observer.delegate()));
-        EXPECT_TRUE(contentOf(folder / "copy") == content);
+        EXPECT_TRUE(copy(source, {directory / "copy", directory / "copy", directory / "other name"},
+                         type, observer.delegate()));
+        EXPECT_TRUE(contentOf(directory / "copy") == content);
         EXPECT_EQ(observer.record().failures.size(), 0U);
     }
 }
 
 TEST_F(VerifiedCopyOnDisk, TheSourceIsNeverDestroyed) {
-    const auto source = folder.write("source", "precious");
-    fs::create_hard_link(source, folder / "hard");
-    fs::create_symlink(source, folder / "link");
-    fs::create_directory_symlink(folder.path(), folder / "folder");
+    const auto source = directory.write("source", "precious");
+    fs::create_hard_link(source, directory / "hard");
+    fs::create_symlink(source, directory / "link");
+    fs::create_directory_symlink(directory.path(), directory / "folder");
     Lines expected;
     for (const auto* name : {"source", "hard", "link", "folder/source"}) {
-        for (const auto& from : {source, folder / "link"}) {
-            EXPECT_FALSE(copy(from, {folder / "first", folder / name}));
+        for (const auto& from : {source, directory / "link"}) {
+            EXPECT_FALSE(copy(from, {directory / "first", directory / name}));
             EXPECT_EQ(contentOf(source), "precious");
-            EXPECT_EQ(contentOf(folder / "first"), "");
-            expected.push_back(cannotOpen(folder / name));
+            EXPECT_EQ(contentOf(directory / "first"), "");
+            expected.push_back(cannotOpen(directory / name));
         }
     }
     EXPECT_EQ(console.systemLogLines(), expected);
 }
 
-TEST_F(VerifiedCopyOnDisk, AFolderIsNoDestination) {
-    const auto source = folder.write("source", "content");
-    folder.makeFolder("folder");
-    EXPECT_FALSE(copy(source, {folder / "folder"}));
-    EXPECT_EQ(console.systemLogLines(), Lines{cannotOpen(folder / "folder")});
+TEST_F(VerifiedCopyOnDisk, ADirectoryIsNoDestination) {
+    const auto source = directory.write("source", "content");
+    directory.makeDirectory("folder");
+    EXPECT_FALSE(copy(source, {directory / "folder"}));
+    EXPECT_EQ(console.systemLogLines(), Lines{cannotOpen(directory / "folder")});
 }
 
-TEST_F(VerifiedCopyOnDisk, AFolderCannotBeCopied) {
-    folder.makeFolder("folder");
-    EXPECT_FALSE(copy(folder / "folder", {folder / "copy"}));
-    EXPECT_EQ(loggedLines(), Lines{"Error reading file " + (folder / "folder") + " - aborting..."});
-    EXPECT_EQ(contentOf(folder / "copy"), "");
+TEST_F(VerifiedCopyOnDisk, ADirectoryCannotBeCopied) {
+    directory.makeDirectory("folder");
+    EXPECT_FALSE(copy(directory / "folder", {directory / "copy"}));
+    EXPECT_EQ(loggedLines(),
+              Lines{"Error reading file " + (directory / "folder") + " - aborting..."});
+    EXPECT_EQ(contentOf(directory / "copy"), "");
 }
 
 TEST_F(VerifiedCopyOnDisk, APipeIsCopiedToItsEnd) {
-    const auto pipe = folder / "pipe";
+    const auto pipe = directory / "pipe";
     const auto content = patternedText(150'000);
     ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
     const auto writer = std::async(std::launch::async, [&] { std::ofstream(pipe) << content; });
     CopyObserver observer;
-    EXPECT_TRUE(copy(pipe, {folder / "copy"}, verified, observer.delegate()));
-    EXPECT_TRUE(contentOf(folder / "copy") == content);
+    EXPECT_TRUE(copy(pipe, {directory / "copy"}, verified, observer.delegate()));
+    EXPECT_TRUE(contentOf(directory / "copy") == content);
     EXPECT_EQ(observer.record().failures.size(), 0U);
 }
 
 TEST_F(VerifiedCopyOnDisk, ALinkIsCopiedAsWhatItLeadsTo) {
-    const auto source = folder.write("file", "content");
+    const auto source = directory.write("file", "content");
     fs::last_write_time(source, fs::last_write_time(source) - std::chrono::hours(1));
-    fs::create_symlink("file", folder / "link");
-    EXPECT_TRUE(copy(folder / "link", {folder / "copy"}));
-    EXPECT_FALSE(fs::is_symlink(folder / "copy"));
+    fs::create_symlink("file", directory / "link");
+    EXPECT_TRUE(copy(directory / "link", {directory / "copy"}));
+    EXPECT_FALSE(fs::is_symlink(directory / "copy"));
     EXPECT_EQ(console.systemLogLines(), Lines{});
-    EXPECT_EQ(contentOf(folder / "copy"), "content");
+    EXPECT_EQ(contentOf(directory / "copy"), "content");
     const auto attributes = onDisk.attributesOfItem(source);
     EXPECT_EQ(onDisk.created.size(), attributes->creationDate ? 1U : 0U);
     ASSERT_EQ(onDisk.modified.size(), onDisk.created.size());
     for (const auto& change : onDisk.modified) {
         EXPECT_EQ(change,
-                  (UndatedFileSystem::Change{folder / "copy", attributes->modificationDate}));
+                  (UndatedFileSystem::Change{directory / "copy", attributes->modificationDate}));
     }
 }
 
 TEST_F(VerifiedCopyOnDisk, ABrokenLinkIsAMissingSource) {
-    fs::create_symlink(folder / "nowhere", folder / "link");
-    EXPECT_FALSE(copy(folder / "link", {folder / "copy"}));
-    EXPECT_EQ(console.systemLogLines(), Lines{"Error: File " + (folder / "link") +
+    fs::create_symlink(directory / "nowhere", directory / "link");
+    EXPECT_FALSE(copy(directory / "link", {directory / "copy"}));
+    EXPECT_EQ(console.systemLogLines(), Lines{"Error: File " + (directory / "link") +
                                               " doesn't exist. Aborting copy process..."});
 }
 
@@ -237,19 +238,19 @@ TEST_F(VerifiedCopyOnDisk, ADeviceWithoutRoomFailsItsVerification) {
         GTEST_SKIP() << "this machine has no /dev/full";
     }
     const auto content = patternedText(1000);
-    const auto source = folder.write("source", content);
+    const auto source = directory.write("source", content);
     CopyObserver observer;
-    EXPECT_TRUE(copy(source, {"/dev/full", folder / "copy"}, verified, observer.delegate()));
+    EXPECT_TRUE(copy(source, {"/dev/full", directory / "copy"}, verified, observer.delegate()));
     EXPECT_EQ(console.systemLogLines(), Lines{"Error writing file /dev/full: 1"});
     const auto record = observer.record();
     ASSERT_EQ(record.failures.size(), 1U);
     EXPECT_EQ(record.failures[0].file, "/dev/full");
-    EXPECT_TRUE(contentOf(folder / "copy") == content);
+    EXPECT_TRUE(contentOf(directory / "copy") == content);
 }
 
 TEST_F(VerifiedCopyOnDisk, APipeAsDestinationCannotSeekAndIsReadBackAllTheSame) {
-    const auto source = folder.write("source", "content");
-    const auto pipe = folder / "pipe";
+    const auto source = directory.write("source", "content");
+    const auto pipe = directory / "pipe";
     ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
     CopyObserver observer;
     EXPECT_TRUE(copy(source, {pipe}, verified, observer.delegate()));
@@ -260,7 +261,7 @@ TEST_F(VerifiedCopyOnDisk, APipeAsDestinationCannotSeekAndIsReadBackAllTheSame) 
 }
 
 TEST_F(VerifiedCopyOnDisk, NamesMayHoldAnyBytes) {
-    const auto source = folder.write("s\xFF\n%@", "content");
-    EXPECT_TRUE(copy(source, {folder / "c\xFE\t%n"}));
-    EXPECT_EQ(contentOf(folder / "c\xFE\t%n"), "content");
+    const auto source = directory.write("s\xFF\n%@", "content");
+    EXPECT_TRUE(copy(source, {directory / "c\xFE\t%n"}));
+    EXPECT_EQ(contentOf(directory / "c\xFE\t%n"), "content");
 }

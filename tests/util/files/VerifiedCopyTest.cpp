@@ -138,27 +138,27 @@ TEST_F(VerifiedCopyTest, NoDestination) {
     EXPECT_EQ(streams.events, Lines{});
 }
 
-TEST_F(VerifiedCopyTest, MissingFoldersAreMade) {
+TEST_F(VerifiedCopyTest, MissingDirectoriesAreMade) {
     makeSource("content");
     EXPECT_TRUE(copy({"/to/a", "/new/deep/b", "/new/deep/c"}));
-    EXPECT_TRUE(fileSystem.folders.contains("/new/deep"));
+    EXPECT_TRUE(fileSystem.directories.contains("/new/deep"));
     EXPECT_EQ(std::ranges::count(fileSystem.changes, "create /new/deep"), 1);
     EXPECT_EQ(std::ranges::count(fileSystem.changes, "create /to"), 0);
 }
 
-TEST_F(VerifiedCopyTest, AFolderThatCannotBeMadeFailsBeforeTheSourceIsOpened) {
+TEST_F(VerifiedCopyTest, ADirectoryThatCannotBeMadeFailsBeforeTheSourceIsOpened) {
     makeSource("content");
     fileSystem.failures["create /bad"] = {.localizedDescription = "It may not be."};
     EXPECT_FALSE(copy({"/first/a", "/bad/b", "/last/c"}));
     EXPECT_EQ(console.systemLogLines(),
               Lines{"Unable to copy file /from/source - destination directory /bad doesn't exist. "
                     "Aborting copy process..."});
-    EXPECT_TRUE(fileSystem.folders.contains("/first"));
-    EXPECT_FALSE(fileSystem.folders.contains("/last"));
+    EXPECT_TRUE(fileSystem.directories.contains("/first"));
+    EXPECT_FALSE(fileSystem.directories.contains("/last"));
     EXPECT_EQ(streams.events, Lines{});
 }
 
-TEST_F(VerifiedCopyTest, AFolderOfTheAdministratorsIsWaitedForTenSeconds) {
+TEST_F(VerifiedCopyTest, ADirectoryOfTheAdministratorsIsWaitedForTenSeconds) {
     PausingClock pauses;
     const platform::ScopedService<platform::Clock> scope(pauses);
     makeSource("content");
@@ -171,7 +171,7 @@ TEST_F(VerifiedCopyTest, AFolderOfTheAdministratorsIsWaitedForTenSeconds) {
     EXPECT_EQ(console.systemLogLines(),
               Lines{"Unable to copy file /from/source - destination directory /new doesn't exist. "
                     "Aborting copy process..."});
-    pauses.meanwhile = [this] { fileSystem.folders["/new"].emplace(); };
+    pauses.meanwhile = [this] { fileSystem.directories["/new"].emplace(); };
     EXPECT_TRUE(copy({"/new/a"}));
     EXPECT_EQ(contentOf("/new/a"), "content");
     QFLog::finishWriting();

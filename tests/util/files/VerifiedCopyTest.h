@@ -11,7 +11,7 @@
 #include <string>
 #include <string_view>
 
-/// A machine of doubles with one file to copy, "/from/source", and a folder for copies, "/to".
+/// A machine of doubles with one file to copy, "/from/source", and a directory for copies, "/to".
 class VerifiedCopyTest : public DescribedMachine {
 protected:
     static constexpr const char* source = "/from/source";
@@ -20,7 +20,7 @@ protected:
     static constexpr std::uint64_t chunk = 65536;
 
     VerifiedCopyTest() {
-        fileSystem.folders["/to"].emplace();
+        fileSystem.directories["/to"].emplace();
         services.rightsStatus = platform::errAuthorizationCanceled;
     }
 

@@ -4,7 +4,7 @@ namespace {
 
 class Volumes : public FileManagerTest {
 protected:
-    Volumes() { fileSystem.folders = {{"/Volumes/Data", Lines{}}}; }
+    Volumes() { fileSystem.directories = {{"/Volumes/Data", Lines{}}}; }
 };
 
 } // namespace
@@ -16,14 +16,14 @@ TEST_F(Volumes, APathElsewhereIsOnAMountedVolume) {
     }
 }
 
-TEST_F(Volumes, TheFolderOfVolumesIsAlwaysThere) {
+TEST_F(Volumes, TheDirectoryOfVolumesIsAlwaysThere) {
     for (const auto* path : {"/Volumes", "/Volumes/"}) {
         EXPECT_TRUE(QFFileManager::isVolumeMountedForPath(path)) << path;
         EXPECT_TRUE(QFFileManager::isDriveMountedForPath(path)) << path;
     }
 }
 
-TEST_F(Volumes, AVolumeIsMountedWhenItsFolderExists) {
+TEST_F(Volumes, AVolumeIsMountedWhenItsDirectoryExists) {
     for (const auto* path : {"/Volumes/Data", "/Volumes/Data/", "/Volumes/Data/missing/x"}) {
         EXPECT_TRUE(QFFileManager::isVolumeMountedForPath(path)) << path;
         EXPECT_TRUE(QFFileManager::isDriveMountedForPath(path)) << path;
@@ -34,7 +34,7 @@ TEST_F(Volumes, AVolumeIsMountedWhenItsFolderExists) {
     }
 }
 
-TEST_F(Volumes, OnlyTheVolumeTestTakesAFolderWhoseNameBeginsLikeThatOfVolumes) {
+TEST_F(Volumes, OnlyTheVolumeTestTakesADirectoryWhoseNameBeginsLikeThatOfVolumes) {
     EXPECT_FALSE(QFFileManager::isVolumeMountedForPath("/VolumesX/a"));
     EXPECT_TRUE(QFFileManager::isDriveMountedForPath("/VolumesX/a"));
     fileSystem.files = {"/VolumesX/a"};

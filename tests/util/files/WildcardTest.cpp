@@ -5,7 +5,7 @@ namespace {
 class Wildcards : public FileManagerTest {
 protected:
     Wildcards() {
-        fileSystem.folders = {
+        fileSystem.directories = {
             {"/", Lines{"base", "Applications", "file"}},
             {"/base", Lines{"b.txt", "sub", "a.txt", ".hidden.txt", "a?c", "abc", "empty"}},
             {"/base/sub", Lines{"Info.plist", "b.txt"}},
@@ -16,10 +16,10 @@ protected:
             {"/base/Applications", Lines{"C.app"}},
             {"/base/Applications/C.app", Lines{}},
         };
-        for (const auto& [folder, names] : fileSystem.folders) {
+        for (const auto& [directory, names] : fileSystem.directories) {
             for (const auto& name : *names) {
-                const auto path = (folder == "/" ? "" : folder) + "/" + name;
-                if (!fileSystem.folders.contains(path)) {
+                const auto path = (directory == "/" ? "" : directory) + "/" + name;
+                if (!fileSystem.directories.contains(path)) {
                     fileSystem.files.insert(path);
                 }
             }
@@ -35,7 +35,7 @@ protected:
         return found;
     }
 
-    void nameFiles(const Lines& names) { fileSystem.folders["/base"] = names; }
+    void nameFiles(const Lines& names) { fileSystem.directories["/base"] = names; }
 };
 
 } // namespace
@@ -44,8 +44,8 @@ TEST_F(Wildcards, ARunIsAnythingIncludingNothingAndALeadingDot) {
     EXPECT_EQ(named("*.txt"), (Lines{"b.txt", "a.txt", ".hidden.txt"}));
     EXPECT_EQ(named("a*c"), (Lines{"a?c", "abc"}));
     EXPECT_EQ(named("abc*"), Lines{"abc"});
-    EXPECT_EQ(named("*"), fileSystem.folders["/base"]);
-    EXPECT_EQ(named("**"), fileSystem.folders["/base"]);
+    EXPECT_EQ(named("*"), fileSystem.directories["/base"]);
+    EXPECT_EQ(named("**"), fileSystem.directories["/base"]);
     EXPECT_EQ(named("*b*"), (Lines{"b.txt", "sub", "abc"}));
     EXPECT_EQ(named("*x*y*"), Lines{});
 }
@@ -65,7 +65,7 @@ TEST_F(Wildcards, AQuestionMarkIsOneCharacterBesideARun) {
                                     "a\xFF"
                                     "c"}));
     EXPECT_EQ(named("*??bc"), Lines{"abbc"});
-    EXPECT_EQ(named("?*"), fileSystem.folders["/base"]);
+    EXPECT_EQ(named("?*"), fileSystem.directories["/base"]);
     EXPECT_EQ(named("*?c"), (Lines{"ac", "abc", "abbc", "a\u00E9c", "a\U0001F600c",
                                    "a\xFF"
                                    "c"}));
@@ -121,7 +121,7 @@ TEST_F(Wildcards, AFileHasNothingBelowIt) {
     EXPECT_EQ(QFFileManager::filesMatchingWildcardPath("*.txt/x", "/base"), Lines{});
 }
 
-TEST_F(Wildcards, AnAbsolutePatternIsTakenFromTheBaseFolderToo) {
+TEST_F(Wildcards, AnAbsolutePatternIsTakenFromTheBaseDirectoryToo) {
     EXPECT_EQ(QFFileManager::filesMatchingWildcardPath("/Applications/*.app"),
               (Lines{"/Applications/B.app", "/Applications/A.app"}));
     EXPECT_EQ(QFFileManager::filesMatchingWildcardPath("/Applications/*.app", "/base"),
@@ -137,14 +137,14 @@ TEST_F(Wildcards, APatternOfNamesAloneIsNotLookedUp) {
     EXPECT_EQ(QFFileManager::filesMatchingWildcardPath("x", "/*"), Lines{"/*/x"});
 }
 
-TEST_F(Wildcards, AMissingOrUnreadableBaseFolderHasNoEntries) {
-    fileSystem.folders["/unreadable"] = std::nullopt;
+TEST_F(Wildcards, AMissingOrUnreadableBaseDirectoryHasNoEntries) {
+    fileSystem.directories["/unreadable"] = std::nullopt;
     for (const auto* base : {"/missing", "/unreadable", "/file", ""}) {
         EXPECT_EQ(QFFileManager::filesMatchingWildcardPath("*", base), Lines{}) << base;
     }
 }
 
-TEST_F(Wildcards, SearchingSubfoldersChangesNothing) {
+TEST_F(Wildcards, SearchingSubdirectoriesChangesNothing) {
     for (const auto* pattern : {"*.txt", "*", "*/*", "x"}) {
         const auto without = QFFileManager::filesMatchingWildcardPath(pattern, "/base");
         for (const auto searchSubdirs : {SearchSubdirs::no, SearchSubdirs::yes}) {
@@ -160,7 +160,7 @@ TEST_F(Wildcards, DecodingGivesTheFirstMatch) {
               "/Applications/B.app");
 }
 
-TEST_F(Wildcards, DecodingWithoutAMatchGivesThePatternBehindTheBaseFolder) {
+TEST_F(Wildcards, DecodingWithoutAMatchGivesThePatternBehindTheBaseDirectory) {
     EXPECT_EQ(QFFileManager::decodeWildcardPath("x*/y", "/base"), "/base/x*/y");
     EXPECT_EQ(QFFileManager::decodeWildcardPath("/x*", std::nullopt), std::nullopt);
     EXPECT_EQ(QFFileManager::decodeWildcardPath("x", "/base"), "/base/x");

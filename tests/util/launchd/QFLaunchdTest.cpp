@@ -10,7 +10,7 @@
 #include "tests/support/DescribedMachine.h"
 #include "tests/support/PausingClock.h"
 #include "tests/support/RunCommand.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/TemporaryDirectory.h"
 #include "util/log/QFLog.h"
 
 #include <chrono>
@@ -209,19 +209,19 @@ private:
     platform::ScopedService<platform::PropertyLists> propertyListsScope_{propertyLists};
 };
 
-/// Job files on disk, in a home folder of the test's own.
+/// Job files on disk, in a home directory of the test's own.
 class JobFilesOnDisk : public QFLaunchdTest {
 protected:
     JobFilesOnDisk() {
         using platform::DirectoryKind;
         using platform::DomainMask;
         searchPaths.lists = {{{DirectoryKind::library, DomainMask::user}, {home / "Library"}}};
-        account.temporary = home.makeFolder("temporary");
+        account.temporary = home.makeDirectory("temporary");
     }
 
-    TemporaryFolder home;
-    const std::string jobFolder = home / "Library/LaunchAgents";
-    const std::string jobFile = jobFolder + "/com.quillfen.Lunevar.plist";
+    TemporaryDirectory home;
+    const std::string jobDirectory = home / "Library/LaunchAgents";
+    const std::string jobFile = jobDirectory + "/com.quillfen.Lunevar.plist";
 
 private:
     DiskWithTools onDisk_;
@@ -405,7 +405,7 @@ TEST_F(QFLaunchdTest, InstallingADaemonSetsItsOwnerBeforeItsMode) {
     EXPECT_EQ(services.calls.size(), 0U);
 }
 
-TEST_F(QFLaunchdTest, EveryJobGoesToTheFolderOfItsDomainAndKind) {
+TEST_F(QFLaunchdTest, EveryJobGoesToTheDirectoryOfItsDomainAndKind) {
     QFLaunchd::startJob(label, settings, Domain::user, LaunchAgent::no, ShouldAuth::no,
                         std::nullopt);
     QFLaunchd::startLaunchAgent(label, settings, Domain::local);
@@ -414,19 +414,19 @@ TEST_F(QFLaunchdTest, EveryJobGoesToTheFolderOfItsDomainAndKind) {
     EXPECT_TRUE(propertyLists.written.contains("/Library/LaunchAgents/com.quillfen.Lunevar.plist"));
 }
 
-TEST_F(QFLaunchdTest, AMissingJobFolderIsMade) {
+TEST_F(QFLaunchdTest, AMissingJobDirectoryIsMade) {
     startDaemon(ShouldAuth::no);
     EXPECT_EQ(fileSystem.changes, Lines{"create /Library/LaunchDaemons"});
 }
 
-TEST_F(QFLaunchdTest, AJobFolderThatIsThereIsNotMade) {
-    fileSystem.folders["/Library/LaunchDaemons"] = Lines{};
+TEST_F(QFLaunchdTest, AJobDirectoryThatIsThereIsNotMade) {
+    fileSystem.directories["/Library/LaunchDaemons"] = Lines{};
     startDaemon(ShouldAuth::no);
     EXPECT_EQ(fileSystem.changes, Lines{});
 }
 
 TEST_F(QFLaunchdTest, AJobThatIsInstalledAlreadyIsRemovedFirst) {
-    fileSystem.folders["/Library/LaunchDaemons"] = Lines{};
+    fileSystem.directories["/Library/LaunchDaemons"] = Lines{};
     fileSystem.files = {machinesDaemon};
     EXPECT_TRUE(startDaemon(ShouldAuth::no));
     Lines expected = stopping(machinesDaemon);
@@ -474,7 +474,7 @@ TEST_F(QFLaunchdTest, WithoutPrivilegeTheToolsAreWaitedForThemselves) {
     EXPECT_EQ(pauses.rests, Rests{});
 }
 
-TEST_F(QFLaunchdTest, AnUnwritableJobFileIsMovedIntoPlaceFromTheTemporaryFolder) {
+TEST_F(QFLaunchdTest, AnUnwritableJobFileIsMovedIntoPlaceFromTheTemporaryDirectory) {
     propertyLists.unwritable = {machinesDaemon};
     EXPECT_TRUE(startDaemon(ShouldAuth::no));
     EXPECT_EQ(propertyLists.written,
@@ -627,7 +627,7 @@ TEST_F(JobFilesOnDisk, TheFileOfAFormerJobIsReplacedAndThenRemoved) {
     QFLaunchd::removeLaunchAgent(label, Domain::user);
     EXPECT_FALSE(fs::exists(jobFile));
     EXPECT_EQ(launcher.runs.size(), 14U);
-    EXPECT_EQ(contentOf(jobFolder + "/com.quillfen.Other.plist"), "kept");
+    EXPECT_EQ(contentOf(jobDirectory + "/com.quillfen.Other.plist"), "kept");
     EXPECT_EQ(loggedLines(), Lines{});
 }
 
@@ -636,7 +636,7 @@ TEST_F(JobFilesOnDisk, SettingsThatNoPropertyListHoldsAreReportedAndNothingIsWri
     EXPECT_FALSE(QFLaunchd::startLaunchAgent(label, none, Domain::user));
     ASSERT_EQ(alertPanels.shown.size(), 1U);
     EXPECT_EQ(alertPanels.shown[0].messageText, "Error: Unable to write LaunchAgent data");
-    EXPECT_TRUE(fs::is_empty(jobFolder));
+    EXPECT_TRUE(fs::is_empty(jobDirectory));
     EXPECT_TRUE(fs::is_empty(account.temporary));
     EXPECT_EQ(launcher.runs, Lines{});
 }

@@ -1,5 +1,5 @@
 // A program that logs, for the tests that need one of their own: log_child ROLE FOLDER
-// [ARGUMENT...]. Its user-domain Library folder is FOLDER, its log is called "Test".
+// [ARGUMENT...]. Its user-domain Library directory is FOLDER, its log is called "Test".
 
 #include "platform/Services.h"
 #include "platform/foundation/Exception.h"
@@ -191,26 +191,26 @@ int crowd(const Arguments& arguments) {
     return 0;
 }
 
-/// Log files of which none is ever deleted: what would be goes into the folder "deleted".
+/// Log files of which none is ever deleted: what would be goes into the directory "deleted".
 class KeptLogFiles : public platform::native::LogFiles {
 public:
-    explicit KeptLogFiles(std::string folder) : folder_(std::move(folder)) {
-        std::filesystem::create_directories(folder_);
+    explicit KeptLogFiles(std::string directory) : directory_(std::move(directory)) {
+        std::filesystem::create_directories(directory_);
     }
     platform::Result<void> removeItem(const std::string& path) override {
-        auto name = folder_ + "/XXXXXX";
+        auto name = directory_ + "/XXXXXX";
         platform::native::FileDescriptor(::mkstemp(name.data()));
         std::filesystem::rename(path, name);
         return {};
     }
 
 private:
-    std::string folder_;
+    std::string directory_;
 };
 
 /// The machine that the program finds.
 struct Machine {
-    explicit Machine(const std::string& folder) : files(folder + "/deleted") {}
+    explicit Machine(const std::string& directory) : files(directory + "/deleted") {}
 
     FakeAccount account;
     FakeSearchPaths searchPaths;

@@ -5,7 +5,7 @@
 #include "tests/support/PortDoubles.h"
 #include "tests/support/QueueGate.h"
 #include "tests/support/ScopedAbsence.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/TemporaryDirectory.h"
 #include "tests/util/log/LogDoubles.h"
 #include "util/log/QFLog.h"
 
@@ -31,9 +31,9 @@ private:
     std::string stuck_;
 };
 
-/// The log on a machine of its own: real files in a temporary folder, doubles for all else. There
-/// is no application, so that the test's thread counts as a worker; a test that wants a main thread
-/// installs a FakeApplication.
+/// The log on a machine of its own: real files in a temporary directory, doubles for all else.
+/// There is no application, so that the test's thread counts as a worker; a test that wants a main
+/// thread installs a FakeApplication.
 class LogTest : public testing::Test {
 protected:
     LogTest();
@@ -46,9 +46,9 @@ public:
     LogTest& operator=(LogTest&&) = delete;
 
 protected:
-    std::string folder() const { return machine / "home/Library/Logs/Quillfen"; }
+    std::string directory() const { return machine / "home/Library/Logs/Quillfen"; }
     std::string logPath(int number) const {
-        return folder() + "/Test." + std::to_string(number) + ".log";
+        return directory() + "/Test." + std::to_string(number) + ".log";
     }
     void writeLog(int number, const std::string& content) const {
         machine.write("home/Library/Logs/Quillfen/Test." + std::to_string(number) + ".log",
@@ -79,7 +79,7 @@ protected:
         return shared;
     }
 
-    TemporaryFolder machine;
+    TemporaryDirectory machine;
     FakeAccount account;
     FakeSearchPaths searchPaths;
     RecordingConsole console;

@@ -76,7 +76,7 @@ TEST_F(LogFile, CountsTheBytesOfItsHeader) {
     EXPECT_EQ(log.bytesWritten(), written.size());
 }
 
-TEST_F(LogFile, IsReadableByTheTextToolsOfAnyUserThatMaySeeTheFolder) {
+TEST_F(LogFile, IsReadableByTheTextToolsOfAnyUserThatMaySeeTheDirectory) {
     const auto mask = ::umask(022);
     QFLog::createNewLog("Test");
     QFLog::finishWriting();
@@ -88,7 +88,7 @@ TEST_F(LogFile, LeavesNoTemporaryFileBehind) {
     QFLog::createNewLog("Test");
     QFLog::finishWriting();
     std::size_t count = 0;
-    for (const auto& item : fs::directory_iterator(folder())) {
+    for (const auto& item : fs::directory_iterator(directory())) {
         EXPECT_EQ(item.path().filename(), "Test.1.log");
         ++count;
     }
@@ -106,7 +106,7 @@ TEST_F(LogFile, MovesEveryOlderLogOnAndDeletesTheFifth) {
     EXPECT_FALSE(exists(6));
 }
 
-TEST_F(LogFile, DeletesAFolderInPlaceOfTheFifthWithAllThatIsInIt) {
+TEST_F(LogFile, DeletesADirectoryInPlaceOfTheFifthWithAllThatIsInIt) {
     writeAllLogs();
     fs::remove(logPath(5));
     machine.write("home/Library/Logs/Quillfen/Test.5.log/inside/file", "content");
@@ -175,10 +175,10 @@ TEST_F(LogFile, IsThereUntilTheNewOneTakesItsPlace) {
     EXPECT_EQ(content(1), "old 1" + entry("not lost"));
 }
 
-TEST_F(LogFile, IsNotStartedWhileAnotherProgramKeepsTheFolderLocked) {
+TEST_F(LogFile, IsNotStartedWhileAnotherProgramKeepsTheDirectoryLocked) {
     class LockedLogFiles : public platform::native::LogFiles {
         std::unique_ptr<platform::LogLock>
-        lock(const std::vector<std::string>& /*folders*/) override {
+        lock(const std::vector<std::string>& /*directories*/) override {
             return nullptr;
         }
     } locked;
@@ -213,16 +213,16 @@ TEST_F(LogFile, AllowsPrintingAgainWithEachStartThatDoesNotForbidIt) {
     EXPECT_FALSE(log.noPrinting());
 }
 
-TEST_F(LogFile, MakesItsFolderWithAllThatLeadToIt) {
+TEST_F(LogFile, MakesItsDirectoryWithAllThatLeadToIt) {
     ASSERT_FALSE(fs::exists(machine / "home"));
     QFLog::createNewLog("Test");
-    EXPECT_TRUE(fs::is_directory(folder()));
+    EXPECT_TRUE(fs::is_directory(directory()));
 }
 
-TEST_F(LogFile, ReportsAFolderThatCannotBeMade) {
+TEST_F(LogFile, ReportsADirectoryThatCannotBeMade) {
     machine.write("home/Library", "a file");
     QFLog::createNewLog("Test");
-    EXPECT_EQ(console.printed(), "Unable to create folder " + folder() + ".\n");
+    EXPECT_EQ(console.printed(), "Unable to create folder " + directory() + ".\n");
     EXPECT_EQ(log.fileHandle(), nullptr);
 }
 
@@ -236,7 +236,7 @@ TEST_F(LogFile, ReportsALogThatCannotBeMade) {
     EXPECT_EQ(log.fileHandle(), nullptr);
 }
 
-TEST_F(LogFile, ReportsAMissingLibraryFolder) {
+TEST_F(LogFile, ReportsAMissingLibraryDirectory) {
     searchPaths.lists.clear();
     QFLog::createNewLog("Test");
     EXPECT_EQ(console.printed(), "Unable to create folder (null).\n");
@@ -245,7 +245,7 @@ TEST_F(LogFile, ReportsAMissingLibraryFolder) {
     EXPECT_EQ(log.fileHandle(), nullptr);
 }
 
-TEST_F(LogFile, TakesAFolderInPlaceOfTheCurrentLogForAnOlderLog) {
+TEST_F(LogFile, TakesADirectoryInPlaceOfTheCurrentLogForAnOlderLog) {
     fs::create_directories(logPath(1));
     QFLog::createNewLog("Test");
     EXPECT_TRUE(fs::is_directory(logPath(2)));
@@ -254,7 +254,7 @@ TEST_F(LogFile, TakesAFolderInPlaceOfTheCurrentLogForAnOlderLog) {
 
 TEST_F(LogFile, ReplacesALinkInItsPlaceAndNeverFollowsIt) {
     const auto victim = machine.write("victim", "precious");
-    fs::create_directories(folder());
+    fs::create_directories(directory());
     fs::create_symlink(victim, logPath(1));
     QFLog::createNewLog("Test");
     QFLog::finishWriting();
@@ -264,7 +264,7 @@ TEST_F(LogFile, ReplacesALinkInItsPlaceAndNeverFollowsIt) {
 }
 
 TEST_F(LogFile, ReplacesABrokenLinkInItsPlace) {
-    fs::create_directories(folder());
+    fs::create_directories(directory());
     fs::create_symlink(machine / "nowhere", logPath(1));
     QFLog::createNewLog("Test");
     EXPECT_EQ(content(1), header());
@@ -276,7 +276,7 @@ TEST_F(LogFile, TakesTheExecutablesNameWithoutItsExtensionWhenItHasNone) {
     system.executable = "/opt/tool.bin";
     QFLog::createNewLog();
     QFLog::finishWriting();
-    EXPECT_TRUE(fs::exists(folder() + "/tool.1.log"));
+    EXPECT_TRUE(fs::exists(directory() + "/tool.1.log"));
     EXPECT_EQ(log.appName(), "tool");
 }
 
@@ -293,7 +293,7 @@ TEST_F(LogFile, IsCalledUnknownWhenThereIsNoNameAtAll) {
     system.executable = std::nullopt;
     QFLog::createNewLog();
     QFLog::finishWriting();
-    EXPECT_TRUE(fs::exists(folder() + "/Unknown.1.log"));
+    EXPECT_TRUE(fs::exists(directory() + "/Unknown.1.log"));
 }
 
 TEST_F(LogFile, IsCalledUnknownForAnEmptyName) {
@@ -307,33 +307,33 @@ TEST_F(LogFile, KeepsItsFirstName) {
     QFLog::createNewLog("Other");
     EXPECT_EQ(log.appName(), "Test");
     EXPECT_EQ(content(2), header());
-    EXPECT_FALSE(fs::exists(folder() + "/Other.1.log"));
+    EXPECT_FALSE(fs::exists(directory() + "/Other.1.log"));
 }
 
 TEST_F(LogFile, TakesANameWithPercentSignsAsItStands) {
     QFLog::createNewLog("100%@ %s%n");
     QFLog::finishWriting();
-    EXPECT_TRUE(fs::exists(folder() + "/100%@ %s%n.1.log"));
+    EXPECT_TRUE(fs::exists(directory() + "/100%@ %s%n.1.log"));
 }
 
-TEST_F(LogFile, ReportsANameWithASlashWhoseFolderIsMissing) {
+TEST_F(LogFile, ReportsANameWithASlashWhoseDirectoryIsMissing) {
     QFLog::createNewLog("a/b");
     EXPECT_EQ(console.printed(),
-              "Unable to create log file " + folder() +
+              "Unable to create log file " + directory() +
                   "/a/b.1.log - “b.1.log” couldn’t be created because its folder doesn’t exist.\n");
 }
 
 TEST_F(LogFile, ReportsANameThatIsTooLong) {
     QFLog::createNewLog(std::string(300, 'n'));
     EXPECT_TRUE(console.printed().ends_with("couldn’t be created because its name is too long.\n"));
-    EXPECT_TRUE(fs::is_empty(folder()));
+    EXPECT_TRUE(fs::is_empty(directory()));
 }
 
 TEST_F(LogFile, ReportsANameWithAZeroInsteadOfCuttingIt) {
     QFLog::createNewLog(std::string("a\0b", 3));
     EXPECT_TRUE(
         console.printed().ends_with("couldn’t be created because the system doesn’t allow it.\n"));
-    EXPECT_TRUE(fs::is_empty(folder()));
+    EXPECT_TRUE(fs::is_empty(directory()));
 }
 
 TEST_F(LogFile, ShowsANameThatIsNoUtf8WhereItIsPrinted) {
@@ -354,7 +354,7 @@ TEST_F(LogFile, IsDisabledByTheTextOneTheBooleanTrueAndTheNumberOne) {
         QFLog::createNewLog("Test");
         EXPECT_TRUE(log.loggingDisabled());
     }
-    EXPECT_FALSE(fs::exists(folder()));
+    EXPECT_FALSE(fs::exists(directory()));
     EXPECT_EQ(console.printed(), "Logging is disabled\nLogging is disabled\nLogging is disabled\n"
                                  "Logging is disabled\n");
 }
@@ -426,7 +426,7 @@ TEST_F(LogFile, StaysDisabledWhenThePreferenceChanges) {
     setPreference(0);
     QFLog::createNewLog("Test");
     EXPECT_TRUE(log.loggingDisabled());
-    EXPECT_FALSE(fs::exists(folder()));
+    EXPECT_FALSE(fs::exists(directory()));
 }
 
 TEST_F(LogFile, DropsTheOldFileWhenItIsDisabled) {
@@ -469,16 +469,16 @@ protected:
 } // namespace
 
 TEST_F(SuperusersLog, LiesInTheMachinesLibrary) {
-    machine.makeFolder("Library/Logs/Quillfen");
+    machine.makeDirectory("Library/Logs/Quillfen");
     QFLog::createNewLog("Test");
     QFLog::finishWriting();
     EXPECT_EQ(contentOf(current()), header());
     EXPECT_FALSE(exists(1));
 }
 
-TEST_F(SuperusersLog, MakesOnlyTheUsersFolder) {
+TEST_F(SuperusersLog, MakesOnlyTheUsersDirectory) {
     QFLog::createNewLog("Test");
-    EXPECT_TRUE(fs::is_directory(folder()));
+    EXPECT_TRUE(fs::is_directory(directory()));
     EXPECT_EQ(console.printed(),
               "Unable to create log file " + current() +
                   " - “Test.1.log” couldn’t be created because its folder doesn’t exist.\n");
@@ -496,7 +496,7 @@ TEST_F(SuperusersLog, MovesTheUsersLogsOnAndEmptiesItsOwn) {
 }
 
 TEST_F(SuperusersLog, LeavesTheUsersLogsWhereTheyAreWhileItHasNone) {
-    machine.makeFolder("Library/Logs/Quillfen");
+    machine.makeDirectory("Library/Logs/Quillfen");
     writeLog(1, "the user's");
     QFLog::createNewLog("Test");
     EXPECT_EQ(content(1), "the user's");

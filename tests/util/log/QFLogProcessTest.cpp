@@ -2,7 +2,7 @@
 
 #include "tests/support/RunCommand.h"
 #include "tests/support/ScopedEnvironment.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
 
@@ -34,8 +34,8 @@ protected:
     /// Runs the child program in a role and gathers what it prints on standard output. The shell
     /// tells a signal as 128 and its number.
     Ending run(const std::string& role, const std::string& arguments = "") const {
-        const auto command = "ulimit -c 0; '" LOG_CHILD "' " + role + " '" + folder.path() + "' " +
-                             arguments + " 2>>'" + folder.path() + "/errors'; exit $?";
+        const auto command = "ulimit -c 0; '" LOG_CHILD "' " + role + " '" + directory.path() +
+                             "' " + arguments + " 2>>'" + directory.path() + "/errors'; exit $?";
         std::FILE* pipe = ::popen(command.c_str(), "re");
         EXPECT_NE(pipe, nullptr);
         Ending ending;
@@ -51,8 +51,8 @@ protected:
         return "2026-11-16 12:00:00 +0000 - " + text + "\n";
     }
 
-    TemporaryFolder folder;
-    std::string path = folder.write("Logs/Quillfen/Test.1.log");
+    TemporaryDirectory directory;
+    std::string path = directory.write("Logs/Quillfen/Test.1.log");
 };
 
 } // namespace
@@ -107,7 +107,7 @@ TEST_F(LogProcess, WritesTheReasonOfAnExceptionThatNobodyCaughtBeforeItEnds) {
 TEST_F(LogProcess, LetsTheFormerHandlerEndIt) {
     run("uncaught", "main platform");
     // That is the standard library's own; each has words of its own for it.
-    EXPECT_NE(contentOf(folder / "errors").find("terminat"), std::string::npos);
+    EXPECT_NE(contentOf(directory / "errors").find("terminat"), std::string::npos);
 }
 
 TEST_F(LogProcess, WritesTheReasonOfAStandardException) {
@@ -154,8 +154,8 @@ TEST_F(LogProcess, CountsAnEntryOnThatAFullDiskHasTornAndGoesOnInALineOfItsOwn) 
     if (const auto reason = whyNoMounts(); !reason.empty()) {
         GTEST_SKIP() << reason;
     }
-    const auto ending = run("fullDisk", "'" + folder / "Logs/Quillfen" + "'");
-    ASSERT_TRUE(ending.succeeded()) << contentOf(folder / "errors");
+    const auto ending = run("fullDisk", "'" + directory / "Logs/Quillfen" + "'");
+    ASSERT_TRUE(ending.succeeded()) << contentOf(directory / "errors");
     const auto end = ending.printed.find(" characters\n");
     ASSERT_NE(end, std::string::npos) << ending.printed;
     EXPECT_EQ(ending.printed.substr(0, end),
@@ -186,9 +186,9 @@ protected:
             EXPECT_EQ(ending.printed, "");
         }
     }
-    std::string told() const { return folder / "told"; }
+    std::string told() const { return directory / "told"; }
 
-    /// How often each message is in a file of a folder. Every line is a whole entry.
+    /// How often each message is in a file of a directory. Every line is a whole entry.
     static void countMessages(const std::string& path, std::map<std::string, int>& counts) {
         const auto before = entry("").size() - 1;
         for (const auto& file : std::filesystem::directory_iterator(path)) {
@@ -211,8 +211,8 @@ TEST_P(LogCrowd, LosesAndDoublesNothingThatWasToldAcrossTheLimitKillsAndRestarts
         }
     }
     std::map<std::string, int> counts;
-    countMessages(folder / "Logs/Quillfen", counts);
-    countMessages(folder / "deleted", counts);
+    countMessages(directory / "Logs/Quillfen", counts);
+    countMessages(directory / "deleted", counts);
     EXPECT_GT(counts["Log truncated at 500KB"], 0);
     int lost = 0;
     int doubled = 0;

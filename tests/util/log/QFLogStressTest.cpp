@@ -12,7 +12,7 @@ namespace {
 constexpr std::size_t threadCount = 8;
 constexpr int entriesPerThread = 20000;
 
-/// Keeps every log that would be deleted, in a folder.
+/// Keeps every log that would be deleted, in a directory.
 class ArchivingLogFiles : public platform::native::LogFiles {
 public:
     explicit ArchivingLogFiles(std::string archive) : archive_(std::move(archive)) {
@@ -53,7 +53,7 @@ protected:
         return all;
     }
 
-    ArchivingLogFiles archivingFiles{machine.makeFolder("deleted")};
+    ArchivingLogFiles archivingFiles{machine.makeDirectory("deleted")};
     platform::ScopedService<platform::LogFiles> scopedArchivingFiles{archivingFiles};
 };
 

@@ -188,15 +188,15 @@ TEST_F(LogWriting, SaysThatAnEntryIsLostWhoseFileWasDeleted) {
                                  "Unable to open log for output\n");
 }
 
-TEST_F(LogWriting, SaysThatAnEntryIsLostWhoseFolderWasMovedAndGoesOnWhenItIsBack) {
+TEST_F(LogWriting, SaysThatAnEntryIsLostWhoseDirectoryWasMovedAndGoesOnWhenItIsBack) {
     QFLog::appendLog("first");
     QFLog::finishWriting();
-    fs::rename(folder(), machine / "elsewhere");
+    fs::rename(directory(), machine / "elsewhere");
     QFLog::appendLog("second");
     QFLog::finishWriting();
     EXPECT_EQ(console.printed(), "Unable to log the following information: second\n"
                                  "Unable to open log for output\n");
-    fs::rename(machine / "elsewhere", folder());
+    fs::rename(machine / "elsewhere", directory());
     QFLog::appendLog("third");
     EXPECT_EQ(content(1), entry("first") + entry("third"));
 }
@@ -279,7 +279,7 @@ TEST_F(LogWriting, DoesNotWriteThroughALinkThatOthersMayHavePlanted) {
     const auto victim = machine.write("victim", "");
     fs::remove(logPath(1));
     fs::create_symlink(victim, logPath(1));
-    fs::permissions(folder(), fs::perms::all);
+    fs::permissions(directory(), fs::perms::all);
     QFLog::appendLog("secret");
     QFLog::finishWriting();
     EXPECT_EQ(contentOf(victim), "");

@@ -7,8 +7,8 @@
 
 #include <string>
 
-/// A machine whose standard folders all stand where one expects them, seen by an ordinary user
-/// whose home folder is /home/someone.
+/// A machine whose standard directories all stand where one expects them, seen by an ordinary user
+/// whose home directory is /home/someone.
 class LocalPathsFixture : public testing::Test {
 protected:
     LocalPathsFixture() {

@@ -122,7 +122,7 @@ TEST_F(QFLocalPathsTest, LocalDocumentationDirectoryIsTheMachines) {
     EXPECT_EQ(QFLocalPaths::localDocumentationDirectory(), "/Library/Documentation");
 }
 
-TEST_F(QFLocalPathsTest, UserDirectoryIsTheHomeFolder) {
+TEST_F(QFLocalPathsTest, UserDirectoryIsTheHomeDirectory) {
     EXPECT_EQ(QFLocalPaths::userDirectory(), "/home/someone");
 }
 
@@ -131,7 +131,7 @@ TEST_F(QFLocalPathsTest, UsernameIsTheLoginName) {
     EXPECT_EQ(QFLocalPaths::username(), "somebody-else");
 }
 
-TEST_F(QFLocalPathsTest, TrashDirectoryLiesInTheHomeFolder) {
+TEST_F(QFLocalPathsTest, TrashDirectoryLiesInTheHomeDirectory) {
     EXPECT_EQ(QFLocalPaths::trashDirectory(), "/home/someone/.Trash");
 }
 
@@ -146,7 +146,7 @@ TEST_F(QFLocalPathsTest, TempDirectoryIsThePlatforms) {
     EXPECT_EQ(QFLocalPaths::tempDirectory(), "/somewhere/temporary");
 }
 
-TEST_F(QFLocalPathsTest, PathForDirectoryIsTheFirstOfThePlatformsFolders) {
+TEST_F(QFLocalPathsTest, PathForDirectoryIsTheFirstOfThePlatformsDirectories) {
     searchPaths.lists[{DirectoryKind::application, DomainMask::local}] = {"/First", "/Second"};
     EXPECT_EQ(QFLocalPaths::pathForDirectory(DirectoryKind::application, DomainMask::local),
               "/First");
@@ -164,7 +164,7 @@ TEST_F(QFLocalPathsTest, ALocationThatThePlatformDoesNotKnowIsMissing) {
     }
 }
 
-TEST_F(QFLocalPathsTest, TheSuperusersFoldersMoveUnderTheHomeFolderOfTheProcess) {
+TEST_F(QFLocalPathsTest, TheSuperusersDirectoriesMoveUnderTheHomeDirectoryOfTheProcess) {
     account.userId = 0;
     searchPaths.lists[{DirectoryKind::caches, DomainMask::user}] = {"/var/root/Library/Caches"};
     EXPECT_EQ(QFLocalPaths::cacheDirectory(Domain::user), "/home/someone/Library/Caches");
@@ -184,7 +184,7 @@ TEST_F(QFLocalPathsTest, BothSpellingsOfTheSuperusersHomeAreDroppedOneAfterTheOt
     EXPECT_EQ(QFLocalPaths::cacheDirectory(Domain::user), "/home/someone/t/Caches");
 }
 
-TEST_F(QFLocalPathsTest, TheSuperusersFoldersMoveEvenWithoutThePrefix) {
+TEST_F(QFLocalPathsTest, TheSuperusersDirectoriesMoveEvenWithoutThePrefix) {
     account.userId = 0;
     searchPaths.lists[{DirectoryKind::caches, DomainMask::user}] = {"/VAR/root/Caches"};
     EXPECT_EQ(QFLocalPaths::cacheDirectory(Domain::user), "/home/someone/VAR/root/Caches");
@@ -196,7 +196,7 @@ TEST_F(QFLocalPathsTest, TheSuperusersPrefixIsOneOfCharactersNotOfComponents) {
     EXPECT_EQ(QFLocalPaths::cacheDirectory(Domain::user), "/home/someone/less/Caches");
 }
 
-TEST_F(QFLocalPathsTest, TheSuperusersHomeItselfBecomesTheHomeFolder) {
+TEST_F(QFLocalPathsTest, TheSuperusersHomeItselfBecomesTheHomeDirectory) {
     account.userId = 0;
     searchPaths.lists[{DirectoryKind::desktop, DomainMask::user}] = {"/var/root"};
     EXPECT_EQ(QFLocalPaths::desktopDirectory(), "/home/someone");
@@ -218,7 +218,7 @@ TEST_F(QFLocalPathsTest, NothingMovesForAMaskThatHasMoreThanTheUserDomain) {
               "/var/root/Library");
 }
 
-TEST_F(QFLocalPathsTest, AnOrdinaryUsersFoldersStayWhereTheyAre) {
+TEST_F(QFLocalPathsTest, AnOrdinaryUsersDirectoriesStayWhereTheyAre) {
     searchPaths.lists[{DirectoryKind::caches, DomainMask::user}] = {"/var/root/Library/Caches"};
     EXPECT_EQ(QFLocalPaths::cacheDirectory(Domain::user), "/var/root/Library/Caches");
 }
@@ -230,7 +230,7 @@ TEST_F(QFLocalPathsTest, UuidIsTheProcesssUniqueString) {
     EXPECT_EQ(QFLocalPaths::uuid(), "UNIQUE-2");
 }
 
-TEST_F(QFLocalPathsTest, TempFileIsAUniqueStringAndEightRandomCharactersInTheTemporaryFolder) {
+TEST_F(QFLocalPathsTest, TempFileIsAUniqueStringAndEightRandomCharactersInTheTemporaryDirectory) {
     NumberingSystemInformation information;
     const platform::ScopedService<platform::SystemInformation> scope(information);
     const std::string file = QFLocalPaths::tempFile();

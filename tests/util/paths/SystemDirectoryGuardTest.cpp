@@ -48,26 +48,26 @@ TEST_F(SystemDirectoryGuardTest, CountsCharactersNotBytesInShortPaths) {
     expectProtected("/éé");
 }
 
-TEST_F(SystemDirectoryGuardTest, ProtectsTheStandardFoldersOfBothDomains) {
+TEST_F(SystemDirectoryGuardTest, ProtectsTheStandardDirectoriesOfBothDomains) {
     searchPaths.lists[{DirectoryKind::document, DomainMask::local}] = {"/Documents"};
-    for (const char* folder :
+    for (const char* directory :
          {"/home/someone/Applications", "/Applications", "/home/someone/Applications/Utilities",
           "/Applications/Utilities", "/home/someone/Documents", "/Documents",
           "/home/someone/Library", "/Library", "/home/someone/Library/Preferences",
           "/Library/Preferences", "/home/someone/Library/Caches", "/Library/Caches",
           "/home/someone/Library/Application Support", "/Library/Application Support",
           "/home/someone/Desktop", "/home/someone", "/System/Library", "/Library/Documentation"}) {
-        expectProtected(folder);
+        expectProtected(directory);
     }
 }
 
-TEST_F(SystemDirectoryGuardTest, ProtectsTheOperatingSystemsFolders) {
-    for (const char* folder : {"/Users/Shared", "/usr", "/var", "/bin", "/sbin", "/System"}) {
-        expectProtected(folder);
+TEST_F(SystemDirectoryGuardTest, ProtectsTheOperatingSystemsDirectories) {
+    for (const char* directory : {"/Users/Shared", "/usr", "/var", "/bin", "/sbin", "/System"}) {
+        expectProtected(directory);
     }
 }
 
-TEST_F(SystemDirectoryGuardTest, LeavesOtherStandardFoldersUnprotected) {
+TEST_F(SystemDirectoryGuardTest, LeavesOtherStandardDirectoriesUnprotected) {
     expectUnprotected("/home/someone/Movies");
     expectUnprotected("/home/someone/Library/Logs");
     expectUnprotected("/Library/Logs");
@@ -75,7 +75,7 @@ TEST_F(SystemDirectoryGuardTest, LeavesOtherStandardFoldersUnprotected) {
     expectUnprotected("/home/someone/.Trash");
 }
 
-TEST_F(SystemDirectoryGuardTest, LeavesWhatLiesInTheStandardFoldersUnprotected) {
+TEST_F(SystemDirectoryGuardTest, LeavesWhatLiesInTheStandardDirectoriesUnprotected) {
     expectUnprotected("/Applications/Tool.app");
     expectUnprotected("/Library/Caches/com.quillfen.Lunevar");
     expectUnprotected("/home/someone/Pictures");
@@ -103,11 +103,11 @@ TEST_F(SystemDirectoryGuardTest, LeavesLocalSoftwareUnprotected) {
     expectUnprotected("/usr/local/bin/");
 }
 
-TEST_F(SystemDirectoryGuardTest, ProtectsTheLocalSoftwareFolderItselfBeneathItsTree) {
+TEST_F(SystemDirectoryGuardTest, ProtectsTheLocalSoftwareDirectoryItselfBeneathItsTree) {
     expectProtectedOnlyBeneathATree("/usr/local");
 }
 
-TEST_F(SystemDirectoryGuardTest, LeavesThePrivateFolderAndItsVarUnprotected) {
+TEST_F(SystemDirectoryGuardTest, LeavesThePrivateDirectoryAndItsVarUnprotected) {
     expectUnprotected("/private");
     expectUnprotected("/private/var");
 }
@@ -149,7 +149,7 @@ TEST_F(SystemDirectoryGuardTest, ComparesCaseAndSpellingExactly) {
     expectUnprotected("/usrlocal");
 }
 
-TEST_F(SystemDirectoryGuardTest, FollowsTheSuperusersFolders) {
+TEST_F(SystemDirectoryGuardTest, FollowsTheSuperusersDirectories) {
     account.userId = 0;
     searchPaths.lists[{DirectoryKind::library, DomainMask::user}] = {"/var/root/Library"};
     searchPaths.lists[{DirectoryKind::desktop, DomainMask::user}] = {"/private/var/root/Desktop"};
@@ -176,7 +176,7 @@ TEST(TimeMachineVolume, HoldsWhatLiesInItsSnapshotStore) {
     EXPECT_TRUE(QFLocalPaths::isPathOnTimeMachineVolume("/Volumes/Backups.backupdb"));
 }
 
-TEST(TimeMachineVolume, IsNoFolderThatOnlyLooksLikeIt) {
+TEST(TimeMachineVolume, IsNoDirectoryThatOnlyLooksLikeIt) {
     EXPECT_FALSE(QFLocalPaths::isPathOnTimeMachineVolume("/Volumes/Backup/Backups.backupdb.old"));
     EXPECT_FALSE(QFLocalPaths::isPathOnTimeMachineVolume("/Volumes/Backup/backups.backupdb"));
     EXPECT_FALSE(QFLocalPaths::isPathOnTimeMachineVolume("/Volumes/Backup/host"));

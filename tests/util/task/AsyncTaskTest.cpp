@@ -280,7 +280,7 @@ TEST_F(AsyncTask, AMissingToolIsLoggedAndStaysPrepared) {
 }
 
 TEST_F(AsyncTask, AToolThatIsNotExecutableIsLogged) {
-    start(folder_.write("plain"), {});
+    start(directory_.write("plain"), {});
     waitForTheThread();
     EXPECT_EQ(loggedLines(),
               Lines{"Unable to launch async task - task does not exist or is not executable"});

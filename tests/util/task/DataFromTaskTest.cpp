@@ -160,8 +160,8 @@ TEST_F(DataFromTask, RefusesAnEnvironmentThatIsNoDictionaryOfStrings) {
 }
 
 TEST_F(DataFromTask, RefusesAPathThatIsMissingNotExecutableOrAPackage) {
-    const auto plain = folder_.write("plain");
-    const auto bundle = folder_.makeFolder("Some.app");
+    const auto plain = directory_.write("plain");
+    const auto bundle = directory_.makeDirectory("Some.app");
     for (const auto& path :
          {file("missing"), plain, bundle, std::string("missing"), std::string()}) {
         forgetLogLines();

@@ -52,7 +52,7 @@ TEST_F(RunTask, DiscardsOutputAndErrorsAndLeavesTheInput) {
 }
 
 TEST_F(RunTask, RefusesAnAbsolutePathThatIsNotExecutable) {
-    const auto tool = folder_.write("tool", "#!/bin/sh\n");
+    const auto tool = directory_.write("tool", "#!/bin/sh\n");
     const auto line = "Error: " + tool + " is not executable";
     EXPECT_FALSE(QFTaskEx::runTask(tool, {}));
     EXPECT_EQ(loggedLines(), Lines{line});
@@ -64,8 +64,8 @@ TEST_F(RunTask, RefusesAnAbsolutePathWhereNothingIs) {
     EXPECT_EQ(loggedLines(), Lines{"Error: " + file("missing") + " is not executable"});
 }
 
-TEST_F(RunTask, RefusesAnApplicationBundleThoughItsFolderIsExecutable) {
-    const auto bundle = folder_.makeFolder("Some.app");
+TEST_F(RunTask, RefusesAnApplicationBundleThoughItsDirectoryIsExecutable) {
+    const auto bundle = directory_.makeDirectory("Some.app");
     EXPECT_FALSE(QFTaskEx::runTask(bundle, {}));
     EXPECT_EQ(loggedLines(), Lines{"Error: " + bundle + " is not executable"});
 }
@@ -78,7 +78,7 @@ TEST_F(RunTask, TriesARelativePathAndLogsWhyItFailed) {
     EXPECT_EQ(printed(), "");
 }
 
-TEST_F(RunTask, RunsARelativePathFromTheWorkingFolder) {
+TEST_F(RunTask, RunsARelativePathFromTheWorkingDirectory) {
     const auto relative =
         std::filesystem::relative(writeTool("tool", "#!/bin/sh\ntouch \"$0.ran\"\n")).string();
     ASSERT_FALSE(relative.starts_with('/'));
@@ -160,7 +160,7 @@ TEST_F(RunTaskAndReturn, LeavesNoZombieWhenNobodyWaits) {
 }
 
 TEST_F(RunTaskAndReturn, RefusesAPathThatIsNotGivenNotExecutableOrAPackage) {
-    const auto bundle = folder_.makeFolder("Some.app");
+    const auto bundle = directory_.makeDirectory("Some.app");
     EXPECT_EQ(QFTaskEx::runTaskAndReturn("", {}), nullptr);
     EXPECT_EQ(QFTaskEx::runTaskAndReturn("no-such-tool", {}), nullptr);
     EXPECT_EQ(QFTaskEx::runTaskAndReturn(bundle, {}), nullptr);
@@ -179,14 +179,14 @@ TEST_F(RunTaskAndReturn, FillsTheLineAboutARefusedPathTwice) {
 }
 
 TEST_F(RunTaskAndReturn, LetsTheLaunchExceptionThrough) {
-    const auto folder = folder_.makeFolder("folder");
+    const auto directory = directory_.makeDirectory("folder");
     try {
-        QFTaskEx::runTaskAndReturn(folder, {});
+        QFTaskEx::runTaskAndReturn(directory, {});
         FAIL() << "a folder was launched";
     } catch (const platform::Exception& exception) {
         EXPECT_EQ(exception.name(), "NSInvalidArgumentException");
         EXPECT_EQ(exception.reason(),
-                  folder + " could not be launched: it is a folder, not a program");
+                  directory + " could not be launched: it is a folder, not a program");
     }
     EXPECT_TRUE(loggedLines().empty());
 }

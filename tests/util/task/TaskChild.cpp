@@ -1,8 +1,8 @@
 // A program that runs a tool on its terminal, for the tests that need one of their own: task_child
 // SCRIPT [SECONDS [OTHER]]. Tells that the shell script is over, its status, whether the terminal
 // is the program's own again, and the next line that is typed. OTHER is run at the same time; the
-// first is started when that has made the file "begun" in the home folder, and what is told is told
-// once both are over.
+// first is started when that has made the file "begun" in the home directory, and what is told is
+// told once both are over.
 
 #include "platform/StartUp.h"
 #include "util/task/QFTaskEx.h"

@@ -46,7 +46,7 @@ bool TaskTest::waitForFile(const std::string& name) const {
 }
 
 std::string TaskTest::writeTool(const std::string& name, const std::string& content) const {
-    auto path = folder_.write(name, content);
+    auto path = directory_.write(name, content);
     ::chmod(path.c_str(), S_IRWXU);
     return path;
 }

@@ -3,7 +3,7 @@
 #include "platform/foundation/Value.h"
 #include "tests/support/FileSystemDoubles.h"
 #include "tests/support/MainLoop.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/TemporaryDirectory.h"
 #include "tests/util/task/LogLines.h"
 #include "util/task/TaskArguments.h"
 
@@ -43,10 +43,10 @@ protected:
     std::string gate(const std::string& name = "gate") const;
     void openGate(const std::string& name = "gate") const;
 
-    /// Returns when a child has made that file of the folder.
+    /// Returns when a child has made that file of the directory.
     bool waitForFile(const std::string& name) const;
 
-    std::string file(const std::string& name) const { return folder_ / name; }
+    std::string file(const std::string& name) const { return directory_ / name; }
     std::string writeTool(const std::string& name, const std::string& content) const;
 
     static std::string text(const std::optional<platform::Data>& data);
@@ -55,7 +55,7 @@ protected:
     /// How many of this process's children are zombies.
     static int zombies();
 
-    const TemporaryFolder folder_;
+    const TemporaryDirectory directory_;
 };
 
 /// Takes as packages all that has the extension "app".

@@ -1,6 +1,6 @@
 // Tools that use the terminal of the program that runs them.
 
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
 
@@ -31,7 +31,7 @@ void type(int terminal, const std::string& text) {
 /// What a run of task_child shows on a terminal of its own, at which it is typed. It is killed when
 /// it shows nothing for a minute.
 std::string shownBy(std::vector<std::string> arguments, std::vector<Typing> typing) {
-    const TemporaryFolder home;
+    const TemporaryDirectory home;
     arguments.insert(arguments.begin(), TASK_CHILD);
     std::vector<char*> pointers;
     for (auto& argument : arguments) {

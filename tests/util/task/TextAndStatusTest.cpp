@@ -105,7 +105,7 @@ TEST_F(TerminationCodeFromTask, DiscardsOutputAndErrors) {
 }
 
 TEST_F(TerminationCodeFromTask, GivesMinusOneForARefusedPath) {
-    const auto bundle = folder_.makeFolder("Some.app");
+    const auto bundle = directory_.makeDirectory("Some.app");
     for (const auto& path : {file("missing"), bundle, std::string("missing")}) {
         forgetLogLines();
         EXPECT_EQ(QFTaskEx::terminationCodeFromTask(path, {}), -1);

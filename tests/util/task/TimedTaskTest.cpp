@@ -375,7 +375,7 @@ TEST_F(TimedTask, ForgetsAFormerChildBeforeAnythingElse) {
         [this] { runner_->terminationCodeFromTaskOnRunner(file("a.app"), {}, 600); },
         [this] { runner_->runTaskOnRunner(file("a.app"), {}, 600); },
     });
-    folder_.makeFolder("a.app");
+    directory_.makeDirectory("a.app");
     for (const auto& call : calls) {
         std::shared_ptr<platform::Process> meanwhile;
         PackageWorkspace::shared().whenAsked = [&] { meanwhile = runner_->theTask(); };

@@ -127,11 +127,12 @@ std::string contentOf(const Item& file) {
     return length > longestList ? "" : content;
 }
 
-/// What is in a folder of an application, if nobody can have put it there who may not change that.
-std::optional<Item> ownItem(const Item& folder, const std::string& name) {
-    auto item = openItem(folder.descriptor.get(), name);
+/// What is in a directory of an application, if nobody can have put it there who may not change
+/// that.
+std::optional<Item> ownItem(const Item& directory, const std::string& name) {
+    auto item = openItem(directory.descriptor.get(), name);
     const bool isOwn =
-        item && (item->status.stx_uid == folder.status.stx_uid || item->status.stx_uid == 0);
+        item && (item->status.stx_uid == directory.status.stx_uid || item->status.stx_uid == 0);
     return isOwn ? std::move(item) : std::nullopt;
 }
 
@@ -147,9 +148,10 @@ std::string identifierIn(std::string_view propertyList) {
 }
 
 std::string bundleIdentifier(const Item& application) {
-    const auto contents = application.isFolder() ? ownItem(application, "Contents") : std::nullopt;
+    const auto contents =
+        application.isDirectory() ? ownItem(application, "Contents") : std::nullopt;
     const auto file =
-        contents && contents->isFolder() ? ownItem(*contents, "Info.plist") : std::nullopt;
+        contents && contents->isDirectory() ? ownItem(*contents, "Info.plist") : std::nullopt;
     return file && S_ISREG(file->status.stx_mode) && file->status.stx_nlink == 1
                ? identifierIn(contentOf(*file))
                : "";

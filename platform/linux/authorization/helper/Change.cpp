@@ -29,13 +29,13 @@ void requireDone(int result) {
 
 /// Puts a copy that is root's in the item's place.
 void replaceByRootsCopy(const Place& place) {
-    const Stage stage(place.folder);
-    const int staged = stage.folder().descriptor.get();
+    const Stage stage(place.directory);
+    const int staged = stage.directory().descriptor.get();
     const char* name = place.name.c_str();
     try {
-        copyItem(*place.item, Reader(place.item->status.stx_uid), stage.folder(), place.name);
+        copyItem(*place.item, Reader(place.item->status.stx_uid), stage.directory(), place.name);
         requireDone(::fchownat(staged, name, 0, 0, AT_SYMLINK_NOFOLLOW));
-        requireDone(::renameat(staged, name, place.folder.descriptor.get(), name));
+        requireDone(::renameat(staged, name, place.directory.descriptor.get(), name));
     } catch (const Refusal&) {
         ::unlinkat(staged, name, 0);
         throw;
@@ -61,16 +61,16 @@ void giveToRoot(const Place& place) {
     }
 }
 
-void makeFolders(const Folders& folders) {
+void makeDirectories(const Directories& directories) {
     constexpr mode_t everybodyMayEnter = 0755;
-    int parent = folders.existing.descriptor.get();
+    int parent = directories.existing.descriptor.get();
     std::optional<Item> made;
-    for (const auto& name : folders.missing) {
+    for (const auto& name : directories.missing) {
         if (::mkdirat(parent, name.c_str(), everybodyMayEnter) != 0 && errno != EEXIST) {
             throw startFailure(Errno::last());
         }
         made = openItem(parent, name);
-        if (!made || !made->isFolder()) {
+        if (!made || !made->isDirectory()) {
             throw Refusal{Status::itemRedirected, name};
         }
         parent = made->descriptor.get();

@@ -16,7 +16,7 @@ void letEverybodyRead(const Place& place);
 /// that no descriptor which that one has kept leads to it.
 void giveToRoot(const Place& place);
 
-/// Makes the folders that do not exist yet, each in the one before.
-void makeFolders(const Folders& folders);
+/// Makes the directories that do not exist yet, each in the one before.
+void makeDirectories(const Directories& directories);
 
 } // namespace platform::native::helper

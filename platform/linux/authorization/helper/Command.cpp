@@ -43,7 +43,7 @@ bool isTool(const Tool& tool, const std::string& name, const std::string& other)
            (isFile(tool, "/usr/bin/" + name) && !isFile(tool, "/usr/bin/" + other));
 }
 
-/// Whose links on the way to an operand's folder may be followed.
+/// Whose links on the way to an operand's directory may be followed.
 enum class Links { owners, roots };
 
 void requireHonest(const Way& way, Links links, std::string_view operand) {
@@ -52,14 +52,14 @@ void requireHonest(const Way& way, Links links, std::string_view operand) {
     }
 }
 
-/// The way to the folder of an operand, and the operand's name there. Gives nothing when the folder
-/// cannot be reached.
+/// The way to the directory of an operand, and the operand's name there. Gives nothing when the
+/// directory cannot be reached.
 std::optional<Place> locate(std::string_view operand, Links links) {
     const std::string about(operand);
     if (!operand.starts_with('/')) {
         throw Refusal{Status::commandUnknown, about};
     }
-    const bool namesFolder = operand.ends_with('/');
+    const bool namesDirectory = operand.ends_with('/');
     while (operand.ends_with('/')) {
         operand.remove_suffix(1);
     }
@@ -69,12 +69,12 @@ std::optional<Place> locate(std::string_view operand, Links links) {
         throw Refusal{Status::itemProtected, about};
     }
     auto way = walk(operand.substr(0, slash));
-    if (!way || !way->end.isFolder()) {
+    if (!way || !way->end.isDirectory()) {
         return std::nullopt;
     }
     requireHonest(*way, links, about);
     auto item = openItem(way->end.descriptor.get(), name);
-    if (item && item->isLink() && namesFolder) {
+    if (item && item->isLink() && namesDirectory) {
         throw Refusal{Status::itemRedirected, about};
     }
     return Place{about, std::move(way->end), name, std::move(item)};
@@ -106,7 +106,7 @@ Words wordsOf(const Request& request, std::string_view letters) {
     return words;
 }
 
-/// An operand whose folder does not exist is left out, for there is nothing to remove.
+/// An operand whose directory does not exist is left out, for there is nothing to remove.
 Task prepareRemoval(Tool tool, const Request& request, ProtectedItems& staying) {
     auto [options, operands] = wordsOf(request, "dfiIrRv");
     Removal removal{std::move(tool), std::move(options), {}};
@@ -123,7 +123,7 @@ Task prepareRemoval(Tool tool, const Request& request, ProtectedItems& staying) 
     return removal;
 }
 
-/// Where a move or copy to `operand` ends: in the folder that stands there, or else at this very
+/// Where a move or copy to `operand` ends: in the directory that stands there, or else at this very
 /// place.
 std::optional<Place> destinationOf(std::string_view operand, const std::string& sourceName,
                                    Links links) {
@@ -131,7 +131,7 @@ std::optional<Place> destinationOf(std::string_view operand, const std::string& 
         throw Refusal{Status::commandUnknown, std::string(operand)};
     }
     auto way = walk(operand);
-    if (!way || !way->end.isFolder()) {
+    if (!way || !way->end.isDirectory()) {
         return locate(operand, links);
     }
     requireHonest(*way, links, operand);
@@ -182,7 +182,7 @@ Task prepareCopy(Operands operands, ProtectedItems& staying) {
 }
 
 /// The item that is to be changed, none when it does not exist. One that has a name elsewhere might
-/// be anybody's: its folder's owner may have put that name there.
+/// be anybody's: its directory's owner may have put that name there.
 std::optional<Place> locateItem(std::string_view operand) {
     auto place = locate(operand, Links::roots);
     if (!place || !place->item) {
@@ -192,7 +192,7 @@ std::optional<Place> locateItem(std::string_view operand) {
     if (item.isLink()) {
         throw Refusal{Status::itemRedirected, std::string(operand)};
     }
-    if (place->folder.isChangeable() && !item.isFolder() && item.status.stx_nlink > 1) {
+    if (place->directory.isChangeable() && !item.isDirectory() && item.status.stx_nlink > 1) {
         throw Refusal{Status::itemForeign, std::string(operand)};
     }
     return place;
@@ -203,7 +203,8 @@ Task prepareTouch(Operands operands, ProtectedItems& /*staying*/) {
     return place ? Task(Change{touch, std::move(*place)}) : Nothing{};
 }
 
-/// What others must not read, or own, is not put into a user's folder to be changed by that user.
+/// What others must not read, or own, is not put into a user's directory to be changed by that
+/// user.
 Place locateOwnItem(std::string_view operand, ProtectedItems& staying) {
     auto place = locateItem(operand);
     if (!place) {
@@ -212,8 +213,8 @@ Place locateOwnItem(std::string_view operand, ProtectedItems& staying) {
     if (staying.contain(*place->item)) {
         throw Refusal{Status::itemProtected, std::string(operand)};
     }
-    if (place->folder.isChangeable() &&
-        place->item->status.stx_uid != place->folder.status.stx_uid) {
+    if (place->directory.isChangeable() &&
+        place->item->status.stx_uid != place->directory.status.stx_uid) {
         throw Refusal{Status::itemForeign, std::string(operand)};
     }
     return std::move(*place);
@@ -227,7 +228,7 @@ Task prepareOwner(Operands operands, ProtectedItems& staying) {
     return Change{giveToRoot, locateOwnItem(operands[0], staying)};
 }
 
-Task prepareFolders(Operands operands, ProtectedItems& /*staying*/) {
+Task prepareDirectories(Operands operands, ProtectedItems& /*staying*/) {
     std::string_view path = operands[0];
     if (!path.starts_with('/')) {
         throw Refusal{Status::commandUnknown, std::string(path)};
@@ -245,11 +246,11 @@ Task prepareFolders(Operands operands, ProtectedItems& /*staying*/) {
             missing.push_front(name);
         }
     }
-    if (!way || !way->end.isFolder()) {
+    if (!way || !way->end.isDirectory()) {
         throw Refusal{Status::itemUnreachable, std::string(operands[0])};
     }
     requireHonest(*way, Links::roots, operands[0]);
-    return Folders{std::string(operands[0]), std::move(way->end), std::move(missing)};
+    return Directories{std::string(operands[0]), std::move(way->end), std::move(missing)};
 }
 
 /// The words of a command line that the program sends, and what it asks for. In any other words a
@@ -265,12 +266,14 @@ constexpr std::array<std::string_view, 3> copyWords = {"-f", "-p", "-R"};
 constexpr std::array<std::string_view, 1> touchWords = {"-c"};
 constexpr std::array<std::string_view, 1> modeWords = {"644"};
 constexpr std::array<std::string_view, 1> ownerWords = {"root:wheel"};
-constexpr std::array<std::string_view, 1> folderWords = {"-p"};
+constexpr std::array<std::string_view, 1> directoryWords = {"-p"};
 
 constexpr std::array forms = {
-    Form{"/cp", copyWords, 2, prepareCopy},         Form{"/touch", touchWords, 1, prepareTouch},
-    Form{"/chmod", modeWords, 1, prepareMode},      Form{"/chown", ownerWords, 1, prepareOwner},
-    Form{"/mkdir", folderWords, 1, prepareFolders},
+    Form{"/cp", copyWords, 2, prepareCopy},
+    Form{"/touch", touchWords, 1, prepareTouch},
+    Form{"/chmod", modeWords, 1, prepareMode},
+    Form{"/chown", ownerWords, 1, prepareOwner},
+    Form{"/mkdir", directoryWords, 1, prepareDirectories},
 };
 
 bool hasForm(const Request& request, const Form& form) {
@@ -281,8 +284,8 @@ bool hasForm(const Request& request, const Form& form) {
 
 } // namespace
 
-std::string heldPath(const Item& folder, const std::string& name) {
-    const int descriptor = folder.descriptor.get();
+std::string heldPath(const Item& directory, const std::string& name) {
+    const int descriptor = directory.descriptor.get();
     ::fcntl(descriptor, F_SETFD, 0);
     return "/proc/self/fd/" + std::to_string(descriptor) + "/" + name;
 }

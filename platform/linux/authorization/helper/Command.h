@@ -24,11 +24,11 @@ struct Command {
     std::vector<std::string> arguments;
 };
 
-/// A name in a folder, and the path by which it was asked for. The item is missing when nothing
+/// A name in a directory, and the path by which it was asked for. The item is missing when nothing
 /// stands there.
 struct Place {
     std::string path;
-    Item folder;
+    Item directory;
     std::string name;
     std::optional<Item> item;
 };
@@ -58,8 +58,8 @@ struct Change {
     Place place;
 };
 
-/// Folders that are to be made, the first in one that exists, for the path that was asked for.
-struct Folders {
+/// Directories that are to be made, the first in one that exists, for the path that was asked for.
+struct Directories {
     std::string path;
     Item existing;
     std::deque<std::string> missing;
@@ -68,11 +68,11 @@ struct Folders {
 /// A change to nothing.
 struct Nothing {};
 
-using Task = std::variant<Command, Removal, Move, Copy, Change, Folders, Nothing>;
+using Task = std::variant<Command, Removal, Move, Copy, Change, Directories, Nothing>;
 
-/// The path by which a tool finds a name in just this folder, wherever that has been moved to. The
-/// tools that this process becomes or starts from now on have the folder open.
-std::string heldPath(const Item& folder, const std::string& name);
+/// The path by which a tool finds a name in just this directory, wherever that has been moved to.
+/// The tools that this process becomes or starts from now on have the directory open.
+std::string heldPath(const Item& directory, const std::string& name);
 
 /// What a request asks for, with the operands of what the helper does itself, and of rm, checked
 /// and held. What must stay is neither taken away nor changed. Throws a Refusal.

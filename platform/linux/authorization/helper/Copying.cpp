@@ -91,8 +91,8 @@ void copyAttributes(int from, int to) {
     }
 }
 
-std::vector<std::string> namesOf(const FileDescriptor& folder) {
-    const int listed = ::fcntl(folder.get(), F_DUPFD_CLOEXEC, 0);
+std::vector<std::string> namesOf(const FileDescriptor& directory) {
+    const int listed = ::fcntl(directory.get(), F_DUPFD_CLOEXEC, 0);
     const std::unique_ptr<DIR, int (*)(DIR*)> stream(listed < 0 ? nullptr : ::fdopendir(listed),
                                                      ::closedir);
     require(stream != nullptr);
@@ -106,12 +106,12 @@ std::vector<std::string> namesOf(const FileDescriptor& folder) {
     return names;
 }
 
-/// The same with a folder that is open.
-void forEachName(const Item& folder, const FileDescriptor& opened, const Reader& reader,
+/// The same with a directory that is open.
+void forEachName(const Item& directory, const FileDescriptor& opened, const Reader& reader,
                  const ChildVisitor& visit) {
     for (const auto& name : namesOf(opened)) {
         const auto child = [&] {
-            const Reader::Turn turn(reader, folder);
+            const Reader::Turn turn(reader, directory);
             return openItem(opened.get(), name);
         }();
         require(child.has_value());
@@ -119,9 +119,9 @@ void forEachName(const Item& folder, const FileDescriptor& opened, const Reader&
     }
 }
 
-/// A name in a folder that none but root can enter, and its path there.
+/// A name in a directory that none but root can enter, and its path there.
 struct Spot {
-    int folder;
+    int directory;
     std::string name;
     std::string path;
 
@@ -139,7 +139,7 @@ bool keepsPrivileges(int item) {
 
 class Copier {
 public:
-    /// `target` is not to be met on the way: the folder that is being filled.
+    /// `target` is not to be met on the way: the directory that is being filled.
     Copier(const Item& target, const Reader& reader) : target_(target), reader_(reader) {}
 
     void copy(const Item& item, const Spot& to) {
@@ -153,14 +153,14 @@ public:
             copyFile(item, status, to);
             break;
         case S_IFDIR:
-            copyFolder(item, to);
+            copyDirectory(item, to);
             break;
         case S_IFLNK:
             copyLink(item, to);
             break;
         case S_IFIFO:
         case S_IFSOCK:
-            require(::mknodat(to.folder, to.name.c_str(), status.st_mode & S_IFMT, 0) == 0);
+            require(::mknodat(to.directory, to.name.c_str(), status.st_mode & S_IFMT, 0) == 0);
             break;
         default:
             throw startFailure(Errno(EPERM));
@@ -176,12 +176,12 @@ private:
         }
         const auto [first, isNew] = copies_.emplace(item.identity(), to.path);
         return !isNew &&
-               ::linkat(AT_FDCWD, first->second.c_str(), to.folder, to.name.c_str(), 0) == 0;
+               ::linkat(AT_FDCWD, first->second.c_str(), to.directory, to.name.c_str(), 0) == 0;
     }
 
     void copyFile(const Item& item, const struct stat& status, const Spot& to) const {
         const auto from = openForReading(item, reader_, O_NOCTTY);
-        const FileDescriptor made(::openat(to.folder, to.name.c_str(),
+        const FileDescriptor made(::openat(to.directory, to.name.c_str(),
                                            O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
                                            S_IRUSR | S_IWUSR));
         require(static_cast<bool>(made));
@@ -190,13 +190,13 @@ private:
         copyAttributes(from.get(), made.get());
     }
 
-    void copyFolder(const Item& item, const Spot& to) {
+    void copyDirectory(const Item& item, const Spot& to) {
         if (item.identity() == target_.identity()) {
             throw startFailure(Errno(EINVAL));
         }
-        require(::mkdirat(to.folder, to.name.c_str(), S_IRWXU) == 0);
-        const FileDescriptor made(
-            ::openat(to.folder, to.name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+        require(::mkdirat(to.directory, to.name.c_str(), S_IRWXU) == 0);
+        const FileDescriptor made(::openat(to.directory, to.name.c_str(),
+                                           O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
         require(static_cast<bool>(made));
         const auto from = openForReading(item, reader_, O_DIRECTORY);
         forEachName(item, from, reader_, [&](const Item& child, const std::string& name) {
@@ -209,10 +209,10 @@ private:
         std::array<char, PATH_MAX> target{};
         const ssize_t size =
             ::readlinkat(item.descriptor.get(), "", target.data(), target.size() - 1);
-        require(size > 0 && ::symlinkat(target.data(), to.folder, to.name.c_str()) == 0);
+        require(size > 0 && ::symlinkat(target.data(), to.directory, to.name.c_str()) == 0);
     }
 
-    /// By name, which in a closed folder leads to what has just been made.
+    /// By name, which in a closed directory leads to what has just been made.
     static void settle(const Item& item, const struct stat& status, const Spot& to) {
         constexpr mode_t privileges = S_ISUID | S_ISGID;
         const mode_t rights = status.st_mode & 07777U;
@@ -220,10 +220,10 @@ private:
                                 ? rights & ~privileges
                                 : rights;
         const std::array<timespec, 2> times{status.st_atim, status.st_mtim};
-        require(::fchownat(to.folder, to.name.c_str(), status.st_uid, status.st_gid,
+        require(::fchownat(to.directory, to.name.c_str(), status.st_uid, status.st_gid,
                            AT_SYMLINK_NOFOLLOW) == 0);
-        require(S_ISLNK(status.st_mode) || ::fchmodat(to.folder, to.name.c_str(), kept, 0) == 0);
-        require(::utimensat(to.folder, to.name.c_str(), times.data(), AT_SYMLINK_NOFOLLOW) == 0);
+        require(S_ISLNK(status.st_mode) || ::fchmodat(to.directory, to.name.c_str(), kept, 0) == 0);
+        require(::utimensat(to.directory, to.name.c_str(), times.data(), AT_SYMLINK_NOFOLLOW) == 0);
     }
 
     const Item& target_;
@@ -234,19 +234,19 @@ private:
 
 } // namespace
 
-void copyItem(const Item& item, const Reader& reader, const Item& closedFolder,
+void copyItem(const Item& item, const Reader& reader, const Item& closedDirectory,
               const std::string& name) {
     liftDescriptorLimit();
-    Copier(closedFolder, reader)
-        .copy(item, {closedFolder.descriptor.get(), name, heldPath(closedFolder, name)});
+    Copier(closedDirectory, reader)
+        .copy(item, {closedDirectory.descriptor.get(), name, heldPath(closedDirectory, name)});
 }
 
-void forEachIn(const Item& folder, const Reader& reader, const ChildVisitor& visit) {
-    forEachName(folder, openForReading(folder, reader, O_DIRECTORY), reader, visit);
+void forEachIn(const Item& directory, const Reader& reader, const ChildVisitor& visit) {
+    forEachName(directory, openForReading(directory, reader, O_DIRECTORY), reader, visit);
 }
 
-void settleLike(const Item& example, const Item& folder) {
-    const int target = folder.descriptor.get();
+void settleLike(const Item& example, const Item& directory) {
+    const int target = directory.descriptor.get();
     const std::string path = "/proc/self/fd/" + std::to_string(target);
     struct stat status {};
     require(::fstat(example.descriptor.get(), &status) == 0);

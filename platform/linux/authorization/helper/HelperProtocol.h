@@ -34,17 +34,18 @@ enum class Status : std::int32_t {
     requestTooLarge = 3,
     toolNotAbsolute = 4,
     toolMissing = 5,
-    /// Others than root may change the tool, or a folder or a link on its way.
+    /// Others than root may change the tool, or a directory or a link on its way.
     toolNotTrusted = 6,
     /// An option or a number of operands that the helper does not know of this tool.
     commandUnknown = 7,
-    /// A top-level folder, a home folder, a mount point, or a folder that one of them is in.
+    /// A top-level directory, a home directory, a mount point, or a directory that one of them is
+    /// in.
     itemProtected = 8,
     /// A link that its owner could not follow to the same effect.
     itemRedirected = 9,
     itemUnreachable = 10,
     startFailed = 11,
-    /// An item in a folder of somebody's that is another's, or has another name elsewhere.
+    /// An item in a directory of somebody's that is another's, or has another name elsewhere.
     itemForeign = 12,
     /// The plan of the program, which this helper is for, does not name it.
     notPlanned = 13,

@@ -35,9 +35,9 @@ void takeTurn(const FileDescriptor& turns) {
     }
 }
 
-/// Whether a folder is another one, or in it at any depth.
-bool isIn(const Item& folder, const Item& other) {
-    auto outer = openItem(folder.descriptor.get(), ".");
+/// Whether a directory is another one, or in it at any depth.
+bool isIn(const Item& directory, const Item& other) {
+    auto outer = openItem(directory.descriptor.get(), ".");
     while (outer && outer->identity() != other.identity()) {
         auto next = openItem(outer->descriptor.get(), "..");
         if (!next || next->identity() == outer->identity()) {
@@ -50,30 +50,32 @@ bool isIn(const Item& folder, const Item& other) {
 
 /// Whether the item that was checked still stands in its place.
 bool isThere(const Place& place) {
-    const auto item = openItem(place.folder.descriptor.get(), place.name);
+    const auto item = openItem(place.directory.descriptor.get(), place.name);
     return item && item->identity() == place.item->identity();
 }
 
 /// Takes the former name of a file away that has had both: the kernel leaves such as they are.
 bool dropOtherName(const Place& from, const Place& to) {
-    const bool isSamePlace = from.folder.identity() == to.folder.identity() && from.name == to.name;
+    const bool isSamePlace =
+        from.directory.identity() == to.directory.identity() && from.name == to.name;
     return isSamePlace || !to.item || to.item->identity() != from.item->identity() ||
-           ::unlinkat(from.folder.descriptor.get(), from.name.c_str(), 0) == 0 || errno == ENOENT;
+           ::unlinkat(from.directory.descriptor.get(), from.name.c_str(), 0) == 0 ||
+           errno == ENOENT;
 }
 
-/// Renames an item into a folder that only root may change, and nothing else that stands in its
+/// Renames an item into a directory that only root may change, and nothing else that stands in its
 /// place by now. Sets errno when it cannot.
 bool renameThisItem(const Place& from, const Place& to) {
-    const Stage stage(to.folder);
-    const int staged = stage.folder().descriptor.get();
-    const int source = from.folder.descriptor.get();
+    const Stage stage(to.directory);
+    const int staged = stage.directory().descriptor.get();
+    const int source = from.directory.descriptor.get();
     const char* name = from.name.c_str();
     if (::renameat(source, name, staged, name) != 0) {
         return false;
     }
     const auto item = openItem(staged, from.name);
     const bool isIt = item && item->identity() == from.item->identity();
-    if (isIt && ::renameat(staged, name, to.folder.descriptor.get(), to.name.c_str()) == 0) {
+    if (isIt && ::renameat(staged, name, to.directory.descriptor.get(), to.name.c_str()) == 0) {
         ::unlinkat(staged, name, 0); // which is still there when both are names of one file
         return true;
     }
@@ -86,10 +88,10 @@ bool renameThisItem(const Place& from, const Place& to) {
 }
 
 bool renameItem(const Place& from, const Place& to) {
-    return from.folder.isChangeable() && !to.folder.isChangeable()
+    return from.directory.isChangeable() && !to.directory.isChangeable()
                ? renameThisItem(from, to)
-               : ::renameat(from.folder.descriptor.get(), from.name.c_str(),
-                            to.folder.descriptor.get(), to.name.c_str()) == 0;
+               : ::renameat(from.directory.descriptor.get(), from.name.c_str(),
+                            to.directory.descriptor.get(), to.name.c_str()) == 0;
 }
 
 } // namespace
@@ -97,28 +99,28 @@ bool renameItem(const Place& from, const Place& to) {
 bool carryOut(const Copy& copy, FileDescriptor& report) {
     const auto& [from, to, remover] = copy;
     const Placing placing(*from.item, remover);
-    if (from.item->isFolder() && to.item && to.item->isFolder()) {
+    if (from.item->isDirectory() && to.item && to.item->isDirectory()) {
         if (isIn(*to.item, *from.item)) {
             throw startFailure(Errno(EINVAL));
         }
-        if (!mayMergeInto(*to.item, to.folder)) {
+        if (!mayMergeInto(*to.item, to.directory)) {
             throw startFailure(Errno(EPERM));
         }
         report.reset();
         return placing.merge(*from.item, *to.item, to.name);
     }
-    if (isTaken(heldPath(to.folder, to.name), heldPath(from.folder, from.name))) {
+    if (isTaken(heldPath(to.directory, to.name), heldPath(from.directory, from.name))) {
         throw startFailure(Errno(EEXIST));
     }
-    const Stage stage(to.folder);
+    const Stage stage(to.directory);
     report.reset();
-    return placing.put(*from.item, stage, to.folder, to.name);
+    return placing.put(*from.item, stage, to.directory, to.name);
 }
 
 bool carryOut(const Move& move, FileDescriptor& report, const FileDescriptor& turns) {
     const auto& [from, to, remover] = move.copy;
-    const std::string source = heldPath(from.folder, from.name);
-    const std::string destination = heldPath(to.folder, to.name);
+    const std::string source = heldPath(from.directory, from.name);
+    const std::string destination = heldPath(to.directory, to.name);
     // Where the item can be renamed, only the attempt tells.
     if (renameItem(from, to)) {
         return dropOtherName(from, to);
@@ -130,13 +132,13 @@ bool carryOut(const Move& move, FileDescriptor& report, const FileDescriptor& tu
         throw startFailure(Errno(EEXIST));
     }
     const Placing placing(*from.item, remover);
-    const Stage stage(to.folder);
+    const Stage stage(to.directory);
     report.reset();
     // An item that the program asks to be moved again, because it stands in its place while it is
     // copied, has gone by then.
     takeTurn(turns);
-    return isThere(from) && placing.put(*from.item, stage, to.folder, to.name) && isThere(from) &&
-           succeeds(remover, {"-Rf", "--", source});
+    return isThere(from) && placing.put(*from.item, stage, to.directory, to.name) &&
+           isThere(from) && succeeds(remover, {"-Rf", "--", source});
 }
 
 } // namespace platform::native::helper

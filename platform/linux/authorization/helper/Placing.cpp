@@ -32,13 +32,13 @@ bool succeeds(const Tool& tool, const std::vector<std::string>& arguments) {
     return status == 0;
 }
 
-bool Placing::put(const Item& item, const Stage& stage, const Item& folder,
+bool Placing::put(const Item& item, const Stage& stage, const Item& directory,
                   const std::string& name) const {
-    const int staged = stage.folder().descriptor.get();
+    const int staged = stage.directory().descriptor.get();
     std::string reason;
     try {
-        copyItem(item, reader_, stage.folder(), name);
-        if (::renameat(staged, name.c_str(), folder.descriptor.get(), name.c_str()) == 0) {
+        copyItem(item, reader_, stage.directory(), name);
+        if (::renameat(staged, name.c_str(), directory.descriptor.get(), name.c_str()) == 0) {
             return true;
         }
         reason = std::to_string(errno);
@@ -46,7 +46,7 @@ bool Placing::put(const Item& item, const Stage& stage, const Item& folder,
         reason = refusal.about;
     }
     logFailure(name, reason);
-    succeeds(remover_, {"-Rf", "--", heldPath(stage.folder(), name)});
+    succeeds(remover_, {"-Rf", "--", heldPath(stage.directory(), name)});
     return false;
 }
 
@@ -75,19 +75,19 @@ bool Placing::mergeItems(const Item& from, const Item& to) const {
 bool Placing::mergeItem(const Item& item, const std::string& name, const Stage& stage,
                         const Item& to) const {
     const auto there = openItem(to.descriptor.get(), name);
-    const bool isFolderThere = there && there->isFolder();
-    if (isFolderThere && item.isFolder() && mayMergeInto(*there, to)) {
+    const bool isDirectoryThere = there && there->isDirectory();
+    if (isDirectoryThere && item.isDirectory() && mayMergeInto(*there, to)) {
         return merge(item, *there, name);
     }
-    if (isFolderThere || (there && item.isFolder())) {
+    if (isDirectoryThere || (there && item.isDirectory())) {
         logFailure(name, std::to_string(EEXIST));
         return false;
     }
     return put(item, stage, to, name);
 }
 
-bool mayMergeInto(const Item& folder, const Item& parent) {
-    return !parent.isChangeable() || folder.status.stx_uid == parent.status.stx_uid;
+bool mayMergeInto(const Item& directory, const Item& parent) {
+    return !parent.isChangeable() || directory.status.stx_uid == parent.status.stx_uid;
 }
 
 } // namespace platform::native::helper

@@ -21,16 +21,16 @@ public:
     Placing(const Item& item, const Tool& remover)
         : reader_(item.status.stx_uid), remover_(remover) {}
 
-    /// Puts a whole copy in the place of this name in the folder, by way of a stage in it, and
+    /// Puts a whole copy in the place of this name in the directory, by way of a stage in it, and
     /// tells whether it is there.
-    bool put(const Item& item, const Stage& stage, const Item& folder,
+    bool put(const Item& item, const Stage& stage, const Item& directory,
              const std::string& name) const;
 
-    /// Puts copies of all that is in a folder into another one that exists, folders into folders
-    /// of their names, and tells whether all are there. What cannot replace what is there at once,
-    /// and a folder that is another's than the one that it is in where others than root may change
-    /// that, is left. In the end the folder, which the log calls by its name, has the other's
-    /// owners, rights and times.
+    /// Puts copies of all that is in a directory into another one that exists, directories into
+    /// directories of their names, and tells whether all are there. What cannot replace what is
+    /// there at once, and a directory that is another's than the one that it is in where others
+    /// than root may change that, is left. In the end the directory, which the log calls by its
+    /// name, has the other's owners, rights and times.
     bool merge(const Item& from, const Item& to, const std::string& name) const;
 
 private:
@@ -42,8 +42,8 @@ private:
     const Tool& remover_;
 };
 
-/// Whether a copy may be merged into a folder that is in another one. Who may change that one may
-/// have put it there.
-bool mayMergeInto(const Item& folder, const Item& parent);
+/// Whether a copy may be merged into a directory that is in another one. Who may change that one
+/// may have put it there.
+bool mayMergeInto(const Item& directory, const Item& parent);
 
 } // namespace platform::native::helper

@@ -20,7 +20,7 @@ namespace fs = std::filesystem;
 using Kind = PlannedItems::Kind;
 
 bool isInHome(const PlannedItems& items) {
-    return items.folder.starts_with('~');
+    return items.directory.starts_with('~');
 }
 
 /// Whether a text begins so, whatever the case of its letters.
@@ -28,10 +28,10 @@ bool begins(const std::string& text, const std::string& beginning) {
     return ::strncasecmp(text.c_str(), beginning.c_str(), beginning.size()) == 0;
 }
 
-/// Whether a folder is one that an item is in, or that one of those is in, and so on.
-bool isAbove(const fs::path& folder, const fs::path& item) {
-    const auto end = std::mismatch(folder.begin(), folder.end(), item.begin(), item.end());
-    return end.first == folder.end() && end.second != item.end();
+/// Whether a directory is one that an item is in, or that one of those is in, and so on.
+bool isAbove(const fs::path& directory, const fs::path& item) {
+    const auto end = std::mismatch(directory.begin(), directory.end(), item.begin(), item.end());
+    return end.first == directory.end() && end.second != item.end();
 }
 
 /// Whether nobody but root can have made an item as it is. On a file system where programs do not
@@ -42,7 +42,7 @@ bool isSurelyRoots(const Item& item) {
            (fileSystem.f_flag & ST_NOSUID) == 0;
 }
 
-/// The home folder in the list of accounts. Throws a Refusal.
+/// The home directory in the list of accounts. Throws a Refusal.
 std::string homeOf(uid_t user) {
     const passwd* account = ::getpwuid(user);
     std::string home = account == nullptr ? "" : account->pw_dir;
@@ -63,9 +63,9 @@ public:
 
     void operator()(Removal& removal) const {
         for (const auto& place : removal.places) {
-            require(isAt(place, isJobs) && !(place.item && place.item->isFolder()), place.path);
+            require(isAt(place, isJobs) && !(place.item && place.item->isDirectory()), place.path);
         }
-        removal.options = {"-f"}; // a folder that comes to be there stays
+        removal.options = {"-f"}; // a directory that comes to be there stays
     }
 
     void operator()(const Move& move) const {
@@ -77,14 +77,14 @@ public:
         }
     }
 
-    void operator()(const Folders& folders) const {
+    void operator()(const Directories& directories) const {
         require(std::any_of(plan_.begin(), plan_.end(),
                             [&](const PlannedItems& items) {
                                 return isMachines(items) && isAny(items, [&](const fs::path& item) {
-                                           return isAbove(folders.path, item);
+                                           return isAbove(directories.path, item);
                                        });
                             }),
-                folders.path);
+                directories.path);
     }
 
 private:
@@ -106,10 +106,10 @@ private:
     /// Whether any of these items has a path of which this holds.
     template <class Holds>
     bool isAny(const PlannedItems& items, const Holds& holds) const {
-        const fs::path folder = isInHome(items) ? home_ + std::string(items.folder.substr(1))
-                                                : std::string(items.folder);
+        const fs::path directory = isInHome(items) ? home_ + std::string(items.directory.substr(1))
+                                                   : std::string(items.directory);
         return std::any_of(items.names.begin(), items.names.end(), [&](std::string_view name) {
-            return holds(folder / fs::path(nameOf(items, name)));
+            return holds(directory / fs::path(nameOf(items, name)));
         });
     }
 
@@ -143,7 +143,7 @@ private:
     bool isInTrash(const Place& place) const {
         const auto trash = walk(home_ + "/.Trash");
         return trash && trash->isHonest() && trash->end.status.stx_uid == user_ &&
-               trash->end.identity() == place.folder.identity();
+               trash->end.identity() == place.directory.identity();
     }
 
     bool mayGoBack(const Place& from, const Place& to) const {

@@ -51,11 +51,11 @@ void ProtectedItems::add(const std::string& path) {
 }
 
 void ProtectedItems::addTopLevel() {
-    const std::unique_ptr<DIR, int (*)(DIR*)> folder(::opendir("/"), ::closedir);
-    if (!folder) {
+    const std::unique_ptr<DIR, int (*)(DIR*)> directory(::opendir("/"), ::closedir);
+    if (!directory) {
         throw Refusal{Status::startFailed, "/"};
     }
-    while (const dirent* entry = ::readdir(folder.get())) {
+    while (const dirent* entry = ::readdir(directory.get())) {
         add(std::string("/") + static_cast<const char*>(entry->d_name));
     }
 }

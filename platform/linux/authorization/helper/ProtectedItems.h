@@ -11,12 +11,12 @@
 
 namespace platform::native::helper {
 
-/// What no tool may take away: the top-level folders, every account's home folder, every mount
-/// point, and every folder and link on the way to one of them. They are known by device and inode,
-/// so that no spelling hides them.
+/// What no tool may take away: the top-level directories, every account's home directory, every
+/// mount point, and every directory and link on the way to one of them. They are known by device
+/// and inode, so that no spelling hides them.
 class ProtectedItems {
 public:
-    /// The user is one whose home folder is known whether or not the accounts can
+    /// The user is one whose home directory is known whether or not the accounts can
     /// be listed. Throws a Refusal.
     explicit ProtectedItems(uid_t user);
 

@@ -42,7 +42,7 @@ struct Performer {
         std::vector<std::string> arguments = removal.options;
         arguments.emplace_back("--");
         for (const auto& place : removal.places) {
-            arguments.push_back(heldPath(place.folder, place.name));
+            arguments.push_back(heldPath(place.directory, place.name));
         }
         becomeTool(removal.remover, arguments);
         throw startFailure(Errno::last());
@@ -53,8 +53,8 @@ struct Performer {
         change.make(change.place);
         return true;
     }
-    bool operator()(const Folders& folders) const {
-        makeFolders(folders);
+    bool operator()(const Directories& directories) const {
+        makeDirectories(directories);
         return true;
     }
     bool operator()(Nothing) const { return true; }

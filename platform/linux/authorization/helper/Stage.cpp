@@ -27,19 +27,19 @@ std::string newName() {
     return ".qf-helper-" + std::to_string(number);
 }
 
-/// Whether a folder is what has just been made, or as good. Who may change the folder that it
+/// Whether a directory is what has just been made, or as good. Who may change the directory that it
 /// is in may have put another in its place.
-bool isNew(const Item& folder) {
+bool isNew(const Item& directory) {
     constexpr unsigned rights = S_IRWXU | S_IRWXG | S_IRWXO;
     std::error_code error;
-    return folder.isFolder() && folder.status.stx_uid == 0 &&
-           (folder.status.stx_mode & rights) == S_IRWXU &&
-           std::filesystem::is_empty(heldPath(folder, ""), error) && !error;
+    return directory.isDirectory() && directory.status.stx_uid == 0 &&
+           (directory.status.stx_mode & rights) == S_IRWXU &&
+           std::filesystem::is_empty(heldPath(directory, ""), error) && !error;
 }
 
-/// What is made in the folder gets no rights from an access list that its parent hands down.
-bool inheritsNothing(const Item& folder) {
-    return ::removexattr(heldPath(folder, "").c_str(), "system.posix_acl_default") == 0 ||
+/// What is made in the directory gets no rights from an access list that its parent hands down.
+bool inheritsNothing(const Item& directory) {
+    return ::removexattr(heldPath(directory, "").c_str(), "system.posix_acl_default") == 0 ||
            errno == ENODATA || errno == ENOTSUP;
 }
 
@@ -54,7 +54,7 @@ Stage::Stage(const Item& parent) : parent_(parent.descriptor.get()), name_(newNa
         remove();
         throw startFailure(Errno(EPERM));
     }
-    folder_ = std::move(*made);
+    directory_ = std::move(*made);
 }
 
 Stage::~Stage() {

@@ -6,7 +6,7 @@
 
 namespace platform::native::helper {
 
-/// A new folder in another one, which none but root may enter, so that nothing can be put in the
+/// A new directory in another one, which none but root may enter, so that nothing can be put in the
 /// way of what is copied into it. It goes at the scope's end, if it is empty.
 class Stage {
 public:
@@ -18,14 +18,14 @@ public:
     Stage(Stage&&) = delete;
     Stage& operator=(Stage&&) = delete;
 
-    const Item& folder() const { return folder_; }
+    const Item& directory() const { return directory_; }
 
 private:
     void remove() const;
 
     int parent_;
     std::string name_;
-    Item folder_;
+    Item directory_;
 };
 
 } // namespace platform::native::helper

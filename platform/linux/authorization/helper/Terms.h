@@ -10,14 +10,14 @@ namespace platform::native::helper {
 /// Items that a program's plan names, one for each of `names`: prefix + name + suffix.
 struct PlannedItems {
     enum class Kind {
-        item,        ///< what is at this path in the folder
-        beginning,   ///< whatever in the folder has a name that begins so, in whichever case
+        item,        ///< what is at this path in the directory
+        beginning,   ///< whatever in the directory has a name that begins so, in whichever case
         job,         ///< the file of a background job, which may also be removed
         application, ///< an application with this identifier, wherever it is
     };
     Kind kind = Kind::item;
-    /// An absolute path; "~" is the user's home folder. An application needs none.
-    std::string_view folder;
+    /// An absolute path; "~" is the user's home directory. An application needs none.
+    std::string_view directory;
     std::string_view prefix;
     std::span<const std::string_view> names;
     std::string_view suffix;

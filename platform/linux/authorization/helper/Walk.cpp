@@ -38,11 +38,11 @@ std::string targetOf(const Item& link) {
 
 } // namespace
 
-std::optional<Item> openItem(int folder, const std::string& name) {
+std::optional<Item> openItem(int directory, const std::string& name) {
     constexpr unsigned needed = STATX_TYPE | STATX_MODE | STATX_UID | STATX_INO | STATX_NLINK;
     Item item;
     item.descriptor =
-        FileDescriptor(::openat(folder, name.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
+        FileDescriptor(::openat(directory, name.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
     if (item.descriptor && ::statx(item.descriptor.get(), "", AT_EMPTY_PATH | AT_STATX_DONT_SYNC,
                                    needed, &item.status) == 0) {
         return item;

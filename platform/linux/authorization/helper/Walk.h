@@ -19,7 +19,7 @@ struct Item {
     FileDescriptor descriptor;
     struct statx status {};
 
-    bool isFolder() const { return S_ISDIR(status.stx_mode); }
+    bool isDirectory() const { return S_ISDIR(status.stx_mode); }
     bool isLink() const { return S_ISLNK(status.stx_mode); }
 
     /// Whether others than root may change it. An access list counts: its mask shows as the group's
@@ -33,31 +33,31 @@ struct Item {
     }
 };
 
-/// Opens what stands in a folder under a name, a link itself. No server is asked and nothing is
+/// Opens what stands in a directory under a name, a link itself. No server is asked and nothing is
 /// mounted on the way, so that a dead one cannot keep the helper waiting. Throws a Refusal when the
 /// system has no memory or descriptor left: what cannot be looked at may stand there all the same.
-std::optional<Item> openItem(int folder, const std::string& name);
+std::optional<Item> openItem(int directory, const std::string& name);
 
 /// What a path leads to.
 struct Way {
     Item end;
-    /// The owners of the folders from where the way could have been led elsewhere: each has a link
-    /// or ".." on the way that others than root may have put there. Root stands for everybody.
+    /// The owners of the directories from where the way could have been led elsewhere: each has a
+    /// link or ".." on the way that others than root may have put there. Root stands for everybody.
     std::vector<uid_t> redirectors;
-    /// Whether each link on the way is root's, in a folder that only root may change, and each ".."
-    /// is in such a folder.
+    /// Whether each link on the way is root's, in a directory that only root may change, and each
+    /// ".." is in such a directory.
     bool isRoots = true;
 
     /// Whether it leads where each redirector could have done the same harm as its owner. A
-    /// folder's group is trusted as its owner is.
+    /// directory's group is trusted as its owner is.
     bool isHonest() const;
 };
 
 using Visitor = std::function<void(const Item&)>;
 
 /// Walks from the root to what an absolute path leads to, following every link, the last one too,
-/// and shows `visit` each folder, link and file that it comes by. Gives nothing when it cannot be
-/// reached; throws as openItem.
+/// and shows `visit` each directory, link and file that it comes by. Gives nothing when it cannot
+/// be reached; throws as openItem.
 std::optional<Way> walk(
     std::string_view path, const Visitor& visit = [](const Item&) {});
 

@@ -32,9 +32,9 @@ bool isFile(archive_entry* entry, const FileDescriptor& file) {
 }
 
 /// What goes at the beginning of every path below the source.
-std::size_t prefixLength(const std::string& source, bool isFolder, KeepParent keepParent) {
+std::size_t prefixLength(const std::string& source, bool isDirectory, KeepParent keepParent) {
     const auto base =
-        isFolder && keepParent == KeepParent::no ? source : path::deletingLastComponent(source);
+        isDirectory && keepParent == KeepParent::no ? source : path::deletingLastComponent(source);
     return base.size() + (base.ends_with('/') ? 0 : 1);
 }
 
@@ -78,7 +78,7 @@ void addEntry(archive* disk, archive* zip, archive_entry* entry, std::size_t pre
     if (type != AE_IFREG && type != AE_IFDIR && type != AE_IFLNK) {
         throw ToolError(failureSentence(path, "archived", "it is no file, folder or link"));
     }
-    if (path.size() <= prefix) { // the folder whose name is left out
+    if (path.size() <= prefix) { // the directory whose name is left out
         return;
     }
     archive_entry_copy_pathname(entry, path.c_str() + prefix);
@@ -132,7 +132,7 @@ void compress(const std::string& source, const std::string& archivePath, KeepPar
     if (!place) {
         failToMake(archivePath, place.error());
     }
-    auto draft = TemporaryItem::make(place->folder.get(), place->name, S_IFREG | DEFFILEMODE);
+    auto draft = TemporaryItem::make(place->directory.get(), place->name, S_IFREG | DEFFILEMODE);
     if (!draft) {
         failToMake(archivePath, draft.error());
     }

@@ -2,8 +2,8 @@
 
 #include "platform/foundation/Path.h"
 #include "platform/linux/files/TemporaryItem.h"
+#include "platform/linux/posix/Directories.h"
 #include "platform/linux/posix/Errors.h"
-#include "platform/linux/posix/Folders.h"
 #include "platform/linux/posix/ItemPlace.h"
 #include "platform/linux/tools/ditto/ArchiveHandle.h"
 
@@ -54,7 +54,7 @@ ArchiveHandle openDisk() {
     return disk;
 }
 
-/// The bytes that the volume of the working folder has left.
+/// The bytes that the volume of the working directory has left.
 la_int64_t freeSpace() {
     struct statvfs status {};
     if (::statvfs(".", &status) != 0) {
@@ -119,7 +119,7 @@ void unpackEntry(archive* zip, archive* disk, archive_entry* entry) {
     }
 }
 
-/// Unpacks into the working folder.
+/// Unpacks into the working directory.
 void unpackEntries(archive* zip, const std::string& archivePath) {
     const auto disk = openDisk();
     archive_entry* entry = nullptr;
@@ -130,7 +130,8 @@ void unpackEntries(archive* zip, const std::string& archivePath) {
             unpackEntry(zip, disk.get(), entry);
         }
     } catch (const ToolError&) {
-        archive_write_fail(disk.get()); // no folder gets its final mode, which may forbid removal
+        archive_write_fail(
+            disk.get()); // no directory gets its final mode, which may forbid removal
         throw;
     }
     if (archive_write_close(disk.get()) < ARCHIVE_WARN) {
@@ -138,43 +139,45 @@ void unpackEntries(archive* zip, const std::string& archivePath) {
     }
 }
 
-[[noreturn]] void failToMakeFolder(const std::string& folder, Errno error) {
-    throw ToolError(failureSentence(folder, "made", reason(error)));
+[[noreturn]] void failToMakeDirectory(const std::string& directory, Errno error) {
+    throw ToolError(failureSentence(directory, "made", reason(error)));
 }
 
-/// Unpacks into a folder that is missing, and appears when all is in it.
-void unpackIntoNewFolder(archive* zip, const std::string& archivePath, const std::string& folder) {
-    if (const auto above = makeFolders(path::deletingLastComponent(folder), ACCESSPERMS); !above) {
-        failToMakeFolder(folder, above.error());
+/// Unpacks into a directory that is missing, and appears when all is in it.
+void unpackIntoNewDirectory(archive* zip, const std::string& archivePath,
+                            const std::string& directory) {
+    if (const auto above = makeDirectories(path::deletingLastComponent(directory), ACCESSPERMS);
+        !above) {
+        failToMakeDirectory(directory, above.error());
     }
-    const auto place = findPlace(folder);
+    const auto place = findPlace(directory);
     if (!place) {
-        failToMakeFolder(folder, place.error());
+        failToMakeDirectory(directory, place.error());
     }
-    auto draft = TemporaryItem::make(place->folder.get(), place->name, S_IFDIR | ACCESSPERMS);
+    auto draft = TemporaryItem::make(place->directory.get(), place->name, S_IFDIR | ACCESSPERMS);
     if (!draft) {
-        failToMakeFolder(folder, draft.error());
+        failToMakeDirectory(directory, draft.error());
     }
     if (::fchdir(draft->item().get()) != 0) {
-        failToMakeFolder(folder, Errno::last());
+        failToMakeDirectory(directory, Errno::last());
     }
     unpackEntries(zip, archivePath);
     if (const auto renamed = draft->rename(); !renamed) {
-        failToMakeFolder(folder, renamed.error());
+        failToMakeDirectory(directory, renamed.error());
     }
 }
 
 } // namespace
 
-void extract(const std::string& archivePath, const std::string& folder) {
+void extract(const std::string& archivePath, const std::string& directory) {
     const auto zip = openArchive(archivePath);
     struct stat status {};
-    if (::stat(folder.c_str(), &status) != 0) {
-        unpackIntoNewFolder(zip.get(), archivePath, folder);
+    if (::stat(directory.c_str(), &status) != 0) {
+        unpackIntoNewDirectory(zip.get(), archivePath, directory);
         return;
     }
-    if (::chdir(folder.c_str()) != 0) {
-        throw ToolError(failureSentence(folder, "entered", reason(Errno::last())));
+    if (::chdir(directory.c_str()) != 0) {
+        throw ToolError(failureSentence(directory, "entered", reason(Errno::last())));
     }
     unpackEntries(zip.get(), archivePath);
 }

@@ -7,7 +7,7 @@
 #include "platform/linux/tools/launchctl/JobFile.h"
 #include "platform/linux/tools/launchctl/JobUnits.h"
 #include "platform/linux/tools/launchctl/ServiceManager.h"
-#include "platform/linux/tools/launchctl/UnitFolder.h"
+#include "platform/linux/tools/launchctl/UnitDirectory.h"
 
 #include <unistd.h>
 
@@ -31,7 +31,7 @@ constexpr std::chrono::milliseconds patienceWithJobs{4000};
 /// What one run of the program acts on.
 struct Caller {
     Domain domain;
-    UnitFolder folder;
+    UnitDirectory directory;
     Clock::time_point began = Clock::now();
 
     ServiceManager connect() const { return {domain, began + wholeTime}; }
@@ -39,11 +39,11 @@ struct Caller {
 
 Caller currentCaller() {
     if (::geteuid() == 0) {
-        return {Domain::system, UnitFolder("/etc/systemd/system")};
+        return {Domain::system, UnitDirectory("/etc/systemd/system")};
     }
     const auto settings = absolutePathFromEnvironment("XDG_CONFIG_HOME")
                               .value_or(UserAccount().homeDirectory() + "/.config");
-    return {Domain::user, UnitFolder(settings + "/systemd/user")};
+    return {Domain::user, UnitDirectory(settings + "/systemd/user")};
 }
 
 std::string absolute(const std::string& file) {
@@ -53,16 +53,16 @@ std::string absolute(const std::string& file) {
 }
 
 void requireDomainOf(const std::string& file, const Caller& caller) {
-    const auto folder = path::lastComponent(path::deletingLastComponent(file));
-    if (caller.domain == Domain::user && folder == "LaunchDaemons") {
+    const auto directory = path::lastComponent(path::deletingLastComponent(file));
+    if (caller.domain == Domain::user && directory == "LaunchDaemons") {
         throw ToolError(file + ": Daemons are the system's, which only root may change");
     }
 }
 
 void removeFiles(const Caller& caller, const std::vector<std::string>& units) {
-    caller.folder.remove(units);
+    caller.directory.remove(units);
     if (caller.domain == Domain::user) {
-        caller.folder.removeIfEmpty();
+        caller.directory.removeIfEmpty();
     }
 }
 
@@ -77,7 +77,7 @@ void stop(const Caller& caller, const std::vector<std::string>& units, ServiceMa
 /// short can be repeated.
 void takeDown(const Caller& caller, const std::vector<std::string>& units,
               ServiceManager& manager) {
-    caller.folder.removeLinks(units);
+    caller.directory.removeLinks(units);
     stop(caller, units, manager);
     removeFiles(caller, units);
     manager.reload();
@@ -88,7 +88,7 @@ void takeDown(const Caller& caller, const std::vector<std::string>& units) {
         auto manager = caller.connect();
         takeDown(caller, units, manager);
     } catch (const NoServiceManager&) {
-        caller.folder.removeLinks(units);
+        caller.directory.removeLinks(units);
         removeFiles(caller, units);
         throw;
     }
@@ -97,14 +97,14 @@ void takeDown(const Caller& caller, const std::vector<std::string>& units) {
 void requireFreeNames(const std::vector<UnitFile>& units, const Caller& caller,
                       ServiceManager& manager) {
     for (const auto& unit : units) {
-        if (caller.folder.has(unit.name) || manager.hasUnitFile(unit.name)) {
+        if (caller.directory.has(unit.name) || manager.hasUnitFile(unit.name)) {
             throw ToolError(unit.name + ": There is another unit of this name");
         }
     }
 }
 
 void putUp(const std::vector<UnitFile>& units, const Caller& caller, ServiceManager& manager) {
-    caller.folder.write(units);
+    caller.directory.write(units);
     manager.reload();
     std::vector<std::string> started;
     for (const auto& unit : units) {
@@ -120,7 +120,7 @@ void putUp(const std::vector<UnitFile>& units, const Caller& caller, ServiceMana
 void withdraw(const Caller& caller, const std::vector<std::string>& units,
               ServiceManager& manager) {
     try {
-        caller.folder.removeLinks(units);
+        caller.directory.removeLinks(units);
         removeFiles(caller, units);
         stop(caller, units, manager);
         manager.reload();
@@ -136,7 +136,7 @@ void load(const std::string& argument) {
     requireDomainOf(file, caller);
     const auto label = labelOfJob(job);
     const auto units = unitsOfJob(job, file, caller.domain);
-    if (!caller.folder.unitsOf(label).empty()) {
+    if (!caller.directory.unitsOf(label).empty()) {
         throw ToolError(file + ": service already loaded");
     }
     auto manager = caller.connect();
@@ -144,7 +144,7 @@ void load(const std::string& argument) {
     try {
         putUp(units, caller, manager);
     } catch (const ToolError&) {
-        withdraw(caller, caller.folder.unitsOf(label), manager);
+        withdraw(caller, caller.directory.unitsOf(label), manager);
         throw;
     }
 }
@@ -154,7 +154,7 @@ void unload(const std::string& argument) {
     const auto caller = currentCaller();
     const auto job = readJobFile(file, MustBeSafe::no);
     requireDomainOf(file, caller);
-    const auto units = caller.folder.unitsOf(labelOfJob(job));
+    const auto units = caller.directory.unitsOf(labelOfJob(job));
     if (units.empty()) {
         throw ToolError(file + ": Could not find specified service");
     }
@@ -163,7 +163,7 @@ void unload(const std::string& argument) {
 
 void remove(const std::string& label) {
     const auto caller = currentCaller();
-    const auto units = caller.folder.unitsOf(label);
+    const auto units = caller.directory.unitsOf(label);
     if (units.empty()) {
         throw ToolError(label + ": Could not find specified service");
     }
@@ -174,7 +174,7 @@ void list() {
     const auto caller = currentCaller();
     auto manager = caller.connect();
     std::cout << "PID\tStatus\tLabel\n";
-    for (const auto& owner : caller.folder.owners()) {
+    for (const auto& owner : caller.directory.owners()) {
         const auto state = manager.stateOf(unitNames(owner.label).back());
         const auto process = state.processId == 0 ? "-" : std::to_string(state.processId);
         std::cout << process << '\t' << state.lastStatus << '\t' << text::printable(owner.label)

@@ -6,8 +6,8 @@
 /// The commands of launchctl that this stand-in has.
 ///
 /// Root acts on the system's service manager; anybody else acts on a service manager of their own,
-/// which has no daemons: a job file in a folder "LaunchDaemons" is refused. A job that is loaded is
-/// a set of unit files that bear its label; nothing else is recorded anywhere, and units of any
+/// which has no daemons: a job file in a directory "LaunchDaemons" is refused. A job that is loaded
+/// is a set of unit files that bear its label; nothing else is recorded anywhere, and units of any
 /// other origin are never changed.
 namespace platform::native::launchctl {
 

@@ -40,9 +40,9 @@ using Error = std::unique_ptr<GError, FreeError>;
 /// Where the bus of the user's manager is: beside the manager's other sockets, even when the
 /// session has been given a bus of its own.
 std::string userBusAddress() {
-    const auto folder = absolutePathFromEnvironment("XDG_RUNTIME_DIR")
-                            .value_or("/run/user/" + std::to_string(::geteuid()));
-    const auto socket = folder + "/bus";
+    const auto directory = absolutePathFromEnvironment("XDG_RUNTIME_DIR")
+                               .value_or("/run/user/" + std::to_string(::geteuid()));
+    const auto socket = directory + "/bus";
     std::error_code error;
     const char* address = std::getenv("DBUS_SESSION_BUS_ADDRESS");
     if (address != nullptr && !std::filesystem::exists(socket, error)) {

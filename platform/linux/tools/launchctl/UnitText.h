@@ -28,7 +28,7 @@ std::string quotedArgument(std::string_view text);
 
 /// The path of a program, quoted, for the first word of a command: "$" means nothing there, and
 /// systemd takes no quotes and backslashes. A simple name is looked for in the service manager's
-/// folders of programs.
+/// directories of programs.
 std::string programWord(std::string_view path);
 
 /// An absolute path as the whole of a setting. There is no quoting there, and so no path that ends

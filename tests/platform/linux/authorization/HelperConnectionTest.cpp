@@ -6,7 +6,7 @@
 #include "platform/linux/authorization/AuthorizationServices.h"
 #include "platform/linux/authorization/HelperStart.h"
 #include "tests/support/ScopedEnvironment.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
 #include <sys/prctl.h>
@@ -177,8 +177,8 @@ TEST(AuthorizationServices, AsksNobodyWhileAnotherProcessTracesThisOne) {
     std::ostringstream lines;
     LineConsole console(lines);
     const ScopedService<Console> scope(console);
-    const TemporaryFolder folder;
-    native::AuthorizationServices services({folder / "pkexec", folder / "helper"});
+    const TemporaryDirectory directory;
+    native::AuthorizationServices services({directory / "pkexec", directory / "helper"});
     const AuthorizationItemSet right{{.name = "system.privilege.admin", .value = {}}};
     const auto created = services.create({}, kAuthorizationFlagDefaults).value();
     const auto ask = [&](AuthorizationFlags flags, const AuthorizationItemSet& environment) {
@@ -202,9 +202,9 @@ TEST(AuthorizationServices, AsksNobodyWhileAnotherProcessTracesThisOne) {
 }
 
 TEST(HelperStart, TellsTheWaysOfPkexecToEndApart) {
-    const TemporaryFolder folder;
+    const TemporaryDirectory directory;
     const auto statusOf = [&](const std::string& script) {
-        const std::string pkexec = folder.write("pkexec", "#!/bin/sh\n" + script + "\n");
+        const std::string pkexec = directory.write("pkexec", "#!/bin/sh\n" + script + "\n");
         std::filesystem::permissions(pkexec, std::filesystem::perms::owner_all);
         return native::startHelper({pkexec, "/bin/true"}).error();
     };
@@ -212,23 +212,23 @@ TEST(HelperStart, TellsTheWaysOfPkexecToEndApart) {
     EXPECT_EQ(statusOf("exit 127"), errAuthorizationDenied);
     EXPECT_EQ(statusOf("exit 0"), errAuthorizationInternal);
     EXPECT_EQ(statusOf("kill -9 $$"), errAuthorizationInternal);
-    EXPECT_EQ(native::startHelper({folder / "missing", "/bin/true"}).error(),
+    EXPECT_EQ(native::startHelper({directory / "missing", "/bin/true"}).error(),
               errAuthorizationInternal);
-    EXPECT_EQ(native::startHelper({"/bin/true", folder / "missing"}).error(),
+    EXPECT_EQ(native::startHelper({"/bin/true", directory / "missing"}).error(),
               errAuthorizationInternal);
 }
 
 TEST(HelperStart, GivesPkexecNothingButTheConnectionAndAPath) {
-    const TemporaryFolder folder;
+    const TemporaryDirectory directory;
     const std::string pkexec =
-        folder.write("pkexec", "#!/bin/sh\nexec > " + (folder / "seen") +
-                                   "\necho \"$@\"\n/usr/bin/env -u PWD -u SHLVL -u _ -u OLDPWD\n"
-                                   "/usr/bin/readlink /proc/self/fd/0 | /usr/bin/cut -c 1-7\n");
+        directory.write("pkexec", "#!/bin/sh\nexec > " + (directory / "seen") +
+                                      "\necho \"$@\"\n/usr/bin/env -u PWD -u SHLVL -u _ -u OLDPWD\n"
+                                      "/usr/bin/readlink /proc/self/fd/0 | /usr/bin/cut -c 1-7\n");
     std::filesystem::permissions(pkexec, std::filesystem::perms::owner_all);
     const ScopedEnvironment shell("SHELL", "/no/shell");
     static_cast<void>(native::startHelper({pkexec, "/bin/true"}));
-    EXPECT_EQ(contentOf(folder / "seen"), "--disable-internal-agent /bin/true\n"
-                                          "PATH=/usr/sbin:/usr/bin:/sbin:/bin\nsocket:\n");
+    EXPECT_EQ(contentOf(directory / "seen"), "--disable-internal-agent /bin/true\n"
+                                             "PATH=/usr/sbin:/usr/bin:/sbin:/bin\nsocket:\n");
 }
 
 TEST(HelperStart, InheritsNothingWithoutADescriptorOfRoots) {

@@ -6,7 +6,7 @@
 #include "tests/support/PortDoubles.h"
 #include "tests/support/RunCommand.h"
 #include "tests/support/ScopedEnvironment.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -21,18 +21,18 @@ using platform::Value;
 
 namespace {
 
-/// A user with a data folder and, where a test makes one, a machine with a desktop.
+/// A user with a data directory and, where a test makes one, a machine with a desktop.
 class Registry : public testing::Test {
 protected:
     Registry() {
-        account.home = folder / "home";
-        folder.makeFolder("home");
+        account.home = directory / "home";
+        directory.makeDirectory("home");
     }
 
     /// A bundle with a program that writes its own path to what "$QF_REPORT" names.
     std::string makeBundle(const std::string& name, const Value& identifier,
                            const std::string& program = "Tool") {
-        const auto bundle = folder.makeFolder(name);
+        const auto bundle = directory.makeDirectory(name);
         fs::create_directories(bundle + "/Contents/MacOS");
         EXPECT_TRUE(propertyLists.writeAtomically(
             Value::Dictionary{{"CFBundleIdentifier", identifier}, {"CFBundleExecutable", program}},
@@ -43,29 +43,29 @@ protected:
         return bundle;
     }
 
-    void installDesktop() const { folder.makeFolder("data/xsessions"); }
+    void installDesktop() const { directory.makeDirectory("data/xsessions"); }
 
     std::string registryFile() const {
-        return folder / "home/.local/share/quillfen/applications.plist";
+        return directory / "home/.local/share/quillfen/applications.plist";
     }
-    std::string entriesFolder() const { return folder / "home/.local/share/applications"; }
+    std::string entriesDirectory() const { return directory / "home/.local/share/applications"; }
 
     std::vector<std::string> entries() const {
         std::vector<std::string> names;
         std::error_code error;
-        for (const auto& entry : fs::directory_iterator(entriesFolder(), error)) {
+        for (const auto& entry : fs::directory_iterator(entriesDirectory(), error)) {
             names.push_back(entry.path().filename());
         }
         return names;
     }
 
-    TemporaryFolder folder;
+    TemporaryDirectory directory;
     FakeAccount account;
     FakeSearchPaths searchPaths;
     platform::native::PropertyLists propertyLists;
     platform::native::Workspace workspace{account, searchPaths, propertyLists};
     ScopedEnvironment dataHome{"XDG_DATA_HOME", std::nullopt};
-    ScopedEnvironment dataFolders{"XDG_DATA_DIRS", folder / "data"};
+    ScopedEnvironment dataDirectories{"XDG_DATA_DIRS", directory / "data"};
 };
 
 } // namespace
@@ -80,7 +80,7 @@ TEST_F(Registry, MakesABundleFindableByItsIdentifierWhateverItsCase) {
     EXPECT_EQ(workspace.applicationPath(""), std::nullopt);
 }
 
-TEST_F(Registry, IsAskedAfterTheApplicationsFolders) {
+TEST_F(Registry, IsAskedAfterTheApplicationsDirectories) {
     const auto installed = makeBundle("home/Applications/A.app", "com.quillfen.Dunmarl");
     const auto registered = makeBundle("elsewhere/B.app", "com.quillfen.Dunmarl");
     EXPECT_TRUE(workspace.registerApplication(registered));
@@ -92,9 +92,9 @@ TEST_F(Registry, IsAskedAfterTheApplicationsFolders) {
 TEST_F(Registry, NeverNamesABundleThatIsGone) {
     const auto bundle = makeBundle("elsewhere/Tool.app", "com.quillfen.Dunmarl");
     ASSERT_TRUE(workspace.registerApplication(bundle));
-    fs::rename(bundle, folder / "trashed");
+    fs::rename(bundle, directory / "trashed");
     EXPECT_EQ(workspace.applicationPath("com.quillfen.Dunmarl"), std::nullopt);
-    fs::rename(folder / "trashed", bundle);
+    fs::rename(directory / "trashed", bundle);
     EXPECT_EQ(workspace.applicationPath("com.quillfen.Dunmarl"), bundle);
 }
 
@@ -142,9 +142,9 @@ TEST_F(Registry, TakesPathsOfAnyBytes) {
 }
 
 TEST_F(Registry, RefusesWhatIsNoApplication) {
-    const auto file = folder.write("file.app");
-    const auto plain = folder.makeFolder("folder");
-    for (const auto& path : {file, plain, folder / "missing.app", std::string("relative.app"),
+    const auto file = directory.write("file.app");
+    const auto plain = directory.makeDirectory("folder");
+    for (const auto& path : {file, plain, directory / "missing.app", std::string("relative.app"),
                              std::string(), makeBundle("A.app", "a") + std::string("\0x", 2)}) {
         EXPECT_EQ(workspace.registerApplication(path).error(), platform::kLSApplicationNotFoundErr);
     }
@@ -152,22 +152,22 @@ TEST_F(Registry, RefusesWhatIsNoApplication) {
 }
 
 TEST_F(Registry, RefusesABundleWithoutIdentifier) {
-    EXPECT_EQ(workspace.registerApplication(folder.makeFolder("Empty.app")).error(),
+    EXPECT_EQ(workspace.registerApplication(directory.makeDirectory("Empty.app")).error(),
               platform::kLSDataErr);
     EXPECT_EQ(workspace.registerApplication(makeBundle("A.app", "")).error(), platform::kLSDataErr);
     EXPECT_EQ(workspace.registerApplication(makeBundle("B.app", 5)).error(), platform::kLSDataErr);
-    folder.write("C.app/Contents/Info.plist", "garbage");
-    EXPECT_EQ(workspace.registerApplication(folder / "C.app").error(), platform::kLSDataErr);
+    directory.write("C.app/Contents/Info.plist", "garbage");
+    EXPECT_EQ(workspace.registerApplication(directory / "C.app").error(), platform::kLSDataErr);
 }
 
 TEST_F(Registry, ThatCannotBeWrittenIsAnError) {
-    folder.write("home/.local/share/quillfen", "a file");
+    directory.write("home/.local/share/quillfen", "a file");
     const auto bundle = makeBundle("A.app", "com.quillfen.A");
     EXPECT_EQ(workspace.registerApplication(bundle).error(), platform::kLSUnknownErr);
 }
 
 TEST_F(Registry, ThatIsDamagedIsReplaced) {
-    folder.write("home/.local/share/quillfen/applications.plist", "garbage");
+    directory.write("home/.local/share/quillfen/applications.plist", "garbage");
     const auto bundle = makeBundle("A.app", "com.quillfen.A");
     EXPECT_EQ(workspace.applicationPath("com.quillfen.A"), std::nullopt);
     EXPECT_TRUE(workspace.registerApplication(bundle));
@@ -175,7 +175,7 @@ TEST_F(Registry, ThatIsDamagedIsReplaced) {
 }
 
 TEST_F(Registry, WithEntriesOfOtherKindsIsReadAllTheSame) {
-    folder.makeFolder("home/.local/share/quillfen");
+    directory.makeDirectory("home/.local/share/quillfen");
     const auto bundle = makeBundle("A.app", "com.quillfen.A");
     ASSERT_TRUE(propertyLists.writeAtomically(
         Value::Dictionary{{"com.quillfen.a", Value::Array{7, "", "relative", "/nowhere", bundle}},
@@ -185,11 +185,11 @@ TEST_F(Registry, WithEntriesOfOtherKindsIsReadAllTheSame) {
     EXPECT_EQ(workspace.applicationPath("com.quillfen.B"), std::nullopt);
 }
 
-TEST_F(Registry, LiesInTheUsersDataFolder) {
-    const ScopedEnvironment other("XDG_DATA_HOME", folder / "other");
+TEST_F(Registry, LiesInTheUsersDataDirectory) {
+    const ScopedEnvironment other("XDG_DATA_HOME", directory / "other");
     const auto bundle = makeBundle("A.app", "com.quillfen.A");
     EXPECT_TRUE(workspace.registerApplication(bundle));
-    EXPECT_TRUE(fs::exists(folder / "other/quillfen/applications.plist"));
+    EXPECT_TRUE(fs::exists(directory / "other/quillfen/applications.plist"));
     EXPECT_EQ(workspace.applicationPath("com.quillfen.A"), bundle);
 }
 
@@ -222,7 +222,7 @@ TEST_F(Registry, LosesNothingWhenSeveralRegisterAtOnce) {
 
 TEST_F(Registry, MakesNoLauncherEntryWithoutADesktop) {
     ASSERT_TRUE(workspace.registerApplication(makeBundle("A.app", "com.quillfen.A")));
-    EXPECT_FALSE(fs::exists(entriesFolder()));
+    EXPECT_FALSE(fs::exists(entriesDirectory()));
 }
 
 TEST_F(Registry, MakesALauncherEntryWhereADesktopIsInstalled) {
@@ -230,9 +230,10 @@ TEST_F(Registry, MakesALauncherEntryWhereADesktopIsInstalled) {
     const auto bundle = makeBundle("Dunmarl.app", "com.quillfen.Dunmarl");
     ASSERT_TRUE(workspace.registerApplication(bundle));
     const auto program = bundle + "/Contents/MacOS/Tool";
-    EXPECT_EQ(contentOf(entriesFolder() + "/com.quillfen.registered.com.quillfen.Dunmarl.desktop"),
-              "[Desktop Entry]\nType=Application\nName=Dunmarl\nExec=\"" + program +
-                  "\"\nTryExec=" + program + "\n");
+    EXPECT_EQ(
+        contentOf(entriesDirectory() + "/com.quillfen.registered.com.quillfen.Dunmarl.desktop"),
+        "[Desktop Entry]\nType=Application\nName=Dunmarl\nExec=\"" + program +
+            "\"\nTryExec=" + program + "\n");
     EXPECT_EQ(entries().size(), 1U);
 }
 
@@ -294,32 +295,33 @@ TEST_F(Registry, MakesNoEntryForAPathThatItCannotExpress) {
 
 TEST_F(Registry, EntriesStartTheProgramWhateverItsPathIs) {
     installDesktop();
-    ASSERT_EQ(::mkfifo((folder / "report").c_str(), 0600), 0);
+    ASSERT_EQ(::mkfifo((directory / "report").c_str(), 0600), 0);
     for (const std::string name :
          {"Tool.app", "a b.app", "\"; touch evil; \".app", "$HOME `id` \\ 'x' *.app"}) {
         const auto bundle = makeBundle(name, "com.quillfen.A", "run $(me)");
         ASSERT_TRUE(workspace.registerApplication(bundle));
-        const auto outcome = run(
-            {"gio", "launch", entriesFolder() + "/com.quillfen.registered.com.quillfen.A.desktop"},
-            {"QF_REPORT=" + (folder / "report"), "HOME=" + (folder / "home")});
+        const auto outcome =
+            run({"gio", "launch",
+                 entriesDirectory() + "/com.quillfen.registered.com.quillfen.A.desktop"},
+                {"QF_REPORT=" + (directory / "report"), "HOME=" + (directory / "home")});
         ASSERT_EQ(outcome.status, 0) << outcome.output;
-        EXPECT_EQ(contentOf(folder / "report"), bundle + "/Contents/MacOS/run $(me)");
+        EXPECT_EQ(contentOf(directory / "report"), bundle + "/Contents/MacOS/run $(me)");
     }
 }
 
 TEST_F(Registry, AnEntryThatCannotBeWrittenIsAnError) {
     installDesktop();
-    folder.write("home/.local/share/applications", "a file");
+    directory.write("home/.local/share/applications", "a file");
     const auto bundle = makeBundle("A.app", "com.quillfen.A");
     EXPECT_EQ(workspace.registerApplication(bundle).error(), platform::kLSUnknownErr);
 }
 
 TEST_F(Registry, ADesktopIsOneThatAPersonCanLogInTo) {
     EXPECT_FALSE(platform::native::hasDesktop());
-    folder.makeFolder("data/applications");
+    directory.makeDirectory("data/applications");
     EXPECT_FALSE(platform::native::hasDesktop());
-    folder.makeFolder("data/wayland-sessions");
+    directory.makeDirectory("data/wayland-sessions");
     EXPECT_TRUE(platform::native::hasDesktop());
-    const ScopedEnvironment several("XDG_DATA_DIRS", ":/nowhere:" + (folder / "data") + ":");
+    const ScopedEnvironment several("XDG_DATA_DIRS", ":/nowhere:" + (directory / "data") + ":");
     EXPECT_TRUE(platform::native::hasDesktop());
 }

@@ -1,7 +1,7 @@
 #include "platform/linux/desktop/Workspace.h"
 #include "platform/linux/plist/PropertyLists.h"
 #include "tests/support/PortDoubles.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -20,7 +20,7 @@ std::string information(const std::string& identifier) {
            identifier + "</string>\n</dict></plist>\n";
 }
 
-/// A home folder and a machine whose Applications folders are temporary.
+/// A home directory and a machine whose Applications directories are temporary.
 class Bundles : public testing::Test {
 protected:
     Bundles() {
@@ -29,18 +29,18 @@ protected:
             machine / "Applications"};
     }
 
-    static std::string install(const TemporaryFolder& folder, const std::string& path,
+    static std::string install(const TemporaryDirectory& directory, const std::string& path,
                                const std::string& identifier) {
-        folder.write(path + "/Contents/Info.plist", information(identifier));
-        return folder / path;
+        directory.write(path + "/Contents/Info.plist", information(identifier));
+        return directory / path;
     }
 
     std::optional<std::string> find(const std::string& identifier) {
         return workspace.applicationPath(identifier);
     }
 
-    TemporaryFolder home;
-    TemporaryFolder machine;
+    TemporaryDirectory home;
+    TemporaryDirectory machine;
     FakeAccount account;
     FakeSearchPaths searchPaths;
     platform::native::PropertyLists propertyLists;
@@ -72,7 +72,7 @@ TEST_F(Bundles, OfTheUserComeFirst) {
     EXPECT_EQ(find("com.quillfen.Dunmarl"), own);
 }
 
-TEST_F(Bundles, AreFoundForTheSuperuserUnderTheHomeFolder) {
+TEST_F(Bundles, AreFoundForTheSuperuserUnderTheHomeDirectory) {
     account.userId = 0;
     const auto own = install(home, "Applications/Z.app", "com.quillfen.Dunmarl");
 
@@ -97,7 +97,7 @@ TEST_F(Bundles, AreNotSearchedInside) {
 
 TEST_F(Bundles, AreNotFoundThroughLinks) {
     install(machine, "Elsewhere/Dunmarl.app", "com.quillfen.Dunmarl");
-    machine.makeFolder("Applications/sub");
+    machine.makeDirectory("Applications/sub");
     ASSERT_EQ(::symlink((machine / "Elsewhere").c_str(), (machine / "Applications/out").c_str()),
               0);
     ASSERT_EQ(::symlink((machine / "Elsewhere/Dunmarl.app").c_str(),
@@ -108,7 +108,7 @@ TEST_F(Bundles, AreNotFoundThroughLinks) {
     EXPECT_EQ(find("com.quillfen.Dunmarl"), std::nullopt);
 }
 
-TEST_F(Bundles, AreSearchedEightFoldersDeep) {
+TEST_F(Bundles, AreSearchedEightDirectoriesDeep) {
     install(machine, "Applications/1/2/3/4/5/6/7/8.app", "com.quillfen.Eighth");
     install(machine, "Applications/1/2/3/4/5/6/7/8/9.app", "com.quillfen.Ninth");
 
@@ -119,8 +119,8 @@ TEST_F(Bundles, AreSearchedEightFoldersDeep) {
 TEST_F(Bundles, WithBrokenInformationDoNotHideTheOthers) {
     machine.write("Applications/1.app/Contents/Info.plist", "garbage <");
     machine.write("Applications/2.app/Contents/Info.plist", "");
-    machine.makeFolder("Applications/3.app/Contents/Info.plist");
-    machine.makeFolder("Applications/4.app/Contents");
+    machine.makeDirectory("Applications/3.app/Contents/Info.plist");
+    machine.makeDirectory("Applications/4.app/Contents");
     ASSERT_EQ(::mkfifo((machine / "Applications/4.app/Contents/Info.plist").c_str(), 0600), 0);
     const auto huge = machine.write("Applications/5.app/Contents/Info.plist",
                                     information("com.quillfen.Dunmarl"));
@@ -133,7 +133,7 @@ TEST_F(Bundles, WithBrokenInformationDoNotHideTheOthers) {
     EXPECT_EQ(find("com.quillfen.Dunmarl"), bundle);
 }
 
-TEST_F(Bundles, AreNoneWhereThereAreNoApplicationsFolders) {
+TEST_F(Bundles, AreNoneWhereThereAreNoApplicationsDirectories) {
     EXPECT_EQ(find("com.quillfen.Dunmarl"), std::nullopt);
 }
 
@@ -141,26 +141,26 @@ TEST_F(Bundles, AreShownAsOneItem) {
     for (const auto* name :
          {"A.app", "B.BUNDLE", "C.framework", "D.plugin", "E.kext", "F.pkg", "G.mpkg", "H.prefPane",
           "I.qlgenerator", "J.mdimporter", "K.component", "L.rtfd"}) {
-        EXPECT_TRUE(workspace.isFilePackage(home.makeFolder(name))) << name;
+        EXPECT_TRUE(workspace.isFilePackage(home.makeDirectory(name))) << name;
     }
     home.write("by structure/Contents/Info.plist");
     EXPECT_TRUE(workspace.isFilePackage(home / "by structure"));
 }
 
 TEST_F(Bundles, AreShownAsOneItemThroughALink) {
-    home.makeFolder("A.app");
+    home.makeDirectory("A.app");
     ASSERT_EQ(::symlink("A.app", (home / "link.app").c_str()), 0);
 
     EXPECT_TRUE(workspace.isFilePackage(home / "link.app"));
 }
 
 TEST_F(Bundles, AreNotWhatOnlyHasTheName) {
-    home.makeFolder("folder/Contents");
+    home.makeDirectory("folder/Contents");
     ASSERT_EQ(::symlink("missing", (home / "broken.app").c_str()), 0);
 
     EXPECT_FALSE(workspace.isFilePackage(home.write("file.app")));
     EXPECT_FALSE(workspace.isFilePackage(home / "folder"));
     EXPECT_FALSE(workspace.isFilePackage(home / "broken.app"));
     EXPECT_FALSE(workspace.isFilePackage(home / "missing.app"));
-    EXPECT_FALSE(workspace.isFilePackage(home.makeFolder("app")));
+    EXPECT_FALSE(workspace.isFilePackage(home.makeDirectory("app")));
 }

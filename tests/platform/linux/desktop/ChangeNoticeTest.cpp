@@ -1,7 +1,7 @@
 #include "platform/linux/desktop/ChangeNotice.h"
 
 #include "tests/support/ScopedEnvironment.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/TemporaryDirectory.h"
 
 #include <gio/gio.h>
 #include <gtest/gtest.h>
@@ -98,9 +98,9 @@ private:
 
 class ChangeNotice : public testing::Test {
 protected:
-    TemporaryFolder folder;
-    std::string file = folder.write("a b", "content");
-    ScopedEnvironment runtimeFolder{"XDG_RUNTIME_DIR", std::nullopt};
+    TemporaryDirectory directory;
+    std::string file = directory.write("a b", "content");
+    ScopedEnvironment runtimeDirectory{"XDG_RUNTIME_DIR", std::nullopt};
 };
 
 /// A bus that takes connections and never says anything.
@@ -127,16 +127,16 @@ TEST_F(ChangeNotice, ReachesWhoListensOnTheSessionsBus) {
     const ScopedEnvironment address("DBUS_SESSION_BUS_ADDRESS", bus.address());
     Listener listener(bus.address());
     EXPECT_TRUE(announceChange(file));
-    EXPECT_EQ(listener.signals(1),
-              (std::vector<std::string>{"FilesChanged(['file://" + folder.path() + "/a%20b'],)"}));
+    EXPECT_EQ(listener.signals(1), (std::vector<std::string>{"FilesChanged(['file://" +
+                                                             directory.path() + "/a%20b'],)"}));
 }
 
-TEST_F(ChangeNotice, OfAFolderIsOneOfItsContentsToo) {
+TEST_F(ChangeNotice, OfADirectoryIsOneOfItsContentsToo) {
     const Bus bus;
     const ScopedEnvironment address("DBUS_SESSION_BUS_ADDRESS", bus.address());
     Listener listener(bus.address());
-    EXPECT_TRUE(announceChange(folder.path()));
-    const auto uri = "'file://" + folder.path() + "'";
+    EXPECT_TRUE(announceChange(directory.path()));
+    const auto uri = "'file://" + directory.path() + "'";
     EXPECT_EQ(listener.signals(2), (std::vector<std::string>{"FilesChanged([" + uri + "],)",
                                                              "FilesAdded(" + uri + ",)"}));
 }
@@ -145,45 +145,46 @@ TEST_F(ChangeNotice, NamesAnyItemAtAll) {
     const Bus bus;
     const ScopedEnvironment address("DBUS_SESSION_BUS_ADDRESS", bus.address());
     Listener listener(bus.address());
-    EXPECT_TRUE(announceChange(folder.write("\xFF\n")));
-    std::filesystem::create_symlink("nowhere", folder / "link");
-    EXPECT_TRUE(announceChange(folder / "link"));
+    EXPECT_TRUE(announceChange(directory.write("\xFF\n")));
+    std::filesystem::create_symlink("nowhere", directory / "link");
+    EXPECT_TRUE(announceChange(directory / "link"));
     const auto signals = listener.signals(2);
     EXPECT_NE(signals[0].find("/%FF%0A'"), std::string::npos) << signals[0];
     EXPECT_NE(signals[1].find("/link'"), std::string::npos) << signals[1];
 }
 
 TEST_F(ChangeNotice, OfWhatDoesNotExistIsAnError) {
-    EXPECT_EQ(announceChange(folder / "missing").error(), platform::fnfErr);
+    EXPECT_EQ(announceChange(directory / "missing").error(), platform::fnfErr);
     EXPECT_EQ(announceChange("relative").error(), platform::fnfErr);
     EXPECT_EQ(announceChange("").error(), platform::fnfErr);
 }
 
 TEST_F(ChangeNotice, WithoutASessionIsAnError) {
     for (const auto& value : {std::optional<std::string>(), std::optional<std::string>(""),
-                              std::optional("unix:path=" + folder.path() + "/none"),
+                              std::optional("unix:path=" + directory.path() + "/none"),
                               std::optional<std::string>("nonsense")}) {
         const ScopedEnvironment address("DBUS_SESSION_BUS_ADDRESS", value);
         EXPECT_EQ(announceChange(file).error(), platform::procNotFound) << value.value_or("none");
     }
 }
 
-TEST_F(ChangeNotice, FindsTheBusInTheSessionsFolder) {
+TEST_F(ChangeNotice, FindsTheBusInTheSessionsDirectory) {
     const Bus bus;
     const auto path = bus.address().substr(std::strlen("unix:path="));
     const auto socket = path.substr(0, path.find(','));
     ASSERT_TRUE(bus.address().starts_with("unix:path=")) << bus.address();
-    std::filesystem::create_symlink(socket, folder / "bus");
+    std::filesystem::create_symlink(socket, directory / "bus");
     const ScopedEnvironment address("DBUS_SESSION_BUS_ADDRESS", std::nullopt);
-    const ScopedEnvironment runtime("XDG_RUNTIME_DIR", folder.path());
+    const ScopedEnvironment runtime("XDG_RUNTIME_DIR", directory.path());
     Listener listener(bus.address());
     EXPECT_TRUE(announceChange(file));
     EXPECT_EQ(listener.signals(1).size(), 1U);
 }
 
 TEST_F(ChangeNotice, DoesNotWaitForABusThatIsSilent) {
-    const SilentBus bus(folder / "socket");
-    const ScopedEnvironment address("DBUS_SESSION_BUS_ADDRESS", "unix:path=" + (folder / "socket"));
+    const SilentBus bus(directory / "socket");
+    const ScopedEnvironment address("DBUS_SESSION_BUS_ADDRESS",
+                                    "unix:path=" + (directory / "socket"));
     EXPECT_EQ(announceChange(file).error(), platform::errAETimeout);
 }
 

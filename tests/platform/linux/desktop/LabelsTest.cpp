@@ -1,7 +1,7 @@
 #include "platform/linux/desktop/Labels.h"
 
 #include "tests/support/RunCommand.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -23,8 +23,8 @@ constexpr const char* attribute = "user.com.apple.FinderInfo";
 class Labels : public testing::Test {
 protected:
     void SetUp() override {
-        if (::setxattr(folder.path().c_str(), "user.test", "", 0, 0) != 0) {
-            GTEST_SKIP() << "no extended attributes in " << folder.path() << ": "
+        if (::setxattr(directory.path().c_str(), "user.test", "", 0, 0) != 0) {
+            GTEST_SKIP() << "no extended attributes in " << directory.path() << ": "
                          << std::strerror(errno);
         }
     }
@@ -35,14 +35,14 @@ protected:
         return size < 0 ? "none" : std::string(value.data(), static_cast<std::size_t>(size));
     }
 
-    TemporaryFolder folder;
-    std::string file = folder.write("file", "content");
+    TemporaryDirectory directory;
+    std::string file = directory.write("file", "content");
 };
 
 } // namespace
 
 TEST_F(Labels, EveryLabelReadsAsItWasWritten) {
-    for (const auto& path : {file, folder.makeFolder("a folder")}) {
+    for (const auto& path : {file, directory.makeDirectory("a folder")}) {
         EXPECT_EQ(readLabel(path), 0);
         for (int label = 0; label <= 7; ++label) {
             EXPECT_TRUE(writeLabel(path, label)) << label;
@@ -112,8 +112,8 @@ TEST_F(Labels, BeyondTheLastAreRefused) {
 }
 
 TEST_F(Labels, OfAMissingItemAreAnError) {
-    EXPECT_EQ(readLabel(folder / "missing"), std::nullopt);
-    const auto written = writeLabel(folder / "missing", 1);
+    EXPECT_EQ(readLabel(directory / "missing"), std::nullopt);
+    const auto written = writeLabel(directory / "missing", 1);
     ASSERT_FALSE(written);
     EXPECT_EQ(written.error().code, ENOENT);
     EXPECT_EQ(written.error().localizedDescription,
@@ -122,9 +122,9 @@ TEST_F(Labels, OfAMissingItemAreAnError) {
 
 TEST_F(Labels, OfALinkAreNotThoseOfItsTarget) {
     ASSERT_TRUE(writeLabel(file, 5));
-    std::filesystem::create_symlink(file, folder / "link");
-    EXPECT_NE(readLabel(folder / "link"), 5);
-    EXPECT_FALSE(writeLabel(folder / "link", 2));
+    std::filesystem::create_symlink(file, directory / "link");
+    EXPECT_NE(readLabel(directory / "link"), 5);
+    EXPECT_FALSE(writeLabel(directory / "link", 2));
     EXPECT_EQ(readLabel(file), 5);
 }
 

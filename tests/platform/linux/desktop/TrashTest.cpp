@@ -1,5 +1,5 @@
 #include "tests/platform/linux/RunChild.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/TemporaryDirectory.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -18,25 +18,25 @@ namespace {
 /// GLib 2.74 itself loses a few bytes when it fails to trash, which another way may follow.
 constexpr const char* glibLeaks = "ASAN_OPTIONS=detect_leaks=0";
 
-/// A home folder of its own, and a child process that trashes from it.
+/// A home directory of its own, and a child process that trashes from it.
 class Trash : public testing::Test {
 protected:
-    /// Makes a file in a folder whose path is longer than a system call takes, and gives the
-    /// folder's.
+    /// Makes a file in a directory whose path is longer than a system call takes, and gives the
+    /// directory's.
     std::string writeFarBelow(const std::string& name) const {
         constexpr int levels = 20;
         std::string path = items;
-        int folder = ::open(items.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
+        int directory = ::open(items.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
         for (int level = 0; level < levels; ++level) {
             const std::string below(NAME_MAX, 'n');
-            ::mkdirat(folder, below.c_str(), 0755);
-            const int next = ::openat(folder, below.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
-            ::close(folder);
-            folder = next;
+            ::mkdirat(directory, below.c_str(), 0755);
+            const int next = ::openat(directory, below.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
+            ::close(directory);
+            directory = next;
             path += "/" + below;
         }
-        ::close(::openat(folder, name.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644));
-        ::close(folder);
+        ::close(::openat(directory, name.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644));
+        ::close(directory);
         return path;
     }
 
@@ -51,8 +51,8 @@ protected:
         return home / (".local/share/Trash/info/" + name + ".trashinfo");
     }
 
-    TemporaryFolder home;
-    std::string items = home.makeFolder("items");
+    TemporaryDirectory home;
+    std::string items = home.makeDirectory("items");
     std::string trash = home / ".Trash";
     std::vector<std::string> environment{"HOME=" + home.path(), glibLeaks};
 };
@@ -81,8 +81,8 @@ TEST_F(Trash, IsMadeForItemsThatSomebodyElseMoves) {
     EXPECT_EQ(fs::read_symlink(trash), home / ".local/share/Trash/files");
     fs::remove_all(home / ".local/share/Trash");
     EXPECT_EQ(runChild({"make-trash", trash}, environment).status, 0);
-    for (const auto* folder : {"", "/files", "/info"}) {
-        EXPECT_EQ(fs::status((home / ".local/share/Trash") + folder).permissions(),
+    for (const auto* directory : {"", "/files", "/info"}) {
+        EXPECT_EQ(fs::status((home / ".local/share/Trash") + directory).permissions(),
                   fs::perms::owner_all);
     }
 }
@@ -94,8 +94,8 @@ TEST_F(Trash, MakesNothingInPlaceOfWhatStandsThere) {
     EXPECT_FALSE(stands(home / ".local"));
 }
 
-TEST_F(Trash, FollowsTheDataFolder) {
-    const TemporaryFolder data;
+TEST_F(Trash, FollowsTheDataDirectory) {
+    const TemporaryDirectory data;
     home.write("items/a.txt");
     environment.push_back("XDG_DATA_HOME=" + data.path());
 
@@ -208,20 +208,20 @@ TEST_F(Trash, TakesLongNamesThatAreNoText) {
 }
 
 TEST_F(Trash, TakesWhatNoSystemCallReachesByItsPath) {
-    const auto folder = writeFarBelow("a.txt");
+    const auto directory = writeFarBelow("a.txt");
 
-    EXPECT_EQ(runChild({"recycle", folder, trash, "a.txt"}, environment).output, "ok\n");
-    EXPECT_NE(runChild({"recycle", folder, trash, "a.txt"}, environment).output, "ok\n");
+    EXPECT_EQ(runChild({"recycle", directory, trash, "a.txt"}, environment).output, "ok\n");
+    EXPECT_NE(runChild({"recycle", directory, trash, "a.txt"}, environment).output, "ok\n");
 
     EXPECT_TRUE(stands(files("a.txt")));
-    EXPECT_NE(contentOf(note("a.txt")).find("Path=" + folder + "/a.txt\n"), std::string::npos);
+    EXPECT_NE(contentOf(note("a.txt")).find("Path=" + directory + "/a.txt\n"), std::string::npos);
 }
 
-TEST_F(Trash, ThatIsARealFolderTakesWhatNoSystemCallReachesByItsPath) {
-    home.makeFolder(".Trash");
-    const auto folder = writeFarBelow("a.txt");
+TEST_F(Trash, ThatIsARealDirectoryTakesWhatNoSystemCallReachesByItsPath) {
+    home.makeDirectory(".Trash");
+    const auto directory = writeFarBelow("a.txt");
 
-    EXPECT_EQ(runChild({"recycle", folder, trash, "a.txt"}, environment).output, "ok\n");
+    EXPECT_EQ(runChild({"recycle", directory, trash, "a.txt"}, environment).output, "ok\n");
 
     EXPECT_TRUE(stands(trash + "/a.txt"));
 }
@@ -235,8 +235,8 @@ TEST_F(Trash, IsMadeAgainWhereItsLinkLeadsToNothing) {
     EXPECT_TRUE(stands(files("a.txt")));
 }
 
-TEST_F(Trash, ThatIsARealFolderIsUsedAsItIs) {
-    home.makeFolder(".Trash");
+TEST_F(Trash, ThatIsARealDirectoryIsUsedAsItIs) {
+    home.makeDirectory(".Trash");
     for (const auto* content : {"first", "second"}) {
         home.write("items/a.txt", content);
         ASSERT_EQ(recycle("a.txt").output, "ok\n");
@@ -247,9 +247,9 @@ TEST_F(Trash, ThatIsARealFolderIsUsedAsItIs) {
     EXPECT_FALSE(stands(home / ".local"));
 }
 
-TEST_F(Trash, ThatIsARealFolderTakesTheLongestNames) {
+TEST_F(Trash, ThatIsARealDirectoryTakesTheLongestNames) {
     const std::string name = std::string(251, 'x') + ".txt";
-    home.makeFolder(".Trash");
+    home.makeDirectory(".Trash");
     home.write(".Trash/" + name, "first");
     home.write("items/" + name, "second");
 
@@ -272,7 +272,7 @@ TEST_F(Trash, ThatIsAFileTakesNothing) {
 }
 
 TEST_F(Trash, ThatLeadsElsewhereTakesNothing) {
-    ASSERT_EQ(::symlink(home.makeFolder("elsewhere").c_str(), trash.c_str()), 0);
+    ASSERT_EQ(::symlink(home.makeDirectory("elsewhere").c_str(), trash.c_str()), 0);
     home.write("items/a.txt", "whole");
 
     const auto outcome = recycle("a.txt");
@@ -291,7 +291,7 @@ TEST_F(Trash, TakesNothingThatIsNotThere) {
     EXPECT_FALSE(stands(trash));
 }
 
-TEST_F(Trash, TakesNothingButAnEntryOfAFolder) {
+TEST_F(Trash, TakesNothingButAnEntryOfADirectory) {
     home.write("items/sub/a.txt");
     for (const auto* name : {"", ".", "..", "sub/a.txt"}) {
         EXPECT_EQ(recycle(name).status, 1) << name;
@@ -300,7 +300,7 @@ TEST_F(Trash, TakesNothingButAnEntryOfAFolder) {
 }
 
 TEST_F(Trash, TakesNotItself) {
-    home.makeFolder(".Trash");
+    home.makeDirectory(".Trash");
 
     const auto outcome = runChild({"recycle", home.path(), trash, ".Trash"}, environment);
 
@@ -324,7 +324,7 @@ TEST_F(Trash, LeavesWholeWhatTheUserMayNotMove) {
 
 TEST_F(Trash, LeavesWholeWhatAnUnwritableTrashCannotTake) {
     home.write("items/a.txt", "whole");
-    home.makeFolder(".Trash");
+    home.makeDirectory(".Trash");
     ASSERT_EQ(::chmod(home.path().c_str(), 0777), 0);
     ASSERT_EQ(::chmod(items.c_str(), 0777), 0);
     ASSERT_EQ(::chmod(trash.c_str(), 0555), 0);
@@ -348,11 +348,11 @@ TEST_F(Trash, ThatCannotBeMadeTakesNothing) {
     ASSERT_EQ(::chmod(home.path().c_str(), 0755), 0);
 }
 
-TEST_F(Trash, ThatIsARealFolderOnAnotherVolumeTakesACopy) {
+TEST_F(Trash, ThatIsARealDirectoryOnAnotherVolumeTakesACopy) {
     if (const auto reason = whyNoMounts(); !reason.empty()) {
         GTEST_SKIP() << reason;
     }
-    home.makeFolder(".Trash");
+    home.makeDirectory(".Trash");
     home.write("items/Dunmarl.app/Contents/Info.plist", "whole");
     auto command = withMountOn(trash, "size=1m");
     const std::vector<std::string> listing{"sh", "-c", R"("$@"; cat "$0"/*/Contents/Info.plist)",
@@ -368,13 +368,13 @@ TEST_F(Trash, ThatIsFullTakesNothing) {
     if (const auto reason = whyNoMounts(); !reason.empty()) {
         GTEST_SKIP() << reason;
     }
-    home.makeFolder(".Trash");
-    home.makeFolder(".local");
+    home.makeDirectory(".Trash");
+    home.makeDirectory(".local");
     home.write("items/a.txt", std::string(200000, 'x'));
     const std::string sentence =
         "28 “a.txt” couldn’t be moved to the Trash because the volume is full.\n";
-    for (const auto& folder : {trash, home / ".local"}) {
-        const auto outcome = recycle("a.txt", withMountOn(folder, "size=100k"));
+    for (const auto& directory : {trash, home / ".local"}) {
+        const auto outcome = recycle("a.txt", withMountOn(directory, "size=100k"));
 
         EXPECT_TRUE(outcome.output.starts_with(sentence)) << outcome.output;
         EXPECT_EQ(contentOf(items + "/a.txt").size(), 200000U);

@@ -1,7 +1,7 @@
 #include "platform/linux/desktop/Volumes.h"
 
 #include "tests/platform/linux/RunChild.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -13,7 +13,7 @@ namespace {
 using Lines = std::vector<std::string>;
 
 /// Has the child list the volumes after `script` has mounted something in a namespace of its own;
-/// "$1" there is the folder.
+/// "$1" there is the directory.
 class Volumes : public testing::Test {
 protected:
     void SetUp() override {
@@ -22,25 +22,25 @@ protected:
         }
     }
 
-    /// The volumes in the folder, without the folder's path.
+    /// The volumes in the directory, without the directory's path.
     Lines volumesAfter(const std::string& script) const {
-        const auto outcome = runChild(
-            {"volumes"}, {},
-            {"unshare", "-m", "sh", "-ec", script + "\nshift\nexec \"$@\"", "sh", folder.path()});
+        const auto outcome = runChild({"volumes"}, {},
+                                      {"unshare", "-m", "sh", "-ec",
+                                       script + "\nshift\nexec \"$@\"", "sh", directory.path()});
         EXPECT_EQ(outcome.status, 0) << outcome.output;
         Lines volumes;
         for (std::size_t begin = 0; begin < outcome.output.size();) {
             const auto end = outcome.output.find('\0', begin);
             const auto path = outcome.output.substr(begin, end - begin);
-            if (path.starts_with(folder.path() + "/")) {
-                volumes.push_back(path.substr(folder.path().size() + 1));
+            if (path.starts_with(directory.path() + "/")) {
+                volumes.push_back(path.substr(directory.path().size() + 1));
             }
             begin = end + 1;
         }
         return volumes;
     }
 
-    TemporaryFolder folder;
+    TemporaryDirectory directory;
 };
 
 } // namespace

@@ -1,6 +1,6 @@
 #include "platform/linux/files/CopiedLinks.h"
 
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
 
@@ -21,14 +21,14 @@ protected:
     }
     bool link(const Identity& source) { return links_.link(source, top_.get(), "second"); }
 
-    TemporaryFolder folder_;
-    FileDescriptor top_{::open(folder_.path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)};
+    TemporaryDirectory directory_;
+    FileDescriptor top_{::open(directory_.path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)};
     CopiedLinks links_{top_};
     const Identity source_{1, 2, 3};
 };
 
 TEST_F(CopiedLinksTest, LinksToTheCopyUnderTheFormerName) {
-    const auto file = folder_.write("a/b/first", "content");
+    const auto file = directory_.write("a/b/first", "content");
     remember(file, {"a", "b", "first"});
 
     ASSERT_TRUE(link(source_));
@@ -36,42 +36,42 @@ TEST_F(CopiedLinksTest, LinksToTheCopyUnderTheFormerName) {
     struct stat status {};
     ASSERT_EQ(::stat(file.c_str(), &status), 0);
     EXPECT_EQ(status.st_nlink, 2U);
-    EXPECT_EQ(contentOf(folder_ / "second"), "content");
+    EXPECT_EQ(contentOf(directory_ / "second"), "content");
 }
 
 TEST_F(CopiedLinksTest, KnowsNoOtherFile) {
-    remember(folder_.write("first"), {"first"});
+    remember(directory_.write("first"), {"first"});
 
     EXPECT_FALSE(link({1, 2, 4}));
 }
 
 TEST_F(CopiedLinksTest, DoesNotLinkToAnotherFileOfTheName) {
-    const auto file = folder_.write("first", "content");
+    const auto file = directory_.write("first", "content");
     remember(file, {"first"});
-    ASSERT_EQ(::rename(file.c_str(), (folder_ / "moved").c_str()), 0);
-    folder_.write("first", "another");
+    ASSERT_EQ(::rename(file.c_str(), (directory_ / "moved").c_str()), 0);
+    directory_.write("first", "another");
 
     EXPECT_FALSE(link(source_));
 
-    EXPECT_FALSE(stands(folder_ / "second"));
+    EXPECT_FALSE(stands(directory_ / "second"));
 }
 
 TEST_F(CopiedLinksTest, FollowsNoLinkOnTheWayToTheCopy) {
-    const auto file = folder_.write("a/first");
+    const auto file = directory_.write("a/first");
     remember(file, {"a", "first"});
-    ASSERT_EQ(::rename((folder_ / "a").c_str(), (folder_ / "moved").c_str()), 0);
-    ::symlink("moved", (folder_ / "a").c_str());
+    ASSERT_EQ(::rename((directory_ / "a").c_str(), (directory_ / "moved").c_str()), 0);
+    ::symlink("moved", (directory_ / "a").c_str());
 
     EXPECT_FALSE(link(source_));
 }
 
 TEST_F(CopiedLinksTest, ReplacesNothing) {
-    remember(folder_.write("first", "content"), {"first"});
-    folder_.write("second", "own");
+    remember(directory_.write("first", "content"), {"first"});
+    directory_.write("second", "own");
 
     EXPECT_FALSE(link(source_));
 
-    EXPECT_EQ(contentOf(folder_ / "second"), "own");
+    EXPECT_EQ(contentOf(directory_ / "second"), "own");
 }
 
 } // namespace

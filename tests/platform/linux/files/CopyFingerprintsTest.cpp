@@ -19,7 +19,7 @@ struct statx fileStatus() {
     return status;
 }
 
-struct statx folderStatus() {
+struct statx directoryStatus() {
     auto status = fileStatus();
     status.stx_mode = S_IFDIR | 0755;
     return status;
@@ -60,10 +60,10 @@ TEST(CopyFingerprintsTest, KnowsAFileWhoseModeAloneHasChanged) {
         isKnownAfter(fileStatus(), [](struct statx& file) { file.stx_mode = S_IFREG | 0600; }));
 }
 
-TEST(CopyFingerprintsTest, KnowsAFolderThatIsBeingEmptied) {
-    EXPECT_TRUE(isKnownAfter(folderStatus(), [](struct statx& folder) {
-        folder.stx_size = 0;
-        ++folder.stx_mtime.tv_sec;
+TEST(CopyFingerprintsTest, KnowsADirectoryThatIsBeingEmptied) {
+    EXPECT_TRUE(isKnownAfter(directoryStatus(), [](struct statx& directory) {
+        directory.stx_size = 0;
+        ++directory.stx_mtime.tv_sec;
     }));
 }
 

@@ -2,7 +2,7 @@
 #include "tests/platform/linux/files/FileSystemOnDisk.h"
 #include "tests/support/ScopedLimit.h"
 #include "tests/support/Sentence.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/TemporaryDirectory.h"
 #include "tests/support/TreeDescription.h"
 
 #include <gtest/gtest.h>
@@ -40,73 +40,75 @@ constexpr const char* noDevices = "no device can be made in temporary folders";
 } // namespace
 
 TEST(CopyItem, CopiesAFileWithAllThatIsKnownOfIt) {
-    const TemporaryFolder folder;
-    makeSampleTree(folder.makeFolder("top"));
+    const TemporaryDirectory directory;
+    makeSampleTree(directory.makeDirectory("top"));
 
-    ASSERT_EQ(sentence(fileSystem.copyItem(folder / "top/deep/long", folder / "copy")), "no error");
+    ASSERT_EQ(sentence(fileSystem.copyItem(directory / "top/deep/long", directory / "copy")),
+              "no error");
 
-    EXPECT_EQ(description(folder / "copy"), description(folder / "top/deep/long"));
+    EXPECT_EQ(description(directory / "copy"), description(directory / "top/deep/long"));
 }
 
-TEST(CopyItem, CopiesAFolderWithAllThatIsInIt) {
-    const TemporaryFolder folder;
-    makeSampleTree(folder.makeFolder("top"));
-    const auto before = description(folder / "top");
+TEST(CopyItem, CopiesADirectoryWithAllThatIsInIt) {
+    const TemporaryDirectory directory;
+    makeSampleTree(directory.makeDirectory("top"));
+    const auto before = description(directory / "top");
 
-    ASSERT_EQ(sentence(fileSystem.copyItem((folder / "top") + "/", folder / "copy")), "no error");
+    ASSERT_EQ(sentence(fileSystem.copyItem((directory / "top") + "/", directory / "copy")),
+              "no error");
 
-    EXPECT_EQ(description(folder / "copy"), before);
-    EXPECT_EQ(description(folder / "top"), before);
-    EXPECT_EQ(statusOf(folder / "copy/plain").st_ino,
-              statusOf(folder / "copy/deep/same as plain").st_ino);
-    EXPECT_NE(statusOf(folder / "copy/plain").st_ino, statusOf(folder / "top/plain").st_ino);
-    EXPECT_EQ(strangers(folder.path(), {"top", "copy"}), std::vector<std::string>{});
+    EXPECT_EQ(description(directory / "copy"), before);
+    EXPECT_EQ(description(directory / "top"), before);
+    EXPECT_EQ(statusOf(directory / "copy/plain").st_ino,
+              statusOf(directory / "copy/deep/same as plain").st_ino);
+    EXPECT_NE(statusOf(directory / "copy/plain").st_ino, statusOf(directory / "top/plain").st_ino);
+    EXPECT_EQ(strangers(directory.path(), {"top", "copy"}), std::vector<std::string>{});
 }
 
 TEST(CopyItem, CopiesOntoAnotherVolume) {
-    const MemoryFolder volume;
+    const MemoryDirectory volume;
     if (!volume.whyNoOtherVolume().empty()) {
         GTEST_SKIP() << volume.whyNoOtherVolume();
     }
-    const TemporaryFolder folder;
-    makeSampleTree(folder.makeFolder("top"));
+    const TemporaryDirectory directory;
+    makeSampleTree(directory.makeDirectory("top"));
 
-    ASSERT_EQ(sentence(fileSystem.copyItem(folder / "top", volume / "copy")), "no error");
+    ASSERT_EQ(sentence(fileSystem.copyItem(directory / "top", volume / "copy")), "no error");
 
-    ASSERT_EQ(sentence(fileSystem.copyItem(volume / "copy", folder / "back")), "no error");
+    ASSERT_EQ(sentence(fileSystem.copyItem(volume / "copy", directory / "back")), "no error");
     auto copied = description(volume / "copy");
-    EXPECT_EQ(description(folder / "back"), copied);
-    EXPECT_EQ(copied.size(), description(folder / "top").size());
+    EXPECT_EQ(description(directory / "back"), copied);
+    EXPECT_EQ(copied.size(), description(directory / "top").size());
 }
 
 TEST(CopyItem, CopiesALinkItself) {
-    const TemporaryFolder folder;
-    folder.write("target", "kept");
-    ASSERT_EQ(::symlink("target", (folder / "good").c_str()), 0);
-    ASSERT_EQ(::symlink("missing", (folder / "broken").c_str()), 0);
+    const TemporaryDirectory directory;
+    directory.write("target", "kept");
+    ASSERT_EQ(::symlink("target", (directory / "good").c_str()), 0);
+    ASSERT_EQ(::symlink("missing", (directory / "broken").c_str()), 0);
 
-    EXPECT_TRUE(fileSystem.copyItem(folder / "good", folder / "copy of good"));
-    EXPECT_TRUE(fileSystem.copyItem(folder / "broken", folder / "copy of broken"));
+    EXPECT_TRUE(fileSystem.copyItem(directory / "good", directory / "copy of good"));
+    EXPECT_TRUE(fileSystem.copyItem(directory / "broken", directory / "copy of broken"));
 
-    EXPECT_EQ(fs::read_symlink(folder / "copy of good"), "target");
-    EXPECT_EQ(fs::read_symlink(folder / "copy of broken"), "missing");
+    EXPECT_EQ(fs::read_symlink(directory / "copy of good"), "target");
+    EXPECT_EQ(fs::read_symlink(directory / "copy of broken"), "missing");
 }
 
 TEST(CopyItem, ReplacesNothing) {
-    const TemporaryFolder folder;
-    const auto source = folder.write("source", "new");
-    folder.write("file", "old");
-    folder.makeFolder("folder");
-    ASSERT_EQ(::symlink("missing", (folder / "broken").c_str()), 0);
+    const TemporaryDirectory directory;
+    const auto source = directory.write("source", "new");
+    directory.write("file", "old");
+    directory.makeDirectory("folder");
+    ASSERT_EQ(::symlink("missing", (directory / "broken").c_str()), 0);
 
     for (const auto* name : {"file", "folder", "broken", "source"}) {
-        const auto copied = fileSystem.copyItem(source, folder / name);
+        const auto copied = fileSystem.copyItem(source, directory / name);
         ASSERT_FALSE(copied) << name;
         EXPECT_EQ(copied.error().code, EEXIST);
         EXPECT_EQ(copied.error().localizedDescription,
                   "“source” couldn’t be copied because an item with the same name already exists.");
     }
-    EXPECT_EQ(contentOf(folder / "file"), "old");
+    EXPECT_EQ(contentOf(directory / "file"), "old");
     EXPECT_EQ(contentOf(source), "new");
 }
 
@@ -114,30 +116,30 @@ TEST(CopyItem, KeepsOwnersModesAndTheBitsBeyondPermissions) {
     if (::geteuid() != 0) {
         GTEST_SKIP() << "only the superuser can give files away";
     }
-    const TemporaryFolder folder;
-    const auto tool = folder.write("top/tool", "run me");
+    const TemporaryDirectory directory;
+    const auto tool = directory.write("top/tool", "run me");
     ASSERT_EQ(::chown(tool.c_str(), 65534, 65534), 0);
     ASSERT_EQ(::chmod(tool.c_str(), 06751), 0);
-    ASSERT_EQ(::chmod((folder / "top").c_str(), 03711), 0);
+    ASSERT_EQ(::chmod((directory / "top").c_str(), 03711), 0);
 
-    ASSERT_TRUE(fileSystem.copyItem(folder / "top", folder / "copy"));
+    ASSERT_TRUE(fileSystem.copyItem(directory / "top", directory / "copy"));
 
-    EXPECT_EQ(description(folder / "copy"), description(folder / "top"));
+    EXPECT_EQ(description(directory / "copy"), description(directory / "top"));
 }
 
 TEST(CopyItem, LetsNobodyElsesFileRunAsItsCopier) {
     if (::geteuid() != 0) {
         GTEST_SKIP() << "only the superuser can give files away";
     }
-    const TemporaryFolder folder;
-    const auto tool = folder.write("tool", "run me");
+    const TemporaryDirectory directory;
+    const auto tool = directory.write("tool", "run me");
     ASSERT_EQ(::chmod(tool.c_str(), 06755), 0);
-    ASSERT_EQ(::chmod(folder.path().c_str(), 0777), 0);
+    ASSERT_EQ(::chmod(directory.path().c_str(), 0777), 0);
 
-    EXPECT_EQ(runChild({"copy", tool, folder / "copy"}, {}, asOrdinaryUser()).output, "ok\n");
+    EXPECT_EQ(runChild({"copy", tool, directory / "copy"}, {}, asOrdinaryUser()).output, "ok\n");
 
-    EXPECT_EQ(statusOf(folder / "copy").st_mode & 07777U, 0755U);
-    EXPECT_EQ(statusOf(folder / "copy").st_uid, 65534U);
+    EXPECT_EQ(statusOf(directory / "copy").st_mode & 07777U, 0755U);
+    EXPECT_EQ(statusOf(directory / "copy").st_uid, 65534U);
 }
 
 TEST(CopyItem, KeepsAccessControlLists) {
@@ -150,20 +152,20 @@ TEST(CopyItem, KeepsAccessControlLists) {
                                     "\x20\0\0\0\xFF\xFF\xFF\xFF",
                                     44);
     constexpr const char* attribute = "system.posix_acl_access";
-    const TemporaryFolder folder;
-    const auto file = folder.write("file");
+    const TemporaryDirectory directory;
+    const auto file = directory.write("file");
     if (::setxattr(file.c_str(), attribute, list.data(), list.size(), 0) != 0) {
         GTEST_SKIP() << "temporary folders are on a volume without access control lists";
     }
 
-    ASSERT_TRUE(fileSystem.copyItem(file, folder / "copy"));
+    ASSERT_TRUE(fileSystem.copyItem(file, directory / "copy"));
 
-    EXPECT_EQ(description(folder / "copy"), description(file));
-    EXPECT_EQ(::getxattr((folder / "copy").c_str(), attribute, nullptr, 0), 44);
+    EXPECT_EQ(description(directory / "copy"), description(file));
+    EXPECT_EQ(::getxattr((directory / "copy").c_str(), attribute, nullptr, 0), 44);
 }
 
-TEST(CopyItem, TakesNoAccessControlListFromTheFolderAround) {
-    const TemporaryFolder folder;
+TEST(CopyItem, TakesNoAccessControlListFromTheDirectoryAround) {
+    const TemporaryDirectory directory;
     constexpr std::string_view list("\x02\0\0\0"
                                     "\x01\0\x07\0\xFF\xFF\xFF\xFF"
                                     "\x02\0\x07\0\xFE\xFF\0\0"
@@ -171,22 +173,22 @@ TEST(CopyItem, TakesNoAccessControlListFromTheFolderAround) {
                                     "\x10\0\x07\0\xFF\xFF\xFF\xFF"
                                     "\x20\0\x05\0\xFF\xFF\xFF\xFF",
                                     44);
-    makeSampleTree(folder.makeFolder("top"));
-    const auto around = folder.makeFolder("around");
+    makeSampleTree(directory.makeDirectory("top"));
+    const auto around = directory.makeDirectory("around");
     if (::setxattr(around.c_str(), "system.posix_acl_default", list.data(), list.size(), 0) != 0) {
         GTEST_SKIP() << "temporary folders are on a volume without access control lists";
     }
 
-    ASSERT_TRUE(fileSystem.copyItem(folder / "top", around + "/copy"));
-    ASSERT_TRUE(fileSystem.copyItem(folder / "top/plain", around + "/plain"));
+    ASSERT_TRUE(fileSystem.copyItem(directory / "top", around + "/copy"));
+    ASSERT_TRUE(fileSystem.copyItem(directory / "top/plain", around + "/plain"));
 
-    EXPECT_EQ(description(around + "/copy"), description(folder / "top"));
+    EXPECT_EQ(description(around + "/copy"), description(directory / "top"));
     EXPECT_EQ(::getxattr((around + "/plain").c_str(), "system.posix_acl_access", nullptr, 0), -1);
 }
 
 TEST(CopyItem, KeepsManyAndLargeExtendedAttributes) {
-    const TemporaryFolder folder;
-    const auto file = folder.write("file");
+    const TemporaryDirectory directory;
+    const auto file = directory.write("file");
     const std::string large(1500, 'v');
     for (int i = 0; i < 40; ++i) {
         const auto name = "user.qf." + std::string(40, 'n') + std::to_string(i);
@@ -196,14 +198,14 @@ TEST(CopyItem, KeepsManyAndLargeExtendedAttributes) {
     }
     ASSERT_EQ(::setxattr(file.c_str(), "user.qf.large", large.data(), large.size(), 0), 0);
 
-    ASSERT_TRUE(fileSystem.copyItem(file, folder / "copy"));
+    ASSERT_TRUE(fileSystem.copyItem(file, directory / "copy"));
 
-    EXPECT_EQ(description(folder / "copy"), description(file));
+    EXPECT_EQ(description(directory / "copy"), description(file));
 }
 
 TEST(CopyItem, KeepsHolesWhereTheyWere) {
-    const MemoryFolder folder;
-    const auto file = folder / "sparse";
+    const MemoryDirectory directory;
+    const auto file = directory / "sparse";
     constexpr std::uintmax_t size = 8ULL * 1024 * 1024 + 7;
     {
         std::ofstream stream(file, std::ios::binary);
@@ -212,24 +214,24 @@ TEST(CopyItem, KeepsHolesWhereTheyWere) {
     }
     fs::resize_file(file, size);
 
-    ASSERT_TRUE(fileSystem.copyItem(file, folder / "copy"));
+    ASSERT_TRUE(fileSystem.copyItem(file, directory / "copy"));
 
-    EXPECT_EQ(fs::file_size(folder / "copy"), size);
-    EXPECT_TRUE(contentOf(folder / "copy") == contentOf(file));
-    EXPECT_LE(statusOf(folder / "copy").st_blocks, statusOf(file).st_blocks + 1024);
+    EXPECT_EQ(fs::file_size(directory / "copy"), size);
+    EXPECT_TRUE(contentOf(directory / "copy") == contentOf(file));
+    EXPECT_LE(statusOf(directory / "copy").st_blocks, statusOf(file).st_blocks + 1024);
 }
 
 TEST(CopyItem, CopiesFilesLargerThanEveryBuffer) {
-    const TemporaryFolder folder;
+    const TemporaryDirectory directory;
     std::string content;
     for (int i = 0; content.size() < 3UL * 1024 * 1024; ++i) {
         content += std::to_string(i);
     }
-    const auto file = folder.write("file", content);
+    const auto file = directory.write("file", content);
 
-    ASSERT_TRUE(fileSystem.copyItem(file, folder / "copy"));
+    ASSERT_TRUE(fileSystem.copyItem(file, directory / "copy"));
 
-    EXPECT_TRUE(contentOf(folder / "copy") == content);
+    EXPECT_TRUE(contentOf(directory / "copy") == content);
 }
 
 TEST(CopyItem, ReadsWhatHasNoSizeToTheEnd) {
@@ -237,108 +239,109 @@ TEST(CopyItem, ReadsWhatHasNoSizeToTheEnd) {
     if (!fs::exists(kernelName)) {
         GTEST_SKIP() << "this machine has no " << kernelName;
     }
-    const TemporaryFolder folder;
+    const TemporaryDirectory directory;
 
-    ASSERT_EQ(sentence(fileSystem.copyItem(kernelName, folder / "copy")), "no error");
+    ASSERT_EQ(sentence(fileSystem.copyItem(kernelName, directory / "copy")), "no error");
 
-    EXPECT_EQ(contentOf(folder / "copy"), "Linux\n");
+    EXPECT_EQ(contentOf(directory / "copy"), "Linux\n");
 }
 
 TEST(CopyItem, CopiesSockets) {
-    const TemporaryFolder folder;
-    ASSERT_EQ(::mknod((folder / "socket").c_str(), S_IFSOCK | 0600, 0), 0);
+    const TemporaryDirectory directory;
+    ASSERT_EQ(::mknod((directory / "socket").c_str(), S_IFSOCK | 0600, 0), 0);
 
-    ASSERT_TRUE(fileSystem.copyItem(folder / "socket", folder / "copy"));
+    ASSERT_TRUE(fileSystem.copyItem(directory / "socket", directory / "copy"));
 
-    EXPECT_EQ(description(folder / "copy"), description(folder / "socket"));
+    EXPECT_EQ(description(directory / "copy"), description(directory / "socket"));
 }
 
 TEST(CopyItem, CopiesDevices) {
-    const TemporaryFolder folder;
-    if (!makeNullDevice(folder / "null")) {
+    const TemporaryDirectory directory;
+    if (!makeNullDevice(directory / "null")) {
         GTEST_SKIP() << noDevices;
     }
 
-    ASSERT_TRUE(fileSystem.copyItem(folder / "null", folder / "copy"));
+    ASSERT_TRUE(fileSystem.copyItem(directory / "null", directory / "copy"));
 
-    EXPECT_EQ(description(folder / "copy"), description(folder / "null"));
-    EXPECT_EQ(statusOf(folder / "copy").st_rdev, ::makedev(1, 3));
+    EXPECT_EQ(description(directory / "copy"), description(directory / "null"));
+    EXPECT_EQ(statusOf(directory / "copy").st_rdev, ::makedev(1, 3));
 }
 
 TEST(CopyItem, CopiesNoDeviceForAnOrdinaryUser) {
-    const TemporaryFolder folder;
-    if (!makeNullDevice(folder / "null")) {
+    const TemporaryDirectory directory;
+    if (!makeNullDevice(directory / "null")) {
         GTEST_SKIP() << noDevices;
     }
-    ASSERT_EQ(::chmod(folder.path().c_str(), 0777), 0);
+    ASSERT_EQ(::chmod(directory.path().c_str(), 0777), 0);
 
-    EXPECT_EQ(runChild({"copy", folder / "null", folder / "mine"}, {}, asOrdinaryUser()).output,
-              "1 “null” couldn’t be copied because you don’t have permission.\n");
+    EXPECT_EQ(
+        runChild({"copy", directory / "null", directory / "mine"}, {}, asOrdinaryUser()).output,
+        "1 “null” couldn’t be copied because you don’t have permission.\n");
 }
 
 TEST(CopyItem, NeedsFewDescriptorsForADeepTree) {
-    const MemoryFolder folder;
-    makeDeepTree(folder / "top", 2000);
+    const MemoryDirectory directory;
+    makeDeepTree(directory / "top", 2000);
     {
         const ScopedLimit<RLIMIT_NOFILE> limit(100);
-        EXPECT_EQ(sentence(fileSystem.copyItem(folder / "top", folder / "copy")), "no error");
+        EXPECT_EQ(sentence(fileSystem.copyItem(directory / "top", directory / "copy")), "no error");
     }
-    EXPECT_EQ(depthOf(folder / "copy"), 2000);
-    EXPECT_TRUE(fileSystem.removeItem(folder / "top"));
-    EXPECT_TRUE(fileSystem.removeItem(folder / "copy"));
+    EXPECT_EQ(depthOf(directory / "copy"), 2000);
+    EXPECT_TRUE(fileSystem.removeItem(directory / "top"));
+    EXPECT_TRUE(fileSystem.removeItem(directory / "copy"));
 }
 
 TEST(CopyItem, CopiesHardLinksAcrossADeepTree) {
-    const MemoryFolder folder;
-    makeDeepTree(folder / "top", 60);
-    std::string deepest = folder / "top";
+    const MemoryDirectory directory;
+    makeDeepTree(directory / "top", 60);
+    std::string deepest = directory / "top";
     for (int level = 0; level < 60; ++level) {
         deepest += "/folder";
     }
-    fs::create_hard_link(folder / "top/file", deepest + "/same as the first");
-    fs::create_hard_link(deepest + "/../file", folder / "top/same as the last");
+    fs::create_hard_link(directory / "top/file", deepest + "/same as the first");
+    fs::create_hard_link(deepest + "/../file", directory / "top/same as the last");
 
-    ASSERT_TRUE(fileSystem.copyItem(folder / "top", folder / "copy"));
+    ASSERT_TRUE(fileSystem.copyItem(directory / "top", directory / "copy"));
 
-    EXPECT_EQ(description(folder / "copy"), description(folder / "top"));
+    EXPECT_EQ(description(directory / "copy"), description(directory / "top"));
 }
 
-TEST(CopyItem, CopiesAWideFolder) {
+TEST(CopyItem, CopiesAWideDirectory) {
     constexpr int count = 100000;
-    const MemoryFolder folder;
-    ASSERT_EQ(::mkdir((folder / "top").c_str(), 0755), 0);
-    const int top = ::open((folder / "top").c_str(), O_RDONLY | O_DIRECTORY);
+    const MemoryDirectory directory;
+    ASSERT_EQ(::mkdir((directory / "top").c_str(), 0755), 0);
+    const int top = ::open((directory / "top").c_str(), O_RDONLY | O_DIRECTORY);
     for (int i = 0; i < count; ++i) {
         ASSERT_EQ(::mknodat(top, std::to_string(i).c_str(), S_IFREG | 0644, 0), 0);
     }
     ::close(top);
 
-    ASSERT_TRUE(fileSystem.copyItem(folder / "top", folder / "copy"));
+    ASSERT_TRUE(fileSystem.copyItem(directory / "top", directory / "copy"));
 
-    EXPECT_EQ(fileSystem.contentsOfDirectory(folder / "copy")->size(), count);
-    EXPECT_TRUE(fileSystem.removeItem(folder / "top"));
-    EXPECT_TRUE(fileSystem.removeItem(folder / "copy"));
+    EXPECT_EQ(fileSystem.contentsOfDirectory(directory / "copy")->size(), count);
+    EXPECT_TRUE(fileSystem.removeItem(directory / "top"));
+    EXPECT_TRUE(fileSystem.removeItem(directory / "copy"));
 }
 
-TEST(CopyItem, CopiesNoFolderIntoItself) {
-    const TemporaryFolder folder;
-    folder.write("top/inner/file");
+TEST(CopyItem, CopiesNoDirectoryIntoItself) {
+    const TemporaryDirectory directory;
+    directory.write("top/inner/file");
 
     for (const auto* place : {"top/copy", "top/inner/copy"}) {
-        const auto copied = fileSystem.copyItem(folder / "top", folder / place);
+        const auto copied = fileSystem.copyItem(directory / "top", directory / place);
         ASSERT_FALSE(copied);
         EXPECT_EQ(copied.error().localizedDescription,
                   "“top” couldn’t be copied because it can’t be put inside itself.");
     }
-    EXPECT_EQ(strangers(folder / "top", {"inner"}), std::vector<std::string>{});
-    EXPECT_EQ(strangers(folder / "top/inner", {"file"}), std::vector<std::string>{});
+    EXPECT_EQ(strangers(directory / "top", {"inner"}), std::vector<std::string>{});
+    EXPECT_EQ(strangers(directory / "top/inner", {"file"}), std::vector<std::string>{});
 }
 
 TEST(CopyItem, TellsWhatIsWrongWithAPath) {
-    const TemporaryFolder folder;
-    const auto file = folder.write("file");
-    ASSERT_EQ(::symlink("loop", (folder / "loop").c_str()), 0);
-    std::string longPath = folder.path();
+    const TemporaryDirectory directory;
+    const auto file = directory.write("file");
+    ASSERT_EQ(::symlink("loop", (directory / "loop").c_str()), 0);
+    std::string longPath = directory.path();
     while (longPath.size() < 5000) {
         longPath += "/component";
     }
@@ -349,89 +352,90 @@ TEST(CopyItem, TellsWhatIsWrongWithAPath) {
         std::string sentence;
     };
     const std::vector<Case> cases{
-        {folder / "missing", folder / "new",
+        {directory / "missing", directory / "new",
          "“missing” couldn’t be copied because it doesn’t exist."},
-        {"", folder / "new", "“” couldn’t be copied because the system doesn’t allow it."},
-        {"file", folder / "new", "“file” couldn’t be copied because the system doesn’t allow it."},
+        {"", directory / "new", "“” couldn’t be copied because the system doesn’t allow it."},
+        {"file", directory / "new",
+         "“file” couldn’t be copied because the system doesn’t allow it."},
         {file, "", "“file” couldn’t be copied because the system doesn’t allow it."},
         {file, "new", "“file” couldn’t be copied because the system doesn’t allow it."},
-        {file, folder / "missing/new", "“file” couldn’t be copied because it doesn’t exist."},
+        {file, directory / "missing/new", "“file” couldn’t be copied because it doesn’t exist."},
         {file, file + "/new",
          "“file” couldn’t be copied because a part of its path isn’t a folder."},
-        {file + "/inner", folder / "new",
+        {file + "/inner", directory / "new",
          "“inner” couldn’t be copied because a part of its path isn’t a folder."},
-        {longPath, folder / "new", "“component” couldn’t be copied because it doesn’t exist."},
+        {longPath, directory / "new", "“component” couldn’t be copied because it doesn’t exist."},
         {file, longPath, "“file” couldn’t be copied because it doesn’t exist."},
-        {folder / longName, folder / "new",
+        {directory / longName, directory / "new",
          "“" + longName + "” couldn’t be copied because its name is too long."},
-        {file, folder / longName, "“file” couldn’t be copied because its name is too long."},
-        {folder / "loop/inner", folder / "new",
+        {file, directory / longName, "“file” couldn’t be copied because its name is too long."},
+        {directory / "loop/inner", directory / "new",
          "“inner” couldn’t be copied because its path leads through too many links."},
-        {file, folder / "loop/new",
+        {file, directory / "loop/new",
          "“file” couldn’t be copied because its path leads through too many links."},
     };
     for (const auto& [path, newPath, expected] : cases) {
         EXPECT_EQ(sentence(fileSystem.copyItem(path, newPath)), expected);
     }
-    EXPECT_EQ(strangers(folder.path(), {"file", "loop"}), std::vector<std::string>{});
+    EXPECT_EQ(strangers(directory.path(), {"file", "loop"}), std::vector<std::string>{});
 }
 
-TEST(CopyItem, RefusesTheRootFolder) {
+TEST(CopyItem, RefusesTheRootDirectory) {
     if (const auto reason = whyNotWithoutWriting(); !reason.empty()) {
         GTEST_SKIP() << reason;
     }
-    const TemporaryFolder folder;
+    const TemporaryDirectory directory;
 
-    EXPECT_EQ(runChild({"without-writing", "copy", "/", folder / "new"}).output,
+    EXPECT_EQ(runChild({"without-writing", "copy", "/", directory / "new"}).output,
               "22 “/” couldn’t be copied because the system doesn’t allow it.\n");
 }
 
 TEST(CopyItem, LeavesNothingOfACopyThatFails) {
-    const TemporaryFolder folder;
-    makeSampleTree(folder.makeFolder("top"));
-    const auto closed = folder.write("top/deep/closed/secret");
+    const TemporaryDirectory directory;
+    makeSampleTree(directory.makeDirectory("top"));
+    const auto closed = directory.write("top/deep/closed/secret");
     ASSERT_EQ(::chmod(closed.c_str(), 0), 0);
-    ASSERT_EQ(::chmod((folder / "top/deep/closed").c_str(), 0555), 0);
-    ASSERT_EQ(::chmod((folder / "top/deep/closed/read only").c_str(), 0444), 0);
-    const auto destination = folder.makeFolder("destination");
-    ASSERT_EQ(::chmod(folder.path().c_str(), 0755), 0);
-    ASSERT_EQ(::chmod((folder / "top/fifo").c_str(), 0644), 0);
+    ASSERT_EQ(::chmod((directory / "top/deep/closed").c_str(), 0555), 0);
+    ASSERT_EQ(::chmod((directory / "top/deep/closed/read only").c_str(), 0444), 0);
+    const auto destination = directory.makeDirectory("destination");
+    ASSERT_EQ(::chmod(directory.path().c_str(), 0755), 0);
+    ASSERT_EQ(::chmod((directory / "top/fifo").c_str(), 0644), 0);
     ASSERT_EQ(::chmod(destination.c_str(), 0777), 0);
 
     EXPECT_EQ(
-        runChild({"copy", folder / "top", destination + "/copy"}, {}, asOrdinaryUser()).output,
+        runChild({"copy", directory / "top", destination + "/copy"}, {}, asOrdinaryUser()).output,
         "13 “secret” couldn’t be copied because you don’t have permission.\n");
 
     EXPECT_TRUE(fs::is_empty(destination));
-    ASSERT_EQ(::chmod((folder / "top/deep/closed").c_str(), 0755), 0);
+    ASSERT_EQ(::chmod((directory / "top/deep/closed").c_str(), 0755), 0);
 }
 
 TEST(CopyItem, LeavesNothingOnAVolumeThatIsFull) {
     if (const auto reason = whyNoMounts(); !reason.empty()) {
         GTEST_SKIP() << reason;
     }
-    const TemporaryFolder folder;
-    folder.write("top/small", "small");
-    folder.write("top/large", std::string(300000, 'x'));
-    const auto volume = folder.makeFolder("volume");
+    const TemporaryDirectory directory;
+    directory.write("top/small", "small");
+    directory.write("top/large", std::string(300000, 'x'));
+    const auto volume = directory.makeDirectory("volume");
     auto command = withMountOn(volume, "size=128k");
     const std::vector<std::string> listing{"sh", "-c", R"("$@"; ls -A "$0")", volume};
     command.insert(command.end(), listing.begin(), listing.end());
 
-    EXPECT_EQ(runChild({"copy", folder / "top", volume + "/copy"}, {}, command).output,
+    EXPECT_EQ(runChild({"copy", directory / "top", volume + "/copy"}, {}, command).output,
               "28 “large” couldn’t be copied because the volume is full.\n");
 }
 
 TEST(CopyItem, LeavesNothingOfAFileBeyondTheLimitOnSizes) {
-    const TemporaryFolder folder;
+    const TemporaryDirectory directory;
     const std::vector<std::string> withLimit{"sh", "-c", R"(ulimit -f 100 && exec "$@")", "sh"};
     for (const std::size_t size : {100'000U, 1'000'000U}) {
-        folder.write("file", std::string(size, 'x'));
+        directory.write("file", std::string(size, 'x'));
 
-        EXPECT_EQ(runChild({"copy", folder / "file", folder / "new"}, {}, withLimit).output,
+        EXPECT_EQ(runChild({"copy", directory / "file", directory / "new"}, {}, withLimit).output,
                   "27 “file” couldn’t be copied because it is too large.\n");
 
-        EXPECT_EQ(strangers(folder.path(), {"file"}), std::vector<std::string>{});
+        EXPECT_EQ(strangers(directory.path(), {"file"}), std::vector<std::string>{});
     }
 }
 
@@ -439,22 +443,22 @@ TEST(CopyItem, WritesNothingToAReadOnlyVolume) {
     if (const auto reason = whyNoMounts(); !reason.empty()) {
         GTEST_SKIP() << reason;
     }
-    const TemporaryFolder folder;
-    const auto file = folder.write("file");
-    const auto volume = folder.makeFolder("volume");
+    const TemporaryDirectory directory;
+    const auto file = directory.write("file");
+    const auto volume = directory.makeDirectory("volume");
 
     EXPECT_EQ(runChild({"copy", file, volume + "/copy"}, {}, withMountOn(volume, "ro")).output,
               "30 “file” couldn’t be copied because the volume is read-only.\n");
 }
 
 TEST(CopyItem, LeavesOneCopyWhereTwoCopyAtOnce) {
-    const MemoryFolder folder;
-    makeSampleTree(folder / "top");
+    const MemoryDirectory directory;
+    makeSampleTree(directory / "top");
     for (int round = 0; round < 50; ++round) {
-        const auto copy = folder / ("copy" + std::to_string(round));
+        const auto copy = directory / ("copy" + std::to_string(round));
         std::atomic<int> successes = 0;
         const auto work = [&] {
-            const auto copied = fileSystem.copyItem(folder / "top", copy);
+            const auto copied = fileSystem.copyItem(directory / "top", copy);
             successes += copied ? 1 : 0;
             EXPECT_TRUE(copied || copied.error().code == EEXIST) << sentence(copied);
         };
@@ -462,45 +466,45 @@ TEST(CopyItem, LeavesOneCopyWhereTwoCopyAtOnce) {
         work();
         other.join();
         EXPECT_EQ(successes, 1);
-        EXPECT_EQ(description(copy), description(folder / "top"));
+        EXPECT_EQ(description(copy), description(directory / "top"));
     }
     std::vector<std::string> known{"top"};
     for (int round = 0; round < 50; ++round) {
         known.push_back("copy" + std::to_string(round));
     }
-    EXPECT_EQ(strangers(folder.path(), known), std::vector<std::string>{});
+    EXPECT_EQ(strangers(directory.path(), known), std::vector<std::string>{});
 }
 
-TEST(CopyItem, IsNotLedOutsideByFoldersThatTurnIntoLinks) {
+TEST(CopyItem, IsNotLedOutsideByDirectoriesThatTurnIntoLinks) {
     constexpr int rounds = 300;
-    const MemoryFolder folder;
-    fs::create_directories(folder / "victim/deep");
-    fs::create_directories(folder / "top/swapped/deep");
-    std::ofstream(folder / "victim/precious") << "secret";
-    std::ofstream(folder / "victim/deep/precious") << "secret";
-    ASSERT_EQ(::symlink((folder / "victim").c_str(), (folder / "link").c_str()), 0);
+    const MemoryDirectory directory;
+    fs::create_directories(directory / "victim/deep");
+    fs::create_directories(directory / "top/swapped/deep");
+    std::ofstream(directory / "victim/precious") << "secret";
+    std::ofstream(directory / "victim/deep/precious") << "secret";
+    ASSERT_EQ(::symlink((directory / "victim").c_str(), (directory / "link").c_str()), 0);
     std::atomic<bool> done = false;
     std::atomic<int> swaps = 0;
     std::thread swapper([&] {
         while (!done) {
-            ::renameat2(AT_FDCWD, (folder / "link").c_str(), AT_FDCWD,
-                        (folder / "top/swapped").c_str(), RENAME_EXCHANGE);
+            ::renameat2(AT_FDCWD, (directory / "link").c_str(), AT_FDCWD,
+                        (directory / "top/swapped").c_str(), RENAME_EXCHANGE);
             ++swaps;
             swaps.notify_one();
         }
     });
     for (int round = 0; round < rounds; ++round) {
         swaps.wait(swaps);
-        const auto copied = fileSystem.copyItem(folder / "top", folder / "copy");
-        const auto swapped = folder / "copy/swapped";
+        const auto copied = fileSystem.copyItem(directory / "top", directory / "copy");
+        const auto swapped = directory / "copy/swapped";
         if (copied && !fs::is_symlink(swapped)) {
             EXPECT_EQ(strangers(swapped, {"deep"}), std::vector<std::string>{});
             EXPECT_TRUE(fs::is_empty(swapped + "/deep"));
         }
         EXPECT_TRUE(copied || copied.error().code == EAGAIN) << sentence(copied);
-        fs::remove_all(folder / "copy");
+        fs::remove_all(directory / "copy");
     }
     done = true;
     swapper.join();
-    EXPECT_EQ(strangers(folder.path(), {"victim", "top", "link"}), std::vector<std::string>{});
+    EXPECT_EQ(strangers(directory.path(), {"victim", "top", "link"}), std::vector<std::string>{});
 }

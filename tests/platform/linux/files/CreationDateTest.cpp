@@ -1,6 +1,6 @@
 #include "platform/linux/files/CreationDate.h"
 
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
 
@@ -27,8 +27,8 @@ protected:
     }
 
     static constexpr const char* attribute = "user.qf.creationdate";
-    TemporaryFolder folder_;
-    std::string file_ = folder_.write("file");
+    TemporaryDirectory directory_;
+    std::string file_ = directory_.write("file");
 };
 
 TEST_F(CreationDateTest, IsKeptToTheNanosecond) {
@@ -52,7 +52,7 @@ TEST_F(CreationDateTest, IsUnknownUntilItIsSet) {
 }
 
 TEST_F(CreationDateTest, IsSetThroughALinkAndNotReadThroughOne) {
-    const auto link = folder_ / "link";
+    const auto link = directory_ / "link";
     ::symlink("file", link.c_str());
 
     ASSERT_TRUE(storeCreationDate(link, Date()));
@@ -62,7 +62,7 @@ TEST_F(CreationDateTest, IsSetThroughALinkAndNotReadThroughOne) {
 }
 
 TEST_F(CreationDateTest, TellsWhyItCannotBeSet) {
-    EXPECT_EQ(storeCreationDate(folder_ / "missing", Date()).error().number(), ENOENT);
+    EXPECT_EQ(storeCreationDate(directory_ / "missing", Date()).error().number(), ENOENT);
 }
 
 class CreationDateText : public CreationDateTest,

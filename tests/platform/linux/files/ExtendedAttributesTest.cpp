@@ -1,6 +1,6 @@
 #include "platform/linux/files/ExtendedAttributes.h"
 
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
 #include <sys/xattr.h>
@@ -26,8 +26,8 @@ protected:
                       : "error " + std::to_string(result.error().code);
     }
 
-    TemporaryFolder folder;
-    const std::string file = folder.write("file");
+    TemporaryDirectory directory;
+    const std::string file = directory.write("file");
     platform::native::ExtendedAttributes attributes;
     std::array<std::byte, 8> buffer{};
 };
@@ -67,14 +67,14 @@ TEST_F(ExtendedAttributesOnDisk, ALongerValueIsNotReadAndTheBufferStays) {
 TEST_F(ExtendedAttributesOnDisk, WhatIsMissingHasItsErrorNumber) {
     EXPECT_EQ(attributes.size(file, "missing").error().code, ENODATA);
     EXPECT_EQ(read(file, "missing"), "error " + std::to_string(ENODATA));
-    EXPECT_EQ(attributes.size(folder / "missing", "probe").error().code, ENOENT);
-    EXPECT_EQ(attributes.set(folder / "missing", "probe", "x").error().code, ENOENT);
+    EXPECT_EQ(attributes.size(directory / "missing", "probe").error().code, ENOENT);
+    EXPECT_EQ(attributes.set(directory / "missing", "probe", "x").error().code, ENOENT);
     EXPECT_EQ(attributes.set(file, std::string(256, 'x'), "x").error().code, ERANGE);
     EXPECT_EQ(attributes.set("", "probe", "x").error().code, ENOENT);
 }
 
 TEST_F(ExtendedAttributesOnDisk, LinksAreFollowed) {
-    const auto link = folder / "link";
+    const auto link = directory / "link";
     ASSERT_EQ(::symlink(file.c_str(), link.c_str()), 0);
     EXPECT_EQ(read(link, "probe"), "x");
     EXPECT_TRUE(attributes.set(link, "probe", "y"));

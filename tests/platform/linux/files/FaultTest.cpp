@@ -2,7 +2,7 @@
 
 #include "tests/platform/linux/RunChild.h"
 #include "tests/platform/linux/files/Faults.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/TemporaryDirectory.h"
 #include "tests/support/TreeDescription.h"
 
 #include <gtest/gtest.h>
@@ -66,15 +66,16 @@ protected:
         }
     }
 
-    /// How many calls open the folders on both sides, which end the work before `firstFault` comes.
+    /// How many calls open the directories on both sides, which end the work before `firstFault`
+    /// comes.
     static constexpr int callsBefore = 2;
 
     /// What is said to be gone needs no removal.
     static bool isHarmless() { return GetParam() == ENOENT; }
 
-    MemoryFolder folder;
-    std::string item = folder / "item";
-    std::string place = folder / "place";
+    MemoryDirectory directory;
+    std::string item = directory / "item";
+    std::string place = directory / "place";
     std::vector<std::string> whole;
 };
 
@@ -100,26 +101,26 @@ TEST_P(Faults, LeaveNothingOfACopyThatFails) {
             EXPECT_EQ(description(place).size(), whole.size());
         } else {
             EXPECT_TRUE(isSentence(outcome, "copied")) << outcome.output;
-            EXPECT_EQ(strangers(folder.path(), {"item"}), std::vector<std::string>{});
+            EXPECT_EQ(strangers(directory.path(), {"item"}), std::vector<std::string>{});
         }
     });
 }
 
 TEST_P(Faults, StopARemovalAtMostThere) {
-    makeSampleTree(folder / "neighbour");
-    const auto neighbour = description(folder / "neighbour");
+    makeSampleTree(directory / "neighbour");
+    const auto neighbour = description(directory / "neighbour");
     failEveryCall({"remove", item}, "", [&](const Outcome& outcome) {
         EXPECT_TRUE(succeeded(outcome) == description(item).empty() || isHarmless());
         EXPECT_TRUE(succeeded(outcome) || isSentence(outcome, "removed")) << outcome.output;
-        EXPECT_EQ(description(folder / "neighbour"), neighbour);
+        EXPECT_EQ(description(directory / "neighbour"), neighbour);
     });
 }
 
 TEST_P(Faults, LeaveAnItemThatIsTrashedWholeOnOneSide) {
-    const auto trash = folder / "trash";
+    const auto trash = directory / "trash";
     const auto trashed = trash + "/item";
     fs::create_directory(trash);
-    failEveryCall({"recycle", folder.path(), trash, "item"}, otherVolume,
+    failEveryCall({"recycle", directory.path(), trash, "item"}, otherVolume,
                   [&](const Outcome& outcome) {
                       const auto copy = description(trashed);
                       if (succeeded(outcome)) {
@@ -134,13 +135,13 @@ TEST_P(Faults, LeaveAnItemThatIsTrashedWholeOnOneSide) {
 }
 
 TEST_P(Faults, LeaveAFileThatIsWrittenWithItsOldOrNewContent) {
-    const auto file = folder / "file";
+    const auto file = directory / "file";
     std::ofstream(file) << "old";
     failEveryCall({"write", file, "new"}, "", [&](const Outcome& outcome) {
         const auto content = contentOf(file);
         EXPECT_TRUE(succeeded(outcome) ? content == "new" : content == "old" || content == "new");
         EXPECT_TRUE(succeeded(outcome) || isSentence(outcome, "saved")) << outcome.output;
-        EXPECT_EQ(strangers(folder.path(), {"file", "item"}), std::vector<std::string>{});
+        EXPECT_EQ(strangers(directory.path(), {"file", "item"}), std::vector<std::string>{});
         std::ofstream(file) << "old";
     });
 }
@@ -149,28 +150,28 @@ INSTANTIATE_TEST_SUITE_P(Everywhere, Faults, testing::Values(ENOSPC, EIO, EINTR,
                          [](const auto& fault) { return strerrorname_np(fault.param); });
 
 TEST(Trash, TriesNoOtherNameForAnItemOfWhichAPartHasNoPlaceThere) {
-    const MemoryFolder folder;
-    const auto trash = folder / "trash";
+    const MemoryDirectory directory;
+    const auto trash = directory / "trash";
     fs::create_directory(trash);
-    fs::create_directories(folder / "item/inner");
+    fs::create_directories(directory / "item/inner");
 
-    const auto outcome = runFaulty({"recycle", folder.path(), trash, "item"},
+    const auto outcome = runFaulty({"recycle", directory.path(), trash, "item"},
                                    otherVolume + ",mkdirat:2:" + std::to_string(EEXIST));
 
     EXPECT_TRUE(isSentence(outcome, "moved to the Trash")) << outcome.output;
-    EXPECT_TRUE(fs::exists(folder / "item/inner"));
+    EXPECT_TRUE(fs::exists(directory / "item/inner"));
     EXPECT_TRUE(fs::is_empty(trash));
 }
 
 TEST(Kill, LeavesNothingOfAFileThatTheNextWriteDoesNotTidyUp) {
-    const MemoryFolder folder;
-    const auto file = folder / "file";
+    const MemoryDirectory directory;
+    const auto file = directory / "file";
     int moment = 1;
     for (; runFaulty({"write", file, "new"}, any(moment, "kill")).status == -1; ++moment) {
         EXPECT_TRUE(succeeded(runFaulty({"write", file, "newer"}, "")));
 
         EXPECT_EQ(contentOf(file), "newer");
-        EXPECT_EQ(strangers(folder.path(), {"file"}), std::vector<std::string>{})
+        EXPECT_EQ(strangers(directory.path(), {"file"}), std::vector<std::string>{})
             << "call " << moment;
     }
     EXPECT_GT(moment, 4) << "there is hardly any call that could be the last";
@@ -178,9 +179,9 @@ TEST(Kill, LeavesNothingOfAFileThatTheNextWriteDoesNotTidyUp) {
 
 TEST(Kill, LeavesAnItemThatIsMovedWholeOnOneSideAtEveryMoment) {
     constexpr int rounds = 200;
-    const MemoryFolder folder;
-    const auto item = folder / "item";
-    const auto place = folder / "place";
+    const MemoryDirectory directory;
+    const auto item = directory / "item";
+    const auto place = directory / "place";
     makeSampleTree(item);
     int calls = 2;
     while (runFaulty({"move", item, place}, otherVolume + ',' + any(calls, "kill")).status == -1) {
@@ -205,7 +206,7 @@ TEST(Kill, LeavesAnItemThatIsMovedWholeOnOneSideAtEveryMoment) {
         EXPECT_TRUE(isWhole) << "call " << moment << ": " << outcome.output;
         static_cast<void>(runFaulty({"move", item, place}, otherVolume));
         EXPECT_TRUE(description(place) == whole) << "call " << moment;
-        EXPECT_EQ(strangers(folder.path(), {"item", "place"}), std::vector<std::string>{})
+        EXPECT_EQ(strangers(directory.path(), {"item", "place"}), std::vector<std::string>{})
             << "call " << moment;
     }
 }

@@ -1,10 +1,10 @@
 #include "platform/linux/files/FileContent.h"
 
 #include "platform/linux/posix/FileDescriptor.h"
-#include "platform/linux/posix/OpenFolder.h"
+#include "platform/linux/posix/OpenDirectory.h"
 #include "tests/support/PatternedText.h"
 #include "tests/support/ScopedLimit.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
 
@@ -21,7 +21,8 @@ namespace {
 class FileContentTest : public testing::Test {
 protected:
     FileDescriptor open(const std::string& name) const {
-        return FileDescriptor(::open((folder_ / name).c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
+        return FileDescriptor(
+            ::open((directory_ / name).c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
     }
 
     auto copy() {
@@ -31,12 +32,12 @@ protected:
     }
 
     auto compare(const std::string& one, const std::string& other) {
-        folder_.write("one", one);
-        folder_.write("other", other);
+        directory_.write("one", one);
+        directory_.write("other", other);
         return content_.compare(open("one").get(), open("other").get());
     }
 
-    TemporaryFolder folder_;
+    TemporaryDirectory directory_;
     FileContent content_;
 };
 
@@ -45,11 +46,11 @@ class FileContentOfSize : public FileContentTest,
 
 TEST_P(FileContentOfSize, IsCopiedWhole) {
     const auto text = patternedText(GetParam());
-    folder_.write("source", text);
+    directory_.write("source", text);
 
     ASSERT_TRUE(copy());
 
-    EXPECT_EQ(contentOf(folder_ / "copy"), text);
+    EXPECT_EQ(contentOf(directory_ / "copy"), text);
 }
 
 INSTANTIATE_TEST_SUITE_P(All, FileContentOfSize,
@@ -58,20 +59,20 @@ INSTANTIATE_TEST_SUITE_P(All, FileContentOfSize,
 
 TEST_F(FileContentTest, KeepsHolesAndTheirSize) {
     constexpr off_t size = 8'000'000;
-    folder_.write("source", "begin");
-    ASSERT_EQ(::truncate((folder_ / "source").c_str(), size), 0);
+    directory_.write("source", "begin");
+    ASSERT_EQ(::truncate((directory_ / "source").c_str(), size), 0);
 
     ASSERT_TRUE(copy());
 
     struct stat status {};
-    ASSERT_EQ(::stat((folder_ / "copy").c_str(), &status), 0);
+    ASSERT_EQ(::stat((directory_ / "copy").c_str(), &status), 0);
     EXPECT_EQ(status.st_size, size);
     EXPECT_LT(status.st_blocks * 512, size / 2);
-    EXPECT_EQ(contentOf(folder_ / "copy"), contentOf(folder_ / "source"));
+    EXPECT_EQ(contentOf(directory_ / "copy"), contentOf(directory_ / "source"));
 }
 
 TEST_F(FileContentTest, TellsThatTheCopyCannotGrow) {
-    folder_.write("source", patternedText(100'000));
+    directory_.write("source", patternedText(100'000));
     const ScopedLimit<RLIMIT_FSIZE> limit(50'000);
 
     EXPECT_EQ(copy().error().number(), EFBIG);

@@ -3,7 +3,7 @@
 #include "tests/support/Bytes.h"
 #include "tests/support/OpenDescriptors.h"
 #include "tests/support/ScopedLimit.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -41,8 +41,8 @@ std::uint64_t roomOf(const std::string& path) {
 } // namespace
 
 TEST(FileStreams, ReadsToTheEnd) {
-    const TemporaryFolder folder;
-    const auto stream = streams.openForReading(folder.write("file", "content"));
+    const TemporaryDirectory directory;
+    const auto stream = streams.openForReading(directory.write("file", "content"));
     EXPECT_EQ(readFrom(*stream, 3), "con");
     EXPECT_FALSE(stream->isAtEnd());
     EXPECT_EQ(readFrom(*stream, 4), "tent");
@@ -54,8 +54,8 @@ TEST(FileStreams, ReadsToTheEnd) {
 }
 
 TEST(FileStreams, OnceAtTheEndItStaysThereUntilASeek) {
-    const TemporaryFolder folder;
-    const auto file = folder.write("file", "abc");
+    const TemporaryDirectory directory;
+    const auto file = directory.write("file", "abc");
     const auto stream = streams.openForReading(file);
     EXPECT_EQ(readFrom(*stream, 10), "abc");
     EXPECT_TRUE(stream->isAtEnd());
@@ -67,64 +67,65 @@ TEST(FileStreams, OnceAtTheEndItStaysThereUntilASeek) {
 }
 
 TEST(FileStreams, WhatIsWrittenIsInTheFileAtOnce) {
-    const TemporaryFolder folder;
-    const auto stream = streams.openForUpdating(folder / "file", nothingSpared, unknownSize);
+    const TemporaryDirectory directory;
+    const auto stream = streams.openForUpdating(directory / "file", nothingSpared, unknownSize);
     EXPECT_EQ(stream->write(bytesOf("abc")), 3U);
-    EXPECT_EQ(contentOf(folder / "file"), "abc");
+    EXPECT_EQ(contentOf(directory / "file"), "abc");
     ASSERT_TRUE(stream->seek(1));
     EXPECT_EQ(readFrom(*stream, 2), "bc");
     EXPECT_EQ(stream->write(bytesOf("d")), 1U);
-    EXPECT_EQ(contentOf(folder / "file"), "abcd");
+    EXPECT_EQ(contentOf(directory / "file"), "abcd");
 }
 
 TEST(FileStreams, UpdatingEmptiesWhatIsThereAndKeepsItsIdentity) {
-    const TemporaryFolder folder;
-    const auto file = folder.write("file", "former content");
-    fs::create_hard_link(file, folder / "other");
+    const TemporaryDirectory directory;
+    const auto file = directory.write("file", "former content");
+    fs::create_hard_link(file, directory / "other");
     const auto before = streams.openForReading(file)->identity();
     const auto stream = streams.openForUpdating(file, nothingSpared, unknownSize);
-    EXPECT_EQ(contentOf(folder / "other"), "");
+    EXPECT_EQ(contentOf(directory / "other"), "");
     EXPECT_EQ(stream->identity(), before);
 }
 
 TEST(FileStreams, TheSparedFileIsRefusedByEveryName) {
-    const TemporaryFolder folder;
-    const auto file = folder.write("file", "precious");
-    fs::create_hard_link(file, folder / "hard");
-    fs::create_symlink(file, folder / "link");
-    fs::create_symlink("link", folder / "link of link");
-    fs::create_directory_symlink(folder.path(), folder / "folder");
+    const TemporaryDirectory directory;
+    const auto file = directory.write("file", "precious");
+    fs::create_hard_link(file, directory / "hard");
+    fs::create_symlink(file, directory / "link");
+    fs::create_symlink("link", directory / "link of link");
+    fs::create_directory_symlink(directory.path(), directory / "folder");
     const auto source = streams.openForReading(file);
     for (const auto* name : {"file", "hard", "link", "link of link", "folder/file", "./file"}) {
-        EXPECT_EQ(streams.openForUpdating(folder / name, source->identity(), unknownSize), nullptr)
+        EXPECT_EQ(streams.openForUpdating(directory / name, source->identity(), unknownSize),
+                  nullptr)
             << name;
         EXPECT_EQ(contentOf(file), "precious") << name;
     }
 }
 
 TEST(FileStreams, WhatCannotBeOpenedGivesNothing) {
-    const TemporaryFolder folder;
-    folder.makeFolder("folder");
-    EXPECT_EQ(streams.openForReading(folder / "missing"), nullptr);
+    const TemporaryDirectory directory;
+    directory.makeDirectory("folder");
+    EXPECT_EQ(streams.openForReading(directory / "missing"), nullptr);
     EXPECT_EQ(streams.openForReading(""), nullptr);
-    EXPECT_EQ(streams.openForUpdating(folder / "folder", nothingSpared, unknownSize), nullptr);
-    EXPECT_EQ(streams.openForUpdating(folder / "missing/file", nothingSpared, unknownSize),
+    EXPECT_EQ(streams.openForUpdating(directory / "folder", nothingSpared, unknownSize), nullptr);
+    EXPECT_EQ(streams.openForUpdating(directory / "missing/file", nothingSpared, unknownSize),
               nullptr);
     EXPECT_EQ(streams.openForUpdating("", nothingSpared, unknownSize), nullptr);
 }
 
 TEST(FileStreams, APathWithAZeroNamesNothing) {
-    const TemporaryFolder folder;
-    const auto file = folder.write("file", "precious");
+    const TemporaryDirectory directory;
+    const auto file = directory.write("file", "precious");
     const auto path = file + std::string("\0.copy", 6);
     EXPECT_EQ(streams.openForReading(path), nullptr);
     EXPECT_EQ(streams.openForUpdating(path, nothingSpared, unknownSize), nullptr);
     EXPECT_EQ(contentOf(file), "precious");
 }
 
-TEST(FileStreams, AFolderOpensAndCannotBeRead) {
-    const TemporaryFolder folder;
-    const auto stream = streams.openForReading(folder.path());
+TEST(FileStreams, ADirectoryOpensAndCannotBeRead) {
+    const TemporaryDirectory directory;
+    const auto stream = streams.openForReading(directory.path());
     ASSERT_NE(stream, nullptr);
     EXPECT_EQ(readFrom(*stream, 10), "");
     EXPECT_FALSE(stream->isAtEnd());
@@ -133,8 +134,8 @@ TEST(FileStreams, AFolderOpensAndCannotBeRead) {
 }
 
 TEST(FileStreams, APipeIsReadUntilTheBufferIsFull) {
-    const TemporaryFolder folder;
-    const auto pipe = folder / "pipe";
+    const TemporaryDirectory directory;
+    const auto pipe = directory / "pipe";
     ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
     const auto writer = std::async(std::launch::async, [&pipe] {
         std::ofstream file(pipe);
@@ -149,8 +150,8 @@ TEST(FileStreams, APipeIsReadUntilTheBufferIsFull) {
 }
 
 TEST(FileStreams, APipeCannotBeSought) {
-    const TemporaryFolder folder;
-    const auto pipe = folder / "pipe";
+    const TemporaryDirectory directory;
+    const auto pipe = directory / "pipe";
     ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
     const auto stream = streams.openForUpdating(pipe, nothingSpared, unknownSize);
     ASSERT_NE(stream, nullptr);
@@ -163,24 +164,24 @@ TEST(FileStreams, APipeCannotBeSought) {
 
 TEST(FileStreams, PositionsGoBeyondFourGibibytes) {
     constexpr std::uint64_t position = 5'368'709'120;
-    const TemporaryFolder folder;
-    const auto stream = streams.openForUpdating(folder / "sparse", nothingSpared, unknownSize);
+    const TemporaryDirectory directory;
+    const auto stream = streams.openForUpdating(directory / "sparse", nothingSpared, unknownSize);
     ASSERT_TRUE(stream->seek(position));
     EXPECT_EQ(stream->write(bytesOf("abc")), 3U);
     ASSERT_TRUE(stream->seek(position + 1));
     EXPECT_EQ(readFrom(*stream, 10), "bc");
-    EXPECT_EQ(fs::file_size(folder / "sparse"), position + 3);
+    EXPECT_EQ(fs::file_size(directory / "sparse"), position + 3);
 }
 
 TEST(FileStreams, AFullFileTakesWhatFitsAndSaysSo) {
-    const TemporaryFolder folder;
-    const auto stream = streams.openForUpdating(folder / "file", nothingSpared, unknownSize);
+    const TemporaryDirectory directory;
+    const auto stream = streams.openForUpdating(directory / "file", nothingSpared, unknownSize);
     const ScopedLimit<RLIMIT_FSIZE> limit(10);
     EXPECT_EQ(stream->write(bytesOf("123456")), 6U);
     EXPECT_EQ(stream->write(bytesOf("789abc")), 4U);
     EXPECT_EQ(stream->errorIndicator(), 1);
     EXPECT_EQ(stream->systemError(), EFBIG);
-    EXPECT_EQ(contentOf(folder / "file"), "123456789a");
+    EXPECT_EQ(contentOf(directory / "file"), "123456789a");
 }
 
 TEST(FileStreams, ADeviceWithoutRoomTakesNothing) {
@@ -195,14 +196,14 @@ TEST(FileStreams, ADeviceWithoutRoomTakesNothing) {
 
 TEST(FileStreams, RoomForALargeFileIsFoundAheadAndGivenBackWhenTheFileEndsEarly) {
     constexpr std::uint64_t expected = 8'388'608;
-    const TemporaryFolder folder;
-    const auto file = folder / "file";
+    const TemporaryDirectory directory;
+    const auto file = directory / "file";
     const auto content = std::string(65536, 'x');
     {
         const auto stream = streams.openForUpdating(file, nothingSpared, expected);
         ASSERT_EQ(stream->write(bytesOf(content)), content.size());
         if (roomOf(file) < expected) {
-            GTEST_SKIP() << "the file system of " << folder.path() << " finds no room ahead";
+            GTEST_SKIP() << "the file system of " << directory.path() << " finds no room ahead";
         }
         EXPECT_EQ(fs::file_size(file), content.size());
     }
@@ -212,17 +213,17 @@ TEST(FileStreams, RoomForALargeFileIsFoundAheadAndGivenBackWhenTheFileEndsEarly)
 
 TEST(FileStreams, AFileMayBecomeLargerThanExpected) {
     constexpr std::uint64_t expected = 1'048'576;
-    const TemporaryFolder folder;
+    const TemporaryDirectory directory;
     const auto content = std::string(expected + 1, 'x');
-    streams.openForUpdating(folder / "file", nothingSpared, expected)->write(bytesOf(content));
-    EXPECT_EQ(contentOf(folder / "file"), content);
+    streams.openForUpdating(directory / "file", nothingSpared, expected)->write(bytesOf(content));
+    EXPECT_EQ(contentOf(directory / "file"), content);
 }
 
 TEST(FileStreams, TheEndOfTheStreamClosesTheFile) {
-    const TemporaryFolder folder;
+    const TemporaryDirectory directory;
     const auto before = openDescriptors();
     {
-        const auto stream = streams.openForUpdating(folder / "file", nothingSpared, unknownSize);
+        const auto stream = streams.openForUpdating(directory / "file", nothingSpared, unknownSize);
         EXPECT_EQ(openDescriptors(), before + 1);
     }
     EXPECT_EQ(openDescriptors(), before);

@@ -3,7 +3,7 @@
 #include "platform/linux/process/ToolOverlay.h"
 #include "tests/platform/linux/RunChild.h"
 #include "tests/platform/linux/files/FileSystemOnDisk.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -38,9 +38,9 @@ private:
     std::string path_;
 };
 
-/// Why this machine's temporary folder cannot hold an immutable file; empty when it can.
-std::string whyNoFlags(const TemporaryFolder& folder) {
-    const auto probe = folder.write("probe");
+/// Why this machine's temporary directory cannot hold an immutable file; empty when it can.
+std::string whyNoFlags(const TemporaryDirectory& directory) {
+    const auto probe = directory.write("probe");
     const Unlock unlock(probe);
     const auto changed = fileSystem.setImmutable(probe, true);
     return !changed ? "no immutable flag can be set here: " + changed.error().localizedDescription
@@ -49,10 +49,10 @@ std::string whyNoFlags(const TemporaryFolder& folder) {
 
 constexpr platform::Date someDate{std::chrono::nanoseconds(1000000000123456789)};
 
-/// Why no creation date can be kept in temporary folders; empty when one can.
+/// Why no creation date can be kept in temporary directories; empty when one can.
 std::string whyNoCreationDates() {
-    const TemporaryFolder folder;
-    const auto changed = fileSystem.setCreationDate(folder.write("probe"), someDate);
+    const TemporaryDirectory directory;
+    const auto changed = fileSystem.setCreationDate(directory.write("probe"), someDate);
     return !changed && changed.error().code == EOPNOTSUPP
                ? "temporary folders are on a volume without extended attributes"
                : "";
@@ -61,66 +61,66 @@ std::string whyNoCreationDates() {
 } // namespace
 
 TEST(FileSystem, SeesWhatALinkLeadsTo) {
-    const TemporaryFolder folder;
-    makeLink(folder.write("file"), folder / "good");
-    makeLink(folder / "missing", folder / "broken");
-    makeLink(folder / "loop", folder / "loop");
+    const TemporaryDirectory directory;
+    makeLink(directory.write("file"), directory / "good");
+    makeLink(directory / "missing", directory / "broken");
+    makeLink(directory / "loop", directory / "loop");
 
-    EXPECT_TRUE(fileSystem.exists(folder / "file"));
-    EXPECT_TRUE(fileSystem.exists(folder / "good"));
-    EXPECT_FALSE(fileSystem.exists(folder / "broken"));
-    EXPECT_FALSE(fileSystem.exists(folder / "loop"));
-    EXPECT_FALSE(fileSystem.exists(folder / "file/below"));
+    EXPECT_TRUE(fileSystem.exists(directory / "file"));
+    EXPECT_TRUE(fileSystem.exists(directory / "good"));
+    EXPECT_FALSE(fileSystem.exists(directory / "broken"));
+    EXPECT_FALSE(fileSystem.exists(directory / "loop"));
+    EXPECT_FALSE(fileSystem.exists(directory / "file/below"));
 }
 
 TEST(FileSystem, FollowsPathsOfAnyLength) {
-    const TemporaryFolder folder;
-    const auto file = folder.write("real/file");
-    makeLink(folder / "real", folder / "link");
+    const TemporaryDirectory directory;
+    const auto file = directory.write("real/file");
+    makeLink(directory / "real", directory / "link");
     std::string detour;
     while (detour.size() < 10'000) {
         detour += "/../real/.";
     }
 
-    EXPECT_TRUE(fileSystem.exists(folder / "link" + detour + "/file"));
-    EXPECT_TRUE(fileSystem.isDirectory(folder / "real" + detour + std::string(10'000, '/')));
+    EXPECT_TRUE(fileSystem.exists(directory / "link" + detour + "/file"));
+    EXPECT_TRUE(fileSystem.isDirectory(directory / "real" + detour + std::string(10'000, '/')));
     EXPECT_TRUE(fileSystem.isDirectory(std::string(10'000, '/')));
-    EXPECT_EQ(fileSystem.contentsOfDirectory(folder / "link" + detour),
+    EXPECT_EQ(fileSystem.contentsOfDirectory(directory / "link" + detour),
               (Entries{{"file", ItemKind::file}}));
-    EXPECT_EQ(fileSystem.destinationOfSymbolicLink(folder / "real" + detour + "/../link"),
-              folder / "real");
-    EXPECT_FALSE(fileSystem.exists(folder / "missing" + detour));
+    EXPECT_EQ(fileSystem.destinationOfSymbolicLink(directory / "real" + detour + "/../link"),
+              directory / "real");
+    EXPECT_FALSE(fileSystem.exists(directory / "missing" + detour));
     EXPECT_FALSE(fileSystem.exists(file + detour));
-    EXPECT_FALSE(fileSystem.exists(folder / "link" + detour + "/" + std::string(10'000, 'n')));
-    EXPECT_EQ(fileSystem.removeItem(folder / "real" + detour + "/missing").error().code, ENOENT);
-    EXPECT_TRUE(fileSystem.removeItem(folder / "real" + detour + "/file"));
+    EXPECT_FALSE(fileSystem.exists(directory / "link" + detour + "/" + std::string(10'000, 'n')));
+    EXPECT_EQ(fileSystem.removeItem(directory / "real" + detour + "/missing").error().code, ENOENT);
+    EXPECT_TRUE(fileSystem.removeItem(directory / "real" + detour + "/file"));
     EXPECT_FALSE(fileSystem.exists(file));
 }
 
-TEST(FileSystem, TellsFoldersFromFiles) {
-    const TemporaryFolder folder;
-    makeLink(folder.makeFolder("real"), folder / "link");
+TEST(FileSystem, TellsDirectoriesFromFiles) {
+    const TemporaryDirectory directory;
+    makeLink(directory.makeDirectory("real"), directory / "link");
 
-    EXPECT_TRUE(fileSystem.isDirectory(folder / "real"));
-    EXPECT_TRUE(fileSystem.isDirectory(folder / "link"));
-    EXPECT_FALSE(fileSystem.isDirectory(folder.write("file")));
-    EXPECT_FALSE(fileSystem.isDirectory(folder / "missing"));
+    EXPECT_TRUE(fileSystem.isDirectory(directory / "real"));
+    EXPECT_TRUE(fileSystem.isDirectory(directory / "link"));
+    EXPECT_FALSE(fileSystem.isDirectory(directory.write("file")));
+    EXPECT_FALSE(fileSystem.isDirectory(directory / "missing"));
 }
 
 TEST(FileSystem, TellsWhatCanBeRun) {
-    const TemporaryFolder folder;
-    const auto file = folder.write("tool");
+    const TemporaryDirectory directory;
+    const auto file = directory.write("tool");
     EXPECT_FALSE(fileSystem.isExecutable(file));
 
     ASSERT_EQ(::chmod(file.c_str(), 0755), 0);
 
     EXPECT_TRUE(fileSystem.isExecutable(file));
-    EXPECT_TRUE(fileSystem.isExecutable(folder.path()));
-    EXPECT_FALSE(fileSystem.isExecutable(folder / "missing"));
+    EXPECT_TRUE(fileSystem.isExecutable(directory.path()));
+    EXPECT_FALSE(fileSystem.isExecutable(directory / "missing"));
 }
 
 TEST(FileSystem, TestsTheStandInOfATool) {
-    const TemporaryFolder overlay;
+    const TemporaryDirectory overlay;
     ASSERT_EQ(::chmod(overlay.write("bin/qf-no-such-tool").c_str(), 0755), 0);
     EXPECT_FALSE(fileSystem.isExecutable("/bin/qf-no-such-tool"));
 
@@ -129,17 +129,17 @@ TEST(FileSystem, TestsTheStandInOfATool) {
     platform::native::setToolOverlay(former);
 }
 
-TEST(FileSystem, ListsEveryNameInAFolder) {
-    const TemporaryFolder folder;
-    folder.write("a");
-    folder.write(".hidden");
-    folder.write("Icon\r");
-    folder.write("no\xFFtext");
-    folder.makeFolder("sub");
-    makeLink(folder / "missing", folder / "broken");
-    makeLink(folder.path(), folder / "self");
+TEST(FileSystem, ListsEveryNameInADirectory) {
+    const TemporaryDirectory directory;
+    directory.write("a");
+    directory.write(".hidden");
+    directory.write("Icon\r");
+    directory.write("no\xFFtext");
+    directory.makeDirectory("sub");
+    makeLink(directory / "missing", directory / "broken");
+    makeLink(directory.path(), directory / "self");
 
-    auto entries = fileSystem.contentsOfDirectory(folder / "self");
+    auto entries = fileSystem.contentsOfDirectory(directory / "self");
 
     ASSERT_TRUE(entries);
     std::sort(entries->begin(), entries->end(),
@@ -150,66 +150,66 @@ TEST(FileSystem, ListsEveryNameInAFolder) {
                                  {"broken", ItemKind::link},
                                  {"no\xFFtext", ItemKind::file},
                                  {"self", ItemKind::link},
-                                 {"sub", ItemKind::folder}}));
+                                 {"sub", ItemKind::directory}}));
 }
 
-TEST(FileSystem, HasNoListForWhatIsNoReadableFolder) {
-    const TemporaryFolder folder;
+TEST(FileSystem, HasNoListForWhatIsNoReadableDirectory) {
+    const TemporaryDirectory directory;
 
-    EXPECT_EQ(fileSystem.contentsOfDirectory(folder / "missing"), std::nullopt);
-    EXPECT_EQ(fileSystem.contentsOfDirectory(folder.write("file")), std::nullopt);
-    EXPECT_EQ(fileSystem.contentsOfDirectory(folder.makeFolder("empty")), Entries{});
+    EXPECT_EQ(fileSystem.contentsOfDirectory(directory / "missing"), std::nullopt);
+    EXPECT_EQ(fileSystem.contentsOfDirectory(directory.write("file")), std::nullopt);
+    EXPECT_EQ(fileSystem.contentsOfDirectory(directory.makeDirectory("empty")), Entries{});
 }
 
-TEST(FileSystem, ListsSizesOfAllButFolders) {
-    const TemporaryFolder folder;
-    folder.write("a", "12345");
-    folder.makeFolder("sub");
-    makeLink("missing", folder / "broken");
+TEST(FileSystem, ListsSizesOfAllButDirectories) {
+    const TemporaryDirectory directory;
+    directory.write("a", "12345");
+    directory.makeDirectory("sub");
+    makeLink("missing", directory / "broken");
 
-    auto entries = fileSystem.contentsOfDirectoryWithSizes(folder.path());
+    auto entries = fileSystem.contentsOfDirectoryWithSizes(directory.path());
 
     ASSERT_TRUE(entries);
     std::sort(entries->begin(), entries->end(),
               [](const auto& left, const auto& right) { return left.name < right.name; });
     EXPECT_EQ(*entries, (Entries{{"a", ItemKind::file, 5},
                                  {"broken", ItemKind::link, 7},
-                                 {"sub", ItemKind::folder, std::nullopt}}));
-    EXPECT_EQ(fileSystem.contentsOfDirectoryWithSizes(folder / "missing"), std::nullopt);
-    EXPECT_EQ(fileSystem.contentsOfDirectoryWithSizes(folder / "a"), std::nullopt);
+                                 {"sub", ItemKind::directory, std::nullopt}}));
+    EXPECT_EQ(fileSystem.contentsOfDirectoryWithSizes(directory / "missing"), std::nullopt);
+    EXPECT_EQ(fileSystem.contentsOfDirectoryWithSizes(directory / "a"), std::nullopt);
 }
 
 TEST(FileSystem, TellsItemsFromOneAnother) {
-    const TemporaryFolder folder;
-    const auto first = folder.makeFolder("first");
-    const auto second = folder.makeFolder("second");
-    makeLink(first, folder / "link");
-    makeLink(folder / "missing", folder / "broken");
+    const TemporaryDirectory directory;
+    const auto first = directory.makeDirectory("first");
+    const auto second = directory.makeDirectory("second");
+    makeLink(first, directory / "link");
+    makeLink(directory / "missing", directory / "broken");
 
-    EXPECT_EQ(fileSystem.identityOfItem(folder / "link"), fileSystem.identityOfItem(first));
+    EXPECT_EQ(fileSystem.identityOfItem(directory / "link"), fileSystem.identityOfItem(first));
     EXPECT_EQ(fileSystem.identityOfItem(first + "/../first"), fileSystem.identityOfItem(first));
     EXPECT_NE(fileSystem.identityOfItem(first), fileSystem.identityOfItem(second));
-    EXPECT_EQ(fileSystem.identityOfItem(folder / "broken"), std::nullopt);
+    EXPECT_EQ(fileSystem.identityOfItem(directory / "broken"), std::nullopt);
 }
 
 TEST(FileSystem, UnlocksWhatIsNotLockedWithoutPrivilegeOrPermission) {
-    const TemporaryFolder folder;
-    const auto file = folder.write("file");
-    makeLink(folder / "missing", folder / "broken");
-    ASSERT_EQ(::mkfifo((folder / "fifo").c_str(), 0600), 0);
-    ASSERT_EQ(::chmod(folder.path().c_str(), 0755), 0);
+    const TemporaryDirectory directory;
+    const auto file = directory.write("file");
+    makeLink(directory / "missing", directory / "broken");
+    ASSERT_EQ(::mkfifo((directory / "fifo").c_str(), 0600), 0);
+    ASSERT_EQ(::chmod(directory.path().c_str(), 0755), 0);
     ASSERT_EQ(::chmod(file.c_str(), 0), 0);
 
     for (const auto* name : {"file", "broken", "fifo", ""}) {
-        const auto outcome = runChild({"unlock", folder / name}, {}, asOrdinaryUser());
+        const auto outcome = runChild({"unlock", directory / name}, {}, asOrdinaryUser());
         EXPECT_EQ(outcome.output, "ok\n") << name;
     }
 }
 
 TEST(FileSystem, UnlocksNothingWhereNothingStands) {
-    const TemporaryFolder folder;
+    const TemporaryDirectory directory;
 
-    const auto changed = fileSystem.setImmutable(folder / "missing.txt", false);
+    const auto changed = fileSystem.setImmutable(directory / "missing.txt", false);
 
     ASSERT_FALSE(changed);
     EXPECT_EQ(changed.error().code, ENOENT);
@@ -217,42 +217,42 @@ TEST(FileSystem, UnlocksNothingWhereNothingStands) {
               "“missing.txt” couldn’t be unlocked because it doesn’t exist.");
 }
 
-TEST(FileSystem, LocksAndUnlocksAFileAndAFolder) {
-    const TemporaryFolder folder;
-    if (const auto reason = whyNoFlags(folder); !reason.empty()) {
+TEST(FileSystem, LocksAndUnlocksAFileAndADirectory) {
+    const TemporaryDirectory directory;
+    if (const auto reason = whyNoFlags(directory); !reason.empty()) {
         GTEST_SKIP() << reason;
     }
-    for (const auto& item : {folder.write("file"), folder.makeFolder("folder")}) {
+    for (const auto& item : {directory.write("file"), directory.makeDirectory("folder")}) {
         const Unlock unlock(item);
         ASSERT_TRUE(fileSystem.setImmutable(item, true));
-        EXPECT_NE(::rename(item.c_str(), (folder / "moved").c_str()), 0);
+        EXPECT_NE(::rename(item.c_str(), (directory / "moved").c_str()), 0);
 
         ASSERT_TRUE(fileSystem.setImmutable(item, false));
-        EXPECT_EQ(::rename(item.c_str(), (folder / "moved").c_str()), 0);
-        ASSERT_TRUE(fileSystem.removeItem(folder / "moved"));
+        EXPECT_EQ(::rename(item.c_str(), (directory / "moved").c_str()), 0);
+        ASSERT_TRUE(fileSystem.removeItem(directory / "moved"));
     }
 }
 
 TEST(FileSystem, LocksALinkItselfNever) {
-    const TemporaryFolder folder;
-    const auto file = folder.write("file");
-    makeLink(file, folder / "link");
+    const TemporaryDirectory directory;
+    const auto file = directory.write("file");
+    makeLink(file, directory / "link");
 
-    const auto changed = fileSystem.setImmutable(folder / "link", true);
+    const auto changed = fileSystem.setImmutable(directory / "link", true);
 
     ASSERT_FALSE(changed);
     EXPECT_EQ(changed.error().code, EOPNOTSUPP);
-    EXPECT_EQ(::rename(file.c_str(), (folder / "moved").c_str()), 0);
+    EXPECT_EQ(::rename(file.c_str(), (directory / "moved").c_str()), 0);
 }
 
 TEST(FileSystem, LeavesALockedFileToThosePrivileged) {
-    const TemporaryFolder folder;
-    if (const auto reason = whyNoFlags(folder); !reason.empty()) {
+    const TemporaryDirectory directory;
+    if (const auto reason = whyNoFlags(directory); !reason.empty()) {
         GTEST_SKIP() << reason;
     }
-    const auto file = folder.write("file");
+    const auto file = directory.write("file");
     const Unlock unlock(file);
-    ASSERT_EQ(::chmod(folder.path().c_str(), 0755), 0);
+    ASSERT_EQ(::chmod(directory.path().c_str(), 0755), 0);
     ASSERT_TRUE(fileSystem.setImmutable(file, true));
 
     EXPECT_EQ(runChild({"unlock", file}, {}, asOrdinaryUser()).output,
@@ -272,46 +272,49 @@ TEST(FileSystem, CountsAFileWithoutFlagsAsUnlocked) {
               "“status” couldn’t be locked because the volume doesn’t support it.");
 }
 
-TEST(FileSystem, MakesAFolderWithThoseOnTheWay) {
-    const TemporaryFolder folder;
+TEST(FileSystem, MakesADirectoryWithThoseOnTheWay) {
+    const TemporaryDirectory directory;
 
-    EXPECT_TRUE(fileSystem.createDirectory(folder / "one/two/three"));
-    EXPECT_TRUE(fileSystem.createDirectory((folder / "one/no\xFFtext") + "//"));
+    EXPECT_TRUE(fileSystem.createDirectory(directory / "one/two/three"));
+    EXPECT_TRUE(fileSystem.createDirectory((directory / "one/no\xFFtext") + "//"));
 
-    EXPECT_TRUE(fileSystem.isDirectory(folder / "one/two/three"));
-    EXPECT_TRUE(fileSystem.isDirectory(folder / "one/no\xFFtext"));
+    EXPECT_TRUE(fileSystem.isDirectory(directory / "one/two/three"));
+    EXPECT_TRUE(fileSystem.isDirectory(directory / "one/no\xFFtext"));
 }
 
-TEST(FileSystem, TakesAFolderThatIsThereForMade) {
-    const TemporaryFolder folder;
-    makeLink(folder.makeFolder("real"), folder / "link");
+TEST(FileSystem, TakesADirectoryThatIsThereForMade) {
+    const TemporaryDirectory directory;
+    makeLink(directory.makeDirectory("real"), directory / "link");
 
-    for (const auto& path : {folder / "real", folder / "link", folder.path(), std::string("/")}) {
+    for (const auto& path :
+         {directory / "real", directory / "link", directory.path(), std::string("/")}) {
         EXPECT_TRUE(fileSystem.createDirectory(path)) << path;
     }
     EXPECT_EQ(runChild({"create", "/tmp"}, {}, asOrdinaryUser()).output, "ok\n");
 }
 
-TEST(FileSystem, TellsWhyAFolderCannotBeMade) {
-    const TemporaryFolder folder;
-    folder.write("file");
-    makeLink("missing", folder / "broken");
-    makeLink("loop", folder / "loop");
+TEST(FileSystem, TellsWhyADirectoryCannotBeMade) {
+    const TemporaryDirectory directory;
+    directory.write("file");
+    makeLink("missing", directory / "broken");
+    makeLink("loop", directory / "loop");
     const std::string longName(256, 'n');
-    std::string longPath = folder.path();
+    std::string longPath = directory.path();
     while (longPath.size() < 5000) {
         longPath += "/component";
     }
     const std::vector<std::pair<std::string, std::string>> cases{
-        {folder / "file", "“file” couldn’t be created because an item with the same name already "
-                          "exists."},
-        {folder / "broken", "“broken” couldn’t be created because an item with the same name "
-                            "already exists."},
-        {folder / "file/new",
+        {directory / "file",
+         "“file” couldn’t be created because an item with the same name already "
+         "exists."},
+        {directory / "broken", "“broken” couldn’t be created because an item with the same name "
+                               "already exists."},
+        {directory / "file/new",
          "“new” couldn’t be created because a part of its path isn’t a folder."},
-        {folder / "loop/new",
+        {directory / "loop/new",
          "“new” couldn’t be created because its path leads through too many links."},
-        {folder / longName, "“" + longName + "” couldn’t be created because its name is too long."},
+        {directory / longName,
+         "“" + longName + "” couldn’t be created because its name is too long."},
         {longPath, "“component” couldn’t be created because its name is too long."},
         {"relative", "“relative” couldn’t be created because the system doesn’t allow it."},
         {"", "“” couldn’t be created because the system doesn’t allow it."},
@@ -322,24 +325,24 @@ TEST(FileSystem, TellsWhyAFolderCannotBeMade) {
         ASSERT_FALSE(created) << path;
         EXPECT_EQ(created.error().localizedDescription, sentence);
     }
-    EXPECT_FALSE(fileSystem.exists(folder / "component"));
+    EXPECT_FALSE(fileSystem.exists(directory / "component"));
 }
 
-TEST(FileSystem, MakesNoFolderWithoutPermission) {
-    const TemporaryFolder folder;
-    ASSERT_EQ(::chmod(folder.path().c_str(), 0555), 0);
+TEST(FileSystem, MakesNoDirectoryWithoutPermission) {
+    const TemporaryDirectory directory;
+    ASSERT_EQ(::chmod(directory.path().c_str(), 0555), 0);
 
-    EXPECT_EQ(runChild({"create", folder / "new/inner"}, {}, asOrdinaryUser()).output,
+    EXPECT_EQ(runChild({"create", directory / "new/inner"}, {}, asOrdinaryUser()).output,
               "13 “inner” couldn’t be created because you don’t have permission.\n");
 
-    EXPECT_FALSE(fileSystem.exists(folder / "new"));
-    ASSERT_EQ(::chmod(folder.path().c_str(), 0755), 0);
+    EXPECT_FALSE(fileSystem.exists(directory / "new"));
+    ASSERT_EQ(::chmod(directory.path().c_str(), 0755), 0);
 }
 
-TEST(FileSystem, MakesOneFolderForManyCallers) {
-    const TemporaryFolder folder;
+TEST(FileSystem, MakesOneDirectoryForManyCallers) {
+    const TemporaryDirectory directory;
     for (int round = 0; round < 200; ++round) {
-        const auto path = folder / (std::to_string(round) + "/two/three");
+        const auto path = directory / (std::to_string(round) + "/two/three");
         platform::Result<void> others;
         std::thread other([&] { others = fileSystem.createDirectory(path); });
         EXPECT_TRUE(fileSystem.createDirectory(path));
@@ -350,29 +353,29 @@ TEST(FileSystem, MakesOneFolderForManyCallers) {
 }
 
 TEST(FileSystem, WritesAFileAtOnceOrNotAtAll) {
-    const TemporaryFolder folder;
-    const auto file = folder.write("file", "old content");
-    makeLink(file, folder / "link");
+    const TemporaryDirectory directory;
+    const auto file = directory.write("file", "old content");
+    makeLink(file, directory / "link");
     const std::string content("new\0content", 11);
 
     EXPECT_TRUE(fileSystem.writeAtomically(file, content));
-    EXPECT_TRUE(fileSystem.writeAtomically(folder / "new", ""));
-    EXPECT_TRUE(fileSystem.writeAtomically(folder / "link", "in the link's place"));
+    EXPECT_TRUE(fileSystem.writeAtomically(directory / "new", ""));
+    EXPECT_TRUE(fileSystem.writeAtomically(directory / "link", "in the link's place"));
 
     EXPECT_EQ(contentOf(file), content);
-    EXPECT_EQ(contentOf(folder / "new"), "");
-    EXPECT_EQ(contentOf(folder / "link"), "in the link's place");
-    EXPECT_EQ(fileSystem.contentsOfDirectory(folder.path())->size(), 3U);
+    EXPECT_EQ(contentOf(directory / "new"), "");
+    EXPECT_EQ(contentOf(directory / "link"), "in the link's place");
+    EXPECT_EQ(fileSystem.contentsOfDirectory(directory.path())->size(), 3U);
 }
 
 TEST(FileSystem, LeavesWhatStoodThereWhereAFileCannotBeWritten) {
-    const TemporaryFolder folder;
-    folder.makeFolder("folder");
+    const TemporaryDirectory directory;
+    directory.makeDirectory("folder");
     const std::string longName(256, 'n');
     const std::vector<std::pair<std::string, int>> cases{
-        {folder / "folder", EISDIR},
-        {folder / "missing/file", ENOENT},
-        {folder / longName, ENAMETOOLONG},
+        {directory / "folder", EISDIR},
+        {directory / "missing/file", ENOENT},
+        {directory / longName, ENAMETOOLONG},
         {"relative", EINVAL},
         {"", EINVAL},
     };
@@ -381,12 +384,12 @@ TEST(FileSystem, LeavesWhatStoodThereWhereAFileCannotBeWritten) {
         ASSERT_FALSE(written) << path;
         EXPECT_EQ(written.error().code, number) << path;
     }
-    EXPECT_EQ(fileSystem.contentsOfDirectory(folder.path())->size(), 1U);
+    EXPECT_EQ(fileSystem.contentsOfDirectory(directory.path())->size(), 1U);
 }
 
 TEST(FileSystem, LeavesWhatStoodThereWhereAFileWouldExceedTheLimitOnSizes) {
-    const TemporaryFolder folder;
-    const auto file = folder.write("file", "old");
+    const TemporaryDirectory directory;
+    const auto file = directory.write("file", "old");
 
     EXPECT_EQ(runChild({"write", file, std::string(100'000, 'x')}, {},
                        {"sh", "-c", R"(ulimit -f 100 && exec "$@")", "sh"})
@@ -394,14 +397,14 @@ TEST(FileSystem, LeavesWhatStoodThereWhereAFileWouldExceedTheLimitOnSizes) {
               "27 “file” couldn’t be saved because it is too large.\n");
 
     EXPECT_EQ(contentOf(file), "old");
-    EXPECT_EQ(fileSystem.contentsOfDirectory(folder.path())->size(), 1U);
+    EXPECT_EQ(fileSystem.contentsOfDirectory(directory.path())->size(), 1U);
 }
 
 TEST(FileSystem, TellsWhenAnItemWasMade) {
-    const TemporaryFolder folder;
+    const TemporaryDirectory directory;
     const auto before = std::chrono::system_clock::now() - std::chrono::seconds(1);
 
-    const auto attributes = fileSystem.attributesOfItem(folder.write("file"));
+    const auto attributes = fileSystem.attributesOfItem(directory.write("file"));
 
     ASSERT_TRUE(attributes);
     if (!attributes->creationDate) {
@@ -415,8 +418,8 @@ TEST(FileSystem, KeepsTheCreationDateThatWasSet) {
     if (const auto reason = whyNoCreationDates(); !reason.empty()) {
         GTEST_SKIP() << reason;
     }
-    const TemporaryFolder folder;
-    for (const auto& item : {folder.write("file"), folder.makeFolder("folder")}) {
+    const TemporaryDirectory directory;
+    for (const auto& item : {directory.write("file"), directory.makeDirectory("folder")}) {
         for (const auto date : {someDate, platform::Date(0ns), platform::Date(-1ns),
                                 platform::Date::min(), platform::Date::max()}) {
             EXPECT_TRUE(fileSystem.setCreationDate(item, date));
@@ -429,31 +432,31 @@ TEST(FileSystem, SetsTheCreationDateOfWhatALinkLeadsTo) {
     if (const auto reason = whyNoCreationDates(); !reason.empty()) {
         GTEST_SKIP() << reason;
     }
-    const TemporaryFolder folder;
-    const auto file = folder.write("file");
-    makeLink(file, folder / "link");
+    const TemporaryDirectory directory;
+    const auto file = directory.write("file");
+    makeLink(file, directory / "link");
 
-    EXPECT_TRUE(fileSystem.setCreationDate(folder / "link", someDate));
+    EXPECT_TRUE(fileSystem.setCreationDate(directory / "link", someDate));
 
     EXPECT_EQ(fileSystem.attributesOfItem(file)->creationDate, someDate);
-    EXPECT_NE(fileSystem.attributesOfItem(folder / "link")->creationDate, someDate);
+    EXPECT_NE(fileSystem.attributesOfItem(directory / "link")->creationDate, someDate);
 }
 
 TEST(FileSystem, GivesACopyTheCreationDateThatWasSet) {
     if (const auto reason = whyNoCreationDates(); !reason.empty()) {
         GTEST_SKIP() << reason;
     }
-    const TemporaryFolder folder;
-    ASSERT_TRUE(fileSystem.setCreationDate(folder.makeFolder("folder"), someDate));
+    const TemporaryDirectory directory;
+    ASSERT_TRUE(fileSystem.setCreationDate(directory.makeDirectory("folder"), someDate));
 
-    EXPECT_TRUE(fileSystem.copyItem(folder / "folder", folder / "copy"));
+    EXPECT_TRUE(fileSystem.copyItem(directory / "folder", directory / "copy"));
 
-    EXPECT_EQ(fileSystem.attributesOfItem(folder / "copy")->creationDate, someDate);
+    EXPECT_EQ(fileSystem.attributesOfItem(directory / "copy")->creationDate, someDate);
 }
 
 TEST(FileSystem, StoresTheCreationDateAsDocumented) {
-    const TemporaryFolder folder;
-    const auto file = folder.write("file");
+    const TemporaryDirectory directory;
+    const auto file = directory.write("file");
     const auto birth = fileSystem.attributesOfItem(file)->creationDate;
     constexpr const char* attribute = "user.qf.creationdate";
     const auto store = [&file](std::string_view text) {
@@ -473,11 +476,11 @@ TEST(FileSystem, StoresTheCreationDateAsDocumented) {
 }
 
 TEST(FileSystem, TellsWhyACreationDateCannotBeSet) {
-    const TemporaryFolder folder;
-    ASSERT_EQ(::mkfifo((folder / "fifo").c_str(), 0600), 0);
+    const TemporaryDirectory directory;
+    ASSERT_EQ(::mkfifo((directory / "fifo").c_str(), 0600), 0);
 
-    const auto missing = fileSystem.setCreationDate(folder / "missing", platform::Date());
-    const auto fifo = fileSystem.setCreationDate(folder / "fifo", platform::Date());
+    const auto missing = fileSystem.setCreationDate(directory / "missing", platform::Date());
+    const auto fifo = fileSystem.setCreationDate(directory / "fifo", platform::Date());
 
     ASSERT_FALSE(missing);
     EXPECT_EQ(missing.error().localizedDescription,

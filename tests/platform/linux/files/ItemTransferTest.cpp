@@ -1,7 +1,7 @@
 #include "platform/linux/files/ItemTransfer.h"
 
 #include "platform/linux/posix/FileDescriptor.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
 
@@ -20,43 +20,43 @@ class ItemTransferTest : public testing::Test {
 protected:
     FileDescriptor open(const std::string& name) const {
         return FileDescriptor(
-            ::open(folder_.makeFolder(name).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+            ::open(directory_.makeDirectory(name).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     }
 
     std::ptrdiff_t itemsIn(const std::string& name) const {
-        return std::distance(std::filesystem::directory_iterator(folder_ / name),
+        return std::distance(std::filesystem::directory_iterator(directory_ / name),
                              std::filesystem::directory_iterator());
     }
 
-    TemporaryFolder folder_;
+    TemporaryDirectory directory_;
     FileDescriptor source_ = open("source");
     FileDescriptor destination_ = open("destination");
 };
 
 TEST_F(ItemTransferTest, CopiesUnderANewName) {
-    folder_.write("source/item/file", "content");
+    directory_.write("source/item/file", "content");
 
     ASSERT_TRUE(copyItem(source_.get(), "item", destination_.get(), "copy"));
 
-    EXPECT_EQ(contentOf(folder_ / "destination/copy/file"), "content");
-    EXPECT_TRUE(stands(folder_ / "source/item/file"));
+    EXPECT_EQ(contentOf(directory_ / "destination/copy/file"), "content");
+    EXPECT_TRUE(stands(directory_ / "source/item/file"));
     EXPECT_EQ(itemsIn("destination"), 1);
 }
 
 TEST_F(ItemTransferTest, CopiesOntoNothingThatIsThere) {
-    folder_.write("source/item", "new");
-    folder_.write("destination/item", "old");
+    directory_.write("source/item", "new");
+    directory_.write("destination/item", "old");
 
     const auto done = copyItem(source_.get(), "item", destination_.get(), "item");
 
     ASSERT_FALSE(done);
     EXPECT_EQ(done.error().number.number(), EEXIST);
-    EXPECT_EQ(contentOf(folder_ / "destination/item"), "old");
+    EXPECT_EQ(contentOf(directory_ / "destination/item"), "old");
     EXPECT_EQ(itemsIn("destination"), 1);
 }
 
-TEST_F(ItemTransferTest, RefusesToCopyAFolderIntoItself) {
-    folder_.makeFolder("source/item");
+TEST_F(ItemTransferTest, RefusesToCopyADirectoryIntoItself) {
+    directory_.makeDirectory("source/item");
     const auto inside = open("source/item/inside");
 
     const auto done = copyItem(source_.get(), "item", inside.get(), "copy");
@@ -67,24 +67,24 @@ TEST_F(ItemTransferTest, RefusesToCopyAFolderIntoItself) {
 }
 
 TEST_F(ItemTransferTest, MovesByRenaming) {
-    folder_.write("source/item", "content");
+    directory_.write("source/item", "content");
     struct stat before {};
-    ASSERT_EQ(::stat((folder_ / "source/item").c_str(), &before), 0);
+    ASSERT_EQ(::stat((directory_ / "source/item").c_str(), &before), 0);
 
     ASSERT_TRUE(moveItem(source_.get(), "item", destination_.get(), "moved"));
 
     struct stat after {};
-    ASSERT_EQ(::stat((folder_ / "destination/moved").c_str(), &after), 0);
+    ASSERT_EQ(::stat((directory_ / "destination/moved").c_str(), &after), 0);
     EXPECT_EQ(after.st_ino, before.st_ino);
-    EXPECT_FALSE(stands(folder_ / "source/item"));
+    EXPECT_FALSE(stands(directory_ / "source/item"));
 }
 
 TEST_F(ItemTransferTest, MovesALinkItself) {
-    ::symlink("nowhere", (folder_ / "source/link").c_str());
+    ::symlink("nowhere", (directory_ / "source/link").c_str());
 
     ASSERT_TRUE(moveItem(source_.get(), "link", destination_.get(), "link"));
 
-    EXPECT_EQ(std::filesystem::read_symlink(folder_ / "destination/link"), "nowhere");
+    EXPECT_EQ(std::filesystem::read_symlink(directory_ / "destination/link"), "nowhere");
 }
 
 TEST_F(ItemTransferTest, NamesTheItemThatIsMissing) {

@@ -3,7 +3,7 @@
 #include "platform/foundation/Exception.h"
 #include "tests/support/OpenDescriptors.h"
 #include "tests/support/RunCommand.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
 
@@ -31,7 +31,7 @@ namespace {
 
 class LogFiles : public testing::Test {
 protected:
-    TemporaryFolder folder;
+    TemporaryDirectory directory;
     platform::native::LogFiles files;
 };
 
@@ -42,10 +42,10 @@ std::function<void()>& beforeWriting() {
 }
 
 /// Moves the process for good to where it mounts a small file system that no other one sees.
-bool mountSmallFileSystem(const std::string& folder) {
+bool mountSmallFileSystem(const std::string& directory) {
     return ::unshare(CLONE_NEWNS) == 0 &&
            ::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
-           ::mount("none", folder.c_str(), "tmpfs", 0, "size=8k") == 0;
+           ::mount("none", directory.c_str(), "tmpfs", 0, "size=8k") == 0;
 }
 
 /// Runs `check` in a child process; true when it gave true there.
@@ -97,7 +97,7 @@ ssize_t __wrap_write(int file, const void* bytes, std::size_t size) {
 }
 
 TEST_F(LogFiles, AppendsToAnExistingFile) {
-    const auto path = folder.write("log", "one\n");
+    const auto path = directory.write("log", "one\n");
     const auto file = files.open(path);
     ASSERT_TRUE(file);
     EXPECT_TRUE(file->append("two\n"));
@@ -106,7 +106,7 @@ TEST_F(LogFiles, AppendsToAnExistingFile) {
 }
 
 TEST_F(LogFiles, AppendsBehindWhatAnotherHasAppended) {
-    const auto path = folder.write("log");
+    const auto path = directory.write("log");
     const auto first = files.open(path);
     const auto second = files.open(path);
     EXPECT_TRUE(first->append("1\n"));
@@ -116,78 +116,78 @@ TEST_F(LogFiles, AppendsBehindWhatAnotherHasAppended) {
 }
 
 TEST_F(LogFiles, TellWhetherAFileIsStillInPlace) {
-    const auto path = folder.write("logs/log");
+    const auto path = directory.write("logs/log");
     const auto file = files.open(path);
     EXPECT_TRUE(file->isInPlace());
-    fs::rename(path, folder / "moved");
+    fs::rename(path, directory / "moved");
     EXPECT_FALSE(file->isInPlace());
-    folder.write("logs/log");
+    directory.write("logs/log");
     EXPECT_FALSE(file->isInPlace());
-    fs::rename(folder / "moved", path);
+    fs::rename(directory / "moved", path);
     EXPECT_TRUE(file->isInPlace());
-    fs::rename(folder / "logs", folder / "elsewhere");
+    fs::rename(directory / "logs", directory / "elsewhere");
     EXPECT_FALSE(file->isInPlace());
 }
 
 TEST_F(LogFiles, TellThatAnEntryWasWrittenToAFileThatIsDeletedMeanwhile) {
-    const auto path = folder.write("log");
+    const auto path = directory.write("log");
     const auto file = files.open(path);
     beforeWriting() = [&path] { fs::remove(path); };
     EXPECT_FALSE(file->append("lost\n"));
 }
 
 TEST_F(LogFiles, AppendToAFileThatIsMovedMeanwhile) {
-    const auto path = folder.write("log");
+    const auto path = directory.write("log");
     const auto file = files.open(path);
-    beforeWriting() = [&] { fs::rename(path, folder / "older"); };
+    beforeWriting() = [&] { fs::rename(path, directory / "older"); };
     EXPECT_TRUE(file->append("kept\n"));
-    EXPECT_EQ(contentOf(folder / "older"), "kept\n");
+    EXPECT_EQ(contentOf(directory / "older"), "kept\n");
 }
 
 TEST_F(LogFiles, DoNotCreateAMissingFileWhenTheyOpenIt) {
-    EXPECT_FALSE(files.open(folder / "missing"));
-    EXPECT_FALSE(fs::exists(folder / "missing"));
+    EXPECT_FALSE(files.open(directory / "missing"));
+    EXPECT_FALSE(fs::exists(directory / "missing"));
 }
 
 TEST_F(LogFiles, FollowTheUsersOwnLinks) {
-    const auto path = folder.write("elsewhere/file");
-    fs::create_symlink("elsewhere/file", folder / "relative");
-    fs::create_symlink(folder / "relative", folder / "link");
-    const auto file = files.open(folder / "link");
+    const auto path = directory.write("elsewhere/file");
+    fs::create_symlink("elsewhere/file", directory / "relative");
+    fs::create_symlink(directory / "relative", directory / "link");
+    const auto file = files.open(directory / "link");
     ASSERT_TRUE(file);
     EXPECT_TRUE(file->append("entry\n"));
     EXPECT_EQ(contentOf(path), "entry\n");
 }
 
 TEST_F(LogFiles, FollowNoLinkThatOthersMayHaveMade) {
-    const auto path = folder.write("file");
-    const auto shared = folder.makeFolder("shared");
+    const auto path = directory.write("file");
+    const auto shared = directory.makeDirectory("shared");
     fs::create_symlink(path, shared + "/link");
-    fs::create_symlink(shared + "/link", folder / "link");
+    fs::create_symlink(shared + "/link", directory / "link");
     for (const auto permissions : {fs::perms::group_write, fs::perms::others_write}) {
         fs::permissions(shared, fs::perms::owner_all | permissions);
         EXPECT_FALSE(files.open(shared + "/link"));
-        EXPECT_FALSE(files.open(folder / "link"));
+        EXPECT_FALSE(files.open(directory / "link"));
     }
     fs::permissions(shared, fs::perms::owner_all);
-    EXPECT_TRUE(files.open(folder / "link"));
+    EXPECT_TRUE(files.open(directory / "link"));
 }
 
 TEST_F(LogFiles, FollowNoLinkOfAnotherUser) {
     if (::geteuid() != 0) {
         GTEST_SKIP() << "only the superuser can give a link to another user";
     }
-    fs::create_symlink(folder.write("file"), folder / "link");
-    ASSERT_EQ(::lchown((folder / "link").c_str(), 12345, 12345), 0);
-    EXPECT_FALSE(files.open(folder / "link"));
+    fs::create_symlink(directory.write("file"), directory / "link");
+    ASSERT_EQ(::lchown((directory / "link").c_str(), 12345, 12345), 0);
+    EXPECT_FALSE(files.open(directory / "link"));
 }
 
-TEST_F(LogFiles, FollowNoLinkInAFolderOfAnotherUser) {
+TEST_F(LogFiles, FollowNoLinkInADirectoryOfAnotherUser) {
     if (::geteuid() != 0) {
         GTEST_SKIP() << "only the superuser can give a folder to another user";
     }
-    const auto path = folder.write("file");
-    const auto others = folder.makeFolder("others");
+    const auto path = directory.write("file");
+    const auto others = directory.makeDirectory("others");
     fs::create_symlink(path, others + "/link");
     fs::create_hard_link(path, others + "/second");
     ASSERT_EQ(::chown(others.c_str(), 12345, 12345), 0);
@@ -197,31 +197,31 @@ TEST_F(LogFiles, FollowNoLinkInAFolderOfAnotherUser) {
 }
 
 TEST_F(LogFiles, FollowNoLinksThatDoNotEnd) {
-    fs::create_symlink("b", folder / "a");
-    fs::create_symlink("a", folder / "b");
-    EXPECT_FALSE(files.open(folder / "a"));
+    fs::create_symlink("b", directory / "a");
+    fs::create_symlink("a", directory / "b");
+    EXPECT_FALSE(files.open(directory / "a"));
 }
 
 TEST_F(LogFiles, OpenAFileOfWhichTheUserHasABackup) {
-    const auto path = folder.write("file");
-    fs::create_hard_link(path, folder / "backup");
+    const auto path = directory.write("file");
+    fs::create_hard_link(path, directory / "backup");
     EXPECT_TRUE(files.open(path));
 }
 
 TEST_F(LogFiles, OpenNoFileThatOthersMayHaveGivenASecondName) {
-    const auto path = folder.write("shared/file");
-    fs::create_hard_link(path, folder / "second");
-    fs::permissions(folder / "shared", fs::perms::all | fs::perms::sticky_bit);
+    const auto path = directory.write("shared/file");
+    fs::create_hard_link(path, directory / "second");
+    fs::permissions(directory / "shared", fs::perms::all | fs::perms::sticky_bit);
     EXPECT_FALSE(files.open(path));
-    fs::remove(folder / "second");
+    fs::remove(directory / "second");
     EXPECT_TRUE(files.open(path));
 }
 
 TEST_F(LogFiles, OpenNothingButRegularFiles) {
-    folder.makeFolder("folder");
-    EXPECT_FALSE(files.open(folder / "folder"));
-    ASSERT_EQ(::mkfifo((folder / "pipe").c_str(), 0600), 0);
-    EXPECT_FALSE(files.open(folder / "pipe"));
+    directory.makeDirectory("folder");
+    EXPECT_FALSE(files.open(directory / "folder"));
+    ASSERT_EQ(::mkfifo((directory / "pipe").c_str(), 0600), 0);
+    EXPECT_FALSE(files.open(directory / "pipe"));
     EXPECT_FALSE(files.open("/dev/full"));
     EXPECT_FALSE(files.open(""));
 }
@@ -230,7 +230,7 @@ TEST_F(LogFiles, OpenNoFileOfAnotherUser) {
     if (::geteuid() != 0) {
         GTEST_SKIP() << "only the superuser can give a file to another user";
     }
-    const auto path = folder.write("file");
+    const auto path = directory.write("file");
     ASSERT_EQ(::chown(path.c_str(), 12345, 12345), 0);
     EXPECT_FALSE(files.open(path));
 }
@@ -239,25 +239,25 @@ TEST_F(LogFiles, OpenTheSuperusersFileThatTheUserMayWriteTo) {
     if (::geteuid() != 0) {
         GTEST_SKIP() << "only the superuser can become another user";
     }
-    const auto path = folder.write("file");
-    fs::permissions(folder.path(), fs::perms::all);
+    const auto path = directory.write("file");
+    fs::permissions(directory.path(), fs::perms::all);
     fs::permissions(path, fs::perms::all);
     EXPECT_TRUE(asNobody([&] { return files.open(path) != nullptr; }));
 }
 
 TEST_F(LogFiles, CloseAFileWhenNobodyRefersToItAnyMore) {
     const auto before = openDescriptors();
-    auto file = files.open(folder.write("log"));
+    auto file = files.open(directory.write("log"));
     EXPECT_EQ(openDescriptors(), before + 1);
     file.reset();
     EXPECT_EQ(openDescriptors(), before);
-    folder.makeFolder("folder");
-    EXPECT_FALSE(files.open(folder / "folder"));
+    directory.makeDirectory("folder");
+    EXPECT_FALSE(files.open(directory / "folder"));
     EXPECT_EQ(openDescriptors(), before);
 }
 
 TEST_F(LogFiles, DoNotPassAnOpenFileOnToChildren) {
-    const auto path = folder.write("log");
+    const auto path = directory.write("log");
     const auto file = files.open(path);
     int found = 0;
     for (const auto& item : fs::directory_iterator("/proc/self/fd")) {
@@ -277,23 +277,23 @@ TEST_F(LogFiles, SayThatTheDiskIsFullAndBeginTheNextEntryOnALineOfItsOwn) {
         GTEST_SKIP() << reason;
     }
     EXPECT_TRUE(inAChild([&] {
-        EXPECT_TRUE(mountSmallFileSystem(folder.path()));
-        const auto path = folder.write("log");
+        EXPECT_TRUE(mountSmallFileSystem(directory.path()));
+        const auto path = directory.write("log");
         fillAndGoOn(*files.open(path), path);
         EXPECT_EQ(contentOf(path), std::string(6000, 'x') + "\nnext\n");
         return !HasFailure();
     }));
 }
 
-TEST_F(LogFiles, CreateAFolderWithAllThatLeadToIt) {
-    EXPECT_TRUE(files.createFolder(folder / "a/b/c"));
-    EXPECT_TRUE(fs::is_directory(folder / "a/b/c"));
-    EXPECT_TRUE(files.createFolder(folder / "a/b/c"));
+TEST_F(LogFiles, CreateADirectoryWithAllThatLeadToIt) {
+    EXPECT_TRUE(files.createDirectory(directory / "a/b/c"));
+    EXPECT_TRUE(fs::is_directory(directory / "a/b/c"));
+    EXPECT_TRUE(files.createDirectory(directory / "a/b/c"));
 }
 
-TEST_F(LogFiles, SayWhyAFolderCannotBeCreated) {
-    folder.write("file");
-    const auto created = files.createFolder(folder / "file/below");
+TEST_F(LogFiles, SayWhyADirectoryCannotBeCreated) {
+    directory.write("file");
+    const auto created = files.createDirectory(directory / "file/below");
     ASSERT_FALSE(created);
     EXPECT_EQ(created.error().domain, "NSPOSIXErrorDomain");
     EXPECT_EQ(created.error().code, ENOTDIR);
@@ -305,59 +305,60 @@ TEST_F(LogFiles, SayThatPermissionIsMissing) {
     if (::geteuid() != 0) {
         GTEST_SKIP() << "only the superuser can become another user";
     }
-    fs::permissions(folder.path(), fs::perms(0755));
-    folder.write("log");
+    fs::permissions(directory.path(), fs::perms(0755));
+    directory.write("log");
     EXPECT_TRUE(asNobody([&] {
-        const auto created = files.createEmptyFile(folder / "new");
+        const auto created = files.createEmptyFile(directory / "new");
         return !created && created.error().localizedDescription ==
                                "“new” couldn’t be created because you don’t have permission.";
     }));
-    EXPECT_TRUE(asNobody([&] { return files.removeItem(folder / "log").error().code == EACCES; }));
-    EXPECT_TRUE(asNobody([&] { return files.open(folder / "log") == nullptr; }));
+    EXPECT_TRUE(
+        asNobody([&] { return files.removeItem(directory / "log").error().code == EACCES; }));
+    EXPECT_TRUE(asNobody([&] { return files.open(directory / "log") == nullptr; }));
 }
 
-TEST_F(LogFiles, RemoveFilesLinksAndEmptyFolders) {
-    const auto file = folder.write("file", "kept");
-    fs::create_symlink(file, folder / "link");
-    folder.makeFolder("folder");
-    EXPECT_TRUE(files.removeItem(folder / "link"));
+TEST_F(LogFiles, RemoveFilesLinksAndEmptyDirectories) {
+    const auto file = directory.write("file", "kept");
+    fs::create_symlink(file, directory / "link");
+    directory.makeDirectory("folder");
+    EXPECT_TRUE(files.removeItem(directory / "link"));
     EXPECT_EQ(contentOf(file), "kept");
     EXPECT_TRUE(files.removeItem(file));
-    EXPECT_TRUE(files.removeItem(folder / "folder"));
-    EXPECT_TRUE(fs::is_empty(folder.path()));
+    EXPECT_TRUE(files.removeItem(directory / "folder"));
+    EXPECT_TRUE(fs::is_empty(directory.path()));
 }
 
-TEST_F(LogFiles, RemoveAFolderWithAllThatIsInIt) {
-    const auto outside = folder.write("outside", "kept");
-    folder.write("folder/inside/file");
-    fs::create_symlink(outside, folder / "folder/link");
-    EXPECT_TRUE(files.removeItem(folder / "folder"));
-    EXPECT_FALSE(fs::exists(folder / "folder"));
+TEST_F(LogFiles, RemoveADirectoryWithAllThatIsInIt) {
+    const auto outside = directory.write("outside", "kept");
+    directory.write("folder/inside/file");
+    fs::create_symlink(outside, directory / "folder/link");
+    EXPECT_TRUE(files.removeItem(directory / "folder"));
+    EXPECT_FALSE(fs::exists(directory / "folder"));
     EXPECT_EQ(contentOf(outside), "kept");
 }
 
 TEST_F(LogFiles, MoveAnItemAndNeverReplaceAnother) {
-    const auto from = folder.write("from", "one");
-    EXPECT_TRUE(files.moveItem(from, folder / "to"));
-    EXPECT_EQ(contentOf(folder / "to"), "one");
-    folder.write("from", "two");
-    const auto moved = files.moveItem(from, folder / "to");
+    const auto from = directory.write("from", "one");
+    EXPECT_TRUE(files.moveItem(from, directory / "to"));
+    EXPECT_EQ(contentOf(directory / "to"), "one");
+    directory.write("from", "two");
+    const auto moved = files.moveItem(from, directory / "to");
     ASSERT_FALSE(moved);
     EXPECT_EQ(moved.error().localizedDescription,
               "“from” couldn’t be moved because an item with the same name already exists.");
-    EXPECT_EQ(contentOf(folder / "to"), "one");
+    EXPECT_EQ(contentOf(directory / "to"), "one");
 }
 
 TEST_F(LogFiles, MoveALinkItself) {
-    const auto target = folder.write("target", "kept");
-    fs::create_symlink(target, folder / "link");
-    EXPECT_TRUE(files.moveItem(folder / "link", folder / "moved"));
-    EXPECT_TRUE(fs::is_symlink(folder / "moved"));
+    const auto target = directory.write("target", "kept");
+    fs::create_symlink(target, directory / "link");
+    EXPECT_TRUE(files.moveItem(directory / "link", directory / "moved"));
+    EXPECT_TRUE(fs::is_symlink(directory / "moved"));
     EXPECT_TRUE(fs::exists(target));
 }
 
 TEST_F(LogFiles, CreateAnEmptyFileInPlaceOfAnother) {
-    const auto path = folder.write("log", "old");
+    const auto path = directory.write("log", "old");
     const auto old = files.open(path);
     EXPECT_TRUE(files.createEmptyFile(path));
     EXPECT_EQ(contentOf(path), "");
@@ -366,40 +367,40 @@ TEST_F(LogFiles, CreateAnEmptyFileInPlaceOfAnother) {
 }
 
 TEST_F(LogFiles, CreateAnEmptyFileInPlaceOfALink) {
-    const auto victim = folder.write("victim", "precious");
-    fs::create_symlink(victim, folder / "log");
-    EXPECT_TRUE(files.createEmptyFile(folder / "log"));
-    EXPECT_FALSE(fs::is_symlink(folder / "log"));
+    const auto victim = directory.write("victim", "precious");
+    fs::create_symlink(victim, directory / "log");
+    EXPECT_TRUE(files.createEmptyFile(directory / "log"));
+    EXPECT_FALSE(fs::is_symlink(directory / "log"));
     EXPECT_EQ(contentOf(victim), "precious");
 }
 
 TEST_F(LogFiles, LeaveNothingBehindWhenAnEmptyFileCannotBeCreated) {
-    folder.makeFolder("log/inside");
-    const auto created = files.createEmptyFile(folder / "log");
+    directory.makeDirectory("log/inside");
+    const auto created = files.createEmptyFile(directory / "log");
     ASSERT_FALSE(created);
     EXPECT_EQ(created.error().localizedDescription,
               "“log” couldn’t be created because it is a folder.");
-    EXPECT_EQ(std::distance(fs::directory_iterator(folder.path()), fs::directory_iterator()), 1);
+    EXPECT_EQ(std::distance(fs::directory_iterator(directory.path()), fs::directory_iterator()), 1);
 }
 
 TEST_F(LogFiles, TakeNoPathWithAZeroForTheShorterOne) {
-    const auto path = folder.write("log", "kept");
+    const auto path = directory.write("log", "kept");
     const auto withZero = path + std::string("\0more", 5);
     EXPECT_FALSE(files.exists(withZero));
     EXPECT_FALSE(files.open(withZero));
     EXPECT_EQ(files.removeItem(withZero).error().code, EINVAL);
-    EXPECT_EQ(files.moveItem(withZero, folder / "to").error().code, EINVAL);
+    EXPECT_EQ(files.moveItem(withZero, directory / "to").error().code, EINVAL);
     EXPECT_EQ(files.moveItem(path, withZero).error().code, EINVAL);
     EXPECT_EQ(files.createEmptyFile(withZero).error().code, EINVAL);
-    EXPECT_EQ(files.createFolder(withZero).error().code, EINVAL);
+    EXPECT_EQ(files.createDirectory(withZero).error().code, EINVAL);
     EXPECT_EQ(contentOf(path), "kept");
 }
 
 TEST_F(LogFiles, SeeABrokenLinkAsMissing) {
-    fs::create_symlink(folder / "nowhere", folder / "link");
-    EXPECT_FALSE(files.exists(folder / "link"));
-    EXPECT_FALSE(files.exists(folder / "missing"));
-    EXPECT_TRUE(files.exists(folder.path()));
+    fs::create_symlink(directory / "nowhere", directory / "link");
+    EXPECT_FALSE(files.exists(directory / "link"));
+    EXPECT_FALSE(files.exists(directory / "missing"));
+    EXPECT_TRUE(files.exists(directory.path()));
 }
 
 TEST_F(LogFiles, CreateEmptyFilesFromManyThreadsAtOnce) {
@@ -408,41 +409,41 @@ TEST_F(LogFiles, CreateEmptyFilesFromManyThreadsAtOnce) {
     for (int thread = 0; thread < 4; ++thread) {
         threads.push_back(std::async(std::launch::async, [this] {
             for (int i = 0; i < 100; ++i) {
-                EXPECT_TRUE(files.createEmptyFile(folder / "log"));
+                EXPECT_TRUE(files.createEmptyFile(directory / "log"));
             }
         }));
     }
     threads.clear();
-    EXPECT_EQ(std::distance(fs::directory_iterator(folder.path()), fs::directory_iterator()), 1);
+    EXPECT_EQ(std::distance(fs::directory_iterator(directory.path()), fs::directory_iterator()), 1);
 }
 
 TEST_F(LogFiles, LeaveAFileThatIsSetAsideItsNameUntilAnotherTakesThat) {
-    const auto path = folder.write("log", "old");
-    EXPECT_TRUE(files.setAside(path, folder / "older"));
+    const auto path = directory.write("log", "old");
+    EXPECT_TRUE(files.setAside(path, directory / "older"));
     EXPECT_EQ(contentOf(path), "old");
-    EXPECT_EQ(contentOf(folder / "older"), "old");
+    EXPECT_EQ(contentOf(directory / "older"), "old");
     EXPECT_TRUE(files.createEmptyFile(path));
     EXPECT_EQ(contentOf(path), "");
-    EXPECT_EQ(contentOf(folder / "older"), "old");
-    EXPECT_EQ(files.setAside(path, folder / "older").error().code, EEXIST);
+    EXPECT_EQ(contentOf(directory / "older"), "old");
+    EXPECT_EQ(files.setAside(path, directory / "older").error().code, EEXIST);
 }
 
-TEST_F(LogFiles, MoveAFolderThatIsSetAside) {
-    folder.makeFolder("log/inside");
-    EXPECT_TRUE(files.setAside(folder / "log", folder / "older"));
-    EXPECT_TRUE(fs::is_directory(folder / "older/inside"));
-    EXPECT_FALSE(fs::exists(folder / "log"));
+TEST_F(LogFiles, MoveADirectoryThatIsSetAside) {
+    directory.makeDirectory("log/inside");
+    EXPECT_TRUE(files.setAside(directory / "log", directory / "older"));
+    EXPECT_TRUE(fs::is_directory(directory / "older/inside"));
+    EXPECT_FALSE(fs::exists(directory / "log"));
 }
 
 TEST_F(LogFiles, AreLockedByOneAtATime) {
-    const std::vector<std::string> folders{folder.path(), folder.makeFolder("b"), folder.path(),
-                                           folder / "missing"};
+    const std::vector<std::string> directories{directory.path(), directory.makeDirectory("b"),
+                                               directory.path(), directory / "missing"};
     int users = 0;
     std::vector<std::jthread> threads;
     for (int thread = 0; thread < 8; ++thread) {
         threads.emplace_back([&] {
             for (int round = 0; round < 20; ++round) {
-                const auto lock = files.lock(folders);
+                const auto lock = files.lock(directories);
                 ASSERT_NE(lock, nullptr);
                 ASSERT_EQ(++users, 1);
                 --users;
@@ -454,19 +455,19 @@ TEST_F(LogFiles, AreLockedByOneAtATime) {
 TEST_F(LogFiles, AreNotLockedForEverByAProcessThatIsKilled) {
     const auto child = ::fork();
     if (child == 0) {
-        const auto lock = files.lock({folder.path()});
+        const auto lock = files.lock({directory.path()});
         ::kill(::getpid(), SIGKILL);
     }
     int status = 0;
     ::waitpid(child, &status, 0);
     EXPECT_EQ(WTERMSIG(status), SIGKILL);
-    EXPECT_NE(files.lock({folder.path()}), nullptr);
+    EXPECT_NE(files.lock({directory.path()}), nullptr);
 }
 
 TEST_F(LogFiles, AreFreeWhenTheLockIsGivenUpThoughAForkedProcessHasItsDescriptor) {
     std::array<int, 2> gate{};
     ASSERT_EQ(::pipe2(gate.data(), O_CLOEXEC), 0);
-    auto lock = files.lock({folder.path()});
+    auto lock = files.lock({directory.path()});
     const auto child = ::fork();
     if (child == 0) {
         char byte = 0;
@@ -474,13 +475,13 @@ TEST_F(LogFiles, AreFreeWhenTheLockIsGivenUpThoughAForkedProcessHasItsDescriptor
         ::_exit(::read(gate[0], &byte, 1) == 0 ? 0 : 1);
     }
     lock.reset();
-    EXPECT_NE(files.lock({folder.path()}), nullptr);
+    EXPECT_NE(files.lock({directory.path()}), nullptr);
     ::close(gate[0]);
     ::close(gate[1]);
     ::waitpid(child, nullptr, 0);
 }
 
 TEST_F(LogFiles, AreGivenUpWhenSomebodyKeepsThemLocked) {
-    const auto held = files.lock({folder.path()});
-    EXPECT_EQ(files.lock({folder.path()}), nullptr);
+    const auto held = files.lock({directory.path()});
+    EXPECT_EQ(files.lock({directory.path()}), nullptr);
 }

@@ -1,8 +1,8 @@
 #include "platform/linux/files/Metadata.h"
 
 #include "platform/linux/posix/FileDescriptor.h"
-#include "platform/linux/posix/OpenFolder.h"
-#include "tests/support/TemporaryFolder.h"
+#include "platform/linux/posix/OpenDirectory.h"
+#include "tests/support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
 
@@ -23,15 +23,15 @@ class MetadataTest : public testing::Test {
 protected:
     struct stat statusOfCopy() const {
         struct stat status {};
-        ::lstat((folder_ / "copy").c_str(), &status);
+        ::lstat((directory_ / "copy").c_str(), &status);
         return status;
     }
 
     auto copyToFile() { return copyMetadata(source_.get(), *statusOf(source_.get()), copy_.get()); }
 
-    TemporaryFolder folder_;
-    FileDescriptor source_{::open(folder_.write("source").c_str(), O_RDWR | O_CLOEXEC)};
-    FileDescriptor copy_{::open(folder_.write("copy").c_str(), O_RDWR | O_CLOEXEC)};
+    TemporaryDirectory directory_;
+    FileDescriptor source_{::open(directory_.write("source").c_str(), O_RDWR | O_CLOEXEC)};
+    FileDescriptor copy_{::open(directory_.write("copy").c_str(), O_RDWR | O_CLOEXEC)};
 };
 
 TEST_F(MetadataTest, CopiesTheMode) {
@@ -81,38 +81,38 @@ TEST_F(MetadataTest, CopiesOwnerAndGroupAsTheSuperuser) {
 }
 
 TEST_F(MetadataTest, CopiesALinksOwnTimes) {
-    ::unlink((folder_ / "copy").c_str());
-    ::symlink("nowhere", (folder_ / "copy").c_str());
-    ::symlink("nowhere", (folder_ / "link").c_str());
+    ::unlink((directory_ / "copy").c_str());
+    ::symlink("nowhere", (directory_ / "copy").c_str());
+    ::symlink("nowhere", (directory_ / "link").c_str());
     const timespec times[2] = {{.tv_sec = 1'000'000'001, .tv_nsec = 0},
                                {.tv_sec = 1'000'000'003, .tv_nsec = 0}};
-    ::utimensat(AT_FDCWD, (folder_ / "link").c_str(), times, AT_SYMLINK_NOFOLLOW);
-    const FileDescriptor folder(::open(folder_.path().c_str(), O_PATH | O_CLOEXEC));
-    const auto status = statusOfEntry(folder.get(), "link");
+    ::utimensat(AT_FDCWD, (directory_ / "link").c_str(), times, AT_SYMLINK_NOFOLLOW);
+    const FileDescriptor directory(::open(directory_.path().c_str(), O_PATH | O_CLOEXEC));
+    const auto status = statusOfEntry(directory.get(), "link");
 
-    ASSERT_TRUE(copyMetadataToEntry(*status, folder.get(), "copy"));
+    ASSERT_TRUE(copyMetadataToEntry(*status, directory.get(), "copy"));
 
     EXPECT_EQ(statusOfCopy().st_mtim.tv_sec, 1'000'000'003);
 }
 
 TEST_F(MetadataTest, CopiesTheModeOfAFifo) {
-    ::unlink((folder_ / "copy").c_str());
-    ::mkfifo((folder_ / "copy").c_str(), 0600);
-    ::mkfifo((folder_ / "fifo").c_str(), 0600);
-    ::chmod((folder_ / "fifo").c_str(), 0666);
-    const FileDescriptor folder(::open(folder_.path().c_str(), O_PATH | O_CLOEXEC));
-    const auto status = statusOfEntry(folder.get(), "fifo");
+    ::unlink((directory_ / "copy").c_str());
+    ::mkfifo((directory_ / "copy").c_str(), 0600);
+    ::mkfifo((directory_ / "fifo").c_str(), 0600);
+    ::chmod((directory_ / "fifo").c_str(), 0666);
+    const FileDescriptor directory(::open(directory_.path().c_str(), O_PATH | O_CLOEXEC));
+    const auto status = statusOfEntry(directory.get(), "fifo");
 
-    ASSERT_TRUE(copyMetadataToEntry(*status, folder.get(), "copy"));
+    ASSERT_TRUE(copyMetadataToEntry(*status, directory.get(), "copy"));
 
     EXPECT_EQ(statusOfCopy().st_mode & 07777U, 0666U);
 }
 
 TEST_F(MetadataTest, TellsThatTheEntryIsMissing) {
-    const FileDescriptor folder(::open(folder_.path().c_str(), O_PATH | O_CLOEXEC));
+    const FileDescriptor directory(::open(directory_.path().c_str(), O_PATH | O_CLOEXEC));
     const auto status = statusOf(source_.get());
 
-    EXPECT_EQ(copyMetadataToEntry(*status, folder.get(), "missing").error().number(), ENOENT);
+    EXPECT_EQ(copyMetadataToEntry(*status, directory.get(), "missing").error().number(), ENOENT);
 }
 
 } // namespace

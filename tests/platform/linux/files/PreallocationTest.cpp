@@ -1,7 +1,7 @@
 #include "platform/linux/files/Preallocation.h"
 
 #include "platform/linux/posix/FileDescriptor.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
 
@@ -36,8 +36,8 @@ protected:
         return static_cast<std::uint64_t>(status.st_blocks) * 512;
     }
 
-    TemporaryFolder folder_;
-    FileDescriptor file_{::open((folder_ / "file").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600)};
+    TemporaryDirectory directory_;
+    FileDescriptor file_{::open((directory_ / "file").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600)};
 };
 
 TEST_F(PreallocationTest, ReservesAPieceAndKeepsTheSize) {

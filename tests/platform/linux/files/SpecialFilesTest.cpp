@@ -2,8 +2,8 @@
 
 #include "platform/linux/posix/Errors.h"
 #include "platform/linux/posix/FileDescriptor.h"
-#include "platform/linux/posix/OpenFolder.h"
-#include "tests/support/TemporaryFolder.h"
+#include "platform/linux/posix/OpenDirectory.h"
+#include "tests/support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
 
@@ -29,25 +29,25 @@ protected:
 
     mode_t modeOfCopy() const {
         struct stat status {};
-        ::lstat((folder_ / "copy").c_str(), &status);
+        ::lstat((directory_ / "copy").c_str(), &status);
         return status.st_mode;
     }
 
-    TemporaryFolder folder_;
-    FileDescriptor top_{::open(folder_.path().c_str(), O_PATH | O_CLOEXEC)};
+    TemporaryDirectory directory_;
+    FileDescriptor top_{::open(directory_.path().c_str(), O_PATH | O_CLOEXEC)};
 };
 
 TEST_F(SpecialFilesTest, CopiesALinkWithItsText) {
-    ::symlink("some where", (folder_ / "item").c_str());
+    ::symlink("some where", (directory_ / "item").c_str());
 
     ASSERT_TRUE(copy());
 
-    EXPECT_EQ(std::filesystem::read_symlink(folder_ / "copy"), "some where");
+    EXPECT_EQ(std::filesystem::read_symlink(directory_ / "copy"), "some where");
 }
 
 TEST_F(SpecialFilesTest, CopiesAFifoWithItsMode) {
-    ::mkfifo((folder_ / "item").c_str(), 0600);
-    ::chmod((folder_ / "item").c_str(), 0622);
+    ::mkfifo((directory_ / "item").c_str(), 0600);
+    ::chmod((directory_ / "item").c_str(), 0622);
 
     ASSERT_TRUE(copy());
 
@@ -55,7 +55,7 @@ TEST_F(SpecialFilesTest, CopiesAFifoWithItsMode) {
 }
 
 TEST_F(SpecialFilesTest, CopiesASocket) {
-    ASSERT_EQ(::mknod((folder_ / "item").c_str(), S_IFSOCK | 0600, 0), 0);
+    ASSERT_EQ(::mknod((directory_ / "item").c_str(), S_IFSOCK | 0600, 0), 0);
 
     ASSERT_TRUE(copy());
 
@@ -63,27 +63,27 @@ TEST_F(SpecialFilesTest, CopiesASocket) {
 }
 
 TEST_F(SpecialFilesTest, ReplacesNothing) {
-    ::symlink("some where", (folder_ / "item").c_str());
-    folder_.write("copy", "own");
+    ::symlink("some where", (directory_ / "item").c_str());
+    directory_.write("copy", "own");
 
     EXPECT_EQ(copy().error().number(), EEXIST);
 
-    EXPECT_EQ(contentOf(folder_ / "copy"), "own");
+    EXPECT_EQ(contentOf(directory_ / "copy"), "own");
 }
 
-TEST_F(SpecialFilesTest, RefusesFilesAndFolders) {
-    folder_.write("item");
+TEST_F(SpecialFilesTest, RefusesFilesAndDirectories) {
+    directory_.write("item");
 
     EXPECT_EQ(copy().error(), changedMeanwhile);
 
-    EXPECT_FALSE(stands(folder_ / "copy"));
+    EXPECT_FALSE(stands(directory_ / "copy"));
 }
 
 TEST_F(SpecialFilesTest, NoticesThatALinkHasBecomeSomethingElse) {
-    ::symlink("some where", (folder_ / "item").c_str());
+    ::symlink("some where", (directory_ / "item").c_str());
     const auto status = statusOfEntry(top_.get(), "item");
-    ::unlink((folder_ / "item").c_str());
-    folder_.write("item");
+    ::unlink((directory_ / "item").c_str());
+    directory_.write("item");
 
     EXPECT_EQ(copyUnopened(top_.get(), "item", *status, top_.get(), "copy").error(),
               changedMeanwhile);

@@ -1,6 +1,6 @@
 #include "platform/linux/files/TemporaryItem.h"
 
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
 
@@ -24,14 +24,14 @@ protected:
 
     std::vector<std::string> names() const {
         std::vector<std::string> names;
-        for (const auto& entry : std::filesystem::directory_iterator(folder_.path())) {
+        for (const auto& entry : std::filesystem::directory_iterator(directory_.path())) {
             names.push_back(entry.path().filename());
         }
         return names;
     }
 
-    TemporaryFolder folder_;
-    FileDescriptor top_{::open(folder_.path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)};
+    TemporaryDirectory directory_;
+    FileDescriptor top_{::open(directory_.path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)};
 };
 
 TEST_F(TemporaryItemTest, HasAHiddenNameUntilItIsRenamed) {
@@ -55,30 +55,30 @@ TEST_F(TemporaryItemTest, IsDeletedWithAllThatIsInIt) {
     {
         const auto item = make(S_IFDIR | 0700);
         ASSERT_TRUE(item);
-        folder_.write(names().front() + "/inside/file");
-        ::chmod((folder_ / names().front() + "/inside").c_str(), 0);
+        directory_.write(names().front() + "/inside/file");
+        ::chmod((directory_ / names().front() + "/inside").c_str(), 0);
     }
     EXPECT_TRUE(names().empty());
 }
 
 TEST_F(TemporaryItemTest, ReplacesNothingWhenItIsRenamed) {
-    folder_.write("item", "former");
+    directory_.write("item", "former");
     {
         auto item = make();
         EXPECT_EQ(item->rename().error().number(), EEXIST);
     }
     EXPECT_EQ(names(), std::vector<std::string>{"item"});
-    EXPECT_EQ(contentOf(folder_ / "item"), "former");
+    EXPECT_EQ(contentOf(directory_ / "item"), "former");
 }
 
 TEST_F(TemporaryItemTest, TakesThePlaceOfAnother) {
-    folder_.write("item", "former");
+    directory_.write("item", "former");
     auto item = make();
     ASSERT_EQ(::write(item->item().get(), "new", 3), 3);
 
     ASSERT_TRUE(item->replace());
 
-    EXPECT_EQ(contentOf(folder_ / "item"), "new");
+    EXPECT_EQ(contentOf(directory_ / "item"), "new");
 }
 
 TEST_F(TemporaryItemTest, IsDeletedAfterItsNameWasTakenBack) {
@@ -86,7 +86,7 @@ TEST_F(TemporaryItemTest, IsDeletedAfterItsNameWasTakenBack) {
         auto item = make();
         ASSERT_TRUE(item->rename());
         item->takeBack();
-        EXPECT_FALSE(stands(folder_ / "item"));
+        EXPECT_FALSE(stands(directory_ / "item"));
     }
     EXPECT_TRUE(names().empty());
 }
@@ -94,12 +94,12 @@ TEST_F(TemporaryItemTest, IsDeletedAfterItsNameWasTakenBack) {
 TEST_F(TemporaryItemTest, LeavesAnotherItemItsNameWhenItTakesItsOwnBack) {
     auto item = make();
     ASSERT_TRUE(item->rename());
-    ::unlink((folder_ / "item").c_str());
-    folder_.write("item", "another");
+    ::unlink((directory_ / "item").c_str());
+    directory_.write("item", "another");
 
     item->takeBack();
 
-    EXPECT_EQ(contentOf(folder_ / "item"), "another");
+    EXPECT_EQ(contentOf(directory_ / "item"), "another");
 }
 
 TEST_F(TemporaryItemTest, DeletesWhatAKilledProcessLeft) {
@@ -109,7 +109,7 @@ TEST_F(TemporaryItemTest, DeletesWhatAKilledProcessLeft) {
         abandoned = names().front();
         ASSERT_EQ(::linkat(top_.get(), abandoned.c_str(), top_.get(), "kept", 0), 0);
     }
-    ASSERT_EQ(::rename((folder_ / "kept").c_str(), (folder_ / abandoned).c_str()), 0);
+    ASSERT_EQ(::rename((directory_ / "kept").c_str(), (directory_ / abandoned).c_str()), 0);
 
     const auto item = make();
 

@@ -1,7 +1,7 @@
 #include "platform/linux/files/TreeCopy.h"
 
-#include "platform/linux/posix/OpenFolder.h"
-#include "tests/support/TemporaryFolder.h"
+#include "platform/linux/posix/OpenDirectory.h"
+#include "tests/support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
 
@@ -21,62 +21,62 @@ class TreeCopyTest : public testing::Test {
 protected:
     auto copy(CopyPurpose purpose = CopyPurpose::keepBoth) {
         const FileDescriptor top(
-            ::open(folder_.makeFolder("copy").c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+            ::open(directory_.makeDirectory("copy").c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
         return copyTree(parent_.get(), "tree", top, purpose, copied_);
     }
 
-    bool isFingerprinted(const std::string& folder, const char* name) const {
-        const FileDescriptor open(::open((folder_ / folder).c_str(), O_PATH | O_CLOEXEC));
+    bool isFingerprinted(const std::string& directory, const char* name) const {
+        const FileDescriptor open(::open((directory_ / directory).c_str(), O_PATH | O_CLOEXEC));
         return copied_.contains(*statusOfEntry(open.get(), name));
     }
 
-    TemporaryFolder folder_;
-    FileDescriptor parent_{::open(folder_.path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)};
+    TemporaryDirectory directory_;
+    FileDescriptor parent_{::open(directory_.path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)};
     CopyFingerprints copied_;
 };
 
 TEST_F(TreeCopyTest, CopiesAllThatIsInATree) {
-    folder_.write("tree/a/file", "content");
-    folder_.makeFolder("tree/empty");
-    ::symlink("a", (folder_ / "tree/link").c_str());
+    directory_.write("tree/a/file", "content");
+    directory_.makeDirectory("tree/empty");
+    ::symlink("a", (directory_ / "tree/link").c_str());
 
     ASSERT_TRUE(copy());
 
-    EXPECT_EQ(contentOf(folder_ / "copy/a/file"), "content");
-    EXPECT_TRUE(stands(folder_ / "copy/empty"));
-    EXPECT_EQ(contentOf(folder_ / "copy/link/file"), "content");
+    EXPECT_EQ(contentOf(directory_ / "copy/a/file"), "content");
+    EXPECT_TRUE(stands(directory_ / "copy/empty"));
+    EXPECT_EQ(contentOf(directory_ / "copy/link/file"), "content");
 }
 
-TEST_F(TreeCopyTest, GoesDeeperThanItKeepsFoldersOpen) {
+TEST_F(TreeCopyTest, GoesDeeperThanItKeepsDirectoriesOpen) {
     std::string path = "tree";
     for (int i = 0; i < 40; ++i) {
         path += "/a";
     }
-    folder_.write(path + "/file", "content");
-    folder_.write("tree/z", "last");
+    directory_.write(path + "/file", "content");
+    directory_.write("tree/z", "last");
 
     ASSERT_TRUE(copy());
 
-    EXPECT_EQ(contentOf(folder_ / path.replace(0, 4, "copy") + "/file"), "content");
-    EXPECT_EQ(contentOf(folder_ / "copy/z"), "last");
+    EXPECT_EQ(contentOf(directory_ / path.replace(0, 4, "copy") + "/file"), "content");
+    EXPECT_EQ(contentOf(directory_ / "copy/z"), "last");
 }
 
 TEST_F(TreeCopyTest, KeepsHardLinksTogether) {
-    folder_.write("tree/a/file", "content");
-    folder_.makeFolder("tree/b");
-    ::link((folder_ / "tree/a/file").c_str(), (folder_ / "tree/b/same").c_str());
+    directory_.write("tree/a/file", "content");
+    directory_.makeDirectory("tree/b");
+    ::link((directory_ / "tree/a/file").c_str(), (directory_ / "tree/b/same").c_str());
 
     ASSERT_TRUE(copy());
 
     struct stat status {};
-    ASSERT_EQ(::stat((folder_ / "copy/b/same").c_str(), &status), 0);
+    ASSERT_EQ(::stat((directory_ / "copy/b/same").c_str(), &status), 0);
     EXPECT_EQ(status.st_nlink, 2U);
 }
 
 TEST_F(TreeCopyTest, RefusesACopyIntoItself) {
-    folder_.write("tree/file");
-    const FileDescriptor top(
-        ::open(folder_.makeFolder("tree/inside").c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    directory_.write("tree/file");
+    const FileDescriptor top(::open(directory_.makeDirectory("tree/inside").c_str(),
+                                    O_RDONLY | O_DIRECTORY | O_CLOEXEC));
 
     const auto done = copyTree(parent_.get(), "tree", top, CopyPurpose::keepBoth, copied_);
 
@@ -88,7 +88,7 @@ TEST_F(TreeCopyTest, NamesTheEntryThatCouldNotBeCopied) {
     if (::geteuid() == 0) {
         GTEST_SKIP() << "the superuser may read everything";
     }
-    ::chmod(folder_.write("tree/closed").c_str(), 0);
+    ::chmod(directory_.write("tree/closed").c_str(), 0);
 
     const auto done = copy();
 
@@ -105,8 +105,8 @@ TEST_F(TreeCopyTest, TellsThatTheTreeIsMissing) {
 }
 
 TEST_F(TreeCopyTest, TakesFingerprintsOfWhatIsToBeRemoved) {
-    folder_.write("tree/a/file");
-    ::symlink("a", (folder_ / "tree/link").c_str());
+    directory_.write("tree/a/file");
+    ::symlink("a", (directory_ / "tree/link").c_str());
 
     ASSERT_TRUE(copy(CopyPurpose::replaceSource));
 
@@ -117,7 +117,7 @@ TEST_F(TreeCopyTest, TakesFingerprintsOfWhatIsToBeRemoved) {
 }
 
 TEST_F(TreeCopyTest, TakesNoneOfWhatIsToStay) {
-    folder_.write("tree/file");
+    directory_.write("tree/file");
 
     ASSERT_TRUE(copy());
 

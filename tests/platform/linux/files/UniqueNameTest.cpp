@@ -1,7 +1,7 @@
 #include "platform/linux/files/UniqueName.h"
 
 #include "platform/linux/posix/FileDescriptor.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
 
@@ -30,17 +30,17 @@ TEST(NumberedName, IsCutBetweenCharacters) {
 }
 
 TEST(MoveToFreeName, ReplacesNothing) {
-    const TemporaryFolder folder;
-    folder.write("from/a.txt", "third");
-    folder.write("to/a.txt", "first");
-    folder.write("to/a 2.txt", "second");
-    const FileDescriptor source(::open((folder / "from").c_str(), O_PATH));
-    const FileDescriptor destination(::open((folder / "to").c_str(), O_PATH));
+    const TemporaryDirectory directory;
+    directory.write("from/a.txt", "third");
+    directory.write("to/a.txt", "first");
+    directory.write("to/a 2.txt", "second");
+    const FileDescriptor source(::open((directory / "from").c_str(), O_PATH));
+    const FileDescriptor destination(::open((directory / "to").c_str(), O_PATH));
 
     EXPECT_TRUE(moveToUniqueName(source.get(), "a.txt", destination.get()));
 
-    EXPECT_EQ(contentOf(folder / "to/a.txt"), "first");
-    EXPECT_EQ(contentOf(folder / "to/a 2.txt"), "second");
-    EXPECT_EQ(contentOf(folder / "to/a 3.txt"), "third");
+    EXPECT_EQ(contentOf(directory / "to/a.txt"), "first");
+    EXPECT_EQ(contentOf(directory / "to/a 2.txt"), "second");
+    EXPECT_EQ(contentOf(directory / "to/a 3.txt"), "third");
     EXPECT_TRUE(failedWith(moveToUniqueName(source.get(), "a.txt", destination.get()), ENOENT));
 }

@@ -2,7 +2,7 @@
 
 #include "tests/support/RunCommand.h"
 #include "tests/support/ScopedEnvironment.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -83,12 +83,12 @@ Outcome python(const std::string& program, const std::string& path) {
 
 /// Has numbers written with a comma, in a language that is made here.
 void makeLanguageWithComma() {
-    const TemporaryFolder folder;
-    const auto source = folder.write("source", "LC_NUMERIC\ndecimal_point \",\"\n"
-                                               "thousands_sep \".\"\ngrouping 3\n"
-                                               "END LC_NUMERIC\n");
-    run({"localedef", "--force", "-i", source, folder / "comma"});
-    const ScopedEnvironment languages("LOCPATH", folder.path());
+    const TemporaryDirectory directory;
+    const auto source = directory.write("source", "LC_NUMERIC\ndecimal_point \",\"\n"
+                                                  "thousands_sep \".\"\ngrouping 3\n"
+                                                  "END LC_NUMERIC\n");
+    run({"localedef", "--force", "-i", source, directory / "comma"});
+    const ScopedEnvironment languages("LOCPATH", directory.path());
     std::setlocale(LC_NUMERIC, "comma");
 }
 
@@ -115,34 +115,34 @@ private:
 } // namespace
 
 TEST(PropertyLists, ReadWhatTheyWrote) {
-    const TemporaryFolder folder;
+    const TemporaryDirectory directory;
 
-    ASSERT_TRUE(propertyLists.writeAtomically(everything(), folder / "a.plist"));
+    ASSERT_TRUE(propertyLists.writeAtomically(everything(), directory / "a.plist"));
 
-    EXPECT_EQ(propertyLists.read(folder / "a.plist"), everything());
+    EXPECT_EQ(propertyLists.read(directory / "a.plist"), everything());
 }
 
 TEST(PropertyLists, AreReadByOthers) {
-    const TemporaryFolder folder;
-    ASSERT_TRUE(propertyLists.writeAtomically(everything(), folder / "a.plist"));
+    const TemporaryDirectory directory;
+    ASSERT_TRUE(propertyLists.writeAtomically(everything(), directory / "a.plist"));
 
-    const auto outcome =
-        python("assert plistlib.load(open(sys.argv[1], 'rb')) == everything", folder / "a.plist");
+    const auto outcome = python("assert plistlib.load(open(sys.argv[1], 'rb')) == everything",
+                                directory / "a.plist");
 
     EXPECT_EQ(outcome.status, 0) << outcome.output;
 }
 
 TEST(PropertyLists, ReadBothFormsThatOthersWrite) {
-    const TemporaryFolder folder;
+    const TemporaryDirectory directory;
     for (const auto* form : {"FMT_XML", "FMT_BINARY"}) {
         const auto outcome =
             python(std::string("plistlib.dump(everything, open(sys.argv[1], 'wb'), "
                                "fmt=plistlib.") +
                        form + ")",
-                   folder / "a.plist");
+                   directory / "a.plist");
         ASSERT_EQ(outcome.status, 0) << outcome.output;
 
-        EXPECT_EQ(propertyLists.read(folder / "a.plist"), everything()) << form;
+        EXPECT_EQ(propertyLists.read(directory / "a.plist"), everything()) << form;
     }
 }
 
@@ -151,7 +151,7 @@ TEST(PropertyLists, ReadEntitiesCommentsAndCharacterData) {
 }
 
 TEST(PropertyLists, ReadAndWriteRealNumbersInEveryLanguage) {
-    const TemporaryFolder folder;
+    const TemporaryDirectory directory;
     const NumbersWithComma language;
     if (!NumbersWithComma::areHere()) {
         GTEST_SKIP() << "no language with a comma in numbers: neither de_DE.UTF-8 is here nor what "
@@ -159,10 +159,10 @@ TEST(PropertyLists, ReadAndWriteRealNumbersInEveryLanguage) {
     }
     EXPECT_EQ(inXml("<real>-1.5e3</real>"), Value(-1500.0));
 
-    ASSERT_TRUE(propertyLists.writeAtomically(Value::Array{1.5}, folder / "a.plist"));
+    ASSERT_TRUE(propertyLists.writeAtomically(Value::Array{1.5}, directory / "a.plist"));
 
-    EXPECT_NE(contentOf(folder / "a.plist").find("<real>1.5"), std::string::npos);
-    EXPECT_EQ(propertyLists.read(folder / "a.plist"), Value(Value::Array{1.5}));
+    EXPECT_NE(contentOf(directory / "a.plist").find("<real>1.5"), std::string::npos);
+    EXPECT_EQ(propertyLists.read(directory / "a.plist"), Value(Value::Array{1.5}));
 }
 
 TEST(PropertyLists, AreNoneForWhatIsNone) {
@@ -176,14 +176,14 @@ TEST(PropertyLists, AreNoneForWhatIsNone) {
 }
 
 TEST(PropertyLists, SurviveEveryTruncationAndEveryFlippedByte) {
-    const TemporaryFolder folder;
+    const TemporaryDirectory directory;
     ASSERT_EQ(python("plistlib.dump(everything, open(sys.argv[1], 'wb'), fmt=plistlib.FMT_BINARY)",
-                     folder / "b.plist")
+                     directory / "b.plist")
                   .status,
               0);
-    ASSERT_TRUE(propertyLists.writeAtomically(everything(), folder / "a.plist"));
+    ASSERT_TRUE(propertyLists.writeAtomically(everything(), directory / "a.plist"));
     for (const auto* name : {"a.plist", "b.plist"}) {
-        const auto whole = contentOf(folder / name);
+        const auto whole = contentOf(directory / name);
         for (std::size_t i = 0; i < whole.size(); ++i) {
             static_cast<void>(propertyLists.parse(std::string(whole, 0, i)));
             auto flipped = whole;
@@ -197,8 +197,8 @@ TEST(PropertyLists, SurviveEveryTruncationAndEveryFlippedByte) {
 }
 
 TEST(PropertyLists, WriteNothingThatOthersCouldNotRead) {
-    const TemporaryFolder folder;
-    const auto path = folder.write("a.plist", "former");
+    const TemporaryDirectory directory;
+    const auto path = directory.write("a.plist", "former");
     for (const Value& bad :
          {Value(std::string(1, '\0')), Value("bell\a"), Value("no\xFFtext"), Value("\xEF\xBF\xBF"),
           Value(), Value(Value::Object(std::make_shared<int>(1))),
@@ -215,57 +215,57 @@ TEST(PropertyLists, WriteNothingThatOthersCouldNotRead) {
 }
 
 TEST(PropertyLists, WriteNothingNestedTooDeepToBeRead) {
-    const TemporaryFolder folder;
+    const TemporaryDirectory directory;
     Value nested = 1;
     for (int level = 0; level < 512; ++level) {
         nested = Value::Array{std::move(nested)};
     }
-    ASSERT_TRUE(propertyLists.writeAtomically(nested, folder / "a.plist"));
-    EXPECT_EQ(propertyLists.read(folder / "a.plist"), nested);
+    ASSERT_TRUE(propertyLists.writeAtomically(nested, directory / "a.plist"));
+    EXPECT_EQ(propertyLists.read(directory / "a.plist"), nested);
 
-    EXPECT_FALSE(propertyLists.writeAtomically(Value::Array{nested}, folder / "a.plist"));
-    EXPECT_EQ(propertyLists.read(folder / "a.plist"), nested);
+    EXPECT_FALSE(propertyLists.writeAtomically(Value::Array{nested}, directory / "a.plist"));
+    EXPECT_EQ(propertyLists.read(directory / "a.plist"), nested);
 }
 
 TEST(PropertyLists, ReplaceTheFileAsAWhole) {
-    const TemporaryFolder folder;
-    folder.write("old.plist", "former");
-    fs::create_hard_link(folder / "old.plist", folder / "second name");
+    const TemporaryDirectory directory;
+    directory.write("old.plist", "former");
+    fs::create_hard_link(directory / "old.plist", directory / "second name");
     const auto mask = ::umask(022);
 
-    EXPECT_TRUE(propertyLists.writeAtomically(Value::Array{}, folder / "old.plist"));
+    EXPECT_TRUE(propertyLists.writeAtomically(Value::Array{}, directory / "old.plist"));
 
     ::umask(mask);
-    EXPECT_EQ(contentOf(folder / "second name"), "former");
-    EXPECT_EQ(propertyLists.read(folder / "old.plist"), Value(Value::Array{}));
-    EXPECT_EQ(fs::status(folder / "old.plist").permissions(), fs::perms(0644));
-    EXPECT_EQ(std::distance(fs::directory_iterator(folder.path()), {}), 2);
+    EXPECT_EQ(contentOf(directory / "second name"), "former");
+    EXPECT_EQ(propertyLists.read(directory / "old.plist"), Value(Value::Array{}));
+    EXPECT_EQ(fs::status(directory / "old.plist").permissions(), fs::perms(0644));
+    EXPECT_EQ(std::distance(fs::directory_iterator(directory.path()), {}), 2);
 }
 
 TEST(PropertyLists, LeaveNothingBehindWhenTheyCannotBeWritten) {
-    const TemporaryFolder folder;
-    folder.makeFolder("a.plist/full");
+    const TemporaryDirectory directory;
+    directory.makeDirectory("a.plist/full");
 
-    const auto written = propertyLists.writeAtomically(Value::Array{}, folder / "a.plist");
+    const auto written = propertyLists.writeAtomically(Value::Array{}, directory / "a.plist");
 
     ASSERT_FALSE(written);
     EXPECT_EQ(written.error().localizedDescription,
               "“a.plist” couldn’t be saved because it is a folder.");
-    EXPECT_EQ(std::distance(fs::directory_iterator(folder.path()), {}), 1);
+    EXPECT_EQ(std::distance(fs::directory_iterator(directory.path()), {}), 1);
     EXPECT_EQ(
-        propertyLists.writeAtomically(Value::Array{}, folder / "missing/a.plist").error().code,
+        propertyLists.writeAtomically(Value::Array{}, directory / "missing/a.plist").error().code,
         ENOENT);
 }
 
 TEST(PropertyLists, AreNoneWhereThereIsNoFileToRead) {
-    const TemporaryFolder folder;
-    ASSERT_EQ(::mkfifo((folder / "fifo").c_str(), 0600), 0);
-    const auto huge = folder.write("huge", "<plist><true/></plist>");
+    const TemporaryDirectory directory;
+    ASSERT_EQ(::mkfifo((directory / "fifo").c_str(), 0600), 0);
+    const auto huge = directory.write("huge", "<plist><true/></plist>");
     fs::resize_file(huge, std::uintmax_t{100} * 1024 * 1024);
 
-    EXPECT_TRUE(propertyLists.read(folder / "missing").isNone());
-    EXPECT_TRUE(propertyLists.read(folder.path()).isNone());
-    EXPECT_TRUE(propertyLists.read(folder / "fifo").isNone());
+    EXPECT_TRUE(propertyLists.read(directory / "missing").isNone());
+    EXPECT_TRUE(propertyLists.read(directory.path()).isNone());
+    EXPECT_TRUE(propertyLists.read(directory / "fifo").isNone());
     EXPECT_TRUE(propertyLists.read("/dev/zero").isNone());
     EXPECT_TRUE(propertyLists.read(huge).isNone());
 }

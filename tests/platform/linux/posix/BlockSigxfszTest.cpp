@@ -1,7 +1,7 @@
 #include "platform/linux/posix/BlockSigxfsz.h"
 
 #include "tests/support/ScopedLimit.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
 
@@ -25,20 +25,20 @@ using FileSizeSignalDeathTest = testing::Test;
 }
 
 TEST_F(FileSizeSignalDeathTest, AWriteBeyondTheLimitFailsLikeAnyOther) {
-    const TemporaryFolder folder;
+    const TemporaryDirectory directory;
 
     EXPECT_EXIT(
         {
             platform::native::blockSigxfsz();
-            writeBeyondTheLimit(folder / "file");
+            writeBeyondTheLimit(directory / "file");
         },
         testing::ExitedWithCode(0), "");
 }
 
 TEST_F(FileSizeSignalDeathTest, WithoutItTheProcessEnds) {
-    const TemporaryFolder folder;
+    const TemporaryDirectory directory;
 
-    EXPECT_EXIT(writeBeyondTheLimit(folder / "file"), testing::KilledBySignal(SIGXFSZ), "");
+    EXPECT_EXIT(writeBeyondTheLimit(directory / "file"), testing::KilledBySignal(SIGXFSZ), "");
 }
 
 } // namespace

@@ -1,6 +1,6 @@
 #include "platform/linux/posix/ItemPlace.h"
 
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
 
@@ -10,55 +10,55 @@ using platform::native::findPlace;
 
 namespace {
 
-TEST(ItemPlaceTest, OpensTheFolderOfAnItem) {
-    const TemporaryFolder folder;
-    folder.write("item");
+TEST(ItemPlaceTest, OpensTheDirectoryOfAnItem) {
+    const TemporaryDirectory directory;
+    directory.write("item");
 
-    const auto place = findPlace(folder / "item");
+    const auto place = findPlace(directory / "item");
 
     ASSERT_TRUE(place);
     EXPECT_EQ(place->name, "item");
-    EXPECT_EQ(::faccessat(place->folder.get(), "item", F_OK, 0), 0);
+    EXPECT_EQ(::faccessat(place->directory.get(), "item", F_OK, 0), 0);
 }
 
 TEST(ItemPlaceTest, DoesNotLookAtTheItem) {
-    const TemporaryFolder folder;
+    const TemporaryDirectory directory;
 
-    const auto place = findPlace(folder / "missing");
+    const auto place = findPlace(directory / "missing");
 
     ASSERT_TRUE(place);
     EXPECT_EQ(place->name, "missing");
 }
 
 TEST(ItemPlaceTest, FollowsLinksOnTheWay) {
-    const TemporaryFolder folder;
-    folder.write("real/item");
-    ::symlink("real", (folder / "link").c_str());
+    const TemporaryDirectory directory;
+    directory.write("real/item");
+    ::symlink("real", (directory / "link").c_str());
 
-    const auto place = findPlace(folder / "link/item");
+    const auto place = findPlace(directory / "link/item");
 
     ASSERT_TRUE(place);
-    EXPECT_EQ(::faccessat(place->folder.get(), "item", F_OK, 0), 0);
+    EXPECT_EQ(::faccessat(place->directory.get(), "item", F_OK, 0), 0);
 }
 
 TEST(ItemPlaceTest, PassesOverTrailingSlashes) {
-    const TemporaryFolder folder;
+    const TemporaryDirectory directory;
 
-    const auto place = findPlace(folder / "item//");
+    const auto place = findPlace(directory / "item//");
 
     ASSERT_TRUE(place);
     EXPECT_EQ(place->name, "item");
 }
 
-TEST(ItemPlaceTest, TellsThatTheFolderIsMissing) {
-    const TemporaryFolder folder;
+TEST(ItemPlaceTest, TellsThatTheDirectoryIsMissing) {
+    const TemporaryDirectory directory;
 
-    EXPECT_EQ(findPlace(folder / "missing/item").error().number(), ENOENT);
+    EXPECT_EQ(findPlace(directory / "missing/item").error().number(), ENOENT);
 }
 
 class ItemPlaceInvalid : public testing::TestWithParam<const char*> {};
 
-TEST_P(ItemPlaceInvalid, NamesNoEntryOfAFolder) {
+TEST_P(ItemPlaceInvalid, NamesNoEntryOfADirectory) {
     const auto place = findPlace(GetParam());
 
     ASSERT_FALSE(place);

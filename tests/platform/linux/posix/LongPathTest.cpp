@@ -1,6 +1,6 @@
 #include "platform/linux/posix/LongPath.h"
 
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
 
@@ -16,10 +16,10 @@ using platform::native::walkTowards;
 
 namespace {
 
-/// A folder so deep that no system call takes its path.
+/// A directory so deep that no system call takes its path.
 class LongPathTest : public testing::Test {
 protected:
-    LongPathTest() : path_(folder_.path()) {
+    LongPathTest() : path_(directory_.path()) {
         FileDescriptor current(::open(path_.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
         while (path_.size() < 2 * PATH_MAX) {
             EXPECT_EQ(::mkdirat(current.get(), name_.c_str(), 0700), 0);
@@ -30,18 +30,18 @@ protected:
         deepest_ = std::move(current);
     }
 
-    const TemporaryFolder folder_;
+    const TemporaryDirectory directory_;
     const std::string name_ = std::string(200, 'n');
     std::string path_;
     FileDescriptor deepest_;
 };
 
 TEST_F(LongPathTest, LeavesAShortPathToTheSystemCall) {
-    const auto way = walkTowards(folder_.path());
+    const auto way = walkTowards(directory_.path());
 
     ASSERT_TRUE(way);
-    EXPECT_EQ(way->folder(), AT_FDCWD);
-    EXPECT_EQ(way->rest, folder_.path());
+    EXPECT_EQ(way->directory(), AT_FDCWD);
+    EXPECT_EQ(way->rest, directory_.path());
 }
 
 TEST_F(LongPathTest, ReachesAnItemThatNoSystemCallDoes) {
@@ -52,7 +52,7 @@ TEST_F(LongPathTest, ReachesAnItemThatNoSystemCallDoes) {
     EXPECT_TRUE(openAtPath(path_ + "/item", O_RDONLY | O_CLOEXEC));
 }
 
-TEST_F(LongPathTest, ReachesAFolderWithSlashesBehindIt) {
+TEST_F(LongPathTest, ReachesADirectoryWithSlashesBehindIt) {
     EXPECT_TRUE(openAtPath(path_ + std::string(PATH_MAX, '/'), O_PATH | O_CLOEXEC));
 }
 
@@ -69,13 +69,13 @@ TEST_F(LongPathTest, TellsTheCallsOwnFailure) {
 }
 
 TEST_F(LongPathTest, TellsThatTheWayCannotBeGone) {
-    const auto missing = folder_ / "missing/" + path_;
+    const auto missing = directory_ / "missing/" + path_;
 
     EXPECT_EQ(openAtPath(missing, O_RDONLY | O_CLOEXEC).error().number(), ENOENT);
 }
 
 TEST_F(LongPathTest, LeavesANameThatIsTooLongToTheSystemCall) {
-    const auto path = folder_ / std::string(2 * PATH_MAX, 'n');
+    const auto path = directory_ / std::string(2 * PATH_MAX, 'n');
 
     EXPECT_EQ(openAtPath(path, O_RDONLY | O_CLOEXEC).error().number(), ENAMETOOLONG);
 }

@@ -1,7 +1,7 @@
 #include "platform/linux/posix/Rename.h"
 
 #include "platform/linux/posix/FileDescriptor.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
 
@@ -18,60 +18,60 @@ protected:
         return renameWithoutReplacing(source_.get(), name, destination_.get(), newName);
     }
 
-    TemporaryFolder folder_;
+    TemporaryDirectory directory_;
     FileDescriptor source_{open("source")};
     FileDescriptor destination_{open("destination")};
 
 private:
     int open(const std::string& name) {
-        return ::open(folder_.makeFolder(name).c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
+        return ::open(directory_.makeDirectory(name).c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
     }
 };
 
-TEST_F(RenameTest, GivesAnItemANewNameInAnotherFolder) {
-    folder_.write("source/item", "content");
+TEST_F(RenameTest, GivesAnItemANewNameInAnotherDirectory) {
+    directory_.write("source/item", "content");
 
     ASSERT_TRUE(rename("item", "moved"));
 
-    EXPECT_EQ(contentOf(folder_ / "destination/moved"), "content");
-    EXPECT_FALSE(stands(folder_ / "source/item"));
+    EXPECT_EQ(contentOf(directory_ / "destination/moved"), "content");
+    EXPECT_FALSE(stands(directory_ / "source/item"));
 }
 
 TEST_F(RenameTest, ReplacesNothing) {
-    folder_.write("source/item", "new");
-    folder_.write("destination/item", "old");
+    directory_.write("source/item", "new");
+    directory_.write("destination/item", "old");
 
     EXPECT_EQ(rename("item", "item").error().number(), EEXIST);
 
-    EXPECT_EQ(contentOf(folder_ / "destination/item"), "old");
-    EXPECT_EQ(contentOf(folder_ / "source/item"), "new");
+    EXPECT_EQ(contentOf(directory_ / "destination/item"), "old");
+    EXPECT_EQ(contentOf(directory_ / "source/item"), "new");
 }
 
-TEST_F(RenameTest, ReplacesNoEmptyFolder) {
-    folder_.makeFolder("source/folder");
-    folder_.makeFolder("destination/folder");
+TEST_F(RenameTest, ReplacesNoEmptyDirectory) {
+    directory_.makeDirectory("source/folder");
+    directory_.makeDirectory("destination/folder");
 
     EXPECT_EQ(rename("folder", "folder").error().number(), EEXIST);
 
-    EXPECT_TRUE(stands(folder_ / "source/folder"));
+    EXPECT_TRUE(stands(directory_ / "source/folder"));
 }
 
 TEST_F(RenameTest, ReplacesNoBrokenLink) {
-    folder_.write("source/item");
-    ::symlink("nowhere", (folder_ / "destination/item").c_str());
+    directory_.write("source/item");
+    ::symlink("nowhere", (directory_ / "destination/item").c_str());
 
     EXPECT_EQ(rename("item", "item").error().number(), EEXIST);
 
-    EXPECT_TRUE(stands(folder_ / "source/item"));
+    EXPECT_TRUE(stands(directory_ / "source/item"));
 }
 
 TEST_F(RenameTest, MovesALinkItself) {
-    const auto target = folder_.write("target");
-    ::symlink(target.c_str(), (folder_ / "source/link").c_str());
+    const auto target = directory_.write("target");
+    ::symlink(target.c_str(), (directory_ / "source/link").c_str());
 
     ASSERT_TRUE(rename("link", "link"));
 
-    EXPECT_TRUE(stands(folder_ / "destination/link"));
+    EXPECT_TRUE(stands(directory_ / "destination/link"));
     EXPECT_TRUE(stands(target));
 }
 

@@ -1,7 +1,7 @@
 #include "platform/linux/process/LaunchFailure.h"
 
 #include "platform/linux/process/ProcessLauncher.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
 
@@ -33,7 +33,7 @@ protected:
         return reasonOf(description);
     }
     std::string tool(const std::string& content, mode_t mode = S_IRWXU) const {
-        auto path = folder_.write("tool", content);
+        auto path = directory_.write("tool", content);
         ::chmod(path.c_str(), mode);
         return path;
     }
@@ -46,12 +46,12 @@ protected:
         return reason.substr(std::min(beginning.size(), reason.size()));
     }
 
-    const TemporaryFolder folder_;
+    const TemporaryDirectory directory_;
     platform::native::ProcessLauncher launcher_;
 };
 
 TEST_F(LaunchFailure, NamesAPathWhereNothingIs) {
-    const auto path = folder_ / "missing";
+    const auto path = directory_ / "missing";
     EXPECT_EQ(reasonOf(path), path + " could not be launched: no file exists at that path");
 }
 
@@ -60,20 +60,20 @@ TEST_F(LaunchFailure, NamesAMissingLaunchPath) {
 }
 
 TEST_F(LaunchFailure, NamesALinkThatLeadsToNothing) {
-    const auto path = folder_ / "link";
+    const auto path = directory_ / "link";
     std::filesystem::create_symlink("nowhere", path);
     EXPECT_EQ(reasonOf(path), path + " could not be launched: the link leads to nothing");
 }
 
 TEST_F(LaunchFailure, NamesAFileOnThePath) {
-    const auto path = folder_.write("file") + "/tool";
+    const auto path = directory_.write("file") + "/tool";
     EXPECT_EQ(reasonOf(path),
               path + " could not be launched: a part of its path is a file, not a folder");
 }
 
-TEST_F(LaunchFailure, NamesAFolder) {
-    EXPECT_EQ(reasonOf(folder_.path()),
-              folder_.path() + " could not be launched: it is a folder, not a program");
+TEST_F(LaunchFailure, NamesADirectory) {
+    EXPECT_EQ(reasonOf(directory_.path()),
+              directory_.path() + " could not be launched: it is a folder, not a program");
 }
 
 TEST_F(LaunchFailure, NamesAFileThatIsNotExecutable) {
@@ -86,7 +86,7 @@ TEST_F(LaunchFailure, NamesAnInterpreterThatIsMissing) {
 }
 
 TEST_F(LaunchFailure, NamesAnInterpreterThatIsNotExecutable) {
-    const auto interpreter = folder_.write("interpreter");
+    const auto interpreter = directory_.write("interpreter");
     EXPECT_EQ(reasonOfTool("#!" + interpreter + "\n"),
               "its interpreter \"" + interpreter + "\" is not executable");
 }

@@ -7,7 +7,7 @@
 #include "tests/support/AddressSpace.h"
 #include "tests/support/OpenDescriptors.h"
 #include "tests/support/ScopedLimit.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
 
@@ -66,14 +66,14 @@ protected:
 
     /// A script's text that waits until openGate().
     std::string gate(const std::string& name = "gate") const {
-        ::mkfifo((folder_ / name).c_str(), S_IRUSR | S_IWUSR);
-        return "read line < '" + (folder_ / name) + "'";
+        ::mkfifo((directory_ / name).c_str(), S_IRUSR | S_IWUSR);
+        return "read line < '" + (directory_ / name) + "'";
     }
     void openGate(const std::string& name = "gate") const {
-        std::ofstream(folder_ / name) << "open\n";
+        std::ofstream(directory_ / name) << "open\n";
     }
 
-    const TemporaryFolder folder_;
+    const TemporaryDirectory directory_;
     platform::native::ProcessLauncher launcher_;
 };
 
@@ -213,7 +213,7 @@ TEST_F(Launcher, TerminatesAStoppedChildAndItsStoppedChildren) {
 
 TEST_F(Launcher, RunsAToolToItsEndThoughNoDescriptorIsLeft) {
     launch("exit 0")->waitUntilExit();
-    const auto done = folder_ / "done";
+    const auto done = directory_ / "done";
     std::shared_ptr<platform::ChildProcess> child;
     {
         const ScopedLimit<RLIMIT_NOFILE> limit(limitLeaving(0));
@@ -447,7 +447,7 @@ TEST_F(Launcher, StartsTheChildWithDefaultSignalsAndNoneBlocked) {
 
 TEST_F(Launcher, GivesTheNullDeviceInPlaceOfAClosedStream) {
     for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
-        const auto path = folder_ / "stream";
+        const auto path = directory_ / "stream";
         {
             const WithoutStream without(stream);
             launch("s=$(readlink /proc/$$/fd/" + std::to_string(stream) + "); echo $s > '" + path +

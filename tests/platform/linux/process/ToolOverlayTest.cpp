@@ -3,7 +3,7 @@
 #include "platform/foundation/Exception.h"
 #include "platform/linux/files/FileSystem.h"
 #include "platform/linux/process/ProcessLauncher.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
 
@@ -18,18 +18,18 @@ using platform::native::resolveTool;
 
 class ToolOverlay : public testing::Test {
 protected:
-    ToolOverlay() : installed_(platform::native::setToolOverlay(folder_.path())) {}
+    ToolOverlay() : installed_(platform::native::setToolOverlay(directory_.path())) {}
     ~ToolOverlay() override { platform::native::setToolOverlay(installed_); }
 
     /// Puts a stand-in for the tool of that path into the overlay.
     std::string standIn(const std::string& tool, const std::string& content,
                         mode_t mode = S_IRWXU) const {
-        auto path = folder_.write(tool.substr(1), content);
+        auto path = directory_.write(tool.substr(1), content);
         ::chmod(path.c_str(), mode);
         return path;
     }
 
-    const TemporaryFolder folder_;
+    const TemporaryDirectory directory_;
 
     const std::string installed_;
 };
@@ -37,7 +37,7 @@ protected:
 TEST_F(ToolOverlay, FindsAStandInUnderTheToolsOwnPath) {
     const auto path = standIn("/bin/launchctl", "#!/bin/sh\n");
     EXPECT_EQ(resolveTool("/bin/launchctl"), path);
-    EXPECT_EQ(path, folder_.path() + "/bin/launchctl");
+    EXPECT_EQ(path, directory_.path() + "/bin/launchctl");
 }
 
 TEST_F(ToolOverlay, PrefersAStandInToTheToolThatTheMachineHas) {
@@ -57,15 +57,15 @@ TEST_F(ToolOverlay, LeavesOtherPathsAsTheyAre) {
 TEST_F(ToolOverlay, LeavesThePathWhenTheStandInCannotBeRun) {
     standIn("/bin/launchctl", "#!/bin/sh\n", S_IRUSR);
     EXPECT_EQ(resolveTool("/bin/launchctl"), "/bin/launchctl");
-    folder_.makeFolder("usr/bin/ditto");
+    directory_.makeDirectory("usr/bin/ditto");
     EXPECT_EQ(resolveTool("/usr/bin/ditto"), "/usr/bin/ditto");
 }
 
 TEST_F(ToolOverlay, FollowsALinkToTheStandIn) {
     standIn("/tools", "#!/bin/sh\n");
-    std::filesystem::create_directories(folder_ / "usr/bin");
-    std::filesystem::create_symlink("../../tools", folder_ / "usr/bin/ditto");
-    EXPECT_EQ(resolveTool("/usr/bin/ditto"), folder_ / "usr/bin/ditto");
+    std::filesystem::create_directories(directory_ / "usr/bin");
+    std::filesystem::create_symlink("../../tools", directory_ / "usr/bin/ditto");
+    EXPECT_EQ(resolveTool("/usr/bin/ditto"), directory_ / "usr/bin/ditto");
 }
 
 TEST_F(ToolOverlay, LeavesEveryPathWithoutAnOverlay) {
@@ -74,7 +74,7 @@ TEST_F(ToolOverlay, LeavesEveryPathWithoutAnOverlay) {
     EXPECT_EQ(resolveTool("/bin/launchctl"), "/bin/launchctl");
 }
 
-TEST_F(ToolOverlay, TheInstallationsOverlayLiesBesideTheProgramsFolder) {
+TEST_F(ToolOverlay, TheInstallationsOverlayLiesBesideTheProgramsDirectory) {
     const auto program = std::filesystem::read_symlink("/proc/self/exe");
     EXPECT_TRUE(installed_.starts_with(program.parent_path().parent_path().string())) << installed_;
     EXPECT_TRUE(installed_.ends_with("/kelvane-uninstaller/tools")) << installed_;

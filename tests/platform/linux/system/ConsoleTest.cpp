@@ -1,6 +1,6 @@
 #include "platform/linux/system/Console.h"
 
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
 
@@ -42,8 +42,8 @@ class Console : public testing::Test {
 protected:
     int openFile() const { return ::open(path.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC); }
 
-    TemporaryFolder folder;
-    std::string path = folder.write("output");
+    TemporaryDirectory directory;
+    std::string path = directory.write("output");
     platform::native::Console console;
 };
 

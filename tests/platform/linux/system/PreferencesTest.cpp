@@ -4,7 +4,7 @@
 #include "platform/linux/plist/PropertyLists.h"
 #include "tests/platform/linux/RunChild.h"
 #include "tests/support/PortDoubles.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -18,12 +18,12 @@ using platform::Value;
 
 namespace {
 
-/// The preferences of one domain in a home folder of its own.
+/// The preferences of one domain in a home directory of its own.
 class Preferences : public testing::Test {
 protected:
     Preferences() { account.home = home.path(); }
 
-    TemporaryFolder home;
+    TemporaryDirectory home;
     std::string name = "Library/Preferences/com.quillfen.Test.plist";
     FakeAccount account;
     RecordingConsole console;
@@ -73,7 +73,7 @@ TEST_F(Preferences, OfAnUnreadableFormCountAsNoneAndAreReplaced) {
 }
 
 TEST_F(Preferences, ThatCannotBeStoredAreToldInTheSystemLog) {
-    home.makeFolder(name);
+    home.makeDirectory(name);
 
     preferences.setValue("hidden", true);
 
@@ -86,8 +86,8 @@ TEST_F(Preferences, ThatCannotBeStoredAreToldInTheSystemLog) {
 TEST_F(Preferences, ThatMayNotBeReadStayAsTheyAre) {
     const auto store =
         home.write("Library/Preferences/com.example.Program.plist", "<plist><dict/></plist>");
-    for (const auto* folder : {"", "Library", "Library/Preferences"}) {
-        ASSERT_EQ(::chmod((home / folder).c_str(), 0777), 0);
+    for (const auto* directory : {"", "Library", "Library/Preferences"}) {
+        ASSERT_EQ(::chmod((home / directory).c_str(), 0777), 0);
     }
     ASSERT_EQ(::chmod(store.c_str(), 0), 0);
 

@@ -1,6 +1,6 @@
 #include "platform/linux/system/SystemInformation.h"
 
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
 
@@ -74,8 +74,8 @@ TEST(SystemInformation, KnowsTheRunningProgramByItsFormerPathAfterItWasDeleted) 
         EXPECT_EQ(SystemInformation().executablePath(), role);
         return;
     }
-    const TemporaryFolder folder;
-    const auto copy = folder / "program";
+    const TemporaryDirectory directory;
+    const auto copy = directory / "program";
     fs::copy_file(own, copy);
     const auto command = "QF_DELETED_PROGRAM='" + copy + "' '" + copy +
                          "' --gtest_filter='*KnowsTheRunningProgramByItsFormerPath*' > /dev/null";

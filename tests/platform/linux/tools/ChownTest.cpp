@@ -1,5 +1,5 @@
 #include "tests/support/RunCommand.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/TemporaryDirectory.h"
 
 #include <grp.h>
 #include <gtest/gtest.h>
@@ -34,8 +34,8 @@ protected:
         }
     }
 
-    TemporaryFolder folder;
-    std::string file = folder.write("file", "content");
+    TemporaryDirectory directory;
+    std::string file = directory.write("file", "content");
 };
 
 } // namespace
@@ -84,7 +84,7 @@ TEST_F(Chown, RefusesNamesThatNobodyHas) {
 
 TEST_F(Chown, TriesEveryFile) {
     skipUnlessRoot();
-    const auto missing = folder / "missing";
+    const auto missing = directory / "missing";
     const auto outcome = chown({"1234:5678", missing, file});
     EXPECT_EQ(outcome.status, 1);
     EXPECT_EQ(outcome.output, "chown: “" + missing +
@@ -95,60 +95,60 @@ TEST_F(Chown, TriesEveryFile) {
 
 TEST_F(Chown, RefusesALinkAndLeavesWhatItLeadsTo) {
     const auto before = ownerOf(file);
-    std::filesystem::create_symlink(file, folder / "link");
-    const auto outcome = chown({"1234:5678", folder / "link"});
+    std::filesystem::create_symlink(file, directory / "link");
+    const auto outcome = chown({"1234:5678", directory / "link"});
     EXPECT_EQ(outcome.status, 1);
     EXPECT_NE(outcome.output.find("because it is a link"), std::string::npos) << outcome.output;
     EXPECT_EQ(ownerOf(file), before);
-    EXPECT_EQ(ownerOf(folder / "link"), before);
+    EXPECT_EQ(ownerOf(directory / "link"), before);
 }
 
-TEST_F(Chown, RefusesALinkToAFolderHoweverManySlashesFollow) {
-    const auto target = folder.makeFolder("target");
-    std::filesystem::create_directory_symlink(target, folder / "link");
+TEST_F(Chown, RefusesALinkToADirectoryHoweverManySlashesFollow) {
+    const auto target = directory.makeDirectory("target");
+    std::filesystem::create_directory_symlink(target, directory / "link");
     const auto before = ownerOf(target);
     for (const char* name : {"link", "link/", "link//"}) {
-        const auto outcome = chown({"1234:5678", folder / name});
+        const auto outcome = chown({"1234:5678", directory / name});
         EXPECT_EQ(outcome.status, 1) << name;
         EXPECT_NE(outcome.output.find("because it is a link"), std::string::npos) << outcome.output;
     }
     EXPECT_EQ(ownerOf(target), before);
-    EXPECT_EQ(ownerOf(folder / "link"), before);
+    EXPECT_EQ(ownerOf(directory / "link"), before);
 }
 
 TEST_F(Chown, TakesEveryWordBehindTheOwnerForAPath) {
     skipUnlessRoot();
-    const auto below = folder.write("-R/file", "content");
+    const auto below = directory.write("-R/file", "content");
     const Words names = {"-R", "--", "--reference=file", "*", "$(id)", "two\nlines"};
     for (const auto& name : names) {
         if (name != "-R") {
-            folder.write(name);
+            directory.write(name);
         }
     }
     Words command = {"1234:5678"};
     command.insert(command.end(), names.begin(), names.end());
-    const auto outcome = chown(command, {"env", "-C", folder.path()});
+    const auto outcome = chown(command, {"env", "-C", directory.path()});
     EXPECT_EQ(outcome.status, 0) << outcome.output;
     for (const auto& name : names) {
-        EXPECT_EQ(ownerOf(folder / name), Owner(1234, 5678)) << name;
+        EXPECT_EQ(ownerOf(directory / name), Owner(1234, 5678)) << name;
     }
     EXPECT_EQ(ownerOf(below), ownerOf(file));
 }
 
 TEST_F(Chown, ChangesNothingButTheItemThatAPathEndsAt) {
     skipUnlessRoot();
-    const auto inner = folder.makeFolder("outer/inner");
+    const auto inner = directory.makeDirectory("outer/inner");
     EXPECT_EQ(chown({"1234:5678", inner + "/.."}).status, 0);
-    EXPECT_EQ(ownerOf(folder / "outer"), Owner(1234, 5678));
-    EXPECT_EQ(chown({"1:1", folder / "outer/"}).status, 0);
-    EXPECT_EQ(ownerOf(folder / "outer"), Owner(1, 1));
+    EXPECT_EQ(ownerOf(directory / "outer"), Owner(1234, 5678));
+    EXPECT_EQ(chown({"1:1", directory / "outer/"}).status, 0);
+    EXPECT_EQ(ownerOf(directory / "outer"), Owner(1, 1));
     EXPECT_EQ(ownerOf(inner), ownerOf(file));
-    EXPECT_EQ(ownerOf(folder.path()), ownerOf(file));
+    EXPECT_EQ(ownerOf(directory.path()), ownerOf(file));
     EXPECT_EQ(chown({"1234:5678", ""}).status, 1);
 }
 
 TEST_F(Chown, TellsThatItIsNotAllowed) {
-    std::filesystem::permissions(folder.path(), std::filesystem::perms(0755));
+    std::filesystem::permissions(directory.path(), std::filesystem::perms(0755));
     const auto outcome = chown({"0:0", file}, asOrdinaryUser());
     EXPECT_EQ(outcome.status, 1);
     EXPECT_NE(outcome.output.find("you don’t have permission"), std::string::npos)

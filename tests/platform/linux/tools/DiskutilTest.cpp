@@ -1,6 +1,6 @@
 #include "platform/linux/plist/PropertyLists.h"
 #include "tests/support/RunCommand.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -28,9 +28,9 @@ Value parsed(const std::string& text) {
     return platform::native::PropertyLists().parse(text);
 }
 
-/// Runs a script in a mount namespace of its own with the folder as "$1" and the tool as "$2".
-Outcome inNamespace(const std::string& script, const TemporaryFolder& folder) {
-    return run({"unshare", "-m", "sh", "-ec", script, "sh", folder.path(), QF_DISKUTIL});
+/// Runs a script in a mount namespace of its own with the directory as "$1" and the tool as "$2".
+Outcome inNamespace(const std::string& script, const TemporaryDirectory& directory) {
+    return run({"unshare", "-m", "sh", "-ec", script, "sh", directory.path(), QF_DISKUTIL});
 }
 
 /// What `text` has between two marks that stand on lines of their own.
@@ -59,16 +59,16 @@ TEST(Diskutil, TellsItsUsage) {
 }
 
 TEST(Diskutil, RefusesWhatIsNoMountPoint) {
-    const TemporaryFolder folder;
-    const auto file = folder.write("file");
+    const TemporaryDirectory directory;
+    const auto file = directory.write("file");
     const auto none = " couldn’t be described because no local volume is mounted there.\n";
-    for (const auto& path : {folder.path(), file, std::string("/proc")}) {
+    for (const auto& path : {directory.path(), file, std::string("/proc")}) {
         const auto outcome = diskutil({"info", "-plist", path});
         EXPECT_EQ(outcome.status, 1);
         EXPECT_EQ(outcome.output, "diskutil: “" + path + "”" + none);
     }
-    EXPECT_EQ(diskutil({"info", "-plist", folder / "missing"}).output,
-              "diskutil: “" + (folder / "missing") +
+    EXPECT_EQ(diskutil({"info", "-plist", directory / "missing"}).output,
+              "diskutil: “" + (directory / "missing") +
                   "” couldn’t be described because it doesn’t exist.\n");
     EXPECT_EQ(diskutil({"info", "-plist", ""}).status, 1);
 }
@@ -77,8 +77,8 @@ TEST(Diskutil, DescribesAVolumeOfMemory) {
     if (const auto reason = whyNoMounts(); !reason.empty()) {
         GTEST_SKIP() << reason;
     }
-    const TemporaryFolder folder;
-    const auto mountPoint = folder.makeFolder("My Data & <more>");
+    const TemporaryDirectory directory;
+    const auto mountPoint = directory.makeDirectory("My Data & <more>");
     auto command = withMountOn(mountPoint, "size=1m,ro");
     command.insert(command.end(), {QF_DISKUTIL, "info", "-plist", mountPoint + "/"});
     const auto outcome = run(command);
@@ -99,7 +99,7 @@ TEST(Diskutil, DescribesAVolumeOnADeviceAsOtherToolsDo) {
     if (const auto reason = whyNoMounts(); !reason.empty() || probe.status != 0) {
         GTEST_SKIP() << "no loop device or mkfs.ext4: " << reason << probe.output;
     }
-    const TemporaryFolder folder;
+    const TemporaryDirectory directory;
     const auto outcome = inNamespace(R"sh(
         truncate -s 8M "$1/image"
         mkfs.ext4 -q -L 'My Label' "$1/image"
@@ -112,7 +112,7 @@ TEST(Diskutil, DescribesAVolumeOnADeviceAsOtherToolsDo) {
         echo lsblk; lsblk -bdnro NAME,SIZE,RM,RO,LOG-SEC "$(findmnt -no SOURCE "$1/disk")"
         echo stat; stat -f -c '%b %f %S' "$1/disk"
         echo end)sh",
-                                     folder);
+                                     directory);
     ASSERT_EQ(outcome.status, 0) << outcome.output;
     const auto info = parsed(between(outcome.output, "plist", "findmnt"));
 
@@ -155,7 +155,7 @@ TEST(Diskutil, DescribesAVolumeOnADeviceAsOtherToolsDo) {
     EXPECT_EQ(info["FreeSpace"], Value(freeBlocks * fragment));
     EXPECT_EQ(info["VolumeAllocationBlockSize"], Value(fragment));
     EXPECT_EQ(info["WritableVolume"], Value(true));
-    EXPECT_EQ(info["MountPoint"], Value(folder / "disk"));
+    EXPECT_EQ(info["MountPoint"], Value(directory / "disk"));
 }
 
 TEST(Diskutil, DescribesTheVolumeThatTheMachineRunsFrom) {

@@ -1,5 +1,5 @@
 #include "tests/support/RunCommand.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/TemporaryDirectory.h"
 
 #include <archive.h>
 #include <archive_entry.h>
@@ -33,7 +33,7 @@ struct Entry {
 
 class Ditto : public testing::Test {
 protected:
-    void SetUp() override { fs::permissions(folder.path(), fs::perms(0777)); }
+    void SetUp() override { fs::permissions(directory.path(), fs::perms(0777)); }
 
     static Outcome ditto(const Names& words, const Names& prefix = {},
                          const std::string& faults = "") {
@@ -81,23 +81,23 @@ protected:
         return tree;
     }
 
-    /// A folder with items of every kind, in it and below.
+    /// A directory with items of every kind, in it and below.
     std::string makeSource() const {
-        folder.write("src/file", "content");
-        folder.write("src/Ünï cödé/ä\"b", "umlaut");
-        folder.write("src/program", "#!/bin/sh\n");
-        folder.write("src/.hidden", std::string(3000, 'z'));
-        folder.write("src/none");
-        folder.makeFolder("src/empty");
-        fs::create_symlink("file", folder / "src/link");
-        fs::create_symlink("/nowhere/ö", folder / "src/broken ü");
-        fs::permissions(folder / "src/program", fs::perms(0775));
-        fs::permissions(folder / "src/file", fs::perms(0640));
-        fs::permissions(folder / "src/Ünï cödé", fs::perms(0555));
-        fs::last_write_time(folder / "src/file", longAgo());
-        fs::last_write_time(folder / "src/empty", longAgo());
-        fs::last_write_time(folder / "src/Ünï cödé", longAgo());
-        return folder / "src";
+        directory.write("src/file", "content");
+        directory.write("src/Ünï cödé/ä\"b", "umlaut");
+        directory.write("src/program", "#!/bin/sh\n");
+        directory.write("src/.hidden", std::string(3000, 'z'));
+        directory.write("src/none");
+        directory.makeDirectory("src/empty");
+        fs::create_symlink("file", directory / "src/link");
+        fs::create_symlink("/nowhere/ö", directory / "src/broken ü");
+        fs::permissions(directory / "src/program", fs::perms(0775));
+        fs::permissions(directory / "src/file", fs::perms(0640));
+        fs::permissions(directory / "src/Ünï cödé", fs::perms(0555));
+        fs::last_write_time(directory / "src/file", longAgo());
+        fs::last_write_time(directory / "src/empty", longAgo());
+        fs::last_write_time(directory / "src/Ünï cödé", longAgo());
+        return directory / "src";
     }
 
     static fs::file_time_type longAgo() {
@@ -106,7 +106,7 @@ protected:
     }
 
     std::string makeArchive(const std::string& name, const std::vector<Entry>& entries) const {
-        const auto path = folder / name;
+        const auto path = directory / name;
         const std::unique_ptr<archive, decltype(&archive_free)> zip(archive_write_new(),
                                                                     &archive_free);
         archive_write_set_format_zip(zip.get());
@@ -132,10 +132,10 @@ protected:
         return path;
     }
 
-    /// Expects that nothing but these stands in the folder.
+    /// Expects that nothing but these stands in the directory.
     void expectOnly(Names names) const {
         Names found;
-        for (const auto& item : fs::directory_iterator(folder.path())) {
+        for (const auto& item : fs::directory_iterator(directory.path())) {
             found.push_back(item.path().filename());
         }
         std::sort(found.begin(), found.end());
@@ -143,7 +143,7 @@ protected:
         EXPECT_EQ(found, names);
     }
 
-    TemporaryFolder folder;
+    TemporaryDirectory directory;
 };
 
 // ---- Hand-made archives ------------------------------------------------------------------------
@@ -197,85 +197,85 @@ TEST_F(Ditto, TellsItsUsage) {
 
 TEST_F(Ditto, GivesBackWhatItWasGiven) {
     const auto source = makeSource();
-    expectDone(ditto({"-ck", "--keepParent", source, folder / "a.zip"}));
-    expectDone(ditto({"-xk", folder / "a.zip", folder / "out"}));
-    EXPECT_EQ(treeOf(folder / "out/src"), treeOf(source));
+    expectDone(ditto({"-ck", "--keepParent", source, directory / "a.zip"}));
+    expectDone(ditto({"-xk", directory / "a.zip", directory / "out"}));
+    EXPECT_EQ(treeOf(directory / "out/src"), treeOf(source));
     expectOnly({"src", "a.zip", "out"});
 }
 
-TEST_F(Ditto, LeavesTheFoldersNameOutUnlessItIsKept) {
+TEST_F(Ditto, LeavesTheDirectoriesNameOutUnlessItIsKept) {
     const auto source = makeSource();
-    expectDone(ditto({"-ck", source, folder / "a.zip"}));
-    expectDone(ditto({"-xk", folder / "a.zip", folder / "out"}));
-    EXPECT_EQ(treeOf(folder / "out"), treeOf(source));
+    expectDone(ditto({"-ck", source, directory / "a.zip"}));
+    expectDone(ditto({"-xk", directory / "a.zip", directory / "out"}));
+    EXPECT_EQ(treeOf(directory / "out"), treeOf(source));
 }
 
 TEST_F(Ditto, PacksASingleFileUnderItsName) {
-    const auto file = folder.write("clip.mov", "content");
+    const auto file = directory.write("clip.mov", "content");
     for (const auto& words : std::vector<Names>{{"-ck"}, {"-ck", "--keepParent"}}) {
         auto command = words;
-        command.insert(command.end(), {file, folder / "a.zip"});
+        command.insert(command.end(), {file, directory / "a.zip"});
         expectDone(ditto(command));
-        expectDone(ditto({"-xk", folder / "a.zip", folder / "out"}));
-        EXPECT_EQ(contentOf(folder / "out/clip.mov"), "content");
-        fs::remove_all(folder / "out");
+        expectDone(ditto({"-xk", directory / "a.zip", directory / "out"}));
+        EXPECT_EQ(contentOf(directory / "out/clip.mov"), "content");
+        fs::remove_all(directory / "out");
     }
 }
 
 TEST_F(Ditto, KeepsNamesThatAreNoText) {
-    folder.write("src/a\xFF\xFE", "content");
-    folder.write("src/two\nlines", "content");
-    fs::create_symlink("\xFD", folder / "src/ö");
-    expectDone(ditto({"-ck", folder / "src", folder / "a.zip"}));
-    expectDone(ditto({"-xk", folder / "a.zip", folder / "out"}));
-    EXPECT_EQ(treeOf(folder / "out"), treeOf(folder / "src"));
+    directory.write("src/a\xFF\xFE", "content");
+    directory.write("src/two\nlines", "content");
+    fs::create_symlink("\xFD", directory / "src/ö");
+    expectDone(ditto({"-ck", directory / "src", directory / "a.zip"}));
+    expectDone(ditto({"-xk", directory / "a.zip", directory / "out"}));
+    EXPECT_EQ(treeOf(directory / "out"), treeOf(directory / "src"));
 }
 
-TEST_F(Ditto, PacksAnEmptyFolder) {
-    folder.makeFolder("src");
-    expectDone(ditto({"-ck", folder / "src", folder / "a.zip"}));
-    expectDone(ditto({"-xk", folder / "a.zip", folder / "out"}));
-    EXPECT_TRUE(fs::is_empty(folder / "out"));
-    expectDone(ditto({"-ck", "--keepParent", folder / "src", folder / "a.zip"}));
-    expectDone(ditto({"-xk", folder / "a.zip", folder / "again"}));
-    EXPECT_TRUE(fs::is_empty(folder / "again/src"));
+TEST_F(Ditto, PacksAnEmptyDirectory) {
+    directory.makeDirectory("src");
+    expectDone(ditto({"-ck", directory / "src", directory / "a.zip"}));
+    expectDone(ditto({"-xk", directory / "a.zip", directory / "out"}));
+    EXPECT_TRUE(fs::is_empty(directory / "out"));
+    expectDone(ditto({"-ck", "--keepParent", directory / "src", directory / "a.zip"}));
+    expectDone(ditto({"-xk", directory / "a.zip", directory / "again"}));
+    EXPECT_TRUE(fs::is_empty(directory / "again/src"));
 }
 
 TEST_F(Ditto, FollowsALinkThatItIsGiven) {
-    folder.write("src/file", "content");
-    fs::create_symlink("src", folder / "link");
-    expectDone(ditto({"-ck", "--keepParent", folder / "link", folder / "a.zip"}));
-    expectDone(ditto({"-xk", folder / "a.zip", folder / "out"}));
-    EXPECT_EQ(contentOf(folder / "out/link/file"), "content");
-    EXPECT_FALSE(fs::is_symlink(folder / "out/link"));
+    directory.write("src/file", "content");
+    fs::create_symlink("src", directory / "link");
+    expectDone(ditto({"-ck", "--keepParent", directory / "link", directory / "a.zip"}));
+    expectDone(ditto({"-xk", directory / "a.zip", directory / "out"}));
+    EXPECT_EQ(contentOf(directory / "out/link/file"), "content");
+    EXPECT_FALSE(fs::is_symlink(directory / "out/link"));
 }
 
 TEST_F(Ditto, TakesPathsSpelledInAnyWay) {
-    folder.write("src/sub/file", "content");
-    const auto archive = folder / "a.zip";
+    directory.write("src/sub/file", "content");
+    const auto archive = directory / "a.zip";
     for (const auto& source :
-         {folder / "src/", folder / "src/.", folder / "src/sub/..", folder / "src//"}) {
+         {directory / "src/", directory / "src/.", directory / "src/sub/..", directory / "src//"}) {
         expectDone(ditto({"-ck", "--keepParent", source, archive}));
-        expectDone(ditto({"-xk", archive, folder / "out/"}));
-        EXPECT_EQ(contentOf(folder / "out/src/sub/file"), "content") << source;
-        fs::remove_all(folder / "out");
+        expectDone(ditto({"-xk", archive, directory / "out/"}));
+        EXPECT_EQ(contentOf(directory / "out/src/sub/file"), "content") << source;
+        fs::remove_all(directory / "out");
     }
-    expectDone(ditto({"-ck", "src", "b.zip"}, {"env", "-C", folder.path()}));
-    expectDone(ditto({"-xk", "b.zip", "new/out"}, {"env", "-C", folder.path()}));
-    EXPECT_EQ(contentOf(folder / "new/out/sub/file"), "content");
+    expectDone(ditto({"-ck", "src", "b.zip"}, {"env", "-C", directory.path()}));
+    expectDone(ditto({"-xk", "b.zip", "new/out"}, {"env", "-C", directory.path()}));
+    EXPECT_EQ(contentOf(directory / "new/out/sub/file"), "content");
 }
 
 TEST_F(Ditto, LeavesTheArchiveItselfOutOfIt) {
-    folder.write("src/file", "content");
-    expectDone(ditto({"-ck", folder / "src", folder / "src/a.zip"}));
-    expectDone(ditto({"-xk", folder / "src/a.zip", folder / "out"}));
-    EXPECT_EQ(treeOf(folder / "out").size(), 1U);
+    directory.write("src/file", "content");
+    expectDone(ditto({"-ck", directory / "src", directory / "src/a.zip"}));
+    expectDone(ditto({"-xk", directory / "src/a.zip", directory / "out"}));
+    EXPECT_EQ(treeOf(directory / "out").size(), 1U);
 }
 
 TEST_F(Ditto, ReplacesTheArchiveWhenTheNewOneIsComplete) {
-    folder.write("src/file", "content");
-    const auto archive = folder.write("a.zip", "old");
-    expectDone(ditto({"-ck", folder / "src", archive}));
+    directory.write("src/file", "content");
+    const auto archive = directory.write("a.zip", "old");
+    expectDone(ditto({"-ck", directory / "src", archive}));
     EXPECT_TRUE(contentOf(archive).starts_with("PK"));
     struct stat status {};
     ASSERT_EQ(::stat(archive.c_str(), &status), 0);
@@ -285,22 +285,22 @@ TEST_F(Ditto, ReplacesTheArchiveWhenTheNewOneIsComplete) {
 }
 
 TEST_F(Ditto, LeavesNothingOfAnArchiveThatItCannotMake) {
-    const auto archive = folder.write("a.zip", "old");
-    expectRefused(ditto({"-ck", folder / "missing", archive}), "missing");
-    folder.makeFolder("src");
-    ASSERT_EQ(::mkfifo((folder / "src/pipe").c_str(), 0600), 0);
-    expectRefused(ditto({"-ck", folder / "src", archive}), "no file, folder or link");
-    expectRefused(ditto({"-ck", folder / "src", folder / "nowhere/a.zip"}), "nowhere/a.zip");
-    expectRefused(ditto({"-ck", folder / "src/pipe", archive}), "no file, folder or link");
+    const auto archive = directory.write("a.zip", "old");
+    expectRefused(ditto({"-ck", directory / "missing", archive}), "missing");
+    directory.makeDirectory("src");
+    ASSERT_EQ(::mkfifo((directory / "src/pipe").c_str(), 0600), 0);
+    expectRefused(ditto({"-ck", directory / "src", archive}), "no file, folder or link");
+    expectRefused(ditto({"-ck", directory / "src", directory / "nowhere/a.zip"}), "nowhere/a.zip");
+    expectRefused(ditto({"-ck", directory / "src/pipe", archive}), "no file, folder or link");
     EXPECT_EQ(contentOf(archive), "old");
     expectOnly({"a.zip", "src"});
 }
 
 TEST_F(Ditto, FailsOnWhatItMayNotRead) {
-    folder.write("src/file", "content");
-    folder.write("src/secret", "content");
-    fs::permissions(folder / "src/secret", fs::perms(0));
-    const auto outcome = ditto({"-ck", folder / "src", folder / "a.zip"}, asOrdinaryUser());
+    directory.write("src/file", "content");
+    directory.write("src/secret", "content");
+    fs::permissions(directory / "src/secret", fs::perms(0));
+    const auto outcome = ditto({"-ck", directory / "src", directory / "a.zip"}, asOrdinaryUser());
     expectRefused(outcome, "secret");
     expectOnly({"src"});
 }
@@ -311,11 +311,11 @@ TEST_F(Ditto, FailsOnAFullVolume) {
     }
     std::string noise(200'000, '\0');
     std::ifstream("/dev/urandom").read(noise.data(), static_cast<std::streamsize>(noise.size()));
-    folder.write("src/file", noise);
-    folder.makeFolder("small");
-    auto listing = withMountOn(folder / "small", "size=64k");
+    directory.write("src/file", noise);
+    directory.makeDirectory("small");
+    auto listing = withMountOn(directory / "small", "size=64k");
     listing.insert(listing.end(), {"sh", "-c", R"sh("$@"; echo "$?"; ls -A "${4%/*}")sh", "sh",
-                                   QF_DITTO, "-ck", folder / "src", folder / "small/a.zip"});
+                                   QF_DITTO, "-ck", directory / "src", directory / "small/a.zip"});
     const auto outcome = run(listing);
     EXPECT_TRUE(outcome.output.starts_with("ditto: ")) << outcome.output;
     EXPECT_TRUE(outcome.output.ends_with("\n1\n")) << outcome.output;
@@ -323,11 +323,12 @@ TEST_F(Ditto, FailsOnAFullVolume) {
 
 TEST_F(Ditto, DeletesWhatAKilledOneLeftBehind) {
     const auto source = makeSource();
-    ASSERT_EQ(ditto({"-ck", source, folder / "a.zip"}, {}, "fsync:1:kill").status, -1);
-    expectDone(ditto({"-ck", source, folder / "a.zip"}));
+    ASSERT_EQ(ditto({"-ck", source, directory / "a.zip"}, {}, "fsync:1:kill").status, -1);
+    expectDone(ditto({"-ck", source, directory / "a.zip"}));
     expectOnly({"src", "a.zip"});
-    ASSERT_EQ(ditto({"-xk", folder / "a.zip", folder / "out"}, {}, "renameat2:1:kill").status, -1);
-    expectDone(ditto({"-xk", folder / "a.zip", folder / "out"}));
+    ASSERT_EQ(ditto({"-xk", directory / "a.zip", directory / "out"}, {}, "renameat2:1:kill").status,
+              -1);
+    expectDone(ditto({"-xk", directory / "a.zip", directory / "out"}));
     expectOnly({"src", "a.zip", "out"});
 }
 
@@ -335,71 +336,71 @@ TEST_F(Ditto, DeletesWhatAKilledOneLeftBehind) {
 
 TEST_F(Ditto, MakesArchivesThatOtherToolsOpen) {
     const auto source = makeSource();
-    expectDone(ditto({"-ck", "--keepParent", source, folder / "a.zip"}));
+    expectDone(ditto({"-ck", "--keepParent", source, directory / "a.zip"}));
     const auto unzip =
-        run({"unzip", "-q", folder / "a.zip", "-d", folder / "unzip"}, {"LC_ALL=C.UTF-8"});
+        run({"unzip", "-q", directory / "a.zip", "-d", directory / "unzip"}, {"LC_ALL=C.UTF-8"});
     EXPECT_EQ(unzip.status, 0) << unzip.output;
-    EXPECT_EQ(treeOf(folder / "unzip/src"), treeOf(source));
-    folder.makeFolder("bsdtar");
-    const auto bsdtar =
-        run({"bsdtar", "-xpf", folder / "a.zip", "-C", folder / "bsdtar"}, {"LC_ALL=C.UTF-8"});
+    EXPECT_EQ(treeOf(directory / "unzip/src"), treeOf(source));
+    directory.makeDirectory("bsdtar");
+    const auto bsdtar = run({"bsdtar", "-xpf", directory / "a.zip", "-C", directory / "bsdtar"},
+                            {"LC_ALL=C.UTF-8"});
     EXPECT_EQ(bsdtar.status, 0) << bsdtar.output;
-    EXPECT_EQ(treeOf(folder / "bsdtar/src"), treeOf(source));
+    EXPECT_EQ(treeOf(directory / "bsdtar/src"), treeOf(source));
 }
 
 TEST_F(Ditto, OpensTheArchivesOfOtherTools) {
     const auto source = makeSource();
     const auto zip =
-        run({"env", "-C", folder.path(), "zip", "-qry", "zip.zip", "src"}, {"LC_ALL=C.UTF-8"});
+        run({"env", "-C", directory.path(), "zip", "-qry", "zip.zip", "src"}, {"LC_ALL=C.UTF-8"});
     ASSERT_EQ(zip.status, 0) << zip.output;
-    const auto bsdtar = run({"bsdtar", "-c", "--format", "zip", "-f", folder / "bsdtar.zip", "-C",
-                             folder.path(), "src"},
+    const auto bsdtar = run({"bsdtar", "-c", "--format", "zip", "-f", directory / "bsdtar.zip",
+                             "-C", directory.path(), "src"},
                             {"LC_ALL=C.UTF-8"});
     ASSERT_EQ(bsdtar.status, 0) << bsdtar.output;
     for (const std::string name : {"zip", "bsdtar"}) {
-        expectDone(ditto({"-xk", folder / (name + ".zip"), folder / name}));
-        EXPECT_EQ(treeOf(folder / (name + "/src")), treeOf(source)) << name;
+        expectDone(ditto({"-xk", directory / (name + ".zip"), directory / name}));
+        EXPECT_EQ(treeOf(directory / (name + "/src")), treeOf(source)) << name;
     }
 }
 
 // ---- Unpacking archives ------------------------------------------------------------------------
 
-TEST_F(Ditto, MakesTheFolderAndThoseOnTheWay) {
+TEST_F(Ditto, MakesTheDirectoryAndThoseOnTheWay) {
     const auto archive = makeArchive("a.zip", {{"file", "content"}});
-    expectDone(ditto({"-xk", archive, folder / "new/deeper/out"}));
-    EXPECT_EQ(contentOf(folder / "new/deeper/out/file"), "content");
+    expectDone(ditto({"-xk", archive, directory / "new/deeper/out"}));
+    EXPECT_EQ(contentOf(directory / "new/deeper/out/file"), "content");
 }
 
 TEST_F(Ditto, UnpacksWhereAVolumeCannotRefuseToReplace) {
     const auto archive = makeArchive("a.zip", {{"file", "content"}});
     const auto withoutRefusal = "renameat2:1:" + std::to_string(EINVAL);
-    expectDone(ditto({"-xk", archive, folder / "out"}, {}, withoutRefusal));
-    EXPECT_EQ(contentOf(folder / "out/file"), "content");
+    expectDone(ditto({"-xk", archive, directory / "out"}, {}, withoutRefusal));
+    EXPECT_EQ(contentOf(directory / "out/file"), "content");
     expectOnly({"a.zip", "out"});
 }
 
-TEST_F(Ditto, MergesIntoAFolderThatIsThere) {
+TEST_F(Ditto, MergesIntoADirectoryThatIsThere) {
     const auto archive = makeArchive("a.zip", {{"file", "new"}, {"sub/file", "new"}});
-    folder.write("out/file", "old");
-    folder.write("out/sub/other", "old");
-    expectDone(ditto({"-xk", archive, folder / "out"}));
-    EXPECT_EQ(contentOf(folder / "out/file"), "new");
-    EXPECT_EQ(contentOf(folder / "out/sub/file"), "new");
-    EXPECT_EQ(contentOf(folder / "out/sub/other"), "old");
+    directory.write("out/file", "old");
+    directory.write("out/sub/other", "old");
+    expectDone(ditto({"-xk", archive, directory / "out"}));
+    EXPECT_EQ(contentOf(directory / "out/file"), "new");
+    EXPECT_EQ(contentOf(directory / "out/sub/file"), "new");
+    EXPECT_EQ(contentOf(directory / "out/sub/other"), "old");
 }
 
-TEST_F(Ditto, NeverUnpacksThroughALinkInAFolderThatIsThere) {
+TEST_F(Ditto, NeverUnpacksThroughALinkInADirectoryThatIsThere) {
     const auto archive = makeArchive("a.zip", {{"link/file", "new"}});
-    folder.makeFolder("outside");
-    folder.makeFolder("out");
-    fs::create_symlink(folder / "outside", folder / "out/link");
-    expectRefused(ditto({"-xk", archive, folder / "out"}), "symlink");
-    EXPECT_TRUE(fs::is_empty(folder / "outside"));
+    directory.makeDirectory("outside");
+    directory.makeDirectory("out");
+    fs::create_symlink(directory / "outside", directory / "out/link");
+    expectRefused(ditto({"-xk", archive, directory / "out"}), "symlink");
+    EXPECT_TRUE(fs::is_empty(directory / "outside"));
 }
 
-TEST_F(Ditto, RefusesAPlaceThatIsNoFolder) {
+TEST_F(Ditto, RefusesAPlaceThatIsNoDirectory) {
     const auto archive = makeArchive("a.zip", {{"file", "content"}});
-    const auto file = folder.write("out", "kept");
+    const auto file = directory.write("out", "kept");
     expectRefused(ditto({"-xk", archive, file}), "out");
     EXPECT_EQ(contentOf(file), "kept");
     expectRefused(ditto({"-xk", archive, file + "/sub"}), "sub");
@@ -407,15 +408,15 @@ TEST_F(Ditto, RefusesAPlaceThatIsNoFolder) {
 }
 
 TEST_F(Ditto, RefusesWhatIsNoArchive) {
-    expectRefused(ditto({"-xk", folder / "missing.zip", folder / "out"}), "missing.zip");
-    expectRefused(ditto({"-xk", folder.write("a.zip", "text"), folder / "out"}), "a.zip");
-    expectRefused(ditto({"-xk", folder.write("b.zip"), folder / "out"}), "b.zip");
-    expectRefused(ditto({"-xk", folder.makeFolder("c.zip"), folder / "out"}), "c.zip");
-    EXPECT_FALSE(fs::exists(folder / "out"));
+    expectRefused(ditto({"-xk", directory / "missing.zip", directory / "out"}), "missing.zip");
+    expectRefused(ditto({"-xk", directory.write("a.zip", "text"), directory / "out"}), "a.zip");
+    expectRefused(ditto({"-xk", directory.write("b.zip"), directory / "out"}), "b.zip");
+    expectRefused(ditto({"-xk", directory.makeDirectory("c.zip"), directory / "out"}), "c.zip");
+    EXPECT_FALSE(fs::exists(directory / "out"));
 }
 
-TEST_F(Ditto, RefusesEntriesThatWouldLeaveTheFolder) {
-    const auto outside = folder.makeFolder("outside");
+TEST_F(Ditto, RefusesEntriesThatWouldLeaveTheDirectory) {
+    const auto outside = directory.makeDirectory("outside");
     const std::string leaves = "it would leave the folder";
     const std::vector<std::pair<std::vector<Entry>, std::string>> rows = {
         {{{"../evil", "x"}}, leaves},
@@ -432,46 +433,46 @@ TEST_F(Ditto, RefusesEntriesThatWouldLeaveTheFolder) {
          "symlink"}};
     for (const auto& [entries, why] : rows) {
         const auto archive = makeArchive("a.zip", entries);
-        expectRefused(ditto({"-xk", archive, folder / "out"}), why);
+        expectRefused(ditto({"-xk", archive, directory / "out"}), why);
         EXPECT_TRUE(fs::is_empty(outside)) << entries.back().name;
         expectOnly({"a.zip", "outside"});
     }
 }
 
-TEST_F(Ditto, StaysInTheFolderWhereverBackslashesAreTakenForSlashes) {
+TEST_F(Ditto, StaysInTheDirectoryWhereverBackslashesAreTakenForSlashes) {
     for (const char* name : {"..\\evil", "a\\..\\..\\evil", "\\evil", "C:\\evil"}) {
         auto bytes = contentOf(makeArchive("a.zip", {{name, "x"}}));
         // The system that the archive was made on: one whose paths have backslashes.
         bytes.at(bytes.find("PK\x01\x02") + 5) = 0;
-        static_cast<void>(ditto({"-xk", folder.write("a.zip", bytes), folder / "out"}));
-        fs::remove_all(folder / "out");
+        static_cast<void>(ditto({"-xk", directory.write("a.zip", bytes), directory / "out"}));
+        fs::remove_all(directory / "out");
         expectOnly({"a.zip"});
     }
     EXPECT_FALSE(fs::exists("/evil"));
 }
 
-TEST_F(Ditto, StaysInTheFolderWhicheverOfTwoNamesItGoesBy) {
+TEST_F(Ditto, StaysInTheDirectoryWhicheverOfTwoNamesItGoesBy) {
     const std::string good = "sub/evil";
     const std::string evil = "../.evil";
     const auto bytes = contentOf(makeArchive("a.zip", {{good, "x"}}));
     for (const auto at : {bytes.find(good), bytes.rfind(good)}) {
         auto changed = bytes;
         changed.replace(at, evil.size(), evil);
-        static_cast<void>(ditto({"-xk", folder.write("a.zip", changed), folder / "out"}));
-        fs::remove_all(folder / "out");
+        static_cast<void>(ditto({"-xk", directory.write("a.zip", changed), directory / "out"}));
+        fs::remove_all(directory / "out");
         expectOnly({"a.zip"});
     }
 }
 
 TEST_F(Ditto, ReplacesALinkByWhatComesUnderItsName) {
-    const auto victim = folder.write("victim", "kept");
-    const auto outside = folder.makeFolder("outside");
+    const auto victim = directory.write("victim", "kept");
+    const auto outside = directory.makeDirectory("outside");
     const auto file = makeArchive("a.zip", {{"l", victim, S_IFLNK | 0777}, {"l", "new"}});
-    expectDone(ditto({"-xk", file, folder / "a"}));
-    EXPECT_EQ(contentOf(folder / "a/l"), "new");
+    expectDone(ditto({"-xk", file, directory / "a"}));
+    EXPECT_EQ(contentOf(directory / "a/l"), "new");
     const auto directory = makeArchive(
         "b.zip", {{"l", outside, S_IFLNK | 0777}, {"l/", "", S_IFDIR | 0755}, {"l/file", "new"}});
-    static_cast<void>(ditto({"-xk", directory, folder / "b"}));
+    static_cast<void>(ditto({"-xk", directory, directory / "b"}));
     EXPECT_EQ(contentOf(victim), "kept");
     EXPECT_TRUE(fs::is_empty(outside));
 }
@@ -484,18 +485,18 @@ TEST_F(Ditto, RefusesEntriesOfOtherKinds) {
         const auto central = bytes.find("PK\x01\x02");
         ASSERT_NE(central, std::string::npos);
         bytes.replace(central + 40, 2, littleEndian(kind | 0644U, 2));
-        expectRefused(ditto({"-xk", folder.write("b.zip", bytes), folder / "out"}),
+        expectRefused(ditto({"-xk", directory.write("b.zip", bytes), directory / "out"}),
                       "no file, folder or link");
-        EXPECT_FALSE(fs::exists(folder / "out"));
+        EXPECT_FALSE(fs::exists(directory / "out"));
     }
 }
 
 TEST_F(Ditto, TakesTheRightsAwayThatMakeProgramsRunAsOthers) {
     const auto archive =
         makeArchive("a.zip", {{"program", "x", S_IFREG | 06755}, {"sub/", "", S_IFDIR | 03777}});
-    expectDone(ditto({"-xk", archive, folder / "out"}));
-    EXPECT_EQ(fs::status(folder / "out/program").permissions(), fs::perms(0755));
-    EXPECT_EQ(fs::status(folder / "out/sub").permissions(), fs::perms(0777));
+    expectDone(ditto({"-xk", archive, directory / "out"}));
+    EXPECT_EQ(fs::status(directory / "out/program").permissions(), fs::perms(0755));
+    EXPECT_EQ(fs::status(directory / "out/sub").permissions(), fs::perms(0777));
 }
 
 TEST_F(Ditto, RefusesEntriesWithoutAName) {
@@ -504,28 +505,29 @@ TEST_F(Ditto, RefusesEntriesWithoutAName) {
     for (auto at = bytes.find("name"); at != std::string::npos; at = bytes.find("name", at)) {
         bytes.replace(at, 4, std::string(4, '\0'));
     }
-    expectRefused(ditto({"-xk", folder.write("b.zip", bytes), folder / "out"}), "no name");
-    EXPECT_FALSE(fs::exists(folder / "out"));
+    expectRefused(ditto({"-xk", directory.write("b.zip", bytes), directory / "out"}), "no name");
+    EXPECT_FALSE(fs::exists(directory / "out"));
 }
 
 TEST_F(Ditto, RefusesSizesThatTheVolumeHasNoRoomFor) {
     for (const std::uint64_t size : {std::uint64_t{1} << 60U, (std::uint64_t{1} << 63U) - 1,
                                      std::uint64_t{1} << 63U, ~std::uint64_t{0}}) {
-        const auto archive = folder.write("a.zip", archiveThatClaims(size));
-        EXPECT_EQ(ditto({"-xk", archive, folder / "out"}).status, 1) << size;
+        const auto archive = directory.write("a.zip", archiveThatClaims(size));
+        EXPECT_EQ(ditto({"-xk", archive, directory / "out"}).status, 1) << size;
         expectOnly({"a.zip"});
     }
-    expectRefused(ditto({"-xk", folder.write("a.zip", archiveThatClaims(std::uint64_t{1} << 60U)),
-                         folder / "out"}),
-                  "the volume has no room for it");
+    expectRefused(
+        ditto({"-xk", directory.write("a.zip", archiveThatClaims(std::uint64_t{1} << 60U)),
+               directory / "out"}),
+        "the volume has no room for it");
 }
 
 TEST_F(Ditto, RefusesContentThatIsNotAsTheArchiveSays) {
-    expectDone(ditto({"-xk", folder.write("a.zip", archiveThatClaims(1)), folder / "good"}));
-    EXPECT_EQ(contentOf(folder / "good/f"), "x");
+    expectDone(ditto({"-xk", directory.write("a.zip", archiveThatClaims(1)), directory / "good"}));
+    EXPECT_EQ(contentOf(directory / "good/f"), "x");
     for (const auto& archive : {archiveThatClaims(0), archiveThatClaims(2),
                                 archiveThatClaims(100'000), archiveThatClaims(1, 0x12345678)}) {
-        const auto outcome = ditto({"-xk", folder.write("a.zip", archive), folder / "out"});
+        const auto outcome = ditto({"-xk", directory.write("a.zip", archive), directory / "out"});
         EXPECT_EQ(outcome.status, 1) << outcome.output;
         expectOnly({"a.zip", "good"});
     }
@@ -534,9 +536,9 @@ TEST_F(Ditto, RefusesContentThatIsNotAsTheArchiveSays) {
 TEST_F(Ditto, RefusesEveryArchiveThatIsCutShort) {
     const auto bytes = contentOf(makeArchive("a.zip", {{"sub/file", "content"}, {"b", "x"}}));
     for (std::size_t length = 0; length < bytes.size(); ++length) {
-        const auto archive = folder.write("cut.zip", bytes.substr(0, length));
-        EXPECT_EQ(ditto({"-xk", archive, folder / "out"}).status, 1) << length;
-        EXPECT_FALSE(fs::exists(folder / "out")) << length;
+        const auto archive = directory.write("cut.zip", bytes.substr(0, length));
+        EXPECT_EQ(ditto({"-xk", archive, directory / "out"}).status, 1) << length;
+        EXPECT_FALSE(fs::exists(directory / "out")) << length;
     }
     expectOnly({"a.zip", "cut.zip"});
 }
@@ -547,20 +549,20 @@ TEST_F(Ditto, SurvivesArchivesThatAreDamagedAnywhere) {
     for (std::size_t at = 0; at < bytes.size(); ++at) {
         auto damaged = bytes;
         damaged[at] = static_cast<char>(~damaged[at]);
-        const auto archive = folder.write("bad.zip", damaged);
-        const auto outcome = ditto({"-xk", archive, folder / "out"});
+        const auto archive = directory.write("bad.zip", damaged);
+        const auto outcome = ditto({"-xk", archive, directory / "out"});
         EXPECT_TRUE(outcome.status == 0 || outcome.status == 1) << at << outcome.output;
-        EXPECT_EQ(fs::exists(folder / "out"), outcome.status == 0) << at;
-        fs::remove_all(folder / "out");
+        EXPECT_EQ(fs::exists(directory / "out"), outcome.status == 0) << at;
+        fs::remove_all(directory / "out");
         expectOnly({"a.zip", "bad.zip"});
     }
 }
 
-TEST_F(Ditto, LeavesNothingOfFoldersThatMayNotBeChanged) {
+TEST_F(Ditto, LeavesNothingOfDirectoriesThatMayNotBeChanged) {
     const auto archive = makeArchive("a.zip", {{"sub/", "", S_IFDIR | 0555},
                                                {"sub/deep/", "", S_IFDIR | 0},
                                                {"sub/deep/file", "x"},
                                                {"../evil", "x"}});
-    expectRefused(ditto({"-xk", archive, folder / "out"}, asOrdinaryUser()), "leave the folder");
+    expectRefused(ditto({"-xk", archive, directory / "out"}, asOrdinaryUser()), "leave the folder");
     expectOnly({"a.zip"});
 }

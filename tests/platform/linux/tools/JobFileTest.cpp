@@ -1,7 +1,7 @@
 #include "platform/linux/tools/launchctl/JobFile.h"
 
 #include "platform/linux/tools/Tool.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -25,17 +25,17 @@ std::string errorOf(const std::string& path, MustBeSafe mustBeSafe = MustBeSafe:
 
 class JobFile : public testing::Test {
 protected:
-    TemporaryFolder folder;
-    std::string path = folder / "a.plist";
+    TemporaryDirectory directory;
+    std::string path = directory / "a.plist";
 };
 
 TEST_F(JobFile, IsAPropertyList) {
-    folder.write("a.plist", smallJob);
+    directory.write("a.plist", smallJob);
     EXPECT_EQ(readJobFile(path, MustBeSafe::yes)["Label"], Value("a"));
 }
 
 TEST_F(JobFile, MayBeALink) {
-    folder.write("b.plist", smallJob);
+    directory.write("b.plist", smallJob);
     std::filesystem::create_symlink("b.plist", path);
     EXPECT_EQ(readJobFile(path, MustBeSafe::yes)["Label"], Value("a"));
 }
@@ -48,8 +48,8 @@ TEST_F(JobFile, OfNoNameIsAnError) {
     EXPECT_EQ(errorOf(""), ": No such file or directory");
 }
 
-TEST_F(JobFile, ThatIsAFolderIsAnError) {
-    EXPECT_EQ(errorOf(folder.path()), folder.path() + ": Not a regular file");
+TEST_F(JobFile, ThatIsADirectoryIsAnError) {
+    EXPECT_EQ(errorOf(directory.path()), directory.path() + ": Not a regular file");
 }
 
 TEST_F(JobFile, ThatIsAPipeIsAnErrorAtOnce) {
@@ -58,9 +58,9 @@ TEST_F(JobFile, ThatIsAPipeIsAnErrorAtOnce) {
 }
 
 TEST_F(JobFile, OfGarbageIsAnError) {
-    folder.write("a.plist", std::string(1000, '\xFF'));
+    directory.write("a.plist", std::string(1000, '\xFF'));
     EXPECT_EQ(errorOf(path), path + ": Invalid property list");
-    folder.write("a.plist", "");
+    directory.write("a.plist", "");
     EXPECT_EQ(errorOf(path), path + ": Invalid property list");
 }
 
@@ -72,12 +72,12 @@ TEST_F(JobFile, NestedAThousandDeepIsAnError) {
     for (int i = 0; i < 1000; ++i) {
         text += "</array>";
     }
-    folder.write("a.plist", text + "</plist>");
+    directory.write("a.plist", text + "</plist>");
     EXPECT_EQ(errorOf(path), path + ": Invalid property list");
 }
 
 TEST_F(JobFile, ThatOthersMayWriteIsUnsafe) {
-    folder.write("a.plist", smallJob);
+    directory.write("a.plist", smallJob);
     for (const mode_t mode : {0664U, 0646U}) {
         ASSERT_EQ(::chmod(path.c_str(), mode), 0);
         EXPECT_EQ(errorOf(path), path + ": Path had bad ownership/permissions");
@@ -89,7 +89,7 @@ TEST_F(JobFile, OfAnotherUserIsUnsafe) {
     if (::geteuid() != 0) {
         GTEST_SKIP() << "only root can give a file away";
     }
-    folder.write("a.plist", smallJob);
+    directory.write("a.plist", smallJob);
     ASSERT_EQ(::chown(path.c_str(), 65534, 65534), 0);
     EXPECT_EQ(errorOf(path), path + ": Path had bad ownership/permissions");
     EXPECT_EQ(errorOf(path, MustBeSafe::no), "no error");

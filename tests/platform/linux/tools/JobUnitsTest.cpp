@@ -1,7 +1,7 @@
 #include "platform/linux/tools/launchctl/JobUnits.h"
 
 #include "tests/support/RunCommand.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
 
@@ -21,15 +21,15 @@ std::string errorOf(const Value& job) {
 }
 
 /// A job with every key, and values that need every kind of escape.
-Value fullJob(const std::string& folder) {
+Value fullJob(const std::string& directory) {
     return Dictionary{
         {"Label", "com.quill-fen/Lunevar %h\\"},
         {"Program", "/bin/true"},
         {"ProgramArguments", Array{"a $b", "100%", "line\nend", "\"'\\", ";", "", "\xC3\xA9"}},
         {"EnvironmentVariables", Dictionary{{"A", R"(100% $b "c" \)"}}},
-        {"WorkingDirectory", folder},
-        {"StandardOutPath", folder + "/out 100%"},
-        {"StandardErrorPath", folder + "/$errors"},
+        {"WorkingDirectory", directory},
+        {"StandardOutPath", directory + "/out 100%"},
+        {"StandardErrorPath", directory + "/$errors"},
         {"Umask", 63},
         {"ExitTimeOut", 0},
         {"RunAtLoad", true},
@@ -37,8 +37,8 @@ Value fullJob(const std::string& folder) {
         {"StartInterval", 60},
         {"StartCalendarInterval", Array{Dictionary{{"Day", 31}, {"Weekday", 7}, {"Month", 2}},
                                         Dictionary{{"Hour", 23}, {"Minute", 59}}, Dictionary{}}},
-        {"WatchPaths", Array{folder + "/a b"}},
-        {"QueueDirectories", Array{folder + "/./100%"}},
+        {"WatchPaths", Array{directory + "/a b"}},
+        {"QueueDirectories", Array{directory + "/./100%"}},
     };
 }
 
@@ -114,15 +114,15 @@ TEST(JobUnits, ArePlainToSystemd) {
     if (run({"systemd-analyze", "--version"}).status != 0) {
         GTEST_SKIP() << "systemd-analyze is not installed";
     }
-    const TemporaryFolder folder;
+    const TemporaryDirectory directory;
     for (const auto domain : {Domain::user, Domain::system}) {
         std::vector<std::string> command = {"systemd-analyze", "--man=no", "--recursive-errors=no",
                                             domain == Domain::user ? "--user" : "--system",
                                             "verify"};
-        for (const auto& unit : unitsOfJob(fullJob(folder.path()), "/a.plist", domain)) {
-            command.push_back(folder.write(unit.name, unit.text));
+        for (const auto& unit : unitsOfJob(fullJob(directory.path()), "/a.plist", domain)) {
+            command.push_back(directory.write(unit.name, unit.text));
         }
-        const auto outcome = run(command, {"XDG_RUNTIME_DIR=" + folder.path()});
+        const auto outcome = run(command, {"XDG_RUNTIME_DIR=" + directory.path()});
         EXPECT_EQ(outcome.status, 0);
         EXPECT_EQ(outcome.output, "");
     }

@@ -1,5 +1,5 @@
 #include "tests/platform/linux/RunChild.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
 
@@ -21,22 +21,22 @@ std::string job(const std::string& label) {
 /// The program, run by an ordinary user who has no service manager.
 class Launchctl : public testing::Test {
 protected:
-    void SetUp() override { fs::permissions(folder.path(), fs::perms(0777)); }
+    void SetUp() override { fs::permissions(directory.path(), fs::perms(0777)); }
 
     Outcome launchctl(const std::vector<std::string>& words) const {
         return runChild(words,
-                        {"HOME=" + folder.path(), "XDG_RUNTIME_DIR=" + (folder / "run"),
+                        {"HOME=" + directory.path(), "XDG_RUNTIME_DIR=" + (directory / "run"),
                          "LSAN_OPTIONS=detect_leaks=0"},
                         asOrdinaryUser());
     }
 
     std::string writeJob(const std::string& name, const std::string& label) const {
-        auto path = folder.write(name, job(label));
+        auto path = directory.write(name, job(label));
         fs::permissions(path, fs::perms(0644));
         return path;
     }
 
-    TemporaryFolder folder;
+    TemporaryDirectory directory;
 };
 
 TEST_F(Launchctl, TellsItsUsage) {
@@ -59,22 +59,22 @@ TEST_F(Launchctl, SaysInOneLineThatThereIsNoServiceManager) {
             << outcome.output;
         EXPECT_EQ(outcome.output.find('\n'), outcome.output.size() - 1);
     }
-    EXPECT_FALSE(fs::exists(folder / ".config"));
+    EXPECT_FALSE(fs::exists(directory / ".config"));
 }
 
 TEST_F(Launchctl, TakesUnitsAwayEvenWithoutAServiceManager) {
-    folder.write(".config/systemd/user/a.service", std::string("[Unit]\n\n") + ownUnit);
+    directory.write(".config/systemd/user/a.service", std::string("[Unit]\n\n") + ownUnit);
     for (const auto* path : {".config", ".config/systemd", ".config/systemd/user"}) {
-        fs::permissions(folder / path, fs::perms(0777));
+        fs::permissions(directory / path, fs::perms(0777));
     }
     const auto outcome = launchctl({"remove", "a"});
     EXPECT_EQ(outcome.status, 1);
     EXPECT_EQ(outcome.output.find("launchctl: there is no service manager: "), 0U);
-    EXPECT_TRUE(fs::is_empty(folder / ".config"));
+    EXPECT_TRUE(fs::is_empty(directory / ".config"));
 }
 
 TEST_F(Launchctl, LeavesAForeignUnitAlone) {
-    const auto unit = folder.write(".config/systemd/user/a.service", "[Unit]\n");
+    const auto unit = directory.write(".config/systemd/user/a.service", "[Unit]\n");
     const auto outcome = launchctl({"remove", "a"});
     EXPECT_EQ(outcome.status, 1);
     EXPECT_EQ(outcome.output, "launchctl: a: Could not find specified service\n");
@@ -95,8 +95,8 @@ TEST_F(Launchctl, DoesNotUnloadAJobThatIsNotLoaded) {
 }
 
 TEST_F(Launchctl, LeavesDaemonsToRoot) {
-    fs::create_directory(folder / "LaunchDaemons");
-    fs::permissions(folder / "LaunchDaemons", fs::perms(0755));
+    fs::create_directory(directory / "LaunchDaemons");
+    fs::permissions(directory / "LaunchDaemons", fs::perms(0755));
     const auto file = writeJob("LaunchDaemons/a.plist", "a");
     for (const auto* command : {"load", "unload"}) {
         const auto outcome = launchctl({command, file});

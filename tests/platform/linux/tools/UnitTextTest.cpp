@@ -111,7 +111,7 @@ TEST(Programs, AreRefusedWhenRelativeOrEmpty) {
     EXPECT_EQ(reasonOf(programWord, ""), "must be an absolute path");
 }
 
-TEST(Programs, AreRefusedWhenAFolder) {
+TEST(Programs, AreRefusedWhenADirectory) {
     EXPECT_EQ(reasonOf(programWord, "/bin/"), "must name a program, not a folder");
 }
 

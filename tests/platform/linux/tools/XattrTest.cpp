@@ -1,5 +1,5 @@
 #include "tests/support/RunCommand.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
 #include <sys/xattr.h>
@@ -22,8 +22,8 @@ constexpr const char* progress = "com.apple.progress.fractionCompleted";
 class Xattr : public testing::Test {
 protected:
     void SetUp() override {
-        if (::setxattr(folder.path().c_str(), "user.test", "", 0, 0) != 0) {
-            GTEST_SKIP() << "no extended attributes in " << folder.path() << ": "
+        if (::setxattr(directory.path().c_str(), "user.test", "", 0, 0) != 0) {
+            GTEST_SKIP() << "no extended attributes in " << directory.path() << ": "
                          << std::strerror(errno);
         }
     }
@@ -39,8 +39,8 @@ protected:
                         : std::optional(std::string(value.data(), static_cast<std::size_t>(size)));
     }
 
-    TemporaryFolder folder;
-    std::string file = folder.write("file", "content");
+    TemporaryDirectory directory;
+    std::string file = directory.write("file", "content");
 };
 
 } // namespace
@@ -108,7 +108,7 @@ TEST_F(Xattr, TellsThatAnAttributeIsMissing) {
 }
 
 TEST_F(Xattr, TellsThatAFileIsMissingAndTriesTheOthers) {
-    const auto missing = folder / "missing";
+    const auto missing = directory / "missing";
     const auto outcome = xattr({"-w", "name", "value", missing, file});
     EXPECT_EQ(outcome.status, 1);
     EXPECT_EQ(outcome.output,
@@ -127,15 +127,15 @@ TEST_F(Xattr, ShowsValues) {
 }
 
 TEST_F(Xattr, TellsSeveralFilesApart) {
-    const auto other = folder.write("other");
+    const auto other = directory.write("other");
     ASSERT_EQ(xattr({"-w", "a", "1", file, other}).status, 0);
     EXPECT_EQ(xattr({"-p", "a", file, other}).output, file + ": 1\n" + other + ": 1\n");
     EXPECT_EQ(xattr({"-l", file, other}).output, file + ": a: 1\n" + other + ": a: 1\n");
 }
 
 TEST_F(Xattr, FollowsLinks) {
-    std::filesystem::create_symlink(file, folder / "link");
-    EXPECT_EQ(xattr({"-w", "name", "value", folder / "link"}).status, 0);
+    std::filesystem::create_symlink(file, directory / "link");
+    EXPECT_EQ(xattr({"-w", "name", "value", directory / "link"}).status, 0);
     EXPECT_EQ(attribute(file, "user.name"), "value");
 }
 
@@ -145,6 +145,7 @@ TEST_F(Xattr, TellsThatANameOrAValueIsTooLong) {
 }
 
 TEST_F(Xattr, FailsWhereItsAnswerCannotBeWritten) {
-    const auto outcome = run({"sh", "-c", R"("$0" -l "$1" >/dev/full)", QF_XATTR, folder.path()});
+    const auto outcome =
+        run({"sh", "-c", R"("$0" -l "$1" >/dev/full)", QF_XATTR, directory.path()});
     EXPECT_EQ(outcome.status, 1);
 }

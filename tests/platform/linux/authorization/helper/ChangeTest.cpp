@@ -1,9 +1,9 @@
-// What the helper does itself: copies, dates, rights, owners and folders, where a user plants
+// What the helper does itself: copies, dates, rights, owners and directories, where a user plants
 // links.
 
 #include "tests/platform/linux/authorization/helper/Attacker.h"
 #include "tests/platform/linux/authorization/helper/HelperHarness.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/TemporaryDirectory.h"
 
 #include <fcntl.h>
 #include <sys/mount.h>
@@ -52,7 +52,7 @@ protected:
     void SetUp() override {
         HelperTest::SetUp();
         if (!IsSkipped()) {
-            secret_ = makeFile(sandbox::rootsFolder + "/secret", 0, 0600);
+            secret_ = makeFile(sandbox::rootsDirectory + "/secret", 0, 0600);
             makeOld(secret_);
             secretsContent_ = contentOf(secret_);
         }
@@ -60,12 +60,12 @@ protected:
 
     const std::string& secret() const { return secret_; }
 
-    /// A link to the secret in a folder of the user's.
-    std::string plantedLink() { return makeLink(secret_, usersFolder() + "/link", servedUser); }
+    /// A link to the secret in a directory of the user's.
+    std::string plantedLink() { return makeLink(secret_, usersDirectory() + "/link", servedUser); }
 
-    /// The folder where root's secret is, as a user's link leads to it.
-    std::string plantedFolder() {
-        return makeLink(sandbox::rootsFolder, usersFolder() + "/way", servedUser);
+    /// The directory where root's secret is, as a user's link leads to it.
+    std::string plantedDirectory() {
+        return makeLink(sandbox::rootsDirectory, usersDirectory() + "/way", servedUser);
     }
 
     void expectSecretUntouched() const {
@@ -90,7 +90,7 @@ private:
 // ---- Copies ------------------------------------------------------------------------------------
 
 TEST_F(HelperChange, OfALinksTargetIsNotMadeByACopyInItsPlace) {
-    const std::string source = makeFile(usersFolder() + "/source", servedUser, 0);
+    const std::string source = makeFile(usersDirectory() + "/source", servedUser, 0);
     const std::string link = plantedLink();
     EXPECT_EQ(copy(source, link), Status::started);
     expectSecretUntouched();
@@ -99,11 +99,11 @@ TEST_F(HelperChange, OfALinksTargetIsNotMadeByACopyInItsPlace) {
 }
 
 TEST_F(HelperChange, CopiesALinkAndNotWhatItLeadsTo) {
-    makeFile(makeFolder(usersFolder() + "/folder", servedUser) + "/file", servedUser);
-    makeLink(secret(), usersFolder() + "/folder/link", servedUser);
-    const std::string copied = makeFolder(usersFolder() + "/target", servedUser);
+    makeFile(makeDirectory(usersDirectory() + "/folder", servedUser) + "/file", servedUser);
+    makeLink(secret(), usersDirectory() + "/folder/link", servedUser);
+    const std::string copied = makeDirectory(usersDirectory() + "/target", servedUser);
     EXPECT_EQ(copy(plantedLink(), copied), Status::started);
-    EXPECT_EQ(copy(usersFolder() + "/folder", copied), Status::started);
+    EXPECT_EQ(copy(usersDirectory() + "/folder", copied), Status::started);
     EXPECT_EQ(fs::read_symlink(copied + "/link"), secret());
     EXPECT_EQ(fs::read_symlink(copied + "/folder/link"), secret());
     EXPECT_EQ(statusOf(copied + "/folder/link").st_uid, servedUser);
@@ -111,41 +111,42 @@ TEST_F(HelperChange, CopiesALinkAndNotWhatItLeadsTo) {
 }
 
 TEST_F(HelperChange, CopiesNothingByWayOfAUsersLink) {
-    const std::string way = plantedFolder();
-    const std::string file = makeFile(usersFolder() + "/file", servedUser);
-    EXPECT_EQ(copy(way + "/secret", usersFolder() + "/copy"), Status::itemRedirected);
+    const std::string way = plantedDirectory();
+    const std::string file = makeFile(usersDirectory() + "/file", servedUser);
+    EXPECT_EQ(copy(way + "/secret", usersDirectory() + "/copy"), Status::itemRedirected);
     EXPECT_EQ(copy(file, way + "/secret"), Status::itemRedirected);
     EXPECT_EQ(copy(file, way), Status::itemRedirected);
-    EXPECT_FALSE(exists(usersFolder() + "/copy"));
-    EXPECT_FALSE(exists(sandbox::rootsFolder + "/file"));
+    EXPECT_FALSE(exists(usersDirectory() + "/copy"));
+    EXPECT_FALSE(exists(sandbox::rootsDirectory + "/file"));
     expectSecretUntouched();
 }
 
 TEST_F(HelperChange, FollowsRootsLinkOnTheWay) {
-    makeLink(makeFolder(sandbox::rootsFolder + "/real"), sandbox::rootsFolder + "/way", 0);
-    EXPECT_EQ(copy(secret(), sandbox::rootsFolder + "/way/copy"), Status::started);
-    EXPECT_EQ(rightsOf(sandbox::rootsFolder + "/real/copy"), 0600U);
+    makeLink(makeDirectory(sandbox::rootsDirectory + "/real"), sandbox::rootsDirectory + "/way", 0);
+    EXPECT_EQ(copy(secret(), sandbox::rootsDirectory + "/way/copy"), Status::started);
+    EXPECT_EQ(rightsOf(sandbox::rootsDirectory + "/real/copy"), 0600U);
 }
 
-TEST_F(HelperChange, FollowsNoLinkThatAUserOwnsInRootsFolder) {
-    makeFolder(sandbox::rootsFolder + "/real");
-    makeLink("real", sandbox::rootsFolder + "/way", servedUser);
-    EXPECT_EQ(copy(secret(), sandbox::rootsFolder + "/way/copy"), Status::itemRedirected);
+TEST_F(HelperChange, FollowsNoLinkThatAUserOwnsInRootsDirectory) {
+    makeDirectory(sandbox::rootsDirectory + "/real");
+    makeLink("real", sandbox::rootsDirectory + "/way", servedUser);
+    EXPECT_EQ(copy(secret(), sandbox::rootsDirectory + "/way/copy"), Status::itemRedirected);
 }
 
 TEST_F(HelperChange, CopiesOwnersRightsTimesAttributesHolesAndNames) {
-    const std::string folder = makeFolder(sandbox::rootsFolder + "/folder", servedUser, 0750);
-    const std::string file = makeFile(folder + "/file", servedUser, 04711);
+    const std::string directory =
+        makeDirectory(sandbox::rootsDirectory + "/folder", servedUser, 0750);
+    const std::string file = makeFile(directory + "/file", servedUser, 04711);
     ASSERT_EQ(::chown(file.c_str(), servedUser, 7), 0);
     ASSERT_EQ(::chmod(file.c_str(), 04711), 0);
-    fs::create_hard_link(file, folder + "/name");
-    makeFile(folder + "/sparse", servedUser);
-    fs::resize_file(folder + "/sparse", 1ULL << 40U);
+    fs::create_hard_link(file, directory + "/name");
+    makeFile(directory + "/sparse", servedUser);
+    fs::resize_file(directory + "/sparse", 1ULL << 40U);
     const bool hasAttributes = ::setxattr(file.c_str(), "user.note", "x", 1, 0) == 0;
     makeOld(file);
-    makeOld(folder);
-    const std::string copied = usersFolder() + "/copy";
-    EXPECT_EQ(copy(folder, copied), Status::started);
+    makeOld(directory);
+    const std::string copied = usersDirectory() + "/copy";
+    EXPECT_EQ(copy(directory, copied), Status::started);
     EXPECT_EQ(contentOf(copied + "/file"), contentOf(file));
     EXPECT_EQ(rightsOf(copied), 0750U);
     EXPECT_TRUE(isOld(copied));
@@ -162,95 +163,96 @@ TEST_F(HelperChange, CopiesOwnersRightsTimesAttributesHolesAndNames) {
 }
 
 TEST_F(HelperChange, CopiesWhatAnAccessListHandsDownToNobody) {
-    // What setfacl writes for "default:user:12345:rwx" in a folder of mode 0777: a version, and the
-    // kind, the rights and the user of each entry.
-    const std::string target = makeFolder(usersFolder() + "/target", servedUser);
+    // What setfacl writes for "default:user:12345:rwx" in a directory of mode 0777: a version, and
+    // the kind, the rights and the user of each entry.
+    const std::string target = makeDirectory(usersDirectory() + "/target", servedUser);
     const std::uint32_t everybody = ~0U;
     const std::uint32_t list[]{2,         0x70001, everybody, 0x70002, servedUser, 0x70004,
                                everybody, 0x70010, everybody, 0x70020, everybody};
     if (::setxattr(target.c_str(), "system.posix_acl_default", list, sizeof list, 0) != 0) {
         GTEST_SKIP() << "the file system in memory has no access lists";
     }
-    const std::string file = makeFile(sandbox::rootsFolder + "/file", 0, 0640);
+    const std::string file = makeFile(sandbox::rootsDirectory + "/file", 0, 0640);
     EXPECT_EQ(copy(file, target), Status::started);
     EXPECT_EQ(rightsOf(target + "/file"), 0640U);
     EXPECT_EQ(::getxattr((target + "/file").c_str(), "system.posix_acl_access", nullptr, 0), -1);
 }
 
 TEST_F(HelperChange, CopiesAPipeWithoutReadingIt) {
-    const std::string pipe = makeFolder(usersFolder() + "/folder", servedUser) + "/pipe";
+    const std::string pipe = makeDirectory(usersDirectory() + "/folder", servedUser) + "/pipe";
     ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
-    EXPECT_EQ(copy(usersFolder() + "/folder", usersFolder() + "/copy"), Status::started);
-    EXPECT_TRUE(S_ISFIFO(statusOf(usersFolder() + "/copy/pipe").st_mode));
+    EXPECT_EQ(copy(usersDirectory() + "/folder", usersDirectory() + "/copy"), Status::started);
+    EXPECT_TRUE(S_ISFIFO(statusOf(usersDirectory() + "/copy/pipe").st_mode));
 }
 
 TEST_F(HelperChange, IsNotHeldUpByWhatHasNoEnd) {
-    const std::string folder = makeFolder(usersFolder() + "/folder", servedUser);
-    ASSERT_EQ(::mkfifo((folder + "/pipe").c_str(), 0600), 0);
-    fs::resize_file(makeFile(folder + "/terabytes", servedUser), 1ULL << 42U);
-    EXPECT_EQ(run("/bin/mv", {"-f", folder, sandbox::rootsFolder + "/moved"}), Status::started);
-    EXPECT_EQ(statusOf(sandbox::rootsFolder + "/moved/terabytes").st_size, 1LL << 42U);
-    EXPECT_EQ(copy("/proc/kmsg", usersFolder() + "/messages"), Status::started);
-    EXPECT_EQ(statusOf(usersFolder() + "/messages").st_size, 0);
+    const std::string directory = makeDirectory(usersDirectory() + "/folder", servedUser);
+    ASSERT_EQ(::mkfifo((directory + "/pipe").c_str(), 0600), 0);
+    fs::resize_file(makeFile(directory + "/terabytes", servedUser), 1ULL << 42U);
+    EXPECT_EQ(run("/bin/mv", {"-f", directory, sandbox::rootsDirectory + "/moved"}),
+              Status::started);
+    EXPECT_EQ(statusOf(sandbox::rootsDirectory + "/moved/terabytes").st_size, 1LL << 42U);
+    EXPECT_EQ(copy("/proc/kmsg", usersDirectory() + "/messages"), Status::started);
+    EXPECT_EQ(statusOf(usersDirectory() + "/messages").st_size, 0);
 }
 
 TEST_F(HelperChange, CopiesNoMoreOfAFileThatGrowsThanItHadAtFirst) {
-    const std::string file = makeFile(usersFolder() + "/file", servedUser);
+    const std::string file = makeFile(usersDirectory() + "/file", servedUser);
     const Attacker attacker([&] {
         std::ofstream(file, std::ios::app) << 'x';
         return true;
     });
     for (int round = 0; round < 5; ++round) {
-        EXPECT_EQ(copy(file, usersFolder() + "/copy"), Status::started);
+        EXPECT_EQ(copy(file, usersDirectory() + "/copy"), Status::started);
     }
 }
 
 TEST_F(HelperChange, CopiesNoDevice) {
-    const std::string device = makeFolder(usersFolder() + "/folder", servedUser) + "/device";
+    const std::string device = makeDirectory(usersDirectory() + "/folder", servedUser) + "/device";
     ASSERT_EQ(::mknod(device.c_str(), S_IFCHR | 0666, ::makedev(1, 5)), 0);
     TestedHelper helper;
-    EXPECT_EQ(helper.run("/bin/cp",
-                         {"-f", "-p", "-R", usersFolder() + "/folder", usersFolder() + "/copy"}),
+    EXPECT_EQ(helper.run("/bin/cp", {"-f", "-p", "-R", usersDirectory() + "/folder",
+                                     usersDirectory() + "/copy"}),
               Status::started);
     EXPECT_EQ(helper.nextLogLine(), "no copy could be put in place: copy: 1");
-    EXPECT_FALSE(exists(usersFolder() + "/copy"));
-    EXPECT_EQ(std::distance(fs::directory_iterator(usersFolder()), {}), 1);
+    EXPECT_FALSE(exists(usersDirectory() + "/copy"));
+    EXPECT_EQ(std::distance(fs::directory_iterator(usersDirectory()), {}), 1);
 }
 
 TEST_F(HelperChange, CopiesNoPrivilegeOutOfAFileSystemThatHasNone) {
-    const std::string image = makeFolder(usersFolder() + "/image");
+    const std::string image = makeDirectory(usersDirectory() + "/image");
     ASSERT_EQ(::mount("tmpfs", image.c_str(), "tmpfs", MS_NOSUID, "mode=777"), 0);
     makeFile(image + "/program", 0, 06755);
-    EXPECT_EQ(copy(image + "/program", usersFolder() + "/copy"), Status::started);
-    EXPECT_EQ(rightsOf(usersFolder() + "/copy"), 0755U);
-    const std::string target = makeFolder(usersFolder() + "/target", servedUser);
+    EXPECT_EQ(copy(image + "/program", usersDirectory() + "/copy"), Status::started);
+    EXPECT_EQ(rightsOf(usersDirectory() + "/copy"), 0755U);
+    const std::string target = makeDirectory(usersDirectory() + "/target", servedUser);
     EXPECT_EQ(run("/bin/mv", {"-f", image + "/program", target}), Status::started);
     EXPECT_EQ(rightsOf(target + "/program"), 0755U);
 }
 
-TEST_F(HelperChange, CopiesNoFolderIntoItself) {
-    const std::string folder = makeFolder(usersFolder() + "/folder", servedUser);
-    makeFile(folder + "/file", servedUser);
-    EXPECT_EQ(copy(folder, folder + "/copy"), Status::started);
-    EXPECT_EQ(std::distance(fs::directory_iterator(folder), {}), 1);
+TEST_F(HelperChange, CopiesNoDirectoryIntoItself) {
+    const std::string directory = makeDirectory(usersDirectory() + "/folder", servedUser);
+    makeFile(directory + "/file", servedUser);
+    EXPECT_EQ(copy(directory, directory + "/copy"), Status::started);
+    EXPECT_EQ(std::distance(fs::directory_iterator(directory), {}), 1);
 }
 
-TEST_F(HelperChange, LeavesAFolderThatACopyWouldReplace) {
-    const std::string file = makeFile(usersFolder() + "/item", servedUser);
+TEST_F(HelperChange, LeavesADirectoryThatACopyWouldReplace) {
+    const std::string file = makeFile(usersDirectory() + "/item", servedUser);
     const std::string kept =
-        makeFile(makeFolder(makeFolder(usersFolder() + "/to") + "/item") + "/kept");
-    EXPECT_EQ(copy(file, usersFolder() + "/to"), Status::startFailed);
+        makeFile(makeDirectory(makeDirectory(usersDirectory() + "/to") + "/item") + "/kept");
+    EXPECT_EQ(copy(file, usersDirectory() + "/to"), Status::startFailed);
     EXPECT_TRUE(exists(kept));
 }
 
-TEST_F(HelperChange, CopiesAFolderIntoTheOneOfItsNameThatIsThere) {
-    const std::string from = makeFolder(usersFolder() + "/folder", servedUser, 0750);
-    makeFile(makeFolder(from + "/inner", servedUser) + "/new", servedUser);
+TEST_F(HelperChange, CopiesADirectoryIntoTheOneOfItsNameThatIsThere) {
+    const std::string from = makeDirectory(usersDirectory() + "/folder", servedUser, 0750);
+    makeFile(makeDirectory(from + "/inner", servedUser) + "/new", servedUser);
     const std::string replaced = makeFile(from + "/file", servedUser);
     makeOld(from);
-    const std::string to = makeFolder(usersFolder() + "/to", servedUser);
-    makeFolder(to + "/folder", servedUser, 0700);
-    makeFile(makeFolder(to + "/folder/inner", servedUser) + "/kept", servedUser);
+    const std::string to = makeDirectory(usersDirectory() + "/to", servedUser);
+    makeDirectory(to + "/folder", servedUser, 0700);
+    makeFile(makeDirectory(to + "/folder/inner", servedUser) + "/kept", servedUser);
     makeFile(to + "/folder/file", servedUser);
     EXPECT_EQ(copy(from, to), Status::started);
     EXPECT_TRUE(exists(to + "/folder/inner/new"));
@@ -262,13 +264,13 @@ TEST_F(HelperChange, CopiesAFolderIntoTheOneOfItsNameThatIsThere) {
 }
 
 TEST_F(HelperChange, CopiesTheRestWhereOneItemCannotReplaceWhatIsThere) {
-    const std::string from = makeFolder(usersFolder() + "/folder", servedUser);
+    const std::string from = makeDirectory(usersDirectory() + "/folder", servedUser);
     makeFile(from + "/a", servedUser);
-    makeFolder(from + "/b", servedUser);
+    makeDirectory(from + "/b", servedUser);
     makeFile(from + "/c", servedUser);
-    const std::string to = makeFolder(usersFolder() + "/to", servedUser);
-    makeFolder(makeFolder(to + "/folder", servedUser) + "/a", servedUser);
-    makeLink(makeFolder(sandbox::rootsFolder + "/outside"), to + "/folder/b", servedUser);
+    const std::string to = makeDirectory(usersDirectory() + "/to", servedUser);
+    makeDirectory(makeDirectory(to + "/folder", servedUser) + "/a", servedUser);
+    makeLink(makeDirectory(sandbox::rootsDirectory + "/outside"), to + "/folder/b", servedUser);
     TestedHelper helper;
     EXPECT_EQ(helper.run("/bin/cp", {"-f", "-p", "-R", from, to}), Status::started);
     EXPECT_TRUE(fs::is_directory(to + "/folder/a"));
@@ -280,47 +282,47 @@ TEST_F(HelperChange, CopiesTheRestWhereOneItemCannotReplaceWhatIsThere) {
                                "no copy could be put in place: b" + reason}));
 }
 
-TEST_F(HelperChange, MergesIntoNoFolderOfAnothersThatAUserCanPutThere) {
-    const std::string from = makeFolder(usersFolder() + "/folder", servedUser);
-    makeFile(makeFolder(from + "/inner", servedUser) + "/file", servedUser);
-    const std::string to = makeFolder(usersFolder() + "/to", servedUser);
-    const std::string roots = makeFolder(to + "/folder", 0, 0700);
+TEST_F(HelperChange, MergesIntoNoDirectoryOfAnothersThatAUserCanPutThere) {
+    const std::string from = makeDirectory(usersDirectory() + "/folder", servedUser);
+    makeFile(makeDirectory(from + "/inner", servedUser) + "/file", servedUser);
+    const std::string to = makeDirectory(usersDirectory() + "/to", servedUser);
+    const std::string roots = makeDirectory(to + "/folder", 0, 0700);
     EXPECT_EQ(copy(from, to), Status::startFailed);
     ASSERT_EQ(::chown(roots.c_str(), servedUser, 0), 0);
-    const std::string inner = makeFolder(roots + "/inner", 0, 0700);
+    const std::string inner = makeDirectory(roots + "/inner", 0, 0700);
     EXPECT_EQ(copy(from, to), Status::started);
     EXPECT_EQ(statusOf(inner).st_uid, 0U);
     EXPECT_EQ(rightsOf(inner), 0700U);
     EXPECT_TRUE(fs::is_empty(inner));
 }
 
-TEST_F(HelperChange, MergesNoFolderIntoItself) {
-    const std::string folder = makeFolder(usersFolder() + "/folder", servedUser);
-    makeFolder(folder + "/folder", servedUser);
-    EXPECT_EQ(copy(folder, folder), Status::startFailed);
-    EXPECT_EQ(copy(folder, usersFolder()), Status::startFailed);
+TEST_F(HelperChange, MergesNoDirectoryIntoItself) {
+    const std::string directory = makeDirectory(usersDirectory() + "/folder", servedUser);
+    makeDirectory(directory + "/folder", servedUser);
+    EXPECT_EQ(copy(directory, directory), Status::startFailed);
+    EXPECT_EQ(copy(directory, usersDirectory()), Status::startFailed);
 }
 
 TEST_F(HelperChange, CopiesNothingThatTheOwnerOfTheWholeCannotRead) {
-    const std::string folder = makeFolder(usersFolder() + "/folder", servedUser);
-    const std::string inner = makeFolder(folder + "/roots", 0, 0755);
+    const std::string directory = makeDirectory(usersDirectory() + "/folder", servedUser);
+    const std::string inner = makeDirectory(directory + "/roots", 0, 0755);
     const std::string file = makeFile(inner + "/file", 0, 0640);
-    EXPECT_EQ(copy(folder, usersFolder() + "/copy"), Status::started);
-    EXPECT_FALSE(exists(usersFolder() + "/copy"));
+    EXPECT_EQ(copy(directory, usersDirectory() + "/copy"), Status::started);
+    EXPECT_FALSE(exists(usersDirectory() + "/copy"));
     ASSERT_EQ(::chmod(file.c_str(), 0644), 0);
     ASSERT_EQ(::chmod(inner.c_str(), 0700), 0);
-    EXPECT_EQ(copy(folder, usersFolder() + "/copy"), Status::started);
-    EXPECT_FALSE(exists(usersFolder() + "/copy"));
+    EXPECT_EQ(copy(directory, usersDirectory() + "/copy"), Status::started);
+    EXPECT_FALSE(exists(usersDirectory() + "/copy"));
     ASSERT_EQ(::chmod(inner.c_str(), 0755), 0);
-    EXPECT_EQ(copy(folder, usersFolder() + "/copy"), Status::started);
-    EXPECT_EQ(contentOf(usersFolder() + "/copy/roots/file"), contentOf(file));
+    EXPECT_EQ(copy(directory, usersDirectory() + "/copy"), Status::started);
+    EXPECT_EQ(contentOf(usersDirectory() + "/copy/roots/file"), contentOf(file));
 }
 
 // ---- Dates, rights and owners ------------------------------------------------------------------
 
 TEST_F(HelperChange, OfDatesRightsAndOwnersFollowsNoLink) {
     const std::string link = plantedLink();
-    const std::string inWay = plantedFolder() + "/secret";
+    const std::string inWay = plantedDirectory() + "/secret";
     for (const auto& path : {link, link + "/", inWay}) {
         EXPECT_EQ(run("/usr/bin/touch", {"-c", path}), Status::itemRedirected) << path;
         EXPECT_EQ(run("/bin/chmod", {"644", path}), Status::itemRedirected) << path;
@@ -330,7 +332,8 @@ TEST_F(HelperChange, OfDatesRightsAndOwnersFollowsNoLink) {
 }
 
 TEST_F(HelperChange, OfDatesRightsAndOwnersSparesWhatHasANameElsewhere) {
-    const std::string name = makeFolder(sandbox::rootsFolder + "/users", servedUser) + "/name";
+    const std::string name =
+        makeDirectory(sandbox::rootsDirectory + "/users", servedUser) + "/name";
     fs::create_hard_link(secret(), name);
     EXPECT_EQ(run("/usr/bin/touch", {"-c", name}), Status::itemForeign);
     EXPECT_EQ(run("/bin/chmod", {"644", name}), Status::itemForeign);
@@ -338,8 +341,8 @@ TEST_F(HelperChange, OfDatesRightsAndOwnersSparesWhatHasANameElsewhere) {
     expectSecretUntouched();
 }
 
-TEST_F(HelperChange, LetsNobodyReadWhatIsAnothersInAUsersFolder) {
-    const std::string roots = makeFile(usersFolder() + "/roots", 0, 0600);
+TEST_F(HelperChange, LetsNobodyReadWhatIsAnothersInAUsersDirectory) {
+    const std::string roots = makeFile(usersDirectory() + "/roots", 0, 0600);
     EXPECT_EQ(run("/bin/chmod", {"644", roots}), Status::itemForeign);
     EXPECT_EQ(rightsOf(roots), 0600U);
 }
@@ -352,13 +355,13 @@ TEST_F(HelperChange, SparesWhatMustStay) {
 TEST_F(HelperChange, SetsTheDateOfWhatExistsAndMakesNothing) {
     EXPECT_EQ(run("/usr/bin/touch", {"-c", secret()}), Status::started);
     EXPECT_FALSE(isOld(secret()));
-    EXPECT_EQ(run("/usr/bin/touch", {"-c", usersFolder() + "/new"}), Status::started);
-    EXPECT_FALSE(exists(usersFolder() + "/new"));
+    EXPECT_EQ(run("/usr/bin/touch", {"-c", usersDirectory() + "/new"}), Status::started);
+    EXPECT_FALSE(exists(usersDirectory() + "/new"));
 }
 
 TEST_F(HelperChange, LetsEverybodyReadAJobFile) {
-    const std::string users = makeFile(usersFolder() + "/job.plist", servedUser, 0600);
-    const std::string roots = makeFile(sandbox::rootsFolder + "/job.plist", 0, 0666);
+    const std::string users = makeFile(usersDirectory() + "/job.plist", servedUser, 0600);
+    const std::string roots = makeFile(sandbox::rootsDirectory + "/job.plist", 0, 0666);
     EXPECT_EQ(run("/bin/chmod", {"644", users}), Status::started);
     EXPECT_EQ(run("/bin/chmod", {"644", roots}), Status::started);
     EXPECT_EQ(rightsOf(users), 0644U);
@@ -366,7 +369,7 @@ TEST_F(HelperChange, LetsEverybodyReadAJobFile) {
 }
 
 TEST_F(HelperChange, LeavesNoDescriptorThatLeadsToAFileGivenToRoot) {
-    const std::string file = makeFile(sandbox::rootsFolder + "/job.plist", servedUser);
+    const std::string file = makeFile(sandbox::rootsDirectory + "/job.plist", servedUser);
     const std::string content = contentOf(file);
     {
         std::ofstream kept(file, std::ios::app);
@@ -376,48 +379,49 @@ TEST_F(HelperChange, LeavesNoDescriptorThatLeadsToAFileGivenToRoot) {
     EXPECT_EQ(contentOf(file), content);
     EXPECT_EQ(statusOf(file).st_uid, 0U);
     EXPECT_EQ(statusOf(file).st_gid, 0U);
-    EXPECT_EQ(std::distance(fs::directory_iterator(sandbox::rootsFolder), {}), 2);
+    EXPECT_EQ(std::distance(fs::directory_iterator(sandbox::rootsDirectory), {}), 2);
 }
 
 TEST_F(HelperChange, GivesNoRightsOfRootsToAProgramThatIsGivenToRoot) {
-    const std::string file = makeFile(sandbox::rootsFolder + "/program", servedUser, 0755);
+    const std::string file = makeFile(sandbox::rootsDirectory + "/program", servedUser, 0755);
     ASSERT_EQ(::chmod(file.c_str(), 06755), 0);
     EXPECT_EQ(run("/bin/chown", {"root:wheel", file}), Status::started);
     EXPECT_EQ(rightsOf(file), 0755U);
 }
 
-TEST_F(HelperChange, GivesAFolderToRoot) {
-    const std::string folder = makeFolder(sandbox::rootsFolder + "/folder", servedUser);
-    EXPECT_EQ(run("/bin/chown", {"root:wheel", folder}), Status::started);
-    EXPECT_EQ(statusOf(folder).st_uid, 0U);
+TEST_F(HelperChange, GivesADirectoryToRoot) {
+    const std::string directory = makeDirectory(sandbox::rootsDirectory + "/folder", servedUser);
+    EXPECT_EQ(run("/bin/chown", {"root:wheel", directory}), Status::started);
+    EXPECT_EQ(statusOf(directory).st_uid, 0U);
 }
 
-// ---- Folders -----------------------------------------------------------------------------------
+// ---- Directories
+// -----------------------------------------------------------------------------------
 
-TEST_F(HelperChange, MakesFoldersAndThoseTheyAreIn) {
-    const std::string folder = sandbox::rootsFolder + "/a/b/c";
+TEST_F(HelperChange, MakesDirectoriesAndThoseTheyAreIn) {
+    const std::string directory = sandbox::rootsDirectory + "/a/b/c";
     for (int round = 0; round < 2; ++round) {
-        EXPECT_EQ(run("/bin/mkdir", {"-p", folder + "/"}), Status::started);
+        EXPECT_EQ(run("/bin/mkdir", {"-p", directory + "/"}), Status::started);
     }
-    EXPECT_EQ(rightsOf(folder), 0755U);
+    EXPECT_EQ(rightsOf(directory), 0755U);
 }
 
-TEST_F(HelperChange, MakesNoFolderByWayOfAUsersLink) {
-    makeLink(sandbox::rootsFolder + "/nowhere", usersFolder() + "/dangling", servedUser);
-    EXPECT_EQ(run("/bin/mkdir", {"-p", plantedFolder() + "/a"}), Status::itemRedirected);
-    EXPECT_EQ(run("/bin/mkdir", {"-p", usersFolder() + "/dangling/a"}), Status::startFailed);
-    EXPECT_EQ(run("/bin/mkdir", {"-p", usersFolder() + "/a/../b"}), Status::itemUnreachable);
+TEST_F(HelperChange, MakesNoDirectoryByWayOfAUsersLink) {
+    makeLink(sandbox::rootsDirectory + "/nowhere", usersDirectory() + "/dangling", servedUser);
+    EXPECT_EQ(run("/bin/mkdir", {"-p", plantedDirectory() + "/a"}), Status::itemRedirected);
+    EXPECT_EQ(run("/bin/mkdir", {"-p", usersDirectory() + "/dangling/a"}), Status::startFailed);
+    EXPECT_EQ(run("/bin/mkdir", {"-p", usersDirectory() + "/a/../b"}), Status::itemUnreachable);
     EXPECT_EQ(run("/bin/mkdir", {"-p", secret() + "/a"}), Status::itemUnreachable);
-    EXPECT_FALSE(exists(sandbox::rootsFolder + "/a"));
-    EXPECT_FALSE(exists(sandbox::rootsFolder + "/nowhere"));
+    EXPECT_FALSE(exists(sandbox::rootsDirectory + "/a"));
+    EXPECT_FALSE(exists(sandbox::rootsDirectory + "/nowhere"));
 }
 
 // ---- Other words -------------------------------------------------------------------------------
 
 TEST_F(HelperChange, LeavesOtherWordsToTheTools) {
-    const std::string file = makeFile(sandbox::rootsFolder + "/file", 0, 0600);
+    const std::string file = makeFile(sandbox::rootsDirectory + "/file", 0, 0600);
     EXPECT_EQ(run("/bin/chmod", {"u=rwx,go=", file}), Status::started);
     EXPECT_EQ(rightsOf(file), 0700U);
-    EXPECT_EQ(run("/usr/bin/touch", {sandbox::rootsFolder + "/new"}), Status::started);
-    EXPECT_TRUE(exists(sandbox::rootsFolder + "/new"));
+    EXPECT_EQ(run("/usr/bin/touch", {sandbox::rootsDirectory + "/new"}), Status::started);
+    EXPECT_TRUE(exists(sandbox::rootsDirectory + "/new"));
 }

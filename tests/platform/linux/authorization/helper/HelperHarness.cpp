@@ -44,16 +44,16 @@ const std::array<FileDescriptor, 3> helperFiles{
     FileDescriptor(::open(QF_PLANNED_HELPER, O_RDONLY | O_CLOEXEC))};
 const FileDescriptor chownFile(::open(QF_CHOWN, O_RDONLY | O_CLOEXEC));
 
-bool mountMemory(const std::string& folder, const char* options) {
-    return ::mount("tmpfs", folder.c_str(), "tmpfs", 0, options) == 0;
+bool mountMemory(const std::string& directory, const char* options) {
+    return ::mount("tmpfs", directory.c_str(), "tmpfs", 0, options) == 0;
 }
 
-/// Makes the two folders anew, without what an earlier test has left in them.
-bool makeFolders() {
-    ::umount2(sandbox::rootsFolder.c_str(), MNT_DETACH);
-    ::umount2(sandbox::everybodysFolder.c_str(), MNT_DETACH);
-    return mountMemory(sandbox::rootsFolder, "mode=755") &&
-           mountMemory(sandbox::everybodysFolder, "mode=1777");
+/// Makes the two directories anew, without what an earlier test has left in them.
+bool makeDirectories() {
+    ::umount2(sandbox::rootsDirectory.c_str(), MNT_DETACH);
+    ::umount2(sandbox::everybodysDirectory.c_str(), MNT_DETACH);
+    return mountMemory(sandbox::rootsDirectory, "mode=755") &&
+           mountMemory(sandbox::everybodysDirectory, "mode=1777");
 }
 
 bool replaceAccounts() {
@@ -74,7 +74,7 @@ std::string makeSandbox() {
     }
     if (::unshare(CLONE_NEWNS) != 0 ||
         ::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
-        !mountMemory("/dev", "mode=755") || !makeFolders() ||
+        !mountMemory("/dev", "mode=755") || !makeDirectories() ||
         ::mknod("/dev/null", S_IFCHR | 0666, ::makedev(1, 3)) != 0 ||
         ::chmod("/dev/null", 0666) != 0 || !replaceAccounts() || !lockMachine()) {
         return std::string("the helper can only be tested with the right to mount: ") +
@@ -163,15 +163,15 @@ void HelperTest::SetUp() {
     if (!sandbox::obstacle().empty()) {
         GTEST_SKIP() << sandbox::obstacle();
     }
-    ASSERT_TRUE(makeFolders());
+    ASSERT_TRUE(makeDirectories());
 }
 
-std::string HelperTest::usersFolder() {
-    const std::string folder = sandbox::everybodysFolder + "/user";
-    return exists(folder) ? folder : makeFolder(folder, servedUser);
+std::string HelperTest::usersDirectory() {
+    const std::string directory = sandbox::everybodysDirectory + "/user";
+    return exists(directory) ? directory : makeDirectory(directory, servedUser);
 }
 
-std::string HelperTest::makeFolder(const std::string& path, uid_t owner, mode_t mode) {
+std::string HelperTest::makeDirectory(const std::string& path, uid_t owner, mode_t mode) {
     EXPECT_EQ(::mkdir(path.c_str(), mode), 0) << path;
     EXPECT_EQ(::chmod(path.c_str(), mode), 0);
     EXPECT_EQ(::chown(path.c_str(), owner, 0), 0);

@@ -19,14 +19,14 @@
 inline constexpr uid_t servedUser = 12345;
 
 /// Where the tests of the helper take place: a mount namespace of the test program's own, in which
-/// nothing but these folders, all empty and in memory, can be written to. The accounts there are
-/// root, and "served" with the home folder servedHome.
+/// nothing but these directories, all empty and in memory, can be written to. The accounts there
+/// are root, and "served" with the home directory servedHome.
 namespace sandbox {
 /// Only root may write here.
-inline const std::string rootsFolder = "/mnt";
-/// Everybody may write here, as in every /tmp. On another file system than rootsFolder.
-inline const std::string everybodysFolder = "/tmp";
-/// A folder with the account's home folder and nothing else. It is not made.
+inline const std::string rootsDirectory = "/mnt";
+/// Everybody may write here, as in every /tmp. On another file system than rootsDirectory.
+inline const std::string everybodysDirectory = "/tmp";
+/// A directory with the account's home directory and nothing else. It is not made.
 inline const std::string servedHome = "/tmp/homes/served";
 
 /// Why the tests cannot take place; empty when they can.
@@ -38,10 +38,10 @@ class HelperTest : public testing::Test {
 protected:
     void SetUp() override;
 
-    /// The folder of user files, owned by the served user.
-    std::string usersFolder();
-    /// Makes a folder or a file with some content, owned by `owner`, and gives its path.
-    static std::string makeFolder(const std::string& path, uid_t owner = 0, mode_t mode = 0755);
+    /// The directory of user files, owned by the served user.
+    std::string usersDirectory();
+    /// Makes a directory or a file with some content, owned by `owner`, and gives its path.
+    static std::string makeDirectory(const std::string& path, uid_t owner = 0, mode_t mode = 0755);
     static std::string makeFile(const std::string& path, uid_t owner = 0, mode_t mode = 0644);
     static std::string makeLink(const std::string& target, const std::string& path, uid_t owner);
     /// Copies the stand-in for chown out of the build tree, and returns the path of the copy.

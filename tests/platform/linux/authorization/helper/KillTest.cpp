@@ -2,7 +2,7 @@
 // system calls.
 
 #include "tests/platform/linux/authorization/helper/HelperHarness.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/TemporaryDirectory.h"
 
 #include <poll.h>
 #include <sys/ptrace.h>
@@ -123,12 +123,12 @@ private:
 
 class HelperKilled : public HelperTest {
 protected:
-    static std::string source() { return sandbox::rootsFolder + "/item"; }
-    std::string target() { return usersFolder() + "/item"; }
+    static std::string source() { return sandbox::rootsDirectory + "/item"; }
+    std::string target() { return usersDirectory() + "/item"; }
 
     static void makeItem() {
         fs::remove_all(source());
-        makeFile(makeFolder(makeFolder(source()) + "/inner") + "/file");
+        makeFile(makeDirectory(makeDirectory(source()) + "/inner") + "/file");
         content() = contentOf(source() + "/inner/file");
     }
     static std::string& content() {

@@ -112,11 +112,11 @@ pid_t forkWithNumber(pid_t number) {
 
 class HelperPeer : public HelperTest {
 protected:
-    /// A request that leaves a folder where it is granted.
+    /// A request that leaves a directory where it is granted.
     static std::string traceableRequest() {
         return encodeRequest("/bin/mkdir", {"-p", trace()}).value();
     }
-    static std::string trace() { return sandbox::rootsFolder + "/trace"; }
+    static std::string trace() { return sandbox::rootsDirectory + "/trace"; }
 };
 
 TEST_F(HelperPeer, AloneIsServed) {
@@ -205,7 +205,7 @@ TEST_F(HelperPeer, ThatAsksNothingForLongLosesTheRight) {
 
 TEST_F(HelperPeer, MayWaitForItsToolsAsLongAsTheyTake) {
     TestedHelper helper({.kind = HelperKind::impatient});
-    const std::string gate = sandbox::rootsFolder + "/gate";
+    const std::string gate = sandbox::rootsDirectory + "/gate";
     ASSERT_EQ(::mkfifo(gate.c_str(), 0600), 0);
     const auto answer = helper.start("/bin/cat", {gate});
     ASSERT_EQ(answer.status, Status::started);

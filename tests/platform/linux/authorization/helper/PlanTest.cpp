@@ -4,7 +4,7 @@
 #include "platform/linux/authorization/helper/BundleIdentifier.h"
 #include "tests/platform/linux/authorization/helper/Attacker.h"
 #include "tests/platform/linux/authorization/helper/HelperHarness.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/TemporaryDirectory.h"
 
 #include <sys/mount.h>
 #include <sys/stat.h>
@@ -50,18 +50,18 @@ protected:
     void SetUp() override {
         HelperTest::SetUp();
         if (!IsSkipped()) {
-            makeFolder(sandbox::everybodysFolder + "/homes");
-            makeFolder(home(), servedUser);
-            makeFolder(home() + "/Library", servedUser);
-            makeFolder(home() + "/Library/LaunchAgents", servedUser);
-            makeFolder(trash(), servedUser);
-            makeFolder(machine());
+            makeDirectory(sandbox::everybodysDirectory + "/homes");
+            makeDirectory(home(), servedUser);
+            makeDirectory(home() + "/Library", servedUser);
+            makeDirectory(home() + "/Library/LaunchAgents", servedUser);
+            makeDirectory(trash(), servedUser);
+            makeDirectory(machine());
         }
     }
 
     static const std::string& home() { return sandbox::servedHome; }
     static std::string trash() { return home() + "/.Trash"; }
-    static std::string machine() { return sandbox::rootsFolder + "/machine"; }
+    static std::string machine() { return sandbox::rootsDirectory + "/machine"; }
     static std::string job() { return home() + "/Library/LaunchAgents/com.example.job.plist"; }
 
     static Status run(const std::string& tool, const std::vector<std::string>& arguments) {
@@ -74,8 +74,8 @@ protected:
     /// Makes an application whose list has this content, and returns its path.
     static std::string makeApplication(const std::string& list, uid_t owner = 0,
                                        uid_t contentsOwner = 0) {
-        const std::string path = makeFolder(sandbox::rootsFolder + "/Player.app", owner);
-        makeFolder(path + "/Contents", contentsOwner);
+        const std::string path = makeDirectory(sandbox::rootsDirectory + "/Player.app", owner);
+        makeDirectory(path + "/Contents", contentsOwner);
         std::ofstream(makeFile(path + "/Contents/Info.plist", contentsOwner)) << list;
         return path;
     }
@@ -94,7 +94,7 @@ TEST_F(HelperPlan, HasItsItemsMovedToTheUsersTrash) {
 
 TEST_F(HelperPlan, HasThemMovedWhereTheUsersOwnLinkLeads) {
     fs::remove(trash());
-    makeFolder(home() + "/share", servedUser);
+    makeDirectory(home() + "/share", servedUser);
     makeLink("share", trash(), servedUser);
     EXPECT_EQ(move(makeFile(machine() + "/item.plist"), trash() + "/new"), Status::started);
     EXPECT_TRUE(exists(home() + "/share/new"));
@@ -103,7 +103,7 @@ TEST_F(HelperPlan, HasThemMovedWhereTheUsersOwnLinkLeads) {
 TEST_F(HelperPlan, HasNothingElseMoved) {
     for (const auto& path :
          {machine() + "/item", machine() + "/Install", machine() + "/deep", machine(),
-          sandbox::rootsFolder + "/item.plist", home() + "/item.plist",
+          sandbox::rootsDirectory + "/item.plist", home() + "/item.plist",
           home() + "/Library/LaunchAgents/com.example.other.plist"}) {
         if (!exists(path)) {
             makeFile(path);
@@ -116,23 +116,23 @@ TEST_F(HelperPlan, HasNothingElseMoved) {
 
 TEST_F(HelperPlan, HasNothingMovedToAnotherPlaceThanTheUsersTrash) {
     const std::string item = makeFile(machine() + "/item.plist");
-    const std::string inner = makeFolder(trash() + "/folder", servedUser);
-    const std::string anothers = makeFolder(sandbox::everybodysFolder + "/homes/x", 23456);
+    const std::string inner = makeDirectory(trash() + "/folder", servedUser);
+    const std::string anothers = makeDirectory(sandbox::everybodysDirectory + "/homes/x", 23456);
     for (const auto& place : {machine() + "/other.plist", home() + "/new", inner, inner + "/new",
-                              makeFolder(anothers + "/.Trash", 23456) + "/new", anothers,
-                              sandbox::rootsFolder + "/new"}) {
+                              makeDirectory(anothers + "/.Trash", 23456) + "/new", anothers,
+                              sandbox::rootsDirectory + "/new"}) {
         EXPECT_EQ(move(item, place), Status::notPlanned) << place;
     }
     EXPECT_TRUE(exists(item));
 }
 
-TEST_F(HelperPlan, TakesNoFolderOfAnothersForTheTrash) {
+TEST_F(HelperPlan, TakesNoDirectoryOfAnothersForTheTrash) {
     const std::string item = makeFile(machine() + "/item.plist");
     fs::remove(trash());
-    makeLink(makeFolder(sandbox::rootsFolder + "/roots"), trash(), servedUser);
+    makeLink(makeDirectory(sandbox::rootsDirectory + "/roots"), trash(), servedUser);
     EXPECT_EQ(move(item, trash() + "/new"), Status::itemRedirected);
     fs::remove(trash());
-    makeFolder(trash(), 0);
+    makeDirectory(trash(), 0);
     EXPECT_EQ(move(item, trash() + "/new"), Status::notPlanned);
     EXPECT_TRUE(exists(item));
 }
@@ -173,7 +173,7 @@ TEST_F(HelperPlan, HasNoOtherApplicationMoved) {
     }
 }
 
-TEST_F(HelperPlan, TakesNoFolderForAnApplicationBecauseAnotherSaysSo) {
+TEST_F(HelperPlan, TakesNoDirectoryForAnApplicationBecauseAnotherSaysSo) {
     const std::string list = listWith("com.example.Player");
     const std::string path = makeApplication(list, 0, servedUser);
     EXPECT_EQ(move(path, trash() + "/Player.app"), Status::notPlanned);
@@ -244,22 +244,22 @@ TEST_F(HelperPlan, HasNothingPutBackFromAFileSystemThatMayBeAnybodysWork) {
 TEST_F(HelperPlan, HasNothingReplacedByWhatIsPutBack) {
     const std::string file = makeFile(trash() + "/file");
     const std::string item = makeFile(machine() + "/item.plist");
-    const std::string folder = makeFolder(machine() + "/other.plist");
+    const std::string directory = makeDirectory(machine() + "/other.plist");
     EXPECT_EQ(move(file, item), Status::notPlanned);
-    EXPECT_EQ(move(file, folder), Status::notPlanned);
+    EXPECT_EQ(move(file, directory), Status::notPlanned);
     EXPECT_EQ(contentOf(item), "content of " + item);
-    EXPECT_TRUE(fs::is_empty(folder));
+    EXPECT_TRUE(fs::is_empty(directory));
 }
 
 TEST_F(HelperPlan, HasNothingPutElsewhereOrFromElsewhere) {
     const std::string file = makeFile(trash() + "/file");
-    for (const auto& place : {machine() + "/file", sandbox::rootsFolder + "/file", machine()}) {
+    for (const auto& place : {machine() + "/file", sandbox::rootsDirectory + "/file", machine()}) {
         EXPECT_EQ(move(file, place), Status::notPlanned) << place;
     }
     EXPECT_EQ(move(makeFile(home() + "/file"), machine() + "/item.plist"), Status::notPlanned);
 }
 
-TEST_F(HelperPlan, HasTheFoldersOnTheWayBackMade) {
+TEST_F(HelperPlan, HasTheDirectoriesOnTheWayBackMade) {
     EXPECT_EQ(run("/bin/mkdir", {"-p", machine() + "/deep/er"}), Status::started);
     EXPECT_TRUE(exists(machine() + "/deep/er"));
     for (const auto& path : {machine() + "/deep/er/item", machine() + "/de", "/etc"s,
@@ -269,11 +269,11 @@ TEST_F(HelperPlan, HasTheFoldersOnTheWayBackMade) {
 }
 
 TEST_F(HelperPlan, PutsBackTheVeryItemThatIsRoots) {
-    // In memory all of it is one file system, as where the home folder is on the machine's.
+    // In memory all of it is one file system, as where the home directory is on the machine's.
     const std::string roots = makeFile(trash() + "/roots");
     const std::string users = makeFile(trash() + "/users", servedUser);
-    fs::remove(sandbox::rootsFolder + "/machine");
-    const std::string real = makeFolder(sandbox::everybodysFolder + "/machine");
+    fs::remove(sandbox::rootsDirectory + "/machine");
+    const std::string real = makeDirectory(sandbox::everybodysDirectory + "/machine");
     makeLink(real, machine(), 0);
     {
         TestedHelper helper({.kind = HelperKind::planned});
@@ -301,7 +301,7 @@ TEST_F(HelperPlan, HasJobFilesRemoved) {
 }
 
 TEST_F(HelperPlan, HasNothingElseRemoved) {
-    makeFolder(job(), servedUser);
+    makeDirectory(job(), servedUser);
     const std::string item = makeFile(machine() + "/item.plist");
     EXPECT_EQ(run("/bin/rm", {"-Rdf", job()}), Status::notPlanned);
     EXPECT_EQ(run("/bin/rm", {"-Rdf", item}), Status::notPlanned);

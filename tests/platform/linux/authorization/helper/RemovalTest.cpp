@@ -1,7 +1,7 @@
 // What rm and mv may not take away, and where they are not led.
 
 #include "tests/platform/linux/authorization/helper/HelperHarness.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/TemporaryDirectory.h"
 
 #include <fcntl.h>
 #include <linux/fs.h>
@@ -36,8 +36,8 @@ private:
     const char* place_;
 };
 
-std::ptrdiff_t entries(const std::string& folder) {
-    return std::distance(fs::directory_iterator(folder), {});
+std::ptrdiff_t entries(const std::string& directory) {
+    return std::distance(fs::directory_iterator(directory), {});
 }
 
 } // namespace
@@ -47,14 +47,14 @@ protected:
     void SetUp() override {
         HelperTest::SetUp();
         if (!IsSkipped()) {
-            makeFolder(sandbox::everybodysFolder + "/homes");
-            makeFolder(sandbox::servedHome, servedUser);
+            makeDirectory(sandbox::everybodysDirectory + "/homes");
+            makeDirectory(sandbox::servedHome, servedUser);
         }
     }
 
-    static const std::string& roots() { return sandbox::rootsFolder; }
+    static const std::string& roots() { return sandbox::rootsDirectory; }
 
-    /// The machine is locked, and rm is not told to enter folders: nothing would be lost if the
+    /// The machine is locked, and rm is not told to enter directories: nothing would be lost if the
     /// helper let one of these through.
     static void expectProtected(const std::string& path) {
         TestedHelper helper;
@@ -68,7 +68,7 @@ protected:
     }
 };
 
-TEST_F(HelperRemoval, SparesTopLevelFoldersHoweverTheyAreSpelled) {
+TEST_F(HelperRemoval, SparesTopLevelDirectoriesHoweverTheyAreSpelled) {
     for (const char* path :
          {"/", "//", "/usr", "/usr/", "/usr//", "//usr", "/./usr", "/usr/../usr", "/etc/../usr",
           "/usr/bin/../../etc/", "/proc/1/../../usr", "/etc", "/bin", "/usr/bin", "/tmp", "/."}) {
@@ -83,27 +83,27 @@ TEST_F(HelperRemoval, SparesThemByWayOfALink) {
     expectProtected(roots() + "/root/.");
 }
 
-TEST_F(HelperRemoval, SparesHomeFoldersAndTheFoldersTheyAreIn) {
+TEST_F(HelperRemoval, SparesHomeDirectoriesAndTheDirectoriesTheyAreIn) {
     expectProtected("/root");
     expectProtected(sandbox::servedHome);
     expectProtected(sandbox::servedHome + "/");
     expectProtected("/usr/../root/");
-    expectProtected(sandbox::everybodysFolder + "/homes");
+    expectProtected(sandbox::everybodysDirectory + "/homes");
 }
 
-TEST_F(HelperRemoval, SparesAHomeFolderThatALinkLeadsToAndTheLink) {
+TEST_F(HelperRemoval, SparesAHomeDirectoryThatALinkLeadsToAndTheLink) {
     ASSERT_EQ(::rmdir(sandbox::servedHome.c_str()), 0);
-    makeFolder(roots() + "/data");
-    makeLink(makeFolder(roots() + "/data/served", servedUser), sandbox::servedHome, 0);
+    makeDirectory(roots() + "/data");
+    makeLink(makeDirectory(roots() + "/data/served", servedUser), sandbox::servedHome, 0);
     expectProtected(sandbox::servedHome);
     expectProtected(roots() + "/data/served");
     expectProtected(roots() + "/data");
 }
 
-TEST_F(HelperRemoval, SparesMountPointsAndTheFoldersTheyAreIn) {
-    makeFolder(roots() + "/outer");
-    const std::string point = makeFolder(roots() + "/outer/mount point");
-    makeFolder(roots() + "/outer/plain");
+TEST_F(HelperRemoval, SparesMountPointsAndTheDirectoriesTheyAreIn) {
+    makeDirectory(roots() + "/outer");
+    const std::string point = makeDirectory(roots() + "/outer/mount point");
+    makeDirectory(roots() + "/outer/plain");
     ASSERT_EQ(::mount("tmpfs", point.c_str(), "tmpfs", 0, ""), 0);
     expectProtected(roots());
     expectProtected(roots() + "/outer");
@@ -114,8 +114,8 @@ TEST_F(HelperRemoval, SparesMountPointsAndTheFoldersTheyAreIn) {
 }
 
 TEST_F(HelperRemoval, SparesAMountPointOfAFileSystemWithALongName) {
-    makeFolder(roots() + "/outer");
-    const std::string point = makeFolder(roots() + "/outer/point");
+    makeDirectory(roots() + "/outer");
+    const std::string point = makeDirectory(roots() + "/outer/point");
     const std::string name(4095, 'x');
     ASSERT_EQ(::mount(name.c_str(), point.c_str(), "tmpfs", 0, ""), 0);
     expectProtected(roots() + "/outer");
@@ -132,10 +132,10 @@ TEST_F(HelperRemoval, IsToldByItsNameWhereOneProgramIsAllTools) {
     const StandIn mv("/usr/bin/cp", "/usr/bin/mv");
     TestedHelper helper;
     const std::string file = makeFile(roots() + "/file");
-    const std::string moved = makeFile(usersFolder() + "/moved");
+    const std::string moved = makeFile(usersDirectory() + "/moved");
     EXPECT_EQ(helper.run("/bin/cp", {"-f", "-p", "-R", file, roots() + "/copy"}), Status::started);
     EXPECT_TRUE(exists(roots() + "/copy"));
-    EXPECT_EQ(helper.run("/bin/mv", {"-f", moved, usersFolder() + "/new"}), Status::started);
+    EXPECT_EQ(helper.run("/bin/mv", {"-f", moved, usersDirectory() + "/new"}), Status::started);
     EXPECT_FALSE(exists(moved));
     EXPECT_EQ(helper.run("/bin/rm", {"-df", "/usr"}), Status::itemProtected);
 }
@@ -147,11 +147,11 @@ TEST_F(HelperRemoval, SparesThemAmongOtherOperands) {
     EXPECT_TRUE(exists(file));
 }
 
-TEST_F(HelperRemoval, SparesAnEmptyHomeFolderFromBeingReplaced) {
+TEST_F(HelperRemoval, SparesAnEmptyHomeDirectoryFromBeingReplaced) {
     TestedHelper helper;
-    makeFolder(roots() + "/served");
+    makeDirectory(roots() + "/served");
     EXPECT_EQ(
-        helper.run("/bin/mv", {"-f", roots() + "/served", sandbox::everybodysFolder + "/homes"}),
+        helper.run("/bin/mv", {"-f", roots() + "/served", sandbox::everybodysDirectory + "/homes"}),
         Status::itemProtected);
 }
 
@@ -176,8 +176,8 @@ TEST_F(HelperRemoval, OfWhatDoesNotExistIsStarted) {
 
 TEST_F(HelperRemoval, TakesALinkAwayAndNotWhatItLeadsTo) {
     TestedHelper helper;
-    const std::string target = makeFolder(roots() + "/target");
-    const std::string link = makeLink(target, usersFolder() + "/link", servedUser);
+    const std::string target = makeDirectory(roots() + "/target");
+    const std::string link = makeLink(target, usersDirectory() + "/link", servedUser);
     EXPECT_EQ(helper.run("/bin/rm", {"-Rdf", link + "/"}), Status::itemRedirected);
     EXPECT_TRUE(exists(link));
     EXPECT_EQ(helper.run("/bin/rm", {"-Rdf", link}), Status::started);
@@ -203,41 +203,42 @@ TEST_F(HelperRemoval, HasNoOptionsButKnownOnes) {
     EXPECT_TRUE(exists(file));
 }
 
-TEST_F(HelperRemoval, IsNotLedOutOfAUsersFolderByTheUsersLinks) {
+TEST_F(HelperRemoval, IsNotLedOutOfAUsersDirectoryByTheUsersLinks) {
     TestedHelper helper;
-    makeFolder(roots() + "/outside");
+    makeDirectory(roots() + "/outside");
     const std::string outside = makeFile(roots() + "/outside/file");
-    const std::string inside = makeFile(usersFolder() + "/file", servedUser);
-    const std::string link = makeLink(roots() + "/outside", usersFolder() + "/link", servedUser);
+    const std::string inside = makeFile(usersDirectory() + "/file", servedUser);
+    const std::string link = makeLink(roots() + "/outside", usersDirectory() + "/link", servedUser);
     EXPECT_EQ(helper.run("/bin/rm", {"-Rdf", link + "/file"}), Status::itemRedirected);
     EXPECT_EQ(helper.run("/bin/mv", {"-f", link + "/file", roots() + "/taken"}),
               Status::itemRedirected);
     EXPECT_EQ(helper.run("/bin/mv", {"-f", inside, link + "/new"}), Status::itemRedirected);
     EXPECT_EQ(helper.run("/bin/mv", {"-f", inside, link}), Status::itemRedirected);
-    EXPECT_EQ(helper.run("/bin/rm", {"-Rdf", usersFolder() + "/../../mnt/outside/file"}),
+    EXPECT_EQ(helper.run("/bin/rm", {"-Rdf", usersDirectory() + "/../../mnt/outside/file"}),
               Status::itemRedirected);
     EXPECT_EQ(contentOf(outside), "content of " + outside);
     EXPECT_TRUE(exists(inside));
     EXPECT_EQ(std::distance(fs::directory_iterator(roots() + "/outside"), {}), 1);
 }
 
-TEST_F(HelperRemoval, IsNotLedByALinkInAFolderThatEverybodyMayChange) {
+TEST_F(HelperRemoval, IsNotLedByALinkInADirectoryThatEverybodyMayChange) {
     TestedHelper helper;
-    const std::string shared = makeFolder(usersFolder() + "/shared", servedUser, 0777);
-    const std::string file = makeFile(makeFolder(usersFolder() + "/private", servedUser) + "/file");
-    const std::string link = makeLink(usersFolder() + "/private", shared + "/link", 23456);
+    const std::string shared = makeDirectory(usersDirectory() + "/shared", servedUser, 0777);
+    const std::string file =
+        makeFile(makeDirectory(usersDirectory() + "/private", servedUser) + "/file");
+    const std::string link = makeLink(usersDirectory() + "/private", shared + "/link", 23456);
     EXPECT_EQ(helper.run("/bin/rm", {"-Rdf", link + "/file"}), Status::itemRedirected);
     EXPECT_TRUE(exists(file));
 }
 
-TEST_F(HelperRemoval, FollowsAUsersLinkToTheUsersOwnFolder) {
+TEST_F(HelperRemoval, FollowsAUsersLinkToTheUsersOwnDirectory) {
     TestedHelper helper;
     const std::string file = makeFile(roots() + "/file");
-    makeFolder(usersFolder() + "/share", servedUser);
-    makeFolder(usersFolder() + "/share/files", servedUser);
-    const std::string trash = makeLink("share/files", usersFolder() + "/.Trash", servedUser);
+    makeDirectory(usersDirectory() + "/share", servedUser);
+    makeDirectory(usersDirectory() + "/share/files", servedUser);
+    const std::string trash = makeLink("share/files", usersDirectory() + "/.Trash", servedUser);
     EXPECT_EQ(helper.run("/bin/mv", {"-f", file, trash + "/file"}), Status::started);
-    EXPECT_EQ(contentOf(usersFolder() + "/share/files/file"), "content of " + file);
+    EXPECT_EQ(contentOf(usersDirectory() + "/share/files/file"), "content of " + file);
     EXPECT_FALSE(exists(file));
 }
 
@@ -267,9 +268,9 @@ protected:
     /// As many as take a while to copy.
     static constexpr int manyFiles = 3000;
 
-    static void makeManyFiles(const std::string& folder) {
+    static void makeManyFiles(const std::string& directory) {
         for (int number = 0; number < manyFiles; ++number) {
-            makeFile(folder + "/" + std::to_string(number));
+            makeFile(directory + "/" + std::to_string(number));
         }
     }
 
@@ -283,11 +284,11 @@ protected:
     static constexpr std::uintmax_t largeFile = 1U << 20U;
 };
 
-TEST_F(HelperMove, GoesIntoAFolderOrToANewName) {
+TEST_F(HelperMove, GoesIntoADirectoryOrToANewName) {
     TestedHelper helper;
     const std::string file = makeFile(roots() + "/file");
     const std::string content = contentOf(file);
-    makeFolder(roots() + "/folder");
+    makeDirectory(roots() + "/folder");
     EXPECT_EQ(helper.run("/bin/mv", {"-f", file, roots() + "/new"}), Status::started);
     EXPECT_EQ(contentOf(roots() + "/new"), content);
     EXPECT_EQ(helper.run("/bin/mv", {"-f", roots() + "/new", roots() + "/folder/"}),
@@ -304,7 +305,7 @@ TEST_F(HelperMove, OfAFileToItsOtherNameTakesTheFirstAway) {
     fs::create_hard_link(file, roots() + "/name");
     EXPECT_EQ(helper.run("/bin/mv", {"-f", file, roots() + "/name"}), Status::started);
     EXPECT_FALSE(exists(file));
-    const std::string own = makeFolder(roots() + "/own", servedUser);
+    const std::string own = makeDirectory(roots() + "/own", servedUser);
     fs::create_hard_link(roots() + "/name", own + "/name");
     EXPECT_EQ(helper.run("/bin/mv", {"-f", own + "/name", roots() + "/name"}), Status::started);
     EXPECT_TRUE(fs::is_empty(own));
@@ -324,44 +325,45 @@ TEST_F(HelperMove, IsRefusedWithoutSourceOrWay) {
 
 TEST_F(HelperMove, KeepsOwnersAndRightsOnItsWayToAnotherFileSystem) {
     TestedHelper helper;
-    makeFolder(roots() + "/folder", 0, 0750);
+    makeDirectory(roots() + "/folder", 0, 0750);
     makeFile(roots() + "/folder/file", servedUser, 0640);
-    const std::string moved = usersFolder() + "/folder";
+    const std::string moved = usersDirectory() + "/folder";
     EXPECT_EQ(helper.run("/bin/mv", {"-f", roots() + "/folder", moved}), Status::started);
-    struct stat folder {};
+    struct stat directory {};
     struct stat file {};
-    ASSERT_EQ(::stat(moved.c_str(), &folder), 0);
+    ASSERT_EQ(::stat(moved.c_str(), &directory), 0);
     ASSERT_EQ(::stat((moved + "/file").c_str(), &file), 0);
-    EXPECT_EQ(folder.st_uid, 0U);
-    EXPECT_EQ(folder.st_mode & 07777U, 0750U);
+    EXPECT_EQ(directory.st_uid, 0U);
+    EXPECT_EQ(directory.st_mode & 07777U, 0750U);
     EXPECT_EQ(file.st_uid, servedUser);
     EXPECT_EQ(file.st_mode & 07777U, 0640U);
-    EXPECT_EQ(std::distance(fs::directory_iterator(usersFolder()), {}), 1);
+    EXPECT_EQ(std::distance(fs::directory_iterator(usersDirectory()), {}), 1);
     EXPECT_FALSE(exists(roots() + "/folder"));
 }
 
-TEST_F(HelperMove, ReplacesAFileAndAnEmptyFolderInAUsersFolder) {
+TEST_F(HelperMove, ReplacesAFileAndAnEmptyDirectoryInAUsersDirectory) {
     TestedHelper helper;
-    const std::string file = makeFile(usersFolder() + "/file");
+    const std::string file = makeFile(usersDirectory() + "/file");
     const std::string content = contentOf(file);
-    const std::string other = makeFile(usersFolder() + "/other");
+    const std::string other = makeFile(usersDirectory() + "/other");
     EXPECT_EQ(helper.run("/bin/mv", {"-f", file, other}), Status::started);
     EXPECT_EQ(contentOf(other), content);
-    makeFolder(makeFolder(usersFolder() + "/trash", servedUser) + "/folder", servedUser);
-    makeFile(makeFolder(usersFolder() + "/folder") + "/file");
-    EXPECT_EQ(helper.run("/bin/mv", {"-f", usersFolder() + "/folder", usersFolder() + "/trash"}),
-              Status::started);
-    EXPECT_TRUE(exists(usersFolder() + "/trash/folder/file"));
-    EXPECT_FALSE(exists(usersFolder() + "/folder"));
+    makeDirectory(makeDirectory(usersDirectory() + "/trash", servedUser) + "/folder", servedUser);
+    makeFile(makeDirectory(usersDirectory() + "/folder") + "/file");
+    EXPECT_EQ(
+        helper.run("/bin/mv", {"-f", usersDirectory() + "/folder", usersDirectory() + "/trash"}),
+        Status::started);
+    EXPECT_TRUE(exists(usersDirectory() + "/trash/folder/file"));
+    EXPECT_FALSE(exists(usersDirectory() + "/folder"));
 }
 
 TEST_F(HelperMove, LeavesTheItemWhereItsPlaceIsTaken) {
-    for (const auto& from : {roots(), usersFolder()}) {
+    for (const auto& from : {roots(), usersDirectory()}) {
         TestedHelper helper;
-        const std::string file = makeFile(makeFolder(from + "/folder") + "/file");
-        const std::string trash = makeFolder(usersFolder() + "/trash", servedUser);
+        const std::string file = makeFile(makeDirectory(from + "/folder") + "/file");
+        const std::string trash = makeDirectory(usersDirectory() + "/trash", servedUser);
         makeLink("/nowhere", trash + "/link", servedUser);
-        makeFile(makeFolder(trash + "/folder", servedUser) + "/kept");
+        makeFile(makeDirectory(trash + "/folder", servedUser) + "/kept");
         for (const auto& place : {trash + "/link", trash}) {
             EXPECT_EQ(helper.run("/bin/mv", {"-f", from + "/folder", place}), Status::startFailed)
                 << place;
@@ -374,28 +376,29 @@ TEST_F(HelperMove, LeavesTheItemWhereItsPlaceIsTaken) {
     }
 }
 
-TEST_F(HelperMove, IsNotHinderedByWhoGuessesTheNameOfItsFolder) {
+TEST_F(HelperMove, IsNotHinderedByWhoGuessesTheNameOfItsDirectory) {
     TestedHelper helper;
     ASSERT_EQ(helper.send(platform::native::helper::areYouThere).status, Status::ready);
     for (int next = 0; next < 100; ++next) {
-        makeFolder(usersFolder() + "/.qf-helper-" + std::to_string(helper.process() + next),
-                   servedUser);
+        makeDirectory(usersDirectory() + "/.qf-helper-" + std::to_string(helper.process() + next),
+                      servedUser);
     }
     const std::string file = makeFile(roots() + "/file");
-    EXPECT_EQ(helper.run("/bin/mv", {"-f", file, usersFolder()}), Status::started);
-    EXPECT_TRUE(exists(usersFolder() + "/file"));
-    EXPECT_EQ(entries(usersFolder()), 101);
+    EXPECT_EQ(helper.run("/bin/mv", {"-f", file, usersDirectory()}), Status::started);
+    EXPECT_TRUE(exists(usersDirectory() + "/file"));
+    EXPECT_EQ(entries(usersDirectory()), 101);
 }
 
 TEST_F(HelperMove, LeavesTheItemWhosePlaceIsTakenWhileItIsCopied) {
     TestedHelper helper;
     for (const char* from : {"/first", "/second"}) {
-        makeFolder(makeFolder(roots() + from) + "/folder");
+        makeDirectory(makeDirectory(roots() + from) + "/folder");
         makeManyFiles(roots() + from + "/folder");
     }
     std::optional<HeldTurn> held(helper);
-    const auto first = helper.start("/bin/mv", {"-f", roots() + "/first/folder", usersFolder()});
-    const auto second = helper.start("/bin/mv", {"-f", roots() + "/second/folder", usersFolder()});
+    const auto first = helper.start("/bin/mv", {"-f", roots() + "/first/folder", usersDirectory()});
+    const auto second =
+        helper.start("/bin/mv", {"-f", roots() + "/second/folder", usersDirectory()});
     held.reset();
     helper.disconnect();
     EXPECT_EQ(helper.waitForEnd(), 0);
@@ -404,14 +407,14 @@ TEST_F(HelperMove, LeavesTheItemWhosePlaceIsTakenWhileItIsCopied) {
     const bool isFirstLeft = exists(roots() + "/first/folder");
     EXPECT_TRUE(fs::is_empty(roots() + (isFirstLeft ? "/second" : "/first")));
     EXPECT_EQ(entries(roots() + (isFirstLeft ? "/first" : "/second") + "/folder"), manyFiles);
-    EXPECT_EQ(entries(usersFolder() + "/folder"), manyFiles);
-    EXPECT_EQ(entries(usersFolder()), 1);
+    EXPECT_EQ(entries(usersDirectory() + "/folder"), manyFiles);
+    EXPECT_EQ(entries(usersDirectory()), 1);
 }
 
 TEST_F(HelperMove, ThatIsAskedForAgainWhileItCopiesIsDoneOnce) {
     constexpr int requests = 4;
-    makeManyFiles(makeFolder(roots() + "/folder"));
-    const std::string moved = usersFolder() + "/folder";
+    makeManyFiles(makeDirectory(roots() + "/folder"));
+    const std::string moved = usersDirectory() + "/folder";
     {
         TestedHelper helper;
         std::optional<HeldTurn> held(helper);
@@ -425,14 +428,14 @@ TEST_F(HelperMove, ThatIsAskedForAgainWhileItCopiesIsDoneOnce) {
     }
     EXPECT_EQ(entries(moved), manyFiles);
     EXPECT_FALSE(exists(roots() + "/folder"));
-    EXPECT_EQ(std::distance(fs::directory_iterator(usersFolder()), {}), 1);
+    EXPECT_EQ(std::distance(fs::directory_iterator(usersDirectory()), {}), 1);
 }
 
 TEST_F(HelperMove, ThatFailsHalfWayLeavesTheItemWholeAndNothingElse) {
     TestedHelper helper;
-    const std::string small = makeFolder(usersFolder() + "/small");
+    const std::string small = makeDirectory(usersDirectory() + "/small");
     ASSERT_EQ(::mount("tmpfs", small.c_str(), "tmpfs", 0, "size=64k,mode=777"), 0);
-    makeFolder(roots() + "/folder");
+    makeDirectory(roots() + "/folder");
     makeLargeFile(helper, roots() + "/folder/file");
     EXPECT_EQ(helper.run("/bin/mv", {"-f", roots() + "/folder", small}), Status::started);
     EXPECT_EQ(fs::file_size(roots() + "/folder/file"), largeFile);
@@ -441,11 +444,11 @@ TEST_F(HelperMove, ThatFailsHalfWayLeavesTheItemWholeAndNothingElse) {
 
 TEST_F(HelperMove, OfADeepTreeThatFailsHalfWayLeavesItWholeAndNothingElse) {
     TestedHelper helper;
-    const std::string small = makeFolder(usersFolder() + "/small");
+    const std::string small = makeDirectory(usersDirectory() + "/small");
     ASSERT_EQ(::mount("tmpfs", small.c_str(), "tmpfs", 0, "size=2m,mode=777"), 0);
-    std::string deepest = makeFolder(roots() + "/folder");
+    std::string deepest = makeDirectory(roots() + "/folder");
     for (int depth = 0; depth < 300; ++depth) {
-        deepest = makeFolder(deepest + "/d");
+        deepest = makeDirectory(deepest + "/d");
     }
     for (const char* name : {"/1", "/2", "/3"}) {
         makeLargeFile(helper, deepest + name);
@@ -459,7 +462,7 @@ TEST_F(HelperMove, OfADeepTreeThatFailsHalfWayLeavesItWholeAndNothingElse) {
 
 TEST_F(HelperMove, ThatCannotTakeAllAwayKeepsTheCopyOfWhatIsGone) {
     TestedHelper helper;
-    makeFolder(roots() + "/folder");
+    makeDirectory(roots() + "/folder");
     makeFile(roots() + "/folder/a");
     const std::string locked = makeFile(roots() + "/folder/b");
     const FileDescriptor file(::open(locked.c_str(), O_RDONLY | O_CLOEXEC));
@@ -467,11 +470,12 @@ TEST_F(HelperMove, ThatCannotTakeAllAwayKeepsTheCopyOfWhatIsGone) {
     if (::ioctl(file.get(), FS_IOC_SETFLAGS, &flags) != 0) {
         GTEST_SKIP() << "the file system in memory has no immutable flag";
     }
-    EXPECT_EQ(helper.run("/bin/mv", {"-f", roots() + "/folder", usersFolder()}), Status::started);
+    EXPECT_EQ(helper.run("/bin/mv", {"-f", roots() + "/folder", usersDirectory()}),
+              Status::started);
     flags = 0;
     EXPECT_EQ(::ioctl(file.get(), FS_IOC_SETFLAGS, &flags), 0);
 
     EXPECT_TRUE(exists(roots() + "/folder/b"));
-    EXPECT_TRUE(exists(roots() + "/folder/a") || exists(usersFolder() + "/folder/a"));
-    EXPECT_EQ(exists(roots() + "/folder/a"), !exists(usersFolder() + "/folder/a"));
+    EXPECT_TRUE(exists(roots() + "/folder/a") || exists(usersDirectory() + "/folder/a"));
+    EXPECT_EQ(exists(roots() + "/folder/a"), !exists(usersDirectory() + "/folder/a"));
 }

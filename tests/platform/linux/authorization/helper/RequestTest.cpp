@@ -134,39 +134,40 @@ TEST_F(HelperRequest, ForARelativeToolIsRefused) {
 TEST_F(HelperRequest, ForWhatIsNoToolIsRefused) {
     expectToolRefusal("/no/such/tool", Status::toolMissing, "there is no such tool");
     expectToolRefusal("/usr", Status::toolMissing, "there is no such tool");
-    expectToolRefusal(makeFile(sandbox::rootsFolder + "/file"), Status::toolMissing,
+    expectToolRefusal(makeFile(sandbox::rootsDirectory + "/file"), Status::toolMissing,
                       "there is no such tool");
 }
 
 TEST_F(HelperRequest, ForAToolThatOthersMayChangeIsRefused) {
     const std::string reason = "others than root may change the tool or its way";
-    const std::string root = sandbox::rootsFolder;
+    const std::string root = sandbox::rootsDirectory;
     expectToolRefusal(makeFile(root + "/users", servedUser, 0755), Status::toolNotTrusted, reason);
     expectToolRefusal(makeFile(root + "/groups", 0, 0775), Status::toolNotTrusted, reason);
     expectToolRefusal(makeFile(root + "/everybodys", 0, 0757), Status::toolNotTrusted, reason);
-    expectToolRefusal(makeFile(usersFolder() + "/roots", 0, 0755), Status::toolNotTrusted, reason);
-    expectToolRefusal(makeFile(sandbox::everybodysFolder + "/roots", 0, 0755),
+    expectToolRefusal(makeFile(usersDirectory() + "/roots", 0, 0755), Status::toolNotTrusted,
+                      reason);
+    expectToolRefusal(makeFile(sandbox::everybodysDirectory + "/roots", 0, 0755),
                       Status::toolNotTrusted, reason);
 }
 
 TEST_F(HelperRequest, ForAToolByWayOfAUsersLinkIsRefused) {
     const std::string reason = "others than root may change the tool or its way";
-    expectToolRefusal(makeLink("/bin/true", usersFolder() + "/link", 0), Status::toolNotTrusted,
+    expectToolRefusal(makeLink("/bin/true", usersDirectory() + "/link", 0), Status::toolNotTrusted,
                       reason);
-    expectToolRefusal(makeLink("/bin/true", sandbox::rootsFolder + "/link", servedUser),
+    expectToolRefusal(makeLink("/bin/true", sandbox::rootsDirectory + "/link", servedUser),
                       Status::toolNotTrusted, reason);
-    expectToolRefusal(usersFolder() + "/../../bin/true", Status::toolNotTrusted, reason);
+    expectToolRefusal(usersDirectory() + "/../../bin/true", Status::toolNotTrusted, reason);
 }
 
 TEST_F(HelperRequest, ForAToolByWayOfRootsLinksIsGranted) {
     TestedHelper helper;
-    const std::string first = makeLink("second", sandbox::rootsFolder + "/first", 0);
-    makeLink("../bin/../bin/echo", sandbox::rootsFolder + "/second", 0);
+    const std::string first = makeLink("second", sandbox::rootsDirectory + "/first", 0);
+    makeLink("../bin/../bin/echo", sandbox::rootsDirectory + "/second", 0);
     EXPECT_EQ(helper.outputOf(first, {"hello"}), "hello\n");
 }
 
 TEST_F(HelperRequest, ForAnInterpretersScriptIsRefused) {
-    const std::string script = makeFile(sandbox::rootsFolder + "/script", 0, 0755);
+    const std::string script = makeFile(sandbox::rootsDirectory + "/script", 0, 0755);
     std::ofstream(script) << "#!/bin/sh\necho hello\n";
     TestedHelper helper;
     EXPECT_EQ(helper.start(script).status, Status::startFailed);
@@ -175,7 +176,7 @@ TEST_F(HelperRequest, ForAnInterpretersScriptIsRefused) {
 }
 
 TEST_F(HelperRequest, ForALinkThatLeadsToItselfIsRefused) {
-    expectToolRefusal(makeLink("loop", sandbox::rootsFolder + "/loop", 0), Status::toolMissing,
+    expectToolRefusal(makeLink("loop", sandbox::rootsDirectory + "/loop", 0), Status::toolMissing,
                       "there is no such tool");
 }
 

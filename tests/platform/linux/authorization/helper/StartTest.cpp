@@ -106,14 +106,14 @@ TEST_F(HelperStart, LeavesNoCore) {
 
 TEST_F(HelperStart, OutlivesTheThreadThatStartedIt) {
     std::optional<TestedHelper> helper;
-    std::string threadsFolder;
+    std::string threadsDirectory;
     std::thread starter([&] {
-        threadsFolder = "/proc/self/task/" + std::to_string(::gettid());
+        threadsDirectory = "/proc/self/task/" + std::to_string(::gettid());
         helper.emplace(HelperSetup{.endsWithThread = true});
         EXPECT_EQ(helper->send(areYouThere).status, Status::ready);
     });
     starter.join();
-    while (exists(threadsFolder)) { // until the system has told its children
+    while (exists(threadsDirectory)) { // until the system has told its children
         std::this_thread::yield();
     }
     EXPECT_EQ(helper->send(areYouThere).status, Status::ready);

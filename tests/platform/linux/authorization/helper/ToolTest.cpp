@@ -39,8 +39,8 @@ private:
 };
 
 std::size_t openDescriptors(pid_t process) {
-    const std::filesystem::directory_iterator folder("/proc/" + std::to_string(process) + "/fd");
-    return static_cast<std::size_t>(std::distance(begin(folder), end(folder)));
+    const std::filesystem::directory_iterator directory("/proc/" + std::to_string(process) + "/fd");
+    return static_cast<std::size_t>(std::distance(begin(directory), end(directory)));
 }
 
 } // namespace
@@ -134,7 +134,7 @@ TEST_F(HelperTool, TakesAsManyArgumentsAndBytesAsARequestMayHave) {
 TEST_F(HelperTool, FinishesAfterTheProgramHasEnded) {
     TestedHelper helper;
     Gate gate;
-    const std::string done = sandbox::rootsFolder + "/done";
+    const std::string done = sandbox::rootsDirectory + "/done";
     const auto arguments = Gate::shellThatWaitsAndThen("yes | head -c 300000; : > " + done);
     ASSERT_EQ(helper.start("/bin/sh", arguments).status, Status::started);
     helper.disconnect();
@@ -146,7 +146,7 @@ TEST_F(HelperTool, FinishesAfterTheProgramHasEnded) {
 
 TEST_F(HelperTool, FinishesWhenNobodyReadsItsOutput) {
     TestedHelper helper;
-    const std::string done = sandbox::rootsFolder + "/done";
+    const std::string done = sandbox::rootsDirectory + "/done";
     {
         const auto answer = helper.start("/bin/sh", {"-c", "yes | head -c 300000; : > " + done});
         ASSERT_EQ(answer.status, Status::started);
@@ -223,8 +223,8 @@ protected:
         return status.st_uid;
     }
 
-    const std::string tool = sandbox::rootsFolder + "/chown";
-    const std::string file = sandbox::rootsFolder + "/job.plist";
+    const std::string tool = sandbox::rootsDirectory + "/chown";
+    const std::string file = sandbox::rootsDirectory + "/job.plist";
 };
 
 TEST_F(HelperChown, GivesAFileToRoot) {
@@ -237,7 +237,7 @@ TEST_F(HelperChown, GivesAFileToRoot) {
 
 TEST_F(HelperChown, IsNotLedAstrayByALink) {
     makeFile(file, 0);
-    const auto link = makeLink(file, sandbox::everybodysFolder + "/link", servedUser);
+    const auto link = makeLink(file, sandbox::everybodysDirectory + "/link", servedUser);
     TestedHelper helper;
     EXPECT_EQ(helper.run(tool, {"root:wheel", link}), Status::itemRedirected);
     EXPECT_TRUE(helper.hasLogLine());
@@ -249,7 +249,7 @@ TEST_F(HelperChown, IsNotLedAstrayByALink) {
 }
 
 TEST_F(HelperChown, IsRefusedWhereAUserMayChangeIt) {
-    const auto copy = copyChown(sandbox::everybodysFolder + "/chown");
+    const auto copy = copyChown(sandbox::everybodysDirectory + "/chown");
     TestedHelper helper;
     EXPECT_EQ(helper.run(copy, {"root", file}), Status::toolNotTrusted);
     EXPECT_NE(helper.nextLogLine().find("others than root may change the tool"), std::string::npos);

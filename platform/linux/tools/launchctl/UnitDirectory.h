@@ -7,20 +7,20 @@
 
 namespace platform::native::launchctl {
 
-/// The folder where a service manager finds the units of jobs: the unit files, and the links by
+/// The directory where a service manager finds the units of jobs: the unit files, and the links by
 /// which targets want them. Only units that bear their job's record are ever changed.
-class UnitFolder {
+class UnitDirectory {
 public:
     /// `path` need not exist yet.
-    explicit UnitFolder(std::string path) : path_(std::move(path)) {}
+    explicit UnitDirectory(std::string path) : path_(std::move(path)) {}
 
-    /// The names of those units of a job that stand in the folder.
+    /// The names of those units of a job that stand in the directory.
     std::vector<std::string> unitsOf(const std::string& label) const;
 
-    /// Whether anything stands in the folder under the name of a unit.
+    /// Whether anything stands in the directory under the name of a unit.
     bool has(const std::string& unit) const;
 
-    /// The owners of all of the services in the folder that are of jobs.
+    /// The owners of all of the services in the directory that are of jobs.
     std::vector<Owner> owners() const;
 
     /// Writes units and their links. Throws tool::ToolError when one cannot be written.
@@ -32,7 +32,7 @@ public:
     /// Removes unit files. Throws tool::ToolError.
     void remove(const std::vector<std::string>& units) const;
 
-    /// Removes the folder, and the one that holds it, when nothing is in them.
+    /// Removes the directory, and the one that holds it, when nothing is in them.
     void removeIfEmpty() const;
 
 private:

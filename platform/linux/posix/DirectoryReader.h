@@ -14,13 +14,13 @@ namespace platform::native {
 /// What an inode's mode says that an item is.
 ItemKind itemKind(mode_t mode);
 
-/// A folder that is open for reading its entries. Not shared between threads.
-class Directory {
+/// A directory that is open for reading its entries. Not shared between threads.
+class DirectoryReader {
 public:
-    /// Takes a folder that is open for reading.
-    static SystemResult<Directory> of(FileDescriptor folder);
+    /// Takes a directory that is open for reading.
+    static SystemResult<DirectoryReader> of(FileDescriptor directory);
 
-    /// The folder's descriptor, which stays the directory's.
+    /// The directory's descriptor, which stays the directory's.
     int descriptor() const { return ::dirfd(stream_.get()); }
 
     /// The next entry except "." and ".."; nothing at the end.
@@ -33,7 +33,7 @@ private:
     struct Close {
         void operator()(DIR* stream) const { ::closedir(stream); }
     };
-    explicit Directory(DIR* stream) : stream_(stream) {}
+    explicit DirectoryReader(DIR* stream) : stream_(stream) {}
 
     std::unique_ptr<DIR, Close> stream_;
 };

@@ -19,17 +19,17 @@ struct Identity {
 
 Identity identityOf(const struct statx& status);
 
-/// Opens the folder `name` of the open folder `parent` for reading. A link is not followed.
-SystemResult<FileDescriptor> openFolder(int parent, const char* name);
+/// Opens the directory `name` of the open directory `parent` for reading. A link is not followed.
+SystemResult<FileDescriptor> openDirectory(int parent, const char* name);
 
-/// Opens the folder above an open one for reading, which must be `expected`: others may have moved
-/// the lower one elsewhere, which is ESTALE.
-SystemResult<FileDescriptor> openFolderAbove(int folder, const Identity& expected);
+/// Opens the directory above an open one for reading, which must be `expected`: others may have
+/// moved the lower one elsewhere, which is ESTALE.
+SystemResult<FileDescriptor> openDirectoryAbove(int directory, const Identity& expected);
 
 /// The basic status of an open item, and whether it is the root of a mounted volume.
 SystemResult<struct statx> statusOf(int item);
 
-/// As statusOf(), of an entry of an open folder; a link's own.
-SystemResult<struct statx> statusOfEntry(int folder, const std::string& name);
+/// As statusOf(), of an entry of an open directory; a link's own.
+SystemResult<struct statx> statusOfEntry(int directory, const std::string& name);
 
 } // namespace platform::native

@@ -1,4 +1,4 @@
-#include "platform/linux/posix/OpenFolder.h"
+#include "platform/linux/posix/OpenDirectory.h"
 
 #include "platform/linux/posix/SystemCall.h"
 
@@ -12,14 +12,14 @@ Identity identityOf(const struct statx& status) {
     return {status.stx_dev_major, status.stx_dev_minor, status.stx_ino};
 }
 
-SystemResult<FileDescriptor> openFolder(int parent, const char* name) {
+SystemResult<FileDescriptor> openDirectory(int parent, const char* name) {
     return opened(retryOnEintr([&] {
         return ::openat(parent, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
     }));
 }
 
-SystemResult<FileDescriptor> openFolderAbove(int folder, const Identity& expected) {
-    auto above = openFolder(folder, "..");
+SystemResult<FileDescriptor> openDirectoryAbove(int directory, const Identity& expected) {
+    auto above = openDirectory(directory, "..");
     if (!above) {
         return above;
     }
@@ -41,9 +41,9 @@ SystemResult<struct statx> statusOf(int item) {
     return status;
 }
 
-SystemResult<struct statx> statusOfEntry(int folder, const std::string& name) {
+SystemResult<struct statx> statusOfEntry(int directory, const std::string& name) {
     struct statx status {};
-    if (::statx(folder, name.c_str(), AT_SYMLINK_NOFOLLOW, STATX_BASIC_STATS, &status) != 0) {
+    if (::statx(directory, name.c_str(), AT_SYMLINK_NOFOLLOW, STATX_BASIC_STATS, &status) != 0) {
         return Unexpected(Errno::last());
     }
     return status;

@@ -1,4 +1,4 @@
-#include "util/files/FolderWalk.h"
+#include "util/files/DirectoryWalk.h"
 
 #include "platform/Services.h"
 #include "platform/foundation/Path.h"
@@ -9,13 +9,13 @@
 using platform::DirectoryEntry;
 using platform::ItemKind;
 
-FolderWalk::FolderWalk(const std::string& folder, Listing listing)
+DirectoryWalk::DirectoryWalk(const std::string& directory, Listing listing)
     : fileSystem_(platform::service<platform::FileSystem>()), listing_(listing),
-      path_(platform::path::appending(folder, "")) {
+      path_(platform::path::appending(directory, "")) {
     enter();
 }
 
-bool FolderWalk::next() {
+bool DirectoryWalk::next() {
     while (!levels_.empty()) {
         auto& level = levels_.back();
         path_.resize(level.pathLength);
@@ -32,14 +32,14 @@ bool FolderWalk::next() {
     return false;
 }
 
-const DirectoryEntry& FolderWalk::entry() const {
+const DirectoryEntry& DirectoryWalk::entry() const {
     const auto& level = levels_.back();
     return level.entries[level.reached - 1];
 }
 
-Descent FolderWalk::descend() {
-    if (!isFolder()) {
-        return Descent::notAFolder;
+Descent DirectoryWalk::descend() {
+    if (!isDirectory()) {
+        return Descent::notADirectory;
     }
     if (entry().kind == ItemKind::link && leadsBack()) {
         return Descent::alreadyInside;
@@ -48,20 +48,21 @@ Descent FolderWalk::descend() {
     return Descent::entered;
 }
 
-void FolderWalk::enter() {
+void DirectoryWalk::enter() {
     auto entries = (fileSystem_.*listing_)(path_);
     levels_.push_back({.pathLength = path_.size(),
                        .entries = std::move(entries).value_or(std::vector<DirectoryEntry>())});
 }
 
 /// The listing tells what an entry is, except what a link leads to.
-bool FolderWalk::isFolder() const {
+bool DirectoryWalk::isDirectory() const {
     const auto kind = entry().kind;
-    return kind == ItemKind::folder || (kind == ItemKind::link && fileSystem_.isDirectory(path_));
+    return kind == ItemKind::directory ||
+           (kind == ItemKind::link && fileSystem_.isDirectory(path_));
 }
 
-/// Whether the link that the walk has come to leads to one of the folders that it is in.
-bool FolderWalk::leadsBack() {
+/// Whether the link that the walk has come to leads to one of the directories that it is in.
+bool DirectoryWalk::leadsBack() {
     const auto target = fileSystem_.identityOfItem(path_);
     return std::any_of(levels_.begin(), levels_.end(), [&](Level& level) {
         if (!level.identity) {

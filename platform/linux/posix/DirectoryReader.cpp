@@ -1,4 +1,4 @@
-#include "platform/linux/posix/Directory.h"
+#include "platform/linux/posix/DirectoryReader.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -10,15 +10,15 @@ namespace platform::native {
 
 namespace {
 
-/// What an entry is; the folder itself need not know.
-ItemKind kindOf(int folder, const dirent& entry) {
+/// What an entry is; the directory itself need not know.
+ItemKind kindOf(int directory, const dirent& entry) {
     if (entry.d_type != DT_UNKNOWN) {
         return itemKind(static_cast<mode_t>(DTTOIF(entry.d_type)));
     }
     struct stat status {};
     const char* name = static_cast<const char*>(entry.d_name);
-    return ::fstatat(folder, name, &status, AT_SYMLINK_NOFOLLOW) == 0 ? itemKind(status.st_mode)
-                                                                      : ItemKind::other;
+    return ::fstatat(directory, name, &status, AT_SYMLINK_NOFOLLOW) == 0 ? itemKind(status.st_mode)
+                                                                         : ItemKind::other;
 }
 
 } // namespace
@@ -28,21 +28,21 @@ ItemKind itemKind(mode_t mode) {
         return ItemKind::file;
     }
     if (S_ISDIR(mode)) {
-        return ItemKind::folder;
+        return ItemKind::directory;
     }
     return S_ISLNK(mode) ? ItemKind::link : ItemKind::other;
 }
 
-SystemResult<Directory> Directory::of(FileDescriptor folder) {
-    DIR* stream = ::fdopendir(folder.get());
+SystemResult<DirectoryReader> DirectoryReader::of(FileDescriptor directory) {
+    DIR* stream = ::fdopendir(directory.get());
     if (stream == nullptr) {
         return Unexpected(Errno::last());
     }
-    folder.release();
-    return Directory(stream);
+    directory.release();
+    return DirectoryReader(stream);
 }
 
-SystemResult<std::optional<DirectoryEntry>> Directory::next() {
+SystemResult<std::optional<DirectoryEntry>> DirectoryReader::next() {
     errno = 0;
     while (const dirent* entry = ::readdir(stream_.get())) {
         const std::string_view name = static_cast<const char*>(entry->d_name);

@@ -1,4 +1,4 @@
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
 
@@ -10,7 +10,7 @@
 
 namespace fs = std::filesystem;
 
-TemporaryFolder::TemporaryFolder() {
+TemporaryDirectory::TemporaryDirectory() {
     auto pattern = (fs::canonical(fs::temp_directory_path()) / "qf-test-XXXXXX").string();
     if (::mkdtemp(pattern.data()) == nullptr) {
         throw std::runtime_error("no temporary folder could be made");
@@ -18,26 +18,26 @@ TemporaryFolder::TemporaryFolder() {
     path_ = pattern;
 }
 
-TemporaryFolder::~TemporaryFolder() {
+TemporaryDirectory::~TemporaryDirectory() {
     std::error_code ignored;
     fs::remove_all(path_, ignored);
 }
 
-std::string TemporaryFolder::operator/(std::string_view name) const {
+std::string TemporaryDirectory::operator/(std::string_view name) const {
     return (fs::path(path_) / name).string();
 }
 
-std::string TemporaryFolder::write(std::string_view name, std::string_view content) const {
+std::string TemporaryDirectory::write(std::string_view name, std::string_view content) const {
     const fs::path file = fs::path(path_) / name;
     fs::create_directories(file.parent_path());
     std::ofstream(file, std::ios::binary) << content;
     return file.string();
 }
 
-std::string TemporaryFolder::makeFolder(std::string_view name) const {
-    const fs::path folder = fs::path(path_) / name;
-    fs::create_directories(folder);
-    return folder.string();
+std::string TemporaryDirectory::makeDirectory(std::string_view name) const {
+    const fs::path directory = fs::path(path_) / name;
+    fs::create_directories(directory);
+    return directory.string();
 }
 
 bool stands(const std::string& path) {

@@ -10,25 +10,26 @@
 /// What became of the wish to go into an entry.
 enum class Descent {
     entered,
-    /// It is a folder that the walk is in already, reached again through a link.
+    /// It is a directory that the walk is in already, reached again through a link.
     alreadyInside,
-    notAFolder
+    notADirectory
 };
 
-/// A walk through what lies below a folder, in the order of the listings; where the caller descends
-/// into a folder, what is in there comes next. Links to folders are folders. A folder that is
-/// missing, unreadable or none has no entries.
+/// A walk through what lies below a directory, in the order of the listings; where the caller
+/// descends into a directory, what is in there comes next. Links to directories are directories. A
+/// directory that is missing, unreadable or none has no entries.
 ///
-/// A folder is read once, when the walk comes to it, and its listing is kept until its end; beside
-/// that a level of folders takes a few words, so that depth costs neither stack nor descriptors.
-class FolderWalk {
+/// A directory is read once, when the walk comes to it, and its listing is kept until its end;
+/// beside that a level of directories takes a few words, so that depth costs neither stack nor
+/// descriptors.
+class DirectoryWalk {
 public:
-    /// How a folder is read.
+    /// How a directory is read.
     using Listing = std::optional<std::vector<platform::DirectoryEntry>> (platform::FileSystem::*)(
         const std::string& path);
 
-    explicit FolderWalk(const std::string& folder,
-                        Listing listing = &platform::FileSystem::contentsOfDirectory);
+    explicit DirectoryWalk(const std::string& directory,
+                           Listing listing = &platform::FileSystem::contentsOfDirectory);
 
     /// Goes to the next entry. False at the end of all.
     bool next();
@@ -37,13 +38,13 @@ public:
     const platform::DirectoryEntry& entry() const;
     const std::string& path() const { return path_; }
 
-    /// Has the walk go through the entry next, if it is a folder.
+    /// Has the walk go through the entry next, if it is a directory.
     Descent descend();
 
 private:
-    /// A folder that the walk is in.
+    /// A directory that the walk is in.
     struct Level {
-        /// How much of the path is the folder's.
+        /// How much of the path is the directory's.
         std::size_t pathLength = 0;
         std::vector<platform::DirectoryEntry> entries;
         /// How many entries the walk has come to.
@@ -53,7 +54,7 @@ private:
     };
 
     void enter();
-    bool isFolder() const;
+    bool isDirectory() const;
     bool leadsBack();
 
     platform::FileSystem& fileSystem_;

@@ -1,8 +1,8 @@
-#include "platform/linux/tools/launchctl/UnitFolder.h"
+#include "platform/linux/tools/launchctl/UnitDirectory.h"
 
 #include "platform/foundation/Path.h"
 #include "platform/linux/files/AtomicFile.h"
-#include "platform/linux/posix/Folders.h"
+#include "platform/linux/posix/Directories.h"
 #include "platform/linux/tools/Tool.h"
 
 #include <unistd.h>
@@ -43,10 +43,10 @@ Owner ownerOfFile(const fs::path& path) {
     return text ? ownerOfUnit(*text) : Owner{};
 }
 
-std::vector<fs::path> entriesOf(const std::string& folder) {
+std::vector<fs::path> entriesOf(const std::string& directory) {
     std::error_code error;
     std::vector<fs::path> entries;
-    for (fs::directory_iterator entry(folder, error), end; !error && entry != end;
+    for (fs::directory_iterator entry(directory, error), end; !error && entry != end;
          entry.increment(error)) {
         entries.push_back(entry->path());
     }
@@ -54,31 +54,31 @@ std::vector<fs::path> entriesOf(const std::string& folder) {
     return entries;
 }
 
-void makeFolder(const std::string& path) {
+void makeDirectory(const std::string& path) {
     constexpr mode_t mode = 0755;
-    require(makeFolders(path, mode), path);
+    require(makeDirectories(path, mode), path);
 }
 
-/// Leaves a folder that holds anything, and a link to a folder.
-bool removeEmptyFolder(const std::string& path) {
+/// Leaves a directory that holds anything, and a link to a directory.
+bool removeEmptyDirectory(const std::string& path) {
     return ::rmdir(path.c_str()) == 0;
 }
 
 } // namespace
 
-std::vector<std::string> UnitFolder::unitsOf(const std::string& label) const {
+std::vector<std::string> UnitDirectory::unitsOf(const std::string& label) const {
     auto names = unitNames(label);
     std::erase_if(names,
                   [&](const auto& name) { return ownerOfFile(pathOf(name)).label != label; });
     return names;
 }
 
-bool UnitFolder::has(const std::string& unit) const {
+bool UnitDirectory::has(const std::string& unit) const {
     std::error_code error;
     return fs::exists(fs::symlink_status(pathOf(unit), error));
 }
 
-std::vector<Owner> UnitFolder::owners() const {
+std::vector<Owner> UnitDirectory::owners() const {
     std::vector<Owner> owners;
     for (const auto& entry : entriesOf(path_)) {
         if (entry.extension() != ".service") {
@@ -91,16 +91,16 @@ std::vector<Owner> UnitFolder::owners() const {
     return owners;
 }
 
-void UnitFolder::write(const std::vector<UnitFile>& units) const {
-    makeFolder(path_);
+void UnitDirectory::write(const std::vector<UnitFile>& units) const {
+    makeDirectory(path_);
     for (const auto& unit : units) {
         require(replaceFile(pathOf(unit.name), unit.text), pathOf(unit.name));
         if (unit.wantedBy.empty()) {
             continue;
         }
-        const auto folder = pathOf(unit.wantedBy + ".wants");
-        const auto link = folder + "/" + unit.name;
-        makeFolder(folder);
+        const auto directory = pathOf(unit.wantedBy + ".wants");
+        const auto link = directory + "/" + unit.name;
+        makeDirectory(directory);
         std::error_code error;
         fs::remove(link, error);
         fs::create_symlink(pathOf(unit.name), link, error);
@@ -108,25 +108,25 @@ void UnitFolder::write(const std::vector<UnitFile>& units) const {
     }
 }
 
-void UnitFolder::removeLinks(const std::vector<std::string>& units) const {
-    for (const auto& folder : entriesOf(path_)) {
+void UnitDirectory::removeLinks(const std::vector<std::string>& units) const {
+    for (const auto& directory : entriesOf(path_)) {
         std::error_code unknown;
-        if (folder.extension() != ".wants" || !fs::is_directory(folder, unknown)) {
+        if (directory.extension() != ".wants" || !fs::is_directory(directory, unknown)) {
             continue;
         }
         bool removed = false;
         for (const auto& unit : units) {
             std::error_code error;
-            removed = fs::remove(folder / unit, error) || removed;
-            require(error, folder / unit);
+            removed = fs::remove(directory / unit, error) || removed;
+            require(error, directory / unit);
         }
         if (removed) {
-            removeEmptyFolder(folder);
+            removeEmptyDirectory(directory);
         }
     }
 }
 
-void UnitFolder::remove(const std::vector<std::string>& units) const {
+void UnitDirectory::remove(const std::vector<std::string>& units) const {
     for (const auto& unit : units) {
         std::error_code error;
         fs::remove(pathOf(unit), error);
@@ -134,9 +134,9 @@ void UnitFolder::remove(const std::vector<std::string>& units) const {
     }
 }
 
-void UnitFolder::removeIfEmpty() const {
-    if (removeEmptyFolder(path_)) {
-        removeEmptyFolder(path::deletingLastComponent(path_));
+void UnitDirectory::removeIfEmpty() const {
+    if (removeEmptyDirectory(path_)) {
+        removeEmptyDirectory(path::deletingLastComponent(path_));
     }
 }
 

@@ -1,0 +1,85 @@
+#include "platform/linux/posix/Directories.h"
+
+#include "tests/support/TemporaryDirectory.h"
+
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+
+using platform::native::FileDescriptor;
+using platform::native::isDirectory;
+using platform::native::lockedDirectory;
+using platform::native::makeDirectories;
+
+namespace {
+
+class DirectoriesTest : public testing::Test {
+protected:
+    static bool canLock(const std::string& path) {
+        const FileDescriptor other(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+        return ::flock(other.get(), LOCK_EX | LOCK_NB) == 0;
+    }
+
+    TemporaryDirectory directory_;
+};
+
+TEST_F(DirectoriesTest, MakesAllThatLeadToADirectory) {
+    ASSERT_TRUE(makeDirectories(directory_ / "a/b/c", 0700));
+
+    for (const auto* name : {"a", "a/b", "a/b/c"}) {
+        struct stat status {};
+        ASSERT_EQ(::stat((directory_ / name).c_str(), &status), 0) << name;
+        EXPECT_EQ(status.st_mode & 07777U, 0700U) << name;
+    }
+}
+
+TEST_F(DirectoriesTest, HonoursTheUmask) {
+    const auto former = ::umask(027);
+    ASSERT_TRUE(makeDirectories(directory_ / "a", 0777));
+    ::umask(former);
+
+    struct stat status {};
+    ASSERT_EQ(::stat((directory_ / "a").c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777U, 0750U);
+}
+
+TEST_F(DirectoriesTest, TakesAnExistingDirectoryForASuccess) {
+    ::chmod(directory_.path().c_str(), 0711);
+
+    EXPECT_TRUE(makeDirectories(directory_.path(), 0700));
+
+    struct stat status {};
+    ASSERT_EQ(::stat(directory_.path().c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777U, 0711U);
+}
+
+TEST_F(DirectoriesTest, TakesALinkToADirectoryForOne) {
+    ::symlink(directory_.path().c_str(), (directory_ / "link").c_str());
+
+    EXPECT_TRUE(makeDirectories(directory_ / "link", 0700));
+    EXPECT_TRUE(isDirectory(directory_ / "link"));
+}
+
+TEST_F(DirectoriesTest, TellsThatAFileIsInTheWay) {
+    const auto file = directory_.write("file");
+
+    EXPECT_EQ(makeDirectories(file + "/below", 0700).error().number(), ENOTDIR);
+    EXPECT_FALSE(isDirectory(file));
+}
+
+TEST_F(DirectoriesTest, HoldsADirectoryUntilTheDescriptorIsClosed) {
+    {
+        const auto held = lockedDirectory(directory_.path());
+        ASSERT_TRUE(held);
+        EXPECT_FALSE(canLock(directory_.path()));
+    }
+    EXPECT_TRUE(canLock(directory_.path()));
+}
+
+TEST_F(DirectoriesTest, CannotHoldADirectoryThatIsMissing) {
+    EXPECT_EQ(lockedDirectory(directory_ / "missing").error().number(), ENOENT);
+}
+
+} // namespace
