@@ -470,9 +470,9 @@ TEST_F(Ditto, ReplacesALinkByWhatComesUnderItsName) {
     const auto file = makeArchive("a.zip", {{"l", victim, S_IFLNK | 0777}, {"l", "new"}});
     expectDone(ditto({"-xk", file, directory / "a"}));
     EXPECT_EQ(contentOf(directory / "a/l"), "new");
-    const auto directory = makeArchive(
+    const auto withDirectory = makeArchive(
         "b.zip", {{"l", outside, S_IFLNK | 0777}, {"l/", "", S_IFDIR | 0755}, {"l/file", "new"}});
-    static_cast<void>(ditto({"-xk", directory, directory / "b"}));
+    static_cast<void>(ditto({"-xk", withDirectory, directory / "b"}));
     EXPECT_EQ(contentOf(victim), "kept");
     EXPECT_TRUE(fs::is_empty(outside));
 }
