@@ -50,7 +50,7 @@ private:
         /// How many entries the walk has come to.
         std::size_t reached = 0;
         /// Asked for when a link is met.
-        std::optional<platform::ItemIdentity> identity;
+        std::optional<platform::FileId> identity;
     };
 
     void enter();

@@ -194,9 +194,9 @@ bool FileSystem::isWritable(const std::string& path) {
         .ok();
 }
 
-std::optional<ItemIdentity> FileSystem::identityOfItem(const std::string& path) {
+std::optional<FileId> FileSystem::fileIdOfItem(const std::string& path) {
     const auto status = statusOfItem(path);
-    return status ? std::optional(ItemIdentity{.volume = status->st_dev, .number = status->st_ino})
+    return status ? std::optional(FileId{.volume = status->st_dev, .number = status->st_ino})
                   : std::nullopt;
 }
 

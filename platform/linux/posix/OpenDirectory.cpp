@@ -8,7 +8,7 @@
 
 namespace platform::native {
 
-Identity identityOf(const struct statx& status) {
+FileId fileIdOf(const struct statx& status) {
     return {status.stx_dev_major, status.stx_dev_minor, status.stx_ino};
 }
 
@@ -18,7 +18,7 @@ SystemResult<FileDescriptor> openDirectory(int parent, const char* name) {
     }));
 }
 
-SystemResult<FileDescriptor> openDirectoryAbove(int directory, const Identity& expected) {
+SystemResult<FileDescriptor> openDirectoryAbove(int directory, const FileId& expected) {
     auto above = openDirectory(directory, "..");
     if (!above) {
         return above;
@@ -27,7 +27,7 @@ SystemResult<FileDescriptor> openDirectoryAbove(int directory, const Identity& e
     if (!status) {
         return Unexpected(status.error());
     }
-    if (identityOf(*status) != expected) {
+    if (fileIdOf(*status) != expected) {
         return Unexpected(Errno(ESTALE));
     }
     return above;

@@ -9,7 +9,7 @@
 
 using platform::native::CopiedLinks;
 using platform::native::FileDescriptor;
-using platform::native::Identity;
+using platform::native::FileId;
 
 namespace {
 
@@ -19,12 +19,12 @@ protected:
         const FileDescriptor copy(::open(file.c_str(), O_RDONLY | O_CLOEXEC));
         ASSERT_TRUE(links_.remember(source_, copy, std::move(path)));
     }
-    bool link(const Identity& source) { return links_.link(source, top_.get(), "second"); }
+    bool link(const FileId& source) { return links_.link(source, top_.get(), "second"); }
 
     TemporaryDirectory directory_;
     FileDescriptor top_{::open(directory_.path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)};
     CopiedLinks links_{top_};
-    const Identity source_{1, 2, 3};
+    const FileId source_{1, 2, 3};
 };
 
 TEST_F(CopiedLinksTest, LinksToTheCopyUnderTheFormerName) {
