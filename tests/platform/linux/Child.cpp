@@ -6,6 +6,7 @@
 #include "platform/Services.h"
 #include "platform/StartUp.h"
 #include "platform/UserAccount.h"
+#include "platform/linux/desktop/HomeTrash.h"
 #include "platform/linux/desktop/Trash.h"
 #include "platform/linux/desktop/Volumes.h"
 #include "platform/linux/desktop/Workspace.h"
@@ -55,6 +56,12 @@ int recycle(const Arguments& arguments) {
 
 int makeTrash(const Arguments& arguments) {
     return platform::native::makeTrash(arguments.at(0)) ? 0 : 1;
+}
+
+/// Gives the number of the failure.
+int moveToHomeTrash(const Arguments& arguments) {
+    const auto moved = platform::native::moveToHomeTrash(arguments.at(0));
+    return moved ? 0 : moved.error().number();
 }
 
 int remove(const Arguments& arguments) {
@@ -149,6 +156,7 @@ int withoutWriting(const Arguments& arguments) {
 const std::map<std::string, std::function<int(const Arguments&)>> commands{
     {"recycle", recycle},
     {"make-trash", makeTrash},
+    {"move-to-home-trash", moveToHomeTrash},
     {"remove", remove},
     {"unlock", unlock},
     {"lock", lock},
