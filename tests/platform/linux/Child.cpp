@@ -12,6 +12,7 @@
 #include "platform/linux/desktop/Workspace.h"
 #include "platform/linux/files/FileSystem.h"
 #include "platform/linux/plist/PropertyLists.h"
+#include "platform/linux/process/Installation.h"
 #include "platform/linux/system/SearchPaths.h"
 #include "platform/linux/system/UserAccount.h"
 #include "tests/support/PortDoubles.h"
@@ -118,6 +119,11 @@ int environment(const Arguments& /*arguments*/) {
     return 0;
 }
 
+int installationDirectory(const Arguments& /*arguments*/) {
+    std::cout << platform::native::installationDirectory() << '\n';
+    return 0;
+}
+
 /// Gives how many of the standard streams are closed.
 int closedStreams(const Arguments& /*arguments*/) {
     platform::installServices();
@@ -162,6 +168,7 @@ const std::map<std::string, std::function<int(const Arguments&)>> commands{
     {"lock", lock},
     {"account", account},
     {"environment", environment},
+    {"installation-folder", installationDirectory},
     {"closed-streams", closedStreams},
     {"store-preference", storePreference},
     {"move", move},
