@@ -10,8 +10,8 @@
 
 namespace platform {
 
-/// A handle that rights are granted to. It is only a number: one that was freed, or that no service
-/// gave out, is refused by every call.
+/// A handle that rights are granted to. It is only a number: every call refuses one that was freed
+/// or never issued.
 enum class AuthorizationRef : std::uint64_t { none = 0 };
 
 /// What a call is allowed to do. Combinations are sums.
@@ -24,12 +24,12 @@ inline constexpr AuthorizationFlags kAuthorizationFlagExtendRights = 2;
 /// The rights are obtained now rather than when they are first used.
 inline constexpr AuthorizationFlags kAuthorizationFlagPreAuthorize = 16;
 
-/// What a call answers. A service may answer other numbers too; all but the first are failures.
+/// The status of a call. A service may return other numbers too; all but the first are failures.
 using AuthorizationStatus = std::int32_t;
 inline constexpr AuthorizationStatus errAuthorizationSuccess = 0;
-/// The handle was freed, or never given out.
+/// The handle was freed, or never issued.
 inline constexpr AuthorizationStatus errAuthorizationInvalidRef = -60002;
-/// The user may not have the right, or the credentials are wrong.
+/// The user is not allowed the right, or the credentials are wrong.
 inline constexpr AuthorizationStatus errAuthorizationDenied = -60005;
 /// The user dismissed the question.
 inline constexpr AuthorizationStatus errAuthorizationCanceled = -60006;
@@ -38,8 +38,8 @@ inline constexpr AuthorizationStatus errAuthorizationInternal = -60008;
 /// The tool could not be started.
 inline constexpr AuthorizationStatus errAuthorizationToolExecuteFailure = -60031;
 
-/// A right that is asked for, such as "system.privilege.admin", or one of the credentials that a
-/// handle is made with: "username" or "password". `value` is bytes without a terminating zero.
+/// A requested right, such as "system.privilege.admin", or one of the credentials that a handle is
+/// created with: "username" or "password". `value` holds bytes without a terminating zero.
 struct AuthorizationItem {
     std::string name;                                      ///< Of the right or the credential.
     std::string value;                                     ///< Empty for a right.
@@ -50,7 +50,7 @@ struct AuthorizationItem {
 /// Rights, or credentials, in no order.
 using AuthorizationItemSet = std::vector<AuthorizationItem>;
 
-/// What a call returns: its error is one of the failures above, or another number.
+/// The result of a call: its error is one of the failures above, or another number.
 template <class T>
 using AuthorizationResult = Result<T, AuthorizationStatus>;
 
@@ -61,12 +61,12 @@ public:
     static constexpr const char* portName = "AuthorizationServices";
     virtual ~AuthorizationServices() = default;
 
-    /// Makes a handle that holds no right yet. `environment` is empty or holds the credentials that
-    /// stand in for the user's answers.
+    /// Creates a handle that holds no right yet. `environment` is empty or holds the credentials to
+    /// use in place of the user's answers.
     virtual AuthorizationResult<AuthorizationRef> create(const AuthorizationItemSet& environment,
                                                          AuthorizationFlags flags) = 0;
 
-    /// Asks for rights on a handle, with the credentials in `environment` if there are any. With
+    /// Requests rights for a handle, with the credentials in `environment` if there are any. With
     /// kAuthorizationFlagInteractionAllowed the user may be asked, which takes as long as the user
     /// does.
     virtual AuthorizationResult<void> copyRights(AuthorizationRef ref,
@@ -74,20 +74,21 @@ public:
                                                  const AuthorizationItemSet& environment,
                                                  AuthorizationFlags flags) = 0;
 
-    /// Whether a handle has been given rights and they last. Asks nobody.
+    /// Returns whether a handle has been granted rights that are still valid. Asks nobody.
     [[nodiscard]] virtual bool holdsRights(AuthorizationRef ref) = 0;
 
-    /// Gives a handle up.
+    /// Frees a handle.
     virtual void free(AuthorizationRef ref, AuthorizationFlags flags) = 0;
 
-    /// The handle that a privileged parent process left to this one, a failure when there is none.
+    /// Returns the handle that a privileged parent process passed to this one, or a failure when it
+    /// passed none.
     virtual AuthorizationResult<AuthorizationRef>
     copyPrivilegedReference(AuthorizationFlags flags) = 0;
 
-    /// Starts a tool as the superuser and returns when it is started. `toolPath` is absolute and
-    /// `arguments` leaves out the tool's own name; nothing of it goes through a shell. A path or an
-    /// argument with a zero byte is refused. The stream reads the tool's standard output up to its
-    /// end; letting it go neither ends nor disturbs the tool.
+    /// Starts a tool as the superuser and returns once it runs. `toolPath` is absolute and
+    /// `arguments` leaves out the tool's own name; no shell is involved. A path or an argument with
+    /// a zero byte is refused. The returned stream reads the tool's standard output; destroying it
+    /// neither ends nor disturbs the tool.
     virtual AuthorizationResult<std::unique_ptr<std::istream>>
     executeWithPrivileges(AuthorizationRef ref, const std::string& toolPath,
                           AuthorizationFlags options,

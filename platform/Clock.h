@@ -8,28 +8,29 @@
 
 namespace platform {
 
-/// The time of day. Where nothing is installed behind this port, the system's own clock tells it.
+/// The time of day. When nothing is installed for this port, the system clock is used.
 class Clock {
 public:
     static constexpr const char* portName = "Clock";
     virtual ~Clock() = default;
 
-    /// The present moment; it may step back when somebody sets the clock. Any thread may call it.
+    /// Returns the current time, which may step back when somebody sets the clock. Any thread may
+    /// call it.
     virtual Date now() = 0;
 
-    /// Lets the calling thread rest.
+    /// Suspends the calling thread for `duration`.
     virtual void sleep(std::chrono::microseconds duration) {
         std::this_thread::sleep_for(duration);
     }
 };
 
-/// The present moment. Any thread may call it.
+/// Returns the current time. Any thread may call it.
 inline Date now() {
     auto* clock = installedService<Clock>();
     return clock != nullptr ? clock->now() : Date::clock::now();
 }
 
-/// Lets the calling thread rest.
+/// Suspends the calling thread for `duration`.
 inline void sleep(std::chrono::microseconds duration) {
     if (auto* clock = installedService<Clock>()) {
         clock->sleep(duration);

@@ -7,18 +7,18 @@
 
 namespace platform {
 
-/// Where a program speaks outside its windows and its own log. Text is shown as it stands, never
-/// used as a format. Any thread may call every member; a line is never torn by another.
+/// The program's output outside its windows and its own log. Text is written verbatim, never used
+/// as a format. Any thread may call every member; lines of several threads never mix.
 class Console {
 public:
     static constexpr const char* portName = "Console";
     virtual ~Console() = default;
 
-    /// Writes one line, a line end added, to the system log: standard error, and the machine's
+    /// Writes one line, with a line end added, to the system log: standard error, and the machine's
     /// system log where it has one.
     virtual void systemLog(std::string_view message) = 0;
 
-    /// Writes text, nothing added, to standard output at once.
+    /// Writes text, with nothing added, to standard output at once.
     virtual void print(std::string_view text) = 0;
 };
 

@@ -9,21 +9,22 @@
 
 namespace platform {
 
-/// The algorithms, by their published names.
+/// The digest algorithms, by their published names.
 enum class DigestAlgorithm { md5, sha1, sha256, sha512 };
 
-/// What a digest has made so far of the bytes that it was fed. One thread at a time uses it.
+/// The state of a digest over the bytes fed so far. Not shared between threads.
 class DigestState {
 public:
     virtual ~DigestState() = default;
 
-    /// A state that goes its own way from here.
+    /// Returns an independent copy.
     virtual std::unique_ptr<DigestState> copy() const = 0;
 
     /// Feeds bytes.
     virtual void update(std::span<const std::byte> bytes) = 0;
 
-    /// The digest of all bytes fed: 16, 20, 32 or 64 bytes, by algorithm. The state is used up.
+    /// Returns the digest of all bytes fed: 16, 20, 32 or 64 bytes, depending on the algorithm. The
+    /// state cannot be used afterwards.
     virtual std::vector<std::byte> finish() = 0;
 };
 
@@ -33,13 +34,14 @@ public:
     static constexpr const char* portName = "Digests";
     virtual ~Digests() = default;
 
-    /// The state before the first byte. Throws platform::Exception "QFDigestUnavailable" when the
-    /// machine does not allow the algorithm.
+    /// Returns the state before the first byte. Throws platform::Exception "QFDigestUnavailable"
+    /// when the machine does not allow the algorithm.
     virtual std::unique_ptr<DigestState> begin(DigestAlgorithm algorithm) = 0;
 };
 
-/// A running digest, a value: a copy has the state of the original and goes its own way. What is
-/// moved from can only be assigned to or destroyed. One thread at a time uses it.
+/// A running digest with value semantics: a copy starts from the state of the original and is
+/// independent of it. A moved-from object can only be assigned to or destroyed. Not shared between
+/// threads.
 class DigestContext {
 public:
     /// Throws as Digests::begin.
@@ -47,7 +49,7 @@ public:
         : state_(service<Digests>().begin(algorithm)) {}
     ~DigestContext() = default;
 
-    /// The state of the other one.
+    /// Copies the state of the other digest.
     DigestContext(const DigestContext& other) : state_(other.state_->copy()) {}
     DigestContext& operator=(const DigestContext& other) {
         if (this != &other) {
@@ -61,14 +63,15 @@ public:
     /// Feeds bytes.
     void update(std::span<const std::byte> bytes) { state_->update(bytes); }
 
-    /// The digest of all bytes fed so far. The context stays as it is and can be fed on.
+    /// Returns the digest of all bytes fed so far. The context is unchanged and can be fed more
+    /// bytes.
     std::vector<std::byte> finished() const { return state_->copy()->finish(); }
 
 private:
     std::unique_ptr<DigestState> state_;
 };
 
-/// A running digest whose algorithm is known to the compiler.
+/// A running digest whose algorithm is known at compile time.
 template <DigestAlgorithm algorithm>
 class DigestContextOf : public DigestContext {
 public:

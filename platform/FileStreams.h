@@ -10,33 +10,34 @@
 
 namespace platform {
 
-/// An open file that is read and written at one position and keeps nothing back: what is written is
-/// in the file when the call returns. The end of its life closes it. One thread at a time uses it.
+/// An open file that is read and written at one position without buffering: data is in the file
+/// when the call that writes it returns. The destructor closes it. Not shared between threads.
 class FileStream {
 public:
     virtual ~FileStream() = default;
 
-    /// Reads on until the buffer is full, and gives how many bytes there were. Fewer than the
-    /// buffer holds mean that the end was met or that reading failed. Once the end was met nothing
-    /// more is read before a successful seek, even where the file has grown.
+    /// Reads until the buffer is full, and returns the number of bytes read. Fewer than the buffer
+    /// holds mean that the end was reached or that reading failed. Once the end was reached nothing
+    /// more is read before a successful seek, even if the file has grown.
     virtual std::size_t read(std::span<std::byte> buffer) = 0;
 
-    /// Writes on until all is written, and gives how many bytes were; fewer mean that it failed.
+    /// Writes all of the bytes, and returns the number written; fewer mean that writing failed.
     virtual std::size_t write(std::span<const std::byte> bytes) = 0;
 
-    /// Goes to a position, in bytes from the start. False when that fails; the position stays.
+    /// Moves to a position, in bytes from the start. Returns false, with the position unchanged, on
+    /// failure.
     virtual bool seek(std::uint64_t position) = 0;
 
-    /// Whether the last read met the end.
+    /// Returns whether the last read reached the end.
     virtual bool isAtEnd() const = 0;
 
-    /// The stream's error indicator: 1 once reading or writing has failed, else 0.
+    /// Returns the stream's error indicator: 1 once reading or writing has failed, else 0.
     virtual int errorIndicator() const = 0;
 
-    /// The system's number for what failed last, 0 before anything has.
+    /// Returns the system's number for the last failure, or 0 if nothing has failed.
     virtual int systemError() const = 0;
 
-    /// Which file this is.
+    /// Returns the identity of the file.
     virtual FileId identity() const = 0;
 };
 
@@ -47,14 +48,14 @@ public:
     static constexpr const char* portName = "FileStreams";
     virtual ~FileStreams() = default;
 
-    /// Opens a file to be read from its start to its end; null when that fails. A pipe is waited
-    /// for until somebody opens its other end.
+    /// Opens a file to be read from start to end; returns null on failure. Opening a pipe waits
+    /// until somebody opens its other end.
     virtual std::unique_ptr<FileStream> openForReading(const std::string& path) = 0;
 
-    /// Opens a file for reading and writing, which is made when it is missing and emptied when it
-    /// is not; null when that fails. A path that leads to the spared file, by whatever name, is
-    /// refused, and that file stays as it is. The size that the file is expected to get, in bytes
-    /// (0 when nobody knows), only helps to find room for it: it may become smaller or larger.
+    /// Opens a file for reading and writing, creating it if it is missing and emptying it if it
+    /// exists; returns null on failure. A path that leads to the spared file, by whatever name, is
+    /// refused, and that file is left unchanged. The expected size of the file, in bytes (0 if
+    /// unknown), only helps to allocate space: the file may become smaller or larger.
     virtual std::unique_ptr<FileStream>
     openForUpdating(const std::string& path, const FileId& spared, std::uint64_t expectedSize) = 0;
 };

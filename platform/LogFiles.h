@@ -10,27 +10,27 @@
 
 namespace platform {
 
-/// A log file that is open for appending. It is closed when nobody refers to it any more. One
-/// thread at a time uses it.
+/// A log file that is open for appending. It is closed when its last owner releases it. Not shared
+/// between threads.
 class LogFile {
 public:
     virtual ~LogFile() = default;
 
-    /// Adds `entry` at the file's end in one step, so that entries of several processes that share
-    /// the file never mix. Once it returns true, the entry is in the file whatever becomes of the
-    /// process. False means that the entry is in no log, because the file was deleted; the path is
-    /// then to be opened anew. Throws platform::Exception
-    /// "NSFileHandleOperationException", whose reason a person understands, when the entry is not,
-    /// or not wholly, in the file; the next entry then begins on a line of its own.
+    /// Appends `entry` to the file in one step, so that entries of several processes that share the
+    /// file never mix. Once it returns true, the entry is in the file even if the process dies.
+    /// Returns false if the entry is in no log, because the file was deleted; the caller should
+    /// then open the path again. Throws platform::Exception "NSFileHandleOperationException", with
+    /// a human-readable reason, if the entry was not written or only in part; the next entry then
+    /// begins on a new line.
     [[nodiscard]] virtual bool append(std::string_view entry) = 0;
 
-    /// Whether the file is the one that the path leads to at which it was opened: neither it nor a
-    /// directory on the way was moved, deleted or replaced.
+    /// Returns whether the path at which the file was opened still leads to it: neither the file
+    /// nor a directory on the way was moved, deleted or replaced.
     virtual bool isInPlace() = 0;
 };
 
-/// Keeps everybody else who locks one of the same directories waiting for as long as it lives, in
-/// this process and in others. It is gone with the process, however that ends.
+/// A lock on directories: while it lives, everybody else who locks one of them waits, in this
+/// process and in others. The lock is released when the process ends, however it ends.
 class LogLock {
 public:
     LogLock() = default;
@@ -41,45 +41,45 @@ public:
     LogLock& operator=(LogLock&&) = delete;
 };
 
-/// Where logs are kept. Paths are absolute, of any bytes but zero. Any thread may call every
-/// member.
+/// The storage for logs. Paths are absolute and may contain any byte except zero. Any thread may
+/// call every member.
 class LogFiles {
 public:
     static constexpr const char* portName = "LogFiles";
     virtual ~LogFiles() = default;
 
-    /// Whether something stands at the path. A final link is followed: a broken one does not exist.
+    /// Returns whether an item exists at the path. A final link is followed: a broken one does not
+    /// exist.
     virtual bool exists(const std::string& path) = 0;
 
-    /// Makes a directory, and those on the way to it that are missing.
+    /// Creates a directory and any missing parents.
     virtual Result<void> createDirectory(const std::string& path) = 0;
 
-    /// Deletes a file, a link (never what it leads to) or a directory with all that is in it.
+    /// Deletes a file, a link (never its target) or a directory with all its contents.
     virtual Result<void> removeItem(const std::string& path) = 0;
 
-    /// Gives the item at `path` the name `newPath` in one step. A link is moved itself. What stands
-    /// at `newPath` is never replaced: an error.
+    /// Renames the item at `path` to `newPath` in one step. A link is moved itself. An existing
+    /// item at `newPath` is never replaced: that is an error.
     virtual Result<void> moveItem(const std::string& path, const std::string& newPath) = 0;
 
-    /// As moveItem, but where the item is a file, it keeps its name at `path` as well until
-    /// createEmptyFile() takes that: a process that is killed in between leaves the path no moment
-    /// without a log.
+    /// Like moveItem, except that a file also keeps its name at `path` until createEmptyFile()
+    /// takes it: if the process is killed in between, the path is never without a log.
     virtual Result<void> setAside(const std::string& path, const std::string& newPath) = 0;
 
-    /// Puts a new, empty file at the path in one step, in place of a file or link that may stand
-    /// there; a link is replaced, never followed.
+    /// Creates a new, empty file at the path in one step, replacing an existing file or link; a
+    /// link is replaced, never followed.
     virtual Result<void> createEmptyFile(const std::string& path) = 0;
 
-    /// Opens the existing file at the path for appending; nothing when that cannot be done.
+    /// Opens the existing file at the path for appending; returns null on failure.
     ///
-    /// Only what nobody else could have planted is opened: a regular file that belongs to the
-    /// current user or the superuser. A final link, or a second name of the file, is the user's own
-    /// where the link and the directory that it is in belong to one of the two and nobody else may
-    /// write to the directory. A missing file is not created.
+    /// Only a file that nobody else could have planted is opened: a regular file that belongs to
+    /// the current user or the superuser. A final link, or a second name of the file, is trusted if
+    /// the link and its directory belong to one of the two and nobody else may write to the
+    /// directory. A missing file is not created.
     virtual std::shared_ptr<LogFile> open(const std::string& path) = 0;
 
-    /// Locks those of the directories that exist and can be locked. Null when somebody else has
-    /// kept one of them locked for longer than starting a log takes, several seconds.
+    /// Locks those of the directories that exist and can be locked. Returns null if somebody else
+    /// keeps one of them locked for several seconds, longer than starting a log takes.
     virtual std::unique_ptr<LogLock> lock(const std::vector<std::string>& directories) = 0;
 };
 

@@ -12,12 +12,11 @@ public:
     static constexpr const char* portName = "Preferences";
     virtual ~Preferences() = default;
 
-    /// The value under a key; none when there is none or the store cannot be read.
+    /// Returns the value for a key; none if there is no value or the store cannot be read.
     virtual Value value(const std::string& key) = 0;
 
-    /// Stores a value under a key, or forgets the key when the value is none. The store on disk is
-    /// replaced as a whole; when that fails, one line in the system log says so and the former
-    /// store stays.
+    /// Stores a value for a key, or removes the key if the value is none. Replaces the store on
+    /// disk atomically; on failure, logs one line to the system log and leaves the store unchanged.
     virtual void setValue(const std::string& key, const Value& value) = 0;
 };
 

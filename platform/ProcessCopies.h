@@ -4,15 +4,15 @@
 
 namespace platform {
 
-/// Tells when the process is copied (POSIX: fork): the copy has everything in memory, but of the
-/// threads only the one that copied. A system without such copies has nothing behind this port.
+/// Reports when the process is copied (POSIX: fork): the copy has all of the memory, but only the
+/// thread that copied. A system without fork installs nothing for this port.
 class ProcessCopies {
 public:
     static constexpr const char* portName = "ProcessCopies";
     virtual ~ProcessCopies() = default;
 
-    /// Has `before` called from now on before each copying, and then `inOriginal` and `inCopy`, all
-    /// on the thread that copies. Any thread.
+    /// Registers `before` to be called before each copy, and `inOriginal` and `inCopy` after it,
+    /// all on the thread that copies. Any thread.
     virtual void observe(std::function<void()> before, std::function<void()> inOriginal,
                          std::function<void()> inCopy) = 0;
 };

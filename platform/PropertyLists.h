@@ -16,16 +16,16 @@ public:
     static constexpr const char* portName = "PropertyLists";
     virtual ~PropertyLists() = default;
 
-    /// Reads a property list of either form. None when the bytes are no property list, or when
-    /// they are larger (16 MiB) or nested deeper (512 levels) than one is ever meant to be.
+    /// Parses a property list of either form. Returns none if the bytes are not a property list,
+    /// are larger than 16 MiB, or are nested deeper than 512 levels.
     virtual Value parse(std::string_view bytes) = 0;
 
-    /// Writes `value`, a dictionary or an array of property-list values, in XML form to a file
-    /// atomically: the file holds all of it or what it held before.
+    /// Atomically writes `value`, a dictionary or an array of property-list values, to a file in
+    /// XML form: the file holds all of it or what it held before.
     virtual Result<void> writeAtomically(const Value& value, const std::string& path) = 0;
 
-    /// Reads the property list in a file. None when there is no such file, when it is no regular
-    /// file, or as for parse.
+    /// Reads the property list in a file. Returns none if the file does not exist or is not a
+    /// regular file, and as parse does.
     virtual Value read(const std::string& path) = 0;
 };
 

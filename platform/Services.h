@@ -10,7 +10,7 @@
 namespace platform {
 
 namespace detail {
-/// Where the implementation of a port is kept; looked up by name once.
+/// Returns the slot that holds the implementation of a port; looked up by name once.
 template <class Port>
 std::atomic<void*>& slot() {
     static_assert(std::is_abstract_v<Port>, "a port, not one of its implementations");
@@ -24,10 +24,10 @@ Port* installed() {
 }
 } // namespace detail
 
-/// The implementation of a port that start-up, or a test's ScopedService, has put in place.
+/// Returns the implementation of a port that start-up, or a test's ScopedService, has installed.
 ///
-/// Throws platform::Exception "QFServiceUnavailable", whose reason names the port, when nothing
-/// stands behind it, so that a missing service fails closed. Any thread may call it.
+/// Throws platform::Exception "QFServiceUnavailable", whose reason names the port, if none is
+/// installed, so that a missing service fails closed. Any thread may call it.
 template <class Port>
 Port& service() {
     Port* port = detail::installed<Port>();
@@ -38,25 +38,25 @@ Port& service() {
     return *port;
 }
 
-/// The same without the exception, for a caller that does without the port: null when nothing
-/// stands behind it.
+/// Like service(), for a caller that can do without the port: returns null if no implementation is
+/// installed.
 template <class Port>
 Port* installedService() {
     return detail::installed<Port>();
 }
 
-/// Puts `implementation` behind its port for the rest of the process; the caller keeps it alive
+/// Installs `implementation` for its port for the rest of the process; the caller keeps it alive
 /// that long. Start-up calls it before any other thread runs.
 template <class Port>
 void install(Port& implementation) {
     detail::slot<Port>().store(&implementation, std::memory_order_release);
 }
 
-/// Puts a double behind its port for a scope; at the scope's end the former implementation is back.
+/// Installs a double for a port for a scope; the destructor restores the former implementation.
 template <class Port>
 class ScopedService {
 public:
-    /// `implementation` outlives the scope.
+    /// `implementation` must outlive this.
     explicit ScopedService(Port& implementation)
         : former_(detail::slot<Port>().exchange(&implementation, std::memory_order_acq_rel)) {}
     ~ScopedService() { detail::slot<Port>().store(former_, std::memory_order_release); }

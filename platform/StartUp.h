@@ -6,15 +6,15 @@
 #include <optional>
 #include <string>
 
-/// Shown by the library that holds it, which hides all of what implements the ports.
+/// Exports a symbol from the library, which hides the implementation of the ports.
 #define QF_EXPORT [[gnu::visibility("default")]]
 
 namespace platform {
 
-/// What the services cannot find out about the program themselves.
+/// What the services cannot find out about the program by themselves.
 struct ProgramDescription {
-    /// A name that no other program has, such as "com.example.Player": that of its preferences.
-    /// Where it is missing, the name of the program's file serves.
+    /// A unique name, such as "com.example.Player", which names its preferences. If missing, the
+    /// name of the program's file is used.
     std::optional<std::string> identifier;
     /// The version as a person writes it, such as "1.2"; the program's log begins with it.
     std::optional<std::string> version;
@@ -23,31 +23,29 @@ struct ProgramDescription {
     std::optional<std::string> helper;
 };
 
-/// Puts this operating system's implementation behind every port but those of the user interface.
-/// Called once, before any other thread runs. Where the environment names no usable home directory,
-/// the account's own is put there for the process and its children. A standard stream that is
-/// closed becomes the null device, so that no file takes its number and what is said there.
+/// Installs this operating system's implementation of every port except those of the user
+/// interface. Must be called once, before any other thread runs. If the environment names no usable
+/// home directory, sets it to the account's own for the process and its children. Opens a closed
+/// standard stream on the null device, so that no file takes its number and receives its output.
 QF_EXPORT void installServices(const ProgramDescription& program = {});
 
-/// Runs a program without windows to its end and gives its exit status, which is what `body`
-/// returns.
+/// Runs a program without windows and returns its exit status, which is what `body` returns.
 ///
-/// `body` runs on a thread of its own; the calling thread is the main thread, and runs the event
-/// loop that time-outs and work for the main thread need, until `body` returns or the application
-/// terminates, which is status 0. Then the observers of termination run, so that the log is
-/// written. What `body` throws ends the process, as any uncaught exception does. There are no
-/// windows and no alerts: an operation that shows one throws platform::Exception
-/// "QFServiceUnavailable".
+/// `body` runs on its own thread; the calling thread is the main thread, and runs the event loop
+/// that time-outs and work for the main thread need, until `body` returns or the application
+/// terminates, which is status 0. Then the termination observers run, so that the log is written.
+/// An exception from `body` ends the process, as any uncaught exception does. There are no windows
+/// and no alerts: an operation that shows one throws platform::Exception "QFServiceUnavailable".
 QF_EXPORT int consoleMain(const std::function<int()>& body);
 
-/// Runs a windowed application to its end and gives the process's exit status.
+/// Runs a windowed application and returns the process's exit status.
 ///
-/// Puts the user interface behind its ports, loads the interface file, hands it to `awake`, which
-/// makes the application's controller out of it, shows the main window, whose outlet is
-/// "windowMain", and runs the event loop until the application terminates. Without a display, with
-/// an interface file that lacks what the controller asks for, or while another process of the same
-/// user runs the application, one line on standard error says so and the status is 1. The
-/// application's name, which its desktop file has too, is the last component of `argv[0]`.
+/// Installs the user interface, loads the interface file, passes it to `awake`, which makes the
+/// application's controller from it, shows the main window, whose outlet is "windowMain", and runs
+/// the event loop until the application terminates. If there is no display, if the interface file
+/// lacks what the controller asks for, or if another process of the same user runs the application,
+/// prints one line to standard error and returns 1. The application's name, also that of its
+/// desktop file, is the last component of `argv[0]`.
 QF_EXPORT int windowedMain(int argc, char** argv, const std::string& interfaceFile,
                            const std::function<void(Interface&)>& awake);
 

@@ -10,20 +10,20 @@ class Window {
 public:
     virtual ~Window() = default;
 
-    /// Shows the window in front of the others and gives it the keyboard.
+    /// Shows the window in front of the others and makes it the key window.
     virtual void makeKeyAndOrderFront() = 0;
 
     /// Hides the window.
     virtual void orderOut() = 0;
 
-    /// Whether the window is on the screen.
+    /// Returns whether the window is on the screen.
     virtual bool isVisible() = 0;
 
-    /// Whether an alert is attached to the window.
+    /// Returns whether an alert is attached to the window.
     virtual bool hasAttachedSheet() = 0;
 };
 
-/// Whether a checkbox is ticked; mixed when it is neither.
+/// The state of a checkbox; mixed if it is neither ticked nor clear.
 enum class CheckBoxState : int { mixed = -1, off = 0, on = 1 };
 
 /// A checkbox.
@@ -31,37 +31,37 @@ class CheckBox {
 public:
     virtual ~CheckBox() = default;
 
-    /// Any thread may read it.
+    /// Returns the state. Any thread may call it.
     virtual CheckBoxState state() = 0;
 };
 
-/// A bar that shows that work goes on, without saying how much is left. Main thread only.
+/// A bar that shows that work is in progress, without showing how much is left. Main thread only.
 class ProgressIndicator {
 public:
     virtual ~ProgressIndicator() = default;
 
-    /// Whether the bar moves even while the main thread is busy.
+    /// Sets whether the bar moves even while the main thread is busy.
     virtual void setUsesThreadedAnimation(bool threaded) = 0;
 
-    /// Sets the bar moving.
+    /// Starts the animation.
     virtual void startAnimation() = 0;
 };
 
-/// The user interface that was loaded from an interface file, whose objects are found by name.
-/// Main thread only. The objects live as long as the interface.
+/// The user interface loaded from an interface file, whose objects are found by name. Main thread
+/// only. The objects live as long as the interface.
 class Interface {
 public:
     virtual ~Interface() = default;
 
-    /// Each throws platform::Exception "QFOutletMissing", whose reason names the outlet, when the
-    /// file has no object of that name and kind.
+    /// Return the object of that name. Each throws platform::Exception "QFOutletMissing", whose
+    /// reason names the outlet, if the file has no object of that name and kind.
     virtual Window& window(const std::string& name) = 0;
     virtual CheckBox& checkBox(const std::string& name) = 0;
     virtual ProgressIndicator& progressIndicator(const std::string& name) = 0;
 
-    /// Has `perform` called whenever a control that the file connects with the action `name` (such
-    /// as "uninstall:") is used while its window is on the screen. Throws platform::Exception
-    /// "QFActionMissing", whose reason names the action, when the file connects nothing with it.
+    /// Calls `perform` whenever a control that the file connects to the action `name` (such as
+    /// "uninstall:") is used while its window is on the screen. Throws platform::Exception
+    /// "QFActionMissing", whose reason names the action, if the file connects nothing to it.
     virtual void setAction(const std::string& name, std::function<void()> perform) = 0;
 };
 

@@ -17,7 +17,7 @@ std::string described(std::chrono::sys_seconds second) {
         time.hours().count(), time.minutes().count(), time.seconds().count());
 }
 
-/// What a thread described last: a log asks for the same second many times in a row.
+/// The last date that a thread described: a log asks for the same second many times in a row.
 struct Described {
     std::chrono::sys_seconds second;
     std::string text;

@@ -10,11 +10,11 @@
 
 namespace platform {
 
-/// An object whose operations a caller names when the program runs.
+/// An object whose operations callers select by name at run time.
 ///
 /// An operation is named by its selector, such as "toolPrinted:runner:object:", and takes as many
-/// arguments as its selector has colons. An argument that is an object of the program's own
-/// travels as a Value::Object, bytes as Data, and one that is left unset as the none Value.
+/// arguments as its selector has colons. An object of the program's own is passed as a
+/// Value::Object, bytes as Data, and an unset argument as the none Value.
 class Delegate {
 public:
     Delegate() = default;
@@ -24,15 +24,15 @@ public:
     Delegate(Delegate&&) = delete;
     Delegate& operator=(Delegate&&) = delete;
 
-    /// Whether the object has the operation.
+    /// Returns whether the object has the operation.
     virtual bool respondsTo(const std::string& selector) const = 0;
 
     /// Runs the operation on the caller's thread. May throw platform::Exception. Called only for a
-    /// selector that respondsTo answers, with argumentCount(selector) arguments.
+    /// selector that respondsTo accepts, with argumentCount(selector) arguments.
     virtual void perform(const std::string& selector, const std::vector<Value>& arguments) = 0;
 };
 
-/// How many arguments the operation of this name takes.
+/// Returns the number of arguments that the operation of this name takes.
 inline std::size_t argumentCount(std::string_view selector) {
     return static_cast<std::size_t>(std::ranges::count(selector, ':'));
 }

@@ -4,12 +4,12 @@
 
 namespace platform {
 
-/// What the platform reports: where the failure comes from, its number there, and a sentence in
-/// the user's words, such as: The file “a.txt” doesn’t exist.
+/// A failure that the platform reports: its domain, its number there, and a sentence for the user,
+/// such as: The file “a.txt” doesn’t exist.
 struct Error {
-    std::string domain;               ///< Whose number it is, such as "NSPOSIXErrorDomain".
+    std::string domain;               ///< The origin of the number, such as "NSPOSIXErrorDomain".
     int code = 0;                     ///< The number in that domain.
-    std::string localizedDescription; ///< The sentence.
+    std::string localizedDescription; ///< The sentence for the user.
 };
 
 } // namespace platform

@@ -22,15 +22,15 @@ inline constexpr const char* outletMissing = "QFOutletMissing";
 inline constexpr const char* serviceUnavailable = "QFServiceUnavailable";
 } // namespace exception_name
 
-/// What the platform raises: a name that code tests, and a reason that a person reads. No other
+/// An exception of the platform: a name for code to test, and a reason for people to read. No other
 /// exception leaves an operation.
 class Exception : public std::exception {
 public:
-    /// An exception of that name and reason.
+    /// Makes an exception with this name and reason.
     Exception(std::string name, std::string reason)
         : name_(std::move(name)), reason_(std::move(reason)) {}
 
-    /// What it was made of; what() is the reason too.
+    /// Return the name and the reason; what() is the reason too.
     const std::string& name() const { return name_; }
     const std::string& reason() const { return reason_; }
     const char* what() const noexcept override { return reason_.c_str(); }

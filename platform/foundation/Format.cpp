@@ -16,7 +16,7 @@ namespace {
 constexpr std::size_t largestField = 4096;
 constexpr std::string_view missingText = "(null)";
 
-/// What stands between a percent sign and the letter that ends the directive, and that letter.
+/// A directive: what is between the percent sign and the final letter, and that letter.
 struct Directive {
     bool leftAligned = false;
     bool plusSign = false;
@@ -30,10 +30,10 @@ struct Directive {
 
 class DirectiveReader {
 public:
-    /// `text` begins with a percent sign.
+    /// `text` must begin with a percent sign.
     explicit DirectiveReader(std::string_view text) : text_(text) {}
 
-    /// The directive, or nothing when there is none.
+    /// Returns the directive, or nullopt if there is none.
     std::optional<Directive> read() {
         Directive directive;
         readFlags(directive);
@@ -58,7 +58,7 @@ public:
         return known ? std::optional(directive) : std::nullopt;
     }
 
-    /// How many bytes the directive takes.
+    /// Returns the length of the directive in bytes.
     std::size_t length() const { return position_; }
 
 private:
@@ -88,7 +88,8 @@ private:
         }
     }
 
-    /// The digits that come next as a number, 0 when there are none, nothing when it is too large.
+    /// Reads the digits that come next as a number: 0 if there are none, nullopt if it is too
+    /// large.
     std::optional<std::size_t> readNumber() {
         std::size_t number = 0;
         for (; peek() >= '0' && peek() <= '9'; ++position_) {
@@ -153,7 +154,7 @@ void makeUpperCase(std::string& digits) {
     });
 }
 
-/// An integer as its magnitude and its sign, which takes both integer types of an argument.
+/// An integer as magnitude and sign, to hold both integer types of an argument.
 struct Integer {
     std::uint64_t magnitude;
     bool negative;
@@ -216,7 +217,7 @@ int exponentOf(std::string_view scientific) {
     return std::atoi(std::string(exponent).c_str());
 }
 
-/// The form that C's "%#g" gives: %e or %f, whichever %g would take, with all its digits.
+/// Returns the form that C's "%#g" produces: %e or %f, whichever %g would choose, with all digits.
 std::string generalWithAllDigits(double magnitude, int precision) {
     const auto significant = std::max(precision, 1);
     auto scientific = digitsOf(magnitude, std::chars_format::scientific, significant - 1);
@@ -268,8 +269,8 @@ bool appendReal(std::string& result, const Directive& directive, double real) {
     return true;
 }
 
-/// Appends one argument as its directive asks for it; gives false, with nothing appended, when the
-/// argument is of another type.
+/// Appends one argument as its directive asks for; returns false, appending nothing, if the
+/// argument has another type.
 class ArgumentWriter {
 public:
     ArgumentWriter(std::string& result, const Directive& directive)
@@ -297,7 +298,7 @@ private:
     const Directive& directive_;
 };
 
-/// How many bytes the result takes when nothing is padded.
+/// Returns the length of the result in bytes without padding.
 std::size_t likelySize(std::string_view format, std::initializer_list<FormatArgument> arguments) {
     constexpr std::size_t digits = 16;
     auto size = format.size();

@@ -11,10 +11,10 @@
 namespace platform {
 
 /// One argument of format(): it knows its own type, so that a directive can never misread it. It
-/// refers to the text it is made of, which outlives it.
+/// refers to the text it is made from, which must outlive it.
 class FormatArgument {
 public:
-    /// A number or a text; a missing text (nil) is one too.
+    /// Holds a number, a text, or a missing text (nil).
     template <std::signed_integral T>
     FormatArgument(T number) : content_(static_cast<std::int64_t>(number)) {}
     template <std::unsigned_integral T>
@@ -25,10 +25,10 @@ public:
     FormatArgument(const std::optional<std::string>& text);
     FormatArgument(std::nullopt_t) {}
 
-    /// A null pointer is a missing text.
+    /// Holds a text; a null pointer is a missing text.
     FormatArgument(const char* text);
 
-    /// What the argument is: nil, a number or a text.
+    /// The content: nil, a number or a text.
     using Content =
         std::variant<std::monostate, std::int64_t, std::uint64_t, double, std::string_view>;
     const Content& content() const { return content_; }
@@ -52,18 +52,18 @@ private:
 /// that no character is cut; %@ takes them as %s does. The decimal sign is always ".". A missing
 /// text (nil) shows as "(null)".
 ///
-/// A directive that has no argument left, whose argument is of another type, or that is none of the
-/// above (also "%n", "%*d", and a width or precision above 4096) stands in the result as it stands
-/// in the format; one with an argument of another type uses that argument up. Surplus arguments are
-/// ignored. Bytes that are no UTF-8, and zeros, come out as they went in. The result is never
-/// longer than the format, the texts and 4096 times six bytes for each argument together. Nothing
-/// here raises but std::bad_alloc. Any thread may call it.
+/// A directive that has no argument left, whose argument has another type, or that is not listed
+/// above (such as "%n", "%*d", or a width or precision above 4096) is copied to the result
+/// verbatim; one with an argument of another type consumes that argument. Surplus arguments are
+/// ignored. Bytes that are not UTF-8, and zeros, are copied unchanged. The result is never longer
+/// than the format, the texts and 4096 times six bytes for each argument together. Throws nothing
+/// except std::bad_alloc. Any thread may call it.
 ///
-/// A call names the namespace: without it the arguments of the standard library's types would bring
-/// in std::format, which may match better.
+/// Qualify calls with the namespace: otherwise arguments of the standard library's types would
+/// bring in std::format, which may be a better match.
 std::string format(std::string_view format, std::initializer_list<FormatArgument> arguments);
 
-/// The same, with the arguments one after another.
+/// Like the above, with the arguments one after another.
 template <class... Arguments>
 std::string format(std::string_view text, const Arguments&... arguments) {
     return format(text, {FormatArgument(arguments)...});

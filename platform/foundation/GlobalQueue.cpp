@@ -29,7 +29,7 @@ public:
 private:
     static constexpr std::size_t mostThreads = 64;
 
-    /// Without a new thread the operation waits for one of those that there are.
+    /// Without a new thread, the operation waits for an existing one.
     void startThread() {
         try {
             detachNewThread([this] { run(); });
@@ -66,7 +66,7 @@ private:
 } // namespace
 
 void dispatchAsync(std::function<void()> operation) {
-    // Its threads live until the process is gone: it is never destroyed.
+    // Never destroyed: its threads run until the process has ended.
     static auto& queue = *new GlobalQueue;
     queue.add(std::move(operation));
 }

@@ -6,12 +6,12 @@
 
 namespace platform {
 
-/// A record of something that happened: its name, who says so, and a dictionary of what there is to
-/// know about it. The last two may be none.
+/// A notification of an event: its name, its sender, and a dictionary of details. The last two may
+/// be none.
 struct Notification {
-    std::string name; ///< What happened.
-    Value object;     ///< Who says so.
-    Value userInfo;   ///< What there is to know.
+    std::string name; ///< The name of the event.
+    Value object;     ///< The sender.
+    Value userInfo;   ///< The details.
 };
 
 } // namespace platform

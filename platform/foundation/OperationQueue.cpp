@@ -12,11 +12,11 @@ namespace platform {
 
 namespace {
 
-/// How often the thread looks for more before it sleeps: waking it costs the caller more than all
+/// How often the thread polls for operations before it sleeps: waking it costs the caller more than
 /// the rest of adding an operation.
 constexpr int looksBeforeSleep = 64;
 
-/// The number of an operation that others cannot cancel.
+/// The number of an operation that cannot be cancelled.
 constexpr auto neverCancelled = std::numeric_limits<std::uint64_t>::max();
 
 /// The queue whose thread this is.
@@ -42,8 +42,8 @@ void OperationQueue::add(std::unique_ptr<Operation> operation) {
     push(std::move(operation));
 }
 
-/// Callers push and the thread takes all there is: of the lock-free stacks (R. K. Treiber, "Systems
-/// Programming: Coping with Parallelism", 1986) that is the case in which no address is met twice.
+/// Callers push and the thread takes everything: of the lock-free stacks (R. K. Treiber, "Systems
+/// Programming: Coping with Parallelism", 1986) this is the case without the ABA problem.
 void OperationQueue::push(std::unique_ptr<Operation> operation) {
     auto* before = newest_.load(std::memory_order_relaxed);
     auto* const added = operation.release();
@@ -146,7 +146,7 @@ bool OperationQueue::runNext() {
     return true;
 }
 
-/// Takes what callers have added, and turns the chain round: the first added comes first.
+/// Takes what callers have added and reverses the list, so that the first added comes first.
 OperationQueue::Operation* OperationQueue::takeAll() {
     Operation* oldest = nullptr;
     auto* rest = newest_.exchange(nullptr);
@@ -157,8 +157,7 @@ OperationQueue::Operation* OperationQueue::takeAll() {
     return oldest;
 }
 
-/// Waiters sleep until the first of them has what it waits for; the others then say again what they
-/// wait for.
+/// Waiters sleep until the first of them can go on; the others then register again.
 void OperationQueue::publishEmptiness() {
     if (added_.load() != taken_) {
         return;
@@ -171,8 +170,8 @@ void OperationQueue::publishEmptiness() {
     }
 }
 
-/// The thread, those who wait and the operations are the original's: what tells of them is
-/// overwritten as it is, for nothing of it can be ended here.
+/// The thread, the waiters and the operations are the original's: their state is overwritten in
+/// place, because it cannot be destroyed here.
 void OperationQueue::beginAnewAsCopy() {
     new (&thread_) std::thread;
     new (&finishedGrew_) std::condition_variable;

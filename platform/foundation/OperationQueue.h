@@ -13,56 +13,58 @@
 
 namespace platform {
 
-/// Runs operations one at a time, in the order in which they were added, on a thread of its own.
+/// Runs operations one at a time, in the order in which they were added, on its own thread.
 ///
-/// Any thread may call every member, also an operation of the queue itself. An exception that
-/// leaves an operation is one that nobody caught: it ends the process.
+/// Any thread may call every member, including an operation of the queue itself. An exception that
+/// leaves an operation ends the process.
 class OperationQueue {
 public:
     OperationQueue() = default;
 
-    /// Waits until all operations are finished. Never destroy a queue in one of its operations.
+    /// Waits until all operations are finished. A queue must not be destroyed by one of its
+    /// operations.
     ~OperationQueue();
     OperationQueue(const OperationQueue&) = delete;
     OperationQueue& operator=(const OperationQueue&) = delete;
     OperationQueue(OperationQueue&&) = delete;
     OperationQueue& operator=(OperationQueue&&) = delete;
 
-    /// Adds an operation behind all others and returns at once. Throws platform::Exception
-    /// "NSGenericException" when it is the first one and the system has no thread left.
+    /// Adds an operation after all others and returns at once. Throws platform::Exception
+    /// "NSGenericException" if it is the first one and the system has no thread left.
     template <std::invocable Work>
     void addOperation(Work work) {
         add(std::make_unique<OperationOf<Work>>(std::move(work)));
     }
 
-    /// How many operations are not finished, the running one included.
+    /// Returns the number of unfinished operations, including the running one.
     std::size_t operationCount() const;
 
-    /// Drops every operation that has not begun. Those still count until the queue comes to them.
+    /// Drops every operation that has not begun. They still count until the queue reaches them.
     void cancelAllOperations();
 
-    /// Returns when the queue was empty at some moment since the call: what is added meanwhile, and
-    /// behind it without a gap, is waited for too.
+    /// Waits until the queue has been empty at some moment since the call: operations added
+    /// meanwhile, without a gap, are waited for too.
     ///
-    /// Called in one of the queue's own operations, which cannot wait for itself, it runs those
-    /// that were added behind that operation before the call at once, inside it.
+    /// Called from one of the queue's own operations, which cannot wait for itself, it runs at
+    /// once, inside that operation, those that were added after it and before the call.
     void waitUntilAllOperationsAreFinished();
 
-    /// In an operation of the queue: its number, from 1 on. Elsewhere 0.
+    /// Returns the number of the current operation of the queue, from 1 on; 0 outside of
+    /// operations.
     std::uint64_t currentOperation() const;
 
-    /// Whether the queue was empty at some moment after the operation of that number.
+    /// Returns whether the queue was empty at some moment after the operation of that number.
     bool wasEmptySince(std::uint64_t operation) const { return emptiedAt_.load() >= operation; }
 
     /// For a process that is about to be copied with this thread alone (POSIX: fork). Between the
-    /// first call and the other one, nobody holds the queue's lock but this thread. In the copy
-    /// the queue then begins anew: what was to be run is the original's alone.
+    /// first call and one of the others, this thread alone holds the queue's lock. In the copy the
+    /// queue starts afresh: pending operations run in the original alone.
     void prepareForCopy() { mutex_.lock(); }
     void goOnAfterCopy() { mutex_.unlock(); }
     void beginAnewAsCopy();
 
 private:
-    /// One that was added, and the one that it is chained to.
+    /// An operation, linked to the next one.
     struct Operation {
         Operation() = default;
         virtual ~Operation() = default;
@@ -93,16 +95,16 @@ private:
     Operation* takeAll();
     void publishEmptiness();
 
-    // Who changes what decides where it lies, so that callers and the queue's thread do not take
-    // cache lines from each other.
+    // Members are placed by who changes them, so that callers and the queue's thread do not contend
+    // for cache lines.
     static constexpr std::size_t cacheLine = 64;
 
-    // What every caller changes. An operation is counted, and numbered from 0, before it is chained
-    // to the others, so that there are never more of them than were counted.
+    // Changed by every caller. An operation is counted, and numbered from 0, before it is linked to
+    // the others, so that there are never more of them than were counted.
     alignas(cacheLine) std::atomic<std::uint64_t> added_{0};
-    std::atomic<Operation*> newest_{nullptr}; // chained to the one before it, and so on
+    std::atomic<Operation*> newest_{nullptr}; // linked to the one before it, and so on
 
-    // What is changed now and then.
+    // Changed rarely.
     alignas(cacheLine) std::atomic<std::uint64_t> cancelledBelow_{0};
     static constexpr auto nothingAwaited = std::numeric_limits<std::uint64_t>::max();
     std::atomic<std::uint64_t> awaited_{nothingAwaited}; // by the waiter that needs the fewest
@@ -111,13 +113,13 @@ private:
     std::atomic<bool> started_{false};
     std::thread thread_;
 
-    // What only the queue's thread changes.
-    alignas(cacheLine) Operation* oldest_ = nullptr; // of those taken, chained to the one behind it
+    // Changed by the queue's thread only.
+    alignas(cacheLine) Operation* oldest_ = nullptr; // of those taken, linked to the next
     std::uint64_t taken_ = 0;
     unsigned depth_ = 0;
     bool ending_ = false;
     std::atomic<std::uint64_t> completed_{0};
-    std::atomic<std::uint64_t> emptiedAt_{0}; // so many were finished when there were no others
+    std::atomic<std::uint64_t> emptiedAt_{0}; // number finished when there were no others
 };
 
 } // namespace platform

@@ -14,7 +14,7 @@ std::string_view withoutTrailingSlashes(std::string_view path) {
     return path.substr(0, last + 1);
 }
 
-/// The length of the extension with its dot, 0 when there is none.
+/// Returns the length of the extension with its dot, 0 if there is none.
 std::size_t dottedExtensionLength(std::string_view name) {
     const auto dot = name.rfind('.');
     if (dot == std::string_view::npos || dot == 0 || dot + 1 == name.size()) {

@@ -26,22 +26,22 @@ private:
 };
 
 namespace detail {
-/// Throws what Result::value() throws of a failure.
+/// Throws what Result::value() throws for a failure.
 [[noreturn]] inline void throwNoValue() {
     throw Exception(exception_name::internalInconsistency, "the result of a failure has no value");
 }
 } // namespace detail
 
-/// The value of an operation that succeeded, or the error of one that failed: what
-/// std::expected<T, E> is in C++23, by the same names. A Result is true when the operation
-/// succeeded. As any value, one thread at a time changes it.
+/// The value of an operation that succeeded, or the error of one that failed: std::expected<T, E>
+/// of C++23, with the same names. A Result is true if the operation succeeded. Threads that share
+/// one must synchronize changes.
 template <class T, class E = Error>
 class [[nodiscard]] Result {
 public:
     using value_type = T; ///< As in std::expected.
     using error_type = E; ///< As in std::expected.
 
-    /// A success with a value that is made from the argument.
+    /// Makes a success whose value is made from the argument.
     template <class U = T>
     requires(std::is_convertible_v<U&&, T> &&
              !std::is_same_v<std::remove_cvref_t<U>,
@@ -49,30 +49,31 @@ public:
                                                                   // std::expected's.
         : content_(std::in_place_index<0>, std::forward<U>(value)) {}
 
-    /// A failure.
+    /// Makes a failure.
     template <class G>
     requires(std::is_constructible_v<E, G>) constexpr Result(
         Unexpected<G> failure) // NOLINT(*-explicit-*): as std::expected's.
         : content_(std::in_place_index<1>, std::move(failure).error()) {}
 
-    /// Whether the operation succeeded.
+    /// Returns whether the operation succeeded.
     constexpr bool has_value() const { return content_.index() == 0; }
     constexpr bool ok() const { return has_value(); }
     constexpr explicit operator bool() const { return has_value(); }
 
-    /// The value. Throws platform::Exception "NSInternalInconsistencyException" for a failure.
+    /// Returns the value. Throws platform::Exception "NSInternalInconsistencyException" for a
+    /// failure.
     constexpr const T& value() const& { return checked(*this); }
     constexpr T& value() & { return checked(*this); }
     constexpr T&& value() && { return std::move(checked(*this)); }
 
-    /// The value of a success; asking a failure for it is undefined.
+    /// Returns the value of a success; undefined for a failure.
     constexpr const T& operator*() const& { return *std::get_if<0>(&content_); }
     constexpr T& operator*() & { return *std::get_if<0>(&content_); }
     constexpr T&& operator*() && { return std::move(*std::get_if<0>(&content_)); }
     constexpr const T* operator->() const { return std::get_if<0>(&content_); }
     constexpr T* operator->() { return std::get_if<0>(&content_); }
 
-    /// The value of a success, or the other one.
+    /// Returns the value of a success, or the argument for a failure.
     template <class U>
     constexpr T value_or(U&& other) const& {
         return has_value() ? **this : static_cast<T>(std::forward<U>(other));
@@ -82,7 +83,7 @@ public:
         return has_value() ? *std::move(*this) : static_cast<T>(std::forward<U>(other));
     }
 
-    /// The error of a failure; asking a success for it is undefined.
+    /// Returns the error of a failure; undefined for a success.
     constexpr const E& error() const& { return *std::get_if<1>(&content_); }
     constexpr E& error() & { return *std::get_if<1>(&content_); }
     constexpr E&& error() && { return std::move(*std::get_if<1>(&content_)); }
@@ -99,23 +100,23 @@ private:
     std::variant<T, E> content_;
 };
 
-/// The outcome of an operation that has no value.
+/// The outcome of an operation that returns no value.
 template <class E>
 class [[nodiscard]] Result<void, E> {
 public:
     using value_type = void; ///< As in std::expected.
     using error_type = E;    ///< As in std::expected.
 
-    /// A success: `return {};`.
+    /// Makes a success: `return {};`.
     constexpr Result() = default;
 
-    /// A failure.
+    /// Makes a failure.
     template <class G>
     requires(std::is_constructible_v<E, G>) constexpr Result(
         Unexpected<G> failure) // NOLINT(*-explicit-*): as std::expected's.
         : error_(std::in_place, std::move(failure).error()) {}
 
-    /// Whether the operation succeeded.
+    /// Returns whether the operation succeeded.
     constexpr bool has_value() const { return !error_.has_value(); }
     constexpr bool ok() const { return has_value(); }
     constexpr explicit operator bool() const { return has_value(); }
@@ -127,10 +128,10 @@ public:
         }
     }
 
-    /// For code that is generic in the value.
+    /// Does nothing; for code that is generic in the value type.
     constexpr void operator*() const {}
 
-    /// The error of a failure; asking a success for it is undefined.
+    /// Returns the error of a failure; undefined for a success.
     constexpr const E& error() const& { return *error_; }
     constexpr E& error() & { return *error_; }
     constexpr E&& error() && { return *std::move(error_); }

@@ -7,7 +7,7 @@
 namespace platform {
 
 std::atomic<void*>& serviceSlot(const char* portName) {
-    // Detached threads may ask until the process is gone: the slots are never destroyed.
+    // Never destroyed: detached threads may look services up until the process has ended.
     static auto& mutex = *new std::mutex;
     static auto& slots = *new std::map<std::string, std::atomic<void*>>;
     const std::lock_guard lock(mutex);

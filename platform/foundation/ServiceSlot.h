@@ -4,9 +4,9 @@
 
 namespace platform {
 
-/// The one place of the process where the implementation of the port of this name is kept, null
-/// while there is none. Programs and libraries that are linked together share it, however much of
-/// their symbols each of them shows. Any thread may call it.
+/// Returns the process's only slot for the implementation of the port of this name, null until one
+/// is installed. Programs and libraries that are linked together share it, whatever symbols each of
+/// them exports. Any thread may call it.
 std::atomic<void*>& serviceSlot(const char* portName);
 
 } // namespace platform

@@ -8,25 +8,24 @@
 
 namespace platform {
 
-/// A dictionary that several owners read and change at the same time. Values go in and out as
-/// copies, so that none changes under its reader. Any thread may call every member.
+/// A dictionary that several owners read and change at the same time. Values are copied in and out,
+/// so that none changes while it is read. Any thread may call every member.
 class SharedDictionary {
 public:
-    /// The value under a key; none when there is no such key.
+    /// Returns the value for a key; none if the key does not exist.
     Value operator[](const std::string& key) const {
         const std::lock_guard lock(mutex_);
         const auto entry = content_.find(key);
         return entry == content_.end() ? Value() : entry->second;
     }
 
-    /// Puts a value under a key, in the place of what was there, which is given up when others may
-    /// use the dictionary again.
+    /// Sets the value for a key. The former value is destroyed after the lock is released.
     void set(const std::string& key, Value value) {
         const std::lock_guard lock(mutex_);
         std::swap(content_[key], value);
     }
 
-    /// All keys and values of one moment.
+    /// Returns a consistent copy of all keys and values.
     Value::Dictionary snapshot() const {
         const std::lock_guard lock(mutex_);
         return content_;

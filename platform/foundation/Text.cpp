@@ -27,7 +27,7 @@ constexpr std::array controls{
     Range{0x2028, 0x202E}, Range{0x2066, 0x2069},
 };
 
-/// The forms of UTF-8: how the first byte looks, and which code points need that many bytes.
+/// The forms of UTF-8: the bits of the first byte, and the code points that need that many bytes.
 struct Form {
     std::uint8_t mask;
     std::uint8_t lead;
@@ -57,7 +57,7 @@ std::uint8_t byteAt(std::string_view text, std::size_t index) {
     return static_cast<std::uint8_t>(text[index]);
 }
 
-/// The last character of `text`, which is not empty.
+/// Returns the last character of `text`, which must not be empty.
 Character lastCharacter(std::string_view text) {
     const auto longest = std::min<std::size_t>(text.size(), forms.size());
     for (std::size_t length = 2; length <= longest; ++length) {
@@ -73,8 +73,8 @@ char lowercased(char letter) {
     return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
 }
 
-/// What the C library knows of Unicode's letters, whatever the user's locale; of ASCII's alone
-/// where it has no such table. Never destroyed: threads that nobody waits for may use it.
+/// The C library's table of Unicode letters, whatever the user's locale; ASCII letters only if it
+/// has no such table. Never destroyed: detached threads may use it.
 const std::ctype<wchar_t>& letters() {
     static const auto& locale = []() -> const std::locale& {
         try {
@@ -96,7 +96,7 @@ void appendEscaped(std::string& result, std::string_view bytes) {
     }
 }
 
-/// `text` with the bytes of the characters that `isEscaped` names as "\\xNN".
+/// Returns `text` with the bytes of the characters that `isEscaped` accepts as "\\xNN".
 template <class Predicate>
 std::string escaped(std::string_view text, Predicate isEscaped) {
     std::string result;
@@ -114,7 +114,7 @@ std::string escaped(std::string_view text, Predicate isEscaped) {
     return result;
 }
 
-/// Looks at eight bytes at a time: every entry of the log comes by here more than once.
+/// Examines eight bytes at a time: every log entry passes through here more than once.
 bool isAscii(std::string_view text) {
     constexpr std::uint64_t highBits = 0x8080808080808080;
     std::uint64_t all = 0;

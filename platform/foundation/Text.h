@@ -4,50 +4,51 @@
 #include <string>
 #include <string_view>
 
-/// Questions about UTF-8 text. Invalid UTF-8 is never undefined behaviour: a byte that is part of
-/// no character counts as one character of its own.
+/// Functions on UTF-8 text. Invalid UTF-8 is never undefined behaviour: a byte that is not part of
+/// a character counts as one character.
 namespace platform::text {
 
-/// In place of a code point: a byte that is part of no character.
+/// The code point of a byte that is not part of a character.
 inline constexpr char32_t notACharacter = 0xFFFFFFFF;
 
-/// One character of a text: its code point, and how many bytes it takes there.
+/// One character of a text: its code point, and its length in bytes there.
 struct Character {
-    char32_t codePoint = notACharacter; ///< Which character it is.
+    char32_t codePoint = notACharacter; ///< The character.
     std::size_t length = 1;             ///< In bytes.
 };
 
-/// The first character of `text`, which is not empty. Overlong forms, surrogates and numbers beyond
-/// U+10FFFF are no characters (RFC 3629).
+/// Returns the first character of `text`, which must not be empty. Overlong forms, surrogates and
+/// numbers beyond U+10FFFF are not characters (RFC 3629).
 Character firstCharacter(std::string_view text);
 
-/// Appends a character in UTF-8. Appends nothing and gives false when the number is no character.
+/// Appends a character in UTF-8. Returns false, appending nothing, if the number is not a
+/// character.
 bool appendCharacter(std::string& text, char32_t codePoint);
 
-/// The length in characters (code points).
+/// Returns the length in characters (code points).
 std::size_t characterCount(std::string_view text);
 
-/// The first `count` characters of `text`, all of it when it has no more.
+/// Returns the first `count` characters of `text`, or all of it if it has no more.
 std::string_view prefix(std::string_view text, std::size_t count);
 
-/// The length in UTF-16 units: characters beyond U+FFFF count as two.
+/// Returns the length in UTF-16 units: characters beyond U+FFFF count as two.
 std::size_t utf16Length(std::string_view text);
 
-/// `text` without the white space and line ends (Unicode's) at both its ends.
+/// Returns `text` without leading and trailing Unicode white space and line ends.
 std::string_view trimmed(std::string_view text);
 
-/// `text` with its letters (Unicode's) in lower case, each for itself, so that it has as many
-/// characters as before.
+/// Returns `text` with its Unicode letters in lower case, mapped one by one, so that the number of
+/// characters is unchanged.
 std::string lowercased(std::string_view text);
 
-/// Whether `text` begins with `prefix`, ASCII letters compared without case.
+/// Returns whether `text` begins with `prefix`, ignoring the case of ASCII letters.
 bool hasPrefixIgnoringCase(std::string_view text, std::string_view prefix);
 
-/// `text` with every byte that is no UTF-8 as "\xNN", all else as it stands.
+/// Returns `text` with every byte that is not UTF-8 replaced by "\xNN", and the rest unchanged.
 std::string validUtf8(std::string text);
 
-/// `text` fit to be shown: the bytes of control characters (line ends, and those that change the
-/// direction of writing, included) and bytes that are no UTF-8 become "\xNN".
+/// Returns `text` made safe to display: the bytes of control characters (including line ends, and
+/// those that change the writing direction) and bytes that are not UTF-8 become "\xNN".
 std::string printable(std::string_view text);
 
 } // namespace platform::text

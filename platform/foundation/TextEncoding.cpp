@@ -27,7 +27,7 @@ bool isUtf8(std::string_view text) {
     return true;
 }
 
-/// Every byte of ISO Latin 1 is the code point of its number.
+/// Every byte of ISO Latin 1 is its own code point.
 std::string fromLatin1(const Data& data) {
     std::string text;
     text.reserve(data.bytes.size());

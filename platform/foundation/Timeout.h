@@ -5,24 +5,25 @@
 
 namespace platform {
 
-/// How long an operation may take: a number of seconds, of which only the whole ones count.
+/// The longest time that an operation may take: a number of seconds, of which only the whole ones
+/// count.
 class Timeout {
 public:
-    /// What a longer time-out, infinity included, counts as: about 31 years.
+    /// The upper limit, about 31 years, that longer time-outs, infinity included, are cut to.
     static constexpr std::chrono::seconds longest{1'000'000'000};
 
-    /// A time-out of that many seconds.
+    /// Makes a time-out of that many seconds.
     template <class Number>
     requires std::integral<Number> || std::floating_point<Number>
     constexpr Timeout(Number seconds) : seconds_(static_cast<double>(seconds)) {}
 
-    /// A time-out of that duration.
+    /// Makes a time-out of that duration.
     template <class Representation, class Period>
     constexpr Timeout(std::chrono::duration<Representation, Period> duration)
         : seconds_(std::chrono::duration<double>(duration).count()) {}
 
-    /// The whole seconds, truncated toward zero. A negative time-out, or one that is no number,
-    /// counts as none at all: zero.
+    /// Returns the whole seconds, truncated toward zero. A negative time-out, or one that is not a
+    /// number, counts as zero.
     constexpr std::chrono::seconds wholeSeconds() const {
         if (!(seconds_ > 0)) {
             return std::chrono::seconds(0);

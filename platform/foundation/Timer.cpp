@@ -53,7 +53,7 @@ private:
 } // namespace
 
 void performAfter(std::chrono::seconds delay, std::function<void()> operation) {
-    // Its thread lives until the process is gone: it is never destroyed.
+    // Never destroyed: its thread runs until the process has ended.
     static auto& timer = *new Timer;
     timer.add(delay, std::move(operation));
 }

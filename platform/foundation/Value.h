@@ -20,18 +20,18 @@ struct Data {
     bool operator==(const Data&) const = default;
 };
 
-/// A value of a type that is known only when the program runs: what a property list, a preference
-/// or a dictionary of settings holds.
+/// A value whose type is known only at run time, as in a property list, a preference or a
+/// dictionary of settings.
 class Value {
 public:
-    /// The types of content that are made of values, and an object of the program's own.
+    /// Containers of values, and an object of the program's own.
     using Array = std::vector<Value>;
     using Dictionary = std::map<std::string, Value>;
     using Object = std::shared_ptr<void>;
 
     Value() = default;
-    /// A value of that content.
-    template <std::same_as<bool> Boolean> // no pointer, which would become one
+    /// Makes a value with that content.
+    template <std::same_as<bool> Boolean> // not a pointer, which would become one
     Value(Boolean boolean) : content_(boolean) {}
     Value(int integer) : content_(std::int64_t{integer}) {}
     Value(std::int64_t integer) : content_(integer) {}
@@ -44,11 +44,11 @@ public:
     Value(Dictionary dictionary) : content_(std::move(dictionary)) {}
     Value(Object object) : content_(std::move(object)) {}
 
-    /// Whether the value is none.
+    /// Returns whether the value is none.
     bool isNone() const { return std::holds_alternative<std::monostate>(content_); }
 
-    /// The content when it is a T, else null. T is one of bool, std::int64_t, double, std::string,
-    /// Data, Date, Array, Dictionary, Object.
+    /// Returns the content if it is a T, else null. T is one of bool, std::int64_t, double,
+    /// std::string, Data, Date, Array, Dictionary, Object.
     template <class T>
     const T* as() const {
         return std::get_if<T>(&content_);
@@ -58,7 +58,8 @@ public:
         return std::get_if<T>(&content_);
     }
 
-    /// The value under a key of a dictionary; none when this is no dictionary or has no such key.
+    /// Returns the value for a key of a dictionary; none if this is not a dictionary or has no such
+    /// key.
     const Value& operator[](const std::string& key) const;
 
     bool operator==(const Value&) const = default;

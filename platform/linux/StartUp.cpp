@@ -31,7 +31,7 @@ namespace platform {
 
 namespace {
 
-/// Names the preferences of a program whose file's name is not known.
+/// Names the preferences of a program whose file name is unknown.
 constexpr const char* unknownProgram = "Unknown";
 
 /// The ports on Linux, each after those that it uses.
@@ -83,7 +83,7 @@ struct LinuxServices {
     }
 };
 
-/// A standard stream that is closed becomes the null device, lest something else take its number.
+/// Opens a closed standard stream on the null device, so that nothing else takes its number.
 void openStandardStreams() {
     int descriptor = 0;
     do {
@@ -94,13 +94,13 @@ void openStandardStreams() {
     }
 }
 
-/// Said when the environment names a home directory that cannot be meant.
+/// Logged if the environment names an unusable home directory.
 constexpr const char* relativeHomeMessage =
     "HOME is “%@”, which is not an absolute path. Using “%@” instead.";
 
-/// Leaves the directories of the environment usable for this process, the libraries in it and its
-/// children: a home directory that is no absolute path becomes the account's own, and a relative
-/// data directory counts as none.
+/// Makes the directories in the environment usable for this process, the libraries in it and its
+/// children: a home directory that is not an absolute path becomes the account's own, and a
+/// relative data directory is removed.
 void normalizeEnvironment(LinuxServices& services) {
     if (!native::absolutePathFromEnvironment("HOME")) {
         const char* named = std::getenv("HOME");
@@ -120,7 +120,7 @@ void normalizeEnvironment(LinuxServices& services) {
 
 void installServices(const ProgramDescription& program) {
     openStandardStreams();
-    // Detached threads may use the services until the process is gone: they are never destroyed.
+    // Never destroyed: detached threads may use the services until the process has ended.
     static auto& services = *new LinuxServices(program);
     normalizeEnvironment(services);
     services.install();

@@ -15,17 +15,17 @@ struct AlertDescription;
 
 namespace platform::qt {
 
-/// The window of an alert: the application's icon, the message, the smaller text, a checkbox when
-/// the user may choose not to see it again, and the buttons with the default one last.
+/// The window of an alert: the application's icon, the message, the smaller text, a checkbox if the
+/// user may choose not to see it again, and the buttons with the default one last.
 ///
-/// The Escape key and closing the window press the alternate button, or the other one when there is
-/// no alternate, or the default one when it is alone.
+/// The Escape key and closing the window press the alternate button, or the other one if there is
+/// no alternate, or the default one if it is alone.
 class AlertDialog final : public QDialog {
 public:
     explicit AlertDialog(const AlertDescription& description);
 
-    /// Shows the window, in front of `parent` and keeping the user from it, or on its own.
-    /// `didEnd` is called once, when a button is pressed, after the window has gone.
+    /// Shows the window, modal to `parent` unless that is null. `didEnd` is called once, when a
+    /// button is pressed, after the window has gone.
     void begin(QWidget* parent, std::function<void(int)> didEnd);
 
     void reject() override;

@@ -15,7 +15,7 @@ AlertPanel::AlertPanel(const AlertDescription& description)
 AlertPanel::~AlertPanel() {
     if (dialog_) {
         orderOut();
-        // One of the dialog's own buttons may be what leads here.
+        // This may be called from one of the dialog's own buttons.
         dialog_->deleteLater();
     }
 }

@@ -8,7 +8,7 @@ namespace platform::qt {
 
 class AlertDialog;
 
-/// An alert in a window of Qt's. Its texts are shown as they stand and are never markup.
+/// An alert in a Qt window. Its texts are shown verbatim, never as markup.
 class AlertPanel final : public platform::AlertPanel {
 public:
     explicit AlertPanel(const AlertDescription& description);
@@ -23,7 +23,7 @@ public:
     void orderOut() override;
 
 private:
-    /// Gone early when the window that the alert is a sheet of goes.
+    /// Becomes null early if the sheet's parent window is destroyed.
     QPointer<AlertDialog> dialog_;
 };
 

@@ -16,7 +16,7 @@ public:
 
     explicit Doorbell(Application& application) : application_(application) {}
 
-    /// There is nothing to read in the event: its ring is the whole message.
+    /// The event carries no data: its arrival is the whole message.
     void customEvent(QEvent* /*ring*/) override { application_.performNextJob(); }
 
 private:

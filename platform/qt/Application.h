@@ -11,7 +11,7 @@ namespace platform::qt {
 /// The application on Qt's event loop.
 class Application final : public ApplicationCore {
 public:
-    /// The calling thread is the main thread from now on; the QApplication exists.
+    /// Makes the calling thread the main thread; the QApplication must exist.
     Application();
     ~Application() override;
     Application(const Application&) = delete;
@@ -19,13 +19,13 @@ public:
     Application(Application&&) = delete;
     Application& operator=(Application&&) = delete;
 
-    /// Runs the event loop until the application terminates and gives the exit status. When the
-    /// desktop ends the session instead, the observers of termination run all the same. Main thread
+    /// Runs the event loop until the application terminates and returns the exit status. If the
+    /// desktop ends the session instead, the termination observers run all the same. Main thread
     /// only.
     int run();
 
-    /// Lets go of Qt, whose QApplication may be destroyed after it: the event loop has ended for
-    /// good. Main thread only.
+    /// Releases Qt, so that the QApplication may be destroyed: the event loop has ended for good.
+    /// Main thread only.
     void end();
 
 private:

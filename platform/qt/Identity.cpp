@@ -6,7 +6,7 @@ namespace platform::qt {
 
 namespace {
 
-/// Never destroyed: threads that nobody waits for may still report something.
+/// Never destroyed: detached threads may still report something.
 std::string& name() {
     static auto& name = *new std::string;
     return name;

@@ -4,11 +4,11 @@
 
 namespace platform::qt {
 
-/// Names the application after its first argument, as the desktop, its lock and its messages know
-/// it: the last component. Called first, on the main thread.
+/// Sets the application's name for the desktop, its lock and its messages: the last component of
+/// its first argument. Must be called first, on the main thread.
 void nameApplication(const char* const* arguments);
 
-/// The name; empty before there is one. Any thread.
+/// Returns the name; empty before it is set. Any thread.
 const std::string& applicationName();
 
 } // namespace platform::qt

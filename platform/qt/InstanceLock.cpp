@@ -32,7 +32,7 @@ bool isOwnFile(int file) {
     return ::fstat(file, &status) == 0 && S_ISREG(status.st_mode) && status.st_uid == ::geteuid();
 }
 
-/// The open file, or -1 when it cannot be opened or is not the user's own.
+/// Returns the open file, or -1 if it cannot be opened or is not the user's own.
 int openOwnFile(const std::string& path) {
     const int file =
         ::open(path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, ownerOnly);

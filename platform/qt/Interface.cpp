@@ -64,7 +64,7 @@ void styleLabels(const QWidget& window) {
     }
 }
 
-/// The one object of this kind and name, made when it is first asked for.
+/// Returns the object of this kind and name, which is made at the first request.
 template <class Object, class Widget>
 Object& made(std::map<std::string, std::unique_ptr<Object>>& objects, const std::string& name,
              Widget& widget) {
@@ -119,8 +119,8 @@ void Interface::connectButtons(QWidget& window) {
     }
 }
 
-/// What uses an action of a window: nothing while the window is hidden, which input may reach that
-/// was on its way.
+/// Returns a function that performs an action of a window, or does nothing while the window is
+/// hidden: pending input may still reach it.
 std::function<void()> Interface::connected(const QWidget& window, const std::string& action) {
     actions_.try_emplace(action);
     return [this, &window, action] {
@@ -131,7 +131,7 @@ std::function<void()> Interface::connected(const QWidget& window, const std::str
 }
 
 void Interface::perform(const std::string& action) noexcept {
-    // A copy, since what is performed may connect the action anew.
+    // A copy, since the action may be connected again while it runs.
     if (const auto performer = actions_.at(action)) {
         performer();
     }

@@ -18,7 +18,7 @@ namespace platform::qt {
 /// The windows of a Qt Designer file.
 ///
 /// The file's outermost widget is a container, which is never shown; each widget directly in it is
-/// a window. What Designer has no property for is said by dynamic properties, all of them text:
+/// a window. Dynamic properties, all of them text, express what Designer has no property for:
 /// - "action" of a button: the action that pressing it performs;
 /// - "closeAction" of a window: the action that the Escape key and closing the window perform. A
 ///   window without one cannot be closed by the user;
@@ -27,7 +27,7 @@ namespace platform::qt {
 class Interface final : public platform::Interface {
 public:
     /// Loads the file. Throws platform::Exception "QFInterfaceUnreadable", whose reason names the
-    /// file and says why, when it is missing or no interface file.
+    /// file and the cause, if it is missing or not an interface file.
     explicit Interface(const QString& file);
     ~Interface() override;
     Interface(const Interface&) = delete;

@@ -41,7 +41,7 @@ QPoint centreFor(const QWidget* over) {
     return lastCentre.value_or(screenAt(QCursor::pos()).availableGeometry().center());
 }
 
-/// The rectangle of this size about the centre, moved by as little as brings it onto the screen.
+/// Returns the rectangle of this size around the centre, moved just enough to be on the screen.
 QRect onScreen(QSize size, QPoint centre) {
     QRect place({0, 0}, size);
     place.moveCenter(centre);
@@ -59,7 +59,7 @@ void fitToContents(QWidget& window) {
         return;
     }
     auto& layout = *window.layout();
-    // Layouts inside it keep stale sizes until it is activated.
+    // Nested layouts keep stale sizes until this one is activated.
     layout.invalidate();
     layout.activate();
     const int available = window.screen()->availableGeometry().width();

@@ -2,17 +2,17 @@
 
 class QWidget;
 
-/// Where windows appear. Each takes the place of the one before it, same centre, so that a flow of
-/// several windows looks like one that changes. Main thread only.
+/// The placement of windows. Each is centred where the one before it was, so that a flow of several
+/// windows looks like one that changes. Main thread only.
 namespace platform::qt {
 
-/// Gives the window the height that its contents need at its width, and keeps it that way. One that
-/// lays nothing out keeps its size.
+/// Sets the window's height to what its contents need at its width, and keeps it so. A window
+/// without a layout keeps its size.
 void fitToContents(QWidget& window);
 
-/// Shows the window in front of the others and gives it the keyboard. Unless it is on the screen
-/// already, its centre is that of `over`, or, when that is null, of the window that is or was last
-/// on the screen, or of the screen when there was none.
+/// Shows the window in front of the others and activates it. Unless it is on the screen already, it
+/// is centred on `over` or, if that is null, on the window that is or was last on the screen, or on
+/// the screen if there was none.
 void bringToFront(QWidget& window, const QWidget* over = nullptr);
 
 /// Hides the window and remembers its place for the next one.

@@ -6,13 +6,13 @@
 
 namespace platform::qt {
 
-/// Writes the one line that a person reads on standard error when the application cannot start.
+/// Writes the one line on standard error that tells the user why the application cannot start.
 void reportStartUpFailure(std::string_view reason);
 
-/// Whether the environment names a display, or what Qt shows windows on in its place.
+/// Returns whether the environment names a display, or a Qt platform to use instead.
 bool isDisplayNamed();
 
-/// What is done, with the reason, where there is no display.
+/// Called with the reason if there is no display.
 using WithoutDisplay = std::function<void(const std::string&)>;
 
 } // namespace platform::qt

@@ -6,9 +6,9 @@
 
 namespace platform::qt {
 
-/// While it lives, what Qt has to say about the display is kept back, and when Qt cannot go on
-/// without one, `withoutDisplay` is called and the process ends with status 1 instead of an abort.
-/// Main thread only.
+/// Holds back Qt's messages about the display while it lives. If Qt cannot go on without a display,
+/// `withoutDisplay` is called and the process ends with status 1 instead of an abort. Main thread
+/// only.
 class StartUpMessages {
 public:
     explicit StartUpMessages(WithoutDisplay withoutDisplay);

@@ -24,7 +24,7 @@ namespace {
 constexpr const char* mainWindowOutlet = "windowMain";
 constexpr const char* iconDirectory = ":/icon";
 
-/// The application's icon in every size that its resources hold.
+/// Returns the application's icon in every size that its resources hold.
 QIcon applicationIcon() {
     QIcon icon;
     const QDir directory(iconDirectory);
@@ -34,7 +34,7 @@ QIcon applicationIcon() {
     return icon;
 }
 
-/// Makes Qt's application, or ends the process when there is no display to run it on.
+/// Makes the QApplication, or ends the process if there is no display.
 std::unique_ptr<QApplication> makeQtApplication(int& argc, char** argv) {
     const auto name = QString::fromStdString(applicationName());
     QCoreApplication::setApplicationName(name);
@@ -45,8 +45,8 @@ std::unique_ptr<QApplication> makeQtApplication(int& argc, char** argv) {
     return application;
 }
 
-/// Puts the user interface behind its ports, for the rest of the process: threads may still call
-/// them when the event loop has ended.
+/// Installs the user interface for the rest of the process: threads may still call it when the
+/// event loop has ended.
 Application& installUserInterface() {
     static auto* application = new Application;
     static auto* panels = new AlertPanels;

@@ -8,10 +8,9 @@
 
 namespace platform::qt {
 
-/// Runs the application on a desktop to its end and gives the exit status, as
-/// platform::windowedMain() says. Where there is no display, `withoutDisplay` is called with the
-/// reason; the process ends when that returns. Throws platform::Exception when the interface file
-/// lacks what the controller asks for.
+/// Runs the application on a desktop and returns the exit status, as platform::windowedMain() does.
+/// If there is no display, `withoutDisplay` is called with the reason; the process ends when that
+/// returns. Throws platform::Exception if the interface file lacks what the controller asks for.
 int windowedMain(int argc, char** argv, const std::string& interfaceFile,
                  const std::function<void(platform::Interface&)>& awake,
                  const WithoutDisplay& withoutDisplay);

@@ -13,11 +13,11 @@ class QWidget;
 
 namespace platform::qt {
 
-/// A window of the interface. Its size is that of its contents.
+/// A window of the interface, sized to its contents.
 class Window final : public QObject, public platform::Window {
 public:
-    /// `close` is what the Escape key and closing the window do; without it the user cannot close
-    /// the window. The widget outlives this.
+    /// `close` is called by the Escape key and by closing the window; without it the user cannot
+    /// close the window. The widget must outlive this.
     Window(QWidget& widget, std::function<void()> close);
 
     QWidget& widget() { return widget_; }
@@ -44,7 +44,7 @@ private:
     std::atomic<platform::CheckBoxState> state_;
 };
 
-/// A bar that stands still until its animation is started.
+/// A bar that does not move until its animation is started.
 class ProgressIndicator final : public platform::ProgressIndicator {
 public:
     explicit ProgressIndicator(QProgressBar& widget);

@@ -8,22 +8,22 @@
 /// What a person may choose in an alert, whatever shows it.
 namespace platform {
 
-/// A button of an alert, and what pressing it answers.
+/// A button of an alert, and the answer that pressing it returns.
 struct AlertButton {
     std::string title;                      ///< Never empty for the default button.
-    int answer = AlertPanel::defaultReturn; ///< As AlertPanel::beginSheet hands it over.
+    int answer = AlertPanel::defaultReturn; ///< As passed by AlertPanel::beginSheet.
 };
 
-/// The buttons of an alert: the default one, "OK" when nobody has named it, then the alternate and
-/// the other one where there are any. Any thread may call it.
+/// Returns the buttons of an alert: the default one, "OK" unless it has a title, then the alternate
+/// and the other one if they exist. Any thread may call it.
 std::vector<AlertButton> alertButtons(const AlertDescription& description);
 
-/// What closing an alert instead of pressing a button answers: the alternate button's answer, else
-/// the other one's, else the default one's. Any thread may call it.
+/// Returns the answer of an alert that is closed instead of answered: the alternate button's
+/// answer, else the other one's, else the default one's. Any thread may call it.
 int answerOfClosing(const AlertDescription& description);
 
-/// Whether a suppression preference says that the alert is not to be shown again: it is true, or a
-/// number but 0. Any thread may call it.
+/// Returns whether the suppression preference says not to show the alert again: it is true, or a
+/// number other than 0. Any thread may call it.
 bool isSuppressed(const std::string& suppressionKey);
 
 } // namespace platform

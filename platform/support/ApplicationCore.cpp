@@ -10,13 +10,13 @@
 
 namespace platform {
 
-/// Work on its way to the main thread, and the place where its caller waits for it.
+/// Work for the main thread, and what its caller waits on.
 class ApplicationCore::Job {
 public:
     explicit Job(std::function<void()> work, Wait wait) : work_(std::move(work)), wait_(wait) {}
 
-    /// Does the work. What it throws reaches the waiting caller; without one it ends the process,
-    /// as any exception does that nobody catches.
+    /// Does the work. An exception reaches the waiting caller, if any; otherwise it ends the
+    /// process, like any uncaught exception.
     void perform() {
         if (wait_ == Wait::no) {
             performUnattended();

@@ -12,10 +12,10 @@
 
 namespace platform {
 
-/// What every implementation of the application has in common, whatever its event loop is: work on
-/// its way to the main thread, the observers of termination, and the end.
+/// The part of the application that does not depend on its event loop: work for the main thread,
+/// termination observers, and termination.
 ///
-/// It outlives the event loop and every thread that may still call it: start-up never deletes it.
+/// Outlives the event loop and every thread that may still call it: start-up never deletes it.
 class ApplicationCore : public Application {
 public:
     ~ApplicationCore() override;
@@ -24,7 +24,7 @@ public:
     ApplicationCore(ApplicationCore&&) = delete;
     ApplicationCore& operator=(ApplicationCore&&) = delete;
 
-    /// Tells which window mainWindow() is about, null for none. Main thread only.
+    /// Sets the window that mainWindow() is about, null for none. Main thread only.
     void setMainWindow(Window* window) { mainWindow_ = window; }
 
     bool isMainThread() final;
@@ -36,31 +36,31 @@ public:
     Window* mainWindow() final;
 
 protected:
-    /// The calling thread is the main thread from now on.
+    /// Makes the calling thread the main thread.
     ApplicationCore();
 
-    /// Whether terminate() was called. Main thread only.
+    /// Returns whether terminate() was called. Main thread only.
     bool isTerminated() const { return terminated_; }
 
-    /// Does the oldest of the work that has come. Main thread only, once for each ring().
+    /// Runs the oldest pending work. Main thread only, once for each ring().
     void performNextJob();
 
-    /// Runs the observers of termination that have not run yet. Main thread only.
+    /// Runs the termination observers that have not run yet. Main thread only.
     void runTerminationObservers();
 
-    /// Drops all work, and what comes later: the event loop has ended for good. Main thread only.
+    /// Drops all work, now and from now on: the event loop has ended for good. Main thread only.
     void dropWork();
 
 private:
     class Job;
 
-    /// Has performNextJob() called by the event loop, nested or not. Any thread.
+    /// Makes the event loop, nested or not, call performNextJob(). Any thread.
     virtual void ring() = 0;
 
-    /// Takes the next event, waiting at most `deadline` for one, and dispatches it. Main thread.
+    /// Dispatches the next event, waiting at most `deadline` for one. Main thread.
     virtual void dispatchNextEvent(std::chrono::milliseconds deadline) = 0;
 
-    /// Has the outermost event loop end. Main thread.
+    /// Makes the outermost event loop end. Main thread.
     virtual void leaveEventLoop() = 0;
 
     void enqueue(std::shared_ptr<Job> job);

@@ -9,44 +9,44 @@
 
 namespace platform {
 
-/// A program to run as a child, through the ProcessLauncher that is installed: described first,
-/// launched once, then watched. Any thread may call every member.
+/// A program to run as a child through the installed ProcessLauncher: described first, launched
+/// once, then watched. Any thread may call every member.
 class Process {
 public:
-    /// A program to run as described, which is not launched yet.
+    /// Makes a process for the description, without launching it.
     explicit Process(ProcessDescription description) : description_(std::move(description)) {}
 
-    /// What the program was described by.
+    /// Returns the description.
     const ProcessDescription& description() const { return description_; }
 
     /// Launches the child and returns when its program has begun. Throws as
-    /// ProcessLauncher::launch, and platform::Exception "NSInvalidArgumentException" when it is
+    /// ProcessLauncher::launch, and platform::Exception "NSInvalidArgumentException" if it was
     /// launched already.
     void launch();
 
-    /// Whether the child is launched, also when it has ended since.
+    /// Returns whether the child was launched, even if it has ended since.
     bool isLaunched() const;
 
-    /// Whether the child is launched and has not ended.
+    /// Returns whether the child was launched and has not ended.
     bool isRunning() const;
 
-    /// Returns when the child has ended. Throws platform::Exception "NSInvalidArgumentException"
-    /// when it is not launched.
+    /// Waits until the child has ended. Throws platform::Exception "NSInvalidArgumentException" if
+    /// it was not launched.
     void waitUntilExit() const;
 
-    /// Asks the child to end, as ChildProcess::terminate. Throws platform::Exception
-    /// "NSInvalidArgumentException" when it is not launched.
+    /// Asks the child to end, as ChildProcess::terminate does. Throws platform::Exception
+    /// "NSInvalidArgumentException" if it was not launched.
     void terminate() const;
 
-    /// As ChildProcess::endOutputWithChild. Nothing happens when the child is not launched.
+    /// Does what ChildProcess::endOutputWithChild does, or nothing if the child was not launched.
     void endOutputWithChild() const;
 
-    /// The exit status, or the number of the signal that ended the child. Throws
-    /// platform::Exception "NSInvalidArgumentException" when it is not launched or still runs.
+    /// Returns the exit status, or the number of the signal that ended the child. Throws
+    /// platform::Exception "NSInvalidArgumentException" if it was not launched or still runs.
     int terminationStatus() const;
 
-    /// The number by which the system knows the child. Throws platform::Exception
-    /// "NSInvalidArgumentException" when it is not launched.
+    /// Returns the child's process identifier. Throws platform::Exception
+    /// "NSInvalidArgumentException" if it was not launched.
     long processIdentifier() const;
 
 private:
@@ -57,8 +57,8 @@ private:
     std::shared_ptr<ChildProcess> child_;
 };
 
-/// What the child has written since the last read, waiting until there is something; no bytes mean
-/// the end. Throws as Pipe::appendAvailable.
+/// Returns what the child has written since the last read, waiting until there is data; no bytes
+/// mean the end. Throws as Pipe::appendAvailable does.
 Data availableData(Pipe& pipe);
 
 } // namespace platform

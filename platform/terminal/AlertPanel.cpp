@@ -26,7 +26,7 @@ std::string promptOf(const std::vector<AlertButton>& buttons) {
     return prompt.substr(0, prompt.size() - 2) + " [1]";
 }
 
-/// The answer that a line means, nothing when it means none.
+/// Returns the answer that a line means, or nullopt if it means none.
 std::optional<int> answerOf(const std::string& line, const std::vector<AlertButton>& buttons) {
     const auto typed = text::trimmed(line);
     if (typed.empty() || buttons.size() == 1) {
@@ -42,7 +42,7 @@ std::optional<int> answerOf(const std::string& line, const std::vector<AlertButt
 
 } // namespace
 
-/// What is on the screen, and the owner of its questions.
+/// The alert on the screen, and the owner of its questions.
 struct AlertPanel::Sheet {
     std::function<void(int)> didEnd;
 

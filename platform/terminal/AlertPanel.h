@@ -7,9 +7,9 @@
 
 namespace platform::terminal {
 
-/// An alert: its texts, and a question for its buttons. To give no answer is what closing an alert
-/// is elsewhere: the alternate button, else the other one, else the default one. Where nobody is
-/// asked the answer is the default button.
+/// An alert on a terminal: its texts, and a question for its buttons. No answer means the same as
+/// closing a window's alert: the alternate button, else the other one, else the default one. In the
+/// silent manner the answer is the default button.
 class AlertPanel final : public platform::AlertPanel {
 public:
     AlertPanel(AlertDescription description, Application& application, Dialogue& dialogue,
@@ -37,7 +37,7 @@ private:
     std::shared_ptr<Sheet> sheet_;
 };
 
-/// Makes alerts on a terminal. What it is given outlives it and them.
+/// Creates alerts on a terminal. The arguments must outlive it and the alerts.
 class AlertPanels final : public platform::AlertPanels {
 public:
     AlertPanels(Application& application, Dialogue& dialogue, Manner manner)

@@ -18,7 +18,7 @@ namespace {
 
 using std::chrono::milliseconds;
 
-/// As poll() takes it, -1 for no limit.
+/// Returns the time-out for poll(), -1 for no limit.
 int timeoutOf(std::optional<milliseconds> limit) {
     return limit ? static_cast<int>(std::clamp<milliseconds::rep>(limit->count(), 0, INT_MAX)) : -1;
 }
@@ -55,7 +55,7 @@ void Application::setTick(milliseconds interval, std::function<void()> tick) {
 
 void Application::ring() {
     const std::uint64_t once = 1;
-    // The counter cannot overflow: each ring stands for a piece of work in memory.
+    // The counter cannot overflow: each ring is for a piece of work in memory.
     [[maybe_unused]] const auto written = ::write(bell_.get(), &once, sizeof once);
 }
 
@@ -70,7 +70,8 @@ void Application::dispatchNextEvent(milliseconds deadline) {
     dispatch(deadline);
 }
 
-/// Waits for what is watched and for the next tick, and calls what has become ready.
+/// Waits for the watched descriptors and for the next tick, and calls the functions of those that
+/// are ready.
 void Application::dispatch(std::optional<milliseconds> deadline) {
     std::vector<pollfd> descriptors;
     for (const auto& [descriptor, ready] : watched_) {
@@ -82,7 +83,7 @@ void Application::dispatch(std::optional<milliseconds> deadline) {
         for (const auto& descriptor : descriptors) {
             const auto found = watched_.find(descriptor.fd);
             if (descriptor.revents != 0 && found != watched_.end() && !isTerminated()) {
-                // A copy, since what is called may end the watch.
+                // A copy, since the function may end the watch.
                 const auto ready = found->second;
                 ready();
             }

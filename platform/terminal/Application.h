@@ -10,22 +10,22 @@
 
 namespace platform::terminal {
 
-/// The application on an event loop of its own, which waits for descriptors and the clock.
+/// The application on its own event loop, which waits for descriptors and the clock.
 class Application final : public ApplicationCore {
 public:
-    /// The calling thread is the main thread from now on.
+    /// Makes the calling thread the main thread.
     Application();
 
     /// Runs the event loop until the application terminates. Main thread only.
     void run();
 
-    /// Has `ready` called by the event loop whenever there is something to read, until unwatch().
-    /// Main thread only.
+    /// Makes the event loop call `ready` whenever there is something to read, until unwatch(). Main
+    /// thread only.
     void watch(int descriptor, std::function<void()> ready);
     void unwatch(int descriptor);
 
-    /// Has `tick` called by the event loop every `interval`; no `tick` ends that. There is one at a
-    /// time. Main thread only.
+    /// Makes the event loop call `tick` every `interval`, in place of any former tick; an empty
+    /// `tick` stops that. Main thread only.
     void setTick(std::chrono::milliseconds interval, std::function<void()> tick);
 
 private:

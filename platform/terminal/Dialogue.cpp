@@ -14,7 +14,7 @@ namespace platform::terminal {
 
 namespace {
 
-/// No answer is longer; what is, counts as it stands then.
+/// Input of this length, in bytes, is taken as the answer even without a line end.
 constexpr std::size_t longestLine = 4096;
 
 sigset_t interruptions() {
@@ -28,7 +28,7 @@ sigset_t interruptions() {
 
 } // namespace
 
-/// Keeps the terminal from showing what is typed. What was typed before is dropped, for it was not
+/// Keeps the terminal from showing what is typed. Earlier input is dropped, because it was not
 /// meant for the question.
 class Dialogue::HiddenInput {
 public:
@@ -120,7 +120,7 @@ void Dialogue::readInput() {
     takeLine();
 }
 
-/// Answers the open question when a whole line has come.
+/// Answers the open question once a whole line has arrived.
 bool Dialogue::takeLine() {
     const auto end = input_.find('\n');
     if (end == std::string::npos && input_.size() < longestLine) {

@@ -12,11 +12,11 @@
 
 namespace platform::terminal {
 
-/// Whether what a person types is seen.
+/// Whether typed input is visible.
 enum class Echo { yes, no };
 
-/// A question, and what is done with the line that answers it; nothing when the input has ended or
-/// the person has interrupted the program instead.
+/// A question, and the function to call with the line that answers it, or with nullopt if the input
+/// has ended or the user has interrupted the program.
 struct Question {
     std::string prompt;
     std::function<void(std::optional<std::string>)> answered;
@@ -25,13 +25,14 @@ struct Question {
     const void* owner = nullptr;
 };
 
-/// Asks the person at standard input, one question after another.
+/// A dialogue with the user at standard input, one question after another.
 ///
-/// While it lives, the signals that would interrupt or end the process answer the open question
-/// instead: SIGINT, SIGTERM, SIGHUP and SIGQUIT. Main thread only.
+/// While it lives, SIGINT, SIGTERM, SIGHUP and SIGQUIT answer the open question instead of ending
+/// the process. Main thread only.
 class Dialogue {
 public:
-    /// Made before any other thread runs, so that the signals reach no other. Both outlive this.
+    /// Must be called before any other thread runs, so that the signals reach no other. Both
+    /// arguments must outlive this.
     Dialogue(Application& application, Screen& screen);
     ~Dialogue();
     Dialogue(const Dialogue&) = delete;
@@ -39,21 +40,21 @@ public:
     Dialogue(Dialogue&&) = delete;
     Dialogue& operator=(Dialogue&&) = delete;
 
-    /// Whether standard input is a terminal.
+    /// Returns whether standard input is a terminal.
     static bool isTerminal();
 
-    /// Asks when the questions before it are answered.
+    /// Asks a question once those before it are answered.
     void ask(Question question);
 
-    /// Takes an owner's questions back; they get no answer any more.
+    /// Withdraws an owner's questions; they get no answer.
     void withdraw(const void* owner);
 
-    /// Has `interrupted` called when a signal comes while no question is open.
+    /// Sets the function to call when a signal arrives while no question is open.
     void onInterruption(std::function<void()> interrupted) {
         interrupted_ = std::move(interrupted);
     }
 
-    /// Whether a question is open.
+    /// Returns whether a question is open.
     bool isAsking() const { return !questions_.empty(); }
 
     Screen& screen() { return screen_; }

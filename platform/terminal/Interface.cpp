@@ -17,7 +17,7 @@ constexpr int barPieceLength = 3;
 
 constexpr const char* sayYesOrNo = "Please answer y or n.";
 
-/// A piece that goes to and fro between two ends.
+/// A segment that moves back and forth between two ends.
 std::string bar(int step) {
     constexpr int way = barLength - barPieceLength;
     const int there = step % (2 * way);
@@ -171,7 +171,7 @@ void Window::confirm() {
                });
 }
 
-/// The button that does something else than closing the window.
+/// Returns the button that does something other than closing the window.
 const Control* Window::confirmingButton() const {
     const auto found = std::ranges::find_if(description_.controls, [this](const Control& control) {
         return control.kind == Control::Kind::button && !control.action.empty() &&
@@ -258,7 +258,7 @@ void Interface::tick(const std::string& name) {
 }
 
 void Interface::perform(const std::string& action) noexcept {
-    // A copy, since what is performed may connect the action anew.
+    // A copy, since the action may be connected again while it runs.
     if (const auto performer = actions_.at(action)) {
         performer();
     }

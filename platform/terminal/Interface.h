@@ -14,7 +14,7 @@ namespace platform::terminal {
 
 class Interface;
 
-/// Whether the person is asked, or everything is answered beforehand.
+/// Whether the user is asked, or everything is answered beforehand.
 enum class Manner { asks, silent };
 
 /// A checkbox: a question, unless it was ticked beforehand.
@@ -30,10 +30,10 @@ private:
     std::atomic<platform::CheckBoxState> state_{platform::CheckBoxState::off};
 };
 
-/// A line that moves; where standard output is no terminal, one that stands.
+/// An animated line, or a still one if standard output is not a terminal.
 class ProgressIndicator final : public platform::ProgressIndicator {
 public:
-    /// `text` says what goes on.
+    /// `text` says what is in progress.
     ProgressIndicator(std::string text, Dialogue& dialogue, Application& application)
         : text_(std::move(text)), dialogue_(dialogue), application_(application) {}
 
@@ -52,8 +52,8 @@ private:
     int step_ = 0;
 };
 
-/// A window: its texts one after another, a question for each checkbox, and one that confirms what
-/// its button does. To give no answer, or "no" to the last one, is to close the window.
+/// A window: its texts one after another, a question for each checkbox, and one to confirm what its
+/// button does. No answer, or "no" to the last question, closes the window.
 class Window final : public platform::Window {
 public:
     Window(WindowDescription description, Interface& interface)
@@ -81,7 +81,7 @@ private:
 /// The windows of an interface file on a terminal. Main thread only.
 class Interface final : public platform::Interface {
 public:
-    /// Loads the file as readInterfaceFile() does. What it is given outlives it.
+    /// Loads the file as readInterfaceFile() does. The arguments must outlive this.
     Interface(const std::string& file, Application& application, Dialogue& dialogue, Manner manner);
     ~Interface() override;
     Interface(const Interface&) = delete;
@@ -94,15 +94,15 @@ public:
     ProgressIndicator& progressIndicator(const std::string& name) override;
     void setAction(const std::string& name, std::function<void()> perform) override;
 
-    /// Ticks a checkbox beforehand, so that it is no question any more.
+    /// Ticks a checkbox beforehand, so that it is not asked about.
     void tick(const std::string& name);
     bool isTicked(const std::string& name) const { return ticked_.contains(name); }
 
-    /// Has `confirmed` called when the person has confirmed what a window's button does, before it
+    /// Sets the function to call when the user has confirmed what a window's button does, before it
     /// is done.
     void onConfirmation(std::function<void()> confirmed) { confirmed_ = std::move(confirmed); }
 
-    /// What windows use.
+    /// Used by the windows.
     void perform(const std::string& action) noexcept;
     void performConfirmed(const std::string& action) noexcept;
     Dialogue& dialogue() { return dialogue_; }
@@ -122,11 +122,11 @@ private:
     std::function<void()> confirmed_;
 };
 
-/// What a person who only presses Return means.
+/// The answer that an empty line means.
 enum class EmptyLine { no, yes };
 
-/// Asks a question, which "[y/N]" or "[Y/n]" follows, again until the answer is yes or no; no
-/// answer at all is nothing. `owner` may withdraw the question.
+/// Asks a question, followed by "[y/N]" or "[Y/n]", until the answer is yes or no; nullopt means no
+/// answer at all. `owner` may withdraw the question.
 void askYesOrNo(Dialogue& dialogue, const std::string& question, EmptyLine emptyLine,
                 const void* owner, std::function<void(std::optional<bool>)> answered);
 

@@ -19,7 +19,7 @@ const std::map<QString, Control::Kind> controlKinds = {
     {"QProgressBar", Control::Kind::progressBar},
 };
 
-/// A title without its marks: "&" marks the letter that follows it, "&&" is one that is shown.
+/// Returns a title without its marks: "&" marks the letter that follows it, "&&" is a visible one.
 std::string withoutMnemonics(const QString& text) {
     QString result;
     for (qsizetype index = 0; index < text.size(); ++index) {
@@ -67,7 +67,8 @@ private:
         }
     }
 
-    /// What is in a window, a layout or a control; `control` is null where it is no control.
+    /// Reads the contents of a window, a layout or a control; `control` is null unless it is a
+    /// control.
     void readContents(WindowDescription& window, Control* control) {
         while (xml_.readNextStartElement()) {
             if (xml_.name() == QStringLiteral("widget")) {

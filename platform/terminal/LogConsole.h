@@ -4,8 +4,8 @@
 
 namespace platform::terminal {
 
-/// The console while a person reads the terminal: what is for the log goes to the machine's system
-/// log alone, for there the person is told how it ended, and not of every step on the way.
+/// The console while a user reads the terminal: log lines go to the machine's system log alone,
+/// because the terminal shows the outcome and not every step.
 class LogConsole final : public platform::Console {
 public:
     void systemLog(std::string_view message) override;

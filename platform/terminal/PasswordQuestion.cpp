@@ -17,7 +17,7 @@ constexpr const char* explanation =
     "Press Ctrl-C to leave them where they are.";
 constexpr const char* wrongPassword = "That is not the password.";
 
-/// The person's own account if it is one of them.
+/// Returns the user's own account if it is one of them.
 const Administrator& likeliest(const std::vector<Administrator>& administrators) {
     const auto self = service<UserAccount>().realUserId();
     const auto found = std::ranges::find(administrators, self, &Administrator::userId);

@@ -7,11 +7,11 @@
 
 namespace platform::terminal {
 
-/// The password question on the terminal. Whoever gives no answer, or a wrong one three times, is
-/// not asked again.
+/// The password question on the terminal. After no answer, or three wrong ones, the user is not
+/// asked again.
 class PasswordQuestion final : public platform::PasswordQuestion {
 public:
-    /// `dialogue` outlives this. A silent one never asks.
+    /// `application` and `dialogue` must outlive this. A silent question is never asked.
     PasswordQuestion(Application& application, Dialogue& dialogue, bool isSilent)
         : application_(application), dialogue_(dialogue), isOver_(isSilent) {}
 

@@ -5,8 +5,8 @@
 
 namespace platform::terminal {
 
-/// Runs the program of this process anew in its place, with these arguments, of which the first is
-/// the program's name. Returns only when that cannot be done. Any thread.
+/// Replaces this process by a new run of its program with these arguments, of which the first is
+/// the program's name. Returns only on failure. Any thread.
 void runAgain(std::vector<std::string> arguments);
 
 } // namespace platform::terminal

@@ -21,14 +21,14 @@ namespace {
 constexpr std::size_t usualColumns = 80;
 constexpr std::size_t fewestColumns = 10;
 
-/// The name of the character set of the user's locale.
+/// Returns the name of the character set of the user's locale.
 std::string usersCharacterSet() {
-    // The C library takes the substitutes for missing characters from the locale in use.
+    // The C library's substitutes for missing characters depend on the current locale.
     static const char* const locale = std::setlocale(LC_CTYPE, "");
     return locale == nullptr ? "ANSI_X3.4-1968" : ::nl_langinfo(CODESET);
 }
 
-/// Text as iconv converts it; a character that even its substitutes lack becomes "?".
+/// Returns text converted by iconv; a character without a substitute becomes "?".
 std::string converted(iconv_t converter, std::string text) {
     std::string result;
     char* in = text.data();
@@ -49,7 +49,7 @@ std::string converted(iconv_t converter, std::string text) {
     return result;
 }
 
-/// Appends a line; those that it becomes are indented as it is itself.
+/// Appends a line, wrapped; the resulting lines are indented as it is itself.
 void appendWrapped(std::string& result, const std::string& line, std::size_t columns) {
     const std::string indentation(std::min(line.find_first_not_of(' '), line.size()), ' ');
     std::istringstream words(line);
@@ -70,7 +70,7 @@ void appendWrapped(std::string& result, const std::string& line, std::size_t col
     }
 }
 
-/// The lines of a text, each fit to be shown.
+/// Returns the lines of a text, each safe to display.
 std::string printableLines(std::string_view text) {
     std::istringstream lines{std::string(text)};
     std::string result;
@@ -147,7 +147,7 @@ void Screen::gap() {
 void Screen::prompt(std::string_view text) {
     clearStatus();
     const auto shown = printableLines(text);
-    // The answer begins on the prompt's last line, so a place for it is left there.
+    // The answer begins on the prompt's last line, so leave room for it.
     write((isTerminal() ? wrapped(shown, terminalColumns() - 2) : shown) + ' ');
 }
 

@@ -7,31 +7,31 @@
 
 namespace platform::terminal {
 
-/// What a person reads: text on standard output, in the character set of the terminal. Main thread
-/// only.
+/// The text that the user reads on standard output, in the character set of the terminal. Main
+/// thread only.
 class Screen {
 public:
-    /// `console` outlives this. A quiet screen shows nothing.
+    /// `console` must outlive this. A quiet screen shows nothing.
     Screen(platform::Console& console, bool isQuiet) : console_(console), isQuiet_(isQuiet) {}
 
-    /// Whether standard output is a terminal.
+    /// Returns whether standard output is a terminal.
     static bool isTerminal();
 
-    /// Writes texts of one or several lines, broken between words where the terminal's lines end.
+    /// Writes a text of one or several lines, wrapped between words at the terminal's width.
     /// Control characters are made visible.
     void paragraph(std::string_view text);
 
-    /// Writes one line that is not broken, such as one with a path.
+    /// Writes one line without wrapping it, such as one with a path.
     void line(std::string_view text);
 
     /// Writes an empty line.
     void gap();
 
-    /// Writes a question, broken like a paragraph, and leaves the cursor behind it.
+    /// Writes a question, wrapped like a paragraph, and leaves the cursor after it.
     void prompt(std::string_view text);
 
-    /// Shows a text at the place of the former one, shortened to one line of the terminal, until
-    /// clearStatus(), or something else is written.
+    /// Shows a text in place of the former one, shortened to one line of the terminal, until
+    /// clearStatus() is called or something else is written.
     void setStatus(std::string_view text);
     void clearStatus();
 
@@ -43,14 +43,15 @@ private:
     std::size_t statusLength_ = 0;
 };
 
-/// The text with line ends where lines of `columns` characters end, between words; a word that is
-/// longer stays whole. The lines of a text that begins with spaces begin with as many.
+/// Returns the text wrapped between words into lines of at most `columns` characters; a longer word
+/// stays whole. All lines are indented by the spaces that the text begins with.
 std::string wrapped(std::string_view text, std::size_t columns);
 
-/// UTF-8 in the character set of the user's locale. What that lacks is replaced by what is closest.
+/// Returns UTF-8 text in the character set of the user's locale. Missing characters are replaced by
+/// the closest ones.
 std::string inUsersCharacters(std::string_view text);
 
-/// The width of the terminal in characters, 80 where it does not tell.
+/// Returns the width of the terminal in characters, 80 if unknown.
 std::size_t terminalColumns();
 
 } // namespace platform::terminal

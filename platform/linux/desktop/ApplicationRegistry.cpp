@@ -14,7 +14,7 @@ namespace {
 
 constexpr mode_t privateMode = 0700;
 
-/// A path as a property list can hold it.
+/// Returns a path in a form that a property list can hold.
 Value valueOfPath(const std::string& path) {
     if (text::printable(path) == path) {
         return path;
@@ -26,7 +26,7 @@ Value valueOfPath(const std::string& path) {
     return data;
 }
 
-/// Empty for a value that is no path.
+/// Returns an empty string for a value that is not a path.
 std::string pathOfValue(const Value& value) {
     if (const auto* text = value.as<std::string>()) {
         return *text;
@@ -40,7 +40,7 @@ std::string pathOfValue(const Value& value) {
     return path;
 }
 
-/// The paths of a registry's entry.
+/// Returns the paths of a registry entry.
 std::vector<std::string> pathsIn(const Value& entry) {
     std::vector<std::string> paths;
     if (const auto* values = entry.as<Value::Array>()) {

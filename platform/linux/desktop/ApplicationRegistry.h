@@ -10,24 +10,25 @@
 
 namespace platform::native {
 
-/// The applications that the user's programs have registered.
+/// The registry of applications that the user's programs have registered.
 ///
-/// They stand in one property list, "quillfen/applications.plist" in the user's data directory
-/// (XDG_DATA_HOME): under each identifier, in lower case, the paths of the bundles that have it,
-/// the last registered first. A path that is no text is kept as data. Processes that register at
-/// once wait for one another. Any thread may call every member.
+/// It is one property list, "quillfen/applications.plist" in the user's data directory
+/// (XDG_DATA_HOME), which maps each identifier, in lower case, to the paths of the bundles that
+/// have it, the last registered first. A path that is not text is kept as data. Processes that
+/// register at the same time wait for one another. Any thread may call every member.
 class ApplicationRegistry {
 public:
-    /// What it is given outlives it.
+    /// The arguments must outlive this.
     ApplicationRegistry(platform::UserAccount& account, platform::PropertyLists& propertyLists)
         : account_(account), propertyLists_(propertyLists) {}
 
-    /// Registers the bundle at an absolute path and, where a desktop is installed, gives the user a
-    /// launcher entry for it; both files are replaced whole. What the registry holds of bundles
-    /// that are gone is dropped.
+    /// Registers the bundle at an absolute path and, if a desktop is installed, writes a launcher
+    /// entry for it; both files are replaced atomically. Entries of bundles that no longer exist
+    /// are dropped.
     Result<void, WorkspaceStatus> add(const std::string& bundle);
 
-    /// The last registered bundle that still stands and has the identifier, compared without case.
+    /// Returns the last registered bundle that still exists and has the identifier, compared
+    /// ignoring case.
     std::optional<std::string> find(const std::string& identifier);
 
 private:

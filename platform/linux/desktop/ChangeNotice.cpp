@@ -23,7 +23,7 @@ using Connection = Owned<GDBusConnection>;
 using Cancellable = Owned<GCancellable>;
 using Text = std::unique_ptr<char, decltype(&g_free)>;
 
-/// The address of the session's bus; empty where there is none. Nothing is started to have one.
+/// Returns the address of the session bus; empty if there is none. Does not start one.
 std::string busAddress() {
     const char* address = std::getenv("DBUS_SESSION_BUS_ADDRESS");
     if (address != nullptr && *address != '\0') {
@@ -38,7 +38,7 @@ std::string busAddress() {
     return std::string("unix:path=") + path.get();
 }
 
-/// Events of this scope alone, on this thread, until time is up.
+/// Runs the events of this scope alone, on this thread, until time is up.
 class Events {
 public:
     Events() : context_(g_main_context_new()), cancellable_(g_cancellable_new()) {
@@ -64,8 +64,8 @@ public:
     Events(Events&&) = delete;
     Events& operator=(Events&&) = delete;
 
-    /// What a call that was started with `give` and `&result` as its callback comes to. When time
-    /// is up, the call is cancelled and comes to its end all the same.
+    /// Returns the result of a call that was started with `give` and `&result` as its callback.
+    /// When time is up, the call is cancelled and completes all the same.
     GAsyncResult* wait(GAsyncResult*& result) const {
         while (result == nullptr) {
             g_main_context_iteration(context_, TRUE);
@@ -85,7 +85,7 @@ private:
     GSource* timer_ = nullptr;
 };
 
-/// A connection of its own: one that the process shares may end the process when the bus goes.
+/// Opens a private connection: a shared one may end the process when the bus goes away.
 Connection connect(const std::string& address, const Events& events) {
     constexpr auto flags =
         static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |

@@ -6,9 +6,10 @@
 
 namespace platform::native {
 
-/// Tells the file managers of the session, by the signals on its bus that some listen to, that an
-/// item has changed and, of a directory, what is in it; others watch the disk themselves. Returns
-/// when the bus has the signals, or after two seconds. Any thread may call it.
+/// Notifies the file managers of the session, by the session bus signals that some listen to, that
+/// an item, and the contents of a directory, have changed; other file managers watch the disk
+/// themselves. Returns when the bus has accepted the signals, or after two seconds. Any thread may
+/// call it.
 Result<void, WorkspaceStatus> announceChange(const std::string& path);
 
 } // namespace platform::native

@@ -28,7 +28,7 @@ SystemResult<FileDescriptor> openForEntries(const std::string& directory) {
     return opened(::open(directory.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
 }
 
-/// The name for the `count`th try, from 1 on, that leaves room for the trashinfo's.
+/// Returns the name for the `count`th try, from 1 on, which leaves room for the trashinfo's.
 std::string nameInTrash(const std::string& name, int count) {
     const auto room = NAME_MAX - std::string_view(trashinfoExtension).size();
     const auto number = count > 1 ? '.' + std::to_string(count) : std::string();
@@ -38,14 +38,15 @@ std::string nameInTrash(const std::string& name, int count) {
                               : cutTo(name, room - number.size()) + number;
 }
 
-/// How a trashinfo begins, as the Trash specification has it: the item's path, percent-encoded.
+/// Returns the beginning of a trashinfo, as the Trash specification defines it: the item's path,
+/// percent-encoded.
 std::string headOfNote(const std::string& item) {
     const std::unique_ptr<char, decltype(&g_free)> path(
         g_uri_escape_string(item.c_str(), "/", FALSE), &g_free);
     return std::string("[Trash Info]\nPath=") + path.get() + '\n';
 }
 
-/// The local time, as the rest of a trashinfo.
+/// Returns the rest of a trashinfo: the local time.
 std::string deletionDate() {
     const std::unique_ptr<GDateTime, decltype(&g_date_time_unref)> now(g_date_time_new_now_local(),
                                                                        &g_date_time_unref);
@@ -54,7 +55,7 @@ std::string deletionDate() {
     return std::string("DeletionDate=") + date.get() + '\n';
 }
 
-/// The item that is moved, and what its trashinfo begins with.
+/// The item to move, and the beginning of its trashinfo.
 struct TrashedItem {
     ItemPlace place;
     std::string head;
@@ -74,8 +75,8 @@ bool lock(const FileDescriptor& trashinfo) {
     return ::flock(trashinfo.get(), LOCK_EX | LOCK_NB) == 0;
 }
 
-/// Makes a trashinfo where there is none of this name, which claims the name. It is locked while it
-/// is open, so that it is told from one that a killed process left.
+/// Creates a trashinfo of this name unless one exists, which claims the name. It is locked while it
+/// is open, which distinguishes it from one that a killed process left.
 SystemResult<FileDescriptor> makeTrashinfo(int infos, const std::string& name,
                                            const std::string& text) {
     constexpr mode_t privateFile = 0600;
@@ -85,7 +86,7 @@ SystemResult<FileDescriptor> makeTrashinfo(int infos, const std::string& name,
         return trashinfo;
     }
     static_cast<void>(
-        lock(*trashinfo)); // Without locks, as on some volumes, no trashinfo counts as left.
+        lock(*trashinfo)); // Without locks, as on some volumes, no trashinfo counts as abandoned.
     if (const auto written = writeAll(trashinfo->get(), text); !written) {
         ::unlinkat(infos, name.c_str(), 0);
         return Unexpected(written.error());
@@ -93,8 +94,8 @@ SystemResult<FileDescriptor> makeTrashinfo(int infos, const std::string& name,
     return trashinfo;
 }
 
-/// Deletes the trashinfo for this name in the home trash where a killed process left it: it is
-/// about the same item, nobody holds it, and nothing has come to stand beside it.
+/// Deletes the trashinfo of this name in the home trash if a killed process left it: it is for the
+/// same item, nobody holds its lock, and no item has its name.
 bool removeAbandonedNote(const TrashDirectories& trash, const std::string& name,
                          const std::string& head) {
     const auto trashinfoName = name + trashinfoExtension;
@@ -108,7 +109,7 @@ bool removeAbandonedNote(const TrashDirectories& trash, const std::string& name,
            ::unlinkat(trash.infos.get(), trashinfoName.c_str(), 0) == 0;
 }
 
-/// EEXIST when the name is taken.
+/// EEXIST if the name is taken.
 SystemResult<void> moveToName(const TrashedItem& item, const TrashDirectories& trash,
                               const std::string& name) {
     const auto trashinfoName = name + trashinfoExtension;
@@ -120,7 +121,7 @@ SystemResult<void> moveToName(const TrashedItem& item, const TrashDirectories& t
     const auto moved =
         moveItem(item.place.directory.get(), item.place.name, trash.files.get(), name);
     const bool isTaken = !moved && moved.error().number.is(EEXIST);
-    // What has been copied, but could not be removed, stays in the Trash with its trashinfo.
+    // An item that was copied, but could not be removed, stays in the Trash with its trashinfo.
     if (isTaken || !stands(trash.files.get(), name)) {
         ::unlinkat(trash.infos.get(), trashinfoName.c_str(), 0);
     }

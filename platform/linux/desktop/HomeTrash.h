@@ -6,22 +6,22 @@
 
 namespace platform::native {
 
-/// What the trashinfo that tells where a trashed item comes from has after the item's name.
+/// The extension of a trashinfo, the file that records where a trashed item comes from.
 constexpr const char* trashinfoExtension = ".trashinfo";
 
-/// The directory of the trashed items themselves in the freedesktop home trash that GIO uses.
+/// Returns the directory of the trashed items themselves in the freedesktop home trash that GIO
+/// uses.
 std::string homeTrashFiles();
 
-/// The directory of their infos.
+/// Returns the directory of their trashinfos.
 std::string homeTrashInfo();
 
-/// Makes the home trash with the mode that others insist on.
+/// Creates the home trash with the mode that other programs require.
 SystemResult<void> makeHomeTrash();
 
-/// Moves the item at an absolute path into the home trash, from another volume too, with a
-/// trashinfo beside it. Of "a.txt", the second becomes "a.2.txt"; the name is cut where the
-/// trashinfo's would be too long. Nothing is ever replaced. A trashinfo that a killed process left
-/// for the same item gives way to the new one.
+/// Moves the item at an absolute path into the home trash, even from another volume, and writes its
+/// trashinfo. A second "a.txt" becomes "a.2.txt"; the name is cut if the trashinfo's would be too
+/// long. Nothing is ever replaced, except a trashinfo that a killed process left for the same item.
 SystemResult<void> moveToHomeTrash(const std::string& path);
 
 } // namespace platform::native

@@ -13,7 +13,7 @@ namespace platform::native {
 
 namespace {
 
-/// What the file browser keeps about an item. Its layout is shared with other systems.
+/// The file browser's information about an item. Its layout is shared with other systems.
 using FinderInformation = std::array<unsigned char, 32>;
 
 constexpr std::size_t flagsLowByte = 9;
@@ -25,8 +25,8 @@ std::string name() {
     return attributeName("com.apple.FinderInfo");
 }
 
-/// Empty information where the item has none. One of another size counts as none, for its bytes are
-/// not what they should be.
+/// Returns empty information if the item has none. An attribute of another size counts as missing,
+/// because its layout is unknown.
 SystemResult<FinderInformation> read(const std::string& path) {
     FinderInformation information{};
     const auto size =
@@ -46,7 +46,7 @@ SystemResult<void> write(const std::string& path, const FinderInformation& infor
     return failedWith(removed, ENODATA) ? SystemResult<void>() : removed;
 }
 
-/// Changes the label alone. EINVAL for a number that no label has.
+/// Changes the label alone. EINVAL for a number that is not a label.
 SystemResult<void> change(const std::string& path, int label) {
     if (label < 0 || label > lastLabel) {
         return Unexpected(Errno(EINVAL));

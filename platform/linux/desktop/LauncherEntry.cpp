@@ -17,7 +17,7 @@ namespace platform::native {
 
 namespace {
 
-/// Where the environment does not tell.
+/// The default if the environment does not name any.
 constexpr std::string_view dataDirectories = "/usr/local/share:/usr/share";
 
 constexpr std::string_view fileNamePrefix = "com.quillfen.registered.";
@@ -27,7 +27,7 @@ std::string textOf(const Value& value) {
     return text == nullptr ? std::string() : *text;
 }
 
-/// Whether the identifier is fit to be part of a file name.
+/// Returns whether the identifier may be part of a file name.
 bool isPlain(std::string_view identifier) {
     constexpr std::size_t longest = 200;
     return !identifier.empty() && identifier.size() <= longest &&
@@ -37,7 +37,7 @@ bool isPlain(std::string_view identifier) {
            });
 }
 
-/// The program of a bundle, empty when there is none that can be run, or it lies elsewhere.
+/// Returns the program of a bundle; empty if it cannot be run or is outside the bundle.
 std::string programOf(const std::string& bundle, const Value& information) {
     const auto name = textOf(information["CFBundleExecutable"]);
     if (name.empty() || name == "." || name == ".." || name.find('/') != std::string::npos ||
@@ -51,13 +51,13 @@ std::string programOf(const std::string& bundle, const Value& information) {
     return runs ? program : "";
 }
 
-/// Whether the readers of entries agree on how to write the path of a program: no "=" is allowed,
-/// and some look for the program before they have undone what "%" stands for.
+/// Returns whether all readers of entries understand the path of a program: "=" is not allowed, and
+/// some look for the program before they expand "%".
 bool canBeInEntry(const std::string& program) {
     return text::printable(program) == program && program.find_first_of("%=") == std::string::npos;
 }
 
-/// A command line of this one program, as the entry's readers take it apart.
+/// Returns a command line of this one program, quoted for the readers of entries.
 std::string commandLine(std::string_view program) {
     constexpr std::string_view quoted = "\"`$\\";
     std::string result = "\"";

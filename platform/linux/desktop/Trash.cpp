@@ -38,7 +38,7 @@ TrashResult afterMoving(const SystemResult<void>& moved) {
     return moved ? TrashResult() : failure(moved.error());
 }
 
-/// Makes the Trash that the user knows where nothing is there.
+/// Creates the Trash that the user knows if it does not exist.
 SystemResult<void> linkTrash(const std::string& trash) {
     struct stat status {};
     if (::lstat(trash.c_str(), &status) == 0 || errno != ENOENT) {
@@ -51,7 +51,7 @@ SystemResult<void> linkTrash(const std::string& trash) {
     return failedWith(linked, EEXIST) ? SystemResult<void>() : linked;
 }
 
-/// Whether `trash` is a link that was made for a home trash which is not there any more.
+/// Returns whether `trash` is a link that was made for a home trash that no longer exists.
 bool isLinkToMissingHomeTrash(const std::string& trash) {
     std::array<char, 4096> target{};
     const auto length = ::readlink(trash.c_str(), target.data(), target.size());
@@ -59,7 +59,7 @@ bool isLinkToMissingHomeTrash(const std::string& trash) {
            homeTrashFiles() == std::string_view(target.data(), static_cast<std::size_t>(length));
 }
 
-/// The number for a failure of GIO that has one.
+/// Returns the errno for a failure of GIO that has one.
 std::optional<Errno> errorNumber(const GError& error) {
     if (error.domain != G_IO_ERROR) {
         return std::nullopt;
@@ -88,8 +88,8 @@ TrashResult failureOfGio(const GError& error) {
         TrashError{Errno(EIO), "the system reports: " + text::printable(error.message)});
 }
 
-/// Whether GIO has not even tried: for an item of a volume without Trash, of a bind mount, or whose
-/// path is too long.
+/// Returns whether GIO has not even tried: for an item on a volume without trash or on a bind
+/// mount, or with too long a path.
 bool needsCopy(const GError& error) {
     return g_error_matches(&error, G_IO_ERROR, G_IO_ERROR_NOT_SUPPORTED) != FALSE ||
            g_error_matches(&error, G_IO_ERROR, G_IO_ERROR_FILENAME_TOO_LONG) != FALSE;
@@ -100,7 +100,7 @@ bool stands(const std::string& path) {
     return ::lstat(path.c_str(), &status) == 0;
 }
 
-/// The name that GIO tries as the `count`th for an item in the home trash, from 1 on.
+/// Returns the name that GIO tries as the `count`th for an item in the home trash, from 1 on.
 std::string nameInHomeTrash(std::string name, int count) {
     if (count > 1) {
         name.insert(std::min(name.find('.'), name.size()), '.' + std::to_string(count));
@@ -108,9 +108,9 @@ std::string nameInHomeTrash(std::string name, int count) {
     return name;
 }
 
-/// Where an item stands in the home trash without a trashinfo of its own, under the name that GIO
-/// gives to the next one called `name`, moves it to a free name: GIO looks at the infos alone and
-/// would replace it.
+/// Moves an item without a trashinfo in the home trash to a unique name if it has the name that GIO
+/// would choose for the next item called `name`: GIO checks the trashinfos only and would replace
+/// it.
 SystemResult<void> protectNamesake(const std::string& name) {
     const auto files = homeTrashFiles();
     const auto infos = homeTrashInfo();
@@ -128,9 +128,9 @@ SystemResult<void> protectNamesake(const std::string& name) {
     return moveToUniqueName(directory->get(), chosen, directory->get());
 }
 
-/// Whether GIO can write the trashinfo of an item with this name, which it does as a temporary file
-/// with a suffix. Where it cannot, it leaves the trashinfo empty, or cuts the name together with
-/// its extension.
+/// Returns whether GIO can write the trashinfo of an item with this name, which it does as a
+/// temporary file with a suffix. If it cannot, it leaves the trashinfo empty, or cuts the name
+/// together with its extension.
 bool hasRoomForNote(const std::string& name) {
     constexpr std::string_view temporarySuffix = ".XXXXXX";
     return (name + trashinfoExtension).size() + temporarySuffix.size() <= NAME_MAX;
@@ -144,7 +144,7 @@ TrashResult trashThroughGio(const std::string& item) {
     if (const auto isProtected = protectNamesake(name); !isProtected) {
         return failure(isProtected.error());
     }
-    // The local files alone are meant: other GIO volumes would bring in the session bus.
+    // Local files only: other GIO volumes would bring in the session bus.
     const std::unique_ptr<GFile, decltype(&g_object_unref)> file(
         g_vfs_get_file_for_path(g_vfs_get_local(), item.c_str()), &g_object_unref);
     GError* raised = nullptr;

@@ -20,7 +20,7 @@ struct FreeIterator {
     void operator()(libmnt_iter* iterator) const { mnt_free_iter(iterator); }
 };
 
-/// Types that have no device but keep a person's files all the same.
+/// Types that have no device but hold users' files all the same.
 constexpr std::array<std::string_view, 4> withoutDevice{"overlay", "ramfs", "rootfs", "tmpfs"};
 
 std::string textOf(const char* text) {
@@ -48,7 +48,7 @@ std::vector<Volume> mountedLocalVolumes() {
                       .source = textOf(mnt_fs_get_source(mount)),
                       .type = textOf(mnt_fs_get_fstype(mount)),
                       .device = mnt_fs_get_devno(mount)};
-        // What was mounted at the same place before is hidden.
+        // An earlier mount at the same place is hidden.
         const auto hidden =
             std::find_if(volumes.begin(), volumes.end(), [&](const Volume& earlier) {
                 return earlier.mountPoint == volume.mountPoint;

@@ -7,20 +7,21 @@
 
 namespace platform::native {
 
-/// A local file system that stands in the tree of directories.
+/// A mounted local file system.
 struct Volume {
-    /// The directory that it stands at; any bytes, escapes of the mount table decoded.
+    /// The directory that it is mounted on; any bytes, escapes of the mount table decoded.
     std::string mountPoint;
-    /// What it was mounted from: a device's path, or any word.
+    /// The source it was mounted from: a device's path, or any word.
     std::string source;
-    /// The kernel's name for its type, such as "ext4".
+    /// The kernel's name of its type, such as "ext4".
     std::string type;
     dev_t device = 0;
 };
 
-/// The volumes that this process sees, in the order of the mount table, each mount point once with
-/// what is visible there. Left out are file systems of other machines, those that only show what
-/// the kernel knows, and single files that are mounted. None when the table cannot be read.
+/// Returns the volumes that this process sees, in the order of the mount table, each mount point
+/// once with the volume that is visible there. File systems of other machines, pseudo file systems
+/// of the kernel, and mounts on single files are left out. Returns an empty list if the table
+/// cannot be read.
 std::vector<Volume> mountedLocalVolumes();
 
 } // namespace platform::native

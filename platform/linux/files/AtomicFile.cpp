@@ -81,7 +81,7 @@ SystemResult<void> replaceFile(const std::string& path, std::string_view content
     if (auto replaced = file->replace(); !replaced) {
         return replaced;
     }
-    // The new content is in place; that its name may not outlive a crash is no failure.
+    // The new content is in place; that its name may not survive a crash is not a failure.
     static_cast<void>(::fsync(directory->get()));
     return {};
 }

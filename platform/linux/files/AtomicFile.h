@@ -9,17 +9,17 @@
 
 namespace platform::native {
 
-/// The content of a regular file of at most `limit` bytes; a final link is followed. Nothing when
-/// there is none, when it is larger, or when anything else stands at the path, which is told
-/// without waiting for it: a FIFO without a writer, a device.
+/// Returns the content of a regular file of at most `limit` bytes; a final link is followed.
+/// Returns nullopt if it does not exist, is larger, or is not a regular file; never blocks on a
+/// FIFO or a device.
 std::optional<std::string> readFile(const std::string& path, std::size_t limit);
 
-/// Writes all of the content to an open file, and makes it durable.
+/// Writes all of the content to an open file and syncs it to disk.
 SystemResult<void> writeAll(int file, std::string_view content);
 
-/// Puts a file of exactly this content in the place of what stands at the path, mode 0644 less the
-/// umask. Others see what stood there before or all of the content, also after a crash. After
-/// a failure the path is as it was.
+/// Atomically replaces the item at the path by a file with exactly this content, mode 0644 less the
+/// umask. Others see the former item or all of the content, even after a crash. On failure the path
+/// is unchanged.
 SystemResult<void> replaceFile(const std::string& path, std::string_view content);
 
 } // namespace platform::native

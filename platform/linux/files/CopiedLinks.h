@@ -9,20 +9,20 @@
 
 namespace platform::native {
 
-/// The files of several names that a copy of a tree has come by, so that their copies become hard
+/// The files with several names that a copy of a tree has met, so that their copies become hard
 /// links of each other. Not shared between threads.
 class CopiedLinks {
 public:
-    /// `top` is the tree's copy; it outlives this.
+    /// `top` is the tree's copy; it must outlive this.
     explicit CopiedLinks(const FileDescriptor& top) : top_(top) {}
 
     /// Remembers the copy, an open file at the path below the top, of the file that `source` tells.
     SystemResult<void> remember(const FileId& source, const FileDescriptor& copy,
                                 std::vector<std::string> path);
 
-    /// Where the file has been copied under another name, makes the entry `name` of the open
-    /// directory `destination` a hard link to that copy. False where that cannot be done: the file
-    /// is then to be copied like any other.
+    /// Makes the entry `name` of the open directory `destination` a hard link to the copy of the
+    /// file under another name. Returns false if there is no such copy or linking fails: the file
+    /// must then be copied like any other.
     bool link(const FileId& source, int destination, const std::string& name) const;
 
 private:

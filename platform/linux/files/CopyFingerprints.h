@@ -7,17 +7,17 @@
 
 namespace platform::native {
 
-/// What a copy was made of: tells later whether an item is one of those copied and has not changed
-/// since. Takes eight bytes an item.
+/// Fingerprints of the items that were copied, to tell later whether an item is one of them and
+/// unchanged. Takes eight bytes per item.
 class CopyFingerprints {
 public:
     void add(const struct statx& status) { fingerprints_.push_back(fingerprint(status)); }
 
-    /// To be called after the last add() and before the first contains().
+    /// Must be called after the last add() and before the first contains().
     void close();
 
-    /// Whether the item was added with this kind, size and date of the last change. Of a directory,
-    /// which changes as it is emptied, the identity alone counts.
+    /// Returns whether the item was added with this kind, size and modification date. For a
+    /// directory, which changes as it is emptied, only the identity counts.
     bool contains(const struct statx& status) const;
 
 private:

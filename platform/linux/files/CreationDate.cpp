@@ -13,13 +13,13 @@ namespace {
 
 constexpr const char* dateAttribute = "user.qf.creationdate";
 
-/// The longest number: a sign and nineteen digits.
+/// The length of the longest number: a sign and nineteen digits.
 constexpr std::size_t longestNumber = 20;
 
 } // namespace
 
 std::optional<Date> storedCreationDate(const std::string& path, ItemKind kind) {
-    if (kind != ItemKind::file && kind != ItemKind::directory) { // No other kind can have one.
+    if (kind != ItemKind::file && kind != ItemKind::directory) { // Other kinds cannot have one.
         return std::nullopt;
     }
     std::array<char, longestNumber> text{};

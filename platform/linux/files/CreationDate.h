@@ -9,12 +9,12 @@
 
 namespace platform::native {
 
-/// The creation date that was set for an item of this kind, which the file system cannot keep
-/// itself; nothing where none was set, or where what stands there is no date. A final link is not
-/// followed. docs/attributes.md tells how it is stored.
+/// Returns the creation date that was set for an item of this kind, which the file system cannot
+/// store itself; nullopt if none was set or the stored value is not a date. A final link is not
+/// followed. docs/attributes.md describes how it is stored.
 std::optional<Date> storedCreationDate(const std::string& path, ItemKind kind);
 
-/// Sets it; links are followed.
+/// Stores the creation date of an item; links are followed.
 SystemResult<void> storeCreationDate(const std::string& path, Date date);
 
 } // namespace platform::native

@@ -13,15 +13,16 @@ namespace platform::native {
 
 namespace {
 
-/// By the order of DigestAlgorithm.
+/// In the order of DigestAlgorithm.
 constexpr std::array algorithmNames{"MD5", "SHA1", "SHA256", "SHA512"};
 
 using Algorithms = std::array<const EVP_MD*, algorithmNames.size()>;
 
-/// Null for an algorithm that this machine does not allow.
+/// Returns null for an algorithm that this machine does not allow.
 const EVP_MD* algorithmOf(DigestAlgorithm algorithm) {
     static const Algorithms fetched = [] {
-        // Threads that nobody waits for may make digests while the process ends: OpenSSL stays.
+        // Detached threads may compute digests while the process ends, so OpenSSL is not cleaned
+        // up.
         ::OPENSSL_init_crypto(OPENSSL_INIT_NO_ATEXIT, nullptr);
         Algorithms all{};
         for (std::size_t index = 0; index < all.size(); ++index) {

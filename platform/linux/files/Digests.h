@@ -4,7 +4,7 @@
 
 namespace platform::native {
 
-/// Digests by OpenSSL. An algorithm is looked up when it is first asked for, once a process.
+/// Digests by OpenSSL. An algorithm is looked up at its first use, once per process.
 class Digests : public platform::Digests {
 public:
     std::unique_ptr<DigestState> begin(DigestAlgorithm algorithm) override;

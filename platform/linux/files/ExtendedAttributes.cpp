@@ -9,7 +9,7 @@ namespace platform::native {
 
 namespace {
 
-/// A length, or why there is none.
+/// Returns the length, or the error.
 Result<std::size_t> lengthOrError(ssize_t length, const std::string& path) {
     if (length < 0) {
         return Unexpected(posixError(Errno::last(), path::lastComponent(path), "read"));

@@ -7,17 +7,17 @@
 
 namespace platform::native {
 
-/// What the names of the attributes that programs may set begin with on Linux.
+/// The prefix of the names of attributes that programs may set on Linux.
 inline constexpr std::string_view attributeNamespace = "user.";
 
-/// The name under which Linux keeps an extended attribute: "com.quillfen.a" is
-/// "user.com.quillfen.a". The mapping is the same for every name, so that no two names meet.
+/// Returns the name under which Linux stores an extended attribute: "com.quillfen.a" is
+/// "user.com.quillfen.a". Every name gets the prefix, so that no two names collide.
 inline std::string attributeName(std::string_view name) {
     return std::string(attributeNamespace).append(name);
 }
 
-/// The attributes that users may give to regular files and directories; the system's own are out of
-/// reach.
+/// The extended attributes that users may set on regular files and directories; the system's own
+/// are not accessible.
 class ExtendedAttributes : public platform::ExtendedAttributes {
 public:
     Result<std::size_t> size(const std::string& path, const std::string& name) override;

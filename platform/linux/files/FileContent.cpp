@@ -19,20 +19,20 @@ namespace {
 
 constexpr std::size_t blockSize = 256UL * 1024;
 
-/// What holes are made of.
+/// A block of zeros, as a hole reads.
 constexpr std::size_t pageSize = 4096;
 
 /// The unit of stx_blocks.
 constexpr std::uint64_t sectorSize = 512;
 
-/// What one copy_file_range() is asked for: it cannot be interrupted in between.
+/// The bytes to request from one copy_file_range(), which cannot be interrupted.
 constexpr std::size_t rangeSize = 128UL * 1024 * 1024;
 
 bool hasHoles(const struct statx& status) {
     return status.stx_blocks * sectorSize < status.stx_size;
 }
 
-/// Reads until the block is full or the file ends. Returns the number of bytes.
+/// Reads until the block is full or the file ends. Returns the number of bytes read.
 SystemResult<std::size_t> readBlock(int file, std::vector<char>& block, off_t offset) {
     std::size_t size = 0;
     while (size < block.size()) {
@@ -68,7 +68,7 @@ bool isZero(std::string_view page) {
     return page.front() == 0 && std::memcmp(page.data(), page.data() + 1, page.size() - 1) == 0;
 }
 
-/// Writes what is not zero, in as few calls as that takes.
+/// Writes the blocks that are not zero, in as few calls as possible.
 SystemResult<void> writeWithHoles(int file, std::string_view content, off_t offset) {
     std::size_t begin = 0;
     for (std::size_t end = 0; begin < content.size(); begin = end) {
@@ -107,7 +107,7 @@ bool FileContent::share(int source, int copy) {
     return canShare_;
 }
 
-/// Lets the kernel copy by itself. Gives how much of the file it did.
+/// Lets the kernel copy by itself. Returns how many bytes of the file it copied.
 off_t FileContent::copyRanges(int source, int copy) {
     off_t copied = 0;
     while (canCopyRanges_) {
@@ -122,7 +122,7 @@ off_t FileContent::copyRanges(int source, int copy) {
     return copied;
 }
 
-/// Reads and writes what follows `offset`.
+/// Copies what follows `offset` by reading and writing.
 SystemResult<void> FileContent::copyBlocks(int source, int copy, off_t offset, bool withHoles) {
     block_.resize(blockSize);
     for (;;) {

@@ -9,16 +9,16 @@
 
 namespace platform::native {
 
-/// Copies and compares what regular files hold. One object serves a whole tree: it learns which of
-/// the kernel's ways to copy work there. Not shared between threads.
+/// Copies and compares the contents of regular files. Use one object for a whole tree: it learns
+/// which of the kernel's copy methods work there. Not shared between threads.
 class FileContent {
 public:
-    /// Copies all of `source`, whose status is given, into the empty file `copy`. Blocks are shared
-    /// where the file system can do that. Where the source has holes, all of it is read, and the
-    /// blocks of zeros are left out: what a file system tells about holes is not relied on.
+    /// Copies all of `source`, whose status is `status`, into the empty file `copy`. Blocks are
+    /// shared if the file system supports that. If the source has holes, reads all of it and skips
+    /// the blocks of zeros, because file systems do not report holes reliably.
     SystemResult<void> copy(int source, const struct statx& status, int copy);
 
-    /// Compares what two files hold. EIO when it is not the same.
+    /// Compares the contents of two files. EIO if they differ.
     SystemResult<void> compare(int one, int other);
 
 private:

@@ -94,7 +94,7 @@ private:
     int systemError_ = 0;
 };
 
-/// No descriptor for a path with a zero in it: the system would take its beginning for the path.
+/// Refuses a path that contains a zero byte: the system would take the part before it for the path.
 FileDescriptor openFile(const std::string& path, int flags) {
     constexpr mode_t mode = 0666;
     int descriptor = -1;
@@ -106,7 +106,7 @@ FileDescriptor openFile(const std::string& path, int flags) {
     return FileDescriptor(descriptor);
 }
 
-/// Only regular files have a length to take away, and an empty one has none.
+/// Only regular files can be truncated, and an empty one need not be.
 bool makeEmpty(const FileDescriptor& file, const struct stat& status) {
     return !S_ISREG(status.st_mode) || status.st_size == 0 || ::ftruncate(file.get(), 0) == 0;
 }
@@ -123,8 +123,7 @@ std::unique_ptr<FileStream> FileStreams::openForReading(const std::string& path)
     return std::make_unique<Stream>(std::move(file), fileIdOf(status), unknownSize);
 }
 
-// Emptied by a step of its own: emptied while it is opened, the spared file would be lost before
-// anybody could tell that it is the one.
+// Truncated in a separate step: O_TRUNC would empty the spared file before it could be recognized.
 std::unique_ptr<FileStream> FileStreams::openForUpdating(const std::string& path,
                                                          const FileId& spared,
                                                          std::uint64_t expectedSize) {

@@ -4,8 +4,8 @@
 
 namespace platform::native {
 
-/// Files through the system calls. A file that is read is announced to the system as read from its
-/// start to its end, and room for a large one that is written is found ahead of the writing.
+/// File streams on the system calls. The kernel is advised that a file opened for reading is read
+/// sequentially, and space for a large file is allocated before it is written.
 class FileStreams : public platform::FileStreams {
 public:
     std::unique_ptr<FileStream> openForReading(const std::string& path) override;

@@ -48,7 +48,7 @@ SystemResult<void> changeImmutableFlag(const std::string& path, bool immutable) 
     return checked(::ioctl(item->get(), FS_IOC_SETFLAGS, &flags));
 }
 
-/// The status of what stands at a path; links are followed. Nothing when there is none.
+/// Returns the status of the item at a path, or nullopt if there is none; links are followed.
 std::optional<struct stat> statusOfItem(const std::string& path) {
     struct stat status {};
     const auto found = atPath(path, [&status](int directory, const char* rest) {
@@ -57,7 +57,7 @@ std::optional<struct stat> statusOfItem(const std::string& path) {
     return found ? std::optional(status) : std::nullopt;
 }
 
-/// What `mask` says of the item at a path; of a link, its own.
+/// Returns the status fields in `mask` of the item at a path; for a link, its own.
 SystemResult<struct statx> ownStatusOfItem(const std::string& path, unsigned mask) {
     struct statx status {};
     const auto found = atPath(path, [&](int directory, const char* rest) {
@@ -69,7 +69,7 @@ SystemResult<struct statx> ownStatusOfItem(const std::string& path, unsigned mas
     return status;
 }
 
-/// Sets or clears the immutable flag where that is not as it should be.
+/// Sets or clears the immutable flag if it differs.
 SystemResult<void> makeImmutable(const std::string& path, bool immutable) {
     const auto status = ownStatusOfItem(path, STATX_TYPE);
     if (!status) {
@@ -86,7 +86,7 @@ SystemResult<void> makeImmutable(const std::string& path, bool immutable) {
     return changeImmutableFlag(path, immutable);
 }
 
-/// The size of a directory's entry, where it counts.
+/// Returns the size of a directory's entry if it has one.
 std::optional<std::uint64_t> sizeOf(int directory, const DirectoryEntry& entry) {
     struct stat status {};
     if (entry.kind == ItemKind::directory ||
@@ -133,7 +133,7 @@ timespec timespecOf(Date date) {
             .tv_nsec = std::chrono::nanoseconds(sinceEpoch - seconds).count()};
 }
 
-/// What system calls on the item at a path came to.
+/// Returns the outcome of system calls on the item at a path.
 template <class T>
 Result<void> report(const SystemResult<T>& result, const std::string& path,
                     const char* participle) {
@@ -143,7 +143,7 @@ Result<void> report(const SystemResult<T>& result, const std::string& path,
     return {};
 }
 
-/// The same of work on a tree.
+/// Returns the outcome of work on a tree.
 Result<void> report(const EntryResult<void>& result, const char* participle) {
     if (!result) {
         return Unexpected(posixError(result.error().number, result.error().name, participle));
@@ -151,7 +151,7 @@ Result<void> report(const EntryResult<void>& result, const char* participle) {
     return {};
 }
 
-/// A copy, or a move, from path to path.
+/// Copies or moves an item from path to path.
 Result<void> transfer(const std::string& path, const std::string& newPath,
                       EntryResult<void> (*work)(int, const std::string&, int, const std::string&),
                       const char* participle) {

@@ -21,7 +21,7 @@ namespace platform::native {
 
 namespace {
 
-/// Whether an open directory is the one of this identity, or in it.
+/// Returns whether an open directory is the one of this identity, or inside it.
 bool isInside(int directory, const FileId& outer) {
     auto current = opened(::openat(directory, ".", O_PATH | O_DIRECTORY | O_CLOEXEC));
     std::optional<FileId> below;
@@ -40,12 +40,13 @@ bool isInside(int directory, const FileId& outer) {
     return false;
 }
 
-/// Whether an item of this status is a directory that the open directory is, or is in.
+/// Returns whether an item of this status is a directory that is, or contains, the open directory.
 bool holds(const struct statx& status, int directory) {
     return S_ISDIR(status.stx_mode) && isInside(directory, fileIdOf(status));
 }
 
-/// What it means that an item cannot get its new name, once that would not put it into itself.
+/// Returns the meaning of a failure to name an item, once it is known that the item would not be
+/// put into itself.
 SystemResult<void> afterNaming(const SystemResult<void>& named) {
     return failedWith(named, EINVAL) ? Unexpected(nameNotAllowed) : named;
 }
@@ -69,7 +70,7 @@ public:
     }
 
 private:
-    /// Looks at what can be told before anything is done.
+    /// Checks what can be checked before anything is done.
     SystemResult<void> examine() {
         const auto status = statusOfEntry(source_, name_);
         if (!status) {
@@ -85,7 +86,7 @@ private:
         return isMove_ ? checkRemovable() : SystemResult<void>();
     }
 
-    /// Whether the item may be taken out of its directory.
+    /// Checks that the item may be removed from its directory.
     SystemResult<void> checkRemovable() const {
         if (auto writable = checked(::faccessat(source_, ".", W_OK | X_OK, AT_EACCESS));
             !writable) {
@@ -104,7 +105,7 @@ private:
         return {};
     }
 
-    /// A link, a FIFO, a socket or a device is there at once or not at all.
+    /// Copies a link, a FIFO, a socket or a device, which is created in one step.
     SystemResult<void> copyInOneStep() {
         auto done = afterNaming(copyUnopened(source_, name_, status_, destination_, newName_));
         if (done && isMove_) {
@@ -132,7 +133,7 @@ private:
         return aboutEntry(name_, giveName(*copy, isDirectory));
     }
 
-    /// Lets a whole copy be seen; that of a move is durable by then.
+    /// Makes a complete copy visible; that of a move is durable by then.
     SystemResult<void> giveName(TemporaryItem& copy, bool isDirectory) const {
         if (!isMove_) {
             return afterNaming(copy.rename());
@@ -150,7 +151,7 @@ private:
         return done;
     }
 
-    /// Of a directory, the whole volume is written: one call that waits once for all of its files.
+    /// For a directory, syncs the whole volume: one call that waits once for all of its files.
     static SystemResult<void> makeContentDurable(const FileDescriptor& item, bool isDirectory) {
         return checked(
             retryOnEintr([&] { return isDirectory ? ::syncfs(item.get()) : ::fsync(item.get()); }));
@@ -159,7 +160,7 @@ private:
     /// Some volumes cannot do that for a directory.
     SystemResult<void> makeNameDurable(const FileDescriptor& item) const {
         const auto directory = openDirectory(destination_, ".");
-        if (!directory) { // It takes items without showing what is in it.
+        if (!directory) { // It accepts new entries but cannot be read.
             return item ? makeContentDurable(item, true) : Unexpected(directory.error());
         }
         auto done = checked(retryOnEintr([&] { return ::fsync(directory->get()); }));

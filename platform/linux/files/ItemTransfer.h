@@ -6,17 +6,17 @@
 
 namespace platform::native {
 
-/// Copies the entry `name` of the open directory `source` with all that is in it, as
-/// platform::FileSystem::copyItem() says, to the name `newName` in the open directory
-/// `destination`. The copy of a file or directory grows under a hidden name there. EINVAL means
-/// that the destination is inside the item, EEXIST that its name is taken; names that the volume
-/// cannot hold are nameNotAllowed and nameNotDistinct.
+/// Copies the entry `name` of the open directory `source` with all its contents, as
+/// platform::FileSystem::copyItem() does, to the name `newName` in the open directory
+/// `destination`. The copy of a file or directory is made under a hidden name there. EINVAL means
+/// that the destination is inside the item, EEXIST that the name is taken; nameNotAllowed and
+/// nameNotDistinct, that the volume cannot hold a name.
 EntryResult<void> copyItem(int source, const std::string& name, int destination,
                            const std::string& newName);
 
-/// Moves an entry, as platform::FileSystem::moveItem() says. Whether that needs a copy is found out
-/// by the attempt to rename. An item of which a part could not be removed afterwards is not copied
-/// at all. Failures are those of copyItem().
+/// Moves an entry, as platform::FileSystem::moveItem() does. Copies only if the attempt to rename
+/// shows that this is needed, and only if all of the item could be removed afterwards. Errors are
+/// those of copyItem().
 EntryResult<void> moveItem(int source, const std::string& name, int destination,
                            const std::string& newName);
 

@@ -26,13 +26,13 @@ namespace platform::native {
 
 namespace {
 
-/// What system calls on the item at a path came to.
+/// Returns the outcome of system calls on the item at a path.
 Result<void> reportOf(const SystemResult<void>& result, const std::string& path,
                       std::string_view participle) {
     return posixResult(result, path::lastComponent(path), participle);
 }
 
-/// The system takes a path only up to a zero, which would be another path.
+/// The system reads a path only up to a zero byte, which would be another path.
 bool isUsable(const std::string& path) {
     return !path.empty() && path.find('\0') == std::string::npos;
 }
@@ -62,14 +62,14 @@ public:
     }
 
 private:
-    /// Whether others can still find the file: what is written to a deleted one is lost.
+    /// Returns whether others can still find the file: entries written to a deleted one are lost.
     bool hasName() const {
         struct stat own {};
         return ::fstat(descriptor_.get(), &own) != 0 || own.st_nlink > 0;
     }
 
-    /// The first write takes all unless the disk is full or the file as large as it may become;
-    /// what comes after a part tells which.
+    /// The first write is complete unless the disk is full or the file is at its size limit; the
+    /// write after a partial one reports which.
     void write(std::string_view bytes) {
         while (!bytes.empty()) {
             const auto written = ::write(descriptor_.get(), bytes.data(), bytes.size());
@@ -98,16 +98,16 @@ bool isOwn(const struct stat& item) {
     return item.st_uid == ::geteuid() || item.st_uid == 0;
 }
 
-/// Whether nobody but the current user and the superuser can have put an item into the directory
-/// that the path names.
+/// Returns whether only the current user and the superuser can have put an item into the directory
+/// at the path.
 bool isPrivateDirectoryOf(const std::string& path) {
     struct stat directory {};
     return ::stat(path::deletingLastComponent(path).c_str(), &directory) == 0 && isOwn(directory) &&
            (directory.st_mode & (S_IWGRP | S_IWOTH)) == 0;
 }
 
-/// Where the user's own links lead from the path to, or nothing when another user may have made one
-/// of them or they do not end.
+/// Returns the path that the user's own links lead to, or nullopt if another user may have made one
+/// of them or they form a loop.
 std::optional<std::string> behindOwnLinks(std::string path) {
     constexpr int mostLinks = 40;
     for (int count = 0; count < mostLinks; ++count) {
@@ -125,14 +125,14 @@ std::optional<std::string> behindOwnLinks(std::string path) {
     return std::nullopt;
 }
 
-/// Whether nobody but the current user and the superuser can have put this file at its path. One
-/// with a second name may be any file of theirs, which others linked to the path.
+/// Returns whether only the current user and the superuser can have put this file at its path. One
+/// with a second name may be any file of theirs that others linked to the path.
 bool isTrusted(const struct stat& file, const std::string& path) {
     return S_ISREG(file.st_mode) && isOwn(file) &&
            (file.st_nlink == 1 || isPrivateDirectoryOf(path));
 }
 
-/// Puts an empty file in the place of what stands at the path. It need not outlive a crash of the
+/// Replaces the item at the path by an empty file. The file need not survive a crash of the
 /// machine, as its entries do not.
 SystemResult<void> putEmptyFile(const std::string& path) {
     const auto directoryPath = path::deletingLastComponent(path);
@@ -188,12 +188,12 @@ SystemResult<void> moveTo(const std::string& path, const std::string& newPath) {
     return checked(::rename(path.c_str(), newPath.c_str()));
 }
 
-/// The lock on one directory, which other users of the logs look at, and nobody else.
+/// The lock on one directory; only users of the logs check it.
 class DirectoryLock {
 public:
     explicit DirectoryLock(const std::string& path)
         : directory_(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {}
-    /// A process that was forked meanwhile has the descriptor too, so closing it is not enough.
+    /// A process forked meanwhile has the descriptor too, so closing it is not enough.
     ~DirectoryLock() {
         if (directory_) {
             ::flock(directory_.get(), LOCK_UN);
@@ -204,8 +204,8 @@ public:
     DirectoryLock(const DirectoryLock&) = delete;
     DirectoryLock& operator=(const DirectoryLock&) = delete;
 
-    /// False when somebody else has the lock. A directory that is missing or cannot be locked needs
-    /// none.
+    /// Returns false if somebody else has the lock. A directory that is missing or cannot be locked
+    /// needs no lock.
     bool tryToLock() const {
         return !directory_ ||
                retryOnEintr([this] { return ::flock(directory_.get(), LOCK_EX | LOCK_NB); }) == 0 ||
@@ -216,18 +216,17 @@ private:
     FileDescriptor directory_;
 };
 
-/// The locks on several directories, taken in one order by everybody, so that nobody waits for
-/// somebody who waits in turn.
+/// The locks on several directories, taken in the same order by everybody to avoid deadlock.
 class DirectoryLocks : public LogLock {
 public:
-    /// False when `patience` is over before all are had.
+    /// Returns false if `patience` runs out before all are acquired.
     bool lock(std::vector<std::string> paths, std::chrono::steady_clock::duration patience) {
         constexpr std::chrono::milliseconds pause(1);
         std::ranges::sort(paths);
         paths.erase(std::unique(paths.begin(), paths.end()), paths.end());
         const auto end = std::chrono::steady_clock::now() + patience;
         for (const auto& path : paths) {
-            // A wait in flock() would have no end while somebody is stopped who has the lock.
+            // A blocking flock() would never return while the lock's owner is stopped.
             const auto& directory = directories_.emplace_back(path);
             while (!directory.tryToLock()) {
                 if (std::chrono::steady_clock::now() >= end) {
@@ -283,7 +282,7 @@ std::shared_ptr<LogFile> LogFiles::open(const std::string& path) {
     if (!target) {
         return nullptr;
     }
-    // Without O_NONBLOCK a planted pipe would hold the opener until somebody reads from it.
+    // Without O_NONBLOCK, opening a planted pipe would block until somebody reads from it.
     FileDescriptor descriptor(::open(target->c_str(), O_WRONLY | O_APPEND | O_NOFOLLOW |
                                                           O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
     struct stat information {};

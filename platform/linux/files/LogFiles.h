@@ -4,7 +4,7 @@
 
 namespace platform::native {
 
-/// Log files through the kernel's own calls.
+/// Log files on the system calls.
 class LogFiles : public platform::LogFiles {
 public:
     bool exists(const std::string& path) override;

@@ -16,12 +16,13 @@ namespace {
 
 constexpr mode_t permissionBits = 07777;
 
-/// Whether a failure says that there is no such thing on this volume, or for this user.
+/// Returns whether a failure means that the volume does not support the operation, or that the user
+/// may not do it.
 bool isBeyondReach(const SystemResult<void>& result) {
     return failedWith(result, EPERM, EACCES, EOPNOTSUPP, ENOSYS, EINVAL);
 }
 
-/// Lets a failure pass for a success that says so.
+/// Turns such a failure into a success.
 SystemResult<void> asFarAsPossible(const SystemResult<void>& result) {
     return isBeyondReach(result) ? SystemResult<void>() : result;
 }
@@ -33,8 +34,8 @@ std::array<timespec, 2> timesOf(const struct statx& status) {
     return {time(status.stx_atime), time(status.stx_mtime)};
 }
 
-/// The mode that a copy of this owner and group may have: what runs as its owner does so for the
-/// same owner only.
+/// Returns the mode that a copy with this owner and group may have: set-user-ID and set-group-ID
+/// bits are kept for the same owner and group only.
 mode_t permittedMode(const struct statx& status, uid_t owner, gid_t group) {
     mode_t mode = status.stx_mode & permissionBits;
     if (owner != status.stx_uid) {
@@ -46,10 +47,10 @@ mode_t permittedMode(const struct statx& status, uid_t owner, gid_t group) {
     return mode;
 }
 
-/// Copies one extended attribute. Only the user's own ones, and a volume that has no room, can make
-/// that fail.
+/// Copies one extended attribute. Fails only for the user's own ones, or if the volume has no
+/// space.
 SystemResult<void> keepAttribute(int source, int copy, const char* name) {
-    std::array<char, XATTR_SIZE_MAX> value; // NOLINT: it is filled before it is read.
+    std::array<char, XATTR_SIZE_MAX> value; // NOLINT: filled before it is read.
     const auto size = ::fgetxattr(source, name, value.data(), value.size());
     auto kept = checked(size);
     if (kept) {
@@ -84,7 +85,7 @@ SystemResult<void> keepExtendedAttributes(int source, int copy) {
     return {};
 }
 
-/// Gives a copy its owner and group, or its group alone.
+/// Sets the owner and group of a copy, or its group alone.
 SystemResult<void> keepOwner(const struct statx& status, int copy) {
     if (::fchown(copy, status.stx_uid, status.stx_gid) == 0) {
         return {};
@@ -92,7 +93,7 @@ SystemResult<void> keepOwner(const struct statx& status, int copy) {
     return asFarAsPossible(checked(::fchown(copy, static_cast<uid_t>(-1), status.stx_gid)));
 }
 
-/// The same for an entry of an open directory.
+/// Like keepOwner(), for an entry of an open directory.
 SystemResult<void> keepOwnerOfEntry(const struct statx& status, int directory, const char* entry) {
     const auto give = [&](uid_t owner) {
         return checked(::fchownat(directory, entry, owner, status.stx_gid, AT_SYMLINK_NOFOLLOW));
@@ -146,7 +147,7 @@ SystemResult<void> copyMetadataToEntry(const struct statx& status, int directory
     if (auto kept = keepOwnerOfEntry(status, directory, entry); !kept) {
         return kept;
     }
-    // A link has no mode, and fchmodat() follows it.
+    // A link has no mode, and fchmodat() would follow it.
     if (!S_ISLNK(status.stx_mode)) {
         if (auto kept = keepModeOfEntry(status, directory, entry); !kept) {
             return kept;

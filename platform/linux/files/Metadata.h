@@ -8,19 +8,18 @@
 
 namespace platform::native {
 
-/// Gives a copy that is open for writing, or is a directory, the owner, mode, extended attributes
-/// (access control lists are some) and times of the open item that it was made of. The owner and
-/// the group are kept where the user may give them away, else the copy runs as nobody but its own
-/// owner; attributes are kept where the copy's volume has their kind.
+/// Copies the owner, mode, extended attributes (including access control lists) and times of an
+/// open item to its copy, which is open for writing or a directory. The owner and the group are
+/// kept if the user may set them, otherwise the copy loses the set-user-ID or set-group-ID bit;
+/// attributes are kept if the copy's volume supports their kind.
 SystemResult<void> copyMetadata(int source, const struct statx& status, int copy);
 
-/// The same for the entry `name` of an open directory that cannot be opened: a link, a FIFO, a
-/// socket, a device. It has no extended attributes.
+/// Like copyMetadata(), for the entry `name` of an open directory that cannot be opened: a link, a
+/// FIFO, a socket, a device. It has no extended attributes.
 SystemResult<void> copyMetadataToEntry(const struct statx& status, int directory,
                                        const std::string& name);
 
-/// Takes from a new item the access control lists that it has from the directory that it was made
-/// in.
+/// Removes from a new item the access control lists inherited from its directory.
 void dropInheritedAcls(int item);
 
 } // namespace platform::native

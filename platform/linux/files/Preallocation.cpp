@@ -12,14 +12,14 @@ namespace platform::native {
 
 namespace {
 
-/// In bytes. Large enough to be worth a call, and small enough that on a disk that is nearly full
-/// several copies still share what is left.
+/// In bytes. Large enough to be worth a call, and small enough that several copies can share what
+/// is left on a nearly full disk.
 constexpr std::uint64_t pieceSize = 16'777'216;
 
-/// A file below this size, in bytes, is written before anything is gained.
+/// A file below this size, in bytes, is not worth it.
 constexpr std::uint64_t leastReservedSize = 1'048'576;
 
-/// Memory is cleared when it is reserved, and once more written to.
+/// On a file system in memory, reserving clears pages that are then written again.
 bool isInMemory(int file) {
     struct statfs volume {};
     return ::fstatfs(file, &volume) != 0 || volume.f_type == TMPFS_MAGIC ||
@@ -44,7 +44,7 @@ void Preallocation::reserve(int file, std::uint64_t position) {
     }
 }
 
-/// A file that is cut to the size it has loses what was reserved behind it.
+/// Truncating a file to its own size releases the space reserved beyond it.
 void Preallocation::release(int file) {
     struct stat status {};
     if (reservedUpTo_ != 0 && ::fstat(file, &status) == 0 &&

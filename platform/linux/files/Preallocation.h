@@ -4,19 +4,19 @@
 
 namespace platform::native {
 
-/// Has the file system find room for a file in large pieces before they are written, which costs
-/// less than finding it for each write. Only a help: where it fails, or where it would cost more
-/// (in memory), writing goes on without it. One thread at a time.
+/// Allocates disk space for a file in large pieces before they are written, which costs less than
+/// allocating it for each write. Only an optimization: if it fails, or would cost more (on a file
+/// system in memory), writing goes on without it. Not shared between threads.
 class Preallocation {
 public:
-    /// For a file that is expected to become so many bytes; with 0 nothing is ever reserved.
+    /// Prepares for a file of the expected size in bytes; 0 never reserves anything.
     explicit Preallocation(std::uint64_t expectedSize) : expectedSize_(expectedSize) {}
 
-    /// To be called before something is written at a position, in bytes: reserves the piece that
-    /// begins there, but never beyond the expected size. The file's size stays.
+    /// Must be called before each write at a position, in bytes: reserves the piece that begins
+    /// there, but never beyond the expected size. The file's size does not change.
     void reserve(int file, std::uint64_t position);
 
-    /// Gives back what lies behind the file's end.
+    /// Releases the space beyond the file's end.
     void release(int file);
 
 private:

@@ -13,17 +13,17 @@ namespace platform::native {
 
 namespace {
 
-/// The text of a link.
+/// Returns the target of a link.
 SystemResult<std::string> readLink(int directory, const std::string& name) {
     std::array<char, PATH_MAX> buffer{};
     const auto length = ::readlinkat(directory, name.c_str(), buffer.data(), buffer.size());
-    if (length < 0) { // EINVAL: it is no link any more.
+    if (length < 0) { // EINVAL: it is no longer a link.
         return Unexpected(errno == EINVAL ? changedMeanwhile : Errno::last());
     }
     return std::string(buffer.data(), static_cast<std::size_t>(length));
 }
 
-/// Makes a link of the same text, and reads it back.
+/// Makes a link with the same target, and reads it back.
 SystemResult<void> makeLink(int source, const std::string& name, int destination,
                             const std::string& newName) {
     const auto text = readLink(source, name);

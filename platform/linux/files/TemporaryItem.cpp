@@ -17,14 +17,14 @@ namespace platform::native {
 
 namespace {
 
-/// How many processes can copy to one name at a time.
+/// The number of processes that can copy to one name at a time.
 constexpr int mostClaims = 100;
 
-/// All that is in a temporary item is the copier's own.
+/// The contents of a temporary item are the copier's own.
 constexpr RemovalRules ownCopy{.unlocksDirectories = true};
 
-/// A hidden name that two processes with the same purpose agree on, short enough for every file
-/// system: the purpose's FNV-1a digest and the number of the try.
+/// Returns a hidden name that processes with the same purpose agree on, short enough for every file
+/// system: the purpose's FNV-1a hash and the number of the try.
 std::string temporaryName(const std::string& purpose, int count) {
     std::uint64_t digest = 0xCBF29CE484222325U;
     for (const char c : purpose) {
@@ -45,7 +45,7 @@ SystemResult<FileDescriptor> makeItem(int directory, const std::string& name, mo
         return Unexpected(made.error());
     }
     auto item = openDirectory(directory, name.c_str());
-    if (failedWith(item, ENOENT)) { // Another process has taken it for an abandoned one.
+    if (failedWith(item, ENOENT)) { // Another process took it for an abandoned one.
         return Unexpected(Errno(EEXIST));
     }
     if (!item) {
@@ -54,7 +54,7 @@ SystemResult<FileDescriptor> makeItem(int directory, const std::string& name, mo
     return item;
 }
 
-/// Whether an open item is the entry `name` of an open directory; ENOENT when it is not.
+/// Checks that an open item is the entry `name` of an open directory; ENOENT if it is not.
 SystemResult<void> checkName(const FileDescriptor& item, int directory, const std::string& name) {
     const auto own = statusOf(item.get());
     if (!own) {
@@ -93,7 +93,7 @@ SystemResult<TemporaryItem> TemporaryItem::make(int directory, const std::string
     return item;
 }
 
-/// EEXIST when the name is taken.
+/// EEXIST if the name is taken.
 SystemResult<void> TemporaryItem::claim(const std::string& name, mode_t mode) {
     auto item = makeItem(directory_, name, mode);
     if (!item) {
@@ -138,7 +138,7 @@ SystemResult<void> TemporaryItem::replace() {
     return renamed(checked(::renameat(directory_, name_.c_str(), directory_, purpose_.c_str())));
 }
 
-/// Takes note of what became of a rename, and returns that.
+/// Records the outcome of a rename, and returns it.
 SystemResult<void> TemporaryItem::renamed(const SystemResult<void>& result) {
     if (result) {
         name_.clear();

@@ -9,17 +9,17 @@
 
 namespace platform::native {
 
-/// An empty file or directory with a hidden name of its own, in which something grows until it gets
-/// the name that it is for. It is locked while this process works on it, so that what a killed
-/// process left behind is told from what another one works on. Not shared between threads.
+/// A new file or directory with a hidden name, which is filled and then renamed to its final name.
+/// It is locked while this process works on it, so that the remains of a killed process can be told
+/// from the work of a live one. Not shared between threads.
 class TemporaryItem {
 public:
-    /// Makes one in the open directory `directory`, for the name `purpose`: a file or a directory,
-    /// as `mode` says (S_IFREG | 0600), with its permissions less the umask. One that a killed
-    /// process left there for the same name is deleted first.
+    /// Makes one in the open directory `directory`, for the final name `purpose`: a file or a
+    /// directory, depending on `mode` (such as S_IFREG | 0600), with its permissions less the
+    /// umask. Deletes one that a killed process left there for the same name first.
     static SystemResult<TemporaryItem> make(int directory, const std::string& purpose, mode_t mode);
 
-    /// Deletes the item with all that is in it, unless it has been renamed.
+    /// Deletes the item with all its contents, unless it has been renamed.
     ~TemporaryItem();
 
     TemporaryItem(TemporaryItem&& other) noexcept
@@ -29,16 +29,16 @@ public:
     TemporaryItem& operator=(const TemporaryItem&) = delete;
     TemporaryItem& operator=(TemporaryItem&&) = delete;
 
-    /// The item, open for reading and, when it is a file, for writing.
+    /// Returns the item, open for reading and, if it is a file, for writing.
     const FileDescriptor& item() const { return item_; }
 
-    /// Gives the item the name that it is for. What stands there is never replaced: EEXIST.
+    /// Renames the item to its final name. An existing item there is never replaced: EEXIST.
     SystemResult<void> rename();
 
-    /// As rename(), but a file that stands there, or an empty directory where this is one, goes.
+    /// Like rename(), but replaces an existing file or, if this is a directory, an empty directory.
     SystemResult<void> replace();
 
-    /// Takes the given name back, when the item is to be deleted after all.
+    /// Undoes the rename, if the item is to be deleted after all.
     void takeBack();
 
 private:
@@ -51,7 +51,7 @@ private:
 
     int directory_;
     std::string purpose_;
-    std::string name_; ///< Empty when there is nothing to delete.
+    std::string name_; ///< Empty if there is nothing to delete.
     FileDescriptor item_;
 };
 

@@ -20,9 +20,8 @@ namespace platform::native {
 
 namespace {
 
-/// How many of the deepest directories stay open, with their copies; one above is opened again,
-/// through
-/// "..", when the work comes back to it.
+/// The number of deepest directories that stay open, with their copies; one above is reopened
+/// through ".." when the work returns to it.
 constexpr std::size_t openCopyLevels = 16;
 
 constexpr mode_t privateDirectory = 0700;
@@ -61,7 +60,7 @@ SystemResult<std::vector<DirectoryEntry>> readEntries(const FileDescriptor& dire
     }
 }
 
-/// What it means that an entry of a copy could not be made: the copy is nobody else's, and each
+/// Returns the meaning of a failure to make an entry of a copy: the copy is nobody else's, and each
 /// name is made once.
 Unexpected<Errno> makingFailure(Errno error) {
     if (error.is(EINVAL)) {
@@ -147,7 +146,7 @@ private:
         return {};
     }
 
-    /// Whether the move may remove an item of the deepest directory later.
+    /// Checks that the move may remove an item of the deepest directory later.
     SystemResult<void> checkRemovable(const struct statx& status) const {
         if (!isMove_) {
             return {};
@@ -202,7 +201,7 @@ private:
             }
             return {};
         }
-        // The owner may write, so that extended attributes can be set.
+        // Writable by the owner, so that extended attributes can be set.
         const mode_t mode = isOwn(status) ? (status.stx_mode & ACCESSPERMS) | S_IWUSR
                                           : static_cast<mode_t>(S_IRUSR | S_IWUSR);
         const auto copy =
@@ -239,7 +238,7 @@ private:
         return filled && isMove_ ? check(source, copy) : filled;
     }
 
-    /// Compares a copy, and sees that the source has not changed since it was opened.
+    /// Compares a copy, and checks that the source has not changed since it was opened.
     SystemResult<void> check(const OpenFile& source, const FileDescriptor& copy) {
         auto compared = content_.compare(source.descriptor.get(), copy.get());
         const auto now = statusOf(source.descriptor.get());
@@ -254,7 +253,7 @@ private:
         return compared;
     }
 
-    /// Where a file of the deepest directory is, seen from the top.
+    /// Returns the path from the top of a file in the deepest directory.
     std::vector<std::string> pathFromTop(const std::string& name) const {
         std::vector<std::string> path;
         for (std::size_t depth = 1; depth < levels_.size(); ++depth) {
@@ -292,7 +291,7 @@ private:
         return pushed;
     }
 
-    /// Reads what is to be known of a directory before its entries are copied.
+    /// Reads what must be known about a directory before its entries are copied.
     SystemResult<CopyLevel> examine(const std::string& name, const FileDescriptor& source) const {
         const auto status = statusOf(source.get());
         if (!status) {
@@ -318,7 +317,7 @@ private:
         return CopyLevel{name, *status, *std::move(entries)};
     }
 
-    /// Finishes the deepest directory, all of whose entries are copied, and goes back to the one
+    /// Finishes the deepest directory, all of whose entries are copied, and returns to the one
     /// above.
     EntryResult<void> leave() {
         const CopyLevel& done = levels_.back();

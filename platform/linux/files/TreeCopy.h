@@ -8,23 +8,22 @@
 
 namespace platform::native {
 
-/// What a copy is for.
+/// The purpose of a copy.
 enum class CopyPurpose {
     keepBoth,
-    /// The source is to be removed afterwards. So all that is copied is compared, and an item that
+    /// The source is to be removed afterwards. Therefore the copy is compared, and an item that
     /// others change, or that could not be removed, is refused.
     replaceSource,
 };
 
-/// Copies the entry `name` of the open directory `source` with all that is in it, but for an entry
-/// of another kind than a file or directory into `top`: an item of the same kind, empty, open for
-/// reading and writing. Links stay links and hard links among the files stay that; owners, modes,
-/// times and extended attributes are kept as copyMetadata() says.
+/// Copies the contents of the entry `name` of the open directory `source`, a file or a directory,
+/// into `top`: an empty item of the same kind, open for reading and writing. Links, and hard links
+/// among the files, are preserved; owners, modes, times and extended attributes are copied by
+/// copyMetadata().
 ///
-/// Every step goes through the descriptor of a directory, so that a link that others put in a
-/// directory's place leads nowhere. The number of open descriptors is bounded, whatever the depth.
-/// The first failure ends the work; what has been copied stays. With replaceSource, `copied` is
-/// filled.
+/// Every step uses the descriptor of a directory, so that a link that others put in a directory's
+/// place is not followed. The number of open descriptors is bounded, whatever the depth. Stops at
+/// the first failure, leaving what has been copied. With replaceSource, fills `copied`.
 EntryResult<void> copyTree(int source, const std::string& name, const FileDescriptor& top,
                            CopyPurpose purpose, CopyFingerprints& copied);
 

@@ -14,15 +14,15 @@ namespace platform::native {
 
 namespace {
 
-/// How many of the deepest directories stay open for reading; one above is opened again, through
-/// "..", when the work comes back to it.
+/// The number of deepest directories that stay open for reading; one above is reopened through ".."
+/// when the work returns to it.
 constexpr std::size_t openRemovalLevels = 32;
 
-/// How often an entry that turns from a directory into something else and back, or a directory that
-/// others fill again, is tried before that counts as a failure.
+/// How often to retry an entry that turns from a directory into something else and back, or a
+/// directory that others refill, before failing.
 constexpr int patience = 100;
 
-/// What is about to be deleted is not what the rules allow.
+/// The rules do not allow the item to be deleted.
 constexpr Errno notAllowed{EAGAIN};
 
 /// A directory that is being emptied.
@@ -45,7 +45,7 @@ public:
     }
 
 private:
-    /// Removes the next entry of the deepest directory, or that itself after its last.
+    /// Removes the next entry of the deepest directory, or the directory itself after the last one.
     EntryResult<void> removeNext() {
         const auto entry = directories_.top().next();
         if (!entry) {
@@ -54,12 +54,12 @@ private:
         return *entry ? removeEntry(**entry) : leave();
     }
 
-    /// The open directory that holds the entries of the deepest level.
+    /// Returns the open directory of the deepest level.
     int currentDirectory() const {
         return directories_.empty() ? parent_ : directories_.descriptor();
     }
 
-    /// Deletes an entry of the current directory, or enters it when it is a directory. One that
+    /// Deletes an entry of the current directory, or enters it if it is a directory. An entry that
     /// others have deleted counts as done, except the item itself.
     EntryResult<void> removeEntry(const DirectoryEntry& entry) {
         bool isDirectory = entry.kind == ItemKind::directory;
@@ -94,12 +94,12 @@ private:
         return checked(::unlinkat(currentDirectory(), name.c_str(), flags));
     }
 
-    /// Makes the directory `name` the deepest level. ENOTDIR means that it is no directory, or no
-    /// more.
+    /// Makes the directory `name` the deepest level. ENOTDIR means that it is not, or no longer, a
+    /// directory.
     SystemResult<void> enter(const std::string& name) {
         if (rules_.unlocksDirectories) {
             constexpr mode_t accessible = 0700;
-            // Entering it tells whether that was of use.
+            // Entering it shows whether that helped.
             [[maybe_unused]] const int changed =
                 ::fchmodat(currentDirectory(), name.c_str(), accessible, AT_SYMLINK_NOFOLLOW);
         }
@@ -129,7 +129,7 @@ private:
         return Unexpected(error);
     }
 
-    /// Refuses the root of a mounted volume with EBUSY, and what the rules do not allow.
+    /// Refuses the root of a mounted volume with EBUSY, and an item that the rules do not allow.
     SystemResult<struct statx> examine(const FileDescriptor& directory) const {
         auto status = statusOf(directory.get());
         if (!status) {
@@ -144,8 +144,7 @@ private:
         return status;
     }
 
-    /// Deletes the deepest directory, which has been read to its end, and goes back to the one
-    /// above.
+    /// Deletes the deepest directory, which has been read to its end, and returns to the one above.
     EntryResult<void> leave() {
         RemovalLevel& done = levels_.back();
         if (const auto reopened = directories_.reopenAbove(); !reopened) {

@@ -7,22 +7,20 @@
 
 namespace platform::native {
 
-/// Which items a removal may take away.
+/// Which items a removal may delete.
 struct RemovalRules {
-    /// These alone, where there are any: another item, or one that has changed, is EAGAIN.
+    /// If not null, only these items: any other, or one that has changed, is EAGAIN.
     const CopyFingerprints* only = nullptr;
-    /// Directories without permissions are made accessible first: all that is there is the user's
-    /// own.
+    /// Makes directories without permissions accessible first: everything there is the user's own.
     bool unlocksDirectories = false;
 };
 
-/// Deletes the entry `name` of the open directory `parent`, with all that is in it.
+/// Deletes the entry `name` of the open directory `parent`, with all its contents.
 ///
-/// Every step goes through the descriptor of the directory that it changes, so that a link, or a
-/// directory that others put in the place of one that is being emptied, never leads outside the
-/// entry. A volume mounted inside is not entered. The number of open descriptors is bounded, and
-/// the memory for each level too, whatever the depth. The first thing that cannot be deleted ends
-/// the work.
+/// Every step uses the descriptor of the directory that it changes, so that a link, or a directory
+/// that others put in the place of one being emptied, never leads outside the entry. A volume
+/// mounted inside is not entered. The number of open descriptors and the memory for each level are
+/// bounded, whatever the depth. Stops at the first item that cannot be deleted.
 EntryResult<void> removeTree(int parent, const std::string& name, const RemovalRules& rules = {});
 
 } // namespace platform::native

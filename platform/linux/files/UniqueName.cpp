@@ -32,7 +32,7 @@ std::string numberedName(const std::string& name, int count) {
     if (!extension.empty()) {
         suffix += '.' + extension;
     }
-    if (suffix.size() >= NAME_MAX) { // Nothing would be left of the name: it counts as having none.
+    if (suffix.size() >= NAME_MAX) { // No room for a name: treat it as having no extension.
         suffix = ' ' + std::to_string(count);
         return cutTo(name, NAME_MAX - suffix.size()) + suffix;
     }

@@ -6,17 +6,17 @@
 
 namespace platform::native {
 
-/// `text` cut to at most `size` bytes, not inside a character.
+/// Returns `text` cut to at most `size` bytes, but not inside a character.
 std::string cutTo(std::string text, std::size_t size);
 
-/// The name that a namesake gets on the `count`th try, from 2 on: "name 2.ext". The part before the
-/// extension is cut, between characters, where the whole would be longer than the 255 bytes that a
-/// name may have.
+/// Returns the name to use if `name` is taken, on the `count`th try, from 2 on: "name 2.ext". The
+/// part before the extension is cut, between characters, if the name would be longer than the limit
+/// of 255 bytes.
 std::string numberedName(const std::string& name, int count);
 
 /// Moves the entry `name` of the open directory `source` into the open directory `destination`,
-/// under its own name or the first numbered one that is free there. Nothing is ever replaced, and a
-/// link is moved itself; onto another volume, too, as moveItem() does.
+/// under its own name or the first numbered one that is free there, even to another volume, as
+/// moveItem() does. Nothing is ever replaced, and a link is moved itself.
 SystemResult<void> moveToUniqueName(int source, const std::string& name, int destination);
 
 } // namespace platform::native

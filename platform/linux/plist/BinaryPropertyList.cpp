@@ -9,10 +9,10 @@ namespace {
 constexpr std::uint64_t trailerSize = 32;
 constexpr std::uint64_t widestNumber = 8;
 
-/// The least that an object counts for: what a parser keeps about one is more than its bytes.
+/// The least that an object counts for: a parser's memory for one is more than its bytes.
 constexpr std::uint64_t leastObjectSize = 16;
 
-/// The kinds of object, which their first byte's upper half tells.
+/// The kinds of object, as encoded in the upper half of the first byte.
 enum Kind : unsigned {
     singleton = 0x0,
     integer = 0x1,
@@ -26,7 +26,8 @@ enum Kind : unsigned {
     dictionary = 0xD,
 };
 
-/// Whether text holds the character zero, on which a parser that ends texts with one may stumble.
+/// Returns whether text contains a zero character, which may confuse a parser that terminates texts
+/// with one.
 bool holdsZero(unsigned kind, std::string_view bytes) {
     if (kind == text) {
         return bytes.find('\0') != std::string_view::npos;
@@ -74,7 +75,7 @@ std::optional<BinaryPropertyList::Object> BinaryPropertyList::object(std::uint64
     }
     const auto marker = numberAt(offset++, 1);
     const std::uint64_t detail = marker & 0xFU;
-    std::uint64_t size = 0; ///< Of an object that refers to no other.
+    std::uint64_t size = 0; ///< For an object without references.
     switch (const auto kind = static_cast<unsigned>(marker >> 4U)) {
     case singleton:
         break;

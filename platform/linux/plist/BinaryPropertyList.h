@@ -9,23 +9,23 @@
 namespace platform::native {
 
 /// The object graph of a property list in binary form: objects that refer to one another by number,
-/// a table of their offsets, and a trailer of 32 bytes that says where the table is.
+/// a table of their offsets, and a trailer of 32 bytes that locates the table.
 ///
-/// Nothing is decoded but the references. The bytes outlive the object. One thread.
+/// Decodes only the references. The bytes must outlive the object. Not shared between threads.
 class BinaryPropertyList {
 public:
     explicit BinaryPropertyList(std::string_view bytes) : bytes_(bytes) {}
 
-    /// Whether every reference leads to a well-formed object, no text holds the character zero,
-    /// none leads back to an object that holds it, containers nest no deeper than `levels`, and the
-    /// list written out, where an object with several references stands several times, takes no
-    /// more than `size` bytes.
+    /// Returns whether every reference leads to a well-formed object, none leads back to an object
+    /// that contains it, no text contains a zero character, containers nest no deeper than
+    /// `levels`, and the unfolded list, in which an object with several references is repeated,
+    /// takes no more than `size` bytes.
     bool unfoldsWithin(std::size_t size, std::size_t levels);
 
 private:
-    /// What an object takes with all that it holds.
+    /// The size of an object with all its contents.
     struct Extent {
-        std::uint64_t size = 0; ///< 0 while it is not known.
+        std::uint64_t size = 0; ///< 0 until it is known.
         std::size_t levels = 0;
         bool isOpen = false;
     };
@@ -43,7 +43,7 @@ private:
     bool measure(std::uint64_t number, std::size_t level);
     bool measureReferences(const Object& object, Extent& extent, std::size_t level);
 
-    /// The big-endian number of `width` bytes at `offset`, which lie inside the bytes.
+    /// Returns the big-endian number of `width` bytes at `offset`, which must be inside the bytes.
     std::uint64_t numberAt(std::uint64_t offset, std::uint64_t width) const;
     bool holds(std::uint64_t offset, std::uint64_t size) const {
         return offset <= tableOffset_ && size <= tableOffset_ - offset;

@@ -9,7 +9,8 @@ namespace platform::native {
 
 namespace {
 
-/// Whether text inside markup ends where its quotes end too, whatever a parser takes for a quote.
+/// Returns whether text inside markup ends where its quotes end too, whatever a parser takes for a
+/// quote.
 bool quotesAreClosed(std::string_view text) {
     const auto doubles = std::count(text.begin(), text.end(), '"');
     const auto singles = std::count(text.begin(), text.end(), '\'');
@@ -35,7 +36,7 @@ public:
     }
 
 private:
-    /// Goes behind one piece of markup, whose "<" has been read.
+    /// Skips one piece of markup, whose "<" has been read.
     bool passMarkup() {
         if (passes("!--")) {
             return !rest_.starts_with('>') && !rest_.starts_with("->") && upTo("-->").has_value();
@@ -69,7 +70,7 @@ private:
         if (!tag.ends_with('/')) {
             open_.push_back(name);
         }
-        // The outermost element and a leaf stand around the levels.
+        // The outermost element and a leaf do not count as levels.
         return open_.size() <= deepestPropertyList + 2;
     }
 
@@ -81,7 +82,7 @@ private:
         return matches;
     }
 
-    /// What stands before `end`, behind which it goes.
+    /// Returns the text before `end`, and skips both.
     std::optional<std::string_view> upTo(std::string_view end) {
         const auto position = rest_.find(end);
         if (position == std::string_view::npos) {

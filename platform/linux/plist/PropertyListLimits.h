@@ -5,20 +5,20 @@
 
 namespace platform::native {
 
-/// The most bytes that a property list is ever meant to have, and the deepest nesting.
+/// The largest size in bytes, and the deepest nesting, of a property list.
 constexpr std::size_t largestPropertyList = std::size_t{16} * 1024 * 1024;
 constexpr std::size_t deepestPropertyList = 512;
 
-/// How a file in binary form begins.
+/// The first bytes of a file in binary form.
 constexpr std::string_view binaryPropertyListMagic = "bplist00";
 
-/// Whether a property-list parser may be let loose on the bytes: they are no more than the largest
-/// size, nested no deeper than the deepest level, and, in binary form, unfold to no more than the
-/// largest size and never into themselves.
+/// Returns whether the bytes are safe for a property-list parser: they do not exceed the largest
+/// size and the deepest nesting and, in binary form, unfold to no more than the largest size and
+/// never into themselves.
 ///
-/// The test is a cheap walk over the structure, stricter than a parser: where two parsers could
-/// disagree on what is markup and what is text, the answer is no, so that nothing can be hidden
-/// from it. It does not tell whether the bytes are a property list.
+/// The test is a cheap walk over the structure, stricter than a parser: if two parsers could
+/// disagree on what is markup and what is text, it returns false, so that nothing can be hidden
+/// from it. It does not check whether the bytes are a property list.
 bool isWithinLimits(std::string_view bytes);
 
 } // namespace platform::native

@@ -18,17 +18,17 @@ namespace {
 using std::chrono::microseconds;
 using std::chrono::seconds;
 
-/// The moment from which property lists count: 2001-01-01 00:00:00 UTC.
+/// The epoch of dates in property lists: 2001-01-01 00:00:00 UTC.
 constexpr Date referenceDate{std::chrono::sys_days{std::chrono::January / 1 / 2001}};
 
-/// The "C" locale, which lives as long as the process.
+/// Returns the "C" locale, which is never freed.
 locale_t pointLocale() {
     static const locale_t locale = ::newlocale(LC_ALL_MASK, "C", nullptr);
     return locale;
 }
 
-/// Whether the XML form can hold the text: UTF-8 without control characters but tab and line ends,
-/// and without the two noncharacters that XML excludes.
+/// Returns whether the XML form can hold the text: UTF-8 without control characters except tab and
+/// line ends, and without the two noncharacters that XML excludes.
 bool isExpressible(std::string_view text) {
     const auto isControl = [](char c) {
         return static_cast<unsigned char>(c) < 0x20 && c != '\t' && c != '\n' && c != '\r';

@@ -15,22 +15,22 @@ struct FreePropertyListNode {
     void operator()(void* node) const { plist_free(node); }
 };
 
-/// Owns a libplist node with all that it holds; null for none.
+/// Owns a libplist node with all its contents, or null.
 using PropertyListNode = std::unique_ptr<void, FreePropertyListNode>;
 
-/// The value of a node; none for a null node and for what has no counterpart. The node is nested no
-/// deeper than isWithinLimits() allows.
+/// Returns the value of a node; none for a null node or one without a counterpart. The node must be
+/// nested no deeper than isWithinLimits() allows.
 Value valueOf(plist_t node);
 
-/// A new node for a value; null when the value, or one that it holds, has no counterpart, and when
+/// Returns a new node for a value; null if the value, or one inside it, has no counterpart, or if
 /// it is nested deeper than isWithinLimits() allows.
 PropertyListNode nodeOf(const Value& value);
 
-/// The XML form of a value, nothing when nodeOf() gives none.
+/// Returns the XML form of a value; nullopt if nodeOf() returns null.
 std::optional<std::string> xmlOf(const Value& value);
 
-/// While it lives, this thread reads and writes numbers with a decimal point, whatever the user's
-/// language, as libplist needs it.
+/// Makes this thread read and write numbers with a decimal point while it lives, whatever the
+/// user's language, as libplist requires.
 class NumbersWithPoint {
 public:
     NumbersWithPoint();

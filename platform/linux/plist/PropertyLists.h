@@ -4,11 +4,12 @@
 
 namespace platform::native {
 
-/// Property lists by libplist, which sees only bytes that are safe for it: see isWithinLimits().
+/// Property lists by libplist, which is given only bytes that are safe for it: see
+/// isWithinLimits().
 ///
 /// An integer from 2^63 on reads as the negative number of the same 64 bits. Dates outside the
-/// years 1933 to 2068, objects, none, and text that is not UTF-8 or holds control characters cannot
-/// be written: the Error says so, and nothing is written.
+/// years 1933 to 2068, objects, none, and text that is not UTF-8 or contains control characters
+/// cannot be written: that is an Error, and nothing is written.
 class PropertyLists : public platform::PropertyLists {
 public:
     Value parse(std::string_view bytes) override;

@@ -10,7 +10,7 @@ namespace platform::native {
 
 namespace {
 
-/// What an entry is; the directory itself need not know.
+/// Returns the kind of an entry, which the directory itself may not record.
 ItemKind kindOf(int directory, const dirent& entry) {
     if (entry.d_type != DT_UNKNOWN) {
         return itemKind(static_cast<mode_t>(DTTOIF(entry.d_type)));

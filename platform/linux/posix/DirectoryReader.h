@@ -11,22 +11,22 @@
 
 namespace platform::native {
 
-/// What an inode's mode says that an item is.
+/// Returns the kind of item that an inode's mode describes.
 ItemKind itemKind(mode_t mode);
 
 /// A directory that is open for reading its entries. Not shared between threads.
 class DirectoryReader {
 public:
-    /// Takes a directory that is open for reading.
+    /// Makes a reader of a directory that is open for reading.
     static SystemResult<DirectoryReader> of(FileDescriptor directory);
 
-    /// The directory's descriptor, which stays the directory's.
+    /// Returns the directory's descriptor, which the reader still owns.
     int descriptor() const { return ::dirfd(stream_.get()); }
 
-    /// The next entry except "." and ".."; nothing at the end.
+    /// Returns the next entry except "." and ".."; nullopt at the end.
     SystemResult<std::optional<DirectoryEntry>> next();
 
-    /// Starts reading again.
+    /// Starts reading from the beginning again.
     void rewind() { ::rewinddir(stream_.get()); }
 
 private:

@@ -13,9 +13,9 @@ namespace platform::native {
 
 /// The open directories on the way down a tree, `Handle` being FileDescriptor or DirectoryReader.
 ///
-/// Only so many of the deepest stay open, whatever the depth; one above them is opened again,
-/// through "..", when the work comes back to it. It must still be the one that the work came
-/// through: others may have moved the directory below it elsewhere.
+/// Only a limited number of the deepest stay open, whatever the depth; one above them is reopened
+/// through ".." when the work returns to it. It must still be the one that the work came through:
+/// others may have moved the directory below it elsewhere.
 template <class Handle>
 class DirectoryStack {
 public:
@@ -24,7 +24,7 @@ public:
     bool empty() const { return levels_.empty(); }
     std::size_t size() const { return levels_.size(); }
 
-    /// Makes an open directory, whose identity is given, the deepest.
+    /// Makes an open directory, whose identity is `identity`, the deepest.
     SystemResult<void> push(FileDescriptor directory, const FileId& identity) {
         auto made = directoryOf(std::move(directory));
         if (!made) {
@@ -37,12 +37,12 @@ public:
         return {};
     }
 
-    /// The deepest directory. There must be one.
+    /// Returns the deepest directory, which must exist.
     Handle& top() { return *levels_.back().directory; }
     int descriptor() const { return descriptorOf(*levels_.back().directory); }
 
-    /// Sees that the directory above the deepest is open. ESTALE means that it is another one than
-    /// the work came through. Without effect for the last one.
+    /// Reopens the directory above the deepest if it is not open. ESTALE means that it is not the
+    /// one that the work came through. Does nothing for the last one.
     SystemResult<void> reopenAbove() {
         if (levels_.size() < 2 || above().directory) {
             return {};
@@ -59,7 +59,7 @@ public:
         return {};
     }
 
-    /// The directory above the deepest, once reopenAbove() has succeeded. There must be one.
+    /// Returns the directory above the deepest, which must exist, once reopenAbove() has succeeded.
     int descriptorAbove() const { return descriptorOf(*levels_[levels_.size() - 2].directory); }
 
     /// Leaves the deepest directory, once reopenAbove() has succeeded.
@@ -67,7 +67,7 @@ public:
 
 private:
     struct Level {
-        std::optional<Handle> directory; ///< Empty while the work is far below.
+        std::optional<Handle> directory; ///< Empty while the work is far below it.
         FileId identity;
     };
 

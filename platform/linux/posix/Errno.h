@@ -8,18 +8,18 @@
 
 namespace platform::native {
 
-/// The number of a failed system call: a type of its own, so that nobody takes it for a count, a
-/// descriptor or a success.
+/// The error number of a failed system call: a distinct type, so that it is not mistaken for a
+/// count, a descriptor or a success.
 class Errno {
 public:
     constexpr explicit Errno(int number) : number_(number) {}
 
-    /// What the thread's last failed system call left in errno.
+    /// Returns the errno of the thread's last failed system call.
     static Errno last() { return Errno(errno); }
 
     constexpr int number() const { return number_; }
 
-    /// Whether it is one of these, as <cerrno> names them.
+    /// Returns whether it is one of these numbers of <cerrno>.
     template <std::same_as<int>... Numbers>
     constexpr bool is(Numbers... numbers) const {
         return ((number_ == numbers) || ...);
@@ -37,21 +37,21 @@ struct EntryError {
     std::string name;
 };
 
-/// What a system call, or what is built of system calls, returns.
+/// The result of a system call, or of a function built on system calls.
 template <class T>
 using SystemResult = Result<T, Errno>;
 
-/// What work on a tree returns: a failure tells the entry that it is about.
+/// The result of work on a tree: a failure names the entry that it is about.
 template <class T>
 using EntryResult = Result<T, EntryError>;
 
-/// Whether the operation failed with one of these numbers.
+/// Returns whether the operation failed with one of these numbers.
 template <class T, std::same_as<int>... Numbers>
 bool failedWith(const SystemResult<T>& result, Numbers... numbers) {
     return !result && result.error().is(numbers...);
 }
 
-/// Tells the entry that a failure is about.
+/// Adds the entry that a failure is about.
 inline EntryResult<void> aboutEntry(const std::string& name, const SystemResult<void>& result) {
     if (!result) {
         return Unexpected(EntryError{result.error(), name});
@@ -59,7 +59,7 @@ inline EntryResult<void> aboutEntry(const std::string& name, const SystemResult<
     return {};
 }
 
-/// The outcome of a system call that returns -1 on failure.
+/// Returns the outcome of a system call that returns -1 on failure.
 inline SystemResult<void> checked(long returned) {
     if (returned == -1) {
         return Unexpected(Errno::last());

@@ -9,34 +9,35 @@
 
 namespace platform::native {
 
-/// For a name that a volume does not allow. The system says EINVAL, which also means that
-/// a directory would be put into itself.
+/// A volume does not allow the name. The system reports EINVAL, which also means that a directory
+/// would be put into itself.
 constexpr Errno nameNotAllowed{EILSEQ};
 
-/// For a name that a volume takes for that of another item of the same directory, as one
-/// that does not heed case. The system says EEXIST, which also means that a place is taken.
+/// A volume does not distinguish the name from that of another item in the same directory, because
+/// it ignores case, for example. The system reports EEXIST, which also means that the destination
+/// exists.
 constexpr Errno nameNotDistinct{ENOTUNIQ};
 
-/// An item that is copied is another one than a moment ago, or changes meanwhile.
+/// An item being copied was replaced or changed meanwhile.
 inline constexpr Errno changedMeanwhile{EAGAIN};
 
-/// Why a system call failed, in a person's words, fit to follow "because": "you don’t have
-/// permission". A number that a person rarely meets gets the system's own English description.
+/// Returns why a system call failed, in words that can follow "because": "you don’t have
+/// permission". For rarely seen numbers, returns the system's own English description.
 std::string reason(Errno number);
 
-/// The sentence “item” couldn’t be `participle` because `why`. The item is made printable.
+/// Returns the sentence “item” couldn’t be `participle` because `why`. The item is made printable.
 std::string failureSentence(std::string_view item, std::string_view participle,
                             std::string_view why);
 
-/// The Error of a failed system call: `item` is the name of what it was about, `participle` what
-/// could not be done to it ("removed", "moved to the Trash").
+/// Returns the Error of a failed system call: `item` is the name of the item concerned,
+/// `participle` what could not be done to it ("removed", "moved to the Trash").
 Error posixError(Errno number, std::string_view item, std::string_view participle);
 
-/// As posixError, where the number alone would not tell a person why.
+/// Like posixError above, for when the number alone would not explain the failure to a user.
 Error posixError(Errno number, std::string_view item, std::string_view participle,
                  std::string_view why);
 
-/// What a port returns for the outcome of system calls: the Error is that of posixError().
+/// Returns the outcome of system calls as a port's result: the Error is that of posixError().
 Result<void> posixResult(const SystemResult<void>& result, std::string_view item,
                          std::string_view participle);
 

@@ -8,7 +8,7 @@
 
 namespace platform::native {
 
-/// Owns one open file descriptor, or none, and closes it. Not shared between threads.
+/// Owns at most one open file descriptor, and closes it. Not shared between threads.
 class FileDescriptor {
 public:
     FileDescriptor() = default;
@@ -29,17 +29,17 @@ public:
     explicit operator bool() const { return descriptor_ >= 0; }
     int get() const { return descriptor_; }
 
-    /// Gives the descriptor away, which is then the caller's to close.
+    /// Releases the descriptor, which the caller must close.
     int release() { return std::exchange(descriptor_, -1); }
 
-    /// Closes the descriptor. The caller's errno survives.
+    /// Closes the descriptor. Preserves errno.
     void reset();
 
 private:
     int descriptor_ = -1;
 };
 
-/// Takes what a system call that opens something has returned.
+/// Takes the result of a system call that returns a new descriptor.
 inline SystemResult<FileDescriptor> opened(int descriptor) {
     if (descriptor < 0) {
         return Unexpected(Errno::last());
@@ -47,8 +47,8 @@ inline SystemResult<FileDescriptor> opened(int descriptor) {
     return FileDescriptor(descriptor);
 }
 
-/// Moves a descriptor above those of the three standard streams: there nobody closes it who opens
-/// those anew, and another process's streams are put together without two of them meeting.
+/// Moves a descriptor above those of the three standard streams, so that nobody who reopens a
+/// standard stream closes it, and a child's streams can be set up without collisions.
 FileDescriptor aboveStandardStreams(FileDescriptor descriptor);
 
 } // namespace platform::native

@@ -6,16 +6,15 @@
 
 namespace platform::native {
 
-/// Where an item stands, or is to stand: an entry of an open directory.
+/// The place of an existing or future item: an entry of an open directory.
 struct ItemPlace {
-    FileDescriptor directory; ///< For entries alone, not for reading.
+    FileDescriptor directory; ///< For looking up entries only, not for reading.
     std::string name;
 };
 
 /// Opens the directory of the item at an absolute path; links on the way are followed, the last
-/// component is not looked at. EINVAL for a path that is not absolute or names no entry of a
-/// directory
-/// ("/", "..").
+/// component is not examined. EINVAL for a path that is not absolute or does not name an entry of a
+/// directory ("/", "..").
 SystemResult<ItemPlace> findPlace(const std::string& path);
 
 } // namespace platform::native

@@ -11,7 +11,7 @@ SystemResult<RestOfPath> walkTowards(const std::string& path) {
     while (path.size() - begin >= PATH_MAX) {
         const auto end = path.rfind('/', begin + PATH_MAX - 1);
         if (end == std::string::npos || end <= begin) {
-            break; // One name alone is too long, as the call itself will say.
+            break; // A single name is too long, which the call itself will report.
         }
         const auto piece = path.substr(begin, end - begin);
         auto directory =

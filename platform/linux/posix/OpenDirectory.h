@@ -16,14 +16,14 @@ FileId fileIdOf(const struct stat& status);
 /// Opens the directory `name` of the open directory `parent` for reading. A link is not followed.
 SystemResult<FileDescriptor> openDirectory(int parent, const char* name);
 
-/// Opens the directory above an open one for reading, which must be `expected`: others may have
-/// moved the lower one elsewhere, which is ESTALE.
+/// Opens the parent of an open directory for reading. ESTALE if it is not `expected`, because
+/// others have moved the lower one elsewhere.
 SystemResult<FileDescriptor> openDirectoryAbove(int directory, const FileId& expected);
 
-/// The basic status of an open item, and whether it is the root of a mounted volume.
+/// Returns the basic status of an open item, and whether it is the root of a mounted volume.
 SystemResult<struct statx> statusOf(int item);
 
-/// As statusOf(), of an entry of an open directory; a link's own.
+/// Like statusOf(), for an entry of an open directory; for a link, its own.
 SystemResult<struct statx> statusOfEntry(int directory, const std::string& name);
 
 } // namespace platform::native

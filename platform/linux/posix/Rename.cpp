@@ -13,8 +13,8 @@ namespace platform::native {
 
 namespace {
 
-/// A rename over an empty item that has just been made to claim the name: `flags` tells unlinkat()
-/// what it is. A directory takes the place of an empty one alone.
+/// Renames over an empty item that has just been made to claim the name; `flags` is for unlinkat(),
+/// depending on its kind. A directory can only replace an empty one.
 SystemResult<void> renameOntoClaim(int source, const std::string& name, int destination,
                                    const std::string& newName, int flags) {
     auto renamed = checked(::renameat(source, name.c_str(), destination, newName.c_str()));
@@ -31,7 +31,7 @@ SystemResult<void> renameDirectory(int source, const std::string& name, int dest
     return claimed ? renameOntoClaim(source, name, destination, newName, AT_REMOVEDIR) : claimed;
 }
 
-/// Removes the old name of what has been linked to the new one.
+/// Removes the old name of an item that has been linked to the new one.
 SystemResult<void> unlinkOldName(int source, const std::string& name, int destination,
                                  const std::string& newName) {
     auto unlinked = checked(::unlinkat(source, name.c_str(), 0));

@@ -4,7 +4,7 @@
 
 namespace platform::native {
 
-/// Makes a system call again for as long as a signal interrupts it.
+/// Repeats a system call as long as a signal interrupts it.
 template <typename Call>
 auto retryOnEintr(Call call) {
     auto result = call();

@@ -9,7 +9,7 @@
 
 #include <csignal>
 
-extern "C" { // which the header of the C library 2.36 leaves out
+extern "C" { // missing in the headers of C library 2.36
 #include <sys/pidfd.h>
 }
 
@@ -17,7 +17,7 @@ namespace platform::native {
 
 namespace {
 
-/// The status of a child that somebody else in this process has waited for.
+/// The status of a child that other code in this process has waited for.
 constexpr int unknownStatus = -1;
 
 } // namespace
@@ -68,10 +68,10 @@ bool Child::isRunning() {
     return !hasEnded();
 }
 
-/// A child has a group of its own, which is not the one that may use the terminal: whoever tries to
-/// is stopped by the system. Only then does the group get the terminal, so that what is typed there
-/// otherwise never ends a tool. A tool that ends by itself may leave the terminal changed, as stty
-/// does; one that is killed had no time to change it back.
+/// A child is in its own process group, which is not in the foreground: the system stops it when it
+/// uses the terminal. Only then does the group get the terminal, so that typed signals do not end
+/// tools that never use it. A tool that exits by itself may leave the terminal changed, as stty
+/// does; one that was killed had no time to restore it.
 void Child::waitUntilExit() {
     ChildReaper::shared().leave(*this);
     TerminalLoan loan;
@@ -87,19 +87,19 @@ void Child::waitUntilExit() {
     }
 }
 
-/// Returns when the child has ended or is stopped: then the signal that stopped it, else 0.
+/// Waits until the child has ended or is stopped. Returns the signal that stopped it, else 0.
 int Child::waitForChange() const {
     siginfo_t info{};
     if (waitFor(info, WEXITED | WSTOPPED | WNOWAIT) < 0 || info.si_code != CLD_STOPPED) {
         return 0;
     }
     const int signal = info.si_status;
-    waitFor(info, WSTOPPED | WNOHANG); // which is told once
+    waitFor(info, WSTOPPED | WNOHANG); // which is reported once
     return signal;
 }
 
-/// The identifier is the child's as long as nobody has taken its status, and so is the group's.
-/// What is stopped acts on a signal only when it goes on.
+/// The identifiers of the child and its group are not reused until its status has been taken. A
+/// stopped process acts on a signal only when it is continued.
 void Child::terminate() {
     const std::lock_guard lock(mutex_);
     if (hasEnded()) {

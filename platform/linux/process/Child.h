@@ -13,15 +13,16 @@
 
 namespace platform::native {
 
-/// A child of this process. It is known by a descriptor or, where the system has none, by its
-/// number, which is no other process's until this one has taken the child's status.
+/// A child of this process. It is identified by a pidfd or, if the system has none, by its process
+/// identifier, which is not reused until this process has taken the child's status.
 class Child : public ChildProcess {
 public:
-    /// A child that is yet to begin. What it writes into `output` can end with it.
+    /// Makes a child that has not begun yet and will write to `output`, the pipes that can end with
+    /// it.
     explicit Child(std::vector<std::weak_ptr<platform::Pipe>> output)
         : output_(std::move(output)) {}
 
-    /// Takes over a process that nobody else waits for. Cannot fail.
+    /// Takes over a process that nobody else waits for. Never fails.
     void begin(pid_t identifier);
 
     long processIdentifier() const override { return identifier_; }
@@ -31,12 +32,12 @@ public:
     void endOutputWithChild() override;
     int terminationStatus() override;
 
-    /// Readable once the child has ended; negative where the system has none.
+    /// Returns a descriptor that is readable once the child has ended; negative if the system has
+    /// none.
     int descriptor() const { return descriptor_.get(); }
 
 private:
-    /// Takes the status of a child that has ended, after which the system forgets the child. The
-    /// caller holds the mutex.
+    /// Returns whether the child has ended, and if so reaps it. The caller must hold the mutex.
     bool hasEnded();
     bool wasKilled();
     void stopWaitingForOutput() const;

@@ -73,7 +73,7 @@ void ChildReaper::waitForAnEnd() {
     static_cast<void>(::read(wake_.get(), &count, sizeof count)); // Nothing: another woke it.
 }
 
-/// In milliseconds; negative while there is nothing to look at.
+/// In milliseconds; negative while there is nothing to poll.
 int ChildReaper::pauseBetweenLooks() {
     constexpr int pause = 50;
     const std::lock_guard lock(mutex_);
@@ -107,7 +107,7 @@ void ChildReaper::leave(const Child& child) {
     unwatched_.erase(&child);
 }
 
-/// The caller holds the mutex.
+/// The caller must hold the mutex.
 void ChildReaper::forget(const Child* child) {
     ::epoll_ctl(events_.get(), EPOLL_CTL_DEL, child->descriptor(), nullptr);
     watched_.erase(child);

@@ -9,25 +9,27 @@
 
 namespace platform::native {
 
-/// Takes the status of every child as soon as it has ended, on a thread of its own, so that none
-/// stays a zombie because nobody asks for it. Children that the launcher did not launch are left
-/// alone. Any thread may call every member.
+/// Reaps every launched child as soon as it has ended, on its own thread, so that none stays a
+/// zombie because nobody waits for it. Children that the launcher did not launch are left alone.
+/// Any thread may call every member.
 class ChildReaper {
     using Children = std::map<const Child*, std::shared_ptr<Child>>;
 
 public:
-    /// The process's only one; it and its thread live as long as the process. Throws
-    /// platform::Exception "NSGenericException" when the system has no descriptor or thread left.
+    /// Returns the process's only reaper, which, like its thread, lives as long as the process.
+    /// Throws platform::Exception "NSGenericException" if the system has no descriptor or thread
+    /// left.
     static ChildReaper& shared();
 
-    /// What keeps a child. It is made before the child begins, when a failure harms nobody.
+    /// The storage for a child. It is allocated before the child begins, when a failure is
+    /// harmless.
     using Place = Children::node_type;
     static Place placeFor(const std::shared_ptr<Child>& child);
 
-    /// Keeps the child, which has begun, until it has ended. Cannot fail.
+    /// Keeps the child, which has begun, until it has ended. Never fails.
     void watch(Place place);
 
-    /// Leaves the child to a caller that waits for it, which spares a change of threads.
+    /// Leaves the child to a caller that waits for it, which saves a thread switch.
     void leave(const Child& child);
 
 private:
@@ -43,7 +45,7 @@ private:
     FileDescriptor wake_;
     std::mutex mutex_;
     Children watched_;
-    /// Those of which the system does not tell when they end; they are looked at now and then.
+    /// Children whose end the system does not report; they are polled.
     Children unwatched_;
 };
 

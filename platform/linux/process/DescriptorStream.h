@@ -8,7 +8,7 @@
 
 namespace platform::native {
 
-/// Reads a descriptor, which it owns, up to its end. A read error is the end.
+/// A stream that reads a descriptor, which it owns. A read error counts as the end.
 class DescriptorStream : public std::istream {
 public:
     explicit DescriptorStream(FileDescriptor descriptor);

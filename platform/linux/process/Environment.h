@@ -6,14 +6,15 @@
 
 namespace platform::native {
 
-/// The program's environment, which the C library lets be changed while somebody reads it. These
-/// members wait for whoever holds it still. Any thread may call them.
+/// The program's environment, which the C library does not protect from changes while it is read.
+/// Changes made through these members wait while somebody holds the environment still. Any thread
+/// may call them.
 class Environment {
 public:
     static void set(const std::string& name, const std::string& value);
     static void remove(const std::string& name);
 
-    /// Keeps set() and remove() waiting for as long as what it returns lives.
+    /// Blocks set() and remove() while the returned lock lives.
     [[nodiscard]] static std::shared_lock<std::shared_mutex> holdStill();
 };
 

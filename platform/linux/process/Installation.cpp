@@ -11,7 +11,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// Looks for the loaded file that an address lies in.
+/// Finds the loaded file that contains an address.
 struct Search {
     std::uintptr_t address;
     /// The library's path, as the loader knows it; empty for the program itself.
@@ -38,7 +38,7 @@ int examine(dl_phdr_info* file, std::size_t /*size*/, void* data) {
     return 1;
 }
 
-/// The shared library that this code lies in; the empty string in a program.
+/// Returns the shared library that contains this code; the empty string in a program.
 std::string ownLibrary() {
     Search search{reinterpret_cast<std::uintptr_t>(&ownLibrary), {}};
     ::dl_iterate_phdr(examine, &search);

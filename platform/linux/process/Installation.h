@@ -2,15 +2,15 @@
 
 #include <string>
 
-/// Where the installation that this code belongs to keeps its helper ("qf-helper") and its
-/// stand-ins for system tools ("tools").
+/// The location of the helper ("qf-helper") and the stand-ins for system tools ("tools") of the
+/// installation that this code belongs to.
 ///
-/// The directory lies at a fixed place beside the file that holds the code, the running program or
-/// the shared library, and nothing else decides where. Build trees are laid out alike.
+/// The directory is at a fixed place relative to the file that holds the code, the running program
+/// or the shared library, and nothing else determines it. Build trees have the same layout.
 namespace platform::native {
 
-/// The directory: an absolute path, or the empty string when the system does not tell where the
-/// code lies. Any thread may call it.
+/// Returns the directory: an absolute path, or the empty string if the system does not report where
+/// the code is. Any thread may call it.
 std::string installationDirectory();
 
 } // namespace platform::native

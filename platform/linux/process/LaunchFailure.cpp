@@ -20,7 +20,7 @@ namespace {
 constexpr const char* invalidArgument = exception_name::invalidArgument;
 constexpr const char* generic = exception_name::generic;
 
-/// What the reason says after the path, where the error number alone tells all there is to tell.
+/// Returns what the reason says after the path if the error number alone explains the failure.
 struct KnownFailure {
     int error;
     const char* name;
@@ -46,7 +46,7 @@ std::string sentence(const std::string& path, std::string_view reason) {
     return text::printable(path) + " could not be launched: " + std::string(reason);
 }
 
-/// The interpreter that a script's first line names.
+/// Returns the interpreter that a script's first line names.
 std::optional<std::string> interpreterOf(const std::string& program) {
     std::ifstream file(program, std::ios::binary);
     std::array<char, 256> start{};
@@ -60,7 +60,7 @@ std::optional<std::string> interpreterOf(const std::string& program) {
     return std::string(line.substr(0, line.find_first_of(" \t\r")));
 }
 
-/// Why the system found something missing.
+/// Returns why the system found something missing.
 std::string missingPart(const std::string& program) {
     struct stat item {};
     if (::lstat(program.c_str(), &item) != 0) {
@@ -74,7 +74,7 @@ std::string missingPart(const std::string& program) {
                        : "the loader or interpreter that the program needs does not exist";
 }
 
-/// Why the system did not allow the file to be run.
+/// Returns why the system did not allow the file to be run.
 std::string forbiddenPart(const std::string& program) {
     struct stat item {};
     if (::stat(program.c_str(), &item) != 0) {

@@ -20,19 +20,19 @@ namespace {
 
 constexpr const char* fileHandleException = exception_name::fileHandleOperation;
 
-/// What a pipe holds, and what it is enlarged to once a child has filled it, so that the two
-/// processes change places less often.
+/// A pipe's default capacity, and the capacity once a child has filled it, to save context
+/// switches.
 constexpr std::size_t usualPipeSize = 1U << 16U;
 constexpr int largePipeSize = 1 << 20;
 
-/// What output is given room for, in larger steps than a vector takes by itself: memory that is
-/// reserved costs nothing until it is used, whereas every step copies all that is there.
+/// The memory reserved for output, in larger steps than a vector's own: reserved memory costs
+/// nothing until it is used, whereas every step copies all of the data.
 constexpr std::array<std::size_t, 4> roomSizes{1U << 16U, 1U << 21U, 1U << 26U, 1UL << 31U};
 
-/// Room that the system has given no memory yet when it is made.
+/// The size from which new memory is not backed by pages yet.
 constexpr std::size_t largeRoom = roomSizes[1];
 
-/// Makes room for so many more bytes.
+/// Makes room for `more` bytes.
 void makeRoom(std::vector<std::byte>& bytes, std::size_t count) {
     const auto needed = bytes.size() + count;
     if (bytes.capacity() >= needed) {
@@ -45,13 +45,13 @@ void makeRoom(std::vector<std::byte>& bytes, std::size_t count) {
     try {
         bytes.reserve(*size);
     } catch (const std::bad_alloc&) {
-        // Where so much is not to be had, the vector's own steps have to do.
+        // Not enough memory: fall back to the vector's own steps.
         return;
     }
 }
 
-/// Has the system give memory for what is about to be written, at once instead of page by page.
-/// A refusal leaves it to the writing, which is only slower.
+/// Lets the system back the memory that is about to be written at once instead of page by page. If
+/// it refuses, writing is only slower.
 void populate(std::byte* start, std::size_t size) {
     static const auto pageSize = static_cast<std::uintptr_t>(::sysconf(_SC_PAGESIZE));
     const auto beyondPageStart = reinterpret_cast<std::uintptr_t>(start) % pageSize;
@@ -66,8 +66,8 @@ void append(std::vector<std::byte>& bytes, std::span<const std::byte> chunk) {
     bytes.insert(bytes.end(), chunk.begin(), chunk.end());
 }
 
-/// What waiting readers are woken by, one for all pipes of the process: each wakes, and those whom
-/// it does not concern wait again.
+/// Wakes waiting readers, one for all pipes of the process: all of them wake, and those not
+/// concerned wait again.
 int wakeUp() {
     static const auto counter = [] {
         auto made = aboveStandardStreams(FileDescriptor(::eventfd(0, EFD_CLOEXEC | EFD_SEMAPHORE)));
@@ -85,7 +85,7 @@ Pipe::Pipe(PipeEnds ends) : readEnd_(std::move(ends[0])), writeEnd_(std::move(en
     wakeUp();
 }
 
-/// By way of a buffer: the vector would clear what is then read into it, and again what was not.
+/// Uses a buffer, because the vector would clear the memory before it is read into.
 bool Pipe::appendAvailable(std::vector<std::byte>& bytes) {
     std::array<std::byte, usualPipeSize> chunk;
     const auto count = readAvailable(chunk);
@@ -105,7 +105,7 @@ std::size_t Pipe::readAvailable(std::span<std::byte> buffer) {
         if (count >= 0) {
             const auto size = static_cast<std::size_t>(count);
             if (size >= usualPipeSize && !std::exchange(enlarged_, true)) {
-                // A refusal leaves the pipe as it is, which is only slower.
+                // If the system refuses, reading is only slower.
                 ::fcntl(readEnd_.get(), F_SETPIPE_SZ, largePipeSize);
             }
             return size;
@@ -122,8 +122,8 @@ std::size_t Pipe::readAvailable(std::span<std::byte> buffer) {
     return 0;
 }
 
-/// The read end waits in poll, not in read. Done at the first read, since a child that is given the
-/// read end must not meet it.
+/// Makes the read end wait in poll, not in read. Done at the first read, since a child that gets
+/// the read end must not see it non-blocking.
 void Pipe::prepareReading() {
     if (!std::exchange(prepared_, true)) {
         ::fcntl(readEnd_.get(), F_SETFL, O_RDONLY | O_NONBLOCK);
@@ -142,7 +142,7 @@ void Pipe::waitUntilReadable() {
     readerWaits_ = false;
 }
 
-/// Returns when nobody waits any more who has not seen what was set before.
+/// Returns once every waiter has seen the new state.
 void Pipe::wakeReader() {
     if (!readerWaits_) {
         return;

@@ -11,17 +11,17 @@
 
 namespace platform::native {
 
-/// A pipe that the system made; neither end reaches a child by itself.
+/// A pipe of the system; children do not inherit its ends by default.
 class Pipe : public platform::Pipe {
 public:
-    /// A pipe of which these are the ends. Throws as ProcessLauncher::makePipe.
+    /// Makes a pipe from its ends. Throws as ProcessLauncher::makePipe does.
     explicit Pipe(PipeEnds ends);
 
     bool appendAvailable(std::vector<std::byte>& bytes) override;
     void stopWaiting() override;
     void closeReadEnd() override;
 
-    /// The ends, for the launcher alone, which closes the one that it gave to the child.
+    /// Return the ends, for the launcher only, which closes the one that it passed to the child.
     int readEnd() const { return readEnd_.get(); }
     int writeEnd() const { return writeEnd_.get(); }
     void closeWriteEnd() { writeEnd_.reset(); }
@@ -38,10 +38,10 @@ private:
     bool enlarged_ = false;
     std::atomic<bool> closed_{false};
     std::atomic<bool> stopsWaiting_{false};
-    /// Set before a reader looks at the two above for the last time, and until it has waited.
+    /// Set before a reader checks the two above for the last time, and until it has waited.
     std::atomic<bool> readerWaits_{false};
-    /// Held by a reader for as long as it reads or waits, so that the read end is closed only when
-    /// nobody uses it.
+    /// Held by a reader while it reads or waits, so that the read end is closed only when nobody
+    /// uses it.
     std::mutex reading_;
 };
 

@@ -21,13 +21,13 @@ struct Observers {
     std::vector<Observer> all;
 };
 
-/// Never destroyed: the process may be forked until it is gone.
+/// Never destroyed: the process may be forked until it has ended.
 Observers& observers() {
     static auto& only = *new Observers;
     return only;
 }
 
-/// Nobody is added while the process is forked.
+/// No observer is added during a fork.
 void tellBefore() {
     observers().mutex.lock();
     for (const auto& observer : observers().all) {

@@ -4,7 +4,7 @@
 
 namespace platform::native {
 
-/// The C library's notice of forks.
+/// The notice of forks by the C library (pthread_atfork).
 class ProcessCopies : public platform::ProcessCopies {
 public:
     void observe(std::function<void()> before, std::function<void()> inOriginal,

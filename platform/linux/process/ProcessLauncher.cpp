@@ -22,7 +22,7 @@ namespace platform::native {
 
 namespace {
 
-/// Strings in the shape that the system takes command lines and environments in.
+/// Strings in the form that the system takes for command lines and environments.
 class StringList {
 public:
     void add(std::string text) { texts_.push_back(std::move(text)); }
@@ -60,8 +60,8 @@ StringList environmentList(const ProcessDescription& description) {
     return list;
 }
 
-/// A stream that was closed before the program began may have been opened again since, as a
-/// descriptor for something else, which is then closed on exec.
+/// A stream that was closed before the program began may since have been reused as a descriptor for
+/// something else, which is then closed on exec.
 bool isOpenForChildren(int stream) {
     const int flags = ::fcntl(stream, F_GETFD);
     return flags >= 0 && (flags & FD_CLOEXEC) == 0;
@@ -83,7 +83,7 @@ void connect(SpawnOptions& options, const ChildStream& stream, int number, int n
     }
 }
 
-/// Closes the ends that are the child's now, so that the pipes end when the child closes its own.
+/// Closes the child's ends here, so that the pipes end when the child closes its own.
 void giveAwayChildEnds(const ProcessDescription& description) {
     if (description.standardInput.kind() == ChildStream::Kind::pipe) {
         pipeOf(description.standardInput).closeReadEnd();
@@ -95,8 +95,8 @@ void giveAwayChildEnds(const ProcessDescription& description) {
     }
 }
 
-/// Somebody who changes the environment without asking the port may do so just while the system
-/// reads it, which then refuses.
+/// Code that bypasses the port may change the environment just while the system reads it, which
+/// then fails.
 int spawnWithProgramsEnvironment(const std::function<int(char* const*)>& attempt) {
     constexpr int mostAttempts = 1000;
     const auto still = Environment::holdStill();
@@ -107,7 +107,7 @@ int spawnWithProgramsEnvironment(const std::function<int(char* const*)>& attempt
     return error;
 }
 
-/// The pipes that the child writes to.
+/// Returns the pipes that the child writes to.
 std::vector<std::weak_ptr<platform::Pipe>> outputOf(const ProcessDescription& description) {
     std::vector<std::weak_ptr<platform::Pipe>> pipes;
     for (const auto* stream : {&description.standardOutput, &description.standardError}) {

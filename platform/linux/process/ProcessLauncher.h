@@ -8,8 +8,8 @@ namespace platform::native {
 /// Launches children with posix_spawn, whose cost does not grow with the program's memory.
 class ProcessLauncher : public platform::ProcessLauncher {
 public:
-    /// A program that was started with the signal of ended children ignored, as some shells can do,
-    /// would never learn a status: the signal is set to its default, which changes nothing else.
+    /// Resets SIGCHLD to its default action: a program that was started with the signal ignored, as
+    /// some shells do, would never learn a child's status.
     ProcessLauncher();
 
     std::shared_ptr<platform::Pipe> makePipe() override;

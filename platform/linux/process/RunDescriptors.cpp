@@ -14,12 +14,12 @@ namespace platform::native {
 
 namespace {
 
-/// What is left to the children's own descriptors and to the rest of the program, such as its log.
+/// The number left for the children's own descriptors and the rest of the program, such as its log.
 constexpr rlim_t keptForOthers = 32;
 
 struct Opening {
     std::vector<PipeEnds> pipes;
-    /// 0, or the errno for which there are none.
+    /// 0, or the errno of the failure.
     int error = 0;
 
     std::vector<PipeEnds> result() && {
@@ -48,7 +48,7 @@ Opening tryToOpen(std::size_t count) {
     return {std::move(pipes), 0};
 }
 
-/// The system hands out the lowest descriptors first.
+/// The system assigns the lowest descriptors first.
 bool takesWhatIsKept(const std::vector<PipeEnds>& pipes) {
     rlimit limit{};
     ::getrlimit(RLIMIT_NOFILE, &limit);
@@ -101,8 +101,8 @@ std::vector<PipeEnds> RunDescriptors::openPipes(std::size_t count) {
     }
 }
 
-/// Returns once a run has closed something since there were so many closings. False when nobody has
-/// anything to close, or nobody does in time.
+/// Waits until a run has closed something since that number of closings. Returns false if no run
+/// has anything to close, or none does in time.
 bool RunDescriptors::waitForClosing(std::uint64_t closings) {
     std::unique_lock lock(mutex_);
     const auto hasClosed = [&] { return closings_ != closings; };

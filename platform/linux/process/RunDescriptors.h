@@ -12,29 +12,29 @@
 
 namespace platform::native {
 
-/// The two ends of a pipe: what is written into the second is read from the first.
+/// The two ends of a pipe: data written to the second is read from the first.
 using PipeEnds = std::array<FileDescriptor, 2>;
 
-/// Knows how many descriptors the runs of tools hold, so that a run for which none are left waits
-/// for others to end. Any thread may call every member.
+/// Counts the descriptors that runs of tools hold, so that a run for which none are left waits for
+/// others to end. Any thread may call every member.
 class RunDescriptors {
 public:
-    /// `patience` is for how long it waits when no run gives anything back.
+    /// `patience` is how long to wait without any run releasing a descriptor.
     explicit RunDescriptors(std::chrono::steady_clock::duration patience) : patience_(patience) {}
 
-    /// The process's own, which is never destroyed.
+    /// Returns the process's own instance, which is never destroyed.
     static RunDescriptors& shared();
 
-    /// A run has opened a descriptor, or closed one.
+    /// Record that a run has opened a descriptor, or closed one.
     void opened();
     void closed();
 
-    /// Opens a pipe at once. Throws as openPipes.
+    /// Opens a pipe without waiting. Throws as openPipes does.
     static PipeEnds openPipe();
 
-    /// Opens so many pipes, all or none. It waits while other runs hold what it needs, and leaves
-    /// some descriptors to the rest of the program as long as it can wait for others. Throws
-    /// platform::Exception "NSFileHandleOperationException" when the system has none left.
+    /// Opens `count` pipes, all or none. Waits while other runs hold the descriptors that it needs,
+    /// and leaves some to the rest of the program as long as there are runs to wait for. Throws
+    /// platform::Exception "NSFileHandleOperationException" if the system has none left.
     std::vector<PipeEnds> openPipes(std::size_t count);
 
 private:
@@ -42,8 +42,7 @@ private:
     std::uint64_t closings() const;
 
     const std::chrono::steady_clock::duration patience_;
-    /// Held by the one run that looks for descriptors, so that two never keep each other from what
-    /// both need.
+    /// Held by the one run that acquires descriptors, so that two runs cannot deadlock.
     std::mutex turn_;
     mutable std::mutex mutex_;
     std::condition_variable closed_;

@@ -4,11 +4,11 @@
 
 namespace platform::native {
 
-/// What posix_spawn is told about a child's descriptors and signals. Every member throws
-/// platform::Exception "NSGenericException" when there is no memory left for it.
+/// The options of posix_spawn for a child's descriptors and signals. Every member throws
+/// platform::Exception "NSGenericException" if there is not enough memory.
 class SpawnOptions {
 public:
-    /// Begins with: all signals at their defaults and none blocked, a process group of its own.
+    /// Starts with all signals at their default actions, none blocked, and a new process group.
     SpawnOptions();
     ~SpawnOptions();
     SpawnOptions(const SpawnOptions&) = delete;
@@ -16,7 +16,7 @@ public:
     SpawnOptions(SpawnOptions&&) = delete;
     SpawnOptions& operator=(SpawnOptions&&) = delete;
 
-    /// Has the child find `descriptor`, one of the program's, at the number `stream`.
+    /// Connects `descriptor`, one of the program's, to the child's descriptor number `stream`.
     void connect(int descriptor, int stream);
 
     /// Leaves the child its three standard streams and no other descriptor.

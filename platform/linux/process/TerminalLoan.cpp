@@ -16,7 +16,7 @@ std::timed_mutex& borrowers() {
     return only;
 }
 
-/// An empty lock when it is no longer wanted.
+/// Returns an empty lock if it is no longer wanted.
 std::unique_lock<std::timed_mutex> takeTurn(const std::function<bool()>& isWanted) {
     constexpr std::chrono::milliseconds pause(50);
     std::unique_lock turn(borrowers(), std::defer_lock);
@@ -49,8 +49,8 @@ bool TerminalLoan::lendTo(pid_t group, const std::function<bool()>& isWanted) {
     return ::tcsetpgrp(terminal_.get(), group) == 0;
 }
 
-/// The program is in the background now, where taking the terminal would stop it if the signal for
-/// that were not blocked.
+/// The program is in the background now, so taking the terminal would stop it unless the signal is
+/// blocked.
 TerminalLoan::~TerminalLoan() {
     if (!terminal_) {
         return;

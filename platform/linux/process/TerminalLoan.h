@@ -11,25 +11,25 @@
 
 namespace platform::native {
 
-/// The program's controlling terminal, lent to a group of processes until the loan ends. Only one
-/// loan at a time: others wait.
+/// A loan of the program's controlling terminal to a process group, until this is destroyed. There
+/// is only one loan at a time: others wait.
 class TerminalLoan {
 public:
     TerminalLoan() = default;
 
-    /// Takes the terminal back, where it was lent.
+    /// Takes the terminal back if it was lent.
     ~TerminalLoan();
     TerminalLoan(const TerminalLoan&) = delete;
     TerminalLoan& operator=(const TerminalLoan&) = delete;
     TerminalLoan(TerminalLoan&&) = delete;
     TerminalLoan& operator=(TerminalLoan&&) = delete;
 
-    /// Makes the group the one that may read from the terminal and change it. False when the
-    /// program has no terminal, or is not the one that may, or `isWanted` is no longer true while
-    /// another loan lasts.
+    /// Makes the group the terminal's foreground group. Returns false if the program has no
+    /// terminal, is not in the foreground itself, or `isWanted` becomes false while another loan
+    /// lasts.
     bool lendTo(pid_t group, const std::function<bool()>& isWanted);
 
-    /// Has the terminal, once it is taken back, work as it did before it was lent.
+    /// Restores the terminal's former settings when it is taken back.
     void undoChanges() { undoesChanges_ = true; }
 
 private:

@@ -32,7 +32,7 @@ Overlay& overlay() {
     return instance;
 }
 
-/// Whether the path is absolute and leads straight down, without "." and "..", or empty names.
+/// Returns whether the path is absolute, without ".", ".." and empty components.
 bool leadsStraightDown(std::string_view path) {
     if (!path.starts_with('/')) {
         return false;

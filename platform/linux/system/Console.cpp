@@ -16,8 +16,8 @@ namespace platform::native {
 
 namespace {
 
-/// Keeps this thread's writes from raising a signal that would end the process: to a pipe without a
-/// reader and to a file at its size limit.
+/// Keeps this thread's writes, to a pipe without a reader or to a file at its size limit, from
+/// raising a signal that would end the process.
 class HeldSignals {
 public:
     HeldSignals() {
@@ -46,7 +46,7 @@ private:
     bool wasPending_ = false;
 };
 
-/// Waits until a stream that does not block takes more.
+/// Waits until a non-blocking stream accepts more.
 bool waitForRoom(int descriptor) {
     pollfd stream{descriptor, POLLOUT, 0};
     return ::poll(&stream, 1, -1) >= 0 || errno == EINTR;
@@ -68,8 +68,8 @@ void write(int descriptor, std::string_view text) {
     }
 }
 
-/// What goes to a terminal must not steer it: a file's name may hold what moves the cursor or
-/// worse. Line ends and tabs are the program's own.
+/// Text for a terminal must not control it: a file name may contain sequences that move the cursor,
+/// or worse. Line ends and tabs are the program's own.
 std::string harmless(std::string_view text) {
     constexpr std::string_view own = "\n\r\t";
     std::string result;

@@ -6,8 +6,8 @@
 
 namespace platform::native {
 
-/// Standard error, standard output and syslog. A console that nobody reads any more, or that has no
-/// room, loses what is said and never ends the process.
+/// The console on standard error, standard output and syslog. Output to a stream without a reader
+/// or without space is lost and never ends the process.
 class Console : public platform::Console {
 public:
     void systemLog(std::string_view message) override;

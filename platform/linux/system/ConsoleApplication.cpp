@@ -13,7 +13,7 @@ namespace platform {
 namespace native {
 
 void ConsoleApplication::run() {
-    // Work wakes the loop; how long it sleeps in between makes no difference.
+    // Work wakes the loop, so how long it sleeps makes no difference.
     constexpr std::chrono::milliseconds longest(60'000);
     while (!isTerminated()) {
         dispatchNextEvent(longest);
@@ -45,7 +45,7 @@ void ConsoleApplication::dispatchNextEvent(std::chrono::milliseconds deadline) {
 } // namespace native
 
 int consoleMain(const std::function<int()>& body) {
-    // The thread may still call it when the event loop has ended.
+    // Never destroyed: the thread may still call it when the event loop has ended.
     static auto& application = *new native::ConsoleApplication;
     install<Application>(application);
     const auto status = std::make_shared<std::atomic<int>>(EXIT_SUCCESS);

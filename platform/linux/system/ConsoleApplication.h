@@ -11,7 +11,7 @@ namespace platform::native {
 /// The application of a program without windows: its event loop waits for work for the main thread.
 class ConsoleApplication final : public ApplicationCore {
 public:
-    /// The calling thread is the main thread from now on.
+    /// Makes the calling thread the main thread.
     ConsoleApplication() = default;
 
     /// Runs the event loop until the application terminates. Main thread only.

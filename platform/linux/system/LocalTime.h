@@ -4,7 +4,7 @@
 
 namespace platform::native {
 
-/// The system's clock in the time zone of TZ or /etc/localtime.
+/// Local time from the system clock and the time zone of TZ or /etc/localtime.
 class LocalTime : public platform::LocalTime {
 public:
     std::tm now() override;

@@ -17,7 +17,7 @@ namespace platform::native {
 
 namespace {
 
-/// Whether the item at the path may be replaced: it is missing, or a file that can be read.
+/// Returns whether the item at the path may be replaced: it is missing, or a readable file.
 SystemResult<void> checkReplaceable(const std::string& path) {
     struct stat status {};
     if (auto found = checked(::stat(path.c_str(), &status)); !found) {
@@ -50,7 +50,7 @@ void Preferences::setValue(const std::string& key, const Value& value) {
         return;
     }
     auto ready = makeDirectories(directory(), 0755);
-    // Where the volume has no locks, the threads of this process alone wait for one another.
+    // If the volume has no locks, only the threads of this process wait for one another.
     const auto otherProcesses = lockedDirectory(directory());
     ready = ready ? checkReplaceable(store()) : ready;
     const auto stored =
@@ -61,7 +61,7 @@ void Preferences::setValue(const std::string& key, const Value& value) {
     }
 }
 
-/// Changes one value in what the store holds.
+/// Changes one value in the content of the store.
 Result<void> Preferences::write(const std::string& key, const Value& value) {
     auto content = propertyLists_.read(store());
     if (content.as<Value::Dictionary>() == nullptr) {

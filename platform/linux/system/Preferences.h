@@ -9,12 +9,13 @@
 namespace platform::native {
 
 /// Preferences in the property list "`domain`.plist" of the Preferences directory in the user's
-/// Library, which is made when a preference is stored. The file is read at every use, so that what
-/// others store is seen; processes that store at once wait for one another. A store that is no
-/// property list counts as empty and is replaced; one that cannot be read is kept as it is.
+/// Library, which is created when a preference is stored. The file is read at every use, so that
+/// changes by others are seen; processes that store at the same time wait for one another. A store
+/// that is not a property list counts as empty and is replaced; one that cannot be read is left
+/// unchanged.
 class Preferences : public platform::Preferences {
 public:
-    /// `account` and `propertyLists` outlive the preferences.
+    /// `account` and `propertyLists` must outlive this.
     Preferences(std::string domain, platform::UserAccount& account,
                 platform::PropertyLists& propertyLists)
         : domain_(std::move(domain)), account_(account), propertyLists_(propertyLists) {}

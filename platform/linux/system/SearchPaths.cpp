@@ -40,7 +40,7 @@ bool contains(DomainMask mask, DomainMask domain) {
     return (static_cast<unsigned>(mask) & static_cast<unsigned>(domain)) != 0;
 }
 
-/// Where callers expect the user domain of the superuser, whatever the home directory is.
+/// The home directory of the superuser's user domain, as callers expect it, whatever HOME is.
 constexpr const char* superuserHome = "/var/root";
 
 std::string pathOf(const StandardDirectory& directory, platform::UserAccount& account) {

@@ -5,11 +5,11 @@
 
 namespace platform::native {
 
-/// The standard directories in the shape that the suite's installers lay out: the user's under the
-/// home directory, the machine's under "/", the operating system's library at "/System/Library".
+/// The standard directories in the layout of the suite's installers: the user's under the home
+/// directory, the machine's under "/", the operating system's library at "/System/Library".
 class SearchPaths : public platform::SearchPaths {
 public:
-    /// `account` outlives the search paths.
+    /// `account` must outlive this.
     explicit SearchPaths(platform::UserAccount& account) : account_(account) {}
 
     std::vector<std::string> directories(DirectoryKind kind, DomainMask domain) override;
@@ -18,8 +18,8 @@ private:
     platform::UserAccount& account_;
 };
 
-/// The directory of a kind under a home directory, the superuser's included. The kind is one that
-/// the user domain has.
+/// Returns the directory of a kind under a home directory, including the superuser's. The user
+/// domain must have the kind.
 std::string directoryInHome(const std::string& home, DirectoryKind kind);
 
 } // namespace platform::native

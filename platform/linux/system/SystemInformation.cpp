@@ -23,12 +23,13 @@ struct Freed {
 };
 using OwnedText = std::unique_ptr<char, Freed>;
 
-/// What the kernel adds to the path of a program that was deleted or moved away while it runs.
+/// The suffix that the kernel adds to the path of a program that was deleted or moved while it
+/// runs.
 constexpr std::string_view deletedMark = " (deleted)";
 
 } // namespace
 
-/// A random UUID (RFC 4122, version 4).
+/// Returns a random UUID (RFC 4122, version 4).
 std::string SystemInformation::globallyUniqueString() {
     std::array<std::uint8_t, 16> bytes{};
     if (::getentropy(bytes.data(), bytes.size()) != 0) {

@@ -6,10 +6,10 @@
 
 namespace platform::native {
 
-/// What os-release, the kernel and the program itself tell.
+/// System information from os-release, the kernel and the program itself.
 class SystemInformation : public platform::SystemInformation {
 public:
-    /// `version` is the running program's.
+    /// `version` is that of the running program.
     explicit SystemInformation(std::optional<std::string> version = {})
         : version_(std::move(version)) {}
 

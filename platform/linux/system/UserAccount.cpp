@@ -14,7 +14,7 @@ namespace platform::native {
 
 namespace {
 
-/// Asks with larger and larger room for the entry's strings.
+/// Repeats the query with larger and larger buffers for the entry's strings.
 template <class Ask>
 std::optional<AccountEntry> lookUp(Ask ask) {
     constexpr std::size_t firstSize = 1024;

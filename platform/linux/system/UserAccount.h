@@ -6,37 +6,38 @@
 
 namespace platform::native {
 
-/// The account by the environment where that is usable, else by the password database.
+/// The account from the environment if that is usable, else from the password database.
 class UserAccount : public platform::UserAccount {
 public:
     unsigned realUserId() override;
 
-    /// HOME when it is an absolute path, else the account's own directory; "/nonexistent" for an
-    /// account that the password database does not know.
+    /// Returns HOME if it is an absolute path, else the account's own directory; "/nonexistent" for
+    /// an account that is not in the password database.
     std::string homeDirectory() override;
 
-    /// The name of the real user; the user id in digits for an unknown account.
+    /// Returns the name of the real user; the user id in digits for an unknown account.
     std::string loginName() override;
 
-    /// TMPDIR when it is the absolute path of a directory, else "/tmp".
+    /// Returns TMPDIR if it is the absolute path of a directory, else "/tmp".
     std::string temporaryDirectory() override;
 
-    /// XDG_CACHE_HOME when it is an absolute path, else ".cache" in the home directory.
+    /// Returns XDG_CACHE_HOME if it is an absolute path, else ".cache" in the home directory.
     std::optional<std::string> cacheDirectory() override;
 };
 
-/// What the password database tells of an account.
+/// An account's entry in the password database.
 struct AccountEntry {
     uid_t userId = 0;
     std::string name;
     std::string home;
 };
 
-/// The account of a user; nothing when the password database knows none.
+/// Returns the account of a user; nullopt if it is not in the password database.
 std::optional<AccountEntry> accountOf(uid_t userId);
 std::optional<AccountEntry> accountNamed(const std::string& name);
 
-/// The value of an environment variable when it is an absolute path, without trailing slashes.
+/// Returns the value of an environment variable, without trailing slashes, if it is an absolute
+/// path.
 std::optional<std::string> absolutePathFromEnvironment(const char* variable);
 
 } // namespace platform::native

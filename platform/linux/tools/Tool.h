@@ -10,7 +10,7 @@
 #include <string_view>
 #include <vector>
 
-/// What the stand-ins for system tools have in common.
+/// Code shared by the stand-ins for system tools.
 namespace platform::native::tool {
 
 /// Why a command was not carried out.
@@ -18,18 +18,18 @@ class ToolError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-/// The words that a tool was called with are none of its commands.
+/// Thrown if the arguments are not a command of the tool.
 class Misuse : public std::exception {};
 
-/// Writes one line, the tool's name before it, to standard error.
+/// Writes one line, preceded by the tool's name, to standard error.
 inline void report(std::string_view tool, std::string_view message) {
     std::cerr << tool << ": " << text::printable(message) << '\n';
 }
 
-/// All of a tool's main(): hands the words behind the tool's own name to `command` and gives the
-/// exit status. It is 0 when the command gives true and its output could be written; 1 when not, or
-/// when it throws, which leaves its reason in one line on standard error; 2 after Misuse, which
-/// leaves `usage` there.
+/// Implements a tool's main(): passes the arguments after the tool's name to `command` and returns
+/// the exit status. It is 0 if the command returns true and its output was written; 1 otherwise, or
+/// if the command throws, which also writes one line with the reason to standard error; 2 after
+/// Misuse, which also writes `usage` there.
 template <class Command>
 int run(std::string_view tool, std::string_view usage, int argc, char** argv, Command command) {
     constexpr int failure = 1;

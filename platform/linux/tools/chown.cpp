@@ -1,8 +1,8 @@
 // chown OWNER[:GROUP] | :GROUP FILE...
 //
-// It may run as the superuser on a path that others can change: a link at the end of the path is
-// refused instead of followed, with slashes behind it, too. Nothing is read but the account
-// database and the command line. Every word behind the first is a path, whatever it looks like.
+// It may run as the superuser on a path that others can change: a link at the end of the path, even
+// with trailing slashes, is refused, not followed. It reads only the account database and the
+// command line. Every argument after the first is a path, whatever it looks like.
 
 #include "platform/linux/posix/Errors.h"
 #include "platform/linux/posix/FileDescriptor.h"
@@ -23,7 +23,7 @@ using platform::native::FileDescriptor;
 using platform::native::reason;
 namespace tool = platform::native::tool;
 
-/// In place of a number: stays as it is.
+/// In place of an id: leave it unchanged.
 constexpr auto unchanged = static_cast<id_t>(-1);
 
 struct Ownership {
@@ -49,7 +49,7 @@ uid_t ownerNamed(const std::string& name) {
     throw tool::ToolError("there is no user “" + name + "”");
 }
 
-/// The group of the system's administrators that job files are given to has this name elsewhere.
+/// The name that the group of administrators, the group of job files, has on other systems.
 gid_t groupNamed(const std::string& name) {
     if (const auto* group = ::getgrnam(name.c_str())) {
         return group->gr_gid;
@@ -78,7 +78,7 @@ Ownership ownership(const std::string& text) {
     return result;
 }
 
-/// Slashes at its end would have the system follow a link.
+/// With trailing slashes the system would follow a link.
 std::string withoutSlashesAtEnd(std::string path) {
     while (path.size() > 1 && path.ends_with('/')) {
         path.pop_back();
@@ -86,7 +86,7 @@ std::string withoutSlashesAtEnd(std::string path) {
     return path;
 }
 
-/// Gives the item to the owner. Its error is a sentence.
+/// Changes the item's owner. The error is a sentence.
 platform::Result<void, std::string> change(const std::string& path, const Ownership& ownership) {
     const auto failure = [&](const std::string& why) {
         return platform::Unexpected(
@@ -107,7 +107,7 @@ platform::Result<void, std::string> change(const std::string& path, const Owners
     return {};
 }
 
-/// Every file is tried.
+/// Tries every file, even after a failure.
 bool run(const std::vector<std::string>& words) {
     if (words.size() < 2 || words.front().empty() || words.front().starts_with('-')) {
         throw tool::Misuse();

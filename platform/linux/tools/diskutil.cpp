@@ -1,7 +1,7 @@
 // diskutil info -plist MOUNTPOINT
 //
-// Describes the local volume that stands at a directory. What the machine does not tell is left
-// out.
+// Describes the local volume mounted on a directory. Facts that the machine does not report are
+// left out.
 
 #include "platform/foundation/Path.h"
 #include "platform/foundation/Value.h"
@@ -30,7 +30,7 @@ namespace tool = platform::native::tool;
 using native::Volume;
 using platform::Value;
 
-/// The volume at a directory, which may be spelled in any way.
+/// Returns the volume mounted on a directory, which may be spelled in any way.
 Volume volumeAt(const std::string& directory) {
     std::error_code error;
     const auto mountPoint = fs::canonical(directory, error).string();
@@ -49,8 +49,8 @@ Volume volumeAt(const std::string& directory) {
 
 // ---- The device --------------------------------------------------------------------------------
 
-/// The first line of a file of the kernel's, without blanks at its ends; nothing when there is no
-/// such file.
+/// Returns the first line of a kernel file, without leading and trailing blanks; nullopt if the
+/// file does not exist.
 std::optional<std::string> lineOf(const fs::path& file) {
     std::ifstream stream(file);
     std::string line;
@@ -72,7 +72,7 @@ bool isSet(const fs::path& file) {
     return numberOf(file).value_or(0) != 0;
 }
 
-/// Where the kernel describes the block device that a volume is on; nothing when it is on none.
+/// Returns where the kernel describes the block device of a volume; nullopt if it has none.
 std::optional<fs::path> deviceDirectory(const Volume& volume) {
     struct stat status {};
     const bool isNamed = ::stat(volume.source.c_str(), &status) == 0 && S_ISBLK(status.st_mode);
@@ -84,13 +84,13 @@ std::optional<fs::path> deviceDirectory(const Volume& volume) {
     return error ? std::nullopt : std::optional(std::move(directory));
 }
 
-/// The device that a partition is a part of; any other is its own.
+/// Returns the device that contains a partition; any other device itself.
 fs::path wholeDevice(const fs::path& device) {
     return fs::exists(device / "partition") ? device.parent_path() : device;
 }
 
-/// Whether a device is built into the machine: it cannot be taken out, does not hang on a cable,
-/// and is no image of a disk. One that is made of others is what they are.
+/// Returns whether a device is built into the machine: not removable, not attached by a cable, and
+/// not a disk image. A device composed of others is internal if they are.
 bool isInternal(const fs::path& device) {
     const auto whole = wholeDevice(device);
     std::error_code error;
@@ -140,7 +140,7 @@ struct FreeProbe {
     void operator()(blkid_probe probe) const { blkid_free_probe(probe); }
 };
 
-/// A name as it was before the system made it fit for a directory: "\\x20" stands for a blank.
+/// Returns a name without the escapes that the system added for its directory: "\\x20" is a blank.
 std::string decoded(std::string_view name) {
     constexpr std::size_t escapeLength = 4;
     std::string result;
@@ -159,8 +159,8 @@ std::string decoded(std::string_view name) {
     return result;
 }
 
-/// What a file system says of itself by the name of a tag, "UUID" or "LABEL": read from the device
-/// or, where only root may do that, from the names that the system has given it.
+/// Returns the value of a file system's tag, "UUID" or "LABEL": read from the device or, if only
+/// root may do that, from the names that the system has given it.
 std::optional<std::string> tagOf(const fs::path& node, const char* tag) {
     const std::unique_ptr<std::remove_pointer_t<blkid_probe>, FreeProbe> probe(
         blkid_new_probe_from_filename(node.c_str()));

@@ -1,6 +1,6 @@
 // xattr [-l] FILE... | -p NAME FILE... | -w NAME VALUE FILE... | -d NAME FILE...
 //
-// Names are those of the callers: on disk "user." stands before each. Links are followed.
+// Names are those of the callers: on disk each is preceded by "user.". Links are followed.
 
 #include "platform/linux/files/ExtendedAttributes.h"
 #include "platform/linux/posix/Errors.h"
@@ -20,7 +20,7 @@ namespace tool = platform::native::tool;
 
 using Paths = std::span<const std::string>;
 
-/// What is done to one file; throws ToolError.
+/// An operation on one file; throws ToolError.
 using Action = std::function<void(const std::string& path)>;
 
 [[noreturn]] void fail(const std::string& path, const char* participle) {
@@ -32,7 +32,7 @@ using Action = std::function<void(const std::string& path)>;
     throw tool::ToolError(path + ": No such xattr: " + name);
 }
 
-/// Reads what the system gives in a buffer of unknown size, which may grow meanwhile.
+/// Reads data of unknown size, which may grow meanwhile, from the system.
 template <class Read>
 std::string readWhole(const std::string& path, Read read) {
     for (;;) {
@@ -78,7 +78,7 @@ std::vector<std::string> namesOf(const std::string& path) {
     return names;
 }
 
-/// A text as it is, other bytes in hexadecimal.
+/// Returns text unchanged, other bytes in hexadecimal.
 std::string shown(const std::string& value) {
     if (platform::text::printable(value) == value) {
         return value;
@@ -108,7 +108,7 @@ void remove(const std::string& path, const std::string& name) {
     }
 }
 
-/// What stands before each line when it is about one file of several.
+/// Returns the prefix of each line if there are several files.
 std::string heading(const std::string& path, Paths paths) {
     return paths.size() > 1 ? platform::text::printable(path) + ": " : "";
 }
@@ -127,7 +127,7 @@ void list(const std::string& path, Paths paths, bool withValues) {
     }
 }
 
-/// Every file is tried.
+/// Tries every file, even after a failure.
 bool forEach(Paths paths, const Action& act) {
     if (paths.empty()) {
         throw tool::Misuse();

@@ -17,13 +17,14 @@ struct FreeArchive {
 /// Owns one of libarchive's readers or writers.
 using ArchiveHandle = std::unique_ptr<archive, FreeArchive>;
 
-/// What libarchive says of its last failure.
+/// Returns libarchive's description of its last failure.
 inline std::string failureOf(archive* handle) {
     const char* text = archive_error_string(handle);
     return text != nullptr ? text : "unknown failure";
 }
 
-/// Throws ToolError, `about` before its words, unless all went well. A warning is a failure.
+/// Throws ToolError with libarchive's description, preceded by `about`, unless `result` is a
+/// success. A warning is a failure.
 inline void check(int result, archive* handle, const std::string& about) {
     if (result != ARCHIVE_OK) {
         throw tool::ToolError(about + ": " + failureOf(handle));

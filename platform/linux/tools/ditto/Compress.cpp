@@ -24,14 +24,15 @@ using tool::ToolError;
     throw ToolError(failureSentence(archivePath, "made", reason(error)));
 }
 
-/// Whether an entry is an open file, as the archive is that grows in its own source.
+/// Returns whether an entry is an open file, such as an archive that is written inside its own
+/// source.
 bool isFile(archive_entry* entry, const FileDescriptor& file) {
     struct stat status {};
     return ::fstat(file.get(), &status) == 0 && archive_entry_dev(entry) == status.st_dev &&
            archive_entry_ino64(entry) == static_cast<la_int64_t>(status.st_ino);
 }
 
-/// What goes at the beginning of every path below the source.
+/// Returns the length of the part to remove from the beginning of every path below the source.
 std::size_t prefixLength(const std::string& source, bool isDirectory, KeepParent keepParent) {
     const auto base =
         isDirectory && keepParent == KeepParent::no ? source : path::deletingLastComponent(source);
@@ -64,8 +65,8 @@ bool isText(const char* name) {
     return name == nullptr || text::validUtf8(name) == name;
 }
 
-/// Names are marked as UTF-8 when the locale's encoding is that. Of an item with a name that is no
-/// text, they go into the archive unmarked, as the bytes that they are.
+/// Names are marked as UTF-8 if that is the locale's encoding. The names of an item with a name
+/// that is not text go into the archive unmarked, as raw bytes.
 void chooseEncoding(archive_entry* entry) {
     const bool isUtf8 =
         isText(archive_entry_pathname(entry)) && isText(archive_entry_symlink(entry));

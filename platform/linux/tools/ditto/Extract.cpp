@@ -22,7 +22,7 @@ namespace {
 
 using tool::ToolError;
 
-/// Whether an archive begins with the mark of its end, for it has no entry.
+/// Returns whether an archive has no entries: it begins with its end record.
 bool isEmpty(const std::string& archivePath) {
     constexpr std::string_view mark = "PK\x05\x06";
     std::array<char, 4> begin{};
@@ -34,8 +34,8 @@ bool isEmpty(const std::string& archivePath) {
 ArchiveHandle openArchive(const std::string& archivePath) {
     constexpr std::size_t blockSize = 64UL * 1024;
     ArchiveHandle zip(archive_read_new());
-    // The list at the archive's end counts: it has the modes, and a cut archive has none. The
-    // reader that goes by it refuses an archive without entries.
+    // The central directory at the archive's end is authoritative: it has the modes, and a
+    // truncated archive has none. The seeking reader refuses an archive without entries.
     check(isEmpty(archivePath) ? archive_read_support_format_zip_streamable(zip.get())
                                : archive_read_support_format_zip_seekable(zip.get()),
           zip.get(), archivePath);
@@ -54,7 +54,7 @@ ArchiveHandle openDisk() {
     return disk;
 }
 
-/// The bytes that the volume of the working directory has left.
+/// Returns the free bytes on the volume of the working directory.
 la_int64_t freeSpace() {
     struct statvfs status {};
     if (::statvfs(".", &status) != 0) {
@@ -143,7 +143,7 @@ void unpackEntries(archive* zip, const std::string& archivePath) {
     throw ToolError(failureSentence(directory, "made", reason(error)));
 }
 
-/// Unpacks into a directory that is missing, and appears when all is in it.
+/// Unpacks into a missing directory, which appears when it is complete.
 void unpackIntoNewDirectory(archive* zip, const std::string& archivePath,
                             const std::string& directory) {
     if (const auto above = makeDirectories(path::deletingLastComponent(directory), ACCESSPERMS);

@@ -6,13 +6,13 @@ namespace platform::native::ditto {
 
 /// Unpacks a zip archive into a directory.
 ///
-/// Modes, but for the bits that make programs run as others, times and links are restored. A
-/// directory that is missing is made, and appears when all is in it; into one that is there, the
-/// entries are merged. An entry that would leave the directory, by an absolute path, by ".." or
-/// through a link, one that is no file, directory or link, one of a declared size that the volume
-/// has no room for, one whose content is not what the archive says, and an archive that is damaged
-/// in any way end the work with a ToolError. A directory that was missing is then missing still; in
-/// one that was there, what was unpacked before stays. Both paths are absolute.
+/// Restores modes, except the set-user-ID and set-group-ID bits, times and links. A missing
+/// directory is created, and appears when it is complete; entries are merged into an existing one.
+/// Throws ToolError for an entry that would leave the directory, by an absolute path, by ".." or
+/// through a link, one that is not a file, directory or link, one whose declared size exceeds the
+/// space on the volume, one whose content does not match the archive, and for an archive that is
+/// damaged in any way. On failure a missing directory is still missing; an existing one keeps what
+/// was already unpacked. Both paths are absolute.
 void extract(const std::string& archivePath, const std::string& directory);
 
 } // namespace platform::native::ditto

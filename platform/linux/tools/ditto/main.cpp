@@ -12,7 +12,7 @@ namespace {
 namespace ditto = platform::native::ditto;
 namespace tool = platform::native::tool;
 
-/// The path from the root, with a name at its end.
+/// Returns the path from the root, ending with a name.
 std::string absolute(const std::string& path) {
     if (path.empty()) {
         throw tool::Misuse();
@@ -40,7 +40,7 @@ bool run(const std::vector<std::string>& words) {
 } // namespace
 
 int main(int argc, char** argv) {
-    // Names are bytes here; the archive library takes them for text of this encoding.
+    // Names are bytes here; the archive library interprets them in this encoding.
     std::setlocale(LC_CTYPE, "C.UTF-8");
     return tool::run("ditto", "ditto -ck [--keepParent] SOURCE ARCHIVE | -xk ARCHIVE FOLDER", argc,
                      argv, run);

@@ -24,11 +24,11 @@ namespace {
 using tool::ToolError;
 using Clock = ServiceManager::Clock;
 
-/// Callers give the tool ten seconds.
+/// Callers allow the tool ten seconds.
 constexpr std::chrono::milliseconds wholeTime{7500};
 constexpr std::chrono::milliseconds patienceWithJobs{4000};
 
-/// What one run of the program acts on.
+/// The objects that one run of the program acts on.
 struct Caller {
     Domain domain;
     UnitDirectory directory;
@@ -73,8 +73,8 @@ void stop(const Caller& caller, const std::vector<std::string>& units, ServiceMa
     }
 }
 
-/// Links go first, so that nothing starts the job again; files go last, so that a run that is cut
-/// short can be repeated.
+/// Removes links first, so that nothing starts the job again, and files last, so that an
+/// interrupted run can be repeated.
 void takeDown(const Caller& caller, const std::vector<std::string>& units,
               ServiceManager& manager) {
     caller.directory.removeLinks(units);
@@ -112,11 +112,12 @@ void putUp(const std::vector<UnitFile>& units, const Caller& caller, ServiceMana
             started.push_back(unit.name);
         }
     }
-    // Once the call is over, a change to a path that is watched counts.
+    // After the call, changes to a watched path count.
     manager.start(started, caller.began + patienceWithJobs);
 }
 
-/// Files go first: whatever the manager does then, nothing of the job stays for the next log-in.
+/// Removes files first: whatever the manager does then, nothing of the job is left for the next
+/// log-in.
 void withdraw(const Caller& caller, const std::vector<std::string>& units,
               ServiceManager& manager) {
     try {

@@ -36,7 +36,7 @@ Value readJobFile(const std::string& path, MustBeSafe mustBeSafe) {
     if (mustBeSafe == MustBeSafe::yes && !isSafe(status)) {
         throw ToolError(path + ": Path had bad ownership/permissions");
     }
-    // By its descriptor, so that what is read is what was looked at.
+    // Read by descriptor, so that it is the file that was checked.
     auto content = PropertyLists().read("/proc/self/fd/" + std::to_string(file.get()));
     if (content.isNone()) {
         throw ToolError(path + ": Invalid property list");

@@ -10,8 +10,8 @@ namespace platform::native::launchctl {
 /// by nobody else.
 enum class MustBeSafe { no, yes };
 
-/// The property list in a job file. Throws tool::ToolError when there is none: no file, no regular
-/// file, no property list, or one that is not safe. Never waits for what stands at the path.
+/// Returns the property list in a job file. Throws tool::ToolError if the file is missing, not
+/// regular, not a property list, or not safe. Never blocks, whatever is at the path.
 Value readJobFile(const std::string& path, MustBeSafe mustBeSafe);
 
 } // namespace platform::native::launchctl

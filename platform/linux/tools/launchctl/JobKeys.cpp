@@ -64,7 +64,7 @@ void applyRunAtLoad(const Value& value, Draft& draft) {
     draft.startsAtLoad = flagOf(value) || draft.startsAtLoad;
 }
 
-/// The dictionary has one condition that systemd knows: how the program ended.
+/// systemd supports one condition of the dictionary: how the program ended.
 std::string_view restartCondition(const Value::Dictionary& conditions) {
     for (const auto& [name, condition] : conditions) {
         if (name != "SuccessfulExit") {
@@ -103,7 +103,8 @@ struct CalendarField {
     std::int64_t most;
 };
 
-/// A field of a calendar dictionary as systemd.time(7) writes it: two digits, or "*" when missing.
+/// Returns a field of a calendar dictionary in the syntax of systemd.time(7): two digits, or "*" if
+/// missing.
 std::string calendarField(const Value::Dictionary& moment, const CalendarField& field) {
     const auto entry = moment.find(std::string(field.name));
     if (entry == moment.end()) {
@@ -149,7 +150,7 @@ void applyMoment(const Value& value, Draft& draft) {
         const auto number = static_cast<std::size_t>(numberOf(moment.at("Weekday"), 0, 7));
         draft.timer.push_back(calendarLine(weekdays.at(number), months + "-*", time));
     }
-    // A day of the month and a weekday mean either of them, as with cron.
+    // A day of the month and a weekday together mean either of them, as in cron.
     if (hasDay || !hasWeekday) {
         draft.timer.push_back(calendarLine("", months + "-" + days, time));
     }
@@ -183,7 +184,7 @@ void applyQueueDirectories(const Value& value, Draft& draft) {
     addPaths(value, "DirectoryNotEmpty", draft);
 }
 
-/// Names that the service manager takes: those of the shell.
+/// Returns whether the service manager accepts the name: those of the shell.
 bool isVariableName(std::string_view name) {
     constexpr std::string_view firsts = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz_";
     return !name.empty() && firsts.find(name.front()) != std::string_view::npos &&

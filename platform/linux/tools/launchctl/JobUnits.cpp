@@ -12,17 +12,17 @@ namespace platform::native::launchctl {
 
 namespace {
 
-/// systemd ignores sections of such names, so that they are free for records.
+/// systemd ignores sections with such names, so they are free for records.
 constexpr std::string_view ownerSection = "\n[X-Launchd]\n";
 constexpr std::string_view labelSetting = "Label=\"";
 constexpr std::string_view jobFileSetting = "JobFile=\"";
 
 constexpr std::array suffixes = {".timer", ".path", ".service"};
 
-/// The seconds that launchd gives a job to end.
+/// The seconds that launchd allows a job to end.
 constexpr const char* defaultStopTimeout = "20";
 
-/// systemd reads no longer lines.
+/// The longest line that systemd reads.
 constexpr std::size_t longestLine = 1000000;
 
 JobError errorOfKey(const std::string& key, const Unfit& unfit) {
@@ -64,7 +64,7 @@ Draft draftOf(const Value::Dictionary& settings) {
     return draft;
 }
 
-/// "@" has the first argument apart from the path of the program, as jobs have them.
+/// "@" separates the first argument from the path of the program, as jobs do.
 std::string commandLine(const Draft& draft) {
     if (!draft.program && draft.arguments.empty()) {
         throw JobError(R"(the job has neither "Program" nor "ProgramArguments")");
@@ -99,7 +99,7 @@ std::string section(std::string_view name, const Lines& lines) {
     return text;
 }
 
-/// What every unit of a job has in common.
+/// Returns what all units of a job have in common.
 class Units {
 public:
     Units(std::string label, std::string_view jobFile)
@@ -131,7 +131,7 @@ private:
     std::vector<UnitFile> files_;
 };
 
-/// launchd never gives up a job that starts often.
+/// launchd never gives up on a job that starts often.
 constexpr const char* noStartLimit = "StartLimitIntervalSec=0\n";
 
 std::string serviceSections(const Draft& draft) {
@@ -150,7 +150,7 @@ std::string timerSections(const Draft& draft) {
     return section("Timer", lines);
 }
 
-/// The setting's value when the line holds it, all but the quote at its end.
+/// Returns the value of a setting if the line contains it, without the quote at its end.
 std::string valueOf(std::string_view text, std::string_view setting) {
     const auto line = text.find(setting);
     if (line == std::string_view::npos) {

@@ -37,8 +37,8 @@ struct FreeError {
 };
 using Error = std::unique_ptr<GError, FreeError>;
 
-/// Where the bus of the user's manager is: beside the manager's other sockets, even when the
-/// session has been given a bus of its own.
+/// Returns the address of the bus of the user's manager: next to the manager's other sockets, even
+/// if the session has its own bus.
 std::string userBusAddress() {
     const auto directory = absolutePathFromEnvironment("XDG_RUNTIME_DIR")
                                .value_or("/run/user/" + std::to_string(::geteuid()));
@@ -68,13 +68,13 @@ bool isTimeout(const GError& error) {
            g_error_matches(&error, G_DBUS_ERROR, G_DBUS_ERROR_TIMEOUT) != 0;
 }
 
-/// Rounded up, so that a timer does not go off in front of the end, to go off again as late.
+/// Rounded up, so that a timer does not fire just before the end and once more after it.
 int millisecondsUntil(Clock::time_point end) {
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now());
     return static_cast<int>(std::max<std::int64_t>(left.count(), 1));
 }
 
-/// Serves the events of the connection until there is nothing to wait for or time is up.
+/// Runs the events of the connection until there is nothing to wait for or time is up.
 template <class Done>
 bool serveUntil(Clock::time_point end, Done done) {
     const auto wakeUp = [](void*) -> gboolean { return G_SOURCE_CONTINUE; };
@@ -86,7 +86,7 @@ bool serveUntil(Clock::time_point end, Done done) {
     return done();
 }
 
-/// What becomes of connecting. Shared with a callback that may come late or never.
+/// The outcome of connecting. Shared with a callback that may come late or never.
 struct Connecting {
     bool isOver = false;
     GDBusConnection* connection = nullptr;
@@ -103,8 +103,8 @@ void connectionIsOver(GObject* /*source*/, GAsyncResult* result, void* data) {
     connecting.isOver = true;
 }
 
-/// Neither the connection nor the greeting of a bus can be given a time-out; so it is made in the
-/// background, and left there when it takes too long.
+/// Neither the connection nor the greeting of a bus supports a time-out, so connecting is done in
+/// the background, and abandoned there if it takes too long.
 GDBusConnection* connectionTo(const std::string& address, Clock::time_point deadline) {
     const auto connecting = std::make_shared<Connecting>();
     g_dbus_connection_new_for_address(
@@ -172,7 +172,7 @@ ServiceManager::ServiceManager(Domain domain, Clock::time_point deadline)
 
 ServiceManager::~ServiceManager() = default;
 
-/// Asks the bus for the manager, which a call would have the bus try to start.
+/// Asks the bus for the manager first, because a call would make the bus try to start it.
 void ServiceManager::findManager() {
     GError* raised = nullptr;
     const Reply reply(g_dbus_connection_call_sync(
@@ -227,7 +227,7 @@ void ServiceManager::reload() {
 void ServiceManager::queueJobs(const char* method, const std::vector<std::string>& units,
                                const Expected& expected) {
     jobs_.clear();
-    // The manager sends its signals only when somebody asked for them, and may be asked once.
+    // The manager sends signals only to subscribers, and a client may subscribe only once.
     if (!isSubscribed_) {
         manage("Subscribe", nullptr, "()");
         isSubscribed_ = true;

@@ -15,12 +15,12 @@
 
 namespace platform::native::launchctl {
 
-/// There is no service manager to talk to, and so nothing that it could be running.
+/// There is no service manager to talk to, and so nothing can be running.
 class NoServiceManager : public tool::ToolError {
     using tool::ToolError::ToolError;
 };
 
-/// What a manager tells of a service.
+/// The state of a service.
 struct ServiceState {
     /// Zero while the service does not run.
     std::uint32_t processId = 0;
@@ -30,14 +30,13 @@ struct ServiceState {
 
 /// A connection to systemd over the bus: org.freedesktop.systemd1(5).
 ///
-/// Every operation ends by the deadline that the connection was made with, and throws
-/// tool::ToolError when it has not been carried out by then or the manager refuses it. One thread
-/// may use it.
+/// Every operation returns by the deadline of the connection, and throws tool::ToolError if it has
+/// not been carried out by then or the manager refuses it. Not shared between threads.
 class ServiceManager {
 public:
     using Clock = std::chrono::steady_clock;
 
-    /// Throws NoServiceManager when nothing answers for the manager of a domain.
+    /// Connects to the manager of a domain. Throws NoServiceManager if nothing answers for it.
     ServiceManager(Domain domain, Clock::time_point deadline);
     ~ServiceManager();
     ServiceManager(const ServiceManager&) = delete;
@@ -45,21 +44,21 @@ public:
     ServiceManager(ServiceManager&&) = delete;
     ServiceManager& operator=(ServiceManager&&) = delete;
 
-    /// Whether there is a unit file of this name anywhere on the manager's search path.
+    /// Returns whether a unit file of this name exists anywhere on the manager's search path.
     bool hasUnitFile(const std::string& unit);
 
-    /// Has the manager read its unit files anew.
+    /// Makes the manager reload its unit files.
     void reload();
 
-    /// Has units started and waits until that is done or has failed, whichever it is, but no longer
-    /// than until `patience`.
+    /// Starts units and waits until that has succeeded or failed, but no longer than until
+    /// `patience`.
     void start(const std::vector<std::string>& units, Clock::time_point patience);
 
-    /// Stops units in their order and waits until all of their processes are gone. Those that still
-    /// run at `patience` are killed.
+    /// Stops units in order and waits until all of their processes have ended. Those that still run
+    /// at `patience` are killed.
     void stop(const std::vector<std::string>& units, Clock::time_point patience);
 
-    /// Has the manager forget that a stopped unit failed, and when its timer last elapsed.
+    /// Makes the manager forget that a stopped unit failed, and when its timer last elapsed.
     void forget(const std::string& unit);
 
     ServiceState stateOf(const std::string& service);
@@ -76,10 +75,10 @@ private:
         const char* interface;
     };
 
-    /// Names of D-Bus errors that are answers to a call.
+    /// Names of D-Bus errors that are valid answers to a call.
     using Expected = std::set<std::string>;
 
-    /// Nothing when the answer is one of the expected errors.
+    /// Returns null if the answer is one of the expected errors.
     Reply call(const Target& target, const char* method, GVariant* arguments, const char* replyType,
                const Expected& expected = {});
     Reply manage(const char* method, GVariant* arguments, const char* replyType,
@@ -92,7 +91,7 @@ private:
     std::string manager_;
     Clock::time_point deadline_;
     bool isSubscribed_ = false;
-    /// The units that are being started or stopped, by the path of the manager's job for each.
+    /// The units being started or stopped, by the path of the manager's job for each.
     std::map<std::string, std::string> jobs_;
 };
 

@@ -33,7 +33,7 @@ void require(const std::error_code& error, const std::string& path) {
     }
 }
 
-/// The owner of a unit file; an empty label for anything else at the path, links included.
+/// Returns the owner of a unit file; an empty label for anything else at the path, including links.
 Owner ownerOfFile(const fs::path& path) {
     std::error_code error;
     if (!fs::is_regular_file(fs::symlink_status(path, error))) {
@@ -59,7 +59,7 @@ void makeDirectory(const std::string& path) {
     require(makeDirectories(path, mode), path);
 }
 
-/// Leaves a directory that holds anything, and a link to a directory.
+/// Leaves a directory that is not empty, and a link to a directory.
 bool removeEmptyDirectory(const std::string& path) {
     return ::rmdir(path.c_str()) == 0;
 }

@@ -8,22 +8,22 @@
 namespace platform::native::launchctl {
 
 /// The directory where a service manager finds the units of jobs: the unit files, and the links by
-/// which targets want them. Only units that bear their job's record are ever changed.
+/// which targets want them. Only units that contain their job's record are ever changed.
 class UnitDirectory {
 public:
     /// `path` need not exist yet.
     explicit UnitDirectory(std::string path) : path_(std::move(path)) {}
 
-    /// The names of those units of a job that stand in the directory.
+    /// Returns the names of the units of a job that exist in the directory.
     std::vector<std::string> unitsOf(const std::string& label) const;
 
-    /// Whether anything stands in the directory under the name of a unit.
+    /// Returns whether the directory has an entry with the name of a unit.
     bool has(const std::string& unit) const;
 
-    /// The owners of all of the services in the directory that are of jobs.
+    /// Returns the owners of all services in the directory that belong to jobs.
     std::vector<Owner> owners() const;
 
-    /// Writes units and their links. Throws tool::ToolError when one cannot be written.
+    /// Writes units and their links. Throws tool::ToolError if one cannot be written.
     void write(const std::vector<UnitFile>& units) const;
 
     /// Removes the links to units, so that nothing starts them. Throws tool::ToolError.
@@ -32,7 +32,7 @@ public:
     /// Removes unit files. Throws tool::ToolError.
     void remove(const std::vector<std::string>& units) const;
 
-    /// Removes the directory, and the one that holds it, when nothing is in them.
+    /// Removes the directory, and its parent, if they are empty.
     void removeIfEmpty() const;
 
 private:

@@ -18,14 +18,14 @@ bool isControl(char character) {
     return byte < 0x20 || byte == 0x7F;
 }
 
-/// "\x" and two hexadecimal digits.
+/// Returns "\x" and two hexadecimal digits.
 std::string hexadecimal(char character) {
     constexpr std::string_view digits = "0123456789abcdef";
     const auto byte = static_cast<unsigned char>(character);
     return {'\\', 'x', digits[byte >> 4U], digits[byte & 0xFU]};
 }
 
-/// Code points that are kept for programs' own use, which systemd takes for a fault of the text.
+/// Noncharacters, which systemd rejects as invalid text.
 bool isNonCharacter(char32_t codePoint) {
     return (codePoint & 0xFFFEU) == 0xFFFEU || (codePoint >= 0xFDD0 && codePoint <= 0xFDEF);
 }
@@ -71,7 +71,8 @@ std::string doubled(std::string_view text, std::string_view characters) {
     return result;
 }
 
-/// In double quotes, with what would end them or the line escaped.
+/// Returns the text in double quotes, with characters escaped that would end the quotes or the
+/// line.
 std::string inQuotes(std::string_view text) {
     std::string result = "\"";
     for (const char character : text) {
@@ -141,7 +142,7 @@ std::string programWord(std::string_view path) {
         requirePath(path);
     }
     requireLine(path);
-    // Quoted or not, systemd runs no such program.
+    // Quoted or not, systemd does not run such a program.
     if (path.find_first_of("\"'\\") != std::string_view::npos) {
         throw Unfit("must not hold quotes or backslashes");
     }

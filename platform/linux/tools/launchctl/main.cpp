@@ -4,7 +4,7 @@
 #include <sys/stat.h>
 
 int main(int argc, char** argv) {
-    // Unit files are read by more than their owner.
+    // Others than their owner read unit files.
     ::umask(S_IWGRP | S_IWOTH);
     return platform::native::tool::run("launchctl",
                                        "launchctl load FILE | unload FILE | remove LABEL | list",
