@@ -36,8 +36,8 @@ constexpr Base libraryUser = {QFLocalPaths::libraryDirectory, Domain::user};
 
 enum class Condition { always, shared };
 
-/// A line of the plan's table. It stands for one row for each of `names`, in that order, whose name
-/// is prefix + name + suffix; a kill is one row for all of them, with the prefix as its tool.
+/// A step, one line of the plan's table. It expands to one row for each of `names`, in order, whose
+/// name is prefix + name + suffix; a kill is one row for all of them, with the prefix as its tool.
 struct PlanStep {
     PlanAction action;
     Condition condition;
@@ -51,8 +51,8 @@ constexpr auto applications = std::to_array<std::string_view>(
     {"Dunmarl", "Ospenth", "Vellicor", "Harrowin", "Caddamir", "Stelbrin", "Frensow", "Gilrath",
      "Lunevar", "Pemmick", "Torvast"});
 
-/// The seventh name is two applications' names with nothing between them, so that neither of the
-/// two is stopped.
+/// The seventh name is two applications' names without a separator, so neither of the two is
+/// stopped.
 constexpr auto processes = std::to_array<std::string_view>(
     {"Dunmarl", "DunmarlHelper", "Ospenth", "Vellicor", "Quillfen App Launcher",
      "Quillfen Software Update", "HarrowinStelbrin", "Caddamir", "Frensow", "Gilrath", "Lunevar",
@@ -61,7 +61,7 @@ constexpr auto processes = std::to_array<std::string_view>(
 constexpr auto applicationsWithRecentItems = std::to_array<std::string_view>(
     {"Ospenth", "Vellicor", "Stelbrin", "Frensow", "Gilrath", "Pemmick", "Torvast"});
 
-/// The machine-wide preferences go in an order of their own: Stelbrin before Caddamir.
+/// The machine-wide preferences have an order of their own: Stelbrin before Caddamir.
 constexpr auto applicationsWithMachinePreferences = std::to_array<std::string_view>(
     {"Dunmarl", "Ospenth", "Vellicor", "Harrowin", "Stelbrin", "Caddamir", "Frensow", "Gilrath",
      "Lunevar", "Pemmick", "Torvast"});
@@ -110,7 +110,8 @@ PlanRow killRow(const PlanStep& step) {
     return {step.action, std::string(step.prefix), {step.names.begin(), step.names.end()}};
 }
 
-/// The row of one of a step's names; `directory` is the base's, empty when the step has none.
+/// Returns the row of one of a step's names; `directory` is the base's, empty if the step has no
+/// base.
 PlanRow row(const PlanStep& step, const std::string& directory, std::string_view name) {
     const auto full = std::string(step.prefix).append(name).append(step.suffix);
     if (step.action == PlanAction::trashMatching) {
@@ -139,7 +140,7 @@ std::vector<std::string> pathOfApplication(const std::string& bundleIdentifier) 
     return path ? std::vector{*path} : std::vector<std::string>();
 }
 
-/// The receipts that begin with the prefix, in the order of the listing.
+/// Returns the receipts that begin with the prefix, in the order of the listing.
 std::vector<std::string> pathsOfReceipts(const std::string& library, const std::string& prefix) {
     const auto entries = platform::service<platform::FileSystem>().contentsOfDirectory(
         platform::path::appending(library, "Receipts"));
