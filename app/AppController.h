@@ -9,16 +9,16 @@ class Window;
 
 class PlanObserver;
 
-/// Owns the flow of the uninstaller: the main window, one run of the plan on a worker thread while
-/// the progress window is shown, the completion alert, the end.
+/// Controls the flow of the uninstaller: the main window, one run of the plan on a worker thread
+/// while the progress window is shown, the completion alert, termination.
 ///
-/// It keeps no state but its outlets: windowMain, removeSharedCheck, windowProgress and
-/// progressBar. Every result of the plan is ignored, so the run always ends with the same alert.
+/// Its only state is its outlets: windowMain, removeSharedCheck, windowProgress and progressBar.
+/// Every result of the plan is ignored, so the run always ends with the same alert.
 class AppController {
 public:
     /// Connects the four outlets and the two actions, "uninstall:" and "cancel:". Throws
-    /// platform::Exception when the interface lacks one of them. The observer is told of the run.
-    /// Both outlive this. Main thread only.
+    /// platform::Exception if the interface lacks one of them. The observer is notified of the run.
+    /// Both must outlive this object. Main thread only.
     AppController(platform::Interface& interface, PlanObserver& observer);
 
     /// Called when the interface has been loaded; there is nothing to prepare.
@@ -28,7 +28,7 @@ public:
     /// thread; returns at once. The action of the uninstall button. Main thread only.
     void uninstall();
 
-    /// The worker's body: reads the checkbox once, walks the plan, then has endProgress() run on
+    /// Runs the worker's body: reads the checkbox once, walks the plan, then runs endProgress() on
     /// the main thread and waits for it. Worker thread only.
     void beginUninstall();
 

@@ -25,8 +25,8 @@ Paths agentFile(const std::string& label) {
                    : Paths{};
 }
 
-/// Where a row looks for what it takes away; a row that the system cannot look up has no place, as
-/// the walk goes on without it.
+/// Returns where a row looks for what it takes away. A row that the system cannot look up has no
+/// place, since the walk skips it.
 Paths placesOf(const PlanRow& row) {
     try {
         return row.action == PlanAction::removeAgent ? agentFile(row.subject) : pathsToTrash(row);
@@ -36,7 +36,7 @@ Paths placesOf(const PlanRow& row) {
     }
 }
 
-/// The size of an item with all that is in it; links are not followed.
+/// Returns the size of an item with its contents; does not follow links.
 std::uint64_t sizeOf(const std::string& path) {
     const auto attributes = platform::service<platform::FileSystem>().attributesOfItem(path);
     if (attributes && attributes->kind != ItemKind::directory) {
@@ -54,7 +54,7 @@ std::uint64_t sizeOf(const std::string& path) {
     return size;
 }
 
-/// Takes down one row of the plan after another.
+/// Records one row of the plan after another.
 class Taking {
 public:
     explicit Taking(Sizes sizes) : sizes_(sizes) {}

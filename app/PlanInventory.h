@@ -2,9 +2,9 @@
 
 #include "app/Inventory.h"
 
-/// What a run of the uninstall plan would take away from this machine.
+/// The inventory of the uninstall plan on this machine.
 class PlanInventory final : public Inventory {
 public:
-    /// A row of the plan gives one row, but for matching receipts, which give one each.
+    /// Returns one row for each row of the plan, except that matching receipts have one row each.
     std::vector<InventoryRow> take(RemoveShared removeShared, Sizes sizes) override;
 };

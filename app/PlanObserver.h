@@ -6,8 +6,8 @@
 
 struct PlanRow;
 
-/// Is told what a walk of the plan does, while it does it. Every member is called on the walk's
-/// thread, which goes on when it returns, and does nothing unless overridden.
+/// Is notified while the plan is walked. Every member is called on the walk's thread, which
+/// continues when it returns, and does nothing unless overridden.
 class PlanObserver {
 public:
     PlanObserver() = default;
@@ -23,6 +23,6 @@ public:
     virtual void itemBegan(const std::string& /*path*/) {}
     virtual void itemEnded(const std::string& /*path*/, const TrashResult& /*result*/) {}
 
-    /// The row is done, also when an exception ended it.
+    /// The row is done, even if an exception ended it.
     virtual void rowEnded(const PlanRow& /*row*/) {}
 };

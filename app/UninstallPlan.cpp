@@ -46,7 +46,8 @@ PlanRow killRow(const PlanStep& step) {
     return {step.action, std::string(step.prefix), {step.names.begin(), step.names.end()}};
 }
 
-/// The row of one of a step's names; `directory` is the base's, empty when the step has none.
+/// Returns the row of one of a step's names; `directory` is the base's, empty if the step has no
+/// base.
 PlanRow row(const PlanStep& step, const std::string& directory, std::string_view name) {
     const auto full = std::string(step.prefix).append(name).append(step.suffix);
     if (step.action == PlanAction::trashMatching) {
@@ -74,7 +75,7 @@ std::vector<std::string> pathOfApplication(const std::string& bundleIdentifier) 
     return path ? std::vector{*path} : std::vector<std::string>();
 }
 
-/// The receipts that begin with the prefix, in the order of the listing.
+/// Returns the receipts that begin with the prefix, in the order of the listing.
 std::vector<std::string> pathsOfReceipts(const std::string& library, const std::string& prefix) {
     const auto entries = platform::service<platform::FileSystem>().contentsOfDirectory(
         platform::path::appending(library, "Receipts"));

@@ -12,7 +12,7 @@ platform::Application& application() {
     return platform::service<platform::Application>();
 }
 
-/// On a thread of its own: alerts may be asked for from any.
+/// Runs on a thread of its own: any thread may show an alert.
 void askAndTerminate() {
     // After a second the default button answers.
     const int answer = QFAlert::timedAlertSheetWithMessageText(

@@ -9,8 +9,8 @@ const char* yesOrNo(bool answer) {
     return answer ? "yes" : "no";
 }
 
-/// Moves an item into the Trash that the user alone may not move. The first operation of this kind
-/// asks for an administrator's password; the right is then held until authEnd().
+/// Moves an item that the user may not move into the Trash. The first operation of this kind asks
+/// for an administrator's password; the right is then held until authEnd().
 int trashAsAdministrator(const std::string& path) {
     auto& authorization = QFAuthorization::sharedController();
     const bool isStarted = authorization.authTrashFile(path);
@@ -24,7 +24,7 @@ int explain() {
     auto& authorization = QFAuthorization::sharedController();
     std::cout << "may ask: " << yesOrNo(authorization.canAuthorize()) << '\n'
               << "authorized: " << yesOrNo(authorization.isAuthorized()) << '\n';
-    // Refused before anybody is asked.
+    // Refused without asking anybody.
     std::cout << "a system folder removed: "
               << yesOrNo(authorization.authRemoveFile("/System/Library")) << '\n';
     return 0;

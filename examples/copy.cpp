@@ -7,12 +7,12 @@
 
 namespace {
 
-/// Who follows the copy; every operation may be left out.
+/// Receives the copy's progress; every operation may be left out.
 std::shared_ptr<FileCopyDelegate> observer() {
     auto delegate = std::make_shared<FileCopyDelegate>();
 
-    // These two are called on other threads every now and then, which does not hold the copy up,
-    // and the first once more at the end. To answer false is to cancel.
+    // These two are called on other threads from time to time, without delaying the copy, and the
+    // first once more at the end. Returning false cancels.
     delegate->fileCopyBytesWritten = [](std::uint64_t bytes, const FileCopySettings&) {
         std::cout << "bytes: " << bytes << '\n';
     };
@@ -33,15 +33,15 @@ int backUp() {
     std::ofstream(recording) << "hardly a sound\n";
 
     // The file is read once, whatever the number of copies. Each copy is read back and compared;
-    // one that differs is told to the delegate and does not stop the others. Directories that are
-    // missing are made.
+    // one that differs is reported to the delegate and does not stop the others. Missing
+    // directories are created.
     const std::vector<std::string> copies{home + "/disk 1/recording.wav",
                                           home + "/disk 2/recording.wav"};
     const bool copied = QFFileManager::copyFileWithProgress(
         recording, copies, VerificationType::md5, observer(), {}, {});
     std::cout << "copied: " << copied << '\n';
 
-    // The digest of a file, at any other time.
+    // The digest of any file.
     std::cout << "digest: " << QFFileManager::md5HashForFile(copies.back()).value_or("none")
               << '\n';
     return 0;

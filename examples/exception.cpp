@@ -11,7 +11,7 @@ void playTrack(int track) {
 }
 
 int play() {
-    // From here on an exception that nobody catches is logged before it ends the process.
+    // From here on an uncaught exception is logged before it ends the process.
     QFLog::createNewLog("player");
     try {
         playTrack(13);

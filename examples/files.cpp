@@ -12,8 +12,9 @@ int tidyUp() {
     std::ofstream(file) << "not needed any more\n";
     std::cout << "there: " << QFFileManager::fileExistsAtPath(file) << '\n';
 
-    // Into the Trash, from where the desktop restores it. Without ShouldAuth::no an item that the
-    // user may not move would be moved with an administrator's right, which is asked for.
+    // Into the Trash, from where the desktop can restore it. Without ShouldAuth::no, an item that
+    // the user may not move would be moved with an administrator's right, after a question for the
+    // password.
     std::cout << "moved: " << QFFileManager::trashFile(file, ShouldAuth::no) << '\n';
     std::cout << "there: " << QFFileManager::fileExistsAtPath(file) << '\n';
     std::cout << "in the Trash: "

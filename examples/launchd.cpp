@@ -16,17 +16,17 @@ int startAndRemoveUpdater() {
         {"StartInterval", 86400},
     };
 
-    // Writes the job's file and has the service manager load it. What the service manager answers
-    // is not looked at. With ShouldAuth::yes a file that the user may not write is written with an
-    // administrator's right; the last argument names a process to end before the job is loaded.
+    // Writes the job's file and has the service manager load it, ignoring its status. With
+    // ShouldAuth::yes, a file that the user may not write is written with an administrator's right.
+    // The last argument names a process to end before the job is loaded.
     const bool started = QFLaunchd::startJob(label, job, Domain::user, LaunchAgent::yes,
                                              ShouldAuth::no, std::nullopt);
     std::cout << "started: " << started << '\n';
     std::cout << "installed: " << QFFileManager::fileExistsAtPath(file) << '\n';
 
-    // Stops the job, if the service manager has it, and deletes its file. With ShouldAuth::yes a
-    // file that the user may not delete is deleted with an administrator's right, and an alert
-    // reports one that remains.
+    // Stops the job, if it is loaded, and deletes its file. With ShouldAuth::yes, a file that the
+    // user may not delete is deleted with an administrator's right, and an alert reports a file
+    // that remains.
     QFLaunchd::removeJob(label, Domain::user, LaunchAgent::yes, ShouldAuth::no);
     std::cout << "installed: " << QFFileManager::fileExistsAtPath(file) << '\n';
     return 0;

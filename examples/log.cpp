@@ -11,7 +11,7 @@ int play() {
     QFLog::appendLog("Playing %@, track %d of %d", "overture.wav", 3, 12);
     QFLog::fastAppendLog("Never waits, so it may be called where audio is played");
     QFLog::appendLogAndPrint("In the log and on standard output");
-    // What comes from outside is an argument, never the format.
+    // Text from outside is an argument, never the format.
     const std::string title = "100%d";
     QFLog::appendLog("Title: %@", title);
 

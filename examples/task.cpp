@@ -7,7 +7,7 @@
 
 namespace {
 
-/// Receives a tool's output piece by piece; no bytes are the end.
+/// Receives a tool's output piece by piece; an empty piece is the end.
 class Listener final : public platform::Delegate {
 public:
     bool respondsTo(const std::string& selector) const override {
@@ -41,7 +41,7 @@ int run() {
     const int status = QFTaskEx::terminationCodeFromTask("/bin/sh", {"-c", "exit 3"});
     std::cout << "status: " << status << std::endl;
 
-    // A tool that takes too long is ended, and what it said until then is the answer.
+    // A tool that takes too long is ended, and its output until then is returned.
     const auto begun = QFTaskEx::stringFromTask("/bin/sh", {"-c", "echo begun; exec sleep 600"},
                                                 platform::Timeout(1));
     std::cout << "in time: " << *begun;

@@ -56,7 +56,7 @@ void addOptions(CLI::App& app, Options& options) {
     terminal->excludes(uninstall);
 }
 
-/// What the library's own rules cannot say: one of several options is needed.
+/// Checks a rule that the library cannot express: one of several options is needed.
 void checkTogether(const Options& options) {
     if (options.removeShared && !options.uninstall && !options.terminal && !options.list) {
         throw CLI::RequiresError("--remove-shared", "--uninstall, --terminal or --list");

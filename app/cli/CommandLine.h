@@ -6,7 +6,7 @@
 
 namespace cli {
 
-/// What the program was told on its command line.
+/// The options on the program's command line.
 struct Options {
     bool uninstall = false;
     bool removeShared = false;
@@ -18,11 +18,11 @@ struct Options {
     std::optional<std::string> report;
 };
 
-/// The options, or the status with which the process ends at once: help or the version was printed
-/// on standard output, or a line on standard error says what is wrong.
+/// Returns the options, or the status with which the process must end at once: help or the version
+/// was printed on standard output, or an error on standard error.
 std::variant<Options, int> parseCommandLine(int argc, char** argv, const std::string& version);
 
-/// The option that has a program without a display ask on the terminal.
+/// The option that makes the program ask on the terminal.
 inline constexpr const char* terminalOption = "--terminal";
 
 } // namespace cli

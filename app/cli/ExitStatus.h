@@ -2,7 +2,7 @@
 
 namespace cli {
 
-/// What the process ends with, for those who start it. The numbers are part of the interface.
+/// The process's exit statuses. The numbers are part of the interface.
 enum class ExitStatus {
     complete = 0,
     failed = 1,

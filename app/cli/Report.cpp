@@ -22,7 +22,7 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-/// Counts up when a program that reads the documents would have to be changed.
+/// Increased whenever programs that read the documents would have to change.
 constexpr int formatVersion = 1;
 constexpr int indentation = 2;
 
@@ -128,7 +128,7 @@ std::string lineOf(const InventoryRow& row) {
            platform::text::printable(what) + '\n';
 }
 
-/// A moment as ISO 8601 has it, in UTC.
+/// Returns a date in ISO 8601 format, in UTC.
 std::string timestamp(platform::Date date) {
     const auto seconds = std::chrono::system_clock::to_time_t(date);
     std::tm parts{};
@@ -138,7 +138,7 @@ std::string timestamp(platform::Date date) {
     return text.data();
 }
 
-/// What every document begins with.
+/// Returns the head of every document.
 Json frame(RemoveShared removeShared) {
     auto& system = platform::service<platform::SystemInformation>();
     return {

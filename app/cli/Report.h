@@ -27,19 +27,20 @@ struct RowOutcome {
     std::string reason;
 };
 
-/// What became of each row, from how it stood before the run, what was seen during it and what
-/// stands there now. An item of a repeated row that has gone was absent when that row came.
+/// Returns what became of each row, from its state before the run, what was observed during the
+/// run, and what exists now. An item of a repeated row that is gone was absent when that row was
+/// performed.
 std::vector<RowOutcome> outcomesOf(const std::vector<InventoryRow>& before,
                                    const RunObserver& observer);
 
-/// The rows as lines for a person, the sums last.
+/// Returns the rows as lines for a person, with the sums last.
 std::string listAsText(const std::vector<InventoryRow>& rows);
 
-/// The rows as a JSON document for programs.
+/// Returns the rows as a JSON document for programs.
 std::string listAsJson(const std::vector<InventoryRow>& rows, RemoveShared removeShared);
 
-/// A run's report as a JSON document for programs. `result` is "running", "cancelled", "complete"
-/// or "leftInPlace".
+/// Returns a run's report as a JSON document for programs. `result` is "running", "cancelled",
+/// "complete" or "leftInPlace".
 std::string reportAsJson(const std::string& result, RemoveShared removeShared,
                          const std::vector<RowOutcome>& outcomes);
 

@@ -20,7 +20,8 @@ constexpr const char* leftInPlace = "Left in place:";
     throw platform::Exception("QFReportUnwritable", "cannot write the report " + file + ": " + why);
 }
 
-/// Where the report goes, whatever the working directory becomes; empty where none is wanted.
+/// Returns the report's absolute path, so that the working directory may change; empty if no report
+/// is wanted.
 std::string reportPath(const Options& options) {
     if (!options.report) {
         return {};

@@ -11,24 +11,23 @@
 
 namespace cli {
 
-/// What is written down of one run: what stood where before it, and what became of that. Main
-/// thread only.
+/// Records one run: what existed before it, and what became of that. Main thread only.
 class Run {
 public:
-    /// What it is given outlives it. Throws as prepare() does where a relative report has no
+    /// The arguments must outlive this object. Throws as prepare() does if a relative report has no
     /// directory.
     Run(const Options& options, Inventory& inventory, const RunObserver& observer,
         TextOutput& output);
 
-    /// Writes a report that the run goes on. Throws platform::Exception "QFReportUnwritable", whose
-    /// reason says why, when that cannot be done. Nothing is written where no report is wanted.
+    /// Writes a report that the run is under way, if a report is wanted. Throws platform::Exception
+    /// "QFReportUnwritable", whose reason says why, if that fails.
     void prepare();
 
-    /// Takes down what stands where; the run is about to begin.
+    /// Records what exists where. Call it right before the run begins.
     void begin(RemoveShared removeShared);
 
-    /// Looks at what became of it all, tells the person what was left in place, writes the report,
-    /// and gives the status. Throws as prepare() does.
+    /// Looks at what became of the items, tells the person what was left in place, writes the
+    /// report, and returns the status. Throws as prepare() does.
     ExitStatus finish();
 
 private:

@@ -4,7 +4,8 @@ namespace cli {
 
 namespace {
 
-/// What a person is told about the administrator's right that was not to be had, or did not help.
+/// Returns the text for the person about an administrator's right that was not obtained, or did not
+/// help.
 const char* explanationOf(platform::AuthorizationStatus right) {
     switch (right) {
     case platform::errAuthorizationSuccess:

@@ -8,22 +8,24 @@
 
 namespace cli {
 
-/// Remembers what came of each item, and has the run wait for the tools that move items with the
-/// administrator's right.
+/// Remembers what became of each item, and makes the run wait for the tools that move items with
+/// the administrator's right.
 ///
 /// The walk's thread calls it during the run, any one thread when the run has ended.
 class RunObserver : public PlanObserver {
 public:
     void itemEnded(const std::string& path, const TrashResult& result) override;
 
-    /// Whether the item at the path was moved into the Trash by the user who runs the process.
+    /// Returns whether the item at the path was moved into the Trash by the user who runs the
+    /// process.
     bool wasMoved(const std::string& path) const;
 
-    /// Why the item at the path was not moved, in the user's words; empty when nobody tried to.
+    /// Returns why the item at the path was not moved, in the user's words; empty if no attempt was
+    /// made.
     std::string whyNotMoved(const std::string& path) const;
 
 private:
-    /// What became of the attempts to move an item.
+    /// The results of the attempts to move an item.
     struct Attempts {
         bool succeeded = false;
         std::string failure;

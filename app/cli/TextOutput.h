@@ -4,16 +4,16 @@
 
 namespace cli {
 
-/// Where a person reads what has become of a run.
+/// Where a person reads the result of a run.
 class TextOutput {
 public:
     virtual ~TextOutput() = default;
 
-    /// Writes text that may be broken between words; the lines of one that begins with spaces begin
+    /// Writes text that may be wrapped between words; if it begins with spaces, every line begins
     /// with as many.
     virtual void paragraph(std::string_view text) = 0;
 
-    /// Writes one line that is not broken, such as one with a path.
+    /// Writes one line that is never wrapped, such as a path.
     virtual void line(std::string_view text) = 0;
 
     /// Writes an empty line.

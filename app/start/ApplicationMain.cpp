@@ -27,13 +27,14 @@ using cli::ExitStatus;
 namespace qt = platform::qt;
 namespace terminal = platform::terminal;
 
-/// Says on standard error, in the user's characters, why there is nothing more to come.
+/// Writes to standard error, in the user's encoding, why the program ends.
 void reportFailure(const std::string& reason) {
     const auto line = qt::applicationName() + ": " + platform::text::printable(reason) + '\n';
     std::cerr << terminal::inUsersCharacters(line) << std::flush;
 }
 
-/// Asks on the terminal after all, in this process's place. It ends where there is no terminal.
+/// Replaces this process by one that asks on the terminal after all. That one ends if there is no
+/// terminal.
 [[noreturn]] void askOnTerminal(const std::string& program, const std::string& whyNoDisplay) {
     reportFailure("no display: " + whyNoDisplay);
     if (terminal::Dialogue::isTerminal()) {
@@ -53,7 +54,8 @@ int run(int argc, char** argv, const cli::Options& options, const std::string& i
     if (options.uninstall || options.terminal || canOnlyUseTerminal) {
         return static_cast<int>(terminalMain(options, interfaceFile, inventory, awake));
     }
-    // Windows tell nothing of a run; its thread may still call the observer when this returns.
+    // Windows report nothing of a run. Its thread may still call the observer when this function
+    // returns.
     static auto& nobody = *new PlanObserver;
     return qt::windowedMain(
         argc, argv, interfaceFile,

@@ -7,17 +7,18 @@
 
 namespace start {
 
-/// Runs the application to its end, as the command line says, and gives the process's exit status.
+/// Runs the application to its end, as the command line says, and returns the process's exit
+/// status.
 ///
-/// On a desktop: puts the user interface behind its ports, loads the interface file, hands it to
-/// `awake`, which makes the application's controller out of it, shows the main window, whose outlet
-/// is "windowMain", and runs the event loop until the application terminates. Without a display,
-/// and when it is told to, the same on the terminal, or without a question. `inventory` tells what
+/// On a desktop: installs the user interface behind its ports, loads the interface file, passes it
+/// to `awake`, which creates the application's controller, shows the main window, whose outlet is
+/// "windowMain", and runs the event loop until the application terminates. Without a display, or if
+/// an option says so, does the same on the terminal or without questions. `inventory` reports what
 /// a run would do, for lists and reports.
 ///
-/// When it cannot begin, one line on standard error says why: with an interface file that lacks
-/// what the controller asks for, while another process of the same user runs the application, or
-/// with nobody to ask. The statuses are those that the option --help explains.
+/// If it cannot begin, one line on standard error says why: the interface file lacks what the
+/// controller needs, another process of the same user runs the application, or there is nobody to
+/// ask. The option --help explains the statuses.
 int applicationMain(int argc, char** argv, const std::string& interfaceFile, Inventory& inventory,
                     const Awake& awake);
 

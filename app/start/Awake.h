@@ -9,8 +9,8 @@ class PlanObserver;
 
 namespace start {
 
-/// Makes the application's controller of the loaded interface; the observer is told of its run.
-/// Both outlive the controller. Called once, on the main thread.
+/// Creates the application's controller from the loaded interface; the observer is notified of its
+/// run. Both outlive the controller. Called once, on the main thread.
 using Awake = std::function<void(platform::Interface&, PlanObserver&)>;
 
 } // namespace start

@@ -23,7 +23,7 @@ constexpr const char* removeSharedOutlet = "removeSharedCheck";
 
 constexpr const char* goesOn = "What has begun goes on to its end.";
 
-/// What stands behind the ports. Threads may still call it when the event loop has ended.
+/// The implementations of the ports. Threads may still call them after the event loop has ended.
 struct UserInterface {
     terminal::Manner manner;
     terminal::Screen screen;
@@ -47,7 +47,7 @@ struct UserInterface {
     }
 };
 
-/// What a run tells, on the screen.
+/// Shows a run's progress on the screen.
 class ScreenOutput : public cli::TextOutput {
 public:
     explicit ScreenOutput(terminal::Screen& screen) : screen_(screen) {}

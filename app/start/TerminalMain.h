@@ -9,16 +9,16 @@
 
 namespace start {
 
-/// Prints what a run would take away on standard output. Nothing is changed, and no right is asked
-/// for. Throws platform::Exception "QFListUnwritable" when not all of it could be written.
+/// Prints what a run would take away on standard output. Changes nothing, and asks for no right.
+/// Throws platform::Exception "QFListUnwritable" if not all of it could be written.
 cli::ExitStatus listMain(const cli::Options& options, Inventory& inventory);
 
-/// Runs the application on the terminal to its end: with questions, or without any when the options
-/// say "uninstall".
+/// Runs the application on the terminal to its end, with questions or, if the options say
+/// "uninstall", without any.
 ///
-/// As applicationMain() with the windows of a terminal. A report is written before
-/// anything else, so that one that cannot be written ends the run before it has begun. Throws
-/// platform::Exception when the interface file lacks what the controller asks for.
+/// Works as applicationMain(), with the windows of a terminal. Writes a report before anything
+/// else, so that one that cannot be written ends the run before it has begun. Throws
+/// platform::Exception if the interface file lacks what the controller needs.
 cli::ExitStatus terminalMain(const cli::Options& options, const std::string& interfaceFile,
                              Inventory& inventory, const Awake& awake);
 

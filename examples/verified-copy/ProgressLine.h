@@ -5,17 +5,18 @@
 #include <mutex>
 #include <string>
 
-/// One line on standard error that tells how far a copy is, how fast it goes and how long it will
-/// take. Any thread may call every member.
+/// One line on standard error that shows a copy's progress, speed and remaining time. Any thread
+/// may call every member.
 class ProgressLine {
 public:
-    /// For so many bytes; the clock starts now. A line that is hidden is never shown.
+    /// Starts the clock for so many bytes. A hidden line is never shown.
     ProgressLine(std::uint64_t total, bool hidden) : total_(total), hidden_(hidden) {}
 
-    /// So many bytes are done. Reports may come out of order and late: only the furthest counts.
+    /// Reports that so many bytes are done. Reports may arrive out of order and late: only the
+    /// furthest counts.
     void report(std::uint64_t bytes);
 
-    /// Leaves the line as it is; what is reported from now on is not shown.
+    /// Leaves the line as it is; later reports are not shown.
     void end();
 
 private:

@@ -1,4 +1,4 @@
-// Copies one file to several places at once and tells whether each copy is what was read.
+// Copies one file to several places at once and reports whether each copy equals the source.
 
 #include "examples/verified-copy/ProgressLine.h"
 #include "platform/StartUp.h"
@@ -59,7 +59,7 @@ void describe(CLI::App& parser, Options& options) {
     parser.add_flag("--quiet", options.quiet, "show no progress");
 }
 
-/// The full path of each copy.
+/// Returns the full path of each copy.
 std::vector<std::string> fullPaths(const Options& options) {
     std::vector<std::string> paths;
     for (const auto& destination : options.destinations) {
@@ -69,7 +69,7 @@ std::vector<std::string> fullPaths(const Options& options) {
     return paths;
 }
 
-/// What the copy tells about itself while and after it is made.
+/// Returns a delegate for the copy's progress and result.
 struct Observation {
     std::shared_ptr<ProgressLine> progress;
     Value sourceDigest;
@@ -98,7 +98,7 @@ std::string textOf(const Value& value) {
     return text != nullptr ? *text : std::string();
 }
 
-/// One line for the source and one for each copy, as the digest programs print them.
+/// Prints one line for the source and one for each copy, in the format of the digest programs.
 void printDigests(const std::string& source, const std::vector<std::string>& copies,
                   const Observation& observation) {
     const auto* digests = observation.digests.as<Value::Array>();

@@ -39,8 +39,8 @@ QFAlert::Text textOf(const Value& request, const char* key) {
     return value != nullptr ? QFAlert::Text(*value) : std::nullopt;
 }
 
-/// The informative text passes the formatter twice: once as the argument of "%@", and once as the
-/// format that the platform fills with no arguments.
+/// The informative text is formatted twice: once as the argument of "%@", and once as the format
+/// that the platform fills with no arguments.
 platform::AlertDescription description(const Value& request) {
     const auto informative =
         platform::format("%@", textOf(request, "informativeText").value_or(std::string()));
@@ -52,7 +52,7 @@ platform::AlertDescription description(const Value& request) {
             .suppressionKey = textOf(request, "suppressionBinding")};
 }
 
-/// Deletes an alert on the main thread, whichever thread lets go of it last.
+/// Deletes an alert on the main thread, whichever thread releases it last.
 void deleteOnMainThread(AlertPanel* panel) {
     const auto wait = application().isMainThread() ? Wait::untilDone : Wait::no;
     application().performOnMainThread([panel] { delete panel; }, wait);

@@ -19,39 +19,40 @@ class Window;
 /// Whether a request for an alert returns at once or with the answer.
 enum class Block { no, yes };
 
-/// Shows a message to the user, attached to a window or on its own, from any thread, and can wait
-/// for the answer.
+/// A message to the user, attached to a window or on its own. It can be shown from any thread,
+/// which can wait for the answer.
 ///
 /// An answer is 1 for the default button, 0 for the alternate one and -1 for the other one. A
-/// request that shows nothing or does not wait gives -1 too. A blocking request that is made on the
-/// main thread keeps the user interface going while it waits; elsewhere the thread sleeps, so the
-/// main thread must run its event loop.
+/// request that shows nothing or does not wait returns -1 too. A blocking request on the main
+/// thread keeps handling events while it waits; on another thread it sleeps, so the main thread
+/// must run its event loop.
 ///
-/// Texts are UTF-8, shown as they stand, and may be nil: a message or informative text that is
-/// missing is empty, a missing default title is the system's own ("OK"), and a missing alternate or
-/// other title means that there is no such button. The informative text is a format without
-/// arguments: "%%" in it shows as one percent sign.
+/// Texts are UTF-8, shown unchanged, and may be nil: a missing message or informative text is
+/// empty, a missing default title is the system's own ("OK"), and a missing alternate or other
+/// title means that there is no such button. The informative text is a format without arguments:
+/// "%%" in it is shown as one percent sign.
 class QFAlert final : public platform::Delegate, public std::enable_shared_from_this<QFAlert> {
 public:
     /// A text of an alert, which may be nil.
     using Text = std::optional<std::string>;
 
-    /// The completion operation of an alert whose caller names none. Its arguments, and those of
-    /// any other, are the platform's alert (a Value::Object that holds a platform::AlertPanel), the
-    /// answer (an integer) and nothing.
+    /// The default completion operation. The arguments of every completion operation are the
+    /// platform's alert (a Value::Object that holds a platform::AlertPanel), the answer (an
+    /// integer) and no value.
     static constexpr const char* alertDidEndSelector = "alertDidEnd:returnCode:contextInfo:";
 
-    /// Shows an alert. Every shorter member ends here. Any thread.
+    /// Shows an alert. Every shorter member calls this one. Any thread.
     ///
     /// The alert is attached to `parentWindow`, which comes to the front for it, unless that is
     /// null or has an alert already. When it is answered, `delegate`, which is not owned and is the
     /// alert itself when null, performs the operation `didEndSelector` on the main thread. A
     /// delegate that does not know the operation gets no alert: the console says so.
     ///
-    /// With Block::yes the answer is awaited. It is what the alert object was told, so a delegate
-    /// of the caller's own must set returnCode and alertEnded of `alertObject` for the wait to end.
-    /// `alertObject` is the object to use, null for a new one. `suppressionBinding` is the
-    /// preference that a checkbox for not showing the alert again reads and writes, if any.
+    /// With Block::yes, waits for the answer and returns it. The answer is the one stored in the
+    /// alert object, so a caller's own delegate must set returnCode and alertEnded of `alertObject`
+    /// for the wait to end. `alertObject` is the object to use, null for a new one.
+    /// `suppressionBinding` is the preference, if any, that a checkbox for not showing the alert
+    /// again reads and writes.
     static int alertSheetWithMessageText(const Text& messageText, const Text& defaultButton,
                                          const Text& alternateButton, const Text& otherButton,
                                          const Text& informativeText,
@@ -60,7 +61,7 @@ public:
                                          Block block, std::shared_ptr<QFAlert> alertObject,
                                          const Text& suppressionBinding);
 
-    /// The same without a checkbox. Any thread.
+    /// Does the same without a checkbox. Any thread.
     static int alertSheetWithMessageText(const Text& messageText, const Text& defaultButton,
                                          const Text& alternateButton, const Text& otherButton,
                                          const Text& informativeText,
@@ -87,17 +88,17 @@ public:
     static int alertSheetWithMessageText(const Text& messageText, const Text& informativeText,
                                          platform::Window* parentWindow);
 
-    /// Shows an alert and waits for the answer, which is the default button's when `interval` has
+    /// Shows an alert and waits for the answer, which is the default button's once `interval` has
     /// passed, whether or not the user has answered by then. One thread counts the intervals of all
     /// alerts and keeps each alert for its whole interval; throws platform::Exception
-    /// "NSGenericException" when the system has none left for it. Any thread.
+    /// "NSGenericException" if the system cannot start that thread. Any thread.
     static int timedAlertSheetWithMessageText(const Text& messageText, const Text& defaultButton,
                                               const Text& alternateButton, const Text& otherButton,
                                               const Text& informativeText,
                                               platform::Window* parentWindow,
                                               std::chrono::seconds interval);
 
-    /// An alert that is not shown yet. One that is to be shown is owned by a std::shared_ptr.
+    /// Creates an alert that is not shown yet. To be shown, it must be owned by a std::shared_ptr.
     QFAlert() = default;
     ~QFAlert() override = default;
     QFAlert(const QFAlert&) = delete;
@@ -105,28 +106,29 @@ public:
     QFAlert(QFAlert&&) = delete;
     QFAlert& operator=(QFAlert&&) = delete;
 
-    /// Builds and shows the platform's alert. The keys of `request`, each with a string and each
-    /// missing when there is none: "messageText", "defaultButtonTitle", "alternateButtonTitle",
-    /// "otherButtonTitle", "informativeText", "didEndSelector", "suppressionBinding". The alert
-    /// object lives until the alert is answered or closed. Main thread only.
+    /// Builds and shows the platform's alert. The keys of `request`, each an optional string:
+    /// "messageText", "defaultButtonTitle", "alternateButtonTitle", "otherButtonTitle",
+    /// "informativeText", "didEndSelector", "suppressionBinding". The alert object lives until the
+    /// alert is answered or closed. Main thread only.
     void alertSheetWithDictionary(const platform::Value& request);
 
-    /// The default completion operation: keeps the answer, then tells whoever waits. Any thread.
+    /// Performs the default completion operation: stores the answer, then wakes the waiting thread.
+    /// Any thread.
     void alertDidEnd(platform::AlertPanel* alert, int returnCode,
                      const platform::Value& contextInfo);
 
     /// Sleeps, then answers with the default button.
     void defaultReturnAfterTimeInterval(std::chrono::seconds interval);
 
-    /// Takes the alert off the screen and lets go of it. Nobody is told. Main thread only.
+    /// Takes the alert off the screen and releases it. Tells no delegate. Main thread only.
     void closeAlert();
 
     bool respondsTo(const std::string& selector) const override;
     void perform(const std::string& selector,
                  const std::vector<platform::Value>& arguments) override;
 
-    /// What the alert is attached to, whom it tells, whether it is answered and how, and the
-    /// platform's alert while it is shown; null for none. Any thread.
+    /// The window that the alert is attached to, its delegate, whether it is answered and how, and
+    /// the platform's alert while it is shown; pointers may be null. Any thread.
     platform::Window* parentWindow() const { return parentWindow_; }
     void setParentWindow(platform::Window* window) { parentWindow_ = window; }
     platform::Delegate* delegate() const { return delegate_; }

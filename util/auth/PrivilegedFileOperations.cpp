@@ -41,7 +41,7 @@ constexpr std::string_view authCopyToNothing = "Error in authCopyFile: new path 
 
 constexpr std::chrono::microseconds pauseAfterCreation{500};
 
-/// Logs `message` when the path is one that must not be touched.
+/// Returns whether the path is one that must not be touched, and logs `message` if so.
 bool isRefused(const std::string& item, std::string_view message) {
     const bool refused = QFLocalPaths::isPathSystemDirectory(item, ExactMatch::yes);
     if (refused) {
@@ -50,7 +50,7 @@ bool isRefused(const std::string& item, std::string_view message) {
     return refused;
 }
 
-/// Whether both paths are given; a missing one is logged.
+/// Returns whether both paths are present; logs a missing one.
 bool bothGiven(const std::optional<std::string>& source,
                const std::optional<std::string>& destination, std::string_view fromNothing,
                std::string_view toNothing) {
@@ -65,8 +65,8 @@ bool bothGiven(const std::optional<std::string>& source,
     return true;
 }
 
-/// Starts a tool with the rights that the process has itself. What keeps it from starting is for
-/// the system log alone: callers take the tool for started.
+/// Starts a tool with the process's own rights. A failure goes to the system log only: callers
+/// treat the tool as started.
 QFAuthorization::StartedTool startAsSuperuser(const std::string& tool,
                                               const std::vector<std::string>& arguments) {
     try {
@@ -79,7 +79,7 @@ QFAuthorization::StartedTool startAsSuperuser(const std::string& tool,
     return {};
 }
 
-// A tool that this machine replaces by a stand-in does not exist at its path, but can be run.
+// A tool that a stand-in replaces does not exist at its path, but can be run.
 bool isMissing(const std::string& tool) {
     auto& disk = platform::service<platform::FileSystem>();
     const bool missing = !disk.exists(tool) && !disk.isExecutable(tool);
@@ -140,14 +140,14 @@ QFAuthorization::startWithRight(const std::string& path,
     if (!tool) {
         return {.status = tool.error(), .right = tool.error()};
     }
-    // The output ends when the tool has ended.
+    // The output ends when the tool ends.
     const std::shared_ptr<std::istream> output = *std::move(tool);
     return {.right = platform::errAuthorizationSuccess, .waitUntilExit = [output] {
                 output->ignore(std::numeric_limits<std::streamsize>::max());
             }};
 }
 
-// For the superuser the tool is started without a look whether it exists.
+// For the superuser the tool is started without checking that it exists.
 QFAuthorization::StartedTool QFAuthorization::startTool(const std::string& path,
                                                         const std::vector<std::string>& arguments) {
     if (isSuperuser()) {
@@ -188,7 +188,7 @@ bool QFAuthorization::deletesInsteadOfTrashing(DeleteOnRootAccount deleteOnRootA
     return deleteOnRootAccount == DeleteOnRootAccount::yes && !userDirectory_ && isSuperuser();
 }
 
-// The Trash belongs to whoever it is for: the superuser makes none for somebody else.
+// The Trash must belong to its user: the superuser creates none for somebody else.
 void QFAuthorization::makeOwnTrash() const {
     if (!isSuperuser() || !userDirectory_) {
         platform::service<platform::Workspace>().makeTrash(QFLocalPaths::trashDirectory());

@@ -42,7 +42,7 @@ AuthorizationItemSet administratorRight() {
     return {{.name = "system.privilege.admin", .value = {}}};
 }
 
-/// A user name and password as a handle takes them. They are wiped from memory at the scope's end.
+/// A user name and password in the form that a handle takes. Wiped from memory at the scope's end.
 class Credentials {
 public:
     Credentials(const std::string& user, const std::string& password) {
@@ -144,14 +144,15 @@ bool QFAuthorization::authStart() {
     return obtainRight() == errAuthorizationSuccess;
 }
 
-// Without a value where nobody may be asked.
+// Returns no value if nobody may be asked.
 std::optional<platform::AuthorizationStatus> QFAuthorization::obtainRight() {
-    // Who comes while the question is on the screen waits for its answer instead of asking again.
+    // A caller that arrives while the question is on the screen waits for its answer instead of
+    // asking again.
     const std::lock_guard lock(starting_);
     if (isAuthorized()) {
         return errAuthorizationSuccess;
     }
-    // A right that has not lasted is given up before another is asked for.
+    // A right that the platform has taken back is given up before another is requested.
     authEnd();
     if (!hasGUI_) {
         platform::systemLog(unableToAuthorize);

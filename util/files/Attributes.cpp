@@ -33,7 +33,7 @@ constexpr std::string_view errorSettingAttribute =
 constexpr const char* touchTool = "/usr/bin/touch";
 constexpr std::chrono::seconds touchTimeout{5};
 
-/// What is logged in place of a size, or of a result, after a failure.
+/// Logged in place of a size, or of a result, after a failure.
 constexpr std::int64_t failed = -1;
 
 /// The longest value of an extended attribute that is read, in bytes.
@@ -43,7 +43,7 @@ platform::ExtendedAttributes& extendedAttributes() {
     return platform::service<platform::ExtendedAttributes>();
 }
 
-// One line for both ways, on purpose: it says "unlock" when locking fails, too.
+// One message for both, on purpose: it says "unlock" even if locking fails.
 void setLocked(const std::string& path, bool locked) {
     if (const auto changed = fileSystem().setImmutable(path, locked); !changed) {
         QFLog::fastAppendLog(unableToUnlock, path, changed.error().localizedDescription);
@@ -63,7 +63,7 @@ void setCreationDateToNow(const std::string& path) {
     static_cast<void>(fileSystem().setCreationDate(path, platform::now()));
 }
 
-/// True whatever becomes of the tool.
+/// Returns true whatever the tool does.
 bool touchAsUser(const std::string& path, SetCreationDate setCreationDate) {
     QFTaskEx::runTask(touchTool, {"-c", path}, touchTimeout);
     if (setCreationDate == SetCreationDate::yes) {
@@ -140,7 +140,7 @@ std::optional<std::string> QFFileManager::metadataValueForKey(const std::string&
     if (*size == 0) {
         return std::nullopt;
     }
-    // Where the value is too long to be read, zeros stand for its bytes.
+    // A value that is too long to be read is returned as zeros.
     platform::Data value{std::vector<std::byte>(std::max(*size, readableSize))};
     static_cast<void>(
         extendedAttributes().read(file, key, std::span(value.bytes).first(readableSize)));

@@ -22,11 +22,11 @@ constexpr std::string_view checksumErrorReading = "Error reading file %@ - abort
 
 constexpr std::string_view checksumShouldContinue = "checksumShouldContinue:";
 
-/// The delegate is asked when exactly a multiple of so many bytes is read: 50 MiB. After a chunk
-/// that came short that may never be so again, on purpose.
+/// The delegate is asked whenever an exact multiple of this many bytes, 50 MiB, has been read.
+/// After a short read that may never happen again, on purpose.
 constexpr std::uint64_t questionInterval = 52'428'800;
 
-/// Set by the delegate's answer, which may come when nobody waits for it any more.
+/// Set by the delegate's answer, which may arrive when nobody waits for it any more.
 using StopFlag = std::shared_ptr<std::atomic<bool>>;
 
 void askWhetherToContinue(const std::shared_ptr<ChecksumDelegate>& delegate,
@@ -72,7 +72,7 @@ std::optional<std::string> digestOfFile(const std::string& path,
     return digestText(context);
 }
 
-/// The same for the operation of this name. A machine may not allow every algorithm.
+/// Does the same for the operation of this name. A machine may not allow every algorithm.
 std::optional<std::string> hashForFile(const std::string& path,
                                        const std::shared_ptr<ChecksumDelegate>& delegate,
                                        platform::DigestAlgorithm algorithm,

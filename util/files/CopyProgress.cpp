@@ -16,7 +16,7 @@ constexpr std::string_view copyShouldContinue = "fileCopyShouldContinue:";
 constexpr std::string_view verificationFailed = "fileCopyVerificationFailed:file:";
 constexpr std::string_view finished = "fileCopyFinished:";
 
-/// The least distance between two reports, in bytes: 20 MiB, and more for a file of more than 500
+/// The least distance between two reports, in bytes: 20 MiB, or more for a file larger than 500
 /// times that.
 constexpr std::uint64_t leastInterval = 20'971'520;
 constexpr std::uint64_t mostReports = 500;

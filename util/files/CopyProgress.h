@@ -8,25 +8,26 @@
 #include <optional>
 #include <string>
 
-/// What a copy tells its delegate, and whether the delegate has cancelled it. Made and used on the
-/// copying thread.
+/// Reports a copy's progress to its delegate, and tracks whether the delegate has cancelled it.
+/// Created and used on the copying thread.
 class CopyProgress {
 public:
-    /// The delegate may be null; settings are what its operations are given.
+    /// The delegate may be null; `settings` is passed to its operations.
     CopyProgress(const std::shared_ptr<FileCopyDelegate>& delegate, FileCopySettings settings);
 
-    /// Reports come at least so far apart as suits a source of this size, in bytes.
+    /// Sets the least distance between reports to suit a source of this size, in bytes.
     void setSourceSize(std::uint64_t size);
 
-    /// So many bytes have been copied: has the delegate told of them and asked whether to go on,
-    /// on the global concurrent queue, if the last report is far enough behind.
+    /// Records that so many bytes have been copied. If the last report is far enough behind,
+    /// reports them to the delegate and asks it whether to continue, on the global concurrent
+    /// queue.
     void advance(std::uint64_t copied);
 
-    /// Whether the delegate has answered that the copy is not to go on.
+    /// Returns whether the delegate has answered that the copy should stop.
     bool isCancelled() const { return *cancelled_; }
 
-    /// Tells the delegate on the copying thread: all is copied, a destination differs, the copy has
-    /// succeeded. The checksum is the destination's digest, none where it has none.
+    /// Report to the delegate, on the copying thread: all is copied, a destination differs, the
+    /// copy has succeeded. `checksum` is the destination's digest, if it has one.
     void reportEnd(std::uint64_t copied) const;
     void reportFailure(const std::string& destination,
                        const std::optional<std::string>& checksum) const;
@@ -38,7 +39,7 @@ private:
         return delegate_ != nullptr && (*delegate_).*operation != nullptr;
     }
 
-    // These outlive the copy for as long as calls of the delegate are under way.
+    // These outlive the copy while calls of the delegate are running.
     const std::shared_ptr<FileCopyDelegate> delegate_;
     const FileCopySettings settings_;
     const std::shared_ptr<std::atomic<bool>> cancelled_ =

@@ -30,13 +30,13 @@ constexpr std::string_view copyingEntry = "File: %@";
 
 constexpr std::chrono::microseconds pauseAfterCaseRename{500};
 
-/// Whether a move changes nothing but the case of letters, as far as it changes anything.
+/// Returns whether a move changes at most the case of letters.
 bool isCaseRename(const std::string& path, const std::string& toPath) {
     return text::lowercased(path) == text::lowercased(toPath);
 }
 
-/// Moves an item in two steps, since a volume that ignores case takes both names for one. When the
-/// second step fails, the item stands under the free name.
+/// Moves an item in two steps, because both names are the same on a volume that ignores case. If
+/// the second step fails, the item is left under the unique name.
 bool moveThroughFreeName(const std::string& path, const std::string& toPath) {
     const auto between = numberedFilename(toPath);
     return fileSystem().moveItem(path, between) && fileSystem().moveItem(between, toPath);

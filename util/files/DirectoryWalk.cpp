@@ -54,14 +54,15 @@ void DirectoryWalk::enter() {
                        .entries = std::move(entries).value_or(std::vector<DirectoryEntry>())});
 }
 
-/// The listing tells what an entry is, except what a link leads to.
+/// The listing has each entry's kind, except for the target of a link.
 bool DirectoryWalk::isDirectory() const {
     const auto kind = entry().kind;
     return kind == ItemKind::directory ||
            (kind == ItemKind::link && fileSystem_.isDirectory(path_));
 }
 
-/// Whether the link that the walk has come to leads to one of the directories that it is in.
+/// Returns whether the link that the walk has reached leads to one of the directories that it is
+/// in.
 bool DirectoryWalk::leadsBack() {
     const auto target = fileSystem_.fileIdOfItem(path_);
     return std::any_of(levels_.begin(), levels_.end(), [&](Level& level) {

@@ -7,20 +7,20 @@
 #include <string>
 #include <vector>
 
-/// What became of the wish to go into an entry.
+/// The result of an attempt to descend into an entry.
 enum class Descent {
     entered,
-    /// It is a directory that the walk is in already, reached again through a link.
+    /// The walk is already in this directory and has reached it again through a link.
     alreadyInside,
     notADirectory
 };
 
-/// A walk through what lies below a directory, in the order of the listings; where the caller
-/// descends into a directory, what is in there comes next. Links to directories are directories. A
-/// directory that is missing, unreadable or none has no entries.
+/// A walk through the items below a directory, in the order of the listings; when the caller
+/// descends into a directory, its entries come next. Links to directories count as directories. A
+/// path that is missing, unreadable or not a directory has no entries.
 ///
-/// A directory is read once, when the walk comes to it, and its listing is kept until its end;
-/// beside that a level of directories takes a few words, so that depth costs neither stack nor
+/// A directory is read once, when the walk enters it, and its listing is kept until the walk leaves
+/// it. Apart from the listings a level takes a few words, so depth costs neither stack nor
 /// descriptors.
 class DirectoryWalk {
 public:
@@ -31,25 +31,25 @@ public:
     explicit DirectoryWalk(const std::string& directory,
                            Listing listing = &platform::FileSystem::contentsOfDirectory);
 
-    /// Goes to the next entry. False at the end of all.
+    /// Goes to the next entry. Returns false at the end of the walk.
     bool next();
 
-    /// The entry that the walk has come to, and its path.
+    /// Return the entry that the walk has reached, and its path.
     const platform::DirectoryEntry& entry() const;
     const std::string& path() const { return path_; }
 
-    /// Has the walk go through the entry next, if it is a directory.
+    /// Makes the walk continue inside the current entry, if it is a directory.
     Descent descend();
 
 private:
     /// A directory that the walk is in.
     struct Level {
-        /// How much of the path is the directory's.
+        /// The length of the directory's part of the path.
         std::size_t pathLength = 0;
         std::vector<platform::DirectoryEntry> entries;
-        /// How many entries the walk has come to.
+        /// How many entries the walk has reached.
         std::size_t reached = 0;
-        /// Asked for when a link is met.
+        /// Looked up when the walk reaches a link.
         std::optional<platform::FileId> identity;
     };
 

@@ -8,18 +8,18 @@
 #include <memory>
 #include <string>
 
-/// A running digest of each algorithm.
+/// A running digest, one type for each algorithm.
 using MD5Context = platform::DigestContextOf<platform::DigestAlgorithm::md5>;
 using SHA1Context = platform::DigestContextOf<platform::DigestAlgorithm::sha1>;
 using SHA256Context = platform::DigestContextOf<platform::DigestAlgorithm::sha256>;
 using SHA512Context = platform::DigestContextOf<platform::DigestAlgorithm::sha512>;
 
-/// How a copy is verified. With any other number what was written is read back all the same, no
-/// digest is made, and every destination counts as failed.
+/// How a copy is verified. With any other number the copy is read back all the same, no digest is
+/// computed, and every destination counts as failed.
 enum class VerificationType : int { none = 0, md5 = 1, sha1 = 2, sha256 = 3, sha512 = 4 };
 
-/// What a copy tells its delegate about itself. The copy adds to it as it proceeds, and so may the
-/// delegate.
+/// A copy's description of itself for its delegate. The copy adds to it as it proceeds, and so may
+/// the delegate.
 ///   "source"          the source's path
 ///   "destinations"    the array of the destinations' paths
 ///   "operationtype"   "copy"
@@ -32,20 +32,20 @@ enum class VerificationType : int { none = 0, md5 = 1, sha1 = 2, sha256 = 3, sha
 ///                     is verified
 using FileCopySettings = std::shared_ptr<platform::SharedDictionary>;
 
-/// Who follows a copy. Each operation is optional. What one raises is logged, as
-/// QFException::logException does, and changes nothing.
+/// Receives the progress of a copy. Each operation is optional. An exception that one throws is
+/// logged as QFException::logException does, and changes nothing.
 struct FileCopyDelegate {
     /// So many bytes are copied. Called on the global concurrent queue while the copy proceeds,
-    /// where it may overlap other calls and come after the copy has returned, and once on the
-    /// copying thread when all is copied.
+    /// possibly overlapping other calls or after the copy has returned, and once on the copying
+    /// thread when all is copied.
     std::function<void(std::uint64_t bytes, const FileCopySettings& settings)> fileCopyBytesWritten;
 
-    /// Whether to go on; false cancels the copy. Called on the global concurrent queue at the same
-    /// points.
+    /// Returns whether to continue; false cancels the copy. Called on the global concurrent queue
+    /// at the same points.
     std::function<bool(const FileCopySettings& settings)> fileCopyShouldContinue;
 
-    /// What was read back from a destination is not what was read from the source. Called on the
-    /// copying thread, once for each such destination.
+    /// A destination, read back, differs from the source. Called on the copying thread, once for
+    /// each such destination.
     std::function<void(const FileCopySettings& settings, const std::string& file)>
         fileCopyVerificationFailed;
 
@@ -53,10 +53,10 @@ struct FileCopyDelegate {
     std::function<void(const FileCopySettings& settings)> fileCopyFinished;
 };
 
-/// Who may stop the making of a file's digest.
+/// Can stop the computation of a file's digest.
 struct ChecksumDelegate {
-    /// Whether to go on with the file at the path; false stops. Optional. Called on the global
-    /// concurrent queue after every 50 MiB, where it may overlap other calls and come after the
-    /// operation has returned. What it raises is logged and changes nothing.
+    /// Returns whether to continue with the file at the path; false stops. Optional. Called on the
+    /// global concurrent queue after every 50 MiB, possibly overlapping other calls or after the
+    /// operation has returned. An exception that it throws is logged and changes nothing.
     std::function<bool(const std::string& path)> checksumShouldContinue;
 };

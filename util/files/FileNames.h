@@ -2,6 +2,6 @@
 
 #include <string>
 
-/// The first path at which nothing exists of those that are made of `path` by adding a blank and a
-/// number, 2 and upwards, before the extension.
+/// Returns the first path at which no item exists among those made by adding a space and a number,
+/// from 2 upwards, to `path` before its extension.
 std::string numberedFilename(const std::string& path);

@@ -13,7 +13,7 @@
 #include <string_view>
 #include <utility>
 
-/// What the verified copy and the digests of files have in common.
+/// Shared by the verified copy and the digests of files.
 namespace filereading {
 
 /// How many bytes a file is read at a time.
@@ -24,16 +24,16 @@ struct FreeMemory {
 };
 using Buffer = std::unique_ptr<std::byte[], FreeMemory>;
 
-/// A buffer for one chunk, of no content, so that a small file does not pay for the whole chunk;
-/// null when no memory is left.
+/// Returns an uninitialised buffer for one chunk, so that a small file does not pay for the whole
+/// chunk; null if no memory is left.
 inline Buffer makeBuffer() {
     return Buffer(static_cast<std::byte*>(std::malloc(chunkSize)));
 }
 
-/// The digest of what a context was fed, in lowercase hexadecimal digits.
+/// Returns the digest of the data that a context was fed, in lowercase hexadecimal digits.
 std::string digestText(const platform::DigestContext& context);
 
-/// Calls an operation of a delegate. What it raises is logged and goes no further.
+/// Calls an operation of a delegate. Logs and swallows an exception that it throws.
 template <class Call>
 void callDelegate(std::string_view operation, const Call& call) {
     try {
@@ -45,7 +45,7 @@ void callDelegate(std::string_view operation, const Call& call) {
     }
 }
 
-/// The same on the global concurrent queue; the call owns what it uses.
+/// Does the same on the global concurrent queue; `call` must own what it uses.
 template <class Call>
 void callDelegateLater(std::string_view operation, Call call) {
     callDelegate(operation, [&] {

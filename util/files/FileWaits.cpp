@@ -15,7 +15,7 @@ constexpr std::string_view finishedWriting = "File %@ finished writing.";
 constexpr std::chrono::microseconds pauseBetweenLooks{500};
 constexpr std::chrono::seconds quietTime{5};
 
-/// Whether nothing has been written to a file, which was last changed then, for long enough.
+/// Returns whether a file that was last changed then has been unchanged for long enough.
 bool isQuiet(const std::optional<platform::Date>& modificationDate) {
     return modificationDate && *modificationDate < platform::now() - quietTime;
 }
@@ -27,7 +27,7 @@ void QFFileManager::waitForFileCreation(const std::string& path, platform::Timeo
     if (fileExistsAtPath(path) && fileSize(path) != 0) {
         return;
     }
-    // Some time has passed in any case, so that a time-out of zero is over.
+    // Some time has passed in any case, so a time-out of zero has expired.
     const auto limit = timeout.wholeSeconds();
     if (limit > std::chrono::seconds(0) && platform::now() - start <= limit) {
         QFLog::appendLog(notYetCreated, path);

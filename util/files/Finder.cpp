@@ -38,8 +38,8 @@ constexpr std::array<CalibratedColor, 7> labelColors{{
     {.hue = 0.0888, .saturation = 0.52, .brightness = 0.98}, // orange
 }};
 
-/// The paths that are too long for a reference, which then holds a number. A path keeps its number
-/// for the life of the process.
+/// The paths that are too long for a reference, which then holds a number instead. A path keeps its
+/// number for the life of the process.
 class LongPaths {
 public:
     std::uint64_t numberOf(const std::string& path) {
@@ -51,7 +51,7 @@ public:
         return entry->second;
     }
 
-    /// Nothing for a number that none has.
+    /// Returns no value for a number that no path has.
     std::optional<std::string> path(std::uint64_t number) {
         const std::lock_guard lock(mutex_);
         return number == 0 || number > paths_.size() ? std::nullopt
@@ -89,8 +89,8 @@ void QFFileManager::notifyFileSystemChanged(const std::string& path) {
     static_cast<void>(SendFinderSyncEvent(stringToFSRef(path)));
 }
 
-// The bytes are those of the path, zeros behind it. Of a longer one, they are a zero, which begins
-// no path, and the path's number.
+// The bytes are the path, padded with zeros. For a longer path they are a zero, which begins no
+// path, and the path's number.
 FSRef QFFileManager::stringToFSRef(const std::string& path) {
     FSRef reference;
     if (path.find('\0') != std::string::npos) {

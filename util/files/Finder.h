@@ -4,9 +4,8 @@
 #include <cstddef>
 #include <cstdint>
 
-/// A reference to a file: 80 bytes that mean nothing to their holder, who passes them on and may
-/// copy and compare them. It stays valid for the life of the process. One whose bytes are all zero
-/// refers to nothing.
+/// A reference to a file: 80 opaque bytes, which may be copied and compared. Valid for the life of
+/// the process. A reference whose bytes are all zero refers to nothing.
 struct FSRef {
     std::array<std::byte, 80> hidden{}; ///< For the system only.
     bool operator==(const FSRef&) const = default;
@@ -22,6 +21,7 @@ struct CalibratedColor {
     bool operator==(const CalibratedColor&) const = default;
 };
 
-/// Tells the desktop's file browser that what the reference refers to has changed. Gives 0 when it
-/// was told, otherwise the error: -43 when nothing stands there, or that of telling it. Any thread.
+/// Notifies the desktop's file browser that the item that the reference refers to has changed.
+/// Returns 0 on success, -43 if the item does not exist, otherwise the error of the notification.
+/// Any thread.
 std::int32_t SendFinderSyncEvent(const FSRef& reference);

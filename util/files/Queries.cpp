@@ -78,7 +78,7 @@ std::uint64_t QFFileManager::fileSize(const std::string& path) {
 }
 
 std::string QFFileManager::formatFileSize(double size) {
-    // The last step is for all that is below no other.
+    // The last unit has no upper limit.
     const auto* const step =
         std::find_if(sizeSteps.begin(), std::prev(sizeSteps.end()),
                      [size](const SizeStep& candidate) { return size < candidate.below; });

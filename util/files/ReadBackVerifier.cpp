@@ -10,7 +10,7 @@ using platform::systemLog;
 
 namespace {
 
-// Logged, line by line, when a destination cannot be read back from where it was written.
+// Logged, line by line, if a destination cannot be read back from where it was written.
 constexpr std::string_view unableToSeek = "Error: unable to seek within file %@";
 constexpr std::string_view currentPosition = "cur pos: %llu";
 constexpr std::string_view readSize = "read size: %zu";
@@ -63,7 +63,7 @@ void ReadBackVerifier::check(platform::FileStream& file, const std::string& path
     }
 }
 
-/// What was never read into the buffer counts as zeros.
+/// Sets the part of the buffer that was never filled to zeros.
 void ReadBackVerifier::clearNeverFilled(std::size_t count, std::size_t size) {
     const auto begin = std::max(count, mostFilled_);
     if (begin < size) {
@@ -72,9 +72,9 @@ void ReadBackVerifier::clearNeverFilled(std::size_t count, std::size_t size) {
     }
 }
 
-/// Behind the bytes that were read the buffer holds those of an earlier read, which take the place
-/// of the missing ones, on purpose; where they happen to be the same, the first one is changed, as
-/// what could not be read back must not pass for verified.
+/// After a short read the rest of the buffer holds the bytes of an earlier read, which take the
+/// place of the missing ones, on purpose. If they happen to be equal, the first one is changed,
+/// because data that could not be read back must not pass as verified.
 void ReadBackVerifier::compare(Chunk written, std::size_t count, OwnDigest& digest) {
     const auto isSame = [&] {
         return std::memcmp(buffer_.get(), written.data(), written.size()) == 0;

@@ -11,37 +11,38 @@
 #include <span>
 #include <string>
 
-/// Reads back what a copy has written, and makes the digests of the source and of what was read.
+/// Reads back what a copy has written, and computes the digests of the source and of the data read
+/// back.
 ///
 /// Comparing costs a fraction of a digest, so a destination gets a digest of its own only when it
 /// differs from the source. Used on the copying thread.
 class ReadBackVerifier {
 public:
-    /// The digest of what was read back from one destination. Empty while all of it was what was
-    /// read from the source: then the source's is its digest, too.
+    /// The digest of the data read back from one destination. Empty while that equals the source:
+    /// then the source's digest is also the destination's.
     using OwnDigest = std::optional<platform::DigestContext>;
     using Chunk = std::span<const std::byte>;
 
     explicit ReadBackVerifier(VerificationType type);
 
-    /// Whether anything is read back at all.
+    /// Returns whether anything is read back at all.
     bool isOn() const { return type_ != VerificationType::none; }
 
-    /// Begins the source's digest, and allocates the chunk that is read back; without memory for it
-    /// returns false. Comes before everything below. Throws platform::Exception when the machine
-    /// does not allow the digest.
+    /// Begins the source's digest, and allocates the buffer for reading back; returns false if
+    /// there is no memory for it. Must be called before the functions below. Throws
+    /// platform::Exception if the machine does not allow the digest.
     [[nodiscard]] bool prepare();
 
-    /// Reads the chunk back that was written to the file at this offset, in bytes. A file that
+    /// Reads back the chunk that was written to the file at this offset, in bytes. A file that
     /// cannot be positioned there is reported to the system log, and read all the same.
     void check(platform::FileStream& file, const std::string& path, Chunk written,
                std::uint64_t offset, OwnDigest& digest);
 
-    /// Adds a chunk of the source to its digest. Comes after the checks of that chunk, so that what
-    /// the digest was before is at hand for a destination that differs from here on.
+    /// Adds a chunk of the source to its digest. Must be called after the checks of that chunk,
+    /// because a destination that differs from here on needs the digest as it was before.
     void addToSource(Chunk chunk);
 
-    /// The digests as text; empty where the type has none.
+    /// Return the digests as text; no value if the type has no digest.
     std::optional<std::string> sourceChecksum() const;
     std::optional<std::string> checksum(const OwnDigest& digest) const;
 

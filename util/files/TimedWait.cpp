@@ -12,7 +12,7 @@ namespace {
 constexpr std::chrono::milliseconds pollInterval{10};
 constexpr std::chrono::milliseconds pauseElsewhere{300};
 
-/// In a program without an application, every thread counts as a worker.
+/// In a program without an application every thread counts as a worker.
 void pause() {
     auto* application = platform::installedService<platform::Application>();
     if (application != nullptr && application->isMainThread()) {

@@ -22,8 +22,8 @@ namespace {
 
 constexpr std::string_view errorRemovingFile = "Error removing file: %@. Authorizing...";
 
-/// Trashes every item below a directory whose name matches, but no directory, and gives their
-/// paths.
+/// Trashes every item below a directory whose name matches, except directories, and returns the
+/// items' paths.
 template <class Matches>
 std::vector<std::string> trashFilesBelow(const std::string& directory, Matches matches) {
     std::vector<std::string> trashed;
@@ -37,8 +37,8 @@ std::vector<std::string> trashFilesBelow(const std::string& directory, Matches m
     return trashed;
 }
 
-/// Whether a directory may hold an item of this name and count as empty: the file browser's
-/// settings of the directory's view, and the directory's own icon.
+/// Returns whether a directory that holds an item of this name may count as empty: the file
+/// browser's settings for the directory's view, and the directory's own icon.
 bool countsForNothing(std::string_view name) {
     return name == ".DS_Store" || name == "Icon\r";
 }

@@ -14,15 +14,16 @@ enum class TrashOutcome {
     failed,     ///< it is where it was
 };
 
-/// What came of an attempt to move an item into the Trash.
+/// The result of an attempt to move an item into the Trash.
 struct TrashResult {
     /// What became of the item.
     TrashOutcome outcome;
     /// Why the current user could not move it.
     std::optional<platform::Error> error;
-    /// The platform's answer about the administrator's right; none when it was not asked for.
+    /// The platform's answer to the request for the administrator's right; no value if it was not
+    /// requested.
     std::optional<platform::AuthorizationStatus> right;
-    /// Waits until the tool has ended, whether or not it moved the item. Empty when no tool runs.
-    /// Any thread may call it, once.
+    /// Waits until the tool has ended, whether or not it moved the item. Empty if no tool runs. Any
+    /// thread may call it, once.
     std::function<void()> waitUntilDone;
 };

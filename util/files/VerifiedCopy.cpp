@@ -37,7 +37,8 @@ constexpr std::string_view copyOperation =
 
 constexpr platform::Timeout timeForADirectory{10};
 
-/// The attributes of what a path leads to, through links; nothing when there is nothing.
+/// Returns the attributes of the item that a path leads to, following links; no value if it does
+/// not exist.
 std::optional<platform::ItemAttributes> attributesFollowingLinks(std::string path) {
     constexpr int mostLinks = 40;
     for (int links = 0; links <= mostLinks; ++links) {
@@ -78,7 +79,7 @@ struct Destination {
     ReadBackVerifier::OwnDigest digest;
 };
 
-/// One run of a copy: the steps in their order, and what they hand on.
+/// One run of a copy: the steps in order, and what they pass on.
 class VerifiedCopy {
 public:
     VerifiedCopy(const std::string& source, const std::vector<std::string>& destinations,
@@ -144,7 +145,7 @@ private:
         return true;
     }
 
-    /// A source that has vanished since counts as one of no size and without dates.
+    /// A source that has vanished since counts as empty and without dates.
     void measureSource() {
         attributes_ = attributesFollowingLinks(source_).value_or(platform::ItemAttributes());
         progress_.setSourceSize(attributes_.size);
@@ -184,7 +185,7 @@ private:
         return true;
     }
 
-    /// Nothing was read: because the source is at its end, or because it cannot be read.
+    /// Handles a read of zero bytes: the source is at its end, or cannot be read.
     bool endsHere() const {
         if (!file_->isAtEnd()) {
             QFLog::appendLogAndPrint(copyErrorReading, source_);
@@ -244,7 +245,7 @@ private:
         settings_->set("destChecksums", std::move(checksums));
     }
 
-    /// A source without a creation date leaves its copies their own dates, on purpose.
+    /// If the source has no creation date, the copies keep their own dates, on purpose.
     void setDates() const {
         if (!attributes_.creationDate) {
             return;

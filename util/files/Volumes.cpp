@@ -8,8 +8,8 @@ namespace path = platform::path;
 
 namespace {
 
-/// Whether a path that begins with `prefix` lies on a volume whose mount point exists. Any other
-/// path is on the volume that the system started from.
+/// Returns whether a path that begins with `prefix` is on a volume whose mount point exists. Any
+/// other path is on the system's own volume.
 bool isMounted(const std::string& path, std::string_view prefix) {
     if (!path.starts_with(prefix)) {
         return true;

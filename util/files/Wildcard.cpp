@@ -20,10 +20,10 @@ namespace {
 constexpr char anyRun = '*';
 constexpr char anyCharacter = '?';
 
-/// The items that the components of the pattern so far have led to.
+/// The items that match the components of the pattern so far.
 struct Places {
     std::vector<std::string> paths;
-    /// Of each path, whether anything can be below it.
+    /// For each path, whether anything can be below it.
     std::vector<bool> canBeDirectory;
 
     void add(std::string path, bool mayBeDirectory) {
@@ -36,7 +36,8 @@ bool isWildcard(std::string_view component) {
     return component.find(anyRun) != std::string_view::npos;
 }
 
-/// `name` without its first character and all else at which nothing like `pattern` can begin.
+/// Returns `name` without its first character and everything up to where a match of `pattern` could
+/// begin.
 std::string_view afterMismatch(std::string_view name, std::string_view pattern) {
     name.remove_prefix(text::firstCharacter(name).length);
     return pattern.starts_with(anyCharacter)
@@ -44,8 +45,8 @@ std::string_view afterMismatch(std::string_view name, std::string_view pattern) 
                : name.substr(std::min(name.find(pattern.front()), name.size()));
 }
 
-/// Whether the whole of a name is like a pattern. After a mismatch the last run takes more; runs
-/// before it need never be looked at again.
+/// Returns whether a whole name matches a pattern. After a mismatch the last "*" takes one
+/// character more; the ones before it never need to be reconsidered.
 bool isLike(std::string_view name, std::string_view pattern) {
     std::string_view nameAfterRun;
     std::string_view patternAfterRun;
@@ -74,7 +75,7 @@ bool isLike(std::string_view name, std::string_view pattern) {
     return true;
 }
 
-/// Adds the entries of a directory that are like a component; of links, those that lead somewhere.
+/// Adds the entries of a directory that match a component, except dangling links.
 void addEntriesLike(const std::string& component, const std::string& directory, Places& places) {
     auto& fileSystem = platform::service<platform::FileSystem>();
     const auto entries = fileSystem.contentsOfDirectory(directory);
@@ -93,7 +94,7 @@ void addEntriesLike(const std::string& component, const std::string& directory, 
     }
 }
 
-/// Where one component leads to from each of the places, in their order.
+/// Returns the matches of one component in each of the places, in order.
 Places placesBelow(const Places& places, const std::string& component) {
     Places below;
     for (std::size_t index = 0; index < places.paths.size(); ++index) {
@@ -111,7 +112,7 @@ Places placesBelow(const Places& places, const std::string& component) {
     return below;
 }
 
-/// The pattern as a path below the base directory, where there is one.
+/// Returns the pattern as a path below the base directory, if there is one.
 std::string fullPath(const std::string& pattern, const std::optional<std::string>& basePath) {
     return basePath ? path::appending(*basePath, pattern) : pattern;
 }

@@ -43,7 +43,7 @@ constexpr std::string_view unableToCreateLine =
 constexpr std::string_view tryingToAuthorize =
     "Unable to write launchd plist - trying to authorize...";
 
-/// The directory of such jobs, missing where the domain has no Library.
+/// Returns the directory of such jobs; no value if the domain has no Library.
 std::optional<std::string> jobDirectory(Domain domain, LaunchAgent launchAgent) {
     const auto library = QFLocalPaths::libraryDirectory(domain);
     if (!library) {
@@ -65,8 +65,8 @@ platform::Window* mainWindow() {
     return window;
 }
 
-/// Shows the alert about a job directory and waits for its answer. A program without windows has
-/// none.
+/// Shows the alert about a job directory and waits for its answer. Does nothing in a program
+/// without windows.
 void showAlert(const char* message, const std::optional<std::string>& directory) {
     if (platform::installedService<platform::Application>() == nullptr ||
         platform::installedService<platform::AlertPanels>() == nullptr) {
@@ -84,7 +84,7 @@ void runTool(const char* tool, const std::vector<std::string>& arguments) {
     QFTaskEx::runTask(tool, arguments, toolTimeout);
 }
 
-/// The log line and the console line differ, on purpose.
+/// The messages to the log and to the console differ on purpose.
 void reportUnwritable(const std::optional<std::string>& directory) {
     QFLog::appendLog(unableToCreateLine, directory);
     platform::systemLog(unableToWriteLine, directory);
@@ -97,8 +97,8 @@ void reportUnmovable(const std::string& directory) {
     showAlert(unableToCreate, directory);
 }
 
-/// Writes the settings beside the temporary files and moves them to the job file, which could not
-/// be written itself. True when they are there.
+/// Writes the settings to the temporary directory and moves them to the job file, which could not
+/// be written itself. Returns whether they are there.
 bool writeThroughTemporaryFile(const platform::Value::Dictionary& settings,
                                const std::string& directory,
                                const std::optional<std::string>& label) {

@@ -14,27 +14,27 @@ enum class LaunchAgent { no, yes };
 ///
 /// A job is a property list in the directory "LaunchAgents" or "LaunchDaemons" of the domain's
 /// Library, named after the job's label with ".plist" added, and the service manager's loaded copy
-/// of it. The label stands in the file's path as it is given, so one with "/" in it names a file
-/// elsewhere; without a label the file is called "(null).plist". What the tools answer is not
-/// looked at. The class holds no state; any thread may call every member.
+/// of it. The label is part of the file's path unchanged, so a label that contains "/" names a file
+/// elsewhere; without a label the file is called "(null).plist". The tools' statuses are ignored.
+/// The class has no state; any thread may call every member.
 class QFLaunchd {
 public:
     QFLaunchd() = delete;
 
-    /// Installs a job and starts it: writes `settings`, which are not looked at, as the job's
-    /// property list in the place of one that is there, whose job is removed first; sets the file's
-    /// owner to "root:wheel" (only in Domain::local) and its mode to 644; and has the service
-    /// manager load it anew. A process named `killProcessName`, if any, is ended before that. Each
-    /// tool that runs without privilege gets at most 10 seconds.
+    /// Installs a job and starts it: writes `settings`, unchecked, as the job's property list,
+    /// replacing an existing one, whose job is removed first; sets the file's owner to "root:wheel"
+    /// (only in Domain::local) and its mode to 644; and has the service manager load it. Ends a
+    /// process named `killProcessName`, if any, before that. Each tool that runs without
+    /// administrator rights gets at most 10 seconds.
     ///
-    /// A missing job directory is made. Where the job file cannot be written, it is written to the
-    /// temporary directory and moved into place, the privileged way if need be, whatever
-    /// `shouldAuth` says; owner and mode are then set the privileged way, too. With ShouldAuth::yes
-    /// they always are, which takes a second for the tools to finish.
+    /// Creates a missing job directory. If the job file cannot be written, it is written to the
+    /// temporary directory and moved into place, with administrator rights if necessary, whatever
+    /// `shouldAuth` says; owner and mode are then set with administrator rights too. With
+    /// ShouldAuth::yes they always are, which adds a second for the tools to finish.
     ///
-    /// True when the file is in place and loading it was tried. False when it could not be written,
-    /// which is logged, told on the system console, and reported by an alert on the main window,
-    /// which this waits for. A program without windows shows no alert.
+    /// Returns true if the file is in place and loading it was tried. Returns false if it could not
+    /// be written, which is logged, written to the system console, and reported by an alert on the
+    /// main window, for whose answer the call waits. A program without windows shows no alert.
     static bool startJob(const std::optional<std::string>& label,
                          const platform::Value::Dictionary& settings, Domain user,
                          LaunchAgent launchAgent, ShouldAuth shouldAuth,
@@ -44,19 +44,19 @@ public:
     static bool startLaunchAgent(const std::optional<std::string>& label,
                                  const platform::Value::Dictionary& settings, Domain user);
 
-    /// Stops a job and deletes its file, if there is one; then it pauses 500 microseconds. With
-    /// ShouldAuth::yes a file that the user may not delete goes the privileged way, and one that
-    /// remains is reported by an alert on the main window, which this waits for. Messages are those
-    /// of QFFileManager::removeFile.
+    /// Stops a job and deletes its file, if it exists; then pauses 500 microseconds. With
+    /// ShouldAuth::yes, a file that the user is not permitted to delete is deleted with
+    /// administrator rights, and one that remains is reported by an alert on the main window, for
+    /// whose answer the call waits. Logs what QFFileManager::removeFile logs.
     static void removeJob(const std::optional<std::string>& label, Domain user,
                           LaunchAgent launchAgent, ShouldAuth shouldAuth);
 
-    /// Removes an agent of the user's own, with ShouldAuth::yes. The domain is not looked at.
+    /// Removes an agent of the user's own, with ShouldAuth::yes. The domain is ignored.
     static void removeLaunchAgent(const std::optional<std::string>& label, Domain user);
 
-    /// Unloads a job's file and removes the job by its label, each at most 10 seconds and without
-    /// privilege, whether or not the file exists and whatever `shouldAuth` says. Without a label
-    /// nothing is run.
+    /// Unloads a job's file and removes the job by its label, each in at most 10 seconds and
+    /// without administrator rights, whether or not the file exists and whatever `shouldAuth` says.
+    /// Without a label, runs nothing.
     static void stopJob(const std::optional<std::string>& label, Domain user,
                         LaunchAgent launchAgent, ShouldAuth shouldAuth);
 };

@@ -29,7 +29,7 @@ platform::Exception described(const std::exception_ptr& exception) {
 }
 
 [[noreturn]] void terminateHandler() {
-    // A failure in here comes back to here: then there is nothing left to log.
+    // A failure in here calls this handler again: then there is nothing left to log.
     thread_local bool entered = false;
     if (const auto exception = std::current_exception(); exception && !entered) {
         entered = true;

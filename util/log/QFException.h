@@ -5,26 +5,25 @@
 #include <string>
 #include <string_view>
 
-/// What a catch site does with an exception.
+/// Handling of exceptions where they are caught.
 class QFException {
 public:
     QFException() = delete;
 
-    /// Logs and prints "Exception in METHOD. NAME - REASON." and gives that text. The text serves
-    /// as a format, so that a "%" in a reason may be lost; that is meant to be so.
+    /// Logs and prints "Exception in METHOD. NAME - REASON." and returns that text. The text is
+    /// used as a format, so a "%" in a reason may be lost; this is intended.
     static std::string logException(const platform::Exception& exception,
                                     std::string_view forMethod);
 
-    /// Whether the exception tells that a call to another process took too long: its name is
-    /// "NSPortTimeoutException".
+    /// Returns whether the exception means that a call to another process took too long: its name
+    /// is "NSPortTimeoutException".
     static bool didTimeout(const platform::Exception& exception);
 };
 
-/// Logs and prints the reason of an exception that nobody caught, and returns when it is in the
-/// file.
+/// Logs and prints the reason of an uncaught exception, and returns once it is in the file.
 void uncaughtExceptionHandler(const platform::Exception& exception);
 
-/// Has uncaughtExceptionHandler() called, on the thread that throws, for every exception that
-/// nobody catches, before the former handler (std::get_terminate) ends the process. An exception
-/// that is not platform::Exception is logged with what it says of itself. Call it once.
+/// Arranges for uncaughtExceptionHandler() to be called, on the throwing thread, for every uncaught
+/// exception, before the previous handler (std::get_terminate) ends the process. An exception that
+/// is not a platform::Exception is logged with its own description. Call it once.
 void setUncaughtExceptionHandler();

@@ -13,7 +13,7 @@
 
 namespace {
 
-/// With more than this left to write, the end of the application is not held up.
+/// With more operations than this left, the application's end is not delayed.
 constexpr std::size_t mostOperationsToWaitFor = 10;
 
 std::mutex allocation;
@@ -42,7 +42,7 @@ QFLog* QFLog::allocWithZone(const void* /*zone*/) {
     return allocated;
 }
 
-/// The application may come into being after the log.
+/// The application may be created after the log.
 void QFLog::observeTermination() {
     if (observesTermination_.load(std::memory_order_relaxed)) {
         return;
@@ -53,7 +53,7 @@ void QFLog::observeTermination() {
     }
 }
 
-/// A copy of the process has no thread that writes; what was queued is the original's to write.
+/// A forked process has no writing thread; the original writes the queued entries.
 void QFLog::observeCopies() {
     auto* copies = platform::installedService<platform::ProcessCopies>();
     if (copies == nullptr) {
@@ -141,7 +141,7 @@ void QFLog::print(std::string_view format, FormatArguments arguments) const noex
             console->print(platform::format(format, arguments));
         }
     } catch (const std::exception&) {
-        return; // there is nobody left to tell
+        return; // nobody is left to report to
     }
 }
 

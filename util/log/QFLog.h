@@ -17,32 +17,32 @@
 
 /// The process-wide log: one file per application, in the directory Logs/Quillfen of the user's
 /// Library directory, with four older ones beside it; "NAME.1.log" is the current one, "NAME.5.log"
-/// the oldest. For the superuser the current log alone lies in the machine's Library directory; the
-/// directory that is made and the older logs stay with the user.
+/// the oldest. For the superuser only the current log is in the machine's Library directory; the
+/// directory that is created and the older logs are the user's.
 ///
-/// An entry is "DATE - MESSAGE" and a line end, in UTF-8: bytes of a message that are no UTF-8 are
+/// An entry is "DATE - MESSAGE" and a line end, in UTF-8; bytes of a message that are not UTF-8 are
 /// written as "\xNN". Entries are written in the order in which they were queued, each in one step,
-/// on a queue of the log's own, which also takes their date.
+/// on the log's own queue, which also takes their date.
 ///
-/// Nothing is ever reported to a caller: what goes wrong is said on standard output, and only while
-/// printing is allowed and logging is not disabled. Every member may be called from any thread.
+/// Failures are never reported to a caller: they are printed on standard output, and only while
+/// printing is allowed and logging is not disabled. Any thread may call every member.
 ///
-/// A copy of the process (platform::ProcessCopies) logs on into the same file; what was queued
-/// before is written by the original alone.
+/// A forked process (platform::ProcessCopies) continues to log into the same file; entries queued
+/// before the fork are written only by the original.
 ///
-/// Several processes may share a log. Each goes on in the file that one of them starts; none loses
-/// an entry by that, or starts one that another has started already. An entry that finds no file
-/// at the log's path, because that or a directory above it was moved or deleted, is said to be
-/// lost; of entries that follow one another at once, a few may still go where the file was moved
-/// to.
+/// Several processes may share a log. When one of them starts a new file, the others continue in
+/// it; no entry is lost, and none starts a file that another has started already. If no file is at
+/// the log's path, because it or a directory above it was moved or deleted, the entry is reported
+/// as lost; among entries that follow one another immediately, a few may still go to the moved
+/// file.
 ///
-/// Which thread is the main thread and when the application terminates is asked of
-/// platform::Application. In a program without one, every thread counts as a worker, so that short
-/// messages are in the file when their call returns, and the program calls finishWriting() or
-/// willTerminate() before it ends if it wants the others written too.
+/// platform::Application defines the main thread and when the application terminates. In a program
+/// without one, every thread counts as a worker: short messages are in the file when their call
+/// returns, and the program calls finishWriting() or willTerminate() before it ends if the others
+/// are to be written too.
 class QFLog {
 public:
-    /// A format for platform::format(), after escapeTextForLogging(); nothing is logged for none.
+    /// A format for platform::format(), after escapeTextForLogging(); null logs nothing.
     using Format = std::optional<std::string_view>;
 
     /// Whether the log itself keeps silent on standard output.
@@ -53,36 +53,37 @@ public:
     QFLog(QFLog&&) = delete;
     QFLog& operator=(QFLog&&) = delete;
 
-    /// The one log. The first call makes its queue, has willTerminate() called when the application
-    /// terminates, and has exceptions that nobody catches logged. It is never destroyed.
+    /// Returns the one log. The first call creates its queue, arranges for willTerminate() to be
+    /// called when the application terminates, and for uncaught exceptions to be logged. The log is
+    /// never destroyed.
     static QFLog& sharedController();
 
-    /// Starts a fresh log file and makes the existing one the second, that the third, and so on;
-    /// the fifth is deleted. Its first entries tell when, which program and what machine.
+    /// Starts a new log file: the existing one becomes the second, the second the third, and so on;
+    /// the fifth is deleted. The first entries name the date, the program and the machine.
     ///
     /// `applicationName` names the files unless they have a name already; without either the name
     /// is the executable's, or "Unknown". When the user's preference "disable-logging" of
     /// "com.quillfen.global" is the string "1", or a number or boolean equal to one, logging is
-    /// disabled for the rest of the process. While one call moves and makes the files, other calls
+    /// disabled for the rest of the process. While one call moves and creates files, other calls
     /// wait, in this process and in others.
     ///
-    /// Prints "Logging is disabled", "Unable to create folder %s.", "Unable to move file %s to
-    /// %s." (the older logs then stay half moved and no log is started) or "Unable to create log
-    /// file %s - %s".
+    /// Prints "Logging is disabled", "Unable to create folder %s.", "Unable to move file %s to %s."
+    /// (the older logs then remain half moved, and no log is started) or "Unable to create log file
+    /// %s - %s".
     static void createNewLog();
     static void createNewLog(const std::optional<std::string>& applicationName);
     static void createNewLog(const std::optional<std::string>& applicationName,
                              NoPrinting noPrinting);
 
-    /// The log files that exist in the user's directory, newest first.
+    /// Returns the existing log files in the user's directory, newest first.
     static std::vector<std::string> availableLogs();
 
-    /// Ends logging: writes what is queued if that is 10 operations or fewer, else drops it, and
-    /// closes the file. Entries that come later are lost.
+    /// Ends logging: writes the queued operations if they are 10 or fewer, otherwise drops them,
+    /// and closes the file. Later entries are lost.
     static void willTerminate();
 
-    /// Logs a message. A message of 1 to 99 characters from another thread than the main one is in
-    /// the file when the call returns, if 99 characters or fewer wait to be written.
+    /// Logs a message. A message of 1 to 99 characters from a thread other than the main thread is
+    /// in the file when the call returns, provided that 99 characters or fewer wait to be written.
     template <class... Arguments>
     static void appendLog(Format format, const Arguments&... arguments) {
         append(format, {platform::FormatArgument(arguments)...});
@@ -95,15 +96,15 @@ public:
     }
 
     /// Logs a message as appendLog() does and prints it, with a line end, on standard output. The
-    /// filled format serves as a format without arguments once more, and what is printed lacks
-    /// every "%@" and zero and shows every "%" doubled; both are meant to be so.
+    /// formatted text is formatted once more, without arguments, and the printed text lacks every
+    /// "%@" and zero and shows every "%" doubled; both are intended.
     template <class... Arguments>
     static void appendLogAndPrint(Format format, const Arguments&... arguments) {
         appendAndPrint(format, {platform::FormatArgument(arguments)...});
     }
 
-    /// Logs a message as appendLog() does. The filled format serves as a format once more, with
-    /// itself as the only argument.
+    /// Logs a message as appendLog() does. The formatted text is formatted once more, with itself
+    /// as the only argument.
     template <class... Arguments>
     static void appendLogAndDebugPrint(Format format, const Arguments&... arguments) {
         appendAndDebugPrint(format, {platform::FormatArgument(arguments)...});
@@ -113,25 +114,25 @@ public:
     template <class... Arguments>
     static void debugPrint(Format /*format*/, const Arguments&... /*arguments*/) {}
 
-    /// `text` with every percent sign that prose would use (before a blank or one of . ! , - ; : +)
-    /// doubled, so that a format shows it as it stands. One that was doubled already stays so.
+    /// Returns `text` with every percent sign as used in prose (before a space or one of . ! , - ;
+    /// : +) doubled, so that a format shows it unchanged. One that is doubled already is left
+    /// alone.
     static std::string escapeTextForLogging(std::string_view text);
 
-    /// Returns when the write queue is empty: every entry that was queued before the call, or
-    /// meanwhile, is in the file. In an operation of the write queue itself, which cannot wait for
-    /// itself, it writes those that were queued before at once. Waits of several threads do not
-    /// hold one another up.
+    /// Waits until the write queue is empty: every entry queued before the call, or meanwhile, is
+    /// then in the file. Called on the write queue itself, which cannot wait for itself, it writes
+    /// the entries queued before it at once. Threads that wait do not delay one another.
     static void finishWriting();
 
-    /// Queues one entry. A text of white space alone is none.
+    /// Queues one entry. Ignores a text of white space only.
     void appendTextToLog(std::string text);
 
-    /// Writes one entry into the current log, which is opened first when none is open. When that
-    /// brings what this process has written into the file to 500,000 bytes, writes what was queued
-    /// until then and starts a new log, unless another process has done that.
+    /// Writes one entry into the current log, opening it first if none is open. Once this process
+    /// has written 500,000 bytes into the file, writes the entries queued so far and starts a new
+    /// log, unless another process has done so.
     void appendLogOnThread(std::string_view text);
 
-    /// The name of the log files; where none is set, the executable's name without extension.
+    /// The name of the log files; if unset, the executable's name without extension.
     std::string appName() const;
     void setAppName(std::optional<std::string> name);
 
@@ -143,12 +144,13 @@ public:
     std::uint64_t bytesWritten() const { return bytesWritten_; }
     void setBytesWritten(std::uint64_t count) { bytesWritten_ = count; }
 
-    /// Where entries wait to be written, or null. A queue that is set lives as long as the process.
+    /// The queue of entries to be written, or null. A queue that is set lives as long as the
+    /// process.
     platform::OperationQueue* writeQueue() const { return writeQueue_; }
     void setWriteQueue(platform::OperationQueue* queue) { writeQueue_ = queue; }
 
-    /// About how many characters wait to be written. Each entry that could not be written because
-    /// of an exception stays counted.
+    /// The approximate number of characters that wait to be written. An entry that could not be
+    /// written because of an exception remains counted.
     std::uint64_t bytesInQueue() const { return bytesInQueue_; }
     void setBytesInQueue(std::uint64_t count) { bytesInQueue_ = count; }
 
@@ -160,17 +162,17 @@ public:
     bool noPrinting() const { return noPrinting_; }
     void setNoPrinting(bool noPrinting) { noPrinting_ = noPrinting; }
 
-    /// Gives the one log, without its queue, to the first caller, and null to every later one.
+    /// Returns the one log, without its queue, to the first caller, and null to every later one.
     static QFLog* allocWithZone(const void* zone);
 
-    /// There is one log, which is neither copied nor counted nor freed.
+    /// There is one log, which is never copied, counted or freed.
     QFLog& copyWithZone(const void* /*zone*/) { return *this; }
     QFLog& retain() { return *this; }
     QFLog& autorelease() { return *this; }
     void release() {}
     unsigned retainCount() const { return 0xFFFFFFFF; }
 
-    /// Ends logging as willTerminate() does, which stays registered.
+    /// Ends logging as willTerminate() does. willTerminate() remains registered.
     void dealloc();
 
 private:
@@ -205,7 +207,7 @@ private:
     bool appendToFreshFile(std::string_view entry);
     void startOver();
 
-    // What callers read and hardly anybody changes.
+    // Read by callers and rarely changed.
     std::atomic<platform::OperationQueue*> writeQueue_{nullptr};
     std::atomic<int> terminationObserver_{0};
     std::atomic<bool> observesTermination_{false};
@@ -215,14 +217,14 @@ private:
     std::optional<std::string> appName_;
     platform::OperationQueue* copiedQueue_ = nullptr;
 
-    // What the write queue uses for each entry, on a cache line of its own.
+    // Used by the write queue for each entry, on a cache line of its own.
     alignas(64) mutable std::mutex mutex_;
     std::shared_ptr<platform::LogFile> fileHandle_;
     std::atomic<std::uint64_t> bytesWritten_{0};
 
     platform::OperationQueue ownQueue_;
 
-    // What every caller and the write queue change.
+    // Changed by every caller and the write queue.
     alignas(64) std::atomic<std::uint64_t> bytesInQueue_{0};
     std::atomic<std::uint64_t> lastEntry_{0}; // its operation's number
 };

@@ -1,4 +1,4 @@
-// The log's files: starting a new one, with the older ones moved on, and listing them.
+// The log's files: starting a new one, moving the older ones, and listing them.
 
 #include "util/log/QFLog.h"
 
@@ -68,7 +68,7 @@ void QFLog::createNewLog(const std::optional<std::string>& applicationName, NoPr
     sharedController().startLog(applicationName, noPrinting, nullptr);
 }
 
-/// Starts a log, unless `full` is given and somebody else has started one in its place.
+/// Starts a log, unless `full` is set and another process or thread has replaced that file already.
 QFLog::Started QFLog::startLog(const std::optional<std::string>& applicationName,
                                NoPrinting noPrinting,
                                const std::shared_ptr<platform::LogFile>& full) {
@@ -130,7 +130,7 @@ QFLog::Started QFLog::makeLog(platform::LogFile* full) {
     return file ? Started::byThisCall : Started::no;
 }
 
-/// A name that is given counts only while there is none; an empty one is none to speak of.
+/// A given name is used only if none is set; an empty one counts as unset.
 void QFLog::nameLog(const std::optional<std::string>& applicationName) {
     {
         const std::lock_guard lock(mutex_);
@@ -143,14 +143,14 @@ void QFLog::nameLog(const std::optional<std::string>& applicationName) {
     }
 }
 
-/// Makes room for a new log at `current`; false when a file could not be moved.
+/// Makes room for a new log at `current`; returns false if a file could not be moved.
 bool QFLog::rotate(const std::string& directory, const std::string& name,
                    const std::string& current) const {
     using namespace log_location;
     auto& files = platform::service<platform::LogFiles>();
     const auto last = numberedLog(directory, name, oldest);
     if (files.exists(last)) {
-        static_cast<void>(files.removeItem(last)); // what stays is found by the move to its place
+        static_cast<void>(files.removeItem(last)); // the move to its path fails if it remains
     }
     for (int number = oldest - 1; number >= newest; --number) {
         const auto from = numberedLog(directory, name, number);

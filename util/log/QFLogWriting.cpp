@@ -1,4 +1,4 @@
-// The way of an entry: from a format to the write queue, and from there into the file.
+// The path of an entry: from a format to the write queue, and from there into the file.
 
 #include "util/log/QFLog.h"
 
@@ -26,7 +26,7 @@ constexpr std::string_view writeExceptionMessage = "Exception writing to log: %s
 /// The size, in bytes, at which a log is full.
 constexpr std::uint64_t sizeLimit = 500000;
 
-/// Only a message up to this length is waited for, and only while no more than this is queued.
+/// Callers wait only for messages up to this length, and only while no more than this is queued.
 constexpr std::uint64_t mostCharactersToWaitFor = 99;
 
 struct Replacement {
@@ -46,7 +46,7 @@ constexpr std::array consoleReplacements{
     Replacement{std::string_view("\0", 1), ""},
 };
 
-/// Whether one of the escapes may apply. Most formats need none, and every entry pays for the look.
+/// Returns whether an escape may apply. Most formats need none, and every entry pays for the check.
 bool mayNeedEscapes(std::string_view text) {
     for (auto found = text.find('%'); found != std::string_view::npos && found + 1 < text.size();
          found = text.find('%', found + 1)) {
@@ -82,7 +82,8 @@ std::string replacingAll(std::string_view text, const Replacements& replacements
     return result;
 }
 
-/// An entry as it stands in the file. The write queue spends its time here and in the write.
+/// Returns an entry as it appears in the file. The write queue spends its time here and in the
+/// write.
 std::string entryOf(platform::Date date, std::string_view message) {
     constexpr std::size_t mostAroundMessage = 40;
     std::string entry;
@@ -96,7 +97,7 @@ bool isMainThread() {
     return application != nullptr && application->isMainThread();
 }
 
-/// Runs `step`. What it throws is nobody's business: a failure to log never reaches the caller.
+/// Runs `step` and swallows what it throws: a failure to log never reaches the caller.
 template <class Step>
 void quietly(Step step) {
     try {
@@ -213,9 +214,9 @@ void QFLog::writeEntry(std::string_view text) {
     bytesInQueue_ -= platform::text::utf16Length(text);
 }
 
-/// Whether the entry that is being written was waiting when the one before it was written. Looking
-/// whether the file is in place costs more than writing to it: of such entries every so many
-/// does.
+/// Returns whether the entry that is being written was already queued when the one before it was
+/// written. Checking that the file is in place costs more than writing to it, so only every so many
+/// such entries do it.
 bool QFLog::followsAtOnce() {
     constexpr std::uint64_t entriesPerLook = 32;
     const auto* queue = writeQueue();
@@ -226,7 +227,7 @@ bool QFLog::followsAtOnce() {
            number % entriesPerLook != 0;
 }
 
-/// False when there is no log to write to.
+/// Returns false if there is no log to write to.
 bool QFLog::appendEntry(std::string_view entry) {
     const bool mayGoOn = followsAtOnce();
     const auto file = fileHandle();
@@ -240,14 +241,14 @@ bool QFLog::appendEntry(std::string_view entry) {
     return appendToFreshFile(entry);
 }
 
-/// Opens the current log and writes into it, while nobody starts another one.
+/// Opens the current log and writes into it, while nobody can start another one.
 bool QFLog::appendToFreshFile(std::string_view entry) {
     const auto path = log_location::currentLog(appName());
     if (!path) {
         return false;
     }
     auto& files = platform::service<platform::LogFiles>();
-    // Without the lock, which is somebody's who does not go on, the entry is written all the same.
+    // If the lock cannot be had, because its holder hangs, the entry is written all the same.
     const auto lock = files.lock({platform::path::deletingLastComponent(*path)});
     const auto file = files.open(*path);
     setFileHandle(file);
@@ -255,8 +256,8 @@ bool QFLog::appendToFreshFile(std::string_view entry) {
 }
 
 /// The entries that finishWriting() writes here still belong to the full log, however large they
-/// make it: only the entry that filled it starts a new one. Where somebody else does so first,
-/// this one goes on in that.
+/// make it: only the entry that filled it starts a new one. If another process starts one first,
+/// this one continues in that.
 void QFLog::startOver() {
     if (startingOver_.exchange(true)) {
         return;

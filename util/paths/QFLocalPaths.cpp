@@ -138,7 +138,7 @@ std::string QFLocalPaths::uuid() {
 }
 
 std::string QFLocalPaths::randomString(std::size_t length) {
-    // Unsigned factors give the product truncated to 32 bits; a signed product could overflow.
+    // The product of unsigned factors is truncated to 32 bits; a signed product could overflow.
     std::srand(static_cast<unsigned>(std::clock()) * static_cast<unsigned>(std::time(nullptr)));
     std::string result;
     result.reserve(length);

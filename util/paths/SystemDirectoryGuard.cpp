@@ -50,9 +50,8 @@ bool isInProtectedTree(std::string_view path) {
                                [path](std::string_view tree) { return path.starts_with(tree); });
 }
 
-// The path's first characters, as many as it has but two: its trailing slash and the one before it
-// go. Where that one counts as two, part of its bytes stays, as half of it would, and matches
-// nothing.
+// Returns the path without its last two UTF-16 units: its trailing slash and the unit before it. If
+// that unit is half of a character, part of the character's bytes remains, and matches nothing.
 std::string withoutLastTwoCharacters(std::string path, std::size_t length) {
     while (platform::text::utf16Length(path) > length - 2) {
         path.pop_back();

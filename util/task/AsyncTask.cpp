@@ -66,7 +66,7 @@ void QFTaskEx::asyncDataFromTask(const std::string& path, const TaskArguments& a
     platform::detachNewThread([runner = shared_from_this(), child] { runner->run(child); });
 }
 
-/// The former receiver is given up last, when its object may call the runner again.
+/// The previous receiver is released after the lock: its object's destructor may call the runner.
 void QFTaskEx::prepareRun(const std::shared_ptr<platform::Process>& child, Receiver receiver) {
     const std::lock_guard lock(mutex_);
     std::swap(receiver_, receiver);
@@ -98,7 +98,7 @@ Value QFTaskEx::object() const {
     return receiver_.object;
 }
 
-/// The former object is given up last, when it may call the runner again.
+/// The previous object is released after the lock: its destructor may call the runner.
 void QFTaskEx::setObject(Value object) {
     const std::lock_guard lock(mutex_);
     std::swap(receiver_.object, object);
@@ -108,7 +108,7 @@ void QFTaskEx::launchAsyncTask() {
     run(theTask());
 }
 
-/// A thread that begins when its run is over has no part in one that was started meanwhile.
+/// A thread that begins after its run has ended takes no part in a run that was started meanwhile.
 void QFTaskEx::run(const std::shared_ptr<platform::Process>& child) {
     try {
         if (child == nullptr || theTask() == nullptr) {
@@ -135,7 +135,7 @@ void QFTaskEx::run(const std::shared_ptr<platform::Process>& child) {
     }
 }
 
-/// A run that is terminated before its launch leaves a closed pipe and nothing to launch.
+/// A run terminated before its launch has a closed pipe and nothing to launch.
 void QFTaskEx::launchUnlessTerminated(platform::Process& child) {
     const std::lock_guard lock(mutex_);
     if (theTask_.get().get() == &child) {
@@ -147,7 +147,7 @@ void QFTaskEx::asyncTaskReturnData(const platform::Notification& notification) {
     returnData(theTask(), notification);
 }
 
-/// The thread of a run that was terminated has no part in the one that was started after it.
+/// The thread of a terminated run takes no part in the run that was started after it.
 void QFTaskEx::returnData(const std::shared_ptr<platform::Process>& child,
                           const platform::Notification& notification) {
     const auto* item = notification.userInfo[fileHandleDataItem].as<Data>();
@@ -195,7 +195,7 @@ void QFTaskEx::terminateAsyncTask() {
 }
 
 void QFTaskEx::endRun(const std::shared_ptr<platform::Process>& child) {
-    Receiver forgotten; // Given up last, when the caller's object may call the runner again.
+    Receiver forgotten; // Released after the lock: its destructor may call the runner.
     const std::lock_guard lock(mutex_);
     if (child == nullptr || theTask_.get() != child) {
         return;

@@ -28,7 +28,7 @@ bool isTool(const std::string& path) {
            !platform::service<platform::Workspace>().isFilePackage(path);
 }
 
-/// A child whose output nobody wants.
+/// Returns a child whose output is discarded.
 std::shared_ptr<Process> quietTask(const std::string& path, const TaskArguments& arguments) {
     ProcessDescription description;
     description.launchPath = path;
@@ -38,7 +38,7 @@ std::shared_ptr<Process> quietTask(const std::string& path, const TaskArguments&
     return std::make_shared<Process>(std::move(description));
 }
 
-/// A child whose output goes where the flags say, and whose input never comes.
+/// Returns a child whose output goes where the flags say, and which never gets any input.
 std::shared_ptr<Process> collectedTask(const std::string& path, const TaskArguments& arguments,
                                        const Value& environment, LogOutput logOutput,
                                        LogError logError) {
@@ -64,7 +64,7 @@ void launch(const std::shared_ptr<Process>& child, TaskSlot& task) {
     task.expectLaunch(false);
 }
 
-/// Reads standard output to its end before standard error is read at all; either pipe may be null.
+/// Reads standard output to its end before it reads standard error at all; either pipe may be null.
 Data readToEnd(platform::Pipe* output, platform::Pipe* error) {
     Data outputData;
     Data errorData;
@@ -87,7 +87,7 @@ Data readToEnd(platform::Pipe* output, platform::Pipe* error) {
     return outputData;
 }
 
-/// As readToEnd(). A child of which nobody reads the rest is asked to end.
+/// As readToEnd(). If the output cannot be read to its end, asks the child to terminate.
 Data outputOf(const Process& child) {
     const auto& output = child.description().standardOutput.pipe();
     const auto& error = child.description().standardError.pipe();
@@ -99,7 +99,8 @@ Data outputOf(const Process& child) {
     }
 }
 
-/// The empty string for no data; nothing for what is no text, or too long a text for the memory.
+/// Returns the empty string for no data; no value if the data is not text, or too long for the
+/// memory.
 std::optional<std::string> decoded(const std::optional<Data>& data, TextEncoding encoding) {
     try {
         return data ? platform::decodedText(*data, encoding) : std::string();
@@ -134,7 +135,7 @@ bool QFTaskEx::runTask(const std::string& path, const TaskArguments& arguments, 
 std::shared_ptr<Process> QFTaskEx::runTaskAndReturn(const std::string& path,
                                                     const TaskArguments& arguments) {
     if (path.empty() || !isTool(path)) {
-        // Filled twice on purpose: what looks like a directive in the path is read as one.
+        // Formatted twice on purpose: what looks like a directive in the path is treated as one.
         QFLog::appendLogAndPrint(platform::format(notExecutable, path));
         return nullptr;
     }
@@ -163,7 +164,8 @@ std::optional<Data> QFTaskEx::dataFromTask(const std::string& path, const TaskAr
                                            TaskSlot& task, const Value& environment,
                                            LogOutput logOutput, LogError logError) {
     try {
-        // What is executable exists; asked by itself, a tool that a stand-in replaces does not.
+        // An executable tool exists; an existence check alone would miss a tool that a stand-in
+        // replaces.
         if (!isTool(path)) {
             QFLog::appendLogAndPrint(notExecutable, path);
             return std::nullopt;

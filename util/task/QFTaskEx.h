@@ -14,70 +14,71 @@
 #include <optional>
 #include <string>
 
-/// Whether what the child writes to its standard output is collected or goes where the program's
-/// own goes. Nothing is written to the log either way.
+/// Whether the child's standard output is collected or goes where the program's own goes. Nothing
+/// is written to the log either way.
 enum class LogOutput { no, yes };
 
-/// Whether what the child writes to its standard error is collected or thrown away.
+/// Whether the child's standard error is collected or discarded.
 enum class LogError { no, yes };
 
-/// Runs system tools as child processes: to the end, for their output, for their exit status, with
-/// or without a time-out; or without blocking, with the output handed to a delegate piece by piece.
+/// Runs system tools as child processes: to their end, for their output or for their exit status,
+/// with or without a time-out; or without blocking, passing the output to a delegate piece by
+/// piece.
 ///
-/// Class-level operations are static. Operations of one runner, an instance that create() makes,
-/// are members; those that exist at both levels under one name, the timed ones, end in "OnRunner"
-/// as members.
+/// Class-level operations are static. Operations of a runner, an instance that create() returns,
+/// are members. The timed ones, which exist at both levels, end in "OnRunner" as members.
 ///
-/// A path is the tool's, absolute or relative to the working directory. Where an operation refuses
-/// it, because it is not executable or is a package, it logs and prints "Error: %@ is not
-/// executable". A TaskSlot is where an operation keeps the child that it runs, for others to reach;
-/// class-level operations leave it there. An environment, a dictionary of strings, is the child's
-/// whole environment; none leaves it the program's. A child's exit status is no failure.
+/// A path is the tool's, absolute or relative to the working directory. An operation that refuses
+/// it, because it is not executable or is a package, logs and prints "Error: %@ is not executable".
+/// A TaskSlot holds the child that an operation runs, so that others can reach it; class-level
+/// operations leave the child there. An environment, a dictionary of strings, is the child's whole
+/// environment; without one the child has the program's. A child's exit status is never a failure.
 ///
-/// A time-out counts in whole seconds. When it is over while the child runs, the child is asked to
-/// end, on the main thread, which must be running its loop, and "Task %@ timed out. Terminating..."
-/// is logged and printed; the operation then returns once the child has obeyed, with what it has. A
-/// child that ignores the request is waited for; others who keep its output open are not, also when
-/// the child has ended before. A time-out keeps the runner alive for its whole interval, even when
-/// the child has ended long before. One thread counts all of them. When the system has none left
-/// for it, a timed operation runs nothing: it logs and prints why, as QFException::logException
-/// does, and gives nothing, or -1 for an exit status.
+/// A time-out is in whole seconds. If it expires while the child runs, the child is asked to
+/// terminate, on the main thread, which must be running its loop, and "Task %@ timed out.
+/// Terminating..." is logged and printed; the operation then returns the output so far once the
+/// child has ended. A child that ignores the request is waited for; other processes that keep its
+/// output open are not, even if the child has ended before. A time-out keeps the runner alive for
+/// its whole interval, even if the child has ended long before. One thread counts all time-outs. If
+/// the system cannot start that thread, a timed operation runs nothing: it logs and prints why, as
+/// QFException::logException does, and returns no value, or -1 for an exit status.
 ///
 /// Class-level operations block the calling thread; any thread may call them. A runner serves one
-/// timed call, or one asynchronous run, at a time; the time-out of a former call that is not over
-/// yet acts on whatever child the runner then has.
+/// timed call, or one asynchronous run, at a time; an earlier call's time-out that expires later
+/// acts on whatever child the runner then has.
 class QFTaskEx : public std::enable_shared_from_this<QFTaskEx> {
 public:
-    // Run a tool, its output discarded, until it has ended.
+    // Run a tool to its end and discard its output.
 
-    /// True when the child was launched and has ended. Refuses an absolute path that is not
-    /// executable or is a package; an empty or relative one is tried. A launch that fails logs, and
-    /// does not print, "Exception running task %@: %@" and gives false.
+    /// Returns true if the child was launched and has ended. Refuses an absolute path that is not
+    /// executable or is a package; tries an empty or relative one. A failed launch logs, and does
+    /// not print, "Exception running task %@: %@" and returns false.
     static bool runTask(const std::string& path, const TaskArguments& arguments);
     static bool runTask(const std::string& path, const TaskArguments& arguments, TaskSlot& task);
 
-    /// As above, with nothing to tell. The child is never terminated, whatever the time-out: the
-    /// time-out's thread finds no child, and the call returns at the child's natural end.
+    /// As above, without a result. The child is never terminated, whatever the time-out: the
+    /// time-out's thread finds no child, and the call returns when the child ends by itself.
     static void runTask(const std::string& path, const TaskArguments& arguments,
                         platform::Timeout timeout);
     void runTaskOnRunner(const std::string& path, const TaskArguments& arguments,
                          platform::Timeout timeout);
 
-    /// Launches a tool, its output discarded, and returns it without waiting; null when the path is
-    /// refused. Throws platform::Exception when the launch fails. The line about a refused path is
-    /// filled twice, so that a "%" in the path is read as the start of a directive.
+    /// Launches a tool, discarding its output, and returns it without waiting; null if the path is
+    /// refused. Throws platform::Exception if the launch fails. The message about a refused path is
+    /// formatted twice, so that a "%" in the path begins a directive.
     static std::shared_ptr<platform::Process> runTaskAndReturn(const std::string& path,
                                                                const TaskArguments& arguments);
 
     // Collect a tool's output.
 
-    /// The bytes that the child wrote to its standard output or, when there are none, to its
-    /// standard error; only of the two that are collected. Nothing when the path is refused or,
-    /// after "Exception running task %@: %@" is logged and printed, when the platform raised.
+    /// Returns the bytes that the child wrote to its standard output or, if that is empty, to its
+    /// standard error; a stream that is not collected counts as empty. Returns no value if the path
+    /// is refused or the platform throws; the latter logs and prints "Exception running task %@:
+    /// %@".
     ///
-    /// Standard output is read to its end before standard error is read at all, so that a child
-    /// that fills the pipe of its errors meanwhile waits, and the call with it. Without LogOutput
-    /// and LogError the call returns at once. The child's end is not waited for. The child's
+    /// Standard output is read to its end before standard error is read at all, so a child that
+    /// fills the pipe of its errors meanwhile blocks, and the call with it. With LogOutput::no and
+    /// LogError::no the call returns at once. It does not wait for the child's end. The child's
     /// standard input is a pipe that nobody writes to. While other runs hold all descriptors that
     /// the program may open, the call waits for them before it launches anything.
     static std::optional<platform::Data>
@@ -93,7 +94,7 @@ public:
     dataFromTask(const std::string& path, const TaskArguments& arguments, TaskSlot& task,
                  const platform::Value& environment, LogOutput logOutput, LogError logError);
 
-    /// As above under a time-out: what arrived before the child was terminated.
+    /// As above with a time-out: returns the bytes that arrived before the child was terminated.
     static std::optional<platform::Data> dataFromTask(const std::string& path,
                                                       const TaskArguments& arguments,
                                                       platform::Timeout timeout);
@@ -109,9 +110,9 @@ public:
                                                        platform::Timeout timeout,
                                                        LogOutput logOutput, LogError logError);
 
-    /// The output as text: the empty string when dataFromTask gives nothing, nothing when the bytes
-    /// are no text in the encoding, which is ASCII unless another is given, or there is no memory
-    /// for the text.
+    /// Return the output as text: the empty string if dataFromTask returns no value; no value if
+    /// the bytes are not text in the encoding (ASCII by default) or there is no memory for the
+    /// text.
     static std::optional<std::string> stringFromTask(const std::string& path,
                                                      const TaskArguments& arguments);
     static std::optional<std::string>
@@ -133,10 +134,10 @@ public:
                                                      platform::Timeout timeout, LogOutput logOutput,
                                                      LogError logError);
 
-    // Learn a tool's exit status.
+    // Get a tool's exit status.
 
-    /// The status of the child, its output discarded, or the number of the signal that ended it; -1
-    /// when the path is refused. Throws platform::Exception when the launch fails.
+    /// Returns the child's exit status, or the number of the signal that ended it; -1 if the path
+    /// is refused. Discards the output. Throws platform::Exception if the launch fails.
     static int terminationCodeFromTask(const std::string& path, const TaskArguments& arguments);
     static int terminationCodeFromTask(const std::string& path, const TaskArguments& arguments,
                                        TaskSlot& task);
@@ -147,57 +148,57 @@ public:
 
     // Runners.
 
-    /// A fresh runner, all its properties empty.
+    /// Returns a new runner with empty properties.
     static std::shared_ptr<QFTaskEx> create();
 
-    /// Forgets the delegate and asks a child that still runs to end.
+    /// Forgets the delegate and asks a child that still runs to terminate.
     ~QFTaskEx();
     QFTaskEx(const QFTaskEx&) = delete;
     QFTaskEx& operator=(const QFTaskEx&) = delete;
     QFTaskEx(QFTaskEx&&) = delete;
     QFTaskEx& operator=(QFTaskEx&&) = delete;
 
-    /// The child that the current call or run has started, or null. Any thread. One that is set,
-    /// its standard output a pipe, is what launchAsyncTask() runs.
+    /// The child that the current call or run has started, or null. Any thread. launchAsyncTask()
+    /// runs a child that is set here, whose standard output must be a pipe.
     std::shared_ptr<platform::Process> theTask() const { return theTask_.get(); }
     void setTheTask(std::shared_ptr<platform::Process> task) { theTask_.set(std::move(task)); }
 
-    /// Who is told what an asynchronous run prints, or null: it is not kept alive. Any thread.
+    /// The receiver of an asynchronous run's output, or null; it is not kept alive. Any thread.
     std::shared_ptr<platform::Delegate> delegate() const;
     void setDelegate(std::weak_ptr<platform::Delegate> delegate);
 
-    /// The delegate's operation for that. Any thread.
+    /// The delegate's operation for the output. Any thread.
     std::optional<std::string> selector() const;
     void setSelector(std::optional<std::string> selector);
 
-    /// What the operation is given as its third argument, or none. Any thread.
+    /// The operation's third argument, or no value. Any thread.
     platform::Value object() const;
     void setObject(platform::Value object);
 
-    /// Sleeps, then has the main thread perform timeout() and waits until it is done. Without an
+    /// Sleeps, then performs timeout() on the main thread and waits until it is done. Without an
     /// application there is no main thread, and nothing happens.
     void setupTimeout(std::chrono::seconds seconds);
 
-    /// Terminates the child in theTask, if it runs, and says so. What a timed call collects then
-    /// ends with the child. Main thread.
+    /// Asks the child in theTask to terminate, if it runs, and logs and prints that. A timed call
+    /// then collects no more than the child's output. Main thread.
     void timeout();
 
-    /// As terminateAsyncTask, for timed calls too.
+    /// As terminateAsyncTask; also for timed calls.
     void terminateTask();
 
     // Run a tool without blocking.
 
-    /// Starts a thread that runs the tool and hands each piece of its standard output, as it
+    /// Starts a thread that runs the tool and passes each piece of its standard output, as it
     /// arrives, to the operation `selector` of `delegate`: the bytes (Data), this runner (an
-    /// Object) and, where it is not none, `object`. No bytes mean the end, after which the runner
-    /// has forgotten the child, the delegate, the selector and the object. Standard error is
-    /// discarded. Returns at once; the delegate is called on the runner's thread.
+    /// Object) and, if it has a value, `object`. An empty piece is the end, after which the runner
+    /// forgets the child, the delegate, the selector and the object. Standard error is discarded.
+    /// Returns at once; the delegate is called on the runner's thread.
     ///
     /// The delegate is not kept alive; one that is gone, or has no such operation, is not called.
-    /// An operation that takes fewer arguments than it is given ends the thread, as does any other
-    /// platform exception, with the line "Exception: %@". A tool that does not exist or is not
-    /// executable is logged, and the delegate never called. Throws platform::Exception where the
-    /// system has no pipe or thread left, or `environment` is no dictionary of strings.
+    /// An operation that takes fewer arguments than are passed ends the thread, as does any other
+    /// platform exception, and logs "Exception: %@". A tool that does not exist or is not
+    /// executable is logged, and the delegate is never called. Throws platform::Exception if the
+    /// system has no pipe or thread left, or `environment` is not a dictionary of strings.
     void asyncDataFromTask(const std::string& path, const TaskArguments& arguments,
                            std::weak_ptr<platform::Delegate> delegate,
                            std::optional<std::string> selector, platform::Value object);
@@ -206,20 +207,20 @@ public:
                            std::optional<std::string> selector, platform::Value object,
                            const platform::Value& environment);
 
-    /// The body of the runner's thread.
+    /// Runs the body of the runner's thread.
     void launchAsyncTask();
 
-    /// Delivers the piece in a record named "QFAsyncTaskDataNotification", which its user
-    /// information holds under "NSFileHandleNotificationDataItem". An empty piece ends the run.
+    /// Delivers the piece of output in a notification named "QFAsyncTaskDataNotification", under
+    /// "NSFileHandleNotificationDataItem" in its user information. An empty piece ends the run.
     void asyncTaskReturnData(const platform::Notification& notification);
 
-    /// Ends the run: the runner's thread reads no more, the delegate, the selector and the object
-    /// are forgotten, the child, if it runs, is asked to end, and is forgotten. Another run may be
-    /// started at once. Any thread.
+    /// Ends the run: the runner's thread stops reading; the delegate, the selector and the object
+    /// are forgotten; the child, if it runs, is asked to terminate, and is forgotten. Another run
+    /// may be started at once. Any thread.
     void terminateAsyncTask();
 
 private:
-    /// Whom the output goes to.
+    /// The receiver of the output.
     struct Receiver {
         std::weak_ptr<platform::Delegate> delegate;
         std::optional<std::string> selector;

@@ -7,26 +7,27 @@
 #include <utility>
 #include <vector>
 
-/// One of a tool's arguments: one text. Two texts in braces are never taken for the two ends of
-/// one.
+/// One of a tool's arguments. Prevents two strings in braces from being taken as the two ends of
+/// one string.
 class TaskArgument {
 public:
-    /// Takes whatever becomes a string without a cast.
+    /// Accepts everything that converts to a string implicitly.
     template <std::convertible_to<std::string> Text>
-    // NOLINTNEXTLINE(bugprone-forwarding-reference-overload): an argument itself is no such text.
+    // NOLINTNEXTLINE(bugprone-forwarding-reference-overload): an argument itself does not convert
+    // to a string.
     TaskArgument(Text&& text) : text_(std::forward<Text>(text)) {}
 
-    /// The text, as it was given.
+    /// Returns the text unchanged.
     const std::string& text() const { return text_; }
 
 private:
     std::string text_;
 };
 
-/// A tool's arguments: a list of strings, or none, which counts as the empty list.
+/// A tool's arguments: a list of strings; no list counts as an empty one.
 class TaskArguments {
 public:
-    /// The list as given; none is the empty one.
+    /// Takes a list as it is; no list is an empty one.
     TaskArguments(std::initializer_list<TaskArgument> list) {
         list_.reserve(list.size());
         for (const auto& argument : list) {
@@ -38,7 +39,7 @@ public:
         : list_(std::move(list).value_or(std::vector<std::string>())) {}
     TaskArguments(std::nullopt_t /*none*/) {}
 
-    /// The arguments, without the tool's own name.
+    /// Returns the arguments, without the tool's own name.
     const std::vector<std::string>& list() const { return list_; }
 
 private:

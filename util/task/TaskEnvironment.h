@@ -6,6 +6,6 @@
 #include <optional>
 #include <string>
 
-/// A task's environment out of a dictionary of strings, or nothing out of none. Throws
+/// Returns a task's environment from a dictionary of strings; no value for an empty Value. Throws
 /// platform::Exception "NSInvalidArgumentException" for any other value.
 std::optional<std::map<std::string, std::string>> taskEnvironment(const platform::Value& value);

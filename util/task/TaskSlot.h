@@ -8,22 +8,22 @@
 #include <utility>
 #include <vector>
 
-/// A place for one child, or none. Any thread may call every member.
+/// Holds one child, or null. Any thread may call every member.
 class TaskSlot {
 public:
-    /// The child, or null.
+    /// Returns the child, or null.
     std::shared_ptr<platform::Process> get() const {
         const std::lock_guard lock(mutex_);
         return task_;
     }
 
-    /// Puts a child, or null, in the place of what was there.
+    /// Replaces the child, possibly by null.
     void set(std::shared_ptr<platform::Process> task) {
         const std::lock_guard lock(mutex_);
         task_.swap(task);
     }
 
-    /// Says that a child is about to be launched in this slot, or is no longer.
+    /// Announces that a child is about to be launched in this slot, or no longer is.
     void expectLaunch(bool expected) {
         std::vector<std::function<void()>> due;
         {
@@ -38,8 +38,7 @@ public:
         }
     }
 
-    /// Runs the action at once or, while a launch is expected, after that, on the thread that has
-    /// launched.
+    /// Runs the action at once or, while a launch is expected, after it, on the launching thread.
     void onceLaunched(std::function<void()> action) {
         {
             const std::lock_guard lock(mutex_);

@@ -13,7 +13,7 @@ namespace {
 
 constexpr const char* timedOut = "Task %@ timed out. Terminating...";
 
-/// Keeps a runner's slot for one timed call: empty before the child and empty after it.
+/// Holds a runner's slot for one timed call; the slot is empty before and after it.
 class TimedCall {
 public:
     explicit TimedCall(TaskSlot& task) : task_(task) {
@@ -46,7 +46,7 @@ void QFTaskEx::runTaskOnRunner(const std::string& path, const TaskArguments& arg
         return;
     }
     theTask_.set(nullptr);
-    // The child is kept where the time-out does not look for it, so that it is never terminated.
+    // The child is kept where the time-out does not look for it, so it is never terminated.
     TaskSlot task;
     runTask(path, arguments, task);
 }
@@ -94,8 +94,8 @@ int QFTaskEx::terminationCodeFromTaskOnRunner(const std::string& path,
     return terminationCodeFromTask(path, arguments, theTask_);
 }
 
-/// Nobody cancels the time-out: it would come to its end all the same. False when the system has no
-/// thread left for it.
+/// Starts the time-out, which is never cancelled. Returns false if the system has no thread left
+/// for it.
 bool QFTaskEx::startTimeout(platform::Timeout timeout) {
     try {
         platform::performAfter(timeout.wholeSeconds(),
@@ -107,7 +107,7 @@ bool QFTaskEx::startTimeout(platform::Timeout timeout) {
     }
 }
 
-/// A time-out shorter than a launch does not miss the child.
+/// Waits out a launch in progress, so that a very short time-out does not miss the child.
 void QFTaskEx::timeIsUp() {
     theTask_.onceLaunched([runner = shared_from_this()] {
         if (auto* application = platform::installedService<platform::Application>()) {
