@@ -24,8 +24,8 @@ enum class PlanBase {
 /// When a step is taken: always, or only when the items that all products share go too.
 enum class Condition { always, shared };
 
-/// A line of the plan's table. It stands for one row for each of `names`, in that order, whose name
-/// is prefix + name + suffix; a kill is one row for all of them, with the prefix as its tool.
+/// A step, one line of the plan's table. It expands to one row for each of `names`, in order, whose
+/// name is prefix + name + suffix; a kill is one row for all of them, with the prefix as its tool.
 struct PlanStep {
     PlanAction action;
     Condition condition;
@@ -44,8 +44,8 @@ inline constexpr auto applications = std::to_array<std::string_view>(
     {"Dunmarl", "Ospenth", "Vellicor", "Harrowin", "Caddamir", "Stelbrin", "Frensow", "Gilrath",
      "Lunevar", "Pemmick", "Torvast"});
 
-/// The seventh name is two applications' names with nothing between them, so that neither of the
-/// two is stopped.
+/// The seventh name is two applications' names without a separator, so neither of the two is
+/// stopped.
 inline constexpr auto processes = std::to_array<std::string_view>(
     {"Dunmarl", "DunmarlHelper", "Ospenth", "Vellicor", "Quillfen App Launcher",
      "Quillfen Software Update", "HarrowinStelbrin", "Caddamir", "Frensow", "Gilrath", "Lunevar",
