@@ -1,6 +1,6 @@
-// What the tests of the Linux ports run in a process of its own. Each command prints "ok", or the
-// number and the sentence of the Error, then the lines of the system log, and then how many faults
-// the library of faulty system calls has caused.
+// A program that the tests of the Linux ports run as a child process. Each command prints "ok", or
+// the number and the sentence of the Error, then the lines of the system log, and then the number
+// of faults that the library of faulty system calls has caused.
 
 #include "platform/Preferences.h"
 #include "platform/Services.h"
@@ -85,7 +85,7 @@ int lock(const Arguments& arguments) {
     return report(platform::native::FileSystem().setImmutable(arguments.at(0), true));
 }
 
-/// Prints each path, a zero byte behind it.
+/// Prints each path, followed by a zero byte.
 int volumes(const Arguments& /*arguments*/) {
     for (const auto& volume : platform::native::mountedLocalVolumes()) {
         std::cout << volume.mountPoint << '\0';
@@ -111,7 +111,7 @@ int environment(const Arguments& /*arguments*/) {
     return 0;
 }
 
-/// Gives how many of the standard streams are closed.
+/// Returns the number of closed standard streams.
 int closedStreams(const Arguments& /*arguments*/) {
     platform::installServices();
     int closed = 0;
@@ -132,8 +132,8 @@ int storePreference(const Arguments& arguments) {
     return 0;
 }
 
-/// Runs another command where every volume is read-only: one that would harm the machine if it were
-/// not refused.
+/// Runs another command with every volume read-only: one that would harm the machine if it were not
+/// refused.
 int withoutWriting(const Arguments& arguments) {
     mount_attr readOnly{};
     readOnly.attr_set = MOUNT_ATTR_RDONLY;
@@ -168,7 +168,7 @@ int perform(const Arguments& arguments) {
     return commands.at(arguments.at(0))(Arguments(arguments.begin() + 1, arguments.end()));
 }
 
-/// Calls into the library of faulty system calls, where the program was started with it.
+/// Calls into the library of faulty system calls, if the program was started with it.
 template <typename Result>
 Result callFaultyCalls(const char* function) {
     void* found = ::dlsym(RTLD_DEFAULT, function);

@@ -21,7 +21,7 @@ using platform::Value;
 
 namespace {
 
-/// A user with a data directory and, where a test makes one, a machine with a desktop.
+/// A user with a data directory and, if a test makes one, a machine with a desktop.
 class Registry : public testing::Test {
 protected:
     Registry() {
@@ -29,7 +29,7 @@ protected:
         directory.makeDirectory("home");
     }
 
-    /// A bundle with a program that writes its own path to what "$QF_REPORT" names.
+    /// Makes a bundle with a program that writes its own path to the file that "$QF_REPORT" names.
     std::string makeBundle(const std::string& name, const Value& identifier,
                            const std::string& program = "Tool") {
         const auto bundle = directory.makeDirectory(name);

@@ -33,8 +33,8 @@ std::string bigEndian(std::uint64_t number, int width) {
     return bytes;
 }
 
-/// A list in binary form of these objects, the first of which is the root. References in them and
-/// offsets have four bytes.
+/// Returns a list in binary form of these objects, the first of which is the root. References in
+/// them and offsets have four bytes.
 std::string binary(const std::vector<std::string>& objects) {
     std::string bytes = "bplist00";
     std::string table;
@@ -57,7 +57,7 @@ std::string arrayOf(const std::vector<std::uint64_t>& references) {
 
 const std::string trueObject = "\x09";
 
-/// Arrays inside one another, each of which refers to the next `width` times.
+/// Returns nested arrays, each of which refers to the next one `width` times.
 std::string binaryChain(std::size_t levels, std::size_t width) {
     std::vector<std::string> objects;
     for (std::size_t level = 0; level < levels; ++level) {

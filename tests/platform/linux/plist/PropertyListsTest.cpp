@@ -37,7 +37,7 @@ Value inXml(const std::string& content) {
     return propertyLists.parse("<plist version=\"1.0\">" + content + "</plist>");
 }
 
-/// A value with every type that a property list has.
+/// Returns a value with every type that a property list has.
 Value everything() {
     return Value::Dictionary{
         {"true", true},
@@ -62,7 +62,7 @@ Value everything() {
     };
 }
 
-/// What Python makes of everything().
+/// Python's description of everything().
 constexpr const char* everythingInPython = R"({
     "true": True, "false": False, "zero": 0, "negative": -5,
     "smallest": -2**63, "largest": 2**63 - 1, "third": 1.0 / 3, "huge": 1e300,
@@ -81,7 +81,7 @@ Outcome python(const std::string& program, const std::string& path) {
                {"PYTHONUTF8=1"});
 }
 
-/// Has numbers written with a comma, in a language that is made here.
+/// Makes a locale in which numbers are written with a comma.
 void makeLanguageWithComma() {
     const TemporaryDirectory directory;
     const auto source = directory.write("source", "LC_NUMERIC\ndecimal_point \",\"\n"

@@ -52,7 +52,7 @@ protected:
         EXPECT_EQ(outcome.status, 0) << outcome.output;
         EXPECT_EQ(outcome.output, "");
     }
-    /// Expects one line that tells why, and nothing of the work.
+    /// Expects one line with the reason, and no trace of the work.
     static void expectRefused(const Outcome& outcome, const std::string& why) {
         EXPECT_EQ(outcome.status, 1);
         EXPECT_TRUE(outcome.output.starts_with("ditto: ")) << outcome.output;
@@ -60,7 +60,7 @@ protected:
         EXPECT_EQ(outcome.output.find('\n'), outcome.output.size() - 1) << outcome.output;
     }
 
-    /// The paths below `path`, sorted, each with its kind, permissions, time in seconds and
+    /// Returns the paths below `path`, sorted, each with its kind, permissions, time in seconds and
     /// content.
     static Names treeOf(const std::string& path) {
         Names tree;
@@ -81,7 +81,7 @@ protected:
         return tree;
     }
 
-    /// A directory with items of every kind, in it and below.
+    /// Makes a directory with items of every kind, in it and below.
     std::string makeSource() const {
         directory.write("src/file", "content");
         directory.write("src/Ünï cödé/ä\"b", "umlaut");
@@ -132,7 +132,7 @@ protected:
         return path;
     }
 
-    /// Expects that nothing but these stands in the directory.
+    /// Expects the directory to contain exactly these entries.
     void expectOnly(Names names) const {
         Names found;
         for (const auto& item : fs::directory_iterator(directory.path())) {
@@ -156,7 +156,7 @@ std::string littleEndian(std::uint64_t number, int bytes) {
     return text;
 }
 
-/// An archive of a file "f" that holds "x", unpacked size and digest as they are claimed.
+/// Returns an archive of a file "f" that contains "x", with the claimed unpacked size and checksum.
 std::string archiveThatClaims(std::uint64_t size, std::uint32_t digest = 0x8CDC1683) {
     constexpr std::uint32_t inExtraField = 0xFFFFFFFF;
     const auto sizes = littleEndian(0x0001, 2) + littleEndian(8, 2) + littleEndian(size, 8);
@@ -480,7 +480,7 @@ TEST_F(Ditto, ReplacesALinkByWhatComesUnderItsName) {
 TEST_F(Ditto, RefusesEntriesOfOtherKinds) {
     for (const mode_t kind : std::vector<mode_t>{S_IFCHR, S_IFBLK, S_IFSOCK}) {
         const auto archive = makeArchive("a.zip", {{"plain", "x"}});
-        // The kind stands in the upper half of the attributes in the list at the end.
+        // The kind is in the upper half of the attributes in the central directory.
         auto bytes = contentOf(archive);
         const auto central = bytes.find("PK\x01\x02");
         ASSERT_NE(central, std::string::npos);
