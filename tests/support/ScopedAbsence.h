@@ -2,7 +2,7 @@
 
 #include "platform/Services.h"
 
-/// Removes the implementation of a port for a scope.
+/// Leaves a port without an implementation for a scope.
 template <class Port>
 class ScopedAbsence {
 public:

@@ -108,7 +108,7 @@ int qfEndFaults() {
 }
 
 // One definition per call, with its name and its failure value.
-// NOLINTBEGIN(bugprone-macro-parentheses): a type stands in no parentheses.
+// NOLINTBEGIN(bugprone-macro-parentheses): a type cannot be parenthesized.
 #define QF_CALL(RESULT, NAME, PARAMETERS, ARGUMENTS, FAILURE)                                      \
     RESULT NAME PARAMETERS {                                                                       \
         static const auto real = next(&::NAME, #NAME);                                             \
