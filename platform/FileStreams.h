@@ -41,8 +41,8 @@ public:
     virtual FileId identity() const = 0;
 };
 
-/// Opens files as streams. Paths are absolute, of any bytes but zero; links are followed. Any
-/// thread may call every member.
+/// Opens files as streams. Paths are absolute and may contain any byte except zero; links are
+/// followed. Any thread may call every member.
 class FileStreams {
 public:
     static constexpr const char* portName = "FileStreams";

@@ -45,8 +45,8 @@ Port* installedService() {
     return detail::installed<Port>();
 }
 
-/// Installs `implementation` for its port for the rest of the process; the caller keeps it alive
-/// that long. Start-up calls it before any other thread runs.
+/// Installs `implementation` for its port for the rest of the process; the caller must keep it
+/// alive that long. Start-up calls it before any other thread runs.
 template <class Port>
 void install(Port& implementation) {
     detail::slot<Port>().store(&implementation, std::memory_order_release);

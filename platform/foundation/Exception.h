@@ -8,17 +8,29 @@ namespace platform {
 
 /// The names of the platform's exceptions.
 namespace exception_name {
+/// A stream could not be used.
 inline constexpr const char* fileHandleOperation = "NSFileHandleOperationException";
+/// Any other failure.
 inline constexpr const char* generic = "NSGenericException";
+/// The program broke a rule of its own.
 inline constexpr const char* internalInconsistency = "NSInternalInconsistencyException";
+/// An argument is not valid.
 inline constexpr const char* invalidArgument = "NSInvalidArgumentException";
+/// Not enough memory.
 inline constexpr const char* outOfMemory = "NSMallocException";
+/// An operation took too long.
 inline constexpr const char* portTimeout = "NSPortTimeoutException";
+/// The interface file lacks an action.
 inline constexpr const char* actionMissing = "QFActionMissing";
+/// Another process runs the application.
 inline constexpr const char* alreadyRunning = "QFAlreadyRunning";
+/// A digest algorithm is not allowed.
 inline constexpr const char* digestUnavailable = "QFDigestUnavailable";
+/// The interface file cannot be read.
 inline constexpr const char* interfaceUnreadable = "QFInterfaceUnreadable";
+/// The interface file lacks an object.
 inline constexpr const char* outletMissing = "QFOutletMissing";
+/// A port has no implementation.
 inline constexpr const char* serviceUnavailable = "QFServiceUnavailable";
 } // namespace exception_name
 

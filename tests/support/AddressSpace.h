@@ -7,7 +7,7 @@
 
 constexpr std::size_t mebibyte = std::size_t{1} << 20U;
 
-/// How many bytes of its address space the process uses.
+/// Returns the size in bytes of the address space that the process uses.
 inline std::size_t addressSpaceInUse() {
     std::size_t pages = 0;
     std::ifstream("/proc/self/statm") >> pages;

@@ -5,7 +5,7 @@
 
 namespace {
 
-/// Tells how much of it nobody has read.
+/// Reports how much of it nobody has read.
 class WatchedStream : public std::istringstream {
 public:
     WatchedStream(const std::string& text, std::streamsize& unread)

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-/// One call of the authorization service, with what it was given.
+/// A call of the authorization service, with its arguments.
 struct AuthorizationCall {
     std::string operation;
     platform::AuthorizationRef ref = platform::AuthorizationRef::none;
@@ -24,26 +24,26 @@ struct AuthorizationCall {
 
 std::ostream& operator<<(std::ostream& out, const AuthorizationCall& call);
 
-/// Remembers every call, grants what it is asked for unless a test says otherwise, and numbers its
-/// handles from 1.
+/// Records every call, grants every request unless a test says otherwise, and numbers its handles
+/// from 1.
 class RecordingAuthorizationServices : public platform::AuthorizationServices {
 public:
     platform::AuthorizationStatus createStatus = platform::errAuthorizationSuccess;
     platform::AuthorizationStatus rightsStatus = platform::errAuthorizationSuccess;
     platform::AuthorizationStatus executeStatus = platform::errAuthorizationSuccess;
-    /// Statuses of the next tools, before executeStatus counts.
+    /// Statuses of the next tools, used before executeStatus.
     std::deque<platform::AuthorizationStatus> nextExecuteStatuses;
-    /// What a privileged parent has left.
+    /// The handle passed by a privileged parent.
     platform::AuthorizationResult<platform::AuthorizationRef> inherited =
         platform::Unexpected(platform::errAuthorizationInternal);
     std::string toolOutput;
 
-    /// Every call but those of copyPrivilegedReference.
+    /// Every call except those of copyPrivilegedReference.
     std::vector<AuthorizationCall> calls;
     std::vector<platform::AuthorizationFlags> inheritanceFlags;
-    /// Whether rights that were given last.
+    /// Whether granted rights are still valid.
     bool rightsLast = true;
-    /// How much of the last tool's output was left when its stream was let go.
+    /// How much of the last tool's output was unread when its stream was destroyed.
     std::streamsize unreadOutput = -1;
 
     platform::AuthorizationResult<platform::AuthorizationRef>

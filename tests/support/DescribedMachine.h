@@ -13,15 +13,15 @@
 #include <string>
 #include <vector>
 
-/// A clock that stands at the last second of 2023.
+/// A clock that is stopped at the last second of 2023.
 class StandingClock : public platform::LocalTime {
 public:
     std::tm now() override;
 };
 
-/// A machine of doubles alone, seen by an ordinary user whose home directory is /home/someone;
-/// nothing of the real one is read or changed. Each test has an authorization controller of its
-/// own.
+/// A machine that consists only of doubles, seen by an ordinary user whose home directory is
+/// /home/someone; nothing of the real one is read or changed. Each test has its own authorization
+/// controller.
 class DescribedMachine : public testing::Test {
 protected:
     using Lines = std::vector<std::string>;
@@ -30,7 +30,7 @@ protected:
     ~DescribedMachine() override;
     void TearDown() override;
 
-    /// Has the process run as the superuser.
+    /// Makes the process run as the superuser.
     void becomeSuperuser() { account.userId = 0; }
 
     FakeAccount account;

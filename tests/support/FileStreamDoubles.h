@@ -14,42 +14,42 @@
 #include <utility>
 #include <vector>
 
-/// A file that a test describes: what it holds, and what its medium does.
+/// A file that a test describes: its content, and the behaviour of its medium.
 struct DescribedFile {
     static constexpr std::uint64_t unlimited = std::numeric_limits<std::uint64_t>::max();
 
     std::string content;
     bool opens = true;
 
-    /// What is read is so many bytes of nothing in particular, and what is written is forgotten.
+    /// If set, reads return this many arbitrary bytes, and writes are discarded.
     std::optional<std::uint64_t> bottomless;
 
-    /// Where reading fails, and the most that the file holds.
+    /// The position at which reading fails, and the largest size of the file.
     std::uint64_t readableBytes = unlimited;
     std::uint64_t room = unlimited;
 
-    /// The system's number for a seek that fails, 0 lets it succeed; and the first position that
-    /// cannot be sought.
+    /// The system's number for a failing seek, or 0 if it succeeds; and the first position to which
+    /// seeking fails.
     int seekError = 0;
     std::uint64_t seekableBytes = 0;
 
-    /// How many bytes of one read arrive; at most as many as were asked for.
+    /// The number of bytes that one read returns, at most as many as were requested.
     std::function<std::size_t(std::uint64_t position, std::size_t size)> arriving;
 
-    /// What the medium makes of what is written at a position.
+    /// How the medium changes the bytes written at a position.
     std::function<void(std::uint64_t position, std::string& written)> alter;
 
     /// Called before each read.
     std::function<void()> beforeRead;
 };
 
-/// Files in memory that misbehave as a test describes; a file that it does not describe can be
-/// written and not read. Used by one thread.
+/// Files in memory that misbehave as a test describes; other files can be written but not read. Not
+/// shared between threads.
 class DescribedFileStreams : public platform::FileStreams {
 public:
     std::map<std::string, DescribedFile> files;
 
-    /// What was opened and closed, in order.
+    /// The files opened and closed, in order.
     std::vector<std::string> events;
 
     std::unique_ptr<platform::FileStream> openForReading(const std::string& path) override {
@@ -154,7 +154,7 @@ private:
     }
 };
 
-/// A machine that allows no digest, for a scope.
+/// Makes every digest unavailable for a scope.
 class ForbiddenDigests : public platform::Digests {
 public:
     std::unique_ptr<platform::DigestState> begin(platform::DigestAlgorithm /*algorithm*/) override {

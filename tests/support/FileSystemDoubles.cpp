@@ -6,7 +6,7 @@
 
 namespace {
 
-/// What a test says that something fails with; a success where it says nothing.
+/// Returns the failure that a test has set, or a success if it has set none.
 platform::Result<void> failureIn(const std::map<std::string, platform::Error>& failures,
                                  const std::string& what) {
     const auto found = failures.find(what);

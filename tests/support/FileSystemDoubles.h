@@ -10,38 +10,38 @@
 #include <string_view>
 #include <vector>
 
-/// Files and directories that a test describes; nothing is on disk. Every system tool is there.
+/// Files and directories that a test describes; nothing is on disk. Every system tool exists.
 class DescribedFileSystem : public platform::FileSystem {
 public:
-    /// What exists and is no directory.
+    /// The items that exist and are not directories.
     std::set<std::string> files;
-    /// What exists and is a directory, with the names in it; none makes it unreadable.
+    /// The directories that exist, with the names in them; nullopt makes one unreadable.
     std::map<std::string, std::optional<std::vector<std::string>>> directories;
     std::set<std::string> tools{"/bin/rm",         "/bin/mv",        "/bin/cp",
                                 "/bin/mkdir",      "/bin/chmod",     "/bin/launchctl",
                                 "/usr/sbin/chown", "/usr/bin/touch", "/usr/bin/ditto"};
-    /// Tools of this machine that stand for a path at which nothing is.
+    /// Stand-ins of this machine for tools that do not exist.
     std::set<std::string> standIns;
-    /// What clearing a locked flag, and deleting, fail with.
+    /// The failures of clearing a locked flag and of deleting.
     std::map<std::string, platform::Error> lockErrors;
     std::map<std::string, platform::Error> removeErrors;
-    /// What any other change, named as in `changes`, fails with.
+    /// The failures of any other changes, named as in `changes`.
     std::map<std::string, platform::Error> failures;
-    /// What every writing of a file comes to.
+    /// The outcome of every write of a file.
     platform::Result<void> writeResult;
-    /// The dates that were to be set.
+    /// The dates that were requested.
     std::map<std::string, platform::Date> creationDates;
     std::map<std::string, platform::Date> modificationDates;
-    /// The permissions that were to be set.
+    /// The permissions that were requested.
     std::map<std::string, unsigned> permissions;
-    /// What is known of an item beyond its kind; none makes it unknown.
+    /// The attributes of an item beyond its kind; nullopt makes them unknown.
     std::map<std::string, std::optional<platform::ItemAttributes>> attributes;
     /// Where links lead.
     std::map<std::string, std::string> links;
-    /// What exists and may not be written to.
+    /// The items that exist and may not be written to.
     std::set<std::string> readOnly;
 
-    /// Every change that was asked for, in order.
+    /// Every requested change, in order.
     std::vector<std::string> changes;
 
     bool exists(const std::string& path) override;
@@ -72,31 +72,31 @@ private:
 
     platform::Result<void> change(const std::string& what, const std::string& about);
 
-    /// A change that needs an item and takes a free path.
+    /// Records a change that needs an existing item and a free path.
     platform::Result<void> change(const std::string& what, const std::string& path,
                                   const std::string& newPath);
 
     static platform::Unexpected<platform::Error> missing(const std::string& path);
 };
 
-/// A Trash that remembers what it is given and a desktop without applications.
+/// A Trash that records the items it is given, and a desktop without applications.
 class RecordingWorkspace : public platform::Workspace {
 public:
-    /// Every item that was to be recycled, as directory, Trash directory and name.
+    /// Every item to be recycled, as directory, Trash directory and name.
     std::vector<std::vector<std::string>> recycled;
-    /// Every Trash directory that was to be there.
+    /// Every Trash directory to be created.
     std::vector<std::string> trashesMade;
     std::set<std::string> packages;
-    /// What recycling an item, named by its path, fails with.
+    /// The failure of recycling an item, named by its path.
     std::map<std::string, platform::Error> errors;
-    /// The items that were said to have changed, and what that gives.
+    /// The items reported as changed, and the status of that.
     std::vector<std::string> changed;
     platform::Result<void, platform::WorkspaceStatus> changedResult;
-    /// The bundles that were registered, and what that gives.
+    /// The bundles that were registered, and the status of that.
     std::vector<std::string> registered;
     platform::Result<void, platform::WorkspaceStatus> registeredResult;
     std::vector<std::string> volumes{"/"};
-    /// The labels of items; an item that is not here has none and can have none.
+    /// The labels of items; an item that is not listed cannot have one.
     std::map<std::string, int> labels;
 
     std::optional<std::string> applicationPath(const std::string& /*bundleIdentifier*/) override;

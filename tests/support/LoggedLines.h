@@ -3,6 +3,6 @@
 #include <string>
 #include <vector>
 
-/// The entries of the program's log, without their dates, since the last call. The first call has
-/// them recorded, so a test program calls it before what it looks at.
+/// Returns the entries of the program's log, without their dates, since the last call. The first
+/// call starts the recording, so a test calls it before the code under test.
 std::vector<std::string> loggedLines();

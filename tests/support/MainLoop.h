@@ -9,8 +9,8 @@
 #include <mutex>
 #include <thread>
 
-/// A main thread that does nothing but what it is asked to do, in order. It lives as long as the
-/// process, since detached threads may ask it at any time.
+/// A main thread that only runs the work it is given, in order. It lives as long as the process,
+/// since detached threads may use it at any time.
 class MainLoop : public platform::Application {
 public:
     static MainLoop& shared();
@@ -24,9 +24,9 @@ public:
     void removeTerminationObserver(int /*observer*/) override {}
     platform::Window* mainWindow() override { return nullptr; }
 
-    /// How many pieces of work the loop has done.
+    /// Returns the number of pieces of work that the loop has done.
     int performed() const;
-    /// Returns when the loop has done that many.
+    /// Waits until the loop has done that many.
     void waitUntilPerformed(int count) const;
 
 private:

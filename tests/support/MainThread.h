@@ -1,4 +1,4 @@
 #pragma once
 
-/// Whether the process's main thread sleeps until somebody wakes it.
+/// Returns whether the process's main thread is asleep.
 bool mainThreadSleeps();

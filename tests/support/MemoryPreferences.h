@@ -6,7 +6,7 @@
 #include <mutex>
 #include <string>
 
-/// Preferences that are kept nowhere but here.
+/// Preferences that are kept only in memory.
 class MemoryPreferences : public platform::Preferences {
 public:
     platform::Value value(const std::string& key) override {

@@ -4,7 +4,8 @@
 
 #include <cstddef>
 
-/// For a scope, new threads ask for more stack than there is address space: none can be started.
+/// Makes starting threads fail for a scope: new threads ask for more stack than there is address
+/// space.
 class NoThreadsLeft {
 public:
     NoThreadsLeft() {

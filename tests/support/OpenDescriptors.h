@@ -4,7 +4,7 @@
 #include <filesystem>
 #include <iterator>
 
-/// How many descriptors the process has open, and one for the counting.
+/// Returns the number of descriptors that the process has open, plus one used for counting.
 inline std::ptrdiff_t openDescriptors() {
     const std::filesystem::directory_iterator all("/proc/self/fd");
     return std::distance(begin(all), end(all));

@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <string>
 
-/// Bytes of every value, no two neighbouring chunks of which are alike.
+/// Returns bytes of every value, no two neighbouring chunks of which are alike.
 inline std::string patternedText(std::size_t size) {
     std::string result(size, '\0');
     for (std::size_t index = 0; index < size; ++index) {

@@ -8,13 +8,13 @@
 #include <thread>
 #include <vector>
 
-/// A clock that moves only while the thread that made it pauses, so that no test has to wait. Other
-/// threads really sleep.
+/// A clock that advances only while the thread that made it sleeps, so that tests need not wait.
+/// Other threads really sleep.
 class PausingClock : public platform::Clock {
 public:
-    /// Every rest that was taken.
+    /// The duration of every sleep.
     std::vector<std::chrono::microseconds> rests;
-    /// What happens in the world during each rest.
+    /// Called during each sleep.
     std::function<void()> meanwhile = [] {};
 
     platform::Date now() override { return time_; }

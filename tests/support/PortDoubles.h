@@ -12,7 +12,7 @@
 #include <utility>
 #include <vector>
 
-/// Remembers what was said, in order.
+/// Records the output, in order.
 class RecordingConsole : public platform::Console {
 public:
     void systemLog(std::string_view message) override;
@@ -43,7 +43,7 @@ public:
     std::optional<std::string> cacheDirectory() override;
 };
 
-/// Standard directories that a test describes; a kind that it does not name has no directory.
+/// Standard directories that a test describes; other kinds have no directory.
 class FakeSearchPaths : public platform::SearchPaths {
 public:
     std::map<std::pair<platform::DirectoryKind, platform::DomainMask>, std::vector<std::string>>

@@ -9,15 +9,16 @@
 #include <string>
 #include <vector>
 
-/// Launches nothing, remembers what was to be launched. Its children end when they are waited for.
+/// Launches nothing, but records what was to be launched. Its children end when they are waited
+/// for.
 class RecordingProcessLauncher : public platform::ProcessLauncher {
 public:
-    /// The tools that were run with their arguments, each as one line; one that was waited for has
-    /// its end noted where it came.
+    /// The tools that were run with their arguments, each as one line; if one was waited for, its
+    /// end is recorded at its place in the order.
     std::vector<std::string> runs;
     /// Raised by the next launches.
     std::optional<platform::Exception> failure;
-    /// Does what the tool would.
+    /// Does what the tool would do.
     std::function<void()> effect = [] {};
 
     std::shared_ptr<platform::Pipe> makePipe() override;

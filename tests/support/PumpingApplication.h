@@ -7,12 +7,12 @@
 #include <functional>
 #include <vector>
 
-/// An application whose main thread is the test's. No event ever comes.
+/// An application whose main thread is the test's. No event ever arrives.
 class PumpingApplication : public platform::Application {
 public:
     explicit PumpingApplication(PausingClock& clock) : clock_(clock) {}
 
-    /// The deadline of every event that was waited for.
+    /// The deadline of every wait for an event.
     std::vector<std::chrono::milliseconds> deadlines;
 
     bool isMainThread() override;

@@ -5,8 +5,8 @@
 #include <latch>
 #include <memory>
 
-/// One operation that keeps a queue busy from the gate's making until it is opened, at the latest
-/// by its destruction.
+/// An operation that keeps a queue busy from the gate's construction until it is opened, at the
+/// latest by its destructor.
 class QueueGate {
 public:
     explicit QueueGate(platform::OperationQueue& queue) {

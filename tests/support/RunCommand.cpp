@@ -49,7 +49,7 @@ Outcome run(const std::vector<std::string>& command, const std::vector<std::stri
 }
 
 std::string preloading(const std::string& library) {
-    // The loader takes a path with a space for two, and an ordinary user may have no way to it.
+    // The loader splits a path at spaces, and an ordinary user may not be able to reach it.
     static const TemporaryDirectory directory;
     const auto copy = directory / "library";
     if (!fs::exists(copy)) {

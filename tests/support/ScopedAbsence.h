@@ -2,7 +2,7 @@
 
 #include "platform/Services.h"
 
-/// Nothing stands behind a port for a scope.
+/// Leaves a port without an implementation for a scope.
 template <class Port>
 class ScopedAbsence {
 public:

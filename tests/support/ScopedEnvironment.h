@@ -5,8 +5,8 @@
 #include <string>
 #include <utility>
 
-/// Sets an environment variable for a scope, or removes it; at the scope's end it is as before.
-/// Only while no other thread runs.
+/// Sets or removes an environment variable for a scope; the destructor restores it. Only while no
+/// other thread runs.
 class ScopedEnvironment {
 public:
     ScopedEnvironment(std::string name, const std::optional<std::string>& value)

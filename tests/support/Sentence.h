@@ -4,7 +4,7 @@
 
 #include <string>
 
-/// What the error of a failure tells, or "no error".
+/// Returns the description of a failure's error, or "no error".
 inline std::string sentence(const platform::Result<void>& result) {
     return result ? "no error" : result.error().localizedDescription;
 }

@@ -40,7 +40,7 @@ std::string TemporaryDirectory::makeDirectory(std::string_view name) const {
     return directory.string();
 }
 
-bool stands(const std::string& path) {
+bool exists(const std::string& path) {
     return fs::exists(fs::symlink_status(path));
 }
 

@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-/// A fresh directory of a test's own, deleted with all that is in it at the scope's end.
+/// A fresh directory for a test, deleted with all its contents at the end of the scope.
 class TemporaryDirectory {
 public:
     TemporaryDirectory();
@@ -13,24 +13,24 @@ public:
     TemporaryDirectory(TemporaryDirectory&&) = delete;
     TemporaryDirectory& operator=(TemporaryDirectory&&) = delete;
 
-    /// The directory's absolute path, links resolved, without a trailing slash.
+    /// Returns the directory's absolute path, links resolved, without a trailing slash.
     const std::string& path() const { return path_; }
 
-    /// The path of something inside the directory.
+    /// Returns the path of an item inside the directory.
     std::string operator/(std::string_view name) const;
 
-    /// Writes a file, making the directories that lead to it, and gives its path.
+    /// Writes a file, creating its parent directories, and returns its path.
     std::string write(std::string_view name, std::string_view content = "") const;
 
-    /// Makes a directory with all that lead to it, and gives its path.
+    /// Creates a directory and its parents, and returns its path.
     std::string makeDirectory(std::string_view name) const;
 
 private:
     std::string path_;
 };
 
-/// Whether anything is at a path; of a link, the link itself.
-bool stands(const std::string& path);
+/// Returns whether an item exists at a path. A final link is not followed.
+bool exists(const std::string& path);
 
-/// What is in a file; the test fails when it cannot be read.
+/// Returns the content of a file; the test fails if it cannot be read.
 std::string contentOf(const std::string& path);

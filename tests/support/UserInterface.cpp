@@ -12,7 +12,7 @@
 
 namespace {
 
-/// The visible children of a kind in the order of `before`.
+/// Returns the visible children of a kind in the order of `before`.
 template <class Widget, class Before>
 QList<Widget*> visibleChildren(const QWidget& window, Before before) {
     QList<Widget*> children;

@@ -16,12 +16,12 @@
 #include <string>
 #include <vector>
 
-/// The real user interface behind its ports, and somebody who uses it.
+/// Installs the real user interface, and simulates its user.
 class UserInterface : public ::testing::Test {
 protected:
     ~UserInterface() override;
 
-    /// Runs the event loop while `work` runs on a thread of its own, and until that is done.
+    /// Runs the event loop while `work` runs on its own thread, until that is done.
     void runWhile(const std::function<void()>& work);
 
     /// Runs the event loop while `work` runs on the main thread.
@@ -39,27 +39,27 @@ private:
     platform::ScopedService<platform::Preferences> preferencesInPlace_{preferences};
 };
 
-/// Looks at the screen again and again, and does `action` once when a window of this title is on
-/// it.
+/// Polls the screen, and does `action` once when a window of this title is on it.
 void whenShown(const std::string& title, std::function<void(QWidget&)> action);
 
-/// The visible window of this title, or null.
+/// Returns the visible window of this title, or null.
 QWidget* windowTitled(const std::string& title);
 
-/// A window's button of this title; the test fails and ends when there is none.
+/// Returns a window's button of this title; the test fails and ends if there is none.
 QPushButton& button(QWidget& window, const std::string& title);
 
-/// The titles of a window's buttons, from left to right.
+/// Returns the titles of a window's buttons, from left to right.
 std::vector<std::string> buttonTitles(const QWidget& window);
 
-/// The texts of a window's labels, from top to bottom, without invisible places to break.
+/// Returns the texts of a window's labels, from top to bottom, without invisible break
+/// opportunities.
 std::vector<std::string> labelTexts(const QWidget& window);
 
 /// Presses a window's button with the mouse.
 void press(QWidget& window, const std::string& title);
 
-/// A whenShown action that presses a button.
+/// Returns a whenShown action that presses a button.
 std::function<void(QWidget&)> pressing(const std::string& title);
 
-/// A whenShown action that presses a key.
+/// Returns a whenShown action that presses a key.
 std::function<void(QWidget&)> typing(Qt::Key key);

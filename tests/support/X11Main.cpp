@@ -1,5 +1,5 @@
-// The main function of tests that need an X server with a window manager. They get one of their
-// own; a machine that has none skips them.
+// The main function of tests that need an X server with a window manager. They get their own; a
+// machine without one skips them.
 
 #include "tests/support/X11Main.h"
 

@@ -2,5 +2,5 @@
 
 #include <string>
 
-/// Why the tests of this program cannot run here; empty when they can.
+/// Returns why the tests of this program cannot run here; empty if they can.
 std::string whyNoXServer();

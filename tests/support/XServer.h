@@ -20,15 +20,16 @@ private:
     pid_t process_ = -1;
 };
 
-/// The commands among `names` that this machine lacks, as one text; empty when it has them all.
+/// Returns the commands among `names` that this machine lacks, as one text; empty if it has them
+/// all.
 std::string missingCommands(const std::vector<std::string>& names);
 
-/// An X server with a screen that nobody sees, and its display's name.
+/// An X server with an invisible screen, and its display's name.
 class XServer {
 public:
     XServer();
 
-    /// Such as ":7"; empty when the server did not start.
+    /// Returns the display's name, such as ":7"; empty if the server did not start.
     const std::string& display() const { return display_; }
 
 private:

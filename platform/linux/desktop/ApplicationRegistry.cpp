@@ -62,7 +62,7 @@ std::string ApplicationRegistry::file() {
     return path::appending(dataDirectory(), "quillfen/applications.plist");
 }
 
-bool ApplicationRegistry::stands(const std::string& bundle, const std::string& identifier) {
+bool ApplicationRegistry::stillExists(const std::string& bundle, const std::string& identifier) {
     return bundle.starts_with('/') &&
            text::lowercased(bundleIdentifier(bundle, propertyLists_)) == identifier;
 }
@@ -98,7 +98,7 @@ Result<void, WorkspaceStatus> ApplicationRegistry::record(const std::string& bun
     if (const auto* formerEntries = former.as<Value::Dictionary>()) {
         for (const auto& [formerIdentifier, entry] : *formerEntries) {
             for (const auto& path : pathsIn(entry)) {
-                if (path != bundle && stands(path, formerIdentifier)) {
+                if (path != bundle && stillExists(path, formerIdentifier)) {
                     auto& kept =
                         entries.try_emplace(formerIdentifier, Value::Array()).first->second;
                     kept.as<Value::Array>()->push_back(valueOfPath(path));
@@ -127,7 +127,7 @@ std::optional<std::string> ApplicationRegistry::find(const std::string& identifi
     const auto wanted = text::lowercased(identifier);
     const auto registry = propertyLists_.read(file());
     for (auto& path : pathsIn(registry[wanted])) {
-        if (stands(path, wanted)) {
+        if (stillExists(path, wanted)) {
             return std::move(path);
         }
     }

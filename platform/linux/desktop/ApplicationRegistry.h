@@ -36,7 +36,7 @@ private:
     std::string file();
     Result<void, WorkspaceStatus> record(const std::string& bundle, const std::string& identifier);
     SystemResult<void> writeLauncherEntry(const std::string& bundle, const Value& information);
-    bool stands(const std::string& bundle, const std::string& identifier);
+    bool stillExists(const std::string& bundle, const std::string& identifier);
 
     platform::UserAccount& account_;
     platform::PropertyLists& propertyLists_;

@@ -67,7 +67,7 @@ struct TrashDirectories {
     FileDescriptor infos;
 };
 
-bool stands(int directory, const std::string& name) {
+bool exists(int directory, const std::string& name) {
     return ::faccessat(directory, name.c_str(), F_OK, AT_SYMLINK_NOFOLLOW) == 0;
 }
 
@@ -105,7 +105,7 @@ bool removeAbandonedNote(const TrashDirectories& trash, const std::string& name,
     std::string begin(head.size(), '\0');
     return trashinfo && lock(trashinfo) &&
            ::pread(trashinfo.get(), begin.data(), begin.size(), 0) >= 0 && begin == head &&
-           !stands(trash.files.get(), name) &&
+           !exists(trash.files.get(), name) &&
            ::unlinkat(trash.infos.get(), trashinfoName.c_str(), 0) == 0;
 }
 
@@ -122,7 +122,7 @@ SystemResult<void> moveToName(const TrashedItem& item, const TrashDirectories& t
         moveItem(item.place.directory.get(), item.place.name, trash.files.get(), name);
     const bool isTaken = !moved && moved.error().number.is(EEXIST);
     // An item that was copied, but could not be removed, stays in the Trash with its trashinfo.
-    if (isTaken || !stands(trash.files.get(), name)) {
+    if (isTaken || !exists(trash.files.get(), name)) {
         ::unlinkat(trash.infos.get(), trashinfoName.c_str(), 0);
     }
     if (!moved) {

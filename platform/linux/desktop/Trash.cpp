@@ -95,7 +95,7 @@ bool needsCopy(const GError& error) {
            g_error_matches(&error, G_IO_ERROR, G_IO_ERROR_FILENAME_TOO_LONG) != FALSE;
 }
 
-bool stands(const std::string& path) {
+bool exists(const std::string& path) {
     struct stat status {};
     return ::lstat(path.c_str(), &status) == 0;
 }
@@ -115,10 +115,10 @@ SystemResult<void> protectNamesake(const std::string& name) {
     const auto files = homeTrashFiles();
     const auto infos = homeTrashInfo();
     std::string chosen = name;
-    for (int count = 2; stands(path::appending(infos, chosen + trashinfoExtension)); ++count) {
+    for (int count = 2; exists(path::appending(infos, chosen + trashinfoExtension)); ++count) {
         chosen = nameInHomeTrash(name, count);
     }
-    if (!stands(path::appending(files, chosen))) {
+    if (!exists(path::appending(files, chosen))) {
         return {};
     }
     const auto directory = opened(::open(files.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));

@@ -16,7 +16,8 @@ public:
     /// `top` is the tree's copy; it must outlive this.
     explicit CopiedLinks(const FileDescriptor& top) : top_(top) {}
 
-    /// Remembers the copy, an open file at the path below the top, of the file that `source` tells.
+    /// Remembers the copy, an open file at the path below the top, of the file that `source`
+    /// identifies.
     SystemResult<void> remember(const FileId& source, const FileDescriptor& copy,
                                 std::vector<std::string> path);
 

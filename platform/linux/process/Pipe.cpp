@@ -29,10 +29,10 @@ constexpr int largePipeSize = 1 << 20;
 /// nothing until it is used, whereas every step copies all of the data.
 constexpr std::array<std::size_t, 4> roomSizes{1U << 16U, 1U << 21U, 1U << 26U, 1UL << 31U};
 
-/// The size from which new memory is not backed by pages yet.
+/// The capacity from which newly reserved memory is not yet backed by pages.
 constexpr std::size_t largeRoom = roomSizes[1];
 
-/// Makes room for `more` bytes.
+/// Makes room for `count` more bytes.
 void makeRoom(std::vector<std::byte>& bytes, std::size_t count) {
     const auto needed = bytes.size() + count;
     if (bytes.capacity() >= needed) {

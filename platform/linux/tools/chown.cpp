@@ -49,7 +49,8 @@ uid_t ownerNamed(const std::string& name) {
     throw tool::ToolError("there is no user “" + name + "”");
 }
 
-/// The name that the group of administrators, the group of job files, has on other systems.
+/// Returns a group by name or number. "wheel", the administrators' group that owns job files on
+/// other systems, is group 0.
 gid_t groupNamed(const std::string& name) {
     if (const auto* group = ::getgrnam(name.c_str())) {
         return group->gr_gid;

@@ -4,7 +4,7 @@
 //     CALL:COUNT:ERRNO[,...]     the COUNTth call named CALL ("any" counts all that are known here)
 //                                fails with ERRNO; the number "kill" kills the process instead
 //
-// Counting begins when the program calls qfBeginFaults(), or with the program itself where
+// Counting begins when the program calls qfBeginFaults(), or with the program itself if
 // QF_FAULTS_FROM_START is set.
 
 #include <dirent.h>
@@ -63,7 +63,7 @@ std::vector<Fault> readFaults() {
     return all;
 }
 
-/// Whether this call is to fail; errno is set then.
+/// Returns whether this call must fail, and if so sets errno.
 bool fails(const char* call) {
     if (!begun) {
         return false;
@@ -101,14 +101,14 @@ void qfBeginFaults() {
     }
 }
 
-/// How many faults there were.
+/// Returns the number of faults so far.
 int qfEndFaults() {
     begun = false;
     return fired;
 }
 
-// One definition a call, under the name and with the failure value that it has.
-// NOLINTBEGIN(bugprone-macro-parentheses): a type stands in no parentheses.
+// One definition per call, with its name and its failure value.
+// NOLINTBEGIN(bugprone-macro-parentheses): a type cannot be parenthesized.
 #define QF_CALL(RESULT, NAME, PARAMETERS, ARGUMENTS, FAILURE)                                      \
     RESULT NAME PARAMETERS {                                                                       \
         static const auto real = next(&::NAME, #NAME);                                             \

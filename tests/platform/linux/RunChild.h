@@ -2,7 +2,7 @@
 
 #include "tests/support/RunCommand.h"
 
-/// Runs the test's own child program, behind `prefix`, with these arguments.
+/// Runs the tests' child program with these arguments, prefixed by the command `prefix`.
 inline Outcome runChild(const std::vector<std::string>& arguments,
                         const std::vector<std::string>& environment = {},
                         const std::vector<std::string>& prefix = {}) {
@@ -12,7 +12,7 @@ inline Outcome runChild(const std::vector<std::string>& arguments,
     return run(command, environment);
 }
 
-/// Why the child's command "without-writing" does not run another; empty when it does.
+/// Returns why the child's command "without-writing" cannot run another; empty if it can.
 inline std::string whyNotWithoutWriting() {
     const auto outcome = runChild({"without-writing", "account"});
     return outcome.status == 0 ? "" : outcome.output;

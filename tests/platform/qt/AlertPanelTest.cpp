@@ -149,7 +149,8 @@ TEST_F(AlertPanelTest, TellsAScreenReaderItsTexts) {
     EXPECT_EQ(window.accessibleDescription(), "Explanation");
 }
 
-/// Whether all of an alert's text can be seen, by scrolling if need be, and none runs out sideways.
+/// Returns whether all of an alert's text is visible, by scrolling if need be, without horizontal
+/// overflow.
 void expectWhole(const QWidget& window) {
     const auto screen = window.screen()->availableGeometry();
     EXPECT_TRUE(screen.contains(window.geometry()));

@@ -107,7 +107,7 @@ TEST_F(ApplicationTest, HandsAnExceptionOfTheWorkToTheWaitingCaller) {
 
 TEST_F(ApplicationTest, WaitsForAnEventNoLongerThanTheDeadline) {
     runOnMainThread([&] {
-        // Returning at all is what is proven: nothing happens that could be waited for.
+        // Returning at all is the proof: there is no event to wait for.
         application.handleNextEvent(1ms);
         application.handleNextEvent(0ms);
     });
@@ -168,7 +168,7 @@ TEST_F(ApplicationTest, DropsWorkOnceTheLoopHasEnded) {
     EXPECT_EQ(token.use_count(), 1);
 }
 
-/// A caller that waits and, when `returned` is still false at the end, waits for good.
+/// A caller that waits and, if `returned` is still false at the end, waits forever.
 void waitDetached(Application& application, const std::shared_ptr<std::atomic<bool>>& returned,
                   std::function<void()> work) {
     std::thread([&application, returned, work = std::move(work)]() mutable {

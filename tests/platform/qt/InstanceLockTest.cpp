@@ -17,8 +17,7 @@ using platform::qt::InstanceLock;
 
 namespace {
 
-/// Where there is no runtime directory, other processes that run these tests use the same
-/// directory.
+/// Without a runtime directory, other processes that run these tests use the same directory.
 const std::string name = "qf-instance-lock-test-" + std::to_string(::getpid());
 
 class InstanceLockTest : public ::testing::Test {
@@ -77,7 +76,7 @@ TEST_F(InstanceLockTest, DoesNotFollowALink) {
     EXPECT_FALSE(InstanceLock(name).isHeldByAnother());
 }
 
-/// Where the lock lies when the runtime directory is of no use.
+/// Returns the path of the lock if the runtime directory cannot be used.
 std::string fallback() {
     return "/tmp/" + name + '-' + std::to_string(::geteuid()) + ".lock";
 }

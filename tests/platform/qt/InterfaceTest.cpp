@@ -50,7 +50,7 @@ protected:
     Interface interface { QString::fromStdString(directory.write("test.ui", twoWindows)) };
 };
 
-/// The exception that `operation` raises.
+/// Returns the exception that `operation` throws.
 template <class Operation>
 platform::Exception exceptionOf(Operation operation) {
     try {
@@ -158,7 +158,7 @@ TEST_F(InterfaceTest, PerformsNothingForAButtonWhoseWindowIsHiddenMeanwhile) {
     int performed = 0;
     interface.setAction("do:", [&] { ++performed; });
     auto& pressed = button(shown("first", "First"), "Do");
-    pressed.animateClick(); // as its mnemonic does, which acts a moment later
+    pressed.animateClick(); // as its mnemonic does, with a short delay
     interface.window("first").orderOut();
     EXPECT_TRUE(QTest::qWaitFor([&] { return !pressed.isDown(); }, 60000));
     EXPECT_EQ(performed, 0);

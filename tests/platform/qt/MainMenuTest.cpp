@@ -107,7 +107,7 @@ TEST_F(MainMenuTest, UninstallsOnReturnOnlyWhenThatButtonHasTheFocus) {
 
 TEST_F(MainMenuTest, AnswersToItsMnemonics) {
     auto* window = mainWindow().windowHandle();
-    // A button shows for a moment that it is pressed before it acts.
+    // A button is shown pressed for a moment before it acts.
     const auto type = [&](Qt::Key key, const std::string& expected) {
         QTest::keyClick(window, key, Qt::AltModifier);
         EXPECT_TRUE(QTest::qWaitFor([&] { return performed == expected; }, 60000)) << performed;

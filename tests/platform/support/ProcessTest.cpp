@@ -62,7 +62,7 @@ protected:
         return description;
     }
 
-    /// The reason that an operation raises, its name checked.
+    /// Returns the reason of the exception that an operation throws, after checking its name.
     template <class Operation>
     static std::string reasonOf(Operation operation) {
         try {

@@ -245,7 +245,7 @@ TEST_F(TerminalAlertTest, GivesNoAnswerOnceItIsHidden) {
 
 class TerminalSuppressionTest : public TerminalAlertTest {
 protected:
-    /// The answer of an alert with a suppression key to what is typed.
+    /// Returns the answer of an alert with a suppression key to typed input.
     int answerTo(const std::string& typed) {
         auto description = three;
         description.suppressionKey = key;

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <unistd.h>
 
-/// Puts a pipe in the place of standard input for a scope.
+/// Replaces standard input by a pipe for a scope.
 class PipedInput {
 public:
     PipedInput() : former_(::dup(STDIN_FILENO)) {

@@ -11,7 +11,7 @@
 #include <csignal>
 #include <functional>
 
-/// Gives the thread the signal mask back that it had before.
+/// Restores the thread's signal mask at the end of a scope.
 class KeptSignalMask {
 public:
     KeptSignalMask() { ::pthread_sigmask(SIG_SETMASK, nullptr, &former_); }
@@ -25,10 +25,10 @@ private:
     sigset_t former_{};
 };
 
-/// A dialogue that reads from a pipe and whose words are remembered.
+/// A dialogue that reads from a pipe, and records its output.
 class TerminalTest : public ::testing::Test {
 protected:
-    /// Has the event loop do what there is to be done until something holds.
+    /// Runs the event loop until a condition is true.
     void runUntil(const std::function<bool()>& holds) {
         using Clock = std::chrono::steady_clock;
         const auto deadline = Clock::now() + std::chrono::minutes(1);
@@ -38,7 +38,7 @@ protected:
         }
     }
 
-    /// Lets everything happen that has been caused.
+    /// Runs the event loop until all pending work is done.
     void settle() {
         bool isDone = false;
         application.performOnMainThread([&isDone] { isDone = true; }, platform::Wait::no);

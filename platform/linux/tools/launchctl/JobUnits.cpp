@@ -99,7 +99,7 @@ std::string section(std::string_view name, const Lines& lines) {
     return text;
 }
 
-/// Returns what all units of a job have in common.
+/// The units of a job, with the sections that they have in common.
 class Units {
 public:
     Units(std::string label, std::string_view jobFile)

@@ -172,7 +172,8 @@ ServiceManager::ServiceManager(Domain domain, Clock::time_point deadline)
 
 ServiceManager::~ServiceManager() = default;
 
-/// Asks the bus for the manager first, because a call would make the bus try to start it.
+/// Asks the bus for the manager's name, because a call to the manager would make the bus try to
+/// start it.
 void ServiceManager::findManager() {
     GError* raised = nullptr;
     const Reply reply(g_dbus_connection_call_sync(

@@ -25,7 +25,7 @@ std::string hexadecimal(char character) {
     return {'\\', 'x', digits[byte >> 4U], digits[byte & 0xFU]};
 }
 
-/// Noncharacters, which systemd rejects as invalid text.
+/// Returns whether the code point is a noncharacter, which systemd rejects as invalid text.
 bool isNonCharacter(char32_t codePoint) {
     return (codePoint & 0xFFFEU) == 0xFFFEU || (codePoint >= 0xFDD0 && codePoint <= 0xFDEF);
 }

@@ -65,7 +65,7 @@ private:
         static_cast<Listener*>(self)->signals_.push_back(std::string(name) + text.get());
     }
 
-    /// Returns when the bus knows all that was asked of it before.
+    /// Returns when the bus has processed all earlier requests.
     void roundTrip() {
         GVariant* answer = g_dbus_connection_call_sync(
             connection_, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",

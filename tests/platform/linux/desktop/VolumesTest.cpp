@@ -12,8 +12,8 @@ namespace {
 
 using Lines = std::vector<std::string>;
 
-/// Has the child list the volumes after `script` has mounted something in a namespace of its own;
-/// "$1" there is the directory.
+/// Makes the child list the volumes after `script` has mounted something in a private namespace;
+/// "$1" is the directory.
 class Volumes : public testing::Test {
 protected:
     void SetUp() override {
@@ -22,7 +22,7 @@ protected:
         }
     }
 
-    /// The volumes in the directory, without the directory's path.
+    /// Returns the volumes in the directory, without the directory's path.
     Lines volumesAfter(const std::string& script) const {
         const auto outcome = runChild({"volumes"}, {},
                                       {"unshare", "-m", "sh", "-ec",

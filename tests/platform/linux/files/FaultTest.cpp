@@ -1,4 +1,4 @@
-// What is left of an item when any one of the system calls fails, or is the process's last.
+// Tests what is left of an item when any one of the system calls fails, or is the process's last.
 
 #include "tests/platform/linux/RunChild.h"
 #include "tests/platform/linux/files/Faults.h"
@@ -42,8 +42,8 @@ protected:
         whole = description(item);
     }
 
-    /// Runs `arguments` again and again, with the first call failing, then the second and so on,
-    /// until all of the calls have failed once, and lets `check` look at each outcome.
+    /// Runs `arguments` repeatedly, with the first call failing, then the second and so on, until
+    /// each of the calls has failed once, and calls `check` for each outcome.
     template <typename Check>
     void failEveryCall(const std::vector<std::string>& arguments, const std::string& firstFault,
                        Check check) {
@@ -66,11 +66,11 @@ protected:
         }
     }
 
-    /// How many calls open the directories on both sides, which end the work before `firstFault`
-    /// comes.
+    /// The number of calls that open the directories on both sides; if one of them fails, the work
+    /// ends before `firstFault`.
     static constexpr int callsBefore = 2;
 
-    /// What is said to be gone needs no removal.
+    /// An item reported as gone need not be removed.
     static bool isHarmless() { return GetParam() == ENOENT; }
 
     MemoryDirectory directory;

@@ -30,7 +30,7 @@ std::string readFrom(platform::FileStream& stream, std::size_t size) {
     return text;
 }
 
-/// How much room a file takes on its disk, in bytes.
+/// Returns the disk space of a file in bytes.
 std::uint64_t roomOf(const std::string& path) {
     constexpr std::uint64_t blockSize = 512;
     struct stat status {};

@@ -38,7 +38,7 @@ private:
     std::string path_;
 };
 
-/// Why this machine's temporary directory cannot hold an immutable file; empty when it can.
+/// Returns why this machine's temporary directory cannot hold an immutable file; empty if it can.
 std::string whyNoFlags(const TemporaryDirectory& directory) {
     const auto probe = directory.write("probe");
     const Unlock unlock(probe);
@@ -49,7 +49,7 @@ std::string whyNoFlags(const TemporaryDirectory& directory) {
 
 constexpr platform::Date someDate{std::chrono::nanoseconds(1000000000123456789)};
 
-/// Why no creation date can be kept in temporary directories; empty when one can.
+/// Returns why temporary directories cannot store creation dates; empty if they can.
 std::string whyNoCreationDates() {
     const TemporaryDirectory directory;
     const auto changed = fileSystem.setCreationDate(directory.write("probe"), someDate);

@@ -39,7 +39,7 @@ TEST_F(ItemTransferTest, CopiesUnderANewName) {
     ASSERT_TRUE(copyItem(source_.get(), "item", destination_.get(), "copy"));
 
     EXPECT_EQ(contentOf(directory_ / "destination/copy/file"), "content");
-    EXPECT_TRUE(stands(directory_ / "source/item/file"));
+    EXPECT_TRUE(exists(directory_ / "source/item/file"));
     EXPECT_EQ(itemsIn("destination"), 1);
 }
 
@@ -76,7 +76,7 @@ TEST_F(ItemTransferTest, MovesByRenaming) {
     struct stat after {};
     ASSERT_EQ(::stat((directory_ / "destination/moved").c_str(), &after), 0);
     EXPECT_EQ(after.st_ino, before.st_ino);
-    EXPECT_FALSE(stands(directory_ / "source/item"));
+    EXPECT_FALSE(exists(directory_ / "source/item"));
 }
 
 TEST_F(ItemTransferTest, MovesALinkItself) {

@@ -35,20 +35,20 @@ protected:
     platform::native::LogFiles files;
 };
 
-/// What happens in the world just before bytes are written to a file.
+/// Called just before bytes are written to a file.
 std::function<void()>& beforeWriting() {
     static std::function<void()> happening;
     return happening;
 }
 
-/// Moves the process for good to where it mounts a small file system that no other one sees.
+/// Moves the process into a new mount namespace with a small private file system.
 bool mountSmallFileSystem(const std::string& directory) {
     return ::unshare(CLONE_NEWNS) == 0 &&
            ::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
            ::mount("none", directory.c_str(), "tmpfs", 0, "size=8k") == 0;
 }
 
-/// Runs `check` in a child process; true when it gave true there.
+/// Runs `check` in a child process and returns its result.
 template <class Check>
 bool inAChild(Check check) {
     const auto child = ::fork();
@@ -60,7 +60,7 @@ bool inAChild(Check check) {
     return WIFEXITED(status) && WEXITSTATUS(status) == 0;
 }
 
-/// Runs `check` in a child process of another user; true when it gave true there.
+/// Runs `check` in a child process of another user and returns its result.
 template <class Check>
 bool asNobody(Check check) {
     constexpr unsigned nobody = 65534;

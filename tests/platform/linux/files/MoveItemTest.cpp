@@ -21,7 +21,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// The file system cannot refuse to replace what stands at the new name.
+/// Simulates a file system that cannot refuse to replace an existing item.
 const std::string withoutRefusal = "renameat2:1:" + std::to_string(EINVAL);
 
 } // namespace
@@ -37,7 +37,7 @@ TEST(MoveItem, GivesEveryKindOfItemAnotherName) {
                                         directory / (std::string("elsewhere/new ") + name)));
 
         EXPECT_EQ(description(directory / (std::string("elsewhere/new ") + name)), before);
-        EXPECT_FALSE(stands(directory / (std::string("top/") + name)));
+        EXPECT_FALSE(exists(directory / (std::string("top/") + name)));
     }
 }
 
@@ -79,7 +79,7 @@ TEST(MoveItem, WorksWhereAVolumeCannotRefuseToReplace) {
             EXPECT_TRUE(there.output.starts_with("ok\n")) << there.output;
 
             EXPECT_EQ(description(directory / "new"), before) << name;
-            EXPECT_FALSE(stands(directory / name));
+            EXPECT_FALSE(exists(directory / name));
             ASSERT_TRUE(fileSystem.moveItem(directory / "new", directory / name));
         }
     }
@@ -96,9 +96,9 @@ TEST(MoveItem, MovesOntoAnotherVolumeAndBack) {
     const auto before = description(directory / "top").size();
     for (const auto* name : {"top/plain", "top/broken link", "top/fifo", "top/empty"}) {
         ASSERT_EQ(sentence(fileSystem.moveItem(directory / name, volume / "item")), "no error");
-        EXPECT_FALSE(stands(directory / name));
+        EXPECT_FALSE(exists(directory / name));
         ASSERT_EQ(sentence(fileSystem.moveItem(volume / "item", directory / name)), "no error");
-        EXPECT_FALSE(stands(volume / "item"));
+        EXPECT_FALSE(exists(volume / "item"));
     }
 
     ASSERT_EQ(sentence(fileSystem.moveItem(directory / "top", volume / "top")), "no error");
@@ -206,7 +206,7 @@ TEST(MoveItem, LeavesOthersFilesInASharedDirectoryAlone) {
             << outcome.output;
     }
     EXPECT_EQ(contentOf(directory / "shared/file"), "whole");
-    EXPECT_FALSE(stands(directory / "new"));
+    EXPECT_FALSE(exists(directory / "new"));
 }
 
 TEST(MoveItem, LeavesWholeWhatAFullVolumeCannotTake) {
@@ -254,7 +254,7 @@ TEST(MoveItem, TellsOfANameThatTheVolumeDoesNotAllow) {
         std::string faults;
         std::string failedEntry;
     };
-    const auto noRename = refusal("linkat:1:"); // that other way is tried, too
+    const auto noRename = refusal("linkat:1:"); // the fallback is tried, too
     const std::vector<Case> cases{
         {"plain", withoutRefusal + noRename, "plain"},
         {"plain", otherVolume + refusal("renameat2:1:") + noRename, "plain"},
@@ -268,7 +268,7 @@ TEST(MoveItem, TellsOfANameThatTheVolumeDoesNotAllow) {
             "84 “" + failedEntry +
             "” couldn’t be moved because the volume doesn’t allow its name.\n"))
             << outcome.output;
-        EXPECT_TRUE(stands(directory / item));
+        EXPECT_TRUE(exists(directory / item));
     }
     EXPECT_EQ(strangers(directory.path(), {"link", "plain", "top"}), std::vector<std::string>{});
 }
@@ -335,7 +335,7 @@ TEST(MoveItem, LetsOneOfTwoCallersMoveAnItem) {
         work(directory / "right");
         other.join();
         EXPECT_EQ(successes, 1);
-        EXPECT_EQ(stands(directory / "left") ? 1 : 0, stands(directory / "right") ? 0 : 1);
+        EXPECT_EQ(exists(directory / "left") ? 1 : 0, exists(directory / "right") ? 0 : 1);
         fs::remove(directory / "left");
         fs::remove(directory / "right");
     }
@@ -376,7 +376,7 @@ TEST(MoveItem, DeletesNothingThatItHasNotCopied) {
         done = true;
         writer.join();
         for (const auto& name : added) {
-            EXPECT_TRUE(stands(top + name) || stands(moved + name)) << name;
+            EXPECT_TRUE(exists(top + name) || exists(moved + name)) << name;
         }
         static_cast<void>(fileSystem.removeItem(top));
         static_cast<void>(fileSystem.removeItem(moved));

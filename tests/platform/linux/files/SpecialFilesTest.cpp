@@ -76,7 +76,7 @@ TEST_F(SpecialFilesTest, RefusesFilesAndDirectories) {
 
     EXPECT_EQ(copy().error(), changedMeanwhile);
 
-    EXPECT_FALSE(stands(directory_ / "copy"));
+    EXPECT_FALSE(exists(directory_ / "copy"));
 }
 
 TEST_F(SpecialFilesTest, NoticesThatALinkHasBecomeSomethingElse) {

@@ -86,7 +86,7 @@ TEST_F(TemporaryItemTest, IsDeletedAfterItsNameWasTakenBack) {
         auto item = make();
         ASSERT_TRUE(item->rename());
         item->takeBack();
-        EXPECT_FALSE(stands(directory_ / "item"));
+        EXPECT_FALSE(exists(directory_ / "item"));
     }
     EXPECT_TRUE(names().empty());
 }

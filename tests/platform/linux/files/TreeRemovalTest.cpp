@@ -25,8 +25,8 @@ TEST(RemoveItem, DeletesAFileAndLeavesItsNeighbour) {
 
     EXPECT_TRUE(fileSystem.removeItem(directory.write("file")));
 
-    EXPECT_FALSE(stands(directory / "file"));
-    EXPECT_TRUE(stands(directory / "neighbour"));
+    EXPECT_FALSE(exists(directory / "file"));
+    EXPECT_TRUE(exists(directory / "neighbour"));
 }
 
 TEST(RemoveItem, DeletesADirectoryWithAllThatIsInIt) {
@@ -41,7 +41,7 @@ TEST(RemoveItem, DeletesADirectoryWithAllThatIsInIt) {
 
     EXPECT_TRUE(fileSystem.removeItem((directory / "top") + "/"));
 
-    EXPECT_FALSE(stands(directory / "top"));
+    EXPECT_FALSE(exists(directory / "top"));
 }
 
 TEST(RemoveItem, DeletesLinksAndNeverWhatTheyLeadTo) {
@@ -57,9 +57,9 @@ TEST(RemoveItem, DeletesLinksAndNeverWhatTheyLeadTo) {
     EXPECT_TRUE(fileSystem.removeItem(directory / "broken"));
 
     EXPECT_EQ(contentOf(directory / "outside/precious"), "kept");
-    EXPECT_FALSE(stands(directory / "top"));
-    EXPECT_FALSE(stands(directory / "link"));
-    EXPECT_FALSE(stands(directory / "broken"));
+    EXPECT_FALSE(exists(directory / "top"));
+    EXPECT_FALSE(exists(directory / "link"));
+    EXPECT_FALSE(exists(directory / "broken"));
 }
 
 TEST(RemoveItem, FailsWhereNothingStands) {
@@ -80,7 +80,7 @@ TEST(RemoveItem, RefusesWhatIsNoEntryOfADirectory) {
     for (const auto& path : {directory / ".", directory / "precious/..", std::string()}) {
         EXPECT_FALSE(fileSystem.removeItem(path)) << path;
     }
-    EXPECT_TRUE(stands(directory / "precious"));
+    EXPECT_TRUE(exists(directory / "precious"));
 }
 
 TEST(RemoveItem, RefusesTheRootDirectory) {
@@ -98,7 +98,7 @@ TEST(RemoveItem, NeedsFewDescriptorsForADeepTree) {
         const ScopedLimit<RLIMIT_NOFILE> limit(100);
         EXPECT_TRUE(fileSystem.removeItem(directory / "top"));
     }
-    EXPECT_FALSE(stands(directory / "top"));
+    EXPECT_FALSE(exists(directory / "top"));
 }
 
 TEST(RemoveItem, GoesBackThroughSeveralBranchesOfADeepTree) {
@@ -110,7 +110,7 @@ TEST(RemoveItem, GoesBackThroughSeveralBranchesOfADeepTree) {
 
     EXPECT_TRUE(fileSystem.removeItem(directory / "top"));
 
-    EXPECT_FALSE(stands(directory / "top"));
+    EXPECT_FALSE(exists(directory / "top"));
 }
 
 TEST(RemoveItem, DeletesADirectoryThatMayNotBeReadWhenItIsEmpty) {
@@ -123,7 +123,7 @@ TEST(RemoveItem, DeletesADirectoryThatMayNotBeReadWhenItIsEmpty) {
 
     EXPECT_EQ(runChild({"remove", top}, {}, asOrdinaryUser()).output, "ok\n");
 
-    EXPECT_FALSE(stands(top));
+    EXPECT_FALSE(exists(top));
 }
 
 TEST(RemoveItem, NamesTheEntryThatCouldNotBeDeleted) {
@@ -137,7 +137,7 @@ TEST(RemoveItem, NamesTheEntryThatCouldNotBeDeleted) {
     EXPECT_EQ(runChild({"remove", top}, {}, asOrdinaryUser()).output,
               "13 “file” couldn’t be removed because you don’t have permission.\n");
 
-    EXPECT_TRUE(stands(directory / "top/closed/file"));
+    EXPECT_TRUE(exists(directory / "top/closed/file"));
     ASSERT_EQ(::chmod((directory / "top/closed").c_str(), 0755), 0);
 }
 

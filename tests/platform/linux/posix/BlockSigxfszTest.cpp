@@ -15,7 +15,7 @@ namespace {
 
 using FileSizeSignalDeathTest = testing::Test;
 
-/// Writes beyond the limit on a file's size, and ends with status 0 if that failed with EFBIG.
+/// Writes beyond the file size limit, and exits with status 0 if that failed with EFBIG.
 [[noreturn]] void writeBeyondTheLimit(const std::string& path) {
     const ScopedLimit<RLIMIT_FSIZE> limit(1);
     const int file = ::open(path.c_str(), O_CREAT | O_WRONLY | O_CLOEXEC, 0600);

@@ -20,7 +20,7 @@ class DirectoryStackTest : public testing::Test {
 protected:
     static FileId identity(int directory) { return fileIdOf(*statusOf(directory)); }
 
-    /// Enters "a" in the deepest directory, or in the test's, as often as told.
+    /// Enters "a" in the deepest directory, or in the test's, so many times.
     template <class Handle>
     void enter(DirectoryStack<Handle>& stack, int times) {
         for (int i = 0; i < times; ++i) {

@@ -16,7 +16,7 @@ using platform::native::walkTowards;
 
 namespace {
 
-/// A directory so deep that no system call takes its path.
+/// A directory so deep that no system call accepts its path.
 class LongPathTest : public testing::Test {
 protected:
     LongPathTest() : path_(directory_.path()) {

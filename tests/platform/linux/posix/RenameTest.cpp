@@ -34,7 +34,7 @@ TEST_F(RenameTest, GivesAnItemANewNameInAnotherDirectory) {
     ASSERT_TRUE(rename("item", "moved"));
 
     EXPECT_EQ(contentOf(directory_ / "destination/moved"), "content");
-    EXPECT_FALSE(stands(directory_ / "source/item"));
+    EXPECT_FALSE(exists(directory_ / "source/item"));
 }
 
 TEST_F(RenameTest, ReplacesNothing) {
@@ -53,7 +53,7 @@ TEST_F(RenameTest, ReplacesNoEmptyDirectory) {
 
     EXPECT_EQ(rename("folder", "folder").error().number(), EEXIST);
 
-    EXPECT_TRUE(stands(directory_ / "source/folder"));
+    EXPECT_TRUE(exists(directory_ / "source/folder"));
 }
 
 TEST_F(RenameTest, ReplacesNoBrokenLink) {
@@ -62,7 +62,7 @@ TEST_F(RenameTest, ReplacesNoBrokenLink) {
 
     EXPECT_EQ(rename("item", "item").error().number(), EEXIST);
 
-    EXPECT_TRUE(stands(directory_ / "source/item"));
+    EXPECT_TRUE(exists(directory_ / "source/item"));
 }
 
 TEST_F(RenameTest, MovesALinkItself) {
@@ -71,8 +71,8 @@ TEST_F(RenameTest, MovesALinkItself) {
 
     ASSERT_TRUE(rename("link", "link"));
 
-    EXPECT_TRUE(stands(directory_ / "destination/link"));
-    EXPECT_TRUE(stands(target));
+    EXPECT_TRUE(exists(directory_ / "destination/link"));
+    EXPECT_TRUE(exists(target));
 }
 
 TEST_F(RenameTest, TellsThatTheItemIsMissing) {

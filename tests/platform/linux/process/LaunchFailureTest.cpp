@@ -17,7 +17,7 @@ using platform::ProcessDescription;
 
 class LaunchFailure : public testing::Test {
 protected:
-    /// The reason of a launch that must fail, its name checked.
+    /// Returns the reason of a launch that must fail, after checking the exception's name.
     std::string reasonOf(const ProcessDescription& description) {
         try {
             launcher_.launch(description);
@@ -37,7 +37,7 @@ protected:
         ::chmod(path.c_str(), mode);
         return path;
     }
-    /// What follows the tool's path in the reason.
+    /// Returns what follows the tool's path in the reason.
     std::string reasonOfTool(const std::string& content, mode_t mode = S_IRWXU) {
         const auto path = tool(content, mode);
         auto reason = reasonOf(path);

@@ -47,7 +47,7 @@ protected:
         return launcher_.launch(shellScript(text));
     }
 
-    /// All that a child writes to its standard output.
+    /// Returns everything that a child writes to its standard output.
     std::string outputOf(ProcessDescription description) {
         const auto pipe = launcher_.makePipe();
         description.standardOutput = ChildStream::through(pipe);
@@ -64,7 +64,7 @@ protected:
     }
     std::string outputOf(const std::string& text) { return outputOf(shellScript(text)); }
 
-    /// A script's text that waits until openGate().
+    /// Returns the text of a script that waits until openGate().
     std::string gate(const std::string& name = "gate") const {
         ::mkfifo((directory_ / name).c_str(), S_IRUSR | S_IWUSR);
         return "read line < '" + (directory_ / name) + "'";
@@ -103,14 +103,14 @@ bool sleeps(long thread) {
     });
 }
 
-/// Whether a process is stopped.
+/// Returns whether a process is stopped.
 bool isStopped(long identifier) {
     std::string status;
     std::getline(std::ifstream("/proc/" + std::to_string(identifier) + "/stat"), status);
     return status.find(") T ") != std::string::npos;
 }
 
-/// The limit at which so many more descriptors can be opened.
+/// Returns the limit at which `count` more descriptors can be opened.
 rlim_t limitLeaving(std::size_t count) {
     std::vector<platform::native::FileDescriptor> opened;
     while (opened.size() <= count) {
@@ -119,7 +119,7 @@ rlim_t limitLeaving(std::size_t count) {
     return static_cast<rlim_t>(opened.back().get());
 }
 
-/// A system call that the system refuses, for the scope of a Refusal.
+/// A system call that fails for the scope of a Refusal.
 std::atomic<bool> refusesChildDescriptors{false};
 std::atomic<bool> refusesWatches{false};
 
@@ -136,7 +136,7 @@ private:
     std::atomic<bool>& what_;
 };
 
-/// Takes one of the three standard descriptors from the program for a scope.
+/// Closes one of the program's three standard descriptors for a scope.
 class WithoutStream {
 public:
     explicit WithoutStream(int stream)
@@ -513,7 +513,7 @@ TEST_F(Launcher, CollectsMuchOutputInLittleMoreMemory) {
     auto description = shellScript("head -c 65M /dev/zero");
     description.standardOutput = ChildStream::through(pipe);
     const auto child = launcher_.launch(description);
-    // Enough for what is there and twice that, and for the memory that a new thread sets apart.
+    // Enough for the present data and twice that, and for the memory that a new thread reserves.
     const ScopedLimit<RLIMIT_AS> limit(addressSpaceInUse() + 512 * mebibyte);
     std::vector<std::byte> bytes;
     while (pipe->appendAvailable(bytes)) {
@@ -629,7 +629,7 @@ TEST_F(Launcher, HandsAWholeEnvironmentOverWhileItIsChangedByThePlatformsOwnMean
     EXPECT_EQ(outputOf("echo $QF_KEPT"), "\n");
 }
 
-/// A child that holds three pipes of the program's until its gate is opened.
+/// A child that holds three of the program's pipes until its gate is opened.
 struct HeldRun {
     HeldRun(platform::ProcessLauncher& launcher, ProcessDescription description)
         : pipes(launcher.makePipes(3)) {
@@ -647,7 +647,7 @@ class LauncherShortOfDescriptors : public Launcher,
                                    public testing::WithParamInterface<std::size_t> {};
 
 TEST_P(LauncherShortOfDescriptors, MakesPipesOnceAnotherRunHasGivenItsOwnBack) {
-    launcher_.makePipes(1); // what all pipes share is there
+    launcher_.makePipes(1); // what all pipes share now exists
     const auto lowered = limitLeaving(GetParam());
     std::optional<HeldRun> run(std::in_place, launcher_, shellScript(gate()));
     const auto before = openDescriptors();
@@ -710,7 +710,7 @@ TEST(RunDescriptors, WaitNoLongerThanTheirPatience) {
 TEST_F(Launcher, RunsOutOfDescriptorsWithAnException) {
     std::vector<std::shared_ptr<platform::Pipe>> pipes;
     try {
-        // What was raised is looked at outside: sanitizers need descriptors for their own looks.
+        // The exception is examined outside: sanitizers need descriptors of their own.
         const ScopedLimit<RLIMIT_NOFILE> limit(40);
         for (int count = 0; count < 40; ++count) {
             pipes.push_back(launcher_.makePipe());

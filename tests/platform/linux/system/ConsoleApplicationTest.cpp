@@ -18,7 +18,7 @@ Application& application() {
     return platform::service<Application>();
 }
 
-/// Every test runs a program in a process of its own.
+/// Every test runs a program in its own process.
 class ConsoleMainDeathTest : public ::testing::Test {
 protected:
     ConsoleMainDeathTest() { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
@@ -56,7 +56,7 @@ TEST_F(ConsoleMainDeathTest, RunsTheObserversOfTerminationAfterTheBody) {
 TEST_F(ConsoleMainDeathTest, EndsWithStatusZeroWhenTheApplicationTerminates) {
     EXPECT_EXIT(run([]() -> int {
                     application().performOnMainThread([] { application().terminate(); }, Wait::no);
-                    // Dropped, or never done: there is no main thread any more.
+                    // Dropped, or never run: there is no main thread any more.
                     application().performOnMainThread([] {}, Wait::untilDone);
                     std::abort();
                 }),

@@ -17,7 +17,7 @@
 
 namespace {
 
-/// Leads one of the process's streams somewhere else for a scope.
+/// Redirects one of the process's streams for a scope.
 class Redirection {
 public:
     Redirection(int stream, int target) : stream_(stream), former_(::dup(stream)) {

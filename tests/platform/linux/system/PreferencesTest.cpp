@@ -18,7 +18,7 @@ using platform::Value;
 
 namespace {
 
-/// The preferences of one domain in a home directory of its own.
+/// The preferences of one domain in a private home directory.
 class Preferences : public testing::Test {
 protected:
     Preferences() { account.home = home.path(); }

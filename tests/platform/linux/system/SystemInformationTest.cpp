@@ -17,7 +17,7 @@ using platform::native::SystemInformation;
 
 namespace {
 
-/// The number that a line of /proc/meminfo gives in kB.
+/// Returns the number in a line of /proc/meminfo, in kB.
 std::uint64_t kilobytesOf(const std::string& key) {
     std::ifstream file("/proc/meminfo");
     for (std::string word; file >> word;) {

@@ -28,12 +28,12 @@ Value parsed(const std::string& text) {
     return platform::native::PropertyLists().parse(text);
 }
 
-/// Runs a script in a mount namespace of its own with the directory as "$1" and the tool as "$2".
+/// Runs a script in a private mount namespace with the directory as "$1" and the tool as "$2".
 Outcome inNamespace(const std::string& script, const TemporaryDirectory& directory) {
     return run({"unshare", "-m", "sh", "-ec", script, "sh", directory.path(), QF_DISKUTIL});
 }
 
-/// What `text` has between two marks that stand on lines of their own.
+/// Returns the part of `text` between two marks that are on lines of their own.
 std::string between(const std::string& text, const std::string& from, const std::string& to) {
     const auto begin = text.find(from + "\n");
     const auto end = text.find(to + "\n");

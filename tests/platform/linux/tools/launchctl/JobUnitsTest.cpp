@@ -20,7 +20,7 @@ std::string errorOf(const Value& job) {
     }
 }
 
-/// A job with every key, and values that need every kind of escape.
+/// Returns a job with every key, and values that need every kind of escape.
 Value fullJob(const std::string& directory) {
     return Dictionary{
         {"Label", "com.quill-fen/Lunevar %h\\"},
