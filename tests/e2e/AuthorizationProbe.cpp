@@ -1,5 +1,5 @@
-// Obtains and uses an administrator's right as it is told, one command a line on standard input,
-// and prints the outcome of each. What a line holds after the command is separated by tabs.
+// Obtains and uses an administrator's right on command, one command a line on standard input, and
+// prints the outcome of each. The arguments on a line are separated by tabs.
 //
 //   prompt                    asks for the right with the user's help
 //   prompt-twice              the same on two threads at once, a handle each
