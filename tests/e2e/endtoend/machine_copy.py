@@ -103,7 +103,7 @@ def _change_root(root: str) -> None:
     try:
         _run("pivot_root", root, root + old)
     except Refused:
-        # The machine's own root is no mount, as in a chroot.
+        # The machine's own root is not a mount, as in a chroot.
         os.chroot(root)
     else:
         os.chdir("/")

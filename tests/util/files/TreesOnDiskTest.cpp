@@ -61,7 +61,7 @@ protected:
         ::close(parent);
     }
 
-    /// The deepest directory of a chain of those with the long name.
+    /// Returns the deepest directory of a chain of those with the long name.
     std::string pathOfTheLastDirectory() const {
         std::string path = top;
         for (int level = 0; level < levels; ++level) {

@@ -139,7 +139,7 @@ protected:
     static constexpr const char* machinesDaemon =
         "/Library/LaunchDaemons/com.quillfen.Lunevar.plist";
 
-    /// The files that were deleted.
+    /// Returns the files that were deleted.
     Lines removed() const {
         Lines paths;
         for (const auto& change : fileSystem.changes) {

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-/// The lines logged since the last forgetLogLines(), in order.
+/// Returns the lines logged since the last forgetLogLines(), in order.
 std::vector<std::string> loggedLines();
 
 /// Returns those of them that are written already.

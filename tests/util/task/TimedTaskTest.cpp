@@ -327,7 +327,7 @@ public:
     }
 };
 
-/// A launched child that never ends.
+/// Returns a launched child that never ends.
 std::shared_ptr<platform::Process> endlessTask(NotingLauncher& launcher) {
     const platform::ScopedService<platform::ProcessLauncher> scope(launcher);
     platform::ProcessDescription description;
