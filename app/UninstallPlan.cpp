@@ -1,5 +1,6 @@
 #include "app/UninstallPlan.h"
 
+#include "app/PlanTable.h"
 #include "platform/FileSystem.h"
 #include "platform/Services.h"
 #include "platform/Workspace.h"
@@ -12,99 +13,34 @@
 #include "util/paths/QFLocalPaths.h"
 #include "util/task/QFTaskEx.h"
 
-#include <array>
 #include <optional>
-#include <span>
 #include <string_view>
 
 namespace {
 
-/// A standard location that names are relative to: an accessor and its domain.
-struct Base {
-    std::optional<std::string> (*directory)(Domain);
-    Domain domain;
-};
-
-constexpr Base none = {nullptr, Domain::local};
-constexpr Base applicationsLocal = {QFLocalPaths::applicationDirectory, Domain::local};
-constexpr Base appSupportUser = {QFLocalPaths::appSupportDirectory, Domain::user};
-constexpr Base cachesUser = {QFLocalPaths::cacheDirectory, Domain::user};
-constexpr Base prefsUser = {QFLocalPaths::prefsDirectory, Domain::user};
-constexpr Base prefsLocal = {QFLocalPaths::prefsDirectory, Domain::local};
-constexpr Base libraryLocal = {QFLocalPaths::libraryDirectory, Domain::local};
-constexpr Base libraryUser = {QFLocalPaths::libraryDirectory, Domain::user};
-
-enum class Condition { always, shared };
-
-/// A step, one line of the plan's table. It expands to one row for each of `names`, in order, whose
-/// name is prefix + name + suffix; a kill is one row for all of them, with the prefix as its tool.
-struct PlanStep {
-    PlanAction action;
-    Condition condition;
-    Base base;
-    std::string_view prefix;
-    std::span<const std::string_view> names;
-    std::string_view suffix;
-};
-
-constexpr auto applications = std::to_array<std::string_view>(
-    {"Dunmarl", "Ospenth", "Vellicor", "Harrowin", "Caddamir", "Stelbrin", "Frensow", "Gilrath",
-     "Lunevar", "Pemmick", "Torvast"});
-
-/// The seventh name is two applications' names without a separator, so neither of the two is
-/// stopped.
-constexpr auto processes = std::to_array<std::string_view>(
-    {"Dunmarl", "DunmarlHelper", "Ospenth", "Vellicor", "Quillfen App Launcher",
-     "Quillfen Software Update", "HarrowinStelbrin", "Caddamir", "Frensow", "Gilrath", "Lunevar",
-     "LunevarHelper", "Pemmick", "Torvast"});
-
-constexpr auto applicationsWithRecentItems = std::to_array<std::string_view>(
-    {"Ospenth", "Vellicor", "Stelbrin", "Frensow", "Gilrath", "Pemmick", "Torvast"});
-
-/// The machine-wide preferences have an order of their own: Stelbrin before Caddamir.
-constexpr auto applicationsWithMachinePreferences = std::to_array<std::string_view>(
-    {"Dunmarl", "Ospenth", "Vellicor", "Harrowin", "Stelbrin", "Caddamir", "Frensow", "Gilrath",
-     "Lunevar", "Pemmick", "Torvast"});
-
-/// For steps of one row, whose whole name is the prefix.
-constexpr auto itself = std::to_array<std::string_view>({""});
-
-constexpr auto sharedTools = std::to_array<std::string_view>({"SoftwareUpdate", "launcher"});
-constexpr auto sharedApplications =
-    std::to_array<std::string_view>({"Quillfen/Quillfen Software Update", "Quillfen App Launcher"});
-constexpr auto sharedPreferences =
-    std::to_array<std::string_view>({"SoftwareUpdate", "launcher", "global"});
-constexpr auto agents = std::to_array<std::string_view>({"Dunmarl", "DunmarlSetup", "Lunevar"});
-
-constexpr auto receipts = std::to_array<std::string_view>({".bom", ".plist"});
-
-constexpr auto always = Condition::always;
-constexpr auto shared = Condition::shared;
-
-constexpr PlanStep plan[] = {
-    // clang-format off
-    {PlanAction::kill,          always, none,              "/usr/bin/killall", processes, ""},
-    {PlanAction::trashBundle,   always, none,              "com.quillfen.", applications, ""},
-    {PlanAction::trashBundle,   shared, none,              "com.quillfen.", sharedTools, ""},
-    {PlanAction::trash,         always, applicationsLocal, "Quillfen/Kelvane/", applications, ".app"},
-    {PlanAction::trash,         shared, applicationsLocal, "", sharedApplications, ".app"},
-    {PlanAction::trash,         always, appSupportUser,    "Quillfen/Kelvane", itself, ""},
-    {PlanAction::trash,         shared, appSupportUser,    "Quillfen/Shared Resources", itself, ""},
-    {PlanAction::trash,         always, cachesUser,        "com.quillfen.BugReporter", itself, ""},
-    {PlanAction::trash,         always, cachesUser,        "com.quillfen.", applications, ""},
-    {PlanAction::trash,         shared, cachesUser,        "com.quillfen.", sharedTools, ""},
-    {PlanAction::trash,         always, prefsUser,         "com.quillfen.", applications, ".plist"},
-    {PlanAction::trash,         always, prefsUser,         "com.quillfen.", applicationsWithRecentItems, ".LSSharedFileList.plist"},
-    {PlanAction::trash,         shared, prefsUser,         "com.quillfen.", sharedPreferences, ".plist"},
-    {PlanAction::trash,         always, libraryLocal,      "Documentation/Quillfen/Kelvane User Manual.pdf", itself, ""},
-    {PlanAction::trash,         always, prefsLocal,        "com.quillfen.", applicationsWithMachinePreferences, ".plist"},
-    {PlanAction::trash,         shared, prefsLocal,        "com.quillfen.", sharedPreferences, ".plist"},
-    {PlanAction::removeAgent,   always, none,              "com.quillfen.", agents, ""},
-    {PlanAction::trash,         always, libraryUser,       "LaunchAgents/com.quillfen.", agents, ".plist"},
-    {PlanAction::trashMatching, always, libraryLocal,      "Install Kelvane ", itself, ""},
-    {PlanAction::trash,         always, none,              "/private/var/db/receipts/com.quillfen.pkg.Kelvane", receipts, ""},
-    // clang-format on
-};
+/// Returns the directory that the names of a step are relative to, empty if they are whole paths.
+/// No value if the system has no such location.
+std::optional<std::string> directoryOf(PlanBase base) {
+    switch (base) {
+    case PlanBase::none:
+        break;
+    case PlanBase::applicationsLocal:
+        return QFLocalPaths::applicationDirectory(Domain::local);
+    case PlanBase::appSupportUser:
+        return QFLocalPaths::appSupportDirectory(Domain::user);
+    case PlanBase::cachesUser:
+        return QFLocalPaths::cacheDirectory(Domain::user);
+    case PlanBase::prefsUser:
+        return QFLocalPaths::prefsDirectory(Domain::user);
+    case PlanBase::prefsLocal:
+        return QFLocalPaths::prefsDirectory(Domain::local);
+    case PlanBase::libraryLocal:
+        return QFLocalPaths::libraryDirectory(Domain::local);
+    case PlanBase::libraryUser:
+        return QFLocalPaths::libraryDirectory(Domain::user);
+    }
+    return "";
+}
 
 PlanRow killRow(const PlanStep& step) {
     return {step.action, std::string(step.prefix), {step.names.begin(), step.names.end()}};
@@ -125,8 +61,7 @@ void appendRows(const PlanStep& step, std::vector<PlanRow>& rows) {
         rows.push_back(killRow(step));
         return;
     }
-    const bool hasBase = step.base.directory != nullptr;
-    const auto directory = hasBase ? step.base.directory(step.base.domain) : std::string();
+    const auto directory = directoryOf(step.base);
     if (!directory) {
         return;
     }
@@ -185,7 +120,7 @@ const char* nameOf(PlanAction action) {
 
 std::vector<PlanRow> uninstallPlan(RemoveShared removeShared) {
     std::vector<PlanRow> rows;
-    for (const auto& step : plan) {
+    for (const auto& step : plan_table::steps) {
         if (step.condition == Condition::always || removeShared == RemoveShared::yes) {
             appendRows(step, rows);
         }

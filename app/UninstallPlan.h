@@ -1,20 +1,12 @@
 #pragma once
 
+#include "app/PlanAction.h"
 #include "app/PlanObserver.h"
 
 #include <string>
 #include <vector>
 
-/// What is done with a row's subject.
-enum class PlanAction {
-    kill,          ///< run the tool `subject` once with `names` as its arguments
-    trashBundle,   ///< trash the application whose bundle identifier is `subject`
-    trash,         ///< trash the item at the absolute path `subject`
-    removeAgent,   ///< stop and remove the user's launch agent with the label `subject`
-    trashMatching, ///< trash the entries of `subject`/Receipts that begin with the one of `names`
-};
-
-/// Returns the action's name as it is spelled above, for lists and reports.
+/// Returns the action's name as it is spelled in PlanAction, for lists and reports.
 const char* nameOf(PlanAction action);
 
 /// One resolved row of the plan, ready to be performed.

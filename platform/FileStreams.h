@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/foundation/ItemIdentity.h"
+#include "platform/foundation/FileId.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -37,7 +37,7 @@ public:
     virtual int systemError() const = 0;
 
     /// Which file this is.
-    virtual ItemIdentity identity() const = 0;
+    virtual FileId identity() const = 0;
 };
 
 /// Opens files as streams. Paths are absolute, of any bytes but zero; links are followed. Any
@@ -55,9 +55,8 @@ public:
     /// is not; null when that fails. A path that leads to the spared file, by whatever name, is
     /// refused, and that file stays as it is. The size that the file is expected to get, in bytes
     /// (0 when nobody knows), only helps to find room for it: it may become smaller or larger.
-    virtual std::unique_ptr<FileStream> openForUpdating(const std::string& path,
-                                                        const ItemIdentity& spared,
-                                                        std::uint64_t expectedSize) = 0;
+    virtual std::unique_ptr<FileStream>
+    openForUpdating(const std::string& path, const FileId& spared, std::uint64_t expectedSize) = 0;
 };
 
 } // namespace platform

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "platform/foundation/Date.h"
-#include "platform/foundation/ItemIdentity.h"
+#include "platform/foundation/FileId.h"
 #include "platform/foundation/Result.h"
 
 #include <cstdint>
@@ -58,7 +58,7 @@ public:
     virtual bool isWritable(const std::string& path) = 0;
 
     /// Which item stands at the path; links are followed. Nothing when there is none.
-    virtual std::optional<ItemIdentity> identityOfItem(const std::string& path) = 0;
+    virtual std::optional<FileId> fileIdOfItem(const std::string& path) = 0;
 
     /// What a link leads to, as it is written there; nothing when there is no link.
     virtual std::optional<std::string> destinationOfSymbolicLink(const std::string& path) = 0;

@@ -18,6 +18,9 @@ struct ProgramDescription {
     std::optional<std::string> identifier;
     /// The version as a person writes it, such as "1.2"; the program's log begins with it.
     std::optional<std::string> version;
+    /// The file of the program's own privileged helper, which does what that program needs and
+    /// nothing else. Where it is missing, the general one serves, which starts any tool.
+    std::optional<std::string> helper;
 };
 
 /// Puts this operating system's implementation behind every port but those of the user interface.

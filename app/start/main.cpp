@@ -6,7 +6,9 @@
 #include <memory>
 
 int main(int argc, char* argv[]) {
-    platform::installServices({"com.quillfen.KelvaneUninstaller", QF_VERSION});
+    platform::installServices({.identifier = "com.quillfen.KelvaneUninstaller",
+                               .version = QF_VERSION,
+                               .helper = QF_OWN_HELPER});
     std::unique_ptr<AppController> controller;
     PlanInventory inventory;
     return start::applicationMain(

@@ -37,7 +37,8 @@ constexpr const char* unknownProgram = "Unknown";
 /// The ports on Linux, each after those that it uses.
 struct LinuxServices {
     explicit LinuxServices(const ProgramDescription& program)
-        : systemInformation(program.version), identifier(identifierOf(program)) {}
+        : systemInformation(program.version), identifier(identifierOf(program)),
+          authorizationServices(native::HelperPaths::installed(program.helper)) {}
 
     std::string identifierOf(const ProgramDescription& program) {
         return program.identifier.value_or(

@@ -1,5 +1,6 @@
 // Obtains and uses an administrator's right on command, one command a line on standard input, and
-// prints the outcome of each. The arguments on a line are separated by tabs.
+// prints the outcome of each. The arguments on a line are separated by tabs. Its own argument, if
+// any, is the name of the helper to use.
 //
 //   prompt                    asks for the right with the user's help
 //   prompt-twice              the same on two threads at once, a handle each
@@ -16,6 +17,7 @@
 
 #include <iostream>
 #include <iterator>
+#include <optional>
 #include <sstream>
 #include <thread>
 
@@ -31,6 +33,9 @@ constexpr AuthorizationFlags withoutUser =
 
 class Probe {
 public:
+    explicit Probe(const std::optional<std::string>& helper)
+        : services_(native::HelperPaths::installed(helper)) {}
+
     void obey(const std::vector<std::string>& words) {
         const std::string& command = words.front();
         if (command == "prompt") {
@@ -111,8 +116,8 @@ std::vector<std::string> wordsOf(const std::string& line) {
 
 } // namespace
 
-int main() {
-    Probe probe;
+int main(int argc, char* argv[]) {
+    Probe probe(argc > 1 ? std::optional<std::string>(argv[1]) : std::nullopt);
     std::cout << ::getpid() << std::endl;
     for (std::string line; std::getline(std::cin, line);) {
         probe.obey(wordsOf(line));

@@ -1,4 +1,4 @@
-// Starts a helper and a program that inherits its connection:
+// Starts a helper and becomes a program that inherits its connection:
 //
 //   privileged-launcher HELPER USER-ID PROGRAM ARGUMENT ...
 //
@@ -33,6 +33,8 @@ int main(int count, char** words) {
     if (count < 4 || ::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends.data()) != 0) {
         fail("usage: privileged-launcher HELPER USER-ID PROGRAM ARGUMENT ...");
     }
+    const int yes = 1;
+    ::setsockopt(ends[1], SOL_SOCKET, SO_PASSCRED, &yes, sizeof yes);
     const pid_t helper = ::fork();
     if (helper == 0) {
         becomeHelper(words[1], ends[1]);

@@ -1,4 +1,4 @@
-"""The check of what a layer may include."""
+"""The check of what a layer may include, and of which sources have a test."""
 
 from __future__ import annotations
 
@@ -39,8 +39,8 @@ class CheckLayers(unittest.TestCase):
                               ("util/task/A.h", '"platform/support/Process.h"'),
                               ("platform/linux/StartUp.cpp", "<unistd.h>"),
                               ("platform/linux/StartUp.cpp", '"platform/linux/files/Digests.h"'),
-                              ("platform/linux/system/A.cpp", '"platform/support/Process.h"'),
-                              ("platform/linux/tools/A.cpp", '"platform/linux/desktop/Trash.h"'),
+                              ("platform/linux/system/A.h", '"platform/support/Process.h"'),
+                              ("platform/linux/tools/A.h", '"platform/linux/desktop/Trash.h"'),
                               ("platform/terminal/A.cpp", '"platform/linux/posix/Errors.h"'),
                               ("app/cli/A.cpp", '"app/UninstallPlan.h"'),
                               ("app/cli/A.cpp", "<nlohmann/json.hpp>"),
@@ -66,8 +66,8 @@ class CheckLayers(unittest.TestCase):
                               ("platform/foundation/A.cpp", '"platform/Console.h"'),
                               ("platform/Console.h", '"platform/support/Process.h"'),
                               ("platform/support/A.cpp", "<unistd.h>"),
-                              ("platform/linux/posix/A.cpp", '"util/log/QFLog.h"'),
-                              ("platform/linux/posix/A.cpp", '"platform/qt/Identity.h"'),
+                              ("platform/linux/posix/A.h", '"util/log/QFLog.h"'),
+                              ("platform/linux/posix/A.h", '"platform/qt/Identity.h"'),
                               ("platform/terminal/A.cpp", '"platform/linux/desktop/Trash.h"'),
                               ("platform/qt/A.cpp", '"app/AppController.h"'),
                               ("platform/terminal/A.cpp", '"platform/qt/Identity.h"')):
@@ -82,7 +82,7 @@ class CheckLayers(unittest.TestCase):
                 with self.subTest(room=room, other=other):
                     self.assertEqual(
                         0 if other_number <= number else 1,
-                        self.status((f"platform/linux/{room}/A.cpp",
+                        self.status((f"platform/linux/{room}/A.h",
                                      f'"platform/linux/{other}/B.h"')))
 
     def test_lets_the_helper_use_nothing_but_the_first_room(self) -> None:
@@ -94,7 +94,7 @@ class CheckLayers(unittest.TestCase):
                                 ('"platform/Console.h"', 1),
                                 ('"platform/foundation/Text.h"', 1)):
             with self.subTest(include=include):
-                self.assertEqual(status, self.status((f"{helper}/A.cpp", include)))
+                self.assertEqual(status, self.status((f"{helper}/A.h", include)))
 
     def test_finds_a_file_that_belongs_to_no_layer(self) -> None:
         self.assertEqual(1, self.status(("platform/other/A.cpp", "<vector>")))
@@ -112,6 +112,28 @@ class CheckLayers(unittest.TestCase):
         self.assertEqual(0, self.status(("app/cli/A.cpp", '"app/cli/B.h"'),
                                         ("app/cli/B.h", '"app/C.h"'),
                                         ("tests/A.cpp", '"app/C.h"')))
+
+    def test_finds_a_source_of_a_room_without_a_test(self) -> None:
+        for source, test in (("posix/Rename.cpp", "posix/RenameTest.cpp"),
+                             ("tools/chown.cpp", "tools/ChownTest.cpp"),
+                             ("tools/launchctl/JobFile.cpp", "tools/launchctl/JobFileTest.cpp")):
+            with self.subTest(source=source):
+                needed = (f"platform/linux/{source}", "<vector>")
+                self.assertEqual(1, self.status(needed))
+                self.assertEqual(0, self.status(needed,
+                                                (f"tests/platform/linux/{test}", "<vector>")))
+
+    def test_takes_no_test_for_that_of_a_source_elsewhere(self) -> None:
+        for test in ("posix/FoldersTest.cpp", "files/RenameTest.cpp", "RenameTest.cpp",
+                     "posix/deeper/RenameTest.cpp"):
+            with self.subTest(test=test):
+                self.assertEqual(1, self.status(("platform/linux/posix/Rename.cpp", "<vector>"),
+                                                (f"tests/platform/linux/{test}", "<vector>")))
+
+    def test_asks_no_test_of_headers_main_or_what_is_in_no_room(self) -> None:
+        for source in ("posix/SystemCall.h", "tools/ditto/main.cpp", "StartUp.cpp"):
+            with self.subTest(source=source):
+                self.assertEqual(0, self.status((f"platform/linux/{source}", "<vector>")))
 
 
 if __name__ == "__main__":

@@ -58,10 +58,10 @@ public:
     }
 
     std::unique_ptr<platform::FileStream> openForUpdating(const std::string& path,
-                                                          const platform::ItemIdentity& spared,
+                                                          const platform::FileId& spared,
                                                           std::uint64_t /*expectedSize*/) override {
         auto& file = files[path];
-        if (!file.opens || identityOf(file) == spared) {
+        if (!file.opens || fileIdOf(file) == spared) {
             return nullptr;
         }
         file.content.clear();
@@ -71,7 +71,7 @@ public:
 private:
     static constexpr int inputOutputError = 5;
 
-    static platform::ItemIdentity identityOf(const DescribedFile& file) {
+    static platform::FileId fileIdOf(const DescribedFile& file) {
         return {.volume = 1, .number = reinterpret_cast<std::uintptr_t>(&file)};
     }
 
@@ -137,7 +137,7 @@ private:
         int systemError() const override {
             return file_.seekError != 0 ? file_.seekError : inputOutputError;
         }
-        platform::ItemIdentity identity() const override { return identityOf(file_); }
+        platform::FileId identity() const override { return fileIdOf(file_); }
 
     private:
         DescribedFileStreams& owner_;

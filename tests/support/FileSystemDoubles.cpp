@@ -34,10 +34,9 @@ bool DescribedFileSystem::isWritable(const std::string& path) {
     return exists(path) && !readOnly.contains(path);
 }
 
-std::optional<platform::ItemIdentity> DescribedFileSystem::identityOfItem(const std::string& path) {
-    return exists(path)
-               ? std::optional(platform::ItemIdentity{.number = std::hash<std::string>()(path)})
-               : std::nullopt;
+std::optional<platform::FileId> DescribedFileSystem::fileIdOfItem(const std::string& path) {
+    return exists(path) ? std::optional(platform::FileId{.number = std::hash<std::string>()(path)})
+                        : std::nullopt;
 }
 
 std::optional<std::string> DescribedFileSystem::destinationOfSymbolicLink(const std::string& path) {

@@ -48,7 +48,7 @@ public:
     bool isDirectory(const std::string& path) override;
     bool isExecutable(const std::string& path) override;
     bool isWritable(const std::string& path) override;
-    std::optional<platform::ItemIdentity> identityOfItem(const std::string& path) override;
+    std::optional<platform::FileId> fileIdOfItem(const std::string& path) override;
     std::optional<std::string> destinationOfSymbolicLink(const std::string& path) override;
     std::optional<platform::ItemAttributes> attributesOfItem(const std::string& path) override;
     std::optional<std::vector<platform::DirectoryEntry>>

@@ -64,10 +64,10 @@ bool DirectoryWalk::isDirectory() const {
 /// Returns whether the link that the walk has reached leads to one of the directories that it is
 /// in.
 bool DirectoryWalk::leadsBack() {
-    const auto target = fileSystem_.identityOfItem(path_);
+    const auto target = fileSystem_.fileIdOfItem(path_);
     return std::any_of(levels_.begin(), levels_.end(), [&](Level& level) {
         if (!level.identity) {
-            level.identity = fileSystem_.identityOfItem(path_.substr(0, level.pathLength));
+            level.identity = fileSystem_.fileIdOfItem(path_.substr(0, level.pathLength));
         }
         return target && level.identity == target;
     });

@@ -50,7 +50,7 @@ private:
         /// How many entries the walk has reached.
         std::size_t reached = 0;
         /// Looked up when the walk reaches a link.
-        std::optional<platform::ItemIdentity> identity;
+        std::optional<platform::FileId> identity;
     };
 
     void enter();

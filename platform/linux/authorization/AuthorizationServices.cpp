@@ -221,13 +221,13 @@ StartedHelper AuthorizationServices::askUser() {
 
 /// Has the program itself ask.
 StartedHelper AuthorizationServices::startAsking(PasswordQuestion& question) {
-    const SilencedErrors silenced;
     Secret secret;
     return startWithAgent(answererFor(question, secret));
 }
 
 /// Starts a helper, with an agent for this process that answers polkit's question.
 StartedHelper AuthorizationServices::startWithAgent(PolkitAnswerer answerer) {
+    const SilencedErrors silenced;
     try {
         const PolkitAgent agent(
             ::getpid(), std::move(answerer), [](const PolkitQuestion& question) {

@@ -60,8 +60,10 @@ HelperConnection::start(const std::string& toolPath, const std::vector<std::stri
     if (!FileDescriptor(::fcntl(socket_.get(), F_DUPFD_CLOEXEC, 0))) {
         return Unexpected(errAuthorizationToolExecuteFailure);
     }
-    auto answer = ask(*message, std::nullopt);
+    auto answer = ask(*message, patience_);
     if (!answer) {
+        // A late answer would be taken for that to the next request.
+        ::shutdown(socket_.get(), SHUT_RDWR);
         return Unexpected(errAuthorizationInternal);
     }
     if (answer->reply.status != helper::Status::started || !answer->output) {

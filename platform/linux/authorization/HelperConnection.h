@@ -21,8 +21,11 @@ namespace platform::native {
 /// Any thread may call every member.
 class HelperConnection {
 public:
-    /// Takes over a SOCK_SEQPACKET socket at whose other end a helper is, or will be.
-    explicit HelperConnection(FileDescriptor socket) : socket_(std::move(socket)) {}
+    /// Takes over a SOCK_SEQPACKET socket at whose other end a helper is, or will be. A helper that
+    /// takes longer than `patience` to start a tool counts as gone.
+    explicit HelperConnection(FileDescriptor socket,
+                              std::chrono::milliseconds patience = std::chrono::minutes(1))
+        : socket_(std::move(socket)), patience_(patience) {}
 
     /// Whether a helper answers. Without a time limit it waits for as long as somebody has the
     /// other end.
@@ -49,6 +52,7 @@ private:
     ProcessSecrecy secrecy_;
     std::mutex mutex_;
     FileDescriptor socket_;
+    std::chrono::milliseconds patience_;
 };
 
 } // namespace platform::native

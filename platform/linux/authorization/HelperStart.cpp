@@ -33,12 +33,16 @@ struct SocketPair {
     FileDescriptor theirs;
 };
 
+/// The helper's end tells from the first message on which process sends it.
 SocketPair makeSocketPair() {
     std::array<int, 2> ends{-1, -1};
     if (::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends.data()) != 0) {
         return {};
     }
-    return {FileDescriptor(ends[0]), aboveStandardStreams(FileDescriptor(ends[1]))};
+    SocketPair pair{FileDescriptor(ends[0]), aboveStandardStreams(FileDescriptor(ends[1]))};
+    constexpr int yes = 1;
+    ::setsockopt(pair.theirs.get(), SOL_SOCKET, SO_PASSCRED, &yes, sizeof yes);
+    return pair;
 }
 
 /// Starts pkexec with the connection as its standard input. What it says is dropped: what happened
@@ -120,8 +124,8 @@ int inheritedNumber() {
 
 } // namespace
 
-HelperPaths HelperPaths::installed() {
-    return {"/usr/bin/pkexec", installationDirectory() + "/qf-helper"};
+HelperPaths HelperPaths::installed(const std::optional<std::string>& name) {
+    return {"/usr/bin/pkexec", installationDirectory() + "/" + name.value_or("qf-helper")};
 }
 
 StartedHelper startHelper(const HelperPaths& paths) {

@@ -4,6 +4,7 @@
 #include "platform/linux/authorization/HelperConnection.h"
 
 #include <memory>
+#include <optional>
 #include <string>
 
 namespace platform::native {
@@ -13,8 +14,8 @@ struct HelperPaths {
     std::string pkexec;
     std::string helper;
 
-    /// The system's pkexec, and the installation's own helper.
-    static HelperPaths installed();
+    /// The system's pkexec, and the installation's helper of this name, or else its general one.
+    static HelperPaths installed(const std::optional<std::string>& name = std::nullopt);
 };
 
 /// A connection to a helper that is ready, or why there is none.

@@ -8,6 +8,7 @@
 #include "platform/linux/posix/Errors.h"
 #include "platform/linux/posix/FileDescriptor.h"
 #include "platform/linux/posix/LongPath.h"
+#include "platform/linux/posix/OpenDirectory.h"
 
 #include <fcntl.h>
 #include <gio/gio.h>
@@ -35,10 +36,6 @@ TrashResult failure(Errno number) {
 
 TrashResult afterMoving(const SystemResult<void>& moved) {
     return moved ? TrashResult() : failure(moved.error());
-}
-
-bool isSameItem(const struct stat& one, const struct stat& other) {
-    return one.st_dev == other.st_dev && one.st_ino == other.st_ino;
 }
 
 /// Makes the Trash that the user knows where nothing is there.
@@ -202,14 +199,14 @@ TrashResult trashItem(const std::string& directory, const std::string& trash,
         return Unexpected(
             TrashError{usable.error(), "the Trash can’t be used: " + reason(usable.error())});
     }
-    if (isSameItem(itemStatus, trashStatus)) {
+    if (fileIdOf(itemStatus) == fileIdOf(trashStatus)) {
         return Unexpected(TrashError{Errno(EINVAL), "it is the Trash itself"});
     }
     struct stat target {};
     struct stat files {};
     const bool isHomeTrash = ::stat(trash.c_str(), &target) == 0 &&
                              ::stat(homeTrashFiles().c_str(), &files) == 0 &&
-                             isSameItem(target, files);
+                             fileIdOf(target) == fileIdOf(files);
     if (isHomeTrash) {
         return trashThroughGio(item);
     }

@@ -7,17 +7,17 @@
 
 namespace platform::native {
 
-SystemResult<void> CopiedLinks::remember(const Identity& source, const FileDescriptor& copy,
+SystemResult<void> CopiedLinks::remember(const FileId& source, const FileDescriptor& copy,
                                          std::vector<std::string> path) {
     const auto status = statusOf(copy.get());
     if (!status) {
         return Unexpected(status.error());
     }
-    files_.emplace(source, CopiedFile{std::move(path), identityOf(*status)});
+    files_.emplace(source, CopiedFile{std::move(path), fileIdOf(*status)});
     return {};
 }
 
-bool CopiedLinks::link(const Identity& source, int destination, const std::string& name) const {
+bool CopiedLinks::link(const FileId& source, int destination, const std::string& name) const {
     const auto found = files_.find(source);
     if (found == files_.end()) {
         return false;
@@ -32,7 +32,7 @@ bool CopiedLinks::link(const Identity& source, int destination, const std::strin
         return false;
     }
     const auto status = statusOfEntry(destination, name);
-    if (status && identityOf(*status) == copy) {
+    if (status && fileIdOf(*status) == copy) {
         return true;
     }
     ::unlinkat(destination, name.c_str(), 0);

@@ -17,22 +17,22 @@ public:
     explicit CopiedLinks(const FileDescriptor& top) : top_(top) {}
 
     /// Remembers the copy, an open file at the path below the top, of the file that `source` tells.
-    SystemResult<void> remember(const Identity& source, const FileDescriptor& copy,
+    SystemResult<void> remember(const FileId& source, const FileDescriptor& copy,
                                 std::vector<std::string> path);
 
     /// Where the file has been copied under another name, makes the entry `name` of the open
     /// directory `destination` a hard link to that copy. False where that cannot be done: the file
     /// is then to be copied like any other.
-    bool link(const Identity& source, int destination, const std::string& name) const;
+    bool link(const FileId& source, int destination, const std::string& name) const;
 
 private:
     struct CopiedFile {
         std::vector<std::string> path; ///< From the top, the file's name last.
-        Identity copy;
+        FileId copy;
     };
 
     const FileDescriptor& top_;
-    std::map<Identity, CopiedFile> files_;
+    std::map<FileId, CopiedFile> files_;
 };
 
 } // namespace platform::native

@@ -3,6 +3,7 @@
 #include "platform/linux/files/Preallocation.h"
 #include "platform/linux/posix/BlockSigxfsz.h"
 #include "platform/linux/posix/FileDescriptor.h"
+#include "platform/linux/posix/OpenDirectory.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -19,7 +20,7 @@ constexpr std::uint64_t unknownSize = 0;
 
 class Stream : public FileStream {
 public:
-    Stream(FileDescriptor descriptor, const ItemIdentity& identity, std::uint64_t expectedSize)
+    Stream(FileDescriptor descriptor, const FileId& identity, std::uint64_t expectedSize)
         : descriptor_(std::move(descriptor)), identity_(identity), spaceAhead_(expectedSize) {}
     ~Stream() override { spaceAhead_.release(descriptor_.get()); }
     Stream(const Stream&) = delete;
@@ -76,7 +77,7 @@ public:
     bool isAtEnd() const override { return isAtEnd_; }
     int errorIndicator() const override { return errorIndicator_; }
     int systemError() const override { return systemError_; }
-    ItemIdentity identity() const override { return identity_; }
+    FileId identity() const override { return identity_; }
 
 private:
     void fail() {
@@ -85,7 +86,7 @@ private:
     }
 
     FileDescriptor descriptor_;
-    ItemIdentity identity_;
+    FileId identity_;
     Preallocation spaceAhead_;
     std::uint64_t position_ = 0;
     bool isAtEnd_ = false;
@@ -105,10 +106,6 @@ FileDescriptor openFile(const std::string& path, int flags) {
     return FileDescriptor(descriptor);
 }
 
-ItemIdentity itemIdentityOf(const struct stat& status) {
-    return {.volume = status.st_dev, .number = status.st_ino};
-}
-
 /// Only regular files have a length to take away, and an empty one has none.
 bool makeEmpty(const FileDescriptor& file, const struct stat& status) {
     return !S_ISREG(status.st_mode) || status.st_size == 0 || ::ftruncate(file.get(), 0) == 0;
@@ -123,21 +120,21 @@ std::unique_ptr<FileStream> FileStreams::openForReading(const std::string& path)
         return nullptr;
     }
     static_cast<void>(::posix_fadvise(file.get(), 0, 0, POSIX_FADV_SEQUENTIAL));
-    return std::make_unique<Stream>(std::move(file), itemIdentityOf(status), unknownSize);
+    return std::make_unique<Stream>(std::move(file), fileIdOf(status), unknownSize);
 }
 
 // Emptied by a step of its own: emptied while it is opened, the spared file would be lost before
 // anybody could tell that it is the one.
 std::unique_ptr<FileStream> FileStreams::openForUpdating(const std::string& path,
-                                                         const ItemIdentity& spared,
+                                                         const FileId& spared,
                                                          std::uint64_t expectedSize) {
     auto file = openFile(path, O_RDWR | O_CREAT);
     struct stat status {};
-    if (!file || ::fstat(file.get(), &status) != 0 || itemIdentityOf(status) == spared ||
+    if (!file || ::fstat(file.get(), &status) != 0 || fileIdOf(status) == spared ||
         !makeEmpty(file, status)) {
         return nullptr;
     }
-    return std::make_unique<Stream>(std::move(file), itemIdentityOf(status),
+    return std::make_unique<Stream>(std::move(file), fileIdOf(status),
                                     S_ISREG(status.st_mode) ? expectedSize : unknownSize);
 }
 

@@ -9,7 +9,7 @@ namespace platform::native {
 class FileStreams : public platform::FileStreams {
 public:
     std::unique_ptr<FileStream> openForReading(const std::string& path) override;
-    std::unique_ptr<FileStream> openForUpdating(const std::string& path, const ItemIdentity& spared,
+    std::unique_ptr<FileStream> openForUpdating(const std::string& path, const FileId& spared,
                                                 std::uint64_t expectedSize) override;
 };
 

@@ -11,6 +11,7 @@
 #include "platform/linux/posix/FileDescriptor.h"
 #include "platform/linux/posix/ItemPlace.h"
 #include "platform/linux/posix/LongPath.h"
+#include "platform/linux/posix/OpenDirectory.h"
 #include "platform/linux/process/ToolOverlay.h"
 
 #include <fcntl.h>
@@ -194,10 +195,9 @@ bool FileSystem::isWritable(const std::string& path) {
         .ok();
 }
 
-std::optional<ItemIdentity> FileSystem::identityOfItem(const std::string& path) {
+std::optional<FileId> FileSystem::fileIdOfItem(const std::string& path) {
     const auto status = statusOfItem(path);
-    return status ? std::optional(ItemIdentity{.volume = status->st_dev, .number = status->st_ino})
-                  : std::nullopt;
+    return status ? std::optional(fileIdOf(*status)) : std::nullopt;
 }
 
 std::optional<std::string> FileSystem::destinationOfSymbolicLink(const std::string& path) {

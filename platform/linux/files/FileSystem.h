@@ -11,7 +11,7 @@ public:
     bool isDirectory(const std::string& path) override;
     bool isExecutable(const std::string& path) override;
     bool isWritable(const std::string& path) override;
-    std::optional<ItemIdentity> identityOfItem(const std::string& path) override;
+    std::optional<FileId> fileIdOfItem(const std::string& path) override;
     std::optional<std::string> destinationOfSymbolicLink(const std::string& path) override;
     std::optional<ItemAttributes> attributesOfItem(const std::string& path) override;
     std::optional<std::vector<DirectoryEntry>>

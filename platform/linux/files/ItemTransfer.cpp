@@ -22,15 +22,15 @@ namespace platform::native {
 namespace {
 
 /// Whether an open directory is the one of this identity, or in it.
-bool isInside(int directory, const Identity& outer) {
+bool isInside(int directory, const FileId& outer) {
     auto current = opened(::openat(directory, ".", O_PATH | O_DIRECTORY | O_CLOEXEC));
-    std::optional<Identity> below;
+    std::optional<FileId> below;
     while (current) {
         const auto status = statusOf(current->get());
-        if (!status || identityOf(*status) == below) {
+        if (!status || fileIdOf(*status) == below) {
             return false;
         }
-        below = identityOf(*status);
+        below = fileIdOf(*status);
         if (below == outer) {
             return true;
         }
@@ -42,7 +42,7 @@ bool isInside(int directory, const Identity& outer) {
 
 /// Whether an item of this status is a directory that the open directory is, or is in.
 bool holds(const struct statx& status, int directory) {
-    return S_ISDIR(status.stx_mode) && isInside(directory, identityOf(status));
+    return S_ISDIR(status.stx_mode) && isInside(directory, fileIdOf(status));
 }
 
 /// What it means that an item cannot get its new name, once that would not put it into itself.

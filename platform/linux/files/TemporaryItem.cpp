@@ -64,7 +64,7 @@ SystemResult<void> checkName(const FileDescriptor& item, int directory, const st
     if (!named) {
         return Unexpected(named.error());
     }
-    if (identityOf(*own) != identityOf(*named)) {
+    if (fileIdOf(*own) != fileIdOf(*named)) {
         return Unexpected(Errno(ENOENT));
     }
     return {};

@@ -104,7 +104,7 @@ private:
         if (!status) {
             return Unexpected(status.error());
         }
-        topIdentity_ = identityOf(*status);
+        topId_ = fileIdOf(*status);
         return S_ISDIR(status->stx_mode) ? enter(source_, name, duplicate(top_))
                                          : copyFileInto(source_, name, top_);
     }
@@ -196,7 +196,7 @@ private:
             return Unexpected(source.error());
         }
         const auto& status = source->status;
-        if (status.stx_nlink > 1 && links_.link(identityOf(status), copies_.descriptor(), name)) {
+        if (status.stx_nlink > 1 && links_.link(fileIdOf(status), copies_.descriptor(), name)) {
             if (isMove_) {
                 copied_.add(status);
             }
@@ -213,7 +213,7 @@ private:
         }
         auto filled = fill(*source, *copy);
         return filled && status.stx_nlink != 1
-                   ? links_.remember(identityOf(status), *copy, pathFromTop(name))
+                   ? links_.remember(fileIdOf(status), *copy, pathFromTop(name))
                    : filled;
     }
 
@@ -284,9 +284,9 @@ private:
         if (!copyStatus) {
             return Unexpected(copyStatus.error());
         }
-        auto pushed = sources_.push(*std::move(source), identityOf(level->status));
+        auto pushed = sources_.push(*std::move(source), fileIdOf(level->status));
         if (pushed) {
-            pushed = copies_.push(*std::move(copy), identityOf(*copyStatus));
+            pushed = copies_.push(*std::move(copy), fileIdOf(*copyStatus));
         }
         levels_.push_back(*std::move(level));
         return pushed;
@@ -301,7 +301,7 @@ private:
         if (const auto removable = checkRemovable(*status); !removable) {
             return Unexpected(removable.error());
         }
-        if (identityOf(*status) == topIdentity_) { // It is copied into itself.
+        if (fileIdOf(*status) == topId_) { // It is copied into itself.
             return Unexpected(Errno(EINVAL));
         }
         auto entries = readEntries(source);
@@ -345,7 +345,7 @@ private:
     const FileDescriptor& top_;
     bool isMove_;
     CopyFingerprints& copied_;
-    Identity topIdentity_;
+    FileId topId_;
     FileContent content_;
     CopiedLinks links_{top_};
     std::vector<CopyLevel> levels_;

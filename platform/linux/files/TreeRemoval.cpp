@@ -111,7 +111,7 @@ private:
         if (!status) {
             return Unexpected(status.error());
         }
-        auto pushed = directories_.push(*std::move(directory), identityOf(*status));
+        auto pushed = directories_.push(*std::move(directory), fileIdOf(*status));
         if (pushed) {
             levels_.push_back({name});
         }

@@ -25,7 +25,7 @@ public:
     std::size_t size() const { return levels_.size(); }
 
     /// Makes an open directory, whose identity is given, the deepest.
-    SystemResult<void> push(FileDescriptor directory, const Identity& identity) {
+    SystemResult<void> push(FileDescriptor directory, const FileId& identity) {
         auto made = directoryOf(std::move(directory));
         if (!made) {
             return Unexpected(made.error());
@@ -68,7 +68,7 @@ public:
 private:
     struct Level {
         std::optional<Handle> directory; ///< Empty while the work is far below.
-        Identity identity;
+        FileId identity;
     };
 
     Level& above() { return levels_[levels_.size() - 2]; }

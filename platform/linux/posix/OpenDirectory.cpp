@@ -3,13 +3,18 @@
 #include "platform/linux/posix/SystemCall.h"
 
 #include <fcntl.h>
+#include <sys/sysmacros.h>
 
 #include <cerrno>
 
 namespace platform::native {
 
-Identity identityOf(const struct statx& status) {
-    return {status.stx_dev_major, status.stx_dev_minor, status.stx_ino};
+FileId fileIdOf(const struct statx& status) {
+    return {::makedev(status.stx_dev_major, status.stx_dev_minor), status.stx_ino};
+}
+
+FileId fileIdOf(const struct stat& status) {
+    return {status.st_dev, status.st_ino};
 }
 
 SystemResult<FileDescriptor> openDirectory(int parent, const char* name) {
@@ -18,7 +23,7 @@ SystemResult<FileDescriptor> openDirectory(int parent, const char* name) {
     }));
 }
 
-SystemResult<FileDescriptor> openDirectoryAbove(int directory, const Identity& expected) {
+SystemResult<FileDescriptor> openDirectoryAbove(int directory, const FileId& expected) {
     auto above = openDirectory(directory, "..");
     if (!above) {
         return above;
@@ -27,7 +32,7 @@ SystemResult<FileDescriptor> openDirectoryAbove(int directory, const Identity& e
     if (!status) {
         return Unexpected(status.error());
     }
-    if (identityOf(*status) != expected) {
+    if (fileIdOf(*status) != expected) {
         return Unexpected(Errno(ESTALE));
     }
     return above;

@@ -16,7 +16,7 @@ from endtoend.waiting import PATIENCE_SECONDS, TooLate
 SERVICES = os.path.join(os.path.dirname(os.path.dirname(os.path.realpath(__file__))),
                         "copy-services")
 # pkexec becomes the helper; the other tools are the program's own.
-TOOLS = (b"pkexec\n", b"qf-helper\n", b"launchctl\n", b"killall\n")
+TOOLS = (b"pkexec\n", b"kelvane-helper\n", b"launchctl\n", b"killall\n")
 
 
 class Right(Enum):

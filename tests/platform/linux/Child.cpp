@@ -6,11 +6,13 @@
 #include "platform/Services.h"
 #include "platform/StartUp.h"
 #include "platform/UserAccount.h"
+#include "platform/linux/desktop/HomeTrash.h"
 #include "platform/linux/desktop/Trash.h"
 #include "platform/linux/desktop/Volumes.h"
 #include "platform/linux/desktop/Workspace.h"
 #include "platform/linux/files/FileSystem.h"
 #include "platform/linux/plist/PropertyLists.h"
+#include "platform/linux/process/Installation.h"
 #include "platform/linux/system/SearchPaths.h"
 #include "platform/linux/system/UserAccount.h"
 #include "tests/support/PortDoubles.h"
@@ -55,6 +57,12 @@ int recycle(const Arguments& arguments) {
 
 int makeTrash(const Arguments& arguments) {
     return platform::native::makeTrash(arguments.at(0)) ? 0 : 1;
+}
+
+/// Gives the number of the failure.
+int moveToHomeTrash(const Arguments& arguments) {
+    const auto moved = platform::native::moveToHomeTrash(arguments.at(0));
+    return moved ? 0 : moved.error().number();
 }
 
 int remove(const Arguments& arguments) {
@@ -111,6 +119,11 @@ int environment(const Arguments& /*arguments*/) {
     return 0;
 }
 
+int installationDirectory(const Arguments& /*arguments*/) {
+    std::cout << platform::native::installationDirectory() << '\n';
+    return 0;
+}
+
 /// Gives how many of the standard streams are closed.
 int closedStreams(const Arguments& /*arguments*/) {
     platform::installServices();
@@ -149,11 +162,13 @@ int withoutWriting(const Arguments& arguments) {
 const std::map<std::string, std::function<int(const Arguments&)>> commands{
     {"recycle", recycle},
     {"make-trash", makeTrash},
+    {"move-to-home-trash", moveToHomeTrash},
     {"remove", remove},
     {"unlock", unlock},
     {"lock", lock},
     {"account", account},
     {"environment", environment},
+    {"installation-folder", installationDirectory},
     {"closed-streams", closedStreams},
     {"store-preference", storePreference},
     {"move", move},

@@ -22,9 +22,9 @@ public:
         look("isDirectory");
         return FileSystem::isDirectory(path);
     }
-    std::optional<platform::ItemIdentity> identityOfItem(const std::string& path) override {
+    std::optional<platform::FileId> fileIdOfItem(const std::string& path) override {
         look("identity");
-        return FileSystem::identityOfItem(path);
+        return FileSystem::fileIdOfItem(path);
     }
     std::optional<platform::ItemAttributes> attributesOfItem(const std::string& path) override {
         look("attributes");

@@ -33,7 +33,7 @@ void replaceByRootsCopy(const Place& place) {
     const int staged = stage.directory().descriptor.get();
     const char* name = place.name.c_str();
     try {
-        copyItem(*place.item, stage.directory(), place.name);
+        copyItem(*place.item, Reader(place.item->status.stx_uid), stage.directory(), place.name);
         requireDone(::fchownat(staged, name, 0, 0, AT_SYMLINK_NOFOLLOW));
         requireDone(::renameat(staged, name, place.directory.descriptor.get(), name));
     } catch (const Refusal&) {

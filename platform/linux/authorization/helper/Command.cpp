@@ -1,7 +1,6 @@
 #include "platform/linux/authorization/helper/Command.h"
 
 #include "platform/linux/authorization/helper/Change.h"
-#include "platform/linux/authorization/helper/ProtectedItems.h"
 #include "platform/linux/authorization/helper/Refusal.h"
 
 #include <fcntl.h>
@@ -78,7 +77,7 @@ std::optional<Place> locate(std::string_view operand, Links links) {
     if (item && item->isLink() && namesDirectory) {
         throw Refusal{Status::itemRedirected, about};
     }
-    return Place{std::move(way->end), name, std::move(item)};
+    return Place{about, std::move(way->end), name, std::move(item)};
 }
 
 /// The arguments of a tool whose options are single letters without a value.
@@ -107,16 +106,10 @@ Words wordsOf(const Request& request, std::string_view letters) {
     return words;
 }
 
-void addPlace(Command& command, Place place) {
-    command.arguments.push_back(heldPath(place.directory, place.name));
-    command.directories.push_back(std::move(place.directory));
-}
-
 /// An operand whose directory does not exist is left out, for there is nothing to remove.
-Command prepareRemoval(Tool tool, const Request& request, const ProtectedItems& staying) {
+Task prepareRemoval(Tool tool, const Request& request, ProtectedItems& staying) {
     auto [options, operands] = wordsOf(request, "dfiIrRv");
-    options.emplace_back("--");
-    Command command{std::move(tool), std::move(options), {}};
+    Removal removal{std::move(tool), std::move(options), {}};
     for (const auto operand : operands) {
         auto place = locate(operand, Links::owners);
         if (!place) {
@@ -125,9 +118,9 @@ Command prepareRemoval(Tool tool, const Request& request, const ProtectedItems& 
         if (place->item && staying.contain(*place->item)) {
             throw Refusal{Status::itemProtected, std::string(operand)};
         }
-        addPlace(command, std::move(*place));
+        removal.places.push_back(std::move(*place));
     }
-    return command;
+    return removal;
 }
 
 /// Where a move or copy to `operand` ends: in the directory that stands there, or else at this very
@@ -143,15 +136,18 @@ std::optional<Place> destinationOf(std::string_view operand, const std::string& 
     }
     requireHonest(*way, links, operand);
     auto item = openItem(way->end.descriptor.get(), sourceName);
-    return Place{std::move(way->end), sourceName, std::move(item)};
+    return Place{std::string(operand) + "/" + sourceName, std::move(way->end), sourceName,
+                 std::move(item)};
 }
 
+// ---- What the helper does itself ---------------------------------------------------------------
+
 /// Replacing without a question is all that a move does: it may be made by another name first,
-/// where the tool would not see what it must not replace.
-Task prepareMove(Tool tool, const Request& request, const ProtectedItems& staying) {
-    auto [options, operands] = wordsOf(request, "fv");
+/// where nobody would see what it must not replace.
+Task prepareMove(const Request& request, ProtectedItems& staying) {
+    const auto operands = wordsOf(request, "fv").operands;
     if (operands.size() != 2) {
-        throw Refusal{Status::commandUnknown, tool.path};
+        throw Refusal{Status::commandUnknown, std::string(request.tool)};
     }
     auto source = locate(operands[0], Links::owners);
     if (!source || !source->item) {
@@ -165,21 +161,12 @@ Task prepareMove(Tool tool, const Request& request, const ProtectedItems& stayin
         (destination->item && staying.contain(*destination->item))) {
         throw Refusal{Status::itemProtected, std::string(operands[0])};
     }
-    if (destination->directory.isChangeable()) {
-        return Move{{std::move(*source), std::move(*destination), trustedTool("/bin/rm")}};
-    }
-    options.insert(options.end(), {"-T", "--"});
-    Command command{std::move(tool), std::move(options), {}};
-    addPlace(command, std::move(*source));
-    addPlace(command, std::move(*destination));
-    return command;
+    return Move{{std::move(*source), std::move(*destination), trustedTool("/bin/rm")}};
 }
-
-// ---- What the helper does itself ---------------------------------------------------------------
 
 using Operands = std::span<const std::string_view>;
 
-Task prepareCopy(Operands operands, uid_t user) {
+Task prepareCopy(Operands operands, ProtectedItems& staying) {
     auto source = locate(operands[0], Links::roots);
     if (!source || !source->item) {
         throw Refusal{Status::itemUnreachable, std::string(operands[0])};
@@ -188,7 +175,7 @@ Task prepareCopy(Operands operands, uid_t user) {
     if (!destination) {
         throw Refusal{Status::itemUnreachable, std::string(operands[1])};
     }
-    if (destination->item && ProtectedItems(user).contain(*destination->item)) {
+    if (destination->item && staying.contain(*destination->item)) {
         throw Refusal{Status::itemProtected, std::string(operands[1])};
     }
     return Copy{std::move(*source), std::move(*destination), trustedTool("/bin/rm")};
@@ -211,19 +198,19 @@ std::optional<Place> locateItem(std::string_view operand) {
     return place;
 }
 
-Task prepareTouch(Operands operands, uid_t /*user*/) {
+Task prepareTouch(Operands operands, ProtectedItems& /*staying*/) {
     auto place = locateItem(operands[0]);
     return place ? Task(Change{touch, std::move(*place)}) : Nothing{};
 }
 
 /// What others must not read, or own, is not put into a user's directory to be changed by that
 /// user.
-Place locateOwnItem(std::string_view operand, uid_t user) {
+Place locateOwnItem(std::string_view operand, ProtectedItems& staying) {
     auto place = locateItem(operand);
     if (!place) {
         throw Refusal{Status::itemUnreachable, std::string(operand)};
     }
-    if (ProtectedItems(user).contain(*place->item)) {
+    if (staying.contain(*place->item)) {
         throw Refusal{Status::itemProtected, std::string(operand)};
     }
     if (place->directory.isChangeable() &&
@@ -233,15 +220,15 @@ Place locateOwnItem(std::string_view operand, uid_t user) {
     return std::move(*place);
 }
 
-Task prepareMode(Operands operands, uid_t user) {
-    return Change{letEverybodyRead, locateOwnItem(operands[0], user)};
+Task prepareMode(Operands operands, ProtectedItems& staying) {
+    return Change{letEverybodyRead, locateOwnItem(operands[0], staying)};
 }
 
-Task prepareOwner(Operands operands, uid_t user) {
-    return Change{giveToRoot, locateOwnItem(operands[0], user)};
+Task prepareOwner(Operands operands, ProtectedItems& staying) {
+    return Change{giveToRoot, locateOwnItem(operands[0], staying)};
 }
 
-Task prepareDirectories(Operands operands, uid_t /*user*/) {
+Task prepareDirectories(Operands operands, ProtectedItems& /*staying*/) {
     std::string_view path = operands[0];
     if (!path.starts_with('/')) {
         throw Refusal{Status::commandUnknown, std::string(path)};
@@ -263,7 +250,7 @@ Task prepareDirectories(Operands operands, uid_t /*user*/) {
         throw Refusal{Status::itemUnreachable, std::string(operands[0])};
     }
     requireHonest(*way, Links::roots, operands[0]);
-    return Directories{std::move(way->end), std::move(missing)};
+    return Directories{std::string(operands[0]), std::move(way->end), std::move(missing)};
 }
 
 /// The words of a command line that the program sends, and what it asks for. In any other words a
@@ -272,7 +259,7 @@ struct Form {
     std::string_view tool;
     std::span<const std::string_view> words;
     std::size_t operands;
-    Task (*prepare)(Operands operands, uid_t user);
+    Task (*prepare)(Operands operands, ProtectedItems& staying);
 };
 
 constexpr std::array<std::string_view, 3> copyWords = {"-f", "-p", "-R"};
@@ -303,21 +290,21 @@ std::string heldPath(const Item& directory, const std::string& name) {
     return "/proc/self/fd/" + std::to_string(descriptor) + "/" + name;
 }
 
-Task prepare(const Request& request, uid_t user) {
+Task prepare(const Request& request, ProtectedItems& staying) {
     Tool tool = trustedTool(request.tool);
     if (isTool(tool, "rm", "mv")) {
-        return prepareRemoval(std::move(tool), request, ProtectedItems(user));
+        return prepareRemoval(std::move(tool), request, staying);
     }
     if (isTool(tool, "mv", "rm")) {
-        return prepareMove(std::move(tool), request, ProtectedItems(user));
+        return prepareMove(request, staying);
     }
     const auto* const form = std::find_if(forms.begin(), forms.end(), [&](const Form& candidate) {
         return hasForm(request, candidate);
     });
     if (form != forms.end()) {
-        return form->prepare(Operands(request.arguments).subspan(form->words.size()), user);
+        return form->prepare(Operands(request.arguments).subspan(form->words.size()), staying);
     }
-    return Command{std::move(tool), {request.arguments.begin(), request.arguments.end()}, {}};
+    return Command{std::move(tool), {request.arguments.begin(), request.arguments.end()}};
 }
 
 } // namespace platform::native::helper

@@ -1,9 +1,8 @@
 #pragma once
 
 #include "platform/linux/authorization/helper/HelperProtocol.h"
+#include "platform/linux/authorization/helper/ProtectedItems.h"
 #include "platform/linux/authorization/helper/Walk.h"
-
-#include <sys/types.h>
 
 #include <deque>
 #include <optional>
@@ -19,19 +18,26 @@ struct Tool {
     Item file;
 };
 
-/// A tool that may be started, with its arguments and the directories that these name by
-/// descriptor.
+/// A tool that may be started, with its arguments.
 struct Command {
     Tool tool;
     std::vector<std::string> arguments;
-    std::vector<Item> directories;
 };
 
-/// A name in a directory. The item is missing when nothing stands there.
+/// A name in a directory, and the path by which it was asked for. The item is missing when nothing
+/// stands there.
 struct Place {
+    std::string path;
     Item directory;
     std::string name;
     std::optional<Item> item;
+};
+
+/// A removal of what stands in places, as a tool does it that is told how.
+struct Removal {
+    Tool remover;
+    std::vector<std::string> options;
+    std::vector<Place> places;
 };
 
 /// A copy of an item, with the tool that removes what is left of one that fails.
@@ -41,7 +47,7 @@ struct Copy {
     Tool remover;
 };
 
-/// A move into a directory that others than root may change, which may have to copy.
+/// A move, which may have to copy.
 struct Move {
     Copy copy;
 };
@@ -52,8 +58,9 @@ struct Change {
     Place place;
 };
 
-/// Directories that are to be made, the first in one that exists.
+/// Directories that are to be made, the first in one that exists, for the path that was asked for.
 struct Directories {
+    std::string path;
     Item existing;
     std::deque<std::string> missing;
 };
@@ -61,14 +68,14 @@ struct Directories {
 /// A change to nothing.
 struct Nothing {};
 
-using Task = std::variant<Command, Move, Copy, Change, Directories, Nothing>;
+using Task = std::variant<Command, Removal, Move, Copy, Change, Directories, Nothing>;
 
 /// The path by which a tool finds a name in just this directory, wherever that has been moved to.
 /// The tools that this process becomes or starts from now on have the directory open.
 std::string heldPath(const Item& directory, const std::string& name);
 
-/// What a request asks for, made for this user, with the operands of what the helper does itself,
-/// and of rm and mv, checked and held. Throws a Refusal.
-Task prepare(const Request& request, uid_t user);
+/// What a request asks for, with the operands of what the helper does itself, and of rm, checked
+/// and held. What must stay is neither taken away nor changed. Throws a Refusal.
+Task prepare(const Request& request, ProtectedItems& staying);
 
 } // namespace platform::native::helper

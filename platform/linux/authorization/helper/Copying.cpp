@@ -1,6 +1,7 @@
 #include "platform/linux/authorization/helper/Copying.h"
 
 #include "platform/linux/authorization/helper/Command.h"
+#include "platform/linux/authorization/helper/Reader.h"
 #include "platform/linux/authorization/helper/ToolStart.h"
 
 #include <dirent.h>
@@ -35,7 +36,8 @@ void require(bool isDone) {
 }
 
 /// The very item for reading, whatever its name leads to by now.
-FileDescriptor openForReading(const Item& item, int flags) {
+FileDescriptor openForReading(const Item& item, const Reader& reader, int flags) {
+    const Reader::Turn turn(reader, item);
     const std::string path = "/proc/self/fd/" + std::to_string(item.descriptor.get());
     FileDescriptor opened(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | flags));
     require(static_cast<bool>(opened));
@@ -89,9 +91,13 @@ void copyAttributes(int from, int to) {
     }
 }
 
-std::vector<std::string> namesIn(DIR* directory) {
+std::vector<std::string> namesOf(const FileDescriptor& directory) {
+    const int listed = ::fcntl(directory.get(), F_DUPFD_CLOEXEC, 0);
+    const std::unique_ptr<DIR, int (*)(DIR*)> stream(listed < 0 ? nullptr : ::fdopendir(listed),
+                                                     ::closedir);
+    require(stream != nullptr);
     std::vector<std::string> names;
-    while (const dirent* entry = ::readdir(directory)) {
+    while (const dirent* entry = ::readdir(stream.get())) {
         const std::string_view name = static_cast<const char*>(entry->d_name);
         if (name != "." && name != "..") {
             names.emplace_back(name);
@@ -100,11 +106,17 @@ std::vector<std::string> namesIn(DIR* directory) {
     return names;
 }
 
-/// The program has a user's limit; a deep tree takes more.
-void liftDescriptorLimit() {
-    constexpr rlim_t most = 1U << 16U;
-    const rlimit both{most, most};
-    ::setrlimit(RLIMIT_NOFILE, &both);
+/// The same with a directory that is open.
+void forEachName(const Item& directory, const FileDescriptor& opened, const Reader& reader,
+                 const ChildVisitor& visit) {
+    for (const auto& name : namesOf(opened)) {
+        const auto child = [&] {
+            const Reader::Turn turn(reader, directory);
+            return openItem(opened.get(), name);
+        }();
+        require(child.has_value());
+        visit(*child, name);
+    }
 }
 
 /// A name in a directory that none but root can enter, and its path there.
@@ -127,8 +139,8 @@ bool keepsPrivileges(int item) {
 
 class Copier {
 public:
-    /// What is not to be met on the way: the directory that is being filled.
-    explicit Copier(const Item& target) : target_(target) {}
+    /// `target` is not to be met on the way: the directory that is being filled.
+    Copier(const Item& target, const Reader& reader) : target_(target), reader_(reader) {}
 
     void copy(const Item& item, const Spot& to) {
         struct stat status {};
@@ -167,8 +179,8 @@ private:
                ::linkat(AT_FDCWD, first->second.c_str(), to.directory, to.name.c_str(), 0) == 0;
     }
 
-    static void copyFile(const Item& item, const struct stat& status, const Spot& to) {
-        const auto from = openForReading(item, O_NOCTTY);
+    void copyFile(const Item& item, const struct stat& status, const Spot& to) const {
+        const auto from = openForReading(item, reader_, O_NOCTTY);
         const FileDescriptor made(::openat(to.directory, to.name.c_str(),
                                            O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
                                            S_IRUSR | S_IWUSR));
@@ -182,25 +194,15 @@ private:
         if (item.identity() == target_.identity()) {
             throw startFailure(Errno(EINVAL));
         }
-        const auto from = openForReading(item, O_DIRECTORY);
         require(::mkdirat(to.directory, to.name.c_str(), S_IRWXU) == 0);
         const FileDescriptor made(::openat(to.directory, to.name.c_str(),
                                            O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
         require(static_cast<bool>(made));
-        for (const auto& name : namesOf(from)) {
-            const auto child = openItem(from.get(), name);
-            require(child.has_value());
-            copy(*child, to.in(made.get(), name));
-        }
+        const auto from = openForReading(item, reader_, O_DIRECTORY);
+        forEachName(item, from, reader_, [&](const Item& child, const std::string& name) {
+            copy(child, to.in(made.get(), name));
+        });
         copyAttributes(from.get(), made.get());
-    }
-
-    static std::vector<std::string> namesOf(const FileDescriptor& directory) {
-        const int listed = ::fcntl(directory.get(), F_DUPFD_CLOEXEC, 0);
-        const std::unique_ptr<DIR, int (*)(DIR*)> stream(listed < 0 ? nullptr : ::fdopendir(listed),
-                                                         ::closedir);
-        require(stream != nullptr);
-        return namesIn(stream.get());
     }
 
     static void copyLink(const Item& item, const Spot& to) {
@@ -225,16 +227,39 @@ private:
     }
 
     const Item& target_;
+    const Reader& reader_;
     /// The first copy of each file of several names.
     std::map<decltype(std::declval<Item>().identity()), std::string> copies_;
 };
 
 } // namespace
 
-void copyItem(const Item& item, const Item& closedDirectory, const std::string& name) {
+void copyItem(const Item& item, const Reader& reader, const Item& closedDirectory,
+              const std::string& name) {
     liftDescriptorLimit();
-    Copier(closedDirectory)
+    Copier(closedDirectory, reader)
         .copy(item, {closedDirectory.descriptor.get(), name, heldPath(closedDirectory, name)});
+}
+
+void forEachIn(const Item& directory, const Reader& reader, const ChildVisitor& visit) {
+    forEachName(directory, openForReading(directory, reader, O_DIRECTORY), reader, visit);
+}
+
+void settleLike(const Item& example, const Item& directory) {
+    const int target = directory.descriptor.get();
+    const std::string path = "/proc/self/fd/" + std::to_string(target);
+    struct stat status {};
+    require(::fstat(example.descriptor.get(), &status) == 0);
+    const std::array<timespec, 2> times{status.st_atim, status.st_mtim};
+    require(::fchownat(target, "", status.st_uid, status.st_gid, AT_EMPTY_PATH) == 0);
+    require(::chmod(path.c_str(), status.st_mode & 07777U) == 0);
+    require(::utimensat(AT_FDCWD, path.c_str(), times.data(), 0) == 0);
+}
+
+void liftDescriptorLimit() {
+    constexpr rlim_t most = 1U << 16U;
+    const rlimit both{most, most};
+    ::setrlimit(RLIMIT_NOFILE, &both);
 }
 
 } // namespace platform::native::helper

@@ -1,7 +1,9 @@
 #pragma once
 
+#include "platform/linux/authorization/helper/Reader.h"
 #include "platform/linux/authorization/helper/Walk.h"
 
+#include <functional>
 #include <string>
 
 namespace platform::native::helper {
@@ -9,8 +11,20 @@ namespace platform::native::helper {
 /// Copies an item and all that is in it to a name in a directory that none but root can enter. The
 /// copy has the item's owners, rights, times, access lists and the user's attributes. No link is
 /// followed and only plain files are read, each as far as it reached when it was opened. A device,
-/// or an owner that the copy cannot have, fails the whole of it. What a failure leaves is the
-/// caller's to remove. Throws a Refusal.
-void copyItem(const Item& item, const Item& closedDirectory, const std::string& name);
+/// what the reader may not read, or an owner that the copy cannot have, fails the whole of it. What
+/// a failure leaves is the caller's to remove. Throws a Refusal.
+void copyItem(const Item& item, const Reader& reader, const Item& closedDirectory,
+              const std::string& name);
+
+using ChildVisitor = std::function<void(const Item& child, const std::string& name)>;
+
+/// Shows `visit` what is in a directory, one after the other. Throws a Refusal.
+void forEachIn(const Item& directory, const Reader& reader, const ChildVisitor& visit);
+
+/// Gives a directory the owners, rights and times of another one. Throws a Refusal.
+void settleLike(const Item& example, const Item& directory);
+
+/// The program has a user's limit; a deep tree takes more.
+void liftDescriptorLimit();
 
 } // namespace platform::native::helper

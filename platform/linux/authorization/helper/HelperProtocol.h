@@ -15,6 +15,10 @@
 /// them can hold. A request whose only string is empty runs nothing: it asks whether the helper is
 /// there. Every request gets one Reply, in the order of the requests; one that says `started`
 /// brings the read end of the tool's standard output with it (SCM_RIGHTS).
+///
+/// Only the process that made the connection and started the helper is answered. It says so with
+/// each message (SCM_CREDENTIALS), for which it makes the helper's end ask (SO_PASSCRED) before it
+/// sends the first. A message of any other ends the connection.
 namespace platform::native::helper {
 
 /// The bytes of a request, zero bytes included. A message of this size fits the smallest buffer
@@ -43,6 +47,8 @@ enum class Status : std::int32_t {
     startFailed = 11,
     /// An item in a directory of somebody's that is another's, or has another name elsewhere.
     itemForeign = 12,
+    /// The plan of the program, which this helper is for, does not name it.
+    notPlanned = 13,
 };
 
 struct Reply {

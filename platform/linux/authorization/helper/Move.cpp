@@ -1,6 +1,6 @@
 #include "platform/linux/authorization/helper/Move.h"
 
-#include "platform/linux/authorization/helper/Copying.h"
+#include "platform/linux/authorization/helper/Placing.h"
 #include "platform/linux/authorization/helper/Refusal.h"
 #include "platform/linux/authorization/helper/Stage.h"
 #include "platform/linux/authorization/helper/SystemLog.h"
@@ -8,29 +8,16 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
 #include <string>
-#include <vector>
+#include <utility>
 
 namespace platform::native::helper {
 
 namespace {
-
-/// Runs a tool to its end and tells whether it has done what it was to do.
-bool succeeds(const Tool& tool, const std::vector<std::string>& arguments) {
-    const pid_t child = ::fork();
-    if (child == 0) {
-        becomeToolOrEnd(tool, arguments);
-    }
-    int status = -1;
-    while (child > 0 && ::waitpid(child, &status, 0) < 0 && errno == EINTR) {
-    }
-    return status == 0;
-}
 
 /// Whether something stands at the destination that the item cannot replace at once.
 bool isTaken(const std::string& destination, const std::string& source) {
@@ -48,23 +35,17 @@ void takeTurn(const FileDescriptor& turns) {
     }
 }
 
-/// Puts a copy in the destination's place.
-bool putCopy(const Copy& copy, const Stage& stage) {
-    const std::string copied = heldPath(stage.directory(), copy.destination.name);
-    const std::string destination = heldPath(copy.destination.directory, copy.destination.name);
-    std::string reason;
-    try {
-        copyItem(*copy.source.item, stage.directory(), copy.destination.name);
-        if (::rename(copied.c_str(), destination.c_str()) == 0) {
-            return true;
+/// Whether a directory is another one, or in it at any depth.
+bool isIn(const Item& directory, const Item& other) {
+    auto outer = openItem(directory.descriptor.get(), ".");
+    while (outer && outer->identity() != other.identity()) {
+        auto next = openItem(outer->descriptor.get(), "..");
+        if (!next || next->identity() == outer->identity()) {
+            return false;
         }
-        reason = std::to_string(errno);
-    } catch (const Refusal& refusal) {
-        reason = refusal.about;
+        outer = std::move(next);
     }
-    log("no copy could be put in place: " + copy.destination.name + ": " + reason);
-    succeeds(copy.remover, {"-Rf", "--", copied});
-    return false;
+    return true;
 }
 
 /// Whether the item that was checked still stands in its place.
@@ -73,16 +54,67 @@ bool isThere(const Place& place) {
     return item && item->identity() == place.item->identity();
 }
 
+/// Takes the former name of a file away that has had both: the kernel leaves such as they are.
+bool dropOtherName(const Place& from, const Place& to) {
+    const bool isSamePlace =
+        from.directory.identity() == to.directory.identity() && from.name == to.name;
+    return isSamePlace || !to.item || to.item->identity() != from.item->identity() ||
+           ::unlinkat(from.directory.descriptor.get(), from.name.c_str(), 0) == 0 ||
+           errno == ENOENT;
+}
+
+/// Renames an item into a directory that only root may change, and nothing else that stands in its
+/// place by now. Sets errno when it cannot.
+bool renameThisItem(const Place& from, const Place& to) {
+    const Stage stage(to.directory);
+    const int staged = stage.directory().descriptor.get();
+    const int source = from.directory.descriptor.get();
+    const char* name = from.name.c_str();
+    if (::renameat(source, name, staged, name) != 0) {
+        return false;
+    }
+    const auto item = openItem(staged, from.name);
+    const bool isIt = item && item->identity() == from.item->identity();
+    if (isIt && ::renameat(staged, name, to.directory.descriptor.get(), to.name.c_str()) == 0) {
+        ::unlinkat(staged, name, 0); // which is still there when both are names of one file
+        return true;
+    }
+    const int reason = isIt ? errno : ESTALE;
+    if (::renameat2(staged, name, source, name, RENAME_NOREPLACE) != 0) {
+        log("what was renamed stays in the folder for it: " + from.name);
+    }
+    errno = reason;
+    return false;
+}
+
+bool renameItem(const Place& from, const Place& to) {
+    return from.directory.isChangeable() && !to.directory.isChangeable()
+               ? renameThisItem(from, to)
+               : ::renameat(from.directory.descriptor.get(), from.name.c_str(),
+                            to.directory.descriptor.get(), to.name.c_str()) == 0;
+}
+
 } // namespace
 
 bool carryOut(const Copy& copy, FileDescriptor& report) {
-    const std::string source = heldPath(copy.source.directory, copy.source.name);
-    if (isTaken(heldPath(copy.destination.directory, copy.destination.name), source)) {
+    const auto& [from, to, remover] = copy;
+    const Placing placing(*from.item, remover);
+    if (from.item->isDirectory() && to.item && to.item->isDirectory()) {
+        if (isIn(*to.item, *from.item)) {
+            throw startFailure(Errno(EINVAL));
+        }
+        if (!mayMergeInto(*to.item, to.directory)) {
+            throw startFailure(Errno(EPERM));
+        }
+        report.reset();
+        return placing.merge(*from.item, *to.item, to.name);
+    }
+    if (isTaken(heldPath(to.directory, to.name), heldPath(from.directory, from.name))) {
         throw startFailure(Errno(EEXIST));
     }
-    const Stage stage(copy.destination.directory);
+    const Stage stage(to.directory);
     report.reset();
-    return putCopy(copy, stage);
+    return placing.put(*from.item, stage, to.directory, to.name);
 }
 
 bool carryOut(const Move& move, FileDescriptor& report, const FileDescriptor& turns) {
@@ -90,8 +122,8 @@ bool carryOut(const Move& move, FileDescriptor& report, const FileDescriptor& tu
     const std::string source = heldPath(from.directory, from.name);
     const std::string destination = heldPath(to.directory, to.name);
     // Where the item can be renamed, only the attempt tells.
-    if (::rename(source.c_str(), destination.c_str()) == 0) {
-        return true;
+    if (renameItem(from, to)) {
+        return dropOtherName(from, to);
     }
     if (errno != EXDEV) {
         throw startFailure(Errno::last());
@@ -99,13 +131,14 @@ bool carryOut(const Move& move, FileDescriptor& report, const FileDescriptor& tu
     if (isTaken(destination, source)) {
         throw startFailure(Errno(EEXIST));
     }
+    const Placing placing(*from.item, remover);
     const Stage stage(to.directory);
     report.reset();
     // An item that the program asks to be moved again, because it stands in its place while it is
     // copied, has gone by then.
     takeTurn(turns);
-    return isThere(from) && putCopy(move.copy, stage) && isThere(from) &&
-           succeeds(remover, {"-Rf", "--", source});
+    return isThere(from) && placing.put(*from.item, stage, to.directory, to.name) &&
+           isThere(from) && succeeds(remover, {"-Rf", "--", source});
 }
 
 } // namespace platform::native::helper

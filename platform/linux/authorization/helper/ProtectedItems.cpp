@@ -3,7 +3,9 @@
 #include "platform/linux/authorization/helper/Refusal.h"
 
 #include <dirent.h>
+#include <fcntl.h>
 #include <mntent.h>
+#include <poll.h>
 #include <pwd.h>
 
 #include <cstdio>
@@ -20,9 +22,27 @@ constexpr int longestMountLine = 4 * 4 * 4096;
 
 } // namespace
 
-ProtectedItems::ProtectedItems(uid_t user) {
+ProtectedItems::ProtectedItems(uid_t user)
+    : user_(user), mounts_(::open("/proc/self/mounts", O_RDONLY | O_CLOEXEC)) {
+    if (!mounts_) {
+        throw Refusal{Status::startFailed, "/proc/self/mounts"};
+    }
+}
+
+bool ProtectedItems::contain(const Item& item) {
+    pollfd change{mounts_.get(), POLLPRI, 0};
+    areFound_ = areFound_ && ::poll(&change, 1, 0) == 0;
+    if (!areFound_) {
+        findAll();
+        areFound_ = true;
+    }
+    return identities_.contains(item.identity());
+}
+
+void ProtectedItems::findAll() {
+    identities_.clear();
     addTopLevel();
-    addHomes(user);
+    addHomes(user_);
     addMountPoints();
 }
 

@@ -1,6 +1,9 @@
 #pragma once
 
 #include "platform/linux/authorization/helper/Walk.h"
+#include "platform/linux/posix/FileDescriptor.h"
+
+#include <sys/types.h>
 
 #include <set>
 #include <string>
@@ -13,18 +16,25 @@ namespace platform::native::helper {
 /// and inode, so that no spelling hides them.
 class ProtectedItems {
 public:
-    /// Looks for them. The user is one whose home directory is known whether or not the accounts
-    /// can be listed. Throws a Refusal.
+    /// The user is one whose home directory is known whether or not the accounts can
+    /// be listed. Throws a Refusal.
     explicit ProtectedItems(uid_t user);
 
-    bool contain(const Item& item) const { return identities_.contains(item.identity()); }
+    /// Whether an item is one of them. They are looked for again only when something has been
+    /// mounted or unmounted since. Throws a Refusal.
+    bool contain(const Item& item);
 
 private:
+    void findAll();
     void add(const std::string& path);
     void addTopLevel();
     void addHomes(uid_t user);
     void addMountPoints();
 
+    const uid_t user_;
+    /// Tells when the mount points change.
+    FileDescriptor mounts_;
+    bool areFound_ = false;
     std::set<decltype(std::declval<Item>().identity())> identities_;
 };
 

@@ -24,6 +24,8 @@ const char* textOf(Status status) {
         return "a link leads to a folder that is not its owner's";
     case Status::itemForeign:
         return "an item is not its folder's owner's alone";
+    case Status::notPlanned:
+        return "the program's plan does not name it";
     case Status::itemUnreachable:
         return "an item cannot be reached";
     case Status::started:

@@ -2,12 +2,15 @@
 
 #include "platform/linux/authorization/helper/Change.h"
 #include "platform/linux/authorization/helper/Move.h"
+#include "platform/linux/authorization/helper/PlanCheck.h"
 #include "platform/linux/authorization/helper/SystemLog.h"
+#include "platform/linux/authorization/helper/Terms.h"
 
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/mman.h>
 #include <sys/socket.h>
+#include <sys/timerfd.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -33,6 +36,15 @@ struct Performer {
 
     bool operator()(const Command& command) const {
         becomeTool(command.tool, command.arguments);
+        throw startFailure(Errno::last());
+    }
+    bool operator()(const Removal& removal) const {
+        std::vector<std::string> arguments = removal.options;
+        arguments.emplace_back("--");
+        for (const auto& place : removal.places) {
+            arguments.push_back(heldPath(place.directory, place.name));
+        }
+        becomeTool(removal.remover, arguments);
         throw startFailure(Errno::last());
     }
     bool operator()(const Move& move) const { return carryOut(move, report, turns); }
@@ -79,15 +91,46 @@ bool send(Reply reply, const FileDescriptor& output) {
     return ::sendmsg(STDIN_FILENO, &message, MSG_NOSIGNAL | MSG_DONTWAIT) == sizeof reply;
 }
 
+struct Message {
+    /// The length of one that is too long is its own. Nothing has come when it is not above 0.
+    ssize_t size = 0;
+    ucred sender{};
+};
+
+/// Takes the next message. There is no room for descriptors that come with it, so the system drops
+/// them.
+Message receive(std::string& buffer) {
+    Message received;
+    iovec bytes{buffer.data(), buffer.size()};
+    alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof(ucred))> control{};
+    msghdr message{};
+    message.msg_iov = &bytes;
+    message.msg_iovlen = 1;
+    message.msg_control = control.data();
+    message.msg_controllen = control.size();
+    received.size = ::recvmsg(STDIN_FILENO, &message, MSG_DONTWAIT | MSG_TRUNC);
+    const cmsghdr* header = received.size < 0 ? nullptr : CMSG_FIRSTHDR(&message);
+    if (header != nullptr && header->cmsg_level == SOL_SOCKET &&
+        header->cmsg_type == SCM_CREDENTIALS && header->cmsg_len == CMSG_LEN(sizeof(ucred))) {
+        std::memcpy(&received.sender, CMSG_DATA(header), sizeof(ucred));
+    }
+    return received;
+}
+
 } // namespace
 
-Session::Session(uid_t user)
-    : user_(user), null_(::open("/dev/null", O_RDWR | O_CLOEXEC)),
+Session::Session(uid_t user, Peer peer)
+    : user_(user), peer_(std::move(peer)), staying_(user),
+      null_(::open("/dev/null", O_RDWR | O_CLOEXEC)),
+      patience_(::timerfd_create(CLOCK_BOOTTIME, TFD_CLOEXEC | TFD_NONBLOCK)),
       turns_(::memfd_create("turns", MFD_CLOEXEC)), toolErrors_(makePipe(O_NONBLOCK)),
       message_(maximumRequestSize + 1, '\0') {
-    if (!null_ || !turns_) {
-        throw Refusal{Status::startFailed, "/dev/null or memory"};
+    constexpr int yes = 1;
+    if (!null_ || !patience_ || !turns_ ||
+        ::setsockopt(STDIN_FILENO, SOL_SOCKET, SO_PASSCRED, &yes, sizeof yes) != 0) {
+        throw Refusal{Status::startFailed, "/dev/null, a timer, memory or the connection"};
     }
+    startWaiting();
     ::fcntl(toolErrors_.writeEnd.get(), F_SETFL, 0); // the tools' end waits
 }
 
@@ -104,7 +147,10 @@ void Session::serve() {
 
 void Session::waitForEvents() {
     std::vector<pollfd> events{{isConnected_ ? STDIN_FILENO : -1, POLLIN, 0},
+                               {isConnected_ ? peer_.descriptor() : -1, POLLIN, 0},
+                               {isConnected_ ? patience_.get() : -1, POLLIN, 0},
                                {toolErrors_.readEnd.get(), POLLIN, 0}};
+    const std::size_t others = events.size();
     for (const auto& output : outputs_) {
         events.push_back(output.isFull ? pollfd{output.toProgram.get(), POLLOUT, 0}
                                        : pollfd{output.fromTool.get(), POLLIN, 0});
@@ -115,22 +161,50 @@ void Session::waitForEvents() {
         return;
     }
     for (std::size_t index = 0; index < outputs_.size(); ++index) {
-        if (events[index + 2].revents != 0) {
+        if (events[others + index].revents != 0) {
             pass(outputs_[index]);
         }
     }
     std::erase_if(outputs_, [](const Output& output) { return !output.fromTool; });
-    if (events[1].revents != 0) {
+    if (events[3].revents != 0) {
         logToolErrors();
     }
-    if (events[0].revents != 0) {
+    if (events[1].revents != 0) {
+        disconnect();
+    } else if (events[0].revents != 0) {
         answerNextRequest();
+    } else if (events[2].revents != 0) {
+        endWaiting();
     }
+}
+
+/// Gives the program all the time again until it must ask something.
+void Session::startWaiting() {
+    using namespace std::chrono;
+    const auto whole = duration_cast<seconds>(terms.patience);
+    const itimerspec time{{}, {whole.count(), nanoseconds(terms.patience - whole).count()}};
+    ::timerfd_settime(patience_.get(), 0, &time, nullptr);
+}
+
+/// A program that waits for its tools is not to ask meanwhile.
+void Session::endWaiting() {
+    if (children_ > 0) {
+        startWaiting();
+    } else {
+        disconnect();
+    }
+}
+
+/// Ends the right: whoever has the other end has nothing more of it.
+void Session::disconnect() {
+    isConnected_ = false;
+    ::dup2(null_.get(), STDIN_FILENO);
 }
 
 void Session::reap() {
     while (::waitpid(-1, nullptr, WNOHANG) > 0) {
         --children_;
+        startWaiting();
     }
 }
 
@@ -169,15 +243,18 @@ void Session::logToolErrors() {
 }
 
 void Session::answerNextRequest() {
-    // The length of a message that is too long is its own, and descriptors that come with one
-    // are dropped by the system.
-    const ssize_t size =
-        ::recv(STDIN_FILENO, message_.data(), message_.size(), MSG_DONTWAIT | MSG_TRUNC);
-    if (size <= 0) {
-        const bool isOver = size == 0 || (errno != EAGAIN && errno != EINTR);
-        isConnected_ = !isOver;
+    const auto [size, sender] = receive(message_);
+    if (size < 0 && (errno == EAGAIN || errno == EINTR)) {
         return;
     }
+    if (size > 0 && !peer_.hasSent(sender)) {
+        log("another process than the program has spoken: " + std::to_string(sender.pid));
+    }
+    if (size <= 0 || !peer_.hasSent(sender)) {
+        disconnect();
+        return;
+    }
+    startWaiting();
     FileDescriptor output;
     Reply reply;
     try {
@@ -190,7 +267,9 @@ void Session::answerNextRequest() {
     } catch (const std::bad_alloc&) {
         reply.status = refuse({Status::startFailed, "memory"});
     }
-    isConnected_ = send(reply, output);
+    if (!send(reply, output)) {
+        disconnect();
+    }
 }
 
 Status Session::refuse(const Refusal& refusal) const {
@@ -212,7 +291,10 @@ Status Session::run(std::string_view message, FileDescriptor& output) {
 /// Starts what a request asks for and gives the program's end of its output.
 FileDescriptor Session::start(const Request& request) {
     const std::string path(request.tool);
-    const auto task = prepare(request, user_);
+    auto task = prepare(request, staying_);
+    if (terms.plan) {
+        requirePlanned(task, *terms.plan, user_);
+    }
     Pipe fromTool = makePipe(0);
     Pipe toProgram = makePipe(0);
     Pipe report = makePipe(0);

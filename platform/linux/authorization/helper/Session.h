@@ -1,6 +1,8 @@
 #pragma once
 
 #include "platform/linux/authorization/helper/HelperProtocol.h"
+#include "platform/linux/authorization/helper/Peer.h"
+#include "platform/linux/authorization/helper/ProtectedItems.h"
 #include "platform/linux/authorization/helper/Refusal.h"
 #include "platform/linux/authorization/helper/ToolStart.h"
 #include "platform/linux/posix/FileDescriptor.h"
@@ -13,12 +15,12 @@
 
 namespace platform::native::helper {
 
-/// Answers the requests that arrive on standard input until the program is gone and the last tool
-/// has ended.
+/// Answers the requests that arrive on standard input until the program is gone, or asks nothing
+/// for long, or another process speaks in its place; and until the last tool has ended.
 class Session {
 public:
     /// Throws a Refusal.
-    explicit Session(uid_t user);
+    Session(uid_t user, Peer peer);
 
     void serve();
 
@@ -32,6 +34,9 @@ private:
     };
 
     void waitForEvents();
+    void startWaiting();
+    void endWaiting();
+    void disconnect();
     void reap();
     void pass(Output& output);
     void logToolErrors();
@@ -41,7 +46,11 @@ private:
     FileDescriptor start(const Request& request);
 
     const uid_t user_;
+    const Peer peer_;
+    ProtectedItems staying_;
     FileDescriptor null_;
+    /// Readable when nothing has been asked for long.
+    FileDescriptor patience_;
     /// What children lock that take turns.
     FileDescriptor turns_;
     Pipe toolErrors_;

@@ -62,7 +62,9 @@ Stage::~Stage() {
 }
 
 void Stage::remove() const {
+    const int reason = errno; // of what has failed before
     ::unlinkat(parent_, name_.c_str(), AT_REMOVEDIR);
+    errno = reason;
 }
 
 } // namespace platform::native::helper

@@ -1,10 +1,10 @@
 // qf-helper: starts tools as the superuser for one program, whose user pkexec has authorized.
 //
 // The program makes a socket pair and starts this through pkexec with one end as descriptor 0. The
-// connection is the right: whoever holds the other end may have any tool started that only root may
-// change, as that user could with pkexec itself, but without being asked again. Nothing is read
-// from the environment but what pkexec puts there, nothing from the command line, no file is
-// configuration.
+// connection is the right: that process, and no other that holds the other end, may have any tool
+// started that only root may change, as its user could with pkexec itself, but without being asked
+// again. Nothing is read from the environment but what pkexec puts there, nothing from the command
+// line, no file is configuration.
 
 #include "platform/linux/authorization/helper/Refusal.h"
 #include "platform/linux/authorization/helper/Session.h"
@@ -112,9 +112,9 @@ void settleSurroundings() {
     settleLimits();
 }
 
-/// The user whom pkexec has authorized: what it says must be what the system says of the process
-/// that made the connection. Throws the reason when there is none.
-uid_t authorizedUser(const std::string& invoker) {
+/// The process that made the connection. Its user must be the one whom pkexec says that it has
+/// authorized. Throws the reason when there is none.
+ucred authorizedPeer(const std::string& invoker) {
     if (::getuid() != 0 || ::geteuid() != 0) {
         throw std::runtime_error("it does not run as the superuser");
     }
@@ -138,7 +138,7 @@ uid_t authorizedUser(const std::string& invoker) {
     if (peer.uid != user) {
         throw std::runtime_error("its connection is not the authorized user's");
     }
-    return user;
+    return peer;
 }
 
 /// Serves the user to the end of the session.
@@ -146,9 +146,9 @@ void serve() {
     const char* variable = ::getenv("PKEXEC_UID");
     const std::string invoker = variable == nullptr ? "" : variable;
     settleSurroundings();
-    const uid_t user = authorizedUser(invoker);
+    const ucred peer = authorizedPeer(invoker);
     settlePriority();
-    Session(user).serve();
+    Session(peer.uid, Peer(peer.pid)).serve();
 }
 
 int refuseToStart(const std::string& reason) {

@@ -138,8 +138,16 @@ TEST(HelperConnection, TellsWhenTheHelperHasGone) {
     EXPECT_EQ(connection.start("/bin/true", {}).error(), errAuthorizationInternal);
 }
 
+TEST(HelperConnection, CountsAHelperAsGoneThatDoesNotAnswer) {
+    Ends ends = makeEnds();
+    HelperConnection connection(std::move(ends.program), std::chrono::milliseconds(1));
+    EXPECT_EQ(connection.start("/bin/true", {}).error(), errAuthorizationInternal);
+    EXPECT_FALSE(connection.isOpen());
+    EXPECT_EQ(connection.start("/bin/true", {}).error(), errAuthorizationInternal);
+}
+
 TEST(HelperConnection, GivesEveryRefusalAStatusAndNoOutput) {
-    for (int status = 1; status <= static_cast<int>(Status::itemForeign); ++status) {
+    for (int status = 1; status <= static_cast<int>(Status::notPlanned); ++status) {
         EXPECT_EQ(startedWith(Status{status}), errAuthorizationToolExecuteFailure) << status;
     }
     EXPECT_EQ(startedWith(Status::started), errAuthorizationToolExecuteFailure); // no output came

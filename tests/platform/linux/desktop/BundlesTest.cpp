@@ -1,6 +1,6 @@
-#include "platform/linux/desktop/Workspace.h"
+#include "platform/linux/desktop/Bundles.h"
+
 #include "platform/linux/plist/PropertyLists.h"
-#include "tests/support/PortDoubles.h"
 #include "tests/support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
@@ -8,6 +8,11 @@
 #include <unistd.h>
 
 #include <filesystem>
+
+using platform::native::bundleIdentifier;
+using platform::native::bundleInformation;
+using platform::native::findBundle;
+using platform::native::isPackage;
 
 namespace {
 
@@ -20,120 +25,94 @@ std::string information(const std::string& identifier) {
            identifier + "</string>\n</dict></plist>\n";
 }
 
-/// A home directory and a machine whose Applications directories are temporary.
 class Bundles : public testing::Test {
 protected:
-    Bundles() {
-        account.home = home.path();
-        searchPaths.lists[{platform::DirectoryKind::application, platform::DomainMask::local}] = {
-            machine / "Applications"};
-    }
-
-    static std::string install(const TemporaryDirectory& directory, const std::string& path,
-                               const std::string& identifier) {
+    std::string install(const std::string& path, const std::string& identifier) const {
         directory.write(path + "/Contents/Info.plist", information(identifier));
         return directory / path;
     }
 
     std::optional<std::string> find(const std::string& identifier) {
-        return workspace.applicationPath(identifier);
+        return findBundle(directory / "Applications", identifier, propertyLists);
     }
 
-    TemporaryDirectory home;
-    TemporaryDirectory machine;
-    FakeAccount account;
-    FakeSearchPaths searchPaths;
+    TemporaryDirectory directory;
     platform::native::PropertyLists propertyLists;
-    platform::native::Workspace workspace{account, searchPaths, propertyLists};
 };
 
 } // namespace
 
 TEST_F(Bundles, AreFoundByTheirIdentifierWhateverItsCase) {
-    install(machine, "Applications/Other.app", "com.other.Dunmarl");
+    install("Applications/Other.app", "com.other.Dunmarl");
     const auto bundle =
-        install(machine, "Applications/Quillfen/Kelvane/Dunmarl.app", "com.Quillfen.dunmarl");
+        install("Applications/Quillfen/Kelvane/Dunmarl.app", "com.Quillfen.dunmarl");
 
     EXPECT_EQ(find("com.quillfen.Dunmarl"), bundle);
     EXPECT_EQ(find("com.quillfen.Ospenth"), std::nullopt);
-    EXPECT_EQ(find(""), std::nullopt);
 }
 
 TEST_F(Bundles, AreFoundUnderAnyName) {
-    const auto bundle = install(machine, "Applications/moved elsewhere", "com.quillfen.Dunmarl");
+    const auto bundle = install("Applications/moved elsewhere", "com.quillfen.Dunmarl");
 
     EXPECT_EQ(find("com.quillfen.Dunmarl"), bundle);
 }
 
-TEST_F(Bundles, OfTheUserComeFirst) {
-    install(machine, "Applications/A.app", "com.quillfen.Dunmarl");
-    const auto own = install(home, "Applications/Z.app", "com.quillfen.Dunmarl");
-
-    EXPECT_EQ(find("com.quillfen.Dunmarl"), own);
-}
-
-TEST_F(Bundles, AreFoundForTheSuperuserUnderTheHomeDirectory) {
-    account.userId = 0;
-    const auto own = install(home, "Applications/Z.app", "com.quillfen.Dunmarl");
-
-    EXPECT_EQ(find("com.quillfen.Dunmarl"), own);
-}
-
 TEST_F(Bundles, ComeInTheOrderOfTheirNames) {
-    install(machine, "Applications/b.app", "com.quillfen.Dunmarl");
-    install(machine, "Applications/c.app", "com.quillfen.Dunmarl");
-    const auto first = install(machine, "Applications/a/z.app", "com.quillfen.Dunmarl");
+    install("Applications/b.app", "com.quillfen.Dunmarl");
+    install("Applications/c.app", "com.quillfen.Dunmarl");
+    const auto first = install("Applications/a/z.app", "com.quillfen.Dunmarl");
 
     EXPECT_EQ(find("com.quillfen.Dunmarl"), first);
 }
 
 TEST_F(Bundles, AreNotSearchedInside) {
-    install(machine, "Applications/Outer.app", "com.quillfen.Outer");
-    install(machine, "Applications/Outer.app/Contents/Helpers/Inner.app", "com.quillfen.Inner");
-    install(machine, "Applications/Installer.pkg/Inner.app", "com.quillfen.Inner");
+    install("Applications/Outer.app", "com.quillfen.Outer");
+    install("Applications/Outer.app/Contents/Helpers/Inner.app", "com.quillfen.Inner");
+    install("Applications/Installer.pkg/Inner.app", "com.quillfen.Inner");
 
     EXPECT_EQ(find("com.quillfen.Inner"), std::nullopt);
 }
 
 TEST_F(Bundles, AreNotFoundThroughLinks) {
-    install(machine, "Elsewhere/Dunmarl.app", "com.quillfen.Dunmarl");
-    machine.makeDirectory("Applications/sub");
-    ASSERT_EQ(::symlink((machine / "Elsewhere").c_str(), (machine / "Applications/out").c_str()),
+    install("Elsewhere/Dunmarl.app", "com.quillfen.Dunmarl");
+    directory.makeDirectory("Applications/sub");
+    ASSERT_EQ(
+        ::symlink((directory / "Elsewhere").c_str(), (directory / "Applications/out").c_str()), 0);
+    ASSERT_EQ(::symlink((directory / "Elsewhere/Dunmarl.app").c_str(),
+                        (directory / "Applications/Dunmarl.app").c_str()),
               0);
-    ASSERT_EQ(::symlink((machine / "Elsewhere/Dunmarl.app").c_str(),
-                        (machine / "Applications/Dunmarl.app").c_str()),
-              0);
-    ASSERT_EQ(::symlink("..", (machine / "Applications/sub/loop").c_str()), 0);
+    ASSERT_EQ(::symlink("..", (directory / "Applications/sub/loop").c_str()), 0);
 
     EXPECT_EQ(find("com.quillfen.Dunmarl"), std::nullopt);
 }
 
 TEST_F(Bundles, AreSearchedEightDirectoriesDeep) {
-    install(machine, "Applications/1/2/3/4/5/6/7/8.app", "com.quillfen.Eighth");
-    install(machine, "Applications/1/2/3/4/5/6/7/8/9.app", "com.quillfen.Ninth");
+    install("Applications/1/2/3/4/5/6/7/8.app", "com.quillfen.Eighth");
+    install("Applications/1/2/3/4/5/6/7/8/9.app", "com.quillfen.Ninth");
 
     EXPECT_TRUE(find("com.quillfen.Eighth"));
     EXPECT_EQ(find("com.quillfen.Ninth"), std::nullopt);
 }
 
 TEST_F(Bundles, WithBrokenInformationDoNotHideTheOthers) {
-    machine.write("Applications/1.app/Contents/Info.plist", "garbage <");
-    machine.write("Applications/2.app/Contents/Info.plist", "");
-    machine.makeDirectory("Applications/3.app/Contents/Info.plist");
-    machine.makeDirectory("Applications/4.app/Contents");
-    ASSERT_EQ(::mkfifo((machine / "Applications/4.app/Contents/Info.plist").c_str(), 0600), 0);
-    const auto huge = machine.write("Applications/5.app/Contents/Info.plist",
-                                    information("com.quillfen.Dunmarl"));
+    directory.write("Applications/1.app/Contents/Info.plist", "garbage <");
+    directory.write("Applications/2.app/Contents/Info.plist", "");
+    directory.makeDirectory("Applications/3.app/Contents/Info.plist");
+    directory.makeDirectory("Applications/4.app/Contents");
+    ASSERT_EQ(::mkfifo((directory / "Applications/4.app/Contents/Info.plist").c_str(), 0600), 0);
+    const auto huge = directory.write("Applications/5.app/Contents/Info.plist",
+                                      information("com.quillfen.Dunmarl"));
     std::filesystem::resize_file(huge, std::uintmax_t{100} * 1024 * 1024);
-    machine.write("Applications/6.app/Contents/Info.plist",
-                  "<plist><dict><key>CFBundleIdentifier</key><integer>6</integer></dict></plist>");
-    machine.write("Applications/7.app/Contents/Info.plist", "<plist><array/></plist>");
-    const auto bundle = install(machine, "Applications/8.app", "com.quillfen.Dunmarl");
+    directory.write(
+        "Applications/6.app/Contents/Info.plist",
+        "<plist><dict><key>CFBundleIdentifier</key><integer>6</integer></dict></plist>");
+    directory.write("Applications/7.app/Contents/Info.plist", "<plist><array/></plist>");
+    const auto bundle = install("Applications/8.app", "com.quillfen.Dunmarl");
 
     EXPECT_EQ(find("com.quillfen.Dunmarl"), bundle);
 }
 
-TEST_F(Bundles, AreNoneWhereThereAreNoApplicationsDirectories) {
+TEST_F(Bundles, AreNoneWhereThereIsNoDirectory) {
     EXPECT_EQ(find("com.quillfen.Dunmarl"), std::nullopt);
 }
 
@@ -141,26 +120,35 @@ TEST_F(Bundles, AreShownAsOneItem) {
     for (const auto* name :
          {"A.app", "B.BUNDLE", "C.framework", "D.plugin", "E.kext", "F.pkg", "G.mpkg", "H.prefPane",
           "I.qlgenerator", "J.mdimporter", "K.component", "L.rtfd"}) {
-        EXPECT_TRUE(workspace.isFilePackage(home.makeDirectory(name))) << name;
+        EXPECT_TRUE(isPackage(directory.makeDirectory(name))) << name;
     }
-    home.write("by structure/Contents/Info.plist");
-    EXPECT_TRUE(workspace.isFilePackage(home / "by structure"));
+    directory.write("by structure/Contents/Info.plist");
+    EXPECT_TRUE(isPackage(directory / "by structure"));
 }
 
 TEST_F(Bundles, AreShownAsOneItemThroughALink) {
-    home.makeDirectory("A.app");
-    ASSERT_EQ(::symlink("A.app", (home / "link.app").c_str()), 0);
+    directory.makeDirectory("A.app");
+    ASSERT_EQ(::symlink("A.app", (directory / "link.app").c_str()), 0);
 
-    EXPECT_TRUE(workspace.isFilePackage(home / "link.app"));
+    EXPECT_TRUE(isPackage(directory / "link.app"));
 }
 
 TEST_F(Bundles, AreNotWhatOnlyHasTheName) {
-    home.makeDirectory("folder/Contents");
-    ASSERT_EQ(::symlink("missing", (home / "broken.app").c_str()), 0);
+    directory.makeDirectory("folder/Contents");
+    ASSERT_EQ(::symlink("missing", (directory / "broken.app").c_str()), 0);
 
-    EXPECT_FALSE(workspace.isFilePackage(home.write("file.app")));
-    EXPECT_FALSE(workspace.isFilePackage(home / "folder"));
-    EXPECT_FALSE(workspace.isFilePackage(home / "broken.app"));
-    EXPECT_FALSE(workspace.isFilePackage(home / "missing.app"));
-    EXPECT_FALSE(workspace.isFilePackage(home.makeDirectory("app")));
+    EXPECT_FALSE(isPackage(directory.write("file.app")));
+    EXPECT_FALSE(isPackage(directory / "folder"));
+    EXPECT_FALSE(isPackage(directory / "broken.app"));
+    EXPECT_FALSE(isPackage(directory / "missing.app"));
+    EXPECT_FALSE(isPackage(directory.makeDirectory("app")));
+}
+
+TEST_F(Bundles, TellWhatTheyAre) {
+    const auto bundle = install("A.app", "com.quillfen.Dunmarl");
+
+    EXPECT_EQ(bundleInformation(bundle, propertyLists)["CFBundleExecutable"],
+              platform::Value("Tool"));
+    EXPECT_EQ(bundleIdentifier(bundle, propertyLists), "com.quillfen.Dunmarl");
+    EXPECT_EQ(bundleIdentifier(directory / "missing.app", propertyLists), "");
 }

@@ -1,5 +1,6 @@
 #include "platform/linux/desktop/ChangeNotice.h"
 
+#include "tests/platform/linux/SessionBus.h"
 #include "tests/support/ScopedEnvironment.h"
 #include "tests/support/TemporaryDirectory.h"
 
@@ -18,25 +19,6 @@
 using platform::native::announceChange;
 
 namespace {
-
-/// A session bus of the test's own.
-class Bus {
-public:
-    Bus() : bus_(g_test_dbus_new(G_TEST_DBUS_NONE)) { g_test_dbus_up(bus_); }
-    ~Bus() {
-        g_test_dbus_stop(bus_);
-        g_object_unref(bus_);
-    }
-    Bus(const Bus&) = delete;
-    Bus& operator=(const Bus&) = delete;
-    Bus(Bus&&) = delete;
-    Bus& operator=(Bus&&) = delete;
-
-    std::string address() const { return g_test_dbus_get_bus_address(bus_); }
-
-private:
-    GTestDBus* bus_;
-};
 
 /// A file manager that listens.
 class Listener {
@@ -123,7 +105,7 @@ private:
 } // namespace
 
 TEST_F(ChangeNotice, ReachesWhoListensOnTheSessionsBus) {
-    const Bus bus;
+    const SessionBus bus;
     const ScopedEnvironment address("DBUS_SESSION_BUS_ADDRESS", bus.address());
     Listener listener(bus.address());
     EXPECT_TRUE(announceChange(file));
@@ -132,7 +114,7 @@ TEST_F(ChangeNotice, ReachesWhoListensOnTheSessionsBus) {
 }
 
 TEST_F(ChangeNotice, OfADirectoryIsOneOfItsContentsToo) {
-    const Bus bus;
+    const SessionBus bus;
     const ScopedEnvironment address("DBUS_SESSION_BUS_ADDRESS", bus.address());
     Listener listener(bus.address());
     EXPECT_TRUE(announceChange(directory.path()));
@@ -142,7 +124,7 @@ TEST_F(ChangeNotice, OfADirectoryIsOneOfItsContentsToo) {
 }
 
 TEST_F(ChangeNotice, NamesAnyItemAtAll) {
-    const Bus bus;
+    const SessionBus bus;
     const ScopedEnvironment address("DBUS_SESSION_BUS_ADDRESS", bus.address());
     Listener listener(bus.address());
     EXPECT_TRUE(announceChange(directory.write("\xFF\n")));
@@ -169,7 +151,7 @@ TEST_F(ChangeNotice, WithoutASessionIsAnError) {
 }
 
 TEST_F(ChangeNotice, FindsTheBusInTheSessionsDirectory) {
-    const Bus bus;
+    const SessionBus bus;
     const auto path = bus.address().substr(std::strlen("unix:path="));
     const auto socket = path.substr(0, path.find(','));
     ASSERT_TRUE(bus.address().starts_with("unix:path=")) << bus.address();
@@ -191,7 +173,7 @@ TEST_F(ChangeNotice, DoesNotWaitForABusThatIsSilent) {
 TEST_F(ChangeNotice, OutlivesABusThatEnds) {
     std::optional<std::string> former;
     {
-        const Bus bus;
+        const SessionBus bus;
         former = bus.address();
         const ScopedEnvironment address("DBUS_SESSION_BUS_ADDRESS", former);
         EXPECT_TRUE(announceChange(file));

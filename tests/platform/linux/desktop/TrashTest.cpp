@@ -3,11 +3,9 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <climits>
 #include <filesystem>
 
@@ -396,63 +394,6 @@ TEST_F(Trash, TakesACopyOfWhatABindMountKeepsFromIt) {
     EXPECT_NE(contentOf(note("Dunmarl.2.app")).find("Path=" + items + "/Dunmarl.app\n"),
               std::string::npos);
     EXPECT_TRUE(fs::is_empty(items));
-}
-
-TEST_F(Trash, ReplacesNothingWithACopyEither) {
-    if (const auto reason = whyNoMounts(); !reason.empty()) {
-        GTEST_SKIP() << reason;
-    }
-    home.write(".local/share/Trash/files/a.txt", "without a note");
-    home.write("items/a.txt", "mine");
-
-    EXPECT_EQ(recycle("a.txt", withBindMount(items)).output, "ok\n");
-
-    std::vector<std::string> contents;
-    for (const auto& entry : fs::directory_iterator(files(""))) {
-        contents.push_back(contentOf(entry.path().string()));
-    }
-    std::sort(contents.begin(), contents.end());
-    EXPECT_EQ(contents, (std::vector<std::string>{"mine", "without a note"}));
-}
-
-TEST_F(Trash, TakesOverTheNoteThatAKilledCopyLeft) {
-    if (const auto reason = whyNoMounts(); !reason.empty()) {
-        GTEST_SKIP() << reason;
-    }
-    home.write("items/a.txt", "mine");
-    home.write(".local/share/Trash/info/a.txt.trashinfo",
-               "[Trash Info]\nPath=" + items + "/a.txt\nDeletionDate=2001-02-03T04:05:06\n");
-
-    EXPECT_EQ(recycle("a.txt", withBindMount(items)).output, "ok\n");
-
-    EXPECT_EQ(contentOf(files("a.txt")), "mine");
-    EXPECT_EQ(contentOf(note("a.txt")).find("2001-02-03"), std::string::npos);
-    EXPECT_FALSE(stands(note("a.2.txt")));
-}
-
-TEST_F(Trash, TakesOverNoNoteThatSomebodyElseNeeds) {
-    if (const auto reason = whyNoMounts(); !reason.empty()) {
-        GTEST_SKIP() << reason;
-    }
-    const auto head = "[Trash Info]\nPath=" + items;
-    for (const auto* name : {"trashed", "another's", "held"}) {
-        home.write(std::string("items/") + name, "mine");
-        home.write(std::string(".local/share/Trash/info/") + name + ".trashinfo",
-                   head + '/' + name + "\nDeletionDate=2001-02-03T04:05:06\n");
-    }
-    home.write(".local/share/Trash/files/trashed", "the item of the note");
-    home.write(".local/share/Trash/info/another's.trashinfo", head + "/elsewhere/another's\n");
-    const int held = ::open(note("held").c_str(), O_RDONLY | O_CLOEXEC);
-    ASSERT_EQ(::flock(held, LOCK_EX | LOCK_NB), 0);
-
-    for (const auto* name : {"trashed", "another's", "held"}) {
-        const auto before = contentOf(note(name));
-        EXPECT_EQ(recycle(name, withBindMount(items)).output, "ok\n");
-        EXPECT_EQ(contentOf(note(name)), before);
-        EXPECT_EQ(contentOf(files(name + std::string(".2"))), "mine");
-    }
-    EXPECT_EQ(contentOf(files("trashed")), "the item of the note");
-    ::close(held);
 }
 
 TEST_F(Trash, TakesNothingThatItIsInside) {

@@ -7,9 +7,9 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
+using platform::FileId;
 using platform::native::CopiedLinks;
 using platform::native::FileDescriptor;
-using platform::native::Identity;
 
 namespace {
 
@@ -19,12 +19,12 @@ protected:
         const FileDescriptor copy(::open(file.c_str(), O_RDONLY | O_CLOEXEC));
         ASSERT_TRUE(links_.remember(source_, copy, std::move(path)));
     }
-    bool link(const Identity& source) { return links_.link(source, top_.get(), "second"); }
+    bool link(const FileId& source) { return links_.link(source, top_.get(), "second"); }
 
     TemporaryDirectory directory_;
     FileDescriptor top_{::open(directory_.path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)};
     CopiedLinks links_{top_};
-    const Identity source_{1, 2, 3};
+    const FileId source_{1, 2};
 };
 
 TEST_F(CopiedLinksTest, LinksToTheCopyUnderTheFormerName) {
@@ -42,7 +42,7 @@ TEST_F(CopiedLinksTest, LinksToTheCopyUnderTheFormerName) {
 TEST_F(CopiedLinksTest, KnowsNoOtherFile) {
     remember(directory_.write("first"), {"first"});
 
-    EXPECT_FALSE(link({1, 2, 4}));
+    EXPECT_FALSE(link({1, 3}));
 }
 
 TEST_F(CopiedLinksTest, DoesNotLinkToAnotherFileOfTheName) {

@@ -19,7 +19,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr platform::ItemIdentity nothingSpared{};
+constexpr platform::FileId nothingSpared{};
 constexpr std::uint64_t unknownSize = 0;
 
 platform::native::FileStreams streams;

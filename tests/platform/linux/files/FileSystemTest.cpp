@@ -186,10 +186,10 @@ TEST(FileSystem, TellsItemsFromOneAnother) {
     makeLink(first, directory / "link");
     makeLink(directory / "missing", directory / "broken");
 
-    EXPECT_EQ(fileSystem.identityOfItem(directory / "link"), fileSystem.identityOfItem(first));
-    EXPECT_EQ(fileSystem.identityOfItem(first + "/../first"), fileSystem.identityOfItem(first));
-    EXPECT_NE(fileSystem.identityOfItem(first), fileSystem.identityOfItem(second));
-    EXPECT_EQ(fileSystem.identityOfItem(directory / "broken"), std::nullopt);
+    EXPECT_EQ(fileSystem.fileIdOfItem(directory / "link"), fileSystem.fileIdOfItem(first));
+    EXPECT_EQ(fileSystem.fileIdOfItem(first + "/../first"), fileSystem.fileIdOfItem(first));
+    EXPECT_NE(fileSystem.fileIdOfItem(first), fileSystem.fileIdOfItem(second));
+    EXPECT_EQ(fileSystem.fileIdOfItem(directory / "broken"), std::nullopt);
 }
 
 TEST(FileSystem, UnlocksWhatIsNotLockedWithoutPrivilegeOrPermission) {

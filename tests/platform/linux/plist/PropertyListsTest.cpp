@@ -1,7 +1,7 @@
 #include "platform/linux/plist/PropertyLists.h"
 
+#include "tests/platform/linux/plist/NumbersWithComma.h"
 #include "tests/support/RunCommand.h"
-#include "tests/support/ScopedEnvironment.h"
 #include "tests/support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
@@ -9,7 +9,6 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <clocale>
 #include <cmath>
 #include <filesystem>
 #include <limits>
@@ -81,37 +80,6 @@ Outcome python(const std::string& program, const std::string& path) {
                {"PYTHONUTF8=1"});
 }
 
-/// Has numbers written with a comma, in a language that is made here.
-void makeLanguageWithComma() {
-    const TemporaryDirectory directory;
-    const auto source = directory.write("source", "LC_NUMERIC\ndecimal_point \",\"\n"
-                                                  "thousands_sep \".\"\ngrouping 3\n"
-                                                  "END LC_NUMERIC\n");
-    run({"localedef", "--force", "-i", source, directory / "comma"});
-    const ScopedEnvironment languages("LOCPATH", directory.path());
-    std::setlocale(LC_NUMERIC, "comma");
-}
-
-/// For a scope, the C library writes numbers with a comma, as many languages do.
-class NumbersWithComma {
-public:
-    NumbersWithComma() {
-        if (std::setlocale(LC_NUMERIC, "de_DE.UTF-8") == nullptr) {
-            makeLanguageWithComma();
-        }
-    }
-    ~NumbersWithComma() { std::setlocale(LC_NUMERIC, former_.c_str()); }
-    NumbersWithComma(const NumbersWithComma&) = delete;
-    NumbersWithComma& operator=(const NumbersWithComma&) = delete;
-    NumbersWithComma(NumbersWithComma&&) = delete;
-    NumbersWithComma& operator=(NumbersWithComma&&) = delete;
-
-    static bool areHere() { return std::localeconv()->decimal_point == std::string(","); }
-
-private:
-    const std::string former_ = std::setlocale(LC_NUMERIC, nullptr);
-};
-
 } // namespace
 
 TEST(PropertyLists, ReadWhatTheyWrote) {
@@ -154,8 +122,7 @@ TEST(PropertyLists, ReadAndWriteRealNumbersInEveryLanguage) {
     const TemporaryDirectory directory;
     const NumbersWithComma language;
     if (!NumbersWithComma::areHere()) {
-        GTEST_SKIP() << "no language with a comma in numbers: neither de_DE.UTF-8 is here nor what "
-                        "localedef needs to make one";
+        GTEST_SKIP() << NumbersWithComma::noLanguage;
     }
     EXPECT_EQ(inXml("<real>-1.5e3</real>"), Value(-1500.0));
 

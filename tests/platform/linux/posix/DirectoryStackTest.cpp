@@ -6,11 +6,11 @@
 
 #include <fcntl.h>
 
+using platform::FileId;
 using platform::native::DirectoryReader;
 using platform::native::DirectoryStack;
 using platform::native::FileDescriptor;
-using platform::native::Identity;
-using platform::native::identityOf;
+using platform::native::fileIdOf;
 using platform::native::openDirectory;
 using platform::native::statusOf;
 
@@ -18,7 +18,7 @@ namespace {
 
 class DirectoryStackTest : public testing::Test {
 protected:
-    static Identity identity(int directory) { return identityOf(*statusOf(directory)); }
+    static FileId identity(int directory) { return fileIdOf(*statusOf(directory)); }
 
     /// Enters "a" in the deepest directory, or in the test's, as often as told.
     template <class Handle>

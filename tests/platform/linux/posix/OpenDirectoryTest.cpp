@@ -7,7 +7,7 @@
 #include <fcntl.h>
 
 using platform::native::FileDescriptor;
-using platform::native::identityOf;
+using platform::native::fileIdOf;
 using platform::native::openDirectory;
 using platform::native::openDirectoryAbove;
 using platform::native::statusOf;
@@ -43,19 +43,19 @@ TEST_F(OpenDirectoryTest, OpensNoFile) {
 TEST_F(OpenDirectoryTest, OpensTheDirectoryAbove) {
     directory_.makeDirectory("folder");
     const auto lower = openDirectory(parent_.get(), "folder");
-    const auto expected = identityOf(*statusOf(parent_.get()));
+    const auto expected = fileIdOf(*statusOf(parent_.get()));
 
     const auto above = openDirectoryAbove(lower->get(), expected);
 
     ASSERT_TRUE(above);
-    EXPECT_EQ(identityOf(*statusOf(above->get())), expected);
+    EXPECT_EQ(fileIdOf(*statusOf(above->get())), expected);
 }
 
 TEST_F(OpenDirectoryTest, NoticesThatADirectoryWasMovedElsewhere) {
     directory_.makeDirectory("folder");
     directory_.makeDirectory("elsewhere");
     const auto lower = openDirectory(parent_.get(), "folder");
-    const auto expected = identityOf(*statusOf(parent_.get()));
+    const auto expected = fileIdOf(*statusOf(parent_.get()));
     ASSERT_EQ(::rename((directory_ / "folder").c_str(), (directory_ / "elsewhere/folder").c_str()),
               0);
 
@@ -87,7 +87,7 @@ TEST_F(OpenDirectoryTest, TellsOneItemFromAnother) {
     directory_.write("b");
     ::link((directory_ / "a").c_str(), (directory_ / "same").c_str());
     const auto identity = [&](const char* name) {
-        return identityOf(*statusOfEntry(parent_.get(), name));
+        return fileIdOf(*statusOfEntry(parent_.get(), name));
     };
 
     EXPECT_EQ(identity("a"), identity("same"));

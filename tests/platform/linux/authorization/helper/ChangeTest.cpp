@@ -1,6 +1,7 @@
 // What the helper does itself: copies, dates, rights, owners and directories, where a user plants
 // links.
 
+#include "tests/platform/linux/authorization/helper/Attacker.h"
 #include "tests/platform/linux/authorization/helper/HelperHarness.h"
 #include "tests/support/TemporaryDirectory.h"
 
@@ -11,9 +12,11 @@
 #include <sys/xattr.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
+#include <set>
 
 using platform::native::FileDescriptor;
 using platform::native::helper::Status;
@@ -182,6 +185,28 @@ TEST_F(HelperChange, CopiesAPipeWithoutReadingIt) {
     EXPECT_TRUE(S_ISFIFO(statusOf(usersDirectory() + "/copy/pipe").st_mode));
 }
 
+TEST_F(HelperChange, IsNotHeldUpByWhatHasNoEnd) {
+    const std::string directory = makeDirectory(usersDirectory() + "/folder", servedUser);
+    ASSERT_EQ(::mkfifo((directory + "/pipe").c_str(), 0600), 0);
+    fs::resize_file(makeFile(directory + "/terabytes", servedUser), 1ULL << 42U);
+    EXPECT_EQ(run("/bin/mv", {"-f", directory, sandbox::rootsDirectory + "/moved"}),
+              Status::started);
+    EXPECT_EQ(statusOf(sandbox::rootsDirectory + "/moved/terabytes").st_size, 1LL << 42U);
+    EXPECT_EQ(copy("/proc/kmsg", usersDirectory() + "/messages"), Status::started);
+    EXPECT_EQ(statusOf(usersDirectory() + "/messages").st_size, 0);
+}
+
+TEST_F(HelperChange, CopiesNoMoreOfAFileThatGrowsThanItHadAtFirst) {
+    const std::string file = makeFile(usersDirectory() + "/file", servedUser);
+    const Attacker attacker([&] {
+        std::ofstream(file, std::ios::app) << 'x';
+        return true;
+    });
+    for (int round = 0; round < 5; ++round) {
+        EXPECT_EQ(copy(file, usersDirectory() + "/copy"), Status::started);
+    }
+}
+
 TEST_F(HelperChange, CopiesNoDevice) {
     const std::string device = makeDirectory(usersDirectory() + "/folder", servedUser) + "/device";
     ASSERT_EQ(::mknod(device.c_str(), S_IFCHR | 0666, ::makedev(1, 5)), 0);
@@ -218,6 +243,79 @@ TEST_F(HelperChange, LeavesADirectoryThatACopyWouldReplace) {
         makeFile(makeDirectory(makeDirectory(usersDirectory() + "/to") + "/item") + "/kept");
     EXPECT_EQ(copy(file, usersDirectory() + "/to"), Status::startFailed);
     EXPECT_TRUE(exists(kept));
+}
+
+TEST_F(HelperChange, CopiesADirectoryIntoTheOneOfItsNameThatIsThere) {
+    const std::string from = makeDirectory(usersDirectory() + "/folder", servedUser, 0750);
+    makeFile(makeDirectory(from + "/inner", servedUser) + "/new", servedUser);
+    const std::string replaced = makeFile(from + "/file", servedUser);
+    makeOld(from);
+    const std::string to = makeDirectory(usersDirectory() + "/to", servedUser);
+    makeDirectory(to + "/folder", servedUser, 0700);
+    makeFile(makeDirectory(to + "/folder/inner", servedUser) + "/kept", servedUser);
+    makeFile(to + "/folder/file", servedUser);
+    EXPECT_EQ(copy(from, to), Status::started);
+    EXPECT_TRUE(exists(to + "/folder/inner/new"));
+    EXPECT_TRUE(exists(to + "/folder/inner/kept"));
+    EXPECT_EQ(contentOf(to + "/folder/file"), contentOf(replaced));
+    EXPECT_EQ(rightsOf(to + "/folder"), 0750U);
+    EXPECT_TRUE(isOld(to + "/folder"));
+    EXPECT_EQ(std::distance(fs::directory_iterator(to + "/folder"), {}), 2);
+}
+
+TEST_F(HelperChange, CopiesTheRestWhereOneItemCannotReplaceWhatIsThere) {
+    const std::string from = makeDirectory(usersDirectory() + "/folder", servedUser);
+    makeFile(from + "/a", servedUser);
+    makeDirectory(from + "/b", servedUser);
+    makeFile(from + "/c", servedUser);
+    const std::string to = makeDirectory(usersDirectory() + "/to", servedUser);
+    makeDirectory(makeDirectory(to + "/folder", servedUser) + "/a", servedUser);
+    makeLink(makeDirectory(sandbox::rootsDirectory + "/outside"), to + "/folder/b", servedUser);
+    TestedHelper helper;
+    EXPECT_EQ(helper.run("/bin/cp", {"-f", "-p", "-R", from, to}), Status::started);
+    EXPECT_TRUE(fs::is_directory(to + "/folder/a"));
+    EXPECT_TRUE(fs::is_symlink(to + "/folder/b"));
+    EXPECT_TRUE(exists(to + "/folder/c"));
+    const std::string reason = ": " + std::to_string(EEXIST);
+    std::set<std::string> lines{helper.nextLogLine(), helper.nextLogLine()};
+    EXPECT_EQ(lines, (std::set{"no copy could be put in place: a" + reason,
+                               "no copy could be put in place: b" + reason}));
+}
+
+TEST_F(HelperChange, MergesIntoNoDirectoryOfAnothersThatAUserCanPutThere) {
+    const std::string from = makeDirectory(usersDirectory() + "/folder", servedUser);
+    makeFile(makeDirectory(from + "/inner", servedUser) + "/file", servedUser);
+    const std::string to = makeDirectory(usersDirectory() + "/to", servedUser);
+    const std::string roots = makeDirectory(to + "/folder", 0, 0700);
+    EXPECT_EQ(copy(from, to), Status::startFailed);
+    ASSERT_EQ(::chown(roots.c_str(), servedUser, 0), 0);
+    const std::string inner = makeDirectory(roots + "/inner", 0, 0700);
+    EXPECT_EQ(copy(from, to), Status::started);
+    EXPECT_EQ(statusOf(inner).st_uid, 0U);
+    EXPECT_EQ(rightsOf(inner), 0700U);
+    EXPECT_TRUE(fs::is_empty(inner));
+}
+
+TEST_F(HelperChange, MergesNoDirectoryIntoItself) {
+    const std::string directory = makeDirectory(usersDirectory() + "/folder", servedUser);
+    makeDirectory(directory + "/folder", servedUser);
+    EXPECT_EQ(copy(directory, directory), Status::startFailed);
+    EXPECT_EQ(copy(directory, usersDirectory()), Status::startFailed);
+}
+
+TEST_F(HelperChange, CopiesNothingThatTheOwnerOfTheWholeCannotRead) {
+    const std::string directory = makeDirectory(usersDirectory() + "/folder", servedUser);
+    const std::string inner = makeDirectory(directory + "/roots", 0, 0755);
+    const std::string file = makeFile(inner + "/file", 0, 0640);
+    EXPECT_EQ(copy(directory, usersDirectory() + "/copy"), Status::started);
+    EXPECT_FALSE(exists(usersDirectory() + "/copy"));
+    ASSERT_EQ(::chmod(file.c_str(), 0644), 0);
+    ASSERT_EQ(::chmod(inner.c_str(), 0700), 0);
+    EXPECT_EQ(copy(directory, usersDirectory() + "/copy"), Status::started);
+    EXPECT_FALSE(exists(usersDirectory() + "/copy"));
+    ASSERT_EQ(::chmod(inner.c_str(), 0755), 0);
+    EXPECT_EQ(copy(directory, usersDirectory() + "/copy"), Status::started);
+    EXPECT_EQ(contentOf(usersDirectory() + "/copy/roots/file"), contentOf(file));
 }
 
 // ---- Dates, rights and owners ------------------------------------------------------------------
@@ -282,6 +380,13 @@ TEST_F(HelperChange, LeavesNoDescriptorThatLeadsToAFileGivenToRoot) {
     EXPECT_EQ(statusOf(file).st_uid, 0U);
     EXPECT_EQ(statusOf(file).st_gid, 0U);
     EXPECT_EQ(std::distance(fs::directory_iterator(sandbox::rootsDirectory), {}), 2);
+}
+
+TEST_F(HelperChange, GivesNoRightsOfRootsToAProgramThatIsGivenToRoot) {
+    const std::string file = makeFile(sandbox::rootsDirectory + "/program", servedUser, 0755);
+    ASSERT_EQ(::chmod(file.c_str(), 06755), 0);
+    EXPECT_EQ(run("/bin/chown", {"root:wheel", file}), Status::started);
+    EXPECT_EQ(rightsOf(file), 0755U);
 }
 
 TEST_F(HelperChange, GivesADirectoryToRoot) {

@@ -26,6 +26,10 @@
 #include <filesystem>
 #include <fstream>
 
+extern "C" { // which the header of the C library 2.36 leaves out
+#include <sys/pidfd.h>
+}
+
 using platform::native::FileDescriptor;
 using platform::native::helper::Status;
 
@@ -34,7 +38,10 @@ namespace {
 constexpr std::string_view logSocket = "/dev/log";
 
 // Programs of the build tree, which may lie where the sandbox hides them.
-const FileDescriptor helperFile(::open(QF_HELPER, O_RDONLY | O_CLOEXEC));
+const std::array<FileDescriptor, 3> helperFiles{
+    FileDescriptor(::open(QF_HELPER, O_RDONLY | O_CLOEXEC)),
+    FileDescriptor(::open(QF_IMPATIENT_HELPER, O_RDONLY | O_CLOEXEC)),
+    FileDescriptor(::open(QF_PLANNED_HELPER, O_RDONLY | O_CLOEXEC))};
 const FileDescriptor chownFile(::open(QF_CHOWN, O_RDONLY | O_CLOEXEC));
 
 bool mountMemory(const std::string& directory, const char* options) {
@@ -195,16 +202,38 @@ bool HelperTest::exists(const std::string& path) {
 }
 
 TestedHelper::TestedHelper(const HelperSetup& setup) : log_(listenToLog()) {
-    std::array<int, 2> ends{-1, -1};
-    actAs(setup.peer);
-    EXPECT_EQ(::socketpair(AF_UNIX, setup.socketType | SOCK_CLOEXEC, 0, ends.data()), 0);
-    actAs(0);
-    connection_ = FileDescriptor(ends[0]);
-    const FileDescriptor theirs(ends[1]);
+    auto [ours, theirs] = connect(setup);
+    constexpr int yes = 1;
+    EXPECT_EQ(::setsockopt(theirs.get(), SOL_SOCKET, SO_PASSCRED, &yes, sizeof yes), 0);
     process_ = ::fork();
     if (process_ == 0) {
         become(setup, theirs.get());
     }
+    connection_ = std::move(ours);
+}
+
+std::pair<FileDescriptor, FileDescriptor> TestedHelper::connect(const HelperSetup& setup) {
+    std::array<int, 2> ends{-1, -1};
+    const auto make = [&] {
+        return ::socketpair(AF_UNIX, setup.socketType | SOCK_CLOEXEC, 0, ends.data());
+    };
+    if (!setup.isMadeByAnother) {
+        actAs(setup.peer);
+        EXPECT_EQ(make(), 0);
+        actAs(0);
+        return {FileDescriptor(ends[0]), FileDescriptor(ends[1])};
+    }
+    constexpr int first = 200;
+    maker_ = ::fork();
+    if (maker_ == 0) {
+        actAs(setup.peer);
+        const bool isMade = make() == 0 && ::dup2(ends[0], first) > 0 && ::dup2(ends[1], first + 1);
+        ::_exit(isMade ? ::raise(SIGSTOP) : 1);
+    }
+    EXPECT_EQ(::waitpid(maker_, nullptr, WUNTRACED), maker_);
+    const FileDescriptor maker(::pidfd_open(maker_, 0));
+    return {FileDescriptor(::pidfd_getfd(maker.get(), first, 0)),
+            FileDescriptor(::pidfd_getfd(maker.get(), first + 1, 0))};
 }
 
 void TestedHelper::become(const HelperSetup& setup, int input) {
@@ -222,6 +251,7 @@ void TestedHelper::become(const HelperSetup& setup, int input) {
         const rlimit limit{value, RLIM_INFINITY};
         ::setrlimit(resource, &limit);
     }
+    ::umask(setup.mask);
     if (setup.hasTimer) {
         startTimer();
     }
@@ -243,7 +273,8 @@ void TestedHelper::become(const HelperSetup& setup, int input) {
     if (::setresuid(setup.runsAs, setup.runsAs, setup.runsAs) == 0) {
         std::string name = QF_HELPER;
         const std::array<char*, 2> arguments{name.data(), nullptr};
-        ::fexecve(helperFile.get(), arguments.data(), environ);
+        const auto& file = helperFiles.at(static_cast<std::size_t>(setup.kind));
+        ::fexecve(file.get(), arguments.data(), environ);
     }
     ::_exit(99);
 }
@@ -252,6 +283,10 @@ TestedHelper::~TestedHelper() {
     disconnect();
     const int status = waitForEnd();
     EXPECT_TRUE(status == 0 || !hasAnswered_) << status;
+    if (maker_ > 0) {
+        ::kill(maker_, SIGKILL);
+        ::waitpid(maker_, nullptr, 0);
+    }
 }
 
 int TestedHelper::waitForEnd() {

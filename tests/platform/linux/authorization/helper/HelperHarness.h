@@ -49,8 +49,13 @@ protected:
     static bool exists(const std::string& path);
 };
 
+/// The helpers with terms of their own: the utility layer's, one that does not wait for long for a
+/// request, and one that is for a plan.
+enum class HelperKind { general, impatient, planned };
+
 /// How a helper is started in a test.
 struct HelperSetup {
+    HelperKind kind = HelperKind::general;
     /// The user who makes the connection.
     uid_t peer = servedUser;
     /// What PKEXEC_UID says; nothing when it is not set.
@@ -58,9 +63,13 @@ struct HelperSetup {
     /// The user as whom the helper runs.
     uid_t runsAs = 0;
     int socketType = SOCK_SEQPACKET;
+    /// Whether another process than the one that starts it makes the connection.
+    bool isMadeByAnother = false;
     bool hasConnection = true;
     /// The limits that it inherits, by what they limit.
     std::vector<std::pair<__rlimit_resource, rlim_t>> limits = {};
+    /// The rights that what it makes is not to have.
+    mode_t mask = 022;
     /// Whether a timer runs that ends who does not expect it.
     bool hasTimer = false;
     /// How much it leaves the processor to others, and is to be ended before others.
@@ -119,6 +128,9 @@ public:
     bool hasLogLine();
 
 private:
+    /// The two ends of a new connection.
+    std::pair<platform::native::FileDescriptor, platform::native::FileDescriptor>
+    connect(const HelperSetup& setup);
     /// Takes the lines that the log has, for as long as it waits the helper does.
     void takeLogLines();
     [[noreturn]] static void become(const HelperSetup& setup, int input);
@@ -126,6 +138,7 @@ private:
     platform::native::FileDescriptor log_;
     std::deque<std::string> logLines_;
     platform::native::FileDescriptor connection_;
+    pid_t maker_ = -1;
     pid_t process_ = -1;
     std::optional<int> exitStatus_;
     /// Whether it has served anybody; then it must end with success.

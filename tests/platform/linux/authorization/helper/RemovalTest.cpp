@@ -299,6 +299,21 @@ TEST_F(HelperMove, GoesIntoADirectoryOrToANewName) {
     EXPECT_EQ(contentOf(other), content);
 }
 
+TEST_F(HelperMove, OfAFileToItsOtherNameTakesTheFirstAway) {
+    TestedHelper helper;
+    const std::string file = makeFile(roots() + "/file");
+    fs::create_hard_link(file, roots() + "/name");
+    EXPECT_EQ(helper.run("/bin/mv", {"-f", file, roots() + "/name"}), Status::started);
+    EXPECT_FALSE(exists(file));
+    const std::string own = makeDirectory(roots() + "/own", servedUser);
+    fs::create_hard_link(roots() + "/name", own + "/name");
+    EXPECT_EQ(helper.run("/bin/mv", {"-f", own + "/name", roots() + "/name"}), Status::started);
+    EXPECT_TRUE(fs::is_empty(own));
+    EXPECT_EQ(entries(roots()), 2);
+    EXPECT_EQ(helper.run("/bin/mv", {"-f", roots() + "/name", roots() + "/name"}), Status::started);
+    EXPECT_TRUE(exists(roots() + "/name"));
+}
+
 TEST_F(HelperMove, IsRefusedWithoutSourceOrWay) {
     TestedHelper helper;
     const std::string file = makeFile(roots() + "/file");

@@ -88,6 +88,13 @@ TEST_F(HelperStart, IsNotPutOffNorPickedWhenMemoryIsShort) {
     EXPECT_EQ(helper.outputOf("/bin/cat", {"/proc/self/oom_score_adj"}), "0\n");
 }
 
+TEST_F(HelperStart, LetsNobodyElseWriteToWhatItsToolsMake) {
+    for (const mode_t mask : {0U, 0777U}) {
+        TestedHelper helper({.mask = mask});
+        EXPECT_EQ(helper.outputOf("/bin/sh", {"-c", "umask"}), "0022\n");
+    }
+}
+
 TEST_F(HelperStart, LeavesNoCore) {
     TestedHelper helper({.limits = {{RLIMIT_CORE, 1U << 20U}}});
     EXPECT_EQ(helper.send(areYouThere).status, Status::ready);

@@ -1,5 +1,6 @@
 // Directories are swapped for links while the helper is at work.
 
+#include "tests/platform/linux/authorization/helper/Attacker.h"
 #include "tests/platform/linux/authorization/helper/HelperHarness.h"
 #include "tests/support/TemporaryDirectory.h"
 
@@ -19,48 +20,19 @@
 #include <functional>
 #include <map>
 #include <set>
+#include <utility>
+#include <vector>
 
+using platform::native::FileDescriptor;
 using platform::native::helper::encodeRequest;
 using platform::native::helper::Status;
 
 namespace {
 
 namespace fs = std::filesystem;
+using namespace std::string_literals;
 
 constexpr int moves = 1'000;
-
-/// Does something over and over, as the served user, as long as it succeeds.
-class Attacker {
-public:
-    explicit Attacker(const std::function<bool()>& attack) : process_(::fork()) {
-        if (process_ == 0) {
-            ::alarm(100); // should the test be killed
-            if (::setuid(servedUser) != 0) {
-                ::_exit(1);
-            }
-            while (attack()) {
-            }
-            ::_exit(1);
-        }
-    }
-    ~Attacker() {
-        ::kill(process_, SIGKILL);
-        int status = 0;
-        ::waitpid(process_, &status, 0);
-        EXPECT_TRUE(WIFSIGNALED(status)) << "the attack has failed";
-    }
-    Attacker(const Attacker&) = delete;
-    Attacker& operator=(const Attacker&) = delete;
-    Attacker(Attacker&&) = delete;
-    Attacker& operator=(Attacker&&) = delete;
-
-private:
-    pid_t process_;
-};
-
-bool swap(const std::string& first, const std::string& second) {
-    return ::renameat2(AT_FDCWD, first.c_str(), AT_FDCWD, second.c_str(), RENAME_EXCHANGE) == 0;
-}
 
 /// Holds the helper's next child up as soon as that has made a directory, until the scope's end.
 class Ambush {
@@ -146,8 +118,8 @@ protected:
         std::map<Status, int> answers;
         {
             TestedHelper helper;
-            const Attacker source([&] { return swap(from.directory, from.link); });
-            const Attacker destination([&] { return swap(to.directory, to.link); });
+            const Attacker source([&] { return exchange(from.directory, from.link); });
+            const Attacker destination([&] { return exchange(to.directory, to.link); });
             for (int number = 0; number < moves; ++number) {
                 ++answers[helper.run("/bin/mv", {"-f", from.directory + "/" + nameOf(number),
                                                  to.directory + "/" + nameOf(number)})];
@@ -193,7 +165,7 @@ TEST_F(HelperSwap, LeadsNoRemovalOutOfTheUsersDirectories) {
     const auto before = namesIn(trap.outside);
     {
         TestedHelper helper;
-        const Attacker attacker([&] { return swap(trap.directory, trap.link); });
+        const Attacker attacker([&] { return exchange(trap.directory, trap.link); });
         for (int number = 0; number < moves; ++number) {
             helper.run("/bin/rm", {"-Rdf", trap.directory + "/" + nameOf(number)});
         }
@@ -208,7 +180,7 @@ TEST_F(HelperSwap, LeadsNoCopyToAnotherFileSystemOutOfTheUsersDirectories) {
     const std::string link = makeLink(outside, usersDirectory() + "/link", servedUser);
     TestedHelper helper;
     {
-        const Attacker attacker([&] { return swap(target, link); });
+        const Attacker attacker([&] { return exchange(target, link); });
         for (int round = 0; round < moves / 10; ++round) {
             const std::string directory =
                 makeDirectory(sandbox::rootsDirectory + "/" + nameOf(round));
@@ -236,7 +208,7 @@ TEST_F(HelperSwap, LeadsNoChangeOutOfTheUsersDirectories) {
     std::map<Status, int> answers;
     {
         TestedHelper helper;
-        const Attacker attacker([&] { return swap(trap.directory, trap.link); });
+        const Attacker attacker([&] { return exchange(trap.directory, trap.link); });
         for (int round = 0; round < moves; ++round) {
             ++answers[helper.run("/bin/chmod", {"644", trap.directory + job})];
             helper.run("/usr/bin/touch", {"-c", trap.directory + job});
@@ -267,13 +239,88 @@ TEST_F(HelperSwap, LeadsNoCopyToWhatTheUserCannotReach) {
     makeFile(inner + "/file", servedUser);
     const std::string link = makeLink(closed, directory + "/link", servedUser);
     TestedHelper helper;
-    const Attacker attacker([&] { return swap(inner, link); });
+    const Attacker attacker([&] { return exchange(inner, link); });
     for (int round = 0; round < moves; ++round) {
         const std::string copied = outside + "/" + nameOf(round);
         helper.run("/bin/cp", {"-f", "-p", "-R", directory, copied});
         EXPECT_FALSE(exists(copied + "/inner/secret") && !fs::is_symlink(copied + "/inner"));
         EXPECT_FALSE(exists(copied + "/link/secret") && !fs::is_symlink(copied + "/link"));
         fs::remove_all(copied);
+    }
+}
+
+TEST_F(HelperSwap, LeadsNothingAstrayInTenThousandRounds) {
+    constexpr int rounds = 10'000;
+    const Trap from = makeTrap("from", sandbox::rootsDirectory + "/source");
+    const std::string users = makeDirectory(sandbox::rootsDirectory + "/users", servedUser);
+    const Trap to{makeDirectory(users + "/to", servedUser),
+                  makeLink(sandbox::rootsDirectory + "/source", users + "/link", servedUser),
+                  from.outside};
+    const std::string secret = makeFile(from.outside + "/file", 0, 0600);
+    const std::string content = contentOf(secret);
+    struct stat before {};
+    ASSERT_EQ(::stat(secret.c_str(), &before), 0);
+    makeFile(from.directory + "/file", servedUser, 0600);
+    const FileDescriptor inside(::open(from.directory.c_str(), O_PATH | O_CLOEXEC));
+    std::map<Status, int> answers;
+    {
+        TestedHelper helper;
+        const Attacker source([&] { return exchange(from.directory, from.link); });
+        const Attacker destination([&] { return exchange(to.directory, to.link); });
+        for (int round = 0; round < rounds; round += 5) {
+            const FileDescriptor made(
+                ::openat(inside.get(), "item", O_WRONLY | O_CREAT | O_CLOEXEC, 0644));
+            for (const auto& [tool, words] :
+                 {std::pair("/bin/mv",
+                            std::vector{"-f"s, from.directory + "/item", to.directory + "/item"}),
+                  std::pair("/bin/cp", std::vector{"-f"s, "-p"s, "-R"s, from.directory + "/file",
+                                                   to.directory + "/copy"}),
+                  std::pair("/usr/bin/touch", std::vector{"-c"s, from.directory + "/file"}),
+                  std::pair("/bin/chmod", std::vector{"644"s, from.directory + "/file"}),
+                  std::pair("/bin/cp", std::vector{"-f"s, "-p"s, "-R"s, to.directory + "/copy",
+                                                   from.directory + "/copy"})}) {
+                ++answers[helper.run(tool, words)];
+            }
+        }
+    }
+    struct stat after {};
+    ASSERT_EQ(::stat(secret.c_str(), &after), 0);
+    EXPECT_EQ(after.st_mode, before.st_mode);
+    EXPECT_EQ(after.st_uid, before.st_uid);
+    EXPECT_EQ(after.st_ino, before.st_ino);
+    EXPECT_EQ(after.st_mtim.tv_nsec, before.st_mtim.tv_nsec);
+    EXPECT_EQ(contentOf(secret), content);
+    EXPECT_EQ(namesIn(from.outside), std::set<std::string>{"file"});
+    for (const auto& copy : {directoryOf(from) + "/copy", directoryOf(to) + "/copy"}) {
+        EXPECT_TRUE(!exists(copy) || contentOf(copy) != content);
+    }
+    EXPECT_GT(answers[Status::started], 0);
+    EXPECT_GT(answers[Status::itemRedirected], 0);
+}
+
+TEST_F(HelperSwap, LeadsNoMoveIntoRootsDirectoryToWhatTheUserCannotReach) {
+    const std::string closed = makeDirectory(sandbox::everybodysDirectory + "/closed", 0, 0700);
+    makeFile(closed + "/secret", 0, 0644);
+    const std::string directory = usersDirectory() + "/folder";
+    const std::string inner = directory + "/inner";
+    const std::string link = directory + "/link";
+    TestedHelper helper;
+    for (int round = 0; round < moves / 10; ++round) {
+        makeFile(makeDirectory(makeDirectory(directory, servedUser) + "/inner", servedUser) +
+                 "/file");
+        makeLink(closed, link, servedUser);
+        const std::string moved = sandbox::rootsDirectory + "/" + nameOf(round);
+        {
+            const Attacker attacker([&] {
+                exchange(inner, link); // until they are taken away
+                return true;
+            });
+            helper.run("/bin/mv", {"-f", directory, moved});
+        }
+        EXPECT_FALSE(exists(moved + "/inner/secret") && !fs::is_symlink(moved + "/inner"));
+        EXPECT_FALSE(exists(moved + "/link/secret") && !fs::is_symlink(moved + "/link"));
+        EXPECT_TRUE(exists(closed + "/secret"));
+        fs::remove_all(directory);
     }
 }
 
@@ -292,7 +339,7 @@ TEST_F(HelperSwap, LeadsNoCopyIntoADirectoryOfRootsThatTheUserCanRename) {
         auto directories = namesIn(target);
         directories.erase("other");
         ASSERT_EQ(directories.size(), 1U);
-        ASSERT_TRUE(swap(target + "/" + *directories.begin(), other));
+        ASSERT_TRUE(exchange(target + "/" + *directories.begin(), other));
     }
     EXPECT_EQ(helper.receive().status, Status::startFailed);
     helper.disconnect();
@@ -317,7 +364,7 @@ TEST_F(HelperSwap, HasNothingTakenAwayThatWasNotChecked) {
         Ambush ambush(helper.process());
         ASSERT_GT(::send(helper.connection(), request->data(), request->size(), 0), 0);
         ambush.waitForDirectory();
-        ASSERT_TRUE(swap(item, other));
+        ASSERT_TRUE(exchange(item, other));
     }
     EXPECT_EQ(helper.receive().status, Status::started);
     helper.disconnect();

@@ -1,13 +1,8 @@
 #include "platform/linux/system/SearchPaths.h"
-#include "platform/linux/system/UserAccount.h"
-#include "tests/platform/linux/RunChild.h"
+
 #include "tests/support/PortDoubles.h"
-#include "tests/support/ScopedEnvironment.h"
-#include "tests/support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
-#include <pwd.h>
-#include <unistd.h>
 
 #include <map>
 
@@ -113,73 +108,8 @@ TEST(SearchPaths, AreEmptyForNumbersThatMeanNothing) {
     EXPECT_TRUE(searchPaths.directories(library, DomainMask{4}).empty());
 }
 
-TEST(UserAccount, HasTheHomeDirectoryThatTheEnvironmentNames) {
-    const ScopedEnvironment home("HOME", "/home/other//");
-
-    EXPECT_EQ(platform::native::UserAccount().homeDirectory(), "/home/other");
-}
-
-TEST(UserAccount, HasTheAccountsHomeDirectoryWhenTheEnvironmentNamesNoAbsoluteOne) {
-    const std::string ofAccount = ::getpwuid(::getuid())->pw_dir;
-    for (const auto& unusable : {std::optional<std::string>(), std::optional<std::string>(""),
-                                 std::optional<std::string>("home/other")}) {
-        const ScopedEnvironment home("HOME", unusable);
-        EXPECT_EQ(platform::native::UserAccount().homeDirectory(), ofAccount);
-    }
-}
-
-TEST(UserAccount, HasTheNameAndNumberOfTheRealUser) {
-    const ScopedEnvironment user("LOGNAME", "nobody-in-particular");
-    platform::native::UserAccount account;
-
-    EXPECT_EQ(account.realUserId(), ::getuid());
-    EXPECT_EQ(account.loginName(), ::getpwuid(::getuid())->pw_name);
-}
-
-TEST(UserAccount, IsTheRealUsersWhateverTheEffectiveOneIs) {
-    if (::getuid() != 0) {
-        GTEST_SKIP() << "only root can be another user than the effective one";
-    }
-    EXPECT_EQ(runChild({"account"}, {}, {"setpriv", "--ruid=65534", "--"}).output,
-              "65534\nnobody\n" + std::string(::getpwuid(65534)->pw_dir) + '\n');
-}
-
-TEST(UserAccount, HasItsNumberForANameAndNoHomeDirectoryWhenItIsUnknown) {
-    constexpr uid_t unknown = 424242;
-    if (::getuid() != 0 || ::getpwuid(unknown) != nullptr) {
-        GTEST_SKIP() << "only root can be a user that nobody knows";
-    }
-    EXPECT_EQ(
-        runChild({"account"}, {}, {"setpriv", "--reuid=424242", "--clear-groups", "--"}).output,
-        "424242\n424242\n/nonexistent\n");
-}
-
-TEST(UserAccount, KeepsTemporaryFilesWhereTheEnvironmentSays) {
-    const TemporaryDirectory directory;
-    const ScopedEnvironment temporary("TMPDIR", directory.path() + "/");
-
-    EXPECT_EQ(platform::native::UserAccount().temporaryDirectory(), directory.path());
-}
-
-TEST(UserAccount, KeepsTemporaryFilesInTmpWhenTheEnvironmentNamesNoDirectory) {
-    const TemporaryDirectory directory;
-    for (const auto& unusable :
-         {std::optional<std::string>(), std::optional<std::string>("."),
-          std::optional(directory / "missing"), std::optional(directory.write("file"))}) {
-        const ScopedEnvironment temporary("TMPDIR", unusable);
-        EXPECT_EQ(platform::native::UserAccount().temporaryDirectory(), "/tmp");
-    }
-}
-
-TEST(UserAccount, KeepsCachesWhereTheEnvironmentSaysElseInTheHomeDirectory) {
-    const ScopedEnvironment home("HOME", "/home/other");
-    {
-        const ScopedEnvironment cache("XDG_CACHE_HOME", "/var/fast");
-        EXPECT_EQ(platform::native::UserAccount().cacheDirectory(), "/var/fast");
-    }
-    for (const auto& unusable :
-         {std::optional<std::string>(), std::optional<std::string>("fast")}) {
-        const ScopedEnvironment cache("XDG_CACHE_HOME", unusable);
-        EXPECT_EQ(platform::native::UserAccount().cacheDirectory(), "/home/other/.cache");
-    }
+TEST(SearchPaths, PutADirectoryUnderAnyHome) {
+    EXPECT_EQ(platform::native::directoryInHome("/home/other", application),
+              "/home/other/Applications");
+    EXPECT_EQ(platform::native::directoryInHome("/", library), "/Library");
 }

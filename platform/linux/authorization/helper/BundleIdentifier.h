@@ -1,0 +1,17 @@
+#pragma once
+
+#include "platform/linux/authorization/helper/Walk.h"
+
+#include <string>
+#include <string_view>
+
+namespace platform::native::helper {
+
+/// The identifier that an application has in its Contents/Info.plist; empty when it has none, or
+/// when others than its owner and root have put that file there. Throws a Refusal.
+std::string bundleIdentifier(const Item& application);
+
+/// The identifier in a property list of any bytes, XML or binary; empty when there is none.
+std::string identifierIn(std::string_view propertyList);
+
+} // namespace platform::native::helper

@@ -1,0 +1,93 @@
+#include "platform/linux/authorization/helper/Placing.h"
+
+#include "platform/linux/authorization/helper/Copying.h"
+#include "platform/linux/authorization/helper/Refusal.h"
+#include "platform/linux/authorization/helper/SystemLog.h"
+#include "platform/linux/authorization/helper/ToolStart.h"
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+
+namespace platform::native::helper {
+
+namespace {
+
+void logFailure(const std::string& name, const std::string& reason) {
+    log("no copy could be put in place: " + name + ": " + reason);
+}
+
+} // namespace
+
+bool succeeds(const Tool& tool, const std::vector<std::string>& arguments) {
+    const pid_t child = ::fork();
+    if (child == 0) {
+        becomeToolOrEnd(tool, arguments);
+    }
+    int status = -1;
+    while (child > 0 && ::waitpid(child, &status, 0) < 0 && errno == EINTR) {
+    }
+    return status == 0;
+}
+
+bool Placing::put(const Item& item, const Stage& stage, const Item& directory,
+                  const std::string& name) const {
+    const int staged = stage.directory().descriptor.get();
+    std::string reason;
+    try {
+        copyItem(item, reader_, stage.directory(), name);
+        if (::renameat(staged, name.c_str(), directory.descriptor.get(), name.c_str()) == 0) {
+            return true;
+        }
+        reason = std::to_string(errno);
+    } catch (const Refusal& refusal) {
+        reason = refusal.about;
+    }
+    logFailure(name, reason);
+    succeeds(remover_, {"-Rf", "--", heldPath(stage.directory(), name)});
+    return false;
+}
+
+bool Placing::merge(const Item& from, const Item& to, const std::string& name) const {
+    liftDescriptorLimit();
+    bool areAllThere = false;
+    try {
+        areAllThere = mergeItems(from, to);
+        settleLike(from, to); // when the stage has gone
+    } catch (const Refusal& refusal) {
+        logFailure(name, refusal.about);
+        return false;
+    }
+    return areAllThere;
+}
+
+bool Placing::mergeItems(const Item& from, const Item& to) const {
+    const Stage stage(to);
+    bool areAllThere = true;
+    forEachIn(from, reader_, [&](const Item& item, const std::string& name) {
+        areAllThere = mergeItem(item, name, stage, to) && areAllThere;
+    });
+    return areAllThere;
+}
+
+bool Placing::mergeItem(const Item& item, const std::string& name, const Stage& stage,
+                        const Item& to) const {
+    const auto there = openItem(to.descriptor.get(), name);
+    const bool isDirectoryThere = there && there->isDirectory();
+    if (isDirectoryThere && item.isDirectory() && mayMergeInto(*there, to)) {
+        return merge(item, *there, name);
+    }
+    if (isDirectoryThere || (there && item.isDirectory())) {
+        logFailure(name, std::to_string(EEXIST));
+        return false;
+    }
+    return put(item, stage, to, name);
+}
+
+bool mayMergeInto(const Item& directory, const Item& parent) {
+    return !parent.isChangeable() || directory.status.stx_uid == parent.status.stx_uid;
+}
+
+} // namespace platform::native::helper

@@ -1,0 +1,49 @@
+#pragma once
+
+#include "platform/linux/authorization/helper/Command.h"
+#include "platform/linux/authorization/helper/Reader.h"
+#include "platform/linux/authorization/helper/Stage.h"
+
+#include <string>
+#include <vector>
+
+namespace platform::native::helper {
+
+/// Runs a tool to its end and tells whether it has done what it was to do.
+bool succeeds(const Tool& tool, const std::vector<std::string>& arguments);
+
+/// Puts copies of items in their places, in a process of its own. Why one cannot be put there is
+/// for the system log.
+class Placing {
+public:
+    /// For items that belong to this one. The tool removes what is left of a copy that fails. Both
+    /// must outlive this. Throws a Refusal.
+    Placing(const Item& item, const Tool& remover)
+        : reader_(item.status.stx_uid), remover_(remover) {}
+
+    /// Puts a whole copy in the place of this name in the directory, by way of a stage in it, and
+    /// tells whether it is there.
+    bool put(const Item& item, const Stage& stage, const Item& directory,
+             const std::string& name) const;
+
+    /// Puts copies of all that is in a directory into another one that exists, directories into
+    /// directories of their names, and tells whether all are there. What cannot replace what is
+    /// there at once, and a directory that is another's than the one that it is in where others
+    /// than root may change that, is left. In the end the directory, which the log calls by its
+    /// name, has the other's owners, rights and times.
+    bool merge(const Item& from, const Item& to, const std::string& name) const;
+
+private:
+    bool mergeItems(const Item& from, const Item& to) const;
+    bool mergeItem(const Item& item, const std::string& name, const Stage& stage,
+                   const Item& to) const;
+
+    const Reader reader_;
+    const Tool& remover_;
+};
+
+/// Whether a copy may be merged into a directory that is in another one. Who may change that one
+/// may have put it there.
+bool mayMergeInto(const Item& directory, const Item& parent);
+
+} // namespace platform::native::helper

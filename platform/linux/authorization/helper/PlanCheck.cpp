@@ -1,0 +1,165 @@
+#include "platform/linux/authorization/helper/PlanCheck.h"
+
+#include "platform/linux/authorization/helper/BundleIdentifier.h"
+#include "platform/linux/authorization/helper/Refusal.h"
+
+#include <pwd.h>
+#include <strings.h>
+#include <sys/statvfs.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <string>
+#include <string_view>
+
+namespace platform::native::helper {
+
+namespace {
+
+namespace fs = std::filesystem;
+using Kind = PlannedItems::Kind;
+
+bool isInHome(const PlannedItems& items) {
+    return items.directory.starts_with('~');
+}
+
+/// Whether a text begins so, whatever the case of its letters.
+bool begins(const std::string& text, const std::string& beginning) {
+    return ::strncasecmp(text.c_str(), beginning.c_str(), beginning.size()) == 0;
+}
+
+/// Whether a directory is one that an item is in, or that one of those is in, and so on.
+bool isAbove(const fs::path& directory, const fs::path& item) {
+    const auto end = std::mismatch(directory.begin(), directory.end(), item.begin(), item.end());
+    return end.first == directory.end() && end.second != item.end();
+}
+
+/// Whether nobody but root can have made an item as it is. On a file system where programs do not
+/// get their owner's rights, any owner may be anybody's work.
+bool isSurelyRoots(const Item& item) {
+    struct statvfs fileSystem {};
+    return !item.isChangeable() && ::fstatvfs(item.descriptor.get(), &fileSystem) == 0 &&
+           (fileSystem.f_flag & ST_NOSUID) == 0;
+}
+
+/// The home directory in the list of accounts. Throws a Refusal.
+std::string homeOf(uid_t user) {
+    const passwd* account = ::getpwuid(user);
+    std::string home = account == nullptr ? "" : account->pw_dir;
+    if (!home.starts_with('/') || home == "/") {
+        throw Refusal{Status::itemUnreachable, "the home folder of user " + std::to_string(user)};
+    }
+    return home;
+}
+
+class PlanCheck {
+public:
+    PlanCheck(Plan plan, uid_t user) : plan_(plan), user_(user), home_(homeOf(user)) {}
+
+    void operator()(const Command& command) const { require(false, command.tool.path); }
+    void operator()(const Copy& copy) const { require(false, copy.source.path); }
+    void operator()(const Change& change) const { require(false, change.place.path); }
+    void operator()(Nothing /*nothing*/) const {}
+
+    void operator()(Removal& removal) const {
+        for (const auto& place : removal.places) {
+            require(isAt(place, isJobs) && !(place.item && place.item->isDirectory()), place.path);
+        }
+        removal.options = {"-f"}; // a directory that comes to be there stays
+    }
+
+    void operator()(const Move& move) const {
+        const auto& [from, to, remover] = move.copy;
+        if (isInTrash(to)) {
+            require(isAt(from, hasPlaces) || isApplication(*from.item), from.path);
+        } else {
+            require(isInTrash(from) && mayGoBack(from, to), to.path);
+        }
+    }
+
+    void operator()(const Directories& directories) const {
+        require(std::any_of(plan_.begin(), plan_.end(),
+                            [&](const PlannedItems& items) {
+                                return isMachines(items) && isAny(items, [&](const fs::path& item) {
+                                           return isAbove(directories.path, item);
+                                       });
+                            }),
+                directories.path);
+    }
+
+private:
+    static void require(bool isPlanned, const std::string& about) {
+        if (!isPlanned) {
+            throw Refusal{Status::notPlanned, about};
+        }
+    }
+
+    // Which items of the plan are meant.
+    using Meant = bool (*)(const PlannedItems& items);
+    static bool hasPlaces(const PlannedItems& items) { return items.kind != Kind::application; }
+    static bool isJobs(const PlannedItems& items) { return items.kind == Kind::job; }
+    static bool isUsers(const PlannedItems& items) { return hasPlaces(items) && isInHome(items); }
+    static bool isMachines(const PlannedItems& items) {
+        return hasPlaces(items) && !isInHome(items);
+    }
+
+    /// Whether any of these items has a path of which this holds.
+    template <class Holds>
+    bool isAny(const PlannedItems& items, const Holds& holds) const {
+        const fs::path directory = isInHome(items) ? home_ + std::string(items.directory.substr(1))
+                                                   : std::string(items.directory);
+        return std::any_of(items.names.begin(), items.names.end(), [&](std::string_view name) {
+            return holds(directory / fs::path(nameOf(items, name)));
+        });
+    }
+
+    static std::string nameOf(const PlannedItems& items, std::string_view name) {
+        return std::string(items.prefix).append(name).append(items.suffix);
+    }
+
+    /// Whether a place is that of an item that is meant.
+    bool isAt(const Place& place, Meant isMeant) const {
+        const fs::path path = place.path;
+        return std::any_of(plan_.begin(), plan_.end(), [&](const PlannedItems& items) {
+            return isMeant(items) && isAny(items, [&](const fs::path& item) {
+                       return items.kind == Kind::beginning
+                                  ? path.parent_path() == item.parent_path() &&
+                                        begins(path.filename(), item.filename())
+                                  : path == item;
+                   });
+        });
+    }
+
+    bool isApplication(const Item& item) const {
+        const std::string identifier = bundleIdentifier(item);
+        return std::any_of(plan_.begin(), plan_.end(), [&](const PlannedItems& items) {
+            return items.kind == Kind::application &&
+                   std::any_of(items.names.begin(), items.names.end(), [&](std::string_view name) {
+                       return ::strcasecmp(identifier.c_str(), nameOf(items, name).c_str()) == 0;
+                   });
+        });
+    }
+
+    bool isInTrash(const Place& place) const {
+        const auto trash = walk(home_ + "/.Trash");
+        return trash && trash->isHonest() && trash->end.status.stx_uid == user_ &&
+               trash->end.identity() == place.directory.identity();
+    }
+
+    bool mayGoBack(const Place& from, const Place& to) const {
+        return !to.item &&
+               (isAt(to, isUsers) || (isAt(to, isMachines) && isSurelyRoots(*from.item)));
+    }
+
+    const Plan plan_;
+    const uid_t user_;
+    const std::string home_;
+};
+
+} // namespace
+
+void requirePlanned(Task& task, Plan plan, uid_t user) {
+    std::visit(PlanCheck(plan, user), task);
+}
+
+} // namespace platform::native::helper

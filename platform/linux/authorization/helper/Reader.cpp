@@ -1,0 +1,49 @@
+#include "platform/linux/authorization/helper/Reader.h"
+
+#include "platform/linux/authorization/helper/ToolStart.h"
+
+#include <grp.h>
+#include <pwd.h>
+#include <sys/fsuid.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+namespace platform::native::helper {
+
+namespace {
+
+/// Has what is looked at with a user's rights be looked at with those of the user's groups as well.
+/// Somebody without an account is in none.
+bool takeGroups(uid_t owner) {
+    constexpr gid_t nobodys = 65534;
+    const passwd* account = ::getpwuid(owner);
+    ::setfsgid(account == nullptr ? nobodys : account->pw_gid);
+    return account == nullptr ? ::setgroups(0, nullptr) == 0
+                              : ::initgroups(account->pw_name, account->pw_gid) == 0;
+}
+
+} // namespace
+
+Reader::Reader(uid_t owner) : owner_(owner) {
+    if (owner != 0 && !takeGroups(owner)) {
+        throw startFailure(Errno::last());
+    }
+}
+
+Reader::Turn::Turn(const Reader& reader, const Item& item)
+    : isTaken_(reader.owner_ != 0 && item.status.stx_uid != reader.owner_) {
+    if (isTaken_) {
+        ::setfsuid(reader.owner_);
+    }
+}
+
+Reader::Turn::~Turn() {
+    if (isTaken_) {
+        const int reason = errno; // of what has failed meanwhile
+        ::setfsuid(0);
+        errno = reason;
+    }
+}
+
+} // namespace platform::native::helper

@@ -1,0 +1,35 @@
+#pragma once
+
+#include "platform/linux/authorization/helper/Walk.h"
+
+#include <sys/types.h>
+
+namespace platform::native::helper {
+
+/// With whose rights a process reads what it copies: those of the owner of the whole, in a process
+/// that does nothing else. What is that owner's own is read whatever its mode.
+class Reader {
+public:
+    /// Gives this process the owner's groups; root stays what it is. Throws a Refusal.
+    explicit Reader(uid_t owner);
+
+    /// Has this process look at an item, and at what is in it, with the reader's rights, for a
+    /// scope.
+    class Turn {
+    public:
+        Turn(const Reader& reader, const Item& item);
+        ~Turn();
+        Turn(const Turn&) = delete;
+        Turn& operator=(const Turn&) = delete;
+        Turn(Turn&&) = delete;
+        Turn& operator=(Turn&&) = delete;
+
+    private:
+        bool isTaken_;
+    };
+
+private:
+    const uid_t owner_;
+};
+
+} // namespace platform::native::helper

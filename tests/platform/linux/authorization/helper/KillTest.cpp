@@ -1,0 +1,176 @@
+// What is left of a move when the helper, or the process that moves for it, is killed at any of its
+// system calls.
+
+#include "tests/platform/linux/authorization/helper/HelperHarness.h"
+#include "tests/support/TemporaryDirectory.h"
+
+#include <poll.h>
+#include <sys/ptrace.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+
+#include <array>
+#include <csignal>
+#include <filesystem>
+
+extern "C" { // which the header of the C library 2.36 leaves out
+#include <sys/pidfd.h>
+}
+
+using platform::native::FileDescriptor;
+using platform::native::helper::encodeRequest;
+
+namespace {
+
+namespace fs = std::filesystem;
+
+enum class Victim { helper, mover };
+
+/// The signal that a traced process has stopped for, to be passed on to it; 0 for other stops.
+int signalOf(int status) {
+    constexpr int isEvent = 16;
+    const int signal = WSTOPSIG(status);
+    return status >> isEvent == 0 && signal != (SIGTRAP | 0x80) ? signal : 0;
+}
+
+/// Traces a helper and the first process that it makes.
+class Executioner {
+public:
+    Executioner(pid_t helper, Victim victim) : helper_(helper), victim_(victim) {
+        constexpr long options = PTRACE_O_TRACEFORK | PTRACE_O_TRACESYSGOOD;
+        EXPECT_EQ(::ptrace(PTRACE_SEIZE, helper, nullptr, options), 0);
+        EXPECT_EQ(::ptrace(PTRACE_INTERRUPT, helper, nullptr, nullptr), 0);
+    }
+
+    /// Kills the victim when it has made so many system calls or come back from them, and waits
+    /// until nobody moves any more. Tells whether it made as many before it was done.
+    bool killAt(int step) {
+        int steps = 0;
+        bool isKilled = false;
+        for (int status = 0; !isKilled;) {
+            const pid_t process = ::waitpid(-1, &status, __WALL);
+            if (!WIFSTOPPED(status)) {
+                if (process == mover_) {
+                    break;
+                }
+                continue;
+            }
+            noteMover(process, status);
+            const bool isVictim = process == (victim_ == Victim::helper ? helper_ : mover_);
+            const bool isAtCall = WSTOPSIG(status) == (SIGTRAP | 0x80);
+            if (isVictim && isAtCall && ++steps == step) {
+                ::kill(process, SIGKILL);
+                isKilled = true;
+            } else {
+                ::ptrace(PTRACE_SYSCALL, process, nullptr, signalOf(status));
+            }
+        }
+        letGo(isKilled);
+        return isKilled;
+    }
+
+private:
+    /// The first process that the helper makes may stop before the helper does for having made it.
+    void noteMover(pid_t stopped, int status) {
+        constexpr int event = 16;
+        unsigned long made = 0;
+        if (mover_ < 0 && stopped != helper_) {
+            mover_ = stopped;
+        } else if (mover_ < 0 && status >> event == PTRACE_EVENT_FORK &&
+                   ::ptrace(PTRACE_GETEVENTMSG, helper_, nullptr, &made) == 0) {
+            mover_ = static_cast<pid_t>(made);
+        }
+        if (mover_ > 0 && !moversEnd_) {
+            moversEnd_ = FileDescriptor(::pidfd_open(mover_, 0));
+        }
+        if (stopped == mover_) { // its tools are not traced
+            ::ptrace(PTRACE_SETOPTIONS, mover_, nullptr, PTRACE_O_TRACESYSGOOD);
+        }
+    }
+
+    /// Lets go of who is left, each of whom must be stopped for that.
+    void letGo(bool isKilled) {
+        const bool isHelperKilled = isKilled && victim_ == Victim::helper;
+        if (isKilled && victim_ == Victim::mover) {
+            ::waitpid(mover_, nullptr, __WALL); // before that the helper does not learn of it
+        }
+        for (const pid_t process : {helper_, mover_}) {
+            const bool isGone =
+                process < 0 || (process == helper_ ? isHelperKilled : !isHelperKilled);
+            if (!isGone) {
+                ::ptrace(PTRACE_INTERRUPT, process, nullptr, nullptr);
+                for (int status = 0; ::waitpid(process, &status, __WALL) == process &&
+                                     !WIFEXITED(status) && !WIFSIGNALED(status);) {
+                    if (::ptrace(PTRACE_DETACH, process, nullptr, signalOf(status)) == 0) {
+                        break;
+                    }
+                }
+            }
+        }
+        if (moversEnd_ && isHelperKilled) {
+            pollfd end{moversEnd_.get(), POLLIN, 0};
+            EXPECT_EQ(::poll(&end, 1, 30'000), 1);
+        }
+    }
+
+    pid_t helper_;
+    Victim victim_;
+    pid_t mover_ = -1;
+    FileDescriptor moversEnd_;
+};
+
+} // namespace
+
+class HelperKilled : public HelperTest {
+protected:
+    static std::string source() { return sandbox::rootsDirectory + "/item"; }
+    std::string target() { return usersDirectory() + "/item"; }
+
+    static void makeItem() {
+        fs::remove_all(source());
+        makeFile(makeDirectory(makeDirectory(source()) + "/inner") + "/file");
+        content() = contentOf(source() + "/inner/file");
+    }
+    static std::string& content() {
+        static std::string text;
+        return text;
+    }
+    static bool isWhole(const std::string& item) {
+        return exists(item + "/inner/file") && contentOf(item + "/inner/file") == content();
+    }
+
+    /// Kills the victim at one step after the other of a move that copies.
+    void expectTheItemToBeWholeWhenKilled(Victim victim) {
+        bool isKilled = true;
+        int step = 1;
+        for (; isKilled; ++step) {
+            makeItem();
+            fs::remove_all(target());
+            const auto request = encodeRequest("/bin/mv", {"-f", source(), target()});
+            TestedHelper helper;
+            // What is only done for the first request is done before.
+            const auto refused = encodeRequest("/bin/chmod", {"644", "/usr"});
+            ::send(helper.connection(), refused->data(), refused->size(), 0);
+            std::array<char, 64> reply{};
+            ASSERT_GT(::recv(helper.connection(), reply.data(), reply.size(), 0), 0);
+            Executioner executioner(helper.process(), victim);
+            ASSERT_GT(::send(helper.connection(), request->data(), request->size(), 0), 0);
+            isKilled = executioner.killAt(step);
+            helper.disconnect();
+            helper.waitForEnd();
+            ASSERT_TRUE(isWhole(source()) || isWhole(target())) << "killed at step " << step;
+            ASSERT_TRUE(!exists(target()) || isWhole(target())) << "killed at step " << step;
+        }
+        EXPECT_GT(step, 30);
+        EXPECT_TRUE(isWhole(target()));
+        EXPECT_FALSE(exists(source()));
+    }
+};
+
+TEST_F(HelperKilled, LeavesTheItemWholeInOneOfItsPlaces) {
+    expectTheItemToBeWholeWhenKilled(Victim::helper);
+}
+
+TEST_F(HelperKilled, LeavesItWholeWhereTheProcessThatMovesIsKilled) {
+    expectTheItemToBeWholeWhenKilled(Victim::mover);
+}

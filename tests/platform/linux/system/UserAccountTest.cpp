@@ -1,0 +1,100 @@
+#include "platform/linux/system/UserAccount.h"
+
+#include "tests/platform/linux/RunChild.h"
+#include "tests/support/ScopedEnvironment.h"
+#include "tests/support/TemporaryDirectory.h"
+
+#include <gtest/gtest.h>
+#include <pwd.h>
+#include <unistd.h>
+
+using platform::native::accountNamed;
+using platform::native::accountOf;
+
+TEST(UserAccount, HasTheHomeDirectoryThatTheEnvironmentNames) {
+    const ScopedEnvironment home("HOME", "/home/other//");
+
+    EXPECT_EQ(platform::native::UserAccount().homeDirectory(), "/home/other");
+}
+
+TEST(UserAccount, HasTheAccountsHomeDirectoryWhenTheEnvironmentNamesNoAbsoluteOne) {
+    const std::string ofAccount = ::getpwuid(::getuid())->pw_dir;
+    for (const auto& unusable : {std::optional<std::string>(), std::optional<std::string>(""),
+                                 std::optional<std::string>("home/other")}) {
+        const ScopedEnvironment home("HOME", unusable);
+        EXPECT_EQ(platform::native::UserAccount().homeDirectory(), ofAccount);
+    }
+}
+
+TEST(UserAccount, HasTheNameAndNumberOfTheRealUser) {
+    const ScopedEnvironment user("LOGNAME", "nobody-in-particular");
+    platform::native::UserAccount account;
+
+    EXPECT_EQ(account.realUserId(), ::getuid());
+    EXPECT_EQ(account.loginName(), ::getpwuid(::getuid())->pw_name);
+}
+
+TEST(UserAccount, IsTheRealUsersWhateverTheEffectiveOneIs) {
+    if (::getuid() != 0) {
+        GTEST_SKIP() << "only root can be another user than the effective one";
+    }
+    EXPECT_EQ(runChild({"account"}, {}, {"setpriv", "--ruid=65534", "--"}).output,
+              "65534\nnobody\n" + std::string(::getpwuid(65534)->pw_dir) + '\n');
+}
+
+TEST(UserAccount, HasItsNumberForANameAndNoHomeDirectoryWhenItIsUnknown) {
+    constexpr uid_t unknown = 424242;
+    if (::getuid() != 0 || ::getpwuid(unknown) != nullptr) {
+        GTEST_SKIP() << "only root can be a user that nobody knows";
+    }
+    EXPECT_EQ(
+        runChild({"account"}, {}, {"setpriv", "--reuid=424242", "--clear-groups", "--"}).output,
+        "424242\n424242\n/nonexistent\n");
+}
+
+TEST(UserAccount, KeepsTemporaryFilesWhereTheEnvironmentSays) {
+    const TemporaryDirectory directory;
+    const ScopedEnvironment temporary("TMPDIR", directory.path() + "/");
+
+    EXPECT_EQ(platform::native::UserAccount().temporaryDirectory(), directory.path());
+}
+
+TEST(UserAccount, KeepsTemporaryFilesInTmpWhenTheEnvironmentNamesNoDirectory) {
+    const TemporaryDirectory directory;
+    for (const auto& unusable :
+         {std::optional<std::string>(), std::optional<std::string>("."),
+          std::optional(directory / "missing"), std::optional(directory.write("file"))}) {
+        const ScopedEnvironment temporary("TMPDIR", unusable);
+        EXPECT_EQ(platform::native::UserAccount().temporaryDirectory(), "/tmp");
+    }
+}
+
+TEST(UserAccount, KeepsCachesWhereTheEnvironmentSaysElseInTheHomeDirectory) {
+    const ScopedEnvironment home("HOME", "/home/other");
+    {
+        const ScopedEnvironment cache("XDG_CACHE_HOME", "/var/fast");
+        EXPECT_EQ(platform::native::UserAccount().cacheDirectory(), "/var/fast");
+    }
+    for (const auto& unusable :
+         {std::optional<std::string>(), std::optional<std::string>("fast")}) {
+        const ScopedEnvironment cache("XDG_CACHE_HOME", unusable);
+        EXPECT_EQ(platform::native::UserAccount().cacheDirectory(), "/home/other/.cache");
+    }
+}
+
+TEST(UserAccount, IsFoundInThePasswordDatabaseByItsNumberAndItsName) {
+    const auto found = accountOf(0);
+    ASSERT_TRUE(found);
+    EXPECT_EQ(found->userId, 0U);
+    EXPECT_EQ(found->name, ::getpwuid(0)->pw_name);
+    EXPECT_EQ(found->home, ::getpwuid(0)->pw_dir);
+
+    const auto named = accountNamed(found->name);
+    ASSERT_TRUE(named);
+    EXPECT_EQ(named->userId, 0U);
+}
+
+TEST(UserAccount, IsNotFoundWhenThePasswordDatabaseKnowsNone) {
+    EXPECT_FALSE(accountNamed("nobody-of-this-name"));
+    EXPECT_FALSE(accountNamed(""));
+}
