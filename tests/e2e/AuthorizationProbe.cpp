@@ -9,7 +9,7 @@
 //   run TOOL ARGUMENT ...     starts a tool with the right and prints its output
 //   start TOOL ARGUMENT ...   starts a tool with the right and lets its output go
 //   holds                     tells whether it has the right
-// end gives up the right
+//   end                       gives up the right
 
 #include "platform/linux/authorization/AuthorizationServices.h"
 
