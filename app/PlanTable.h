@@ -6,8 +6,8 @@
 #include <span>
 #include <string_view>
 
-// The plan as data: what is removed, in which order. The uninstaller resolves it for its user, and
-// its privileged helper is built with it.
+// The plan as data: which items are removed, in which order. The uninstaller resolves it for its
+// user, and its privileged helper is built with it.
 
 /// The standard location that the names of a step are relative to.
 enum class PlanBase {
@@ -21,7 +21,7 @@ enum class PlanBase {
     libraryUser,
 };
 
-/// When a step is taken: always, or only when the items that all products share go too.
+/// When a step is performed: always, or only if the items that all products share are removed too.
 enum class Condition { always, shared };
 
 /// A step, one line of the plan's table. It expands to one row for each of `names`, in order, whose
@@ -54,7 +54,7 @@ inline constexpr auto processes = std::to_array<std::string_view>(
 inline constexpr auto applicationsWithRecentItems = std::to_array<std::string_view>(
     {"Ospenth", "Vellicor", "Stelbrin", "Frensow", "Gilrath", "Pemmick", "Torvast"});
 
-/// The machine-wide preferences go in an order of their own: Stelbrin before Caddamir.
+/// The machine-wide preferences have their own order: Stelbrin before Caddamir.
 inline constexpr auto applicationsWithMachinePreferences = std::to_array<std::string_view>(
     {"Dunmarl", "Ospenth", "Vellicor", "Harrowin", "Stelbrin", "Caddamir", "Frensow", "Gilrath",
      "Lunevar", "Pemmick", "Torvast"});

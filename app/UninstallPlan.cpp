@@ -18,8 +18,8 @@
 
 namespace {
 
-/// Where the names of a step are relative to, empty when they are whole paths. Nothing when the
-/// system has no such location.
+/// Returns the directory that the names of a step are relative to, empty if they are whole paths.
+/// No value if the system has no such location.
 std::optional<std::string> directoryOf(PlanBase base) {
     switch (base) {
     case PlanBase::none:

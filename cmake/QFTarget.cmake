@@ -5,7 +5,7 @@ function(qf_target target)
         -Wall -Wextra -Wpedantic -Wconversion -Wsign-conversion -Wold-style-cast
         -Wnon-virtual-dtor -Woverloaded-virtual -Wformat=2 -Wimplicit-fallthrough
         -Wno-missing-field-initializers
-        # Compiled together, what one source declares shadows what another does.
+        # Compiled together, a declaration in one source shadows one in another.
         $<$<NOT:$<BOOL:${CMAKE_UNITY_BUILD}>>:-Wshadow>
         $<$<BOOL:${QF_WARNINGS_ARE_ERRORS}>:-Werror>)
     if(QF_SANITIZE)

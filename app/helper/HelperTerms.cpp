@@ -1,5 +1,4 @@
-// What the uninstaller's privileged helper serves: the items of the plan's own table, and nothing
-// else.
+// What the uninstaller's privileged helper serves: only the items of the plan's table.
 
 #include "app/PlanTable.h"
 #include "platform/linux/authorization/helper/Terms.h"
@@ -14,7 +13,7 @@ namespace {
 
 using Kind = PlannedItems::Kind;
 
-/// The directory of a base on this system.
+/// Returns the directory of a base on this system.
 constexpr std::string_view directoryOf(PlanBase base) {
     switch (base) {
     case PlanBase::none:

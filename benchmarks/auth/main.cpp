@@ -1,6 +1,6 @@
-// Obtains the administrator's right once and runs a tool with it so many times, one after the
-// other: "authorization-bench COUNT TOOL". Prints its process number, waits for a line, and prints
-// the seconds that the tools took, without those for the right.
+// Obtains the administrator's right once and runs a tool with it COUNT times, one after the other:
+// "authorization-bench COUNT TOOL". Prints its process id, waits for a line, and prints the seconds
+// that the tools took, without the time for the right.
 
 #include "platform/linux/authorization/AuthorizationServices.h"
 

@@ -31,7 +31,7 @@ void check(int error, const std::string& what) {
     }
 }
 
-/// How long something took, and how long it kept processors busy.
+/// How long a run took, and its processor time.
 struct Cost {
     double seconds = 0;
     double processorSeconds = 0;

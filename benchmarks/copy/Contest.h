@@ -11,40 +11,40 @@ namespace contest {
 
 using Command = std::vector<std::string>;
 
-/// Where a child reads from or writes to; no descriptor means nowhere.
+/// Where a child reads from or writes to; without a descriptor, nowhere.
 struct Streams {
     int input = -1;
     int output = -1;
 };
 
-/// Starts a program, found through PATH, and gives its process number. Throws when it cannot.
+/// Starts a program, found through PATH, and returns its process id. Throws on failure.
 int start(const Command& command, const Streams& streams = {});
 
-/// Waits for a program. Throws when it failed.
+/// Waits for a program. Throws if it failed.
 void finish(int process);
 
-/// Runs programs to their ends, so many at a time.
+/// Runs programs to their end, so many at a time.
 void runAll(const std::vector<Command>& commands, std::size_t atATime = 1);
 
-/// Whether PATH has such a program.
+/// Returns whether PATH has such a program.
 bool isInstalled(const std::string& program);
 
 /// One way to do the work.
 struct Contender {
     std::string name;
     std::function<void()> run;
-    /// What puts everything back as it was before a run, outside the time.
+    /// Restores everything to the state before a run, unmeasured.
     std::function<void()> prepare = [] {};
 };
 
-/// Runs every contender once a round, so that whatever disturbs the machine disturbs all, each
-/// round beginning with another, and prints each one's time, its rate when `bytes` are the work of
-/// a run, and what part of its time the first contender takes, also counted in processor time,
-/// which a busy machine does not stretch, as minimum / median / maximum.
+/// Runs every contender once in each round, so that disturbances affect all of them, beginning each
+/// round with another. Prints as minimum / median / maximum each one's time, its rate if a run's
+/// work is `bytes`, and the first contender's share of its time, also in processor time, which a
+/// busy machine does not stretch.
 void compare(const std::string& title, std::size_t rounds, double bytes,
              const std::vector<Contender>& contenders);
 
-/// A directory of the benchmark's own, deleted with all that is in it at the scope's end.
+/// The benchmark's own directory, deleted with its contents at the scope's end.
 class Directory {
 public:
     explicit Directory(const std::string& parent);
@@ -56,15 +56,15 @@ public:
 
     std::string operator/(const std::string& name) const { return path_ + "/" + name; }
 
-    /// Writes a file of noise and gives its path.
+    /// Writes a file of noise and returns its path.
     std::string writeNoise(const std::string& name, std::uint64_t size) const;
 
 private:
     std::string path_;
 };
 
-/// Where to work: what the variable QF_BENCH_FOLDER names, or /dev/shm, memory, so that the medium
-/// does not stand in for the programs. Prints which it is.
+/// Returns the directory to work in: the one that the variable QF_BENCH_FOLDER names, otherwise
+/// /dev/shm, memory, so that the programs are measured and not the medium. Prints which it is.
 std::string workPlace();
 
 } // namespace contest

@@ -1,4 +1,5 @@
-// One file to several places and a digest of each: QFFileManager beside what a person would type.
+// Copying one file to several places with a digest of each: QFFileManager compared with shell
+// commands.
 //
 //     copy [--large]     with a file of 4 GiB, too
 
@@ -32,7 +33,7 @@ constexpr double megabyte = 1048576;
 struct Kind {
     VerificationType type;
     const char* name;
-    /// How openssl calls the digest; empty where there is none.
+    /// The digest's name in openssl; empty if there is no digest.
     const char* option;
 };
 
@@ -49,7 +50,7 @@ bool hasDigest(const Kind& kind) {
     return *kind.option != '\0';
 }
 
-/// Fails when a copy is not verified, so that nothing is measured that did not work.
+/// Fails if a copy is not verified, so that only successful copies are measured.
 std::shared_ptr<FileCopyDelegate> strictDelegate() {
     auto delegate = std::make_shared<FileCopyDelegate>();
     delegate->fileCopyBytesWritten = [](std::uint64_t, const FileCopySettings&) {};
@@ -81,7 +82,8 @@ Command digestOf(const Kind& kind, const Paths& paths) {
     return command;
 }
 
-/// cp to each, one after the other, then a digest of the source and of each, so many at a time.
+/// Runs cp for each, one after the other, then computes the digests of the source and of each copy,
+/// so many at a time.
 void copyAndDigest(const std::string& source, const Paths& destinations, const Kind& kind,
                    std::size_t atATime) {
     std::vector<Command> copies;
@@ -96,7 +98,7 @@ void copyAndDigest(const std::string& source, const Paths& destinations, const K
     }
 }
 
-/// tee into the destinations and a digest of the source, then a digest of each.
+/// Runs tee into the destinations and a digest of the source, then a digest of each.
 void teeAndDigest(const std::string& source, const Paths& destinations, const Kind& kind) {
     std::array<int, 2> pipe{};
     const int input = ::open(source.c_str(), O_RDONLY | O_CLOEXEC);
@@ -124,7 +126,7 @@ void copyWithRclone(const std::string& source, const Paths& destinations) {
     }
 }
 
-/// `run`, with nothing at the destinations before it.
+/// Returns `run` with empty destinations before it.
 Contender fresh(std::string name, const Paths& destinations, std::function<void()> run) {
     return {std::move(name), std::move(run), [destinations] { removeAll(destinations); }};
 }

@@ -1,4 +1,4 @@
-// The digest of a file: QFFileManager beside openssl and the digest programs of the system.
+// The digest of a file: QFFileManager compared with openssl and the system's digest programs.
 
 #include "benchmarks/copy/Contest.h"
 #include "platform/StartUp.h"

@@ -1,4 +1,4 @@
-// The file operations, beside the tools that a person would use instead.
+// The file operations, compared with the tools that a person would use instead.
 //
 //     files [CASE...]     all cases when none is named
 
@@ -149,7 +149,7 @@ void sumSizes(const Playground& ground) {
              {ours, [&] { return secondsOf([&] { QFFileManager::fileSize(tree); }); }, {}}});
 }
 
-/// Fails unless the pattern leads to so many items.
+/// Fails unless the pattern matches so many items.
 void matchOurs(const std::string& pattern, std::size_t count) {
     if (QFFileManager::filesMatchingWildcardPath(pattern).size() != count) {
         throw std::runtime_error("another number of matches");
@@ -182,7 +182,7 @@ void matchWildcards(const Playground& ground) {
              {ours, [&] { return secondsOf([&] { matchOurs(pattern, count); }); }, {}}});
 }
 
-/// The most memory that the process has had so far, in MiB.
+/// Returns the process's peak memory so far, in MiB.
 long mostMemory() {
     rusage usage{};
     ::getrusage(RUSAGE_SELF, &usage);
@@ -222,7 +222,7 @@ constexpr std::array cases{
     Case{"million", listMillion},
 };
 
-/// Runs the cases of these names, all when there are none.
+/// Runs the cases with these names, or all if no name is given.
 void run(const std::vector<std::string>& names) {
     const Playground ground; // Before the services: it becomes the home directory.
     platform::installServices();

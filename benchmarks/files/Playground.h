@@ -3,8 +3,8 @@
 #include <string>
 #include <vector>
 
-/// A directory of the benchmark's own, which is the home directory of this process and its tools;
-/// deleted with all that is in it at the scope's end. It is made in TMPDIR, else in /tmp.
+/// The benchmark's own directory, in TMPDIR or else in /tmp. It is the home directory of this
+/// process and its tools, and is deleted with its contents at the scope's end.
 class Playground {
 public:
     Playground();
@@ -16,24 +16,24 @@ public:
 
     std::string operator/(const std::string& name) const { return path_ + '/' + name; }
 
-    /// The user's Trash.
+    /// Returns the user's Trash.
     std::string trash() const { return *this / ".Trash"; }
 
     void emptyTrash() const;
 
-    /// Makes empty files in a directory, which is made too.
+    /// Creates a directory with empty files.
     void makeFiles(const std::string& directory, const std::vector<std::string>& names) const;
 
-    /// Makes a tree of files of 0 to 8 KiB, 50 to a directory, unless it stands already.
+    /// Creates a tree of files of 0 to 8 KiB, 50 in each directory, unless it exists.
     void makeTree(const std::string& directory, int count) const;
 
 private:
     std::string path_;
 };
 
-/// A directory on another volume than the playground's, deleted with all that is in it at the
-/// scope's end. Throws std::runtime_error where there is none: QF_OTHER_VOLUME names a directory
-/// there, else it is /dev/shm.
+/// A directory on another volume than the playground's, deleted with its contents at the scope's
+/// end. QF_OTHER_VOLUME names a directory on that volume; the default is /dev/shm. Throws
+/// std::runtime_error if it is not another volume.
 class OtherVolume {
 public:
     OtherVolume();

@@ -1,5 +1,5 @@
-// What an entry costs from the call to the file, beside a bare loop that does the least that must
-// be done, and beside spdlog where it is installed.
+// The cost of an entry from the call to the file, compared with a bare loop that does the least
+// necessary, and with spdlog if it is installed.
 
 #include "platform/SearchPaths.h"
 #include "platform/Services.h"
@@ -59,7 +59,7 @@ void onThreads(int threadCount, const std::function<void(int)>& produce) {
     }
 }
 
-/// The least that puts an entry into a file: its date and text formatted, one write.
+/// Does the least to write an entry: formats its date and text, and writes once.
 double bareLoop(const std::string& path) {
     const int file =
         ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_APPEND | O_CLOEXEC, 0644);
@@ -148,7 +148,7 @@ void printRow(const char* what, const Spread& ratio, double microseconds) {
                 ratio.greatest, microseconds);
 }
 
-/// One peer after the other in each round, so that what else the machine does meets all alike.
+/// Runs one peer after the other in each round, so that disturbances affect all of them.
 void compare(const std::string& directory) {
     using Run = std::function<double()>;
     struct Contender {
@@ -186,8 +186,8 @@ void compare(const std::string& directory) {
     }
 }
 
-/// What one call costs its caller while the queue is short: calls in small bursts, each on an
-/// empty queue.
+/// Measures what a call costs its caller while the queue is short: calls in small bursts, each on
+/// an empty queue.
 void measureProducer(const std::string& directory) {
     constexpr int burst = 20;
     constexpr int bursts = 2000;
@@ -218,7 +218,7 @@ void measureProducer(const std::string& directory) {
 constexpr int crowdSize = 8;
 constexpr int crowdEntries = 20000;
 
-/// A user who is not the superuser, with a Library directory of the benchmark's.
+/// A user who is not the superuser, with the benchmark's Library directory.
 class Account : public platform::UserAccount {
 public:
     unsigned realUserId() override { return 1000; }
@@ -252,7 +252,7 @@ void installLog(const std::string& directory) {
     QFLog::sharedController().setAppName("bench");
 }
 
-/// Log files that are set aside where they would be deleted, so that all entries can be counted.
+/// Log files that are set aside instead of deleted, so that all entries can be counted.
 class CountedLogFiles : public platform::native::LogFiles {
 public:
     explicit CountedLogFiles(std::string directory) : directory_(std::move(directory)) {}
@@ -269,7 +269,7 @@ private:
     std::string directory_;
 };
 
-/// The work of one process of a crowd, with its number, in a directory of the crowd's.
+/// Does the work of one process of a crowd, given its number, in the crowd's directory.
 using CrowdWork = std::function<void(const std::string& directory, const std::string& number)>;
 
 void logWithQFLog(const std::string& directory, const std::string& /*number*/) {
@@ -300,7 +300,7 @@ void logWithSyslog(const std::string& /*directory*/, const std::string& /*number
     }
 }
 
-/// How many entries the files of a directory hold.
+/// Returns how many entries the files of a directory hold.
 int entriesIn(const std::string& directory) {
     int count = 0;
     for (const auto& file : std::filesystem::recursive_directory_iterator(directory)) {
@@ -331,10 +331,10 @@ double secondsOfCrowd(const CrowdWork& work, const std::string& directory) {
 
 struct Crowd {
     const char* name;
-    /// None where it cannot be had, for a reason.
+    /// Empty if it is not available, with the reason.
     CrowdWork work;
     const char* whyNot;
-    /// Whether its entries come to the directory, where they can be counted.
+    /// Whether its entries arrive in the directory, where they can be counted.
     bool isCounted;
     std::vector<double> rates;
     std::vector<double> ratios;
@@ -368,9 +368,9 @@ void runCrowd(Crowd& crowd, const std::string& directory) {
     std::filesystem::remove_all(directory);
 }
 
-/// Entries of many processes at once: into one log that starts over when it is full, into a file of
-/// each one's own, and to the machine's log, of which it is not known what it keeps. One after the
-/// other in each round.
+/// Compares entries of many processes at once: into one log that starts over when it is full, into
+/// a separate file for each process, and to the machine's log, whose losses are unknown. One after
+/// the other in each round.
 void compareCrowds(const std::string& directory) {
     auto all = crowds();
     for (int round = 0; round < rounds; ++round) {
@@ -403,13 +403,13 @@ int main() {
     if (::mkdtemp(pattern.data()) == nullptr) {
         return 1;
     }
-    // The log's thread may use them until the process is gone: they are never destroyed.
+    // Never destroyed: the log's thread may use them until the process ends.
     static auto& console = *new platform::native::Console;
     static auto& files = *new platform::native::LogFiles;
     platform::install<platform::Console>(console);
     platform::install<platform::LogFiles>(files);
 
-    compareCrowds(pattern); // first: what is forked must have no other threads
+    compareCrowds(pattern); // first: a process that forks must have no other threads
     compare(pattern);
     measureProducer(pattern);
     std::filesystem::remove_all(pattern);

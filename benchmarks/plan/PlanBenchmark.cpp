@@ -1,6 +1,6 @@
 // Walks the whole uninstall plan, shared items included, in the environment of a throwaway copy of
-// the machine, and prints a line a row: its milliseconds, those of them in which it waited for
-// tools, and what it is about, with tabs between. tests/e2e/measure-plan runs it.
+// the machine, and prints a line for each row, separated by tabs: its milliseconds, the
+// milliseconds in which it waited for tools, and its subject. tests/e2e/measure-plan runs it.
 
 #include "app/PlanInventory.h"
 #include "app/UninstallPlan.h"
@@ -26,7 +26,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using Milliseconds = std::chrono::duration<double, std::milli>;
 
-/// Adds the time from a child's launch to its end, as far as somebody waits for it, to a sum.
+/// Adds up the time from each child's launch to its end, as far as a caller waits for it.
 class TimedChild : public platform::ChildProcess {
 public:
     TimedChild(std::shared_ptr<platform::ChildProcess> child, Clock::time_point launched,
@@ -64,7 +64,7 @@ public:
         return std::make_shared<TimedChild>(launcher_.launch(description), begin, sum_);
     }
 
-    /// What has come together since it was last asked for.
+    /// Returns the sum since the last call.
     Milliseconds take() { return std::exchange(sum_, {}); }
 
 private:
@@ -78,7 +78,7 @@ std::string line(Milliseconds time, Milliseconds tools, const std::string& what)
     return text.str();
 }
 
-/// The lines are written at the end, so that the log's do not get in between.
+/// The lines are written at the end, so that they do not mix with the log's.
 void walk(TimedLauncher& launcher) {
     const auto begin = Clock::now();
     const auto rows = uninstallPlan(RemoveShared::yes);
@@ -102,7 +102,7 @@ int main(int argc, char** argv) {
         return EXIT_FAILURE;
     }
     platform::installServices();
-    // Detached threads may use it until the process is gone: it is never destroyed.
+    // Never destroyed: detached threads may use it until the process ends.
     static auto& launcher = *new TimedLauncher(platform::service<platform::ProcessLauncher>());
     platform::install<platform::ProcessLauncher>(launcher);
     PlanInventory inventory;

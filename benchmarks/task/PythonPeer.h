@@ -14,8 +14,8 @@ public:
     PythonPeer(PythonPeer&&) = delete;
     PythonPeer& operator=(PythonPeer&&) = delete;
 
-    /// Has an order ("launch 20 /bin/true") carried out, and gives the seconds that it took in
-    /// there. Throws std::runtime_error when there is no answer.
+    /// Carries out an order ("launch 20 /bin/true"), and returns the seconds that it took in the
+    /// interpreter. Throws std::runtime_error if there is no answer.
     double perform(const std::string& order);
 
 private:

@@ -22,7 +22,7 @@ constexpr const char* ours = "QFTaskEx";
 constexpr const char* idleTool = "/bin/true";
 constexpr std::size_t gigabyte = std::size_t{1} << 30U;
 
-/// One way to do the work, which gives the seconds that it took.
+/// One way to do the work, which returns the seconds that it took.
 struct Contender {
     std::string name;
     std::function<double()> run;
@@ -43,9 +43,9 @@ std::string spread(std::vector<double> values, int digits) {
     return text.str();
 }
 
-/// Runs every contender once a round, so that whatever disturbs the machine disturbs all, each
-/// round beginning with another, and prints each one's time and its ratio to the first, as minimum
-/// / median / maximum.
+/// Runs every contender once in each round, so that disturbances affect all of them, beginning each
+/// round with another. Prints as minimum / median / maximum each one's time and its ratio to the
+/// first.
 void compare(const std::string& title, std::size_t rounds, double unit, const char* unitName,
              const std::vector<Contender>& contenders) {
     std::map<std::string, std::vector<double>> times;
@@ -91,7 +91,7 @@ void compareLaunches(const std::string& title, PythonPeer& python) {
               }}});
 }
 
-/// The most memory that this process has held, in bytes, since the last call of forgetPeak.
+/// Returns this process's peak memory, in bytes, since the last call of forgetPeak.
 std::size_t peakMemory() {
     std::ifstream status("/proc/self/status");
     for (std::string line; std::getline(status, line);) {

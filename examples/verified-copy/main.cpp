@@ -69,7 +69,7 @@ std::vector<std::string> fullPaths(const Options& options) {
     return paths;
 }
 
-/// Returns a delegate for the copy's progress and result.
+/// The copy's progress and result.
 struct Observation {
     std::shared_ptr<ProgressLine> progress;
     Value sourceDigest;

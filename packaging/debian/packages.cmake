@@ -1,4 +1,4 @@
-# The Debian packages, one a component, which CPack makes out of the install() rules.
+# The Debian packages, one for each component, which CPack builds from the install() rules.
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS debian/changelog)
 file(READ debian/changelog changelog)
 if(NOT changelog MATCHES "^kelvane-uninstaller \\(${PROJECT_VERSION}-([0-9]+)\\) unstable;")
@@ -30,11 +30,11 @@ set(CPACK_DEBIAN_COMPRESSION_TYPE xz)
 set(CPACK_DEBIAN_PACKAGE_SOURCE kelvane-uninstaller)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-# Where a package's libraries are those of another package of this project.
+# Where to find libraries of this project's other packages.
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}/${CMAKE_INSTALL_LIBDIR})
 
 # debian_package(COMPONENT NAME SECTION DESCRIPTION [DEPENDS ...] [RECOMMENDS ...]): the
-# description's first line is the synopsis. DEPENDS adds to what the libraries ask for.
+# description's first line is the synopsis. DEPENDS adds to the libraries' own dependencies.
 function(debian_package component name section description)
     cmake_parse_arguments(ARG "" "" "DEPENDS;RECOMMENDS" ${ARGN})
     string(TOUPPER ${component} key)
@@ -55,8 +55,8 @@ function(debian_package component name section description)
         DESTINATION ${CMAKE_INSTALL_DATADIR}/lintian/overrides COMPONENT ${component})
 endfunction()
 
-# debian_library(COMPONENT LIBRARY PACKAGE): tells which package programs need that are linked with
-# the library, and has the loader notice it.
+# debian_library(COMPONENT LIBRARY PACKAGE): declares which package programs need that link with the
+# library, and updates the loader's cache.
 function(debian_library component library package)
     set(folder ${CMAKE_CURRENT_BINARY_DIR}/${component})
     file(WRITE ${folder}/shlibs

@@ -18,7 +18,7 @@
 
 namespace {
 
-/// What happens to the interface, in order, from whatever thread.
+/// What happens to the interface, in order, on any thread.
 class Events {
 public:
     void add(std::string event) {
@@ -113,8 +113,8 @@ private:
     }
 };
 
-/// An application whose main thread, the test's, does one piece of work at a time, and to which
-/// nothing happens but `nextEvent`.
+/// An application whose main thread, the test's, does one piece of work at a time, and whose only
+/// event is `nextEvent`.
 class SteppedApplication : public platform::Application {
 public:
     explicit SteppedApplication(Events& events) : events_(events) {}
@@ -144,7 +144,7 @@ public:
 
     std::function<void()> nextEvent = [] {};
 
-    /// Waits for the worker's hand-over.
+    /// Waits until the worker hands over to the main thread.
     std::function<void()> handedOver() { return work_.get_future().get(); }
     void waitForWorker() { workerEnded_.get_future().wait(); }
 

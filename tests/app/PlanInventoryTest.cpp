@@ -27,7 +27,7 @@ public:
     }
 };
 
-/// A directory in a directory, and so on for long, with a file in the innermost.
+/// Very deeply nested directories, with a file in the innermost.
 class DeepFileSystem : public SizedFileSystem {
 public:
     std::optional<std::vector<platform::DirectoryEntry>>
@@ -179,7 +179,7 @@ TEST_F(PlanInventoryTest, ChangesNothing) {
     EXPECT_TRUE(services.calls.empty());
 }
 
-/// What the inventory finds is what the walk takes away.
+/// The walk takes away exactly what the inventory finds.
 TEST_F(PlanInventoryTest, AgreesWithTheWalk) {
     desktop.applications = {{"com.quillfen.Dunmarl", "/Elsewhere/Dunmarl.app"},
                             {"com.quillfen.launcher", "/Elsewhere/Launcher.app"}};

@@ -11,7 +11,7 @@
 
 namespace {
 
-/// What rows do on a machine of doubles.
+/// The rows' effects on a machine of doubles.
 class PlanWalk : public DescribedMachine {
 protected:
     Lines recycledItems() const {
@@ -110,7 +110,7 @@ TEST_F(PlanWalk, GoesOnAfterARowThatFails) {
     EXPECT_EQ(desktop.recycled.size(), 2U);
 }
 
-/// Keeps what it is told, in order.
+/// Records the notifications, in order.
 class RecordingObserver : public PlanObserver {
 public:
     std::vector<std::string> events;
@@ -178,7 +178,7 @@ TEST_F(PlanWalk, LogsAnExceptionThatARowLetsOutAndGoesOn) {
     EXPECT_EQ(recycledItems(), Lines{"/x/b"});
 }
 
-/// A machine where all that the plan names stands.
+/// A machine where every item of the plan exists.
 class WholePlanWalk : public PlanWalk {
 protected:
     WholePlanWalk() {
@@ -198,7 +198,7 @@ protected:
         }
     }
 
-    /// What has gone to the Trash and belongs to the shared tools, by its path.
+    /// Returns the paths of the shared items that were moved to the Trash.
     Lines recycledSharedItems() const {
         Lines items;
         for (const auto& item : recycledItems()) {

@@ -13,7 +13,7 @@ namespace {
 using platform::DirectoryKind;
 using platform::DomainMask;
 
-/// The plan of somebody whose home is /home/someone.
+/// The plan of a user whose home is /home/someone.
 class UninstallPlan : public testing::Test {
 protected:
     UninstallPlan() {

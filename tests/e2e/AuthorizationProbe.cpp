@@ -1,6 +1,6 @@
-// Obtains and uses an administrator's right as it is told, one command a line on standard input,
-// and prints the outcome of each. What a line holds after the command is separated by tabs. Its own
-// argument, if any, is the name of the helper that it is to have.
+// Obtains and uses an administrator's right on command, one command a line on standard input, and
+// prints the outcome of each. The arguments on a line are separated by tabs. Its own argument, if
+// any, is the name of the helper to use.
 //
 //   prompt                    asks for the right with the user's help
 //   prompt-twice              the same on two threads at once, a handle each
@@ -9,7 +9,7 @@
 //   run TOOL ARGUMENT ...     starts a tool with the right and prints its output
 //   start TOOL ARGUMENT ...   starts a tool with the right and lets its output go
 //   holds                     tells whether it has the right
-//   end                       gives the right up
+//   end                       gives up the right
 
 #include "platform/linux/authorization/AuthorizationServices.h"
 

@@ -1,13 +1,12 @@
-// Kills a program between two changes that it makes to the file system or two children that it
-// starts:
+// Kills a program between two of its changes to the file system or two children that it starts:
 //
 //   kill-at-step PROCESS-ID STEP
 //
-// Says "ready" when every thread of the program is watched. The program is killed in front of its
-// STEPth step, counted from 1, and the status is 0; STEP 0 is never reached. When the program has
-// ended by itself the number of its steps is printed, and the status is 1. A step is a system call
-// that creates, writes, renames or removes a file or a directory; starting a child process is two,
-// in front of it and when the child runs.
+// Prints "ready" once every thread of the program is watched. The program is killed before its
+// STEPth step, counted from 1, and the status is 0; STEP 0 is never reached. If the program ends by
+// itself, the number of its steps is printed, and the status is 1. A step is a system call that
+// creates, writes, renames or removes a file or a directory; starting a child process is two steps,
+// before it and when the child runs.
 
 #include <fcntl.h>
 #include <linux/sched.h>
@@ -33,7 +32,7 @@ namespace {
 using CallInfo = __ptrace_syscall_info;
 
 constexpr auto changes = std::to_array<std::uint64_t>({
-#ifdef SYS_rename // Newer kinds of machines have only the calls that name a directory.
+#ifdef SYS_rename // Newer architectures have only the calls that name a directory.
     SYS_rename, SYS_unlink, SYS_rmdir, SYS_mkdir, SYS_symlink, SYS_link,
 #endif
     SYS_renameat, SYS_renameat2, SYS_unlinkat, SYS_mkdirat, SYS_symlinkat, SYS_linkat});
@@ -63,7 +62,7 @@ public:
         }
     }
 
-    /// Whether the program was killed; else it has ended by itself.
+    /// Returns whether the program was killed; otherwise it has ended by itself.
     bool run() {
         int status = 0;
         for (;;) {

@@ -1,4 +1,4 @@
-// A test program of its own, for it takes long.
+// A separate test program, because it takes long.
 
 #include "tests/support/RunCommand.h"
 #include "tests/support/TemporaryDirectory.h"

@@ -19,7 +19,7 @@ CLONE_NEWNS = 0x20000
 
 
 class CommandFailed(Exception):
-    """A command's name and all that it said."""
+    """A command's name and all of its output."""
 
 
 def run(*command: str, **more: object) -> str:
@@ -76,8 +76,8 @@ class Release:
     @contextmanager
     def debian(self, name: str = "bare",
                prepare: Callable[[Debian], None] | None = None) -> Iterator[Debian]:
-        """A Debian that forgets all that is written, except in the build folder. What `prepare`
-        does to a bare one is kept in the cache under the name."""
+        """Returns a Debian that forgets all changes, except in the build folder. The result of
+        `prepare` on a bare one is kept in the cache under the name."""
         tree = f"{self._cache}/{name}"
         if prepare is not None:
             self._cached(tree, lambda unfinished: self._prepare(unfinished, prepare))
@@ -141,8 +141,8 @@ def enter_mount_namespace() -> None:
 
 
 def release_or_skip(number: str, cache: str) -> Release:
-    """The release, bootstrapped. Where that is not possible, says why and ends with
-    status 77."""
+    """Returns the release, bootstrapped. If that is not possible, says why and ends with status
+    77."""
     if number not in SUITES:
         sys.exit(f"The releases are {' and '.join(SUITES)}.")
     try:

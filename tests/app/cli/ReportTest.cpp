@@ -46,7 +46,7 @@ public:
     }
 };
 
-/// Keeps what a person would read.
+/// Records what a person would read.
 class KeptOutput : public cli::TextOutput {
 public:
     std::string text;
@@ -202,7 +202,7 @@ TEST_F(ReportTest, ListsForAProgram) {
                                          {"size", 1234}}));
 }
 
-/// For a scope, the working directory is one that does not exist.
+/// Makes the working directory, for a scope, one that does not exist.
 class WithoutWorkingDirectory {
 public:
     WithoutWorkingDirectory() {

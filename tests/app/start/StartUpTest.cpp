@@ -35,7 +35,7 @@ std::ptrdiff_t lineEnds(const std::string& text) {
     return std::ranges::count(text, '\n');
 }
 
-/// One line of the program's own, with this in it, and nothing else.
+/// Matches a single line of the program's own that contains this text.
 auto oneLineWith(const std::string& what) {
     return AllOf(StartsWith("kelvane-uninstaller: "), HasSubstr(what), ResultOf(lineEnds, 1));
 }

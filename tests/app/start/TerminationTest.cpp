@@ -1,4 +1,4 @@
-// What becomes of the log when somebody presses Cancel: the program itself, with entries queued.
+// What becomes of the log after Cancel: the program itself, with entries queued.
 
 #include "app/AppController.h"
 #include "app/PlanInventory.h"
@@ -58,8 +58,8 @@ protected:
     }
 
     /// Presses Cancel while the write queue holds so many operations: one that waits, and entries
-    /// behind it. That one goes on once the program waits for it, or once the log has been ended.
-    /// Then tells, on standard error, how many entries the log has.
+    /// after it. That one continues once the program waits for it, or once the log has been ended.
+    /// Then prints the log's number of entries on standard error.
     void cancelWithOperations(int count) {
         auto& application = platform::service<Application>();
         static std::atomic<bool> terminating{false};
@@ -90,7 +90,7 @@ protected:
     TemporaryDirectory directory;
     /// The process that ends cannot delete its own directory, so it has one inside this process's.
     ScopedEnvironment directoryOfChild{"TMPDIR", directory.path()};
-    // The program appends to a log named after its executable, and starts none.
+    // The program appends to a log named after its executable, and does not start one.
     const std::string log = directory.write("Logs/Quillfen/app_termination_tests.1.log");
     ScopedEnvironment runtime{"XDG_RUNTIME_DIR", directory.path()};
     ScopedEnvironment platform_{"QT_QPA_PLATFORM", "offscreen"};

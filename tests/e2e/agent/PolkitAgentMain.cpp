@@ -1,12 +1,12 @@
-// Stands in for the person at the desktop's password question, for one process:
+// Plays the person at the desktop's password question, for one process:
 //
 //   polkit-agent PROCESS dismiss
 //   polkit-agent PROCESS silent
 //   polkit-agent PROCESS answer PASSWORD ...
 //
-// It gives the passwords in turn, as whoever of the administrators is the current user, or else the
-// first of them, and gives up when there are no more. It prints "ready", then "asked" whenever it
-// is asked something, and ends with its standard input.
+// It answers with the passwords in turn, as the current user if that is an administrator, otherwise
+// as the first administrator, and dismisses the question when there are no more. It prints "ready",
+// then "asked" for each question, and ends with its standard input.
 
 #include "platform/linux/authorization/PolkitAgent.h"
 

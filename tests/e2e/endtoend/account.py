@@ -43,7 +43,7 @@ class Account:
         return subprocess.Popen(command, env=self.environment(), **options)
 
     def run(self, command: Sequence[str], **options: Any) -> subprocess.CompletedProcess[bytes]:
-        """Runs a command as this user to its end and gives what it printed."""
+        """Runs a command as this user to its end and returns its output."""
         with self.start(command, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
                         stderr=subprocess.PIPE, **options) as process:
             out, errors = process.communicate()

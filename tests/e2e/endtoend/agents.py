@@ -1,4 +1,4 @@
-"""The suite's background jobs: running before an uninstall, gone without a trace after it."""
+"""The suite's background jobs: running before an uninstall, gone without trace after it."""
 
 from __future__ import annotations
 
@@ -32,7 +32,7 @@ class Agents:
         self._jobs: list[_Job] = []
 
     def load(self) -> None:
-        """Loads every job and sees that it runs. Raises NoManager where that cannot be."""
+        """Loads every job and checks that it runs. Raises NoManager if that is impossible."""
         for label, program in plan.AGENTS.items():
             done = self._account.run([self._launchctl, "load", self._file(label)])
             if done.returncode != 0:
@@ -41,7 +41,8 @@ class Agents:
             self._jobs.append(_Job(label, process, os.pidfd_open(process)))
 
     def look(self, are_files_kept: bool = False) -> list[str]:
-        """Prints what is left of each job, in a line, and gives all that should be gone."""
+        """Prints in one line what is left of each job, and returns everything that should be
+        gone."""
         problems = []
         for job in self._jobs:
             has_ended = bool(select.select([job.ended], [], [], PATIENCE_SECONDS)[0])
@@ -59,7 +60,7 @@ class Agents:
         return f"{self._account.home}/Library/LaunchAgents/{label}.plist"
 
     def _process(self, label: str, program: str) -> int | None:
-        """The job's process, once it runs the program."""
+        """Returns the job's process, once it runs the program."""
         lines = self._account.run([self._launchctl, "list"]).stdout.decode().splitlines()
         for process, _, name in (line.split("\t") for line in lines[1:]):
             if name == label and process.isdigit() and _executable(process) == program:
@@ -67,7 +68,7 @@ class Agents:
         return None
 
     def _units(self, label: str) -> list[str]:
-        """Units that the manager knows of the job, and files of units."""
+        """Returns the manager's units of the job, and the files of units."""
         listed = self._account.run(["systemctl", "--user", "--no-pager", "--plain", "--no-legend",
                                     "list-units", "--all", f"{label}.*"])
         if listed.returncode != 0:

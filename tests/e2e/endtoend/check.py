@@ -23,14 +23,14 @@ MAY_APPEAR = re.compile(
 
 @dataclass(frozen=True)
 class Writing:
-    """What another program of the desktop writes in the home folder while it looks on."""
+    """What another program of the desktop writes in the home folder during a run."""
 
     type: str
     path: re.Pattern[str]
 
 
-# gvfs keeps the notes of file managers on files, one database for a volume, and takes those on an
-# item that goes to the Trash along. A database has a journal, and is replaced as a whole.
+# gvfs keeps file managers' metadata of files, one database for each volume, and moves an item's
+# metadata along when it is trashed. A database has a journal, and is replaced as a whole.
 OTHERS_WRITINGS = (
     Writing("folder", re.compile(r"/\.local/share/gvfs-metadata")),
     Writing("file", re.compile(
@@ -43,9 +43,9 @@ class Run(Enum):
     """How the uninstall came to its end."""
 
     WHOLE = "whole"
-    # It was killed: an item may be in its place still.
+    # It was killed: an item may still be in its place.
     CUT_SHORT = "cut short"
-    # It was killed, and done again to the end.
+    # It was killed, and then repeated to the end.
     REPEATED = "repeated"
 
 
@@ -62,7 +62,7 @@ class Item:
 
 @dataclass
 class Report:
-    """What became of all planned items, and everything that is not as it should be."""
+    """What became of all planned items, and every problem."""
 
     rows: Counter[int]
     right: Right = Right.NOT_NEEDED
@@ -72,9 +72,9 @@ class Report:
 
 def check(manifest: Manifest, remove_shared: bool, right: Right = Right.NOT_NEEDED,
           run: Run = Run.WHOLE) -> Report:
-    """Where the right is needed it is for all items in folders of others. They get into the Trash
-    without a note of where they came from; when it is refused they have to stay. A run that
-    was killed may have left notes of items that it did not move any more."""
+    """If the right is needed, it is for all items in folders of others. They get into the Trash
+    without a trashinfo; if the right is refused they must stay. A killed run may have left the
+    trashinfo of an item that it did not move."""
     skipped = frozenset() if remove_shared else plan.SHARED_STEPS
     rows = Counter(place.step for place in manifest.places() if place.step not in skipped)
     planned = {path: step for path, step in manifest.planned().items() if step not in skipped}
@@ -82,7 +82,7 @@ def check(manifest: Manifest, remove_shared: bool, right: Right = Right.NOT_NEED
 
 
 def changes(manifest: Manifest) -> list[str]:
-    """All that is not as it was before."""
+    """Returns everything that differs from before."""
     return _Check(manifest, Report(Counter()), {}, Run.WHOLE).report.problems
 
 
@@ -116,7 +116,7 @@ class _Check:
         self.report.problems.append(f"{printable(path)}: {what}")
 
     def _group_content(self, owners: list[str]) -> None:
-        """Notes for every owner all that was in it, and for the rest that it must stay."""
+        """Records for every owner everything that was in it, and for the rest that it must stay."""
         self._content: dict[str, list[str]] = {path: [] for path in owners}
         self._staying: list[str] = []
         for path in self._before:
@@ -126,7 +126,7 @@ class _Check:
             (self._content[owner] if owner else self._staying).append(path)
 
     def _read_trash(self) -> dict[str, list[str]]:
-        """Names in the Trash by the path that each came from, but for those of earlier times."""
+        """Returns the names in the Trash by the path that each came from, except earlier ones."""
         found: dict[str, list[str]] = {}
         folder = f"{self._trash}/info"
         for file in os.listdir(folder) if os.path.isdir(folder) else []:
@@ -153,13 +153,13 @@ class _Check:
         return [name for name in names if "/" not in name]
 
     def _unnoted(self, entries: dict[str, Entry]) -> list[str]:
-        """Names in the Trash of which nothing says where they came from."""
+        """Returns the names in the Trash without a trashinfo."""
         return [name for name in self._names_in_trash(entries)
                 if f"{self._trash}/info/{name}.trashinfo" not in entries]
 
     def _names_of_no_stray(self) -> list[str]:
-        """The unnoted names of what has come into the Trash since. What lay there without a note
-        may have got another name, but has to be there, whole."""
+        """Returns the names without a trashinfo that are new in the Trash. An earlier item without
+        a trashinfo may have got another name, but must be there, whole."""
         names = self._unnoted(self._after)
         for stray in self._strays:
             own = [name for name in names if self._stands_whole(stray, self._in_trash(name))]
@@ -178,7 +178,7 @@ class _Check:
         self._report(path, step, *self._whereabouts(path, step in plan.DELETING_STEPS, names))
 
     def _check_moved(self, path: str, step: int) -> None:
-        """An item that a privileged tool has moved, which leaves no note."""
+        """Checks an item that a privileged tool has moved, which leaves no trashinfo."""
         names = [name for name in self._unnoted_names
                  if is_name_in_trash(name, os.path.basename(path))]
         if path not in self._after and len(names) == 1:
@@ -193,8 +193,8 @@ class _Check:
                      False)
 
     def _check_after_kill(self, path: str, step: int, noted: list[str]) -> None:
-        """An item of a run that was killed: whole, and at one place only. A note may be of another
-        item, so that the content decides."""
+        """Checks an item of a killed run: whole, and at one place only. A trashinfo may belong to
+        another item, so the content decides."""
         original = os.path.basename(path)
         names = {*noted, *(name for name in self._names if is_name_in_trash(name, original))}
         places = [self._in_trash(name) for name in sorted(names)
@@ -212,7 +212,7 @@ class _Check:
             self._report(path, step, "unclear", False)
 
     def _whereabouts(self, path: str, is_deleted: bool, names: list[str]) -> tuple[str, bool]:
-        """Where an item is now, and whether all of it is where it should be."""
+        """Returns where an item is now, and whether all of it is where it should be."""
         if not is_deleted and path not in self._after and len(names) == 1:
             where = self._in_trash(names[0])
             self._expected.add(f"{self._trash}/info/{names[0]}.trashinfo")
@@ -224,7 +224,8 @@ class _Check:
         return where, False
 
     def _stands_whole(self, path: str, where: str) -> bool:
-        """Whether all that an item held stands elsewhere; says nothing when it does not."""
+        """Returns whether everything that an item held exists elsewhere; reports no problem if
+        not."""
         return all(self._before[inner] == self._after.get(where + inner[len(path):])
                    for inner in self._content[path])
 
@@ -253,11 +254,12 @@ class _Check:
                 self._problem(path, "has appeared")
 
     def _inside_home(self, path: str) -> str:
-        """A path as it is seen from the home folder; empty for those outside."""
+        """Returns a path relative to the home folder; empty for those outside."""
         return path.removeprefix(self._home) if path.startswith(f"{self._home}/") else ""
 
     def _is_others_writing(self, path: str) -> bool:
-        """Whether all that there was and is at a path is another program's, run by the user."""
+        """Returns whether everything at a path, before and now, belongs to another program that the
+        user runs."""
         owner = self._before[self._home].owner
         kinds = {(entries[path].type, entries[path].owner)
                  for entries in (self._before, self._after) if path in entries}
@@ -266,8 +268,8 @@ class _Check:
 
 
 def is_name_in_trash(name: str, original: str) -> bool:
-    """Whether an item of this original name may have the name in the Trash: its own, with the time
-    where that was taken, or numbered where a later item has taken it."""
+    """Returns whether an item of this original name may have the name in the Trash: its own, with
+    the time if that was taken, or numbered if a later item has taken it."""
     stem, extension = os.path.splitext(original)
     stamped = re.escape(f"{stem}_") + r"\d{14}" + re.escape(extension or ".")
     numbered = re.escape(stem) + r" \d+" + re.escape(extension)
@@ -275,7 +277,7 @@ def is_name_in_trash(name: str, original: str) -> bool:
 
 
 def printable(path: str) -> str:
-    """A path for a person to read, whatever bytes it has."""
+    """Returns a path in readable form, whatever bytes it has."""
     return os.fsencode(path).decode(errors="backslashreplace")
 
 
@@ -284,7 +286,7 @@ def _size(count: int) -> str:
 
 
 def print_report(report: Report, home: str) -> None:
-    """The table of all items, the counts by plan step with totals, and the problems."""
+    """Prints the table of all items, the counts by plan step with totals, and the problems."""
     def short(path: str) -> str:
         return printable(re.sub(f"^{re.escape(home)}/", "~/", path))
 

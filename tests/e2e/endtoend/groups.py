@@ -25,7 +25,7 @@ class Hierarchy:
 
 
 def hierarchies() -> list[Hierarchy]:
-    """Those of this machine. Raises Refused where there is none."""
+    """Returns those of this machine. Raises Refused if it has none."""
     own = {}
     for line in open("/proc/self/cgroup", encoding="utf-8"):
         _, controllers, path = line.rstrip("\n").split(":", 2)
@@ -45,10 +45,10 @@ def hierarchies() -> list[Hierarchy]:
 
 @contextmanager
 def made_for(uid: int, gid: int, parents: list[Hierarchy]) -> Iterator[list[str]]:
-    """Makes a group of a user's own in each hierarchy, and gives their paths. Processes enter them
-    before the block ends: until then no other copy removes the groups while they are empty.
+    """Creates a group for a user in each hierarchy, and returns their paths. Processes must enter
+    them before the block ends: until then no other copy removes the empty groups.
 
-    Groups that ended copies have left behind are removed first.
+    First removes groups that ended copies have left behind.
     """
     name = PREFIX + secrets.token_hex(4)
     with ExitStack() as locks:
@@ -68,7 +68,7 @@ def enter(groups: list[str]) -> None:
 
 
 def remove(folder: str) -> None:
-    """Removes a control group with those in it; those that have processes stay."""
+    """Removes a control group with its subgroups; groups with processes stay."""
     for path, _, _ in os.walk(folder, topdown=False):
         try:
             os.rmdir(path)
@@ -87,8 +87,8 @@ def _locked(folder: str) -> Iterator[None]:
 
 
 def _remove_left_behind(parents: list[Hierarchy]) -> None:
-    """Not those of a copy that is alive, which may have empty groups about to be used. Only the
-    unified hierarchy tells of processes in other namespaces; the groups of a copy bear one name."""
+    """Skips the groups of a live copy, which may be empty but about to be used. Only the unified
+    hierarchy shows processes in other namespaces; the groups of a copy share one name."""
     own = [(parent, name) for parent in parents for name in os.listdir(parent.folder)
            if name.startswith(PREFIX)]
     alive = {name for parent, name in own

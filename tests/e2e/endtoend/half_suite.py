@@ -1,4 +1,4 @@
-"""An installation that was cut short, or that somebody has half removed by hand."""
+"""An installation that was interrupted, or half removed by hand."""
 
 from __future__ import annotations
 
@@ -57,10 +57,10 @@ FATES: tuple[Callable[[str, str], None], ...] = (
 
 
 def halve(root: str, home: str) -> dict[str, str]:
-    """Leaves some items of an installed suite as they are, and takes away or mangles the others.
+    """Leaves some items of an installed suite unchanged, and removes or damages the others.
 
-    Gives the path of the application that has moved, by its place. Links that take the place of
-    items lead to the user's own music.
+    Returns the path of the moved application, by its original place. Links that replace items lead
+    to the user's own music.
     """
     moved = {root + MOVED: f"{home}/{MOVED_TO}"}
     places = dict.fromkeys(place.path for place in plan.places(root, home, [*MATCHING_RECEIPTS]))

@@ -14,12 +14,13 @@ exec {HELD} "$@"
 
 
 class HeldTool:
-    """From its making until `release`, whoever runs the tool waits. For a copy of the machine."""
+    """Makes every run of the tool wait, from creation until `release`. For a copy of the
+    machine."""
 
     def __init__(self) -> None:
         os.mkfifo(GATE)
         os.chmod(GATE, 0o644)
-        # Open at both ends, so that a word of release lies ready for a tool that comes later.
+        # Open at both ends, so that a release is kept for a tool that starts later.
         self._gate = os.open(GATE, os.O_RDWR)
         os.rename(TOOL, HELD)
         with open(TOOL, "x", encoding="ascii") as file:
@@ -30,7 +31,7 @@ class HeldTool:
         os.write(self._gate, b"go\n")
 
     def restore(self) -> None:
-        """Puts the tool back in its place, when nobody waits any more."""
+        """Puts the tool back in its place, once nobody waits any more."""
         os.rename(HELD, TOOL)
         os.close(self._gate)
         os.unlink(GATE)

@@ -21,8 +21,8 @@ TERMINAL_OPTIONS = "newinstance,ptmxmode=0666,mode=620,gid=5"
 # Folders that may be file systems of their own and that programs are run from.
 SYSTEM_FOLDERS = ("/usr", "/etc", "/opt", "/var", "/var/lib")
 DEVICES = ("null", "zero", "full", "random", "urandom", "tty")
-# Moves between layers need redirect_dir; with xino all of the copy is one device, as programs that
-# compare device numbers expect. Kernels that refuse either still make a usable copy.
+# Moves between layers need redirect_dir; with xino the whole copy is one device, as programs that
+# compare device numbers expect. A kernel that refuses either still makes a usable copy.
 OVERLAY_OPTIONS = ("xino=on,redirect_dir=on", "redirect_dir=on", "")
 
 # The status of a command that would need a copy where none can be made.
@@ -64,7 +64,7 @@ def _bind(source: str, target: str, *, writable: bool) -> None:
 
 
 def _open_the_way(root: str, path: str) -> None:
-    """Lets every user of the copy walk down to a path."""
+    """Lets every user of the copy reach a path."""
     os.makedirs(root + path, exist_ok=True)
     folder = os.path.dirname(path)
     while folder != "/":
@@ -103,7 +103,7 @@ def _change_root(root: str) -> None:
     try:
         _run("pivot_root", root, root + old)
     except Refused:
-        # The machine's own root is no mount, as in a chroot.
+        # The machine's own root is not a mount, as in a chroot.
         os.chroot(root)
     else:
         os.chdir("/")
@@ -115,10 +115,10 @@ def _change_root(root: str) -> None:
 def enter(tree: str, writable: Iterable[str], sockets: str | None) -> None:
     """Makes the copy and moves this process into it.
 
-    Called as root by the first process of new mount and process namespaces. The folder `tree` is
-    seen read-only at its own path; the folders `writable` and the folder of sockets are the
-    machine's own. What differs from the machine is seen at CHANGES, by root.
-    Raises Refused when the kernel does not let the copy be made.
+    Called as root by the first process of new mount and process namespaces. The folder `tree`
+    appears read-only at its own path; the folders `writable` and the folder of sockets are the
+    machine's own. Root sees the differences from the machine at CHANGES. Raises Refused if the
+    kernel does not allow the copy.
     """
     _run("mount", "-t", "tmpfs", "-o", "mode=755", "tmpfs", SCAFFOLD)
     root = f"{SCAFFOLD}/root"

@@ -1,4 +1,4 @@
-"""The manifest: what stood where before an uninstall."""
+"""The manifest: what existed where before an uninstall."""
 
 from __future__ import annotations
 
@@ -21,9 +21,9 @@ class Manifest:
     watched: list[Watched]
     processes: list[Process]
     entries: dict[str, Entry]
-    # Where applications stand that are not in their places, by their places.
+    # Where applications are that are not in their places, by their places.
     moved: Mapping[str, str] = field(default_factory=dict)
-    # Links that lead nowhere count as missing, and stay.
+    # Dangling links count as missing, and stay.
     broken_links: list[str] = field(default_factory=list)
 
     @staticmethod
@@ -35,14 +35,14 @@ class Manifest:
         return Manifest(root, home, watched, processes, entries, moved or {}, broken)
 
     def places(self) -> list[plan.Place]:
-        """The rows of the plan, receipts included, whether or not something stands there."""
+        """Returns the rows of the plan, receipts included, whether or not an item exists there."""
         folder = f"{self.root}/Library/Receipts/"
         names = [path.removeprefix(folder) for path in self.entries if path.startswith(folder)]
         return plan.places(self.root, self.home, [name for name in names if "/" not in name],
                            self.moved)
 
     def planned(self) -> dict[str, int]:
-        """What stands at places of the plan, with the step that takes it."""
+        """Returns the items at places of the plan, with the step that takes each."""
         steps: dict[str, int] = {}
         for place in self.places():
             if place.path in self.entries and place.path not in self.broken_links:
@@ -50,12 +50,12 @@ class Manifest:
         return steps
 
     def is_in_others_folder(self, path: str) -> bool:
-        """Whether an item stands where the user of the home folder may not take it away."""
+        """Returns whether an item is where the user of the home folder may not remove it."""
         folder = self.entries.get(os.path.dirname(path))
         return folder is not None and folder.owner != self.entries[self.home].owner
 
     def write(self, file: str) -> None:
-        """One JSON object a line: the frame first, then every entry."""
+        """Writes one JSON object a line: the frame first, then every entry."""
         planned = self.planned()
         frame = {"root": self.root, "home": self.home, "watched": list(map(asdict, self.watched)),
                  "processes": list(map(asdict, self.processes)), "moved": dict(self.moved),

@@ -24,7 +24,7 @@ PR_SET_CHILD_SUBREAPER = 36
 
 
 def refuse_if_in_the_way() -> None:
-    """Raises Refused where a folder exists already, or a process has a name that is stopped."""
+    """Raises Refused if a folder exists already, or a process has a name that is stopped."""
     for folder in LOCAL_FOLDERS:
         if os.path.lexists(folder):
             raise Refused(f"{folder} exists already")
@@ -47,7 +47,7 @@ def _make(account: Account) -> list[str]:
 
 
 def _fork(task: Callable[[], int]) -> int:
-    """Starts a process that does a task and ends with its status, and gives its number."""
+    """Starts a process that does a task and ends with its status, and returns its id."""
     sys.stdout.flush()
     if child := os.fork():
         return child
@@ -72,8 +72,8 @@ def _adopt_orphans() -> None:
 
 
 def _end_all(worker: int, ended: int) -> int:
-    """Ends the worker's group, then whatever descends from this process and is still there, and
-    gives the worker's status."""
+    """Ends the worker's group, then all remaining descendants of this process, and returns the
+    worker's status."""
     try:
         os.killpg(worker, signal.SIGTERM)
     except ProcessLookupError:
@@ -94,7 +94,7 @@ def _children() -> list[int]:
 
 
 def _keep_house(account: Account, alive: int, work: Callable[[str, str], int]) -> int:
-    """Makes the folders, has the work done by a child, and removes the folders when the child has
+    """Creates the folders, lets a child do the work, and removes the folders once the child has
     ended or the reader `alive` says that this process's parent has."""
     _adopt_orphans()
     folders = _make(account)
@@ -109,10 +109,10 @@ def _keep_house(account: Account, alive: int, work: Callable[[str, str], int]) -
 
 
 def run(account: Account, work: Callable[[str, str], int]) -> int:
-    """Does `work` with the paths of a home folder and a session folder, and gives its status.
+    """Does `work` with the paths of a home folder and a session folder, and returns its status.
 
-    The work is done in a process group of its own; all that it started is ended and all folders
-    are removed at its end, also when this process is killed.
+    The work runs in its own process group; at its end everything that it started is ended and all
+    folders are removed, even if this process is killed.
     """
     alive, hold = os.pipe()
 

@@ -1,4 +1,4 @@
-"""Another user of the machine, who has the same things, and what else bears the items' names."""
+"""Another user of the machine with the same items, and other things with the items' names."""
 
 from __future__ import annotations
 
@@ -17,15 +17,15 @@ IN_SHARED_FOLDERS = ("/Applications/Quillfen/Kelvane/Guest's Notes.txt",
                      "/Library/Documentation/Quillfen/Kelvane User Manual (Guest).pdf",
                      "/Library/Preferences/com.quillfen.Guest.plist",
                      "/Library/Receipts/Guest.pkg/Archive.bom")
-# Names of items that lie in the Trash already: with a note of where they came from, and without.
+# Names of items that are in the Trash already: with a trashinfo, and without.
 NOTED = ("Dunmarl.app", "com.quillfen.Dunmarl.plist", "com.quillfen.Caddamir")
 STRAY = ("Vellicor.app", "com.quillfen.Ospenth.plist", "com.quillfen.Stelbrin",
          "Kelvane User Manual.pdf", "install kelvane 2.pkg")
 
 
 def install(account: Account) -> list[Process]:
-    """Makes the other user, with a whole suite at home, and things that the suite's user `account`
-    and this one have in each other's way. Gives the processes to run."""
+    """Creates the other user, with a whole suite at home, and items with which the suite's user
+    `account` and this one are in each other's way. Returns the processes to run."""
     subprocess.run(["useradd", "--create-home", NAME], check=True)
     other = Account.named(NAME)
     SampleSuite("", other.home, cache_files=50).install_in_home()
@@ -55,7 +55,7 @@ def _fill_trash(home: str, names: list[str] | tuple[str, ...]) -> None:
 
 
 def _write_item(path: str, text: str) -> None:
-    """A bundle for the name of a bundle, else a file."""
+    """Creates a bundle for the name of a bundle, otherwise a file."""
     _write(f"{path}/Contents/Info.plist" if path.endswith(".app") else path, f"{text}: {path}")
 
 

@@ -1,7 +1,7 @@
 """What an uninstall takes away, written down a second time, independent of the program.
 
 Every place is one row of the program's plan. A step takes what earlier steps have left: the
-applications go in step 2, so that step 4 finds nothing.
+applications go in step 2, so step 4 finds nothing.
 """
 
 from __future__ import annotations
@@ -27,16 +27,16 @@ TITLES = {
     14: "machine-wide preferences", 15: "shared machine-wide preferences",
     16: "launch agents", 17: "launch agents' files", 18: "receipts", 19: "package receipts",
 }
-# These ask for applications by their identifiers, wherever they are.
+# These find applications by their identifiers, wherever they are.
 LOOKUP_STEPS = frozenset({2, 3})
 SHARED_STEPS = frozenset({3, 5, 7, 9, 12, 15})
-# What these steps take away is deleted with its job instead of moved to the Trash.
+# The items of these steps are deleted with their jobs, not moved to the Trash.
 DELETING_STEPS = frozenset({16})
 
 
 @dataclass(frozen=True)
 class Place:
-    """One row of the plan: what step looks where."""
+    """One row of the plan: which step looks where."""
 
     step: int
     path: str
@@ -94,11 +94,12 @@ def _user_places() -> list[Place]:
 
 def places(root: str, home: str, receipts: list[str],
            moved: Mapping[str, str] | None = None) -> list[Place]:
-    """Every row that names a place, in the plan's order.
+    """Returns every row that names a place, in the plan's order.
 
-    `root` is where the machine-wide folders stand ("" for the machine itself), `receipts` are the
-    names in the receipts folder; those that do not match are left out. `moved` has the paths of
-    applications that only their identifiers lead to, by the places where they would be.
+    `root` is the parent of the machine-wide folders ("" for the machine itself); `receipts` are the
+    names in the receipts folder, of which those that do not match are left out. `moved` has the
+    paths of applications that are found only by their identifiers, by the places where they would
+    be.
     """
     found = [Place(place.step, root + place.path) for place in _local_places()]
     found = [Place(place.step, (moved or {}).get(place.path, place.path))

@@ -7,13 +7,13 @@ import subprocess
 
 
 class Refused(Exception):
-    """There is something that this machine does not permit; the text names it."""
+    """The machine does not permit something; the text names it."""
 
 
 def words_for_root() -> list[str]:
-    """The words that have a command run as root; none when this is root.
+    """Returns the words that make a command run as root; empty for root.
 
-    Asks for a password only on a terminal. Raises Refused where root cannot be had.
+    Asks for a password only on a terminal. Raises Refused if root is not available.
     """
     if os.geteuid() == 0:
         return []

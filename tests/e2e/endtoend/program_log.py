@@ -1,4 +1,4 @@
-"""What the uninstaller says: in the log that it finds and appends to, and on standard error."""
+"""The uninstaller's messages: in the log that it finds and appends to, and on standard error."""
 
 from __future__ import annotations
 
@@ -15,7 +15,7 @@ class ProgramLog:
     """An empty log for a program, in the home folder of the account that runs it; without one it
     prints what it cannot log. `errors` is a file to be its standard error.
 
-    Root has none: its log would lie in the machine-wide folders, where nothing may appear.
+    Root has no log: it would be in the machine-wide folders, where nothing may appear.
     """
 
     def __init__(self, account: Account, program: str) -> None:
@@ -35,7 +35,7 @@ class ProgramLog:
         return path
 
     def show(self) -> None:
-        """Prints the last lines of all that was said."""
+        """Prints the last lines of all messages."""
         if self._path:
             with open(self._path, "rb") as file:
                 show_last(self._path, file.read())

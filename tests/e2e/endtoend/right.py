@@ -1,4 +1,4 @@
-"""The administrator's right in a copy of the machine: the services that give it, and the person at
+"""The administrator's right in a copy of the machine: the services that grant it, and the person at
 the password question."""
 
 from __future__ import annotations
@@ -22,7 +22,7 @@ TOOLS = (b"pkexec\n", b"kelvane-helper\n", b"launchctl\n", b"killall\n")
 class Right(Enum):
     """What becomes of the administrator's right in an uninstall."""
 
-    # All that is to be taken away belongs to the account.
+    # Every item of the plan belongs to the account.
     NOT_NEEDED = "not-needed"
     GIVEN = "given"
     REFUSED = "refused"
@@ -36,7 +36,7 @@ def start_services() -> None:
 
 
 class Person:
-    """Stands in for the desktop's polkit agent and whoever sits there, for one program."""
+    """Plays the desktop's polkit agent and the person there, for one program."""
 
     def __init__(self, account: Account, agent: str, program: int, right: Right) -> None:
         manner = ["answer", PASSWORD] if right is Right.GIVEN else ["dismiss"]
@@ -48,14 +48,13 @@ class Person:
             raise RuntimeError("polkit takes no agent for the password question")
 
     def leave(self) -> int:
-        """Ends the agent and gives the number of questions that it was asked."""
+        """Ends the agent and returns the number of questions that it was asked."""
         answered, _ = self._agent.communicate()
         return answered.count(b"asked\n")
 
 
 def wait_for_tools() -> None:
-    """Waits until the tools are done that outlive the program: a helper ends with the last of its
-    own."""
+    """Waits for the tools that outlive the program: a helper ends with its last tool."""
     for process in filter(str.isdigit, os.listdir("/proc")):
         try:
             with open(f"/proc/{process}/comm", "rb") as name:

@@ -41,7 +41,7 @@ class Installed(Enum):
 
 @dataclass(frozen=True)
 class Options:
-    """What a scenario is to be like."""
+    """The options of a scenario."""
 
     program: str
     pictures: str
@@ -50,27 +50,28 @@ class Options:
     cache_files: int
     # Small files beside those that the suite has anyway.
     more_files: int
-    # Another user has the same things, and the Trash holds namesakes; in a copy of the machine.
+    # Another user has the same items, and the Trash holds items of the same names; in a copy of the
+    # machine.
     has_other_user: bool
-    # The folder of the launch agents is root's, with all in it.
+    # The folder of the launch agents belongs to root, with its contents.
     locks_agents: bool
     # In a copy of the machine jobs are loaded, and the administrator's right is asked for.
     is_in_copy: bool
     # A tool is held for a moment, so that the progress window is seen.
     holds_tool: bool
-    # The machine-wide items are root's unless the right is not needed.
+    # The machine-wide items belong to root unless the right is not needed.
     right: Right
     # Cancel is pressed where otherwise the uninstall would begin.
     cancels: bool = False
 
     @property
     def build(self) -> str:
-        """The build folder that the program lies in."""
+        """Returns the build folder of the program."""
         return os.path.dirname(os.path.dirname(self.program))
 
 
 class Scenario:
-    """An uninstall in a session, with `watched` showing all that may change."""
+    """An uninstall in a session; `watched` covers everything that may change."""
 
     def __init__(self, options: Options, session: Session, watched: list[Watched]) -> None:
         self._options = options
@@ -89,7 +90,7 @@ class Scenario:
         self._begin = 0.0
 
     def run(self) -> int:
-        """Does it all, prints what came of it, and gives the exit status."""
+        """Runs the scenario, prints the result, and returns the exit status."""
         manifest = self._install()
         self._log = ProgramLog(self._account, self._options.program)
         self._start_companions(manifest.processes)
@@ -119,7 +120,7 @@ class Scenario:
         return 1 if self._problems or report.problems else 0
 
     def _report_cancelled(self, manifest: Manifest) -> int:
-        """What a person sees who has pressed Cancel."""
+        """Checks what a person sees after pressing Cancel."""
         for process, started in self._companions:
             if started.poll() is not None:
                 self._problems.append(f"{process.path} is not running")
@@ -139,7 +140,7 @@ class Scenario:
         return self._options.cancels or not self._session.is_private
 
     def _perform(self, manifest: Manifest) -> Report:
-        """The uninstall itself, and what came of it."""
+        """Runs the uninstall, and checks the result."""
         self._uninstall()
         wait_for_tools()
         if self._has_begun:
@@ -233,7 +234,8 @@ class Scenario:
 
     @contextmanager
     def _running_program(self) -> Iterator[subprocess.Popen[bytes]]:
-        """The program, with the person who answers its questions; killed if it has not ended."""
+        """Runs the program, with the person who answers its questions; kills it if it does not
+        end."""
         self._begin = time.monotonic()
         with self._account.start([self._options.program], stdin=subprocess.DEVNULL,
                                  stderr=self._log.errors) as program:
@@ -246,7 +248,7 @@ class Scenario:
                     self._questions = person.leave()
 
     def _person_for(self, program: subprocess.Popen[bytes]) -> Person | None:
-        """Who answers the question for the password."""
+        """Returns who answers the question for the password."""
         if self._options.right is Right.NOT_NEEDED:
             return None
         if not self._session.is_private:
@@ -271,7 +273,7 @@ class Scenario:
         if self._options.cancels:
             return screen.press_key("Escape")
         if self._options.remove_shared:
-            # The checkbox is the first to have the keyboard. Its mnemonic would tick it only a moment
+            # The checkbox has the keyboard focus first. Its mnemonic would tick it only a moment
             # later, perhaps after the click.
             screen.press_key("space")
             self._keep("main", screen.drawn_picture(main, unlike=picture))
@@ -320,7 +322,7 @@ class Scenario:
 
 
 def count_rows(manifest: Manifest, remove_shared: bool) -> int:
-    """The rows of the plan that find an item in root's folders as long as none goes."""
+    """Returns the rows of the plan that find an item in root's folders while none is moved."""
     planned = manifest.planned()
 
     def finds(place: plan.Place) -> bool:

@@ -22,7 +22,7 @@ class Window:
 
 
 class Screen:
-    """The display of an account's session, as far as one program shows windows on it."""
+    """One program's windows on the display of an account's session."""
 
     def __init__(self, account: Account, program: subprocess.Popen[bytes]) -> None:
         self._account = account
@@ -33,13 +33,13 @@ class Screen:
         return self._account.run(["xdotool", *words]).stdout.decode(errors="replace").strip()
 
     def windows(self) -> list[Window]:
-        """The windows that can be seen, in no order."""
+        """Returns the visible windows, in any order."""
         found = self._xdotool("search", "--all", "--onlyvisible", "--pid", str(self._program.pid),
                               "--classname", self._name).split()
         return [Window(number, self._xdotool("getwindowname", number)) for number in found]
 
     def wait_for_window(self) -> Window:
-        """The first window that the program shows."""
+        """Returns the first window that the program shows."""
         def first() -> Window | None:
             if self._program.poll() is not None:
                 raise RuntimeError(f"{self._name} ended with status {self._program.returncode} "
@@ -48,12 +48,12 @@ class Screen:
         return wait_for(f"a window of {self._name}", first)
 
     def picture(self, window: Window) -> bytes:
-        """The window as a PNG file; empty when it has gone."""
+        """Returns the window as a PNG file; empty if it is gone."""
         return self._account.run(["import", "-silent", "-window", window.number, "png:-"]).stdout
 
     def drawn_picture(self, window: Window, unlike: bytes = b"") -> bytes:
-        """The window once it is drawn and looks different from an earlier picture; empty when it
-        goes before that, as a person may be quicker."""
+        """Returns the window once it is drawn and differs from an earlier picture; empty if it goes
+        before that, because a person may be quicker."""
         def look() -> tuple[bytes] | None:
             picture = self.picture(window)
             if is_drawn(picture) and picture != unlike:
@@ -65,14 +65,14 @@ class Screen:
         return self._program.poll() is None and window.number in [w.number for w in self.windows()]
 
     def activate(self, window: Window) -> None:
-        """Gives the window the keyboard."""
+        """Moves the keyboard focus to the window."""
         self._xdotool("windowactivate", "--sync", window.number)
 
     def press_key(self, key: str) -> None:
         self._xdotool("key", key)
 
     def click_from_corner(self, window: Window, right: int, bottom: int) -> None:
-        """Clicks at so many pixels from the window's lower right corner."""
+        """Clicks this many pixels from the window's lower right corner."""
         lines = self._xdotool("getwindowgeometry", "--shell", window.number).splitlines()
         values = dict(line.split("=", 1) for line in lines if "=" in line)
         x, y = int(values["WIDTH"]) - right, int(values["HEIGHT"]) - bottom

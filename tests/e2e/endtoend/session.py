@@ -1,5 +1,5 @@
 """A desktop session: a display, a window manager and a session bus for one account, and a service
-manager where one can be had."""
+manager if possible."""
 
 from __future__ import annotations
 
@@ -32,7 +32,7 @@ class Display:
 
 
 def users_display() -> Display | None:
-    """The display of the person who started this, or None where there is none that answers."""
+    """Returns the display of the person who started this, or None if no display answers."""
     name = os.environ.get("DISPLAY")
     if not name:
         return None
@@ -46,10 +46,10 @@ def users_display() -> Display | None:
 class Session:
     """Runs from `with` to the end of its block; `account` then has the session's environment.
 
-    Without a display of the user's the session has a private one, with a window manager.
-    `folder` becomes the session's own folder, closed to other users. With `wants_manager`, in a copy
-    of the machine, the bus is that of a service manager; where there is none to be had, a line says
-    why, and the bus is a plain one.
+    Without a display of the user's the session has a private one, with a window manager. `folder`
+    becomes the session's own folder, closed to other users. With `wants_manager`, in a copy of the
+    machine, the bus is that of a service manager; if none can be started, a line says why, and the
+    bus is a plain one.
     """
 
     def __init__(self, account: Account, folder: str, display: Display | None,
@@ -99,7 +99,7 @@ class Session:
 
     def _start_and_read(self, command: Sequence[str], option: str) -> str:
         """Starts a service that writes a line about itself to the descriptor that an option names,
-        and gives the line."""
+        and returns the line."""
         reader, writer = os.pipe()
         with os.fdopen(reader) as lines:
             with os.fdopen(writer, "wb"):

@@ -1,4 +1,4 @@
-"""What stands in a folder: every entry with all that must stay the same when it is moved."""
+"""The contents of a folder: every entry with everything that must not change when it is moved."""
 
 from __future__ import annotations
 
@@ -8,7 +8,7 @@ import stat
 from collections.abc import Iterable
 from dataclasses import dataclass
 
-# Paths and names are text as os.fsdecode gives it: bytes that are no UTF-8 survive in it.
+# Paths and names are text from os.fsdecode, which preserves bytes that are not UTF-8.
 
 TYPES = {stat.S_IFREG: "file", stat.S_IFDIR: "folder", stat.S_IFLNK: "link", stat.S_IFIFO: "pipe",
          stat.S_IFSOCK: "socket", stat.S_IFCHR: "device", stat.S_IFBLK: "device"}
@@ -48,7 +48,7 @@ def entry_of(path: str) -> Entry:
 
 
 def take(watched: Iterable[Watched]) -> dict[str, Entry]:
-    """Every entry in the watched folders by path; a folder that does not exist has none."""
+    """Returns every entry in the watched folders by path; a missing folder has no entries."""
     found = {}
     for watch in watched:
         if watch.known_as and os.path.lexists(watch.folder):

@@ -1,4 +1,4 @@
-"""The sample suite: all that one installation leaves on a machine, and what stands beside it."""
+"""The sample suite: everything that one installation leaves on a machine, and its neighbours."""
 
 from __future__ import annotations
 
@@ -40,7 +40,7 @@ class Process:
 
     path: str
     is_stopped: bool
-    # Who runs it, where that is another than the user of the suite.
+    # Who runs it, if not the user of the suite.
     user: str = ""
 
 
@@ -51,7 +51,7 @@ class SampleSuite:
     root: str
     home: str
     cache_files: int
-    # Small files beside those that every suite has, spread over all that is taken away.
+    # Additional small files, spread over everything that is taken away.
     more_files: int = 0
     processes: list[Process] = field(default_factory=list)
 
@@ -210,7 +210,7 @@ class SampleSuite:
                      "Application Support/Quillfen/Brackish/Presets/A.preset",
                      "Caches/com.quillfen.Dunmarl.backup/data", "Caches/com.quillfen/data",
                      "Preferences/com.quillfen.Dunmarl2.plist",
-                     # These applications keep no such list that the suite knows of.
+                     # These applications keep no such list as far as the suite knows.
                      "Preferences/com.quillfen.Dunmarl.LSSharedFileList.plist",
                      "Preferences/com.quillfen.Harrowin.LSSharedFileList.plist"):
             self._file(f"{library}/{path}", 500)
@@ -283,7 +283,7 @@ class SampleSuite:
 
 
 def give(path: str, uid: int, gid: int) -> None:
-    """Makes a folder with all in it someone's own, if there is one."""
+    """Changes the owner of a folder with its contents, if an owner is given."""
     if os.path.lexists(path):
         os.chown(path, uid, gid, follow_symlinks=False)
     for folder, folders, files in os.walk(path):

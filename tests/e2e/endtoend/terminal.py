@@ -1,4 +1,4 @@
-"""A program on a terminal of its own, and a person who reads what it says and types."""
+"""A program on its own terminal, and a person who reads its output and types."""
 
 from __future__ import annotations
 
@@ -21,7 +21,7 @@ CTRL_C, CTRL_D = "\x03", "\x04"
 
 
 class Terminal:
-    """Runs from its making until the program has ended or `close`."""
+    """Runs from its creation until the program has ended or `close`."""
 
     def __init__(self, account: Account, command: Sequence[str], columns: int = 80) -> None:
         self._ours, theirs = pty.openpty()
@@ -35,7 +35,7 @@ class Terminal:
         os.close(theirs)
 
     def _read(self, deadline: float) -> bool:
-        """Reads what there is; False when nothing can come any more."""
+        """Reads the available output; returns False once no more can come."""
         if not select.select([self._ours], [], [], max(0.0, deadline - time.monotonic()))[0]:
             raise TooLate(f"the terminal said nothing new after {self.text()!r}")
         try:
@@ -47,7 +47,7 @@ class Terminal:
         return bool(new)
 
     def wait_for(self, text: str) -> None:
-        """Reads until a text has come that was not read before."""
+        """Reads until a text appears that was not read before."""
         deadline = time.monotonic() + PATIENCE_SECONDS
         while (found := self._unread.find(text.encode())) < 0:
             if not self._read(deadline):
@@ -66,7 +66,7 @@ class Terminal:
         os.write(self._ours, text.encode())
 
     def end(self) -> int:
-        """Reads to the end and gives the program's status."""
+        """Reads to the end and returns the program's status."""
         deadline = time.monotonic() + PATIENCE_SECONDS
         while self._read(deadline):
             pass
@@ -86,13 +86,13 @@ class Terminal:
         self.process.wait()
 
     def text(self) -> str:
-        """All that was said, as it stands on the screen at the end: of a line that was written over,
-        what was written last."""
+        """Returns all output as the screen shows it at the end: for an overwritten line, what was
+        written last."""
         said = self.said.decode(errors="replace").replace("\r\n", "\n")
         return re.sub(r"[^\n]*\r(?=[^\n])", "", said)
 
     def statuses(self) -> list[str]:
-        """What the line that moves has shown, one after another."""
+        """Returns the successive contents of the progress line."""
         return [part for line in self.said.decode(errors="replace").split("\r\n")
                 for part in line.split("\r") if re.match(r"\[[ =]+\]", part)]
 
@@ -104,7 +104,7 @@ def take_terminal(descriptor: int) -> None:
 
 def run_without_terminal(account: Account, command: Sequence[str], answers: bytes = b"") \
         -> subprocess.CompletedProcess[bytes]:
-    """Runs a program to its end that reads its answers from a pipe."""
+    """Runs a program that reads its answers from a pipe to its end."""
     with account.start(command, stdin=subprocess.PIPE, stdout=subprocess.PIPE,
                        stderr=subprocess.PIPE) as process:
         out, errors = process.communicate(answers, PATIENCE_SECONDS)

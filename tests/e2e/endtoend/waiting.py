@@ -13,12 +13,12 @@ PATIENCE_SECONDS = 60.0
 
 
 class TooLate(Exception):
-    """What was waited for did not come."""
+    """The awaited event did not happen in time."""
 
 
 def wait_for(what: str, ask: Callable[[], Result | None],
              patience: float = PATIENCE_SECONDS) -> Result:
-    """Asks again and again until there is an answer, and raises TooLate when none comes."""
+    """Asks repeatedly until there is an answer, and raises TooLate if none comes."""
     deadline = time.monotonic() + patience
     while not (answer := ask()):
         if time.monotonic() > deadline:

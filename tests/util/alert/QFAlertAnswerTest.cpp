@@ -27,7 +27,7 @@ void PrintTo(const Member& member, std::ostream* out) {
     *out << member.name;
 }
 
-/// Answers itself, as the members that ignore their delegate must never find out.
+/// A delegate that would answer itself; the members that ignore their delegate must never call it.
 class NeverAsked : public platform::Delegate {
 public:
     bool respondsTo(const std::string& /*selector*/) const override {

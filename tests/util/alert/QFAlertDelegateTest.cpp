@@ -40,7 +40,7 @@ private:
     std::string operation_;
 };
 
-/// Has itself taken from the alert whenever it is asked for its operations.
+/// Removes itself from the alert whenever it is asked for its operations.
 class ShyDelegate : public RecordingDelegate {
 public:
     using RecordingDelegate::RecordingDelegate;

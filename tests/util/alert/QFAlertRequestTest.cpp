@@ -61,7 +61,7 @@ private:
 
 class QFAlertRequestTest : public ::testing::Test {
 protected:
-    /// What alerts leave to the main thread still needs the services.
+    /// The work that alerts leave to the main thread still needs the services.
     ~QFAlertRequestTest() override { waitForMainThread(); }
 
     static void runOnMainThread(std::function<void()> work) {

@@ -18,7 +18,7 @@ protected:
         widget.setLayout(new QVBoxLayout);
     }
 
-    /// What the alert is attached to when it is asked for with the parent.
+    /// Returns what the alert is attached to when it is requested with the parent.
     QWidget* parentOfAlert() {
         QWidget* attached = nullptr;
         whenShown(message, [&](QWidget& window) {

@@ -15,7 +15,7 @@ namespace {
 
 constexpr const char* key = "hide-message";
 
-/// Shows an alert with the checkbox, clicks that `clicks` times, and presses the button. Gives
+/// Shows an alert with the checkbox, clicks that `clicks` times, and presses the button. Returns
 /// whether the box was ticked at first.
 bool wasTicked(const std::function<void(const std::function<void()>&)>& run, int clicks) {
     bool ticked = false;

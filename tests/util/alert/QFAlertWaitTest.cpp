@@ -95,7 +95,7 @@ private:
 
 class QFAlertWaitTest : public testing::Test {
 protected:
-    /// Answers with the alternate button in the wait's pass of this number.
+    /// Answers with the alternate button in this pass of the wait.
     void answerInPass(int number) {
         pauses.meanwhile = [this, passes = 0, number]() mutable {
             if (++passes == number) {
@@ -104,7 +104,7 @@ protected:
         };
     }
 
-    /// Answers and lets go of the alert.
+    /// Answers and releases the alert.
     void answer(int code) { std::exchange(panels.answer, nullptr)(code); }
 
     int ask(const std::shared_ptr<QFAlert>& alert = nullptr) {
@@ -176,7 +176,7 @@ TEST_F(QFAlertWaitTest, ClosesWhatWasNeverShownWithoutHarm) {
     EXPECT_TRUE(events.empty());
 }
 
-/// Timed alerts; the tests' own clock stands still, the timer's does not.
+/// Timed alerts; the tests' clock does not advance, the timer's does.
 class QFAlertIntervalTest : public QFAlertWaitTest {
 protected:
     static int ask(std::chrono::seconds interval) {
@@ -207,7 +207,7 @@ TEST_F(QFAlertIntervalTest, NeedsNoThreadOfItsOwn) {
         const std::filesystem::directory_iterator all("/proc/self/task");
         return std::distance(begin(all), end(all));
     };
-    EXPECT_EQ(ask(0s), 1); // the timer's thread is there
+    EXPECT_EQ(ask(0s), 1); // the timer's thread exists now
     answer(0);
     const auto before = threads();
     for (int count = 0; count < 50; ++count) {

@@ -27,7 +27,7 @@ protected:
         }
     }
 
-    /// Once the window of this title has the keyboard, types the keys on it.
+    /// Types the keys once the window with this title has the keyboard focus.
     static void typeOn(const std::string& title, const QStringList& keys) {
         whenActive(title, [keys](QWidget&) { useInput(QStringList("key") + keys); });
     }
@@ -56,7 +56,7 @@ protected:
         return {"mousemove", QString::number(place.x()), QString::number(place.y()), "click", "1"};
     }
 
-    /// The answer on the main thread when the keys are typed on the alert.
+    /// Returns the answer on the main thread when the keys are typed on the alert.
     int answer(const QStringList& keys) {
         int code = 7;
         typeOn("Message", keys);

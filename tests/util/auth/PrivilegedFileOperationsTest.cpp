@@ -15,7 +15,8 @@ class PrivilegedFileOperations : public DescribedMachine {
 protected:
     static QFAuthorization& controller() { return QFAuthorization::sharedController(); }
 
-    /// Has the superuser take over a controller that was made while somebody else ran the process.
+    /// Makes the superuser take over a controller that was created while another user ran the
+    /// process.
     void becomeSuperuserOfSomeonesProcess() {
         controller();
         becomeSuperuser();
@@ -276,7 +277,7 @@ TEST_F(PrivilegedFileOperations, TheSuperuserTrashesIntoTheTrashOfWhoeverStarted
     fileSystem.files = {"/Library/Tool.app"};
     EXPECT_TRUE(controller().authTrashFile("/Library/Tool.app"));
     EXPECT_EQ(launcher.runs, Lines{"/bin/mv -f /Library/Tool.app /home/someone/.Trash/Tool.app"});
-    EXPECT_EQ(workspace.trashesMade, Lines{}); // it would be the superuser's
+    EXPECT_EQ(workspace.trashesMade, Lines{}); // it would belong to the superuser
 }
 
 TEST_F(PrivilegedFileOperations, TheSuperuserWhoKnowsNoUserTrashesIntoItsOwnTrash) {

@@ -340,7 +340,7 @@ TEST_F(QFAuthorizationTest, EndingForgetsTheSuperusersHandleWithoutFreeingIt) {
     EXPECT_TRUE(controller().isAuthorized());
 }
 
-/// A question that is answered only when somebody else has come to ask it too.
+/// A question that is answered only once another thread has come to ask it too.
 class CrowdedQuestion : public RecordingAuthorizationServices {
 public:
     std::atomic<int> questions{0};

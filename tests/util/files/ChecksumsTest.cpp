@@ -48,7 +48,7 @@ public:
 
     const std::shared_ptr<ChecksumDelegate>& delegate() const { return delegate_; }
 
-    /// How many there were, once those that were under way are answered.
+    /// Returns how many there were, once those under way are answered.
     int count() {
         delegate_.reset();
         released_.wait();

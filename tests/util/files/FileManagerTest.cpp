@@ -5,7 +5,7 @@
 FileManagerTest::FileManagerTest() = default;
 
 FileManagerTest::~FileManagerTest() {
-    // The log asks for the time on a thread of its own.
+    // The log reads the time on its own thread.
     QFLog::finishWriting();
 }
 

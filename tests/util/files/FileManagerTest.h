@@ -11,8 +11,8 @@
 #include <optional>
 #include <vector>
 
-/// A described machine whose time passes only in pauses. The test's thread is no main thread,
-/// unless it becomes one.
+/// A described machine whose time passes only in pauses. The test's thread is not the main thread,
+/// unless it becomes so.
 class FileManagerTest : public DescribedMachine {
 protected:
     using Rests = std::vector<std::chrono::microseconds>;

@@ -8,7 +8,7 @@ class FileWaits : public FileManagerTest {
 protected:
     FileWaits() { fileSystem.files = {"/file", "/lock"}; }
 
-    /// Has the file last been changed that long ago.
+    /// Sets the file's last change to that long ago.
     void change(std::chrono::microseconds ago) {
         fileSystem.attributes["/file"] = {.modificationDate = pauses.now() - ago};
     }

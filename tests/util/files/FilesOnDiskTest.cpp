@@ -273,7 +273,7 @@ TEST_F(FilesOnDisk, AttributesOfAProgramsOwnAreKept) {
     EXPECT_EQ(QFFileManager::metadataValueForKey("key", file), std::string(256, '\0'));
 }
 
-// How often the disk is asked.
+// How often the disk is queried.
 
 TEST_F(FilesOnDisk, ASizeTakesOneListingADirectory) {
     directory.write("folder/a", "1");
@@ -281,7 +281,7 @@ TEST_F(FilesOnDisk, ASizeTakesOneListingADirectory) {
     directory.write("folder/sub/c", "1");
     fs::create_symlink("a", directory / "folder/link");
     EXPECT_EQ(QFFileManager::fileSize(directory / "folder"), 4U);
-    // What is a directory: asked of the path and of the link.
+    // Whether it is a directory is queried for the path and for the link.
     EXPECT_EQ(onDisk.looks, (std::map<std::string, int>{{"sizes", 2}, {"isDirectory", 2}}));
 }
 

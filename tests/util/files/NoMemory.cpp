@@ -12,7 +12,7 @@ thread_local int sparedBuffers = all;
 
 } // namespace
 
-// The linker puts the first one in the place of the second, which is malloc under its own name.
+// The linker replaces the second, which is the real malloc, by the first.
 extern "C" void* mallocOrFail(std::size_t size) asm("__wrap_malloc");
 extern "C" void* ownMalloc(std::size_t size) asm("__real_malloc");
 

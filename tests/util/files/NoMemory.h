@@ -1,7 +1,7 @@
 #pragma once
 
-/// While it lives, this thread gets no buffers of 65,536 bytes or more by malloc, but for the first
-/// so many of them.
+/// While it lives, malloc returns this thread no buffers of 65,536 bytes or more, except the first
+/// so many.
 class NoMemory {
 public:
     explicit NoMemory(int spared = 0);

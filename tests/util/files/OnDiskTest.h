@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-/// The disk, which counts what it is asked.
+/// The disk, counting the queries.
 class WatchedFileSystem : public platform::native::FileSystem {
 public:
     std::map<std::string, int> looks;

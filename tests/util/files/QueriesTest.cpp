@@ -45,7 +45,8 @@ TEST_F(FileQueries, WhatIsMissingHasNoDates) {
     EXPECT_EQ(QFFileManager::modificationDateForFile("/missing"), std::nullopt);
     EXPECT_EQ(QFFileManager::creationDateForFile("/missing"), std::nullopt);
     EXPECT_NE(QFFileManager::modificationDateForFile("/file"), std::nullopt);
-    EXPECT_EQ(QFFileManager::creationDateForFile("/file"), std::nullopt); // its volume keeps none
+    EXPECT_EQ(QFFileManager::creationDateForFile("/file"),
+              std::nullopt); // its volume stores no creation dates
 }
 
 TEST_F(FileQueries, TheLockedFlagIsTheItems) {

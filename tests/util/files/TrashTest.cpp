@@ -126,8 +126,8 @@ TEST_F(TrashAndRemove, APercentSignInAMessageIsNoDirective) {
                                     "Error removing file: 50%. Authorizing..."}));
 }
 
-// The timed members. The described workspace leaves the item where it is, as one does that is not
-// done yet when it returns.
+// The timed members. The described workspace leaves the item in place, like one that has not
+// finished when it returns.
 
 TEST_F(TrashAndRemove, TimedTrashWaitsUntilTheItemIsGone) {
     pauses.meanwhile = [this] {

@@ -44,7 +44,7 @@ protected:
     /// The directory itself is then removed in little time.
     ~TreesOnDisk() override { static_cast<void>(onDisk.removeItem(top)); }
 
-    /// Makes a chain of directories of one name, with a file in the last one.
+    /// Makes a chain of directories with the same name, with a file in the last one.
     void makeDeepTree(const std::string& file, const std::string& name = "d") const {
         int parent = ::open(top.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
         for (int level = 0; level < levels; ++level) {
@@ -61,7 +61,7 @@ protected:
         ::close(parent);
     }
 
-    /// The deepest directory of a chain of those with the long name.
+    /// Returns the deepest directory of a chain of those with the long name.
     std::string pathOfTheLastDirectory() const {
         std::string path = top;
         for (int level = 0; level < levels; ++level) {
@@ -169,8 +169,8 @@ TEST_F(TreesOnDisk, AWideTreeOfEmptyDirectoriesIsEmpty) {
     EXPECT_EQ(onDisk.looks, (std::map<std::string, int>{{"contents", directories + 1}}));
 }
 
-// Links that lead back. Were they followed, the number of ways through two of them would double
-// with every level, and no walk would come to its end.
+// Links that lead back. If they were followed, the number of paths through two of them would double
+// with every level, and no walk would end.
 
 TEST_F(TreesOnDisk, LinksThatLeadUpwardsAreNotFollowed) {
     directory.write("top/a.txt", "123");

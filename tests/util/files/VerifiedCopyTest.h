@@ -24,10 +24,10 @@ protected:
         services.rightsStatus = platform::errAuthorizationCanceled;
     }
 
-    /// Puts a file with this content where the copies are made from.
+    /// Creates the source with this content.
     void makeSource(const std::string& content) { describe({.content = content}, content.size()); }
 
-    /// The same with so many bytes of nothing in particular, which the copies forget.
+    /// Does the same with so many arbitrary bytes, which the copies do not keep.
     void makeBottomlessSource(std::uint64_t size, const std::vector<std::string>& destinations) {
         describe({.bottomless = size}, size);
         for (const auto& destination : destinations) {

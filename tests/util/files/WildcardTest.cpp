@@ -26,7 +26,7 @@ protected:
         }
     }
 
-    /// The names in /base that are like a pattern of one component.
+    /// Returns the names in /base that match a pattern of one component.
     Lines named(const std::string& pattern) {
         auto found = QFFileManager::filesMatchingWildcardPath(pattern, "/base");
         for (auto& path : found) {

@@ -33,14 +33,14 @@ public:
     bool hasAttachedSheet() override { return false; }
 };
 
-/// An application whose one thread is the main thread, with a main window. No event ever comes, so
-/// that the time of every deadline passes.
+/// An application whose only thread is the main thread, with a main window. No event ever comes, so
+/// every deadline passes.
 class SingleThreadedApplication : public platform::Application {
 public:
     explicit SingleThreadedApplication(PausingClock& clock) : clock_(clock) {}
 
     StillWindow window;
-    /// For how long events were waited for.
+    /// How long the application waited for events.
     std::chrono::milliseconds waited{0};
 
     bool isMainThread() override { return true; }
@@ -98,7 +98,7 @@ public:
     std::map<std::string, platform::Value> written;
     /// Where nothing can be written.
     std::set<std::string> unwritable;
-    /// Where another program's file stands by the time that nothing could be written.
+    /// Where another program's file exists by the time that writing has failed.
     std::set<std::string> taken;
 
     platform::Value parse(std::string_view /*bytes*/) override { return {}; }
@@ -130,7 +130,7 @@ class QFLaunchdTest : public DescribedMachine {
 protected:
     using Rests = std::vector<std::chrono::microseconds>;
 
-    /// The log asks for the time on a thread of its own.
+    /// The log reads the time on its own thread.
     ~QFLaunchdTest() override { QFLog::finishWriting(); }
 
     static constexpr const char* label = "com.quillfen.Lunevar";
@@ -139,7 +139,7 @@ protected:
     static constexpr const char* machinesDaemon =
         "/Library/LaunchDaemons/com.quillfen.Lunevar.plist";
 
-    /// The files that were deleted.
+    /// Returns the files that were deleted.
     Lines removed() const {
         Lines paths;
         for (const auto& change : fileSystem.changes) {
@@ -161,7 +161,7 @@ protected:
         services.rightsStatus = platform::errAuthorizationCanceled;
     }
 
-    /// Leaves the program without windows, as one on a terminal is.
+    /// Makes the program one without windows, as on a terminal.
     void hideWindows() {
         alertPanelsScope_.reset();
         applicationScope_.reset();
@@ -172,7 +172,7 @@ protected:
             .localizedDescription = "You can’t."};
     }
 
-    /// The whole of what installing a job runs when nothing is in its way.
+    /// Returns everything that installing a job runs if nothing prevents it.
     static Lines installing(const std::string& file, bool forTheMachine) {
         Lines runs;
         if (forTheMachine) {
@@ -248,8 +248,8 @@ platform::Value::Dictionary settingsOfEveryType() {
     };
 }
 
-/// Fails unless the property list at the path given holds settingsOfEveryType(), whose text tells
-/// numbers from truth values.
+/// Fails unless the property list at the path holds settingsOfEveryType(), whose text distinguishes
+/// numbers from booleans.
 constexpr const char* compareInPython = R"(
 import datetime, plistlib, sys
 expected = {

@@ -1,5 +1,5 @@
-// A program that logs, for the tests that need one of their own: log_child ROLE FOLDER
-// [ARGUMENT...]. Its user-domain Library directory is FOLDER, its log is called "Test".
+// A program that logs, for tests that need a separate process: log_child ROLE FOLDER [ARGUMENT...].
+// Its user-domain Library directory is FOLDER, its log is called "Test".
 
 #include "platform/Services.h"
 #include "platform/foundation/Exception.h"
@@ -43,7 +43,7 @@ int killed(const Arguments& /*arguments*/) {
     return std::raise(SIGKILL);
 }
 
-/// Writes COUNT entries that tell NAME, their number and, so that they differ in length, filling.
+/// Writes COUNT entries with NAME, their number and filling, so that they differ in length.
 int share(const Arguments& arguments) {
     const auto count = std::stoi(arguments.at(1));
     for (int number = 0; number < count; ++number) {
@@ -104,8 +104,8 @@ int terminate(const Arguments& arguments) {
     return application.removedObserver == FakeApplication::observerNumber ? 0 : 1;
 }
 
-/// Is forked while entries wait and others are written; both processes then log on. The copy is
-/// ended when it hangs.
+/// Forks while entries wait and others are written; both processes then continue to log. The child
+/// is killed if it hangs.
 int forked(const Arguments& /*arguments*/) {
     auto& queue = *QFLog::sharedController().writeQueue();
     QueueGate gate(queue);
@@ -136,7 +136,7 @@ int limited(const Arguments& arguments) {
 }
 
 /// Logs on a disk that becomes full and then has room again, where no other process sees it, and
-/// prints what stays counted and what is in the log.
+/// prints what remains counted and what is in the log.
 int fullDisk(const Arguments& arguments) {
     const auto& disk = arguments.at(0);
     if (::unshare(CLONE_NEWNS) != 0 ||
@@ -159,9 +159,9 @@ int fullDisk(const Arguments& arguments) {
     return 0;
 }
 
-/// Starts a log and writes, with THREADS threads, COUNT long entries each that tell NAME, the
-/// thread and their number. What is certain to be in a file is noted, a line an entry, in
-/// FOLDER/told. The process is killed when the first thread has come to the entry LAST.
+/// Starts a log and writes, with THREADS threads, COUNT long entries each with NAME, the thread and
+/// their number. Each entry that is certain to be in a file is recorded in a line of FOLDER/told.
+/// The process is killed when the first thread reaches the entry LAST.
 int crowd(const Arguments& arguments) {
     const auto& name = arguments.at(0);
     const auto count = std::stoi(arguments.at(2));
@@ -191,7 +191,7 @@ int crowd(const Arguments& arguments) {
     return 0;
 }
 
-/// Log files of which none is ever deleted: what would be goes into the directory "deleted".
+/// Log files that are never deleted, but moved into the directory "deleted".
 class KeptLogFiles : public platform::native::LogFiles {
 public:
     explicit KeptLogFiles(std::string directory) : directory_(std::move(directory)) {
@@ -237,7 +237,7 @@ struct Machine {
 
 int main(int argc, char* argv[]) {
     const Arguments given(argv + 1, argv + argc);
-    // The log's thread may use it until the process is gone: it is never destroyed.
+    // Never destroyed: the log's thread may use it until the process ends.
     static auto& machine = *new Machine(given.at(1));
     machine.searchPaths.lists[{platform::DirectoryKind::library, platform::DomainMask::user}] = {
         given.at(1)};

@@ -31,8 +31,8 @@ private:
     std::string stuck_;
 };
 
-/// The log on a machine of its own: real files in a temporary directory, doubles for all else.
-/// There is no application, so that the test's thread counts as a worker; a test that wants a main
+/// The log on its own machine: real files in a temporary directory, doubles for everything else.
+/// There is no application, so the test's thread counts as a worker; a test that needs a main
 /// thread installs a FakeApplication.
 class LogTest : public testing::Test {
 protected:

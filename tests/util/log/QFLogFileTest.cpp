@@ -31,8 +31,8 @@ protected:
     void setPreference(const Value& value) {
         preferences.content = Value::Dictionary{{"disable-logging", value}};
     }
-    /// Whether a preference file on disk with these bytes, and zeros up to a size, switches the log
-    /// off.
+    /// Returns whether a preference file on disk with these bytes, and zeros up to a size, disables
+    /// the log.
     bool isDisabledByFile(std::string_view bytes, std::uintmax_t size = 0) {
         const auto file =
             machine.write("home/Library/Preferences/com.quillfen.global.plist", bytes);
@@ -431,7 +431,7 @@ TEST_F(LogFile, StaysDisabledWhenThePreferenceChanges) {
 
 TEST_F(LogFile, DropsTheOldFileWhenItIsDisabled) {
     QFLog::createNewLog("Test");
-    QFLog::finishWriting(); // a header entry that is still to be written would open the file again
+    QFLog::finishWriting(); // a header entry still to be written would open the file again
     ASSERT_NE(log.fileHandle(), nullptr);
     setPreference(1);
     QFLog::createNewLog("Test");
@@ -455,7 +455,7 @@ TEST_F(LogFile, ReportsAMissingServiceInsteadOfThrowing) {
 
 namespace {
 
-/// The superuser's log: current log in the machine's Library, all else in the user's.
+/// The superuser's log: the current log in the machine's Library, everything else in the user's.
 class SuperusersLog : public LogFile {
 protected:
     SuperusersLog() {

@@ -11,7 +11,7 @@ class LogLife : public LogTest {
 protected:
     LogLife() { useEmptyLog(); }
 
-    /// The entries 1 to `count`, queued behind the gate that counts as one operation more.
+    /// Queues the entries 1 to `count` after the gate, which counts as one more operation.
     std::string queueEntries(int count) {
         std::string entries;
         for (int i = 1; i <= count; ++i) {

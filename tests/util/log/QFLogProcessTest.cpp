@@ -1,4 +1,4 @@
-// What a log keeps of a process that ends, in whatever way, or that shares it with another.
+// What the log retains from a process that ends, in any way, or that shares the log with another.
 
 #include "tests/support/RunCommand.h"
 #include "tests/support/ScopedEnvironment.h"
@@ -31,8 +31,8 @@ struct Ending {
 
 class LogProcess : public testing::Test {
 protected:
-    /// Runs the child program in a role and gathers what it prints on standard output. The shell
-    /// tells a signal as 128 and its number.
+    /// Runs the child program in a role and collects its standard output. The shell reports a
+    /// signal as 128 plus its number.
     Ending run(const std::string& role, const std::string& arguments = "") const {
         const auto command = "ulimit -c 0; '" LOG_CHILD "' " + role + " '" + directory.path() +
                              "' " + arguments + " 2>>'" + directory.path() + "/errors'; exit $?";
@@ -91,7 +91,7 @@ TEST_F(LogProcess, NeverTearsTheLinesOfAnotherThatSharesTheLog) {
 }
 
 TEST_F(LogProcess, LogsOnInAForkedProcessAndWritesNothingTwice) {
-    // What ThreadSanitizer would end the copy for is what is tested.
+    // The test does exactly what ThreadSanitizer would end the child for.
     const ScopedEnvironment lenient("TSAN_OPTIONS", "die_after_fork=0");
     EXPECT_TRUE(run("forked").succeeded());
     EXPECT_EQ(content(), entry("in the copy") + entry("queued before") + entry("in the original"));
@@ -106,7 +106,7 @@ TEST_F(LogProcess, WritesTheReasonOfAnExceptionThatNobodyCaughtBeforeItEnds) {
 
 TEST_F(LogProcess, LetsTheFormerHandlerEndIt) {
     run("uncaught", "main platform");
-    // That is the standard library's own; each has words of its own for it.
+    // The text is the standard library's; each has its own.
     EXPECT_NE(contentOf(directory / "errors").find("terminat"), std::string::npos);
 }
 
@@ -188,7 +188,7 @@ protected:
     }
     std::string told() const { return directory / "told"; }
 
-    /// How often each message is in a file of a directory. Every line is a whole entry.
+    /// Returns how often each message is in the files of a directory. Every line is a whole entry.
     static void countMessages(const std::string& path, std::map<std::string, int>& counts) {
         const auto before = entry("").size() - 1;
         for (const auto& file : std::filesystem::directory_iterator(path)) {

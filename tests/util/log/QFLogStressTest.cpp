@@ -41,7 +41,7 @@ using LogUnderStress = LogTest;
 
 class LogStress : public LogTest {
 protected:
-    /// All that was ever written, oldest first.
+    /// Returns everything that was ever written, oldest first.
     std::string everything() {
         queue.waitUntilAllOperationsAreFinished();
         auto all = archivingFiles.content();

@@ -201,7 +201,7 @@ TEST_F(LogWriting, SaysThatAnEntryIsLostWhoseDirectoryWasMovedAndGoesOnWhenItIsB
     EXPECT_EQ(content(1), entry("first") + entry("third"));
 }
 
-/// A log file that counts how often somebody looks whether it is in place.
+/// A log file that counts the checks whether it is in place.
 class WatchedFile : public platform::LogFile {
 public:
     int looks = 0;

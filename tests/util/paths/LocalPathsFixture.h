@@ -7,7 +7,7 @@
 
 #include <string>
 
-/// A machine whose standard directories all stand where one expects them, seen by an ordinary user
+/// A machine whose standard directories are all where one expects them, seen by an ordinary user
 /// whose home directory is /home/someone.
 class LocalPathsFixture : public testing::Test {
 protected:

@@ -40,8 +40,8 @@ std::string randomStringOfSeed(unsigned seed, std::size_t length) {
     return text;
 }
 
-/// Whether `made`, seen right after `make` ran, is what a generator gives that was seeded with the
-/// product of a clock reading and a time of the moment `make` ran in.
+/// Returns whether `made`, checked right after `make` ran, is the output of a generator seeded with
+/// the product of a clock reading and a time from the moment that `make` ran.
 template <class Make, class Matches>
 bool wasSeededWithClockTimesTime(Make make, Matches matches) {
     const std::clock_t firstClock = std::clock();

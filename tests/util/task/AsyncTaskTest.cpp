@@ -33,14 +33,14 @@ public:
         }
         const std::lock_guard lock(mutex_);
         calls_.push_back(arguments);
-        // Noted, not kept, so that a test sees who else keeps the runner.
+        // Recorded, not retained, so that a test sees who else keeps the runner.
         runners_.push_back(arguments[1].as<Value::Object>()->get());
         calls_.back()[1] = Value();
         threads_.push_back(std::this_thread::get_id());
         changed_.notify_all();
     }
 
-    /// The calls so far, once the last one was without bytes.
+    /// Returns the calls so far, once the last one had no bytes.
     std::vector<std::vector<Value>> callsToTheEnd() {
         std::unique_lock lock(mutex_);
         changed_.wait(
@@ -84,7 +84,7 @@ protected:
     }
     void start(const std::string& text) { start(shell, script(text)); }
 
-    /// What the delegate was given by the end, the final empty call left out.
+    /// Returns what the delegate has received at the end, without the final empty call.
     std::string delivered() {
         std::string all;
         for (const auto& call : listener_->callsToTheEnd()) {
@@ -93,7 +93,7 @@ protected:
         return all;
     }
 
-    /// Returns when the runner's thread has given the runner up.
+    /// Returns once the runner's thread has released the runner.
     void waitForTheThread() const {
         EXPECT_TRUE(eventually([this] { return runner_.use_count() == 1; }));
         if (listener_ != nullptr) {
@@ -258,7 +258,7 @@ TEST_F(AsyncTask, ForgetsChildDelegateAndObjectAtTheEnd) {
 TEST_F(AsyncTask, AsksAChildThatOutlivesItsOutputToEnd) {
     std::shared_ptr<platform::Process> child;
     listener_->onCall = [&](const std::vector<Value>& /*arguments*/) {
-        child = runner_->theTask(); // given up right after the final call
+        child = runner_->theTask(); // released right after the final call
     };
     start("exec 1>&-; " + gate());
     waitForTheThread();

@@ -16,7 +16,7 @@ using platform::Value;
 
 class DataFromTask : public TaskTest {
 protected:
-    /// What the fullest member gives for a shell script.
+    /// Returns the result of the member with all parameters for a shell script.
     std::string collected(const std::string& text, LogOutput logOutput, LogError logError) {
         return TaskTest::text(
             QFTaskEx::dataFromTask(shell, script(text), slot_, Value(), logOutput, logError));
@@ -102,8 +102,8 @@ TEST_F(DataFromTask, ReadsAllOutputOfAChildThatClosesItsErrorsEarly) {
 }
 
 TEST_F(DataFromTask, ReadsNoErrorsBeforeTheEndOfTheOutput) {
-    // Writes errors until the pipe takes no more, and tells so; it always takes more when it is
-    // read.
+    // Writes errors until the pipe is full, and reports that; a pipe that is read never becomes
+    // full.
     const std::string fillPipe = R"(
         use Fcntl;
         fcntl(STDERR, F_SETFL, O_WRONLY | O_NONBLOCK);
@@ -210,7 +210,7 @@ TEST_F(DataFromTask, SaysThatMemoryRanOutAndEndsTheChild) {
     if (isSanitized()) {
         GTEST_SKIP() << "a sanitizer has taken the address space that this test would limit";
     }
-    loggedLines(); // the log's thread exists already
+    loggedLines(); // starts the log's thread
     std::optional<platform::Data> data;
     {
         const ScopedLimit<RLIMIT_AS> limit(addressSpaceInUse() + 128 * mebibyte);
@@ -226,7 +226,7 @@ TEST_F(DataFromTask, SaysThatMemoryRanOutAndEndsTheChild) {
     EXPECT_EQ(slot_.get()->terminationStatus(), SIGTERM);
 }
 
-/// How many of so many runs at once collect what they should.
+/// Returns how many of so many concurrent runs collect what they should.
 int collectedAtOnce(int count) {
     std::vector<std::future<bool>> runs;
     for (int number = 0; number < count; ++number) {
@@ -245,7 +245,7 @@ int collectedAtOnce(int count) {
 
 TEST_F(DataFromTask, RunsAThousandAtOnceWithFewDescriptors) {
     constexpr int count = 1000;
-    // In a process of its own, where nobody else needs descriptors.
+    // In a separate process, where nothing else needs descriptors.
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_EXIT(
         {

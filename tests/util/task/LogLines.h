@@ -3,13 +3,13 @@
 #include <string>
 #include <vector>
 
-/// The lines logged since the last forgetLogLines(), in order.
+/// Returns the lines logged since the last forgetLogLines(), in order.
 std::vector<std::string> loggedLines();
 
-/// Those of them that are written already.
+/// Returns those of them that are written already.
 std::vector<std::string> linesWrittenByNow();
 
-/// What was printed as well, since then.
+/// Returns what was printed as well, since then.
 std::string printed();
 
 void forgetLogLines();

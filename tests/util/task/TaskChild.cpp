@@ -1,8 +1,8 @@
-// A program that runs a tool on its terminal, for the tests that need one of their own: task_child
-// SCRIPT [SECONDS [OTHER]]. Tells that the shell script is over, its status, whether the terminal
-// is the program's own again, and the next line that is typed. OTHER is run at the same time; the
-// first is started when that has made the file "begun" in the home directory, and what is told is
-// told once both are over.
+// A program that runs a tool on its terminal, for tests that need a separate process: task_child
+// SCRIPT [SECONDS [OTHER]]. Prints that the shell script has ended, its status, whether the
+// terminal is the program's own again, and the next line that is typed. OTHER runs at the same
+// time; SCRIPT is started once OTHER has created the file "begun" in the home directory, and the
+// output is printed once both have ended.
 
 #include "platform/StartUp.h"
 #include "util/task/QFTaskEx.h"

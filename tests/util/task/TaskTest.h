@@ -15,8 +15,8 @@
 #include <string>
 #include <thread>
 
-/// Waits for something that nobody announces, such as the end of a process; the test fails when it
-/// has not come about in a minute.
+/// Waits for a condition without a notification, such as the end of a process; the test fails if it
+/// does not hold within a minute.
 inline bool eventually(const std::function<bool()>& condition) {
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::minutes(1);
     while (!condition()) {
@@ -36,29 +36,29 @@ protected:
     TaskTest() { forgetLogLines(); }
     ~TaskTest() override;
 
-    /// The arguments that have /bin/sh run a script.
+    /// Returns the arguments that make /bin/sh run a script.
     static TaskArguments script(const std::string& text) { return {"-c", text}; }
 
-    /// A script's text that waits until openGate() is called; `name` tells gates apart.
+    /// Returns a script's text that waits until openGate() is called; `name` distinguishes gates.
     std::string gate(const std::string& name = "gate") const;
     void openGate(const std::string& name = "gate") const;
 
-    /// Returns when a child has made that file of the directory.
+    /// Returns once a child has created that file in the directory.
     bool waitForFile(const std::string& name) const;
 
     std::string file(const std::string& name) const { return directory_ / name; }
     std::string writeTool(const std::string& name, const std::string& content) const;
 
     static std::string text(const std::optional<platform::Data>& data);
-    /// What one of the test's own descriptors is connected with.
+    /// Returns what one of the test's own descriptors is connected to.
     static std::string ownStream(int number);
-    /// How many of this process's children are zombies.
+    /// Returns how many of this process's children are zombies.
     static int zombies();
 
     const TemporaryDirectory directory_;
 };
 
-/// Takes as packages all that has the extension "app".
+/// Treats everything with the extension "app" as a package.
 class PackageWorkspace : public RecordingWorkspace {
 public:
     static PackageWorkspace& shared();

@@ -18,7 +18,7 @@
 
 namespace {
 
-/// What is typed when something is shown; at once, when that is nothing.
+/// What is typed once a text is shown; at once if the text is empty.
 struct Typing {
     std::string shown;
     std::string typed;
@@ -28,7 +28,7 @@ void type(int terminal, const std::string& text) {
     EXPECT_EQ(::write(terminal, text.data(), text.size()), static_cast<ssize_t>(text.size()));
 }
 
-/// What a run of task_child shows on a terminal of its own, at which it is typed. It is killed when
+/// Returns what a run of task_child shows on its own terminal while the keys are typed. Kills it if
 /// it shows nothing for a minute.
 std::string shownBy(std::vector<std::string> arguments, std::vector<Typing> typing) {
     const TemporaryDirectory home;
@@ -74,7 +74,7 @@ bool shows(const std::string& text, const std::string& line) {
     return text.find(line + "\r\n") != std::string::npos;
 }
 
-/// Whether the terminal has shown a line as it was typed.
+/// Returns whether the terminal has echoed a line.
 bool echoes(const std::string& text, const std::string& line) {
     return shows(text, "\n" + line);
 }

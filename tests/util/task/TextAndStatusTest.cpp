@@ -75,11 +75,11 @@ TEST_F(StringFromTask, GivesNothingWithoutMemoryForTheText) {
     if (isSanitized()) {
         GTEST_SKIP() << "a sanitizer has taken the address space that this test would limit";
     }
-    // In a process of its own, where no former test has left memory.
+    // In a separate process, where no earlier test has left free memory.
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_EXIT(
         {
-            QFTaskEx::stringFromTask(shell, greeting_); // all threads that a run needs are there
+            QFTaskEx::stringFromTask(shell, greeting_); // starts all threads that a run needs
             const ScopedLimit<RLIMIT_AS> limit(addressSpaceInUse() + 96 * mebibyte);
             const auto text = QFTaskEx::stringFromTask(shell, script("head -c 60M /dev/zero"));
             std::_Exit(text.has_value() ? 1 : 0);

@@ -27,12 +27,12 @@ class TimedTask : public TaskTest {
 protected:
     TimedTask() : performedBefore_(MainLoop::shared().performed()) {}
 
-    /// Returns when the time-outs of so many calls of this test have been acted on.
+    /// Returns once the time-outs of so many calls of this test have been handled.
     void waitForTimeouts(int count) const {
         MainLoop::shared().waitUntilPerformed(performedBefore_ + count);
     }
 
-    /// Makes a call whose time is up at once, but has that acted on only when the child has made
+    /// Makes a call whose time-out expires at once, but is handled only once the child has created
     /// the file "ready".
     template <class Call>
     auto timedOutOnceReady(Call call) {
@@ -42,14 +42,14 @@ protected:
         EXPECT_TRUE(waitForFile("ready"));
         return result;
     }
-    /// The same with what the child of a shell script has written by its end.
+    /// Does the same and returns what the child of a shell script has written by its end.
     std::future<std::string> outputTimedOutOnceReady(const std::string& text) {
         return timedOutOnceReady([text] {
             return TaskTest::text(QFTaskEx::dataFromTask(shell, script(text), Timeout(0)));
         });
     }
 
-    /// A script's text that lets the time-out be acted on.
+    /// Returns a script's text that lets the time-out be handled.
     std::string tellReady() const { return ": > '" + file("ready") + "'"; }
 
     const std::shared_ptr<QFTaskEx> runner_ = QFTaskEx::create();
@@ -275,12 +275,11 @@ TEST_F(TimedTask, HasNoTimeoutWithoutAnApplication) {
 
 TEST_F(TimedTask, RunsNothingWithoutAThreadForTheTimeout) {
     const auto leavesATrace = script(": > '" + file("ran") + "'");
-    // In a process of its own, where nobody has had a time-out yet.
+    // In a separate process that has not had a time-out yet.
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_EXIT(
         {
-            QFLog::sharedController().writeQueue()->addOperation(
-                [] {}); // the log's thread is there
+            QFLog::sharedController().writeQueue()->addOperation([] {}); // starts the log's thread
             {
                 const NoThreadsLeft none;
                 QFTaskEx::runTask(shell, leavesATrace, 600);
@@ -298,7 +297,7 @@ TEST_F(TimedTask, RunsNothingWithoutAThreadForTheTimeout) {
 
 namespace {
 
-/// Launches children that only note what they are asked.
+/// Launches children that only record the calls.
 class NotedChild : public platform::ChildProcess {
 public:
     explicit NotedChild(std::function<void()> onTerminate) : onTerminate_(std::move(onTerminate)) {}
@@ -328,7 +327,7 @@ public:
     }
 };
 
-/// A launched child that never ends.
+/// Returns a launched child that never ends.
 std::shared_ptr<platform::Process> endlessTask(NotingLauncher& launcher) {
     const platform::ScopedService<platform::ProcessLauncher> scope(launcher);
     platform::ProcessDescription description;

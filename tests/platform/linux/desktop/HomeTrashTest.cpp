@@ -40,7 +40,7 @@ TEST_F(HomeTrashTest, TakesAnItemAndNotesWhereItWas) {
     ASSERT_EQ(moveToHomeTrash(item), 0);
 
     EXPECT_EQ(contentOf(file("a b.txt")), "content");
-    EXPECT_FALSE(stands(item));
+    EXPECT_FALSE(exists(item));
     const auto head = headOfInfo("a%20b.txt") + "DeletionDate=";
     EXPECT_EQ(contentOf(info("a b.txt")).substr(0, head.size()), head);
 }
@@ -71,7 +71,7 @@ TEST_F(HomeTrashTest, ReplacesNoItemThatHasNoTrashinfo) {
 
     EXPECT_EQ(contentOf(file("a.txt")), "without a trashinfo");
     EXPECT_EQ(contentOf(file("a.2.txt")), "mine");
-    EXPECT_FALSE(stands(info("a.txt")));
+    EXPECT_FALSE(exists(info("a.txt")));
 }
 
 TEST_F(HomeTrashTest, CutsANameThatLeavesNoRoomForItsTrashinfo) {
@@ -93,7 +93,7 @@ TEST_F(HomeTrashTest, ReplacesTheTrashinfoThatAKilledProcessLeftForTheItem) {
 
     EXPECT_EQ(contentOf(file("a.txt")), "mine");
     EXPECT_EQ(contentOf(info("a.txt")).find(dateLine()), std::string::npos);
-    EXPECT_FALSE(stands(info("a.2.txt")));
+    EXPECT_FALSE(exists(info("a.2.txt")));
 }
 
 TEST_F(HomeTrashTest, KeepsATrashinfoThatSomebodyElseNeeds) {

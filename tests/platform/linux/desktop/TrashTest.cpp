@@ -67,7 +67,7 @@ TEST_F(Trash, BecomesALinkToTheDesktopsTrash) {
 
     EXPECT_EQ(fs::read_symlink(trash), home / ".local/share/Trash/files");
     EXPECT_EQ(contentOf(trash + "/a.txt"), "content");
-    EXPECT_FALSE(stands(items + "/a.txt"));
+    EXPECT_FALSE(exists(items + "/a.txt"));
     EXPECT_NE(contentOf(note("a.txt")).find("Path=" + items + "/a.txt\n"), std::string::npos);
     EXPECT_EQ(fs::status(home / ".local/share/Trash").permissions(), fs::perms::owner_all);
 }
@@ -88,8 +88,8 @@ TEST_F(Trash, IsMadeForItemsThatSomebodyElseMoves) {
 TEST_F(Trash, MakesNothingInPlaceOfWhatStandsThere) {
     home.write(".Trash/a.txt");
     EXPECT_EQ(runChild({"make-trash", trash}, environment).status, 0);
-    EXPECT_TRUE(stands(trash + "/a.txt"));
-    EXPECT_FALSE(stands(home / ".local"));
+    EXPECT_TRUE(exists(trash + "/a.txt"));
+    EXPECT_FALSE(exists(home / ".local"));
 }
 
 TEST_F(Trash, FollowsTheDataDirectory) {
@@ -99,8 +99,8 @@ TEST_F(Trash, FollowsTheDataDirectory) {
 
     EXPECT_EQ(recycle("a.txt").output, "ok\n");
 
-    EXPECT_TRUE(stands(data / "Trash/files/a.txt"));
-    EXPECT_TRUE(stands(trash + "/a.txt"));
+    EXPECT_TRUE(exists(data / "Trash/files/a.txt"));
+    EXPECT_TRUE(exists(trash + "/a.txt"));
 }
 
 TEST_F(Trash, IsSeenByTheDesktopsOwnTool) {
@@ -111,7 +111,7 @@ TEST_F(Trash, IsSeenByTheDesktopsOwnTool) {
     if (restored.output.find("not supported") != std::string::npos) {
         GTEST_SKIP() << "this machine has no trash:/// for gio: " << restored.output;
     }
-    EXPECT_TRUE(stands(items + "/Dunmarl.app/Contents/Info.plist")) << restored.output;
+    EXPECT_TRUE(exists(items + "/Dunmarl.app/Contents/Info.plist")) << restored.output;
 }
 
 TEST_F(Trash, GivesNamesakesNamesOfTheirOwn) {
@@ -177,7 +177,7 @@ TEST_F(Trash, TakesTheLongestNames) {
     EXPECT_EQ(contentOf(files(cut)), "second");
     EXPECT_NE(contentOf(note(cut)).find("Path=" + items + '/' + name + "\nDeletionDate=2"),
               std::string::npos);
-    EXPECT_FALSE(stands(items + '/' + name));
+    EXPECT_FALSE(exists(items + '/' + name));
 }
 
 TEST_F(Trash, WritesTheNoteOfANameThatLeavesLittleRoomForIt) {
@@ -211,7 +211,7 @@ TEST_F(Trash, TakesWhatNoSystemCallReachesByItsPath) {
     EXPECT_EQ(runChild({"recycle", directory, trash, "a.txt"}, environment).output, "ok\n");
     EXPECT_NE(runChild({"recycle", directory, trash, "a.txt"}, environment).output, "ok\n");
 
-    EXPECT_TRUE(stands(files("a.txt")));
+    EXPECT_TRUE(exists(files("a.txt")));
     EXPECT_NE(contentOf(note("a.txt")).find("Path=" + directory + "/a.txt\n"), std::string::npos);
 }
 
@@ -221,7 +221,7 @@ TEST_F(Trash, ThatIsARealDirectoryTakesWhatNoSystemCallReachesByItsPath) {
 
     EXPECT_EQ(runChild({"recycle", directory, trash, "a.txt"}, environment).output, "ok\n");
 
-    EXPECT_TRUE(stands(trash + "/a.txt"));
+    EXPECT_TRUE(exists(trash + "/a.txt"));
 }
 
 TEST_F(Trash, IsMadeAgainWhereItsLinkLeadsToNothing) {
@@ -230,7 +230,7 @@ TEST_F(Trash, IsMadeAgainWhereItsLinkLeadsToNothing) {
 
     EXPECT_EQ(recycle("a.txt").output, "ok\n");
 
-    EXPECT_TRUE(stands(files("a.txt")));
+    EXPECT_TRUE(exists(files("a.txt")));
 }
 
 TEST_F(Trash, ThatIsARealDirectoryIsUsedAsItIs) {
@@ -242,7 +242,7 @@ TEST_F(Trash, ThatIsARealDirectoryIsUsedAsItIs) {
 
     EXPECT_EQ(contentOf(trash + "/a.txt"), "first");
     EXPECT_EQ(contentOf(trash + "/a 2.txt"), "second");
-    EXPECT_FALSE(stands(home / ".local"));
+    EXPECT_FALSE(exists(home / ".local"));
 }
 
 TEST_F(Trash, ThatIsARealDirectoryTakesTheLongestNames) {
@@ -286,7 +286,7 @@ TEST_F(Trash, TakesNothingThatIsNotThere) {
     EXPECT_EQ(recycle("missing").output,
               "2 “missing” couldn’t be moved to the Trash because it doesn’t exist.\nlog: “" +
                   items + "/missing” couldn’t be moved to the Trash because it doesn’t exist.\n");
-    EXPECT_FALSE(stands(trash));
+    EXPECT_FALSE(exists(trash));
 }
 
 TEST_F(Trash, TakesNothingButAnEntryOfADirectory) {
@@ -294,7 +294,7 @@ TEST_F(Trash, TakesNothingButAnEntryOfADirectory) {
     for (const auto* name : {"", ".", "..", "sub/a.txt"}) {
         EXPECT_EQ(recycle(name).status, 1) << name;
     }
-    EXPECT_TRUE(stands(items + "/sub/a.txt"));
+    EXPECT_TRUE(exists(items + "/sub/a.txt"));
 }
 
 TEST_F(Trash, TakesNotItself) {
@@ -316,7 +316,7 @@ TEST_F(Trash, LeavesWholeWhatTheUserMayNotMove) {
     EXPECT_EQ(outcome.output, "13 “a\\xFF.txt” " + noPermission + "\nlog: “" + items +
                                   "/a\\xFF.txt” " + noPermission + "\n");
     EXPECT_EQ(contentOf(items + "/a\xFF.txt"), "whole");
-    EXPECT_FALSE(stands(note("a\xFF.txt")));
+    EXPECT_FALSE(exists(note("a\xFF.txt")));
     ASSERT_EQ(::chmod(items.c_str(), 0755), 0);
 }
 
@@ -403,7 +403,7 @@ TEST_F(Trash, TakesNothingThatItIsInside) {
 
     EXPECT_EQ(outcome.status, 1);
     EXPECT_NE(outcome.output.find("couldn’t be moved to the Trash because"), std::string::npos);
-    EXPECT_TRUE(stands(items));
+    EXPECT_TRUE(exists(items));
 }
 
 TEST_F(Trash, TakesACopyOfWhatIsOnAVolumeWithoutTrash) {
@@ -439,5 +439,5 @@ TEST_F(Trash, LeavesWholeWhatIsOnAReadOnlyVolume) {
         "30 “a.txt” couldn’t be moved to the Trash because the volume is read-only.\n"))
         << outcome.output;
     EXPECT_EQ(contentOf(items + "/a.txt"), "whole");
-    EXPECT_FALSE(stands(note("a.txt")));
+    EXPECT_FALSE(exists(note("a.txt")));
 }
