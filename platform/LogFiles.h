@@ -17,12 +17,15 @@ public:
     virtual ~LogFile() = default;
 
     /// Adds `entry` at the file's end in one step, so that entries of several processes that share
-    /// the file never mix. Once it returns true, the entry is in the file whatever becomes of the
-    /// process. False means that the entry is in no log, because the file was deleted; the path is
-    /// then to be opened anew. Throws platform::Exception
-    /// "NSFileHandleOperationException", whose reason a person understands, when the entry is not,
-    /// or not wholly, in the file; the next entry then begins on a line of its own.
-    [[nodiscard]] virtual bool append(std::string_view entry) = 0;
+    /// the file never mix. Once it returns, the entry is in the file whatever becomes of the
+    /// process. Throws platform::Exception "NSFileHandleOperationException", whose reason a person
+    /// understands, when the entry is not, or not wholly, in the file; the next entry then begins
+    /// on a line of its own.
+    virtual void append(std::string_view entry) = 0;
+
+    /// Whether others can still find the file, at its path or elsewhere. When they cannot, because
+    /// it was deleted, all that was appended to it is lost.
+    virtual bool hasName() = 0;
 
     /// Whether the file is the one that the path leads to at which it was opened: neither it nor a
     /// folder on the way was moved, deleted or replaced.

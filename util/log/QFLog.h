@@ -34,6 +34,8 @@
 /// an entry by that, or starts one that another has started already. An entry that finds no file
 /// at the log's path, because that or a folder above it was moved or deleted, is said to be lost;
 /// of entries that follow one another at once, a few may still go where the file was moved to.
+/// Those that went to a file that was deleted meanwhile are written once more, or said to be lost,
+/// before anybody who waits for them is told that they are written.
 ///
 /// Which thread is the main thread and when the application terminates is asked of
 /// platform::Application. In a program without one, every thread counts as a worker, so that short
@@ -144,7 +146,7 @@ public:
 
     /// Where entries wait to be written, or null. A queue that is set lives as long as the process.
     platform::OperationQueue* writeQueue() const { return writeQueue_; }
-    void setWriteQueue(platform::OperationQueue* queue) { writeQueue_ = queue; }
+    void setWriteQueue(platform::OperationQueue* queue);
 
     /// About how many characters wait to be written. Each entry that could not be written because
     /// of an exception stays counted.
@@ -198,10 +200,16 @@ private:
                 const std::string& current) const;
     static void writeHeader();
 
+    struct Unconfirmed;
+    using File = std::shared_ptr<platform::LogFile>;
+
+    static Unconfirmed& unconfirmed();
     void writeEntry(std::string_view text);
-    bool followsAtOnce();
-    bool appendEntry(std::string_view entry);
-    bool appendToFreshFile(std::string_view entry);
+    bool write(std::string_view entry);
+    File append(std::string_view entry);
+    File appendToFreshFile(std::string_view entry);
+    bool followsAtOnce(const File& file) const;
+    void confirmEntries();
     void startOver();
 
     // What callers read and hardly anybody changes.
@@ -223,5 +231,4 @@ private:
 
     // What every caller and the write queue change.
     alignas(64) std::atomic<std::uint64_t> bytesInQueue_{0};
-    std::atomic<std::uint64_t> lastEntry_{0}; // its operation's number
 };
