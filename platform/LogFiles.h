@@ -16,13 +16,16 @@ class LogFile {
 public:
     virtual ~LogFile() = default;
 
-    /// Appends `entry` to the file in one step, so that entries of several processes that share the
-    /// file never mix. Once it returns true, the entry is in the file even if the process dies.
-    /// Returns false if the entry is in no log, because the file was deleted; the caller should
-    /// then open the path again. Throws platform::Exception "NSFileHandleOperationException", with
-    /// a human-readable reason, if the entry was not written or only in part; the next entry then
-    /// begins on a new line.
-    [[nodiscard]] virtual bool append(std::string_view entry) = 0;
+    /// Adds `entry` at the file's end in one step, so that entries of several processes that share
+    /// the file never mix. Once it returns, the entry is in the file whatever becomes of the
+    /// process. Throws platform::Exception "NSFileHandleOperationException", whose reason a person
+    /// understands, when the entry is not, or not wholly, in the file; the next entry then begins
+    /// on a line of its own.
+    virtual void append(std::string_view entry) = 0;
+
+    /// Whether others can still find the file, at its path or elsewhere. When they cannot, because
+    /// it was deleted, all that was appended to it is lost.
+    virtual bool hasName() = 0;
 
     /// Returns whether the path at which the file was opened still leads to it: neither the file
     /// nor a directory on the way was moved, deleted or replaced.

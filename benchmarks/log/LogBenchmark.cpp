@@ -84,10 +84,11 @@ public:
     explicit EndlessFile(const std::string& path)
         : file_(platform::service<platform::LogFiles>().open(path)) {}
 
-    bool append(std::string_view entry) override {
+    void append(std::string_view entry) override {
         QFLog::sharedController().setBytesWritten(0);
-        return file_->append(entry);
+        file_->append(entry);
     }
+    bool hasName() override { return file_->hasName(); }
     bool isInPlace() override { return file_->isInPlace(); }
 
 private:

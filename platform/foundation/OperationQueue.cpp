@@ -86,6 +86,7 @@ void OperationQueue::waitUntilAllOperationsAreFinished() {
     if (queueOfThisThread == this) {
         while (taken_ < target && runNext()) {
         }
+        complete();
         return;
     }
     std::unique_lock lock(mutex_);
@@ -95,6 +96,21 @@ void OperationQueue::waitUntilAllOperationsAreFinished() {
             return;
         }
         finishedGrew_.wait(lock);
+    }
+}
+
+void OperationQueue::completeWith(std::function<void()> completion) {
+    const std::lock_guard lock(mutex_);
+    completion_ = std::move(completion);
+}
+
+/// Without the lock, for which those who add operations to be waited for do not wait either.
+void OperationQueue::complete() {
+    std::unique_lock lock(mutex_);
+    const auto completion = completion_;
+    lock.unlock();
+    if (completion) {
+        completion();
     }
 }
 
@@ -162,6 +178,7 @@ void OperationQueue::publishEmptiness() {
     if (added_.load() != taken_) {
         return;
     }
+    complete();
     emptiedAt_.store(taken_);
     if (taken_ >= awaited_.load()) {
         const std::lock_guard lock(mutex_);

@@ -5,6 +5,7 @@
 #include <condition_variable>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <limits>
 #include <memory>
 #include <mutex>
@@ -53,8 +54,10 @@ public:
     /// operations.
     std::uint64_t currentOperation() const;
 
-    /// Returns whether the queue was empty at some moment after the operation of that number.
-    bool wasEmptySince(std::uint64_t operation) const { return emptiedAt_.load() >= operation; }
+    /// Has `completion` called on the queue's thread before anybody who waits is told that all
+    /// operations are finished: each time when none is left, and when a wait in an operation ends.
+    /// It replaces an earlier one, neither throws nor waits for the queue, and may add operations.
+    void completeWith(std::function<void()> completion);
 
     /// For a process that is about to be copied with this thread alone (POSIX: fork). Between the
     /// first call and one of the others, this thread alone holds the queue's lock. In the copy the
@@ -93,6 +96,7 @@ private:
     void waitForOperations();
     bool runNext();
     Operation* takeAll();
+    void complete();
     void publishEmptiness();
 
     // Members are placed by who changes them, so that callers and the queue's thread do not contend
@@ -109,6 +113,7 @@ private:
     static constexpr auto nothingAwaited = std::numeric_limits<std::uint64_t>::max();
     std::atomic<std::uint64_t> awaited_{nothingAwaited}; // by the waiter that needs the fewest
     std::mutex mutex_;
+    std::function<void()> completion_;
     std::condition_variable finishedGrew_;
     std::atomic<bool> started_{false};
     std::thread thread_;

@@ -11,13 +11,13 @@
 /// A log file that only remembers the messages of its entries.
 class RecordingLogFile : public platform::LogFile {
 public:
-    bool append(std::string_view entry) override {
+    void append(std::string_view entry) override {
         entry.remove_prefix(entry.find(dateEnd) + dateEnd.size());
         entry.remove_suffix(1);
         const std::lock_guard lock(mutex_);
         messages_.emplace_back(entry);
-        return true;
     }
+    bool hasName() override { return true; }
     bool isInPlace() override { return true; }
 
     std::vector<std::string> take() {

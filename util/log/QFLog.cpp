@@ -79,7 +79,6 @@ void QFLog::observeCopies() {
             }
             bytesInQueue_ = 0;
             startingOver_ = false;
-            lastEntry_ = 0;
             mutex_.unlock();
         });
 }
@@ -130,6 +129,13 @@ std::shared_ptr<platform::LogFile> QFLog::fileHandle() const {
 void QFLog::setFileHandle(std::shared_ptr<platform::LogFile> file) {
     const std::lock_guard lock(mutex_);
     fileHandle_.swap(file);
+}
+
+void QFLog::setWriteQueue(platform::OperationQueue* queue) {
+    if (queue != nullptr) {
+        queue->completeWith([this] { confirmEntries(); });
+    }
+    writeQueue_ = queue;
 }
 
 void QFLog::print(std::string_view format, FormatArguments arguments) const noexcept {

@@ -30,11 +30,12 @@
 /// A forked process (platform::ProcessCopies) continues to log into the same file; entries queued
 /// before the fork are written only by the original.
 ///
-/// Several processes may share a log. When one of them starts a new file, the others continue in
-/// it; no entry is lost, and none starts a file that another has started already. If no file is at
-/// the log's path, because it or a directory above it was moved or deleted, the entry is reported
-/// as lost; among entries that follow one another immediately, a few may still go to the moved
-/// file.
+/// Several processes may share a log. Each goes on in the file that one of them starts; none loses
+/// an entry by that, or starts one that another has started already. An entry that finds no file
+/// at the log's path, because that or a folder above it was moved or deleted, is said to be lost;
+/// of entries that follow one another at once, a few may still go where the file was moved to.
+/// Those that went to a file that was deleted meanwhile are written once more, or said to be lost,
+/// before anybody who waits for them is told that they are written.
 ///
 /// platform::Application defines the main thread and when the application terminates. In a program
 /// without one, every thread counts as a worker: short messages are in the file when their call
@@ -147,7 +148,7 @@ public:
     /// The queue of entries to be written, or null. A queue that is set lives as long as the
     /// process.
     platform::OperationQueue* writeQueue() const { return writeQueue_; }
-    void setWriteQueue(platform::OperationQueue* queue) { writeQueue_ = queue; }
+    void setWriteQueue(platform::OperationQueue* queue);
 
     /// The approximate number of characters that wait to be written. An entry that could not be
     /// written because of an exception remains counted.
@@ -201,10 +202,16 @@ private:
                 const std::string& current) const;
     static void writeHeader();
 
+    struct Unconfirmed;
+    using File = std::shared_ptr<platform::LogFile>;
+
+    static Unconfirmed& unconfirmed();
     void writeEntry(std::string_view text);
-    bool followsAtOnce();
-    bool appendEntry(std::string_view entry);
-    bool appendToFreshFile(std::string_view entry);
+    bool write(std::string_view entry);
+    File append(std::string_view entry);
+    File appendToFreshFile(std::string_view entry);
+    bool followsAtOnce(const File& file) const;
+    void confirmEntries();
     void startOver();
 
     // Read by callers and rarely changed.
@@ -226,5 +233,4 @@ private:
 
     // Changed by every caller and the write queue.
     alignas(64) std::atomic<std::uint64_t> bytesInQueue_{0};
-    std::atomic<std::uint64_t> lastEntry_{0}; // its operation's number
 };

@@ -82,14 +82,19 @@ std::string replacingAll(std::string_view text, const Replacements& replacements
     return result;
 }
 
-/// Returns an entry as it appears in the file. The write queue spends its time here and in the
-/// write.
+/// An entry as it is in the file. The write queue spends its time here and in the write.
 std::string entryOf(platform::Date date, std::string_view message) {
     constexpr std::size_t mostAroundMessage = 40;
     std::string entry;
     entry.reserve(message.size() + mostAroundMessage);
     platform::appendDescription(entry, date);
     return entry.append(afterDate).append(message).append(afterMessage);
+}
+
+std::string_view messageOf(std::string_view entry) {
+    entry.remove_prefix(entry.find(afterDate) + afterDate.size());
+    entry.remove_suffix(afterMessage.size());
+    return entry;
 }
 
 bool isMainThread() {
@@ -197,62 +202,140 @@ void QFLog::appendLogOnThread(std::string_view text) {
     }
 }
 
+/// What this thread has written to a file that it does not know to have a name still. A thread has
+/// nothing left here when another one writes.
+struct QFLog::Unconfirmed {
+    static constexpr std::size_t mostEntries = 32;
+    static constexpr std::size_t mostBytes = 65536;
+
+    File file;
+    std::string bytes; // one entry behind the other
+    std::vector<std::size_t> sizes;
+    std::uint64_t lastOperation = 0; // in which an entry was written, or 0
+
+    /// What is not written on the queue, which confirms when it becomes empty, is confirmed at
+    /// once.
+    bool isFull() const {
+        return lastOperation == 0 || sizes.size() >= mostEntries || bytes.size() >= mostBytes;
+    }
+
+    void keep(std::string_view entry, File itsFile) {
+        file = std::move(itsFile);
+        bytes += entry;
+        sizes.push_back(entry.size());
+    }
+
+    /// Forgets all, and returns it where the file was deleted.
+    std::vector<std::string> takeDeleted() {
+        std::vector<std::string> deleted;
+        if (file && !file->hasName()) {
+            std::size_t begin = 0;
+            for (const auto size : sizes) {
+                deleted.push_back(bytes.substr(begin, size));
+                begin += size;
+            }
+        }
+        file = nullptr;
+        sizes.clear();
+        bytes.clear();
+        if (bytes.capacity() > 2 * mostBytes) {
+            bytes.shrink_to_fit();
+        }
+        return deleted;
+    }
+};
+
+QFLog::Unconfirmed& QFLog::unconfirmed() {
+    thread_local Unconfirmed entries;
+    return entries;
+}
+
 void QFLog::writeEntry(std::string_view text) {
     if (loggingDisabled()) {
         return;
     }
-    const auto entry = entryOf(now(), text);
-    if (appendEntry(entry)) {
-        bytesWritten_ += entry.size();
-        if (bytesWritten() >= sizeLimit) {
-            startOver();
-        }
-    } else {
-        print(lostMessage, {text});
-        print(unopenedMessage, {});
+    if (write(entryOf(now(), text)) && bytesWritten() >= sizeLimit) {
+        startOver();
     }
     bytesInQueue_ -= platform::text::utf16Length(text);
 }
 
-/// Returns whether the entry that is being written was already queued when the one before it was
-/// written. Checking that the file is in place costs more than writing to it, so only every so many
-/// such entries do it.
-bool QFLog::followsAtOnce() {
-    constexpr std::uint64_t entriesPerLook = 32;
-    const auto* queue = writeQueue();
-    const auto number = queue != nullptr ? queue->currentOperation() : 0;
-    const auto former = lastEntry_.load(std::memory_order_relaxed);
-    lastEntry_.store(number, std::memory_order_relaxed);
-    return former != 0 && number == former + 1 && !queue->wasEmptySince(former) &&
-           number % entriesPerLook != 0;
+/// False, and said so, when there is no log to write to.
+bool QFLog::write(std::string_view entry) {
+    auto file = append(entry);
+    if (!file) {
+        print(lostMessage, {messageOf(entry)});
+        print(unopenedMessage, {});
+        return false;
+    }
+    bytesWritten_ += entry.size();
+    auto& written = unconfirmed();
+    written.keep(entry, std::move(file));
+    if (written.isFull()) {
+        confirmEntries();
+    }
+    return true;
 }
 
-/// Returns false if there is no log to write to.
-bool QFLog::appendEntry(std::string_view entry) {
-    const bool mayGoOn = followsAtOnce();
-    const auto file = fileHandle();
-    if (file && (mayGoOn || file->isInPlace()) && file->append(entry)) {
-        return true;
+/// Returns the file that the entry went to, or null when there is none.
+QFLog::File QFLog::append(std::string_view entry) {
+    auto file = fileHandle();
+    if (!followsAtOnce(file)) {
+        confirmEntries(); // which may write those before this one once more, elsewhere
+        file = fileHandle();
+        if (file && !file->isInPlace()) {
+            setFileHandle(nullptr);
+            setBytesWritten(0);
+            file = nullptr;
+        }
     }
-    if (file) {
-        setFileHandle(nullptr);
-        setBytesWritten(0);
+    if (!file) {
+        return appendToFreshFile(entry);
     }
-    return appendToFreshFile(entry);
+    file->append(entry);
+    return file;
 }
 
-/// Opens the current log and writes into it, while nobody can start another one.
-bool QFLog::appendToFreshFile(std::string_view entry) {
+/// Opens the current log and writes into it, while nobody starts another one.
+QFLog::File QFLog::appendToFreshFile(std::string_view entry) {
     const auto path = log_location::currentLog(appName());
     if (!path) {
-        return false;
+        return nullptr;
     }
     auto& files = platform::service<platform::LogFiles>();
     // If the lock cannot be had, because its holder hangs, the entry is written all the same.
     const auto lock = files.lock({platform::path::deletingLastComponent(*path)});
-    const auto file = files.open(*path);
+    auto file = files.open(*path);
     setFileHandle(file);
-    return file && file->append(entry);
+    if (file) {
+        file->append(entry);
+    }
+    return file;
+}
+
+/// Whether the entry that is being written was waiting when the one before it was written to the
+/// same file, which was in place a few entries ago: looking for that costs more than the write.
+bool QFLog::followsAtOnce(const File& file) const {
+    const auto* queue = writeQueue();
+    const auto number = queue != nullptr ? queue->currentOperation() : 0;
+    auto& before = unconfirmed();
+    const auto former = std::exchange(before.lastOperation, number);
+    return number == former + 1 && file && before.file == file;
+}
+
+/// Sees to it that what was written is in a file that others can find: looking for that after each
+/// write would cost as much as the write. Returns when nothing is left that is not known to be.
+void QFLog::confirmEntries() {
+    for (auto deleted = unconfirmed().takeDeleted(); !deleted.empty();
+         deleted = unconfirmed().takeDeleted()) {
+        for (const auto& entry : deleted) {
+            try {
+                write(entry);
+            } catch (const std::exception& exception) {
+                print(writeExceptionMessage, {exception.what()});
+            }
+        }
+    }
 }
 
 /// The entries that finishWriting() writes here still belong to the full log, however large they

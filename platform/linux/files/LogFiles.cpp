@@ -45,14 +45,18 @@ public:
         : descriptor_(std::move(descriptor)), device_(identity.st_dev), inode_(identity.st_ino),
           path_(std::move(path)) {}
 
-    bool append(std::string_view entry) override {
+    void append(std::string_view entry) override {
         blockSigxfsz();
         if (lineIsTorn_) {
             write("\n");
         }
         lineIsTorn_ = false;
         write(entry);
-        return hasName();
+    }
+
+    bool hasName() override {
+        struct stat own {};
+        return ::fstat(descriptor_.get(), &own) != 0 || own.st_nlink > 0;
     }
 
     bool isInPlace() override {
@@ -62,14 +66,8 @@ public:
     }
 
 private:
-    /// Returns whether others can still find the file: entries written to a deleted one are lost.
-    bool hasName() const {
-        struct stat own {};
-        return ::fstat(descriptor_.get(), &own) != 0 || own.st_nlink > 0;
-    }
-
-    /// The first write is complete unless the disk is full or the file is at its size limit; the
-    /// write after a partial one reports which.
+    /// The first write takes all unless the disk is full or the file as large as it may become;
+    /// what comes after a part tells which.
     void write(std::string_view bytes) {
         while (!bytes.empty()) {
             const auto written = ::write(descriptor_.get(), bytes.data(), bytes.size());

@@ -168,6 +168,61 @@ TEST(OperationQueue, WaitsInItsOwnOperationOnlyForWhatWasAddedBefore) {
     EXPECT_EQ(order, (std::vector{1, 2, 3}));
 }
 
+TEST(OperationQueue, IsCompletedBeforeThoseWhoWaitAreTold) {
+    OperationQueue queue;
+    int completed = 0;
+    queue.completeWith([&completed] { ++completed; });
+    for (int round = 1; round <= 100; ++round) {
+        queue.addOperation([] {});
+        queue.waitUntilAllOperationsAreFinished();
+        ASSERT_EQ(completed, round);
+    }
+}
+
+TEST(OperationQueue, IsCompletedOnceForOperationsThatFollowOneAnother) {
+    OperationQueue queue;
+    int completed = 0;
+    {
+        const QueueGate gate(queue);
+        queue.completeWith([&completed] { ++completed; });
+        queue.addOperation([] {});
+        queue.addOperation([] {});
+    }
+    queue.waitUntilAllOperationsAreFinished();
+    EXPECT_EQ(completed, 1);
+}
+
+TEST(OperationQueue, IsCompletedWhenItsLastOperationIsCancelled) {
+    OperationQueue queue;
+    bool completed = false;
+    {
+        const QueueGate gate(queue);
+        queue.addOperation([] {});
+        queue.completeWith([&completed] { completed = true; });
+        queue.cancelAllOperations();
+    }
+    queue.waitUntilAllOperationsAreFinished();
+    EXPECT_TRUE(completed);
+}
+
+TEST(OperationQueue, IsCompletedBeforeAWaitInItsOwnOperationEnds) {
+    OperationQueue queue;
+    int ran = 0;
+    int ranWhenCompleted = 0;
+    int completedAtEnd = 0;
+    queue.completeWith([&] { ranWhenCompleted = ran; });
+    {
+        const QueueGate gate(queue);
+        queue.addOperation([&] {
+            queue.waitUntilAllOperationsAreFinished();
+            completedAtEnd = ranWhenCompleted;
+        });
+        queue.addOperation([&ran] { ++ran; });
+    }
+    queue.waitUntilAllOperationsAreFinished();
+    EXPECT_EQ(completedAtEnd, 1);
+}
+
 TEST(OperationQueue, FinishesEverythingBeforeItIsDestroyed) {
     int ran = 0;
     {

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <functional>
 #include <stdexcept>
 #include <thread>
 #include <utility>
@@ -21,9 +22,10 @@ protected:
 /// A file whose disk is full.
 class FullFile : public platform::LogFile {
 public:
-    bool append(std::string_view /*entry*/) override {
+    void append(std::string_view /*entry*/) override {
         throw platform::Exception("NSFileHandleOperationException", "the disk is full");
     }
+    bool hasName() override { return true; }
     bool isInPlace() override { return true; }
 };
 
@@ -207,10 +209,10 @@ public:
     int looks = 0;
     std::vector<int> looksBefore;
 
-    bool append(std::string_view /*entry*/) override {
+    void append(std::string_view /*entry*/) override {
         looksBefore.push_back(std::exchange(looks, 0));
-        return true;
     }
+    bool hasName() override { return true; }
     bool isInPlace() override {
         ++looks;
         return true;
@@ -254,6 +256,174 @@ TEST_F(LogWriting, LooksForItsFileBehindAnOperationThatIsNoEntry) {
     }
     QFLog::finishWriting();
     EXPECT_EQ(file->looksBefore, (std::vector{1, 1}));
+}
+
+/// A log file to which something happens when it has got so many entries.
+class EventfulFile : public platform::LogFile {
+public:
+    EventfulFile(std::shared_ptr<platform::LogFile> file, int entries,
+                 std::function<void()> happening)
+        : file_(std::move(file)), left_(entries), happening_(std::move(happening)) {}
+
+    void append(std::string_view entry) override {
+        file_->append(entry);
+        if (--left_ == 0) {
+            happening_();
+        }
+    }
+    bool hasName() override { return file_->hasName(); }
+    bool isInPlace() override { return file_->isInPlace(); }
+
+private:
+    std::shared_ptr<platform::LogFile> file_;
+    int left_;
+    std::function<void()> happening_;
+};
+
+class LogBurst : public LogWriting {
+protected:
+    /// Something that happens to the log when so many entries were written.
+    void after(int entries, std::function<void()> happening) {
+        log.setFileHandle(
+            std::make_shared<EventfulFile>(files.open(logPath(1)), entries, std::move(happening)));
+    }
+    void deleteLog() { fs::remove(logPath(1)); }
+    void replaceLog() {
+        deleteLog();
+        writeLog(1, "");
+    }
+    /// Has so many entries wait before the first is written, and waits for them all.
+    void logAtOnce(int count) {
+        {
+            const QueueGate gate(queue);
+            for (int number = 0; number < count; ++number) {
+                QFLog::fastAppendLog("%d", number);
+            }
+        }
+        QFLog::finishWriting();
+    }
+    static std::string entriesUpTo(int count) {
+        std::string all;
+        for (int number = 0; number < count; ++number) {
+            all += entry(std::to_string(number));
+        }
+        return all;
+    }
+};
+
+TEST_F(LogBurst, IsWrittenOnceMoreWhenItsFileIsReplacedInItsMidst) {
+    after(10, [this] { replaceLog(); });
+    logAtOnce(20);
+    EXPECT_EQ(contentOf(logPath(1)), entriesUpTo(20));
+    EXPECT_EQ(log.bytesWritten(), entriesUpTo(20).size());
+    EXPECT_EQ(log.bytesInQueue(), 0U);
+    EXPECT_EQ(console.printed(), "");
+}
+
+TEST_F(LogBurst, IsSaidToBeLostWhenItsFileIsDeletedInItsMidst) {
+    after(2, [this] { deleteLog(); });
+    logAtOnce(3);
+    std::string said;
+    for (const char* message : {"0", "1", "2"}) {
+        said += "Unable to log the following information: " + std::string(message) +
+                "\nUnable to open log for output\n";
+    }
+    EXPECT_EQ(console.printed(), said);
+    EXPECT_EQ(log.bytesInQueue(), 0U);
+}
+
+TEST_F(LogBurst, IsSaidToBeLostWhenTheFileThatReplacesItsOwnIsFull) {
+    class FullFiles : public platform::native::LogFiles {
+        std::shared_ptr<platform::LogFile> open(const std::string& /*path*/) override {
+            return std::make_shared<FullFile>();
+        }
+    } fullFiles;
+    const platform::ScopedService<platform::LogFiles> scopedFullFiles(fullFiles);
+    after(2, [this] { replaceLog(); });
+    logAtOnce(2);
+    const std::string failure = "Exception writing to log: the disk is full\n";
+    EXPECT_EQ(console.printed(), failure + failure);
+}
+
+TEST_F(LogBurst, IsWrittenInOrderWhenAnOperationInItsMidstReplacesItsFile) {
+    {
+        const QueueGate gate(queue);
+        QFLog::fastAppendLog("0");
+        queue.addOperation([this] { replaceLog(); });
+        QFLog::fastAppendLog("1");
+    }
+    QFLog::finishWriting();
+    EXPECT_EQ(contentOf(logPath(1)), entriesUpTo(2));
+}
+
+TEST_F(LogBurst, IsInItsFileOrWhereThatWasMovedInItsMidst) {
+    after(10, [this] {
+        fs::rename(logPath(1), machine / "elsewhere");
+        writeLog(1, "");
+    });
+    logAtOnce(100);
+    EXPECT_NE(contentOf(logPath(1)), "");
+    EXPECT_EQ(contentOf(machine / "elsewhere") + contentOf(logPath(1)), entriesUpTo(100));
+    EXPECT_EQ(console.printed(), "");
+}
+
+TEST_F(LogBurst, HasNobodyToldOfAnEntryWhoseFileWasReplaced) {
+    after(1, [this] { replaceLog(); });
+    QFLog::appendLog("0");
+    EXPECT_EQ(contentOf(logPath(1)), entriesUpTo(1));
+}
+
+TEST_F(LogBurst, IsWrittenOnceMoreBeforeItsLastEntryStartsANewLog) {
+    log.setBytesWritten(499990);
+    after(1, [this] { replaceLog(); });
+    logAtOnce(1);
+    EXPECT_EQ(contentOf(logPath(1)), entriesUpTo(1));
+    EXPECT_FALSE(exists(2));
+}
+
+TEST_F(LogBurst, IsKeptOnlyUpToSoManyEntriesAndBytes) {
+    /// Remembers how much it got at most without being asked for its name.
+    class AskedFile : public platform::LogFile {
+    public:
+        void append(std::string_view entry) override {
+            mostEntries = std::max(mostEntries, ++entries_);
+            mostBytes = std::max(mostBytes, bytes_ += entry.size());
+        }
+        bool hasName() override {
+            entries_ = 0;
+            bytes_ = 0;
+            return true;
+        }
+        bool isInPlace() override { return true; }
+
+        int mostEntries = 0;
+        std::size_t mostBytes = 0;
+
+    private:
+        int entries_ = 0;
+        std::size_t bytes_ = 0;
+    };
+    const auto file = std::make_shared<AskedFile>();
+    log.setFileHandle(file);
+    logAtOnce(1000);
+    EXPECT_EQ(file->mostEntries, 32);
+    {
+        const QueueGate gate(queue);
+        for (int number = 0; number < 40; ++number) {
+            QFLog::fastAppendLog(std::string(10000, 'x'));
+        }
+    }
+    QFLog::finishWriting();
+    EXPECT_LE(file->mostBytes, 65536U + 10100U);
+}
+
+TEST_F(LogWriting, LooksAfterEveryEntryThatIsNotWrittenOnItsQueue) {
+    log.setFileHandle(std::make_shared<EventfulFile>(files.open(logPath(1)), 1, [this] {
+        fs::remove(logPath(1));
+        writeLog(1, "");
+    }));
+    log.appendLogOnThread("at once");
+    EXPECT_EQ(contentOf(logPath(1)), entry("at once"));
 }
 
 TEST_F(LogWriting, PrintsNothingAboutAMissingLogWhenPrintingIsOff) {

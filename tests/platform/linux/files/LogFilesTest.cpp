@@ -70,16 +70,16 @@ bool asNobody(Check check) {
 /// Fills the disk that `path` is on, makes room again and goes on.
 void fillAndGoOn(platform::LogFile& file, const std::string& path) {
     const std::string page(5000, 'x');
-    EXPECT_TRUE(file.append(page));
+    file.append(page);
     try {
-        EXPECT_TRUE(file.append(page));
+        file.append(page);
         ADD_FAILURE() << "there was room for more than fits";
     } catch (const Exception& exception) {
         EXPECT_EQ(exception.name(), "NSFileHandleOperationException");
         EXPECT_EQ(exception.reason(), "“log” couldn’t be written to because the volume is full.");
     }
     ASSERT_EQ(::truncate(path.c_str(), 6000), 0);
-    EXPECT_TRUE(file.append("next\n"));
+    file.append("next\n");
 }
 
 } // namespace
@@ -100,8 +100,8 @@ TEST_F(LogFiles, AppendsToAnExistingFile) {
     const auto path = directory.write("log", "one\n");
     const auto file = files.open(path);
     ASSERT_TRUE(file);
-    EXPECT_TRUE(file->append("two\n"));
-    EXPECT_TRUE(file->append("three\n"));
+    file->append("two\n");
+    file->append("three\n");
     EXPECT_EQ(contentOf(path), "one\ntwo\nthree\n");
 }
 
@@ -109,9 +109,9 @@ TEST_F(LogFiles, AppendsBehindWhatAnotherHasAppended) {
     const auto path = directory.write("log");
     const auto first = files.open(path);
     const auto second = files.open(path);
-    EXPECT_TRUE(first->append("1\n"));
-    EXPECT_TRUE(second->append("2\n"));
-    EXPECT_TRUE(first->append("3\n"));
+    first->append("1\n");
+    second->append("2\n");
+    first->append("3\n");
     EXPECT_EQ(contentOf(path), "1\n2\n3\n");
 }
 
@@ -133,15 +133,17 @@ TEST_F(LogFiles, TellThatAnEntryWasWrittenToAFileThatIsDeletedMeanwhile) {
     const auto path = directory.write("log");
     const auto file = files.open(path);
     beforeWriting() = [&path] { fs::remove(path); };
-    EXPECT_FALSE(file->append("lost\n"));
+    file->append("lost\n");
+    EXPECT_FALSE(file->hasName());
 }
 
 TEST_F(LogFiles, AppendToAFileThatIsMovedMeanwhile) {
     const auto path = directory.write("log");
     const auto file = files.open(path);
-    beforeWriting() = [&] { fs::rename(path, directory / "older"); };
-    EXPECT_TRUE(file->append("kept\n"));
-    EXPECT_EQ(contentOf(directory / "older"), "kept\n");
+    beforeWriting() = [&] { fs::rename(path, folder / "older"); };
+    file->append("kept\n");
+    EXPECT_TRUE(file->hasName());
+    EXPECT_EQ(contentOf(folder / "older"), "kept\n");
 }
 
 TEST_F(LogFiles, DoNotCreateAMissingFileWhenTheyOpenIt) {
@@ -155,7 +157,7 @@ TEST_F(LogFiles, FollowTheUsersOwnLinks) {
     fs::create_symlink(directory / "relative", directory / "link");
     const auto file = files.open(directory / "link");
     ASSERT_TRUE(file);
-    EXPECT_TRUE(file->append("entry\n"));
+    file->append("entry\n");
     EXPECT_EQ(contentOf(path), "entry\n");
 }
 
@@ -362,7 +364,8 @@ TEST_F(LogFiles, CreateAnEmptyFileInPlaceOfAnother) {
     const auto old = files.open(path);
     EXPECT_TRUE(files.createEmptyFile(path));
     EXPECT_EQ(contentOf(path), "");
-    EXPECT_FALSE(old->append("goes to the old one"));
+    old->append("goes to the old one");
+    EXPECT_FALSE(old->hasName());
     EXPECT_EQ(contentOf(path), "");
 }
 
