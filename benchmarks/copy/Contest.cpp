@@ -155,18 +155,18 @@ void compare(const std::string& title, std::size_t rounds, double bytes,
     std::fflush(stdout);
 }
 
-Directory::Directory(const std::string& parent) : path_(parent + "/qf-bench-XXXXXX") {
+DirectoryReader::DirectoryReader(const std::string& parent) : path_(parent + "/qf-bench-XXXXXX") {
     if (::mkdtemp(path_.data()) == nullptr) {
         check(errno, path_);
     }
 }
 
-Directory::~Directory() {
+DirectoryReader::~DirectoryReader() {
     std::error_code ignored;
     std::filesystem::remove_all(path_, ignored);
 }
 
-std::string Directory::writeNoise(const std::string& name, std::uint64_t size) const {
+std::string DirectoryReader::writeNoise(const std::string& name, std::uint64_t size) const {
     auto path = *this / name;
     std::filesystem::create_directories(std::filesystem::path(path).parent_path());
     std::ofstream file(path, std::ios::binary);

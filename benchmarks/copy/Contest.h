@@ -45,14 +45,14 @@ void compare(const std::string& title, std::size_t rounds, double bytes,
              const std::vector<Contender>& contenders);
 
 /// The benchmark's own directory, deleted with its contents at the scope's end.
-class Directory {
+class DirectoryReader {
 public:
-    explicit Directory(const std::string& parent);
-    ~Directory();
-    Directory(const Directory&) = delete;
-    Directory& operator=(const Directory&) = delete;
-    Directory(Directory&&) = delete;
-    Directory& operator=(Directory&&) = delete;
+    explicit DirectoryReader(const std::string& parent);
+    ~DirectoryReader();
+    DirectoryReader(const DirectoryReader&) = delete;
+    DirectoryReader& operator=(const DirectoryReader&) = delete;
+    DirectoryReader(DirectoryReader&&) = delete;
+    DirectoryReader& operator=(DirectoryReader&&) = delete;
 
     std::string operator/(const std::string& name) const { return path_ + "/" + name; }
 

@@ -131,11 +131,11 @@ Contender fresh(std::string name, const Paths& destinations, std::function<void(
     return {std::move(name), std::move(run), [destinations] { removeAll(destinations); }};
 }
 
-void compareCopies(const contest::Directory& directory, const std::string& source, double bytes,
+void compareCopies(const contest::DirectoryReader& reader, const std::string& source, double bytes,
                    std::size_t count, const Kind& kind, std::size_t rounds) {
     Paths places;
     for (std::size_t number = 1; number <= count; ++number) {
-        places.push_back(directory / ("copy" + std::to_string(number)));
+        places.push_back(reader / ("copy" + std::to_string(number)));
     }
     std::vector<Contender> contenders{
         fresh("QFFileManager", places, [&] { copyOurs(source, places, kind); }),
@@ -161,16 +161,17 @@ void compareCopies(const contest::Directory& directory, const std::string& sourc
     removeAll(places);
 }
 
-void compareManyFiles(const contest::Directory& directory, std::size_t places, std::size_t rounds) {
+void compareManyFiles(const contest::DirectoryReader& reader, std::size_t places,
+                      std::size_t rounds) {
     constexpr int files = 10000;
     constexpr std::uint64_t size = 16384;
     Paths sources;
     for (int number = 0; number < files; ++number) {
-        sources.push_back(directory.writeNoise("many/" + std::to_string(number), size));
+        sources.push_back(reader.writeNoise("many/" + std::to_string(number), size));
     }
     Paths targets;
     for (std::size_t number = 1; number <= places; ++number) {
-        targets.push_back(directory / ("many-copy" + std::to_string(number)));
+        targets.push_back(reader / ("many-copy" + std::to_string(number)));
     }
     const auto& kind = kinds[3];
     const auto each = [&](const std::function<void(const std::string&, const Paths&)>& copy) {
@@ -194,7 +195,7 @@ void compareManyFiles(const contest::Directory& directory, std::size_t places, s
     const auto copyDirectories = [&](std::size_t atATime) {
         std::vector<Command> digests{digestOf(kind, sources)};
         for (const auto& target : targets) {
-            contest::runAll({{"cp", "-r", "--preserve=timestamps", directory / "many", target}});
+            contest::runAll({{"cp", "-r", "--preserve=timestamps", reader / "many", target}});
             Paths copies;
             for (const auto& entry : fs::directory_iterator(target)) {
                 copies.push_back(entry.path());
@@ -218,36 +219,35 @@ void compareManyFiles(const contest::Directory& directory, std::size_t places, s
     if (contest::isInstalled("rclone")) {
         contenders.push_back(fresh("rclone copy (its own check)", targets, [&] {
             for (const auto& target : targets) {
-                contest::runAll({{"rclone", "--config", "", "copy", directory / "many", target}});
+                contest::runAll({{"rclone", "--config", "", "copy", reader / "many", target}});
             }
         }));
     }
     contest::compare("10,000 files of 16 KiB to " + std::to_string(places) + ", " + kind.name,
                      rounds, static_cast<double>(files * size), contenders);
     removeAll(targets);
-    removeAll({directory / "many"});
+    removeAll({reader / "many"});
 }
 
 void run(bool large) {
     platform::installServices();
-    const contest::Directory directory(contest::workPlace());
+    const contest::DirectoryReader reader(contest::workPlace());
     constexpr std::uint64_t size = 256 * 1048576;
-    const auto source = directory.writeNoise("source", size);
+    const auto source = reader.writeNoise("source", size);
     for (const auto& kind : kinds) {
         for (const auto count : placeCounts) {
             const std::size_t rounds = kind.type == VerificationType::sha256 ? 5 : 3;
-            compareCopies(directory, source, static_cast<double>(size), count, kind, rounds);
+            compareCopies(reader, source, static_cast<double>(size), count, kind, rounds);
         }
     }
     for (const auto count : placeCounts) {
-        compareManyFiles(directory, count, 3);
+        compareManyFiles(reader, count, 3);
     }
     if (large) {
         constexpr std::uint64_t largeSize = std::uint64_t{4096} * 1048576;
-        const auto largeSource = directory.writeNoise("large", largeSize);
+        const auto largeSource = reader.writeNoise("large", largeSize);
         for (const auto count : placeCounts) {
-            compareCopies(directory, largeSource, static_cast<double>(largeSize), count, kinds[3],
-                          3);
+            compareCopies(reader, largeSource, static_cast<double>(largeSize), count, kinds[3], 3);
         }
     }
 }

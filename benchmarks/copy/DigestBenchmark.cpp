@@ -35,7 +35,7 @@ void compareDigests(const std::string& file, const char* name, Hash hash, const 
 
 void run() {
     platform::installServices();
-    const contest::Directory directory(contest::workPlace());
+    const contest::DirectoryReader directory(contest::workPlace());
     const auto file = directory.writeNoise("file", size);
     compareDigests(file, "MD5", QFFileManager::md5HashForFile, "-md5", "md5sum");
     compareDigests(file, "SHA-1", QFFileManager::sha1HashForFile, "-sha1", "sha1sum");

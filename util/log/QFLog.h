@@ -32,10 +32,10 @@
 ///
 /// Several processes may share a log. Each goes on in the file that one of them starts; none loses
 /// an entry by that, or starts one that another has started already. An entry that finds no file
-/// at the log's path, because that or a folder above it was moved or deleted, is said to be lost;
-/// of entries that follow one another at once, a few may still go where the file was moved to.
-/// Those that went to a file that was deleted meanwhile are written once more, or said to be lost,
-/// before anybody who waits for them is told that they are written.
+/// at the log's path, because that or a directory above it was moved or deleted, is said to be
+/// lost; of entries that follow one another at once, a few may still go where the file was moved
+/// to. Those that went to a file that was deleted meanwhile are written once more, or said to be
+/// lost, before anybody who waits for them is told that they are written.
 ///
 /// platform::Application defines the main thread and when the application terminates. In a program
 /// without one, every thread counts as a worker: short messages are in the file when their call

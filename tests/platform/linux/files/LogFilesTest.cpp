@@ -140,10 +140,10 @@ TEST_F(LogFiles, TellThatAnEntryWasWrittenToAFileThatIsDeletedMeanwhile) {
 TEST_F(LogFiles, AppendToAFileThatIsMovedMeanwhile) {
     const auto path = directory.write("log");
     const auto file = files.open(path);
-    beforeWriting() = [&] { fs::rename(path, folder / "older"); };
+    beforeWriting() = [&] { fs::rename(path, directory / "older"); };
     file->append("kept\n");
     EXPECT_TRUE(file->hasName());
-    EXPECT_EQ(contentOf(folder / "older"), "kept\n");
+    EXPECT_EQ(contentOf(directory / "older"), "kept\n");
 }
 
 TEST_F(LogFiles, DoNotCreateAMissingFileWhenTheyOpenIt) {
