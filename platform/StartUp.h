@@ -20,7 +20,7 @@ struct ProgramDescription {
     std::optional<std::string> version;
     /// The file of the program's own privileged helper, which does what that program needs and
     /// nothing else. Where it is missing, the general one serves, which starts any tool.
-    std::optional<std::string> helper;
+    std::optional<std::string> helper = {};
 };
 
 /// Installs this operating system's implementation of every port except those of the user
