@@ -107,13 +107,13 @@ private:
     // the others, so that there are never more of them than were counted.
     alignas(cacheLine) std::atomic<std::uint64_t> added_{0};
     std::atomic<Operation*> newest_{nullptr}; // linked to the one before it, and so on
+    std::function<void()> completion_;        // seldom changed; there is room here
 
     // Changed rarely.
     alignas(cacheLine) std::atomic<std::uint64_t> cancelledBelow_{0};
     static constexpr auto nothingAwaited = std::numeric_limits<std::uint64_t>::max();
     std::atomic<std::uint64_t> awaited_{nothingAwaited}; // by the waiter that needs the fewest
     std::mutex mutex_;
-    std::function<void()> completion_;
     std::condition_variable finishedGrew_;
     std::atomic<bool> started_{false};
     std::thread thread_;

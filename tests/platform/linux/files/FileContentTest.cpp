@@ -14,7 +14,6 @@
 
 using platform::native::FileContent;
 using platform::native::FileDescriptor;
-using platform::native::statusOf;
 
 namespace {
 
@@ -28,7 +27,7 @@ protected:
     auto copy() {
         const auto source = open("source");
         const auto copy = open("copy");
-        return content_.copy(source.get(), *statusOf(source.get()), copy.get());
+        return content_.copy(source.get(), *platform::native::statusOf(source.get()), copy.get());
     }
 
     auto compare(const std::string& one, const std::string& other) {

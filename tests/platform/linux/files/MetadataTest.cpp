@@ -14,7 +14,6 @@
 using platform::native::copyMetadata;
 using platform::native::copyMetadataToEntry;
 using platform::native::FileDescriptor;
-using platform::native::statusOf;
 using platform::native::statusOfEntry;
 
 namespace {
@@ -27,7 +26,9 @@ protected:
         return status;
     }
 
-    auto copyToFile() { return copyMetadata(source_.get(), *statusOf(source_.get()), copy_.get()); }
+    auto copyToFile() {
+        return copyMetadata(source_.get(), *platform::native::statusOf(source_.get()), copy_.get());
+    }
 
     TemporaryDirectory directory_;
     FileDescriptor source_{::open(directory_.write("source").c_str(), O_RDWR | O_CLOEXEC)};
@@ -110,7 +111,7 @@ TEST_F(MetadataTest, CopiesTheModeOfAFifo) {
 
 TEST_F(MetadataTest, TellsThatTheEntryIsMissing) {
     const FileDescriptor directory(::open(directory_.path().c_str(), O_PATH | O_CLOEXEC));
-    const auto status = statusOf(source_.get());
+    const auto status = platform::native::statusOf(source_.get());
 
     EXPECT_EQ(copyMetadataToEntry(*status, directory.get(), "missing").error().number(), ENOENT);
 }
