@@ -41,19 +41,21 @@ public:
     using value_type = T; ///< As in std::expected.
     using error_type = E; ///< As in std::expected.
 
+    // Both convert implicitly, as std::expected's constructors do.
+    // NOLINTBEGIN(google-explicit-constructor, bugprone-forwarding-reference-overload)
+
     /// Makes a success whose value is made from the argument.
     template <class U = T>
     requires(std::is_convertible_v<U&&, T> &&
-             !std::is_same_v<std::remove_cvref_t<U>,
-                             Result>) constexpr Result(U&& value) // NOLINT(*-explicit-*): as
-                                                                  // std::expected's.
+             !std::is_same_v<std::remove_cvref_t<U>, Result>) constexpr Result(U&& value)
         : content_(std::in_place_index<0>, std::forward<U>(value)) {}
 
     /// Makes a failure.
     template <class G>
-    requires(std::is_constructible_v<E, G>) constexpr Result(
-        Unexpected<G> failure) // NOLINT(*-explicit-*): as std::expected's.
+    requires(std::is_constructible_v<E, G>) constexpr Result(Unexpected<G> failure)
         : content_(std::in_place_index<1>, std::move(failure).error()) {}
+
+    // NOLINTEND(google-explicit-constructor, bugprone-forwarding-reference-overload)
 
     /// Returns whether the operation succeeded.
     constexpr bool has_value() const { return content_.index() == 0; }

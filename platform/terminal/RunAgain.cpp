@@ -6,6 +6,7 @@ namespace platform::terminal {
 
 void runAgain(std::vector<std::string> arguments) {
     std::vector<char*> pointers;
+    pointers.reserve(arguments.size() + 1);
     for (auto& argument : arguments) {
         pointers.push_back(argument.data());
     }

@@ -13,8 +13,8 @@ class TaskArgument {
 public:
     /// Accepts everything that converts to a string implicitly.
     template <std::convertible_to<std::string> Text>
-    // NOLINTNEXTLINE(bugprone-forwarding-reference-overload): an argument itself does not convert
-    // to a string.
+    // An argument itself does not convert to a string.
+    // NOLINTNEXTLINE(bugprone-forwarding-reference-overload)
     TaskArgument(Text&& text) : text_(std::forward<Text>(text)) {}
 
     /// Returns the text unchanged.
