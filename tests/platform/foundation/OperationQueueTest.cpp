@@ -169,8 +169,8 @@ TEST(OperationQueue, WaitsInItsOwnOperationOnlyForWhatWasAddedBefore) {
 }
 
 TEST(OperationQueue, IsCompletedBeforeThoseWhoWaitAreTold) {
+    int completed = 0; // outlives the queue, which is completed once more at its end
     OperationQueue queue;
-    int completed = 0;
     queue.completeWith([&completed] { ++completed; });
     for (int round = 1; round <= 100; ++round) {
         queue.addOperation([] {});
@@ -180,8 +180,8 @@ TEST(OperationQueue, IsCompletedBeforeThoseWhoWaitAreTold) {
 }
 
 TEST(OperationQueue, IsCompletedOnceForOperationsThatFollowOneAnother) {
+    int completed = 0; // outlives the queue, which is completed once more at its end
     OperationQueue queue;
-    int completed = 0;
     {
         const QueueGate gate(queue);
         queue.completeWith([&completed] { ++completed; });
@@ -193,8 +193,8 @@ TEST(OperationQueue, IsCompletedOnceForOperationsThatFollowOneAnother) {
 }
 
 TEST(OperationQueue, IsCompletedWhenItsLastOperationIsCancelled) {
-    OperationQueue queue;
     bool completed = false;
+    OperationQueue queue;
     {
         const QueueGate gate(queue);
         queue.addOperation([] {});
@@ -206,10 +206,10 @@ TEST(OperationQueue, IsCompletedWhenItsLastOperationIsCancelled) {
 }
 
 TEST(OperationQueue, IsCompletedBeforeAWaitInItsOwnOperationEnds) {
-    OperationQueue queue;
     int ran = 0;
     int ranWhenCompleted = 0;
     int completedAtEnd = 0;
+    OperationQueue queue;
     queue.completeWith([&] { ranWhenCompleted = ran; });
     {
         const QueueGate gate(queue);
