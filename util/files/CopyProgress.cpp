@@ -23,9 +23,8 @@ constexpr std::uint64_t mostReports = 500;
 
 } // namespace
 
-CopyProgress::CopyProgress(const std::shared_ptr<FileCopyDelegate>& delegate,
-                           FileCopySettings settings)
-    : delegate_(delegate), settings_(std::move(settings)) {
+CopyProgress::CopyProgress(std::shared_ptr<FileCopyDelegate> delegate, FileCopySettings settings)
+    : delegate_(std::move(delegate)), settings_(std::move(settings)) {
 }
 
 void CopyProgress::setSourceSize(std::uint64_t size) {

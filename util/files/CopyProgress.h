@@ -13,7 +13,7 @@
 class CopyProgress {
 public:
     /// The delegate may be null; `settings` is passed to its operations.
-    CopyProgress(const std::shared_ptr<FileCopyDelegate>& delegate, FileCopySettings settings);
+    CopyProgress(std::shared_ptr<FileCopyDelegate> delegate, FileCopySettings settings);
 
     /// Sets the least distance between reports to suit a source of this size, in bytes.
     void setSourceSize(std::uint64_t size);
