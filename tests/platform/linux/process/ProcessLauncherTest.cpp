@@ -695,16 +695,17 @@ TEST_F(Launcher, MakesAllPipesOfARunOrNone) {
 TEST(RunDescriptors, WaitNoLongerThanTheirPatience) {
     platform::native::RunDescriptors descriptors(std::chrono::milliseconds(20));
     descriptors.opened();
-    std::string reason;
+    std::optional<platform::Exception> failure;
     {
         const ScopedLimit<RLIMIT_NOFILE> limit(limitLeaving(0));
         try {
             descriptors.openPipes(1);
         } catch (const platform::Exception& exception) {
-            reason = exception.reason();
+            failure = exception;
         }
     }
-    EXPECT_EQ(reason, "the system has no pipe left: Too many open files");
+    ASSERT_TRUE(failure);
+    EXPECT_EQ(failure->reason(), "the system has no pipe left: Too many open files");
 }
 
 TEST_F(Launcher, RunsOutOfDescriptorsWithAnException) {
