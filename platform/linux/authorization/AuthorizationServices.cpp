@@ -46,7 +46,7 @@ bool isOneLine(const std::string& text) {
     return text.find_first_of(ends) == std::string::npos;
 }
 
-/// The user's login name, the number where there is none.
+/// Returns the user's login name, or the number of a user without one.
 std::string userName(uid_t user) {
     const auto account = accountOf(user);
     return account ? account->name : std::to_string(user);

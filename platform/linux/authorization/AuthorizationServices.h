@@ -29,7 +29,7 @@ namespace platform::native {
 /// replace every right that the process has, whether or not they are right. While another process
 /// traces this one nobody is asked, and the system log says so.
 ///
-/// Statuses beyond success: errAuthorizationInvalidRef for a handle that is none;
+/// Statuses beyond success: errAuthorizationInvalidRef for an invalid handle;
 /// errAuthorizationDenied for another right than "system.privilege.admin", without
 /// kAuthorizationFlagExtendRights when the right is not held yet, and when polkit or PAM says no;
 /// errAuthorizationCanceled when the question was dismissed; errAuthorizationInternal without
@@ -59,7 +59,7 @@ private:
     using Connection = std::shared_ptr<HelperConnection>;
 
     AuthorizationRef add(Connection connection);
-    /// The handle's connection, null while it has no right; nothing for a handle that is none.
+    /// The handle's connection, null while it has no right; no value for an invalid handle.
     std::optional<Connection> find(AuthorizationRef ref);
     void giveUpAll();
     StartedHelper askUser();

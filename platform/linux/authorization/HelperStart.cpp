@@ -21,7 +21,7 @@ namespace {
 
 /// Holds the number of the descriptor that a privileged parent has left.
 constexpr const char* inheritedDescriptor = "QF_AUTHORIZATION_DESCRIPTOR";
-/// An inherited helper runs already; one that does not answer by then is none.
+/// An inherited helper runs already; one that does not answer by then does not count.
 constexpr std::chrono::seconds inheritedAnswerLimit{5};
 
 /// What pkexec ends with when it has not become the helper.

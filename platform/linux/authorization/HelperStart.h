@@ -18,7 +18,7 @@ struct HelperPaths {
     static HelperPaths installed(const std::optional<std::string>& name = std::nullopt);
 };
 
-/// A connection to a helper that is ready, or why there is none.
+/// A connection to a helper that is ready, or the reason why none could be made.
 using StartedHelper = AuthorizationResult<std::shared_ptr<HelperConnection>>;
 
 /// Starts a helper through pkexec, which has polkit ask for a password, and waits until it is ready

@@ -13,7 +13,8 @@ namespace platform::native {
 
 namespace {
 
-/// The system bus; none when there is none. The library's own way ends the process with the bus.
+/// Returns the system bus, or null without one. The library's own way ends the process with the
+/// bus.
 Owned<GDBusConnection> systemBus() {
     Owned<GDBusConnection> bus(g_bus_get_sync(G_BUS_TYPE_SYSTEM, nullptr, nullptr));
     if (bus) {

@@ -30,8 +30,8 @@ struct PolkitAnswer {
     const std::string* password = nullptr;
 };
 
-/// Gives the answer to a question that any of `administrators` may answer. `attempt` counts from 1
-/// and goes up when a password was wrong. Called on a thread of its own, and waited for.
+/// Returns the answer to a question that any of `administrators` may answer. `attempt` counts from
+/// 1 and goes up when a password was wrong. Called on a thread of its own, and waited for.
 using PolkitAnswerer =
     std::function<PolkitAnswer(const std::vector<uid_t>& administrators, int attempt)>;
 

@@ -7,7 +7,7 @@ namespace platform::native {
 /// The process that another one is a child of; 0 when there is no such process.
 pid_t parentOf(pid_t process);
 
-/// A process that traces a thread of this one; 0 when there is none.
+/// Returns a process that traces a thread of this one, or 0.
 pid_t tracerOfThisProcess();
 
 } // namespace platform::native

@@ -11,7 +11,7 @@ namespace platform::native::helper {
 /// when others than its owner and root have put that file there. Throws a Refusal.
 std::string bundleIdentifier(const Item& application);
 
-/// The identifier in a property list of any bytes, XML or binary; empty when there is none.
+/// Returns the identifier in a property list of any bytes, XML or binary, or an empty text.
 std::string identifierIn(std::string_view propertyList);
 
 } // namespace platform::native::helper

@@ -123,7 +123,7 @@ Task prepareRemoval(Tool tool, const Request& request, ProtectedItems& staying) 
     return removal;
 }
 
-/// Where a move or copy to `operand` ends: in the directory that stands there, or else at this very
+/// Where a move or copy to `operand` ends: in the directory at that path, or else at this very
 /// place.
 std::optional<Place> destinationOf(std::string_view operand, const std::string& sourceName,
                                    Links links) {

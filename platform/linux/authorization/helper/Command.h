@@ -25,7 +25,7 @@ struct Command {
 };
 
 /// A name in a directory, and the path by which it was asked for. The item is missing when nothing
-/// stands there.
+/// exists there.
 struct Place {
     std::string path;
     Item directory;

@@ -21,7 +21,7 @@ using ChildVisitor = std::function<void(const Item& child, const std::string& na
 /// Shows `visit` what is in a directory, one after the other. Throws a Refusal.
 void forEachIn(const Item& directory, const Reader& reader, const ChildVisitor& visit);
 
-/// Gives a directory the owners, rights and times of another one. Throws a Refusal.
+/// Sets a directory's owner, rights and times to those of another one. Throws a Refusal.
 void settleLike(const Item& example, const Item& directory);
 
 /// The program has a user's limit; a deep tree takes more.

@@ -19,7 +19,7 @@ namespace platform::native::helper {
 
 namespace {
 
-/// Whether something stands at the destination that the item cannot replace at once.
+/// Returns whether something exists at the destination that the item cannot replace at once.
 bool isTaken(const std::string& destination, const std::string& source) {
     struct stat there {};
     struct stat item {};

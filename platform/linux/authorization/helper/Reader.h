@@ -10,7 +10,7 @@ namespace platform::native::helper {
 /// that does nothing else. What is that owner's own is read whatever its mode.
 class Reader {
 public:
-    /// Gives this process the owner's groups; root stays what it is. Throws a Refusal.
+    /// Takes on the owner's groups; root remains as it is. Throws a Refusal.
     explicit Reader(uid_t owner);
 
     /// Has this process look at an item, and at what is in it, with the reader's rights, for a

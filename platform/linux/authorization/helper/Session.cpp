@@ -178,7 +178,7 @@ void Session::waitForEvents() {
     }
 }
 
-/// Gives the program all the time again until it must ask something.
+/// Starts the time anew in which the program must ask something.
 void Session::startWaiting() {
     using namespace std::chrono;
     const auto whole = duration_cast<seconds>(terms.patience);
@@ -226,7 +226,7 @@ void Session::pass(Output& output) {
     }
 }
 
-/// Gives what the tools say to the system log, one entry a line.
+/// Writes what the tools say to the system log, one entry a line.
 void Session::logToolErrors() {
     std::array<char, 64UL * 1024> bytes{}; // all that a pipe holds
     const ssize_t size = ::read(toolErrors_.readEnd.get(), bytes.data(), bytes.size());

@@ -35,7 +35,7 @@ struct Item {
 
 /// Opens what stands in a directory under a name, a link itself. No server is asked and nothing is
 /// mounted on the way, so that a dead one cannot keep the helper waiting. Throws a Refusal when the
-/// system has no memory or descriptor left: what cannot be looked at may stand there all the same.
+/// system has no memory or descriptor left: what cannot be looked at may exist all the same.
 std::optional<Item> openItem(int directory, const std::string& name);
 
 /// What a path leads to.

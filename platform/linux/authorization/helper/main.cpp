@@ -113,7 +113,7 @@ void settleSurroundings() {
 }
 
 /// The process that made the connection. Its user must be the one whom pkexec says that it has
-/// authorized. Throws the reason when there is none.
+/// authorized. Throws the reason otherwise.
 ucred authorizedPeer(const std::string& invoker) {
     if (::getuid() != 0 || ::geteuid() != 0) {
         throw std::runtime_error("it does not run as the superuser");

@@ -123,7 +123,7 @@ public:
     int waitForEnd();
 
     /// The next line that the helper gives the system log, without what the log adds; waits for it,
-    /// and gives nothing when there is none for long.
+    /// and returns nothing if none comes for long.
     std::string nextLogLine();
     bool hasLogLine();
 

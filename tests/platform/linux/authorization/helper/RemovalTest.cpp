@@ -20,7 +20,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// Has one program stand where another one does, for a scope.
+/// Puts one program in the place of another for a scope.
 class StandIn {
 public:
     StandIn(const char* program, const char* place) : place_(place) {
