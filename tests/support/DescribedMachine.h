@@ -39,7 +39,7 @@ protected:
     StandingClock clock;
     DescribedFileSystem fileSystem;
     RecordingWorkspace workspace;
-    RecordingProcessLauncher launcher;
+    RecordingProcessLauncher launcher{fileSystem};
     RecordingAuthorizationServices services;
 
 private:

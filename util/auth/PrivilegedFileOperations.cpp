@@ -4,6 +4,7 @@
 #include "platform/Console.h"
 #include "platform/FileSystem.h"
 #include "platform/LocalTime.h"
+#include "platform/ProcessLauncher.h"
 #include "platform/Services.h"
 #include "platform/Workspace.h"
 #include "platform/foundation/Path.h"
@@ -79,10 +80,10 @@ QFAuthorization::StartedTool startAsSuperuser(const std::string& tool,
     return {};
 }
 
-// A tool that a stand-in replaces does not exist at its path, but can be run.
+/// Returns whether the tool neither exists nor can be launched, and logs it.
 bool isMissing(const std::string& tool) {
-    auto& disk = platform::service<platform::FileSystem>();
-    const bool missing = !disk.exists(tool) && !disk.isExecutable(tool);
+    const bool missing = !platform::service<platform::ProcessLauncher>().canLaunch(tool) &&
+                         !platform::service<platform::FileSystem>().exists(tool);
     if (missing) {
         platform::systemLog(toolDoesNotExist, tool);
     }

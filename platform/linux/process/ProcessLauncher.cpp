@@ -146,6 +146,10 @@ ProcessLauncher::ProcessLauncher()
     }
 }
 
+bool ProcessLauncher::canLaunch(const std::string& path) {
+    return ::faccessat(AT_FDCWD, resolveTool(path).c_str(), X_OK, AT_EACCESS) == 0;
+}
+
 std::shared_ptr<platform::Pipe> ProcessLauncher::makePipe() {
     return std::make_shared<Pipe>(RunDescriptors::openPipe());
 }

@@ -79,7 +79,7 @@ TEST_F(PrivilegedFileOperations, AMissingToolIsMissingForTheSuperuserToo) {
 }
 
 TEST_F(PrivilegedFileOperations, AToolThatAStandInReplacesExists) {
-    fileSystem.standIns = {"/usr/sbin/diskutil"};
+    launcher.standIns = {"/usr/sbin/diskutil"};
     EXPECT_EQ(controller().authExecTask("/usr/sbin/diskutil", {}), 0);
 }
 

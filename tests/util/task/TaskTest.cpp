@@ -1,7 +1,6 @@
 #include "tests/util/task/TaskTest.h"
 
 #include "platform/Services.h"
-#include "platform/linux/files/FileSystem.h"
 #include "platform/linux/process/ProcessLauncher.h"
 
 #include <filesystem>
@@ -21,9 +20,7 @@ PackageWorkspace& PackageWorkspace::shared() {
 
 void TaskTest::SetUpTestSuite() {
     static auto& launcher = *new platform::native::ProcessLauncher;
-    static auto& fileSystem = *new platform::native::FileSystem;
     platform::install<platform::ProcessLauncher>(launcher);
-    platform::install<platform::FileSystem>(fileSystem);
     platform::install<platform::Workspace>(PackageWorkspace::shared());
     platform::install<platform::Application>(MainLoop::shared());
 }

@@ -317,6 +317,7 @@ class NotingLauncher : public platform::ProcessLauncher {
 public:
     std::function<void()> onTerminate = [] {};
 
+    bool canLaunch(const std::string& /*path*/) override { return true; }
     std::shared_ptr<platform::Pipe> makePipe() override { return nullptr; }
     std::vector<std::shared_ptr<platform::Pipe>> makePipes(std::size_t count) override {
         return std::vector<std::shared_ptr<platform::Pipe>>(count);
