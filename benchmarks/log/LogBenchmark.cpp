@@ -7,6 +7,7 @@
 #include "platform/foundation/Date.h"
 #include "platform/linux/files/LogFiles.h"
 #include "platform/linux/plist/PropertyLists.h"
+#include "platform/linux/system/Clock.h"
 #include "platform/linux/system/Console.h"
 #include "platform/linux/system/SystemInformation.h"
 #include "util/log/QFLog.h"
@@ -405,8 +406,10 @@ int main() {
         return 1;
     }
     // Never destroyed: the log's thread may use them until the process ends.
+    static auto& clock = *new platform::native::Clock;
     static auto& console = *new platform::native::Console;
     static auto& files = *new platform::native::LogFiles;
+    platform::install<platform::Clock>(clock);
     platform::install<platform::Console>(console);
     platform::install<platform::LogFiles>(files);
 

@@ -15,6 +15,7 @@
 #include "util/task/QFTaskEx.h"
 
 #include <cstdlib>
+#include <ctime>
 #include <fstream>
 #include <iostream>
 #include <string>
@@ -34,6 +35,7 @@ void tell(const std::string& what, bool answer) {
 class StoppedClock final : public platform::Clock {
 public:
     platform::Date now() override { return platform::Date(); }
+    std::tm localTime(platform::Date /*moment*/) override { return {}; }
 };
 
 void useTasks() {

@@ -3,7 +3,6 @@
 #include "platform/Clock.h"
 #include "platform/Console.h"
 #include "platform/FileSystem.h"
-#include "platform/LocalTime.h"
 #include "platform/ProcessLauncher.h"
 #include "platform/Services.h"
 #include "platform/Workspace.h"
@@ -96,7 +95,8 @@ std::vector<platform::DirectoryEntry> entries(const std::string& directory) {
 }
 
 std::string timestamp() {
-    const std::tm now = platform::service<platform::LocalTime>().now();
+    auto& clock = platform::service<platform::Clock>();
+    const std::tm now = clock.localTime(clock.now());
     std::array<char, 32> digits{};
     const std::size_t length = std::strftime(digits.data(), digits.size(), "%Y%m%d%H%M%S", &now);
     return {digits.data(), length};

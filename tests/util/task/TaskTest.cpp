@@ -2,6 +2,7 @@
 
 #include "platform/Services.h"
 #include "platform/linux/process/ProcessLauncher.h"
+#include "tests/support/TestClock.h"
 
 #include <filesystem>
 #include <fstream>
@@ -20,6 +21,7 @@ PackageWorkspace& PackageWorkspace::shared() {
 
 void TaskTest::SetUpTestSuite() {
     static auto& launcher = *new platform::native::ProcessLauncher;
+    TestClock::install();
     platform::install<platform::ProcessLauncher>(launcher);
     platform::install<platform::Workspace>(PackageWorkspace::shared());
     platform::install<platform::Application>(MainLoop::shared());
