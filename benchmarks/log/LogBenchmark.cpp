@@ -260,7 +260,7 @@ public:
     explicit CountedLogFiles(std::string directory) : directory_(std::move(directory)) {}
 
     /// Called while the logs are locked.
-    platform::Result<void> removeItem(const std::string& path) override {
+    platform::Result<void> removeLog(const std::string& path) override {
         auto name = directory_ + "/XXXXXX";
         ::close(::mkstemp(name.data()));
         std::filesystem::rename(path, name);

@@ -250,11 +250,11 @@ Result<void> LogFiles::createDirectory(const std::string& path) {
     return reportOf(isUsable(path) ? createDirectories(path) : notUsable, path, "created");
 }
 
-Result<void> LogFiles::removeItem(const std::string& path) {
+Result<void> LogFiles::removeLog(const std::string& path) {
     return reportOf(isUsable(path) ? removeAt(path) : notUsable, path, "deleted");
 }
 
-Result<void> LogFiles::moveItem(const std::string& path, const std::string& newPath) {
+Result<void> LogFiles::renameLog(const std::string& path, const std::string& newPath) {
     const bool areUsable = isUsable(path) && isUsable(newPath);
     return reportOf(areUsable ? moveTo(path, newPath) : notUsable, path, "moved");
 }
@@ -263,7 +263,7 @@ Result<void> LogFiles::setAside(const std::string& path, const std::string& newP
     if (isUsable(path) && isUsable(newPath) && ::link(path.c_str(), newPath.c_str()) == 0) {
         return {};
     }
-    return moveItem(path, newPath);
+    return renameLog(path, newPath);
 }
 
 Result<void> LogFiles::createEmptyFile(const std::string& path) {
