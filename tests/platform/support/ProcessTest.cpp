@@ -128,7 +128,7 @@ TEST_F(ProcessTest, RaisesWhenAskedForTheStatusOfARunningChild) {
               "the task /bin/tool is still running");
 }
 
-TEST_F(ProcessTest, AvailableDataIsWhatOneReadGives) {
+TEST_F(ProcessTest, AvailableDataIsWhatOneReadReturns) {
     FakePipe pipe;
     pipe.left = 3;
     EXPECT_EQ(platform::availableData(pipe).bytes.size(), 3U);

@@ -120,7 +120,7 @@ TEST_F(QFAlertRequestTest, TakesTheInformativeTextAsAFormat) {
               "50% done, 100% sure, %@ and %d");
 }
 
-TEST_F(QFAlertRequestTest, LeavesTheMessageAsItStands) {
+TEST_F(QFAlertRequestTest, LeavesTheMessageUnchanged) {
     EXPECT_EQ(request("50%% %@", none).messageText, "50%% %@");
 }
 

@@ -420,7 +420,7 @@ TEST_F(PrivilegedFileOperations, MoveDirectoryContentsRefusesASystemDirectory) {
                   "Unable to move contents of path /bin because it is a system directory.");
 }
 
-TEST_F(PrivilegedFileOperations, MoveReplacesWhatStandsAtTheNewPath) {
+TEST_F(PrivilegedFileOperations, MoveReplacesWhatExistsAtTheNewPath) {
     fileSystem.files = {"/old", "/new"};
     EXPECT_TRUE(controller().authMoveFile("/old", "/new"));
     EXPECT_EQ(services.tools(), Lines{"/bin/mv -f /old /new"});

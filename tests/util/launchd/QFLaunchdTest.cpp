@@ -591,7 +591,7 @@ TEST_F(QFLaunchdTest, AMachineWithoutALibraryHasNoPlaceForAJob) {
     EXPECT_EQ(launcher.runs, Lines{});
 }
 
-TEST_F(QFLaunchdTest, ALabelStandsInTheFilesNameAsItIs) {
+TEST_F(QFLaunchdTest, ALabelIsInTheFilesNameUnchanged) {
     for (const auto& odd : Lines{"", "a/b", "..", "100%@", "two words", std::string(300, 'x')}) {
         propertyLists.written.clear();
         QFLaunchd::startLaunchAgent(odd, settings, Domain::user);

@@ -104,13 +104,13 @@ TEST_F(TimedTask, FlagsAreHandedOn) {
               "wrong\n");
 }
 
-TEST_F(TimedTask, GivesWhatArrivedBeforeTheTermination) {
+TEST_F(TimedTask, ReturnsWhatArrivedBeforeTheTermination) {
     auto output =
         outputTimedOutOnceReady("echo early; " + tellReady() + "; " + gate() + "; echo late");
     EXPECT_EQ(output.get(), "early\n");
 }
 
-TEST_F(TimedTask, GivesTheStatusOfTheTerminatedChild) {
+TEST_F(TimedTask, ReturnsTheStatusOfTheTerminatedChild) {
     EXPECT_EQ(QFTaskEx::terminationCodeFromTask(shell, script(gate()), 0), SIGTERM);
     auto status = timedOutOnceReady([this] {
         return runner_->terminationCodeFromTaskOnRunner(

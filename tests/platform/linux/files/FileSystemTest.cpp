@@ -183,7 +183,7 @@ TEST(FileSystem, UnlocksWhatIsNotLockedWithoutPrivilegeOrPermission) {
     }
 }
 
-TEST(FileSystem, UnlocksNothingWhereNothingStands) {
+TEST(FileSystem, UnlocksNothingWhereNothingExists) {
     const TemporaryDirectory directory;
 
     const auto changed = fileSystem.setImmutable(directory / "missing.txt", false);

@@ -171,7 +171,7 @@ TEST_F(Launcher, CanLaunchWhatTheUserMayExecute) {
     EXPECT_FALSE(launcher_.canLaunch(directory_ / "missing"));
 }
 
-TEST_F(Launcher, GivesTheExitStatusOrTheSignal) {
+TEST_F(Launcher, ReturnsTheExitStatusOrTheSignal) {
     const auto ended = launch("exit 3");
     ended->waitUntilExit();
     EXPECT_FALSE(ended->isRunning());
