@@ -14,7 +14,7 @@ using platform::native::BinaryPropertyList;
 namespace {
 
 bool unfolds(const std::string& bytes, std::size_t size = 10000, std::size_t levels = 10) {
-    return BinaryPropertyList(bytes).unfoldsWithin(size, levels);
+    return BinaryPropertyList(bytes).unfoldsWithin({.size = size, .levels = levels});
 }
 
 /// A good list in which `bytes` replace those at a position in the trailer.
