@@ -4,6 +4,7 @@
 #include "app/start/TerminalMain.h"
 #include "platform/Services.h"
 #include "platform/SystemInformation.h"
+#include "platform/UserAccount.h"
 #include "platform/foundation/Exception.h"
 #include "platform/foundation/Text.h"
 #include "platform/qt/Identity.h"
@@ -23,6 +24,8 @@ namespace start {
 
 namespace {
 
+constexpr unsigned superuser = 0;
+
 using cli::ExitStatus;
 namespace qt = platform::qt;
 namespace terminal = platform::terminal;
@@ -41,6 +44,19 @@ void reportFailure(const std::string& reason) {
         terminal::runAgain({program, cli::terminalOption});
     }
     std::_Exit(static_cast<int>(ExitStatus::nobodyToAsk));
+}
+
+/// Refuses to work as the superuser in another account's home, as after `sudo -E`. It would hand
+/// that account's directories to the superuser, and delete job files whose jobs it cannot stop.
+void refuseOtherHome() {
+    auto& account = platform::service<platform::UserAccount>();
+    const auto owner = account.otherOwnerOfHome();
+    if (account.realUserId() == superuser && owner) {
+        throw platform::Exception("QFOtherHome", "the home folder " + account.homeDirectory() +
+                                                     " belongs to " + *owner + ": run this as " +
+                                                     *owner +
+                                                     ", or with sudo -H for root's own items");
+    }
 }
 
 int run(int argc, char** argv, const cli::Options& options, const std::string& interfaceFile,
@@ -76,6 +92,7 @@ int applicationMain(int argc, char** argv, const std::string& interfaceFile, Inv
     }
     const auto& options = std::get<cli::Options>(parsed);
     try {
+        refuseOtherHome();
         return options.list ? static_cast<int>(listMain(options, inventory))
                             : run(argc, argv, options, interfaceFile, inventory, awake);
     } catch (const platform::Exception& exception) {

@@ -6,6 +6,7 @@
 #include "platform/Windows.h"
 #include "platform/foundation/Exception.h"
 #include "platform/qt/InstanceLock.h"
+#include "tests/support/PortDoubles.h"
 #include "tests/support/ScopedEnvironment.h"
 #include "tests/support/TemporaryDirectory.h"
 #include "tests/support/UserInterface.h"
@@ -80,6 +81,8 @@ protected:
     TemporaryDirectory directory;
     /// The process that ends cannot delete its own directory, so it has one inside this process's.
     ScopedEnvironment directoryOfChild{"TMPDIR", directory.path()};
+    FakeAccount account;
+    platform::ScopedService<platform::UserAccount> accountScope{account};
     NoVersion information;
     platform::ScopedService<platform::SystemInformation> informationScope{information};
     ScopedEnvironment runtime{"XDG_RUNTIME_DIR", directory.path()};
@@ -155,6 +158,20 @@ TEST_F(StartUpDeathTest, SaysThatItIsRunningAlready) {
     const platform::qt::InstanceLock other("kelvane-uninstaller");
     EXPECT_EXIT(start([](Interface&, PlanObserver&) { std::abort(); }), ExitedWithCode(1),
                 oneLineWith("already running"));
+}
+
+TEST_F(StartUpDeathTest, IsRefusedToTheSuperuserInAnotherAccountsHome) {
+    account.userId = 0;
+    account.homeOwner = "ann";
+    EXPECT_EXIT(start([](Interface&, PlanObserver&) { std::abort(); }), ExitedWithCode(1),
+                oneLineWith("the home folder /home/someone belongs to ann: run this as ann, or "
+                            "with sudo -H for root's own items"));
+}
+
+TEST_F(StartUpDeathTest, IsNotRefusedToAUserWhoseHomeBelongsToAnother) {
+    account.homeOwner = "root";
+    EXPECT_EXIT(start([](Interface&, PlanObserver&) { terminateLater(); }), ExitedWithCode(0),
+                "^$");
 }
 
 TEST_F(StartUpDeathTest, NamesTheOutletThatTheControllerMisses) {
