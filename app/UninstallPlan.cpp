@@ -176,4 +176,5 @@ void walkUninstallPlan(const std::vector<PlanRow>& rows, PlanObserver& observer)
         });
         attempt([&] { observer.rowEnded(row); });
     }
+    attempt([&] { observer.walkEnded(); });
 }

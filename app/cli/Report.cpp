@@ -83,25 +83,6 @@ RowOutcome outcomeOf(const InventoryRow& row, const RunObserver& observer) {
     return {row, row.action == PlanAction::removeAgent ? Outcome::deleted : Outcome::moved, {}};
 }
 
-std::uint64_t totalSize(const std::vector<InventoryRow>& rows) {
-    return std::transform_reduce(rows.begin(), rows.end(), std::uint64_t{0}, std::plus<>(),
-                                 [](const InventoryRow& row) { return row.size; });
-}
-
-std::string readableSize(std::uint64_t size) {
-    constexpr std::array units = {"B", "kB", "MB", "GB", "TB", "PB"};
-    constexpr double step = 1000;
-    auto value = static_cast<double>(size);
-    std::size_t unit = 0;
-    while (value >= step && unit + 1 < units.size()) {
-        value /= step;
-        ++unit;
-    }
-    std::array<char, 32> text{};
-    std::snprintf(text.data(), text.size(), unit == 0 ? "%.0f %s" : "%.1f %s", value, units[unit]);
-    return text.data();
-}
-
 std::string joined(const std::vector<std::string>& names) {
     std::string text;
     for (const auto& name : names) {
@@ -176,6 +157,25 @@ std::vector<RowOutcome> outcomesOf(const std::vector<InventoryRow>& before,
         outcomes.push_back(outcomeOf(row, observer));
     }
     return outcomes;
+}
+
+std::uint64_t totalSize(const std::vector<InventoryRow>& rows) {
+    return std::transform_reduce(rows.begin(), rows.end(), std::uint64_t{0}, std::plus<>(),
+                                 [](const InventoryRow& row) { return row.size; });
+}
+
+std::string readableSize(std::uint64_t size) {
+    constexpr std::array units = {"B", "kB", "MB", "GB", "TB", "PB"};
+    constexpr double step = 1000;
+    auto value = static_cast<double>(size);
+    std::size_t unit = 0;
+    while (value >= step && unit + 1 < units.size()) {
+        value /= step;
+        ++unit;
+    }
+    std::array<char, 32> text{};
+    std::snprintf(text.data(), text.size(), unit == 0 ? "%.0f %s" : "%.1f %s", value, units[unit]);
+    return text.data();
 }
 
 std::string listAsText(const std::vector<InventoryRow>& rows) {

@@ -33,6 +33,12 @@ struct RowOutcome {
 std::vector<RowOutcome> outcomesOf(const std::vector<InventoryRow>& before,
                                    const RunObserver& observer);
 
+/// Returns the sum of the rows' sizes, in bytes.
+std::uint64_t totalSize(const std::vector<InventoryRow>& rows);
+
+/// Returns a size in bytes for a person, such as "1.2 MB".
+std::string readableSize(std::uint64_t size);
+
 /// Returns the rows as lines for a person, with the sums last.
 std::string listAsText(const std::vector<InventoryRow>& rows);
 

@@ -1,7 +1,7 @@
 #include "app/start/ApplicationMain.h"
 
-#include "app/PlanObserver.h"
 #include "app/start/TerminalMain.h"
+#include "app/start/WindowMain.h"
 #include "platform/Services.h"
 #include "platform/SystemInformation.h"
 #include "platform/UserAccount.h"
@@ -10,7 +10,6 @@
 #include "platform/qt/Identity.h"
 #include "platform/qt/InstanceLock.h"
 #include "platform/qt/StartUpFailure.h"
-#include "platform/qt/WindowedMain.h"
 #include "platform/terminal/Dialogue.h"
 #include "platform/terminal/RunAgain.h"
 #include "platform/terminal/Screen.h"
@@ -70,13 +69,9 @@ int run(int argc, char** argv, const cli::Options& options, const std::string& i
     if (options.uninstall || options.terminal || canOnlyUseTerminal) {
         return static_cast<int>(terminalMain(options, interfaceFile, inventory, awake));
     }
-    // Windows report nothing of a run. Its thread may still call the observer when this function
-    // returns.
-    static auto& nobody = *new PlanObserver;
-    return qt::windowedMain(
-        argc, argv, interfaceFile,
-        [&awake](platform::Interface& interface) { awake(interface, nobody); },
-        [argv](const std::string& reason) { askOnTerminal(*argv, reason); });
+    return static_cast<int>(
+        windowMain(argc, argv, options, interfaceFile, inventory, awake,
+                   [argv](const std::string& reason) { askOnTerminal(*argv, reason); }));
 }
 
 } // namespace

@@ -163,6 +163,10 @@ ProgressIndicator& Interface::progressIndicator(const std::string& name) {
     return made(progressIndicators_, name, outlet<QProgressBar>(name));
 }
 
+Label& Interface::label(const std::string& name) {
+    return made(labels_, name, outlet<QLabel>(name));
+}
+
 void Interface::setAction(const std::string& name, std::function<void()> perform) {
     const auto found = actions_.find(name);
     if (found == actions_.end()) {

@@ -125,6 +125,7 @@ public:
         results[path] = result;
     }
     void rowEnded(const PlanRow& row) override { events.push_back("end " + row.subject); }
+    void walkEnded() override { events.push_back("end"); }
 };
 
 TEST_F(PlanWalk, TellsOfRowsAndItemsInTheirOrder) {
@@ -138,7 +139,7 @@ TEST_F(PlanWalk, TellsOfRowsAndItemsInTheirOrder) {
     EXPECT_EQ(observer.events,
               (Lines{"begin /Library", "try /Library/Receipts/Install Kelvane 1.pkg",
                      "tried /Library/Receipts/Install Kelvane 1.pkg", "end /Library",
-                     "begin com.quillfen.Ospenth", "end com.quillfen.Ospenth"}));
+                     "begin com.quillfen.Ospenth", "end com.quillfen.Ospenth", "end"}));
 }
 
 TEST_F(PlanWalk, TellsAnItemsOwnResult) {
@@ -167,7 +168,8 @@ TEST_F(PlanWalk, EndsARowThatAnExceptionEnded) {
 
     walkUninstallPlan({{PlanAction::trashBundle, "com.quillfen.Ospenth", {}}}, observer);
 
-    EXPECT_EQ(observer.events, (Lines{"begin com.quillfen.Ospenth", "end com.quillfen.Ospenth"}));
+    EXPECT_EQ(observer.events,
+              (Lines{"begin com.quillfen.Ospenth", "end com.quillfen.Ospenth", "end"}));
 }
 
 TEST_F(PlanWalk, LogsAnExceptionThatARowLetsOutAndGoesOn) {
