@@ -26,7 +26,8 @@ using Json = nlohmann::ordered_json;
 constexpr int formatVersion = 1;
 constexpr int indentation = 2;
 
-constexpr const char* movedButBack = "It was moved to the Trash, but something stands there again.";
+constexpr const char* movedButBack =
+    "It was moved to the Trash, but there is an item at its path again.";
 constexpr const char* unexplained = "It could not be removed.";
 
 const char* nameOf(ItemState state) {

@@ -60,7 +60,7 @@ Run::Run(const Options& options, Inventory& inventory, const RunObserver& observ
 void Run::prepare() {
     const auto there = platform::service<platform::FileSystem>().attributesOfItem(report_);
     if (!report_.empty() && there && there->kind != platform::ItemKind::file) {
-        throwUnwritable(report_, "something stands there that is no file");
+        throwUnwritable(report_, "the path leads to something other than a file");
     }
     write("running", {});
 }

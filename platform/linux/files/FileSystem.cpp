@@ -12,7 +12,6 @@
 #include "platform/linux/posix/ItemPlace.h"
 #include "platform/linux/posix/LongPath.h"
 #include "platform/linux/posix/OpenDirectory.h"
-#include "platform/linux/process/ToolOverlay.h"
 
 #include <fcntl.h>
 #include <linux/fs.h>
@@ -181,10 +180,6 @@ bool FileSystem::exists(const std::string& path) {
 bool FileSystem::isDirectory(const std::string& path) {
     const auto status = statusOfItem(path);
     return status && S_ISDIR(status->st_mode);
-}
-
-bool FileSystem::isExecutable(const std::string& path) {
-    return ::faccessat(AT_FDCWD, resolveTool(path).c_str(), X_OK, AT_EACCESS) == 0;
 }
 
 bool FileSystem::isWritable(const std::string& path) {

@@ -95,11 +95,11 @@ SystemResult<void> keepOwner(const struct statx& status, int copy) {
 
 /// Like keepOwner(), for an entry of an open directory.
 SystemResult<void> keepOwnerOfEntry(const struct statx& status, int directory, const char* entry) {
-    const auto give = [&](uid_t owner) {
+    const auto setOwner = [&](uid_t owner) {
         return checked(::fchownat(directory, entry, owner, status.stx_gid, AT_SYMLINK_NOFOLLOW));
     };
-    auto given = give(status.stx_uid);
-    return given ? given : asFarAsPossible(give(static_cast<uid_t>(-1)));
+    auto set = setOwner(status.stx_uid);
+    return set ? set : asFarAsPossible(setOwner(static_cast<uid_t>(-1)));
 }
 
 SystemResult<void> keepModeOfEntry(const struct statx& status, int directory, const char* entry) {

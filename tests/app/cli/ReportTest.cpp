@@ -119,7 +119,8 @@ TEST_F(ReportTest, TellsWhyAnItemWasLeft) {
 
     EXPECT_EQ(reasonOf("/x/a"), "It is closed. The administrator's password was not given.");
     EXPECT_EQ(reasonOf("/x/b"), "It is nailed down.");
-    EXPECT_EQ(reasonOf("/x/c"), "It was moved to the Trash, but something stands there again.");
+    EXPECT_EQ(reasonOf("/x/c"),
+              "It was moved to the Trash, but there is an item at its path again.");
     EXPECT_EQ(reasonOf("/x/d"), "It could not be removed.");
 }
 
@@ -134,7 +135,8 @@ TEST_F(ReportTest, RemembersAMoveWhenALaterOneFails) {
     observer.itemEnded("/x/a", {.outcome = TrashOutcome::moved});
     observer.itemEnded("/x/a", failure("It is closed.", std::nullopt));
 
-    EXPECT_EQ(reasonOf("/x/a"), "It was moved to the Trash, but something stands there again.");
+    EXPECT_EQ(reasonOf("/x/a"),
+              "It was moved to the Trash, but there is an item at its path again.");
 }
 
 TEST_F(ReportTest, TellsWhatBecameOfTheRight) {

@@ -285,7 +285,8 @@ class Scenario:
               flush=True)
 
     def _follow(self, screen: Screen, program: subprocess.Popen[bytes], main: Window) -> None:
-        """Watches the windows until the program ends; a person may take any time."""
+        """Watches the windows until the program ends. Nothing new may take too long, unless a
+        person presses the buttons."""
         known = {main.number}
         deadline = time.monotonic() + PATIENCE_SECONDS
         while program.poll() is None:
@@ -293,8 +294,9 @@ class Scenario:
                 if window.number not in known:
                     self._meet(screen, window)
                     known.add(window.number)
+                    deadline = time.monotonic() + PATIENCE_SECONDS
             if self._session.is_private and time.monotonic() > deadline:
-                raise TooLate("the program did not end")
+                raise TooLate("the program neither ended nor showed another window")
             time.sleep(POLL_SECONDS)
         if program.returncode != 0:
             self._problems.append(f"the program ended with status {program.returncode}")

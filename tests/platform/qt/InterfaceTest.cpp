@@ -101,7 +101,7 @@ TEST_F(InterfaceTest, NamesTheFileThatIsNoInterface) {
     EXPECT_EQ(exception.reason().find('\n'), std::string::npos);
 }
 
-TEST_F(InterfaceTest, GivesTheSameObjectForTheSameName) {
+TEST_F(InterfaceTest, ReturnsTheSameObjectForTheSameName) {
     EXPECT_EQ(&interface.window("first"), &interface.window("first"));
     EXPECT_EQ(&interface.checkBox("box"), &interface.checkBox("box"));
     EXPECT_EQ(&interface.progressIndicator("bar"), &interface.progressIndicator("bar"));

@@ -63,7 +63,7 @@ TEST_F(DialogueTest, WaitsForTheWholeLine) {
     EXPECT_EQ(answers, Answers{"half a line"});
 }
 
-TEST_F(DialogueTest, TakesALineThatIsTooLongAsItStands) {
+TEST_F(DialogueTest, LeavesALineThatIsTooLongUnchanged) {
     ask("?");
     input.type(std::string(5000, 'x'));
 

@@ -36,7 +36,7 @@ TEST_F(FileNames, AValidNameIsVisibleAndWithoutSlashesAndColons) {
     }
 }
 
-TEST_F(FileNames, AFreePathIsUniqueAsItStands) {
+TEST_F(FileNames, AFreePathIsUniqueUnchanged) {
     EXPECT_EQ(QFFileManager::uniqueFilename("/clip.mov"), "/clip.mov");
     EXPECT_EQ(QFFileManager::uniqueFilename(""), "");
 }

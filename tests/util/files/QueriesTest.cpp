@@ -16,7 +16,7 @@ protected:
 
 } // namespace
 
-TEST_F(FileQueries, WhatStandsAtAPathExists) {
+TEST_F(FileQueries, AnItemAtAPathExists) {
     EXPECT_TRUE(QFFileManager::fileExistsAtPath("/file"));
     EXPECT_TRUE(QFFileManager::fileExistsAtPath("/folder"));
     EXPECT_FALSE(QFFileManager::fileExistsAtPath("/missing"));

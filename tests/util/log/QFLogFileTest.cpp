@@ -310,7 +310,7 @@ TEST_F(LogFile, KeepsItsFirstName) {
     EXPECT_FALSE(fs::exists(directory() + "/Other.1.log"));
 }
 
-TEST_F(LogFile, TakesANameWithPercentSignsAsItStands) {
+TEST_F(LogFile, LeavesANameWithPercentSignsUnchanged) {
     QFLog::createNewLog("100%@ %s%n");
     QFLog::finishWriting();
     EXPECT_TRUE(fs::exists(directory() + "/100%@ %s%n.1.log"));

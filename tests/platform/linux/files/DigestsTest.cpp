@@ -91,7 +91,7 @@ const std::vector<Vector>& vectors() {
 
 } // namespace
 
-TEST_F(DigestsTest, GivesThePublishedDigests) {
+TEST_F(DigestsTest, ReturnsThePublishedDigests) {
     for (const auto& vector : vectors()) {
         EXPECT_EQ(digestOf(vector.algorithm, vector.message), vector.digest);
     }

@@ -207,7 +207,7 @@ TEST_F(DittoExtract, ReplacesALinkByWhatComesUnderItsName) {
 TEST_F(DittoExtract, RefusesEntriesOfOtherKinds) {
     for (const mode_t kind : std::vector<mode_t>{S_IFCHR, S_IFBLK, S_IFSOCK}) {
         const auto archive = makeArchive("a.zip", {{"plain", "x"}});
-        // The kind stands in the upper half of the attributes in the list at the end.
+        // The kind is in the upper half of the attributes in the list at the end.
         auto bytes = contentOf(archive);
         const auto central = bytes.find("PK\x01\x02");
         ASSERT_NE(central, std::string::npos);
