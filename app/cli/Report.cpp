@@ -60,28 +60,32 @@ const char* nameOf(Outcome outcome) {
     return "";
 }
 
-std::string whyLeft(const std::string& path, const RunObserver& observer) {
-    if (observer.wasMoved(path)) {
-        return movedButBack;
+RowOutcome left(const InventoryRow& row, const RunObserver& observer) {
+    if (observer.wasMoved(row.path)) {
+        return {row, Outcome::left, movedButBack, movedButBack};
     }
-    const auto reason = observer.whyNotMoved(path);
-    return reason.empty() ? unexplained : reason;
+    const auto reason = observer.whyNotMoved(row.path);
+    if (reason.empty()) {
+        return {row, Outcome::left, unexplained, unexplained};
+    }
+    return {row, Outcome::left, reason, observer.lastCause(row.path)};
 }
 
 RowOutcome outcomeOf(const InventoryRow& row, const RunObserver& observer) {
     if (row.state == ItemState::none) {
-        return {row, Outcome::signalled, {}};
+        return {.row = row, .outcome = Outcome::signalled};
     }
     if (row.state == ItemState::absent) {
-        return {row, Outcome::absent, {}};
+        return {.row = row, .outcome = Outcome::absent};
     }
     if (platform::service<platform::FileSystem>().exists(row.path)) {
-        return {row, Outcome::left, whyLeft(row.path, observer)};
+        return left(row, observer);
     }
     if (row.state == ItemState::repeated) {
-        return {row, Outcome::absent, {}};
+        return {.row = row, .outcome = Outcome::absent};
     }
-    return {row, row.action == PlanAction::removeAgent ? Outcome::deleted : Outcome::moved, {}};
+    return {.row = row,
+            .outcome = row.action == PlanAction::removeAgent ? Outcome::deleted : Outcome::moved};
 }
 
 std::string joined(const std::vector<std::string>& names) {
@@ -210,7 +214,7 @@ std::string reportAsJson(const std::string& result, RemoveShared removeShared,
     auto document = frame(removeShared);
     document["result"] = result;
     document["rows"] = Json::array();
-    for (const auto& [row, outcome, reason] : outcomes) {
+    for (const auto& [row, outcome, reason, cause] : outcomes) {
         auto object = json(row);
         object["outcome"] = nameOf(outcome);
         if (row.state == ItemState::found) {

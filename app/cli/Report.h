@@ -25,6 +25,8 @@ struct RowOutcome {
     Outcome outcome;
     /// Why an item was left in place, in the user's words.
     std::string reason;
+    /// The last cause of that alone, which several items may share.
+    std::string cause;
 };
 
 /// Returns what became of each row, from its state before the run, what was observed during the

@@ -46,7 +46,7 @@ void tell(const RunEnd& end, TextOutput& output) {
     }
     output.gap();
     output.paragraph(leftInPlace);
-    for (const auto& [row, outcome, reason] : end.left) {
+    for (const auto& [row, outcome, reason, cause] : end.left) {
         output.line(row.path);
         output.paragraph("    " + reason);
     }

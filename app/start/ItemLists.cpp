@@ -78,10 +78,10 @@ ItemsDescription itemsLeft(const std::vector<cli::RowOutcome>& left) {
     ItemsDescription description{
         .title = leftTitle, .message = leftMessage, .sections = {}, .canTryAgain = true};
     auto& sections = description.sections;
-    for (const auto& [row, outcome, reason] : left) {
-        auto section = std::ranges::find(sections, reason, &ItemsSection::heading);
+    for (const auto& [row, outcome, reason, cause] : left) {
+        auto section = std::ranges::find(sections, cause, &ItemsSection::heading);
         if (section == sections.end()) {
-            section = sections.insert(section, ItemsSection{reason, {}});
+            section = sections.insert(section, ItemsSection{cause, {}});
         }
         section->items.push_back({row.path, {}});
     }

@@ -10,6 +10,11 @@ using platform::qt::asText;
 
 namespace {
 
+cli::RowOutcome leftAt(const std::string& path, const std::string& cause) {
+    return {
+        .row = {.path = path}, .outcome = Outcome::left, .reason = path + cause, .cause = cause};
+}
+
 class ItemLists : public ::testing::Test {
 protected:
     DescribedFileSystem disk;
@@ -53,9 +58,9 @@ TEST_F(ItemLists, SayThatNothingWasFound) {
 }
 
 TEST_F(ItemLists, SayOnceWhySeveralItemsWereLeft) {
-    const auto list = start::itemsLeft({{{.path = "/x/a"}, Outcome::left, "Not allowed."},
-                                        {{.path = "/x/b"}, Outcome::left, "The disk is full."},
-                                        {{.path = "/x/c"}, Outcome::left, "Not allowed."}});
+    const auto list =
+        start::itemsLeft({leftAt("/x/a", "Not allowed."), leftAt("/x/b", "The disk is full."),
+                          leftAt("/x/c", "Not allowed.")});
 
     EXPECT_EQ(asText(list.sections),
               "Not allowed.\n    /x/a\n    /x/c\nThe disk is full.\n    /x/b\n");

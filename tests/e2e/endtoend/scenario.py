@@ -27,6 +27,9 @@ from endtoend.waiting import PATIENCE_SECONDS, POLL_SECONDS, TooLate
 TREE = os.path.abspath(f"{os.path.dirname(os.path.realpath(__file__))}/../../..")
 COMPLETE = "Uninstall complete"
 UNREMOVED = "Error: Unable to remove LaunchAgent"
+LEFT = "Items Left in Place"
+LEFT_STATUS = 3
+CANCELLED_STATUS = 4
 # The middle of the last button at the foot of a window, from the lower right corner.
 LAST_BUTTON = (55, 35)
 
@@ -80,6 +83,7 @@ class Scenario:
         self._watched = watched
         self._companions: list[tuple[Process, subprocess.Popen[bytes]]] = []
         self._is_complete = False
+        self._is_left_told = False
         self._has_begun = False
         self._problems: list[str] = []
         self._held = HeldTool() if options.holds_tool else None
@@ -103,6 +107,9 @@ class Scenario:
         if not self._has_begun and not self._problems:
             return self._report_cancelled(manifest)
         self._look_at_companions()
+        if self._is_left_told != (self._options.right is Right.REFUSED):
+            told = "told" if self._is_left_told else "not told"
+            self._problems.append(f"the person was {told} what was left in place")
         self._log.show()
         are_kept = self._options.locks_agents and self._options.right is Right.REFUSED
         self._problems += self._agents.look(are_kept)
@@ -287,6 +294,7 @@ class Scenario:
     def _follow(self, screen: Screen, program: subprocess.Popen[bytes], main: Window) -> None:
         """Watches the windows until the program ends. Nothing new may take too long, unless a
         person presses the buttons."""
+        self._is_left_told = False
         known = {main.number}
         deadline = time.monotonic() + PATIENCE_SECONDS
         while program.poll() is None:
@@ -298,8 +306,13 @@ class Scenario:
             if self._session.is_private and time.monotonic() > deadline:
                 raise TooLate("the program neither ended nor showed another window")
             time.sleep(POLL_SECONDS)
-        if program.returncode != 0:
+        if program.returncode != self._expected_status():
             self._problems.append(f"the program ended with status {program.returncode}")
+
+    def _expected_status(self) -> int:
+        if not self._has_begun:
+            return CANCELLED_STATUS
+        return LEFT_STATUS if self._is_left_told else 0
 
     def _meet(self, screen: Screen, window: Window) -> None:
         self._has_begun = True
@@ -309,6 +322,9 @@ class Scenario:
         elif window.title == UNREMOVED:
             self._complaints += 1
             self._meet_alert(screen, window, "complaint")
+        elif window.title == LEFT:
+            self._is_left_told = True
+            self._meet_alert(screen, window, "left")
         elif self._held:
             self._keep("progress", screen.drawn_picture(window))
             self._held.release()
