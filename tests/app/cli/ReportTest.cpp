@@ -117,6 +117,8 @@ TEST_F(ReportTest, TellsWhyAnItemWasLeft) {
     observer.itemEnded("/x/b", failure("It is nailed down.", std::nullopt));
     observer.itemEnded("/x/c", {.outcome = TrashOutcome::moved});
 
+    EXPECT_EQ(observer.lastCause("/x/a"), "The administrator's password was not given.");
+    EXPECT_EQ(observer.lastCause("/x/b"), "It is nailed down.");
     EXPECT_EQ(reasonOf("/x/a"), "It is closed. The administrator's password was not given.");
     EXPECT_EQ(reasonOf("/x/b"), "It is nailed down.");
     EXPECT_EQ(reasonOf("/x/c"),
