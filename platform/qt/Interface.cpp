@@ -104,6 +104,9 @@ void Interface::adopt(std::unique_ptr<QWidget> window) {
     }
     window->setWindowFlags(flags);
     styleLabels(*window);
+    for (auto* box : window->findChildren<QCheckBox*>()) {
+        outline(*box);
+    }
     connectButtons(*window);
     windows_[window->objectName().toStdString()] =
         std::make_unique<Window>(*window, std::move(close));

@@ -10,6 +10,7 @@
 #include <QProgressBar>
 #include <QTest>
 
+#include <algorithm>
 #include <string>
 
 namespace {
@@ -71,6 +72,21 @@ TEST_F(MainMenuTest, KeepsTheProgressWindowAsItIsWhateverTheItemIsCalled) {
     const auto& label = *window.findChild<QLabel*>("progressItem");
     EXPECT_TRUE(label.text().endsWith(".app, 1 of 2"));
     EXPECT_LE(label.fontMetrics().horizontalAdvance(label.text()), label.width());
+}
+
+TEST_F(MainMenuTest, OutlinesTheBoxOnADarkDesktop) {
+    auto& box = *mainWindow().findChild<QCheckBox*>();
+    QPalette dark(Qt::white, QColor(49, 54, 59));
+    box.setPalette(dark);
+
+    const auto picture = box.grab().toImage();
+
+    // From the left end to the middle of the box: background, outline, box.
+    int lightest = 0;
+    for (int x = 0; x < box.iconSize().width() / 2; ++x) {
+        lightest = std::max(lightest, qGray(picture.pixel(x, box.height() / 2)));
+    }
+    EXPECT_GT(lightest, 120);
 }
 
 TEST_F(MainMenuTest, LeavesTheSharedItemsUntickedAtFirst) {
