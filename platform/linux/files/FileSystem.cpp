@@ -134,8 +134,7 @@ timespec timespecOf(Date date) {
 
 /// Returns the outcome of system calls on the item at a path.
 template <class T>
-Result<void> report(const SystemResult<T>& result, const std::string& path,
-                    const char* participle) {
+Result<void> report(const SystemResult<T>& result, const std::string& path, Participle participle) {
     if (!result) {
         return Unexpected(posixError(result.error(), path::lastComponent(path), participle));
     }
@@ -143,7 +142,7 @@ Result<void> report(const SystemResult<T>& result, const std::string& path,
 }
 
 /// Returns the outcome of work on a tree.
-Result<void> report(const EntryResult<void>& result, const char* participle) {
+Result<void> report(const EntryResult<void>& result, Participle participle) {
     if (!result) {
         return Unexpected(posixError(result.error().number, result.error().name, participle));
     }
@@ -153,7 +152,7 @@ Result<void> report(const EntryResult<void>& result, const char* participle) {
 /// Copies or moves an item from path to path.
 Result<void> transfer(const std::string& path, const std::string& newPath,
                       EntryResult<void> (*work)(int, const std::string&, int, const std::string&),
-                      const char* participle) {
+                      Participle participle) {
     const auto source = findPlace(path);
     if (!source) {
         return report(source, path, participle);

@@ -29,7 +29,7 @@ namespace {
 
 /// Returns the outcome of system calls on the item at a path.
 Result<void> reportOf(const SystemResult<void>& result, const std::string& path,
-                      std::string_view participle) {
+                      Participle participle) {
     return posixResult(result, path::lastComponent(path), participle);
 }
 

@@ -4,6 +4,7 @@
 #include "app/cli/RunObserver.h"
 #include "platform/SystemInformation.h"
 #include "tests/support/FileSystemDoubles.h"
+#include "tests/support/NamedCase.h"
 #include "tests/support/PortDoubles.h"
 #include "tests/support/TemporaryDirectory.h"
 
@@ -141,17 +142,32 @@ TEST_F(ReportTest, RemembersAMoveWhenALaterOneFails) {
               "It was moved to the Trash, but there is an item at its path again.");
 }
 
-TEST_F(ReportTest, TellsWhatBecameOfTheRight) {
-    for (const auto& [status, words] :
-         {std::pair{platform::errAuthorizationDenied, "No. The administrator's right was denied."},
-          {platform::errAuthorizationInternal,
-           "No. The administrator's right cannot be had on this machine."},
-          {platform::errAuthorizationSuccess,
-           "No. It could not be moved with the administrator's right either."}}) {
-        observer.itemEnded("/x/a", failure("No.", status));
-        EXPECT_EQ(reasonOf("/x/a"), words);
-    }
+struct StatusOfTheRight : NamedCase {
+    platform::AuthorizationStatus status;
+    const char* words;
+};
+
+class ReportOfTheRightTest : public ReportTest,
+                             public testing::WithParamInterface<StatusOfTheRight> {};
+
+TEST_P(ReportOfTheRightTest, FollowsTheReason) {
+    observer.itemEnded("/x/a", failure("No.", GetParam().status));
+    EXPECT_EQ(reasonOf("/x/a"), GetParam().words);
 }
+
+INSTANTIATE_TEST_SUITE_P(
+    All, ReportOfTheRightTest,
+    testing::Values(
+        StatusOfTheRight{{"Denied"},
+                         platform::errAuthorizationDenied,
+                         "No. The administrator's right was denied."},
+        StatusOfTheRight{{"Unavailable"},
+                         platform::errAuthorizationInternal,
+                         "No. The administrator's right cannot be had on this machine."},
+        StatusOfTheRight{{"NoHelp"},
+                         platform::errAuthorizationSuccess,
+                         "No. It could not be moved with the administrator's right either."}),
+    nameOfCase);
 
 TEST_F(ReportTest, WaitsForAToolBeforeTheNextItem) {
     bool ended = false;

@@ -1,6 +1,7 @@
 #include "platform/linux/process/LaunchFailure.h"
 
 #include "platform/linux/process/ProcessLauncher.h"
+#include "tests/support/NamedCase.h"
 #include "tests/support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
@@ -136,8 +137,7 @@ TEST_F(LaunchFailure, MakesThePathPrintable) {
               "path");
 }
 
-struct Lack {
-    const char* name;
+struct Lack : NamedCase {
     int error;
     const char* reason;
 };
@@ -153,12 +153,13 @@ TEST_P(LackingSystem, IsTheReasonOfALaunchFailure) {
 
 INSTANTIATE_TEST_SUITE_P(
     All, LackingSystem,
-    testing::Values(Lack{"Processes", EAGAIN,
+    testing::Values(Lack{{"Processes"},
+                         EAGAIN,
                          "the system or the user has no process left; close other programs"},
-                    Lack{"Memory", ENOMEM, "there is not enough memory for another process"},
-                    Lack{"FilesOfTheProgram", EMFILE, "the program has too many files open"},
-                    Lack{"FilesOfTheSystem", ENFILE, "the system has too many files open"}),
-    [](const auto& lack) { return lack.param.name; });
+                    Lack{{"Memory"}, ENOMEM, "there is not enough memory for another process"},
+                    Lack{{"FilesOfTheProgram"}, EMFILE, "the program has too many files open"},
+                    Lack{{"FilesOfTheSystem"}, ENFILE, "the system has too many files open"}),
+    nameOfCase);
 
 TEST_F(LaunchFailure, ReportsAnythingElseInTheSystemsWords) {
     EXPECT_EQ(launchFailure(Errno(EIO), "/bin/tool", "/bin/tool").reason(),
