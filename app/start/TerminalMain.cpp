@@ -81,7 +81,7 @@ ExitStatus terminalMain(const cli::Options& options, const std::string& interfac
     run.prepare();
     terminal::Interface interface(interfaceFile, user.application, user.dialogue, user.manner);
     auto& mainWindow = interface.window(mainWindowOutlet);
-    user.application.setMainWindow(&mainWindow);
+    user.application.setWindows({&mainWindow});
     if (options.removeShared) {
         interface.tick(removeSharedOutlet);
     }

@@ -158,6 +158,16 @@ Widget& Interface::outlet(const std::string& name) const {
     throwOutletMissing(name);
 }
 
+std::vector<platform::Window*> Interface::windowsFrom(platform::Window& first) const {
+    std::vector<platform::Window*> windows{&first};
+    for (const auto& [name, window] : windows_) {
+        if (window.get() != &first) {
+            windows.push_back(window.get());
+        }
+    }
+    return windows;
+}
+
 CheckBox& Interface::checkBox(const std::string& name) {
     return made(checkBoxes_, name, outlet<QCheckBox>(name));
 }

@@ -41,6 +41,9 @@ public:
     Label& label(const std::string& name) override;
     void setAction(const std::string& name, std::function<void()> perform) override;
 
+    /// Returns all windows, this one first.
+    std::vector<platform::Window*> windowsFrom(platform::Window& first) const;
+
 private:
     void adopt(std::unique_ptr<QWidget> window);
     void connectButtons(QWidget& window);

@@ -66,7 +66,7 @@ int windowedMain(int argc, char** argv, const std::string& interfaceFile,
     try {
         Interface interface(QString::fromStdString(interfaceFile));
         auto& mainWindow = interface.window(mainWindowOutlet);
-        application.setMainWindow(&mainWindow);
+        application.setWindows(interface.windowsFrom(mainWindow));
         awake(interface);
         messages.reset();
         mainWindow.makeKeyAndOrderFront();
