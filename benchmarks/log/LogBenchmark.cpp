@@ -225,6 +225,7 @@ class Account : public platform::UserAccount {
 public:
     unsigned realUserId() override { return 1000; }
     std::string homeDirectory() override { return "/"; }
+    std::optional<std::string> otherOwnerOfHome() override { return {}; }
     std::string loginName() override { return "bench"; }
     std::string temporaryDirectory() override { return "/tmp"; }
     std::optional<std::string> cacheDirectory() override { return {}; }

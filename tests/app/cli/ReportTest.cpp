@@ -118,6 +118,8 @@ TEST_F(ReportTest, TellsWhyAnItemWasLeft) {
     observer.itemEnded("/x/b", failure("It is nailed down.", std::nullopt));
     observer.itemEnded("/x/c", {.outcome = TrashOutcome::moved});
 
+    EXPECT_EQ(observer.lastCause("/x/a"), "The administrator's password was not given.");
+    EXPECT_EQ(observer.lastCause("/x/b"), "It is nailed down.");
     EXPECT_EQ(reasonOf("/x/a"), "It is closed. The administrator's password was not given.");
     EXPECT_EQ(reasonOf("/x/b"), "It is nailed down.");
     EXPECT_EQ(reasonOf("/x/c"),
@@ -245,7 +247,7 @@ protected:
     cli::Run run() {
         Options options;
         options.report = report;
-        return {options, inventory, observer, output};
+        return {options, inventory, observer};
     }
 
     json lastReport() const { return json::parse(disk.written.back()); }
@@ -261,12 +263,12 @@ TEST_F(RunTest, ReportsFromTheBeginning) {
     begun.begin(RemoveShared::yes);
     EXPECT_EQ(inventory.sizes, Sizes::yes);
 
-    EXPECT_EQ(begun.finish(), ExitStatus::complete);
+    EXPECT_EQ(begun.finish().status, ExitStatus::complete);
+    begun.writeReport();
 
     EXPECT_EQ(lastReport()["result"], "complete");
     EXPECT_EQ(lastReport()["removeShared"], true);
     EXPECT_EQ(lastReport()["rows"][0]["outcome"], "moved");
-    EXPECT_EQ(output.text, "");
 }
 
 TEST_F(RunTest, TellsWhatWasLeft) {
@@ -275,18 +277,31 @@ TEST_F(RunTest, TellsWhatWasLeft) {
     auto begun = run();
     begun.begin(RemoveShared::no);
 
-    EXPECT_EQ(begun.finish(), ExitStatus::leftInPlace);
+    const auto end = begun.finish();
+    tell(end, output);
+    begun.writeReport();
 
+    EXPECT_EQ(end.status, ExitStatus::leftInPlace);
     EXPECT_EQ(output.text, "\nLeft in place:\n/x/there\n    It could not be removed.\n");
     EXPECT_EQ(lastReport()["result"], "leftInPlace");
     EXPECT_EQ(lastReport()["rows"][1]["reason"], "It could not be removed.");
 }
 
 TEST_F(RunTest, IsCancelledWhenItHasNotBegun) {
-    EXPECT_EQ(run().finish(), ExitStatus::cancelled);
+    auto cancelled = run();
+    const auto end = cancelled.finish();
+    tell(end, output);
+    cancelled.writeReport();
 
+    EXPECT_EQ(end.status, ExitStatus::cancelled);
     EXPECT_EQ(lastReport()["result"], "cancelled");
     EXPECT_EQ(output.text, "Nothing was removed.\n");
+}
+
+TEST_F(RunTest, SaysNothingOfACompleteOne) {
+    tell({ExitStatus::complete, {}}, output);
+
+    EXPECT_EQ(output.text, "");
 }
 
 TEST_F(RunTest, WritesAndMeasuresNothingWhereNoReportIsWanted) {
@@ -295,7 +310,8 @@ TEST_F(RunTest, WritesAndMeasuresNothingWhereNoReportIsWanted) {
     begun.prepare();
     begun.begin(RemoveShared::no);
 
-    EXPECT_EQ(begun.finish(), ExitStatus::complete);
+    EXPECT_EQ(begun.finish().status, ExitStatus::complete);
+    begun.writeReport();
 
     EXPECT_TRUE(disk.written.empty());
     EXPECT_EQ(inventory.sizes, Sizes::no);
