@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/linux/posix/EntryRef.h"
 #include "platform/linux/posix/Errno.h"
 
 #include <sys/stat.h>
@@ -14,10 +15,9 @@ namespace platform::native {
 /// attributes are kept if the copy's volume supports their kind.
 SystemResult<void> copyMetadata(int source, const struct statx& status, int copy);
 
-/// Like copyMetadata(), for the entry `name` of an open directory that cannot be opened: a link, a
-/// FIFO, a socket, a device. It has no extended attributes.
-SystemResult<void> copyMetadataToEntry(const struct statx& status, int directory,
-                                       const std::string& name);
+/// Like copyMetadata(), for an entry that cannot be opened: a link, a FIFO, a socket, a device. It
+/// has no extended attributes.
+SystemResult<void> copyMetadataToEntry(const struct statx& status, const EntryRef& entry);
 
 /// Removes from a new item the access control lists inherited from its directory.
 void dropInheritedAcls(int item);

@@ -1,17 +1,15 @@
 #pragma once
 
+#include "platform/linux/posix/EntryRef.h"
 #include "platform/linux/posix/Errno.h"
 
 #include <sys/stat.h>
 
-#include <string>
-
 namespace platform::native {
 
-/// Copies the entry `name` of the open directory `source`, which is a link, a FIFO, a socket or a
-/// device of this status, to the entry `newName` of the open directory `destination`. An existing
-/// item is never replaced: EEXIST. On failure nothing is left of the copy.
-SystemResult<void> copyUnopened(int source, const std::string& name, const struct statx& status,
-                                int destination, const std::string& newName);
+/// Copies an entry, which is a link, a FIFO, a socket or a device of this status. An existing item
+/// at the destination is never replaced: EEXIST. On failure nothing is left of the copy.
+SystemResult<void> copyUnopened(const EntryRef& source, const struct statx& status,
+                                const EntryRef& destination);
 
 } // namespace platform::native

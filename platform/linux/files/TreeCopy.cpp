@@ -136,7 +136,7 @@ private:
             return removable;
         }
         const auto made =
-            copyUnopened(sources_.descriptor(), name, *status, copies_.descriptor(), name);
+            copyUnopened({sources_.descriptor(), name}, *status, {copies_.descriptor(), name});
         if (!made) {
             return makingFailure(made.error());
         }
