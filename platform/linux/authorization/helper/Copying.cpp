@@ -150,7 +150,7 @@ public:
         }
         switch (status.st_mode & S_IFMT) {
         case S_IFREG:
-            copyFile(item, status, to);
+            copyFile(item, to);
             break;
         case S_IFDIR:
             copyDirectory(item, to);
@@ -179,14 +179,12 @@ private:
                ::linkat(AT_FDCWD, first->second.c_str(), to.directory, to.name.c_str(), 0) == 0;
     }
 
-    void copyFile(const Item& item, const struct stat& status, const Spot& to) const {
-        const auto from = openForReading(item, reader_, O_NOCTTY);
+    void copyFile(const Item& item, const Spot& to) const {
         const FileDescriptor made(::openat(to.directory, to.name.c_str(),
                                            O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
                                            S_IRUSR | S_IWUSR));
         require(static_cast<bool>(made));
-        copyBytes(from.get(), made.get(), status.st_size);
-        require(::ftruncate(made.get(), status.st_size) == 0);
+        const auto from = copyContent(item, reader_, made);
         copyAttributes(from.get(), made.get());
     }
 
@@ -239,6 +237,15 @@ void copyItem(const Item& item, const Reader& reader, const Item& closedDirector
     liftDescriptorLimit();
     Copier(closedDirectory, reader)
         .copy(item, {closedDirectory.descriptor.get(), name, heldPath(closedDirectory, name)});
+}
+
+FileDescriptor copyContent(const Item& file, const Reader& reader, const FileDescriptor& to) {
+    auto from = openForReading(file, reader, O_NOCTTY);
+    struct stat status {};
+    require(::fstat(from.get(), &status) == 0);
+    copyBytes(from.get(), to.get(), status.st_size);
+    require(::ftruncate(to.get(), status.st_size) == 0);
+    return from;
 }
 
 void forEachIn(const Item& directory, const Reader& reader, const ChildVisitor& visit) {

@@ -2,6 +2,7 @@
 
 #include "platform/linux/authorization/helper/Reader.h"
 #include "platform/linux/authorization/helper/Walk.h"
+#include "platform/linux/posix/FileDescriptor.h"
 
 #include <functional>
 #include <string>
@@ -15,6 +16,10 @@ namespace platform::native::helper {
 /// a failure leaves is the caller's to remove. Throws a Refusal.
 void copyItem(const Item& item, const Reader& reader, const Item& closedDirectory,
               const std::string& name);
+
+/// Copies what a plain file holds, as far as it reaches now, to an empty one, and returns the first
+/// open for reading. Throws a Refusal.
+FileDescriptor copyContent(const Item& file, const Reader& reader, const FileDescriptor& to);
 
 using ChildVisitor = std::function<void(const Item& child, const std::string& name)>;
 

@@ -50,7 +50,7 @@ struct Performer {
     bool operator()(const Move& move) const { return carryOut(move, report, turns); }
     bool operator()(const Copy& copy) const { return carryOut(copy, report); }
     bool operator()(const Change& change) const {
-        change.make(change.place);
+        change.make(change);
         return true;
     }
     bool operator()(const Directories& directories) const {

@@ -17,8 +17,10 @@
 #include <filesystem>
 #include <fstream>
 #include <set>
+#include <utility>
 
 using platform::native::FileDescriptor;
+using platform::native::helper::encodeRequest;
 using platform::native::helper::Status;
 
 namespace {
@@ -77,6 +79,15 @@ protected:
 
     static Status run(const std::string& tool, const std::vector<std::string>& arguments) {
         return TestedHelper().run(tool, arguments);
+    }
+    /// Has a file given to root with a content that the request brings.
+    static Status giveToRoot(const std::string& file, const std::string& content) {
+        return send("/bin/chown", {"root:wheel", file}, content);
+    }
+    static Status send(const std::string& tool, const std::vector<std::string>& arguments,
+                       const std::string& content) {
+        const auto answer = TestedHelper().send(*encodeRequest(tool, arguments, content));
+        return answer.status.value_or(Status::ready);
     }
     static Status copy(const std::string& from, const std::string& to) {
         return run("/bin/cp", {"-f", "-p", "-R", from, to});
@@ -380,6 +391,56 @@ TEST_F(HelperChange, LeavesNoDescriptorThatLeadsToAFileGivenToRoot) {
     EXPECT_EQ(statusOf(file).st_uid, 0U);
     EXPECT_EQ(statusOf(file).st_gid, 0U);
     EXPECT_EQ(std::distance(fs::directory_iterator(sandbox::rootsDirectory), {}), 2);
+}
+
+TEST_F(HelperChange, LetsNobodyElseWriteToAFileGivenToRoot) {
+    // What setfacl writes for "user:12345:rw": a version, and the kind, the rights and the user of
+    // each entry.
+    const std::uint32_t everybody = ~0U;
+    const std::uint32_t list[]{2,         0x60001, everybody, 0x60002, servedUser, 0x40004,
+                               everybody, 0x60010, everybody, 0x40020, everybody};
+    const std::string open = makeFile(sandbox::rootsDirectory + "/open", servedUser, 0666);
+    const std::string listed = makeFile(sandbox::rootsDirectory + "/listed", servedUser);
+    EXPECT_EQ(::setxattr(listed.c_str(), "system.posix_acl_access", list, sizeof list, 0), 0);
+    for (const auto& file : {open, listed}) {
+        EXPECT_EQ(run("/bin/chown", {"root:wheel", file}), Status::started);
+        EXPECT_EQ(rightsOf(file), 0644U);
+        EXPECT_EQ(::getxattr(file.c_str(), "system.posix_acl_access", nullptr, 0), -1);
+    }
+}
+
+TEST_F(HelperChange, WritesAFileThatIsGivenToRootAnewWithTheContentThatTheProgramSends) {
+    const std::string file = makeFile(sandbox::rootsDirectory + "/job.plist", servedUser, 0666);
+    {
+        std::ofstream kept(file, std::ios::app);
+        EXPECT_EQ(giveToRoot(file, "<plist/>\n"), Status::started);
+        kept << "more";
+    }
+    EXPECT_EQ(contentOf(file), "<plist/>\n");
+    EXPECT_EQ(statusOf(file).st_uid, 0U);
+    EXPECT_EQ(statusOf(file).st_gid, 0U);
+    EXPECT_EQ(rightsOf(file), 0644U);
+    EXPECT_EQ(giveToRoot(file, ""), Status::started); // which is root's by now
+    EXPECT_EQ(contentOf(file), "");
+    EXPECT_EQ(std::distance(fs::directory_iterator(sandbox::rootsDirectory), {}), 2);
+}
+
+TEST_F(HelperChange, TakesAContentForAFileThatIsGivenToRootAndNothingElse) {
+    const std::string file = makeFile(sandbox::rootsDirectory + "/job.plist", servedUser, 0600);
+    const std::string content = contentOf(file);
+    for (const auto& [tool, words] : {std::pair("/bin/chmod", std::vector<std::string>{"644"}),
+                                      std::pair("/bin/chown", std::vector<std::string>{"0:0"}),
+                                      std::pair("/bin/rm", std::vector<std::string>{"-f"}),
+                                      std::pair("/bin/mv", std::vector<std::string>{file}),
+                                      std::pair("/bin/cat", std::vector<std::string>{})}) {
+        auto arguments = words;
+        arguments.push_back(file);
+        EXPECT_EQ(send(tool, arguments, "content"), Status::commandUnknown) << tool;
+    }
+    const std::string directory = makeDirectory(sandbox::rootsDirectory + "/folder", servedUser);
+    EXPECT_EQ(giveToRoot(directory, "content"), Status::startFailed);
+    EXPECT_EQ(contentOf(file), content);
+    EXPECT_EQ(statusOf(directory).st_uid, servedUser);
 }
 
 TEST_F(HelperChange, GivesNoRightsOfRootsToAProgramThatIsGivenToRoot) {
