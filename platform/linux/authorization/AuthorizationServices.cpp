@@ -293,10 +293,9 @@ AuthorizationServices::copyPrivilegedReference(AuthorizationFlags /*flags*/) {
     return add(*std::move(inherited));
 }
 
-AuthorizationResult<std::unique_ptr<std::istream>>
-AuthorizationServices::executeWithPrivileges(AuthorizationRef ref, const std::string& toolPath,
-                                             AuthorizationFlags /*options*/,
-                                             const std::vector<std::string>& arguments) {
+AuthorizationResult<std::unique_ptr<std::istream>> AuthorizationServices::executeWithPrivileges(
+    AuthorizationRef ref, const std::string& toolPath, AuthorizationFlags /*options*/,
+    const std::vector<std::string>& arguments, const std::optional<std::string>& content) {
     const auto held = find(ref);
     if (!held) {
         return Unexpected(errAuthorizationInvalidRef);
@@ -304,7 +303,7 @@ AuthorizationServices::executeWithPrivileges(AuthorizationRef ref, const std::st
     if (!*held) {
         return Unexpected(errAuthorizationDenied);
     }
-    return (*held)->start(resolveTool(toolPath), arguments);
+    return (*held)->start(resolveTool(toolPath), arguments, content);
 }
 
 } // namespace platform::native

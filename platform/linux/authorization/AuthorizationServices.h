@@ -52,8 +52,8 @@ public:
     copyPrivilegedReference(AuthorizationFlags flags) override;
     AuthorizationResult<std::unique_ptr<std::istream>>
     executeWithPrivileges(AuthorizationRef ref, const std::string& toolPath,
-                          AuthorizationFlags options,
-                          const std::vector<std::string>& arguments) override;
+                          AuthorizationFlags options, const std::vector<std::string>& arguments,
+                          const std::optional<std::string>& content) override;
 
 private:
     using Connection = std::shared_ptr<HelperConnection>;

@@ -50,8 +50,9 @@ bool HelperConnection::isOpen() {
 }
 
 AuthorizationResult<std::unique_ptr<std::istream>>
-HelperConnection::start(const std::string& toolPath, const std::vector<std::string>& arguments) {
-    const auto message = helper::encodeRequest(toolPath, arguments);
+HelperConnection::start(const std::string& toolPath, const std::vector<std::string>& arguments,
+                        const std::optional<std::string>& content) {
+    const auto message = helper::encodeRequest(toolPath, arguments, content);
     if (!message || toolPath.empty()) {
         return Unexpected(errAuthorizationToolExecuteFailure);
     }

@@ -96,6 +96,8 @@ public:
 
     /// The lists that were written, by path.
     std::map<std::string, platform::Value> written;
+    /// The list whose XML form is "the settings".
+    platform::Value settings;
     /// Where nothing can be written.
     std::set<std::string> unwritable;
     /// Where another program's file exists by the time that writing has failed.
@@ -103,6 +105,9 @@ public:
 
     platform::Value parse(std::string_view /*bytes*/) override { return {}; }
     platform::Value read(const std::string& /*path*/) override { return {}; }
+    std::optional<std::string> xml(const platform::Value& value) override {
+        return value == settings ? "the settings" : "others";
+    }
     platform::Result<void> writeAtomically(const platform::Value& value,
                                            const std::string& path) override {
         if (unwritable.contains(path)) {
@@ -453,6 +458,18 @@ TEST_F(QFLaunchdTest, WithTheRightOwnerAndModeAreSetWithPrivilegeAndLoadingIsNot
     EXPECT_EQ(launcher.runs,
               (Lines{std::string("/bin/launchctl unload ") + machinesDaemon, "waited",
                      std::string("/bin/launchctl load ") + machinesDaemon, "waited"}));
+}
+
+// Any program of the user could have written to the file before.
+TEST_F(QFLaunchdTest, WithTheRightADaemonHasTheSettingsWhateverIsInItsFile) {
+    propertyLists.settings = platform::Value(settings);
+    EXPECT_TRUE(startDaemon(ShouldAuth::yes));
+    std::map<std::string, std::optional<std::string>> contents;
+    for (const auto& call : services.calls) {
+        contents[call.tool] = call.content;
+    }
+    EXPECT_EQ(contents["/usr/sbin/chown"], "the settings");
+    EXPECT_EQ(contents["/bin/chmod"], std::nullopt);
 }
 
 TEST_F(QFLaunchdTest, WithTheRightAUsersJobKeepsItsOwner) {

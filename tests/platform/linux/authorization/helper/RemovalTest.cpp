@@ -281,6 +281,18 @@ protected:
         helper.outputOf("/usr/bin/shred", {"-n", "1", path});
     }
 
+    /// Makes directories in one another, deeper than a path may lead.
+    static std::string makeDeepDirectory(const std::string& path, int levels, uid_t owner = 0) {
+        makeDirectory(path, owner);
+        FileDescriptor deepest(::open(path.c_str(), O_PATH | O_CLOEXEC));
+        for (int level = 0; level < levels; ++level) {
+            EXPECT_EQ(::mkdirat(deepest.get(), "d", 0755), 0);
+            EXPECT_EQ(::fchownat(deepest.get(), "d", owner, 0, 0), 0);
+            deepest = FileDescriptor(::openat(deepest.get(), "d", O_PATH | O_CLOEXEC));
+        }
+        return path;
+    }
+
     static constexpr std::uintmax_t largeFile = 1U << 20U;
 };
 
@@ -458,6 +470,38 @@ TEST_F(HelperMove, OfADeepTreeThatFailsHalfWayLeavesItWholeAndNothingElse) {
         EXPECT_EQ(fs::file_size(deepest + name), largeFile);
     }
     EXPECT_TRUE(fs::is_empty(small));
+}
+
+TEST_F(HelperMove, OfATreeThatIsDeeperThanAnyPathLeavesItWholeAndNothingElse) {
+    const std::string deep = makeDeepDirectory(roots() + "/folder", 5000);
+    TestedHelper helper;
+    EXPECT_EQ(helper.run("/bin/mv", {"-f", deep, usersDirectory()}), Status::started);
+    EXPECT_EQ(helper.nextLogLine(),
+              "no copy could be put in place: folder: " + std::to_string(ENAMETOOLONG));
+    EXPECT_EQ(entries(deep), 1);
+    EXPECT_TRUE(fs::is_empty(usersDirectory()));
+    EXPECT_EQ(helper.run("/bin/rm", {"-Rdf", deep}), Status::started); // too deep for others
+}
+
+TEST_F(HelperMove, OfATreeThatIsDeeperThanAnyPathIsNoMergeWithoutEnd) {
+    const std::string deep = makeDeepDirectory(roots() + "/folder", 3000);
+    const std::string target = makeDirectory(roots() + "/target");
+    const std::string there = makeDeepDirectory(target + "/folder", 3000);
+    TestedHelper helper;
+    EXPECT_EQ(helper.run("/bin/cp", {"-f", "-p", "-R", deep, target}), Status::started);
+    EXPECT_EQ(helper.nextLogLine(),
+              "no copy could be put in place: d: " + std::to_string(ENAMETOOLONG));
+    EXPECT_EQ(helper.run("/bin/rm", {"-Rdf", deep, target}), Status::started);
+    EXPECT_FALSE(exists(there));
+}
+
+TEST_F(HelperMove, OfADirectoryAsDeepAsAPathLeadsIsMade) {
+    const std::string deep = makeDeepDirectory(roots() + "/folder", 2000);
+    TestedHelper helper;
+    EXPECT_EQ(helper.run("/bin/mv", {"-f", deep, usersDirectory()}), Status::started);
+    EXPECT_FALSE(exists(deep));
+    EXPECT_TRUE(exists(usersDirectory() + "/folder/d/d/d"));
+    EXPECT_EQ(helper.run("/bin/rm", {"-Rdf", usersDirectory() + "/folder"}), Status::started);
 }
 
 TEST_F(HelperMove, ThatCannotTakeAllAwayKeepsTheCopyOfWhatIsGone) {
