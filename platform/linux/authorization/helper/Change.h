@@ -12,9 +12,9 @@ void touch(const Change& change);
 /// Lets its owner write and everybody read, and nobody anything else.
 void letEverybodyRead(const Change& change);
 
-/// Gives it to root and root's group. A plain file that is somebody else's, or is to have a content,
-/// is replaced by a new one, which only root may write to: no descriptor that somebody has kept
-/// leads there. Without a content it gets what the former file holds.
+/// Gives it to root and root's group. A plain file that is somebody else's, or is to have a
+/// content, is replaced by a new one, which only root may write to: no descriptor that somebody has
+/// kept leads there. Without a content it gets what the former file holds.
 void giveToRoot(const Change& change);
 
 /// Makes the directories that do not exist yet, each in the one before.

@@ -46,8 +46,8 @@ bool isTool(const Tool& tool, const std::string& name, const std::string& other)
 /// Whose links on the way to an operand's directory may be followed.
 enum class Links { owners, roots };
 
-void requireHonest(const Way& way, Links links, std::string_view operand) {
-    if (links == Links::roots ? !way.isRoots : !way.isHonest()) {
+void requireLinks(const Way& way, Links links, std::string_view operand) {
+    if (links == Links::roots ? !way.isRoots : !way.isOwners()) {
         throw Refusal{Status::itemRedirected, std::string(operand)};
     }
 }
@@ -72,7 +72,7 @@ std::optional<Place> locate(std::string_view operand, Links links) {
     if (!way || !way->end.isDirectory()) {
         return std::nullopt;
     }
-    requireHonest(*way, links, about);
+    requireLinks(*way, links, about);
     auto item = openItem(way->end.descriptor.get(), name);
     if (item && item->isLink() && namesDirectory) {
         throw Refusal{Status::itemRedirected, about};
@@ -134,7 +134,7 @@ std::optional<Place> destinationOf(std::string_view operand, const std::string& 
     if (!way || !way->end.isDirectory()) {
         return locate(operand, links);
     }
-    requireHonest(*way, links, operand);
+    requireLinks(*way, links, operand);
     auto item = openItem(way->end.descriptor.get(), sourceName);
     return Place{std::string(operand) + "/" + sourceName, std::move(way->end), sourceName,
                  std::move(item)};
@@ -249,7 +249,7 @@ Task prepareDirectories(Operands operands, ProtectedItems& /*staying*/) {
     if (!way || !way->end.isDirectory()) {
         throw Refusal{Status::itemUnreachable, std::string(operands[0])};
     }
-    requireHonest(*way, Links::roots, operands[0]);
+    requireLinks(*way, Links::roots, operands[0]);
     return Directories{std::string(operands[0]), std::move(way->end), std::move(missing)};
 }
 
@@ -307,8 +307,7 @@ Task prepare(const Request& request, ProtectedItems& staying) {
         return prepareMove(request, staying);
     }
     if (form != forms.end()) {
-        Task task =
-            form->prepare(Operands(request.arguments).subspan(form->words.size()), staying);
+        Task task = form->prepare(Operands(request.arguments).subspan(form->words.size()), staying);
         if (request.content) {
             std::get<Change>(task).content = *request.content;
         }

@@ -246,7 +246,7 @@ private:
     const Item& target_;
     const Reader& reader_;
     /// The first copy of each file of several names.
-    std::map<decltype(std::declval<Item>().identity()), Spot> copies_;
+    std::map<FileId, Spot> copies_;
 };
 
 } // namespace

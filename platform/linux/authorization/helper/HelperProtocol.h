@@ -14,8 +14,8 @@
 /// A request is the tool's path and then its arguments, each followed by a zero byte, which none of
 /// them can hold. In front there may be an empty string and the content that the item is to have
 /// which the request is about. A request whose only string is empty runs nothing: it asks whether
-/// the helper is there. Every request gets one Reply, in the order of the requests; one that says `started`
-/// brings the read end of the tool's standard output with it (SCM_RIGHTS).
+/// the helper is there. Every request gets one Reply, in the order of the requests; one that says
+/// `started` brings the read end of the tool's standard output with it (SCM_RIGHTS).
 ///
 /// Only the process that made the connection and started the helper is answered. It says so with
 /// each message (SCM_CREDENTIALS), for which it makes the helper's end ask (SO_PASSCRED) before it

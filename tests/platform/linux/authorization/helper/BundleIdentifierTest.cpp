@@ -37,7 +37,7 @@ TEST(BundleIdentifier, IsNotLookedForWithoutEnd) {
                static_cast<char>(place[0] + static_cast<char>(countless.size()));
     };
     for (const auto& sizes : {"\x01\x00"s, "\x00\x01"s, "\x00\x00"s, "\x01\x09"s}) {
-        EXPECT_EQ(
-            identifierIn("bplist00" + countless + place + trailerWith(sizes[0], sizes[1])), "");
+        EXPECT_EQ(identifierIn("bplist00" + countless + place + trailerWith(sizes[0], sizes[1])),
+                  "");
     }
 }

@@ -105,6 +105,15 @@ TEST_F(HelperPlan, HasNothingMovedToAnotherPlaceThanTheUsersTrash) {
     EXPECT_TRUE(exists(item));
 }
 
+TEST_F(HelperPlan, HasNothingMovedWithoutAPlace) {
+    const std::string item = makeFile(machine() + "/item.plist");
+    EXPECT_EQ(move(item, ""), Status::commandUnknown);
+    EXPECT_EQ(move("", trash() + "/new"), Status::commandUnknown);
+    EXPECT_EQ(move(item, "item.plist"), Status::commandUnknown);
+    EXPECT_EQ(move(item, trash() + "/missing/new"), Status::itemUnreachable);
+    EXPECT_TRUE(exists(item));
+}
+
 TEST_F(HelperPlan, TakesNoDirectoryOfAnothersForTheTrash) {
     const std::string item = makeFile(machine() + "/item.plist");
     fs::remove(trash());
@@ -150,6 +159,21 @@ TEST_F(HelperPlan, HasNoOtherApplicationMoved) {
         EXPECT_EQ(move(path, trash() + "/Player.app"), Status::notPlanned) << list;
         fs::remove_all(path);
     }
+}
+
+TEST_F(HelperPlan, TakesNoListThatAnotherHasPutIntoAnApplication) {
+    const std::string path = makeApplication(listWith("com.example.Player"));
+    for (const auto* anothers : {"/Contents", "/Contents/Info.plist"}) {
+        ASSERT_EQ(::chown((path + anothers).c_str(), servedUser, 0), 0);
+        EXPECT_EQ(move(path, trash() + "/Player.app"), Status::notPlanned) << anothers;
+        ASSERT_EQ(::chown((path + anothers).c_str(), 0, 0), 0);
+    }
+    EXPECT_EQ(move(path, trash() + "/Player.app"), Status::started);
+}
+
+TEST_F(HelperPlan, TakesTheListThatRootHasPutIntoAnApplication) {
+    const std::string path = makeApplication(listWith("com.example.Player"), servedUser, 0);
+    EXPECT_EQ(move(path, trash() + "/Player.app"), Status::started);
 }
 
 TEST_F(HelperPlan, TakesNoDirectoryForAnApplicationBecauseAnotherSaysSo) {
@@ -258,6 +282,32 @@ TEST_F(HelperPlan, HasJobFilesRemoved) {
     const std::string file = makeFile(job(), servedUser);
     EXPECT_EQ(run("/bin/rm", {"-Rdf", file}), Status::started);
     EXPECT_FALSE(exists(file));
+}
+
+TEST_F(HelperPlan, HasAJobFileThatIsGoneRemovedWithoutAWord) {
+    TestedHelper helper({.kind = HelperKind::planned});
+    EXPECT_EQ(helper.run("/bin/rm", {"-Rdf", job()}), Status::started);
+    helper.disconnect();
+    EXPECT_EQ(helper.waitForEnd(), 0);
+    EXPECT_FALSE(helper.hasLogLine());
+}
+
+TEST_F(HelperPlan, HasNoDirectoryRemovedThatIsSwappedInForAJobFile) {
+    const std::string other = home() + "/Library/other";
+    for (int round = 0; round < 100; ++round) {
+        makeFile(job(), servedUser);
+        makeFile(makeDirectory(other) + "/kept");
+        {
+            const Attacker attacker([&] {
+                exchange(job(), other); // until the file is removed
+                return true;
+            });
+            run("/bin/rm", {"-Rdf", job()});
+        }
+        ASSERT_TRUE(exists(job() + "/kept") || exists(other + "/kept"));
+        fs::remove_all(job());
+        fs::remove_all(other);
+    }
 }
 
 TEST_F(HelperPlan, HasNothingElseRemoved) {
