@@ -125,6 +125,15 @@ TEST_F(HelperPlan, TakesNoDirectoryOfAnothersForTheTrash) {
     EXPECT_TRUE(exists(item));
 }
 
+TEST_F(HelperPlan, TakesNoDirectoryForTheTrashToWhichAnotherCouldHaveLed) {
+    const std::string item = makeFile(machine() + "/item.plist");
+    const std::string real = makeDirectory(home() + "/share", servedUser);
+    fs::remove(trash());
+    makeLink(makeLink(real, sandbox::everybodysDirectory + "/link", 23456), trash(), servedUser);
+    EXPECT_EQ(move(item, real + "/new"), Status::notPlanned);
+    EXPECT_TRUE(exists(item));
+}
+
 TEST_F(HelperPlan, HasNoToolStarted) {
     const std::string item = makeFile(machine() + "/item.plist");
     for (const char* tool : {"/bin/sh", "/usr/bin/env", "/bin/true"}) {
@@ -293,7 +302,7 @@ TEST_F(HelperPlan, HasAJobFileThatIsGoneRemovedWithoutAWord) {
 }
 
 TEST_F(HelperPlan, HasNoDirectoryRemovedThatIsSwappedInForAJobFile) {
-    const std::string other = home() + "/Library/other";
+    const std::string other = home() + "/Library/LaunchAgents/other";
     for (int round = 0; round < 100; ++round) {
         makeFile(job(), servedUser);
         makeFile(makeDirectory(other) + "/kept");
