@@ -252,6 +252,12 @@ void TestedHelper::become(const HelperSetup& setup, int input) {
         ::setrlimit(resource, &limit);
     }
     ::umask(setup.mask);
+    if (setup.timeZone != nullptr) {
+        ::setenv("TZ", setup.timeZone, 1);
+    }
+    if (setup.leftDescriptor >= 0) {
+        ::fcntl(setup.leftDescriptor, F_SETFD, 0);
+    }
     if (setup.hasTimer) {
         startTimer();
     }
@@ -379,8 +385,7 @@ void TestedHelper::takeLogLines() {
         if (size <= 0) {
             return;
         }
-        const std::string line(bytes.data(), static_cast<std::size_t>(size));
-        logLines_.push_back(line.substr(line.find("]: ") + 3));
+        logLines_.emplace_back(bytes.data(), static_cast<std::size_t>(size));
     }
 }
 
@@ -392,9 +397,11 @@ std::string TestedHelper::nextLogLine() {
     if (!hasLogLine()) {
         return "";
     }
-    std::string line = logLines_.front();
+    const std::string line = logLines_.front();
     logLines_.pop_front();
-    return line;
+    const std::size_t begin = line.find("]: ") + 3;
+    logLinesHead_ = line.substr(0, begin);
+    return line.substr(begin);
 }
 
 bool TestedHelper::hasLogLine() {
