@@ -1,7 +1,7 @@
 #pragma once
 
 #include "platform/AuthorizationServices.h"
-#include "platform/linux/authorization/ProcessSecrecy.h"
+#include "platform/linux/authorization/ScopedUndumpable.h"
 #include "platform/linux/authorization/helper/HelperProtocol.h"
 #include "platform/linux/posix/FileDescriptor.h"
 
@@ -51,7 +51,7 @@ private:
                               std::optional<std::chrono::milliseconds> limit);
     std::optional<Answer> receive();
 
-    ProcessSecrecy secrecy_;
+    ScopedUndumpable undumpable_;
     std::mutex mutex_;
     FileDescriptor socket_;
     std::chrono::milliseconds patience_;
