@@ -5,7 +5,11 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
+#include <memory>
+#include <new>
 #include <optional>
+#include <string_view>
 #include <vector>
 
 using namespace platform::native;
@@ -86,6 +90,17 @@ TEST(PolkitAnswers, AreForQuestionsOfThisProcesssChildrenAboutAHelper) {
                                "org.example.helper", ""}) {
         EXPECT_FALSE(isForHelper({action, child.process()})) << action;
     }
+}
+
+TEST(Secret, IsWipedAtTheEnd) {
+    alignas(Secret) std::array<char, sizeof(Secret)> place{};
+    auto* const secret = new (place.data()) Secret;
+    std::string given = "short"; // kept in the object itself
+    secret->replace(given);
+    const std::string_view bytes(place.data(), place.size());
+    EXPECT_NE(bytes.find("short"), std::string_view::npos);
+    std::destroy_at(secret);
+    EXPECT_EQ(bytes.find("short"), std::string_view::npos);
 }
 
 TEST(Secret, IsWipedWhereItWasAndWhenItIsReplaced) {
