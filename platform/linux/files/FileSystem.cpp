@@ -12,7 +12,6 @@
 #include "platform/linux/posix/ItemPlace.h"
 #include "platform/linux/posix/LongPath.h"
 #include "platform/linux/posix/OpenDirectory.h"
-#include "platform/linux/process/ToolOverlay.h"
 
 #include <fcntl.h>
 #include <linux/fs.h>
@@ -135,8 +134,7 @@ timespec timespecOf(Date date) {
 
 /// Returns the outcome of system calls on the item at a path.
 template <class T>
-Result<void> report(const SystemResult<T>& result, const std::string& path,
-                    const char* participle) {
+Result<void> report(const SystemResult<T>& result, const std::string& path, Participle participle) {
     if (!result) {
         return Unexpected(posixError(result.error(), path::lastComponent(path), participle));
     }
@@ -144,7 +142,7 @@ Result<void> report(const SystemResult<T>& result, const std::string& path,
 }
 
 /// Returns the outcome of work on a tree.
-Result<void> report(const EntryResult<void>& result, const char* participle) {
+Result<void> report(const EntryResult<void>& result, Participle participle) {
     if (!result) {
         return Unexpected(posixError(result.error().number, result.error().name, participle));
     }
@@ -154,7 +152,7 @@ Result<void> report(const EntryResult<void>& result, const char* participle) {
 /// Copies or moves an item from path to path.
 Result<void> transfer(const std::string& path, const std::string& newPath,
                       EntryResult<void> (*work)(int, const std::string&, int, const std::string&),
-                      const char* participle) {
+                      Participle participle) {
     const auto source = findPlace(path);
     if (!source) {
         return report(source, path, participle);
@@ -181,10 +179,6 @@ bool FileSystem::exists(const std::string& path) {
 bool FileSystem::isDirectory(const std::string& path) {
     const auto status = statusOfItem(path);
     return status && S_ISDIR(status->st_mode);
-}
-
-bool FileSystem::isExecutable(const std::string& path) {
-    return ::faccessat(AT_FDCWD, resolveTool(path).c_str(), X_OK, AT_EACCESS) == 0;
 }
 
 bool FileSystem::isWritable(const std::string& path) {
