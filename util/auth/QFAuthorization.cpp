@@ -66,7 +66,8 @@ public:
     const AuthorizationItemSet& items() const { return items_; }
 
 private:
-    AuthorizationItemSet items_ = AuthorizationItemSet(2); // a vector that grew would leave a copy behind
+    // A vector that grew would leave a copy behind.
+    AuthorizationItemSet items_ = AuthorizationItemSet(2);
 };
 
 } // namespace

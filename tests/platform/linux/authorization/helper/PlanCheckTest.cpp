@@ -303,7 +303,7 @@ TEST_F(HelperPlan, HasAJobFileThatIsGoneRemovedWithoutAWord) {
 
 TEST_F(HelperPlan, HasNoDirectoryRemovedThatIsSwappedInForAJobFile) {
     const std::string other = home() + "/Library/LaunchAgents/other";
-    for (int round = 0; round < 100; ++round) {
+    for (int round = 0; round < 50; ++round) {
         makeFile(job(), servedUser);
         makeFile(makeDirectory(other) + "/kept");
         {

@@ -354,7 +354,7 @@ TEST_F(HelperSwap, LeadsNoCopyIntoADirectoryOfRootsThatTheUserCanRename) {
 }
 
 TEST_F(HelperSwap, HasNothingTakenAwayThatIsSwappedInForTheItem) {
-    constexpr int rounds = 200;
+    constexpr int rounds = 50;
     const std::string item = usersDirectory() + "/item";
     const std::string other = usersDirectory() + "/other";
     const std::string target = makeDirectory(sandbox::rootsDirectory + "/target", servedUser);
