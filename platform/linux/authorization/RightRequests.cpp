@@ -48,7 +48,7 @@ StartedHelper RightRequests::ask() {
         }
         question_ = answer.get_future().share();
     }
-    const StartedHelper started = askAlone();
+    auto started = askAlone();
     const std::lock_guard lock(mutex_);
     question_ = {};
     answer.set_value(started);
