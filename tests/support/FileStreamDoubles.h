@@ -28,6 +28,9 @@ struct DescribedFile {
     std::uint64_t readableBytes = unlimited;
     std::uint64_t room = unlimited;
 
+    /// How many more writes write only half.
+    int shortWrites = 0;
+
     /// The system's number for a failing seek, or 0 if it succeeds; and the first position to which
     /// seeking fails.
     int seekError = 0;
@@ -41,6 +44,13 @@ struct DescribedFile {
 
     /// Called before each read.
     std::function<void()> beforeRead;
+
+    /// Whether the content can be removed, and whether the medium takes everything.
+    bool empties = true;
+    bool syncs = true;
+
+    /// What the medium makes of the content, which is seen once the system has forgotten it.
+    std::function<void(std::string& content)> keepOnMedium;
 };
 
 /// Files in memory that misbehave as a test describes; other files can be written but not read. Not
@@ -64,7 +74,6 @@ public:
         if (!file.opens || fileIdOf(file) == spared) {
             return nullptr;
         }
-        file.content.clear();
         return open(path);
     }
 
@@ -108,8 +117,11 @@ private:
 
         std::size_t write(std::span<const std::byte> bytes) override {
             const auto left = position_ < file_.room ? file_.room - position_ : 0;
-            const auto count =
-                static_cast<std::size_t>(std::min<std::uint64_t>(bytes.size(), left));
+            auto count = static_cast<std::size_t>(std::min<std::uint64_t>(bytes.size(), left));
+            if (file_.shortWrites > 0) {
+                --file_.shortWrites;
+                count /= 2;
+            }
             errorIndicator_ = count < bytes.size() ? 1 : errorIndicator_;
             if (!file_.bottomless && count > 0) {
                 std::string written(reinterpret_cast<const char*>(bytes.data()), count);
@@ -132,6 +144,23 @@ private:
             return true;
         }
 
+        std::uint64_t position() const override { return position_; }
+        bool makeEmpty() override {
+            if (file_.empties) {
+                file_.content.clear();
+            }
+            return file_.empties;
+        }
+        void beginSync() override {}
+        bool sync() override {
+            owner_.events.push_back("sync " + path_);
+            return file_.syncs;
+        }
+        void dropCache() override {
+            if (file_.keepOnMedium) {
+                file_.keepOnMedium(file_.content);
+            }
+        }
         bool isAtEnd() const override { return isAtEnd_; }
         int errorIndicator() const override { return errorIndicator_; }
         int systemError() const override {

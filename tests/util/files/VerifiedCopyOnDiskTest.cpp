@@ -23,18 +23,19 @@ class UndatedFileSystem : public platform::native::FileSystem {
 public:
     struct Change {
         std::string path;
-        platform::Date date;
+        platform::FileDate date;
         bool operator==(const Change&) const = default;
     };
     std::vector<Change> created;
     std::vector<Change> modified;
 
     platform::Result<void> setModificationDate(const std::string& path,
-                                               platform::Date date) override {
+                                               platform::FileDate date) override {
         modified.push_back({path, date});
         return {};
     }
-    platform::Result<void> setCreationDate(const std::string& path, platform::Date date) override {
+    platform::Result<void> setCreationDate(const std::string& path,
+                                           platform::FileDate date) override {
         created.push_back({path, date});
         return {};
     }
