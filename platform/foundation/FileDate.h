@@ -20,20 +20,19 @@ struct FileDate {
 
     /// Converts a date, which is always possible.
     constexpr FileDate(Date date) {
-        const auto second = std::chrono::floor<std::chrono::seconds>(date);
-        seconds = second.time_since_epoch().count();
-        nanoseconds = static_cast<std::int32_t>(std::chrono::nanoseconds(date - second).count());
+        constexpr std::int64_t second = 1'000'000'000;
+        const std::int64_t count = std::chrono::nanoseconds(date.time_since_epoch()).count();
+        const bool isBetween = count < 0 && count % second != 0;
+        seconds = count / second - (isBetween ? 1 : 0);
+        nanoseconds = static_cast<std::int32_t>(count % second + (isBetween ? second : 0));
     }
 
     /// Returns the nearest Date: Date::min() or Date::max() if this is beyond them.
     constexpr Date nearestDate() const {
-        const auto second = [](Date date) {
-            return std::chrono::floor<std::chrono::seconds>(date).time_since_epoch().count();
-        };
-        if (seconds <= second(Date::min())) {
+        if (seconds <= FileDate(Date::min()).seconds) {
             return Date::min();
         }
-        if (seconds >= second(Date::max())) {
+        if (seconds >= FileDate(Date::max()).seconds) {
             return Date::max();
         }
         return Date(std::chrono::duration_cast<Date::duration>(

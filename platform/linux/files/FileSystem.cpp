@@ -1,6 +1,7 @@
 #include "platform/linux/files/FileSystem.h"
 
 #include "platform/foundation/Path.h"
+#include "platform/foundation/Text.h"
 #include "platform/linux/files/AtomicFile.h"
 #include "platform/linux/files/CreationDate.h"
 #include "platform/linux/files/ItemTransfer.h"
@@ -143,6 +144,11 @@ Result<void> report(const EntryResult<void>& result, const char* participle) {
     return {};
 }
 
+/// Returns why nothing can be put into a directory that is missing.
+std::string whyMissing(const std::string& directory) {
+    return "the folder “" + text::printable(path::lastComponent(directory)) + "” doesn’t exist";
+}
+
 /// Copies or moves an item from path to path.
 Result<void> transfer(const std::string& path, const std::string& newPath,
                       EntryResult<void> (*work)(int, const std::string&, int, const std::string&),
@@ -152,6 +158,10 @@ Result<void> transfer(const std::string& path, const std::string& newPath,
         return report(source, path, participle);
     }
     const auto destination = findPlace(newPath);
+    if (failedWith(destination, ENOENT)) {
+        return Unexpected(posixError(Errno(ENOENT), path::lastComponent(path), participle,
+                                     whyMissing(path::deletingLastComponent(newPath))));
+    }
     if (!destination) {
         return report(destination, path, participle);
     }

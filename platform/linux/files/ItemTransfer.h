@@ -15,8 +15,9 @@ EntryResult<void> copyItem(int source, const std::string& name, int destination,
                            const std::string& newName);
 
 /// Moves an entry, as platform::FileSystem::moveItem() does. Copies only if the attempt to rename
-/// shows that this is needed, and only if all of the item could be removed afterwards. Errors are
-/// those of copyItem().
+/// shows that this is needed, and only if all of the item could be removed afterwards. If a process
+/// was killed while it removed the item after copying, removes what is left of it. Errors are those
+/// of copyItem().
 EntryResult<void> moveItem(int source, const std::string& name, int destination,
                            const std::string& newName);
 

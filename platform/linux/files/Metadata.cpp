@@ -1,12 +1,16 @@
 #include "platform/linux/files/Metadata.h"
 
+#include "platform/linux/posix/Errors.h"
+
 #include <fcntl.h>
 #include <linux/limits.h>
+#include <sys/statvfs.h>
 #include <sys/xattr.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -15,6 +19,8 @@ namespace platform::native {
 namespace {
 
 constexpr mode_t permissionBits = 07777;
+
+constexpr const char* accessList = "system.posix_acl_access";
 
 /// Returns whether a failure means that the volume does not support the operation, or that the user
 /// may not do it.
@@ -47,6 +53,14 @@ mode_t permittedMode(const struct statx& status, uid_t owner, gid_t group) {
     return mode;
 }
 
+/// Returns whether the volume of an open item has room for any attribute. ENOSPC then means that
+/// its format does not.
+bool hasRoom(int item) {
+    struct statvfs volume {};
+    return ::fstatvfs(item, &volume) == 0 && volume.f_favail > 0 &&
+           volume.f_bavail * volume.f_frsize > XATTR_SIZE_MAX;
+}
+
 /// Copies one extended attribute. Fails only for the user's own ones, or if the volume has no
 /// space.
 SystemResult<void> keepAttribute(int source, int copy, const char* name) {
@@ -55,6 +69,7 @@ SystemResult<void> keepAttribute(int source, int copy, const char* name) {
     auto kept = checked(size);
     if (kept) {
         kept = checked(::fsetxattr(copy, name, value.data(), static_cast<std::size_t>(size), 0));
+        kept = failedWith(kept, ENOSPC) && hasRoom(copy) ? Unexpected(attributesTooLarge) : kept;
     }
     if (failedWith(kept, EOPNOTSUPP, ENODATA)) {
         return {};
@@ -158,9 +173,25 @@ SystemResult<void> copyMetadataToEntry(const struct statx& status, int directory
         checked(::utimensat(directory, entry, times.data(), AT_SYMLINK_NOFOLLOW)));
 }
 
+void copyAccessListToEntry(int source, const std::string& name, int directory,
+                           const std::string& newName) {
+    const auto pathOf = [](int parent, const std::string& entry) {
+        return "/proc/self/fd/" + std::to_string(parent) + '/' + entry;
+    };
+    const auto copy = pathOf(directory, newName);
+    std::array<char, XATTR_SIZE_MAX> list; // NOLINT: filled before it is read.
+    const auto size =
+        ::lgetxattr(pathOf(source, name).c_str(), accessList, list.data(), list.size());
+    if (size < 0) {
+        ::lremovexattr(copy.c_str(), accessList);
+    } else {
+        ::lsetxattr(copy.c_str(), accessList, list.data(), static_cast<std::size_t>(size), 0);
+    }
+}
+
 void dropInheritedAcls(int item) {
     ::fremovexattr(item, "system.posix_acl_default");
-    ::fremovexattr(item, "system.posix_acl_access");
+    ::fremovexattr(item, accessList);
 }
 
 } // namespace platform::native

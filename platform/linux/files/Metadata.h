@@ -15,9 +15,15 @@ namespace platform::native {
 SystemResult<void> copyMetadata(int source, const struct statx& status, int copy);
 
 /// Like copyMetadata(), for the entry `name` of an open directory that cannot be opened: a link, a
-/// FIFO, a socket, a device. It has no extended attributes.
+/// FIFO, a socket, a device. Its only extended attribute is that of copyAccessListToEntry().
 SystemResult<void> copyMetadataToEntry(const struct statx& status, int directory,
                                        const std::string& name);
+
+/// Gives the entry `newName` of an open directory, which is no link, the access control list of the
+/// entry `name` of another, as far as possible, instead of an inherited one. Its mode must be set
+/// afterwards.
+void copyAccessListToEntry(int source, const std::string& name, int directory,
+                           const std::string& newName);
 
 /// Removes from a new item the access control lists inherited from its directory.
 void dropInheritedAcls(int item);

@@ -13,16 +13,6 @@ namespace platform::native {
 
 namespace {
 
-/// Returns the target of a link.
-SystemResult<std::string> readLink(int directory, const std::string& name) {
-    std::array<char, PATH_MAX> buffer{};
-    const auto length = ::readlinkat(directory, name.c_str(), buffer.data(), buffer.size());
-    if (length < 0) { // EINVAL: it is no longer a link.
-        return Unexpected(errno == EINVAL ? changedMeanwhile : Errno::last());
-    }
-    return std::string(buffer.data(), static_cast<std::size_t>(length));
-}
-
 /// Makes a link with the same target, and reads it back.
 SystemResult<void> makeLink(int source, const std::string& name, int destination,
                             const std::string& newName) {
@@ -48,10 +38,25 @@ SystemResult<void> makeUnopened(int source, const std::string& name, const struc
         return makeLink(source, name, destination, newName);
     }
     const auto device = ::makedev(status.stx_rdev_major, status.stx_rdev_minor);
-    return checked(::mknodat(destination, newName.c_str(), status.stx_mode, device));
+    // An access control list that it inherits admits nobody else before its own mode is set.
+    const mode_t mode = (status.stx_mode & static_cast<unsigned>(S_IFMT)) | S_IRUSR | S_IWUSR;
+    auto made = checked(::mknodat(destination, newName.c_str(), mode, device));
+    if (made) {
+        copyAccessListToEntry(source, name, destination, newName);
+    }
+    return made;
 }
 
 } // namespace
+
+SystemResult<std::string> readLink(int directory, const std::string& name) {
+    std::array<char, PATH_MAX> buffer{};
+    const auto length = ::readlinkat(directory, name.c_str(), buffer.data(), buffer.size());
+    if (length < 0) { // EINVAL: it is no longer a link.
+        return Unexpected(errno == EINVAL ? changedMeanwhile : Errno::last());
+    }
+    return std::string(buffer.data(), static_cast<std::size_t>(length));
+}
 
 SystemResult<void> copyUnopened(int source, const std::string& name, const struct statx& status,
                                 int destination, const std::string& newName) {
