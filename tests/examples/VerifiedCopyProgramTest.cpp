@@ -121,6 +121,45 @@ TEST_F(VerifiedCopyProgram, TellsOfAMediumThatAltersTheData) {
         << outcome.output << digest.output;
 }
 
+TEST_F(VerifiedCopyProgram, TellsOfAMediumThatTakesNotEverything) {
+    if (QF_SANITIZED) {
+        GTEST_SKIP() << "a sanitizer's own functions take the place of the failing ones";
+    }
+    const auto source = directory.write("source", sizedText(200'000));
+    const auto lost = "QF_LOST=" + (directory / "lost");
+    const auto outcome = copy({source, directory / "good", directory / "lost"}, {},
+                              {preloading(QF_ALTERING_MEDIUM), lost});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_TRUE(contains(outcome.output, (directory / "lost") + " is NOT whole on its medium"))
+        << outcome.output;
+    EXPECT_FALSE(contains(outcome.output, (directory / "good") + " is NOT"));
+    const auto unverified = copy({"--verify", "none", source, directory / "lost"}, {},
+                                 {preloading(QF_ALTERING_MEDIUM), lost});
+    EXPECT_EQ(unverified.status, 0) << unverified.output;
+}
+
+TEST_F(VerifiedCopyProgram, ReadsFromTheMediumOnRequest) {
+    if (QF_SANITIZED) {
+        GTEST_SKIP() << "a sanitizer's own functions take the place of the failing ones";
+    }
+    const auto source = directory.write("source", sizedText(200'000));
+    const auto copyTo = [&](const std::vector<std::string>& options) {
+        auto arguments = options;
+        arguments.insert(arguments.end(), {source, directory / "good", directory / "bad"});
+        return copy(arguments, {},
+                    {preloading(QF_ALTERING_MEDIUM), "QF_DECAYING=" + (directory / "bad")});
+    };
+    EXPECT_EQ(copyTo({}).status, 0);
+    const auto outcome = copyTo({"--from-medium"});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_TRUE(contains(outcome.output, (directory / "bad") + " is NOT what was read"))
+        << outcome.output;
+    EXPECT_FALSE(contains(outcome.output, (directory / "good") + " is NOT"));
+    const auto digest = run({"openssl", "dgst", "-sha256", "-r", directory / "bad"});
+    EXPECT_TRUE(contains(outcome.output, digest.output.substr(0, 64) + "  " + (directory / "bad")))
+        << outcome.output << digest.output;
+}
+
 TEST_F(VerifiedCopyProgram, TellsOfAFullDiskAndServesTheOthers) {
     if (const auto why = whyNoMounts(); !why.empty()) {
         GTEST_SKIP() << why;

@@ -83,6 +83,7 @@ RecordingAuthorizationServices::executeWithPrivileges(platform::AuthorizationRef
                      .flags = options,
                      .tool = toolPath,
                      .arguments = arguments});
+    beforeTool();
     auto status = executeStatus;
     if (!nextExecuteStatuses.empty()) {
         status = nextExecuteStatuses.front();

@@ -42,8 +42,9 @@ struct DescribedFile {
     /// How the medium changes the bytes written at a position.
     std::function<void(std::uint64_t position, std::string& written)> alter;
 
-    /// Called before each read.
+    /// Called before each read, and before each write at a position.
     std::function<void()> beforeRead;
+    std::function<void(std::uint64_t position)> beforeWrite;
 
     /// Whether the content can be removed, and whether the medium takes everything.
     bool empties = true;
@@ -116,6 +117,9 @@ private:
         }
 
         std::size_t write(std::span<const std::byte> bytes) override {
+            if (file_.beforeWrite) {
+                file_.beforeWrite(position_);
+            }
             const auto left = position_ < file_.room ? file_.room - position_ : 0;
             auto count = static_cast<std::size_t>(std::min<std::uint64_t>(bytes.size(), left));
             if (file_.shortWrites > 0) {

@@ -378,6 +378,9 @@ public:
     static std::optional<std::string> sha1HashForFile(const std::string& path);
     static std::optional<std::string>
     sha1HashForFile(const std::string& path, const std::shared_ptr<ChecksumDelegate>& delegate);
+    static std::optional<std::string> sha256HashForFile(const std::string& path);
+    static std::optional<std::string>
+    sha256HashForFile(const std::string& path, const std::shared_ptr<ChecksumDelegate>& delegate);
     static std::optional<std::string> sha512HashForFile(const std::string& path);
     static std::optional<std::string>
     sha512HashForFile(const std::string& path, const std::shared_ptr<ChecksumDelegate>& delegate);

@@ -57,7 +57,11 @@ mode_t permittedMode(const struct statx& status, uid_t owner, gid_t group) {
 /// its format does not.
 bool hasRoom(int item) {
     struct statvfs volume {};
-    return ::fstatvfs(item, &volume) == 0 && volume.f_favail > 0 &&
+    if (::fstatvfs(item, &volume) != 0) {
+        return false;
+    }
+    const bool countsFiles = volume.f_files > 0;
+    return (!countsFiles || volume.f_favail > 0) &&
            volume.f_bavail * volume.f_frsize > XATTR_SIZE_MAX;
 }
 

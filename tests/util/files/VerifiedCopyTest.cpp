@@ -1,5 +1,6 @@
 #include "tests/util/files/VerifiedCopyTest.h"
 
+#include "platform/foundation/GlobalQueue.h"
 #include "tests/support/PatternedText.h"
 #include "tests/support/PausingClock.h"
 #include "tests/util/files/NoMemory.h"
@@ -11,6 +12,7 @@
 #include <cerrno>
 #include <latch>
 #include <stdexcept>
+#include <thread>
 #include <utility>
 
 namespace {
@@ -517,6 +519,63 @@ TEST_F(VerifiedCopyTest, ACancelledCopyLeavesPartialFiles) {
     EXPECT_EQ(contentOf("/to/a").size() % chunk, 0U);
 }
 
+TEST_F(VerifiedCopyTest, ACancelledCopyWritesToNoFurtherDestination) {
+    makeSource(std::string(twentyMebibytes + 2 * chunk, 'x'));
+    auto delegate = std::make_shared<FileCopyDelegate>();
+    delegate->fileCopyShouldContinue = [](const auto&) { return false; };
+    const std::weak_ptr<FileCopyDelegate> calls = delegate;
+    long owners = 0;
+    streams.files["/to/a"].beforeWrite = [&](std::uint64_t position) {
+        if (position == 0) {
+            owners = calls.use_count();
+        }
+        // A call owns the delegate until its answer has taken effect.
+        while (position == twentyMebibytes && calls.use_count() > owners) {
+            std::this_thread::yield();
+        }
+    };
+    EXPECT_FALSE(copy({"/to/a", "/to/b"}, VerificationType::none, delegate));
+    EXPECT_EQ(contentOf("/to/a").size(), twentyMebibytes + chunk);
+    EXPECT_EQ(contentOf("/to/b").size(), twentyMebibytes);
+}
+
+TEST_F(VerifiedCopyTest, TheQuestionFollowsTheReport) {
+    constexpr int mostThreads = 64;
+    makeBottomlessSource(twentyMebibytes, {"/to/a"});
+    // All threads of the queue are busy; once one is free, it takes the calls in their order.
+    std::latch busy(mostThreads);
+    std::latch oneIsFree(1);
+    std::latch allAreFree(1);
+    std::latch ended(mostThreads);
+    for (int number = 0; number < mostThreads; ++number) {
+        platform::dispatchAsync([&, number] {
+            busy.count_down();
+            (number == 0 ? oneIsFree : allAreFree).wait();
+            ended.count_down();
+        });
+    }
+    busy.wait();
+    Release released;
+    Lines calls;
+    auto delegate = std::make_shared<FileCopyDelegate>();
+    delegate->fileCopyBytesWritten = [&, copying = std::this_thread::get_id()](auto, const auto&) {
+        if (std::this_thread::get_id() != copying) {
+            calls.emplace_back("report");
+        }
+    };
+    delegate->fileCopyShouldContinue = [&, token = released.token()](const auto&) {
+        calls.emplace_back("question");
+        return true;
+    };
+    EXPECT_TRUE(copy({"/to/a"}, VerificationType::none, delegate));
+    delegate.reset();
+    oneIsFree.count_down();
+    released.wait();
+    EXPECT_EQ(calls, (Lines{"report", "question"}));
+    allAreFree.count_down();
+    ended.wait();
+}
+
 TEST_F(VerifiedCopyTest, ABlockedDelegateHoldsNothingUpAndMayAnswerAfterTheCopy) {
     makeBottomlessSource(5 * twentyMebibytes, {"/to/a"});
     const auto open = std::make_shared<std::latch>(1);
@@ -836,6 +895,15 @@ TEST_F(VerifiedCopyTest, EveryDestinationGetsTheDatesOfTheSource) {
     using Dates = std::map<std::string, platform::Date>;
     EXPECT_EQ(fileSystem.creationDates, (Dates{{"/to/a", created}, {"/to/b", created}}));
     EXPECT_EQ(fileSystem.modificationDates, (Dates{{"/to/a", modified}, {"/to/b", modified}}));
+}
+
+TEST_F(VerifiedCopyTest, TheDelegateHearsOfTheEndOnceTheDatesAreSet) {
+    makeSource("content");
+    auto delegate = std::make_shared<FileCopyDelegate>();
+    Lines changes;
+    delegate->fileCopyFinished = [&](const auto&) { changes = fileSystem.changes; };
+    EXPECT_TRUE(copy({"/to/a"}, VerificationType::none, delegate));
+    EXPECT_EQ(changes, (Lines{"creation date /to/a", "date /to/a"}));
 }
 
 TEST_F(VerifiedCopyTest, ASourceWithoutCreationDateLeavesTheDatesAlone) {
