@@ -176,6 +176,35 @@ TEST_F(VerifiedCopyProgram, TellsOfAFullDiskAndServesTheOthers) {
     EXPECT_EQ(contentOf(directory / "good"), contentOf(source));
 }
 
+TEST_F(VerifiedCopyProgram, TellsOfADiskThatLosesWhatItHasAccepted) {
+    if (const auto why = whyNoMounts(); !why.empty()) {
+        GTEST_SKIP() << why;
+    }
+    const auto probe = run({"sh", "-c", "command -v mkfs.ext4 && losetup -f"});
+    if (probe.status != 0) {
+        GTEST_SKIP() << "no loop device or mkfs.ext4: " << probe.output;
+    }
+    const auto source = directory.write("source", sizedText(32'000'000));
+    const auto memory = directory.makeDirectory("memory");
+    const auto disk = directory.makeDirectory("disk");
+    // A volume of 64 MiB for which there are only 12.
+    auto command = withMountOn(memory, "size=12m");
+    const std::vector<std::string> volume{"sh",
+                                          "-c",
+                                          R"(truncate -s 64M "$1/image" &&
+           mkfs.ext4 -q -O ^has_journal "$1/image" && mount -o loop "$1/image" "$2" &&
+           shift 2 && exec "$@")",
+                                          "sh",
+                                          memory,
+                                          disk};
+    command.insert(command.end(), volume.begin(), volume.end());
+    const auto outcome = copy({source, disk + "/lost", directory / "good"}, command);
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_TRUE(contains(outcome.output, disk + "/lost is NOT whole on its medium"))
+        << outcome.output;
+    EXPECT_FALSE(contains(outcome.output, (directory / "good") + " is NOT"));
+}
+
 TEST_F(VerifiedCopyProgram, AReadOnlyDiskTakesNothing) {
     if (const auto why = whyNoMounts(); !why.empty()) {
         GTEST_SKIP() << why;

@@ -81,6 +81,7 @@ struct Destination {
     std::string path;
     std::unique_ptr<platform::FileStream> file;
     ReadBackVerifier::OwnDigest digest;
+    bool isSynced = true;
     FileCopyOutcome outcome = FileCopyOutcome::incomplete;
 
     /// Records what went wrong, unless something did before.
@@ -275,7 +276,8 @@ private:
             destination.file->beginSync();
         }
         for (auto& destination : destinations_) {
-            if (!destination.file->sync()) {
+            destination.isSynced = destination.file->sync();
+            if (!destination.isSynced) {
                 destination.fail(FileCopyOutcome::notSynced);
             } else if (fromMedium_ == FromMedium::yes) {
                 verifier_.checkAgain(*destination.file, destination.digest);
@@ -316,7 +318,7 @@ private:
             if (!isSame) {
                 destination.fail(FileCopyOutcome::different);
             }
-            if (!isSame || destination.outcome == FileCopyOutcome::notSynced) {
+            if (!isSame || !destination.isSynced) {
                 progress_.reportFailure(destination.path, checksum);
             }
         }

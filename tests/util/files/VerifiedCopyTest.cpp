@@ -522,16 +522,22 @@ TEST_F(VerifiedCopyTest, ACancelledCopyLeavesPartialFiles) {
 TEST_F(VerifiedCopyTest, ACancelledCopyWritesToNoFurtherDestination) {
     makeSource(std::string(twentyMebibytes + 2 * chunk, 'x'));
     auto delegate = std::make_shared<FileCopyDelegate>();
-    delegate->fileCopyShouldContinue = [](const auto&) { return false; };
+    std::latch nextChunk(1);
+    delegate->fileCopyShouldContinue = [&](const auto&) {
+        nextChunk.wait();
+        return false;
+    };
     const std::weak_ptr<FileCopyDelegate> calls = delegate;
     long owners = 0;
     streams.files["/to/a"].beforeWrite = [&](std::uint64_t position) {
         if (position == 0) {
             owners = calls.use_count();
         }
-        // A call owns the delegate until its answer has taken effect.
-        while (position == twentyMebibytes && calls.use_count() > owners) {
-            std::this_thread::yield();
+        if (position == twentyMebibytes) {
+            nextChunk.count_down();
+            while (calls.use_count() > owners) { // until the answer has taken effect
+                std::this_thread::yield();
+            }
         }
     };
     EXPECT_FALSE(copy({"/to/a", "/to/b"}, VerificationType::none, delegate));
