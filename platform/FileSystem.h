@@ -51,11 +51,6 @@ public:
     /// Returns whether a directory exists at the path; links are followed.
     virtual bool isDirectory(const std::string& path) = 0;
 
-    /// Returns whether the current user may execute the file, or enter the directory, at the path;
-    /// links are followed. For a system tool that this machine replaces by a stand-in, tests the
-    /// stand-in.
-    virtual bool isExecutable(const std::string& path) = 0;
-
     /// Returns whether the current user may write to the item at the path; links are followed.
     virtual bool isWritable(const std::string& path) = 0;
 

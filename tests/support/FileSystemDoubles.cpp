@@ -26,10 +26,6 @@ bool DescribedFileSystem::isDirectory(const std::string& path) {
     return directories.contains(path);
 }
 
-bool DescribedFileSystem::isExecutable(const std::string& path) {
-    return tools.contains(path) || standIns.contains(path);
-}
-
 bool DescribedFileSystem::isWritable(const std::string& path) {
     return exists(path) && !readOnly.contains(path);
 }

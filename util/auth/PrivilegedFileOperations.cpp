@@ -3,7 +3,7 @@
 #include "platform/Clock.h"
 #include "platform/Console.h"
 #include "platform/FileSystem.h"
-#include "platform/LocalTime.h"
+#include "platform/ProcessLauncher.h"
 #include "platform/Services.h"
 #include "platform/Workspace.h"
 #include "platform/foundation/Path.h"
@@ -79,10 +79,10 @@ QFAuthorization::StartedTool startAsSuperuser(const std::string& tool,
     return {};
 }
 
-// A tool that a stand-in replaces does not exist at its path, but can be run.
+/// Returns whether the tool neither exists nor can be launched, and logs it.
 bool isMissing(const std::string& tool) {
-    auto& disk = platform::service<platform::FileSystem>();
-    const bool missing = !disk.exists(tool) && !disk.isExecutable(tool);
+    const bool missing = !platform::service<platform::ProcessLauncher>().canLaunch(tool) &&
+                         !platform::service<platform::FileSystem>().exists(tool);
     if (missing) {
         platform::systemLog(toolDoesNotExist, tool);
     }
@@ -95,7 +95,8 @@ std::vector<platform::DirectoryEntry> entries(const std::string& directory) {
 }
 
 std::string timestamp() {
-    const std::tm now = platform::service<platform::LocalTime>().now();
+    auto& clock = platform::service<platform::Clock>();
+    const std::tm now = clock.localTime(clock.now());
     std::array<char, 32> digits{};
     const std::size_t length = std::strftime(digits.data(), digits.size(), "%Y%m%d%H%M%S", &now);
     return {digits.data(), length};

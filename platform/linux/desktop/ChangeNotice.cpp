@@ -66,7 +66,7 @@ public:
     Events(Events&&) = delete;
     Events& operator=(Events&&) = delete;
 
-    /// Returns the result of a call that was started with `give` and `&result` as its callback.
+    /// Returns the result of a call that was started with `deliver` and `&result` as its callback.
     /// When time is up, the call is cancelled and completes all the same.
     GAsyncResult* wait(GAsyncResult*& result) const {
         while (result == nullptr) {
@@ -74,7 +74,7 @@ public:
         }
         return result;
     }
-    static void give(GObject* /*source*/, GAsyncResult* result, void* place) {
+    static void deliver(GObject* /*source*/, GAsyncResult* result, void* place) {
         *static_cast<GAsyncResult**>(place) = static_cast<GAsyncResult*>(g_object_ref(result));
     }
 
@@ -94,7 +94,7 @@ Connection connect(const std::string& address, const Events& events) {
                                           G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION);
     GAsyncResult* result = nullptr;
     g_dbus_connection_new_for_address(address.c_str(), flags, nullptr, events.cancellable(),
-                                      Events::give, &result);
+                                      Events::deliver, &result);
     const Owned<GAsyncResult> owned(events.wait(result));
     return Connection(g_dbus_connection_new_for_address_finish(owned.get(), nullptr));
 }
@@ -106,7 +106,7 @@ bool emit(const Connection& connection, const char* signal, GVariant* arguments)
 
 bool flush(const Connection& connection, const Events& events) {
     GAsyncResult* result = nullptr;
-    g_dbus_connection_flush(connection.get(), events.cancellable(), Events::give, &result);
+    g_dbus_connection_flush(connection.get(), events.cancellable(), Events::deliver, &result);
     const Owned<GAsyncResult> owned(events.wait(result));
     return g_dbus_connection_flush_finish(connection.get(), owned.get(), nullptr) != FALSE;
 }

@@ -2,15 +2,14 @@
 
 #include "platform/foundation/Path.h"
 #include "platform/linux/files/TemporaryItem.h"
-#include "platform/linux/posix/BlockSigxfsz.h"
 #include "platform/linux/posix/FileDescriptor.h"
 #include "platform/linux/posix/SystemCall.h"
+#include "platform/linux/posix/WriteRest.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
 
@@ -31,13 +30,8 @@ FileDescriptor openRegularFile(const std::string& path, std::size_t limit) {
 } // namespace
 
 SystemResult<void> writeAll(int file, std::string_view content) {
-    blockSigxfsz();
-    while (!content.empty()) {
-        const auto written = ::write(file, content.data(), content.size());
-        if (written < 0 && errno != EINTR) {
-            return Unexpected(Errno::last());
-        }
-        content.remove_prefix(static_cast<std::size_t>(std::max<ssize_t>(written, 0)));
+    if (auto written = writeRest(file, content); !written) {
+        return written;
     }
     return checked(retryOnEintr([file] { return ::fsync(file); }));
 }

@@ -23,8 +23,8 @@ constexpr std::uint64_t unknownSize = 0;
 class Stream : public FileStream {
 public:
     Stream(FileDescriptor descriptor, const FileId& identity, std::uint64_t expectedSize)
-        : descriptor_(std::move(descriptor)), identity_(identity), spaceAhead_(expectedSize) {}
-    ~Stream() override { spaceAhead_.release(descriptor_.get()); }
+        : descriptor_(std::move(descriptor)), identity_(identity), preallocation_(expectedSize) {}
+    ~Stream() override { preallocation_.release(descriptor_.get()); }
     Stream(const Stream&) = delete;
     Stream& operator=(const Stream&) = delete;
     Stream(Stream&&) = delete;
@@ -50,7 +50,7 @@ public:
 
     std::size_t write(std::span<const std::byte> bytes) override {
         blockSigxfsz();
-        spaceAhead_.reserve(descriptor_.get(), position_);
+        preallocation_.reserve(descriptor_.get(), position_);
         std::size_t total = 0;
         while (total < bytes.size()) {
             const auto count =
@@ -113,7 +113,7 @@ private:
 
     FileDescriptor descriptor_;
     FileId identity_;
-    Preallocation spaceAhead_;
+    Preallocation preallocation_;
     std::uint64_t position_ = 0;
     bool isAtEnd_ = false;
     int errorIndicator_ = 0;

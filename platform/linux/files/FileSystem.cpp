@@ -13,7 +13,6 @@
 #include "platform/linux/posix/ItemPlace.h"
 #include "platform/linux/posix/LongPath.h"
 #include "platform/linux/posix/OpenDirectory.h"
-#include "platform/linux/process/ToolOverlay.h"
 
 #include <fcntl.h>
 #include <linux/fs.h>
@@ -128,8 +127,7 @@ FileDate dateOf(const statx_timestamp& time) {
 
 /// Returns the outcome of system calls on the item at a path.
 template <class T>
-Result<void> report(const SystemResult<T>& result, const std::string& path,
-                    const char* participle) {
+Result<void> report(const SystemResult<T>& result, const std::string& path, Participle participle) {
     if (!result) {
         return Unexpected(posixError(result.error(), path::lastComponent(path), participle));
     }
@@ -137,7 +135,7 @@ Result<void> report(const SystemResult<T>& result, const std::string& path,
 }
 
 /// Returns the outcome of work on a tree.
-Result<void> report(const EntryResult<void>& result, const char* participle) {
+Result<void> report(const EntryResult<void>& result, Participle participle) {
     if (!result) {
         return Unexpected(posixError(result.error().number, result.error().name, participle));
     }
@@ -152,7 +150,7 @@ std::string whyMissing(const std::string& directory) {
 /// Copies or moves an item from path to path.
 Result<void> transfer(const std::string& path, const std::string& newPath,
                       EntryResult<void> (*work)(int, const std::string&, int, const std::string&),
-                      const char* participle) {
+                      Participle participle) {
     const auto source = findPlace(path);
     if (!source) {
         return report(source, path, participle);
@@ -183,14 +181,6 @@ bool FileSystem::exists(const std::string& path) {
 bool FileSystem::isDirectory(const std::string& path) {
     const auto status = statusOfItem(path);
     return status && S_ISDIR(status->st_mode);
-}
-
-bool FileSystem::isExecutable(const std::string& path) {
-    return atPath(resolveTool(path),
-                  [](int directory, const char* rest) {
-                      return ::faccessat(directory, rest, X_OK, AT_EACCESS);
-                  })
-        .ok();
 }
 
 bool FileSystem::isWritable(const std::string& path) {

@@ -9,7 +9,6 @@ class FileSystem : public platform::FileSystem {
 public:
     bool exists(const std::string& path) override;
     bool isDirectory(const std::string& path) override;
-    bool isExecutable(const std::string& path) override;
     bool isWritable(const std::string& path) override;
     std::optional<FileId> fileIdOfItem(const std::string& path) override;
     std::optional<std::string> destinationOfSymbolicLink(const std::string& path) override;

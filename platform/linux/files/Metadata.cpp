@@ -1,5 +1,6 @@
 #include "platform/linux/files/Metadata.h"
 
+#include "platform/linux/files/CopyPair.h"
 #include "platform/linux/posix/Errors.h"
 
 #include <fcntl.h>
@@ -40,14 +41,14 @@ std::array<timespec, 2> timesOf(const struct statx& status) {
     return {time(status.stx_atime), time(status.stx_mtime)};
 }
 
-/// Returns the mode that a copy with this owner and group may have: set-user-ID and set-group-ID
-/// bits are kept for the same owner and group only.
-mode_t permittedMode(const struct statx& status, uid_t owner, gid_t group) {
+/// Returns the mode that a copy of this status may have: set-user-ID and set-group-ID bits are kept
+/// for the same owner and group only.
+mode_t permittedMode(const struct statx& status, const struct stat& copy) {
     mode_t mode = status.stx_mode & permissionBits;
-    if (owner != status.stx_uid) {
+    if (copy.st_uid != status.stx_uid) {
         mode &= ~static_cast<mode_t>(S_ISUID);
     }
-    if (group != status.stx_gid) {
+    if (copy.st_gid != status.stx_gid) {
         mode &= ~static_cast<mode_t>(S_ISGID);
     }
     return mode;
@@ -67,13 +68,16 @@ bool hasRoom(int item) {
 
 /// Copies one extended attribute. Fails only for the user's own ones, or if the volume has no
 /// space.
-SystemResult<void> keepAttribute(int source, int copy, const char* name) {
+SystemResult<void> keepAttribute(const CopyPair& items, const char* name) {
     std::array<char, XATTR_SIZE_MAX> value; // NOLINT: filled before it is read.
-    const auto size = ::fgetxattr(source, name, value.data(), value.size());
+    const auto size = ::fgetxattr(items.source, name, value.data(), value.size());
     auto kept = checked(size);
     if (kept) {
-        kept = checked(::fsetxattr(copy, name, value.data(), static_cast<std::size_t>(size), 0));
-        kept = failedWith(kept, ENOSPC) && hasRoom(copy) ? Unexpected(attributesTooLarge) : kept;
+        kept =
+            checked(::fsetxattr(items.copy, name, value.data(), static_cast<std::size_t>(size), 0));
+        if (failedWith(kept, ENOSPC) && hasRoom(items.copy)) {
+            kept = Unexpected(attributesTooLarge);
+        }
     }
     if (failedWith(kept, EOPNOTSUPP, ENODATA)) {
         return {};
@@ -82,22 +86,22 @@ SystemResult<void> keepAttribute(int source, int copy, const char* name) {
     return isUsers ? kept : asFarAsPossible(kept);
 }
 
-SystemResult<void> keepExtendedAttributes(int source, int copy) {
+SystemResult<void> keepExtendedAttributes(const CopyPair& items) {
     std::array<char, 1024> fewNames{};
     std::vector<char> manyNames;
     char* names = fewNames.data();
-    auto size = ::flistxattr(source, names, fewNames.size());
+    auto size = ::flistxattr(items.source, names, fewNames.size());
     if (size < 0 && errno == ERANGE) {
         manyNames.resize(XATTR_LIST_MAX);
         names = manyNames.data();
-        size = ::flistxattr(source, names, manyNames.size());
+        size = ::flistxattr(items.source, names, manyNames.size());
     }
     if (auto listed = checked(size); !listed) {
         return failedWith(listed, EOPNOTSUPP) ? SystemResult<void>() : listed;
     }
     const std::string_view list(names, static_cast<std::size_t>(size));
     for (std::size_t begin = 0; begin < list.size(); begin = list.find('\0', begin) + 1) {
-        if (auto kept = keepAttribute(source, copy, list.data() + begin); !kept) {
+        if (auto kept = keepAttribute(items, list.data() + begin); !kept) {
             return kept;
         }
     }
@@ -114,11 +118,11 @@ SystemResult<void> keepOwner(const struct statx& status, int copy) {
 
 /// Like keepOwner(), for an entry of an open directory.
 SystemResult<void> keepOwnerOfEntry(const struct statx& status, int directory, const char* entry) {
-    const auto give = [&](uid_t owner) {
+    const auto setOwner = [&](uid_t owner) {
         return checked(::fchownat(directory, entry, owner, status.stx_gid, AT_SYMLINK_NOFOLLOW));
     };
-    auto given = give(status.stx_uid);
-    return given ? given : asFarAsPossible(give(static_cast<uid_t>(-1)));
+    auto set = setOwner(status.stx_uid);
+    return set ? set : asFarAsPossible(setOwner(static_cast<uid_t>(-1)));
 }
 
 SystemResult<void> keepModeOfEntry(const struct statx& status, int directory, const char* entry) {
@@ -126,7 +130,7 @@ SystemResult<void> keepModeOfEntry(const struct statx& status, int directory, co
     if (auto found = checked(::fstatat(directory, entry, &current, AT_SYMLINK_NOFOLLOW)); !found) {
         return found;
     }
-    const mode_t mode = permittedMode(status, current.st_uid, current.st_gid);
+    const mode_t mode = permittedMode(status, current);
     return asFarAsPossible(checked(::fchmodat(directory, entry, mode, AT_SYMLINK_NOFOLLOW)));
 }
 
@@ -143,7 +147,7 @@ SystemResult<void> copyMetadata(int source, const struct statx& status, int copy
             return kept;
         }
     }
-    if (auto kept = keepExtendedAttributes(source, copy); !kept) {
+    if (auto kept = keepExtendedAttributes({.source = source, .copy = copy}); !kept) {
         return kept;
     }
     if (isForeign) {
@@ -151,7 +155,7 @@ SystemResult<void> copyMetadata(int source, const struct statx& status, int copy
             return found;
         }
     }
-    const mode_t mode = permittedMode(status, current.st_uid, current.st_gid);
+    const mode_t mode = permittedMode(status, current);
     if (mode != (current.st_mode & permissionBits)) {
         if (auto kept = asFarAsPossible(checked(::fchmod(copy, mode))); !kept) {
             return kept;

@@ -37,17 +37,27 @@ TEST(Timeout, TakesDurations) {
     EXPECT_EQ(Timeout(2min).wholeSeconds(), seconds(120));
 }
 
-TEST(Timeout, CountsWhatIsNotAboveZeroAsZero) {
-    for (const double none : {0.0, -0.0, -0.9, -5.0, -1e300, -Limits::infinity(),
-                              Limits::quiet_NaN(), Limits::denorm_min()}) {
-        EXPECT_EQ(Timeout(none).wholeSeconds(), seconds(0)) << none;
-    }
+class TimeoutWithoutTime : public testing::TestWithParam<double> {};
+
+TEST_P(TimeoutWithoutTime, IsZero) {
+    EXPECT_EQ(Timeout(GetParam()).wholeSeconds(), seconds(0));
 }
 
+INSTANTIATE_TEST_SUITE_P(NotAboveZero, TimeoutWithoutTime,
+                         testing::Values(0.0, -0.0, -0.9, -5.0, -1e300, -Limits::infinity(),
+                                         Limits::quiet_NaN(), Limits::denorm_min()));
+
+class TimeoutWithoutEnd : public testing::TestWithParam<double> {};
+
+TEST_P(TimeoutWithoutEnd, IsTheLongest) {
+    EXPECT_EQ(Timeout(GetParam()).wholeSeconds(), Timeout::longest);
+}
+
+INSTANTIATE_TEST_SUITE_P(All, TimeoutWithoutEnd,
+                         testing::Values(1e9, 1e10, 1e19, 1e300, Limits::max(),
+                                         Limits::infinity()));
+
 TEST(Timeout, CountsWhatIsBeyondTheLongestAsTheLongest) {
-    for (const double endless : {1e9, 1e10, 1e19, 1e300, Limits::max(), Limits::infinity()}) {
-        EXPECT_EQ(Timeout(endless).wholeSeconds(), Timeout::longest) << endless;
-    }
     EXPECT_EQ(Timeout(std::numeric_limits<unsigned long long>::max()).wholeSeconds(),
               Timeout::longest);
     EXPECT_EQ(Timeout(1e9 - 1).wholeSeconds(), Timeout::longest - seconds(1));

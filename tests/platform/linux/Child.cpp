@@ -59,7 +59,7 @@ int makeTrash(const Arguments& arguments) {
     return platform::native::makeTrash(arguments.at(0)) ? 0 : 1;
 }
 
-/// Gives the number of the failure.
+/// Returns the number of the failure.
 int moveToHomeTrash(const Arguments& arguments) {
     const auto moved = platform::native::moveToHomeTrash(arguments.at(0));
     return moved ? 0 : moved.error().number();
@@ -124,7 +124,7 @@ int installationDirectory(const Arguments& /*arguments*/) {
     return 0;
 }
 
-/// Gives how many of the standard streams are closed.
+/// Returns how many of the standard streams are closed.
 int closedStreams(const Arguments& /*arguments*/) {
     platform::installServices();
     int closed = 0;

@@ -79,7 +79,7 @@ TEST_F(PrivilegedFileOperations, AMissingToolIsMissingForTheSuperuserToo) {
 }
 
 TEST_F(PrivilegedFileOperations, AToolThatAStandInReplacesExists) {
-    fileSystem.standIns = {"/usr/sbin/diskutil"};
+    launcher.standIns = {"/usr/sbin/diskutil"};
     EXPECT_EQ(controller().authExecTask("/usr/sbin/diskutil", {}), 0);
 }
 
@@ -420,7 +420,7 @@ TEST_F(PrivilegedFileOperations, MoveDirectoryContentsRefusesASystemDirectory) {
                   "Unable to move contents of path /bin because it is a system directory.");
 }
 
-TEST_F(PrivilegedFileOperations, MoveReplacesWhatStandsAtTheNewPath) {
+TEST_F(PrivilegedFileOperations, MoveReplacesWhatExistsAtTheNewPath) {
     fileSystem.files = {"/old", "/new"};
     EXPECT_TRUE(controller().authMoveFile("/old", "/new"));
     EXPECT_EQ(services.tools(), Lines{"/bin/mv -f /old /new"});

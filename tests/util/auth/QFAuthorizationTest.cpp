@@ -79,14 +79,14 @@ TEST_F(QFAuthorizationTest, ALaterRequestForAUserInterfaceDoesNotChangeTheMode) 
     EXPECT_FALSE(QFAuthorization::sharedController().hasGUI());
 }
 
-TEST_F(QFAuthorizationTest, ASecondAllocationGivesNothing) {
+TEST_F(QFAuthorizationTest, ASecondAllocationReturnsNothing) {
     QFAuthorization* made = QFAuthorization::allocWithZone();
     ASSERT_NE(made, nullptr);
     EXPECT_EQ(QFAuthorization::allocWithZone(), nullptr);
     EXPECT_EQ(&QFAuthorization::sharedController(), made);
 }
 
-TEST_F(QFAuthorizationTest, AllocationGivesNothingOnceTheControllerIsShared) {
+TEST_F(QFAuthorizationTest, AllocationReturnsNothingOnceTheControllerIsShared) {
     QFAuthorization::sharedController();
     EXPECT_EQ(QFAuthorization::allocWithZone(), nullptr);
 }

@@ -243,7 +243,7 @@ TEST_F(CaseRename, LeavesTheItemUnderTheFreeNameWhenTheSecondStepFails) {
               (Lines{"Error moving file: There is nothing at /a/Movie.MOV..", "Authorizing..."}));
 }
 
-TEST_F(CaseRename, IsNotWaitedForButForAMoment) {
+TEST_F(CaseRename, IsWaitedForOnlyAMoment) {
     EXPECT_TRUE(QFFileManager::moveFile("/a/Movie.MOV", "/a/movie.mov", 5));
     EXPECT_EQ(pauses.rests, Rests{500us});
 }

@@ -120,12 +120,6 @@ private:
     DescribedFileSystem& fileSystem_;
 };
 
-/// The disk, with every system tool.
-class DiskWithTools : public platform::native::FileSystem {
-public:
-    bool isExecutable(const std::string& /*path*/) override { return true; }
-};
-
 class QFLaunchdTest : public DescribedMachine {
 protected:
     using Rests = std::vector<std::chrono::microseconds>;
@@ -224,7 +218,7 @@ protected:
     const std::string jobFile = jobDirectory + "/com.quillfen.Lunevar.plist";
 
 private:
-    DiskWithTools onDisk_;
+    platform::native::FileSystem onDisk_;
     platform::native::PropertyLists propertyListsOnDisk_;
     platform::ScopedService<platform::FileSystem> onDiskScope_{onDisk_};
     platform::ScopedService<platform::PropertyLists> propertyListsOnDiskScope_{
@@ -597,7 +591,7 @@ TEST_F(QFLaunchdTest, AMachineWithoutALibraryHasNoPlaceForAJob) {
     EXPECT_EQ(launcher.runs, Lines{});
 }
 
-TEST_F(QFLaunchdTest, ALabelStandsInTheFilesNameAsItIs) {
+TEST_F(QFLaunchdTest, ALabelIsInTheFilesNameUnchanged) {
     for (const auto& odd : Lines{"", "a/b", "..", "100%@", "two words", std::string(300, 'x')}) {
         propertyLists.written.clear();
         QFLaunchd::startLaunchAgent(odd, settings, Domain::user);

@@ -1,13 +1,13 @@
 #include "util/paths/QFLocalPaths.h"
 
-#include "tests/util/paths/LocalPathsFixture.h"
+#include "tests/support/StandardLocations.h"
 
 using platform::DirectoryKind;
 using platform::DomainMask;
 
 namespace {
 
-using SystemDirectoryGuardTest = LocalPathsFixture;
+using SystemDirectoryGuardTest = StandardLocations;
 
 bool isProtected(const std::optional<std::string>& path, ExactMatch exactMatch) {
     return QFLocalPaths::isPathSystemDirectory(path, exactMatch);

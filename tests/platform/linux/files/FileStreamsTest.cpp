@@ -145,7 +145,7 @@ TEST(FileStreams, TheSparedFileIsRefusedByEveryName) {
     }
 }
 
-TEST(FileStreams, WhatCannotBeOpenedGivesNothing) {
+TEST(FileStreams, WhatCannotBeOpenedIsNull) {
     const TemporaryDirectory directory;
     directory.makeDirectory("folder");
     EXPECT_EQ(streams.openForReading(directory / "missing"), nullptr);

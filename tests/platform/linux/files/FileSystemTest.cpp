@@ -1,6 +1,5 @@
 #include "platform/linux/files/FileSystem.h"
 
-#include "platform/linux/process/ToolOverlay.h"
 #include "tests/platform/linux/RunChild.h"
 #include "tests/platform/linux/files/FileSystemOnDisk.h"
 #include "tests/support/TemporaryDirectory.h"
@@ -107,28 +106,6 @@ TEST(FileSystem, TellsDirectoriesFromFiles) {
     EXPECT_FALSE(fileSystem.isDirectory(directory / "missing"));
 }
 
-TEST(FileSystem, TellsWhatCanBeRun) {
-    const TemporaryDirectory directory;
-    const auto file = directory.write("tool");
-    EXPECT_FALSE(fileSystem.isExecutable(file));
-
-    ASSERT_EQ(::chmod(file.c_str(), 0755), 0);
-
-    EXPECT_TRUE(fileSystem.isExecutable(file));
-    EXPECT_TRUE(fileSystem.isExecutable(directory.path()));
-    EXPECT_FALSE(fileSystem.isExecutable(directory / "missing"));
-}
-
-TEST(FileSystem, TestsTheStandInOfATool) {
-    const TemporaryDirectory overlay;
-    ASSERT_EQ(::chmod(overlay.write("bin/qf-no-such-tool").c_str(), 0755), 0);
-    EXPECT_FALSE(fileSystem.isExecutable("/bin/qf-no-such-tool"));
-
-    const auto former = platform::native::setToolOverlay(overlay.path());
-    EXPECT_TRUE(fileSystem.isExecutable("/bin/qf-no-such-tool"));
-    platform::native::setToolOverlay(former);
-}
-
 TEST(FileSystem, ListsEveryNameInADirectory) {
     const TemporaryDirectory directory;
     directory.write("a");
@@ -206,7 +183,7 @@ TEST(FileSystem, UnlocksWhatIsNotLockedWithoutPrivilegeOrPermission) {
     }
 }
 
-TEST(FileSystem, UnlocksNothingWhereNothingStands) {
+TEST(FileSystem, UnlocksNothingWhereNothingExists) {
     const TemporaryDirectory directory;
 
     const auto changed = fileSystem.setImmutable(directory / "missing.txt", false);

@@ -13,7 +13,7 @@ using platform::native::FileDescriptor;
 using platform::native::moveToUniqueName;
 using platform::native::numberedName;
 
-TEST(NumberedName, StandsInFrontOfTheExtension) {
+TEST(NumberedName, IsBeforeTheExtension) {
     EXPECT_EQ(numberedName("clip.mov", 2), "clip 2.mov");
     EXPECT_EQ(numberedName("Notes", 3), "Notes 3");
     EXPECT_EQ(numberedName(".hidden", 2), ".hidden 2");

@@ -1,7 +1,6 @@
 #include "platform/linux/process/ToolOverlay.h"
 
 #include "platform/foundation/Exception.h"
-#include "platform/linux/files/FileSystem.h"
 #include "platform/linux/process/ProcessLauncher.h"
 #include "tests/support/TemporaryDirectory.h"
 
@@ -80,11 +79,11 @@ TEST_F(ToolOverlay, TheInstallationsOverlayLiesBesideTheProgramsDirectory) {
     EXPECT_TRUE(installed_.ends_with("/kelvane-uninstaller/tools")) << installed_;
 }
 
-TEST_F(ToolOverlay, AToolIsExecutableWhenItsStandInIs) {
-    platform::native::FileSystem fileSystem;
-    EXPECT_FALSE(fileSystem.isExecutable("/no/such/tool"));
+TEST_F(ToolOverlay, AToolCanBeLaunchedIfItsStandInCan) {
+    platform::native::ProcessLauncher launcher;
+    EXPECT_FALSE(launcher.canLaunch("/no/such/tool"));
     standIn("/no/such/tool", "#!/bin/sh\n");
-    EXPECT_TRUE(fileSystem.isExecutable("/no/such/tool"));
+    EXPECT_TRUE(launcher.canLaunch("/no/such/tool"));
 }
 
 TEST_F(ToolOverlay, TheLauncherRunsTheStandIn) {

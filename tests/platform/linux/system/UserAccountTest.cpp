@@ -26,6 +26,31 @@ TEST(UserAccount, HasTheAccountsHomeDirectoryWhenTheEnvironmentNamesNoAbsoluteOn
     }
 }
 
+TEST(UserAccount, OwnsItsHome) {
+    const TemporaryDirectory directory;
+    const ScopedEnvironment home("HOME", directory.path());
+
+    EXPECT_EQ(platform::native::UserAccount().otherOwnerOfHome(), std::nullopt);
+}
+
+TEST(UserAccount, HasNoOtherOwnerOfAHomeThatDoesNotExist) {
+    const TemporaryDirectory directory;
+    const ScopedEnvironment home("HOME", directory / "missing");
+
+    EXPECT_EQ(platform::native::UserAccount().otherOwnerOfHome(), std::nullopt);
+}
+
+TEST(UserAccount, NamesTheOtherAccountThatOwnsItsHome) {
+    const TemporaryDirectory directory;
+    const ScopedEnvironment home("HOME", directory.path());
+    constexpr uid_t nobody = 65534;
+    if (::chown(directory.path().c_str(), nobody, nobody) != 0) {
+        GTEST_SKIP() << "only root can give a directory to another account";
+    }
+
+    EXPECT_EQ(platform::native::UserAccount().otherOwnerOfHome(), ::getpwuid(nobody)->pw_name);
+}
+
 TEST(UserAccount, HasTheNameAndNumberOfTheRealUser) {
     const ScopedEnvironment user("LOGNAME", "nobody-in-particular");
     platform::native::UserAccount account;

@@ -40,14 +40,18 @@ protected:
 
 } // namespace
 
-TEST_F(Chown, TellsItsUsage) {
-    for (const auto& words : std::vector<Words>{
-             {}, {"root"}, {"", file}, {"root:", file}, {":", file}, {"-R", "root", file}}) {
-        const auto outcome = chown(words);
-        EXPECT_EQ(outcome.status, 2);
-        EXPECT_EQ(outcome.output, usage);
-    }
+class ChownMisuse : public Chown, public testing::WithParamInterface<Words> {};
+
+TEST_P(ChownMisuse, TellsTheUsage) {
+    const auto outcome = chown(GetParam());
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_EQ(outcome.output, usage);
 }
+
+INSTANTIATE_TEST_SUITE_P(
+    All, ChownMisuse,
+    testing::ValuesIn(std::vector<Words>{
+        {}, {"root"}, {"", "/a"}, {"root:", "/a"}, {":", "/a"}, {"-R", "root", "/a"}}));
 
 TEST_F(Chown, GivesAFileToAUserAndAGroup) {
     skipUnlessRoot();

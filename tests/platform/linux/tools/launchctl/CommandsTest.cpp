@@ -39,15 +39,19 @@ protected:
     TemporaryDirectory directory;
 };
 
-TEST_F(Launchctl, TellsItsUsage) {
-    const std::vector<std::vector<std::string>> misuses = {
-        {}, {""}, {"load"}, {"load", "-w", "/a"}, {"bootstrap", "a"}, {"list", "a"}, {"--help"}};
-    for (const auto& words : misuses) {
-        const auto outcome = launchctl(words);
-        EXPECT_EQ(outcome.status, 2);
-        EXPECT_EQ(outcome.output, usage);
-    }
+class LaunchctlMisuse : public Launchctl,
+                        public testing::WithParamInterface<std::vector<std::string>> {};
+
+TEST_P(LaunchctlMisuse, TellsTheUsage) {
+    const auto outcome = launchctl(GetParam());
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_EQ(outcome.output, usage);
 }
+
+INSTANTIATE_TEST_SUITE_P(
+    All, LaunchctlMisuse,
+    testing::ValuesIn(std::vector<std::vector<std::string>>{
+        {}, {""}, {"load"}, {"load", "-w", "/a"}, {"bootstrap", "a"}, {"list", "a"}, {"--help"}}));
 
 TEST_F(Launchctl, SaysInOneLineThatThereIsNoServiceManager) {
     const auto file = writeJob("a.plist", "a");
