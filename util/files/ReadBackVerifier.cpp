@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstring>
 #include <string_view>
+#include <utility>
 
 using platform::systemLog;
 
@@ -89,6 +90,32 @@ void ReadBackVerifier::compare(Chunk written, std::size_t count, OwnDigest& dige
         digest = sourceDigest_;
     }
     digest->update({buffer_.get(), written.size()});
+}
+
+void ReadBackVerifier::checkAgain(platform::FileStream& file, OwnDigest& digest) {
+    if (!sourceDigest_ || digest) {
+        return;
+    }
+    file.dropCache();
+    auto whole = digestOfWhole(file);
+    if (whole.finished() != sourceDigest_->finished()) {
+        digest = std::move(whole);
+    }
+}
+
+/// What cannot be read makes a difference, whatever was read before.
+platform::DigestContext ReadBackVerifier::digestOfWhole(platform::FileStream& file) {
+    auto digest = *contextFor(type_);
+    bool isReadable = file.seek(0);
+    while (isReadable && !file.isAtEnd()) {
+        const auto count = file.read({buffer_.get(), filereading::chunkSize});
+        digest.update({buffer_.get(), count});
+        isReadable = count > 0 || file.isAtEnd();
+    }
+    if (!isReadable) {
+        digest.update({buffer_.get(), 1});
+    }
+    return digest;
 }
 
 void ReadBackVerifier::addToSource(Chunk chunk) {

@@ -12,8 +12,9 @@ namespace platform::native {
 EntryResult<void> copyItem(const EntryRef& source, const EntryRef& destination);
 
 /// Moves an entry, as platform::FileSystem::moveItem() does. Copies only if the attempt to rename
-/// shows that this is needed, and only if all of the item could be removed afterwards. Errors are
-/// those of copyItem().
+/// shows that this is needed, and only if all of the item could be removed afterwards. If a process
+/// was killed while it removed the item after copying, removes what is left of it. Errors are those
+/// of copyItem().
 EntryResult<void> moveItem(const EntryRef& source, const EntryRef& destination);
 
 } // namespace platform::native

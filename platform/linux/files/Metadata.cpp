@@ -1,14 +1,17 @@
 #include "platform/linux/files/Metadata.h"
 
 #include "platform/linux/files/CopyPair.h"
+#include "platform/linux/posix/Errors.h"
 
 #include <fcntl.h>
 #include <linux/limits.h>
+#include <sys/statvfs.h>
 #include <sys/xattr.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -17,6 +20,8 @@ namespace platform::native {
 namespace {
 
 constexpr mode_t permissionBits = 07777;
+
+constexpr const char* accessList = "system.posix_acl_access";
 
 /// Returns whether a failure means that the volume does not support the operation, or that the user
 /// may not do it.
@@ -49,6 +54,18 @@ mode_t permittedMode(const struct statx& status, const struct stat& copy) {
     return mode;
 }
 
+/// Returns whether the volume of an open item has room for any attribute. ENOSPC then means that
+/// its format does not.
+bool hasRoom(int item) {
+    struct statvfs volume {};
+    if (::fstatvfs(item, &volume) != 0) {
+        return false;
+    }
+    const bool countsFiles = volume.f_files > 0;
+    return (!countsFiles || volume.f_favail > 0) &&
+           volume.f_bavail * volume.f_frsize > XATTR_SIZE_MAX;
+}
+
 /// Copies one extended attribute. Fails only for the user's own ones, or if the volume has no
 /// space.
 SystemResult<void> keepAttribute(const CopyPair& items, const char* name) {
@@ -58,6 +75,9 @@ SystemResult<void> keepAttribute(const CopyPair& items, const char* name) {
     if (kept) {
         kept =
             checked(::fsetxattr(items.copy, name, value.data(), static_cast<std::size_t>(size), 0));
+        if (failedWith(kept, ENOSPC) && hasRoom(items.copy)) {
+            kept = Unexpected(attributesTooLarge);
+        }
     }
     if (failedWith(kept, EOPNOTSUPP, ENODATA)) {
         return {};
@@ -163,9 +183,24 @@ SystemResult<void> copyMetadataToEntry(const struct statx& status, const EntryRe
         ::utimensat(entry.directory, entry.name.c_str(), times.data(), AT_SYMLINK_NOFOLLOW)));
 }
 
+void copyAccessListToEntry(const EntryRef& source, const EntryRef& copy) {
+    const auto pathOf = [](const EntryRef& entry) {
+        return "/proc/self/fd/" + std::to_string(entry.directory) + '/' + entry.name;
+    };
+    const auto copyPath = pathOf(copy);
+    std::array<char, XATTR_SIZE_MAX> list; // NOLINT: filled before it is read.
+    const auto size =
+        ::lgetxattr(pathOf(source).c_str(), accessList, list.data(), list.size());
+    if (size < 0) {
+        ::lremovexattr(copyPath.c_str(), accessList);
+    } else {
+        ::lsetxattr(copyPath.c_str(), accessList, list.data(), static_cast<std::size_t>(size), 0);
+    }
+}
+
 void dropInheritedAcls(int item) {
     ::fremovexattr(item, "system.posix_acl_default");
-    ::fremovexattr(item, "system.posix_acl_access");
+    ::fremovexattr(item, accessList);
 }
 
 } // namespace platform::native

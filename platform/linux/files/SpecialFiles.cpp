@@ -13,17 +13,6 @@ namespace platform::native {
 
 namespace {
 
-/// Returns the target of a link.
-SystemResult<std::string> readLink(const EntryRef& link) {
-    std::array<char, PATH_MAX> buffer{};
-    const auto length =
-        ::readlinkat(link.directory, link.name.c_str(), buffer.data(), buffer.size());
-    if (length < 0) { // EINVAL: it is no longer a link.
-        return Unexpected(errno == EINVAL ? changedMeanwhile : Errno::last());
-    }
-    return std::string(buffer.data(), static_cast<std::size_t>(length));
-}
-
 /// Makes a link with the same target, and reads it back.
 SystemResult<void> makeLink(const EntryRef& source, const EntryRef& destination) {
     const auto text = readLink(source);
@@ -50,11 +39,26 @@ SystemResult<void> makeUnopened(const EntryRef& source, const struct statx& stat
         return makeLink(source, destination);
     }
     const auto device = ::makedev(status.stx_rdev_major, status.stx_rdev_minor);
-    return checked(
-        ::mknodat(destination.directory, destination.name.c_str(), status.stx_mode, device));
+    // An access control list that it inherits admits nobody else before its own mode is set.
+    const mode_t mode = (status.stx_mode & static_cast<unsigned>(S_IFMT)) | S_IRUSR | S_IWUSR;
+    auto made = checked(::mknodat(destination.directory, destination.name.c_str(), mode, device));
+    if (made) {
+        copyAccessListToEntry(source, destination);
+    }
+    return made;
 }
 
 } // namespace
+
+SystemResult<std::string> readLink(const EntryRef& link) {
+    std::array<char, PATH_MAX> buffer{};
+    const auto length =
+        ::readlinkat(link.directory, link.name.c_str(), buffer.data(), buffer.size());
+    if (length < 0) { // EINVAL: it is no longer a link.
+        return Unexpected(errno == EINVAL ? changedMeanwhile : Errno::last());
+    }
+    return std::string(buffer.data(), static_cast<std::size_t>(length));
+}
 
 SystemResult<void> copyUnopened(const EntryRef& source, const struct statx& status,
                                 const EntryRef& destination) {

@@ -5,7 +5,12 @@
 
 #include <sys/stat.h>
 
+#include <string>
+
 namespace platform::native {
+
+/// Returns the target of a link. EAGAIN if it is no link.
+SystemResult<std::string> readLink(const EntryRef& link);
 
 /// Copies an entry, which is a link, a FIFO, a socket or a device of this status. An existing item
 /// at the destination is never replaced: EEXIST. On failure nothing is left of the copy.

@@ -16,8 +16,8 @@ struct ItemPlace {
 };
 
 /// Opens the directory of the item at an absolute path; links on the way are followed, the last
-/// component is not examined. EINVAL for a path that is not absolute or does not name an entry of a
-/// directory ("/", "..").
+/// component is not examined. EINVAL for a path that is not absolute, contains a zero byte or does
+/// not name an entry of a directory ("/", "..").
 SystemResult<ItemPlace> findPlace(const std::string& path);
 
 } // namespace platform::native

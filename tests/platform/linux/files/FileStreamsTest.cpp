@@ -76,14 +76,56 @@ TEST(FileStreams, WhatIsWrittenIsInTheFileAtOnce) {
     EXPECT_EQ(contentOf(directory / "file"), "abcd");
 }
 
-TEST(FileStreams, UpdatingEmptiesWhatIsThereAndKeepsItsIdentity) {
+TEST(FileStreams, AFileIsEmptiedOnlyOnRequestAndKeepsItsIdentity) {
     const TemporaryDirectory directory;
     const auto file = directory.write("file", "former content");
     fs::create_hard_link(file, directory / "other");
     const auto before = streams.openForReading(file)->identity();
     const auto stream = streams.openForUpdating(file, nothingSpared, unknownSize);
+    EXPECT_EQ(contentOf(directory / "other"), "former content");
+    EXPECT_TRUE(stream->makeEmpty());
     EXPECT_EQ(contentOf(directory / "other"), "");
     EXPECT_EQ(stream->identity(), before);
+}
+
+TEST(FileStreams, APipeHasNothingToEmpty) {
+    const TemporaryDirectory directory;
+    const auto pipe = directory / "pipe";
+    ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+    EXPECT_TRUE(streams.openForUpdating(pipe, nothingSpared, unknownSize)->makeEmpty());
+}
+
+TEST(FileStreams, ThePositionIsThatOfTheNextByte) {
+    const TemporaryDirectory directory;
+    const auto stream = streams.openForUpdating(directory / "file", nothingSpared, unknownSize);
+    EXPECT_EQ(stream->position(), 0U);
+    stream->write(bytesOf("abcdef"));
+    EXPECT_EQ(stream->position(), 6U);
+    ASSERT_TRUE(stream->seek(1));
+    EXPECT_EQ(stream->position(), 1U);
+    readFrom(*stream, 3);
+    EXPECT_EQ(stream->position(), 4U);
+}
+
+TEST(FileStreams, WhatIsWrittenThroughAndForgottenIsReadFromTheMedium) {
+    const TemporaryDirectory directory;
+    const auto content = std::string(100'000, 'x');
+    const auto stream = streams.openForUpdating(directory / "file", nothingSpared, unknownSize);
+    stream->write(bytesOf(content));
+    stream->beginSync();
+    EXPECT_TRUE(stream->sync());
+    stream->dropCache();
+    ASSERT_TRUE(stream->seek(0));
+    EXPECT_EQ(readFrom(*stream, content.size() + 1), content);
+}
+
+TEST(FileStreams, WhatHasNoMediumNeedsNoWritingThrough) {
+    const TemporaryDirectory directory;
+    const auto pipe = directory / "pipe";
+    ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+    const auto stream = streams.openForUpdating(pipe, nothingSpared, unknownSize);
+    stream->write(bytesOf("abc"));
+    EXPECT_TRUE(stream->sync());
 }
 
 TEST(FileStreams, TheSparedFileIsRefusedByEveryName) {
