@@ -106,7 +106,7 @@ void ReadBackVerifier::checkAgain(platform::FileStream& file, OwnDigest& digest)
 /// What cannot be read makes a difference, whatever was read before.
 platform::DigestContext ReadBackVerifier::digestOfWhole(platform::FileStream& file) {
     auto digest = *contextFor(type_);
-    bool isReadable = file.seek(0);
+    bool isReadable = file.seek(0).ok();
     while (isReadable && !file.isAtEnd()) {
         const auto count = file.read({buffer_.get(), filereading::chunkSize});
         digest.update({buffer_.get(), count});
