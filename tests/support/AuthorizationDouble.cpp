@@ -88,6 +88,7 @@ RecordingAuthorizationServices::executeWithPrivileges(platform::AuthorizationRef
                      .tool = toolPath,
                      .arguments = arguments,
                      .content = content});
+    beforeTool();
     auto status = executeStatus;
     if (!nextExecuteStatuses.empty()) {
         status = nextExecuteStatuses.front();

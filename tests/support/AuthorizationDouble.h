@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <iosfwd>
 #include <memory>
 #include <optional>
@@ -39,6 +40,8 @@ public:
     platform::AuthorizationResult<platform::AuthorizationRef> inherited =
         platform::Unexpected(platform::errAuthorizationInternal);
     std::string toolOutput;
+    /// Called before each tool.
+    std::function<void()> beforeTool = [] {};
 
     /// Every call except those of copyPrivilegedReference.
     std::vector<AuthorizationCall> calls;

@@ -112,14 +112,14 @@ platform::Result<void> DescribedFileSystem::writeAtomically(const std::string& p
 }
 
 platform::Result<void> DescribedFileSystem::setModificationDate(const std::string& path,
-                                                                platform::Date date) {
-    modificationDates[path] = date;
+                                                                platform::FileDate date) {
+    modificationDates[path] = date.nearestDate();
     return change("date", path);
 }
 
 platform::Result<void> DescribedFileSystem::setCreationDate(const std::string& path,
-                                                            platform::Date date) {
-    creationDates[path] = date;
+                                                            platform::FileDate date) {
+    creationDates[path] = date.nearestDate();
     return change("creation date", path);
 }
 

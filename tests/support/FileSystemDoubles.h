@@ -58,8 +58,9 @@ public:
     platform::Result<void> writeAtomically(const std::string& path,
                                            std::string_view /*content*/) override;
     platform::Result<void> setModificationDate(const std::string& path,
-                                               platform::Date date) override;
-    platform::Result<void> setCreationDate(const std::string& path, platform::Date date) override;
+                                               platform::FileDate date) override;
+    platform::Result<void> setCreationDate(const std::string& path,
+                                           platform::FileDate date) override;
     platform::Result<void> setPosixPermissions(const std::string& path, unsigned mode) override;
     platform::Result<void> setImmutable(const std::string& path, bool immutable) override;
     platform::Result<void> removeItem(const std::string& path) override;

@@ -1,8 +1,10 @@
 #include "platform/linux/desktop/ChangeNotice.h"
 
+#include "platform/linux/posix/LongPath.h"
 #include "platform/linux/system/ObjectOwner.h"
 #include "platform/linux/system/UserAccount.h"
 
+#include <fcntl.h>
 #include <gio/gio.h>
 #include <sys/stat.h>
 
@@ -113,8 +115,11 @@ bool flush(const Connection& connection, const Events& events) {
 
 Result<void, WorkspaceStatus> announceChange(const std::string& path) {
     struct stat status {};
+    const auto found = atPath(path, [&status](int directory, const char* rest) {
+        return ::fstatat(directory, rest, &status, AT_SYMLINK_NOFOLLOW);
+    });
     const Text uri(g_filename_to_uri(path.c_str(), nullptr, nullptr), &g_free);
-    if (!uri || ::lstat(path.c_str(), &status) != 0) {
+    if (!uri || !found) {
         return Unexpected(fnfErr);
     }
     const auto address = busAddress();

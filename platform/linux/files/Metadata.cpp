@@ -1,14 +1,17 @@
 #include "platform/linux/files/Metadata.h"
 
 #include "platform/linux/files/CopyPair.h"
+#include "platform/linux/posix/Errors.h"
 
 #include <fcntl.h>
 #include <linux/limits.h>
+#include <sys/statvfs.h>
 #include <sys/xattr.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -17,6 +20,8 @@ namespace platform::native {
 namespace {
 
 constexpr mode_t permissionBits = 07777;
+
+constexpr const char* accessList = "system.posix_acl_access";
 
 /// Returns whether a failure means that the volume does not support the operation, or that the user
 /// may not do it.
@@ -49,6 +54,18 @@ mode_t permittedMode(const struct statx& status, const struct stat& copy) {
     return mode;
 }
 
+/// Returns whether the volume of an open item has room for any attribute. ENOSPC then means that
+/// its format does not.
+bool hasRoom(int item) {
+    struct statvfs volume {};
+    if (::fstatvfs(item, &volume) != 0) {
+        return false;
+    }
+    const bool countsFiles = volume.f_files > 0;
+    return (!countsFiles || volume.f_favail > 0) &&
+           volume.f_bavail * volume.f_frsize > XATTR_SIZE_MAX;
+}
+
 /// Copies one extended attribute. Fails only for the user's own ones, or if the volume has no
 /// space.
 SystemResult<void> keepAttribute(const CopyPair& items, const char* name) {
@@ -58,6 +75,9 @@ SystemResult<void> keepAttribute(const CopyPair& items, const char* name) {
     if (kept) {
         kept =
             checked(::fsetxattr(items.copy, name, value.data(), static_cast<std::size_t>(size), 0));
+        if (failedWith(kept, ENOSPC) && hasRoom(items.copy)) {
+            kept = Unexpected(attributesTooLarge);
+        }
     }
     if (failedWith(kept, EOPNOTSUPP, ENODATA)) {
         return {};
@@ -97,21 +117,25 @@ SystemResult<void> keepOwner(const struct statx& status, int copy) {
 }
 
 /// Like keepOwner(), for an entry of an open directory.
-SystemResult<void> keepOwnerOfEntry(const struct statx& status, int directory, const char* entry) {
+SystemResult<void> keepOwnerOfEntry(const struct statx& status, const EntryRef& entry) {
     const auto setOwner = [&](uid_t owner) {
-        return checked(::fchownat(directory, entry, owner, status.stx_gid, AT_SYMLINK_NOFOLLOW));
+        return checked(::fchownat(entry.directory, entry.name.c_str(), owner, status.stx_gid,
+                                  AT_SYMLINK_NOFOLLOW));
     };
     auto set = setOwner(status.stx_uid);
     return set ? set : asFarAsPossible(setOwner(static_cast<uid_t>(-1)));
 }
 
-SystemResult<void> keepModeOfEntry(const struct statx& status, int directory, const char* entry) {
+SystemResult<void> keepModeOfEntry(const struct statx& status, const EntryRef& entry) {
     struct stat current {};
-    if (auto found = checked(::fstatat(directory, entry, &current, AT_SYMLINK_NOFOLLOW)); !found) {
+    if (auto found =
+            checked(::fstatat(entry.directory, entry.name.c_str(), &current, AT_SYMLINK_NOFOLLOW));
+        !found) {
         return found;
     }
     const mode_t mode = permittedMode(status, current);
-    return asFarAsPossible(checked(::fchmodat(directory, entry, mode, AT_SYMLINK_NOFOLLOW)));
+    return asFarAsPossible(
+        checked(::fchmodat(entry.directory, entry.name.c_str(), mode, AT_SYMLINK_NOFOLLOW)));
 }
 
 } // namespace
@@ -144,26 +168,39 @@ SystemResult<void> copyMetadata(int source, const struct statx& status, int copy
     return asFarAsPossible(checked(::futimens(copy, timesOf(status).data())));
 }
 
-SystemResult<void> copyMetadataToEntry(const struct statx& status, int directory,
-                                       const std::string& name) {
-    const char* entry = name.c_str();
-    if (auto kept = keepOwnerOfEntry(status, directory, entry); !kept) {
+SystemResult<void> copyMetadataToEntry(const struct statx& status, const EntryRef& entry) {
+    if (auto kept = keepOwnerOfEntry(status, entry); !kept) {
         return kept;
     }
     // A link has no mode, and fchmodat() would follow it.
     if (!S_ISLNK(status.stx_mode)) {
-        if (auto kept = keepModeOfEntry(status, directory, entry); !kept) {
+        if (auto kept = keepModeOfEntry(status, entry); !kept) {
             return kept;
         }
     }
     const auto times = timesOf(status);
-    return asFarAsPossible(
-        checked(::utimensat(directory, entry, times.data(), AT_SYMLINK_NOFOLLOW)));
+    return asFarAsPossible(checked(
+        ::utimensat(entry.directory, entry.name.c_str(), times.data(), AT_SYMLINK_NOFOLLOW)));
+}
+
+void copyAccessListToEntry(const EntryRef& source, const EntryRef& copy) {
+    const auto pathOf = [](const EntryRef& entry) {
+        return "/proc/self/fd/" + std::to_string(entry.directory) + '/' + entry.name;
+    };
+    const auto copyPath = pathOf(copy);
+    std::array<char, XATTR_SIZE_MAX> list; // NOLINT: filled before it is read.
+    const auto size =
+        ::lgetxattr(pathOf(source).c_str(), accessList, list.data(), list.size());
+    if (size < 0) {
+        ::lremovexattr(copyPath.c_str(), accessList);
+    } else {
+        ::lsetxattr(copyPath.c_str(), accessList, list.data(), static_cast<std::size_t>(size), 0);
+    }
 }
 
 void dropInheritedAcls(int item) {
     ::fremovexattr(item, "system.posix_acl_default");
-    ::fremovexattr(item, "system.posix_acl_access");
+    ::fremovexattr(item, accessList);
 }
 
 } // namespace platform::native

@@ -4,6 +4,7 @@
 
 #include <sys/types.h>
 
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -18,6 +19,10 @@ public:
     /// directory, depending on `mode` (such as S_IFREG | 0600), with its permissions less the
     /// umask. Deletes one that a killed process left there for the same name first.
     static SystemResult<TemporaryItem> make(int directory, const std::string& purpose, mode_t mode);
+
+    /// Takes over the file or directory that a killed process left in the directory for the same
+    /// purpose; nullopt if there is none.
+    static std::optional<TemporaryItem> adopt(int directory, const std::string& purpose);
 
     /// Deletes the item with all its contents, unless it has been renamed.
     ~TemporaryItem();
@@ -46,7 +51,6 @@ private:
         : directory_(directory), purpose_(std::move(purpose)) {}
 
     SystemResult<void> claim(const std::string& name, mode_t mode);
-    bool removeAbandoned(const std::string& name) const;
     SystemResult<void> renamed(const SystemResult<void>& result);
 
     int directory_;

@@ -32,6 +32,7 @@ constexpr std::array reasons{
     Reason{Errno(ENAMETOOLONG), "its name is too long"},
     Reason{nameNotAllowed, "the volume doesn’t allow its name"},
     Reason{nameNotDistinct, "the volume doesn’t tell its name from another one"},
+    Reason{attributesTooLarge, "the volume can’t hold its attributes"},
     Reason{Errno(ELOOP), "its path leads through too many links"},
     Reason{Errno(EOPNOTSUPP), "the volume doesn’t support it"},
     Reason{Errno(EINVAL), "the system doesn’t allow it"},

@@ -18,6 +18,10 @@ constexpr Errno nameNotAllowed{EILSEQ};
 /// exists.
 constexpr Errno nameNotDistinct{ENOTUNIQ};
 
+/// A volume cannot hold the extended attributes of an item, however much room it has. The system
+/// reports ENOSPC, which also means that the volume is full.
+constexpr Errno attributesTooLarge{E2BIG};
+
 /// An item being copied was replaced or changed meanwhile.
 inline constexpr Errno changedMeanwhile{EAGAIN};
 

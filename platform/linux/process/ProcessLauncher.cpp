@@ -1,5 +1,6 @@
 #include "platform/linux/process/ProcessLauncher.h"
 
+#include "platform/linux/posix/LongPath.h"
 #include "platform/linux/process/Child.h"
 #include "platform/linux/process/ChildReaper.h"
 #include "platform/linux/process/Environment.h"
@@ -148,7 +149,11 @@ ProcessLauncher::ProcessLauncher()
 }
 
 bool ProcessLauncher::canLaunch(const std::string& path) {
-    return ::faccessat(AT_FDCWD, resolveTool(path).c_str(), X_OK, AT_EACCESS) == 0;
+    return atPath(resolveTool(path),
+                  [](int directory, const char* rest) {
+                      return ::faccessat(directory, rest, X_OK, AT_EACCESS);
+                  })
+        .ok();
 }
 
 std::shared_ptr<platform::Pipe> ProcessLauncher::makePipe() {

@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <limits>
+#include <type_traits>
 
 namespace {
 
@@ -11,6 +13,16 @@ using std::chrono::seconds;
 using namespace std::chrono_literals;
 
 using Limits = std::numeric_limits<double>;
+
+/// Whether a time-out can be made of a value of each type.
+template <class... Types>
+constexpr bool allAreTimeouts = (std::is_convertible_v<Types, Timeout> && ...);
+template <class... Types>
+constexpr bool someAreTimeouts = (std::is_convertible_v<Types, Timeout> || ...);
+
+static_assert(allAreTimeouts<int, unsigned, short, long long, std::size_t, float, double, seconds>);
+static_assert(!someAreTimeouts<bool, const bool, char, signed char, unsigned char, wchar_t, char8_t,
+                               char16_t, char32_t>);
 
 TEST(Timeout, CountsWholeSecondsOnly) {
     EXPECT_EQ(Timeout(5).wholeSeconds(), seconds(5));

@@ -187,6 +187,7 @@ INSTANTIATE_TEST_SUITE_P(All, FinderProgress,
                          nameOfCase);
 
 TEST_F(Finder, ProgressSetsTheFixedCreationDate) {
+    launcher.effect = [this] { EXPECT_EQ(fileSystem.changes, Lines{}); }; // first the attribute
     QFFileManager::setFinderProgress(0.5F, "/file");
     EXPECT_EQ(fileSystem.changes, (Lines{"creation date /file"}));
     EXPECT_EQ(fileSystem.creationDates.at("/file"), progressDate);
@@ -198,7 +199,9 @@ TEST_F(Finder, RemovedProgressSetsTheCreationDateToTheModificationDate) {
     fileSystem.attributes["/file"] = {.modificationDate = modified};
     for (const bool byNumber : {false, true}) {
         launcher.runs.clear();
+        fileSystem.changes.clear();
         fileSystem.creationDates.clear();
+        launcher.effect = [this] { EXPECT_EQ(fileSystem.changes, Lines{}); };
         if (byNumber) {
             QFFileManager::setFinderProgress(-0.001F, "/file");
         } else {

@@ -276,10 +276,6 @@ TEST(FileSystem, TellsWhyADirectoryCannotBeMade) {
     makeLink("missing", directory / "broken");
     makeLink("loop", directory / "loop");
     const std::string longName(256, 'n');
-    std::string longPath = directory.path();
-    while (longPath.size() < 5000) {
-        longPath += "/component";
-    }
     const std::vector<std::pair<std::string, std::string>> cases{
         {directory / "file",
          "“file” couldn’t be created because an item with the same name already "
@@ -292,8 +288,9 @@ TEST(FileSystem, TellsWhyADirectoryCannotBeMade) {
          "“new” couldn’t be created because its path leads through too many links."},
         {directory / longName,
          "“" + longName + "” couldn’t be created because its name is too long."},
-        {longPath, "“component” couldn’t be created because its name is too long."},
         {"relative", "“relative” couldn’t be created because the system doesn’t allow it."},
+        {directory / std::string("zero\0.tmp", 9),
+         "“zero\\x00.tmp” couldn’t be created because the system doesn’t allow it."},
         {"", "“” couldn’t be created because the system doesn’t allow it."},
         {"/proc/new", "“new” couldn’t be created because it doesn’t exist."},
     };
@@ -302,7 +299,20 @@ TEST(FileSystem, TellsWhyADirectoryCannotBeMade) {
         ASSERT_FALSE(created) << path;
         EXPECT_EQ(created.error().localizedDescription, sentence);
     }
-    EXPECT_FALSE(fileSystem.exists(directory / "component"));
+    EXPECT_FALSE(fileSystem.exists(directory / "zero"));
+}
+
+TEST(FileSystem, MakesADirectoryHoweverLongItsPathIs) {
+    const TemporaryDirectory directory;
+    std::string longPath = directory.path();
+    while (longPath.size() < 5000) {
+        longPath += "/component";
+    }
+
+    EXPECT_TRUE(fileSystem.createDirectory(longPath));
+
+    EXPECT_TRUE(fileSystem.isDirectory(longPath));
+    EXPECT_TRUE(fileSystem.createDirectory(longPath));
 }
 
 TEST(FileSystem, MakesNoDirectoryWithoutPermission) {
