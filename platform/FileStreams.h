@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/foundation/FileId.h"
+#include "platform/foundation/Result.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -9,6 +10,9 @@
 #include <string>
 
 namespace platform {
+
+/// The system's own number for a failure, for logs only.
+enum class SystemError : int {};
 
 /// An open file that is read and written at one position without buffering: data is in the file
 /// when the call that writes it returns. The destructor closes it. Not shared between threads.
@@ -24,9 +28,8 @@ public:
     /// Writes all of the bytes, and returns the number written; fewer mean that writing failed.
     virtual std::size_t write(std::span<const std::byte> bytes) = 0;
 
-    /// Moves to a position, in bytes from the start. Returns false, with the position unchanged, on
-    /// failure.
-    virtual bool seek(std::uint64_t position) = 0;
+    /// Moves to a position, in bytes from the start. A failure leaves the position unchanged.
+    virtual Result<void, SystemError> seek(std::uint64_t position) = 0;
 
     /// Returns the position: the bytes from the start at which the next read or write begins.
     virtual std::uint64_t position() const = 0;
@@ -51,9 +54,6 @@ public:
 
     /// Returns the stream's error indicator: 1 once reading or writing has failed, else 0.
     virtual int errorIndicator() const = 0;
-
-    /// Returns the system's number for the last failure, or 0 if nothing has failed.
-    virtual int systemError() const = 0;
 
     /// Returns the identity of the file.
     virtual FileId identity() const = 0;

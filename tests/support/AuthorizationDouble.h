@@ -7,6 +7,7 @@
 #include <functional>
 #include <iosfwd>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -19,6 +20,7 @@ struct AuthorizationCall {
     platform::AuthorizationFlags flags = 0;
     std::string tool;
     std::vector<std::string> arguments;
+    std::optional<std::string> content;
 
     bool operator==(const AuthorizationCall&) const = default;
 };
@@ -68,7 +70,8 @@ public:
     platform::AuthorizationResult<std::unique_ptr<std::istream>>
     executeWithPrivileges(platform::AuthorizationRef ref, const std::string& toolPath,
                           platform::AuthorizationFlags options,
-                          const std::vector<std::string>& arguments) override;
+                          const std::vector<std::string>& arguments,
+                          const std::optional<std::string>& content) override;
 
     /// The tools that were run with their arguments, each as one line.
     std::vector<std::string> tools() const;

@@ -79,8 +79,6 @@ public:
     }
 
 private:
-    static constexpr int inputOutputError = 5;
-
     static platform::FileId fileIdOf(const DescribedFile& file) {
         return {.volume = 1, .number = reinterpret_cast<std::uintptr_t>(&file)};
     }
@@ -139,13 +137,13 @@ private:
             return count;
         }
 
-        bool seek(std::uint64_t position) override {
+        platform::Result<void, platform::SystemError> seek(std::uint64_t position) override {
             if (file_.seekError != 0 && position >= file_.seekableBytes) {
-                return false;
+                return platform::Unexpected(platform::SystemError{file_.seekError});
             }
             position_ = position;
             isAtEnd_ = false;
-            return true;
+            return {};
         }
 
         std::uint64_t position() const override { return position_; }
@@ -167,9 +165,6 @@ private:
         }
         bool isAtEnd() const override { return isAtEnd_; }
         int errorIndicator() const override { return errorIndicator_; }
-        int systemError() const override {
-            return file_.seekError != 0 ? file_.seekError : inputOutputError;
-        }
         platform::FileId identity() const override { return fileIdOf(file_); }
 
     private:

@@ -106,22 +106,7 @@ std::string timestamp() {
 
 int QFAuthorization::authExecTask(const std::string& path,
                                   const std::vector<std::string>& parameters, Async async) {
-    if (isMissing(path)) {
-        return toolMissing;
-    }
-    if (isSuperuser()) {
-        if (async == Async::yes) {
-            startAsSuperuser(path, parameters);
-        } else {
-            QFTaskEx::runTask(path, parameters);
-        }
-        return 0;
-    }
-    const auto tool = startWithRight(path, parameters);
-    if (async == Async::no && tool.waitUntilExit) {
-        tool.waitUntilExit();
-    }
-    return tool.status;
+    return runTool(path, parameters, async, std::nullopt);
 }
 
 int QFAuthorization::authExecTask(const std::string& path,
@@ -129,15 +114,41 @@ int QFAuthorization::authExecTask(const std::string& path,
     return authExecTask(path, parameters, Async::yes);
 }
 
+int QFAuthorization::authExecTask(const std::string& path,
+                                  const std::vector<std::string>& parameters,
+                                  const std::string& content) {
+    return runTool(path, parameters, Async::yes, content);
+}
+
+int QFAuthorization::runTool(const std::string& path, const std::vector<std::string>& arguments,
+                             Async async, const std::optional<std::string>& content) {
+    if (isMissing(path)) {
+        return toolMissing;
+    }
+    if (isSuperuser()) {
+        if (async == Async::yes) {
+            startAsSuperuser(path, arguments);
+        } else {
+            QFTaskEx::runTask(path, arguments);
+        }
+        return 0;
+    }
+    const auto tool = startWithRight(path, arguments, content);
+    if (async == Async::no && tool.waitUntilExit) {
+        tool.waitUntilExit();
+    }
+    return tool.status;
+}
+
 QFAuthorization::StartedTool
-QFAuthorization::startWithRight(const std::string& path,
-                                const std::vector<std::string>& arguments) {
+QFAuthorization::startWithRight(const std::string& path, const std::vector<std::string>& arguments,
+                                const std::optional<std::string>& content) {
     const auto answer = isAuthorized() ? std::nullopt : obtainRight();
     if (!isAuthorized()) {
         return {.status = notAuthorized, .right = answer};
     }
     auto tool = platform::service<platform::AuthorizationServices>().executeWithPrivileges(
-        authRef_, path, platform::kAuthorizationFlagDefaults, arguments);
+        authRef_, path, platform::kAuthorizationFlagDefaults, arguments, content);
     if (!tool) {
         return {.status = tool.error(), .right = tool.error()};
     }
@@ -154,7 +165,8 @@ QFAuthorization::StartedTool QFAuthorization::startTool(const std::string& path,
     if (isSuperuser()) {
         return startAsSuperuser(path, arguments);
     }
-    return isMissing(path) ? StartedTool{.status = toolMissing} : startWithRight(path, arguments);
+    return isMissing(path) ? StartedTool{.status = toolMissing}
+                           : startWithRight(path, arguments, std::nullopt);
 }
 
 bool QFAuthorization::authRemoveFile(const std::string& path) {

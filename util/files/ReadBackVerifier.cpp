@@ -47,11 +47,11 @@ bool ReadBackVerifier::prepare() {
 
 void ReadBackVerifier::check(platform::FileStream& file, const std::string& path, Chunk written,
                              std::uint64_t offset, OwnDigest& digest) {
-    if (!file.seek(offset)) {
+    if (const auto sought = file.seek(offset); !sought) {
         systemLog(unableToSeek, path);
         systemLog(currentPosition, offset);
         systemLog(readSize, written.size());
-        systemLog(systemErrorNumber, file.systemError());
+        systemLog(systemErrorNumber, static_cast<int>(sought.error()));
         systemLog(streamErrorIndicator, file.errorIndicator());
     }
     const auto count = file.read({buffer_.get(), written.size()});

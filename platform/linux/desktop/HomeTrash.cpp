@@ -118,8 +118,7 @@ SystemResult<void> moveToName(const TrashedItem& item, const TrashDirectories& t
     if (!trashinfo) {
         return Unexpected(trashinfo.error());
     }
-    const auto moved =
-        moveItem(item.place.directory.get(), item.place.name, trash.files.get(), name);
+    const auto moved = moveItem(item.place.entry(), {trash.files.get(), name});
     const bool isTaken = !moved && moved.error().number.is(EEXIST);
     // An item that was copied, but could not be removed, stays in the Trash with its trashinfo.
     if (isTaken || !exists(trash.files.get(), name)) {

@@ -125,7 +125,7 @@ SystemResult<void> protectNamesake(const std::string& name) {
     if (!directory) {
         return Unexpected(directory.error());
     }
-    return moveToUniqueName(directory->get(), chosen, directory->get());
+    return moveToUniqueName({directory->get(), chosen}, directory->get());
 }
 
 /// Returns whether GIO can write the trashinfo of an item with this name, which it does as a
@@ -163,7 +163,7 @@ TrashResult trashByRename(const std::string& directory, const std::string& trash
     if (!source || !destination) {
         return failure(destination ? source.error() : destination.error());
     }
-    return afterMoving(moveToUniqueName(source->get(), name, destination->get()));
+    return afterMoving(moveToUniqueName({source->get(), name}, destination->get()));
 }
 
 bool isEntryName(const std::string& name) {

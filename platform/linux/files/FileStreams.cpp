@@ -1,17 +1,18 @@
 #include "platform/linux/files/FileStreams.h"
 
 #include "platform/linux/files/Preallocation.h"
-#include "platform/linux/posix/BlockSigxfsz.h"
 #include "platform/linux/posix/FileDescriptor.h"
 #include "platform/linux/posix/LongPath.h"
 #include "platform/linux/posix/OpenDirectory.h"
 #include "platform/linux/posix/SystemCall.h"
+#include "platform/linux/posix/WriteRest.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <string_view>
 #include <utility>
 
 namespace platform::native {
@@ -41,7 +42,7 @@ public:
             } else if (count == 0) {
                 isAtEnd_ = true;
             } else if (errno != EINTR) {
-                fail();
+                hasFailed_ = true;
                 break;
             }
         }
@@ -49,31 +50,21 @@ public:
     }
 
     std::size_t write(std::span<const std::byte> bytes) override {
-        blockSigxfsz();
         preallocation_.reserve(descriptor_.get(), position_);
-        std::size_t total = 0;
-        while (total < bytes.size()) {
-            const auto count =
-                ::write(descriptor_.get(), bytes.data() + total, bytes.size() - total);
-            if (count > 0) {
-                total += static_cast<std::size_t>(count);
-                position_ += static_cast<std::uint64_t>(count);
-            } else if (count == 0 || errno != EINTR) {
-                fail();
-                break;
-            }
-        }
+        std::string_view rest(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+        hasFailed_ = !writeRest(descriptor_.get(), rest) || hasFailed_;
+        const auto total = bytes.size() - rest.size();
+        position_ += total;
         return total;
     }
 
-    bool seek(std::uint64_t position) override {
+    Result<void, SystemError> seek(std::uint64_t position) override {
         if (::lseek(descriptor_.get(), static_cast<off_t>(position), SEEK_SET) < 0) {
-            systemError_ = errno;
-            return false;
+            return Unexpected(SystemError{errno});
         }
         position_ = position;
         isAtEnd_ = false;
-        return true;
+        return {};
     }
 
     std::uint64_t position() const override { return position_; }
@@ -101,23 +92,16 @@ public:
     }
 
     bool isAtEnd() const override { return isAtEnd_; }
-    int errorIndicator() const override { return errorIndicator_; }
-    int systemError() const override { return systemError_; }
+    int errorIndicator() const override { return hasFailed_ ? 1 : 0; }
     FileId identity() const override { return identity_; }
 
 private:
-    void fail() {
-        systemError_ = errno;
-        errorIndicator_ = 1;
-    }
-
     FileDescriptor descriptor_;
     FileId identity_;
     Preallocation preallocation_;
     std::uint64_t position_ = 0;
     bool isAtEnd_ = false;
-    int errorIndicator_ = 0;
-    int systemError_ = 0;
+    bool hasFailed_ = false;
 };
 
 FileDescriptor openFile(const std::string& path, int flags) {

@@ -149,7 +149,7 @@ std::string whyMissing(const std::string& directory) {
 
 /// Copies or moves an item from path to path.
 Result<void> transfer(const std::string& path, const std::string& newPath,
-                      EntryResult<void> (*work)(int, const std::string&, int, const std::string&),
+                      EntryResult<void> (*work)(const EntryRef&, const EntryRef&),
                       Participle participle) {
     const auto source = findPlace(path);
     if (!source) {
@@ -163,8 +163,7 @@ Result<void> transfer(const std::string& path, const std::string& newPath,
     if (!destination) {
         return report(destination, path, participle);
     }
-    const auto done = work(source->directory.get(), source->name, destination->directory.get(),
-                           destination->name);
+    const auto done = work(source->entry(), destination->entry());
     if (!done && done.error().number.is(EINVAL)) {
         return Unexpected(posixError(Errno(EINVAL), done.error().name, participle,
                                      "it can’t be put inside itself"));

@@ -55,10 +55,10 @@ SystemResult<void> afterNaming(const SystemResult<void>& named) {
 /// One copy, or one move between volumes.
 class Transfer {
 public:
-    Transfer(int source, const std::string& name, int destination, const std::string& newName,
-             CopyPurpose purpose)
-        : source_(source), name_(name), destination_(destination), newName_(newName),
-          purpose_(purpose), isMove_(purpose == CopyPurpose::replaceSource) {}
+    Transfer(const EntryRef& source, const EntryRef& destination, CopyPurpose purpose)
+        : source_(source.directory), name_(source.name), destination_(destination.directory),
+          newName_(destination.name), purpose_(purpose),
+          isMove_(purpose == CopyPurpose::replaceSource) {}
 
     EntryResult<void> run() {
         if (const auto examined = examine(); !examined) {
@@ -144,7 +144,7 @@ private:
 
     /// Copies a link, a FIFO, a socket or a device, which is created in one step.
     SystemResult<void> copyInOneStep() {
-        auto done = afterNaming(copyUnopened(source_, name_, status_, destination_, newName_));
+        auto done = afterNaming(copyUnopened({source_, name_}, status_, {destination_, newName_}));
         if (done && isMove_) {
             copied_.add(status_, TreePlace::top);
             copied_.close();
@@ -217,24 +217,22 @@ private:
 
 } // namespace
 
-EntryResult<void> copyItem(int source, const std::string& name, int destination,
-                           const std::string& newName) {
-    return Transfer(source, name, destination, newName, CopyPurpose::keepBoth).run();
+EntryResult<void> copyItem(const EntryRef& source, const EntryRef& destination) {
+    return Transfer(source, destination, CopyPurpose::keepBoth).run();
 }
 
-EntryResult<void> moveItem(int source, const std::string& name, int destination,
-                           const std::string& newName) {
-    auto renamed = renameWithoutReplacing(source, name, destination, newName);
+EntryResult<void> moveItem(const EntryRef& source, const EntryRef& destination) {
+    auto renamed = renameWithoutReplacing(source, destination);
     if (failedWith(renamed, EXDEV)) {
-        return Transfer(source, name, destination, newName, CopyPurpose::replaceSource).run();
+        return Transfer(source, destination, CopyPurpose::replaceSource).run();
     }
     if (failedWith(renamed, EINVAL)) {
-        const auto status = statusOfEntry(source, name);
-        if (status && !holds(*status, destination)) {
+        const auto status = statusOfEntry(source.directory, source.name);
+        if (status && !holds(*status, destination.directory)) {
             renamed = Unexpected(nameNotAllowed);
         }
     }
-    return aboutEntry(name, renamed);
+    return aboutEntry(source.name, renamed);
 }
 
 } // namespace platform::native

@@ -117,21 +117,25 @@ SystemResult<void> keepOwner(const struct statx& status, int copy) {
 }
 
 /// Like keepOwner(), for an entry of an open directory.
-SystemResult<void> keepOwnerOfEntry(const struct statx& status, int directory, const char* entry) {
+SystemResult<void> keepOwnerOfEntry(const struct statx& status, const EntryRef& entry) {
     const auto setOwner = [&](uid_t owner) {
-        return checked(::fchownat(directory, entry, owner, status.stx_gid, AT_SYMLINK_NOFOLLOW));
+        return checked(::fchownat(entry.directory, entry.name.c_str(), owner, status.stx_gid,
+                                  AT_SYMLINK_NOFOLLOW));
     };
     auto set = setOwner(status.stx_uid);
     return set ? set : asFarAsPossible(setOwner(static_cast<uid_t>(-1)));
 }
 
-SystemResult<void> keepModeOfEntry(const struct statx& status, int directory, const char* entry) {
+SystemResult<void> keepModeOfEntry(const struct statx& status, const EntryRef& entry) {
     struct stat current {};
-    if (auto found = checked(::fstatat(directory, entry, &current, AT_SYMLINK_NOFOLLOW)); !found) {
+    if (auto found =
+            checked(::fstatat(entry.directory, entry.name.c_str(), &current, AT_SYMLINK_NOFOLLOW));
+        !found) {
         return found;
     }
     const mode_t mode = permittedMode(status, current);
-    return asFarAsPossible(checked(::fchmodat(directory, entry, mode, AT_SYMLINK_NOFOLLOW)));
+    return asFarAsPossible(
+        checked(::fchmodat(entry.directory, entry.name.c_str(), mode, AT_SYMLINK_NOFOLLOW)));
 }
 
 } // namespace
@@ -164,36 +168,33 @@ SystemResult<void> copyMetadata(int source, const struct statx& status, int copy
     return asFarAsPossible(checked(::futimens(copy, timesOf(status).data())));
 }
 
-SystemResult<void> copyMetadataToEntry(const struct statx& status, int directory,
-                                       const std::string& name) {
-    const char* entry = name.c_str();
-    if (auto kept = keepOwnerOfEntry(status, directory, entry); !kept) {
+SystemResult<void> copyMetadataToEntry(const struct statx& status, const EntryRef& entry) {
+    if (auto kept = keepOwnerOfEntry(status, entry); !kept) {
         return kept;
     }
     // A link has no mode, and fchmodat() would follow it.
     if (!S_ISLNK(status.stx_mode)) {
-        if (auto kept = keepModeOfEntry(status, directory, entry); !kept) {
+        if (auto kept = keepModeOfEntry(status, entry); !kept) {
             return kept;
         }
     }
     const auto times = timesOf(status);
-    return asFarAsPossible(
-        checked(::utimensat(directory, entry, times.data(), AT_SYMLINK_NOFOLLOW)));
+    return asFarAsPossible(checked(
+        ::utimensat(entry.directory, entry.name.c_str(), times.data(), AT_SYMLINK_NOFOLLOW)));
 }
 
-void copyAccessListToEntry(int source, const std::string& name, int directory,
-                           const std::string& newName) {
-    const auto pathOf = [](int parent, const std::string& entry) {
-        return "/proc/self/fd/" + std::to_string(parent) + '/' + entry;
+void copyAccessListToEntry(const EntryRef& source, const EntryRef& copy) {
+    const auto pathOf = [](const EntryRef& entry) {
+        return "/proc/self/fd/" + std::to_string(entry.directory) + '/' + entry.name;
     };
-    const auto copy = pathOf(directory, newName);
+    const auto copyPath = pathOf(copy);
     std::array<char, XATTR_SIZE_MAX> list; // NOLINT: filled before it is read.
     const auto size =
-        ::lgetxattr(pathOf(source, name).c_str(), accessList, list.data(), list.size());
+        ::lgetxattr(pathOf(source).c_str(), accessList, list.data(), list.size());
     if (size < 0) {
-        ::lremovexattr(copy.c_str(), accessList);
+        ::lremovexattr(copyPath.c_str(), accessList);
     } else {
-        ::lsetxattr(copy.c_str(), accessList, list.data(), static_cast<std::size_t>(size), 0);
+        ::lsetxattr(copyPath.c_str(), accessList, list.data(), static_cast<std::size_t>(size), 0);
     }
 }
 

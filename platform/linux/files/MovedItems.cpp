@@ -84,8 +84,8 @@ SystemResult<void> MovedItems::compare(const Pair& pair) {
                                                       : Unexpected(changedMeanwhile);
     }
     if (S_ISLNK(mode)) {
-        const auto target = readLink(pair.directory, pair.name);
-        const auto copied = readLink(pair.copyDirectory, pair.copyName);
+        const auto target = readLink({pair.directory, pair.name});
+        const auto copied = readLink({pair.copyDirectory, pair.copyName});
         return unlessCopied(target && copied && *target == *copied);
     }
     const bool isDevice = S_ISCHR(mode) || S_ISBLK(mode);

@@ -155,7 +155,7 @@ TemporaryItem::~TemporaryItem() {
 }
 
 SystemResult<void> TemporaryItem::rename() {
-    return renamed(renameWithoutReplacing(directory_, name_, directory_, purpose_));
+    return renamed(renameWithoutReplacing({directory_, name_}, {directory_, purpose_}));
 }
 
 SystemResult<void> TemporaryItem::replace() {
@@ -173,7 +173,7 @@ SystemResult<void> TemporaryItem::renamed(const SystemResult<void>& result) {
 void TemporaryItem::takeBack() {
     const auto name = temporaryName(purpose_, mostClaims + 1);
     if (checkName(item_, directory_, purpose_) &&
-        renameWithoutReplacing(directory_, purpose_, directory_, name)) {
+        renameWithoutReplacing({directory_, purpose_}, {directory_, name})) {
         name_ = name;
     }
 }

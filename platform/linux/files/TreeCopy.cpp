@@ -140,7 +140,7 @@ private:
             return noteCopied(*status, name);
         }
         const auto made =
-            copyUnopened(sources_.descriptor(), name, *status, copies_.descriptor(), name);
+            copyUnopened({sources_.descriptor(), name}, *status, {copies_.descriptor(), name});
         if (!made) {
             return makingFailure(made.error());
         }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/linux/posix/EntryRef.h"
 #include "platform/linux/posix/FileDescriptor.h"
 
 #include <string>
@@ -10,6 +11,8 @@ namespace platform::native {
 struct ItemPlace {
     FileDescriptor directory; ///< For looking up entries only, not for reading.
     std::string name;
+
+    EntryRef entry() const { return {directory.get(), name}; }
 };
 
 /// Opens the directory of the item at an absolute path; links on the way are followed, the last

@@ -291,6 +291,14 @@ TEST_F(QFAuthorizationTest, WrongCredentialsGiveTheHandleBackAndStandInBothLogs)
     EXPECT_FALSE(controller().isAuthorized());
 }
 
+TEST_F(QFAuthorizationTest, WrongCredentialsEndARightThatIsHeld) {
+    controller().authStart();
+    services.rightsStatus = platform::errAuthorizationDenied;
+    EXPECT_FALSE(controller().authStartWithUser("someone", "wrong"));
+    EXPECT_EQ(controller().authRef(), AuthorizationRef::none);
+    EXPECT_FALSE(controller().isAuthorized());
+}
+
 TEST_F(QFAuthorizationTest, EndingFreesTheHandleAndTheNextStartAsksAgain) {
     controller().authStart();
     services.calls.clear();

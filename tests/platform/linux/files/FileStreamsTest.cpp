@@ -50,7 +50,6 @@ TEST(FileStreams, ReadsToTheEnd) {
     EXPECT_EQ(readFrom(*stream, 4), "");
     EXPECT_TRUE(stream->isAtEnd());
     EXPECT_EQ(stream->errorIndicator(), 0);
-    EXPECT_EQ(stream->systemError(), 0);
 }
 
 TEST(FileStreams, OnceAtTheEndItStaysThereUntilASeek) {
@@ -172,7 +171,6 @@ TEST(FileStreams, ADirectoryOpensAndCannotBeRead) {
     EXPECT_EQ(readFrom(*stream, 10), "");
     EXPECT_FALSE(stream->isAtEnd());
     EXPECT_EQ(stream->errorIndicator(), 1);
-    EXPECT_EQ(stream->systemError(), EISDIR);
 }
 
 TEST(FileStreams, APipeIsReadUntilTheBufferIsFull) {
@@ -198,8 +196,9 @@ TEST(FileStreams, APipeCannotBeSought) {
     const auto stream = streams.openForUpdating(pipe, nothingSpared, unknownSize);
     ASSERT_NE(stream, nullptr);
     EXPECT_EQ(stream->write(bytesOf("abc")), 3U);
-    EXPECT_FALSE(stream->seek(0));
-    EXPECT_EQ(stream->systemError(), ESPIPE);
+    const auto sought = stream->seek(0);
+    ASSERT_FALSE(sought);
+    EXPECT_EQ(sought.error(), platform::SystemError{ESPIPE});
     EXPECT_EQ(stream->errorIndicator(), 0);
     EXPECT_EQ(readFrom(*stream, 3), "abc");
 }
@@ -222,7 +221,6 @@ TEST(FileStreams, AFullFileTakesWhatFitsAndSaysSo) {
     EXPECT_EQ(stream->write(bytesOf("123456")), 6U);
     EXPECT_EQ(stream->write(bytesOf("789abc")), 4U);
     EXPECT_EQ(stream->errorIndicator(), 1);
-    EXPECT_EQ(stream->systemError(), EFBIG);
     EXPECT_EQ(contentOf(directory / "file"), "123456789a");
 }
 
@@ -232,7 +230,6 @@ TEST(FileStreams, ADeviceWithoutRoomTakesNothing) {
         GTEST_SKIP() << "this machine has no /dev/full to write to";
     }
     EXPECT_EQ(stream->write(bytesOf("abc")), 0U);
-    EXPECT_EQ(stream->systemError(), ENOSPC);
     EXPECT_EQ(stream->errorIndicator(), 1);
 }
 

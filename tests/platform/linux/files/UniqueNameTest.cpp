@@ -37,10 +37,10 @@ TEST(MoveToFreeName, ReplacesNothing) {
     const FileDescriptor source(::open((directory / "from").c_str(), O_PATH));
     const FileDescriptor destination(::open((directory / "to").c_str(), O_PATH));
 
-    EXPECT_TRUE(moveToUniqueName(source.get(), "a.txt", destination.get()));
+    EXPECT_TRUE(moveToUniqueName({source.get(), "a.txt"}, destination.get()));
 
     EXPECT_EQ(contentOf(directory / "to/a.txt"), "first");
     EXPECT_EQ(contentOf(directory / "to/a 2.txt"), "second");
     EXPECT_EQ(contentOf(directory / "to/a 3.txt"), "third");
-    EXPECT_TRUE(failedWith(moveToUniqueName(source.get(), "a.txt", destination.get()), ENOENT));
+    EXPECT_TRUE(failedWith(moveToUniqueName({source.get(), "a.txt"}, destination.get()), ENOENT));
 }

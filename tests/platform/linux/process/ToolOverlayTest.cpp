@@ -44,14 +44,18 @@ TEST_F(ToolOverlay, PrefersAStandInToTheToolThatTheMachineHas) {
     EXPECT_EQ(resolveTool("/bin/sh"), path);
 }
 
-TEST_F(ToolOverlay, LeavesOtherPathsAsTheyAre) {
+class PathWithoutStandIn : public ToolOverlay, public testing::WithParamInterface<std::string> {};
+
+TEST_P(PathWithoutStandIn, StaysAsItIs) {
     standIn("/bin/launchctl", "#!/bin/sh\n");
-    for (const std::string path :
-         {"/bin/sh", "bin/launchctl", "", "/", "/bin", "/bin/../bin/launchctl", "//bin/launchctl",
-          "/bin/launchctl/", "/bin/./launchctl", "/bin/launchctl/x"}) {
-        EXPECT_EQ(resolveTool(path), path);
-    }
+    EXPECT_EQ(resolveTool(GetParam()), GetParam());
 }
+
+INSTANTIATE_TEST_SUITE_P(All, PathWithoutStandIn,
+                         testing::Values("/bin/sh", "bin/launchctl", "", "/", "/bin",
+                                         "/bin/../bin/launchctl", "//bin/launchctl",
+                                         "/bin/launchctl/", "/bin/./launchctl",
+                                         "/bin/launchctl/x"));
 
 TEST_F(ToolOverlay, LeavesThePathWhenTheStandInCannotBeRun) {
     standIn("/bin/launchctl", "#!/bin/sh\n", S_IRUSR);
