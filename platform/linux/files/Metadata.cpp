@@ -189,8 +189,7 @@ void copyAccessListToEntry(const EntryRef& source, const EntryRef& copy) {
     };
     const auto copyPath = pathOf(copy);
     std::array<char, XATTR_SIZE_MAX> list; // NOLINT: filled before it is read.
-    const auto size =
-        ::lgetxattr(pathOf(source).c_str(), accessList, list.data(), list.size());
+    const auto size = ::lgetxattr(pathOf(source).c_str(), accessList, list.data(), list.size());
     if (size < 0) {
         ::lremovexattr(copyPath.c_str(), accessList);
     } else {
