@@ -30,7 +30,7 @@ FileDescriptor openRegularFile(const std::string& path, std::size_t limit) {
 
 } // namespace
 
-SystemResult<void> writeAll(int file, std::string_view content) {
+SystemResult<void> writeUnsynced(int file, std::string_view content) {
     blockSigxfsz();
     while (!content.empty()) {
         const auto written = ::write(file, content.data(), content.size());
@@ -39,7 +39,12 @@ SystemResult<void> writeAll(int file, std::string_view content) {
         }
         content.remove_prefix(static_cast<std::size_t>(std::max<ssize_t>(written, 0)));
     }
-    return checked(retryOnEintr([file] { return ::fsync(file); }));
+    return {};
+}
+
+SystemResult<void> writeAll(int file, std::string_view content) {
+    auto written = writeUnsynced(file, content);
+    return written ? checked(retryOnEintr([file] { return ::fsync(file); })) : written;
 }
 
 std::optional<std::string> readFile(const std::string& path, std::size_t limit) {

@@ -4,6 +4,7 @@
 
 #include <sys/types.h>
 
+#include <functional>
 #include <string>
 #include <utility>
 
@@ -18,6 +19,13 @@ public:
     /// directory, depending on `mode` (such as S_IFREG | 0600), with its permissions less the
     /// umask. Deletes one that a killed process left there for the same name first.
     static SystemResult<TemporaryItem> make(int directory, const std::string& purpose, mode_t mode);
+
+    /// Shows an item, open for reading, and its hidden name; the answer is whether to delete it.
+    using Examine = std::function<bool(const FileDescriptor& item, const std::string& name)>;
+
+    /// Deletes those that killed processes left in the open directory, for whatever names, and for
+    /// which `examine` returns true.
+    static void removeAbandoned(int directory, const Examine& examine);
 
     /// Deletes the item with all its contents, unless it has been renamed.
     ~TemporaryItem();
@@ -47,6 +55,7 @@ private:
 
     SystemResult<void> claim(const std::string& name, mode_t mode);
     bool removeAbandoned(const std::string& name) const;
+    static FileDescriptor openAbandoned(int directory, const std::string& name);
     SystemResult<void> renamed(const SystemResult<void>& result);
 
     int directory_;

@@ -137,6 +137,8 @@ QF_CALL(int, statx, (int a, const char* b, int c, unsigned d, struct statx* e), 
 QF_CALL(int, fchown, (int a, uid_t b, gid_t c), (a, b, c), -1)
 QF_CALL(int, fchownat, (int a, const char* b, uid_t c, gid_t d, int e), (a, b, c, d, e), -1)
 QF_CALL(int, fchmod, (int a, mode_t b), (a, b), -1)
+QF_CALL(int, fchmodat, (int a, const char* b, mode_t c, int d), (a, b, c, d), -1)
+QF_CALL(int, sync_file_range, (int a, off64_t b, off64_t c, unsigned d), (a, b, c, d), -1)
 QF_CALL(int, futimens, (int a, const timespec b[2]), (a, b), -1)
 QF_CALL(int, utimensat, (int a, const char* b, const timespec c[2], int d), (a, b, c, d), -1)
 QF_CALL(int, faccessat, (int a, const char* b, int c, int d), (a, b, c, d), -1)

@@ -13,9 +13,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// GLib 2.74 itself loses a few bytes when it fails to trash, which another way may follow.
-constexpr const char* glibLeaks = "ASAN_OPTIONS=detect_leaks=0";
-
 /// A home directory of its own, and a child process that trashes from it.
 class Trash : public testing::Test {
 protected:
@@ -52,7 +49,7 @@ protected:
     TemporaryDirectory home;
     std::string items = home.makeDirectory("items");
     std::string trash = home / ".Trash";
-    std::vector<std::string> environment{"HOME=" + home.path(), glibLeaks};
+    std::vector<std::string> environment{"HOME=" + home.path()};
 };
 
 const std::string noPermission =
@@ -137,10 +134,10 @@ TEST_F(Trash, LosesNoItemThatSomebodyElsePutThere) {
     ASSERT_EQ(recycle("b.txt").output, "ok\n");
 
     EXPECT_EQ(contentOf(files("a.txt")), "mine");
-    EXPECT_EQ(contentOf(files("a.2.txt")), "mine as well");
-    EXPECT_EQ(contentOf(files("a.2 2.txt")), "without a note");
-    EXPECT_EQ(contentOf(files("b.txt")), "mine again");
-    EXPECT_EQ(contentOf(files("b 2.txt")), "without a note, too");
+    EXPECT_EQ(contentOf(files("a.2.txt")), "without a note");
+    EXPECT_EQ(contentOf(files("a.3.txt")), "mine as well");
+    EXPECT_EQ(contentOf(files("b.txt")), "without a note, too");
+    EXPECT_EQ(contentOf(files("b.2.txt")), "mine again");
 }
 
 TEST_F(Trash, TakesALinkItself) {
@@ -262,8 +259,7 @@ TEST_F(Trash, ThatIsAFileTakesNothing) {
     home.write("items/a.txt", "whole");
 
     EXPECT_EQ(recycle("a.txt").output,
-              "20 “a.txt” couldn’t be moved to the Trash because the Trash is a file.\nlog: “" +
-                  items + "/a.txt” couldn’t be moved to the Trash because the Trash is a file.\n");
+              "20 “a.txt” couldn’t be moved to the Trash because the Trash is a file.\n");
 
     EXPECT_EQ(contentOf(items + "/a.txt"), "whole");
     EXPECT_EQ(contentOf(trash), "not a folder");
@@ -284,8 +280,7 @@ TEST_F(Trash, ThatLeadsElsewhereTakesNothing) {
 
 TEST_F(Trash, TakesNothingThatIsNotThere) {
     EXPECT_EQ(recycle("missing").output,
-              "2 “missing” couldn’t be moved to the Trash because it doesn’t exist.\nlog: “" +
-                  items + "/missing” couldn’t be moved to the Trash because it doesn’t exist.\n");
+              "2 “missing” couldn’t be moved to the Trash because it doesn’t exist.\n");
     EXPECT_FALSE(exists(trash));
 }
 
@@ -313,8 +308,7 @@ TEST_F(Trash, LeavesWholeWhatTheUserMayNotMove) {
 
     const auto outcome = recycle("a\xFF.txt", asOrdinaryUser());
 
-    EXPECT_EQ(outcome.output, "13 “a\\xFF.txt” " + noPermission + "\nlog: “" + items +
-                                  "/a\\xFF.txt” " + noPermission + "\n");
+    EXPECT_EQ(outcome.output, "13 “a\\xFF.txt” " + noPermission + "\n");
     EXPECT_EQ(contentOf(items + "/a\xFF.txt"), "whole");
     EXPECT_FALSE(exists(note("a\xFF.txt")));
     ASSERT_EQ(::chmod(items.c_str(), 0755), 0);
@@ -327,8 +321,7 @@ TEST_F(Trash, LeavesWholeWhatAnUnwritableTrashCannotTake) {
     ASSERT_EQ(::chmod(items.c_str(), 0777), 0);
     ASSERT_EQ(::chmod(trash.c_str(), 0555), 0);
 
-    EXPECT_EQ(recycle("a.txt", asOrdinaryUser()).output,
-              "13 “a.txt” " + noPermission + "\nlog: “" + items + "/a.txt” " + noPermission + "\n");
+    EXPECT_EQ(recycle("a.txt", asOrdinaryUser()).output, "13 “a.txt” " + noPermission + "\n");
 
     EXPECT_EQ(contentOf(items + "/a.txt"), "whole");
 }

@@ -1,0 +1,73 @@
+#include "platform/linux/desktop/Trashinfo.h"
+
+#include "platform/foundation/Path.h"
+#include "platform/linux/files/UniqueName.h"
+
+#include <glib.h>
+
+#include <array>
+#include <cerrno>
+#include <climits>
+#include <memory>
+#include <utility>
+
+namespace platform::native {
+
+namespace {
+
+/// The specification has other programs ignore keys that it does not define.
+constexpr std::array<std::pair<Mover, std::string_view>, 2> moverLines{{
+    {Mover::self, "X-Quillfen-Mover=self\n"},
+    {Mover::administrator, "X-Quillfen-Mover=administrator\n"},
+}};
+
+std::string encoded(const std::string& path) {
+    const std::unique_ptr<char, decltype(&g_free)> text(
+        g_uri_escape_string(path.c_str(), "/", FALSE), &g_free);
+    return text.get();
+}
+
+std::string localTime() {
+    const std::unique_ptr<GDateTime, decltype(&g_date_time_unref)> now(g_date_time_new_now_local(),
+                                                                       &g_date_time_unref);
+    const std::unique_ptr<char, decltype(&g_free)> date(
+        g_date_time_format(now.get(), "%Y-%m-%dT%H:%M:%S"), &g_free);
+    return date.get();
+}
+
+} // namespace
+
+std::string trashinfoText(const std::string& path, Mover mover) {
+    std::string text =
+        "[Trash Info]\nPath=" + encoded(path) + "\nDeletionDate=" + localTime() + '\n';
+    for (const auto& [which, line] : moverLines) {
+        if (which == mover) {
+            text += line;
+        }
+    }
+    return text;
+}
+
+SystemResult<Mover> moverIn(std::string_view trashinfo) {
+    for (const auto& [which, line] : moverLines) {
+        if (trashinfo.ends_with(line)) {
+            return which;
+        }
+    }
+    return Unexpected(Errno(ENOENT));
+}
+
+std::string trashinfoName(const std::string& name) {
+    return name + trashinfoExtension;
+}
+
+std::string nameInTrash(const std::string& name, int count) {
+    const auto room = NAME_MAX - std::string_view(trashinfoExtension).size();
+    const auto number = count > 1 ? '.' + std::to_string(count) : std::string();
+    const auto extension = path::extension(name);
+    const auto tail = extension.empty() ? number : number + '.' + extension;
+    return tail.size() < room ? cutTo(path::deletingExtension(name), room - tail.size()) + tail
+                              : cutTo(name, room - number.size()) + number;
+}
+
+} // namespace platform::native
