@@ -153,4 +153,5 @@ void walkUninstallPlan(const std::vector<PlanRow>& rows, PlanObserver& observer)
         }
         observer.rowEnded(row);
     }
+    platform::service<platform::Workspace>().makeTrashDurable();
 }

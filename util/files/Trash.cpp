@@ -22,6 +22,11 @@ namespace {
 
 constexpr std::string_view errorRemovingFile = "Error removing file: %@. Authorizing...";
 
+/// Ends a batch: it is made durable once, not item by item.
+void makeTrashDurable() {
+    platform::service<platform::Workspace>().makeTrashDurable();
+}
+
 /// Trashes every item below a directory whose name matches, except directories, and returns the
 /// items' paths.
 template <class Matches>
@@ -34,6 +39,7 @@ std::vector<std::string> trashFilesBelow(const std::string& directory, Matches m
             trashed.push_back(walk.path());
         }
     }
+    makeTrashDurable();
     return trashed;
 }
 
@@ -93,6 +99,7 @@ bool QFFileManager::trashDirectoryContents(const std::string& path, ShouldAuth s
         const bool trashed = trashFile(walk.path(), shouldAuth);
         succeeded = succeeded && trashed;
     }
+    makeTrashDurable();
     return succeeded;
 }
 

@@ -37,20 +37,33 @@ bool isHomeTrash(const std::string& trash) {
            fileIdOf(target) == fileIdOf(files);
 }
 
-bool isSameItem(int directory, const FileId& item) {
-    const auto status = statusOf(directory);
-    return status && fileIdOf(*status) == item;
+/// Returns whether an item of this status is what `trash` names, be it a link.
+bool isTrashItself(const struct statx& item, const std::string& trash) {
+    struct stat status {};
+    return (S_ISDIR(item.stx_mode) || S_ISLNK(item.stx_mode)) &&
+           ::lstat(trash.c_str(), &status) == 0 && fileIdOf(item) == fileIdOf(status);
 }
 
-TakeResult takeByRename(const ItemPlace& item, const std::string& trash, const FileId& trashId) {
-    if (isSameItem(item.directory.get(), trashId)) {
-        return {};
-    }
+/// Takes an item into a Trash that is not the home trash.
+TakeResult takeByRename(const ItemPlace& item, const std::string& trash) {
     const auto destination =
         opened(::open(trash.c_str(), O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-    return destination
-               ? afterMoving(moveToUniqueName(item.directory.get(), item.name, destination->get()))
-               : failure(destination.error());
+    if (failedWith(destination, ENOTDIR, ELOOP)) {
+        struct stat status {};
+        const bool isLink = ::lstat(trash.c_str(), &status) == 0 && S_ISLNK(status.st_mode);
+        return Unexpected(
+            TrashError{Errno(ENOTDIR), isLink ? "the Trash is a link that leads elsewhere"
+                                              : "the Trash is a file"});
+    }
+    const auto from = statusOf(item.directory.get());
+    const auto to = destination ? statusOf(destination->get()) : Unexpected(destination.error());
+    if (!from || !to) {
+        return failure(to ? from.error() : to.error());
+    }
+    if (fileIdOf(*from) == fileIdOf(*to)) {
+        return {};
+    }
+    return afterMoving(moveToUniqueName(item.directory.get(), item.name, destination->get()));
 }
 
 bool isEntryName(const std::string& name) {
@@ -81,30 +94,49 @@ TakeResult Trash::take(const std::string& directory, const std::string& trash,
     if (!status) {
         return failure(status.error());
     }
-    struct stat trashStatus {};
-    auto usable = makeTrash(trash);
-    if (usable) {
-        usable = checked(::lstat(trash.c_str(), &trashStatus));
-    }
-    if (!usable) {
+    const auto home = homeTrashAt(trash);
+    if (!home) {
         return Unexpected(
-            TrashError{usable.error(), "the Trash can’t be used: " + reason(usable.error())});
+            TrashError{home.error(), "the Trash can’t be used: " + reason(home.error())});
     }
-    if (fileIdOf(*status) == fileIdOf(trashStatus)) {
+    if (isTrashItself(*status, trash)) {
         return Unexpected(TrashError{Errno(EINVAL), "it is the Trash itself"});
     }
     if (S_ISDIR(status->stx_mode) && hasMountIn(*place)) {
         return Unexpected(TrashError{Errno(EBUSY), "a volume is mounted inside it"});
     }
-    if (isHomeTrash(trash)) {
-        return takeWithTrashinfo(*place, path);
+    return *home ? takeWithTrashinfo(*place, path, *home) : takeByRename(*place, trash);
+}
+
+/// Returns the home trash if `trash` is, or leads to, its items, and creates it first if needed;
+/// null if it is something else.
+SystemResult<Trash::OpenTrash> Trash::homeTrashAt(const std::string& trash) {
+    if (auto home = rememberedHomeTrash(trash)) {
+        return home;
     }
-    if (S_ISDIR(trashStatus.st_mode)) {
-        return takeByRename(*place, trash, fileIdOf(trashStatus));
+    if (auto made = makeTrash(trash); !made) {
+        return Unexpected(made.error());
     }
-    return Unexpected(TrashError{Errno(ENOTDIR), S_ISLNK(trashStatus.st_mode)
-                                                     ? "the Trash is a link that leads elsewhere"
-                                                     : "the Trash is a file"});
+    if (!isHomeTrash(trash)) {
+        return OpenTrash();
+    }
+    auto opened = TrashDirectory::open(homeTrash());
+    if (!opened) {
+        return Unexpected(opened.error());
+    }
+    tidy(*opened);
+    const std::lock_guard lock(mutex_);
+    home_ = std::make_shared<const TrashDirectory>(*std::move(opened));
+    return home_;
+}
+
+/// Returns the home trash that is open if `trash` still leads there.
+Trash::OpenTrash Trash::rememberedHomeTrash(const std::string& trash) {
+    const std::lock_guard lock(mutex_);
+    struct stat target {};
+    const bool isThere = home_ && ::stat(trash.c_str(), &target) == 0 &&
+                         fileIdOf(target) == home_->id() && home_->canRecord();
+    return isThere ? home_ : nullptr;
 }
 
 bool Trash::hasMountIn(const ItemPlace& item) {
@@ -112,21 +144,23 @@ bool Trash::hasMountIn(const ItemPlace& item) {
     return !directory.empty() && mounts_.hasMountIn(path::appending(directory, item.name));
 }
 
-TakeResult Trash::takeWithTrashinfo(const ItemPlace& item, const std::string& path) {
-    auto place = openTrashFor(item, path, homeTrash());
-    if (!place) {
-        return failure(place.error());
+TakeResult Trash::takeWithTrashinfo(const ItemPlace& item, const std::string& path,
+                                    const OpenTrash& home) {
+    const auto directory = statusOf(item.directory.get());
+    if (!directory) {
+        return failure(directory.error());
     }
-    if (isSameItem(item.directory.get(), place->trash.id())) {
+    const auto [trash, recordedPath] = trashFor(item, *directory, path, home);
+    if (fileIdOf(*directory) == trash->id()) {
         return {};
     }
-    tidy(place->trash);
-    auto taken = afterMoving(place->trash.take({item, path, place->recordedPath}));
+    tidy(*trash);
+    const auto taken = trash->take({item, path, recordedPath});
     if (taken) {
         const std::lock_guard lock(mutex_);
-        unsynced_.try_emplace(place->trash.id(), std::move(place->trash));
+        unsynced_.try_emplace(trash->id(), trash);
     }
-    return taken;
+    return afterMoving(taken);
 }
 
 /// Takes back what killed processes left in a trash directory, once.
@@ -156,14 +190,14 @@ std::function<void()> Trash::expect(const std::string& path, const std::string& 
 }
 
 void Trash::makeDurable() {
-    std::map<FileId, TrashDirectory> unsynced;
+    std::map<FileId, OpenTrash> unsynced;
     {
         const std::lock_guard lock(mutex_);
         unsynced.swap(unsynced_);
     }
     for (const auto& [id, trash] : unsynced) {
         // The items are in the Trash; that a power cut may undo that is nobody's failure.
-        static_cast<void>(trash.makeDurable());
+        static_cast<void>(trash->makeDurable());
     }
 }
 

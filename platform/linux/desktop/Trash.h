@@ -8,6 +8,7 @@
 
 #include <functional>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <set>
 #include <string>
@@ -55,14 +56,20 @@ public:
     void makeDurable();
 
 private:
-    Result<void, TrashError> takeWithTrashinfo(const ItemPlace& item, const std::string& path);
+    using OpenTrash = std::shared_ptr<const TrashDirectory>;
+
+    Result<void, TrashError> takeWithTrashinfo(const ItemPlace& item, const std::string& path,
+                                               const OpenTrash& home);
+    SystemResult<OpenTrash> homeTrashAt(const std::string& trash);
+    OpenTrash rememberedHomeTrash(const std::string& trash);
     bool hasMountIn(const ItemPlace& item);
     void tidy(const TrashDirectory& trash);
 
     MountTable mounts_;
     std::mutex mutex_;
+    OpenTrash home_; ///< Stays open, as most items go there.
     std::set<FileId> tidied_;
-    std::map<FileId, TrashDirectory> unsynced_;
+    std::map<FileId, OpenTrash> unsynced_;
 };
 
 /// Creates the Trash as Trash::take() does before it moves the item.

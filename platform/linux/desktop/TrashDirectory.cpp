@@ -46,12 +46,20 @@ SystemResult<FileDescriptor> openOrMake(int parent, const std::string& name, int
     return opened(::openat(parent, name.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC | flags));
 }
 
+__fsword_t typeOfVolume(int item) {
+    struct statfs volume {};
+    return ::fstatfs(item, &volume) == 0 ? volume.f_type : 0;
+}
+
 /// Has the volume write a file's content now. Journaling volumes then record the file's size before
 /// any later rename, which keeps that order across a power cut without waiting for the disk's cache
-/// to be flushed, as fsync() does.
-SystemResult<void> sendToDisk(int file) {
-    constexpr unsigned andWait = SYNC_FILE_RANGE_WRITE | SYNC_FILE_RANGE_WAIT_AFTER;
-    auto sent = checked(retryOnEintr([file] { return ::sync_file_range(file, 0, 0, andWait); }));
+/// to be flushed, as fsync() does. Ext4 records the size when the writing begins, and waits for the
+/// content itself; others record it when the writing ends.
+SystemResult<void> sendToDisk(int file, __fsword_t volumeType) {
+    const unsigned how = volumeType == EXT4_SUPER_MAGIC
+                             ? SYNC_FILE_RANGE_WRITE
+                             : SYNC_FILE_RANGE_WRITE | SYNC_FILE_RANGE_WAIT_AFTER;
+    auto sent = checked(retryOnEintr([&] { return ::sync_file_range(file, 0, 0, how); }));
     return failedWith(sent, ENOSYS, EINVAL, ESPIPE)
                ? checked(retryOnEintr([file] { return ::fsync(file); }))
                : sent;
@@ -95,13 +103,6 @@ bool isMissing(int directory, const std::string& name) {
     return !entryExists(directory, name) && errno == ENOENT;
 }
 
-/// Returns whether one sync of a directory commits all earlier changes to its volume's names.
-bool commitsInOrder(int directory) {
-    struct statfs volume {};
-    return ::fstatfs(directory, &volume) == 0 &&
-           (volume.f_type == EXT4_SUPER_MAGIC || volume.f_type == XFS_SUPER_MAGIC);
-}
-
 } // namespace
 
 SystemResult<TrashDirectory> TrashDirectory::openIn(const FileDescriptor& trash) {
@@ -117,7 +118,10 @@ SystemResult<TrashDirectory> TrashDirectory::openIn(const FileDescriptor& trash)
     if (!status) {
         return Unexpected(status.error());
     }
-    return TrashDirectory(*std::move(files), *std::move(infos), fileIdOf(*status));
+    TrashDirectory opened(*std::move(files), *std::move(infos));
+    opened.id_ = fileIdOf(*status);
+    opened.volumeType_ = typeOfVolume(opened.infos());
+    return opened;
 }
 
 SystemResult<TrashDirectory> TrashDirectory::open(int parent, const std::string& name) {
@@ -138,6 +142,11 @@ SystemResult<TrashDirectory> TrashDirectory::open(const std::string& path) {
         return Unexpected(trash.error());
     }
     return openIn(*trash);
+}
+
+bool TrashDirectory::canRecord() const {
+    const auto status = statusOf(infos());
+    return status && status->stx_nlink > 0;
 }
 
 bool TrashDirectory::holdsItem(const std::string& name) const {
@@ -163,7 +172,7 @@ SystemResult<TemporaryItem> TrashDirectory::claim(const std::string& name,
     const int file = trashinfo->item().get();
     auto claimed = writeUnsynced(file, text);
     if (claimed) {
-        claimed = sendToDisk(file);
+        claimed = sendToDisk(file, volumeType_);
     }
     if (claimed) {
         claimed = trashinfo->rename();
@@ -331,10 +340,10 @@ SystemResult<void> TrashDirectory::makeDurable() const {
     if (!directory) {
         return Unexpected(directory.error());
     }
-    return checked(retryOnEintr([&] {
-        return commitsInOrder(directory->get()) ? ::fsync(directory->get())
-                                                : ::syncfs(directory->get());
-    }));
+    // On these, one sync of a directory commits all earlier changes to names.
+    const bool commitsInOrder = volumeType_ == EXT4_SUPER_MAGIC || volumeType_ == XFS_SUPER_MAGIC;
+    return checked(retryOnEintr(
+        [&] { return commitsInOrder ? ::fsync(directory->get()) : ::syncfs(directory->get()); }));
 }
 
 } // namespace platform::native

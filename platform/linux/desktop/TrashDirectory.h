@@ -6,6 +6,8 @@
 #include "platform/linux/posix/FileDescriptor.h"
 #include "platform/linux/posix/ItemPlace.h"
 
+#include <sys/vfs.h>
+
 #include <functional>
 #include <string>
 #include <utility>
@@ -19,8 +21,8 @@ struct TrashedItem {
     std::string recordedPath; ///< for the trashinfo
 };
 
-/// A trash directory of the Trash specification 1.0 that is open for taking items. Not shared
-/// between threads; other processes may use the same one at any time.
+/// A trash directory of the Trash specification 1.0 that is open for taking items. Any thread may
+/// call the members; other processes may use the same one at any time.
 ///
 /// An item is taken in two steps ("Contents of a trash directory"): its trashinfo is made, whole
 /// and exclusively, which claims the name; then the item is renamed without replacing anything. If
@@ -40,6 +42,9 @@ public:
 
     /// Returns the identity of that directory.
     const FileId& id() const { return id_; }
+
+    /// Returns whether the directory of the trashinfos still exists.
+    bool canRecord() const;
 
     /// Moves an item into the trash directory, even from another volume, under its own name or one
     /// with a number. Nothing is ever replaced. An item of which only the removal after a copy
@@ -65,8 +70,8 @@ public:
     SystemResult<void> makeDurable() const;
 
 private:
-    TrashDirectory(FileDescriptor files, FileDescriptor infos, const FileId& id)
-        : files_(std::move(files)), infos_(std::move(infos)), id_(id) {}
+    TrashDirectory(FileDescriptor files, FileDescriptor infos)
+        : files_(std::move(files)), infos_(std::move(infos)) {}
 
     static SystemResult<TrashDirectory> openIn(const FileDescriptor& trash);
     int infos() const { return infos_.get(); }
@@ -86,6 +91,7 @@ private:
     FileDescriptor files_;
     FileDescriptor infos_;
     FileId id_;
+    __fsword_t volumeType_ = 0; ///< statfs() has the numbers.
 };
 
 } // namespace platform::native

@@ -74,12 +74,6 @@ bool isVolumeInMemory(int directory) {
            (volume.f_type == TMPFS_MAGIC || volume.f_type == RAMFS_MAGIC);
 }
 
-bool isOnSameVolume(int one, int other) {
-    const auto first = statusOf(one);
-    const auto second = statusOf(other);
-    return first && second && fileIdOf(*first).volume == fileIdOf(*second).volume;
-}
-
 std::optional<TrashPlace> openOnVolume(const ItemPlace& item) {
     if (isVolumeInMemory(item.directory.get())) {
         return std::nullopt;
@@ -89,24 +83,23 @@ std::optional<TrashPlace> openOnVolume(const ItemPlace& item) {
         return std::nullopt;
     }
     auto trash = openTrashOfVolume(top->directory.get());
-    return trash ? std::optional(TrashPlace{*std::move(trash), std::move(top->pathFromThere)})
-                 : std::nullopt;
+    if (!trash) {
+        return std::nullopt;
+    }
+    return TrashPlace{std::make_shared<const TrashDirectory>(*std::move(trash)),
+                      std::move(top->pathFromThere)};
 }
 
 } // namespace
 
-SystemResult<TrashPlace> openTrashFor(const ItemPlace& item, const std::string& path,
-                                      const std::string& homeTrash) {
-    auto home = TrashDirectory::open(homeTrash);
-    if (!home) {
-        return Unexpected(home.error());
-    }
-    if (!isOnSameVolume(item.directory.get(), home->files())) {
+TrashPlace trashFor(const ItemPlace& item, const struct statx& directory, const std::string& path,
+                    const std::shared_ptr<const TrashDirectory>& home) {
+    if (fileIdOf(directory).volume != home->id().volume) {
         if (auto onVolume = openOnVolume(item)) {
             return *std::move(onVolume);
         }
     }
-    return TrashPlace{*std::move(home), path};
+    return {home, path};
 }
 
 std::string resolvedPath(int directory) {

@@ -2,12 +2,14 @@
 
 #include "platform/foundation/Path.h"
 #include "platform/linux/files/UniqueName.h"
+#include "platform/linux/system/LocalTime.h"
 
 #include <glib.h>
 
 #include <array>
 #include <cerrno>
 #include <climits>
+#include <ctime>
 #include <memory>
 #include <utility>
 
@@ -27,19 +29,17 @@ std::string encoded(const std::string& path) {
     return text.get();
 }
 
-std::string localTime() {
-    const std::unique_ptr<GDateTime, decltype(&g_date_time_unref)> now(g_date_time_new_now_local(),
-                                                                       &g_date_time_unref);
-    const std::unique_ptr<char, decltype(&g_free)> date(
-        g_date_time_format(now.get(), "%Y-%m-%dT%H:%M:%S"), &g_free);
-    return date.get();
+std::string deletionDate() {
+    const auto now = LocalTime().now();
+    std::array<char, 32> date{};
+    return {date.data(), std::strftime(date.data(), date.size(), "%Y-%m-%dT%H:%M:%S", &now)};
 }
 
 } // namespace
 
 std::string trashinfoText(const std::string& path, Mover mover) {
     std::string text =
-        "[Trash Info]\nPath=" + encoded(path) + "\nDeletionDate=" + localTime() + '\n';
+        "[Trash Info]\nPath=" + encoded(path) + "\nDeletionDate=" + deletionDate() + '\n';
     for (const auto& [which, line] : moverLines) {
         if (which == mover) {
             text += line;

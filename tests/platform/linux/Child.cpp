@@ -27,6 +27,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <functional>
 #include <iostream>
 #include <map>
@@ -75,6 +76,17 @@ int recycleNamesakes(const Arguments& arguments) {
     for (int count = std::stoi(arguments.at(2)); count > 0 && recycled; --count) {
         ::close(::open(item.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
         recycled = desktop.workspace.recycle(arguments.at(0), arguments.at(1), "namesake");
+    }
+    return report(recycled);
+}
+
+/// Trashes an item "a", deletes a directory, and trashes "c".
+int recycleAround(const Arguments& arguments) {
+    Desktop desktop;
+    auto recycled = desktop.workspace.recycle(arguments.at(0), arguments.at(1), "a");
+    std::filesystem::remove_all(arguments.at(2));
+    if (recycled) {
+        recycled = desktop.workspace.recycle(arguments.at(0), arguments.at(1), "c");
     }
     return report(recycled);
 }
@@ -211,6 +223,7 @@ const std::map<std::string, std::function<int(const Arguments&)>> commands{
     {"recycle", recycle},
     {"make-trash", makeTrash},
     {"recycle-namesakes", recycleNamesakes},
+    {"recycle-around", recycleAround},
     {"move-trashed", moveTrashed},
     {"remove", remove},
     {"unlock", unlock},

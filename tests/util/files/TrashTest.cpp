@@ -258,6 +258,20 @@ TEST_F(TrashAndRemove, TrashContentsMayAskForTheRight) {
     EXPECT_EQ(services.tools(), Lines{"/bin/mv -f /folder/a /home/someone/.Trash/a"});
 }
 
+TEST_F(TrashAndRemove, ABatchIsMadeDurableOnce) {
+    fileSystem.files = {"/folder/a.txt", "/folder/b.txt"};
+    fileSystem.directories = {{"/folder", Lines{"a.txt", "b.txt"}}};
+    EXPECT_TRUE(QFFileManager::trashFile("/folder/a.txt"));
+    EXPECT_EQ(workspace.timesDurable, 0);
+
+    EXPECT_TRUE(QFFileManager::trashDirectoryContents("/folder"));
+    EXPECT_EQ(workspace.timesDurable, 1);
+    QFFileManager::trashFilesOfType("txt", "/folder");
+    EXPECT_EQ(workspace.timesDurable, 2);
+    QFFileManager::trashFilesNamed("a.txt", "/folder");
+    EXPECT_EQ(workspace.timesDurable, 3);
+}
+
 TEST_F(TrashAndRemove, TrashContentsOfNothingSucceedsAndKeepsTheDirectory) {
     fileSystem.directories = {{"/empty", Lines{}}, {"/unreadable", std::nullopt}};
     for (const auto* directory : {"/empty", "/unreadable", "/missing", item}) {
