@@ -151,6 +151,7 @@ TEST_F(Trash, KeepsAnItemThatIsInItAlready) {
 
 TEST_F(Trash, IsMadeAgainWhenItIsDeletedBetweenTwoItems) {
     for (const auto* deleted : {"", "/files", "/info"}) {
+        fs::remove_all(home / ".local");
         for (const auto* name : {"a", "c"}) {
             home.write(std::string("items/") + name);
         }
