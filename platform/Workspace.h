@@ -72,7 +72,8 @@ public:
     /// `directory` is the item's parent and `name` its name there; `trash` is the Trash directory
     /// as the user knows it, which is created if it does not exist. An item that is in the Trash
     /// already stays as it is. On failure the item is left whole in its place: it is never deleted
-    /// instead. An item with a volume mounted inside is refused.
+    /// instead. EBUSY means that a volume is mounted on the item or inside it, so that no other
+    /// means may move it either: emptying the Trash would delete what is on that volume.
     ///
     /// A power cut leaves the item in its place or in the Trash with the record of where it came
     /// from, never without it; which of the two is certain only after makeTrashDurable().

@@ -49,7 +49,8 @@ public:
     /// locked flag first; a link is moved itself. Returns true if the item is in the Trash or does
     /// not exist: a missing item is not a failure, but clearing its flag logs a line. With
     /// administrator rights it is QFAuthorization::authTrashFile. Logs nothing itself. An item that
-    /// is in the Trash already stays there.
+    /// is in the Trash already stays there. An item in which a volume is mounted is refused, with
+    /// administrator rights too.
     ///
     /// A power cut soon afterwards may undo the move, but leaves no item in the Trash that could
     /// not be restored. What the members for several items below have trashed is durable when they

@@ -12,6 +12,7 @@
 #include "util/log/QFLog.h"
 #include "util/paths/QFLocalPaths.h"
 
+#include <cerrno>
 #include <string_view>
 #include <utility>
 
@@ -74,7 +75,7 @@ TrashResult QFFileManager::trashFileWithResult(const std::string& path, ShouldAu
     if (recycled) {
         return {.outcome = TrashOutcome::moved};
     }
-    if (shouldAuth == ShouldAuth::no) {
+    if (shouldAuth == ShouldAuth::no || recycled.error().code == EBUSY) {
         return {.outcome = TrashOutcome::failed, .error = std::move(recycled).error()};
     }
     auto tool = QFAuthorization::sharedController().startTrashing(path);

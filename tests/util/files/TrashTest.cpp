@@ -2,6 +2,8 @@
 
 #include "tests/util/files/FileManagerTest.h"
 
+#include <cerrno>
+
 using namespace std::chrono_literals;
 
 namespace {
@@ -74,6 +76,13 @@ TEST_F(TrashAndRemove, TrashFailsSilentlyWhereTheFallbackIsForbidden) {
     EXPECT_EQ(services.calls.size(), 0U);
     EXPECT_EQ(loggedLines(), Lines{});
     EXPECT_EQ(console.systemLogLines(), Lines{});
+}
+
+TEST_F(TrashAndRemove, TrashRefusesAnItemInWhichAVolumeIsMountedToTheAdministratorToo) {
+    workspace.errors[item] = {.code = EBUSY, .localizedDescription = "A volume is inside it."};
+    EXPECT_FALSE(QFFileManager::trashFile(item));
+    EXPECT_EQ(services.calls.size(), 0U);
+    EXPECT_EQ(workspace.expected.size(), 0U);
 }
 
 TEST_F(TrashAndRemove, RemoveDeletesTheUnlockedItem) {
