@@ -165,6 +165,7 @@ TEST_F(TrashDirectoryTest, KeepsTheClaimsOfThoseWhoMayStillMoveTheItem) {
     claim("held", Mover::self);
     claim("moved by others", Mover::administrator);
     directory_.write("Trash/info/another program's.trashinfo", "[Trash Info]\nPath=/a\n");
+    fs::last_write_time(info("held"), fs::file_time_type::clock::now() - std::chrono::hours(25));
     const int held = ::open(info("held").c_str(), O_RDONLY | O_CLOEXEC);
     ASSERT_EQ(::flock(held, LOCK_EX | LOCK_NB), 0);
     const auto before = namesIn(trash_ + "/info");
@@ -229,6 +230,16 @@ TEST_F(TrashDirectoryTest, TakesTheClaimBackIfTheToolMovedNothing) {
     (*end)();
 
     EXPECT_EQ(namesIn(trash_ + "/info"), nothing);
+}
+
+TEST_F(TrashDirectoryTest, TakesNoClaimBackThatIsAnotherProgramsByNow) {
+    const auto end = TrashDirectory::claimForOthers(opened(), "a.txt", "/a.txt");
+    ASSERT_TRUE(end);
+    fs::rename(directory_.write("another program's"), info("a.txt"));
+
+    (*end)();
+
+    EXPECT_TRUE(exists(info("a.txt")));
 }
 
 TEST_F(TrashDirectoryTest, MovesAsideWhatTheToolWouldReplace) {
