@@ -46,20 +46,12 @@ SystemResult<FileDescriptor> openOrMake(int parent, const std::string& name, int
     return opened(::openat(parent, name.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC | flags));
 }
 
-__fsword_t typeOfVolume(int item) {
-    struct statfs volume {};
-    return ::fstatfs(item, &volume) == 0 ? volume.f_type : 0;
-}
-
-/// Has the volume write a file's content now. Journaling volumes then record the file's size before
-/// any later rename, which keeps that order across a power cut without waiting for the disk's cache
-/// to be flushed, as fsync() does. Ext4 records the size when the writing begins, and waits for the
-/// content itself; others record it when the writing ends.
-SystemResult<void> sendToDisk(int file, __fsword_t volumeType) {
-    const unsigned how = volumeType == EXT4_SUPER_MAGIC
-                             ? SYNC_FILE_RANGE_WRITE
-                             : SYNC_FILE_RANGE_WRITE | SYNC_FILE_RANGE_WAIT_AFTER;
-    auto sent = checked(retryOnEintr([&] { return ::sync_file_range(file, 0, 0, how); }));
+/// Has the volume write a file's content, and waits for that. Journaling volumes then have the file
+/// whole whenever they have a later rename, without the flush of the disk's cache that fsync()
+/// waits for. Not to wait would not do: ext4 records a file's size before its content is there.
+SystemResult<void> sendToDisk(int file) {
+    constexpr unsigned andWait = SYNC_FILE_RANGE_WRITE | SYNC_FILE_RANGE_WAIT_AFTER;
+    auto sent = checked(retryOnEintr([file] { return ::sync_file_range(file, 0, 0, andWait); }));
     return failedWith(sent, ENOSYS, EINVAL, ESPIPE)
                ? checked(retryOnEintr([file] { return ::fsync(file); }))
                : sent;
@@ -120,7 +112,6 @@ SystemResult<TrashDirectory> TrashDirectory::openIn(const FileDescriptor& trash)
     }
     TrashDirectory opened(*std::move(files), *std::move(infos));
     opened.id_ = fileIdOf(*status);
-    opened.volumeType_ = typeOfVolume(opened.infos());
     return opened;
 }
 
@@ -172,7 +163,7 @@ SystemResult<TemporaryItem> TrashDirectory::claim(const std::string& name,
     const int file = trashinfo->item().get();
     auto claimed = writeUnsynced(file, text);
     if (claimed) {
-        claimed = sendToDisk(file, volumeType_);
+        claimed = sendToDisk(file);
     }
     if (claimed) {
         claimed = trashinfo->rename();
@@ -340,8 +331,11 @@ SystemResult<void> TrashDirectory::makeDurable() const {
     if (!directory) {
         return Unexpected(directory.error());
     }
+    struct statfs volume {};
+    const bool isKnown = ::fstatfs(directory->get(), &volume) == 0;
     // On these, one sync of a directory commits all earlier changes to names.
-    const bool commitsInOrder = volumeType_ == EXT4_SUPER_MAGIC || volumeType_ == XFS_SUPER_MAGIC;
+    const bool commitsInOrder =
+        isKnown && (volume.f_type == EXT4_SUPER_MAGIC || volume.f_type == XFS_SUPER_MAGIC);
     return checked(retryOnEintr(
         [&] { return commitsInOrder ? ::fsync(directory->get()) : ::syncfs(directory->get()); }));
 }

@@ -6,8 +6,6 @@
 #include "platform/linux/posix/FileDescriptor.h"
 #include "platform/linux/posix/ItemPlace.h"
 
-#include <sys/vfs.h>
-
 #include <functional>
 #include <string>
 #include <utility>
@@ -50,9 +48,9 @@ public:
     /// with a number. Nothing is ever replaced. An item of which only the removal after a copy
     /// failed stays in the trash directory, with its trashinfo.
     ///
-    /// The trashinfo's content is on its way to the disk before the item is renamed: on a
-    /// journaling volume no power cut leaves an item in the trash directory without its trashinfo,
-    /// or with an empty one. Neither is durable before makeDurable().
+    /// The trashinfo's content has been written before the item is renamed: on a journaling volume
+    /// no power cut leaves an item in the trash directory without its trashinfo, or with an empty
+    /// one. Neither is durable before makeDurable().
     SystemResult<void> take(const TrashedItem& item) const;
 
     /// Claims `name` in a trash directory for an item that other means move there. An item that has
@@ -91,7 +89,6 @@ private:
     FileDescriptor files_;
     FileDescriptor infos_;
     FileId id_;
-    __fsword_t volumeType_ = 0; ///< statfs() has the numbers.
 };
 
 } // namespace platform::native
