@@ -25,4 +25,7 @@ public:
 
     /// The row is done, even if an exception ended it.
     virtual void rowEnded(const PlanRow& /*row*/) {}
+
+    /// The last row is done.
+    virtual void walkEnded() {}
 };

@@ -13,6 +13,7 @@
 #include "util/paths/QFLocalPaths.h"
 #include "util/task/QFTaskEx.h"
 
+#include <exception>
 #include <optional>
 #include <string_view>
 
@@ -88,6 +89,31 @@ std::vector<std::string> pathsOfReceipts(const std::string& library, const std::
     return paths;
 }
 
+void logFailure(const platform::Exception& failure) {
+    QFException::logException(failure, "walkUninstallPlan");
+}
+
+/// Logs what the step throws, so that the walk goes on whatever happens.
+template <class Step>
+void attempt(Step step) noexcept {
+    try {
+        try {
+            step();
+        } catch (const platform::Exception& exception) {
+            logFailure(exception);
+        } catch (const std::exception& exception) {
+            logFailure({platform::exception_name::generic, exception.what()});
+        }
+    } catch (const std::exception&) {
+        // Without memory for its line a failure cannot be logged either.
+    }
+}
+
+void trash(const std::string& path, PlanObserver& observer) {
+    observer.itemBegan(path);
+    observer.itemEnded(path, QFFileManager::trashFileWithResult(path, ShouldAuth::yes));
+}
+
 void perform(const PlanRow& row, PlanObserver& observer) {
     if (row.action == PlanAction::kill) {
         QFTaskEx::runTask(row.subject, row.names);
@@ -95,8 +121,7 @@ void perform(const PlanRow& row, PlanObserver& observer) {
         QFLaunchd::removeLaunchAgent(row.subject, Domain::user);
     }
     for (const auto& path : pathsToTrash(row)) {
-        observer.itemBegan(path);
-        observer.itemEnded(path, QFFileManager::trashFileWithResult(path, ShouldAuth::yes));
+        attempt([&] { trash(path, observer); });
     }
 }
 
@@ -145,13 +170,12 @@ std::vector<std::string> pathsToTrash(const PlanRow& row) {
 
 void walkUninstallPlan(const std::vector<PlanRow>& rows, PlanObserver& observer) {
     for (const auto& row : rows) {
-        observer.rowBegan(row);
-        try {
+        attempt([&] {
+            observer.rowBegan(row);
             perform(row, observer);
-        } catch (const platform::Exception& exception) {
-            QFException::logException(exception, "walkUninstallPlan");
-        }
-        observer.rowEnded(row);
+        });
+        attempt([&] { observer.rowEnded(row); });
     }
-    platform::service<platform::Workspace>().makeTrashDurable();
+    attempt([] { platform::service<platform::Workspace>().makeTrashDurable(); });
+    attempt([&] { observer.walkEnded(); });
 }

@@ -33,7 +33,7 @@ std::vector<PlanRow> uninstallPlan(RemoveShared removeShared);
 std::vector<std::string> pathsToTrash(const PlanRow& row);
 
 /// Performs the rows from the first to the last, and notifies the observer. Ignores each row's
-/// result, and no row can stop the walk: what cannot be removed stays in place. Logs a platform
-/// exception that a row throws. Blocks the calling thread until the last row is done; never call it
-/// on the main thread.
+/// result, and no row can stop the walk: what cannot be removed stays in place. Logs an exception
+/// that an item, a row or the observer throws, and goes on with the next item or row. Blocks the
+/// calling thread until the last row is done; never call it on the main thread.
 void walkUninstallPlan(const std::vector<PlanRow>& rows, PlanObserver& observer);

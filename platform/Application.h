@@ -41,7 +41,8 @@ public:
     virtual int addTerminationObserver(std::function<void()> observer) = 0;
     virtual void removeTerminationObserver(int observer) = 0;
 
-    /// Returns the application's main window while it is on the screen, else null. It lives as long
+    /// Returns the application's main window while it is on the screen, else another of the
+    /// interface's windows that is, to which an alert can be attached, else null. It lives as long
     /// as the application. Main thread only.
     virtual Window* mainWindow() = 0;
 };

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <istream>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -89,10 +90,14 @@ public:
     /// `arguments` leaves out the tool's own name; no shell is involved. A path or an argument with
     /// a zero byte is refused. The returned stream reads the tool's standard output; destroying it
     /// neither ends nor disturbs the tool.
+    ///
+    /// With `content`, which only the tool that gives a file to the superuser takes, the file is
+    /// made anew and holds these bytes afterwards, none of them zero, whatever others have written
+    /// to it before.
     virtual AuthorizationResult<std::unique_ptr<std::istream>>
     executeWithPrivileges(AuthorizationRef ref, const std::string& toolPath,
-                          AuthorizationFlags options,
-                          const std::vector<std::string>& arguments) = 0;
+                          AuthorizationFlags options, const std::vector<std::string>& arguments,
+                          const std::optional<std::string>& content) = 0;
 };
 
 } // namespace platform

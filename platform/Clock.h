@@ -4,19 +4,23 @@
 #include "platform/foundation/Date.h"
 
 #include <chrono>
+#include <ctime>
 #include <thread>
 
 namespace platform {
 
-/// The time of day. When nothing is installed for this port, the system clock is used.
+/// The time of day. Any thread may call every member.
 class Clock {
 public:
     static constexpr const char* portName = "Clock";
     virtual ~Clock() = default;
 
-    /// Returns the current time, which may step back when somebody sets the clock. Any thread may
-    /// call it.
+    /// Returns the current time, which may step back when somebody sets the clock.
     virtual Date now() = 0;
+
+    /// Returns the date and time of day that the machine's user sees at a moment, in the machine's
+    /// time zone.
+    virtual std::tm localTime(Date moment) = 0;
 
     /// Suspends the calling thread for `duration`.
     virtual void sleep(std::chrono::microseconds duration) {
@@ -24,19 +28,14 @@ public:
     }
 };
 
-/// Returns the current time. Any thread may call it.
+/// Returns the current time by the installed clock. Any thread may call it.
 inline Date now() {
-    auto* clock = installedService<Clock>();
-    return clock != nullptr ? clock->now() : Date::clock::now();
+    return service<Clock>().now();
 }
 
-/// Suspends the calling thread for `duration`.
+/// Suspends the calling thread for `duration` by the installed clock.
 inline void sleep(std::chrono::microseconds duration) {
-    if (auto* clock = installedService<Clock>()) {
-        clock->sleep(duration);
-    } else {
-        std::this_thread::sleep_for(duration);
-    }
+    service<Clock>().sleep(duration);
 }
 
 } // namespace platform

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/foundation/FileId.h"
+#include "platform/foundation/Result.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -9,6 +10,9 @@
 #include <string>
 
 namespace platform {
+
+/// The system's own number for a failure, for logs only.
+enum class SystemError : int {};
 
 /// An open file that is read and written at one position without buffering: data is in the file
 /// when the call that writes it returns. The destructor closes it. Not shared between threads.
@@ -24,9 +28,26 @@ public:
     /// Writes all of the bytes, and returns the number written; fewer mean that writing failed.
     virtual std::size_t write(std::span<const std::byte> bytes) = 0;
 
-    /// Moves to a position, in bytes from the start. Returns false, with the position unchanged, on
-    /// failure.
-    virtual bool seek(std::uint64_t position) = 0;
+    /// Moves to a position, in bytes from the start. A failure leaves the position unchanged.
+    virtual Result<void, SystemError> seek(std::uint64_t position) = 0;
+
+    /// Returns the position: the bytes from the start at which the next read or write begins.
+    virtual std::uint64_t position() const = 0;
+
+    /// Removes all content. Returns false on failure. Does nothing to what has none to remove, such
+    /// as a pipe or a device. The position does not change.
+    virtual bool makeEmpty() = 0;
+
+    /// Begins to write to the medium what the system holds in memory of the file, without waiting.
+    virtual void beginSync() = 0;
+
+    /// Waits until everything that was written is on the medium. Returns false if any of it may not
+    /// be there. Succeeds for what has no medium, such as a pipe.
+    virtual bool sync() = 0;
+
+    /// Asks the system to forget what it holds in memory of the file, so that the medium is read
+    /// next. Has an effect only on what sync() has written.
+    virtual void dropCache() = 0;
 
     /// Returns whether the last read reached the end.
     virtual bool isAtEnd() const = 0;
@@ -34,15 +55,12 @@ public:
     /// Returns the stream's error indicator: 1 once reading or writing has failed, else 0.
     virtual int errorIndicator() const = 0;
 
-    /// Returns the system's number for the last failure, or 0 if nothing has failed.
-    virtual int systemError() const = 0;
-
     /// Returns the identity of the file.
     virtual FileId identity() const = 0;
 };
 
-/// Opens files as streams. Paths are absolute and may contain any byte except zero; links are
-/// followed. Any thread may call every member.
+/// Opens files as streams. Paths are absolute, of any length, and may contain any byte except zero;
+/// links are followed. Any thread may call every member.
 class FileStreams {
 public:
     static constexpr const char* portName = "FileStreams";
@@ -52,10 +70,10 @@ public:
     /// until somebody opens its other end.
     virtual std::unique_ptr<FileStream> openForReading(const std::string& path) = 0;
 
-    /// Opens a file for reading and writing, creating it if it is missing and emptying it if it
-    /// exists; returns null on failure. A path that leads to the spared file, by whatever name, is
-    /// refused, and that file is left unchanged. The expected size of the file, in bytes (0 if
-    /// unknown), only helps to allocate space: the file may become smaller or larger.
+    /// Opens a file for reading and writing, creating it if it is missing; returns null on failure.
+    /// An existing file keeps its content. A path that leads to the spared file, by whatever name,
+    /// is refused. The expected size of the file, in bytes (0 if unknown), only helps to allocate
+    /// space: the file may become smaller or larger.
     virtual std::unique_ptr<FileStream>
     openForUpdating(const std::string& path, const FileId& spared, std::uint64_t expectedSize) = 0;
 };

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/foundation/Date.h"
+#include "platform/foundation/FileDate.h"
 #include "platform/foundation/FileId.h"
 #include "platform/foundation/Result.h"
 
@@ -28,9 +28,9 @@ struct DirectoryEntry {
 struct ItemAttributes {
     ItemKind kind = ItemKind::other; ///< Of the item itself.
     std::uint64_t size = 0;          ///< In bytes.
-    Date modificationDate;           ///< When the content last changed.
+    FileDate modificationDate;       ///< When the content last changed.
     /// Missing if the file system keeps none.
-    std::optional<Date> creationDate;
+    std::optional<FileDate> creationDate;
     /// Whether the item is protected from being changed, moved or deleted.
     bool immutable = false;
 };
@@ -50,11 +50,6 @@ public:
 
     /// Returns whether a directory exists at the path; links are followed.
     virtual bool isDirectory(const std::string& path) = 0;
-
-    /// Returns whether the current user may execute the file, or enter the directory, at the path;
-    /// links are followed. For a system tool that this machine replaces by a stand-in, tests the
-    /// stand-in.
-    virtual bool isExecutable(const std::string& path) = 0;
 
     /// Returns whether the current user may write to the item at the path; links are followed.
     virtual bool isWritable(const std::string& path) = 0;
@@ -100,10 +95,11 @@ public:
     virtual Result<void> writeAtomically(const std::string& path, std::string_view content) = 0;
 
     /// Sets the modification date; links are followed.
-    virtual Result<void> setModificationDate(const std::string& path, Date date) = 0;
+    virtual Result<void> setModificationDate(const std::string& path, FileDate date) = 0;
 
-    /// Sets the date that attributesOfItem reports as the creation date; links are followed.
-    virtual Result<void> setCreationDate(const std::string& path, Date date) = 0;
+    /// Sets the date that attributesOfItem reports as the creation date; links are followed. A date
+    /// that is beyond every Date is an error.
+    virtual Result<void> setCreationDate(const std::string& path, FileDate date) = 0;
 
     /// Sets the permission bits (at most 07777); links are followed.
     virtual Result<void> setPosixPermissions(const std::string& path, unsigned permissions) = 0;

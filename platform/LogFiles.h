@@ -58,14 +58,15 @@ public:
     /// Creates a directory and any missing parents.
     virtual Result<void> createDirectory(const std::string& path) = 0;
 
-    /// Deletes a file, a link (never its target) or a directory with all its contents.
-    virtual Result<void> removeItem(const std::string& path) = 0;
+    /// Deletes whatever exists at a log's path: a file, a link (never its target) or a directory
+    /// with all its contents.
+    virtual Result<void> removeLog(const std::string& path) = 0;
 
-    /// Renames the item at `path` to `newPath` in one step. A link is moved itself. An existing
-    /// item at `newPath` is never replaced: that is an error.
-    virtual Result<void> moveItem(const std::string& path, const std::string& newPath) = 0;
+    /// Renames the item at `path` to `newPath` in one step, on the same volume only. A link is
+    /// renamed itself. An existing item at `newPath` is never replaced: that is an error.
+    virtual Result<void> renameLog(const std::string& path, const std::string& newPath) = 0;
 
-    /// Like moveItem, except that a file also keeps its name at `path` until createEmptyFile()
+    /// Like renameLog, except that a file also keeps its name at `path` until createEmptyFile()
     /// takes it: if the process is killed in between, the path is never without a log.
     virtual Result<void> setAside(const std::string& path, const std::string& newPath) = 0;
 

@@ -117,6 +117,11 @@ public:
     static constexpr const char* portName = "ProcessLauncher";
     virtual ~ProcessLauncher() = default;
 
+    /// Returns whether the current user may execute the item at the path; links are followed. For a
+    /// system tool that this machine replaces by a stand-in, tests the stand-in. Only a launch
+    /// shows whether the item is a program: a directory that the user may enter passes, too.
+    virtual bool canLaunch(const std::string& path) = 0;
+
     /// Makes a pipe. Throws platform::Exception "NSFileHandleOperationException" if the system has
     /// none left.
     virtual std::shared_ptr<Pipe> makePipe() = 0;

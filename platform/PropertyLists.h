@@ -20,8 +20,11 @@ public:
     /// are larger than 16 MiB, or are nested deeper than 512 levels.
     virtual Value parse(std::string_view bytes) = 0;
 
-    /// Atomically writes `value`, a dictionary or an array of property-list values, to a file in
-    /// XML form: the file holds all of it or what it held before.
+    /// Returns `value`, a dictionary or an array of property-list values, in XML form. Returns no
+    /// value if it is something else, or holds what a property list cannot express.
+    virtual std::optional<std::string> xml(const Value& value) = 0;
+
+    /// Atomically writes xml(value) to a file: the file holds all of it or what it held before.
     virtual Result<void> writeAtomically(const Value& value, const std::string& path) = 0;
 
     /// Reads the property list in a file. Returns none if the file does not exist or is not a

@@ -17,6 +17,10 @@ public:
     /// Returns the home directory: an absolute path without a trailing slash.
     virtual std::string homeDirectory() = 0;
 
+    /// Returns the login name of the account that owns the home directory, or nullopt if that is
+    /// the process's own or the directory does not exist.
+    virtual std::optional<std::string> otherOwnerOfHome() = 0;
+
     /// Returns the login name.
     virtual std::string loginName() = 0;
 

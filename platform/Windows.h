@@ -47,6 +47,15 @@ public:
     virtual void startAnimation() = 0;
 };
 
+/// A text of a window. Main thread only.
+class Label {
+public:
+    virtual ~Label() = default;
+
+    /// Shows another text, which is plain and takes one line.
+    virtual void setText(const std::string& text) = 0;
+};
+
 /// The user interface loaded from an interface file, whose objects are found by name. Main thread
 /// only. The objects live as long as the interface.
 class Interface {
@@ -58,6 +67,7 @@ public:
     virtual Window& window(const std::string& name) = 0;
     virtual CheckBox& checkBox(const std::string& name) = 0;
     virtual ProgressIndicator& progressIndicator(const std::string& name) = 0;
+    virtual Label& label(const std::string& name) = 0;
 
     /// Calls `perform` whenever a control that the file connects to the action `name` (such as
     /// "uninstall:") is used while its window is on the screen. Throws platform::Exception

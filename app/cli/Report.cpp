@@ -26,7 +26,8 @@ using Json = nlohmann::ordered_json;
 constexpr int formatVersion = 1;
 constexpr int indentation = 2;
 
-constexpr const char* movedButBack = "It was moved to the Trash, but something stands there again.";
+constexpr const char* movedButBack =
+    "It was moved to the Trash, but there is an item at its path again.";
 constexpr const char* unexplained = "It could not be removed.";
 
 const char* nameOf(ItemState state) {
@@ -59,47 +60,32 @@ const char* nameOf(Outcome outcome) {
     return "";
 }
 
-std::string whyLeft(const std::string& path, const RunObserver& observer) {
-    if (observer.wasMoved(path)) {
-        return movedButBack;
+RowOutcome left(const InventoryRow& row, const RunObserver& observer) {
+    if (observer.wasMoved(row.path)) {
+        return {row, Outcome::left, movedButBack, movedButBack};
     }
-    const auto reason = observer.whyNotMoved(path);
-    return reason.empty() ? unexplained : reason;
+    const auto reason = observer.whyNotMoved(row.path);
+    if (reason.empty()) {
+        return {row, Outcome::left, unexplained, unexplained};
+    }
+    return {row, Outcome::left, reason, observer.lastCause(row.path)};
 }
 
 RowOutcome outcomeOf(const InventoryRow& row, const RunObserver& observer) {
     if (row.state == ItemState::none) {
-        return {row, Outcome::signalled, {}};
+        return {.row = row, .outcome = Outcome::signalled};
     }
     if (row.state == ItemState::absent) {
-        return {row, Outcome::absent, {}};
+        return {.row = row, .outcome = Outcome::absent};
     }
     if (platform::service<platform::FileSystem>().exists(row.path)) {
-        return {row, Outcome::left, whyLeft(row.path, observer)};
+        return left(row, observer);
     }
     if (row.state == ItemState::repeated) {
-        return {row, Outcome::absent, {}};
+        return {.row = row, .outcome = Outcome::absent};
     }
-    return {row, row.action == PlanAction::removeAgent ? Outcome::deleted : Outcome::moved, {}};
-}
-
-std::uint64_t totalSize(const std::vector<InventoryRow>& rows) {
-    return std::transform_reduce(rows.begin(), rows.end(), std::uint64_t{0}, std::plus<>(),
-                                 [](const InventoryRow& row) { return row.size; });
-}
-
-std::string readableSize(std::uint64_t size) {
-    constexpr std::array units = {"B", "kB", "MB", "GB", "TB", "PB"};
-    constexpr double step = 1000;
-    auto value = static_cast<double>(size);
-    std::size_t unit = 0;
-    while (value >= step && unit + 1 < units.size()) {
-        value /= step;
-        ++unit;
-    }
-    std::array<char, 32> text{};
-    std::snprintf(text.data(), text.size(), unit == 0 ? "%.0f %s" : "%.1f %s", value, units[unit]);
-    return text.data();
+    return {.row = row,
+            .outcome = row.action == PlanAction::removeAgent ? Outcome::deleted : Outcome::moved};
 }
 
 std::string joined(const std::vector<std::string>& names) {
@@ -178,6 +164,25 @@ std::vector<RowOutcome> outcomesOf(const std::vector<InventoryRow>& before,
     return outcomes;
 }
 
+std::uint64_t totalSize(const std::vector<InventoryRow>& rows) {
+    return std::transform_reduce(rows.begin(), rows.end(), std::uint64_t{0}, std::plus<>(),
+                                 [](const InventoryRow& row) { return row.size; });
+}
+
+std::string readableSize(std::uint64_t size) {
+    constexpr std::array units = {"B", "kB", "MB", "GB", "TB", "PB"};
+    constexpr double step = 1000;
+    auto value = static_cast<double>(size);
+    std::size_t unit = 0;
+    while (value >= step && unit + 1 < units.size()) {
+        value /= step;
+        ++unit;
+    }
+    std::array<char, 32> text{};
+    std::snprintf(text.data(), text.size(), unit == 0 ? "%.0f %s" : "%.1f %s", value, units[unit]);
+    return text.data();
+}
+
 std::string listAsText(const std::vector<InventoryRow>& rows) {
     std::string text;
     for (const auto& row : rows) {
@@ -209,7 +214,7 @@ std::string reportAsJson(const std::string& result, RemoveShared removeShared,
     auto document = frame(removeShared);
     document["result"] = result;
     document["rows"] = Json::array();
-    for (const auto& [row, outcome, reason] : outcomes) {
+    for (const auto& [row, outcome, reason, cause] : outcomes) {
         auto object = json(row);
         object["outcome"] = nameOf(outcome);
         if (row.state == ItemState::found) {

@@ -25,6 +25,8 @@ struct RowOutcome {
     Outcome outcome;
     /// Why an item was left in place, in the user's words.
     std::string reason;
+    /// The last cause of that alone, which several items may share.
+    std::string cause;
 };
 
 /// Returns what became of each row, from its state before the run, what was observed during the
@@ -32,6 +34,12 @@ struct RowOutcome {
 /// performed.
 std::vector<RowOutcome> outcomesOf(const std::vector<InventoryRow>& before,
                                    const RunObserver& observer);
+
+/// Returns the sum of the rows' sizes, in bytes.
+std::uint64_t totalSize(const std::vector<InventoryRow>& rows);
+
+/// Returns a size in bytes for a person, such as "1.2 MB".
+std::string readableSize(std::uint64_t size);
 
 /// Returns the rows as lines for a person, with the sums last.
 std::string listAsText(const std::vector<InventoryRow>& rows);

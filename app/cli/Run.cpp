@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <iterator>
 #include <system_error>
+#include <utility>
 
 namespace cli {
 
@@ -36,52 +37,56 @@ std::string reportPath(const Options& options) {
 
 } // namespace
 
-Run::Run(const Options& options, Inventory& inventory, const RunObserver& observer,
-         TextOutput& output)
-    : inventory_(inventory), observer_(observer), output_(output), report_(reportPath(options)),
+void tell(const RunEnd& end, TextOutput& output) {
+    if (end.status == ExitStatus::cancelled) {
+        output.paragraph(nothingRemoved);
+    }
+    if (end.left.empty()) {
+        return;
+    }
+    output.gap();
+    output.paragraph(leftInPlace);
+    for (const auto& [row, outcome, reason, cause] : end.left) {
+        output.line(row.path);
+        output.paragraph("    " + reason);
+    }
+}
+
+Run::Run(const Options& options, Inventory& inventory, const RunObserver& observer)
+    : inventory_(inventory), observer_(observer), report_(reportPath(options)),
       removeShared_(options.removeShared ? RemoveShared::yes : RemoveShared::no) {
 }
 
 void Run::prepare() {
     const auto there = platform::service<platform::FileSystem>().attributesOfItem(report_);
     if (!report_.empty() && there && there->kind != platform::ItemKind::file) {
-        throwUnwritable(report_, "something stands there that is no file");
+        throwUnwritable(report_, "the path leads to something other than a file");
     }
     write("running", {});
 }
 
-void Run::begin(RemoveShared removeShared) {
+const std::vector<InventoryRow>& Run::begin(RemoveShared removeShared) {
     removeShared_ = removeShared;
-    before_ = inventory_.take(removeShared, report_.empty() ? Sizes::no : Sizes::yes);
     hasBegun_ = true;
+    before_ = inventory_.take(removeShared, report_.empty() ? Sizes::no : Sizes::yes);
+    return before_;
 }
 
-ExitStatus Run::finish() {
+RunEnd Run::finish() {
     if (!hasBegun_) {
-        output_.paragraph(nothingRemoved);
-        write("cancelled", {});
-        return ExitStatus::cancelled;
+        return {ExitStatus::cancelled, {}};
     }
-    const auto outcomes = outcomesOf(before_, observer_);
+    outcomes_ = outcomesOf(before_, observer_);
     std::vector<RowOutcome> left;
-    std::ranges::copy_if(outcomes, std::back_inserter(left), [](const RowOutcome& outcome) {
+    std::ranges::copy_if(outcomes_, std::back_inserter(left), [](const RowOutcome& outcome) {
         return outcome.outcome == Outcome::left && outcome.row.state == ItemState::found;
     });
-    tellWhatWasLeft(left);
-    write(left.empty() ? "complete" : "leftInPlace", outcomes);
-    return left.empty() ? ExitStatus::complete : ExitStatus::leftInPlace;
+    result_ = left.empty() ? "complete" : "leftInPlace";
+    return {left.empty() ? ExitStatus::complete : ExitStatus::leftInPlace, std::move(left)};
 }
 
-void Run::tellWhatWasLeft(const std::vector<RowOutcome>& left) {
-    if (left.empty()) {
-        return;
-    }
-    output_.gap();
-    output_.paragraph(leftInPlace);
-    for (const auto& [row, outcome, reason] : left) {
-        output_.line(row.path);
-        output_.paragraph("    " + reason);
-    }
+void Run::writeReport() {
+    write(result_, outcomes_);
 }
 
 void Run::write(const std::string& result, const std::vector<RowOutcome>& outcomes) {

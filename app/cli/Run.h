@@ -11,35 +11,46 @@
 
 namespace cli {
 
-/// Records one run: what existed before it, and what became of that. Main thread only.
+/// How a run ended, and the items that it left in place.
+struct RunEnd {
+    ExitStatus status;
+    std::vector<RowOutcome> left;
+};
+
+/// Tells the person that nothing was removed, or what was left in place; nothing of a complete run.
+void tell(const RunEnd& end, TextOutput& output);
+
+/// Records one run: what existed before it, and what became of that. One thread at a time.
 class Run {
 public:
     /// The arguments must outlive this object. Throws as prepare() does if a relative report has no
     /// directory.
-    Run(const Options& options, Inventory& inventory, const RunObserver& observer,
-        TextOutput& output);
+    Run(const Options& options, Inventory& inventory, const RunObserver& observer);
 
     /// Writes a report that the run is under way, if a report is wanted. Throws platform::Exception
     /// "QFReportUnwritable", whose reason says why, if that fails.
     void prepare();
 
-    /// Records what exists where. Call it right before the run begins.
-    void begin(RemoveShared removeShared);
+    /// Records what exists where, and returns it. Call it right before the run begins.
+    const std::vector<InventoryRow>& begin(RemoveShared removeShared);
 
-    /// Looks at what became of the items, tells the person what was left in place, writes the
-    /// report, and returns the status. Throws as prepare() does.
-    ExitStatus finish();
+    /// Looks at what became of the items.
+    RunEnd finish();
+
+    /// Writes the report of the run, which has finished, if one is wanted. Throws as prepare()
+    /// does.
+    void writeReport();
 
 private:
-    void tellWhatWasLeft(const std::vector<RowOutcome>& left);
     void write(const std::string& result, const std::vector<RowOutcome>& outcomes);
 
     Inventory& inventory_;
     const RunObserver& observer_;
-    TextOutput& output_;
     std::string report_;
     RemoveShared removeShared_;
     std::vector<InventoryRow> before_;
+    std::vector<RowOutcome> outcomes_;
+    std::string result_ = "cancelled";
     bool hasBegun_ = false;
 };
 

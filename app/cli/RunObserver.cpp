@@ -51,4 +51,13 @@ std::string RunObserver::whyNotMoved(const std::string& path) const {
     return (failure.empty() ? failure : failure + " ") + explanationOf(*right);
 }
 
+std::string RunObserver::lastCause(const std::string& path) const {
+    const auto found = attempts_.find(path);
+    if (found == attempts_.end()) {
+        return {};
+    }
+    const auto& [succeeded, failure, right] = found->second;
+    return right ? explanationOf(*right) : failure;
+}
+
 } // namespace cli

@@ -24,6 +24,10 @@ public:
     /// made.
     std::string whyNotMoved(const std::string& path) const;
 
+    /// Returns the last cause of that: about the administrator's right if that was tried, which is
+    /// the same for many items. Empty if no attempt was made.
+    std::string lastCause(const std::string& path) const;
+
 private:
     /// The results of the attempts to move an item.
     struct Attempts {

@@ -1,15 +1,15 @@
 #include "app/start/ApplicationMain.h"
 
-#include "app/PlanObserver.h"
 #include "app/start/TerminalMain.h"
+#include "app/start/WindowMain.h"
 #include "platform/Services.h"
 #include "platform/SystemInformation.h"
+#include "platform/UserAccount.h"
 #include "platform/foundation/Exception.h"
 #include "platform/foundation/Text.h"
 #include "platform/qt/Identity.h"
 #include "platform/qt/InstanceLock.h"
 #include "platform/qt/StartUpFailure.h"
-#include "platform/qt/WindowedMain.h"
 #include "platform/terminal/Dialogue.h"
 #include "platform/terminal/RunAgain.h"
 #include "platform/terminal/Screen.h"
@@ -22,6 +22,8 @@
 namespace start {
 
 namespace {
+
+constexpr unsigned superuser = 0;
 
 using cli::ExitStatus;
 namespace qt = platform::qt;
@@ -43,6 +45,19 @@ void reportFailure(const std::string& reason) {
     std::_Exit(static_cast<int>(ExitStatus::nobodyToAsk));
 }
 
+/// Refuses to work as the superuser in another account's home, as after `sudo -E`. It would hand
+/// that account's directories to the superuser, and delete job files whose jobs it cannot stop.
+void refuseOtherHome() {
+    auto& account = platform::service<platform::UserAccount>();
+    const auto owner = account.otherOwnerOfHome();
+    if (account.realUserId() == superuser && owner) {
+        throw platform::Exception("QFOtherHome", "the home folder " + account.homeDirectory() +
+                                                     " belongs to " + *owner + ": run this as " +
+                                                     *owner +
+                                                     ", or with sudo -H for root's own items");
+    }
+}
+
 int run(int argc, char** argv, const cli::Options& options, const std::string& interfaceFile,
         Inventory& inventory, const Awake& awake) {
     const qt::InstanceLock lock(qt::applicationName());
@@ -54,13 +69,9 @@ int run(int argc, char** argv, const cli::Options& options, const std::string& i
     if (options.uninstall || options.terminal || canOnlyUseTerminal) {
         return static_cast<int>(terminalMain(options, interfaceFile, inventory, awake));
     }
-    // Windows report nothing of a run. Its thread may still call the observer when this function
-    // returns.
-    static auto& nobody = *new PlanObserver;
-    return qt::windowedMain(
-        argc, argv, interfaceFile,
-        [&awake](platform::Interface& interface) { awake(interface, nobody); },
-        [argv](const std::string& reason) { askOnTerminal(*argv, reason); });
+    return static_cast<int>(
+        windowMain(argc, argv, options, interfaceFile, inventory, awake,
+                   [argv](const std::string& reason) { askOnTerminal(*argv, reason); }));
 }
 
 } // namespace
@@ -76,6 +87,7 @@ int applicationMain(int argc, char** argv, const std::string& interfaceFile, Inv
     }
     const auto& options = std::get<cli::Options>(parsed);
     try {
+        refuseOtherHome();
         return options.list ? static_cast<int>(listMain(options, inventory))
                             : run(argc, argv, options, interfaceFile, inventory, awake);
     } catch (const platform::Exception& exception) {

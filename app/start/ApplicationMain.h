@@ -17,8 +17,8 @@ namespace start {
 /// a run would do, for lists and reports.
 ///
 /// If it cannot begin, one line on standard error says why: the interface file lacks what the
-/// controller needs, another process of the same user runs the application, or there is nobody to
-/// ask. The option --help explains the statuses.
+/// controller needs, another process of the same user runs the application, there is nobody to
+/// ask, or the superuser was given another account's home. The option --help explains the statuses.
 int applicationMain(int argc, char** argv, const std::string& interfaceFile, Inventory& inventory,
                     const Awake& awake);
 

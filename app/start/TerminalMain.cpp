@@ -2,6 +2,8 @@
 
 #include "app/cli/Report.h"
 #include "app/cli/Run.h"
+#include "app/start/Outlets.h"
+#include "app/start/RunFollower.h"
 #include "platform/Services.h"
 #include "platform/foundation/Exception.h"
 #include "platform/terminal/AlertPanel.h"
@@ -18,9 +20,6 @@ namespace terminal = platform::terminal;
 
 namespace {
 
-constexpr const char* mainWindowOutlet = "windowMain";
-constexpr const char* removeSharedOutlet = "removeSharedCheck";
-
 constexpr const char* goesOn = "What has begun goes on to its end.";
 
 /// The implementations of the ports. Threads may still call them after the event loop has ended.
@@ -32,7 +31,7 @@ struct UserInterface {
     terminal::AlertPanels alertPanels{application, dialogue, manner};
     terminal::PasswordQuestion passwordQuestion;
     terminal::LogConsole logConsole;
-    cli::RunObserver observer;
+    RunFollower follower;
 
     explicit UserInterface(const cli::Options& options)
         : manner(options.uninstall ? terminal::Manner::silent : terminal::Manner::asks),
@@ -78,23 +77,22 @@ ExitStatus terminalMain(const cli::Options& options, const std::string& interfac
                         Inventory& inventory, const Awake& awake) {
     static auto& user = *new UserInterface(options);
     ScreenOutput output(user.screen);
-    cli::Run run(options, inventory, user.observer, output);
+    cli::Run run(options, inventory, user.follower);
     run.prepare();
     terminal::Interface interface(interfaceFile, user.application, user.dialogue, user.manner);
     auto& mainWindow = interface.window(mainWindowOutlet);
-    user.application.setMainWindow(&mainWindow);
+    user.application.setWindows({&mainWindow});
     if (options.removeShared) {
         interface.tick(removeSharedOutlet);
     }
-    interface.onConfirmation([&] {
-        const bool goes =
-            interface.checkBox(removeSharedOutlet).state() == platform::CheckBoxState::on;
-        run.begin(goes ? RemoveShared::yes : RemoveShared::no);
-    });
-    awake(interface, user.observer);
+    user.follower.follow(run, interface);
+    awake(interface, user.follower);
     mainWindow.makeKeyAndOrderFront();
     user.application.run();
-    return run.finish();
+    const auto end = run.finish();
+    tell(end, output);
+    run.writeReport();
+    return end.status;
 }
 
 } // namespace start

@@ -10,7 +10,8 @@ int main(int argc, char* argv[]) {
                                .version = QF_VERSION,
                                .helper = QF_OWN_HELPER});
     std::unique_ptr<AppController> controller;
-    PlanInventory inventory;
+    // A list that is being made when the program ends still uses it.
+    static PlanInventory inventory;
     return start::applicationMain(
         argc, argv, ":/MainMenu.ui", inventory,
         [&controller](platform::Interface& interface, PlanObserver& observer) {

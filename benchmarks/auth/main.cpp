@@ -22,7 +22,8 @@ constexpr AuthorizationFlags withUser = kAuthorizationFlagInteractionAllowed +
 
 bool runTool(native::AuthorizationServices& services, AuthorizationRef ref,
              const std::string& path) {
-    const auto tool = services.executeWithPrivileges(ref, path, kAuthorizationFlagDefaults, {});
+    const auto tool =
+        services.executeWithPrivileges(ref, path, kAuthorizationFlagDefaults, {}, std::nullopt);
     if (!tool) {
         return false;
     }

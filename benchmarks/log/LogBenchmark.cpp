@@ -7,6 +7,7 @@
 #include "platform/foundation/Date.h"
 #include "platform/linux/files/LogFiles.h"
 #include "platform/linux/plist/PropertyLists.h"
+#include "platform/linux/system/Clock.h"
 #include "platform/linux/system/Console.h"
 #include "platform/linux/system/SystemInformation.h"
 #include "util/log/QFLog.h"
@@ -224,6 +225,7 @@ class Account : public platform::UserAccount {
 public:
     unsigned realUserId() override { return 1000; }
     std::string homeDirectory() override { return "/"; }
+    std::optional<std::string> otherOwnerOfHome() override { return {}; }
     std::string loginName() override { return "bench"; }
     std::string temporaryDirectory() override { return "/tmp"; }
     std::optional<std::string> cacheDirectory() override { return {}; }
@@ -259,7 +261,7 @@ public:
     explicit CountedLogFiles(std::string directory) : directory_(std::move(directory)) {}
 
     /// Called while the logs are locked.
-    platform::Result<void> removeItem(const std::string& path) override {
+    platform::Result<void> removeLog(const std::string& path) override {
         auto name = directory_ + "/XXXXXX";
         ::close(::mkstemp(name.data()));
         std::filesystem::rename(path, name);
@@ -405,8 +407,10 @@ int main() {
         return 1;
     }
     // Never destroyed: the log's thread may use them until the process ends.
+    static auto& clock = *new platform::native::Clock;
     static auto& console = *new platform::native::Console;
     static auto& files = *new platform::native::LogFiles;
+    platform::install<platform::Clock>(clock);
     platform::install<platform::Console>(console);
     platform::install<platform::LogFiles>(files);
 

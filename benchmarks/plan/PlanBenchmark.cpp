@@ -54,6 +54,7 @@ class TimedLauncher : public platform::ProcessLauncher {
 public:
     explicit TimedLauncher(platform::ProcessLauncher& launcher) : launcher_(launcher) {}
 
+    bool canLaunch(const std::string& path) override { return launcher_.canLaunch(path); }
     std::shared_ptr<platform::Pipe> makePipe() override { return launcher_.makePipe(); }
     std::vector<std::shared_ptr<platform::Pipe>> makePipes(std::size_t count) override {
         return launcher_.makePipes(count);

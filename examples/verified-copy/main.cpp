@@ -14,6 +14,7 @@
 #include <filesystem>
 #include <iostream>
 #include <map>
+#include <string_view>
 #include <system_error>
 
 namespace {
@@ -37,6 +38,7 @@ struct Options {
     std::string source;
     std::vector<std::string> destinations;
     VerificationType verification = VerificationType::sha256;
+    bool fromMedium = false;
     bool quiet = false;
 };
 
@@ -56,6 +58,8 @@ void describe(CLI::App& parser, Options& options) {
                     "compare what was written by none, md5, sha1, sha256 (as without this option) "
                     "or sha512")
         ->transform(CLI::CheckedTransformer(types, CLI::ignore_case).description(""));
+    parser.add_flag("--from-medium", options.fromMedium,
+                    "then read every copy again, from its medium");
     parser.add_flag("--quiet", options.quiet, "show no progress");
 }
 
@@ -74,7 +78,6 @@ struct Observation {
     std::shared_ptr<ProgressLine> progress;
     Value sourceDigest;
     Value digests;
-    std::vector<std::string> failed;
 };
 
 std::shared_ptr<FileCopyDelegate> delegateFor(Observation& observation) {
@@ -83,9 +86,6 @@ std::shared_ptr<FileCopyDelegate> delegateFor(Observation& observation) {
         line->report(bytes);
     };
     delegate->fileCopyShouldContinue = [](const auto&) { return !interrupted; };
-    delegate->fileCopyVerificationFailed = [&observation](const auto&, const auto& file) {
-        observation.failed.push_back(file);
-    };
     delegate->fileCopyFinished = [&observation](const auto& settings) {
         observation.sourceDigest = (*settings)["sourceChecksum"];
         observation.digests = (*settings)["destChecksums"];
@@ -111,19 +111,35 @@ void printDigests(const std::string& source, const std::vector<std::string>& cop
     }
 }
 
-int reportOutcome(bool succeeded, const std::vector<std::string>& copies,
-                  const Observation& observation) {
-    if (!succeeded && interrupted) {
+/// Returns what is wrong with a copy; empty if nothing is, or all copies are incomplete.
+std::string_view fault(FileCopyOutcome outcome) {
+    switch (outcome) {
+    case FileCopyOutcome::notWritten:
+    case FileCopyOutcome::different:
+        return " is NOT what was read from the source.\n";
+    case FileCopyOutcome::notSynced:
+        return " is NOT whole on its medium.\n";
+    default:
+        return "";
+    }
+}
+
+int reportOutcome(const FileCopyResult& result, const std::vector<std::string>& copies) {
+    if (!result.succeeded && interrupted) {
         std::cerr << "Cancelled. What there is of these copies is incomplete:\n";
         for (const auto& copy : copies) {
             std::cerr << "  " << copy << '\n';
         }
         return cancelledStatus;
     }
-    for (const auto& file : observation.failed) {
-        std::cerr << file << " is NOT what was read from the source.\n";
+    bool isGood = result.succeeded;
+    for (std::size_t number = 0; number < copies.size(); ++number) {
+        if (const auto what = fault(result.outcomes[number]); !what.empty()) {
+            std::cerr << copies[number] << what;
+            isGood = false;
+        }
     }
-    return succeeded && observation.failed.empty() ? EXIT_SUCCESS : EXIT_FAILURE;
+    return isGood ? EXIT_SUCCESS : EXIT_FAILURE;
 }
 
 int copy(const Options& options) {
@@ -132,13 +148,16 @@ int copy(const Options& options) {
     std::error_code unknown;
     const auto size = fs::file_size(source, unknown);
     Observation observation{std::make_shared<ProgressLine>(unknown ? 0 : size, options.quiet)};
-    const bool succeeded = QFFileManager::copyFileWithProgress(source, copies, options.verification,
-                                                               delegateFor(observation), {}, {});
+    const auto result = QFFileManager::copyFileWithResult(
+        source, copies,
+        {.verificationType = options.verification,
+         .fromMedium = options.fromMedium ? FromMedium::yes : FromMedium::no},
+        delegateFor(observation), {}, {});
     observation.progress->end();
-    if (succeeded) {
+    if (result.succeeded) {
         printDigests(source, copies, observation);
     }
-    return reportOutcome(succeeded, copies, observation);
+    return reportOutcome(result, copies);
 }
 
 } // namespace

@@ -5,6 +5,15 @@
 
 namespace platform {
 
+/// A type whose values count seconds: any number, but no truth value and no character, which would
+/// choose a member with a time-out by mistake.
+template <class Type>
+concept NumberOfSeconds = std::floating_point<Type> ||
+    (std::integral<Type> && !std::same_as<Type, bool> && !std::same_as<Type, char> &&
+     !std::same_as<Type, signed char> && !std::same_as<Type, unsigned char> &&
+     !std::same_as<Type, wchar_t> && !std::same_as<Type, char8_t> &&
+     !std::same_as<Type, char16_t> && !std::same_as<Type, char32_t>);
+
 /// The longest time that an operation may take: a number of seconds, of which only the whole ones
 /// count.
 class Timeout {
@@ -13,8 +22,7 @@ public:
     static constexpr std::chrono::seconds longest{1'000'000'000};
 
     /// Makes a time-out of that many seconds.
-    template <class Number>
-    requires std::integral<Number> || std::floating_point<Number>
+    template <NumberOfSeconds Number>
     constexpr Timeout(Number seconds) : seconds_(static_cast<double>(seconds)) {}
 
     /// Makes a time-out of that duration.

@@ -15,8 +15,8 @@
 #include "platform/linux/process/Environment.h"
 #include "platform/linux/process/ProcessCopies.h"
 #include "platform/linux/process/ProcessLauncher.h"
+#include "platform/linux/system/Clock.h"
 #include "platform/linux/system/Console.h"
-#include "platform/linux/system/LocalTime.h"
 #include "platform/linux/system/Preferences.h"
 #include "platform/linux/system/SearchPaths.h"
 #include "platform/linux/system/SystemInformation.h"
@@ -46,6 +46,7 @@ struct LinuxServices {
     }
 
     native::Console console;
+    native::Clock clock;
     native::SystemInformation systemInformation;
     std::string identifier;
     native::LogFiles logFiles;
@@ -61,10 +62,10 @@ struct LinuxServices {
     native::ProcessLauncher processLauncher;
     native::Workspace workspace{userAccount, searchPaths, propertyLists};
     native::AuthorizationServices authorizationServices;
-    native::LocalTime localTime;
 
     void install() {
         platform::install<Console>(console);
+        platform::install<Clock>(clock);
         platform::install<SystemInformation>(systemInformation);
         platform::install<LogFiles>(logFiles);
         platform::install<ProcessCopies>(processCopies);
@@ -79,7 +80,6 @@ struct LinuxServices {
         platform::install<ProcessLauncher>(processLauncher);
         platform::install<Workspace>(workspace);
         platform::install<AuthorizationServices>(authorizationServices);
-        platform::install<LocalTime>(localTime);
     }
 };
 

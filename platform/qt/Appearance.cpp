@@ -1,10 +1,13 @@
 #include "platform/qt/Appearance.h"
 
 #include <QApplication>
+#include <QCheckBox>
 #include <QGraphicsOpacityEffect>
 #include <QIcon>
 #include <QLabel>
-#include <QStyle>
+#include <QPainter>
+#include <QProxyStyle>
+#include <QStyleOption>
 
 namespace platform::qt {
 
@@ -13,6 +16,7 @@ namespace {
 constexpr double titleScale = 1.3;
 constexpr double noteScale = 0.9;
 constexpr double noteOpacity = 0.7;
+constexpr float outlineOpacity = 0.5;
 constexpr int iconSize = 64;
 
 void setFont(QLabel& label, double scale, QFont::Weight weight) {
@@ -26,7 +30,33 @@ void setFont(QLabel& label, double scale, QFont::Weight weight) {
     label.setFont(font);
 }
 
+/// Qt's own style, with outlined boxes.
+class OutlinedStyle : public QProxyStyle {
+public:
+    OutlinedStyle() : QProxyStyle(QStringLiteral("fusion")) {}
+
+    void drawPrimitive(PrimitiveElement element, const QStyleOption* option, QPainter* painter,
+                       const QWidget* widget) const override {
+        QProxyStyle::drawPrimitive(element, option, painter, widget);
+        if (element == PE_IndicatorCheckBox) {
+            auto colour = option->palette.color(QPalette::WindowText);
+            colour.setAlphaF(outlineOpacity);
+            painter->setPen(colour);
+            painter->setBrush(Qt::NoBrush);
+            painter->drawRect(option->rect.adjusted(0, 0, -1, -1));
+        }
+    }
+};
+
 } // namespace
+
+void outline(QCheckBox& box) {
+    if (box.style()->name() == QStringLiteral("fusion")) {
+        auto* style = new OutlinedStyle;
+        style->setParent(&box);
+        box.setStyle(style);
+    }
+}
 
 void styleAsTitle(QLabel& label) {
     setFont(label, titleScale, QFont::Bold);

@@ -104,6 +104,9 @@ void Interface::adopt(std::unique_ptr<QWidget> window) {
     }
     window->setWindowFlags(flags);
     styleLabels(*window);
+    for (auto* box : window->findChildren<QCheckBox*>()) {
+        outline(*box);
+    }
     connectButtons(*window);
     windows_[window->objectName().toStdString()] =
         std::make_unique<Window>(*window, std::move(close));
@@ -155,12 +158,26 @@ Widget& Interface::outlet(const std::string& name) const {
     throwOutletMissing(name);
 }
 
+std::vector<platform::Window*> Interface::windowsFrom(platform::Window& first) const {
+    std::vector<platform::Window*> windows{&first};
+    for (const auto& [name, window] : windows_) {
+        if (window.get() != &first) {
+            windows.push_back(window.get());
+        }
+    }
+    return windows;
+}
+
 CheckBox& Interface::checkBox(const std::string& name) {
     return made(checkBoxes_, name, outlet<QCheckBox>(name));
 }
 
 ProgressIndicator& Interface::progressIndicator(const std::string& name) {
     return made(progressIndicators_, name, outlet<QProgressBar>(name));
+}
+
+Label& Interface::label(const std::string& name) {
+    return made(labels_, name, outlet<QLabel>(name));
 }
 
 void Interface::setAction(const std::string& name, std::function<void()> perform) {

@@ -38,7 +38,11 @@ public:
     Window& window(const std::string& name) override;
     CheckBox& checkBox(const std::string& name) override;
     ProgressIndicator& progressIndicator(const std::string& name) override;
+    Label& label(const std::string& name) override;
     void setAction(const std::string& name, std::function<void()> perform) override;
+
+    /// Returns all windows, this one first.
+    std::vector<platform::Window*> windowsFrom(platform::Window& first) const;
 
 private:
     void adopt(std::unique_ptr<QWidget> window);
@@ -52,6 +56,7 @@ private:
     std::map<std::string, std::unique_ptr<Window>> windows_;
     std::map<std::string, std::unique_ptr<CheckBox>> checkBoxes_;
     std::map<std::string, std::unique_ptr<ProgressIndicator>> progressIndicators_;
+    std::map<std::string, std::unique_ptr<Label>> labels_;
     std::map<std::string, std::function<void()>> actions_;
 };
 

@@ -59,18 +59,19 @@ Application& installUserInterface() {
 
 int windowedMain(int argc, char** argv, const std::string& interfaceFile,
                  const std::function<void(platform::Interface&)>& awake,
-                 const WithoutDisplay& withoutDisplay) {
+                 const std::function<int()>& finished, const WithoutDisplay& withoutDisplay) {
     auto messages = std::make_unique<StartUpMessages>(withoutDisplay);
     const auto qtApplication = makeQtApplication(argc, argv);
     auto& application = installUserInterface();
     try {
         Interface interface(QString::fromStdString(interfaceFile));
         auto& mainWindow = interface.window(mainWindowOutlet);
-        application.setMainWindow(&mainWindow);
+        application.setWindows(interface.windowsFrom(mainWindow));
         awake(interface);
         messages.reset();
         mainWindow.makeKeyAndOrderFront();
-        return application.run();
+        application.run();
+        return finished();
     } catch (const Exception&) {
         application.end();
         throw;
@@ -89,9 +90,9 @@ int runWindows(int argc, char** argv, const std::string& interfaceFile,
     if (lock.isHeldByAnother()) {
         throw Exception(exception_name::alreadyRunning, "it is already running");
     }
-    return qt::windowedMain(argc, argv, interfaceFile, awake, [](const std::string& reason) {
-        qt::reportStartUpFailure("no display: " + reason);
-    });
+    return qt::windowedMain(
+        argc, argv, interfaceFile, awake, [] { return EXIT_SUCCESS; },
+        [](const std::string& reason) { qt::reportStartUpFailure("no display: " + reason); });
 }
 
 } // namespace

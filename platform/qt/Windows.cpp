@@ -1,10 +1,12 @@
 #include "platform/qt/Windows.h"
 
 #include "platform/qt/Placement.h"
+#include "platform/qt/PlainText.h"
 
 #include <QCheckBox>
 #include <QDialog>
 #include <QKeyEvent>
+#include <QLabel>
 #include <QProgressBar>
 #include <QWidget>
 
@@ -79,6 +81,13 @@ CheckBox::CheckBox(QCheckBox& widget) : state_(checkBoxState(widget.checkState()
     QObject::connect(&widget, stateChanged, &widget, [this, &widget] {
         state_.store(checkBoxState(widget.checkState()), std::memory_order_relaxed);
     });
+}
+
+void Label::setText(const std::string& text) {
+    const auto whole = plaintext::fromUtf8(text).simplified();
+    widget_.setTextFormat(Qt::PlainText);
+    widget_.setText(widget_.fontMetrics().elidedText(whole, Qt::ElideMiddle, widget_.width()));
+    widget_.setAccessibleName(whole);
 }
 
 ProgressIndicator::ProgressIndicator(QProgressBar& widget) : widget_(widget) {

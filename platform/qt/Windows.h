@@ -8,6 +8,7 @@
 
 class QCheckBox;
 class QEvent;
+class QLabel;
 class QProgressBar;
 class QWidget;
 
@@ -42,6 +43,16 @@ public:
 
 private:
     std::atomic<platform::CheckBoxState> state_;
+};
+
+/// A text that is shortened in its middle to the width that it has.
+class Label final : public platform::Label {
+public:
+    explicit Label(QLabel& widget) : widget_(widget) {}
+    void setText(const std::string& text) override;
+
+private:
+    QLabel& widget_;
 };
 
 /// A bar that does not move until its animation is started.

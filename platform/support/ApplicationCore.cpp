@@ -2,6 +2,7 @@
 
 #include "platform/Windows.h"
 
+#include <algorithm>
 #include <condition_variable>
 #include <cstdio>
 #include <cstdlib>
@@ -102,7 +103,7 @@ void ApplicationCore::dropWork() {
     const std::lock_guard lock(mutex_);
     isOpen_ = false;
     dropped = std::exchange(jobs_, {});
-    mainWindow_ = nullptr;
+    windows_.clear();
 }
 
 void ApplicationCore::handleNextEvent(std::chrono::milliseconds deadline) {
@@ -137,7 +138,8 @@ void ApplicationCore::runTerminationObservers() {
 }
 
 Window* ApplicationCore::mainWindow() {
-    return mainWindow_ != nullptr && mainWindow_->isVisible() ? mainWindow_ : nullptr;
+    const auto found = std::ranges::find_if(windows_, &Window::isVisible);
+    return found == windows_.end() ? nullptr : *found;
 }
 
 int ApplicationCore::addTerminationObserver(std::function<void()> observer) {

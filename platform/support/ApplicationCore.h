@@ -9,6 +9,8 @@
 #include <memory>
 #include <mutex>
 #include <thread>
+#include <utility>
+#include <vector>
 
 namespace platform {
 
@@ -24,8 +26,9 @@ public:
     ApplicationCore(ApplicationCore&&) = delete;
     ApplicationCore& operator=(ApplicationCore&&) = delete;
 
-    /// Sets the window that mainWindow() is about, null for none. Main thread only.
-    void setMainWindow(Window* window) { mainWindow_ = window; }
+    /// Sets the windows of which mainWindow() returns the first that is on the screen. Main thread
+    /// only.
+    void setWindows(std::vector<Window*> windows) { windows_ = std::move(windows); }
 
     bool isMainThread() final;
     void performOnMainThread(std::function<void()> work, Wait wait) final;
@@ -66,7 +69,7 @@ private:
     void enqueue(std::shared_ptr<Job> job);
 
     const std::thread::id mainThread_;
-    Window* mainWindow_ = nullptr;
+    std::vector<Window*> windows_;
     int pumps_ = 0;
     bool terminated_ = false;
 

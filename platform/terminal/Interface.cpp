@@ -82,7 +82,14 @@ void ProgressIndicator::stopAnimation() {
 
 void ProgressIndicator::draw() {
     if (!dialogue_.isAsking()) {
-        dialogue_.screen().setStatus(bar(step_++) + " " + text_);
+        dialogue_.screen().setStatus(bar(step_++) + " " + text_ +
+                                     (detail_.empty() ? "" : " " + detail_));
+    }
+}
+
+void Label::setText(const std::string& text) {
+    if (progress_ != nullptr) {
+        progress_->setDetail(text);
     }
 }
 
@@ -95,7 +102,7 @@ void Window::makeKeyAndOrderFront() {
     if (interface_.manner() == Manner::asks) {
         showFrom(0);
     } else if (const auto* button = confirmingButton()) {
-        interface_.performConfirmed(button->action);
+        interface_.perform(button->action);
     }
 }
 
@@ -164,20 +171,23 @@ void Window::confirm() {
                [this, button](std::optional<bool> answer) {
                    if (answer.value_or(false)) {
                        interface_.dialogue().screen().gap();
-                       interface_.performConfirmed(button->action);
+                       interface_.perform(button->action);
                    } else {
                        interface_.perform(description_.closeAction);
                    }
                });
 }
 
-/// Returns the button that does something other than closing the window.
+/// Returns the last button that does something other than closing the window: the one at the right
+/// end on a desktop.
 const Control* Window::confirmingButton() const {
-    const auto found = std::ranges::find_if(description_.controls, [this](const Control& control) {
-        return control.kind == Control::Kind::button && !control.action.empty() &&
-               control.action != description_.closeAction;
-    });
-    return found == description_.controls.end() ? nullptr : &*found;
+    const auto& controls = description_.controls;
+    const auto found =
+        std::find_if(controls.rbegin(), controls.rend(), [this](const Control& control) {
+            return control.kind == Control::Kind::button && !control.action.empty() &&
+                   control.action != description_.closeAction;
+        });
+    return found == controls.rend() ? nullptr : &*found;
 }
 
 // ---- The interface -----------------------------------------------------------------------------
@@ -243,6 +253,17 @@ ProgressIndicator& Interface::progressIndicator(const std::string& name) {
     return *indicator;
 }
 
+Label& Interface::label(const std::string& name) {
+    const auto& controls = windowWith(name, Control::Kind::label).description().controls;
+    auto& label = labels_[name];
+    if (!label) {
+        const auto bar = std::ranges::find(controls, Control::Kind::progressBar, &Control::kind);
+        label = std::make_unique<Label>(bar == controls.end() ? nullptr
+                                                              : &progressIndicator(bar->name));
+    }
+    return *label;
+}
+
 void Interface::setAction(const std::string& name, std::function<void()> perform) {
     const auto found = actions_.find(name);
     if (found == actions_.end()) {
@@ -262,13 +283,6 @@ void Interface::perform(const std::string& action) noexcept {
     if (const auto performer = actions_.at(action)) {
         performer();
     }
-}
-
-void Interface::performConfirmed(const std::string& action) noexcept {
-    if (confirmed_) {
-        confirmed_();
-    }
-    perform(action);
 }
 
 } // namespace platform::terminal

@@ -43,13 +43,27 @@ public:
     void startAnimation() override;
     void stopAnimation();
 
+    /// Shows this text after the first one.
+    void setDetail(std::string detail) { detail_ = std::move(detail); }
+
 private:
     void draw();
 
     const std::string text_;
+    std::string detail_;
     Dialogue& dialogue_;
     Application& application_;
     int step_ = 0;
+};
+
+/// A text beside the progress line of its window, if that has one.
+class Label final : public platform::Label {
+public:
+    explicit Label(ProgressIndicator* progress) : progress_(progress) {}
+    void setText(const std::string& text) override;
+
+private:
+    ProgressIndicator* const progress_;
 };
 
 /// A window: its texts one after another, a question for each checkbox, and one to confirm what its
@@ -92,19 +106,15 @@ public:
     Window& window(const std::string& name) override;
     CheckBox& checkBox(const std::string& name) override;
     ProgressIndicator& progressIndicator(const std::string& name) override;
+    Label& label(const std::string& name) override;
     void setAction(const std::string& name, std::function<void()> perform) override;
 
     /// Ticks a checkbox beforehand, so that it is not asked about.
     void tick(const std::string& name);
     bool isTicked(const std::string& name) const { return ticked_.contains(name); }
 
-    /// Sets the function to call when the user has confirmed what a window's button does, before it
-    /// is done.
-    void onConfirmation(std::function<void()> confirmed) { confirmed_ = std::move(confirmed); }
-
     /// Used by the windows.
     void perform(const std::string& action) noexcept;
-    void performConfirmed(const std::string& action) noexcept;
     Dialogue& dialogue() { return dialogue_; }
     Manner manner() const { return manner_; }
 
@@ -117,9 +127,9 @@ private:
     std::map<std::string, std::unique_ptr<Window>> windows_;
     std::map<std::string, std::unique_ptr<CheckBox>> checkBoxes_;
     std::map<std::string, std::unique_ptr<ProgressIndicator>> progressIndicators_;
+    std::map<std::string, std::unique_ptr<Label>> labels_;
     std::map<std::string, std::function<void()>> actions_;
     std::set<std::string> ticked_;
-    std::function<void()> confirmed_;
 };
 
 /// The answer that an empty line means.

@@ -100,6 +100,9 @@ public:
         require(name);
         return bar;
     }
+    platform::Label& label(const std::string& name) override {
+        throw platform::Exception("QFOutletMissing", name);
+    }
     void setAction(const std::string& name, std::function<void()> perform) override {
         require(name);
         actions[name] = std::move(perform);

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "platform/foundation/Exception.h"
 #include "tests/support/FileSystemDoubles.h"
 
+#include <exception>
 #include <map>
 #include <optional>
 #include <string>
@@ -13,12 +13,13 @@ class KnowingWorkspace : public RecordingWorkspace {
 public:
     std::map<std::string, std::string> applications;
     std::vector<std::string> lookups;
-    std::optional<platform::Exception> failure;
+    /// Thrown by every lookup, if any.
+    std::exception_ptr failure;
 
     std::optional<std::string> applicationPath(const std::string& bundleIdentifier) override {
         lookups.push_back(bundleIdentifier);
         if (failure) {
-            throw platform::Exception(*failure);
+            std::rethrow_exception(failure);
         }
         const auto found = applications.find(bundleIdentifier);
         return found == applications.end() ? std::nullopt : std::optional(found->second);

@@ -161,7 +161,8 @@ TEST_F(PlanInventoryTest, MeasuresNothingUnlessAsked) {
 }
 
 TEST_F(PlanInventoryTest, GoesOnAfterALookUpThatFails) {
-    desktop.failure = platform::Exception("NSInternalException", "the desktop is gone");
+    desktop.failure =
+        std::make_exception_ptr(platform::Exception("NSInternalException", "the desktop is gone"));
     disk.files = {agentFile};
 
     EXPECT_EQ(take().size(), uninstallPlan(RemoveShared::no).size());

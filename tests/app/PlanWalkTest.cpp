@@ -7,7 +7,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <exception>
 #include <map>
+#include <new>
 
 namespace {
 
@@ -123,6 +125,7 @@ public:
         results[path] = result;
     }
     void rowEnded(const PlanRow& row) override { events.push_back("end " + row.subject); }
+    void walkEnded() override { events.push_back("end"); }
 };
 
 TEST_F(PlanWalk, TellsOfRowsAndItemsInTheirOrder) {
@@ -136,7 +139,7 @@ TEST_F(PlanWalk, TellsOfRowsAndItemsInTheirOrder) {
     EXPECT_EQ(observer.events,
               (Lines{"begin /Library", "try /Library/Receipts/Install Kelvane 1.pkg",
                      "tried /Library/Receipts/Install Kelvane 1.pkg", "end /Library",
-                     "begin com.quillfen.Ospenth", "end com.quillfen.Ospenth"}));
+                     "begin com.quillfen.Ospenth", "end com.quillfen.Ospenth", "end"}));
 }
 
 TEST_F(PlanWalk, MakesWhatItTrashedDurableOnce) {
@@ -167,16 +170,19 @@ TEST_F(PlanWalk, TellsAnItemsOwnResult) {
 }
 
 TEST_F(PlanWalk, EndsARowThatAnExceptionEnded) {
-    desktop.failure = platform::Exception("NSInternalException", "the desktop is gone");
+    desktop.failure =
+        std::make_exception_ptr(platform::Exception("NSInternalException", "the desktop is gone"));
     RecordingObserver observer;
 
     walkUninstallPlan({{PlanAction::trashBundle, "com.quillfen.Ospenth", {}}}, observer);
 
-    EXPECT_EQ(observer.events, (Lines{"begin com.quillfen.Ospenth", "end com.quillfen.Ospenth"}));
+    EXPECT_EQ(observer.events,
+              (Lines{"begin com.quillfen.Ospenth", "end com.quillfen.Ospenth", "end"}));
 }
 
 TEST_F(PlanWalk, LogsAnExceptionThatARowLetsOutAndGoesOn) {
-    desktop.failure = platform::Exception("NSInternalException", "the desktop is gone");
+    desktop.failure =
+        std::make_exception_ptr(platform::Exception("NSInternalException", "the desktop is gone"));
     fileSystem.files = {"/x/b"};
 
     walk({{PlanAction::trashBundle, "com.quillfen.Ospenth", {}}, {PlanAction::trash, "/x/b", {}}});
@@ -184,6 +190,36 @@ TEST_F(PlanWalk, LogsAnExceptionThatARowLetsOutAndGoesOn) {
     EXPECT_EQ(loggedLines(), Lines{"Exception in walkUninstallPlan. NSInternalException - the "
                                    "desktop is gone."});
     EXPECT_EQ(recycledItems(), Lines{"/x/b"});
+}
+
+TEST_F(PlanWalk, LogsAnyExceptionThatARowLetsOutAndGoesOn) {
+    desktop.failure = std::make_exception_ptr(std::bad_alloc());
+    fileSystem.files = {"/x/b"};
+
+    walk({{PlanAction::trashBundle, "com.quillfen.Ospenth", {}}, {PlanAction::trash, "/x/b", {}}});
+
+    EXPECT_EQ(loggedLines(),
+              Lines{"Exception in walkUninstallPlan. NSGenericException - std::bad_alloc."});
+    EXPECT_EQ(recycledItems(), Lines{"/x/b"});
+}
+
+TEST_F(PlanWalk, TrashesTheOtherReceiptsAfterOneThatThrows) {
+    fileSystem.directories["/Library/Receipts"] =
+        Lines{"Install Kelvane 1.pkg", "Install Kelvane 2.pkg"};
+    fileSystem.files = {"/Library/Receipts/Install Kelvane 1.pkg",
+                        "/Library/Receipts/Install Kelvane 2.pkg"};
+    /// Throws at the first item.
+    class ThrowingObserver : public PlanObserver {
+        void itemBegan(const std::string& path) override {
+            if (path.ends_with("1.pkg")) {
+                throw std::bad_alloc();
+            }
+        }
+    } observer;
+
+    walkUninstallPlan({{PlanAction::trashMatching, "/Library", {"Install Kelvane "}}}, observer);
+
+    EXPECT_EQ(recycledItems(), Lines{"/Library/Receipts/Install Kelvane 2.pkg"});
 }
 
 /// A machine where every item of the plan exists.

@@ -1,7 +1,6 @@
 #include "app/UninstallPlan.h"
 
-#include "platform/Services.h"
-#include "tests/support/PortDoubles.h"
+#include "tests/support/StandardLocations.h"
 
 #include <gtest/gtest.h>
 
@@ -14,26 +13,7 @@ using platform::DirectoryKind;
 using platform::DomainMask;
 
 /// The plan of a user whose home is /home/someone.
-class UninstallPlan : public testing::Test {
-protected:
-    UninstallPlan() {
-        searchPaths_.lists = {
-            {{DirectoryKind::application, DomainMask::local}, {"/Applications"}},
-            {{DirectoryKind::library, DomainMask::local}, {"/Library"}},
-            {{DirectoryKind::library, DomainMask::user}, {"/home/someone/Library"}},
-            {{DirectoryKind::applicationSupport, DomainMask::user},
-             {"/home/someone/Library/Application Support"}},
-            {{DirectoryKind::caches, DomainMask::user}, {"/home/someone/Library/Caches"}},
-        };
-    }
-
-    FakeAccount account_;
-    FakeSearchPaths searchPaths_;
-
-private:
-    platform::ScopedService<platform::UserAccount> accountService_{account_};
-    platform::ScopedService<platform::SearchPaths> searchPathsService_{searchPaths_};
-};
+class UninstallPlan : public StandardLocations {};
 
 std::ptrdiff_t count(const std::vector<PlanRow>& rows, PlanAction action) {
     return std::ranges::count(rows, action, &PlanRow::action);
@@ -212,15 +192,15 @@ TEST_F(UninstallPlan, FusesTwoNamesSoThatNeitherApplicationIsStopped) {
 }
 
 TEST_F(UninstallPlan, LeavesOutRowsWhoseLocationTheSystemDoesNotHave) {
-    searchPaths_.lists.erase({DirectoryKind::caches, DomainMask::user});
+    searchPaths.lists.erase({DirectoryKind::caches, DomainMask::user});
 
     EXPECT_EQ(everything.size() - uninstallPlan(RemoveShared::yes).size(), 14U);
 }
 
 TEST_F(UninstallPlan, PutsTheUserDomainUnderTheHomeDirectoryForTheSuperuser) {
-    account_.userId = 0;
-    account_.home = "/root";
-    searchPaths_.lists[{DirectoryKind::caches, DomainMask::user}] = {"/var/root/Library/Caches"};
+    account.userId = 0;
+    account.home = "/root";
+    searchPaths.lists[{DirectoryKind::caches, DomainMask::user}] = {"/var/root/Library/Caches"};
 
     const auto rows = uninstallPlan(RemoveShared::no);
 

@@ -1,8 +1,8 @@
 // A program without windows: what each class answers, one a line.
 
 #include "platform/Clock.h"
-#include "platform/FileSystem.h"
 #include "platform/Preferences.h"
+#include "platform/ProcessLauncher.h"
 #include "platform/Services.h"
 #include "platform/StartUp.h"
 #include "util/alert/QFAlert.h"
@@ -15,6 +15,7 @@
 #include "util/task/QFTaskEx.h"
 
 #include <cstdlib>
+#include <ctime>
 #include <fstream>
 #include <iostream>
 #include <string>
@@ -34,6 +35,7 @@ void tell(const std::string& what, bool answer) {
 class StoppedClock final : public platform::Clock {
 public:
     platform::Date now() override { return platform::Date(); }
+    std::tm localTime(platform::Date /*moment*/) override { return {}; }
 };
 
 void useTasks() {
@@ -62,7 +64,7 @@ void usePorts() {
     preferences.setValue("kept", "preference");
     tell("preference", *preferences.value("kept").as<std::string>());
     tell("stand-in for launchctl",
-         platform::service<platform::FileSystem>().isExecutable("/bin/launchctl"));
+         platform::service<platform::ProcessLauncher>().canLaunch("/bin/launchctl"));
     StoppedClock clock;
     const platform::ScopedService<platform::Clock> stopped(clock);
     QFLog::appendLog("written at the beginning of time");

@@ -88,8 +88,9 @@ private:
     }
 
     void execute(const std::vector<std::string>& words, bool isRead) {
-        const auto output = services_.executeWithPrivileges(
-            ref_, words[1], kAuthorizationFlagDefaults, {words.begin() + 2, words.end()});
+        const auto output =
+            services_.executeWithPrivileges(ref_, words[1], kAuthorizationFlagDefaults,
+                                            {words.begin() + 2, words.end()}, std::nullopt);
         std::cout << statusOf(output);
         if (isRead && output) {
             const std::string text(std::istreambuf_iterator<char>(**output), {});

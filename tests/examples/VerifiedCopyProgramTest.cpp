@@ -121,6 +121,45 @@ TEST_F(VerifiedCopyProgram, TellsOfAMediumThatAltersTheData) {
         << outcome.output << digest.output;
 }
 
+TEST_F(VerifiedCopyProgram, TellsOfAMediumThatTakesNotEverything) {
+    if (QF_SANITIZED) {
+        GTEST_SKIP() << "a sanitizer's own functions take the place of the failing ones";
+    }
+    const auto source = directory.write("source", sizedText(200'000));
+    const auto lost = "QF_LOST=" + (directory / "lost");
+    const auto outcome = copy({source, directory / "good", directory / "lost"}, {},
+                              {preloading(QF_ALTERING_MEDIUM), lost});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_TRUE(contains(outcome.output, (directory / "lost") + " is NOT whole on its medium"))
+        << outcome.output;
+    EXPECT_FALSE(contains(outcome.output, (directory / "good") + " is NOT"));
+    const auto unverified = copy({"--verify", "none", source, directory / "lost"}, {},
+                                 {preloading(QF_ALTERING_MEDIUM), lost});
+    EXPECT_EQ(unverified.status, 0) << unverified.output;
+}
+
+TEST_F(VerifiedCopyProgram, ReadsFromTheMediumOnRequest) {
+    if (QF_SANITIZED) {
+        GTEST_SKIP() << "a sanitizer's own functions take the place of the failing ones";
+    }
+    const auto source = directory.write("source", sizedText(200'000));
+    const auto copyTo = [&](const std::vector<std::string>& options) {
+        auto arguments = options;
+        arguments.insert(arguments.end(), {source, directory / "good", directory / "bad"});
+        return copy(arguments, {},
+                    {preloading(QF_ALTERING_MEDIUM), "QF_DECAYING=" + (directory / "bad")});
+    };
+    EXPECT_EQ(copyTo({}).status, 0);
+    const auto outcome = copyTo({"--from-medium"});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_TRUE(contains(outcome.output, (directory / "bad") + " is NOT what was read"))
+        << outcome.output;
+    EXPECT_FALSE(contains(outcome.output, (directory / "good") + " is NOT"));
+    const auto digest = run({"openssl", "dgst", "-sha256", "-r", directory / "bad"});
+    EXPECT_TRUE(contains(outcome.output, digest.output.substr(0, 64) + "  " + (directory / "bad")))
+        << outcome.output << digest.output;
+}
+
 TEST_F(VerifiedCopyProgram, TellsOfAFullDiskAndServesTheOthers) {
     if (const auto why = whyNoMounts(); !why.empty()) {
         GTEST_SKIP() << why;
@@ -135,6 +174,35 @@ TEST_F(VerifiedCopyProgram, TellsOfAFullDiskAndServesTheOthers) {
     EXPECT_TRUE(contains(outcome.output, disk + "/full is NOT what was read"));
     EXPECT_FALSE(contains(outcome.output, (directory / "good") + " is NOT"));
     EXPECT_EQ(contentOf(directory / "good"), contentOf(source));
+}
+
+TEST_F(VerifiedCopyProgram, TellsOfADiskThatLosesWhatItHasAccepted) {
+    if (const auto why = whyNoMounts(); !why.empty()) {
+        GTEST_SKIP() << why;
+    }
+    const auto probe = run({"sh", "-c", "command -v mkfs.ext4 && losetup -f"});
+    if (probe.status != 0) {
+        GTEST_SKIP() << "no loop device or mkfs.ext4: " << probe.output;
+    }
+    const auto source = directory.write("source", sizedText(32'000'000));
+    const auto memory = directory.makeDirectory("memory");
+    const auto disk = directory.makeDirectory("disk");
+    // A volume of 64 MiB for which there are only 12.
+    auto command = withMountOn(memory, "size=12m");
+    const std::vector<std::string> volume{"sh",
+                                          "-c",
+                                          R"(truncate -s 64M "$1/image" &&
+           mkfs.ext4 -q -O ^has_journal "$1/image" && mount -o loop "$1/image" "$2" &&
+           shift 2 && exec "$@")",
+                                          "sh",
+                                          memory,
+                                          disk};
+    command.insert(command.end(), volume.begin(), volume.end());
+    const auto outcome = copy({source, disk + "/lost", directory / "good"}, command);
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_TRUE(contains(outcome.output, disk + "/lost is NOT whole on its medium"))
+        << outcome.output;
+    EXPECT_FALSE(contains(outcome.output, (directory / "good") + " is NOT"));
 }
 
 TEST_F(VerifiedCopyProgram, AReadOnlyDiskTakesNothing) {

@@ -15,7 +15,10 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
         return 0;
     }
     const std::vector<std::string> arguments(request.arguments.begin(), request.arguments.end());
-    if (request.tool.empty() || encodeRequest(std::string(request.tool), arguments) != message) {
+    const auto content = request.content ? std::optional(std::string(*request.content))
+                                         : std::optional<std::string>();
+    if (request.tool.empty() ||
+        encodeRequest(std::string(request.tool), arguments, content) != message) {
         std::abort();
     }
     return 0;

@@ -62,8 +62,8 @@ def block_after(page: str, heading: str) -> Block:
 
 
 def shown_lines(page: str) -> Iterator[str]:
-    """The lines of the blocks that nothing is printed in, continued ones as one, and what stands in
-    the running text as code."""
+    """The lines of the blocks that show no output, continued ones as one, and the code in the
+    running text."""
     for block in blocks(page):
         if not block.is_dialogue and block.language == "":
             yield from block.text.replace("\\\n", " ").splitlines()
@@ -351,7 +351,7 @@ class Dialogues(unittest.TestCase):
     """The blocks that show what is typed, after "$ ", and below it what that prints."""
 
     def talk(self, page: str) -> int:
-        """Follows each of a page's dialogues in an empty folder; gives how many there are."""
+        """Follows each of a page's dialogues in an empty folder; returns how many there are."""
         dialogues = [block for block in blocks(page) if block.is_dialogue]
         folders = {os.path.dirname(f"{TOOLS}/{path}") for path in STAND_INS.values()}
         variables = {**os.environ, "LC_ALL": "C.UTF-8",

@@ -43,7 +43,7 @@ class WithSuite(unittest.TestCase):
                                       self.suite.processes, moved)
 
     def trash(self, path: str) -> str:
-        """Moves an item to the Trash and gives the path that it has there."""
+        """Moves an item to the Trash and returns its path there."""
         trash = f"{self.home}/.local/share/Trash"
         for folder in ("files", "info"):
             os.makedirs(f"{trash}/{folder}", exist_ok=True)
@@ -57,7 +57,7 @@ class WithSuite(unittest.TestCase):
         return f"{trash}/files/{name}"
 
     def uninstall(self, remove_shared: bool = False, spare: str = "") -> dict[str, str]:
-        """Does what the program has to do; gives the place in the Trash of every item."""
+        """Does what the program has to do; returns the place in the Trash of every item."""
         moved = {}
         for path, step in self.manifest.planned().items():
             if path == spare or step in plan.SHARED_STEPS and not remove_shared:
@@ -191,7 +191,7 @@ class TheCheck(WithSuite):
         manual = f"{self.root}/Library/Documentation/Quillfen/Kelvane User Manual.pdf"
         self.uninstall(spare=manual)
         self.assertEqual([], self.report(run=Run.CUT_SHORT).problems)
-        self.assertEqual([f"{manual}: stands at {[manual]}"],
+        self.assertEqual([f"{manual}: is at {[manual]}"],
                          self.report(run=Run.REPEATED).problems)
 
     def test_lets_a_killed_run_leave_notes_of_what_it_has_not_moved(self) -> None:
@@ -206,11 +206,11 @@ class TheCheck(WithSuite):
         moved = self.uninstall()[cache]
         shutil.copytree(moved, cache)
         for run in (Run.CUT_SHORT, Run.REPEATED):
-            self.assertIn(f"{cache}: stands at {[moved, cache]}", self.report(run=run).problems)
+            self.assertIn(f"{cache}: is at {[moved, cache]}", self.report(run=run).problems)
         shutil.rmtree(cache)
         os.unlink(f"{moved}/fsCachedData/00/000000")
         for run in (Run.CUT_SHORT, Run.REPEATED):
-            self.assertIn(f"{cache}: stands at no place", self.report(run=run).problems)
+            self.assertIn(f"{cache}: is at no place", self.report(run=run).problems)
 
     def test_finds_items_that_moved_although_the_right_was_refused(self) -> None:
         manual = f"{self.root}/Library/Documentation/Quillfen/Kelvane User Manual.pdf"

@@ -35,6 +35,9 @@ std::ostream& operator<<(std::ostream& out, const AuthorizationCall& call) {
     for (const auto& argument : call.arguments) {
         out << " '" << argument << '\'';
     }
+    if (call.content) {
+        out << " content " << *call.content;
+    }
     return out;
 }
 
@@ -77,12 +80,15 @@ platform::AuthorizationResult<std::unique_ptr<std::istream>>
 RecordingAuthorizationServices::executeWithPrivileges(platform::AuthorizationRef ref,
                                                       const std::string& toolPath,
                                                       platform::AuthorizationFlags options,
-                                                      const std::vector<std::string>& arguments) {
+                                                      const std::vector<std::string>& arguments,
+                                                      const std::optional<std::string>& content) {
     calls.push_back({.operation = "execute",
                      .ref = ref,
                      .flags = options,
                      .tool = toolPath,
-                     .arguments = arguments});
+                     .arguments = arguments,
+                     .content = content});
+    beforeTool();
     auto status = executeStatus;
     if (!nextExecuteStatuses.empty()) {
         status = nextExecuteStatuses.front();

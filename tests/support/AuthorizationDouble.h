@@ -4,8 +4,10 @@
 
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <iosfwd>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -18,6 +20,7 @@ struct AuthorizationCall {
     platform::AuthorizationFlags flags = 0;
     std::string tool;
     std::vector<std::string> arguments;
+    std::optional<std::string> content;
 
     bool operator==(const AuthorizationCall&) const = default;
 };
@@ -37,6 +40,8 @@ public:
     platform::AuthorizationResult<platform::AuthorizationRef> inherited =
         platform::Unexpected(platform::errAuthorizationInternal);
     std::string toolOutput;
+    /// Called before each tool.
+    std::function<void()> beforeTool = [] {};
 
     /// Every call except those of copyPrivilegedReference.
     std::vector<AuthorizationCall> calls;
@@ -65,7 +70,8 @@ public:
     platform::AuthorizationResult<std::unique_ptr<std::istream>>
     executeWithPrivileges(platform::AuthorizationRef ref, const std::string& toolPath,
                           platform::AuthorizationFlags options,
-                          const std::vector<std::string>& arguments) override;
+                          const std::vector<std::string>& arguments,
+                          const std::optional<std::string>& content) override;
 
     /// The tools that were run with their arguments, each as one line.
     std::vector<std::string> tools() const;

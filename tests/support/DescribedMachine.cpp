@@ -1,14 +1,12 @@
 #include "tests/support/DescribedMachine.h"
 
+#include "tests/support/TestClock.h"
 #include "util/auth/QFAuthorization.h"
-
-std::tm StandingClock::now() {
-    return {.tm_sec = 59, .tm_min = 59, .tm_hour = 23, .tm_mday = 31, .tm_mon = 11, .tm_year = 123};
-}
 
 DescribedMachine::DescribedMachine() {
     using platform::DirectoryKind;
     using platform::DomainMask;
+    TestClock::install();
     searchPaths.lists = {
         {{DirectoryKind::application, DomainMask::local}, {"/Applications"}},
         {{DirectoryKind::library, DomainMask::user}, {"/home/someone/Library"}},

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "platform/LocalTime.h"
 #include "platform/Services.h"
 #include "tests/support/AuthorizationDouble.h"
 #include "tests/support/FileSystemDoubles.h"
@@ -12,12 +11,6 @@
 
 #include <string>
 #include <vector>
-
-/// A clock that is stopped at the last second of 2023.
-class StandingClock : public platform::LocalTime {
-public:
-    std::tm now() override;
-};
 
 /// A machine that consists only of doubles, seen by an ordinary user whose home directory is
 /// /home/someone; nothing of the real one is read or changed. Each test has its own authorization
@@ -36,17 +29,15 @@ protected:
     FakeAccount account;
     FakeSearchPaths searchPaths;
     RecordingConsole console;
-    StandingClock clock;
     DescribedFileSystem fileSystem;
     RecordingWorkspace workspace;
-    RecordingProcessLauncher launcher;
+    RecordingProcessLauncher launcher{fileSystem};
     RecordingAuthorizationServices services;
 
 private:
     platform::ScopedService<platform::UserAccount> accountScope_{account};
     platform::ScopedService<platform::SearchPaths> searchPathsScope_{searchPaths};
     platform::ScopedService<platform::Console> consoleScope_{console};
-    platform::ScopedService<platform::LocalTime> clockScope_{clock};
     platform::ScopedService<platform::FileSystem> fileSystemScope_{fileSystem};
     platform::ScopedService<platform::Workspace> workspaceScope_{workspace};
     platform::ScopedService<platform::ProcessLauncher> launcherScope_{launcher};

@@ -28,6 +28,9 @@ struct DescribedFile {
     std::uint64_t readableBytes = unlimited;
     std::uint64_t room = unlimited;
 
+    /// How many more writes write only half.
+    int shortWrites = 0;
+
     /// The system's number for a failing seek, or 0 if it succeeds; and the first position to which
     /// seeking fails.
     int seekError = 0;
@@ -39,8 +42,16 @@ struct DescribedFile {
     /// How the medium changes the bytes written at a position.
     std::function<void(std::uint64_t position, std::string& written)> alter;
 
-    /// Called before each read.
+    /// Called before each read, and before each write at a position.
     std::function<void()> beforeRead;
+    std::function<void(std::uint64_t position)> beforeWrite;
+
+    /// Whether the content can be removed, and whether the medium takes everything.
+    bool empties = true;
+    bool syncs = true;
+
+    /// What the medium makes of the content, which is seen once the system has forgotten it.
+    std::function<void(std::string& content)> keepOnMedium;
 };
 
 /// Files in memory that misbehave as a test describes; other files can be written but not read. Not
@@ -64,13 +75,10 @@ public:
         if (!file.opens || fileIdOf(file) == spared) {
             return nullptr;
         }
-        file.content.clear();
         return open(path);
     }
 
 private:
-    static constexpr int inputOutputError = 5;
-
     static platform::FileId fileIdOf(const DescribedFile& file) {
         return {.volume = 1, .number = reinterpret_cast<std::uintptr_t>(&file)};
     }
@@ -107,9 +115,15 @@ private:
         }
 
         std::size_t write(std::span<const std::byte> bytes) override {
+            if (file_.beforeWrite) {
+                file_.beforeWrite(position_);
+            }
             const auto left = position_ < file_.room ? file_.room - position_ : 0;
-            const auto count =
-                static_cast<std::size_t>(std::min<std::uint64_t>(bytes.size(), left));
+            auto count = static_cast<std::size_t>(std::min<std::uint64_t>(bytes.size(), left));
+            if (file_.shortWrites > 0) {
+                --file_.shortWrites;
+                count /= 2;
+            }
             errorIndicator_ = count < bytes.size() ? 1 : errorIndicator_;
             if (!file_.bottomless && count > 0) {
                 std::string written(reinterpret_cast<const char*>(bytes.data()), count);
@@ -123,20 +137,34 @@ private:
             return count;
         }
 
-        bool seek(std::uint64_t position) override {
+        platform::Result<void, platform::SystemError> seek(std::uint64_t position) override {
             if (file_.seekError != 0 && position >= file_.seekableBytes) {
-                return false;
+                return platform::Unexpected(platform::SystemError{file_.seekError});
             }
             position_ = position;
             isAtEnd_ = false;
-            return true;
+            return {};
         }
 
+        std::uint64_t position() const override { return position_; }
+        bool makeEmpty() override {
+            if (file_.empties) {
+                file_.content.clear();
+            }
+            return file_.empties;
+        }
+        void beginSync() override {}
+        bool sync() override {
+            owner_.events.push_back("sync " + path_);
+            return file_.syncs;
+        }
+        void dropCache() override {
+            if (file_.keepOnMedium) {
+                file_.keepOnMedium(file_.content);
+            }
+        }
         bool isAtEnd() const override { return isAtEnd_; }
         int errorIndicator() const override { return errorIndicator_; }
-        int systemError() const override {
-            return file_.seekError != 0 ? file_.seekError : inputOutputError;
-        }
         platform::FileId identity() const override { return fileIdOf(file_); }
 
     private:

@@ -26,10 +26,6 @@ bool DescribedFileSystem::isDirectory(const std::string& path) {
     return directories.contains(path);
 }
 
-bool DescribedFileSystem::isExecutable(const std::string& path) {
-    return tools.contains(path) || standIns.contains(path);
-}
-
 bool DescribedFileSystem::isWritable(const std::string& path) {
     return exists(path) && !readOnly.contains(path);
 }
@@ -116,14 +112,14 @@ platform::Result<void> DescribedFileSystem::writeAtomically(const std::string& p
 }
 
 platform::Result<void> DescribedFileSystem::setModificationDate(const std::string& path,
-                                                                platform::Date date) {
-    modificationDates[path] = date;
+                                                                platform::FileDate date) {
+    modificationDates[path] = date.nearestDate();
     return change("date", path);
 }
 
 platform::Result<void> DescribedFileSystem::setCreationDate(const std::string& path,
-                                                            platform::Date date) {
-    creationDates[path] = date;
+                                                            platform::FileDate date) {
+    creationDates[path] = date.nearestDate();
     return change("creation date", path);
 }
 

@@ -20,8 +20,6 @@ public:
     std::set<std::string> tools{"/bin/rm",         "/bin/mv",        "/bin/cp",
                                 "/bin/mkdir",      "/bin/chmod",     "/bin/launchctl",
                                 "/usr/sbin/chown", "/usr/bin/touch", "/usr/bin/ditto"};
-    /// Stand-ins of this machine for tools that do not exist.
-    std::set<std::string> standIns;
     /// The failures of clearing a locked flag and of deleting.
     std::map<std::string, platform::Error> lockErrors;
     std::map<std::string, platform::Error> removeErrors;
@@ -46,7 +44,6 @@ public:
 
     bool exists(const std::string& path) override;
     bool isDirectory(const std::string& path) override;
-    bool isExecutable(const std::string& path) override;
     bool isWritable(const std::string& path) override;
     std::optional<platform::FileId> fileIdOfItem(const std::string& path) override;
     std::optional<std::string> destinationOfSymbolicLink(const std::string& path) override;
@@ -61,8 +58,9 @@ public:
     platform::Result<void> writeAtomically(const std::string& path,
                                            std::string_view /*content*/) override;
     platform::Result<void> setModificationDate(const std::string& path,
-                                               platform::Date date) override;
-    platform::Result<void> setCreationDate(const std::string& path, platform::Date date) override;
+                                               platform::FileDate date) override;
+    platform::Result<void> setCreationDate(const std::string& path,
+                                           platform::FileDate date) override;
     platform::Result<void> setPosixPermissions(const std::string& path, unsigned mode) override;
     platform::Result<void> setImmutable(const std::string& path, bool immutable) override;
     platform::Result<void> removeItem(const std::string& path) override;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/Clock.h"
+#include "tests/support/TestClock.h"
 
 #include <atomic>
 #include <chrono>
@@ -10,7 +10,7 @@
 
 /// A clock that advances only while the thread that made it sleeps, so that tests need not wait.
 /// Other threads really sleep.
-class PausingClock : public platform::Clock {
+class PausingClock : public TestClock {
 public:
     /// The duration of every sleep.
     std::vector<std::chrono::microseconds> rests;

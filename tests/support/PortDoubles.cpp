@@ -28,6 +28,10 @@ std::string FakeAccount::homeDirectory() {
     return home;
 }
 
+std::optional<std::string> FakeAccount::otherOwnerOfHome() {
+    return homeOwner;
+}
+
 std::string FakeAccount::loginName() {
     return login;
 }

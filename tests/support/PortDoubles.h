@@ -32,12 +32,14 @@ class FakeAccount : public platform::UserAccount {
 public:
     unsigned userId = 1000;
     std::string home = "/home/someone";
+    std::optional<std::string> homeOwner;
     std::string login = "someone";
     std::string temporary = "/tmp";
     std::optional<std::string> cache;
 
     unsigned realUserId() override;
     std::string homeDirectory() override;
+    std::optional<std::string> otherOwnerOfHome() override;
     std::string loginName() override;
     std::string temporaryDirectory() override;
     std::optional<std::string> cacheDirectory() override;

@@ -25,6 +25,10 @@ private:
 
 } // namespace
 
+bool RecordingProcessLauncher::canLaunch(const std::string& path) {
+    return disk_.tools.contains(path) || standIns.contains(path);
+}
+
 std::shared_ptr<platform::Pipe> RecordingProcessLauncher::makePipe() {
     throw platform::Exception("NSFileHandleOperationException", "no pipes here");
 }

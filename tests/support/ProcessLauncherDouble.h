@@ -2,10 +2,12 @@
 
 #include "platform/ProcessLauncher.h"
 #include "platform/foundation/Exception.h"
+#include "tests/support/FileSystemDoubles.h"
 
 #include <functional>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -13,6 +15,11 @@
 /// for.
 class RecordingProcessLauncher : public platform::ProcessLauncher {
 public:
+    /// Can launch the disk's tools.
+    explicit RecordingProcessLauncher(const DescribedFileSystem& disk) : disk_(disk) {}
+
+    /// Stand-ins of this machine for tools that do not exist.
+    std::set<std::string> standIns;
     /// The tools that were run with their arguments, each as one line; if one was waited for, its
     /// end is recorded at its place in the order.
     std::vector<std::string> runs;
@@ -21,8 +28,12 @@ public:
     /// Does what the tool would do.
     std::function<void()> effect = [] {};
 
+    bool canLaunch(const std::string& path) override;
     std::shared_ptr<platform::Pipe> makePipe() override;
     std::vector<std::shared_ptr<platform::Pipe>> makePipes(std::size_t count) override;
     std::shared_ptr<platform::ChildProcess>
     launch(const platform::ProcessDescription& description) override;
+
+private:
+    const DescribedFileSystem& disk_;
 };

@@ -5,6 +5,7 @@
 #include "platform/qt/Application.h"
 #include "tests/support/MemoryPreferences.h"
 #include "tests/support/PortDoubles.h"
+#include "tests/support/TestClock.h"
 
 #include <QDialog>
 #include <QLabel>
@@ -19,6 +20,7 @@
 /// Installs the real user interface, and simulates its user.
 class UserInterface : public ::testing::Test {
 protected:
+    UserInterface() { TestClock::install(); }
     ~UserInterface() override;
 
     /// Runs the event loop while `work` runs on its own thread, until that is done.

@@ -3,7 +3,7 @@
 #include "platform/Clock.h"
 #include "platform/Console.h"
 #include "platform/FileSystem.h"
-#include "platform/LocalTime.h"
+#include "platform/ProcessLauncher.h"
 #include "platform/Services.h"
 #include "platform/Workspace.h"
 #include "platform/foundation/Path.h"
@@ -79,10 +79,10 @@ QFAuthorization::StartedTool startAsSuperuser(const std::string& tool,
     return {};
 }
 
-// A tool that a stand-in replaces does not exist at its path, but can be run.
+/// Returns whether the tool neither exists nor can be launched, and logs it.
 bool isMissing(const std::string& tool) {
-    auto& disk = platform::service<platform::FileSystem>();
-    const bool missing = !disk.exists(tool) && !disk.isExecutable(tool);
+    const bool missing = !platform::service<platform::ProcessLauncher>().canLaunch(tool) &&
+                         !platform::service<platform::FileSystem>().exists(tool);
     if (missing) {
         platform::systemLog(toolDoesNotExist, tool);
     }
@@ -95,7 +95,8 @@ std::vector<platform::DirectoryEntry> entries(const std::string& directory) {
 }
 
 std::string timestamp() {
-    const std::tm now = platform::service<platform::LocalTime>().now();
+    auto& clock = platform::service<platform::Clock>();
+    const std::tm now = clock.localTime(clock.now());
     std::array<char, 32> digits{};
     const std::size_t length = std::strftime(digits.data(), digits.size(), "%Y%m%d%H%M%S", &now);
     return {digits.data(), length};
@@ -105,22 +106,7 @@ std::string timestamp() {
 
 int QFAuthorization::authExecTask(const std::string& path,
                                   const std::vector<std::string>& parameters, Async async) {
-    if (isMissing(path)) {
-        return toolMissing;
-    }
-    if (isSuperuser()) {
-        if (async == Async::yes) {
-            startAsSuperuser(path, parameters);
-        } else {
-            QFTaskEx::runTask(path, parameters);
-        }
-        return 0;
-    }
-    const auto tool = startWithRight(path, parameters);
-    if (async == Async::no && tool.waitUntilExit) {
-        tool.waitUntilExit();
-    }
-    return tool.status;
+    return runTool(path, parameters, async, std::nullopt);
 }
 
 int QFAuthorization::authExecTask(const std::string& path,
@@ -128,15 +114,41 @@ int QFAuthorization::authExecTask(const std::string& path,
     return authExecTask(path, parameters, Async::yes);
 }
 
+int QFAuthorization::authExecTask(const std::string& path,
+                                  const std::vector<std::string>& parameters,
+                                  const std::string& content) {
+    return runTool(path, parameters, Async::yes, content);
+}
+
+int QFAuthorization::runTool(const std::string& path, const std::vector<std::string>& arguments,
+                             Async async, const std::optional<std::string>& content) {
+    if (isMissing(path)) {
+        return toolMissing;
+    }
+    if (isSuperuser()) {
+        if (async == Async::yes) {
+            startAsSuperuser(path, arguments);
+        } else {
+            QFTaskEx::runTask(path, arguments);
+        }
+        return 0;
+    }
+    const auto tool = startWithRight(path, arguments, content);
+    if (async == Async::no && tool.waitUntilExit) {
+        tool.waitUntilExit();
+    }
+    return tool.status;
+}
+
 QFAuthorization::StartedTool
-QFAuthorization::startWithRight(const std::string& path,
-                                const std::vector<std::string>& arguments) {
+QFAuthorization::startWithRight(const std::string& path, const std::vector<std::string>& arguments,
+                                const std::optional<std::string>& content) {
     const auto answer = isAuthorized() ? std::nullopt : obtainRight();
     if (!isAuthorized()) {
         return {.status = notAuthorized, .right = answer};
     }
     auto tool = platform::service<platform::AuthorizationServices>().executeWithPrivileges(
-        authRef_, path, platform::kAuthorizationFlagDefaults, arguments);
+        authRef_, path, platform::kAuthorizationFlagDefaults, arguments, content);
     if (!tool) {
         return {.status = tool.error(), .right = tool.error()};
     }
@@ -153,7 +165,8 @@ QFAuthorization::StartedTool QFAuthorization::startTool(const std::string& path,
     if (isSuperuser()) {
         return startAsSuperuser(path, arguments);
     }
-    return isMissing(path) ? StartedTool{.status = toolMissing} : startWithRight(path, arguments);
+    return isMissing(path) ? StartedTool{.status = toolMissing}
+                           : startWithRight(path, arguments, std::nullopt);
 }
 
 bool QFAuthorization::authRemoveFile(const std::string& path) {

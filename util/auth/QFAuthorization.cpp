@@ -46,11 +46,10 @@ AuthorizationItemSet administratorRight() {
 class Credentials {
 public:
     Credentials(const std::string& user, const std::string& password) {
-        items_.reserve(2); // a vector that grew would leave a copy behind
-        items_.emplace_back().name = "username";
-        items_.back().value = user;
-        items_.emplace_back().name = "password";
-        items_.back().value = password;
+        items_[0].name = "username";
+        items_[0].value = user;
+        items_[1].name = "password";
+        items_[1].value = password;
     }
     ~Credentials() {
         for (auto& item : items_) {
@@ -67,7 +66,8 @@ public:
     const AuthorizationItemSet& items() const { return items_; }
 
 private:
-    AuthorizationItemSet items_;
+    // A vector that grew would leave a copy behind.
+    AuthorizationItemSet items_ = AuthorizationItemSet(2);
 };
 
 } // namespace

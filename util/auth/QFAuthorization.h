@@ -123,6 +123,12 @@ public:
     /// Does the same with Async::yes.
     int authExecTask(const std::string& path, const std::vector<std::string>& parameters);
 
+    /// Does the same with a tool that gives a file to the superuser. The file is made anew and
+    /// holds `content` afterwards, whatever another program of the user has written to it. A
+    /// process of the superuser, whose files nobody else writes to, runs the tool as it is.
+    int authExecTask(const std::string& path, const std::vector<std::string>& parameters,
+                     const std::string& content);
+
     /// The file operations below start a tool and do not wait for it: they return true once it is
     /// started, possibly before it has done its work. They return false if the path is a system
     /// directory, which is logged, the right was refused, or the tool could not be started.
@@ -176,7 +182,10 @@ private:
     QFAuthorization& init(UserInterface userInterface);
     bool deletesInsteadOfTrashing(DeleteOnRootAccount deleteOnRootAccount) const;
     std::optional<platform::AuthorizationStatus> obtainRight();
-    StartedTool startWithRight(const std::string& path, const std::vector<std::string>& arguments);
+    int runTool(const std::string& path, const std::vector<std::string>& arguments, Async async,
+                const std::optional<std::string>& content);
+    StartedTool startWithRight(const std::string& path, const std::vector<std::string>& arguments,
+                               const std::optional<std::string>& content);
     StartedTool startTool(const std::string& path, const std::vector<std::string>& arguments);
     StartedTool startMoving(const std::string& path, const std::string& toPath);
     std::string trashDestination(const std::string& path) const;

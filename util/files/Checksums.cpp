@@ -134,6 +134,17 @@ QFFileManager::sha1HashForFile(const std::string& path,
                        "sha1HashForFile:delegate:");
 }
 
+std::optional<std::string> QFFileManager::sha256HashForFile(const std::string& path) {
+    return sha256HashForFile(path, nullptr);
+}
+
+std::optional<std::string>
+QFFileManager::sha256HashForFile(const std::string& path,
+                                 const std::shared_ptr<ChecksumDelegate>& delegate) {
+    return hashForFile(path, delegate, platform::DigestAlgorithm::sha256,
+                       "sha256HashForFile:delegate:");
+}
+
 std::optional<std::string> QFFileManager::sha512HashForFile(const std::string& path) {
     return sha512HashForFile(path, nullptr);
 }

@@ -7,6 +7,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 /// A running digest, one type for each algorithm.
 using MD5Context = platform::DigestContextOf<platform::DigestAlgorithm::md5>;
@@ -17,6 +18,36 @@ using SHA512Context = platform::DigestContextOf<platform::DigestAlgorithm::sha51
 /// How a copy is verified. With any other number the copy is read back all the same, no digest is
 /// computed, and every destination counts as failed.
 enum class VerificationType : int { none = 0, md5 = 1, sha1 = 2, sha256 = 3, sha512 = 4 };
+
+/// Whether a verified copy reads every destination a second time, as a whole, once it is written
+/// through and the system has forgotten what it holds of it in memory.
+enum class FromMedium { no, yes };
+
+/// How a copy is made.
+struct FileCopyOptions {
+    /// How it is verified.
+    VerificationType verificationType = VerificationType::none;
+    /// Has no effect on a copy without digests.
+    FromMedium fromMedium = FromMedium::no;
+};
+
+/// What became of one destination.
+enum class FileCopyOutcome {
+    copied,      ///< it took all bytes and, in a verified copy, passed
+    unreachable, ///< its directory could not be created, or it could not be opened and emptied
+    incomplete,  ///< the copy ended before all bytes were written
+    notWritten,  ///< it did not take all bytes
+    notSynced,   ///< the medium did not take all bytes
+    different,   ///< what was read back is not known to equal the source
+};
+
+/// The result of a copy.
+struct FileCopyResult {
+    /// What copyFileWithProgress returns.
+    bool succeeded = false;
+    /// In the destinations' order: the first thing that went wrong with each.
+    std::vector<FileCopyOutcome> outcomes;
+};
 
 /// A copy's description of itself for its delegate. The copy adds to it as it proceeds, and so may
 /// the delegate.
@@ -32,8 +63,8 @@ enum class VerificationType : int { none = 0, md5 = 1, sha1 = 2, sha256 = 3, sha
 ///                     is verified
 using FileCopySettings = std::shared_ptr<platform::SharedDictionary>;
 
-/// Receives the progress of a copy. Each operation is optional. An exception that one throws is
-/// logged as QFException::logException does, and changes nothing.
+/// Receives the progress of a copy. Each operation is optional. An exception of any type that one
+/// throws is logged as QFException::logException does, and changes nothing.
 struct FileCopyDelegate {
     /// So many bytes are copied. Called on the global concurrent queue while the copy proceeds,
     /// possibly overlapping other calls or after the copy has returned, and once on the copying
@@ -44,8 +75,8 @@ struct FileCopyDelegate {
     /// at the same points.
     std::function<bool(const FileCopySettings& settings)> fileCopyShouldContinue;
 
-    /// A destination, read back, differs from the source. Called on the copying thread, once for
-    /// each such destination.
+    /// A destination, read back, differs from the source, or its medium did not take everything.
+    /// Called on the copying thread, once for each such destination.
     std::function<void(const FileCopySettings& settings, const std::string& file)>
         fileCopyVerificationFailed;
 

@@ -33,7 +33,7 @@ inline Buffer makeBuffer() {
 /// Returns the digest of the data that a context was fed, in lowercase hexadecimal digits.
 std::string digestText(const platform::DigestContext& context);
 
-/// Calls an operation of a delegate. Logs and swallows an exception that it throws.
+/// Calls an operation of a delegate. Logs and swallows an exception of any type that it throws.
 template <class Call>
 void callDelegate(std::string_view operation, const Call& call) {
     try {
@@ -42,6 +42,9 @@ void callDelegate(std::string_view operation, const Call& call) {
         QFException::logException(exception, operation);
     } catch (const std::exception& exception) {
         QFException::logException({platform::exception_name::generic, exception.what()}, operation);
+    } catch (...) {
+        QFException::logException(
+            {platform::exception_name::generic, "An exception that tells no reason"}, operation);
     }
 }
 

@@ -332,7 +332,8 @@ public:
     /// verification, which is reported to the delegate.
     ///
     /// With a verification type other than none, each chunk is read back from each destination as
-    /// soon as it is written. The copies get the source's dates if it has a creation date. The
+    /// soon as it is written, and in the end each destination is written through to its medium. The
+    /// copies get the source's dates if it has a creation date. The
     /// delegate, and the context objects for it, may be missing. It receives at most about 500
     /// progress reports, and at most one every 20 MiB.
     ///
@@ -341,13 +342,22 @@ public:
     /// destination cannot be opened or is the source itself, or the source has become shorter
     /// meanwhile. If a chunk of the source cannot be read, no memory is left or the machine does
     /// not allow the digest, the reason is in the log and on standard output. Returns false without
-    /// a message if the delegate cancels. Partial copies remain. A destination that takes no more
-    /// bytes is reported in the system log and does not stop the copies to the others.
+    /// a message if the delegate cancels. Partial copies remain; what was at a destination before
+    /// is lost only once the source has proved readable. A destination that takes no more bytes is
+    /// reported in the system log and does not stop the copies to the others.
     static bool copyFileWithProgress(const std::string& source,
                                      const std::vector<std::string>& destinations,
                                      VerificationType verificationType,
                                      const std::shared_ptr<FileCopyDelegate>& delegate,
                                      const platform::Value& object, const platform::Value& object2);
+
+    /// As copyFileWithProgress; returns what became of each destination.
+    static FileCopyResult copyFileWithResult(const std::string& source,
+                                             const std::vector<std::string>& destinations,
+                                             const FileCopyOptions& options,
+                                             const std::shared_ptr<FileCopyDelegate>& delegate,
+                                             const platform::Value& object,
+                                             const platform::Value& object2);
 
     /// Do the same for one destination, without verification.
     static bool copyFileWithProgress(const std::string& source, const std::string& destination,
@@ -374,6 +384,9 @@ public:
     static std::optional<std::string> sha1HashForFile(const std::string& path);
     static std::optional<std::string>
     sha1HashForFile(const std::string& path, const std::shared_ptr<ChecksumDelegate>& delegate);
+    static std::optional<std::string> sha256HashForFile(const std::string& path);
+    static std::optional<std::string>
+    sha256HashForFile(const std::string& path, const std::shared_ptr<ChecksumDelegate>& delegate);
     static std::optional<std::string> sha512HashForFile(const std::string& path);
     static std::optional<std::string>
     sha512HashForFile(const std::string& path, const std::shared_ptr<ChecksumDelegate>& delegate);

@@ -54,12 +54,14 @@ bool QFFileManager::isSymbolicLinkAtPath(const std::string& path) {
 
 std::optional<platform::Date> QFFileManager::modificationDateForFile(const std::string& path) {
     const auto attributes = fileSystem().attributesOfItem(path);
-    return attributes ? std::optional(attributes->modificationDate) : std::nullopt;
+    return attributes ? std::optional(attributes->modificationDate.nearestDate()) : std::nullopt;
 }
 
 std::optional<platform::Date> QFFileManager::creationDateForFile(const std::string& path) {
     const auto attributes = fileSystem().attributesOfItem(path);
-    return attributes ? attributes->creationDate : std::nullopt;
+    return attributes && attributes->creationDate
+               ? std::optional(attributes->creationDate->nearestDate())
+               : std::nullopt;
 }
 
 std::uint64_t QFFileManager::fileSize(const std::string& path) {

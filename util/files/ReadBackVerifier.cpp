@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstring>
 #include <string_view>
+#include <utility>
 
 using platform::systemLog;
 
@@ -46,11 +47,11 @@ bool ReadBackVerifier::prepare() {
 
 void ReadBackVerifier::check(platform::FileStream& file, const std::string& path, Chunk written,
                              std::uint64_t offset, OwnDigest& digest) {
-    if (!file.seek(offset)) {
+    if (const auto sought = file.seek(offset); !sought) {
         systemLog(unableToSeek, path);
         systemLog(currentPosition, offset);
         systemLog(readSize, written.size());
-        systemLog(systemErrorNumber, file.systemError());
+        systemLog(systemErrorNumber, static_cast<int>(sought.error()));
         systemLog(streamErrorIndicator, file.errorIndicator());
     }
     const auto count = file.read({buffer_.get(), written.size()});
@@ -89,6 +90,32 @@ void ReadBackVerifier::compare(Chunk written, std::size_t count, OwnDigest& dige
         digest = sourceDigest_;
     }
     digest->update({buffer_.get(), written.size()});
+}
+
+void ReadBackVerifier::checkAgain(platform::FileStream& file, OwnDigest& digest) {
+    if (!sourceDigest_ || digest) {
+        return;
+    }
+    file.dropCache();
+    auto whole = digestOfWhole(file);
+    if (whole.finished() != sourceDigest_->finished()) {
+        digest = std::move(whole);
+    }
+}
+
+/// What cannot be read makes a difference, whatever was read before.
+platform::DigestContext ReadBackVerifier::digestOfWhole(platform::FileStream& file) {
+    auto digest = *contextFor(type_);
+    bool isReadable = file.seek(0).ok();
+    while (isReadable && !file.isAtEnd()) {
+        const auto count = file.read({buffer_.get(), filereading::chunkSize});
+        digest.update({buffer_.get(), count});
+        isReadable = count > 0 || file.isAtEnd();
+    }
+    if (!isReadable) {
+        digest.update({buffer_.get(), 1});
+    }
+    return digest;
 }
 
 void ReadBackVerifier::addToSource(Chunk chunk) {

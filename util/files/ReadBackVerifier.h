@@ -38,6 +38,10 @@ public:
     void check(platform::FileStream& file, const std::string& path, Chunk written,
                std::uint64_t offset, OwnDigest& digest);
 
+    /// Reads a whole destination again, from its medium as far as the system allows, if it has
+    /// equalled the source so far. Must be called after the last addToSource().
+    void checkAgain(platform::FileStream& file, OwnDigest& digest);
+
     /// Adds a chunk of the source to its digest. Must be called after the checks of that chunk,
     /// because a destination that differs from here on needs the digest as it was before.
     void addToSource(Chunk chunk);
@@ -49,6 +53,8 @@ public:
 private:
     void clearNeverFilled(std::size_t count, std::size_t size);
     void compare(Chunk written, std::size_t count, OwnDigest& digest);
+
+    platform::DigestContext digestOfWhole(platform::FileStream& file);
 
     const VerificationType type_;
     std::optional<platform::DigestContext> sourceDigest_;

@@ -37,6 +37,10 @@ constexpr std::string_view copyOperation =
 
 constexpr platform::Timeout timeForADirectory{10};
 
+/// How many bytes of each verified destination are copied between two requests to begin writing
+/// them to the medium: enough to be worth a request, few enough that the medium is never idle.
+constexpr std::uint64_t syncInterval = 8'388'608;
+
 /// Returns the attributes of the item that a path leads to, following links; no value if it does
 /// not exist.
 std::optional<platform::ItemAttributes> attributesFollowingLinks(std::string path) {
@@ -77,15 +81,25 @@ struct Destination {
     std::string path;
     std::unique_ptr<platform::FileStream> file;
     ReadBackVerifier::OwnDigest digest;
+    bool isSynced = true;
+    FileCopyOutcome outcome = FileCopyOutcome::incomplete;
+
+    /// Records what went wrong, unless something did before.
+    void fail(FileCopyOutcome failure) {
+        if (outcome == FileCopyOutcome::incomplete) {
+            outcome = failure;
+        }
+    }
 };
 
 /// One run of a copy: the steps in order, and what they pass on.
 class VerifiedCopy {
 public:
     VerifiedCopy(const std::string& source, const std::vector<std::string>& destinations,
-                 VerificationType type, const std::shared_ptr<FileCopyDelegate>& delegate,
+                 const FileCopyOptions& options, const std::shared_ptr<FileCopyDelegate>& delegate,
                  const FileCopySettings& settings)
-        : source_(source), settings_(settings), progress_(delegate, settings), verifier_(type) {
+        : source_(source), settings_(settings), progress_(delegate, settings),
+          verifier_(options.verificationType), fromMedium_(options.fromMedium) {
         destinations_.reserve(destinations.size());
         for (const auto& path : destinations) {
             destinations_.push_back({.path = path});
@@ -100,6 +114,9 @@ public:
         if (!openDestinations() || !prepareBuffers() || !copyChunks()) {
             return false;
         }
+        if (verifier_.isOn()) {
+            verifyMedia();
+        }
         closeFiles();
         if (progress_.isCancelled() || !isComplete()) {
             return false;
@@ -109,6 +126,16 @@ public:
         setDates();
         progress_.reportFinish();
         return true;
+    }
+
+    /// Returns what became of each destination once the copy has ended.
+    std::vector<FileCopyOutcome> outcomes(bool succeeded) const {
+        std::vector<FileCopyOutcome> outcomes;
+        for (const auto& destination : destinations_) {
+            const bool isGood = succeeded && destination.outcome == FileCopyOutcome::incomplete;
+            outcomes.push_back(isGood ? FileCopyOutcome::copied : destination.outcome);
+        }
+        return outcomes;
     }
 
 private:
@@ -124,14 +151,15 @@ private:
         return true;
     }
 
-    bool makeDirectories() const {
-        return std::ranges::all_of(destinations_, [this](const auto& destination) {
+    bool makeDirectories() {
+        return std::ranges::all_of(destinations_, [this](auto& destination) {
             const auto directory = platform::path::deletingLastComponent(destination.path);
             if (QFFileManager::fileExistsAtPath(directory) ||
                 QFFileManager::createDirectory(directory, timeForADirectory)) {
                 return true;
             }
             systemLog(noDirectory, source_, directory);
+            destination.fail(FileCopyOutcome::unreachable);
             return false;
         });
     }
@@ -156,11 +184,26 @@ private:
             destination.file =
                 streams().openForUpdating(destination.path, file_->identity(), attributes_.size);
             if (destination.file == nullptr) {
-                systemLog(unableToOpenDestination, destination.path);
-                return false;
+                return isUnreachable(destination);
             }
         }
         return true;
+    }
+
+    /// Empties what was at the destinations before.
+    bool emptyDestinations() {
+        for (auto& destination : destinations_) {
+            if (!destination.file->makeEmpty()) {
+                return isUnreachable(destination);
+            }
+        }
+        return true;
+    }
+
+    static bool isUnreachable(Destination& destination) {
+        systemLog(unableToOpenDestination, destination.path);
+        destination.fail(FileCopyOutcome::unreachable);
+        return false;
     }
 
     bool prepareBuffers() {
@@ -172,11 +215,19 @@ private:
         return true;
     }
 
+    /// A former copy is emptied only when the source has proved readable.
     bool copyChunks() {
         do {
             const auto count = file_->read({buffer_.get(), chunkSize});
+            if (count == 0 && !file_->isAtEnd()) {
+                QFLog::appendLogAndPrint(copyErrorReading, source_);
+                return false;
+            }
+            if (copied_ == 0 && !emptyDestinations()) {
+                return false;
+            }
             if (count == 0) {
-                return endsHere();
+                return true;
             }
             copyChunk({buffer_.get(), count});
             copied_ += count;
@@ -185,28 +236,53 @@ private:
         return true;
     }
 
-    /// Handles a read of zero bytes: the source is at its end, or cannot be read.
-    bool endsHere() const {
-        if (!file_->isAtEnd()) {
-            QFLog::appendLogAndPrint(copyErrorReading, source_);
-            return false;
-        }
-        return true;
-    }
-
     void copyChunk(std::span<const std::byte> chunk) {
-        for (auto& [path, file, digest] : destinations_) {
+        for (auto& destination : destinations_) {
             if (progress_.isCancelled()) {
                 return;
             }
-            if (file->write(chunk) < chunk.size()) {
-                systemLog(errorWriting, path, file->errorIndicator());
-            }
+            write(chunk, destination);
             if (verifier_.isOn()) {
-                verifier_.check(*file, path, chunk, copied_, digest);
+                verifier_.check(*destination.file, destination.path, chunk, copied_,
+                                destination.digest);
             }
         }
         verifier_.addToSource(chunk);
+    }
+
+    /// Writes a chunk at its own offset, whatever went wrong before. A pipe has no offsets, and
+    /// takes the chunk as it comes.
+    void write(std::span<const std::byte> chunk, Destination& destination) const {
+        auto& file = *destination.file;
+        if (file.position() != copied_) {
+            static_cast<void>(file.seek(copied_));
+        }
+        if (file.write(chunk) < chunk.size()) {
+            systemLog(errorWriting, destination.path, file.errorIndicator());
+            destination.fail(FileCopyOutcome::notWritten);
+        }
+        if (verifier_.isOn() && (copied_ + chunk.size()) % syncInterval == 0) {
+            file.beginSync();
+        }
+    }
+
+    /// Writes every destination through to its medium, all media at a time, and if requested
+    /// compares what the media hold.
+    void verifyMedia() {
+        if (progress_.isCancelled()) {
+            return;
+        }
+        for (auto& destination : destinations_) {
+            destination.file->beginSync();
+        }
+        for (auto& destination : destinations_) {
+            destination.isSynced = destination.file->sync();
+            if (!destination.isSynced) {
+                destination.fail(FileCopyOutcome::notSynced);
+            } else if (fromMedium_ == FromMedium::yes) {
+                verifier_.checkAgain(*destination.file, destination.digest);
+            }
+        }
     }
 
     void closeFiles() {
@@ -233,12 +309,16 @@ private:
             settings_->set("sourceChecksum", *sourceChecksum);
         }
         platform::Value::Array checksums;
-        for (const auto& destination : destinations_) {
+        for (auto& destination : destinations_) {
             const auto checksum = verifier_.checksum(destination.digest);
             if (checksum) {
                 checksums.emplace_back(*checksum);
             }
-            if (!checksum || checksum != sourceChecksum) {
+            const bool isSame = checksum && checksum == sourceChecksum;
+            if (!isSame) {
+                destination.fail(FileCopyOutcome::different);
+            }
+            if (!isSame || !destination.isSynced) {
                 progress_.reportFailure(destination.path, checksum);
             }
         }
@@ -268,6 +348,7 @@ private:
     const FileCopySettings settings_;
     CopyProgress progress_;
     ReadBackVerifier verifier_;
+    const FromMedium fromMedium_;
 
     std::vector<Destination> destinations_;
     std::unique_ptr<platform::FileStream> file_;
@@ -278,19 +359,32 @@ private:
 
 } // namespace
 
+FileCopyResult QFFileManager::copyFileWithResult(const std::string& source,
+                                                 const std::vector<std::string>& destinations,
+                                                 const FileCopyOptions& options,
+                                                 const std::shared_ptr<FileCopyDelegate>& delegate,
+                                                 const platform::Value& object,
+                                                 const platform::Value& object2) {
+    VerifiedCopy copy(source, destinations, options, delegate,
+                      settingsOf(source, destinations, delegate, object, object2));
+    bool succeeded = false;
+    try {
+        succeeded = copy.run();
+    } catch (const platform::Exception& exception) {
+        QFException::logException(exception, copyOperation);
+    }
+    return {succeeded, copy.outcomes(succeeded)};
+}
+
 bool QFFileManager::copyFileWithProgress(const std::string& source,
                                          const std::vector<std::string>& destinations,
                                          VerificationType verificationType,
                                          const std::shared_ptr<FileCopyDelegate>& delegate,
                                          const platform::Value& object,
                                          const platform::Value& object2) {
-    try {
-        const auto settings = settingsOf(source, destinations, delegate, object, object2);
-        return VerifiedCopy(source, destinations, verificationType, delegate, settings).run();
-    } catch (const platform::Exception& exception) {
-        QFException::logException(exception, copyOperation);
-        return false;
-    }
+    return copyFileWithResult(source, destinations, {.verificationType = verificationType},
+                              delegate, object, object2)
+        .succeeded;
 }
 
 bool QFFileManager::copyFileWithProgress(const std::string& source, const std::string& destination,

@@ -128,11 +128,15 @@ void setOwnerAndMode(const std::string& file, Domain domain) {
     runTool(chmod, {modeOfJobs, file});
 }
 
-/// The pauses let the tools, which are only started, finish before the next step.
-void setOwnerAndModePrivileged(const std::string& file, Domain domain) {
+/// The machine's job gets the settings anew when it becomes the superuser's: until then any program
+/// of the user can write to the file. The pauses let the tools, which are only started, finish
+/// before the next step.
+void setOwnerAndModePrivileged(const platform::Value::Dictionary& settings, const std::string& file,
+                               Domain domain) {
     auto& authorization = QFAuthorization::sharedController();
     if (domain == Domain::local) {
-        authorization.authExecTask(chown, {ownerOfMachinesJobs, file});
+        const auto content = platform::service<platform::PropertyLists>().xml(settings);
+        authorization.authExecTask(chown, {ownerOfMachinesJobs, file}, content.value_or(""));
     }
     platform::sleep(pauseAfterOwner);
     authorization.authExecTask(chmod, {modeOfJobs, file});
@@ -167,7 +171,7 @@ bool QFLaunchd::startJob(const std::optional<std::string>& label,
     if (killProcessName) {
         runTool("/usr/bin/killall", {*killProcessName});
     }
-    useAuth ? setOwnerAndModePrivileged(file, user) : setOwnerAndMode(file, user);
+    useAuth ? setOwnerAndModePrivileged(settings, file, user) : setOwnerAndMode(file, user);
     runTool(launchctl, {"unload", file});
     runTool(launchctl, {"load", file});
     return true;

@@ -150,13 +150,13 @@ bool QFLog::rotate(const std::string& directory, const std::string& name,
     auto& files = platform::service<platform::LogFiles>();
     const auto last = numberedLog(directory, name, oldest);
     if (files.exists(last)) {
-        static_cast<void>(files.removeItem(last)); // the move to its path fails if it remains
+        static_cast<void>(files.removeLog(last)); // the move to its path fails if it remains
     }
     for (int number = oldest - 1; number >= newest; --number) {
         const auto from = numberedLog(directory, name, number);
         const auto to = numberedLog(directory, name, number + 1);
         if (files.exists(from) &&
-            !(from == current ? files.setAside(from, to) : files.moveItem(from, to))) {
+            !(from == current ? files.setAside(from, to) : files.renameLog(from, to))) {
             print(moveMessage, {platform::text::printable(from), platform::text::printable(to)});
             return false;
         }

@@ -1,4 +1,4 @@
-#include "platform/FileSystem.h"
+#include "platform/ProcessLauncher.h"
 #include "platform/Services.h"
 #include "platform/foundation/Exception.h"
 #include "platform/foundation/Thread.h"
@@ -115,7 +115,7 @@ void QFTaskEx::run(const std::shared_ptr<platform::Process>& child) {
             QFLog::appendLogAndPrint(noTaskSet);
             return;
         }
-        if (!platform::service<platform::FileSystem>().isExecutable(
+        if (!platform::service<platform::ProcessLauncher>().canLaunch(
                 child->description().launchPath)) {
             QFLog::appendLog(notLaunchable);
             return;

@@ -1,6 +1,6 @@
 #include "util/task/QFTaskEx.h"
 
-#include "platform/FileSystem.h"
+#include "platform/ProcessLauncher.h"
 #include "platform/Services.h"
 #include "platform/Workspace.h"
 #include "platform/foundation/Exception.h"
@@ -24,7 +24,7 @@ constexpr const char* notExecutable = "Error: %@ is not executable";
 constexpr const char* exceptionRunningTask = "Exception running task %@: %@";
 
 bool isTool(const std::string& path) {
-    return platform::service<platform::FileSystem>().isExecutable(path) &&
+    return platform::service<platform::ProcessLauncher>().canLaunch(path) &&
            !platform::service<platform::Workspace>().isFilePackage(path);
 }
 

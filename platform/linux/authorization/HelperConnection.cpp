@@ -1,14 +1,14 @@
 #include "platform/linux/authorization/HelperConnection.h"
 
+#include "platform/linux/authorization/helper/PassingMessage.h"
+#include "platform/linux/posix/SystemCall.h"
 #include "platform/linux/process/DescriptorStream.h"
 
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/socket.h>
 
-#include <array>
 #include <cerrno>
-#include <cstring>
 
 namespace platform::native {
 
@@ -21,17 +21,6 @@ bool waitForAnswer(int socket, std::optional<std::chrono::milliseconds> limit) {
         ready = ::poll(&answer, 1, limit ? static_cast<int>(limit->count()) : -1);
     } while (ready < 0 && errno == EINTR);
     return ready > 0;
-}
-
-/// The descriptor that came with a message, if one did.
-FileDescriptor descriptorIn(msghdr& message) {
-    const cmsghdr* header = CMSG_FIRSTHDR(&message);
-    int descriptor = -1;
-    if (header != nullptr && header->cmsg_level == SOL_SOCKET && header->cmsg_type == SCM_RIGHTS &&
-        header->cmsg_len == CMSG_LEN(sizeof descriptor)) {
-        std::memcpy(&descriptor, CMSG_DATA(header), sizeof descriptor);
-    }
-    return FileDescriptor(descriptor);
 }
 
 } // namespace
@@ -50,8 +39,9 @@ bool HelperConnection::isOpen() {
 }
 
 AuthorizationResult<std::unique_ptr<std::istream>>
-HelperConnection::start(const std::string& toolPath, const std::vector<std::string>& arguments) {
-    const auto message = helper::encodeRequest(toolPath, arguments);
+HelperConnection::start(const std::string& toolPath, const std::vector<std::string>& arguments,
+                        const std::optional<std::string>& content) {
+    const auto message = helper::encodeRequest(toolPath, arguments, content);
     if (!message || toolPath.empty()) {
         return Unexpected(errAuthorizationToolExecuteFailure);
     }
@@ -87,21 +77,13 @@ HelperConnection::ask(std::string_view message, std::optional<std::chrono::milli
 
 std::optional<HelperConnection::Answer> HelperConnection::receive() {
     Answer answer;
-    iovec bytes{&answer.reply, sizeof answer.reply};
-    alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof(int))> control{};
-    msghdr message{};
-    message.msg_iov = &bytes;
-    message.msg_iovlen = 1;
-    message.msg_control = control.data();
-    message.msg_controllen = control.size();
-    ssize_t size = 0;
-    do {
-        size = ::recvmsg(socket_.get(), &message, MSG_CMSG_CLOEXEC);
-    } while (size < 0 && errno == EINTR);
+    helper::PassingMessage<int> message(&answer.reply, sizeof answer.reply);
+    const ssize_t size =
+        retryOnEintr([&] { return message.receive(socket_.get(), MSG_CMSG_CLOEXEC); });
     if (size <= 0) {
         return std::nullopt;
     }
-    answer.output = descriptorIn(message);
+    answer.output = FileDescriptor(message.passed().value_or(-1));
     const bool isReply =
         size == sizeof answer.reply && answer.reply.signature == helper::Reply{}.signature;
     return isReply ? std::optional(std::move(answer)) : std::nullopt;

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "platform/AuthorizationServices.h"
-#include "platform/linux/authorization/ProcessSecrecy.h"
+#include "platform/linux/authorization/ScopedUndumpable.h"
 #include "platform/linux/authorization/helper/HelperProtocol.h"
 #include "platform/linux/posix/FileDescriptor.h"
 
@@ -34,10 +34,12 @@ public:
     /// Whether the other end is still open.
     bool isOpen();
 
-    /// Has the helper start a tool, whose output the stream reads. errAuthorizationInternal when
-    /// the helper is gone, errAuthorizationToolExecuteFailure when it refuses.
+    /// Has the helper start a tool, whose output the stream reads, or give a file to root that is
+    /// to have this content. errAuthorizationInternal when the helper is gone,
+    /// errAuthorizationToolExecuteFailure when it refuses.
     AuthorizationResult<std::unique_ptr<std::istream>>
-    start(const std::string& toolPath, const std::vector<std::string>& arguments);
+    start(const std::string& toolPath, const std::vector<std::string>& arguments,
+          const std::optional<std::string>& content = std::nullopt);
 
 private:
     struct Answer {
@@ -49,7 +51,7 @@ private:
                               std::optional<std::chrono::milliseconds> limit);
     std::optional<Answer> receive();
 
-    ProcessSecrecy secrecy_;
+    ScopedUndumpable undumpable_;
     std::mutex mutex_;
     FileDescriptor socket_;
     std::chrono::milliseconds patience_;

@@ -154,8 +154,7 @@ private:
     bool isDone_ = false;
 };
 
-// ---- The object that polkit's library calls
-// ------------------------------------------------------
+// ---- The object that polkit's library calls ----------------------------------------------------
 
 struct Listener {
     PolkitAgentListener parent;
@@ -201,6 +200,65 @@ Owned<PolkitAgentListener> makeListener(Answering& answering) {
     auto* listener = static_cast<Listener*>(g_object_new(type, nullptr));
     listener->answering = &answering;
     return Owned<PolkitAgentListener>(&listener->parent);
+}
+
+// ---- The agent's thread ------------------------------------------------------------------------
+
+/// Makes a context this thread's own for a scope: what is called back is called here.
+class ThreadContext {
+public:
+    explicit ThreadContext(GMainContext* context) : context_(context) {
+        g_main_context_push_thread_default(context_);
+    }
+    ~ThreadContext() { g_main_context_pop_thread_default(context_); }
+    ThreadContext(const ThreadContext&) = delete;
+    ThreadContext& operator=(const ThreadContext&) = delete;
+    ThreadContext(ThreadContext&&) = delete;
+    ThreadContext& operator=(ThreadContext&&) = delete;
+
+private:
+    GMainContext* context_;
+};
+
+/// Has polkit put its questions about a process to this agent, for a scope.
+class Registration {
+public:
+    Registration(Answering& answering, pid_t process)
+        : bus_(systemBus()), listener_(makeListener(answering)),
+          handle_(bus_ ? add(listener_.get(), process) : nullptr) {}
+    ~Registration() {
+        if (handle_ != nullptr) {
+            polkit_agent_listener_unregister(handle_);
+        }
+    }
+    Registration(const Registration&) = delete;
+    Registration& operator=(const Registration&) = delete;
+    Registration(Registration&&) = delete;
+    Registration& operator=(Registration&&) = delete;
+
+    bool isAccepted() const { return handle_ != nullptr; }
+
+private:
+    static void* add(PolkitAgentListener* listener, pid_t process) {
+        const Owned<PolkitSubject> subject(
+            polkit_unix_process_new_for_owner(process, 0, static_cast<int>(::getuid())));
+        return polkit_agent_listener_register(
+            listener, POLKIT_AGENT_REGISTER_FLAGS_NONE, subject.get(),
+            "/com/quillfen/QFUtil/AuthenticationAgent", nullptr, nullptr);
+    }
+
+    const Owned<GDBusConnection> bus_;
+    const Owned<PolkitAgentListener> listener_;
+    void* const handle_;
+};
+
+/// Answers what has come in by now.
+void answerTheRest(GMainContext* context, const Answering& answering) {
+    bool isOpen = true;
+    while (isOpen) {
+        const bool hasWorked = g_main_context_iteration(context, answering.open > 0) != FALSE;
+        isOpen = hasWorked || answering.open > 0;
+    }
 }
 
 } // namespace
@@ -260,29 +318,14 @@ PolkitAgent::~PolkitAgent() {
 }
 
 void PolkitAgent::run(pid_t process, std::promise<bool>& registered) {
-    g_main_context_push_thread_default(loop_->context);
+    const ThreadContext context(loop_->context);
     Answering answering{answerer_, filter_};
     {
-        const auto bus = systemBus();
-        const auto listener = makeListener(answering);
-        const Owned<PolkitSubject> subject(
-            polkit_unix_process_new_for_owner(process, 0, static_cast<int>(::getuid())));
-        void* registration =
-            bus ? polkit_agent_listener_register(
-                      listener.get(), POLKIT_AGENT_REGISTER_FLAGS_NONE, subject.get(),
-                      "/com/quillfen/QFUtil/AuthenticationAgent", nullptr, nullptr)
-                : nullptr;
-        registered.set_value(registration != nullptr);
+        const Registration registration(answering, process);
+        registered.set_value(registration.isAccepted());
         g_main_loop_run(loop_->loop);
-        if (registration != nullptr) {
-            polkit_agent_listener_unregister(registration);
-        }
     }
-    // What came in meanwhile gets an answer, too.
-    while (g_main_context_iteration(loop_->context, answering.open > 0 ? TRUE : FALSE) != FALSE ||
-           answering.open > 0) {
-    }
-    g_main_context_pop_thread_default(loop_->context);
+    answerTheRest(loop_->context, answering);
 }
 
 } // namespace platform::native

@@ -3,6 +3,7 @@
 #include "platform/foundation/Path.h"
 #include "platform/foundation/Text.h"
 #include "platform/linux/posix/DirectoryReader.h"
+#include "platform/linux/posix/LongPath.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -26,7 +27,10 @@ constexpr int deepestDirectory = 8;
 
 bool isDirectory(const std::string& path, int flags) {
     struct stat status {};
-    return ::fstatat(AT_FDCWD, path.c_str(), &status, flags) == 0 && S_ISDIR(status.st_mode);
+    const auto found = atPath(path, [&](int directory, const char* rest) {
+        return ::fstatat(directory, rest, &status, flags);
+    });
+    return found && S_ISDIR(status.st_mode);
 }
 
 std::string informationFile(const std::string& bundle) {

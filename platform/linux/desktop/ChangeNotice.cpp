@@ -1,8 +1,10 @@
 #include "platform/linux/desktop/ChangeNotice.h"
 
+#include "platform/linux/posix/LongPath.h"
 #include "platform/linux/system/ObjectOwner.h"
 #include "platform/linux/system/UserAccount.h"
 
+#include <fcntl.h>
 #include <gio/gio.h>
 #include <sys/stat.h>
 
@@ -64,7 +66,7 @@ public:
     Events(Events&&) = delete;
     Events& operator=(Events&&) = delete;
 
-    /// Returns the result of a call that was started with `give` and `&result` as its callback.
+    /// Returns the result of a call that was started with `deliver` and `&result` as its callback.
     /// When time is up, the call is cancelled and completes all the same.
     GAsyncResult* wait(GAsyncResult*& result) const {
         while (result == nullptr) {
@@ -72,7 +74,7 @@ public:
         }
         return result;
     }
-    static void give(GObject* /*source*/, GAsyncResult* result, void* place) {
+    static void deliver(GObject* /*source*/, GAsyncResult* result, void* place) {
         *static_cast<GAsyncResult**>(place) = static_cast<GAsyncResult*>(g_object_ref(result));
     }
 
@@ -92,7 +94,7 @@ Connection connect(const std::string& address, const Events& events) {
                                           G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION);
     GAsyncResult* result = nullptr;
     g_dbus_connection_new_for_address(address.c_str(), flags, nullptr, events.cancellable(),
-                                      Events::give, &result);
+                                      Events::deliver, &result);
     const Owned<GAsyncResult> owned(events.wait(result));
     return Connection(g_dbus_connection_new_for_address_finish(owned.get(), nullptr));
 }
@@ -104,7 +106,7 @@ bool emit(const Connection& connection, const char* signal, GVariant* arguments)
 
 bool flush(const Connection& connection, const Events& events) {
     GAsyncResult* result = nullptr;
-    g_dbus_connection_flush(connection.get(), events.cancellable(), Events::give, &result);
+    g_dbus_connection_flush(connection.get(), events.cancellable(), Events::deliver, &result);
     const Owned<GAsyncResult> owned(events.wait(result));
     return g_dbus_connection_flush_finish(connection.get(), owned.get(), nullptr) != FALSE;
 }
@@ -113,8 +115,11 @@ bool flush(const Connection& connection, const Events& events) {
 
 Result<void, WorkspaceStatus> announceChange(const std::string& path) {
     struct stat status {};
+    const auto found = atPath(path, [&status](int directory, const char* rest) {
+        return ::fstatat(directory, rest, &status, AT_SYMLINK_NOFOLLOW);
+    });
     const Text uri(g_filename_to_uri(path.c_str(), nullptr, nullptr), &g_free);
-    if (!uri || ::lstat(path.c_str(), &status) != 0) {
+    if (!uri || !found) {
         return Unexpected(fnfErr);
     }
     const auto address = busAddress();

@@ -3,6 +3,7 @@
 #include "platform/foundation/Path.h"
 #include "platform/linux/files/ExtendedAttributes.h"
 #include "platform/linux/posix/Errors.h"
+#include "platform/linux/posix/LongPath.h"
 
 #include <sys/xattr.h>
 
@@ -29,21 +30,26 @@ std::string name() {
 /// because its layout is unknown.
 SystemResult<FinderInformation> read(const std::string& path) {
     FinderInformation information{};
-    const auto size =
-        ::lgetxattr(path.c_str(), name().c_str(), information.data(), information.size());
-    if (size < 0 && errno != ENODATA && errno != ERANGE) {
-        return Unexpected(Errno::last());
+    const auto size = byName(path, [&information](const char* item) {
+        return ::lgetxattr(item, name().c_str(), information.data(), information.size());
+    });
+    if (!size && !failedWith(size, ENODATA, ERANGE)) {
+        return Unexpected(size.error());
     }
-    return static_cast<std::size_t>(size) == information.size() ? information : FinderInformation{};
+    return size && static_cast<std::size_t>(*size) == information.size() ? information
+                                                                         : FinderInformation{};
 }
 
 SystemResult<void> write(const std::string& path, const FinderInformation& information) {
-    if (information != FinderInformation{}) {
-        return checked(
-            ::lsetxattr(path.c_str(), name().c_str(), information.data(), information.size(), 0));
+    const auto written = byName(path, [&information](const char* item) {
+        return information == FinderInformation{}
+                   ? ::lremovexattr(item, name().c_str())
+                   : ::lsetxattr(item, name().c_str(), information.data(), information.size(), 0);
+    });
+    if (!written && !failedWith(written, ENODATA)) {
+        return Unexpected(written.error());
     }
-    auto removed = checked(::lremovexattr(path.c_str(), name().c_str()));
-    return failedWith(removed, ENODATA) ? SystemResult<void>() : removed;
+    return {};
 }
 
 /// Changes the label alone. EINVAL for a number that is not a label.

@@ -63,7 +63,7 @@ TakeResult takeByRename(const ItemPlace& item, const std::string& trash) {
     if (fileIdOf(*from) == fileIdOf(*to)) {
         return {};
     }
-    return afterMoving(moveToUniqueName(item.directory.get(), item.name, destination->get()));
+    return afterMoving(moveToUniqueName(item.entry(), destination->get()));
 }
 
 bool isEntryName(const std::string& name) {

@@ -1,12 +1,12 @@
 #include "platform/linux/desktop/TrashDirectory.h"
 
 #include "platform/linux/desktop/WritableDirectory.h"
-#include "platform/linux/files/AtomicFile.h"
 #include "platform/linux/files/ItemTransfer.h"
 #include "platform/linux/posix/DirectoryReader.h"
 #include "platform/linux/posix/OpenDirectory.h"
 #include "platform/linux/posix/Rename.h"
 #include "platform/linux/posix/SystemCall.h"
+#include "platform/linux/posix/WriteRest.h"
 
 #include <fcntl.h>
 #include <linux/magic.h>
@@ -161,7 +161,8 @@ SystemResult<TemporaryItem> TrashDirectory::claim(const std::string& name,
         return trashinfo;
     }
     const int file = trashinfo->item().get();
-    auto claimed = writeUnsynced(file, text);
+    std::string_view rest = text;
+    auto claimed = writeRest(file, rest);
     if (claimed) {
         claimed = sendToDisk(file);
     }
@@ -205,7 +206,7 @@ SystemResult<void> TrashDirectory::takeAs(const std::string& name, const Trashed
 SystemResult<void> TrashDirectory::move(const TrashedItem& item, const std::string& name) const {
     const int directory = item.place.directory.get();
     const auto attempt = [&]() -> SystemResult<void> {
-        const auto moved = moveItem(directory, item.place.name, files(), name);
+        const auto moved = moveItem(item.place.entry(), {files(), name});
         return moved ? SystemResult<void>() : Unexpected(moved.error().number);
     };
     auto moved = attempt();
@@ -227,13 +228,13 @@ SystemResult<void> TrashDirectory::giveUniqueName(const std::string& name) const
     const int count = freeNumber(2, [&](int number) { return isTaken(nameInTrash(name, number)); });
     const auto newName = nameInTrash(name, count);
     if (!former) {
-        return renameWithoutReplacing(files(), name, files(), newName);
+        return renameWithoutReplacing({files(), name}, {files(), newName});
     }
     auto trashinfo = claim(newName, contentOf(former));
     if (!trashinfo) {
         return Unexpected(trashinfo.error());
     }
-    auto renamed = renameWithoutReplacing(files(), name, files(), newName);
+    auto renamed = renameWithoutReplacing({files(), name}, {files(), newName});
     if (renamed) {
         removeTrashinfo(name, former);
     } else {

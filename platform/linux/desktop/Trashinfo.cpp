@@ -2,7 +2,7 @@
 
 #include "platform/foundation/Path.h"
 #include "platform/linux/files/UniqueName.h"
-#include "platform/linux/system/LocalTime.h"
+#include "platform/linux/system/Clock.h"
 
 #include <glib.h>
 
@@ -30,7 +30,8 @@ std::string encoded(const std::string& path) {
 }
 
 std::string deletionDate() {
-    const auto now = LocalTime().now();
+    Clock clock;
+    const auto now = clock.localTime(clock.now());
     std::array<char, 32> date{};
     return {date.data(), std::strftime(date.data(), date.size(), "%Y-%m-%dT%H:%M:%S", &now)};
 }

@@ -2,15 +2,14 @@
 
 #include "platform/foundation/Path.h"
 #include "platform/linux/files/TemporaryItem.h"
-#include "platform/linux/posix/BlockSigxfsz.h"
 #include "platform/linux/posix/FileDescriptor.h"
 #include "platform/linux/posix/SystemCall.h"
+#include "platform/linux/posix/WriteRest.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
 
@@ -30,21 +29,11 @@ FileDescriptor openRegularFile(const std::string& path, std::size_t limit) {
 
 } // namespace
 
-SystemResult<void> writeUnsynced(int file, std::string_view content) {
-    blockSigxfsz();
-    while (!content.empty()) {
-        const auto written = ::write(file, content.data(), content.size());
-        if (written < 0 && errno != EINTR) {
-            return Unexpected(Errno::last());
-        }
-        content.remove_prefix(static_cast<std::size_t>(std::max<ssize_t>(written, 0)));
-    }
-    return {};
-}
-
 SystemResult<void> writeAll(int file, std::string_view content) {
-    auto written = writeUnsynced(file, content);
-    return written ? checked(retryOnEintr([file] { return ::fsync(file); })) : written;
+    if (auto written = writeRest(file, content); !written) {
+        return written;
+    }
+    return checked(retryOnEintr([file] { return ::fsync(file); }));
 }
 
 std::optional<std::string> readFile(const std::string& path, std::size_t limit) {

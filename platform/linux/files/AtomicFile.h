@@ -14,9 +14,6 @@ namespace platform::native {
 /// FIFO or a device.
 std::optional<std::string> readFile(const std::string& path, std::size_t limit);
 
-/// Writes all of the content to an open file.
-SystemResult<void> writeUnsynced(int file, std::string_view content);
-
 /// Writes all of the content to an open file and syncs it to disk.
 SystemResult<void> writeAll(int file, std::string_view content);
 

@@ -14,7 +14,8 @@ namespace platform::native {
 /// followed. docs/attributes.md describes how it is stored.
 std::optional<Date> storedCreationDate(const std::string& path, ItemKind kind);
 
-/// Stores the creation date of an item; links are followed.
-SystemResult<void> storeCreationDate(const std::string& path, Date date);
+/// Stores the creation date of an item; links are followed. EOVERFLOW for one that is beyond every
+/// Date.
+SystemResult<void> storeCreationDate(const std::string& path, FileDate date);
 
 } // namespace platform::native

@@ -2,6 +2,7 @@
 
 #include "platform/foundation/Path.h"
 #include "platform/linux/posix/Errors.h"
+#include "platform/linux/posix/LongPath.h"
 
 #include <sys/xattr.h>
 
@@ -9,31 +10,38 @@ namespace platform::native {
 
 namespace {
 
-/// Returns the length, or the error.
-Result<std::size_t> lengthOrError(ssize_t length, const std::string& path) {
-    if (length < 0) {
-        return Unexpected(posixError(Errno::last(), path::lastComponent(path), "read"));
+/// Reads the value into the buffer. Returns its length, even if there is no buffer.
+Result<std::size_t> readValue(const std::string& path, const std::string& attribute,
+                              std::span<std::byte> buffer) {
+    const auto length = byName(path, [&](const char* name) {
+        return ::getxattr(name, attributeName(attribute).c_str(), buffer.data(), buffer.size());
+    });
+    if (!length) {
+        return Unexpected(posixError(length.error(), path::lastComponent(path), "read"));
     }
-    return static_cast<std::size_t>(length);
+    return static_cast<std::size_t>(*length);
 }
 
 } // namespace
 
 Result<std::size_t> ExtendedAttributes::size(const std::string& path, const std::string& name) {
-    return lengthOrError(::getxattr(path.c_str(), attributeName(name).c_str(), nullptr, 0), path);
+    return readValue(path, name, {});
 }
 
 Result<std::size_t> ExtendedAttributes::read(const std::string& path, const std::string& name,
                                              std::span<std::byte> buffer) {
-    return lengthOrError(
-        ::getxattr(path.c_str(), attributeName(name).c_str(), buffer.data(), buffer.size()), path);
+    return readValue(path, name, buffer);
 }
 
 Result<void> ExtendedAttributes::set(const std::string& path, const std::string& name,
                                      std::string_view value) {
-    const auto set = checked(
-        ::setxattr(path.c_str(), attributeName(name).c_str(), value.data(), value.size(), 0));
-    return posixResult(set, path::lastComponent(path), "changed");
+    const auto set = byName(path, [&](const char* item) {
+        return ::setxattr(item, attributeName(name).c_str(), value.data(), value.size(), 0);
+    });
+    if (!set) {
+        return Unexpected(posixError(set.error(), path::lastComponent(path), "changed"));
+    }
+    return {};
 }
 
 } // namespace platform::native

@@ -93,26 +93,28 @@ SystemResult<void> writeWithHoles(int file, std::string_view content, off_t offs
 
 SystemResult<void> FileContent::copy(int source, const struct statx& status, int copy) {
     blockSigxfsz();
-    if (share(source, copy)) {
+    const CopyPair files{.source = source, .copy = copy};
+    if (share(files)) {
         return {};
     }
     const bool withHoles = hasHoles(status);
     const bool isSmall = status.stx_size < blockSize;
-    const off_t copied = withHoles || isSmall ? 0 : copyRanges(source, copy);
-    return copyBlocks(source, copy, copied, withHoles);
+    const off_t copied = withHoles || isSmall ? 0 : copyRanges(files);
+    return copyBlocks(files, copied, withHoles);
 }
 
-bool FileContent::share(int source, int copy) {
-    canShare_ = canShare_ && ::ioctl(copy, FICLONE, source) == 0;
+bool FileContent::share(const CopyPair& files) {
+    canShare_ = canShare_ && ::ioctl(files.copy, FICLONE, files.source) == 0;
     return canShare_;
 }
 
 /// Lets the kernel copy by itself. Returns how many bytes of the file it copied.
-off_t FileContent::copyRanges(int source, int copy) {
+off_t FileContent::copyRanges(const CopyPair& files) {
     off_t copied = 0;
     while (canCopyRanges_) {
-        const auto count = retryOnEintr(
-            [&] { return ::copy_file_range(source, nullptr, copy, nullptr, rangeSize, 0); });
+        const auto count = retryOnEintr([&] {
+            return ::copy_file_range(files.source, nullptr, files.copy, nullptr, rangeSize, 0);
+        });
         canCopyRanges_ = count >= 0;
         if (count <= 0) {
             break;
@@ -123,16 +125,16 @@ off_t FileContent::copyRanges(int source, int copy) {
 }
 
 /// Copies what follows `offset` by reading and writing.
-SystemResult<void> FileContent::copyBlocks(int source, int copy, off_t offset, bool withHoles) {
+SystemResult<void> FileContent::copyBlocks(const CopyPair& files, off_t offset, bool withHoles) {
     block_.resize(blockSize);
     for (;;) {
-        const auto size = readBlock(source, block_, offset);
+        const auto size = readBlock(files.source, block_, offset);
         if (!size) {
             return Unexpected(size.error());
         }
         const std::string_view content(block_.data(), *size);
-        auto written =
-            withHoles ? writeWithHoles(copy, content, offset) : writeAt(copy, content, offset);
+        auto written = withHoles ? writeWithHoles(files.copy, content, offset)
+                                 : writeAt(files.copy, content, offset);
         if (!written) {
             return written;
         }
@@ -141,7 +143,7 @@ SystemResult<void> FileContent::copyBlocks(int source, int copy, off_t offset, b
             break;
         }
     }
-    return withHoles ? checked(::ftruncate(copy, offset)) : SystemResult<void>();
+    return withHoles ? checked(::ftruncate(files.copy, offset)) : SystemResult<void>();
 }
 
 SystemResult<void> FileContent::compare(int one, int other) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/linux/files/CopyPair.h"
 #include "platform/linux/posix/Errno.h"
 
 #include <sys/stat.h>
@@ -22,9 +23,9 @@ public:
     SystemResult<void> compare(int one, int other);
 
 private:
-    bool share(int source, int copy);
-    off_t copyRanges(int source, int copy);
-    SystemResult<void> copyBlocks(int source, int copy, off_t offset, bool withHoles);
+    bool share(const CopyPair& files);
+    off_t copyRanges(const CopyPair& files);
+    SystemResult<void> copyBlocks(const CopyPair& files, off_t offset, bool withHoles);
 
     std::vector<char> block_;
     std::vector<char> otherBlock_;

@@ -1,15 +1,18 @@
 #include "platform/linux/files/FileStreams.h"
 
 #include "platform/linux/files/Preallocation.h"
-#include "platform/linux/posix/BlockSigxfsz.h"
 #include "platform/linux/posix/FileDescriptor.h"
+#include "platform/linux/posix/LongPath.h"
 #include "platform/linux/posix/OpenDirectory.h"
+#include "platform/linux/posix/SystemCall.h"
+#include "platform/linux/posix/WriteRest.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <string_view>
 #include <utility>
 
 namespace platform::native {
@@ -21,8 +24,8 @@ constexpr std::uint64_t unknownSize = 0;
 class Stream : public FileStream {
 public:
     Stream(FileDescriptor descriptor, const FileId& identity, std::uint64_t expectedSize)
-        : descriptor_(std::move(descriptor)), identity_(identity), spaceAhead_(expectedSize) {}
-    ~Stream() override { spaceAhead_.release(descriptor_.get()); }
+        : descriptor_(std::move(descriptor)), identity_(identity), preallocation_(expectedSize) {}
+    ~Stream() override { preallocation_.release(descriptor_.get()); }
     Stream(const Stream&) = delete;
     Stream& operator=(const Stream&) = delete;
     Stream(Stream&&) = delete;
@@ -39,7 +42,7 @@ public:
             } else if (count == 0) {
                 isAtEnd_ = true;
             } else if (errno != EINTR) {
-                fail();
+                hasFailed_ = true;
                 break;
             }
         }
@@ -47,68 +50,67 @@ public:
     }
 
     std::size_t write(std::span<const std::byte> bytes) override {
-        blockSigxfsz();
-        spaceAhead_.reserve(descriptor_.get(), position_);
-        std::size_t total = 0;
-        while (total < bytes.size()) {
-            const auto count =
-                ::write(descriptor_.get(), bytes.data() + total, bytes.size() - total);
-            if (count > 0) {
-                total += static_cast<std::size_t>(count);
-                position_ += static_cast<std::uint64_t>(count);
-            } else if (count == 0 || errno != EINTR) {
-                fail();
-                break;
-            }
-        }
+        preallocation_.reserve(descriptor_.get(), position_);
+        std::string_view rest(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+        hasFailed_ = !writeRest(descriptor_.get(), rest) || hasFailed_;
+        const auto total = bytes.size() - rest.size();
+        position_ += total;
         return total;
     }
 
-    bool seek(std::uint64_t position) override {
+    Result<void, SystemError> seek(std::uint64_t position) override {
         if (::lseek(descriptor_.get(), static_cast<off_t>(position), SEEK_SET) < 0) {
-            systemError_ = errno;
-            return false;
+            return Unexpected(SystemError{errno});
         }
         position_ = position;
         isAtEnd_ = false;
-        return true;
+        return {};
+    }
+
+    std::uint64_t position() const override { return position_; }
+
+    /// Only regular files can be truncated, and an empty one need not be.
+    bool makeEmpty() override {
+        struct stat status {};
+        return ::fstat(descriptor_.get(), &status) == 0 &&
+               (!S_ISREG(status.st_mode) || status.st_size == 0 ||
+                ::ftruncate(descriptor_.get(), 0) == 0);
+    }
+
+    void beginSync() override {
+        static_cast<void>(::sync_file_range(descriptor_.get(), 0, 0, SYNC_FILE_RANGE_WRITE));
+    }
+
+    bool sync() override {
+        const auto synced =
+            checked(retryOnEintr([this] { return ::fdatasync(descriptor_.get()); }));
+        return synced || failedWith(synced, EINVAL); // which says that there is no medium
+    }
+
+    void dropCache() override {
+        static_cast<void>(::posix_fadvise(descriptor_.get(), 0, 0, POSIX_FADV_DONTNEED));
     }
 
     bool isAtEnd() const override { return isAtEnd_; }
-    int errorIndicator() const override { return errorIndicator_; }
-    int systemError() const override { return systemError_; }
+    int errorIndicator() const override { return hasFailed_ ? 1 : 0; }
     FileId identity() const override { return identity_; }
 
 private:
-    void fail() {
-        systemError_ = errno;
-        errorIndicator_ = 1;
-    }
-
     FileDescriptor descriptor_;
     FileId identity_;
-    Preallocation spaceAhead_;
+    Preallocation preallocation_;
     std::uint64_t position_ = 0;
     bool isAtEnd_ = false;
-    int errorIndicator_ = 0;
-    int systemError_ = 0;
+    bool hasFailed_ = false;
 };
 
-/// Refuses a path that contains a zero byte: the system would take the part before it for the path.
 FileDescriptor openFile(const std::string& path, int flags) {
     constexpr mode_t mode = 0666;
-    int descriptor = -1;
-    if (path.find('\0') == std::string::npos) {
-        do {
-            descriptor = ::open(path.c_str(), flags | O_NOCTTY | O_CLOEXEC, mode);
-        } while (descriptor < 0 && errno == EINTR);
-    }
-    return FileDescriptor(descriptor);
-}
-
-/// Only regular files can be truncated, and an empty one need not be.
-bool makeEmpty(const FileDescriptor& file, const struct stat& status) {
-    return !S_ISREG(status.st_mode) || status.st_size == 0 || ::ftruncate(file.get(), 0) == 0;
+    const auto descriptor = atPath(path, [flags](int directory, const char* rest) {
+        return retryOnEintr(
+            [&] { return ::openat(directory, rest, flags | O_NOCTTY | O_CLOEXEC, mode); });
+    });
+    return FileDescriptor(descriptor ? *descriptor : -1);
 }
 
 } // namespace
@@ -123,14 +125,12 @@ std::unique_ptr<FileStream> FileStreams::openForReading(const std::string& path)
     return std::make_unique<Stream>(std::move(file), fileIdOf(status), unknownSize);
 }
 
-// Truncated in a separate step: O_TRUNC would empty the spared file before it could be recognized.
 std::unique_ptr<FileStream> FileStreams::openForUpdating(const std::string& path,
                                                          const FileId& spared,
                                                          std::uint64_t expectedSize) {
     auto file = openFile(path, O_RDWR | O_CREAT);
     struct stat status {};
-    if (!file || ::fstat(file.get(), &status) != 0 || fileIdOf(status) == spared ||
-        !makeEmpty(file, status)) {
+    if (!file || ::fstat(file.get(), &status) != 0 || fileIdOf(status) == spared) {
         return nullptr;
     }
     return std::make_unique<Stream>(std::move(file), fileIdOf(status),

@@ -1,6 +1,7 @@
 #include "platform/linux/files/FileSystem.h"
 
 #include "platform/foundation/Path.h"
+#include "platform/foundation/Text.h"
 #include "platform/linux/files/AtomicFile.h"
 #include "platform/linux/files/CreationDate.h"
 #include "platform/linux/files/ItemTransfer.h"
@@ -12,7 +13,6 @@
 #include "platform/linux/posix/ItemPlace.h"
 #include "platform/linux/posix/LongPath.h"
 #include "platform/linux/posix/OpenDirectory.h"
-#include "platform/linux/process/ToolOverlay.h"
 
 #include <fcntl.h>
 #include <linux/fs.h>
@@ -28,10 +28,10 @@ namespace platform::native {
 
 namespace {
 
-constexpr Unexpected notAbsolute{Errno(EINVAL)};
+constexpr Unexpected pathNotAllowed{Errno(EINVAL)};
 
-bool isAbsolute(const std::string& path) {
-    return path.starts_with('/');
+bool isAllowed(const std::string& path) {
+    return path.starts_with('/') && path.find('\0') == std::string::npos;
 }
 
 /// Changes the immutable flag of a regular file or a directory.
@@ -121,22 +121,13 @@ std::optional<std::vector<DirectoryEntry>> readDirectory(const std::string& path
     }
 }
 
-Date dateOf(const statx_timestamp& time) {
-    return Date(std::chrono::duration_cast<Date::duration>(std::chrono::seconds(time.tv_sec) +
-                                                           std::chrono::nanoseconds(time.tv_nsec)));
-}
-
-timespec timespecOf(Date date) {
-    const auto sinceEpoch = date.time_since_epoch();
-    const auto seconds = std::chrono::floor<std::chrono::seconds>(sinceEpoch);
-    return {.tv_sec = seconds.count(),
-            .tv_nsec = std::chrono::nanoseconds(sinceEpoch - seconds).count()};
+FileDate dateOf(const statx_timestamp& time) {
+    return {time.tv_sec, static_cast<std::int32_t>(time.tv_nsec)};
 }
 
 /// Returns the outcome of system calls on the item at a path.
 template <class T>
-Result<void> report(const SystemResult<T>& result, const std::string& path,
-                    const char* participle) {
+Result<void> report(const SystemResult<T>& result, const std::string& path, Participle participle) {
     if (!result) {
         return Unexpected(posixError(result.error(), path::lastComponent(path), participle));
     }
@@ -144,27 +135,35 @@ Result<void> report(const SystemResult<T>& result, const std::string& path,
 }
 
 /// Returns the outcome of work on a tree.
-Result<void> report(const EntryResult<void>& result, const char* participle) {
+Result<void> report(const EntryResult<void>& result, Participle participle) {
     if (!result) {
         return Unexpected(posixError(result.error().number, result.error().name, participle));
     }
     return {};
 }
 
+/// Returns why nothing can be put into a directory that is missing.
+std::string whyMissing(const std::string& directory) {
+    return "the folder “" + text::printable(path::lastComponent(directory)) + "” doesn’t exist";
+}
+
 /// Copies or moves an item from path to path.
 Result<void> transfer(const std::string& path, const std::string& newPath,
-                      EntryResult<void> (*work)(int, const std::string&, int, const std::string&),
-                      const char* participle) {
+                      EntryResult<void> (*work)(const EntryRef&, const EntryRef&),
+                      Participle participle) {
     const auto source = findPlace(path);
     if (!source) {
         return report(source, path, participle);
     }
     const auto destination = findPlace(newPath);
+    if (failedWith(destination, ENOENT)) {
+        return Unexpected(posixError(Errno(ENOENT), path::lastComponent(path), participle,
+                                     whyMissing(path::deletingLastComponent(newPath))));
+    }
     if (!destination) {
         return report(destination, path, participle);
     }
-    const auto done = work(source->directory.get(), source->name, destination->directory.get(),
-                           destination->name);
+    const auto done = work(source->entry(), destination->entry());
     if (!done && done.error().number.is(EINVAL)) {
         return Unexpected(posixError(Errno(EINVAL), done.error().name, participle,
                                      "it can’t be put inside itself"));
@@ -181,10 +180,6 @@ bool FileSystem::exists(const std::string& path) {
 bool FileSystem::isDirectory(const std::string& path) {
     const auto status = statusOfItem(path);
     return status && S_ISDIR(status->st_mode);
-}
-
-bool FileSystem::isExecutable(const std::string& path) {
-    return ::faccessat(AT_FDCWD, resolveTool(path).c_str(), X_OK, AT_EACCESS) == 0;
 }
 
 bool FileSystem::isWritable(const std::string& path) {
@@ -215,7 +210,7 @@ std::optional<ItemAttributes> FileSystem::attributesOfItem(const std::string& pa
         return std::nullopt;
     }
     const auto kind = itemKind(status->stx_mode);
-    auto creationDate = storedCreationDate(path, kind);
+    std::optional<FileDate> creationDate = storedCreationDate(path, kind);
     if (!creationDate && (status->stx_mask & STATX_BTIME) != 0) {
         creationDate = dateOf(status->stx_btime);
     }
@@ -241,7 +236,7 @@ FileSystem::contentsOfDirectoryWithSizes(const std::string& path) {
 
 Result<void> FileSystem::createDirectory(const std::string& path) {
     constexpr mode_t everything = 0777;
-    return report(isAbsolute(path) ? makeDirectories(path, everything) : notAbsolute, path,
+    return report(isAllowed(path) ? makeDirectories(path, everything) : pathNotAllowed, path,
                   "created");
 }
 
@@ -254,19 +249,19 @@ Result<void> FileSystem::copyItem(const std::string& path, const std::string& ne
 }
 
 Result<void> FileSystem::writeAtomically(const std::string& path, std::string_view content) {
-    return report(isAbsolute(path) ? replaceFile(path, content) : notAbsolute, path, "saved");
+    return report(isAllowed(path) ? replaceFile(path, content) : pathNotAllowed, path, "saved");
 }
 
-Result<void> FileSystem::setModificationDate(const std::string& path, Date date) {
+Result<void> FileSystem::setModificationDate(const std::string& path, FileDate date) {
     const std::array<timespec, 2> times{timespec{.tv_sec = 0, .tv_nsec = UTIME_OMIT},
-                                        timespecOf(date)};
+                                        {.tv_sec = date.seconds, .tv_nsec = date.nanoseconds}};
     const auto changed = atPath(path, [&times](int directory, const char* rest) {
         return ::utimensat(directory, rest, times.data(), 0);
     });
     return report(changed, path, "changed");
 }
 
-Result<void> FileSystem::setCreationDate(const std::string& path, Date date) {
+Result<void> FileSystem::setCreationDate(const std::string& path, FileDate date) {
     return report(storeCreationDate(path, date), path, "changed");
 }
 

@@ -9,7 +9,6 @@ class FileSystem : public platform::FileSystem {
 public:
     bool exists(const std::string& path) override;
     bool isDirectory(const std::string& path) override;
-    bool isExecutable(const std::string& path) override;
     bool isWritable(const std::string& path) override;
     std::optional<FileId> fileIdOfItem(const std::string& path) override;
     std::optional<std::string> destinationOfSymbolicLink(const std::string& path) override;
@@ -32,10 +31,10 @@ public:
     Result<void> copyItem(const std::string& path, const std::string& newPath) override;
 
     Result<void> writeAtomically(const std::string& path, std::string_view content) override;
-    Result<void> setModificationDate(const std::string& path, Date date) override;
+    Result<void> setModificationDate(const std::string& path, FileDate date) override;
 
     /// Stores the date as docs/attributes.md describes.
-    Result<void> setCreationDate(const std::string& path, Date date) override;
+    Result<void> setCreationDate(const std::string& path, FileDate date) override;
 
     Result<void> setPosixPermissions(const std::string& path, unsigned permissions) override;
 

@@ -1,6 +1,7 @@
 #include "platform/linux/files/ItemTransfer.h"
 
 #include "platform/linux/files/Metadata.h"
+#include "platform/linux/files/MovedItems.h"
 #include "platform/linux/files/SpecialFiles.h"
 #include "platform/linux/files/TemporaryItem.h"
 #include "platform/linux/files/TreeCopy.h"
@@ -54,22 +55,58 @@ SystemResult<void> afterNaming(const SystemResult<void>& named) {
 /// One copy, or one move between volumes.
 class Transfer {
 public:
-    Transfer(int source, const std::string& name, int destination, const std::string& newName,
-             CopyPurpose purpose)
-        : source_(source), name_(name), destination_(destination), newName_(newName),
-          purpose_(purpose), isMove_(purpose == CopyPurpose::replaceSource) {}
+    Transfer(const EntryRef& source, const EntryRef& destination, CopyPurpose purpose)
+        : source_(source.directory), name_(source.name), destination_(destination.directory),
+          newName_(destination.name), purpose_(purpose),
+          isMove_(purpose == CopyPurpose::replaceSource) {}
 
     EntryResult<void> run() {
         if (const auto examined = examine(); !examined) {
-            return aboutEntry(name_, examined);
+            return isMove_ ? finish(examined.error()) : aboutEntry(name_, examined);
         }
-        const bool isDirectory = S_ISDIR(status_.stx_mode);
-        auto done = isDirectory || S_ISREG(status_.stx_mode) ? copyOpened(isDirectory)
-                                                             : aboutEntry(name_, copyInOneStep());
-        return done && isMove_ ? removeTree(source_, name_, {.only = &copied_}) : done;
+        return isMove_ ? move() : copy();
     }
 
 private:
+    EntryResult<void> copy() {
+        const bool isDirectory = S_ISDIR(status_.stx_mode);
+        return isDirectory || S_ISREG(status_.stx_mode) ? copyOpened(isDirectory)
+                                                        : aboutEntry(name_, copyInOneStep());
+    }
+
+    /// Without the mark, a process that is killed leaves the rest of the source where it is.
+    EntryResult<void> move() {
+        const auto mark = TemporaryItem::make(destination_, markPurpose(), S_IFREG | S_IRUSR);
+        auto done = copy();
+        if (done) {
+            MovedItems moved(destination_, newName_, &copied_);
+            done = removeTree(source_, name_, {.only = &moved});
+        }
+        return done;
+    }
+
+    /// Finishes the move of a process that was killed while it removed the source, if that explains
+    /// the obstacle: the mark shows that what exists at the destination is its copy. Nothing is
+    /// removed before all that is left has proved to be copied.
+    EntryResult<void> finish(Errno obstacle) {
+        const auto mark = TemporaryItem::adopt(destination_, markPurpose());
+        if (!mark || !obstacle.is(EEXIST)) {
+            return aboutEntry(name_, Unexpected(obstacle));
+        }
+        MovedItems moved(destination_, newName_, nullptr);
+        auto done = removeTree(source_, name_, {.only = &moved, .deletes = false});
+        if (!done && done.error().number == changedMeanwhile) {
+            return aboutEntry(name_, Unexpected(obstacle));
+        }
+        if (done) {
+            done = aboutEntry(name_, makeNameDurable({}));
+        }
+        return done ? removeTree(source_, name_, {.only = &moved}) : done;
+    }
+
+    /// What the mark of a move is for. It is no name, which contains no slash.
+    std::string markPurpose() const { return newName_ + '/' + name_; }
+
     /// Checks what can be checked before anything is done.
     SystemResult<void> examine() {
         const auto status = statusOfEntry(source_, name_);
@@ -107,9 +144,10 @@ private:
 
     /// Copies a link, a FIFO, a socket or a device, which is created in one step.
     SystemResult<void> copyInOneStep() {
-        auto done = afterNaming(copyUnopened(source_, name_, status_, destination_, newName_));
+        auto done = afterNaming(copyUnopened({source_, name_}, status_, {destination_, newName_}));
         if (done && isMove_) {
-            copied_.add(status_);
+            copied_.add(status_, TreePlace::top);
+            copied_.close();
             done = makeNameDurable({});
             if (!done) {
                 ::unlinkat(destination_, newName_.c_str(), 0);
@@ -179,24 +217,22 @@ private:
 
 } // namespace
 
-EntryResult<void> copyItem(int source, const std::string& name, int destination,
-                           const std::string& newName) {
-    return Transfer(source, name, destination, newName, CopyPurpose::keepBoth).run();
+EntryResult<void> copyItem(const EntryRef& source, const EntryRef& destination) {
+    return Transfer(source, destination, CopyPurpose::keepBoth).run();
 }
 
-EntryResult<void> moveItem(int source, const std::string& name, int destination,
-                           const std::string& newName) {
-    auto renamed = renameWithoutReplacing(source, name, destination, newName);
+EntryResult<void> moveItem(const EntryRef& source, const EntryRef& destination) {
+    auto renamed = renameWithoutReplacing(source, destination);
     if (failedWith(renamed, EXDEV)) {
-        return Transfer(source, name, destination, newName, CopyPurpose::replaceSource).run();
+        return Transfer(source, destination, CopyPurpose::replaceSource).run();
     }
     if (failedWith(renamed, EINVAL)) {
-        const auto status = statusOfEntry(source, name);
-        if (status && !holds(*status, destination)) {
+        const auto status = statusOfEntry(source.directory, source.name);
+        if (status && !holds(*status, destination.directory)) {
             renamed = Unexpected(nameNotAllowed);
         }
     }
-    return aboutEntry(name, renamed);
+    return aboutEntry(source.name, renamed);
 }
 
 } // namespace platform::native

@@ -4,10 +4,11 @@
 #include "platform/foundation/Path.h"
 #include "platform/linux/files/TemporaryItem.h"
 #include "platform/linux/files/TreeRemoval.h"
-#include "platform/linux/posix/BlockSigxfsz.h"
 #include "platform/linux/posix/Errors.h"
 #include "platform/linux/posix/FileDescriptor.h"
+#include "platform/linux/posix/OpenDirectory.h"
 #include "platform/linux/posix/SystemCall.h"
+#include "platform/linux/posix/WriteRest.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -28,7 +29,7 @@ namespace {
 
 /// Returns the outcome of system calls on the item at a path.
 Result<void> reportOf(const SystemResult<void>& result, const std::string& path,
-                      std::string_view participle) {
+                      Participle participle) {
     return posixResult(result, path::lastComponent(path), participle);
 }
 
@@ -41,12 +42,10 @@ constexpr Unexpected notUsable{Errno(EINVAL)};
 
 class AppendedFile : public LogFile {
 public:
-    AppendedFile(FileDescriptor descriptor, const struct stat& identity, std::string path)
-        : descriptor_(std::move(descriptor)), device_(identity.st_dev), inode_(identity.st_ino),
-          path_(std::move(path)) {}
+    AppendedFile(FileDescriptor descriptor, const FileId& identity, std::string path)
+        : descriptor_(std::move(descriptor)), identity_(identity), path_(std::move(path)) {}
 
     void append(std::string_view entry) override {
-        blockSigxfsz();
         if (lineIsTorn_) {
             write("\n");
         }
@@ -61,33 +60,23 @@ public:
 
     bool isInPlace() override {
         struct stat there {};
-        return ::stat(path_.c_str(), &there) == 0 && there.st_dev == device_ &&
-               there.st_ino == inode_;
+        return ::stat(path_.c_str(), &there) == 0 && fileIdOf(there) == identity_;
     }
 
 private:
-    /// The first write takes all unless the disk is full or the file as large as it may become;
-    /// what comes after a part tells which.
+    /// Throws if not all bytes are written; a part leaves a line without an end.
     void write(std::string_view bytes) {
-        while (!bytes.empty()) {
-            const auto written = ::write(descriptor_.get(), bytes.data(), bytes.size());
-            if (written < 0 && errno == EINTR) {
-                continue;
-            }
-            if (written <= 0) {
-                const auto code = written < 0 ? Errno::last() : Errno(ENOSPC);
-                throw Exception(
-                    exception_name::fileHandleOperation,
-                    failureSentence(path::lastComponent(path_), "written to", reason(code)));
-            }
-            bytes.remove_prefix(static_cast<std::size_t>(written));
-            lineIsTorn_ = !bytes.empty();
+        const auto size = bytes.size();
+        if (const auto written = writeRest(descriptor_.get(), bytes); !written) {
+            lineIsTorn_ = lineIsTorn_ || bytes.size() < size;
+            throw Exception(
+                exception_name::fileHandleOperation,
+                failureSentence(path::lastComponent(path_), "written to", reason(written.error())));
         }
     }
 
     FileDescriptor descriptor_;
-    dev_t device_;
-    ino_t inode_;
+    FileId identity_;
     std::string path_;
     bool lineIsTorn_ = false;
 };
@@ -250,11 +239,11 @@ Result<void> LogFiles::createDirectory(const std::string& path) {
     return reportOf(isUsable(path) ? createDirectories(path) : notUsable, path, "created");
 }
 
-Result<void> LogFiles::removeItem(const std::string& path) {
+Result<void> LogFiles::removeLog(const std::string& path) {
     return reportOf(isUsable(path) ? removeAt(path) : notUsable, path, "deleted");
 }
 
-Result<void> LogFiles::moveItem(const std::string& path, const std::string& newPath) {
+Result<void> LogFiles::renameLog(const std::string& path, const std::string& newPath) {
     const bool areUsable = isUsable(path) && isUsable(newPath);
     return reportOf(areUsable ? moveTo(path, newPath) : notUsable, path, "moved");
 }
@@ -263,7 +252,7 @@ Result<void> LogFiles::setAside(const std::string& path, const std::string& newP
     if (isUsable(path) && isUsable(newPath) && ::link(path.c_str(), newPath.c_str()) == 0) {
         return {};
     }
-    return moveItem(path, newPath);
+    return renameLog(path, newPath);
 }
 
 Result<void> LogFiles::createEmptyFile(const std::string& path) {
@@ -288,7 +277,7 @@ std::shared_ptr<LogFile> LogFiles::open(const std::string& path) {
         !isTrusted(information, *target)) {
         return nullptr;
     }
-    return std::make_shared<AppendedFile>(std::move(descriptor), information, path);
+    return std::make_shared<AppendedFile>(std::move(descriptor), fileIdOf(information), path);
 }
 
 std::unique_ptr<LogLock> LogFiles::lock(const std::vector<std::string>& directories) {

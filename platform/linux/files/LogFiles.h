@@ -9,8 +9,8 @@ class LogFiles : public platform::LogFiles {
 public:
     bool exists(const std::string& path) override;
     Result<void> createDirectory(const std::string& path) override;
-    Result<void> removeItem(const std::string& path) override;
-    Result<void> moveItem(const std::string& path, const std::string& newPath) override;
+    Result<void> removeLog(const std::string& path) override;
+    Result<void> renameLog(const std::string& path, const std::string& newPath) override;
     Result<void> setAside(const std::string& path, const std::string& newPath) override;
     Result<void> createEmptyFile(const std::string& path) override;
     std::shared_ptr<LogFile> open(const std::string& path) override;

@@ -1,12 +1,17 @@
 #include "platform/linux/files/Metadata.h"
 
+#include "platform/linux/files/CopyPair.h"
+#include "platform/linux/posix/Errors.h"
+
 #include <fcntl.h>
 #include <linux/limits.h>
+#include <sys/statvfs.h>
 #include <sys/xattr.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -15,6 +20,8 @@ namespace platform::native {
 namespace {
 
 constexpr mode_t permissionBits = 07777;
+
+constexpr const char* accessList = "system.posix_acl_access";
 
 /// Returns whether a failure means that the volume does not support the operation, or that the user
 /// may not do it.
@@ -34,27 +41,43 @@ std::array<timespec, 2> timesOf(const struct statx& status) {
     return {time(status.stx_atime), time(status.stx_mtime)};
 }
 
-/// Returns the mode that a copy with this owner and group may have: set-user-ID and set-group-ID
-/// bits are kept for the same owner and group only.
-mode_t permittedMode(const struct statx& status, uid_t owner, gid_t group) {
+/// Returns the mode that a copy of this status may have: set-user-ID and set-group-ID bits are kept
+/// for the same owner and group only.
+mode_t permittedMode(const struct statx& status, const struct stat& copy) {
     mode_t mode = status.stx_mode & permissionBits;
-    if (owner != status.stx_uid) {
+    if (copy.st_uid != status.stx_uid) {
         mode &= ~static_cast<mode_t>(S_ISUID);
     }
-    if (group != status.stx_gid) {
+    if (copy.st_gid != status.stx_gid) {
         mode &= ~static_cast<mode_t>(S_ISGID);
     }
     return mode;
 }
 
+/// Returns whether the volume of an open item has room for any attribute. ENOSPC then means that
+/// its format does not.
+bool hasRoom(int item) {
+    struct statvfs volume {};
+    if (::fstatvfs(item, &volume) != 0) {
+        return false;
+    }
+    const bool countsFiles = volume.f_files > 0;
+    return (!countsFiles || volume.f_favail > 0) &&
+           volume.f_bavail * volume.f_frsize > XATTR_SIZE_MAX;
+}
+
 /// Copies one extended attribute. Fails only for the user's own ones, or if the volume has no
 /// space.
-SystemResult<void> keepAttribute(int source, int copy, const char* name) {
+SystemResult<void> keepAttribute(const CopyPair& items, const char* name) {
     std::array<char, XATTR_SIZE_MAX> value; // NOLINT: filled before it is read.
-    const auto size = ::fgetxattr(source, name, value.data(), value.size());
+    const auto size = ::fgetxattr(items.source, name, value.data(), value.size());
     auto kept = checked(size);
     if (kept) {
-        kept = checked(::fsetxattr(copy, name, value.data(), static_cast<std::size_t>(size), 0));
+        kept =
+            checked(::fsetxattr(items.copy, name, value.data(), static_cast<std::size_t>(size), 0));
+        if (failedWith(kept, ENOSPC) && hasRoom(items.copy)) {
+            kept = Unexpected(attributesTooLarge);
+        }
     }
     if (failedWith(kept, EOPNOTSUPP, ENODATA)) {
         return {};
@@ -63,22 +86,22 @@ SystemResult<void> keepAttribute(int source, int copy, const char* name) {
     return isUsers ? kept : asFarAsPossible(kept);
 }
 
-SystemResult<void> keepExtendedAttributes(int source, int copy) {
+SystemResult<void> keepExtendedAttributes(const CopyPair& items) {
     std::array<char, 1024> fewNames{};
     std::vector<char> manyNames;
     char* names = fewNames.data();
-    auto size = ::flistxattr(source, names, fewNames.size());
+    auto size = ::flistxattr(items.source, names, fewNames.size());
     if (size < 0 && errno == ERANGE) {
         manyNames.resize(XATTR_LIST_MAX);
         names = manyNames.data();
-        size = ::flistxattr(source, names, manyNames.size());
+        size = ::flistxattr(items.source, names, manyNames.size());
     }
     if (auto listed = checked(size); !listed) {
         return failedWith(listed, EOPNOTSUPP) ? SystemResult<void>() : listed;
     }
     const std::string_view list(names, static_cast<std::size_t>(size));
     for (std::size_t begin = 0; begin < list.size(); begin = list.find('\0', begin) + 1) {
-        if (auto kept = keepAttribute(source, copy, list.data() + begin); !kept) {
+        if (auto kept = keepAttribute(items, list.data() + begin); !kept) {
             return kept;
         }
     }
@@ -94,21 +117,25 @@ SystemResult<void> keepOwner(const struct statx& status, int copy) {
 }
 
 /// Like keepOwner(), for an entry of an open directory.
-SystemResult<void> keepOwnerOfEntry(const struct statx& status, int directory, const char* entry) {
-    const auto give = [&](uid_t owner) {
-        return checked(::fchownat(directory, entry, owner, status.stx_gid, AT_SYMLINK_NOFOLLOW));
+SystemResult<void> keepOwnerOfEntry(const struct statx& status, const EntryRef& entry) {
+    const auto setOwner = [&](uid_t owner) {
+        return checked(::fchownat(entry.directory, entry.name.c_str(), owner, status.stx_gid,
+                                  AT_SYMLINK_NOFOLLOW));
     };
-    auto given = give(status.stx_uid);
-    return given ? given : asFarAsPossible(give(static_cast<uid_t>(-1)));
+    auto set = setOwner(status.stx_uid);
+    return set ? set : asFarAsPossible(setOwner(static_cast<uid_t>(-1)));
 }
 
-SystemResult<void> keepModeOfEntry(const struct statx& status, int directory, const char* entry) {
+SystemResult<void> keepModeOfEntry(const struct statx& status, const EntryRef& entry) {
     struct stat current {};
-    if (auto found = checked(::fstatat(directory, entry, &current, AT_SYMLINK_NOFOLLOW)); !found) {
+    if (auto found =
+            checked(::fstatat(entry.directory, entry.name.c_str(), &current, AT_SYMLINK_NOFOLLOW));
+        !found) {
         return found;
     }
-    const mode_t mode = permittedMode(status, current.st_uid, current.st_gid);
-    return asFarAsPossible(checked(::fchmodat(directory, entry, mode, AT_SYMLINK_NOFOLLOW)));
+    const mode_t mode = permittedMode(status, current);
+    return asFarAsPossible(
+        checked(::fchmodat(entry.directory, entry.name.c_str(), mode, AT_SYMLINK_NOFOLLOW)));
 }
 
 } // namespace
@@ -124,7 +151,7 @@ SystemResult<void> copyMetadata(int source, const struct statx& status, int copy
             return kept;
         }
     }
-    if (auto kept = keepExtendedAttributes(source, copy); !kept) {
+    if (auto kept = keepExtendedAttributes({.source = source, .copy = copy}); !kept) {
         return kept;
     }
     if (isForeign) {
@@ -132,7 +159,7 @@ SystemResult<void> copyMetadata(int source, const struct statx& status, int copy
             return found;
         }
     }
-    const mode_t mode = permittedMode(status, current.st_uid, current.st_gid);
+    const mode_t mode = permittedMode(status, current);
     if (mode != (current.st_mode & permissionBits)) {
         if (auto kept = asFarAsPossible(checked(::fchmod(copy, mode))); !kept) {
             return kept;
@@ -141,26 +168,39 @@ SystemResult<void> copyMetadata(int source, const struct statx& status, int copy
     return asFarAsPossible(checked(::futimens(copy, timesOf(status).data())));
 }
 
-SystemResult<void> copyMetadataToEntry(const struct statx& status, int directory,
-                                       const std::string& name) {
-    const char* entry = name.c_str();
-    if (auto kept = keepOwnerOfEntry(status, directory, entry); !kept) {
+SystemResult<void> copyMetadataToEntry(const struct statx& status, const EntryRef& entry) {
+    if (auto kept = keepOwnerOfEntry(status, entry); !kept) {
         return kept;
     }
     // A link has no mode, and fchmodat() would follow it.
     if (!S_ISLNK(status.stx_mode)) {
-        if (auto kept = keepModeOfEntry(status, directory, entry); !kept) {
+        if (auto kept = keepModeOfEntry(status, entry); !kept) {
             return kept;
         }
     }
     const auto times = timesOf(status);
-    return asFarAsPossible(
-        checked(::utimensat(directory, entry, times.data(), AT_SYMLINK_NOFOLLOW)));
+    return asFarAsPossible(checked(
+        ::utimensat(entry.directory, entry.name.c_str(), times.data(), AT_SYMLINK_NOFOLLOW)));
+}
+
+void copyAccessListToEntry(const EntryRef& source, const EntryRef& copy) {
+    const auto pathOf = [](const EntryRef& entry) {
+        return "/proc/self/fd/" + std::to_string(entry.directory) + '/' + entry.name;
+    };
+    const auto copyPath = pathOf(copy);
+    std::array<char, XATTR_SIZE_MAX> list; // NOLINT: filled before it is read.
+    const auto size =
+        ::lgetxattr(pathOf(source).c_str(), accessList, list.data(), list.size());
+    if (size < 0) {
+        ::lremovexattr(copyPath.c_str(), accessList);
+    } else {
+        ::lsetxattr(copyPath.c_str(), accessList, list.data(), static_cast<std::size_t>(size), 0);
+    }
 }
 
 void dropInheritedAcls(int item) {
     ::fremovexattr(item, "system.posix_acl_default");
-    ::fremovexattr(item, "system.posix_acl_access");
+    ::fremovexattr(item, accessList);
 }
 
 } // namespace platform::native

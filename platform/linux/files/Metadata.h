@@ -1,10 +1,9 @@
 #pragma once
 
+#include "platform/linux/posix/EntryRef.h"
 #include "platform/linux/posix/Errno.h"
 
 #include <sys/stat.h>
-
-#include <string>
 
 namespace platform::native {
 
@@ -14,10 +13,13 @@ namespace platform::native {
 /// attributes are kept if the copy's volume supports their kind.
 SystemResult<void> copyMetadata(int source, const struct statx& status, int copy);
 
-/// Like copyMetadata(), for the entry `name` of an open directory that cannot be opened: a link, a
-/// FIFO, a socket, a device. It has no extended attributes.
-SystemResult<void> copyMetadataToEntry(const struct statx& status, int directory,
-                                       const std::string& name);
+/// Like copyMetadata(), for an entry that cannot be opened: a link, a FIFO, a socket, a device. Its
+/// only extended attribute is that of copyAccessListToEntry().
+SystemResult<void> copyMetadataToEntry(const struct statx& status, const EntryRef& entry);
+
+/// Gives an entry, which is no link, the access control list of another one, as far as possible,
+/// instead of an inherited one. Its mode must be set afterwards.
+void copyAccessListToEntry(const EntryRef& source, const EntryRef& copy);
 
 /// Removes from a new item the access control lists inherited from its directory.
 void dropInheritedAcls(int item);

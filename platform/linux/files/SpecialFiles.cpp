@@ -13,57 +13,64 @@ namespace platform::native {
 
 namespace {
 
-/// Returns the target of a link.
-SystemResult<std::string> readLink(int directory, const std::string& name) {
+/// Makes a link with the same target, and reads it back.
+SystemResult<void> makeLink(const EntryRef& source, const EntryRef& destination) {
+    const auto text = readLink(source);
+    if (!text) {
+        return Unexpected(text.error());
+    }
+    if (auto made =
+            checked(::symlinkat(text->c_str(), destination.directory, destination.name.c_str()));
+        !made) {
+        return made;
+    }
+    const auto copy = readLink(destination);
+    if (copy && *copy == *text) {
+        return {};
+    }
+    ::unlinkat(destination.directory, destination.name.c_str(), 0);
+    return Unexpected(copy ? Errno(EIO) : copy.error());
+}
+
+/// Makes the link, FIFO, socket or device itself.
+SystemResult<void> makeUnopened(const EntryRef& source, const struct statx& status,
+                                const EntryRef& destination) {
+    if (S_ISLNK(status.stx_mode)) {
+        return makeLink(source, destination);
+    }
+    const auto device = ::makedev(status.stx_rdev_major, status.stx_rdev_minor);
+    // An access control list that it inherits admits nobody else before its own mode is set.
+    const mode_t mode = (status.stx_mode & static_cast<unsigned>(S_IFMT)) | S_IRUSR | S_IWUSR;
+    auto made = checked(::mknodat(destination.directory, destination.name.c_str(), mode, device));
+    if (made) {
+        copyAccessListToEntry(source, destination);
+    }
+    return made;
+}
+
+} // namespace
+
+SystemResult<std::string> readLink(const EntryRef& link) {
     std::array<char, PATH_MAX> buffer{};
-    const auto length = ::readlinkat(directory, name.c_str(), buffer.data(), buffer.size());
+    const auto length =
+        ::readlinkat(link.directory, link.name.c_str(), buffer.data(), buffer.size());
     if (length < 0) { // EINVAL: it is no longer a link.
         return Unexpected(errno == EINVAL ? changedMeanwhile : Errno::last());
     }
     return std::string(buffer.data(), static_cast<std::size_t>(length));
 }
 
-/// Makes a link with the same target, and reads it back.
-SystemResult<void> makeLink(int source, const std::string& name, int destination,
-                            const std::string& newName) {
-    const auto text = readLink(source, name);
-    if (!text) {
-        return Unexpected(text.error());
-    }
-    if (auto made = checked(::symlinkat(text->c_str(), destination, newName.c_str())); !made) {
-        return made;
-    }
-    const auto copy = readLink(destination, newName);
-    if (copy && *copy == *text) {
-        return {};
-    }
-    ::unlinkat(destination, newName.c_str(), 0);
-    return Unexpected(copy ? Errno(EIO) : copy.error());
-}
-
-/// Makes the link, FIFO, socket or device itself.
-SystemResult<void> makeUnopened(int source, const std::string& name, const struct statx& status,
-                                int destination, const std::string& newName) {
-    if (S_ISLNK(status.stx_mode)) {
-        return makeLink(source, name, destination, newName);
-    }
-    const auto device = ::makedev(status.stx_rdev_major, status.stx_rdev_minor);
-    return checked(::mknodat(destination, newName.c_str(), status.stx_mode, device));
-}
-
-} // namespace
-
-SystemResult<void> copyUnopened(int source, const std::string& name, const struct statx& status,
-                                int destination, const std::string& newName) {
+SystemResult<void> copyUnopened(const EntryRef& source, const struct statx& status,
+                                const EntryRef& destination) {
     if (S_ISREG(status.stx_mode) || S_ISDIR(status.stx_mode)) {
         return Unexpected(changedMeanwhile);
     }
-    if (auto made = makeUnopened(source, name, status, destination, newName); !made) {
+    if (auto made = makeUnopened(source, status, destination); !made) {
         return made;
     }
-    auto kept = copyMetadataToEntry(status, destination, newName);
+    auto kept = copyMetadataToEntry(status, destination);
     if (!kept) {
-        ::unlinkat(destination, newName.c_str(), 0);
+        ::unlinkat(destination.directory, destination.name.c_str(), 0);
     }
     return kept;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/linux/posix/EntryRef.h"
 #include "platform/linux/posix/Errno.h"
 
 #include <sys/stat.h>
@@ -8,10 +9,12 @@
 
 namespace platform::native {
 
-/// Copies the entry `name` of the open directory `source`, which is a link, a FIFO, a socket or a
-/// device of this status, to the entry `newName` of the open directory `destination`. An existing
-/// item is never replaced: EEXIST. On failure nothing is left of the copy.
-SystemResult<void> copyUnopened(int source, const std::string& name, const struct statx& status,
-                                int destination, const std::string& newName);
+/// Returns the target of a link. EAGAIN if it is no link.
+SystemResult<std::string> readLink(const EntryRef& link);
+
+/// Copies an entry, which is a link, a FIFO, a socket or a device of this status. An existing item
+/// at the destination is never replaced: EEXIST. On failure nothing is left of the copy.
+SystemResult<void> copyUnopened(const EntryRef& source, const struct statx& status,
+                                const EntryRef& destination);
 
 } // namespace platform::native

@@ -91,6 +91,26 @@ bool isLockedByOthers(const FileDescriptor& item) {
     return ::flock(item.get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
 }
 
+/// Opens and locks the entry `name` of an open directory if it is a temporary item that a killed
+/// process of this user has left; otherwise returns an empty descriptor.
+FileDescriptor lockAbandoned(int directory, const std::string& name) {
+    FileDescriptor item(::openat(directory, name.c_str(),
+                                 O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+    if (!item) {
+        return item;
+    }
+    const auto status = statusOf(item.get());
+    const bool isAbandoned = status && status->stx_uid == ::geteuid() &&
+                             ::flock(item.get(), LOCK_EX | LOCK_NB) == 0 &&
+                             checkName(item, directory, name);
+    return isAbandoned ? std::move(item) : FileDescriptor();
+}
+
+bool removeIfAbandoned(int directory, const std::string& name) {
+    const auto item = lockAbandoned(directory, name);
+    return item && removeTree(directory, name, ownCopy);
+}
+
 } // namespace
 
 SystemResult<TemporaryItem> TemporaryItem::make(int directory, const std::string& purpose,
@@ -100,7 +120,7 @@ SystemResult<TemporaryItem> TemporaryItem::make(int directory, const std::string
     for (int count = 1; count <= mostClaims && failedWith(claimed, EEXIST); ++count) {
         const auto name = temporaryName(purpose, count);
         claimed = item.claim(name, mode);
-        if (failedWith(claimed, EEXIST) && item.removeAbandoned(name)) {
+        if (failedWith(claimed, EEXIST) && removeIfAbandoned(directory, name)) {
             claimed = item.claim(name, mode);
         }
     }
@@ -129,25 +149,6 @@ SystemResult<void> TemporaryItem::claim(const std::string& name, mode_t mode) {
     return own;
 }
 
-/// Opens and locks a temporary item of this user's that nobody works on; empty if it is not one.
-FileDescriptor TemporaryItem::openAbandoned(int directory, const std::string& name) {
-    FileDescriptor item(::openat(directory, name.c_str(),
-                                 O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
-    if (!item) {
-        return {};
-    }
-    const auto status = statusOf(item.get());
-    const bool isAbandoned = status && status->stx_uid == ::geteuid() &&
-                             ::flock(item.get(), LOCK_EX | LOCK_NB) == 0 &&
-                             checkName(item, directory, name);
-    return isAbandoned ? std::move(item) : FileDescriptor();
-}
-
-bool TemporaryItem::removeAbandoned(const std::string& name) const {
-    const auto item = openAbandoned(directory_, name);
-    return item && removeTree(directory_, name, ownCopy);
-}
-
 void TemporaryItem::removeAbandoned(int directory, const Examine& examine) {
     auto opened = openDirectory(directory, ".");
     if (!opened) {
@@ -160,10 +161,26 @@ void TemporaryItem::removeAbandoned(int directory, const Examine& examine) {
         if (!isTemporaryName(name)) {
             continue;
         }
-        if (const auto item = openAbandoned(directory, name); item && examine(item, name)) {
+        if (const auto item = lockAbandoned(directory, name); item && examine(item, name)) {
             static_cast<void>(removeTree(directory, name, ownCopy));
         }
     }
+}
+
+std::optional<TemporaryItem> TemporaryItem::adopt(int directory, const std::string& purpose) {
+    for (int count = 1; count <= mostClaims; ++count) {
+        auto name = temporaryName(purpose, count);
+        if (!statusOfEntry(directory, name)) {
+            break;
+        }
+        if (auto left = lockAbandoned(directory, name)) {
+            TemporaryItem item(directory, purpose);
+            item.item_ = std::move(left);
+            item.name_ = std::move(name);
+            return item;
+        }
+    }
+    return std::nullopt;
 }
 
 TemporaryItem::~TemporaryItem() {
@@ -173,7 +190,7 @@ TemporaryItem::~TemporaryItem() {
 }
 
 SystemResult<void> TemporaryItem::rename() {
-    return renamed(renameWithoutReplacing(directory_, name_, directory_, purpose_));
+    return renamed(renameWithoutReplacing({directory_, name_}, {directory_, purpose_}));
 }
 
 SystemResult<void> TemporaryItem::replace() {
@@ -191,7 +208,7 @@ SystemResult<void> TemporaryItem::renamed(const SystemResult<void>& result) {
 void TemporaryItem::takeBack() {
     const auto name = temporaryName(purpose_, mostClaims + 1);
     if (checkName(item_, directory_, purpose_) &&
-        renameWithoutReplacing(directory_, purpose_, directory_, name)) {
+        renameWithoutReplacing({directory_, purpose_}, {directory_, name})) {
         name_ = name;
     }
 }

@@ -5,6 +5,7 @@
 #include <sys/types.h>
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -26,6 +27,10 @@ public:
     /// Deletes those that killed processes left in the open directory, for whatever names, and for
     /// which `examine` returns true.
     static void removeAbandoned(int directory, const Examine& examine);
+
+    /// Takes over the file or directory that a killed process left in the directory for the same
+    /// purpose; nullopt if there is none.
+    static std::optional<TemporaryItem> adopt(int directory, const std::string& purpose);
 
     /// Deletes the item with all its contents, unless it has been renamed.
     ~TemporaryItem();
@@ -54,8 +59,6 @@ private:
         : directory_(directory), purpose_(std::move(purpose)) {}
 
     SystemResult<void> claim(const std::string& name, mode_t mode);
-    bool removeAbandoned(const std::string& name) const;
-    static FileDescriptor openAbandoned(int directory, const std::string& name);
     SystemResult<void> renamed(const SystemResult<void>& result);
 
     int directory_;

@@ -29,6 +29,7 @@ constexpr mode_t privateDirectory = 0700;
 /// A directory that is being copied.
 struct CopyLevel {
     std::string name;
+    TreePlace place = TreePlace::top;
     struct statx status {};
     std::vector<DirectoryEntry> entries;
     std::size_t next = 0;
@@ -135,15 +136,35 @@ private:
         if (auto removable = checkRemovable(*status); !removable) {
             return removable;
         }
+        if (status->stx_nlink > 1 && links_.link(*status, copies_.descriptor(), name)) {
+            return noteCopied(*status, name);
+        }
         const auto made =
-            copyUnopened(sources_.descriptor(), name, *status, copies_.descriptor(), name);
+            copyUnopened({sources_.descriptor(), name}, *status, {copies_.descriptor(), name});
         if (!made) {
             return makingFailure(made.error());
         }
+        if (status->stx_nlink > 1) {
+            const auto copy = statusOfEntry(copies_.descriptor(), name);
+            if (!copy) {
+                return Unexpected(copy.error());
+            }
+            links_.remember(*status, *copy, pathFromTop(name));
+        }
+        return noteCopied(*status, name);
+    }
+
+    /// Records that an entry of the deepest directory is copied, so that a move may remove it.
+    SystemResult<void> noteCopied(const struct statx& status, const std::string& name) {
         if (isMove_) {
-            copied_.add(*status);
+            copied_.add(status, placeOf(name));
         }
         return {};
+    }
+
+    /// Returns the place of an entry of the deepest directory; of the item itself if there is none.
+    TreePlace placeOf(const std::string& name) const {
+        return levels_.empty() ? TreePlace::top : placeBelow(levels_.back().place, name);
     }
 
     /// Checks that the move may remove an item of the deepest directory later.
@@ -195,11 +216,8 @@ private:
             return Unexpected(source.error());
         }
         const auto& status = source->status;
-        if (status.stx_nlink > 1 && links_.link(fileIdOf(status), copies_.descriptor(), name)) {
-            if (isMove_) {
-                copied_.add(status);
-            }
-            return {};
+        if (status.stx_nlink > 1 && links_.link(status, copies_.descriptor(), name)) {
+            return noteCopied(status, name);
         }
         // Writable by the owner, so that extended attributes can be set.
         const mode_t mode = isOwn(status) ? (status.stx_mode & ACCESSPERMS) | S_IWUSR
@@ -210,10 +228,18 @@ private:
         if (!copy) {
             return makingFailure(copy.error());
         }
-        auto filled = fill(*source, *copy);
-        return filled && status.stx_nlink != 1
-                   ? links_.remember(fileIdOf(status), *copy, pathFromTop(name))
-                   : filled;
+        auto filled = fill(*source, *copy, name);
+        return filled && status.stx_nlink != 1 ? rememberLinked(status, *copy, name) : filled;
+    }
+
+    SystemResult<void> rememberLinked(const struct statx& status, const FileDescriptor& copy,
+                                      const std::string& name) {
+        const auto copyStatus = statusOf(copy.get());
+        if (!copyStatus) {
+            return Unexpected(copyStatus.error());
+        }
+        links_.remember(status, *copyStatus, pathFromTop(name));
+        return {};
     }
 
     SystemResult<void> copyFileInto(int directory, const std::string& name,
@@ -222,20 +248,24 @@ private:
         if (!source) {
             return Unexpected(source.error());
         }
-        return fill(*source, copy);
+        return fill(*source, copy, name);
     }
 
     static bool isOwn(const struct statx& status) {
         return status.stx_uid == ::geteuid() && status.stx_gid == ::getegid();
     }
 
-    SystemResult<void> fill(const OpenFile& source, const FileDescriptor& copy) {
+    SystemResult<void> fill(const OpenFile& source, const FileDescriptor& copy,
+                            const std::string& name) {
         const int file = source.descriptor.get();
         auto filled = content_.copy(file, source.status, copy.get());
         if (filled) {
             filled = copyMetadata(file, source.status, copy.get());
         }
-        return filled && isMove_ ? check(source, copy) : filled;
+        if (filled && isMove_) {
+            filled = check(source, copy);
+        }
+        return filled ? noteCopied(source.status, name) : filled;
     }
 
     /// Compares a copy, and checks that the source has not changed since it was opened.
@@ -249,7 +279,6 @@ private:
             !isSameMoment(now->stx_mtime, source.status.stx_mtime)) {
             return Unexpected(changedMeanwhile);
         }
-        copied_.add(source.status);
         return compared;
     }
 
@@ -314,7 +343,7 @@ private:
                 return Unexpected(allowed.error());
             }
         }
-        return CopyLevel{name, *status, *std::move(entries)};
+        return CopyLevel{name, placeOf(name), *status, *std::move(entries)};
     }
 
     /// Finishes the deepest directory, all of whose entries are copied, and returns to the one
@@ -332,7 +361,7 @@ private:
             return aboutEntry(done.name, left);
         }
         if (isMove_) {
-            copied_.add(done.status);
+            copied_.add(done.status, done.place);
         }
         levels_.pop_back();
         sources_.pop();

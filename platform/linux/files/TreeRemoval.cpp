@@ -22,9 +22,6 @@ constexpr std::size_t openRemovalLevels = 32;
 /// directory that others refill, before failing.
 constexpr int patience = 100;
 
-/// The rules do not allow the item to be deleted.
-constexpr Errno notAllowed{EAGAIN};
-
 /// A directory that is being emptied.
 struct RemovalLevel {
     std::string name;
@@ -83,15 +80,42 @@ private:
             if (!status) {
                 return Unexpected(status.error());
             }
-            if (!rules_.only->contains(*status)) {
-                return Unexpected(notAllowed);
+            if (S_ISDIR(status->stx_mode)) { // As the system call would say.
+                return Unexpected(Errno(EISDIR));
+            }
+            if (auto allowed = checkAllowed(name, *status); !allowed) {
+                return allowed;
             }
         }
         return unlinkCurrent(name, 0);
     }
 
+    /// Checks that the rules allow an entry of the current directory to be deleted.
+    SystemResult<void> checkAllowed(const std::string& name, const struct statx& status) const {
+        return rules_.only == nullptr ? SystemResult<void>()
+                                      : rules_.only->check(currentDirectory(), name, status,
+                                                           [&] { return namesFromTop(name); });
+    }
+
+    /// Returns the names on the way from the item to an entry of the current directory.
+    MovedItems::Names namesFromTop(const std::string& name) const {
+        MovedItems::Names names;
+        if (!levels_.empty()) {
+            for (auto level = levels_.begin() + 1; level != levels_.end(); ++level) {
+                names.push_back(level->name);
+            }
+            names.push_back(name);
+        }
+        return names;
+    }
+
     SystemResult<void> unlinkCurrent(const std::string& name, int flags) const {
-        return checked(::unlinkat(currentDirectory(), name.c_str(), flags));
+        return unlink(currentDirectory(), name, flags);
+    }
+
+    SystemResult<void> unlink(int directory, const std::string& name, int flags) const {
+        return rules_.deletes ? checked(::unlinkat(directory, name.c_str(), flags))
+                              : SystemResult<void>();
     }
 
     /// Makes the directory `name` the deepest level. ENOTDIR means that it is not, or no longer, a
@@ -107,7 +131,7 @@ private:
         if (!directory) {
             return couldNotOpen(name, directory.error());
         }
-        const auto status = examine(*directory);
+        const auto status = examine(name, *directory);
         if (!status) {
             return Unexpected(status.error());
         }
@@ -130,7 +154,8 @@ private:
     }
 
     /// Refuses the root of a mounted volume with EBUSY, and an item that the rules do not allow.
-    SystemResult<struct statx> examine(const FileDescriptor& directory) const {
+    SystemResult<struct statx> examine(const std::string& name,
+                                       const FileDescriptor& directory) const {
         auto status = statusOf(directory.get());
         if (!status) {
             return status;
@@ -138,8 +163,8 @@ private:
         if ((status->stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0) {
             return Unexpected(Errno(EBUSY));
         }
-        if (rules_.only != nullptr && !rules_.only->contains(*status)) {
-            return Unexpected(notAllowed);
+        if (const auto allowed = checkAllowed(name, *status); !allowed) {
+            return Unexpected(allowed.error());
         }
         return status;
     }
@@ -151,7 +176,7 @@ private:
             return aboutEntry(done.name, reopened);
         }
         const int parent = directories_.size() == 1 ? parent_ : directories_.descriptorAbove();
-        const auto deleted = checked(::unlinkat(parent, done.name.c_str(), AT_REMOVEDIR));
+        const auto deleted = unlink(parent, done.name, AT_REMOVEDIR);
         if (failedWith(deleted, ENOTEMPTY) && done.passesLeft-- > 0) {
             directories_.top().rewind();
             return {};

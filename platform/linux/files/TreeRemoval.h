@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/linux/files/CopyFingerprints.h"
+#include "platform/linux/files/MovedItems.h"
 #include "platform/linux/posix/Errno.h"
 
 #include <string>
@@ -10,7 +10,9 @@ namespace platform::native {
 /// Which items a removal may delete.
 struct RemovalRules {
     /// If not null, only these items: any other, or one that has changed, is EAGAIN.
-    const CopyFingerprints* only = nullptr;
+    MovedItems* only = nullptr;
+    /// Whether to delete what the rules allow, or only to check that they allow everything.
+    bool deletes = true;
     /// Makes directories without permissions accessible first: everything there is the user's own.
     bool unlocksDirectories = false;
 };

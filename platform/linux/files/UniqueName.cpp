@@ -39,17 +39,17 @@ std::string numberedName(const std::string& name, int count) {
     return cutTo(path::deletingExtension(name), NAME_MAX - suffix.size()) + suffix;
 }
 
-SystemResult<void> moveToUniqueName(int source, const std::string& name, int destination) {
-    std::string candidate = name;
+SystemResult<void> moveToUniqueName(const EntryRef& source, int destination) {
+    std::string candidate = source.name;
     for (int count = 2; count <= mostNamesakes; ++count) {
-        const auto moved = moveItem(source, name, destination, candidate);
+        const auto moved = moveItem(source, {destination, candidate});
         if (moved) {
             return {};
         }
         if (!moved.error().number.is(EEXIST)) {
             return Unexpected(moved.error().number);
         }
-        candidate = numberedName(name, count);
+        candidate = numberedName(source.name, count);
     }
     return Unexpected(Errno(EEXIST));
 }

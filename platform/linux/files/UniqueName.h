@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/linux/posix/EntryRef.h"
 #include "platform/linux/posix/Errno.h"
 
 #include <string>
@@ -14,9 +15,9 @@ std::string cutTo(std::string text, std::size_t size);
 /// of 255 bytes.
 std::string numberedName(const std::string& name, int count);
 
-/// Moves the entry `name` of the open directory `source` into the open directory `destination`,
-/// under its own name or the first numbered one that is free there, even to another volume, as
-/// moveItem() does. Nothing is ever replaced, and a link is moved itself.
-SystemResult<void> moveToUniqueName(int source, const std::string& name, int destination);
+/// Moves an entry into the open directory `destination`, under its own name or the first numbered
+/// one that is free there, even to another volume, as moveItem() does. Nothing is ever replaced,
+/// and a link is moved itself.
+SystemResult<void> moveToUniqueName(const EntryRef& source, int destination);
 
 } // namespace platform::native

@@ -42,10 +42,9 @@ bool holdsZero(unsigned kind, std::string_view bytes) {
 
 } // namespace
 
-bool BinaryPropertyList::unfoldsWithin(std::size_t size, std::size_t levels) {
-    largestSize_ = size;
-    mostLevels_ = levels;
-    return readTrailer() && measure(root_, 0);
+bool BinaryPropertyList::unfoldsWithin(const Limits& limits) {
+    limits_ = limits;
+    return readTrailer() && measure(root_);
 }
 
 bool BinaryPropertyList::readTrailer() {
@@ -61,7 +60,7 @@ bool BinaryPropertyList::readTrailer() {
     const auto isWidth = [](std::uint64_t width) { return width >= 1 && width <= widestNumber; };
     if (!isWidth(offsetWidth_) || !isWidth(referenceWidth_) || tableOffset_ > trailer ||
         objectCount > (trailer - tableOffset_) / offsetWidth_ ||
-        objectCount > largestSize_ / leastObjectSize) {
+        objectCount > limits_.size / leastObjectSize) {
         return false;
     }
     extents_.assign(objectCount, {});
@@ -122,38 +121,39 @@ BinaryPropertyList::countedObject(unsigned kind, std::uint64_t count, std::uint6
     return Object{leastObjectSize + count, offset, isContainer ? count : 0, isContainer};
 }
 
-bool BinaryPropertyList::measure(std::uint64_t number, std::size_t level) {
+bool BinaryPropertyList::measure(std::uint64_t number) {
     if (number >= extents_.size()) {
         return false;
     }
     Extent& extent = extents_[number];
     if (extent.size != 0) {
-        return !extent.isOpen && level + extent.levels <= mostLevels_;
+        return !extent.isOpen && level_ + extent.levels <= limits_.levels;
     }
     const auto found = object(number);
-    if (!found || level + (found->isContainer ? 1 : 0) > mostLevels_) {
+    if (!found || level_ + (found->isContainer ? 1 : 0) > limits_.levels) {
         return false;
     }
     extent = {found->size, found->isContainer ? std::size_t{1} : 0, true};
-    const bool measured = measureReferences(*found, extent, level);
+    ++level_;
+    const bool measured = measureReferences(*found, extent);
+    --level_;
     extent.isOpen = false;
     return measured;
 }
 
-bool BinaryPropertyList::measureReferences(const Object& object, Extent& extent,
-                                           std::size_t level) {
+bool BinaryPropertyList::measureReferences(const Object& object, Extent& extent) {
     for (std::uint64_t i = 0; i < object.referenceCount; ++i) {
         const auto child = numberAt(object.references + i * referenceWidth_, referenceWidth_);
-        if (!measure(child, level + 1)) {
+        if (!measure(child)) {
             return false;
         }
         extent.size += extents_[child].size;
         extent.levels = std::max(extent.levels, extents_[child].levels + 1);
-        if (extent.size > largestSize_) {
+        if (extent.size > limits_.size) {
             return false;
         }
     }
-    return extent.size <= largestSize_;
+    return extent.size <= limits_.size;
 }
 
 std::uint64_t BinaryPropertyList::numberAt(std::uint64_t offset, std::uint64_t width) const {

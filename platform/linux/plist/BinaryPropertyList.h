@@ -16,11 +16,17 @@ class BinaryPropertyList {
 public:
     explicit BinaryPropertyList(std::string_view bytes) : bytes_(bytes) {}
 
+    /// The most that an unfolded list, in which an object with several references is repeated, may
+    /// take.
+    struct Limits {
+        std::size_t size;   ///< In bytes.
+        std::size_t levels; ///< Of containers in containers.
+    };
+
     /// Returns whether every reference leads to a well-formed object, none leads back to an object
-    /// that contains it, no text contains a zero character, containers nest no deeper than
-    /// `levels`, and the unfolded list, in which an object with several references is repeated,
-    /// takes no more than `size` bytes.
-    bool unfoldsWithin(std::size_t size, std::size_t levels);
+    /// that contains it, no text contains a zero character, and the unfolded list is within the
+    /// limits.
+    bool unfoldsWithin(const Limits& limits);
 
 private:
     /// The size of an object with all its contents.
@@ -40,8 +46,8 @@ private:
     std::optional<Object> object(std::uint64_t number) const;
     std::optional<Object> countedObject(unsigned kind, std::uint64_t count,
                                         std::uint64_t offset) const;
-    bool measure(std::uint64_t number, std::size_t level);
-    bool measureReferences(const Object& object, Extent& extent, std::size_t level);
+    bool measure(std::uint64_t number);
+    bool measureReferences(const Object& object, Extent& extent);
 
     /// Returns the big-endian number of `width` bytes at `offset`, which must be inside the bytes.
     std::uint64_t numberAt(std::uint64_t offset, std::uint64_t width) const;
@@ -54,8 +60,9 @@ private:
     std::uint64_t referenceWidth_ = 0;
     std::uint64_t root_ = 0;
     std::uint64_t tableOffset_ = 0;
-    std::size_t largestSize_ = 0;
-    std::size_t mostLevels_ = 0;
+    Limits limits_{};
+    /// The containers that are being measured, each in the one before it.
+    std::size_t level_ = 0;
     std::vector<Extent> extents_;
 };
 

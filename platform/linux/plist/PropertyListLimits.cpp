@@ -104,7 +104,8 @@ bool isWithinLimits(std::string_view bytes) {
         return false;
     }
     if (bytes.starts_with(binaryPropertyListMagic)) {
-        return BinaryPropertyList(bytes).unfoldsWithin(largestPropertyList, deepestPropertyList);
+        return BinaryPropertyList(bytes).unfoldsWithin(
+            {.size = largestPropertyList, .levels = deepestPropertyList});
     }
     return MarkupWalk(bytes).isWithinLimits();
 }

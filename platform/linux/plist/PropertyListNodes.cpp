@@ -39,6 +39,18 @@ bool isExpressible(std::string_view text) {
            g_utf8_validate_len(text.data(), text.size(), nullptr) != FALSE;
 }
 
+/// Returns whether a date is before the reference date, by the sign of its number in binary form:
+/// if that is less than a second before, libplist tells only the part of the second, without a
+/// sign.
+bool isBeforeReferenceDate(plist_t node) {
+    constexpr auto signPosition = std::string_view("bplist00\x33").size();
+    char* bytes = nullptr;
+    std::uint32_t length = 0;
+    plist_to_bin(node, &bytes, &length);
+    const std::unique_ptr<char, decltype(&QF_PLIST_FREE)> owned(bytes, &QF_PLIST_FREE);
+    return length > signPosition && (static_cast<unsigned char>(bytes[signPosition]) & 0x80U) != 0;
+}
+
 Value dateOf(plist_t node) {
     std::int32_t whole = 0;
     std::int32_t fraction = 0; // Of a second, in microseconds, away from the reference date.
@@ -46,7 +58,8 @@ Value dateOf(plist_t node) {
     if (fraction < 0 || fraction >= std::micro::den) { // Of a date beyond what libplist can count.
         fraction = 0;
     }
-    return referenceDate + seconds(whole) + microseconds(whole < 0 ? -fraction : fraction);
+    const bool isBefore = whole < 0 || (whole == 0 && fraction > 0 && isBeforeReferenceDate(node));
+    return referenceDate + seconds(whole) + microseconds(isBefore ? -fraction : fraction);
 }
 
 Value dataOf(plist_t node) {

@@ -26,16 +26,20 @@ Value PropertyLists::parse(std::string_view bytes) {
     return root ? valueOf(root.get()) : Value();
 }
 
-Result<void> PropertyLists::writeAtomically(const Value& value, const std::string& path) {
-    const auto name = path::lastComponent(path);
+std::optional<std::string> PropertyLists::xml(const Value& value) {
     const bool isContainer =
         value.as<Value::Dictionary>() != nullptr || value.as<Value::Array>() != nullptr;
-    const auto xml = isContainer ? xmlOf(value) : std::nullopt;
-    if (!xml) {
+    return isContainer ? xmlOf(value) : std::nullopt;
+}
+
+Result<void> PropertyLists::writeAtomically(const Value& value, const std::string& path) {
+    const auto name = path::lastComponent(path);
+    const auto text = xml(value);
+    if (!text) {
         return Unexpected(posixError(Errno(EINVAL), name, "saved",
                                      "it would hold what a property list cannot express"));
     }
-    return posixResult(replaceFile(path, *xml), name, "saved");
+    return posixResult(replaceFile(path, *text), name, "saved");
 }
 
 Value PropertyLists::read(const std::string& path) {

@@ -13,6 +13,7 @@ namespace platform::native {
 class PropertyLists : public platform::PropertyLists {
 public:
     Value parse(std::string_view bytes) override;
+    std::optional<std::string> xml(const Value& value) override;
     Result<void> writeAtomically(const Value& value, const std::string& path) override;
     Value read(const std::string& path) override;
 };

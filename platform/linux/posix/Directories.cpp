@@ -1,6 +1,7 @@
 #include "platform/linux/posix/Directories.h"
 
 #include "platform/foundation/Path.h"
+#include "platform/linux/posix/LongPath.h"
 #include "platform/linux/posix/SystemCall.h"
 
 #include <fcntl.h>
@@ -11,18 +12,31 @@
 
 namespace platform::native {
 
+namespace {
+
+SystemResult<void> makeDirectory(const std::string& path, mode_t mode) {
+    const auto made = atPath(
+        path, [mode](int directory, const char* rest) { return ::mkdirat(directory, rest, mode); });
+    return made ? SystemResult<void>() : Unexpected(made.error());
+}
+
+} // namespace
+
 bool isDirectory(const std::string& path) {
     struct stat status {};
-    return ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+    const auto found = atPath(path, [&status](int directory, const char* rest) {
+        return ::fstatat(directory, rest, &status, 0);
+    });
+    return found && S_ISDIR(status.st_mode);
 }
 
 SystemResult<void> makeDirectories(const std::string& path, mode_t mode) {
-    auto made = checked(::mkdir(path.c_str(), mode));
+    auto made = makeDirectory(path, mode);
     if (failedWith(made, ENOENT) && path != "/") {
         if (auto above = makeDirectories(path::deletingLastComponent(path), mode); !above) {
             return above;
         }
-        made = checked(::mkdir(path.c_str(), mode));
+        made = makeDirectory(path, mode);
     }
     return !made && isDirectory(path) ? SystemResult<void>() : made;
 }

@@ -59,6 +59,14 @@ inline EntryResult<void> aboutEntry(const std::string& name, const SystemResult<
     return {};
 }
 
+/// Returns the outcome of a function that returns 0 or an error number, as posix_spawn() does.
+inline SystemResult<void> checkedNumber(int number) {
+    if (number != 0) {
+        return Unexpected(Errno(number));
+    }
+    return {};
+}
+
 /// Returns the outcome of a system call that returns -1 on failure.
 inline SystemResult<void> checked(long returned) {
     if (returned == -1) {

@@ -32,6 +32,7 @@ constexpr std::array reasons{
     Reason{Errno(ENAMETOOLONG), "its name is too long"},
     Reason{nameNotAllowed, "the volume doesn’t allow its name"},
     Reason{nameNotDistinct, "the volume doesn’t tell its name from another one"},
+    Reason{attributesTooLarge, "the volume can’t hold its attributes"},
     Reason{Errno(ELOOP), "its path leads through too many links"},
     Reason{Errno(EOPNOTSUPP), "the volume doesn’t support it"},
     Reason{Errno(EINVAL), "the system doesn’t allow it"},
@@ -56,23 +57,21 @@ std::string reason(Errno number) {
            (description != nullptr ? description : std::to_string(number.number()));
 }
 
-std::string failureSentence(std::string_view item, std::string_view participle,
-                            std::string_view why) {
+std::string failureSentence(std::string_view item, Participle participle, std::string_view why) {
     std::string sentence = "“" + text::printable(item) + "” couldn’t be ";
-    return sentence.append(participle).append(" because ").append(why).append(".");
+    return sentence.append(participle.words()).append(" because ").append(why).append(".");
 }
 
-Error posixError(Errno number, std::string_view item, std::string_view participle) {
+Error posixError(Errno number, std::string_view item, Participle participle) {
     return posixError(number, item, participle, reason(number));
 }
 
-Error posixError(Errno number, std::string_view item, std::string_view participle,
-                 std::string_view why) {
+Error posixError(Errno number, std::string_view item, Participle participle, std::string_view why) {
     return {"NSPOSIXErrorDomain", number.number(), failureSentence(item, participle, why)};
 }
 
 Result<void> posixResult(const SystemResult<void>& result, std::string_view item,
-                         std::string_view participle) {
+                         Participle participle) {
     if (!result) {
         return Unexpected(posixError(result.error(), item, participle));
     }

@@ -18,6 +18,10 @@ constexpr Errno nameNotAllowed{EILSEQ};
 /// exists.
 constexpr Errno nameNotDistinct{ENOTUNIQ};
 
+/// A volume cannot hold the extended attributes of an item, however much room it has. The system
+/// reports ENOSPC, which also means that the volume is full.
+constexpr Errno attributesTooLarge{E2BIG};
+
 /// An item being copied was replaced or changed meanwhile.
 inline constexpr Errno changedMeanwhile{EAGAIN};
 
@@ -25,20 +29,30 @@ inline constexpr Errno changedMeanwhile{EAGAIN};
 /// permission". For rarely seen numbers, returns the system's own English description.
 std::string reason(Errno number);
 
-/// Returns the sentence “item” couldn’t be `participle` because `why`. The item is made printable.
-std::string failureSentence(std::string_view item, std::string_view participle,
-                            std::string_view why);
+/// What could not be done to an item, as a participle: "removed", "moved to the Trash".
+class Participle {
+public:
+    /// Holds the words, which must outlive it. Converts implicitly, so that callers name the words
+    /// alone.
+    constexpr Participle(const char* words) : words_(words) {}
 
-/// Returns the Error of a failed system call: `item` is the name of the item concerned,
-/// `participle` what could not be done to it ("removed", "moved to the Trash").
-Error posixError(Errno number, std::string_view item, std::string_view participle);
+    constexpr const char* words() const { return words_; }
+
+private:
+    const char* words_;
+};
+
+/// Returns the sentence “item” couldn’t be `participle` because `why`. The item is made printable.
+std::string failureSentence(std::string_view item, Participle participle, std::string_view why);
+
+/// Returns the Error of a failed system call: `item` is the name of the item concerned.
+Error posixError(Errno number, std::string_view item, Participle participle);
 
 /// Like posixError above, for when the number alone would not explain the failure to a user.
-Error posixError(Errno number, std::string_view item, std::string_view participle,
-                 std::string_view why);
+Error posixError(Errno number, std::string_view item, Participle participle, std::string_view why);
 
 /// Returns the outcome of system calls as a port's result: the Error is that of posixError().
 Result<void> posixResult(const SystemResult<void>& result, std::string_view item,
-                         std::string_view participle);
+                         Participle participle);
 
 } // namespace platform::native

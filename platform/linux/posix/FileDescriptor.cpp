@@ -20,4 +20,12 @@ FileDescriptor aboveStandardStreams(FileDescriptor descriptor) {
     return FileDescriptor(::fcntl(descriptor.get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
 }
 
+SystemResult<FileDescriptor> openedAboveStandardStreams(int descriptor) {
+    auto moved = aboveStandardStreams(FileDescriptor(descriptor));
+    if (!moved) {
+        return Unexpected(Errno::last());
+    }
+    return moved;
+}
+
 } // namespace platform::native

@@ -51,4 +51,8 @@ inline SystemResult<FileDescriptor> opened(int descriptor) {
 /// standard stream closes it, and a child's streams can be set up without collisions.
 FileDescriptor aboveStandardStreams(FileDescriptor descriptor);
 
+/// Takes the result of a system call that returns a new descriptor, and moves the descriptor above
+/// those of the three standard streams.
+SystemResult<FileDescriptor> openedAboveStandardStreams(int descriptor);
+
 } // namespace platform::native

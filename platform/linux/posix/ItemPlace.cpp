@@ -12,7 +12,8 @@ namespace platform::native {
 
 SystemResult<ItemPlace> findPlace(const std::string& path) {
     auto name = path::lastComponent(path);
-    if (!path.starts_with('/') || name == "/" || name == "." || name == "..") {
+    if (!path.starts_with('/') || path.find('\0') != std::string::npos || name == "/" ||
+        name == "." || name == "..") {
         return Unexpected(Errno(EINVAL));
     }
     auto directory =

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/linux/posix/EntryRef.h"
 #include "platform/linux/posix/FileDescriptor.h"
 
 #include <string>
@@ -10,11 +11,13 @@ namespace platform::native {
 struct ItemPlace {
     FileDescriptor directory; ///< For looking up entries only, not for reading.
     std::string name;
+
+    EntryRef entry() const { return {directory.get(), name}; }
 };
 
 /// Opens the directory of the item at an absolute path; links on the way are followed, the last
-/// component is not examined. EINVAL for a path that is not absolute or does not name an entry of a
-/// directory ("/", "..").
+/// component is not examined. EINVAL for a path that is not absolute, contains a zero byte or does
+/// not name an entry of a directory ("/", "..").
 SystemResult<ItemPlace> findPlace(const std::string& path);
 
 } // namespace platform::native

@@ -1,15 +1,18 @@
 #include "platform/linux/posix/LongPath.h"
 
-#include <climits>
+#include <cerrno>
 #include <cstddef>
 
 namespace platform::native {
 
-SystemResult<RestOfPath> walkTowards(const std::string& path) {
+SystemResult<RestOfPath> walkTowards(const std::string& path, std::size_t limit) {
+    if (path.find('\0') != std::string::npos) { // The system would take it for the end.
+        return Unexpected(Errno(EINVAL));
+    }
     RestOfPath way{{}, path.c_str()};
     std::size_t begin = 0;
-    while (path.size() - begin >= PATH_MAX) {
-        const auto end = path.rfind('/', begin + PATH_MAX - 1);
+    while (path.size() - begin >= limit) {
+        const auto end = path.rfind('/', begin + limit - 1);
         if (end == std::string::npos || end <= begin) {
             break; // A single name is too long, which the call itself will report.
         }

@@ -27,22 +27,28 @@ void Child::begin(pid_t identifier) {
     descriptor_ = RunDescriptor(aboveStandardStreams(FileDescriptor(::pidfd_open(identifier, 0))));
 }
 
-int Child::waitFor(siginfo_t& info, int options) const {
+SystemResult<siginfo_t> Child::waitFor(int options) const {
     const auto type = descriptor_ ? P_PIDFD : P_PID;
     const auto which = static_cast<id_t>(descriptor_ ? descriptor_.get() : identifier_);
-    return retryOnEintr([&] { return ::waitid(type, which, &info, options); });
+    siginfo_t info{};
+    const auto waited =
+        checked(retryOnEintr([&] { return ::waitid(type, which, &info, options); }));
+    if (!waited) {
+        return Unexpected(waited.error());
+    }
+    return info;
 }
 
 bool Child::hasEnded() {
     if (status_) {
         return true;
     }
-    siginfo_t info{};
-    if (waitFor(info, WEXITED | WNOHANG) < 0) {
+    const auto end = waitFor(WEXITED | WNOHANG);
+    if (!end) {
         status_ = unknownStatus;
-    } else if (info.si_pid != 0) {
-        status_ = info.si_status;
-        wasKilled_ = info.si_code != CLD_EXITED;
+    } else if (end->si_pid != 0) {
+        status_ = end->si_status;
+        wasKilled_ = end->si_code != CLD_EXITED;
     }
     if (status_ && endsOutput_) {
         stopWaitingForOutput();
@@ -76,7 +82,7 @@ void Child::waitUntilExit() {
     ChildReaper::shared().leave(*this);
     TerminalLoan loan;
     while (isRunning()) {
-        const int stop = waitForChange();
+        const auto stop = waitForStop();
         if ((stop == SIGTTIN || stop == SIGTTOU) &&
             loan.lendTo(::getpgid(identifier_), [this] { return isRunning(); })) {
             ::kill(-::getpgid(identifier_), SIGCONT);
@@ -87,15 +93,13 @@ void Child::waitUntilExit() {
     }
 }
 
-/// Waits until the child has ended or is stopped. Returns the signal that stopped it, else 0.
-int Child::waitForChange() const {
-    siginfo_t info{};
-    if (waitFor(info, WEXITED | WSTOPPED | WNOWAIT) < 0 || info.si_code != CLD_STOPPED) {
-        return 0;
+std::optional<int> Child::waitForStop() const {
+    const auto change = waitFor(WEXITED | WSTOPPED | WNOWAIT);
+    if (!change || change->si_code != CLD_STOPPED) {
+        return std::nullopt;
     }
-    const int signal = info.si_status;
-    waitFor(info, WSTOPPED | WNOHANG); // which is reported once
-    return signal;
+    static_cast<void>(waitFor(WSTOPPED | WNOHANG)); // It is reported once.
+    return change->si_status;
 }
 
 /// The identifiers of the child and its group are not reused until its status has been taken. A

@@ -41,8 +41,9 @@ private:
     bool hasEnded();
     bool wasKilled();
     void stopWaitingForOutput() const;
-    int waitForChange() const;
-    int waitFor(siginfo_t& info, int options) const;
+    /// Waits until the child has ended or is stopped, and returns the signal that stopped it.
+    std::optional<int> waitForStop() const;
+    SystemResult<siginfo_t> waitFor(int options) const;
 
     pid_t identifier_ = 0;
     RunDescriptor descriptor_;

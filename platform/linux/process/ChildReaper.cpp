@@ -8,7 +8,6 @@
 #include <sys/eventfd.h>
 
 #include <array>
-#include <cerrno>
 #include <cstdint>
 #include <utility>
 
@@ -17,11 +16,11 @@ namespace platform::native {
 namespace {
 
 FileDescriptor required(int descriptor) {
-    auto result = aboveStandardStreams(FileDescriptor(descriptor));
+    auto result = openedAboveStandardStreams(descriptor);
     if (!result) {
-        throw resourceFailure(errno, exception_name::generic, "descriptor");
+        throw resourceFailure(result.error(), exception_name::generic, "descriptor");
     }
-    return result;
+    return *std::move(result);
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "platform/linux/process/DescriptorStream.h"
 
-#include <cerrno>
+#include "platform/linux/posix/SystemCall.h"
+
 #include <utility>
 
 namespace platform::native {
@@ -11,10 +12,8 @@ DescriptorStream::DescriptorStream(FileDescriptor descriptor)
 }
 
 DescriptorStream::Buffer::int_type DescriptorStream::Buffer::underflow() {
-    ssize_t size = 0;
-    do {
-        size = ::read(descriptor_.get(), bytes_.data(), bytes_.size());
-    } while (size < 0 && errno == EINTR);
+    const auto size =
+        retryOnEintr([this] { return ::read(descriptor_.get(), bytes_.data(), bytes_.size()); });
     if (size <= 0) {
         return traits_type::eof();
     }

@@ -22,24 +22,25 @@ constexpr const char* generic = exception_name::generic;
 
 /// Returns what the reason says after the path if the error number alone explains the failure.
 struct KnownFailure {
-    int error;
+    Errno error;
     const char* name;
     const char* reason;
 };
 
 constexpr std::array failures{
-    KnownFailure{E2BIG, invalidArgument,
+    KnownFailure{Errno(E2BIG), invalidArgument,
                  "its arguments and environment are longer than the system allows"},
-    KnownFailure{EAGAIN, generic,
+    KnownFailure{Errno(EAGAIN), generic,
                  "the system or the user has no process left; close other programs"},
-    KnownFailure{ENOMEM, generic, "there is not enough memory for another process"},
-    KnownFailure{EMFILE, generic, "the program has too many files open"},
-    KnownFailure{ENFILE, generic, "the system has too many files open"},
-    KnownFailure{ENOTDIR, invalidArgument, "a part of its path is a file, not a folder"},
-    KnownFailure{ELOOP, invalidArgument, "its path leads through too many links"},
-    KnownFailure{ENAMETOOLONG, invalidArgument, "its path is longer than the system allows"},
-    KnownFailure{ETXTBSY, invalidArgument, "the file is still being written"},
-    KnownFailure{ENOEXEC, invalidArgument, "the file is not a program that this machine can run"},
+    KnownFailure{Errno(ENOMEM), generic, "there is not enough memory for another process"},
+    KnownFailure{Errno(EMFILE), generic, "the program has too many files open"},
+    KnownFailure{Errno(ENFILE), generic, "the system has too many files open"},
+    KnownFailure{Errno(ENOTDIR), invalidArgument, "a part of its path is a file, not a folder"},
+    KnownFailure{Errno(ELOOP), invalidArgument, "its path leads through too many links"},
+    KnownFailure{Errno(ENAMETOOLONG), invalidArgument, "its path is longer than the system allows"},
+    KnownFailure{Errno(ETXTBSY), invalidArgument, "the file is still being written"},
+    KnownFailure{Errno(ENOEXEC), invalidArgument,
+                 "the file is not a program that this machine can run"},
 };
 
 std::string sentence(const std::string& path, std::string_view reason) {
@@ -107,9 +108,9 @@ void checkEnvironment(const std::map<std::string, std::string>& environment) {
     }
 }
 
-std::string systemDescription(int error) {
-    const char* description = ::strerrordesc_np(error);
-    return description != nullptr ? description : std::to_string(error);
+std::string systemDescription(Errno error) {
+    const char* description = ::strerrordesc_np(error.number());
+    return description != nullptr ? description : std::to_string(error.number());
 }
 
 } // namespace
@@ -127,11 +128,11 @@ void checkDescription(const ProcessDescription& description) {
     }
 }
 
-Exception launchFailure(int error, const std::string& launchPath, const std::string& program) {
-    if (error == ENOENT) {
+Exception launchFailure(Errno error, const std::string& launchPath, const std::string& program) {
+    if (error.is(ENOENT)) {
         return {invalidArgument, sentence(launchPath, missingPart(program))};
     }
-    if (error == EACCES) {
+    if (error.is(EACCES)) {
         return {invalidArgument, sentence(launchPath, forbiddenPart(program))};
     }
     const auto* const known = std::ranges::find(failures, error, &KnownFailure::error);
@@ -141,7 +142,7 @@ Exception launchFailure(int error, const std::string& launchPath, const std::str
     return {invalidArgument, sentence(launchPath, systemDescription(error))};
 }
 
-Exception resourceFailure(int error, const std::string& name, const std::string& what) {
+Exception resourceFailure(Errno error, const std::string& name, const std::string& what) {
     return {name, "the system has no " + what + " left: " + systemDescription(error)};
 }
 

@@ -2,6 +2,7 @@
 
 #include "platform/ProcessLauncher.h"
 #include "platform/foundation/Exception.h"
+#include "platform/linux/posix/Errno.h"
 
 #include <string>
 
@@ -12,12 +13,11 @@ namespace platform::native {
 /// has an invalid name.
 void checkDescription(const ProcessDescription& description);
 
-/// Returns the exception for a failure, with error number `error`, to run `program`, the file
-/// chosen for `launchPath`. The reason says what is wrong with the file if the file is at fault.
-Exception launchFailure(int error, const std::string& launchPath, const std::string& program);
+/// Returns the exception for a failure to run `program`, the file chosen for `launchPath`. The
+/// reason says what is wrong with the file if the file is at fault.
+Exception launchFailure(Errno error, const std::string& launchPath, const std::string& program);
 
-/// Returns the exception, of name `name`, for a system that has no `what` ("pipe") left; `error` is
-/// its error number.
-Exception resourceFailure(int error, const std::string& name, const std::string& what);
+/// Returns the exception, of name `name`, for a system that has no `what` ("pipe") left.
+Exception resourceFailure(Errno error, const std::string& name, const std::string& what);
 
 } // namespace platform::native

@@ -70,11 +70,11 @@ void append(std::vector<std::byte>& bytes, std::span<const std::byte> chunk) {
 /// concerned wait again.
 int wakeUp() {
     static const auto counter = [] {
-        auto made = aboveStandardStreams(FileDescriptor(::eventfd(0, EFD_CLOEXEC | EFD_SEMAPHORE)));
+        auto made = openedAboveStandardStreams(::eventfd(0, EFD_CLOEXEC | EFD_SEMAPHORE));
         if (!made) {
-            throw resourceFailure(errno, fileHandleException, "descriptor");
+            throw resourceFailure(made.error(), fileHandleException, "descriptor");
         }
-        return made.release();
+        return made->release();
     }();
     return counter;
 }
@@ -116,7 +116,7 @@ std::size_t Pipe::readAvailable(std::span<std::byte> buffer) {
             }
             waitUntilReadable();
         } else if (errno != EINTR) {
-            throw resourceFailure(errno, fileHandleException, "readable pipe");
+            throw resourceFailure(Errno::last(), fileHandleException, "readable pipe");
         }
     }
     return 0;
@@ -136,7 +136,7 @@ void Pipe::waitUntilReadable() {
         std::array waiting{pollfd{readEnd_.get(), POLLIN, 0}, pollfd{wakeUp(), POLLIN, 0}};
         if (::poll(waiting.data(), waiting.size(), -1) < 0 && errno != EINTR) {
             readerWaits_ = false;
-            throw resourceFailure(errno, fileHandleException, "memory");
+            throw resourceFailure(Errno::last(), fileHandleException, "memory");
         }
     }
     readerWaits_ = false;

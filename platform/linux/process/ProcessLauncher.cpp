@@ -1,5 +1,6 @@
 #include "platform/linux/process/ProcessLauncher.h"
 
+#include "platform/linux/posix/LongPath.h"
 #include "platform/linux/process/Child.h"
 #include "platform/linux/process/ChildReaper.h"
 #include "platform/linux/process/Environment.h"
@@ -77,7 +78,7 @@ void connect(SpawnOptions& options, const ChildStream& stream, int number, int n
         options.connect(number == STDIN_FILENO ? pipe.readEnd() : pipe.writeEnd(), number);
     } else if (stream.kind() == ChildStream::Kind::nullDevice || !isOpenForChildren(number)) {
         if (nullDevice < 0) {
-            throw resourceFailure(ENODEV, exception_name::generic, "null device");
+            throw resourceFailure(Errno(ENODEV), exception_name::generic, "null device");
         }
         options.connect(nullDevice, number);
     }
@@ -97,14 +98,15 @@ void giveAwayChildEnds(const ProcessDescription& description) {
 
 /// Code that bypasses the port may change the environment just while the system reads it, which
 /// then fails.
-int spawnWithProgramsEnvironment(const std::function<int(char* const*)>& attempt) {
+SystemResult<void>
+spawnWithProgramsEnvironment(const std::function<SystemResult<void>(char* const*)>& attempt) {
     constexpr int mostAttempts = 1000;
     const auto still = Environment::holdStill();
-    int error = EFAULT;
-    for (int count = 0; count < mostAttempts && error == EFAULT; ++count) {
-        error = attempt(::environ);
+    auto result = attempt(::environ);
+    for (int count = 1; count < mostAttempts && failedWith(result, EFAULT); ++count) {
+        result = attempt(::environ);
     }
-    return error;
+    return result;
 }
 
 /// Returns the pipes that the child writes to.
@@ -124,13 +126,13 @@ pid_t spawn(const ProcessDescription& description, const SpawnOptions& options) 
     auto environment = environmentList(description);
     pid_t identifier = 0;
     const auto attempt = [&](char* const* variables) {
-        return ::posix_spawn(&identifier, program.c_str(), options.actions(), options.attributes(),
-                             arguments.get(), variables);
+        return checkedNumber(::posix_spawn(&identifier, program.c_str(), options.actions(),
+                                           options.attributes(), arguments.get(), variables));
     };
-    const int error = description.environment ? attempt(environment.get())
-                                              : spawnWithProgramsEnvironment(attempt);
-    if (error != 0) {
-        throw launchFailure(error, description.launchPath, program);
+    const auto spawned = description.environment ? attempt(environment.get())
+                                                 : spawnWithProgramsEnvironment(attempt);
+    if (!spawned) {
+        throw launchFailure(spawned.error(), description.launchPath, program);
     }
     return identifier;
 }
@@ -144,6 +146,14 @@ ProcessLauncher::ProcessLauncher()
     if (action.sa_handler == SIG_IGN || (action.sa_flags & SA_NOCLDWAIT) != 0) {
         std::signal(SIGCHLD, SIG_DFL);
     }
+}
+
+bool ProcessLauncher::canLaunch(const std::string& path) {
+    return atPath(resolveTool(path),
+                  [](int directory, const char* rest) {
+                      return ::faccessat(directory, rest, X_OK, AT_EACCESS);
+                  })
+        .ok();
 }
 
 std::shared_ptr<platform::Pipe> ProcessLauncher::makePipe() {

@@ -12,6 +12,7 @@ public:
     /// some shells do, would never learn a child's status.
     ProcessLauncher();
 
+    bool canLaunch(const std::string& path) override;
     std::shared_ptr<platform::Pipe> makePipe() override;
     std::vector<std::shared_ptr<platform::Pipe>> makePipes(std::size_t count) override;
     std::shared_ptr<ChildProcess> launch(const ProcessDescription& description) override;

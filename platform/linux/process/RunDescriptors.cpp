@@ -17,35 +17,39 @@ namespace {
 /// The number left for the children's own descriptors and the rest of the program, such as its log.
 constexpr rlim_t keptForOthers = 32;
 
-struct Opening {
-    std::vector<PipeEnds> pipes;
-    /// 0, or the errno of the failure.
-    int error = 0;
-
-    std::vector<PipeEnds> result() && {
-        if (error != 0) {
-            throw resourceFailure(error, "NSFileHandleOperationException", "pipe");
-        }
-        return std::move(pipes);
+SystemResult<PipeEnds> tryToOpenOne() {
+    std::array<int, 2> numbers{-1, -1};
+    if (::pipe2(numbers.data(), O_CLOEXEC) != 0) {
+        return Unexpected(Errno::last());
     }
-};
+    PipeEnds ends{FileDescriptor(numbers[0]), FileDescriptor(numbers[1])};
+    for (auto& end : ends) {
+        auto moved = openedAboveStandardStreams(end.release());
+        if (!moved) {
+            return Unexpected(moved.error());
+        }
+        end = *std::move(moved);
+    }
+    return ends;
+}
 
-Opening tryToOpen(std::size_t count) {
+SystemResult<std::vector<PipeEnds>> tryToOpen(std::size_t count) {
     std::vector<PipeEnds> pipes;
     while (pipes.size() < count) {
-        std::array<int, 2> ends{-1, -1};
-        if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
-            return {{}, errno};
+        auto pipe = tryToOpenOne();
+        if (!pipe) {
+            return Unexpected(pipe.error());
         }
-        auto& pipe = pipes.emplace_back();
-        for (std::size_t end = 0; end < ends.size(); ++end) {
-            pipe[end] = aboveStandardStreams(FileDescriptor(ends[end]));
-            if (!pipe[end]) {
-                return {{}, errno};
-            }
-        }
+        pipes.push_back(*std::move(pipe));
     }
-    return {std::move(pipes), 0};
+    return pipes;
+}
+
+std::vector<PipeEnds> requiredPipes(SystemResult<std::vector<PipeEnds>> pipes) {
+    if (!pipes) {
+        throw resourceFailure(pipes.error(), exception_name::fileHandleOperation, "pipe");
+    }
+    return *std::move(pipes);
 }
 
 /// The system assigns the lowest descriptors first.
@@ -56,6 +60,10 @@ bool takesWhatIsKept(const std::vector<PipeEnds>& pipes) {
         return static_cast<rlim_t>(std::max(pipe[0].get(), pipe[1].get())) + keptForOthers >=
                limit.rlim_cur;
     });
+}
+
+bool tooFewAreLeft(const SystemResult<std::vector<PipeEnds>>& pipes) {
+    return pipes ? takesWhatIsKept(*pipes) : failedWith(pipes, EMFILE);
 }
 
 } // namespace
@@ -84,20 +92,17 @@ std::uint64_t RunDescriptors::closings() const {
 }
 
 PipeEnds RunDescriptors::openPipe() {
-    return std::move(tryToOpen(1).result().front());
+    return std::move(requiredPipes(tryToOpen(1)).front());
 }
 
 std::vector<PipeEnds> RunDescriptors::openPipes(std::size_t count) {
     const std::lock_guard turn(turn_);
     for (bool mayWait = true;;) {
         const auto before = closings();
-        auto opening = tryToOpen(count);
-        if (mayWait && (opening.error == EMFILE || takesWhatIsKept(opening.pipes))) {
-            opening.pipes.clear();
-            mayWait = waitForClosing(before);
-        } else {
-            return std::move(opening).result();
+        if (auto pipes = tryToOpen(count); !mayWait || !tooFewAreLeft(pipes)) {
+            return requiredPipes(std::move(pipes));
         }
+        mayWait = waitForClosing(before);
     }
 }
 

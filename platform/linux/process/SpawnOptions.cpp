@@ -10,17 +10,19 @@ namespace platform::native {
 
 namespace {
 
-void throwUnlessZero(int error) {
-    if (error != 0) {
-        throw resourceFailure(error, exception_name::generic, "memory for another process");
+/// Throws unless a function returned 0; else it returned its error number.
+void requireMemory(int returned) {
+    if (const auto result = checkedNumber(returned); !result) {
+        throw resourceFailure(result.error(), exception_name::generic,
+                              "memory for another process");
     }
 }
 
 } // namespace
 
 SpawnOptions::SpawnOptions() {
-    throwUnlessZero(::posix_spawn_file_actions_init(&actions_));
-    throwUnlessZero(::posix_spawnattr_init(&attributes_));
+    requireMemory(::posix_spawn_file_actions_init(&actions_));
+    requireMemory(::posix_spawnattr_init(&attributes_));
     sigset_t signals;
     ::sigfillset(&signals);
     ::posix_spawnattr_setsigdefault(&attributes_, &signals);
@@ -37,11 +39,11 @@ SpawnOptions::~SpawnOptions() {
 }
 
 void SpawnOptions::connect(int descriptor, int stream) {
-    throwUnlessZero(::posix_spawn_file_actions_adddup2(&actions_, descriptor, stream));
+    requireMemory(::posix_spawn_file_actions_adddup2(&actions_, descriptor, stream));
 }
 
 void SpawnOptions::closeOthers() {
-    throwUnlessZero(::posix_spawn_file_actions_addclosefrom_np(&actions_, STDERR_FILENO + 1));
+    requireMemory(::posix_spawn_file_actions_addclosefrom_np(&actions_, STDERR_FILENO + 1));
 }
 
 } // namespace platform::native

@@ -33,7 +33,7 @@ constexpr std::string_view deletedMark = " (deleted)";
 std::string SystemInformation::globallyUniqueString() {
     std::array<std::uint8_t, 16> bytes{};
     if (::getentropy(bytes.data(), bytes.size()) != 0) {
-        throw Exception(exception_name::generic, "the system gives no random numbers");
+        throw Exception(exception_name::generic, "the system returns no random numbers");
     }
     bytes[6] = static_cast<std::uint8_t>((bytes[6] & 0x0FU) | 0x40U);
     bytes[8] = static_cast<std::uint8_t>((bytes[8] & 0x3FU) | 0x80U);

@@ -33,6 +33,12 @@ std::optional<AccountEntry> lookUp(Ask ask) {
     return std::nullopt;
 }
 
+/// Returns the account's login name, or its number if nobody knows it.
+std::string nameOf(uid_t userId) {
+    const auto entry = accountOf(userId);
+    return entry ? entry->name : std::to_string(userId);
+}
+
 std::string withoutTrailingSlashes(const std::string& path) {
     return path::appending(path, "");
 }
@@ -70,9 +76,16 @@ std::string UserAccount::homeDirectory() {
     return withoutTrailingSlashes(entry->home);
 }
 
+std::optional<std::string> UserAccount::otherOwnerOfHome() {
+    struct stat status {};
+    if (::stat(homeDirectory().c_str(), &status) != 0 || status.st_uid == ::getuid()) {
+        return std::nullopt;
+    }
+    return nameOf(status.st_uid);
+}
+
 std::string UserAccount::loginName() {
-    const auto entry = accountOf(::getuid());
-    return entry ? entry->name : std::to_string(::getuid());
+    return nameOf(::getuid());
 }
 
 std::string UserAccount::temporaryDirectory() {

@@ -16,6 +16,7 @@ public:
     std::string homeDirectory() override;
 
     /// Returns the name of the real user; the user id in digits for an unknown account.
+    std::optional<std::string> otherOwnerOfHome() override;
     std::string loginName() override;
 
     /// Returns TMPDIR if it is the absolute path of a directory, else "/tmp".

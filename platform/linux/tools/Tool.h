@@ -26,22 +26,28 @@ inline void report(std::string_view tool, std::string_view message) {
     std::cerr << tool << ": " << text::printable(message) << '\n';
 }
 
+/// A tool's name, and what follows "usage: " if it is misused.
+struct Description {
+    std::string_view name;
+    std::string_view usage;
+};
+
 /// Implements a tool's main(): passes the arguments after the tool's name to `command` and returns
 /// the exit status. It is 0 if the command returns true and its output was written; 1 otherwise, or
 /// if the command throws, which also writes one line with the reason to standard error; 2 after
-/// Misuse, which also writes `usage` there.
+/// Misuse, which also writes the usage there.
 template <class Command>
-int run(std::string_view tool, std::string_view usage, int argc, char** argv, Command command) {
+int run(const Description& tool, int argc, char** argv, Command command) {
     constexpr int failure = 1;
     constexpr int misuse = 2;
     try {
         const std::vector<std::string> words(argv + std::min(argc, 1), argv + argc);
         return command(words) && std::cout.flush() ? 0 : failure;
     } catch (const Misuse&) {
-        std::cerr << "usage: " << usage << '\n';
+        std::cerr << "usage: " << tool.usage << '\n';
         return misuse;
     } catch (const std::exception& error) {
-        report(tool, error.what());
+        report(tool.name, error.what());
         return failure;
     }
 }

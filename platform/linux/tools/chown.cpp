@@ -127,5 +127,6 @@ bool run(const std::vector<std::string>& words) {
 } // namespace
 
 int main(int argc, char** argv) {
-    return tool::run("chown", "chown OWNER[:GROUP] | :GROUP FILE...", argc, argv, run);
+    return tool::run({.name = "chown", .usage = "chown OWNER[:GROUP] | :GROUP FILE..."}, argc, argv,
+                     run);
 }

@@ -231,5 +231,6 @@ bool run(const std::vector<std::string>& words) {
 } // namespace
 
 int main(int argc, char** argv) {
-    return tool::run("diskutil", "diskutil info -plist MOUNTPOINT", argc, argv, run);
+    return tool::run({.name = "diskutil", .usage = "diskutil info -plist MOUNTPOINT"}, argc, argv,
+                     run);
 }

@@ -23,7 +23,7 @@ using Paths = std::span<const std::string>;
 /// An operation on one file; throws ToolError.
 using Action = std::function<void(const std::string& path)>;
 
-[[noreturn]] void fail(const std::string& path, const char* participle) {
+[[noreturn]] void fail(const std::string& path, native::Participle participle) {
     throw tool::ToolError(
         native::failureSentence(path, participle, native::reason(native::Errno::last())));
 }
@@ -172,8 +172,8 @@ bool run(const std::vector<std::string>& words) {
 } // namespace
 
 int main(int argc, char** argv) {
-    return tool::run("xattr",
-                     "xattr [-l] FILE... | -p NAME FILE... | -w NAME VALUE FILE... | "
-                     "-d NAME FILE...",
+    return tool::run({.name = "xattr",
+                      .usage = "xattr [-l] FILE... | -p NAME FILE... | -w NAME VALUE FILE... | "
+                               "-d NAME FILE..."},
                      argc, argv, run);
 }

@@ -53,28 +53,31 @@ TEST(CommandLine, KnowsEveryOption) {
     EXPECT_EQ(terminal.report, "r");
 }
 
-TEST(CommandLine, RefusesWhatIsWrongOrContradictory) {
-    for (const auto& words :
-         std::vector<std::vector<std::string>>{{"--bogus"},
-                                               {"word"},
-                                               {"-q"},
-                                               {"--json"},
-                                               {"--quiet"},
-                                               {"--remove-shared"},
-                                               {"--report", "r"},
-                                               {"--uninstall", "--report"},
-                                               {"--uninstall", "--report", ""},
-                                               {"--uninstall", "--report", "a", "--report", "b"},
-                                               {"--uninstall", "--list"},
-                                               {"--uninstall", "--terminal"},
-                                               {"--uninstall", "--json"},
-                                               {"--terminal", "--list"},
-                                               {"--terminal", "--quiet"},
-                                               {"--list", "--report", "r"},
-                                               {"--list", "--quiet"}}) {
-        EXPECT_EQ(statusOf(words), 2) << words.front() << ' ' << words.back();
-    }
+class WrongCommandLine : public testing::TestWithParam<std::vector<std::string>> {};
+
+TEST_P(WrongCommandLine, IsRefused) {
+    EXPECT_EQ(statusOf(GetParam()), 2);
 }
+
+INSTANTIATE_TEST_SUITE_P(WrongOrContradictory, WrongCommandLine,
+                         testing::ValuesIn(std::vector<std::vector<std::string>>{
+                             {"--bogus"},
+                             {"word"},
+                             {"-q"},
+                             {"--json"},
+                             {"--quiet"},
+                             {"--remove-shared"},
+                             {"--report", "r"},
+                             {"--uninstall", "--report"},
+                             {"--uninstall", "--report", ""},
+                             {"--uninstall", "--report", "a", "--report", "b"},
+                             {"--uninstall", "--list"},
+                             {"--uninstall", "--terminal"},
+                             {"--uninstall", "--json"},
+                             {"--terminal", "--list"},
+                             {"--terminal", "--quiet"},
+                             {"--list", "--report", "r"},
+                             {"--list", "--quiet"}}));
 
 TEST(CommandLine, EndsAfterHelpAndVersion) {
     EXPECT_EQ(statusOf({"--help"}), 0);

@@ -4,6 +4,7 @@
 #include "app/cli/RunObserver.h"
 #include "platform/SystemInformation.h"
 #include "tests/support/FileSystemDoubles.h"
+#include "tests/support/NamedCase.h"
 #include "tests/support/PortDoubles.h"
 #include "tests/support/TemporaryDirectory.h"
 
@@ -117,9 +118,12 @@ TEST_F(ReportTest, TellsWhyAnItemWasLeft) {
     observer.itemEnded("/x/b", failure("It is nailed down.", std::nullopt));
     observer.itemEnded("/x/c", {.outcome = TrashOutcome::moved});
 
+    EXPECT_EQ(observer.lastCause("/x/a"), "The administrator's password was not given.");
+    EXPECT_EQ(observer.lastCause("/x/b"), "It is nailed down.");
     EXPECT_EQ(reasonOf("/x/a"), "It is closed. The administrator's password was not given.");
     EXPECT_EQ(reasonOf("/x/b"), "It is nailed down.");
-    EXPECT_EQ(reasonOf("/x/c"), "It was moved to the Trash, but something stands there again.");
+    EXPECT_EQ(reasonOf("/x/c"),
+              "It was moved to the Trash, but there is an item at its path again.");
     EXPECT_EQ(reasonOf("/x/d"), "It could not be removed.");
 }
 
@@ -134,20 +138,36 @@ TEST_F(ReportTest, RemembersAMoveWhenALaterOneFails) {
     observer.itemEnded("/x/a", {.outcome = TrashOutcome::moved});
     observer.itemEnded("/x/a", failure("It is closed.", std::nullopt));
 
-    EXPECT_EQ(reasonOf("/x/a"), "It was moved to the Trash, but something stands there again.");
+    EXPECT_EQ(reasonOf("/x/a"),
+              "It was moved to the Trash, but there is an item at its path again.");
 }
 
-TEST_F(ReportTest, TellsWhatBecameOfTheRight) {
-    for (const auto& [status, words] :
-         {std::pair{platform::errAuthorizationDenied, "No. The administrator's right was denied."},
-          {platform::errAuthorizationInternal,
-           "No. The administrator's right cannot be had on this machine."},
-          {platform::errAuthorizationSuccess,
-           "No. It could not be moved with the administrator's right either."}}) {
-        observer.itemEnded("/x/a", failure("No.", status));
-        EXPECT_EQ(reasonOf("/x/a"), words);
-    }
+struct StatusOfTheRight : NamedCase {
+    platform::AuthorizationStatus status;
+    const char* words;
+};
+
+class ReportOfTheRightTest : public ReportTest,
+                             public testing::WithParamInterface<StatusOfTheRight> {};
+
+TEST_P(ReportOfTheRightTest, FollowsTheReason) {
+    observer.itemEnded("/x/a", failure("No.", GetParam().status));
+    EXPECT_EQ(reasonOf("/x/a"), GetParam().words);
 }
+
+INSTANTIATE_TEST_SUITE_P(
+    All, ReportOfTheRightTest,
+    testing::Values(
+        StatusOfTheRight{{"Denied"},
+                         platform::errAuthorizationDenied,
+                         "No. The administrator's right was denied."},
+        StatusOfTheRight{{"Unavailable"},
+                         platform::errAuthorizationInternal,
+                         "No. The administrator's right cannot be had on this machine."},
+        StatusOfTheRight{{"NoHelp"},
+                         platform::errAuthorizationSuccess,
+                         "No. It could not be moved with the administrator's right either."}),
+    nameOfCase);
 
 TEST_F(ReportTest, WaitsForAToolBeforeTheNextItem) {
     bool ended = false;
@@ -227,7 +247,7 @@ protected:
     cli::Run run() {
         Options options;
         options.report = report;
-        return {options, inventory, observer, output};
+        return {options, inventory, observer};
     }
 
     json lastReport() const { return json::parse(disk.written.back()); }
@@ -243,12 +263,12 @@ TEST_F(RunTest, ReportsFromTheBeginning) {
     begun.begin(RemoveShared::yes);
     EXPECT_EQ(inventory.sizes, Sizes::yes);
 
-    EXPECT_EQ(begun.finish(), ExitStatus::complete);
+    EXPECT_EQ(begun.finish().status, ExitStatus::complete);
+    begun.writeReport();
 
     EXPECT_EQ(lastReport()["result"], "complete");
     EXPECT_EQ(lastReport()["removeShared"], true);
     EXPECT_EQ(lastReport()["rows"][0]["outcome"], "moved");
-    EXPECT_EQ(output.text, "");
 }
 
 TEST_F(RunTest, TellsWhatWasLeft) {
@@ -257,18 +277,31 @@ TEST_F(RunTest, TellsWhatWasLeft) {
     auto begun = run();
     begun.begin(RemoveShared::no);
 
-    EXPECT_EQ(begun.finish(), ExitStatus::leftInPlace);
+    const auto end = begun.finish();
+    tell(end, output);
+    begun.writeReport();
 
+    EXPECT_EQ(end.status, ExitStatus::leftInPlace);
     EXPECT_EQ(output.text, "\nLeft in place:\n/x/there\n    It could not be removed.\n");
     EXPECT_EQ(lastReport()["result"], "leftInPlace");
     EXPECT_EQ(lastReport()["rows"][1]["reason"], "It could not be removed.");
 }
 
 TEST_F(RunTest, IsCancelledWhenItHasNotBegun) {
-    EXPECT_EQ(run().finish(), ExitStatus::cancelled);
+    auto cancelled = run();
+    const auto end = cancelled.finish();
+    tell(end, output);
+    cancelled.writeReport();
 
+    EXPECT_EQ(end.status, ExitStatus::cancelled);
     EXPECT_EQ(lastReport()["result"], "cancelled");
     EXPECT_EQ(output.text, "Nothing was removed.\n");
+}
+
+TEST_F(RunTest, SaysNothingOfACompleteOne) {
+    tell({ExitStatus::complete, {}}, output);
+
+    EXPECT_EQ(output.text, "");
 }
 
 TEST_F(RunTest, WritesAndMeasuresNothingWhereNoReportIsWanted) {
@@ -277,7 +310,8 @@ TEST_F(RunTest, WritesAndMeasuresNothingWhereNoReportIsWanted) {
     begun.prepare();
     begun.begin(RemoveShared::no);
 
-    EXPECT_EQ(begun.finish(), ExitStatus::complete);
+    EXPECT_EQ(begun.finish().status, ExitStatus::complete);
+    begun.writeReport();
 
     EXPECT_TRUE(disk.written.empty());
     EXPECT_EQ(inventory.sizes, Sizes::no);

@@ -1,9 +1,8 @@
 // The privileged helper knows the same plan as the program.
 
 #include "app/UninstallPlan.h"
-#include "platform/Services.h"
 #include "platform/linux/authorization/helper/Terms.h"
-#include "tests/support/PortDoubles.h"
+#include "tests/support/StandardLocations.h"
 
 #include <gtest/gtest.h>
 
@@ -12,8 +11,6 @@
 #include <set>
 #include <string>
 
-using platform::DirectoryKind;
-using platform::DomainMask;
 using platform::native::helper::PlannedItems;
 using platform::native::helper::terms;
 using Kind = PlannedItems::Kind;
@@ -52,25 +49,7 @@ std::set<std::string> rows(PlanAction action, const std::string& before = "",
 
 } // namespace
 
-class HelperTerms : public testing::Test {
-protected:
-    HelperTerms() {
-        searchPaths_.lists = {
-            {{DirectoryKind::application, DomainMask::local}, {"/Applications"}},
-            {{DirectoryKind::library, DomainMask::local}, {"/Library"}},
-            {{DirectoryKind::library, DomainMask::user}, {"/home/someone/Library"}},
-            {{DirectoryKind::applicationSupport, DomainMask::user},
-             {"/home/someone/Library/Application Support"}},
-            {{DirectoryKind::caches, DomainMask::user}, {"/home/someone/Library/Caches"}},
-        };
-    }
-
-private:
-    FakeAccount account_;
-    FakeSearchPaths searchPaths_;
-    platform::ScopedService<platform::UserAccount> accountService_{account_};
-    platform::ScopedService<platform::SearchPaths> searchPathsService_{searchPaths_};
-};
+class HelperTerms : public StandardLocations {};
 
 TEST_F(HelperTerms, NameTheItemsOfThePlanAndNoOthers) {
     EXPECT_EQ(planned(Kind::item), rows(PlanAction::trash));

@@ -6,6 +6,8 @@
 #include "platform/Windows.h"
 #include "platform/foundation/Exception.h"
 #include "platform/qt/InstanceLock.h"
+#include "tests/support/FileSystemDoubles.h"
+#include "tests/support/PortDoubles.h"
 #include "tests/support/ScopedEnvironment.h"
 #include "tests/support/TemporaryDirectory.h"
 #include "tests/support/UserInterface.h"
@@ -13,12 +15,19 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <QApplication>
+#include <QTimer>
+
+#include <unistd.h>
+
 #include <algorithm>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <functional>
 #include <iostream>
 #include <string>
+#include <thread>
 
 using platform::Application;
 using platform::Interface;
@@ -40,11 +49,20 @@ auto oneLineWith(const std::string& what) {
     return AllOf(StartsWith("kelvane-uninstaller: "), HasSubstr(what), ResultOf(lineEnds, 1));
 }
 
-class EmptyInventory : public Inventory {
+constexpr int complete = 0;
+constexpr int leftInPlace = 3;
+constexpr int cancelled = 4;
+
+class FixedInventory : public Inventory {
+public:
+    std::vector<InventoryRow> rows;
+
     std::vector<InventoryRow> take(RemoveShared /*removeShared*/, Sizes /*sizes*/) override {
-        return {};
+        return rows;
     }
 };
+
+const PlanRow anyRow{PlanAction::trash, "/x/a", {}};
 
 class NoVersion : public platform::SystemInformation {
     std::string globallyUniqueString() override { return {}; }
@@ -61,18 +79,16 @@ class StartUpDeathTest : public ::testing::Test {
 protected:
     StartUpDeathTest() { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
 
-    [[noreturn]] static void start(const start::Awake& awake,
-                                   const std::string& file = ":/MainMenu.ui") {
+    [[noreturn]] void start(const start::Awake& awake, const std::string& file = ":/MainMenu.ui") {
         std::string name = "kelvane-uninstaller";
         char* arguments[] = {name.data(), nullptr};
         if (std::freopen("/dev/null", "r", stdin) == nullptr) { // nobody to ask on a terminal
             std::abort();
         }
-        EmptyInventory inventory;
         std::exit(start::applicationMain(1, arguments, file, inventory, awake));
     }
 
-    static void expectNoDisplay(const std::string& why) {
+    void expectNoDisplay(const std::string& why) {
         EXPECT_EXIT(start([](Interface&, PlanObserver&) {}), ExitedWithCode(5),
                     oneLineWith("no display: " + why));
     }
@@ -80,7 +96,12 @@ protected:
     TemporaryDirectory directory;
     /// The process that ends cannot delete its own directory, so it has one inside this process's.
     ScopedEnvironment directoryOfChild{"TMPDIR", directory.path()};
+    FakeAccount account;
+    platform::ScopedService<platform::UserAccount> accountScope{account};
     NoVersion information;
+    FixedInventory inventory;
+    DescribedFileSystem disk;
+    platform::ScopedService<platform::FileSystem> diskScope{disk};
     platform::ScopedService<platform::SystemInformation> informationScope{information};
     ScopedEnvironment runtime{"XDG_RUNTIME_DIR", directory.path()};
     ScopedEnvironment platform_{"QT_QPA_PLATFORM", "offscreen"};
@@ -88,21 +109,130 @@ protected:
     ScopedEnvironment wayland{"WAYLAND_DISPLAY", std::nullopt};
 };
 
+/// Waits until another thread has taken a signal that is pending for the process.
+void waitUntilTaken(int signal) {
+    sigset_t pending{};
+    while (::sigpending(&pending) == 0 && ::sigismember(&pending, signal) == 1) {
+        std::this_thread::yield();
+    }
+}
+
 void terminateLater() {
     auto& application = platform::service<Application>();
     application.performOnMainThread([&application] { application.terminate(); },
                                     platform::Wait::no);
 }
 
-TEST_F(StartUpDeathTest, EndsWithStatusZeroWhenTheApplicationTerminates) {
-    EXPECT_EXIT(start([](Interface&, PlanObserver&) { terminateLater(); }), ExitedWithCode(0),
-                "^$");
+TEST_F(StartUpDeathTest, IsCancelledWhenTheApplicationTerminatesBeforeTheRun) {
+    EXPECT_EXIT(start([](Interface&, PlanObserver&) { terminateLater(); }),
+                ExitedWithCode(cancelled), "^$");
 }
 
-TEST_F(StartUpDeathTest, EndsWithStatusZeroWhenItTerminatesWhileItAwakes) {
+TEST_F(StartUpDeathTest, IsCancelledWhenItTerminatesWhileItAwakes) {
     EXPECT_EXIT(
         start([](Interface&, PlanObserver&) { platform::service<Application>().terminate(); }),
-        ExitedWithCode(0), "^$");
+        ExitedWithCode(cancelled), "^$");
+}
+
+/// Does a run's walk on the main thread once the event loop runs, `duringIt` in the middle, and
+/// then terminates the application.
+void runLater(
+    PlanObserver& observer, const std::function<void()>& duringIt = [] {}) {
+    platform::service<Application>().performOnMainThread(
+        [&observer, duringIt] {
+            observer.rowBegan(anyRow);
+            duringIt();
+            observer.itemBegan(anyRow.subject);
+            observer.rowEnded(anyRow);
+            observer.walkEnded();
+            std::cerr << "walked\n";
+            terminateLater();
+        },
+        platform::Wait::no);
+}
+
+TEST_F(StartUpDeathTest, EndsWithStatusZeroAfterACompleteRun) {
+    inventory.rows = {{.action = PlanAction::trash, .path = "/x/a", .state = ItemState::found}};
+    EXPECT_EXIT(start([](Interface&, PlanObserver& observer) { runLater(observer); }),
+                ExitedWithCode(complete), "^walked\n$");
+}
+
+/// Presses a button of the window that comes up last.
+void pressWhenShown(const std::string& window, const std::string& button) {
+    auto* timer = new QTimer(qApp);
+    QObject::connect(timer, &QTimer::timeout, timer, [=] {
+        if (auto* shown = windowTitled(window)) {
+            timer->stop();
+            std::cerr << "shown\n";
+            press(*shown, button);
+        }
+    });
+    timer->start(1);
+}
+
+TEST_F(StartUpDeathTest, ShowsWhatTheRunLeftInPlace) {
+    inventory.rows = {{.action = PlanAction::trash, .path = "/x/a", .state = ItemState::found}};
+    disk.files = {"/x/a"};
+    EXPECT_EXIT(start([](Interface&, PlanObserver& observer) {
+                    pressWhenShown("Items Left in Place", "C&lose");
+                    runLater(observer);
+                }),
+                ExitedWithCode(leftInPlace), ContainsRegex("^walked\n(.*\n)?shown\n$"));
+}
+
+TEST_F(StartUpDeathTest, ShowsTheItemsOfARunOnRequest) {
+    EXPECT_EXIT(start([](Interface&, PlanObserver&) {
+                    pressWhenShown("Uninstall Kelvane", "Show &Items…");
+                    pressWhenShown("Items to Remove", "C&lose");
+                    static auto& timer = *new QTimer(qApp);
+                    QObject::connect(
+                        &timer, &QTimer::timeout, &timer, [wasShown = false]() mutable {
+                            const bool isShown = windowTitled("Items to Remove") != nullptr;
+                            if (wasShown && !isShown) {
+                                platform::service<Application>().terminate();
+                            }
+                            wasShown = wasShown || isShown;
+                        });
+                    timer.start(0);
+                }),
+                ExitedWithCode(cancelled), ContainsRegex("^shown\n(.*\n)?shown\n$"));
+}
+
+TEST_F(StartUpDeathTest, IsCancelledByASignalBeforeTheRun) {
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) {
+        EXPECT_EXIT(start([signal](Interface&, PlanObserver&) { ::kill(::getpid(), signal); }),
+                    ExitedWithCode(cancelled), "^$")
+            << signal;
+    }
+}
+
+TEST_F(StartUpDeathTest, GoesOnToTheEndOfTheRunAfterASignal) {
+    EXPECT_EXIT(start([](Interface&, PlanObserver& observer) {
+                    platform::service<Application>().performOnMainThread(
+                        [&observer] {
+                            observer.rowBegan(anyRow);
+                            ::kill(::getpid(), SIGTERM);
+                            // The event loop turns until the end of the run, and after it no more.
+                            QTimer::singleShot(50, qApp, [&observer] {
+                                std::cerr << "goes on\n";
+                                observer.walkEnded();
+                            });
+                        },
+                        platform::Wait::no);
+                }),
+                ExitedWithCode(complete), "^goes on\n$");
+}
+
+TEST_F(StartUpDeathTest, ShowsNothingOfWhatWasLeftToNobody) {
+    inventory.rows = {{.action = PlanAction::trash, .path = "/x/a", .state = ItemState::found}};
+    disk.files = {"/x/a"};
+    EXPECT_EXIT(start([](Interface&, PlanObserver& observer) {
+                    runLater(observer, [] {
+                        ::kill(::getpid(), SIGTERM);
+                        waitUntilTaken(SIGTERM);
+                    });
+                }),
+                ExitedWithCode(leftInPlace), "^walked\n$");
 }
 
 TEST_F(StartUpDeathTest, ShowsTheMainWindowOnceTheControllerIsAwake) {
@@ -118,7 +248,7 @@ TEST_F(StartUpDeathTest, ShowsTheMainWindowOnceTheControllerIsAwake) {
                         },
                         platform::Wait::no);
                 }),
-                ExitedWithCode(0), "^awake 0\nrunning 1 1\n$");
+                ExitedWithCode(cancelled), "^awake 0\nrunning 1 1\n$");
 }
 
 TEST_F(StartUpDeathTest, RunsTheActionsOfTheButtons) {
@@ -132,7 +262,7 @@ TEST_F(StartUpDeathTest, RunsTheActionsOfTheButtons) {
                         [] { press(*windowTitled("Uninstall Kelvane"), "&Cancel"); },
                         platform::Wait::no);
                 }),
-                ExitedWithCode(0), "^cancelled\n$");
+                ExitedWithCode(cancelled), "^cancelled\n$");
 }
 
 TEST_F(StartUpDeathTest, SaysThatThereIsNoDisplay) {
@@ -155,6 +285,20 @@ TEST_F(StartUpDeathTest, SaysThatItIsRunningAlready) {
     const platform::qt::InstanceLock other("kelvane-uninstaller");
     EXPECT_EXIT(start([](Interface&, PlanObserver&) { std::abort(); }), ExitedWithCode(1),
                 oneLineWith("already running"));
+}
+
+TEST_F(StartUpDeathTest, IsRefusedToTheSuperuserInAnotherAccountsHome) {
+    account.userId = 0;
+    account.homeOwner = "ann";
+    EXPECT_EXIT(start([](Interface&, PlanObserver&) { std::abort(); }), ExitedWithCode(1),
+                oneLineWith("the home folder /home/someone belongs to ann: run this as ann, or "
+                            "with sudo -H for root's own items"));
+}
+
+TEST_F(StartUpDeathTest, IsNotRefusedToAUserWhoseHomeBelongsToAnother) {
+    account.homeOwner = "root";
+    EXPECT_EXIT(start([](Interface&, PlanObserver&) { terminateLater(); }),
+                ExitedWithCode(cancelled), "^$");
 }
 
 TEST_F(StartUpDeathTest, NamesTheOutletThatTheControllerMisses) {

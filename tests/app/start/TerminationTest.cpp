@@ -29,6 +29,8 @@ using platform::Application;
 
 namespace {
 
+constexpr int cancelled = 4;
+
 /// Every test runs the program in a process of its own.
 class TerminationDeathTest : public ::testing::Test {
 protected:
@@ -97,11 +99,13 @@ protected:
 };
 
 TEST_F(TerminationDeathTest, WritesWhatIsQueuedWithTenOperations) {
-    EXPECT_EXIT(cancelProgramWithOperations(10), ::testing::ExitedWithCode(0), "^9 entries\n$");
+    EXPECT_EXIT(cancelProgramWithOperations(10), ::testing::ExitedWithCode(cancelled),
+                "^9 entries\n$");
 }
 
 TEST_F(TerminationDeathTest, DropsWhatIsQueuedWithEleven) {
-    EXPECT_EXIT(cancelProgramWithOperations(11), ::testing::ExitedWithCode(0), "^0 entries\n$");
+    EXPECT_EXIT(cancelProgramWithOperations(11), ::testing::ExitedWithCode(cancelled),
+                "^0 entries\n$");
 }
 
 } // namespace

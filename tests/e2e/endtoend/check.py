@@ -195,7 +195,7 @@ class _Check:
         elif len(places) == 1 and (may_stay or places[0] != path):
             self._report(path, step, places[0], self._is_whole(path, places[0]))
         else:
-            self._problem(path, f"stands at {places or 'no place'}")
+            self._problem(path, f"is at {places or 'no place'}")
             self._report(path, step, "unclear", False)
 
     def _whereabouts(self, path: str, is_deleted: bool, names: list[str]) -> tuple[str, bool]:
@@ -293,6 +293,6 @@ def print_report(report: Report, home: str) -> None:
     for problem in report.problems:
         print(f"Not as it should be: {problem}")
     if not report.problems:
-        left = (", but for those that need the administrator's right: they are in their places, "
+        left = (", except those that need the administrator's right: they are in their places, "
                 "whole" if report.right is Right.REFUSED else "")
         print(f"Exactly the planned items have gone, each whole{left}; nothing else has changed.")

@@ -25,8 +25,12 @@ from endtoend.suite import LOCAL_FOLDERS, USER_FOLDERS, Process, SampleSuite, gi
 from endtoend.waiting import PATIENCE_SECONDS, POLL_SECONDS, TooLate
 
 TREE = os.path.abspath(f"{os.path.dirname(os.path.realpath(__file__))}/../../..")
+MAIN = "Uninstall Kelvane"
 COMPLETE = "Uninstall complete"
 UNREMOVED = "Error: Unable to remove LaunchAgent"
+LEFT = "Items Left in Place"
+LEFT_STATUS = 3
+CANCELLED_STATUS = 4
 # The middle of the last button at the foot of a window, from the lower right corner.
 LAST_BUTTON = (55, 35)
 
@@ -80,6 +84,8 @@ class Scenario:
         self._watched = watched
         self._companions: list[tuple[Process, subprocess.Popen[bytes]]] = []
         self._is_complete = False
+        self._is_left_told = False
+        self._tries_again = False
         self._has_begun = False
         self._problems: list[str] = []
         self._held = HeldTool() if options.holds_tool else None
@@ -103,6 +109,9 @@ class Scenario:
         if not self._has_begun and not self._problems:
             return self._report_cancelled(manifest)
         self._look_at_companions()
+        if self._is_left_told != (self._options.right is Right.REFUSED):
+            told = "told" if self._is_left_told else "not told"
+            self._problems.append(f"the person was {told} what was left in place")
         self._log.show()
         are_kept = self._options.locks_agents and self._options.right is Right.REFUSED
         self._problems += self._agents.look(are_kept)
@@ -231,6 +240,7 @@ class Scenario:
             else:
                 self._ask_to_press()
             self._follow(screen, program, main)
+            self._look_at_status(program)
 
     @contextmanager
     def _running_program(self) -> Iterator[subprocess.Popen[bytes]]:
@@ -285,19 +295,35 @@ class Scenario:
               flush=True)
 
     def _follow(self, screen: Screen, program: subprocess.Popen[bytes], main: Window) -> None:
-        """Watches the windows until the program ends; a person may take any time."""
-        known = {main.number}
+        """Watches the windows until the program ends. Nothing new may take too long, unless a
+        person presses the buttons."""
+        self._is_left_told = False
+        self._tries_again = False
+        # A number alone is no window: a program that starts again gets the same ones.
+        known = {main}
         deadline = time.monotonic() + PATIENCE_SECONDS
         while program.poll() is None:
             for window in screen.windows():
-                if window.number not in known:
+                if window not in known:
+                    known.add(window)
                     self._meet(screen, window)
-                    known.add(window.number)
+                    if self._tries_again:
+                        known.discard(main)
+                    deadline = time.monotonic() + PATIENCE_SECONDS
             if self._session.is_private and time.monotonic() > deadline:
-                raise TooLate("the program did not end")
+                raise TooLate("the program neither ended nor showed another window")
             time.sleep(POLL_SECONDS)
-        if program.returncode != 0:
+
+    def _look_at_status(self, program: subprocess.Popen[bytes]) -> None:
+        if program.returncode != self._expected_status():
             self._problems.append(f"the program ended with status {program.returncode}")
+
+    def _expected_status(self) -> int:
+        if not self._has_begun:
+            return CANCELLED_STATUS
+        if self._tries_again:
+            return CANCELLED_STATUS
+        return LEFT_STATUS if self._is_left_told else 0
 
     def _meet(self, screen: Screen, window: Window) -> None:
         self._has_begun = True
@@ -307,12 +333,27 @@ class Scenario:
         elif window.title == UNREMOVED:
             self._complaints += 1
             self._meet_alert(screen, window, "complaint")
+        elif window.title == LEFT:
+            self._meet_left(screen, window)
+        elif window.title == MAIN:
+            screen.activate(window)
+            screen.press_key("Escape")
         elif self._held:
             self._keep("progress", screen.drawn_picture(window))
             self._held.release()
             self._held = None
         elif is_drawn(picture := screen.picture(window)):
             self._keep("progress", picture)
+
+    def _meet_left(self, screen: Screen, window: Window) -> None:
+        """Tries again, and cancels that, where the shared items go too; else closes the window."""
+        self._is_left_told = True
+        if not (self._options.remove_shared and self._session.is_private):
+            return self._meet_alert(screen, window, "left")
+        self._keep("left", screen.drawn_picture(window))
+        self._tries_again = True
+        screen.activate(window)
+        screen.press_key("alt+t")
 
     def _meet_alert(self, screen: Screen, window: Window, name: str) -> None:
         self._keep(name, screen.drawn_picture(window))

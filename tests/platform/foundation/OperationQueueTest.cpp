@@ -83,7 +83,7 @@ TEST(OperationQueue, DoesNotWaitWhenNothingWasEverAdded) {
     EXPECT_EQ(queue.operationCount(), 0U);
 }
 
-TEST(OperationQueue, RunsWhatStandsBehindAnOperationThatWaitsForItsOwnQueue) {
+TEST(OperationQueue, RunsWhatFollowsAnOperationThatWaitsForItsOwnQueue) {
     OperationQueue queue;
     std::vector<int> order;
     {

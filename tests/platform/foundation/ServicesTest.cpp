@@ -39,7 +39,7 @@ TEST(Services, FailsClosedAndNamesThePortWithNothingBehindIt) {
     }
 }
 
-TEST(Services, GivesWhatStandsBehindThePortForAScope) {
+TEST(Services, ReturnsTheInstalledImplementationForAScope) {
     Counting outer;
     Counting inner;
     const platform::ScopedService<Bell> outerScope(outer);

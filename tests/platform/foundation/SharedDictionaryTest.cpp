@@ -18,7 +18,7 @@ TEST(SharedDictionary, HoldsWhatWasSetLast) {
     EXPECT_TRUE(dictionary["other"].isNone());
 }
 
-TEST(SharedDictionary, AnObjectThatItGivesUpMayUseIt) {
+TEST(SharedDictionary, AnObjectThatItReleasesMayUseIt) {
     SharedDictionary dictionary;
     const auto countDown = [&dictionary](int* count) {
         dictionary.set("left", *count - 1);

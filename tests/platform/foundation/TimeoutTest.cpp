@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <limits>
+#include <type_traits>
 
 namespace {
 
@@ -11,6 +13,16 @@ using std::chrono::seconds;
 using namespace std::chrono_literals;
 
 using Limits = std::numeric_limits<double>;
+
+/// Whether a time-out can be made of a value of each type.
+template <class... Types>
+constexpr bool allAreTimeouts = (std::is_convertible_v<Types, Timeout> && ...);
+template <class... Types>
+constexpr bool someAreTimeouts = (std::is_convertible_v<Types, Timeout> || ...);
+
+static_assert(allAreTimeouts<int, unsigned, short, long long, std::size_t, float, double, seconds>);
+static_assert(!someAreTimeouts<bool, const bool, char, signed char, unsigned char, wchar_t, char8_t,
+                               char16_t, char32_t>);
 
 TEST(Timeout, CountsWholeSecondsOnly) {
     EXPECT_EQ(Timeout(5).wholeSeconds(), seconds(5));
@@ -25,17 +37,27 @@ TEST(Timeout, TakesDurations) {
     EXPECT_EQ(Timeout(2min).wholeSeconds(), seconds(120));
 }
 
-TEST(Timeout, CountsWhatIsNotAboveZeroAsZero) {
-    for (const double none : {0.0, -0.0, -0.9, -5.0, -1e300, -Limits::infinity(),
-                              Limits::quiet_NaN(), Limits::denorm_min()}) {
-        EXPECT_EQ(Timeout(none).wholeSeconds(), seconds(0)) << none;
-    }
+class TimeoutWithoutTime : public testing::TestWithParam<double> {};
+
+TEST_P(TimeoutWithoutTime, IsZero) {
+    EXPECT_EQ(Timeout(GetParam()).wholeSeconds(), seconds(0));
 }
 
+INSTANTIATE_TEST_SUITE_P(NotAboveZero, TimeoutWithoutTime,
+                         testing::Values(0.0, -0.0, -0.9, -5.0, -1e300, -Limits::infinity(),
+                                         Limits::quiet_NaN(), Limits::denorm_min()));
+
+class TimeoutWithoutEnd : public testing::TestWithParam<double> {};
+
+TEST_P(TimeoutWithoutEnd, IsTheLongest) {
+    EXPECT_EQ(Timeout(GetParam()).wholeSeconds(), Timeout::longest);
+}
+
+INSTANTIATE_TEST_SUITE_P(All, TimeoutWithoutEnd,
+                         testing::Values(1e9, 1e10, 1e19, 1e300, Limits::max(),
+                                         Limits::infinity()));
+
 TEST(Timeout, CountsWhatIsBeyondTheLongestAsTheLongest) {
-    for (const double endless : {1e9, 1e10, 1e19, 1e300, Limits::max(), Limits::infinity()}) {
-        EXPECT_EQ(Timeout(endless).wholeSeconds(), Timeout::longest) << endless;
-    }
     EXPECT_EQ(Timeout(std::numeric_limits<unsigned long long>::max()).wholeSeconds(),
               Timeout::longest);
     EXPECT_EQ(Timeout(1e9 - 1).wholeSeconds(), Timeout::longest - seconds(1));

@@ -31,13 +31,13 @@ TEST(Value, APointerIsNoBoolean) {
     EXPECT_FALSE((std::is_constructible_v<Value, const Value*>));
 }
 
-TEST(Value, GivesWhatStandsUnderAKey) {
+TEST(Value, ReturnsTheValueOfAKey) {
     const Value dictionary(Value::Dictionary{{"name", "value"}, {"list", Value::Array{1, 2}}});
     EXPECT_EQ(dictionary["name"], Value("value"));
     EXPECT_EQ(dictionary["list"].as<Value::Array>()->size(), 2U);
 }
 
-TEST(Value, GivesNoneForAMissingKeyAndForAnythingThatIsNoDictionary) {
+TEST(Value, ReturnsNoneForAMissingKeyAndForAnythingThatIsNoDictionary) {
     EXPECT_TRUE(Value(Value::Dictionary{})["name"].isNone());
     EXPECT_TRUE(Value("text")["name"].isNone());
     EXPECT_TRUE(Value()["a"]["b"].isNone());

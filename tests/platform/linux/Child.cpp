@@ -184,7 +184,7 @@ int installationDirectory(const Arguments& /*arguments*/) {
     return 0;
 }
 
-/// Gives how many of the standard streams are closed.
+/// Returns how many of the standard streams are closed.
 int closedStreams(const Arguments& /*arguments*/) {
     platform::installServices();
     int closed = 0;

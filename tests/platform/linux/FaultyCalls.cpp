@@ -2,7 +2,14 @@
 // the process at one, as the environment variable QF_FAULTS says:
 //
 //     CALL:COUNT:ERRNO[,...]     the COUNTth call named CALL ("any" counts all that are known here)
-//                                fails with ERRNO; the number "kill" kills the process instead
+//                                fails with ERRNO
+//     CALL:COUNT:EVENT[,...]     something happens just before that call, which then does its work:
+//         kill        the process is killed
+//         renumber    from now on statx() reports other inode numbers
+//         forget      the system forgets the inodes that nobody uses
+//         append      a byte is appended to the file that the variable QF_CHANGED names
+//         touch       that file gets another modification date
+//         alter       pwrite(), from this call on, writes another first byte than it is told to
 //
 // Counting begins when the program calls qfBeginFaults(), or with the program itself if
 // QF_FAULTS_FROM_START is set.
@@ -13,27 +20,47 @@
 #include <sys/file.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
+#include <sys/time.h>
 #include <sys/xattr.h>
 #include <unistd.h>
 
-#include <algorithm>
+#include <array>
 #include <cerrno>
 #include <csignal>
 #include <cstdarg>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
 #include <sstream>
 #include <string>
 #include <vector>
 
 namespace {
 
-constexpr int killsProcess = -1;
+void renumber();
+void forget();
+void append();
+void touch();
+void alter();
+
+struct Event {
+    const char* name;
+    void (*happen)();
+};
+
+constexpr std::array events{Event{"kill", [] { ::kill(::getpid(), SIGKILL); }},
+                            Event{"renumber", renumber},
+                            Event{"forget", forget},
+                            Event{"append", append},
+                            Event{"touch", touch},
+                            Event{"alter", alter}};
 
 struct Fault {
     std::string call;
     int count = 0;
     int number = 0;
+    void (*happen)() = nullptr; ///< Instead of failing.
 };
 
 std::vector<Fault>& faults() {
@@ -43,6 +70,28 @@ std::vector<Fault>& faults() {
 
 bool begun = false;
 int fired = 0;
+bool renumbers = false;
+bool alters = false;
+
+void renumber() {
+    renumbers = true;
+}
+
+void alter() {
+    alters = true;
+}
+
+void forget() {
+    std::ofstream("/proc/sys/vm/drop_caches") << 2;
+}
+
+void append() {
+    std::ofstream(std::getenv("QF_CHANGED"), std::ios::app) << 'x';
+}
+
+void touch() {
+    ::utimes(std::getenv("QF_CHANGED"), nullptr);
+}
 
 std::vector<Fault> readFaults() {
     std::vector<Fault> all;
@@ -57,7 +106,10 @@ std::vector<Fault> readFaults() {
         std::getline(fields, count, ':');
         std::getline(fields, number, ':');
         fault.count = std::atoi(count.c_str());
-        fault.number = number == "kill" ? killsProcess : std::atoi(number.c_str());
+        fault.number = std::atoi(number.c_str());
+        for (const auto& event : events) {
+            fault.happen = number == event.name ? event.happen : fault.happen;
+        }
         all.push_back(fault);
     }
     return all;
@@ -71,8 +123,9 @@ bool fails(const char* call) {
     for (auto& fault : faults()) {
         if ((fault.call == call || fault.call == "any") && --fault.count == 0) {
             ++fired;
-            if (fault.number == killsProcess) {
-                ::kill(::getpid(), SIGKILL);
+            if (fault.happen != nullptr) {
+                fault.happen();
+                return false;
             }
             errno = fault.number;
             return true;
@@ -126,14 +179,13 @@ QF_CALL(int, symlinkat, (const char* a, int b, const char* c), (a, b, c), -1)
 QF_CALL(int, mknodat, (int a, const char* b, mode_t c, dev_t d), (a, b, c, d), -1)
 QF_CALL(ssize_t, readlinkat, (int a, const char* b, char* c, size_t d), (a, b, c, d), -1)
 QF_CALL(ssize_t, pread, (int a, void* b, size_t c, off_t d), (a, b, c, d), -1)
-QF_CALL(ssize_t, pwrite, (int a, const void* b, size_t c, off_t d), (a, b, c, d), -1)
 QF_CALL(ssize_t, write, (int a, const void* b, size_t c), (a, b, c), -1)
 QF_CALL(ssize_t, copy_file_range, (int a, off64_t* b, int c, off64_t* d, size_t e, unsigned f),
         (a, b, c, d, e, f), -1)
 QF_CALL(int, ftruncate, (int a, off_t b), (a, b), -1)
 QF_CALL(int, fsync, (int a), (a), -1)
+QF_CALL(int, fdatasync, (int a), (a), -1)
 QF_CALL(int, syncfs, (int a), (a), -1)
-QF_CALL(int, statx, (int a, const char* b, int c, unsigned d, struct statx* e), (a, b, c, d, e), -1)
 QF_CALL(int, fchown, (int a, uid_t b, gid_t c), (a, b, c), -1)
 QF_CALL(int, fchownat, (int a, const char* b, uid_t c, gid_t d, int e), (a, b, c, d, e), -1)
 QF_CALL(int, fchmod, (int a, mode_t b), (a, b), -1)
@@ -148,6 +200,29 @@ QF_CALL(int, fsetxattr, (int a, const char* b, const void* c, size_t d, int e), 
 QF_CALL(int, flock, (int a, int b), (a, b), -1)
 QF_CALL(dirent*, readdir, (DIR * a), (a), nullptr)
 QF_CALL(DIR*, fdopendir, (int a), (a), nullptr)
+
+ssize_t pwrite(int file, const void* bytes, size_t size, off_t offset) {
+    static const auto real = next(&::pwrite, "pwrite");
+    if (fails("pwrite")) {
+        return -1;
+    }
+    if (!alters || size == 0) {
+        return real(file, bytes, size, offset);
+    }
+    std::string altered(static_cast<const char*>(bytes), size);
+    altered.front() = static_cast<char>(altered.front() ^ 1);
+    return real(file, altered.data(), size, offset);
+}
+
+int statx(int directory, const char* name, int flags, unsigned mask, struct statx* status) {
+    static const auto real = next(&::statx, "statx");
+    const int returned = fails("statx") ? -1 : real(directory, name, flags, mask, status);
+    if (returned == 0 && renumbers) {
+        constexpr std::uint64_t distance = 1'000'000'000;
+        status->stx_ino += distance;
+    }
+    return returned;
+}
 
 int openat(int directory, const char* name, int flags, ...) {
     static const auto real =

@@ -188,12 +188,24 @@ TEST_F(ApplicationTest, HasAMainWindowOnlyWhileThatIsOnTheScreen) {
     EXPECT_EQ(application.mainWindow(), nullptr);
     QWidget widget;
     platform::qt::Window window(widget, nullptr);
-    application.setMainWindow(&window);
+    application.setWindows({&window});
     EXPECT_EQ(application.mainWindow(), nullptr);
     window.makeKeyAndOrderFront();
     EXPECT_EQ(application.mainWindow(), &window);
     window.orderOut();
     EXPECT_EQ(application.mainWindow(), nullptr);
+}
+
+TEST_F(ApplicationTest, HasTheNextWindowOnTheScreenForItsMainOneMeanwhile) {
+    QWidget first;
+    QWidget second;
+    platform::qt::Window main(first, nullptr);
+    platform::qt::Window progress(second, nullptr);
+    application.setWindows({&main, &progress});
+    progress.makeKeyAndOrderFront();
+    EXPECT_EQ(application.mainWindow(), &progress);
+    main.makeKeyAndOrderFront();
+    EXPECT_EQ(application.mainWindow(), &main);
 }
 
 TEST_F(ApplicationDeathTest, EndsTheProcessWithStatusZeroOutOfANestedPump) {

@@ -68,6 +68,13 @@ void expectMissingOutlet(const std::string& name, const std::function<void()>& o
     EXPECT_NE(exception.reason().find('"' + name + '"'), std::string::npos) << exception.reason();
 }
 
+TEST_F(InterfaceTest, NamesAllItsWindowsFromOneOn) {
+    auto& first = interface.window("first");
+    auto& second = interface.window("second");
+
+    EXPECT_EQ(interface.windowsFrom(second), (std::vector<platform::Window*>{&second, &first}));
+}
+
 TEST_F(InterfaceTest, NamesTheOutletThatIsMissing) {
     expectMissingOutlet("third", [this] { interface.window("third"); });
     expectMissingOutlet("third", [this] { interface.checkBox("third"); });
@@ -101,7 +108,7 @@ TEST_F(InterfaceTest, NamesTheFileThatIsNoInterface) {
     EXPECT_EQ(exception.reason().find('\n'), std::string::npos);
 }
 
-TEST_F(InterfaceTest, GivesTheSameObjectForTheSameName) {
+TEST_F(InterfaceTest, ReturnsTheSameObjectForTheSameName) {
     EXPECT_EQ(&interface.window("first"), &interface.window("first"));
     EXPECT_EQ(&interface.checkBox("box"), &interface.checkBox("box"));
     EXPECT_EQ(&interface.progressIndicator("bar"), &interface.progressIndicator("bar"));

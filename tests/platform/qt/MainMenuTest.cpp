@@ -10,6 +10,7 @@
 #include <QProgressBar>
 #include <QTest>
 
+#include <algorithm>
 #include <string>
 
 namespace {
@@ -20,6 +21,7 @@ protected:
     MainMenuTest() {
         interface.setAction("uninstall:", [this] { performed += "uninstall:"; });
         interface.setAction("cancel:", [this] { performed += "cancel:"; });
+        interface.setAction("showItems:", [this] { performed += "showItems:"; });
     }
 
     QWidget& mainWindow() {
@@ -52,10 +54,39 @@ TEST_F(MainMenuTest, HasTheFourOutlets) {
     });
 }
 
-TEST_F(MainMenuTest, ConnectsTheTwoButtons) {
+TEST_F(MainMenuTest, ConnectsTheButtons) {
     press(mainWindow(), "&Uninstall");
     press(mainWindow(), "&Cancel");
-    EXPECT_EQ(performed, "uninstall:cancel:");
+    press(mainWindow(), "Show &Items…");
+    EXPECT_EQ(performed, "uninstall:cancel:showItems:");
+}
+
+TEST_F(MainMenuTest, KeepsTheProgressWindowAsItIsWhateverTheItemIsCalled) {
+    auto& window = progressWindow();
+    const auto size = window.size();
+
+    interface.label("progressItem").setText(std::string(500, 'x') + ".app, 1 of 2");
+
+    EXPECT_TRUE(QTest::qWaitForWindowExposed(&window));
+    EXPECT_EQ(window.size(), size);
+    const auto& label = *window.findChild<QLabel*>("progressItem");
+    EXPECT_TRUE(label.text().endsWith(".app, 1 of 2"));
+    EXPECT_LE(label.fontMetrics().horizontalAdvance(label.text()), label.width());
+}
+
+TEST_F(MainMenuTest, OutlinesTheBoxOnADarkDesktop) {
+    auto& box = *mainWindow().findChild<QCheckBox*>();
+    QPalette dark(Qt::white, QColor(49, 54, 59));
+    box.setPalette(dark);
+
+    const auto picture = box.grab().toImage();
+
+    // From the left end to the middle of the box: background, outline, box.
+    int lightest = 0;
+    for (int x = 0; x < box.iconSize().width() / 2; ++x) {
+        lightest = std::max(lightest, qGray(picture.pixel(x, box.height() / 2)));
+    }
+    EXPECT_GT(lightest, 120);
 }
 
 TEST_F(MainMenuTest, LeavesTheSharedItemsUntickedAtFirst) {
@@ -63,7 +94,8 @@ TEST_F(MainMenuTest, LeavesTheSharedItemsUntickedAtFirst) {
 }
 
 TEST_F(MainMenuTest, PutsUninstallLast) {
-    EXPECT_EQ(buttonTitles(mainWindow()), (std::vector<std::string>{"&Cancel", "&Uninstall"}));
+    EXPECT_EQ(buttonTitles(mainWindow()),
+              (std::vector<std::string>{"Show &Items…", "&Cancel", "&Uninstall"}));
 }
 
 TEST_F(MainMenuTest, SaysThatEverythingGoesToTheTrash) {
@@ -82,13 +114,15 @@ TEST_F(MainMenuTest, CancelsOnEscapeAndWhenItIsClosed) {
     EXPECT_EQ(performed, "cancel:cancel:");
 }
 
-TEST_F(MainMenuTest, StartsOnTheCheckBoxAndGoesFromTopToBottom) {
+TEST_F(MainMenuTest, StartsOnTheCheckBoxAndGoesToTheListLast) {
     auto& window = mainWindow();
     EXPECT_EQ(focused(), "removeSharedCheck");
     QTest::keyClick(&window, Qt::Key_Tab);
     EXPECT_EQ(focused(), "cancelButton");
     QTest::keyClick(&window, Qt::Key_Tab);
     EXPECT_EQ(focused(), "uninstallButton");
+    QTest::keyClick(&window, Qt::Key_Tab);
+    EXPECT_EQ(focused(), "itemsButton");
     QTest::keyClick(&window, Qt::Key_Tab);
     EXPECT_EQ(focused(), "removeSharedCheck");
 }

@@ -2,6 +2,7 @@
 
 #include "platform/Services.h"
 #include "tests/support/MemoryPreferences.h"
+#include "tests/support/NamedCase.h"
 
 #include <gtest/gtest.h>
 
@@ -46,18 +47,24 @@ TEST(AlertClosing, IsTheAlternateAnswerElseTheOtherElseTheDefault) {
     EXPECT_EQ(platform::answerOfClosing({.defaultButtonTitle = "Yes"}), AlertPanel::defaultReturn);
 }
 
-TEST(AlertSuppression, IsAPreferenceThatIsTrueOrANumberButZero) {
+struct StoredChoice : NamedCase {
+    platform::Value value;
+    bool suppresses;
+};
+
+class AlertSuppression : public testing::TestWithParam<StoredChoice> {};
+
+TEST_P(AlertSuppression, IsAPreferenceThatIsTrueOrANumberExceptZero) {
     MemoryPreferences preferences;
     const platform::ScopedService<platform::Preferences> scope(preferences);
-    EXPECT_FALSE(platform::isSuppressed("hide"));
-    for (const auto& suppressing :
-         {platform::Value(true), platform::Value(2), platform::Value(0.5)}) {
-        preferences.setValue("hide", suppressing);
-        EXPECT_TRUE(platform::isSuppressed("hide"));
-    }
-    for (const auto& showing : {platform::Value(false), platform::Value(0), platform::Value(0.0),
-                                platform::Value("no")}) {
-        preferences.setValue("hide", showing);
-        EXPECT_FALSE(platform::isSuppressed("hide"));
-    }
+    preferences.setValue("hide", GetParam().value);
+    EXPECT_EQ(platform::isSuppressed("hide"), GetParam().suppresses);
 }
+
+INSTANTIATE_TEST_SUITE_P(
+    All, AlertSuppression,
+    testing::Values(StoredChoice{{"None"}, {}, false}, StoredChoice{{"True"}, true, true},
+                    StoredChoice{{"False"}, false, false}, StoredChoice{{"Two"}, 2, true},
+                    StoredChoice{{"Zero"}, 0, false}, StoredChoice{{"Half"}, 0.5, true},
+                    StoredChoice{{"RealZero"}, 0.0, false}, StoredChoice{{"Text"}, "no", false}),
+    nameOfCase);

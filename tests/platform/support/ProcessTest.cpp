@@ -43,6 +43,7 @@ public:
     std::shared_ptr<FakeChild> child = std::make_shared<FakeChild>();
     std::string launched;
 
+    bool canLaunch(const std::string& /*path*/) override { return true; }
     std::shared_ptr<platform::Pipe> makePipe() override { return std::make_shared<FakePipe>(); }
     std::vector<std::shared_ptr<platform::Pipe>> makePipes(std::size_t count) override {
         return std::vector<std::shared_ptr<platform::Pipe>>(count, makePipe());
@@ -127,7 +128,7 @@ TEST_F(ProcessTest, RaisesWhenAskedForTheStatusOfARunningChild) {
               "the task /bin/tool is still running");
 }
 
-TEST_F(ProcessTest, AvailableDataIsWhatOneReadGives) {
+TEST_F(ProcessTest, AvailableDataIsWhatOneReadReturns) {
     FakePipe pipe;
     pipe.left = 3;
     EXPECT_EQ(platform::availableData(pipe).bytes.size(), 3U);

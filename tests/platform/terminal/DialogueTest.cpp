@@ -4,6 +4,7 @@
 #include "platform/terminal/PasswordQuestion.h"
 #include "tests/platform/terminal/TerminalTest.h"
 #include "tests/support/MemoryPreferences.h"
+#include "tests/support/NamedCase.h"
 
 #include <thread>
 
@@ -63,7 +64,7 @@ TEST_F(DialogueTest, WaitsForTheWholeLine) {
     EXPECT_EQ(answers, Answers{"half a line"});
 }
 
-TEST_F(DialogueTest, TakesALineThatIsTooLongAsItStands) {
+TEST_F(DialogueTest, LeavesALineThatIsTooLongUnchanged) {
     ask("?");
     input.type(std::string(5000, 'x'));
 
@@ -192,14 +193,32 @@ TEST_F(TerminalAlertTest, HasOneButtonOfItsOwn) {
 }
 
 TEST_F(TerminalAlertTest, NumbersItsButtons) {
-    for (const auto& [typed, answer] :
-         {std::pair{"\n", 1}, {"1\n", 1}, {" 2 \n", 0}, {"3\n", -1}}) {
-        begin(three);
-        EXPECT_EQ(answerTo(typed), answer) << typed;
-    }
+    begin(three);
+    answerTo("\n");
     EXPECT_NE(console.printed().find("Message\n100% %@\n1 = Save, 2 = Discard, 3 = Wait [1] "),
               std::string::npos);
 }
+
+struct TypedAnswer : NamedCase {
+    const char* typed;
+    int answer;
+};
+
+class TerminalAlertAnswerTest : public TerminalAlertTest,
+                                public testing::WithParamInterface<TypedAnswer> {};
+
+TEST_P(TerminalAlertAnswerTest, IsThatOfTheNumber) {
+    begin(three);
+    EXPECT_EQ(answerTo(GetParam().typed), GetParam().answer);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    All, TerminalAlertAnswerTest,
+    testing::Values(TypedAnswer{{"Nothing"}, "\n", AlertPanel::defaultReturn},
+                    TypedAnswer{{"One"}, "1\n", AlertPanel::defaultReturn},
+                    TypedAnswer{{"TwoAndSpaces"}, " 2 \n", AlertPanel::alternateReturn},
+                    TypedAnswer{{"Three"}, "3\n", AlertPanel::otherReturn}),
+    nameOfCase);
 
 TEST_F(TerminalAlertTest, AsksAgainForAButtonThatThereIsNot) {
     begin(three);

@@ -38,17 +38,18 @@ TEST(InterfaceFile, HasTheWindowsWithTheirControlsInOrder) {
     for (const auto& control : controls) {
         names.push_back(control.name);
     }
-    EXPECT_EQ(names,
-              (std::vector<std::string>{"mainIcon", "mainTitle", "mainText", "removeSharedCheck",
-                                        "removeSharedNote", "cancelButton", "uninstallButton"}));
+    EXPECT_EQ(names, (std::vector<std::string>{"mainIcon", "mainTitle", "mainText",
+                                               "removeSharedCheck", "removeSharedNote",
+                                               "itemsButton", "cancelButton", "uninstallButton"}));
     EXPECT_EQ(controls[1].text, "Uninstall Kelvane");
     EXPECT_EQ(controls[1].textStyle, "title");
     EXPECT_EQ(controls[3].kind, Control::Kind::checkBox);
     EXPECT_EQ(controls[3].text, "Also remove items shared by all Quillfen products");
-    EXPECT_EQ(controls[6].text, "Uninstall");
-    EXPECT_EQ(controls[6].action, "uninstall:");
+    EXPECT_EQ(controls[7].text, "Uninstall");
+    EXPECT_EQ(controls[7].action, "uninstall:");
     EXPECT_EQ(windows.back().closeAction, "");
-    EXPECT_EQ(windows.back().controls.back().kind, Control::Kind::progressBar);
+    EXPECT_EQ(windows.back().controls.at(2).kind, Control::Kind::progressBar);
+    EXPECT_EQ(windows.back().controls.at(3).name, "progressItem");
 }
 
 TEST(InterfaceFile, SaysWhyItCannotBeRead) {
@@ -69,7 +70,6 @@ protected:
         interface.emplace(mainMenu, application, dialogue, manner);
         interface->setAction("uninstall:", [this] { done += "uninstall "; });
         interface->setAction("cancel:", [this] { done += "cancel "; });
-        interface->onConfirmation([this] { done += "confirmed "; });
     }
 
     std::string show(const std::string& typed) {
@@ -90,7 +90,7 @@ protected:
 TEST_F(TerminalInterfaceTest, AsksForTheTickAndForTheGoAhead) {
     load();
 
-    EXPECT_EQ(show("y\nyes\n"), "confirmed uninstall ");
+    EXPECT_EQ(show("y\nyes\n"), "uninstall ");
 
     EXPECT_TRUE(isTicked());
     EXPECT_THAT(console.printed(),
@@ -113,7 +113,7 @@ TEST_F(TerminalInterfaceTest, TakesAnEmptyLineForNo) {
 TEST_F(TerminalInterfaceTest, AsksAgainForWhatIsNeitherYesNorNo) {
     load();
 
-    EXPECT_EQ(show("ja\n 1\nN\nYES \n"), "confirmed uninstall ");
+    EXPECT_EQ(show("ja\n 1\nN\nYES \n"), "uninstall ");
     EXPECT_FALSE(isTicked());
 }
 
@@ -131,14 +131,14 @@ TEST_F(TerminalInterfaceTest, AsksNoMoreAboutABoxThatIsTicked) {
     load();
     interface->tick("removeSharedCheck");
 
-    EXPECT_EQ(show("y\n"), "confirmed uninstall ");
+    EXPECT_EQ(show("y\n"), "uninstall ");
     EXPECT_TRUE(isTicked());
 }
 
 TEST_F(TerminalInterfaceTest, AsksAndSaysNothingWhenItIsSilent) {
     load(Manner::silent);
 
-    EXPECT_EQ(show(""), "confirmed uninstall ");
+    EXPECT_EQ(show(""), "uninstall ");
     EXPECT_EQ(console.printed(), "");
     EXPECT_FALSE(isTicked());
 }

@@ -3,6 +3,7 @@
 #include "platform/AlertPanel.h"
 #include "platform/Services.h"
 #include "tests/support/MainLoop.h"
+#include "tests/support/TestClock.h"
 #include "tests/util/alert/AlertTexts.h"
 
 #include <gtest/gtest.h>
@@ -61,6 +62,7 @@ private:
 
 class QFAlertRequestTest : public ::testing::Test {
 protected:
+    QFAlertRequestTest() { TestClock::install(); }
     /// The work that alerts leave to the main thread still needs the services.
     ~QFAlertRequestTest() override { waitForMainThread(); }
 
@@ -118,7 +120,7 @@ TEST_F(QFAlertRequestTest, TakesTheInformativeTextAsAFormat) {
               "50% done, 100% sure, %@ and %d");
 }
 
-TEST_F(QFAlertRequestTest, LeavesTheMessageAsItStands) {
+TEST_F(QFAlertRequestTest, LeavesTheMessageUnchanged) {
     EXPECT_EQ(request("50%% %@", none).messageText, "50%% %@");
 }
 

@@ -48,7 +48,7 @@ TEST_F(QFAlertSheetTest, BringsItsParentToTheFront) {
     EXPECT_TRUE(parent.isVisible());
 }
 
-TEST_F(QFAlertSheetTest, StandsFreeWhenItsParentHasASheetAlready) {
+TEST_F(QFAlertSheetTest, IsFreeStandingWhenItsParentHasASheetAlready) {
     const auto other = panels.create({.messageText = "Other"});
     other->beginSheet(&parent, [](int) {});
     EXPECT_EQ(parentOfAlert(), nullptr);

@@ -46,6 +46,20 @@ TEST_F(PrivilegedFileOperations, AToolIsRunWithTheHeldRight) {
     EXPECT_EQ(services.calls, expected);
 }
 
+TEST_F(PrivilegedFileOperations, AToolThatGivesAFileAwayHasTheContentForIt) {
+    controller().setAuthRef(AuthorizationRef{5});
+    EXPECT_EQ(controller().authExecTask("/usr/sbin/chown", {"root:wheel", "/a"}, "content"), 0);
+    ASSERT_EQ(services.calls.size(), 1U);
+    EXPECT_EQ(services.calls[0].content, "content");
+    EXPECT_EQ(services.tools(), Lines{"/usr/sbin/chown root:wheel /a"});
+}
+
+TEST_F(PrivilegedFileOperations, TheSuperusersToolThatGivesAFileAwayIsRunAsItIs) {
+    becomeSuperuser();
+    EXPECT_EQ(controller().authExecTask("/usr/sbin/chown", {"root:wheel", "/a"}, "content"), 0);
+    EXPECT_EQ(launcher.runs, Lines{"/usr/sbin/chown root:wheel /a"});
+}
+
 TEST_F(PrivilegedFileOperations, TheFirstToolObtainsTheRightAndTheNextReusesIt) {
     EXPECT_EQ(controller().authExecTask("/bin/chmod", {}), 0);
     EXPECT_EQ(controller().authExecTask("/bin/chmod", {}), 0);
@@ -79,7 +93,7 @@ TEST_F(PrivilegedFileOperations, AMissingToolIsMissingForTheSuperuserToo) {
 }
 
 TEST_F(PrivilegedFileOperations, AToolThatAStandInReplacesExists) {
-    fileSystem.standIns = {"/usr/sbin/diskutil"};
+    launcher.standIns = {"/usr/sbin/diskutil"};
     EXPECT_EQ(controller().authExecTask("/usr/sbin/diskutil", {}), 0);
 }
 
@@ -441,7 +455,7 @@ TEST_F(PrivilegedFileOperations, MoveDirectoryContentsRefusesASystemDirectory) {
                   "Unable to move contents of path /bin because it is a system directory.");
 }
 
-TEST_F(PrivilegedFileOperations, MoveReplacesWhatStandsAtTheNewPath) {
+TEST_F(PrivilegedFileOperations, MoveReplacesWhatExistsAtTheNewPath) {
     fileSystem.files = {"/old", "/new"};
     EXPECT_TRUE(controller().authMoveFile("/old", "/new"));
     EXPECT_EQ(services.tools(), Lines{"/bin/mv -f /old /new"});
@@ -542,6 +556,17 @@ TEST_F(PrivilegedFileOperations, CreateDirPausesForItsTool) {
     const platform::ScopedService<platform::Clock> pausesScope(pauses);
     controller().authCreateDir("/Library/a");
     EXPECT_EQ(pauses.rests, std::vector(1, std::chrono::microseconds(500)));
+}
+
+TEST_F(PrivilegedFileOperations, CreateDirDoesNotPauseForAToolThatWasNotStarted) {
+    PausingClock pauses;
+    const platform::ScopedService<platform::Clock> pausesScope(pauses);
+    refuseTheRight();
+    EXPECT_FALSE(controller().authCreateDir("/Library/a"));
+    services.rightsStatus = platform::errAuthorizationSuccess;
+    services.executeStatus = platform::errAuthorizationToolExecuteFailure;
+    EXPECT_FALSE(controller().authCreateDir("/Library/a"));
+    EXPECT_TRUE(pauses.rests.empty());
 }
 
 TEST_F(PrivilegedFileOperations, TheSuperusersCreateDirIsDoneWhenItIsStarted) {

@@ -79,14 +79,14 @@ TEST_F(QFAuthorizationTest, ALaterRequestForAUserInterfaceDoesNotChangeTheMode) 
     EXPECT_FALSE(QFAuthorization::sharedController().hasGUI());
 }
 
-TEST_F(QFAuthorizationTest, ASecondAllocationGivesNothing) {
+TEST_F(QFAuthorizationTest, ASecondAllocationReturnsNothing) {
     QFAuthorization* made = QFAuthorization::allocWithZone();
     ASSERT_NE(made, nullptr);
     EXPECT_EQ(QFAuthorization::allocWithZone(), nullptr);
     EXPECT_EQ(&QFAuthorization::sharedController(), made);
 }
 
-TEST_F(QFAuthorizationTest, AllocationGivesNothingOnceTheControllerIsShared) {
+TEST_F(QFAuthorizationTest, AllocationReturnsNothingOnceTheControllerIsShared) {
     QFAuthorization::sharedController();
     EXPECT_EQ(QFAuthorization::allocWithZone(), nullptr);
 }
@@ -288,6 +288,14 @@ TEST_F(QFAuthorizationTest, WrongCredentialsGiveTheHandleBackAndStandInBothLogs)
     EXPECT_EQ(loggedLines(), Lines{line});
     ASSERT_EQ(services.calls.size(), 3U);
     EXPECT_EQ(services.calls[2], freeing(first));
+    EXPECT_FALSE(controller().isAuthorized());
+}
+
+TEST_F(QFAuthorizationTest, WrongCredentialsEndARightThatIsHeld) {
+    controller().authStart();
+    services.rightsStatus = platform::errAuthorizationDenied;
+    EXPECT_FALSE(controller().authStartWithUser("someone", "wrong"));
+    EXPECT_EQ(controller().authRef(), AuthorizationRef::none);
     EXPECT_FALSE(controller().isAuthorized());
 }
 

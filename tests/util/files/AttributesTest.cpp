@@ -98,6 +98,12 @@ TEST_F(Attributes, AFailedLockingIsLoggedAsAnUnlockingToo) {
     EXPECT_EQ(loggedLines(), (Lines{line, line}));
 }
 
+TEST_F(Attributes, AFailedLockingDoesNotWaitForTheLog) {
+    EXPECT_TRUE(
+        endsBeforeTheLogIsWritten([] { QFFileManager::unlockFile("/missing"); }, longPatience));
+    EXPECT_EQ(loggedLines().size(), 1U);
+}
+
 TEST_F(Attributes, LockingADirectoryLocksWhatLiesInsideAndNoDirectory) {
     fileSystem.files.insert({"/folder/a", "/folder/.b", "/folder/sub/c"});
     QFFileManager::lockFolder("/folder");
@@ -130,6 +136,13 @@ TEST_F(Attributes, PermissionsThatCannotBeSetAreLogged) {
     fileSystem.failures["permissions /file"] = {.localizedDescription = "It is not yours."};
     QFFileManager::setPosixPermissions(0644, "/file");
     EXPECT_EQ(loggedLines(), Lines{"Error setting permissions for file /file: It is not yours."});
+}
+
+TEST_F(Attributes, PermissionsThatCannotBeSetAreInTheLogAtOnce) {
+    fileSystem.failures["permissions /file"] = {.localizedDescription = "It is not yours."};
+    EXPECT_FALSE(endsBeforeTheLogIsWritten(
+        [] { QFFileManager::setPosixPermissions(0644, "/file"); }, shortPatience));
+    EXPECT_EQ(loggedLines().size(), 1U);
 }
 
 TEST_F(Attributes, TheModificationDateIsSetOrNotWithoutALine) {
@@ -186,6 +199,7 @@ TEST_F(Attributes, WhatIsNotTheUsersIsTouchedByTheAdministratorWhoIsWaitedFor) {
 
 TEST_F(Attributes, TheCreationDateOfWhatIsNotTheUsersIsTriedFirst) {
     fileSystem.failures["creation date /theirs"] = {.localizedDescription = "It is not yours."};
+    services.beforeTool = [this] { EXPECT_EQ(fileSystem.changes, Lines{"creation date /theirs"}); };
     EXPECT_TRUE(QFFileManager::touchFile("/theirs", SetCreationDate::yes));
     EXPECT_EQ(fileSystem.changes, Lines{"creation date /theirs"});
     EXPECT_EQ(services.tools(), Lines{touchTheirs});

@@ -45,6 +45,8 @@ protected:
             directory / "loop",
             directory / "loop/below",
             directory / "file/below",
+            // which leads to the file if the system takes the zero byte for the end
+            directory / "file" + std::string("\0.tmp", 5),
         };
     }
 

@@ -28,11 +28,12 @@ using Hash = std::optional<std::string> (*)(const std::string&);
 using HashWithDelegate = std::optional<std::string> (*)(const std::string&,
                                                         const std::shared_ptr<ChecksumDelegate>&);
 
-constexpr std::array<Hash, 3> hashes{QFFileManager::md5HashForFile, QFFileManager::sha1HashForFile,
+constexpr std::array<Hash, 4> hashes{QFFileManager::md5HashForFile, QFFileManager::sha1HashForFile,
+                                     QFFileManager::sha256HashForFile,
                                      QFFileManager::sha512HashForFile};
-constexpr std::array<HashWithDelegate, 3> hashesWithDelegate{QFFileManager::md5HashForFile,
-                                                             QFFileManager::sha1HashForFile,
-                                                             QFFileManager::sha512HashForFile};
+constexpr std::array<HashWithDelegate, 4> hashesWithDelegate{
+    QFFileManager::md5HashForFile, QFFileManager::sha1HashForFile, QFFileManager::sha256HashForFile,
+    QFFileManager::sha512HashForFile};
 
 /// Counts the questions that a digest's delegate is asked.
 class Questions {
@@ -114,6 +115,8 @@ TEST_F(Checksums, TheDigestOfAFile) {
     streams.files[file] = {.content = "abc"};
     EXPECT_EQ(QFFileManager::md5HashForFile(file), "900150983cd24fb0d6963f7d28e17f72");
     EXPECT_EQ(QFFileManager::sha1HashForFile(file), "a9993e364706816aba3e25717850c26c9cd0d89d");
+    EXPECT_EQ(QFFileManager::sha256HashForFile(file),
+              "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad");
     EXPECT_EQ(QFFileManager::sha512HashForFile(file),
               "ddaf35a193617abacc417349ae20413112e6fa4e89a97ea20a9eeee64b55d39a"
               "2192992a274fc1a836ba3c23a3feebbd454d4423643ce80e2a9ac94fa54ca49f");
@@ -135,7 +138,7 @@ TEST_F(Checksums, AMissingFileIsSaidInTheSystemLogOnly) {
         EXPECT_EQ(hash("/missing"), std::nullopt);
     }
     EXPECT_EQ(console.systemLogLines(),
-              Lines(3, "Error: Unable to open destination file /missing. Aborting hash "
+              Lines(4, "Error: Unable to open destination file /missing. Aborting hash "
                        "verification..."));
     EXPECT_EQ(console.printed(), "");
     EXPECT_EQ(loggedLines(), Lines{});
@@ -149,10 +152,11 @@ TEST_F(Checksums, AReadErrorIsSaidInTheLogAndOnStandardOutput) {
     }
     EXPECT_EQ(console.printed(), "Error reading file /file - aborting...\n"
                                  "Error reading file /file - aborting...\n"
+                                 "Error reading file /file - aborting...\n"
                                  "Error reading file /file - aborting...\n");
     EXPECT_EQ(console.systemLogLines(), Lines{});
     EXPECT_EQ(streams.events, (Lines{"open /file", "close /file", "open /file", "close /file",
-                                     "open /file", "close /file"}));
+                                     "open /file", "close /file", "open /file", "close /file"}));
 }
 
 TEST_F(Checksums, WithoutMemoryTheFileIsClosed) {
@@ -177,6 +181,7 @@ TEST_F(Checksums, AnAlgorithmThatTheMachineDoesNotAllowIsLoggedAndGivesNothing) 
     EXPECT_EQ(loggedLines(),
               (Lines{"Exception in md5HashForFile:delegate:. QFDigestUnavailable - not here.",
                      "Exception in sha1HashForFile:delegate:. QFDigestUnavailable - not here.",
+                     "Exception in sha256HashForFile:delegate:. QFDigestUnavailable - not here.",
                      "Exception in sha512HashForFile:delegate:. QFDigestUnavailable - not here."}));
     EXPECT_EQ(streams.events.back(), "close /file");
 }

@@ -192,10 +192,10 @@ TEST_F(CreateMoveCopy, MoveGoesOnWhenTheDestinationCannotBeUnlocked) {
 }
 
 TEST_F(CreateMoveCopy, MoveUnlocksWhatIsInTheDirectoryOfTheItemsNameInsideTheDestination) {
-    fileSystem.directories["/b"] = Lines{"item"};
+    fileSystem.directories["/b"] = Lines{"neighbour", "item"};
     fileSystem.directories["/b/item"] = Lines{"x", "sub"};
     fileSystem.directories["/b/item/sub"] = Lines{"y"};
-    fileSystem.files = {"/a/item", "/b/item/x", "/b/item/sub/y"};
+    fileSystem.files = {"/a/item", "/b/neighbour", "/b/item/x", "/b/item/sub/y"};
     EXPECT_FALSE(QFFileManager::moveFile("/a/item", "/b", ShouldAuth::no));
     EXPECT_EQ(fileSystem.changes,
               (Lines{"unlock /b", "unlock /b/item/x", "unlock /b/item/sub/y", "move /a/item /b"}));
@@ -243,7 +243,7 @@ TEST_F(CaseRename, LeavesTheItemUnderTheFreeNameWhenTheSecondStepFails) {
               (Lines{"Error moving file: There is nothing at /a/Movie.MOV..", "Authorizing..."}));
 }
 
-TEST_F(CaseRename, IsNotWaitedForButForAMoment) {
+TEST_F(CaseRename, IsWaitedForOnlyAMoment) {
     EXPECT_TRUE(QFFileManager::moveFile("/a/Movie.MOV", "/a/movie.mov", 5));
     EXPECT_EQ(pauses.rests, Rests{500us});
 }
@@ -369,6 +369,14 @@ TEST_F(CreateMoveCopy, CopyOfContentsCopiesEveryEntryInOrder) {
               (Lines{"unlock /b", "copy /a/z /b/z", "unlock /b", "copy /a/.hidden /b/.hidden",
                      "unlock /b", "copy /a/sub /b/sub"}));
     EXPECT_EQ(loggedLines(), (Lines{"File: z", "File: .hidden", "File: sub"}));
+}
+
+TEST_F(CreateMoveCopy, CopyOfContentsDoesNotWaitForTheLog) {
+    fileSystem.directories["/a"] = Lines{"1"};
+    fileSystem.files = {"/a/1"};
+    EXPECT_TRUE(endsBeforeTheLogIsWritten(
+        [] { QFFileManager::copyContentsOfDirectory("/a", "/b", 5); }, longPatience));
+    EXPECT_EQ(loggedLines(), Lines{"File: 1"});
 }
 
 TEST_F(CreateMoveCopy, CopyOfContentsStopsAtTheFirstFailure) {

@@ -20,11 +20,7 @@ protected:
 /// The real launcher with a disk utility that a test writes.
 class DiskInformation : public DescribedMachine {
 protected:
-    static constexpr const char* tool = "/usr/sbin/diskutil";
-
-    DiskInformation() : overlay_(platform::native::setToolOverlay(directory.path())) {
-        fileSystem.standIns = {tool};
-    }
+    DiskInformation() : overlay_(platform::native::setToolOverlay(directory.path())) {}
     ~DiskInformation() override { platform::native::setToolOverlay(overlay_); }
 
     void writeTool(const std::string& script) const {
@@ -94,7 +90,6 @@ TEST_F(DiskInformation, IsNoneWhenNothingIsSaid) {
 }
 
 TEST_F(DiskInformation, IsNoneWithoutTheDiskUtility) {
-    fileSystem.standIns.clear();
     EXPECT_TRUE(QFFileManager::infoForDiskAtMountpoint("/").isNone());
     EXPECT_EQ(loggedLines(), (Lines{"Error: /usr/sbin/diskutil is not executable"}));
 }

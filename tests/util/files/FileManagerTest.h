@@ -25,6 +25,14 @@ protected:
 
     void refuseTheRight();
 
+    /// Returns whether an operation on another thread ends within that time while the log cannot be
+    /// written.
+    static bool endsBeforeTheLogIsWritten(const std::function<void()>& operation,
+                                          std::chrono::milliseconds patience);
+
+    static constexpr std::chrono::milliseconds longPatience{30'000};
+    static constexpr std::chrono::milliseconds shortPatience{100};
+
     PausingClock pauses;
     PumpingApplication application{pauses};
 

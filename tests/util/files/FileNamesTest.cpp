@@ -1,42 +1,45 @@
+#include "tests/support/NamedCase.h"
 #include "tests/util/files/FileManagerTest.h"
 
 namespace {
 
 class FileNames : public FileManagerTest {};
 
+struct WantedName : NamedCase {
+    std::string wanted;
+    std::string valid;
+};
+
+class ValidFileName : public FileNames, public testing::WithParamInterface<WantedName> {};
+
 } // namespace
 
-TEST_F(FileNames, AValidNameIsVisibleAndWithoutSlashesAndColons) {
-    struct Case {
-        std::string name;
-        std::string valid;
-    };
-    const Case cases[] = {
-        {" .a/b:c", ".abc"},
-        {".hidden", "hidden"},
-        {".", ""},
-        {"..x", ".x"},
-        {"..", "."},
-        {"", ""},
-        {" ", ""},
-        {". a ", "a"},
-        {"\t\r\n a b \n", "a b"},
-        {"\u00A0\u3000a\u2028", "a"},
-        {"/:/:", ""},
-        {"a//b", "ab"},
-        {"/ a", " a"},
-        {"a :", "a "},
-        {"plain.txt", "plain.txt"},
-        {"a\xFF:b", "a\xFF"
-                    "b"},
-        {std::string(300, 'x'), std::string(300, 'x')},
-    };
-    for (const auto& [name, valid] : cases) {
-        EXPECT_EQ(QFFileManager::validateFilename(name), valid) << "of " << name;
-    }
+TEST_P(ValidFileName, IsVisibleAndWithoutSlashesAndColons) {
+    EXPECT_EQ(QFFileManager::validateFilename(GetParam().wanted), GetParam().valid);
 }
 
-TEST_F(FileNames, AFreePathIsUniqueAsItStands) {
+INSTANTIATE_TEST_SUITE_P(
+    All, ValidFileName,
+    testing::Values(WantedName{{"MixedUp"}, " .a/b:c", ".abc"},
+                    WantedName{{"Hidden"}, ".hidden", "hidden"}, WantedName{{"Dot"}, ".", ""},
+                    WantedName{{"TwoDotsAndALetter"}, "..x", ".x"},
+                    WantedName{{"TwoDots"}, "..", "."}, WantedName{{"Nothing"}, "", ""},
+                    WantedName{{"Space"}, " ", ""}, WantedName{{"SpaceBehindADot"}, ". a ", "a"},
+                    WantedName{{"WhiteSpaceAround"}, "\t\r\n a b \n", "a b"},
+                    WantedName{{"UnicodeSpaces"}, "\u00A0\u3000a\u2028", "a"},
+                    WantedName{{"SlashesAndColons"}, "/:/:", ""},
+                    WantedName{{"TwoSlashes"}, "a//b", "ab"},
+                    WantedName{{"SpaceBehindASlash"}, "/ a", " a"},
+                    WantedName{{"SpaceBeforeAColon"}, "a :", "a "},
+                    WantedName{{"Plain"}, "plain.txt", "plain.txt"},
+                    WantedName{{"NoText"},
+                               "a\xFF:b",
+                               "a\xFF"
+                               "b"},
+                    WantedName{{"Long"}, std::string(300, 'x'), std::string(300, 'x')}),
+    nameOfCase);
+
+TEST_F(FileNames, AFreePathIsUniqueUnchanged) {
     EXPECT_EQ(QFFileManager::uniqueFilename("/clip.mov"), "/clip.mov");
     EXPECT_EQ(QFFileManager::uniqueFilename(""), "");
 }

@@ -1,4 +1,5 @@
 #include "tests/support/DescribedMachine.h"
+#include "tests/support/NamedCase.h"
 #include "util/files/QFFileManager.h"
 
 #include <cmath>
@@ -23,6 +24,20 @@ protected:
         return QFFileManager::stringWithFSRef(QFFileManager::stringToFSRef(path)).value_or("none");
     }
 };
+
+struct LabelColor : NamedCase {
+    int index;
+    CalibratedColor color;
+};
+
+class FinderLabel : public Finder, public testing::WithParamInterface<LabelColor> {};
+
+struct ShownProgress : NamedCase {
+    float fraction;
+    const char* text;
+};
+
+class FinderProgress : public Finder, public testing::WithParamInterface<ShownProgress> {};
 
 } // namespace
 
@@ -112,25 +127,24 @@ TEST_F(Finder, NothingIsToldOfAReferenceToNothing) {
 
 // ---- Labels ------------------------------------------------------------------------------------
 
-TEST_F(Finder, EachLabelHasItsColor) {
-    struct Row {
-        int index;
-        double hue;
-        double saturation;
-        double brightness;
-    };
-    const std::vector<Row> rows = {{1, 0.0, 0.0, 0.72},     {2, 0.2056, 0.5, 0.85},
-                                   {3, 0.7917, 0.26, 0.86}, {4, 0.5789, 0.56, 0.98},
-                                   {5, 0.1388, 0.54, 0.95}, {6, 0.0083, 0.54, 1.0},
-                                   {7, 0.0888, 0.52, 0.98}};
-    for (const auto& row : rows) {
-        const auto color = QFFileManager::finderColorForColorIndex(row.index);
-        ASSERT_TRUE(color) << row.index;
-        EXPECT_EQ(color->hue, row.hue) << row.index;
-        EXPECT_EQ(color->saturation, row.saturation) << row.index;
-        EXPECT_EQ(color->brightness, row.brightness) << row.index;
-        EXPECT_EQ(color->alpha, 1.0) << row.index;
-    }
+TEST_P(FinderLabel, HasItsColor) {
+    EXPECT_EQ(QFFileManager::finderColorForColorIndex(GetParam().index), GetParam().color);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    All, FinderLabel,
+    testing::Values(
+        LabelColor{{"First"}, 1, {.hue = 0.0, .saturation = 0.0, .brightness = 0.72}},
+        LabelColor{{"Second"}, 2, {.hue = 0.2056, .saturation = 0.5, .brightness = 0.85}},
+        LabelColor{{"Third"}, 3, {.hue = 0.7917, .saturation = 0.26, .brightness = 0.86}},
+        LabelColor{{"Fourth"}, 4, {.hue = 0.5789, .saturation = 0.56, .brightness = 0.98}},
+        LabelColor{{"Fifth"}, 5, {.hue = 0.1388, .saturation = 0.54, .brightness = 0.95}},
+        LabelColor{{"Sixth"}, 6, {.hue = 0.0083, .saturation = 0.54, .brightness = 1.0}},
+        LabelColor{{"Seventh"}, 7, {.hue = 0.0888, .saturation = 0.52, .brightness = 0.98}}),
+    nameOfCase);
+
+TEST_F(Finder, AColorIsOpaque) {
+    EXPECT_EQ(QFFileManager::finderColorForColorIndex(1)->alpha, 1.0);
 }
 
 TEST_F(Finder, AnyOtherIndexHasNoColor) {
@@ -170,20 +184,25 @@ TEST_F(Finder, SettingTheIndexOfNothingOrInVainIsSilent) {
 
 // ---- Progress ----------------------------------------------------------------------------------
 
-TEST_F(Finder, ProgressIsAnAttributeWithThreeDecimals) {
-    const std::vector<std::pair<float, std::string>> rows = {{0.5F, "0.500"},     {0.25F, "0.250"},
-                                                             {0.0F, "0.000"},     {1.0F, "1.000"},
-                                                             {0.12345F, "0.123"}, {2.5F, "2.500"}};
-    for (const auto& [fraction, text] : rows) {
-        launcher.runs.clear();
-        QFFileManager::setFinderProgress(fraction, "/file");
-        EXPECT_EQ(launcher.runs, (Lines{"/usr/bin/xattr -w com.apple.progress.fractionCompleted " +
-                                            text + " /file",
-                                        "waited"}));
-    }
+TEST_P(FinderProgress, IsAnAttributeWithThreeDecimals) {
+    QFFileManager::setFinderProgress(GetParam().fraction, "/file");
+    EXPECT_EQ(launcher.runs,
+              (Lines{std::string("/usr/bin/xattr -w com.apple.progress.fractionCompleted ") +
+                         GetParam().text + " /file",
+                     "waited"}));
 }
 
+INSTANTIATE_TEST_SUITE_P(All, FinderProgress,
+                         testing::Values(ShownProgress{{"Half"}, 0.5F, "0.500"},
+                                         ShownProgress{{"Quarter"}, 0.25F, "0.250"},
+                                         ShownProgress{{"Nothing"}, 0.0F, "0.000"},
+                                         ShownProgress{{"Everything"}, 1.0F, "1.000"},
+                                         ShownProgress{{"MoreDecimals"}, 0.12345F, "0.123"},
+                                         ShownProgress{{"MoreThanAll"}, 2.5F, "2.500"}),
+                         nameOfCase);
+
 TEST_F(Finder, ProgressSetsTheFixedCreationDate) {
+    launcher.effect = [this] { EXPECT_EQ(fileSystem.changes, Lines{}); }; // first the attribute
     QFFileManager::setFinderProgress(0.5F, "/file");
     EXPECT_EQ(fileSystem.changes, (Lines{"creation date /file"}));
     EXPECT_EQ(fileSystem.creationDates.at("/file"), progressDate);
@@ -195,7 +214,9 @@ TEST_F(Finder, RemovedProgressSetsTheCreationDateToTheModificationDate) {
     fileSystem.attributes["/file"] = {.modificationDate = modified};
     for (const bool byNumber : {false, true}) {
         launcher.runs.clear();
+        fileSystem.changes.clear();
         fileSystem.creationDates.clear();
+        launcher.effect = [this] { EXPECT_EQ(fileSystem.changes, Lines{}); };
         if (byNumber) {
             QFFileManager::setFinderProgress(-0.001F, "/file");
         } else {

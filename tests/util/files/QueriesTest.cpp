@@ -1,3 +1,4 @@
+#include "tests/support/NamedCase.h"
 #include "tests/util/files/FileManagerTest.h"
 
 #include <cmath>
@@ -14,9 +15,16 @@ protected:
     }
 };
 
+struct Size : NamedCase {
+    double size;
+    const char* shown;
+};
+
+class ShownSize : public testing::TestWithParam<Size> {};
+
 } // namespace
 
-TEST_F(FileQueries, WhatStandsAtAPathExists) {
+TEST_F(FileQueries, AnItemAtAPathExists) {
     EXPECT_TRUE(QFFileManager::fileExistsAtPath("/file"));
     EXPECT_TRUE(QFFileManager::fileExistsAtPath("/folder"));
     EXPECT_FALSE(QFFileManager::fileExistsAtPath("/missing"));
@@ -82,31 +90,22 @@ TEST_F(FileQueries, ASizeMayTakeAllItsBits) {
     EXPECT_EQ(QFFileManager::fileSize("/file"), std::numeric_limits<std::uint64_t>::max());
 }
 
-TEST_F(FileQueries, SizesAreShownInBinarySteps) {
-    struct Case {
-        double size;
-        const char* shown;
-    };
-    const Case cases[] = {
-        {0, "0 B"},
-        {1, "1 B"},
-        {1023, "1023 B"},
-        {1023.4, "1023 B"},
-        {1024, "1.00 KB"},
-        {1536, "1.50 KB"},
-        {1048575, "1024.00 KB"},
-        {1048576, "1.00 MB"},
-        {1073741823, "1024.00 MB"},
-        {1073741824, "1.00 GB"},
-        {1099511627775, "1024.00 GB"},
-        {1099511627776, "1.00 TB"},
-        {0x1p50, "1024.00 TB"},
-        {-5, "-5 B"},
-        {-2048, "-2048 B"},
-        {std::numeric_limits<double>::infinity(), "inf TB"},
-        {std::nan(""), "nan TB"},
-    };
-    for (const auto& [size, shown] : cases) {
-        EXPECT_EQ(QFFileManager::formatFileSize(size), shown);
-    }
+TEST_P(ShownSize, IsInBinarySteps) {
+    EXPECT_EQ(QFFileManager::formatFileSize(GetParam().size), GetParam().shown);
 }
+
+INSTANTIATE_TEST_SUITE_P(
+    All, ShownSize,
+    testing::Values(
+        Size{{"Nothing"}, 0, "0 B"}, Size{{"Byte"}, 1, "1 B"},
+        Size{{"BeforeTheKilobyte"}, 1023, "1023 B"}, Size{{"PartOfAByte"}, 1023.4, "1023 B"},
+        Size{{"Kilobyte"}, 1024, "1.00 KB"}, Size{{"PartOfAKilobyte"}, 1536, "1.50 KB"},
+        Size{{"BeforeTheMegabyte"}, 1048575, "1024.00 KB"}, Size{{"Megabyte"}, 1048576, "1.00 MB"},
+        Size{{"BeforeTheGigabyte"}, 1073741823, "1024.00 MB"},
+        Size{{"Gigabyte"}, 1073741824, "1.00 GB"},
+        Size{{"BeforeTheTerabyte"}, 1099511627775, "1024.00 GB"},
+        Size{{"Terabyte"}, 1099511627776, "1.00 TB"}, Size{{"Petabyte"}, 0x1p50, "1024.00 TB"},
+        Size{{"Negative"}, -5, "-5 B"}, Size{{"NegativeKilobytes"}, -2048, "-2048 B"},
+        Size{{"Infinity"}, std::numeric_limits<double>::infinity(), "inf TB"},
+        Size{{"NoNumber"}, std::nan(""), "nan TB"}),
+    nameOfCase);

@@ -51,11 +51,11 @@ private:
 
 } // namespace
 
-TEST_F(StandIns, AreExecutableAtTheToolsPaths) {
-    auto& files = platform::service<platform::FileSystem>();
+TEST_F(StandIns, CanBeLaunchedByTheToolsPaths) {
+    auto& processes = platform::service<platform::ProcessLauncher>();
     for (const char* tool :
          {"/usr/bin/ditto", "/usr/bin/xattr", "/usr/sbin/diskutil", "/usr/sbin/chown"}) {
-        EXPECT_TRUE(files.isExecutable(tool)) << tool;
+        EXPECT_TRUE(processes.canLaunch(tool)) << tool;
     }
 }
 

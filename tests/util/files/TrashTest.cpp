@@ -341,7 +341,10 @@ TEST_F(TrashAndRemove, TheSearchOfNothingFindsNothing) {
     }
 }
 
-TEST_F(TrashAndRemove, ADirectoryIsEmptyWithNothingInItThatCounts) {
+class DirectoryWithNothingThatCounts : public TrashAndRemove,
+                                       public testing::WithParamInterface<std::string> {};
+
+TEST_P(DirectoryWithNothingThatCounts, IsEmpty) {
     fileSystem.directories = {
         {"/none", Lines{}},
         {"/view", Lines{".DS_Store"}},
@@ -353,13 +356,18 @@ TEST_F(TrashAndRemove, ADirectoryIsEmptyWithNothingInItThatCounts) {
         {"/odd", Lines{".DS_Store"}},
         {"/odd/.DS_Store", Lines{"file"}},
     };
-    for (const auto* directory :
-         {"/none", "/view", "/icon", "/nested", "/unreadable", "/odd", "/missing", item, ""}) {
-        EXPECT_TRUE(QFFileManager::isFolderEmpty(directory)) << directory;
-    }
+    fileSystem.files = {"/file"};
+    EXPECT_TRUE(QFFileManager::isFolderEmpty(GetParam()));
 }
 
-TEST_F(TrashAndRemove, ADirectoryIsNotEmptyWithAnythingElse) {
+INSTANTIATE_TEST_SUITE_P(All, DirectoryWithNothingThatCounts,
+                         testing::Values("/none", "/view", "/icon", "/nested", "/unreadable",
+                                         "/odd", "/missing", "/file", ""));
+
+class DirectoryWithSomething : public TrashAndRemove,
+                               public testing::WithParamInterface<std::string> {};
+
+TEST_P(DirectoryWithSomething, IsNotEmpty) {
     fileSystem.directories = {{"/hidden", Lines{".hidden"}},
                               {"/icon", Lines{"Icon"}},
                               {"/case", Lines{".ds_store"}},
@@ -367,10 +375,11 @@ TEST_F(TrashAndRemove, ADirectoryIsNotEmptyWithAnythingElse) {
                               {"/below/empty", Lines{}},
                               {"/below/full", Lines{".DS_Store", "file"}},
                               {"/after", Lines{".DS_Store", "file"}}};
-    for (const auto* directory : {"/hidden", "/icon", "/case", "/below", "/after"}) {
-        EXPECT_FALSE(QFFileManager::isFolderEmpty(directory)) << directory;
-    }
+    EXPECT_FALSE(QFFileManager::isFolderEmpty(GetParam()));
 }
+
+INSTANTIATE_TEST_SUITE_P(All, DirectoryWithSomething,
+                         testing::Values("/hidden", "/icon", "/case", "/below", "/after"));
 
 TEST_F(TrashAndRemove, RemoveIfEmptyDeletesTheDirectoryWithWhatDoesNotCount) {
     fileSystem.directories = {{"/folder", Lines{".DS_Store"}}};

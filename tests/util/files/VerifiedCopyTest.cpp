@@ -1,5 +1,6 @@
 #include "tests/util/files/VerifiedCopyTest.h"
 
+#include "platform/foundation/GlobalQueue.h"
 #include "tests/support/PatternedText.h"
 #include "tests/support/PausingClock.h"
 #include "tests/util/files/NoMemory.h"
@@ -8,8 +9,11 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <cerrno>
 #include <latch>
 #include <stdexcept>
+#include <thread>
+#include <utility>
 
 namespace {
 
@@ -20,6 +24,8 @@ constexpr std::array digestTypes{VerificationType::md5, VerificationType::sha1,
 constexpr auto otherType = VerificationType{7};
 
 constexpr std::uint64_t twentyMebibytes = 20'971'520;
+
+using Outcomes = std::vector<FileCopyOutcome>;
 
 /// A medium that changes one byte.
 std::function<void(std::uint64_t, std::string&)> changing(std::uint64_t byte) {
@@ -194,9 +200,34 @@ TEST_F(VerifiedCopyTest, ADestinationThatCannotBeOpened) {
     EXPECT_FALSE(copy({"/to/a", "/to/b", "/to/c"}, VerificationType::md5, observer.delegate()));
     EXPECT_EQ(console.systemLogLines(),
               Lines{"Error: Unable to open destination file /to/b. Aborting copy process..."});
-    EXPECT_EQ(contentOf("/to/a"), "");
+    EXPECT_EQ(contentOf("/to/a"), "former");
     EXPECT_FALSE(streams.files.contains("/to/c"));
     EXPECT_EQ(observer.record().bytesWritten.size(), 0U);
+}
+
+TEST_F(VerifiedCopyTest, ADestinationThatCannotBeEmptied) {
+    makeSource("content");
+    streams.files["/to/b"].content = "former";
+    streams.files["/to/b"].empties = false;
+    EXPECT_FALSE(copy({"/to/a", "/to/b"}));
+    EXPECT_EQ(console.systemLogLines(),
+              Lines{"Error: Unable to open destination file /to/b. Aborting copy process..."});
+    EXPECT_EQ(contentOf("/to/b"), "former");
+}
+
+TEST_F(VerifiedCopyTest, AFormerCopyIsKeptUntilTheSourceHasProvedReadable) {
+    describe({.content = "content", .readableBytes = 0}, 7);
+    streams.files["/to/a"].content = "former";
+    EXPECT_FALSE(copy({"/to/a"}));
+    EXPECT_EQ(loggedLines(), Lines{"Error reading file /from/source - aborting..."});
+    EXPECT_EQ(contentOf("/to/a"), "former");
+    describe({.content = "content", .readableBytes = 3}, 7);
+    EXPECT_FALSE(copy({"/to/a"}));
+    EXPECT_NE(contentOf("/to/a"), "former");
+    makeSource("");
+    streams.files["/to/a"].content = "former";
+    EXPECT_TRUE(copy({"/to/a"}));
+    EXPECT_EQ(contentOf("/to/a"), "");
 }
 
 TEST_F(VerifiedCopyTest, TheSourceIsNoDestination) {
@@ -259,6 +290,20 @@ TEST_F(VerifiedCopyTest, AFullDestinationDoesNotStopTheOthers) {
               (Lines{"Error writing file /to/full: 1", "Error writing file /to/full: 1"}));
     EXPECT_TRUE(contentOf("/to/full") == content.substr(0, 70'000));
     EXPECT_TRUE(contentOf("/to/b") == content);
+}
+
+TEST_F(VerifiedCopyTest, EveryChunkIsWrittenAtItsOwnOffsetWhateverWentWrongBefore) {
+    const auto content = patternedText(4 * chunk);
+    makeSource(content);
+    bool isFirst = true;
+    streams.files["/to/a"].arriving = [&isFirst](std::uint64_t /*position*/, std::size_t size) {
+        return std::exchange(isFirst, false) ? size / 2 : size;
+    };
+    streams.files["/to/b"].shortWrites = 1;
+    EXPECT_TRUE(copy({"/to/a", "/to/b"}, VerificationType::md5));
+    EXPECT_TRUE(contentOf("/to/a") == content);
+    EXPECT_EQ(contentOf("/to/b").size(), content.size());
+    EXPECT_TRUE(contentOf("/to/b").ends_with(content.substr(chunk)));
 }
 
 TEST_F(VerifiedCopyTest, AFullDestinationFailsItsVerification) {
@@ -474,6 +519,69 @@ TEST_F(VerifiedCopyTest, ACancelledCopyLeavesPartialFiles) {
     EXPECT_EQ(contentOf("/to/a").size() % chunk, 0U);
 }
 
+TEST_F(VerifiedCopyTest, ACancelledCopyWritesToNoFurtherDestination) {
+    makeSource(std::string(twentyMebibytes + 2 * chunk, 'x'));
+    auto delegate = std::make_shared<FileCopyDelegate>();
+    std::latch nextChunk(1);
+    delegate->fileCopyShouldContinue = [&](const auto&) {
+        nextChunk.wait();
+        return false;
+    };
+    const std::weak_ptr<FileCopyDelegate> calls = delegate;
+    long owners = 0;
+    streams.files["/to/a"].beforeWrite = [&](std::uint64_t position) {
+        if (position == 0) {
+            owners = calls.use_count();
+        }
+        if (position == twentyMebibytes) {
+            nextChunk.count_down();
+            while (calls.use_count() > owners) { // until the answer has taken effect
+                std::this_thread::yield();
+            }
+        }
+    };
+    EXPECT_FALSE(copy({"/to/a", "/to/b"}, VerificationType::none, delegate));
+    EXPECT_EQ(contentOf("/to/a").size(), twentyMebibytes + chunk);
+    EXPECT_EQ(contentOf("/to/b").size(), twentyMebibytes);
+}
+
+TEST_F(VerifiedCopyTest, TheQuestionFollowsTheReport) {
+    constexpr int mostThreads = 64;
+    makeBottomlessSource(twentyMebibytes, {"/to/a"});
+    // All threads of the queue are busy; once one is free, it takes the calls in their order.
+    std::latch busy(mostThreads);
+    std::latch oneIsFree(1);
+    std::latch allAreFree(1);
+    std::latch ended(mostThreads);
+    for (int number = 0; number < mostThreads; ++number) {
+        platform::dispatchAsync([&, number] {
+            busy.count_down();
+            (number == 0 ? oneIsFree : allAreFree).wait();
+            ended.count_down();
+        });
+    }
+    busy.wait();
+    Release released;
+    Lines calls;
+    auto delegate = std::make_shared<FileCopyDelegate>();
+    delegate->fileCopyBytesWritten = [&, copying = std::this_thread::get_id()](auto, const auto&) {
+        if (std::this_thread::get_id() != copying) {
+            calls.emplace_back("report");
+        }
+    };
+    delegate->fileCopyShouldContinue = [&, token = released.token()](const auto&) {
+        calls.emplace_back("question");
+        return true;
+    };
+    EXPECT_TRUE(copy({"/to/a"}, VerificationType::none, delegate));
+    delegate.reset();
+    oneIsFree.count_down();
+    released.wait();
+    EXPECT_EQ(calls, (Lines{"report", "question"}));
+    allAreFree.count_down();
+    ended.wait();
+}
+
 TEST_F(VerifiedCopyTest, ABlockedDelegateHoldsNothingUpAndMayAnswerAfterTheCopy) {
     makeBottomlessSource(5 * twentyMebibytes, {"/to/a"});
     const auto open = std::make_shared<std::latch>(1);
@@ -507,9 +615,7 @@ TEST_F(VerifiedCopyTest, WhatADelegateRaisesIsLoggedAndChangesNothing) {
     delegate->fileCopyVerificationFailed = [](const auto&, const auto&) {
         throw platform::Exception("SomeException", "failed");
     };
-    delegate->fileCopyFinished = [](const auto&) {
-        throw platform::Exception("SomeException", "finished");
-    };
+    delegate->fileCopyFinished = [](const auto&) { throw 5; };
     EXPECT_TRUE(copy({"/to/a"}, otherType, delegate));
     delegate.reset();
     released.wait();
@@ -518,7 +624,8 @@ TEST_F(VerifiedCopyTest, WhatADelegateRaisesIsLoggedAndChangesNothing) {
     EXPECT_EQ(lines,
               (Lines{"Exception in fileCopyBytesWritten:settings:. SomeException - written.",
                      "Exception in fileCopyBytesWritten:settings:. SomeException - written.",
-                     "Exception in fileCopyFinished:. SomeException - finished.",
+                     "Exception in fileCopyFinished:. NSGenericException - An exception that tells "
+                     "no reason.",
                      "Exception in fileCopyShouldContinue:. NSGenericException - continue.",
                      "Exception in fileCopyVerificationFailed:file:. SomeException - failed."}));
 }
@@ -654,6 +761,136 @@ TEST_F(VerifiedCopyTest, AMediumThatAltersTheDataIsToldAndTheCopyStillSucceeds) 
     EXPECT_EQ(console.systemLogLines(), Lines{});
 }
 
+// The medium.
+
+TEST_F(VerifiedCopyTest, AVerifiedDestinationIsWrittenThroughBeforeItIsClosed) {
+    for (const auto type : {VerificationType::md5, otherType}) {
+        streams.events.clear();
+        makeSource("content");
+        EXPECT_TRUE(copy({"/to/b", "/to/a"}, type));
+        EXPECT_EQ(streams.events,
+                  (Lines{"open /from/source", "open /to/b", "open /to/a", "sync /to/b",
+                         "sync /to/a", "close /from/source", "close /to/b", "close /to/a"}));
+    }
+}
+
+TEST_F(VerifiedCopyTest, AMediumThatTakesNotEverythingIsToldAsADifference) {
+    makeSource("content");
+    streams.files["/to/b"].syncs = false;
+    CopyObserver observer;
+    EXPECT_TRUE(copy({"/to/a", "/to/b", "/to/c"}, VerificationType::sha1, observer.delegate()));
+    const auto record = observer.record();
+    const Value digest = *digestOf(VerificationType::sha1, "content");
+    ASSERT_EQ(record.failures.size(), 1U);
+    EXPECT_EQ(record.failures[0].file, "/to/b");
+    EXPECT_EQ(record.failures[0].settings.at("destChecksum"), digest);
+    ASSERT_EQ(record.finished.size(), 1U);
+    EXPECT_EQ(record.finished[0].at("destChecksums"), Value(Value::Array{digest, digest, digest}));
+    EXPECT_EQ(console.systemLogLines(), Lines{});
+}
+
+TEST_F(VerifiedCopyTest, ACancelledCopyWaitsForNoMedium) {
+    makeBottomlessSource(DescribedFile::unlimited, {"/to/a"});
+    fileSystem.attributes[source]->size = 0;
+    CopyObserver observer(false);
+    EXPECT_FALSE(copy({"/to/a"}, VerificationType::md5, observer.delegate()));
+    EXPECT_EQ(std::ranges::count(streams.events, "sync /to/a"), 0);
+}
+
+TEST_F(VerifiedCopyTest, WhatTheMediumMadeOfTheDataShowsOnlyInASecondRead) {
+    const auto content = patternedText(200'000);
+    const auto flip = [](std::string& kept) { kept[150'000] ^= 1; };
+    const auto shorten = [](std::string& kept) { kept.resize(kept.size() - 1); };
+    const auto lengthen = [](std::string& kept) { kept += '\0'; };
+    for (const auto type : digestTypes) {
+        for (const std::function<void(std::string&)>& change :
+             {std::function<void(std::string&)>(flip), {shorten}, {lengthen}}) {
+            makeSource(content);
+            streams.files["/to/b"].keepOnMedium = change;
+            CopyObserver cursory;
+            EXPECT_TRUE(copy({"/to/a", "/to/b"}, type, cursory.delegate()));
+            EXPECT_EQ(cursory.record().failures.size(), 0U);
+
+            CopyObserver thorough;
+            const auto result = copyFromMedium({"/to/a", "/to/b"}, type, thorough.delegate());
+            EXPECT_TRUE(result.succeeded);
+            EXPECT_EQ(result.outcomes,
+                      (Outcomes{FileCopyOutcome::copied, FileCopyOutcome::different}));
+            const auto record = thorough.record();
+            ASSERT_EQ(record.failures.size(), 1U);
+            EXPECT_EQ(record.failures[0].settings.at("destChecksum"),
+                      Value(*digestOf(type, contentOf("/to/b"))));
+        }
+    }
+}
+
+TEST_F(VerifiedCopyTest, AMediumThatCannotBeReadAgainFails) {
+    makeSource("content");
+    streams.files["/to/a"].seekError = EIO;
+    streams.files["/to/b"].keepOnMedium = [this](std::string& kept) {
+        streams.files["/to/b"].readableBytes = kept.size();
+        kept += "which cannot be read";
+    };
+    const auto result = copyFromMedium({"/to/a", "/to/b"}, VerificationType::md5);
+    EXPECT_EQ(result.outcomes, (Outcomes{FileCopyOutcome::different, FileCopyOutcome::different}));
+}
+
+TEST_F(VerifiedCopyTest, NothingIsReadAgainWithoutDigests) {
+    for (const auto type : {VerificationType::none, otherType}) {
+        makeSource("content");
+        bool forgotten = false;
+        streams.files["/to/a"].keepOnMedium = [&](std::string& /*kept*/) { forgotten = true; };
+        EXPECT_TRUE(copyFromMedium({"/to/a"}, type).succeeded);
+        EXPECT_FALSE(forgotten);
+    }
+}
+
+// What became of each destination.
+
+TEST_F(VerifiedCopyTest, EveryDestinationHasItsOutcome) {
+    const auto content = patternedText(150'000);
+    makeSource(content);
+    streams.files["/to/full"].room = 70'000;
+    streams.files["/to/lost"].syncs = false;
+    streams.files["/to/altered"].alter = changing(3);
+    const auto result = copyWithResult({"/to/full", "/to/a", "/to/lost", "/to/altered"},
+                                       {.verificationType = VerificationType::md5});
+    EXPECT_TRUE(result.succeeded);
+    EXPECT_EQ(result.outcomes, (Outcomes{FileCopyOutcome::notWritten, FileCopyOutcome::copied,
+                                         FileCopyOutcome::notSynced, FileCopyOutcome::different}));
+}
+
+TEST_F(VerifiedCopyTest, AnUnverifiedDestinationHasOnlyToTakeEverything) {
+    makeSource("content");
+    streams.files["/to/full"].room = 3;
+    streams.files["/to/altered"].alter = changing(3);
+    const auto result = copyWithResult({"/to/full", "/to/altered"}, {});
+    EXPECT_TRUE(result.succeeded);
+    EXPECT_EQ(result.outcomes, (Outcomes{FileCopyOutcome::notWritten, FileCopyOutcome::copied}));
+}
+
+TEST_F(VerifiedCopyTest, TheDestinationThatEndsACopyIsUnreachable) {
+    makeSource("content");
+    streams.files["/to/closed"].opens = false;
+    streams.files["/to/full of ink"].empties = false;
+    fileSystem.failures["create /bad"] = {.localizedDescription = "It may not be."};
+    for (const auto* path : {"/to/closed", "/to/full of ink", "/bad/c"}) {
+        const auto result = copyWithResult({"/to/a", path, "/to/b"}, {});
+        EXPECT_FALSE(result.succeeded);
+        EXPECT_EQ(result.outcomes,
+                  (Outcomes{FileCopyOutcome::incomplete, FileCopyOutcome::unreachable,
+                            FileCopyOutcome::incomplete}));
+    }
+}
+
+TEST_F(VerifiedCopyTest, EveryDestinationOfACopyThatFailsIsIncomplete) {
+    describe({.content = "content", .readableBytes = 3}, 7);
+    EXPECT_EQ(copyWithResult({"/to/a"}, {}).outcomes, Outcomes{FileCopyOutcome::incomplete});
+    describe({.content = "content"}, 8);
+    EXPECT_EQ(copyWithResult({"/to/a"}, {}).outcomes, Outcomes{FileCopyOutcome::incomplete});
+    EXPECT_EQ(copyWithResult({}, {}).outcomes, Outcomes{});
+}
+
 // The dates.
 
 TEST_F(VerifiedCopyTest, EveryDestinationGetsTheDatesOfTheSource) {
@@ -664,6 +901,15 @@ TEST_F(VerifiedCopyTest, EveryDestinationGetsTheDatesOfTheSource) {
     using Dates = std::map<std::string, platform::Date>;
     EXPECT_EQ(fileSystem.creationDates, (Dates{{"/to/a", created}, {"/to/b", created}}));
     EXPECT_EQ(fileSystem.modificationDates, (Dates{{"/to/a", modified}, {"/to/b", modified}}));
+}
+
+TEST_F(VerifiedCopyTest, TheDelegateHearsOfTheEndOnceTheDatesAreSet) {
+    makeSource("content");
+    auto delegate = std::make_shared<FileCopyDelegate>();
+    Lines changes;
+    delegate->fileCopyFinished = [&](const auto&) { changes = fileSystem.changes; };
+    EXPECT_TRUE(copy({"/to/a"}, VerificationType::none, delegate));
+    EXPECT_EQ(changes, (Lines{"creation date /to/a", "date /to/a"}));
 }
 
 TEST_F(VerifiedCopyTest, ASourceWithoutCreationDateLeavesTheDatesAlone) {

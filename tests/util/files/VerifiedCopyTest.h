@@ -50,6 +50,19 @@ protected:
         return QFFileManager::copyFileWithProgress(source, destinations, type, delegate, {}, {});
     }
 
+    static FileCopyResult
+    copyWithResult(const std::vector<std::string>& destinations, const FileCopyOptions& options,
+                   const std::shared_ptr<FileCopyDelegate>& delegate = nullptr) {
+        return QFFileManager::copyFileWithResult(source, destinations, options, delegate, {}, {});
+    }
+
+    static FileCopyResult
+    copyFromMedium(const std::vector<std::string>& destinations, VerificationType type,
+                   const std::shared_ptr<FileCopyDelegate>& delegate = nullptr) {
+        return copyWithResult(destinations,
+                              {.verificationType = type, .fromMedium = FromMedium::yes}, delegate);
+    }
+
     const std::string& contentOf(const std::string& path) { return streams.files.at(path).content; }
 
     static std::optional<std::string> digestOf(VerificationType type, std::string_view text) {

@@ -7,32 +7,31 @@ protected:
     Volumes() { fileSystem.directories = {{"/Volumes/Data", Lines{}}}; }
 };
 
+class MountedVolumePath : public Volumes, public testing::WithParamInterface<std::string> {};
+class MissingVolumePath : public Volumes, public testing::WithParamInterface<std::string> {};
+
 } // namespace
 
-TEST_F(Volumes, APathElsewhereIsOnAMountedVolume) {
-    for (const auto* path : {"/Users/a", "/", "", "Volumes/Gone/x", "/volumes/Gone/x"}) {
-        EXPECT_TRUE(QFFileManager::isVolumeMountedForPath(path)) << path;
-        EXPECT_TRUE(QFFileManager::isDriveMountedForPath(path)) << path;
-    }
+TEST_P(MountedVolumePath, IsOnAMountedVolume) {
+    EXPECT_TRUE(QFFileManager::isVolumeMountedForPath(GetParam()));
+    EXPECT_TRUE(QFFileManager::isDriveMountedForPath(GetParam()));
 }
 
-TEST_F(Volumes, TheDirectoryOfVolumesIsAlwaysThere) {
-    for (const auto* path : {"/Volumes", "/Volumes/"}) {
-        EXPECT_TRUE(QFFileManager::isVolumeMountedForPath(path)) << path;
-        EXPECT_TRUE(QFFileManager::isDriveMountedForPath(path)) << path;
-    }
+INSTANTIATE_TEST_SUITE_P(Elsewhere, MountedVolumePath,
+                         testing::Values("/Users/a", "/", "", "Volumes/Gone/x", "/volumes/Gone/x"));
+INSTANTIATE_TEST_SUITE_P(DirectoryOfVolumes, MountedVolumePath,
+                         testing::Values("/Volumes", "/Volumes/"));
+INSTANTIATE_TEST_SUITE_P(ExistingDirectory, MountedVolumePath,
+                         testing::Values("/Volumes/Data", "/Volumes/Data/",
+                                         "/Volumes/Data/missing/x"));
+
+TEST_P(MissingVolumePath, IsOnNoMountedVolume) {
+    EXPECT_FALSE(QFFileManager::isVolumeMountedForPath(GetParam()));
+    EXPECT_FALSE(QFFileManager::isDriveMountedForPath(GetParam()));
 }
 
-TEST_F(Volumes, AVolumeIsMountedWhenItsDirectoryExists) {
-    for (const auto* path : {"/Volumes/Data", "/Volumes/Data/", "/Volumes/Data/missing/x"}) {
-        EXPECT_TRUE(QFFileManager::isVolumeMountedForPath(path)) << path;
-        EXPECT_TRUE(QFFileManager::isDriveMountedForPath(path)) << path;
-    }
-    for (const auto* path : {"/Volumes/Gone", "/Volumes/Gone/x", "/Volumes//Gone"}) {
-        EXPECT_FALSE(QFFileManager::isVolumeMountedForPath(path)) << path;
-        EXPECT_FALSE(QFFileManager::isDriveMountedForPath(path)) << path;
-    }
-}
+INSTANTIATE_TEST_SUITE_P(MissingDirectory, MissingVolumePath,
+                         testing::Values("/Volumes/Gone", "/Volumes/Gone/x", "/Volumes//Gone"));
 
 TEST_F(Volumes, OnlyTheVolumeTestTakesADirectoryWhoseNameBeginsLikeThatOfVolumes) {
     EXPECT_FALSE(QFFileManager::isVolumeMountedForPath("/VolumesX/a"));

@@ -18,6 +18,7 @@
 #include <map>
 #include <optional>
 #include <set>
+#include <utility>
 
 using namespace std::chrono_literals;
 
@@ -96,6 +97,8 @@ public:
 
     /// The lists that were written, by path.
     std::map<std::string, platform::Value> written;
+    /// The list whose XML form is "the settings".
+    platform::Value settings;
     /// Where nothing can be written.
     std::set<std::string> unwritable;
     /// Where another program's file exists by the time that writing has failed.
@@ -103,6 +106,9 @@ public:
 
     platform::Value parse(std::string_view /*bytes*/) override { return {}; }
     platform::Value read(const std::string& /*path*/) override { return {}; }
+    std::optional<std::string> xml(const platform::Value& value) override {
+        return value == settings ? "the settings" : "others";
+    }
     platform::Result<void> writeAtomically(const platform::Value& value,
                                            const std::string& path) override {
         if (unwritable.contains(path)) {
@@ -120,10 +126,24 @@ private:
     DescribedFileSystem& fileSystem_;
 };
 
-/// The disk, with every system tool.
-class DiskWithTools : public platform::native::FileSystem {
+/// A file of another program's comes back as soon as somebody has seen that it is gone.
+class DiskWithReturningFile : public DescribedFileSystem {
 public:
-    bool isExecutable(const std::string& /*path*/) override { return true; }
+    explicit DiskWithReturningFile(std::string path) : path_(std::move(path)) {}
+
+    bool exists(const std::string& path) override {
+        const bool isThere = DescribedFileSystem::exists(path);
+        if (path == path_ && isThere) {
+            wasThere_ = true;
+        } else if (path == path_ && wasThere_) {
+            files.insert(path);
+        }
+        return isThere;
+    }
+
+private:
+    const std::string path_;
+    bool wasThere_ = false;
 };
 
 class QFLaunchdTest : public DescribedMachine {
@@ -224,7 +244,7 @@ protected:
     const std::string jobFile = jobDirectory + "/com.quillfen.Lunevar.plist";
 
 private:
-    DiskWithTools onDisk_;
+    platform::native::FileSystem onDisk_;
     platform::native::PropertyLists propertyListsOnDisk_;
     platform::ScopedService<platform::FileSystem> onDiskScope_{onDisk_};
     platform::ScopedService<platform::PropertyLists> propertyListsOnDiskScope_{
@@ -419,6 +439,21 @@ TEST_F(QFLaunchdTest, AMissingJobDirectoryIsMade) {
     EXPECT_EQ(fileSystem.changes, Lines{"create /Library/LaunchDaemons"});
 }
 
+TEST_F(QFLaunchdTest, AJobDirectoryIsMadeWithTheRightWhereThatMayBeUsed) {
+    for (const auto& [shouldAuth, tools] :
+         {std::pair(ShouldAuth::no, Lines{}),
+          std::pair(ShouldAuth::yes, Lines{"/bin/mkdir -p /home/someone/Library/LaunchAgents"})}) {
+        fileSystem.failures["create /home/someone/Library/LaunchAgents"] = {.localizedDescription =
+                                                                                "You can’t."};
+        services.calls.clear();
+        QFLaunchd::startJob(label, settings, Domain::user, LaunchAgent::yes, shouldAuth,
+                            std::nullopt);
+        Lines made = services.tools();
+        std::erase_if(made, [](const auto& tool) { return !tool.starts_with("/bin/mkdir"); });
+        EXPECT_EQ(made, tools);
+    }
+}
+
 TEST_F(QFLaunchdTest, AJobDirectoryThatIsThereIsNotMade) {
     fileSystem.directories["/Library/LaunchDaemons"] = Lines{};
     startDaemon(ShouldAuth::no);
@@ -453,6 +488,18 @@ TEST_F(QFLaunchdTest, WithTheRightOwnerAndModeAreSetWithPrivilegeAndLoadingIsNot
     EXPECT_EQ(launcher.runs,
               (Lines{std::string("/bin/launchctl unload ") + machinesDaemon, "waited",
                      std::string("/bin/launchctl load ") + machinesDaemon, "waited"}));
+}
+
+// Any program of the user could have written to the file before.
+TEST_F(QFLaunchdTest, WithTheRightADaemonHasTheSettingsWhateverIsInItsFile) {
+    propertyLists.settings = platform::Value(settings);
+    EXPECT_TRUE(startDaemon(ShouldAuth::yes));
+    std::map<std::string, std::optional<std::string>> contents;
+    for (const auto& call : services.calls) {
+        contents[call.tool] = call.content;
+    }
+    EXPECT_EQ(contents["/usr/sbin/chown"], "the settings");
+    EXPECT_EQ(contents["/bin/chmod"], std::nullopt);
 }
 
 TEST_F(QFLaunchdTest, WithTheRightAUsersJobKeepsItsOwner) {
@@ -512,6 +559,18 @@ TEST_F(QFLaunchdTest, AJobFileThatTheAdministratorDoesNotMoveIsWaitedForTenSecon
     EXPECT_EQ(application.waited, 10s);
     EXPECT_EQ(alertPanels.shown.size(), 1U);
     EXPECT_EQ(removed(), Lines{temporaryFile});
+}
+
+TEST_F(QFLaunchdTest, ATemporaryFileThatAnotherProgramKeepsIsWaitedForTenSeconds) {
+    DiskWithReturningFile disk(temporaryFile);
+    RecordingPropertyLists lists(disk);
+    const platform::ScopedService<platform::FileSystem> diskScope(disk);
+    const platform::ScopedService<platform::PropertyLists> listsScope(lists);
+    lists.unwritable = {machinesDaemon};
+    disk.removeErrors[temporaryFile] = {.localizedDescription = "You can’t."};
+    EXPECT_TRUE(startDaemon(ShouldAuth::no));
+    EXPECT_EQ(services.tools()[0], std::string("/bin/rm -Rdf ") + temporaryFile);
+    EXPECT_EQ(application.waited, 10s);
 }
 
 TEST_F(QFLaunchdTest, WithoutWindowsAJobFileThatCannotBePutInPlaceIsLoggedAndLeavesNothingBehind) {
@@ -597,7 +656,7 @@ TEST_F(QFLaunchdTest, AMachineWithoutALibraryHasNoPlaceForAJob) {
     EXPECT_EQ(launcher.runs, Lines{});
 }
 
-TEST_F(QFLaunchdTest, ALabelStandsInTheFilesNameAsItIs) {
+TEST_F(QFLaunchdTest, ALabelIsInTheFilesNameUnchanged) {
     for (const auto& odd : Lines{"", "a/b", "..", "100%@", "two words", std::string(300, 'x')}) {
         propertyLists.written.clear();
         QFLaunchd::startLaunchAgent(odd, settings, Domain::user);

@@ -197,7 +197,7 @@ public:
     explicit KeptLogFiles(std::string directory) : directory_(std::move(directory)) {
         std::filesystem::create_directories(directory_);
     }
-    platform::Result<void> removeItem(const std::string& path) override {
+    platform::Result<void> removeLog(const std::string& path) override {
         auto name = directory_ + "/XXXXXX";
         platform::native::FileDescriptor(::mkstemp(name.data()));
         std::filesystem::rename(path, name);

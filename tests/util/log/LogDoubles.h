@@ -1,9 +1,9 @@
 #pragma once
 
 #include "platform/Application.h"
-#include "platform/Clock.h"
 #include "platform/PropertyLists.h"
 #include "platform/SystemInformation.h"
+#include "tests/support/TestClock.h"
 
 #include <atomic>
 #include <chrono>
@@ -34,7 +34,7 @@ public:
 };
 
 /// A clock that a test sets.
-class FakeClock : public platform::Clock {
+class FakeClock : public TestClock {
 public:
     static constexpr platform::Date noon =
         std::chrono::sys_days(std::chrono::year(2026) / 11 / 16) + std::chrono::hours(12);

@@ -20,11 +20,11 @@
 class StuckLogFiles : public platform::native::LogFiles {
 public:
     explicit StuckLogFiles(std::string stuck) : stuck_(std::move(stuck)) {}
-    platform::Result<void> moveItem(const std::string& path, const std::string& newPath) override {
+    platform::Result<void> renameLog(const std::string& path, const std::string& newPath) override {
         if (path == stuck_) {
             return platform::Unexpected(platform::Error{"NSPOSIXErrorDomain", 1, "it is stuck"});
         }
-        return platform::native::LogFiles::moveItem(path, newPath);
+        return platform::native::LogFiles::renameLog(path, newPath);
     }
 
 private:

@@ -1,6 +1,7 @@
 #include "tests/util/log/LogTest.h"
 
 #include "platform/linux/plist/PropertyLists.h"
+#include "tests/support/NamedCase.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -45,6 +46,13 @@ protected:
         return log.loggingDisabled();
     }
 };
+
+struct NamedValue : NamedCase {
+    Value value;
+};
+
+class LogFileDisablingValue : public LogFile, public testing::WithParamInterface<NamedValue> {};
+class LogFileOtherValue : public LogFile, public testing::WithParamInterface<NamedValue> {};
 
 } // namespace
 
@@ -310,7 +318,7 @@ TEST_F(LogFile, KeepsItsFirstName) {
     EXPECT_FALSE(fs::exists(directory() + "/Other.1.log"));
 }
 
-TEST_F(LogFile, TakesANameWithPercentSignsAsItStands) {
+TEST_F(LogFile, LeavesANameWithPercentSignsUnchanged) {
     QFLog::createNewLog("100%@ %s%n");
     QFLog::finishWriting();
     EXPECT_TRUE(fs::exists(directory() + "/100%@ %s%n.1.log"));
@@ -347,17 +355,18 @@ TEST_F(LogFile, ReadsThePreferenceFromTheUsersPreferences) {
               std::vector{machine / "home/Library/Preferences/com.quillfen.global.plist"});
 }
 
-TEST_F(LogFile, IsDisabledByTheTextOneTheBooleanTrueAndTheNumberOne) {
-    for (const auto& value : {Value("1"), Value(true), Value(1), Value(1.0)}) {
-        setPreference(value);
-        log.setLoggingDisabled(false);
-        QFLog::createNewLog("Test");
-        EXPECT_TRUE(log.loggingDisabled());
-    }
+TEST_P(LogFileDisablingValue, DisablesTheLog) {
+    setPreference(GetParam().value);
+    QFLog::createNewLog("Test");
+    EXPECT_TRUE(log.loggingDisabled());
     EXPECT_FALSE(fs::exists(directory()));
-    EXPECT_EQ(console.printed(), "Logging is disabled\nLogging is disabled\nLogging is disabled\n"
-                                 "Logging is disabled\n");
+    EXPECT_EQ(console.printed(), "Logging is disabled\n");
 }
+
+INSTANTIATE_TEST_SUITE_P(All, LogFileDisablingValue,
+                         testing::Values(NamedValue{{"Text"}, "1"}, NamedValue{{"Boolean"}, true},
+                                         NamedValue{{"Integer"}, 1}, NamedValue{{"Real"}, 1.0}),
+                         nameOfCase);
 
 TEST_F(LogFile, SaysThatItIsDisabledOnlyOnce) {
     setPreference(1);
@@ -374,18 +383,24 @@ TEST_F(LogFile, DoesNotSayThatItIsDisabledWhenPrintingIsOff) {
     EXPECT_TRUE(log.loggingDisabled());
 }
 
-TEST_F(LogFile, StaysOnForEveryOtherValue) {
-    for (const auto& value :
-         {Value("yes"), Value("true"), Value(" 1"), Value(2), Value(0), Value(false), Value(1.5),
-          Value(), Value(platform::Data{{std::byte{'1'}}}), Value(Value::Array{1}),
-          Value(Value::Dictionary{{"disable-logging", 1}})}) {
-        setPreference(value);
-        QFLog::createNewLog("Test");
-        QFLog::finishWriting();
-        EXPECT_FALSE(log.loggingDisabled());
-    }
+TEST_P(LogFileOtherValue, LeavesTheLogOn) {
+    setPreference(GetParam().value);
+    QFLog::createNewLog("Test");
+    QFLog::finishWriting();
+    EXPECT_FALSE(log.loggingDisabled());
     EXPECT_EQ(console.printed(), "");
 }
+
+INSTANTIATE_TEST_SUITE_P(
+    All, LogFileOtherValue,
+    testing::Values(NamedValue{{"Yes"}, "yes"}, NamedValue{{"True"}, "true"},
+                    NamedValue{{"OneBehindASpace"}, " 1"}, NamedValue{{"Two"}, 2},
+                    NamedValue{{"Zero"}, 0}, NamedValue{{"False"}, false},
+                    NamedValue{{"OneAndAHalf"}, 1.5}, NamedValue{{"None"}, {}},
+                    NamedValue{{"Data"}, platform::Data{{std::byte{'1'}}}},
+                    NamedValue{{"Array"}, Value::Array{1}},
+                    NamedValue{{"Dictionary"}, Value::Dictionary{{"disable-logging", 1}}}),
+    nameOfCase);
 
 TEST_F(LogFile, StaysOnWhenThePreferenceFileIsNoDictionary) {
     for (const auto& file : {Value(), Value(Value::Array{"disable-logging", 1}), Value("1")}) {

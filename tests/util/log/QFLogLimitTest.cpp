@@ -97,7 +97,7 @@ TEST_F(LogLimit, StartsNoNewLogWhereAnotherProcessHasStartedOneMeanwhile) {
         const QueueGate gate(queue);
         QFLog::fastAppendLog(crossing);
         queue.addOperation([this] {
-            ASSERT_TRUE(files.moveItem(logPath(1), logPath(2)));
+            ASSERT_TRUE(files.renameLog(logPath(1), logPath(2)));
             writeLog(1, "another's\n");
         });
     }
@@ -114,7 +114,7 @@ TEST_F(LogLimit, CountsAnewInALogThatAnotherProcessHasStarted) {
     QFLog::appendLog("first");
     QFLog::finishWriting();
     log.setBytesWritten(499990);
-    ASSERT_TRUE(files.moveItem(logPath(1), logPath(2)));
+    ASSERT_TRUE(files.renameLog(logPath(1), logPath(2)));
     writeLog(1, "");
     QFLog::appendLog(crossing);
     EXPECT_EQ(content(1), entry(crossing));

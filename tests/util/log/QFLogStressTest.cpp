@@ -20,8 +20,8 @@ public:
     }
 
     /// Called while the logs are locked.
-    platform::Result<void> removeItem(const std::string& path) override {
-        return moveItem(path, archive_ + "/" + std::to_string(count_++));
+    platform::Result<void> removeLog(const std::string& path) override {
+        return renameLog(path, archive_ + "/" + std::to_string(count_++));
     }
 
     std::string content() const {

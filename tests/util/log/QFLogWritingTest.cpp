@@ -73,7 +73,7 @@ TEST_F(LogWriting, WritesTheDateAndTheMessage) {
     EXPECT_EQ(content(1), "2026-11-16 12:00:00 +0000 - Moved a to b.\n");
 }
 
-TEST_F(LogWriting, TakesAPercentSignInProseAsItStands) {
+TEST_F(LogWriting, LeavesAPercentSignInProseUnchanged) {
     QFLog::appendLog("100% done");
     QFLog::appendLog("%-5s", "argument");
     QFLog::appendLog("%+d", 5);

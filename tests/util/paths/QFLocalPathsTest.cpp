@@ -1,7 +1,7 @@
 #include "util/paths/QFLocalPaths.h"
 
 #include "platform/SystemInformation.h"
-#include "tests/util/paths/LocalPathsFixture.h"
+#include "tests/support/StandardLocations.h"
 
 #include <cstdlib>
 #include <ctime>
@@ -12,7 +12,7 @@ using platform::DomainMask;
 
 namespace {
 
-using QFLocalPathsTest = LocalPathsFixture;
+using QFLocalPathsTest = StandardLocations;
 
 /// Counts its unique strings.
 class NumberingSystemInformation : public platform::SystemInformation {

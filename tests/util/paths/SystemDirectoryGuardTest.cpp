@@ -1,13 +1,13 @@
 #include "util/paths/QFLocalPaths.h"
 
-#include "tests/util/paths/LocalPathsFixture.h"
+#include "tests/support/StandardLocations.h"
 
 using platform::DirectoryKind;
 using platform::DomainMask;
 
 namespace {
 
-using SystemDirectoryGuardTest = LocalPathsFixture;
+using SystemDirectoryGuardTest = StandardLocations;
 
 bool isProtected(const std::optional<std::string>& path, ExactMatch exactMatch) {
     return QFLocalPaths::isPathSystemDirectory(path, exactMatch);
@@ -48,24 +48,28 @@ TEST_F(SystemDirectoryGuardTest, CountsCharactersNotBytesInShortPaths) {
     expectProtected("/éé");
 }
 
-TEST_F(SystemDirectoryGuardTest, ProtectsTheStandardDirectoriesOfBothDomains) {
+class ProtectedDirectory : public StandardLocations,
+                           public testing::WithParamInterface<std::string> {};
+
+TEST_P(ProtectedDirectory, IsRefused) {
     searchPaths.lists[{DirectoryKind::document, DomainMask::local}] = {"/Documents"};
-    for (const char* directory :
-         {"/home/someone/Applications", "/Applications", "/home/someone/Applications/Utilities",
-          "/Applications/Utilities", "/home/someone/Documents", "/Documents",
-          "/home/someone/Library", "/Library", "/home/someone/Library/Preferences",
-          "/Library/Preferences", "/home/someone/Library/Caches", "/Library/Caches",
-          "/home/someone/Library/Application Support", "/Library/Application Support",
-          "/home/someone/Desktop", "/home/someone", "/System/Library", "/Library/Documentation"}) {
-        expectProtected(directory);
-    }
+    expectProtected(GetParam());
 }
 
-TEST_F(SystemDirectoryGuardTest, ProtectsTheOperatingSystemsDirectories) {
-    for (const char* directory : {"/Users/Shared", "/usr", "/var", "/bin", "/sbin", "/System"}) {
-        expectProtected(directory);
-    }
-}
+INSTANTIATE_TEST_SUITE_P(
+    StandardDirectories, ProtectedDirectory,
+    testing::Values("/home/someone/Applications", "/Applications",
+                    "/home/someone/Applications/Utilities", "/Applications/Utilities",
+                    "/home/someone/Documents", "/Documents", "/home/someone/Library", "/Library",
+                    "/home/someone/Library/Preferences", "/Library/Preferences",
+                    "/home/someone/Library/Caches", "/Library/Caches",
+                    "/home/someone/Library/Application Support", "/Library/Application Support",
+                    "/home/someone/Desktop", "/home/someone", "/System/Library",
+                    "/Library/Documentation"));
+
+INSTANTIATE_TEST_SUITE_P(OperatingSystem, ProtectedDirectory,
+                         testing::Values("/Users/Shared", "/usr", "/var", "/bin", "/sbin",
+                                         "/System"));
 
 TEST_F(SystemDirectoryGuardTest, LeavesOtherStandardDirectoriesUnprotected) {
     expectUnprotected("/home/someone/Movies");

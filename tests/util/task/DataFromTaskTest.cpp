@@ -31,19 +31,19 @@ protected:
     TaskSlot slot_;
 };
 
-TEST_F(DataFromTask, GivesTheOutputWhateverTheExitStatus) {
+TEST_F(DataFromTask, ReturnsTheOutputWhateverTheExitStatus) {
     EXPECT_EQ(collected("echo out; exit 5"), "out\n");
 }
 
-TEST_F(DataFromTask, GivesTheErrorsOfAChildThatWritesNothingElse) {
+TEST_F(DataFromTask, ReturnsTheErrorsOfAChildThatWritesNothingElse) {
     EXPECT_EQ(collected("echo wrong >&2"), "wrong\n");
 }
 
-TEST_F(DataFromTask, GivesOnlyTheOutputOfAChildThatWritesBoth) {
+TEST_F(DataFromTask, ReturnsOnlyTheOutputOfAChildThatWritesBoth) {
     EXPECT_EQ(collected("echo wrong >&2; echo out"), "out\n");
 }
 
-TEST_F(DataFromTask, GivesNoBytesButNotNothingForASilentChild) {
+TEST_F(DataFromTask, ReturnsNoBytesButNotNothingForASilentChild) {
     const auto data = QFTaskEx::dataFromTask(shell, script(":"), slot_);
     ASSERT_TRUE(data.has_value());
     EXPECT_TRUE(data->bytes.empty());

@@ -1,8 +1,8 @@
 #include "tests/util/task/TaskTest.h"
 
 #include "platform/Services.h"
-#include "platform/linux/files/FileSystem.h"
 #include "platform/linux/process/ProcessLauncher.h"
+#include "tests/support/TestClock.h"
 
 #include <filesystem>
 #include <fstream>
@@ -21,9 +21,8 @@ PackageWorkspace& PackageWorkspace::shared() {
 
 void TaskTest::SetUpTestSuite() {
     static auto& launcher = *new platform::native::ProcessLauncher;
-    static auto& fileSystem = *new platform::native::FileSystem;
+    TestClock::install();
     platform::install<platform::ProcessLauncher>(launcher);
-    platform::install<platform::FileSystem>(fileSystem);
     platform::install<platform::Workspace>(PackageWorkspace::shared());
     platform::install<platform::Application>(MainLoop::shared());
 }

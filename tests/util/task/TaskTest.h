@@ -28,7 +28,7 @@ inline bool eventually(const std::function<bool()>& condition) {
     return true;
 }
 
-/// The real launcher and file system, and a main thread that runs.
+/// The real launcher, and a main thread that runs.
 class TaskTest : public testing::Test {
 protected:
     static void SetUpTestSuite();

@@ -26,7 +26,7 @@ protected:
 
 class TerminationCodeFromTask : public TaskTest {};
 
-TEST_F(StringFromTask, EveryMemberGivesTheOutputAsText) {
+TEST_F(StringFromTask, EveryMemberReturnsTheOutputAsText) {
     EXPECT_EQ(QFTaskEx::stringFromTask(shell, greeting_), "hello");
     EXPECT_EQ(QFTaskEx::stringFromTask(shell, greeting_, slot_), "hello");
     EXPECT_EQ(QFTaskEx::stringFromTask(shell, greeting_, TextEncoding::utf8, slot_), "hello");
@@ -59,11 +59,11 @@ TEST_F(StringFromTask, DecodesInTheEncodingThatIsGiven) {
     EXPECT_EQ(QFTaskEx::stringFromTask(shell, accented_, TextEncoding::isoLatin1, slot_), "cafÃ©");
 }
 
-TEST_F(StringFromTask, GivesTheEmptyStringForASilentChild) {
+TEST_F(StringFromTask, ReturnsTheEmptyStringForASilentChild) {
     EXPECT_EQ(QFTaskEx::stringFromTask(shell, script(":")), "");
 }
 
-TEST_F(StringFromTask, GivesTheEmptyStringWhenThereIsNoData) {
+TEST_F(StringFromTask, ReturnsTheEmptyStringWhenThereIsNoData) {
     const auto missing = file("missing");
     EXPECT_EQ(QFTaskEx::stringFromTask(missing, {}), "");
     EXPECT_EQ(QFTaskEx::stringFromTask(missing, {}, slot_), "");
@@ -71,7 +71,7 @@ TEST_F(StringFromTask, GivesTheEmptyStringWhenThereIsNoData) {
     EXPECT_EQ(loggedLines(), Lines(3, "Error: " + missing + " is not executable"));
 }
 
-TEST_F(StringFromTask, GivesNothingWithoutMemoryForTheText) {
+TEST_F(StringFromTask, ReturnsNothingWithoutMemoryForTheText) {
     if (isSanitized()) {
         GTEST_SKIP() << "a sanitizer has taken the address space that this test would limit";
     }
@@ -87,13 +87,13 @@ TEST_F(StringFromTask, GivesNothingWithoutMemoryForTheText) {
         testing::ExitedWithCode(0), "");
 }
 
-TEST_F(TerminationCodeFromTask, GivesTheExitStatus) {
+TEST_F(TerminationCodeFromTask, ReturnsTheExitStatus) {
     EXPECT_EQ(QFTaskEx::terminationCodeFromTask(shell, script("exit 0")), 0);
     EXPECT_EQ(QFTaskEx::terminationCodeFromTask(shell, script("exit 200")), 200);
     EXPECT_EQ(QFTaskEx::terminationCodeFromTask(shell, script("exit 7"), Timeout(600)), 7);
 }
 
-TEST_F(TerminationCodeFromTask, GivesTheSignalThatEndedTheChild) {
+TEST_F(TerminationCodeFromTask, ReturnsTheSignalThatEndedTheChild) {
     EXPECT_EQ(QFTaskEx::terminationCodeFromTask(shell, script("kill -KILL $$")), SIGKILL);
 }
 
@@ -104,7 +104,7 @@ TEST_F(TerminationCodeFromTask, DiscardsOutputAndErrors) {
               0);
 }
 
-TEST_F(TerminationCodeFromTask, GivesMinusOneForARefusedPath) {
+TEST_F(TerminationCodeFromTask, ReturnsMinusOneForARefusedPath) {
     const auto bundle = directory_.makeDirectory("Some.app");
     for (const auto& path : {file("missing"), bundle, std::string("missing")}) {
         forgetLogLines();

@@ -104,13 +104,13 @@ TEST_F(TimedTask, FlagsAreHandedOn) {
               "wrong\n");
 }
 
-TEST_F(TimedTask, GivesWhatArrivedBeforeTheTermination) {
+TEST_F(TimedTask, ReturnsWhatArrivedBeforeTheTermination) {
     auto output =
         outputTimedOutOnceReady("echo early; " + tellReady() + "; " + gate() + "; echo late");
     EXPECT_EQ(output.get(), "early\n");
 }
 
-TEST_F(TimedTask, GivesTheStatusOfTheTerminatedChild) {
+TEST_F(TimedTask, ReturnsTheStatusOfTheTerminatedChild) {
     EXPECT_EQ(QFTaskEx::terminationCodeFromTask(shell, script(gate()), 0), SIGTERM);
     auto status = timedOutOnceReady([this] {
         return runner_->terminationCodeFromTaskOnRunner(
@@ -317,6 +317,7 @@ class NotingLauncher : public platform::ProcessLauncher {
 public:
     std::function<void()> onTerminate = [] {};
 
+    bool canLaunch(const std::string& /*path*/) override { return true; }
     std::shared_ptr<platform::Pipe> makePipe() override { return nullptr; }
     std::vector<std::shared_ptr<platform::Pipe>> makePipes(std::size_t count) override {
         return std::vector<std::shared_ptr<platform::Pipe>>(count);

@@ -53,8 +53,8 @@ public:
             throw std::out_of_range("no trailer");
         }
         const std::size_t trailer = bytes.size() - trailerSize;
-        placeSize_ = number(trailer + 6, 1);
-        referenceSize_ = number(trailer + 7, 1);
+        placeSize_ = sizeOfNumbers(trailer + 6);
+        referenceSize_ = sizeOfNumbers(trailer + 7);
         outermost_ = number(trailer + 16, 8);
         places_ = number(trailer + 24, 8);
     }
@@ -80,6 +80,15 @@ private:
         std::size_t count;
         std::size_t begin;
     };
+
+    /// Numbers without bytes could be read without end.
+    std::size_t sizeOfNumbers(std::size_t begin) const {
+        const std::size_t size = number(begin, 1);
+        if (size == 0 || size > sizeof(std::uint64_t)) {
+            throw std::out_of_range("no number has this size");
+        }
+        return size;
+    }
 
     std::size_t number(std::size_t begin, std::size_t size) const {
         std::uint64_t value = 0;

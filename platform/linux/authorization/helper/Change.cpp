@@ -11,6 +11,7 @@
 
 #include <cerrno>
 #include <string>
+#include <string_view>
 
 namespace platform::native::helper {
 
@@ -27,14 +28,40 @@ void requireDone(int result) {
     }
 }
 
-/// Puts a copy that is root's in the item's place.
-void replaceByRootsCopy(const Place& place) {
+void writeAll(const FileDescriptor& file, std::string_view bytes) {
+    while (!bytes.empty()) {
+        const ssize_t size = ::write(file.get(), bytes.data(), bytes.size());
+        requireDone(size < 0 && errno != EINTR ? -1 : 0);
+        bytes.remove_prefix(size > 0 ? static_cast<std::size_t>(size) : 0);
+    }
+}
+
+/// Makes a file of root's for an item in a directory that none but root can enter. Only root may
+/// write to it, whatever the item's mode and access list say.
+void makeRootsFile(const Change& change, const Item& directory) {
+    constexpr mode_t mostRights = 0755;
+    const auto& [path, parent, name, item] = change.place;
+    const FileDescriptor file(::openat(directory.descriptor.get(), name.c_str(),
+                                       O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
+                                       S_IRUSR | S_IWUSR));
+    requireDone(file ? 0 : -1);
+    if (change.content) {
+        writeAll(file, *change.content);
+    } else {
+        copyContent(*item, Reader(item->status.stx_uid), file);
+    }
+    requireDone(::fchown(file.get(), 0, 0));
+    requireDone(::fchmod(file.get(), item->status.stx_mode & mostRights));
+}
+
+/// Puts a new file of root's in the item's place.
+void replaceByRootsFile(const Change& change) {
+    const Place& place = change.place;
     const Stage stage(place.directory);
     const int staged = stage.directory().descriptor.get();
     const char* name = place.name.c_str();
     try {
-        copyItem(*place.item, Reader(place.item->status.stx_uid), stage.directory(), place.name);
-        requireDone(::fchownat(staged, name, 0, 0, AT_SYMLINK_NOFOLLOW));
+        makeRootsFile(change, stage.directory());
         requireDone(::renameat(staged, name, place.directory.descriptor.get(), name));
     } catch (const Refusal&) {
         ::unlinkat(staged, name, 0);
@@ -44,20 +71,24 @@ void replaceByRootsCopy(const Place& place) {
 
 } // namespace
 
-void touch(const Place& place) {
-    requireDone(::utimensat(AT_FDCWD, pathOf(*place.item).c_str(), nullptr, 0));
+void touch(const Change& change) {
+    requireDone(::utimensat(AT_FDCWD, pathOf(*change.place.item).c_str(), nullptr, 0));
 }
 
-void letEverybodyRead(const Place& place) {
+void letEverybodyRead(const Change& change) {
     constexpr mode_t rights = S_IRUSR | S_IWUSR | S_IRGRP | S_IROTH;
-    requireDone(::chmod(pathOf(*place.item).c_str(), rights));
+    requireDone(::chmod(pathOf(*change.place.item).c_str(), rights));
 }
 
-void giveToRoot(const Place& place) {
-    if (S_ISREG(place.item->status.stx_mode) && place.item->status.stx_uid != 0) {
-        replaceByRootsCopy(place);
+void giveToRoot(const Change& change) {
+    const Item& item = *change.place.item;
+    const bool isFile = S_ISREG(item.status.stx_mode);
+    if (isFile && (change.content || item.status.stx_uid != 0)) {
+        replaceByRootsFile(change);
+    } else if (change.content) {
+        throw startFailure(Errno(EINVAL));
     } else {
-        requireDone(::fchownat(place.item->descriptor.get(), "", 0, 0, AT_EMPTY_PATH));
+        requireDone(::fchownat(item.descriptor.get(), "", 0, 0, AT_EMPTY_PATH));
     }
 }
 

@@ -7,14 +7,15 @@ namespace platform::native::helper {
 // What is done to one item, which exists and is no link. Each throws a Refusal when it cannot.
 
 /// Sets the times to now.
-void touch(const Place& place);
+void touch(const Change& change);
 
 /// Lets its owner write and everybody read, and nobody anything else.
-void letEverybodyRead(const Place& place);
+void letEverybodyRead(const Change& change);
 
-/// Gives it to root and root's group. A plain file of somebody else's is replaced by a copy, so
-/// that no descriptor which that one has kept leads to it.
-void giveToRoot(const Place& place);
+/// Gives it to root and root's group. A plain file that is somebody else's, or is to have a
+/// content, is replaced by a new one, which only root may write to: no descriptor that somebody has
+/// kept leads there. Without a content it gets what the former file holds.
+void giveToRoot(const Change& change);
 
 /// Makes the directories that do not exist yet, each in the one before.
 void makeDirectories(const Directories& directories);

@@ -46,8 +46,8 @@ bool isTool(const Tool& tool, const std::string& name, const std::string& other)
 /// Whose links on the way to an operand's directory may be followed.
 enum class Links { owners, roots };
 
-void requireHonest(const Way& way, Links links, std::string_view operand) {
-    if (links == Links::roots ? !way.isRoots : !way.isHonest()) {
+void requireLinks(const Way& way, Links links, std::string_view operand) {
+    if (links == Links::roots ? !way.isRoots : !way.isOwners()) {
         throw Refusal{Status::itemRedirected, std::string(operand)};
     }
 }
@@ -72,7 +72,7 @@ std::optional<Place> locate(std::string_view operand, Links links) {
     if (!way || !way->end.isDirectory()) {
         return std::nullopt;
     }
-    requireHonest(*way, links, about);
+    requireLinks(*way, links, about);
     auto item = openItem(way->end.descriptor.get(), name);
     if (item && item->isLink() && namesDirectory) {
         throw Refusal{Status::itemRedirected, about};
@@ -134,7 +134,7 @@ std::optional<Place> destinationOf(std::string_view operand, const std::string& 
     if (!way || !way->end.isDirectory()) {
         return locate(operand, links);
     }
-    requireHonest(*way, links, operand);
+    requireLinks(*way, links, operand);
     auto item = openItem(way->end.descriptor.get(), sourceName);
     return Place{std::string(operand) + "/" + sourceName, std::move(way->end), sourceName,
                  std::move(item)};
@@ -249,17 +249,19 @@ Task prepareDirectories(Operands operands, ProtectedItems& /*staying*/) {
     if (!way || !way->end.isDirectory()) {
         throw Refusal{Status::itemUnreachable, std::string(operands[0])};
     }
-    requireHonest(*way, Links::roots, operands[0]);
+    requireLinks(*way, Links::roots, operands[0]);
     return Directories{std::string(operands[0]), std::move(way->end), std::move(missing)};
 }
 
-/// The words of a command line that the program sends, and what it asks for. In any other words a
+/// The words of a command line that the program sends, and what it asks for. Only one has the item
+/// be of a given content. In any other words a
 /// tool gets what it is told, as anything else that is run.
 struct Form {
     std::string_view tool;
     std::span<const std::string_view> words;
     std::size_t operands;
     Task (*prepare)(Operands operands, ProtectedItems& staying);
+    bool takesContent = false;
 };
 
 constexpr std::array<std::string_view, 3> copyWords = {"-f", "-p", "-R"};
@@ -272,7 +274,7 @@ constexpr std::array forms = {
     Form{"/cp", copyWords, 2, prepareCopy},
     Form{"/touch", touchWords, 1, prepareTouch},
     Form{"/chmod", modeWords, 1, prepareMode},
-    Form{"/chown", ownerWords, 1, prepareOwner},
+    Form{"/chown", ownerWords, 1, prepareOwner, true},
     Form{"/mkdir", directoryWords, 1, prepareDirectories},
 };
 
@@ -292,17 +294,24 @@ std::string heldPath(const Item& directory, const std::string& name) {
 
 Task prepare(const Request& request, ProtectedItems& staying) {
     Tool tool = trustedTool(request.tool);
+    const auto* const form = std::find_if(forms.begin(), forms.end(), [&](const Form& candidate) {
+        return hasForm(request, candidate);
+    });
+    if (request.content && (form == forms.end() || !form->takesContent)) {
+        throw Refusal{Status::commandUnknown, tool.path};
+    }
     if (isTool(tool, "rm", "mv")) {
         return prepareRemoval(std::move(tool), request, staying);
     }
     if (isTool(tool, "mv", "rm")) {
         return prepareMove(request, staying);
     }
-    const auto* const form = std::find_if(forms.begin(), forms.end(), [&](const Form& candidate) {
-        return hasForm(request, candidate);
-    });
     if (form != forms.end()) {
-        return form->prepare(Operands(request.arguments).subspan(form->words.size()), staying);
+        Task task = form->prepare(Operands(request.arguments).subspan(form->words.size()), staying);
+        if (request.content) {
+            std::get<Change>(task).content = *request.content;
+        }
+        return task;
     }
     return Command{std::move(tool), {request.arguments.begin(), request.arguments.end()}};
 }

@@ -52,10 +52,11 @@ struct Move {
     Copy copy;
 };
 
-/// What is to be done to one item.
+/// What is to be done to one item, and the content that it is to have by that, if any.
 struct Change {
-    void (*make)(const Place& place);
+    void (*make)(const Change& change);
     Place place;
+    std::optional<std::string> content = std::nullopt;
 };
 
 /// Directories that are to be made, the first in one that exists, for the path that was asked for.

@@ -119,22 +119,39 @@ void forEachName(const Item& directory, const FileDescriptor& opened, const Read
     }
 }
 
-/// A name in a directory that none but root can enter, and its path there.
+/// A name in a directory that none but root can enter.
 struct Spot {
     int directory;
     std::string name;
-    std::string path;
-
-    Spot in(int inner, const std::string& child) const {
-        return {inner, child, path + "/" + child};
-    }
+    /// That directory's own; null for the one that is filled.
+    std::shared_ptr<const Spot> parent = nullptr;
+    int level = 1;
 };
+
+std::string pathFrom(const Item& top, const Spot& spot) {
+    std::string path = spot.name;
+    for (const Spot* above = spot.parent.get(); above != nullptr; above = above->parent.get()) {
+        path.insert(0, above->name + "/");
+    }
+    return heldPath(top, path);
+}
 
 /// Whether a program on this file system gets its owner's rights. Elsewhere such programs may be
 /// anybody's work.
 bool keepsPrivileges(int item) {
     struct statvfs fileSystem {};
     return ::fstatvfs(item, &fileSystem) == 0 && (fileSystem.f_flag & ST_NOSUID) == 0;
+}
+
+/// Sets a limit to this, or to the most that the system lets this process have.
+void liftLimit(__rlimit_resource resource, rlim_t most) {
+    rlimit limit{};
+    ::getrlimit(resource, &limit);
+    limit = {most, std::max(most, limit.rlim_max)};
+    if (::setrlimit(resource, &limit) != 0 && ::getrlimit(resource, &limit) == 0) {
+        limit.rlim_cur = limit.rlim_max;
+        ::setrlimit(resource, &limit);
+    }
 }
 
 class Copier {
@@ -150,7 +167,7 @@ public:
         }
         switch (status.st_mode & S_IFMT) {
         case S_IFREG:
-            copyFile(item, status, to);
+            copyFile(item, to);
             break;
         case S_IFDIR:
             copyDirectory(item, to);
@@ -174,19 +191,17 @@ private:
         if (S_ISDIR(status.st_mode) || status.st_nlink == 1) {
             return false;
         }
-        const auto [first, isNew] = copies_.emplace(item.identity(), to.path);
-        return !isNew &&
-               ::linkat(AT_FDCWD, first->second.c_str(), to.directory, to.name.c_str(), 0) == 0;
+        const auto [first, isNew] = copies_.emplace(item.identity(), to);
+        return !isNew && ::linkat(AT_FDCWD, pathFrom(target_, first->second).c_str(), to.directory,
+                                  to.name.c_str(), 0) == 0;
     }
 
-    void copyFile(const Item& item, const struct stat& status, const Spot& to) const {
-        const auto from = openForReading(item, reader_, O_NOCTTY);
+    void copyFile(const Item& item, const Spot& to) const {
         const FileDescriptor made(::openat(to.directory, to.name.c_str(),
                                            O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
                                            S_IRUSR | S_IWUSR));
         require(static_cast<bool>(made));
-        copyBytes(from.get(), made.get(), status.st_size);
-        require(::ftruncate(made.get(), status.st_size) == 0);
+        const auto from = copyContent(item, reader_, made);
         copyAttributes(from.get(), made.get());
     }
 
@@ -194,13 +209,15 @@ private:
         if (item.identity() == target_.identity()) {
             throw startFailure(Errno(EINVAL));
         }
+        requireLevel(to.level);
         require(::mkdirat(to.directory, to.name.c_str(), S_IRWXU) == 0);
         const FileDescriptor made(::openat(to.directory, to.name.c_str(),
                                            O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
         require(static_cast<bool>(made));
         const auto from = openForReading(item, reader_, O_DIRECTORY);
+        const auto parent = std::make_shared<const Spot>(to);
         forEachName(item, from, reader_, [&](const Item& child, const std::string& name) {
-            copy(child, to.in(made.get(), name));
+            copy(child, {made.get(), name, parent, to.level + 1});
         });
         copyAttributes(from.get(), made.get());
     }
@@ -229,16 +246,24 @@ private:
     const Item& target_;
     const Reader& reader_;
     /// The first copy of each file of several names.
-    std::map<decltype(std::declval<Item>().identity()), std::string> copies_;
+    std::map<FileId, Spot> copies_;
 };
 
 } // namespace
 
 void copyItem(const Item& item, const Reader& reader, const Item& closedDirectory,
               const std::string& name) {
-    liftDescriptorLimit();
-    Copier(closedDirectory, reader)
-        .copy(item, {closedDirectory.descriptor.get(), name, heldPath(closedDirectory, name)});
+    liftLimits();
+    Copier(closedDirectory, reader).copy(item, {closedDirectory.descriptor.get(), name});
+}
+
+FileDescriptor copyContent(const Item& file, const Reader& reader, const FileDescriptor& to) {
+    auto from = openForReading(file, reader, O_NOCTTY);
+    struct stat status {};
+    require(::fstat(from.get(), &status) == 0);
+    copyBytes(from.get(), to.get(), status.st_size);
+    require(::ftruncate(to.get(), status.st_size) == 0);
+    return from;
 }
 
 void forEachIn(const Item& directory, const Reader& reader, const ChildVisitor& visit) {
@@ -256,10 +281,15 @@ void settleLike(const Item& example, const Item& directory) {
     require(::utimensat(AT_FDCWD, path.c_str(), times.data(), 0) == 0);
 }
 
-void liftDescriptorLimit() {
-    constexpr rlim_t most = 1U << 16U;
-    const rlimit both{most, most};
-    ::setrlimit(RLIMIT_NOFILE, &both);
+void requireLevel(int level) {
+    if (level > mostLevels) {
+        throw startFailure(Errno(ENAMETOOLONG));
+    }
+}
+
+void liftLimits() {
+    liftLimit(RLIMIT_NOFILE, 1U << 16U);
+    liftLimit(RLIMIT_STACK, 64U << 20U);
 }
 
 } // namespace platform::native::helper

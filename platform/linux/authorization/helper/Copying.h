@@ -2,6 +2,7 @@
 
 #include "platform/linux/authorization/helper/Reader.h"
 #include "platform/linux/authorization/helper/Walk.h"
+#include "platform/linux/posix/FileDescriptor.h"
 
 #include <functional>
 #include <string>
@@ -11,10 +12,14 @@ namespace platform::native::helper {
 /// Copies an item and all that is in it to a name in a directory that none but root can enter. The
 /// copy has the item's owners, rights, times, access lists and the user's attributes. No link is
 /// followed and only plain files are read, each as far as it reached when it was opened. A device,
-/// what the reader may not read, or an owner that the copy cannot have, fails the whole of it. What
-/// a failure leaves is the caller's to remove. Throws a Refusal.
+/// what the reader may not read, an owner that the copy cannot have, or more than mostLevels, fails
+/// the whole of it. What a failure leaves is the caller's to remove. Throws a Refusal.
 void copyItem(const Item& item, const Reader& reader, const Item& closedDirectory,
               const std::string& name);
+
+/// Copies what a plain file holds, as far as it reaches now, to an empty one, and returns the first
+/// open for reading. Throws a Refusal.
+FileDescriptor copyContent(const Item& file, const Reader& reader, const FileDescriptor& to);
 
 using ChildVisitor = std::function<void(const Item& child, const std::string& name)>;
 
@@ -24,7 +29,15 @@ void forEachIn(const Item& directory, const Reader& reader, const ChildVisitor& 
 /// Sets a directory's owner, rights and times to those of another one. Throws a Refusal.
 void settleLike(const Item& example, const Item& directory);
 
-/// The program has a user's limit; a deep tree takes more.
-void liftDescriptorLimit();
+/// How deep the directories that are copied may be: as deep as any path leads. Deeper ones are made
+/// to exhaust who walks through them.
+inline constexpr int mostLevels = 2048;
+
+/// Throws a Refusal when a directory is at more than mostLevels.
+void requireLevel(int level);
+
+/// Lets this process have the descriptors and the stack that mostLevels take. The program's are a
+/// user's.
+void liftLimits();
 
 } // namespace platform::native::helper

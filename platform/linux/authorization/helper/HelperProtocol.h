@@ -12,9 +12,10 @@
 /// so that a message arrives whole or not at all.
 ///
 /// A request is the tool's path and then its arguments, each followed by a zero byte, which none of
-/// them can hold. A request whose only string is empty runs nothing: it asks whether the helper is
-/// there. Every request gets one Reply, in the order of the requests; one that says `started`
-/// brings the read end of the tool's standard output with it (SCM_RIGHTS).
+/// them can hold. In front there may be an empty string and the content that the item is to have
+/// which the request is about. A request whose only string is empty runs nothing: it asks whether
+/// the helper is there. Every request gets one Reply, in the order of the requests; one that says
+/// `started` brings the read end of the tool's standard output with it (SCM_RIGHTS).
 ///
 /// Only the process that made the connection and started the helper is answered. It says so with
 /// each message (SCM_CREDENTIALS), for which it makes the helper's end ask (SO_PASSCRED) before it
@@ -61,28 +62,35 @@ static_assert(sizeof(Reply) == 16);
 struct Request {
     std::string_view tool;
     std::vector<std::string_view> arguments;
+    std::optional<std::string_view> content = std::nullopt;
 };
 
 inline constexpr std::string_view areYouThere{"\0", 1};
 
 /// The message for a request, or nothing when no helper would take it: it is too large, or a string
 /// holds a zero byte.
-inline std::optional<std::string> encodeRequest(const std::string& tool,
-                                                const std::vector<std::string>& arguments) {
-    std::size_t size = tool.size() + 1;
-    bool hasZero = tool.find('\0') != std::string::npos;
-    for (const auto& argument : arguments) {
-        size += argument.size() + 1;
-        hasZero = hasZero || argument.find('\0') != std::string::npos;
+inline std::optional<std::string>
+encodeRequest(const std::string& tool, const std::vector<std::string>& arguments,
+              const std::optional<std::string>& content = std::nullopt) {
+    std::vector<std::string_view> strings;
+    if (content) {
+        strings = {"", *content};
+    }
+    strings.emplace_back(tool);
+    strings.insert(strings.end(), arguments.begin(), arguments.end());
+    std::size_t size = strings.size();
+    bool hasZero = false;
+    for (const auto string : strings) {
+        size += string.size();
+        hasZero = hasZero || string.find('\0') != std::string_view::npos;
     }
     if (hasZero || size > maximumRequestSize || arguments.size() > maximumArguments) {
         return std::nullopt;
     }
     std::string message;
     message.reserve(size);
-    message.append(tool).push_back('\0');
-    for (const auto& argument : arguments) {
-        message.append(argument).push_back('\0');
+    for (const auto string : strings) {
+        message.append(string).push_back('\0');
     }
     return message;
 }
@@ -96,7 +104,20 @@ inline Status parseRequest(std::string_view message, Request& request) {
     if (message == areYouThere) {
         return Status::ready;
     }
-    if (message.empty() || message.back() != '\0' || message.front() == '\0') {
+    if (message.empty() || message.back() != '\0') {
+        return Status::requestMalformed;
+    }
+    const auto takeString = [&] {
+        const auto string = message.substr(0, message.find('\0'));
+        message.remove_prefix(string.size() + 1);
+        return string;
+    };
+    request.content.reset();
+    if (message.front() == '\0') {
+        takeString();
+        request.content = takeString();
+    }
+    if (message.empty() || message.front() == '\0') {
         return Status::requestMalformed;
     }
     std::vector<std::string_view> strings;
@@ -104,9 +125,7 @@ inline Status parseRequest(std::string_view message, Request& request) {
         if (strings.size() > maximumArguments) {
             return Status::requestTooLarge;
         }
-        const std::size_t end = message.find('\0');
-        strings.push_back(message.substr(0, end));
-        message.remove_prefix(end + 1);
+        strings.push_back(takeString());
     }
     request.tool = strings.front();
     request.arguments.assign(strings.begin() + 1, strings.end());

@@ -63,28 +63,71 @@ bool dropOtherName(const Place& from, const Place& to) {
            errno == ENOENT;
 }
 
+/// Puts what is in a closed directory back in the place that it was taken from.
+void putBack(const Stage& stage, const Place& place) {
+    const int reason = errno; // of what has failed before
+    const char* name = place.name.c_str();
+    if (::renameat2(stage.directory().descriptor.get(), name, place.directory.descriptor.get(),
+                    name, RENAME_NOREPLACE) != 0) {
+        log("what was renamed stays in the folder for it: " + place.name);
+    }
+    errno = reason;
+}
+
+/// Renames the item that was checked into a closed directory, and nothing else that is in its place
+/// by now. Sets errno when it cannot.
+bool takeAside(const Place& place, const Stage& stage) {
+    const int staged = stage.directory().descriptor.get();
+    const char* name = place.name.c_str();
+    if (::renameat(place.directory.descriptor.get(), name, staged, name) != 0) {
+        return false;
+    }
+    const auto item = openItem(staged, place.name);
+    if (item && item->identity() == place.item->identity()) {
+        return true;
+    }
+    errno = ESTALE;
+    putBack(stage, place);
+    return false;
+}
+
 /// Renames an item into a directory that only root may change, and nothing else that stands in its
 /// place by now. Sets errno when it cannot.
 bool renameThisItem(const Place& from, const Place& to) {
     const Stage stage(to.directory);
-    const int staged = stage.directory().descriptor.get();
-    const int source = from.directory.descriptor.get();
-    const char* name = from.name.c_str();
-    if (::renameat(source, name, staged, name) != 0) {
+    if (!takeAside(from, stage)) {
         return false;
     }
-    const auto item = openItem(staged, from.name);
-    const bool isIt = item && item->identity() == from.item->identity();
-    if (isIt && ::renameat(staged, name, to.directory.descriptor.get(), to.name.c_str()) == 0) {
-        ::unlinkat(staged, name, 0); // which is still there when both are names of one file
-        return true;
+    const int staged = stage.directory().descriptor.get();
+    const char* name = from.name.c_str();
+    if (::renameat(staged, name, to.directory.descriptor.get(), to.name.c_str()) != 0) {
+        putBack(stage, from);
+        return false;
     }
-    const int reason = isIt ? errno : ESTALE;
-    if (::renameat2(staged, name, source, name, RENAME_NOREPLACE) != 0) {
-        log("what was renamed stays in the folder for it: " + from.name);
+    ::unlinkat(staged, name, 0); // which is still there when both are names of one file
+    return true;
+}
+
+bool removeItem(const Tool& remover, const Item& directory, const std::string& name) {
+    return succeeds(remover, {"-Rf", "--", heldPath(directory, name)});
+}
+
+/// Takes an item away, and nothing else that stands in its place by now: where others than root may
+/// put something there, it is renamed into a closed directory first. What cannot be taken away is
+/// in its place again.
+bool removeThisItem(const Place& place, const Tool& remover) {
+    if (!place.directory.isChangeable()) {
+        return isThere(place) && removeItem(remover, place.directory, place.name);
     }
-    errno = reason;
-    return false;
+    const Stage stage(place.directory);
+    if (!takeAside(place, stage)) {
+        return false;
+    }
+    const bool isGone = removeItem(remover, stage.directory(), place.name);
+    if (!isGone) {
+        putBack(stage, place);
+    }
+    return isGone;
 }
 
 bool renameItem(const Place& from, const Place& to) {
@@ -138,7 +181,7 @@ bool carryOut(const Move& move, FileDescriptor& report, const FileDescriptor& tu
     // copied, has gone by then.
     takeTurn(turns);
     return isThere(from) && placing.put(*from.item, stage, to.directory, to.name) &&
-           isThere(from) && succeeds(remover, {"-Rf", "--", source});
+           removeThisItem(from, remover);
 }
 
 } // namespace platform::native::helper

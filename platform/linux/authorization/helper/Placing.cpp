@@ -51,10 +51,16 @@ bool Placing::put(const Item& item, const Stage& stage, const Item& directory,
 }
 
 bool Placing::merge(const Item& from, const Item& to, const std::string& name) const {
-    liftDescriptorLimit();
+    liftLimits();
+    return mergeLevel(from, to, name, 1);
+}
+
+bool Placing::mergeLevel(const Item& from, const Item& to, const std::string& name,
+                         int level) const {
     bool areAllThere = false;
     try {
-        areAllThere = mergeItems(from, to);
+        requireLevel(level);
+        areAllThere = mergeItems(from, to, level);
         settleLike(from, to); // when the stage has gone
     } catch (const Refusal& refusal) {
         logFailure(name, refusal.about);
@@ -63,21 +69,21 @@ bool Placing::merge(const Item& from, const Item& to, const std::string& name) c
     return areAllThere;
 }
 
-bool Placing::mergeItems(const Item& from, const Item& to) const {
+bool Placing::mergeItems(const Item& from, const Item& to, int level) const {
     const Stage stage(to);
     bool areAllThere = true;
     forEachIn(from, reader_, [&](const Item& item, const std::string& name) {
-        areAllThere = mergeItem(item, name, stage, to) && areAllThere;
+        areAllThere = mergeItem(item, name, stage, to, level) && areAllThere;
     });
     return areAllThere;
 }
 
 bool Placing::mergeItem(const Item& item, const std::string& name, const Stage& stage,
-                        const Item& to) const {
+                        const Item& to, int level) const {
     const auto there = openItem(to.descriptor.get(), name);
     const bool isDirectoryThere = there && there->isDirectory();
     if (isDirectoryThere && item.isDirectory() && mayMergeInto(*there, to)) {
-        return merge(item, *there, name);
+        return mergeLevel(item, *there, name, level + 1);
     }
     if (isDirectoryThere || (there && item.isDirectory())) {
         logFailure(name, std::to_string(EEXIST));

@@ -34,9 +34,10 @@ public:
     bool merge(const Item& from, const Item& to, const std::string& name) const;
 
 private:
-    bool mergeItems(const Item& from, const Item& to) const;
-    bool mergeItem(const Item& item, const std::string& name, const Stage& stage,
-                   const Item& to) const;
+    bool mergeLevel(const Item& from, const Item& to, const std::string& name, int level) const;
+    bool mergeItems(const Item& from, const Item& to, int level) const;
+    bool mergeItem(const Item& item, const std::string& name, const Stage& stage, const Item& to,
+                   int level) const;
 
     const Reader reader_;
     const Tool& remover_;

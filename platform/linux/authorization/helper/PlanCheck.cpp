@@ -142,7 +142,7 @@ private:
 
     bool isInTrash(const Place& place) const {
         const auto trash = walk(home_ + "/.Trash");
-        return trash && trash->isHonest() && trash->end.status.stx_uid == user_ &&
+        return trash && trash->isOwners() && trash->end.status.stx_uid == user_ &&
                trash->end.identity() == place.directory.identity();
     }
 

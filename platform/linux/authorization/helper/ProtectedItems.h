@@ -7,7 +7,6 @@
 
 #include <set>
 #include <string>
-#include <utility>
 
 namespace platform::native::helper {
 
@@ -35,7 +34,7 @@ private:
     /// Tells when the mount points change.
     FileDescriptor mounts_;
     bool areFound_ = false;
-    std::set<decltype(std::declval<Item>().identity())> identities_;
+    std::set<FileId> identities_;
 };
 
 } // namespace platform::native::helper

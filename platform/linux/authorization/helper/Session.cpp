@@ -2,6 +2,7 @@
 
 #include "platform/linux/authorization/helper/Change.h"
 #include "platform/linux/authorization/helper/Move.h"
+#include "platform/linux/authorization/helper/PassingMessage.h"
 #include "platform/linux/authorization/helper/PlanCheck.h"
 #include "platform/linux/authorization/helper/SystemLog.h"
 #include "platform/linux/authorization/helper/Terms.h"
@@ -19,8 +20,8 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
-#include <cstring>
 #include <new>
+#include <optional>
 #include <utility>
 #include <variant>
 
@@ -50,7 +51,7 @@ struct Performer {
     bool operator()(const Move& move) const { return carryOut(move, report, turns); }
     bool operator()(const Copy& copy) const { return carryOut(copy, report); }
     bool operator()(const Change& change) const {
-        change.make(change.place);
+        change.make(change);
         return true;
     }
     bool operator()(const Directories& directories) const {
@@ -73,22 +74,9 @@ struct Performer {
 
 /// Whether the program can still be talked to; one that leaves replies unread cannot.
 bool send(Reply reply, const FileDescriptor& output) {
-    iovec bytes{&reply, sizeof reply};
-    alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof(int))> control{};
-    msghdr message{};
-    message.msg_iov = &bytes;
-    message.msg_iovlen = 1;
-    if (output) {
-        const int descriptor = output.get();
-        message.msg_control = control.data();
-        message.msg_controllen = control.size();
-        cmsghdr* header = CMSG_FIRSTHDR(&message);
-        header->cmsg_level = SOL_SOCKET;
-        header->cmsg_type = SCM_RIGHTS;
-        header->cmsg_len = CMSG_LEN(sizeof descriptor);
-        std::memcpy(CMSG_DATA(header), &descriptor, sizeof descriptor);
-    }
-    return ::sendmsg(STDIN_FILENO, &message, MSG_NOSIGNAL | MSG_DONTWAIT) == sizeof reply;
+    PassingMessage<int> message(&reply, sizeof reply);
+    const auto passed = output ? std::optional(output.get()) : std::nullopt;
+    return message.send(STDIN_FILENO, passed, MSG_NOSIGNAL | MSG_DONTWAIT) == sizeof reply;
 }
 
 struct Message {
@@ -97,24 +85,11 @@ struct Message {
     ucred sender{};
 };
 
-/// Takes the next message. There is no room for descriptors that come with it, so the system drops
-/// them.
+/// Takes the next message. Descriptors that come with it are dropped.
 Message receive(std::string& buffer) {
-    Message received;
-    iovec bytes{buffer.data(), buffer.size()};
-    alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof(ucred))> control{};
-    msghdr message{};
-    message.msg_iov = &bytes;
-    message.msg_iovlen = 1;
-    message.msg_control = control.data();
-    message.msg_controllen = control.size();
-    received.size = ::recvmsg(STDIN_FILENO, &message, MSG_DONTWAIT | MSG_TRUNC);
-    const cmsghdr* header = received.size < 0 ? nullptr : CMSG_FIRSTHDR(&message);
-    if (header != nullptr && header->cmsg_level == SOL_SOCKET &&
-        header->cmsg_type == SCM_CREDENTIALS && header->cmsg_len == CMSG_LEN(sizeof(ucred))) {
-        std::memcpy(&received.sender, CMSG_DATA(header), sizeof(ucred));
-    }
-    return received;
+    PassingMessage<ucred> message(buffer.data(), buffer.size());
+    const ssize_t size = message.receive(STDIN_FILENO, MSG_DONTWAIT | MSG_TRUNC);
+    return {size, message.passed().value_or(ucred{})};
 }
 
 } // namespace

@@ -53,7 +53,7 @@ std::optional<Item> openItem(int directory, const std::string& name) {
     return std::nullopt;
 }
 
-bool Way::isHonest() const {
+bool Way::isOwners() const {
     return std::all_of(redirectors.begin(), redirectors.end(),
                        [&](uid_t owner) { return owner != 0 && owner == end.status.stx_uid; });
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/linux/posix/FileDescriptor.h"
+#include "platform/linux/posix/OpenDirectory.h"
 
 #include <sys/stat.h>
 #include <sys/types.h>
@@ -9,7 +10,6 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <tuple>
 #include <vector>
 
 namespace platform::native::helper {
@@ -28,9 +28,7 @@ struct Item {
         return status.stx_uid != 0 || (!isLink() && (status.stx_mode & (S_IWGRP | S_IWOTH)) != 0);
     }
     bool isEverybodys() const { return (status.stx_mode & S_IWOTH) != 0; }
-    auto identity() const {
-        return std::tuple(status.stx_dev_major, status.stx_dev_minor, status.stx_ino);
-    }
+    FileId identity() const { return fileIdOf(status); }
 };
 
 /// Opens what stands in a directory under a name, a link itself. No server is asked and nothing is
@@ -48,9 +46,9 @@ struct Way {
     /// ".." is in such a directory.
     bool isRoots = true;
 
-    /// Whether it leads where each redirector could have done the same harm as its owner. A
-    /// directory's group is trusted as its owner is.
-    bool isHonest() const;
+    /// Whether nobody but the owner of its end could have led it elsewhere, who could have done the
+    /// same harm without a link. A directory's group is trusted as its owner is.
+    bool isOwners() const;
 };
 
 using Visitor = std::function<void(const Item&)>;

@@ -18,6 +18,7 @@
 #include <sys/time.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <charconv>
 #include <csignal>
 #include <cstdlib>
@@ -66,8 +67,11 @@ void settleLimits() {
          {Limit{RLIMIT_NOFILE, mostDescriptors}, Limit{RLIMIT_STACK, usualStack},
           Limit{RLIMIT_CPU, RLIM_INFINITY}, Limit{RLIMIT_FSIZE, RLIM_INFINITY},
           Limit{RLIMIT_DATA, RLIM_INFINITY}, Limit{RLIMIT_AS, RLIM_INFINITY}}) {
-        const rlimit both{limit.value, limit.value};
-        ::setrlimit(static_cast<__rlimit_resource>(limit.resource), &both);
+        const auto resource = static_cast<__rlimit_resource>(limit.resource);
+        rlimit set{};
+        ::getrlimit(resource, &set);
+        set = {limit.value, std::max(limit.value, set.rlim_max)}; // a copy may need the most
+        ::setrlimit(resource, &set);
     }
 }
 

@@ -119,14 +119,21 @@ void unpackEntry(archive* zip, archive* disk, archive_entry* entry) {
     }
 }
 
+/// An open archive, with its path for messages.
+struct SourceArchive {
+    const std::string& path;
+    ArchiveHandle zip = openArchive(path);
+};
+
 /// Unpacks into the working directory.
-void unpackEntries(archive* zip, const std::string& archivePath) {
+void unpackEntries(const SourceArchive& source) {
+    auto* const zip = source.zip.get();
     const auto disk = openDisk();
     archive_entry* entry = nullptr;
     int result = ARCHIVE_OK;
     try {
         while ((result = archive_read_next_header(zip, &entry)) != ARCHIVE_EOF) {
-            check(result, zip, archivePath);
+            check(result, zip, source.path);
             unpackEntry(zip, disk.get(), entry);
         }
     } catch (const ToolError&) {
@@ -135,7 +142,7 @@ void unpackEntries(archive* zip, const std::string& archivePath) {
         throw;
     }
     if (archive_write_close(disk.get()) < ARCHIVE_WARN) {
-        throw ToolError(archivePath + ": " + failureOf(disk.get()));
+        throw ToolError(source.path + ": " + failureOf(disk.get()));
     }
 }
 
@@ -144,8 +151,7 @@ void unpackEntries(archive* zip, const std::string& archivePath) {
 }
 
 /// Unpacks into a missing directory, which appears when it is complete.
-void unpackIntoNewDirectory(archive* zip, const std::string& archivePath,
-                            const std::string& directory) {
+void unpackIntoNewDirectory(const SourceArchive& source, const std::string& directory) {
     if (const auto above = makeDirectories(path::deletingLastComponent(directory), ACCESSPERMS);
         !above) {
         failToMakeDirectory(directory, above.error());
@@ -161,7 +167,7 @@ void unpackIntoNewDirectory(archive* zip, const std::string& archivePath,
     if (::fchdir(draft->item().get()) != 0) {
         failToMakeDirectory(directory, Errno::last());
     }
-    unpackEntries(zip, archivePath);
+    unpackEntries(source);
     if (const auto renamed = draft->rename(); !renamed) {
         failToMakeDirectory(directory, renamed.error());
     }
@@ -169,17 +175,18 @@ void unpackIntoNewDirectory(archive* zip, const std::string& archivePath,
 
 } // namespace
 
-void extract(const std::string& archivePath, const std::string& directory) {
-    const auto zip = openArchive(archivePath);
+void extract(const Extraction& extraction) {
+    const auto& directory = extraction.directory;
+    const SourceArchive source{extraction.archivePath};
     struct stat status {};
     if (::stat(directory.c_str(), &status) != 0) {
-        unpackIntoNewDirectory(zip.get(), archivePath, directory);
+        unpackIntoNewDirectory(source, directory);
         return;
     }
     if (::chdir(directory.c_str()) != 0) {
         throw ToolError(failureSentence(directory, "entered", reason(Errno::last())));
     }
-    unpackEntries(zip.get(), archivePath);
+    unpackEntries(source);
 }
 
 } // namespace platform::native::ditto

@@ -4,6 +4,12 @@
 
 namespace platform::native::ditto {
 
+/// What to unpack, and where: absolute paths.
+struct Extraction {
+    std::string archivePath;
+    std::string directory;
+};
+
 /// Unpacks a zip archive into a directory.
 ///
 /// Restores modes, except the set-user-ID and set-group-ID bits, times and links. A missing
@@ -12,7 +18,7 @@ namespace platform::native::ditto {
 /// through a link, one that is not a file, directory or link, one whose declared size exceeds the
 /// space on the volume, one whose content does not match the archive, and for an archive that is
 /// damaged in any way. On failure a missing directory is still missing; an existing one keeps what
-/// was already unpacked. Both paths are absolute.
-void extract(const std::string& archivePath, const std::string& directory);
+/// was already unpacked.
+void extract(const Extraction& extraction);
 
 } // namespace platform::native::ditto

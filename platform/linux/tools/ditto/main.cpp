@@ -30,7 +30,7 @@ bool run(const std::vector<std::string>& words) {
     } else if (words.size() == 4 && words[0] == "-ck" && words[1] == "--keepParent") {
         ditto::compress(absolute(words[2]), absolute(words[3]), ditto::KeepParent::yes);
     } else if (words.size() == 3 && words[0] == "-xk") {
-        ditto::extract(absolute(words[1]), absolute(words[2]));
+        ditto::extract({.archivePath = absolute(words[1]), .directory = absolute(words[2])});
     } else {
         throw tool::Misuse();
     }
@@ -42,6 +42,7 @@ bool run(const std::vector<std::string>& words) {
 int main(int argc, char** argv) {
     // Names are bytes here; the archive library interprets them in this encoding.
     std::setlocale(LC_CTYPE, "C.UTF-8");
-    return tool::run("ditto", "ditto -ck [--keepParent] SOURCE ARCHIVE | -xk ARCHIVE FOLDER", argc,
-                     argv, run);
+    return tool::run(
+        {.name = "ditto", .usage = "ditto -ck [--keepParent] SOURCE ARCHIVE | -xk ARCHIVE FOLDER"},
+        argc, argv, run);
 }

@@ -111,16 +111,23 @@ public:
         }
     }
 
-    void add(const char* suffix, const std::string& sections, const std::string& wantedBy) {
+    /// What one unit does not share with the others; see UnitFile.
+    struct Part {
+        const char* suffix;
+        std::string sections;
+        std::string wantedBy;
+    };
+
+    void add(const Part& part) {
         std::string text = "[Unit]\nDescription=" + escapedSpecifiers(label_) + " (launchd job)\n";
-        text += sections;
-        if (!wantedBy.empty()) {
-            text += section("Install", {"WantedBy=" + wantedBy});
+        text += part.sections;
+        if (!part.wantedBy.empty()) {
+            text += section("Install", {"WantedBy=" + part.wantedBy});
         }
         text += ownerSection;
         text += std::string(labelSetting) + label_ + "\"\n";
         text += std::string(jobFileSetting) + jobFile_ + "\"\n";
-        files_.push_back({escapedForUnitName(label_) + suffix, text, wantedBy});
+        files_.push_back({escapedForUnitName(label_) + part.suffix, text, part.wantedBy});
     }
 
     std::vector<UnitFile> take() { return std::move(files_); }
@@ -169,12 +176,17 @@ std::vector<UnitFile> unitsOfJob(const Value& job, std::string_view jobFile, Dom
     Units units(labelOfJob(job), jobFile);
     const auto draft = draftOf(settings);
     const std::string startUp = domain == Domain::user ? "default.target" : "multi-user.target";
-    units.add(".service", serviceSections(draft), draft.startsAtLoad ? startUp : "");
+    units.add({.suffix = ".service",
+               .sections = serviceSections(draft),
+               .wantedBy = draft.startsAtLoad ? startUp : ""});
     if (!draft.timer.empty()) {
-        units.add(".timer", timerSections(draft), "timers.target");
+        units.add(
+            {.suffix = ".timer", .sections = timerSections(draft), .wantedBy = "timers.target"});
     }
     if (!draft.path.empty()) {
-        units.add(".path", section("Path", draft.path), "paths.target");
+        units.add({.suffix = ".path",
+                   .sections = section("Path", draft.path),
+                   .wantedBy = "paths.target"});
     }
     return units.take();
 }

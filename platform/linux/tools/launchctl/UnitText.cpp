@@ -63,10 +63,12 @@ void requirePath(std::string_view path) {
     }
 }
 
-std::string doubled(std::string_view text, std::string_view characters) {
+/// Returns the text with each of these characters twice.
+template <char... characters>
+std::string doubled(std::string_view text) {
     std::string result;
     for (const char character : text) {
-        result.append(characters.find(character) == std::string_view::npos ? 1 : 2, character);
+        result.append(((character == characters) || ...) ? 2 : 1, character);
     }
     return result;
 }
@@ -124,17 +126,17 @@ std::string escapedForUnitName(std::string_view text) {
 
 std::string escapedSpecifiers(std::string_view text) {
     requireLine(text);
-    return doubled(text, "%");
+    return doubled<'%'>(text);
 }
 
 std::string quotedWord(std::string_view text) {
     requireText(text);
-    return inQuotes(doubled(text, "%"));
+    return inQuotes(doubled<'%'>(text));
 }
 
 std::string quotedArgument(std::string_view text) {
     requireText(text);
-    return inQuotes(doubled(text, "%$"));
+    return inQuotes(doubled<'%', '$'>(text));
 }
 
 std::string programWord(std::string_view path) {
@@ -162,7 +164,7 @@ std::string plainPath(std::string_view path) {
     if (path.ends_with(' ') || path.ends_with('\\')) {
         throw Unfit("must not end with a space or a backslash");
     }
-    return doubled(path, "%");
+    return doubled<'%'>(path);
 }
 
 } // namespace platform::native::launchctl

@@ -90,7 +90,7 @@ TEST_F(Registry, NeverNamesABundleThatIsAnotherNow) {
     EXPECT_EQ(propertyLists.read(registryFile())["com.quillfen.dunmarl"], Value());
 }
 
-TEST_F(Registry, GivesTheLastRegisteredOfSeveral) {
+TEST_F(Registry, ReturnsTheLastRegisteredOfSeveral) {
     const auto first = makeBundle("1.app", "com.quillfen.Dunmarl");
     const auto second = makeBundle("2.app", "com.quillfen.Dunmarl");
     ASSERT_TRUE(registry.add(first));

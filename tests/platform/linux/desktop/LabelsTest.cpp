@@ -91,25 +91,30 @@ TEST_F(Labels, ThatAreTakenAwayLeaveNothingBehind) {
     EXPECT_TRUE(writeLabel(file, 0));
 }
 
-TEST_F(Labels, InAnAttributeOfAnotherSizeAreNone) {
-    for (const std::string& value :
-         {std::string(), std::string(10, '\xFF'), std::string(33, '\xFF')}) {
-        ASSERT_EQ(::setxattr(file.c_str(), attribute, value.data(), value.size(), 0), 0);
-        EXPECT_EQ(readLabel(file), 0) << value.size();
-    }
+class LabelAttributeOfAnotherSize : public Labels,
+                                    public testing::WithParamInterface<std::size_t> {};
+
+TEST_P(LabelAttributeOfAnotherSize, HasNoLabelAndIsReplaced) {
+    const std::string value(GetParam(), '\xFF');
+    ASSERT_EQ(::setxattr(file.c_str(), attribute, value.data(), value.size(), 0), 0);
+    EXPECT_EQ(readLabel(file), 0);
     ASSERT_TRUE(writeLabel(file, 1));
     EXPECT_EQ(valueOf(file), std::string(9, '\0') + '\x02' + std::string(22, '\0'));
 }
 
-TEST_F(Labels, BeyondTheLastAreRefused) {
+INSTANTIATE_TEST_SUITE_P(Size, LabelAttributeOfAnotherSize, testing::Values(0, 10, 33));
+
+class LabelBeyondTheLast : public Labels, public testing::WithParamInterface<int> {};
+
+TEST_P(LabelBeyondTheLast, IsRefused) {
     ASSERT_TRUE(writeLabel(file, 5));
-    for (const int label : {-1, 8, 256, 1 << 20}) {
-        const auto written = writeLabel(file, label);
-        ASSERT_FALSE(written) << label;
-        EXPECT_EQ(written.error().code, EINVAL);
-    }
+    const auto written = writeLabel(file, GetParam());
+    ASSERT_FALSE(written);
+    EXPECT_EQ(written.error().code, EINVAL);
     EXPECT_EQ(readLabel(file), 5);
 }
+
+INSTANTIATE_TEST_SUITE_P(Number, LabelBeyondTheLast, testing::Values(-1, 8, 256, 1 << 20));
 
 TEST_F(Labels, OfAMissingItemAreAnError) {
     EXPECT_EQ(readLabel(directory / "missing"), std::nullopt);

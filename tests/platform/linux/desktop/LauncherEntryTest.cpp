@@ -1,5 +1,6 @@
 #include "platform/linux/desktop/LauncherEntry.h"
 
+#include "tests/support/NamedCase.h"
 #include "tests/support/RunCommand.h"
 #include "tests/support/ScopedEnvironment.h"
 #include "tests/support/TemporaryDirectory.h"
@@ -45,24 +46,37 @@ TEST_F(LauncherEntryTest, OffersTheProgramUnderTheBundlesNameWhileItIsThere) {
                                   "\"\nTryExec=" + program + "\n");
 }
 
-TEST_F(LauncherEntryTest, HasTheNameThatTheBundleGivesItself) {
-    const auto bundle = makeBundle("A.app");
-    const std::vector<std::pair<Value::Dictionary, std::string>> rows = {
-        {{{"CFBundleName", "Short"}}, "Short"},
-        {{{"CFBundleName", "Short"}, {"CFBundleDisplayName", "Long"}}, "Long"},
-        {{{"CFBundleName", ""}}, "A"},
-        {{{"CFBundleName", "one\ntwo\\three"}}, R"(one\\x0Atwo\\three)"}};
-    for (const auto& [names, expected] : rows) {
-        auto named = information();
-        named.insert(names.begin(), names.end());
+struct NamesOfABundle : NamedCase {
+    Value::Dictionary names;
+    const char* expected;
+};
 
-        const auto entry = launcherEntry(bundle, named);
+class LauncherEntryNameTest : public LauncherEntryTest,
+                              public testing::WithParamInterface<NamesOfABundle> {};
 
-        ASSERT_TRUE(entry);
-        EXPECT_NE(entry->content.find("\nName=" + expected + "\n"), std::string::npos)
-            << entry->content;
-    }
+TEST_P(LauncherEntryNameTest, IsThatOfTheBundle) {
+    auto named = information();
+    named.insert(GetParam().names.begin(), GetParam().names.end());
+
+    const auto entry = launcherEntry(makeBundle("A.app"), named);
+
+    ASSERT_TRUE(entry);
+    EXPECT_NE(entry->content.find(std::string("\nName=") + GetParam().expected + "\n"),
+              std::string::npos)
+        << entry->content;
 }
+
+INSTANTIATE_TEST_SUITE_P(
+    All, LauncherEntryNameTest,
+    testing::Values(NamesOfABundle{{"Name"}, {{"CFBundleName", "Short"}}, "Short"},
+                    NamesOfABundle{{"DisplayName"},
+                                   {{"CFBundleName", "Short"}, {"CFBundleDisplayName", "Long"}},
+                                   "Long"},
+                    NamesOfABundle{{"EmptyName"}, {{"CFBundleName", ""}}, "A"},
+                    NamesOfABundle{{"LinesAndBackslashes"},
+                                   {{"CFBundleName", "one\ntwo\\three"}},
+                                   R"(one\\x0Atwo\\three)"}),
+    nameOfCase);
 
 TEST_F(LauncherEntryTest, IsNotMadeWhereItsFileNameWouldLeadElsewhere) {
     const auto bundle = makeBundle("A.app");

@@ -6,32 +6,45 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
-using platform::FileId;
+#include <filesystem>
+#include <initializer_list>
+
 using platform::native::CopiedLinks;
 using platform::native::FileDescriptor;
+using platform::native::statusOf;
 
 namespace {
 
 class CopiedLinksTest : public testing::Test {
 protected:
     void remember(const std::string& file, std::vector<std::string> path) {
-        const FileDescriptor copy(::open(file.c_str(), O_RDONLY | O_CLOEXEC));
-        ASSERT_TRUE(links_.remember(source_, copy, std::move(path)));
+        const FileDescriptor copy(::open(file.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
+        links_.remember(source(), *statusOf(copy.get()), std::move(path));
     }
-    bool link(const FileId& source) { return links_.link(source, top_.get(), "second"); }
+    bool link(const struct statx& source) { return links_.link(source, top_.get(), "second"); }
+
+    static struct statx source() {
+        struct statx status {};
+        status.stx_dev_minor = 1;
+        status.stx_ino = 2;
+        status.stx_mode = S_IFREG | 0644;
+        status.stx_size = 100;
+        status.stx_ctime = {.tv_sec = 1'700'000'000, .tv_nsec = 5};
+        return status;
+    }
 
     TemporaryDirectory directory_;
     FileDescriptor top_{::open(directory_.path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)};
     CopiedLinks links_{top_};
-    const FileId source_{1, 2};
 };
 
 TEST_F(CopiedLinksTest, LinksToTheCopyUnderTheFormerName) {
     const auto file = directory_.write("a/b/first", "content");
     remember(file, {"a", "b", "first"});
 
-    ASSERT_TRUE(link(source_));
+    ASSERT_TRUE(link(source()));
 
     struct stat status {};
     ASSERT_EQ(::stat(file.c_str(), &status), 0);
@@ -42,7 +55,32 @@ TEST_F(CopiedLinksTest, LinksToTheCopyUnderTheFormerName) {
 TEST_F(CopiedLinksTest, KnowsNoOtherFile) {
     remember(directory_.write("first"), {"first"});
 
-    EXPECT_FALSE(link({1, 3}));
+    auto other = source();
+    ++other.stx_ino;
+    EXPECT_FALSE(link(other));
+}
+
+TEST_F(CopiedLinksTest, DoesNotTakeAnotherFileWithTheSameNumberForTheSame) {
+    remember(directory_.write("first"), {"first"});
+
+    for (const auto change : std::initializer_list<void (*)(struct statx&)>{
+             [](struct statx& file) { ++file.stx_size; },
+             [](struct statx& file) { ++file.stx_ctime.tv_sec; },
+             [](struct statx& file) { ++file.stx_ctime.tv_nsec; },
+             [](struct statx& file) { file.stx_mode = S_IFIFO | 0644; }}) {
+        auto other = source();
+        change(other);
+        EXPECT_FALSE(link(other));
+    }
+}
+
+TEST_F(CopiedLinksTest, LinksALinkItself) {
+    ::symlink("nowhere", (directory_ / "first").c_str());
+    remember(directory_ / "first", {"first"});
+
+    ASSERT_TRUE(link(source()));
+
+    EXPECT_EQ(std::filesystem::read_symlink(directory_ / "second"), "nowhere");
 }
 
 TEST_F(CopiedLinksTest, DoesNotLinkToAnotherFileOfTheName) {
@@ -51,7 +89,7 @@ TEST_F(CopiedLinksTest, DoesNotLinkToAnotherFileOfTheName) {
     ASSERT_EQ(::rename(file.c_str(), (directory_ / "moved").c_str()), 0);
     directory_.write("first", "another");
 
-    EXPECT_FALSE(link(source_));
+    EXPECT_FALSE(link(source()));
 
     EXPECT_FALSE(exists(directory_ / "second"));
 }
@@ -62,14 +100,14 @@ TEST_F(CopiedLinksTest, FollowsNoLinkOnTheWayToTheCopy) {
     ASSERT_EQ(::rename((directory_ / "a").c_str(), (directory_ / "moved").c_str()), 0);
     ::symlink("moved", (directory_ / "a").c_str());
 
-    EXPECT_FALSE(link(source_));
+    EXPECT_FALSE(link(source()));
 }
 
 TEST_F(CopiedLinksTest, ReplacesNothing) {
     remember(directory_.write("first", "content"), {"first"});
     directory_.write("second", "own");
 
-    EXPECT_FALSE(link(source_));
+    EXPECT_FALSE(link(source()));
 
     EXPECT_EQ(contentOf(directory_ / "second"), "own");
 }

@@ -4,7 +4,11 @@
 
 #include <sys/stat.h>
 
+#include <initializer_list>
+
 using platform::native::CopyFingerprints;
+using platform::native::placeBelow;
+using platform::native::TreePlace;
 
 namespace {
 
@@ -27,7 +31,7 @@ struct statx directoryStatus() {
 
 bool isKnownAfter(const struct statx& added, void (*change)(struct statx&)) {
     CopyFingerprints fingerprints;
-    fingerprints.add(added);
+    fingerprints.add(added, TreePlace::top);
     fingerprints.close();
     auto changed = added;
     change(changed);
@@ -67,12 +71,47 @@ TEST(CopyFingerprintsTest, KnowsADirectoryThatIsBeingEmptied) {
     }));
 }
 
+TEST(CopyFingerprintsTest, KnowsAnItemByItsPlace) {
+    const auto place = placeBelow(placeBelow(TreePlace::top, "directory"), "file");
+    CopyFingerprints fingerprints;
+    fingerprints.add(fileStatus(), place);
+    fingerprints.close();
+    auto status = fileStatus();
+    ++status.stx_ino;
+    ++status.stx_dev_minor;
+
+    EXPECT_TRUE(fingerprints.containsAtPlace(status, place));
+    EXPECT_FALSE(fingerprints.containsAtPlace(status, TreePlace::top));
+    EXPECT_FALSE(fingerprints.containsAtPlace(status, placeBelow(TreePlace::top, "file")));
+
+    for (const auto change : std::initializer_list<void (*)(struct statx&)>{
+             [](struct statx& file) { ++file.stx_size; },
+             [](struct statx& file) { ++file.stx_mtime.tv_sec; },
+             [](struct statx& file) { ++file.stx_mtime.tv_nsec; },
+             [](struct statx& file) { file.stx_mode = S_IFLNK | 0644; },
+             [](struct statx& file) { file.stx_mode = S_IFDIR | 0755; }}) {
+        auto changed = status;
+        change(changed);
+        EXPECT_FALSE(fingerprints.containsAtPlace(changed, place));
+    }
+}
+
+TEST(CopyFingerprintsTest, TellsPlacesByAllNamesOnTheWay) {
+    const auto a = placeBelow(TreePlace::top, "a");
+    const auto b = placeBelow(TreePlace::top, "b");
+    EXPECT_NE(a, TreePlace::top);
+    EXPECT_NE(a, b);
+    EXPECT_NE(placeBelow(a, "b"), placeBelow(b, "a"));
+    EXPECT_NE(placeBelow(a, "a"), a);
+    EXPECT_NE(placeBelow(a, "b"), placeBelow(TreePlace::top, "ab"));
+}
+
 TEST(CopyFingerprintsTest, KnowsEachOfMany) {
     CopyFingerprints fingerprints;
     auto status = fileStatus();
     for (int i = 0; i < 1000; ++i) {
         ++status.stx_ino;
-        fingerprints.add(status);
+        fingerprints.add(status, TreePlace::top);
     }
     fingerprints.close();
     for (int i = 0; i < 1000; ++i) {

@@ -1,4 +1,5 @@
 #include "tests/platform/linux/RunChild.h"
+#include "tests/platform/linux/files/Faults.h"
 #include "tests/platform/linux/files/FileSystemOnDisk.h"
 #include "tests/support/ScopedLimit.h"
 #include "tests/support/Sentence.h"
@@ -154,14 +155,18 @@ TEST(CopyItem, KeepsAccessControlLists) {
     constexpr const char* attribute = "system.posix_acl_access";
     const TemporaryDirectory directory;
     const auto file = directory.write("file");
-    if (::setxattr(file.c_str(), attribute, list.data(), list.size(), 0) != 0) {
-        GTEST_SKIP() << "temporary folders are on a volume without access control lists";
+    ASSERT_EQ(::mkfifo((directory / "fifo").c_str(), 0600), 0);
+    for (const auto* name : {"file", "fifo"}) {
+        const auto copy = directory / (std::string("copy of ") + name);
+        if (::setxattr((directory / name).c_str(), attribute, list.data(), list.size(), 0) != 0) {
+            GTEST_SKIP() << "temporary folders are on a volume without access control lists";
+        }
+
+        ASSERT_TRUE(fileSystem.copyItem(directory / name, copy));
+
+        EXPECT_EQ(description(copy), description(directory / name));
+        EXPECT_EQ(::getxattr(copy.c_str(), attribute, nullptr, 0), 44);
     }
-
-    ASSERT_TRUE(fileSystem.copyItem(file, directory / "copy"));
-
-    EXPECT_EQ(description(directory / "copy"), description(file));
-    EXPECT_EQ(::getxattr((directory / "copy").c_str(), attribute, nullptr, 0), 44);
 }
 
 TEST(CopyItem, TakesNoAccessControlListFromTheDirectoryAround) {
@@ -179,11 +184,17 @@ TEST(CopyItem, TakesNoAccessControlListFromTheDirectoryAround) {
         GTEST_SKIP() << "temporary folders are on a volume without access control lists";
     }
 
+    ASSERT_EQ(::chmod((directory / "top/fifo").c_str(), 0664), 0);
+
     ASSERT_TRUE(fileSystem.copyItem(directory / "top", around + "/copy"));
     ASSERT_TRUE(fileSystem.copyItem(directory / "top/plain", around + "/plain"));
+    ASSERT_TRUE(fileSystem.copyItem(directory / "top/fifo", around + "/fifo"));
 
     EXPECT_EQ(description(around + "/copy"), description(directory / "top"));
-    EXPECT_EQ(::getxattr((around + "/plain").c_str(), "system.posix_acl_access", nullptr, 0), -1);
+    for (const auto* name : {"/plain", "/fifo", "/copy/fifo"}) {
+        EXPECT_EQ(::getxattr((around + name).c_str(), "system.posix_acl_access", nullptr, 0), -1)
+            << name;
+    }
 }
 
 TEST(CopyItem, KeepsManyAndLargeExtendedAttributes) {
@@ -291,6 +302,31 @@ TEST(CopyItem, NeedsFewDescriptorsForADeepTree) {
     EXPECT_TRUE(fileSystem.removeItem(directory / "copy"));
 }
 
+TEST(CopyItem, KeepsHardLinksAmongLinksAndPipes) {
+    const TemporaryDirectory directory;
+    directory.makeDirectory("top/inner");
+    ASSERT_EQ(::symlink("target", (directory / "top/link").c_str()), 0);
+    ASSERT_EQ(::mkfifo((directory / "top/pipe").c_str(), 0600), 0);
+    ASSERT_EQ(::link((directory / "top/link").c_str(), (directory / "top/inner/link").c_str()), 0);
+    ASSERT_EQ(::link((directory / "top/pipe").c_str(), (directory / "top/inner/pipe").c_str()), 0);
+    const auto numberOf = [&directory](const std::string& name) {
+        struct stat status {};
+        EXPECT_EQ(::lstat((directory / name).c_str(), &status), 0) << name;
+        return status.st_ino;
+    };
+
+    ASSERT_TRUE(fileSystem.copyItem(directory / "top", directory / "copy"));
+    EXPECT_EQ(
+        runChild({"move", directory / "top", directory / "moved"}, withFaults(otherVolume)).output,
+        "ok\nfaults: 1\n");
+
+    for (const std::string copy : {"copy", "moved"}) {
+        EXPECT_EQ(numberOf(copy + "/link"), numberOf(copy + "/inner/link"));
+        EXPECT_EQ(numberOf(copy + "/pipe"), numberOf(copy + "/inner/pipe"));
+        EXPECT_EQ(fs::read_symlink(directory / (copy + "/inner/link")), "target");
+    }
+}
+
 TEST(CopyItem, CopiesHardLinksAcrossADeepTree) {
     const MemoryDirectory directory;
     makeDeepTree(directory / "top", 60);
@@ -359,13 +395,18 @@ TEST(CopyItem, TellsWhatIsWrongWithAPath) {
          "“file” couldn’t be copied because the system doesn’t allow it."},
         {file, "", "“file” couldn’t be copied because the system doesn’t allow it."},
         {file, "new", "“file” couldn’t be copied because the system doesn’t allow it."},
-        {file, directory / "missing/new", "“file” couldn’t be copied because it doesn’t exist."},
+        {file, directory / "missing/new",
+         "“file” couldn’t be copied because the folder “missing” doesn’t exist."},
         {file, file + "/new",
          "“file” couldn’t be copied because a part of its path isn’t a folder."},
         {file + "/inner", directory / "new",
          "“inner” couldn’t be copied because a part of its path isn’t a folder."},
         {longPath, directory / "new", "“component” couldn’t be copied because it doesn’t exist."},
-        {file, longPath, "“file” couldn’t be copied because it doesn’t exist."},
+        {file, longPath, "“file” couldn’t be copied because the folder “component” doesn’t exist."},
+        {file + std::string("\0.tmp", 5), directory / "new",
+         "“file\\x00.tmp” couldn’t be copied because the system doesn’t allow it."},
+        {file, directory / std::string("new\0.tmp", 8),
+         "“file” couldn’t be copied because the system doesn’t allow it."},
         {directory / longName, directory / "new",
          "“" + longName + "” couldn’t be copied because its name is too long."},
         {file, directory / longName, "“file” couldn’t be copied because its name is too long."},

@@ -9,8 +9,10 @@
 /// Makes every rename fail as if it led to another volume.
 inline const std::string otherVolume = "renameat2:1:" + std::to_string(EXDEV);
 
-/// Returns the environment to start a child with so that its system calls fail.
-inline std::vector<std::string> withFaults(const std::string& faults) {
-    return {preloading(QF_FAULTY_CALLS), "QF_FAULTS=" + faults,
+/// Returns the environment to start a child with so that its system calls fail, and events that
+/// change a file change this one.
+inline std::vector<std::string> withFaults(const std::string& faults,
+                                           const std::string& changedFile = "") {
+    return {preloading(QF_FAULTY_CALLS), "QF_FAULTS=" + faults, "QF_CHANGED=" + changedFile,
             "ASAN_OPTIONS=verify_asan_link_order=0"};
 }

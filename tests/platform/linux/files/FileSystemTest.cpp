@@ -1,6 +1,5 @@
 #include "platform/linux/files/FileSystem.h"
 
-#include "platform/linux/process/ToolOverlay.h"
 #include "tests/platform/linux/RunChild.h"
 #include "tests/platform/linux/files/FileSystemOnDisk.h"
 #include "tests/support/TemporaryDirectory.h"
@@ -107,28 +106,6 @@ TEST(FileSystem, TellsDirectoriesFromFiles) {
     EXPECT_FALSE(fileSystem.isDirectory(directory / "missing"));
 }
 
-TEST(FileSystem, TellsWhatCanBeRun) {
-    const TemporaryDirectory directory;
-    const auto file = directory.write("tool");
-    EXPECT_FALSE(fileSystem.isExecutable(file));
-
-    ASSERT_EQ(::chmod(file.c_str(), 0755), 0);
-
-    EXPECT_TRUE(fileSystem.isExecutable(file));
-    EXPECT_TRUE(fileSystem.isExecutable(directory.path()));
-    EXPECT_FALSE(fileSystem.isExecutable(directory / "missing"));
-}
-
-TEST(FileSystem, TestsTheStandInOfATool) {
-    const TemporaryDirectory overlay;
-    ASSERT_EQ(::chmod(overlay.write("bin/qf-no-such-tool").c_str(), 0755), 0);
-    EXPECT_FALSE(fileSystem.isExecutable("/bin/qf-no-such-tool"));
-
-    const auto former = platform::native::setToolOverlay(overlay.path());
-    EXPECT_TRUE(fileSystem.isExecutable("/bin/qf-no-such-tool"));
-    platform::native::setToolOverlay(former);
-}
-
 TEST(FileSystem, ListsEveryNameInADirectory) {
     const TemporaryDirectory directory;
     directory.write("a");
@@ -206,7 +183,7 @@ TEST(FileSystem, UnlocksWhatIsNotLockedWithoutPrivilegeOrPermission) {
     }
 }
 
-TEST(FileSystem, UnlocksNothingWhereNothingStands) {
+TEST(FileSystem, UnlocksNothingWhereNothingExists) {
     const TemporaryDirectory directory;
 
     const auto changed = fileSystem.setImmutable(directory / "missing.txt", false);
@@ -299,10 +276,6 @@ TEST(FileSystem, TellsWhyADirectoryCannotBeMade) {
     makeLink("missing", directory / "broken");
     makeLink("loop", directory / "loop");
     const std::string longName(256, 'n');
-    std::string longPath = directory.path();
-    while (longPath.size() < 5000) {
-        longPath += "/component";
-    }
     const std::vector<std::pair<std::string, std::string>> cases{
         {directory / "file",
          "“file” couldn’t be created because an item with the same name already "
@@ -315,8 +288,9 @@ TEST(FileSystem, TellsWhyADirectoryCannotBeMade) {
          "“new” couldn’t be created because its path leads through too many links."},
         {directory / longName,
          "“" + longName + "” couldn’t be created because its name is too long."},
-        {longPath, "“component” couldn’t be created because its name is too long."},
         {"relative", "“relative” couldn’t be created because the system doesn’t allow it."},
+        {directory / std::string("zero\0.tmp", 9),
+         "“zero\\x00.tmp” couldn’t be created because the system doesn’t allow it."},
         {"", "“” couldn’t be created because the system doesn’t allow it."},
         {"/proc/new", "“new” couldn’t be created because it doesn’t exist."},
     };
@@ -325,7 +299,20 @@ TEST(FileSystem, TellsWhyADirectoryCannotBeMade) {
         ASSERT_FALSE(created) << path;
         EXPECT_EQ(created.error().localizedDescription, sentence);
     }
-    EXPECT_FALSE(fileSystem.exists(directory / "component"));
+    EXPECT_FALSE(fileSystem.exists(directory / "zero"));
+}
+
+TEST(FileSystem, MakesADirectoryHoweverLongItsPathIs) {
+    const TemporaryDirectory directory;
+    std::string longPath = directory.path();
+    while (longPath.size() < 5000) {
+        longPath += "/component";
+    }
+
+    EXPECT_TRUE(fileSystem.createDirectory(longPath));
+
+    EXPECT_TRUE(fileSystem.isDirectory(longPath));
+    EXPECT_TRUE(fileSystem.createDirectory(longPath));
 }
 
 TEST(FileSystem, MakesNoDirectoryWithoutPermission) {

@@ -36,7 +36,7 @@ protected:
 TEST_F(ItemTransferTest, CopiesUnderANewName) {
     directory_.write("source/item/file", "content");
 
-    ASSERT_TRUE(copyItem(source_.get(), "item", destination_.get(), "copy"));
+    ASSERT_TRUE(copyItem({source_.get(), "item"}, {destination_.get(), "copy"}));
 
     EXPECT_EQ(contentOf(directory_ / "destination/copy/file"), "content");
     EXPECT_TRUE(exists(directory_ / "source/item/file"));
@@ -47,7 +47,7 @@ TEST_F(ItemTransferTest, CopiesOntoNothingThatIsThere) {
     directory_.write("source/item", "new");
     directory_.write("destination/item", "old");
 
-    const auto done = copyItem(source_.get(), "item", destination_.get(), "item");
+    const auto done = copyItem({source_.get(), "item"}, {destination_.get(), "item"});
 
     ASSERT_FALSE(done);
     EXPECT_EQ(done.error().number.number(), EEXIST);
@@ -59,7 +59,7 @@ TEST_F(ItemTransferTest, RefusesToCopyADirectoryIntoItself) {
     directory_.makeDirectory("source/item");
     const auto inside = open("source/item/inside");
 
-    const auto done = copyItem(source_.get(), "item", inside.get(), "copy");
+    const auto done = copyItem({source_.get(), "item"}, {inside.get(), "copy"});
 
     ASSERT_FALSE(done);
     EXPECT_EQ(done.error().number.number(), EINVAL);
@@ -71,7 +71,7 @@ TEST_F(ItemTransferTest, MovesByRenaming) {
     struct stat before {};
     ASSERT_EQ(::stat((directory_ / "source/item").c_str(), &before), 0);
 
-    ASSERT_TRUE(moveItem(source_.get(), "item", destination_.get(), "moved"));
+    ASSERT_TRUE(moveItem({source_.get(), "item"}, {destination_.get(), "moved"}));
 
     struct stat after {};
     ASSERT_EQ(::stat((directory_ / "destination/moved").c_str(), &after), 0);
@@ -82,13 +82,13 @@ TEST_F(ItemTransferTest, MovesByRenaming) {
 TEST_F(ItemTransferTest, MovesALinkItself) {
     ::symlink("nowhere", (directory_ / "source/link").c_str());
 
-    ASSERT_TRUE(moveItem(source_.get(), "link", destination_.get(), "link"));
+    ASSERT_TRUE(moveItem({source_.get(), "link"}, {destination_.get(), "link"}));
 
     EXPECT_EQ(std::filesystem::read_symlink(directory_ / "destination/link"), "nowhere");
 }
 
 TEST_F(ItemTransferTest, NamesTheItemThatIsMissing) {
-    const auto done = moveItem(source_.get(), "missing", destination_.get(), "item");
+    const auto done = moveItem({source_.get(), "missing"}, {destination_.get(), "item"});
 
     ASSERT_FALSE(done);
     EXPECT_EQ(done.error().name, "missing");

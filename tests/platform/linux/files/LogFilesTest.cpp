@@ -315,7 +315,7 @@ TEST_F(LogFiles, SayThatPermissionIsMissing) {
                                "“new” couldn’t be created because you don’t have permission.";
     }));
     EXPECT_TRUE(
-        asNobody([&] { return files.removeItem(directory / "log").error().code == EACCES; }));
+        asNobody([&] { return files.removeLog(directory / "log").error().code == EACCES; }));
     EXPECT_TRUE(asNobody([&] { return files.open(directory / "log") == nullptr; }));
 }
 
@@ -323,10 +323,10 @@ TEST_F(LogFiles, RemoveFilesLinksAndEmptyDirectories) {
     const auto file = directory.write("file", "kept");
     fs::create_symlink(file, directory / "link");
     directory.makeDirectory("folder");
-    EXPECT_TRUE(files.removeItem(directory / "link"));
+    EXPECT_TRUE(files.removeLog(directory / "link"));
     EXPECT_EQ(contentOf(file), "kept");
-    EXPECT_TRUE(files.removeItem(file));
-    EXPECT_TRUE(files.removeItem(directory / "folder"));
+    EXPECT_TRUE(files.removeLog(file));
+    EXPECT_TRUE(files.removeLog(directory / "folder"));
     EXPECT_TRUE(fs::is_empty(directory.path()));
 }
 
@@ -334,17 +334,17 @@ TEST_F(LogFiles, RemoveADirectoryWithAllThatIsInIt) {
     const auto outside = directory.write("outside", "kept");
     directory.write("folder/inside/file");
     fs::create_symlink(outside, directory / "folder/link");
-    EXPECT_TRUE(files.removeItem(directory / "folder"));
+    EXPECT_TRUE(files.removeLog(directory / "folder"));
     EXPECT_FALSE(fs::exists(directory / "folder"));
     EXPECT_EQ(contentOf(outside), "kept");
 }
 
 TEST_F(LogFiles, MoveAnItemAndNeverReplaceAnother) {
     const auto from = directory.write("from", "one");
-    EXPECT_TRUE(files.moveItem(from, directory / "to"));
+    EXPECT_TRUE(files.renameLog(from, directory / "to"));
     EXPECT_EQ(contentOf(directory / "to"), "one");
     directory.write("from", "two");
-    const auto moved = files.moveItem(from, directory / "to");
+    const auto moved = files.renameLog(from, directory / "to");
     ASSERT_FALSE(moved);
     EXPECT_EQ(moved.error().localizedDescription,
               "“from” couldn’t be moved because an item with the same name already exists.");
@@ -354,7 +354,7 @@ TEST_F(LogFiles, MoveAnItemAndNeverReplaceAnother) {
 TEST_F(LogFiles, MoveALinkItself) {
     const auto target = directory.write("target", "kept");
     fs::create_symlink(target, directory / "link");
-    EXPECT_TRUE(files.moveItem(directory / "link", directory / "moved"));
+    EXPECT_TRUE(files.renameLog(directory / "link", directory / "moved"));
     EXPECT_TRUE(fs::is_symlink(directory / "moved"));
     EXPECT_TRUE(fs::exists(target));
 }
@@ -391,9 +391,9 @@ TEST_F(LogFiles, TakeNoPathWithAZeroForTheShorterOne) {
     const auto withZero = path + std::string("\0more", 5);
     EXPECT_FALSE(files.exists(withZero));
     EXPECT_FALSE(files.open(withZero));
-    EXPECT_EQ(files.removeItem(withZero).error().code, EINVAL);
-    EXPECT_EQ(files.moveItem(withZero, directory / "to").error().code, EINVAL);
-    EXPECT_EQ(files.moveItem(path, withZero).error().code, EINVAL);
+    EXPECT_EQ(files.removeLog(withZero).error().code, EINVAL);
+    EXPECT_EQ(files.renameLog(withZero, directory / "to").error().code, EINVAL);
+    EXPECT_EQ(files.renameLog(path, withZero).error().code, EINVAL);
     EXPECT_EQ(files.createEmptyFile(withZero).error().code, EINVAL);
     EXPECT_EQ(files.createDirectory(withZero).error().code, EINVAL);
     EXPECT_EQ(contentOf(path), "kept");

@@ -91,7 +91,7 @@ TEST_F(MetadataTest, CopiesALinksOwnTimes) {
     const FileDescriptor directory(::open(directory_.path().c_str(), O_PATH | O_CLOEXEC));
     const auto status = statusOfEntry(directory.get(), "link");
 
-    ASSERT_TRUE(copyMetadataToEntry(*status, directory.get(), "copy"));
+    ASSERT_TRUE(copyMetadataToEntry(*status, {directory.get(), "copy"}));
 
     EXPECT_EQ(statusOfCopy().st_mtim.tv_sec, 1'000'000'003);
 }
@@ -104,7 +104,7 @@ TEST_F(MetadataTest, CopiesTheModeOfAFifo) {
     const FileDescriptor directory(::open(directory_.path().c_str(), O_PATH | O_CLOEXEC));
     const auto status = statusOfEntry(directory.get(), "fifo");
 
-    ASSERT_TRUE(copyMetadataToEntry(*status, directory.get(), "copy"));
+    ASSERT_TRUE(copyMetadataToEntry(*status, {directory.get(), "copy"}));
 
     EXPECT_EQ(statusOfCopy().st_mode & 07777U, 0666U);
 }
@@ -113,7 +113,7 @@ TEST_F(MetadataTest, TellsThatTheEntryIsMissing) {
     const FileDescriptor directory(::open(directory_.path().c_str(), O_PATH | O_CLOEXEC));
     const auto status = platform::native::statusOf(source_.get());
 
-    EXPECT_EQ(copyMetadataToEntry(*status, directory.get(), "missing").error().number(), ENOENT);
+    EXPECT_EQ(copyMetadataToEntry(*status, {directory.get(), "missing"}).error().number(), ENOENT);
 }
 
 } // namespace

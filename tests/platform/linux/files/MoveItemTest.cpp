@@ -9,6 +9,7 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -119,6 +120,192 @@ TEST(MoveItem, LosesNothingOfAnItemThatHasToBeCopied) {
 
     EXPECT_EQ(description(directory / "new"), before);
     EXPECT_EQ(strangers(directory.path(), {"new"}), std::vector<std::string>{});
+}
+
+TEST(MoveItem, KnowsItsCopyOnAVolumeWhoseNumbersDoNotLast) {
+    const TemporaryDirectory directory;
+    const auto top = directory / "top";
+    makeSampleTree(directory.makeDirectory("top"));
+    const auto before = description(top);
+
+    EXPECT_EQ(
+        runChild({"move", top, directory / "new"}, withFaults(otherVolume + ",syncfs:1:renumber"))
+            .output,
+        "ok\nfaults: 2\n");
+    EXPECT_EQ(description(directory / "new"), before);
+    EXPECT_EQ(runChild({"move", directory / "new/plain", directory / "plain"},
+                       withFaults(otherVolume + ",fsync:1:renumber"))
+                  .output,
+              "ok\nfaults: 2\n");
+    EXPECT_EQ(contentOf(directory / "plain"), "plain content");
+    EXPECT_EQ(strangers(directory.path(), {"new", "plain"}), std::vector<std::string>{});
+}
+
+TEST(MoveItem, MovesOffAnOverlayThatHasForgottenItsNumbers) {
+    if (const auto reason = whyNoMounts(); !reason.empty()) {
+        GTEST_SKIP() << reason;
+    }
+    const TemporaryDirectory directory;
+    const auto upper = directory.makeDirectory("upper");
+    const auto merged = directory.makeDirectory("merged");
+    makeSampleTree(directory.makeDirectory("lower/top"));
+    const auto before = description(directory / "lower/top");
+    auto command = withMountOn(upper, "size=8m");
+    const std::vector<std::string> overlay{
+        "sh",
+        "-c",
+        R"(mkdir "$1/upper" "$1/work" && mount -t overlay none -o \
+           "lowerdir=$2,upperdir=$1/upper,workdir=$1/work" "$3" && shift 3 && exec "$@")",
+        "sh",
+        upper,
+        directory / "lower",
+        merged};
+    command.insert(command.end(), overlay.begin(), overlay.end());
+    auto probe = command;
+    probe.emplace_back("true");
+    if (const auto outcome = run(probe); outcome.status != 0) {
+        GTEST_SKIP() << "no overlay can be mounted: " << outcome.output;
+    }
+
+    EXPECT_EQ(runChild({"move", merged + "/top", directory / "new"}, withFaults("syncfs:1:forget"),
+                       command)
+                  .output,
+              "ok\nfaults: 1\n");
+
+    EXPECT_EQ(description(directory / "new"), before);
+}
+
+TEST(MoveItem, KeepsASourceWhoseCopyDiffers) {
+    const TemporaryDirectory directory;
+    const auto file = directory.write("file", "content");
+
+    EXPECT_EQ(
+        runChild({"move", file, directory / "new"}, withFaults(otherVolume + ",pwrite:1:alter"))
+            .output,
+        "5 “file” couldn’t be moved because the volume reports a fault.\nfaults: 2\n");
+
+    EXPECT_EQ(contentOf(file), "content");
+    EXPECT_EQ(strangers(directory.path(), {"file"}), std::vector<std::string>{});
+}
+
+TEST(MoveItem, KeepsASourceThatChangesWhileItIsCopied) {
+    for (const auto* change : {"append", "touch"}) {
+        const TemporaryDirectory directory;
+        const auto file = directory.write("top/file", "content");
+
+        // Its content is copied by then, and not yet compared.
+        EXPECT_EQ(runChild({"move", directory / "top", directory / "new"},
+                           withFaults(otherVolume + ",futimens:1:" + change, file))
+                      .output,
+                  "11 “file” couldn’t be moved because another program is changing it.\n"
+                  "faults: 2\n");
+
+        EXPECT_TRUE(contentOf(file).starts_with("content"));
+        EXPECT_EQ(strangers(directory.path(), {"top"}), std::vector<std::string>{});
+    }
+}
+
+TEST(MoveItem, KeepsWhatHasChangedOfASourceOnceItIsCopied) {
+    for (const auto* change : {"append", "touch"}) {
+        const TemporaryDirectory directory;
+        const auto file = directory.write("top/file", "content");
+
+        EXPECT_EQ(runChild({"move", directory / "top", directory / "new"},
+                           withFaults(otherVolume + ",syncfs:1:" + change, file))
+                      .output,
+                  "11 “file” couldn’t be moved because another program is changing it.\n"
+                  "faults: 2\n");
+
+        EXPECT_TRUE(contentOf(file).starts_with("content"));
+        EXPECT_EQ(contentOf(directory / "new/file"), "content");
+    }
+}
+
+TEST(MoveItem, RemovesNoSourceWhoseCopyIsNotDurable) {
+    struct Case {
+        std::string item;
+        std::string fault;
+    };
+    const auto failing = [](const std::string& call) { return call + std::to_string(EIO); };
+    for (const auto& [item, fault] :
+         std::vector<Case>{{"file", failing("fsync:1:")}, // of the content
+                           {"file", failing("fsync:2:")}, // of the directory
+                           {"top", failing("syncfs:1:")},
+                           {"top", failing("fsync:1:")},
+                           {"link", failing("fsync:1:")}}) {
+        const TemporaryDirectory directory;
+        directory.write("file", "content");
+        directory.write("top/file", "content");
+        ASSERT_EQ(::symlink("target", (directory / "link").c_str()), 0);
+
+        EXPECT_EQ(runChild({"move", directory / item, directory / "new"},
+                           withFaults(otherVolume + ',' + fault))
+                      .output,
+                  "5 “" + item +
+                      "” couldn’t be moved because the volume reports a fault.\nfaults: 2\n");
+
+        EXPECT_EQ(strangers(directory.path(), {"file", "top", "link"}), std::vector<std::string>{});
+        EXPECT_EQ(contentOf(directory / "file") + contentOf(directory / "top/file"),
+                  "contentcontent");
+        EXPECT_TRUE(exists(directory / "link"));
+    }
+}
+
+TEST(MoveItem, FinishesAMoveThatWasKilledAndNoOther) {
+    const TemporaryDirectory directory;
+    directory.write("top/a", "a");
+    directory.write("top/b", "b");
+    const auto move = [&](const std::string& more) {
+        return runChild({"move", directory / "top", directory / "new"},
+                        withFaults(otherVolume + more));
+    };
+    const std::string taken = "17 “top” couldn’t be moved because an item with the same name "
+                              "already exists.\nfaults: 1\n";
+
+    EXPECT_EQ(move(",unlinkat:2:kill").status, -1);
+    EXPECT_EQ(strangers(directory / "top", {}).size(), 1U);
+    EXPECT_EQ(move("").output, "ok\nfaults: 1\n");
+    EXPECT_EQ(strangers(directory.path(), {"new"}), std::vector<std::string>{});
+
+    // A whole copy alone does not show that it was made by a move.
+    directory.write("top/a", "a");
+    EXPECT_EQ(move("").output, taken);
+    EXPECT_EQ(contentOf(directory / "top/a"), "a");
+}
+
+TEST(MoveItem, FinishesNoKilledMoveOfWhatIsNotInTheCopy) {
+    const TemporaryDirectory directory;
+    directory.write("top/a", "a");
+    directory.write("top/b", "b");
+    const auto move = [&](const std::string& more) {
+        return runChild({"move", directory / "top", directory / "new"},
+                        withFaults(otherVolume + more));
+    };
+    EXPECT_EQ(move(",unlinkat:1:kill").status, -1);
+    directory.write("top/c", "new");
+
+    EXPECT_EQ(move("").output, "17 “top” couldn’t be moved because an item with the same name "
+                               "already exists.\nfaults: 1\n");
+
+    for (const auto* name : {"a", "b", "c"}) {
+        EXPECT_TRUE(exists(directory / (std::string("top/") + name))) << name;
+    }
+}
+
+TEST(MoveItem, TellsOfAttributesThatTheVolumeCannotHold) {
+    const TemporaryDirectory directory;
+    const auto file = directory.write("file", "content");
+    if (::setxattr(file.c_str(), "user.qf.test", "value", 5, 0) != 0) {
+        GTEST_SKIP() << "temporary folders are on a volume without extended attributes";
+    }
+
+    EXPECT_EQ(runChild({"move", file, directory / "new"},
+                       withFaults(otherVolume + ",fsetxattr:1:" + std::to_string(ENOSPC)))
+                  .output,
+              "7 “file” couldn’t be moved because the volume can’t hold its attributes.\n"
+              "faults: 2\n");
+
+    EXPECT_EQ(strangers(directory.path(), {"file"}), std::vector<std::string>{});
 }
 
 TEST(MoveItem, MovesOutOfABindMountOfTheSameDevice) {
@@ -302,12 +489,14 @@ TEST(MoveItem, TellsWhatIsWrongWithAPath) {
     };
     const std::vector<Case> cases{
         {directory / "missing", directory / "new", "it doesn’t exist"},
+        {file + std::string("\0.tmp", 5), directory / "new", "the system doesn’t allow it"},
+        {file, directory / std::string("new\0.tmp", 8), "the system doesn’t allow it"},
         {"", directory / "new", "the system doesn’t allow it"},
         {"file", directory / "new", "the system doesn’t allow it"},
         {file, "", "the system doesn’t allow it"},
         {file, "new", "the system doesn’t allow it"},
         {file, directory / "..", "the system doesn’t allow it"},
-        {file, directory / "missing/new", "it doesn’t exist"},
+        {file, directory / "missing/new", "the folder “missing” doesn’t exist"},
         {file, file + "/new", "a part of its path isn’t a folder"},
         {longPath, directory / "new", "its name is too long"},
         {file, longPath, "its name is too long"},

@@ -24,7 +24,7 @@ class SpecialFilesTest : public testing::Test {
 protected:
     auto copy() {
         const auto status = statusOfEntry(top_.get(), "item");
-        return copyUnopened(top_.get(), "item", *status, top_.get(), "copy");
+        return copyUnopened({top_.get(), "item"}, *status, {top_.get(), "copy"});
     }
 
     mode_t modeOfCopy() const {
@@ -85,7 +85,7 @@ TEST_F(SpecialFilesTest, NoticesThatALinkHasBecomeSomethingElse) {
     ::unlink((directory_ / "item").c_str());
     directory_.write("item");
 
-    EXPECT_EQ(copyUnopened(top_.get(), "item", *status, top_.get(), "copy").error(),
+    EXPECT_EQ(copyUnopened({top_.get(), "item"}, *status, {top_.get(), "copy"}).error(),
               changedMeanwhile);
 }
 

@@ -61,6 +61,44 @@ TEST_F(TemporaryItemTest, IsDeletedWithAllThatIsInIt) {
     EXPECT_TRUE(names().empty());
 }
 
+TEST_F(TemporaryItemTest, LeavesAloneWhatAnotherUserHasLeft) {
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "only the superuser can make another user's files";
+    }
+    std::string name;
+    {
+        const auto item = make();
+        name = names().front();
+    }
+    const auto theirs = directory_.write(name, "theirs");
+    ASSERT_EQ(::chown(theirs.c_str(), 65534, 65534), 0);
+    {
+        ASSERT_TRUE(make());
+        EXPECT_FALSE(TemporaryItem::adopt(top_.get(), "item"));
+    }
+
+    EXPECT_EQ(names(), std::vector<std::string>{name});
+    EXPECT_EQ(contentOf(theirs), "theirs");
+}
+
+TEST_F(TemporaryItemTest, TakesOverWhatAKilledProcessHasLeft) {
+    std::string name;
+    {
+        const auto item = make();
+        name = names().front();
+    }
+    EXPECT_FALSE(TemporaryItem::adopt(top_.get(), "item"));
+    directory_.write(name);
+    EXPECT_FALSE(TemporaryItem::adopt(top_.get(), "another"));
+    {
+        const auto item = TemporaryItem::adopt(top_.get(), "item");
+        ASSERT_TRUE(item);
+        EXPECT_EQ(names(), std::vector<std::string>{name});
+        EXPECT_FALSE(TemporaryItem::adopt(top_.get(), "item"));
+    }
+    EXPECT_TRUE(names().empty());
+}
+
 TEST_F(TemporaryItemTest, ReplacesNothingWhenItIsRenamed) {
     directory_.write("item", "former");
     {

@@ -62,7 +62,7 @@ TEST(RemoveItem, DeletesLinksAndNeverWhatTheyLeadTo) {
     EXPECT_FALSE(exists(directory / "broken"));
 }
 
-TEST(RemoveItem, FailsWhereNothingStands) {
+TEST(RemoveItem, FailsWhereNothingExists) {
     const TemporaryDirectory directory;
 
     const auto removed = fileSystem.removeItem(directory / "missing.txt");

@@ -13,7 +13,7 @@ using platform::native::FileDescriptor;
 using platform::native::moveToUniqueName;
 using platform::native::numberedName;
 
-TEST(NumberedName, StandsInFrontOfTheExtension) {
+TEST(NumberedName, IsBeforeTheExtension) {
     EXPECT_EQ(numberedName("clip.mov", 2), "clip 2.mov");
     EXPECT_EQ(numberedName("Notes", 3), "Notes 3");
     EXPECT_EQ(numberedName(".hidden", 2), ".hidden 2");
@@ -37,10 +37,10 @@ TEST(MoveToFreeName, ReplacesNothing) {
     const FileDescriptor source(::open((directory / "from").c_str(), O_PATH));
     const FileDescriptor destination(::open((directory / "to").c_str(), O_PATH));
 
-    EXPECT_TRUE(moveToUniqueName(source.get(), "a.txt", destination.get()));
+    EXPECT_TRUE(moveToUniqueName({source.get(), "a.txt"}, destination.get()));
 
     EXPECT_EQ(contentOf(directory / "to/a.txt"), "first");
     EXPECT_EQ(contentOf(directory / "to/a 2.txt"), "second");
     EXPECT_EQ(contentOf(directory / "to/a 3.txt"), "third");
-    EXPECT_TRUE(failedWith(moveToUniqueName(source.get(), "a.txt", destination.get()), ENOENT));
+    EXPECT_TRUE(failedWith(moveToUniqueName({source.get(), "a.txt"}, destination.get()), ENOENT));
 }

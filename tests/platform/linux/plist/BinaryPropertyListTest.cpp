@@ -1,6 +1,7 @@
 #include "platform/linux/plist/BinaryPropertyList.h"
 
 #include "tests/platform/linux/plist/BinaryLists.h"
+#include "tests/support/NamedCase.h"
 
 #include <gtest/gtest.h>
 
@@ -14,7 +15,7 @@ using platform::native::BinaryPropertyList;
 namespace {
 
 bool unfolds(const std::string& bytes, std::size_t size = 10000, std::size_t levels = 10) {
-    return BinaryPropertyList(bytes).unfoldsWithin(size, levels);
+    return BinaryPropertyList(bytes).unfoldsWithin({.size = size, .levels = levels});
 }
 
 /// A good list in which `bytes` replace those at a position in the trailer.
@@ -58,17 +59,29 @@ TEST(BinaryPropertyList, RefusesTextWithTheCharacterZero) {
     EXPECT_FALSE(unfolds(listOf({std::string("\x62\0a\0\0", 5)})));
 }
 
-TEST(BinaryPropertyList, RefusesATrailerThatDescribesNoTable) {
+struct BadTrailer : NamedCase {
+    std::size_t position;
+    std::string bytes;
+};
+
+class BinaryPropertyListTrailer : public testing::TestWithParam<BadTrailer> {};
+
+TEST_P(BinaryPropertyListTrailer, IsRefusedIfItDescribesNoTable) {
     ASSERT_TRUE(unfolds(withTrailer(0, "")));
-    for (const auto& [position, bytes] : std::vector<std::pair<std::size_t, std::string>>{
-             {6, std::string(1, '\0')},       // Width of offsets.
-             {6, "\x09"},                     //
-             {7, std::string(1, '\0')},       // Width of references.
-             {8, std::string(8, '\xFF')},     // Count of objects.
-             {16, bigEndian(2, 8)},           // Root.
-             {24, std::string(8, '\xFF')}}) { // Offset of the table.
-        EXPECT_FALSE(unfolds(withTrailer(position, bytes))) << position;
-    }
+    EXPECT_FALSE(unfolds(withTrailer(GetParam().position, GetParam().bytes)));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    All, BinaryPropertyListTrailer,
+    testing::Values(BadTrailer{{"NoWidthOfOffsets"}, 6, std::string(1, '\0')},
+                    BadTrailer{{"TooWideOffsets"}, 6, "\x09"},
+                    BadTrailer{{"NoWidthOfReferences"}, 7, std::string(1, '\0')},
+                    BadTrailer{{"TooManyObjects"}, 8, std::string(8, '\xFF')},
+                    BadTrailer{{"NoSuchRoot"}, 16, bigEndian(2, 8)},
+                    BadTrailer{{"TableBeyondTheEnd"}, 24, std::string(8, '\xFF')}),
+    nameOfCase);
+
+TEST(BinaryPropertyList, IsRefusedWithoutATrailer) {
     EXPECT_FALSE(unfolds("bplist00"));
 }
 

@@ -49,6 +49,17 @@ TEST(PropertyListNodes, KeepPartsOfASecondOnBothSidesOfTheReferenceDate) {
     EXPECT_EQ(valueOf(before.get()), Value(Date(reference - microseconds(1'500'000))));
 }
 
+TEST(PropertyListNodes, TellTheSecondBeforeTheReferenceDateFromTheOneAfter) {
+    using std::chrono::microseconds;
+    const Date reference{std::chrono::sys_days{std::chrono::January / 1 / 2001}};
+    const PropertyListNode list(plist_new_array());
+    plist_array_append_item(list.get(), plist_new_date(-1, 750'000));
+    plist_array_append_item(list.get(), plist_new_date(0, 250'000));
+
+    EXPECT_EQ(valueOf(list.get()), Value(Value::Array{Date(reference - microseconds(250'000)),
+                                                      Date(reference + microseconds(250'000))}));
+}
+
 TEST(PropertyListNodes, AreNoneForNullAndForWhatHasNoCounterpart) {
     EXPECT_TRUE(valueOf(nullptr).isNone());
     EXPECT_FALSE(nodeOf(Value()));

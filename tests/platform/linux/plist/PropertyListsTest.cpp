@@ -90,6 +90,14 @@ TEST(PropertyLists, ReadWhatTheyWrote) {
     EXPECT_EQ(propertyLists.read(directory / "a.plist"), everything());
 }
 
+TEST(PropertyLists, WriteTheXmlThatTheyReturn) {
+    const TemporaryDirectory directory;
+    ASSERT_TRUE(propertyLists.writeAtomically(everything(), directory / "a.plist"));
+    EXPECT_EQ(propertyLists.xml(everything()), contentOf(directory / "a.plist"));
+    EXPECT_EQ(propertyLists.xml(Value("text")), std::nullopt);
+    EXPECT_EQ(propertyLists.xml(Value(Value::Dictionary{{"none", Value()}})), std::nullopt);
+}
+
 TEST(PropertyLists, AreReadByOthers) {
     const TemporaryDirectory directory;
     ASSERT_TRUE(propertyLists.writeAtomically(everything(), directory / "a.plist"));

@@ -11,6 +11,7 @@
 
 using platform::Unexpected;
 using platform::native::checked;
+using platform::native::checkedNumber;
 using platform::native::Errno;
 using platform::native::failedWith;
 using platform::native::opened;
@@ -33,6 +34,11 @@ TEST(Errno, OfASystemCallIsTheResultsError) {
     EXPECT_FALSE(result);
     EXPECT_EQ(result.error(), Errno(ENOENT));
     EXPECT_TRUE(checked(::access("/", F_OK)));
+}
+
+TEST(Errno, OfAFunctionThatReturnsItIsTheResultsError) {
+    EXPECT_TRUE(failedWith(checkedNumber(ENOENT), ENOENT));
+    EXPECT_TRUE(checkedNumber(0));
 }
 
 TEST(Errno, OfWhatCannotBeOpenedIsTheResultsError) {

@@ -7,6 +7,7 @@
 using platform::native::aboveStandardStreams;
 using platform::native::FileDescriptor;
 using platform::native::opened;
+using platform::native::openedAboveStandardStreams;
 
 namespace {
 
@@ -97,6 +98,25 @@ TEST(FileDescriptorTest, KeepsClearOfTheStandardStreams) {
     EXPECT_FALSE(isOpen(STDIN_FILENO));
     EXPECT_EQ(::fcntl(moved.get(), F_GETFD) & FD_CLOEXEC, FD_CLOEXEC);
     ::dup2(kept.get(), STDIN_FILENO);
+}
+
+TEST(FileDescriptorTest, OpensAboveTheStandardStreams) {
+    const FileDescriptor kept(::fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 10));
+    ::close(STDIN_FILENO);
+
+    const auto high = openedAboveStandardStreams(openNull());
+
+    ASSERT_TRUE(high);
+    EXPECT_GT(high->get(), STDERR_FILENO);
+    ::dup2(kept.get(), STDIN_FILENO);
+}
+
+TEST(FileDescriptorTest, TellsWhyNothingWasOpenedAboveTheStandardStreams) {
+    const auto missing =
+        openedAboveStandardStreams(::open("/nowhere/at/all", O_RDONLY | O_CLOEXEC));
+
+    ASSERT_FALSE(missing);
+    EXPECT_EQ(missing.error().number(), ENOENT);
 }
 
 } // namespace

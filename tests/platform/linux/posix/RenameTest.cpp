@@ -15,7 +15,7 @@ namespace {
 class RenameTest : public testing::Test {
 protected:
     auto rename(const std::string& name, const std::string& newName) {
-        return renameWithoutReplacing(source_.get(), name, destination_.get(), newName);
+        return renameWithoutReplacing({source_.get(), name}, {destination_.get(), newName});
     }
 
     TemporaryDirectory directory_;

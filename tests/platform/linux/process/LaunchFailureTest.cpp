@@ -1,6 +1,7 @@
 #include "platform/linux/process/LaunchFailure.h"
 
 #include "platform/linux/process/ProcessLauncher.h"
+#include "tests/support/NamedCase.h"
 #include "tests/support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
@@ -14,6 +15,8 @@
 namespace {
 
 using platform::ProcessDescription;
+using platform::native::Errno;
+using platform::native::launchFailure;
 
 class LaunchFailure : public testing::Test {
 protected:
@@ -134,24 +137,32 @@ TEST_F(LaunchFailure, MakesThePathPrintable) {
               "path");
 }
 
-TEST_F(LaunchFailure, NamesWhatTheSystemLacks) {
-    struct Case {
-        int error;
-        const char* reason;
-    };
-    for (const auto& [error, reason] :
-         {Case{EAGAIN, "the system or the user has no process left; close other programs"},
-          Case{ENOMEM, "there is not enough memory for another process"},
-          Case{EMFILE, "the program has too many files open"},
-          Case{ENFILE, "the system has too many files open"}}) {
-        const auto exception = platform::native::launchFailure(error, "/bin/tool", "/bin/tool");
-        EXPECT_EQ(exception.name(), "NSGenericException");
-        EXPECT_EQ(exception.reason(), std::string("/bin/tool could not be launched: ") + reason);
-    }
+struct Lack : NamedCase {
+    int error;
+    const char* reason;
+};
+
+class LackingSystem : public testing::TestWithParam<Lack> {};
+
+TEST_P(LackingSystem, IsTheReasonOfALaunchFailure) {
+    const auto exception = launchFailure(Errno(GetParam().error), "/bin/tool", "/bin/tool");
+    EXPECT_EQ(exception.name(), "NSGenericException");
+    EXPECT_EQ(exception.reason(),
+              std::string("/bin/tool could not be launched: ") + GetParam().reason);
 }
 
-TEST_F(LaunchFailure, GivesTheSystemsWordsForAnythingElse) {
-    EXPECT_EQ(platform::native::launchFailure(EIO, "/bin/tool", "/bin/tool").reason(),
+INSTANTIATE_TEST_SUITE_P(
+    All, LackingSystem,
+    testing::Values(Lack{{"Processes"},
+                         EAGAIN,
+                         "the system or the user has no process left; close other programs"},
+                    Lack{{"Memory"}, ENOMEM, "there is not enough memory for another process"},
+                    Lack{{"FilesOfTheProgram"}, EMFILE, "the program has too many files open"},
+                    Lack{{"FilesOfTheSystem"}, ENFILE, "the system has too many files open"}),
+    nameOfCase);
+
+TEST_F(LaunchFailure, ReportsAnythingElseInTheSystemsWords) {
+    EXPECT_EQ(launchFailure(Errno(EIO), "/bin/tool", "/bin/tool").reason(),
               "/bin/tool could not be launched: Input/output error");
 }
 

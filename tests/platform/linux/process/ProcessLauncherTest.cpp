@@ -160,7 +160,18 @@ private:
 const std::string listDescriptors =
     "for d in /proc/$$/fd/*; do [ -e $d ] && printf '%s ' ${d##*/}; done; :";
 
-TEST_F(Launcher, GivesTheExitStatusOrTheSignal) {
+TEST_F(Launcher, CanLaunchWhatTheUserMayExecute) {
+    const auto file = directory_.write("tool");
+    EXPECT_FALSE(launcher_.canLaunch(file));
+    ASSERT_EQ(::chmod(file.c_str(), S_IRWXU), 0);
+    EXPECT_TRUE(launcher_.canLaunch(file));
+    std::filesystem::create_symlink(file, directory_ / "link");
+    EXPECT_TRUE(launcher_.canLaunch(directory_ / "link"));
+    EXPECT_TRUE(launcher_.canLaunch(directory_.path()));
+    EXPECT_FALSE(launcher_.canLaunch(directory_ / "missing"));
+}
+
+TEST_F(Launcher, ReturnsTheExitStatusOrTheSignal) {
     const auto ended = launch("exit 3");
     ended->waitUntilExit();
     EXPECT_FALSE(ended->isRunning());

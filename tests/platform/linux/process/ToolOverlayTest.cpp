@@ -1,7 +1,6 @@
 #include "platform/linux/process/ToolOverlay.h"
 
 #include "platform/foundation/Exception.h"
-#include "platform/linux/files/FileSystem.h"
 #include "platform/linux/process/ProcessLauncher.h"
 #include "tests/support/TemporaryDirectory.h"
 
@@ -45,14 +44,18 @@ TEST_F(ToolOverlay, PrefersAStandInToTheToolThatTheMachineHas) {
     EXPECT_EQ(resolveTool("/bin/sh"), path);
 }
 
-TEST_F(ToolOverlay, LeavesOtherPathsAsTheyAre) {
+class PathWithoutStandIn : public ToolOverlay, public testing::WithParamInterface<std::string> {};
+
+TEST_P(PathWithoutStandIn, StaysAsItIs) {
     standIn("/bin/launchctl", "#!/bin/sh\n");
-    for (const std::string path :
-         {"/bin/sh", "bin/launchctl", "", "/", "/bin", "/bin/../bin/launchctl", "//bin/launchctl",
-          "/bin/launchctl/", "/bin/./launchctl", "/bin/launchctl/x"}) {
-        EXPECT_EQ(resolveTool(path), path);
-    }
+    EXPECT_EQ(resolveTool(GetParam()), GetParam());
 }
+
+INSTANTIATE_TEST_SUITE_P(All, PathWithoutStandIn,
+                         testing::Values("/bin/sh", "bin/launchctl", "", "/", "/bin",
+                                         "/bin/../bin/launchctl", "//bin/launchctl",
+                                         "/bin/launchctl/", "/bin/./launchctl",
+                                         "/bin/launchctl/x"));
 
 TEST_F(ToolOverlay, LeavesThePathWhenTheStandInCannotBeRun) {
     standIn("/bin/launchctl", "#!/bin/sh\n", S_IRUSR);
@@ -80,11 +83,11 @@ TEST_F(ToolOverlay, TheInstallationsOverlayLiesBesideTheProgramsDirectory) {
     EXPECT_TRUE(installed_.ends_with("/kelvane-uninstaller/tools")) << installed_;
 }
 
-TEST_F(ToolOverlay, AToolIsExecutableWhenItsStandInIs) {
-    platform::native::FileSystem fileSystem;
-    EXPECT_FALSE(fileSystem.isExecutable("/no/such/tool"));
+TEST_F(ToolOverlay, AToolCanBeLaunchedIfItsStandInCan) {
+    platform::native::ProcessLauncher launcher;
+    EXPECT_FALSE(launcher.canLaunch("/no/such/tool"));
     standIn("/no/such/tool", "#!/bin/sh\n");
-    EXPECT_TRUE(fileSystem.isExecutable("/no/such/tool"));
+    EXPECT_TRUE(launcher.canLaunch("/no/such/tool"));
 }
 
 TEST_F(ToolOverlay, TheLauncherRunsTheStandIn) {

@@ -28,7 +28,7 @@ protected:
     }
 };
 
-TEST_F(ConsoleMainDeathTest, EndsWithTheStatusThatTheBodyGives) {
+TEST_F(ConsoleMainDeathTest, EndsWithTheStatusThatTheBodyReturns) {
     EXPECT_EXIT(run([] { return 7; }), ExitedWithCode(7), "^$");
 }
 

@@ -49,7 +49,7 @@ protected:
 
 } // namespace
 
-TEST_F(Console, PrintsTextAsItStandsOnStandardOutput) {
+TEST_F(Console, PrintsTextUnchangedOnStandardOutput) {
     {
         const Redirection output(STDOUT_FILENO, openFile());
         console.print("100%n %s\n");

@@ -88,7 +88,7 @@ TEST(SystemInformation, CarriesTheVersionThatTheProgramGave) {
     EXPECT_EQ(SystemInformation().bundleVersion(), std::nullopt);
 }
 
-TEST(SystemInformation, GivesRandomIdentifiersThatDiffer) {
+TEST(SystemInformation, ReturnsRandomIdentifiersThatDiffer) {
     const std::regex form("[0-9A-F]{8}-[0-9A-F]{4}-4[0-9A-F]{3}-[89AB][0-9A-F]{3}-[0-9A-F]{12}");
     std::set<std::string> seen;
     for (int i = 0; i < 1000; ++i) {

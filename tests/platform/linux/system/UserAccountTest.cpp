@@ -1,6 +1,7 @@
 #include "platform/linux/system/UserAccount.h"
 
 #include "tests/platform/linux/RunChild.h"
+#include "tests/support/NamedCase.h"
 #include "tests/support/ScopedEnvironment.h"
 #include "tests/support/TemporaryDirectory.h"
 
@@ -17,13 +18,46 @@ TEST(UserAccount, HasTheHomeDirectoryThatTheEnvironmentNames) {
     EXPECT_EQ(platform::native::UserAccount().homeDirectory(), "/home/other");
 }
 
-TEST(UserAccount, HasTheAccountsHomeDirectoryWhenTheEnvironmentNamesNoAbsoluteOne) {
-    const std::string ofAccount = ::getpwuid(::getuid())->pw_dir;
-    for (const auto& unusable : {std::optional<std::string>(), std::optional<std::string>(""),
-                                 std::optional<std::string>("home/other")}) {
-        const ScopedEnvironment home("HOME", unusable);
-        EXPECT_EQ(platform::native::UserAccount().homeDirectory(), ofAccount);
+struct UnusableVariable : NamedCase {
+    std::optional<std::string> value;
+};
+
+class UserAccountWithoutHome : public testing::TestWithParam<UnusableVariable> {};
+
+TEST_P(UserAccountWithoutHome, HasTheAccountsHomeDirectory) {
+    const ScopedEnvironment home("HOME", GetParam().value);
+    EXPECT_EQ(platform::native::UserAccount().homeDirectory(), ::getpwuid(::getuid())->pw_dir);
+}
+
+INSTANTIATE_TEST_SUITE_P(InTheEnvironment, UserAccountWithoutHome,
+                         testing::Values(UnusableVariable{{"Missing"}, std::nullopt},
+                                         UnusableVariable{{"Empty"}, ""},
+                                         UnusableVariable{{"Relative"}, "home/other"}),
+                         nameOfCase);
+
+TEST(UserAccount, OwnsItsHome) {
+    const TemporaryDirectory directory;
+    const ScopedEnvironment home("HOME", directory.path());
+
+    EXPECT_EQ(platform::native::UserAccount().otherOwnerOfHome(), std::nullopt);
+}
+
+TEST(UserAccount, HasNoOtherOwnerOfAHomeThatDoesNotExist) {
+    const TemporaryDirectory directory;
+    const ScopedEnvironment home("HOME", directory / "missing");
+
+    EXPECT_EQ(platform::native::UserAccount().otherOwnerOfHome(), std::nullopt);
+}
+
+TEST(UserAccount, NamesTheOtherAccountThatOwnsItsHome) {
+    const TemporaryDirectory directory;
+    const ScopedEnvironment home("HOME", directory.path());
+    constexpr uid_t nobody = 65534;
+    if (::chown(directory.path().c_str(), nobody, nobody) != 0) {
+        GTEST_SKIP() << "only root can give a directory to another account";
     }
+
+    EXPECT_EQ(platform::native::UserAccount().otherOwnerOfHome(), ::getpwuid(nobody)->pw_name);
 }
 
 TEST(UserAccount, HasTheNameAndNumberOfTheRealUser) {

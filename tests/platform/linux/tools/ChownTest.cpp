@@ -1,3 +1,4 @@
+#include "tests/support/NamedCase.h"
 #include "tests/support/RunCommand.h"
 #include "tests/support/TemporaryDirectory.h"
 
@@ -13,6 +14,10 @@ namespace {
 
 using Words = std::vector<std::string>;
 using Owner = std::pair<uid_t, gid_t>;
+
+struct NamedText : NamedCase {
+    const char* text;
+};
 
 constexpr const char* usage = "usage: chown OWNER[:GROUP] | :GROUP FILE...\n";
 
@@ -40,14 +45,18 @@ protected:
 
 } // namespace
 
-TEST_F(Chown, TellsItsUsage) {
-    for (const auto& words : std::vector<Words>{
-             {}, {"root"}, {"", file}, {"root:", file}, {":", file}, {"-R", "root", file}}) {
-        const auto outcome = chown(words);
-        EXPECT_EQ(outcome.status, 2);
-        EXPECT_EQ(outcome.output, usage);
-    }
+class ChownMisuse : public Chown, public testing::WithParamInterface<Words> {};
+
+TEST_P(ChownMisuse, TellsTheUsage) {
+    const auto outcome = chown(GetParam());
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_EQ(outcome.output, usage);
 }
+
+INSTANTIATE_TEST_SUITE_P(
+    All, ChownMisuse,
+    testing::ValuesIn(std::vector<Words>{
+        {}, {"root"}, {"", "/a"}, {"root:", "/a"}, {":", "/a"}, {"-R", "root", "/a"}}));
 
 TEST_F(Chown, GivesAFileToAUserAndAGroup) {
     skipUnlessRoot();
@@ -76,11 +85,25 @@ TEST_F(Chown, RefusesNamesThatNobodyHas) {
     EXPECT_EQ(chown({"no-such-user", file}).output, "chown: there is no user “no-such-user”\n");
     EXPECT_EQ(chown({"0:no-such-group", file}).output,
               "chown: there is no group “no-such-group”\n");
-    for (const char* owner : {"4294967295", "4294967296", "-1", "0x0", "1 ", "a\nb", "0:0:0"}) {
-        EXPECT_NE(chown({owner, file}).status, 0) << owner;
-    }
     EXPECT_EQ(ownerOf(file), before);
 }
+
+class ChownToNobody : public Chown, public testing::WithParamInterface<NamedText> {};
+
+TEST_P(ChownToNobody, FailsAndChangesNothing) {
+    const auto before = ownerOf(file);
+    EXPECT_NE(chown({GetParam().text, file}).status, 0);
+    EXPECT_EQ(ownerOf(file), before);
+}
+
+INSTANTIATE_TEST_SUITE_P(All, ChownToNobody,
+                         testing::Values(NamedText{{"NoNumber"}, "4294967295"},
+                                         NamedText{{"TooLargeNumber"}, "4294967296"},
+                                         NamedText{{"Negative"}, "-1"},
+                                         NamedText{{"Hexadecimal"}, "0x0"},
+                                         NamedText{{"Space"}, "1 "}, NamedText{{"Lines"}, "a\nb"},
+                                         NamedText{{"ThreeParts"}, "0:0:0"}),
+                         nameOfCase);
 
 TEST_F(Chown, TriesEveryFile) {
     skipUnlessRoot();

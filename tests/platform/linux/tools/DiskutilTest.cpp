@@ -44,19 +44,22 @@ std::string between(const std::string& text, const std::string& from, const std:
 
 } // namespace
 
-TEST(Diskutil, TellsItsUsage) {
-    for (const auto& words : std::vector<Words>{{},
-                                                {"info"},
-                                                {"info", "/"},
-                                                {"info", "-plist"},
-                                                {"info", "-plist", "/", "/"},
-                                                {"list", "-plist", "/"},
-                                                {"--help"}}) {
-        const auto outcome = diskutil(words);
-        EXPECT_EQ(outcome.status, 2);
-        EXPECT_EQ(outcome.output, diskutilUsage);
-    }
+class DiskutilMisuse : public testing::TestWithParam<Words> {};
+
+TEST_P(DiskutilMisuse, TellsTheUsage) {
+    const auto outcome = diskutil(GetParam());
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_EQ(outcome.output, diskutilUsage);
 }
+
+INSTANTIATE_TEST_SUITE_P(All, DiskutilMisuse,
+                         testing::ValuesIn(std::vector<Words>{{},
+                                                              {"info"},
+                                                              {"info", "/"},
+                                                              {"info", "-plist"},
+                                                              {"info", "-plist", "/", "/"},
+                                                              {"list", "-plist", "/"},
+                                                              {"--help"}}));
 
 TEST(Diskutil, RefusesWhatIsNoMountPoint) {
     const TemporaryDirectory directory;

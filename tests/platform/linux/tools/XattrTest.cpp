@@ -45,22 +45,25 @@ protected:
 
 } // namespace
 
-TEST_F(Xattr, TellsItsUsage) {
-    for (const auto& words : std::vector<Words>{{},
-                                                {"-w"},
-                                                {"-w", "name"},
-                                                {"-w", "name", "value"},
-                                                {"-d"},
-                                                {"-d", "name"},
-                                                {"-p", "name"},
-                                                {"-l"},
-                                                {"-z", file},
-                                                {"--help"}}) {
-        const auto outcome = xattr(words);
-        EXPECT_EQ(outcome.status, 2);
-        EXPECT_EQ(outcome.output, xattrUsage);
-    }
+class XattrMisuse : public Xattr, public testing::WithParamInterface<Words> {};
+
+TEST_P(XattrMisuse, TellsTheUsage) {
+    const auto outcome = xattr(GetParam());
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_EQ(outcome.output, xattrUsage);
 }
+
+INSTANTIATE_TEST_SUITE_P(All, XattrMisuse,
+                         testing::ValuesIn(std::vector<Words>{{},
+                                                              {"-w"},
+                                                              {"-w", "name"},
+                                                              {"-w", "name", "value"},
+                                                              {"-d"},
+                                                              {"-d", "name"},
+                                                              {"-p", "name"},
+                                                              {"-l"},
+                                                              {"-z", "/"},
+                                                              {"--help"}}));
 
 TEST_F(Xattr, WritesIntoTheNamespaceOfUsers) {
     const auto outcome = xattr({"-w", progress, "0.500", file});

@@ -1,5 +1,7 @@
 #include "tests/platform/linux/authorization/helper/HelperHarness.h"
 
+#include "platform/linux/authorization/helper/PassingMessage.h"
+
 #include <fcntl.h>
 #include <linux/filter.h>
 #include <linux/seccomp.h>
@@ -31,6 +33,7 @@ extern "C" { // which the header of the C library 2.36 leaves out
 }
 
 using platform::native::FileDescriptor;
+using platform::native::helper::PassingMessage;
 using platform::native::helper::Status;
 
 namespace {
@@ -252,6 +255,12 @@ void TestedHelper::become(const HelperSetup& setup, int input) {
         ::setrlimit(resource, &limit);
     }
     ::umask(setup.mask);
+    if (setup.timeZone != nullptr) {
+        ::setenv("TZ", setup.timeZone, 1);
+    }
+    if (setup.leftDescriptor >= 0) {
+        ::fcntl(setup.leftDescriptor, F_SETFD, 0);
+    }
     if (setup.hasTimer) {
         startTimer();
     }
@@ -314,19 +323,8 @@ TestedHelper::Answer TestedHelper::send(std::string_view message) {
 
 void TestedHelper::sendWithDescriptor(std::string_view text, int descriptor) const {
     std::string bytes(text);
-    iovec part{bytes.data(), bytes.size()};
-    alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof(int))> control{};
-    msghdr message{};
-    message.msg_iov = &part;
-    message.msg_iovlen = 1;
-    message.msg_control = control.data();
-    message.msg_controllen = control.size();
-    cmsghdr* header = CMSG_FIRSTHDR(&message);
-    header->cmsg_level = SOL_SOCKET;
-    header->cmsg_type = SCM_RIGHTS;
-    header->cmsg_len = CMSG_LEN(sizeof descriptor);
-    std::memcpy(CMSG_DATA(header), &descriptor, sizeof descriptor);
-    ASSERT_GT(::sendmsg(connection_.get(), &message, MSG_NOSIGNAL), 0);
+    PassingMessage<int> message(bytes.data(), bytes.size());
+    ASSERT_GT(message.send(connection_.get(), descriptor, MSG_NOSIGNAL), 0);
 }
 
 TestedHelper::Answer TestedHelper::receive() {
@@ -335,22 +333,12 @@ TestedHelper::Answer TestedHelper::receive() {
         takeLogLines();
     } while (::poll(&answer, 1, 10) == 0);
     platform::native::helper::Reply reply;
-    iovec part{&reply, sizeof reply};
-    alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof(int))> control{};
-    msghdr message{};
-    message.msg_iov = &part;
-    message.msg_iovlen = 1;
-    message.msg_control = control.data();
-    message.msg_controllen = control.size();
-    if (::recvmsg(connection_.get(), &message, MSG_CMSG_CLOEXEC) != sizeof reply) {
+    PassingMessage<int> message(&reply, sizeof reply);
+    if (message.receive(connection_.get(), MSG_CMSG_CLOEXEC) != sizeof reply) {
         return {};
     }
     hasAnswered_ = true;
-    int descriptor = -1;
-    if (const cmsghdr* header = CMSG_FIRSTHDR(&message); header != nullptr) {
-        std::memcpy(&descriptor, CMSG_DATA(header), sizeof descriptor);
-    }
-    return {reply.status, FileDescriptor(descriptor)};
+    return {reply.status, FileDescriptor(message.passed().value_or(-1))};
 }
 
 TestedHelper::Answer TestedHelper::start(const std::string& tool,
@@ -379,8 +367,7 @@ void TestedHelper::takeLogLines() {
         if (size <= 0) {
             return;
         }
-        const std::string line(bytes.data(), static_cast<std::size_t>(size));
-        logLines_.push_back(line.substr(line.find("]: ") + 3));
+        logLines_.emplace_back(bytes.data(), static_cast<std::size_t>(size));
     }
 }
 
@@ -392,9 +379,11 @@ std::string TestedHelper::nextLogLine() {
     if (!hasLogLine()) {
         return "";
     }
-    std::string line = logLines_.front();
+    const std::string line = logLines_.front();
     logLines_.pop_front();
-    return line;
+    const std::size_t begin = line.find("]: ") + 3;
+    logLinesHead_ = line.substr(0, begin);
+    return line.substr(begin);
 }
 
 bool TestedHelper::hasLogLine() {

@@ -70,6 +70,10 @@ struct HelperSetup {
     std::vector<std::pair<__rlimit_resource, rlim_t>> limits = {};
     /// The rights that what it makes is not to have.
     mode_t mask = 022;
+    /// The time zone that its environment names, if any.
+    const char* timeZone = nullptr;
+    /// A descriptor that it inherits beside its connection; -1 for none.
+    int leftDescriptor = -1;
     /// Whether a timer runs that ends who does not expect it.
     bool hasTimer = false;
     /// How much it leaves the processor to others, and is to be ended before others.
@@ -126,6 +130,8 @@ public:
     /// and returns nothing if none comes for long.
     std::string nextLogLine();
     bool hasLogLine();
+    /// What the log added to the last line that was returned: a kind, a date and a name.
+    const std::string& logLinesHead() const { return logLinesHead_; }
 
 private:
     /// The two ends of a new connection.
@@ -137,6 +143,7 @@ private:
 
     platform::native::FileDescriptor log_;
     std::deque<std::string> logLines_;
+    std::string logLinesHead_;
     platform::native::FileDescriptor connection_;
     pid_t maker_ = -1;
     pid_t process_ = -1;

@@ -1,5 +1,8 @@
 // Whom the helper serves, and for how long.
 
+#include "platform/linux/authorization/helper/Peer.h"
+
+#include "platform/linux/authorization/helper/PassingMessage.h"
 #include "tests/platform/linux/authorization/helper/HelperHarness.h"
 
 #include <fcntl.h>
@@ -14,7 +17,6 @@
 #include <array>
 #include <csignal>
 #include <cstdint>
-#include <cstring>
 #include <utility>
 
 extern "C" { // which the header of the C library 2.36 leaves out
@@ -24,6 +26,7 @@ extern "C" { // which the header of the C library 2.36 leaves out
 using platform::native::FileDescriptor;
 using platform::native::helper::areYouThere;
 using platform::native::helper::encodeRequest;
+using platform::native::helper::PassingMessage;
 using platform::native::helper::Status;
 
 namespace {
@@ -142,20 +145,9 @@ TEST_F(HelperPeer, AloneIsServedWhateverElseSaysOfItself) {
             ::_exit(1);
         }
         std::string request = traceableRequest();
-        iovec bytes{request.data(), request.size()};
-        alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof(ucred))> control{};
-        msghdr message{};
-        message.msg_iov = &bytes;
-        message.msg_iovlen = 1;
-        message.msg_control = control.data();
-        message.msg_controllen = control.size();
-        cmsghdr* header = CMSG_FIRSTHDR(&message);
-        header->cmsg_level = SOL_SOCKET;
-        header->cmsg_type = SCM_CREDENTIALS;
-        header->cmsg_len = CMSG_LEN(sizeof(ucred));
+        PassingMessage<ucred> message(request.data(), request.size());
         const ucred forged{::getppid(), servedUser, 0};
-        std::memcpy(CMSG_DATA(header), &forged, sizeof forged);
-        ::_exit(::sendmsg(helper.connection(), &message, MSG_NOSIGNAL) < 0 ? 0 : 1);
+        ::_exit(message.send(helper.connection(), forged, MSG_NOSIGNAL) < 0 ? 0 : 1);
     }
     int status = -1;
     EXPECT_EQ(::waitpid(thief, &status, 0), thief);

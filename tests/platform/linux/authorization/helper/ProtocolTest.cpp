@@ -31,18 +31,42 @@ TEST(HelperProtocol, ReadsWhatItHasWritten) {
               arguments);
 }
 
+TEST(HelperProtocol, ReadsTheContentThatAnItemIsToHave) {
+    for (const std::string content : {"", "<plist/>\n"}) {
+        const auto message = encodeRequest("/usr/sbin/chown", {"root:wheel", "/a"}, content);
+        ASSERT_TRUE(message);
+        Request request;
+        ASSERT_EQ(parseRequest(*message, request), Status::started);
+        EXPECT_EQ(request.content, content);
+        EXPECT_EQ(request.tool, "/usr/sbin/chown");
+        EXPECT_EQ(request.arguments.size(), 2U);
+        ASSERT_EQ(parseRequest(*encodeRequest("/bin/true", {}), request), Status::started);
+        EXPECT_EQ(request.content, std::nullopt);
+    }
+}
+
+TEST(HelperProtocol, ReadsNoContentWithoutARequest) {
+    using namespace std::string_literals;
+    Request request;
+    for (const auto& message : {"\0\0"s, "\0content\0"s, "\0content\0\0"s, "\0content"s}) {
+        EXPECT_EQ(parseRequest(message, request), Status::requestMalformed);
+    }
+}
+
 TEST(HelperProtocol, WritesNoRequestThatNoHelperWouldTake) {
     using namespace std::string_literals;
     EXPECT_FALSE(encodeRequest("/bin/rm\0x"s, {}));
     EXPECT_FALSE(encodeRequest("/bin/rm", {"a\0b"s}));
     EXPECT_FALSE(encodeRequest("/bin/rm", std::vector<std::string>(maximumArguments + 1)));
     EXPECT_FALSE(encodeRequest("/bin/rm", {std::string(maximumRequestSize, 'x')}));
+    EXPECT_FALSE(encodeRequest("/bin/rm", {}, std::string(maximumRequestSize, 'x')));
+    EXPECT_FALSE(encodeRequest("/bin/rm", {}, "a\0b"s));
     EXPECT_FALSE(encodeRequest("/bin/rm", {std::string(2U << 20U, 'x')}));
     EXPECT_TRUE(encodeRequest("/bin/rm", std::vector<std::string>(maximumArguments)));
 }
 
 TEST(HelperProtocol, SurvivesEveryCutAndEveryChangedByteOfARequest) {
-    const std::string message = *encodeRequest("/bin/mv", {"-f", "/a", "/b"});
+    const std::string message = *encodeRequest("/bin/mv", {"-f", "/a", "/b"}, "x");
     for (std::size_t length = 0; length <= message.size(); ++length) {
         parse(message.substr(0, length));
         parse(message.substr(length));

@@ -2,12 +2,20 @@
 
 #include "tests/platform/linux/authorization/helper/HelperHarness.h"
 
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <array>
+#include <cmath>
 #include <csignal>
 #include <cstdio>
+#include <ctime>
 #include <thread>
+#include <utility>
 
+using platform::native::FileDescriptor;
 using platform::native::helper::areYouThere;
 using platform::native::helper::Status;
 
@@ -93,6 +101,42 @@ TEST_F(HelperStart, LetsNobodyElseWriteToWhatItsToolsMake) {
         TestedHelper helper({.mask = mask});
         EXPECT_EQ(helper.outputOf("/bin/sh", {"-c", "umask"}), "0022\n");
     }
+}
+
+TEST_F(HelperStart, MakesWhatEverybodyMayEnterWhateverItsMask) {
+    for (const auto& [mask, name] : {std::pair(0U, "/open"), std::pair(0777U, "/closed")}) {
+        TestedHelper helper({.mask = mask});
+        const std::string directory = sandbox::rootsDirectory + name;
+        EXPECT_EQ(helper.run("/bin/mkdir", {"-p", directory}), Status::started);
+        struct stat status {};
+        EXPECT_EQ(::stat(directory.c_str(), &status), 0);
+        EXPECT_EQ(status.st_mode & 07777U, 0755U);
+    }
+}
+
+// A time zone may be a file anywhere.
+TEST_F(HelperStart, DropsTheEnvironmentThatItIsStartedWith) {
+    TestedHelper helper({.timeZone = "ELSEWHERE-12"});
+    const std::time_t now = std::time(nullptr);
+    EXPECT_EQ(helper.send("x").status, Status::requestMalformed);
+    EXPECT_NE(helper.nextLogLine(), "");
+    const std::string day = helper.logLinesHead().substr(helper.logLinesHead().find('>') + 1, 15);
+    std::tm logged = *std::localtime(&now);
+    ASSERT_NE(::strptime(day.c_str(), "%b %d %H:%M:%S", &logged), nullptr) << day;
+    constexpr double halfOfTheShift = 6 * 60 * 60;
+    EXPECT_LT(std::abs(std::difftime(std::mktime(&logged), now)), halfOfTheShift) << day;
+}
+
+TEST_F(HelperStart, ClosesWhatItInheritsBesideTheConnection) {
+    std::array<int, 2> ends{-1, -1};
+    ASSERT_EQ(::pipe2(ends.data(), O_CLOEXEC), 0);
+    const FileDescriptor readEnd(ends[0]);
+    FileDescriptor writeEnd(ends[1]);
+    TestedHelper helper({.leftDescriptor = writeEnd.get()});
+    writeEnd.reset();
+    EXPECT_EQ(helper.send(areYouThere).status, Status::ready);
+    pollfd end{readEnd.get(), POLLIN, 0};
+    EXPECT_EQ(::poll(&end, 1, 0), 1) << "the helper has the other end";
 }
 
 TEST_F(HelperStart, LeavesNoCore) {

@@ -353,6 +353,33 @@ TEST_F(HelperSwap, LeadsNoCopyIntoADirectoryOfRootsThatTheUserCanRename) {
     EXPECT_TRUE(exists(item));
 }
 
+TEST_F(HelperSwap, HasNothingTakenAwayThatIsSwappedInForTheItem) {
+    constexpr int rounds = 50;
+    const std::string item = usersDirectory() + "/item";
+    const std::string other = usersDirectory() + "/other";
+    const std::string target = makeDirectory(sandbox::rootsDirectory + "/target", servedUser);
+    TestedHelper helper;
+    for (int round = 0; round < rounds; ++round) {
+        makeDirectory(item, servedUser);
+        makeFile(makeDirectory(other) + "/kept");
+        {
+            const Attacker attacker([&] {
+                exchange(item, other); // until one is taken away
+                return true;
+            });
+            helper.run("/bin/mv", {"-f", item, target});
+        }
+        ASSERT_TRUE(exists(item + "/kept") || exists(other + "/kept") ||
+                    exists(target + "/item/kept"))
+            << "taken away in round " << round;
+        for (const auto& path : {item, other, target + "/item"}) {
+            fs::remove_all(path);
+        }
+        ASSERT_EQ(namesIn(target), std::set<std::string>());
+        ASSERT_EQ(namesIn(usersDirectory()), std::set<std::string>());
+    }
+}
+
 TEST_F(HelperSwap, HasNothingTakenAwayThatWasNotChecked) {
     const std::string item = makeDirectory(usersDirectory() + "/item", servedUser);
     const std::string other = makeDirectory(usersDirectory() + "/other");

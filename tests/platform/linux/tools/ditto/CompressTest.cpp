@@ -12,7 +12,7 @@ namespace {
 
 class DittoCompress : public DittoHarness {};
 
-TEST_F(DittoCompress, GivesBackWhatItWasGiven) {
+TEST_F(DittoCompress, ReturnsWhatItWasGiven) {
     const auto source = makeSource();
     expectDone(ditto({"-ck", "--keepParent", source, directory / "a.zip"}));
     expectDone(ditto({"-xk", directory / "a.zip", directory / "out"}));

@@ -90,7 +90,7 @@ protected:
             std::chrono::sys_seconds(std::chrono::seconds(1'000'000'001)));
     }
 
-    /// Expects that nothing but these stands in the directory.
+    /// Expects exactly these items in the directory.
     void expectOnly(std::vector<std::string> names) const {
         std::vector<std::string> found;
         for (const auto& item : std::filesystem::directory_iterator(directory.path())) {

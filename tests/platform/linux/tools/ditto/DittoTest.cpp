@@ -13,23 +13,27 @@ constexpr const char* dittoUsage =
 
 class Ditto : public DittoHarness {};
 
-TEST_F(Ditto, TellsItsUsage) {
-    for (const auto& words :
-         std::vector<std::vector<std::string>>{{},
-                                               {"-ck"},
-                                               {"-ck", "/a"},
-                                               {"-ck", "/a", "/b", "/c"},
-                                               {"-ck", "--keepParent", "/a"},
-                                               {"-ck", "/a", ""},
-                                               {"-xk", "/a"},
-                                               {"-xk", "--keepParent", "/a", "/b"},
-                                               {"/a", "/b"},
-                                               {"--help"}}) {
-        const auto outcome = ditto(words);
-        EXPECT_EQ(outcome.status, 2);
-        EXPECT_EQ(outcome.output, dittoUsage);
-    }
+class DittoMisuse : public DittoHarness,
+                    public testing::WithParamInterface<std::vector<std::string>> {};
+
+TEST_P(DittoMisuse, TellsTheUsage) {
+    const auto outcome = ditto(GetParam());
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_EQ(outcome.output, dittoUsage);
 }
+
+INSTANTIATE_TEST_SUITE_P(All, DittoMisuse,
+                         testing::ValuesIn(std::vector<std::vector<std::string>>{
+                             {},
+                             {"-ck"},
+                             {"-ck", "/a"},
+                             {"-ck", "/a", "/b", "/c"},
+                             {"-ck", "--keepParent", "/a"},
+                             {"-ck", "/a", ""},
+                             {"-xk", "/a"},
+                             {"-xk", "--keepParent", "/a", "/b"},
+                             {"/a", "/b"},
+                             {"--help"}}));
 
 TEST_F(Ditto, TakesPathsSpelledInAnyWay) {
     directory.write("src/sub/file", "content");

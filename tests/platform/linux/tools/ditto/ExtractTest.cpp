@@ -1,4 +1,5 @@
 #include "tests/platform/linux/tools/ditto/DittoHarness.h"
+#include "tests/support/NamedCase.h"
 
 #include <archive.h>
 #include <archive_entry.h>
@@ -9,6 +10,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <memory>
+#include <string_view>
 
 namespace fs = std::filesystem;
 
@@ -142,29 +144,56 @@ TEST_F(DittoExtract, RefusesWhatIsNoArchive) {
     EXPECT_FALSE(fs::exists(directory / "out"));
 }
 
-TEST_F(DittoExtract, RefusesEntriesThatWouldLeaveTheDirectory) {
-    const auto outside = directory.makeDirectory("outside");
-    const std::string leaves = "it would leave the folder";
-    const std::vector<std::pair<std::vector<Entry>, std::string>> rows = {
-        {{{"../evil", "x"}}, leaves},
-        {{{"ok", "x"}, {"../evil", "x"}}, leaves},
-        {{{"a/../../evil", "x"}}, leaves},
-        {{{"a/..", "x"}}, leaves},
-        {{{"..", "x"}}, leaves},
-        {{{outside + "/evil", "x"}}, leaves},
-        {{{"//evil", "x"}}, leaves},
-        {{{"link", outside, S_IFLNK | 0777}, {"link/evil", "x"}}, "symlink"},
-        {{{"link", "..", S_IFLNK | 0777}, {"link/evil", "x"}}, "symlink"},
-        {{{"a/link", "../../outside", S_IFLNK | 0777}, {"a/link/deep/evil", "x"}}, "symlink"},
-        {{{"one", "two", S_IFLNK | 0777}, {"two", outside, S_IFLNK | 0777}, {"one/evil", "x"}},
-         "symlink"}};
-    for (const auto& [entries, why] : rows) {
-        const auto archive = makeArchive("a.zip", entries);
-        expectRefused(ditto({"-xk", archive, directory / "out"}), why);
-        EXPECT_TRUE(fs::is_empty(outside)) << entries.back().name;
-        expectOnly({"a.zip", "outside"});
+/// An archive that would put something outside the directory; "OUTSIDE" is the path of another one.
+struct Escape : NamedCase {
+    std::vector<Entry> entries;
+    const char* why;
+};
+
+class DittoEscape : public DittoExtract, public testing::WithParamInterface<Escape> {
+protected:
+    /// Replaces "OUTSIDE" at the beginning of a text.
+    static void resolve(std::string& text, const std::string& outside) {
+        constexpr std::string_view mark = "OUTSIDE";
+        if (text.starts_with(mark)) {
+            text.replace(0, mark.size(), outside);
+        }
     }
+};
+
+TEST_P(DittoEscape, IsRefused) {
+    const auto outside = directory.makeDirectory("outside");
+    auto entries = GetParam().entries;
+    for (auto& entry : entries) {
+        resolve(entry.name, outside);
+        resolve(entry.content, outside);
+    }
+    expectRefused(ditto({"-xk", makeArchive("a.zip", entries), directory / "out"}), GetParam().why);
+    EXPECT_TRUE(fs::is_empty(outside));
+    expectOnly({"a.zip", "outside"});
 }
+
+constexpr const char* leaves = "it would leave the folder";
+constexpr mode_t linkMode = S_IFLNK | 0777;
+
+INSTANTIATE_TEST_SUITE_P(
+    All, DittoEscape,
+    testing::Values(
+        Escape{{"Above"}, {{"../evil", "x"}}, leaves},
+        Escape{{"AboveBehindAGoodOne"}, {{"ok", "x"}, {"../evil", "x"}}, leaves},
+        Escape{{"AboveTheTop"}, {{"a/../../evil", "x"}}, leaves},
+        Escape{{"TheTop"}, {{"a/..", "x"}}, leaves}, Escape{{"TheOneAbove"}, {{"..", "x"}}, leaves},
+        Escape{{"AbsolutePath"}, {{"OUTSIDE/evil", "x"}}, leaves},
+        Escape{{"AbsolutePathWithTwoSlashes"}, {{"//evil", "x"}}, leaves},
+        Escape{{"Link"}, {{"link", "OUTSIDE", linkMode}, {"link/evil", "x"}}, "symlink"},
+        Escape{{"RelativeLink"}, {{"link", "..", linkMode}, {"link/evil", "x"}}, "symlink"},
+        Escape{{"DeepLink"},
+               {{"a/link", "../../outside", linkMode}, {"a/link/deep/evil", "x"}},
+               "symlink"},
+        Escape{{"LinkToALink"},
+               {{"one", "two", linkMode}, {"two", "OUTSIDE", linkMode}, {"one/evil", "x"}},
+               "symlink"}),
+    nameOfCase);
 
 TEST_F(DittoExtract, StaysInTheDirectoryWhereverBackslashesAreTakenForSlashes) {
     for (const char* name : {"..\\evil", "a\\..\\..\\evil", "\\evil", "C:\\evil"}) {
@@ -207,7 +236,7 @@ TEST_F(DittoExtract, ReplacesALinkByWhatComesUnderItsName) {
 TEST_F(DittoExtract, RefusesEntriesOfOtherKinds) {
     for (const mode_t kind : std::vector<mode_t>{S_IFCHR, S_IFBLK, S_IFSOCK}) {
         const auto archive = makeArchive("a.zip", {{"plain", "x"}});
-        // The kind stands in the upper half of the attributes in the list at the end.
+        // The kind is in the upper half of the attributes in the list at the end.
         auto bytes = contentOf(archive);
         const auto central = bytes.find("PK\x01\x02");
         ASSERT_NE(central, std::string::npos);

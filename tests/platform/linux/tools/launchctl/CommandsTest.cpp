@@ -39,15 +39,19 @@ protected:
     TemporaryDirectory directory;
 };
 
-TEST_F(Launchctl, TellsItsUsage) {
-    const std::vector<std::vector<std::string>> misuses = {
-        {}, {""}, {"load"}, {"load", "-w", "/a"}, {"bootstrap", "a"}, {"list", "a"}, {"--help"}};
-    for (const auto& words : misuses) {
-        const auto outcome = launchctl(words);
-        EXPECT_EQ(outcome.status, 2);
-        EXPECT_EQ(outcome.output, usage);
-    }
+class LaunchctlMisuse : public Launchctl,
+                        public testing::WithParamInterface<std::vector<std::string>> {};
+
+TEST_P(LaunchctlMisuse, TellsTheUsage) {
+    const auto outcome = launchctl(GetParam());
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_EQ(outcome.output, usage);
 }
+
+INSTANTIATE_TEST_SUITE_P(
+    All, LaunchctlMisuse,
+    testing::ValuesIn(std::vector<std::vector<std::string>>{
+        {}, {""}, {"load"}, {"load", "-w", "/a"}, {"bootstrap", "a"}, {"list", "a"}, {"--help"}}));
 
 TEST_F(Launchctl, SaysInOneLineThatThereIsNoServiceManager) {
     const auto file = writeJob("a.plist", "a");
@@ -112,14 +116,15 @@ TEST_F(Launchctl, RefusesLabelsThatNameNoUnit) {
               "launchctl: \"Label\" is too long for the name of a unit\n");
 }
 
-TEST_F(Launchctl, FindsNoJobUnderAPathInPlaceOfALabel) {
-    for (const auto* label : {"..", "../a", "a/b", "%h", "a b"}) {
-        const auto outcome = launchctl({"remove", label});
-        EXPECT_EQ(outcome.status, 1);
-        EXPECT_EQ(outcome.output,
-                  std::string("launchctl: ") + label + ": Could not find specified service\n");
-    }
+class LaunchctlOddLabel : public Launchctl, public testing::WithParamInterface<std::string> {};
+
+TEST_P(LaunchctlOddLabel, NamesNoJob) {
+    const auto outcome = launchctl({"remove", GetParam()});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.output, "launchctl: " + GetParam() + ": Could not find specified service\n");
 }
+
+INSTANTIATE_TEST_SUITE_P(All, LaunchctlOddLabel, testing::Values("..", "../a", "a/b", "%h", "a b"));
 
 TEST_F(Launchctl, WritesNoControlCharactersToTheTerminal) {
     EXPECT_EQ(launchctl({"unload", "/a\n\x1B"}).output,

@@ -118,7 +118,7 @@ TEST_F(Units, ReplaceALinkThatWasLeftBehind) {
     EXPECT_EQ(fs::read_symlink(path + "/default.target.wants/a.service"), path + "/a.service");
 }
 
-TEST_F(Units, CannotBeWrittenWhereAFileStands) {
+TEST_F(Units, CannotBeWrittenWhereAFileExists) {
     home.write("systemd", "");
     EXPECT_THROW(directory.write(unitsLabelled("a")), platform::native::tool::ToolError);
 }

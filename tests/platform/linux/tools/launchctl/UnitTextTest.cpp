@@ -1,6 +1,10 @@
 #include "platform/linux/tools/launchctl/UnitText.h"
 
+#include "tests/support/NamedCase.h"
+
 #include <gtest/gtest.h>
+
+#include <string>
 
 namespace platform::native::launchctl {
 namespace {
@@ -76,13 +80,30 @@ TEST(Words, DoubleThePercentSignAlone) {
 
 TEST(Words, AreRefusedWhenNotUtf8) {
     EXPECT_EQ(reasonOf(quotedWord, "\xC3"), "must be UTF-8 text");
-    for (const char* text : {"\uFFFE", "a\uFFFF", "\uFDD0", "\uFDEF", "\U0001FFFE", "\U0010FFFF"}) {
-        EXPECT_EQ(reasonOf(quotedWord, text), "must not hold Unicode’s non-characters") << text;
-        EXPECT_EQ(reasonOf(escapedForUnitName, text), "must not hold Unicode’s non-characters");
-    }
     EXPECT_EQ(quotedWord("\uFFFD\uFDCF\uFDF0"), "\"\uFFFD\uFDCF\uFDF0\"");
     EXPECT_EQ(reasonOf(quotedWord, std::string_view("a\0b", 3)), "must be UTF-8 text");
 }
+
+struct NonCharacter : NamedCase {
+    const char* text;
+};
+
+class NonCharacters : public testing::TestWithParam<NonCharacter> {};
+
+TEST_P(NonCharacters, AreRefused) {
+    EXPECT_EQ(reasonOf(quotedWord, GetParam().text), "must not hold Unicode’s non-characters");
+    EXPECT_EQ(reasonOf(escapedForUnitName, GetParam().text),
+              "must not hold Unicode’s non-characters");
+}
+
+INSTANTIATE_TEST_SUITE_P(All, NonCharacters,
+                         testing::Values(NonCharacter{{"FFFE"}, "\uFFFE"},
+                                         NonCharacter{{"FFFFBehindALetter"}, "a\uFFFF"},
+                                         NonCharacter{{"FDD0"}, "\uFDD0"},
+                                         NonCharacter{{"FDEF"}, "\uFDEF"},
+                                         NonCharacter{{"1FFFE"}, "\U0001FFFE"},
+                                         NonCharacter{{"10FFFF"}, "\U0010FFFF"}),
+                         nameOfCase);
 
 TEST(Arguments, DoubleTheDollarSignToo) {
     EXPECT_EQ(quotedArgument("%h ${HOME} $"), R"("%%h $${HOME} $$")");
@@ -100,11 +121,16 @@ TEST(Programs, MayBeSimpleNames) {
     EXPECT_EQ(programWord("sleep"), R"("sleep")");
 }
 
-TEST(Programs, AreRefusedWhenTheNameWouldBeAPrefixOfSystemds) {
-    for (const auto* name : {"-sh", "@sh", "+sh", "!sh", ":sh"}) {
-        EXPECT_EQ(reasonOf(programWord, name), "must be an absolute path") << name;
-    }
+class ProgramWithAPrefix : public testing::TestWithParam<char> {};
+
+TEST_P(ProgramWithAPrefix, IsRefused) {
+    EXPECT_EQ(reasonOf(programWord, GetParam() + std::string("sh")), "must be an absolute path");
 }
+
+INSTANTIATE_TEST_SUITE_P(OfSystemds, ProgramWithAPrefix, testing::Values('-', '@', '+', '!', ':'),
+                         [](const auto& prefix) {
+                             return "Character" + std::to_string(prefix.param);
+                         });
 
 TEST(Programs, AreRefusedWhenRelativeOrEmpty) {
     EXPECT_EQ(reasonOf(programWord, "bin/sh"), "must be an absolute path");

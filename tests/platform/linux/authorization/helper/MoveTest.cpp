@@ -1,4 +1,6 @@
-// What rm and mv may not take away, and where they are not led.
+// How the helper moves items, by renaming or copying them.
+
+#include "platform/linux/authorization/helper/Move.h"
 
 #include "tests/platform/linux/authorization/helper/HelperHarness.h"
 #include "tests/support/TemporaryDirectory.h"
@@ -10,8 +12,11 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <filesystem>
+#include <fstream>
 #include <optional>
+#include <thread>
 
 using platform::native::FileDescriptor;
 using platform::native::helper::Status;
@@ -20,226 +25,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// Puts one program in the place of another for a scope.
-class StandIn {
-public:
-    StandIn(const char* program, const char* place) : place_(place) {
-        EXPECT_EQ(::mount(program, place, nullptr, MS_BIND, nullptr), 0) << place;
-    }
-    ~StandIn() { EXPECT_EQ(::umount2(place_, MNT_DETACH), 0) << place_; }
-    StandIn(const StandIn&) = delete;
-    StandIn& operator=(const StandIn&) = delete;
-    StandIn(StandIn&&) = delete;
-    StandIn& operator=(StandIn&&) = delete;
-
-private:
-    const char* place_;
-};
-
-std::ptrdiff_t entries(const std::string& directory) {
+std::ptrdiff_t numberOfEntries(const std::string& directory) {
     return std::distance(fs::directory_iterator(directory), {});
-}
-
-} // namespace
-
-class HelperRemoval : public HelperTest {
-protected:
-    void SetUp() override {
-        HelperTest::SetUp();
-        if (!IsSkipped()) {
-            makeDirectory(sandbox::everybodysDirectory + "/homes");
-            makeDirectory(sandbox::servedHome, servedUser);
-        }
-    }
-
-    static const std::string& roots() { return sandbox::rootsDirectory; }
-
-    /// The machine is locked, and rm is not told to enter directories: nothing would be lost if the
-    /// helper let one of these through.
-    static void expectProtected(const std::string& path) {
-        TestedHelper helper;
-        EXPECT_EQ(helper.run("/bin/rm", {"-df", path}), Status::itemProtected) << path;
-        EXPECT_EQ(helper.nextLogLine(),
-                  "refused a request of user 12345: a system folder, a home folder or a mount "
-                  "point would be taken away: " +
-                      path);
-        EXPECT_EQ(helper.run("/bin/mv", {"-f", path, roots() + "/moved"}), Status::itemProtected)
-            << path;
-    }
-};
-
-TEST_F(HelperRemoval, SparesTopLevelDirectoriesHoweverTheyAreSpelled) {
-    for (const char* path :
-         {"/", "//", "/usr", "/usr/", "/usr//", "//usr", "/./usr", "/usr/../usr", "/etc/../usr",
-          "/usr/bin/../../etc/", "/proc/1/../../usr", "/etc", "/bin", "/usr/bin", "/tmp", "/."}) {
-        expectProtected(path);
-    }
-}
-
-TEST_F(HelperRemoval, SparesThemByWayOfALink) {
-    makeLink("/", roots() + "/root", 0);
-    expectProtected(roots() + "/root/usr");
-    expectProtected(roots() + "/root/root/tmp/..");
-    expectProtected(roots() + "/root/.");
-}
-
-TEST_F(HelperRemoval, SparesHomeDirectoriesAndTheDirectoriesTheyAreIn) {
-    expectProtected("/root");
-    expectProtected(sandbox::servedHome);
-    expectProtected(sandbox::servedHome + "/");
-    expectProtected("/usr/../root/");
-    expectProtected(sandbox::everybodysDirectory + "/homes");
-}
-
-TEST_F(HelperRemoval, SparesAHomeDirectoryThatALinkLeadsToAndTheLink) {
-    ASSERT_EQ(::rmdir(sandbox::servedHome.c_str()), 0);
-    makeDirectory(roots() + "/data");
-    makeLink(makeDirectory(roots() + "/data/served", servedUser), sandbox::servedHome, 0);
-    expectProtected(sandbox::servedHome);
-    expectProtected(roots() + "/data/served");
-    expectProtected(roots() + "/data");
-}
-
-TEST_F(HelperRemoval, SparesMountPointsAndTheDirectoriesTheyAreIn) {
-    makeDirectory(roots() + "/outer");
-    const std::string point = makeDirectory(roots() + "/outer/mount point");
-    makeDirectory(roots() + "/outer/plain");
-    ASSERT_EQ(::mount("tmpfs", point.c_str(), "tmpfs", 0, ""), 0);
-    expectProtected(roots());
-    expectProtected(roots() + "/outer");
-    expectProtected(point);
-    TestedHelper helper;
-    EXPECT_EQ(helper.run("/bin/rm", {"-Rdf", roots() + "/outer/plain"}), Status::started);
-    EXPECT_FALSE(exists(roots() + "/outer/plain"));
-}
-
-TEST_F(HelperRemoval, SparesAMountPointOfAFileSystemWithALongName) {
-    makeDirectory(roots() + "/outer");
-    const std::string point = makeDirectory(roots() + "/outer/point");
-    const std::string name(4095, 'x');
-    ASSERT_EQ(::mount(name.c_str(), point.c_str(), "tmpfs", 0, ""), 0);
-    expectProtected(roots() + "/outer");
-}
-
-TEST_F(HelperRemoval, SparesThemFromToolsUnderAnotherName) {
-    TestedHelper helper;
-    const std::string other = makeLink("/usr/bin/rm", roots() + "/delete", 0);
-    EXPECT_EQ(helper.run(other, {"-df", "/usr"}), Status::itemProtected);
-}
-
-TEST_F(HelperRemoval, IsToldByItsNameWhereOneProgramIsAllTools) {
-    const StandIn rm("/usr/bin/cp", "/usr/bin/rm");
-    const StandIn mv("/usr/bin/cp", "/usr/bin/mv");
-    TestedHelper helper;
-    const std::string file = makeFile(roots() + "/file");
-    const std::string moved = makeFile(usersDirectory() + "/moved");
-    EXPECT_EQ(helper.run("/bin/cp", {"-f", "-p", "-R", file, roots() + "/copy"}), Status::started);
-    EXPECT_TRUE(exists(roots() + "/copy"));
-    EXPECT_EQ(helper.run("/bin/mv", {"-f", moved, usersDirectory() + "/new"}), Status::started);
-    EXPECT_FALSE(exists(moved));
-    EXPECT_EQ(helper.run("/bin/rm", {"-df", "/usr"}), Status::itemProtected);
-}
-
-TEST_F(HelperRemoval, SparesThemAmongOtherOperands) {
-    TestedHelper helper;
-    const std::string file = makeFile(roots() + "/file");
-    EXPECT_EQ(helper.run("/bin/rm", {file, "-f", "/usr"}), Status::itemProtected);
-    EXPECT_TRUE(exists(file));
-}
-
-TEST_F(HelperRemoval, SparesAnEmptyHomeDirectoryFromBeingReplaced) {
-    TestedHelper helper;
-    makeDirectory(roots() + "/served");
-    EXPECT_EQ(
-        helper.run("/bin/mv", {"-f", roots() + "/served", sandbox::everybodysDirectory + "/homes"}),
-        Status::itemProtected);
-}
-
-TEST_F(HelperRemoval, TakesAwayWhatIsAskedFor) {
-    TestedHelper helper;
-    fs::create_directories(roots() + "/folder/a/b");
-    makeFile(roots() + "/folder/a/b/file");
-    const std::string dashed = makeFile(roots() + "/-f");
-    const std::string odd = makeFile(roots() + "/line\nbreak \xff");
-    EXPECT_EQ(helper.run("/bin/rm", {"-Rdf", roots() + "/folder/"}), Status::started);
-    EXPECT_EQ(helper.run("/bin/rm", {"-f", "--", dashed, odd}), Status::started);
-    EXPECT_TRUE(fs::is_empty(roots()));
-    EXPECT_FALSE(helper.hasLogLine());
-}
-
-TEST_F(HelperRemoval, OfWhatDoesNotExistIsStarted) {
-    TestedHelper helper;
-    EXPECT_EQ(helper.run("/bin/rm", {"-Rdf", roots() + "/missing"}), Status::started);
-    EXPECT_EQ(helper.run("/bin/rm", {"-Rdf", roots() + "/missing/too"}), Status::started);
-    EXPECT_FALSE(helper.hasLogLine());
-}
-
-TEST_F(HelperRemoval, TakesALinkAwayAndNotWhatItLeadsTo) {
-    TestedHelper helper;
-    const std::string target = makeDirectory(roots() + "/target");
-    const std::string link = makeLink(target, usersDirectory() + "/link", servedUser);
-    EXPECT_EQ(helper.run("/bin/rm", {"-Rdf", link + "/"}), Status::itemRedirected);
-    EXPECT_TRUE(exists(link));
-    EXPECT_EQ(helper.run("/bin/rm", {"-Rdf", link}), Status::started);
-    EXPECT_FALSE(exists(link));
-    EXPECT_TRUE(exists(target));
-}
-
-TEST_F(HelperRemoval, HasNoOptionsButKnownOnes) {
-    TestedHelper helper;
-    const std::string file = makeFile(roots() + "/file");
-    for (const char* option : {"--no-preserve-root", "--recursive", "-", "-x", "-Rx"}) {
-        EXPECT_EQ(helper.run("/bin/rm", {option, file}), Status::commandUnknown) << option;
-    }
-    for (const char* option :
-         {"-t/usr", "--target-directory=/usr", "-T", "-S", "-b", "-i", "-n", "-u"}) {
-        EXPECT_EQ(helper.run("/bin/mv", {option, file, roots() + "/b"}), Status::commandUnknown)
-            << option;
-    }
-    EXPECT_EQ(helper.run("/bin/mv", {file}), Status::commandUnknown);
-    EXPECT_EQ(helper.run("/bin/mv", {file, file, roots()}), Status::commandUnknown);
-    EXPECT_EQ(helper.run("/bin/rm", {"-f", "file"}), Status::commandUnknown);
-    EXPECT_EQ(helper.run("/bin/mv", {file, "mnt"}), Status::commandUnknown);
-    EXPECT_TRUE(exists(file));
-}
-
-TEST_F(HelperRemoval, IsNotLedOutOfAUsersDirectoryByTheUsersLinks) {
-    TestedHelper helper;
-    makeDirectory(roots() + "/outside");
-    const std::string outside = makeFile(roots() + "/outside/file");
-    const std::string inside = makeFile(usersDirectory() + "/file", servedUser);
-    const std::string link = makeLink(roots() + "/outside", usersDirectory() + "/link", servedUser);
-    EXPECT_EQ(helper.run("/bin/rm", {"-Rdf", link + "/file"}), Status::itemRedirected);
-    EXPECT_EQ(helper.run("/bin/mv", {"-f", link + "/file", roots() + "/taken"}),
-              Status::itemRedirected);
-    EXPECT_EQ(helper.run("/bin/mv", {"-f", inside, link + "/new"}), Status::itemRedirected);
-    EXPECT_EQ(helper.run("/bin/mv", {"-f", inside, link}), Status::itemRedirected);
-    EXPECT_EQ(helper.run("/bin/rm", {"-Rdf", usersDirectory() + "/../../mnt/outside/file"}),
-              Status::itemRedirected);
-    EXPECT_EQ(contentOf(outside), "content of " + outside);
-    EXPECT_TRUE(exists(inside));
-    EXPECT_EQ(std::distance(fs::directory_iterator(roots() + "/outside"), {}), 1);
-}
-
-TEST_F(HelperRemoval, IsNotLedByALinkInADirectoryThatEverybodyMayChange) {
-    TestedHelper helper;
-    const std::string shared = makeDirectory(usersDirectory() + "/shared", servedUser, 0777);
-    const std::string file =
-        makeFile(makeDirectory(usersDirectory() + "/private", servedUser) + "/file");
-    const std::string link = makeLink(usersDirectory() + "/private", shared + "/link", 23456);
-    EXPECT_EQ(helper.run("/bin/rm", {"-Rdf", link + "/file"}), Status::itemRedirected);
-    EXPECT_TRUE(exists(file));
-}
-
-TEST_F(HelperRemoval, FollowsAUsersLinkToTheUsersOwnDirectory) {
-    TestedHelper helper;
-    const std::string file = makeFile(roots() + "/file");
-    makeDirectory(usersDirectory() + "/share", servedUser);
-    makeDirectory(usersDirectory() + "/share/files", servedUser);
-    const std::string trash = makeLink("share/files", usersDirectory() + "/.Trash", servedUser);
-    EXPECT_EQ(helper.run("/bin/mv", {"-f", file, trash + "/file"}), Status::started);
-    EXPECT_EQ(contentOf(usersDirectory() + "/share/files/file"), "content of " + file);
-    EXPECT_FALSE(exists(file));
 }
 
 /// Keeps a helper's moves from copying, for a scope.
@@ -259,12 +46,30 @@ public:
         EXPECT_EQ(::fcntl(turns_.get(), F_SETLK, &all), 0);
     }
 
+    /// Returns how many processes wait for it.
+    std::ptrdiff_t waiting() const {
+        struct stat status {};
+        EXPECT_EQ(::fstat(turns_.get(), &status), 0);
+        const std::string file = ":" + std::to_string(status.st_ino) + " ";
+        std::ifstream locks("/proc/locks");
+        std::ptrdiff_t count = 0;
+        for (std::string line; std::getline(locks, line);) {
+            const bool isWaiting = line.find(" -> ") != std::string::npos;
+            count += isWaiting && line.find(file) != std::string::npos ? 1 : 0;
+        }
+        return count;
+    }
+
 private:
     FileDescriptor turns_; // closed, it lets them go on
 };
 
-class HelperMove : public HelperRemoval {
+} // namespace
+
+class HelperMove : public HelperTest {
 protected:
+    static const std::string& roots() { return sandbox::rootsDirectory; }
+
     /// As many as take a while to copy.
     static constexpr int manyFiles = 3000;
 
@@ -279,6 +84,18 @@ protected:
         makeFile(path);
         fs::resize_file(path, largeFile);
         helper.outputOf("/usr/bin/shred", {"-n", "1", path});
+    }
+
+    /// Makes directories in one another, deeper than a path may lead.
+    static std::string makeDeepDirectory(const std::string& path, int levels, uid_t owner = 0) {
+        makeDirectory(path, owner);
+        FileDescriptor deepest(::open(path.c_str(), O_PATH | O_CLOEXEC));
+        for (int level = 0; level < levels; ++level) {
+            EXPECT_EQ(::mkdirat(deepest.get(), "d", 0755), 0);
+            EXPECT_EQ(::fchownat(deepest.get(), "d", owner, 0, 0), 0);
+            deepest = FileDescriptor(::openat(deepest.get(), "d", O_PATH | O_CLOEXEC));
+        }
+        return path;
     }
 
     static constexpr std::uintmax_t largeFile = 1U << 20U;
@@ -309,7 +126,7 @@ TEST_F(HelperMove, OfAFileToItsOtherNameTakesTheFirstAway) {
     fs::create_hard_link(roots() + "/name", own + "/name");
     EXPECT_EQ(helper.run("/bin/mv", {"-f", own + "/name", roots() + "/name"}), Status::started);
     EXPECT_TRUE(fs::is_empty(own));
-    EXPECT_EQ(entries(roots()), 2);
+    EXPECT_EQ(numberOfEntries(roots()), 2);
     EXPECT_EQ(helper.run("/bin/mv", {"-f", roots() + "/name", roots() + "/name"}), Status::started);
     EXPECT_TRUE(exists(roots() + "/name"));
 }
@@ -370,7 +187,7 @@ TEST_F(HelperMove, LeavesTheItemWhereItsPlaceIsTaken) {
         }
         EXPECT_TRUE(exists(file));
         EXPECT_TRUE(exists(trash + "/folder/kept"));
-        EXPECT_EQ(entries(trash), 2);
+        EXPECT_EQ(numberOfEntries(trash), 2);
         fs::remove_all(from + "/folder");
         fs::remove_all(trash);
     }
@@ -386,7 +203,27 @@ TEST_F(HelperMove, IsNotHinderedByWhoGuessesTheNameOfItsDirectory) {
     const std::string file = makeFile(roots() + "/file");
     EXPECT_EQ(helper.run("/bin/mv", {"-f", file, usersDirectory()}), Status::started);
     EXPECT_TRUE(exists(usersDirectory() + "/file"));
-    EXPECT_EQ(entries(usersDirectory()), 101);
+    EXPECT_EQ(numberOfEntries(usersDirectory()), 101);
+}
+
+TEST_F(HelperMove, ThatCopiesWaitsUntilNoOtherCopies) {
+    TestedHelper helper;
+    std::optional<HeldTurn> held(helper);
+    const std::vector<std::string> names{"/first", "/second"};
+    for (const auto& name : names) {
+        const auto answer =
+            helper.start("/bin/mv", {"-f", makeFile(roots() + name), usersDirectory()});
+        EXPECT_EQ(answer.status, Status::started);
+    }
+    while (held->waiting() < 2) {
+        ASSERT_FALSE(exists(usersDirectory() + "/first") || exists(usersDirectory() + "/second"));
+        std::this_thread::yield();
+    }
+    held.reset();
+    helper.disconnect();
+    EXPECT_EQ(helper.waitForEnd(), 0);
+    EXPECT_EQ(numberOfEntries(usersDirectory()), 2);
+    EXPECT_TRUE(fs::is_empty(roots()));
 }
 
 TEST_F(HelperMove, LeavesTheItemWhosePlaceIsTakenWhileItIsCopied) {
@@ -406,9 +243,10 @@ TEST_F(HelperMove, LeavesTheItemWhosePlaceIsTakenWhileItIsCopied) {
     EXPECT_EQ(second.status, Status::started);
     const bool isFirstLeft = exists(roots() + "/first/folder");
     EXPECT_TRUE(fs::is_empty(roots() + (isFirstLeft ? "/second" : "/first")));
-    EXPECT_EQ(entries(roots() + (isFirstLeft ? "/first" : "/second") + "/folder"), manyFiles);
-    EXPECT_EQ(entries(usersDirectory() + "/folder"), manyFiles);
-    EXPECT_EQ(entries(usersDirectory()), 1);
+    EXPECT_EQ(numberOfEntries(roots() + (isFirstLeft ? "/first" : "/second") + "/folder"),
+              manyFiles);
+    EXPECT_EQ(numberOfEntries(usersDirectory() + "/folder"), manyFiles);
+    EXPECT_EQ(numberOfEntries(usersDirectory()), 1);
 }
 
 TEST_F(HelperMove, ThatIsAskedForAgainWhileItCopiesIsDoneOnce) {
@@ -426,7 +264,7 @@ TEST_F(HelperMove, ThatIsAskedForAgainWhileItCopiesIsDoneOnce) {
         helper.disconnect();
         EXPECT_EQ(helper.waitForEnd(), 0);
     }
-    EXPECT_EQ(entries(moved), manyFiles);
+    EXPECT_EQ(numberOfEntries(moved), manyFiles);
     EXPECT_FALSE(exists(roots() + "/folder"));
     EXPECT_EQ(std::distance(fs::directory_iterator(usersDirectory()), {}), 1);
 }
@@ -458,6 +296,38 @@ TEST_F(HelperMove, OfADeepTreeThatFailsHalfWayLeavesItWholeAndNothingElse) {
         EXPECT_EQ(fs::file_size(deepest + name), largeFile);
     }
     EXPECT_TRUE(fs::is_empty(small));
+}
+
+TEST_F(HelperMove, OfATreeThatIsDeeperThanAnyPathLeavesItWholeAndNothingElse) {
+    const std::string deep = makeDeepDirectory(roots() + "/folder", 5000);
+    TestedHelper helper;
+    EXPECT_EQ(helper.run("/bin/mv", {"-f", deep, usersDirectory()}), Status::started);
+    EXPECT_EQ(helper.nextLogLine(),
+              "no copy could be put in place: folder: " + std::to_string(ENAMETOOLONG));
+    EXPECT_EQ(numberOfEntries(deep), 1);
+    EXPECT_TRUE(fs::is_empty(usersDirectory()));
+    EXPECT_EQ(helper.run("/bin/rm", {"-Rdf", deep}), Status::started); // too deep for others
+}
+
+TEST_F(HelperMove, OfATreeThatIsDeeperThanAnyPathIsNoMergeWithoutEnd) {
+    const std::string deep = makeDeepDirectory(roots() + "/folder", 3000);
+    const std::string target = makeDirectory(roots() + "/target");
+    const std::string there = makeDeepDirectory(target + "/folder", 3000);
+    TestedHelper helper;
+    EXPECT_EQ(helper.run("/bin/cp", {"-f", "-p", "-R", deep, target}), Status::started);
+    EXPECT_EQ(helper.nextLogLine(),
+              "no copy could be put in place: d: " + std::to_string(ENAMETOOLONG));
+    EXPECT_EQ(helper.run("/bin/rm", {"-Rdf", deep, target}), Status::started);
+    EXPECT_FALSE(exists(there));
+}
+
+TEST_F(HelperMove, OfADirectoryAsDeepAsAPathLeadsIsMade) {
+    const std::string deep = makeDeepDirectory(roots() + "/folder", 2000);
+    TestedHelper helper;
+    EXPECT_EQ(helper.run("/bin/mv", {"-f", deep, usersDirectory()}), Status::started);
+    EXPECT_FALSE(exists(deep));
+    EXPECT_TRUE(exists(usersDirectory() + "/folder/d/d/d"));
+    EXPECT_EQ(helper.run("/bin/rm", {"-Rdf", usersDirectory() + "/folder"}), Status::started);
 }
 
 TEST_F(HelperMove, ThatCannotTakeAllAwayKeepsTheCopyOfWhatIsGone) {

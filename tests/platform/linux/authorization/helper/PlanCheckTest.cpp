@@ -1,9 +1,11 @@
 // What a helper does that is for one program's plan, and that it does nothing else.
 // PlannedTerms.cpp has the plan.
 
-#include "platform/linux/authorization/helper/BundleIdentifier.h"
+#include "platform/linux/authorization/helper/PlanCheck.h"
+
 #include "tests/platform/linux/authorization/helper/Attacker.h"
 #include "tests/platform/linux/authorization/helper/HelperHarness.h"
+#include "tests/platform/linux/authorization/helper/InformationLists.h"
 #include "tests/support/TemporaryDirectory.h"
 
 #include <sys/mount.h>
@@ -13,35 +15,12 @@
 #include <filesystem>
 #include <fstream>
 
-using platform::native::helper::identifierIn;
 using platform::native::helper::Status;
 
 namespace {
 
 namespace fs = std::filesystem;
 using namespace std::string_literals;
-
-std::string listWith(const std::string& identifier) {
-    return "<?xml version=\"1.0\"?>\n<!-- <key>CFBundleIdentifier</key> -->\n<plist><dict>\n"
-           "<key>Other</key><dict><key>CFBundleIdentifier</key><string>inner</string></dict>\n"
-           "<key>CFBundleIdentifier</key>\n<string>" +
-           identifier + "</string>\n</dict></plist>\n";
-}
-
-/// A binary property list: a dictionary with one key of more than fourteen letters.
-std::string binaryListWith(const std::string& identifier) {
-    const std::string key = "\x5f\x10\x12"
-                            "CFBundleIdentifier"s;
-    const std::string value = "\x5f\x10"s + static_cast<char>(identifier.size()) + identifier;
-    const std::string objects = "\xd1\x01\x02"s + key + value;
-    const std::string head = "bplist00";
-    const auto placeOf = [&](std::size_t place) {
-        return std::string(1, static_cast<char>(head.size() + place));
-    };
-    const std::string places = placeOf(0) + placeOf(3) + placeOf(3 + key.size());
-    return head + objects + places + std::string(6, '\0') + "\x01\x01"s + std::string(7, '\0') +
-           "\x03"s + std::string(8, '\0') + std::string(7, '\0') + placeOf(objects.size());
-}
 
 } // namespace
 
@@ -126,6 +105,15 @@ TEST_F(HelperPlan, HasNothingMovedToAnotherPlaceThanTheUsersTrash) {
     EXPECT_TRUE(exists(item));
 }
 
+TEST_F(HelperPlan, HasNothingMovedWithoutAPlace) {
+    const std::string item = makeFile(machine() + "/item.plist");
+    EXPECT_EQ(move(item, ""), Status::commandUnknown);
+    EXPECT_EQ(move("", trash() + "/new"), Status::commandUnknown);
+    EXPECT_EQ(move(item, "item.plist"), Status::commandUnknown);
+    EXPECT_EQ(move(item, trash() + "/missing/new"), Status::itemUnreachable);
+    EXPECT_TRUE(exists(item));
+}
+
 TEST_F(HelperPlan, TakesNoDirectoryOfAnothersForTheTrash) {
     const std::string item = makeFile(machine() + "/item.plist");
     fs::remove(trash());
@@ -134,6 +122,15 @@ TEST_F(HelperPlan, TakesNoDirectoryOfAnothersForTheTrash) {
     fs::remove(trash());
     makeDirectory(trash(), 0);
     EXPECT_EQ(move(item, trash() + "/new"), Status::notPlanned);
+    EXPECT_TRUE(exists(item));
+}
+
+TEST_F(HelperPlan, TakesNoDirectoryForTheTrashToWhichAnotherCouldHaveLed) {
+    const std::string item = makeFile(machine() + "/item.plist");
+    const std::string real = makeDirectory(home() + "/share", servedUser);
+    fs::remove(trash());
+    makeLink(makeLink(real, sandbox::everybodysDirectory + "/link", 23456), trash(), servedUser);
+    EXPECT_EQ(move(item, real + "/new"), Status::notPlanned);
     EXPECT_TRUE(exists(item));
 }
 
@@ -173,6 +170,21 @@ TEST_F(HelperPlan, HasNoOtherApplicationMoved) {
     }
 }
 
+TEST_F(HelperPlan, TakesNoListThatAnotherHasPutIntoAnApplication) {
+    const std::string path = makeApplication(listWith("com.example.Player"));
+    for (const auto* anothers : {"/Contents", "/Contents/Info.plist"}) {
+        ASSERT_EQ(::chown((path + anothers).c_str(), servedUser, 0), 0);
+        EXPECT_EQ(move(path, trash() + "/Player.app"), Status::notPlanned) << anothers;
+        ASSERT_EQ(::chown((path + anothers).c_str(), 0, 0), 0);
+    }
+    EXPECT_EQ(move(path, trash() + "/Player.app"), Status::started);
+}
+
+TEST_F(HelperPlan, TakesTheListThatRootHasPutIntoAnApplication) {
+    const std::string path = makeApplication(listWith("com.example.Player"), servedUser, 0);
+    EXPECT_EQ(move(path, trash() + "/Player.app"), Status::started);
+}
+
 TEST_F(HelperPlan, TakesNoDirectoryForAnApplicationBecauseAnotherSaysSo) {
     const std::string list = listWith("com.example.Player");
     const std::string path = makeApplication(list, 0, servedUser);
@@ -189,25 +201,6 @@ TEST_F(HelperPlan, TakesNoDirectoryForAnApplicationBecauseAnotherSaysSo) {
     fs::remove(file);
     ASSERT_EQ(::mkfifo(file.c_str(), 0644), 0);
     EXPECT_EQ(move(path, trash() + "/Player.app"), Status::notPlanned);
-}
-
-TEST(BundleIdentifier, IsReadFromListsOfBothKinds) {
-    EXPECT_EQ(identifierIn(listWith("com.example.Player")), "com.example.Player");
-    EXPECT_EQ(identifierIn(binaryListWith("com.example.Player")), "com.example.Player");
-}
-
-TEST(BundleIdentifier, SurvivesEveryCutAndEveryChangedByteOfAList) {
-    for (const auto& list :
-         {listWith("com.example.Player"), binaryListWith("com.example.Player")}) {
-        for (std::size_t length = 0; length < list.size(); ++length) {
-            EXPECT_NE(identifierIn(list.substr(0, length)), "inner");
-            for (int byte = 0; byte < 256; ++byte) {
-                std::string changed = list;
-                changed[length] = static_cast<char>(byte);
-                EXPECT_LE(identifierIn(changed).size(), list.size());
-            }
-        }
-    }
 }
 
 // ---- The way back ------------------------------------------------------------------------------
@@ -298,6 +291,32 @@ TEST_F(HelperPlan, HasJobFilesRemoved) {
     const std::string file = makeFile(job(), servedUser);
     EXPECT_EQ(run("/bin/rm", {"-Rdf", file}), Status::started);
     EXPECT_FALSE(exists(file));
+}
+
+TEST_F(HelperPlan, HasAJobFileThatIsGoneRemovedWithoutAWord) {
+    TestedHelper helper({.kind = HelperKind::planned});
+    EXPECT_EQ(helper.run("/bin/rm", {"-Rdf", job()}), Status::started);
+    helper.disconnect();
+    EXPECT_EQ(helper.waitForEnd(), 0);
+    EXPECT_FALSE(helper.hasLogLine());
+}
+
+TEST_F(HelperPlan, HasNoDirectoryRemovedThatIsSwappedInForAJobFile) {
+    const std::string other = home() + "/Library/LaunchAgents/other";
+    for (int round = 0; round < 50; ++round) {
+        makeFile(job(), servedUser);
+        makeFile(makeDirectory(other) + "/kept");
+        {
+            const Attacker attacker([&] {
+                exchange(job(), other); // until the file is removed
+                return true;
+            });
+            run("/bin/rm", {"-Rdf", job()});
+        }
+        ASSERT_TRUE(exists(job() + "/kept") || exists(other + "/kept"));
+        fs::remove_all(job());
+        fs::remove_all(other);
+    }
 }
 
 TEST_F(HelperPlan, HasNothingElseRemoved) {

@@ -9,9 +9,9 @@
 
 /// A machine whose standard directories are all where one expects them, seen by an ordinary user
 /// whose home directory is /home/someone.
-class LocalPathsFixture : public testing::Test {
+class StandardLocations : public testing::Test {
 protected:
-    LocalPathsFixture() {
+    StandardLocations() {
         using enum platform::DirectoryKind;
         using enum platform::DomainMask;
         searchPaths.lists = {

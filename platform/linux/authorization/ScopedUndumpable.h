@@ -6,14 +6,14 @@ namespace platform::native {
 /// no other process of the same user can look into it or take a descriptor out of it. Scopes may
 /// overlap, on any threads. What any user may read about a process stays readable, so that polkit
 /// still learns whose process it is.
-class ProcessSecrecy {
+class ScopedUndumpable {
 public:
-    ProcessSecrecy();
-    ~ProcessSecrecy();
-    ProcessSecrecy(const ProcessSecrecy&) = delete;
-    ProcessSecrecy& operator=(const ProcessSecrecy&) = delete;
-    ProcessSecrecy(ProcessSecrecy&&) = delete;
-    ProcessSecrecy& operator=(ProcessSecrecy&&) = delete;
+    ScopedUndumpable();
+    ~ScopedUndumpable();
+    ScopedUndumpable(const ScopedUndumpable&) = delete;
+    ScopedUndumpable& operator=(const ScopedUndumpable&) = delete;
+    ScopedUndumpable(ScopedUndumpable&&) = delete;
+    ScopedUndumpable& operator=(ScopedUndumpable&&) = delete;
 };
 
 } // namespace platform::native

@@ -1,4 +1,4 @@
-#include "platform/linux/authorization/ProcessSecrecy.h"
+#include "platform/linux/authorization/ScopedUndumpable.h"
 
 #include <sys/prctl.h>
 
@@ -8,22 +8,22 @@ namespace platform::native {
 
 namespace {
 
-std::mutex secrecyMutex;
+std::mutex scopesMutex;
 int scopes = 0;
 int formerDumpable = 0;
 
 } // namespace
 
-ProcessSecrecy::ProcessSecrecy() {
-    const std::lock_guard lock(secrecyMutex);
+ScopedUndumpable::ScopedUndumpable() {
+    const std::lock_guard lock(scopesMutex);
     if (scopes++ == 0) {
         formerDumpable = ::prctl(PR_GET_DUMPABLE);
         ::prctl(PR_SET_DUMPABLE, 0);
     }
 }
 
-ProcessSecrecy::~ProcessSecrecy() {
-    const std::lock_guard lock(secrecyMutex);
+ScopedUndumpable::~ScopedUndumpable() {
+    const std::lock_guard lock(scopesMutex);
     if (--scopes == 0 && formerDumpable == 1) {
         ::prctl(PR_SET_DUMPABLE, 1);
     }

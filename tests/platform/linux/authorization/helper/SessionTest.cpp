@@ -1,5 +1,7 @@
 // Requests that no honest program makes.
 
+#include "platform/linux/authorization/helper/Session.h"
+
 #include "tests/platform/linux/authorization/helper/HelperHarness.h"
 
 #include <sys/socket.h>
@@ -34,11 +36,6 @@ protected:
         EXPECT_EQ(helper.nextLogLine(), refusal(reason));
         EXPECT_FALSE(helper.hasLogLine());
         EXPECT_EQ(helper.send(areYouThere).status, Status::ready);
-    }
-
-    static void expectToolRefusal(const std::string& tool, Status status,
-                                  const std::string& reason) {
-        expectRefusal(tool + '\0', status, reason + ": " + tool);
     }
 };
 
@@ -113,71 +110,6 @@ TEST_F(HelperRequest, OfAProgramThatReadsNoAnswersEndsTheSession) {
     while (::send(helper.connection(), areYouThere.data(), areYouThere.size(), MSG_NOSIGNAL) > 0) {
     }
     EXPECT_EQ(helper.waitForEnd(), 0);
-}
-
-TEST_F(HelperRequest, IsLoggedAsOneShortPrintableLine) {
-    TestedHelper helper;
-    const std::string tool = "/" + std::string(5000, 'x');
-    EXPECT_EQ(helper.start("evil\nroot: all is well\x1b[2J").status, Status::toolNotAbsolute);
-    EXPECT_EQ(helper.nextLogLine(), refusal("the tool's path is relative: "
-                                            "evil\\x0aroot: all is well\\x1b[2J"));
-    EXPECT_EQ(helper.start(tool).status, Status::toolMissing);
-    EXPECT_LT(helper.nextLogLine().size(), 500U);
-}
-
-TEST_F(HelperRequest, ForARelativeToolIsRefused) {
-    expectToolRefusal("bin/true", Status::toolNotAbsolute, "the tool's path is relative");
-    expectToolRefusal("true", Status::toolNotAbsolute, "the tool's path is relative");
-    expectToolRefusal("../bin/true", Status::toolNotAbsolute, "the tool's path is relative");
-}
-
-TEST_F(HelperRequest, ForWhatIsNoToolIsRefused) {
-    expectToolRefusal("/no/such/tool", Status::toolMissing, "there is no such tool");
-    expectToolRefusal("/usr", Status::toolMissing, "there is no such tool");
-    expectToolRefusal(makeFile(sandbox::rootsDirectory + "/file"), Status::toolMissing,
-                      "there is no such tool");
-}
-
-TEST_F(HelperRequest, ForAToolThatOthersMayChangeIsRefused) {
-    const std::string reason = "others than root may change the tool or its way";
-    const std::string root = sandbox::rootsDirectory;
-    expectToolRefusal(makeFile(root + "/users", servedUser, 0755), Status::toolNotTrusted, reason);
-    expectToolRefusal(makeFile(root + "/groups", 0, 0775), Status::toolNotTrusted, reason);
-    expectToolRefusal(makeFile(root + "/everybodys", 0, 0757), Status::toolNotTrusted, reason);
-    expectToolRefusal(makeFile(usersDirectory() + "/roots", 0, 0755), Status::toolNotTrusted,
-                      reason);
-    expectToolRefusal(makeFile(sandbox::everybodysDirectory + "/roots", 0, 0755),
-                      Status::toolNotTrusted, reason);
-}
-
-TEST_F(HelperRequest, ForAToolByWayOfAUsersLinkIsRefused) {
-    const std::string reason = "others than root may change the tool or its way";
-    expectToolRefusal(makeLink("/bin/true", usersDirectory() + "/link", 0), Status::toolNotTrusted,
-                      reason);
-    expectToolRefusal(makeLink("/bin/true", sandbox::rootsDirectory + "/link", servedUser),
-                      Status::toolNotTrusted, reason);
-    expectToolRefusal(usersDirectory() + "/../../bin/true", Status::toolNotTrusted, reason);
-}
-
-TEST_F(HelperRequest, ForAToolByWayOfRootsLinksIsGranted) {
-    TestedHelper helper;
-    const std::string first = makeLink("second", sandbox::rootsDirectory + "/first", 0);
-    makeLink("../bin/../bin/echo", sandbox::rootsDirectory + "/second", 0);
-    EXPECT_EQ(helper.outputOf(first, {"hello"}), "hello\n");
-}
-
-TEST_F(HelperRequest, ForAnInterpretersScriptIsRefused) {
-    const std::string script = makeFile(sandbox::rootsDirectory + "/script", 0, 0755);
-    std::ofstream(script) << "#!/bin/sh\necho hello\n";
-    TestedHelper helper;
-    EXPECT_EQ(helper.start(script).status, Status::startFailed);
-    EXPECT_EQ(helper.nextLogLine(),
-              refusal("the tool cannot be started: " + script + ": " + std::to_string(ENOENT)));
-}
-
-TEST_F(HelperRequest, ForALinkThatLeadsToItselfIsRefused) {
-    expectToolRefusal(makeLink("loop", sandbox::rootsDirectory + "/loop", 0), Status::toolMissing,
-                      "there is no such tool");
 }
 
 TEST_F(HelperRequest, IsRefusedWhenTheSystemHasNoMemoryToLookAtItsPaths) {

@@ -1,5 +1,7 @@
 // What a tool finds when the helper has started it, and how it ends.
 
+#include "platform/linux/authorization/helper/ToolStart.h"
+
 #include "tests/platform/linux/authorization/helper/HelperHarness.h"
 
 #include <fcntl.h>
@@ -98,22 +100,6 @@ TEST_F(HelperTool, IsNotBoundByTheUsersLimits) {
     TestedHelper helper({.limits = {{RLIMIT_FSIZE, 1U << 30U}, {RLIMIT_STACK, 1U << 18U}}});
     EXPECT_EQ(helper.outputOf("/bin/sh", {"-c", "ulimit -f; ulimit -s; ulimit -c"}),
               "unlimited\n8192\n0\n");
-}
-
-TEST_F(HelperTool, SpeaksToTheSystemLogInPrintableLines) {
-    TestedHelper helper;
-    helper.run("/bin/sh", {"-c", "printf 'one\\033[2J\\ntwo\\n' >&2"});
-    EXPECT_EQ(helper.nextLogLine(), "one\\x1b[2J");
-    EXPECT_EQ(helper.nextLogLine(), "two");
-}
-
-TEST_F(HelperTool, IsHeardToTheEndOfItsLastLine) {
-    TestedHelper helper;
-    helper.run("/bin/sh", {"-c", "printf 'one\ntwo' >&2"});
-    helper.disconnect();
-    EXPECT_EQ(helper.waitForEnd(), 0);
-    EXPECT_EQ(helper.nextLogLine(), "one");
-    EXPECT_EQ(helper.nextLogLine(), "two");
 }
 
 TEST_F(HelperTool, GetsItsArgumentsUnchanged) {

@@ -1,0 +1,18 @@
+#pragma once
+
+#include "app/Inventory.h"
+#include "app/cli/Report.h"
+#include "platform/qt/ItemsWindow.h"
+
+#include <vector>
+
+namespace start {
+
+/// Returns the window that lists what a run would remove, from the inventory of it, sizes included.
+/// Looks up which items the user may not move without an administrator's password.
+platform::qt::ItemsDescription plannedItems(const std::vector<InventoryRow>& rows);
+
+/// Returns the window that lists what a run left in place, each reason once.
+platform::qt::ItemsDescription itemsLeft(const std::vector<cli::RowOutcome>& left);
+
+} // namespace start

@@ -1,0 +1,165 @@
+#include "app/start/WindowMain.h"
+
+#include "app/cli/Run.h"
+#include "app/start/ItemLists.h"
+#include "app/start/Outlets.h"
+#include "app/start/RunFollower.h"
+#include "platform/Application.h"
+#include "platform/Services.h"
+#include "platform/foundation/Exception.h"
+#include "platform/foundation/Thread.h"
+#include "platform/qt/Identity.h"
+#include "platform/qt/Interruptions.h"
+#include "platform/qt/ItemsWindow.h"
+#include "platform/qt/WindowedMain.h"
+#include "platform/terminal/RunAgain.h"
+
+#include <cstdlib>
+#include <mutex>
+#include <optional>
+#include <utility>
+#include <vector>
+
+namespace start {
+
+namespace {
+
+using cli::ExitStatus;
+namespace qt = platform::qt;
+
+/// Decides when the program ends that was asked to: at once, unless a run is on, which goes on to
+/// its end. Any thread may call every member.
+class Ending {
+public:
+    void request() {
+        const std::lock_guard lock(mutex_);
+        isRequested_ = true;
+        if (!isRunning_) {
+            end();
+        }
+    }
+
+    void runBegan() {
+        const std::lock_guard lock(mutex_);
+        isRunning_ = true;
+    }
+
+    void runEnded() {
+        const std::lock_guard lock(mutex_);
+        isRunning_ = false;
+        if (isRequested_) {
+            end();
+        }
+    }
+
+    /// From now on the process ends at once with this status. Returns whether that was requested
+    /// before.
+    bool loopEnded(ExitStatus status) {
+        const std::lock_guard lock(mutex_);
+        status_ = status;
+        return isRequested_;
+    }
+
+private:
+    void end() {
+        auto* application = platform::installedService<platform::Application>();
+        if (application == nullptr || status_) {
+            std::_Exit(static_cast<int>(status_.value_or(ExitStatus::cancelled)));
+        }
+        application->performOnMainThread([application] { application->terminate(); },
+                                         platform::Wait::no);
+    }
+
+    std::mutex mutex_;
+    bool isRequested_ = false;
+    bool isRunning_ = false;
+    /// Set once the event loop has ended.
+    std::optional<ExitStatus> status_;
+};
+
+class WindowFollower : public RunFollower {
+public:
+    explicit WindowFollower(Ending& ending) : ending_(ending) {}
+
+    void rowBegan(const PlanRow& row) override {
+        ending_.runBegan();
+        RunFollower::rowBegan(row);
+    }
+    void walkEnded() override { ending_.runEnded(); }
+
+private:
+    Ending& ending_;
+};
+
+/// Shows what a run would remove, when that is known: the sizes of many files take a while.
+class ItemsButton {
+public:
+    ItemsButton(platform::Interface& interface, Inventory& inventory)
+        : window_(interface.window(mainWindowOutlet)),
+          removeShared_(interface.checkBox(removeSharedOutlet)), inventory_(inventory) {}
+
+    /// Does nothing while it is at work. Main thread only.
+    void press() {
+        if (std::exchange(isAtWork_, true)) {
+            return;
+        }
+        const auto shared = removeShared_.state() == platform::CheckBoxState::on ? RemoveShared::yes
+                                                                                 : RemoveShared::no;
+        try {
+            platform::detachNewThread([this, shared] {
+                platform::service<platform::Application>().performOnMainThread(
+                    [this, rows = inventory_.take(shared, Sizes::yes)] { show(rows); },
+                    platform::Wait::no);
+            });
+        } catch (const platform::Exception&) {
+            show(inventory_.take(shared, Sizes::yes));
+        }
+    }
+
+private:
+    void show(const std::vector<InventoryRow>& rows) {
+        isAtWork_ = false;
+        if (window_.isVisible()) {
+            qt::showItems(plannedItems(rows));
+        }
+    }
+
+    platform::Window& window_;
+    platform::CheckBox& removeShared_;
+    Inventory& inventory_;
+    bool isAtWork_ = false;
+};
+
+/// Tells the person what the run left in place, unless the program was asked to end.
+ExitStatus finish(cli::Run& run, Ending& ending) {
+    const auto end = run.finish();
+    const bool isAskedToEnd = ending.loopEnded(end.status);
+    if (!end.left.empty() && !isAskedToEnd &&
+        qt::showItems(itemsLeft(end.left)) == qt::ItemsAnswer::tryAgain) {
+        platform::terminal::runAgain({qt::applicationName()});
+    }
+    return end.status;
+}
+
+} // namespace
+
+ExitStatus windowMain(int argc, char** argv, const cli::Options& options,
+                      const std::string& interfaceFile, Inventory& inventory, const Awake& awake,
+                      const std::function<void(const std::string&)>& withoutDisplay) {
+    // Never destroyed: their threads may still call them when this function returns.
+    static auto& ending = *new Ending;
+    static auto& follower = *new WindowFollower(ending);
+    qt::onInterruption([] { ending.request(); });
+    cli::Run run(options, inventory, follower);
+    return static_cast<ExitStatus>(qt::windowedMain(
+        argc, argv, interfaceFile,
+        [&](platform::Interface& interface) {
+            follower.follow(run, interface);
+            static auto& itemsButton = *new ItemsButton(interface, inventory);
+            interface.setAction(showItemsAction, [] { itemsButton.press(); });
+            awake(interface, follower);
+        },
+        [&] { return static_cast<int>(finish(run, ending)); }, withoutDisplay));
+}
+
+} // namespace start

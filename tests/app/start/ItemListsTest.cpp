@@ -1,0 +1,70 @@
+#include "app/start/ItemLists.h"
+
+#include "platform/Services.h"
+#include "tests/support/FileSystemDoubles.h"
+
+#include <gtest/gtest.h>
+
+using cli::Outcome;
+using platform::qt::asText;
+
+namespace {
+
+cli::RowOutcome leftAt(const std::string& path, const std::string& cause) {
+    return {
+        .row = {.path = path}, .outcome = Outcome::left, .reason = path + cause, .cause = cause};
+}
+
+class ItemLists : public ::testing::Test {
+protected:
+    DescribedFileSystem disk;
+    platform::ScopedService<platform::FileSystem> scope{disk};
+};
+
+TEST_F(ItemLists, NameWhatARunWouldRemoveAndHow) {
+    disk.directories["/own"] = std::vector<std::string>{"a"};
+    const auto list = start::plannedItems(
+        {{.action = PlanAction::kill, .names = {"Dunmarl", "Ospenth"}},
+         {.action = PlanAction::trash, .path = "/own/a", .state = ItemState::found, .size = 1200},
+         {.action = PlanAction::trash, .path = "/own/b", .state = ItemState::absent},
+         {.action = PlanAction::trash, .path = "/own/a", .state = ItemState::repeated},
+         {.action = PlanAction::removeAgent,
+          .path = "/own/job.plist",
+          .state = ItemState::found,
+          .size = 300}});
+
+    EXPECT_EQ(list.message, "2 items, 1.5 kB. Nothing is removed before you press Uninstall.");
+    EXPECT_EQ(asText(list.sections), "Moved to the Trash\n    /own/a  1.2 kB\n"
+                                     "Background jobs, stopped and deleted\n"
+                                     "    /own/job.plist  300 B\n"
+                                     "Closed if they are running\n    Dunmarl\n    Ospenth\n");
+    EXPECT_FALSE(list.canTryAgain);
+}
+
+TEST_F(ItemLists, SayWhichItemsNeedAPassword) {
+    disk.directories["/Library/Preferences"] = std::vector<std::string>{"a.plist"};
+    disk.readOnly = {"/Library/Preferences"};
+    const auto list = start::plannedItems({{.action = PlanAction::trash,
+                                            .path = "/Library/Preferences/a.plist",
+                                            .state = ItemState::found,
+                                            .size = 5}});
+
+    EXPECT_EQ(list.message, "1 item, 5 B. Nothing is removed before you press Uninstall.");
+    EXPECT_EQ(list.sections.front().items.front().detail, "5 B, needs a password");
+}
+
+TEST_F(ItemLists, SayThatNothingWasFound) {
+    EXPECT_EQ(start::plannedItems({}).message, "Nothing of the suite was found.");
+}
+
+TEST_F(ItemLists, SayOnceWhySeveralItemsWereLeft) {
+    const auto list =
+        start::itemsLeft({leftAt("/x/a", "Not allowed."), leftAt("/x/b", "The disk is full."),
+                          leftAt("/x/c", "Not allowed.")});
+
+    EXPECT_EQ(asText(list.sections),
+              "Not allowed.\n    /x/a\n    /x/c\nThe disk is full.\n    /x/b\n");
+    EXPECT_TRUE(list.canTryAgain);
+}
+
+} // namespace

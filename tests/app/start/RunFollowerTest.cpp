@@ -1,0 +1,88 @@
+#include "app/start/RunFollower.h"
+
+#include "platform/Services.h"
+#include "tests/support/DescribedMachine.h"
+#include "tests/support/MainLoop.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+class ShownText : public platform::Label {
+public:
+    std::vector<std::string> texts;
+    void setText(const std::string& text) override { texts.push_back(text); }
+};
+
+class TickedBox : public platform::CheckBox {
+public:
+    platform::CheckBoxState state() override { return platform::CheckBoxState::on; }
+};
+
+/// An interface with what a run shows.
+class RunInterface : public platform::Interface {
+public:
+    ShownText item;
+    TickedBox box;
+
+    platform::Window& window(const std::string& name) override {
+        throw platform::Exception("QFOutletMissing", name);
+    }
+    platform::CheckBox& checkBox(const std::string& /*name*/) override { return box; }
+    platform::ProgressIndicator& progressIndicator(const std::string& name) override {
+        throw platform::Exception("QFOutletMissing", name);
+    }
+    platform::Label& label(const std::string& /*name*/) override { return item; }
+    void setAction(const std::string& /*name*/, std::function<void()> /*perform*/) override {}
+};
+
+class CountedInventory : public Inventory {
+public:
+    std::vector<InventoryRow> rows;
+    std::vector<RemoveShared> taken;
+
+    std::vector<InventoryRow> take(RemoveShared removeShared, Sizes /*sizes*/) override {
+        taken.push_back(removeShared);
+        return rows;
+    }
+};
+
+class RunFollowerTest : public ::testing::Test {
+protected:
+    RunFollowerTest() { follower.follow(run, interface); }
+
+    static void waitForMainThread() {
+        MainLoop::shared().performOnMainThread([] {}, platform::Wait::untilDone);
+    }
+
+    platform::ScopedService<platform::Application> application{MainLoop::shared()};
+    RunInterface interface;
+    CountedInventory inventory;
+    start::RunFollower follower;
+    cli::Run run{cli::Options{}, inventory, follower};
+    const PlanRow row{PlanAction::trash, "/x/a", {}};
+};
+
+TEST_F(RunFollowerTest, RecordsWhatExistsBeforeTheFirstRowOnly) {
+    follower.rowBegan(row);
+    follower.rowBegan(row);
+
+    EXPECT_EQ(inventory.taken, std::vector{RemoveShared::yes});
+}
+
+TEST_F(RunFollowerTest, ShowsTheNamesOfTheItemsThatExistAndTheirNumbers) {
+    inventory.rows = {{.action = PlanAction::trash, .path = "/x/a", .state = ItemState::found},
+                      {.action = PlanAction::trash, .path = "/x/b", .state = ItemState::absent},
+                      {.action = PlanAction::trash, .path = "/x/c.app", .state = ItemState::found},
+                      {.action = PlanAction::trash, .path = "/x/a", .state = ItemState::repeated}};
+    follower.rowBegan(row);
+
+    for (const auto* path : {"/x/a", "/x/b", "/x/c.app", "/x/a"}) {
+        follower.itemBegan(path);
+    }
+    waitForMainThread();
+
+    EXPECT_EQ(interface.item.texts, (std::vector<std::string>{"a, 1 of 2", "c.app, 2 of 2"}));
+}
+
+} // namespace

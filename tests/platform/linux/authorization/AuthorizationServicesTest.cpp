@@ -1,0 +1,76 @@
+// The handles of the administrator's right. tests/e2e/authorization-checks has the right itself.
+
+#include "platform/linux/authorization/AuthorizationServices.h"
+
+#include "tests/support/ScopedEnvironment.h"
+
+#include <gtest/gtest.h>
+
+#include <optional>
+
+using namespace platform;
+
+namespace {
+
+class AuthorizationHandles : public testing::Test {
+protected:
+    AuthorizationRef create() { return services.create({}, kAuthorizationFlagDefaults).value(); }
+    AuthorizationStatus request(AuthorizationRef ref, const std::string& right,
+                                AuthorizationFlags flags) {
+        return services.copyRights(ref, {{.name = right, .value = {}}}, {}, flags).error();
+    }
+    AuthorizationStatus execute(AuthorizationRef ref) {
+        return services
+            .executeWithPrivileges(ref, "/bin/true", kAuthorizationFlagDefaults, {}, std::nullopt)
+            .error();
+    }
+
+    native::AuthorizationServices services{{"/no/pkexec", "/no/helper"}};
+    static constexpr const char* administrator = "system.privilege.admin";
+    static constexpr AuthorizationFlags extend = kAuthorizationFlagExtendRights;
+    static constexpr AuthorizationFlags ask =
+        kAuthorizationFlagExtendRights + kAuthorizationFlagInteractionAllowed;
+
+private:
+    ScopedEnvironment bus_{"DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/no/bus"};
+    ScopedEnvironment inherited_{"QF_AUTHORIZATION_DESCRIPTOR", std::nullopt};
+};
+
+} // namespace
+
+TEST_F(AuthorizationHandles, AreDifferentAndHoldNoRightAtFirst) {
+    const auto first = create();
+    const auto second = create();
+    EXPECT_NE(first, AuthorizationRef::none);
+    EXPECT_NE(first, second);
+    EXPECT_FALSE(services.holdsRights(first));
+    EXPECT_EQ(execute(first), errAuthorizationDenied);
+}
+
+TEST_F(AuthorizationHandles, AreInvalidWhenTheyWereFreedOrNeverIssued) {
+    const auto freed = create();
+    services.free(freed, kAuthorizationFlagDefaults);
+    services.free(freed, kAuthorizationFlagDefaults);
+    for (const auto ref : {freed, AuthorizationRef::none, AuthorizationRef{99}}) {
+        EXPECT_EQ(request(ref, administrator, ask), errAuthorizationInvalidRef);
+        EXPECT_EQ(execute(ref), errAuthorizationInvalidRef);
+        EXPECT_FALSE(services.holdsRights(ref));
+    }
+}
+
+TEST_F(AuthorizationHandles, AreGivenNoRightThatMayNotBeAddedAndNoOther) {
+    const auto ref = create();
+    EXPECT_EQ(request(ref, administrator, kAuthorizationFlagInteractionAllowed),
+              errAuthorizationDenied);
+    EXPECT_EQ(request(ref, "system.preferences", ask), errAuthorizationDenied);
+    EXPECT_EQ(request(ref, administrator, extend), errAuthorizationDenied); // no credentials
+}
+
+TEST_F(AuthorizationHandles, GetNoRightWithoutPolkit) {
+    EXPECT_EQ(request(create(), administrator, ask), errAuthorizationInternal);
+}
+
+TEST_F(AuthorizationHandles, AreNotInheritedFromNobody) {
+    EXPECT_EQ(services.copyPrivilegedReference(kAuthorizationFlagDefaults).error(),
+              errAuthorizationInternal);
+}

@@ -1,0 +1,90 @@
+// Asking for the administrator's right where another process may listen. The questions themselves
+// are in tests/e2e/authorization-checks.
+
+#include "platform/linux/authorization/RightRequests.h"
+
+#include "platform/Console.h"
+#include "platform/Services.h"
+#include "tests/platform/linux/authorization/Tracer.h"
+#include "tests/support/ScopedEnvironment.h"
+
+#include <gtest/gtest.h>
+#include <sys/prctl.h>
+
+#include <string>
+#include <vector>
+
+using namespace platform;
+using platform::native::RightRequests;
+
+namespace {
+
+/// Remembers the lines, and whether this process was dumpable when each was written.
+class WatchingConsole : public Console {
+public:
+    std::vector<std::string> lines;
+    std::vector<int> dumpable;
+
+    void systemLog(std::string_view message) override {
+        lines.emplace_back(message);
+        dumpable.push_back(::prctl(PR_GET_DUMPABLE));
+    }
+    void print(std::string_view /*text*/) override {}
+};
+
+class RightRequestsTest : public testing::Test {
+protected:
+    static AuthorizationItemSet credentials(const std::string& user, const std::string& password) {
+        return {{.name = "username", .value = user}, {.name = "password", .value = password}};
+    }
+
+    WatchingConsole console;
+    RightRequests requests{{"/no/pkexec", "/no/helper"}};
+
+private:
+    ScopedService<Console> consoleScope_{console};
+    ScopedEnvironment bus_{"DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/no/bus"};
+};
+
+} // namespace
+
+TEST_F(RightRequestsTest, AsksNobodyWhileAnotherProcessTracesThisOne) {
+    {
+        const Tracer tracer;
+        if (!tracer.isAttached()) {
+            GTEST_SKIP() << "this machine lets no process trace its parent";
+        }
+        EXPECT_EQ(requests.ask().error(), errAuthorizationDenied);
+        EXPECT_EQ(requests.authorize(credentials("root", "x")).error(), errAuthorizationDenied);
+        const std::string line = "No administrator is asked, because process " +
+                                 std::to_string(tracer.process()) + " traces this one";
+        EXPECT_EQ(console.lines, (std::vector<std::string>{line, line}));
+    }
+    EXPECT_EQ(requests.ask().error(), errAuthorizationInternal);
+}
+
+// Otherwise one could begin to after that.
+TEST_F(RightRequestsTest, LooksForATracerWhenNoOtherProcessCanBeginToTrace) {
+    const Tracer tracer;
+    if (!tracer.isAttached()) {
+        GTEST_SKIP() << "this machine lets no process trace its parent";
+    }
+    static_cast<void>(requests.ask());
+    static_cast<void>(requests.authorize(credentials("root", "x")));
+    EXPECT_EQ(console.dumpable, (std::vector<int>{0, 0}));
+    EXPECT_EQ(::prctl(PR_GET_DUMPABLE), 1);
+}
+
+TEST_F(RightRequestsTest, DeniesCredentialsThatCannotBeAnybodys) {
+    for (const auto& items : {AuthorizationItemSet{}, credentials("", "x"),
+                              credentials("no such user", "x"), credentials("root", "two\nlines"),
+                              AuthorizationItemSet{{.name = "username", .value = "root"}}}) {
+        EXPECT_EQ(requests.authorize(items).error(), errAuthorizationDenied);
+    }
+}
+
+TEST_F(RightRequestsTest, FailsWithoutPolkit) {
+    EXPECT_EQ(requests.ask().error(), errAuthorizationInternal);
+    EXPECT_EQ(requests.authorize(credentials("root", "x")).error(), errAuthorizationInternal);
+    EXPECT_EQ(console.lines, std::vector<std::string>{});
+}

@@ -1,0 +1,13 @@
+#include "platform/linux/authorization/helper/Terms.h"
+
+#include <gtest/gtest.h>
+
+using platform::native::helper::terms;
+
+TEST(GeneralTerms, StartAnyTool) {
+    EXPECT_FALSE(terms.plan.has_value());
+}
+
+TEST(GeneralTerms, LastForFiveMinutesWithoutARequest) {
+    EXPECT_EQ(terms.patience, std::chrono::minutes(5));
+}

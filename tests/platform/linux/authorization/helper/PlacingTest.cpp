@@ -1,0 +1,84 @@
+// Where the helper puts copies, and what it leaves there.
+
+#include "platform/linux/authorization/helper/Placing.h"
+
+#include "tests/platform/linux/authorization/helper/Attacker.h"
+#include "tests/platform/linux/authorization/helper/PlantedItems.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <filesystem>
+#include <set>
+
+using platform::native::helper::Status;
+
+namespace fs = std::filesystem;
+
+using HelperPlacing = PlantedItems;
+
+TEST_F(HelperPlacing, LeavesADirectoryThatACopyWouldReplace) {
+    const std::string file = makeFile(usersDirectory() + "/item", servedUser);
+    const std::string kept =
+        makeFile(makeDirectory(makeDirectory(usersDirectory() + "/to") + "/item") + "/kept");
+    EXPECT_EQ(copy(file, usersDirectory() + "/to"), Status::startFailed);
+    EXPECT_TRUE(exists(kept));
+}
+
+TEST_F(HelperPlacing, CopiesADirectoryIntoTheOneOfItsNameThatIsThere) {
+    const std::string from = makeDirectory(usersDirectory() + "/folder", servedUser, 0750);
+    makeFile(makeDirectory(from + "/inner", servedUser) + "/new", servedUser);
+    const std::string replaced = makeFile(from + "/file", servedUser);
+    makeOld(from);
+    const std::string to = makeDirectory(usersDirectory() + "/to", servedUser);
+    makeDirectory(to + "/folder", servedUser, 0700);
+    makeFile(makeDirectory(to + "/folder/inner", servedUser) + "/kept", servedUser);
+    makeFile(to + "/folder/file", servedUser);
+    EXPECT_EQ(copy(from, to), Status::started);
+    EXPECT_TRUE(exists(to + "/folder/inner/new"));
+    EXPECT_TRUE(exists(to + "/folder/inner/kept"));
+    EXPECT_EQ(contentOf(to + "/folder/file"), contentOf(replaced));
+    EXPECT_EQ(rightsOf(to + "/folder"), 0750U);
+    EXPECT_TRUE(isOld(to + "/folder"));
+    EXPECT_EQ(std::distance(fs::directory_iterator(to + "/folder"), {}), 2);
+}
+
+TEST_F(HelperPlacing, CopiesTheRestWhereOneItemCannotReplaceWhatIsThere) {
+    const std::string from = makeDirectory(usersDirectory() + "/folder", servedUser);
+    makeFile(from + "/a", servedUser);
+    makeDirectory(from + "/b", servedUser);
+    makeFile(from + "/c", servedUser);
+    const std::string to = makeDirectory(usersDirectory() + "/to", servedUser);
+    makeDirectory(makeDirectory(to + "/folder", servedUser) + "/a", servedUser);
+    makeLink(makeDirectory(sandbox::rootsDirectory + "/outside"), to + "/folder/b", servedUser);
+    TestedHelper helper;
+    EXPECT_EQ(helper.run("/bin/cp", {"-f", "-p", "-R", from, to}), Status::started);
+    EXPECT_TRUE(fs::is_directory(to + "/folder/a"));
+    EXPECT_TRUE(fs::is_symlink(to + "/folder/b"));
+    EXPECT_TRUE(exists(to + "/folder/c"));
+    const std::string reason = ": " + std::to_string(EEXIST);
+    std::set<std::string> lines{helper.nextLogLine(), helper.nextLogLine()};
+    EXPECT_EQ(lines, (std::set{"no copy could be put in place: a" + reason,
+                               "no copy could be put in place: b" + reason}));
+}
+
+TEST_F(HelperPlacing, MergesIntoNoDirectoryOfAnothersThatAUserCanPutThere) {
+    const std::string from = makeDirectory(usersDirectory() + "/folder", servedUser);
+    makeFile(makeDirectory(from + "/inner", servedUser) + "/file", servedUser);
+    const std::string to = makeDirectory(usersDirectory() + "/to", servedUser);
+    const std::string roots = makeDirectory(to + "/folder", 0, 0700);
+    EXPECT_EQ(copy(from, to), Status::startFailed);
+    ASSERT_EQ(::chown(roots.c_str(), servedUser, 0), 0);
+    const std::string inner = makeDirectory(roots + "/inner", 0, 0700);
+    EXPECT_EQ(copy(from, to), Status::started);
+    EXPECT_EQ(statusOf(inner).st_uid, 0U);
+    EXPECT_EQ(rightsOf(inner), 0700U);
+    EXPECT_TRUE(fs::is_empty(inner));
+}
+
+TEST_F(HelperPlacing, MergesNoDirectoryIntoItself) {
+    const std::string directory = makeDirectory(usersDirectory() + "/folder", servedUser);
+    makeDirectory(directory + "/folder", servedUser);
+    EXPECT_EQ(copy(directory, directory), Status::startFailed);
+    EXPECT_EQ(copy(directory, usersDirectory()), Status::startFailed);
+}

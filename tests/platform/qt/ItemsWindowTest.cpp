@@ -1,0 +1,88 @@
+#include "platform/qt/ItemsWindow.h"
+
+#include "tests/support/UserInterface.h"
+
+#include <QApplication>
+#include <QClipboard>
+#include <QTest>
+#include <QTimer>
+#include <QTreeWidget>
+
+#include <functional>
+
+using platform::qt::ItemsAnswer;
+using platform::qt::ItemsDescription;
+using platform::qt::showItems;
+
+namespace {
+
+const ItemsDescription description{
+    .title = "Items",
+    .message = "These.",
+    .sections = {{"First", {{"/x/a&b <i>", "1 kB"}, {"/x/c", {}}}}, {"Second", {{"/x/d", {}}}}},
+    .canTryAgain = true};
+
+/// Shows the items, and does this with the window once it is active.
+ItemsAnswer shown(const ItemsDescription& items, const std::function<void(QWidget&)>& act) {
+    QTimer::singleShot(0, [&] {
+        auto* window = windowTitled("Items");
+        ASSERT_NE(window, nullptr);
+        EXPECT_TRUE(QTest::qWaitForWindowActive(window));
+        act(*window);
+    });
+    return showItems(items);
+}
+
+void pressEscape(QWidget& window) {
+    QTest::keyClick(&window, Qt::Key_Escape);
+}
+
+class ItemsWindowTest : public UserInterface {};
+
+TEST_F(ItemsWindowTest, ListsTheItemsBelowTheirHeadings) {
+    shown(description, [](QWidget& window) {
+        const auto& list = *window.findChild<QTreeWidget*>();
+        ASSERT_EQ(list.topLevelItemCount(), 2);
+        const auto& first = *list.topLevelItem(0);
+        EXPECT_EQ(first.text(0), "First");
+        EXPECT_TRUE(first.isExpanded());
+        ASSERT_EQ(first.childCount(), 2);
+        EXPECT_EQ(first.child(0)->text(0), "/x/a&b <i>");
+        EXPECT_EQ(first.child(0)->text(1), "1 kB");
+        EXPECT_EQ(first.child(0)->toolTip(0), "<span>/x/a&amp;b &lt;i&gt;</span>");
+        pressEscape(window);
+    });
+}
+
+TEST_F(ItemsWindowTest, TellsThatThePersonWantsToTryAgain) {
+    EXPECT_EQ(shown(description, [](QWidget& window) { press(window, "&Try Again"); }),
+              ItemsAnswer::tryAgain);
+}
+
+TEST_F(ItemsWindowTest, IsClosedByItsButtonAndByEscape) {
+    EXPECT_EQ(shown(description, [](QWidget& window) { press(window, "C&lose"); }),
+              ItemsAnswer::close);
+    EXPECT_EQ(shown(description, pressEscape), ItemsAnswer::close);
+}
+
+TEST_F(ItemsWindowTest, HasNoButtonToTryAgainUnlessItIsWanted) {
+    auto listOnly = description;
+    listOnly.canTryAgain = false;
+    shown(listOnly, [](QWidget& window) {
+        EXPECT_EQ(buttonTitles(window), (std::vector<std::string>{"&Copy", "C&lose"}));
+        pressEscape(window);
+    });
+}
+
+TEST_F(ItemsWindowTest, CopiesTheListAsText) {
+    shown(description, [](QWidget& window) {
+        press(window, "&Copy");
+        EXPECT_TRUE(window.isVisible());
+        pressEscape(window);
+    });
+
+    EXPECT_EQ(QApplication::clipboard()->text(),
+              "First\n    /x/a&b <i>  1 kB\n    /x/c\nSecond\n    /x/d\n");
+}
+
+} // namespace

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <ostream>
+#include <string>
+
+/// What cases of a parameterised test derive from: a name of letters and digits, which becomes part
+/// of the test's name.
+struct NamedCase {
+    const char* name;
+    friend std::ostream& operator<<(std::ostream& stream, const NamedCase& named) {
+        return stream << named.name;
+    }
+};
+
+/// Names the tests of INSTANTIATE_TEST_SUITE_P after their cases.
+inline constexpr auto nameOfCase = [](const auto& info) { return std::string(info.param.name); };

@@ -1,0 +1,104 @@
+// No memory is given back with a password in it. This program looks at all that is.
+
+#include "util/auth/QFAuthorization.h"
+
+#include "tests/support/DescribedMachine.h"
+
+#include <malloc.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+
+namespace {
+
+/// Longer than a string keeps in itself.
+const std::string longPassword = "eleven apples and a half of a pear";
+const std::string shortPassword = "nine figs";
+
+std::atomic<bool> isWatching{false};
+std::atomic<int> found{0};
+
+void lookAt(void* memory) {
+    if (!isWatching || memory == nullptr) {
+        return;
+    }
+    const std::size_t size = ::malloc_usable_size(memory);
+    for (const auto* password : {&longPassword, &shortPassword}) {
+        const bool isThere = ::memmem(memory, size, password->data(), password->size()) != nullptr;
+        found += isThere ? 1 : 0;
+    }
+}
+
+/// Counts the pieces of memory that are given back with a password during a scope.
+class Watch {
+public:
+    Watch() {
+        found = 0;
+        isWatching = true;
+    }
+    ~Watch() { isWatching = false; }
+    Watch(const Watch&) = delete;
+    Watch& operator=(const Watch&) = delete;
+    Watch(Watch&&) = delete;
+    Watch& operator=(Watch&&) = delete;
+
+    static int count() { return found; }
+};
+
+/// Keeps nothing of what it is given, and looks whether it is given a password.
+class ForgetfulServices : public RecordingAuthorizationServices {
+public:
+    bool hasSeenPassword = false;
+
+    platform::AuthorizationResult<platform::AuthorizationRef>
+    create(const platform::AuthorizationItemSet& /*environment*/,
+           platform::AuthorizationFlags /*flags*/) override {
+        return platform::AuthorizationRef{1};
+    }
+    platform::AuthorizationResult<void>
+    copyRights(platform::AuthorizationRef /*ref*/, const platform::AuthorizationItemSet& /*rights*/,
+               const platform::AuthorizationItemSet& environment,
+               platform::AuthorizationFlags /*flags*/) override {
+        const std::string& password = environment.at(1).value;
+        hasSeenPassword = password == longPassword || password == shortPassword;
+        return {};
+    }
+};
+
+using GivenCredentials = DescribedMachine;
+
+} // namespace
+
+void* operator new(std::size_t size) {
+    void* const memory = std::malloc(size);
+    return memory != nullptr ? memory : throw std::bad_alloc();
+}
+void operator delete(void* memory) noexcept {
+    lookAt(memory);
+    std::free(memory);
+}
+void operator delete(void* memory, std::size_t /*size*/) noexcept {
+    lookAt(memory);
+    std::free(memory);
+}
+
+TEST_F(GivenCredentials, AreWipedWhenTheyHaveBeenUsed) {
+    ForgetfulServices forgetful;
+    const platform::ScopedService<platform::AuthorizationServices> scope(forgetful);
+    auto& controller = QFAuthorization::sharedController();
+    for (const auto& given : {std::optional(longPassword), std::optional(shortPassword)}) {
+        forgetful.hasSeenPassword = false;
+        const Watch watch;
+        EXPECT_TRUE(controller.authStartWithUser("someone", given));
+        EXPECT_TRUE(forgetful.hasSeenPassword);
+        EXPECT_EQ(Watch::count(), 0);
+    }
+}
+
+TEST_F(GivenCredentials, WouldBeFoundIfTheyWereNotWiped) {
+    const Watch watch;
+    { const auto copies = std::vector<std::string>{longPassword, shortPassword}; }
+    EXPECT_GE(Watch::count(), 2);
+}
