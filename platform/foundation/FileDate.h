@@ -5,6 +5,7 @@
 #include <chrono>
 #include <compare>
 #include <cstdint>
+#include <ctime>
 
 namespace platform {
 
@@ -15,8 +16,10 @@ struct FileDate {
     std::int32_t nanoseconds = 0; ///< Since that second: 0 to 999,999,999.
 
     constexpr FileDate() = default;
-    constexpr FileDate(std::int64_t wholeSeconds, std::int32_t rest)
-        : seconds(wholeSeconds), nanoseconds(rest) {}
+
+    /// Takes a time as the C library has it, with 0 to 999,999,999 nanoseconds.
+    constexpr explicit FileDate(std::timespec time)
+        : seconds(time.tv_sec), nanoseconds(static_cast<std::int32_t>(time.tv_nsec)) {}
 
     /// Converts a date, which is always possible.
     constexpr FileDate(Date date) {

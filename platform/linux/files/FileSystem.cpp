@@ -122,7 +122,7 @@ std::optional<std::vector<DirectoryEntry>> readDirectory(const std::string& path
 }
 
 FileDate dateOf(const statx_timestamp& time) {
-    return {time.tv_sec, static_cast<std::int32_t>(time.tv_nsec)};
+    return FileDate({.tv_sec = time.tv_sec, .tv_nsec = time.tv_nsec});
 }
 
 /// Returns the outcome of system calls on the item at a path.

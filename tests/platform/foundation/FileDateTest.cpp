@@ -22,18 +22,18 @@ TEST(FileDate, EveryDateConvertsThereAndBack) {
 }
 
 TEST(FileDate, NanosecondsCountFromTheSecondBefore) {
-    EXPECT_EQ(FileDate(epoch - 1ns), FileDate(-1, 999'999'999));
-    EXPECT_EQ(FileDate(epoch + 1s + 5ns), FileDate(1, 5));
+    EXPECT_EQ(FileDate(epoch - 1ns), FileDate({-1, 999'999'999}));
+    EXPECT_EQ(FileDate(epoch + 1s + 5ns), FileDate({1, 5}));
 }
 
 TEST(FileDate, WhatIsBeyondEveryDateBecomesTheNearest) {
-    EXPECT_EQ(FileDate(15'032'385'535, 0).nearestDate(), Date::max()); // in 2446
-    EXPECT_EQ(FileDate(-15'032'385'535, 0).nearestDate(), Date::min());
+    EXPECT_EQ(FileDate({15'032'385'535, 0}).nearestDate(), Date::max()); // in 2446
+    EXPECT_EQ(FileDate({-15'032'385'535, 0}).nearestDate(), Date::min());
     EXPECT_EQ(FileDate(Date::max()).nearestDate(), Date::max());
     EXPECT_EQ(FileDate(Date::min()).nearestDate(), Date::min());
 }
 
 TEST(FileDate, EarlierDatesAreLess) {
-    EXPECT_LT(FileDate(1, 999'999'999), FileDate(2, 0));
-    EXPECT_LT(FileDate(2, 0), FileDate(2, 1));
+    EXPECT_LT(FileDate({1, 999'999'999}), FileDate({2, 0}));
+    EXPECT_LT(FileDate({2, 0}), FileDate({2, 1}));
 }

@@ -294,8 +294,8 @@ TEST_F(VerifiedCopyOnDisk, ADateBeyondTheYear2262IsCopied) {
     platform::native::FileSystem dated;
     const platform::ScopedService<platform::FileSystem> scope(dated);
     const auto source = directory.write("source", "abc");
-    for (const platform::FileDate date : {platform::FileDate{10'000'000'000, 0}, // in 2286
-                                          platform::FileDate{-2'000'000'000, 0}}) {
+    for (const platform::FileDate date : {platform::FileDate({10'000'000'000, 0}), // in 2286
+                                          platform::FileDate({-2'000'000'000, 0})}) {
         ASSERT_TRUE(dated.setModificationDate(source, date));
         if (dated.attributesOfItem(source)->modificationDate != date) {
             GTEST_SKIP() << "the file system of " << directory.path() << " keeps no such date";

@@ -49,6 +49,7 @@ public:
     std::vector<std::string> pathsRead;
 
     platform::Value parse(std::string_view /*bytes*/) override { return {}; }
+    std::optional<std::string> xml(const platform::Value& /*value*/) override { return {}; }
     platform::Result<void> writeAtomically(const platform::Value& /*value*/,
                                            const std::string& /*path*/) override {
         return {};

@@ -4,7 +4,11 @@
 
 #include "tests/platform/linux/authorization/helper/HelperHarness.h"
 
-#include <filesystem>
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <string>
+#include <vector>
 
 using platform::native::helper::openItem;
 using platform::native::helper::walk;
