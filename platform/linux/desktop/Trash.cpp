@@ -67,7 +67,8 @@ TakeResult takeByRename(const ItemPlace& item, const std::string& trash) {
 }
 
 bool isEntryName(const std::string& name) {
-    return !name.empty() && name != "." && name != ".." && name.find('/') == std::string::npos;
+    return !name.empty() && name != "." && name != ".." && name.find('/') == std::string::npos &&
+           name.find('\0') == std::string::npos;
 }
 
 bool isUsablePath(const std::string& path) {
@@ -83,7 +84,7 @@ SystemResult<void> makeTrash(const std::string& trash) {
 TakeResult Trash::take(const std::string& directory, const std::string& trash,
                        const std::string& name) {
     const auto path = path::appending(directory, name);
-    if (!isEntryName(name) || !isUsablePath(path) || !isUsablePath(trash)) {
+    if (!isEntryName(name) || !isUsablePath(directory) || !isUsablePath(trash)) {
         return Unexpected(TrashError{Errno(EINVAL), reason(Errno(EINVAL))});
     }
     const auto place = findPlace(path);

@@ -154,14 +154,13 @@ bool TrashDirectory::isTaken(const std::string& name) const {
 
 /// Makes the trashinfo of this name, whole from the first moment; EEXIST if there is one. It is
 /// locked while it is open.
-SystemResult<TemporaryItem> TrashDirectory::claim(const std::string& name,
-                                                  const std::string& text) const {
-    auto trashinfo = TemporaryItem::make(infos_.get(), trashinfoName(name), trashinfoMode);
+SystemResult<TemporaryItem> TrashDirectory::claim(const Claim& wanted) const {
+    auto trashinfo = TemporaryItem::make(infos_.get(), trashinfoName(wanted.name), trashinfoMode);
     if (!trashinfo) {
         return trashinfo;
     }
     const int file = trashinfo->item().get();
-    std::string_view rest = text;
+    std::string_view rest = wanted.text;
     auto claimed = writeRest(file, rest);
     if (claimed) {
         claimed = sendToDisk(file);
@@ -191,7 +190,7 @@ SystemResult<void> TrashDirectory::take(const TrashedItem& item) const {
 /// EEXIST if the name is taken.
 SystemResult<void> TrashDirectory::takeAs(const std::string& name, const TrashedItem& item,
                                           const std::string& text) const {
-    auto trashinfo = claim(name, text);
+    auto trashinfo = claim({name, text});
     if (!trashinfo) {
         return Unexpected(trashinfo.error());
     }
@@ -230,7 +229,8 @@ SystemResult<void> TrashDirectory::giveUniqueName(const std::string& name) const
     if (!former) {
         return renameWithoutReplacing({files(), name}, {files(), newName});
     }
-    auto trashinfo = claim(newName, contentOf(former));
+    const auto text = contentOf(former);
+    auto trashinfo = claim({newName, text});
     if (!trashinfo) {
         return Unexpected(trashinfo.error());
     }
@@ -246,13 +246,13 @@ SystemResult<void> TrashDirectory::giveUniqueName(const std::string& name) const
 /// Claims a name that no item has, even if a trashinfo without an item has it.
 SystemResult<TemporaryItem> TrashDirectory::claimFree(const std::string& name,
                                                       const std::string& text) const {
-    auto trashinfo = claim(name, text);
+    auto trashinfo = claim({name, text});
     if (!failedWith(trashinfo, EEXIST)) {
         return trashinfo;
     }
     const auto former = openForReading(infos(), trashinfoName(name));
     const bool isInUse = !former || ::flock(former.get(), LOCK_EX | LOCK_NB) != 0;
-    return !isInUse && removeTrashinfo(name, former) ? claim(name, text) : std::move(trashinfo);
+    return !isInUse && removeTrashinfo(name, former) ? claim({name, text}) : std::move(trashinfo);
 }
 
 SystemResult<std::function<void()>>

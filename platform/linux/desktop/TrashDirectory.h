@@ -77,7 +77,12 @@ private:
     bool isTaken(const std::string& name) const;
     bool holdsItem(const std::string& name) const;
     bool lacksItem(const std::string& name) const;
-    SystemResult<TemporaryItem> claim(const std::string& name, const std::string& text) const;
+    /// The name that an item is to have, and the text of its trashinfo.
+    struct Claim {
+        const std::string& name;
+        const std::string& text;
+    };
+    SystemResult<TemporaryItem> claim(const Claim& wanted) const;
     SystemResult<void> takeAs(const std::string& name, const TrashedItem& item,
                               const std::string& text) const;
     SystemResult<void> move(const TrashedItem& item, const std::string& name) const;
