@@ -176,5 +176,6 @@ void walkUninstallPlan(const std::vector<PlanRow>& rows, PlanObserver& observer)
         });
         attempt([&] { observer.rowEnded(row); });
     }
+    attempt([] { platform::service<platform::Workspace>().makeTrashDurable(); });
     attempt([&] { observer.walkEnded(); });
 }

@@ -3,6 +3,7 @@
 #include "platform/foundation/Result.h"
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -69,8 +70,13 @@ public:
     /// target.
     ///
     /// `directory` is the item's parent and `name` its name there; `trash` is the Trash directory
-    /// as the user knows it, which is created if it does not exist. On failure the item is left
-    /// whole in its place: it is never deleted instead.
+    /// as the user knows it, which is created if it does not exist. An item that is in the Trash
+    /// already stays as it is. On failure the item is left whole in its place: it is never deleted
+    /// instead. EBUSY means that a volume is mounted on the item or inside it, so that no other
+    /// means may move it either: emptying the Trash would delete what is on that volume.
+    ///
+    /// A power cut leaves the item in its place or in the Trash with the record of where it came
+    /// from, never without it; which of the two is certain only after makeTrashDurable().
     virtual Result<void> recycle(const std::string& directory, const std::string& trash,
                                  const std::string& name) = 0;
 
@@ -78,6 +84,18 @@ public:
     /// for callers that move items there by other means. It is the user's own, closed to others.
     /// Failures are ignored: the move then fails.
     virtual void makeTrash(const std::string& trash) = 0;
+
+    /// Records where the item at `path` came from, as recycle() does, before other means move it to
+    /// `place` in the Trash. Whatever exists at `place` gets a unique name, so that the move
+    /// replaces nothing. Returns what to call once when the move has ended or failed: it deletes
+    /// the record unless the item has arrived. Failures are ignored: the item goes without a
+    /// record.
+    virtual std::function<void()> moveTrashed(const std::string& path,
+                                              const std::string& place) = 0;
+
+    /// Makes what recycle() has moved since the last call durable, with one sync for each volume,
+    /// for the end of a batch.
+    virtual void makeTrashDurable() = 0;
 };
 
 } // namespace platform

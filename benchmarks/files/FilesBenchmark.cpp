@@ -120,6 +120,21 @@ void trashItems(const Playground& ground) {
              {ours, [&] { return trashed([&] { trash(ground, names); }); }, clear}});
 }
 
+void trashNamesakes(const Playground& ground) {
+    const auto trashed = [&](int count) {
+        double seconds = 0;
+        for (int i = 0; i < count; ++i) {
+            ground.makeFiles("items", {"namesake"});
+            seconds += secondsOf([&] { trash(ground, {"namesake"}); });
+        }
+        return seconds;
+    };
+    const auto clear = [&] { ground.emptyTrash(); };
+    compare("Trashing items of one name", 3,
+            {{"1,000", [&] { return trashed(1000); }, clear},
+             {"10,000", [&] { return trashed(10000); }, clear}});
+}
+
 void trashDirectory(const Playground& ground) {
     const auto trashedDirectory = [&](int count) {
         std::vector<std::string> names(static_cast<std::size_t>(count));
@@ -214,6 +229,7 @@ struct Case {
 constexpr std::array cases{
     Case{"trash-items", trashItems},
     Case{"trash-folder", trashDirectory},
+    Case{"trash-one-name", trashNamesakes},
     Case{"copy", copyTree},
     Case{"remove", removeTree},
     Case{"move", moveTree},

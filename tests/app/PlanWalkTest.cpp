@@ -142,6 +142,14 @@ TEST_F(PlanWalk, TellsOfRowsAndItemsInTheirOrder) {
                      "begin com.quillfen.Ospenth", "end com.quillfen.Ospenth", "end"}));
 }
 
+TEST_F(PlanWalk, MakesWhatItTrashedDurableOnce) {
+    fileSystem.files = {"/x/a", "/x/b"};
+
+    walk({{PlanAction::trash, "/x/a", {}}, {PlanAction::trash, "/x/b", {}}});
+
+    EXPECT_EQ(desktop.timesDurable, 1);
+}
+
 TEST_F(PlanWalk, TellsAnItemsOwnResult) {
     fileSystem.files = {"/x/a", "/x/b"};
     desktop.errors = {{"/x/a", {.localizedDescription = "It is closed."}}};

@@ -231,3 +231,13 @@ platform::Result<void> RecordingWorkspace::recycle(const std::string& directory,
 void RecordingWorkspace::makeTrash(const std::string& trash) {
     trashesMade.push_back(trash);
 }
+
+std::function<void()> RecordingWorkspace::moveTrashed(const std::string& path,
+                                                      const std::string& place) {
+    expected.push_back({path, place});
+    return [this, place] { ended.push_back(place); };
+}
+
+void RecordingWorkspace::makeTrashDurable() {
+    ++timesDurable;
+}

@@ -84,6 +84,12 @@ public:
     std::vector<std::vector<std::string>> recycled;
     /// Every Trash directory to be created.
     std::vector<std::string> trashesMade;
+    /// Every item that other means are about to move, as its path and its place in the Trash, and
+    /// the places of those whose move has ended.
+    std::vector<std::vector<std::string>> expected;
+    std::vector<std::string> ended;
+    /// How often what was recycled has been made durable.
+    int timesDurable = 0;
     std::set<std::string> packages;
     /// The failure of recycling an item, named by its path.
     std::map<std::string, platform::Error> errors;
@@ -109,4 +115,6 @@ public:
     platform::Result<void> recycle(const std::string& directory, const std::string& trash,
                                    const std::string& name) override;
     void makeTrash(const std::string& trash) override;
+    std::function<void()> moveTrashed(const std::string& path, const std::string& place) override;
+    void makeTrashDurable() override;
 };

@@ -89,6 +89,24 @@ std::vector<std::string> withBindMount(const std::string& directory, const std::
             options};
 }
 
+std::vector<std::string> withImageOn(const std::string& directory, const std::string& image) {
+    return {"unshare", "-m",      "sh", "-c", R"(mount -o loop "$2" "$1" && shift 2 && exec "$@")",
+            "sh",      directory, image};
+}
+
+std::string whyNoImages() {
+    const TemporaryDirectory directory;
+    const auto image = directory.write("image");
+    fs::resize_file(image, 1U << 20U);
+    if (const auto made = run({"mkfs.ext4", "-q", image}); made.status != 0) {
+        return "no mkfs.ext4: " + made.output;
+    }
+    auto command = withImageOn(directory.makeDirectory("volume"), image);
+    command.emplace_back("true");
+    const auto outcome = run(command);
+    return outcome.status == 0 ? "" : "no loop devices: " + outcome.output;
+}
+
 std::string whyNoMounts() {
     const TemporaryDirectory directory;
     auto command = withMountOn(directory.path(), "size=64k");

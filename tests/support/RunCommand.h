@@ -30,5 +30,12 @@ std::vector<std::string> withMountOn(const std::string& directory, const std::st
 std::vector<std::string> withBindMount(const std::string& directory,
                                        const std::string& options = "");
 
+/// Returns the command that runs another in a private mount namespace, where the file system in the
+/// file `image` is mounted on `directory`.
+std::vector<std::string> withImageOn(const std::string& directory, const std::string& image);
+
+/// Returns why the machine cannot make a file system in a file and mount it; empty if it can.
+std::string whyNoImages();
+
 /// Returns why the machine does not let the test mount anything; empty if it does.
 std::string whyNoMounts();

@@ -193,25 +193,38 @@ QFAuthorization::StartedTool QFAuthorization::startTrashing(const std::string& p
         return {.status = refused};
     }
     const std::string destination = trashDestination(path);
-    makeOwnTrash();
-    return startMoving(path, destination);
+    if (!trashIsOwn()) {
+        return startMoving(path, destination);
+    }
+    auto& workspace = platform::service<platform::Workspace>();
+    workspace.makeTrash(QFLocalPaths::trashDirectory());
+    const auto end = workspace.moveTrashed(path, destination);
+    auto tool = startMoving(path, destination);
+    if (!tool.waitUntilExit) {
+        end();
+        return tool;
+    }
+    tool.waitUntilExit = [wait = std::move(tool.waitUntilExit), end] {
+        wait();
+        end();
+    };
+    return tool;
 }
 
 bool QFAuthorization::deletesInsteadOfTrashing(DeleteOnRootAccount deleteOnRootAccount) const {
     return deleteOnRootAccount == DeleteOnRootAccount::yes && !userDirectory_ && isSuperuser();
 }
 
-// The Trash must belong to its user: the superuser creates none for somebody else.
-void QFAuthorization::makeOwnTrash() const {
-    if (!isSuperuser() || !userDirectory_) {
-        platform::service<platform::Workspace>().makeTrash(QFLocalPaths::trashDirectory());
-    }
+// The Trash must belong to its user: the superuser creates none for somebody else, and writes
+// nothing there.
+bool QFAuthorization::trashIsOwn() const {
+    return !isSuperuser() || !userDirectory_;
 }
 
 std::string QFAuthorization::trashDestination(const std::string& path) const {
     const std::string name = path::lastComponent(path);
     std::string destination = path::appending(QFLocalPaths::trashDirectory(), name);
-    if (isSuperuser() && userDirectory_) {
+    if (!trashIsOwn()) {
         destination = *userDirectory_ + "/.Trash/" + name;
     }
     if (platform::service<platform::FileSystem>().exists(destination)) {

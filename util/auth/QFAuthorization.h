@@ -138,7 +138,8 @@ public:
 
     /// Moves an item into the user's Trash. If the name is taken there, adds "_", the local date
     /// and time in 14 digits, "." and the extension to it. Creates the Trash of the user who runs
-    /// the process if it does not exist.
+    /// the process if it does not exist, and records there where the item came from. An item that
+    /// the tool would replace nevertheless gets another name.
     ///
     /// With DeleteOnRootAccount::yes, a superuser process that knows no user deletes the item at
     /// that path in the Trash instead, and leaves the item itself in place.
@@ -188,7 +189,7 @@ private:
     StartedTool startTool(const std::string& path, const std::vector<std::string>& arguments);
     StartedTool startMoving(const std::string& path, const std::string& toPath);
     std::string trashDestination(const std::string& path) const;
-    void makeOwnTrash() const;
+    bool trashIsOwn() const;
 
     // One thread may change the handle and the mode while another reads them.
     std::atomic<platform::AuthorizationRef> authRef_{platform::AuthorizationRef::none};

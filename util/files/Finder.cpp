@@ -21,6 +21,7 @@ namespace {
 constexpr const char* xattrTool = "/usr/bin/xattr";
 constexpr const char* fractionCompleted = "com.apple.progress.fractionCompleted";
 constexpr std::string_view fractionFormat = "%0.3f";
+constexpr std::size_t longPathsKept = 10000;
 constexpr float noProgress = -1.0F;
 
 /// The creation date that, beside the attribute, makes file browsers draw a progress bar.
@@ -38,15 +39,20 @@ constexpr std::array<CalibratedColor, 7> labelColors{{
     {.hue = 0.0888, .saturation = 0.52, .brightness = 0.98}, // orange
 }};
 
-/// The paths that are too long for a reference, which then holds a number instead. A path keeps its
-/// number for the life of the process.
+/// The paths that are too long for a reference, which then holds a number instead. Only the latest
+/// are kept, so that a program that makes references forever does not grow.
 class LongPaths {
 public:
     std::uint64_t numberOf(const std::string& path) {
         const std::lock_guard lock(mutex_);
-        const auto [entry, isNew] = numbers_.try_emplace(path, paths_.size() + 1);
+        const auto [entry, isNew] = numbers_.try_emplace(path, first_ + paths_.size());
         if (isNew) {
             paths_.push_back(&entry->first);
+            if (paths_.size() > longPathsKept) {
+                numbers_.erase(numbers_.find(*paths_.front()));
+                paths_.pop_front();
+                ++first_;
+            }
         }
         return entry->second;
     }
@@ -54,12 +60,14 @@ public:
     /// Returns no value for a number that no path has.
     std::optional<std::string> path(std::uint64_t number) {
         const std::lock_guard lock(mutex_);
-        return number == 0 || number > paths_.size() ? std::nullopt
-                                                     : std::optional(*paths_[number - 1]);
+        return number < first_ || number - first_ >= paths_.size()
+                   ? std::nullopt
+                   : std::optional(*paths_[number - first_]);
     }
 
 private:
     std::mutex mutex_;
+    std::uint64_t first_ = 1; ///< The number of the first of `paths_`.
     std::map<std::string, std::uint64_t> numbers_;
     std::deque<const std::string*> paths_;
 };

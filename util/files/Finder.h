@@ -5,7 +5,8 @@
 #include <cstdint>
 
 /// A reference to a file: 80 opaque bytes, which may be copied and compared. Valid for the life of
-/// the process. A reference whose bytes are all zero refers to nothing.
+/// the process, except that of the references to paths of more than 80 bytes only those to the
+/// latest 10,000 are. A reference whose bytes are all zero refers to nothing.
 struct FSRef {
     std::array<std::byte, 80> hidden{}; ///< For the system only.
     bool operator==(const FSRef&) const = default;

@@ -48,7 +48,13 @@ public:
     /// Moves an item into the user's Trash, from where the desktop can restore it. Clears its
     /// locked flag first; a link is moved itself. Returns true if the item is in the Trash or does
     /// not exist: a missing item is not a failure, but clearing its flag logs a line. With
-    /// administrator rights it is QFAuthorization::authTrashFile. Logs nothing itself.
+    /// administrator rights it is QFAuthorization::authTrashFile. Logs nothing itself. An item that
+    /// is in the Trash already stays there. An item in which a volume is mounted is refused, with
+    /// administrator rights too.
+    ///
+    /// A power cut soon afterwards may undo the move, but leaves no item in the Trash that could
+    /// not be restored. What the members for several items below have trashed is durable when they
+    /// return.
     static bool trashFile(const std::string& path);
     static bool trashFile(const std::string& path, ShouldAuth shouldAuth);
     static bool trashFile(const std::string& path, platform::Timeout timeout);

@@ -12,6 +12,7 @@
 #include "util/log/QFLog.h"
 #include "util/paths/QFLocalPaths.h"
 
+#include <cerrno>
 #include <string_view>
 #include <utility>
 
@@ -21,6 +22,11 @@ namespace text = platform::text;
 namespace {
 
 constexpr std::string_view errorRemovingFile = "Error removing file: %@. Authorizing...";
+
+/// Ends a batch: it is made durable once, not item by item.
+void makeTrashDurable() {
+    platform::service<platform::Workspace>().makeTrashDurable();
+}
 
 /// Trashes every item below a directory whose name matches, except directories, and returns the
 /// items' paths.
@@ -34,6 +40,7 @@ std::vector<std::string> trashFilesBelow(const std::string& directory, Matches m
             trashed.push_back(walk.path());
         }
     }
+    makeTrashDurable();
     return trashed;
 }
 
@@ -68,7 +75,7 @@ TrashResult QFFileManager::trashFileWithResult(const std::string& path, ShouldAu
     if (recycled) {
         return {.outcome = TrashOutcome::moved};
     }
-    if (shouldAuth == ShouldAuth::no) {
+    if (shouldAuth == ShouldAuth::no || recycled.error().code == EBUSY) {
         return {.outcome = TrashOutcome::failed, .error = std::move(recycled).error()};
     }
     auto tool = QFAuthorization::sharedController().startTrashing(path);
@@ -93,6 +100,7 @@ bool QFFileManager::trashDirectoryContents(const std::string& path, ShouldAuth s
         const bool trashed = trashFile(walk.path(), shouldAuth);
         succeeded = succeeded && trashed;
     }
+    makeTrashDurable();
     return succeeded;
 }
 

@@ -1,221 +1,205 @@
 #include "platform/linux/desktop/Trash.h"
 
 #include "platform/foundation/Path.h"
-#include "platform/foundation/Text.h"
 #include "platform/linux/desktop/HomeTrash.h"
+#include "platform/linux/desktop/TrashPlaces.h"
 #include "platform/linux/files/UniqueName.h"
-#include "platform/linux/posix/Directories.h"
 #include "platform/linux/posix/Errors.h"
 #include "platform/linux/posix/FileDescriptor.h"
-#include "platform/linux/posix/LongPath.h"
 #include "platform/linux/posix/OpenDirectory.h"
 
 #include <fcntl.h>
-#include <gio/gio.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <array>
 #include <cerrno>
-#include <climits>
-#include <memory>
-#include <optional>
-#include <string_view>
+#include <utility>
 
 namespace platform::native {
 
 namespace {
 
-using TrashResult = Result<void, TrashError>;
+using TakeResult = Result<void, TrashError>;
 
-TrashResult failure(Errno number) {
+TakeResult failure(Errno number) {
     return Unexpected(
         TrashError{number, number.is(EINVAL) ? "the Trash is inside it" : reason(number)});
 }
 
-TrashResult afterMoving(const SystemResult<void>& moved) {
-    return moved ? TrashResult() : failure(moved.error());
+TakeResult afterMoving(const SystemResult<void>& moved) {
+    return moved ? TakeResult() : failure(moved.error());
 }
 
-/// Creates the Trash that the user knows if it does not exist.
-SystemResult<void> linkTrash(const std::string& trash) {
+bool isHomeTrash(const std::string& trash) {
+    struct stat target {};
+    struct stat files {};
+    return ::stat(trash.c_str(), &target) == 0 && ::stat(homeTrashFiles().c_str(), &files) == 0 &&
+           fileIdOf(target) == fileIdOf(files);
+}
+
+/// Returns whether an item of this status is what `trash` names, be it a link.
+bool isTrashItself(const struct statx& item, const std::string& trash) {
     struct stat status {};
-    if (::lstat(trash.c_str(), &status) == 0 || errno != ENOENT) {
-        return {};
-    }
-    if (auto made = makeHomeTrash(); !made) {
-        return made;
-    }
-    auto linked = checked(::symlink(homeTrashFiles().c_str(), trash.c_str()));
-    return failedWith(linked, EEXIST) ? SystemResult<void>() : linked;
+    return (S_ISDIR(item.stx_mode) || S_ISLNK(item.stx_mode)) &&
+           ::lstat(trash.c_str(), &status) == 0 && fileIdOf(item) == fileIdOf(status);
 }
 
-/// Returns whether `trash` is a link that was made for a home trash that no longer exists.
-bool isLinkToMissingHomeTrash(const std::string& trash) {
-    std::array<char, 4096> target{};
-    const auto length = ::readlink(trash.c_str(), target.data(), target.size());
-    return length > 0 &&
-           homeTrashFiles() == std::string_view(target.data(), static_cast<std::size_t>(length));
-}
-
-/// Returns the errno for a failure of GIO that has one.
-std::optional<Errno> errorNumber(const GError& error) {
-    if (error.domain != G_IO_ERROR) {
-        return std::nullopt;
-    }
-    switch (error.code) {
-    case G_IO_ERROR_NOT_FOUND:
-        return Errno(ENOENT);
-    case G_IO_ERROR_PERMISSION_DENIED:
-        return Errno(EACCES);
-    case G_IO_ERROR_NO_SPACE:
-        return Errno(ENOSPC);
-    case G_IO_ERROR_READ_ONLY:
-        return Errno(EROFS);
-    case G_IO_ERROR_BUSY:
-        return Errno(EBUSY);
-    default:
-        return std::nullopt;
-    }
-}
-
-TrashResult failureOfGio(const GError& error) {
-    if (const auto number = errorNumber(error)) {
-        return failure(*number);
-    }
-    return Unexpected(
-        TrashError{Errno(EIO), "the system reports: " + text::printable(error.message)});
-}
-
-/// Returns whether GIO has not even tried: for an item on a volume without trash or on a bind
-/// mount, or with too long a path.
-bool needsCopy(const GError& error) {
-    return g_error_matches(&error, G_IO_ERROR, G_IO_ERROR_NOT_SUPPORTED) != FALSE ||
-           g_error_matches(&error, G_IO_ERROR, G_IO_ERROR_FILENAME_TOO_LONG) != FALSE;
-}
-
-bool exists(const std::string& path) {
-    struct stat status {};
-    return ::lstat(path.c_str(), &status) == 0;
-}
-
-/// Returns the name that GIO tries as the `count`th for an item in the home trash, from 1 on.
-std::string nameInHomeTrash(std::string name, int count) {
-    if (count > 1) {
-        name.insert(std::min(name.find('.'), name.size()), '.' + std::to_string(count));
-    }
-    return name;
-}
-
-/// Moves an item without a trashinfo in the home trash to a unique name if it has the name that GIO
-/// would choose for the next item called `name`: GIO checks the trashinfos only and would replace
-/// it.
-SystemResult<void> protectNamesake(const std::string& name) {
-    const auto files = homeTrashFiles();
-    const auto infos = homeTrashInfo();
-    std::string chosen = name;
-    for (int count = 2; exists(path::appending(infos, chosen + trashinfoExtension)); ++count) {
-        chosen = nameInHomeTrash(name, count);
-    }
-    if (!exists(path::appending(files, chosen))) {
-        return {};
-    }
-    const auto directory = opened(::open(files.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
-    if (!directory) {
-        return Unexpected(directory.error());
-    }
-    return moveToUniqueName({directory->get(), chosen}, directory->get());
-}
-
-/// Returns whether GIO can write the trashinfo of an item with this name, which it does as a
-/// temporary file with a suffix. If it cannot, it leaves the trashinfo empty, or cuts the name
-/// together with its extension.
-bool hasRoomForNote(const std::string& name) {
-    constexpr std::string_view temporarySuffix = ".XXXXXX";
-    return (name + trashinfoExtension).size() + temporarySuffix.size() <= NAME_MAX;
-}
-
-TrashResult trashThroughGio(const std::string& item) {
-    const auto name = path::lastComponent(item);
-    if (!hasRoomForNote(name)) {
-        return afterMoving(moveToHomeTrash(item));
-    }
-    if (const auto isProtected = protectNamesake(name); !isProtected) {
-        return failure(isProtected.error());
-    }
-    // Local files only: other GIO volumes would bring in the session bus.
-    const std::unique_ptr<GFile, decltype(&g_object_unref)> file(
-        g_vfs_get_file_for_path(g_vfs_get_local(), item.c_str()), &g_object_unref);
-    GError* raised = nullptr;
-    if (g_file_trash(file.get(), nullptr, &raised) != FALSE) {
-        return {};
-    }
-    const std::unique_ptr<GError, decltype(&g_error_free)> error(raised, &g_error_free);
-    return needsCopy(*error) ? afterMoving(moveToHomeTrash(item)) : failureOfGio(*error);
-}
-
-TrashResult trashByRename(const std::string& directory, const std::string& trash,
-                          const std::string& name) {
-    const auto source = openAtPath(directory, O_PATH | O_DIRECTORY | O_CLOEXEC);
+/// Takes an item into a Trash that is not the home trash.
+TakeResult takeByRename(const ItemPlace& item, const std::string& trash) {
     const auto destination =
         opened(::open(trash.c_str(), O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-    if (!source || !destination) {
-        return failure(destination ? source.error() : destination.error());
+    if (failedWith(destination, ENOTDIR, ELOOP)) {
+        struct stat status {};
+        const bool isLink = ::lstat(trash.c_str(), &status) == 0 && S_ISLNK(status.st_mode);
+        return Unexpected(
+            TrashError{Errno(ENOTDIR), isLink ? "the Trash is a link that leads elsewhere"
+                                              : "the Trash is a file"});
     }
-    return afterMoving(moveToUniqueName({source->get(), name}, destination->get()));
+    const auto from = statusOf(item.directory.get());
+    const auto to = destination ? statusOf(destination->get()) : Unexpected(destination.error());
+    if (!from || !to) {
+        return failure(to ? from.error() : to.error());
+    }
+    if (fileIdOf(*from) == fileIdOf(*to)) {
+        return {};
+    }
+    return afterMoving(moveToUniqueName(item.entry(), destination->get()));
 }
 
 bool isEntryName(const std::string& name) {
-    return !name.empty() && name != "." && name != ".." && name.find('/') == std::string::npos;
+    return !name.empty() && name != "." && name != ".." && name.find('/') == std::string::npos &&
+           name.find('\0') == std::string::npos;
+}
+
+bool isUsablePath(const std::string& path) {
+    return path.starts_with('/') && path.find('\0') == std::string::npos;
 }
 
 } // namespace
 
 SystemResult<void> makeTrash(const std::string& trash) {
-    auto linked = linkTrash(trash);
-    return linked && isLinkToMissingHomeTrash(trash) ? makeHomeTrash() : linked;
+    return linkToHomeTrash(trash);
 }
 
-TrashResult trashItem(const std::string& directory, const std::string& trash,
-                      const std::string& name) {
-    const auto item = path::appending(directory, name);
-    struct stat itemStatus {};
-    if (!isEntryName(name) || !item.starts_with('/') || !trash.starts_with('/')) {
-        return failure(Errno(EINVAL));
+TakeResult Trash::take(const std::string& directory, const std::string& trash,
+                       const std::string& name) {
+    const auto path = path::appending(directory, name);
+    if (!isEntryName(name) || !isUsablePath(directory) || !isUsablePath(trash)) {
+        return Unexpected(TrashError{Errno(EINVAL), reason(Errno(EINVAL))});
     }
-    const auto found = atPath(item, [&itemStatus](int start, const char* rest) {
-        return ::fstatat(start, rest, &itemStatus, AT_SYMLINK_NOFOLLOW);
-    });
-    if (!found) {
-        return failure(found.error());
+    const auto place = findPlace(path);
+    if (!place) {
+        return failure(place.error());
     }
-    auto usable = makeTrash(trash);
-    struct stat trashStatus {};
-    if (usable) {
-        usable = checked(::lstat(trash.c_str(), &trashStatus));
+    const auto status = statusOfEntry(place->directory.get(), name);
+    if (!status) {
+        return failure(status.error());
     }
-    if (!usable) {
+    const auto home = homeTrashAt(trash);
+    if (!home) {
         return Unexpected(
-            TrashError{usable.error(), "the Trash can’t be used: " + reason(usable.error())});
+            TrashError{home.error(), "the Trash can’t be used: " + reason(home.error())});
     }
-    if (fileIdOf(itemStatus) == fileIdOf(trashStatus)) {
+    if (isTrashItself(*status, trash)) {
         return Unexpected(TrashError{Errno(EINVAL), "it is the Trash itself"});
     }
+    if (S_ISDIR(status->stx_mode) && hasMountIn(*place)) {
+        return Unexpected(TrashError{Errno(EBUSY), "a volume is mounted inside it"});
+    }
+    return *home ? takeWithTrashinfo(*place, path, *home) : takeByRename(*place, trash);
+}
+
+/// Returns the home trash if `trash` is, or leads to, its items, and creates it first if needed;
+/// null if it is something else.
+SystemResult<Trash::OpenTrash> Trash::homeTrashAt(const std::string& trash) {
+    if (auto home = rememberedHomeTrash(trash)) {
+        return home;
+    }
+    if (auto made = makeTrash(trash); !made) {
+        return Unexpected(made.error());
+    }
+    if (!isHomeTrash(trash)) {
+        return OpenTrash();
+    }
+    auto opened = TrashDirectory::open(homeTrash());
+    if (!opened) {
+        return Unexpected(opened.error());
+    }
+    tidy(*opened);
+    const std::lock_guard lock(mutex_);
+    home_ = std::make_shared<const TrashDirectory>(*std::move(opened));
+    return home_;
+}
+
+/// Returns the home trash that is open if `trash` still leads there.
+Trash::OpenTrash Trash::rememberedHomeTrash(const std::string& trash) {
+    const std::lock_guard lock(mutex_);
     struct stat target {};
-    struct stat files {};
-    const bool isHomeTrash = ::stat(trash.c_str(), &target) == 0 &&
-                             ::stat(homeTrashFiles().c_str(), &files) == 0 &&
-                             fileIdOf(target) == fileIdOf(files);
-    if (isHomeTrash) {
-        return trashThroughGio(item);
+    const bool isThere = home_ && ::stat(trash.c_str(), &target) == 0 &&
+                         fileIdOf(target) == home_->id() && home_->canRecord();
+    return isThere ? home_ : nullptr;
+}
+
+bool Trash::hasMountIn(const ItemPlace& item) {
+    const auto directory = resolvedPath(item.directory.get());
+    return !directory.empty() && mounts_.hasMountIn(path::appending(directory, item.name));
+}
+
+TakeResult Trash::takeWithTrashinfo(const ItemPlace& item, const std::string& path,
+                                    const OpenTrash& home) {
+    const auto directory = statusOf(item.directory.get());
+    if (!directory) {
+        return failure(directory.error());
     }
-    if (S_ISDIR(trashStatus.st_mode)) {
-        return trashByRename(directory, trash, name);
+    const auto [trash, recordedPath] = trashFor(item, *directory, path, home);
+    if (fileIdOf(*directory) == trash->id()) {
+        return {};
     }
-    return Unexpected(TrashError{Errno(ENOTDIR), S_ISLNK(trashStatus.st_mode)
-                                                     ? "the Trash is a link that leads elsewhere"
-                                                     : "the Trash is a file"});
+    tidy(*trash);
+    const auto taken = trash->take({item, path, recordedPath});
+    if (taken) {
+        const std::lock_guard lock(mutex_);
+        unsynced_.try_emplace(trash->id(), trash);
+    }
+    return afterMoving(taken);
+}
+
+/// Takes back what killed processes left in a trash directory, once.
+void Trash::tidy(const TrashDirectory& trash) {
+    {
+        const std::lock_guard lock(mutex_);
+        if (!tidied_.insert(trash.id()).second) {
+            return;
+        }
+    }
+    trash.takeBackAbandoned();
+}
+
+std::function<void()> Trash::expect(const std::string& path, const std::string& place) {
+    const auto trash = path::deletingLastComponent(place);
+    if (isUsablePath(path) && isUsablePath(place) && isHomeTrash(trash)) {
+        if (auto home = TrashDirectory::open(homeTrash())) {
+            tidy(*home);
+            auto claimed =
+                TrashDirectory::claimForOthers(*std::move(home), path::lastComponent(place), path);
+            if (claimed) {
+                return *std::move(claimed);
+            }
+        }
+    }
+    return [] {};
+}
+
+void Trash::makeDurable() {
+    std::map<FileId, OpenTrash> unsynced;
+    {
+        const std::lock_guard lock(mutex_);
+        unsynced.swap(unsynced_);
+    }
+    for (const auto& [id, trash] : unsynced) {
+        // The items are in the Trash; that a power cut may undo that is nobody's failure.
+        static_cast<void>(trash->makeDurable());
+    }
 }
 
 } // namespace platform::native

@@ -1,7 +1,16 @@
 #pragma once
 
+#include "platform/foundation/FileId.h"
+#include "platform/linux/desktop/MountTable.h"
+#include "platform/linux/desktop/TrashDirectory.h"
 #include "platform/linux/posix/Errno.h"
+#include "platform/linux/posix/ItemPlace.h"
 
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <set>
 #include <string>
 
 namespace platform::native {
@@ -15,24 +24,55 @@ struct TrashError {
     std::string why;
 };
 
-/// Moves the entry `name` of `directory` whole into the user's Trash, `trash`.
-///
-/// If `trash` does not exist, it becomes a link to the "files" directory of the freedesktop home
-/// trash ("The FreeDesktop.org Trash specification", version 1.0), which is created too. If `trash`
-/// is, or leads to, that directory, the item is trashed by GIO, which records where it came from:
-/// the desktop shows it and can restore it, and an item on another volume goes into the trash of
-/// that volume. An item that GIO refuses because its volume has no trash, or whose name leaves no
-/// room for the trashinfo's, still goes into the home trash with a trashinfo. A real directory at
-/// `trash` is used as it is: a second "a.txt" becomes "a 2.txt". Nothing is ever replaced or
-/// deleted. An item that cannot be renamed to there is moved as moveItem() moves to another volume.
-/// Anything else at `trash` is a failure.
-///
-/// On failure the item is whole where it was or, if only the removal after a copy failed, in the
-/// Trash.
-Result<void, TrashError> trashItem(const std::string& directory, const std::string& trash,
-                                   const std::string& name);
+/// The only writer of the user's Trash. Any thread may call the members.
+class Trash {
+public:
+    /// Moves the entry `name` of `directory` whole into the user's Trash, `trash`.
+    ///
+    /// If `trash` does not exist, it becomes a link to the "files" directory of the home trash
+    /// ("The FreeDesktop.org Trash specification", version 1.0), which is created too. If `trash`
+    /// is, or leads to, that directory, the item goes into the trash directory of its volume with
+    /// a trashinfo: see openTrashFor() and TrashDirectory::take(). A real directory at `trash` is
+    /// used as it is: a second "a.txt" becomes "a 2.txt". Anything else at `trash` is a failure.
+    ///
+    /// Nothing is ever replaced or deleted. An item that is in the Trash already stays as it is.
+    /// EBUSY if a volume is mounted on the item or inside it: emptying the Trash would delete what
+    /// is on that volume.
+    ///
+    /// On failure the item is whole where it was or, if only the removal after a copy failed, in
+    /// the Trash. The first item that goes into a trash directory has what killed processes left
+    /// there taken back.
+    Result<void, TrashError> take(const std::string& directory, const std::string& trash,
+                                  const std::string& name);
 
-/// Creates the Trash as trashItem() does before it moves the item.
+    /// Writes the trashinfo of the item at `path`, which other means are about to move to `place`
+    /// in the Trash. An item at `place` gets a unique name. Returns what to call when the move has
+    /// ended or failed: it deletes the trashinfo unless the item has arrived. If the Trash is a
+    /// real directory, which has no trashinfos, or if there is no room for one, the item goes
+    /// without.
+    std::function<void()> expect(const std::string& path, const std::string& place);
+
+    /// Makes all that was taken since the last call durable, with one sync for each volume.
+    void makeDurable();
+
+private:
+    using OpenTrash = std::shared_ptr<const TrashDirectory>;
+
+    Result<void, TrashError> takeWithTrashinfo(const ItemPlace& item, const std::string& path,
+                                               const OpenTrash& home);
+    SystemResult<OpenTrash> homeTrashAt(const std::string& trash);
+    OpenTrash rememberedHomeTrash(const std::string& trash);
+    bool hasMountIn(const ItemPlace& item);
+    void tidy(const TrashDirectory& trash);
+
+    MountTable mounts_;
+    std::mutex mutex_;
+    OpenTrash home_; ///< Stays open, as most items go there.
+    std::set<FileId> tidied_;
+    std::map<FileId, OpenTrash> unsynced_;
+};
+
+/// Creates the Trash as Trash::take() does before it moves the item.
 SystemResult<void> makeTrash(const std::string& trash);
 
 } // namespace platform::native

@@ -1,12 +1,8 @@
 #include "platform/linux/desktop/Workspace.h"
 
-#include "platform/Console.h"
-#include "platform/Services.h"
-#include "platform/foundation/Path.h"
 #include "platform/linux/desktop/Bundles.h"
 #include "platform/linux/desktop/ChangeNotice.h"
 #include "platform/linux/desktop/Labels.h"
-#include "platform/linux/desktop/Trash.h"
 #include "platform/linux/desktop/Volumes.h"
 #include "platform/linux/posix/Errors.h"
 #include "platform/linux/system/SearchPaths.h"
@@ -62,18 +58,24 @@ Result<void> Workspace::setLabelNumber(const std::string& path, int number) {
 
 Result<void> Workspace::recycle(const std::string& directory, const std::string& trash,
                                 const std::string& name) {
-    const auto trashed = trashItem(directory, trash, name);
-    if (trashed) {
+    const auto taken = trash_.take(directory, trash, name);
+    if (taken) {
         return {};
     }
-    const auto& [number, why] = trashed.error();
-    service<platform::Console>().systemLog(
-        failureSentence(path::appending(directory, name), movedToTrash, why));
+    const auto& [number, why] = taken.error();
     return Unexpected(posixError(number, name, movedToTrash, why));
 }
 
 void Workspace::makeTrash(const std::string& trash) {
     static_cast<void>(native::makeTrash(trash));
+}
+
+std::function<void()> Workspace::moveTrashed(const std::string& path, const std::string& place) {
+    return trash_.expect(path, place);
+}
+
+void Workspace::makeTrashDurable() {
+    trash_.makeDurable();
 }
 
 } // namespace platform::native

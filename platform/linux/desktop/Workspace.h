@@ -5,6 +5,7 @@
 #include "platform/UserAccount.h"
 #include "platform/Workspace.h"
 #include "platform/linux/desktop/ApplicationRegistry.h"
+#include "platform/linux/desktop/Trash.h"
 
 #include <vector>
 
@@ -43,10 +44,12 @@ public:
     std::optional<int> labelNumber(const std::string& path) override;
     Result<void> setLabelNumber(const std::string& path, int number) override;
 
-    /// See trashItem(). On failure also logs one line, which names the path, to the system log.
+    /// See Trash.
     Result<void> recycle(const std::string& directory, const std::string& trash,
                          const std::string& name) override;
     void makeTrash(const std::string& trash) override;
+    std::function<void()> moveTrashed(const std::string& path, const std::string& place) override;
+    void makeTrashDurable() override;
 
 private:
     std::vector<std::string> applicationDirectories();
@@ -55,6 +58,7 @@ private:
     platform::SearchPaths& searchPaths_;
     platform::PropertyLists& propertyLists_;
     ApplicationRegistry registry_;
+    Trash trash_;
 };
 
 } // namespace platform::native

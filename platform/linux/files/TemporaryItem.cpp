@@ -1,6 +1,7 @@
 #include "platform/linux/files/TemporaryItem.h"
 
 #include "platform/linux/files/TreeRemoval.h"
+#include "platform/linux/posix/DirectoryReader.h"
 #include "platform/linux/posix/OpenDirectory.h"
 #include "platform/linux/posix/Rename.h"
 
@@ -12,6 +13,7 @@
 #include <cerrno>
 #include <cinttypes>
 #include <cstdio>
+#include <string_view>
 
 namespace platform::native {
 
@@ -19,6 +21,8 @@ namespace {
 
 /// The number of processes that can copy to one name at a time.
 constexpr int mostClaims = 100;
+
+constexpr std::string_view namePrefix = ".qf-";
 
 /// The contents of a temporary item are the copier's own.
 constexpr RemovalRules ownCopy{.unlocksDirectories = true};
@@ -30,9 +34,22 @@ std::string temporaryName(const std::string& purpose, int count) {
     for (const char c : purpose) {
         digest = (digest ^ static_cast<unsigned char>(c)) * 0x100000001B3U;
     }
-    std::array<char, 48> name{};
-    std::snprintf(name.data(), name.size(), ".qf-%016" PRIx64 "-%d", digest, count);
-    return name.data();
+    std::array<char, 48> suffix{};
+    std::snprintf(suffix.data(), suffix.size(), "%016" PRIx64 "-%d", digest, count);
+    return std::string(namePrefix) + suffix.data();
+}
+
+/// Returns whether temporaryName() may have made the name.
+bool isTemporaryName(std::string_view name) {
+    constexpr std::size_t digits = 16;
+    if (!name.starts_with(namePrefix) || name.size() < namePrefix.size() + digits + 2) {
+        return false;
+    }
+    const auto digest = name.substr(namePrefix.size(), digits);
+    const auto rest = name.substr(namePrefix.size() + digits);
+    return digest.find_first_not_of("0123456789abcdef") == std::string_view::npos &&
+           rest.front() == '-' &&
+           rest.substr(1).find_first_not_of("0123456789") == std::string_view::npos;
 }
 
 SystemResult<FileDescriptor> makeItem(int directory, const std::string& name, mode_t mode) {
@@ -89,7 +106,7 @@ FileDescriptor lockAbandoned(int directory, const std::string& name) {
     return isAbandoned ? std::move(item) : FileDescriptor();
 }
 
-bool removeAbandoned(int directory, const std::string& name) {
+bool removeIfAbandoned(int directory, const std::string& name) {
     const auto item = lockAbandoned(directory, name);
     return item && removeTree(directory, name, ownCopy);
 }
@@ -103,7 +120,7 @@ SystemResult<TemporaryItem> TemporaryItem::make(int directory, const std::string
     for (int count = 1; count <= mostClaims && failedWith(claimed, EEXIST); ++count) {
         const auto name = temporaryName(purpose, count);
         claimed = item.claim(name, mode);
-        if (failedWith(claimed, EEXIST) && removeAbandoned(directory, name)) {
+        if (failedWith(claimed, EEXIST) && removeIfAbandoned(directory, name)) {
             claimed = item.claim(name, mode);
         }
     }
@@ -130,6 +147,24 @@ SystemResult<void> TemporaryItem::claim(const std::string& name, mode_t mode) {
     item_ = *std::move(item);
     name_ = name;
     return own;
+}
+
+void TemporaryItem::removeAbandoned(int directory, const Examine& examine) {
+    auto opened = openDirectory(directory, ".");
+    if (!opened) {
+        return;
+    }
+    auto reader = DirectoryReader::of(*std::move(opened));
+    auto entry = reader ? reader->next() : Unexpected(reader.error());
+    for (; entry && *entry; entry = reader->next()) {
+        const auto& name = (*entry)->name;
+        if (!isTemporaryName(name)) {
+            continue;
+        }
+        if (const auto item = lockAbandoned(directory, name); item && examine(item, name)) {
+            static_cast<void>(removeTree(directory, name, ownCopy));
+        }
+    }
 }
 
 std::optional<TemporaryItem> TemporaryItem::adopt(int directory, const std::string& purpose) {

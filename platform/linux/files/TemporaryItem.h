@@ -4,6 +4,7 @@
 
 #include <sys/types.h>
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <utility>
@@ -19,6 +20,13 @@ public:
     /// directory, depending on `mode` (such as S_IFREG | 0600), with its permissions less the
     /// umask. Deletes one that a killed process left there for the same name first.
     static SystemResult<TemporaryItem> make(int directory, const std::string& purpose, mode_t mode);
+
+    /// Shows an item, open for reading, and its hidden name; the answer is whether to delete it.
+    using Examine = std::function<bool(const FileDescriptor& item, const std::string& name)>;
+
+    /// Deletes those that killed processes left in the open directory, for whatever names, and for
+    /// which `examine` returns true.
+    static void removeAbandoned(int directory, const Examine& examine);
 
     /// Takes over the file or directory that a killed process left in the directory for the same
     /// purpose; nullopt if there is none.

@@ -72,9 +72,8 @@ class Report:
 
 def check(manifest: Manifest, remove_shared: bool, right: Right = Right.NOT_NEEDED,
           run: Run = Run.WHOLE) -> Report:
-    """If the right is needed, it is for all items in folders of others. They get into the Trash
-    without a trashinfo; if the right is refused they must stay. A killed run may have left the
-    trashinfo of an item that it did not move."""
+    """If the right is needed, it is for all items in folders of others; if it is refused they must
+    stay. A killed run may have left the trashinfo of an item that it did not move."""
     skipped = frozenset() if remove_shared else plan.SHARED_STEPS
     rows = Counter(place.step for place in manifest.places() if place.step not in skipped)
     planned = {path: step for path, step in manifest.planned().items() if step not in skipped}
@@ -100,16 +99,14 @@ class _Check:
         self._strays = [self._in_trash(name) for name in self._unnoted(self._before)]
         self._group_content([*planned, *self._strays])
         trashed = self._read_trash()
-        self._unnoted_names = self._names_of_no_stray()
+        self._check_strays()
         for path, step in planned.items():
             if run is not Run.WHOLE:
                 self._check_after_kill(path, step, trashed.get(path, []))
-            elif report.right is Right.NOT_NEEDED or not manifest.is_in_others_folder(path):
-                self._check_item(path, step, trashed.get(path, []))
-            elif report.right is Right.GIVEN:
-                self._check_moved(path, step)
-            else:
+            elif report.right is Right.REFUSED and manifest.is_in_others_folder(path):
                 self._check_left(path, step)
+            else:
+                self._check_item(path, step, trashed.get(path, []))
         self._check_the_rest()
 
     def _problem(self, path: str, what: str) -> None:
@@ -157,9 +154,9 @@ class _Check:
         return [name for name in self._names_in_trash(entries)
                 if f"{self._trash}/info/{name}.trashinfo" not in entries]
 
-    def _names_of_no_stray(self) -> list[str]:
-        """Returns the names without a trashinfo that are new in the Trash. An earlier item without
-        a trashinfo may have got another name, but must be there, whole."""
+    def _check_strays(self) -> None:
+        """Checks that an earlier item without a trashinfo is still there, whole. It may have got
+        another name, but no other item may be without."""
         names = self._unnoted(self._after)
         for stray in self._strays:
             own = [name for name in names if self._stands_whole(stray, self._in_trash(name))]
@@ -168,7 +165,8 @@ class _Check:
                 self._is_whole(stray, self._in_trash(own[0]))
             else:
                 self._problem(stray, f"is {len(own)} times in the Trash")
-        return names
+        for name in names:
+            self._problem(self._in_trash(name), "has no trashinfo")
 
     def _report(self, path: str, step: int, where: str, is_done: bool) -> None:
         size = sum(self._before[inner].size for inner in self._content[path])
@@ -176,17 +174,6 @@ class _Check:
 
     def _check_item(self, path: str, step: int, names: list[str]) -> None:
         self._report(path, step, *self._whereabouts(path, step in plan.DELETING_STEPS, names))
-
-    def _check_moved(self, path: str, step: int) -> None:
-        """Checks an item that a privileged tool has moved, which leaves no trashinfo."""
-        names = [name for name in self._unnoted_names
-                 if is_name_in_trash(name, os.path.basename(path))]
-        if path not in self._after and len(names) == 1:
-            where = self._in_trash(names[0])
-            return self._report(path, step, where, self._is_whole(path, where))
-        where = "still there" if path in self._after else f"{len(names)} times in the Trash"
-        self._problem(path, where)
-        self._report(path, step, where, False)
 
     def _check_left(self, path: str, step: int) -> None:
         self._report(path, step, "left in place" if self._is_whole(path, path) else "damaged",
@@ -272,7 +259,7 @@ def is_name_in_trash(name: str, original: str) -> bool:
     the time if that was taken, or numbered if a later item has taken it."""
     stem, extension = os.path.splitext(original)
     stamped = re.escape(f"{stem}_") + r"\d{14}" + re.escape(extension or ".")
-    numbered = re.escape(stem) + r" \d+" + re.escape(extension)
+    numbered = re.escape(stem) + r"\.\d+" + re.escape(extension)
     return name == original or bool(re.fullmatch(f"{stamped}|{numbered}", name, re.DOTALL))
 
 

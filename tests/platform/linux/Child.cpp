@@ -6,7 +6,7 @@
 #include "platform/Services.h"
 #include "platform/StartUp.h"
 #include "platform/UserAccount.h"
-#include "platform/linux/desktop/HomeTrash.h"
+#include "platform/linux/desktop/MountTable.h"
 #include "platform/linux/desktop/Trash.h"
 #include "platform/linux/desktop/Volumes.h"
 #include "platform/linux/desktop/Workspace.h"
@@ -24,8 +24,10 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <functional>
 #include <iostream>
 #include <map>
@@ -47,22 +49,63 @@ int report(const platform::Result<void>& result) {
 
 RecordingConsole console;
 
-int recycle(const Arguments& arguments) {
+/// The desktop's services, with what they need.
+struct Desktop {
     platform::native::UserAccount account;
-    platform::native::SearchPaths searchPaths(account);
+    platform::native::SearchPaths searchPaths{account};
     platform::native::PropertyLists propertyLists;
-    platform::native::Workspace workspace(account, searchPaths, propertyLists);
-    return report(workspace.recycle(arguments.at(0), arguments.at(1), arguments.at(2)));
+    platform::native::Workspace workspace{account, searchPaths, propertyLists};
+};
+
+/// Trashes the items with the names after the first two arguments, and stops at a failure.
+int recycle(const Arguments& arguments) {
+    Desktop desktop;
+    platform::Result<void> recycled;
+    for (std::size_t i = 2; i < arguments.size() && recycled; ++i) {
+        recycled = desktop.workspace.recycle(arguments.at(0), arguments.at(1), arguments.at(i));
+    }
+    desktop.workspace.makeTrashDurable();
+    return report(recycled);
+}
+
+/// Trashes an item of one name, which it makes each time, as often as the third argument says.
+int recycleNamesakes(const Arguments& arguments) {
+    Desktop desktop;
+    platform::Result<void> recycled;
+    const auto item = arguments.at(0) + "/namesake";
+    for (int count = std::stoi(arguments.at(2)); count > 0 && recycled; --count) {
+        ::close(::open(item.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
+        recycled = desktop.workspace.recycle(arguments.at(0), arguments.at(1), "namesake");
+    }
+    return report(recycled);
+}
+
+/// Trashes an item "a", deletes a directory, and trashes "c".
+int recycleAround(const Arguments& arguments) {
+    Desktop desktop;
+    auto recycled = desktop.workspace.recycle(arguments.at(0), arguments.at(1), "a");
+    std::filesystem::remove_all(arguments.at(2));
+    if (recycled) {
+        recycled = desktop.workspace.recycle(arguments.at(0), arguments.at(1), "c");
+    }
+    return report(recycled);
+}
+
+/// Moves an item, the first argument, to its place in the Trash, the second, as the administrator's
+/// tool does, if there is no third.
+int moveTrashed(const Arguments& arguments) {
+    Desktop desktop;
+    const auto end = desktop.workspace.moveTrashed(arguments.at(0), arguments.at(1));
+    if (arguments.size() < 3 &&
+        std::rename(arguments.at(0).c_str(), arguments.at(1).c_str()) != 0) {
+        return errno;
+    }
+    end();
+    return 0;
 }
 
 int makeTrash(const Arguments& arguments) {
     return platform::native::makeTrash(arguments.at(0)) ? 0 : 1;
-}
-
-/// Returns the number of the failure.
-int moveToHomeTrash(const Arguments& arguments) {
-    const auto moved = platform::native::moveToHomeTrash(arguments.at(0));
-    return moved ? 0 : moved.error().number();
 }
 
 int remove(const Arguments& arguments) {
@@ -99,6 +142,23 @@ int volumes(const Arguments& /*arguments*/) {
         std::cout << volume.mountPoint << '\0';
     }
     return 0;
+}
+
+/// Mounts a volume on the first argument, in a namespace of its own, and prints whether a mount is
+/// found in the second before, during and after.
+int mountsIn(const Arguments& arguments) {
+    platform::native::MountTable table;
+    const char* place = arguments.at(0).c_str();
+    if (::unshare(CLONE_NEWNS) != 0 ||
+        ::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) {
+        return 1;
+    }
+    std::cout << table.hasMountIn(arguments.at(1));
+    const int mounted = ::mount("none", place, "tmpfs", 0, nullptr);
+    std::cout << ' ' << table.hasMountIn(arguments.at(1));
+    const int unmounted = ::umount(place);
+    std::cout << ' ' << table.hasMountIn(arguments.at(1)) << '\n';
+    return mounted == 0 && unmounted == 0 ? 0 : 1;
 }
 
 int account(const Arguments& /*arguments*/) {
@@ -162,7 +222,9 @@ int withoutWriting(const Arguments& arguments) {
 const std::map<std::string, std::function<int(const Arguments&)>> commands{
     {"recycle", recycle},
     {"make-trash", makeTrash},
-    {"move-to-home-trash", moveToHomeTrash},
+    {"recycle-namesakes", recycleNamesakes},
+    {"recycle-around", recycleAround},
+    {"move-trashed", moveTrashed},
     {"remove", remove},
     {"unlock", unlock},
     {"lock", lock},
@@ -176,6 +238,7 @@ const std::map<std::string, std::function<int(const Arguments&)>> commands{
     {"create", create},
     {"write", write},
     {"volumes", volumes},
+    {"mounts-in", mountsIn},
     {"without-writing", withoutWriting},
 };
 

@@ -233,6 +233,26 @@ TEST_F(PrivilegedFileOperations, TheSuperusersMoveIntoTheTrashCanBeWaitedFor) {
     EXPECT_EQ(tool.right, std::nullopt);
 }
 
+TEST_F(PrivilegedFileOperations, AMoveIntoTheTrashIsRecordedUntilItHasEnded) {
+    services.toolOutput = "output";
+    fileSystem.files = {"/Library/Report.pdf", "/home/someone/.Trash/Report.pdf"};
+    const auto tool = controller().startTrashing("/Library/Report.pdf");
+    EXPECT_EQ(workspace.expected,
+              (std::vector<Lines>{
+                  {"/Library/Report.pdf", "/home/someone/.Trash/Report_20231231235959.pdf"}}));
+    EXPECT_EQ(workspace.ended, Lines{});
+
+    tool.waitUntilExit();
+    EXPECT_EQ(workspace.ended, Lines{"/home/someone/.Trash/Report_20231231235959.pdf"});
+}
+
+TEST_F(PrivilegedFileOperations, TheRecordOfAMoveThatWasNotStartedIsTakenBack) {
+    refuseTheRight();
+    fileSystem.files = {"/Library/Report.pdf"};
+    EXPECT_FALSE(controller().authTrashFile("/Library/Report.pdf"));
+    EXPECT_EQ(workspace.ended, Lines{"/home/someone/.Trash/Report.pdf"});
+}
+
 TEST_F(PrivilegedFileOperations, AMoveIntoTheTrashTellsWhyTheRightWasNotObtained) {
     refuseTheRight();
     fileSystem.files = {"/Library/Report.pdf"};
@@ -292,6 +312,7 @@ TEST_F(PrivilegedFileOperations, TheSuperuserTrashesIntoTheTrashOfWhoeverStarted
     EXPECT_TRUE(controller().authTrashFile("/Library/Tool.app"));
     EXPECT_EQ(launcher.runs, Lines{"/bin/mv -f /Library/Tool.app /home/someone/.Trash/Tool.app"});
     EXPECT_EQ(workspace.trashesMade, Lines{}); // it would belong to the superuser
+    EXPECT_TRUE(workspace.expected.empty());   // and so would the record
 }
 
 TEST_F(PrivilegedFileOperations, TheSuperuserWhoKnowsNoUserTrashesIntoItsOwnTrash) {

@@ -61,6 +61,21 @@ TEST_F(Finder, EqualPathsHaveEqualReferencesAndOthersHaveNot) {
     EXPECT_NE(QFFileManager::stringToFSRef(longPath), QFFileManager::stringToFSRef(longPath + "b"));
 }
 
+TEST_F(Finder, OfTheReferencesToLongPathsOnlyTheLatestAreKept) {
+    constexpr int kept = 10000;
+    const auto path = [](int number) {
+        return "/" + std::string(200, 'l') + std::to_string(number);
+    };
+    const auto first = QFFileManager::stringToFSRef(path(0));
+    EXPECT_EQ(QFFileManager::stringWithFSRef(first), path(0));
+    for (int i = 1; i <= kept; ++i) {
+        QFFileManager::stringToFSRef(path(i));
+    }
+    EXPECT_EQ(QFFileManager::stringWithFSRef(first), std::nullopt);
+    EXPECT_EQ(roundTrip(path(1)), path(1));
+    EXPECT_EQ(roundTrip(path(0)), path(0));
+}
+
 TEST_F(Finder, AReferenceIsEightyBytesThatMayBeCopiedAsSuch) {
     EXPECT_EQ(sizeof(FSRef), 80U);
     const std::string path = "/" + std::string(300, 'x');

@@ -2,6 +2,8 @@
 
 #include "tests/util/files/FileManagerTest.h"
 
+#include <cerrno>
+
 using namespace std::chrono_literals;
 
 namespace {
@@ -74,6 +76,13 @@ TEST_F(TrashAndRemove, TrashFailsSilentlyWhereTheFallbackIsForbidden) {
     EXPECT_EQ(services.calls.size(), 0U);
     EXPECT_EQ(loggedLines(), Lines{});
     EXPECT_EQ(console.systemLogLines(), Lines{});
+}
+
+TEST_F(TrashAndRemove, TrashRefusesAnItemInWhichAVolumeIsMountedToTheAdministratorToo) {
+    workspace.errors[item] = {.code = EBUSY, .localizedDescription = "A volume is inside it."};
+    EXPECT_FALSE(QFFileManager::trashFile(item));
+    EXPECT_EQ(services.calls.size(), 0U);
+    EXPECT_EQ(workspace.expected.size(), 0U);
 }
 
 TEST_F(TrashAndRemove, RemoveDeletesTheUnlockedItem) {
@@ -256,6 +265,20 @@ TEST_F(TrashAndRemove, TrashContentsMayAskForTheRight) {
     workspace.errors["/folder/a"] = {.localizedDescription = "It is not yours."};
     EXPECT_TRUE(QFFileManager::trashDirectoryContents("/folder"));
     EXPECT_EQ(services.tools(), Lines{"/bin/mv -f /folder/a /home/someone/.Trash/a"});
+}
+
+TEST_F(TrashAndRemove, ABatchIsMadeDurableOnce) {
+    fileSystem.files = {"/folder/a.txt", "/folder/b.txt"};
+    fileSystem.directories = {{"/folder", Lines{"a.txt", "b.txt"}}};
+    EXPECT_TRUE(QFFileManager::trashFile("/folder/a.txt"));
+    EXPECT_EQ(workspace.timesDurable, 0);
+
+    EXPECT_TRUE(QFFileManager::trashDirectoryContents("/folder"));
+    EXPECT_EQ(workspace.timesDurable, 1);
+    QFFileManager::trashFilesOfType("txt", "/folder");
+    EXPECT_EQ(workspace.timesDurable, 2);
+    QFFileManager::trashFilesNamed("a.txt", "/folder");
+    EXPECT_EQ(workspace.timesDurable, 3);
 }
 
 TEST_F(TrashAndRemove, TrashContentsOfNothingSucceedsAndKeepsTheDirectory) {

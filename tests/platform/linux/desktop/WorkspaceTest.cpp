@@ -70,7 +70,7 @@ TEST_F(WorkspaceTest, FindsNoApplicationWithoutAnIdentifier) {
     EXPECT_EQ(workspace_.applicationPath(""), std::nullopt);
 }
 
-TEST_F(WorkspaceTest, SaysInTheSystemLogWhatCouldNotBeTrashed) {
+TEST_F(WorkspaceTest, TellsWhatCouldNotBeTrashedWithoutAWordInTheSystemLog) {
     home_.makeDirectory("items");
     home_.makeDirectory(".Trash");
 
@@ -80,10 +80,7 @@ TEST_F(WorkspaceTest, SaysInTheSystemLogWhatCouldNotBeTrashed) {
     EXPECT_EQ(recycled.error().code, ENOENT);
     EXPECT_EQ(recycled.error().localizedDescription,
               "“missing” couldn’t be moved to the Trash because it doesn’t exist.");
-    EXPECT_EQ(console_.systemLogLines(),
-              std::vector<std::string>{"“" + (home_ / "items/missing") +
-                                       "” couldn’t be moved to the Trash because it doesn’t "
-                                       "exist."});
+    EXPECT_TRUE(console_.systemLogLines().empty());
 }
 
 TEST_F(WorkspaceTest, TrashesWithoutAWordInTheSystemLog) {

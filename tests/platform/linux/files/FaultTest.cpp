@@ -66,9 +66,9 @@ protected:
         }
     }
 
-    /// The number of calls that open the directories on both sides; if one of them fails, the work
+    /// The most calls that look at the directories on both sides; if one of them fails, the work
     /// ends before `firstFault`.
-    static constexpr int callsBefore = 2;
+    static constexpr int callsBefore = 6;
 
     /// An item reported as gone need not be removed.
     static bool isHarmless() { return GetParam() == ENOENT; }

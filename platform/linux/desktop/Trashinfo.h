@@ -1,0 +1,54 @@
+#pragma once
+
+#include "platform/linux/posix/Errno.h"
+
+#include <string>
+#include <string_view>
+
+namespace platform::native {
+
+/// The extension of a trashinfo, the file that records where a trashed item comes from.
+constexpr const char* trashinfoExtension = ".trashinfo";
+
+/// Who moves an item into a trash directory once its trashinfo exists.
+enum class Mover {
+    self,          ///< The process that wrote the trashinfo; it holds the file's lock meanwhile.
+    administrator, ///< A tool that may outlive that process.
+};
+
+/// Returns the text of a new trashinfo ("Contents of a trash directory" in the Trash specification
+/// 1.0): the path that the item had, percent-encoded, and the local time. A line that other
+/// programs ignore records the mover.
+std::string trashinfoText(const std::string& path, Mover mover);
+
+/// Returns the mover that the text of a trashinfo records. ENOENT if another program wrote it.
+SystemResult<Mover> moverIn(std::string_view trashinfo);
+
+/// Returns the name of the trashinfo for an item with this name in a trash directory.
+std::string trashinfoName(const std::string& name);
+
+/// Returns the name in a trash directory to try as the `count`th, from 1 on, for an item: "a.txt",
+/// then "a.2.txt". The part before the extension is cut, between characters, if the trashinfo's
+/// name would be longer than the limit of 255 bytes.
+std::string nameInTrash(const std::string& name, int count);
+
+/// Returns the first number from `first` on, or a later one, for which `isTaken` is false, with a
+/// number of calls that grows with the logarithm of the result: so many items of one name take
+/// little more time each than one. Gives up after millions, so that the caller sees why.
+template <class IsTaken>
+int freeNumber(int first, IsTaken isTaken) {
+    constexpr int largestStep = 1 << 24;
+    int taken = first - 1;
+    int free = first;
+    for (int step = 1; step < largestStep && isTaken(free); step *= 2) {
+        taken = free;
+        free += step;
+    }
+    while (free - taken > 1) {
+        const int middle = taken + (free - taken) / 2;
+        (isTaken(middle) ? taken : free) = middle;
+    }
+    return free;
+}
+
+} // namespace platform::native

@@ -1,0 +1,39 @@
+#pragma once
+
+#include "platform/linux/files/TemporaryItem.h"
+#include "platform/linux/posix/ItemPlace.h"
+
+#include <sys/types.h>
+
+#include <string>
+
+namespace platform::native {
+
+/// A directory of the user's own without write permission, which has it for the moment of a rename:
+/// the kernel demands it to give a directory another parent. A record on disk lets another process
+/// restore the mode if this one is killed.
+class WritableDirectory {
+public:
+    /// Makes the item writable, and writes the record into the open directory `records`. `path` is
+    /// the item's path, `newName` the name that it is about to get. EACCES if it is not a directory
+    /// of the user's own without write permission, or if that would not let the user move it.
+    static SystemResult<WritableDirectory> make(const ItemPlace& item, const std::string& path,
+                                                int records, const std::string& newName);
+
+    /// Restores the mode of the directory, which is now the entry `name` of an open directory, and
+    /// returns whether it was there.
+    bool restore(int directory, const std::string& name) const;
+
+    /// Restores the mode that an abandoned record is about, if the file is one. The directory is at
+    /// its former path or has its new name in the open directory `destination`.
+    static void restoreRecorded(const FileDescriptor& record, int destination);
+
+private:
+    WritableDirectory(TemporaryItem record, mode_t mode)
+        : record_(std::move(record)), mode_(mode) {}
+
+    TemporaryItem record_;
+    mode_t mode_;
+};
+
+} // namespace platform::native
