@@ -170,10 +170,8 @@ std::vector<std::string> pathsToTrash(const PlanRow& row) {
 
 void walkUninstallPlan(const std::vector<PlanRow>& rows, PlanObserver& observer) {
     for (const auto& row : rows) {
-        attempt([&] {
-            observer.rowBegan(row);
-            perform(row, observer);
-        });
+        attempt([&] { observer.rowBegan(row); });
+        attempt([&] { perform(row, observer); });
         attempt([&] { observer.rowEnded(row); });
     }
     attempt([] { platform::service<platform::Workspace>().makeTrashDurable(); });

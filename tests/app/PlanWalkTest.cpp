@@ -222,6 +222,17 @@ TEST_F(PlanWalk, TrashesTheOtherReceiptsAfterOneThatThrows) {
     EXPECT_EQ(recycledItems(), Lines{"/Library/Receipts/Install Kelvane 2.pkg"});
 }
 
+TEST_F(PlanWalk, PerformsARowWhoseObserverThrows) {
+    fileSystem.files = {"/x/b"};
+    class ThrowingObserver : public PlanObserver {
+        void rowBegan(const PlanRow& /*row*/) override { throw std::bad_alloc(); }
+    } observer;
+
+    walkUninstallPlan({{PlanAction::trash, "/x/b", {}}}, observer);
+
+    EXPECT_EQ(recycledItems(), Lines{"/x/b"});
+}
+
 /// A machine where every item of the plan exists.
 class WholePlanWalk : public PlanWalk {
 protected:

@@ -155,9 +155,9 @@ class TheCheck(WithSuite):
 
     def test_knows_the_names_that_privileged_tools_give(self) -> None:
         for name, original in (("A.plist", "A.plist"), ("A_20260101000000.plist", "A.plist"),
-                               ("A_20260101000000.", "A"), ("A 2.plist", "A.plist"), ("A 10", "A")):
+                               ("A_20260101000000.", "A"), ("A.2.plist", "A.plist"), ("A.10", "A")):
             self.assertTrue(is_name_in_trash(name, original), name)
-        for name in ("A_20260101000000", "A_2026.plist", "AB.plist", "A 2.plist.b", "A b.plist"):
+        for name in ("A_20260101000000", "A_2026.plist", "AB.plist", "A.2.plist.b", "A.b.plist"):
             self.assertFalse(is_name_in_trash(name, "A.plist"), name)
 
     def test_finds_a_stray_that_has_gone_from_the_trash(self) -> None:
@@ -280,12 +280,18 @@ class TheCheck(WithSuite):
 
     def test_finds_what_has_appeared(self) -> None:
         self.uninstall()
-        for path in (f"{self.home}/.local/share/Trash/files/Stray", f"{self.root}/Library/Stray",
-                     f"{self.home}/Stray"):
+        for path in (f"{self.root}/Library/Stray", f"{self.home}/Stray"):
             with self.subTest(path=path):
                 os.mkdir(path)
                 self.assert_problem(path, "has appeared")
                 os.rmdir(path)
+
+    def test_finds_what_has_appeared_in_the_trash_without_a_trashinfo(self) -> None:
+        self.uninstall()
+        stray = f"{self.home}/.local/share/Trash/files/Stray"
+        os.mkdir(stray)
+        self.assertEqual([f"{stray}: has no trashinfo", f"{stray}: has appeared"],
+                         self.report().problems)
 
     def test_lets_the_log_and_the_way_to_the_trash_appear(self) -> None:
         self.uninstall()
