@@ -307,7 +307,7 @@ class Scenario:
                 if window not in known:
                     known.add(window)
                     self._meet(screen, window)
-                    if self._tries_again:
+                    if window.title == LEFT:
                         known.discard(main)
                     deadline = time.monotonic() + PATIENCE_SECONDS
             if self._session.is_private and time.monotonic() > deadline:
