@@ -326,6 +326,12 @@ class Scenario:
         return LEFT_STATUS if self._is_left_told else 0
 
     def _meet(self, screen: Screen, window: Window) -> None:
+        if self._tries_again:
+            # A window of the program that ends here may still be seen, but has no picture any more.
+            if window.title == MAIN:
+                screen.activate(window)
+                screen.press_key("Escape")
+            return
         self._has_begun = True
         if window.title == COMPLETE:
             self._is_complete = True
@@ -335,9 +341,6 @@ class Scenario:
             self._meet_alert(screen, window, "complaint")
         elif window.title == LEFT:
             self._meet_left(screen, window)
-        elif window.title == MAIN:
-            screen.activate(window)
-            screen.press_key("Escape")
         elif self._held:
             self._keep("progress", screen.drawn_picture(window))
             self._held.release()
