@@ -43,7 +43,7 @@ bool isExpressible(std::string_view text) {
 /// if that is less than a second before, libplist tells only the part of the second, without a
 /// sign.
 bool isBeforeReferenceDate(plist_t node) {
-    constexpr auto signPosition = std::string_view("bplist00\x33").size();
+    constexpr auto signPosition = std::string_view("bplist00").size() + 1; // After the marker.
     char* bytes = nullptr;
     std::uint32_t length = 0;
     plist_to_bin(node, &bytes, &length);

@@ -20,6 +20,17 @@ namespace {
 /// The status of a child that other code in this process has waited for.
 constexpr int unknownStatus = -1;
 
+/// Returns whether this signal stops a process that uses a terminal that it has not got.
+bool isForTerminal(int signal) {
+    switch (signal) {
+    case SIGTTIN:
+    case SIGTTOU:
+        return true;
+    default:
+        return false;
+    }
+}
+
 } // namespace
 
 void Child::begin(pid_t identifier) {
@@ -83,7 +94,7 @@ void Child::waitUntilExit() {
     TerminalLoan loan;
     while (isRunning()) {
         const auto stop = waitForStop();
-        if ((stop == SIGTTIN || stop == SIGTTOU) &&
+        if (stop && isForTerminal(*stop) &&
             loan.lendTo(::getpgid(identifier_), [this] { return isRunning(); })) {
             ::kill(-::getpgid(identifier_), SIGCONT);
         }
