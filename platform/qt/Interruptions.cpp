@@ -11,11 +11,19 @@ namespace platform::qt {
 
 namespace {
 
+bool isIgnored(int signal) {
+    struct sigaction action {};
+    return ::sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
+}
+
+/// Leaves out what is ignored, as SIGHUP is after nohup: if it were blocked, it would be taken.
 sigset_t askingToEnd() {
     sigset_t asked{};
     ::sigemptyset(&asked);
     for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) {
-        ::sigaddset(&asked, signal);
+        if (!isIgnored(signal)) {
+            ::sigaddset(&asked, signal);
+        }
     }
     return asked;
 }

@@ -50,8 +50,8 @@ SystemResult<VolumeTop> findTop(const ItemPlace& item) {
     return Unexpected(directory ? Errno(ENOENT) : directory.error());
 }
 
-/// Method 1: the specification demands a directory that is sticky and no link. It would have the
-/// administrator told of one that is not, but trashing writes no lines.
+/// Method 1 demands a directory that is sticky and no link. It would have the administrator told of
+/// one that is not, but trashing writes no lines.
 SystemResult<TrashDirectory> openAdministrators(int top, const std::string& user) {
     const auto shared = openPath(top, ".Trash");
     if (!shared) {

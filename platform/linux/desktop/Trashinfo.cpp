@@ -17,7 +17,7 @@ namespace platform::native {
 
 namespace {
 
-/// The specification has other programs ignore keys that it does not define.
+/// Other programs ignore keys that freedesktop.org does not define.
 constexpr std::array<std::pair<Mover, std::string_view>, 2> moverLines{{
     {Mover::self, "X-Quillfen-Mover=self\n"},
     {Mover::administrator, "X-Quillfen-Mover=administrator\n"},

@@ -206,6 +206,17 @@ TEST_F(StartUpDeathTest, IsCancelledByASignalBeforeTheRun) {
     }
 }
 
+TEST_F(StartUpDeathTest, IsNotCancelledByASignalThatIsIgnored) {
+    const auto former = std::signal(SIGHUP, SIG_IGN);
+    EXPECT_EXIT(start([](Interface&, PlanObserver& observer) {
+                    ::kill(::getpid(), SIGHUP);
+                    waitUntilTaken(SIGHUP);
+                    QTimer::singleShot(50, qApp, [&observer] { runLater(observer); });
+                }),
+                ExitedWithCode(complete), "^walked\n$");
+    std::signal(SIGHUP, former);
+}
+
 TEST_F(StartUpDeathTest, GoesOnToTheEndOfTheRunAfterASignal) {
     EXPECT_EXIT(start([](Interface&, PlanObserver& observer) {
                     platform::service<Application>().performOnMainThread(
