@@ -5,6 +5,8 @@
 
 #include "platform/foundation/Exception.h"
 
+#include <malloc.h>
+
 #include <csignal>
 #include <cstdlib>
 #include <future>
@@ -79,10 +81,11 @@ TEST_F(StringFromTask, ReturnsNothingWithoutMemoryForTheText) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_EXIT(
         {
+            ::mallopt(M_ARENA_MAX, 1); // a heap for a new thread would take most of the limit
             QFTaskEx::stringFromTask(shell, greeting_); // starts all threads that a run needs
             const ScopedLimit<RLIMIT_AS> limit(addressSpaceInUse() + 96 * mebibyte);
             const auto text = QFTaskEx::stringFromTask(shell, script("head -c 60M /dev/zero"));
-            std::_Exit(text.has_value() ? 1 : 0);
+            std::_Exit(text.has_value() || !loggedLines().empty() ? 1 : 0);
         },
         testing::ExitedWithCode(0), "");
 }
