@@ -75,10 +75,14 @@ public:
     /// instead. EBUSY means that a volume is mounted on the item or inside it, so that no other
     /// means may move it either: emptying the Trash would delete what is on that volume.
     ///
+    /// Returns the absolute path of the item in the Trash: that of the directory which really holds
+    /// it, links resolved, so for an item of another volume it is on that volume. It is empty if
+    /// the path is too long for the system.
+    ///
     /// A power cut leaves the item in its place or in the Trash with the record of where it came
     /// from, never without it; which of the two is certain only after makeTrashDurable().
-    virtual Result<void> recycle(const std::string& directory, const std::string& trash,
-                                 const std::string& name) = 0;
+    virtual Result<std::string> recycle(const std::string& directory, const std::string& trash,
+                                        const std::string& name) = 0;
 
     /// Creates the Trash directory as the user knows it, as recycle() does, if it does not exist,
     /// for callers that move items there by other means. It is the user's own, closed to others.

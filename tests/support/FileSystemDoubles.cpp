@@ -221,11 +221,13 @@ platform::Result<void> RecordingWorkspace::setLabelNumber(const std::string& pat
     return {};
 }
 
-platform::Result<void> RecordingWorkspace::recycle(const std::string& directory,
-                                                   const std::string& trash,
-                                                   const std::string& name) {
+platform::Result<std::string> RecordingWorkspace::recycle(const std::string& directory,
+                                                          const std::string& trash,
+                                                          const std::string& name) {
     recycled.push_back({directory, trash, name});
-    return failureIn(errors, directory + "/" + name);
+    const auto failure = failureIn(errors, directory + "/" + name);
+    return failure ? platform::Result<std::string>(trash + "/" + name)
+                   : platform::Unexpected(failure.error());
 }
 
 void RecordingWorkspace::makeTrash(const std::string& trash) {

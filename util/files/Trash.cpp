@@ -52,7 +52,7 @@ bool countsForNothing(std::string_view name) {
 
 } // namespace
 
-platform::Result<void> recycle(const std::string& path) {
+platform::Result<std::string> recycle(const std::string& path) {
     return platform::service<platform::Workspace>().recycle(path::deletingLastComponent(path),
                                                             QFLocalPaths::trashDirectory(),
                                                             path::lastComponent(path));

@@ -19,15 +19,21 @@ namespace platform::native {
 
 namespace {
 
-using TakeResult = Result<void, TrashError>;
+using TakeResult = Result<std::string, TrashError>;
 
 TakeResult failure(Errno number) {
     return Unexpected(
         TrashError{number, number.is(EINVAL) ? "the Trash is inside it" : reason(number)});
 }
 
-TakeResult afterMoving(const SystemResult<void>& moved) {
-    return moved ? TakeResult() : failure(moved.error());
+/// Returns the path of an entry of an open directory; an empty string if it has none.
+std::string pathIn(int directory, const std::string& name) {
+    const auto path = resolvedPath(directory);
+    return path.empty() ? path : path::appending(path, name);
+}
+
+TakeResult afterMoving(int destination, const SystemResult<std::string>& name) {
+    return name ? TakeResult(pathIn(destination, *name)) : failure(name.error());
 }
 
 bool isHomeTrash(const std::string& trash) {
@@ -61,9 +67,9 @@ TakeResult takeByRename(const ItemPlace& item, const std::string& trash) {
         return failure(to ? from.error() : to.error());
     }
     if (fileIdOf(*from) == fileIdOf(*to)) {
-        return {};
+        return pathIn(destination->get(), item.name);
     }
-    return afterMoving(moveToUniqueName(item.entry(), destination->get()));
+    return afterMoving(destination->get(), moveToUniqueName(item.entry(), destination->get()));
 }
 
 bool isEntryName(const std::string& name) {
@@ -141,8 +147,8 @@ Trash::OpenTrash Trash::rememberedHomeTrash(const std::string& trash) {
 }
 
 bool Trash::hasMountIn(const ItemPlace& item) {
-    const auto directory = resolvedPath(item.directory.get());
-    return !directory.empty() && mounts_.hasMountIn(path::appending(directory, item.name));
+    const auto path = pathIn(item.directory.get(), item.name);
+    return !path.empty() && mounts_.hasMountIn(path);
 }
 
 TakeResult Trash::takeWithTrashinfo(const ItemPlace& item, const std::string& path,
@@ -153,7 +159,7 @@ TakeResult Trash::takeWithTrashinfo(const ItemPlace& item, const std::string& pa
     }
     const auto [trash, recordedPath] = trashFor(item, *directory, path, home);
     if (fileIdOf(*directory) == trash->id()) {
-        return {};
+        return pathIn(trash->files(), item.name);
     }
     tidy(*trash);
     const auto taken = trash->take({item, path, recordedPath});
@@ -161,7 +167,7 @@ TakeResult Trash::takeWithTrashinfo(const ItemPlace& item, const std::string& pa
         const std::lock_guard lock(mutex_);
         unsynced_.try_emplace(trash->id(), trash);
     }
-    return afterMoving(taken);
+    return afterMoving(trash->files(), taken);
 }
 
 /// Takes back what killed processes left in a trash directory, once.

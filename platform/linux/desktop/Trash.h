@@ -35,6 +35,8 @@ public:
     /// a trashinfo: see openTrashFor() and TrashDirectory::take(). A real directory at `trash` is
     /// used as it is: a second "a.txt" becomes "a 2.txt". Anything else at `trash` is a failure.
     ///
+    /// Returns the item's path in the Trash, as resolvedPath() has it.
+    ///
     /// Nothing is ever replaced or deleted. An item that is in the Trash already stays as it is.
     /// EBUSY if a volume is mounted on the item or inside it: emptying the Trash would delete what
     /// is on that volume.
@@ -42,8 +44,8 @@ public:
     /// On failure the item is whole where it was or, if only the removal after a copy failed, in
     /// the Trash. The first item that goes into a trash directory has what killed processes left
     /// there taken back.
-    Result<void, TrashError> take(const std::string& directory, const std::string& trash,
-                                  const std::string& name);
+    Result<std::string, TrashError> take(const std::string& directory, const std::string& trash,
+                                         const std::string& name);
 
     /// Writes the trashinfo of the item at `path`, which other means are about to move to `place`
     /// in the Trash. An item at `place` gets a unique name. Returns what to call when the move has
@@ -58,8 +60,8 @@ public:
 private:
     using OpenTrash = std::shared_ptr<const TrashDirectory>;
 
-    Result<void, TrashError> takeWithTrashinfo(const ItemPlace& item, const std::string& path,
-                                               const OpenTrash& home);
+    Result<std::string, TrashError>
+    takeWithTrashinfo(const ItemPlace& item, const std::string& path, const OpenTrash& home);
     SystemResult<OpenTrash> homeTrashAt(const std::string& trash);
     OpenTrash rememberedHomeTrash(const std::string& trash);
     bool hasMountIn(const ItemPlace& item);

@@ -56,11 +56,11 @@ Result<void> Workspace::setLabelNumber(const std::string& path, int number) {
     return writeLabel(path, number);
 }
 
-Result<void> Workspace::recycle(const std::string& directory, const std::string& trash,
-                                const std::string& name) {
-    const auto taken = trash_.take(directory, trash, name);
+Result<std::string> Workspace::recycle(const std::string& directory, const std::string& trash,
+                                       const std::string& name) {
+    auto taken = trash_.take(directory, trash, name);
     if (taken) {
-        return {};
+        return *std::move(taken);
     }
     const auto& [number, why] = taken.error();
     return Unexpected(posixError(number, name, movedToTrash, why));

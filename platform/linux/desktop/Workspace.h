@@ -45,8 +45,8 @@ public:
     Result<void> setLabelNumber(const std::string& path, int number) override;
 
     /// See Trash.
-    Result<void> recycle(const std::string& directory, const std::string& trash,
-                         const std::string& name) override;
+    Result<std::string> recycle(const std::string& directory, const std::string& trash,
+                                const std::string& name) override;
     void makeTrash(const std::string& trash) override;
     std::function<void()> moveTrashed(const std::string& path, const std::string& place) override;
     void makeTrashDurable() override;

@@ -38,7 +38,8 @@ using Arguments = std::vector<std::string>;
 
 int perform(const Arguments& arguments);
 
-int report(const platform::Result<void>& result) {
+template <class T>
+int report(const platform::Result<T>& result) {
     if (result) {
         std::cout << "ok\n";
     } else {
@@ -60,7 +61,7 @@ struct Desktop {
 /// Trashes the items with the names after the first two arguments, and stops at a failure.
 int recycle(const Arguments& arguments) {
     Desktop desktop;
-    platform::Result<void> recycled;
+    platform::Result<std::string> recycled{std::string()};
     for (std::size_t i = 2; i < arguments.size() && recycled; ++i) {
         recycled = desktop.workspace.recycle(arguments.at(0), arguments.at(1), arguments.at(i));
     }
@@ -68,10 +69,18 @@ int recycle(const Arguments& arguments) {
     return report(recycled);
 }
 
+/// Trashes one item, and prints its path in the Trash.
+int placeInTrash(const Arguments& arguments) {
+    Desktop desktop;
+    const auto place = desktop.workspace.recycle(arguments.at(0), arguments.at(1), arguments.at(2));
+    std::cout << place.value_or("") << '\n';
+    return place ? 0 : 1;
+}
+
 /// Trashes an item of one name, which it makes each time, as often as the third argument says.
 int recycleNamesakes(const Arguments& arguments) {
     Desktop desktop;
-    platform::Result<void> recycled;
+    platform::Result<std::string> recycled{std::string()};
     const auto item = arguments.at(0) + "/namesake";
     for (int count = std::stoi(arguments.at(2)); count > 0 && recycled; --count) {
         ::close(::open(item.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
@@ -222,6 +231,7 @@ int withoutWriting(const Arguments& arguments) {
 const std::map<std::string, std::function<int(const Arguments&)>> commands{
     {"recycle", recycle},
     {"make-trash", makeTrash},
+    {"place-in-trash", placeInTrash},
     {"recycle-namesakes", recycleNamesakes},
     {"recycle-around", recycleAround},
     {"move-trashed", moveTrashed},
