@@ -60,13 +60,13 @@ void refuseOtherHome() {
 
 int run(int argc, char** argv, const cli::Options& options, const std::string& interfaceFile,
         Inventory& inventory, const Awake& awake) {
-    const qt::InstanceLock lock(qt::applicationName());
-    if (lock.isHeldByAnother()) {
-        throw platform::Exception(platform::exception_name::alreadyRunning,
-                                  "it is already running");
-    }
     const bool canOnlyUseTerminal = !qt::isDisplayNamed() && terminal::Dialogue::isTerminal();
     if (options.uninstall || options.terminal || canOnlyUseTerminal) {
+        const qt::InstanceLock lock(qt::applicationName());
+        if (lock.isHeldByAnother()) {
+            throw platform::Exception(platform::exception_name::alreadyRunning,
+                                      "it is already running");
+        }
         return static_cast<int>(terminalMain(options, interfaceFile, inventory, awake));
     }
     return static_cast<int>(

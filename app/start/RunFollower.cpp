@@ -9,6 +9,13 @@
 
 namespace start {
 
+namespace {
+
+constexpr const char* uninstaller = "Kelvane Uninstaller";
+constexpr const char* reason = "Moving Kelvane to the Trash";
+
+} // namespace
+
 void RunFollower::follow(cli::Run& run, platform::Interface& interface) {
     run_ = &run;
     removeShared_ = &interface.checkBox(removeSharedOutlet);
@@ -19,6 +26,7 @@ void RunFollower::rowBegan(const PlanRow& /*row*/) {
     if (run_ == nullptr || std::exchange(hasBegun_, true)) {
         return;
     }
+    inhibition_ = platform::service<platform::Inhibitors>().inhibitShutdown(uninstaller, reason);
     const bool goes = removeShared_->state() == platform::CheckBoxState::on;
     for (const auto& row : run_->begin(goes ? RemoveShared::yes : RemoveShared::no)) {
         if (row.state == ItemState::found) {
@@ -36,6 +44,10 @@ void RunFollower::itemBegan(const std::string& path) {
                 std::to_string(total);
     platform::service<platform::Application>().performOnMainThread(
         [item = item_, text = std::move(text)] { item->setText(text); }, platform::Wait::no);
+}
+
+void RunFollower::walkEnded() {
+    inhibition_.reset();
 }
 
 } // namespace start

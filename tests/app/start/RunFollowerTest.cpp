@@ -3,6 +3,7 @@
 #include "platform/Services.h"
 #include "tests/support/DescribedMachine.h"
 #include "tests/support/MainLoop.h"
+#include "tests/support/PortDoubles.h"
 
 #include <gtest/gtest.h>
 
@@ -56,6 +57,8 @@ protected:
     }
 
     platform::ScopedService<platform::Application> application{MainLoop::shared()};
+    CountingInhibitors inhibitors;
+    platform::ScopedService<platform::Inhibitors> inhibitorsScope{inhibitors};
     RunInterface interface;
     CountedInventory inventory;
     start::RunFollower follower;
@@ -68,6 +71,15 @@ TEST_F(RunFollowerTest, RecordsWhatExistsBeforeTheFirstRowOnly) {
     follower.rowBegan(row);
 
     EXPECT_EQ(inventory.taken, std::vector{RemoveShared::yes});
+}
+
+TEST_F(RunFollowerTest, HoldsShuttingDownOffUntilTheLastRowIsDone) {
+    EXPECT_EQ(inhibitors.count, 0);
+    follower.rowBegan(row);
+    follower.rowEnded(row);
+    EXPECT_EQ(inhibitors.count, 1);
+    follower.walkEnded();
+    EXPECT_EQ(inhibitors.count, 0);
 }
 
 TEST_F(RunFollowerTest, ShowsTheNamesOfTheItemsThatExistAndTheirNumbers) {
