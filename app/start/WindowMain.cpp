@@ -54,6 +54,11 @@ public:
         }
     }
 
+    bool isRunning() {
+        const std::lock_guard lock(mutex_);
+        return isRunning_;
+    }
+
     /// From now on the process ends at once with this status. Returns whether that was requested
     /// before.
     bool loopEnded(ExitStatus status) {
@@ -164,6 +169,16 @@ ExitStatus finish(cli::Run& run, Ending& ending) {
     return end.status;
 }
 
+/// Qt ends the process when its display goes. Lets a run that has begun go on to its end.
+void outliveDisplay(cli::Run& run, Ending& ending) {
+    if (ending.isRunning()) {
+        ending.request();
+        if (qt::outliveDisplay()) {
+            std::_Exit(static_cast<int>(run.finish().status));
+        }
+    }
+}
+
 } // namespace
 
 ExitStatus windowMain(int argc, char** argv, const cli::Options& options,
@@ -176,6 +191,7 @@ ExitStatus windowMain(int argc, char** argv, const cli::Options& options,
     static auto& follower = *new WindowFollower(ending);
     qt::onInterruption([] { ending.request(); });
     cli::Run run(options, inventory, follower);
+    static auto* current = &run;
     return static_cast<ExitStatus>(qt::windowedMain(
         argc, argv, interfaceFile,
         [&](platform::Interface& interface) {
@@ -183,6 +199,7 @@ ExitStatus windowMain(int argc, char** argv, const cli::Options& options,
             static auto& itemsButton = *new ItemsButton(interface, inventory);
             interface.setAction(showItemsAction, [] { itemsButton.press(); });
             awake(interface, follower);
+            std::atexit([] { outliveDisplay(*current, ending); });
             qt::raiseOnRequest(window);
         },
         [&] { return static_cast<int>(finish(run, ending)); }, withoutDisplay));

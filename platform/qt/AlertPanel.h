@@ -30,6 +30,12 @@ private:
 class AlertPanels final : public platform::AlertPanels {
 public:
     std::unique_ptr<platform::AlertPanel> create(const AlertDescription& description) override;
+
+    /// From now on alerts are answered with their default button: the display has gone.
+    void loseDisplay() { hasDisplay_ = false; }
+
+private:
+    bool hasDisplay_ = true;
 };
 
 } // namespace platform::qt

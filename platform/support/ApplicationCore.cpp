@@ -81,6 +81,7 @@ void ApplicationCore::enqueue(std::shared_ptr<Job> job) {
     const std::lock_guard lock(mutex_);
     if (isOpen_) {
         jobs_.push_back(std::move(job));
+        enqueued_.notify_one();
         ring();
     }
 }
@@ -108,8 +109,34 @@ void ApplicationCore::dropWork() {
 
 void ApplicationCore::handleNextEvent(std::chrono::milliseconds deadline) {
     ++pumps_;
-    dispatchNextEvent(deadline);
+    if (hasEventLoop_) {
+        dispatchNextEvent(deadline);
+    } else {
+        performNextJobWithin(deadline);
+    }
     --pumps_;
+}
+
+void ApplicationCore::performNextJobWithin(std::chrono::milliseconds deadline) {
+    std::unique_lock lock(mutex_);
+    if (enqueued_.wait_for(lock, deadline, [this] { return !jobs_.empty(); })) {
+        lock.unlock();
+        performNextJob();
+    }
+}
+
+bool ApplicationCore::runWithoutEventLoop() {
+    if (pumps_ > 0) {
+        return false;
+    }
+    hasEventLoop_ = false;
+    while (!terminated_) {
+        std::unique_lock lock(mutex_);
+        enqueued_.wait(lock, [this] { return !jobs_.empty(); });
+        lock.unlock();
+        performNextJob();
+    }
+    return true;
 }
 
 void ApplicationCore::terminate() {
