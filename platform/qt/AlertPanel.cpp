@@ -3,6 +3,7 @@
 #include "platform/Application.h"
 #include "platform/Services.h"
 #include "platform/qt/AlertDialog.h"
+#include "platform/qt/Display.h"
 #include "platform/qt/Placement.h"
 #include "platform/qt/Windows.h"
 
@@ -55,7 +56,7 @@ void AlertPanel::orderOut() {
 }
 
 std::unique_ptr<platform::AlertPanel> AlertPanels::create(const AlertDescription& description) {
-    if (!hasDisplay_) {
+    if (!hasDisplay()) {
         return std::make_unique<UnseenAlert>();
     }
     return std::make_unique<AlertPanel>(description);

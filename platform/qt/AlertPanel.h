@@ -27,15 +27,10 @@ private:
     QPointer<AlertDialog> dialog_;
 };
 
+/// Creates alerts. When the display has gone they are answered with their default button.
 class AlertPanels final : public platform::AlertPanels {
 public:
     std::unique_ptr<platform::AlertPanel> create(const AlertDescription& description) override;
-
-    /// From now on alerts are answered with their default button: the display has gone.
-    void loseDisplay() { hasDisplay_ = false; }
-
-private:
-    bool hasDisplay_ = true;
 };
 
 } // namespace platform::qt

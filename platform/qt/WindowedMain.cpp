@@ -5,6 +5,7 @@
 #include "platform/foundation/Exception.h"
 #include "platform/qt/AlertPanel.h"
 #include "platform/qt/Application.h"
+#include "platform/qt/Display.h"
 #include "platform/qt/Identity.h"
 #include "platform/qt/InstanceLock.h"
 #include "platform/qt/Interface.h"
@@ -86,7 +87,7 @@ int windowedMain(int argc, char** argv, const std::string& interfaceFile,
 }
 
 bool outliveDisplay() {
-    userInterface().panels.loseDisplay();
+    loseDisplay();
     return userInterface().application.runWithoutEventLoop();
 }
 

@@ -81,8 +81,11 @@ void ApplicationCore::enqueue(std::shared_ptr<Job> job) {
     const std::lock_guard lock(mutex_);
     if (isOpen_) {
         jobs_.push_back(std::move(job));
-        enqueued_.notify_one();
-        ring();
+        if (hasEventLoop_) {
+            ring();
+        } else {
+            enqueued_.notify_one();
+        }
     }
 }
 
@@ -129,7 +132,10 @@ bool ApplicationCore::runWithoutEventLoop() {
     if (pumps_ > 0) {
         return false;
     }
-    hasEventLoop_ = false;
+    {
+        const std::lock_guard lock(mutex_);
+        hasEventLoop_ = false;
+    }
     while (!terminated_) {
         std::unique_lock lock(mutex_);
         enqueued_.wait(lock, [this] { return !jobs_.empty(); });
@@ -150,7 +156,9 @@ void ApplicationCore::terminate() {
         std::fflush(nullptr);
         std::_Exit(EXIT_SUCCESS);
     }
-    leaveEventLoop();
+    if (hasEventLoop_) {
+        leaveEventLoop();
+    }
 }
 
 void ApplicationCore::runTerminationObservers() {
