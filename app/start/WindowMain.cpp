@@ -190,8 +190,7 @@ ExitStatus windowMain(int argc, char** argv, const cli::Options& options,
     static auto& ending = *new Ending;
     static auto& follower = *new WindowFollower(ending);
     qt::onInterruption([] { ending.request(); });
-    cli::Run run(options, inventory, follower);
-    static auto* current = &run;
+    static auto& run = *new cli::Run(options, inventory, follower);
     return static_cast<ExitStatus>(qt::windowedMain(
         argc, argv, interfaceFile,
         [&](platform::Interface& interface) {
@@ -199,7 +198,7 @@ ExitStatus windowMain(int argc, char** argv, const cli::Options& options,
             static auto& itemsButton = *new ItemsButton(interface, inventory);
             interface.setAction(showItemsAction, [] { itemsButton.press(); });
             awake(interface, follower);
-            std::atexit([] { outliveDisplay(*current, ending); });
+            std::atexit([] { outliveDisplay(run, ending); });
             qt::raiseOnRequest(window);
         },
         [&] { return static_cast<int>(finish(run, ending)); }, withoutDisplay));
