@@ -83,16 +83,38 @@ TEST_F(DialogueTest, HasNoAnswerAtTheEndOfTheInput) {
     EXPECT_EQ(answers, Answers{std::nullopt});
 }
 
-TEST_F(DialogueTest, TakesASignalForNoAnswer) {
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) {
-        answers.clear();
-        ask("?");
-        ::raise(signal);
+class DialogueSignalTest : public DialogueTest, public testing::WithParamInterface<int> {};
 
-        runUntil([&] { return !answers.empty(); });
+TEST_P(DialogueSignalTest, IsTakenForNoAnswer) {
+    ask("?");
+    ::raise(GetParam());
 
-        EXPECT_EQ(answers, Answers{std::nullopt});
-    }
+    runUntil([&] { return !answers.empty(); });
+
+    EXPECT_EQ(answers, Answers{std::nullopt});
+}
+
+INSTANTIATE_TEST_SUITE_P(, DialogueSignalTest, testing::Values(SIGINT, SIGTERM, SIGHUP, SIGQUIT));
+
+/// A program that nohup has started.
+class IgnoredHangup {
+protected:
+    IgnoredHangup() : former_(std::signal(SIGHUP, SIG_IGN)) {}
+    ~IgnoredHangup() { std::signal(SIGHUP, former_); }
+
+private:
+    void (*former_)(int);
+};
+
+class UnattendedDialogueTest : IgnoredHangup, public DialogueTest {};
+
+TEST_F(UnattendedDialogueTest, TakesNoIgnoredSignalForAnAnswer) {
+    ask("?");
+    ::raise(SIGHUP);
+
+    settle();
+
+    EXPECT_TRUE(answers.empty());
 }
 
 TEST_F(DialogueTest, TellsOfASignalWhenNothingIsAsked) {
