@@ -72,8 +72,7 @@ private:
                                AuthorizationFlags flags) {
         const auto created = services_.create(environment, kAuthorizationFlagDefaults);
         ref = created.value_or(AuthorizationRef::none);
-        return statusOf(services_.copyRights(ref, {{.name = "system.privilege.admin", .value = {}}},
-                                             environment, flags));
+        return statusOf(services_.copyRights(ref, {"system.privilege.admin"}, environment, flags));
     }
 
     void promptTwice() {

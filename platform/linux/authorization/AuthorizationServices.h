@@ -33,7 +33,7 @@ public:
 
     AuthorizationResult<AuthorizationRef> create(const AuthorizationItemSet& environment,
                                                  AuthorizationFlags flags) override;
-    AuthorizationResult<void> copyRights(AuthorizationRef ref, const AuthorizationItemSet& rights,
+    AuthorizationResult<void> copyRights(AuthorizationRef ref, const AuthorizationRights& rights,
                                          const AuthorizationItemSet& environment,
                                          AuthorizationFlags flags) override;
     bool holdsRights(AuthorizationRef ref) override;
