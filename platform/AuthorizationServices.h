@@ -34,6 +34,8 @@ inline constexpr AuthorizationStatus errAuthorizationInvalidRef = -60002;
 inline constexpr AuthorizationStatus errAuthorizationDenied = -60005;
 /// The user dismissed the question.
 inline constexpr AuthorizationStatus errAuthorizationCanceled = -60006;
+/// The user answered the program's own question, each time with a wrong password.
+inline constexpr AuthorizationStatus errAuthorizationWrongPassword = -60100;
 /// The service cannot be reached, or does not exist on this machine.
 inline constexpr AuthorizationStatus errAuthorizationInternal = -60008;
 /// The tool could not be started.
