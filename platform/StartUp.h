@@ -21,6 +21,9 @@ struct ProgramDescription {
     /// The file of the program's own privileged helper, which does what that program needs and
     /// nothing else. Where it is missing, the general one serves, which starts any tool.
     std::optional<std::string> helper = {};
+    /// Whether a user who has refused the administrator's right is not asked for it again while the
+    /// program runs. Otherwise each request asks.
+    bool asksOnce = false;
 };
 
 /// Installs this operating system's implementation of every port except those of the user

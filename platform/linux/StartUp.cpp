@@ -39,7 +39,8 @@ constexpr const char* unknownProgram = "Unknown";
 struct LinuxServices {
     explicit LinuxServices(const ProgramDescription& program)
         : systemInformation(program.version), identifier(identifierOf(program)),
-          authorizationServices(native::HelperPaths::installed(program.helper)) {}
+          authorizationServices(native::HelperPaths::installed(program.helper),
+                                program.asksOnce ? native::Asking::once : native::Asking::always) {}
 
     std::string identifierOf(const ProgramDescription& program) {
         return program.identifier.value_or(
