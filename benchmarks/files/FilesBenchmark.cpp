@@ -103,6 +103,12 @@ void trash(const Playground& ground, const std::vector<std::string>& names) {
     }
 }
 
+void trashContents(const std::string& directory) {
+    if (!QFFileManager::trashDirectoryContents(directory, ShouldAuth::no)) {
+        throw std::runtime_error("not everything was trashed");
+    }
+}
+
 void trashItems(const Playground& ground) {
     constexpr int count = 10000;
     std::vector<std::string> names;
@@ -118,7 +124,7 @@ void trashItems(const Playground& ground) {
     const auto clear = [&] { ground.emptyTrash(); };
     compare("Trashing 10,000 items", 5,
             {{"gio trash, once for all", [&] { return trashed([&] { runTool(command); }); }, clear},
-             {ours, [&] { return trashed([&] { trash(ground, names); }); }, clear}});
+             {ours, [&] { return trashed([&] { trashContents(ground / "items"); }); }, clear}});
 }
 
 void trashNamesakes(const Playground& ground) {

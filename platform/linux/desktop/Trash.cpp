@@ -12,12 +12,16 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <utility>
 
 namespace platform::native {
 
 namespace {
+
+/// The number of trashinfos that are prepared at a time; each is an open file.
+constexpr std::size_t mostPrepared = 128;
 
 using TakeResult = Result<std::string, TrashError>;
 
@@ -157,17 +161,71 @@ TakeResult Trash::takeWithTrashinfo(const ItemPlace& item, const std::string& pa
     if (!directory) {
         return failure(directory.error());
     }
+    auto prepared = preparedFor(path);
     const auto [trash, recordedPath] = trashFor(item, *directory, path, home);
     if (fileIdOf(*directory) == trash->id()) {
         return pathIn(trash->files(), item.name);
     }
     tidy(*trash);
-    const auto taken = trash->take({item, path, recordedPath});
+    const TrashedItem trashed{item, path, recordedPath};
+    const bool isPrepared =
+        prepared && prepared->trash->id() == trash->id() && prepared->claim.isIntact();
+    const auto taken =
+        isPrepared ? prepared->trash->take(trashed, prepared->claim) : trash->take(trashed);
     if (taken) {
         const std::lock_guard lock(mutex_);
         unsynced_.try_emplace(trash->id(), trash);
     }
     return afterMoving(trash->files(), taken);
+}
+
+void Trash::prepare(const std::string& trash, const std::vector<std::string>& paths) {
+    const auto home = isUsablePath(trash) ? homeTrashAt(trash) : OpenTrash();
+    if (!home || !*home) {
+        return;
+    }
+    std::vector<std::pair<const std::string&, Prepared>> written;
+    const auto room = mostPrepared - std::min(countPrepared(), mostPrepared);
+    for (const auto& path : paths) {
+        auto prepared = written.size() < room ? prepareOne(*home, path) : std::nullopt;
+        if (prepared) {
+            written.emplace_back(path, *std::move(prepared));
+        }
+    }
+    for (auto& [path, prepared] : written) {
+        if (prepared.trash->claimName(prepared.claim)) {
+            const std::lock_guard lock(mutex_);
+            prepared_.try_emplace(path, std::move(prepared));
+        }
+    }
+}
+
+std::size_t Trash::countPrepared() {
+    const std::lock_guard lock(mutex_);
+    return prepared_.size();
+}
+
+/// Writes the trashinfo of an item, unless it needs none.
+std::optional<Trash::Prepared> Trash::prepareOne(const OpenTrash& home, const std::string& path) {
+    const auto place = findPlace(path);
+    const auto directory = place ? statusOf(place->directory.get()) : Unexpected(place.error());
+    if (!directory || !statusOfEntry(place->directory.get(), place->name)) {
+        return std::nullopt;
+    }
+    const auto [trash, recordedPath] = trashFor(*place, *directory, path, home);
+    if (fileIdOf(*directory) == trash->id()) {
+        return std::nullopt;
+    }
+    tidy(*trash);
+    auto claim = trash->prepare(place->name, recordedPath);
+    return claim ? std::optional(Prepared{trash, *std::move(claim)}) : std::nullopt;
+}
+
+/// Returns what is prepared for the item at a path, if anything; it is not kept.
+std::optional<Trash::Prepared> Trash::preparedFor(const std::string& path) {
+    const std::lock_guard lock(mutex_);
+    auto found = prepared_.extract(path);
+    return found ? std::optional(std::move(found.mapped())) : std::nullopt;
 }
 
 /// Takes back what killed processes left in a trash directory, once.
@@ -198,9 +256,11 @@ std::function<void()> Trash::expect(const std::string& path, const std::string& 
 
 void Trash::makeDurable() {
     std::map<FileId, OpenTrash> unsynced;
+    std::unordered_map<std::string, Prepared> unused; // Deleted without the lock.
     {
         const std::lock_guard lock(mutex_);
         unsynced.swap(unsynced_);
+        unused.swap(prepared_);
     }
     for (const auto& [id, trash] : unsynced) {
         // The items are in the Trash; that a power cut may undo that is nobody's failure.

@@ -69,6 +69,26 @@ int recycle(const Arguments& arguments) {
     return report(recycled);
 }
 
+/// Announces the items with the names after the first two arguments, runs the shell command that
+/// the environment has, and then trashes all as recycle() does.
+int recycleAnnounced(const Arguments& arguments) {
+    Desktop desktop;
+    std::vector<std::string> paths;
+    for (std::size_t i = 2; i < arguments.size(); ++i) {
+        paths.push_back(arguments.at(0) + "/" + arguments.at(i));
+    }
+    desktop.workspace.prepareToRecycle(arguments.at(1), paths);
+    if (const char* command = std::getenv("QF_MEANWHILE")) {
+        std::system(command); // NOLINT(concurrency-mt-unsafe): the only thread
+    }
+    platform::Result<std::string> recycled{std::string()};
+    for (std::size_t i = 2; i < arguments.size() && recycled; ++i) {
+        recycled = desktop.workspace.recycle(arguments.at(0), arguments.at(1), arguments.at(i));
+    }
+    desktop.workspace.makeTrashDurable();
+    return report(recycled);
+}
+
 /// Trashes one item, and prints its path in the Trash.
 int placeInTrash(const Arguments& arguments) {
     Desktop desktop;
@@ -231,6 +251,7 @@ int withoutWriting(const Arguments& arguments) {
 const std::map<std::string, std::function<int(const Arguments&)>> commands{
     {"recycle", recycle},
     {"make-trash", makeTrash},
+    {"recycle-announced", recycleAnnounced},
     {"place-in-trash", placeInTrash},
     {"recycle-namesakes", recycleNamesakes},
     {"recycle-around", recycleAround},
