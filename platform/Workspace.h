@@ -29,6 +29,14 @@ inline constexpr WorkspaceStatus kLSApplicationNotFoundErr = -10814;
 /// The application does not declare an identifier.
 inline constexpr WorkspaceStatus kLSDataErr = -10817;
 
+/// An item in the Trash.
+struct ItemInTrash {
+    std::string place; ///< Its path there.
+    std::string path;  ///< The path that it had, empty if the Trash has no record of that.
+
+    bool operator==(const ItemInTrash&) const = default;
+};
+
 /// The desktop's view of the machine: its applications, its volumes, its labels and its Trash.
 /// Any thread may call every member.
 class Workspace {
@@ -73,12 +81,13 @@ public:
     /// as the user knows it, which is created if it does not exist. An item that is in the Trash
     /// already stays as it is. On failure the item is left whole in its place: it is never deleted
     /// instead. EBUSY means that a volume is mounted on the item or inside it, so that no other
-    /// means may move it either: emptying the Trash would delete what is on that volume.
+    /// means may move it either: emptying the Trash would delete what is on that volume. Returns
+    /// the item's path in the Trash, empty if that is too long for the system's calls.
     ///
     /// A power cut leaves the item in its place or in the Trash with the record of where it came
     /// from, never without it; which of the two is certain only after makeTrashDurable().
-    virtual Result<void> recycle(const std::string& directory, const std::string& trash,
-                                 const std::string& name) = 0;
+    virtual Result<std::string> recycle(const std::string& directory, const std::string& trash,
+                                        const std::string& name) = 0;
 
     /// Creates the Trash directory as the user knows it, as recycle() does, if it does not exist,
     /// for callers that move items there by other means. It is the user's own, closed to others.
@@ -92,6 +101,19 @@ public:
     /// record.
     virtual std::function<void()> moveTrashed(const std::string& path,
                                               const std::string& place) = 0;
+
+    /// Returns the items in the user's Trash on every volume, in no order. `trash` is the Trash
+    /// directory as the user knows it.
+    virtual std::vector<ItemInTrash> itemsInTrash(const std::string& trash) = 0;
+
+    /// Moves the item at `place` in the Trash to `path`, and deletes the record of where it came
+    /// from. An existing item at `path` is never replaced: that is an error. On failure the item
+    /// stays whole in the Trash.
+    virtual Result<void> putBack(const std::string& place, const std::string& path) = 0;
+
+    /// Deletes the record of the item that was at `place` in the Trash and that other means have
+    /// moved or deleted. Does nothing if it is still there.
+    virtual void forgetTrashed(const std::string& place) = 0;
 
     /// Makes what recycle() has moved since the last call durable, with one sync for each volume,
     /// for the end of a batch.

@@ -44,6 +44,10 @@ std::optional<std::string> FakeAccount::cacheDirectory() {
     return cache;
 }
 
+std::string FakeAccount::stateDirectory() {
+    return state;
+}
+
 std::vector<std::string> FakeSearchPaths::directories(platform::DirectoryKind kind,
                                                       platform::DomainMask domain) {
     const auto found = lists.find({kind, domain});

@@ -36,6 +36,7 @@ public:
     std::string login = "someone";
     std::string temporary = "/tmp";
     std::optional<std::string> cache;
+    std::string state = "/home/someone/.local/state";
 
     unsigned realUserId() override;
     std::string homeDirectory() override;
@@ -43,6 +44,7 @@ public:
     std::string loginName() override;
     std::string temporaryDirectory() override;
     std::optional<std::string> cacheDirectory() override;
+    std::string stateDirectory() override;
 };
 
 /// Standard directories that a test describes; other kinds have no directory.

@@ -194,12 +194,15 @@ QFAuthorization::StartedTool QFAuthorization::startTrashing(const std::string& p
     }
     const std::string destination = trashDestination(path);
     if (!trashIsOwn()) {
-        return startMoving(path, destination);
+        auto tool = startMoving(path, destination);
+        tool.destination = tool.status == 0 ? destination : std::string();
+        return tool;
     }
     auto& workspace = platform::service<platform::Workspace>();
     workspace.makeTrash(QFLocalPaths::trashDirectory());
     const auto end = workspace.moveTrashed(path, destination);
     auto tool = startMoving(path, destination);
+    tool.destination = tool.status == 0 ? destination : std::string();
     if (!tool.waitUntilExit) {
         end();
         return tool;

@@ -107,6 +107,8 @@ public:
         int status = 0;
         /// The platform's answer to the last request for the right; no value if it was not asked.
         std::optional<platform::AuthorizationStatus> right;
+        /// Where startTrashing() has the item moved; empty if the tool was not started.
+        std::string destination;
         /// Waits until the tool has ended, successfully or not. Empty if there is nothing to wait
         /// for. Any thread may call it, once.
         std::function<void()> waitUntilExit;
@@ -164,6 +166,9 @@ public:
     bool authMoveFile(const std::optional<std::string>& path,
                       const std::optional<std::string>& toPath);
 
+    /// As authMoveFile, but the caller can wait for the tool.
+    StartedTool startMoving(const std::string& path, const std::string& toPath);
+
     /// Copies an item with its contents to its full new path. System directories may be copied.
     /// Returns false as authMoveFile does.
     bool authCopyFile(const std::optional<std::string>& path,
@@ -187,7 +192,6 @@ private:
     StartedTool startWithRight(const std::string& path, const std::vector<std::string>& arguments,
                                const std::optional<std::string>& content);
     StartedTool startTool(const std::string& path, const std::vector<std::string>& arguments);
-    StartedTool startMoving(const std::string& path, const std::string& toPath);
     std::string trashDestination(const std::string& path) const;
     bool trashIsOwn() const;
 

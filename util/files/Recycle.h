@@ -5,4 +5,4 @@
 #include <string>
 
 /// Moves an item into the user's Trash as the current user.
-platform::Result<void> recycle(const std::string& path);
+platform::Result<std::string> recycle(const std::string& path);

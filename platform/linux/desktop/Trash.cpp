@@ -19,15 +19,22 @@ namespace platform::native {
 
 namespace {
 
-using TakeResult = Result<void, TrashError>;
+using TakeResult = Result<std::string, TrashError>;
 
 TakeResult failure(Errno number) {
     return Unexpected(
         TrashError{number, number.is(EINVAL) ? "the Trash is inside it" : reason(number)});
 }
 
-TakeResult afterMoving(const SystemResult<void>& moved) {
-    return moved ? TakeResult() : failure(moved.error());
+/// Returns the path of an item in an open directory of trashed items.
+std::string placeIn(int files, const std::string& name) {
+    const auto directory = resolvedPath(files);
+    return directory.empty() ? directory : path::appending(directory, name);
+}
+
+/// Returns the path of an item that was moved under a name into a directory of trashed items.
+TakeResult afterMoving(const SystemResult<std::string>& name, int files) {
+    return name ? TakeResult(placeIn(files, *name)) : failure(name.error());
 }
 
 bool isHomeTrash(const std::string& trash) {
@@ -61,9 +68,9 @@ TakeResult takeByRename(const ItemPlace& item, const std::string& trash) {
         return failure(to ? from.error() : to.error());
     }
     if (fileIdOf(*from) == fileIdOf(*to)) {
-        return {};
+        return placeIn(destination->get(), item.name);
     }
-    return afterMoving(moveToUniqueName(item.entry(), destination->get()));
+    return afterMoving(moveToUniqueName(item.entry(), destination->get()), destination->get());
 }
 
 bool isEntryName(const std::string& name) {
@@ -153,7 +160,7 @@ TakeResult Trash::takeWithTrashinfo(const ItemPlace& item, const std::string& pa
     }
     const auto [trash, recordedPath] = trashFor(item, *directory, path, home);
     if (fileIdOf(*directory) == trash->id()) {
-        return {};
+        return placeIn(trash->files(), item.name);
     }
     tidy(*trash);
     const auto taken = trash->take({item, path, recordedPath});
@@ -161,7 +168,7 @@ TakeResult Trash::takeWithTrashinfo(const ItemPlace& item, const std::string& pa
         const std::lock_guard lock(mutex_);
         unsynced_.try_emplace(trash->id(), trash);
     }
-    return afterMoving(taken);
+    return afterMoving(taken, trash->files());
 }
 
 /// Takes back what killed processes left in a trash directory, once.

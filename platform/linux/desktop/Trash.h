@@ -40,10 +40,11 @@ public:
     /// is on that volume.
     ///
     /// On failure the item is whole where it was or, if only the removal after a copy failed, in
-    /// the Trash. The first item that goes into a trash directory has what killed processes left
+    /// the Trash. Returns the item's path in the Trash, empty if that is longer than a path may be.
+    /// The first item that goes into a trash directory has what killed processes left
     /// there taken back.
-    Result<void, TrashError> take(const std::string& directory, const std::string& trash,
-                                  const std::string& name);
+    Result<std::string, TrashError> take(const std::string& directory, const std::string& trash,
+                                         const std::string& name);
 
     /// Writes the trashinfo of the item at `path`, which other means are about to move to `place`
     /// in the Trash. An item at `place` gets a unique name. Returns what to call when the move has
@@ -58,8 +59,8 @@ public:
 private:
     using OpenTrash = std::shared_ptr<const TrashDirectory>;
 
-    Result<void, TrashError> takeWithTrashinfo(const ItemPlace& item, const std::string& path,
-                                               const OpenTrash& home);
+    Result<std::string, TrashError>
+    takeWithTrashinfo(const ItemPlace& item, const std::string& path, const OpenTrash& home);
     SystemResult<OpenTrash> homeTrashAt(const std::string& trash);
     OpenTrash rememberedHomeTrash(const std::string& trash);
     bool hasMountIn(const ItemPlace& item);

@@ -174,17 +174,19 @@ SystemResult<TemporaryItem> TrashDirectory::claim(const Claim& wanted) const {
     return trashinfo;
 }
 
-SystemResult<void> TrashDirectory::take(const TrashedItem& item) const {
-    const auto& name = item.place.name;
+SystemResult<std::string> TrashDirectory::take(const TrashedItem& item) const {
+    const auto& wanted = item.place.name;
+    std::string name;
     const auto text = trashinfoText(item.recordedPath, Mover::self);
     SystemResult<void> taken = Unexpected(Errno(EEXIST));
     int count = 0;
     for (int attempt = 0; attempt < mostAttempts && failedWith(taken, EEXIST); ++attempt) {
         count =
-            freeNumber(count + 1, [&](int number) { return isTaken(nameInTrash(name, number)); });
-        taken = takeAs(nameInTrash(name, count), item, text);
+            freeNumber(count + 1, [&](int number) { return isTaken(nameInTrash(wanted, number)); });
+        name = nameInTrash(wanted, count);
+        taken = takeAs(name, item, text);
     }
-    return taken;
+    return taken ? SystemResult<std::string>(std::move(name)) : Unexpected(taken.error());
 }
 
 /// EEXIST if the name is taken.

@@ -46,12 +46,12 @@ public:
 
     /// Moves an item into the trash directory, even from another volume, under its own name or one
     /// with a number. Nothing is ever replaced. An item of which only the removal after a copy
-    /// failed stays in the trash directory, with its trashinfo.
+    /// failed stays in the trash directory, with its trashinfo. Returns the name.
     ///
     /// The trashinfo's content has been written before the item is renamed: on a journaling volume
     /// no power cut leaves an item in the trash directory without its trashinfo, or with an empty
     /// one. Neither is durable before makeDurable().
-    SystemResult<void> take(const TrashedItem& item) const;
+    SystemResult<std::string> take(const TrashedItem& item) const;
 
     /// Claims `name` in a trash directory for an item that other means move there. An item that has
     /// the name gets a unique one first. Returns what to call, at most once, when the move has

@@ -38,7 +38,8 @@ using Arguments = std::vector<std::string>;
 
 int perform(const Arguments& arguments);
 
-int report(const platform::Result<void>& result) {
+template <class T>
+int report(const platform::Result<T>& result) {
     if (result) {
         std::cout << "ok\n";
     } else {
@@ -60,7 +61,7 @@ struct Desktop {
 /// Trashes the items with the names after the first two arguments, and stops at a failure.
 int recycle(const Arguments& arguments) {
     Desktop desktop;
-    platform::Result<void> recycled;
+    platform::Result<std::string> recycled = std::string();
     for (std::size_t i = 2; i < arguments.size() && recycled; ++i) {
         recycled = desktop.workspace.recycle(arguments.at(0), arguments.at(1), arguments.at(i));
     }
@@ -71,7 +72,7 @@ int recycle(const Arguments& arguments) {
 /// Trashes an item of one name, which it makes each time, as often as the third argument says.
 int recycleNamesakes(const Arguments& arguments) {
     Desktop desktop;
-    platform::Result<void> recycled;
+    platform::Result<std::string> recycled = std::string();
     const auto item = arguments.at(0) + "/namesake";
     for (int count = std::stoi(arguments.at(2)); count > 0 && recycled; --count) {
         ::close(::open(item.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
@@ -101,6 +102,34 @@ int moveTrashed(const Arguments& arguments) {
         return errno;
     }
     end();
+    return 0;
+}
+
+/// Trashes an item, and prints its place in the Trash.
+int recycleToPlace(const Arguments& arguments) {
+    Desktop desktop;
+    const auto place = desktop.workspace.recycle(arguments.at(0), arguments.at(1), arguments.at(2));
+    std::cout << (place ? *place : place.error().localizedDescription) << '\n';
+    return place ? 0 : 1;
+}
+
+/// Prints the items in a Trash, each with its place and its former path.
+int listTrash(const Arguments& arguments) {
+    Desktop desktop;
+    for (const auto& [place, path] : desktop.workspace.itemsInTrash(arguments.at(0))) {
+        std::cout << place << " from " << path << '\n';
+    }
+    return 0;
+}
+
+int putBack(const Arguments& arguments) {
+    Desktop desktop;
+    return report(desktop.workspace.putBack(arguments.at(0), arguments.at(1)));
+}
+
+int forgetTrashed(const Arguments& arguments) {
+    Desktop desktop;
+    desktop.workspace.forgetTrashed(arguments.at(0));
     return 0;
 }
 
@@ -169,6 +198,11 @@ int account(const Arguments& /*arguments*/) {
     return 0;
 }
 
+int state(const Arguments& /*arguments*/) {
+    std::cout << platform::native::UserAccount().stateDirectory() << '\n';
+    return 0;
+}
+
 int environment(const Arguments& /*arguments*/) {
     platform::installServices();
     const auto value = [](const char* name) {
@@ -221,6 +255,10 @@ int withoutWriting(const Arguments& arguments) {
 
 const std::map<std::string, std::function<int(const Arguments&)>> commands{
     {"recycle", recycle},
+    {"recycle-to-place", recycleToPlace},
+    {"list-trash", listTrash},
+    {"put-back", putBack},
+    {"forget-trashed", forgetTrashed},
     {"make-trash", makeTrash},
     {"recycle-namesakes", recycleNamesakes},
     {"recycle-around", recycleAround},
@@ -229,6 +267,7 @@ const std::map<std::string, std::function<int(const Arguments&)>> commands{
     {"unlock", unlock},
     {"lock", lock},
     {"account", account},
+    {"state", state},
     {"environment", environment},
     {"installation-folder", installationDirectory},
     {"closed-streams", closedStreams},

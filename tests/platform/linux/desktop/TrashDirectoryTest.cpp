@@ -34,7 +34,7 @@ const std::vector<std::string> nothing;
 /// A trash directory of its own, used in this process.
 class TrashDirectoryTest : public testing::Test {
 protected:
-    SystemResult<void> take(const std::string& path) const {
+    SystemResult<std::string> take(const std::string& path) const {
         const auto place = findPlace(path);
         return opened().take({*place, path, path});
     }
