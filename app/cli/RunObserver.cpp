@@ -1,25 +1,8 @@
 #include "app/cli/RunObserver.h"
 
+#include "app/Explanations.h"
+
 namespace cli {
-
-namespace {
-
-/// Returns the text for the person about an administrator's right that was not obtained, or did not
-/// help.
-const char* explanationOf(platform::AuthorizationStatus right) {
-    switch (right) {
-    case platform::errAuthorizationSuccess:
-        return "It could not be moved with the administrator's right either.";
-    case platform::errAuthorizationCanceled:
-        return "The administrator's password was not given.";
-    case platform::errAuthorizationDenied:
-        return "The administrator's right was denied.";
-    default:
-        return "The administrator's right cannot be had on this machine.";
-    }
-}
-
-} // namespace
 
 void RunObserver::itemEnded(const std::string& path, const TrashResult& result) {
     if (result.outcome == TrashOutcome::absent) {
