@@ -46,9 +46,9 @@ void tell(const RunEnd& end, TextOutput& output) {
     }
     output.gap();
     output.paragraph(leftInPlace);
-    for (const auto& [row, outcome, reason, cause] : end.left) {
-        output.line(row.path);
-        output.paragraph("    " + reason);
+    for (const auto& left : end.left) {
+        output.line(left.row.path);
+        output.paragraph("    " + left.reason);
     }
 }
 

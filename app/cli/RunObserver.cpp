@@ -11,10 +11,13 @@ void RunObserver::itemEnded(const std::string& path, const TrashResult& result) 
     if (result.waitUntilDone) {
         result.waitUntilDone();
     }
-    auto& [succeeded, failure, right] = attempts_[path];
-    succeeded = succeeded || result.outcome == TrashOutcome::moved;
-    failure = result.error ? result.error->localizedDescription : std::string();
-    right = result.right;
+    auto& attempts = attempts_[path];
+    attempts.succeeded = attempts.succeeded || result.outcome == TrashOutcome::moved;
+    if (!result.place.empty()) {
+        attempts.place = result.place;
+    }
+    attempts.failure = result.error ? result.error->localizedDescription : std::string();
+    attempts.right = result.right;
 }
 
 bool RunObserver::wasMoved(const std::string& path) const {
@@ -22,12 +25,17 @@ bool RunObserver::wasMoved(const std::string& path) const {
     return found != attempts_.end() && found->second.succeeded;
 }
 
+std::string RunObserver::placeInTrash(const std::string& path) const {
+    const auto found = attempts_.find(path);
+    return found == attempts_.end() ? std::string() : found->second.place;
+}
+
 std::string RunObserver::whyNotMoved(const std::string& path) const {
     const auto found = attempts_.find(path);
     if (found == attempts_.end()) {
         return {};
     }
-    const auto& [succeeded, failure, right] = found->second;
+    const auto& [succeeded, place, failure, right] = found->second;
     if (!right) {
         return failure;
     }
@@ -39,7 +47,7 @@ std::string RunObserver::lastCause(const std::string& path) const {
     if (found == attempts_.end()) {
         return {};
     }
-    const auto& [succeeded, failure, right] = found->second;
+    const auto& [succeeded, place, failure, right] = found->second;
     return right ? explanationOf(*right) : failure;
 }
 

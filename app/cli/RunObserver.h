@@ -20,6 +20,10 @@ public:
     /// process.
     bool wasMoved(const std::string& path) const;
 
+    /// Returns the path in the Trash of the item that was moved there from the path; empty if it
+    /// was not.
+    std::string placeInTrash(const std::string& path) const;
+
     /// Returns why the item at the path was not moved, in the user's words; empty if no attempt was
     /// made.
     std::string whyNotMoved(const std::string& path) const;
@@ -32,6 +36,7 @@ private:
     /// The results of the attempts to move an item.
     struct Attempts {
         bool succeeded = false;
+        std::string place;
         std::string failure;
         std::optional<platform::AuthorizationStatus> right;
     };

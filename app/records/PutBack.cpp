@@ -53,13 +53,6 @@ std::string linkOnTheWay(const RecordedStep& step) {
     return {};
 }
 
-/// Returns whether what is at a step's path is what was there before.
-bool isInPlace(const RecordedStep& step, const platform::ItemAttributes& there) {
-    return isJobFile(step) && step.end
-               ? there.kind == step.item.kind && step.job->content == contentOfFile(step.path)
-               : isSameItem(there, step.item);
-}
-
 /// Returns what is seen of an item before anything is done.
 ItemBack viewOf(const RecordedStep& step, const TrashedItems& trash) {
     ItemBack item{.path = step.path, .place = {}, .outcome = Back::waiting, .reason = {}};
@@ -68,7 +61,7 @@ ItemBack viewOf(const RecordedStep& step, const TrashedItems& trash) {
         item.place = trash.find(step).value_or(std::string());
     }
     const bool canReturn = isJobFile(step) || !item.place.empty();
-    if (there && isInPlace(step, *there)) {
+    if (there && isSameItem(*there, step.item)) {
         item.outcome = Back::inPlace;
     } else if (!canReturn) {
         item.outcome = Back::gone;

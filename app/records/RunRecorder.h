@@ -30,6 +30,9 @@ public:
     void rowEnded(const PlanRow& row) override;
     void walkEnded() override;
 
+    /// Returns the number of the record; 0 if there is none.
+    unsigned number() const { return record_.number; }
+
     /// Returns why the run, or the rest of it, is not recorded, in the user's words; no value if it
     /// is.
     const std::optional<std::string>& failure() const { return failure_; }

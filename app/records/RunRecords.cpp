@@ -111,10 +111,7 @@ std::vector<RunRecord> RunRecords::lastUninstall() const {
     std::vector<RunRecord> runs;
     for (const auto number : numbers()) {
         auto record = read(number);
-        if (record.isClosed || (!runs.empty() && record.isComplete == true)) {
-            if (runs.empty()) {
-                continue;
-            }
+        if (!runs.empty() && (record.isClosed || record.isComplete == true)) {
             break;
         }
         if (tookSomething(record)) {

@@ -53,9 +53,9 @@ public:
     /// cannot be read, as parsedRecord() does with the file's path before the line.
     RunRecord read(unsigned number) const;
 
-    /// Returns the records to undo together: that of the newest run that took something away and is
-    /// not closed, and of those directly before it that it has finished, because they were killed
-    /// or left something in place. The newest first; empty if there is none. Throws as read() does.
+    /// Returns the records to undo together: that of the newest run that took something away, and
+    /// those of the runs directly before it that it has finished, because they were killed or left
+    /// something in place. The newest first; empty if there is none. Throws as read() does.
     std::vector<RunRecord> lastUninstall() const;
 
     /// Makes the file of a new record, gives the record its number, and writes its first line. On

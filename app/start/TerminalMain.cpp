@@ -3,6 +3,7 @@
 #include "app/cli/Report.h"
 #include "app/cli/Run.h"
 #include "app/start/Outlets.h"
+#include "app/start/Recording.h"
 #include "app/start/RunFollower.h"
 #include "platform/Services.h"
 #include "platform/foundation/Exception.h"
@@ -20,6 +21,9 @@ namespace terminal = platform::terminal;
 
 namespace {
 
+constexpr const char* unrecorded =
+    "The run is not wholly recorded, so not all of it can be put back "
+    "by this program: ";
 constexpr const char* goesOn = "What has begun goes on to its end.";
 
 /// The implementations of the ports. Threads may still call them after the event loop has ended.
@@ -32,6 +36,7 @@ struct UserInterface {
     terminal::PasswordQuestion passwordQuestion;
     terminal::LogConsole logConsole;
     RunFollower follower;
+    Recording recording;
 
     explicit UserInterface(const cli::Options& options)
         : manner(options.uninstall ? terminal::Manner::silent : terminal::Manner::asks),
@@ -85,12 +90,15 @@ ExitStatus terminalMain(const cli::Options& options, const std::string& interfac
     if (options.removeShared) {
         interface.tick(removeSharedOutlet);
     }
-    user.follower.follow(run, interface);
+    user.follower.follow(run, user.recording.recorder, interface);
     awake(interface, user.follower);
     mainWindow.makeKeyAndOrderFront();
     user.application.run();
     const auto end = run.finish();
     tell(end, output);
+    if (const auto& failure = user.recording.recorder.failure()) {
+        output.paragraph(unrecorded + *failure);
+    }
     run.writeReport();
     return end.status;
 }

@@ -3,6 +3,7 @@
 #include "app/cli/Run.h"
 #include "app/start/ItemLists.h"
 #include "app/start/Outlets.h"
+#include "app/start/Recording.h"
 #include "app/start/RunFollower.h"
 #include "platform/Application.h"
 #include "platform/Services.h"
@@ -85,7 +86,10 @@ public:
         ending_.runBegan();
         RunFollower::rowBegan(row);
     }
-    void walkEnded() override { ending_.runEnded(); }
+    void walkEnded() override {
+        RunFollower::walkEnded();
+        ending_.runEnded();
+    }
 
 private:
     Ending& ending_;
@@ -131,9 +135,12 @@ private:
 };
 
 /// Tells the person what the run left in place, unless the program was asked to end.
-ExitStatus finish(cli::Run& run, Ending& ending) {
+ExitStatus finish(cli::Run& run, const records::RunRecorder& recorder, Ending& ending) {
     const auto end = run.finish();
     const bool isAskedToEnd = ending.loopEnded(end.status);
+    if (recorder.failure() && !isAskedToEnd) {
+        qt::showItems(notRecorded(*recorder.failure()));
+    }
     if (!end.left.empty() && !isAskedToEnd &&
         qt::showItems(itemsLeft(end.left)) == qt::ItemsAnswer::tryAgain) {
         platform::terminal::runAgain({qt::applicationName()});
@@ -149,17 +156,18 @@ ExitStatus windowMain(int argc, char** argv, const cli::Options& options,
     // Never destroyed: their threads may still call them when this function returns.
     static auto& ending = *new Ending;
     static auto& follower = *new WindowFollower(ending);
+    static auto& recording = *new Recording;
     qt::onInterruption([] { ending.request(); });
     cli::Run run(options, inventory, follower);
     return static_cast<ExitStatus>(qt::windowedMain(
         argc, argv, interfaceFile,
         [&](platform::Interface& interface) {
-            follower.follow(run, interface);
+            follower.follow(run, recording.recorder, interface);
             static auto& itemsButton = *new ItemsButton(interface, inventory);
             interface.setAction(showItemsAction, [] { itemsButton.press(); });
             awake(interface, follower);
         },
-        [&] { return static_cast<int>(finish(run, ending)); }, withoutDisplay));
+        [&] { return static_cast<int>(finish(run, recording.recorder, ending)); }, withoutDisplay));
 }
 
 } // namespace start

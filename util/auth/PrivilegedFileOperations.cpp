@@ -176,6 +176,11 @@ bool QFAuthorization::authRemoveFile(const std::string& path) {
     return authExecTask("/bin/rm", {"-Rdf", path}) == 0;
 }
 
+QFAuthorization::StartedTool QFAuthorization::startRemoving(const std::string& path) {
+    return isRefused(path, refusedToDelete) ? StartedTool{.status = refused}
+                                            : startTool("/bin/rm", {"-Rdf", path});
+}
+
 bool QFAuthorization::authTrashFile(const std::string& path) {
     return authTrashFile(path, DeleteOnRootAccount::no);
 }

@@ -138,6 +138,9 @@ public:
     /// Deletes an item with its contents. Does not check whether it exists.
     bool authRemoveFile(const std::string& path);
 
+    /// As authRemoveFile, but the caller can wait for the tool.
+    StartedTool startRemoving(const std::string& path);
+
     /// Moves an item into the user's Trash. If the name is taken there, adds "_", the local date
     /// and time in 14 digits, "." and the extension to it. Creates the Trash of the user who runs
     /// the process if it does not exist, and records there where the item came from. An item that
