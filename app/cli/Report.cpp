@@ -1,14 +1,10 @@
 #include "app/cli/Report.h"
 
+#include "app/cli/Document.h"
 #include "app/cli/RunObserver.h"
-#include "app/records/RecordLines.h"
 #include "platform/FileSystem.h"
 #include "platform/Services.h"
-#include "platform/SystemInformation.h"
-#include "platform/UserAccount.h"
 #include "platform/foundation/Text.h"
-
-#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <array>
@@ -18,12 +14,6 @@
 namespace cli {
 
 namespace {
-
-using Json = nlohmann::ordered_json;
-
-/// Increased whenever programs that read the documents would have to change.
-constexpr int formatVersion = 1;
-constexpr int indentation = 2;
 
 constexpr const char* movedButBack =
     "It was moved to the Trash, but there is an item at its path again.";
@@ -88,7 +78,7 @@ RowOutcome outcomeOf(const InventoryRow& row, const RunObserver& observer) {
     if (row.state == ItemState::repeated) {
         return {.row = row, .outcome = Outcome::absent};
     }
-    if (row.action == PlanAction::removeAgent) {
+    if (row.action == PlanAction::removeAgent || observer.wasDeleted(row.path)) {
         return {.row = row, .outcome = Outcome::deleted};
     }
     return {.row = row, .outcome = Outcome::moved, .trashed = observer.placeInTrash(row.path)};
@@ -120,16 +110,11 @@ std::string lineOf(const InventoryRow& row) {
            platform::text::printable(what) + '\n';
 }
 
-/// Returns the head of every document.
+/// Returns the head of a document about a run.
 Json frame(RemoveShared removeShared) {
-    auto& system = platform::service<platform::SystemInformation>();
-    return {
-        {"version", formatVersion},
-        {"program", "kelvane-uninstaller " + system.bundleVersion().value_or("")},
-        {"host", platform::text::validUtf8(system.hostName())},
-        {"user", platform::text::validUtf8(platform::service<platform::UserAccount>().loginName())},
-        {"date", records::timestamp(std::chrono::system_clock::now())},
-        {"removeShared", removeShared == RemoveShared::yes}};
+    auto document = documentHead();
+    document["removeShared"] = removeShared == RemoveShared::yes;
+    return document;
 }
 
 Json json(const InventoryRow& row) {
@@ -142,10 +127,6 @@ Json json(const InventoryRow& row) {
         object["path"] = platform::text::validUtf8(row.path);
     }
     return object;
-}
-
-std::string written(const Json& document) {
-    return document.dump(indentation) + '\n';
 }
 
 } // namespace

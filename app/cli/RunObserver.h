@@ -4,6 +4,7 @@
 
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 
 namespace cli {
@@ -15,6 +16,12 @@ namespace cli {
 class RunObserver : public PlanObserver {
 public:
     void itemEnded(const std::string& path, const TrashResult& result) override;
+
+    /// The item that was at the path and in the Trash was deleted for good.
+    void itemDeleted(const std::string& path) { deleted_.insert(path); }
+
+    /// Returns whether that is so.
+    bool wasDeleted(const std::string& path) const { return deleted_.contains(path); }
 
     /// Returns whether the item at the path was moved into the Trash by the user who runs the
     /// process.
@@ -42,6 +49,7 @@ private:
     };
 
     std::map<std::string, Attempts> attempts_;
+    std::set<std::string> deleted_;
 };
 
 } // namespace cli

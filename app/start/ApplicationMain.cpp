@@ -1,6 +1,7 @@
 #include "app/start/ApplicationMain.h"
 
 #include "app/start/TerminalMain.h"
+#include "app/start/UndoMain.h"
 #include "app/start/WindowMain.h"
 #include "platform/Services.h"
 #include "platform/SystemInformation.h"
@@ -65,6 +66,9 @@ int run(int argc, char** argv, const cli::Options& options, const std::string& i
         throw platform::Exception(platform::exception_name::alreadyRunning,
                                   "it is already running");
     }
+    if (options.putBack || (options.empty && !options.uninstall)) {
+        return static_cast<int>(undoMain(options));
+    }
     const bool canOnlyUseTerminal = !qt::isDisplayNamed() && terminal::Dialogue::isTerminal();
     if (options.uninstall || options.terminal || canOnlyUseTerminal) {
         return static_cast<int>(terminalMain(options, interfaceFile, inventory, awake));
@@ -88,6 +92,9 @@ int applicationMain(int argc, char** argv, const std::string& interfaceFile, Inv
     const auto& options = std::get<cli::Options>(parsed);
     try {
         refuseOtherHome();
+        if (options.listRuns || options.showLast || (options.putBack && options.list)) {
+            return static_cast<int>(recordsMain(options));
+        }
         return options.list ? static_cast<int>(listMain(options, inventory))
                             : run(argc, argv, options, interfaceFile, inventory, awake);
     } catch (const platform::Exception& exception) {
