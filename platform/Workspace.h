@@ -81,8 +81,11 @@ public:
     /// as the user knows it, which is created if it does not exist. An item that is in the Trash
     /// already stays as it is. On failure the item is left whole in its place: it is never deleted
     /// instead. EBUSY means that a volume is mounted on the item or inside it, so that no other
-    /// means may move it either: emptying the Trash would delete what is on that volume. Returns
-    /// the item's path in the Trash, empty if that is too long for the system's calls.
+    /// means may move it either: emptying the Trash would delete what is on that volume.
+    ///
+    /// Returns the absolute path of the item in the Trash: that of the directory which really holds
+    /// it, links resolved, so for an item of another volume it is on that volume. It is empty if
+    /// the path is too long for the system.
     ///
     /// A power cut leaves the item in its place or in the Trash with the record of where it came
     /// from, never without it; which of the two is certain only after makeTrashDurable().

@@ -9,6 +9,13 @@
 
 namespace start {
 
+namespace {
+
+constexpr const char* uninstaller = "Kelvane Uninstaller";
+constexpr const char* reason = "Moving Kelvane to the Trash";
+
+} // namespace
+
 void RunFollower::follow(cli::Run& run, records::RunRecorder& recorder,
                          platform::Interface& interface) {
     run_ = &run;
@@ -25,6 +32,7 @@ void RunFollower::rowBegan(const PlanRow& row) {
 }
 
 void RunFollower::begin() {
+    inhibition_ = platform::service<platform::Inhibitors>().inhibitShutdown(uninstaller, reason);
     const auto removeShared = removeShared_->state() == platform::CheckBoxState::on
                                   ? RemoveShared::yes
                                   : RemoveShared::no;
@@ -53,6 +61,7 @@ void RunFollower::rowEnded(const PlanRow& row) {
 
 void RunFollower::walkEnded() {
     recorder_->walkEnded();
+    inhibition_.reset();
 }
 
 void RunFollower::show(const std::string& path) {

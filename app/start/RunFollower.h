@@ -3,16 +3,18 @@
 #include "app/cli/Run.h"
 #include "app/cli/RunObserver.h"
 #include "app/records/RunRecorder.h"
+#include "platform/Inhibitors.h"
 #include "platform/Windows.h"
 
 #include <cstddef>
+#include <memory>
 #include <set>
 #include <string>
 
 namespace start {
 
-/// Follows one run: looks at what exists right before its first row, has every step recorded, and
-/// shows which item it is at.
+/// Follows one run: looks at what exists right before its first row, has every step recorded, shows
+/// which item it is at, and keeps the machine from being shut down meanwhile.
 class RunFollower : public cli::RunObserver {
 public:
     /// To be called before the run, on the main thread. All must live until the application has
@@ -34,6 +36,7 @@ private:
     platform::CheckBox* removeShared_ = nullptr;
     platform::Label* item_ = nullptr;
     bool hasBegun_ = false;
+    std::unique_ptr<platform::Inhibition> inhibition_;
     std::set<std::string> found_;
     std::size_t number_ = 0;
 };

@@ -10,8 +10,10 @@
 #include "platform/foundation/Exception.h"
 #include "platform/foundation/Thread.h"
 #include "platform/qt/Identity.h"
+#include "platform/qt/InstanceLock.h"
 #include "platform/qt/Interruptions.h"
 #include "platform/qt/ItemsWindow.h"
+#include "platform/qt/RaiseOnRequest.h"
 #include "platform/qt/WindowedMain.h"
 #include "platform/terminal/RunAgain.h"
 
@@ -78,11 +80,17 @@ private:
     std::optional<ExitStatus> status_;
 };
 
+/// Has the window's run wait for another one of the same user: an open window does not hold others
+/// up until its run begins.
 class WindowFollower : public RunFollower {
 public:
     explicit WindowFollower(Ending& ending) : ending_(ending) {}
 
     void rowBegan(const PlanRow& row) override {
+        if (!lock_) {
+            lock_.emplace(qt::applicationName());
+            lock_->waitUntilHeld();
+        }
         ending_.runBegan();
         RunFollower::rowBegan(row);
     }
@@ -93,7 +101,19 @@ public:
 
 private:
     Ending& ending_;
+    /// Held from the first row until the process ends.
+    std::optional<qt::InstanceLock> lock_;
 };
+
+/// Refuses a second window, after bringing the first one to the front, and a window beside a run.
+void refuseSecond(const qt::InstanceLock& window) {
+    if (window.isHeldByAnother()) {
+        window.touch();
+    } else if (!qt::InstanceLock(qt::applicationName()).isHeldByAnother()) {
+        return;
+    }
+    throw platform::Exception(platform::exception_name::alreadyRunning, "it is already running");
+}
 
 /// Shows what a run would remove, when that is known: the sizes of many files take a while.
 class ItemsButton {
@@ -153,6 +173,8 @@ ExitStatus finish(cli::Run& run, const records::RunRecorder& recorder, Ending& e
 ExitStatus windowMain(int argc, char** argv, const cli::Options& options,
                       const std::string& interfaceFile, Inventory& inventory, const Awake& awake,
                       const std::function<void(const std::string&)>& withoutDisplay) {
+    const qt::InstanceLock window(qt::applicationName() + "-window");
+    refuseSecond(window);
     // Never destroyed: their threads may still call them when this function returns.
     static auto& ending = *new Ending;
     static auto& follower = *new WindowFollower(ending);
@@ -166,6 +188,7 @@ ExitStatus windowMain(int argc, char** argv, const cli::Options& options,
             static auto& itemsButton = *new ItemsButton(interface, inventory);
             interface.setAction(showItemsAction, [] { itemsButton.press(); });
             awake(interface, follower);
+            qt::raiseOnRequest(window);
         },
         [&] { return static_cast<int>(finish(run, recording.recorder, ending)); }, withoutDisplay));
 }

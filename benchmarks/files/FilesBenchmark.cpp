@@ -24,7 +24,8 @@ namespace {
 
 constexpr const char* ours = "ours";
 
-void require(const platform::Result<void>& result) {
+template <class T>
+void require(const platform::Result<T>& result) {
     if (!result) {
         throw std::runtime_error(result.error().localizedDescription);
     }

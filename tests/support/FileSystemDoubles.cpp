@@ -225,10 +225,9 @@ platform::Result<std::string> RecordingWorkspace::recycle(const std::string& dir
                                                           const std::string& trash,
                                                           const std::string& name) {
     recycled.push_back({directory, trash, name});
-    if (auto failed = failureIn(errors, directory + "/" + name); !failed) {
-        return platform::Unexpected(std::move(failed).error());
-    }
-    return trash + "/" + name;
+    const auto failure = failureIn(errors, directory + "/" + name);
+    return failure ? platform::Result<std::string>(trash + "/" + name)
+                   : platform::Unexpected(failure.error());
 }
 
 void RecordingWorkspace::makeTrash(const std::string& trash) {

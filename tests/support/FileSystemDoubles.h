@@ -118,6 +118,7 @@ public:
     std::vector<std::string> mountedLocalVolumePaths() override;
     std::optional<int> labelNumber(const std::string& path) override;
     platform::Result<void> setLabelNumber(const std::string& path, int number) override;
+    /// Returns the name in the Trash.
     platform::Result<std::string> recycle(const std::string& directory, const std::string& trash,
                                           const std::string& name) override;
     void makeTrash(const std::string& trash) override;

@@ -26,15 +26,14 @@ TakeResult failure(Errno number) {
         TrashError{number, number.is(EINVAL) ? "the Trash is inside it" : reason(number)});
 }
 
-/// Returns the path of an item in an open directory of trashed items.
-std::string placeIn(int files, const std::string& name) {
-    const auto directory = resolvedPath(files);
-    return directory.empty() ? directory : path::appending(directory, name);
+/// Returns the path of an entry of an open directory; an empty string if it has none.
+std::string pathIn(int directory, const std::string& name) {
+    const auto path = resolvedPath(directory);
+    return path.empty() ? path : path::appending(path, name);
 }
 
-/// Returns the path of an item that was moved under a name into a directory of trashed items.
-TakeResult afterMoving(const SystemResult<std::string>& name, int files) {
-    return name ? TakeResult(placeIn(files, *name)) : failure(name.error());
+TakeResult afterMoving(int destination, const SystemResult<std::string>& name) {
+    return name ? TakeResult(pathIn(destination, *name)) : failure(name.error());
 }
 
 bool isHomeTrash(const std::string& trash) {
@@ -68,9 +67,9 @@ TakeResult takeByRename(const ItemPlace& item, const std::string& trash) {
         return failure(to ? from.error() : to.error());
     }
     if (fileIdOf(*from) == fileIdOf(*to)) {
-        return placeIn(destination->get(), item.name);
+        return pathIn(destination->get(), item.name);
     }
-    return afterMoving(moveToUniqueName(item.entry(), destination->get()), destination->get());
+    return afterMoving(destination->get(), moveToUniqueName(item.entry(), destination->get()));
 }
 
 bool isEntryName(const std::string& name) {
@@ -148,8 +147,8 @@ Trash::OpenTrash Trash::rememberedHomeTrash(const std::string& trash) {
 }
 
 bool Trash::hasMountIn(const ItemPlace& item) {
-    const auto directory = resolvedPath(item.directory.get());
-    return !directory.empty() && mounts_.hasMountIn(path::appending(directory, item.name));
+    const auto path = pathIn(item.directory.get(), item.name);
+    return !path.empty() && mounts_.hasMountIn(path);
 }
 
 TakeResult Trash::takeWithTrashinfo(const ItemPlace& item, const std::string& path,
@@ -160,7 +159,7 @@ TakeResult Trash::takeWithTrashinfo(const ItemPlace& item, const std::string& pa
     }
     const auto [trash, recordedPath] = trashFor(item, *directory, path, home);
     if (fileIdOf(*directory) == trash->id()) {
-        return placeIn(trash->files(), item.name);
+        return pathIn(trash->files(), item.name);
     }
     tidy(*trash);
     const auto taken = trash->take({item, path, recordedPath});
@@ -168,7 +167,7 @@ TakeResult Trash::takeWithTrashinfo(const ItemPlace& item, const std::string& pa
         const std::lock_guard lock(mutex_);
         unsynced_.try_emplace(trash->id(), trash);
     }
-    return afterMoving(taken, trash->files());
+    return afterMoving(trash->files(), taken);
 }
 
 /// Takes back what killed processes left in a trash directory, once.

@@ -35,13 +35,14 @@ public:
     /// a trashinfo: see openTrashFor() and TrashDirectory::take(). A real directory at `trash` is
     /// used as it is: a second "a.txt" becomes "a 2.txt". Anything else at `trash` is a failure.
     ///
+    /// Returns the item's path in the Trash, as resolvedPath() has it.
+    ///
     /// Nothing is ever replaced or deleted. An item that is in the Trash already stays as it is.
     /// EBUSY if a volume is mounted on the item or inside it: emptying the Trash would delete what
     /// is on that volume.
     ///
     /// On failure the item is whole where it was or, if only the removal after a copy failed, in
-    /// the Trash. Returns the item's path in the Trash, empty if that is longer than a path may be.
-    /// The first item that goes into a trash directory has what killed processes left
+    /// the Trash. The first item that goes into a trash directory has what killed processes left
     /// there taken back.
     Result<std::string, TrashError> take(const std::string& directory, const std::string& trash,
                                          const std::string& name);

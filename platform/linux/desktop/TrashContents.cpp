@@ -44,7 +44,7 @@ std::string infosBeside(const std::string& files) {
 /// below `top`.
 std::string formerPath(const std::string& infos, const std::string& name, const std::string& top) {
     const auto text = readFile(path::appending(infos, trashinfoName(name)), longestTrashinfo);
-    const auto recorded = text ? pathIn(*text) : std::string();
+    const auto recorded = text ? recordedPathIn(*text) : std::string();
     return recorded.empty() || recorded.starts_with('/') ? recorded
                                                          : path::appending(top, recorded);
 }

@@ -176,9 +176,9 @@ SystemResult<TemporaryItem> TrashDirectory::claim(const Claim& wanted) const {
 
 SystemResult<std::string> TrashDirectory::take(const TrashedItem& item) const {
     const auto& wanted = item.place.name;
-    std::string name;
     const auto text = trashinfoText(item.recordedPath, Mover::self);
     SystemResult<void> taken = Unexpected(Errno(EEXIST));
+    std::string name;
     int count = 0;
     for (int attempt = 0; attempt < mostAttempts && failedWith(taken, EEXIST); ++attempt) {
         count =

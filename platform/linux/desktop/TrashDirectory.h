@@ -45,8 +45,8 @@ public:
     bool canRecord() const;
 
     /// Moves an item into the trash directory, even from another volume, under its own name or one
-    /// with a number. Nothing is ever replaced. An item of which only the removal after a copy
-    /// failed stays in the trash directory, with its trashinfo. Returns the name.
+    /// with a number, which it returns. Nothing is ever replaced. An item of which only the removal
+    /// after a copy failed stays in the trash directory, with its trashinfo.
     ///
     /// The trashinfo's content has been written before the item is renamed: on a journaling volume
     /// no power cut leaves an item in the trash directory without its trashinfo, or with an empty

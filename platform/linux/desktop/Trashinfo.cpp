@@ -49,7 +49,7 @@ std::string trashinfoText(const std::string& path, Mover mover) {
     return text;
 }
 
-std::string pathIn(std::string_view trashinfo) {
+std::string recordedPathIn(std::string_view trashinfo) {
     constexpr std::string_view key = "\nPath=";
     const auto begin = trashinfo.find(key);
     if (begin == std::string_view::npos) {

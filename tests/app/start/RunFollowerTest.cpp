@@ -4,6 +4,7 @@
 #include "platform/linux/files/FileStreams.h"
 #include "platform/linux/files/FileSystem.h"
 #include "tests/support/MainLoop.h"
+#include "tests/support/PortDoubles.h"
 #include "tests/support/TemporaryDirectory.h"
 #include "tests/support/TestClock.h"
 
@@ -64,6 +65,8 @@ protected:
     }
 
     platform::ScopedService<platform::Application> application{MainLoop::shared()};
+    CountingInhibitors inhibitors;
+    platform::ScopedService<platform::Inhibitors> inhibitorsScope{inhibitors};
     RunInterface interface;
     CountedInventory inventory;
     TemporaryDirectory home;
@@ -84,6 +87,15 @@ TEST_F(RunFollowerTest, RecordsWhatExistsBeforeTheFirstRowOnly) {
     follower.rowBegan(row);
 
     EXPECT_EQ(inventory.taken, std::vector{RemoveShared::yes});
+}
+
+TEST_F(RunFollowerTest, HoldsShuttingDownOffUntilTheLastRowIsDone) {
+    EXPECT_EQ(inhibitors.count, 0);
+    follower.rowBegan(row);
+    follower.rowEnded(row);
+    EXPECT_EQ(inhibitors.count, 1);
+    follower.walkEnded();
+    EXPECT_EQ(inhibitors.count, 0);
 }
 
 TEST_F(RunFollowerTest, ShowsTheNamesOfTheItemsThatExistAndTheirNumbers) {

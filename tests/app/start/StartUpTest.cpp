@@ -5,8 +5,10 @@
 #include "platform/SystemInformation.h"
 #include "platform/Windows.h"
 #include "platform/foundation/Exception.h"
+#include "platform/foundation/Thread.h"
 #include "platform/qt/InstanceLock.h"
 #include "tests/support/FileSystemDoubles.h"
+#include "tests/support/MainThread.h"
 #include "tests/support/PortDoubles.h"
 #include "tests/support/ScopedEnvironment.h"
 #include "tests/support/TemporaryDirectory.h"
@@ -99,6 +101,8 @@ protected:
     FakeAccount account;
     platform::ScopedService<platform::UserAccount> accountScope{account};
     NoVersion information;
+    CountingInhibitors inhibitors;
+    platform::ScopedService<platform::Inhibitors> inhibitorsScope{inhibitors};
     FixedInventory inventory;
     DescribedFileSystem disk;
     platform::ScopedService<platform::FileSystem> diskScope{disk};
@@ -296,6 +300,66 @@ TEST_F(StartUpDeathTest, SaysThatItIsRunningAlready) {
     const platform::qt::InstanceLock other("kelvane-uninstaller");
     EXPECT_EXIT(start([](Interface&, PlanObserver&) { std::abort(); }), ExitedWithCode(1),
                 oneLineWith("already running"));
+}
+
+TEST_F(StartUpDeathTest, SaysThatItsWindowIsOpenAlready) {
+    const platform::qt::InstanceLock other("kelvane-uninstaller-window");
+    EXPECT_EXIT(start([](Interface&, PlanObserver&) { std::abort(); }), ExitedWithCode(1),
+                oneLineWith("already running"));
+}
+
+/// Minimizes the window, and tells when it is back.
+void minimizeUntilRaised() {
+    auto& window = *windowTitled("Uninstall Kelvane");
+    window.showMinimized();
+    platform::qt::InstanceLock("kelvane-uninstaller-window").touch();
+    auto* timer = new QTimer(qApp);
+    QObject::connect(timer, &QTimer::timeout, timer, [&window] {
+        if (!window.isMinimized()) {
+            std::cerr << "raised\n";
+            platform::service<Application>().terminate();
+        }
+    });
+    timer->start(1);
+}
+
+TEST_F(StartUpDeathTest, BringsItsWindowToTheFrontWhenASecondOneWasToBeOpened) {
+    EXPECT_EXIT(
+        start([](Interface&, PlanObserver&) { QTimer::singleShot(0, minimizeUntilRaised); }),
+        ExitedWithCode(cancelled), ContainsRegex("(^|\n)raised\n$"));
+}
+
+TEST_F(StartUpDeathTest, HoldsNoOtherRunUpWhileItsWindowIsIdle) {
+    EXPECT_EXIT(start([](Interface&, PlanObserver& observer) {
+                    const auto isRunning = [] {
+                        return platform::qt::InstanceLock("kelvane-uninstaller").isHeldByAnother();
+                    };
+                    std::cerr << isRunning() << '\n';
+                    runLater(observer, [isRunning] { std::cerr << isRunning() << '\n'; });
+                }),
+                ExitedWithCode(complete), "^0\n1\nwalked\n$");
+}
+
+TEST_F(StartUpDeathTest, HasTheWindowsRunWaitForAnotherRun) {
+    EXPECT_EXIT(start([](Interface&, PlanObserver& observer) {
+                    static std::optional<platform::qt::InstanceLock> other("kelvane-uninstaller");
+                    platform::service<Application>().performOnMainThread(
+                        [&observer] {
+                            platform::detachNewThread([] {
+                                while (!mainThreadSleeps()) {
+                                    std::this_thread::yield();
+                                }
+                                std::cerr << "other ended\n";
+                                other.reset();
+                            });
+                            observer.rowBegan(anyRow);
+                            std::cerr << "began\n";
+                            observer.walkEnded();
+                            terminateLater();
+                        },
+                        platform::Wait::no);
+                }),
+                ExitedWithCode(complete), "^other ended\nbegan\n$");
 }
 
 TEST_F(StartUpDeathTest, IsRefusedToTheSuperuserInAnotherAccountsHome) {

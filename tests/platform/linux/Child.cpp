@@ -61,7 +61,7 @@ struct Desktop {
 /// Trashes the items with the names after the first two arguments, and stops at a failure.
 int recycle(const Arguments& arguments) {
     Desktop desktop;
-    platform::Result<std::string> recycled = std::string();
+    platform::Result<std::string> recycled{std::string()};
     for (std::size_t i = 2; i < arguments.size() && recycled; ++i) {
         recycled = desktop.workspace.recycle(arguments.at(0), arguments.at(1), arguments.at(i));
     }
@@ -69,10 +69,18 @@ int recycle(const Arguments& arguments) {
     return report(recycled);
 }
 
+/// Trashes one item, and prints its path in the Trash.
+int placeInTrash(const Arguments& arguments) {
+    Desktop desktop;
+    const auto place = desktop.workspace.recycle(arguments.at(0), arguments.at(1), arguments.at(2));
+    std::cout << place.value_or("") << '\n';
+    return place ? 0 : 1;
+}
+
 /// Trashes an item of one name, which it makes each time, as often as the third argument says.
 int recycleNamesakes(const Arguments& arguments) {
     Desktop desktop;
-    platform::Result<std::string> recycled = std::string();
+    platform::Result<std::string> recycled{std::string()};
     const auto item = arguments.at(0) + "/namesake";
     for (int count = std::stoi(arguments.at(2)); count > 0 && recycled; --count) {
         ::close(::open(item.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
@@ -103,14 +111,6 @@ int moveTrashed(const Arguments& arguments) {
     }
     end();
     return 0;
-}
-
-/// Trashes an item, and prints its place in the Trash.
-int recycleToPlace(const Arguments& arguments) {
-    Desktop desktop;
-    const auto place = desktop.workspace.recycle(arguments.at(0), arguments.at(1), arguments.at(2));
-    std::cout << (place ? *place : place.error().localizedDescription) << '\n';
-    return place ? 0 : 1;
 }
 
 /// Prints the items in a Trash, each with its place and its former path.
@@ -255,11 +255,11 @@ int withoutWriting(const Arguments& arguments) {
 
 const std::map<std::string, std::function<int(const Arguments&)>> commands{
     {"recycle", recycle},
-    {"recycle-to-place", recycleToPlace},
     {"list-trash", listTrash},
     {"put-back", putBack},
     {"forget-trashed", forgetTrashed},
     {"make-trash", makeTrash},
+    {"place-in-trash", placeInTrash},
     {"recycle-namesakes", recycleNamesakes},
     {"recycle-around", recycleAround},
     {"move-trashed", moveTrashed},

@@ -16,7 +16,7 @@ namespace {
 class TrashContents : public testing::Test {
 protected:
     std::string trashed(const std::string& name) const {
-        auto place = run({"recycle-to-place", items, trash, name}).output;
+        auto place = run({"place-in-trash", items, trash, name}).output;
         place.pop_back();
         return place;
     }
@@ -103,7 +103,7 @@ TEST_F(TrashContents, KeepTheModeOfAFolderThatMayNotBeWritten) {
         }
         ASSERT_EQ(::chmod(folder.c_str(), 0555), 0);
         auto place =
-            runChild({"recycle-to-place", items, trash, "closed"}, environment, nobody).output;
+            runChild({"place-in-trash", items, trash, "closed"}, environment, nobody).output;
         place.pop_back();
 
         EXPECT_EQ(runChild({"put-back", place, folder}, environment, nobody).output, "ok\n");

@@ -40,6 +40,10 @@ protected:
         return runChild({"recycle", items, trash, name}, environment, prefix);
     }
 
+    std::string placeInTrash(const std::string& directory, const std::string& name) {
+        return runChild({"place-in-trash", directory, trash, name}, environment).output;
+    }
+
     std::string files(const std::string& name) const {
         return home / (".local/share/Trash/files/" + name);
     }
@@ -144,6 +148,29 @@ TEST_F(Trash, KeepsAnItemThatIsInItAlready) {
     EXPECT_EQ(contentOf(files("a.txt")), "content");
     EXPECT_EQ(contentOf(note("a.txt")), before);
     EXPECT_EQ(strayIn(home / ".local/share/Trash"), std::vector<std::string>());
+}
+
+TEST_F(Trash, TellsTheNameThatAnItemGot) {
+    for (const auto* name : {"a.txt", "a.2.txt"}) {
+        home.write("items/a.txt");
+        EXPECT_EQ(placeInTrash(items, "a.txt"), files(name) + "\n");
+    }
+}
+
+TEST_F(Trash, TellsWhereAnItemIsThatIsInItAlready) {
+    home.write("items/a.txt");
+    ASSERT_EQ(recycle("a.txt").output, "ok\n");
+
+    EXPECT_EQ(placeInTrash(trash, "a.txt"), files("a.txt") + "\n");
+}
+
+TEST_F(Trash, TellsTheNameThatAnItemGotInARealDirectory) {
+    home.makeDirectory(".Trash");
+    for (const auto* name : {"/a.txt", "/a 2.txt"}) {
+        home.write("items/a.txt");
+        EXPECT_EQ(placeInTrash(items, "a.txt"), trash + name + "\n");
+    }
+    EXPECT_EQ(placeInTrash(trash, "a.txt"), trash + "/a.txt\n");
 }
 
 TEST_F(Trash, IsMadeAgainWhenItIsDeletedBetweenTwoItems) {
