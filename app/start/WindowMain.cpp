@@ -3,6 +3,7 @@
 #include "app/cli/Run.h"
 #include "app/start/ItemLists.h"
 #include "app/start/Outlets.h"
+#include "app/start/Recording.h"
 #include "app/start/RunFollower.h"
 #include "platform/Application.h"
 #include "platform/Services.h"
@@ -159,9 +160,12 @@ private:
 };
 
 /// Tells the person what the run left in place, unless the program was asked to end.
-ExitStatus finish(cli::Run& run, Ending& ending) {
+ExitStatus finish(cli::Run& run, const records::RunRecorder& recorder, Ending& ending) {
     const auto end = run.finish();
     const bool isAskedToEnd = ending.loopEnded(end.status);
+    if (recorder.failure() && !isAskedToEnd) {
+        qt::showItems(notRecorded(*recorder.failure()));
+    }
     if (!end.left.empty() && !isAskedToEnd &&
         qt::showItems(itemsLeft(end.left)) == qt::ItemsAnswer::tryAgain) {
         platform::terminal::runAgain({qt::applicationName()});
@@ -189,19 +193,20 @@ ExitStatus windowMain(int argc, char** argv, const cli::Options& options,
     // Never destroyed: their threads may still call them when this function returns.
     static auto& ending = *new Ending;
     static auto& follower = *new WindowFollower(ending);
+    static auto& recording = *new Recording;
     qt::onInterruption([] { ending.request(); });
     static auto& run = *new cli::Run(options, inventory, follower);
     return static_cast<ExitStatus>(qt::windowedMain(
         argc, argv, interfaceFile,
         [&](platform::Interface& interface) {
-            follower.follow(run, interface);
+            follower.follow(run, recording.recorder, interface);
             static auto& itemsButton = *new ItemsButton(interface, inventory);
             interface.setAction(showItemsAction, [] { itemsButton.press(); });
             awake(interface, follower);
             std::atexit([] { outliveDisplay(run, ending); });
             qt::raiseOnRequest(window);
         },
-        [&] { return static_cast<int>(finish(run, ending)); }, withoutDisplay));
+        [&] { return static_cast<int>(finish(run, recording.recorder, ending)); }, withoutDisplay));
 }
 
 } // namespace start

@@ -44,6 +44,10 @@ std::optional<std::string> FakeAccount::cacheDirectory() {
     return cache;
 }
 
+std::string FakeAccount::stateDirectory() {
+    return state;
+}
+
 std::unique_ptr<platform::Inhibition>
 CountingInhibitors::inhibitShutdown(const std::string& /*who*/, const std::string& /*why*/) {
     struct Counted : platform::Inhibition {

@@ -37,6 +37,7 @@ public:
     std::string login = "someone";
     std::string temporary = "/tmp";
     std::optional<std::string> cache;
+    std::string state = "/home/someone/.local/state";
 
     unsigned realUserId() override;
     std::string homeDirectory() override;
@@ -44,6 +45,7 @@ public:
     std::string loginName() override;
     std::string temporaryDirectory() override;
     std::optional<std::string> cacheDirectory() override;
+    std::string stateDirectory() override;
 };
 
 /// Counts what is held off.

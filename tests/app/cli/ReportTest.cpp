@@ -274,6 +274,19 @@ TEST_F(RunTest, ReportsFromTheBeginning) {
     EXPECT_EQ(lastReport()["rows"][0]["outcome"], "moved");
 }
 
+TEST_F(RunTest, ReportsWhereInTheTrashAnItemIs) {
+    inventory.rows = {rowOf("/x/gone", ItemState::found)};
+    auto begun = run();
+    begun.begin(RemoveShared::no);
+    observer.itemEnded("/x/gone", {.outcome = TrashOutcome::moved, .place = "/t/gone.2"});
+    observer.itemEnded("/x/gone", {.outcome = TrashOutcome::absent});
+
+    begun.finish();
+    begun.writeReport();
+
+    EXPECT_EQ(lastReport()["rows"][0]["trashed"], "/t/gone.2");
+}
+
 TEST_F(RunTest, TellsWhatWasLeft) {
     disk.files = {"/x/there"};
     inventory.rows = {rowOf("/x/there", ItemState::found), rowOf("/x/there", ItemState::repeated)};
