@@ -105,16 +105,20 @@ TakeResult Trash::take(const std::string& directory, const std::string& trash,
     if (!status) {
         return failure(status.error());
     }
-    const auto home = homeTrashAt(trash);
-    if (!home) {
-        return Unexpected(
-            TrashError{home.error(), "the Trash can’t be used: " + reason(home.error())});
-    }
+    auto prepared = preparedFor(path);
     if (isTrashItself(*status, trash)) {
         return Unexpected(TrashError{Errno(EINVAL), "it is the Trash itself"});
     }
     if (S_ISDIR(status->stx_mode) && hasMountIn(*place)) {
         return Unexpected(TrashError{Errno(EBUSY), "a volume is mounted inside it"});
+    }
+    if (prepared && prepared->claim.isIntact()) {
+        return takePrepared({*place, path, path}, *std::move(prepared));
+    }
+    const auto home = homeTrashAt(trash);
+    if (!home) {
+        return Unexpected(
+            TrashError{home.error(), "the Trash can’t be used: " + reason(home.error())});
     }
     return *home ? takeWithTrashinfo(*place, path, *home) : takeByRename(*place, trash);
 }
@@ -161,17 +165,20 @@ TakeResult Trash::takeWithTrashinfo(const ItemPlace& item, const std::string& pa
     if (!directory) {
         return failure(directory.error());
     }
-    auto prepared = preparedFor(path);
     const auto [trash, recordedPath] = trashFor(item, *directory, path, home);
     if (fileIdOf(*directory) == trash->id()) {
         return pathIn(trash->files(), item.name);
     }
     tidy(*trash);
-    const TrashedItem trashed{item, path, recordedPath};
-    const bool isPrepared =
-        prepared && prepared->trash->id() == trash->id() && prepared->claim.isIntact();
-    const auto taken =
-        isPrepared ? prepared->trash->take(trashed, prepared->claim) : trash->take(trashed);
+    return afterTaking(trash, trash->take({item, path, recordedPath}));
+}
+
+TakeResult Trash::takePrepared(const TrashedItem& item, Prepared prepared) {
+    return afterTaking(prepared.trash, prepared.trash->take(item, prepared.claim));
+}
+
+/// Remembers to make an item durable that was taken, and returns its path.
+TakeResult Trash::afterTaking(const OpenTrash& trash, const SystemResult<std::string>& taken) {
     if (taken) {
         const std::lock_guard lock(mutex_);
         unsynced_.try_emplace(trash->id(), trash);
@@ -186,10 +193,16 @@ void Trash::prepare(const std::string& trash, const std::vector<std::string>& pa
     }
     std::vector<std::pair<const std::string&, Prepared>> written;
     const auto room = mostPrepared - std::min(countPrepared(), mostPrepared);
-    for (const auto& path : paths) {
-        auto prepared = written.size() < room ? prepareOne(*home, path) : std::nullopt;
-        if (prepared) {
-            written.emplace_back(path, *std::move(prepared));
+    std::optional<Parent> parent;
+    for (std::size_t i = 0; i < paths.size() && written.size() < room; ++i) {
+        if (!parent || parent->path != path::deletingLastComponent(paths[i])) {
+            parent = findParent(paths[i]);
+        }
+        if (parent) {
+            parent->place.name = path::lastComponent(paths[i]);
+            if (auto prepared = prepareOne(*home, *parent)) {
+                written.emplace_back(paths[i], *std::move(prepared));
+            }
         }
     }
     for (auto& [path, prepared] : written) {
@@ -205,19 +218,28 @@ std::size_t Trash::countPrepared() {
     return prepared_.size();
 }
 
+/// Opens the directory of an announced item, if that can be.
+std::optional<Trash::Parent> Trash::findParent(const std::string& path) {
+    auto place = findPlace(path);
+    const auto status = place ? statusOf(place->directory.get()) : Unexpected(place.error());
+    return status ? std::optional(
+                        Parent{path::deletingLastComponent(path), *std::move(place), *status})
+                  : std::nullopt;
+}
+
 /// Writes the trashinfo of an item, unless it needs none.
-std::optional<Trash::Prepared> Trash::prepareOne(const OpenTrash& home, const std::string& path) {
-    const auto place = findPlace(path);
-    const auto directory = place ? statusOf(place->directory.get()) : Unexpected(place.error());
-    if (!directory || !statusOfEntry(place->directory.get(), place->name)) {
+std::optional<Trash::Prepared> Trash::prepareOne(const OpenTrash& home, const Parent& parent) {
+    const auto& place = parent.place;
+    if (!isEntryName(place.name) || !statusOfEntry(place.directory.get(), place.name)) {
         return std::nullopt;
     }
-    const auto [trash, recordedPath] = trashFor(*place, *directory, path, home);
-    if (fileIdOf(*directory) == trash->id()) {
+    const auto path = path::appending(parent.path, place.name);
+    const auto [trash, recordedPath] = trashFor(place, parent.status, path, home);
+    if (fileIdOf(parent.status) == trash->id()) {
         return std::nullopt;
     }
     tidy(*trash);
-    auto claim = trash->prepare(place->name, recordedPath);
+    auto claim = trash->prepare(place.name, recordedPath);
     return claim ? std::optional(Prepared{trash, *std::move(claim)}) : std::nullopt;
 }
 

@@ -6,6 +6,8 @@
 #include "platform/linux/posix/Errno.h"
 #include "platform/linux/posix/ItemPlace.h"
 
+#include <sys/stat.h>
+
 #include <cstddef>
 #include <functional>
 #include <map>
@@ -76,9 +78,20 @@ private:
         TrashClaim claim;
     };
 
-    std::optional<Prepared> prepareOne(const OpenTrash& home, const std::string& path);
+    /// The directory of announced items, mostly the same for many; the place is that of the last.
+    struct Parent {
+        std::string path;
+        ItemPlace place;
+        struct statx status;
+    };
+
+    static std::optional<Parent> findParent(const std::string& path);
+    std::optional<Prepared> prepareOne(const OpenTrash& home, const Parent& parent);
     std::optional<Prepared> preparedFor(const std::string& path);
     std::size_t countPrepared();
+    Result<std::string, TrashError> afterTaking(const OpenTrash& trash,
+                                                const SystemResult<std::string>& taken);
+    Result<std::string, TrashError> takePrepared(const TrashedItem& item, Prepared prepared);
     Result<std::string, TrashError>
     takeWithTrashinfo(const ItemPlace& item, const std::string& path, const OpenTrash& home);
     SystemResult<OpenTrash> homeTrashAt(const std::string& trash);

@@ -214,7 +214,8 @@ SystemResult<void> TrashDirectory::claimName(TrashClaim& claim) const {
     }
     auto claimed = sendToDisk(claim.trashinfo_.item().get());
     for (int attempt = 0; attempt < mostAttempts && claimed; ++attempt) {
-        claim.count_ = freeNumber(claim.count_ + 1, [&](int number) {
+        // Most names are free, which claiming them tells.
+        claim.count_ = claim.count_ == 0 ? 1 : freeNumber(claim.count_ + 1, [&](int number) {
             return isTaken(nameInTrash(claim.wantedName_, number));
         });
         auto name = nameInTrash(claim.wantedName_, claim.count_);
