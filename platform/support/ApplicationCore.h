@@ -3,6 +3,7 @@
 #include "platform/Application.h"
 
 #include <chrono>
+#include <cstdlib>
 #include <deque>
 #include <functional>
 #include <map>
@@ -29,6 +30,11 @@ public:
     /// Sets the windows of which mainWindow() returns the first that is on the screen. Main thread
     /// only.
     void setWindows(std::vector<Window*> windows) { windows_ = std::move(windows); }
+
+    /// Sets what returns the process's exit status if terminate() is called while somebody waits in
+    /// handleNextEvent(), from where there is no way back; EXIT_SUCCESS unless set. Main thread
+    /// only.
+    void setExitStatus(std::function<int()> exitStatus) { exitStatus_ = std::move(exitStatus); }
 
     bool isMainThread() final;
     void performOnMainThread(std::function<void()> work, Wait wait) final;
@@ -70,6 +76,7 @@ private:
 
     const std::thread::id mainThread_;
     std::vector<Window*> windows_;
+    std::function<int()> exitStatus_ = [] { return EXIT_SUCCESS; };
     int pumps_ = 0;
     bool terminated_ = false;
 
