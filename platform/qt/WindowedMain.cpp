@@ -77,6 +77,7 @@ int windowedMain(int argc, char** argv, const std::string& interfaceFile,
         application.setWindows(interface.windowsFrom(mainWindow));
         awake(interface);
         messages.reset();
+        application.setExitStatus(finished);
         mainWindow.makeKeyAndOrderFront();
         application.run();
         return finished();

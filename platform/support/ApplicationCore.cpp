@@ -153,8 +153,9 @@ void ApplicationCore::terminate() {
     if (pumps_ > 0) {
         // Somebody further up waits for an answer that no longer comes, so there is no way back
         // to the outermost event loop.
+        const int status = exitStatus_();
         std::fflush(nullptr);
-        std::_Exit(EXIT_SUCCESS);
+        std::_Exit(status);
     }
     if (hasEventLoop_) {
         leaveEventLoop();

@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <condition_variable>
+#include <cstdlib>
 #include <deque>
 #include <functional>
 #include <map>
@@ -35,6 +36,11 @@ public:
     /// which serves nobody any more from now on. Returns false at once if the event loop is nested
     /// in other work, which could not continue. Main thread only.
     bool runWithoutEventLoop();
+
+    /// Sets what returns the process's exit status if terminate() is called while somebody waits in
+    /// handleNextEvent(), from where there is no way back; EXIT_SUCCESS unless set. Main thread
+    /// only.
+    void setExitStatus(std::function<int()> exitStatus) { exitStatus_ = std::move(exitStatus); }
 
     bool isMainThread() final;
     void performOnMainThread(std::function<void()> work, Wait wait) final;
@@ -77,6 +83,7 @@ private:
 
     const std::thread::id mainThread_;
     std::vector<Window*> windows_;
+    std::function<int()> exitStatus_ = [] { return EXIT_SUCCESS; };
     int pumps_ = 0;
     bool terminated_ = false;
     bool hasEventLoop_ = true;

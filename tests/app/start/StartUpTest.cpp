@@ -252,6 +252,25 @@ TEST_F(StartUpDeathTest, ShowsNothingOfWhatWasLeftToNobody) {
                 ExitedWithCode(leftInPlace), "^walked\n$");
 }
 
+TEST_F(StartUpDeathTest, EndsWithTheRunsStatusWhenASignalComesWhileAnAlertIsUp) {
+    inventory.rows = {{.action = PlanAction::trash, .path = "/x/a", .state = ItemState::found}};
+    disk.files = {"/x/a"};
+    EXPECT_EXIT(start([](Interface&, PlanObserver& observer) {
+                    platform::service<Application>().performOnMainThread(
+                        [&observer] {
+                            observer.rowBegan(anyRow);
+                            observer.walkEnded();
+                            ::kill(::getpid(), SIGTERM);
+                            for (;;) { // as an alert waits for its answer
+                                platform::service<Application>().handleNextEvent(
+                                    std::chrono::milliseconds(10));
+                            }
+                        },
+                        platform::Wait::no);
+                }),
+                ExitedWithCode(leftInPlace), "^$");
+}
+
 TEST_F(StartUpDeathTest, ShowsTheMainWindowOnceTheControllerIsAwake) {
     EXPECT_EXIT(start([](Interface& interface, PlanObserver&) {
                     auto& window = interface.window("windowMain");

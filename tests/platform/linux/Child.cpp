@@ -248,6 +248,12 @@ int closedStreams(const Arguments& /*arguments*/) {
     return closed;
 }
 
+/// Returns whether nothing can be written to standard output.
+int failingOutput(const Arguments& /*arguments*/) {
+    platform::installServices();
+    return ::write(STDOUT_FILENO, "x", 1) < 0 ? 1 : 0;
+}
+
 int storePreference(const Arguments& arguments) {
     platform::ProgramDescription program;
     if (arguments.size() > 1) {
@@ -292,6 +298,7 @@ const std::map<std::string, std::function<int(const Arguments&)>> commands{
     {"environment", environment},
     {"installation-folder", installationDirectory},
     {"closed-streams", closedStreams},
+    {"failing-output", failingOutput},
     {"store-preference", storePreference},
     {"move", move},
     {"copy", copy},
