@@ -124,7 +124,7 @@ std::vector<ItemBack> PutBack::perform(std::vector<RunRecord>& runs) {
         for (const auto& step : run.steps) {
             if (wasTaken(step)) {
                 observer_.itemBegan(step.path);
-                items.push_back(putBack(step, trash));
+                items.push_back(putBack(run.number, step, trash));
                 const auto outcome = items.back().outcome;
                 isWhole = isWhole && (outcome == Back::back || outcome == Back::inPlace);
             }
@@ -137,7 +137,7 @@ std::vector<ItemBack> PutBack::perform(std::vector<RunRecord>& runs) {
     return items;
 }
 
-ItemBack PutBack::putBack(const RecordedStep& step, const TrashedItems& trash) {
+ItemBack PutBack::putBack(unsigned run, const RecordedStep& step, const TrashedItems& trash) {
     auto item = viewOf(step, trash);
     if (item.outcome != Back::waiting) {
         return item;
@@ -147,7 +147,7 @@ ItemBack PutBack::putBack(const RecordedStep& step, const TrashedItems& trash) {
     } else if (!makeDirectoryOf(step.path)) {
         fail(item, directoryMissing);
     } else if (isJobFile(step)) {
-        writeJobFile(step, item);
+        writeJobFile(run, step, item);
     } else {
         move(step, item);
     }
@@ -194,25 +194,34 @@ void PutBack::moveWithRight(const RecordedStep& step, ItemBack& item) {
 
 /// The file is made elsewhere with all that it had, and then moved to its place, which replaces
 /// nothing.
-void PutBack::writeJobFile(const RecordedStep& step, ItemBack& item) {
+void PutBack::writeJobFile(unsigned run, const RecordedStep& step, ItemBack& item) {
     if (!step.job->content) {
         fail(item, contentUnknown);
         return;
     }
     auto& files = fileSystem();
-    const auto unfinished = records_.unfinishedFile();
-    auto done = files.writeAtomically(unfinished, *step.job->content);
-    done = done ? files.setPosixPermissions(unfinished, step.item.permissions) : std::move(done);
-    done =
-        done ? files.setModificationDate(unfinished, step.item.modificationDate) : std::move(done);
-    done = done ? files.moveItem(unfinished, step.path) : std::move(done);
-    if (done) {
+    const auto kept = records_.keptFile(run, step.path);
+    const bool isKept = contentOfFile(kept) == step.job->content;
+    const auto made = isKept ? platform::Result<void>() : makeJobFile(step);
+    const auto moved =
+        made ? files.moveItem(isKept ? kept : records_.unfinishedFile(), step.path) : made;
+    if (moved) {
         item.outcome = Back::back;
     } else if (isTaken(step.path)) {
         item.outcome = Back::occupied;
     } else {
-        fail(item, done.error().localizedDescription);
+        fail(item, moved.error().localizedDescription);
     }
+}
+
+/// Makes a job's file as it was recorded, at the path of the unfinished file.
+platform::Result<void> PutBack::makeJobFile(const RecordedStep& step) const {
+    auto& files = fileSystem();
+    const auto unfinished = records_.unfinishedFile();
+    auto done = files.writeAtomically(unfinished, *step.job->content);
+    done = done ? files.setPosixPermissions(unfinished, step.item.permissions) : std::move(done);
+    return done ? files.setModificationDate(unfinished, step.item.modificationDate)
+                : std::move(done);
 }
 
 /// Loads the jobs that were loaded before the run, once their programs are back.

@@ -66,10 +66,11 @@ public:
     std::vector<ItemBack> perform(std::vector<RunRecord>& runs);
 
 private:
-    ItemBack putBack(const RecordedStep& step, const TrashedItems& trash);
+    ItemBack putBack(unsigned run, const RecordedStep& step, const TrashedItems& trash);
     void move(const RecordedStep& step, ItemBack& item);
     void moveWithRight(const RecordedStep& step, ItemBack& item);
-    void writeJobFile(const RecordedStep& step, ItemBack& item);
+    void writeJobFile(unsigned run, const RecordedStep& step, ItemBack& item);
+    platform::Result<void> makeJobFile(const RecordedStep& step) const;
     void loadJobs(const RunRecord& run);
 
     const RunRecords& records_;

@@ -64,6 +64,9 @@ void RunRecorder::rowBegan(const PlanRow& row) {
     row_ = row;
     const auto file = row.action == PlanAction::removeAgent ? jobFile(row.subject) : std::nullopt;
     if (file && file_ && isThere(*file)) {
+        // Without it, the record still has the content.
+        static_cast<void>(platform::service<platform::FileSystem>().copyItem(
+            *file, records_.keptFile(record_.number, *file)));
         beginStep(*file,
                   RecordedJob{.content = contentOfFile(*file), .isLoaded = isLoaded(row.subject)});
     }

@@ -90,6 +90,10 @@ std::string RunRecords::file(unsigned number) const {
     return path::appending(directory_, std::to_string(number) + extension);
 }
 
+std::string RunRecords::keptFile(unsigned number, const std::string& jobFile) const {
+    return path::appending(directory_, std::to_string(number) + '.' + path::lastComponent(jobFile));
+}
+
 std::string RunRecords::unfinishedFile() const {
     return path::appending(directory_, unfinishedName);
 }

@@ -46,6 +46,10 @@ public:
     /// Returns the path of the record with this number.
     std::string file(unsigned number) const;
 
+    /// Returns the path of the copy of a job's file that is kept beside a run's record, for what a
+    /// record does not have: its extended attributes and access list.
+    std::string keptFile(unsigned number, const std::string& jobFile) const;
+
     /// Returns the path of a file that does not exist, except while a new one is made.
     std::string unfinishedFile() const;
 

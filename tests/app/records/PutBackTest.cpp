@@ -3,6 +3,7 @@
 #include "tests/app/records/RecordedMachine.h"
 
 #include <sys/stat.h>
+#include <sys/xattr.h>
 
 #include <algorithm>
 
@@ -214,6 +215,34 @@ TEST_F(PutBackTest, WritesAJobsFileAgainAndLoadsItsJob) {
     EXPECT_EQ(fileSystem.attributesOfItem(file)->permissions, 0640U);
     EXPECT_EQ(fileSystem.attributesOfItem(file)->modificationDate, before->modificationDate);
     EXPECT_EQ(jobs.files, Lines{file});
+}
+
+TEST_F(PutBackTest, KeepsTheAttributesOfAJobsFile) {
+    const auto file = write(agent("Lunevar"));
+    if (::setxattr(file.c_str(), "user.kelvane", "x", 1, 0) != 0) {
+        GTEST_SKIP() << "temporary folders are on a volume without extended attributes";
+    }
+    uninstall();
+
+    EXPECT_EQ(resultOf(putBack(), file).outcome, Back::back);
+
+    char value = 0;
+    EXPECT_EQ(::getxattr(file.c_str(), "user.kelvane", &value, 1), 1);
+    EXPECT_EQ(value, 'x');
+}
+
+TEST_F(PutBackTest, WritesAJobsFileFromTheRecordWhereTheCopyHasChanged) {
+    const auto file = write(agent("Lunevar"), "the job");
+    ASSERT_EQ(::chmod(file.c_str(), 0640), 0);
+    const auto before = fileSystem.attributesOfItem(file);
+    uninstall();
+    write(runs.keptFile(1, file), "something else");
+
+    EXPECT_EQ(resultOf(putBack(), file).outcome, Back::back);
+
+    EXPECT_EQ(contentOf(file), "the job");
+    EXPECT_EQ(fileSystem.attributesOfItem(file)->permissions, 0640U);
+    EXPECT_EQ(fileSystem.attributesOfItem(file)->modificationDate, before->modificationDate);
 }
 
 TEST_F(PutBackTest, LoadsNoJobThatWasNotLoaded) {
