@@ -54,6 +54,8 @@ void addUndoOptions(CLI::App& app, Options& options) {
     addRunOption(app, options, putBackOption,
                  "Put back what the last uninstall, or a RUN, took\n"
                  "away. With --list: print what would come back.");
+    app.add_flag("--window", options.window, "With --put-back: show it in a window.")
+        ->needs(putBackOption);
     addRunOption(app, options, emptyOption,
                  "Delete for good what the last uninstall, or a RUN,\n"
                  "moved to the Trash. With --uninstall: afterwards.");
@@ -110,13 +112,15 @@ void check(const Need& need) {
     }
 }
 
-/// Checks that at most one of the options is given that say what to do.
+/// Checks that at most one of the options is given that say what to do, and that a window has the
+/// last uninstall to itself.
 void checkDeed(const Options& options) {
     const bool deletesAfterwards = options.uninstall && options.empty && !options.run;
     const int deeds = options.uninstall + options.terminal + options.putBack + options.listRuns +
                       options.showLast + (options.empty && !deletesAfterwards ? 1 : 0) +
                       (options.list && !options.putBack ? 1 : 0);
-    if (deeds > 1) {
+    const bool narrowsWindow = options.run || options.report || options.quiet || options.list;
+    if (deeds > 1 || (options.window && narrowsWindow)) {
         throw CLI::ValidationError("options", "they contradict one another");
     }
 }

@@ -15,6 +15,7 @@ struct Options {
     bool list = false;
     bool json = false;
     bool putBack = false;
+    bool window = false;
     bool empty = false;
     bool yes = false;
     bool listRuns = false;

@@ -62,16 +62,16 @@ void refuseOtherHome() {
 int run(int argc, char** argv, const cli::Options& options, const std::string& interfaceFile,
         Inventory& inventory, const Awake& awake) {
     const bool canOnlyUseTerminal = !qt::isDisplayNamed() && terminal::Dialogue::isTerminal();
-    const bool undoes = options.putBack || (options.empty && !options.uninstall);
+    const bool undoes =
+        (options.putBack && !options.window) || (options.empty && !options.uninstall);
     if (options.uninstall || options.terminal || undoes || canOnlyUseTerminal) {
         const qt::InstanceLock lock(qt::applicationName());
         if (lock.isHeldByAnother()) {
             throw platform::Exception(platform::exception_name::alreadyRunning,
                                       "it is already running");
         }
-        return static_cast<int>(
-            undoes ? undoMain(options)
-                   : terminalMain(options, interfaceFile, inventory, awake));
+        return static_cast<int>(undoes ? undoMain(options)
+                                       : terminalMain(options, interfaceFile, inventory, awake));
     }
     return static_cast<int>(
         windowMain(argc, argv, options, interfaceFile, inventory, awake,

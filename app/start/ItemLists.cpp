@@ -25,6 +25,13 @@ constexpr const char* leftTitle = "Items Left in Place";
 constexpr const char* leftMessage = "These items could not be removed. They are whole, where they "
                                     "were.";
 
+constexpr const char* putBackTitle = "Put Back";
+constexpr const char* allPutBack = "Kelvane is back in its place.";
+constexpr const char* somePutBack =
+    "Not everything could be put back. What failed is where it was.";
+constexpr const char* inPlaceAgain = "Back in their places";
+constexpr const char* nothingToPutBack = "There is nothing to put back.";
+
 constexpr const char* notRecordedTitle = "Run Not Recorded";
 constexpr const char* notRecordedMessage =
     "The items are in the Trash, but not all of them can be put back by this program: ";
@@ -43,6 +50,15 @@ void addUnlessEmpty(std::vector<ItemsSection>& sections, ItemsSection section) {
     if (!section.items.empty()) {
         sections.push_back(std::move(section));
     }
+}
+
+/// Adds an item to the section with this heading.
+void add(std::vector<ItemsSection>& sections, const std::string& heading, const std::string& path) {
+    auto section = std::ranges::find(sections, heading, &ItemsSection::heading);
+    if (section == sections.end()) {
+        section = sections.insert(section, ItemsSection{heading, {}});
+    }
+    section->items.push_back({path, {}});
 }
 
 std::string summaryOf(const std::vector<InventoryRow>& rows) {
@@ -81,13 +97,21 @@ ItemsDescription plannedItems(const std::vector<InventoryRow>& rows) {
 ItemsDescription itemsLeft(const std::vector<cli::RowOutcome>& left) {
     ItemsDescription description{
         .title = leftTitle, .message = leftMessage, .sections = {}, .canTryAgain = true};
-    auto& sections = description.sections;
     for (const auto& item : left) {
-        auto section = std::ranges::find(sections, item.cause, &ItemsSection::heading);
-        if (section == sections.end()) {
-            section = sections.insert(section, ItemsSection{item.cause, {}});
-        }
-        section->items.push_back({item.row.path, {}});
+        add(description.sections, item.cause, item.row.path);
+    }
+    return description;
+}
+
+ItemsDescription itemsPutBack(const std::vector<cli::UndoneItem>& items) {
+    ItemsDescription description{.title = putBackTitle, .message = allPutBack, .sections = {}};
+    if (items.empty()) {
+        description.message = nothingToPutBack;
+    } else if (cli::statusOf(items) != cli::ExitStatus::complete) {
+        description.message = somePutBack;
+    }
+    for (const auto& item : items) {
+        add(description.sections, item.isLeft ? item.reason : inPlaceAgain, item.path);
     }
     return description;
 }

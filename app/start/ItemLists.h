@@ -2,6 +2,7 @@
 
 #include "app/Inventory.h"
 #include "app/cli/Report.h"
+#include "app/cli/Undone.h"
 #include "platform/qt/ItemsWindow.h"
 
 #include <string>
@@ -15,6 +16,9 @@ platform::qt::ItemsDescription plannedItems(const std::vector<InventoryRow>& row
 
 /// Returns the window that lists what a run left in place, each reason once.
 platform::qt::ItemsDescription itemsLeft(const std::vector<cli::RowOutcome>& left);
+
+/// Returns the window that says what became of the items that were to be put back.
+platform::qt::ItemsDescription itemsPutBack(const std::vector<cli::UndoneItem>& items);
 
 /// Returns the window that says that a run is not wholly recorded, and why.
 platform::qt::ItemsDescription notRecorded(const std::string& reason);

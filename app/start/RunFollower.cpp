@@ -11,7 +11,6 @@ namespace start {
 
 namespace {
 
-constexpr const char* uninstaller = "Kelvane Uninstaller";
 constexpr const char* reason = "Moving Kelvane to the Trash";
 
 } // namespace

@@ -1,10 +1,12 @@
 #include "app/start/WindowMain.h"
 
 #include "app/cli/Run.h"
+#include "app/start/Ending.h"
 #include "app/start/ItemLists.h"
 #include "app/start/Outlets.h"
 #include "app/start/Recording.h"
 #include "app/start/RunFollower.h"
+#include "app/start/WindowPutBack.h"
 #include "platform/Application.h"
 #include "platform/Services.h"
 #include "platform/foundation/Exception.h"
@@ -18,8 +20,6 @@
 #include "platform/terminal/RunAgain.h"
 
 #include <cstdlib>
-#include <mutex>
-#include <optional>
 #include <utility>
 #include <vector>
 
@@ -30,73 +30,12 @@ namespace {
 using cli::ExitStatus;
 namespace qt = platform::qt;
 
-/// Decides when the program ends that was asked to: at once, unless a run is on, which goes on to
-/// its end. Any thread may call every member.
-class Ending {
-public:
-    void request() {
-        const std::lock_guard lock(mutex_);
-        isRequested_ = true;
-        if (!isRunning_) {
-            end();
-        }
-    }
-
-    void runBegan() {
-        const std::lock_guard lock(mutex_);
-        isRunning_ = true;
-    }
-
-    void runEnded() {
-        const std::lock_guard lock(mutex_);
-        isRunning_ = false;
-        if (isRequested_) {
-            end();
-        }
-    }
-
-    bool isRunning() {
-        const std::lock_guard lock(mutex_);
-        return isRunning_;
-    }
-
-    /// From now on the process ends at once with this status. Returns whether that was requested
-    /// before.
-    bool loopEnded(ExitStatus status) {
-        const std::lock_guard lock(mutex_);
-        status_ = status;
-        return isRequested_;
-    }
-
-private:
-    void end() {
-        auto* application = platform::installedService<platform::Application>();
-        if (application == nullptr || status_) {
-            std::_Exit(static_cast<int>(status_.value_or(ExitStatus::cancelled)));
-        }
-        application->performOnMainThread([application] { application->terminate(); },
-                                         platform::Wait::no);
-    }
-
-    std::mutex mutex_;
-    bool isRequested_ = false;
-    bool isRunning_ = false;
-    /// Set once the event loop has ended.
-    std::optional<ExitStatus> status_;
-};
-
-/// Has the window's run wait for another one of the same user: an open window does not hold others
-/// up until its run begins.
 class WindowFollower : public RunFollower {
 public:
     explicit WindowFollower(Ending& ending) : ending_(ending) {}
 
     void rowBegan(const PlanRow& row) override {
-        if (!lock_) {
-            lock_.emplace(qt::applicationName());
-            lock_->waitUntilHeld();
-        }
-        ending_.runBegan();
+        ending_.runBegins();
         RunFollower::rowBegan(row);
     }
     void walkEnded() override {
@@ -106,8 +45,6 @@ public:
 
 private:
     Ending& ending_;
-    /// Held from the first row until the process ends.
-    std::optional<qt::InstanceLock> lock_;
 };
 
 /// Refuses a second window, after bringing the first one to the front, and a window beside a run.
@@ -173,12 +110,22 @@ ExitStatus finish(cli::Run& run, const records::RunRecorder& recorder, Ending& e
     return end.status;
 }
 
+/// Tells the person what was put back, unless the program was asked to end.
+ExitStatus finish(const WindowPutBack& putBack, Ending& ending) {
+    const auto status = cli::statusOf(putBack.items());
+    if (!ending.loopEnded(status)) {
+        qt::showItems(itemsPutBack(putBack.items()));
+    }
+    return status;
+}
+
 /// Qt ends the process when its display goes. Lets a run that has begun go on to its end.
-void outliveDisplay(cli::Run& run, Ending& ending) {
+void outliveDisplay(cli::Run& run, const WindowPutBack& putBack, Ending& ending) {
     if (ending.isRunning()) {
         ending.request();
         if (qt::outliveDisplay()) {
-            std::_Exit(static_cast<int>(run.finish().status));
+            std::_Exit(static_cast<int>(putBack.hasBegun() ? cli::statusOf(putBack.items())
+                                                           : run.finish().status));
         }
     }
 }
@@ -194,19 +141,30 @@ ExitStatus windowMain(int argc, char** argv, const cli::Options& options,
     static auto& ending = *new Ending;
     static auto& follower = *new WindowFollower(ending);
     static auto& recording = *new Recording;
-    qt::onInterruption([] { ending.request(); });
     static auto& run = *new cli::Run(options, inventory, follower);
+    static WindowPutBack* putBack = nullptr;
+    qt::onInterruption([] { ending.request(); });
     return static_cast<ExitStatus>(qt::windowedMain(
         argc, argv, interfaceFile,
         [&](platform::Interface& interface) {
             follower.follow(run, recording.recorder, interface);
             static auto& itemsButton = *new ItemsButton(interface, inventory);
             interface.setAction(showItemsAction, [] { itemsButton.press(); });
+            putBack = new WindowPutBack(interface, recording, ending);
             awake(interface, follower);
-            std::atexit([] { outliveDisplay(run, ending); });
+            std::atexit([] { outliveDisplay(run, *putBack, ending); });
             qt::raiseOnRequest(window);
+            if (options.putBack) {
+                putBack->begin();
+            } else if (putBack->isPossible()) {
+                interface.setAction(putBackAction, [] { putBack->begin(); });
+            }
         },
-        [&] { return static_cast<int>(finish(run, recording.recorder, ending)); }, withoutDisplay));
+        [&] {
+            return static_cast<int>(putBack->hasBegun() ? finish(*putBack, ending)
+                                                        : finish(run, recording.recorder, ending));
+        },
+        withoutDisplay));
 }
 
 } // namespace start

@@ -17,6 +17,7 @@ namespace platform::qt {
 namespace {
 
 constexpr const char* actionProperty = "action";
+constexpr const char* optionalProperty = "optional";
 constexpr const char* closeActionProperty = "closeAction";
 constexpr const char* textStyleProperty = "textStyle";
 
@@ -60,6 +61,18 @@ void styleLabels(const QWidget& window) {
             if (wanted == style.name) {
                 style.apply(*label);
             }
+        }
+    }
+}
+
+bool isOptional(const QAbstractButton& button) {
+    return textProperty(button, optionalProperty) == "true";
+}
+
+void showOptionalButtons(const QWidget& window, const std::string& action) {
+    for (auto* button : window.findChildren<QAbstractButton*>()) {
+        if (isOptional(*button) && textProperty(*button, actionProperty) == action) {
+            button->show();
         }
     }
 }
@@ -119,6 +132,7 @@ void Interface::connectButtons(QWidget& window) {
         if (!action.empty()) {
             QObject::connect(button, &QAbstractButton::clicked, button, connected(window, action));
         }
+        button->setHidden(isOptional(*button));
     }
 }
 
@@ -187,6 +201,9 @@ void Interface::setAction(const std::string& name, std::function<void()> perform
                         "the interface file connects nothing with the action \"" + name + "\"");
     }
     found->second = std::move(perform);
+    for (const auto& window : widgets_) {
+        showOptionalButtons(*window, name);
+    }
 }
 
 } // namespace platform::qt

@@ -20,6 +20,7 @@ namespace platform::qt {
 /// The file's outermost widget is a container, which is never shown; each widget directly in it is
 /// a window. Dynamic properties, all of them text, express what Designer has no property for:
 /// - "action" of a button: the action that pressing it performs;
+/// - "optional" of a button: if "true", the button is hidden until its action is set;
 /// - "closeAction" of a window: the action that the Escape key and closing the window perform. A
 ///   window without one cannot be closed by the user;
 /// - "textStyle" of a label: "title", "note" or "checkBoxNote"; "applicationIcon" makes it show

@@ -78,7 +78,9 @@ int windowedMain(int argc, char** argv, const std::string& interfaceFile,
         awake(interface);
         messages.reset();
         application.setExitStatus(finished);
-        mainWindow.makeKeyAndOrderFront();
+        if (application.mainWindow() == nullptr) {
+            mainWindow.makeKeyAndOrderFront();
+        }
         application.run();
         return finished();
     } catch (const Exception&) {

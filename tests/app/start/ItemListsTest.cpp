@@ -67,4 +67,31 @@ TEST_F(ItemLists, SayOnceWhySeveralItemsWereLeft) {
     EXPECT_TRUE(list.canTryAgain);
 }
 
+cli::UndoneItem backAt(const std::string& path) {
+    return {.path = path};
+}
+
+cli::UndoneItem notBackAt(const std::string& path, const std::string& reason) {
+    return {.path = path, .isLeft = true, .reason = reason};
+}
+
+TEST_F(ItemLists, SayThatEverythingIsBack) {
+    const auto list = start::itemsPutBack({backAt("/x/a"), backAt("/x/b")});
+
+    EXPECT_EQ(list.message, "Kelvane is back in its place.");
+    EXPECT_EQ(asText(list.sections), "Back in their places\n    /x/a\n    /x/b\n");
+    EXPECT_FALSE(list.canTryAgain);
+}
+
+TEST_F(ItemLists, SayWhatIsNotBackAndWhy) {
+    const auto list = start::itemsPutBack({backAt("/x/a"), notBackAt("/x/b", "Not allowed.")});
+
+    EXPECT_EQ(list.message, "Not everything could be put back. What failed is where it was.");
+    EXPECT_EQ(asText(list.sections), "Back in their places\n    /x/a\nNot allowed.\n    /x/b\n");
+}
+
+TEST_F(ItemLists, SayThatThereIsNothingToPutBack) {
+    EXPECT_EQ(start::itemsPutBack({}).message, "There is nothing to put back.");
+}
+
 } // namespace

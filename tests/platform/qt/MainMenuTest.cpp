@@ -62,6 +62,15 @@ TEST_F(MainMenuTest, ConnectsTheButtons) {
     EXPECT_EQ(performed, "uninstall:cancel:showItems:");
 }
 
+TEST_F(MainMenuTest, OffersToPutBackOnlyOnceThatIsPossible) {
+    interface.setAction("putBack:", [this] { performed += "putBack:"; });
+    auto& window = mainWindow();
+    EXPECT_EQ(buttonTitles(window),
+              (std::vector<std::string>{"&Put Back…", "Show &Items…", "&Cancel", "&Uninstall"}));
+    press(window, "&Put Back…");
+    EXPECT_EQ(performed, "putBack:");
+}
+
 TEST_F(MainMenuTest, KeepsTheProgressWindowAsItIsWhateverTheItemIsCalled) {
     auto& window = progressWindow();
     const auto size = window.size();

@@ -1,0 +1,56 @@
+#include "app/start/Ending.h"
+
+#include "platform/Application.h"
+#include "platform/Services.h"
+#include "platform/qt/Identity.h"
+
+#include <cstdlib>
+
+namespace start {
+
+void Ending::request() {
+    const std::lock_guard lock(mutex_);
+    isRequested_ = true;
+    if (!isRunning_) {
+        end();
+    }
+}
+
+void Ending::runBegins() {
+    if (!otherRuns_) {
+        otherRuns_.emplace(platform::qt::applicationName());
+        otherRuns_->waitUntilHeld();
+    }
+    const std::lock_guard lock(mutex_);
+    isRunning_ = true;
+}
+
+void Ending::runEnded() {
+    const std::lock_guard lock(mutex_);
+    isRunning_ = false;
+    if (isRequested_) {
+        end();
+    }
+}
+
+bool Ending::isRunning() {
+    const std::lock_guard lock(mutex_);
+    return isRunning_;
+}
+
+bool Ending::loopEnded(cli::ExitStatus status) {
+    const std::lock_guard lock(mutex_);
+    status_ = status;
+    return isRequested_;
+}
+
+void Ending::end() {
+    auto* application = platform::installedService<platform::Application>();
+    if (application == nullptr || status_) {
+        std::_Exit(static_cast<int>(status_.value_or(cli::ExitStatus::cancelled)));
+    }
+    application->performOnMainThread([application] { application->terminate(); },
+                                     platform::Wait::no);
+}
+
+} // namespace start

@@ -1,0 +1,77 @@
+#include "app/start/WindowPutBack.h"
+
+#include "app/start/Outlets.h"
+#include "platform/Application.h"
+#include "platform/Inhibitors.h"
+#include "platform/Services.h"
+#include "platform/foundation/Exception.h"
+#include "platform/foundation/Path.h"
+#include "platform/foundation/Thread.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace start {
+
+namespace {
+
+constexpr const char* putBackReason = "Putting Kelvane back in its place";
+
+/// Returns the runs to put back; none if their records are not usable.
+std::vector<records::RunRecord> lastUninstall(const records::RunRecords& runs) {
+    try {
+        return runs.lastUninstall();
+    } catch (const platform::Exception&) {
+        return {};
+    }
+}
+
+} // namespace
+
+WindowPutBack::WindowPutBack(platform::Interface& interface, Recording& recording, Ending& ending)
+    : mainWindow_(interface.window(mainWindowOutlet)),
+      window_(interface.window(putBackWindowOutlet)),
+      bar_(interface.progressIndicator(putBackBarOutlet)),
+      item_(interface.label(putBackItemOutlet)), recording_(recording), ending_(ending),
+      runs_(lastUninstall(recording.runs)) {
+}
+
+bool WindowPutBack::isPossible() const {
+    return std::ranges::any_of(records::PutBack::preview(runs_), [](const auto& item) {
+        return item.outcome == records::Back::waiting;
+    });
+}
+
+void WindowPutBack::begin() {
+    platform::detachNewThread([this] { putBack(); });
+    hasBegun_ = true;
+    bar_.setUsesThreadedAnimation(true);
+    bar_.startAnimation();
+    window_.makeKeyAndOrderFront();
+    mainWindow_.orderOut();
+}
+
+void WindowPutBack::putBack() {
+    ending_.runBegins();
+    {
+        const auto inhibition =
+            platform::service<platform::Inhibitors>().inhibitShutdown(uninstaller, putBackReason);
+        items_ =
+            cli::undone(records::PutBack(recording_.runs, recording_.jobs, *this).perform(runs_));
+    }
+    ending_.runEnded();
+    platform::service<platform::Application>().performOnMainThread(
+        [this] {
+            window_.orderOut();
+            platform::service<platform::Application>().terminate();
+        },
+        platform::Wait::untilDone);
+}
+
+void WindowPutBack::itemBegan(const std::string& path) {
+    auto text = platform::path::lastComponent(path) + ", " + std::to_string(++number_);
+    platform::service<platform::Application>().performOnMainThread(
+        [this, text = std::move(text)] { item_.setText(text); }, platform::Wait::no);
+}
+
+} // namespace start
