@@ -29,6 +29,14 @@ inline constexpr WorkspaceStatus kLSApplicationNotFoundErr = -10814;
 /// The application does not declare an identifier.
 inline constexpr WorkspaceStatus kLSDataErr = -10817;
 
+/// An item in the Trash.
+struct ItemInTrash {
+    std::string place; ///< Its path there.
+    std::string path;  ///< The path that it had, empty if the Trash has no record of that.
+
+    bool operator==(const ItemInTrash&) const = default;
+};
+
 /// The desktop's view of the machine: its applications, its volumes, its labels and its Trash.
 /// Any thread may call every member.
 class Workspace {
@@ -75,10 +83,24 @@ public:
     /// instead. EBUSY means that a volume is mounted on the item or inside it, so that no other
     /// means may move it either: emptying the Trash would delete what is on that volume.
     ///
-    /// A power cut leaves the item in its place or in the Trash with the record of where it came
-    /// from, never without it; which of the two is certain only after makeTrashDurable().
-    virtual Result<void> recycle(const std::string& directory, const std::string& trash,
-                                 const std::string& name) = 0;
+    /// Returns the absolute path of the item in the Trash: that of the directory which really holds
+    /// it, links resolved, so for an item of another volume it is on that volume. It is empty if
+    /// the path is too long for the system.
+    ///
+    /// A power cut leaves the item in its place or in the Trash with the whole record of where it
+    /// came from, never without it or with a part of it; which of the two is certain only after
+    /// makeTrashDurable(). That holds on volumes that keep the order of changes to directories, as
+    /// journaling ones do; on others, such as FAT, the item may be in the Trash without the record.
+    virtual Result<std::string> recycle(const std::string& directory, const std::string& trash,
+                                        const std::string& name) = 0;
+
+    /// Announces items that recycle() is about to be asked for, each under the path that
+    /// `directory` and `name` have then, so that their records are written and made durable
+    /// together: much faster than one by one. It changes no result, and nothing else of the items.
+    /// Items that do not exist or are too many are ignored, and so are failures. Records that
+    /// recycle() has not used by the next makeTrashDurable() are deleted then.
+    virtual void prepareToRecycle(const std::string& trash,
+                                  const std::vector<std::string>& paths) = 0;
 
     /// Creates the Trash directory as the user knows it, as recycle() does, if it does not exist,
     /// for callers that move items there by other means. It is the user's own, closed to others.
@@ -93,8 +115,21 @@ public:
     virtual std::function<void()> moveTrashed(const std::string& path,
                                               const std::string& place) = 0;
 
+    /// Returns the items in the user's Trash on every volume, in no order. `trash` is the Trash
+    /// directory as the user knows it.
+    virtual std::vector<ItemInTrash> itemsInTrash(const std::string& trash) = 0;
+
+    /// Moves the item at `place` in the Trash to `path`, and deletes the record of where it came
+    /// from. An existing item at `path` is never replaced: that is an error. On failure the item
+    /// stays whole in the Trash.
+    virtual Result<void> putBack(const std::string& place, const std::string& path) = 0;
+
+    /// Deletes the record of the item that was at `place` in the Trash and that other means have
+    /// moved or deleted. Does nothing if it is still there.
+    virtual void forgetTrashed(const std::string& place) = 0;
+
     /// Makes what recycle() has moved since the last call durable, with one sync for each volume,
-    /// for the end of a batch.
+    /// for the end of a batch, and deletes the records that prepareToRecycle() made in vain.
     virtual void makeTrashDurable() = 0;
 };
 

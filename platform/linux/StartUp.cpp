@@ -17,6 +17,7 @@
 #include "platform/linux/process/ProcessLauncher.h"
 #include "platform/linux/system/Clock.h"
 #include "platform/linux/system/Console.h"
+#include "platform/linux/system/Inhibitors.h"
 #include "platform/linux/system/Preferences.h"
 #include "platform/linux/system/SearchPaths.h"
 #include "platform/linux/system/SystemInformation.h"
@@ -63,6 +64,7 @@ struct LinuxServices {
     native::ProcessLauncher processLauncher;
     native::Workspace workspace{userAccount, searchPaths, propertyLists};
     native::AuthorizationServices authorizationServices;
+    native::Inhibitors inhibitors;
 
     void install() {
         platform::install<Console>(console);
@@ -81,6 +83,7 @@ struct LinuxServices {
         platform::install<ProcessLauncher>(processLauncher);
         platform::install<Workspace>(workspace);
         platform::install<AuthorizationServices>(authorizationServices);
+        platform::install<Inhibitors>(inhibitors);
     }
 };
 

@@ -176,7 +176,9 @@ TEST_F(PlanWalk, TellsAnItemsOwnResult) {
     EXPECT_EQ(closed.outcome, TrashOutcome::failed);
     EXPECT_EQ(closed.error->localizedDescription, "It is closed.");
     EXPECT_EQ(closed.right, platform::errAuthorizationCanceled);
+    EXPECT_EQ(closed.place, "");
     EXPECT_EQ(observer.results.at("/x/b").outcome, TrashOutcome::moved);
+    EXPECT_EQ(observer.results.at("/x/b").place, "/home/someone/.Trash/b");
     EXPECT_EQ(observer.results.at("/x/c").outcome, TrashOutcome::absent);
 }
 

@@ -221,11 +221,18 @@ platform::Result<void> RecordingWorkspace::setLabelNumber(const std::string& pat
     return {};
 }
 
-platform::Result<void> RecordingWorkspace::recycle(const std::string& directory,
-                                                   const std::string& trash,
-                                                   const std::string& name) {
+platform::Result<std::string> RecordingWorkspace::recycle(const std::string& directory,
+                                                          const std::string& trash,
+                                                          const std::string& name) {
     recycled.push_back({directory, trash, name});
-    return failureIn(errors, directory + "/" + name);
+    const auto failure = failureIn(errors, directory + "/" + name);
+    return failure ? platform::Result<std::string>(trash + "/" + name)
+                   : platform::Unexpected(failure.error());
+}
+
+void RecordingWorkspace::prepareToRecycle(const std::string& /*trash*/,
+                                          const std::vector<std::string>& paths) {
+    prepared.push_back(paths);
 }
 
 void RecordingWorkspace::makeTrash(const std::string& trash) {
@@ -236,6 +243,20 @@ std::function<void()> RecordingWorkspace::moveTrashed(const std::string& path,
                                                       const std::string& place) {
     expected.push_back({path, place});
     return [this, place] { ended.push_back(place); };
+}
+
+std::vector<platform::ItemInTrash> RecordingWorkspace::itemsInTrash(const std::string& /*trash*/) {
+    return inTrash;
+}
+
+platform::Result<void> RecordingWorkspace::putBack(const std::string& place,
+                                                   const std::string& path) {
+    putBacks.push_back({place, path});
+    return failureIn(errors, place);
+}
+
+void RecordingWorkspace::forgetTrashed(const std::string& place) {
+    forgotten.push_back(place);
 }
 
 void RecordingWorkspace::makeTrashDurable() {

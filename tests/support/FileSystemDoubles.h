@@ -88,8 +88,16 @@ public:
     /// the places of those whose move has ended.
     std::vector<std::vector<std::string>> expected;
     std::vector<std::string> ended;
+    /// What was announced before it was recycled, a call's paths together.
+    std::vector<std::vector<std::string>> prepared;
     /// How often what was recycled has been made durable.
     int timesDurable = 0;
+    /// What is in the Trash.
+    std::vector<platform::ItemInTrash> inTrash;
+    /// Every item that was put back, as its place in the Trash and its path, and the places whose
+    /// record was deleted.
+    std::vector<std::vector<std::string>> putBacks;
+    std::vector<std::string> forgotten;
     std::set<std::string> packages;
     /// The failure of recycling an item, named by its path.
     std::map<std::string, platform::Error> errors;
@@ -112,9 +120,15 @@ public:
     std::vector<std::string> mountedLocalVolumePaths() override;
     std::optional<int> labelNumber(const std::string& path) override;
     platform::Result<void> setLabelNumber(const std::string& path, int number) override;
-    platform::Result<void> recycle(const std::string& directory, const std::string& trash,
-                                   const std::string& name) override;
+    /// Returns the name in the Trash.
+    platform::Result<std::string> recycle(const std::string& directory, const std::string& trash,
+                                          const std::string& name) override;
+    /// Records the calls.
+    void prepareToRecycle(const std::string& trash, const std::vector<std::string>& paths) override;
     void makeTrash(const std::string& trash) override;
     std::function<void()> moveTrashed(const std::string& path, const std::string& place) override;
+    std::vector<platform::ItemInTrash> itemsInTrash(const std::string& trash) override;
+    platform::Result<void> putBack(const std::string& place, const std::string& path) override;
+    void forgetTrashed(const std::string& place) override;
     void makeTrashDurable() override;
 };

@@ -4,5 +4,6 @@
 
 #include <string>
 
-/// Moves an item into the user's Trash as the current user.
-platform::Result<void> recycle(const std::string& path);
+/// Moves an item into the user's Trash as the current user, and returns its path there: see
+/// platform::Workspace::recycle().
+platform::Result<std::string> recycle(const std::string& path);

@@ -13,7 +13,9 @@
 #include "util/paths/QFLocalPaths.h"
 
 #include <cerrno>
+#include <functional>
 #include <string_view>
+#include <unordered_set>
 #include <utility>
 
 namespace path = platform::path;
@@ -28,14 +30,45 @@ void makeTrashDurable() {
     platform::service<platform::Workspace>().makeTrashDurable();
 }
 
+/// Announces the items of a walk to the desktop before they are trashed, those of a directory in
+/// batches.
+class Announcements {
+public:
+    using Matches = std::function<bool(const platform::DirectoryEntry&)>;
+
+    explicit Announcements(Matches matches) : matches_(std::move(matches)) {}
+
+    /// Announces the item that the walk has reached, unless that is done, and a batch of those
+    /// after it.
+    void reached(const DirectoryWalk& walk) {
+        if (announced_.erase(walk.path()) > 0) {
+            return;
+        }
+        const auto paths = walk.pathsFromHere(batchSize, matches_);
+        platform::service<platform::Workspace>().prepareToRecycle(QFLocalPaths::trashDirectory(),
+                                                                  paths);
+        announced_.insert(paths.begin() + 1, paths.end());
+    }
+
+private:
+    static constexpr std::size_t batchSize = 100;
+
+    Matches matches_;
+    std::unordered_set<std::string> announced_;
+};
+
 /// Trashes every item below a directory whose name matches, except directories, and returns the
 /// items' paths.
 template <class Matches>
 std::vector<std::string> trashFilesBelow(const std::string& directory, Matches matches) {
     std::vector<std::string> trashed;
+    Announcements announcements([&](const platform::DirectoryEntry& entry) {
+        return entry.kind != platform::ItemKind::directory && matches(entry.name);
+    });
     DirectoryWalk walk(directory);
     while (walk.next()) {
         if (walk.descend() == Descent::notADirectory && matches(walk.entry().name)) {
+            announcements.reached(walk);
             QFFileManager::trashFile(walk.path());
             trashed.push_back(walk.path());
         }
@@ -52,7 +85,7 @@ bool countsForNothing(std::string_view name) {
 
 } // namespace
 
-platform::Result<void> recycle(const std::string& path) {
+platform::Result<std::string> recycle(const std::string& path) {
     return platform::service<platform::Workspace>().recycle(path::deletingLastComponent(path),
                                                             QFLocalPaths::trashDirectory(),
                                                             path::lastComponent(path));
@@ -73,13 +106,14 @@ TrashResult QFFileManager::trashFileWithResult(const std::string& path, ShouldAu
     }
     auto recycled = recycle(path);
     if (recycled) {
-        return {.outcome = TrashOutcome::moved};
+        return {.outcome = TrashOutcome::moved, .place = *std::move(recycled)};
     }
     if (shouldAuth == ShouldAuth::no || recycled.error().code == EBUSY) {
         return {.outcome = TrashOutcome::failed, .error = std::move(recycled).error()};
     }
     auto tool = QFAuthorization::sharedController().startTrashing(path);
     return {.outcome = tool.status == 0 ? TrashOutcome::handedOver : TrashOutcome::failed,
+            .place = std::move(tool.destination),
             .error = std::move(recycled).error(),
             .right = tool.right,
             .waitUntilDone = std::move(tool.waitUntilExit)};
@@ -95,8 +129,10 @@ bool QFFileManager::trashDirectoryContents(const std::string& path) {
 
 bool QFFileManager::trashDirectoryContents(const std::string& path, ShouldAuth shouldAuth) {
     bool succeeded = true;
+    Announcements announcements([](const auto&) { return true; });
     DirectoryWalk walk(path);
     while (walk.next()) {
+        announcements.reached(walk);
         const bool trashed = trashFile(walk.path(), shouldAuth);
         succeeded = succeeded && trashed;
     }

@@ -39,12 +39,12 @@ std::string numberedName(const std::string& name, int count) {
     return cutTo(path::deletingExtension(name), NAME_MAX - suffix.size()) + suffix;
 }
 
-SystemResult<void> moveToUniqueName(const EntryRef& source, int destination) {
+SystemResult<std::string> moveToUniqueName(const EntryRef& source, int destination) {
     std::string candidate = source.name;
     for (int count = 2; count <= mostNamesakes; ++count) {
         const auto moved = moveItem(source, {destination, candidate});
         if (moved) {
-            return {};
+            return candidate;
         }
         if (!moved.error().number.is(EEXIST)) {
             return Unexpected(moved.error().number);

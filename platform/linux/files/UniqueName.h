@@ -17,7 +17,7 @@ std::string numberedName(const std::string& name, int count);
 
 /// Moves an entry into the open directory `destination`, under its own name or the first numbered
 /// one that is free there, even to another volume, as moveItem() does. Nothing is ever replaced,
-/// and a link is moved itself.
-SystemResult<void> moveToUniqueName(const EntryRef& source, int destination);
+/// and a link is moved itself. Returns the name.
+SystemResult<std::string> moveToUniqueName(const EntryRef& source, int destination);
 
 } // namespace platform::native

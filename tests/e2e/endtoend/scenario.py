@@ -67,6 +67,8 @@ class Options:
     right: Right
     # Cancel is pressed where otherwise the uninstall would begin.
     cancels: bool = False
+    # The display goes away in the middle of the run.
+    display_goes: bool = False
 
     @property
     def build(self) -> str:
@@ -120,8 +122,9 @@ class Scenario:
         print_report(report, self._account.home)
         if self._held:
             self._problems.append("the progress window was not seen")
-        if not self._is_complete:
-            self._problems.append(f"the alert {COMPLETE!r} was not seen")
+        if self._is_complete == self._options.display_goes:
+            seen = "seen" if self._is_complete else "not seen"
+            self._problems.append(f"the alert {COMPLETE!r} was {seen}")
         for problem in self._problems:
             print(f"Not as it should be: {problem}")
         if self._is_complete:
@@ -342,6 +345,8 @@ class Scenario:
             self._meet_left(screen, window)
         elif self._held:
             self._keep("progress", screen.drawn_picture(window))
+            if self._options.display_goes:
+                self._session.end_private_display()
             self._held.release()
             self._held = None
         elif is_drawn(picture := screen.picture(window)):

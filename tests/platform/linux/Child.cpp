@@ -38,7 +38,8 @@ using Arguments = std::vector<std::string>;
 
 int perform(const Arguments& arguments);
 
-int report(const platform::Result<void>& result) {
+template <class T>
+int report(const platform::Result<T>& result) {
     if (result) {
         std::cout << "ok\n";
     } else {
@@ -60,7 +61,7 @@ struct Desktop {
 /// Trashes the items with the names after the first two arguments, and stops at a failure.
 int recycle(const Arguments& arguments) {
     Desktop desktop;
-    platform::Result<void> recycled;
+    platform::Result<std::string> recycled{std::string()};
     for (std::size_t i = 2; i < arguments.size() && recycled; ++i) {
         recycled = desktop.workspace.recycle(arguments.at(0), arguments.at(1), arguments.at(i));
     }
@@ -68,10 +69,38 @@ int recycle(const Arguments& arguments) {
     return report(recycled);
 }
 
+/// Announces the items with the names after the first two arguments, runs the shell command that
+/// the environment has, and then trashes all as recycle() does.
+int recycleAnnounced(const Arguments& arguments) {
+    Desktop desktop;
+    std::vector<std::string> paths;
+    for (std::size_t i = 2; i < arguments.size(); ++i) {
+        paths.push_back(arguments.at(0) + "/" + arguments.at(i));
+    }
+    desktop.workspace.prepareToRecycle(arguments.at(1), paths);
+    if (const char* command = std::getenv("QF_MEANWHILE")) {
+        std::system(command); // NOLINT(concurrency-mt-unsafe): the only thread
+    }
+    platform::Result<std::string> recycled{std::string()};
+    for (std::size_t i = 2; i < arguments.size() && recycled; ++i) {
+        recycled = desktop.workspace.recycle(arguments.at(0), arguments.at(1), arguments.at(i));
+    }
+    desktop.workspace.makeTrashDurable();
+    return report(recycled);
+}
+
+/// Trashes one item, and prints its path in the Trash.
+int placeInTrash(const Arguments& arguments) {
+    Desktop desktop;
+    const auto place = desktop.workspace.recycle(arguments.at(0), arguments.at(1), arguments.at(2));
+    std::cout << place.value_or("") << '\n';
+    return place ? 0 : 1;
+}
+
 /// Trashes an item of one name, which it makes each time, as often as the third argument says.
 int recycleNamesakes(const Arguments& arguments) {
     Desktop desktop;
-    platform::Result<void> recycled;
+    platform::Result<std::string> recycled{std::string()};
     const auto item = arguments.at(0) + "/namesake";
     for (int count = std::stoi(arguments.at(2)); count > 0 && recycled; --count) {
         ::close(::open(item.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
@@ -101,6 +130,26 @@ int moveTrashed(const Arguments& arguments) {
         return errno;
     }
     end();
+    return 0;
+}
+
+/// Prints the items in a Trash, each with its place and its former path.
+int listTrash(const Arguments& arguments) {
+    Desktop desktop;
+    for (const auto& [place, path] : desktop.workspace.itemsInTrash(arguments.at(0))) {
+        std::cout << place << " from " << path << '\n';
+    }
+    return 0;
+}
+
+int putBack(const Arguments& arguments) {
+    Desktop desktop;
+    return report(desktop.workspace.putBack(arguments.at(0), arguments.at(1)));
+}
+
+int forgetTrashed(const Arguments& arguments) {
+    Desktop desktop;
+    desktop.workspace.forgetTrashed(arguments.at(0));
     return 0;
 }
 
@@ -169,6 +218,11 @@ int account(const Arguments& /*arguments*/) {
     return 0;
 }
 
+int state(const Arguments& /*arguments*/) {
+    std::cout << platform::native::UserAccount().stateDirectory() << '\n';
+    return 0;
+}
+
 int environment(const Arguments& /*arguments*/) {
     platform::installServices();
     const auto value = [](const char* name) {
@@ -227,7 +281,12 @@ int withoutWriting(const Arguments& arguments) {
 
 const std::map<std::string, std::function<int(const Arguments&)>> commands{
     {"recycle", recycle},
+    {"list-trash", listTrash},
+    {"put-back", putBack},
+    {"forget-trashed", forgetTrashed},
     {"make-trash", makeTrash},
+    {"recycle-announced", recycleAnnounced},
+    {"place-in-trash", placeInTrash},
     {"recycle-namesakes", recycleNamesakes},
     {"recycle-around", recycleAround},
     {"move-trashed", moveTrashed},
@@ -235,6 +294,7 @@ const std::map<std::string, std::function<int(const Arguments&)>> commands{
     {"unlock", unlock},
     {"lock", lock},
     {"account", account},
+    {"state", state},
     {"environment", environment},
     {"installation-folder", installationDirectory},
     {"closed-streams", closedStreams},

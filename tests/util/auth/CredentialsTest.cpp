@@ -75,6 +75,9 @@ void* operator new(std::size_t size) {
     void* const memory = std::malloc(size);
     return memory != nullptr ? memory : throw std::bad_alloc();
 }
+void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
+    return std::malloc(size);
+}
 void operator delete(void* memory) noexcept {
     lookAt(memory);
     std::free(memory);

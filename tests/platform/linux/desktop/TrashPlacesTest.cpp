@@ -51,6 +51,12 @@ TEST_F(TrashPlacesTest, TakesAnItemToTheTrashOfItsVolume) {
     EXPECT_EQ(namesIn(home_ / ".local/share/Trash/files"), std::vector<std::string>());
 }
 
+TEST_F(TrashPlacesTest, TellsWhereTheItemIs) {
+    EXPECT_EQ(onVolume("mkdir items; echo >items/a; " + std::string(QF_CHILD) +
+                       " place-in-trash \"$PWD/items\" \"" + (home_ / ".Trash") + "\" a"),
+              volume_ + "/" + trash_ + "/files/a\n");
+}
+
 TEST_F(TrashPlacesTest, ReplacesNoItemThatHasNoTrashinfoThere) {
     EXPECT_EQ(onVolume("mkdir -p items " + trash_ + "/files; echo theirs >" + trash_ +
                        "/files/a.txt; echo mine >items/a.txt; RECYCLE a.txt; cd " + trash_ +

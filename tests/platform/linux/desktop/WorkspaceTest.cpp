@@ -87,7 +87,7 @@ TEST_F(WorkspaceTest, TrashesWithoutAWordInTheSystemLog) {
     home_.write("items/a.txt", "content");
     home_.makeDirectory(".Trash");
 
-    EXPECT_TRUE(workspace_.recycle(home_ / "items", home_ / ".Trash", "a.txt"));
+    ASSERT_TRUE(workspace_.recycle(home_ / "items", home_ / ".Trash", "a.txt"));
 
     EXPECT_EQ(contentOf(home_ / ".Trash/a.txt"), "content");
     EXPECT_TRUE(console_.systemLogLines().empty());

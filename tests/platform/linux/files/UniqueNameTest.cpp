@@ -37,7 +37,9 @@ TEST(MoveToFreeName, ReplacesNothing) {
     const FileDescriptor source(::open((directory / "from").c_str(), O_PATH));
     const FileDescriptor destination(::open((directory / "to").c_str(), O_PATH));
 
-    EXPECT_TRUE(moveToUniqueName({source.get(), "a.txt"}, destination.get()));
+    const auto name = moveToUniqueName({source.get(), "a.txt"}, destination.get());
+
+    EXPECT_EQ(name.value(), "a 3.txt");
 
     EXPECT_EQ(contentOf(directory / "to/a.txt"), "first");
     EXPECT_EQ(contentOf(directory / "to/a 2.txt"), "second");
