@@ -407,25 +407,29 @@ TEST_F(HelperPlan, HasNothingElseRemoved) {
     EXPECT_TRUE(exists(job()));
 }
 
-TEST_F(HelperPlan, HasItsItemsDeletedFromTheUsersTrash) {
-    for (const auto& name : {"item.plist"s, "item_20260102030405.plist"s, "item.2.plist"s}) {
-        const std::string item = makeDirectory(trash() + "/" + name);
-        makeFile(item + "/inside");
-        EXPECT_EQ(run("/bin/rm", {"-Rdf", item}), Status::started) << name;
-        EXPECT_FALSE(exists(item)) << name;
-    }
+class HelperPlanTrashed : public HelperPlan, public testing::WithParamInterface<const char*> {};
+
+TEST_P(HelperPlanTrashed, HasItsItemsDeletedFromTheUsersTrash) {
+    const std::string item = makeDirectory(trash() + "/" + GetParam());
+    makeFile(item + "/inside");
+    EXPECT_EQ(run("/bin/rm", {"-Rdf", item}), Status::started);
+    EXPECT_FALSE(exists(item));
 }
+
+INSTANTIATE_TEST_SUITE_P(, HelperPlanTrashed,
+                         testing::Values("item.plist", "item_20260102030405.plist",
+                                         "item.2.plist"));
 
 TEST_F(HelperPlan, HasNothingElseDeletedFromTheTrash) {
     const std::string other = makeFile(trash() + "/letter.txt");
     const std::string inside = makeFile(makeDirectory(trash() + "/folder") + "/item.plist");
-    const std::string job = makeFile(HelperPlan::job(), servedUser);
+    const std::string jobFile = makeFile(job(), servedUser);
     const std::string item = makeDirectory(trash() + "/item.plist");
     EXPECT_EQ(run("/bin/rm", {"-Rdf", other}), Status::notPlanned);
     EXPECT_EQ(run("/bin/rm", {"-Rdf", inside}), Status::notPlanned);
     EXPECT_EQ(run("/bin/rm", {"-Rdf", item, other}), Status::notPlanned);
-    EXPECT_EQ(run("/bin/rm", {"-Rdf", job, item}), Status::notPlanned);
-    for (const auto& path : {other, inside, job, item}) {
+    EXPECT_EQ(run("/bin/rm", {"-Rdf", jobFile, item}), Status::notPlanned);
+    for (const auto& path : {other, inside, jobFile, item}) {
         EXPECT_TRUE(exists(path)) << path;
     }
 }
