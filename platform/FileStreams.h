@@ -34,16 +34,16 @@ public:
     /// Returns the position: the bytes from the start at which the next read or write begins.
     virtual std::uint64_t position() const = 0;
 
-    /// Removes all content. Returns false on failure. Does nothing to what has none to remove, such
-    /// as a pipe or a device. The position does not change.
-    virtual bool makeEmpty() = 0;
+    /// Removes all content. Does nothing to what has none to remove, such as a pipe or a device.
+    /// The position does not change.
+    virtual Result<void, SystemError> makeEmpty() = 0;
 
     /// Begins to write to the medium what the system holds in memory of the file, without waiting.
     virtual void beginSync() = 0;
 
-    /// Waits until everything that was written is on the medium. Returns false if any of it may not
-    /// be there. Succeeds for what has no medium, such as a pipe.
-    virtual bool sync() = 0;
+    /// Waits until everything that was written is on the medium. Fails if any of it may not be
+    /// there. Succeeds for what has no medium, such as a pipe.
+    virtual Result<void, SystemError> sync() = 0;
 
     /// Asks the system to forget what it holds in memory of the file, so that the medium is read
     /// next. Has an effect only on what sync() has written.

@@ -23,8 +23,8 @@ public:
     /// that could be taken for a line.
     bool append(std::string_view line);
 
-    /// Waits until all lines are on the disk. Returns whether they are.
-    bool sync() { return stream_->sync(); }
+    /// Waits until all lines are on the disk.
+    platform::Result<void, platform::SystemError> sync() { return stream_->sync(); }
 
 private:
     std::unique_ptr<platform::FileStream> stream_;

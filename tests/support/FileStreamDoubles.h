@@ -5,6 +5,7 @@
 #include "platform/foundation/Exception.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 #include <functional>
 #include <limits>
@@ -147,16 +148,20 @@ private:
         }
 
         std::uint64_t position() const override { return position_; }
-        bool makeEmpty() override {
-            if (file_.empties) {
-                file_.content.clear();
+        platform::Result<void, platform::SystemError> makeEmpty() override {
+            if (!file_.empties) {
+                return platform::Unexpected(platform::SystemError{EIO});
             }
-            return file_.empties;
+            file_.content.clear();
+            return {};
         }
         void beginSync() override {}
-        bool sync() override {
+        platform::Result<void, platform::SystemError> sync() override {
             owner_.events.push_back("sync " + path_);
-            return file_.syncs;
+            if (!file_.syncs) {
+                return platform::Unexpected(platform::SystemError{EIO});
+            }
+            return {};
         }
         void dropCache() override {
             if (file_.keepOnMedium) {

@@ -276,7 +276,7 @@ private:
             destination.file->beginSync();
         }
         for (auto& destination : destinations_) {
-            destination.isSynced = destination.file->sync();
+            destination.isSynced = destination.file->sync().ok();
             if (!destination.isSynced) {
                 destination.fail(FileCopyOutcome::notSynced);
             } else if (fromMedium_ == FromMedium::yes) {

@@ -21,6 +21,13 @@ namespace {
 
 constexpr std::uint64_t unknownSize = 0;
 
+Result<void, SystemError> forCaller(const SystemResult<void>& result) {
+    if (!result) {
+        return Unexpected(SystemError{result.error().number()});
+    }
+    return {};
+}
+
 class Stream : public FileStream {
 public:
     Stream(FileDescriptor descriptor, const FileId& identity, std::uint64_t expectedSize)
@@ -59,8 +66,10 @@ public:
     }
 
     Result<void, SystemError> seek(std::uint64_t position) override {
-        if (::lseek(descriptor_.get(), static_cast<off_t>(position), SEEK_SET) < 0) {
-            return Unexpected(SystemError{errno});
+        const auto moved =
+            checked(::lseek(descriptor_.get(), static_cast<off_t>(position), SEEK_SET));
+        if (!moved) {
+            return forCaller(moved);
         }
         position_ = position;
         isAtEnd_ = false;
@@ -70,21 +79,28 @@ public:
     std::uint64_t position() const override { return position_; }
 
     /// Only regular files can be truncated, and an empty one need not be.
-    bool makeEmpty() override {
+    Result<void, SystemError> makeEmpty() override {
         struct stat status {};
-        return ::fstat(descriptor_.get(), &status) == 0 &&
-               (!S_ISREG(status.st_mode) || status.st_size == 0 ||
-                ::ftruncate(descriptor_.get(), 0) == 0);
+        if (const auto found = checked(::fstat(descriptor_.get(), &status)); !found) {
+            return forCaller(found);
+        }
+        if (!S_ISREG(status.st_mode) || status.st_size == 0) {
+            return {};
+        }
+        return forCaller(checked(::ftruncate(descriptor_.get(), 0)));
     }
 
     void beginSync() override {
         static_cast<void>(::sync_file_range(descriptor_.get(), 0, 0, SYNC_FILE_RANGE_WRITE));
     }
 
-    bool sync() override {
+    Result<void, SystemError> sync() override {
         const auto synced =
             checked(retryOnEintr([this] { return ::fdatasync(descriptor_.get()); }));
-        return synced || failedWith(synced, EINVAL); // which says that there is no medium
+        if (failedWith(synced, EINVAL)) { // there is no medium
+            return {};
+        }
+        return forCaller(synced);
     }
 
     void dropCache() override {

@@ -53,9 +53,11 @@ public:
         return stream_->seek(position);
     }
     std::uint64_t position() const override { return stream_->position(); }
-    bool makeEmpty() override { return stream_->makeEmpty(); }
+    platform::Result<void, platform::SystemError> makeEmpty() override {
+        return stream_->makeEmpty();
+    }
     void beginSync() override { stream_->beginSync(); }
-    bool sync() override {
+    platform::Result<void, platform::SystemError> sync() override {
         notes_.events.emplace_back("sync");
         return stream_->sync();
     }

@@ -23,9 +23,9 @@ public:
         ::prctl(PR_SET_PTRACER, PR_SET_PTRACER_ANY);
         process_ = ::fork();
         if (process_ == 0) {
-            const char result =
-                ::ptrace(PTRACE_SEIZE, ::getppid(), nullptr, nullptr) == 0 ? 'y' : 'n';
-            ::_exit(::write(tell.get(), &result, 1) == 1 ? ::pause() : 1);
+            const pid_t traced = ::getppid();
+            const char result = ::ptrace(PTRACE_SEIZE, traced, nullptr, nullptr) == 0 ? 'y' : 'n';
+            ::_exit(::write(tell.get(), &result, 1) == 1 ? passSignalsOn(traced) : 1);
         }
         tell.reset();
         char result = 0;
@@ -44,6 +44,17 @@ public:
     pid_t process() const { return process_; }
 
 private:
+    /// Lets the traced process go on, which stops for every signal: one of its own children may
+    /// end.
+    static int passSignalsOn(pid_t traced) {
+        constexpr int event = 16;
+        for (int status = 0; ::waitpid(traced, &status, __WALL) == traced && WIFSTOPPED(status);) {
+            const int signal = status >> event == 0 ? WSTOPSIG(status) : 0;
+            ::ptrace(PTRACE_CONT, traced, nullptr, signal);
+        }
+        return ::pause();
+    }
+
     pid_t process_ = -1;
     bool isAttached_ = false;
 };

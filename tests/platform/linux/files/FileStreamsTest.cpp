@@ -128,6 +128,12 @@ TEST(FileStreams, WhatHasNoMediumNeedsNoWritingThrough) {
     EXPECT_TRUE(stream->sync());
 }
 
+TEST(FileStreams, TellsWhyAFileCannotBeEmptied) {
+    const TemporaryDirectory directory;
+    const auto stream = streams.openForReading(directory.write("file", "content"));
+    EXPECT_EQ(stream->makeEmpty().error(), platform::SystemError{EINVAL}); // not open for writing
+}
+
 TEST(FileStreams, TheSparedFileIsRefusedByEveryName) {
     const TemporaryDirectory directory;
     const auto file = directory.write("file", "precious");

@@ -1,6 +1,7 @@
 #include "platform/linux/process/ProcessLauncher.h"
 
 #include "platform/foundation/Exception.h"
+#include "platform/linux/posix/FileDescriptor.h"
 #include "platform/linux/process/Environment.h"
 #include "platform/linux/process/RunDescriptors.h"
 #include "platform/support/Process.h"
@@ -609,21 +610,54 @@ TEST_F(Launcher, LaunchesWhileAnotherThreadChangesTheEnvironmentOnItsOwn) {
         [this] { launch("exit 0")->waitUntilExit(); });
 }
 
-TEST(Environment, IsNotChangedWhileSomebodyHoldsItStill) {
-    using platform::native::Environment;
-    std::promise<long> changer;
-    std::future<void> change;
-    {
-        const auto still = Environment::holdStill();
-        change = std::async(std::launch::async, [&changer] {
-            changer.set_value(::gettid());
-            Environment::set("QF_HELD", "changed");
-        });
-        EXPECT_TRUE(sleeps(changer.get_future().get()));
-        EXPECT_EQ(change.wait_for(std::chrono::seconds(0)), std::future_status::timeout);
+/// Keeps whoever opens a file waiting until it is let go.
+class HeldFile {
+public:
+    explicit HeldFile(const std::string& path) : file_(::open(path.c_str(), O_RDONLY | O_CLOEXEC)) {
+        isHeld_ = ::fcntl(file_.get(), F_SETLEASE, F_WRLCK) == 0;
     }
+    ~HeldFile() { std::signal(SIGIO, former_); }
+    HeldFile(const HeldFile&) = delete;
+    HeldFile& operator=(const HeldFile&) = delete;
+    HeldFile(HeldFile&&) = delete;
+    HeldFile& operator=(HeldFile&&) = delete;
+
+    bool isHeld() const { return isHeld_; }
+    void waitUntilOpened() const {
+        while (::fcntl(file_.get(), F_GETLEASE) == F_WRLCK) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+    }
+    void letGo() const { EXPECT_EQ(::fcntl(file_.get(), F_SETLEASE, F_UNLCK), 0); }
+
+private:
+    /// The system tells the holder of each opening.
+    void (*const former_)(int) = std::signal(SIGIO, SIG_IGN);
+    platform::native::FileDescriptor file_;
+    bool isHeld_ = false;
+};
+
+TEST_F(Launcher, HasNobodyChangeTheEnvironmentWhileAProgramBegins) {
+    using platform::native::Environment;
+    const std::string program = directory_ / "program";
+    std::filesystem::copy_file("/bin/true", program);
+    const HeldFile held(program);
+    if (!held.isHeld()) {
+        GTEST_SKIP() << "the volume has no leases";
+    }
+    ProcessDescription description;
+    description.launchPath = program;
+    auto launch = std::async(std::launch::async, [&] { return launcher_.launch(description); });
+    held.waitUntilOpened();
+    std::promise<long> changer;
+    auto change = std::async(std::launch::async, [&changer] {
+        changer.set_value(::gettid());
+        Environment::set("QF_HELD", "changed");
+    });
+    EXPECT_TRUE(sleeps(changer.get_future().get()));
+    held.letGo();
+    launch.get()->waitUntilExit();
     change.get();
-    EXPECT_STREQ(::getenv("QF_HELD"), "changed");
     Environment::remove("QF_HELD");
 }
 

@@ -4,6 +4,7 @@
 #include "platform/linux/authorization/helper/Change.h"
 
 #include "tests/platform/linux/authorization/helper/PlantedItems.h"
+#include "tests/support/NamedCase.h"
 
 #include <sys/stat.h>
 #include <sys/xattr.h>
@@ -12,7 +13,8 @@
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
-#include <utility>
+#include <string>
+#include <vector>
 
 using platform::native::helper::Status;
 
@@ -116,23 +118,36 @@ TEST_F(HelperChange, WritesAFileThatIsGivenToRootAnewWithTheContentThatTheProgra
     EXPECT_EQ(std::distance(fs::directory_iterator(sandbox::rootsDirectory), {}), 2);
 }
 
-TEST_F(HelperChange, TakesAContentForAFileThatIsGivenToRootAndNothingElse) {
-    const std::string file = makeFile(sandbox::rootsDirectory + "/job.plist", servedUser, 0600);
-    const std::string content = contentOf(file);
-    for (const auto& [tool, words] : {std::pair("/bin/chmod", std::vector<std::string>{"644"}),
-                                      std::pair("/bin/chown", std::vector<std::string>{"0:0"}),
-                                      std::pair("/bin/rm", std::vector<std::string>{"-f"}),
-                                      std::pair("/bin/mv", std::vector<std::string>{file}),
-                                      std::pair("/bin/cat", std::vector<std::string>{})}) {
-        auto arguments = words;
-        arguments.push_back(file);
-        EXPECT_EQ(send(tool, arguments, "content"), Status::commandUnknown) << tool;
-    }
+TEST_F(HelperChange, TakesNoContentForADirectory) {
     const std::string directory = makeDirectory(sandbox::rootsDirectory + "/folder", servedUser);
     EXPECT_EQ(giveToRoot(directory, "content"), Status::startFailed);
-    EXPECT_EQ(contentOf(file), content);
     EXPECT_EQ(statusOf(directory).st_uid, servedUser);
 }
+
+struct OtherCommand : NamedCase {
+    const char* tool;
+    std::vector<std::string> words;
+};
+
+class HelperChangeContent : public HelperChange,
+                            public testing::WithParamInterface<OtherCommand> {};
+
+TEST_P(HelperChangeContent, IsForAFileThatIsGivenToRootAndNothingElse) {
+    const std::string file = makeFile(sandbox::rootsDirectory + "/job.plist", servedUser, 0600);
+    const std::string content = contentOf(file);
+    auto arguments = GetParam().words;
+    arguments.push_back(file);
+    EXPECT_EQ(send(GetParam().tool, arguments, "content"), Status::commandUnknown);
+    EXPECT_EQ(contentOf(file), content);
+}
+
+INSTANTIATE_TEST_SUITE_P(, HelperChangeContent,
+                         testing::Values(OtherCommand{{"Mode"}, "/bin/chmod", {"644"}},
+                                         OtherCommand{{"OtherOwner"}, "/bin/chown", {"0:0"}},
+                                         OtherCommand{{"Removal"}, "/bin/rm", {"-f"}},
+                                         OtherCommand{{"Move"}, "/bin/mv", {"/item"}},
+                                         OtherCommand{{"Tool"}, "/bin/cat", {}}),
+                         nameOfCase);
 
 TEST_F(HelperChange, GivesNoRightsOfRootsToAProgramThatIsGivenToRoot) {
     const std::string file = makeFile(sandbox::rootsDirectory + "/program", servedUser, 0755);

@@ -6,6 +6,7 @@
 #include "tests/platform/linux/authorization/helper/Attacker.h"
 #include "tests/platform/linux/authorization/helper/HelperHarness.h"
 #include "tests/platform/linux/authorization/helper/InformationLists.h"
+#include "tests/support/NamedCase.h"
 #include "tests/support/TemporaryDirectory.h"
 
 #include <sys/mount.h>
@@ -14,13 +15,40 @@
 
 #include <filesystem>
 #include <fstream>
+#include <string>
+#include <vector>
 
 using platform::native::helper::Status;
 
 namespace {
 
 namespace fs = std::filesystem;
-using namespace std::string_literals;
+
+const std::string& home() {
+    return sandbox::servedHome;
+}
+std::string trash() {
+    return home() + "/.Trash";
+}
+std::string machine() {
+    return sandbox::rootsDirectory + "/machine";
+}
+std::string job() {
+    return home() + "/Library/LaunchAgents/com.example.job.plist";
+}
+
+struct PathCase : NamedCase {
+    std::string path;
+};
+
+struct ListCase : NamedCase {
+    std::string list;
+};
+
+struct CommandCase : NamedCase {
+    std::string tool;
+    std::vector<std::string> arguments;
+};
 
 } // namespace
 
@@ -37,11 +65,6 @@ protected:
             makeDirectory(machine());
         }
     }
-
-    static const std::string& home() { return sandbox::servedHome; }
-    static std::string trash() { return home() + "/.Trash"; }
-    static std::string machine() { return sandbox::rootsDirectory + "/machine"; }
-    static std::string job() { return home() + "/Library/LaunchAgents/com.example.job.plist"; }
 
     static Status run(const std::string& tool, const std::vector<std::string>& arguments) {
         return TestedHelper({.kind = HelperKind::planned}).run(tool, arguments);
@@ -60,16 +83,31 @@ protected:
     }
 };
 
-TEST_F(HelperPlan, HasItsItemsMovedToTheUsersTrash) {
-    for (const auto& path : {machine() + "/item.plist", machine() + "/Install 2.pkg",
-                             machine() + "/iNSTALL .pkg", home() + "/Library/other.plist", job()}) {
-        const std::string file = makeFile(path);
-        const std::string moved = trash() + "/" + fs::path(path).filename().string();
-        EXPECT_EQ(move(file, moved), Status::started) << path;
-        EXPECT_FALSE(exists(file)) << path;
-        EXPECT_TRUE(exists(moved)) << path;
-    }
+class HelperPlanItem : public HelperPlan, public testing::WithParamInterface<PathCase> {};
+
+TEST_P(HelperPlanItem, HasItsItemsMovedToTheUsersTrash) {
+    const std::string file = makeFile(GetParam().path);
+    const std::string moved = trash() + "/" + fs::path(file).filename().string();
+    EXPECT_EQ(move(file, moved), Status::started);
+    EXPECT_FALSE(exists(file));
+    EXPECT_TRUE(exists(moved));
 }
+
+TEST_P(HelperPlanItem, HasWhatIsRootsPutBackFromTheTrash) {
+    const std::string file = makeFile(trash() + "/file");
+    EXPECT_EQ(move(file, GetParam().path), Status::started);
+    EXPECT_TRUE(exists(GetParam().path));
+    EXPECT_FALSE(exists(file));
+}
+
+INSTANTIATE_TEST_SUITE_P(, HelperPlanItem,
+                         testing::Values(PathCase{{"Item"}, machine() + "/item.plist"},
+                                         PathCase{{"Beginning"}, machine() + "/Install 2.pkg"},
+                                         PathCase{{"BeginningInOtherCase"},
+                                                  machine() + "/iNSTALL .pkg"},
+                                         PathCase{{"InTheHome"}, home() + "/Library/other.plist"},
+                                         PathCase{{"Job"}, job()}),
+                         nameOfCase);
 
 TEST_F(HelperPlan, HasThemMovedWhereTheUsersOwnLinkLeads) {
     fs::remove(trash());
@@ -79,19 +117,29 @@ TEST_F(HelperPlan, HasThemMovedWhereTheUsersOwnLinkLeads) {
     EXPECT_TRUE(exists(home() + "/share/new"));
 }
 
-TEST_F(HelperPlan, HasNothingElseMoved) {
-    for (const auto& path :
-         {machine() + "/item", machine() + "/Install", machine() + "/deep", machine(),
-          sandbox::rootsDirectory + "/item.plist", home() + "/item.plist",
-          home() + "/Library/LaunchAgents/com.example.other.plist"}) {
-        if (!exists(path)) {
-            makeFile(path);
-        }
-        EXPECT_EQ(move(path, trash() + "/moved"), Status::notPlanned) << path;
-        EXPECT_TRUE(exists(path)) << path;
+class HelperPlanStranger : public HelperPlan, public testing::WithParamInterface<PathCase> {};
+
+TEST_P(HelperPlanStranger, HasNothingElseMoved) {
+    const std::string& path = GetParam().path;
+    if (!exists(path)) {
+        makeFile(path);
     }
+    EXPECT_EQ(move(path, trash() + "/moved"), Status::notPlanned);
+    EXPECT_TRUE(exists(path));
     EXPECT_TRUE(fs::is_empty(trash()));
 }
+
+INSTANTIATE_TEST_SUITE_P(
+    , HelperPlanStranger,
+    testing::Values(PathCase{{"WithoutSuffix"}, machine() + "/item"},
+                    PathCase{{"ShorterThanTheBeginning"}, machine() + "/Install"},
+                    PathCase{{"DirectoryOnTheWay"}, machine() + "/deep"},
+                    PathCase{{"DirectoryOfItems"}, machine()},
+                    PathCase{{"InAnotherDirectory"}, sandbox::rootsDirectory + "/item.plist"},
+                    PathCase{{"InTheHomeItself"}, home() + "/item.plist"},
+                    PathCase{{"OtherJob"},
+                             home() + "/Library/LaunchAgents/com.example.other.plist"}),
+    nameOfCase);
 
 TEST_F(HelperPlan, HasNothingMovedToAnotherPlaceThanTheUsersTrash) {
     const std::string item = makeFile(machine() + "/item.plist");
@@ -134,41 +182,63 @@ TEST_F(HelperPlan, TakesNoDirectoryForTheTrashToWhichAnotherCouldHaveLed) {
     EXPECT_TRUE(exists(item));
 }
 
-TEST_F(HelperPlan, HasNoToolStarted) {
-    const std::string item = makeFile(machine() + "/item.plist");
-    for (const char* tool : {"/bin/sh", "/usr/bin/env", "/bin/true"}) {
-        EXPECT_EQ(run(tool, {}), Status::notPlanned) << tool;
-    }
-    EXPECT_EQ(run("/bin/cp", {"-f", "-p", "-R", item, trash()}), Status::notPlanned);
-    EXPECT_EQ(run("/bin/cp", {item, trash()}), Status::notPlanned);
-    EXPECT_EQ(run("/usr/bin/touch", {"-c", item}), Status::notPlanned);
-    EXPECT_EQ(run("/bin/chmod", {"777", item}), Status::notPlanned);
+class HelperPlanTool : public HelperPlan, public testing::WithParamInterface<CommandCase> {};
+
+TEST_P(HelperPlanTool, HasNoToolStarted) {
+    makeFile(machine() + "/item.plist");
     TestedHelper helper({.kind = HelperKind::planned});
-    EXPECT_EQ(helper.run("/bin/sh", {"-c", "true"}), Status::notPlanned);
-    EXPECT_EQ(helper.nextLogLine(),
-              "refused a request of user 12345: the program's plan does not name it: /bin/sh");
+    EXPECT_EQ(helper.run(GetParam().tool, GetParam().arguments), Status::notPlanned);
+    EXPECT_TRUE(helper.nextLogLine().starts_with(
+        "refused a request of user 12345: the program's plan does not name it: "));
 }
+
+INSTANTIATE_TEST_SUITE_P(
+    , HelperPlanTool,
+    testing::Values(CommandCase{{"Shell"}, "/bin/sh", {"-c", "true"}},
+                    CommandCase{{"Env"}, "/usr/bin/env", {}},
+                    CommandCase{{"True"}, "/bin/true", {}},
+                    CommandCase{{"CopyOfTheHelpers"},
+                                "/bin/cp",
+                                {"-f", "-p", "-R", machine() + "/item.plist", trash()}},
+                    CommandCase{
+                        {"CopyOfTheTools"}, "/bin/cp", {machine() + "/item.plist", trash()}},
+                    CommandCase{{"Touch"}, "/usr/bin/touch", {"-c", machine() + "/item.plist"}},
+                    CommandCase{{"Mode"}, "/bin/chmod", {"777", machine() + "/item.plist"}}),
+    nameOfCase);
 
 // ---- Applications ------------------------------------------------------------------------------
 
-TEST_F(HelperPlan, HasAnApplicationMovedFromWhereverItIs) {
-    for (const auto& list : {listWith("com.example.Player"), listWith("COM.example.player"),
-                             binaryListWith("com.example.Player")}) {
-        const std::string path = makeApplication(list);
-        EXPECT_EQ(move(path, trash() + "/Player.app"), Status::started) << list;
-        EXPECT_FALSE(exists(path));
-        fs::remove_all(trash() + "/Player.app");
-    }
+class HelperPlanApplication : public HelperPlan, public testing::WithParamInterface<ListCase> {};
+
+TEST_P(HelperPlanApplication, HasAnApplicationMovedFromWhereverItIs) {
+    const std::string path = makeApplication(GetParam().list);
+    EXPECT_EQ(move(path, trash() + "/Player.app"), Status::started);
+    EXPECT_FALSE(exists(path));
 }
 
-TEST_F(HelperPlan, HasNoOtherApplicationMoved) {
-    for (const auto& list : {listWith("com.example.Other"), listWith("inner"), ""s,
-                             listWith("com.example.Player").substr(0, 150)}) {
-        const std::string path = makeApplication(list);
-        EXPECT_EQ(move(path, trash() + "/Player.app"), Status::notPlanned) << list;
-        fs::remove_all(path);
-    }
+INSTANTIATE_TEST_SUITE_P(, HelperPlanApplication,
+                         testing::Values(ListCase{{"Identifier"}, listWith("com.example.Player")},
+                                         ListCase{{"OtherCase"}, listWith("COM.example.player")},
+                                         ListCase{{"Binary"},
+                                                  binaryListWith("com.example.Player")}),
+                         nameOfCase);
+
+class HelperPlanOtherApplication : public HelperPlan,
+                                   public testing::WithParamInterface<ListCase> {};
+
+TEST_P(HelperPlanOtherApplication, HasNoOtherApplicationMoved) {
+    const std::string path = makeApplication(GetParam().list);
+    EXPECT_EQ(move(path, trash() + "/Player.app"), Status::notPlanned);
+    EXPECT_TRUE(exists(path));
 }
+
+INSTANTIATE_TEST_SUITE_P(
+    , HelperPlanOtherApplication,
+    testing::Values(ListCase{{"OtherIdentifier"}, listWith("com.example.Other")},
+                    ListCase{{"KeyThatIsElsewhere"}, listWith("inner")},
+                    ListCase{{"EmptyList"}, ""},
+                    ListCase{{"CutList"}, listWith("com.example.Player").substr(0, 150)}),
+    nameOfCase);
 
 TEST_F(HelperPlan, TakesNoListThatAnotherHasPutIntoAnApplication) {
     const std::string path = makeApplication(listWith("com.example.Player"));
@@ -205,16 +275,6 @@ TEST_F(HelperPlan, TakesNoDirectoryForAnApplicationBecauseAnotherSaysSo) {
 
 // ---- The way back ------------------------------------------------------------------------------
 
-TEST_F(HelperPlan, HasWhatIsRootsPutBackFromTheTrash) {
-    for (const auto& path : {machine() + "/item.plist", machine() + "/Install 2.pkg",
-                             home() + "/Library/other.plist", job()}) {
-        const std::string file = makeFile(trash() + "/file");
-        EXPECT_EQ(move(file, path), Status::started) << path;
-        EXPECT_TRUE(exists(path)) << path;
-        EXPECT_FALSE(exists(file)) << path;
-    }
-}
-
 TEST_F(HelperPlan, HasNothingOfTheUsersPutWhereAllUsersFindIt) {
     const std::string file = makeFile(trash() + "/file", servedUser);
     const std::string open = makeFile(trash() + "/open", 0, 0664);
@@ -244,22 +304,40 @@ TEST_F(HelperPlan, HasNothingReplacedByWhatIsPutBack) {
     EXPECT_TRUE(fs::is_empty(directory));
 }
 
-TEST_F(HelperPlan, HasNothingPutElsewhereOrFromElsewhere) {
-    const std::string file = makeFile(trash() + "/file");
-    for (const auto& place : {machine() + "/file", sandbox::rootsDirectory + "/file", machine()}) {
-        EXPECT_EQ(move(file, place), Status::notPlanned) << place;
-    }
+TEST_F(HelperPlan, HasNothingPutFromElsewhere) {
     EXPECT_EQ(move(makeFile(home() + "/file"), machine() + "/item.plist"), Status::notPlanned);
 }
+
+class HelperPlanPlace : public HelperPlan, public testing::WithParamInterface<PathCase> {};
+
+TEST_P(HelperPlanPlace, HasNothingPutElsewhere) {
+    EXPECT_EQ(move(makeFile(trash() + "/file"), GetParam().path), Status::notPlanned);
+}
+
+INSTANTIATE_TEST_SUITE_P(, HelperPlanPlace,
+                         testing::Values(PathCase{{"OtherName"}, machine() + "/file"},
+                                         PathCase{{"OtherDirectory"},
+                                                  sandbox::rootsDirectory + "/file"},
+                                         PathCase{{"DirectoryOfItems"}, machine()}),
+                         nameOfCase);
 
 TEST_F(HelperPlan, HasTheDirectoriesOnTheWayBackMade) {
     EXPECT_EQ(run("/bin/mkdir", {"-p", machine() + "/deep/er"}), Status::started);
     EXPECT_TRUE(exists(machine() + "/deep/er"));
-    for (const auto& path : {machine() + "/deep/er/item", machine() + "/de", "/etc"s,
-                             home() + "/Library/LaunchAgents"}) {
-        EXPECT_EQ(run("/bin/mkdir", {"-p", path}), Status::notPlanned) << path;
-    }
 }
+
+class HelperPlanDirectory : public HelperPlan, public testing::WithParamInterface<PathCase> {};
+
+TEST_P(HelperPlanDirectory, HasNoOtherDirectoryMade) {
+    EXPECT_EQ(run("/bin/mkdir", {"-p", GetParam().path}), Status::notPlanned);
+}
+
+INSTANTIATE_TEST_SUITE_P(, HelperPlanDirectory,
+                         testing::Values(PathCase{{"Item"}, machine() + "/deep/er/item"},
+                                         PathCase{{"BeginningOfOne"}, machine() + "/de"},
+                                         PathCase{{"System"}, "/etc"},
+                                         PathCase{{"InTheHome"}, home() + "/Library/LaunchAgents"}),
+                         nameOfCase);
 
 TEST_F(HelperPlan, PutsBackTheVeryItemThatIsRoots) {
     // In memory all of it is one file system, as where the home directory is on the machine's.
@@ -329,25 +407,29 @@ TEST_F(HelperPlan, HasNothingElseRemoved) {
     EXPECT_TRUE(exists(job()));
 }
 
-TEST_F(HelperPlan, HasItsItemsDeletedFromTheUsersTrash) {
-    for (const auto& name : {"item.plist"s, "item_20260102030405.plist"s, "item.2.plist"s}) {
-        const std::string item = makeDirectory(trash() + "/" + name);
-        makeFile(item + "/inside");
-        EXPECT_EQ(run("/bin/rm", {"-Rdf", item}), Status::started) << name;
-        EXPECT_FALSE(exists(item)) << name;
-    }
+class HelperPlanTrashed : public HelperPlan, public testing::WithParamInterface<const char*> {};
+
+TEST_P(HelperPlanTrashed, HasItsItemsDeletedFromTheUsersTrash) {
+    const std::string item = makeDirectory(trash() + "/" + GetParam());
+    makeFile(item + "/inside");
+    EXPECT_EQ(run("/bin/rm", {"-Rdf", item}), Status::started);
+    EXPECT_FALSE(exists(item));
 }
+
+INSTANTIATE_TEST_SUITE_P(, HelperPlanTrashed,
+                         testing::Values("item.plist", "item_20260102030405.plist",
+                                         "item.2.plist"));
 
 TEST_F(HelperPlan, HasNothingElseDeletedFromTheTrash) {
     const std::string other = makeFile(trash() + "/letter.txt");
     const std::string inside = makeFile(makeDirectory(trash() + "/folder") + "/item.plist");
-    const std::string job = makeFile(HelperPlan::job(), servedUser);
+    const std::string jobFile = makeFile(job(), servedUser);
     const std::string item = makeDirectory(trash() + "/item.plist");
     EXPECT_EQ(run("/bin/rm", {"-Rdf", other}), Status::notPlanned);
     EXPECT_EQ(run("/bin/rm", {"-Rdf", inside}), Status::notPlanned);
     EXPECT_EQ(run("/bin/rm", {"-Rdf", item, other}), Status::notPlanned);
-    EXPECT_EQ(run("/bin/rm", {"-Rdf", job, item}), Status::notPlanned);
-    for (const auto& path : {other, inside, job, item}) {
+    EXPECT_EQ(run("/bin/rm", {"-Rdf", jobFile, item}), Status::notPlanned);
+    for (const auto& path : {other, inside, jobFile, item}) {
         EXPECT_TRUE(exists(path)) << path;
     }
 }

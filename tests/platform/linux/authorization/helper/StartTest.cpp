@@ -74,14 +74,17 @@ TEST_F(HelperStart, EndsWhenTheProgramDoes) {
     EXPECT_FALSE(helper.hasLogLine());
 }
 
-TEST_F(HelperStart, IsNotEndedByWhatATerminalSends) {
+class HelperStartSignal : public HelperStart, public testing::WithParamInterface<int> {};
+
+TEST_P(HelperStartSignal, IsNotEndedByWhatATerminalSends) {
     TestedHelper helper;
     EXPECT_EQ(helper.send(areYouThere).status, Status::ready);
-    for (const int signal : {SIGHUP, SIGINT, SIGQUIT, SIGPIPE, SIGTSTP}) {
-        ASSERT_EQ(::kill(helper.process(), signal), 0);
-        EXPECT_EQ(helper.send(areYouThere).status, Status::ready);
-    }
+    ASSERT_EQ(::kill(helper.process(), GetParam()), 0);
+    EXPECT_EQ(helper.send(areYouThere).status, Status::ready);
 }
+
+INSTANTIATE_TEST_SUITE_P(, HelperStartSignal,
+                         testing::Values(SIGHUP, SIGINT, SIGQUIT, SIGPIPE, SIGTSTP));
 
 TEST_F(HelperStart, IsNotEndedByATimerThatRanBefore) {
     TestedHelper helper({.hasTimer = true});
@@ -96,23 +99,23 @@ TEST_F(HelperStart, IsNotPutOffNorPickedWhenMemoryIsShort) {
     EXPECT_EQ(helper.outputOf("/bin/cat", {"/proc/self/oom_score_adj"}), "0\n");
 }
 
-TEST_F(HelperStart, LetsNobodyElseWriteToWhatItsToolsMake) {
-    for (const mode_t mask : {0U, 0777U}) {
-        TestedHelper helper({.mask = mask});
-        EXPECT_EQ(helper.outputOf("/bin/sh", {"-c", "umask"}), "0022\n");
-    }
+class HelperStartMask : public HelperStart, public testing::WithParamInterface<mode_t> {};
+
+TEST_P(HelperStartMask, LetsNobodyElseWriteToWhatItsToolsMake) {
+    TestedHelper helper({.mask = GetParam()});
+    EXPECT_EQ(helper.outputOf("/bin/sh", {"-c", "umask"}), "0022\n");
 }
 
-TEST_F(HelperStart, MakesWhatEverybodyMayEnterWhateverItsMask) {
-    for (const auto& [mask, name] : {std::pair(0U, "/open"), std::pair(0777U, "/closed")}) {
-        TestedHelper helper({.mask = mask});
-        const std::string directory = sandbox::rootsDirectory + name;
-        EXPECT_EQ(helper.run("/bin/mkdir", {"-p", directory}), Status::started);
-        struct stat status {};
-        EXPECT_EQ(::stat(directory.c_str(), &status), 0);
-        EXPECT_EQ(status.st_mode & 07777U, 0755U);
-    }
+TEST_P(HelperStartMask, MakesWhatEverybodyMayEnterWhateverItsMask) {
+    TestedHelper helper({.mask = GetParam()});
+    const std::string directory = sandbox::rootsDirectory + "/made";
+    EXPECT_EQ(helper.run("/bin/mkdir", {"-p", directory}), Status::started);
+    struct stat status {};
+    EXPECT_EQ(::stat(directory.c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777U, 0755U);
 }
+
+INSTANTIATE_TEST_SUITE_P(, HelperStartMask, testing::Values(0U, 0777U));
 
 // A time zone may be a file anywhere.
 TEST_F(HelperStart, DropsTheEnvironmentThatItIsStartedWith) {

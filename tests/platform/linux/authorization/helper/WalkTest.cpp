@@ -23,27 +23,35 @@ protected:
     }
 };
 
-TEST_F(HelperWalk, EndsAtWhatThePathLeadsTo) {
+class HelperWalkTo : public HelperWalk, public testing::WithParamInterface<const char*> {};
+
+TEST_P(HelperWalkTo, EndsAtWhatThePathLeadsTo) {
     const std::string file = makeFile(makeDirectory(roots() + "/a") + "/file");
     makeLink("a/../a", roots() + "/link", 0);
     makeLink(roots() + "/link", roots() + "/absolute", 0);
-    for (const auto* path : {"/a/file", "//a/./file", "/link/file", "/absolute/../a/file"}) {
-        const auto way = walk(roots() + path);
-        ASSERT_TRUE(way) << path;
-        EXPECT_EQ(way->end.status.stx_ino, inodeOf(file)) << path;
-        EXPECT_TRUE(way->isRoots) << path;
-        EXPECT_TRUE(way->isOwners()) << path;
-    }
+    const auto way = walk(roots() + GetParam());
+    ASSERT_TRUE(way);
+    EXPECT_EQ(way->end.status.stx_ino, inodeOf(file));
+    EXPECT_TRUE(way->isRoots);
+    EXPECT_TRUE(way->isOwners());
 }
 
-TEST_F(HelperWalk, HasNoEndWhereNothingIs) {
+INSTANTIATE_TEST_SUITE_P(, HelperWalkTo,
+                         testing::Values("/a/file", "//a/./file", "/link/file",
+                                         "/absolute/../a/file"));
+
+class HelperWalkNowhere : public HelperWalk, public testing::WithParamInterface<const char*> {};
+
+TEST_P(HelperWalkNowhere, HasNoEndWhereNothingIs) {
     makeLink("loop", roots() + "/loop", 0);
     makeLink("missing", roots() + "/dangling", 0);
     makeFile(roots() + "/file");
-    for (const auto* path : {"/missing", "/missing/..", "/loop", "/dangling", "/file/a"}) {
-        EXPECT_FALSE(walk(roots() + path)) << path;
-    }
+    EXPECT_FALSE(walk(roots() + GetParam()));
 }
+
+INSTANTIATE_TEST_SUITE_P(, HelperWalkNowhere,
+                         testing::Values("/missing", "/missing/..", "/loop", "/dangling",
+                                         "/file/a"));
 
 TEST_F(HelperWalk, ShowsEachItemOnTheWay) {
     makeFile(makeDirectory(roots() + "/a") + "/file");

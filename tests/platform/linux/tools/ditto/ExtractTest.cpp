@@ -195,17 +195,20 @@ INSTANTIATE_TEST_SUITE_P(
                "symlink"}),
     nameOfCase);
 
-TEST_F(DittoExtract, StaysInTheDirectoryWhereverBackslashesAreTakenForSlashes) {
-    for (const char* name : {"..\\evil", "a\\..\\..\\evil", "\\evil", "C:\\evil"}) {
-        auto bytes = contentOf(makeArchive("a.zip", {{name, "x"}}));
-        // The system that the archive was made on: one whose paths have backslashes.
-        bytes.at(bytes.find("PK\x01\x02") + 5) = 0;
-        static_cast<void>(ditto({"-xk", directory.write("a.zip", bytes), directory / "out"}));
-        fs::remove_all(directory / "out");
-        expectOnly({"a.zip"});
-    }
+class DittoBackslash : public DittoExtract, public testing::WithParamInterface<const char*> {};
+
+TEST_P(DittoBackslash, StaysInTheDirectoryWhereverBackslashesAreTakenForSlashes) {
+    auto bytes = contentOf(makeArchive("a.zip", {{GetParam(), "x"}}));
+    // The system that the archive was made on: one whose paths have backslashes.
+    bytes.at(bytes.find("PK\x01\x02") + 5) = 0;
+    static_cast<void>(ditto({"-xk", directory.write("a.zip", bytes), directory / "out"}));
+    fs::remove_all(directory / "out");
+    expectOnly({"a.zip"});
     EXPECT_FALSE(fs::exists("/evil"));
 }
+
+INSTANTIATE_TEST_SUITE_P(, DittoBackslash,
+                         testing::Values("..\\evil", "a\\..\\..\\evil", "\\evil", "C:\\evil"));
 
 TEST_F(DittoExtract, StaysInTheDirectoryWhicheverOfTwoNamesItGoesBy) {
     const std::string good = "sub/evil";
@@ -233,19 +236,21 @@ TEST_F(DittoExtract, ReplacesALinkByWhatComesUnderItsName) {
     EXPECT_TRUE(fs::is_empty(outside));
 }
 
-TEST_F(DittoExtract, RefusesEntriesOfOtherKinds) {
-    for (const mode_t kind : std::vector<mode_t>{S_IFCHR, S_IFBLK, S_IFSOCK}) {
-        const auto archive = makeArchive("a.zip", {{"plain", "x"}});
-        // The kind is in the upper half of the attributes in the list at the end.
-        auto bytes = contentOf(archive);
-        const auto central = bytes.find("PK\x01\x02");
-        ASSERT_NE(central, std::string::npos);
-        bytes.replace(central + 40, 2, littleEndian(kind | 0644U, 2));
-        expectRefused(ditto({"-xk", directory.write("b.zip", bytes), directory / "out"}),
-                      "no file, folder or link");
-        EXPECT_FALSE(fs::exists(directory / "out"));
-    }
+class DittoKind : public DittoExtract, public testing::WithParamInterface<mode_t> {};
+
+TEST_P(DittoKind, IsRefusedWhereItIsNoFileDirectoryOrLink) {
+    const auto archive = makeArchive("a.zip", {{"plain", "x"}});
+    // The kind is in the upper half of the attributes in the list at the end.
+    auto bytes = contentOf(archive);
+    const auto central = bytes.find("PK\x01\x02");
+    ASSERT_NE(central, std::string::npos);
+    bytes.replace(central + 40, 2, littleEndian(GetParam() | 0644U, 2));
+    expectRefused(ditto({"-xk", directory.write("b.zip", bytes), directory / "out"}),
+                  "no file, folder or link");
+    EXPECT_FALSE(fs::exists(directory / "out"));
 }
+
+INSTANTIATE_TEST_SUITE_P(, DittoKind, testing::Values(S_IFCHR, S_IFBLK, S_IFSOCK));
 
 TEST_F(DittoExtract, TakesTheRightsAwayThatMakeProgramsRunAsOthers) {
     const auto archive =
@@ -265,29 +270,51 @@ TEST_F(DittoExtract, RefusesEntriesWithoutAName) {
     EXPECT_FALSE(fs::exists(directory / "out"));
 }
 
-TEST_F(DittoExtract, RefusesSizesThatTheVolumeHasNoRoomFor) {
-    for (const std::uint64_t size : {std::uint64_t{1} << 60U, (std::uint64_t{1} << 63U) - 1,
-                                     std::uint64_t{1} << 63U, ~std::uint64_t{0}}) {
-        const auto archive = directory.write("a.zip", archiveThatClaims(size));
-        EXPECT_EQ(ditto({"-xk", archive, directory / "out"}).status, 1) << size;
-        expectOnly({"a.zip"});
-    }
+class DittoSize : public DittoExtract, public testing::WithParamInterface<std::uint64_t> {};
+
+TEST_P(DittoSize, IsRefusedWhereTheVolumeHasNoRoomForIt) {
+    const auto archive = directory.write("a.zip", archiveThatClaims(GetParam()));
+    EXPECT_EQ(ditto({"-xk", archive, directory / "out"}).status, 1);
+    expectOnly({"a.zip"});
+}
+
+constexpr std::uint64_t exbibyte = std::uint64_t{1} << 60U;
+constexpr std::uint64_t firstNegative = std::uint64_t{1} << 63U;
+
+INSTANTIATE_TEST_SUITE_P(, DittoSize,
+                         testing::Values(exbibyte, firstNegative - 1, firstNegative,
+                                         ~std::uint64_t{0}));
+
+TEST_F(DittoExtract, SaysThatTheVolumeHasNoRoom) {
     expectRefused(
-        ditto({"-xk", directory.write("a.zip", archiveThatClaims(std::uint64_t{1} << 60U)),
-               directory / "out"}),
+        ditto({"-xk", directory.write("a.zip", archiveThatClaims(exbibyte)), directory / "out"}),
         "the volume has no room for it");
 }
 
-TEST_F(DittoExtract, RefusesContentThatIsNotAsTheArchiveSays) {
+TEST_F(DittoExtract, TakesContentThatIsAsTheArchiveSays) {
     expectDone(ditto({"-xk", directory.write("a.zip", archiveThatClaims(1)), directory / "good"}));
     EXPECT_EQ(contentOf(directory / "good/f"), "x");
-    for (const auto& archive : {archiveThatClaims(0), archiveThatClaims(2),
-                                archiveThatClaims(100'000), archiveThatClaims(1, 0x12345678)}) {
-        const auto outcome = ditto({"-xk", directory.write("a.zip", archive), directory / "out"});
-        EXPECT_EQ(outcome.status, 1) << outcome.output;
-        expectOnly({"a.zip", "good"});
-    }
 }
+
+struct Claim : NamedCase {
+    std::uint64_t size;
+    std::uint32_t digest = 0x8CDC1683;
+};
+
+class DittoClaim : public DittoExtract, public testing::WithParamInterface<Claim> {};
+
+TEST_P(DittoClaim, IsRefusedWhereTheContentIsNotAsTheArchiveSays) {
+    const auto archive = archiveThatClaims(GetParam().size, GetParam().digest);
+    const auto outcome = ditto({"-xk", directory.write("a.zip", archive), directory / "out"});
+    EXPECT_EQ(outcome.status, 1) << outcome.output;
+    expectOnly({"a.zip"});
+}
+
+INSTANTIATE_TEST_SUITE_P(, DittoClaim,
+                         testing::Values(Claim{{"Empty"}, 0}, Claim{{"Longer"}, 2},
+                                         Claim{{"MuchLonger"}, 100'000},
+                                         Claim{{"OtherDigest"}, 1, 0x12345678}),
+                         nameOfCase);
 
 TEST_F(DittoExtract, RefusesEveryArchiveThatIsCutShort) {
     const auto bytes = contentOf(makeArchive("a.zip", {{"sub/file", "content"}, {"b", "x"}}));
