@@ -15,6 +15,8 @@
 
 #include <exception>
 #include <optional>
+#include <set>
+#include <string>
 #include <string_view>
 
 namespace {
@@ -114,6 +116,34 @@ void trash(const std::string& path, PlanObserver& observer) {
     observer.itemEnded(path, QFFileManager::trashFileWithResult(path, ShouldAuth::yes));
 }
 
+/// Returns the paths that the rows name themselves.
+std::vector<std::string> namedPaths(const std::vector<PlanRow>& rows) {
+    std::vector<std::string> paths;
+    for (const auto& row : rows) {
+        if (row.action == PlanAction::trash) {
+            paths.push_back(row.subject);
+        }
+    }
+    return paths;
+}
+
+/// Removes what killed processes left of copies beside the items of the plan, once in each folder.
+void removeAbandonedCopies(const std::vector<std::string>& paths) {
+    std::set<std::string> folders;
+    for (const auto& path : paths) {
+        folders.insert(platform::path::deletingLastComponent(path));
+    }
+    for (const auto& folder : folders) {
+        platform::service<platform::FileSystem>().removeAbandonedCopies(folder);
+    }
+}
+
+/// Has the desktop record together where the items come from.
+void announce(const std::vector<std::string>& paths) {
+    platform::service<platform::Workspace>().prepareToRecycle(QFLocalPaths::trashDirectory(),
+                                                              paths);
+}
+
 void perform(const PlanRow& row, PlanObserver& observer) {
     if (row.action == PlanAction::kill) {
         QFTaskEx::runTask(row.subject, row.names);
@@ -169,6 +199,8 @@ std::vector<std::string> pathsToTrash(const PlanRow& row) {
 }
 
 void walkUninstallPlan(const std::vector<PlanRow>& rows, PlanObserver& observer) {
+    attempt([&] { removeAbandonedCopies(namedPaths(rows)); });
+    attempt([&] { announce(namedPaths(rows)); });
     for (const auto& row : rows) {
         attempt([&] { observer.rowBegan(row); });
         attempt([&] { perform(row, observer); });

@@ -8,6 +8,8 @@ function(qf_target target)
         # Compiled together, a declaration in one source shadows one in another.
         $<$<NOT:$<BOOL:${CMAKE_UNITY_BUILD}>>:-Wshadow>
         $<$<BOOL:${QF_WARNINGS_ARE_ERRORS}>:-Werror>)
+    # A program does not load the libraries that only other users of its archives need.
+    target_link_options(${target} PRIVATE -Wl,--as-needed)
     if(QF_SANITIZE)
         target_compile_options(${target} PUBLIC
             -fsanitize=${QF_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)

@@ -114,6 +114,11 @@ public:
     /// missing item is an error.
     virtual Result<void> setImmutable(const std::string& path, bool immutable) = 0;
 
+    /// Deletes what killed processes of this user have left of unfinished copies, moves and saved
+    /// files directly in a directory. What a living process works on stays, and so does the mark by
+    /// which the next move recognizes an unfinished one. Failures are ignored.
+    virtual void removeAbandonedCopies(const std::string& directory) = 0;
+
     /// Deletes an item, a directory with all its contents. Links are deleted, never followed, and
     /// nothing outside the item is touched even if others change it meanwhile. A failure does not
     /// restore what was already deleted. A missing item is an error.

@@ -161,6 +161,26 @@ TEST_F(PlanWalk, MakesWhatItTrashedDurableOnce) {
     EXPECT_EQ(desktop.timesDurable, 1);
 }
 
+TEST_F(PlanWalk, RemovesAbandonedCopiesBesideItsItemsFirst) {
+    RecordingObserver observer;
+
+    walkUninstallPlan({{PlanAction::trash, "/x/a", {}},
+                       {PlanAction::trash, "/y/b", {}},
+                       {PlanAction::trash, "/x/c", {}}},
+                      observer);
+
+    EXPECT_EQ(fileSystem.swept, (Lines{"/x", "/y"}));
+}
+
+TEST_F(PlanWalk, AnnouncesItsItemsTogether) {
+    fileSystem.files = {"/x/a", "/x/b"};
+    RecordingObserver observer;
+
+    walkUninstallPlan({{PlanAction::trash, "/x/a", {}}, {PlanAction::trash, "/x/b", {}}}, observer);
+
+    EXPECT_EQ(desktop.prepared, std::vector<Lines>({{"/x/a", "/x/b"}}));
+}
+
 TEST_F(PlanWalk, TellsAnItemsOwnResult) {
     fileSystem.files = {"/x/a", "/x/b"};
     desktop.errors = {{"/x/a", {.localizedDescription = "It is closed."}}};

@@ -137,6 +137,10 @@ platform::Result<void> DescribedFileSystem::setImmutable(const std::string& path
     return exists(path) ? platform::Result<void>() : missing(path);
 }
 
+void DescribedFileSystem::removeAbandonedCopies(const std::string& directory) {
+    swept.push_back(directory);
+}
+
 platform::Result<void> DescribedFileSystem::removeItem(const std::string& path) {
     changes.push_back("remove " + path);
     if (const auto found = removeErrors.find(path); found != removeErrors.end()) {

@@ -41,6 +41,8 @@ public:
 
     /// Every requested change, in order.
     std::vector<std::string> changes;
+    /// The directories from which abandoned copies were removed.
+    std::vector<std::string> swept;
 
     bool exists(const std::string& path) override;
     bool isDirectory(const std::string& path) override;
@@ -63,6 +65,7 @@ public:
                                            platform::FileDate date) override;
     platform::Result<void> setPosixPermissions(const std::string& path, unsigned mode) override;
     platform::Result<void> setImmutable(const std::string& path, bool immutable) override;
+    void removeAbandonedCopies(const std::string& directory) override;
     platform::Result<void> removeItem(const std::string& path) override;
 
 private:

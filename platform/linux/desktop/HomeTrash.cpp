@@ -35,13 +35,23 @@ bool isSameDirectory(const std::string& one, const std::string& other) {
            fileIdOf(first) == fileIdOf(second);
 }
 
-bool isFilesOfHomeTrash(std::string_view target) {
-    return target.starts_with('/') && target.ends_with("/Trash/files");
+/// What ends the targets of our links. It leads to the same directory as "/Trash/files", but is a
+/// spelling that nobody else uses: a link cannot carry any other sign of who has made it.
+constexpr std::string_view endOfOwnTarget = "/Trash/./files";
+
+std::string ownTarget() {
+    return std::string(g_get_user_data_dir()).append(endOfOwnTarget);
+}
+
+/// Returns whether a link with this target is ours, or is made for the present home trash.
+bool isForHomeTrash(std::string_view target) {
+    return (target.starts_with('/') && target.ends_with(endOfOwnTarget)) ||
+           target == homeTrashFiles();
 }
 
 SystemResult<void> replaceLink(const std::string& link) {
     const auto replacement = link + '.' + std::to_string(::getpid());
-    if (auto made = checked(::symlink(homeTrashFiles().c_str(), replacement.c_str())); !made) {
+    if (auto made = checked(::symlink(ownTarget().c_str(), replacement.c_str())); !made) {
         return made;
     }
     auto renamed = checked(std::rename(replacement.c_str(), link.c_str()));
@@ -72,7 +82,7 @@ SystemResult<void> linkToHomeTrash(const std::string& link) {
     if (!target && errno != ENOENT) { // Something else is there.
         return {};
     }
-    if (target && !isFilesOfHomeTrash(*target)) {
+    if (target && !isForHomeTrash(*target)) {
         return {};
     }
     if (auto made = makeHomeTrash(); !made) {
@@ -81,7 +91,7 @@ SystemResult<void> linkToHomeTrash(const std::string& link) {
     if (target) {
         return isSameDirectory(link, homeTrashFiles()) ? SystemResult<void>() : replaceLink(link);
     }
-    auto linked = checked(::symlink(homeTrashFiles().c_str(), link.c_str()));
+    auto linked = checked(::symlink(ownTarget().c_str(), link.c_str()));
     return failedWith(linked, EEXIST) ? SystemResult<void>() : linked;
 }
 

@@ -16,9 +16,9 @@ std::string homeTrashFiles();
 /// Creates the home trash with the mode that other programs require.
 SystemResult<void> makeHomeTrash();
 
-/// Makes `link` a link to homeTrashFiles() if nothing exists there. A link to the home trash of
-/// another data directory, which was made when XDG_DATA_HOME was different, is replaced. Whatever
-/// else exists at the path is left.
+/// Makes `link` a link to homeTrashFiles() if nothing exists there. A link that this has made when
+/// XDG_DATA_HOME was different is replaced; it is recognized by the spelling of its target. Whatever
+/// else exists at the path is left, such as a user's link to the Trash of another data directory.
 SystemResult<void> linkToHomeTrash(const std::string& link);
 
 } // namespace platform::native

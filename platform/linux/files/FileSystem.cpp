@@ -5,6 +5,7 @@
 #include "platform/linux/files/AtomicFile.h"
 #include "platform/linux/files/CreationDate.h"
 #include "platform/linux/files/ItemTransfer.h"
+#include "platform/linux/files/TemporaryItem.h"
 #include "platform/linux/files/TreeRemoval.h"
 #include "platform/linux/posix/Directories.h"
 #include "platform/linux/posix/DirectoryReader.h"
@@ -278,6 +279,14 @@ Result<void> FileSystem::setPosixPermissions(const std::string& path, unsigned p
 
 Result<void> FileSystem::setImmutable(const std::string& path, bool immutable) {
     return report(makeImmutable(path, immutable), path, immutable ? "locked" : "unlocked");
+}
+
+void FileSystem::removeAbandonedCopies(const std::string& directory) {
+    if (const auto opened = openAtPath(directory, O_PATH | O_DIRECTORY | O_CLOEXEC)) {
+        TemporaryItem::removeAbandoned(opened->get(), [](const auto&, const std::string& name) {
+            return !TemporaryItem::isMark(name);
+        });
+    }
 }
 
 Result<void> FileSystem::removeItem(const std::string& path) {

@@ -42,6 +42,9 @@ public:
     /// for any other item, which is never opened.
     Result<void> setImmutable(const std::string& path, bool immutable) override;
 
+    /// See TemporaryItem.
+    void removeAbandonedCopies(const std::string& directory) override;
+
     /// Stops at the first item that cannot be deleted; the Error names it and the reason. A volume
     /// mounted inside the item is outside of it and cannot be deleted. A directory without write
     /// permission is not made writable.

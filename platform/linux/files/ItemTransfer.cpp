@@ -76,7 +76,7 @@ private:
 
     /// Without the mark, a process that is killed leaves the rest of the source where it is.
     EntryResult<void> move() {
-        const auto mark = TemporaryItem::make(destination_, markPurpose(), S_IFREG | S_IRUSR);
+        const auto mark = TemporaryItem::makeMark(destination_, markPurpose());
         auto done = copy();
         if (done) {
             MovedItems moved(destination_, newName_, &copied_);
@@ -89,7 +89,7 @@ private:
     /// the obstacle: the mark shows that what exists at the destination is its copy. Nothing is
     /// removed before all that is left has proved to be copied.
     EntryResult<void> finish(Errno obstacle) {
-        const auto mark = TemporaryItem::adopt(destination_, markPurpose());
+        const auto mark = TemporaryItem::adoptMark(destination_, markPurpose());
         if (!mark || !obstacle.is(EEXIST)) {
             return aboutEntry(name_, Unexpected(obstacle));
         }
@@ -104,7 +104,7 @@ private:
         return done ? removeTree(source_, name_, {.only = &moved}) : done;
     }
 
-    /// What the mark of a move is for. It is no name, which contains no slash.
+    /// What the mark of a move is for.
     std::string markPurpose() const { return newName_ + '/' + name_; }
 
     /// Checks what can be checked before anything is done.

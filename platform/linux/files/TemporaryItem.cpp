@@ -23,30 +23,32 @@ namespace {
 constexpr int mostClaims = 100;
 
 constexpr std::string_view namePrefix = ".qf-";
+constexpr std::string_view markPrefix = ".qf-mark-";
 
 /// The contents of a temporary item are the copier's own.
 constexpr RemovalRules ownCopy{.unlocksDirectories = true};
 
 /// Returns a hidden name that processes with the same purpose agree on, short enough for every file
 /// system: the purpose's FNV-1a hash and the number of the try.
-std::string temporaryName(const std::string& purpose, int count) {
+std::string temporaryName(std::string_view prefix, const std::string& purpose, int count) {
     std::uint64_t digest = 0xCBF29CE484222325U;
     for (const char c : purpose) {
         digest = (digest ^ static_cast<unsigned char>(c)) * 0x100000001B3U;
     }
     std::array<char, 48> suffix{};
     std::snprintf(suffix.data(), suffix.size(), "%016" PRIx64 "-%d", digest, count);
-    return std::string(namePrefix) + suffix.data();
+    return std::string(prefix) + suffix.data();
 }
 
 /// Returns whether temporaryName() may have made the name.
 bool isTemporaryName(std::string_view name) {
     constexpr std::size_t digits = 16;
-    if (!name.starts_with(namePrefix) || name.size() < namePrefix.size() + digits + 2) {
+    const auto prefix = name.starts_with(markPrefix) ? markPrefix : namePrefix;
+    if (!name.starts_with(prefix) || name.size() < prefix.size() + digits + 2) {
         return false;
     }
-    const auto digest = name.substr(namePrefix.size(), digits);
-    const auto rest = name.substr(namePrefix.size() + digits);
+    const auto digest = name.substr(prefix.size(), digits);
+    const auto rest = name.substr(prefix.size() + digits);
     return digest.find_first_not_of("0123456789abcdef") == std::string_view::npos &&
            rest.front() == '-' &&
            rest.substr(1).find_first_not_of("0123456789") == std::string_view::npos;
@@ -116,18 +118,27 @@ bool removeIfAbandoned(int directory, const std::string& name) {
 SystemResult<TemporaryItem> TemporaryItem::make(int directory, const std::string& purpose,
                                                 mode_t mode) {
     TemporaryItem item(directory, purpose);
+    const auto claimed = item.claimAny(namePrefix, mode);
+    return claimed ? SystemResult<TemporaryItem>(std::move(item)) : Unexpected(claimed.error());
+}
+
+SystemResult<TemporaryItem> TemporaryItem::makeMark(int directory, const std::string& purpose) {
+    TemporaryItem item(directory, purpose);
+    const auto claimed = item.claimAny(markPrefix, S_IFREG | S_IRUSR);
+    return claimed ? SystemResult<TemporaryItem>(std::move(item)) : Unexpected(claimed.error());
+}
+
+/// Claims the first hidden name that is free, or becomes free when an abandoned item is deleted.
+SystemResult<void> TemporaryItem::claimAny(std::string_view prefix, mode_t mode) {
     SystemResult<void> claimed = Unexpected(Errno(EEXIST));
     for (int count = 1; count <= mostClaims && failedWith(claimed, EEXIST); ++count) {
-        const auto name = temporaryName(purpose, count);
-        claimed = item.claim(name, mode);
-        if (failedWith(claimed, EEXIST) && removeIfAbandoned(directory, name)) {
-            claimed = item.claim(name, mode);
+        const auto name = temporaryName(prefix, purpose_, count);
+        claimed = claim(name, mode);
+        if (failedWith(claimed, EEXIST) && removeIfAbandoned(directory_, name)) {
+            claimed = claim(name, mode);
         }
     }
-    if (!claimed) {
-        return Unexpected(claimed.error());
-    }
-    return item;
+    return claimed;
 }
 
 /// EEXIST if the name is taken.
@@ -149,6 +160,10 @@ SystemResult<void> TemporaryItem::claim(const std::string& name, mode_t mode) {
     return own;
 }
 
+bool TemporaryItem::isMark(const std::string& name) {
+    return name.starts_with(markPrefix);
+}
+
 void TemporaryItem::removeAbandoned(int directory, const Examine& examine) {
     auto opened = openDirectory(directory, ".");
     if (!opened) {
@@ -167,9 +182,9 @@ void TemporaryItem::removeAbandoned(int directory, const Examine& examine) {
     }
 }
 
-std::optional<TemporaryItem> TemporaryItem::adopt(int directory, const std::string& purpose) {
+std::optional<TemporaryItem> TemporaryItem::adoptMark(int directory, const std::string& purpose) {
     for (int count = 1; count <= mostClaims; ++count) {
-        auto name = temporaryName(purpose, count);
+        auto name = temporaryName(markPrefix, purpose, count);
         if (!statusOfEntry(directory, name)) {
             break;
         }
@@ -209,7 +224,7 @@ SystemResult<void> TemporaryItem::renamed(const std::string& name,
 }
 
 void TemporaryItem::takeBack() {
-    const auto name = temporaryName(purpose_, mostClaims + 1);
+    const auto name = temporaryName(namePrefix, purpose_, mostClaims + 1);
     if (checkName(item_, directory_, purpose_) &&
         renameWithoutReplacing({directory_, purpose_}, {directory_, name})) {
         name_ = name;

@@ -7,6 +7,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 
 namespace platform::native {
@@ -24,13 +25,20 @@ public:
     /// Shows an item, open for reading, and its hidden name; the answer is whether to delete it.
     using Examine = std::function<bool(const FileDescriptor& item, const std::string& name)>;
 
+    /// Makes an empty file that marks some work as unfinished, and is never renamed. Its hidden
+    /// name has another form.
+    static SystemResult<TemporaryItem> makeMark(int directory, const std::string& purpose);
+
+    /// Returns whether an item with this hidden name is a mark.
+    static bool isMark(const std::string& name);
+
     /// Deletes those that killed processes left in the open directory, for whatever names, and for
     /// which `examine` returns true.
     static void removeAbandoned(int directory, const Examine& examine);
 
-    /// Takes over the file or directory that a killed process left in the directory for the same
-    /// purpose; nullopt if there is none.
-    static std::optional<TemporaryItem> adopt(int directory, const std::string& purpose);
+    /// Takes over the mark that a killed process left in the directory for the same purpose;
+    /// nullopt if there is none.
+    static std::optional<TemporaryItem> adoptMark(int directory, const std::string& purpose);
 
     /// Deletes the item with all its contents, unless it has been renamed.
     ~TemporaryItem();
@@ -61,6 +69,7 @@ private:
     TemporaryItem(int directory, std::string purpose)
         : directory_(directory), purpose_(std::move(purpose)) {}
 
+    SystemResult<void> claimAny(std::string_view prefix, mode_t mode);
     SystemResult<void> claim(const std::string& name, mode_t mode);
     SystemResult<void> renamed(const std::string& name, const SystemResult<void>& result);
 

@@ -281,6 +281,34 @@ TEST_F(TrashAndRemove, ABatchIsMadeDurableOnce) {
     EXPECT_EQ(workspace.timesDurable, 3);
 }
 
+TEST_F(TrashAndRemove, TheContentsOfADirectoryAreAnnouncedAHundredAtATime) {
+    constexpr int count = 250;
+    Lines names;
+    for (int i = 0; i < count; ++i) {
+        names.push_back(std::to_string(i));
+        fileSystem.files.insert("/folder/" + names.back());
+    }
+    fileSystem.directories = {{"/folder", names}};
+    EXPECT_TRUE(QFFileManager::trashDirectoryContents("/folder"));
+    ASSERT_EQ(workspace.prepared.size(), 3U);
+    EXPECT_EQ(workspace.prepared[0].front(), "/folder/0");
+    EXPECT_EQ(workspace.prepared[0].size(), 100U);
+    EXPECT_EQ(workspace.prepared[1].front(), "/folder/100");
+    EXPECT_EQ(workspace.prepared[2].back(), "/folder/249");
+    EXPECT_EQ(workspace.recycled.size(), std::size_t{count});
+}
+
+TEST_F(TrashAndRemove, TheSearchAnnouncesWhatItFindsInADirectory) {
+    fileSystem.directories = {{"/f", Lines{"a.txt", "none", "sub", "x.txt", "z.TXT"}},
+                              {"/f/sub", Lines{"b.txt"}},
+                              {"/f/x.txt", Lines{"inner.txt"}}};
+    fileSystem.files = {"/f/a.txt", "/f/none", "/f/z.TXT", "/f/sub/b.txt", "/f/x.txt/inner.txt"};
+    QFFileManager::trashFilesOfType("txt", "/f");
+    EXPECT_EQ(
+        workspace.prepared,
+        std::vector<Lines>({{"/f/a.txt", "/f/z.TXT"}, {"/f/sub/b.txt"}, {"/f/x.txt/inner.txt"}}));
+}
+
 TEST_F(TrashAndRemove, TrashContentsOfNothingSucceedsAndKeepsTheDirectory) {
     fileSystem.directories = {{"/empty", Lines{}}, {"/unreadable", std::nullopt}};
     for (const auto* directory : {"/empty", "/unreadable", "/missing", item}) {

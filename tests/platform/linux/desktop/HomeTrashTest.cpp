@@ -17,6 +17,8 @@ class HomeTrashTest : public testing::Test {
 protected:
     int makeTrash() const { return runChild({"make-trash", link_}, environment_).status; }
     std::string target() const { return fs::read_symlink(link_); }
+    /// The target of a link that the program makes.
+    static std::string ownLinkTo(const std::string& data) { return data + "/Trash/./files"; }
 
     TemporaryDirectory home_;
     std::string link_ = home_ / ".Trash";
@@ -30,7 +32,8 @@ TEST_F(HomeTrashTest, IsMadeForItsOwnerAlone) {
         EXPECT_EQ(fs::status((home_ / ".local/share/Trash") + name).permissions(), fs::perms(0700))
             << name;
     }
-    EXPECT_EQ(target(), home_ / ".local/share/Trash/files");
+    EXPECT_EQ(target(), ownLinkTo(home_ / ".local/share"));
+    EXPECT_TRUE(fs::equivalent(link_, home_ / ".local/share/Trash/files"));
 }
 
 TEST_F(HomeTrashTest, IsInTheDataDirectory) {
@@ -38,7 +41,7 @@ TEST_F(HomeTrashTest, IsInTheDataDirectory) {
 
     ASSERT_EQ(makeTrash(), 0);
 
-    EXPECT_EQ(target(), home_ / "data/Trash/files");
+    EXPECT_EQ(target(), ownLinkTo(home_ / "data"));
 }
 
 TEST_F(HomeTrashTest, IsLinkedAgainOnceTheDataDirectoryDiffers) {
@@ -47,7 +50,7 @@ TEST_F(HomeTrashTest, IsLinkedAgainOnceTheDataDirectoryDiffers) {
 
     ASSERT_EQ(makeTrash(), 0);
 
-    EXPECT_EQ(target(), home_ / "data/Trash/files");
+    EXPECT_EQ(target(), ownLinkTo(home_ / "data"));
     EXPECT_TRUE(fs::is_directory(home_ / ".local/share/Trash/files"));
 }
 
@@ -63,12 +66,26 @@ TEST_F(HomeTrashTest, KeepsALinkThatLeadsThereAnotherWay) {
 }
 
 TEST_F(HomeTrashTest, LeavesALinkOfTheUsersOwn) {
-    ASSERT_EQ(::symlink("elsewhere/files", link_.c_str()), 0);
+    for (const std::string& own : {std::string("elsewhere/files"), home_ / "other/Trash/files",
+                                   std::string("other/Trash/./files")}) {
+        ASSERT_EQ(::symlink(own.c_str(), link_.c_str()), 0);
+
+        ASSERT_EQ(makeTrash(), 0);
+
+        EXPECT_EQ(target(), own);
+        EXPECT_FALSE(exists(home_ / ".local"));
+        fs::remove(link_);
+    }
+}
+
+TEST_F(HomeTrashTest, IsMadeWhereALinkOfTheUsersOwnLeads) {
+    const auto files = home_ / ".local/share/Trash/files";
+    ASSERT_EQ(::symlink(files.c_str(), link_.c_str()), 0);
 
     ASSERT_EQ(makeTrash(), 0);
 
-    EXPECT_EQ(target(), "elsewhere/files");
-    EXPECT_FALSE(exists(home_ / ".local"));
+    EXPECT_EQ(target(), files);
+    EXPECT_TRUE(fs::is_directory(files));
 }
 
 } // namespace

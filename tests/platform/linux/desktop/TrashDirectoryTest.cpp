@@ -373,6 +373,16 @@ TEST_F(TrashFaults, OfAKillAreGoneAfterTheNextRun) {
     }
 }
 
+TEST_F(TrashFaults, OfTheDiskLetNoItemComeWithoutItsTrashinfo) {
+    makeItem();
+
+    const auto outcome = recycle("sync_file_range:2:" + std::to_string(EIO));
+
+    EXPECT_TRUE(outcome.output.starts_with("5 ")) << outcome.output;
+    EXPECT_EQ(description(item), whole);
+    EXPECT_EQ(strayIn(trash), nothing);
+}
+
 TEST_F(TrashFaults, LeaveAnAnnouncedItemWholeAndNoClaimBehind) {
     for (int count = 1;; ++count) {
         makeItem();

@@ -79,7 +79,7 @@ TEST_F(Trash, BecomesALinkToTheDesktopsTrash) {
 
     EXPECT_EQ(recycle("a.txt").output, "ok\n");
 
-    EXPECT_EQ(fs::read_symlink(trash), home / ".local/share/Trash/files");
+    EXPECT_EQ(fs::read_symlink(trash).lexically_normal(), home / ".local/share/Trash/files");
     EXPECT_EQ(contentOf(trash + "/a.txt"), "content");
     EXPECT_FALSE(exists(items + "/a.txt"));
     EXPECT_NE(contentOf(note("a.txt")).find("Path=" + items + "/a.txt\n"), std::string::npos);
@@ -90,7 +90,7 @@ TEST_F(Trash, IsMadeForItemsThatSomebodyElseMoves) {
     for (int round = 0; round < 2; ++round) { // the second finds it, the third its remains
         EXPECT_EQ(runChild({"make-trash", trash}, environment).status, 0);
     }
-    EXPECT_EQ(fs::read_symlink(trash), home / ".local/share/Trash/files");
+    EXPECT_EQ(fs::read_symlink(trash).lexically_normal(), home / ".local/share/Trash/files");
     fs::remove_all(home / ".local/share/Trash");
     EXPECT_EQ(runChild({"make-trash", trash}, environment).status, 0);
     for (const auto* directory : {"", "/files", "/info"}) {

@@ -68,6 +68,16 @@ TEST_F(Volumes, AreNotWhatShowsTheKernelOnly) {
               Lines{});
 }
 
+TEST_F(Volumes, AreNotThoseOfOtherMachines) {
+    // The shell becomes the child, whose mount table it replaces.
+    EXPECT_EQ(volumesAfter(R"sh(for type in nfs nfs4 cifs fuse.sshfs ext4; do
+                                    mkdir "$1/$type"
+                                    echo "1 0 0:1 / $1/$type rw - $type host:/a rw"
+                                done >"$1/table"
+                                mount --bind "$1/table" /proc/$$/mountinfo)sh"),
+              Lines{"ext4"});
+}
+
 TEST_F(Volumes, AreNotSingleFiles) {
     EXPECT_EQ(volumesAfter(R"sh(touch "$1/file"
                                 mount --bind /etc/passwd "$1/file")sh"),

@@ -1,10 +1,13 @@
 #include "platform/linux/files/FileSystem.h"
 
+#include "platform/linux/posix/FileDescriptor.h"
 #include "tests/platform/linux/RunChild.h"
 #include "tests/platform/linux/files/FileSystemOnDisk.h"
 #include "tests/support/TemporaryDirectory.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/xattr.h>
 #include <unistd.h>
@@ -12,6 +15,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
+#include <filesystem>
 #include <thread>
 
 namespace {
@@ -70,6 +74,30 @@ TEST(FileSystem, SeesWhatALinkLeadsTo) {
     EXPECT_FALSE(fileSystem.exists(directory / "broken"));
     EXPECT_FALSE(fileSystem.exists(directory / "loop"));
     EXPECT_FALSE(fileSystem.exists(directory / "file/below"));
+}
+
+TEST(FileSystem, RemovesTheCopiesThatKilledProcessesLeft) {
+    const TemporaryDirectory directory;
+    directory.write(".qf-0123456789abcdef-1/part of a folder");
+    directory.write(".qf-0123456789abcdef-2", "part of a file");
+    directory.write(".qf-mark-0123456789abcdef-1");
+    directory.write(".qf-not ours");
+    directory.write("sub/.qf-0123456789abcdef-1");
+    const auto copy = directory.write(".qf-0123456789abcdef-3", "in work");
+    const platform::native::FileDescriptor held(::open(copy.c_str(), O_RDONLY | O_CLOEXEC));
+    ASSERT_EQ(::flock(held.get(), LOCK_EX | LOCK_NB), 0);
+
+    fileSystem.removeAbandonedCopies(directory.path());
+    fileSystem.removeAbandonedCopies(directory / "missing");
+
+    std::vector<std::string> left;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(directory.path())) {
+        left.push_back(entry.path().lexically_relative(directory.path()));
+    }
+    std::sort(left.begin(), left.end());
+    EXPECT_EQ(left,
+              (std::vector<std::string>{".qf-0123456789abcdef-3", ".qf-mark-0123456789abcdef-1",
+                                        ".qf-not ours", "sub", "sub/.qf-0123456789abcdef-1"}));
 }
 
 TEST(FileSystem, FollowsPathsOfAnyLength) {

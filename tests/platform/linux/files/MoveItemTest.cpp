@@ -273,6 +273,22 @@ TEST(MoveItem, FinishesAMoveThatWasKilledAndNoOther) {
     EXPECT_EQ(contentOf(directory / "top/a"), "a");
 }
 
+TEST(MoveItem, FinishesAKilledMoveAfterAbandonedCopiesAreRemoved) {
+    const TemporaryDirectory directory;
+    directory.write("top/a", "a");
+    directory.write("top/b", "b");
+    const auto move = [&](const std::string& more) {
+        return runChild({"move", directory / "top", directory / "new"},
+                        withFaults(otherVolume + more));
+    };
+    EXPECT_EQ(move(",unlinkat:2:kill").status, -1);
+
+    fileSystem.removeAbandonedCopies(directory.path());
+
+    EXPECT_EQ(move("").output, "ok\nfaults: 1\n");
+    EXPECT_EQ(strangers(directory.path(), {"new"}), std::vector<std::string>{});
+}
+
 TEST(MoveItem, FinishesNoKilledMoveOfWhatIsNotInTheCopy) {
     const TemporaryDirectory directory;
     directory.write("top/a", "a");

@@ -72,31 +72,54 @@ TEST_F(TemporaryItemTest, LeavesAloneWhatAnotherUserHasLeft) {
     }
     const auto theirs = directory_.write(name, "theirs");
     ASSERT_EQ(::chown(theirs.c_str(), 65534, 65534), 0);
-    {
-        ASSERT_TRUE(make());
-        EXPECT_FALSE(TemporaryItem::adopt(top_.get(), "item"));
-    }
+    { ASSERT_TRUE(make()); }
 
     EXPECT_EQ(names(), std::vector<std::string>{name});
     EXPECT_EQ(contentOf(theirs), "theirs");
 }
 
-TEST_F(TemporaryItemTest, TakesOverWhatAKilledProcessHasLeft) {
+TEST_F(TemporaryItemTest, TakesOverTheMarkThatAKilledProcessHasLeft) {
     std::string name;
     {
-        const auto item = make();
+        const auto mark = TemporaryItem::makeMark(top_.get(), "item");
         name = names().front();
     }
-    EXPECT_FALSE(TemporaryItem::adopt(top_.get(), "item"));
+    EXPECT_FALSE(TemporaryItem::adoptMark(top_.get(), "item"));
     directory_.write(name);
-    EXPECT_FALSE(TemporaryItem::adopt(top_.get(), "another"));
+    EXPECT_FALSE(TemporaryItem::adoptMark(top_.get(), "another"));
     {
-        const auto item = TemporaryItem::adopt(top_.get(), "item");
-        ASSERT_TRUE(item);
+        const auto mark = TemporaryItem::adoptMark(top_.get(), "item");
+        ASSERT_TRUE(mark);
         EXPECT_EQ(names(), std::vector<std::string>{name});
-        EXPECT_FALSE(TemporaryItem::adopt(top_.get(), "item"));
+        EXPECT_FALSE(TemporaryItem::adoptMark(top_.get(), "item"));
     }
     EXPECT_TRUE(names().empty());
+}
+
+TEST_F(TemporaryItemTest, TakesOverNoMarkOfAnotherUser) {
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "only root can give files to others";
+    }
+    std::string name;
+    {
+        const auto mark = TemporaryItem::makeMark(top_.get(), "item");
+        name = names().front();
+    }
+    ASSERT_EQ(::chown(directory_.write(name).c_str(), 65534, 65534), 0);
+
+    EXPECT_FALSE(TemporaryItem::adoptMark(top_.get(), "item"));
+}
+
+TEST_F(TemporaryItemTest, TellsMarksFromItemsToBe) {
+    const auto item = make();
+    EXPECT_FALSE(TemporaryItem::isMark(names().front()));
+    const TemporaryDirectory other;
+    const FileDescriptor top(::open(other.path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const auto mark = TemporaryItem::makeMark(top.get(), "item");
+    ASSERT_TRUE(mark);
+
+    EXPECT_TRUE(TemporaryItem::isMark(
+        std::filesystem::directory_iterator(other.path())->path().filename()));
 }
 
 TEST_F(TemporaryItemTest, ReplacesNothingWhenItIsRenamed) {
