@@ -69,9 +69,8 @@ int run(int argc, char** argv, const cli::Options& options, const std::string& i
             throw platform::Exception(platform::exception_name::alreadyRunning,
                                       "it is already running");
         }
-        return static_cast<int>(
-            undoes ? undoMain(options)
-                   : terminalMain(options, interfaceFile, inventory, awake));
+        return static_cast<int>(undoes ? undoMain(options)
+                                       : terminalMain(options, interfaceFile, inventory, awake));
     }
     return static_cast<int>(
         windowMain(argc, argv, options, interfaceFile, inventory, awake,
