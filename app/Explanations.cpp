@@ -5,7 +5,9 @@ const char* explanationOf(platform::AuthorizationStatus right) {
     case platform::errAuthorizationSuccess:
         return "It could not be moved with the administrator's right either.";
     case platform::errAuthorizationCanceled:
-        return "The administrator's password was not given.";
+        return "It takes an administrator's password to move it.";
+    case platform::errAuthorizationWrongPassword:
+        return "The administrator's password was wrong.";
     case platform::errAuthorizationDenied:
         return "The administrator's right was denied.";
     default:

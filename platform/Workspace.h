@@ -87,10 +87,20 @@ public:
     /// it, links resolved, so for an item of another volume it is on that volume. It is empty if
     /// the path is too long for the system.
     ///
-    /// A power cut leaves the item in its place or in the Trash with the record of where it came
-    /// from, never without it; which of the two is certain only after makeTrashDurable().
+    /// A power cut leaves the item in its place or in the Trash with the whole record of where it
+    /// came from, never without it or with a part of it; which of the two is certain only after
+    /// makeTrashDurable(). That holds on volumes that keep the order of changes to directories, as
+    /// journaling ones do; on others, such as FAT, the item may be in the Trash without the record.
     virtual Result<std::string> recycle(const std::string& directory, const std::string& trash,
                                         const std::string& name) = 0;
+
+    /// Announces items that recycle() is about to be asked for, each under the path that
+    /// `directory` and `name` have then, so that their records are written and made durable
+    /// together: much faster than one by one. It changes no result, and nothing else of the items.
+    /// Items that do not exist or are too many are ignored, and so are failures. Records that
+    /// recycle() has not used by the next makeTrashDurable() are deleted then.
+    virtual void prepareToRecycle(const std::string& trash,
+                                  const std::vector<std::string>& paths) = 0;
 
     /// Creates the Trash directory as the user knows it, as recycle() does, if it does not exist,
     /// for callers that move items there by other means. It is the user's own, closed to others.
@@ -119,7 +129,7 @@ public:
     virtual void forgetTrashed(const std::string& place) = 0;
 
     /// Makes what recycle() has moved since the last call durable, with one sync for each volume,
-    /// for the end of a batch.
+    /// for the end of a batch, and deletes the records that prepareToRecycle() made in vain.
     virtual void makeTrashDurable() = 0;
 };
 

@@ -55,6 +55,11 @@ public:
         }
     }
 
+    bool isRunning() {
+        const std::lock_guard lock(mutex_);
+        return isRunning_;
+    }
+
     /// From now on the process ends at once with this status. Returns whether that was requested
     /// before.
     bool loopEnded(ExitStatus status) {
@@ -168,6 +173,16 @@ ExitStatus finish(cli::Run& run, const records::RunRecorder& recorder, Ending& e
     return end.status;
 }
 
+/// Qt ends the process when its display goes. Lets a run that has begun go on to its end.
+void outliveDisplay(cli::Run& run, Ending& ending) {
+    if (ending.isRunning()) {
+        ending.request();
+        if (qt::outliveDisplay()) {
+            std::_Exit(static_cast<int>(run.finish().status));
+        }
+    }
+}
+
 } // namespace
 
 ExitStatus windowMain(int argc, char** argv, const cli::Options& options,
@@ -180,7 +195,7 @@ ExitStatus windowMain(int argc, char** argv, const cli::Options& options,
     static auto& follower = *new WindowFollower(ending);
     static auto& recording = *new Recording;
     qt::onInterruption([] { ending.request(); });
-    cli::Run run(options, inventory, follower);
+    static auto& run = *new cli::Run(options, inventory, follower);
     return static_cast<ExitStatus>(qt::windowedMain(
         argc, argv, interfaceFile,
         [&](platform::Interface& interface) {
@@ -188,6 +203,7 @@ ExitStatus windowMain(int argc, char** argv, const cli::Options& options,
             static auto& itemsButton = *new ItemsButton(interface, inventory);
             interface.setAction(showItemsAction, [] { itemsButton.press(); });
             awake(interface, follower);
+            std::atexit([] { outliveDisplay(run, ending); });
             qt::raiseOnRequest(window);
         },
         [&] { return static_cast<int>(finish(run, recording.recorder, ending)); }, withoutDisplay));

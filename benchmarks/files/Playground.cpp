@@ -37,12 +37,9 @@ Playground::~Playground() {
     fs::remove_all(path_, ignored);
 }
 
-void Playground::emptyTrash() const {
-    for (const auto* directory : {".local/share/Trash/files", ".local/share/Trash/info"}) {
-        for (const auto& entry : fs::directory_iterator(*this / directory)) {
-            fs::remove_all(entry.path());
-        }
-    }
+void Playground::setTrashAside() {
+    fs::create_directories(*this / "used");
+    fs::rename(*this / ".local/share/Trash", *this / ("used/" + std::to_string(++trashesUsed_)));
 }
 
 void Playground::makeFiles(const std::string& directory,

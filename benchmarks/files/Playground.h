@@ -19,7 +19,9 @@ public:
     /// Returns the user's Trash.
     std::string trash() const { return *this / ".Trash"; }
 
-    void emptyTrash() const;
+    /// Moves the home trash away without deleting what is in it: for some seconds, ext4 looks for
+    /// inodes beside those that were just deleted, which would be measured, too.
+    void setTrashAside();
 
     /// Creates a directory with empty files.
     void makeFiles(const std::string& directory, const std::vector<std::string>& names) const;
@@ -29,6 +31,7 @@ public:
 
 private:
     std::string path_;
+    int trashesUsed_ = 0;
 };
 
 /// A directory on another volume than the playground's, deleted with its contents at the scope's

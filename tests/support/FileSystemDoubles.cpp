@@ -230,6 +230,11 @@ platform::Result<std::string> RecordingWorkspace::recycle(const std::string& dir
                    : platform::Unexpected(failure.error());
 }
 
+void RecordingWorkspace::prepareToRecycle(const std::string& /*trash*/,
+                                          const std::vector<std::string>& paths) {
+    prepared.push_back(paths);
+}
+
 void RecordingWorkspace::makeTrash(const std::string& trash) {
     trashesMade.push_back(trash);
 }

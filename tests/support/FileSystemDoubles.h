@@ -88,6 +88,8 @@ public:
     /// the places of those whose move has ended.
     std::vector<std::vector<std::string>> expected;
     std::vector<std::string> ended;
+    /// What was announced before it was recycled, a call's paths together.
+    std::vector<std::vector<std::string>> prepared;
     /// How often what was recycled has been made durable.
     int timesDurable = 0;
     /// What is in the Trash.
@@ -121,6 +123,8 @@ public:
     /// Returns the name in the Trash.
     platform::Result<std::string> recycle(const std::string& directory, const std::string& trash,
                                           const std::string& name) override;
+    /// Records the calls.
+    void prepareToRecycle(const std::string& trash, const std::vector<std::string>& paths) override;
     void makeTrash(const std::string& trash) override;
     std::function<void()> moveTrashed(const std::string& path, const std::string& place) override;
     std::vector<platform::ItemInTrash> itemsInTrash(const std::string& trash) override;

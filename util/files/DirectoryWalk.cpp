@@ -37,6 +37,20 @@ const DirectoryEntry& DirectoryWalk::entry() const {
     return level.entries[level.reached - 1];
 }
 
+std::vector<std::string>
+DirectoryWalk::pathsFromHere(std::size_t most,
+                             const std::function<bool(const DirectoryEntry&)>& matches) const {
+    const auto& level = levels_.back();
+    const auto directory = path_.substr(0, path_.size() - entry().name.size());
+    std::vector<std::string> paths;
+    for (auto i = level.reached - 1; i < level.entries.size() && paths.size() < most; ++i) {
+        if (i == level.reached - 1 || matches(level.entries[i])) {
+            paths.push_back(directory + level.entries[i].name);
+        }
+    }
+    return paths;
+}
+
 Descent DirectoryWalk::descend() {
     if (!isDirectory()) {
         return Descent::notADirectory;

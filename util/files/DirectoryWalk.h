@@ -3,6 +3,7 @@
 #include "platform/FileSystem.h"
 
 #include <cstddef>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -37,6 +38,12 @@ public:
     /// Return the entry that the walk has reached, and its path.
     const platform::DirectoryEntry& entry() const;
     const std::string& path() const { return path_; }
+
+    /// Returns the paths of the entry that the walk has reached and of those after it in the same
+    /// directory for which `matches` is true, at most `most` of them.
+    std::vector<std::string>
+    pathsFromHere(std::size_t most,
+                  const std::function<bool(const platform::DirectoryEntry&)>& matches) const;
 
     /// Makes the walk continue inside the current entry, if it is a directory.
     Descent descend();

@@ -13,7 +13,9 @@
 #include "util/paths/QFLocalPaths.h"
 
 #include <cerrno>
+#include <functional>
 #include <string_view>
+#include <unordered_set>
 #include <utility>
 
 namespace path = platform::path;
@@ -28,14 +30,45 @@ void makeTrashDurable() {
     platform::service<platform::Workspace>().makeTrashDurable();
 }
 
+/// Announces the items of a walk to the desktop before they are trashed, those of a directory in
+/// batches.
+class Announcements {
+public:
+    using Matches = std::function<bool(const platform::DirectoryEntry&)>;
+
+    explicit Announcements(Matches matches) : matches_(std::move(matches)) {}
+
+    /// Announces the item that the walk has reached, unless that is done, and a batch of those
+    /// after it.
+    void reached(const DirectoryWalk& walk) {
+        if (announced_.erase(walk.path()) > 0) {
+            return;
+        }
+        const auto paths = walk.pathsFromHere(batchSize, matches_);
+        platform::service<platform::Workspace>().prepareToRecycle(QFLocalPaths::trashDirectory(),
+                                                                  paths);
+        announced_.insert(paths.begin() + 1, paths.end());
+    }
+
+private:
+    static constexpr std::size_t batchSize = 100;
+
+    Matches matches_;
+    std::unordered_set<std::string> announced_;
+};
+
 /// Trashes every item below a directory whose name matches, except directories, and returns the
 /// items' paths.
 template <class Matches>
 std::vector<std::string> trashFilesBelow(const std::string& directory, Matches matches) {
     std::vector<std::string> trashed;
+    Announcements announcements([&](const platform::DirectoryEntry& entry) {
+        return entry.kind != platform::ItemKind::directory && matches(entry.name);
+    });
     DirectoryWalk walk(directory);
     while (walk.next()) {
         if (walk.descend() == Descent::notADirectory && matches(walk.entry().name)) {
+            announcements.reached(walk);
             QFFileManager::trashFile(walk.path());
             trashed.push_back(walk.path());
         }
@@ -96,8 +129,10 @@ bool QFFileManager::trashDirectoryContents(const std::string& path) {
 
 bool QFFileManager::trashDirectoryContents(const std::string& path, ShouldAuth shouldAuth) {
     bool succeeded = true;
+    Announcements announcements([](const auto&) { return true; });
     DirectoryWalk walk(path);
     while (walk.next()) {
+        announcements.reached(walk);
         const bool trashed = trashFile(walk.path(), shouldAuth);
         succeeded = succeeded && trashed;
     }

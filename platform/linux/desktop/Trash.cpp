@@ -12,12 +12,16 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <utility>
 
 namespace platform::native {
 
 namespace {
+
+/// The number of trashinfos that are prepared at a time; each is an open file.
+constexpr std::size_t mostPrepared = 128;
 
 using TakeResult = Result<std::string, TrashError>;
 
@@ -101,16 +105,20 @@ TakeResult Trash::take(const std::string& directory, const std::string& trash,
     if (!status) {
         return failure(status.error());
     }
-    const auto home = homeTrashAt(trash);
-    if (!home) {
-        return Unexpected(
-            TrashError{home.error(), "the Trash can’t be used: " + reason(home.error())});
-    }
+    auto prepared = preparedFor(path);
     if (isTrashItself(*status, trash)) {
         return Unexpected(TrashError{Errno(EINVAL), "it is the Trash itself"});
     }
     if (S_ISDIR(status->stx_mode) && hasMountIn(*place)) {
         return Unexpected(TrashError{Errno(EBUSY), "a volume is mounted inside it"});
+    }
+    if (prepared && prepared->claim.isIntact()) {
+        return takePrepared({*place, path, path}, *std::move(prepared));
+    }
+    const auto home = homeTrashAt(trash);
+    if (!home) {
+        return Unexpected(
+            TrashError{home.error(), "the Trash can’t be used: " + reason(home.error())});
     }
     return *home ? takeWithTrashinfo(*place, path, *home) : takeByRename(*place, trash);
 }
@@ -162,12 +170,84 @@ TakeResult Trash::takeWithTrashinfo(const ItemPlace& item, const std::string& pa
         return pathIn(trash->files(), item.name);
     }
     tidy(*trash);
-    const auto taken = trash->take({item, path, recordedPath});
+    return afterTaking(trash, trash->take({item, path, recordedPath}));
+}
+
+TakeResult Trash::takePrepared(const TrashedItem& item, Prepared prepared) {
+    return afterTaking(prepared.trash, prepared.trash->take(item, prepared.claim));
+}
+
+/// Remembers to make an item durable that was taken, and returns its path.
+TakeResult Trash::afterTaking(const OpenTrash& trash, const SystemResult<std::string>& taken) {
     if (taken) {
         const std::lock_guard lock(mutex_);
         unsynced_.try_emplace(trash->id(), trash);
     }
     return afterMoving(trash->files(), taken);
+}
+
+void Trash::prepare(const std::string& trash, const std::vector<std::string>& paths) {
+    const auto home = isUsablePath(trash) ? homeTrashAt(trash) : OpenTrash();
+    if (!home || !*home) {
+        return;
+    }
+    std::vector<std::pair<const std::string&, Prepared>> written;
+    const auto room = mostPrepared - std::min(countPrepared(), mostPrepared);
+    std::optional<Parent> parent;
+    for (std::size_t i = 0; i < paths.size() && written.size() < room; ++i) {
+        if (!parent || parent->path != path::deletingLastComponent(paths[i])) {
+            parent = findParent(paths[i]);
+        }
+        if (parent) {
+            parent->place.name = path::lastComponent(paths[i]);
+            if (auto prepared = prepareOne(*home, *parent)) {
+                written.emplace_back(paths[i], *std::move(prepared));
+            }
+        }
+    }
+    for (auto& [path, prepared] : written) {
+        if (prepared.trash->claimName(prepared.claim)) {
+            const std::lock_guard lock(mutex_);
+            prepared_.try_emplace(path, std::move(prepared));
+        }
+    }
+}
+
+std::size_t Trash::countPrepared() {
+    const std::lock_guard lock(mutex_);
+    return prepared_.size();
+}
+
+/// Opens the directory of an announced item, if that can be.
+std::optional<Trash::Parent> Trash::findParent(const std::string& path) {
+    auto place = findPlace(path);
+    const auto status = place ? statusOf(place->directory.get()) : Unexpected(place.error());
+    return status ? std::optional(
+                        Parent{path::deletingLastComponent(path), *std::move(place), *status})
+                  : std::nullopt;
+}
+
+/// Writes the trashinfo of an item, unless it needs none.
+std::optional<Trash::Prepared> Trash::prepareOne(const OpenTrash& home, const Parent& parent) {
+    const auto& place = parent.place;
+    if (!isEntryName(place.name) || !statusOfEntry(place.directory.get(), place.name)) {
+        return std::nullopt;
+    }
+    const auto path = path::appending(parent.path, place.name);
+    const auto [trash, recordedPath] = trashFor(place, parent.status, path, home);
+    if (fileIdOf(parent.status) == trash->id()) {
+        return std::nullopt;
+    }
+    tidy(*trash);
+    auto claim = trash->prepare(place.name, recordedPath);
+    return claim ? std::optional(Prepared{trash, *std::move(claim)}) : std::nullopt;
+}
+
+/// Returns what is prepared for the item at a path, if anything; it is not kept.
+std::optional<Trash::Prepared> Trash::preparedFor(const std::string& path) {
+    const std::lock_guard lock(mutex_);
+    auto found = prepared_.extract(path);
+    return found ? std::optional(std::move(found.mapped())) : std::nullopt;
 }
 
 /// Takes back what killed processes left in a trash directory, once.
@@ -204,9 +284,11 @@ std::function<void()> Trash::expect(const std::string& path, const std::string& 
 
 void Trash::makeDurable() {
     std::map<FileId, OpenTrash> unsynced;
+    std::unordered_map<std::string, Prepared> unused; // Deleted without the lock.
     {
         const std::lock_guard lock(mutex_);
         unsynced.swap(unsynced_);
+        unused.swap(prepared_);
     }
     for (const auto& [id, trash] : unsynced) {
         // The items are in the Trash; that a power cut may undo that is nobody's failure.

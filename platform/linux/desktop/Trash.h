@@ -6,12 +6,18 @@
 #include "platform/linux/posix/Errno.h"
 #include "platform/linux/posix/ItemPlace.h"
 
+#include <sys/stat.h>
+
+#include <cstddef>
 #include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <set>
 #include <string>
+#include <unordered_map>
+#include <vector>
 
 namespace platform::native {
 
@@ -47,6 +53,12 @@ public:
     Result<std::string, TrashError> take(const std::string& directory, const std::string& trash,
                                          const std::string& name);
 
+    /// Writes the trashinfos of the items at these paths, which take() is about to be asked for,
+    /// and waits for the disk once for all of them. Those that take() has not used are deleted by
+    /// makeDurable(). Ignores failures, items that need no trashinfo, and what exceeds the limit of
+    /// open trashinfos: take() writes what it finds missing.
+    void prepare(const std::string& trash, const std::vector<std::string>& paths);
+
     /// Writes the trashinfo of the item at `path`, which other means are about to move to `place`
     /// in the Trash. An item at `place` gets a unique name. Returns what to call when the move has
     /// ended or failed: it deletes the trashinfo unless the item has arrived. If the Trash is a
@@ -64,6 +76,26 @@ public:
 private:
     using OpenTrash = std::shared_ptr<const TrashDirectory>;
 
+    /// The trashinfo of an announced item; the claim refers to its trash directory.
+    struct Prepared {
+        OpenTrash trash;
+        TrashClaim claim;
+    };
+
+    /// The directory of announced items, mostly the same for many; the place is that of the last.
+    struct Parent {
+        std::string path;
+        ItemPlace place;
+        struct statx status;
+    };
+
+    static std::optional<Parent> findParent(const std::string& path);
+    std::optional<Prepared> prepareOne(const OpenTrash& home, const Parent& parent);
+    std::optional<Prepared> preparedFor(const std::string& path);
+    std::size_t countPrepared();
+    Result<std::string, TrashError> afterTaking(const OpenTrash& trash,
+                                                const SystemResult<std::string>& taken);
+    Result<std::string, TrashError> takePrepared(const TrashedItem& item, Prepared prepared);
     Result<std::string, TrashError>
     takeWithTrashinfo(const ItemPlace& item, const std::string& path, const OpenTrash& home);
     SystemResult<OpenTrash> homeTrashAt(const std::string& trash);
@@ -76,6 +108,7 @@ private:
     OpenTrash home_; ///< Stays open, as most items go there.
     std::set<FileId> tidied_;
     std::map<FileId, OpenTrash> unsynced_;
+    std::unordered_map<std::string, Prepared> prepared_; ///< By the path of the item.
 };
 
 /// Creates the Trash as Trash::take() does before it moves the item.

@@ -57,6 +57,11 @@ SystemResult<void> sendToDisk(int file) {
                : sent;
 }
 
+/// Has the volume begin to write a file's content: a batch of files is then written together.
+void startSending(int file) {
+    static_cast<void>(::sync_file_range(file, 0, 0, SYNC_FILE_RANGE_WRITE));
+}
+
 /// Returns whether a process that was killed left a file, so that nobody works on it.
 bool isAbandoned(const FileDescriptor& trashinfo, const struct statx& status, Mover mover) {
     const auto locked = checked(::flock(trashinfo.get(), LOCK_EX | LOCK_NB));
@@ -96,6 +101,18 @@ bool isMissing(int directory, const std::string& name) {
 }
 
 } // namespace
+
+bool TrashClaim::isIntact() const {
+    const auto status = statusOf(trashinfo_.item().get());
+    return status && status->stx_nlink > 0;
+}
+
+void TrashClaim::giveUpName() {
+    if (!name_.empty()) {
+        trashinfo_.takeBack();
+        name_.clear();
+    }
+}
 
 SystemResult<TrashDirectory> TrashDirectory::openIn(const FileDescriptor& trash) {
     auto files = openOrMake(trash.get(), "files");
@@ -152,19 +169,26 @@ bool TrashDirectory::isTaken(const std::string& name) const {
     return entryExists(infos_.get(), trashinfoName(name)) || holdsItem(name);
 }
 
-/// Makes the trashinfo of this name, whole from the first moment; EEXIST if there is one. It is
-/// locked while it is open.
+/// Writes a trashinfo under a hidden name, and does not wait for the disk. It is locked while it is
+/// open.
+SystemResult<TemporaryItem> TrashDirectory::write(const std::string& purpose,
+                                                  std::string_view text) const {
+    auto trashinfo = TemporaryItem::make(infos_.get(), purpose, trashinfoMode);
+    if (trashinfo) {
+        if (const auto written = writeRest(trashinfo->item().get(), text); !written) {
+            return Unexpected(written.error());
+        }
+    }
+    return trashinfo;
+}
+
+/// Makes the trashinfo of this name, whole from the first moment; EEXIST if there is one.
 SystemResult<TemporaryItem> TrashDirectory::claim(const Claim& wanted) const {
-    auto trashinfo = TemporaryItem::make(infos_.get(), trashinfoName(wanted.name), trashinfoMode);
+    auto trashinfo = write(trashinfoName(wanted.name), wanted.text);
     if (!trashinfo) {
         return trashinfo;
     }
-    const int file = trashinfo->item().get();
-    std::string_view rest = wanted.text;
-    auto claimed = writeRest(file, rest);
-    if (claimed) {
-        claimed = sendToDisk(file);
-    }
+    auto claimed = sendToDisk(trashinfo->item().get());
     if (claimed) {
         claimed = trashinfo->rename();
     }
@@ -174,32 +198,69 @@ SystemResult<TemporaryItem> TrashDirectory::claim(const Claim& wanted) const {
     return trashinfo;
 }
 
-SystemResult<std::string> TrashDirectory::take(const TrashedItem& item) const {
-    const auto& wanted = item.place.name;
-    const auto text = trashinfoText(item.recordedPath, Mover::self);
-    SystemResult<void> taken = Unexpected(Errno(EEXIST));
-    std::string name;
-    int count = 0;
-    for (int attempt = 0; attempt < mostAttempts && failedWith(taken, EEXIST); ++attempt) {
-        count =
-            freeNumber(count + 1, [&](int number) { return isTaken(nameInTrash(wanted, number)); });
-        name = nameInTrash(wanted, count);
-        taken = takeAs(name, item, text);
-    }
-    return taken ? SystemResult<std::string>(std::move(name)) : Unexpected(taken.error());
-}
-
-/// EEXIST if the name is taken.
-SystemResult<void> TrashDirectory::takeAs(const std::string& name, const TrashedItem& item,
-                                          const std::string& text) const {
-    auto trashinfo = claim({name, text});
+SystemResult<TrashClaim> TrashDirectory::prepare(const std::string& name,
+                                                 const std::string& recordedPath) const {
+    auto trashinfo = write(recordedPath, trashinfoText(recordedPath, Mover::self));
     if (!trashinfo) {
         return Unexpected(trashinfo.error());
     }
-    auto moved = move(item, name);
+    startSending(trashinfo->item().get());
+    return TrashClaim(*std::move(trashinfo), name);
+}
+
+SystemResult<void> TrashDirectory::claimName(TrashClaim& claim) const {
+    if (!claim.name_.empty()) {
+        return {};
+    }
+    auto claimed = sendToDisk(claim.trashinfo_.item().get());
+    for (int attempt = 0; attempt < mostAttempts && claimed; ++attempt) {
+        // Most names are free, which claiming them tells.
+        claim.count_ = claim.count_ == 0 ? 1 : freeNumber(claim.count_ + 1, [&](int number) {
+            return isTaken(nameInTrash(claim.wantedName_, number));
+        });
+        auto name = nameInTrash(claim.wantedName_, claim.count_);
+        const auto renamed = claim.trashinfo_.rename(trashinfoName(name));
+        if (renamed) {
+            claim.name_ = std::move(name);
+            return {};
+        }
+        if (!failedWith(renamed, EEXIST)) {
+            return renamed;
+        }
+    }
+    return claimed ? Unexpected(Errno(EEXIST)) : claimed;
+}
+
+SystemResult<std::string> TrashDirectory::take(const TrashedItem& item) const {
+    auto claim = prepare(item.place.name, item.recordedPath);
+    return claim ? take(item, *claim) : Unexpected(claim.error());
+}
+
+SystemResult<std::string> TrashDirectory::take(const TrashedItem& item, TrashClaim& claim) const {
+    for (int attempt = 0; attempt < mostAttempts; ++attempt) {
+        if (const auto claimed = claimName(claim); !claimed) {
+            return Unexpected(claimed.error());
+        }
+        auto name = claim.name_;
+        const auto moved = moveAsClaimed(item, claim);
+        if (moved) {
+            return name;
+        }
+        if (!failedWith(moved, EEXIST)) {
+            return Unexpected(moved.error());
+        }
+    }
+    return Unexpected(Errno(EEXIST));
+}
+
+/// EEXIST if the name is taken; it is no longer claimed then.
+SystemResult<void> TrashDirectory::moveAsClaimed(const TrashedItem& item, TrashClaim& claim) const {
+    auto moved = move(item, claim.name_);
     // An item that was copied, but could not be removed, stays in the Trash with its trashinfo.
-    if (!moved && (failedWith(moved, EEXIST) || lacksItem(name))) {
-        removeTrashinfo(name, trashinfo->item());
+    if (moved || (!failedWith(moved, EEXIST) && !lacksItem(claim.name_))) {
+        claim.name_.clear();
+    } else {
+        claim.giveUpName();
     }
     return moved;
 }

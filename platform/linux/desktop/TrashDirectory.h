@@ -8,6 +8,7 @@
 
 #include <functional>
 #include <string>
+#include <string_view>
 #include <utility>
 
 namespace platform::native {
@@ -17,6 +18,35 @@ struct TrashedItem {
     const ItemPlace& place;
     std::string path;         ///< absolute
     std::string recordedPath; ///< for the trashinfo
+};
+
+/// A trashinfo in a trash directory for an item that is to come, and soon the name that the item
+/// gets. It is locked, so that other processes leave it alone, and is deleted with this unless the
+/// item has come. Not shared between threads.
+class TrashClaim {
+public:
+    TrashClaim(TrashClaim&& other) noexcept
+        : trashinfo_(std::move(other.trashinfo_)), wantedName_(std::move(other.wantedName_)),
+          name_(std::exchange(other.name_, {})), count_(other.count_) {}
+    TrashClaim(const TrashClaim&) = delete;
+    TrashClaim& operator=(const TrashClaim&) = delete;
+    TrashClaim& operator=(TrashClaim&&) = delete;
+    ~TrashClaim() { giveUpName(); }
+
+    /// Returns whether the trashinfo still exists.
+    bool isIntact() const;
+
+private:
+    friend class TrashDirectory;
+    TrashClaim(TemporaryItem trashinfo, std::string wantedName)
+        : trashinfo_(std::move(trashinfo)), wantedName_(std::move(wantedName)) {}
+
+    void giveUpName();
+
+    TemporaryItem trashinfo_;
+    std::string wantedName_;
+    std::string name_; ///< Empty while nothing is claimed, and once the item has come.
+    int count_ = 0;    ///< The number of the last name that was tried.
 };
 
 /// A trash directory of the Trash specification 1.0 that is open for taking items. Any thread may
@@ -53,6 +83,18 @@ public:
     /// one. Neither is durable before makeDurable().
     SystemResult<std::string> take(const TrashedItem& item) const;
 
+    /// Writes the trashinfo of an item that is soon to be taken, and does not wait for the disk.
+    /// The claim refers to this object and must not outlive it.
+    SystemResult<TrashClaim> prepare(const std::string& name,
+                                     const std::string& recordedPath) const;
+
+    /// Waits until a prepared trashinfo is written, and claims a name that is free, if the claim
+    /// has none yet.
+    SystemResult<void> claimName(TrashClaim& claim) const;
+
+    /// Like take() without a claim, for an item whose trashinfo has been prepared.
+    SystemResult<std::string> take(const TrashedItem& item, TrashClaim& claim) const;
+
     /// Claims `name` in a trash directory for an item that other means move there. An item that has
     /// the name gets a unique one first. Returns what to call, at most once, when the move has
     /// ended or failed: it takes the claim back unless the item is there.
@@ -83,8 +125,8 @@ private:
         const std::string& text;
     };
     SystemResult<TemporaryItem> claim(const Claim& wanted) const;
-    SystemResult<void> takeAs(const std::string& name, const TrashedItem& item,
-                              const std::string& text) const;
+    SystemResult<TemporaryItem> write(const std::string& purpose, std::string_view text) const;
+    SystemResult<void> moveAsClaimed(const TrashedItem& item, TrashClaim& claim) const;
     SystemResult<void> move(const TrashedItem& item, const std::string& name) const;
     SystemResult<void> giveUniqueName(const std::string& name) const;
     SystemResult<TemporaryItem> claimFree(const std::string& name, const std::string& text) const;

@@ -68,6 +68,10 @@ Result<std::string> Workspace::recycle(const std::string& directory, const std::
     return Unexpected(posixError(number, name, movedToTrash, why));
 }
 
+void Workspace::prepareToRecycle(const std::string& trash, const std::vector<std::string>& paths) {
+    trash_.prepare(trash, paths);
+}
+
 void Workspace::makeTrash(const std::string& trash) {
     static_cast<void>(native::makeTrash(trash));
 }

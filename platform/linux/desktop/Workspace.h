@@ -47,6 +47,7 @@ public:
     /// See Trash.
     Result<std::string> recycle(const std::string& directory, const std::string& trash,
                                 const std::string& name) override;
+    void prepareToRecycle(const std::string& trash, const std::vector<std::string>& paths) override;
     void makeTrash(const std::string& trash) override;
     std::function<void()> moveTrashed(const std::string& path, const std::string& place) override;
     std::vector<ItemInTrash> itemsInTrash(const std::string& trash) override;

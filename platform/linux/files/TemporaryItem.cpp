@@ -189,17 +189,20 @@ TemporaryItem::~TemporaryItem() {
     }
 }
 
-SystemResult<void> TemporaryItem::rename() {
-    return renamed(renameWithoutReplacing({directory_, name_}, {directory_, purpose_}));
+SystemResult<void> TemporaryItem::rename(const std::string& name) {
+    return renamed(name, renameWithoutReplacing({directory_, name_}, {directory_, name}));
 }
 
 SystemResult<void> TemporaryItem::replace() {
-    return renamed(checked(::renameat(directory_, name_.c_str(), directory_, purpose_.c_str())));
+    return renamed(purpose_,
+                   checked(::renameat(directory_, name_.c_str(), directory_, purpose_.c_str())));
 }
 
 /// Records the outcome of a rename, and returns it.
-SystemResult<void> TemporaryItem::renamed(const SystemResult<void>& result) {
+SystemResult<void> TemporaryItem::renamed(const std::string& name,
+                                          const SystemResult<void>& result) {
     if (result) {
+        purpose_ = name;
         name_.clear();
     }
     return result;

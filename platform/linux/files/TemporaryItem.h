@@ -46,12 +46,15 @@ public:
     const FileDescriptor& item() const { return item_; }
 
     /// Renames the item to its final name. An existing item there is never replaced: EEXIST.
-    SystemResult<void> rename();
+    SystemResult<void> rename() { return rename(purpose_); }
+
+    /// Like rename(), but to another final name than the one that it was made for.
+    SystemResult<void> rename(const std::string& name);
 
     /// Like rename(), but replaces an existing file or, if this is a directory, an empty directory.
     SystemResult<void> replace();
 
-    /// Undoes the rename, if the item is to be deleted after all.
+    /// Undoes the rename, if the item is to be deleted after all or is to get another name.
     void takeBack();
 
 private:
@@ -59,11 +62,11 @@ private:
         : directory_(directory), purpose_(std::move(purpose)) {}
 
     SystemResult<void> claim(const std::string& name, mode_t mode);
-    SystemResult<void> renamed(const SystemResult<void>& result);
+    SystemResult<void> renamed(const std::string& name, const SystemResult<void>& result);
 
     int directory_;
-    std::string purpose_;
-    std::string name_; ///< Empty if there is nothing to delete.
+    std::string purpose_; ///< The final name, once the item has it.
+    std::string name_;    ///< Empty if there is nothing to delete.
     FileDescriptor item_;
 };
 

@@ -98,9 +98,9 @@ TEST_F(ReportTest, TellsWhyAnItemWasLeft) {
     observer.itemEnded("/x/b", failure("It is nailed down.", std::nullopt));
     observer.itemEnded("/x/c", {.outcome = TrashOutcome::moved});
 
-    EXPECT_EQ(observer.lastCause("/x/a"), "The administrator's password was not given.");
+    EXPECT_EQ(observer.lastCause("/x/a"), "It takes an administrator's password to move it.");
     EXPECT_EQ(observer.lastCause("/x/b"), "It is nailed down.");
-    EXPECT_EQ(reasonOf("/x/a"), "It is closed. The administrator's password was not given.");
+    EXPECT_EQ(reasonOf("/x/a"), "It is closed. It takes an administrator's password to move it.");
     EXPECT_EQ(reasonOf("/x/b"), "It is nailed down.");
     EXPECT_EQ(reasonOf("/x/c"),
               "It was moved to the Trash, but there is an item at its path again.");
@@ -141,6 +141,9 @@ INSTANTIATE_TEST_SUITE_P(
         StatusOfTheRight{{"Denied"},
                          platform::errAuthorizationDenied,
                          "No. The administrator's right was denied."},
+        StatusOfTheRight{{"WrongPassword"},
+                         platform::errAuthorizationWrongPassword,
+                         "No. The administrator's password was wrong."},
         StatusOfTheRight{{"Unavailable"},
                          platform::errAuthorizationInternal,
                          "No. The administrator's right cannot be had on this machine."},

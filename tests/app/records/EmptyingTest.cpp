@@ -98,7 +98,7 @@ TEST_F(EmptyingTest, AsksForTheRightOnlyOnce) {
 
     for (const auto& item : items) {
         EXPECT_EQ(item.outcome, Emptied::failed);
-        EXPECT_TRUE(item.reason.ends_with(" The administrator's password was not given."));
+        EXPECT_TRUE(item.reason.ends_with(" It takes an administrator's password to move it."));
     }
     EXPECT_EQ(std::ranges::count(administrator.calls, "copyRights", &AuthorizationCall::operation),
               1);

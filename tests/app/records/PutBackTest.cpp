@@ -184,8 +184,8 @@ TEST_F(PutBackTest, AsksForTheRightOnlyOnce) {
 
     for (const auto& item : {first, second}) {
         EXPECT_EQ(resultOf(items, item).outcome, Back::failed);
-        EXPECT_TRUE(
-            resultOf(items, item).reason.ends_with(" The administrator's password was not given."));
+        EXPECT_TRUE(resultOf(items, item)
+                        .reason.ends_with(" It takes an administrator's password to move it."));
     }
     EXPECT_EQ(std::ranges::count(administrator.calls, "copyRights", &AuthorizationCall::operation),
               1);

@@ -1,5 +1,6 @@
 #include "app/start/ApplicationMain.h"
 
+#include "platform/AlertPanel.h"
 #include "platform/Application.h"
 #include "platform/Services.h"
 #include "platform/SystemInformation.h"
@@ -23,6 +24,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -250,6 +252,25 @@ TEST_F(StartUpDeathTest, ShowsNothingOfWhatWasLeftToNobody) {
                 ExitedWithCode(leftInPlace), "^walked\n$");
 }
 
+TEST_F(StartUpDeathTest, EndsWithTheRunsStatusWhenASignalComesWhileAnAlertIsUp) {
+    inventory.rows = {{.action = PlanAction::trash, .path = "/x/a", .state = ItemState::found}};
+    disk.files = {"/x/a"};
+    EXPECT_EXIT(start([](Interface&, PlanObserver& observer) {
+                    platform::service<Application>().performOnMainThread(
+                        [&observer] {
+                            observer.rowBegan(anyRow);
+                            observer.walkEnded();
+                            ::kill(::getpid(), SIGTERM);
+                            for (;;) { // as an alert waits for its answer
+                                platform::service<Application>().handleNextEvent(
+                                    std::chrono::milliseconds(10));
+                            }
+                        },
+                        platform::Wait::no);
+                }),
+                ExitedWithCode(leftInPlace), "^$");
+}
+
 TEST_F(StartUpDeathTest, ShowsTheMainWindowOnceTheControllerIsAwake) {
     EXPECT_EXIT(start([](Interface& interface, PlanObserver&) {
                     auto& window = interface.window("windowMain");
@@ -360,6 +381,79 @@ TEST_F(StartUpDeathTest, HasTheWindowsRunWaitForAnotherRun) {
                         platform::Wait::no);
                 }),
                 ExitedWithCode(complete), "^other ended\nbegan\n$");
+}
+
+/// Begins a run on the main thread, continues it on another thread, and ends the process as Qt does
+/// when the display has gone.
+void loseDisplayDuringRun(PlanObserver& observer, const std::function<void()>& rest) {
+    platform::service<Application>().performOnMainThread(
+        [&observer, rest] {
+            observer.rowBegan(anyRow);
+            platform::detachNewThread([&observer, rest] {
+                // Done once the main thread is out of the work that ends the process.
+                platform::service<Application>().performOnMainThread([] {},
+                                                                     platform::Wait::untilDone);
+                rest();
+                std::cerr << "walked\n";
+                observer.walkEnded();
+            });
+            std::exit(1);
+        },
+        platform::Wait::no);
+}
+
+TEST_F(StartUpDeathTest, ContinuesARunWhoseDisplayGoes) {
+    EXPECT_EXIT(
+        start([](Interface&, PlanObserver& observer) { loseDisplayDuringRun(observer, [] {}); }),
+        ExitedWithCode(complete), "^walked\n$");
+}
+
+TEST_F(StartUpDeathTest, TellsByItsStatusWhatWasLeftWhenTheDisplayHasGone) {
+    inventory.rows = {{.action = PlanAction::trash, .path = "/x/a", .state = ItemState::found}};
+    disk.files = {"/x/a"};
+    EXPECT_EXIT(
+        start([](Interface&, PlanObserver& observer) { loseDisplayDuringRun(observer, [] {}); }),
+        ExitedWithCode(leftInPlace), "^walked\n$");
+}
+
+TEST_F(StartUpDeathTest, AnswersAlertsWithTheirDefaultButtonWhenTheDisplayHasGone) {
+    EXPECT_EXIT(
+        start([](Interface&, PlanObserver& observer) {
+            loseDisplayDuringRun(observer, [] {
+                auto& application = platform::service<Application>();
+                application.performOnMainThread(
+                    [] {
+                        static auto panel = platform::service<platform::AlertPanels>().create({});
+                        panel->beginSheet(nullptr, [](int answer) { std::cerr << answer << '\n'; });
+                    },
+                    platform::Wait::untilDone);
+                application.performOnMainThread([] {}, platform::Wait::untilDone);
+            });
+        }),
+        ExitedWithCode(complete), "^1\nwalked\n$");
+}
+
+TEST_F(StartUpDeathTest, EndsAtOnceWhenTheDisplayGoesBeforeARun) {
+    EXPECT_EXIT(start([](Interface&, PlanObserver&) {
+                    platform::service<Application>().performOnMainThread([] { std::exit(1); },
+                                                                         platform::Wait::no);
+                }),
+                ExitedWithCode(1), "^$");
+}
+
+TEST_F(StartUpDeathTest, EndsAtOnceWhenTheDisplayGoesWhileAnAlertIsBeingAnswered) {
+    EXPECT_EXIT(start([](Interface&, PlanObserver& observer) {
+                    auto& application = platform::service<Application>();
+                    application.performOnMainThread(
+                        [&application, &observer] {
+                            observer.rowBegan(anyRow);
+                            application.performOnMainThread([] { std::exit(1); },
+                                                            platform::Wait::no);
+                            application.handleNextEvent(std::chrono::minutes(1));
+                        },
+                        platform::Wait::no);
+                }),
+                ExitedWithCode(1), "^$");
 }
 
 TEST_F(StartUpDeathTest, IsRefusedToTheSuperuserInAnotherAccountsHome) {

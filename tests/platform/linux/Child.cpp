@@ -69,6 +69,26 @@ int recycle(const Arguments& arguments) {
     return report(recycled);
 }
 
+/// Announces the items with the names after the first two arguments, runs the shell command that
+/// the environment has, and then trashes all as recycle() does.
+int recycleAnnounced(const Arguments& arguments) {
+    Desktop desktop;
+    std::vector<std::string> paths;
+    for (std::size_t i = 2; i < arguments.size(); ++i) {
+        paths.push_back(arguments.at(0) + "/" + arguments.at(i));
+    }
+    desktop.workspace.prepareToRecycle(arguments.at(1), paths);
+    if (const char* command = std::getenv("QF_MEANWHILE")) {
+        std::system(command); // NOLINT(concurrency-mt-unsafe): the only thread
+    }
+    platform::Result<std::string> recycled{std::string()};
+    for (std::size_t i = 2; i < arguments.size() && recycled; ++i) {
+        recycled = desktop.workspace.recycle(arguments.at(0), arguments.at(1), arguments.at(i));
+    }
+    desktop.workspace.makeTrashDurable();
+    return report(recycled);
+}
+
 /// Trashes one item, and prints its path in the Trash.
 int placeInTrash(const Arguments& arguments) {
     Desktop desktop;
@@ -228,6 +248,12 @@ int closedStreams(const Arguments& /*arguments*/) {
     return closed;
 }
 
+/// Returns whether nothing can be written to standard output.
+int failingOutput(const Arguments& /*arguments*/) {
+    platform::installServices();
+    return ::write(STDOUT_FILENO, "x", 1) < 0 ? 1 : 0;
+}
+
 int storePreference(const Arguments& arguments) {
     platform::ProgramDescription program;
     if (arguments.size() > 1) {
@@ -259,6 +285,7 @@ const std::map<std::string, std::function<int(const Arguments&)>> commands{
     {"put-back", putBack},
     {"forget-trashed", forgetTrashed},
     {"make-trash", makeTrash},
+    {"recycle-announced", recycleAnnounced},
     {"place-in-trash", placeInTrash},
     {"recycle-namesakes", recycleNamesakes},
     {"recycle-around", recycleAround},
@@ -271,6 +298,7 @@ const std::map<std::string, std::function<int(const Arguments&)>> commands{
     {"environment", environment},
     {"installation-folder", installationDirectory},
     {"closed-streams", closedStreams},
+    {"failing-output", failingOutput},
     {"store-preference", storePreference},
     {"move", move},
     {"copy", copy},

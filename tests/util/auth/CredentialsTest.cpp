@@ -58,7 +58,7 @@ public:
         return platform::AuthorizationRef{1};
     }
     platform::AuthorizationResult<void>
-    copyRights(platform::AuthorizationRef /*ref*/, const platform::AuthorizationItemSet& /*rights*/,
+    copyRights(platform::AuthorizationRef /*ref*/, const platform::AuthorizationRights& /*rights*/,
                const platform::AuthorizationItemSet& environment,
                platform::AuthorizationFlags /*flags*/) override {
         const std::string& password = environment.at(1).value;

@@ -299,10 +299,10 @@ protected:
         whole = description(item);
     }
 
-    Outcome recycle(const std::string& faults) const {
+    Outcome recycle(const std::string& faults, const std::string& command = "recycle") const {
         auto environment = withFaults(faults);
         environment.push_back("HOME=" + home.path());
-        return runChild({"recycle", home / "items", home / ".Trash", "item"}, environment);
+        return runChild({command, home / "items", home / ".Trash", "item"}, environment);
     }
 
     static std::string any(int count, const std::string& what) {
@@ -371,6 +371,39 @@ TEST_F(TrashFaults, OfAKillAreGoneAfterTheNextRun) {
         }
         EXPECT_GT(count, 10) << "there is hardly any call that could be the last";
     }
+}
+
+TEST_F(TrashFaults, LeaveAnAnnouncedItemWholeAndNoClaimBehind) {
+    for (int count = 1;; ++count) {
+        makeItem();
+        const auto outcome = recycle(any(count, std::to_string(ENOSPC)), "recycle-announced");
+        const bool moved = outcome.output.starts_with("ok\n");
+        // It gets a number if its own trashinfo could not be examined.
+        const auto there = namesIn(trash + "/files");
+        EXPECT_EQ(there.size(), moved ? 1U : 0U) << "call " << count;
+        EXPECT_EQ(description(moved ? trash + "/files/" + there.front() : item), whole)
+            << "call " << count;
+        EXPECT_TRUE(strayIn(trash).empty() || !moved) << "call " << count;
+        if (outcome.output.find("faults: 1") == std::string::npos && count > 20) {
+            break;
+        }
+        ASSERT_FALSE(HasFailure()) << outcome.output;
+    }
+}
+
+TEST_F(TrashFaults, OfAKillAfterAnAnnouncementAreGoneAfterTheNextRun) {
+    int count = 1;
+    for (makeItem(); recycle(any(count, "kill"), "recycle-announced").status == -1; ++count) {
+        EXPECT_EQ(description(exists(item) ? item : trash + "/files/item"), whole)
+            << "call " << count;
+        fs::create_directories(item);
+
+        EXPECT_EQ(recycle("").output, "ok\n");
+
+        EXPECT_EQ(strayIn(trash), nothing) << "call " << count;
+        makeItem();
+    }
+    EXPECT_GT(count, 10) << "there is hardly any call that could be the last";
 }
 
 TEST_F(TrashFaults, OfLocksLeaveAbandonedNamesToTheirAge) {

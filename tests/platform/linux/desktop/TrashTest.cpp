@@ -40,6 +40,18 @@ protected:
         return runChild({"recycle", items, trash, name}, environment, prefix);
     }
 
+    /// Announces and trashes the items of these names; a shell command runs in between, in the
+    /// home trash.
+    Outcome recycleAnnounced(const std::vector<std::string>& names,
+                             const std::string& meanwhile = ":") {
+        auto withCommand = environment;
+        withCommand.push_back("QF_MEANWHILE=cd " + (home / ".local/share/Trash") +
+                              " 2>/dev/null; " + meanwhile);
+        std::vector<std::string> arguments{"recycle-announced", items, trash};
+        arguments.insert(arguments.end(), names.begin(), names.end());
+        return runChild(arguments, withCommand);
+    }
+
     std::string placeInTrash(const std::string& directory, const std::string& name) {
         return runChild({"place-in-trash", directory, trash, name}, environment).output;
     }
@@ -171,6 +183,99 @@ TEST_F(Trash, TellsTheNameThatAnItemGotInARealDirectory) {
         EXPECT_EQ(placeInTrash(items, "a.txt"), trash + name + "\n");
     }
     EXPECT_EQ(placeInTrash(trash, "a.txt"), trash + "/a.txt\n");
+}
+
+TEST_F(Trash, HasTheTrashinfosOfAnnouncedItemsBeforeTheFirstComes) {
+    home.write("items/a.txt");
+    home.write("items/b.txt");
+
+    const auto outcome = recycleAnnounced({"a.txt", "b.txt"}, "ls files info");
+
+    EXPECT_EQ(outcome.output, "files:\n\ninfo:\na.txt.trashinfo\nb.txt.trashinfo\nok\n");
+    EXPECT_TRUE(exists(files("a.txt")));
+    EXPECT_TRUE(exists(files("b.txt")));
+    EXPECT_EQ(strayIn(home / ".local/share/Trash"), std::vector<std::string>());
+}
+
+TEST_F(Trash, NumbersAnAnnouncedNamesake) {
+    home.write("items/a.txt", "first");
+    ASSERT_EQ(recycle("a.txt").output, "ok\n");
+    home.write("items/a.txt", "second");
+
+    ASSERT_EQ(recycleAnnounced({"a.txt"}).output, "ok\n");
+
+    EXPECT_EQ(contentOf(files("a.txt")), "first");
+    EXPECT_EQ(contentOf(files("a.2.txt")), "second");
+    EXPECT_EQ(strayIn(home / ".local/share/Trash"), std::vector<std::string>());
+}
+
+TEST_F(Trash, ReplacesNothingThatCameAfterTheAnnouncement) {
+    home.write("items/a.txt", "mine");
+
+    ASSERT_EQ(recycleAnnounced({"a.txt"}, "echo theirs >files/a.txt").output, "ok\n");
+
+    EXPECT_EQ(contentOf(files("a.txt")), "theirs\n");
+    EXPECT_EQ(contentOf(files("a.2.txt")), "mine");
+    EXPECT_FALSE(exists(note("a.txt")));
+    EXPECT_NE(contentOf(note("a.2.txt")).find("Path=" + items + "/a.txt\n"), std::string::npos);
+}
+
+TEST_F(Trash, WritesTheTrashinfoAgainThatOthersDeletedAfterTheAnnouncement) {
+    for (const auto* deletion : {"rm info/a.txt.trashinfo", "rm -r info", "rm -r ../Trash"}) {
+        fs::remove_all(home / ".local");
+        home.write("items/a.txt");
+
+        ASSERT_EQ(recycleAnnounced({"a.txt"}, deletion).output, "ok\n");
+
+        EXPECT_TRUE(exists(files("a.txt"))) << deletion;
+        EXPECT_TRUE(exists(note("a.txt"))) << deletion;
+    }
+}
+
+TEST_F(Trash, KeepsNoTrashinfoOfAnAnnouncedItemThatDidNotCome) {
+    home.write("items/a.txt");
+    home.write("items/b.txt");
+
+    const auto outcome = recycleAnnounced({"a.txt", "b.txt"}, "rm " + items + "/a.txt");
+
+    EXPECT_EQ(outcome.output,
+              "2 “a.txt” couldn’t be moved to the Trash because it doesn’t exist.\n");
+    EXPECT_TRUE(fs::is_empty(home / ".local/share/Trash/info"));
+}
+
+TEST_F(Trash, PreparesNothingForWhatIsMissingOrInItAlready) {
+    home.write("items/a.txt");
+    ASSERT_EQ(recycle("a.txt").output, "ok\n");
+    items = trash;
+
+    EXPECT_EQ(recycleAnnounced({"a.txt", "missing"}, "ls info").output,
+              "a.txt.trashinfo\n2 “missing” couldn’t be moved to the Trash because it doesn’t "
+              "exist.\n");
+
+    EXPECT_EQ(strayIn(home / ".local/share/Trash"), std::vector<std::string>());
+}
+
+TEST_F(Trash, TakesMoreAnnouncedItemsThanItPreparesAtATime) {
+    std::vector<std::string> names;
+    for (int i = 0; i < 300; ++i) {
+        names.push_back("item" + std::to_string(i));
+        home.write("items/" + names.back());
+    }
+
+    EXPECT_EQ(recycleAnnounced(names, "ls info | wc -l").output, "128\nok\n");
+
+    EXPECT_EQ(namesIn(home / ".local/share/Trash/files").size(), names.size());
+    EXPECT_EQ(strayIn(home / ".local/share/Trash"), std::vector<std::string>());
+}
+
+TEST_F(Trash, PreparesNothingInARealDirectory) {
+    home.write("items/a.txt");
+    home.makeDirectory(".Trash");
+
+    EXPECT_EQ(recycleAnnounced({"a.txt"}).output, "ok\n");
+
+    EXPECT_TRUE(exists(trash + "/a.txt"));
+    EXPECT_FALSE(exists(home / ".local"));
 }
 
 TEST_F(Trash, IsMadeAgainWhenItIsDeletedBetweenTwoItems) {
