@@ -47,9 +47,9 @@ struct TrashPaths {
     std::string top;   ///< The top directory of the volume, which relative paths begin at.
 };
 
-TrashPaths pathsOf(const std::string& trash, const std::string& top) { // NOLINT(*-swappable-*)
+TrashPaths pathsOf(const std::string& trash) {
     const auto files = path::appending(trash, filesOfTrash);
-    return {files, infosBeside(files), top};
+    return {.files = files, .infos = infosBeside(files), .top = "/"};
 }
 
 /// Returns the path that an item had by its trashinfo; empty if it has none.
@@ -79,7 +79,8 @@ std::vector<TrashPaths> trashesOn(const std::string& top) {
     std::vector<TrashPaths> trashes;
     const auto add = [&](const std::string& trash) {
         if (isDirectoryOf(trash, ::geteuid())) {
-            trashes.push_back(pathsOf(trash, top));
+            trashes.push_back(pathsOf(trash));
+            trashes.back().top = top;
         }
     };
     if (const auto shared = path::appending(top, ".Trash"); isSticky(shared)) {
@@ -96,7 +97,7 @@ std::vector<ItemInTrash> itemsInTrash(const std::string& trash) {
     if (isDirectoryOf(trash, ::geteuid())) {
         appendItems({trash, {}, {}}, items);
     }
-    appendItems(pathsOf(homeTrash(), "/"), items);
+    appendItems(pathsOf(homeTrash()), items);
     for (const auto& volume : mountedLocalVolumes()) {
         for (const auto& onVolume : trashesOn(volume.mountPoint)) {
             appendItems(onVolume, items);
