@@ -20,6 +20,8 @@ using records::Taken;
 
 constexpr const char* occupied = "Something else is in its place.";
 constexpr const char* gone = "It is no longer in the Trash.";
+constexpr const char* interrupted =
+    "This run has finished one that was interrupted. --put-back undoes both. It had begun at ";
 constexpr const char* noRun = "No run is recorded.\n";
 constexpr std::size_t wordsWidth = 14;
 
@@ -160,6 +162,7 @@ void forEach(const records::RunRecords& runs, Usable usable, Unusable unusable) 
 
 std::vector<UndoneItem> undone(const std::vector<records::ItemBack>& items) {
     std::vector<UndoneItem> all;
+    all.reserve(items.size());
     for (const auto& item : items) {
         const bool isLeft = item.outcome == Back::occupied || item.outcome == Back::gone ||
                             item.outcome == Back::failed;
@@ -171,6 +174,7 @@ std::vector<UndoneItem> undone(const std::vector<records::ItemBack>& items) {
 
 std::vector<UndoneItem> undone(const std::vector<records::ItemEmptied>& items) {
     std::vector<UndoneItem> all;
+    all.reserve(items.size());
     for (const auto& item : items) {
         all.push_back({item.path, item.place, records::nameOf(item.outcome), wordsFor(item.outcome),
                        item.outcome == Emptied::failed, item.reason});
@@ -246,6 +250,20 @@ std::string runsAsJson(const records::RunRecords& runs) {
                                         {"reason", platform::text::validUtf8(reason)}});
         });
     return written(document);
+}
+
+std::string interruptionBefore(const records::RunRecords& runs, unsigned number) {
+    const auto numbers = runs.numbers();
+    const auto before = std::ranges::find_if(numbers, [&](unsigned it) { return it < number; });
+    if (before == numbers.end()) {
+        return {};
+    }
+    try {
+        const auto record = runs.read(*before);
+        return record.isComplete || record.isClosed ? std::string() : interrupted + record.date;
+    } catch (const platform::Exception&) {
+        return {};
+    }
 }
 
 std::string lastRunAsText(const records::RunRecords& runs) {

@@ -43,6 +43,10 @@ std::string itemsAsJson(const std::string& result, const std::vector<UndoneItem>
 std::string runsAsText(const records::RunRecords& runs);
 std::string runsAsJson(const records::RunRecords& runs);
 
+/// Returns what to tell a person after a run if the one before it was interrupted; empty if it was
+/// not.
+std::string interruptionBefore(const records::RunRecords& runs, unsigned number);
+
 /// Returns what the newest run did, for a person and as JSON. Throws as RunRecords::read() does.
 std::string lastRunAsText(const records::RunRecords& runs);
 std::string lastRunAsJson(const records::RunRecords& runs);

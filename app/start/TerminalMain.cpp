@@ -88,6 +88,11 @@ ExitStatus terminalMain(const cli::Options& options, const std::string& interfac
     if (const auto& failure = recording.recorder.failure()) {
         output.paragraph(unrecorded + *failure);
     }
+    const auto number = recording.recorder.number();
+    if (const auto interruption = cli::interruptionBefore(recording.runs, number);
+        !interruption.empty()) {
+        output.paragraph(interruption);
+    }
     if (options.empty && end.status != ExitStatus::cancelled) {
         cli::tell(follower.emptied(), deleted, output);
     }

@@ -261,6 +261,12 @@ void Trash::tidy(const TrashDirectory& trash) {
     trash.takeBackAbandoned();
 }
 
+void Trash::tidyHome() {
+    if (const auto home = TrashDirectory::open(homeTrash())) {
+        tidy(*home);
+    }
+}
+
 std::function<void()> Trash::expect(const std::string& path, const std::string& place) {
     const auto trash = path::deletingLastComponent(place);
     if (isUsablePath(path) && isUsablePath(place) && isHomeTrash(trash)) {

@@ -66,6 +66,10 @@ public:
     /// without.
     std::function<void()> expect(const std::string& path, const std::string& place);
 
+    /// Takes back what killed processes left in the home trash, if it exists: see
+    /// TrashDirectory::takeBackAbandoned().
+    void tidyHome();
+
     /// Makes all that was taken since the last call durable, with one sync for each volume.
     void makeDurable();
 

@@ -40,36 +40,54 @@ std::string infosBeside(const std::string& files) {
     return path::appending(path::deletingLastComponent(files), "info");
 }
 
-/// Returns the path that an item had by its trashinfo; empty if it has none. A relative one is
-/// below `top`.
-std::string formerPath(const std::string& infos, const std::string& name, const std::string& top) {
-    const auto text = readFile(path::appending(infos, trashinfoName(name)), longestTrashinfo);
-    const auto recorded = text ? recordedPathIn(*text) : std::string();
-    return recorded.empty() || recorded.starts_with('/') ? recorded
-                                                         : path::appending(top, recorded);
+/// A trash directory, or a real directory in its place, by its paths.
+struct TrashPaths {
+    std::string files; ///< Of the trashed items.
+    std::string infos; ///< Of the trashinfos; empty if there are none.
+    std::string top;   ///< The top directory of the volume, which relative paths begin at.
+};
+
+TrashPaths pathsOf(const std::string& trash) {
+    const auto files = path::appending(trash, filesOfTrash);
+    return {.files = files, .infos = infosBeside(files), .top = "/"};
 }
 
-/// Appends the items in a directory of trashed items on the volume whose top directory is `top`;
-/// `infos` is empty if there are no trashinfos.
-void appendItems(const std::string& files, const std::string& infos, const std::string& top,
-                 std::vector<ItemInTrash>& items) {
-    auto directory = opened(::open(files.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+/// Returns the path that an item had by its trashinfo; empty if it has none.
+std::string formerPath(const TrashPaths& trash, const std::string& name) {
+    const auto text = readFile(path::appending(trash.infos, trashinfoName(name)), longestTrashinfo);
+    const auto recorded = text ? recordedPathIn(*text) : std::string();
+    return recorded.empty() || recorded.starts_with('/') ? recorded
+                                                         : path::appending(trash.top, recorded);
+}
+
+void appendItems(const TrashPaths& trash, std::vector<ItemInTrash>& items) {
+    auto directory =
+        opened(::open(trash.files.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
     auto reader = directory ? DirectoryReader::of(*std::move(directory))
                             : SystemResult<DirectoryReader>(Unexpected(directory.error()));
     auto entry = reader ? reader->next() : Unexpected(reader.error());
     for (; entry && *entry; entry = reader->next()) {
         const auto& name = (*entry)->name;
-        items.push_back({path::appending(files, name),
-                         infos.empty() ? std::string() : formerPath(infos, name, top)});
+        items.push_back({path::appending(trash.files, name),
+                         trash.infos.empty() ? std::string() : formerPath(trash, name)});
     }
 }
 
-void appendItemsOf(const std::string& trash, const std::string& top,
-                   std::vector<ItemInTrash>& items) {
-    if (isDirectoryOf(trash, ::geteuid())) {
-        const auto files = path::appending(trash, filesOfTrash);
-        appendItems(files, infosBeside(files), top, items);
+/// Returns the user's own trash directories on a volume.
+std::vector<TrashPaths> trashesOn(const std::string& top) {
+    const auto user = std::to_string(::geteuid());
+    std::vector<TrashPaths> trashes;
+    const auto add = [&](const std::string& trash) {
+        if (isDirectoryOf(trash, ::geteuid())) {
+            trashes.push_back(pathsOf(trash));
+            trashes.back().top = top;
+        }
+    };
+    if (const auto shared = path::appending(top, ".Trash"); isSticky(shared)) {
+        add(path::appending(shared, user));
     }
+    add(path::appending(top, ".Trash-" + user));
+    return trashes;
 }
 
 } // namespace
@@ -77,16 +95,13 @@ void appendItemsOf(const std::string& trash, const std::string& top,
 std::vector<ItemInTrash> itemsInTrash(const std::string& trash) {
     std::vector<ItemInTrash> items;
     if (isDirectoryOf(trash, ::geteuid())) {
-        appendItems(trash, {}, {}, items);
+        appendItems({trash, {}, {}}, items);
     }
-    appendItems(homeTrashFiles(), infosBeside(homeTrashFiles()), {}, items);
-    const auto user = std::to_string(::geteuid());
+    appendItems(pathsOf(homeTrash()), items);
     for (const auto& volume : mountedLocalVolumes()) {
-        const auto& top = volume.mountPoint;
-        if (const auto shared = path::appending(top, ".Trash"); isSticky(shared)) {
-            appendItemsOf(path::appending(shared, user), top, items);
+        for (const auto& onVolume : trashesOn(volume.mountPoint)) {
+            appendItems(onVolume, items);
         }
-        appendItemsOf(path::appending(top, ".Trash-" + user), top, items);
     }
     return items;
 }

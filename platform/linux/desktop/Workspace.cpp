@@ -81,6 +81,7 @@ std::function<void()> Workspace::moveTrashed(const std::string& path, const std:
 }
 
 std::vector<ItemInTrash> Workspace::itemsInTrash(const std::string& trash) {
+    trash_.tidyHome();
     return native::itemsInTrash(trash);
 }
 

@@ -104,6 +104,20 @@ TEST_F(UndoneTest, ListsRunsWithTheNewestFirst) {
     EXPECT_THAT(cli::runsAsText(runs), HasSubstr("  1 item, complete\n"));
 }
 
+TEST_F(UndoneTest, TellsOfTheInterruptedRunThatARunHasFinished) {
+    records::RunRecorder(runs, jobs).begin(RemoveShared::no);
+    uninstall();
+    uninstall();
+
+    EXPECT_EQ(cli::interruptionBefore(runs, 2),
+              "This run has finished one that was interrupted. --put-back undoes both. It had "
+              "begun at " +
+                  runs.read(1).date);
+    EXPECT_EQ(cli::interruptionBefore(runs, 1), "");
+    EXPECT_EQ(cli::interruptionBefore(runs, 3), "");
+    EXPECT_EQ(cli::interruptionBefore(runs, 0), "");
+}
+
 TEST_F(UndoneTest, TellsTheLastRun) {
     const auto item = write(cache("Ospenth"));
     const auto file = write(agent("Lunevar"));

@@ -9,6 +9,7 @@
 #include "platform/linux/plist/PropertyLists.h"
 #include "platform/linux/posix/Errors.h"
 #include "tests/support/AuthorizationDouble.h"
+#include "tests/support/LoggedLines.h"
 #include "tests/support/PortDoubles.h"
 #include "tests/support/ProcessLauncherDouble.h"
 #include "tests/support/TemporaryDirectory.h"
@@ -91,6 +92,7 @@ protected:
         using platform::DirectoryKind;
         using platform::DomainMask;
         TestClock::install();
+        loggedLines();
         account.home = home.makeDirectory("user");
         account.state = home / "user/state";
         home.makeDirectory("user/.Trash");
@@ -103,7 +105,10 @@ protected:
              {home / "user/Library/Application Support"}},
         };
     }
-    void TearDown() override { QFAuthorization::sharedController().dealloc(); }
+    void TearDown() override {
+        QFAuthorization::sharedController().dealloc();
+        loggedLines(); // None is written any more when the services are gone.
+    }
 
     /// Returns an item in the user's caches, which belongs to the plan.
     std::string cache(const std::string& application) const {

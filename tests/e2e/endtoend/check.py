@@ -16,7 +16,7 @@ from endtoend.snapshot import Entry
 
 # What a run may leave behind in the home folder: the log, its record, the way to the Trash, and what
 # the toolkit keeps for itself.
-RECORD = r"/kelvane-uninstaller(/runs(/\d+\.[^/]+)?)?"
+RECORD = r"/kelvane-uninstaller(/runs(/[^/]+)?)?"
 MAY_APPEAR = re.compile(
     rf"/\.local/state({RECORD})?|/\.Trash|/\.local(/share)?|/\.local/share/Trash(/files|/info|/directorysizes)?"
     r"|/Library/Logs(/Quillfen(/.*)?)?|/\.cache(/.*)?|/\.config(/.*)?", re.DOTALL)

@@ -222,6 +222,23 @@ TEST_F(PrivilegedFileOperations, AStartedMoveIntoTheTrashCanBeWaitedFor) {
     EXPECT_LE(services.unreadOutput, 0);
 }
 
+TEST_F(PrivilegedFileOperations, AMoveAndARemovalCanBeWaitedFor) {
+    fileSystem.files = {"/Library/a"};
+    for (auto tool : {controller().startMoving("/Library/a", "/Library/b"),
+                      controller().startRemoving("/Library/a")}) {
+        EXPECT_EQ(tool.status, 0);
+        EXPECT_EQ(tool.right, platform::errAuthorizationSuccess);
+        EXPECT_TRUE(tool.waitUntilExit);
+    }
+    EXPECT_EQ(services.tools(),
+              (Lines{"/bin/mv -f /Library/a /Library/b", "/bin/rm -Rdf /Library/a"}));
+}
+
+TEST_F(PrivilegedFileOperations, AProtectedDirectoryIsNotRemoved) {
+    EXPECT_EQ(controller().startRemoving("/Applications").status, QFAuthorization::refused);
+    EXPECT_EQ(services.tools(), Lines{});
+}
+
 TEST_F(PrivilegedFileOperations, TheSuperusersMoveIntoTheTrashCanBeWaitedFor) {
     becomeSuperuser();
     fileSystem.files = {"/Library/Report.pdf"};

@@ -63,6 +63,16 @@ TEST_F(TrashContents, HaveNoPathsWhereTheTrashHasNoTrashinfos) {
     EXPECT_EQ(run({"list-trash", trash}).output, trash + "/a.txt from \n");
 }
 
+TEST_F(TrashContents, AreListedOnceWhatAKilledProcessLeftIsTakenBack) {
+    home.write("items/a.txt");
+    const auto place = trashed("a.txt");
+    fs::rename(place, items + "/a.txt"); // as by one that was killed before the trashinfo went
+
+    EXPECT_EQ(run({"list-trash", trash}).output, "");
+
+    EXPECT_TRUE(namesIn(homeTrash + "/info").empty());
+}
+
 TEST_F(TrashContents, OfALinkToElsewhereAreNotTheUsers) {
     home.write("elsewhere/a.txt");
     fs::create_symlink(home / "elsewhere", trash);
