@@ -5,6 +5,7 @@
 #include "platform/linux/process/Environment.h"
 #include "platform/linux/process/RunDescriptors.h"
 #include "platform/support/Process.h"
+#include "tests/platform/linux/process/SleepingThread.h"
 #include "tests/support/AddressSpace.h"
 #include "tests/support/OpenDescriptors.h"
 #include "tests/support/ScopedLimit.h"
@@ -654,7 +655,7 @@ TEST_F(Launcher, HasNobodyChangeTheEnvironmentWhileAProgramBegins) {
         changer.set_value(::gettid());
         Environment::set("QF_HELD", "changed");
     });
-    EXPECT_TRUE(sleeps(changer.get_future().get()));
+    EXPECT_TRUE(isAsleep(changer.get_future().get()));
     held.letGo();
     launch.get()->waitUntilExit();
     change.get();
