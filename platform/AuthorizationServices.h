@@ -34,21 +34,25 @@ inline constexpr AuthorizationStatus errAuthorizationInvalidRef = -60002;
 inline constexpr AuthorizationStatus errAuthorizationDenied = -60005;
 /// The user dismissed the question.
 inline constexpr AuthorizationStatus errAuthorizationCanceled = -60006;
+/// The user answered the program's own question, each time with a wrong password.
+inline constexpr AuthorizationStatus errAuthorizationWrongPassword = -60100;
 /// The service cannot be reached, or does not exist on this machine.
 inline constexpr AuthorizationStatus errAuthorizationInternal = -60008;
 /// The tool could not be started.
 inline constexpr AuthorizationStatus errAuthorizationToolExecuteFailure = -60031;
 
-/// A requested right, such as "system.privilege.admin", or one of the credentials that a handle is
-/// created with: "username" or "password". `value` holds bytes without a terminating zero.
+/// The names of rights, such as "system.privilege.admin", in no order.
+using AuthorizationRights = std::vector<std::string>;
+
+/// One of the credentials that a handle is created with.
 struct AuthorizationItem {
-    std::string name;                                      ///< Of the right or the credential.
-    std::string value;                                     ///< Empty for a right.
+    std::string name;                                      ///< "username" or "password".
+    std::string value;                                     ///< Bytes without a terminating zero.
     AuthorizationFlags flags = kAuthorizationFlagDefaults; ///< Always the defaults.
 
     bool operator==(const AuthorizationItem&) const = default;
 };
-/// Rights, or credentials, in no order.
+/// Credentials, in no order.
 using AuthorizationItemSet = std::vector<AuthorizationItem>;
 
 /// The result of a call: its error is one of the failures above, or another number.
@@ -71,7 +75,7 @@ public:
     /// kAuthorizationFlagInteractionAllowed the user may be asked, which takes as long as the user
     /// does.
     virtual AuthorizationResult<void> copyRights(AuthorizationRef ref,
-                                                 const AuthorizationItemSet& rights,
+                                                 const AuthorizationRights& rights,
                                                  const AuthorizationItemSet& environment,
                                                  AuthorizationFlags flags) = 0;
 

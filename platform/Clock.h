@@ -2,14 +2,17 @@
 
 #include "platform/Services.h"
 #include "platform/foundation/Date.h"
+#include "platform/foundation/Timer.h"
 
 #include <chrono>
 #include <ctime>
+#include <functional>
 #include <thread>
+#include <utility>
 
 namespace platform {
 
-/// The time of day. Any thread may call every member.
+/// The time of day, and what waits for its time. Any thread may call every member.
 class Clock {
 public:
     static constexpr const char* portName = "Clock";
@@ -25,6 +28,12 @@ public:
     /// Suspends the calling thread for `duration`.
     virtual void sleep(std::chrono::microseconds duration) {
         std::this_thread::sleep_for(duration);
+    }
+
+    /// Schedules `operation` to run after `delay` and returns at once, with the contract of
+    /// platform::performAfter.
+    virtual void performAfter(std::chrono::seconds delay, std::function<void()> operation) {
+        platform::performAfter(delay, std::move(operation));
     }
 };
 

@@ -29,6 +29,10 @@ struct ItemAttributes {
     ItemKind kind = ItemKind::other; ///< Of the item itself.
     std::uint64_t size = 0;          ///< In bytes.
     FileDate modificationDate;       ///< When the content last changed.
+    FileId id;                       ///< The item's identity.
+    unsigned owner = 0;              ///< The user identifier.
+    unsigned group = 0;              ///< The group identifier.
+    unsigned permissions = 0;        ///< The permission bits, at most 07777.
     /// Missing if the file system keeps none.
     std::optional<FileDate> creationDate;
     /// Whether the item is protected from being changed, moved or deleted.

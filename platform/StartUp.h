@@ -21,12 +21,16 @@ struct ProgramDescription {
     /// The file of the program's own privileged helper, which does what that program needs and
     /// nothing else. Where it is missing, the general one serves, which starts any tool.
     std::optional<std::string> helper = {};
+    /// Whether a user who has refused the administrator's right is not asked for it again while the
+    /// program runs. Otherwise each request asks.
+    bool asksOnce = false;
 };
 
 /// Installs this operating system's implementation of every port except those of the user
 /// interface. Must be called once, before any other thread runs. If the environment names no usable
 /// home directory, sets it to the account's own for the process and its children. Opens a closed
-/// standard stream on the null device, so that no file takes its number and receives its output.
+/// standard stream on the null device, so that no file takes its number and receives its output;
+/// what is written to it fails.
 QF_EXPORT void installServices(const ProgramDescription& program = {});
 
 /// Runs a program without windows and returns its exit status, which is what `body` returns.

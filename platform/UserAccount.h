@@ -31,6 +31,11 @@ public:
     /// Returns the user's directory for caches that the system may empty, or nullopt if there is
     /// none.
     virtual std::optional<std::string> cacheDirectory() = 0;
+
+    /// Returns the directory in which programs keep from run to run what is no setting, such as
+    /// records of what they did; the machine's for the superuser. An absolute path without a
+    /// trailing slash.
+    virtual std::string stateDirectory() = 0;
 };
 
 } // namespace platform

@@ -29,6 +29,14 @@ inline constexpr WorkspaceStatus kLSApplicationNotFoundErr = -10814;
 /// The application does not declare an identifier.
 inline constexpr WorkspaceStatus kLSDataErr = -10817;
 
+/// An item in the Trash.
+struct ItemInTrash {
+    std::string place; ///< Its path there.
+    std::string path;  ///< The path that it had, empty if the Trash has no record of that.
+
+    bool operator==(const ItemInTrash&) const = default;
+};
+
 /// The desktop's view of the machine: its applications, its volumes, its labels and its Trash.
 /// Any thread may call every member.
 class Workspace {
@@ -106,6 +114,19 @@ public:
     /// record.
     virtual std::function<void()> moveTrashed(const std::string& path,
                                               const std::string& place) = 0;
+
+    /// Returns the items in the user's Trash on every volume, in no order. `trash` is the Trash
+    /// directory as the user knows it.
+    virtual std::vector<ItemInTrash> itemsInTrash(const std::string& trash) = 0;
+
+    /// Moves the item at `place` in the Trash to `path`, and deletes the record of where it came
+    /// from. An existing item at `path` is never replaced: that is an error. On failure the item
+    /// stays whole in the Trash.
+    virtual Result<void> putBack(const std::string& place, const std::string& path) = 0;
+
+    /// Deletes the record of the item that was at `place` in the Trash and that other means have
+    /// moved or deleted. Does nothing if it is still there.
+    virtual void forgetTrashed(const std::string& place) = 0;
 
     /// Makes what recycle() has moved since the last call durable, with one sync for each volume,
     /// for the end of a batch, and deletes the records that prepareToRecycle() made in vain.

@@ -4,8 +4,11 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <iostream>
 #include <sstream>
+#include <utility>
+#include <vector>
 
 namespace cli {
 
@@ -14,6 +17,9 @@ namespace {
 constexpr const char* description =
     "Removes Quillfen's Kelvane suite: everything is moved to the Trash.\n"
     "Without options it opens a window or, where there is no display, asks on the terminal.";
+
+constexpr const char* putBackOption = "--put-back";
+constexpr const char* emptyOption = "--empty";
 
 constexpr std::size_t columnWidth = 18;
 
@@ -35,35 +41,100 @@ public:
     }
 };
 
+/// Adds an option that may name a run.
+CLI::Option* addRunOption(CLI::App& app, Options& options, const std::string& name,
+                          const std::string& description) {
+    return app.add_option(name, options.run, description)
+        ->expected(0, 1)
+        ->check(CLI::PositiveNumber)
+        ->type_name("[RUN]");
+}
+
+void addUndoOptions(CLI::App& app, Options& options) {
+    addRunOption(app, options, putBackOption,
+                 "Put back what the last uninstall, or a RUN, took\n"
+                 "away. With --list: print what would come back.");
+    addRunOption(app, options, emptyOption,
+                 "Delete for good what the last uninstall, or a RUN,\n"
+                 "moved to the Trash. With --uninstall: afterwards.");
+    app.add_flag("--yes", options.yes, "With --empty: do not ask.")->needs(emptyOption);
+    app.add_flag("--list-runs", options.listRuns, "Print the runs that are recorded.");
+    app.add_flag("--show-last", options.showLast, "Print what the last run did.");
+}
+
 void addOptions(CLI::App& app, Options& options) {
     auto* uninstall =
         app.add_flag("--uninstall", options.uninstall, "Uninstall without a question.");
     app.add_flag("--remove-shared", options.removeShared,
                  "Also remove items shared by all Quillfen products.");
     auto* quiet = app.add_flag("--quiet", options.quiet,
-                               "With --uninstall: print nothing, ask for no password.");
+                               "With --uninstall, --put-back or --yes: print nothing,\n"
+                               "ask for no password.");
     auto* terminal = app.add_flag(terminalOption, options.terminal,
                                   "Ask on the terminal even where there is a display.");
     auto* list = app.add_flag("--list", options.list, "Print what would be moved; change nothing.");
-    auto* json = app.add_flag("--json", options.json, "With --list: print JSON.");
+    app.add_flag("--json", options.json, "With --list, --list-runs or --show-last: print JSON.");
     auto* report = app.add_option("--report", options.report,
-                                  "With --uninstall or --terminal: write to FILE, as\n"
-                                  "JSON, what became of every item.");
+                                  "With --uninstall, --terminal, --put-back or --empty:\n"
+                                  "write to FILE, as JSON, what became of every item.");
     report->type_name("FILE");
-    quiet->needs(uninstall);
-    json->needs(list);
-    list->excludes(uninstall)->excludes(terminal)->excludes(report);
-    terminal->excludes(uninstall);
+    list->excludes(uninstall)->excludes(terminal)->excludes(report)->excludes(quiet);
+    terminal->excludes(uninstall)->excludes(quiet);
+    addUndoOptions(app, options);
 }
 
-/// Checks a rule that the library cannot express: one of several options is needed.
+/// Returns the words of several options as a person would list them.
+std::string oneOf(const std::vector<std::string>& names) {
+    std::string text;
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        text += (i == 0 ? "" : i + 1 < names.size() ? ", " : " or ") + names[i];
+    }
+    return text;
+}
+
+/// A rule that the library cannot express: an option needs one of several others.
+struct Need {
+    bool isGiven;
+    const char* option;
+    std::vector<std::pair<const char*, bool>> others;
+};
+
+void check(const Need& need) {
+    const bool isMet = std::ranges::any_of(need.others, [](const auto& it) { return it.second; });
+    if (need.isGiven && !isMet) {
+        std::vector<std::string> names;
+        for (const auto& [name, isThere] : need.others) {
+            names.emplace_back(name);
+        }
+        throw CLI::RequiresError(need.option, oneOf(names));
+    }
+}
+
+/// Checks that at most one of the options is given that say what to do.
+void checkDeed(const Options& options) {
+    const bool deletesAfterwards = options.uninstall && options.empty && !options.run;
+    const int deeds = options.uninstall + options.terminal + options.putBack + options.listRuns +
+                      options.showLast + (options.empty && !deletesAfterwards ? 1 : 0) +
+                      (options.list && !options.putBack ? 1 : 0);
+    if (deeds > 1) {
+        throw CLI::ValidationError("options", "they contradict one another");
+    }
+}
+
 void checkTogether(const Options& options) {
-    if (options.removeShared && !options.uninstall && !options.terminal && !options.list) {
-        throw CLI::RequiresError("--remove-shared", "--uninstall, --terminal or --list");
-    }
-    if (options.report && !options.uninstall && !options.terminal) {
-        throw CLI::RequiresError("--report", "--uninstall or --terminal");
-    }
+    checkDeed(options);
+    const std::pair uninstall("--uninstall", options.uninstall);
+    const std::pair terminal(terminalOption, options.terminal);
+    const std::pair putBack(putBackOption, options.putBack);
+    const std::pair empty(emptyOption, options.empty);
+    const std::pair list("--list", options.list);
+    check({options.removeShared, "--remove-shared", {uninstall, terminal, list}});
+    check({options.removeShared && options.putBack, "--remove-shared", {uninstall, terminal}});
+    check({options.report.has_value(), "--report", {uninstall, terminal, putBack, empty}});
+    check({options.quiet, "--quiet", {uninstall, putBack, {"--yes", options.yes}}});
+    check({options.json,
+           "--json",
+           {list, {"--list-runs", options.listRuns}, {"--show-last", options.showLast}}});
     if (options.report && options.report->empty()) {
         throw CLI::ValidationError("--report", "the file has no name");
     }
@@ -82,6 +153,8 @@ std::variant<Options, int> parseCommandLine(int argc, char** argv, const std::st
     addOptions(app, options);
     try {
         app.parse(argc, argv);
+        options.putBack = app.count(putBackOption) > 0;
+        options.empty = app.count(emptyOption) > 0;
         checkTogether(options);
         return options;
     } catch (const CLI::Success& success) {

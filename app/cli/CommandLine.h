@@ -14,6 +14,13 @@ struct Options {
     bool terminal = false;
     bool list = false;
     bool json = false;
+    bool putBack = false;
+    bool empty = false;
+    bool yes = false;
+    bool listRuns = false;
+    bool showLast = false;
+    /// The number of the run to put back or empty; the last uninstall if there is none.
+    std::optional<unsigned> run;
     /// Where the report goes.
     std::optional<std::string> report;
 };

@@ -18,11 +18,13 @@ struct ExitStatusMeaning {
 };
 
 inline constexpr ExitStatusMeaning exitStatusMeanings[] = {
-    {ExitStatus::complete, "Done: all that was found is in the Trash, or the list was printed."},
-    {ExitStatus::failed, "Could not begin, or not write the list or report; a line says why."},
+    {ExitStatus::complete,
+     "Done: all that was found is in the Trash, back or deleted, or was printed."},
+    {ExitStatus::failed,
+     "Could not begin, use a record, or write the list or report; a line says why."},
     {ExitStatus::usage, "The options are wrong or contradict one another."},
-    {ExitStatus::leftInPlace, "Done, but something was left in place."},
-    {ExitStatus::cancelled, "Cancelled: nothing was removed."},
+    {ExitStatus::leftInPlace, "Done, but something was left where it was."},
+    {ExitStatus::cancelled, "Cancelled: nothing was removed or deleted."},
     {ExitStatus::nobodyToAsk, "Neither a display nor a terminal to ask on."},
 };
 

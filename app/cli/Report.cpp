@@ -1,30 +1,19 @@
 #include "app/cli/Report.h"
 
+#include "app/cli/Document.h"
 #include "app/cli/RunObserver.h"
 #include "platform/FileSystem.h"
 #include "platform/Services.h"
-#include "platform/SystemInformation.h"
-#include "platform/UserAccount.h"
-#include "platform/foundation/Date.h"
 #include "platform/foundation/Text.h"
-
-#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <array>
 #include <cstdio>
-#include <ctime>
 #include <numeric>
 
 namespace cli {
 
 namespace {
-
-using Json = nlohmann::ordered_json;
-
-/// Increased whenever programs that read the documents would have to change.
-constexpr int formatVersion = 1;
-constexpr int indentation = 2;
 
 constexpr const char* movedButBack =
     "It was moved to the Trash, but there is an item at its path again.";
@@ -60,15 +49,20 @@ const char* nameOf(Outcome outcome) {
     return "";
 }
 
+RowOutcome leftBecause(const InventoryRow& row, const std::string& reason,
+                       const std::string& cause) {
+    return {.row = row, .outcome = Outcome::left, .trashed = {}, .reason = reason, .cause = cause};
+}
+
 RowOutcome left(const InventoryRow& row, const RunObserver& observer) {
     if (observer.wasMoved(row.path)) {
-        return {row, Outcome::left, movedButBack, movedButBack};
+        return leftBecause(row, movedButBack, movedButBack);
     }
     const auto reason = observer.whyNotMoved(row.path);
     if (reason.empty()) {
-        return {row, Outcome::left, unexplained, unexplained};
+        return leftBecause(row, unexplained, unexplained);
     }
-    return {row, Outcome::left, reason, observer.lastCause(row.path)};
+    return leftBecause(row, reason, observer.lastCause(row.path));
 }
 
 RowOutcome outcomeOf(const InventoryRow& row, const RunObserver& observer) {
@@ -84,8 +78,10 @@ RowOutcome outcomeOf(const InventoryRow& row, const RunObserver& observer) {
     if (row.state == ItemState::repeated) {
         return {.row = row, .outcome = Outcome::absent};
     }
-    return {.row = row,
-            .outcome = row.action == PlanAction::removeAgent ? Outcome::deleted : Outcome::moved};
+    if (row.action == PlanAction::removeAgent || observer.wasDeleted(row.path)) {
+        return {.row = row, .outcome = Outcome::deleted};
+    }
+    return {.row = row, .outcome = Outcome::moved, .trashed = observer.placeInTrash(row.path)};
 }
 
 std::string joined(const std::vector<std::string>& names) {
@@ -114,26 +110,11 @@ std::string lineOf(const InventoryRow& row) {
            platform::text::printable(what) + '\n';
 }
 
-/// Returns a date in ISO 8601 format, in UTC.
-std::string timestamp(platform::Date date) {
-    const auto seconds = std::chrono::system_clock::to_time_t(date);
-    std::tm parts{};
-    ::gmtime_r(&seconds, &parts);
-    std::array<char, 32> text{};
-    std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%SZ", &parts);
-    return text.data();
-}
-
-/// Returns the head of every document.
+/// Returns the head of a document about a run.
 Json frame(RemoveShared removeShared) {
-    auto& system = platform::service<platform::SystemInformation>();
-    return {
-        {"version", formatVersion},
-        {"program", "kelvane-uninstaller " + system.bundleVersion().value_or("")},
-        {"host", platform::text::validUtf8(system.hostName())},
-        {"user", platform::text::validUtf8(platform::service<platform::UserAccount>().loginName())},
-        {"date", timestamp(std::chrono::system_clock::now())},
-        {"removeShared", removeShared == RemoveShared::yes}};
+    auto document = documentHead();
+    document["removeShared"] = removeShared == RemoveShared::yes;
+    return document;
 }
 
 Json json(const InventoryRow& row) {
@@ -146,10 +127,6 @@ Json json(const InventoryRow& row) {
         object["path"] = platform::text::validUtf8(row.path);
     }
     return object;
-}
-
-std::string written(const Json& document) {
-    return document.dump(indentation) + '\n';
 }
 
 } // namespace
@@ -214,11 +191,14 @@ std::string reportAsJson(const std::string& result, RemoveShared removeShared,
     auto document = frame(removeShared);
     document["result"] = result;
     document["rows"] = Json::array();
-    for (const auto& [row, outcome, reason, cause] : outcomes) {
+    for (const auto& [row, outcome, trashed, reason, cause] : outcomes) {
         auto object = json(row);
         object["outcome"] = nameOf(outcome);
         if (row.state == ItemState::found) {
             object["size"] = row.size;
+        }
+        if (!trashed.empty()) {
+            object["trashed"] = platform::text::validUtf8(trashed);
         }
         if (outcome == Outcome::left) {
             object["reason"] = platform::text::validUtf8(reason);

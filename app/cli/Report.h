@@ -23,6 +23,8 @@ enum class Outcome {
 struct RowOutcome {
     InventoryRow row;
     Outcome outcome;
+    /// Where in the Trash an item that was moved is; empty if that is unknown.
+    std::string trashed;
     /// Why an item was left in place, in the user's words.
     std::string reason;
     /// The last cause of that alone, which several items may share.

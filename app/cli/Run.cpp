@@ -1,13 +1,7 @@
 #include "app/cli/Run.h"
 
-#include "platform/FileSystem.h"
-#include "platform/Services.h"
-#include "platform/foundation/Exception.h"
-
 #include <algorithm>
-#include <filesystem>
 #include <iterator>
-#include <system_error>
 #include <utility>
 
 namespace cli {
@@ -16,24 +10,6 @@ namespace {
 
 constexpr const char* nothingRemoved = "Nothing was removed.";
 constexpr const char* leftInPlace = "Left in place:";
-
-[[noreturn]] void throwUnwritable(const std::string& file, const std::string& why) {
-    throw platform::Exception("QFReportUnwritable", "cannot write the report " + file + ": " + why);
-}
-
-/// Returns the report's absolute path, so that the working directory may change; empty if no report
-/// is wanted.
-std::string reportPath(const Options& options) {
-    if (!options.report) {
-        return {};
-    }
-    std::error_code error;
-    auto path = std::filesystem::absolute(*options.report, error);
-    if (error) {
-        throwUnwritable(*options.report, "the working folder does not exist");
-    }
-    return path.string();
-}
 
 } // namespace
 
@@ -46,29 +22,25 @@ void tell(const RunEnd& end, TextOutput& output) {
     }
     output.gap();
     output.paragraph(leftInPlace);
-    for (const auto& [row, outcome, reason, cause] : end.left) {
-        output.line(row.path);
-        output.paragraph("    " + reason);
+    for (const auto& left : end.left) {
+        output.line(left.row.path);
+        output.paragraph("    " + left.reason);
     }
 }
 
 Run::Run(const Options& options, Inventory& inventory, const RunObserver& observer)
-    : inventory_(inventory), observer_(observer), report_(reportPath(options)),
+    : inventory_(inventory), observer_(observer), report_(options),
       removeShared_(options.removeShared ? RemoveShared::yes : RemoveShared::no) {
 }
 
 void Run::prepare() {
-    const auto there = platform::service<platform::FileSystem>().attributesOfItem(report_);
-    if (!report_.empty() && there && there->kind != platform::ItemKind::file) {
-        throwUnwritable(report_, "the path leads to something other than a file");
-    }
-    write("running", {});
+    report_.prepare(document("running", {}));
 }
 
 const std::vector<InventoryRow>& Run::begin(RemoveShared removeShared) {
     removeShared_ = removeShared;
     hasBegun_ = true;
-    before_ = inventory_.take(removeShared, report_.empty() ? Sizes::no : Sizes::yes);
+    before_ = inventory_.take(removeShared, report_.isWanted() ? Sizes::yes : Sizes::no);
     return before_;
 }
 
@@ -86,18 +58,12 @@ RunEnd Run::finish() {
 }
 
 void Run::writeReport() {
-    write(result_, outcomes_);
+    report_.write(document(result_, outcomes_));
 }
 
-void Run::write(const std::string& result, const std::vector<RowOutcome>& outcomes) {
-    if (report_.empty()) {
-        return;
-    }
-    const auto written = platform::service<platform::FileSystem>().writeAtomically(
-        report_, reportAsJson(result, removeShared_, outcomes));
-    if (!written) {
-        throwUnwritable(report_, written.error().localizedDescription);
-    }
+std::string Run::document(const std::string& result,
+                          const std::vector<RowOutcome>& outcomes) const {
+    return report_.isWanted() ? reportAsJson(result, removeShared_, outcomes) : std::string();
 }
 
 } // namespace cli

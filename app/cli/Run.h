@@ -3,6 +3,7 @@
 #include "app/cli/CommandLine.h"
 #include "app/cli/ExitStatus.h"
 #include "app/cli/Report.h"
+#include "app/cli/ReportFile.h"
 #include "app/cli/RunObserver.h"
 #include "app/cli/TextOutput.h"
 
@@ -42,11 +43,11 @@ public:
     void writeReport();
 
 private:
-    void write(const std::string& result, const std::vector<RowOutcome>& outcomes);
+    std::string document(const std::string& result, const std::vector<RowOutcome>& outcomes) const;
 
     Inventory& inventory_;
     const RunObserver& observer_;
-    std::string report_;
+    ReportFile report_;
     RemoveShared removeShared_;
     std::vector<InventoryRow> before_;
     std::vector<RowOutcome> outcomes_;

@@ -1,25 +1,8 @@
 #include "app/cli/RunObserver.h"
 
+#include "app/Explanations.h"
+
 namespace cli {
-
-namespace {
-
-/// Returns the text for the person about an administrator's right that was not obtained, or did not
-/// help.
-const char* explanationOf(platform::AuthorizationStatus right) {
-    switch (right) {
-    case platform::errAuthorizationSuccess:
-        return "It could not be moved with the administrator's right either.";
-    case platform::errAuthorizationCanceled:
-        return "The administrator's password was not given.";
-    case platform::errAuthorizationDenied:
-        return "The administrator's right was denied.";
-    default:
-        return "The administrator's right cannot be had on this machine.";
-    }
-}
-
-} // namespace
 
 void RunObserver::itemEnded(const std::string& path, const TrashResult& result) {
     if (result.outcome == TrashOutcome::absent) {
@@ -28,10 +11,13 @@ void RunObserver::itemEnded(const std::string& path, const TrashResult& result) 
     if (result.waitUntilDone) {
         result.waitUntilDone();
     }
-    auto& [succeeded, failure, right] = attempts_[path];
-    succeeded = succeeded || result.outcome == TrashOutcome::moved;
-    failure = result.error ? result.error->localizedDescription : std::string();
-    right = result.right;
+    auto& attempts = attempts_[path];
+    attempts.succeeded = attempts.succeeded || result.outcome == TrashOutcome::moved;
+    if (!result.place.empty()) {
+        attempts.place = result.place;
+    }
+    attempts.failure = result.error ? result.error->localizedDescription : std::string();
+    attempts.right = result.right;
 }
 
 bool RunObserver::wasMoved(const std::string& path) const {
@@ -39,12 +25,17 @@ bool RunObserver::wasMoved(const std::string& path) const {
     return found != attempts_.end() && found->second.succeeded;
 }
 
+std::string RunObserver::placeInTrash(const std::string& path) const {
+    const auto found = attempts_.find(path);
+    return found == attempts_.end() ? std::string() : found->second.place;
+}
+
 std::string RunObserver::whyNotMoved(const std::string& path) const {
     const auto found = attempts_.find(path);
     if (found == attempts_.end()) {
         return {};
     }
-    const auto& [succeeded, failure, right] = found->second;
+    const auto& [succeeded, place, failure, right] = found->second;
     if (!right) {
         return failure;
     }
@@ -56,7 +47,7 @@ std::string RunObserver::lastCause(const std::string& path) const {
     if (found == attempts_.end()) {
         return {};
     }
-    const auto& [succeeded, failure, right] = found->second;
+    const auto& [succeeded, place, failure, right] = found->second;
     return right ? explanationOf(*right) : failure;
 }
 

@@ -4,6 +4,7 @@
 
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 
 namespace cli {
@@ -16,9 +17,19 @@ class RunObserver : public PlanObserver {
 public:
     void itemEnded(const std::string& path, const TrashResult& result) override;
 
+    /// The item that was at the path and in the Trash was deleted for good.
+    void itemDeleted(const std::string& path) { deleted_.insert(path); }
+
+    /// Returns whether that is so.
+    bool wasDeleted(const std::string& path) const { return deleted_.contains(path); }
+
     /// Returns whether the item at the path was moved into the Trash by the user who runs the
     /// process.
     bool wasMoved(const std::string& path) const;
+
+    /// Returns the path in the Trash of the item that was moved there from the path; empty if it
+    /// was not.
+    std::string placeInTrash(const std::string& path) const;
 
     /// Returns why the item at the path was not moved, in the user's words; empty if no attempt was
     /// made.
@@ -32,11 +43,13 @@ private:
     /// The results of the attempts to move an item.
     struct Attempts {
         bool succeeded = false;
+        std::string place;
         std::string failure;
         std::optional<platform::AuthorizationStatus> right;
     };
 
     std::map<std::string, Attempts> attempts_;
+    std::set<std::string> deleted_;
 };
 
 } // namespace cli

@@ -1,6 +1,7 @@
 #include "app/start/ApplicationMain.h"
 
 #include "app/start/TerminalMain.h"
+#include "app/start/UndoMain.h"
 #include "app/start/WindowMain.h"
 #include "platform/Services.h"
 #include "platform/SystemInformation.h"
@@ -60,14 +61,17 @@ void refuseOtherHome() {
 
 int run(int argc, char** argv, const cli::Options& options, const std::string& interfaceFile,
         Inventory& inventory, const Awake& awake) {
-    const qt::InstanceLock lock(qt::applicationName());
-    if (lock.isHeldByAnother()) {
-        throw platform::Exception(platform::exception_name::alreadyRunning,
-                                  "it is already running");
-    }
     const bool canOnlyUseTerminal = !qt::isDisplayNamed() && terminal::Dialogue::isTerminal();
-    if (options.uninstall || options.terminal || canOnlyUseTerminal) {
-        return static_cast<int>(terminalMain(options, interfaceFile, inventory, awake));
+    const bool undoes = options.putBack || (options.empty && !options.uninstall);
+    if (options.uninstall || options.terminal || undoes || canOnlyUseTerminal) {
+        const qt::InstanceLock lock(qt::applicationName());
+        if (lock.isHeldByAnother()) {
+            throw platform::Exception(platform::exception_name::alreadyRunning,
+                                      "it is already running");
+        }
+        return static_cast<int>(
+            undoes ? undoMain(options)
+                   : terminalMain(options, interfaceFile, inventory, awake));
     }
     return static_cast<int>(
         windowMain(argc, argv, options, interfaceFile, inventory, awake,
@@ -88,6 +92,9 @@ int applicationMain(int argc, char** argv, const std::string& interfaceFile, Inv
     const auto& options = std::get<cli::Options>(parsed);
     try {
         refuseOtherHome();
+        if (options.listRuns || options.showLast || (options.putBack && options.list)) {
+            return static_cast<int>(recordsMain(options));
+        }
         return options.list ? static_cast<int>(listMain(options, inventory))
                             : run(argc, argv, options, interfaceFile, inventory, awake);
     } catch (const platform::Exception& exception) {

@@ -25,6 +25,10 @@ constexpr const char* leftTitle = "Items Left in Place";
 constexpr const char* leftMessage = "These items could not be removed. They are whole, where they "
                                     "were.";
 
+constexpr const char* notRecordedTitle = "Run Not Recorded";
+constexpr const char* notRecordedMessage =
+    "The items are in the Trash, but not all of them can be put back by this program: ";
+
 bool isMovableByUser(const std::string& path) {
     return platform::service<platform::FileSystem>().isWritable(
         platform::path::deletingLastComponent(path));
@@ -78,14 +82,18 @@ ItemsDescription itemsLeft(const std::vector<cli::RowOutcome>& left) {
     ItemsDescription description{
         .title = leftTitle, .message = leftMessage, .sections = {}, .canTryAgain = true};
     auto& sections = description.sections;
-    for (const auto& [row, outcome, reason, cause] : left) {
-        auto section = std::ranges::find(sections, cause, &ItemsSection::heading);
+    for (const auto& item : left) {
+        auto section = std::ranges::find(sections, item.cause, &ItemsSection::heading);
         if (section == sections.end()) {
-            section = sections.insert(section, ItemsSection{cause, {}});
+            section = sections.insert(section, ItemsSection{item.cause, {}});
         }
-        section->items.push_back({row.path, {}});
+        section->items.push_back({item.row.path, {}});
     }
     return description;
+}
+
+ItemsDescription notRecorded(const std::string& reason) {
+    return {.title = notRecordedTitle, .message = notRecordedMessage + reason, .sections = {}};
 }
 
 } // namespace start

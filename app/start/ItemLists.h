@@ -4,6 +4,7 @@
 #include "app/cli/Report.h"
 #include "platform/qt/ItemsWindow.h"
 
+#include <string>
 #include <vector>
 
 namespace start {
@@ -14,5 +15,8 @@ platform::qt::ItemsDescription plannedItems(const std::vector<InventoryRow>& row
 
 /// Returns the window that lists what a run left in place, each reason once.
 platform::qt::ItemsDescription itemsLeft(const std::vector<cli::RowOutcome>& left);
+
+/// Returns the window that says that a run is not wholly recorded, and why.
+platform::qt::ItemsDescription notRecorded(const std::string& reason);
 
 } // namespace start

@@ -9,25 +9,62 @@
 
 namespace start {
 
-void RunFollower::follow(cli::Run& run, platform::Interface& interface) {
+namespace {
+
+constexpr const char* uninstaller = "Kelvane Uninstaller";
+constexpr const char* reason = "Moving Kelvane to the Trash";
+
+} // namespace
+
+void RunFollower::follow(cli::Run& run, records::RunRecorder& recorder,
+                         platform::Interface& interface) {
     run_ = &run;
+    recorder_ = &recorder;
     removeShared_ = &interface.checkBox(removeSharedOutlet);
     item_ = &interface.label(progressItemOutlet);
 }
 
-void RunFollower::rowBegan(const PlanRow& /*row*/) {
-    if (run_ == nullptr || std::exchange(hasBegun_, true)) {
-        return;
+void RunFollower::rowBegan(const PlanRow& row) {
+    if (!std::exchange(hasBegun_, true)) {
+        begin();
     }
-    const bool goes = removeShared_->state() == platform::CheckBoxState::on;
-    for (const auto& row : run_->begin(goes ? RemoveShared::yes : RemoveShared::no)) {
+    recorder_->rowBegan(row);
+}
+
+void RunFollower::begin() {
+    inhibition_ = platform::service<platform::Inhibitors>().inhibitShutdown(uninstaller, reason);
+    const auto removeShared = removeShared_->state() == platform::CheckBoxState::on
+                                  ? RemoveShared::yes
+                                  : RemoveShared::no;
+    for (const auto& row : run_->begin(removeShared)) {
         if (row.state == ItemState::found) {
             found_.insert(row.path);
         }
     }
+    recorder_->begin(removeShared);
 }
 
 void RunFollower::itemBegan(const std::string& path) {
+    recorder_->itemBegan(path);
+    show(path);
+}
+
+/// What a tool moves is recorded when the tool has ended.
+void RunFollower::itemEnded(const std::string& path, const TrashResult& result) {
+    RunObserver::itemEnded(path, result);
+    recorder_->itemEnded(path, result);
+}
+
+void RunFollower::rowEnded(const PlanRow& row) {
+    recorder_->rowEnded(row);
+}
+
+void RunFollower::walkEnded() {
+    recorder_->walkEnded();
+    inhibition_.reset();
+}
+
+void RunFollower::show(const std::string& path) {
     const auto total = found_.size() + number_;
     if (found_.erase(path) == 0) {
         return;

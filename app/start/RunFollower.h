@@ -2,29 +2,41 @@
 
 #include "app/cli/Run.h"
 #include "app/cli/RunObserver.h"
+#include "app/records/RunRecorder.h"
+#include "platform/Inhibitors.h"
 #include "platform/Windows.h"
 
 #include <cstddef>
+#include <memory>
 #include <set>
 #include <string>
 
 namespace start {
 
-/// Follows one run: records what exists right before its first row, and shows which item it is at.
+/// Follows one run: looks at what exists right before its first row, has every step recorded, shows
+/// which item it is at, and keeps the machine from being shut down meanwhile.
 class RunFollower : public cli::RunObserver {
 public:
-    /// To be called before the run, on the main thread. Both must live until the application has
+    /// To be called before the run, on the main thread. All must live until the application has
     /// terminated. Throws platform::Exception if the interface lacks an outlet.
-    void follow(cli::Run& run, platform::Interface& interface);
+    void follow(cli::Run& run, records::RunRecorder& recorder, platform::Interface& interface);
 
     void rowBegan(const PlanRow& row) override;
     void itemBegan(const std::string& path) override;
+    void itemEnded(const std::string& path, const TrashResult& result) override;
+    void rowEnded(const PlanRow& row) override;
+    void walkEnded() override;
 
 private:
+    void begin();
+    void show(const std::string& path);
+
     cli::Run* run_ = nullptr;
+    records::RunRecorder* recorder_ = nullptr;
     platform::CheckBox* removeShared_ = nullptr;
     platform::Label* item_ = nullptr;
     bool hasBegun_ = false;
+    std::unique_ptr<platform::Inhibition> inhibition_;
     std::set<std::string> found_;
     std::size_t number_ = 0;
 };

@@ -2,16 +2,16 @@
 
 #include "app/cli/Report.h"
 #include "app/cli/Run.h"
+#include "app/cli/Undone.h"
+#include "app/records/Emptying.h"
 #include "app/start/Outlets.h"
+#include "app/start/Recording.h"
 #include "app/start/RunFollower.h"
+#include "app/start/TerminalUser.h"
 #include "platform/Services.h"
-#include "platform/foundation/Exception.h"
-#include "platform/terminal/AlertPanel.h"
 #include "platform/terminal/Interface.h"
-#include "platform/terminal/LogConsole.h"
-#include "platform/terminal/PasswordQuestion.h"
 
-#include <iostream>
+#include <vector>
 
 namespace start {
 
@@ -20,43 +20,38 @@ namespace terminal = platform::terminal;
 
 namespace {
 
-constexpr const char* goesOn = "What has begun goes on to its end.";
-
-/// The implementations of the ports. Threads may still call them after the event loop has ended.
-struct UserInterface {
-    terminal::Manner manner;
-    terminal::Screen screen;
-    terminal::Application application;
-    terminal::Dialogue dialogue{application, screen};
-    terminal::AlertPanels alertPanels{application, dialogue, manner};
-    terminal::PasswordQuestion passwordQuestion;
-    terminal::LogConsole logConsole;
-    RunFollower follower;
-
-    explicit UserInterface(const cli::Options& options)
-        : manner(options.uninstall ? terminal::Manner::silent : terminal::Manner::asks),
-          screen(platform::service<platform::Console>(), options.quiet),
-          passwordQuestion(application, dialogue,
-                           options.quiet || !terminal::Dialogue::isTerminal()) {
-        platform::install<platform::Application>(application);
-        platform::install<platform::AlertPanels>(alertPanels);
-        platform::install<platform::PasswordQuestion>(passwordQuestion);
-        platform::install<platform::Console>(logConsole);
-        dialogue.onInterruption([this] { screen.paragraph(goesOn); });
-    }
-};
-
-/// Shows a run's progress on the screen.
-class ScreenOutput : public cli::TextOutput {
+constexpr const char* deleted = "deleted";
+constexpr const char* unrecorded =
+    "The run is not wholly recorded, so not all of it can be put back "
+    "by this program: ";
+/// Deletes what the run has trashed when its walk has ended, if that is wanted.
+class TerminalFollower : public RunFollower {
 public:
-    explicit ScreenOutput(terminal::Screen& screen) : screen_(screen) {}
+    TerminalFollower(const cli::Options& options, const Recording& recording)
+        : empties_(options.empty), recording_(recording) {}
 
-    void paragraph(std::string_view text) override { screen_.paragraph(text); }
-    void line(std::string_view text) override { screen_.line(text); }
-    void gap() override { screen_.gap(); }
+    void walkEnded() override {
+        RunFollower::walkEnded();
+        if (empties_ && recording_.recorder.number() > 0) {
+            std::vector run{recording_.runs.read(recording_.recorder.number())};
+            records::UndoObserver observer;
+            const auto emptied = records::Emptying(recording_.runs, observer).perform(run);
+            for (const auto& item : emptied) {
+                if (item.outcome == records::Emptied::deleted) {
+                    itemDeleted(item.path);
+                }
+            }
+            emptied_ = cli::undone(emptied);
+        }
+    }
+
+    /// What became of the items that were to be deleted.
+    const std::vector<cli::UndoneItem>& emptied() const { return emptied_; }
 
 private:
-    terminal::Screen& screen_;
+    const bool empties_;
+    const Recording& recording_;
+    std::vector<cli::UndoneItem> emptied_;
 };
 
 } // namespace
@@ -64,20 +59,19 @@ private:
 ExitStatus listMain(const cli::Options& options, Inventory& inventory) {
     const auto removeShared = options.removeShared ? RemoveShared::yes : RemoveShared::no;
     const auto rows = inventory.take(removeShared, Sizes::yes);
-    std::cout << (options.json ? cli::listAsJson(rows, removeShared)
-                               : terminal::inUsersCharacters(cli::listAsText(rows)))
-              << std::flush;
-    if (!std::cout) {
-        throw platform::Exception("QFListUnwritable", "cannot write the list");
-    }
+    print(options.json ? cli::listAsJson(rows, removeShared)
+                       : terminal::inUsersCharacters(cli::listAsText(rows)));
     return ExitStatus::complete;
 }
 
 ExitStatus terminalMain(const cli::Options& options, const std::string& interfaceFile,
                         Inventory& inventory, const Awake& awake) {
-    static auto& user = *new UserInterface(options);
+    static auto& user = *new TerminalUser(options, options.uninstall ? terminal::Manner::silent
+                                                                     : terminal::Manner::asks);
+    static auto& recording = *new Recording;
+    static auto& follower = *new TerminalFollower(options, recording);
     ScreenOutput output(user.screen);
-    cli::Run run(options, inventory, user.follower);
+    cli::Run run(options, inventory, follower);
     run.prepare();
     terminal::Interface interface(interfaceFile, user.application, user.dialogue, user.manner);
     auto& mainWindow = interface.window(mainWindowOutlet);
@@ -85,14 +79,24 @@ ExitStatus terminalMain(const cli::Options& options, const std::string& interfac
     if (options.removeShared) {
         interface.tick(removeSharedOutlet);
     }
-    user.follower.follow(run, interface);
-    awake(interface, user.follower);
+    follower.follow(run, recording.recorder, interface);
+    awake(interface, follower);
     mainWindow.makeKeyAndOrderFront();
     user.application.run();
     const auto end = run.finish();
     tell(end, output);
+    if (const auto& failure = recording.recorder.failure()) {
+        output.paragraph(unrecorded + *failure);
+    }
+    if (options.empty && end.status != ExitStatus::cancelled) {
+        cli::tell(follower.emptied(), deleted, output);
+    }
     run.writeReport();
-    return end.status;
+    const bool isWhole = end.status == ExitStatus::complete;
+    if (isWhole && options.empty && recording.recorder.failure()) {
+        return ExitStatus::leftInPlace;
+    }
+    return isWhole ? cli::statusOf(follower.emptied()) : end.status;
 }
 
 } // namespace start

@@ -3,14 +3,17 @@
 #include "app/cli/Run.h"
 #include "app/start/ItemLists.h"
 #include "app/start/Outlets.h"
+#include "app/start/Recording.h"
 #include "app/start/RunFollower.h"
 #include "platform/Application.h"
 #include "platform/Services.h"
 #include "platform/foundation/Exception.h"
 #include "platform/foundation/Thread.h"
 #include "platform/qt/Identity.h"
+#include "platform/qt/InstanceLock.h"
 #include "platform/qt/Interruptions.h"
 #include "platform/qt/ItemsWindow.h"
+#include "platform/qt/RaiseOnRequest.h"
 #include "platform/qt/WindowedMain.h"
 #include "platform/terminal/RunAgain.h"
 
@@ -52,6 +55,11 @@ public:
         }
     }
 
+    bool isRunning() {
+        const std::lock_guard lock(mutex_);
+        return isRunning_;
+    }
+
     /// From now on the process ends at once with this status. Returns whether that was requested
     /// before.
     bool loopEnded(ExitStatus status) {
@@ -77,19 +85,40 @@ private:
     std::optional<ExitStatus> status_;
 };
 
+/// Has the window's run wait for another one of the same user: an open window does not hold others
+/// up until its run begins.
 class WindowFollower : public RunFollower {
 public:
     explicit WindowFollower(Ending& ending) : ending_(ending) {}
 
     void rowBegan(const PlanRow& row) override {
+        if (!lock_) {
+            lock_.emplace(qt::applicationName());
+            lock_->waitUntilHeld();
+        }
         ending_.runBegan();
         RunFollower::rowBegan(row);
     }
-    void walkEnded() override { ending_.runEnded(); }
+    void walkEnded() override {
+        RunFollower::walkEnded();
+        ending_.runEnded();
+    }
 
 private:
     Ending& ending_;
+    /// Held from the first row until the process ends.
+    std::optional<qt::InstanceLock> lock_;
 };
+
+/// Refuses a second window, after bringing the first one to the front, and a window beside a run.
+void refuseSecond(const qt::InstanceLock& window) {
+    if (window.isHeldByAnother()) {
+        window.touch();
+    } else if (!qt::InstanceLock(qt::applicationName()).isHeldByAnother()) {
+        return;
+    }
+    throw platform::Exception(platform::exception_name::alreadyRunning, "it is already running");
+}
 
 /// Shows what a run would remove, when that is known: the sizes of many files take a while.
 class ItemsButton {
@@ -131,9 +160,12 @@ private:
 };
 
 /// Tells the person what the run left in place, unless the program was asked to end.
-ExitStatus finish(cli::Run& run, Ending& ending) {
+ExitStatus finish(cli::Run& run, const records::RunRecorder& recorder, Ending& ending) {
     const auto end = run.finish();
     const bool isAskedToEnd = ending.loopEnded(end.status);
+    if (recorder.failure() && !isAskedToEnd) {
+        qt::showItems(notRecorded(*recorder.failure()));
+    }
     if (!end.left.empty() && !isAskedToEnd &&
         qt::showItems(itemsLeft(end.left)) == qt::ItemsAnswer::tryAgain) {
         platform::terminal::runAgain({qt::applicationName()});
@@ -141,25 +173,40 @@ ExitStatus finish(cli::Run& run, Ending& ending) {
     return end.status;
 }
 
+/// Qt ends the process when its display goes. Lets a run that has begun go on to its end.
+void outliveDisplay(cli::Run& run, Ending& ending) {
+    if (ending.isRunning()) {
+        ending.request();
+        if (qt::outliveDisplay()) {
+            std::_Exit(static_cast<int>(run.finish().status));
+        }
+    }
+}
+
 } // namespace
 
 ExitStatus windowMain(int argc, char** argv, const cli::Options& options,
                       const std::string& interfaceFile, Inventory& inventory, const Awake& awake,
                       const std::function<void(const std::string&)>& withoutDisplay) {
+    const qt::InstanceLock window(qt::applicationName() + "-window");
+    refuseSecond(window);
     // Never destroyed: their threads may still call them when this function returns.
     static auto& ending = *new Ending;
     static auto& follower = *new WindowFollower(ending);
+    static auto& recording = *new Recording;
     qt::onInterruption([] { ending.request(); });
-    cli::Run run(options, inventory, follower);
+    static auto& run = *new cli::Run(options, inventory, follower);
     return static_cast<ExitStatus>(qt::windowedMain(
         argc, argv, interfaceFile,
         [&](platform::Interface& interface) {
-            follower.follow(run, interface);
+            follower.follow(run, recording.recorder, interface);
             static auto& itemsButton = *new ItemsButton(interface, inventory);
             interface.setAction(showItemsAction, [] { itemsButton.press(); });
             awake(interface, follower);
+            std::atexit([] { outliveDisplay(run, ending); });
+            qt::raiseOnRequest(window);
         },
-        [&] { return static_cast<int>(finish(run, ending)); }, withoutDisplay));
+        [&] { return static_cast<int>(finish(run, recording.recorder, ending)); }, withoutDisplay));
 }
 
 } // namespace start

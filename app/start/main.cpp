@@ -8,7 +8,8 @@
 int main(int argc, char* argv[]) {
     platform::installServices({.identifier = "com.quillfen.KelvaneUninstaller",
                                .version = QF_VERSION,
-                               .helper = QF_OWN_HELPER});
+                               .helper = QF_OWN_HELPER,
+                               .asksOnce = true});
     std::unique_ptr<AppController> controller;
     // A list that is being made when the program ends still uses it.
     static PlanInventory inventory;

@@ -43,9 +43,7 @@ int main(int argc, char* argv[]) {
 
     native::AuthorizationServices services;
     const auto created = services.create({}, kAuthorizationFlagDefaults);
-    if (!created ||
-        !services.copyRights(*created, {{.name = "system.privilege.admin", .value = {}}}, {},
-                             withUser)) {
+    if (!created || !services.copyRights(*created, {"system.privilege.admin"}, {}, withUser)) {
         return EXIT_FAILURE;
     }
     const auto begin = std::chrono::steady_clock::now();

@@ -229,6 +229,7 @@ public:
     std::string loginName() override { return "bench"; }
     std::string temporaryDirectory() override { return "/tmp"; }
     std::optional<std::string> cacheDirectory() override { return {}; }
+    std::string stateDirectory() override { return {}; }
 };
 
 class Directories : public platform::SearchPaths {

@@ -17,6 +17,7 @@
 #include "platform/linux/process/ProcessLauncher.h"
 #include "platform/linux/system/Clock.h"
 #include "platform/linux/system/Console.h"
+#include "platform/linux/system/Inhibitors.h"
 #include "platform/linux/system/Preferences.h"
 #include "platform/linux/system/SearchPaths.h"
 #include "platform/linux/system/SystemInformation.h"
@@ -38,7 +39,8 @@ constexpr const char* unknownProgram = "Unknown";
 struct LinuxServices {
     explicit LinuxServices(const ProgramDescription& program)
         : systemInformation(program.version), identifier(identifierOf(program)),
-          authorizationServices(native::HelperPaths::installed(program.helper)) {}
+          authorizationServices(native::HelperPaths::installed(program.helper),
+                                program.asksOnce ? native::Asking::once : native::Asking::always) {}
 
     std::string identifierOf(const ProgramDescription& program) {
         return program.identifier.value_or(
@@ -62,6 +64,7 @@ struct LinuxServices {
     native::ProcessLauncher processLauncher;
     native::Workspace workspace{userAccount, searchPaths, propertyLists};
     native::AuthorizationServices authorizationServices;
+    native::Inhibitors inhibitors;
 
     void install() {
         platform::install<Console>(console);
@@ -80,14 +83,16 @@ struct LinuxServices {
         platform::install<ProcessLauncher>(processLauncher);
         platform::install<Workspace>(workspace);
         platform::install<AuthorizationServices>(authorizationServices);
+        platform::install<Inhibitors>(inhibitors);
     }
 };
 
-/// Opens a closed standard stream on the null device, so that nothing else takes its number.
+/// Opens a closed standard stream on the null device, so that nothing else takes its number. What
+/// is written to it fails, as it would if the stream were closed, and children do not get it.
 void openStandardStreams() {
     int descriptor = 0;
     do {
-        descriptor = ::open("/dev/null", O_RDWR);
+        descriptor = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
     } while (descriptor >= 0 && descriptor <= STDERR_FILENO);
     if (descriptor > STDERR_FILENO) {
         ::close(descriptor);

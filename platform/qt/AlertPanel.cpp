@@ -1,12 +1,30 @@
 #include "platform/qt/AlertPanel.h"
 
+#include "platform/Application.h"
+#include "platform/Services.h"
 #include "platform/qt/AlertDialog.h"
+#include "platform/qt/Display.h"
 #include "platform/qt/Placement.h"
 #include "platform/qt/Windows.h"
 
 #include <utility>
 
 namespace platform::qt {
+
+namespace {
+
+/// An alert on a display that has gone, answered with its default button.
+class UnseenAlert final : public platform::AlertPanel {
+public:
+    void beginSheet(platform::Window* /*parent*/, std::function<void(int)> didEnd) override {
+        service<Application>().performOnMainThread(
+            [didEnd = std::move(didEnd)] { didEnd(defaultReturn); }, Wait::no);
+    }
+    bool isVisible() override { return false; }
+    void orderOut() override {}
+};
+
+} // namespace
 
 AlertPanel::AlertPanel(const AlertDescription& description)
     : dialog_(new AlertDialog(description)) {
@@ -38,6 +56,9 @@ void AlertPanel::orderOut() {
 }
 
 std::unique_ptr<platform::AlertPanel> AlertPanels::create(const AlertDescription& description) {
+    if (!hasDisplay()) {
+        return std::make_unique<UnseenAlert>();
+    }
     return std::make_unique<AlertPanel>(description);
 }
 

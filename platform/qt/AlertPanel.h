@@ -27,6 +27,7 @@ private:
     QPointer<AlertDialog> dialog_;
 };
 
+/// Creates alerts. When the display has gone they are answered with their default button.
 class AlertPanels final : public platform::AlertPanels {
 public:
     std::unique_ptr<platform::AlertPanel> create(const AlertDescription& description) override;

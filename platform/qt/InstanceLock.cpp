@@ -46,8 +46,18 @@ int openOwnFile(const std::string& path) {
 } // namespace
 
 InstanceLock::InstanceLock(const std::string& applicationName)
-    : file_(openOwnFile(lockPath(applicationName))),
+    : path_(lockPath(applicationName)), file_(openOwnFile(path_)),
       heldByAnother_(file_ >= 0 && ::flock(file_, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
+}
+
+void InstanceLock::waitUntilHeld() {
+    while (::flock(file_, LOCK_EX) != 0 && errno == EINTR) {
+    }
+    heldByAnother_ = false;
+}
+
+void InstanceLock::touch() const {
+    ::futimens(file_, nullptr);
 }
 
 InstanceLock::~InstanceLock() {

@@ -23,7 +23,17 @@ public:
     /// Returns whether another process of the same user has the lock.
     bool isHeldByAnother() const { return heldByAnother_; }
 
+    /// Returns once this object has the lock, if that is possible at all.
+    void waitUntilHeld();
+
+    /// Returns the absolute path of the lock's file, whether or not that could be opened.
+    const std::string& path() const { return path_; }
+
+    /// Sets the date of the lock's file, which whoever has the lock may watch.
+    void touch() const;
+
 private:
+    std::string path_;
     int file_;
     bool heldByAnother_;
 };

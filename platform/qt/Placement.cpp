@@ -2,6 +2,7 @@
 
 #include <QApplication>
 #include <QCursor>
+#include <QLabel>
 #include <QLayout>
 #include <QScreen>
 #include <QWidget>
@@ -52,6 +53,20 @@ QRect onScreen(QSize size, QPoint centre) {
     return place;
 }
 
+/// Returns the smallest width at which nothing is cut off.
+int neededWidth(QLayout& layout) {
+    // Nested layouts keep stale sizes until this one is activated.
+    layout.invalidate();
+    layout.activate();
+    return layout.totalMinimumSize().width();
+}
+
+void hidePictures(const QWidget& window) {
+    for (auto* label : window.findChildren<QLabel*>()) {
+        label->setHidden(label->isHidden() || !label->pixmap(Qt::ReturnByValue).isNull());
+    }
+}
+
 } // namespace
 
 void fitToContents(QWidget& window) {
@@ -59,12 +74,11 @@ void fitToContents(QWidget& window) {
         return;
     }
     auto& layout = *window.layout();
-    // Nested layouts keep stale sizes until this one is activated.
-    layout.invalidate();
-    layout.activate();
     const int available = window.screen()->availableGeometry().width();
-    const int width =
-        std::max(std::min(window.width(), available), layout.totalMinimumSize().width());
+    if (neededWidth(layout) > available) {
+        hidePictures(window);
+    }
+    const int width = std::max(std::min(window.width(), available), neededWidth(layout));
     const int height = layout.hasHeightForWidth() ? layout.totalHeightForWidth(width)
                                                   : layout.totalSizeHint().height();
     window.setFixedSize(width, height);

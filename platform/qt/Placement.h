@@ -6,8 +6,8 @@ class QWidget;
 /// windows looks like one that changes. Main thread only.
 namespace platform::qt {
 
-/// Sets the window's height to what its contents need at its width, and keeps it so. A window
-/// without a layout keeps its size.
+/// Sets the window's height to what its contents need at its width, and keeps it so. Pictures go
+/// from a window that would be wider than the screen. A window without a layout keeps its size.
 void fitToContents(QWidget& window);
 
 /// Shows the window in front of the others and activates it. Unless it is on the screen already, it

@@ -5,6 +5,7 @@
 #include "platform/foundation/Exception.h"
 #include "platform/qt/AlertPanel.h"
 #include "platform/qt/Application.h"
+#include "platform/qt/Display.h"
 #include "platform/qt/Identity.h"
 #include "platform/qt/InstanceLock.h"
 #include "platform/qt/Interface.h"
@@ -45,14 +46,21 @@ std::unique_ptr<QApplication> makeQtApplication(int& argc, char** argv) {
     return application;
 }
 
-/// Installs the user interface for the rest of the process: threads may still call it when the
-/// event loop has ended.
-Application& installUserInterface() {
-    static auto* application = new Application;
-    static auto* panels = new AlertPanels;
-    install<platform::Application>(*application);
-    install<platform::AlertPanels>(*panels);
-    return *application;
+/// The user interface, for the rest of the process: threads may still call it when the event loop
+/// has ended.
+struct UserInterface {
+    Application application;
+    AlertPanels panels;
+
+    UserInterface() {
+        install<platform::Application>(application);
+        install<platform::AlertPanels>(panels);
+    }
+};
+
+UserInterface& userInterface() {
+    static auto* made = new UserInterface;
+    return *made;
 }
 
 } // namespace
@@ -62,13 +70,14 @@ int windowedMain(int argc, char** argv, const std::string& interfaceFile,
                  const std::function<int()>& finished, const WithoutDisplay& withoutDisplay) {
     auto messages = std::make_unique<StartUpMessages>(withoutDisplay);
     const auto qtApplication = makeQtApplication(argc, argv);
-    auto& application = installUserInterface();
+    auto& application = userInterface().application;
     try {
         Interface interface(QString::fromStdString(interfaceFile));
         auto& mainWindow = interface.window(mainWindowOutlet);
         application.setWindows(interface.windowsFrom(mainWindow));
         awake(interface);
         messages.reset();
+        application.setExitStatus(finished);
         mainWindow.makeKeyAndOrderFront();
         application.run();
         return finished();
@@ -76,6 +85,11 @@ int windowedMain(int argc, char** argv, const std::string& interfaceFile,
         application.end();
         throw;
     }
+}
+
+bool outliveDisplay() {
+    loseDisplay();
+    return userInterface().application.runWithoutEventLoop();
 }
 
 } // namespace platform::qt

@@ -16,4 +16,9 @@ int windowedMain(int argc, char** argv, const std::string& interfaceFile,
                  const std::function<void(platform::Interface&)>& awake,
                  const std::function<int()>& finished, const WithoutDisplay& withoutDisplay);
 
+/// Serves the work for the main thread until the application terminates, and answers alerts with
+/// their default button. To be called by a handler of std::exit(), which Qt calls when the display
+/// goes away. Returns false at once if an alert is being answered: its caller waits in vain.
+bool outliveDisplay();
+
 } // namespace platform::qt

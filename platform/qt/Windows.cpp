@@ -1,5 +1,6 @@
 #include "platform/qt/Windows.h"
 
+#include "platform/qt/Display.h"
 #include "platform/qt/Placement.h"
 #include "platform/qt/PlainText.h"
 
@@ -84,6 +85,9 @@ CheckBox::CheckBox(QCheckBox& widget) : state_(checkBoxState(widget.checkState()
 }
 
 void Label::setText(const std::string& text) {
+    if (!hasDisplay()) {
+        return;
+    }
     const auto whole = plaintext::fromUtf8(text).simplified();
     widget_.setTextFormat(Qt::PlainText);
     widget_.setText(widget_.fontMetrics().elidedText(whole, Qt::ElideMiddle, widget_.width()));

@@ -81,7 +81,11 @@ void ApplicationCore::enqueue(std::shared_ptr<Job> job) {
     const std::lock_guard lock(mutex_);
     if (isOpen_) {
         jobs_.push_back(std::move(job));
-        ring();
+        if (hasEventLoop_) {
+            ring();
+        } else {
+            enqueued_.notify_one();
+        }
     }
 }
 
@@ -108,8 +112,37 @@ void ApplicationCore::dropWork() {
 
 void ApplicationCore::handleNextEvent(std::chrono::milliseconds deadline) {
     ++pumps_;
-    dispatchNextEvent(deadline);
+    if (hasEventLoop_) {
+        dispatchNextEvent(deadline);
+    } else {
+        performNextJobWithin(deadline);
+    }
     --pumps_;
+}
+
+void ApplicationCore::performNextJobWithin(std::chrono::milliseconds deadline) {
+    std::unique_lock lock(mutex_);
+    if (enqueued_.wait_for(lock, deadline, [this] { return !jobs_.empty(); })) {
+        lock.unlock();
+        performNextJob();
+    }
+}
+
+bool ApplicationCore::runWithoutEventLoop() {
+    if (pumps_ > 0) {
+        return false;
+    }
+    {
+        const std::lock_guard lock(mutex_);
+        hasEventLoop_ = false;
+    }
+    while (!terminated_) {
+        std::unique_lock lock(mutex_);
+        enqueued_.wait(lock, [this] { return !jobs_.empty(); });
+        lock.unlock();
+        performNextJob();
+    }
+    return true;
 }
 
 void ApplicationCore::terminate() {
@@ -120,10 +153,13 @@ void ApplicationCore::terminate() {
     if (pumps_ > 0) {
         // Somebody further up waits for an answer that no longer comes, so there is no way back
         // to the outermost event loop.
+        const int status = exitStatus_();
         std::fflush(nullptr);
-        std::_Exit(EXIT_SUCCESS);
+        std::_Exit(status);
     }
-    leaveEventLoop();
+    if (hasEventLoop_) {
+        leaveEventLoop();
+    }
 }
 
 void ApplicationCore::runTerminationObservers() {

@@ -3,6 +3,8 @@
 #include "platform/Application.h"
 
 #include <chrono>
+#include <condition_variable>
+#include <cstdlib>
 #include <deque>
 #include <functional>
 #include <map>
@@ -29,6 +31,16 @@ public:
     /// Sets the windows of which mainWindow() returns the first that is on the screen. Main thread
     /// only.
     void setWindows(std::vector<Window*> windows) { windows_ = std::move(windows); }
+
+    /// Runs the work for the main thread until the application terminates, without the event loop,
+    /// which serves nobody any more from now on. Returns false at once if the event loop is nested
+    /// in other work, which could not continue. Main thread only.
+    bool runWithoutEventLoop();
+
+    /// Sets what returns the process's exit status if terminate() is called while somebody waits in
+    /// handleNextEvent(), from where there is no way back; EXIT_SUCCESS unless set. Main thread
+    /// only.
+    void setExitStatus(std::function<int()> exitStatus) { exitStatus_ = std::move(exitStatus); }
 
     bool isMainThread() final;
     void performOnMainThread(std::function<void()> work, Wait wait) final;
@@ -67,15 +79,19 @@ private:
     virtual void leaveEventLoop() = 0;
 
     void enqueue(std::shared_ptr<Job> job);
+    void performNextJobWithin(std::chrono::milliseconds deadline);
 
     const std::thread::id mainThread_;
     std::vector<Window*> windows_;
+    std::function<int()> exitStatus_ = [] { return EXIT_SUCCESS; };
     int pumps_ = 0;
     bool terminated_ = false;
+    bool hasEventLoop_ = true;
 
     std::mutex mutex_;
     bool isOpen_ = true;
     std::deque<std::shared_ptr<Job>> jobs_;
+    std::condition_variable enqueued_;
     std::map<int, std::function<void()>> observers_;
     int lastObserver_ = 0;
 };

@@ -1,5 +1,7 @@
 #include "platform/terminal/Dialogue.h"
 
+#include "platform/linux/posix/EndingSignals.h"
+
 #include <sys/signalfd.h>
 #include <termios.h>
 #include <unistd.h>
@@ -16,15 +18,6 @@ namespace {
 
 /// Input of this length, in bytes, is taken as the answer even without a line end.
 constexpr std::size_t longestLine = 4096;
-
-sigset_t interruptions() {
-    sigset_t signals{};
-    ::sigemptyset(&signals);
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) {
-        ::sigaddset(&signals, signal);
-    }
-    return signals;
-}
 
 } // namespace
 
@@ -56,7 +49,7 @@ private:
 
 Dialogue::Dialogue(Application& application, Screen& screen)
     : application_(application), screen_(screen) {
-    const auto signals = interruptions();
+    const auto signals = native::endingSignals();
     ::pthread_sigmask(SIG_BLOCK, &signals, nullptr);
     signals_ = native::FileDescriptor(::signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK));
     application_.watch(signals_.get(), [this] { readSignal(); });

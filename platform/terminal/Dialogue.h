@@ -27,8 +27,8 @@ struct Question {
 
 /// A dialogue with the user at standard input, one question after another.
 ///
-/// While it lives, SIGINT, SIGTERM, SIGHUP and SIGQUIT answer the open question instead of ending
-/// the process. Main thread only.
+/// While it lives, SIGINT, SIGTERM, SIGHUP and SIGQUIT, except those that the program ignores,
+/// answer the open question instead of ending the process. Main thread only.
 class Dialogue {
 public:
     /// Must be called before any other thread runs, so that the signals reach no other. Both

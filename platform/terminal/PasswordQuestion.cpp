@@ -28,17 +28,18 @@ const Administrator& likeliest(const std::vector<Administrator>& administrators)
 
 std::optional<GivenPassword> PasswordQuestion::ask(const std::vector<Administrator>& administrators,
                                                    int attempt) {
-    if (isOver_ || attempt > mostAttempts) {
-        isOver_ = true;
+    if (isSilent_) {
+        return std::nullopt;
+    }
+    if (attempt > mostAttempts) {
+        application_.performOnMainThread([&] { dialogue_.screen().paragraph(wrongPassword); },
+                                         Wait::untilDone);
         return std::nullopt;
     }
     const auto& administrator = likeliest(administrators);
     auto password = askFor(administrator, attempt);
-    if (!password) {
-        isOver_ = true;
-        return std::nullopt;
-    }
-    return GivenPassword{administrator, *std::move(password)};
+    return password ? std::optional(GivenPassword{administrator, *std::move(password)})
+                    : std::nullopt;
 }
 
 std::optional<std::string> PasswordQuestion::askFor(const Administrator& administrator,

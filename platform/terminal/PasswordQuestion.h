@@ -3,17 +3,14 @@
 #include "platform/PasswordQuestion.h"
 #include "platform/terminal/Dialogue.h"
 
-#include <atomic>
-
 namespace platform::terminal {
 
-/// The password question on the terminal. After no answer, or three wrong ones, the user is not
-/// asked again.
+/// The password question on the terminal, which takes three answers.
 class PasswordQuestion final : public platform::PasswordQuestion {
 public:
     /// `application` and `dialogue` must outlive this. A silent question is never asked.
     PasswordQuestion(Application& application, Dialogue& dialogue, bool isSilent)
-        : application_(application), dialogue_(dialogue), isOver_(isSilent) {}
+        : application_(application), dialogue_(dialogue), isSilent_(isSilent) {}
 
     std::optional<GivenPassword> ask(const std::vector<Administrator>& administrators,
                                      int attempt) override;
@@ -23,7 +20,7 @@ private:
 
     Application& application_;
     Dialogue& dialogue_;
-    std::atomic<bool> isOver_;
+    const bool isSilent_;
 };
 
 } // namespace platform::terminal

@@ -155,7 +155,11 @@ void Screen::setStatus(std::string_view text) {
     if (!isTerminal()) {
         return;
     }
-    const auto shown = text::prefix(text, terminalColumns() - 1);
+    const auto columns = terminalColumns();
+    if (statusLength_ >= columns) {
+        clearStatus();
+    }
+    const auto shown = text::prefix(text, columns - 1);
     const auto length = text::characterCount(shown);
     const auto surplus = statusLength_ > length ? statusLength_ - length : 0;
     write("\r" + std::string(shown) + std::string(surplus, ' '));
@@ -163,10 +167,25 @@ void Screen::setStatus(std::string_view text) {
 }
 
 void Screen::clearStatus() {
-    if (statusLength_ > 0) {
+    if (statusLength_ >= terminalColumns()) {
+        eraseWrappedStatus();
+    } else if (statusLength_ > 0) {
         write("\r" + std::string(statusLength_, ' ') + "\r");
-        statusLength_ = 0;
     }
+    statusLength_ = 0;
+}
+
+/// The terminal has become narrower since, and shows the status in several lines, of which the
+/// cursor is in the last. The console would not let such sequences through.
+void Screen::eraseWrappedStatus() {
+    constexpr std::string_view eraseLine = "\r\x1b[K";
+    constexpr std::string_view lineUp = "\x1b[A";
+    std::string sequence(eraseLine);
+    for (auto rest = statusLength_ - 1; rest >= terminalColumns(); rest -= terminalColumns()) {
+        sequence.append(lineUp).append(eraseLine);
+    }
+    // A terminal that takes nothing more shows nothing that is broken.
+    [[maybe_unused]] const auto written = ::write(STDOUT_FILENO, sequence.data(), sequence.size());
 }
 
 } // namespace platform::terminal

@@ -31,12 +31,14 @@ public:
     void prompt(std::string_view text);
 
     /// Shows a text in place of the former one, shortened to one line of the terminal, until
-    /// clearStatus() is called or something else is written.
+    /// clearStatus() is called or something else is written. One that a narrower terminal has
+    /// wrapped is erased whole.
     void setStatus(std::string_view text);
     void clearStatus();
 
 private:
     void write(std::string_view text);
+    void eraseWrappedStatus();
 
     platform::Console& console_;
     const bool isQuiet_;

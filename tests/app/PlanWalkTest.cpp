@@ -3,6 +3,7 @@
 #include "platform/Application.h"
 #include "tests/app/KnowingWorkspace.h"
 #include "tests/support/DescribedMachine.h"
+#include "tests/support/PausingClock.h"
 
 #include <gtest/gtest.h>
 
@@ -41,6 +42,16 @@ TEST_F(PlanWalk, StopsProcessesWithOneRunOfTheTool) {
     walk({{PlanAction::kill, "/usr/bin/killall", {"Dunmarl", "Quillfen App Launcher"}}});
 
     EXPECT_EQ(launcher.runs, (Lines{"/usr/bin/killall Dunmarl Quillfen App Launcher", "waited"}));
+}
+
+TEST_F(PlanWalk, LetsTheToolTakeAsLongAsItTakes) {
+    PausingClock clock;
+    const platform::ScopedService<platform::Clock> scope(clock);
+    fileSystem.tools.insert("/usr/bin/killall");
+
+    walk({{PlanAction::kill, "/usr/bin/killall", {"Dunmarl"}}});
+
+    EXPECT_TRUE(clock.timeouts.empty());
 }
 
 TEST_F(PlanWalk, TrashesAnApplicationWhereverTheDesktopFindsIt) {
@@ -185,7 +196,9 @@ TEST_F(PlanWalk, TellsAnItemsOwnResult) {
     EXPECT_EQ(closed.outcome, TrashOutcome::failed);
     EXPECT_EQ(closed.error->localizedDescription, "It is closed.");
     EXPECT_EQ(closed.right, platform::errAuthorizationCanceled);
+    EXPECT_EQ(closed.place, "");
     EXPECT_EQ(observer.results.at("/x/b").outcome, TrashOutcome::moved);
+    EXPECT_EQ(observer.results.at("/x/b").place, "/home/someone/.Trash/b");
     EXPECT_EQ(observer.results.at("/x/c").outcome, TrashOutcome::absent);
 }
 

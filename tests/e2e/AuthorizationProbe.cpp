@@ -1,6 +1,6 @@
 // Obtains and uses an administrator's right on command, one command a line on standard input, and
 // prints the outcome of each. The arguments on a line are separated by tabs. Its own argument, if
-// any, is the name of the helper to use.
+// any, is the name of the helper to use, or "once" to ask nobody again who has refused.
 //
 //   prompt                    asks for the right with the user's help
 //   prompt-twice              the same on two threads at once, a handle each
@@ -19,6 +19,7 @@
 #include <iterator>
 #include <optional>
 #include <sstream>
+#include <string_view>
 #include <thread>
 
 namespace {
@@ -33,8 +34,8 @@ constexpr AuthorizationFlags withoutUser =
 
 class Probe {
 public:
-    explicit Probe(const std::optional<std::string>& helper)
-        : services_(native::HelperPaths::installed(helper)) {}
+    Probe(const std::optional<std::string>& helper, native::Asking asking)
+        : services_(native::HelperPaths::installed(helper), asking) {}
 
     void obey(const std::vector<std::string>& words) {
         const std::string& command = words.front();
@@ -72,8 +73,7 @@ private:
                                AuthorizationFlags flags) {
         const auto created = services_.create(environment, kAuthorizationFlagDefaults);
         ref = created.value_or(AuthorizationRef::none);
-        return statusOf(services_.copyRights(ref, {{.name = "system.privilege.admin", .value = {}}},
-                                             environment, flags));
+        return statusOf(services_.copyRights(ref, {"system.privilege.admin"}, environment, flags));
     }
 
     void promptTwice() {
@@ -118,7 +118,9 @@ std::vector<std::string> wordsOf(const std::string& line) {
 } // namespace
 
 int main(int argc, char* argv[]) {
-    Probe probe(argc > 1 ? std::optional<std::string>(argv[1]) : std::nullopt);
+    const bool asksOnce = argc > 1 && argv[1] == std::string_view("once");
+    Probe probe(argc > 1 && !asksOnce ? std::optional<std::string>(argv[1]) : std::nullopt,
+                asksOnce ? native::Asking::once : native::Asking::always);
     std::cout << ::getpid() << std::endl;
     for (std::string line; std::getline(std::cin, line);) {
         probe.obey(wordsOf(line));

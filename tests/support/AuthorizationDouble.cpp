@@ -25,8 +25,8 @@ private:
 std::ostream& operator<<(std::ostream& out, const AuthorizationCall& call) {
     out << call.operation << " ref " << static_cast<std::uint64_t>(call.ref) << " flags "
         << call.flags;
-    for (const auto& item : call.rights) {
-        out << " right " << item.name << '=' << item.value;
+    for (const auto& right : call.rights) {
+        out << " right " << right;
     }
     for (const auto& item : call.environment) {
         out << " environment " << item.name << '=' << item.value;
@@ -52,7 +52,7 @@ RecordingAuthorizationServices::create(const platform::AuthorizationItemSet& env
 }
 
 platform::AuthorizationResult<void> RecordingAuthorizationServices::copyRights(
-    platform::AuthorizationRef ref, const platform::AuthorizationItemSet& rights,
+    platform::AuthorizationRef ref, const platform::AuthorizationRights& rights,
     const platform::AuthorizationItemSet& environment, platform::AuthorizationFlags flags) {
     calls.push_back({.operation = "copyRights",
                      .ref = ref,

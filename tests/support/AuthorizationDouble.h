@@ -15,7 +15,7 @@
 struct AuthorizationCall {
     std::string operation;
     platform::AuthorizationRef ref = platform::AuthorizationRef::none;
-    platform::AuthorizationItemSet rights;
+    platform::AuthorizationRights rights;
     platform::AuthorizationItemSet environment;
     platform::AuthorizationFlags flags = 0;
     std::string tool;
@@ -56,7 +56,7 @@ public:
            platform::AuthorizationFlags flags) override;
 
     platform::AuthorizationResult<void>
-    copyRights(platform::AuthorizationRef ref, const platform::AuthorizationItemSet& rights,
+    copyRights(platform::AuthorizationRef ref, const platform::AuthorizationRights& rights,
                const platform::AuthorizationItemSet& environment,
                platform::AuthorizationFlags flags) override;
 

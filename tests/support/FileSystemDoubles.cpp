@@ -249,6 +249,20 @@ std::function<void()> RecordingWorkspace::moveTrashed(const std::string& path,
     return [this, place] { ended.push_back(place); };
 }
 
+std::vector<platform::ItemInTrash> RecordingWorkspace::itemsInTrash(const std::string& /*trash*/) {
+    return inTrash;
+}
+
+platform::Result<void> RecordingWorkspace::putBack(const std::string& place,
+                                                   const std::string& path) {
+    putBacks.push_back({place, path});
+    return failureIn(errors, place);
+}
+
+void RecordingWorkspace::forgetTrashed(const std::string& place) {
+    forgotten.push_back(place);
+}
+
 void RecordingWorkspace::makeTrashDurable() {
     ++timesDurable;
 }

@@ -95,6 +95,12 @@ public:
     std::vector<std::vector<std::string>> prepared;
     /// How often what was recycled has been made durable.
     int timesDurable = 0;
+    /// What is in the Trash.
+    std::vector<platform::ItemInTrash> inTrash;
+    /// Every item that was put back, as its place in the Trash and its path, and the places whose
+    /// record was deleted.
+    std::vector<std::vector<std::string>> putBacks;
+    std::vector<std::string> forgotten;
     std::set<std::string> packages;
     /// The failure of recycling an item, named by its path.
     std::map<std::string, platform::Error> errors;
@@ -124,5 +130,8 @@ public:
     void prepareToRecycle(const std::string& trash, const std::vector<std::string>& paths) override;
     void makeTrash(const std::string& trash) override;
     std::function<void()> moveTrashed(const std::string& path, const std::string& place) override;
+    std::vector<platform::ItemInTrash> itemsInTrash(const std::string& trash) override;
+    platform::Result<void> putBack(const std::string& place, const std::string& path) override;
+    void forgetTrashed(const std::string& place) override;
     void makeTrashDurable() override;
 };

@@ -6,6 +6,7 @@
 #include <chrono>
 #include <functional>
 #include <thread>
+#include <utility>
 #include <vector>
 
 /// A clock that advances only while the thread that made it sleeps, so that tests need not wait.
@@ -14,6 +15,8 @@ class PausingClock : public TestClock {
 public:
     /// The duration of every sleep.
     std::vector<std::chrono::microseconds> rests;
+    /// The delays of the operations that were scheduled.
+    std::vector<std::chrono::seconds> timeouts;
     /// Called during each sleep.
     std::function<void()> meanwhile = [] {};
 
@@ -26,6 +29,10 @@ public:
         rests.push_back(duration);
         pass(duration);
         meanwhile();
+    }
+    void performAfter(std::chrono::seconds delay, std::function<void()> operation) override {
+        timeouts.push_back(delay);
+        TestClock::performAfter(delay, std::move(operation));
     }
     void pass(std::chrono::microseconds duration) { time_ = now() + duration; }
 

@@ -44,6 +44,24 @@ std::optional<std::string> FakeAccount::cacheDirectory() {
     return cache;
 }
 
+std::string FakeAccount::stateDirectory() {
+    return state;
+}
+
+std::unique_ptr<platform::Inhibition>
+CountingInhibitors::inhibitShutdown(const std::string& /*who*/, const std::string& /*why*/) {
+    struct Counted : platform::Inhibition {
+        explicit Counted(int& counter) : count(counter) { ++count; }
+        ~Counted() override { --count; }
+        Counted(const Counted&) = delete;
+        Counted& operator=(const Counted&) = delete;
+        Counted(Counted&&) = delete;
+        Counted& operator=(Counted&&) = delete;
+        int& count;
+    };
+    return std::make_unique<Counted>(count);
+}
+
 std::vector<std::string> FakeSearchPaths::directories(platform::DirectoryKind kind,
                                                       platform::DomainMask domain) {
     const auto found = lists.find({kind, domain});

@@ -2,6 +2,7 @@
 
 #include "platform/Application.h"
 #include "platform/Console.h"
+#include "platform/Inhibitors.h"
 #include "platform/SearchPaths.h"
 #include "platform/UserAccount.h"
 
@@ -36,6 +37,7 @@ public:
     std::string login = "someone";
     std::string temporary = "/tmp";
     std::optional<std::string> cache;
+    std::string state = "/home/someone/.local/state";
 
     unsigned realUserId() override;
     std::string homeDirectory() override;
@@ -43,6 +45,16 @@ public:
     std::string loginName() override;
     std::string temporaryDirectory() override;
     std::optional<std::string> cacheDirectory() override;
+    std::string stateDirectory() override;
+};
+
+/// Counts what is held off.
+class CountingInhibitors : public platform::Inhibitors {
+public:
+    int count = 0;
+
+    std::unique_ptr<platform::Inhibition> inhibitShutdown(const std::string& who,
+                                                          const std::string& why) override;
 };
 
 /// Standard directories that a test describes; other kinds have no directory.

@@ -7,7 +7,6 @@
 #include "platform/Windows.h"
 #include "platform/foundation/Format.h"
 #include "platform/foundation/Timeout.h"
-#include "platform/foundation/Timer.h"
 
 #include <utility>
 
@@ -129,8 +128,8 @@ int QFAlert::timedAlertSheetWithMessageText(const Text& messageText, const Text&
                                             std::chrono::seconds interval) {
     const auto alert = std::make_shared<QFAlert>();
     alert->isTimed_ = true;
-    platform::performAfter(platform::Timeout(interval).wholeSeconds(),
-                           [alert] { alert->answerByDefault(); });
+    platform::service<platform::Clock>().performAfter(platform::Timeout(interval).wholeSeconds(),
+                                                      [alert] { alert->answerByDefault(); });
     return alertSheetWithMessageText(messageText, defaultButton, alternateButton, otherButton,
                                      informativeText, parentWindow, nullptr, std::nullopt,
                                      Block::yes, alert);

@@ -176,6 +176,11 @@ bool QFAuthorization::authRemoveFile(const std::string& path) {
     return authExecTask("/bin/rm", {"-Rdf", path}) == 0;
 }
 
+QFAuthorization::StartedTool QFAuthorization::startRemoving(const std::string& path) {
+    return isRefused(path, refusedToDelete) ? StartedTool{.status = refused}
+                                            : startTool("/bin/rm", {"-Rdf", path});
+}
+
 bool QFAuthorization::authTrashFile(const std::string& path) {
     return authTrashFile(path, DeleteOnRootAccount::no);
 }
@@ -194,12 +199,15 @@ QFAuthorization::StartedTool QFAuthorization::startTrashing(const std::string& p
     }
     const std::string destination = trashDestination(path);
     if (!trashIsOwn()) {
-        return startMoving(path, destination);
+        auto tool = startMoving(path, destination);
+        tool.destination = tool.status == 0 ? destination : std::string();
+        return tool;
     }
     auto& workspace = platform::service<platform::Workspace>();
     workspace.makeTrash(QFLocalPaths::trashDirectory());
     const auto end = workspace.moveTrashed(path, destination);
     auto tool = startMoving(path, destination);
+    tool.destination = tool.status == 0 ? destination : std::string();
     if (!tool.waitUntilExit) {
         end();
         return tool;

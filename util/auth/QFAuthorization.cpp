@@ -38,8 +38,8 @@ platform::AuthorizationServices& authorizationServices() {
     return platform::service<platform::AuthorizationServices>();
 }
 
-AuthorizationItemSet administratorRight() {
-    return {{.name = "system.privilege.admin", .value = {}}};
+platform::AuthorizationRights administratorRight() {
+    return {"system.privilege.admin"};
 }
 
 /// A user name and password in the form that a handle takes. Wiped from memory at the scope's end.

@@ -107,6 +107,8 @@ public:
         int status = 0;
         /// The platform's answer to the last request for the right; no value if it was not asked.
         std::optional<platform::AuthorizationStatus> right;
+        /// Where startTrashing() has the item moved; empty if the tool was not started.
+        std::string destination;
         /// Waits until the tool has ended, successfully or not. Empty if there is nothing to wait
         /// for. Any thread may call it, once.
         std::function<void()> waitUntilExit;
@@ -136,6 +138,9 @@ public:
     /// Deletes an item with its contents. Does not check whether it exists.
     bool authRemoveFile(const std::string& path);
 
+    /// As authRemoveFile, but the caller can wait for the tool.
+    StartedTool startRemoving(const std::string& path);
+
     /// Moves an item into the user's Trash. If the name is taken there, adds "_", the local date
     /// and time in 14 digits, "." and the extension to it. Creates the Trash of the user who runs
     /// the process if it does not exist, and records there where the item came from. An item that
@@ -164,6 +169,9 @@ public:
     bool authMoveFile(const std::optional<std::string>& path,
                       const std::optional<std::string>& toPath);
 
+    /// As authMoveFile, but the caller can wait for the tool.
+    StartedTool startMoving(const std::string& path, const std::string& toPath);
+
     /// Copies an item with its contents to its full new path. System directories may be copied.
     /// Returns false as authMoveFile does.
     bool authCopyFile(const std::optional<std::string>& path,
@@ -187,7 +195,6 @@ private:
     StartedTool startWithRight(const std::string& path, const std::vector<std::string>& arguments,
                                const std::optional<std::string>& content);
     StartedTool startTool(const std::string& path, const std::vector<std::string>& arguments);
-    StartedTool startMoving(const std::string& path, const std::string& toPath);
     std::string trashDestination(const std::string& path) const;
     bool trashIsOwn() const;
 

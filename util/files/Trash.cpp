@@ -106,13 +106,14 @@ TrashResult QFFileManager::trashFileWithResult(const std::string& path, ShouldAu
     }
     auto recycled = recycle(path);
     if (recycled) {
-        return {.outcome = TrashOutcome::moved};
+        return {.outcome = TrashOutcome::moved, .place = *std::move(recycled)};
     }
     if (shouldAuth == ShouldAuth::no || recycled.error().code == EBUSY) {
         return {.outcome = TrashOutcome::failed, .error = std::move(recycled).error()};
     }
     auto tool = QFAuthorization::sharedController().startTrashing(path);
     return {.outcome = tool.status == 0 ? TrashOutcome::handedOver : TrashOutcome::failed,
+            .place = std::move(tool.destination),
             .error = std::move(recycled).error(),
             .right = tool.right,
             .waitUntilDone = std::move(tool.waitUntilExit)};

@@ -5,6 +5,7 @@
 
 #include <functional>
 #include <optional>
+#include <string>
 
 /// What became of an item that was to be moved into the Trash.
 enum class TrashOutcome {
@@ -18,6 +19,9 @@ enum class TrashOutcome {
 struct TrashResult {
     /// What became of the item.
     TrashOutcome outcome;
+    /// The path in the Trash of an item that was moved, or that the tool is to move. Empty if it is
+    /// in place or too long.
+    std::string place;
     /// Why the current user could not move it.
     std::optional<platform::Error> error;
     /// The platform's answer to the request for the administrator's right; no value if it was not

@@ -43,6 +43,8 @@ constexpr std::string_view unableToCreateLine =
 constexpr std::string_view tryingToAuthorize =
     "Unable to write launchd plist - trying to authorize...";
 
+constexpr std::string_view toolFailed = "Unable to run %@ for %@ as administrator - error %d";
+
 /// Returns the directory of such jobs; no value if the domain has no Library.
 std::optional<std::string> jobDirectory(Domain domain, LaunchAgent launchAgent) {
     const auto library = QFLocalPaths::libraryDirectory(domain);
@@ -128,6 +130,12 @@ void setOwnerAndMode(const std::string& file, Domain domain) {
     runTool(chmod, {modeOfJobs, file});
 }
 
+void reportFailure(const char* tool, const std::string& file, int status) {
+    if (status != 0) {
+        platform::systemLog(toolFailed, tool, file, status);
+    }
+}
+
 /// The machine's job gets the settings anew when it becomes the superuser's: until then any program
 /// of the user can write to the file. The pauses let the tools, which are only started, finish
 /// before the next step.
@@ -136,10 +144,12 @@ void setOwnerAndModePrivileged(const platform::Value::Dictionary& settings, cons
     auto& authorization = QFAuthorization::sharedController();
     if (domain == Domain::local) {
         const auto content = platform::service<platform::PropertyLists>().xml(settings);
-        authorization.authExecTask(chown, {ownerOfMachinesJobs, file}, content.value_or(""));
+        reportFailure(
+            chown, file,
+            authorization.authExecTask(chown, {ownerOfMachinesJobs, file}, content.value_or("")));
     }
     platform::sleep(pauseAfterOwner);
-    authorization.authExecTask(chmod, {modeOfJobs, file});
+    reportFailure(chmod, file, authorization.authExecTask(chmod, {modeOfJobs, file}));
     platform::sleep(pauseAfterMode);
 }
 

@@ -2,7 +2,6 @@
 #include "platform/Clock.h"
 #include "platform/Services.h"
 #include "platform/foundation/Exception.h"
-#include "platform/foundation/Timer.h"
 #include "util/log/QFException.h"
 #include "util/log/QFLog.h"
 #include "util/task/QFTaskEx.h"
@@ -98,8 +97,8 @@ int QFTaskEx::terminationCodeFromTaskOnRunner(const std::string& path,
 /// for it.
 bool QFTaskEx::startTimeout(platform::Timeout timeout) {
     try {
-        platform::performAfter(timeout.wholeSeconds(),
-                               [runner = shared_from_this()] { runner->timeIsUp(); });
+        platform::service<platform::Clock>().performAfter(
+            timeout.wholeSeconds(), [runner = shared_from_this()] { runner->timeIsUp(); });
         return true;
     } catch (const platform::Exception& exception) {
         QFException::logException(exception, "setupTimeout:");

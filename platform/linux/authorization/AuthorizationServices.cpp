@@ -34,16 +34,15 @@ AuthorizationServices::create(const AuthorizationItemSet& /*environment*/,
 }
 
 AuthorizationResult<void> AuthorizationServices::copyRights(AuthorizationRef ref,
-                                                            const AuthorizationItemSet& rights,
+                                                            const AuthorizationRights& rights,
                                                             const AuthorizationItemSet& environment,
                                                             AuthorizationFlags flags) {
     const auto held = find(ref);
     if (!held) {
         return Unexpected(errAuthorizationInvalidRef);
     }
-    const bool isKnown = std::all_of(rights.begin(), rights.end(), [](const auto& right) {
-        return right.name == administratorRight;
-    });
+    const bool isKnown = std::all_of(rights.begin(), rights.end(),
+                                     [](const auto& right) { return right == administratorRight; });
     if (isKnown && *held && (*held)->isOpen()) {
         return {};
     }

@@ -23,17 +23,19 @@ namespace platform::native {
 /// Statuses beyond success: errAuthorizationInvalidRef for an invalid handle;
 /// errAuthorizationDenied for another right than "system.privilege.admin", without
 /// kAuthorizationFlagExtendRights when the right is not held yet, and when polkit or PAM says no;
-/// errAuthorizationCanceled when the question was dismissed; errAuthorizationInternal without
+/// errAuthorizationCanceled when the question was dismissed; errAuthorizationWrongPassword when the
+/// program's own was answered with wrong passwords; errAuthorizationInternal without
 /// polkit, pkexec or helper, and for a tool when the helper has gone, after which the right may be
 /// asked for again; errAuthorizationToolExecuteFailure when the helper refuses to start a tool.
 class AuthorizationServices : public platform::AuthorizationServices {
 public:
     AuthorizationServices() : AuthorizationServices(HelperPaths::installed()) {}
-    explicit AuthorizationServices(HelperPaths paths) : requests_(std::move(paths)) {}
+    explicit AuthorizationServices(HelperPaths paths, Asking asking = Asking::always)
+        : requests_(std::move(paths), asking) {}
 
     AuthorizationResult<AuthorizationRef> create(const AuthorizationItemSet& environment,
                                                  AuthorizationFlags flags) override;
-    AuthorizationResult<void> copyRights(AuthorizationRef ref, const AuthorizationItemSet& rights,
+    AuthorizationResult<void> copyRights(AuthorizationRef ref, const AuthorizationRights& rights,
                                          const AuthorizationItemSet& environment,
                                          AuthorizationFlags flags) override;
     bool holdsRights(AuthorizationRef ref) override;

@@ -15,6 +15,7 @@
 #include <optional>
 #include <string_view>
 #include <system_error>
+#include <vector>
 
 namespace platform::native {
 
@@ -41,6 +42,9 @@ StartedHelper RightRequests::ask() {
     std::promise<StartedHelper> answer;
     {
         std::unique_lock lock(mutex_);
+        if (refusal_) {
+            return Unexpected(*refusal_);
+        }
         if (question_.valid()) {
             const auto question = question_;
             lock.unlock();
@@ -65,13 +69,31 @@ StartedHelper RightRequests::askAlone() {
         return Unexpected(errAuthorizationInternal);
     }
     auto* question = installedService<PasswordQuestion>();
-    return question == nullptr ? startHelper(paths_) : startAsking(*question);
+    auto started = question == nullptr ? startHelper(paths_) : startAsking(*question);
+    rememberRefusal(started);
+    return started;
+}
+
+void RightRequests::rememberRefusal(const StartedHelper& started) {
+    if (asking_ == Asking::once && !started && started.error() != errAuthorizationInternal) {
+        const std::lock_guard lock(mutex_);
+        refusal_ = started.error();
+    }
 }
 
 /// Has the program itself ask.
 StartedHelper RightRequests::startAsking(PasswordQuestion& question) {
     Secret secret;
-    return startWithAgent(answerByAsking(question, secret));
+    bool isAnswered = false;
+    auto started = startWithAgent([&](const std::vector<uid_t>& administrators, int attempt) {
+        auto answer = answerByAsking(question, secret)(administrators, attempt);
+        isAnswered = isAnswered || answer.kind == PolkitAnswer::Kind::password;
+        return answer;
+    });
+    if (isAnswered && !started && started.error() != errAuthorizationInternal) {
+        return Unexpected(errAuthorizationWrongPassword);
+    }
+    return started;
 }
 
 /// Starts a helper, with an agent for this process that answers polkit's question.

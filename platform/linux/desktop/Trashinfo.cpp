@@ -49,6 +49,19 @@ std::string trashinfoText(const std::string& path, Mover mover) {
     return text;
 }
 
+std::string recordedPathIn(std::string_view trashinfo) {
+    constexpr std::string_view key = "\nPath=";
+    const auto begin = trashinfo.find(key);
+    if (begin == std::string_view::npos) {
+        return {};
+    }
+    trashinfo.remove_prefix(begin + key.size());
+    const std::string value(trashinfo.substr(0, trashinfo.find('\n')));
+    const std::unique_ptr<char, decltype(&g_free)> path(
+        g_uri_unescape_string(value.c_str(), nullptr), &g_free);
+    return path ? path.get() : "";
+}
+
 SystemResult<Mover> moverIn(std::string_view trashinfo) {
     for (const auto& [which, line] : moverLines) {
         if (trashinfo.ends_with(line)) {

@@ -21,6 +21,9 @@ enum class Mover {
 /// programs ignore records the mover.
 std::string trashinfoText(const std::string& path, Mover mover);
 
+/// Returns the path that the text of a trashinfo records, decoded; empty if it records none.
+std::string recordedPathIn(std::string_view trashinfo);
+
 /// Returns the mover that the text of a trashinfo records. ENOENT if another program wrote it.
 SystemResult<Mover> moverIn(std::string_view trashinfo);
 

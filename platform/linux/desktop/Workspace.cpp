@@ -1,8 +1,10 @@
 #include "platform/linux/desktop/Workspace.h"
 
+#include "platform/foundation/Path.h"
 #include "platform/linux/desktop/Bundles.h"
 #include "platform/linux/desktop/ChangeNotice.h"
 #include "platform/linux/desktop/Labels.h"
+#include "platform/linux/desktop/TrashContents.h"
 #include "platform/linux/desktop/Volumes.h"
 #include "platform/linux/posix/Errors.h"
 #include "platform/linux/system/SearchPaths.h"
@@ -76,6 +78,18 @@ void Workspace::makeTrash(const std::string& trash) {
 
 std::function<void()> Workspace::moveTrashed(const std::string& path, const std::string& place) {
     return trash_.expect(path, place);
+}
+
+std::vector<ItemInTrash> Workspace::itemsInTrash(const std::string& trash) {
+    return native::itemsInTrash(trash);
+}
+
+Result<void> Workspace::putBack(const std::string& place, const std::string& path) {
+    return posixResult(putBackFromTrash(place, path), path::lastComponent(path), "put back");
+}
+
+void Workspace::forgetTrashed(const std::string& place) {
+    native::forgetTrashed(place);
 }
 
 void Workspace::makeTrashDurable() {

@@ -218,6 +218,10 @@ std::optional<ItemAttributes> FileSystem::attributesOfItem(const std::string& pa
     return ItemAttributes{.kind = kind,
                           .size = status->stx_size,
                           .modificationDate = dateOf(status->stx_mtime),
+                          .id = fileIdOf(*status),
+                          .owner = status->stx_uid,
+                          .group = status->stx_gid,
+                          .permissions = status->stx_mode & 07777U,
                           .creationDate = creationDate,
                           .immutable = (status->stx_attributes_mask & status->stx_attributes &
                                         STATX_ATTR_IMMUTABLE) != 0};

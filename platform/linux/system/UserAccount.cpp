@@ -104,4 +104,14 @@ std::optional<std::string> UserAccount::cacheDirectory() {
     return path::appending(homeDirectory(), ".cache");
 }
 
+std::string UserAccount::stateDirectory() {
+    if (::getuid() == 0) {
+        return "/var/lib";
+    }
+    if (auto directory = absolutePathFromEnvironment("XDG_STATE_HOME")) {
+        return *directory;
+    }
+    return path::appending(homeDirectory(), ".local/state");
+}
+
 } // namespace platform::native

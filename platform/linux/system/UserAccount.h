@@ -24,6 +24,10 @@ public:
 
     /// Returns XDG_CACHE_HOME if it is an absolute path, else ".cache" in the home directory.
     std::optional<std::string> cacheDirectory() override;
+
+    /// Returns XDG_STATE_HOME if it is an absolute path, else ".local/state" in the home directory;
+    /// "/var/lib" for the superuser.
+    std::string stateDirectory() override;
 };
 
 /// An account's entry in the password database.

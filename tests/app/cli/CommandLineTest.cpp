@@ -53,6 +53,23 @@ TEST(CommandLine, KnowsEveryOption) {
     EXPECT_EQ(terminal.report, "r");
 }
 
+TEST(CommandLine, KnowsHowToUndo) {
+    const auto last = optionsOf({"--put-back", "--list", "--json"});
+    EXPECT_TRUE(last.putBack && last.list && last.json && !last.run);
+
+    const auto one = optionsOf({"--put-back", "17", "--report", "r", "--quiet"});
+    EXPECT_TRUE(one.putBack && one.quiet);
+    EXPECT_EQ(one.run, 17U);
+
+    const auto emptied = optionsOf({"--empty", "3", "--yes"});
+    EXPECT_TRUE(emptied.empty && emptied.yes && !emptied.putBack);
+    EXPECT_EQ(emptied.run, 3U);
+
+    EXPECT_TRUE(optionsOf({"--uninstall", "--empty", "--quiet"}).empty);
+    EXPECT_TRUE(optionsOf({"--list-runs", "--json"}).listRuns);
+    EXPECT_TRUE(optionsOf({"--show-last"}).showLast);
+}
+
 class WrongCommandLine : public testing::TestWithParam<std::vector<std::string>> {};
 
 TEST_P(WrongCommandLine, IsRefused) {
@@ -77,6 +94,24 @@ INSTANTIATE_TEST_SUITE_P(WrongOrContradictory, WrongCommandLine,
                              {"--terminal", "--list"},
                              {"--terminal", "--quiet"},
                              {"--list", "--report", "r"},
+                             {"--put-back", "word"},
+                             {"--put-back", "0"},
+                             {"--put-back", "--uninstall"},
+                             {"--put-back", "--terminal"},
+                             {"--put-back", "--empty"},
+                             {"--put-back", "--remove-shared"},
+                             {"--put-back", "--list", "--remove-shared"},
+                             {"--put-back", "--list-runs"},
+                             {"--put-back", "--json"},
+                             {"--put-back", "--yes"},
+                             {"--uninstall", "--empty", "3"},
+                             {"--empty", "--list"},
+                             {"--empty", "--quiet"},
+                             {"--empty", "--terminal"},
+                             {"--yes"},
+                             {"--list-runs", "--show-last"},
+                             {"--list-runs", "--report", "r"},
+                             {"--show-last", "--list"},
                              {"--list", "--quiet"}}));
 
 TEST(CommandLine, EndsAfterHelpAndVersion) {

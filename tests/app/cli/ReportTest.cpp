@@ -2,7 +2,7 @@
 
 #include "app/cli/Run.h"
 #include "app/cli/RunObserver.h"
-#include "platform/SystemInformation.h"
+#include "tests/app/cli/CliDoubles.h"
 #include "tests/support/FileSystemDoubles.h"
 #include "tests/support/NamedCase.h"
 #include "tests/support/PortDoubles.h"
@@ -24,16 +24,6 @@ using ::testing::HasSubstr;
 
 namespace {
 
-class Information : public platform::SystemInformation {
-    std::string globallyUniqueString() override { return {}; }
-    std::string operatingSystemVersion() override { return {}; }
-    std::string hostName() override { return "machine"; }
-    long processorCount() override { return 1; }
-    std::uint64_t physicalMemory() override { return 0; }
-    std::optional<std::string> executablePath() override { return std::nullopt; }
-    std::optional<std::string> bundleVersion() override { return "1.2.3"; }
-};
-
 /// A disk that keeps what is written to it.
 class WritableFileSystem : public DescribedFileSystem {
 public:
@@ -45,16 +35,6 @@ public:
         written.emplace_back(content);
         return writeResult;
     }
-};
-
-/// Records what a person would read.
-class KeptOutput : public cli::TextOutput {
-public:
-    std::string text;
-
-    void paragraph(std::string_view words) override { line(words); }
-    void line(std::string_view words) override { text.append(words) += '\n'; }
-    void gap() override { text += '\n'; }
 };
 
 class FixedInventory : public Inventory {
@@ -118,9 +98,9 @@ TEST_F(ReportTest, TellsWhyAnItemWasLeft) {
     observer.itemEnded("/x/b", failure("It is nailed down.", std::nullopt));
     observer.itemEnded("/x/c", {.outcome = TrashOutcome::moved});
 
-    EXPECT_EQ(observer.lastCause("/x/a"), "The administrator's password was not given.");
+    EXPECT_EQ(observer.lastCause("/x/a"), "It takes an administrator's password to move it.");
     EXPECT_EQ(observer.lastCause("/x/b"), "It is nailed down.");
-    EXPECT_EQ(reasonOf("/x/a"), "It is closed. The administrator's password was not given.");
+    EXPECT_EQ(reasonOf("/x/a"), "It is closed. It takes an administrator's password to move it.");
     EXPECT_EQ(reasonOf("/x/b"), "It is nailed down.");
     EXPECT_EQ(reasonOf("/x/c"),
               "It was moved to the Trash, but there is an item at its path again.");
@@ -161,6 +141,9 @@ INSTANTIATE_TEST_SUITE_P(
         StatusOfTheRight{{"Denied"},
                          platform::errAuthorizationDenied,
                          "No. The administrator's right was denied."},
+        StatusOfTheRight{{"WrongPassword"},
+                         platform::errAuthorizationWrongPassword,
+                         "No. The administrator's password was wrong."},
         StatusOfTheRight{{"Unavailable"},
                          platform::errAuthorizationInternal,
                          "No. The administrator's right cannot be had on this machine."},
@@ -269,6 +252,19 @@ TEST_F(RunTest, ReportsFromTheBeginning) {
     EXPECT_EQ(lastReport()["result"], "complete");
     EXPECT_EQ(lastReport()["removeShared"], true);
     EXPECT_EQ(lastReport()["rows"][0]["outcome"], "moved");
+}
+
+TEST_F(RunTest, ReportsWhereInTheTrashAnItemIs) {
+    inventory.rows = {rowOf("/x/gone", ItemState::found)};
+    auto begun = run();
+    begun.begin(RemoveShared::no);
+    observer.itemEnded("/x/gone", {.outcome = TrashOutcome::moved, .place = "/t/gone.2"});
+    observer.itemEnded("/x/gone", {.outcome = TrashOutcome::absent});
+
+    begun.finish();
+    begun.writeReport();
+
+    EXPECT_EQ(lastReport()["rows"][0]["trashed"], "/t/gone.2");
 }
 
 TEST_F(RunTest, TellsWhatWasLeft) {

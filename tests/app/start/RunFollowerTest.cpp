@@ -1,10 +1,16 @@
 #include "app/start/RunFollower.h"
 
 #include "platform/Services.h"
-#include "tests/support/DescribedMachine.h"
+#include "platform/linux/files/FileStreams.h"
+#include "platform/linux/files/FileSystem.h"
 #include "tests/support/MainLoop.h"
+#include "tests/support/PortDoubles.h"
+#include "tests/support/TemporaryDirectory.h"
+#include "tests/support/TestClock.h"
 
 #include <gtest/gtest.h>
+
+#include <filesystem>
 
 namespace {
 
@@ -49,15 +55,28 @@ public:
 
 class RunFollowerTest : public ::testing::Test {
 protected:
-    RunFollowerTest() { follower.follow(run, interface); }
+    RunFollowerTest() {
+        TestClock::install();
+        follower.follow(run, recorder, interface);
+    }
 
     static void waitForMainThread() {
         MainLoop::shared().performOnMainThread([] {}, platform::Wait::untilDone);
     }
 
     platform::ScopedService<platform::Application> application{MainLoop::shared()};
+    CountingInhibitors inhibitors;
+    platform::ScopedService<platform::Inhibitors> inhibitorsScope{inhibitors};
     RunInterface interface;
     CountedInventory inventory;
+    TemporaryDirectory home;
+    records::LaunchdJobs jobs;
+    platform::native::FileSystem fileSystem;
+    platform::native::FileStreams fileStreams;
+    platform::ScopedService<platform::FileSystem> fileSystemScope{fileSystem};
+    platform::ScopedService<platform::FileStreams> fileStreamsScope{fileStreams};
+    records::RunRecords runs{home / "runs"};
+    records::RunRecorder recorder{runs, jobs};
     start::RunFollower follower;
     cli::Run run{cli::Options{}, inventory, follower};
     const PlanRow row{PlanAction::trash, "/x/a", {}};
@@ -68,6 +87,15 @@ TEST_F(RunFollowerTest, RecordsWhatExistsBeforeTheFirstRowOnly) {
     follower.rowBegan(row);
 
     EXPECT_EQ(inventory.taken, std::vector{RemoveShared::yes});
+}
+
+TEST_F(RunFollowerTest, HoldsShuttingDownOffUntilTheLastRowIsDone) {
+    EXPECT_EQ(inhibitors.count, 0);
+    follower.rowBegan(row);
+    follower.rowEnded(row);
+    EXPECT_EQ(inhibitors.count, 1);
+    follower.walkEnded();
+    EXPECT_EQ(inhibitors.count, 0);
 }
 
 TEST_F(RunFollowerTest, ShowsTheNamesOfTheItemsThatExistAndTheirNumbers) {
@@ -83,6 +111,29 @@ TEST_F(RunFollowerTest, ShowsTheNamesOfTheItemsThatExistAndTheirNumbers) {
     waitForMainThread();
 
     EXPECT_EQ(interface.item.texts, (std::vector<std::string>{"a, 1 of 2", "c.app, 2 of 2"}));
+}
+
+TEST_F(RunFollowerTest, HasTheRunRecordedWithWhetherSharedItemsGo) {
+    follower.rowBegan(row);
+
+    EXPECT_NE(contentOf(runs.file(1)).find("\"removeShared\":true"), std::string::npos);
+}
+
+TEST_F(RunFollowerTest, HasAStepRecordedOnceItsToolHasEnded) {
+    const auto item = home.write("a");
+    const PlanRow row{PlanAction::trash, item, {}};
+    follower.rowBegan(row);
+    follower.itemBegan(item);
+
+    follower.itemEnded(item, {.outcome = TrashOutcome::handedOver,
+                              .place = "/t/a",
+                              .waitUntilDone = [&] { std::filesystem::remove(item); }});
+    follower.rowEnded(row);
+    follower.walkEnded();
+
+    const auto record = contentOf(runs.file(1));
+    EXPECT_NE(record.find("\"taken\":\"withRight\",\"place\":\"/t/a\""), std::string::npos);
+    EXPECT_NE(record.find("\"complete\":true"), std::string::npos);
 }
 
 } // namespace

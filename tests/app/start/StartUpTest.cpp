@@ -1,12 +1,15 @@
 #include "app/start/ApplicationMain.h"
 
+#include "platform/AlertPanel.h"
 #include "platform/Application.h"
 #include "platform/Services.h"
 #include "platform/SystemInformation.h"
 #include "platform/Windows.h"
 #include "platform/foundation/Exception.h"
+#include "platform/foundation/Thread.h"
 #include "platform/qt/InstanceLock.h"
 #include "tests/support/FileSystemDoubles.h"
+#include "tests/support/MainThread.h"
 #include "tests/support/PortDoubles.h"
 #include "tests/support/ScopedEnvironment.h"
 #include "tests/support/TemporaryDirectory.h"
@@ -21,6 +24,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -99,6 +103,8 @@ protected:
     FakeAccount account;
     platform::ScopedService<platform::UserAccount> accountScope{account};
     NoVersion information;
+    CountingInhibitors inhibitors;
+    platform::ScopedService<platform::Inhibitors> inhibitorsScope{inhibitors};
     FixedInventory inventory;
     DescribedFileSystem disk;
     platform::ScopedService<platform::FileSystem> diskScope{disk};
@@ -246,6 +252,25 @@ TEST_F(StartUpDeathTest, ShowsNothingOfWhatWasLeftToNobody) {
                 ExitedWithCode(leftInPlace), "^walked\n$");
 }
 
+TEST_F(StartUpDeathTest, EndsWithTheRunsStatusWhenASignalComesWhileAnAlertIsUp) {
+    inventory.rows = {{.action = PlanAction::trash, .path = "/x/a", .state = ItemState::found}};
+    disk.files = {"/x/a"};
+    EXPECT_EXIT(start([](Interface&, PlanObserver& observer) {
+                    platform::service<Application>().performOnMainThread(
+                        [&observer] {
+                            observer.rowBegan(anyRow);
+                            observer.walkEnded();
+                            ::kill(::getpid(), SIGTERM);
+                            for (;;) { // as an alert waits for its answer
+                                platform::service<Application>().handleNextEvent(
+                                    std::chrono::milliseconds(10));
+                            }
+                        },
+                        platform::Wait::no);
+                }),
+                ExitedWithCode(leftInPlace), "^$");
+}
+
 TEST_F(StartUpDeathTest, ShowsTheMainWindowOnceTheControllerIsAwake) {
     EXPECT_EXIT(start([](Interface& interface, PlanObserver&) {
                     auto& window = interface.window("windowMain");
@@ -296,6 +321,139 @@ TEST_F(StartUpDeathTest, SaysThatItIsRunningAlready) {
     const platform::qt::InstanceLock other("kelvane-uninstaller");
     EXPECT_EXIT(start([](Interface&, PlanObserver&) { std::abort(); }), ExitedWithCode(1),
                 oneLineWith("already running"));
+}
+
+TEST_F(StartUpDeathTest, SaysThatItsWindowIsOpenAlready) {
+    const platform::qt::InstanceLock other("kelvane-uninstaller-window");
+    EXPECT_EXIT(start([](Interface&, PlanObserver&) { std::abort(); }), ExitedWithCode(1),
+                oneLineWith("already running"));
+}
+
+/// Minimizes the window, and tells when it is back.
+void minimizeUntilRaised() {
+    auto& window = *windowTitled("Uninstall Kelvane");
+    window.showMinimized();
+    platform::qt::InstanceLock("kelvane-uninstaller-window").touch();
+    auto* timer = new QTimer(qApp);
+    QObject::connect(timer, &QTimer::timeout, timer, [&window] {
+        if (!window.isMinimized()) {
+            std::cerr << "raised\n";
+            platform::service<Application>().terminate();
+        }
+    });
+    timer->start(1);
+}
+
+TEST_F(StartUpDeathTest, BringsItsWindowToTheFrontWhenASecondOneWasToBeOpened) {
+    EXPECT_EXIT(
+        start([](Interface&, PlanObserver&) { QTimer::singleShot(0, minimizeUntilRaised); }),
+        ExitedWithCode(cancelled), ContainsRegex("(^|\n)raised\n$"));
+}
+
+TEST_F(StartUpDeathTest, HoldsNoOtherRunUpWhileItsWindowIsIdle) {
+    EXPECT_EXIT(start([](Interface&, PlanObserver& observer) {
+                    const auto isRunning = [] {
+                        return platform::qt::InstanceLock("kelvane-uninstaller").isHeldByAnother();
+                    };
+                    std::cerr << isRunning() << '\n';
+                    runLater(observer, [isRunning] { std::cerr << isRunning() << '\n'; });
+                }),
+                ExitedWithCode(complete), "^0\n1\nwalked\n$");
+}
+
+TEST_F(StartUpDeathTest, HasTheWindowsRunWaitForAnotherRun) {
+    EXPECT_EXIT(start([](Interface&, PlanObserver& observer) {
+                    static std::optional<platform::qt::InstanceLock> other("kelvane-uninstaller");
+                    platform::service<Application>().performOnMainThread(
+                        [&observer] {
+                            platform::detachNewThread([] {
+                                while (!mainThreadSleeps()) {
+                                    std::this_thread::yield();
+                                }
+                                std::cerr << "other ended\n";
+                                other.reset();
+                            });
+                            observer.rowBegan(anyRow);
+                            std::cerr << "began\n";
+                            observer.walkEnded();
+                            terminateLater();
+                        },
+                        platform::Wait::no);
+                }),
+                ExitedWithCode(complete), "^other ended\nbegan\n$");
+}
+
+/// Begins a run on the main thread, continues it on another thread, and ends the process as Qt does
+/// when the display has gone.
+void loseDisplayDuringRun(PlanObserver& observer, const std::function<void()>& rest) {
+    platform::service<Application>().performOnMainThread(
+        [&observer, rest] {
+            observer.rowBegan(anyRow);
+            platform::detachNewThread([&observer, rest] {
+                // Done once the main thread is out of the work that ends the process.
+                platform::service<Application>().performOnMainThread([] {},
+                                                                     platform::Wait::untilDone);
+                rest();
+                std::cerr << "walked\n";
+                observer.walkEnded();
+            });
+            std::exit(1);
+        },
+        platform::Wait::no);
+}
+
+TEST_F(StartUpDeathTest, ContinuesARunWhoseDisplayGoes) {
+    EXPECT_EXIT(
+        start([](Interface&, PlanObserver& observer) { loseDisplayDuringRun(observer, [] {}); }),
+        ExitedWithCode(complete), "^walked\n$");
+}
+
+TEST_F(StartUpDeathTest, TellsByItsStatusWhatWasLeftWhenTheDisplayHasGone) {
+    inventory.rows = {{.action = PlanAction::trash, .path = "/x/a", .state = ItemState::found}};
+    disk.files = {"/x/a"};
+    EXPECT_EXIT(
+        start([](Interface&, PlanObserver& observer) { loseDisplayDuringRun(observer, [] {}); }),
+        ExitedWithCode(leftInPlace), "^walked\n$");
+}
+
+TEST_F(StartUpDeathTest, AnswersAlertsWithTheirDefaultButtonWhenTheDisplayHasGone) {
+    EXPECT_EXIT(
+        start([](Interface&, PlanObserver& observer) {
+            loseDisplayDuringRun(observer, [] {
+                auto& application = platform::service<Application>();
+                application.performOnMainThread(
+                    [] {
+                        static auto panel = platform::service<platform::AlertPanels>().create({});
+                        panel->beginSheet(nullptr, [](int answer) { std::cerr << answer << '\n'; });
+                    },
+                    platform::Wait::untilDone);
+                application.performOnMainThread([] {}, platform::Wait::untilDone);
+            });
+        }),
+        ExitedWithCode(complete), "^1\nwalked\n$");
+}
+
+TEST_F(StartUpDeathTest, EndsAtOnceWhenTheDisplayGoesBeforeARun) {
+    EXPECT_EXIT(start([](Interface&, PlanObserver&) {
+                    platform::service<Application>().performOnMainThread([] { std::exit(1); },
+                                                                         platform::Wait::no);
+                }),
+                ExitedWithCode(1), "^$");
+}
+
+TEST_F(StartUpDeathTest, EndsAtOnceWhenTheDisplayGoesWhileAnAlertIsBeingAnswered) {
+    EXPECT_EXIT(start([](Interface&, PlanObserver& observer) {
+                    auto& application = platform::service<Application>();
+                    application.performOnMainThread(
+                        [&application, &observer] {
+                            observer.rowBegan(anyRow);
+                            application.performOnMainThread([] { std::exit(1); },
+                                                            platform::Wait::no);
+                            application.handleNextEvent(std::chrono::minutes(1));
+                        },
+                        platform::Wait::no);
+                }),
+                ExitedWithCode(1), "^$");
 }
 
 TEST_F(StartUpDeathTest, IsRefusedToTheSuperuserInAnotherAccountsHome) {

@@ -5,6 +5,7 @@ from __future__ import annotations
 import os
 import select
 from dataclasses import dataclass
+from functools import partial
 
 from endtoend import plan
 from endtoend.account import Account
@@ -55,6 +56,12 @@ class Agents:
             print(f"The job {job.label}, which was running, {what}")
             problems += [f"of the job {job.label} there is still {thing}" for thing in left]
         return problems
+
+    def wait_until_running(self) -> None:
+        """Waits until every job that was loaded runs."""
+        for label in [job.label for job in self._jobs]:
+            program = plan.AGENTS[label]
+            wait_for(f"the job {label} to run again", partial(self._process, label, program))
 
     def _file(self, label: str) -> str:
         return f"{self._account.home}/Library/LaunchAgents/{label}.plist"

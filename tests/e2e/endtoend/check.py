@@ -14,11 +14,14 @@ from endtoend.manifest import Manifest
 from endtoend.right import Right
 from endtoend.snapshot import Entry
 
-# What a run may leave behind in the home folder: the log, the way to the Trash, and what the
-# toolkit keeps for itself.
+# What a run may leave behind in the home folder: the log, its record, the way to the Trash, and what
+# the toolkit keeps for itself.
+RECORD = r"/kelvane-uninstaller(/runs(/\d+\.[^/]+)?)?"
 MAY_APPEAR = re.compile(
-    r"/\.Trash|/\.local(/share)?|/\.local/share/Trash(/files|/info|/directorysizes)?"
+    rf"/\.local/state({RECORD})?|/\.Trash|/\.local(/share)?|/\.local/share/Trash(/files|/info|/directorysizes)?"
     r"|/Library/Logs(/Quillfen(/.*)?)?|/\.cache(/.*)?|/\.config(/.*)?", re.DOTALL)
+# And elsewhere, if it was root's.
+MAY_APPEAR_FOR_ROOT = re.compile(rf"/var/lib{RECORD}")
 
 
 @dataclass(frozen=True)
@@ -237,6 +240,7 @@ class _Check:
                 self._is_same(path, self._before[path], self._after.get(path))
         for path in self._after.keys() - self._before.keys() - self._expected:
             if not (MAY_APPEAR.fullmatch(self._inside_home(path))
+                    or MAY_APPEAR_FOR_ROOT.fullmatch(path)
                     or self._is_others_writing(path)):
                 self._problem(path, "has appeared")
 

@@ -11,6 +11,8 @@ from endtoend.waiting import wait_for
 
 # A window that is drawn has text, whose edges alone have more colours than this.
 FEWEST_COLOURS = 8
+# The tools wait for good for a window that goes while they look at it.
+LOOK_SECONDS = 10
 
 
 @dataclass(frozen=True)
@@ -29,8 +31,11 @@ class Screen:
         self._program = program
         self._name = os.path.basename(str(program.args[0]))  # type: ignore[index]
 
+    def _run(self, *command: str) -> subprocess.CompletedProcess[bytes]:
+        return self._account.run(["timeout", str(LOOK_SECONDS), *command])
+
     def _xdotool(self, *words: str) -> str:
-        return self._account.run(["xdotool", *words]).stdout.decode(errors="replace").strip()
+        return self._run("xdotool", *words).stdout.decode(errors="replace").strip()
 
     def windows(self) -> list[Window]:
         """Returns the visible windows, in any order."""
@@ -49,7 +54,7 @@ class Screen:
 
     def picture(self, window: Window) -> bytes:
         """Returns the window as a PNG file; empty if it is gone."""
-        return self._account.run(["import", "-silent", "-window", window.number, "png:-"]).stdout
+        return self._run("import", "-silent", "-window", window.number, "png:-").stdout
 
     def drawn_picture(self, window: Window, unlike: bytes = b"") -> bytes:
         """Returns the window once it is drawn and differs from an earlier picture; empty if it goes
@@ -67,6 +72,9 @@ class Screen:
     def activate(self, window: Window) -> None:
         """Moves the keyboard focus to the window."""
         self._xdotool("windowactivate", "--sync", window.number)
+
+    def minimize(self, window: Window) -> None:
+        self._xdotool("windowminimize", window.number)
 
     def press_key(self, key: str) -> None:
         self._xdotool("key", key)

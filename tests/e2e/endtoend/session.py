@@ -152,6 +152,13 @@ class Session:
         self._start(["env", f"XDG_CACHE_HOME={self._folder}", "openbox", "--sm-disable"])
         wait_for("the window manager", self._window_manager_is_up)
 
+    def end_private_display(self) -> None:
+        """Has the display of the session go away, and with it the window manager."""
+        display, manager = self._services[-2:]
+        for service in (display, manager):
+            service.kill()
+            service.wait()
+
     def _add_key(self, authority: str, display: str, cookie: str) -> None:
         added = self.account.run(["xauth", "-q", "-f", authority, "add", display, ".", cookie])
         if added.returncode != 0:

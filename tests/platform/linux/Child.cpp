@@ -133,6 +133,26 @@ int moveTrashed(const Arguments& arguments) {
     return 0;
 }
 
+/// Prints the items in a Trash, each with its place and its former path.
+int listTrash(const Arguments& arguments) {
+    Desktop desktop;
+    for (const auto& [place, path] : desktop.workspace.itemsInTrash(arguments.at(0))) {
+        std::cout << place << " from " << path << '\n';
+    }
+    return 0;
+}
+
+int putBack(const Arguments& arguments) {
+    Desktop desktop;
+    return report(desktop.workspace.putBack(arguments.at(0), arguments.at(1)));
+}
+
+int forgetTrashed(const Arguments& arguments) {
+    Desktop desktop;
+    desktop.workspace.forgetTrashed(arguments.at(0));
+    return 0;
+}
+
 int makeTrash(const Arguments& arguments) {
     return platform::native::makeTrash(arguments.at(0)) ? 0 : 1;
 }
@@ -198,6 +218,11 @@ int account(const Arguments& /*arguments*/) {
     return 0;
 }
 
+int state(const Arguments& /*arguments*/) {
+    std::cout << platform::native::UserAccount().stateDirectory() << '\n';
+    return 0;
+}
+
 int environment(const Arguments& /*arguments*/) {
     platform::installServices();
     const auto value = [](const char* name) {
@@ -221,6 +246,12 @@ int closedStreams(const Arguments& /*arguments*/) {
         closed += ::fcntl(stream, F_GETFD) < 0 ? 1 : 0;
     }
     return closed;
+}
+
+/// Returns whether nothing can be written to standard output.
+int failingOutput(const Arguments& /*arguments*/) {
+    platform::installServices();
+    return ::write(STDOUT_FILENO, "x", 1) < 0 ? 1 : 0;
 }
 
 int storePreference(const Arguments& arguments) {
@@ -250,6 +281,9 @@ int withoutWriting(const Arguments& arguments) {
 
 const std::map<std::string, std::function<int(const Arguments&)>> commands{
     {"recycle", recycle},
+    {"list-trash", listTrash},
+    {"put-back", putBack},
+    {"forget-trashed", forgetTrashed},
     {"make-trash", makeTrash},
     {"recycle-announced", recycleAnnounced},
     {"place-in-trash", placeInTrash},
@@ -260,9 +294,11 @@ const std::map<std::string, std::function<int(const Arguments&)>> commands{
     {"unlock", unlock},
     {"lock", lock},
     {"account", account},
+    {"state", state},
     {"environment", environment},
     {"installation-folder", installationDirectory},
     {"closed-streams", closedStreams},
+    {"failing-output", failingOutput},
     {"store-preference", storePreference},
     {"move", move},
     {"copy", copy},

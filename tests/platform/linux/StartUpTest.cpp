@@ -33,3 +33,12 @@ TEST(StartUp, LeavesNoStandardStreamClosedForAFileToTakeItsNumber) {
         EXPECT_EQ(outcome.status, 0) << closing;
     }
 }
+
+TEST(StartUp, LetsNothingBeWrittenToAClosedStream) {
+    const auto statusWith = [](const std::string& closing) {
+        return runChild({"failing-output"}, {}, {"sh", "-c", "exec \"$@\" " + closing, "sh"})
+            .status;
+    };
+    EXPECT_EQ(statusWith(">&-"), 1);
+    EXPECT_EQ(statusWith(">/dev/null"), 0);
+}

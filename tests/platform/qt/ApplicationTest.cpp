@@ -222,6 +222,23 @@ TEST_F(ApplicationDeathTest, EndsTheProcessWithStatusZeroOutOfANestedPump) {
         ::testing::ExitedWithCode(0), "observed");
 }
 
+TEST_F(ApplicationDeathTest, EndsTheProcessWithTheStatusThatWasSetOutOfANestedPump) {
+    EXPECT_EXIT(
+        {
+            application.setExitStatus([] {
+                std::fputs("status", stderr);
+                return 3;
+            });
+            runOnMainThread([&] {
+                application.performOnMainThread([&] { application.terminate(); }, Wait::no);
+                for (;;) {
+                    application.handleNextEvent(10ms);
+                }
+            });
+        },
+        ::testing::ExitedWithCode(3), "status");
+}
+
 TEST_F(ApplicationDeathTest, TakesAnExceptionThatNobodyWaitsForAsUncaught) {
     EXPECT_DEATH(
         {

@@ -8,6 +8,7 @@
 #include <QIcon>
 #include <QLabel>
 #include <QProgressBar>
+#include <QScreen>
 #include <QTest>
 
 #include <algorithm>
@@ -178,6 +179,34 @@ TEST_F(MainMenuTest, GrowsWithTheFont) {
     QCoreApplication::processEvents();
     EXPECT_GT(mainWindow().height(), height);
     QApplication::setFont(font);
+}
+
+/// Gives the main window, which is not on the screen yet, its icon.
+QLabel& iconOfMainWindow() {
+    const auto widgets = QApplication::allWidgets();
+    auto& icon = static_cast<QLabel&>(**std::ranges::find_if(
+        widgets, [](const QWidget* widget) { return widget->objectName() == "mainIcon"; }));
+    icon.setPixmap(QPixmap(64, 64));
+    return icon;
+}
+
+TEST_F(MainMenuTest, LeavesItsIconOutWhereLargeTypeNeedsTheWholeScreen) {
+    const auto font = QApplication::font();
+    auto larger = font;
+    larger.setPointSizeF(font.pointSizeF() * 2.3);
+    QApplication::setFont(larger);
+    QCoreApplication::processEvents();
+    auto& icon = iconOfMainWindow();
+    auto& window = mainWindow();
+    EXPECT_FALSE(icon.isVisible());
+    EXPECT_LE(window.width(), window.screen()->availableGeometry().width());
+    QApplication::setFont(font);
+}
+
+TEST_F(MainMenuTest, ShowsItsIcon) {
+    auto& icon = iconOfMainWindow();
+    mainWindow();
+    EXPECT_TRUE(icon.isVisible());
 }
 
 std::string accessible(QObject* object, QAccessible::Text text) {

@@ -58,7 +58,7 @@ public:
         return platform::AuthorizationRef{1};
     }
     platform::AuthorizationResult<void>
-    copyRights(platform::AuthorizationRef /*ref*/, const platform::AuthorizationItemSet& /*rights*/,
+    copyRights(platform::AuthorizationRef /*ref*/, const platform::AuthorizationRights& /*rights*/,
                const platform::AuthorizationItemSet& environment,
                platform::AuthorizationFlags /*flags*/) override {
         const std::string& password = environment.at(1).value;
@@ -74,6 +74,9 @@ using GivenCredentials = DescribedMachine;
 void* operator new(std::size_t size) {
     void* const memory = std::malloc(size);
     return memory != nullptr ? memory : throw std::bad_alloc();
+}
+void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
+    return std::malloc(size);
 }
 void operator delete(void* memory) noexcept {
     lookAt(memory);

@@ -241,6 +241,7 @@ TEST_F(PrivilegedFileOperations, AMoveIntoTheTrashIsRecordedUntilItHasEnded) {
               (std::vector<Lines>{
                   {"/Library/Report.pdf", "/home/someone/.Trash/Report_20231231235959.pdf"}}));
     EXPECT_EQ(workspace.ended, Lines{});
+    EXPECT_EQ(tool.destination, "/home/someone/.Trash/Report_20231231235959.pdf");
 
     tool.waitUntilExit();
     EXPECT_EQ(workspace.ended, Lines{"/home/someone/.Trash/Report_20231231235959.pdf"});
@@ -260,6 +261,7 @@ TEST_F(PrivilegedFileOperations, AMoveIntoTheTrashTellsWhyTheRightWasNotObtained
     EXPECT_EQ(tool.status, QFAuthorization::notAuthorized);
     EXPECT_EQ(tool.right, platform::errAuthorizationCanceled);
     EXPECT_FALSE(tool.waitUntilExit);
+    EXPECT_EQ(tool.destination, "");
 }
 
 TEST_F(PrivilegedFileOperations, AMoveIntoTheTrashTellsThatNoHandleWasToBeHad) {

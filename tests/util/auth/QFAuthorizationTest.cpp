@@ -20,7 +20,7 @@ constexpr AuthorizationRef first{1};
 constexpr AuthorizationRef second{2};
 constexpr AuthorizationRef inheritedRef{77};
 
-const AuthorizationItemSet administrator{{.name = "system.privilege.admin", .value = ""}};
+const platform::AuthorizationRights administrator{"system.privilege.admin"};
 
 AuthorizationCall freeing(AuthorizationRef ref) {
     return {.operation = "free", .ref = ref, .flags = 0};
@@ -356,7 +356,7 @@ public:
     std::future<void> other;
 
     platform::AuthorizationResult<void> copyRights(AuthorizationRef ref,
-                                                   const AuthorizationItemSet& rights,
+                                                   const platform::AuthorizationRights& rights,
                                                    const AuthorizationItemSet& environment,
                                                    platform::AuthorizationFlags flags) override {
         if (questions++ == 0) {

@@ -502,6 +502,16 @@ TEST_F(QFLaunchdTest, WithTheRightADaemonHasTheSettingsWhateverIsInItsFile) {
     EXPECT_EQ(contents["/bin/chmod"], std::nullopt);
 }
 
+TEST_F(QFLaunchdTest, WithTheRightAToolThatFailsIsReported) {
+    services.executeStatus = platform::errAuthorizationToolExecuteFailure;
+    EXPECT_TRUE(startDaemon(ShouldAuth::yes));
+    const auto failure = [](const std::string& tool) {
+        return "Unable to run " + tool + " for " + machinesDaemon +
+               " as administrator - error -60031";
+    };
+    EXPECT_EQ(console.systemLogLines(), Lines({failure("/usr/sbin/chown"), failure("/bin/chmod")}));
+}
+
 TEST_F(QFLaunchdTest, WithTheRightAUsersJobKeepsItsOwner) {
     QFLaunchd::startJob(label, settings, Domain::user, LaunchAgent::yes, ShouldAuth::yes,
                         std::nullopt);
@@ -519,6 +529,18 @@ TEST_F(QFLaunchdTest, PausesForThePrivilegedTools) {
 TEST_F(QFLaunchdTest, WithoutPrivilegeTheToolsAreWaitedForThemselves) {
     startDaemon(ShouldAuth::no);
     EXPECT_EQ(pauses.rests, Rests{});
+}
+
+TEST_F(QFLaunchdTest, InstallingGivesEachToolTenSeconds) {
+    QFLaunchd::startJob(label, settings, Domain::local, LaunchAgent::no, ShouldAuth::no,
+                        "Lunevar Helper");
+    // killall, chown, chmod, and launchctl twice
+    EXPECT_EQ(pauses.timeouts, std::vector<std::chrono::seconds>(5, 10s));
+}
+
+TEST_F(QFLaunchdTest, StoppingGivesEachToolTenSeconds) {
+    QFLaunchd::stopJob(label, Domain::user, LaunchAgent::yes, ShouldAuth::no);
+    EXPECT_EQ(pauses.timeouts, std::vector<std::chrono::seconds>(2, 10s));
 }
 
 TEST_F(QFLaunchdTest, AnUnwritableJobFileIsMovedIntoPlaceFromTheTemporaryDirectory) {

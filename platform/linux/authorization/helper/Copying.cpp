@@ -44,9 +44,16 @@ FileDescriptor openForReading(const Item& item, const Reader& reader, int flags)
     return opened;
 }
 
+/// The descriptors of an item that is copied and of its copy.
+struct OpenCopy {
+    int from;
+    int to;
+};
+
 /// Copies the bytes that a file has now and leaves its holes out. A file may grow as fast as it is
 /// read.
-void copyBytes(int from, int to, off_t size) {
+void copyBytes(OpenCopy copy, off_t size) {
+    const auto [from, to] = copy;
     off_t offset = 0;
     while (offset < size && (offset = ::lseek(from, offset, SEEK_DATA)) >= 0) {
         const off_t hole = ::lseek(from, offset, SEEK_HOLE);
@@ -75,7 +82,8 @@ std::string attributeNames(int from) {
 
 /// Access lists must be kept: without one a file's rights mean something else. What else is the
 /// system's own, as a program's privileges, is left out.
-void copyAttributes(int from, int to) {
+void copyAttributes(OpenCopy copy) {
+    const auto [from, to] = copy;
     std::string value(XATTR_SIZE_MAX, '\0');
     const std::string names = attributeNames(from);
     for (std::size_t begin = 0; begin < names.size(); begin = names.find('\0', begin) + 1) {
@@ -202,7 +210,7 @@ private:
                                            S_IRUSR | S_IWUSR));
         require(static_cast<bool>(made));
         const auto from = copyContent(item, reader_, made);
-        copyAttributes(from.get(), made.get());
+        copyAttributes({from.get(), made.get()});
     }
 
     void copyDirectory(const Item& item, const Spot& to) {
@@ -219,7 +227,7 @@ private:
         forEachName(item, from, reader_, [&](const Item& child, const std::string& name) {
             copy(child, {made.get(), name, parent, to.level + 1});
         });
-        copyAttributes(from.get(), made.get());
+        copyAttributes({from.get(), made.get()});
     }
 
     static void copyLink(const Item& item, const Spot& to) {
@@ -261,7 +269,7 @@ FileDescriptor copyContent(const Item& file, const Reader& reader, const FileDes
     auto from = openForReading(file, reader, O_NOCTTY);
     struct stat status {};
     require(::fstat(from.get(), &status) == 0);
-    copyBytes(from.get(), to.get(), status.st_size);
+    copyBytes({from.get(), to.get()}, status.st_size);
     require(::ftruncate(to.get(), status.st_size) == 0);
     return from;
 }

@@ -36,9 +36,9 @@ void takeTurn(const FileDescriptor& turns) {
 }
 
 /// Whether a directory is another one, or in it at any depth.
-bool isIn(const Item& directory, const Item& other) {
+bool isIn(const Item& directory, const FileId& other) {
     auto outer = openItem(directory.descriptor.get(), ".");
-    while (outer && outer->identity() != other.identity()) {
+    while (outer && outer->identity() != other) {
         auto next = openItem(outer->descriptor.get(), "..");
         if (!next || next->identity() == outer->identity()) {
             return false;
@@ -143,7 +143,7 @@ bool carryOut(const Copy& copy, FileDescriptor& report) {
     const auto& [from, to, remover] = copy;
     const Placing placing(*from.item, remover);
     if (from.item->isDirectory() && to.item && to.item->isDirectory()) {
-        if (isIn(*to.item, *from.item)) {
+        if (isIn(*to.item, from.item->identity())) {
             throw startFailure(Errno(EINVAL));
         }
         if (!mayMergeInto(*to.item, to.directory)) {

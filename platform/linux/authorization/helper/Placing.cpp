@@ -52,16 +52,15 @@ bool Placing::put(const Item& item, const Stage& stage, const Item& directory,
 
 bool Placing::merge(const Item& from, const Item& to, const std::string& name) const {
     liftLimits();
-    return mergeLevel(from, to, name, 1);
+    return mergeLevel({from, to}, name);
 }
 
-bool Placing::mergeLevel(const Item& from, const Item& to, const std::string& name,
-                         int level) const {
+bool Placing::mergeLevel(const Level& level, const std::string& name) const {
     bool areAllThere = false;
     try {
-        requireLevel(level);
-        areAllThere = mergeItems(from, to, level);
-        settleLike(from, to); // when the stage has gone
+        requireLevel(level.number);
+        areAllThere = mergeItems(level);
+        settleLike(level.from, level.to); // when the stage has gone
     } catch (const Refusal& refusal) {
         logFailure(name, refusal.about);
         return false;
@@ -69,27 +68,27 @@ bool Placing::mergeLevel(const Item& from, const Item& to, const std::string& na
     return areAllThere;
 }
 
-bool Placing::mergeItems(const Item& from, const Item& to, int level) const {
-    const Stage stage(to);
+bool Placing::mergeItems(const Level& level) const {
+    const Stage stage(level.to);
     bool areAllThere = true;
-    forEachIn(from, reader_, [&](const Item& item, const std::string& name) {
-        areAllThere = mergeItem(item, name, stage, to, level) && areAllThere;
+    forEachIn(level.from, reader_, [&](const Item& item, const std::string& name) {
+        areAllThere = mergeItem(item, name, stage, level) && areAllThere;
     });
     return areAllThere;
 }
 
 bool Placing::mergeItem(const Item& item, const std::string& name, const Stage& stage,
-                        const Item& to, int level) const {
-    const auto there = openItem(to.descriptor.get(), name);
+                        const Level& level) const {
+    const auto there = openItem(level.to.descriptor.get(), name);
     const bool isDirectoryThere = there && there->isDirectory();
-    if (isDirectoryThere && item.isDirectory() && mayMergeInto(*there, to)) {
-        return mergeLevel(item, *there, name, level + 1);
+    if (isDirectoryThere && item.isDirectory() && mayMergeInto(*there, level.to)) {
+        return mergeLevel({item, *there, level.number + 1}, name);
     }
     if (isDirectoryThere || (there && item.isDirectory())) {
         logFailure(name, std::to_string(EEXIST));
         return false;
     }
-    return put(item, stage, to, name);
+    return put(item, stage, level.to, name);
 }
 
 bool mayMergeInto(const Item& directory, const Item& parent) {

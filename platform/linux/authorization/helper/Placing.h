@@ -34,10 +34,17 @@ public:
     bool merge(const Item& from, const Item& to, const std::string& name) const;
 
 private:
-    bool mergeLevel(const Item& from, const Item& to, const std::string& name, int level) const;
-    bool mergeItems(const Item& from, const Item& to, int level) const;
-    bool mergeItem(const Item& item, const std::string& name, const Stage& stage, const Item& to,
-                   int level) const;
+    /// A directory that is merged into another one, so deep in the whole.
+    struct Level {
+        const Item& from;
+        const Item& to;
+        int number = 1;
+    };
+
+    bool mergeLevel(const Level& level, const std::string& name) const;
+    bool mergeItems(const Level& level) const;
+    bool mergeItem(const Item& item, const std::string& name, const Stage& stage,
+                   const Level& level) const;
 
     const Reader reader_;
     const Tool& remover_;

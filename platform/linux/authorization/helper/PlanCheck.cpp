@@ -62,10 +62,17 @@ public:
     void operator()(Nothing /*nothing*/) const {}
 
     void operator()(Removal& removal) const {
+        const bool isEmptying = std::all_of(removal.places.begin(), removal.places.end(),
+                                            [&](const Place& place) { return isTrashed(place); });
         for (const auto& place : removal.places) {
-            require(isAt(place, isJobs) && !(place.item && place.item->isDirectory()), place.path);
+            const bool isDirectory = place.item && place.item->isDirectory();
+            require(isEmptying || (isAt(place, isJobs) && !isDirectory), place.path);
         }
-        removal.options = {"-f"}; // a directory that comes to be there stays
+        if (isEmptying) {
+            removal.options = {"-Rf", "--one-file-system"};
+        } else {
+            removal.options = {"-f"}; // a directory that comes to be there stays
+        }
     }
 
     void operator()(const Move& move) const {
@@ -144,6 +151,18 @@ private:
         const auto trash = walk(home_ + "/.Trash");
         return trash && trash->isOwners() && trash->end.status.stx_uid == user_ &&
                trash->end.identity() == place.directory.identity();
+    }
+
+    /// Whether a place is in the Trash, and what is there may have come from the plan: it is called
+    /// as a planned item is, except for what makes the name unique, or is a planned application.
+    bool isTrashed(const Place& place) const {
+        return place.item && isInTrash(place) &&
+               (isApplication(*place.item) ||
+                std::any_of(plan_.begin(), plan_.end(), [&](const PlannedItems& items) {
+                    return hasPlaces(items) && isAny(items, [&](const fs::path& item) {
+                               return begins(place.name, item.stem());
+                           });
+                }));
     }
 
     bool mayGoBack(const Place& from, const Place& to) const {

@@ -1,5 +1,6 @@
 #include "platform/linux/authorization/helper/Session.h"
 
+#include "platform/linux/authorization/helper/Activity.h"
 #include "platform/linux/authorization/helper/Change.h"
 #include "platform/linux/authorization/helper/Move.h"
 #include "platform/linux/authorization/helper/PassingMessage.h"
@@ -110,7 +111,7 @@ Session::Session(uid_t user, Peer peer)
 }
 
 void Session::serve() {
-    while (isConnected_ || children_ > 0 || !outputs_.empty()) {
+    while (isConnected_ || !children_.empty() || !outputs_.empty()) {
         waitForEvents();
         reap();
     }
@@ -121,9 +122,10 @@ void Session::serve() {
 }
 
 void Session::waitForEvents() {
+    const bool isWaiting = isConnected_ || !children_.empty();
     std::vector<pollfd> events{{isConnected_ ? STDIN_FILENO : -1, POLLIN, 0},
                                {isConnected_ ? peer_.descriptor() : -1, POLLIN, 0},
-                               {isConnected_ ? patience_.get() : -1, POLLIN, 0},
+                               {isWaiting ? patience_.get() : -1, POLLIN, 0},
                                {toolErrors_.readEnd.get(), POLLIN, 0}};
     const std::size_t others = events.size();
     for (const auto& output : outputs_) {
@@ -153,7 +155,7 @@ void Session::waitForEvents() {
     }
 }
 
-/// Starts the time anew in which the program must ask something.
+/// Starts the time anew in which the program must ask something, or a child move on.
 void Session::startWaiting() {
     using namespace std::chrono;
     const auto whole = duration_cast<seconds>(terms.patience);
@@ -163,11 +165,52 @@ void Session::startWaiting() {
 
 /// A program that waits for its tools is not to ask meanwhile.
 void Session::endWaiting() {
-    if (children_ > 0) {
-        startWaiting();
-    } else {
+    if (children_.empty()) {
         disconnect();
+        return;
     }
+    if (haveChildrenHung()) {
+        endHungChildren();
+    }
+    startWaiting();
+}
+
+/// Whether the children that work on files have hung since this was asked before.
+bool Session::haveChildrenHung() {
+    std::vector<Activities> activities;
+    for (auto& child : children_) {
+        if (child.onlyWorksOnFiles) {
+            std::string before = std::exchange(child.activity, activityOf(child.process));
+            activities.push_back({std::move(before), child.activity});
+        }
+    }
+    return haveHung(activities);
+}
+
+/// Others have turns of their own from now on: who is killed may keep its turn until the file
+/// system answers.
+void Session::endHungChildren() {
+    std::vector<pid_t> hung;
+    for (const auto& child : children_) {
+        if (child.onlyWorksOnFiles) {
+            hung.push_back(child.process);
+        }
+    }
+    for (const pid_t child : hung) {
+        log("given up, because a file system does not answer: process " + std::to_string(child));
+        giveUp(child);
+    }
+    if (FileDescriptor turns(::memfd_create("turns", MFD_CLOEXEC)); turns) {
+        turns_ = std::move(turns);
+    }
+}
+
+/// Kills a child and what it has started. It may not end before its system call does, so it is not
+/// waited for; it does nothing more.
+void Session::giveUp(pid_t child) {
+    ::kill(-child, SIGKILL);
+    std::erase_if(children_, [=](const Child& other) { return other.process == child; });
+    std::erase_if(outputs_, [=](const Output& output) { return output.tool == child; });
 }
 
 /// Ends the right: whoever has the other end has nothing more of it.
@@ -177,8 +220,8 @@ void Session::disconnect() {
 }
 
 void Session::reap() {
-    while (::waitpid(-1, nullptr, WNOHANG) > 0) {
-        --children_;
+    for (pid_t ended = 0; (ended = ::waitpid(-1, nullptr, WNOHANG)) > 0;) {
+        std::erase_if(children_, [=](const Child& child) { return child.process == ended; });
         startWaiting();
     }
 }
@@ -229,7 +272,6 @@ void Session::answerNextRequest() {
         disconnect();
         return;
     }
-    startWaiting();
     FileDescriptor output;
     Reply reply;
     try {
@@ -242,6 +284,7 @@ void Session::answerNextRequest() {
     } catch (const std::bad_alloc&) {
         reply.status = refuse({Status::startFailed, "memory"});
     }
+    startWaiting();
     if (!send(reply, output)) {
         disconnect();
     }
@@ -273,6 +316,7 @@ FileDescriptor Session::start(const Request& request) {
     Pipe fromTool = makePipe(0);
     Pipe toProgram = makePipe(0);
     Pipe report = makePipe(0);
+    children_.reserve(children_.size() + 1);
     const pid_t child = ::fork();
     if (child < 0) {
         throw Refusal{Status::startFailed, path + ": " + std::to_string(errno)};
@@ -284,9 +328,12 @@ FileDescriptor Session::start(const Request& request) {
         outputs_.clear();
         runInChild(task, std::move(report.writeEnd), turns_);
     }
-    ++children_;
-    awaitStart(report, path);
-    outputs_.push_back({std::move(fromTool.readEnd), std::move(toProgram.writeEnd)});
+    children_.push_back({child, !std::holds_alternative<Command>(task)});
+    if (!hasStarted(report, path, terms.patience)) {
+        giveUp(child);
+        throw Refusal{Status::startFailed, path + ": a file system does not answer"};
+    }
+    outputs_.push_back({std::move(fromTool.readEnd), std::move(toProgram.writeEnd), child});
     return std::move(toProgram.readEnd);
 }
 

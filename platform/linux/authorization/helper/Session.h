@@ -16,7 +16,8 @@
 namespace platform::native::helper {
 
 /// Answers the requests that arrive on standard input until the program is gone, or asks nothing
-/// for long, or another process speaks in its place; and until the last tool has ended.
+/// for long, or another process speaks in its place; and until the last tool has ended. What waits
+/// for a file system that does not answer for long is killed, and not waited for.
 class Session {
 public:
     /// Throws a Refusal.
@@ -30,7 +31,17 @@ private:
     struct Output {
         FileDescriptor fromTool;
         FileDescriptor toProgram;
+        pid_t tool;
         bool isFull = false;
+    };
+
+    /// A process that carries a request out.
+    struct Child {
+        pid_t process;
+        /// Whether all that it waits for is file systems. A tool may wait for anything.
+        bool onlyWorksOnFiles;
+        /// What it had done at the end of the last waiting.
+        std::string activity = {};
     };
 
     void waitForEvents();
@@ -38,6 +49,9 @@ private:
     void endWaiting();
     void disconnect();
     void reap();
+    bool haveChildrenHung();
+    void endHungChildren();
+    void giveUp(pid_t child);
     void pass(Output& output);
     void logToolErrors();
     void answerNextRequest();
@@ -49,7 +63,7 @@ private:
     const Peer peer_;
     ProtectedItems staying_;
     FileDescriptor null_;
-    /// Readable when nothing has been asked for long.
+    /// Readable when nothing has been asked, and no child has ended, for long.
     FileDescriptor patience_;
     /// What children lock that take turns.
     FileDescriptor turns_;
@@ -57,7 +71,7 @@ private:
     std::string errorLine_;
     std::string message_;
     std::vector<Output> outputs_;
-    int children_ = 0;
+    std::vector<Child> children_;
     bool isConnected_ = true;
 };
 

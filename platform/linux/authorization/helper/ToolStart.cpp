@@ -1,6 +1,7 @@
 #include "platform/linux/authorization/helper/ToolStart.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <unistd.h>
 
 #include <array>
@@ -67,8 +68,12 @@ void reportFailure(const FileDescriptor& report, const Refusal& refusal) {
     ::_exit(written < 0 ? EXIT_FAILURE : noTool);
 }
 
-void awaitStart(Pipe& report, const std::string& path) {
+bool hasStarted(Pipe& report, const std::string& path, std::chrono::milliseconds limit) {
     report.writeEnd.reset();
+    pollfd told{report.readEnd.get(), POLLIN, 0};
+    if (::poll(&told, 1, static_cast<int>(limit.count())) == 0) {
+        return false;
+    }
     std::string about(PIPE_BUF, '\0');
     ssize_t size = 0;
     do {
@@ -78,6 +83,7 @@ void awaitStart(Pipe& report, const std::string& path) {
         about.resize(size > 0 ? static_cast<std::size_t>(size) : 0);
         throw Refusal{Status::startFailed, path + ": " + about};
     }
+    return true;
 }
 
 } // namespace platform::native::helper

@@ -4,6 +4,7 @@
 #include "platform/linux/authorization/helper/Refusal.h"
 #include "platform/linux/posix/FileDescriptor.h"
 
+#include <chrono>
 #include <string>
 #include <vector>
 
@@ -30,11 +31,12 @@ void becomeTool(const Tool& tool, const std::vector<std::string>& arguments);
 [[noreturn]] void becomeToolOrEnd(const Tool& tool,
                                   const std::vector<std::string>& arguments) noexcept;
 
-/// Says to awaitStart, in the child, why its tool does not run, and ends. The tool itself never has
+/// Says to hasStarted, in the child, why its tool does not run, and ends. The tool itself never has
 /// `report`.
 [[noreturn]] void reportFailure(const FileDescriptor& report, const Refusal& refusal);
 
-/// Waits until a child's tool runs or will not. In that case it throws a Refusal about `path`.
-void awaitStart(Pipe& report, const std::string& path);
+/// Waits until a child's tool runs or will not; in that case it throws a Refusal about `path`.
+/// Returns false when neither is so within the limit.
+bool hasStarted(Pipe& report, const std::string& path, std::chrono::milliseconds limit);
 
 } // namespace platform::native::helper

@@ -17,7 +17,7 @@ protected:
     AuthorizationRef create() { return services.create({}, kAuthorizationFlagDefaults).value(); }
     AuthorizationStatus request(AuthorizationRef ref, const std::string& right,
                                 AuthorizationFlags flags) {
-        return services.copyRights(ref, {{.name = right, .value = {}}}, {}, flags).error();
+        return services.copyRights(ref, {right}, {}, flags).error();
     }
     AuthorizationStatus execute(AuthorizationRef ref) {
         return services

@@ -39,7 +39,7 @@ protected:
     }
 
     WatchingConsole console;
-    RightRequests requests{{"/no/pkexec", "/no/helper"}};
+    RightRequests requests{{"/no/pkexec", "/no/helper"}, native::Asking::once};
 
 private:
     ScopedService<Console> consoleScope_{console};

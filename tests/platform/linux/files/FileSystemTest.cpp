@@ -415,6 +415,25 @@ TEST(FileSystem, LeavesWhatStoodThereWhereAFileWouldExceedTheLimitOnSizes) {
     EXPECT_EQ(fileSystem.contentsOfDirectory(directory.path())->size(), 1U);
 }
 
+TEST(FileSystem, TellsWhoseAnItemIsAndWhich) {
+    const TemporaryDirectory directory;
+    const auto file = directory.write("file");
+    const auto link = directory / "link";
+    ASSERT_EQ(::symlink(file.c_str(), link.c_str()), 0);
+    ASSERT_EQ(::chmod(file.c_str(), 0640), 0);
+    struct stat status {};
+    ASSERT_EQ(::stat(file.c_str(), &status), 0);
+
+    const auto attributes = fileSystem.attributesOfItem(file);
+
+    ASSERT_TRUE(attributes);
+    EXPECT_EQ(attributes->owner, status.st_uid);
+    EXPECT_EQ(attributes->group, status.st_gid);
+    EXPECT_EQ(attributes->permissions, 0640U);
+    EXPECT_EQ(attributes->id, fileSystem.fileIdOfItem(file));
+    EXPECT_NE(fileSystem.attributesOfItem(link)->id, attributes->id);
+}
+
 TEST(FileSystem, TellsWhenAnItemWasMade) {
     const TemporaryDirectory directory;
     const auto before = std::chrono::system_clock::now() - std::chrono::seconds(1);

@@ -116,6 +116,27 @@ TEST(UserAccount, KeepsCachesWhereTheEnvironmentSaysElseInTheHomeDirectory) {
     }
 }
 
+TEST(UserAccount, KeepsStateInTheMachinesDirectoryForTheSuperuser) {
+    if (::getuid() != 0) {
+        GTEST_SKIP() << "only the superuser's is the machine's";
+    }
+    const ScopedEnvironment state("XDG_STATE_HOME", "/var/fast");
+
+    EXPECT_EQ(platform::native::UserAccount().stateDirectory(), "/var/lib");
+}
+
+TEST(UserAccount, KeepsStateWhereTheEnvironmentSaysElseInTheHomeDirectory) {
+    std::vector<std::string> ordinary;
+    if (::getuid() == 0) {
+        ordinary = {"setpriv", "--reuid=65534", "--clear-groups", "--"};
+    }
+    EXPECT_EQ(
+        runChild({"state"}, {"HOME=/home/other", "XDG_STATE_HOME=/var/fast"}, ordinary).output,
+        "/var/fast\n");
+    EXPECT_EQ(runChild({"state"}, {"HOME=/home/other", "XDG_STATE_HOME=fast"}, ordinary).output,
+              "/home/other/.local/state\n");
+}
+
 TEST(UserAccount, IsFoundInThePasswordDatabaseByItsNumberAndItsName) {
     const auto found = accountOf(0);
     ASSERT_TRUE(found);

@@ -2,6 +2,6 @@
 
 namespace platform::native::helper {
 
-const Terms terms{.patience = std::chrono::milliseconds(50), .plan = std::nullopt};
+const Terms terms{.patience = std::chrono::milliseconds(500), .plan = std::nullopt};
 
 } // namespace platform::native::helper

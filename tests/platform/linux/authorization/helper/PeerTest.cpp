@@ -201,7 +201,7 @@ TEST_F(HelperPeer, MayWaitForItsToolsAsLongAsTheyTake) {
     ASSERT_EQ(::mkfifo(gate.c_str(), 0600), 0);
     const auto answer = helper.start("/bin/cat", {gate});
     ASSERT_EQ(answer.status, Status::started);
-    constexpr int longerThanItsPatience = 500;
+    constexpr int longerThanItsPatience = 1'500;
     pollfd end{helper.connection(), POLLIN, 0};
     EXPECT_EQ(::poll(&end, 1, longerThanItsPatience), 0);
     EXPECT_EQ(helper.send(areYouThere).status, Status::ready);

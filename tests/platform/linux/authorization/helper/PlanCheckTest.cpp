@@ -329,6 +329,37 @@ TEST_F(HelperPlan, HasNothingElseRemoved) {
     EXPECT_TRUE(exists(job()));
 }
 
+TEST_F(HelperPlan, HasItsItemsDeletedFromTheUsersTrash) {
+    for (const auto& name : {"item.plist"s, "item_20260102030405.plist"s, "item.2.plist"s}) {
+        const std::string item = makeDirectory(trash() + "/" + name);
+        makeFile(item + "/inside");
+        EXPECT_EQ(run("/bin/rm", {"-Rdf", item}), Status::started) << name;
+        EXPECT_FALSE(exists(item)) << name;
+    }
+}
+
+TEST_F(HelperPlan, HasNothingElseDeletedFromTheTrash) {
+    const std::string other = makeFile(trash() + "/letter.txt");
+    const std::string inside = makeFile(makeDirectory(trash() + "/folder") + "/item.plist");
+    const std::string job = makeFile(HelperPlan::job(), servedUser);
+    const std::string item = makeDirectory(trash() + "/item.plist");
+    EXPECT_EQ(run("/bin/rm", {"-Rdf", other}), Status::notPlanned);
+    EXPECT_EQ(run("/bin/rm", {"-Rdf", inside}), Status::notPlanned);
+    EXPECT_EQ(run("/bin/rm", {"-Rdf", item, other}), Status::notPlanned);
+    EXPECT_EQ(run("/bin/rm", {"-Rdf", job, item}), Status::notPlanned);
+    for (const auto& path : {other, inside, job, item}) {
+        EXPECT_TRUE(exists(path)) << path;
+    }
+}
+
+TEST_F(HelperPlan, HasItsApplicationsDeletedFromTheTrash) {
+    const std::string application = makeApplication(listWith("com.example.Player"), 0, 0);
+    const std::string trashed = trash() + "/Player.app";
+    fs::copy(application, trashed, fs::copy_options::recursive);
+    EXPECT_EQ(run("/bin/rm", {"-Rdf", trashed}), Status::started);
+    EXPECT_FALSE(exists(trashed));
+}
+
 // What root owns then could be put where all users find it.
 TEST_F(HelperPlan, HasNothingOfTheUsersGivenToRoot) {
     const std::string file = makeFile(job(), servedUser, 0600);

@@ -3,13 +3,17 @@
 #include "platform/linux/authorization/helper/Session.h"
 
 #include "tests/platform/linux/authorization/helper/HelperHarness.h"
+#include "tests/platform/linux/authorization/helper/HungFileSystem.h"
 
 #include <sys/socket.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
+#include <optional>
 
 using platform::native::helper::areYouThere;
 using platform::native::helper::maximumArguments;
@@ -110,6 +114,72 @@ TEST_F(HelperRequest, OfAProgramThatReadsNoAnswersEndsTheSession) {
     while (::send(helper.connection(), areYouThere.data(), areYouThere.size(), MSG_NOSIGNAL) > 0) {
     }
     EXPECT_EQ(helper.waitForEnd(), 0);
+}
+
+/// On a file system that does not answer.
+class HelperRequestHung : public HelperRequest {
+protected:
+    void SetUp() override {
+        HelperRequest::SetUp();
+        if (!IsSkipped()) {
+            fileSystem_.emplace(makeDirectory(sandbox::rootsDirectory + "/hung"));
+            if (!fileSystem_->isMounted()) {
+                GTEST_SKIP() << "no FUSE file system can be mounted";
+            }
+            helper_.emplace(HelperSetup{.kind = HelperKind::impatient});
+        }
+    }
+
+    static std::string givenUp() {
+        return "given up, because a file system does not answer: process ";
+    }
+    /// Returns whether a process ends as soon as the system call does that it is in.
+    static bool isKilled(const std::string& process) {
+        std::ifstream status("/proc/" + process + "/status");
+        const std::string all(std::istreambuf_iterator<char>(status), {});
+        const auto pending = all.find("ShdPnd:");
+        constexpr unsigned long bit = 1UL << static_cast<unsigned int>(SIGKILL - 1);
+        return pending != std::string::npos &&
+               (std::stoul(all.substr(pending + 7), nullptr, 16) & bit) != 0;
+    }
+    static std::string target() { return sandbox::rootsDirectory + "/target"; }
+    std::string hungFile() const { return fileSystem_->file(); }
+    TestedHelper& helper() { return *helper_; }
+
+private:
+    std::optional<HungFileSystem> fileSystem_;
+    std::optional<TestedHelper> helper_;
+};
+
+TEST_F(HelperRequestHung, IsGivenUpInTheEnd) {
+    const auto answer = helper().start("/bin/mv", {"-f", hungFile(), target()});
+    ASSERT_EQ(answer.status, Status::started);
+    EXPECT_EQ(readAll(answer.output.get()), "");
+    const std::string line = helper().nextLogLine();
+    ASSERT_TRUE(line.starts_with(givenUp())) << line;
+    EXPECT_TRUE(isKilled(line.substr(givenUp().size())));
+}
+
+TEST_F(HelperRequestHung, DoesNotKeepTheHelperAlive) {
+    ASSERT_EQ(helper().start("/bin/mv", {"-f", hungFile(), target()}).status, Status::started);
+    helper().disconnect();
+    EXPECT_EQ(helper().waitForEnd(), 0);
+}
+
+TEST_F(HelperRequestHung, KeepsNoTurnFromTheNext) {
+    const auto hung = helper().start("/bin/mv", {"-f", hungFile(), target()});
+    ASSERT_EQ(hung.status, Status::started);
+    readAll(hung.output.get());
+    const std::string item = makeFile(sandbox::everybodysDirectory + "/item");
+    EXPECT_EQ(helper().run("/bin/mv", {"-f", item, target()}), Status::started);
+    EXPECT_TRUE(exists(target()));
+}
+
+TEST_F(HelperRequestHung, IsRefusedWhenItCannotBegin) {
+    EXPECT_EQ(helper().start("/bin/chmod", {"644", hungFile()}).status, Status::startFailed);
+    EXPECT_EQ(helper().nextLogLine(),
+              refusal("the tool cannot be started: /bin/chmod: a file system does not answer"));
+    EXPECT_EQ(helper().send(areYouThere).status, Status::ready);
 }
 
 TEST_F(HelperRequest, IsRefusedWhenTheSystemHasNoMemoryToLookAtItsPaths) {

@@ -1,0 +1,16 @@
+#include "app/start/TerminalUser.h"
+
+#include "platform/foundation/Exception.h"
+
+#include <iostream>
+
+namespace start {
+
+void print(const std::string& text) {
+    std::cout << text << std::flush;
+    if (!std::cout) {
+        throw platform::Exception("QFListUnwritable", "cannot write the list");
+    }
+}
+
+} // namespace start

@@ -1,0 +1,46 @@
+#pragma once
+
+#include "platform/linux/system/ObjectOwner.h"
+
+#include <gio/gio.h>
+
+#include <string>
+
+namespace platform::native {
+
+/// A private connection to a message bus whose every call ends within two seconds in all, for one
+/// thread. A shared connection may end the process when the bus goes away.
+class TimedBus {
+public:
+    /// Connects to the bus at a D-Bus address.
+    explicit TimedBus(const std::string& address);
+    ~TimedBus();
+    TimedBus(const TimedBus&) = delete;
+    TimedBus& operator=(const TimedBus&) = delete;
+    TimedBus(TimedBus&&) = delete;
+    TimedBus& operator=(TimedBus&&) = delete;
+
+    /// Returns the connection, or null if there is none.
+    GDBusConnection* connection() const { return connection_.get(); }
+
+    bool isTimeUp() const { return g_cancellable_is_cancelled(cancellable_.get()) != FALSE; }
+
+    /// Passed to GIO's asynchronous functions with deliver() as the callback.
+    GCancellable* cancellable() const { return cancellable_.get(); }
+
+    /// Stores the result for wait().
+    static void deliver(GObject* source, GAsyncResult* result, void* bus);
+
+    /// Returns the result of a call that was started with deliver() and this object. When time is
+    /// up, the call is cancelled and completes all the same.
+    Owned<GAsyncResult> wait();
+
+private:
+    GMainContext* context_;
+    Owned<GCancellable> cancellable_;
+    GSource* timer_;
+    GAsyncResult* result_ = nullptr;
+    Owned<GDBusConnection> connection_;
+};
+
+} // namespace platform::native

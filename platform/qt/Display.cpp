@@ -1,0 +1,21 @@
+#include "platform/qt/Display.h"
+
+#include <atomic>
+
+namespace platform::qt {
+
+namespace {
+
+std::atomic<bool> isLost{false};
+
+} // namespace
+
+bool hasDisplay() {
+    return !isLost.load(std::memory_order_relaxed);
+}
+
+void loseDisplay() {
+    isLost.store(true, std::memory_order_relaxed);
+}
+
+} // namespace platform::qt

@@ -1,0 +1,11 @@
+#pragma once
+
+namespace platform::qt {
+
+class InstanceLock;
+
+/// From now on brings the windows to the front whenever another process touches the lock's file.
+/// Main thread only; the QApplication must exist, and this ends with it.
+void raiseOnRequest(const InstanceLock& lock);
+
+} // namespace platform::qt

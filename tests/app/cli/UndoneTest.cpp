@@ -1,0 +1,122 @@
+#include "app/cli/Undone.h"
+
+#include "tests/app/cli/CliDoubles.h"
+#include "tests/app/records/RecordedMachine.h"
+
+#include <gmock/gmock.h>
+#include <nlohmann/json.hpp>
+
+using cli::ExitStatus;
+using nlohmann::json;
+using records::Back;
+using records::Emptied;
+using ::testing::HasSubstr;
+
+namespace {
+
+const std::vector<records::ItemBack> someBack{
+    {.path = "/x/a", .place = "/t/a", .outcome = Back::back, .reason = {}},
+    {.path = "/x/b", .place = {}, .outcome = Back::inPlace, .reason = {}},
+    {.path = "/x/c", .place = "/t/c", .outcome = Back::occupied, .reason = {}},
+    {.path = "/x/d", .place = {}, .outcome = Back::gone, .reason = {}},
+    {.path = "/x/e", .place = "/t/e", .outcome = Back::failed, .reason = "It is closed."},
+};
+
+class UndoneTest : public RecordedMachine {
+protected:
+    Information information;
+    platform::ScopedService<platform::SystemInformation> informationScope{information};
+    KeptOutput output;
+};
+
+TEST_F(UndoneTest, TellsAPersonWhatWasPutBackAndWhatWasNot) {
+    cli::tell(cli::undone(someBack), "put back", output);
+
+    EXPECT_EQ(output.text, "2 items put back.\n"
+                           "\n"
+                           "Not put back:\n"
+                           "/x/c\n"
+                           "    Something else is in its place.\n"
+                           "/x/d\n"
+                           "    It is no longer in the Trash.\n"
+                           "/x/e\n"
+                           "    It is closed.\n");
+    EXPECT_EQ(cli::statusOf(cli::undone(someBack)), ExitStatus::leftInPlace);
+}
+
+TEST_F(UndoneTest, SaysNoMoreWhenAllIsDone) {
+    const std::vector<records::ItemEmptied> items{
+        {.path = "/x/a", .place = "/t/a", .outcome = Emptied::deleted, .reason = {}},
+        {.path = "/x/b", .place = {}, .outcome = Emptied::gone, .reason = {}}};
+
+    cli::tell(cli::undone(items), "deleted", output);
+
+    EXPECT_EQ(output.text, "2 items deleted.\n");
+    EXPECT_EQ(cli::statusOf(cli::undone(items)), ExitStatus::complete);
+}
+
+TEST_F(UndoneTest, ListsItemsForAPerson) {
+    EXPECT_EQ(cli::itemsAsText(cli::undone(someBack)), "back          /x/a\n"
+                                                       "in its place  /x/b\n"
+                                                       "occupied      /x/c\n"
+                                                       "gone          /x/d\n"
+                                                       "not back      /x/e\n"
+                                                       "\n"
+                                                       "5 items\n");
+}
+
+TEST_F(UndoneTest, ListsItemsForAProgram) {
+    const auto document = json::parse(cli::itemsAsJson("leftInPlace", cli::undone(someBack)));
+
+    EXPECT_EQ(document["version"], 1);
+    EXPECT_EQ(document["result"], "leftInPlace");
+    EXPECT_EQ(document["items"][0],
+              json({{"path", "/x/a"}, {"outcome", "back"}, {"trashed", "/t/a"}}));
+    EXPECT_EQ(document["items"][4], json({{"path", "/x/e"},
+                                          {"outcome", "failed"},
+                                          {"trashed", "/t/e"},
+                                          {"reason", "It is closed."}}));
+}
+
+TEST_F(UndoneTest, SaysThatNothingIsRecorded) {
+    EXPECT_EQ(cli::runsAsText(runs), "No run is recorded.\n");
+    EXPECT_EQ(cli::lastRunAsText(runs), "No run is recorded.\n");
+    EXPECT_EQ(json::parse(cli::runsAsJson(runs))["runs"], json::array());
+    EXPECT_EQ(json::parse(cli::lastRunAsJson(runs))["last"], json());
+}
+
+TEST_F(UndoneTest, ListsRunsWithTheNewestFirst) {
+    write(cache("Ospenth"));
+    uninstall();
+    records::RunRecorder(runs, jobs).begin(RemoveShared::no);
+    write(runs.file(3), "no record\n");
+
+    const auto list = json::parse(cli::runsAsJson(runs))["runs"];
+
+    EXPECT_EQ(list[0]["result"], "unusable");
+    EXPECT_THAT(list[0]["reason"].get<std::string>(), HasSubstr("/3.jsonl, line 1: "));
+    EXPECT_EQ(list[1]["result"], "interrupted");
+    EXPECT_EQ(list[2], json({{"run", 1},
+                             {"date", list[2]["date"]},
+                             {"removeShared", true},
+                             {"result", "complete"},
+                             {"items", 1}}));
+    EXPECT_THAT(cli::runsAsText(runs), HasSubstr("  1 item, complete\n"));
+}
+
+TEST_F(UndoneTest, TellsTheLastRun) {
+    const auto item = write(cache("Ospenth"));
+    const auto file = write(agent("Lunevar"));
+    uninstall();
+    const auto place = home / "user/.Trash/com.quillfen.Ospenth";
+
+    EXPECT_THAT(cli::lastRunAsText(runs),
+                HasSubstr("moved         " + item + "\n              to " + place + '\n'));
+    EXPECT_THAT(cli::lastRunAsText(runs), HasSubstr("deleted       " + file + '\n'));
+    const auto items = json::parse(cli::lastRunAsJson(runs))["items"];
+    EXPECT_EQ(
+        items[0],
+        json({{"action", "trash"}, {"path", item}, {"outcome", "moved"}, {"trashed", place}}));
+}
+
+} // namespace

@@ -1,0 +1,385 @@
+#include "app/records/PutBack.h"
+
+#include "tests/app/records/RecordedMachine.h"
+
+#include <sys/stat.h>
+#include <sys/xattr.h>
+
+#include <algorithm>
+
+namespace fs = std::filesystem;
+using records::Back;
+using records::ItemBack;
+using records::PutBack;
+
+namespace {
+
+class PutBackTest : public RecordedMachine {
+protected:
+    /// Puts the last uninstall back.
+    std::vector<ItemBack> putBack() {
+        auto last = runs.lastUninstall();
+        records::UndoObserver observer;
+        return PutBack(runs, jobs, observer).perform(last);
+    }
+
+    /// Returns the result for an item; the test fails if there is none.
+    static ItemBack resultOf(const std::vector<ItemBack>& items, const std::string& path) {
+        const auto found = std::ranges::find(items, path, &ItemBack::path);
+        EXPECT_NE(found, items.end()) << path;
+        return found == items.end() ? ItemBack() : *found;
+    }
+
+    static Lines trashOf(const TemporaryDirectory& home) {
+        Lines names;
+        for (const auto& entry : fs::directory_iterator(home / "user/.Trash")) {
+            names.push_back(entry.path().filename());
+        }
+        return names;
+    }
+};
+
+TEST_F(PutBackTest, ReturnsEveryItemToItsPlace) {
+    const auto first = write(cache("Dunmarl") + "/inside", "first");
+    const auto second = write(preferences("Ospenth"), "second");
+    const auto before = fileSystem.attributesOfItem(second);
+    uninstall();
+    ASSERT_FALSE(exists(first) || exists(second));
+
+    const auto items = putBack();
+
+    EXPECT_EQ(items.size(), 2U);
+    EXPECT_EQ(resultOf(items, second).outcome, Back::back);
+    EXPECT_EQ(contentOf(first), "first");
+    EXPECT_EQ(contentOf(second), "second");
+    EXPECT_EQ(fileSystem.attributesOfItem(second)->id, before->id);
+    EXPECT_EQ(fileSystem.attributesOfItem(second)->modificationDate, before->modificationDate);
+    EXPECT_EQ(trashOf(home), Lines());
+    EXPECT_TRUE(runs.read(1).isClosed);
+}
+
+TEST_F(PutBackTest, FindsDoneWhatIsDone) {
+    const auto item = write(cache("Ospenth"));
+    uninstall();
+    auto last = runs.lastUninstall();
+    records::UndoObserver observer;
+    PutBack(runs, jobs, observer).perform(last);
+
+    const auto again = PutBack(runs, jobs, observer).perform(last);
+
+    EXPECT_EQ(resultOf(again, item).outcome, Back::inPlace);
+    EXPECT_EQ(contentOf(item), "content");
+}
+
+TEST_F(PutBackTest, ReplacesNothing) {
+    const auto item = write(cache("Ospenth"), "former");
+    uninstall();
+    write(item, "new");
+
+    const auto items = putBack();
+
+    EXPECT_EQ(resultOf(items, item).outcome, Back::occupied);
+    EXPECT_EQ(contentOf(item), "new");
+    EXPECT_EQ(contentOf(home / "user/.Trash/com.quillfen.Ospenth"), "former");
+    EXPECT_FALSE(runs.read(1).isClosed);
+}
+
+TEST_F(PutBackTest, ReplacesNotEvenALinkThatLeadsNowhere) {
+    const auto item = write(cache("Ospenth"));
+    uninstall();
+    fs::create_symlink(home / "nowhere", item);
+
+    EXPECT_EQ(resultOf(putBack(), item).outcome, Back::occupied);
+
+    EXPECT_TRUE(fs::is_symlink(item));
+    EXPECT_FALSE(exists(home / "nowhere"));
+}
+
+TEST_F(PutBackTest, FollowsNoLinkThatWasPutInTheWay) {
+    const auto item = write(cache("Ospenth"));
+    uninstall();
+    const auto caches = home / "user/Library/Caches";
+    fs::remove_all(caches);
+    fs::create_symlink(home.makeDirectory("elsewhere"), caches);
+
+    const auto result = resultOf(putBack(), item);
+
+    EXPECT_EQ(result.outcome, Back::failed);
+    EXPECT_EQ(result.reason, "A link is in the way: " + caches);
+    EXPECT_FALSE(exists(home / "elsewhere/com.quillfen.Ospenth"));
+}
+
+TEST_F(PutBackTest, FollowsALinkThatWasThereBefore) {
+    home.makeDirectory("user/Library");
+    fs::create_symlink(home.makeDirectory("elsewhere"), home / "user/Library/Caches");
+    const auto item = write(cache("Ospenth"));
+    uninstall();
+
+    EXPECT_EQ(resultOf(putBack(), item).outcome, Back::back);
+
+    EXPECT_TRUE(exists(home / "elsewhere/com.quillfen.Ospenth"));
+}
+
+TEST_F(PutBackTest, SaysWhatIsNoLongerInTheTrash) {
+    const auto item = write(cache("Ospenth"));
+    uninstall();
+    fs::remove(home / "user/.Trash/com.quillfen.Ospenth");
+
+    EXPECT_EQ(resultOf(putBack(), item).outcome, Back::gone);
+}
+
+TEST_F(PutBackTest, TakesNoOtherItemOfTheSameNameFromTheTrash) {
+    const auto item = write(cache("Ospenth"));
+    uninstall();
+    fs::remove(home / "user/.Trash/com.quillfen.Ospenth");
+    write(home / "user/.Trash/com.quillfen.Ospenth", "another item");
+
+    EXPECT_EQ(resultOf(putBack(), item).outcome, Back::gone);
+
+    EXPECT_FALSE(exists(item));
+}
+
+TEST_F(PutBackTest, TakesNothingFromOutsideTheTrash) {
+    const auto item = write(cache("Ospenth"));
+    uninstall();
+    fs::rename(home / "user/.Trash/com.quillfen.Ospenth", home / "user/com.quillfen.Ospenth");
+
+    EXPECT_EQ(resultOf(putBack(), item).outcome, Back::gone);
+
+    EXPECT_TRUE(exists(home / "user/com.quillfen.Ospenth"));
+}
+
+TEST_F(PutBackTest, MakesTheFolderOfAnItem) {
+    const auto item = write(cache("Ospenth"));
+    uninstall();
+    fs::remove(home / "user/Library/Caches");
+
+    EXPECT_EQ(resultOf(putBack(), item).outcome, Back::back);
+
+    EXPECT_EQ(contentOf(item), "content");
+}
+
+TEST_F(PutBackTest, MovesWithTheRightWhatTheUserMayNot) {
+    const auto item = write(preferences("Ospenth"));
+    desktop.closed = {home / "Library/Preferences"};
+    uninstall();
+    const auto place = home / "user/.Trash/com.quillfen.Ospenth.plist";
+
+    EXPECT_EQ(resultOf(putBack(), item).outcome, Back::back);
+
+    EXPECT_EQ(administrator.tools().back(), "/bin/mv -f " + place + " " + item);
+    EXPECT_EQ(contentOf(item), "content");
+}
+
+TEST_F(PutBackTest, AsksForTheRightOnlyOnce) {
+    const auto first = write(preferences("Dunmarl"));
+    const auto second = write(preferences("Ospenth"));
+    desktop.closed = {home / "Library/Preferences"};
+    uninstall();
+    QFAuthorization::sharedController().dealloc();
+    administrator.calls.clear();
+    administrator.rightsStatus = platform::errAuthorizationCanceled;
+
+    const auto items = putBack();
+
+    for (const auto& item : {first, second}) {
+        EXPECT_EQ(resultOf(items, item).outcome, Back::failed);
+        EXPECT_TRUE(resultOf(items, item)
+                        .reason.ends_with(" It takes an administrator's password to move it."));
+    }
+    EXPECT_EQ(std::ranges::count(administrator.calls, "copyRights", &AuthorizationCall::operation),
+              1);
+}
+
+TEST_F(PutBackTest, GoesOnAfterOneThatFails) {
+    const auto first = write(cache("Dunmarl"));
+    const auto second = write(cache("Ospenth"));
+    uninstall();
+    write(first, "new");
+
+    EXPECT_EQ(resultOf(putBack(), second).outcome, Back::back);
+}
+
+TEST_F(PutBackTest, WritesAJobsFileAgainAndLoadsItsJob) {
+    const auto file = write(agent("Lunevar"), "the job");
+    ASSERT_EQ(::chmod(file.c_str(), 0640), 0);
+    const auto before = fileSystem.attributesOfItem(file);
+    jobs.labels = {"com.quillfen.Lunevar"};
+    uninstall();
+    ASSERT_FALSE(exists(file));
+    jobs.labels.clear();
+
+    EXPECT_EQ(resultOf(putBack(), file).outcome, Back::back);
+
+    EXPECT_EQ(contentOf(file), "the job");
+    EXPECT_EQ(fileSystem.attributesOfItem(file)->permissions, 0640U);
+    EXPECT_EQ(fileSystem.attributesOfItem(file)->modificationDate, before->modificationDate);
+    EXPECT_EQ(jobs.files, Lines{file});
+}
+
+TEST_F(PutBackTest, KeepsTheAttributesOfAJobsFile) {
+    const auto file = write(agent("Lunevar"));
+    if (::setxattr(file.c_str(), "user.kelvane", "x", 1, 0) != 0) {
+        GTEST_SKIP() << "temporary folders are on a volume without extended attributes";
+    }
+    uninstall();
+
+    EXPECT_EQ(resultOf(putBack(), file).outcome, Back::back);
+
+    char value = 0;
+    EXPECT_EQ(::getxattr(file.c_str(), "user.kelvane", &value, 1), 1);
+    EXPECT_EQ(value, 'x');
+}
+
+TEST_F(PutBackTest, WritesAJobsFileFromTheRecordWhereTheCopyHasChanged) {
+    const auto file = write(agent("Lunevar"), "the job");
+    ASSERT_EQ(::chmod(file.c_str(), 0640), 0);
+    const auto before = fileSystem.attributesOfItem(file);
+    uninstall();
+    write(runs.keptFile(1, file), "something else");
+
+    EXPECT_EQ(resultOf(putBack(), file).outcome, Back::back);
+
+    EXPECT_EQ(contentOf(file), "the job");
+    EXPECT_EQ(fileSystem.attributesOfItem(file)->permissions, 0640U);
+    EXPECT_EQ(fileSystem.attributesOfItem(file)->modificationDate, before->modificationDate);
+}
+
+TEST_F(PutBackTest, LoadsNoJobThatWasNotLoaded) {
+    const auto file = write(agent("Lunevar"));
+    uninstall();
+
+    EXPECT_EQ(resultOf(putBack(), file).outcome, Back::back);
+
+    EXPECT_EQ(jobs.files, Lines());
+}
+
+TEST_F(PutBackTest, LoadsNoJobTwice) {
+    write(agent("Lunevar"));
+    jobs.labels = {"com.quillfen.Lunevar"};
+    uninstall();
+
+    putBack();
+
+    EXPECT_EQ(jobs.files, Lines());
+}
+
+TEST_F(PutBackTest, LoadsNoJobOfAnotherFileInItsPlace) {
+    const auto file = write(agent("Lunevar"));
+    jobs.labels = {"com.quillfen.Lunevar"};
+    uninstall();
+    jobs.labels.clear();
+    write(file, "another job");
+
+    EXPECT_EQ(resultOf(putBack(), file).outcome, Back::occupied);
+
+    EXPECT_EQ(contentOf(file), "another job");
+    EXPECT_EQ(jobs.files, Lines());
+}
+
+TEST_F(PutBackTest, LoadsAJobOnceItsProgramIsBack) {
+    const auto program = write(home / "Applications/Quillfen/Kelvane/Lunevar.app/program");
+    write(agent("Lunevar"));
+    jobs.labels = {"com.quillfen.Lunevar"};
+    uninstall();
+    class CheckingJobs : public DescribedJobs {
+    public:
+        explicit CheckingJobs(std::string wanted) : program(std::move(wanted)) {}
+        void load(const std::string& /*file*/) override { isProgramThere = exists(program); }
+        std::string program;
+        bool isProgramThere = false;
+    } checking(program);
+    auto last = runs.lastUninstall();
+    records::UndoObserver observer;
+
+    PutBack(runs, checking, observer).perform(last);
+
+    EXPECT_TRUE(checking.isProgramThere);
+}
+
+TEST_F(PutBackTest, UndoesARunThatWasKilledWithTheOneThatFinishedIt) {
+    const auto first = write(cache("Dunmarl"));
+    const auto second = write(cache("Ospenth"));
+    records::RunRecorder killed(runs, jobs);
+    killed.begin(RemoveShared::no);
+    killed.rowBegan({PlanAction::trash, first, {}});
+    killed.itemBegan(first);
+    ASSERT_TRUE(desktop.recycle(home / "user/Library/Caches", home / "user/.Trash",
+                                "com.quillfen.Dunmarl"));
+    uninstall();
+
+    const auto items = putBack();
+
+    EXPECT_EQ(resultOf(items, first).outcome, Back::back);
+    EXPECT_EQ(resultOf(items, second).outcome, Back::back);
+    EXPECT_EQ(items.front().path, second) << "the newest run comes first";
+    EXPECT_TRUE(runs.read(1).isClosed && runs.read(2).isClosed);
+}
+
+TEST_F(PutBackTest, FindsInPlaceWhatAKilledRunHadNotTakenYet) {
+    const auto item = write(cache("Dunmarl"));
+    records::RunRecorder killed(runs, jobs);
+    killed.begin(RemoveShared::no);
+    killed.rowBegan({PlanAction::trash, item, {}});
+    killed.itemBegan(item);
+
+    EXPECT_EQ(resultOf(putBack(), item).outcome, Back::inPlace);
+}
+
+TEST_F(PutBackTest, LeavesAnOlderCompleteRunAlone) {
+    const auto item = write(cache("Dunmarl"));
+    uninstall();
+    write(cache("Ospenth"));
+    uninstall();
+
+    putBack();
+    putBack();
+
+    EXPECT_FALSE(exists(item));
+}
+
+TEST_F(PutBackTest, PreviewChangesNothing) {
+    const auto item = write(cache("Ospenth"));
+    uninstall();
+
+    const auto items = PutBack::preview(runs.lastUninstall());
+
+    EXPECT_EQ(resultOf(items, item).outcome, Back::waiting);
+    EXPECT_EQ(resultOf(items, item).place, home / "user/.Trash/com.quillfen.Ospenth");
+    EXPECT_FALSE(exists(item));
+}
+
+class ApplicationBackTest : public PutBackTest {
+protected:
+    /// Makes an application that is installed in an unusual place.
+    std::string makeApplication() const {
+        const auto application = home / "Applications/Tools/Ospenth.app";
+        write(application + "/Contents/Info.plist",
+              "<plist version=\"1.0\"><dict><key>CFBundleIdentifier</key>"
+              "<string>com.quillfen.ospenth</string></dict></plist>");
+        return application;
+    }
+};
+
+TEST_F(ApplicationBackTest, ReturnsToWhereverItWas) {
+    const auto application = makeApplication();
+    uninstall();
+    ASSERT_FALSE(exists(application));
+
+    EXPECT_EQ(resultOf(putBack(), application).outcome, Back::back);
+}
+
+TEST_F(ApplicationBackTest, IsOnlyTheOneWithTheRowsIdentifier) {
+    const auto application = makeApplication();
+    uninstall();
+    const auto place = home / "user/.Trash/Ospenth.app";
+    const auto date = fileSystem.attributesOfItem(place)->modificationDate;
+    write(place + "/Contents/Info.plist",
+          "<plist version=\"1.0\"><dict><key>CFBundleIdentifier</key>"
+          "<string>com.example.other</string></dict></plist>");
+    ASSERT_TRUE(fileSystem.setModificationDate(place, date));
+
+    EXPECT_EQ(resultOf(putBack(), application).outcome, Back::gone);
+}
+
+} // namespace

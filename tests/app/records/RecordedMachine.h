@@ -1,0 +1,180 @@
+#pragma once
+
+#include "app/UninstallPlan.h"
+#include "app/records/RunRecorder.h"
+#include "platform/Services.h"
+#include "platform/linux/desktop/Workspace.h"
+#include "platform/linux/files/FileStreams.h"
+#include "platform/linux/files/FileSystem.h"
+#include "platform/linux/plist/PropertyLists.h"
+#include "platform/linux/posix/Errors.h"
+#include "tests/support/AuthorizationDouble.h"
+#include "tests/support/PortDoubles.h"
+#include "tests/support/ProcessLauncherDouble.h"
+#include "tests/support/TemporaryDirectory.h"
+#include "tests/support/TestClock.h"
+#include "util/auth/QFAuthorization.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <filesystem>
+#include <fstream>
+#include <set>
+#include <string>
+#include <vector>
+
+/// The Trash of a test, in which some items are closed to the user.
+class TrashOnDisk : public platform::native::Workspace {
+public:
+    using platform::native::Workspace::Workspace;
+
+    /// The directories whose items only the administrator may move.
+    std::set<std::string> closed;
+
+    platform::Result<std::string> recycle(const std::string& directory, const std::string& trash,
+                                          const std::string& name) override {
+        return closed.contains(directory) ? denied(name)
+                                          : Workspace::recycle(directory, trash, name);
+    }
+    platform::Result<void> putBack(const std::string& place, const std::string& path) override {
+        if (closed.contains(std::filesystem::path(path).parent_path())) {
+            return platform::Unexpected(denied(path).error());
+        }
+        return Workspace::putBack(place, path);
+    }
+
+private:
+    static platform::Result<std::string> denied(const std::string& item) {
+        return platform::Unexpected(
+            platform::native::posixError(platform::native::Errno(EACCES), item, "moved"));
+    }
+};
+
+/// An administrator whose tool really moves.
+class MovingAdministrator : public RecordingAuthorizationServices {
+public:
+    platform::AuthorizationResult<std::unique_ptr<std::istream>>
+    executeWithPrivileges(platform::AuthorizationRef ref, const std::string& toolPath,
+                          platform::AuthorizationFlags options,
+                          const std::vector<std::string>& arguments,
+                          const std::optional<std::string>& content) override {
+        auto tool = RecordingAuthorizationServices::executeWithPrivileges(ref, toolPath, options,
+                                                                          arguments, content);
+        std::error_code failed;
+        if (tool && toolPath == "/bin/mv") {
+            std::filesystem::rename(arguments.at(1), arguments.at(2), failed);
+        } else if (tool && toolPath == "/bin/rm") {
+            std::filesystem::remove_all(arguments.at(1), failed);
+        }
+        return tool;
+    }
+};
+
+/// The service manager's jobs, as a test describes them.
+class DescribedJobs : public records::Jobs {
+public:
+    std::set<std::string> labels;
+    std::vector<std::string> files; ///< That were loaded.
+
+    std::set<std::string> loaded() override { return labels; }
+    void load(const std::string& file) override { files.push_back(file); }
+};
+
+/// A machine whose directories are all in a temporary one, with real files and a real Trash, seen
+/// by an ordinary user.
+class RecordedMachine : public testing::Test {
+protected:
+    using Lines = std::vector<std::string>;
+
+    RecordedMachine() {
+        using platform::DirectoryKind;
+        using platform::DomainMask;
+        TestClock::install();
+        account.home = home.makeDirectory("user");
+        account.state = home / "user/state";
+        home.makeDirectory("user/.Trash");
+        searchPaths.lists = {
+            {{DirectoryKind::application, DomainMask::local}, {home / "Applications"}},
+            {{DirectoryKind::library, DomainMask::local}, {home / "Library"}},
+            {{DirectoryKind::library, DomainMask::user}, {home / "user/Library"}},
+            {{DirectoryKind::caches, DomainMask::user}, {home / "user/Library/Caches"}},
+            {{DirectoryKind::applicationSupport, DomainMask::user},
+             {home / "user/Library/Application Support"}},
+        };
+    }
+    void TearDown() override { QFAuthorization::sharedController().dealloc(); }
+
+    /// Returns an item in the user's caches, which belongs to the plan.
+    std::string cache(const std::string& application) const {
+        return home / ("user/Library/Caches/com.quillfen." + application);
+    }
+    std::string preferences(const std::string& application) const {
+        return home / ("Library/Preferences/com.quillfen." + application + ".plist");
+    }
+    std::string agent(const std::string& label) const {
+        return home / ("user/Library/LaunchAgents/com.quillfen." + label + ".plist");
+    }
+
+    /// Makes a file with its directories.
+    static std::string write(const std::string& path, const std::string& content = "content") {
+        std::filesystem::create_directories(std::filesystem::path(path).parent_path());
+        std::ofstream(path) << content;
+        return path;
+    }
+
+    /// Walks the rows of the whole plan and records that.
+    void uninstall() {
+        records::RunRecorder recorder(runs, jobs);
+        uninstall(recorder);
+    }
+    void uninstall(records::RunRecorder& recorder) {
+        /// Waits for tools, as the run's own observer does.
+        class Waiting : public PlanObserver {
+        public:
+            explicit Waiting(PlanObserver& next) : next_(next) {}
+            void rowBegan(const PlanRow& row) override { next_.rowBegan(row); }
+            void itemBegan(const std::string& path) override { next_.itemBegan(path); }
+            void itemEnded(const std::string& path, const TrashResult& result) override {
+                if (result.waitUntilDone) {
+                    result.waitUntilDone();
+                }
+                next_.itemEnded(path, result);
+            }
+            void rowEnded(const PlanRow& row) override { next_.rowEnded(row); }
+            void walkEnded() override { next_.walkEnded(); }
+
+        private:
+            PlanObserver& next_;
+        } waiting(recorder);
+        recorder.begin(RemoveShared::yes);
+        walkUninstallPlan(uninstallPlan(RemoveShared::yes), waiting);
+    }
+
+    std::string recordText(unsigned number = 1) const { return contentOf(runs.file(number)); }
+
+    TemporaryDirectory home;
+    FakeAccount account;
+    FakeSearchPaths searchPaths;
+    RecordingConsole console;
+    platform::native::FileSystem fileSystem;
+    platform::native::FileStreams fileStreams;
+    platform::native::PropertyLists propertyLists;
+    TrashOnDisk desktop{account, searchPaths, propertyLists};
+    DescribedFileSystem noTools;
+    RecordingProcessLauncher launcher{noTools};
+    MovingAdministrator administrator;
+    DescribedJobs jobs;
+    records::RunRecords runs{home / "user/state/kelvane-uninstaller/runs"};
+
+private:
+    platform::ScopedService<platform::UserAccount> accountScope_{account};
+    platform::ScopedService<platform::SearchPaths> searchPathsScope_{searchPaths};
+    platform::ScopedService<platform::Console> consoleScope_{console};
+    platform::ScopedService<platform::FileSystem> fileSystemScope_{fileSystem};
+    platform::ScopedService<platform::FileStreams> fileStreamsScope_{fileStreams};
+    platform::ScopedService<platform::PropertyLists> propertyListsScope_{propertyLists};
+    platform::ScopedService<platform::Workspace> desktopScope_{desktop};
+    platform::ScopedService<platform::ProcessLauncher> launcherScope_{launcher};
+    platform::ScopedService<platform::AuthorizationServices> administratorScope_{administrator};
+};

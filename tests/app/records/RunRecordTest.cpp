@@ -1,0 +1,163 @@
+#include "app/records/RunRecord.h"
+
+#include "platform/foundation/Exception.h"
+#include "tests/app/records/RecordedMachine.h"
+#include "tests/support/NamedCase.h"
+
+using records::LineSeal;
+using records::parsedRecord;
+using records::RecordedStep;
+using records::RunRecord;
+
+namespace {
+
+class RunRecordTest : public RecordedMachine {
+protected:
+    /// Returns why a record is refused; empty if it is not.
+    static std::string refusalOf(const std::string& text) {
+        try {
+            parsedRecord(1, text);
+            return {};
+        } catch (const platform::Exception& exception) {
+            return exception.reason();
+        }
+    }
+
+    /// Returns a whole record of a run that took an item away, or would have.
+    static std::string recordOf(const RecordedStep& step) {
+        LineSeal seal;
+        auto text = seal.sealed(records::headOf({.date = "2026-01-02T03:04:05Z"}));
+        text += seal.sealed(records::beginningOf(step));
+        return text;
+    }
+
+    RecordedStep stepFor(PlanAction action, const std::string& subject,
+                         const std::string& path) const {
+        return {.action = action, .subject = subject, .path = path};
+    }
+};
+
+TEST_F(RunRecordTest, RefusesEveryChangedByteWithTheNumberOfItsLine) {
+    write(cache("Ospenth"));
+    uninstall();
+    const auto text = recordText();
+    ASSERT_EQ(refusalOf(text), "");
+    std::size_t line = 1;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        auto edited = text;
+        edited[i] = static_cast<char>(edited[i] ^ 1);
+        const auto refusal = refusalOf(edited);
+        const auto expected = "line " + std::to_string(line) + ": ";
+        const auto isNextLine = text[i] == '\n';
+        EXPECT_TRUE(refusal.starts_with(expected) || isNextLine) << i << ' ' << refusal;
+        EXPECT_NE(refusal, "") << i;
+        line += isNextLine ? 1 : 0;
+    }
+}
+
+TEST_F(RunRecordTest, RefusesALineThatIsCutShort) {
+    write(cache("Ospenth"));
+    uninstall();
+    auto text = recordText();
+    const auto lines = std::ranges::count(text, '\n');
+
+    text.pop_back();
+    EXPECT_EQ(refusalOf(text), "line " + std::to_string(lines) + ": it is cut short");
+    text.resize(text.size() - 20);
+    EXPECT_EQ(refusalOf(text), "line " + std::to_string(lines) + ": it is cut short");
+    EXPECT_EQ(refusalOf(""), "line 1: it is cut short");
+}
+
+TEST_F(RunRecordTest, RefusesAMissingLine) {
+    write(cache("Ospenth"));
+    uninstall();
+    auto text = recordText();
+    const auto second = text.find('\n') + 1;
+    text.erase(second, text.find('\n', second) + 1 - second);
+
+    EXPECT_EQ(refusalOf(text), "line 2: it was edited");
+}
+
+TEST_F(RunRecordTest, KeepsPathsOfAnyBytes) {
+    const auto receipts = home / "Library";
+    const auto path = receipts + "/Receipts/install kelvane \xFF\n1.pkg";
+
+    const auto record =
+        parsedRecord(1, recordOf(stepFor(PlanAction::trashMatching, receipts, path)));
+
+    EXPECT_EQ(record.steps.front().path, path);
+}
+
+struct ForeignPath : NamedCase {
+    PlanAction action;
+    const char* subject;
+    const char* path;
+};
+
+class ForeignPathTest : public RunRecordTest, public testing::WithParamInterface<ForeignPath> {};
+
+TEST_P(ForeignPathTest, IsNoLicence) {
+    const auto absolute = [this](std::string text) {
+        return text.starts_with("HOME") ? account.home + text.substr(4) : text;
+    };
+    const auto& row = GetParam();
+    const auto step = stepFor(row.action, absolute(row.subject), absolute(row.path));
+
+    EXPECT_EQ(refusalOf(recordOf(step)), "line 2: " + step.path + " is not in the plan");
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    All, ForeignPathTest,
+    testing::Values(ForeignPath{{"Elsewhere"}, PlanAction::trash, "/etc/passwd", "/etc/passwd"},
+                    ForeignPath{{"OfAnotherRow"},
+                                PlanAction::trash,
+                                "HOME/Library/Caches/com.quillfen.Ospenth",
+                                "HOME/Library/Caches/com.quillfen.Dunmarl"},
+                    ForeignPath{{"JobElsewhere"},
+                                PlanAction::removeAgent,
+                                "com.quillfen.Lunevar",
+                                "HOME/.config/autostart/x"},
+                    ForeignPath{{"ForeignJob"},
+                                PlanAction::removeAgent,
+                                "com.example.job",
+                                "HOME/Library/LaunchAgents/com.example.job.plist"},
+                    ForeignPath{{"ForeignApplication"},
+                                PlanAction::trashBundle,
+                                "com.example.application",
+                                "/Applications/Example.app"},
+                    ForeignPath{{"ApplicationWithDots"},
+                                PlanAction::trashBundle,
+                                "com.quillfen.Ospenth",
+                                "/Applications/../etc/Ospenth.app"},
+                    ForeignPath{{"RelativeApplication"},
+                                PlanAction::trashBundle,
+                                "com.quillfen.Ospenth",
+                                "Ospenth.app"}),
+    nameOfCase);
+
+TEST_F(RunRecordTest, RefusesAReceiptWithAnotherName) {
+    const auto library = home / "Library";
+    const auto path = library + "/Receipts/Other.pkg";
+
+    EXPECT_EQ(refusalOf(recordOf(stepFor(PlanAction::trashMatching, library, path))),
+              "line 2: " + path + " is not in the plan");
+}
+
+TEST_F(RunRecordTest, RefusesWhatNoRunWrites) {
+    LineSeal seal;
+    const auto head = seal.sealed(records::headOf({}));
+    EXPECT_EQ(refusalOf(head + LineSeal(seal).sealed({{"step", "other"}})),
+              "line 2: it says \"other\", which is no word of a record");
+    EXPECT_EQ(refusalOf(head + LineSeal(seal).sealed({{"other", 1}})),
+              "line 2: something is missing from it");
+    EXPECT_EQ(refusalOf(head + LineSeal(seal).sealed({{"step", "end"}, {"path", "/x"}})),
+              "line 2: it ends a step that did not begin");
+    EXPECT_EQ(refusalOf(head + LineSeal(seal).sealed(records::headOf({}))),
+              "line 2: it is the beginning of another record");
+    EXPECT_EQ(refusalOf(LineSeal().sealed({{"step", "runEnded"}})),
+              "line 1: it is not the beginning of a record");
+    EXPECT_EQ(refusalOf(LineSeal().sealed({{"step", "run"}, {"version", 2}})),
+              "line 1: another version of the program wrote it");
+}
+
+} // namespace

@@ -1,0 +1,254 @@
+#include "app/records/RunRecorder.h"
+
+#include "tests/app/records/RecordedMachine.h"
+
+#include <sys/stat.h>
+
+#include <algorithm>
+
+using records::RecordedStep;
+using records::RunRecorder;
+using records::Taken;
+
+namespace {
+
+const PlanRow cacheRow(const std::string& path) {
+    return {PlanAction::trash, path, {}};
+}
+
+/// File streams that note what is done with them, and can fail.
+class NotingStreams : public platform::FileStreams {
+public:
+    explicit NotingStreams(platform::FileStreams& streams) : streams_(streams) {}
+
+    std::vector<std::string> events;
+    bool isFull = false;
+
+    std::unique_ptr<platform::FileStream> openForReading(const std::string& path) override {
+        return streams_.openForReading(path);
+    }
+    std::unique_ptr<platform::FileStream> openForUpdating(const std::string& path,
+                                                          const platform::FileId& spared,
+                                                          std::uint64_t expectedSize) override;
+
+private:
+    platform::FileStreams& streams_;
+};
+
+class NotingStream : public platform::FileStream {
+public:
+    NotingStream(std::unique_ptr<platform::FileStream> stream, NotingStreams& notes)
+        : stream_(std::move(stream)), notes_(notes) {}
+
+    std::size_t read(std::span<std::byte> buffer) override { return stream_->read(buffer); }
+    std::size_t write(std::span<const std::byte> bytes) override {
+        notes_.events.emplace_back("write");
+        if (notes_.isFull) { // Room for a part, once.
+            notes_.isFull = false;
+            return stream_->write(bytes.first(bytes.size() / 2));
+        }
+        return stream_->write(bytes);
+    }
+    platform::Result<void, platform::SystemError> seek(std::uint64_t position) override {
+        return stream_->seek(position);
+    }
+    std::uint64_t position() const override { return stream_->position(); }
+    bool makeEmpty() override { return stream_->makeEmpty(); }
+    void beginSync() override { stream_->beginSync(); }
+    bool sync() override {
+        notes_.events.emplace_back("sync");
+        return stream_->sync();
+    }
+    void dropCache() override { stream_->dropCache(); }
+    bool isAtEnd() const override { return stream_->isAtEnd(); }
+    int errorIndicator() const override { return stream_->errorIndicator(); }
+    platform::FileId identity() const override { return stream_->identity(); }
+
+private:
+    std::unique_ptr<platform::FileStream> stream_;
+    NotingStreams& notes_;
+};
+
+std::unique_ptr<platform::FileStream> NotingStreams::openForUpdating(const std::string& path,
+                                                                     const platform::FileId& spared,
+                                                                     std::uint64_t expectedSize) {
+    return std::make_unique<NotingStream>(streams_.openForUpdating(path, spared, expectedSize),
+                                          *this);
+}
+
+class RunRecorderTest : public RecordedMachine {
+protected:
+    /// Returns the recorded step of an item; the test fails if there is none.
+    RecordedStep stepOf(const std::string& path, unsigned number = 1) const {
+        const auto steps = runs.read(number).steps;
+        const auto found = std::ranges::find(steps, path, &RecordedStep::path);
+        EXPECT_NE(found, steps.end()) << path;
+        return found == steps.end() ? RecordedStep() : *found;
+    }
+};
+
+TEST_F(RunRecorderTest, KnowsAnItemBeforeItIsTaken) {
+    const auto item = write(cache("Ospenth"));
+    ASSERT_EQ(::chmod(item.c_str(), 0640), 0);
+    const auto before = fileSystem.attributesOfItem(item);
+    RunRecorder recorder(runs, jobs);
+    recorder.begin(RemoveShared::no);
+
+    recorder.rowBegan(cacheRow(item));
+    recorder.itemBegan(item);
+
+    const auto step = stepOf(item);
+    EXPECT_EQ(step.action, PlanAction::trash);
+    EXPECT_EQ(step.subject, item);
+    EXPECT_EQ(step.item.id, before->id);
+    EXPECT_EQ(step.item.owner, before->owner);
+    EXPECT_EQ(step.item.group, before->group);
+    EXPECT_EQ(step.item.permissions, 0640U);
+    EXPECT_EQ(step.item.size, before->size);
+    EXPECT_EQ(step.item.modificationDate, before->modificationDate);
+    EXPECT_EQ(step.item.creationDate, before->creationDate);
+    EXPECT_FALSE(step.end);
+}
+
+TEST_F(RunRecorderTest, HasAStepOnTheDiskBeforeItIsTaken) {
+    const auto item = write(cache("Ospenth"));
+    NotingStreams streams(fileStreams);
+    const platform::ScopedService<platform::FileStreams> scope(streams);
+    RunRecorder recorder(runs, jobs);
+    recorder.begin(RemoveShared::no);
+    streams.events.clear();
+
+    recorder.rowBegan(cacheRow(item));
+    recorder.itemBegan(item);
+
+    EXPECT_EQ(streams.events, (Lines{"write", "sync"}));
+}
+
+TEST_F(RunRecorderTest, TellsWhereInTheTrashAnItemIs) {
+    const auto item = write(cache("Ospenth"));
+
+    uninstall();
+
+    const auto end = stepOf(item).end;
+    ASSERT_TRUE(end);
+    EXPECT_EQ(end->taken, Taken::moved);
+    EXPECT_EQ(end->place, home / "user/.Trash/com.quillfen.Ospenth");
+    EXPECT_TRUE(exists(end->place));
+}
+
+TEST_F(RunRecorderTest, TellsWhatWasMovedWithTheRight) {
+    const auto item = write(preferences("Ospenth"));
+    desktop.closed = {home / "Library/Preferences"};
+
+    uninstall();
+
+    const auto end = stepOf(item).end;
+    ASSERT_TRUE(end);
+    EXPECT_EQ(end->taken, Taken::withRight);
+    EXPECT_EQ(end->place, home / "user/.Trash/com.quillfen.Ospenth.plist");
+    EXPECT_EQ(runs.read(1).isComplete, true);
+}
+
+TEST_F(RunRecorderTest, TellsWhatWasLeftInPlace) {
+    const auto item = write(preferences("Ospenth"));
+    desktop.closed = {home / "Library/Preferences"};
+    administrator.rightsStatus = platform::errAuthorizationCanceled;
+
+    uninstall();
+
+    EXPECT_EQ(stepOf(item).end->taken, Taken::left);
+    EXPECT_EQ(runs.read(1).isComplete, false);
+}
+
+TEST_F(RunRecorderTest, SaysNothingOfItemsThatDoNotExist) {
+    uninstall();
+
+    EXPECT_TRUE(runs.read(1).steps.empty());
+    EXPECT_EQ(runs.read(1).isComplete, true);
+}
+
+TEST_F(RunRecorderTest, HasAJobsFileAndWhetherItWasLoadedBeforeItIsRemoved) {
+    const auto file = write(agent("Lunevar"), std::string("content of \xFF the job", 20));
+    jobs.labels = {"com.quillfen.Lunevar"};
+    RunRecorder recorder(runs, jobs);
+    recorder.begin(RemoveShared::no);
+
+    recorder.rowBegan({PlanAction::removeAgent, "com.quillfen.Lunevar", {}});
+
+    const auto step = stepOf(file);
+    ASSERT_TRUE(step.job);
+    EXPECT_EQ(step.job->content, std::string("content of \xFF the job", 20));
+    EXPECT_TRUE(step.job->isLoaded);
+    EXPECT_FALSE(step.end);
+}
+
+TEST_F(RunRecorderTest, TellsThatAJobsFileWasDeleted) {
+    const auto file = write(agent("Lunevar"));
+
+    uninstall();
+
+    EXPECT_EQ(stepOf(file).end->taken, Taken::deleted);
+    EXPECT_FALSE(stepOf(file).job->isLoaded);
+    EXPECT_EQ(runs.read(1).steps.size(), 1U);
+}
+
+TEST_F(RunRecorderTest, TellsOfLinksOnTheWay) {
+    const auto real = home.makeDirectory("elsewhere");
+    home.makeDirectory("user/Library");
+    std::filesystem::create_symlink(real, home / "user/Library/Caches");
+    const auto item = write(cache("Ospenth"));
+
+    uninstall();
+
+    EXPECT_EQ(stepOf(item).links, Lines{home / "user/Library/Caches"});
+}
+
+TEST_F(RunRecorderTest, CountsRunsAndKeepsThemFromOthers) {
+    uninstall();
+    uninstall();
+
+    EXPECT_EQ(runs.numbers(), (std::vector{2U, 1U}));
+    struct stat file {};
+    struct stat directory {};
+    ASSERT_EQ(::stat(runs.file(2).c_str(), &file), 0);
+    ASSERT_EQ(::stat((home / "user/state/kelvane-uninstaller/runs").c_str(), &directory), 0);
+    EXPECT_EQ(file.st_mode & 07777U, 0600U);
+    EXPECT_EQ(directory.st_mode & 07777U, 0700U);
+}
+
+TEST_F(RunRecorderTest, DoesNotDisturbARunThatItCannotRecord) {
+    write(home / "user/state/kelvane-uninstaller", "a file in the way");
+    const auto item = write(cache("Ospenth"));
+    RunRecorder recorder(runs, jobs);
+
+    uninstall(recorder);
+
+    EXPECT_FALSE(exists(item));
+    EXPECT_TRUE(recorder.failure());
+}
+
+TEST_F(RunRecorderTest, LeavesAReadableRecordWhenTheDiskIsFull) {
+    const auto first = write(cache("Dunmarl"));
+    const auto second = write(cache("Ospenth"));
+    NotingStreams streams(fileStreams);
+    const platform::ScopedService<platform::FileStreams> scope(streams);
+    RunRecorder recorder(runs, jobs);
+    recorder.begin(RemoveShared::no);
+    recorder.rowBegan(cacheRow(first));
+    recorder.itemBegan(first);
+    streams.isFull = true;
+
+    recorder.itemEnded(first, {.outcome = TrashOutcome::moved});
+    recorder.rowBegan(cacheRow(second));
+    recorder.itemBegan(second);
+    recorder.walkEnded();
+
+    EXPECT_TRUE(recorder.failure());
+    const auto record = runs.read(1);
+    ASSERT_EQ(record.steps.size(), 1U);
+    EXPECT_EQ(record.steps.front().path, first);
+    EXPECT_FALSE(record.steps.front().end);
+    EXPECT_EQ(record.isComplete, std::nullopt);
+}
+
+} // namespace

@@ -1,0 +1,129 @@
+#include "tests/platform/linux/RunChild.h"
+#include "tests/platform/linux/desktop/TrashPairs.h"
+#include "tests/support/TemporaryDirectory.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+/// A home directory of its own, and child processes that use its Trash.
+class TrashContents : public testing::Test {
+protected:
+    std::string trashed(const std::string& name) const {
+        auto place = run({"place-in-trash", items, trash, name}).output;
+        place.pop_back();
+        return place;
+    }
+
+    Outcome run(std::vector<std::string> arguments) const {
+        return runChild(std::move(arguments), environment);
+    }
+
+    TemporaryDirectory home;
+    std::string items = home.makeDirectory("items");
+    std::string trash = home / ".Trash";
+    std::string homeTrash = home / ".local/share/Trash";
+    std::vector<std::string> environment{"HOME=" + home.path()};
+};
+
+} // namespace
+
+TEST_F(TrashContents, TellWhereAnItemWasPut) {
+    home.write("items/a.txt", "first");
+    EXPECT_EQ(trashed("a.txt"), homeTrash + "/files/a.txt");
+    home.write("items/a.txt", "second");
+    EXPECT_EQ(trashed("a.txt"), homeTrash + "/files/a.2.txt");
+
+    EXPECT_EQ(contentOf(homeTrash + "/files/a.2.txt"), "second");
+}
+
+TEST_F(TrashContents, TellWhereAnItemWasPutInATrashWithoutTrashinfos) {
+    home.write(".Trash/a.txt");
+    home.write("items/a.txt");
+
+    EXPECT_EQ(trashed("a.txt"), trash + "/a 2.txt");
+}
+
+TEST_F(TrashContents, HaveThePathsThatTheItemsHad) {
+    home.write("items/50% done\n.txt");
+    const auto place = trashed("50% done\n.txt");
+
+    EXPECT_EQ(run({"list-trash", trash}).output, place + " from " + items + "/50% done\n.txt\n");
+}
+
+TEST_F(TrashContents, HaveNoPathsWhereTheTrashHasNoTrashinfos) {
+    home.write(".Trash/a.txt");
+
+    EXPECT_EQ(run({"list-trash", trash}).output, trash + "/a.txt from \n");
+}
+
+TEST_F(TrashContents, OfALinkToElsewhereAreNotTheUsers) {
+    home.write("elsewhere/a.txt");
+    fs::create_symlink(home / "elsewhere", trash);
+
+    EXPECT_EQ(run({"list-trash", trash}).output, "");
+}
+
+TEST_F(TrashContents, GoBackWithNothingLeftInTheTrash) {
+    home.write("items/folder/a.txt", "content");
+    const auto place = trashed("folder");
+
+    EXPECT_EQ(run({"put-back", place, items + "/folder"}).output, "ok\n");
+
+    EXPECT_EQ(contentOf(items + "/folder/a.txt"), "content");
+    EXPECT_TRUE(namesIn(homeTrash + "/files").empty());
+    EXPECT_TRUE(namesIn(homeTrash + "/info").empty());
+}
+
+TEST_F(TrashContents, ReplaceNothing) {
+    home.write("items/a.txt", "former");
+    const auto place = trashed("a.txt");
+    home.write("items/a.txt", "new");
+
+    EXPECT_EQ(run({"put-back", place, items + "/a.txt"}).status, 1);
+
+    EXPECT_EQ(contentOf(items + "/a.txt"), "new");
+    EXPECT_EQ(contentOf(place), "former");
+    EXPECT_TRUE(strayIn(homeTrash).empty());
+}
+
+TEST_F(TrashContents, KeepTheModeOfAFolderThatMayNotBeWritten) {
+    if (::getuid() == 0) {
+        const auto nobody = std::vector<std::string>{"setpriv", "--reuid=65534", "--clear-groups",
+                                                     "--inh-caps=-all", "--"};
+        const auto folder = home.makeDirectory("items/closed");
+        for (const auto& path : {home.path(), items, folder}) {
+            ASSERT_EQ(::chown(path.c_str(), 65534, 65534), 0);
+        }
+        ASSERT_EQ(::chmod(folder.c_str(), 0555), 0);
+        auto place =
+            runChild({"place-in-trash", items, trash, "closed"}, environment, nobody).output;
+        place.pop_back();
+
+        EXPECT_EQ(runChild({"put-back", place, folder}, environment, nobody).output, "ok\n");
+
+        EXPECT_EQ(static_cast<unsigned>(fs::status(folder).permissions()), 0555U);
+        EXPECT_TRUE(namesIn(homeTrash + "/info").empty());
+        return;
+    }
+    GTEST_SKIP() << "only root can become a user whom permissions hold back";
+}
+
+TEST_F(TrashContents, AreForgottenOnlyWhenTheyAreGone) {
+    home.write("items/a.txt");
+    const auto place = trashed("a.txt");
+    EXPECT_EQ(run({"forget-trashed", place}).status, 0);
+    EXPECT_TRUE(strayIn(homeTrash).empty());
+    EXPECT_TRUE(exists(place));
+    fs::remove(place);
+
+    EXPECT_EQ(run({"forget-trashed", place}).status, 0);
+
+    EXPECT_TRUE(namesIn(homeTrash + "/info").empty());
+}

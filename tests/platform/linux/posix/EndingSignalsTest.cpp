@@ -1,0 +1,32 @@
+#include "platform/linux/posix/EndingSignals.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+bool asksToEnd(int signal) {
+    const auto signals = platform::native::endingSignals();
+    return ::sigismember(&signals, signal) == 1;
+}
+
+class EndingSignals : public testing::TestWithParam<int> {
+protected:
+    EndingSignals() : former_(std::signal(GetParam(), SIG_DFL)) {}
+    ~EndingSignals() override { std::signal(GetParam(), former_); }
+
+private:
+    void (*former_)(int);
+};
+
+TEST_P(EndingSignals, AskTheProgramToEnd) {
+    EXPECT_TRUE(asksToEnd(GetParam()));
+}
+
+TEST_P(EndingSignals, AreLeftOutWhenTheyAreIgnored) {
+    std::signal(GetParam(), SIG_IGN);
+    EXPECT_FALSE(asksToEnd(GetParam()));
+}
+
+INSTANTIATE_TEST_SUITE_P(, EndingSignals, testing::Values(SIGINT, SIGTERM, SIGHUP, SIGQUIT));
+
+} // namespace

@@ -1,0 +1,155 @@
+#include "platform/linux/system/Inhibitors.h"
+
+#include "tests/platform/linux/SessionBus.h"
+#include "tests/support/ScopedEnvironment.h"
+
+#include "platform/linux/posix/FileDescriptor.h"
+
+#include <gio/gio.h>
+#include <gio/gunixfdlist.h>
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <poll.h>
+
+#include <array>
+#include <future>
+#include <memory>
+#include <string>
+
+using platform::native::FileDescriptor;
+using platform::native::Inhibitors;
+
+namespace {
+
+constexpr const char* description = R"(
+<node>
+  <interface name='org.freedesktop.login1.Manager'>
+    <method name='Inhibit'>
+      <arg type='s' direction='in'/>
+      <arg type='s' direction='in'/>
+      <arg type='s' direction='in'/>
+      <arg type='s' direction='in'/>
+      <arg type='h' direction='out'/>
+    </method>
+  </interface>
+</node>)";
+
+/// A login manager that hands out locks, or refuses them.
+class LoginManager {
+public:
+    explicit LoginManager(const std::string& address) {
+        connection_ = g_dbus_connection_new_for_address_sync(
+            address.c_str(),
+            static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
+                                              G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
+            nullptr, nullptr, nullptr);
+        node_ = g_dbus_node_info_new_for_xml(description, nullptr);
+        static const GDBusInterfaceVTable table{called, nullptr, nullptr, {}};
+        g_dbus_connection_register_object(connection_, "/org/freedesktop/login1",
+                                          node_->interfaces[0], &table, this, nullptr, nullptr);
+        GVariant* answer = g_dbus_connection_call_sync(
+            connection_, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
+            "RequestName", g_variant_new("(su)", "org.freedesktop.login1", 0U), nullptr,
+            G_DBUS_CALL_FLAGS_NONE, -1, nullptr, nullptr);
+        EXPECT_NE(answer, nullptr);
+        g_variant_unref(answer);
+    }
+    ~LoginManager() {
+        g_dbus_connection_close_sync(connection_, nullptr, nullptr);
+        g_object_unref(connection_);
+        g_dbus_node_info_unref(node_);
+    }
+    LoginManager(const LoginManager&) = delete;
+    LoginManager& operator=(const LoginManager&) = delete;
+    LoginManager(LoginManager&&) = delete;
+    LoginManager& operator=(LoginManager&&) = delete;
+
+    bool refuses = false;
+    std::string asked;
+
+    bool isLockHeld() const {
+        pollfd lock{.fd = watched_.get(), .events = POLLIN, .revents = 0};
+        return ::poll(&lock, 1, 0) == 0;
+    }
+
+    /// Serves requests on the test's thread while `work` runs on another.
+    template <class Work>
+    auto serveWhile(const Work& work) {
+        auto result = std::async(std::launch::async, [&work] {
+            auto made = work();
+            g_main_context_wakeup(nullptr);
+            return made;
+        });
+        while (result.wait_for(std::chrono::seconds(0)) != std::future_status::ready) {
+            g_main_context_iteration(nullptr, FALSE);
+        }
+        return result.get();
+    }
+
+private:
+    static void called(GDBusConnection* /*connection*/, const char* /*sender*/,
+                       const char* /*path*/, const char* /*interface*/, const char* /*method*/,
+                       GVariant* arguments, GDBusMethodInvocation* invocation, void* self) {
+        static_cast<LoginManager*>(self)->answer(arguments, invocation);
+    }
+
+    void answer(GVariant* arguments, GDBusMethodInvocation* invocation) {
+        const std::unique_ptr<char, decltype(&g_free)> text(g_variant_print(arguments, FALSE),
+                                                            &g_free);
+        asked = text.get();
+        if (refuses) {
+            g_dbus_method_invocation_return_dbus_error(
+                invocation, "org.freedesktop.DBus.Error.AccessDenied", "no");
+            return;
+        }
+        std::array<int, 2> ends{};
+        ASSERT_EQ(::pipe2(ends.data(), O_CLOEXEC), 0);
+        watched_ = FileDescriptor(ends[0]);
+        GUnixFDList* list = g_unix_fd_list_new_from_array(&ends[1], 1);
+        g_dbus_method_invocation_return_value_with_unix_fd_list(invocation, g_variant_new("(h)", 0),
+                                                                list);
+        g_object_unref(list);
+        g_dbus_connection_flush_sync(connection_, nullptr, nullptr);
+    }
+
+    GDBusConnection* connection_ = nullptr;
+    GDBusNodeInfo* node_ = nullptr;
+    FileDescriptor watched_;
+};
+
+class InhibitorsTest : public testing::Test {
+protected:
+    std::unique_ptr<platform::Inhibition> inhibited() {
+        return manager.serveWhile(
+            [] { return Inhibitors().inhibitShutdown("Player", "Burning a disc"); });
+    }
+
+    SessionBus bus;
+    ScopedEnvironment systemBus{"DBUS_SYSTEM_BUS_ADDRESS", bus.address()};
+    LoginManager manager{bus.address()};
+};
+
+TEST_F(InhibitorsTest, AskTheLoginManager) {
+    EXPECT_NE(inhibited(), nullptr);
+    EXPECT_EQ(manager.asked, "('shutdown:sleep', 'Player', 'Burning a disc', 'block')");
+}
+
+TEST_F(InhibitorsTest, HoldTheLockWhileTheInhibitionExists) {
+    auto inhibition = inhibited();
+    EXPECT_TRUE(manager.isLockHeld());
+    inhibition.reset();
+    EXPECT_FALSE(manager.isLockHeld());
+}
+
+TEST_F(InhibitorsTest, ReturnNothingIfTheLoginManagerRefuses) {
+    manager.refuses = true;
+    EXPECT_EQ(inhibited(), nullptr);
+}
+
+TEST(InhibitorsWithoutASystemBus, ReturnNothing) {
+    const ScopedEnvironment none("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent/bus");
+    EXPECT_EQ(Inhibitors().inhibitShutdown("Player", "Burning a disc"), nullptr);
+}
+
+} // namespace

@@ -1,0 +1,53 @@
+#include "platform/linux/system/TimedBus.h"
+
+#include "tests/platform/linux/SessionBus.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+using platform::native::TimedBus;
+
+namespace {
+
+TEST(TimedBus, ConnectsToABus) {
+    const SessionBus bus;
+    const TimedBus timed(bus.address());
+    EXPECT_NE(timed.connection(), nullptr);
+    EXPECT_FALSE(timed.isTimeUp());
+}
+
+TEST(TimedBus, HasNoConnectionWithoutABus) {
+    const TimedBus timed("unix:path=/nonexistent/bus");
+    EXPECT_EQ(timed.connection(), nullptr);
+    EXPECT_FALSE(timed.isTimeUp());
+}
+
+TEST(TimedBus, DoesNotWaitForAnAnswerForGood) {
+    const SessionBus bus;
+    TimedBus silent(bus.address());
+    const std::unique_ptr<GDBusNodeInfo, decltype(&g_dbus_node_info_unref)> node(
+        g_dbus_node_info_new_for_xml(
+            "<node><interface name='a.b'><method name='C'/></interface></node>", nullptr),
+        &g_dbus_node_info_unref);
+    // Calls wait for the events of the bus, which nobody runs.
+    static const GDBusInterfaceVTable notCalled{
+        [](GDBusConnection* /*connection*/, const char* /*sender*/, const char* /*path*/,
+           const char* /*interface*/, const char* /*method*/, GVariant* /*arguments*/,
+           GDBusMethodInvocation* /*invocation*/, void* /*data*/) { ADD_FAILURE(); },
+        nullptr,
+        nullptr,
+        {}};
+    g_dbus_connection_register_object(silent.connection(), "/", node->interfaces[0], &notCalled,
+                                      nullptr, nullptr, nullptr);
+    TimedBus timed(bus.address());
+    g_dbus_connection_call(timed.connection(),
+                           g_dbus_connection_get_unique_name(silent.connection()), "/", "a.b", "C",
+                           nullptr, nullptr, G_DBUS_CALL_FLAGS_NONE, -1, timed.cancellable(),
+                           TimedBus::deliver, &timed);
+    EXPECT_EQ(g_dbus_connection_call_finish(timed.connection(), timed.wait().get(), nullptr),
+              nullptr);
+    EXPECT_TRUE(timed.isTimeUp());
+}
+
+} // namespace
