@@ -17,8 +17,9 @@ std::string homeTrashFiles();
 SystemResult<void> makeHomeTrash();
 
 /// Makes `link` a link to homeTrashFiles() if nothing exists there. A link that this has made when
-/// XDG_DATA_HOME was different is replaced; it is recognized by the spelling of its target. Whatever
-/// else exists at the path is left, such as a user's link to the Trash of another data directory.
+/// XDG_DATA_HOME was different is replaced; it is recognized by the spelling of its target.
+/// Whatever else exists at the path is left, such as a user's link to the Trash of another data
+/// directory.
 SystemResult<void> linkToHomeTrash(const std::string& link);
 
 } // namespace platform::native
