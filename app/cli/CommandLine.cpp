@@ -43,8 +43,8 @@ public:
 
 /// Adds an option that may name a run.
 CLI::Option* addRunOption(CLI::App& app, Options& options, const std::string& name,
-                          const std::string& description) {
-    return app.add_option(name, options.run, description)
+                          const std::string& help) {
+    return app.add_option(name, options.run, help)
         ->expected(0, 1)
         ->check(CLI::PositiveNumber)
         ->type_name("[RUN]");

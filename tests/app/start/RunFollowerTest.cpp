@@ -121,14 +121,14 @@ TEST_F(RunFollowerTest, HasTheRunRecordedWithWhetherSharedItemsGo) {
 
 TEST_F(RunFollowerTest, HasAStepRecordedOnceItsToolHasEnded) {
     const auto item = home.write("a");
-    const PlanRow row{PlanAction::trash, item, {}};
-    follower.rowBegan(row);
+    const PlanRow itemsRow{PlanAction::trash, item, {}};
+    follower.rowBegan(itemsRow);
     follower.itemBegan(item);
 
     follower.itemEnded(item, {.outcome = TrashOutcome::handedOver,
                               .place = "/t/a",
                               .waitUntilDone = [&] { std::filesystem::remove(item); }});
-    follower.rowEnded(row);
+    follower.rowEnded(itemsRow);
     follower.walkEnded();
 
     const auto record = contentOf(runs.file(1));
