@@ -37,9 +37,8 @@ WindowPutBack::WindowPutBack(platform::Interface& interface, Recording& recordin
 }
 
 bool WindowPutBack::isPossible() const {
-    return std::ranges::any_of(records::PutBack::preview(runs_), [](const auto& item) {
-        return item.outcome == records::Back::waiting;
-    });
+    const auto isWaiting = [](const auto& item) { return item.outcome == records::Back::waiting; };
+    return !runs_.empty() && std::ranges::any_of(records::PutBack::preview(runs_), isWaiting);
 }
 
 void WindowPutBack::begin() {

@@ -13,6 +13,7 @@
 #include "tests/support/PortDoubles.h"
 #include "tests/support/ScopedEnvironment.h"
 #include "tests/support/TemporaryDirectory.h"
+#include "tests/support/TestClock.h"
 #include "tests/support/UserInterface.h"
 
 #include <gmock/gmock.h>
@@ -81,7 +82,10 @@ class NoVersion : public platform::SystemInformation {
 /// Every test runs the program's start-up in a process of its own.
 class StartUpDeathTest : public ::testing::Test {
 protected:
-    StartUpDeathTest() { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
+    StartUpDeathTest() {
+        GTEST_FLAG_SET(death_test_style, "threadsafe");
+        TestClock::install();
+    }
 
     [[noreturn]] void start(const start::Awake& awake, const std::string& file = ":/MainMenu.ui") {
         std::string name = "kelvane-uninstaller";
