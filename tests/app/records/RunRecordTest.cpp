@@ -39,7 +39,8 @@ protected:
 
 TEST_F(RunRecordTest, RefusesEveryChangedByteWithTheNumberOfItsLine) {
     LineSeal seal;
-    const auto text = seal.sealed(records::headOf({})) + seal.sealed(records::endOfRun(true));
+    auto text = seal.sealed(records::headOf({}));
+    text += seal.sealed(records::endOfRun(true));
     ASSERT_EQ(refusalOf(text), "");
     std::size_t line = 1;
     for (std::size_t i = 0; i < text.size(); ++i) {
