@@ -239,7 +239,7 @@ std::optional<Trash::Prepared> Trash::prepareOne(const OpenTrash& home, const Pa
         return std::nullopt;
     }
     tidy(*trash);
-    auto claim = trash->prepare(place.name, recordedPath);
+    auto claim = trash->prepare({place, path, recordedPath});
     return claim ? std::optional(Prepared{trash, *std::move(claim)}) : std::nullopt;
 }
 

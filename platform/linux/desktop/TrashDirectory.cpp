@@ -198,14 +198,13 @@ SystemResult<TemporaryItem> TrashDirectory::claim(const Claim& wanted) const {
     return trashinfo;
 }
 
-SystemResult<TrashClaim> TrashDirectory::prepare(const std::string& name,
-                                                 const std::string& recordedPath) const {
-    auto trashinfo = write(recordedPath, trashinfoText(recordedPath, Mover::self));
+SystemResult<TrashClaim> TrashDirectory::prepare(const TrashedItem& item) const {
+    auto trashinfo = write(item.recordedPath, trashinfoText(item.recordedPath, Mover::self));
     if (!trashinfo) {
         return Unexpected(trashinfo.error());
     }
     startSending(trashinfo->item().get());
-    return TrashClaim(*std::move(trashinfo), name);
+    return TrashClaim(*std::move(trashinfo), item.place.name);
 }
 
 SystemResult<void> TrashDirectory::claimName(TrashClaim& claim) const {
@@ -232,7 +231,7 @@ SystemResult<void> TrashDirectory::claimName(TrashClaim& claim) const {
 }
 
 SystemResult<std::string> TrashDirectory::take(const TrashedItem& item) const {
-    auto claim = prepare(item.place.name, item.recordedPath);
+    auto claim = prepare(item);
     return claim ? take(item, *claim) : Unexpected(claim.error());
 }
 

@@ -85,8 +85,7 @@ public:
 
     /// Writes the trashinfo of an item that is soon to be taken, and does not wait for the disk.
     /// The claim refers to this object and must not outlive it.
-    SystemResult<TrashClaim> prepare(const std::string& name,
-                                     const std::string& recordedPath) const;
+    SystemResult<TrashClaim> prepare(const TrashedItem& item) const;
 
     /// Waits until a prepared trashinfo is written, and claims a name that is free, if the claim
     /// has none yet.
