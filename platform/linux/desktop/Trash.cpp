@@ -267,11 +267,25 @@ void Trash::tidyHome() {
     }
 }
 
+/// Gives up a name that is claimed for an announced item; that will get another one.
+void Trash::giveUpPrepared(const FileId& trash, const std::string& name) {
+    std::unordered_map<std::string, Prepared> givenUp; // Deleted without the lock.
+    const std::lock_guard lock(mutex_);
+    const auto found = std::ranges::find_if(prepared_, [&](const auto& entry) {
+        const auto& [path, prepared] = entry;
+        return prepared.trash->id() == trash && prepared.claim.name() == name;
+    });
+    if (found != prepared_.end()) {
+        givenUp.insert(prepared_.extract(found));
+    }
+}
+
 std::function<void()> Trash::expect(const std::string& path, const std::string& place) {
     const auto trash = path::deletingLastComponent(place);
     if (isUsablePath(path) && isUsablePath(place) && isHomeTrash(trash)) {
         if (auto home = TrashDirectory::open(homeTrash())) {
             tidy(*home);
+            giveUpPrepared(home->id(), path::lastComponent(place));
             auto claimed =
                 TrashDirectory::claimForOthers(*std::move(home), path::lastComponent(place), path);
             if (claimed) {

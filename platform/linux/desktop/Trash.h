@@ -92,6 +92,7 @@ private:
     static std::optional<Parent> findParent(const std::string& path);
     std::optional<Prepared> prepareOne(const OpenTrash& home, const Parent& parent);
     std::optional<Prepared> preparedFor(const std::string& path);
+    void giveUpPrepared(const FileId& trash, const std::string& name);
     std::size_t countPrepared();
     Result<std::string, TrashError> afterTaking(const OpenTrash& trash,
                                                 const SystemResult<std::string>& taken);

@@ -36,6 +36,9 @@ public:
     /// Returns whether the trashinfo still exists.
     bool isIntact() const;
 
+    /// Returns the claimed name; empty if there is none.
+    const std::string& name() const { return name_; }
+
 private:
     friend class TrashDirectory;
     TrashClaim(TemporaryItem trashinfo, std::string wantedName)

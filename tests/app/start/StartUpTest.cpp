@@ -8,6 +8,7 @@
 #include "platform/foundation/Exception.h"
 #include "platform/foundation/Thread.h"
 #include "platform/qt/InstanceLock.h"
+#include "tests/support/FileStreamDoubles.h"
 #include "tests/support/FileSystemDoubles.h"
 #include "tests/support/MainThread.h"
 #include "tests/support/PortDoubles.h"
@@ -111,6 +112,8 @@ protected:
     platform::ScopedService<platform::Inhibitors> inhibitorsScope{inhibitors};
     FixedInventory inventory;
     DescribedFileSystem disk;
+    DescribedFileStreams streams;
+    platform::ScopedService<platform::FileStreams> streamsScope{streams};
     platform::ScopedService<platform::FileSystem> diskScope{disk};
     platform::ScopedService<platform::SystemInformation> informationScope{information};
     ScopedEnvironment runtime{"XDG_RUNTIME_DIR", directory.path()};

@@ -133,6 +133,25 @@ int moveTrashed(const Arguments& arguments) {
     return 0;
 }
 
+/// Announces the item "namesake" of a directory, the first argument. Moves another item, the third,
+/// to its place, the fourth, as the administrator's tool does; then trashes the first one.
+int moveTrashedBesideNamesake(const Arguments& arguments) {
+    Desktop desktop;
+    const auto& directory = arguments.at(0);
+    const auto& trash = arguments.at(1);
+    const auto& other = arguments.at(2);
+    const auto& place = arguments.at(3);
+    desktop.workspace.prepareToRecycle(trash, {directory + "/namesake"});
+    const auto end = desktop.workspace.moveTrashed(other, place);
+    if (std::rename(other.c_str(), place.c_str()) != 0) {
+        return errno;
+    }
+    end();
+    const auto recycled = desktop.workspace.recycle(directory, trash, "namesake");
+    desktop.workspace.makeTrashDurable();
+    return report(recycled);
+}
+
 /// Prints the items in a Trash, each with its place and its former path.
 int listTrash(const Arguments& arguments) {
     Desktop desktop;
@@ -290,6 +309,7 @@ const std::map<std::string, std::function<int(const Arguments&)>> commands{
     {"recycle-namesakes", recycleNamesakes},
     {"recycle-around", recycleAround},
     {"move-trashed", moveTrashed},
+    {"move-trashed-beside-namesake", moveTrashedBesideNamesake},
     {"remove", remove},
     {"unlock", unlock},
     {"lock", lock},

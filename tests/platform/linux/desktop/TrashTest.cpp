@@ -386,6 +386,24 @@ TEST_F(Trash, LosesNoBrokenLinkToTheAdministratorsTool) {
     EXPECT_NE(contentOf(note("b.2.txt")).find("Path=" + items + "/b.txt\n"), std::string::npos);
 }
 
+TEST_F(Trash, RecordsWhatTheAdministratorsToolMovesUnderTheNameOfAnAnnouncedItem) {
+    home.write("items/namesake", "own");
+    home.makeDirectory("others");
+    const auto other = home.write("others/namesake", "other");
+
+    EXPECT_EQ(runChild({"move-trashed-beside-namesake", items, trash, other, trash + "/namesake"},
+                       environment)
+                  .output,
+              "ok\n");
+
+    EXPECT_EQ(contentOf(files("namesake")), "other");
+    EXPECT_NE(contentOf(note("namesake")).find("Path=" + other + "\n"), std::string::npos);
+    EXPECT_EQ(contentOf(files("namesake.2")), "own");
+    EXPECT_NE(contentOf(note("namesake.2")).find("Path=" + items + "/namesake\n"),
+              std::string::npos);
+    EXPECT_EQ(strayIn(home / ".local/share/Trash"), std::vector<std::string>());
+}
+
 TEST_F(Trash, ThatIsARealDirectoryLetsTheAdministratorsToolMoveWithoutRecord) {
     home.makeDirectory(".Trash");
     const auto item = home.write("items/a.txt", "content");
