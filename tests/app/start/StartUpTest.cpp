@@ -8,11 +8,13 @@
 #include "platform/foundation/Exception.h"
 #include "platform/foundation/Thread.h"
 #include "platform/qt/InstanceLock.h"
+#include "tests/support/FileStreamDoubles.h"
 #include "tests/support/FileSystemDoubles.h"
 #include "tests/support/MainThread.h"
 #include "tests/support/PortDoubles.h"
 #include "tests/support/ScopedEnvironment.h"
 #include "tests/support/TemporaryDirectory.h"
+#include "tests/support/TestClock.h"
 #include "tests/support/UserInterface.h"
 
 #include <gmock/gmock.h>
@@ -81,7 +83,10 @@ class NoVersion : public platform::SystemInformation {
 /// Every test runs the program's start-up in a process of its own.
 class StartUpDeathTest : public ::testing::Test {
 protected:
-    StartUpDeathTest() { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
+    StartUpDeathTest() {
+        GTEST_FLAG_SET(death_test_style, "threadsafe");
+        TestClock::install();
+    }
 
     [[noreturn]] void start(const start::Awake& awake, const std::string& file = ":/MainMenu.ui") {
         std::string name = "kelvane-uninstaller";
@@ -108,6 +113,8 @@ protected:
     FixedInventory inventory;
     DescribedFileSystem disk;
     platform::ScopedService<platform::FileSystem> diskScope{disk};
+    DescribedFileStreams streams;
+    platform::ScopedService<platform::FileStreams> streamsScope{streams};
     platform::ScopedService<platform::SystemInformation> informationScope{information};
     ScopedEnvironment runtime{"XDG_RUNTIME_DIR", directory.path()};
     ScopedEnvironment platform_{"QT_QPA_PLATFORM", "offscreen"};
