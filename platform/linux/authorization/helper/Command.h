@@ -33,7 +33,7 @@ struct Place {
     std::optional<Item> item;
 };
 
-/// A removal of what stands in places, as a tool does it that is told how.
+/// A removal of what is in places, as a tool does it that is told how.
 struct Removal {
     Tool remover;
     std::vector<std::string> options;

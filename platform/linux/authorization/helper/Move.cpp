@@ -48,7 +48,7 @@ bool isIn(const Item& directory, const FileId& other) {
     return true;
 }
 
-/// Whether the item that was checked still stands in its place.
+/// Whether the item that was checked is still in its place.
 bool isThere(const Place& place) {
     const auto item = openItem(place.directory.descriptor.get(), place.name);
     return item && item->identity() == place.item->identity();
@@ -91,7 +91,7 @@ bool takeAside(const Place& place, const Stage& stage) {
     return false;
 }
 
-/// Renames an item into a directory that only root may change, and nothing else that stands in its
+/// Renames an item into a directory that only root may change, and nothing else that is in its
 /// place by now. Sets errno when it cannot.
 bool renameThisItem(const Place& from, const Place& to) {
     const Stage stage(to.directory);
@@ -112,7 +112,7 @@ bool removeItem(const Tool& remover, const Item& directory, const std::string& n
     return succeeds(remover, {"-Rf", "--", heldPath(directory, name)});
 }
 
-/// Takes an item away, and nothing else that stands in its place by now: where others than root may
+/// Takes an item away, and nothing else that is in its place by now: where others than root may
 /// put something there, it is renamed into a closed directory first. What cannot be taken away is
 /// in its place again.
 bool removeThisItem(const Place& place, const Tool& remover) {
@@ -177,7 +177,7 @@ bool carryOut(const Move& move, FileDescriptor& report, const FileDescriptor& tu
     const Placing placing(*from.item, remover);
     const Stage stage(to.directory);
     report.reset();
-    // An item that the program asks to be moved again, because it stands in its place while it is
+    // An item that the program asks to be moved again, because it is in its place while it is
     // copied, has gone by then.
     takeTurn(turns);
     return isThere(from) && placing.put(*from.item, stage, to.directory, to.name) &&

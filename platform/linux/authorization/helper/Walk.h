@@ -31,7 +31,7 @@ struct Item {
     FileId identity() const { return fileIdOf(status); }
 };
 
-/// Opens what stands in a directory under a name, a link itself. No server is asked and nothing is
+/// Opens what is in a directory under a name, a link itself. No server is asked and nothing is
 /// mounted on the way, so that a dead one cannot keep the helper waiting. Throws a Refusal when the
 /// system has no memory or descriptor left: what cannot be looked at may exist all the same.
 std::optional<Item> openItem(int directory, const std::string& name);
@@ -40,7 +40,7 @@ std::optional<Item> openItem(int directory, const std::string& name);
 struct Way {
     Item end;
     /// The owners of the directories from where the way could have been led elsewhere: each has a
-    /// link or ".." on the way that others than root may have put there. Root stands for everybody.
+    /// link or ".." on the way that others than root may have put there. Root means everybody.
     std::vector<uid_t> redirectors;
     /// Whether each link on the way is root's, in a directory that only root may change, and each
     /// ".." is in such a directory.
