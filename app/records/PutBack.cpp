@@ -117,9 +117,10 @@ std::vector<ItemBack> PutBack::preview(const std::vector<RunRecord>& runs) {
 }
 
 std::vector<ItemBack> PutBack::perform(std::vector<RunRecord>& runs) {
+    // Even without a run: looking at the Trash removes what a killed one has prepared there.
+    const TrashedItems trash;
     std::vector<ItemBack> items;
     for (auto& run : runs) {
-        const TrashedItems trash;
         bool isWhole = true;
         for (const auto& step : run.steps) {
             if (wasTaken(step)) {

@@ -108,7 +108,7 @@ private:
 /// Runs the application until all is done. Returns false if the person did not want it.
 bool run(const cli::Options& options, TerminalUser& user, Undoing& undoing) {
     bool isWanted = true;
-    if (options.empty && !options.yes) {
+    if (options.empty && !options.yes && !undoing.isEmpty()) {
         undoing.ask([&](bool answer) {
             isWanted = answer;
             if (answer) {
@@ -143,12 +143,14 @@ ExitStatus undoMain(const cli::Options& options) {
     const cli::ReportFile report(options);
     report.prepare(cli::itemsAsJson("running", {}));
     ScreenOutput output(user.screen);
-    if (undoing.isEmpty()) {
-        output.paragraph(nothingRecorded);
-    } else if (!run(options, user, undoing)) {
+    // Without a record too: what a killed run has prepared in the Trash is removed.
+    if (!run(options, user, undoing)) {
         output.paragraph(nothingDeleted);
         report.write(cli::itemsAsJson("cancelled", {}));
         return ExitStatus::cancelled;
+    }
+    if (undoing.isEmpty()) {
+        output.paragraph(nothingRecorded);
     } else {
         cli::tell(undoing.items(), options.putBack ? "put back" : "deleted", output);
     }
