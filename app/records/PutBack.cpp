@@ -61,7 +61,7 @@ ItemBack viewOf(const RecordedStep& step, const TrashedItems& trash) {
         item.place = trash.find(step).value_or(std::string());
     }
     const bool canReturn = isJobFile(step) || !item.place.empty();
-    if (there && isSameItem(*there, step.item)) {
+    if (there && isRecordedItem(*there, step.item)) {
         item.outcome = Back::inPlace;
     } else if (!canReturn) {
         item.outcome = Back::gone;

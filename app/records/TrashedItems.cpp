@@ -29,7 +29,7 @@ bool isOfRow(const RecordedStep& step, const std::string& place) {
 
 } // namespace
 
-bool isSameItem(const platform::ItemAttributes& item, const platform::ItemAttributes& recorded) {
+bool isRecordedItem(const platform::ItemAttributes& item, const platform::ItemAttributes& recorded) {
     if (item.kind != recorded.kind) {
         return false;
     }
@@ -52,7 +52,7 @@ std::optional<std::string> TrashedItems::find(const RecordedStep& step) const {
             continue;
         }
         const auto item = platform::service<platform::FileSystem>().attributesOfItem(place);
-        if (item && isSameItem(*item, step.item) && isOfRow(step, place)) {
+        if (item && isRecordedItem(*item, step.item) && isOfRow(step, place)) {
             return place;
         }
     }

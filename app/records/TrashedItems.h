@@ -11,7 +11,7 @@ namespace records {
 
 /// Returns whether an item is the recorded one: by its identity or, as a copy on another volume has
 /// none of that, by its kind, size and modification date.
-bool isSameItem(const platform::ItemAttributes& item, const platform::ItemAttributes& recorded);
+bool isRecordedItem(const platform::ItemAttributes& item, const platform::ItemAttributes& recorded);
 
 /// What is in the user's Trash at a moment, to find the items that runs have put there. A step's
 /// record only says what to look for: no item is ever found outside the Trash. Not shared between

@@ -37,7 +37,7 @@ bool isCaseRename(const std::string& path, const std::string& toPath) {
 
 /// Moves an item in two steps, because both names are the same on a volume that ignores case. If
 /// the second step fails, the item is left under the unique name.
-bool moveThroughFreeName(const std::string& path, const std::string& toPath) {
+bool moveThroughUniqueName(const std::string& path, const std::string& toPath) {
     const auto between = numberedFilename(toPath);
     return fileSystem().moveItem(path, between) && fileSystem().moveItem(between, toPath);
 }
@@ -86,7 +86,7 @@ bool QFFileManager::moveFile(const std::string& path, const std::string& toPath,
         unlockFile(toPath);
     }
     unlockFolder(path::appending(toPath, path::lastComponent(path)));
-    if (isCaseRename(path, toPath) && moveThroughFreeName(path, toPath)) {
+    if (isCaseRename(path, toPath) && moveThroughUniqueName(path, toPath)) {
         return true;
     }
     const auto moved = fileSystem().moveItem(path, toPath);

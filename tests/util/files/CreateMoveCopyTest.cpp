@@ -208,7 +208,7 @@ TEST_F(CreateMoveCopy, MovingNothingFails) {
               (Lines{"Error moving file: There is nothing at /missing..", "Authorizing..."}));
 }
 
-TEST_F(CaseRename, GoesThroughAFreeName) {
+TEST_F(CaseRename, GoesThroughAUniqueName) {
     EXPECT_TRUE(QFFileManager::moveFile("/a/Movie.MOV", "/a/movie.mov"));
     EXPECT_EQ(volume.changes, (Lines{"unlock /a/movie.mov", "move /a/Movie.MOV /a/movie 2.mov",
                                      "move /a/movie 2.mov /a/movie.mov"}));
@@ -235,7 +235,7 @@ TEST_F(CaseRename, IsTriedDirectlyWhenTheFirstStepFails) {
     EXPECT_EQ(loggedLines(), Lines{"Error moving file: There is something at /a/movie.mov.."});
 }
 
-TEST_F(CaseRename, LeavesTheItemUnderTheFreeNameWhenTheSecondStepFails) {
+TEST_F(CaseRename, LeavesTheItemUnderTheUniqueNameWhenTheSecondStepFails) {
     volume.failures["move /a/movie 2.mov /a/movie.mov"] = {.localizedDescription = "No."};
     EXPECT_FALSE(QFFileManager::moveFile("/a/Movie.MOV", "/a/movie.mov"));
     EXPECT_EQ(volume.files, std::set<std::string>{"/a/movie 2.mov"});

@@ -29,7 +29,7 @@ TEST(NumberedName, IsCutBetweenCharacters) {
     EXPECT_EQ(numberedName(std::string(252, 'x') + "€", 2), std::string(252, 'x') + " 2");
 }
 
-TEST(MoveToFreeName, ReplacesNothing) {
+TEST(MoveToUniqueName, ReplacesNothing) {
     const TemporaryDirectory directory;
     directory.write("from/a.txt", "third");
     directory.write("to/a.txt", "first");

@@ -96,15 +96,6 @@ bool isGone(long identifier) {
         [=] { return !std::filesystem::exists("/proc/" + std::to_string(identifier)); });
 }
 
-/// Waits until a thread of this process sleeps.
-bool sleeps(long thread) {
-    return becomesTrue([=] {
-        std::string status;
-        std::getline(std::ifstream("/proc/self/task/" + std::to_string(thread) + "/stat"), status);
-        return status.find(") S ") != std::string::npos;
-    });
-}
-
 /// Returns whether a process is stopped.
 bool isStopped(long identifier) {
     std::string status;
@@ -274,7 +265,7 @@ TEST_F(Launcher, EndsTheOutputWithTheChildWhoeverStillHoldsThePipe) {
         }
         return bytes.size();
     });
-    EXPECT_TRUE(sleeps(reader.get_future().get()));
+    EXPECT_TRUE(isAsleep(reader.get_future().get()));
     child->endOutputWithChild();
     EXPECT_EQ(read.wait_for(std::chrono::seconds(0)), std::future_status::timeout);
     openGate("child");
@@ -310,11 +301,11 @@ TEST_F(Launcher, WakesNoOtherReaderForGood) {
         return platform::availableData(*closed).bytes.size();
     });
     const auto firstThread = first.get_future().get();
-    EXPECT_TRUE(sleeps(firstThread));
-    EXPECT_TRUE(sleeps(second.get_future().get()));
+    EXPECT_TRUE(isAsleep(firstThread));
+    EXPECT_TRUE(isAsleep(second.get_future().get()));
     closed->closeReadEnd();
     EXPECT_EQ(other.get(), 0U);
-    EXPECT_TRUE(sleeps(firstThread)) << "it goes round and round";
+    EXPECT_TRUE(isAsleep(firstThread)) << "it goes round and round";
     pipe->stopWaiting();
     EXPECT_EQ(read.get(), 0U);
 }
@@ -334,7 +325,7 @@ TEST_F(Launcher, HoldsFourDescriptorsForAChildOfWhichAllIsCollected) {
         reader.set_value(::gettid());
         return platform::availableData(*output).bytes.size();
     });
-    EXPECT_TRUE(sleeps(reader.get_future().get()));
+    EXPECT_TRUE(isAsleep(reader.get_future().get()));
     EXPECT_EQ(openDescriptors(), before + 4);
     openGate();
     EXPECT_EQ(read.get(), 0U);
@@ -544,7 +535,7 @@ TEST_F(Launcher, EndsAReadThatAnotherThreadWaitsIn) {
         reader.set_value(::gettid());
         return platform::availableData(*pipe).bytes.size();
     });
-    EXPECT_TRUE(sleeps(reader.get_future().get()));
+    EXPECT_TRUE(isAsleep(reader.get_future().get()));
     pipe->closeReadEnd();
     EXPECT_EQ(read.get(), 0U);
     openGate();
@@ -703,7 +694,7 @@ TEST_P(LauncherShortOfDescriptors, MakesPipesOnceAnotherRunHasGivenItsOwnBack) {
         starter.set_value(::gettid());
         return launcher_.makePipes(3).size();
     });
-    EXPECT_TRUE(sleeps(starter.get_future().get()));
+    EXPECT_TRUE(isAsleep(starter.get_future().get()));
     EXPECT_EQ(made.wait_for(std::chrono::seconds(0)), std::future_status::timeout);
     EXPECT_EQ(openDescriptors(), before) << "it keeps some while it waits";
     openGate();
