@@ -13,6 +13,7 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/statvfs.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -90,6 +91,13 @@ std::vector<TrashPaths> trashesOn(const std::string& top) {
     return trashes;
 }
 
+/// Returns whether a volume where programs do not get their owner's rights may have been made by
+/// anybody, down to what it calls root's.
+bool mayBeAnybodysWork(const std::string& top) {
+    struct statvfs volume {};
+    return ::statvfs(top.c_str(), &volume) != 0 || (volume.f_flag & ST_NOSUID) != 0;
+}
+
 } // namespace
 
 std::vector<ItemInTrash> itemsInTrash(const std::string& trash) {
@@ -99,6 +107,9 @@ std::vector<ItemInTrash> itemsInTrash(const std::string& trash) {
     }
     appendItems(pathsOf(homeTrash()), items);
     for (const auto& volume : mountedLocalVolumes()) {
+        if (::geteuid() == 0 && mayBeAnybodysWork(volume.mountPoint)) {
+            continue;
+        }
         for (const auto& onVolume : trashesOn(volume.mountPoint)) {
             appendItems(onVolume, items);
         }

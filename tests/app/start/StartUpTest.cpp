@@ -115,8 +115,6 @@ protected:
     DescribedFileStreams streams;
     platform::ScopedService<platform::FileStreams> streamsScope{streams};
     platform::ScopedService<platform::FileSystem> diskScope{disk};
-    DescribedFileStreams streams;
-    platform::ScopedService<platform::FileStreams> streamsScope{streams};
     platform::ScopedService<platform::SystemInformation> informationScope{information};
     ScopedEnvironment runtime{"XDG_RUNTIME_DIR", directory.path()};
     ScopedEnvironment platform_{"QT_QPA_PLATFORM", "offscreen"};

@@ -164,8 +164,10 @@ void liftLimit(__rlimit_resource resource, rlim_t most) {
 
 class Copier {
 public:
-    /// `target` is not to be met on the way: the directory that is being filled.
-    Copier(const Item& target, const Reader& reader) : target_(target), reader_(reader) {}
+    /// `target` is not to be met on the way: the directory that is being filled. What may be
+    /// anybody's work though it is root's becomes the heir's.
+    Copier(const Item& target, const Reader& reader, uid_t heir)
+        : target_(target), reader_(reader), heir_(heir) {}
 
     void copy(const Item& item, const Spot& to) {
         struct stat status {};
@@ -238,14 +240,14 @@ private:
     }
 
     /// By name, which in a closed directory leads to what has just been made.
-    static void settle(const Item& item, const struct stat& status, const Spot& to) {
+    void settle(const Item& item, const struct stat& status, const Spot& to) const {
         constexpr mode_t privileges = S_ISUID | S_ISGID;
+        const bool isTrusted = keepsPrivileges(item.descriptor.get());
         const mode_t rights = status.st_mode & 07777U;
-        const mode_t kept = S_ISREG(status.st_mode) && !keepsPrivileges(item.descriptor.get())
-                                ? rights & ~privileges
-                                : rights;
+        const mode_t kept = S_ISREG(status.st_mode) && !isTrusted ? rights & ~privileges : rights;
+        const uid_t owner = status.st_uid == 0 && !isTrusted ? heir_ : status.st_uid;
         const std::array<timespec, 2> times{status.st_atim, status.st_mtim};
-        require(::fchownat(to.directory, to.name.c_str(), status.st_uid, status.st_gid,
+        require(::fchownat(to.directory, to.name.c_str(), owner, status.st_gid,
                            AT_SYMLINK_NOFOLLOW) == 0);
         require(S_ISLNK(status.st_mode) || ::fchmodat(to.directory, to.name.c_str(), kept, 0) == 0);
         require(::utimensat(to.directory, to.name.c_str(), times.data(), AT_SYMLINK_NOFOLLOW) == 0);
@@ -253,6 +255,7 @@ private:
 
     const Item& target_;
     const Reader& reader_;
+    const uid_t heir_;
     /// The first copy of each file of several names.
     std::map<FileId, Spot> copies_;
 };
@@ -260,9 +263,9 @@ private:
 } // namespace
 
 void copyItem(const Item& item, const Reader& reader, const Item& closedDirectory,
-              const std::string& name) {
+              const std::string& name, uid_t heir) {
     liftLimits();
-    Copier(closedDirectory, reader).copy(item, {closedDirectory.descriptor.get(), name});
+    Copier(closedDirectory, reader, heir).copy(item, {closedDirectory.descriptor.get(), name});
 }
 
 FileDescriptor copyContent(const Item& file, const Reader& reader, const FileDescriptor& to) {
@@ -284,7 +287,9 @@ void settleLike(const Item& example, const Item& directory) {
     struct stat status {};
     require(::fstat(example.descriptor.get(), &status) == 0);
     const std::array<timespec, 2> times{status.st_atim, status.st_mtim};
-    require(::fchownat(target, "", status.st_uid, status.st_gid, AT_EMPTY_PATH) == 0);
+    const bool isTrusted = status.st_uid != 0 || keepsPrivileges(example.descriptor.get());
+    const uid_t owner = isTrusted ? status.st_uid : directory.status.stx_uid;
+    require(::fchownat(target, "", owner, status.st_gid, AT_EMPTY_PATH) == 0);
     require(::chmod(path.c_str(), status.st_mode & 07777U) == 0);
     require(::utimensat(AT_FDCWD, path.c_str(), times.data(), 0) == 0);
 }

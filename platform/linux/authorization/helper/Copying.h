@@ -13,9 +13,11 @@ namespace platform::native::helper {
 /// copy has the item's owners, rights, times, access lists and the user's attributes. No link is
 /// followed and only plain files are read, each as far as it reached when it was opened. A device,
 /// what the reader may not read, an owner that the copy cannot have, or more than mostLevels, fails
-/// the whole of it. What a failure leaves is the caller's to remove. Throws a Refusal.
+/// the whole of it. On a file system where programs do not get their owner's rights, what is root's
+/// may be anybody's work: the copy is the heir's. What a failure leaves is the caller's to remove.
+/// Throws a Refusal.
 void copyItem(const Item& item, const Reader& reader, const Item& closedDirectory,
-              const std::string& name);
+              const std::string& name, uid_t heir);
 
 /// Copies what a plain file holds, as far as it reaches now, to an empty one, and returns the first
 /// open for reading. Throws a Refusal.

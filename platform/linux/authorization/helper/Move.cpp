@@ -100,7 +100,7 @@ bool renameThisItem(const Place& from, const Place& to) {
     }
     const int staged = stage.directory().descriptor.get();
     const char* name = from.name.c_str();
-    if (::renameat(staged, name, to.directory.descriptor.get(), to.name.c_str()) != 0) {
+    if (!renameTo({to.directory, to.name, to.item.has_value()}, staged, from.name)) {
         putBack(stage, from);
         return false;
     }
@@ -109,7 +109,7 @@ bool renameThisItem(const Place& from, const Place& to) {
 }
 
 bool removeItem(const Tool& remover, const Item& directory, const std::string& name) {
-    return succeeds(remover, {"-Rf", "--", heldPath(directory, name)});
+    return succeeds(remover, {"-Rf", "--one-file-system", "--", heldPath(directory, name)});
 }
 
 /// Takes an item away, and nothing else that is in its place by now: where others than root may
@@ -130,11 +130,15 @@ bool removeThisItem(const Place& place, const Tool& remover) {
     return isGone;
 }
 
+/// From a directory of a user's to one of root's only the item that was checked goes, even if a
+/// group may change that one too.
 bool renameItem(const Place& from, const Place& to) {
-    return from.directory.isChangeable() && !to.directory.isChangeable()
+    const bool isForRoot = !to.directory.isChangeable() ||
+                           (to.directory.status.stx_uid == 0 && from.directory.status.stx_uid != 0);
+    return from.directory.isChangeable() && isForRoot
                ? renameThisItem(from, to)
-               : ::renameat(from.directory.descriptor.get(), from.name.c_str(),
-                            to.directory.descriptor.get(), to.name.c_str()) == 0;
+               : renameTo({to.directory, to.name, to.item.has_value()},
+                          from.directory.descriptor.get(), from.name);
 }
 
 } // namespace
@@ -157,7 +161,7 @@ bool carryOut(const Copy& copy, FileDescriptor& report) {
     }
     const Stage stage(to.directory);
     report.reset();
-    return placing.put(*from.item, stage, to.directory, to.name);
+    return placing.put(*from.item, stage, {to.directory, to.name, to.item.has_value()});
 }
 
 bool carryOut(const Move& move, FileDescriptor& report, const FileDescriptor& turns) {
@@ -180,7 +184,8 @@ bool carryOut(const Move& move, FileDescriptor& report, const FileDescriptor& tu
     // An item that the program asks to be moved again, because it is in its place while it is
     // copied, has gone by then.
     takeTurn(turns);
-    return isThere(from) && placing.put(*from.item, stage, to.directory, to.name) &&
+    return isThere(from) &&
+           placing.put(*from.item, stage, {to.directory, to.name, to.item.has_value()}) &&
            removeThisItem(from, remover);
 }
 

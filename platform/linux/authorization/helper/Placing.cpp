@@ -32,13 +32,27 @@ bool succeeds(const Tool& tool, const std::vector<std::string>& arguments) {
     return status == 0;
 }
 
-bool Placing::put(const Item& item, const Stage& stage, const Item& directory,
-                  const std::string& name) const {
+bool renameTo(const Destination& destination, int directory, const std::string& name) {
+    const int to = destination.directory.descriptor.get();
+    const char* newName = destination.name.c_str();
+    if (!destination.isTaken) {
+        if (::renameat2(directory, name.c_str(), to, newName, RENAME_NOREPLACE) == 0) {
+            return true;
+        }
+        if (errno != EINVAL) { // which a file system says that does not know this
+            return false;
+        }
+    }
+    return ::renameat(directory, name.c_str(), to, newName) == 0;
+}
+
+bool Placing::put(const Item& item, const Stage& stage, const Destination& destination) const {
     const int staged = stage.directory().descriptor.get();
+    const auto& name = destination.name;
     std::string reason;
     try {
-        copyItem(item, reader_, stage.directory(), name);
-        if (::renameat(staged, name.c_str(), directory.descriptor.get(), name.c_str()) == 0) {
+        copyItem(item, reader_, stage.directory(), name, destination.directory.status.stx_uid);
+        if (renameTo(destination, staged, name)) {
             return true;
         }
         reason = std::to_string(errno);
@@ -88,7 +102,7 @@ bool Placing::mergeItem(const Item& item, const std::string& name, const Stage& 
         logFailure(name, std::to_string(EEXIST));
         return false;
     }
-    return put(item, stage, level.to, name);
+    return put(item, stage, {level.to, name, there.has_value()});
 }
 
 bool mayMergeInto(const Item& directory, const Item& parent) {

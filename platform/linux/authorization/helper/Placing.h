@@ -12,6 +12,17 @@ namespace platform::native::helper {
 /// Runs a tool to its end and tells whether it has done what it was to do.
 bool succeeds(const Tool& tool, const std::vector<std::string>& arguments);
 
+/// A name in a directory, and whether what has that name may be replaced: what was there when the
+/// move was asked for, and nothing that has come since.
+struct Destination {
+    const Item& directory;
+    const std::string& name;
+    bool isTaken;
+};
+
+/// Renames an entry of an open directory. Sets errno when it cannot.
+bool renameTo(const Destination& destination, int directory, const std::string& name);
+
 /// Puts copies of items in their places, in a process of its own. Why one cannot be put there is
 /// for the system log.
 class Placing {
@@ -22,9 +33,9 @@ public:
         : reader_(item.status.stx_uid), remover_(remover) {}
 
     /// Puts a whole copy in the place of this name in the directory, by way of a stage in it, and
-    /// tells whether it is there.
-    bool put(const Item& item, const Stage& stage, const Item& directory,
-             const std::string& name) const;
+    /// tells whether it is there. What may be anybody's work though it is root's becomes that of
+    /// the directory's owner.
+    bool put(const Item& item, const Stage& stage, const Destination& destination) const;
 
     /// Puts copies of all that is in a directory into another one that exists, directories into
     /// directories of their names, and tells whether all are there. What cannot replace what is

@@ -153,16 +153,21 @@ private:
                trash->end.identity() == place.directory.identity();
     }
 
-    /// Whether a place is in the Trash, and what is there may have come from the plan: it is called
-    /// as a planned item is, except for what makes the name unique, or is a planned application.
+    /// Whether a place is in the Trash, and what is there may have come from the plan: it is the
+    /// user's or root's, and called as a planned item is, except for what makes the name unique, or
+    /// a planned application.
     bool isTrashed(const Place& place) const {
-        return place.item && isInTrash(place) &&
+        return place.item && isInTrash(place) && isUsersOrRoots(*place.item) &&
                (isApplication(*place.item) ||
                 std::any_of(plan_.begin(), plan_.end(), [&](const PlannedItems& items) {
                     return hasPlaces(items) && isAny(items, [&](const fs::path& item) {
                                return begins(place.name, item.stem());
                            });
                 }));
+    }
+
+    bool isUsersOrRoots(const Item& item) const {
+        return item.status.stx_uid == user_ || item.status.stx_uid == 0;
     }
 
     bool mayGoBack(const Place& from, const Place& to) const {

@@ -5,6 +5,7 @@
 #include "tests/platform/linux/authorization/helper/Attacker.h"
 #include "tests/platform/linux/authorization/helper/PlantedItems.h"
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -16,6 +17,26 @@ using platform::native::helper::Status;
 namespace fs = std::filesystem;
 
 using HelperPlacing = PlantedItems;
+
+TEST_F(HelperPlacing, ReplacesNothingThatHasComeSinceTheMoveWasAskedFor) {
+    using platform::native::helper::openItem;
+    using platform::native::helper::renameTo;
+    const std::string from = makeDirectory(usersDirectory() + "/from");
+    makeFile(from + "/item");
+    const std::string to = makeDirectory(usersDirectory() + "/to");
+    const std::string there = makeFile(to + "/item");
+    const auto source = openItem(AT_FDCWD, from);
+    const auto destination = openItem(AT_FDCWD, to);
+    ASSERT_TRUE(source && destination);
+    const std::string name = "item";
+
+    EXPECT_FALSE(renameTo({*destination, name, false}, source->descriptor.get(), name));
+    EXPECT_EQ(errno, EEXIST);
+    EXPECT_EQ(contentOf(there), "content of " + there);
+
+    EXPECT_TRUE(renameTo({*destination, name, true}, source->descriptor.get(), name));
+    EXPECT_NE(contentOf(there), "content of " + there);
+}
 
 TEST_F(HelperPlacing, LeavesADirectoryThatACopyWouldReplace) {
     const std::string file = makeFile(usersDirectory() + "/item", servedUser);

@@ -339,12 +339,16 @@ INSTANTIATE_TEST_SUITE_P(, HelperPlanDirectory,
                                          PathCase{{"InTheHome"}, home() + "/Library/LaunchAgents"}),
                          nameOfCase);
 
-TEST_F(HelperPlan, PutsBackTheVeryItemThatIsRoots) {
+/// The rights of a directory of root's, which its group may change or not.
+class HelperPlanRights : public HelperPlan, public testing::WithParamInterface<mode_t> {};
+
+TEST_P(HelperPlanRights, PutsBackTheVeryItemThatIsRoots) {
     // In memory all of it is one file system, as where the home directory is on the machine's.
     const std::string roots = makeFile(trash() + "/roots");
     const std::string users = makeFile(trash() + "/users", servedUser);
     fs::remove(sandbox::rootsDirectory + "/machine");
     const std::string real = makeDirectory(sandbox::everybodysDirectory + "/machine");
+    ASSERT_EQ(::chmod(real.c_str(), GetParam()), 0);
     makeLink(real, machine(), 0);
     {
         TestedHelper helper({.kind = HelperKind::planned});
@@ -361,6 +365,35 @@ TEST_F(HelperPlan, PutsBackTheVeryItemThatIsRoots) {
         }
     }
     EXPECT_EQ(std::distance(fs::directory_iterator(real), {}), 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(, HelperPlanRights, testing::Values(0755, 0775));
+
+TEST_F(HelperPlan, GivesTheUserWhatIsRootsOnAFileSystemThatMayBeAnybodysWork) {
+    ASSERT_EQ(::mount("tmpfs", machine().c_str(), "tmpfs", MS_NOSUID, "mode=755"), 0);
+    const std::string item = makeDirectory(machine() + "/item.plist");
+    makeFile(item + "/file");
+    const std::string moved = trash() + "/item.plist";
+    {
+        TestedHelper helper({.kind = HelperKind::planned});
+        EXPECT_EQ(helper.run("/bin/mv", {"-f", item, moved}), Status::started);
+        helper.disconnect();
+        EXPECT_EQ(helper.waitForEnd(), 0);
+    }
+    for (const auto& path : {moved, moved + "/file"}) {
+        struct stat status {};
+        EXPECT_EQ(::lstat(path.c_str(), &status), 0) << path;
+        EXPECT_EQ(status.st_uid, servedUser) << path;
+    }
+    EXPECT_EQ(move(moved, machine() + "/item.plist"), Status::notPlanned);
+    EXPECT_EQ(::umount2(machine().c_str(), MNT_DETACH), 0);
+}
+
+TEST_F(HelperPlan, HasNothingOfAnotherUsersDeletedFromTheTrash) {
+    constexpr uid_t another = 54321;
+    const std::string file = makeFile(trash() + "/item.plist", another);
+    EXPECT_EQ(run("/bin/rm", {"-Rdf", file}), Status::notPlanned);
+    EXPECT_TRUE(exists(file));
 }
 
 // ---- Jobs --------------------------------------------------------------------------------------
