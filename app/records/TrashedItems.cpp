@@ -29,7 +29,8 @@ bool isOfRow(const RecordedStep& step, const std::string& place) {
 
 } // namespace
 
-bool isRecordedItem(const platform::ItemAttributes& item, const platform::ItemAttributes& recorded) {
+bool isRecordedItem(const platform::ItemAttributes& item,
+                    const platform::ItemAttributes& recorded) {
     if (item.kind != recorded.kind) {
         return false;
     }
