@@ -30,7 +30,7 @@ std::string reasonOf(const std::function<void()>& work) {
 TEST(InterfaceFile, HasTheWindowsWithTheirControlsInOrder) {
     const auto windows = readInterfaceFile(mainMenu);
 
-    ASSERT_EQ(windows.size(), 2U);
+    ASSERT_EQ(windows.size(), 3U);
     const auto& [name, closeAction, controls] = windows.front();
     EXPECT_EQ(name, "windowMain");
     EXPECT_EQ(closeAction, "cancel:");
@@ -40,16 +40,18 @@ TEST(InterfaceFile, HasTheWindowsWithTheirControlsInOrder) {
     }
     EXPECT_EQ(names, (std::vector<std::string>{"mainIcon", "mainTitle", "mainText",
                                                "removeSharedCheck", "removeSharedNote",
-                                               "itemsButton", "cancelButton", "uninstallButton"}));
+                                               "putBackButton", "itemsButton", "cancelButton",
+                                               "uninstallButton"}));
     EXPECT_EQ(controls[1].text, "Uninstall Kelvane");
     EXPECT_EQ(controls[1].textStyle, "title");
     EXPECT_EQ(controls[3].kind, Control::Kind::checkBox);
     EXPECT_EQ(controls[3].text, "Also remove items shared by all Quillfen products");
-    EXPECT_EQ(controls[7].text, "Uninstall");
-    EXPECT_EQ(controls[7].action, "uninstall:");
-    EXPECT_EQ(windows.back().closeAction, "");
-    EXPECT_EQ(windows.back().controls.at(2).kind, Control::Kind::progressBar);
-    EXPECT_EQ(windows.back().controls.at(3).name, "progressItem");
+    EXPECT_EQ(controls[8].text, "Uninstall");
+    EXPECT_EQ(controls[8].action, "uninstall:");
+    EXPECT_EQ(windows[1].closeAction, "");
+    EXPECT_EQ(windows[1].controls.at(2).kind, Control::Kind::progressBar);
+    EXPECT_EQ(windows[1].controls.at(3).name, "progressItem");
+    EXPECT_EQ(windows[2].name, "windowPutBack");
 }
 
 TEST(InterfaceFile, SaysWhyItCannotBeRead) {
