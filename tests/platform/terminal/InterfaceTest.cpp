@@ -38,10 +38,10 @@ TEST(InterfaceFile, HasTheWindowsWithTheirControlsInOrder) {
     for (const auto& control : controls) {
         names.push_back(control.name);
     }
-    EXPECT_EQ(names, (std::vector<std::string>{"mainIcon", "mainTitle", "mainText",
-                                               "removeSharedCheck", "removeSharedNote",
-                                               "putBackButton", "itemsButton", "cancelButton",
-                                               "uninstallButton"}));
+    EXPECT_EQ(names,
+              (std::vector<std::string>{"mainIcon", "mainTitle", "mainText", "removeSharedCheck",
+                                        "removeSharedNote", "putBackButton", "itemsButton",
+                                        "cancelButton", "uninstallButton"}));
     EXPECT_EQ(controls[1].text, "Uninstall Kelvane");
     EXPECT_EQ(controls[1].textStyle, "title");
     EXPECT_EQ(controls[3].kind, Control::Kind::checkBox);
