@@ -30,6 +30,7 @@ constexpr const char* allPutBack = "Kelvane is back in its place.";
 constexpr const char* somePutBack =
     "Not everything could be put back. What failed is where it was.";
 constexpr const char* inPlaceAgain = "Back in their places";
+constexpr const char* endedEarly = "Not everything could be put back: ";
 constexpr const char* nothingToPutBack = "There is nothing to put back.";
 
 constexpr const char* notRecordedTitle = "Run Not Recorded";
@@ -114,6 +115,10 @@ ItemsDescription itemsPutBack(const std::vector<cli::UndoneItem>& items) {
         add(description.sections, item.isLeft ? item.reason : inPlaceAgain, item.path);
     }
     return description;
+}
+
+ItemsDescription notPutBack(const std::string& reason) {
+    return {.title = putBackTitle, .message = endedEarly + reason, .sections = {}};
 }
 
 ItemsDescription notRecorded(const std::string& reason) {

@@ -112,9 +112,10 @@ ExitStatus finish(cli::Run& run, const records::RunRecorder& recorder, Ending& e
 
 /// Tells the person what was put back, unless the program was asked to end.
 ExitStatus finish(const WindowPutBack& putBack, Ending& ending) {
-    const auto status = cli::statusOf(putBack.items());
+    const auto status = putBack.status();
     if (!ending.loopEnded(status)) {
-        qt::showItems(itemsPutBack(putBack.items()));
+        qt::showItems(putBack.failure().empty() ? itemsPutBack(putBack.items())
+                                                : notPutBack(putBack.failure()));
     }
     return status;
 }
@@ -124,8 +125,8 @@ void outliveDisplay(cli::Run& run, const WindowPutBack& putBack, Ending& ending)
     if (ending.isRunning()) {
         ending.request();
         if (qt::outliveDisplay()) {
-            std::_Exit(static_cast<int>(putBack.hasBegun() ? cli::statusOf(putBack.items())
-                                                           : run.finish().status));
+            std::_Exit(
+                static_cast<int>(putBack.hasBegun() ? putBack.status() : run.finish().status));
         }
     }
 }

@@ -9,6 +9,7 @@
 #include "platform/foundation/Thread.h"
 
 #include <algorithm>
+#include <exception>
 #include <utility>
 
 namespace start {
@@ -17,8 +18,8 @@ namespace {
 
 constexpr const char* putBackReason = "Putting Kelvane back in its place";
 
-/// Returns the runs to put back; none if their records are not usable.
-std::vector<records::RunRecord> lastUninstall(const records::RunRecords& runs) {
+/// Returns the runs that may be offered; none if their records are not usable.
+std::vector<records::RunRecord> usableRuns(const records::RunRecords& runs) {
     try {
         return runs.lastUninstall();
     } catch (const platform::Exception&) {
@@ -33,7 +34,7 @@ WindowPutBack::WindowPutBack(platform::Interface& interface, Recording& recordin
       window_(interface.window(putBackWindowOutlet)),
       bar_(interface.progressIndicator(putBackBarOutlet)),
       item_(interface.label(putBackItemOutlet)), recording_(recording), ending_(ending),
-      runs_(lastUninstall(recording.runs)) {
+      runs_(usableRuns(recording.runs)) {
 }
 
 bool WindowPutBack::isPossible() const {
@@ -42,8 +43,14 @@ bool WindowPutBack::isPossible() const {
 }
 
 void WindowPutBack::begin() {
-    platform::detachNewThread([this] { putBack(); });
     hasBegun_ = true;
+    try {
+        platform::detachNewThread([this] { putBack(); });
+    } catch (const platform::Exception& exception) {
+        failure_ = exception.reason();
+        platform::service<platform::Application>().terminate();
+        return;
+    }
     bar_.setUsesThreadedAnimation(true);
     bar_.startAnimation();
     window_.makeKeyAndOrderFront();
@@ -52,11 +59,17 @@ void WindowPutBack::begin() {
 
 void WindowPutBack::putBack() {
     ending_.runBegins();
-    {
+    try {
         const auto inhibition =
             platform::service<platform::Inhibitors>().inhibitShutdown(uninstaller, putBackReason);
+        // Another run may have ended since the window was opened.
+        runs_ = recording_.runs.lastUninstall();
         items_ =
             cli::undone(records::PutBack(recording_.runs, recording_.jobs, *this).perform(runs_));
+    } catch (const platform::Exception& exception) {
+        failure_ = exception.reason();
+    } catch (const std::exception& exception) {
+        failure_ = exception.what();
     }
     ending_.runEnded();
     platform::service<platform::Application>().performOnMainThread(
@@ -65,6 +78,10 @@ void WindowPutBack::putBack() {
             platform::service<platform::Application>().terminate();
         },
         platform::Wait::untilDone);
+}
+
+cli::ExitStatus WindowPutBack::status() const {
+    return failure_.empty() ? cli::statusOf(items_) : cli::ExitStatus::failed;
 }
 
 void WindowPutBack::itemBegan(const std::string& path) {

@@ -32,6 +32,12 @@ public:
     /// Returns what became of the items, when all is done.
     const std::vector<cli::UndoneItem>& items() const { return items_; }
 
+    /// Returns why it ended early, in the user's words; empty if it did not. When all is done.
+    const std::string& failure() const { return failure_; }
+
+    /// Returns the exit status, when all is done.
+    cli::ExitStatus status() const;
+
     void itemBegan(const std::string& path) override;
 
 private:
@@ -47,6 +53,7 @@ private:
     std::atomic<bool> hasBegun_{false};
     std::size_t number_ = 0;
     std::vector<cli::UndoneItem> items_;
+    std::string failure_;
 };
 
 } // namespace start

@@ -90,6 +90,11 @@ TEST_F(ItemLists, SayWhatIsNotBackAndWhy) {
     EXPECT_EQ(asText(list.sections), "Back in their places\n    /x/a\nNot allowed.\n    /x/b\n");
 }
 
+TEST_F(ItemLists, SayWhyPuttingBackEndedEarly) {
+    EXPECT_EQ(start::notPutBack("line 3: it was edited").message,
+              "Not everything could be put back: line 3: it was edited");
+}
+
 TEST_F(ItemLists, SayThatThereIsNothingToPutBack) {
     EXPECT_EQ(start::itemsPutBack({}).message, "There is nothing to put back.");
 }
