@@ -13,15 +13,15 @@ public:
     static constexpr const char* portName = "Modules";
     virtual ~Modules() = default;
 
-    /// A function of a module. The caller knows its real type, and casts it to that.
+    /// The function of a module: moduleMain(), declared extern "C". The caller knows its real type,
+    /// and casts it to that.
     using Function = void (*)();
 
-    /// Loads the module of this name, unless it is loaded, and returns its function of this name,
-    /// which is declared extern "C". The module uses the functions and objects that the program
-    /// exports, and stays loaded until the process ends. It is a file of the program's own
-    /// installation: nothing else, in particular not the environment, determines where it is.
-    /// The error names the file and the cause.
-    virtual Result<Function> function(const std::string& module, const std::string& name) = 0;
+    /// Loads the module of this name, unless it is loaded, and returns its function. The module
+    /// uses the functions and objects that the program exports, and stays loaded until the process
+    /// ends. It is a file of the program's own installation: nothing else, in particular not the
+    /// environment, determines where it is. The error names the file and the cause.
+    virtual Result<Function> function(const std::string& module) = 0;
 };
 
 } // namespace platform

@@ -53,8 +53,7 @@ void reportFailure(const std::string& reason) {
 WindowMain& loadedWindowMain(const std::string& program) {
     const auto version =
         platform::service<platform::SystemInformation>().bundleVersion().value_or("");
-    const auto function =
-        platform::service<platform::Modules>().function(windowModule + version, windowMainName);
+    const auto function = platform::service<platform::Modules>().function(windowModule + version);
     if (!function) {
         askOnTerminal(program, noWindows + function.error().localizedDescription);
     }

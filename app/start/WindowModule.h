@@ -13,7 +13,8 @@ namespace start {
 /// Called with the reason if there are no windows.
 using WithoutWindows = std::function<void(const std::string&)>;
 
-/// Runs the application in windows to its end, and returns the process's exit status.
+/// The function of the module of the windows: runs the application in windows to its end, and
+/// returns the process's exit status.
 ///
 /// The main window lists on request what a run would remove. If a run leaves something in place, a
 /// last window says what and why, after the alert. Signals that ask the program to end count as
@@ -24,8 +25,5 @@ using WithoutWindows = std::function<void(const std::string&)>;
 using WindowMain = int(int argc, char** argv, const cli::Options& options,
                        const platform::InterfaceFile& interfaceFile, Inventory& inventory,
                        const Awake& awake, const WithoutWindows& withoutWindows);
-
-/// The name of the function of this kind in the module of the windows.
-inline constexpr const char* windowMainName = "kelvaneWindowMain";
 
 } // namespace start

@@ -170,9 +170,9 @@ ExitStatus windowMain(int argc, char** argv, const cli::Options& options,
 
 } // namespace start
 
-int kelvaneWindowMain(int argc, char** argv, const cli::Options& options,
-                      const platform::InterfaceFile& interfaceFile, Inventory& inventory,
-                      const start::Awake& awake, const start::WithoutWindows& withoutWindows) {
+int moduleMain(int argc, char** argv, const cli::Options& options,
+               const platform::InterfaceFile& interfaceFile, Inventory& inventory,
+               const start::Awake& awake, const start::WithoutWindows& withoutWindows) {
     return static_cast<int>(
         start::windowMain(argc, argv, options, interfaceFile, inventory, awake, withoutWindows));
 }

@@ -2,5 +2,5 @@
 
 #include "app/start/WindowModule.h"
 
-/// The only function of the module of the windows: see start::WindowMain.
-extern "C" [[gnu::visibility("default")]] start::WindowMain kelvaneWindowMain;
+/// The function of the module of the windows.
+extern "C" [[gnu::visibility("default")]] start::WindowMain moduleMain;

@@ -17,7 +17,7 @@ Unexpected<Error> lastError() {
 
 } // namespace
 
-Result<Modules::Function> Modules::function(const std::string& module, const std::string& name) {
+Result<Modules::Function> Modules::function(const std::string& module) {
     const auto directory = installationDirectory();
     if (directory.empty()) {
         return Unexpected(Error{.domain = domain,
@@ -28,7 +28,7 @@ Result<Modules::Function> Modules::function(const std::string& module, const std
     if (loaded == nullptr) {
         return lastError();
     }
-    void* symbol = ::dlsym(loaded, name.c_str());
+    void* symbol = ::dlsym(loaded, "moduleMain");
     if (symbol == nullptr) {
         return lastError();
     }

@@ -7,7 +7,7 @@ namespace platform::native {
 /// Shared objects in the installation's directory, named "MODULE.so".
 class Modules final : public platform::Modules {
 public:
-    Result<Function> function(const std::string& module, const std::string& name) override;
+    Result<Function> function(const std::string& module) override;
 };
 
 } // namespace platform::native

@@ -258,9 +258,9 @@ int installationDirectory(const Arguments& /*arguments*/) {
     return 0;
 }
 
-/// Prints what a function of a module returns.
+/// Prints what a module returns.
 int callModule(const Arguments& arguments) {
-    const auto function = platform::native::Modules().function(arguments.at(0), arguments.at(1));
+    const auto function = platform::native::Modules().function(arguments.at(0));
     if (!function) {
         return report(function);
     }

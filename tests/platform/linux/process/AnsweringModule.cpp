@@ -1,7 +1,7 @@
 // A module for the test of modules.
 
-extern "C" [[gnu::visibility("default")]] int answer();
+extern "C" [[gnu::visibility("default")]] int moduleMain();
 
-int answer() {
+int moduleMain() {
     return 42;
 }
