@@ -38,24 +38,25 @@ void reportFailure(const std::string& reason) {
     std::cerr << terminal::inUsersCharacters(line) << std::flush;
 }
 
-/// Replaces this process by one that asks on the terminal after all. That one ends if there is no
-/// terminal.
-[[noreturn]] void askOnTerminal(const std::string& program, const std::string& whyNoDisplay) {
+/// Replaces this process by one that does the same on the terminal after all. That one ends if
+/// there is no terminal.
+[[noreturn]] void useTerminal(const std::string& program, const cli::Options& options,
+                              const std::string& whyNoDisplay) {
     reportFailure("no display: " + whyNoDisplay);
     if (terminal::Dialogue::isTerminal()) {
-        terminal::runAgain({program, cli::terminalOption});
+        terminal::runAgain({program, options.putBack ? cli::putBackOption : cli::terminalOption});
     }
     std::_Exit(static_cast<int>(ExitStatus::nobodyToAsk));
 }
 
 /// Loads the module of the windows, which is of the program's own version, and returns its
-/// function. Asks on the terminal if that fails.
-WindowMain& loadedWindowMain(const std::string& program) {
+/// function. Uses the terminal if that fails.
+WindowMain& loadedWindowMain(const std::string& program, const cli::Options& options) {
     const auto version =
         platform::service<platform::SystemInformation>().bundleVersion().value_or("");
     const auto function = platform::service<platform::Modules>().function(windowModule + version);
     if (!function) {
-        askOnTerminal(program, noWindows + function.error().localizedDescription);
+        useTerminal(program, options, noWindows + function.error().localizedDescription);
     }
     return *reinterpret_cast<WindowMain*>(*function);
 }
@@ -88,11 +89,11 @@ int run(int argc, char** argv, const cli::Options& options,
                                        : terminalMain(options, interfaceFile, inventory, awake));
     }
     if (!platform::isDisplayNamed()) {
-        askOnTerminal(*argv, platform::noDisplayNamed);
+        useTerminal(*argv, options, platform::noDisplayNamed);
     }
-    return loadedWindowMain(*argv)(
+    return loadedWindowMain(*argv, options)(
         argc, argv, options, interfaceFile, inventory, awake,
-        [argv](const std::string& reason) { askOnTerminal(*argv, reason); });
+        [argv, &options](const std::string& reason) { useTerminal(*argv, options, reason); });
 }
 
 } // namespace
