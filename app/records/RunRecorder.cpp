@@ -20,18 +20,9 @@ bool isThere(const std::string& path) {
     return platform::service<platform::FileSystem>().exists(path);
 }
 
-/// Returns the links on the way to an item.
-std::vector<std::string> linksTo(const std::string& itemPath) {
-    std::vector<std::string> links;
-    std::string way;
-    for (const auto& component : path::components(path::deletingLastComponent(itemPath))) {
-        way = path::appending(way, component);
-        const auto item = platform::service<platform::FileSystem>().attributesOfItem(way);
-        if (item && item->kind == platform::ItemKind::link) {
-            links.push_back(way);
-        }
-    }
-    return links;
+bool isLink(const std::string& path) {
+    const auto item = platform::service<platform::FileSystem>().attributesOfItem(path);
+    return item && item->kind == platform::ItemKind::link;
 }
 
 StepEnd endAfter(const TrashResult& result) {
@@ -110,6 +101,24 @@ void RunRecorder::beginStep(const std::string& path, std::optional<RecordedJob> 
                              .end = {}});
     append(beginningOf(record_.steps.back()));
     sync();
+}
+
+/// Returns the links on the way to an item. Looks at each directory once: a plan's items are in few
+/// of them.
+std::vector<std::string> RunRecorder::linksTo(const std::string& itemPath) {
+    std::vector<std::string> links;
+    std::string way;
+    for (const auto& component : path::components(path::deletingLastComponent(itemPath))) {
+        way = path::appending(way, component);
+        const auto [known, isNew] = areLinks_.try_emplace(way);
+        if (isNew) {
+            known->second = isLink(way);
+        }
+        if (known->second) {
+            links.push_back(way);
+        }
+    }
+    return links;
 }
 
 void RunRecorder::endStep(const std::string& path, StepEnd end) {

@@ -4,9 +4,11 @@
 #include "app/records/Jobs.h"
 #include "app/records/RunRecords.h"
 
+#include <map>
 #include <optional>
 #include <set>
 #include <string>
+#include <vector>
 
 namespace records {
 
@@ -43,6 +45,7 @@ private:
     void append(const Json& line);
     void sync();
     bool isLoaded(const std::string& label);
+    std::vector<std::string> linksTo(const std::string& itemPath);
 
     const RunRecords& records_;
     Jobs& jobs_;
@@ -53,6 +56,8 @@ private:
     bool isComplete_ = true;
     /// The labels of the jobs that were loaded when the first was to be removed.
     std::optional<std::set<std::string>> loadedJobs_;
+    /// Whether each directory around the items is a link.
+    std::map<std::string, bool> areLinks_;
 };
 
 } // namespace records
