@@ -14,6 +14,7 @@
 #include "platform/linux/files/FileSystem.h"
 #include "platform/linux/plist/PropertyLists.h"
 #include "platform/linux/process/Installation.h"
+#include "platform/linux/process/Modules.h"
 #include "platform/linux/system/SearchPaths.h"
 #include "platform/linux/system/UserAccount.h"
 #include "tests/support/PortDoubles.h"
@@ -271,6 +272,16 @@ int installationDirectory(const Arguments& /*arguments*/) {
     return 0;
 }
 
+/// Prints what a module returns.
+int callModule(const Arguments& arguments) {
+    const auto function = platform::native::Modules().function(arguments.at(0));
+    if (!function) {
+        return report(function);
+    }
+    std::cout << reinterpret_cast<int (*)()>(*function)() << '\n';
+    return 0;
+}
+
 /// Returns how many of the standard streams are closed.
 int closedStreams(const Arguments& /*arguments*/) {
     platform::installServices();
@@ -334,6 +345,7 @@ const std::map<std::string, std::function<int(const Arguments&)>> commands{
     {"closed-streams", closedStreams},
     {"failing-output", failingOutput},
     {"store-preference", storePreference},
+    {"module", callModule},
     {"move", move},
     {"copy", copy},
     {"create", create},
