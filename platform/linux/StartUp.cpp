@@ -18,6 +18,7 @@
 #include "platform/linux/system/Clock.h"
 #include "platform/linux/system/Console.h"
 #include "platform/linux/system/Inhibitors.h"
+#include "platform/linux/system/LoginAccounts.h"
 #include "platform/linux/system/Preferences.h"
 #include "platform/linux/system/SearchPaths.h"
 #include "platform/linux/system/SystemInformation.h"
@@ -65,6 +66,7 @@ struct LinuxServices {
     native::Workspace workspace{userAccount, searchPaths, propertyLists};
     native::AuthorizationServices authorizationServices;
     native::Inhibitors inhibitors;
+    native::LoginAccounts loginAccounts;
 
     void install() {
         platform::install<Console>(console);
@@ -84,6 +86,7 @@ struct LinuxServices {
         platform::install<Workspace>(workspace);
         platform::install<AuthorizationServices>(authorizationServices);
         platform::install<Inhibitors>(inhibitors);
+        platform::install<LoginAccounts>(loginAccounts);
     }
 };
 
