@@ -142,7 +142,7 @@ std::string lineOf(const AccountResult& account) {
     if (*account.status == ExitStatus::failed) {
         return line + "failed: " + account.reason;
     }
-    const auto removed = line + counted(account.removedCount, "removed");
+    auto removed = line + counted(account.removedCount, "removed");
     if (*account.status == ExitStatus::complete) {
         return removed;
     }

@@ -15,6 +15,7 @@
 #include <exception>
 #include <filesystem>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace start {
@@ -43,7 +44,7 @@ std::string firstLineOf(const std::string& errors) {
 /// Runs the program as one account after the other, on a thread of its own.
 class AllUsers {
 public:
-    AllUsers(const cli::Options& options, TerminalUser& user) : options_(options), user_(user) {
+    AllUsers(cli::Options options, TerminalUser& user) : options_(std::move(options)), user_(user) {
         user_.dialogue.onInterruption([this] {
             isInterrupted_ = true;
             user_.screen.paragraph("The account that has begun goes on to its end.");
