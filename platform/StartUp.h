@@ -1,5 +1,9 @@
 #pragma once
 
+#if __cplusplus < 202002L
+#error "The utility layer needs C++20: compile with -std=c++20 or newer."
+#endif
+
 #include "platform/Windows.h"
 
 #include <functional>
