@@ -45,7 +45,7 @@ CLI::Option* addRunOption(CLI::App& app, Options& options, const std::string& na
                           const std::string& help) {
     return app.add_option(name, options.run, help)
         ->expected(0, 1)
-        ->check(CLI::PositiveNumber)
+        ->check(CLI::Validator(CLI::PositiveNumber).description(""))
         ->type_name("[RUN]");
 }
 
@@ -68,6 +68,10 @@ void addOptions(CLI::App& app, Options& options) {
         app.add_flag("--uninstall", options.uninstall, "Uninstall without a question.");
     app.add_flag("--remove-shared", options.removeShared,
                  "Also remove items shared by all Quillfen products.");
+    app.add_flag("--all-users", options.allUsers,
+                 "With --uninstall, for root: also in the home folder\n"
+                 "of every account, with that account's rights.")
+        ->needs(uninstall);
     auto* quiet = app.add_flag("--quiet", options.quiet,
                                "With --uninstall, --put-back or --yes: print nothing,\n"
                                "ask for no password.");
@@ -77,7 +81,8 @@ void addOptions(CLI::App& app, Options& options) {
     app.add_flag("--json", options.json, "With --list, --list-runs or --show-last: print JSON.");
     auto* report = app.add_option("--report", options.report,
                                   "With --uninstall, --terminal, --put-back or --empty:\n"
-                                  "write to FILE, as JSON, what became of every item.");
+                                  "write to FILE, as JSON, what became of every item.\n"
+                                  "With --quiet, - is standard output.");
     report->type_name("FILE");
     list->excludes(uninstall)->excludes(terminal)->excludes(report)->excludes(quiet);
     terminal->excludes(uninstall)->excludes(quiet);
@@ -141,9 +146,21 @@ void checkTogether(const Options& options) {
     if (options.report && options.report->empty()) {
         throw CLI::ValidationError("--report", "the file has no name");
     }
+    check({options.report == standardOutput, "--report -", {{"--quiet", options.quiet}}});
 }
 
 } // namespace
+
+std::vector<std::string> optionsForAccount(const Options& options) {
+    std::vector<std::string> words{"--uninstall", "--quiet", "--report", standardOutput};
+    if (options.removeShared) {
+        words.emplace_back("--remove-shared");
+    }
+    if (options.empty) {
+        words.emplace_back(emptyOption);
+    }
+    return words;
+}
 
 std::variant<Options, int> parseCommandLine(int argc, char** argv, const std::string& version) {
     CLI::App app(description, "kelvane-uninstaller");

@@ -3,12 +3,14 @@
 #include <optional>
 #include <string>
 #include <variant>
+#include <vector>
 
 namespace cli {
 
 /// The options on the program's command line.
 struct Options {
     bool uninstall = false;
+    bool allUsers = false;
     bool removeShared = false;
     bool quiet = false;
     bool terminal = false;
@@ -25,6 +27,13 @@ struct Options {
     /// Where the report goes.
     std::optional<std::string> report;
 };
+
+/// The report's name that means standard output.
+inline constexpr const char* standardOutput = "-";
+
+/// Returns the words that make the program do as one account, silently, what it was asked to do for
+/// all; its report goes to standard output.
+std::vector<std::string> optionsForAccount(const Options& options);
 
 /// Returns the options, or the status with which the process must end at once: help or the version
 /// was printed on standard output, or an error on standard error.

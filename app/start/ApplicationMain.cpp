@@ -1,5 +1,6 @@
 #include "app/start/ApplicationMain.h"
 
+#include "app/start/AllUsersMain.h"
 #include "app/start/TerminalMain.h"
 #include "app/start/UndoMain.h"
 #include "app/start/WindowModule.h"
@@ -70,8 +71,17 @@ void refuseOtherHome() {
         throw platform::Exception("QFOtherHome", "the home folder " + account.homeDirectory() +
                                                      " belongs to " + *owner + ": run this as " +
                                                      *owner +
-                                                     ", or with sudo -H for root's own items");
+                                                     ", with sudo -H for root's own items, or " +
+                                                     "with --uninstall --all-users for all");
     }
+}
+
+ExitStatus allUsers(const cli::Options& options) {
+    if (platform::service<platform::UserAccount>().realUserId() != superuser) {
+        reportFailure("--all-users is for root");
+        return ExitStatus::usage;
+    }
+    return allUsersMain(options);
 }
 
 int run(int argc, char** argv, const cli::Options& options,
@@ -109,6 +119,9 @@ int applicationMain(int argc, char** argv, const platform::InterfaceFile& interf
     }
     const auto& options = std::get<cli::Options>(parsed);
     try {
+        if (options.allUsers) {
+            return static_cast<int>(allUsers(options));
+        }
         refuseOtherHome();
         if (options.listRuns || options.showLast || (options.putBack && options.list)) {
             return static_cast<int>(recordsMain(options));

@@ -42,6 +42,7 @@ public:
         sum_ += now - std::exchange(launched_, now);
     }
     void terminate() override { child_->terminate(); }
+    void kill() override { child_->kill(); }
     void endOutputWithChild() override { child_->endOutputWithChild(); }
     int terminationStatus() override { return child_->terminationStatus(); }
 

@@ -19,6 +19,7 @@
 #include "platform/linux/system/Clock.h"
 #include "platform/linux/system/Console.h"
 #include "platform/linux/system/Inhibitors.h"
+#include "platform/linux/system/LoginAccounts.h"
 #include "platform/linux/system/Preferences.h"
 #include "platform/linux/system/SearchPaths.h"
 #include "platform/linux/system/SystemInformation.h"
@@ -67,6 +68,7 @@ struct LinuxServices {
     native::AuthorizationServices authorizationServices;
     native::Inhibitors inhibitors;
     native::Modules modules;
+    native::LoginAccounts loginAccounts;
 
     void install() {
         platform::install<Console>(console);
@@ -87,6 +89,7 @@ struct LinuxServices {
         platform::install<AuthorizationServices>(authorizationServices);
         platform::install<Inhibitors>(inhibitors);
         platform::install<Modules>(modules);
+        platform::install<LoginAccounts>(loginAccounts);
     }
 };
 

@@ -52,7 +52,7 @@ def section(title: str) -> str:
 
 class Documents(unittest.TestCase):
     def test_help_has_options(self) -> None:
-        self.assertEqual(15, len(options()))
+        self.assertEqual(16, len(options()))
 
     def test_man_page_has_no_mistake(self) -> None:
         done = subprocess.run(["man", "--warnings=w", "--encoding=utf8", "--local-file",

@@ -30,6 +30,11 @@ public:
     std::unique_ptr<platform::FileStream> openForUpdating(const std::string& path,
                                                           const platform::FileId& spared,
                                                           std::uint64_t expectedSize) override;
+    std::unique_ptr<platform::FileStream> openBeside(const std::string& path,
+                                                     const platform::FileId& spared,
+                                                     std::uint64_t expectedSize) override {
+        return streams_.openBeside(path, spared, expectedSize);
+    }
 
 private:
     platform::FileStreams& streams_;
@@ -65,6 +70,13 @@ public:
     bool isAtEnd() const override { return stream_->isAtEnd(); }
     int errorIndicator() const override { return stream_->errorIndicator(); }
     platform::FileId identity() const override { return stream_->identity(); }
+    platform::Result<void, platform::SystemError>
+    copyMetadata(const platform::FileStream& source) override {
+        return stream_->copyMetadata(source);
+    }
+    platform::Result<void, platform::SystemError> takeName() override {
+        return stream_->takeName();
+    }
 
 private:
     std::unique_ptr<platform::FileStream> stream_;

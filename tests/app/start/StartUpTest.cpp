@@ -483,8 +483,8 @@ TEST_F(StartUpDeathTest, IsRefusedToTheSuperuserInAnotherAccountsHome) {
     account.userId = 0;
     account.homeOwner = "ann";
     EXPECT_EXIT(start([](Interface&, PlanObserver&) { std::abort(); }), ExitedWithCode(1),
-                oneLineWith("the home folder /home/someone belongs to ann: run this as ann, or "
-                            "with sudo -H for root's own items"));
+                oneLineWith("the home folder /home/someone belongs to ann: run this as ann, with "
+                            "sudo -H for root's own items, or with --uninstall --all-users"));
 }
 
 TEST_F(StartUpDeathTest, IsNotRefusedToAUserWhoseHomeBelongsToAnother) {

@@ -318,6 +318,7 @@ public:
     bool isRunning() override { return true; }
     void waitUntilExit() override {}
     void terminate() override { onTerminate_(); }
+    void kill() override { onTerminate_(); }
     void endOutputWithChild() override {}
     int terminationStatus() override { return 0; }
 
