@@ -1,5 +1,6 @@
 #include "app/records/TrashedItems.h"
 
+#include "app/records/Links.h"
 #include "platform/PropertyLists.h"
 #include "platform/Services.h"
 #include "platform/foundation/Path.h"
@@ -20,13 +21,6 @@ std::string identifierOf(const std::string& application) {
     return identifier == nullptr ? "" : platform::text::lowercased(*identifier);
 }
 
-/// Returns whether an item may be what a step's row takes away: for an application, which may have
-/// been anywhere, only the one with the row's identifier.
-bool isOfRow(const RecordedStep& step, const std::string& place) {
-    return step.action != PlanAction::trashBundle ||
-           identifierOf(place) == platform::text::lowercased(step.subject);
-}
-
 } // namespace
 
 bool isRecordedItem(const platform::ItemAttributes& item,
@@ -37,6 +31,23 @@ bool isRecordedItem(const platform::ItemAttributes& item,
     const bool isIdentical = item.id == recorded.id && item.creationDate == recorded.creationDate;
     const bool hasSize = item.kind == platform::ItemKind::directory || item.size == recorded.size;
     return isIdentical || (hasSize && item.modificationDate == recorded.modificationDate);
+}
+
+bool isItemOf(const RecordedStep& step, const std::string& itemPath) {
+    const auto item = platform::service<platform::FileSystem>().attributesOfItem(itemPath);
+    return item && isRecordedItem(*item, step.item) &&
+           (step.action != PlanAction::trashBundle ||
+            identifierOf(itemPath) == platform::text::lowercased(step.subject));
+}
+
+HeldItem::HeldItem(const RecordedStep& step, const std::string& place) {
+    const auto directory = path::deletingLastComponent(place);
+    if (auto held = platform::service<platform::FileSystem>().holdDirectory(
+            directory, linksTo(directory), platform::MissingDirectories::fail)) {
+        directory_ = *std::move(held);
+        path_ = path::appending(directory_->path(), path::lastComponent(place));
+        isThere_ = isItemOf(step, path_);
+    }
 }
 
 TrashedItems::TrashedItems()
@@ -52,8 +63,7 @@ std::optional<std::string> TrashedItems::find(const RecordedStep& step) const {
         if (!isNamed) {
             continue;
         }
-        const auto item = platform::service<platform::FileSystem>().attributesOfItem(place);
-        if (item && isRecordedItem(*item, step.item) && isOfRow(step, place)) {
+        if (isItemOf(step, place)) {
             return place;
         }
     }

@@ -3,6 +3,7 @@
 #include "app/records/RunRecord.h"
 #include "platform/Workspace.h"
 
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -12,6 +13,29 @@ namespace records {
 /// Returns whether an item is the recorded one: by its identity or, as a copy on another volume has
 /// none of that, by its kind, size and modification date.
 bool isRecordedItem(const platform::ItemAttributes& item, const platform::ItemAttributes& recorded);
+
+/// Returns whether the item at a path is the one that a step took away. An application, which may
+/// have been anywhere, must have the identifier of the step's row too.
+bool isItemOf(const RecordedStep& step, const std::string& itemPath);
+
+/// An item of a step in the Trash, by its directory, which is held open.
+class HeldItem {
+public:
+    /// Finds a step's item at its place in the Trash again. A link in place of the directory is not
+    /// followed.
+    HeldItem(const RecordedStep& step, const std::string& place);
+
+    /// Returns whether it was still there.
+    explicit operator bool() const { return isThere_; }
+
+    /// Returns the path of the item through its directory, as long as this object exists.
+    const std::string& path() const { return path_; }
+
+private:
+    std::unique_ptr<platform::HeldDirectory> directory_;
+    std::string path_;
+    bool isThere_ = false;
+};
 
 /// What is in the user's Trash at a moment, to find the items that runs have put there. A step's
 /// record only says what to look for: no item is ever found outside the Trash. Not shared between

@@ -1,5 +1,6 @@
 #include "app/start/ApplicationMain.h"
 
+#include "app/Explanations.h"
 #include "app/start/TerminalMain.h"
 #include "app/start/UndoMain.h"
 #include "app/start/WindowMain.h"
@@ -97,8 +98,8 @@ int applicationMain(int argc, char** argv, const std::string& interfaceFile, Inv
         }
         return options.list ? static_cast<int>(listMain(options, inventory))
                             : run(argc, argv, options, interfaceFile, inventory, awake);
-    } catch (const platform::Exception& exception) {
-        reportFailure(exception.reason());
+    } catch (const std::exception& exception) {
+        reportFailure(explanationOf(exception));
         return static_cast<int>(ExitStatus::failed);
     }
 }

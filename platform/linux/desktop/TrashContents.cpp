@@ -37,8 +37,14 @@ bool isSticky(const std::string& path) {
            (status.st_mode & S_ISVTX) != 0;
 }
 
-std::string infosBeside(const std::string& files) {
-    return path::appending(path::deletingLastComponent(files), "info");
+constexpr const char* infosOfTrash = "info";
+
+/// Opens the directory of the trashinfos beside the open one of the trashed items.
+SystemResult<FileDescriptor> openInfosBeside(int files) {
+    const auto trash = opened(::openat(files, "..", O_PATH | O_DIRECTORY | O_CLOEXEC));
+    return trash ? opened(::openat(trash->get(), infosOfTrash,
+                                   O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC))
+                 : Unexpected(trash.error());
 }
 
 /// A trash directory, or a real directory in its place, by its paths.
@@ -49,8 +55,9 @@ struct TrashPaths {
 };
 
 TrashPaths pathsOf(const std::string& trash) {
-    const auto files = path::appending(trash, filesOfTrash);
-    return {.files = files, .infos = infosBeside(files), .top = "/"};
+    return {.files = path::appending(trash, filesOfTrash),
+            .infos = path::appending(trash, infosOfTrash),
+            .top = "/"};
 }
 
 /// Returns the path that an item had by its trashinfo; empty if it has none.
@@ -125,11 +132,11 @@ SystemResult<void> putBackFromTrash(const std::string& place, const std::string&
     }
     auto moved = moveItem(from->entry(), to->entry());
     if (!moved && moved.error().number.is(EACCES)) {
-        const auto directory = resolvedPath(from->directory.get());
-        const auto infos = opened(
-            ::open(infosBeside(directory).c_str(), O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+        const auto infos = openInfosBeside(from->directory.get());
+        // That is read when the directory has another descriptor, or none.
+        const auto newPath = path::appending(resolvedPath(to->directory.get()), to->name);
         const auto writable = WritableDirectory::make(
-            *from, path, infos ? infos->get() : from->directory.get(), from->name);
+            *from, newPath, infos ? infos->get() : from->directory.get(), from->name);
         if (writable) {
             moved = moveItem(from->entry(), to->entry());
             if (!writable->restore(to->directory.get(), to->name)) {
@@ -146,13 +153,12 @@ SystemResult<void> putBackFromTrash(const std::string& place, const std::string&
 
 void forgetTrashed(const std::string& place) {
     const auto item = findPlace(place);
-    const auto files = item ? resolvedPath(item->directory.get()) : std::string();
-    if (path::lastComponent(files) != filesOfTrash) {
+    if (!item || path::lastComponent(resolvedPath(item->directory.get())) != filesOfTrash ||
+        !failedWith(statusOfEntry(item->directory.get(), item->name), ENOENT)) {
         return;
     }
-    const bool isGone = failedWith(statusOfEntry(item->directory.get(), item->name), ENOENT);
-    if (isGone) {
-        ::unlink(path::appending(infosBeside(files), trashinfoName(item->name)).c_str());
+    if (const auto infos = openInfosBeside(item->directory.get())) {
+        ::unlinkat(infos->get(), trashinfoName(item->name).c_str(), 0);
     }
 }
 

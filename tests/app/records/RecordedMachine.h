@@ -21,6 +21,7 @@
 #include <cerrno>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <set>
 #include <string>
 #include <vector>
@@ -32,6 +33,10 @@ public:
 
     /// The directories whose items only the administrator may move.
     std::set<std::string> closed;
+    /// Called before an item is put back.
+    std::function<void()> beforePuttingBack = [] {};
+    /// The number of every failure to put back, if that fails.
+    int failure = 0;
 
     platform::Result<std::string> recycle(const std::string& directory, const std::string& trash,
                                           const std::string& name) override {
@@ -39,7 +44,13 @@ public:
                                           : Workspace::recycle(directory, trash, name);
     }
     platform::Result<void> putBack(const std::string& place, const std::string& path) override {
-        if (closed.contains(std::filesystem::path(path).parent_path())) {
+        beforePuttingBack();
+        if (failure != 0) {
+            return platform::Unexpected(platform::native::posixError(
+                platform::native::Errno(failure), std::filesystem::path(path).filename().string(),
+                "put back"));
+        }
+        if (closed.contains(std::filesystem::canonical(path.substr(0, path.rfind('/'))))) {
             return platform::Unexpected(denied(path).error());
         }
         return Workspace::putBack(place, path);

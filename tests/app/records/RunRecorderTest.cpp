@@ -29,7 +29,11 @@ public:
     }
     std::unique_ptr<platform::FileStream> openForUpdating(const std::string& path,
                                                           const platform::FileId& spared,
-                                                          std::uint64_t expectedSize) override;
+                                                          std::uint64_t expectedSize) override {
+        return streams_.openForUpdating(path, spared, expectedSize);
+    }
+    platform::Result<std::unique_ptr<platform::FileStream>, platform::SystemError>
+    openExisting(const std::string& path, platform::FileAccess access) override;
 
 private:
     platform::FileStreams& streams_;
@@ -71,11 +75,13 @@ private:
     NotingStreams& notes_;
 };
 
-std::unique_ptr<platform::FileStream> NotingStreams::openForUpdating(const std::string& path,
-                                                                     const platform::FileId& spared,
-                                                                     std::uint64_t expectedSize) {
-    return std::make_unique<NotingStream>(streams_.openForUpdating(path, spared, expectedSize),
-                                          *this);
+platform::Result<std::unique_ptr<platform::FileStream>, platform::SystemError>
+NotingStreams::openExisting(const std::string& path, platform::FileAccess access) {
+    auto stream = streams_.openExisting(path, access);
+    if (!stream) {
+        return stream;
+    }
+    return std::make_unique<NotingStream>(*std::move(stream), *this);
 }
 
 class RunRecorderTest : public RecordedMachine {
@@ -124,6 +130,48 @@ TEST_F(RunRecorderTest, HasAStepOnTheDiskBeforeItIsTaken) {
     recorder.itemBegan(item);
 
     EXPECT_EQ(streams.events, (Lines{"write", "sync"}));
+}
+
+TEST_F(RunRecorderTest, EndsTheRecordWhereItCannotGoOn) {
+    class FailingJobs : public DescribedJobs {
+    public:
+        std::set<std::string> loaded() override { throw std::bad_alloc(); }
+    } failing;
+    const auto program = write(home / "Applications/Quillfen/Kelvane/Lunevar.app/program");
+    const auto file = write(agent("Lunevar"));
+    const auto item = write(cache("Ospenth"));
+    RunRecorder recorder(runs, failing);
+
+    uninstall(recorder);
+
+    EXPECT_EQ(recorder.failure(), "The system has no memory left.");
+    EXPECT_FALSE(exists(program) || exists(file) || exists(item));
+    EXPECT_NO_THROW(stepOf(home / "Applications/Quillfen/Kelvane/Lunevar.app"));
+    EXPECT_FALSE(runs.read(1).isComplete);
+}
+
+TEST_F(RunRecorderTest, FollowsNoLinkInPlaceOfItsDirectory) {
+    const auto elsewhere = home.makeDirectory("elsewhere");
+    home.makeDirectory("user/state/kelvane-uninstaller");
+    ASSERT_EQ(::chmod(elsewhere.c_str(), 0755), 0);
+    std::filesystem::create_symlink(elsewhere, home / "user/state/kelvane-uninstaller/runs");
+    RunRecorder recorder(runs, jobs);
+
+    recorder.begin(RemoveShared::no);
+
+    EXPECT_TRUE(recorder.failure());
+    EXPECT_TRUE(std::filesystem::is_empty(elsewhere));
+    EXPECT_EQ(fileSystem.attributesOfItem(elsewhere)->permissions, 0755U);
+}
+
+TEST_F(RunRecorderTest, FollowsALinkToTheDirectoryOfAllPrograms) {
+    std::filesystem::create_symlink(home.makeDirectory("elsewhere"), home / "user/state");
+    RunRecorder recorder(runs, jobs);
+
+    recorder.begin(RemoveShared::no);
+
+    EXPECT_FALSE(recorder.failure());
+    EXPECT_TRUE(exists(home / "elsewhere/kelvane-uninstaller/runs/1.jsonl"));
 }
 
 TEST_F(RunRecorderTest, TellsWhereInTheTrashAnItemIs) {

@@ -125,6 +125,18 @@ TEST_F(TrashContents, KeepTheModeOfAFolderThatMayNotBeWritten) {
     GTEST_SKIP() << "only root can become a user whom permissions hold back";
 }
 
+TEST_F(TrashContents, AreForgottenThroughNoLink) {
+    home.write("items/a.txt");
+    const auto place = trashed("a.txt");
+    fs::remove(place);
+    fs::rename(homeTrash + "/info", home / "elsewhere");
+    fs::create_symlink(home / "elsewhere", homeTrash + "/info");
+
+    EXPECT_EQ(run({"forget-trashed", place}).status, 0);
+
+    EXPECT_TRUE(exists(home / "elsewhere/a.txt.trashinfo"));
+}
+
 TEST_F(TrashContents, AreForgottenOnlyWhenTheyAreGone) {
     home.write("items/a.txt");
     const auto place = trashed("a.txt");
