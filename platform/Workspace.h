@@ -116,8 +116,9 @@ public:
                                               const std::string& place) = 0;
 
     /// Returns the items in the user's Trash on every volume, in no order. `trash` is the Trash
-    /// directory as the user knows it. What killed processes left there is taken back first.
-    virtual std::vector<ItemInTrash> itemsInTrash(const std::string& trash) = 0;
+    /// directory as the user knows it. What killed processes left there is taken back first. Fails
+    /// if not all of it can be seen.
+    virtual Result<std::vector<ItemInTrash>> itemsInTrash(const std::string& trash) = 0;
 
     /// Moves the item at `place` in the Trash to `path`, and deletes the record of where it came
     /// from. An existing item at `path` is never replaced: that is an error. On failure the item

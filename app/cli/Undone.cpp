@@ -285,12 +285,12 @@ std::string runsAsJson(const records::RunRecords& runs) {
 }
 
 std::string interruptionBefore(const records::RunRecords& runs, unsigned number) {
-    const auto numbers = runs.numbers();
-    const auto before = std::ranges::find_if(numbers, [&](unsigned it) { return it < number; });
-    if (before == numbers.end()) {
-        return {};
-    }
     try {
+        const auto numbers = runs.numbers();
+        const auto before = std::ranges::find_if(numbers, [&](unsigned it) { return it < number; });
+        if (before == numbers.end()) {
+            return {};
+        }
         const auto record = runs.read(*before);
         return record.isComplete || record.isClosed ? std::string() : interrupted + record.date;
     } catch (const platform::Exception&) {

@@ -89,19 +89,24 @@ void Emptying::empty(RunRecord& run, std::vector<ItemEmptied>& items) {
 }
 
 void Emptying::remove(const RecordedStep& step, ItemEmptied& item) {
-    const HeldItem held(step, item.place);
+    const auto held = HeldItem::hold(item.place);
     if (!held) {
+        item.outcome = Emptied::failed;
+        item.reason = held.error().localizedDescription;
+        return;
+    }
+    if (!isItemOf(step, held->path())) {
         item.outcome = Emptied::gone;
         return;
     }
-    const auto removed = platform::service<platform::FileSystem>().removeItem(held.path());
+    const auto removed = platform::service<platform::FileSystem>().removeItem(held->path());
     std::optional<platform::AuthorizationStatus> right;
     if (!removed && takesRight(removed.error())) {
         right = removeWithRight(item.place);
     }
-    if (!isInTrash(held.path())) {
+    if (!isInTrash(held->path())) {
         item.outcome = Emptied::deleted;
-        platform::service<platform::Workspace>().forgetTrashed(held.path());
+        platform::service<platform::Workspace>().forgetTrashed(held->path());
         return;
     }
     item.outcome = Emptied::failed;

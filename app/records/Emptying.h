@@ -39,7 +39,8 @@ public:
     Emptying(const RunRecords& records, UndoObserver& observer)
         : records_(records), observer_(observer) {}
 
-    /// Returns what would become of every item of the runs. Changes nothing.
+    /// Returns what would become of every item of the runs. Changes nothing. Throws as
+    /// TrashedItems() does.
     static std::vector<ItemEmptied> preview(const std::vector<RunRecord>& runs);
 
     /// Deletes the items of the runs, and returns what became of each. Closes the record of a run

@@ -173,15 +173,20 @@ PutBack::Directory PutBack::holdDirectoryOf(const RecordedStep& step) {
 }
 
 void PutBack::move(const RecordedStep& step, const Directory& directory, ItemBack& item) {
-    const HeldItem held(step, item.place);
+    const auto held = HeldItem::hold(item.place);
     if (!held) {
+        fail(item, held.error().localizedDescription);
+        return;
+    }
+    if (!isItemOf(step, held->path())) {
         item.outcome = Back::gone;
         return;
     }
-    const auto moved = directory ? platform::service<platform::Workspace>().putBack(
-                                       held.path(), path::appending((*directory)->path(),
-                                                                    path::lastComponent(step.path)))
-                                 : platform::Unexpected(directory.error());
+    const auto moved =
+        directory ? platform::service<platform::Workspace>().putBack(
+                        held->path(),
+                        path::appending((*directory)->path(), path::lastComponent(step.path)))
+                  : platform::Unexpected(directory.error());
     if (moved) {
         item.outcome = Back::back;
     } else if (isTaken(step.path)) {

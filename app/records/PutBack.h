@@ -48,6 +48,7 @@ public:
         : records_(records), jobs_(jobs), observer_(observer) {}
 
     /// Returns what would become of every item of the runs, newest run first. Changes nothing.
+    /// Throws as TrashedItems() does.
     static std::vector<ItemBack> preview(const std::vector<RunRecord>& runs);
 
     /// Puts the items of the runs back, newest run first, and returns what became of each. Closes

@@ -91,9 +91,12 @@ std::string RunRecords::usersDirectory() {
 }
 
 std::vector<unsigned> RunRecords::numbers() const {
+    const auto entries = disk().contentsOfDirectory(directory_);
+    if (!entries && disk().attributesOfItem(directory_)) {
+        throwUnusable("the records in " + directory_ + " cannot be read");
+    }
     std::vector<unsigned> numbers;
-    for (const auto& entry :
-         disk().contentsOfDirectory(directory_).value_or(std::vector<platform::DirectoryEntry>())) {
+    for (const auto& entry : entries.value_or(std::vector<platform::DirectoryEntry>())) {
         if (const auto number = numberIn(entry.name)) {
             numbers.push_back(*number);
         }

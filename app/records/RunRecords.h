@@ -40,7 +40,8 @@ public:
     /// Returns the directory for the current user's records.
     static std::string usersDirectory();
 
-    /// Returns the numbers of the records, the newest first.
+    /// Returns the numbers of the records, the newest first. Throws platform::Exception
+    /// "QFRecordUnusable" if their directory cannot be read.
     std::vector<unsigned> numbers() const;
 
     /// Returns the path of the record with this number.

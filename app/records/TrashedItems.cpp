@@ -3,6 +3,7 @@
 #include "app/records/Links.h"
 #include "platform/PropertyLists.h"
 #include "platform/Services.h"
+#include "platform/foundation/Exception.h"
 #include "platform/foundation/Path.h"
 #include "platform/foundation/Text.h"
 #include "util/paths/QFLocalPaths.h"
@@ -40,19 +41,24 @@ bool isItemOf(const RecordedStep& step, const std::string& itemPath) {
             identifierOf(itemPath) == platform::text::lowercased(step.subject));
 }
 
-HeldItem::HeldItem(const RecordedStep& step, const std::string& place) {
+platform::Result<HeldItem> HeldItem::hold(const std::string& place) {
     const auto directory = path::deletingLastComponent(place);
-    if (auto held = platform::service<platform::FileSystem>().holdDirectory(
-            directory, linksTo(directory), platform::MissingDirectories::fail)) {
-        directory_ = *std::move(held);
-        path_ = path::appending(directory_->path(), path::lastComponent(place));
-        isThere_ = isItemOf(step, path_);
+    auto held = platform::service<platform::FileSystem>().holdDirectory(
+        directory, linksTo(directory), platform::MissingDirectories::fail);
+    if (!held) {
+        return platform::Unexpected(std::move(held).error());
     }
+    auto item = path::appending((*held)->path(), path::lastComponent(place));
+    return HeldItem(*std::move(held), std::move(item));
 }
 
-TrashedItems::TrashedItems()
-    : items_(
-          platform::service<platform::Workspace>().itemsInTrash(QFLocalPaths::trashDirectory())) {
+TrashedItems::TrashedItems() {
+    auto items =
+        platform::service<platform::Workspace>().itemsInTrash(QFLocalPaths::trashDirectory());
+    if (!items) {
+        throw platform::Exception("QFTrashUnreadable", items.error().localizedDescription);
+    }
+    items_ = *std::move(items);
 }
 
 std::optional<std::string> TrashedItems::find(const RecordedStep& step) const {

@@ -6,6 +6,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace records {
@@ -18,23 +19,22 @@ bool isRecordedItem(const platform::ItemAttributes& item, const platform::ItemAt
 /// have been anywhere, must have the identifier of the step's row too.
 bool isItemOf(const RecordedStep& step, const std::string& itemPath);
 
-/// An item of a step in the Trash, by its directory, which is held open.
+/// An item by its directory, which is held open.
 class HeldItem {
 public:
-    /// Finds a step's item at its place in the Trash again. A link in place of the directory is not
+    /// Holds the directory of an item in the Trash. A link in place of the directory is not
     /// followed.
-    HeldItem(const RecordedStep& step, const std::string& place);
-
-    /// Returns whether it was still there.
-    explicit operator bool() const { return isThere_; }
+    static platform::Result<HeldItem> hold(const std::string& place);
 
     /// Returns the path of the item through its directory, as long as this object exists.
     const std::string& path() const { return path_; }
 
 private:
+    HeldItem(std::unique_ptr<platform::HeldDirectory> directory, std::string path)
+        : directory_(std::move(directory)), path_(std::move(path)) {}
+
     std::unique_ptr<platform::HeldDirectory> directory_;
     std::string path_;
-    bool isThere_ = false;
 };
 
 /// What is in the user's Trash at a moment, to find the items that runs have put there. A step's
@@ -42,7 +42,8 @@ private:
 /// threads.
 class TrashedItems {
 public:
-    /// Looks at the Trash.
+    /// Looks at the Trash. Throws platform::Exception "QFTrashUnreadable" if not all of it can be
+    /// seen.
     TrashedItems();
 
     /// Returns the path in the Trash of a step's item; no value if it is not there, or no longer.

@@ -40,7 +40,11 @@ WindowPutBack::WindowPutBack(platform::Interface& interface, Recording& recordin
 
 bool WindowPutBack::isPossible() const {
     const auto isWaiting = [](const auto& item) { return item.outcome == records::Back::waiting; };
-    return !runs_.empty() && std::ranges::any_of(records::PutBack::preview(runs_), isWaiting);
+    try {
+        return !runs_.empty() && std::ranges::any_of(records::PutBack::preview(runs_), isWaiting);
+    } catch (const platform::Exception&) {
+        return false; // The Trash cannot be seen.
+    }
 }
 
 void WindowPutBack::begin() {

@@ -281,7 +281,8 @@ std::function<void()> RecordingWorkspace::moveTrashed(const std::string& path,
     return [this, place] { ended.push_back(place); };
 }
 
-std::vector<platform::ItemInTrash> RecordingWorkspace::itemsInTrash(const std::string& /*trash*/) {
+platform::Result<std::vector<platform::ItemInTrash>>
+RecordingWorkspace::itemsInTrash(const std::string& /*trash*/) {
     return inTrash;
 }
 

@@ -16,7 +16,9 @@
 #include <sys/statvfs.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <iterator>
 #include <utility>
 
 namespace platform::native {
@@ -68,9 +70,12 @@ std::string formerPath(const TrashPaths& trash, const std::string& name) {
                                                          : path::appending(trash.top, recorded);
 }
 
-void appendItems(const TrashPaths& trash, std::vector<ItemInTrash>& items) {
+SystemResult<void> appendItems(const TrashPaths& trash, std::vector<ItemInTrash>& items) {
     auto directory =
         opened(::open(trash.files.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    if (failedWith(directory, ENOENT, ENOTDIR, ELOOP)) {
+        return {};
+    }
     auto reader = directory ? DirectoryReader::of(*std::move(directory))
                             : SystemResult<DirectoryReader>(Unexpected(directory.error()));
     auto entry = reader ? reader->next() : Unexpected(reader.error());
@@ -79,6 +84,13 @@ void appendItems(const TrashPaths& trash, std::vector<ItemInTrash>& items) {
         items.push_back({path::appending(trash.files, name),
                          trash.infos.empty() ? std::string() : formerPath(trash, name)});
     }
+    return entry ? SystemResult<void>() : Unexpected(entry.error());
+}
+
+/// Returns whether the table of the volumes can be read.
+SystemResult<void> volumesAreKnown() {
+    const auto table = opened(::open("/proc/self/mountinfo", O_RDONLY | O_CLOEXEC));
+    return table ? SystemResult<void>() : Unexpected(table.error());
 }
 
 /// Returns the user's own trash directories on a volume.
@@ -107,19 +119,24 @@ bool mayBeAnybodysWork(const std::string& top) {
 
 } // namespace
 
-std::vector<ItemInTrash> itemsInTrash(const std::string& trash) {
-    std::vector<ItemInTrash> items;
+SystemResult<std::vector<ItemInTrash>> itemsInTrash(const std::string& trash) {
+    auto seen = volumesAreKnown();
+    std::vector<TrashPaths> trashes;
     if (isDirectoryOf(trash, ::geteuid())) {
-        appendItems({trash, {}, {}}, items);
+        trashes.push_back({trash, {}, {}});
     }
-    appendItems(pathsOf(homeTrash()), items);
+    trashes.push_back(pathsOf(homeTrash()));
     for (const auto& volume : mountedLocalVolumes()) {
-        if (::geteuid() == 0 && mayBeAnybodysWork(volume.mountPoint)) {
-            continue;
+        if (::geteuid() != 0 || !mayBeAnybodysWork(volume.mountPoint)) {
+            std::ranges::move(trashesOn(volume.mountPoint), std::back_inserter(trashes));
         }
-        for (const auto& onVolume : trashesOn(volume.mountPoint)) {
-            appendItems(onVolume, items);
-        }
+    }
+    std::vector<ItemInTrash> items;
+    for (const auto& each : trashes) {
+        seen = seen ? appendItems(each, items) : std::move(seen);
+    }
+    if (!seen) {
+        return Unexpected(seen.error());
     }
     return items;
 }

@@ -69,6 +69,14 @@ TEST_F(UndoneTest, SaysWhyItEndedEarlyAndWhatWasDoneByThen) {
     EXPECT_EQ(document["items"].size(), 1U);
 }
 
+TEST_F(UndoneTest, TakesRecordsThatCannotBeReadForNoMissingOnes) {
+    write(runs.file(1).substr(0, runs.file(1).rfind('/')), "a file in place of the directory");
+
+    EXPECT_THROW(runs.lastUninstall(), platform::Exception);
+    EXPECT_THROW(cli::runsAsText(runs), platform::Exception);
+    EXPECT_EQ(cli::interruptionBefore(runs, 1), "");
+}
+
 TEST_F(UndoneTest, ListsItemsForAPerson) {
     EXPECT_EQ(cli::itemsAsText(cli::undone(someBack)), "back          /x/a\n"
                                                        "in its place  /x/b\n"

@@ -124,9 +124,21 @@ TEST_F(EmptyingTest, DeletesNothingBehindALinkInPlaceOfTheTrash) {
     } swapping(home);
     auto last = runs.lastUninstall();
 
-    EXPECT_EQ(Emptying(runs, swapping).perform(last).items.front().outcome, Emptied::gone);
+    EXPECT_EQ(Emptying(runs, swapping).perform(last).items.front().outcome, Emptied::failed);
 
     EXPECT_EQ(contentOf(precious), "content");
+}
+
+TEST_F(EmptyingTest, CallsNothingGoneFromATrashThatItCannotSee) {
+    write(cache("Ospenth"));
+    uninstall();
+    desktop.isReadable = false;
+    auto last = runs.lastUninstall();
+    records::UndoObserver observer;
+
+    EXPECT_NE(Emptying(runs, observer).perform(last).failure, "");
+
+    EXPECT_FALSE(runs.read(1).isClosed);
 }
 
 TEST_F(EmptyingTest, SaysWhyItEndedEarly) {

@@ -173,7 +173,7 @@ TEST_F(PutBackTest, TakesNothingFromBehindALinkInPlaceOfTheTrash) {
     } swapping(home);
     auto last = runs.lastUninstall();
 
-    EXPECT_EQ(PutBack(runs, jobs, swapping).perform(last).items.front().outcome, Back::gone);
+    EXPECT_EQ(PutBack(runs, jobs, swapping).perform(last).items.front().outcome, Back::failed);
 
     EXPECT_EQ(contentOf(precious), "content");
     EXPECT_FALSE(exists(item));
@@ -252,6 +252,19 @@ TEST_F(PutBackTest, KeepsWhatIsDoneWhenItEndsEarly) {
     EXPECT_FALSE(exists(second));
     EXPECT_FALSE(runs.read(1).isClosed);
     EXPECT_EQ(resultOf(putBack(), second).outcome, Back::back);
+}
+
+TEST_F(PutBackTest, CallsNothingGoneFromATrashThatItCannotSee) {
+    write(cache("Ospenth"));
+    uninstall();
+    desktop.isReadable = false;
+    auto last = runs.lastUninstall();
+    records::UndoObserver observer;
+
+    const auto undone = PutBack(runs, jobs, observer).perform(last);
+
+    EXPECT_EQ(undone.failure, "“Trash” couldn’t be read because too many files are open.");
+    EXPECT_TRUE(undone.items.empty());
 }
 
 TEST_F(PutBackTest, SaysWhatIsNoLongerInTheTrash) {

@@ -35,6 +35,8 @@ public:
     std::set<std::string> closed;
     /// Called before an item is put back.
     std::function<void()> beforePuttingBack = [] {};
+    /// Whether the items of the Trash can be listed.
+    bool isReadable = true;
     /// The number of every failure to put back, if that fails.
     int failure = 0;
 
@@ -42,6 +44,14 @@ public:
                                           const std::string& name) override {
         return closed.contains(directory) ? denied(name)
                                           : Workspace::recycle(directory, trash, name);
+    }
+    platform::Result<std::vector<platform::ItemInTrash>>
+    itemsInTrash(const std::string& trash) override {
+        if (!isReadable) {
+            return platform::Unexpected(
+                platform::native::posixError(platform::native::Errno(EMFILE), "Trash", "read"));
+        }
+        return Workspace::itemsInTrash(trash);
     }
     platform::Result<void> putBack(const std::string& place, const std::string& path) override {
         beforePuttingBack();

@@ -155,10 +155,11 @@ int moveTrashedBesideNamesake(const Arguments& arguments) {
 /// Prints the items in a Trash, each with its place and its former path.
 int listTrash(const Arguments& arguments) {
     Desktop desktop;
-    for (const auto& [place, path] : desktop.workspace.itemsInTrash(arguments.at(0))) {
+    const auto items = desktop.workspace.itemsInTrash(arguments.at(0));
+    for (const auto& [place, path] : items.value_or(std::vector<platform::ItemInTrash>())) {
         std::cout << place << " from " << path << '\n';
     }
-    return 0;
+    return items ? 0 : report(platform::Result<void>(platform::Unexpected(items.error())));
 }
 
 int putBack(const Arguments& arguments) {

@@ -80,6 +80,21 @@ TEST_F(TrashContents, OfALinkToElsewhereAreNotTheUsers) {
     EXPECT_EQ(run({"list-trash", trash}).output, "");
 }
 
+TEST_F(TrashContents, AreNotSeenInPartOnly) {
+    if (::getuid() != 0) {
+        GTEST_SKIP() << "only root can become a user whom permissions hold back";
+    }
+    home.write("items/a.txt");
+    trashed("a.txt");
+    ASSERT_EQ(::chmod((homeTrash + "/files").c_str(), 0300), 0);
+    ASSERT_EQ(::chmod(home.path().c_str(), 0755), 0);
+
+    EXPECT_EQ(runChild({"list-trash", trash}, environment,
+                       {"setpriv", "--reuid=65534", "--clear-groups", "--inh-caps=-all", "--"})
+                  .status,
+              1);
+}
+
 TEST_F(TrashContents, GoBackWithNothingLeftInTheTrash) {
     home.write("items/folder/a.txt", "content");
     const auto place = trashed("folder");
