@@ -125,9 +125,10 @@ public:
     /// stays whole in the Trash.
     virtual Result<void> putBack(const std::string& place, const std::string& path) = 0;
 
-    /// Deletes the record of the item that was at `place` in the Trash and that other means have
-    /// moved or deleted. Does nothing if it is still there.
-    virtual void forgetTrashed(const std::string& place) = 0;
+    /// Deletes the record of the item that came from `path`, was at `place` in the Trash, and has
+    /// been moved or deleted by other means. Does nothing if it is still there, or if the record is
+    /// that of an item from elsewhere.
+    virtual void forgetTrashed(const std::string& place, const std::string& path) = 0;
 
     /// Makes what recycle() has moved since the last call durable, with one sync for each volume,
     /// for the end of a batch, and deletes the records that prepareToRecycle() made in vain.

@@ -79,6 +79,8 @@ void Emptying::empty(RunRecord& run, std::vector<ItemEmptied>& items) {
         auto item = trashViewOf(step, trash);
         if (item.outcome == Emptied::waiting) {
             remove(step, item);
+        } else {
+            forget(step);
         }
         isWhole = isWhole && item.outcome != Emptied::failed;
         items.push_back(std::move(item));
@@ -106,7 +108,7 @@ void Emptying::remove(const RecordedStep& step, ItemEmptied& item) {
     }
     if (!isInTrash(held->path())) {
         item.outcome = Emptied::deleted;
-        platform::service<platform::Workspace>().forgetTrashed(held->path());
+        platform::service<platform::Workspace>().forgetTrashed(held->path(), item.path);
         return;
     }
     item.outcome = Emptied::failed;

@@ -136,6 +136,9 @@ void PutBack::putBack(RunRecord& run, const TrashedItems& trash, std::vector<Ite
 ItemBack PutBack::putBack(unsigned run, const RecordedStep& step, const TrashedItems& trash) {
     auto item = viewOf(step, trash);
     if (item.outcome != Back::waiting) {
+        if (item.place.empty()) {
+            forget(step);
+        }
         return item;
     }
     const auto directory = holdDirectoryOf(step);
@@ -206,7 +209,7 @@ void PutBack::moveWithRight(const RecordedStep& step, ItemBack& item) {
     if (isItemOf(step, step.path) && !isTaken(item.place)) {
         item.outcome = Back::back;
         item.reason.clear();
-        platform::service<platform::Workspace>().forgetTrashed(item.place);
+        platform::service<platform::Workspace>().forgetTrashed(item.place, step.path);
     } else if (right) {
         item.reason += std::string(" ") + explanationOf(*right);
     }

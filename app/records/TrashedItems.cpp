@@ -41,6 +41,12 @@ bool isItemOf(const RecordedStep& step, const std::string& itemPath) {
             identifierOf(itemPath) == platform::text::lowercased(step.subject));
 }
 
+void forget(const RecordedStep& step) {
+    if (step.end && !step.end->place.empty()) {
+        platform::service<platform::Workspace>().forgetTrashed(step.end->place, step.path);
+    }
+}
+
 platform::Result<HeldItem> HeldItem::hold(const std::string& place) {
     const auto directory = path::deletingLastComponent(place);
     auto held = platform::service<platform::FileSystem>().holdDirectory(

@@ -37,6 +37,9 @@ private:
     std::string path_;
 };
 
+/// Deletes what a killed process has left in the Trash of a step's item that is no longer there.
+void forget(const RecordedStep& step);
+
 /// What is in the user's Trash at a moment, to find the items that runs have put there. A step's
 /// record only says what to look for: no item is ever found outside the Trash. Not shared between
 /// threads.

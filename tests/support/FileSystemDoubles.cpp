@@ -292,7 +292,7 @@ platform::Result<void> RecordingWorkspace::putBack(const std::string& place,
     return failureIn(errors, place);
 }
 
-void RecordingWorkspace::forgetTrashed(const std::string& place) {
+void RecordingWorkspace::forgetTrashed(const std::string& place, const std::string& /*path*/) {
     forgotten.push_back(place);
 }
 

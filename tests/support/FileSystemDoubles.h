@@ -140,6 +140,6 @@ public:
     platform::Result<std::vector<platform::ItemInTrash>>
     itemsInTrash(const std::string& trash) override;
     platform::Result<void> putBack(const std::string& place, const std::string& path) override;
-    void forgetTrashed(const std::string& place) override;
+    void forgetTrashed(const std::string& place, const std::string& path) override;
     void makeTrashDurable() override;
 };

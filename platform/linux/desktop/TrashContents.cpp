@@ -87,6 +87,28 @@ SystemResult<void> appendItems(const TrashPaths& trash, std::vector<ItemInTrash>
     return entry ? SystemResult<void>() : Unexpected(entry.error());
 }
 
+/// Returns whether a path that a trashinfo records, perhaps relative to a top directory, is this.
+bool isPathOf(const std::string& recorded, const std::string& path) {
+    return recorded.starts_with('/') ? recorded == path
+                                     : !recorded.empty() && path.ends_with('/' + recorded);
+}
+
+/// Deletes the trashinfo of an item that is no longer in a trash directory, if the path that it
+/// records is the right one.
+template <class IsRight>
+void removeTrashinfo(const ItemPlace& item, IsRight isRight) {
+    const auto infos = openInfosBeside(item.directory.get());
+    if (!infos || !failedWith(statusOfEntry(item.directory.get(), item.name), ENOENT)) {
+        return;
+    }
+    const auto name = trashinfoName(item.name);
+    const auto text = readFile(
+        path::appending("/proc/self/fd/" + std::to_string(infos->get()), name), longestTrashinfo);
+    if (text && isRight(recordedPathIn(*text))) {
+        ::unlinkat(infos->get(), name.c_str(), 0);
+    }
+}
+
 /// Returns whether the table of the volumes can be read.
 SystemResult<void> volumesAreKnown() {
     const auto table = opened(::open("/proc/self/mountinfo", O_RDONLY | O_CLOEXEC));
@@ -164,18 +186,15 @@ SystemResult<void> putBackFromTrash(const std::string& place, const std::string&
     if (!moved) {
         return Unexpected(moved.error().number);
     }
-    forgetTrashed(place);
+    removeTrashinfo(*from, [](const std::string& /*recorded*/) { return true; });
     return {};
 }
 
-void forgetTrashed(const std::string& place) {
+void forgetTrashed(const std::string& place, const std::string& path) {
     const auto item = findPlace(place);
-    if (!item || path::lastComponent(resolvedPath(item->directory.get())) != filesOfTrash ||
-        !failedWith(statusOfEntry(item->directory.get(), item->name), ENOENT)) {
-        return;
-    }
-    if (const auto infos = openInfosBeside(item->directory.get())) {
-        ::unlinkat(infos->get(), trashinfoName(item->name).c_str(), 0);
+    if (item && path::lastComponent(resolvedPath(item->directory.get())) == filesOfTrash) {
+        removeTrashinfo(*item,
+                        [&](const std::string& recorded) { return isPathOf(recorded, path); });
     }
 }
 

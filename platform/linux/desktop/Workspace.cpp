@@ -93,8 +93,8 @@ Result<void> Workspace::putBack(const std::string& place, const std::string& pat
     return posixResult(putBackFromTrash(place, path), path::lastComponent(path), "put back");
 }
 
-void Workspace::forgetTrashed(const std::string& place) {
-    native::forgetTrashed(place);
+void Workspace::forgetTrashed(const std::string& place, const std::string& path) {
+    native::forgetTrashed(place, path);
 }
 
 void Workspace::makeTrashDurable() {

@@ -52,7 +52,7 @@ public:
     std::function<void()> moveTrashed(const std::string& path, const std::string& place) override;
     Result<std::vector<ItemInTrash>> itemsInTrash(const std::string& trash) override;
     Result<void> putBack(const std::string& place, const std::string& path) override;
-    void forgetTrashed(const std::string& place) override;
+    void forgetTrashed(const std::string& place, const std::string& path) override;
     void makeTrashDurable() override;
 
 private:

@@ -53,7 +53,18 @@ TEST_F(EmptyingTest, DeletesWhatTheRunTrashedAndNothingElse) {
     EXPECT_EQ(items.front().outcome, Emptied::deleted);
     EXPECT_FALSE(exists(trashed("com.quillfen.Ospenth")));
     EXPECT_TRUE(exists(trashed("letter.txt")));
+    EXPECT_EQ(desktop.forgotten, Lines{"com.quillfen.Ospenth of " + items.front().path});
     EXPECT_TRUE(runs.read(1).isClosed);
+}
+
+TEST_F(EmptyingTest, LeavesNothingInTheTrashOfWhatAKilledOneHasDeleted) {
+    const auto item = write(cache("Ospenth"));
+    uninstall();
+    fs::remove(trashed("com.quillfen.Ospenth"));
+
+    EXPECT_EQ(empty().front().outcome, Emptied::gone);
+
+    EXPECT_EQ(desktop.forgotten, Lines{"com.quillfen.Ospenth of " + item});
 }
 
 TEST_F(EmptyingTest, LeavesAnotherItemThatHasTheName) {

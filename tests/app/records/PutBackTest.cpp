@@ -315,6 +315,7 @@ TEST_F(PutBackTest, MovesWithTheRightWhatTheUserMayNot) {
     EXPECT_EQ(resultOf(putBack(), item).outcome, Back::back);
 
     EXPECT_EQ(administrator.tools().back(), "/bin/mv -f " + place + " " + item);
+    EXPECT_EQ(desktop.forgotten, Lines{"com.quillfen.Ospenth.plist of " + item});
     EXPECT_EQ(contentOf(item), "content");
 }
 
@@ -336,6 +337,17 @@ TEST_F(PutBackTest, AsksForTheRightOnlyOnce) {
     }
     EXPECT_EQ(std::ranges::count(administrator.calls, "copyRights", &AuthorizationCall::operation),
               1);
+}
+
+TEST_F(PutBackTest, LeavesNothingInTheTrashOfWhatAKilledOneHasMoved) {
+    const auto item = write(preferences("Ospenth"));
+    desktop.closed = {home / "Library/Preferences"};
+    uninstall();
+    fs::rename(home / "user/.Trash/com.quillfen.Ospenth.plist", item);
+
+    EXPECT_EQ(resultOf(putBack(), item).outcome, Back::inPlace);
+
+    EXPECT_EQ(desktop.forgotten, Lines{"com.quillfen.Ospenth.plist of " + item});
 }
 
 TEST_F(PutBackTest, GoesOnAfterOneThatFails) {

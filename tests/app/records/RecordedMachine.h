@@ -35,6 +35,8 @@ public:
     std::set<std::string> closed;
     /// Called before an item is put back.
     std::function<void()> beforePuttingBack = [] {};
+    /// The names in the Trash whose trashinfos were deleted, with their items' paths.
+    std::vector<std::string> forgotten;
     /// Whether the items of the Trash can be listed.
     bool isReadable = true;
     /// The number of every failure to put back, if that fails.
@@ -52,6 +54,10 @@ public:
                 platform::native::posixError(platform::native::Errno(EMFILE), "Trash", "read"));
         }
         return Workspace::itemsInTrash(trash);
+    }
+    void forgetTrashed(const std::string& place, const std::string& path) override {
+        forgotten.push_back(place.substr(place.rfind('/') + 1) + " of " + path);
+        Workspace::forgetTrashed(place, path);
     }
     platform::Result<void> putBack(const std::string& place, const std::string& path) override {
         beforePuttingBack();

@@ -169,7 +169,7 @@ int putBack(const Arguments& arguments) {
 
 int forgetTrashed(const Arguments& arguments) {
     Desktop desktop;
-    desktop.workspace.forgetTrashed(arguments.at(0));
+    desktop.workspace.forgetTrashed(arguments.at(0), arguments.at(1));
     return 0;
 }
 

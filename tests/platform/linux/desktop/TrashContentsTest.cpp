@@ -140,6 +140,16 @@ TEST_F(TrashContents, KeepTheModeOfAFolderThatMayNotBeWritten) {
     GTEST_SKIP() << "only root can become a user whom permissions hold back";
 }
 
+TEST_F(TrashContents, AreForgottenOnlyWhenTheyCameFromThere) {
+    home.write("items/a.txt");
+    const auto place = trashed("a.txt");
+    fs::remove(place);
+
+    EXPECT_EQ(run({"forget-trashed", place, items + "/b.txt"}).status, 0);
+
+    EXPECT_TRUE(exists(homeTrash + "/info/a.txt.trashinfo"));
+}
+
 TEST_F(TrashContents, AreForgottenThroughNoLink) {
     home.write("items/a.txt");
     const auto place = trashed("a.txt");
@@ -147,7 +157,7 @@ TEST_F(TrashContents, AreForgottenThroughNoLink) {
     fs::rename(homeTrash + "/info", home / "elsewhere");
     fs::create_symlink(home / "elsewhere", homeTrash + "/info");
 
-    EXPECT_EQ(run({"forget-trashed", place}).status, 0);
+    EXPECT_EQ(run({"forget-trashed", place, items + "/a.txt"}).status, 0);
 
     EXPECT_TRUE(exists(home / "elsewhere/a.txt.trashinfo"));
 }
@@ -155,12 +165,12 @@ TEST_F(TrashContents, AreForgottenThroughNoLink) {
 TEST_F(TrashContents, AreForgottenOnlyWhenTheyAreGone) {
     home.write("items/a.txt");
     const auto place = trashed("a.txt");
-    EXPECT_EQ(run({"forget-trashed", place}).status, 0);
+    EXPECT_EQ(run({"forget-trashed", place, items + "/a.txt"}).status, 0);
     EXPECT_TRUE(strayIn(homeTrash).empty());
     EXPECT_TRUE(exists(place));
     fs::remove(place);
 
-    EXPECT_EQ(run({"forget-trashed", place}).status, 0);
+    EXPECT_EQ(run({"forget-trashed", place, items + "/a.txt"}).status, 0);
 
     EXPECT_TRUE(namesIn(homeTrash + "/info").empty());
 }
