@@ -475,6 +475,22 @@ TEST_F(PutBackTest, UndoesARunThatWasKilledWithTheOneThatFinishedIt) {
     EXPECT_TRUE(runs.read(1).isClosed && runs.read(2).isClosed);
 }
 
+TEST_F(PutBackTest, LeavesAKilledRunAloneThatIsBackAlready) {
+    const auto item = write(cache("Dunmarl"));
+    records::RunRecorder killed(runs, jobs);
+    killed.begin(RemoveShared::no);
+    killed.rowBegan({PlanAction::trash, item, {}});
+    killed.itemBegan(item);
+    putBack();
+    ASSERT_TRUE(runs.read(1).isClosed);
+    uninstall();
+
+    const auto last = runs.lastUninstall();
+
+    ASSERT_EQ(last.size(), 1U);
+    EXPECT_EQ(last.front().number, 2U);
+}
+
 TEST_F(PutBackTest, FindsInPlaceWhatAKilledRunHadNotTakenYet) {
     const auto item = write(cache("Dunmarl"));
     records::RunRecorder killed(runs, jobs);

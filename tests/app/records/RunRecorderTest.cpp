@@ -23,6 +23,7 @@ public:
 
     std::vector<std::string> events;
     bool isFull = false;
+    bool isBroken = false;
 
     std::unique_ptr<platform::FileStream> openForReading(const std::string& path) override {
         return streams_.openForReading(path);
@@ -63,6 +64,9 @@ public:
     void beginSync() override { stream_->beginSync(); }
     platform::Result<void, platform::SystemError> sync() override {
         notes_.events.emplace_back("sync");
+        if (notes_.isBroken) {
+            return platform::Unexpected(platform::SystemError{EIO});
+        }
         return stream_->sync();
     }
     void dropCache() override { stream_->dropCache(); }
@@ -130,6 +134,57 @@ TEST_F(RunRecorderTest, HasAStepOnTheDiskBeforeItIsTaken) {
     recorder.itemBegan(item);
 
     EXPECT_EQ(streams.events, (Lines{"write", "sync"}));
+}
+
+TEST_F(RunRecorderTest, HasTheEndOfTheRunOnTheDisk) {
+    NotingStreams streams(fileStreams);
+    const platform::ScopedService<platform::FileStreams> scope(streams);
+    RunRecorder recorder(runs, jobs);
+    recorder.begin(RemoveShared::no);
+    streams.events.clear();
+
+    recorder.walkEnded();
+
+    EXPECT_EQ(streams.events, (Lines{"write", "sync"}));
+}
+
+TEST_F(RunRecorderTest, TellsThatTheDiskDoesNotTakeTheRecord) {
+    const auto item = write(cache("Ospenth"));
+    NotingStreams streams(fileStreams);
+    streams.isBroken = true;
+    const platform::ScopedService<platform::FileStreams> scope(streams);
+    RunRecorder recorder(runs, jobs);
+    recorder.begin(RemoveShared::no);
+
+    recorder.rowBegan(cacheRow(item));
+    recorder.itemBegan(item);
+
+    EXPECT_EQ(recorder.failure(), "The disk does not take the record.");
+}
+
+TEST_F(RunRecorderTest, WritesToNoFileThatIsSwappedInForItsOwn) {
+    /// Swaps each new file for another name of a precious one.
+    class SwappingFileSystem : public platform::native::FileSystem {
+    public:
+        explicit SwappingFileSystem(std::string file) : precious(std::move(file)) {}
+        platform::Result<void>
+        writeAtomicallyWith(const std::string& path, std::string_view content, unsigned permissions,
+                            const std::optional<platform::FileDate>& date) override {
+            auto written = FileSystem::writeAtomicallyWith(path, content, permissions, date);
+            std::filesystem::remove(path);
+            std::filesystem::create_hard_link(precious, path);
+            return written;
+        }
+        std::string precious;
+    } swapping(write(home / "precious", "precious"));
+    const platform::ScopedService<platform::FileSystem> scope(swapping);
+    RunRecorder recorder(runs, jobs);
+
+    recorder.begin(RemoveShared::no);
+    recorder.walkEnded();
+
+    EXPECT_TRUE(recorder.failure());
+    EXPECT_EQ(contentOf(swapping.precious), "precious");
 }
 
 TEST_F(RunRecorderTest, EndsTheRecordWhereItCannotGoOn) {
@@ -208,6 +263,42 @@ TEST_F(RunRecorderTest, TellsWhatWasLeftInPlace) {
 
     EXPECT_EQ(stepOf(item).end->taken, Taken::left);
     EXPECT_EQ(runs.read(1).isComplete, false);
+}
+
+TEST_F(RunRecorderTest, BelievesNoToolThatSaysItHasMovedAnItem) {
+    const auto item = write(cache("Ospenth"));
+    RunRecorder recorder(runs, jobs);
+    recorder.begin(RemoveShared::no);
+    recorder.rowBegan(cacheRow(item));
+    recorder.itemBegan(item);
+
+    recorder.itemEnded(item, {.outcome = TrashOutcome::handedOver, .place = "/trash/item"});
+    recorder.walkEnded();
+
+    EXPECT_EQ(stepOf(item).end->taken, Taken::left);
+    EXPECT_EQ(runs.read(1).isComplete, false);
+}
+
+TEST_F(RunRecorderTest, AsksOnceWhichJobsAreLoaded) {
+    write(agent("Lunevar"));
+    write(agent("Dunmarl"));
+    write(agent("SoftwareUpdate"));
+    class CountingJobs : public DescribedJobs {
+    public:
+        int asked = 0;
+        std::set<std::string> loaded() override {
+            ++asked;
+            return DescribedJobs::loaded();
+        }
+    } counting;
+    RunRecorder recorder(runs, counting);
+
+    uninstall(recorder);
+
+    EXPECT_GT(std::ranges::count_if(runs.read(1).steps,
+                                    [](const RecordedStep& step) { return step.job.has_value(); }),
+              1);
+    EXPECT_EQ(counting.asked, 1);
 }
 
 TEST_F(RunRecorderTest, SaysNothingOfItemsThatDoNotExist) {
