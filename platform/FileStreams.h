@@ -68,8 +68,11 @@ public:
     virtual Result<void, SystemError> takeName() = 0;
 };
 
+/// What an existing file is opened for.
+enum class FileAccess { reading, updating };
+
 /// Opens files as streams. Paths are absolute, of any length, and may contain any byte except zero;
-/// links are followed. Any thread may call every member.
+/// links are followed, except where a member says otherwise. Any thread may call every member.
 class FileStreams {
 public:
     static constexpr const char* portName = "FileStreams";
@@ -93,6 +96,11 @@ public:
     /// replaced itself.
     virtual std::unique_ptr<FileStream> openBeside(const std::string& path, const FileId& spared,
                                                    std::uint64_t expectedSize) = 0;
+
+    /// Opens a file that exists, for reading and perhaps for writing. A final link is not followed,
+    /// and anything but a file is refused without waiting for it.
+    virtual Result<std::unique_ptr<FileStream>, SystemError> openExisting(const std::string& path,
+                                                                          FileAccess access) = 0;
 };
 
 } // namespace platform

@@ -4,11 +4,9 @@
 #include "app/records/Jobs.h"
 #include "app/records/RunRecords.h"
 
-#include <map>
 #include <optional>
 #include <set>
 #include <string>
-#include <vector>
 
 namespace records {
 
@@ -40,12 +38,15 @@ public:
     const std::optional<std::string>& failure() const { return failure_; }
 
 private:
+    template <class Work>
+    void record(Work work);
+    void beginJobStep(const std::string& label);
     void beginStep(const std::string& path, std::optional<RecordedJob> job);
+    void keep(const std::string& file) const;
     void endStep(const std::string& path, StepEnd end);
     void append(const Json& line);
     void sync();
     bool isLoaded(const std::string& label);
-    std::vector<std::string> linksTo(const std::string& itemPath);
 
     const RunRecords& records_;
     Jobs& jobs_;
@@ -56,8 +57,6 @@ private:
     bool isComplete_ = true;
     /// The labels of the jobs that were loaded when the first was to be removed.
     std::optional<std::set<std::string>> loadedJobs_;
-    /// Whether each directory around the items is a link.
-    std::map<std::string, bool> areLinks_;
 };
 
 } // namespace records

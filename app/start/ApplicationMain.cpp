@@ -1,5 +1,6 @@
 #include "app/start/ApplicationMain.h"
 
+#include "app/Explanations.h"
 #include "app/start/AllUsersMain.h"
 #include "app/start/TerminalMain.h"
 #include "app/start/UndoMain.h"
@@ -128,8 +129,8 @@ int applicationMain(int argc, char** argv, const platform::InterfaceFile& interf
         }
         return options.list ? static_cast<int>(listMain(options, inventory))
                             : run(argc, argv, options, interfaceFile, inventory, awake);
-    } catch (const platform::Exception& exception) {
-        reportFailure(exception.reason());
+    } catch (const std::exception& exception) {
+        reportFailure(explanationOf(exception));
         return static_cast<int>(ExitStatus::failed);
     }
 }

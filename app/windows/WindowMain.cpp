@@ -112,10 +112,9 @@ ExitStatus finish(cli::Run& run, const records::RunRecorder& recorder, Ending& e
 
 /// Tells the person what was put back, unless the program was asked to end.
 ExitStatus finish(const WindowPutBack& putBack, Ending& ending) {
-    const auto status = putBack.status();
+    const auto status = cli::statusOf(putBack.result());
     if (!ending.loopEnded(status)) {
-        qt::showItems(putBack.failure().empty() ? itemsPutBack(putBack.items())
-                                                : notPutBack(putBack.failure()));
+        qt::showItems(itemsPutBack(putBack.result()));
     }
     return status;
 }
@@ -125,8 +124,8 @@ void outliveDisplay(cli::Run& run, const WindowPutBack& putBack, Ending& ending)
     if (ending.isRunning()) {
         ending.request();
         if (qt::outliveDisplay()) {
-            std::_Exit(
-                static_cast<int>(putBack.hasBegun() ? putBack.status() : run.finish().status));
+            std::_Exit(static_cast<int>(putBack.hasBegun() ? cli::statusOf(putBack.result())
+                                                           : run.finish().status));
         }
     }
 }

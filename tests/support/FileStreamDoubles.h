@@ -90,6 +90,15 @@ public:
         return openForUpdating(path + std::string(beside), spared, expectedSize);
     }
 
+    platform::Result<std::unique_ptr<platform::FileStream>, platform::SystemError>
+    openExisting(const std::string& path, platform::FileAccess /*access*/) override {
+        auto stream = openForReading(path);
+        if (!stream) {
+            return platform::Unexpected(platform::SystemError{ENOENT});
+        }
+        return stream;
+    }
+
 private:
     static platform::FileId fileIdOf(const DescribedFile& file) {
         return {.volume = 1, .number = reinterpret_cast<std::uintptr_t>(&file)};

@@ -223,4 +223,21 @@ std::unique_ptr<FileStream> FileStreams::openBeside(const std::string& path, con
                                           fileIdOf(*status), expectedSize);
 }
 
+Result<std::unique_ptr<FileStream>, SystemError> FileStreams::openExisting(const std::string& path,
+                                                                           FileAccess access) {
+    const int flags = access == FileAccess::reading ? O_RDONLY : O_RDWR;
+    auto file = openAtPath(path, flags | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+    if (!file) {
+        return Unexpected(SystemError{file.error().number()});
+    }
+    struct stat status {};
+    if (const auto found = checked(::fstat(file->get(), &status)); !found) {
+        return Unexpected(SystemError{found.error().number()});
+    }
+    if (!S_ISREG(status.st_mode)) {
+        return Unexpected(SystemError{EINVAL});
+    }
+    return std::make_unique<Stream>(*std::move(file), fileIdOf(status), unknownSize);
+}
+
 } // namespace platform::native

@@ -157,10 +157,11 @@ int moveTrashedBesideNamesake(const Arguments& arguments) {
 /// Prints the items in a Trash, each with its place and its former path.
 int listTrash(const Arguments& arguments) {
     Desktop desktop;
-    for (const auto& [place, path] : desktop.workspace.itemsInTrash(arguments.at(0))) {
+    const auto items = desktop.workspace.itemsInTrash(arguments.at(0));
+    for (const auto& [place, path] : items.value_or(std::vector<platform::ItemInTrash>())) {
         std::cout << place << " from " << path << '\n';
     }
-    return 0;
+    return items ? 0 : report(platform::Result<void>(platform::Unexpected(items.error())));
 }
 
 int putBack(const Arguments& arguments) {
@@ -170,7 +171,7 @@ int putBack(const Arguments& arguments) {
 
 int forgetTrashed(const Arguments& arguments) {
     Desktop desktop;
-    desktop.workspace.forgetTrashed(arguments.at(0));
+    desktop.workspace.forgetTrashed(arguments.at(0), arguments.at(1));
     return 0;
 }
 

@@ -324,3 +324,43 @@ TEST(FileStreams, TheEndOfTheStreamClosesTheFile) {
     }
     EXPECT_EQ(openDescriptors(), before);
 }
+
+TEST(FileStreams, OpenAnExistingFileForBoth) {
+    const TemporaryDirectory directory;
+    const auto file = directory.write("file", "content");
+
+    const auto stream = streams.openExisting(file, platform::FileAccess::updating);
+
+    ASSERT_TRUE(stream);
+    EXPECT_EQ(readFrom(**stream, 20), "content");
+    EXPECT_EQ((*stream)->write(std::as_bytes(std::span("more", 4))), 4U);
+    EXPECT_EQ(contentOf(file), "contentmore");
+}
+
+TEST(FileStreams, OpenAnExistingFileThatMayOnlyBeRead) {
+    const TemporaryDirectory directory;
+    const auto file = directory.write("file", "content");
+
+    const auto stream = streams.openExisting(file, platform::FileAccess::reading);
+
+    ASSERT_TRUE(stream);
+    EXPECT_EQ(readFrom(**stream, 20), "content");
+    EXPECT_EQ((*stream)->write(std::as_bytes(std::span("more", 4))), 0U);
+}
+
+TEST(FileStreams, OpenNothingInPlaceOfAnExistingFile) {
+    const TemporaryDirectory directory;
+    directory.write("file");
+    fs::create_symlink(directory / "file", directory / "link");
+    ASSERT_EQ(::mkfifo((directory / "fifo").c_str(), 0600), 0);
+    const auto numberFor = [&](const std::string& path) {
+        const auto stream = streams.openExisting(path, platform::FileAccess::reading);
+        return stream ? 0 : static_cast<int>(stream.error());
+    };
+
+    EXPECT_EQ(numberFor(directory / "link"), ELOOP);
+    EXPECT_EQ(numberFor(directory / "missing"), ENOENT);
+    EXPECT_EQ(numberFor(directory / "fifo"), EINVAL);
+    EXPECT_EQ(numberFor(directory.path()), EINVAL);
+    EXPECT_FALSE(exists(directory / "missing"));
+}
