@@ -1,6 +1,7 @@
 #include "platform/qt/Interface.h"
 
 #include "platform/foundation/Exception.h"
+#include "platform/qt/Accessibility.h"
 #include "platform/qt/Appearance.h"
 
 #include <QAbstractButton>
@@ -96,6 +97,7 @@ Object& made(std::map<std::string, std::unique_ptr<Object>>& objects, const std:
 } // namespace
 
 Interface::Interface(const QString& file) {
+    describeToScreenReaders();
     const auto container = load(file);
     const auto windows = container->findChildren<QWidget*>(QString(), Qt::FindDirectChildrenOnly);
     for (auto* window : windows) {

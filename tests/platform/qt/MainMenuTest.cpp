@@ -239,6 +239,23 @@ TEST_F(MainMenuTest, TellsAScreenReaderWhatEverythingIs) {
               "Moving Kelvane to the Trash");
 }
 
+TEST_F(MainMenuTest, TellsAScreenReaderThatItsWindowsAreWindows) {
+    for (auto* window : {&mainWindow(), &progressWindow()}) {
+        EXPECT_EQ(QAccessible::queryAccessibleInterface(window)->role(), QAccessible::Window);
+    }
+}
+
+TEST_F(MainMenuTest, TellsAScreenReaderThatItIsBusyWhileTheBarIsShown) {
+    auto* bar = progressWindow().findChild<QProgressBar*>();
+    auto* interface = QAccessible::queryAccessibleInterface(bar);
+    EXPECT_EQ(interface->role(), QAccessible::ProgressBar);
+    EXPECT_FALSE(interface->state().busy);
+    bar->setRange(0, 0);
+    EXPECT_TRUE(interface->state().busy);
+    progressWindow().hide();
+    EXPECT_FALSE(interface->state().busy);
+}
+
 TEST_F(MainMenuTest, CannotBeClosedWhileItRuns) {
     auto& window = progressWindow();
     EXPECT_FALSE(window.close());
