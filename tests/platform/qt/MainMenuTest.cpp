@@ -137,6 +137,14 @@ TEST_F(MainMenuTest, StartsOnTheCheckBoxAndGoesToTheListLast) {
     EXPECT_EQ(focused(), "removeSharedCheck");
 }
 
+TEST_F(MainMenuTest, ShowsWhatHasTheFocusFromTheStart) {
+    auto* box = mainWindow().findChild<QCheckBox*>();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&mainWindow()));
+    const auto focused = box->grab().toImage();
+    box->clearFocus();
+    EXPECT_NE(box->grab().toImage(), focused);
+}
+
 TEST_F(MainMenuTest, UninstallsOnReturnOnlyWhenThatButtonHasTheFocus) {
     auto& window = mainWindow();
     QTest::keyClick(QApplication::focusWidget(), Qt::Key_Return);
