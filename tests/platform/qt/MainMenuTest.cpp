@@ -255,13 +255,13 @@ TEST_F(MainMenuTest, TellsAScreenReaderThatItsWindowsAreWindows) {
 
 TEST_F(MainMenuTest, TellsAScreenReaderThatItIsBusyWhileTheBarIsShown) {
     auto* bar = progressWindow().findChild<QProgressBar*>();
-    auto* interface = QAccessible::queryAccessibleInterface(bar);
-    EXPECT_EQ(interface->role(), QAccessible::ProgressBar);
-    EXPECT_FALSE(interface->state().busy);
+    auto* described = QAccessible::queryAccessibleInterface(bar);
+    EXPECT_EQ(described->role(), QAccessible::ProgressBar);
+    EXPECT_FALSE(described->state().busy);
     bar->setRange(0, 0);
-    EXPECT_TRUE(interface->state().busy);
+    EXPECT_TRUE(described->state().busy);
     progressWindow().hide();
-    EXPECT_FALSE(interface->state().busy);
+    EXPECT_FALSE(described->state().busy);
 }
 
 TEST_F(MainMenuTest, CannotBeClosedWhileItRuns) {
