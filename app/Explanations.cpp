@@ -1,5 +1,7 @@
 #include "app/Explanations.h"
 
+#include <new>
+
 const char* explanationOf(platform::AuthorizationStatus right) {
     switch (right) {
     case platform::errAuthorizationSuccess:
@@ -13,4 +15,10 @@ const char* explanationOf(platform::AuthorizationStatus right) {
     default:
         return "The administrator's right cannot be had on this machine.";
     }
+}
+
+std::string explanationOf(const std::exception& exception) {
+    return dynamic_cast<const std::bad_alloc*>(&exception) != nullptr
+               ? "The system has no memory left."
+               : exception.what();
 }

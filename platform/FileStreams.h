@@ -57,10 +57,22 @@ public:
 
     /// Returns the identity of the file.
     virtual FileId identity() const = 0;
+
+    /// Gives the file the owner, the mode, the times and the extended attributes, access control
+    /// lists included, of a file that is open as a stream of the same system. The owner and the
+    /// group are kept if the user may set them, attributes if the volume supports their kind.
+    virtual Result<void, SystemError> copyMetadata(const FileStream& source) = 0;
+
+    /// Gives a file that openBeside() made the name that it is for, in place of what has it; both
+    /// the file and its name are then durable. Does nothing to any other file.
+    virtual Result<void, SystemError> takeName() = 0;
 };
 
+/// What an existing file is opened for.
+enum class FileAccess { reading, updating };
+
 /// Opens files as streams. Paths are absolute, of any length, and may contain any byte except zero;
-/// links are followed. Any thread may call every member.
+/// links are followed, except where a member says otherwise. Any thread may call every member.
 class FileStreams {
 public:
     static constexpr const char* portName = "FileStreams";
@@ -76,6 +88,19 @@ public:
     /// space: the file may become smaller or larger.
     virtual std::unique_ptr<FileStream>
     openForUpdating(const std::string& path, const FileId& spared, std::uint64_t expectedSize) = 0;
+
+    /// As openForUpdating, but makes a new file in the path's directory under a hidden name. It
+    /// gets its name by takeName(), until which a file at the path stays as it is; closed before,
+    /// it is deleted. What a killed process leaves of it, FileSystem::removeAbandonedCopies
+    /// deletes. A path that leads to something else than a file is refused; a link at the path is
+    /// replaced itself.
+    virtual std::unique_ptr<FileStream> openBeside(const std::string& path, const FileId& spared,
+                                                   std::uint64_t expectedSize) = 0;
+
+    /// Opens a file that exists, for reading and perhaps for writing. A final link is not followed,
+    /// and anything but a file is refused without waiting for it.
+    virtual Result<std::unique_ptr<FileStream>, SystemError> openExisting(const std::string& path,
+                                                                          FileAccess access) = 0;
 };
 
 } // namespace platform

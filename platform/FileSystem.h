@@ -5,6 +5,7 @@
 #include "platform/foundation/Result.h"
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -38,6 +39,24 @@ struct ItemAttributes {
     /// Whether the item is protected from being changed, moved or deleted.
     bool immutable = false;
 };
+
+/// A directory that is held open. Not shared between threads.
+class HeldDirectory {
+public:
+    HeldDirectory() = default;
+    virtual ~HeldDirectory() = default;
+    HeldDirectory(const HeldDirectory&) = delete;
+    HeldDirectory& operator=(const HeldDirectory&) = delete;
+    HeldDirectory(HeldDirectory&&) = delete;
+    HeldDirectory& operator=(HeldDirectory&&) = delete;
+
+    /// Returns a path that leads to this very directory for as long as this object exists, whatever
+    /// becomes of its name.
+    virtual std::string path() const = 0;
+};
+
+/// What holdDirectory() does about directories that do not exist.
+enum class MissingDirectories { fail, create };
 
 /// Files and directories as the current user may see and change them, without any privilege.
 ///
@@ -82,6 +101,13 @@ public:
     /// Creates a directory and any missing parents. An existing directory is a success.
     virtual Result<void> createDirectory(const std::string& path) = 0;
 
+    /// Holds the directory at a path open, or creates it with any missing parents first. Follows a
+    /// link on the way, and at its end, only if the path of the link is among `links`; any other is
+    /// an error.
+    virtual Result<std::unique_ptr<HeldDirectory>>
+    holdDirectory(const std::string& path, const std::vector<std::string>& links,
+                  MissingDirectories missing) = 0;
+
     /// Moves the item at `path` to `newPath`. A link is moved itself. An existing item at `newPath`
     /// is never replaced: that is an error. To another volume, the item is copied, the copy is
     /// compared and made durable, and only then is the item removed, so that one of the two is
@@ -97,6 +123,12 @@ public:
     /// Atomically writes a file with exactly this content, replacing an existing one: the path
     /// holds all of the new content or what it held before.
     virtual Result<void> writeAtomically(const std::string& path, std::string_view content) = 0;
+
+    /// Like writeAtomically, but the file has these permission bits (at most 07777) and, if one is
+    /// given, this modification date before it gets its name.
+    virtual Result<void> writeAtomicallyWith(const std::string& path, std::string_view content,
+                                             unsigned permissions,
+                                             const std::optional<FileDate>& date) = 0;
 
     /// Sets the modification date; links are followed.
     virtual Result<void> setModificationDate(const std::string& path, FileDate date) = 0;

@@ -5,13 +5,11 @@
 #endif
 
 #include "platform/Windows.h"
+#include "platform/foundation/Export.h"
 
 #include <functional>
 #include <optional>
 #include <string>
-
-/// Exports a symbol from the library, which hides the implementation of the ports.
-#define QF_EXPORT [[gnu::visibility("default")]]
 
 namespace platform {
 

@@ -116,17 +116,19 @@ public:
                                               const std::string& place) = 0;
 
     /// Returns the items in the user's Trash on every volume, in no order. `trash` is the Trash
-    /// directory as the user knows it. What killed processes left there is taken back first.
-    virtual std::vector<ItemInTrash> itemsInTrash(const std::string& trash) = 0;
+    /// directory as the user knows it. What killed processes left there is taken back first. Fails
+    /// if not all of it can be seen.
+    virtual Result<std::vector<ItemInTrash>> itemsInTrash(const std::string& trash) = 0;
 
     /// Moves the item at `place` in the Trash to `path`, and deletes the record of where it came
     /// from. An existing item at `path` is never replaced: that is an error. On failure the item
     /// stays whole in the Trash.
     virtual Result<void> putBack(const std::string& place, const std::string& path) = 0;
 
-    /// Deletes the record of the item that was at `place` in the Trash and that other means have
-    /// moved or deleted. Does nothing if it is still there.
-    virtual void forgetTrashed(const std::string& place) = 0;
+    /// Deletes the record of the item that came from `path`, was at `place` in the Trash, and has
+    /// been moved or deleted by other means. Does nothing if it is still there, or if the record is
+    /// that of an item from elsewhere.
+    virtual void forgetTrashed(const std::string& place, const std::string& path) = 0;
 
     /// Makes what recycle() has moved since the last call durable, with one sync for each volume,
     /// for the end of a batch, and deletes the records that prepareToRecycle() made in vain.

@@ -18,7 +18,6 @@ constexpr const char* description =
     "Removes Quillfen's Kelvane suite: everything is moved to the Trash.\n"
     "Without options it opens a window or, where there is no display, asks on the terminal.";
 
-constexpr const char* putBackOption = "--put-back";
 constexpr const char* emptyOption = "--empty";
 
 constexpr std::size_t columnWidth = 18;

@@ -41,5 +41,6 @@ std::variant<Options, int> parseCommandLine(int argc, char** argv, const std::st
 
 /// The option that makes the program ask on the terminal.
 inline constexpr const char* terminalOption = "--terminal";
+inline constexpr const char* putBackOption = "--put-back";
 
 } // namespace cli

@@ -22,6 +22,7 @@ constexpr const char* occupied = "Something else is in its place.";
 constexpr const char* gone = "It is no longer in the Trash.";
 constexpr const char* interrupted =
     "This run has finished one that was interrupted. --put-back undoes both. It had begun at ";
+constexpr const char* notEverything = "Not everything could be ";
 constexpr const char* noRun = "No run is recorded.\n";
 constexpr std::size_t wordsWidth = 14;
 
@@ -158,6 +159,35 @@ void forEach(const records::RunRecords& runs, Usable usable, Unusable unusable) 
     }
 }
 
+Json documentOf(const std::string& result, const std::vector<UndoneItem>& items) {
+    auto document = documentHead();
+    document["result"] = result;
+    document["items"] = Json::array();
+    for (const auto& item : items) {
+        Json object = {{"path", platform::text::validUtf8(item.path)}, {"outcome", item.outcome}};
+        if (!item.place.empty()) {
+            object["trashed"] = platform::text::validUtf8(item.place);
+        }
+        if (!item.reason.empty()) {
+            object["reason"] = platform::text::validUtf8(item.reason);
+        }
+        document["items"].push_back(std::move(object));
+    }
+    return document;
+}
+
+/// Returns the name of how undoing ended.
+const char* nameOf(ExitStatus status) {
+    switch (status) {
+    case ExitStatus::complete:
+        return "complete";
+    case ExitStatus::leftInPlace:
+        return "leftInPlace";
+    default:
+        return "failed";
+    }
+}
+
 } // namespace
 
 std::vector<UndoneItem> undone(const std::vector<records::ItemBack>& items) {
@@ -182,15 +212,22 @@ std::vector<UndoneItem> undone(const std::vector<records::ItemEmptied>& items) {
     return all;
 }
 
-ExitStatus statusOf(const std::vector<UndoneItem>& items) {
-    return std::ranges::any_of(items, &UndoneItem::isLeft) ? ExitStatus::leftInPlace
-                                                           : ExitStatus::complete;
+ExitStatus statusOf(const Undone& result) {
+    if (!result.failure.empty()) {
+        return ExitStatus::failed;
+    }
+    return std::ranges::any_of(result.items, &UndoneItem::isLeft) ? ExitStatus::leftInPlace
+                                                                  : ExitStatus::complete;
 }
 
-void tell(const std::vector<UndoneItem>& items, const std::string& done, TextOutput& output) {
+void tell(const Undone& result, const std::string& done, TextOutput& output) {
+    const auto& items = result.items;
     const auto count =
         static_cast<std::size_t>(std::ranges::count(items, false, &UndoneItem::isLeft));
     output.paragraph(counted(count) + ' ' + done + '.');
+    if (!result.failure.empty()) {
+        output.paragraph(notEverything + done + ": " + result.failure);
+    }
     if (count == items.size()) {
         return;
     }
@@ -213,18 +250,13 @@ std::string itemsAsText(const std::vector<UndoneItem>& items) {
 }
 
 std::string itemsAsJson(const std::string& result, const std::vector<UndoneItem>& items) {
-    auto document = documentHead();
-    document["result"] = result;
-    document["items"] = Json::array();
-    for (const auto& item : items) {
-        Json object = {{"path", platform::text::validUtf8(item.path)}, {"outcome", item.outcome}};
-        if (!item.place.empty()) {
-            object["trashed"] = platform::text::validUtf8(item.place);
-        }
-        if (!item.reason.empty()) {
-            object["reason"] = platform::text::validUtf8(item.reason);
-        }
-        document["items"].push_back(std::move(object));
+    return written(documentOf(result, items));
+}
+
+std::string undoneAsJson(const Undone& result) {
+    auto document = documentOf(nameOf(statusOf(result)), result.items);
+    if (!result.failure.empty()) {
+        document["reason"] = platform::text::validUtf8(result.failure);
     }
     return written(document);
 }
@@ -253,12 +285,12 @@ std::string runsAsJson(const records::RunRecords& runs) {
 }
 
 std::string interruptionBefore(const records::RunRecords& runs, unsigned number) {
-    const auto numbers = runs.numbers();
-    const auto before = std::ranges::find_if(numbers, [&](unsigned it) { return it < number; });
-    if (before == numbers.end()) {
-        return {};
-    }
     try {
+        const auto numbers = runs.numbers();
+        const auto before = std::ranges::find_if(numbers, [&](unsigned it) { return it < number; });
+        if (before == numbers.end()) {
+            return {};
+        }
         const auto record = runs.read(*before);
         return record.isComplete || record.isClosed ? std::string() : interrupted + record.date;
     } catch (const platform::Exception&) {

@@ -21,22 +21,34 @@ struct UndoneItem {
     std::string reason;  ///< Why, in the user's words.
 };
 
-/// Returns the results for lists and reports.
+/// What undoing runs came to, for lists and reports.
+using Undone = records::Undone<UndoneItem>;
+
+/// Return the results for lists and reports.
 std::vector<UndoneItem> undone(const std::vector<records::ItemBack>& items);
 std::vector<UndoneItem> undone(const std::vector<records::ItemEmptied>& items);
+template <class Item>
+Undone undone(const records::Undone<Item>& result) {
+    return {undone(result.items), result.failure};
+}
 
-/// Returns `leftInPlace` if an item was left, else `complete`.
-ExitStatus statusOf(const std::vector<UndoneItem>& items);
+/// Returns `failed` if undoing ended early, `leftInPlace` if an item was left, else `complete`.
+ExitStatus statusOf(const Undone& result);
 
-/// Tells the person how many items were done, with `done` as their participle, and which were left.
-void tell(const std::vector<UndoneItem>& items, const std::string& done, TextOutput& output);
+/// Tells the person how many items were done, with `done` as their participle, which were left, and
+/// why it ended early.
+void tell(const Undone& result, const std::string& done, TextOutput& output);
 
 /// Returns the items as lines for a person.
 std::string itemsAsText(const std::vector<UndoneItem>& items);
 
-/// Returns the items as a JSON document for programs. `result` is "preview", "running", "complete",
-/// "leftInPlace" or "cancelled".
+/// Returns the items as a JSON document for programs. `result` is "preview", "running" or
+/// "cancelled".
 std::string itemsAsJson(const std::string& result, const std::vector<UndoneItem>& items);
+
+/// Returns the same for what undoing came to. The result is "complete", "leftInPlace" or "failed",
+/// the last with the reason.
+std::string undoneAsJson(const Undone& result);
 
 /// Returns all recorded runs, the newest first, for a person and as JSON; what is unusable is
 /// listed with the reason.

@@ -60,45 +60,55 @@ std::vector<ItemEmptied> Emptying::preview(const std::vector<RunRecord>& runs) {
     return items;
 }
 
-std::vector<ItemEmptied> Emptying::perform(std::vector<RunRecord>& runs) {
-    std::vector<ItemEmptied> items;
-    for (auto& run : runs) {
-        const TrashedItems trash;
-        bool isWhole = true;
-        for (const auto& step : run.steps) {
-            if (!usesTrash(step)) {
-                continue;
-            }
-            observer_.itemBegan(step.path);
-            auto item = trashViewOf(step, trash);
-            if (item.outcome == Emptied::waiting) {
-                remove(item);
-            }
-            isWhole = isWhole && item.outcome != Emptied::failed;
-            items.push_back(std::move(item));
+Undone<ItemEmptied> Emptying::perform(std::vector<RunRecord>& runs) {
+    return undoneBy<ItemEmptied>([&](std::vector<ItemEmptied>& items) {
+        for (auto& run : runs) {
+            empty(run, items);
         }
-        if (isWhole && !run.isClosed) {
-            records_.close(run);
-        }
-    }
-    return items;
+    });
 }
 
-void Emptying::remove(ItemEmptied& item) {
-    const auto removed = platform::service<platform::FileSystem>().removeItem(item.place);
-    auto right = refusal_;
-    if (!removed && !right) {
-        const auto tool = QFAuthorization::sharedController().startRemoving(item.place);
-        right = tool.right;
-        if (tool.waitUntilExit) {
-            tool.waitUntilExit();
-        } else if (right && *right != platform::errAuthorizationSuccess) {
-            refusal_ = right;
+void Emptying::empty(RunRecord& run, std::vector<ItemEmptied>& items) {
+    const TrashedItems trash;
+    bool isWhole = true;
+    for (const auto& step : run.steps) {
+        if (!usesTrash(step)) {
+            continue;
         }
+        observer_.itemBegan(step.path);
+        auto item = trashViewOf(step, trash);
+        if (item.outcome == Emptied::waiting) {
+            remove(step, item);
+        } else {
+            forget(step);
+        }
+        isWhole = isWhole && item.outcome != Emptied::failed;
+        items.push_back(std::move(item));
     }
-    if (!isInTrash(item.place)) {
+    if (isWhole && !run.isClosed) {
+        records_.close(run);
+    }
+}
+
+void Emptying::remove(const RecordedStep& step, ItemEmptied& item) {
+    const auto held = HeldItem::hold(item.place);
+    if (!held) {
+        item.outcome = Emptied::failed;
+        item.reason = held.error().localizedDescription;
+        return;
+    }
+    if (!isItemOf(step, held->path())) {
+        item.outcome = Emptied::gone;
+        return;
+    }
+    const auto removed = platform::service<platform::FileSystem>().removeItem(held->path());
+    std::optional<platform::AuthorizationStatus> right;
+    if (!removed && takesRight(removed.error())) {
+        right = removeWithRight(item.place);
+    }
+    if (!isInTrash(held->path())) {
         item.outcome = Emptied::deleted;
-        platform::service<platform::Workspace>().forgetTrashed(item.place);
+        platform::service<platform::Workspace>().forgetTrashed(held->path(), item.path);
         return;
     }
     item.outcome = Emptied::failed;
@@ -106,6 +116,20 @@ void Emptying::remove(ItemEmptied& item) {
     if (right) {
         item.reason += std::string(" ") + explanationOf(*right);
     }
+}
+
+/// Returns the platform's answer to the last request for the right.
+std::optional<platform::AuthorizationStatus> Emptying::removeWithRight(const std::string& place) {
+    if (refusal_) {
+        return refusal_;
+    }
+    const auto tool = QFAuthorization::sharedController().startRemoving(place);
+    if (tool.waitUntilExit) {
+        tool.waitUntilExit();
+    } else if (tool.right && *tool.right != platform::errAuthorizationSuccess) {
+        refusal_ = tool.right;
+    }
+    return tool.right;
 }
 
 } // namespace records

@@ -1,7 +1,8 @@
 #pragma once
 
-#include "app/records/PutBack.h"
 #include "app/records/RunRecords.h"
+#include "app/records/TrashedItems.h"
+#include "app/records/Undoing.h"
 #include "platform/AuthorizationServices.h"
 
 #include <optional>
@@ -38,15 +39,18 @@ public:
     Emptying(const RunRecords& records, UndoObserver& observer)
         : records_(records), observer_(observer) {}
 
-    /// Returns what would become of every item of the runs. Changes nothing.
+    /// Returns what would become of every item of the runs. Changes nothing. Throws as
+    /// TrashedItems() does.
     static std::vector<ItemEmptied> preview(const std::vector<RunRecord>& runs);
 
     /// Deletes the items of the runs, and returns what became of each. Closes the record of a run
-    /// of which nothing is in the Trash any more.
-    std::vector<ItemEmptied> perform(std::vector<RunRecord>& runs);
+    /// of which nothing is in the Trash any more. No exception leaves it.
+    Undone<ItemEmptied> perform(std::vector<RunRecord>& runs);
 
 private:
-    void remove(ItemEmptied& item);
+    void empty(RunRecord& run, std::vector<ItemEmptied>& items);
+    void remove(const RecordedStep& step, ItemEmptied& item);
+    std::optional<platform::AuthorizationStatus> removeWithRight(const std::string& place);
 
     const RunRecords& records_;
     UndoObserver& observer_;

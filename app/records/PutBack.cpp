@@ -1,13 +1,12 @@
 #include "app/records/PutBack.h"
 
 #include "app/Explanations.h"
-#include "platform/FileSystem.h"
+#include "app/records/Links.h"
 #include "platform/Services.h"
 #include "platform/UserAccount.h"
 #include "platform/Workspace.h"
 #include "platform/foundation/Path.h"
 #include "util/auth/QFAuthorization.h"
-#include "util/files/QFFileManager.h"
 
 #include <algorithm>
 #include <utility>
@@ -20,7 +19,6 @@ namespace {
 
 constexpr const char* linkInTheWay = "A link is in the way: ";
 constexpr const char* contentUnknown = "Its content could not be read before it was deleted.";
-constexpr const char* directoryMissing = "Its folder does not exist and could not be made.";
 
 platform::FileSystem& fileSystem() {
     return platform::service<platform::FileSystem>();
@@ -28,6 +26,10 @@ platform::FileSystem& fileSystem() {
 
 bool isTaken(const std::string& itemPath) {
     return fileSystem().attributesOfItem(itemPath).has_value();
+}
+
+bool isSuperuser() {
+    return platform::service<platform::UserAccount>().realUserId() == 0;
 }
 
 bool wasTaken(const RecordedStep& step) {
@@ -41,16 +43,12 @@ bool isJobFile(const RecordedStep& step) {
 /// Returns the first link on the way to an item that was no link when the step was recorded; empty
 /// if the way is as it was.
 std::string linkOnTheWay(const RecordedStep& step) {
-    std::string way;
-    for (const auto& component : path::components(path::deletingLastComponent(step.path))) {
-        way = path::appending(way, component);
-        const auto item = fileSystem().attributesOfItem(way);
-        const bool isLink = item && item->kind == platform::ItemKind::link;
-        if (isLink && std::ranges::find(step.links, way) == step.links.end()) {
-            return way;
-        }
-    }
-    return {};
+    const auto links = linksTo(step.path);
+    const auto isNew = [&](const std::string& link) {
+        return std::ranges::find(step.links, link) == step.links.end();
+    };
+    const auto found = std::ranges::find_if(links, isNew);
+    return found == links.end() ? std::string() : *found;
 }
 
 /// Returns what is seen of an item before anything is done.
@@ -69,13 +67,6 @@ ItemBack viewOf(const RecordedStep& step, const TrashedItems& trash) {
         item.outcome = Back::occupied;
     }
     return item;
-}
-
-/// Makes the directory of an item if it is missing.
-bool makeDirectoryOf(const std::string& itemPath) {
-    const auto directory = path::deletingLastComponent(itemPath);
-    return fileSystem().isDirectory(directory) ||
-           QFFileManager::createDirectory(directory, ShouldAuth::yes);
 }
 
 void fail(ItemBack& item, const std::string& reason) {
@@ -116,113 +107,154 @@ std::vector<ItemBack> PutBack::preview(const std::vector<RunRecord>& runs) {
     return items;
 }
 
-std::vector<ItemBack> PutBack::perform(std::vector<RunRecord>& runs) {
-    // Even without a run: looking at the Trash removes what a killed one has prepared there.
-    const TrashedItems trash;
-    std::vector<ItemBack> items;
-    for (auto& run : runs) {
-        bool isWhole = true;
-        for (const auto& step : run.steps) {
-            if (wasTaken(step)) {
-                observer_.itemBegan(step.path);
-                items.push_back(putBack(run.number, step, trash));
-                const auto outcome = items.back().outcome;
-                isWhole = isWhole && (outcome == Back::back || outcome == Back::inPlace);
-            }
+Undone<ItemBack> PutBack::perform(std::vector<RunRecord>& runs) {
+    return undoneBy<ItemBack>([&](std::vector<ItemBack>& items) {
+        // Even without a run: looking at the Trash removes what a killed one has prepared there.
+        const TrashedItems trash;
+        for (auto& run : runs) {
+            putBack(run, trash, items);
         }
-        loadJobs(run);
-        if (isWhole && !run.isClosed) {
-            records_.close(run);
+    });
+}
+
+void PutBack::putBack(RunRecord& run, const TrashedItems& trash, std::vector<ItemBack>& items) {
+    bool isWhole = true;
+    for (const auto& step : run.steps) {
+        if (wasTaken(step)) {
+            observer_.itemBegan(step.path);
+            items.push_back(putBack(run.number, step, trash));
+            const auto outcome = items.back().outcome;
+            isWhole = isWhole && (outcome == Back::back || outcome == Back::inPlace);
         }
     }
-    return items;
+    loadJobs(run);
+    if (isWhole && !run.isClosed) {
+        records_.close(run);
+    }
 }
 
 ItemBack PutBack::putBack(unsigned run, const RecordedStep& step, const TrashedItems& trash) {
     auto item = viewOf(step, trash);
     if (item.outcome != Back::waiting) {
+        if (item.place.empty()) {
+            forget(step);
+        }
         return item;
     }
-    if (const auto link = linkOnTheWay(step); !link.empty()) {
+    const auto directory = holdDirectoryOf(step);
+    const auto itemPath =
+        directory ? path::appending((*directory)->path(), path::lastComponent(step.path))
+                  : std::string();
+    if (const auto link = directory ? std::string() : linkOnTheWay(step); !link.empty()) {
         fail(item, linkInTheWay + link);
-    } else if (!makeDirectoryOf(step.path)) {
-        fail(item, directoryMissing);
-    } else if (isJobFile(step)) {
-        writeJobFile(run, step, item);
+    } else if (!isJobFile(step)) {
+        move(step, directory, item);
+    } else if (directory) {
+        writeJobFile(run, step, itemPath, item);
     } else {
-        move(step, item);
+        fail(item, directory.error().localizedDescription);
     }
-    if (item.outcome == Back::back && step.item.immutable) {
-        static_cast<void>(fileSystem().setImmutable(step.path, true));
+    if (item.outcome == Back::back && step.item.immutable && directory) {
+        static_cast<void>(fileSystem().setImmutable(itemPath, true));
     }
     return item;
 }
 
-void PutBack::move(const RecordedStep& step, ItemBack& item) {
-    const auto moved = platform::service<platform::Workspace>().putBack(item.place, step.path);
+/// Holds the directory that a step's item was in, and makes it if it is missing. Follows no link
+/// that was not there before.
+PutBack::Directory PutBack::holdDirectoryOf(const RecordedStep& step) {
+    const auto directory = path::deletingLastComponent(step.path);
+    auto held =
+        fileSystem().holdDirectory(directory, step.links, platform::MissingDirectories::create);
+    if (held || refusal_ || !takesRight(held.error()) || isSuperuser() ||
+        !QFAuthorization::sharedController().authCreateDir(directory)) {
+        return held;
+    }
+    auto made =
+        fileSystem().holdDirectory(directory, step.links, platform::MissingDirectories::fail);
+    return made ? std::move(made) : std::move(held);
+}
+
+void PutBack::move(const RecordedStep& step, const Directory& directory, ItemBack& item) {
+    const auto held = HeldItem::hold(item.place);
+    if (!held) {
+        fail(item, held.error().localizedDescription);
+        return;
+    }
+    if (!isItemOf(step, held->path())) {
+        item.outcome = Back::gone;
+        return;
+    }
+    const auto moved =
+        directory ? platform::service<platform::Workspace>().putBack(
+                        held->path(),
+                        path::appending((*directory)->path(), path::lastComponent(step.path)))
+                  : platform::Unexpected(directory.error());
     if (moved) {
         item.outcome = Back::back;
     } else if (isTaken(step.path)) {
         item.outcome = Back::occupied;
-    } else if (platform::service<platform::UserAccount>().realUserId() == 0) {
-        fail(item, moved.error().localizedDescription);
     } else {
         item.reason = moved.error().localizedDescription;
-        moveWithRight(step, item);
+        item.outcome = Back::failed;
+        if (takesRight(moved.error()) && !isSuperuser()) {
+            moveWithRight(step, item);
+        }
     }
 }
 
 /// The tool that moves the item replaces nothing: it is the helper's own.
 void PutBack::moveWithRight(const RecordedStep& step, ItemBack& item) {
-    auto right = refusal_;
-    if (!right) {
-        const auto tool = QFAuthorization::sharedController().startMoving(item.place, step.path);
-        right = tool.right;
-        if (tool.waitUntilExit) {
-            tool.waitUntilExit();
-        } else if (right && *right != platform::errAuthorizationSuccess) {
-            refusal_ = right;
-        }
-    }
-    if (isTaken(step.path) && !isTaken(item.place)) {
+    const auto right = refusal_ ? refusal_ : startMoving(step, item);
+    if (isItemOf(step, step.path) && !isTaken(item.place)) {
         item.outcome = Back::back;
         item.reason.clear();
-        platform::service<platform::Workspace>().forgetTrashed(item.place);
-        return;
+        platform::service<platform::Workspace>().forgetTrashed(item.place, step.path);
+    } else if (right) {
+        item.reason += std::string(" ") + explanationOf(*right);
     }
-    fail(item, right ? item.reason + " " + explanationOf(*right) : item.reason);
+}
+
+/// Returns the platform's answer to the last request for the right, once the tool has ended.
+std::optional<platform::AuthorizationStatus> PutBack::startMoving(const RecordedStep& step,
+                                                                  const ItemBack& item) {
+    const auto tool = QFAuthorization::sharedController().startMoving(item.place, step.path);
+    if (tool.waitUntilExit) {
+        tool.waitUntilExit();
+    } else if (tool.right && *tool.right != platform::errAuthorizationSuccess) {
+        refusal_ = tool.right;
+    }
+    return tool.right;
 }
 
 /// The file is made elsewhere with all that it had, and then moved to its place, which replaces
 /// nothing.
-void PutBack::writeJobFile(unsigned run, const RecordedStep& step, ItemBack& item) {
+void PutBack::writeJobFile(unsigned run, const RecordedStep& step, const std::string& itemPath,
+                           ItemBack& item) {
     if (!step.job->content) {
         fail(item, contentUnknown);
         return;
     }
-    auto& files = fileSystem();
-    const auto kept = records_.keptFile(run, step.path);
-    const bool isKept = contentOfFile(kept) == step.job->content;
-    const auto made = isKept ? platform::Result<void>() : makeJobFile(step);
-    const auto moved =
-        made ? files.moveItem(isKept ? kept : records_.unfinishedFile(), step.path) : made;
-    if (moved) {
+    const auto records = records_.hold(platform::MissingDirectories::fail);
+    if (!records) {
+        fail(item, records.error().localizedDescription);
+        return;
+    }
+    auto made = path::appending((*records)->path(), RunRecords::keptFile(run, step.path));
+    auto done = platform::Result<void>();
+    if (contentOfFile(made) != step.job->content) {
+        made = path::appending((*records)->path(), RunRecords::unfinishedFile);
+        done = fileSystem().writeAtomicallyWith(made, *step.job->content, step.item.permissions,
+                                                step.item.modificationDate);
+    }
+    done = done ? fileSystem().moveItem(made, itemPath) : std::move(done);
+    if (done) {
         item.outcome = Back::back;
-    } else if (isTaken(step.path)) {
+    } else if (isTaken(itemPath)) {
         item.outcome = Back::occupied;
     } else {
-        fail(item, moved.error().localizedDescription);
+        fail(item, done.error().localizedDescription);
     }
-}
-
-/// Makes a job's file as it was recorded, at the path of the unfinished file.
-platform::Result<void> PutBack::makeJobFile(const RecordedStep& step) const {
-    auto& files = fileSystem();
-    const auto unfinished = records_.unfinishedFile();
-    auto done = files.writeAtomically(unfinished, *step.job->content);
-    done = done ? files.setPosixPermissions(unfinished, step.item.permissions) : std::move(done);
-    return done ? files.setModificationDate(unfinished, step.item.modificationDate)
-                : std::move(done);
 }
 
 /// Loads the jobs that were loaded before the run, once their programs are back.

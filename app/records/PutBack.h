@@ -3,8 +3,11 @@
 #include "app/records/Jobs.h"
 #include "app/records/RunRecords.h"
 #include "app/records/TrashedItems.h"
+#include "app/records/Undoing.h"
 #include "platform/AuthorizationServices.h"
+#include "platform/FileSystem.h"
 
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -32,20 +35,6 @@ struct ItemBack {
     std::string reason; ///< Why it failed, in the user's words.
 };
 
-/// Is notified while items are put back or deleted, on the thread that does so.
-class UndoObserver {
-public:
-    UndoObserver() = default;
-    virtual ~UndoObserver() = default;
-    UndoObserver(const UndoObserver&) = delete;
-    UndoObserver& operator=(const UndoObserver&) = delete;
-    UndoObserver(UndoObserver&&) = delete;
-    UndoObserver& operator=(UndoObserver&&) = delete;
-
-    /// The item that belongs at the path is next.
-    virtual void itemBegan(const std::string& /*path*/) {}
-};
-
 /// Puts back what runs took away: the items from the Trash, the files of background jobs, and the
 /// jobs. What is done already is found done, so that it can be repeated at any time. Nothing is
 /// ever replaced, and no link that was put in the way is followed.
@@ -59,18 +48,25 @@ public:
         : records_(records), jobs_(jobs), observer_(observer) {}
 
     /// Returns what would become of every item of the runs, newest run first. Changes nothing.
+    /// Throws as TrashedItems() does.
     static std::vector<ItemBack> preview(const std::vector<RunRecord>& runs);
 
     /// Puts the items of the runs back, newest run first, and returns what became of each. Closes
-    /// the record of a run of which everything is in its place.
-    std::vector<ItemBack> perform(std::vector<RunRecord>& runs);
+    /// the record of a run of which everything is in its place. No exception leaves it.
+    Undone<ItemBack> perform(std::vector<RunRecord>& runs);
 
 private:
+    void putBack(RunRecord& run, const TrashedItems& trash, std::vector<ItemBack>& items);
     ItemBack putBack(unsigned run, const RecordedStep& step, const TrashedItems& trash);
-    void move(const RecordedStep& step, ItemBack& item);
+    using Directory = platform::Result<std::unique_ptr<platform::HeldDirectory>>;
+
+    Directory holdDirectoryOf(const RecordedStep& step);
+    void move(const RecordedStep& step, const Directory& directory, ItemBack& item);
     void moveWithRight(const RecordedStep& step, ItemBack& item);
-    void writeJobFile(unsigned run, const RecordedStep& step, ItemBack& item);
-    platform::Result<void> makeJobFile(const RecordedStep& step) const;
+    std::optional<platform::AuthorizationStatus> startMoving(const RecordedStep& step,
+                                                             const ItemBack& item);
+    void writeJobFile(unsigned run, const RecordedStep& step, const std::string& path,
+                      ItemBack& item);
     void loadJobs(const RunRecord& run);
 
     const RunRecords& records_;

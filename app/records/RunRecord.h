@@ -61,6 +61,8 @@ struct RunRecord {
     bool isClosed = false;
     /// Seals the next line.
     LineSeal seal;
+    /// The identity of its file.
+    platform::FileId file;
 };
 
 // The objects of a record's lines, in the order in which they are written.

@@ -1,13 +1,13 @@
 #include "app/records/RunRecorder.h"
 
+#include "app/Explanations.h"
+#include "app/records/Links.h"
 #include "platform/Clock.h"
 #include "platform/FileSystem.h"
 #include "platform/Services.h"
 #include "platform/foundation/Path.h"
 
 #include <utility>
-
-namespace path = platform::path;
 
 namespace records {
 
@@ -18,20 +18,6 @@ constexpr const char* diskFailed = "The disk does not take the record.";
 /// Returns whether a run finds an item at the path: not if it is a link that leads nowhere.
 bool isThere(const std::string& path) {
     return platform::service<platform::FileSystem>().exists(path);
-}
-
-/// Returns the links on the way to an item.
-std::vector<std::string> linksTo(const std::string& itemPath) {
-    std::vector<std::string> links;
-    std::string way;
-    for (const auto& component : path::components(path::deletingLastComponent(itemPath))) {
-        way = path::appending(way, component);
-        const auto item = platform::service<platform::FileSystem>().attributesOfItem(way);
-        if (item && item->kind == platform::ItemKind::link) {
-            links.push_back(way);
-        }
-    }
-    return links;
 }
 
 StepEnd endAfter(const TrashResult& result) {
@@ -49,47 +35,72 @@ StepEnd endAfter(const TrashResult& result) {
 
 } // namespace
 
-void RunRecorder::begin(RemoveShared removeShared) {
-    record_.date = timestamp(platform::now());
-    record_.removeShared = removeShared;
-    auto created = records_.create(record_);
-    if (created) {
-        file_ = *std::move(created);
-    } else {
-        failure_ = std::move(created).error();
+/// Does what records something. What it throws, when memory runs out for example, ends the record
+/// where it is, and nothing else.
+template <class Work>
+void RunRecorder::record(Work work) {
+    try {
+        work();
+    } catch (const std::exception& exception) {
+        file_.reset();
+        failure_ = explanationOf(exception);
     }
+}
+
+void RunRecorder::begin(RemoveShared removeShared) {
+    record([&] {
+        record_.date = timestamp(platform::now());
+        record_.removeShared = removeShared;
+        auto created = records_.create(record_);
+        if (created) {
+            file_ = *std::move(created);
+        } else {
+            failure_ = std::move(created).error();
+        }
+    });
 }
 
 void RunRecorder::rowBegan(const PlanRow& row) {
-    row_ = row;
-    const auto file = row.action == PlanAction::removeAgent ? jobFile(row.subject) : std::nullopt;
-    if (file && file_ && isThere(*file)) {
-        // Without it, the record still has the content.
-        static_cast<void>(platform::service<platform::FileSystem>().copyItem(
-            *file, records_.keptFile(record_.number, *file)));
-        beginStep(*file,
-                  RecordedJob{.content = contentOfFile(*file), .isLoaded = isLoaded(row.subject)});
-    }
+    record([&] {
+        row_ = row;
+        if (row.action == PlanAction::removeAgent) {
+            beginJobStep(row.subject);
+        }
+    });
 }
 
 void RunRecorder::itemBegan(const std::string& path) {
-    beginStep(path, std::nullopt);
+    record([&] { beginStep(path, std::nullopt); });
 }
 
 void RunRecorder::itemEnded(const std::string& path, const TrashResult& result) {
-    endStep(path, isThere(path) ? StepEnd() : endAfter(result));
+    record([&] { endStep(path, isThere(path) ? StepEnd() : endAfter(result)); });
 }
 
 void RunRecorder::rowEnded(const PlanRow& row) {
-    const auto file = row.action == PlanAction::removeAgent ? jobFile(row.subject) : std::nullopt;
-    if (file) {
-        endStep(*file, {.taken = isThere(*file) ? Taken::left : Taken::deleted, .place = {}});
-    }
+    record([&] {
+        const auto file =
+            row.action == PlanAction::removeAgent ? jobFile(row.subject) : std::nullopt;
+        if (file) {
+            endStep(*file, {.taken = isThere(*file) ? Taken::left : Taken::deleted, .place = {}});
+        }
+    });
 }
 
 void RunRecorder::walkEnded() {
-    append(endOfRun(isComplete_));
-    sync();
+    record([&] {
+        append(endOfRun(isComplete_));
+        sync();
+    });
+}
+
+/// Records that a job is about to be removed, if its file exists.
+void RunRecorder::beginJobStep(const std::string& label) {
+    const auto file = jobFile(label);
+    if (file && file_ && isThere(*file)) {
+        keep(*file);
+        beginStep(*file, RecordedJob{.content = contentOfFile(*file), .isLoaded = isLoaded(label)});
+    }
 }
 
 /// Records a step that is about to be taken, if there is an item to take.
@@ -110,6 +121,15 @@ void RunRecorder::beginStep(const std::string& path, std::optional<RecordedJob> 
                              .end = {}});
     append(beginningOf(record_.steps.back()));
     sync();
+}
+
+/// Keeps a copy of a job's file. A failure is ignored: the record still has the content.
+void RunRecorder::keep(const std::string& file) const {
+    if (const auto directory = records_.hold(platform::MissingDirectories::fail)) {
+        static_cast<void>(platform::service<platform::FileSystem>().copyItem(
+            file, platform::path::appending((*directory)->path(),
+                                            RunRecords::keptFile(record_.number, file))));
+    }
 }
 
 void RunRecorder::endStep(const std::string& path, StepEnd end) {

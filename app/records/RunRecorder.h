@@ -38,7 +38,11 @@ public:
     const std::optional<std::string>& failure() const { return failure_; }
 
 private:
+    template <class Work>
+    void record(Work work);
+    void beginJobStep(const std::string& label);
     void beginStep(const std::string& path, std::optional<RecordedJob> job);
+    void keep(const std::string& file) const;
     void endStep(const std::string& path, StepEnd end);
     void append(const Json& line);
     void sync();

@@ -1,5 +1,6 @@
 #include "app/records/RunRecords.h"
 
+#include "app/records/Links.h"
 #include "platform/FileSystem.h"
 #include "platform/Services.h"
 #include "platform/UserAccount.h"
@@ -21,7 +22,6 @@ namespace records {
 namespace {
 
 constexpr const char* extension = ".jsonl";
-constexpr const char* unfinishedName = ".new";
 constexpr unsigned directoryMode = 0700;
 constexpr unsigned fileMode = 0600;
 constexpr const char* unwritable = "The file of the record can’t be written.";
@@ -30,9 +30,26 @@ platform::FileSystem& disk() {
     return platform::service<platform::FileSystem>();
 }
 
-std::unique_ptr<platform::FileStream> openedForUpdating(const std::string& file) {
-    constexpr std::uint64_t unknownSize = 0;
-    return platform::service<platform::FileStreams>().openForUpdating(file, {}, unknownSize);
+std::string nameOf(unsigned number) {
+    return std::to_string(number) + extension;
+}
+
+auto opened(const std::string& file, platform::FileAccess access) {
+    return platform::service<platform::FileStreams>().openExisting(file, access);
+}
+
+/// Reads the rest of a file. Returns nullopt if that fails or is too much.
+std::optional<std::string> contentOf(platform::FileStream& stream) {
+    constexpr std::size_t most = 1U << 24U;
+    constexpr std::size_t blockSize = 65536;
+    std::string content;
+    std::array<std::byte, blockSize> block{};
+    while (!stream.isAtEnd() && stream.errorIndicator() == 0 && content.size() <= most) {
+        const auto count = stream.read(block);
+        content.append(reinterpret_cast<const char*>(block.data()), count);
+    }
+    const bool isWhole = stream.errorIndicator() == 0 && content.size() <= most;
+    return isWhole ? std::optional(std::move(content)) : std::nullopt;
 }
 
 bool writeWhole(platform::FileStream& stream, std::string_view text) {
@@ -44,9 +61,8 @@ bool writeWhole(platform::FileStream& stream, std::string_view text) {
 std::optional<unsigned> numberIn(const std::string& name) {
     unsigned number = 0;
     const auto [end, error] = std::from_chars(name.data(), name.data() + name.size(), number);
-    return error == std::errc() && number > 0 && std::to_string(number) + extension == name
-               ? std::optional(number)
-               : std::nullopt;
+    return error == std::errc() && number > 0 && nameOf(number) == name ? std::optional(number)
+                                                                        : std::nullopt;
 }
 
 bool tookSomething(const RunRecord& record) {
@@ -75,9 +91,12 @@ std::string RunRecords::usersDirectory() {
 }
 
 std::vector<unsigned> RunRecords::numbers() const {
+    const auto entries = disk().contentsOfDirectory(directory_);
+    if (!entries && disk().attributesOfItem(directory_)) {
+        throwUnusable("the records in " + directory_ + " cannot be read");
+    }
     std::vector<unsigned> numbers;
-    for (const auto& entry :
-         disk().contentsOfDirectory(directory_).value_or(std::vector<platform::DirectoryEntry>())) {
+    for (const auto& entry : entries.value_or(std::vector<platform::DirectoryEntry>())) {
         if (const auto number = numberIn(entry.name)) {
             numbers.push_back(*number);
         }
@@ -87,25 +106,30 @@ std::vector<unsigned> RunRecords::numbers() const {
 }
 
 std::string RunRecords::file(unsigned number) const {
-    return path::appending(directory_, std::to_string(number) + extension);
+    return path::appending(directory_, nameOf(number));
 }
 
-std::string RunRecords::keptFile(unsigned number, const std::string& jobFile) const {
-    return path::appending(directory_, std::to_string(number) + '.' + path::lastComponent(jobFile));
+std::string RunRecords::keptFile(unsigned number, const std::string& jobFile) {
+    return std::to_string(number) + '.' + path::lastComponent(jobFile);
 }
 
-std::string RunRecords::unfinishedFile() const {
-    return path::appending(directory_, unfinishedName);
+platform::Result<std::unique_ptr<platform::HeldDirectory>>
+RunRecords::hold(platform::MissingDirectories missing) const {
+    return disk().holdDirectory(directory_, linksTo(path::deletingLastComponent(directory_)),
+                                missing);
 }
 
 RunRecord RunRecords::read(unsigned number) const {
     const auto name = file(number);
-    const auto text = contentOfFile(name);
+    const auto stream = opened(name, platform::FileAccess::reading);
+    const auto text = stream ? contentOf(**stream) : std::nullopt;
     if (!text) {
         throwUnusable("there is no record " + name + " that can be read");
     }
     try {
-        return parsedRecord(number, *text);
+        auto record = parsedRecord(number, *text);
+        record.file = (*stream)->identity();
+        return record;
     } catch (const platform::Exception& exception) {
         throwUnusable(name + ", " + exception.reason());
     }
@@ -126,55 +150,50 @@ std::vector<RunRecord> RunRecords::lastUninstall() const {
 }
 
 platform::Result<RecordFile, std::string> RunRecords::create(RunRecord& record) const {
-    const auto unfinished = unfinishedFile();
+    const auto directory = hold(platform::MissingDirectories::create);
+    if (!directory) {
+        return platform::Unexpected(directory.error().localizedDescription);
+    }
+    const auto held = (*directory)->path();
+    const auto unfinished = path::appending(held, unfinishedFile);
     const auto head = record.seal.sealed(headOf(record));
     auto& files = disk();
-    auto made = files.createDirectory(directory_);
-    made = made ? files.setPosixPermissions(directory_, directoryMode) : std::move(made);
-    made = made ? files.writeAtomically(unfinished, head) : std::move(made);
-    made = made ? files.setPosixPermissions(unfinished, fileMode) : std::move(made);
+    auto made = files.setPosixPermissions(held, directoryMode);
+    made = made ? files.writeAtomicallyWith(unfinished, head, fileMode, {}) : std::move(made);
     if (!made) {
         return platform::Unexpected(made.error().localizedDescription);
     }
-    const auto former = numbers();
-    record.number = former.empty() ? 1 : former.front() + 1;
-    if (const auto named = files.moveItem(unfinished, file(record.number)); !named) {
-        return platform::Unexpected(named.error().localizedDescription);
-    }
-    auto stream = openedForUpdating(file(record.number));
-    if (!stream || !stream->seek(head.size())) {
+    auto stream = opened(unfinished, platform::FileAccess::updating);
+    if (!stream || contentOf(**stream) != head) {
         return platform::Unexpected(std::string(unwritable));
     }
-    return RecordFile(std::move(stream));
+    const auto former = numbers();
+    record.number = former.empty() ? 1 : former.front() + 1;
+    record.file = (*stream)->identity();
+    if (const auto named = files.moveItem(unfinished, path::appending(held, nameOf(record.number)));
+        !named) {
+        record.number = 0;
+        return platform::Unexpected(named.error().localizedDescription);
+    }
+    return RecordFile(*std::move(stream));
 }
 
 void RunRecords::close(RunRecord& record) const {
-    const auto text = contentOfFile(file(record.number));
-    auto stream = text ? openedForUpdating(file(record.number)) : nullptr;
-    if (stream && stream->seek(text->size())) {
-        static_cast<void>(RecordFile(std::move(stream)).append(record.seal.sealed(closure())));
-        record.isClosed = true;
+    const auto directory = hold(platform::MissingDirectories::fail);
+    if (!directory) {
+        return;
+    }
+    auto stream = opened(path::appending((*directory)->path(), nameOf(record.number)),
+                         platform::FileAccess::updating);
+    // At its end, a line can be added.
+    if (stream && (*stream)->identity() == record.file && contentOf(**stream)) {
+        record.isClosed = RecordFile(*std::move(stream)).append(record.seal.sealed(closure()));
     }
 }
 
 std::optional<std::string> contentOfFile(const std::string& file) {
-    constexpr std::size_t most = 1U << 24U;
-    constexpr std::size_t blockSize = 65536;
-    const auto attributes = disk().attributesOfItem(file);
-    if (!attributes || attributes->kind != platform::ItemKind::file || attributes->size > most) {
-        return std::nullopt;
-    }
-    const auto stream = platform::service<platform::FileStreams>().openForReading(file);
-    if (!stream) {
-        return std::nullopt;
-    }
-    std::string content;
-    std::array<std::byte, blockSize> block{};
-    while (!stream->isAtEnd() && stream->errorIndicator() == 0 && content.size() <= most) {
-        const auto count = stream->read(block);
-        content.append(reinterpret_cast<const char*>(block.data()), count);
-    }
-    return stream->errorIndicator() == 0 ? std::optional(std::move(content)) : std::nullopt;
+    const auto stream = opened(file, platform::FileAccess::reading);
+    return stream ? contentOf(**stream) : std::nullopt;
 }
 
 } // namespace records

@@ -40,18 +40,24 @@ public:
     /// Returns the directory for the current user's records.
     static std::string usersDirectory();
 
-    /// Returns the numbers of the records, the newest first.
+    /// Returns the numbers of the records, the newest first. Throws platform::Exception
+    /// "QFRecordUnusable" if their directory cannot be read.
     std::vector<unsigned> numbers() const;
 
     /// Returns the path of the record with this number.
     std::string file(unsigned number) const;
 
-    /// Returns the path of the copy of a job's file that is kept beside a run's record, for what a
+    /// Returns the name of the copy of a job's file that is kept beside a run's record, for what a
     /// record does not have: its extended attributes and access list.
-    std::string keptFile(unsigned number, const std::string& jobFile) const;
+    static std::string keptFile(unsigned number, const std::string& jobFile);
 
-    /// Returns the path of a file that does not exist, except while a new one is made.
-    std::string unfinishedFile() const;
+    /// The name of a file that does not exist, except while a new one is made.
+    static constexpr const char* unfinishedFile = ".new";
+
+    /// Holds the directory of the records open. A link in its place, or in place of the program's
+    /// own directory around it, is not followed.
+    platform::Result<std::unique_ptr<platform::HeldDirectory>>
+    hold(platform::MissingDirectories missing) const;
 
     /// Returns a record. Throws platform::Exception "QFRecordUnusable" if it does not exist or
     /// cannot be read, as parsedRecord() does with the file's path before the line.

@@ -1,7 +1,9 @@
 #include "app/records/TrashedItems.h"
 
+#include "app/records/Links.h"
 #include "platform/PropertyLists.h"
 #include "platform/Services.h"
+#include "platform/foundation/Exception.h"
 #include "platform/foundation/Path.h"
 #include "platform/foundation/Text.h"
 #include "util/paths/QFLocalPaths.h"
@@ -20,13 +22,6 @@ std::string identifierOf(const std::string& application) {
     return identifier == nullptr ? "" : platform::text::lowercased(*identifier);
 }
 
-/// Returns whether an item may be what a step's row takes away: for an application, which may have
-/// been anywhere, only the one with the row's identifier.
-bool isOfRow(const RecordedStep& step, const std::string& place) {
-    return step.action != PlanAction::trashBundle ||
-           identifierOf(place) == platform::text::lowercased(step.subject);
-}
-
 } // namespace
 
 bool isRecordedItem(const platform::ItemAttributes& item,
@@ -39,9 +34,37 @@ bool isRecordedItem(const platform::ItemAttributes& item,
     return isIdentical || (hasSize && item.modificationDate == recorded.modificationDate);
 }
 
-TrashedItems::TrashedItems()
-    : items_(
-          platform::service<platform::Workspace>().itemsInTrash(QFLocalPaths::trashDirectory())) {
+bool isItemOf(const RecordedStep& step, const std::string& itemPath) {
+    const auto item = platform::service<platform::FileSystem>().attributesOfItem(itemPath);
+    return item && isRecordedItem(*item, step.item) &&
+           (step.action != PlanAction::trashBundle ||
+            identifierOf(itemPath) == platform::text::lowercased(step.subject));
+}
+
+void forget(const RecordedStep& step) {
+    if (step.end && !step.end->place.empty()) {
+        platform::service<platform::Workspace>().forgetTrashed(step.end->place, step.path);
+    }
+}
+
+platform::Result<HeldItem> HeldItem::hold(const std::string& place) {
+    const auto directory = path::deletingLastComponent(place);
+    auto held = platform::service<platform::FileSystem>().holdDirectory(
+        directory, linksTo(directory), platform::MissingDirectories::fail);
+    if (!held) {
+        return platform::Unexpected(std::move(held).error());
+    }
+    auto item = path::appending((*held)->path(), path::lastComponent(place));
+    return HeldItem(*std::move(held), std::move(item));
+}
+
+TrashedItems::TrashedItems() {
+    auto items =
+        platform::service<platform::Workspace>().itemsInTrash(QFLocalPaths::trashDirectory());
+    if (!items) {
+        throw platform::Exception("QFTrashUnreadable", items.error().localizedDescription);
+    }
+    items_ = *std::move(items);
 }
 
 std::optional<std::string> TrashedItems::find(const RecordedStep& step) const {
@@ -52,8 +75,7 @@ std::optional<std::string> TrashedItems::find(const RecordedStep& step) const {
         if (!isNamed) {
             continue;
         }
-        const auto item = platform::service<platform::FileSystem>().attributesOfItem(place);
-        if (item && isRecordedItem(*item, step.item) && isOfRow(step, place)) {
+        if (isItemOf(step, place)) {
             return place;
         }
     }

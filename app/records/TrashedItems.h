@@ -3,8 +3,10 @@
 #include "app/records/RunRecord.h"
 #include "platform/Workspace.h"
 
+#include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace records {
@@ -13,12 +15,38 @@ namespace records {
 /// none of that, by its kind, size and modification date.
 bool isRecordedItem(const platform::ItemAttributes& item, const platform::ItemAttributes& recorded);
 
+/// Returns whether the item at a path is the one that a step took away. An application, which may
+/// have been anywhere, must have the identifier of the step's row too.
+bool isItemOf(const RecordedStep& step, const std::string& itemPath);
+
+/// An item by its directory, which is held open.
+class HeldItem {
+public:
+    /// Holds the directory of an item in the Trash. A link in place of the directory is not
+    /// followed.
+    static platform::Result<HeldItem> hold(const std::string& place);
+
+    /// Returns the path of the item through its directory, as long as this object exists.
+    const std::string& path() const { return path_; }
+
+private:
+    HeldItem(std::unique_ptr<platform::HeldDirectory> directory, std::string path)
+        : directory_(std::move(directory)), path_(std::move(path)) {}
+
+    std::unique_ptr<platform::HeldDirectory> directory_;
+    std::string path_;
+};
+
+/// Deletes what a killed process has left in the Trash of a step's item that is no longer there.
+void forget(const RecordedStep& step);
+
 /// What is in the user's Trash at a moment, to find the items that runs have put there. A step's
 /// record only says what to look for: no item is ever found outside the Trash. Not shared between
 /// threads.
 class TrashedItems {
 public:
-    /// Looks at the Trash.
+    /// Looks at the Trash. Throws platform::Exception "QFTrashUnreadable" if not all of it can be
+    /// seen.
     TrashedItems();
 
     /// Returns the path in the Trash of a step's item; no value if it is not there, or no longer.

@@ -1,5 +1,6 @@
 #include "app/start/TerminalMain.h"
 
+#include "app/Explanations.h"
 #include "app/cli/Report.h"
 #include "app/cli/Run.h"
 #include "app/cli/Undone.h"
@@ -33,25 +34,33 @@ public:
     void walkEnded() override {
         RunFollower::walkEnded();
         if (empties_ && recording_.recorder.number() > 0) {
-            std::vector run{recording_.runs.read(recording_.recorder.number())};
-            records::UndoObserver observer;
-            const auto emptied = records::Emptying(recording_.runs, observer).perform(run);
-            for (const auto& item : emptied) {
-                if (item.outcome == records::Emptied::deleted) {
-                    itemDeleted(item.path);
-                }
+            try {
+                empty();
+            } catch (const std::exception& exception) {
+                emptied_.failure = explanationOf(exception);
             }
-            emptied_ = cli::undone(emptied);
         }
     }
 
     /// What became of the items that were to be deleted.
-    const std::vector<cli::UndoneItem>& emptied() const { return emptied_; }
+    const cli::Undone& emptied() const { return emptied_; }
 
 private:
+    void empty() {
+        std::vector run{recording_.runs.read(recording_.recorder.number())};
+        records::UndoObserver observer;
+        const auto emptied = records::Emptying(recording_.runs, observer).perform(run);
+        emptied_ = cli::undone(emptied);
+        for (const auto& item : emptied.items) {
+            if (item.outcome == records::Emptied::deleted) {
+                itemDeleted(item.path);
+            }
+        }
+    }
+
     const bool empties_;
     const Recording& recording_;
-    std::vector<cli::UndoneItem> emptied_;
+    cli::Undone emptied_;
 };
 
 } // namespace
@@ -64,7 +73,7 @@ ExitStatus listMain(const cli::Options& options, Inventory& inventory) {
     return ExitStatus::complete;
 }
 
-ExitStatus terminalMain(const cli::Options& options, const std::string& interfaceFile,
+ExitStatus terminalMain(const cli::Options& options, const platform::InterfaceFile& interfaceFile,
                         Inventory& inventory, const Awake& awake) {
     static auto& user = *new TerminalUser(options, options.uninstall ? terminal::Manner::silent
                                                                      : terminal::Manner::asks);
@@ -97,11 +106,12 @@ ExitStatus terminalMain(const cli::Options& options, const std::string& interfac
         cli::tell(follower.emptied(), deleted, output);
     }
     run.writeReport();
-    const bool isWhole = end.status == ExitStatus::complete;
-    if (isWhole && options.empty && recording.recorder.failure()) {
-        return ExitStatus::leftInPlace;
+    const auto emptied = cli::statusOf(follower.emptied());
+    if (end.status != ExitStatus::complete && emptied != ExitStatus::failed) {
+        return end.status;
     }
-    return isWhole ? cli::statusOf(follower.emptied()) : end.status;
+    const bool isKept = options.empty && recording.recorder.failure();
+    return isKept && emptied == ExitStatus::complete ? ExitStatus::leftInPlace : emptied;
 }
 
 } // namespace start

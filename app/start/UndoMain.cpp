@@ -1,5 +1,6 @@
 #include "app/start/UndoMain.h"
 
+#include "app/Explanations.h"
 #include "app/cli/ReportFile.h"
 #include "app/cli/Undone.h"
 #include "app/records/Emptying.h"
@@ -74,18 +75,12 @@ public:
 
     /// Begins, and terminates the application when all is done. Main thread only.
     void begin() {
-        platform::detachNewThread([this] {
-            items_ = options_.putBack
-                         ? cli::undone(records::PutBack(recording_.runs, recording_.jobs, *this)
-                                           .perform(records_))
-                         : cli::undone(records::Emptying(recording_.runs, *this).perform(records_));
-            user_.application.performOnMainThread(
-                [this] {
-                    user_.screen.clearStatus();
-                    user_.application.terminate();
-                },
-                platform::Wait::untilDone);
-        });
+        try {
+            platform::detachNewThread([this] { undo(); });
+        } catch (const std::exception& exception) {
+            result_.failure = explanationOf(exception);
+            user_.application.terminate();
+        }
     }
 
     void itemBegan(const std::string& path) override {
@@ -95,14 +90,28 @@ public:
     }
 
     /// Returns what became of the items, when all is done.
-    const std::vector<cli::UndoneItem>& items() const { return items_; }
+    const cli::Undone& result() const { return result_; }
 
 private:
+    void undo() {
+        result_ =
+            options_.putBack
+                ? cli::undone(
+                      records::PutBack(recording_.runs, recording_.jobs, *this).perform(records_))
+                : cli::undone(records::Emptying(recording_.runs, *this).perform(records_));
+        user_.application.performOnMainThread(
+            [this] {
+                user_.screen.clearStatus();
+                user_.application.terminate();
+            },
+            platform::Wait::untilDone);
+    }
+
     const cli::Options options_;
     TerminalUser& user_;
     Recording recording_;
     std::vector<RunRecord> records_;
-    std::vector<cli::UndoneItem> items_;
+    cli::Undone result_;
 };
 
 /// Runs the application until all is done. Returns false if the person did not want it.
@@ -149,15 +158,14 @@ ExitStatus undoMain(const cli::Options& options) {
         report.write(cli::itemsAsJson("cancelled", {}));
         return ExitStatus::cancelled;
     }
-    if (undoing.isEmpty()) {
+    const auto& result = undoing.result();
+    if (undoing.isEmpty() && result.failure.empty()) {
         output.paragraph(nothingRecorded);
     } else {
-        cli::tell(undoing.items(), options.putBack ? "put back" : "deleted", output);
+        cli::tell(result, options.putBack ? "put back" : "deleted", output);
     }
-    const auto status = cli::statusOf(undoing.items());
-    report.write(cli::itemsAsJson(status == ExitStatus::complete ? "complete" : "leftInPlace",
-                                  undoing.items()));
-    return status;
+    report.write(cli::undoneAsJson(result));
+    return cli::statusOf(result);
 }
 
 } // namespace start

@@ -13,6 +13,7 @@
 #include "platform/linux/files/LogFiles.h"
 #include "platform/linux/plist/PropertyLists.h"
 #include "platform/linux/process/Environment.h"
+#include "platform/linux/process/Modules.h"
 #include "platform/linux/process/ProcessCopies.h"
 #include "platform/linux/process/ProcessLauncher.h"
 #include "platform/linux/system/Clock.h"
@@ -66,6 +67,7 @@ struct LinuxServices {
     native::Workspace workspace{userAccount, searchPaths, propertyLists};
     native::AuthorizationServices authorizationServices;
     native::Inhibitors inhibitors;
+    native::Modules modules;
     native::LoginAccounts loginAccounts;
 
     void install() {
@@ -86,6 +88,7 @@ struct LinuxServices {
         platform::install<Workspace>(workspace);
         platform::install<AuthorizationServices>(authorizationServices);
         platform::install<Inhibitors>(inhibitors);
+        platform::install<Modules>(modules);
         platform::install<LoginAccounts>(loginAccounts);
     }
 };

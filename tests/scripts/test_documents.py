@@ -85,7 +85,8 @@ class Release(unittest.TestCase):
     def test_has_one_version_and_one_date(self) -> None:
         version = re.search(r"^project\(\w+\s+VERSION (\S+)", text_of("CMakeLists.txt"), re.MULTILINE)
         newest = re.search(r"^## (\S+) \((\S+)\)$", text_of("CHANGELOG.md"), re.MULTILINE)
-        package = re.search(r"^\S+ \((\S+)-\d+\).*?\n -- [^>]*>  ([^\n]*)$",
+        # Later packages of a release have later dates.
+        package = re.search(r"^\S+ \((\S+)-1\).*?\n -- [^>]*>  ([^\n]*)$",
                             text_of("packaging/debian/changelog"), re.MULTILINE | re.DOTALL)
         shown = re.search(r'<release version="(\S+)" date="(\S+)"/>',
                           text_of("packaging/com.quillfen.KelvaneUninstaller.metainfo.xml"))

@@ -83,6 +83,29 @@ platform::Result<void> DescribedFileSystem::createDirectory(const std::string& p
     return created;
 }
 
+platform::Result<std::unique_ptr<platform::HeldDirectory>>
+DescribedFileSystem::holdDirectory(const std::string& path,
+                                   const std::vector<std::string>& /*links*/,
+                                   platform::MissingDirectories whenMissing) {
+    class NamedDirectory : public platform::HeldDirectory {
+    public:
+        explicit NamedDirectory(std::string path) : path_(std::move(path)) {}
+        std::string path() const override { return path_; }
+
+    private:
+        std::string path_;
+    };
+    if (!isDirectory(path) && whenMissing == platform::MissingDirectories::create) {
+        if (auto created = createDirectory(path); !created) {
+            return platform::Unexpected(std::move(created).error());
+        }
+    }
+    if (!isDirectory(path)) {
+        return missing(path);
+    }
+    return std::make_unique<NamedDirectory>(path);
+}
+
 platform::Result<void> DescribedFileSystem::moveItem(const std::string& path,
                                                      const std::string& newPath) {
     const auto moved = change("move", path, newPath);
@@ -109,6 +132,15 @@ platform::Result<void> DescribedFileSystem::writeAtomically(const std::string& p
         files.insert(path);
     }
     return written ? writeResult : written;
+}
+
+platform::Result<void>
+DescribedFileSystem::writeAtomicallyWith(const std::string& path, std::string_view content,
+                                         unsigned mode,
+                                         const std::optional<platform::FileDate>& /*date*/) {
+    auto written = writeAtomically(path, content);
+    permissions[path] = mode;
+    return written;
 }
 
 platform::Result<void> DescribedFileSystem::setModificationDate(const std::string& path,
@@ -249,7 +281,8 @@ std::function<void()> RecordingWorkspace::moveTrashed(const std::string& path,
     return [this, place] { ended.push_back(place); };
 }
 
-std::vector<platform::ItemInTrash> RecordingWorkspace::itemsInTrash(const std::string& /*trash*/) {
+platform::Result<std::vector<platform::ItemInTrash>>
+RecordingWorkspace::itemsInTrash(const std::string& /*trash*/) {
     return inTrash;
 }
 
@@ -259,7 +292,7 @@ platform::Result<void> RecordingWorkspace::putBack(const std::string& place,
     return failureIn(errors, place);
 }
 
-void RecordingWorkspace::forgetTrashed(const std::string& place) {
+void RecordingWorkspace::forgetTrashed(const std::string& place, const std::string& /*path*/) {
     forgotten.push_back(place);
 }
 

@@ -55,10 +55,17 @@ public:
     std::optional<std::vector<platform::DirectoryEntry>>
     contentsOfDirectoryWithSizes(const std::string& path) override;
     platform::Result<void> createDirectory(const std::string& path) override;
+    /// Held by its own path.
+    platform::Result<std::unique_ptr<platform::HeldDirectory>>
+    holdDirectory(const std::string& path, const std::vector<std::string>& links,
+                  platform::MissingDirectories missing) override;
     platform::Result<void> moveItem(const std::string& path, const std::string& newPath) override;
     platform::Result<void> copyItem(const std::string& path, const std::string& newPath) override;
     platform::Result<void> writeAtomically(const std::string& path,
                                            std::string_view /*content*/) override;
+    platform::Result<void>
+    writeAtomicallyWith(const std::string& path, std::string_view content, unsigned mode,
+                        const std::optional<platform::FileDate>& date) override;
     platform::Result<void> setModificationDate(const std::string& path,
                                                platform::FileDate date) override;
     platform::Result<void> setCreationDate(const std::string& path,
@@ -130,8 +137,9 @@ public:
     void prepareToRecycle(const std::string& trash, const std::vector<std::string>& paths) override;
     void makeTrash(const std::string& trash) override;
     std::function<void()> moveTrashed(const std::string& path, const std::string& place) override;
-    std::vector<platform::ItemInTrash> itemsInTrash(const std::string& trash) override;
+    platform::Result<std::vector<platform::ItemInTrash>>
+    itemsInTrash(const std::string& trash) override;
     platform::Result<void> putBack(const std::string& place, const std::string& path) override;
-    void forgetTrashed(const std::string& place) override;
+    void forgetTrashed(const std::string& place, const std::string& path) override;
     void makeTrashDurable() override;
 };

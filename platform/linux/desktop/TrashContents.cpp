@@ -16,7 +16,9 @@
 #include <sys/statvfs.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <iterator>
 #include <utility>
 
 namespace platform::native {
@@ -37,8 +39,14 @@ bool isSticky(const std::string& path) {
            (status.st_mode & S_ISVTX) != 0;
 }
 
-std::string infosBeside(const std::string& files) {
-    return path::appending(path::deletingLastComponent(files), "info");
+constexpr const char* infosOfTrash = "info";
+
+/// Opens the directory of the trashinfos beside the open one of the trashed items.
+SystemResult<FileDescriptor> openInfosBeside(int files) {
+    const auto trash = opened(::openat(files, "..", O_PATH | O_DIRECTORY | O_CLOEXEC));
+    return trash ? opened(::openat(trash->get(), infosOfTrash,
+                                   O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC))
+                 : Unexpected(trash.error());
 }
 
 /// A trash directory, or a real directory in its place, by its paths.
@@ -49,8 +57,9 @@ struct TrashPaths {
 };
 
 TrashPaths pathsOf(const std::string& trash) {
-    const auto files = path::appending(trash, filesOfTrash);
-    return {.files = files, .infos = infosBeside(files), .top = "/"};
+    return {.files = path::appending(trash, filesOfTrash),
+            .infos = path::appending(trash, infosOfTrash),
+            .top = "/"};
 }
 
 /// Returns the path that an item had by its trashinfo; empty if it has none.
@@ -61,9 +70,12 @@ std::string formerPath(const TrashPaths& trash, const std::string& name) {
                                                          : path::appending(trash.top, recorded);
 }
 
-void appendItems(const TrashPaths& trash, std::vector<ItemInTrash>& items) {
+SystemResult<void> appendItems(const TrashPaths& trash, std::vector<ItemInTrash>& items) {
     auto directory =
         opened(::open(trash.files.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    if (failedWith(directory, ENOENT, ENOTDIR, ELOOP)) {
+        return {};
+    }
     auto reader = directory ? DirectoryReader::of(*std::move(directory))
                             : SystemResult<DirectoryReader>(Unexpected(directory.error()));
     auto entry = reader ? reader->next() : Unexpected(reader.error());
@@ -72,6 +84,35 @@ void appendItems(const TrashPaths& trash, std::vector<ItemInTrash>& items) {
         items.push_back({path::appending(trash.files, name),
                          trash.infos.empty() ? std::string() : formerPath(trash, name)});
     }
+    return entry ? SystemResult<void>() : Unexpected(entry.error());
+}
+
+/// Returns whether a path that a trashinfo records, perhaps relative to a top directory, is this.
+bool isPathOf(const std::string& recorded, const std::string& path) {
+    return recorded.starts_with('/') ? recorded == path
+                                     : !recorded.empty() && path.ends_with('/' + recorded);
+}
+
+/// Deletes the trashinfo of an item that is no longer in a trash directory, if the path that it
+/// records is the right one.
+template <class IsRight>
+void removeTrashinfo(const ItemPlace& item, IsRight isRight) {
+    const auto infos = openInfosBeside(item.directory.get());
+    if (!infos || !failedWith(statusOfEntry(item.directory.get(), item.name), ENOENT)) {
+        return;
+    }
+    const auto name = trashinfoName(item.name);
+    const auto text = readFile(
+        path::appending("/proc/self/fd/" + std::to_string(infos->get()), name), longestTrashinfo);
+    if (text && isRight(recordedPathIn(*text))) {
+        ::unlinkat(infos->get(), name.c_str(), 0);
+    }
+}
+
+/// Returns whether the table of the volumes can be read.
+SystemResult<void> volumesAreKnown() {
+    const auto table = opened(::open("/proc/self/mountinfo", O_RDONLY | O_CLOEXEC));
+    return table ? SystemResult<void>() : Unexpected(table.error());
 }
 
 /// Returns the user's own trash directories on a volume.
@@ -100,19 +141,24 @@ bool mayBeAnybodysWork(const std::string& top) {
 
 } // namespace
 
-std::vector<ItemInTrash> itemsInTrash(const std::string& trash) {
-    std::vector<ItemInTrash> items;
+SystemResult<std::vector<ItemInTrash>> itemsInTrash(const std::string& trash) {
+    auto seen = volumesAreKnown();
+    std::vector<TrashPaths> trashes;
     if (isDirectoryOf(trash, ::geteuid())) {
-        appendItems({trash, {}, {}}, items);
+        trashes.push_back({trash, {}, {}});
     }
-    appendItems(pathsOf(homeTrash()), items);
+    trashes.push_back(pathsOf(homeTrash()));
     for (const auto& volume : mountedLocalVolumes()) {
-        if (::geteuid() == 0 && mayBeAnybodysWork(volume.mountPoint)) {
-            continue;
+        if (::geteuid() != 0 || !mayBeAnybodysWork(volume.mountPoint)) {
+            std::ranges::move(trashesOn(volume.mountPoint), std::back_inserter(trashes));
         }
-        for (const auto& onVolume : trashesOn(volume.mountPoint)) {
-            appendItems(onVolume, items);
-        }
+    }
+    std::vector<ItemInTrash> items;
+    for (const auto& each : trashes) {
+        seen = seen ? appendItems(each, items) : std::move(seen);
+    }
+    if (!seen) {
+        return Unexpected(seen.error());
     }
     return items;
 }
@@ -125,11 +171,11 @@ SystemResult<void> putBackFromTrash(const std::string& place, const std::string&
     }
     auto moved = moveItem(from->entry(), to->entry());
     if (!moved && moved.error().number.is(EACCES)) {
-        const auto directory = resolvedPath(from->directory.get());
-        const auto infos = opened(
-            ::open(infosBeside(directory).c_str(), O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+        const auto infos = openInfosBeside(from->directory.get());
+        // That is read when the directory has another descriptor, or none.
+        const auto newPath = path::appending(resolvedPath(to->directory.get()), to->name);
         const auto writable = WritableDirectory::make(
-            *from, path, infos ? infos->get() : from->directory.get(), from->name);
+            *from, newPath, infos ? infos->get() : from->directory.get(), from->name);
         if (writable) {
             moved = moveItem(from->entry(), to->entry());
             if (!writable->restore(to->directory.get(), to->name)) {
@@ -140,19 +186,15 @@ SystemResult<void> putBackFromTrash(const std::string& place, const std::string&
     if (!moved) {
         return Unexpected(moved.error().number);
     }
-    forgetTrashed(place);
+    removeTrashinfo(*from, [](const std::string& /*recorded*/) { return true; });
     return {};
 }
 
-void forgetTrashed(const std::string& place) {
+void forgetTrashed(const std::string& place, const std::string& path) {
     const auto item = findPlace(place);
-    const auto files = item ? resolvedPath(item->directory.get()) : std::string();
-    if (path::lastComponent(files) != filesOfTrash) {
-        return;
-    }
-    const bool isGone = failedWith(statusOfEntry(item->directory.get(), item->name), ENOENT);
-    if (isGone) {
-        ::unlink(path::appending(infosBeside(files), trashinfoName(item->name)).c_str());
+    if (item && path::lastComponent(resolvedPath(item->directory.get())) == filesOfTrash) {
+        removeTrashinfo(*item,
+                        [&](const std::string& recorded) { return isPathOf(recorded, path); });
     }
 }
 

@@ -10,14 +10,16 @@ namespace platform::native {
 
 /// Returns the items in `trash`, as the user knows it, and in the user's trash directories on other
 /// volumes, in no order. A real directory at `trash` has no trashinfos, so its items have no former
-/// path. Trash directories of others, and links in place of one, are left out.
-std::vector<ItemInTrash> itemsInTrash(const std::string& trash);
+/// path. Trash directories of others, and links in place of one, are left out. Fails if a directory
+/// or the table of the volumes cannot be read.
+SystemResult<std::vector<ItemInTrash>> itemsInTrash(const std::string& trash);
 
 /// Moves the item at `place` in the Trash to `path`, as FileSystem::moveItem() does, and deletes
 /// its trashinfo. A directory of the user's own without write permission keeps its mode.
 SystemResult<void> putBackFromTrash(const std::string& place, const std::string& path);
 
-/// Deletes the trashinfo of the item that was at `place` unless it is still there.
-void forgetTrashed(const std::string& place);
+/// Deletes the trashinfo of the item that was at `place` unless it is still there, or the trashinfo
+/// records another path than `path`.
+void forgetTrashed(const std::string& place, const std::string& path);
 
 } // namespace platform::native

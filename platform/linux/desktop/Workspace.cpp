@@ -80,17 +80,21 @@ std::function<void()> Workspace::moveTrashed(const std::string& path, const std:
     return trash_.expect(path, place);
 }
 
-std::vector<ItemInTrash> Workspace::itemsInTrash(const std::string& trash) {
+Result<std::vector<ItemInTrash>> Workspace::itemsInTrash(const std::string& trash) {
     trash_.tidyHome();
-    return native::itemsInTrash(trash);
+    auto items = native::itemsInTrash(trash);
+    if (!items) {
+        return Unexpected(posixError(items.error(), "Trash", "read"));
+    }
+    return *std::move(items);
 }
 
 Result<void> Workspace::putBack(const std::string& place, const std::string& path) {
     return posixResult(putBackFromTrash(place, path), path::lastComponent(path), "put back");
 }
 
-void Workspace::forgetTrashed(const std::string& place) {
-    native::forgetTrashed(place);
+void Workspace::forgetTrashed(const std::string& place, const std::string& path) {
+    native::forgetTrashed(place, path);
 }
 
 void Workspace::makeTrashDurable() {

@@ -50,9 +50,9 @@ public:
     void prepareToRecycle(const std::string& trash, const std::vector<std::string>& paths) override;
     void makeTrash(const std::string& trash) override;
     std::function<void()> moveTrashed(const std::string& path, const std::string& place) override;
-    std::vector<ItemInTrash> itemsInTrash(const std::string& trash) override;
+    Result<std::vector<ItemInTrash>> itemsInTrash(const std::string& trash) override;
     Result<void> putBack(const std::string& place, const std::string& path) override;
-    void forgetTrashed(const std::string& place) override;
+    void forgetTrashed(const std::string& place, const std::string& path) override;
     void makeTrashDurable() override;
 
 private:

@@ -27,13 +27,17 @@ FileDescriptor openRegularFile(const std::string& path, std::size_t limit) {
     return file;
 }
 
+SystemResult<void> syncFile(int file) {
+    return checked(retryOnEintr([file] { return ::fsync(file); }));
+}
+
 } // namespace
 
 SystemResult<void> writeAll(int file, std::string_view content) {
     if (auto written = writeRest(file, content); !written) {
         return written;
     }
-    return checked(retryOnEintr([file] { return ::fsync(file); }));
+    return syncFile(file);
 }
 
 std::optional<std::string> readFile(const std::string& path, std::size_t limit) {
@@ -58,7 +62,8 @@ std::optional<std::string> readFile(const std::string& path, std::size_t limit) 
     }
 }
 
-SystemResult<void> replaceFile(const std::string& path, std::string_view content) {
+SystemResult<void> replaceFile(const std::string& path, std::string_view content,
+                               const std::function<SystemResult<void>(int file)>& prepare) {
     const auto directoryPath = path::deletingLastComponent(path);
     const auto directory =
         opened(::open(directoryPath.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
@@ -69,8 +74,14 @@ SystemResult<void> replaceFile(const std::string& path, std::string_view content
     if (!file) {
         return Unexpected(file.error());
     }
-    if (auto written = writeAll(file->item().get(), content); !written) {
+    if (auto written = writeRest(file->item().get(), content); !written) {
         return written;
+    }
+    if (auto prepared = prepare ? prepare(file->item().get()) : SystemResult<void>(); !prepared) {
+        return prepared;
+    }
+    if (auto synced = syncFile(file->item().get()); !synced) {
+        return synced;
     }
     if (auto replaced = file->replace(); !replaced) {
         return replaced;

@@ -3,6 +3,7 @@
 #include "platform/linux/posix/Errno.h"
 
 #include <cstddef>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -19,7 +20,10 @@ SystemResult<void> writeAll(int file, std::string_view content);
 
 /// Atomically replaces the item at the path by a file with exactly this content, mode 0644 less the
 /// umask. Others see the former item or all of the content, even after a crash. On failure the path
-/// is unchanged.
-SystemResult<void> replaceFile(const std::string& path, std::string_view content);
+/// is unchanged. `prepare`, if it is not empty, gives the file what else it is to have before it
+/// gets its name; its failure is one of this.
+SystemResult<void>
+replaceFile(const std::string& path, std::string_view content,
+            const std::function<SystemResult<void>(int file)>& prepare = nullptr);
 
 } // namespace platform::native

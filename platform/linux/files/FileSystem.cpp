@@ -24,12 +24,27 @@
 #include <array>
 #include <cerrno>
 #include <climits>
+#include <utility>
 
 namespace platform::native {
 
 namespace {
 
 constexpr Unexpected pathNotAllowed{Errno(EINVAL)};
+
+constexpr mode_t forEverybody = 0777; // less the umask
+
+class DescriptorDirectory : public HeldDirectory {
+public:
+    explicit DescriptorDirectory(FileDescriptor directory) : directory_(std::move(directory)) {}
+
+    std::string path() const override {
+        return "/proc/self/fd/" + std::to_string(directory_.get());
+    }
+
+private:
+    FileDescriptor directory_;
+};
 
 bool isAllowed(const std::string& path) {
     return path.starts_with('/') && path.find('\0') == std::string::npos;
@@ -124,6 +139,12 @@ std::optional<std::vector<DirectoryEntry>> readDirectory(const std::string& path
 
 FileDate dateOf(const statx_timestamp& time) {
     return FileDate({.tv_sec = time.tv_sec, .tv_nsec = time.tv_nsec});
+}
+
+/// Returns the times for a system call that changes the modification date alone.
+std::array<timespec, 2> timesWith(FileDate date) {
+    return {timespec{.tv_sec = 0, .tv_nsec = UTIME_OMIT},
+            timespec{.tv_sec = date.seconds, .tv_nsec = date.nanoseconds}};
 }
 
 /// Returns the outcome of system calls on the item at a path.
@@ -240,9 +261,20 @@ FileSystem::contentsOfDirectoryWithSizes(const std::string& path) {
 }
 
 Result<void> FileSystem::createDirectory(const std::string& path) {
-    constexpr mode_t everything = 0777;
-    return report(isAllowed(path) ? makeDirectories(path, everything) : pathNotAllowed, path,
+    return report(isAllowed(path) ? makeDirectories(path, forEverybody) : pathNotAllowed, path,
                   "created");
+}
+
+Result<std::unique_ptr<HeldDirectory>>
+FileSystem::holdDirectory(const std::string& path, const std::vector<std::string>& links,
+                          MissingDirectories missing) {
+    const auto mode =
+        missing == MissingDirectories::create ? std::optional(forEverybody) : std::nullopt;
+    auto directory = openThroughLinks(path, links, mode);
+    if (!directory) {
+        return Unexpected(posixError(directory.error(), path::lastComponent(path), "opened"));
+    }
+    return std::make_unique<DescriptorDirectory>(*std::move(directory));
 }
 
 Result<void> FileSystem::moveItem(const std::string& path, const std::string& newPath) {
@@ -257,9 +289,19 @@ Result<void> FileSystem::writeAtomically(const std::string& path, std::string_vi
     return report(isAllowed(path) ? replaceFile(path, content) : pathNotAllowed, path, "saved");
 }
 
+Result<void> FileSystem::writeAtomicallyWith(const std::string& path, std::string_view content,
+                                             unsigned permissions,
+                                             const std::optional<FileDate>& date) {
+    const auto dress = [&](int file) {
+        auto done = checked(::fchmod(file, permissions));
+        return done && date ? checked(::futimens(file, timesWith(*date).data())) : done;
+    };
+    return report(isAllowed(path) ? replaceFile(path, content, dress) : pathNotAllowed, path,
+                  "saved");
+}
+
 Result<void> FileSystem::setModificationDate(const std::string& path, FileDate date) {
-    const std::array<timespec, 2> times{timespec{.tv_sec = 0, .tv_nsec = UTIME_OMIT},
-                                        {.tv_sec = date.seconds, .tv_nsec = date.nanoseconds}};
+    const auto times = timesWith(date);
     const auto changed = atPath(path, [&times](int directory, const char* rest) {
         return ::utimensat(directory, rest, times.data(), 0);
     });

@@ -19,6 +19,11 @@ public:
     contentsOfDirectoryWithSizes(const std::string& path) override;
     Result<void> createDirectory(const std::string& path) override;
 
+    /// The path leads through /proc.
+    Result<std::unique_ptr<HeldDirectory>> holdDirectory(const std::string& path,
+                                                         const std::vector<std::string>& links,
+                                                         MissingDirectories missing) override;
+
     /// A move to another volume begins only if, as far as can be told, all of the item can be
     /// removed: not if it contains a directory without write permission, a locked file or a mounted
     /// volume. The copy is made under a hidden name beside `newPath`; the next move or copy to the
@@ -31,6 +36,9 @@ public:
     Result<void> copyItem(const std::string& path, const std::string& newPath) override;
 
     Result<void> writeAtomically(const std::string& path, std::string_view content) override;
+    Result<void> writeAtomicallyWith(const std::string& path, std::string_view content,
+                                     unsigned permissions,
+                                     const std::optional<FileDate>& date) override;
     Result<void> setModificationDate(const std::string& path, FileDate date) override;
 
     /// Stores the date as docs/attributes.md describes.

@@ -30,7 +30,7 @@ protected:
 };
 
 TEST_F(UndoneTest, TellsAPersonWhatWasPutBackAndWhatWasNot) {
-    cli::tell(cli::undone(someBack), "put back", output);
+    cli::tell({cli::undone(someBack), {}}, "put back", output);
 
     EXPECT_EQ(output.text, "2 items put back.\n"
                            "\n"
@@ -41,7 +41,7 @@ TEST_F(UndoneTest, TellsAPersonWhatWasPutBackAndWhatWasNot) {
                            "    It is no longer in the Trash.\n"
                            "/x/e\n"
                            "    It is closed.\n");
-    EXPECT_EQ(cli::statusOf(cli::undone(someBack)), ExitStatus::leftInPlace);
+    EXPECT_EQ(cli::statusOf({cli::undone(someBack), {}}), ExitStatus::leftInPlace);
 }
 
 TEST_F(UndoneTest, SaysNoMoreWhenAllIsDone) {
@@ -49,10 +49,32 @@ TEST_F(UndoneTest, SaysNoMoreWhenAllIsDone) {
         {.path = "/x/a", .place = "/t/a", .outcome = Emptied::deleted, .reason = {}},
         {.path = "/x/b", .place = {}, .outcome = Emptied::gone, .reason = {}}};
 
-    cli::tell(cli::undone(items), "deleted", output);
+    cli::tell({cli::undone(items), {}}, "deleted", output);
 
     EXPECT_EQ(output.text, "2 items deleted.\n");
-    EXPECT_EQ(cli::statusOf(cli::undone(items)), ExitStatus::complete);
+    EXPECT_EQ(cli::statusOf({cli::undone(items), {}}), ExitStatus::complete);
+}
+
+TEST_F(UndoneTest, SaysWhyItEndedEarlyAndWhatWasDoneByThen) {
+    const cli::Undone result{{cli::undone(someBack).front()}, "The system has no memory left."};
+
+    cli::tell(result, "put back", output);
+
+    EXPECT_EQ(output.text, "1 item put back.\n"
+                           "Not everything could be put back: The system has no memory left.\n");
+    EXPECT_EQ(cli::statusOf(result), ExitStatus::failed);
+    const auto document = json::parse(cli::undoneAsJson(result));
+    EXPECT_EQ(document["result"], "failed");
+    EXPECT_EQ(document["reason"], "The system has no memory left.");
+    EXPECT_EQ(document["items"].size(), 1U);
+}
+
+TEST_F(UndoneTest, TakesRecordsThatCannotBeReadForNoMissingOnes) {
+    write(runs.file(1).substr(0, runs.file(1).rfind('/')), "a file in place of the directory");
+
+    EXPECT_THROW(runs.lastUninstall(), platform::Exception);
+    EXPECT_THROW(cli::runsAsText(runs), platform::Exception);
+    EXPECT_EQ(cli::interruptionBefore(runs, 1), "");
 }
 
 TEST_F(UndoneTest, ListsItemsForAPerson) {
@@ -66,7 +88,7 @@ TEST_F(UndoneTest, ListsItemsForAPerson) {
 }
 
 TEST_F(UndoneTest, ListsItemsForAProgram) {
-    const auto document = json::parse(cli::itemsAsJson("leftInPlace", cli::undone(someBack)));
+    const auto document = json::parse(cli::undoneAsJson({cli::undone(someBack), {}}));
 
     EXPECT_EQ(document["version"], 1);
     EXPECT_EQ(document["result"], "leftInPlace");

@@ -15,11 +15,13 @@ namespace {
 class ClosedFileSystem : public platform::native::FileSystem {
 public:
     std::set<std::string> closed;
+    int failure = EACCES;
 
     platform::Result<void> removeItem(const std::string& path) override {
-        if (closed.contains(path)) {
-            return platform::Unexpected(
-                platform::native::posixError(platform::native::Errno(EACCES), path, "removed"));
+        const fs::path item(path);
+        if (closed.contains(fs::canonical(item.parent_path()) / item.filename())) {
+            return platform::Unexpected(platform::native::posixError(
+                platform::native::Errno(failure), item.filename().string(), "removed"));
         }
         return FileSystem::removeItem(path);
     }
@@ -30,7 +32,7 @@ protected:
     std::vector<ItemEmptied> empty() {
         auto last = runs.lastUninstall();
         records::UndoObserver observer;
-        return Emptying(runs, observer).perform(last);
+        return Emptying(runs, observer).perform(last).items;
     }
 
     std::string trashed(const std::string& name) const { return home / ("user/.Trash/" + name); }
@@ -51,7 +53,18 @@ TEST_F(EmptyingTest, DeletesWhatTheRunTrashedAndNothingElse) {
     EXPECT_EQ(items.front().outcome, Emptied::deleted);
     EXPECT_FALSE(exists(trashed("com.quillfen.Ospenth")));
     EXPECT_TRUE(exists(trashed("letter.txt")));
+    EXPECT_EQ(desktop.forgotten, Lines{"com.quillfen.Ospenth of " + items.front().path});
     EXPECT_TRUE(runs.read(1).isClosed);
+}
+
+TEST_F(EmptyingTest, LeavesNothingInTheTrashOfWhatAKilledOneHasDeleted) {
+    const auto item = write(cache("Ospenth"));
+    uninstall();
+    fs::remove(trashed("com.quillfen.Ospenth"));
+
+    EXPECT_EQ(empty().front().outcome, Emptied::gone);
+
+    EXPECT_EQ(desktop.forgotten, Lines{"com.quillfen.Ospenth of " + item});
 }
 
 TEST_F(EmptyingTest, LeavesAnotherItemThatHasTheName) {
@@ -85,6 +98,75 @@ TEST_F(EmptyingTest, DeletesWithTheRightWhatTheUserMayNot) {
     EXPECT_EQ(administrator.tools().back(),
               "/bin/rm -Rdf " + trashed("com.quillfen.Ospenth.plist"));
     EXPECT_FALSE(exists(trashed("com.quillfen.Ospenth.plist")));
+}
+
+TEST_F(EmptyingTest, AsksForNoRightThatIsOfNoHelp) {
+    write(cache("Ospenth"));
+    uninstall();
+    administrator.calls.clear();
+    closing.closed = {trashed("com.quillfen.Ospenth")};
+    closing.failure = EROFS;
+
+    const auto items = empty();
+
+    EXPECT_EQ(items.front().outcome, Emptied::failed);
+    EXPECT_EQ(items.front().reason,
+              "“com.quillfen.Ospenth” couldn’t be removed because the volume is read-only.");
+    EXPECT_TRUE(administrator.calls.empty());
+}
+
+TEST_F(EmptyingTest, DeletesNothingBehindALinkInPlaceOfTheTrash) {
+    write(cache("Ospenth"));
+    uninstall();
+    const auto precious = write(home / "precious/com.quillfen.Ospenth", "content");
+    ASSERT_TRUE(fileSystem.setModificationDate(
+        precious, fileSystem.attributesOfItem(trashed("com.quillfen.Ospenth"))->modificationDate));
+    /// Swaps the Trash for a link once it was looked at.
+    class Swapping : public records::UndoObserver {
+    public:
+        explicit Swapping(const TemporaryDirectory& home) : home_(home) {}
+        void itemBegan(const std::string& /*path*/) override {
+            fs::rename(home_ / "user/.Trash", home_ / "user/former");
+            fs::create_symlink(home_ / "precious", home_ / "user/.Trash");
+        }
+
+    private:
+        const TemporaryDirectory& home_;
+    } swapping(home);
+    auto last = runs.lastUninstall();
+
+    EXPECT_EQ(Emptying(runs, swapping).perform(last).items.front().outcome, Emptied::failed);
+
+    EXPECT_EQ(contentOf(precious), "content");
+}
+
+TEST_F(EmptyingTest, CallsNothingGoneFromATrashThatItCannotSee) {
+    write(cache("Ospenth"));
+    uninstall();
+    desktop.isReadable = false;
+    auto last = runs.lastUninstall();
+    records::UndoObserver observer;
+
+    EXPECT_NE(Emptying(runs, observer).perform(last).failure, "");
+
+    EXPECT_FALSE(runs.read(1).isClosed);
+}
+
+TEST_F(EmptyingTest, SaysWhyItEndedEarly) {
+    write(cache("Ospenth"));
+    uninstall();
+    class EndingObserver : public records::UndoObserver {
+    public:
+        void itemBegan(const std::string& /*path*/) override {
+            throw platform::Exception("QFTest", "It cannot go on.");
+        }
+    } ending;
+    auto last = runs.lastUninstall();
+
+    EXPECT_EQ(Emptying(runs, ending).perform(last).failure, "It cannot go on.");
+
+    EXPECT_TRUE(exists(trashed("com.quillfen.Ospenth")));
+    EXPECT_FALSE(runs.read(1).isClosed);
 }
 
 TEST_F(EmptyingTest, AsksForTheRightOnlyOnce) {

@@ -20,7 +20,7 @@ protected:
     std::vector<ItemBack> putBack() {
         auto last = runs.lastUninstall();
         records::UndoObserver observer;
-        return PutBack(runs, jobs, observer).perform(last);
+        return PutBack(runs, jobs, observer).perform(last).items;
     }
 
     /// Returns the result for an item; the test fails if there is none.
@@ -28,6 +28,11 @@ protected:
         const auto found = std::ranges::find(items, path, &ItemBack::path);
         EXPECT_NE(found, items.end()) << path;
         return found == items.end() ? ItemBack() : *found;
+    }
+
+    /// Returns the copy of a job's file that the first run has kept.
+    std::string kept(const std::string& jobFile) const {
+        return fs::path(runs.file(1)).replace_filename(records::RunRecords::keptFile(1, jobFile));
     }
 
     static Lines trashOf(const TemporaryDirectory& home) {
@@ -65,7 +70,7 @@ TEST_F(PutBackTest, FindsDoneWhatIsDone) {
     records::UndoObserver observer;
     PutBack(runs, jobs, observer).perform(last);
 
-    const auto again = PutBack(runs, jobs, observer).perform(last);
+    const auto again = PutBack(runs, jobs, observer).perform(last).items;
 
     EXPECT_EQ(resultOf(again, item).outcome, Back::inPlace);
     EXPECT_EQ(contentOf(item), "content");
@@ -120,6 +125,148 @@ TEST_F(PutBackTest, FollowsALinkThatWasThereBefore) {
     EXPECT_TRUE(exists(home / "elsewhere/com.quillfen.Ospenth"));
 }
 
+TEST_F(PutBackTest, IsNotLedAstrayByALinkThatIsPutInTheWayMeanwhile) {
+    const auto item = write(cache("Ospenth"));
+    uninstall();
+    const auto caches = home / "user/Library/Caches";
+    const auto elsewhere = home.makeDirectory("elsewhere");
+    desktop.beforePuttingBack = [&] {
+        fs::rename(caches, home / "user/Library/Former");
+        fs::create_symlink(elsewhere, caches);
+    };
+
+    putBack();
+
+    EXPECT_TRUE(fs::is_empty(elsewhere));
+    EXPECT_EQ(contentOf(home / "user/Library/Former/com.quillfen.Ospenth"), "content");
+}
+
+TEST_F(PutBackTest, MakesNoFolderBehindALinkThatWasPutInTheWay) {
+    const auto item = write(cache("Ospenth"));
+    uninstall();
+    fs::remove_all(home / "user/Library");
+    fs::create_symlink(home.makeDirectory("elsewhere"), home / "user/Library");
+
+    EXPECT_EQ(resultOf(putBack(), item).outcome, Back::failed);
+
+    EXPECT_TRUE(fs::is_empty(home / "elsewhere"));
+}
+
+TEST_F(PutBackTest, TakesNothingFromBehindALinkInPlaceOfTheTrash) {
+    const auto item = write(cache("Ospenth"));
+    uninstall();
+    const auto precious = write(home / "precious/com.quillfen.Ospenth", "content");
+    ASSERT_TRUE(fileSystem.setModificationDate(
+        precious,
+        fileSystem.attributesOfItem(home / "user/.Trash/com.quillfen.Ospenth")->modificationDate));
+    /// Swaps the Trash for a link once it was looked at.
+    class Swapping : public records::UndoObserver {
+    public:
+        explicit Swapping(const TemporaryDirectory& home) : home_(home) {}
+        void itemBegan(const std::string& /*path*/) override {
+            fs::rename(home_ / "user/.Trash", home_ / "user/former");
+            fs::create_symlink(home_ / "precious", home_ / "user/.Trash");
+        }
+
+    private:
+        const TemporaryDirectory& home_;
+    } swapping(home);
+    auto last = runs.lastUninstall();
+
+    EXPECT_EQ(PutBack(runs, jobs, swapping).perform(last).items.front().outcome, Back::failed);
+
+    EXPECT_EQ(contentOf(precious), "content");
+    EXPECT_FALSE(exists(item));
+}
+
+TEST_F(PutBackTest, MakesAJobsFileThroughNoLink) {
+    const auto file = write(agent("Lunevar"), "the job");
+    uninstall();
+    const auto precious = write(home / "precious", "precious");
+    const auto before = fileSystem.attributesOfItem(precious);
+    fs::remove(kept(file));
+    fs::create_symlink(precious, kept(file));
+    fs::create_symlink(precious, fs::path(runs.file(1)).replace_filename(".new"));
+
+    EXPECT_EQ(resultOf(putBack(), file).outcome, Back::back);
+
+    EXPECT_EQ(contentOf(file), "the job");
+    EXPECT_EQ(contentOf(precious), "precious");
+    EXPECT_EQ(fileSystem.attributesOfItem(precious)->permissions, before->permissions);
+    EXPECT_EQ(fileSystem.attributesOfItem(precious)->modificationDate, before->modificationDate);
+}
+
+TEST_F(PutBackTest, WritesToNoOtherFileInPlaceOfTheRecord) {
+    write(cache("Ospenth"));
+    uninstall();
+    const auto precious = write(home / "precious", recordText());
+    const auto before = contentOf(precious);
+    desktop.beforePuttingBack = [&] {
+        fs::remove(runs.file(1));
+        fs::create_hard_link(precious, runs.file(1));
+    };
+
+    putBack();
+
+    EXPECT_EQ(contentOf(precious), before);
+}
+
+TEST_F(PutBackTest, AsksForNoRightThatIsOfNoHelp) {
+    const auto item = write(cache("Ospenth"));
+    uninstall();
+    administrator.calls.clear();
+    desktop.failure = ENOSPC;
+
+    const auto result = resultOf(putBack(), item);
+
+    EXPECT_EQ(result.outcome, Back::failed);
+    EXPECT_EQ(result.reason,
+              "“com.quillfen.Ospenth” couldn’t be put back because the volume is full.");
+    EXPECT_TRUE(administrator.calls.empty());
+    EXPECT_TRUE(exists(home / "user/.Trash/com.quillfen.Ospenth"));
+}
+
+TEST_F(PutBackTest, KeepsWhatIsDoneWhenItEndsEarly) {
+    const auto first = write(cache("Dunmarl"));
+    const auto second = write(cache("Ospenth"));
+    uninstall();
+    class EndingObserver : public records::UndoObserver {
+    public:
+        void itemBegan(const std::string& /*path*/) override {
+            if (++count_ == 2) {
+                throw std::bad_alloc();
+            }
+        }
+
+    private:
+        int count_ = 0;
+    } ending;
+    auto last = runs.lastUninstall();
+
+    const auto undone = PutBack(runs, jobs, ending).perform(last);
+
+    EXPECT_EQ(undone.failure, "The system has no memory left.");
+    ASSERT_EQ(undone.items.size(), 1U);
+    EXPECT_EQ(undone.items.front().outcome, Back::back);
+    EXPECT_TRUE(exists(first));
+    EXPECT_FALSE(exists(second));
+    EXPECT_FALSE(runs.read(1).isClosed);
+    EXPECT_EQ(resultOf(putBack(), second).outcome, Back::back);
+}
+
+TEST_F(PutBackTest, CallsNothingGoneFromATrashThatItCannotSee) {
+    write(cache("Ospenth"));
+    uninstall();
+    desktop.isReadable = false;
+    auto last = runs.lastUninstall();
+    records::UndoObserver observer;
+
+    const auto undone = PutBack(runs, jobs, observer).perform(last);
+
+    EXPECT_EQ(undone.failure, "“Trash” couldn’t be read because too many files are open.");
+    EXPECT_TRUE(undone.items.empty());
+}
+
 TEST_F(PutBackTest, SaysWhatIsNoLongerInTheTrash) {
     const auto item = write(cache("Ospenth"));
     uninstall();
@@ -168,6 +315,7 @@ TEST_F(PutBackTest, MovesWithTheRightWhatTheUserMayNot) {
     EXPECT_EQ(resultOf(putBack(), item).outcome, Back::back);
 
     EXPECT_EQ(administrator.tools().back(), "/bin/mv -f " + place + " " + item);
+    EXPECT_EQ(desktop.forgotten, Lines{"com.quillfen.Ospenth.plist of " + item});
     EXPECT_EQ(contentOf(item), "content");
 }
 
@@ -189,6 +337,17 @@ TEST_F(PutBackTest, AsksForTheRightOnlyOnce) {
     }
     EXPECT_EQ(std::ranges::count(administrator.calls, "copyRights", &AuthorizationCall::operation),
               1);
+}
+
+TEST_F(PutBackTest, LeavesNothingInTheTrashOfWhatAKilledOneHasMoved) {
+    const auto item = write(preferences("Ospenth"));
+    desktop.closed = {home / "Library/Preferences"};
+    uninstall();
+    fs::rename(home / "user/.Trash/com.quillfen.Ospenth.plist", item);
+
+    EXPECT_EQ(resultOf(putBack(), item).outcome, Back::inPlace);
+
+    EXPECT_EQ(desktop.forgotten, Lines{"com.quillfen.Ospenth.plist of " + item});
 }
 
 TEST_F(PutBackTest, GoesOnAfterOneThatFails) {
@@ -236,7 +395,7 @@ TEST_F(PutBackTest, WritesAJobsFileFromTheRecordWhereTheCopyHasChanged) {
     ASSERT_EQ(::chmod(file.c_str(), 0640), 0);
     const auto before = fileSystem.attributesOfItem(file);
     uninstall();
-    write(runs.keptFile(1, file), "something else");
+    write(kept(file), "something else");
 
     EXPECT_EQ(resultOf(putBack(), file).outcome, Back::back);
 
@@ -314,6 +473,22 @@ TEST_F(PutBackTest, UndoesARunThatWasKilledWithTheOneThatFinishedIt) {
     EXPECT_EQ(resultOf(items, second).outcome, Back::back);
     EXPECT_EQ(items.front().path, second) << "the newest run comes first";
     EXPECT_TRUE(runs.read(1).isClosed && runs.read(2).isClosed);
+}
+
+TEST_F(PutBackTest, LeavesAKilledRunAloneThatIsBackAlready) {
+    const auto item = write(cache("Dunmarl"));
+    records::RunRecorder killed(runs, jobs);
+    killed.begin(RemoveShared::no);
+    killed.rowBegan({PlanAction::trash, item, {}});
+    killed.itemBegan(item);
+    putBack();
+    ASSERT_TRUE(runs.read(1).isClosed);
+    uninstall();
+
+    const auto last = runs.lastUninstall();
+
+    ASSERT_EQ(last.size(), 1U);
+    EXPECT_EQ(last.front().number, 2U);
 }
 
 TEST_F(PutBackTest, FindsInPlaceWhatAKilledRunHadNotTakenYet) {

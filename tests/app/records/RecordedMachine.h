@@ -21,6 +21,7 @@
 #include <cerrno>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <set>
 #include <string>
 #include <vector>
@@ -32,14 +33,40 @@ public:
 
     /// The directories whose items only the administrator may move.
     std::set<std::string> closed;
+    /// Called before an item is put back.
+    std::function<void()> beforePuttingBack = [] {};
+    /// The names in the Trash whose trashinfos were deleted, with their items' paths.
+    std::vector<std::string> forgotten;
+    /// Whether the items of the Trash can be listed.
+    bool isReadable = true;
+    /// The number of every failure to put back, if that fails.
+    int failure = 0;
 
     platform::Result<std::string> recycle(const std::string& directory, const std::string& trash,
                                           const std::string& name) override {
         return closed.contains(directory) ? denied(name)
                                           : Workspace::recycle(directory, trash, name);
     }
+    platform::Result<std::vector<platform::ItemInTrash>>
+    itemsInTrash(const std::string& trash) override {
+        if (!isReadable) {
+            return platform::Unexpected(
+                platform::native::posixError(platform::native::Errno(EMFILE), "Trash", "read"));
+        }
+        return Workspace::itemsInTrash(trash);
+    }
+    void forgetTrashed(const std::string& place, const std::string& path) override {
+        forgotten.push_back(place.substr(place.rfind('/') + 1) + " of " + path);
+        Workspace::forgetTrashed(place, path);
+    }
     platform::Result<void> putBack(const std::string& place, const std::string& path) override {
-        if (closed.contains(std::filesystem::path(path).parent_path())) {
+        beforePuttingBack();
+        if (failure != 0) {
+            return platform::Unexpected(platform::native::posixError(
+                platform::native::Errno(failure), std::filesystem::path(path).filename().string(),
+                "put back"));
+        }
+        if (closed.contains(std::filesystem::canonical(path.substr(0, path.rfind('/'))))) {
             return platform::Unexpected(denied(path).error());
         }
         return Workspace::putBack(place, path);

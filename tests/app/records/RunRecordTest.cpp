@@ -143,6 +143,14 @@ TEST_F(RunRecordTest, RefusesAReceiptWithAnotherName) {
               "line 2: " + path + " is not in the plan");
 }
 
+TEST_F(RunRecordTest, RefusesAReceiptInAnotherDirectory) {
+    const auto library = home / "Library";
+    const auto path = library + "/Other/Install Kelvane 1.pkg";
+
+    EXPECT_EQ(refusalOf(recordOf(stepFor(PlanAction::trashMatching, library, path))),
+              "line 2: " + path + " is not in the plan");
+}
+
 TEST_F(RunRecordTest, RefusesWhatNoRunWrites) {
     LineSeal seal;
     const auto head = seal.sealed(records::headOf({}));

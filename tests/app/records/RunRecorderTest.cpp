@@ -23,13 +23,23 @@ public:
 
     std::vector<std::string> events;
     bool isFull = false;
+    bool isBroken = false;
 
     std::unique_ptr<platform::FileStream> openForReading(const std::string& path) override {
         return streams_.openForReading(path);
     }
     std::unique_ptr<platform::FileStream> openForUpdating(const std::string& path,
                                                           const platform::FileId& spared,
-                                                          std::uint64_t expectedSize) override;
+                                                          std::uint64_t expectedSize) override {
+        return streams_.openForUpdating(path, spared, expectedSize);
+    }
+    std::unique_ptr<platform::FileStream> openBeside(const std::string& path,
+                                                     const platform::FileId& spared,
+                                                     std::uint64_t expectedSize) override {
+        return streams_.openBeside(path, spared, expectedSize);
+    }
+    platform::Result<std::unique_ptr<platform::FileStream>, platform::SystemError>
+    openExisting(const std::string& path, platform::FileAccess access) override;
 
 private:
     platform::FileStreams& streams_;
@@ -59,23 +69,35 @@ public:
     void beginSync() override { stream_->beginSync(); }
     platform::Result<void, platform::SystemError> sync() override {
         notes_.events.emplace_back("sync");
+        if (notes_.isBroken) {
+            return platform::Unexpected(platform::SystemError{EIO});
+        }
         return stream_->sync();
     }
     void dropCache() override { stream_->dropCache(); }
     bool isAtEnd() const override { return stream_->isAtEnd(); }
     int errorIndicator() const override { return stream_->errorIndicator(); }
     platform::FileId identity() const override { return stream_->identity(); }
+    platform::Result<void, platform::SystemError>
+    copyMetadata(const platform::FileStream& source) override {
+        return stream_->copyMetadata(source);
+    }
+    platform::Result<void, platform::SystemError> takeName() override {
+        return stream_->takeName();
+    }
 
 private:
     std::unique_ptr<platform::FileStream> stream_;
     NotingStreams& notes_;
 };
 
-std::unique_ptr<platform::FileStream> NotingStreams::openForUpdating(const std::string& path,
-                                                                     const platform::FileId& spared,
-                                                                     std::uint64_t expectedSize) {
-    return std::make_unique<NotingStream>(streams_.openForUpdating(path, spared, expectedSize),
-                                          *this);
+platform::Result<std::unique_ptr<platform::FileStream>, platform::SystemError>
+NotingStreams::openExisting(const std::string& path, platform::FileAccess access) {
+    auto stream = streams_.openExisting(path, access);
+    if (!stream) {
+        return stream;
+    }
+    return std::make_unique<NotingStream>(*std::move(stream), *this);
 }
 
 class RunRecorderTest : public RecordedMachine {
@@ -126,6 +148,99 @@ TEST_F(RunRecorderTest, HasAStepOnTheDiskBeforeItIsTaken) {
     EXPECT_EQ(streams.events, (Lines{"write", "sync"}));
 }
 
+TEST_F(RunRecorderTest, HasTheEndOfTheRunOnTheDisk) {
+    NotingStreams streams(fileStreams);
+    const platform::ScopedService<platform::FileStreams> scope(streams);
+    RunRecorder recorder(runs, jobs);
+    recorder.begin(RemoveShared::no);
+    streams.events.clear();
+
+    recorder.walkEnded();
+
+    EXPECT_EQ(streams.events, (Lines{"write", "sync"}));
+}
+
+TEST_F(RunRecorderTest, TellsThatTheDiskDoesNotTakeTheRecord) {
+    const auto item = write(cache("Ospenth"));
+    NotingStreams streams(fileStreams);
+    streams.isBroken = true;
+    const platform::ScopedService<platform::FileStreams> scope(streams);
+    RunRecorder recorder(runs, jobs);
+    recorder.begin(RemoveShared::no);
+
+    recorder.rowBegan(cacheRow(item));
+    recorder.itemBegan(item);
+
+    EXPECT_EQ(recorder.failure(), "The disk does not take the record.");
+}
+
+TEST_F(RunRecorderTest, WritesToNoFileThatIsSwappedInForItsOwn) {
+    /// Swaps each new file for another name of a precious one.
+    class SwappingFileSystem : public platform::native::FileSystem {
+    public:
+        explicit SwappingFileSystem(std::string file) : precious(std::move(file)) {}
+        platform::Result<void>
+        writeAtomicallyWith(const std::string& path, std::string_view content, unsigned permissions,
+                            const std::optional<platform::FileDate>& date) override {
+            auto written = FileSystem::writeAtomicallyWith(path, content, permissions, date);
+            std::filesystem::remove(path);
+            std::filesystem::create_hard_link(precious, path);
+            return written;
+        }
+        std::string precious;
+    } swapping(write(home / "precious", "precious"));
+    const platform::ScopedService<platform::FileSystem> scope(swapping);
+    RunRecorder recorder(runs, jobs);
+
+    recorder.begin(RemoveShared::no);
+    recorder.walkEnded();
+
+    EXPECT_TRUE(recorder.failure());
+    EXPECT_EQ(contentOf(swapping.precious), "precious");
+}
+
+TEST_F(RunRecorderTest, EndsTheRecordWhereItCannotGoOn) {
+    class FailingJobs : public DescribedJobs {
+    public:
+        std::set<std::string> loaded() override { throw std::bad_alloc(); }
+    } failing;
+    const auto program = write(home / "Applications/Quillfen/Kelvane/Lunevar.app/program");
+    const auto file = write(agent("Lunevar"));
+    const auto item = write(cache("Ospenth"));
+    RunRecorder recorder(runs, failing);
+
+    uninstall(recorder);
+
+    EXPECT_EQ(recorder.failure(), "The system has no memory left.");
+    EXPECT_FALSE(exists(program) || exists(file) || exists(item));
+    EXPECT_NO_THROW(stepOf(home / "Applications/Quillfen/Kelvane/Lunevar.app"));
+    EXPECT_FALSE(runs.read(1).isComplete);
+}
+
+TEST_F(RunRecorderTest, FollowsNoLinkInPlaceOfItsDirectory) {
+    const auto elsewhere = home.makeDirectory("elsewhere");
+    home.makeDirectory("user/state/kelvane-uninstaller");
+    ASSERT_EQ(::chmod(elsewhere.c_str(), 0755), 0);
+    std::filesystem::create_symlink(elsewhere, home / "user/state/kelvane-uninstaller/runs");
+    RunRecorder recorder(runs, jobs);
+
+    recorder.begin(RemoveShared::no);
+
+    EXPECT_TRUE(recorder.failure());
+    EXPECT_TRUE(std::filesystem::is_empty(elsewhere));
+    EXPECT_EQ(fileSystem.attributesOfItem(elsewhere)->permissions, 0755U);
+}
+
+TEST_F(RunRecorderTest, FollowsALinkToTheDirectoryOfAllPrograms) {
+    std::filesystem::create_symlink(home.makeDirectory("elsewhere"), home / "user/state");
+    RunRecorder recorder(runs, jobs);
+
+    recorder.begin(RemoveShared::no);
+
+    EXPECT_FALSE(recorder.failure());
+    EXPECT_TRUE(exists(home / "elsewhere/kelvane-uninstaller/runs/1.jsonl"));
+}
+
 TEST_F(RunRecorderTest, TellsWhereInTheTrashAnItemIs) {
     const auto item = write(cache("Ospenth"));
 
@@ -160,6 +275,42 @@ TEST_F(RunRecorderTest, TellsWhatWasLeftInPlace) {
 
     EXPECT_EQ(stepOf(item).end->taken, Taken::left);
     EXPECT_EQ(runs.read(1).isComplete, false);
+}
+
+TEST_F(RunRecorderTest, BelievesNoToolThatSaysItHasMovedAnItem) {
+    const auto item = write(cache("Ospenth"));
+    RunRecorder recorder(runs, jobs);
+    recorder.begin(RemoveShared::no);
+    recorder.rowBegan(cacheRow(item));
+    recorder.itemBegan(item);
+
+    recorder.itemEnded(item, {.outcome = TrashOutcome::handedOver, .place = "/trash/item"});
+    recorder.walkEnded();
+
+    EXPECT_EQ(stepOf(item).end->taken, Taken::left);
+    EXPECT_EQ(runs.read(1).isComplete, false);
+}
+
+TEST_F(RunRecorderTest, AsksOnceWhichJobsAreLoaded) {
+    write(agent("Lunevar"));
+    write(agent("Dunmarl"));
+    write(agent("SoftwareUpdate"));
+    class CountingJobs : public DescribedJobs {
+    public:
+        int asked = 0;
+        std::set<std::string> loaded() override {
+            ++asked;
+            return DescribedJobs::loaded();
+        }
+    } counting;
+    RunRecorder recorder(runs, counting);
+
+    uninstall(recorder);
+
+    EXPECT_GT(std::ranges::count_if(runs.read(1).steps,
+                                    [](const RecordedStep& step) { return step.job.has_value(); }),
+              1);
+    EXPECT_EQ(counting.asked, 1);
 }
 
 TEST_F(RunRecorderTest, SaysNothingOfItemsThatDoNotExist) {

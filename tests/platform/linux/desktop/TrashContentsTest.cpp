@@ -80,6 +80,21 @@ TEST_F(TrashContents, OfALinkToElsewhereAreNotTheUsers) {
     EXPECT_EQ(run({"list-trash", trash}).output, "");
 }
 
+TEST_F(TrashContents, AreNotSeenInPartOnly) {
+    if (::getuid() != 0) {
+        GTEST_SKIP() << "only root can become a user whom permissions hold back";
+    }
+    home.write("items/a.txt");
+    trashed("a.txt");
+    ASSERT_EQ(::chmod((homeTrash + "/files").c_str(), 0300), 0);
+    ASSERT_EQ(::chmod(home.path().c_str(), 0755), 0);
+
+    EXPECT_EQ(runChild({"list-trash", trash}, environment,
+                       {"setpriv", "--reuid=65534", "--clear-groups", "--inh-caps=-all", "--"})
+                  .status,
+              1);
+}
+
 TEST_F(TrashContents, GoBackWithNothingLeftInTheTrash) {
     home.write("items/folder/a.txt", "content");
     const auto place = trashed("folder");
@@ -125,15 +140,37 @@ TEST_F(TrashContents, KeepTheModeOfAFolderThatMayNotBeWritten) {
     GTEST_SKIP() << "only root can become a user whom permissions hold back";
 }
 
+TEST_F(TrashContents, AreForgottenOnlyWhenTheyCameFromThere) {
+    home.write("items/a.txt");
+    const auto place = trashed("a.txt");
+    fs::remove(place);
+
+    EXPECT_EQ(run({"forget-trashed", place, items + "/b.txt"}).status, 0);
+
+    EXPECT_TRUE(exists(homeTrash + "/info/a.txt.trashinfo"));
+}
+
+TEST_F(TrashContents, AreForgottenThroughNoLink) {
+    home.write("items/a.txt");
+    const auto place = trashed("a.txt");
+    fs::remove(place);
+    fs::rename(homeTrash + "/info", home / "elsewhere");
+    fs::create_symlink(home / "elsewhere", homeTrash + "/info");
+
+    EXPECT_EQ(run({"forget-trashed", place, items + "/a.txt"}).status, 0);
+
+    EXPECT_TRUE(exists(home / "elsewhere/a.txt.trashinfo"));
+}
+
 TEST_F(TrashContents, AreForgottenOnlyWhenTheyAreGone) {
     home.write("items/a.txt");
     const auto place = trashed("a.txt");
-    EXPECT_EQ(run({"forget-trashed", place}).status, 0);
+    EXPECT_EQ(run({"forget-trashed", place, items + "/a.txt"}).status, 0);
     EXPECT_TRUE(strayIn(homeTrash).empty());
     EXPECT_TRUE(exists(place));
     fs::remove(place);
 
-    EXPECT_EQ(run({"forget-trashed", place}).status, 0);
+    EXPECT_EQ(run({"forget-trashed", place, items + "/a.txt"}).status, 0);
 
     EXPECT_TRUE(namesIn(homeTrash + "/info").empty());
 }

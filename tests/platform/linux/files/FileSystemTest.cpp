@@ -383,6 +383,47 @@ TEST(FileSystem, WritesAFileAtOnceOrNotAtAll) {
     EXPECT_EQ(fileSystem.contentsOfDirectory(directory.path())->size(), 3U);
 }
 
+TEST(FileSystem, WritesAFileWithItsModeAndDate) {
+    const TemporaryDirectory directory;
+    const platform::FileDate date({.tv_sec = 1'000'000'000, .tv_nsec = 5});
+
+    EXPECT_TRUE(fileSystem.writeAtomicallyWith(directory / "dated", "content", 04640, date));
+    EXPECT_TRUE(fileSystem.writeAtomicallyWith(directory / "undated", "content", 0600, {}));
+
+    const auto dated = fileSystem.attributesOfItem(directory / "dated");
+    EXPECT_EQ(dated->permissions, 04640U);
+    EXPECT_EQ(dated->modificationDate, date);
+    EXPECT_EQ(contentOf(directory / "dated"), "content");
+    EXPECT_EQ(fileSystem.attributesOfItem(directory / "undated")->permissions, 0600U);
+}
+
+TEST(FileSystem, HoldsADirectoryWhateverBecomesOfItsName) {
+    const TemporaryDirectory directory;
+    const auto folder = directory.makeDirectory("folder");
+    const auto held = fileSystem.holdDirectory(folder, {}, platform::MissingDirectories::fail);
+    ASSERT_TRUE(held);
+    std::filesystem::rename(folder, directory / "renamed");
+    makeLink(directory.makeDirectory("other"), folder);
+
+    EXPECT_TRUE(fileSystem.writeAtomically((*held)->path() + "/file", "content"));
+
+    EXPECT_EQ(contentOf(directory / "renamed/file"), "content");
+    EXPECT_TRUE(std::filesystem::is_empty(directory / "other"));
+}
+
+TEST(FileSystem, SaysWhyADirectoryIsNotHeld) {
+    const TemporaryDirectory directory;
+
+    const auto held =
+        fileSystem.holdDirectory(directory / "folder", {}, platform::MissingDirectories::fail);
+
+    ASSERT_FALSE(held);
+    EXPECT_EQ(held.error().localizedDescription,
+              "“folder” couldn’t be opened because it doesn’t exist.");
+    EXPECT_TRUE(
+        fileSystem.holdDirectory(directory / "folder", {}, platform::MissingDirectories::create));
+}
+
 TEST(FileSystem, LeavesWhatStoodThereWhereAFileCannotBeWritten) {
     const TemporaryDirectory directory;
     directory.makeDirectory("folder");

@@ -12,6 +12,7 @@ using platform::native::FileDescriptor;
 using platform::native::isDirectory;
 using platform::native::lockedDirectory;
 using platform::native::makeDirectories;
+using platform::native::openThroughLinks;
 
 namespace {
 
@@ -67,6 +68,50 @@ TEST_F(DirectoriesTest, TellsThatAFileIsInTheWay) {
 
     EXPECT_EQ(makeDirectories(file + "/below", 0700).error().number(), ENOTDIR);
     EXPECT_FALSE(isDirectory(file));
+}
+
+/// Returns whether an open directory is the one at the path.
+bool isAt(const platform::native::SystemResult<FileDescriptor>& directory,
+          const std::string& path) {
+    struct stat one {};
+    struct stat other {};
+    return directory && ::fstat(directory->get(), &one) == 0 && ::stat(path.c_str(), &other) == 0 &&
+           one.st_ino == other.st_ino && one.st_dev == other.st_dev;
+}
+
+TEST_F(DirectoriesTest, OpensADirectoryThroughTheLinksThatItKnowsAlone) {
+    directory_.makeDirectory("real/inside");
+    ASSERT_EQ(::symlink("real", (directory_ / "link").c_str()), 0);
+    ASSERT_EQ(::symlink("inside", (directory_ / "real/last").c_str()), 0);
+    const auto real = directory_ / "real/inside";
+    const auto links = std::vector{directory_ / "link"};
+
+    EXPECT_TRUE(isAt(openThroughLinks(real, {}, {}), real));
+    EXPECT_TRUE(isAt(openThroughLinks(directory_ / "link/inside", links, {}), real));
+    EXPECT_TRUE(failedWith(openThroughLinks(directory_ / "link/inside", {}, {}), ENOTDIR));
+    EXPECT_TRUE(failedWith(openThroughLinks(directory_ / "real/last", links, {}), ENOTDIR));
+}
+
+TEST_F(DirectoriesTest, MakesWhatIsMissingOnlyWhenAsked) {
+    EXPECT_TRUE(failedWith(openThroughLinks(directory_ / "a/b", {}, {}), ENOENT));
+    EXPECT_TRUE(isAt(openThroughLinks(directory_ / "a/b", {}, 0700), directory_ / "a/b"));
+}
+
+TEST_F(DirectoriesTest, MakesNothingBehindALinkThatItDoesNotKnow) {
+    directory_.makeDirectory("real");
+    ASSERT_EQ(::symlink("real", (directory_ / "link").c_str()), 0);
+    ASSERT_EQ(::symlink("nowhere", (directory_ / "broken").c_str()), 0);
+
+    EXPECT_TRUE(failedWith(openThroughLinks(directory_ / "link/new", {}, 0700), ENOTDIR));
+    EXPECT_FALSE(openThroughLinks(directory_ / "broken/new", {}, 0700));
+
+    EXPECT_FALSE(isDirectory(directory_ / "real/new"));
+    EXPECT_FALSE(isDirectory(directory_ / "nowhere"));
+}
+
+TEST_F(DirectoriesTest, OpensOnlyAbsolutePaths) {
+    EXPECT_TRUE(failedWith(openThroughLinks("tmp", {}, {}), EINVAL));
+    EXPECT_TRUE(failedWith(openThroughLinks(std::string("/tmp\0x", 6), {}, {}), EINVAL));
 }
 
 TEST_F(DirectoriesTest, HoldsADirectoryUntilTheDescriptorIsClosed) {

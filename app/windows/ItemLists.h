@@ -18,10 +18,7 @@ platform::qt::ItemsDescription plannedItems(const std::vector<InventoryRow>& row
 platform::qt::ItemsDescription itemsLeft(const std::vector<cli::RowOutcome>& left);
 
 /// Returns the window that says what became of the items that were to be put back.
-platform::qt::ItemsDescription itemsPutBack(const std::vector<cli::UndoneItem>& items);
-
-/// Returns the window that says why putting back ended early.
-platform::qt::ItemsDescription notPutBack(const std::string& reason);
+platform::qt::ItemsDescription itemsPutBack(const cli::Undone& result);
 
 /// Returns the window that says that a run is not wholly recorded, and why.
 platform::qt::ItemsDescription notRecorded(const std::string& reason);

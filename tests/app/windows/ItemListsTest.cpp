@@ -1,4 +1,4 @@
-#include "app/start/ItemLists.h"
+#include "app/windows/ItemLists.h"
 
 #include "platform/Services.h"
 #include "tests/support/FileSystemDoubles.h"
@@ -76,7 +76,7 @@ cli::UndoneItem notBackAt(const std::string& path, const std::string& reason) {
 }
 
 TEST_F(ItemLists, SayThatEverythingIsBack) {
-    const auto list = start::itemsPutBack({backAt("/x/a"), backAt("/x/b")});
+    const auto list = start::itemsPutBack({{backAt("/x/a"), backAt("/x/b")}, {}});
 
     EXPECT_EQ(list.message, "Kelvane is back in its place.");
     EXPECT_EQ(asText(list.sections), "Back in their places\n    /x/a\n    /x/b\n");
@@ -84,15 +84,18 @@ TEST_F(ItemLists, SayThatEverythingIsBack) {
 }
 
 TEST_F(ItemLists, SayWhatIsNotBackAndWhy) {
-    const auto list = start::itemsPutBack({backAt("/x/a"), notBackAt("/x/b", "Not allowed.")});
+    const auto list =
+        start::itemsPutBack({{backAt("/x/a"), notBackAt("/x/b", "Not allowed.")}, {}});
 
     EXPECT_EQ(list.message, "Not everything could be put back. What failed is where it was.");
     EXPECT_EQ(asText(list.sections), "Back in their places\n    /x/a\nNot allowed.\n    /x/b\n");
 }
 
 TEST_F(ItemLists, SayWhyPuttingBackEndedEarly) {
-    EXPECT_EQ(start::notPutBack("line 3: it was edited").message,
-              "Not everything could be put back: line 3: it was edited");
+    const auto list = start::itemsPutBack({{backAt("/x/a")}, "line 3: it was edited"});
+
+    EXPECT_EQ(list.message, "Not everything could be put back: line 3: it was edited");
+    EXPECT_EQ(asText(list.sections), "Back in their places\n    /x/a\n");
 }
 
 TEST_F(ItemLists, SayThatThereIsNothingToPutBack) {

@@ -1,4 +1,4 @@
-#include "app/start/ItemLists.h"
+#include "app/windows/ItemLists.h"
 
 #include "platform/FileSystem.h"
 #include "platform/Services.h"
@@ -104,21 +104,19 @@ ItemsDescription itemsLeft(const std::vector<cli::RowOutcome>& left) {
     return description;
 }
 
-ItemsDescription itemsPutBack(const std::vector<cli::UndoneItem>& items) {
+ItemsDescription itemsPutBack(const cli::Undone& result) {
     ItemsDescription description{.title = putBackTitle, .message = allPutBack, .sections = {}};
-    if (items.empty()) {
+    if (!result.failure.empty()) {
+        description.message = endedEarly + result.failure;
+    } else if (result.items.empty()) {
         description.message = nothingToPutBack;
-    } else if (cli::statusOf(items) != cli::ExitStatus::complete) {
+    } else if (cli::statusOf(result) != cli::ExitStatus::complete) {
         description.message = somePutBack;
     }
-    for (const auto& item : items) {
+    for (const auto& item : result.items) {
         add(description.sections, item.isLeft ? item.reason : inPlaceAgain, item.path);
     }
     return description;
-}
-
-ItemsDescription notPutBack(const std::string& reason) {
-    return {.title = putBackTitle, .message = endedEarly + reason, .sections = {}};
 }
 
 ItemsDescription notRecorded(const std::string& reason) {

@@ -1,5 +1,6 @@
-#include "app/start/WindowPutBack.h"
+#include "app/windows/WindowPutBack.h"
 
+#include "app/Explanations.h"
 #include "app/start/Outlets.h"
 #include "platform/Application.h"
 #include "platform/Inhibitors.h"
@@ -39,15 +40,19 @@ WindowPutBack::WindowPutBack(platform::Interface& interface, Recording& recordin
 
 bool WindowPutBack::isPossible() const {
     const auto isWaiting = [](const auto& item) { return item.outcome == records::Back::waiting; };
-    return !runs_.empty() && std::ranges::any_of(records::PutBack::preview(runs_), isWaiting);
+    try {
+        return !runs_.empty() && std::ranges::any_of(records::PutBack::preview(runs_), isWaiting);
+    } catch (const platform::Exception&) {
+        return false; // The Trash cannot be seen.
+    }
 }
 
 void WindowPutBack::begin() {
     hasBegun_ = true;
     try {
         platform::detachNewThread([this] { putBack(); });
-    } catch (const platform::Exception& exception) {
-        failure_ = exception.reason();
+    } catch (const std::exception& exception) {
+        result_.failure = explanationOf(exception);
         platform::service<platform::Application>().terminate();
         return;
     }
@@ -64,12 +69,10 @@ void WindowPutBack::putBack() {
             platform::service<platform::Inhibitors>().inhibitShutdown(uninstaller, putBackReason);
         // Another run may have ended since the window was opened.
         runs_ = recording_.runs.lastUninstall();
-        items_ =
+        result_ =
             cli::undone(records::PutBack(recording_.runs, recording_.jobs, *this).perform(runs_));
-    } catch (const platform::Exception& exception) {
-        failure_ = exception.reason();
     } catch (const std::exception& exception) {
-        failure_ = exception.what();
+        result_.failure = explanationOf(exception);
     }
     ending_.runEnded();
     platform::service<platform::Application>().performOnMainThread(
@@ -78,10 +81,6 @@ void WindowPutBack::putBack() {
             platform::service<platform::Application>().terminate();
         },
         platform::Wait::untilDone);
-}
-
-cli::ExitStatus WindowPutBack::status() const {
-    return failure_.empty() ? cli::statusOf(items_) : cli::ExitStatus::failed;
 }
 
 void WindowPutBack::itemBegan(const std::string& path) {

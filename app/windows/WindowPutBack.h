@@ -2,8 +2,8 @@
 
 #include "app/cli/Undone.h"
 #include "app/records/PutBack.h"
-#include "app/start/Ending.h"
 #include "app/start/Recording.h"
+#include "app/windows/Ending.h"
 #include "platform/Windows.h"
 
 #include <atomic>
@@ -30,13 +30,7 @@ public:
     bool hasBegun() const { return hasBegun_; }
 
     /// Returns what became of the items, when all is done.
-    const std::vector<cli::UndoneItem>& items() const { return items_; }
-
-    /// Returns why it ended early, in the user's words; empty if it did not. When all is done.
-    const std::string& failure() const { return failure_; }
-
-    /// Returns the exit status, when all is done.
-    cli::ExitStatus status() const;
+    const cli::Undone& result() const { return result_; }
 
     void itemBegan(const std::string& path) override;
 
@@ -52,8 +46,7 @@ private:
     std::vector<records::RunRecord> runs_;
     std::atomic<bool> hasBegun_{false};
     std::size_t number_ = 0;
-    std::vector<cli::UndoneItem> items_;
-    std::string failure_;
+    cli::Undone result_;
 };
 
 } // namespace start
