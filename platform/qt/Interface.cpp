@@ -1,6 +1,7 @@
 #include "platform/qt/Interface.h"
 
 #include "platform/foundation/Exception.h"
+#include "platform/qt/Accessibility.h"
 #include "platform/qt/Appearance.h"
 
 #include <QAbstractButton>
@@ -105,6 +106,7 @@ InterfaceFile readInterfaceFile(const std::string& name) {
 }
 
 Interface::Interface(const InterfaceFile& file) {
+    describeToScreenReaders();
     const auto container = load(file);
     const auto windows = container->findChildren<QWidget*>(QString(), Qt::FindDirectChildrenOnly);
     for (auto* window : windows) {

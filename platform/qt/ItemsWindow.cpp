@@ -30,7 +30,10 @@ constexpr const char* copyTitle = "&Copy";
 constexpr const char* tryAgainTitle = "&Try Again";
 constexpr const char* closeTitle = "C&lose";
 
-enum Column { textColumn, detailColumn, columnCount };
+constexpr const char* itemsHeader = "Items";
+constexpr const char* detailsHeader = "Details";
+
+enum Column { textColumn, detailColumn };
 
 QTreeWidgetItem* makeLine(const std::string& text) {
     auto* line = new QTreeWidgetItem;
@@ -55,7 +58,7 @@ QTreeWidgetItem* makeSection(const ItemsSection& section) {
 
 QTreeWidget* makeList(const ItemsDescription& description) {
     auto* list = new QTreeWidget;
-    list->setColumnCount(columnCount);
+    list->setHeaderLabels({itemsHeader, detailsHeader}); // for screen readers
     list->setHeaderHidden(true);
     list->setRootIsDecorated(false);
     list->setItemsExpandable(false);

@@ -90,6 +90,8 @@ void bringToFront(QWidget& window, const QWidget* over) {
     } else {
         window.setGeometry(onScreen(window.size(), centreFor(over)));
         window.show();
+        // Otherwise the focus is not drawn before the first press of Tab.
+        window.setAttribute(Qt::WA_KeyboardFocusChange);
     }
     window.activateWindow();
 }

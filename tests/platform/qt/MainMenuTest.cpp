@@ -138,6 +138,14 @@ TEST_F(MainMenuTest, StartsOnTheCheckBoxAndGoesToTheListLast) {
     EXPECT_EQ(focused(), "removeSharedCheck");
 }
 
+TEST_F(MainMenuTest, ShowsWhatHasTheFocusFromTheStart) {
+    auto* box = mainWindow().findChild<QCheckBox*>();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&mainWindow()));
+    const auto focused = box->grab().toImage();
+    box->clearFocus();
+    EXPECT_NE(box->grab().toImage(), focused);
+}
+
 TEST_F(MainMenuTest, UninstallsOnReturnOnlyWhenThatButtonHasTheFocus) {
     auto& window = mainWindow();
     QTest::keyClick(QApplication::focusWidget(), Qt::Key_Return);
@@ -238,6 +246,23 @@ TEST_F(MainMenuTest, TellsAScreenReaderWhatEverythingIs) {
               "Quits and removes nothing");
     EXPECT_EQ(accessible(progressWindow().findChild<QProgressBar*>(), QAccessible::Name),
               "Moving Kelvane to the Trash");
+}
+
+TEST_F(MainMenuTest, TellsAScreenReaderThatItsWindowsAreWindows) {
+    for (auto* window : {&mainWindow(), &progressWindow()}) {
+        EXPECT_EQ(QAccessible::queryAccessibleInterface(window)->role(), QAccessible::Window);
+    }
+}
+
+TEST_F(MainMenuTest, TellsAScreenReaderThatItIsBusyWhileTheBarIsShown) {
+    auto* bar = progressWindow().findChild<QProgressBar*>();
+    auto* described = QAccessible::queryAccessibleInterface(bar);
+    EXPECT_EQ(described->role(), QAccessible::ProgressBar);
+    EXPECT_FALSE(described->state().busy);
+    bar->setRange(0, 0);
+    EXPECT_TRUE(described->state().busy);
+    progressWindow().hide();
+    EXPECT_FALSE(described->state().busy);
 }
 
 TEST_F(MainMenuTest, CannotBeClosedWhileItRuns) {
