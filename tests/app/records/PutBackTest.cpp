@@ -286,6 +286,16 @@ TEST_F(PutBackTest, TakesNoOtherItemOfTheSameNameFromTheTrash) {
     EXPECT_FALSE(exists(item));
 }
 
+TEST_F(PutBackTest, TakesOnlyWhatCameFromThere) {
+    const auto item = write(cache("Ospenth"));
+    uninstall();
+    desktop.formerPath = cache("Dunmarl");
+    EXPECT_EQ(resultOf(putBack(), item).outcome, Back::gone);
+    desktop.formerPath = item;
+
+    EXPECT_EQ(resultOf(putBack(), item).outcome, Back::back);
+}
+
 TEST_F(PutBackTest, TakesNoOtherItemOfTheSameSizeFromTheTrash) {
     const auto item = write(cache("Ospenth"), "content");
     uninstall();

@@ -36,6 +36,8 @@ public:
     std::set<std::string> closed;
     /// Called before an item is put back.
     std::function<void()> beforePuttingBack = [] {};
+    /// The path that every item in the Trash had, if it has a record of that.
+    std::string formerPath;
     /// The names in the Trash whose trashinfos were deleted, with their items' paths.
     std::vector<std::string> forgotten;
     /// Whether the items of the Trash can be listed.
@@ -54,7 +56,11 @@ public:
             return platform::Unexpected(
                 platform::native::posixError(platform::native::Errno(EMFILE), "Trash", "read"));
         }
-        return Workspace::itemsInTrash(trash);
+        auto items = Workspace::itemsInTrash(trash);
+        for (auto& item : *items) {
+            item.path = formerPath;
+        }
+        return items;
     }
     void forgetTrashed(const std::string& place, const std::string& path) override {
         forgotten.push_back(place.substr(place.rfind('/') + 1) + " of " + path);
