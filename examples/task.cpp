@@ -36,7 +36,9 @@ int run() {
 
     // A path and arguments; no shell is involved.
     const auto said = QFTaskEx::stringFromTask("/bin/echo", {"$HOME", "stays as it is"});
-    std::cout << "said: " << *said << std::flush;
+    // No value if the tool cannot be run or prints more than ASCII text; other overloads take the
+    // encoding.
+    std::cout << "said: " << said.value_or("nothing\n") << std::flush;
 
     const int status = QFTaskEx::terminationCodeFromTask("/bin/sh", {"-c", "exit 3"});
     std::cout << "status: " << status << std::endl;
@@ -44,7 +46,7 @@ int run() {
     // A tool that takes too long is ended, and its output until then is returned.
     const auto begun = QFTaskEx::stringFromTask("/bin/sh", {"-c", "echo begun; exec sleep 600"},
                                                 platform::Timeout(1));
-    std::cout << "in time: " << *begun;
+    std::cout << "in time: " << begun.value_or("nothing\n");
 
     const auto listener = std::make_shared<Listener>();
     const auto runner = QFTaskEx::create();

@@ -57,6 +57,15 @@ public:
 
     /// Returns the identity of the file.
     virtual FileId identity() const = 0;
+
+    /// Gives the file the owner, the mode, the times and the extended attributes, access control
+    /// lists included, of a file that is open as a stream of the same system. The owner and the
+    /// group are kept if the user may set them, attributes if the volume supports their kind.
+    virtual Result<void, SystemError> copyMetadata(const FileStream& source) = 0;
+
+    /// Gives a file that openBeside() made the name that it is for, in place of what has it; both
+    /// the file and its name are then durable. Does nothing to any other file.
+    virtual Result<void, SystemError> takeName() = 0;
 };
 
 /// What an existing file is opened for.
@@ -79,6 +88,14 @@ public:
     /// space: the file may become smaller or larger.
     virtual std::unique_ptr<FileStream>
     openForUpdating(const std::string& path, const FileId& spared, std::uint64_t expectedSize) = 0;
+
+    /// As openForUpdating, but makes a new file in the path's directory under a hidden name. It
+    /// gets its name by takeName(), until which a file at the path stays as it is; closed before,
+    /// it is deleted. What a killed process leaves of it, FileSystem::removeAbandonedCopies
+    /// deletes. A path that leads to something else than a file is refused; a link at the path is
+    /// replaced itself.
+    virtual std::unique_ptr<FileStream> openBeside(const std::string& path, const FileId& spared,
+                                                   std::uint64_t expectedSize) = 0;
 
     /// Opens a file that exists, for reading and perhaps for writing. A final link is not followed,
     /// and anything but a file is refused without waiting for it.

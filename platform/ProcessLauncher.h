@@ -73,6 +73,8 @@ struct ProcessDescription {
     ChildStream standardInput = ChildStream::inherited();
     ChildStream standardOutput = ChildStream::inherited();
     ChildStream standardError = ChildStream::inherited();
+    /// Whether the child leaves the program's terminal: it can neither read from it nor type there.
+    bool leavesTerminal = false;
 };
 
 /// A launched child. Any thread may call every member. Destroying it neither ends the child nor
@@ -101,6 +103,10 @@ public:
     /// Asks the child, and those of its children that stayed in its group, to end, including
     /// stopped ones. They may refuse. Does nothing if the child has ended.
     virtual void terminate() = 0;
+
+    /// Ends the child, and those of its children that stayed in its group, at once. They cannot
+    /// refuse. Does nothing if the child has ended.
+    virtual void kill() = 0;
 
     /// Makes reads of the child's pipes end with the data that is there once the child has ended,
     /// without waiting for processes that inherited the pipes from the child.

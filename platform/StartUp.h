@@ -1,13 +1,15 @@
 #pragma once
 
+#if __cplusplus < 202002L
+#error "The utility layer needs C++20: compile with -std=c++20 or newer."
+#endif
+
 #include "platform/Windows.h"
+#include "platform/foundation/Export.h"
 
 #include <functional>
 #include <optional>
 #include <string>
-
-/// Exports a symbol from the library, which hides the implementation of the ports.
-#define QF_EXPORT [[gnu::visibility("default")]]
 
 namespace platform {
 

@@ -18,7 +18,6 @@ constexpr const char* description =
     "Removes Quillfen's Kelvane suite: everything is moved to the Trash.\n"
     "Without options it opens a window or, where there is no display, asks on the terminal.";
 
-constexpr const char* putBackOption = "--put-back";
 constexpr const char* emptyOption = "--empty";
 
 constexpr std::size_t columnWidth = 18;
@@ -46,7 +45,7 @@ CLI::Option* addRunOption(CLI::App& app, Options& options, const std::string& na
                           const std::string& help) {
     return app.add_option(name, options.run, help)
         ->expected(0, 1)
-        ->check(CLI::PositiveNumber)
+        ->check(CLI::Validator(CLI::PositiveNumber).description(""))
         ->type_name("[RUN]");
 }
 
@@ -69,6 +68,10 @@ void addOptions(CLI::App& app, Options& options) {
         app.add_flag("--uninstall", options.uninstall, "Uninstall without a question.");
     app.add_flag("--remove-shared", options.removeShared,
                  "Also remove items shared by all Quillfen products.");
+    app.add_flag("--all-users", options.allUsers,
+                 "With --uninstall, for root: also in the home folder\n"
+                 "of every account, with that account's rights.")
+        ->needs(uninstall);
     auto* quiet = app.add_flag("--quiet", options.quiet,
                                "With --uninstall, --put-back or --yes: print nothing,\n"
                                "ask for no password.");
@@ -78,7 +81,8 @@ void addOptions(CLI::App& app, Options& options) {
     app.add_flag("--json", options.json, "With --list, --list-runs or --show-last: print JSON.");
     auto* report = app.add_option("--report", options.report,
                                   "With --uninstall, --terminal, --put-back or --empty:\n"
-                                  "write to FILE, as JSON, what became of every item.");
+                                  "write to FILE, as JSON, what became of every item.\n"
+                                  "With --quiet, - is standard output.");
     report->type_name("FILE");
     list->excludes(uninstall)->excludes(terminal)->excludes(report)->excludes(quiet);
     terminal->excludes(uninstall)->excludes(quiet);
@@ -142,9 +146,21 @@ void checkTogether(const Options& options) {
     if (options.report && options.report->empty()) {
         throw CLI::ValidationError("--report", "the file has no name");
     }
+    check({options.report == standardOutput, "--report -", {{"--quiet", options.quiet}}});
 }
 
 } // namespace
+
+std::vector<std::string> optionsForAccount(const Options& options) {
+    std::vector<std::string> words{"--uninstall", "--quiet", "--report", standardOutput};
+    if (options.removeShared) {
+        words.emplace_back("--remove-shared");
+    }
+    if (options.empty) {
+        words.emplace_back(emptyOption);
+    }
+    return words;
+}
 
 std::variant<Options, int> parseCommandLine(int argc, char** argv, const std::string& version) {
     CLI::App app(description, "kelvane-uninstaller");

@@ -5,6 +5,7 @@
 #include "platform/foundation/Exception.h"
 
 #include <filesystem>
+#include <iostream>
 #include <system_error>
 
 namespace cli {
@@ -18,8 +19,8 @@ namespace {
 /// Returns the report's absolute path, so that the working directory may change; empty if no report
 /// is wanted.
 std::string reportPath(const Options& options) {
-    if (!options.report) {
-        return {};
+    if (!options.report || options.report == standardOutput) {
+        return options.report.value_or("");
     }
     std::error_code error;
     auto path = std::filesystem::absolute(*options.report, error);
@@ -35,6 +36,9 @@ ReportFile::ReportFile(const Options& options) : path_(reportPath(options)) {
 }
 
 void ReportFile::prepare(const std::string& document) const {
+    if (path_ == standardOutput) {
+        return;
+    }
     const auto there = platform::service<platform::FileSystem>().attributesOfItem(path_);
     if (isWanted() && there && there->kind != platform::ItemKind::file) {
         throwUnwritable(path_, "the path leads to something other than a file");
@@ -44,6 +48,13 @@ void ReportFile::prepare(const std::string& document) const {
 
 void ReportFile::write(const std::string& document) const {
     if (!isWanted()) {
+        return;
+    }
+    if (path_ == standardOutput) {
+        std::cout << document << std::flush;
+        if (!std::cout) {
+            throwUnwritable(path_, "standard output does not take it");
+        }
         return;
     }
     const auto written = platform::service<platform::FileSystem>().writeAtomically(path_, document);

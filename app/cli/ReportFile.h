@@ -6,7 +6,7 @@
 
 namespace cli {
 
-/// The file that a report is written to, if one is wanted.
+/// The file, or standard output, that a report is written to, if one is wanted.
 class ReportFile {
 public:
     /// Throws platform::Exception "QFReportUnwritable", whose reason says why, if a relative report
@@ -15,8 +15,8 @@ public:
 
     bool isWanted() const { return !path_.empty(); }
 
-    /// Writes the document that says that the work is under way. Throws as the constructor does if
-    /// that fails, or if something other than a file is at the path.
+    /// Writes the document that says that the work is under way; not to standard output. Throws as
+    /// the constructor does if that fails, or if something other than a file is at the path.
     void prepare(const std::string& document) const;
 
     /// Replaces the document. Does nothing if no report is wanted. Throws as the constructor does.

@@ -1,17 +1,19 @@
 #include "app/start/ApplicationMain.h"
 
 #include "app/Explanations.h"
+#include "app/start/AllUsersMain.h"
 #include "app/start/TerminalMain.h"
 #include "app/start/UndoMain.h"
-#include "app/start/WindowMain.h"
+#include "app/start/WindowModule.h"
+#include "platform/InstanceLock.h"
+#include "platform/Modules.h"
 #include "platform/Services.h"
 #include "platform/SystemInformation.h"
 #include "platform/UserAccount.h"
 #include "platform/foundation/Exception.h"
 #include "platform/foundation/Text.h"
-#include "platform/qt/Identity.h"
-#include "platform/qt/InstanceLock.h"
-#include "platform/qt/StartUpFailure.h"
+#include "platform/support/ApplicationName.h"
+#include "platform/support/NamedDisplay.h"
 #include "platform/terminal/Dialogue.h"
 #include "platform/terminal/RunAgain.h"
 #include "platform/terminal/Screen.h"
@@ -26,25 +28,39 @@ namespace start {
 namespace {
 
 constexpr unsigned superuser = 0;
+constexpr const char* windowModule = "windows-";
+constexpr const char* noWindows = "windows require kelvane-uninstaller-desktop: ";
 
 using cli::ExitStatus;
-namespace qt = platform::qt;
 namespace terminal = platform::terminal;
 
 /// Writes to standard error, in the user's encoding, why the program ends.
 void reportFailure(const std::string& reason) {
-    const auto line = qt::applicationName() + ": " + platform::text::printable(reason) + '\n';
+    const auto line = platform::applicationName() + ": " + platform::text::printable(reason) + '\n';
     std::cerr << terminal::inUsersCharacters(line) << std::flush;
 }
 
-/// Replaces this process by one that asks on the terminal after all. That one ends if there is no
-/// terminal.
-[[noreturn]] void askOnTerminal(const std::string& program, const std::string& whyNoDisplay) {
+/// Replaces this process by one that does the same on the terminal after all. That one ends if
+/// there is no terminal.
+[[noreturn]] void useTerminal(const std::string& program, const cli::Options& options,
+                              const std::string& whyNoDisplay) {
     reportFailure("no display: " + whyNoDisplay);
     if (terminal::Dialogue::isTerminal()) {
-        terminal::runAgain({program, cli::terminalOption});
+        terminal::runAgain({program, options.putBack ? cli::putBackOption : cli::terminalOption});
     }
     std::_Exit(static_cast<int>(ExitStatus::nobodyToAsk));
+}
+
+/// Loads the module of the windows, which is of the program's own version, and returns its
+/// function. Uses the terminal if that fails.
+WindowMain& loadedWindowMain(const std::string& program, const cli::Options& options) {
+    const auto version =
+        platform::service<platform::SystemInformation>().bundleVersion().value_or("");
+    const auto function = platform::service<platform::Modules>().function(windowModule + version);
+    if (!function) {
+        useTerminal(program, options, noWindows + function.error().localizedDescription);
+    }
+    return *reinterpret_cast<WindowMain*>(*function);
 }
 
 /// Refuses to work as the superuser in another account's home, as after `sudo -E`. It would hand
@@ -56,17 +72,26 @@ void refuseOtherHome() {
         throw platform::Exception("QFOtherHome", "the home folder " + account.homeDirectory() +
                                                      " belongs to " + *owner + ": run this as " +
                                                      *owner +
-                                                     ", or with sudo -H for root's own items");
+                                                     ", with sudo -H for root's own items, or " +
+                                                     "with --uninstall --all-users for all");
     }
 }
 
-int run(int argc, char** argv, const cli::Options& options, const std::string& interfaceFile,
-        Inventory& inventory, const Awake& awake) {
-    const bool canOnlyUseTerminal = !qt::isDisplayNamed() && terminal::Dialogue::isTerminal();
+ExitStatus allUsers(const cli::Options& options) {
+    if (platform::service<platform::UserAccount>().realUserId() != superuser) {
+        reportFailure("--all-users is for root");
+        return ExitStatus::usage;
+    }
+    return allUsersMain(options);
+}
+
+int run(int argc, char** argv, const cli::Options& options,
+        const platform::InterfaceFile& interfaceFile, Inventory& inventory, const Awake& awake) {
+    const bool canOnlyUseTerminal = !platform::isDisplayNamed() && terminal::Dialogue::isTerminal();
     const bool undoes =
         (options.putBack && !options.window) || (options.empty && !options.uninstall);
     if (options.uninstall || options.terminal || undoes || canOnlyUseTerminal) {
-        const qt::InstanceLock lock(qt::applicationName());
+        const platform::InstanceLock lock(platform::applicationName());
         if (lock.isHeldByAnother()) {
             throw platform::Exception(platform::exception_name::alreadyRunning,
                                       "it is already running");
@@ -74,16 +99,19 @@ int run(int argc, char** argv, const cli::Options& options, const std::string& i
         return static_cast<int>(undoes ? undoMain(options)
                                        : terminalMain(options, interfaceFile, inventory, awake));
     }
-    return static_cast<int>(
-        windowMain(argc, argv, options, interfaceFile, inventory, awake,
-                   [argv](const std::string& reason) { askOnTerminal(*argv, reason); }));
+    if (!platform::isDisplayNamed()) {
+        useTerminal(*argv, options, platform::noDisplayNamed);
+    }
+    return loadedWindowMain(*argv, options)(
+        argc, argv, options, interfaceFile, inventory, awake,
+        [argv, &options](const std::string& reason) { useTerminal(*argv, options, reason); });
 }
 
 } // namespace
 
-int applicationMain(int argc, char** argv, const std::string& interfaceFile, Inventory& inventory,
-                    const Awake& awake) {
-    qt::nameApplication(argv);
+int applicationMain(int argc, char** argv, const platform::InterfaceFile& interfaceFile,
+                    Inventory& inventory, const Awake& awake) {
+    platform::nameApplication(argv);
     const auto version =
         platform::service<platform::SystemInformation>().bundleVersion().value_or("");
     const auto parsed = cli::parseCommandLine(argc, argv, version);
@@ -92,6 +120,9 @@ int applicationMain(int argc, char** argv, const std::string& interfaceFile, Inv
     }
     const auto& options = std::get<cli::Options>(parsed);
     try {
+        if (options.allUsers) {
+            return static_cast<int>(allUsers(options));
+        }
         refuseOtherHome();
         if (options.listRuns || options.showLast || (options.putBack && options.list)) {
             return static_cast<int>(recordsMain(options));

@@ -73,7 +73,7 @@ ExitStatus listMain(const cli::Options& options, Inventory& inventory) {
     return ExitStatus::complete;
 }
 
-ExitStatus terminalMain(const cli::Options& options, const std::string& interfaceFile,
+ExitStatus terminalMain(const cli::Options& options, const platform::InterfaceFile& interfaceFile,
                         Inventory& inventory, const Awake& awake) {
     static auto& user = *new TerminalUser(options, options.uninstall ? terminal::Manner::silent
                                                                      : terminal::Manner::asks);

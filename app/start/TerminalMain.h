@@ -4,8 +4,7 @@
 #include "app/cli/CommandLine.h"
 #include "app/cli/ExitStatus.h"
 #include "app/start/Awake.h"
-
-#include <string>
+#include "platform/support/InterfaceFile.h"
 
 namespace start {
 
@@ -19,7 +18,8 @@ cli::ExitStatus listMain(const cli::Options& options, Inventory& inventory);
 /// Works as applicationMain(), with the windows of a terminal. Writes a report before anything
 /// else, so that one that cannot be written ends the run before it has begun. Throws
 /// platform::Exception if the interface file lacks what the controller needs.
-cli::ExitStatus terminalMain(const cli::Options& options, const std::string& interfaceFile,
-                             Inventory& inventory, const Awake& awake);
+cli::ExitStatus terminalMain(const cli::Options& options,
+                             const platform::InterfaceFile& interfaceFile, Inventory& inventory,
+                             const Awake& awake);
 
 } // namespace start

@@ -1,4 +1,5 @@
 #include "app/AppController.h"
+#include "app/MainMenu.h"
 #include "app/PlanInventory.h"
 #include "app/start/ApplicationMain.h"
 #include "platform/StartUp.h"
@@ -14,7 +15,7 @@ int main(int argc, char* argv[]) {
     // A list that is being made when the program ends still uses it.
     static PlanInventory inventory;
     return start::applicationMain(
-        argc, argv, ":/MainMenu.ui", inventory,
+        argc, argv, mainMenu(), inventory,
         [&controller](platform::Interface& interface, PlanObserver& observer) {
             controller = std::make_unique<AppController>(interface, observer);
             controller->awakeFromNib();

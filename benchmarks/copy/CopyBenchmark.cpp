@@ -236,7 +236,7 @@ void run(bool large) {
     const auto source = reader.writeNoise("source", size);
     for (const auto& kind : kinds) {
         for (const auto count : placeCounts) {
-            const std::size_t rounds = kind.type == VerificationType::sha256 ? 5 : 3;
+            const std::size_t rounds = kind.type == VerificationType::sha256 ? 13 : 3;
             compareCopies(reader, source, static_cast<double>(size), count, kind, rounds);
         }
     }

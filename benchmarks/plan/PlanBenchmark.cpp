@@ -2,6 +2,7 @@
 // the machine, and prints a line for each row, separated by tabs: its milliseconds, the
 // milliseconds in which it waited for tools, and its subject. tests/e2e/measure-plan runs it.
 
+#include "app/MainMenu.h"
 #include "app/PlanInventory.h"
 #include "app/UninstallPlan.h"
 #include "app/start/ApplicationMain.h"
@@ -41,6 +42,7 @@ public:
         sum_ += now - std::exchange(launched_, now);
     }
     void terminate() override { child_->terminate(); }
+    void kill() override { child_->kill(); }
     void endOutputWithChild() override { child_->endOutputWithChild(); }
     int terminationStatus() override { return child_->terminationStatus(); }
 
@@ -108,7 +110,7 @@ int main(int argc, char** argv) {
     platform::install<platform::ProcessLauncher>(launcher);
     PlanInventory inventory;
     return start::applicationMain(
-        argc, argv, ":/MainMenu.ui", inventory, [](platform::Interface&, PlanObserver&) {
+        argc, argv, mainMenu(), inventory, [](platform::Interface&, PlanObserver&) {
             platform::detachNewThread([] {
                 walk(launcher);
                 auto& application = platform::service<platform::Application>();

@@ -1,4 +1,4 @@
-#include "examples/verified-copy/ProgressLine.h"
+#include "ProgressLine.h"
 
 #include <iomanip>
 #include <iostream>

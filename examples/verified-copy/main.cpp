@@ -1,6 +1,6 @@
 // Copies one file to several places at once and reports whether each copy equals the source.
 
-#include "examples/verified-copy/ProgressLine.h"
+#include "ProgressLine.h"
 #include "platform/StartUp.h"
 #include "util/files/QFFileManager.h"
 #include "util/log/QFLog.h"

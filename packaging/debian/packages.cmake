@@ -33,10 +33,11 @@ set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 # Where to find libraries of this project's other packages.
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}/${CMAKE_INSTALL_LIBDIR})
 
-# debian_package(COMPONENT NAME SECTION DESCRIPTION [DEPENDS ...] [RECOMMENDS ...]): the
-# description's first line is the synopsis. DEPENDS adds to the libraries' own dependencies.
+# debian_package(COMPONENT NAME SECTION DESCRIPTION [DEPENDS ...] [RECOMMENDS ...] [TAKES_FROM ...]):
+# the description's first line is the synopsis. DEPENDS adds to the libraries' own dependencies.
+# TAKES_FROM names the versions of a package that held this package's files.
 function(debian_package component name section description)
-    cmake_parse_arguments(ARG "" "" "DEPENDS;RECOMMENDS" ${ARGN})
+    cmake_parse_arguments(ARG "" "" "DEPENDS;RECOMMENDS;TAKES_FROM" ${ARGN})
     string(TOUPPER ${component} key)
     set(CPACK_DEBIAN_${key}_PACKAGE_NAME ${name} PARENT_SCOPE)
     set(CPACK_DEBIAN_${key}_PACKAGE_SECTION ${section} PARENT_SCOPE)
@@ -45,6 +46,9 @@ function(debian_package component name section description)
     set(CPACK_DEBIAN_${key}_PACKAGE_DEPENDS "${depends}" PARENT_SCOPE)
     list(JOIN ARG_RECOMMENDS ", " recommends)
     set(CPACK_DEBIAN_${key}_PACKAGE_RECOMMENDS "${recommends}" PARENT_SCOPE)
+    list(JOIN ARG_TAKES_FROM ", " takes_from)
+    set(CPACK_DEBIAN_${key}_PACKAGE_BREAKS "${takes_from}" PARENT_SCOPE)
+    set(CPACK_DEBIAN_${key}_PACKAGE_REPLACES "${takes_from}" PARENT_SCOPE)
     set(CPACK_COMPONENTS_ALL ${CPACK_COMPONENTS_ALL} ${component} PARENT_SCOPE)
 
     install(FILES debian/copyright
@@ -52,7 +56,7 @@ function(debian_package component name section description)
     install_compressed(${CMAKE_CURRENT_BINARY_DIR}/changelog changelog.Debian doc/${name} ${component})
     install_compressed(../CHANGELOG.md changelog doc/${name} ${component})
     install(FILES debian/${name}.lintian-overrides RENAME ${name}
-        DESTINATION ${CMAKE_INSTALL_DATADIR}/lintian/overrides COMPONENT ${component})
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/lintian/overrides COMPONENT ${component} OPTIONAL)
 endfunction()
 
 # debian_library(COMPONENT LIBRARY PACKAGE): declares which package programs need that link with the
@@ -74,7 +78,14 @@ Trash, from where it can be restored, and stops the suite's background jobs.
 .
 Administrator rights are asked for only where an item needs them."
     DEPENDS pkexec polkitd psmisc
-    RECOMMENDS fonts-dejavu-core qt6-wayland systemd)
+    RECOMMENDS kelvane-uninstaller-desktop systemd)
+debian_package(desktop kelvane-uninstaller-desktop admin
+"uninstaller of the Kelvane suite - windows
+The windows of the uninstaller, and its entry in the desktop's menu. Without
+them it asks on a terminal."
+    DEPENDS "kelvane-uninstaller (= ${version})"
+    RECOMMENDS fonts-dejavu-core qt6-wayland
+    TAKES_FROM "kelvane-uninstaller (<< 1.0.0-2~)")
 debian_package(library libqfutil1 libs
 "utility layer of Quillfen's applications
 Standard locations, a log with generations, child processes with time-outs,

@@ -13,11 +13,13 @@
 #include "platform/linux/files/LogFiles.h"
 #include "platform/linux/plist/PropertyLists.h"
 #include "platform/linux/process/Environment.h"
+#include "platform/linux/process/Modules.h"
 #include "platform/linux/process/ProcessCopies.h"
 #include "platform/linux/process/ProcessLauncher.h"
 #include "platform/linux/system/Clock.h"
 #include "platform/linux/system/Console.h"
 #include "platform/linux/system/Inhibitors.h"
+#include "platform/linux/system/LoginAccounts.h"
 #include "platform/linux/system/Preferences.h"
 #include "platform/linux/system/SearchPaths.h"
 #include "platform/linux/system/SystemInformation.h"
@@ -65,6 +67,8 @@ struct LinuxServices {
     native::Workspace workspace{userAccount, searchPaths, propertyLists};
     native::AuthorizationServices authorizationServices;
     native::Inhibitors inhibitors;
+    native::Modules modules;
+    native::LoginAccounts loginAccounts;
 
     void install() {
         platform::install<Console>(console);
@@ -84,6 +88,8 @@ struct LinuxServices {
         platform::install<Workspace>(workspace);
         platform::install<AuthorizationServices>(authorizationServices);
         platform::install<Inhibitors>(inhibitors);
+        platform::install<Modules>(modules);
+        platform::install<LoginAccounts>(loginAccounts);
     }
 };
 

@@ -4,6 +4,7 @@
 #include "platform/qt/Appearance.h"
 
 #include <QAbstractButton>
+#include <QBuffer>
 #include <QCheckBox>
 #include <QFile>
 #include <QLabel>
@@ -37,19 +38,19 @@ std::string textProperty(const QObject& object, const char* name) {
     return object.property(name).toString().toStdString();
 }
 
-std::unique_ptr<QWidget> load(const QString& name) {
-    QFile file(name);
+[[noreturn]] void throwUnreadable(const std::string& name, const QString& why) {
+    throw Exception(exception_name::interfaceUnreadable, "cannot load the interface file " + name +
+                                                             ": " + why.simplified().toStdString());
+}
+
+std::unique_ptr<QWidget> load(const InterfaceFile& file) {
+    auto text = QByteArray::fromStdString(file.text);
+    QBuffer buffer(&text);
+    buffer.open(QIODevice::ReadOnly);
     QUiLoader loader;
-    std::unique_ptr<QWidget> container;
-    if (file.open(QIODevice::ReadOnly)) {
-        container.reset(loader.load(&file));
-    }
+    std::unique_ptr<QWidget> container(loader.load(&buffer));
     if (!container) {
-        const auto why = file.error() == QFile::NoError ? loader.errorString() : file.errorString();
-        throw Exception(exception_name::interfaceUnreadable,
-                        QStringLiteral("cannot load the interface file %1: %2")
-                            .arg(name, why.simplified())
-                            .toStdString());
+        throwUnreadable(file.name, loader.errorString());
     }
     return container;
 }
@@ -95,7 +96,15 @@ Object& made(std::map<std::string, std::unique_ptr<Object>>& objects, const std:
 
 } // namespace
 
-Interface::Interface(const QString& file) {
+InterfaceFile readInterfaceFile(const std::string& name) {
+    QFile file(QString::fromStdString(name));
+    if (!file.open(QIODevice::ReadOnly)) {
+        throwUnreadable(name, file.errorString());
+    }
+    return {.name = name, .text = file.readAll().toStdString()};
+}
+
+Interface::Interface(const InterfaceFile& file) {
     const auto container = load(file);
     const auto windows = container->findChildren<QWidget*>(QString(), Qt::FindDirectChildrenOnly);
     for (auto* window : windows) {

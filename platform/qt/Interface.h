@@ -2,6 +2,7 @@
 
 #include "platform/Windows.h"
 #include "platform/qt/Windows.h"
+#include "platform/support/InterfaceFile.h"
 
 #include <list>
 #include <map>
@@ -10,10 +11,13 @@
 #include <vector>
 
 class QAbstractButton;
-class QString;
 class QWidget;
 
 namespace platform::qt {
+
+/// Returns the content of a file or a resource. Throws platform::Exception "QFInterfaceUnreadable",
+/// whose reason names the file and the cause, if it cannot be read.
+InterfaceFile readInterfaceFile(const std::string& name);
 
 /// The windows of a Qt Designer file.
 ///
@@ -27,9 +31,9 @@ namespace platform::qt {
 ///   the application's icon.
 class Interface final : public platform::Interface {
 public:
-    /// Loads the file. Throws platform::Exception "QFInterfaceUnreadable", whose reason names the
-    /// file and the cause, if it is missing or not an interface file.
-    explicit Interface(const QString& file);
+    /// Reads the file. Throws platform::Exception "QFInterfaceUnreadable", whose reason names the
+    /// file and the cause, if it is not an interface file.
+    explicit Interface(const InterfaceFile& file);
     ~Interface() override;
     Interface(const Interface&) = delete;
     Interface& operator=(const Interface&) = delete;

@@ -23,6 +23,7 @@ constexpr int listMargin = 20;
 constexpr int listSpacing = 12;
 constexpr int buttonSpacing = 8;
 constexpr QSize wantedSize(640, 480);
+constexpr int messageWidth = 480;    // without a list
 constexpr double largestShare = 0.9; // of the screen
 
 constexpr const char* copyTitle = "&Copy";
@@ -74,14 +75,28 @@ QTreeWidget* makeList(const ItemsDescription& description) {
     return list;
 }
 
-QBoxLayout* makeButtons(QDialog& window, const ItemsDescription& description) {
+QLabel* makeMessage(const ItemsDescription& description) {
+    auto* message = new QLabel(plaintext::wrappable(plaintext::fromUtf8(description.message)));
+    message->setAccessibleName(plaintext::fromUtf8(description.message));
+    message->setTextFormat(Qt::PlainText);
+    message->setWordWrap(true);
+    return message;
+}
+
+QPushButton* makeCopyButton(const ItemsDescription& description) {
     auto* copy = new QPushButton(copyTitle);
     QObject::connect(copy, &QPushButton::clicked, copy, [text = asText(description.sections)] {
         QApplication::clipboard()->setText(plaintext::fromUtf8(text));
     });
+    return copy;
+}
+
+QBoxLayout* makeButtons(QDialog& window, const ItemsDescription& description) {
     auto* row = new QHBoxLayout;
     row->setSpacing(buttonSpacing);
-    row->addWidget(copy);
+    if (!description.sections.empty()) {
+        row->addWidget(makeCopyButton(description));
+    }
     row->addStretch();
     if (description.canTryAgain) {
         auto* tryAgain = new QPushButton(tryAgainTitle);
@@ -103,16 +118,19 @@ ItemsAnswer showItems(const ItemsDescription& description) {
     window.setWindowTitle(plaintext::fromUtf8(description.title));
     window.setAccessibleName(plaintext::fromUtf8(description.title));
     window.setWindowModality(Qt::ApplicationModal);
-    auto* message = new QLabel(plaintext::fromUtf8(description.message));
-    message->setTextFormat(Qt::PlainText);
-    message->setWordWrap(true);
     auto* column = new QVBoxLayout(&window);
     column->setContentsMargins(listMargin, listMargin, listMargin, listMargin);
     column->setSpacing(listSpacing);
-    column->addWidget(message);
-    column->addWidget(makeList(description), 1);
+    column->addWidget(makeMessage(description));
+    if (!description.sections.empty()) {
+        column->addWidget(makeList(description), 1);
+    }
     column->addLayout(makeButtons(window, description));
     window.resize(wantedSize.boundedTo(window.screen()->availableSize() * largestShare));
+    if (description.sections.empty()) {
+        window.resize(messageWidth, window.height());
+        fitToContents(window);
+    }
     bringToFront(window, QApplication::activeWindow());
     return window.exec() == QDialog::Accepted ? ItemsAnswer::tryAgain : ItemsAnswer::close;
 }

@@ -29,9 +29,9 @@ struct ItemsDescription {
 
 enum class ItemsAnswer { close, tryAgain };
 
-/// Shows the items in front of the other windows of the program, which take no input meanwhile, and
-/// returns how the person closed the window, or `close` if the application terminates. The button
-/// "Copy" copies the list as text. Main thread only.
+/// Shows the items, or the message alone if there are none, in front of the other windows of the
+/// program, which take no input meanwhile, and returns how the person closed the window, or `close`
+/// if the application terminates. The button "Copy" copies the list as text. Main thread only.
 ItemsAnswer showItems(const ItemsDescription& description);
 
 /// Returns the list as "Copy" copies it: each heading in a line, its items indented below it.

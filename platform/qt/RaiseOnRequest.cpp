@@ -1,6 +1,6 @@
 #include "platform/qt/RaiseOnRequest.h"
 
-#include "platform/qt/InstanceLock.h"
+#include "platform/InstanceLock.h"
 
 #include <QApplication>
 #include <QFileSystemWatcher>

@@ -1,8 +1,10 @@
 #pragma once
 
-namespace platform::qt {
-
+namespace platform {
 class InstanceLock;
+}
+
+namespace platform::qt {
 
 /// From now on brings the windows to the front whenever another process touches the lock's file.
 /// Main thread only; the QApplication must exist, and this ends with it.

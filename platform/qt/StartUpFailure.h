@@ -9,9 +9,6 @@ namespace platform::qt {
 /// Writes the one line on standard error that tells the user why the application cannot start.
 void reportStartUpFailure(std::string_view reason);
 
-/// Returns whether the environment names a display, or a Qt platform to use instead.
-bool isDisplayNamed();
-
 /// Called with the reason if there is no display.
 using WithoutDisplay = std::function<void(const std::string&)>;
 

@@ -1,5 +1,7 @@
 #include "platform/qt/StartUpMessages.h"
 
+#include "platform/support/NamedDisplay.h"
+
 #include <QString>
 
 #include <cstdlib>
@@ -9,8 +11,6 @@
 namespace platform::qt {
 
 namespace {
-
-constexpr const char* noDisplayNamed = "neither DISPLAY nor WAYLAND_DISPLAY is set";
 
 std::string firstWarning;
 WithoutDisplay whenThereIsNoDisplay;

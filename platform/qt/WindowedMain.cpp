@@ -1,15 +1,15 @@
 #include "platform/qt/WindowedMain.h"
 
+#include "platform/InstanceLock.h"
 #include "platform/Services.h"
 #include "platform/StartUp.h"
 #include "platform/foundation/Exception.h"
 #include "platform/qt/AlertPanel.h"
 #include "platform/qt/Application.h"
 #include "platform/qt/Display.h"
-#include "platform/qt/Identity.h"
-#include "platform/qt/InstanceLock.h"
 #include "platform/qt/Interface.h"
 #include "platform/qt/StartUpMessages.h"
+#include "platform/support/ApplicationName.h"
 
 #include <QApplication>
 #include <QDir>
@@ -65,14 +65,14 @@ UserInterface& userInterface() {
 
 } // namespace
 
-int windowedMain(int argc, char** argv, const std::string& interfaceFile,
+int windowedMain(int argc, char** argv, const InterfaceFile& interfaceFile,
                  const std::function<void(platform::Interface&)>& awake,
                  const std::function<int()>& finished, const WithoutDisplay& withoutDisplay) {
     auto messages = std::make_unique<StartUpMessages>(withoutDisplay);
     const auto qtApplication = makeQtApplication(argc, argv);
     auto& application = userInterface().application;
     try {
-        Interface interface(QString::fromStdString(interfaceFile));
+        Interface interface(interfaceFile);
         auto& mainWindow = interface.window(mainWindowOutlet);
         application.setWindows(interface.windowsFrom(mainWindow));
         awake(interface);
@@ -102,12 +102,12 @@ namespace {
 
 int runWindows(int argc, char** argv, const std::string& interfaceFile,
                const std::function<void(Interface&)>& awake) {
-    const qt::InstanceLock lock(qt::applicationName());
+    const InstanceLock lock(applicationName());
     if (lock.isHeldByAnother()) {
         throw Exception(exception_name::alreadyRunning, "it is already running");
     }
     return qt::windowedMain(
-        argc, argv, interfaceFile, awake, [] { return EXIT_SUCCESS; },
+        argc, argv, qt::readInterfaceFile(interfaceFile), awake, [] { return EXIT_SUCCESS; },
         [](const std::string& reason) { qt::reportStartUpFailure("no display: " + reason); });
 }
 
@@ -115,7 +115,7 @@ int runWindows(int argc, char** argv, const std::string& interfaceFile,
 
 int windowedMain(int argc, char** argv, const std::string& interfaceFile,
                  const std::function<void(Interface&)>& awake) {
-    qt::nameApplication(argv);
+    nameApplication(argv);
     try {
         return runWindows(argc, argv, interfaceFile, awake);
     } catch (const Exception& exception) {

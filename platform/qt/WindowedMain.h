@@ -2,6 +2,7 @@
 
 #include "platform/Windows.h"
 #include "platform/qt/StartUpFailure.h"
+#include "platform/support/InterfaceFile.h"
 
 #include <functional>
 #include <string>
@@ -12,8 +13,8 @@ namespace platform::qt {
 /// may show more windows, and returns what that returns, the exit status. The main window is not
 /// shown if `awake` has shown another one. If there is no display,
 /// `withoutDisplay` is called with the reason; the process ends when that returns. Throws
-/// platform::Exception if the interface file lacks what the controller asks for.
-int windowedMain(int argc, char** argv, const std::string& interfaceFile,
+/// platform::Exception if the interface file lacks what the controller asks for, or is none.
+int windowedMain(int argc, char** argv, const InterfaceFile& interfaceFile,
                  const std::function<void(platform::Interface&)>& awake,
                  const std::function<int()>& finished, const WithoutDisplay& withoutDisplay);
 

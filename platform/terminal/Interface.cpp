@@ -192,10 +192,10 @@ const Control* Window::confirmingButton() const {
 
 // ---- The interface -----------------------------------------------------------------------------
 
-Interface::Interface(const std::string& file, Application& application, Dialogue& dialogue,
+Interface::Interface(const InterfaceFile& file, Application& application, Dialogue& dialogue,
                      Manner manner)
     : application_(application), dialogue_(dialogue), manner_(manner) {
-    for (auto& description : readInterfaceFile(file)) {
+    for (auto& description : windowsIn(file)) {
         for (const auto& control : description.controls) {
             if (!control.action.empty()) {
                 actions_.try_emplace(control.action);

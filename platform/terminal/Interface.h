@@ -95,8 +95,9 @@ private:
 /// The windows of an interface file on a terminal. Main thread only.
 class Interface final : public platform::Interface {
 public:
-    /// Loads the file as readInterfaceFile() does. The arguments must outlive this.
-    Interface(const std::string& file, Application& application, Dialogue& dialogue, Manner manner);
+    /// Reads the file as windowsIn() does. The application and the dialogue must outlive this.
+    Interface(const InterfaceFile& file, Application& application, Dialogue& dialogue,
+              Manner manner);
     ~Interface() override;
     Interface(const Interface&) = delete;
     Interface& operator=(const Interface&) = delete;

@@ -1,18 +1,82 @@
 #include "platform/terminal/InterfaceFile.h"
 
 #include "platform/foundation/Exception.h"
+#include "platform/foundation/Text.h"
 
-#include <QFile>
-#include <QXmlStreamReader>
+#include <glib.h>
 
+#include <list>
 #include <map>
-#include <optional>
+#include <memory>
+#include <string_view>
+#include <utility>
 
 namespace platform::terminal {
 
 namespace {
 
-const std::map<QString, Control::Kind> controlKinds = {
+/// An element of the file. Its text includes that of the elements in it.
+struct Element {
+    std::string name;
+    std::map<std::string, std::string> attributes;
+    std::string text;
+    std::list<Element> children;
+
+    std::string attribute(const std::string& attributeName) const {
+        const auto found = attributes.find(attributeName);
+        return found == attributes.end() ? std::string() : found->second;
+    }
+};
+
+/// The elements that are open, each in the one before it; the first one is the file.
+using Open = std::vector<Element*>;
+
+void begin(GMarkupParseContext* /*context*/, const char* name, const char** attributeNames,
+           const char** attributeValues, void* data, GError** /*error*/) {
+    auto& open = *static_cast<Open*>(data);
+    auto& element = open.back()->children.emplace_back(Element{.name = name});
+    for (; *attributeNames != nullptr; ++attributeNames, ++attributeValues) {
+        element.attributes.emplace(*attributeNames, *attributeValues);
+    }
+    open.push_back(&element);
+}
+
+void end(GMarkupParseContext* /*context*/, const char* /*name*/, void* data, GError** /*error*/) {
+    static_cast<Open*>(data)->pop_back();
+}
+
+void addText(GMarkupParseContext* /*context*/, const char* text, gsize length, void* data,
+             GError** /*error*/) {
+    for (auto* element : *static_cast<Open*>(data)) {
+        element->text.append(text, length);
+    }
+}
+
+constexpr GMarkupParser parser{begin, end, addText, nullptr, nullptr};
+
+[[noreturn]] void throwUnreadable(const InterfaceFile& file, const std::string& why) {
+    throw Exception(exception_name::interfaceUnreadable,
+                    "cannot load the interface file " + file.name + ": " + why);
+}
+
+/// Returns the file's outermost element.
+Element parsed(const InterfaceFile& file) {
+    Element whole;
+    Open open{&whole};
+    const std::unique_ptr<GMarkupParseContext, decltype(&g_markup_parse_context_free)> context(
+        g_markup_parse_context_new(&parser, G_MARKUP_TREAT_CDATA_AS_TEXT, &open, nullptr),
+        g_markup_parse_context_free);
+    GError* error = nullptr;
+    if (g_markup_parse_context_parse(context.get(), file.text.data(),
+                                     static_cast<gssize>(file.text.size()), &error) == FALSE ||
+        g_markup_parse_context_end_parse(context.get(), &error) == FALSE) {
+        const std::unique_ptr<GError, decltype(&g_error_free)> owned(error, g_error_free);
+        throwUnreadable(file, error->message);
+    }
+    return std::move(whole.children.front());
+}
+
+const std::map<std::string, Control::Kind> controlKinds = {
     {"QLabel", Control::Kind::label},
     {"QCheckBox", Control::Kind::checkBox},
     {"QPushButton", Control::Kind::button},
@@ -20,125 +84,87 @@ const std::map<QString, Control::Kind> controlKinds = {
 };
 
 /// Returns a title without its marks: "&" marks the letter that follows it, "&&" is a visible one.
-std::string withoutMnemonics(const QString& text) {
-    QString result;
-    for (qsizetype index = 0; index < text.size(); ++index) {
+std::string withoutMnemonics(std::string_view text) {
+    std::string result;
+    for (std::size_t index = 0; index < text.size(); ++index) {
         if (text[index] == '&' && index + 1 < text.size()) {
             ++index;
         }
         result += text[index];
     }
-    return result.toStdString();
+    return result;
 }
 
-/// Reads the file from its beginning to its end, widget by widget.
-class Reader {
-public:
-    explicit Reader(QIODevice& device) : xml_(&device) {}
-
-    std::vector<WindowDescription> windows() {
-        if (xml_.readNextStartElement() && xml_.name() == QStringLiteral("ui")) {
-            while (xml_.readNextStartElement()) {
-                if (xml_.name() == QStringLiteral("widget")) {
-                    readContainer();
-                } else {
-                    xml_.skipCurrentElement();
-                }
-            }
-        } else if (!xml_.hasError()) {
-            xml_.raiseError("it is no interface file");
+void readProperty(const Element& property, WindowDescription& window, Control* control) {
+    const auto name = property.attribute("name");
+    const std::string text(text::trimmed(property.text));
+    if (control == nullptr) {
+        if (name == "closeAction") {
+            window.closeAction = text;
         }
-        return std::move(windows_);
+    } else if (name == "text") {
+        control->text = control->kind == Control::Kind::label ? text : withoutMnemonics(text);
+    } else if (name == "action") {
+        control->action = text;
+    } else if (name == "textStyle") {
+        control->textStyle = text;
     }
+}
 
-    QString error() const { return xml_.errorString(); }
-    bool hasFailed() const { return xml_.hasError(); }
+void readWidget(const Element& widget, WindowDescription& window);
 
-private:
-    /// The outermost widget, which is never shown; each widget directly in it is a window.
-    void readContainer() {
-        while (xml_.readNextStartElement()) {
-            if (xml_.name() == QStringLiteral("widget")) {
-                windows_.push_back({.name = attribute("name"), .closeAction = {}, .controls = {}});
-                readContents(windows_.back(), nullptr);
-            } else {
-                xml_.skipCurrentElement();
-            }
+/// Reads the contents of a window, a layout or a control; `control` is null unless it is a control.
+void readContents(const Element& element, WindowDescription& window, Control* control) {
+    for (const auto& child : element.children) {
+        if (child.name == "widget") {
+            readWidget(child, window);
+        } else if (child.name == "property") {
+            readProperty(child, window, control);
+        } else if (child.name == "layout" || child.name == "item") {
+            Control none;
+            readContents(child, window, &none);
         }
     }
+}
 
-    /// Reads the contents of a window, a layout or a control; `control` is null unless it is a
-    /// control.
-    void readContents(WindowDescription& window, Control* control) {
-        while (xml_.readNextStartElement()) {
-            if (xml_.name() == QStringLiteral("widget")) {
-                readWidget(window);
-            } else if (xml_.name() == QStringLiteral("property")) {
-                readProperty(window, control);
-            } else if (xml_.name() == QStringLiteral("layout") ||
-                       xml_.name() == QStringLiteral("item")) {
-                Control none;
-                readContents(window, &none);
-            } else {
-                xml_.skipCurrentElement();
-            }
+void readWidget(const Element& widget, WindowDescription& window) {
+    const auto kind = controlKinds.find(widget.attribute("class"));
+    Control control{.name = widget.attribute("name")};
+    if (kind == controlKinds.end()) {
+        readContents(widget, window, &control);
+        return;
+    }
+    control.kind = kind->second;
+    readContents(widget, window, &control);
+    window.controls.push_back(std::move(control));
+}
+
+/// Calls `use` with each widget that is directly in an element.
+template <class Use>
+void forEachWidgetIn(const Element& element, Use use) {
+    for (const auto& child : element.children) {
+        if (child.name == "widget") {
+            use(child);
         }
     }
-
-    void readWidget(WindowDescription& window) {
-        const auto kind = controlKinds.find(xml_.attributes().value("class").toString());
-        Control control{.name = attribute("name")};
-        if (kind == controlKinds.end()) {
-            readContents(window, &control);
-            return;
-        }
-        control.kind = kind->second;
-        readContents(window, &control);
-        window.controls.push_back(std::move(control));
-    }
-
-    void readProperty(WindowDescription& window, Control* control) {
-        const auto name = attribute("name");
-        const auto text = xml_.readElementText(QXmlStreamReader::IncludeChildElements).trimmed();
-        if (control == nullptr) {
-            if (name == "closeAction") {
-                window.closeAction = text.toStdString();
-            }
-        } else if (name == "text") {
-            control->text =
-                control->kind == Control::Kind::label ? text.toStdString() : withoutMnemonics(text);
-        } else if (name == "action") {
-            control->action = text.toStdString();
-        } else if (name == "textStyle") {
-            control->textStyle = text.toStdString();
-        }
-    }
-
-    std::string attribute(const char* name) const {
-        return xml_.attributes().value(name).toString().toStdString();
-    }
-
-    QXmlStreamReader xml_;
-    std::vector<WindowDescription> windows_;
-};
-
-[[noreturn]] void throwUnreadable(const std::string& file, const QString& why) {
-    throw Exception(exception_name::interfaceUnreadable, "cannot load the interface file " + file +
-                                                             ": " + why.simplified().toStdString());
 }
 
 } // namespace
 
-std::vector<WindowDescription> readInterfaceFile(const std::string& file) {
-    QFile device(QString::fromStdString(file));
-    if (!device.open(QIODevice::ReadOnly)) {
-        throwUnreadable(file, device.errorString());
+std::vector<WindowDescription> windowsIn(const InterfaceFile& file) {
+    const auto ui = parsed(file);
+    if (ui.name != "ui") {
+        throwUnreadable(file, "it is no interface file");
     }
-    Reader reader(device);
-    auto windows = reader.windows();
-    if (reader.hasFailed()) {
-        throwUnreadable(file, reader.error());
-    }
+    std::vector<WindowDescription> windows;
+    // The outermost widget is never shown; each widget directly in it is a window.
+    forEachWidgetIn(ui, [&windows](const Element& container) {
+        forEachWidgetIn(container, [&windows](const Element& window) {
+            windows.push_back(
+                {.name = window.attribute("name"), .closeAction = {}, .controls = {}});
+            readContents(window, windows.back(), nullptr);
+        });
+    });
     return windows;
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/support/InterfaceFile.h"
+
 #include <string>
 #include <vector>
 
@@ -28,7 +30,7 @@ struct WindowDescription {
 
 /// Returns the windows that an interface file describes: those that a desktop shows for it. Throws
 /// platform::Exception "QFInterfaceUnreadable", whose reason names the file and the cause, if it is
-/// missing or not an interface file.
-std::vector<WindowDescription> readInterfaceFile(const std::string& file);
+/// not an interface file.
+std::vector<WindowDescription> windowsIn(const InterfaceFile& file);
 
 } // namespace platform::terminal

@@ -255,6 +255,23 @@ TEST_F(PlanWalk, TrashesTheOtherReceiptsAfterOneThatThrows) {
     EXPECT_EQ(recycledItems(), Lines{"/Library/Receipts/Install Kelvane 2.pkg"});
 }
 
+TEST_F(PlanWalk, TrashesTheOtherReceiptsAfterOneThatCannotBeTrashed) {
+    fileSystem.directories["/Library/Receipts"] =
+        Lines{"Install Kelvane 1.pkg", "Install Kelvane 2.pkg"};
+    fileSystem.files = {"/Library/Receipts/Install Kelvane 1.pkg",
+                        "/Library/Receipts/Install Kelvane 2.pkg"};
+    desktop.errors = {{"/Library/Receipts/Install Kelvane 1.pkg", {}}};
+    services.createStatus = platform::errAuthorizationDenied;
+    RecordingObserver observer;
+
+    walkUninstallPlan({{PlanAction::trashMatching, "/Library", {"Install Kelvane "}}}, observer);
+
+    EXPECT_EQ(observer.results.at("/Library/Receipts/Install Kelvane 1.pkg").outcome,
+              TrashOutcome::failed);
+    EXPECT_EQ(observer.results.at("/Library/Receipts/Install Kelvane 2.pkg").outcome,
+              TrashOutcome::moved);
+}
+
 TEST_F(PlanWalk, PerformsARowWhoseObserverThrows) {
     fileSystem.files = {"/x/b"};
     class ThrowingObserver : public PlanObserver {

@@ -282,14 +282,18 @@ class Lists(unittest.TestCase):
         self.assertEqual({row["action"] for row in rows} - set(CODE.findall(actions[1])), set())
 
     def test_jq_finds_what_was_left(self) -> None:
-        command = next(block.text for block in blocks(self.page) if block.text.startswith("jq "))
-        words = shlex.split(command)
+        commands = [shlex.split(block.text.replace("\\\n", " ")) for block in blocks(self.page)
+                    if block.text.startswith("jq ")]
         rows = [{"path": "/a", "outcome": "moved"},
                 {"path": "/b", "outcome": "left", "reason": "it is in use"}]
+        reports = {"report.json": {"rows": rows},
+                   "all.json": {"accounts": [{"user": "anna", "rows": rows}]}}
         with tempfile.TemporaryDirectory() as folder:
-            with open(f"{folder}/{words[-1]}", "w", encoding="utf-8") as report:
-                json.dump({"rows": rows}, report)
-            self.assertEqual("/b: it is in use\n", said(*words, folder=folder))
+            for name, content in reports.items():
+                with open(f"{folder}/{name}", "w", encoding="utf-8") as report:
+                    json.dump(content, report)
+            self.assertEqual({"report.json": "/b: it is in use\n", "all.json": "anna: /b\n"},
+                             {words[-1]: said(*words, folder=folder) for words in commands})
 
 
 class StandIns(unittest.TestCase):

@@ -51,14 +51,19 @@ struct DescribedFile {
     bool empties = true;
     bool syncs = true;
 
+    /// Whether a file that is filled beside its path can get its name.
+    bool getsItsName = true;
+
     /// What the medium makes of the content, which is seen once the system has forgotten it.
     std::function<void(std::string& content)> keepOnMedium;
 };
 
-/// Files in memory that misbehave as a test describes; other files can be written but not read. Not
-/// shared between threads.
+/// Files in memory that misbehave as a test describes; other files can be written but not read. A
+/// file beside the path P is described as "P.beside". Not shared between threads.
 class DescribedFileStreams : public platform::FileStreams {
 public:
+    static constexpr std::string_view beside = ".beside";
+
     std::map<std::string, DescribedFile> files;
 
     /// The files opened and closed, in order.
@@ -77,6 +82,12 @@ public:
             return nullptr;
         }
         return open(path);
+    }
+
+    std::unique_ptr<platform::FileStream> openBeside(const std::string& path,
+                                                     const platform::FileId& spared,
+                                                     std::uint64_t expectedSize) override {
+        return openForUpdating(path + std::string(beside), spared, expectedSize);
     }
 
     platform::Result<std::unique_ptr<platform::FileStream>, platform::SystemError>
@@ -180,6 +191,20 @@ private:
         bool isAtEnd() const override { return isAtEnd_; }
         int errorIndicator() const override { return errorIndicator_; }
         platform::FileId identity() const override { return fileIdOf(file_); }
+        platform::Result<void, platform::SystemError>
+        copyMetadata(const platform::FileStream& /*source*/) override {
+            owner_.events.push_back("metadata " + path_);
+            return {};
+        }
+        platform::Result<void, platform::SystemError> takeName() override {
+            if (!file_.getsItsName) {
+                return platform::Unexpected(platform::SystemError{EIO});
+            }
+            const auto name = path_.substr(0, path_.size() - beside.size());
+            owner_.events.push_back("name " + name);
+            owner_.files[name].content = file_.content;
+            return {};
+        }
 
     private:
         DescribedFileStreams& owner_;

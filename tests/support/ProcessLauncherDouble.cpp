@@ -16,6 +16,7 @@ public:
         }
     }
     void terminate() override { waited_ = nullptr; }
+    void kill() override { waited_ = nullptr; }
     void endOutputWithChild() override {}
     int terminationStatus() override { return 0; }
 

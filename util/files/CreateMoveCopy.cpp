@@ -30,6 +30,12 @@ constexpr std::string_view copyingEntry = "File: %@";
 
 constexpr std::chrono::microseconds pauseAfterCaseRename{500};
 
+/// Returns the result of an operation that cannot be tried.
+FileResult notTried(std::string_view why) {
+    return platform::Unexpected(
+        platform::Error{.domain = "QFFileErrorDomain", .localizedDescription = std::string(why)});
+}
+
 /// Returns whether a move changes at most the case of letters.
 bool isCaseRename(const std::string& path, const std::string& toPath) {
     return text::lowercased(path) == text::lowercased(toPath);
@@ -49,16 +55,23 @@ bool QFFileManager::createDirectory(const std::string& path) {
 }
 
 bool QFFileManager::createDirectory(const std::string& path, ShouldAuth shouldAuth) {
+    return createDirectoryWithResult(path, shouldAuth).ok();
+}
+
+FileResult QFFileManager::createDirectoryWithResult(const std::string& path,
+                                                    ShouldAuth shouldAuth) {
     if (!isDriveMountedForPath(path)) {
         platform::systemLog(driveNotMounted);
-        return false;
+        return notTried(driveNotMounted);
     }
     const auto created = fileSystem().createDirectory(path);
     if (created) {
-        return true;
+        return DoneBy::user;
     }
     QFLog::appendLog(errorCreatingDirectory, created.error().localizedDescription);
-    return shouldAuth == ShouldAuth::yes && QFAuthorization::sharedController().authCreateDir(path);
+    return byAdministrator(shouldAuth == ShouldAuth::yes &&
+                               QFAuthorization::sharedController().authCreateDir(path),
+                           created.error());
 }
 
 bool QFFileManager::createDirectory(const std::string& path, platform::Timeout timeout) {
@@ -82,23 +95,29 @@ bool QFFileManager::moveFile(const std::string& path, const std::string& toPath)
 
 bool QFFileManager::moveFile(const std::string& path, const std::string& toPath,
                              ShouldAuth shouldAuth) {
+    return moveFileWithResult(path, toPath, shouldAuth).ok();
+}
+
+FileResult QFFileManager::moveFileWithResult(const std::string& path, const std::string& toPath,
+                                             ShouldAuth shouldAuth) {
     if (fileExistsAtPath(toPath)) {
         unlockFile(toPath);
     }
     unlockFolder(path::appending(toPath, path::lastComponent(path)));
     if (isCaseRename(path, toPath) && moveThroughUniqueName(path, toPath)) {
-        return true;
+        return DoneBy::user;
     }
     const auto moved = fileSystem().moveItem(path, toPath);
     if (moved) {
-        return true;
+        return DoneBy::user;
     }
     QFLog::appendLog(errorMovingFile, moved.error().localizedDescription);
     if (shouldAuth == ShouldAuth::no) {
-        return false;
+        return platform::Unexpected(moved.error());
     }
     QFLog::appendLog(authorizing);
-    return QFAuthorization::sharedController().authMoveFile(path, toPath);
+    return byAdministrator(QFAuthorization::sharedController().authMoveFile(path, toPath),
+                           moved.error());
 }
 
 bool QFFileManager::moveFile(const std::string& path, const std::string& toPath,
@@ -120,22 +139,29 @@ bool QFFileManager::copyFile(const std::optional<std::string>& path,
 
 bool QFFileManager::copyFile(const std::optional<std::string>& path,
                              const std::optional<std::string>& toPath, ShouldAuth shouldAuth) {
+    return copyFileWithResult(path, toPath, shouldAuth).ok();
+}
+
+FileResult QFFileManager::copyFileWithResult(const std::optional<std::string>& path,
+                                             const std::optional<std::string>& toPath,
+                                             ShouldAuth shouldAuth) {
     if (!path) {
         QFLog::appendLogAndPrint(copyFromNothing);
-        return false;
+        return notTried(copyFromNothing);
     }
     if (!toPath) {
         QFLog::appendLogAndPrint(copyToNothing, path);
-        return false;
+        return notTried(platform::format(copyToNothing, {path}));
     }
     unlockFile(path::deletingLastComponent(*toPath));
     const auto copied = fileSystem().copyItem(*path, *toPath);
     if (copied) {
-        return true;
+        return DoneBy::user;
     }
     QFLog::appendLog(errorCopyingFile, copied.error().localizedDescription);
-    return shouldAuth == ShouldAuth::yes &&
-           QFAuthorization::sharedController().authCopyFile(path, toPath);
+    return byAdministrator(shouldAuth == ShouldAuth::yes &&
+                               QFAuthorization::sharedController().authCopyFile(path, toPath),
+                           copied.error());
 }
 
 bool QFFileManager::copyFile(const std::optional<std::string>& path,

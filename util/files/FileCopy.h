@@ -23,12 +23,23 @@ enum class VerificationType : int { none = 0, md5 = 1, sha1 = 2, sha256 = 3, sha
 /// through and the system has forgotten what it holds of it in memory.
 enum class FromMedium { no, yes };
 
+/// Where a destination's bytes go. Filled aside, a destination keeps what it held before until its
+/// copy is whole, and in a verified copy has passed; what fails leaves it untouched.
+enum class Filling { inPlace, aside };
+
+/// Whether the copies get the source's owner, mode, extended attributes and modification date, as
+/// far as the user may set them and the volume keeps them. Nobody can read a copy meanwhile who
+/// cannot read the source.
+enum class KeepMetadata { no, yes };
+
 /// How a copy is made.
 struct FileCopyOptions {
     /// How it is verified.
     VerificationType verificationType = VerificationType::none;
     /// Has no effect on a copy without digests.
     FromMedium fromMedium = FromMedium::no;
+    Filling filling = Filling::inPlace;
+    KeepMetadata keepMetadata = KeepMetadata::no;
 };
 
 /// What became of one destination.
@@ -39,6 +50,7 @@ enum class FileCopyOutcome {
     notWritten,  ///< it did not take all bytes
     notSynced,   ///< the medium did not take all bytes
     different,   ///< what was read back is not known to equal the source
+    notNamed,    ///< it was filled aside and did not get its name
 };
 
 /// The result of a copy.

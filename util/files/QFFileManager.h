@@ -3,6 +3,7 @@
 #include "platform/foundation/Date.h"
 #include "platform/foundation/Timeout.h"
 #include "platform/foundation/Value.h"
+#include "util/files/DoneBy.h"
 #include "util/files/FileCopy.h"
 #include "util/files/Finder.h"
 #include "util/files/TrashResult.h"
@@ -84,6 +85,9 @@ public:
     static bool removeFile(const std::string& path, ShouldAuth shouldAuth);
     static bool removeFile(const std::string& path, platform::Timeout timeout);
 
+    /// As removeFile; returns who did it, or why it failed.
+    static FileResult removeFileWithResult(const std::string& path, ShouldAuth shouldAuth);
+
     /// Returns whether a directory holds nothing that counts: entries named ".DS_Store" or "Icon\r"
     /// do not count, and directories count only for their contents.
     static bool isFolderEmpty(const std::string& path);
@@ -101,6 +105,9 @@ public:
     static bool createDirectory(const std::string& path);
     static bool createDirectory(const std::string& path, ShouldAuth shouldAuth);
     static bool createDirectory(const std::string& path, platform::Timeout timeout);
+
+    /// As createDirectory; returns who did it, or why it failed.
+    static FileResult createDirectoryWithResult(const std::string& path, ShouldAuth shouldAuth);
 
     /// Creates the directory whose path is `destination` followed by the whole path of a directory,
     /// and returns that path, whether or not it was created. For anything except a plain directory,
@@ -120,6 +127,10 @@ public:
     static bool moveFile(const std::string& path, const std::string& toPath,
                          platform::Timeout timeout);
 
+    /// As moveFile; returns who did it, or why it failed.
+    static FileResult moveFileWithResult(const std::string& path, const std::string& toPath,
+                                         ShouldAuth shouldAuth);
+
     /// Copies an item, a directory with its contents. An item at the destination is not replaced
     /// without administrator rights. Clears the locked flag of the destination's directory first. A
     /// missing path logs and prints "Error copying file: source path is nil" or "Error copying file
@@ -131,6 +142,11 @@ public:
                          const std::optional<std::string>& toPath, ShouldAuth shouldAuth);
     static bool copyFile(const std::optional<std::string>& path,
                          const std::optional<std::string>& toPath, platform::Timeout timeout);
+
+    /// As copyFile; returns who did it, or why it failed.
+    static FileResult copyFileWithResult(const std::optional<std::string>& path,
+                                         const std::optional<std::string>& toPath,
+                                         ShouldAuth shouldAuth);
 
     /// Copies every entry of a directory into another, which must exist, as copyFile does; logs
     /// "File: %@" with each entry's name first. The time-out applies to each entry. Returns false

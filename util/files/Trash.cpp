@@ -157,17 +157,22 @@ bool QFFileManager::removeFile(const std::string& path) {
 }
 
 bool QFFileManager::removeFile(const std::string& path, ShouldAuth shouldAuth) {
+    return removeFileWithResult(path, shouldAuth).ok();
+}
+
+FileResult QFFileManager::removeFileWithResult(const std::string& path, ShouldAuth shouldAuth) {
     unlockFile(path);
     if (!fileExistsAtPath(path)) {
-        return true;
+        return DoneBy::user;
     }
     const auto removed = platform::service<platform::FileSystem>().removeItem(path);
     if (removed) {
-        return true;
+        return DoneBy::user;
     }
     QFLog::appendLog(errorRemovingFile, removed.error().localizedDescription);
-    return shouldAuth == ShouldAuth::yes &&
-           QFAuthorization::sharedController().authRemoveFile(path);
+    return byAdministrator(shouldAuth == ShouldAuth::yes &&
+                               QFAuthorization::sharedController().authRemoveFile(path),
+                           removed.error());
 }
 
 bool QFFileManager::removeFile(const std::string& path, platform::Timeout timeout) {

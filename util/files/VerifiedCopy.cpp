@@ -31,6 +31,8 @@ constexpr std::string_view errorWriting = "Error writing file %@: %i";
 constexpr std::string_view sizeDiffers =
     "Error: copied file size does not match original source %@";
 constexpr std::string_view errorSettingMetadata = "Error setting metadata for file %@ - %@";
+constexpr std::string_view errorKeepingMetadata = "Error setting metadata for file %@: %i";
+constexpr std::string_view errorNaming = "Error naming file %@: %i";
 
 constexpr std::string_view copyOperation =
     "copyFileWithProgress:destinations:verificationType:delegate:object:object:";
@@ -99,7 +101,7 @@ public:
                  const FileCopyOptions& options, const std::shared_ptr<FileCopyDelegate>& delegate,
                  const FileCopySettings& settings)
         : source_(source), settings_(settings), progress_(delegate, settings),
-          verifier_(options.verificationType), fromMedium_(options.fromMedium) {
+          verifier_(options.verificationType), options_(options) {
         destinations_.reserve(destinations.size());
         for (const auto& path : destinations) {
             destinations_.push_back({.path = path});
@@ -114,15 +116,19 @@ public:
         if (!openDestinations() || !prepareBuffers() || !copyChunks()) {
             return false;
         }
+        keepMetadata();
         if (verifier_.isOn()) {
             verifyMedia();
         }
-        closeFiles();
+        if (options_.filling == Filling::inPlace) {
+            closeFiles();
+        }
         if (progress_.isCancelled() || !isComplete()) {
             return false;
         }
         progress_.reportEnd(copied_);
         compareChecksums();
+        nameCopies();
         setDates();
         progress_.reportFinish();
         return true;
@@ -181,8 +187,7 @@ private:
 
     bool openDestinations() {
         for (auto& destination : destinations_) {
-            destination.file =
-                streams().openForUpdating(destination.path, file_->identity(), attributes_.size);
+            destination.file = open(destination.path);
             if (destination.file == nullptr) {
                 return isUnreachable(destination);
             }
@@ -190,14 +195,38 @@ private:
         return true;
     }
 
-    /// Empties what was at the destinations before.
+    std::unique_ptr<platform::FileStream> open(const std::string& path) const {
+        return options_.filling == Filling::aside
+                   ? streams().openBeside(path, file_->identity(), attributes_.size)
+                   : streams().openForUpdating(path, file_->identity(), attributes_.size);
+    }
+
+    /// Empties what was at the destinations before. From then on only those who may read the source
+    /// may read the copies, if these keep its metadata.
     bool emptyDestinations() {
         for (auto& destination : destinations_) {
             if (!destination.file->makeEmpty()) {
                 return isUnreachable(destination);
             }
+            static_cast<void>(keepMetadata(destination));
         }
         return true;
+    }
+
+    platform::Result<void, platform::SystemError> keepMetadata(Destination& destination) const {
+        if (options_.keepMetadata == KeepMetadata::no) {
+            return {};
+        }
+        return destination.file->copyMetadata(*file_);
+    }
+
+    /// Writing takes from a file what would give its users other rights.
+    void keepMetadata() {
+        for (auto& destination : destinations_) {
+            if (const auto kept = keepMetadata(destination); !kept) {
+                systemLog(errorKeepingMetadata, destination.path, static_cast<int>(kept.error()));
+            }
+        }
     }
 
     static bool isUnreachable(Destination& destination) {
@@ -279,7 +308,7 @@ private:
             destination.isSynced = destination.file->sync().ok();
             if (!destination.isSynced) {
                 destination.fail(FileCopyOutcome::notSynced);
-            } else if (fromMedium_ == FromMedium::yes) {
+            } else if (options_.fromMedium == FromMedium::yes) {
                 verifier_.checkAgain(*destination.file, destination.digest);
             }
         }
@@ -325,12 +354,33 @@ private:
         settings_->set("destChecksums", std::move(checksums));
     }
 
+    /// Gives their names to the good copies of those that were filled aside.
+    void nameCopies() {
+        if (options_.filling == Filling::inPlace) {
+            return;
+        }
+        for (auto& destination : destinations_) {
+            if (destination.outcome != FileCopyOutcome::incomplete) {
+                continue;
+            }
+            if (const auto named = destination.file->takeName(); !named) {
+                systemLog(errorNaming, destination.path, static_cast<int>(named.error()));
+                destination.fail(FileCopyOutcome::notNamed);
+            }
+        }
+        closeFiles();
+    }
+
     /// If the source has no creation date, the copies keep their own dates, on purpose.
     void setDates() const {
         if (!attributes_.creationDate) {
             return;
         }
         for (const auto& destination : destinations_) {
+            if (options_.filling == Filling::aside &&
+                destination.outcome != FileCopyOutcome::incomplete) {
+                continue; // what is there is a former file
+            }
             const auto created =
                 fileSystem().setCreationDate(destination.path, *attributes_.creationDate);
             const auto modified =
@@ -348,7 +398,7 @@ private:
     const FileCopySettings settings_;
     CopyProgress progress_;
     ReadBackVerifier verifier_;
-    const FromMedium fromMedium_;
+    const FileCopyOptions options_;
 
     std::vector<Destination> destinations_;
     std::unique_ptr<platform::FileStream> file_;

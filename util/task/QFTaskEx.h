@@ -13,6 +13,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <type_traits>
 
 /// Whether the child's standard output is collected or goes where the program's own goes. Nothing
 /// is written to the log either way.
@@ -35,12 +36,13 @@ enum class LogError { no, yes };
 /// environment; without one the child has the program's. A child's exit status is never a failure.
 ///
 /// A time-out is in whole seconds. If it expires while the child runs, the child is asked to
-/// terminate, on the main thread, which must be running its loop, and "Task %@ timed out.
-/// Terminating..." is logged and printed; the operation then returns the output so far once the
-/// child has ended. A child that ignores the request is waited for; other processes that keep its
-/// output open are not, even if the child has ended before. A time-out keeps the runner alive for
-/// its whole interval, even if the child has ended long before. One thread counts all time-outs. If
-/// the system cannot start that thread, a timed operation runs nothing: it logs and prints why, as
+/// terminate, and "Task %@ timed out. Terminating..." is logged and printed; the operation then
+/// returns the output so far once the child has ended. This happens on the main thread, whose loop
+/// must be running, or in a program without an application on the time-out's own thread. A child
+/// that ignores the request is waited for; other processes that keep its output open are not, even
+/// if the child has ended before. A time-out keeps the runner alive for its whole interval, even if
+/// the child has ended long before. One thread counts all time-outs. If the system cannot start
+/// that thread, a timed operation runs nothing: it logs and prints why, as
 /// QFException::logException does, and returns no value, or -1 for an exit status.
 ///
 /// Class-level operations block the calling thread; any thread may call them. A runner serves one
@@ -93,6 +95,13 @@ public:
     static std::optional<platform::Data>
     dataFromTask(const std::string& path, const TaskArguments& arguments, TaskSlot& task,
                  const platform::Value& environment, LogOutput logOutput, LogError logError);
+
+    /// A number is no environment: a time-out takes the place of `task`.
+    template <class Number>
+    requires std::is_arithmetic_v<Number>
+    static std::optional<platform::Data> dataFromTask(const std::string& path,
+                                                      const TaskArguments& arguments,
+                                                      TaskSlot& task, Number environment) = delete;
 
     /// As above with a time-out: returns the bytes that arrived before the child was terminated.
     static std::optional<platform::Data> dataFromTask(const std::string& path,
@@ -176,11 +185,11 @@ public:
     void setObject(platform::Value object);
 
     /// Sleeps, then performs timeout() on the main thread and waits until it is done. Without an
-    /// application there is no main thread, and nothing happens.
+    /// application there is no main thread, and the calling thread performs it.
     void setupTimeout(std::chrono::seconds seconds);
 
     /// Asks the child in theTask to terminate, if it runs, and logs and prints that. A timed call
-    /// then collects no more than the child's output. Main thread.
+    /// then collects no more than the child's output. Main thread, if there is an application.
     void timeout();
 
     /// As terminateAsyncTask; also for timed calls.

@@ -111,6 +111,8 @@ void QFTaskEx::timeIsUp() {
     theTask_.onceLaunched([runner = shared_from_this()] {
         if (auto* application = platform::installedService<platform::Application>()) {
             application->performOnMainThread([runner] { runner->timeout(); }, platform::Wait::no);
+        } else {
+            runner->timeout();
         }
     });
 }
@@ -119,6 +121,8 @@ void QFTaskEx::setupTimeout(std::chrono::seconds seconds) {
     platform::sleep(seconds);
     if (auto* application = platform::installedService<platform::Application>()) {
         application->performOnMainThread([this] { timeout(); }, platform::Wait::untilDone);
+    } else {
+        timeout();
     }
 }
 

@@ -1,6 +1,9 @@
 #include "platform/linux/files/FileStreams.h"
 
+#include "platform/foundation/Path.h"
+#include "platform/linux/files/Metadata.h"
 #include "platform/linux/files/Preallocation.h"
+#include "platform/linux/files/TemporaryItem.h"
 #include "platform/linux/posix/FileDescriptor.h"
 #include "platform/linux/posix/LongPath.h"
 #include "platform/linux/posix/OpenDirectory.h"
@@ -111,6 +114,17 @@ public:
     int errorIndicator() const override { return hasFailed_ ? 1 : 0; }
     FileId identity() const override { return identity_; }
 
+    Result<void, SystemError> copyMetadata(const FileStream& source) override {
+        const int from = static_cast<const Stream&>(source).descriptor_.get();
+        const auto status = statusOf(from);
+        if (!status) {
+            return Unexpected(SystemError{status.error().number()});
+        }
+        return forCaller(native::copyMetadata(from, *status, descriptor_.get()));
+    }
+
+    Result<void, SystemError> takeName() override { return {}; }
+
 private:
     FileDescriptor descriptor_;
     FileId identity_;
@@ -119,6 +133,39 @@ private:
     bool isAtEnd_ = false;
     bool hasFailed_ = false;
 };
+
+/// A new file under a hidden name in the directory of the path that it is for.
+class StreamBeside final : public Stream {
+public:
+    StreamBeside(FileDescriptor directory, TemporaryItem item, FileDescriptor descriptor,
+                 const FileId& identity, std::uint64_t expectedSize)
+        : Stream(std::move(descriptor), identity, expectedSize), directory_(std::move(directory)),
+          item_(std::move(item)) {}
+
+    Result<void, SystemError> takeName() override {
+        if (auto synced = sync(); !synced) {
+            return synced;
+        }
+        if (const auto replaced = item_.replace(); !replaced) {
+            return forCaller(replaced);
+        }
+        return forCaller(checked(retryOnEintr([this] { return ::fsync(directory_.get()); })));
+    }
+
+private:
+    FileDescriptor directory_;
+    TemporaryItem item_;
+};
+
+/// Returns whether the path leads to no item, or to a file other than `spared`.
+bool mayBeReplaced(const std::string& path, const FileId& spared) {
+    struct stat status {};
+    const auto found = atPath(path, [&status](int directory, const char* rest) {
+        return ::fstatat(directory, rest, &status, 0);
+    });
+    return found ? S_ISREG(status.st_mode) && fileIdOf(status) != spared
+                 : failedWith(found, ENOENT);
+}
 
 FileDescriptor openFile(const std::string& path, int flags) {
     constexpr mode_t mode = 0666;
@@ -151,6 +198,29 @@ std::unique_ptr<FileStream> FileStreams::openForUpdating(const std::string& path
     }
     return std::make_unique<Stream>(std::move(file), fileIdOf(status),
                                     S_ISREG(status.st_mode) ? expectedSize : unknownSize);
+}
+
+std::unique_ptr<FileStream> FileStreams::openBeside(const std::string& path, const FileId& spared,
+                                                    std::uint64_t expectedSize) {
+    if (!mayBeReplaced(path, spared)) {
+        return nullptr;
+    }
+    auto directory =
+        openAtPath(path::deletingLastComponent(path), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (!directory) {
+        return nullptr;
+    }
+    auto item = TemporaryItem::make(directory->get(), path::lastComponent(path), S_IFREG | 0666);
+    if (!item) {
+        return nullptr;
+    }
+    FileDescriptor file(::fcntl(item->item().get(), F_DUPFD_CLOEXEC, 0));
+    const auto status = statusOf(item->item().get());
+    if (!file || !status) {
+        return nullptr;
+    }
+    return std::make_unique<StreamBeside>(*std::move(directory), *std::move(item), std::move(file),
+                                          fileIdOf(*status), expectedSize);
 }
 
 Result<std::unique_ptr<FileStream>, SystemError> FileStreams::openExisting(const std::string& path,

@@ -11,6 +11,8 @@ public:
     std::unique_ptr<FileStream> openForReading(const std::string& path) override;
     std::unique_ptr<FileStream> openForUpdating(const std::string& path, const FileId& spared,
                                                 std::uint64_t expectedSize) override;
+    std::unique_ptr<FileStream> openBeside(const std::string& path, const FileId& spared,
+                                           std::uint64_t expectedSize) override;
     Result<std::unique_ptr<FileStream>, SystemError> openExisting(const std::string& path,
                                                                   FileAccess access) override;
 };

@@ -113,15 +113,23 @@ std::optional<int> Child::waitForStop() const {
     return change->si_status;
 }
 
-/// The identifiers of the child and its group are not reused until its status has been taken. A
-/// stopped process acts on a signal only when it is continued.
+/// A stopped process acts on a signal only when it is continued.
 void Child::terminate() {
+    send({SIGTERM, SIGCONT});
+}
+
+void Child::kill() {
+    send({SIGKILL});
+}
+
+/// The identifiers of the child and its group are not reused until its status has been taken.
+void Child::send(std::initializer_list<int> signals) {
     const std::lock_guard lock(mutex_);
     if (hasEnded()) {
         return;
     }
     const bool leftItsGroup = ::getpgid(identifier_) != identifier_;
-    for (const int signal : {SIGTERM, SIGCONT}) {
+    for (const int signal : signals) {
         ::kill(-identifier_, signal);
         if (leftItsGroup) {
             ::kill(identifier_, signal);

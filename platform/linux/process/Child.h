@@ -6,6 +6,7 @@
 #include <sys/types.h>
 
 #include <csignal>
+#include <initializer_list>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -29,6 +30,7 @@ public:
     bool isRunning() override;
     void waitUntilExit() override;
     void terminate() override;
+    void kill() override;
     void endOutputWithChild() override;
     int terminationStatus() override;
 
@@ -40,6 +42,7 @@ private:
     /// Returns whether the child has ended, and if so reaps it. The caller must hold the mutex.
     bool hasEnded();
     bool wasKilled();
+    void send(std::initializer_list<int> signals);
     void stopWaitingForOutput() const;
     /// Waits until the child has ended or is stopped, and returns the signal that stopped it.
     std::optional<int> waitForStop() const;

@@ -176,6 +176,9 @@ std::shared_ptr<ChildProcess> ProcessLauncher::launch(const ProcessDescription& 
     connect(options, description.standardOutput, STDOUT_FILENO, nullDevice_.get());
     connect(options, description.standardError, STDERR_FILENO, nullDevice_.get());
     options.closeOthers();
+    if (description.leavesTerminal) {
+        options.beginSession();
+    }
     const auto child = std::make_shared<Child>(outputOf(description));
     auto place = ChildReaper::placeFor(child);
     child->begin(spawn(description, options));

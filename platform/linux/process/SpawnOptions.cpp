@@ -18,6 +18,8 @@ void requireMemory(int returned) {
     }
 }
 
+constexpr short signalFlags = POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK;
+
 } // namespace
 
 SpawnOptions::SpawnOptions() {
@@ -29,8 +31,7 @@ SpawnOptions::SpawnOptions() {
     ::sigemptyset(&signals);
     ::posix_spawnattr_setsigmask(&attributes_, &signals);
     ::posix_spawnattr_setpgroup(&attributes_, 0);
-    ::posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK |
-                                                 POSIX_SPAWN_SETPGROUP);
+    ::posix_spawnattr_setflags(&attributes_, signalFlags | POSIX_SPAWN_SETPGROUP);
 }
 
 SpawnOptions::~SpawnOptions() {
@@ -40,6 +41,11 @@ SpawnOptions::~SpawnOptions() {
 
 void SpawnOptions::connect(int descriptor, int stream) {
     requireMemory(::posix_spawn_file_actions_adddup2(&actions_, descriptor, stream));
+}
+
+/// The first process of a session may not be given a group: it has one already.
+void SpawnOptions::beginSession() {
+    ::posix_spawnattr_setflags(&attributes_, signalFlags | POSIX_SPAWN_SETSID);
 }
 
 void SpawnOptions::closeOthers() {

@@ -19,6 +19,9 @@ public:
     /// Connects `descriptor`, one of the program's, to the child's descriptor number `stream`.
     void connect(int descriptor, int stream);
 
+    /// Begins a new session, which has no terminal, with a process group of the same number.
+    void beginSession();
+
     /// Leaves the child its three standard streams and no other descriptor.
     void closeOthers();
 

@@ -14,6 +14,10 @@ namespace platform::native {
 
 namespace {
 
+AccountEntry entryOf(const passwd& entry) {
+    return {entry.pw_uid, entry.pw_gid, entry.pw_name, entry.pw_dir};
+}
+
 /// Repeats the query with larger and larger buffers for the entry's strings.
 template <class Ask>
 std::optional<AccountEntry> lookUp(Ask ask) {
@@ -26,17 +30,9 @@ std::optional<AccountEntry> lookUp(Ask ask) {
         if (ask(&entry, buffer.data(), buffer.size(), &found) == ERANGE) {
             continue;
         }
-        return found == nullptr
-                   ? std::nullopt
-                   : std::optional(AccountEntry{found->pw_uid, found->pw_name, found->pw_dir});
+        return found == nullptr ? std::nullopt : std::optional(entryOf(*found));
     }
     return std::nullopt;
-}
-
-/// Returns the account's login name, or its number if nobody knows it.
-std::string nameOf(uid_t userId) {
-    const auto entry = accountOf(userId);
-    return entry ? entry->name : std::to_string(userId);
 }
 
 std::string withoutTrailingSlashes(const std::string& path) {
@@ -51,6 +47,21 @@ std::optional<AccountEntry> accountOf(uid_t userId) {
 
 std::optional<AccountEntry> accountNamed(const std::string& name) {
     return lookUp([&name](auto... room) { return ::getpwnam_r(name.c_str(), room...); });
+}
+
+std::vector<AccountEntry> allAccounts() {
+    std::vector<AccountEntry> accounts;
+    ::setpwent();
+    while (const passwd* entry = ::getpwent()) {
+        accounts.push_back(entryOf(*entry));
+    }
+    ::endpwent();
+    return accounts;
+}
+
+std::string loginNameOf(uid_t userId) {
+    const auto entry = accountOf(userId);
+    return entry ? entry->name : std::to_string(userId);
 }
 
 std::optional<std::string> absolutePathFromEnvironment(const char* variable) {
@@ -81,11 +92,11 @@ std::optional<std::string> UserAccount::otherOwnerOfHome() {
     if (::stat(homeDirectory().c_str(), &status) != 0 || status.st_uid == ::getuid()) {
         return std::nullopt;
     }
-    return nameOf(status.st_uid);
+    return loginNameOf(status.st_uid);
 }
 
 std::string UserAccount::loginName() {
-    return nameOf(::getuid());
+    return loginNameOf(::getuid());
 }
 
 std::string UserAccount::temporaryDirectory() {

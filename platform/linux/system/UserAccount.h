@@ -4,6 +4,8 @@
 
 #include <sys/types.h>
 
+#include <vector>
+
 namespace platform::native {
 
 /// The account from the environment if that is usable, else from the password database.
@@ -33,6 +35,7 @@ public:
 /// An account's entry in the password database.
 struct AccountEntry {
     uid_t userId = 0;
+    gid_t groupId = 0;
     std::string name;
     std::string home;
 };
@@ -40,6 +43,12 @@ struct AccountEntry {
 /// Returns the account of a user; nullopt if it is not in the password database.
 std::optional<AccountEntry> accountOf(uid_t userId);
 std::optional<AccountEntry> accountNamed(const std::string& name);
+
+/// Returns all accounts that the password database lists. One thread at a time.
+std::vector<AccountEntry> allAccounts();
+
+/// Returns the login name of a user; the user id in digits for an unknown account.
+std::string loginNameOf(uid_t userId);
 
 /// Returns the value of an environment variable, without trailing slashes, if it is an absolute
 /// path.

@@ -70,6 +70,24 @@ TEST(CommandLine, KnowsHowToUndo) {
     EXPECT_TRUE(optionsOf({"--show-last"}).showLast);
 }
 
+TEST(CommandLine, KnowsHowToUninstallForAllUsers) {
+    const auto options =
+        optionsOf({"--uninstall", "--all-users", "--empty", "--remove-shared", "--quiet"});
+    EXPECT_TRUE(options.uninstall && options.allUsers);
+
+    EXPECT_EQ(cli::optionsForAccount(options),
+              (std::vector<std::string>{"--uninstall", "--quiet", "--report", "-",
+                                        "--remove-shared", "--empty"}));
+    EXPECT_EQ(cli::optionsForAccount(optionsOf({"--uninstall", "--all-users", "--report", "r"})),
+              (std::vector<std::string>{"--uninstall", "--quiet", "--report", "-"}));
+}
+
+TEST(CommandLine, MakesOptionsForAnAccountThatItKnows) {
+    const auto options = optionsOf(cli::optionsForAccount(optionsOf({"--uninstall"})));
+    EXPECT_TRUE(options.uninstall && options.quiet);
+    EXPECT_EQ(options.report, cli::standardOutput);
+}
+
 class WrongCommandLine : public testing::TestWithParam<std::vector<std::string>> {};
 
 TEST_P(WrongCommandLine, IsRefused) {
@@ -88,6 +106,10 @@ INSTANTIATE_TEST_SUITE_P(WrongOrContradictory, WrongCommandLine,
                              {"--uninstall", "--report"},
                              {"--uninstall", "--report", ""},
                              {"--uninstall", "--report", "a", "--report", "b"},
+                             {"--uninstall", "--report", "-"},
+                             {"--all-users"},
+                             {"--all-users", "--list"},
+                             {"--all-users", "--put-back"},
                              {"--uninstall", "--list"},
                              {"--uninstall", "--terminal"},
                              {"--uninstall", "--json"},

@@ -313,6 +313,19 @@ TEST_F(RunTest, WritesAndMeasuresNothingWhereNoReportIsWanted) {
     EXPECT_EQ(inventory.sizes, Sizes::no);
 }
 
+TEST_F(RunTest, PrintsOneReportAtTheEndWhereThatIsWanted) {
+    report = "-";
+    auto begun = run();
+    ::testing::internal::CaptureStdout();
+    begun.prepare();
+    begun.begin(RemoveShared::no);
+    begun.finish();
+    begun.writeReport();
+
+    EXPECT_EQ(json::parse(::testing::internal::GetCapturedStdout())["result"], "complete");
+    EXPECT_TRUE(disk.written.empty());
+}
+
 TEST_F(RunTest, SaysThatTheReportCannotBeWritten) {
     disk.writeResult =
         platform::Unexpected(platform::Error{.localizedDescription = "The disk is full."});

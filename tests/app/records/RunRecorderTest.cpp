@@ -33,6 +33,11 @@ public:
                                                           std::uint64_t expectedSize) override {
         return streams_.openForUpdating(path, spared, expectedSize);
     }
+    std::unique_ptr<platform::FileStream> openBeside(const std::string& path,
+                                                     const platform::FileId& spared,
+                                                     std::uint64_t expectedSize) override {
+        return streams_.openBeside(path, spared, expectedSize);
+    }
     platform::Result<std::unique_ptr<platform::FileStream>, platform::SystemError>
     openExisting(const std::string& path, platform::FileAccess access) override;
 
@@ -73,6 +78,13 @@ public:
     bool isAtEnd() const override { return stream_->isAtEnd(); }
     int errorIndicator() const override { return stream_->errorIndicator(); }
     platform::FileId identity() const override { return stream_->identity(); }
+    platform::Result<void, platform::SystemError>
+    copyMetadata(const platform::FileStream& source) override {
+        return stream_->copyMetadata(source);
+    }
+    platform::Result<void, platform::SystemError> takeName() override {
+        return stream_->takeName();
+    }
 
 private:
     std::unique_ptr<platform::FileStream> stream_;

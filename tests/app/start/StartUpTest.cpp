@@ -1,15 +1,17 @@
 #include "app/start/ApplicationMain.h"
 
+#include "app/MainMenu.h"
 #include "platform/AlertPanel.h"
 #include "platform/Application.h"
+#include "platform/InstanceLock.h"
 #include "platform/Services.h"
 #include "platform/SystemInformation.h"
 #include "platform/Windows.h"
 #include "platform/foundation/Exception.h"
 #include "platform/foundation/Thread.h"
-#include "platform/qt/InstanceLock.h"
 #include "tests/support/FileStreamDoubles.h"
 #include "tests/support/FileSystemDoubles.h"
+#include "tests/support/LinkedWindows.h"
 #include "tests/support/MainThread.h"
 #include "tests/support/PortDoubles.h"
 #include "tests/support/ScopedEnvironment.h"
@@ -88,7 +90,8 @@ protected:
         TestClock::install();
     }
 
-    [[noreturn]] void start(const start::Awake& awake, const std::string& file = ":/MainMenu.ui") {
+    [[noreturn]] void start(const start::Awake& awake,
+                            const platform::InterfaceFile& file = mainMenu()) {
         std::string name = "kelvane-uninstaller";
         char* arguments[] = {name.data(), nullptr};
         if (std::freopen("/dev/null", "r", stdin) == nullptr) { // nobody to ask on a terminal
@@ -116,6 +119,8 @@ protected:
     platform::ScopedService<platform::FileStreams> streamsScope{streams};
     platform::ScopedService<platform::FileSystem> diskScope{disk};
     platform::ScopedService<platform::SystemInformation> informationScope{information};
+    LinkedWindows windows;
+    platform::ScopedService<platform::Modules> windowsScope{windows};
     ScopedEnvironment runtime{"XDG_RUNTIME_DIR", directory.path()};
     ScopedEnvironment platform_{"QT_QPA_PLATFORM", "offscreen"};
     ScopedEnvironment display{"DISPLAY", std::nullopt};
@@ -324,14 +329,25 @@ TEST_F(StartUpDeathTest, SaysThatThePlatformIsUnknown) {
     expectNoDisplay("Could not find the Qt platform plugin \"stonetablet\"");
 }
 
+TEST_F(StartUpDeathTest, SaysThatTheWindowsAreMissing) {
+    windows.missing = "windows.so: cannot open shared object file";
+    expectNoDisplay("windows require kelvane-uninstaller-desktop: windows.so: cannot open");
+}
+
+TEST_F(StartUpDeathTest, LoadsNoWindowsUnlessADisplayIsNamed) {
+    const ScopedEnvironment unset("QT_QPA_PLATFORM", std::nullopt);
+    windows.missing = "loaded in vain";
+    expectNoDisplay("neither DISPLAY nor WAYLAND_DISPLAY is set");
+}
+
 TEST_F(StartUpDeathTest, SaysThatItIsRunningAlready) {
-    const platform::qt::InstanceLock other("kelvane-uninstaller");
+    const platform::InstanceLock other("kelvane-uninstaller");
     EXPECT_EXIT(start([](Interface&, PlanObserver&) { std::abort(); }), ExitedWithCode(1),
                 oneLineWith("already running"));
 }
 
 TEST_F(StartUpDeathTest, SaysThatItsWindowIsOpenAlready) {
-    const platform::qt::InstanceLock other("kelvane-uninstaller-window");
+    const platform::InstanceLock other("kelvane-uninstaller-window");
     EXPECT_EXIT(start([](Interface&, PlanObserver&) { std::abort(); }), ExitedWithCode(1),
                 oneLineWith("already running"));
 }
@@ -340,7 +356,7 @@ TEST_F(StartUpDeathTest, SaysThatItsWindowIsOpenAlready) {
 void minimizeUntilRaised() {
     auto& window = *windowTitled("Uninstall Kelvane");
     window.showMinimized();
-    platform::qt::InstanceLock("kelvane-uninstaller-window").touch();
+    platform::InstanceLock("kelvane-uninstaller-window").touch();
     auto* timer = new QTimer(qApp);
     QObject::connect(timer, &QTimer::timeout, timer, [&window] {
         if (!window.isMinimized()) {
@@ -360,7 +376,7 @@ TEST_F(StartUpDeathTest, BringsItsWindowToTheFrontWhenASecondOneWasToBeOpened) {
 TEST_F(StartUpDeathTest, HoldsNoOtherRunUpWhileItsWindowIsIdle) {
     EXPECT_EXIT(start([](Interface&, PlanObserver& observer) {
                     const auto isRunning = [] {
-                        return platform::qt::InstanceLock("kelvane-uninstaller").isHeldByAnother();
+                        return platform::InstanceLock("kelvane-uninstaller").isHeldByAnother();
                     };
                     std::cerr << isRunning() << '\n';
                     runLater(observer, [isRunning] { std::cerr << isRunning() << '\n'; });
@@ -370,7 +386,7 @@ TEST_F(StartUpDeathTest, HoldsNoOtherRunUpWhileItsWindowIsIdle) {
 
 TEST_F(StartUpDeathTest, HasTheWindowsRunWaitForAnotherRun) {
     EXPECT_EXIT(start([](Interface&, PlanObserver& observer) {
-                    static std::optional<platform::qt::InstanceLock> other("kelvane-uninstaller");
+                    static std::optional<platform::InstanceLock> other("kelvane-uninstaller");
                     platform::service<Application>().performOnMainThread(
                         [&observer] {
                             platform::detachNewThread([] {
@@ -467,8 +483,8 @@ TEST_F(StartUpDeathTest, IsRefusedToTheSuperuserInAnotherAccountsHome) {
     account.userId = 0;
     account.homeOwner = "ann";
     EXPECT_EXIT(start([](Interface&, PlanObserver&) { std::abort(); }), ExitedWithCode(1),
-                oneLineWith("the home folder /home/someone belongs to ann: run this as ann, or "
-                            "with sudo -H for root's own items"));
+                oneLineWith("the home folder /home/someone belongs to ann: run this as ann, with "
+                            "sudo -H for root's own items, or with --uninstall --all-users"));
 }
 
 TEST_F(StartUpDeathTest, IsNotRefusedToAUserWhoseHomeBelongsToAnother) {
@@ -490,16 +506,14 @@ TEST_F(StartUpDeathTest, NamesTheActionThatTheControllerMisses) {
 }
 
 TEST_F(StartUpDeathTest, NamesTheMainWindowWhenThatIsMissing) {
-    const auto file = directory.write("empty.ui", "<ui version=\"4.0\"><widget class=\"QWidget\" "
-                                                  "name=\"Empty\"/></ui>");
+    const platform::InterfaceFile file{
+        "empty.ui", "<ui version=\"4.0\"><widget class=\"QWidget\" name=\"Empty\"/></ui>"};
     EXPECT_EXIT(start([](Interface&, PlanObserver&) { std::abort(); }, file), ExitedWithCode(1),
                 oneLineWith("windowMain"));
 }
 
 TEST_F(StartUpDeathTest, NamesTheInterfaceFileThatItCannotRead) {
-    EXPECT_EXIT(start([](Interface&, PlanObserver&) { std::abort(); }, directory / "missing.ui"),
-                ExitedWithCode(1), oneLineWith("missing.ui"));
-    const auto garbage = directory.write("garbage.ui", "<ui><widget");
+    const platform::InterfaceFile garbage{"garbage.ui", "<ui><widget"};
     EXPECT_EXIT(start([](Interface&, PlanObserver&) { std::abort(); }, garbage), ExitedWithCode(1),
                 oneLineWith("garbage.ui"));
 }

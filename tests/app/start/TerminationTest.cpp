@@ -1,11 +1,13 @@
 // What becomes of the log after Cancel: the program itself, with entries queued.
 
 #include "app/AppController.h"
+#include "app/MainMenu.h"
 #include "app/PlanInventory.h"
 #include "app/start/ApplicationMain.h"
 #include "platform/Application.h"
 #include "platform/Services.h"
 #include "platform/StartUp.h"
+#include "tests/support/LinkedWindows.h"
 #include "tests/support/MainThread.h"
 #include "tests/support/PortDoubles.h"
 #include "tests/support/QueueGate.h"
@@ -44,6 +46,8 @@ protected:
         static auto& searchPaths = *new FakeSearchPaths;
         searchPaths.lists[{platform::DirectoryKind::library, platform::DomainMask::user}] = {
             library};
+        static LinkedWindows windows;
+        platform::install<platform::Modules>(windows);
         platform::install<platform::UserAccount>(account);
         platform::install<platform::SearchPaths>(searchPaths);
 
@@ -52,7 +56,7 @@ protected:
         std::unique_ptr<AppController> controller;
         PlanInventory inventory;
         std::exit(start::applicationMain(
-            1, arguments, ":/MainMenu.ui", inventory,
+            1, arguments, mainMenu(), inventory,
             [&](platform::Interface& interface, PlanObserver& observer) {
                 controller = std::make_unique<AppController>(interface, observer);
                 onceAwake();

@@ -10,9 +10,11 @@
 #include "platform/linux/desktop/Trash.h"
 #include "platform/linux/desktop/Volumes.h"
 #include "platform/linux/desktop/Workspace.h"
+#include "platform/linux/files/FileStreams.h"
 #include "platform/linux/files/FileSystem.h"
 #include "platform/linux/plist/PropertyLists.h"
 #include "platform/linux/process/Installation.h"
+#include "platform/linux/process/Modules.h"
 #include "platform/linux/system/SearchPaths.h"
 #include "platform/linux/system/UserAccount.h"
 #include "tests/support/PortDoubles.h"
@@ -197,6 +199,19 @@ int write(const Arguments& arguments) {
     return report(platform::native::FileSystem().writeAtomically(arguments.at(0), arguments.at(1)));
 }
 
+/// Fills a file beside the first argument with the second, and gives it the name.
+int fill(const Arguments& arguments) {
+    const auto file = platform::native::FileStreams().openBeside(arguments.at(0), {}, 0);
+    if (!file) {
+        std::cout << "not opened\n";
+        return 1;
+    }
+    const auto bytes = std::as_bytes(std::span(arguments.at(1)));
+    const bool isNamed = file->write(bytes) == bytes.size() && file->takeName();
+    std::cout << (isNamed ? "ok\n" : "not named\n");
+    return 0;
+}
+
 int unlock(const Arguments& arguments) {
     return report(platform::native::FileSystem().setImmutable(arguments.at(0), false));
 }
@@ -255,6 +270,16 @@ int environment(const Arguments& /*arguments*/) {
 
 int installationDirectory(const Arguments& /*arguments*/) {
     std::cout << platform::native::installationDirectory() << '\n';
+    return 0;
+}
+
+/// Prints what a module returns.
+int callModule(const Arguments& arguments) {
+    const auto function = platform::native::Modules().function(arguments.at(0));
+    if (!function) {
+        return report(function);
+    }
+    std::cout << reinterpret_cast<int (*)()>(*function)() << '\n';
     return 0;
 }
 
@@ -321,10 +346,12 @@ const std::map<std::string, std::function<int(const Arguments&)>> commands{
     {"closed-streams", closedStreams},
     {"failing-output", failingOutput},
     {"store-preference", storePreference},
+    {"module", callModule},
     {"move", move},
     {"copy", copy},
     {"create", create},
     {"write", write},
+    {"fill", fill},
     {"volumes", volumes},
     {"mounts-in", mountsIn},
     {"without-writing", withoutWriting},

@@ -65,6 +65,14 @@ TEST_F(AlertPanelTest, IsGoneOnceItIsAnswered) {
     EXPECT_FALSE(panel->isVisible());
 }
 
+TEST_F(AlertPanelTest, IsOffTheScreenBeforeItTellsTheAnswer) {
+    bool wasVisible = true;
+    panel = panels.create({.messageText = title});
+    panel->beginSheet(nullptr, [&](int /*code*/) { wasVisible = panel->isVisible(); });
+    press(*windowTitled(title), "OK");
+    EXPECT_FALSE(wasVisible);
+}
+
 TEST_F(AlertPanelTest, GivesTheFocusToTheDefaultButton) {
     auto& window = show(threeButtons);
     EXPECT_EQ(QApplication::focusWidget(), &button(window, "Save"));

@@ -2,10 +2,13 @@
 
 #include "platform/foundation/Exception.h"
 #include "platform/qt/Windows.h"
+#include "tests/platform/linux/process/SleepingThread.h"
 
 #include <QCoreApplication>
 #include <QTimer>
 #include <QWidget>
+
+#include <unistd.h>
 
 #include <atomic>
 #include <future>
@@ -113,6 +116,30 @@ TEST_F(ApplicationTest, WaitsForAnEventNoLongerThanTheDeadline) {
     });
 }
 
+TEST_F(ApplicationTest, WaitsForAnEventUntilTheDeadline) {
+    /// Notes after how many milliseconds timers fire.
+    class TimerWatch : public QObject {
+    public:
+        std::vector<int> intervals;
+
+        bool eventFilter(QObject* watched, QEvent* event) override {
+            if (auto* timer = qobject_cast<QTimer*>(watched);
+                timer != nullptr && event->type() == QEvent::Timer) {
+                intervals.push_back(timer->interval());
+            }
+            return false;
+        }
+    } watch;
+    runOnMainThread([&] {
+        QCoreApplication::instance()->installEventFilter(&watch);
+        while (watch.intervals.empty()) { // other events end the wait, too
+            application.handleNextEvent(10ms);
+        }
+        QCoreApplication::instance()->removeEventFilter(&watch);
+    });
+    EXPECT_EQ(watch.intervals, std::vector{10});
+}
+
 TEST_F(ApplicationTest, DispatchesTheEventThatItWaitsFor) {
     bool dispatched = false;
     runOnMainThread([&] {
@@ -168,20 +195,16 @@ TEST_F(ApplicationTest, DropsWorkOnceTheLoopHasEnded) {
     EXPECT_EQ(token.use_count(), 1);
 }
 
-/// A caller that waits and, if `returned` is still false at the end, waits forever.
-void waitDetached(Application& application, const std::shared_ptr<std::atomic<bool>>& returned,
-                  std::function<void()> work) {
-    std::thread([&application, returned, work = std::move(work)]() mutable {
-        application.performOnMainThread(std::move(work), Wait::untilDone);
-        *returned = true;
-    }).detach();
-}
-
 TEST_F(ApplicationTest, KeepsTheCallerWaitingWhoseWorkTerminatedIt) {
-    const auto returned = std::make_shared<std::atomic<bool>>(false);
-    waitDetached(application, returned, [this] { application.terminate(); });
+    std::promise<long> caller;
+    // Detached: it waits forever.
+    std::thread([this, &caller] {
+        caller.set_value(::gettid());
+        application.performOnMainThread([this] { application.terminate(); }, Wait::untilDone);
+    }).detach();
+    const auto thread = caller.get_future().get();
     EXPECT_EQ(application.run(), 0);
-    EXPECT_FALSE(*returned);
+    EXPECT_TRUE(isAsleep(thread)) << "it has ended";
 }
 
 TEST_F(ApplicationTest, HasAMainWindowOnlyWhileThatIsOnTheScreen) {

@@ -14,6 +14,7 @@
 #include <string>
 
 using platform::qt::Interface;
+using platform::qt::readInterfaceFile;
 
 namespace {
 
@@ -47,7 +48,9 @@ protected:
     }
 
     TemporaryDirectory directory;
-    Interface interface { QString::fromStdString(directory.write("test.ui", twoWindows)) };
+    Interface interface {
+        { .name = "test.ui", .text = twoWindows }
+    };
 };
 
 /// Returns the exception that `operation` throws.
@@ -94,15 +97,21 @@ TEST_F(InterfaceTest, NamesTheActionThatNothingIsConnectedWith) {
 }
 
 TEST_F(InterfaceTest, NamesTheFileThatIsMissing) {
-    const auto exception = exceptionOf([] { const Interface missing(":/missing.ui"); });
+    const auto exception =
+        exceptionOf([] { static_cast<void>(readInterfaceFile(":/missing.ui")); });
     EXPECT_EQ(exception.name(), "QFInterfaceUnreadable");
     EXPECT_NE(exception.reason().find(":/missing.ui"), std::string::npos);
 }
 
+TEST_F(InterfaceTest, ReadsAFile) {
+    const auto [name, text] = readInterfaceFile(directory.write("test.ui", twoWindows));
+    EXPECT_EQ(name, directory / "test.ui");
+    EXPECT_EQ(text, twoWindows);
+}
+
 TEST_F(InterfaceTest, NamesTheFileThatIsNoInterface) {
-    const auto file = directory.write("garbage.ui", "no markup at all");
-    const auto exception =
-        exceptionOf([&] { const Interface garbage(QString::fromStdString(file)); });
+    const auto exception = exceptionOf(
+        [] { const Interface garbage({.name = "garbage.ui", .text = "no markup at all"}); });
     EXPECT_EQ(exception.name(), "QFInterfaceUnreadable");
     EXPECT_NE(exception.reason().find("garbage.ui"), std::string::npos);
     EXPECT_EQ(exception.reason().find('\n'), std::string::npos);

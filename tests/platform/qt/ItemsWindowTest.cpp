@@ -74,6 +74,16 @@ TEST_F(ItemsWindowTest, HasNoButtonToTryAgainUnlessItIsWanted) {
     });
 }
 
+TEST_F(ItemsWindowTest, HasNoListWhereThereIsNothingToList) {
+    shown({.title = "Items", .message = "None.", .sections = {}}, [](QWidget& window) {
+        EXPECT_EQ(window.findChild<QTreeWidget*>(), nullptr);
+        EXPECT_EQ(buttonTitles(window), std::vector<std::string>{"C&lose"});
+        EXPECT_EQ(labelTexts(window), std::vector<std::string>{"None."});
+        EXPECT_LT(window.height(), window.width() / 2);
+        pressEscape(window);
+    });
+}
+
 TEST_F(ItemsWindowTest, CopiesTheListAsText) {
     shown(description, [](QWidget& window) {
         press(window, "&Copy");

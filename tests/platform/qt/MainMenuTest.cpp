@@ -1,3 +1,4 @@
+#include "app/MainMenu.h"
 #include "platform/qt/Interface.h"
 #include "tests/support/UserInterface.h"
 
@@ -43,7 +44,7 @@ protected:
     }
 
     std::string performed;
-    platform::qt::Interface interface { ":/MainMenu.ui" };
+    platform::qt::Interface interface { mainMenu() };
 };
 
 TEST_F(MainMenuTest, HasTheFourOutlets) {

@@ -22,6 +22,7 @@ public:
     bool isRunning() override { return running; }
     void waitUntilExit() override { running = false; }
     void terminate() override { terminated = true; }
+    void kill() override { terminated = true; }
     void endOutputWithChild() override { outputEnds = true; }
     int terminationStatus() override { return 5; }
 };

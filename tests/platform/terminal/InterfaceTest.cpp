@@ -1,8 +1,8 @@
 #include "platform/terminal/Interface.h"
 
+#include "app/MainMenu.h"
 #include "platform/foundation/Exception.h"
 #include "tests/platform/terminal/TerminalTest.h"
-#include "tests/support/TemporaryDirectory.h"
 
 #include <gmock/gmock.h>
 
@@ -11,12 +11,11 @@
 using platform::terminal::Control;
 using platform::terminal::Interface;
 using platform::terminal::Manner;
-using platform::terminal::readInterfaceFile;
+using platform::terminal::windowsIn;
 using ::testing::HasSubstr;
+using ::testing::MatchesRegex;
 
 namespace {
-
-constexpr const char* mainMenu = ":/MainMenu.ui";
 
 std::string reasonOf(const std::function<void()>& work) {
     try {
@@ -28,7 +27,7 @@ std::string reasonOf(const std::function<void()>& work) {
 }
 
 TEST(InterfaceFile, HasTheWindowsWithTheirControlsInOrder) {
-    const auto windows = readInterfaceFile(mainMenu);
+    const auto windows = windowsIn(mainMenu());
 
     ASSERT_EQ(windows.size(), 3U);
     const auto& [name, closeAction, controls] = windows.front();
@@ -55,21 +54,18 @@ TEST(InterfaceFile, HasTheWindowsWithTheirControlsInOrder) {
 }
 
 TEST(InterfaceFile, SaysWhyItCannotBeRead) {
-    const TemporaryDirectory directory;
-    for (const auto* content : {"", "<ui><widget", "<html/>", "words"}) {
-        const auto file = directory.write("file.ui", content);
-        EXPECT_THAT(reasonOf([&] { (void)readInterfaceFile(file); }),
-                    HasSubstr("QFInterfaceUnreadable: cannot load the interface file " + file))
-            << content;
+    for (const auto* text : {"", "<ui><widget", "<html/>", "words"}) {
+        EXPECT_THAT(reasonOf([&] { (void)windowsIn({.name = "file.ui", .text = text}); }),
+                    MatchesRegex("QFInterfaceUnreadable: cannot load the interface file file.ui: "
+                                 ".+"))
+            << text;
     }
-    EXPECT_THAT(reasonOf([&] { (void)readInterfaceFile(directory / "missing.ui"); }),
-                HasSubstr("missing.ui: No such file"));
 }
 
 class TerminalInterfaceTest : public TerminalTest {
 protected:
     void load(Manner manner = Manner::asks) {
-        interface.emplace(mainMenu, application, dialogue, manner);
+        interface.emplace(mainMenu(), application, dialogue, manner);
         interface->setAction("uninstall:", [this] { done += "uninstall "; });
         interface->setAction("cancel:", [this] { done += "cancel "; });
     }

@@ -202,6 +202,21 @@ TEST_F(QFAlertIntervalTest, IsATimeWithoutAnEndWhenItIsTheLongest) {
     EXPECT_EQ(ask(std::chrono::seconds::max()), 0);
 }
 
+/// A clock on which every time is up at once.
+class HastyClock : public PausingClock {
+    void performAfter(std::chrono::seconds /*delay*/, std::function<void()> operation) override {
+        operation();
+    }
+};
+
+TEST_F(QFAlertIntervalTest, MayBeOverBeforeTheAlertIsShown) {
+    HastyClock hasty;
+    const platform::ScopedService<platform::Clock> scope(hasty);
+    answerInPass(100);
+    EXPECT_EQ(ask(1h), 1);
+    answer(0);
+}
+
 TEST_F(QFAlertIntervalTest, NeedsNoThreadOfItsOwn) {
     const auto threads = [] {
         const std::filesystem::directory_iterator all("/proc/self/task");

@@ -1,5 +1,6 @@
 #include "util/alert/QFAlert.h"
 
+#include "app/MainMenu.h"
 #include "platform/qt/Interface.h"
 #include "platform/qt/Windows.h"
 #include "tests/support/UserInterface.h"
@@ -103,7 +104,7 @@ TEST_F(X11Test, ClosesAnAlertThatNobodyAnswers) {
 }
 
 TEST_F(X11Test, LeadsFromTheMainWindowOverTheProgressToTheAlert) {
-    platform::qt::Interface interface(":/MainMenu.ui");
+    platform::qt::Interface interface(mainMenu());
     auto& mainWindow = interface.window("windowMain");
     auto& progress = interface.window("windowProgress");
     interface.setAction("uninstall:", [&] {
@@ -129,7 +130,7 @@ TEST_F(X11Test, LeadsFromTheMainWindowOverTheProgressToTheAlert) {
 }
 
 TEST_F(X11Test, KeepsTheUserFromTheParentOfASheet) {
-    platform::qt::Interface interface(":/MainMenu.ui");
+    platform::qt::Interface interface(mainMenu());
     int uninstalls = 0;
     interface.setAction("uninstall:", [&] { ++uninstalls; });
     auto& mainWindow = interface.window("windowMain");

@@ -41,6 +41,80 @@ private:
 
 } // namespace
 
+// Reasons.
+
+namespace {
+
+/// An operation, and the change that it tries first.
+struct Operation {
+    const char* name;
+    const char* change;
+    FileResult (*perform)(ShouldAuth shouldAuth);
+};
+
+const Operation operations[]{
+    {"Create", "create /b/new",
+     [](auto shouldAuth) {
+         return QFFileManager::createDirectoryWithResult("/b/new", shouldAuth);
+     }},
+    {"Move", "move /a/item /b/other",
+     [](auto shouldAuth) {
+         return QFFileManager::moveFileWithResult("/a/item", "/b/other", shouldAuth);
+     }},
+    {"Copy", "copy /a/item /b/other",
+     [](auto shouldAuth) {
+         return QFFileManager::copyFileWithResult("/a/item", "/b/other", shouldAuth);
+     }},
+    {"Remove", "remove /a/item",
+     [](auto shouldAuth) { return QFFileManager::removeFileWithResult("/a/item", shouldAuth); }},
+};
+
+class FileResultOf : public CreateMoveCopy, public testing::WithParamInterface<Operation> {
+protected:
+    void failOwnAttempt() {
+        fail(GetParam().change);
+        fileSystem.removeErrors["/a/item"] = {.localizedDescription = "You can’t."};
+    }
+};
+
+} // namespace
+
+TEST_P(FileResultOf, WhatTheUserDid) {
+    EXPECT_EQ(GetParam().perform(ShouldAuth::yes).value(), DoneBy::user);
+}
+
+TEST_P(FileResultOf, WhatTheAdministratorDoes) {
+    failOwnAttempt();
+    EXPECT_EQ(GetParam().perform(ShouldAuth::yes).value(), DoneBy::administrator);
+}
+
+TEST_P(FileResultOf, WhatTheUserMayNotDoAndTheAdministratorIsNotAskedFor) {
+    failOwnAttempt();
+    EXPECT_EQ(GetParam().perform(ShouldAuth::no).error().localizedDescription, "You can’t.");
+}
+
+TEST_P(FileResultOf, WhatIsRefused) {
+    failOwnAttempt();
+    refuseTheRight();
+    EXPECT_EQ(GetParam().perform(ShouldAuth::yes).error().localizedDescription, "You can’t.");
+}
+
+INSTANTIATE_TEST_SUITE_P(Operations, FileResultOf, testing::ValuesIn(operations),
+                         [](const auto& tested) { return tested.param.name; });
+
+TEST_F(CreateMoveCopy, WhatCannotBeTriedSaysWhy) {
+    const auto reason = [](const FileResult& result) {
+        return result.error().localizedDescription;
+    };
+    EXPECT_EQ(
+        reason(QFFileManager::createDirectoryWithResult("/Volumes/Gone/folder", ShouldAuth::yes)),
+        "Unable to create directory. Drive is not mounted.");
+    EXPECT_EQ(reason(QFFileManager::copyFileWithResult(std::nullopt, "/b", ShouldAuth::yes)),
+              "Error copying file: source path is nil");
+    EXPECT_EQ(reason(QFFileManager::copyFileWithResult("/a/item", std::nullopt, ShouldAuth::yes)),
+              "Error copying file /a/item: destination path is nil");
+}
+
 // Make directories.
 
 TEST_F(CreateMoveCopy, CreateMakesADirectory) {

@@ -8,11 +8,16 @@
 #include "util/files/QFFileManager.h"
 
 #include <sys/stat.h>
+#include <sys/xattr.h>
 
 #include <algorithm>
+#include <array>
 #include <filesystem>
 #include <fstream>
 #include <future>
+#include <set>
+#include <string>
+#include <vector>
 
 namespace fs = std::filesystem;
 
@@ -52,6 +57,21 @@ protected:
                      VerificationType type = verified,
                      const std::shared_ptr<FileCopyDelegate>& delegate = nullptr) {
         return QFFileManager::copyFileWithProgress(source, destinations, type, delegate, {}, {});
+    }
+
+    static FileCopyResult copyWithResult(const std::string& source,
+                                         const std::vector<std::string>& destinations,
+                                         const FileCopyOptions& options) {
+        return QFFileManager::copyFileWithResult(source, destinations, options, nullptr, {}, {});
+    }
+
+    /// Returns the names in the test's directory, hidden ones included.
+    std::set<std::string> names() const {
+        std::set<std::string> names;
+        for (const auto& entry : fs::directory_iterator(directory.path())) {
+            names.insert(entry.path().filename());
+        }
+        return names;
     }
 
     static std::string cannotOpen(const std::string& path) {
@@ -314,6 +334,64 @@ TEST_F(VerifiedCopyOnDisk, ACopyReadFromItsMediumIsWhole) {
     EXPECT_TRUE(result.succeeded);
     EXPECT_EQ(result.outcomes, std::vector{FileCopyOutcome::copied});
     EXPECT_TRUE(contentOf(directory / "copy") == content);
+}
+
+TEST_F(VerifiedCopyOnDisk, ACopyFilledAsideReplacesTheFormerOneWhole) {
+    const auto content = patternedText(200'000);
+    const auto source = directory.write("source", content);
+    const auto former = directory.write("copy", "former");
+    fs::create_hard_link(former, directory / "other name");
+    const auto result =
+        copyWithResult(source, {former}, {.verificationType = verified, .filling = Filling::aside});
+    EXPECT_EQ(result.outcomes, std::vector{FileCopyOutcome::copied});
+    EXPECT_TRUE(contentOf(former) == content);
+    EXPECT_EQ(contentOf(directory / "other name"), "former");
+    EXPECT_EQ(names(), (std::set<std::string>{"copy", "other name", "source"}));
+}
+
+TEST_F(VerifiedCopyOnDisk, ACopyThatFailsAsideLeavesNothingBehind) {
+    const auto source = directory.write("source", "content");
+    const auto former = directory.write("copy", "former");
+    const auto unreachable = directory.makeDirectory("directory");
+    EXPECT_FALSE(
+        copyWithResult(source, {former, unreachable}, {.filling = Filling::aside}).succeeded);
+    EXPECT_EQ(contentOf(former), "former");
+    EXPECT_EQ(names(), (std::set<std::string>{"copy", "directory", "source"}));
+}
+
+TEST_F(VerifiedCopyOnDisk, TheSourceIsNeverReplacedByItsCopyAside) {
+    const auto source = directory.write("source", "content");
+    fs::create_symlink("source", directory / "link");
+    for (const auto* name : {"source", "link"}) {
+        EXPECT_FALSE(
+            copyWithResult(source, {directory / name}, {.filling = Filling::aside}).succeeded);
+    }
+    EXPECT_TRUE(fs::is_symlink(directory / "link"));
+}
+
+TEST_F(VerifiedCopyOnDisk, ACopyKeepsWhatIsAskedFor) {
+    const auto source = directory.write("source", "content");
+    ASSERT_EQ(::chmod(source.c_str(), 06710), 0);
+    ASSERT_EQ(::setxattr(source.c_str(), "user.note", "mine", 4, 0), 0);
+    for (const auto filling : {Filling::inPlace, Filling::aside}) {
+        const auto path = directory / "copy";
+        EXPECT_TRUE(
+            copyWithResult(source, {path}, {.filling = filling, .keepMetadata = KeepMetadata::yes})
+                .succeeded);
+        struct stat status {};
+        ASSERT_EQ(::stat(path.c_str(), &status), 0);
+        EXPECT_EQ(status.st_mode & 07777, 06710U);
+        std::array<char, 8> note{};
+        EXPECT_EQ(::getxattr(path.c_str(), "user.note", note.data(), note.size()), 4);
+        fs::remove(path);
+    }
+}
+
+TEST_F(VerifiedCopyOnDisk, ACopyKeepsNothingUnasked) {
+    const auto source = directory.write("source", "content");
+    ASSERT_EQ(::setxattr(source.c_str(), "user.note", "mine", 4, 0), 0);
+    EXPECT_TRUE(copyWithResult(source, {directory / "copy"}, {}).succeeded);
+    EXPECT_LT(::getxattr((directory / "copy").c_str(), "user.note", nullptr, 0), 0);
 }
 
 TEST_F(VerifiedCopyOnDisk, NamesMayHoldAnyBytes) {

@@ -883,6 +883,74 @@ TEST_F(VerifiedCopyTest, TheDestinationThatEndsACopyIsUnreachable) {
     }
 }
 
+// Filled aside, and with the source's metadata.
+
+TEST_F(VerifiedCopyTest, AGoodCopyFilledAsideGetsItsNameOnceItHasPassed) {
+    makeSource("content");
+    streams.files["/to/a"].content = "former";
+    std::string atTheFinish;
+    const auto observer = std::make_shared<FileCopyDelegate>();
+    observer->fileCopyBytesWritten = [&](std::uint64_t /*bytes*/, const auto& /*settings*/) {
+        atTheFinish = streams.files["/to/a"].content;
+    };
+    const auto result = copyWithResult(
+        {"/to/a"}, {.verificationType = VerificationType::md5, .filling = Filling::aside},
+        observer);
+    EXPECT_EQ(result.outcomes, Outcomes{FileCopyOutcome::copied});
+    EXPECT_EQ(atTheFinish, "former");
+    EXPECT_EQ(streams.files["/to/a"].content, "content");
+    const auto named = std::ranges::find(streams.events, "name /to/a");
+    EXPECT_NE(std::find(streams.events.begin(), named, "sync /to/a.beside"), named);
+}
+
+TEST_F(VerifiedCopyTest, WhatWasAtADestinationStaysIfItsCopyFailsAside) {
+    makeSource("content");
+    for (const auto* path : {"/to/altered", "/to/full", "/to/lost", "/to/good"}) {
+        streams.files[path].content = "former";
+    }
+    streams.files["/to/altered.beside"].alter = changing(3);
+    streams.files["/to/full.beside"].room = 3;
+    streams.files["/to/lost.beside"].syncs = false;
+    const auto result =
+        copyWithResult({"/to/altered", "/to/full", "/to/lost", "/to/good"},
+                       {.verificationType = VerificationType::md5, .filling = Filling::aside});
+    EXPECT_TRUE(result.succeeded);
+    EXPECT_EQ(result.outcomes, (Outcomes{FileCopyOutcome::different, FileCopyOutcome::notWritten,
+                                         FileCopyOutcome::notSynced, FileCopyOutcome::copied}));
+    for (const auto* path : {"/to/altered", "/to/full", "/to/lost"}) {
+        EXPECT_EQ(streams.files[path].content, "former") << path;
+        EXPECT_FALSE(fileSystem.attributes.contains(path)) << path; // no dates either
+    }
+    EXPECT_EQ(streams.files["/to/good"].content, "content");
+}
+
+TEST_F(VerifiedCopyTest, AnIncompleteCopyAsideChangesNothing) {
+    describe({.content = "content"}, 8); // shorter than it was
+    streams.files["/to/a"].content = "former";
+    EXPECT_FALSE(copyWithResult({"/to/a"}, {.filling = Filling::aside}).succeeded);
+    EXPECT_EQ(streams.files["/to/a"].content, "former");
+}
+
+TEST_F(VerifiedCopyTest, SaysWhichCopyDidNotGetItsName) {
+    makeSource("content");
+    streams.files["/to/a.beside"].getsItsName = false;
+    const auto result = copyWithResult({"/to/a", "/to/b"}, {.filling = Filling::aside});
+    EXPECT_TRUE(result.succeeded);
+    EXPECT_EQ(result.outcomes, (Outcomes{FileCopyOutcome::notNamed, FileCopyOutcome::copied}));
+    EXPECT_EQ(console.systemLogLines(), std::vector<std::string>{"Error naming file /to/a: 5"});
+}
+
+TEST_F(VerifiedCopyTest, TheMetadataIsKeptBeforeTheFirstByteAndAfterTheLast) {
+    makeSource("content");
+    streams.files["/to/a"].beforeWrite = [this](std::uint64_t /*position*/) {
+        EXPECT_EQ(streams.events.back(), "metadata /to/a");
+        streams.events.emplace_back("write");
+    };
+    EXPECT_TRUE(copyWithResult({"/to/a"}, {.keepMetadata = KeepMetadata::yes}).succeeded);
+    const auto written = std::ranges::find(streams.events, "write");
+    EXPECT_NE(std::find(written, streams.events.end(), "metadata /to/a"), streams.events.end());
+}
+
 TEST_F(VerifiedCopyTest, EveryDestinationOfACopyThatFailsIsIncomplete) {
     describe({.content = "content", .readableBytes = 3}, 7);
     EXPECT_EQ(copyWithResult({"/to/a"}, {}).outcomes, Outcomes{FileCopyOutcome::incomplete});

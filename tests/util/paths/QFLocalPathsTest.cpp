@@ -170,6 +170,13 @@ TEST_F(QFLocalPathsTest, TheSuperusersDirectoriesMoveUnderTheHomeDirectoryOfTheP
     EXPECT_EQ(QFLocalPaths::cacheDirectory(Domain::user), "/home/someone/Library/Caches");
 }
 
+TEST_F(QFLocalPathsTest, TheSuperusersDirectoryIsTheFirstOfThePlatformsDirectories) {
+    account.userId = 0;
+    searchPaths.lists[{DirectoryKind::caches, DomainMask::user}] = {"/var/root/First",
+                                                                    "/var/root/Second"};
+    EXPECT_EQ(QFLocalPaths::cacheDirectory(Domain::user), "/home/someone/First");
+}
+
 TEST_F(QFLocalPathsTest, ThePrivateSpellingLeavesTheFinalLetterOfRootInFrontOfThePath) {
     account.userId = 0;
     searchPaths.lists[{DirectoryKind::caches, DomainMask::user}] = {

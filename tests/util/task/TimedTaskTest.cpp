@@ -267,10 +267,22 @@ TEST_F(TimedTask, DoesNothingWhenTheTimeoutFindsNoChild) {
     EXPECT_TRUE(loggedLines().empty());
 }
 
-TEST_F(TimedTask, HasNoTimeoutWithoutAnApplication) {
+TEST_F(TimedTask, TerminatesTheChildWithoutAnApplicationToo) {
+    const ScopedAbsence<platform::Application> none;
+    EXPECT_EQ(QFTaskEx::terminationCodeFromTask(shell, script(gate()), 0), SIGTERM);
+    EXPECT_EQ(loggedLines(), Lines(1, timedOut));
+}
+
+TEST_F(TimedTask, TimesOutOnTheCallingThreadWithoutAnApplication) {
+    auto status = std::async(std::launch::async, [this] {
+        return runner_->terminationCodeFromTaskOnRunner(shell, script(tellReady() + "; " + gate()),
+                                                        Timeout(600));
+    });
+    ASSERT_TRUE(waitForFile("ready"));
     const ScopedAbsence<platform::Application> none;
     runner_->setupTimeout(std::chrono::seconds(0));
-    EXPECT_TRUE(loggedLines().empty());
+    EXPECT_EQ(status.get(), SIGTERM);
+    EXPECT_EQ(loggedLines(), Lines(1, timedOut));
 }
 
 TEST_F(TimedTask, RunsNothingWithoutAThreadForTheTimeout) {
@@ -306,6 +318,7 @@ public:
     bool isRunning() override { return true; }
     void waitUntilExit() override {}
     void terminate() override { onTerminate_(); }
+    void kill() override { onTerminate_(); }
     void endOutputWithChild() override {}
     int terminationStatus() override { return 0; }
 

@@ -1,5 +1,8 @@
 #include "platform/linux/files/FileStreams.h"
 
+#include "platform/linux/files/FileSystem.h"
+#include "tests/platform/linux/RunChild.h"
+#include "tests/platform/linux/files/Faults.h"
 #include "tests/support/Bytes.h"
 #include "tests/support/OpenDescriptors.h"
 #include "tests/support/ScopedLimit.h"
@@ -148,6 +151,54 @@ TEST(FileStreams, TheSparedFileIsRefusedByEveryName) {
             << name;
         EXPECT_EQ(contentOf(file), "precious") << name;
     }
+}
+
+TEST(FileStreams, AFileBesideIsDeletedUnlessItTookItsName) {
+    const TemporaryDirectory directory;
+    const auto file = directory.write("file", "former");
+    streams.openBeside(file, nothingSpared, unknownSize)->write(bytesOf("new"));
+    EXPECT_EQ(contentOf(file), "former");
+    EXPECT_EQ(std::distance(fs::directory_iterator(directory.path()), {}), 1);
+    const auto stream = streams.openBeside(file, nothingSpared, unknownSize);
+    stream->write(bytesOf("new"));
+    EXPECT_TRUE(stream->takeName());
+    EXPECT_EQ(contentOf(file), "new");
+}
+
+TEST(FileStreams, NothingIsFilledBesideWhatIsNoFile) {
+    const TemporaryDirectory directory;
+    const auto pipe = directory / "pipe";
+    ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+    fs::create_symlink("pipe", directory / "link");
+    for (const auto& path : {pipe, directory / "link", directory.makeDirectory("directory"),
+                             directory / "missing/file", std::string()}) {
+        EXPECT_EQ(streams.openBeside(path, nothingSpared, unknownSize), nullptr) << path;
+    }
+}
+
+TEST(FileStreams, WhatAKilledProcessFilledBesideIsSwept) {
+    const TemporaryDirectory directory;
+    const auto file = directory.write("file", "former");
+    runChild({"fill", file, "new"}, withFaults("renameat:1:kill"));
+    EXPECT_EQ(contentOf(file), "former");
+    EXPECT_EQ(std::distance(fs::directory_iterator(directory.path()), {}), 2);
+    platform::native::FileSystem().removeAbandonedCopies(directory.path());
+    EXPECT_EQ(std::distance(fs::directory_iterator(directory.path()), {}), 1);
+}
+
+TEST(FileStreams, AFileBesideIsOnItsMediumBeforeItGetsTheName) {
+    const TemporaryDirectory directory;
+    const auto file = directory.write("file", "former");
+    EXPECT_TRUE(runChild({"fill", file, "new"}, withFaults("fdatasync:1:5"))
+                    .output.starts_with("not named\n"));
+    EXPECT_EQ(contentOf(file), "former");
+}
+
+TEST(FileStreams, ANameThatIsNotDurableIsAFailure) {
+    const TemporaryDirectory directory;
+    const auto file = directory.write("file", "former");
+    EXPECT_TRUE(
+        runChild({"fill", file, "new"}, withFaults("fsync:1:5")).output.starts_with("not named\n"));
 }
 
 TEST(FileStreams, WhatCannotBeOpenedIsNull) {

@@ -215,6 +215,33 @@ TEST_F(Launcher, TerminatesAStoppedChildAndItsStoppedChildren) {
     EXPECT_EQ(child->terminationStatus(), SIGTERM);
 }
 
+TEST_F(Launcher, KillsTheChildAndItsGroupWhateverTheyIgnore) {
+    const auto pipe = launcher_.makePipe();
+    auto description = shellScript("trap '' TERM; sleep 1000 & echo $!; wait; sleep 1000");
+    description.standardOutput = ChildStream::through(pipe);
+    const auto child = launcher_.launch(description);
+    EXPECT_FALSE(platform::availableData(*pipe).bytes.empty());
+    child->kill();
+    child->waitUntilExit();
+    EXPECT_EQ(child->terminationStatus(), SIGKILL);
+    EXPECT_TRUE(platform::availableData(*pipe).bytes.empty())
+        << "the grandchild still holds the pipe";
+}
+
+TEST_F(Launcher, KillsAChildThatHasASessionOfItsOwn) {
+    const auto pipe = launcher_.makePipe();
+    auto description = shellScript("cut -d' ' -f6 /proc/$$/stat; sleep 1000");
+    description.standardOutput = ChildStream::through(pipe);
+    description.leavesTerminal = true;
+    const auto child = launcher_.launch(description);
+    const auto session = platform::availableData(*pipe).bytes;
+    EXPECT_EQ(std::string(reinterpret_cast<const char*>(session.data()), session.size()),
+              std::to_string(child->processIdentifier()) + '\n');
+    child->kill();
+    child->waitUntilExit();
+    EXPECT_TRUE(platform::availableData(*pipe).bytes.empty());
+}
+
 TEST_F(Launcher, RunsAToolToItsEndThoughNoDescriptorIsLeft) {
     launch("exit 0")->waitUntilExit();
     const auto done = directory_ / "done";

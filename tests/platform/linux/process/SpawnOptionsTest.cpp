@@ -80,4 +80,14 @@ TEST_F(SpawnOptionsTest, BeginWithAProcessGroupOfItsOwn) {
     EXPECT_EQ(exitStatusOf(child), 0);
 }
 
+TEST_F(SpawnOptionsTest, BeginASessionOnRequest) {
+    options_.beginSession();
+    const auto child = spawn("exit 0");
+
+    EXPECT_EQ(::getsid(child), child);
+    EXPECT_EQ(::getpgid(child), child);
+
+    EXPECT_EQ(exitStatusOf(child), 0);
+}
+
 } // namespace

@@ -1,4 +1,4 @@
-#include "platform/qt/InstanceLock.h"
+#include "platform/InstanceLock.h"
 
 #include <cerrno>
 #include <cstdlib>
@@ -7,7 +7,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-namespace platform::qt {
+namespace platform {
 
 namespace {
 
@@ -66,4 +66,4 @@ InstanceLock::~InstanceLock() {
     }
 }
 
-} // namespace platform::qt
+} // namespace platform

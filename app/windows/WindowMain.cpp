@@ -1,22 +1,22 @@
-#include "app/start/WindowMain.h"
+#include "app/windows/WindowMain.h"
 
 #include "app/cli/Run.h"
-#include "app/start/Ending.h"
-#include "app/start/ItemLists.h"
 #include "app/start/Outlets.h"
 #include "app/start/Recording.h"
 #include "app/start/RunFollower.h"
-#include "app/start/WindowPutBack.h"
+#include "app/windows/Ending.h"
+#include "app/windows/ItemLists.h"
+#include "app/windows/WindowPutBack.h"
 #include "platform/Application.h"
+#include "platform/InstanceLock.h"
 #include "platform/Services.h"
 #include "platform/foundation/Exception.h"
 #include "platform/foundation/Thread.h"
-#include "platform/qt/Identity.h"
-#include "platform/qt/InstanceLock.h"
 #include "platform/qt/Interruptions.h"
 #include "platform/qt/ItemsWindow.h"
 #include "platform/qt/RaiseOnRequest.h"
 #include "platform/qt/WindowedMain.h"
+#include "platform/support/ApplicationName.h"
 #include "platform/terminal/RunAgain.h"
 
 #include <cstdlib>
@@ -48,10 +48,10 @@ private:
 };
 
 /// Refuses a second window, after bringing the first one to the front, and a window beside a run.
-void refuseSecond(const qt::InstanceLock& window) {
+void refuseSecond(const platform::InstanceLock& window) {
     if (window.isHeldByAnother()) {
         window.touch();
-    } else if (!qt::InstanceLock(qt::applicationName()).isHeldByAnother()) {
+    } else if (!platform::InstanceLock(platform::applicationName()).isHeldByAnother()) {
         return;
     }
     throw platform::Exception(platform::exception_name::alreadyRunning, "it is already running");
@@ -105,7 +105,7 @@ ExitStatus finish(cli::Run& run, const records::RunRecorder& recorder, Ending& e
     }
     if (!end.left.empty() && !isAskedToEnd &&
         qt::showItems(itemsLeft(end.left)) == qt::ItemsAnswer::tryAgain) {
-        platform::terminal::runAgain({qt::applicationName()});
+        platform::terminal::runAgain({platform::applicationName()});
     }
     return end.status;
 }
@@ -130,12 +130,10 @@ void outliveDisplay(cli::Run& run, const WindowPutBack& putBack, Ending& ending)
     }
 }
 
-} // namespace
-
 ExitStatus windowMain(int argc, char** argv, const cli::Options& options,
-                      const std::string& interfaceFile, Inventory& inventory, const Awake& awake,
-                      const std::function<void(const std::string&)>& withoutDisplay) {
-    const qt::InstanceLock window(qt::applicationName() + "-window");
+                      const platform::InterfaceFile& interfaceFile, Inventory& inventory,
+                      const Awake& awake, const WithoutWindows& withoutWindows) {
+    const platform::InstanceLock window(platform::applicationName() + "-window");
     refuseSecond(window);
     // Never destroyed: their threads may still call them when this function returns.
     static auto& ending = *new Ending;
@@ -164,7 +162,16 @@ ExitStatus windowMain(int argc, char** argv, const cli::Options& options,
             return static_cast<int>(putBack->hasBegun() ? finish(*putBack, ending)
                                                         : finish(run, recording.recorder, ending));
         },
-        withoutDisplay));
+        withoutWindows));
 }
 
+} // namespace
+
 } // namespace start
+
+int moduleMain(int argc, char** argv, const cli::Options& options,
+               const platform::InterfaceFile& interfaceFile, Inventory& inventory,
+               const start::Awake& awake, const start::WithoutWindows& withoutWindows) {
+    return static_cast<int>(
+        start::windowMain(argc, argv, options, interfaceFile, inventory, awake, withoutWindows));
+}

@@ -1,8 +1,8 @@
-#include "platform/qt/Identity.h"
+#include "platform/support/ApplicationName.h"
 
 #include "platform/foundation/Path.h"
 
-namespace platform::qt {
+namespace platform {
 
 namespace {
 
@@ -22,4 +22,4 @@ const std::string& applicationName() {
     return name();
 }
 
-} // namespace platform::qt
+} // namespace platform

@@ -1,8 +1,8 @@
-#include "app/start/Ending.h"
+#include "app/windows/Ending.h"
 
 #include "platform/Application.h"
 #include "platform/Services.h"
-#include "platform/qt/Identity.h"
+#include "platform/support/ApplicationName.h"
 
 #include <cstdlib>
 
@@ -18,7 +18,7 @@ void Ending::request() {
 
 void Ending::runBegins() {
     if (!otherRuns_) {
-        otherRuns_.emplace(platform::qt::applicationName());
+        otherRuns_.emplace(platform::applicationName());
         otherRuns_->waitUntilHeld();
     }
     const std::lock_guard lock(mutex_);

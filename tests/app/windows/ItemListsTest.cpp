@@ -1,4 +1,4 @@
-#include "app/start/ItemLists.h"
+#include "app/windows/ItemLists.h"
 
 #include "platform/Services.h"
 #include "tests/support/FileSystemDoubles.h"

@@ -1,4 +1,4 @@
-#include "platform/qt/InstanceLock.h"
+#include "platform/InstanceLock.h"
 #include "tests/support/ScopedEnvironment.h"
 #include "tests/support/TemporaryDirectory.h"
 
@@ -13,7 +13,7 @@
 #include <unistd.h>
 
 namespace fs = std::filesystem;
-using platform::qt::InstanceLock;
+using platform::InstanceLock;
 
 namespace {
 

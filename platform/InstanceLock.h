@@ -1,14 +1,16 @@
 #pragma once
 
+#include "platform/foundation/Export.h"
+
 #include <string>
 
-namespace platform::qt {
+namespace platform {
 
 /// A lock that keeps a user from running an application twice at the same time.
 ///
 /// The kernel releases the lock when the process ends, however it ends; the file that carries it
 /// stays and means nothing by itself. Child processes do not hold it.
-class InstanceLock {
+class QF_EXPORT InstanceLock {
 public:
     /// Takes the lock of the application of this name. Its file is in the user's runtime directory,
     /// or in /tmp if there is none. If neither can be used, the application runs without a lock:
@@ -38,4 +40,4 @@ private:
     bool heldByAnother_;
 };
 
-} // namespace platform::qt
+} // namespace platform

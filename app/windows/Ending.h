@@ -1,7 +1,7 @@
 #pragma once
 
 #include "app/cli/ExitStatus.h"
-#include "platform/qt/InstanceLock.h"
+#include "platform/InstanceLock.h"
 
 #include <mutex>
 #include <optional>
@@ -38,7 +38,7 @@ private:
     /// Set once the event loop has ended.
     std::optional<cli::ExitStatus> status_;
     /// Held from the first run until the process ends.
-    std::optional<platform::qt::InstanceLock> otherRuns_;
+    std::optional<platform::InstanceLock> otherRuns_;
 };
 
 } // namespace start

@@ -1,4 +1,4 @@
-#include "app/start/WindowPutBack.h"
+#include "app/windows/WindowPutBack.h"
 
 #include "app/Explanations.h"
 #include "app/start/Outlets.h"

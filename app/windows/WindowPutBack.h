@@ -2,8 +2,8 @@
 
 #include "app/cli/Undone.h"
 #include "app/records/PutBack.h"
-#include "app/start/Ending.h"
 #include "app/start/Recording.h"
+#include "app/windows/Ending.h"
 #include "platform/Windows.h"
 
 #include <atomic>

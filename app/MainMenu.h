@@ -1,0 +1,6 @@
+#pragma once
+
+#include "platform/support/InterfaceFile.h"
+
+/// Returns the interface file of the uninstaller, MainMenu.ui.
+const platform::InterfaceFile& mainMenu();

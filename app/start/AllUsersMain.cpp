@@ -1,0 +1,134 @@
+#include "app/start/AllUsersMain.h"
+
+#include "app/cli/AccountReports.h"
+#include "app/cli/ReportFile.h"
+#include "app/start/TerminalUser.h"
+#include "platform/LoginAccounts.h"
+#include "platform/Services.h"
+#include "platform/SystemInformation.h"
+#include "platform/foundation/Exception.h"
+#include "platform/foundation/Text.h"
+#include "platform/foundation/Thread.h"
+#include "platform/support/LimitedRun.h"
+
+#include <atomic>
+#include <exception>
+#include <filesystem>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace start {
+
+using cli::AccountResult;
+using cli::ExitStatus;
+
+namespace {
+
+/// A run moves items to other volumes, which takes its time; a report has about a hundred lines.
+constexpr platform::RunLimits limits{.time = std::chrono::hours(1), .output = 1U << 20U};
+
+constexpr const char* interrupted = "the program was interrupted before its turn";
+constexpr const char* tookTooLong = "it did not end within an hour and was killed";
+constexpr const char* wroteTooMuch = "it wrote more than any report has and was killed";
+
+/// Returns the first line that a program has written, without its name and shortened.
+std::string firstLineOf(const std::string& errors) {
+    constexpr std::size_t mostCharacters = 300;
+    const auto line = errors.substr(0, errors.find('\n'));
+    const auto name = line.find(": ");
+    const auto text = name == std::string::npos ? line : line.substr(name + 2);
+    return std::string(platform::text::prefix(text, mostCharacters));
+}
+
+/// Runs the program as one account after the other, on a thread of its own.
+class AllUsers {
+public:
+    AllUsers(cli::Options options, TerminalUser& user) : options_(std::move(options)), user_(user) {
+        user_.dialogue.onInterruption([this] {
+            isInterrupted_ = true;
+            user_.screen.paragraph("The account that has begun goes on to its end.");
+        });
+    }
+
+    /// Begins, and terminates the application when all is done. Main thread only.
+    void begin() {
+        platform::detachNewThread([this] {
+            for (const auto& account : accounts_.all()) {
+                results_.push_back(resultOf(account));
+                show(cli::lineOf(results_.back()));
+            }
+            user_.application.performOnMainThread([this] { user_.application.terminate(); },
+                                                  platform::Wait::untilDone);
+        });
+    }
+
+    /// Returns what became of each, when all is done.
+    const std::vector<AccountResult>& results() const { return results_; }
+
+private:
+    AccountResult resultOf(const platform::LoginAccount& account) {
+        AccountResult result{.user = account.name, .home = account.home, .status = {}};
+        if (!account.whyNot.empty()) {
+            result.reason = account.whyNot;
+            return result;
+        }
+        result.status = ExitStatus::failed;
+        if (isInterrupted_) {
+            result.reason = interrupted;
+            return result;
+        }
+        try {
+            run(account, result);
+        } catch (const std::exception& exception) {
+            result.reason = exception.what();
+        }
+        return result;
+    }
+
+    void run(const platform::LoginAccount& account, AccountResult& result) {
+        const auto ended = platform::runWithin(
+            limits,
+            accounts_.programAs(
+                account,
+                platform::service<platform::SystemInformation>().executablePath().value_or(""),
+                cli::optionsForAccount(options_)));
+        if (ended.tookTooLong || ended.wroteTooMuch) {
+            result.reason = ended.tookTooLong ? tookTooLong : wroteTooMuch;
+            return;
+        }
+        cli::takeReport(ended.output, ended.status, result);
+        if (result.status == ExitStatus::failed && !ended.errors.empty()) {
+            result.reason = firstLineOf(ended.errors);
+        }
+    }
+
+    void show(const std::string& line) {
+        user_.application.performOnMainThread([this, line] { user_.screen.line(line); },
+                                              platform::Wait::no);
+    }
+
+    const cli::Options options_;
+    TerminalUser& user_;
+    platform::LoginAccounts& accounts_ = platform::service<platform::LoginAccounts>();
+    std::atomic<bool> isInterrupted_ = false;
+    std::vector<AccountResult> results_;
+};
+
+} // namespace
+
+ExitStatus allUsersMain(const cli::Options& options) {
+    // Never destroyed: their threads may still call them when this function returns.
+    static auto& user = *new TerminalUser(options, platform::terminal::Manner::silent);
+    static auto& all = *new AllUsers(options, user);
+    const cli::ReportFile report(options);
+    report.prepare(cli::accountsAsJson({}, options.removeShared, true));
+    // The others may not enter root's folders.
+    std::filesystem::current_path("/");
+    all.begin();
+    user.application.run();
+    report.write(cli::accountsAsJson(all.results(), options.removeShared, false));
+    return cli::statusOf(all.results());
+}
+
+} // namespace start

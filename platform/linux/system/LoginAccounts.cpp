@@ -1,0 +1,105 @@
+#include "platform/linux/system/LoginAccounts.h"
+
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <fstream>
+#include <map>
+#include <set>
+#include <sstream>
+#include <utility>
+
+namespace platform::native {
+
+namespace {
+
+constexpr const char* loginDefinitions = "/etc/login.defs";
+constexpr const char* accountChanger = "/usr/bin/setpriv";
+constexpr const char* searchPath = "/usr/local/bin:/usr/bin:/bin";
+constexpr uid_t superuser = 0;
+
+/// What a child is told of this process's environment.
+constexpr const char* languageVariables[] = {"LANG", "LC_ALL", "LC_CTYPE"};
+
+std::string whyNot(const AccountEntry& entry, const struct stat& home) {
+    if (!S_ISDIR(home.st_mode)) {
+        return "its home folder " + entry.home + " is no folder";
+    }
+    return home.st_uid == entry.userId
+               ? std::string()
+               : "its home folder " + entry.home + " belongs to " + loginNameOf(home.st_uid);
+}
+
+std::map<std::string, std::string> environmentOf(const LoginAccount& account) {
+    std::map<std::string, std::string> variables{{"HOME", account.home},
+                                                 {"USER", account.name},
+                                                 {"LOGNAME", account.name},
+                                                 {"PATH", searchPath}};
+    for (const char* name : languageVariables) {
+        if (const char* value = std::getenv(name)) {
+            variables[name] = value;
+        }
+    }
+    struct stat status {};
+    const auto runtime = "/run/user/" + std::to_string(account.userId);
+    if (::lstat(runtime.c_str(), &status) == 0 && S_ISDIR(status.st_mode) &&
+        status.st_uid == account.userId) {
+        variables["XDG_RUNTIME_DIR"] = runtime;
+    }
+    return variables;
+}
+
+} // namespace
+
+uid_t leastUserId(const std::string& definitions) {
+    constexpr uid_t usual = 1000;
+    std::ifstream file(definitions);
+    for (std::string line; std::getline(file, line);) {
+        std::istringstream words(line);
+        std::string name;
+        uid_t number = usual;
+        if (words >> name >> number && name == "UID_MIN") {
+            return number;
+        }
+    }
+    return usual;
+}
+
+std::vector<LoginAccount> loginAccounts(std::vector<AccountEntry> entries, uid_t least) {
+    std::ranges::stable_sort(entries, {}, &AccountEntry::userId);
+    std::vector<LoginAccount> accounts;
+    std::set<std::pair<dev_t, ino_t>> homes;
+    for (const auto& entry : entries) {
+        struct stat home {};
+        if ((entry.userId != superuser && entry.userId < least) || !entry.home.starts_with('/') ||
+            ::stat(entry.home.c_str(), &home) != 0) {
+            continue;
+        }
+        const auto obstacle = whyNot(entry, home);
+        if (!obstacle.empty() || homes.emplace(home.st_dev, home.st_ino).second) {
+            accounts.push_back({entry.userId, entry.groupId, entry.name, entry.home, obstacle});
+        }
+    }
+    return accounts;
+}
+
+std::vector<LoginAccount> LoginAccounts::all() {
+    return loginAccounts(allAccounts(), leastUserId(loginDefinitions));
+}
+
+ProcessDescription LoginAccounts::programAs(const LoginAccount& account, const std::string& program,
+                                            std::vector<std::string> arguments) {
+    arguments.insert(arguments.begin(), {"--reuid=" + std::to_string(account.userId),
+                                         "--regid=" + std::to_string(account.groupId),
+                                         "--init-groups", "--inh-caps=-all", "--", program});
+    ProcessDescription description;
+    description.launchPath = accountChanger;
+    description.arguments = std::move(arguments);
+    description.environment = environmentOf(account);
+    description.standardInput = ChildStream::nullDevice();
+    description.leavesTerminal = true;
+    return description;
+}
+
+} // namespace platform::native

@@ -1,0 +1,14 @@
+#pragma once
+
+#include <string>
+
+namespace platform {
+
+/// The text of an interface file, which both user interfaces can read: a Qt Designer file.
+struct InterfaceFile {
+    /// What messages call it.
+    std::string name;
+    std::string text;
+};
+
+} // namespace platform

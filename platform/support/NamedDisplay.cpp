@@ -1,0 +1,20 @@
+#include "platform/support/NamedDisplay.h"
+
+#include <cstdlib>
+
+namespace platform {
+
+namespace {
+
+bool isSet(const char* variable) {
+    const char* value = std::getenv(variable);
+    return value != nullptr && *value != '\0';
+}
+
+} // namespace
+
+bool isDisplayNamed() {
+    return isSet("DISPLAY") || isSet("WAYLAND_DISPLAY") || isSet("QT_QPA_PLATFORM");
+}
+
+} // namespace platform

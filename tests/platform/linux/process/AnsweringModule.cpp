@@ -1,0 +1,7 @@
+// A module for the test of modules.
+
+extern "C" [[gnu::visibility("default")]] int moduleMain();
+
+int moduleMain() {
+    return 42;
+}

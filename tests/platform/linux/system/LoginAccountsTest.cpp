@@ -1,0 +1,163 @@
+#include "platform/linux/system/LoginAccounts.h"
+
+#include "tests/support/NamedCase.h"
+#include "tests/support/ScopedEnvironment.h"
+#include "tests/support/TemporaryDirectory.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <filesystem>
+
+using platform::native::AccountEntry;
+using platform::native::LoginAccounts;
+using platform::native::loginAccounts;
+
+namespace {
+
+constexpr uid_t least = 1000;
+constexpr uid_t anna = 4001;
+constexpr uid_t ben = 4002;
+
+class LoginAccountsTest : public testing::Test {
+protected:
+    void SetUp() override {
+        if (::getuid() != 0) {
+            GTEST_SKIP() << "only root can give a directory to another account";
+        }
+    }
+
+    std::string makeHome(const std::string& name, uid_t owner) {
+        const auto home = directory_.makeDirectory(name);
+        EXPECT_EQ(::chown(home.c_str(), owner, owner), 0);
+        return home;
+    }
+
+    static std::vector<std::string> namesOf(const std::vector<AccountEntry>& entries) {
+        std::vector<std::string> names;
+        for (const auto& account : loginAccounts(entries, least)) {
+            names.push_back(account.name);
+        }
+        return names;
+    }
+
+    const TemporaryDirectory directory_;
+};
+
+using Names = std::vector<std::string>;
+
+TEST_F(LoginAccountsTest, AreTheSuperuserAndPeopleByTheirNumbers) {
+    const auto home = makeHome("home", 0);
+    const auto annas = makeHome("anna", anna);
+    const auto bens = makeHome("ben", ben);
+    const auto services = makeHome("service", least - 1);
+    EXPECT_EQ(namesOf({{ben, ben, "ben", bens},
+                       {least - 1, 1, "service", services},
+                       {anna, anna, "anna", annas},
+                       {0, 0, "root", home}}),
+              (Names{"root", "anna", "ben"}));
+}
+
+TEST_F(LoginAccountsTest, HaveTheirFieldsAndNoObstacle) {
+    const auto home = makeHome("anna", anna);
+    const auto accounts = loginAccounts({{anna, ben, "anna", home}}, least);
+    ASSERT_EQ(accounts.size(), 1U);
+    EXPECT_EQ(accounts[0].userId, anna);
+    EXPECT_EQ(accounts[0].groupId, ben);
+    EXPECT_EQ(accounts[0].name, "anna");
+    EXPECT_EQ(accounts[0].home, home);
+    EXPECT_EQ(accounts[0].whyNot, "");
+}
+
+TEST_F(LoginAccountsTest, AreLeftOutWithoutAHomeDirectory) {
+    EXPECT_EQ(namesOf({{anna, anna, "missing", directory_ / "missing"},
+                       {ben, ben, "relative", "."},
+                       {ben, ben, "empty", ""}}),
+              Names{});
+}
+
+TEST_F(LoginAccountsTest, HaveEachHomeDirectoryOnce) {
+    const auto home = makeHome("anna", anna);
+    std::filesystem::create_symlink(home, directory_ / "link");
+    EXPECT_EQ(namesOf({{anna, anna, "anna", home},
+                       {anna, anna, "alias", home},
+                       {anna, anna, "link", directory_ / "link"}}),
+              Names{"anna"});
+}
+
+TEST_F(LoginAccountsTest, AreFoundWhereAHomeDirectoryIsReachedThroughALink) {
+    std::filesystem::create_symlink(makeHome("anna", anna), directory_ / "link");
+    EXPECT_EQ(namesOf({{anna, anna, "anna", directory_ / "link"}}), Names{"anna"});
+}
+
+TEST_F(LoginAccountsTest, MayNotUseAHomeDirectoryOfAnother) {
+    const auto accounts = loginAccounts({{anna, anna, "anna", makeHome("home", 0)}}, least);
+    ASSERT_EQ(accounts.size(), 1U);
+    EXPECT_EQ(accounts[0].whyNot, "its home folder " + (directory_ / "home") + " belongs to root");
+}
+
+TEST_F(LoginAccountsTest, MayNotUseAHomeDirectoryThatIsNone) {
+    const auto file = directory_.write("file");
+    EXPECT_EQ(::chown(file.c_str(), anna, anna), 0);
+    const auto accounts = loginAccounts({{anna, anna, "anna", file}}, least);
+    ASSERT_EQ(accounts.size(), 1U);
+    EXPECT_EQ(accounts[0].whyNot, "its home folder " + file + " is no folder");
+}
+
+TEST(LoginAccounts, OfThisMachineBeginWithTheSuperuser) {
+    const auto accounts = LoginAccounts().all();
+    ASSERT_FALSE(accounts.empty());
+    EXPECT_EQ(accounts[0].userId, 0U);
+}
+
+struct Definitions : NamedCase {
+    const char* text;
+    uid_t least;
+};
+
+class LeastUserId : public testing::TestWithParam<Definitions> {};
+
+TEST_P(LeastUserId, IsWhatTheFileSays) {
+    const TemporaryDirectory directory;
+    EXPECT_EQ(platform::native::leastUserId(directory.write("login.defs", GetParam().text)),
+              GetParam().least);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    OrTheUsualOne, LeastUserId,
+    testing::Values(Definitions{{"Given"}, "# UID_MIN 7\nGID_MIN 3\nUID_MIN\t\t 500\n", 500},
+                    Definitions{{"NotGiven"}, "UID_MAX 60000\n", 1000},
+                    Definitions{{"NoNumber"}, "UID_MIN many\n", 1000},
+                    Definitions{{"OfASystem"}, "SYS_UID_MIN 100\n", 1000}),
+    nameOfCase);
+
+TEST(LeastUserId, IsTheUsualOneWithoutTheFile) {
+    EXPECT_EQ(platform::native::leastUserId("/nowhere/login.defs"), 1000U);
+}
+
+TEST(ProgramAsAnAccount, HasItsRightsAndNothingOfThisProcess) {
+    const ScopedEnvironment secret("SECRET", "of root");
+    const ScopedEnvironment language("LANG", "C.UTF-8");
+    const ScopedEnvironment all("LC_ALL", std::nullopt);
+    const ScopedEnvironment characters("LC_CTYPE", std::nullopt);
+    const auto described = LoginAccounts().programAs(
+        {.userId = anna, .groupId = ben, .name = "anna", .home = "/home/anna"}, "/usr/bin/program",
+        {"--option", "word"});
+
+    EXPECT_EQ(described.launchPath, "/usr/bin/setpriv");
+    EXPECT_EQ(described.arguments,
+              (std::vector<std::string>{"--reuid=4001", "--regid=4002", "--init-groups",
+                                        "--inh-caps=-all", "--", "/usr/bin/program", "--option",
+                                        "word"}));
+    EXPECT_EQ(described.environment,
+              (std::map<std::string, std::string>{{"HOME", "/home/anna"},
+                                                  {"USER", "anna"},
+                                                  {"LOGNAME", "anna"},
+                                                  {"PATH", "/usr/local/bin:/usr/bin:/bin"},
+                                                  {"LANG", "C.UTF-8"}}));
+    EXPECT_EQ(described.standardInput.kind(), platform::ChildStream::Kind::nullDevice);
+    EXPECT_TRUE(described.leavesTerminal);
+}
+
+} // namespace

@@ -1,0 +1,20 @@
+#pragma once
+
+#include "app/windows/WindowMain.h"
+#include "platform/Modules.h"
+
+#include <string>
+
+/// The windows of a program that is linked with their code, instead of loading it as a module.
+class LinkedWindows : public platform::Modules {
+public:
+    platform::Result<Function> function(const std::string& /*module*/) override {
+        if (!missing.empty()) {
+            return platform::Unexpected(platform::Error{.localizedDescription = missing});
+        }
+        return reinterpret_cast<Function>(&moduleMain);
+    }
+
+    /// Why they cannot be loaded, unless they can.
+    std::string missing;
+};
