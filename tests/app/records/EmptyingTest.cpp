@@ -160,6 +160,13 @@ TEST_F(EmptyingTest, CallsNothingGoneFromATrashThatItCannotSee) {
     EXPECT_FALSE(runs.read(1).isClosed);
 }
 
+TEST_F(EmptyingTest, NamesNoFileOfAJob) {
+    write(agent("Lunevar"));
+    uninstall();
+
+    EXPECT_TRUE(empty().empty());
+}
+
 TEST_F(EmptyingTest, WaitsForTheToolThatDeletesAnItem) {
     write(preferences("Ospenth"));
     uninstall();

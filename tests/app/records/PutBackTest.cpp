@@ -317,6 +317,27 @@ TEST_F(PutBackTest, TakesNoOtherItemOfTheSameDateFromTheTrash) {
     EXPECT_EQ(resultOf(putBack(), item).outcome, Back::gone);
 }
 
+TEST_F(PutBackTest, TakesNoFolderForAFileFromTheTrash) {
+    const auto item = write(cache("Ospenth"));
+    uninstall();
+    const auto place = home / "user/.Trash/com.quillfen.Ospenth";
+    const auto date = fileSystem.attributesOfItem(place)->modificationDate;
+    fs::remove(place);
+    fs::create_directory(place);
+    ASSERT_TRUE(fileSystem.setModificationDate(place, date));
+
+    EXPECT_EQ(resultOf(putBack(), item).outcome, Back::gone);
+}
+
+TEST_F(PutBackTest, TakesNothingOfAnotherNameFromTheTrash) {
+    const auto item = write(cache("Ospenth"));
+    uninstall();
+    const auto place = home / "user/.Trash/com.quillfen.Ospenth";
+    fs::rename(place, home / "user/.Trash/other");
+
+    EXPECT_EQ(resultOf(putBack(), item).outcome, Back::gone);
+}
+
 TEST_F(PutBackTest, SaysWhyAJobsFileThatCouldNotBeReadIsNotBack) {
     const auto file = write(agent("Lunevar"));
     constexpr std::uintmax_t tooLarge = (1U << 24U) + 1;
