@@ -709,6 +709,28 @@ TEST_F(PutBackTest, LeavesAnOlderCompleteRunAlone) {
     EXPECT_FALSE(exists(item));
 }
 
+TEST_F(PutBackTest, PassesOverARunThatFoundNothing) {
+    const auto item = write(cache("Ospenth"));
+    uninstall();
+    uninstall();
+
+    EXPECT_EQ(resultOf(putBack(), item).outcome, Back::back);
+}
+
+TEST_F(PutBackTest, SaysNothingOfWhatTheRunLeftInPlace) {
+    const auto left = write(preferences("Ospenth"));
+    const auto taken = write(cache("Ospenth"));
+    desktop.closed = {home / "Library/Preferences"};
+    administrator.rightsStatus = platform::errAuthorizationCanceled;
+    uninstall();
+    ASSERT_TRUE(exists(left));
+
+    const auto items = putBack();
+
+    ASSERT_EQ(items.size(), 1U);
+    EXPECT_EQ(items.front().path, taken);
+}
+
 TEST_F(PutBackTest, PreviewTellsWhatIsOccupied) {
     const auto item = write(cache("Ospenth"));
     uninstall();
