@@ -21,7 +21,7 @@ inline constexpr ExitStatusMeaning exitStatusMeanings[] = {
     {ExitStatus::complete,
      "Done: all that was found is in the Trash, back or deleted, or was printed."},
     {ExitStatus::failed,
-     "Could not begin, use a record, or write the list or report; a line says why."},
+     "Could not begin or go on, use a record, or write the list or report; a line says why."},
     {ExitStatus::usage, "The options are wrong or contradict one another."},
     {ExitStatus::leftInPlace, "Done, but something was left where it was."},
     {ExitStatus::cancelled, "Cancelled: nothing was removed or deleted."},

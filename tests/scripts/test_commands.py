@@ -181,7 +181,7 @@ class Commands(unittest.TestCase):
     def test_bench_knows_its_benchmarks(self) -> None:
         named = set(re.findall(r"^  (\w+)  ", said("./bench", "--help"), re.MULTILINE))
         built = set(re.findall(r"OUTPUT_NAME (\w+)\)", text_of("benchmarks/CMakeLists.txt")))
-        self.assertEqual({*built, "start", "uninstall", "plan", "auth"}, named)
+        self.assertEqual({*built, "start", "uninstall", "putback", "plan", "auth"}, named)
         accepted = re.search(r"^benchmarks=\((.*)\)$", text_of("bench"), re.MULTILINE)
         self.assertEqual(named, set(accepted[1].split()))
         used = {word for _, words in self.commands("./bench") for word in words[1:]}

@@ -155,7 +155,7 @@ SystemResult<std::vector<ItemInTrash>> itemsInTrash(const std::string& trash) {
     }
     std::vector<ItemInTrash> items;
     for (const auto& each : trashes) {
-        seen = seen ? appendItems(each, items) : std::move(seen);
+        seen = seen ? appendItems(each, items) : seen;
     }
     if (!seen) {
         return Unexpected(seen.error());
@@ -190,11 +190,11 @@ SystemResult<void> putBackFromTrash(const std::string& place, const std::string&
     return {};
 }
 
-void forgetTrashed(const std::string& place, const std::string& path) {
-    const auto item = findPlace(place);
-    if (item && path::lastComponent(resolvedPath(item->directory.get())) == filesOfTrash) {
-        removeTrashinfo(*item,
-                        [&](const std::string& recorded) { return isPathOf(recorded, path); });
+void forgetTrashed(const ItemInTrash& item) {
+    const auto place = findPlace(item.place);
+    if (place && path::lastComponent(resolvedPath(place->directory.get())) == filesOfTrash) {
+        removeTrashinfo(*place,
+                        [&](const std::string& recorded) { return isPathOf(recorded, item.path); });
     }
 }
 

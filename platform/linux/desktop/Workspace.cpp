@@ -94,7 +94,7 @@ Result<void> Workspace::putBack(const std::string& place, const std::string& pat
 }
 
 void Workspace::forgetTrashed(const std::string& place, const std::string& path) {
-    native::forgetTrashed(place, path);
+    native::forgetTrashed({place, path});
 }
 
 void Workspace::makeTrashDurable() {

@@ -16,6 +16,14 @@ class ClosedFileSystem : public platform::native::FileSystem {
 public:
     std::set<std::string> closed;
     int failure = EACCES;
+    std::function<void()> beforeHolding = [] {};
+
+    platform::Result<std::unique_ptr<platform::HeldDirectory>>
+    holdDirectory(const std::string& path, const std::vector<std::string>& links,
+                  platform::MissingDirectories missing) override {
+        beforeHolding();
+        return FileSystem::holdDirectory(path, links, missing);
+    }
 
     platform::Result<void> removeItem(const std::string& path) override {
         const fs::path item(path);
@@ -150,6 +158,35 @@ TEST_F(EmptyingTest, CallsNothingGoneFromATrashThatItCannotSee) {
     EXPECT_NE(Emptying(runs, observer).perform(last).failure, "");
 
     EXPECT_FALSE(runs.read(1).isClosed);
+}
+
+TEST_F(EmptyingTest, NamesNoFileOfAJob) {
+    write(agent("Lunevar"));
+    uninstall();
+
+    EXPECT_TRUE(empty().empty());
+}
+
+TEST_F(EmptyingTest, WaitsForTheToolThatDeletesAnItem) {
+    write(preferences("Ospenth"));
+    uninstall();
+    closing.closed = {trashed("com.quillfen.Ospenth.plist")};
+    administrator.isLate = true;
+
+    EXPECT_EQ(empty().front().outcome, Emptied::deleted);
+}
+
+TEST_F(EmptyingTest, DeletesNothingThatWasSwappedInForAnItem) {
+    write(cache("Ospenth"));
+    uninstall();
+    closing.beforeHolding = [&] {
+        fs::remove(trashed("com.quillfen.Ospenth"));
+        write(trashed("com.quillfen.Ospenth"), "another item");
+    };
+
+    EXPECT_EQ(empty().front().outcome, Emptied::gone);
+
+    EXPECT_EQ(contentOf(trashed("com.quillfen.Ospenth")), "another item");
 }
 
 TEST_F(EmptyingTest, SaysWhyItEndedEarly) {

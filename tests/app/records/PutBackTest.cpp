@@ -286,6 +286,81 @@ TEST_F(PutBackTest, TakesNoOtherItemOfTheSameNameFromTheTrash) {
     EXPECT_FALSE(exists(item));
 }
 
+TEST_F(PutBackTest, TakesOnlyWhatCameFromThere) {
+    const auto item = write(cache("Ospenth"));
+    uninstall();
+    desktop.formerPath = cache("Dunmarl");
+    EXPECT_EQ(resultOf(putBack(), item).outcome, Back::gone);
+    desktop.formerPath = item;
+
+    EXPECT_EQ(resultOf(putBack(), item).outcome, Back::back);
+}
+
+TEST_F(PutBackTest, TakesNoOtherItemOfTheSameSizeFromTheTrash) {
+    const auto item = write(cache("Ospenth"), "content");
+    uninstall();
+    fs::remove(home / "user/.Trash/com.quillfen.Ospenth");
+    write(home / "user/.Trash/com.quillfen.Ospenth", "CONTENT");
+
+    EXPECT_EQ(resultOf(putBack(), item).outcome, Back::gone);
+}
+
+TEST_F(PutBackTest, TakesNoOtherItemOfTheSameDateFromTheTrash) {
+    const auto item = write(cache("Ospenth"), "content");
+    uninstall();
+    const auto place = home / "user/.Trash/com.quillfen.Ospenth";
+    const auto date = fileSystem.attributesOfItem(place)->modificationDate;
+    fs::remove(place);
+    write(place, "another item");
+    ASSERT_TRUE(fileSystem.setModificationDate(place, date));
+
+    EXPECT_EQ(resultOf(putBack(), item).outcome, Back::gone);
+}
+
+TEST_F(PutBackTest, TakesNoFolderForAFileFromTheTrash) {
+    const auto item = write(cache("Ospenth"));
+    uninstall();
+    const auto place = home / "user/.Trash/com.quillfen.Ospenth";
+    const auto date = fileSystem.attributesOfItem(place)->modificationDate;
+    fs::remove(place);
+    fs::create_directory(place);
+    ASSERT_TRUE(fileSystem.setModificationDate(place, date));
+
+    EXPECT_EQ(resultOf(putBack(), item).outcome, Back::gone);
+}
+
+TEST_F(PutBackTest, TakesNothingOfAnotherNameFromTheTrash) {
+    const auto item = write(cache("Ospenth"));
+    uninstall();
+    const auto place = home / "user/.Trash/com.quillfen.Ospenth";
+    fs::rename(place, home / "user/.Trash/other");
+
+    EXPECT_EQ(resultOf(putBack(), item).outcome, Back::gone);
+}
+
+TEST_F(PutBackTest, SaysWhyAJobsFileThatCouldNotBeReadIsNotBack) {
+    const auto file = write(agent("Lunevar"));
+    constexpr std::uintmax_t tooLarge = (1U << 24U) + 1;
+    fs::resize_file(file, tooLarge);
+    uninstall();
+
+    const auto result = resultOf(putBack(), file);
+
+    EXPECT_EQ(result.outcome, Back::failed);
+    EXPECT_EQ(result.reason, "Its content could not be read before it was deleted.");
+}
+
+TEST_F(PutBackTest, ClosesARecordOnce) {
+    write(cache("Ospenth"));
+    uninstall();
+    putBack();
+    const auto closed = recordText();
+
+    putBack();
+
+    EXPECT_EQ(recordText(), closed);
+}
+
 TEST_F(PutBackTest, TakesNothingFromOutsideTheTrash) {
     const auto item = write(cache("Ospenth"));
     uninstall();
@@ -304,6 +379,124 @@ TEST_F(PutBackTest, MakesTheFolderOfAnItem) {
     EXPECT_EQ(resultOf(putBack(), item).outcome, Back::back);
 
     EXPECT_EQ(contentOf(item), "content");
+}
+
+TEST_F(PutBackTest, TakesNothingThatWasSwappedInForAnItemInTheTrash) {
+    const auto item = write(cache("Ospenth"));
+    uninstall();
+    const auto place = home / "user/.Trash/com.quillfen.Ospenth";
+    /// Swaps the item once the Trash was looked at, and that again before it is moved.
+    class SwappingFileSystem : public platform::native::FileSystem {
+    public:
+        explicit SwappingFileSystem(std::string file) : place(std::move(file)) {}
+        platform::Result<std::unique_ptr<platform::HeldDirectory>>
+        holdDirectory(const std::string& path, const std::vector<std::string>& links,
+                      platform::MissingDirectories missing) override {
+            fs::remove(place);
+            write(place, "another item");
+            return FileSystem::holdDirectory(path, links, missing);
+        }
+        std::string place;
+    } swapping(place);
+    const platform::ScopedService<platform::FileSystem> scope(swapping);
+
+    EXPECT_EQ(resultOf(putBack(), item).outcome, Back::gone);
+
+    EXPECT_FALSE(exists(item));
+    EXPECT_EQ(contentOf(place), "another item");
+}
+
+/// Directories that only the administrator may make, and files that may be locked.
+class ClosedDirectories : public platform::native::FileSystem {
+public:
+    std::string closed;
+    std::string locked;
+    std::vector<std::string> lockedAgain;
+
+    platform::Result<std::unique_ptr<platform::HeldDirectory>>
+    holdDirectory(const std::string& path, const std::vector<std::string>& links,
+                  platform::MissingDirectories missing) override {
+        if (path == closed && !exists(path)) {
+            return platform::Unexpected(
+                platform::native::posixError(platform::native::Errno(EACCES), path, "opened"));
+        }
+        return FileSystem::holdDirectory(path, links, missing);
+    }
+    std::optional<platform::ItemAttributes> attributesOfItem(const std::string& path) override {
+        auto item = FileSystem::attributesOfItem(path);
+        if (item && path == locked) {
+            item->immutable = true;
+        }
+        return item;
+    }
+    platform::Result<void> setImmutable(const std::string& path, bool immutable) override {
+        if (immutable) {
+            const fs::path item(path);
+            lockedAgain.push_back(fs::canonical(item.parent_path()) / item.filename());
+        }
+        return {};
+    }
+};
+
+TEST_F(PutBackTest, LocksWhatWasLocked) {
+    ClosedDirectories directories;
+    const platform::ScopedService<platform::FileSystem> scope(directories);
+    const auto item = write(cache("Ospenth"));
+    write(cache("Dunmarl"));
+    directories.locked = item;
+    uninstall();
+    directories.locked.clear();
+
+    EXPECT_EQ(resultOf(putBack(), item).outcome, Back::back);
+
+    EXPECT_EQ(directories.lockedAgain, Lines{item});
+}
+
+TEST_F(PutBackTest, MakesAFolderWithTheRightWhereTheUserMayNot) {
+    ClosedDirectories directories;
+    const platform::ScopedService<platform::FileSystem> scope(directories);
+    const auto item = write(preferences("Ospenth"));
+    uninstall();
+    fs::remove(home / "Library/Preferences");
+    directories.closed = home / "Library/Preferences";
+    administrator.calls.clear();
+
+    EXPECT_EQ(resultOf(putBack(), item).outcome, Back::back);
+
+    EXPECT_EQ(administrator.tools(), Lines{"/bin/mkdir -p " + directories.closed});
+    EXPECT_EQ(contentOf(item), "content");
+}
+
+TEST_F(PutBackTest, AsksForNoRightAsRoot) {
+    ClosedDirectories directories;
+    const platform::ScopedService<platform::FileSystem> scope(directories);
+    const auto first = write(preferences("Ospenth"));
+    const auto second = write(cache("Ospenth"));
+    uninstall();
+    fs::remove(home / "Library/Preferences");
+    directories.closed = home / "Library/Preferences";
+    desktop.failure = EACCES;
+    administrator.calls.clear();
+    launcher.runs.clear();
+    auto last = runs.lastUninstall();
+    records::UndoObserver observer;
+    account.userId = 0;
+
+    const auto items = PutBack(runs, jobs, observer).perform(last).items;
+
+    EXPECT_EQ(resultOf(items, first).outcome, Back::failed);
+    EXPECT_EQ(resultOf(items, second).outcome, Back::failed);
+    EXPECT_TRUE(administrator.calls.empty());
+    EXPECT_TRUE(launcher.runs.empty());
+}
+
+TEST_F(PutBackTest, WaitsForTheToolThatMovesAnItem) {
+    const auto item = write(preferences("Ospenth"));
+    desktop.closed = {home / "Library/Preferences"};
+    uninstall();
+    administrator.isLate = true;
+
+    EXPECT_EQ(resultOf(putBack(), item).outcome, Back::back);
 }
 
 TEST_F(PutBackTest, MovesWithTheRightWhatTheUserMayNot) {
@@ -438,22 +631,25 @@ TEST_F(PutBackTest, LoadsNoJobOfAnotherFileInItsPlace) {
 
 TEST_F(PutBackTest, LoadsAJobOnceItsProgramIsBack) {
     const auto program = write(home / "Applications/Quillfen/Kelvane/Lunevar.app/program");
-    write(agent("Lunevar"));
+    const auto file = write(agent("Lunevar"));
     jobs.labels = {"com.quillfen.Lunevar"};
     uninstall();
     class CheckingJobs : public DescribedJobs {
     public:
         explicit CheckingJobs(std::string wanted) : program(std::move(wanted)) {}
-        void load(const std::string& /*file*/) override { isProgramThere = exists(program); }
+        void load(const std::string& /*file*/) override {
+            wasProgramThere.push_back(exists(program));
+        }
         std::string program;
-        bool isProgramThere = false;
+        std::vector<bool> wasProgramThere;
     } checking(program);
+    write(file); // as if the job's file was back already
     auto last = runs.lastUninstall();
     records::UndoObserver observer;
 
     PutBack(runs, checking, observer).perform(last);
 
-    EXPECT_TRUE(checking.isProgramThere);
+    EXPECT_EQ(checking.wasProgramThere, std::vector{true});
 }
 
 TEST_F(PutBackTest, UndoesARunThatWasKilledWithTheOneThatFinishedIt) {
@@ -511,6 +707,36 @@ TEST_F(PutBackTest, LeavesAnOlderCompleteRunAlone) {
     putBack();
 
     EXPECT_FALSE(exists(item));
+}
+
+TEST_F(PutBackTest, PassesOverARunThatFoundNothing) {
+    const auto item = write(cache("Ospenth"));
+    uninstall();
+    uninstall();
+
+    EXPECT_EQ(resultOf(putBack(), item).outcome, Back::back);
+}
+
+TEST_F(PutBackTest, SaysNothingOfWhatTheRunLeftInPlace) {
+    const auto left = write(preferences("Ospenth"));
+    const auto taken = write(cache("Ospenth"));
+    desktop.closed = {home / "Library/Preferences"};
+    administrator.rightsStatus = platform::errAuthorizationCanceled;
+    uninstall();
+    ASSERT_TRUE(exists(left));
+
+    const auto items = putBack();
+
+    ASSERT_EQ(items.size(), 1U);
+    EXPECT_EQ(items.front().path, taken);
+}
+
+TEST_F(PutBackTest, PreviewTellsWhatIsOccupied) {
+    const auto item = write(cache("Ospenth"));
+    uninstall();
+    write(item, "new");
+
+    EXPECT_EQ(resultOf(PutBack::preview(runs.lastUninstall()), item).outcome, Back::occupied);
 }
 
 TEST_F(PutBackTest, PreviewChangesNothing) {

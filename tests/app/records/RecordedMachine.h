@@ -22,6 +22,7 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <istream>
 #include <set>
 #include <string>
 #include <vector>
@@ -35,6 +36,8 @@ public:
     std::set<std::string> closed;
     /// Called before an item is put back.
     std::function<void()> beforePuttingBack = [] {};
+    /// The path that every item in the Trash had, if it has a record of that.
+    std::string formerPath;
     /// The names in the Trash whose trashinfos were deleted, with their items' paths.
     std::vector<std::string> forgotten;
     /// Whether the items of the Trash can be listed.
@@ -53,7 +56,11 @@ public:
             return platform::Unexpected(
                 platform::native::posixError(platform::native::Errno(EMFILE), "Trash", "read"));
         }
-        return Workspace::itemsInTrash(trash);
+        auto items = Workspace::itemsInTrash(trash);
+        for (auto& item : *items) {
+            item.path = formerPath;
+        }
+        return items;
     }
     void forgetTrashed(const std::string& place, const std::string& path) override {
         forgotten.push_back(place.substr(place.rfind('/') + 1) + " of " + path);
@@ -89,13 +96,52 @@ public:
                           const std::optional<std::string>& content) override {
         auto tool = RecordingAuthorizationServices::executeWithPrivileges(ref, toolPath, options,
                                                                           arguments, content);
-        std::error_code failed;
-        if (tool && toolPath == "/bin/mv") {
-            std::filesystem::rename(arguments.at(1), arguments.at(2), failed);
-        } else if (tool && toolPath == "/bin/rm") {
-            std::filesystem::remove_all(arguments.at(1), failed);
+        if (tool && isLate) {
+            return std::make_unique<LateOutput>([=] { work(toolPath, arguments); });
+        }
+        if (tool) {
+            work(toolPath, arguments);
         }
         return tool;
+    }
+
+    /// Whether a tool works only while its output is read to the end.
+    bool isLate = false;
+
+private:
+    /// The output of a tool, which does its work before that ends.
+    class LateOutput : public std::istream {
+    public:
+        explicit LateOutput(std::function<void()> work)
+            : std::istream(&buffer_), buffer_(std::move(work)) {}
+
+    private:
+        class Buffer : public std::streambuf {
+        public:
+            explicit Buffer(std::function<void()> work) : work_(std::move(work)) {}
+
+        protected:
+            int_type underflow() override {
+                work_();
+                return traits_type::eof();
+            }
+
+        private:
+            std::function<void()> work_;
+        };
+
+        Buffer buffer_;
+    };
+
+    static void work(const std::string& toolPath, const std::vector<std::string>& arguments) {
+        std::error_code failed;
+        if (toolPath == "/bin/mv") {
+            std::filesystem::rename(arguments.at(1), arguments.at(2), failed);
+        } else if (toolPath == "/bin/rm") {
+            std::filesystem::remove_all(arguments.at(1), failed);
+        } else if (toolPath == "/bin/mkdir") {
+            std::filesystem::create_directories(arguments.at(1), failed);
+        }
     }
 };
 

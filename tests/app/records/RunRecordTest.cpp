@@ -151,6 +151,29 @@ TEST_F(RunRecordTest, RefusesAReceiptInAnotherDirectory) {
               "line 2: " + path + " is not in the plan");
 }
 
+TEST_F(RunRecordTest, RefusesAnEndThatIsNotThatOfTheLastStep) {
+    auto step = stepFor(PlanAction::trash, cache("Ospenth"), cache("Ospenth"));
+    const auto beginning = records::beginningOf(step);
+    step.end.emplace();
+    const auto end = records::endOf(step);
+    step.path = cache("Dunmarl");
+    const auto otherEnd = records::endOf(step);
+    const auto recordWith = [&](const std::vector<records::Json>& lines) {
+        LineSeal seal;
+        auto text = seal.sealed(records::headOf({}));
+        for (const auto& line : lines) {
+            text += seal.sealed(line);
+        }
+        return text;
+    };
+
+    EXPECT_EQ(refusalOf(recordWith({beginning, end})), "");
+    EXPECT_EQ(refusalOf(recordWith({beginning, otherEnd})),
+              "line 3: it ends a step that did not begin");
+    EXPECT_EQ(refusalOf(recordWith({beginning, end, end})),
+              "line 4: it ends a step that did not begin");
+}
+
 TEST_F(RunRecordTest, RefusesWhatNoRunWrites) {
     LineSeal seal;
     const auto head = seal.sealed(records::headOf({}));

@@ -82,6 +82,21 @@ class NoVersion : public platform::SystemInformation {
     std::optional<std::string> bundleVersion() override { return std::nullopt; }
 };
 
+/// Files whose content can be read once it is written.
+class ReadableFileSystem : public DescribedFileSystem {
+public:
+    explicit ReadableFileSystem(DescribedFileStreams& streams) : streams_(streams) {}
+
+    platform::Result<void> writeAtomically(const std::string& path,
+                                           std::string_view content) override {
+        streams_.files[path].content = content;
+        return DescribedFileSystem::writeAtomically(path, content);
+    }
+
+private:
+    DescribedFileStreams& streams_;
+};
+
 /// Every test runs the program's start-up in a process of its own.
 class StartUpDeathTest : public ::testing::Test {
 protected:
@@ -114,8 +129,8 @@ protected:
     CountingInhibitors inhibitors;
     platform::ScopedService<platform::Inhibitors> inhibitorsScope{inhibitors};
     FixedInventory inventory;
-    DescribedFileSystem disk;
     DescribedFileStreams streams;
+    ReadableFileSystem disk{streams};
     platform::ScopedService<platform::FileStreams> streamsScope{streams};
     platform::ScopedService<platform::FileSystem> diskScope{disk};
     platform::ScopedService<platform::SystemInformation> informationScope{information};
