@@ -33,6 +33,7 @@ namespace fs = std::filesystem;
 using namespace std::string_literals;
 
 constexpr int moves = 1'000;
+constexpr int mostAttempts = 20 * moves;
 
 /// Holds the helper's next child up as soon as that has made a directory, until the scope's end.
 class Ambush {
@@ -120,9 +121,16 @@ protected:
             TestedHelper helper;
             const Attacker source([&] { return exchange(from.directory, from.link); });
             const Attacker destination([&] { return exchange(to.directory, to.link); });
-            for (int number = 0; number < moves; ++number) {
-                ++answers[helper.run("/bin/mv", {"-f", from.directory + "/" + nameOf(number),
-                                                 to.directory + "/" + nameOf(number)})];
+            // On a busy machine the attackers may pause at one place for long.
+            const auto hasSeenBoth = [&] {
+                return answers.contains(Status::started) &&
+                       answers.contains(Status::itemRedirected);
+            };
+            for (int attempt = 0; attempt < moves || (attempt < mostAttempts && !hasSeenBoth());
+                 ++attempt) {
+                const auto name = nameOf(attempt % moves);
+                ++answers[helper.run(
+                    "/bin/mv", {"-f", from.directory + "/" + name, to.directory + "/" + name})];
             }
         }
         EXPECT_EQ(namesIn(from.outside), outsideBefore);
