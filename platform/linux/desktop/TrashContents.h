@@ -18,8 +18,8 @@ SystemResult<std::vector<ItemInTrash>> itemsInTrash(const std::string& trash);
 /// its trashinfo. A directory of the user's own without write permission keeps its mode.
 SystemResult<void> putBackFromTrash(const std::string& place, const std::string& path);
 
-/// Deletes the trashinfo of an item that was in the Trash unless it is still there, or the trashinfo
-/// records another path.
+/// Deletes the trashinfo of an item that was in the Trash unless it is still there, or the
+/// trashinfo records another path.
 void forgetTrashed(const ItemInTrash& item);
 
 } // namespace platform::native
