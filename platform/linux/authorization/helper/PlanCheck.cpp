@@ -80,7 +80,7 @@ public:
         if (isInTrash(to)) {
             require(isAt(from, hasPlaces) || isApplication(*from.item), from.path);
         } else {
-            require(isInTrash(from) && mayGoBack(from, to), to.path);
+            require(mayBeTakenFrom(from) && mayGoBack(from, to), to.path);
         }
     }
 
@@ -153,11 +153,37 @@ private:
                trash->end.identity() == place.directory.identity();
     }
 
+    /// Whether something may be taken from a place, which is in the Trash. For a moment the user's
+    /// own programs can have the way to the Trash lead to any other directory of his.
+    bool mayBeTakenFrom(const Place& place) const {
+        return isInTrash(place) &&
+               (isUsersDirectory(place.directory) || holdsTrashedItems(place.directory));
+    }
+
+    /// Whether a directory is the user's "~/.Trash" itself, to which no link leads.
+    bool isUsersDirectory(const Item& directory) const {
+        const auto home = walk(home_);
+        const auto trash = home ? openItem(home->end.descriptor.get(), ".Trash") : std::nullopt;
+        return trash && trash->identity() == directory.identity();
+    }
+
+    /// Whether a directory is the one of the items in a Trash (the freedesktop.org Trash
+    /// specification 1.0, "Contents of a trash directory").
+    static bool holdsTrashedItems(const Item& directory) {
+        const auto trash = openItem(directory.descriptor.get(), "..");
+        if (!trash) {
+            return false;
+        }
+        const auto files = openItem(trash->descriptor.get(), "files");
+        const auto infos = openItem(trash->descriptor.get(), "info");
+        return files && files->identity() == directory.identity() && infos && infos->isDirectory();
+    }
+
     /// Whether a place is in the Trash, and what is there may have come from the plan: it is the
     /// user's or root's, and called as a planned item is, except for what makes the name unique, or
     /// a planned application.
     bool isTrashed(const Place& place) const {
-        return place.item && isInTrash(place) && isUsersOrRoots(*place.item) &&
+        return place.item && mayBeTakenFrom(place) && isUsersOrRoots(*place.item) &&
                (isApplication(*place.item) ||
                 std::any_of(plan_.begin(), plan_.end(), [&](const PlannedItems& items) {
                     return hasPlaces(items) && isAny(items, [&](const fs::path& item) {

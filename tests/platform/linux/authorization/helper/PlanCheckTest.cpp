@@ -182,6 +182,30 @@ TEST_F(HelperPlan, TakesNoDirectoryForTheTrashToWhichAnotherCouldHaveLed) {
     EXPECT_TRUE(exists(item));
 }
 
+TEST_F(HelperPlan, TakesNothingFromADirectoryThatIsNoTrash) {
+    const std::string precious = makeDirectory(home() + "/precious", servedUser);
+    const std::string file = makeFile(precious + "/item.plist", servedUser);
+    const std::string roots = makeFile(precious + "/item.2.plist");
+    fs::remove(trash());
+    makeLink(precious, trash(), servedUser);
+    EXPECT_EQ(run("/bin/rm", {"-Rdf", trash() + "/item.plist"}), Status::notPlanned);
+    EXPECT_EQ(move(trash() + "/item.2.plist", machine() + "/item.plist"), Status::notPlanned);
+    EXPECT_TRUE(exists(file));
+    EXPECT_TRUE(exists(roots));
+}
+
+TEST_F(HelperPlan, TakesNothingFromATrashWithoutInfos) {
+    const std::string files =
+        makeDirectory(makeDirectory(home() + "/share", servedUser) + "/files", servedUser);
+    const std::string item = makeFile(files + "/item.plist");
+    fs::remove(trash());
+    makeLink(files, trash(), servedUser);
+    EXPECT_EQ(run("/bin/rm", {"-Rdf", trash() + "/item.plist"}), Status::notPlanned);
+    makeDirectory(home() + "/share/info", servedUser);
+    EXPECT_EQ(run("/bin/rm", {"-Rdf", trash() + "/item.plist"}), Status::started);
+    EXPECT_FALSE(exists(item));
+}
+
 class HelperPlanTool : public HelperPlan, public testing::WithParamInterface<CommandCase> {};
 
 TEST_P(HelperPlanTool, HasNoToolStarted) {
