@@ -60,7 +60,8 @@ public:
 
     /// Gives the file the owner, the mode, the times and the extended attributes, access control
     /// lists included, of a file that is open as a stream of the same system. The owner and the
-    /// group are kept if the user may set them, attributes if the volume supports their kind.
+    /// group are kept if the user may set them, attributes if the volume supports their kind. If it
+    /// fails, nobody but the file's owner may open it. Does nothing to a pipe or a device.
     virtual Result<void, SystemError> copyMetadata(const FileStream& source) = 0;
 
     /// Gives a file that openBeside() made the name that it is for, in place of what has it; both

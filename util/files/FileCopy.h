@@ -28,8 +28,8 @@ enum class FromMedium { no, yes };
 enum class Filling { inPlace, aside };
 
 /// Whether the copies get the source's owner, mode, extended attributes and modification date, as
-/// far as the user may set them and the volume keeps them. Nobody can read a copy meanwhile who
-/// cannot read the source.
+/// far as the user may set them and the volume keeps them. From its first byte on nobody can open a
+/// copy who could not open the source.
 enum class KeepMetadata { no, yes };
 
 /// How a copy is made.
@@ -50,7 +50,7 @@ enum class FileCopyOutcome {
     notWritten,  ///< it did not take all bytes
     notSynced,   ///< the medium did not take all bytes
     different,   ///< what was read back is not known to equal the source
-    notNamed,    ///< it was filled aside and did not get its name
+    notNamed,    ///< it was filled aside and did not get its name, or perhaps not durably
 };
 
 /// The result of a copy.

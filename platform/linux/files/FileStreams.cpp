@@ -116,11 +116,20 @@ public:
 
     Result<void, SystemError> copyMetadata(const FileStream& source) override {
         const int from = static_cast<const Stream&>(source).descriptor_.get();
+        const int to = descriptor_.get();
         const auto status = statusOf(from);
-        if (!status) {
-            return Unexpected(SystemError{status.error().number()});
+        const auto own = statusOf(to);
+        if (!status || !own) {
+            return Unexpected(SystemError{(status ? own : status).error().number()});
         }
-        return forCaller(native::copyMetadata(from, *status, descriptor_.get()));
+        if (!S_ISREG(own->stx_mode)) { // a pipe or a device, which has other users
+            return {};
+        }
+        // Closed to others until it has everything, also if that fails; and attributes can only be
+        // set where the owner may write.
+        static_cast<void>(::fchmod(to, S_IRUSR | S_IWUSR));
+        dropInheritedAcls(to);
+        return forCaller(native::copyMetadata(from, *status, to));
     }
 
     Result<void, SystemError> takeName() override { return {}; }
@@ -149,7 +158,9 @@ public:
         if (const auto replaced = item_.replace(); !replaced) {
             return forCaller(replaced);
         }
-        return forCaller(checked(retryOnEintr([this] { return ::fsync(directory_.get()); })));
+        const auto durable = checked(retryOnEintr([this] { return ::fsync(directory_.get()); }));
+        return failedWith(durable, EINVAL, EOPNOTSUPP) ? Result<void, SystemError>()
+                                                       : forCaller(durable);
     }
 
 private:
@@ -157,14 +168,21 @@ private:
     TemporaryItem item_;
 };
 
-/// Returns whether the path leads to no item, or to a file other than `spared`.
-bool mayBeReplaced(const std::string& path, const FileId& spared) {
+/// Returns the mode for a file that is to replace what the path leads to: that of a file, or the
+/// usual one if there is nothing. No value if it leads to `spared` or to something else than a
+/// file.
+std::optional<mode_t> modeOfReplacement(const std::string& path, const FileId& spared) {
+    constexpr mode_t usual = 0666;
+    constexpr mode_t rights = 0777;
     struct stat status {};
     const auto found = atPath(path, [&status](int directory, const char* rest) {
         return ::fstatat(directory, rest, &status, 0);
     });
-    return found ? S_ISREG(status.st_mode) && fileIdOf(status) != spared
-                 : failedWith(found, ENOENT);
+    if (failedWith(found, ENOENT)) {
+        return usual;
+    }
+    const bool mayBeReplaced = found && S_ISREG(status.st_mode) && fileIdOf(status) != spared;
+    return mayBeReplaced ? std::optional(status.st_mode & rights) : std::nullopt;
 }
 
 FileDescriptor openFile(const std::string& path, int flags) {
@@ -202,7 +220,8 @@ std::unique_ptr<FileStream> FileStreams::openForUpdating(const std::string& path
 
 std::unique_ptr<FileStream> FileStreams::openBeside(const std::string& path, const FileId& spared,
                                                     std::uint64_t expectedSize) {
-    if (!mayBeReplaced(path, spared)) {
+    const auto mode = modeOfReplacement(path, spared);
+    if (!mode) {
         return nullptr;
     }
     auto directory =
@@ -210,7 +229,7 @@ std::unique_ptr<FileStream> FileStreams::openBeside(const std::string& path, con
     if (!directory) {
         return nullptr;
     }
-    auto item = TemporaryItem::make(directory->get(), path::lastComponent(path), S_IFREG | 0666);
+    auto item = TemporaryItem::make(directory->get(), path::lastComponent(path), S_IFREG | *mode);
     if (!item) {
         return nullptr;
     }

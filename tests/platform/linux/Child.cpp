@@ -199,7 +199,8 @@ int write(const Arguments& arguments) {
     return report(platform::native::FileSystem().writeAtomically(arguments.at(0), arguments.at(1)));
 }
 
-/// Fills a file beside the first argument with the second, and gives it the name.
+/// Fills a file beside the first argument with the second, gives it the metadata of the third, if
+/// there is one, and then the name.
 int fill(const Arguments& arguments) {
     const auto file = platform::native::FileStreams().openBeside(arguments.at(0), {}, 0);
     if (!file) {
@@ -207,7 +208,12 @@ int fill(const Arguments& arguments) {
         return 1;
     }
     const auto bytes = std::as_bytes(std::span(arguments.at(1)));
-    const bool isNamed = file->write(bytes) == bytes.size() && file->takeName();
+    const bool isWritten = file->write(bytes) == bytes.size();
+    if (arguments.size() > 2) {
+        const auto source = platform::native::FileStreams().openForReading(arguments.at(2));
+        static_cast<void>(file->copyMetadata(*source));
+    }
+    const bool isNamed = isWritten && file->takeName();
     std::cout << (isNamed ? "ok\n" : "not named\n");
     return 0;
 }

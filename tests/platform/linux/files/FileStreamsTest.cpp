@@ -9,7 +9,9 @@
 #include "tests/support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
+#include <sys/fsuid.h>
 #include <sys/stat.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -31,6 +33,25 @@ std::string readFrom(platform::FileStream& stream, std::size_t size) {
     std::string text(size, '\0');
     text.resize(stream.read(std::as_writable_bytes(std::span(text.data(), text.size()))));
     return text;
+}
+
+constexpr uid_t nobody = 65534;
+
+/// Has this thread use files as another user, for a scope. Needs the superuser.
+class ScopedFileUser {
+public:
+    explicit ScopedFileUser(uid_t user) { ::setfsuid(user); }
+    ~ScopedFileUser() { ::setfsuid(::geteuid()); }
+    ScopedFileUser(const ScopedFileUser&) = delete;
+    ScopedFileUser& operator=(const ScopedFileUser&) = delete;
+    ScopedFileUser(ScopedFileUser&&) = delete;
+    ScopedFileUser& operator=(ScopedFileUser&&) = delete;
+};
+
+mode_t modeOf(const std::string& path) {
+    struct stat status {};
+    ::stat(path.c_str(), &status);
+    return status.st_mode & 07777;
 }
 
 /// Returns the disk space of a file in bytes.
@@ -199,6 +220,73 @@ TEST(FileStreams, ANameThatIsNotDurableIsAFailure) {
     const auto file = directory.write("file", "former");
     EXPECT_TRUE(
         runChild({"fill", file, "new"}, withFaults("fsync:1:5")).output.starts_with("not named\n"));
+}
+
+TEST(FileStreams, AFileBesideHasTheModeOfTheFormerOne) {
+    const TemporaryDirectory directory;
+    const auto file = directory.write("file", "former");
+    ASSERT_EQ(::chmod(file.c_str(), 0600), 0);
+    const auto stream = streams.openBeside(file, nothingSpared, unknownSize);
+    EXPECT_TRUE(stream->takeName());
+    EXPECT_EQ(modeOf(file), 0600U);
+}
+
+TEST(FileStreams, MetadataIsCopiedAgainToAFileThatMayNotBeWritten) {
+    const TemporaryDirectory directory;
+    const auto source = directory.write("source", "content");
+    const auto copy = directory.write("copy", "");
+    ASSERT_EQ(::setxattr(source.c_str(), "user.note", "mine", 4, 0), 0);
+    ASSERT_EQ(::chmod(source.c_str(), 0444), 0);
+    for (const auto& path : {directory.path(), source, copy}) {
+        ASSERT_EQ(::chown(path.c_str(), nobody, nobody), 0);
+    }
+    const ScopedFileUser user(nobody);
+    const auto from = streams.openForReading(source);
+    const auto to = streams.openForUpdating(copy, nothingSpared, unknownSize);
+    EXPECT_TRUE(to->copyMetadata(*from));
+    EXPECT_TRUE(to->copyMetadata(*from));
+    EXPECT_EQ(modeOf(copy), 0444U);
+}
+
+TEST(FileStreams, MetadataIncludesNoAccessControlListOfTheDirectoryAround) {
+    const TemporaryDirectory directory;
+    const auto source = directory.write("source", "content");
+    ASSERT_EQ(::chmod(source.c_str(), 0640), 0);
+    constexpr std::string_view list("\x02\0\0\0"
+                                    "\x01\0\x07\0\xFF\xFF\xFF\xFF"
+                                    "\x02\0\x07\0\xFE\xFF\0\0"
+                                    "\x04\0\x05\0\xFF\xFF\xFF\xFF"
+                                    "\x10\0\x07\0\xFF\xFF\xFF\xFF"
+                                    "\x20\0\x05\0\xFF\xFF\xFF\xFF",
+                                    44);
+    const auto around = directory.makeDirectory("around");
+    if (::setxattr(around.c_str(), "system.posix_acl_default", list.data(), list.size(), 0) != 0) {
+        GTEST_SKIP() << "temporary folders are on a volume without access control lists";
+    }
+    const auto from = streams.openForReading(source);
+    const auto to = streams.openForUpdating(around + "/copy", nothingSpared, unknownSize);
+    EXPECT_TRUE(to->copyMetadata(*from));
+    EXPECT_EQ(::getxattr((around + "/copy").c_str(), "system.posix_acl_access", nullptr, 0), -1);
+    EXPECT_EQ(modeOf(around + "/copy"), 0640U);
+}
+
+TEST(FileStreams, WhatDoesNotGetAllMetadataIsClosedToOthers) {
+    const TemporaryDirectory directory;
+    const auto source = directory.write("source", "content");
+    ASSERT_EQ(::setxattr(source.c_str(), "user.note", "mine", 4, 0), 0);
+    runChild({"fill", directory / "copy", "new", source}, withFaults("fsetxattr:1:28"));
+    EXPECT_EQ(modeOf(directory / "copy"), 0600U);
+}
+
+TEST(FileStreams, ADeviceGetsNoMetadata) {
+    const TemporaryDirectory directory;
+    const auto source = directory.write("source", "content");
+    const auto pipe = directory / "pipe";
+    ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+    ASSERT_EQ(::chmod(source.c_str(), 0644), 0);
+    EXPECT_TRUE(streams.openForUpdating(pipe, nothingSpared, unknownSize)
+                    ->copyMetadata(*streams.openForReading(source)));
+    EXPECT_EQ(modeOf(pipe), 0600U);
 }
 
 TEST(FileStreams, WhatCannotBeOpenedIsNull) {
