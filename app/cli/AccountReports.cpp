@@ -11,6 +11,7 @@ namespace cli {
 namespace {
 
 constexpr const char* noReport = "it has written no report of a run";
+constexpr const char* notAllDeleted = "not all that was moved to the Trash could be deleted";
 constexpr const char* outcomeKey = "outcome";
 
 constexpr std::array textKeys = {"action", "subject", "path", outcomeKey, "trashed", "reason"};
@@ -46,6 +47,21 @@ bool isOfARow(const std::string& key, const Json& value) {
     return std::ranges::find(textKeys, key) != textKeys.end() && value.is_string();
 }
 
+/// Returns the value with the control characters of its texts made visible: some programs show them
+/// on root's terminal as they are.
+Json printable(const Json& value) {
+    if (value.is_string()) {
+        return platform::text::printable(value.get<std::string>());
+    }
+    Json copy = value;
+    for (auto& element : copy) {
+        if (element.is_string()) {
+            element = platform::text::printable(element.get<std::string>());
+        }
+    }
+    return copy;
+}
+
 /// Returns a copy of a row; null if it is none.
 Json copiedRow(const Json& row) {
     Json copy;
@@ -54,7 +70,7 @@ Json copiedRow(const Json& row) {
             if (!isOfARow(key, value)) {
                 return {};
             }
-            copy[key] = value;
+            copy[key] = printable(value);
         }
     }
     return copy;
@@ -103,6 +119,10 @@ bool takeDocument(const Json& document, int status, AccountResult& result) {
                (isComplete || document["result"] == "leftInPlace")) {
         // Complete with this status: not all that was moved could be deleted.
         result.status = ExitStatus::leftInPlace;
+    } else if (status == static_cast<int>(ExitStatus::failed) &&
+               (isComplete || document["result"] == "leftInPlace")) {
+        result.status = ExitStatus::failed;
+        result.reason = notAllDeleted;
     } else {
         return false;
     }
@@ -164,7 +184,7 @@ std::string accountsAsJson(const std::vector<AccountResult>& accounts, bool remo
                        {"home", platform::text::validUtf8(account.home)},
                        {"result", resultNameOf(account)}};
         if (!account.reason.empty()) {
-            object["reason"] = platform::text::validUtf8(account.reason);
+            object["reason"] = platform::text::printable(account.reason);
         }
         object["rows"] = account.rows;
         document["accounts"].push_back(std::move(object));

@@ -26,7 +26,9 @@ using cli::ExitStatus;
 namespace {
 
 /// A run moves items to other volumes, which takes its time; a report has about a hundred lines.
-constexpr platform::RunLimits limits{.time = std::chrono::hours(1), .output = 1U << 20U};
+constexpr platform::RunLimits limits{.time = std::chrono::hours(1), .output = 1U << 18U};
+
+constexpr unsigned rootsUserId = 0;
 
 constexpr const char* interrupted = "the program was interrupted before its turn";
 constexpr const char* tookTooLong = "it did not end within an hour and was killed";
@@ -44,7 +46,8 @@ std::string firstLineOf(const std::string& errors) {
 /// Runs the program as one account after the other, on a thread of its own.
 class AllUsers {
 public:
-    AllUsers(cli::Options options, TerminalUser& user) : options_(std::move(options)), user_(user) {
+    AllUsers(cli::Options options, TerminalUser& user, const cli::ReportFile& report)
+        : options_(std::move(options)), user_(user), report_(report) {
         user_.dialogue.onInterruption([this] {
             isInterrupted_ = true;
             user_.screen.paragraph("The account that has begun goes on to its end.");
@@ -54,9 +57,10 @@ public:
     /// Begins, and terminates the application when all is done. Main thread only.
     void begin() {
         platform::detachNewThread([this] {
-            for (const auto& account : accounts_.all()) {
+            for (const auto& account : all_) {
                 results_.push_back(resultOf(account));
                 show(cli::lineOf(results_.back()));
+                reportSoFar();
             }
             user_.application.performOnMainThread([this] { user_.application.terminate(); },
                                                   platform::Wait::untilDone);
@@ -71,6 +75,9 @@ private:
         AccountResult result{.user = account.name, .home = account.home, .status = {}};
         if (!account.whyNot.empty()) {
             result.reason = account.whyNot;
+            if (account.userId == rootsUserId) { // whose run removes the machine's items
+                result.status = ExitStatus::failed;
+            }
             return result;
         }
         result.status = ExitStatus::failed;
@@ -98,8 +105,19 @@ private:
             return;
         }
         cli::takeReport(ended.output, ended.status, result);
-        if (result.status == ExitStatus::failed && !ended.errors.empty()) {
-            result.reason = firstLineOf(ended.errors);
+        const auto said = firstLineOf(ended.errors);
+        if (result.status == ExitStatus::failed && !said.empty()) {
+            result.reason = said;
+        }
+    }
+
+    /// Has the report say what there is in case the program is killed. A failure is told in the
+    /// end.
+    void reportSoFar() const {
+        try {
+            report_.prepare(cli::accountsAsJson(results_, options_.removeShared, true));
+        } catch (const platform::Exception&) {
+            return;
         }
     }
 
@@ -110,7 +128,9 @@ private:
 
     const cli::Options options_;
     TerminalUser& user_;
+    const cli::ReportFile& report_;
     platform::LoginAccounts& accounts_ = platform::service<platform::LoginAccounts>();
+    const std::vector<platform::LoginAccount> all_ = accounts_.all();
     std::atomic<bool> isInterrupted_ = false;
     std::vector<AccountResult> results_;
 };
@@ -120,8 +140,8 @@ private:
 ExitStatus allUsersMain(const cli::Options& options) {
     // Never destroyed: their threads may still call them when this function returns.
     static auto& user = *new TerminalUser(options, platform::terminal::Manner::silent);
-    static auto& all = *new AllUsers(options, user);
-    const cli::ReportFile report(options);
+    static const auto& report = *new cli::ReportFile(options);
+    static auto& all = *new AllUsers(options, user, report);
     report.prepare(cli::accountsAsJson({}, options.removeShared, true));
     // The others may not enter root's folders.
     std::filesystem::current_path("/");

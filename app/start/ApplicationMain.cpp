@@ -88,8 +88,8 @@ ExitStatus allUsers(const cli::Options& options) {
 int run(int argc, char** argv, const cli::Options& options,
         const platform::InterfaceFile& interfaceFile, Inventory& inventory, const Awake& awake) {
     const bool canOnlyUseTerminal = !platform::isDisplayNamed() && terminal::Dialogue::isTerminal();
-    const bool undoes =
-        (options.putBack && !options.window) || (options.empty && !options.uninstall);
+    const bool undoes = (options.putBack && (!options.window || canOnlyUseTerminal)) ||
+                        (options.empty && !options.uninstall);
     if (options.uninstall || options.terminal || undoes || canOnlyUseTerminal) {
         const platform::InstanceLock lock(platform::applicationName());
         if (lock.isHeldByAnother()) {

@@ -1,6 +1,7 @@
 #include "platform/support/LimitedRun.h"
 
 #include "platform/Services.h"
+#include "platform/foundation/Thread.h"
 
 #include <atomic>
 #include <future>
@@ -40,6 +41,17 @@ std::string readUpTo(std::size_t limit, Pipe& pipe, Exceeded exceeded) {
     return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
 }
 
+/// Returns what is ready once the child has ended. Its thread may wait for good: the end of a child
+/// that another process traces is hidden until that takes note of it.
+std::future<void> endOf(const std::shared_ptr<ChildProcess>& child) {
+    const auto ended = std::make_shared<std::promise<void>>();
+    detachNewThread([child, ended] {
+        child->waitUntilExit();
+        ended->set_value();
+    });
+    return ended->get_future();
+}
+
 } // namespace
 
 LimitedRun runWithin(const RunLimits& limits, ProcessDescription description) {
@@ -59,16 +71,18 @@ LimitedRun runWithin(const RunLimits& limits, ProcessDescription description) {
     LimitedRun run;
     std::future<std::string> output;
     std::future<std::string> errors;
-    std::future<void> end;
     const KilledAtLast guard(*child); // before the futures wait in their destructors
     output = std::async(std::launch::async, [&] { return read(*pipes[0]); });
     errors = std::async(std::launch::async, [&] { return read(*pipes[1]); });
-    end = std::async(std::launch::async, [&] { child->waitUntilExit(); });
+    const auto end = endOf(child);
     if (end.wait_for(limits.time) == std::future_status::timeout) {
         run.tookTooLong = true;
         child->kill();
+        if (end.wait_for(limits.dying) == std::future_status::timeout) {
+            pipes[0]->closeReadEnd();
+            pipes[1]->closeReadEnd();
+        }
     }
-    end.get();
     run.output = output.get();
     run.errors = errors.get();
     run.wroteTooMuch = wroteTooMuch;

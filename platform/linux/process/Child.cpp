@@ -94,7 +94,7 @@ void Child::waitUntilExit() {
     TerminalLoan loan;
     while (isRunning()) {
         const auto stop = waitForStop();
-        if (stop && isForTerminal(*stop) &&
+        if (stop && isForTerminal(*stop) && ::getsid(identifier_) == ::getsid(0) &&
             loan.lendTo(::getpgid(identifier_), [this] { return isRunning(); })) {
             ::kill(-::getpgid(identifier_), SIGCONT);
         }

@@ -1,6 +1,13 @@
 #include "platform/linux/system/LoginAccounts.h"
 
+#include "platform/foundation/Exception.h"
+#include "platform/linux/posix/Errors.h"
+#include "platform/linux/posix/SystemCall.h"
+
+#include <linux/keyctl.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -18,17 +25,35 @@ constexpr const char* loginDefinitions = "/etc/login.defs";
 constexpr const char* accountChanger = "/usr/bin/setpriv";
 constexpr const char* searchPath = "/usr/local/bin:/usr/bin:/bin";
 constexpr uid_t superuser = 0;
+/// To the system calls that change the group, this means no change.
+constexpr auto noGroup = static_cast<gid_t>(-1);
 
 /// What a child is told of this process's environment.
 constexpr const char* languageVariables[] = {"LANG", "LC_ALL", "LC_CTYPE"};
 
 std::string whyNot(const AccountEntry& entry, const struct stat& home) {
+    if (entry.groupId == noGroup) {
+        return "its group has no valid number";
+    }
     if (!S_ISDIR(home.st_mode)) {
         return "its home folder " + entry.home + " is no folder";
     }
     return home.st_uid == entry.userId
                ? std::string()
                : "its home folder " + entry.home + " belongs to " + loginNameOf(home.st_uid);
+}
+
+/// Gives this thread, and what it launches, an empty keyring instead of that of the superuser's
+/// session. Throws platform::Exception if the system cannot.
+void leaveKeys() {
+    const auto left =
+        checked(static_cast<int>(::syscall(SYS_keyctl, KEYCTL_JOIN_SESSION_KEYRING, nullptr)));
+    // Without keyrings there are no keys; where calls of them are forbidden, the child cannot use
+    // them either.
+    if (!left && !failedWith(left, ENOSYS, EPERM)) {
+        throw Exception(exception_name::generic,
+                        "the keys of the session cannot be left: " + reason(left.error()));
+    }
 }
 
 std::map<std::string, std::string> environmentOf(const LoginAccount& account) {
@@ -71,12 +96,18 @@ std::vector<LoginAccount> loginAccounts(std::vector<AccountEntry> entries, uid_t
     std::vector<LoginAccount> accounts;
     std::set<std::pair<dev_t, ino_t>> homes;
     for (const auto& entry : entries) {
-        struct stat home {};
-        if ((entry.userId != superuser && entry.userId < least) || !entry.home.starts_with('/') ||
-            ::stat(entry.home.c_str(), &home) != 0) {
+        const bool isSuperuser = entry.userId == superuser;
+        if (!isSuperuser && (entry.userId < least || !entry.home.starts_with('/'))) {
             continue;
         }
-        const auto obstacle = whyNot(entry, home);
+        struct stat home {};
+        const auto found = checked(::stat(entry.home.c_str(), &home));
+        if (failedWith(found, ENOENT, ENOTDIR) && !isSuperuser) {
+            continue;
+        }
+        const auto obstacle = found ? whyNot(entry, home)
+                                    : "its home folder " + entry.home +
+                                          " cannot be looked at because " + reason(found.error());
         if (!obstacle.empty() || homes.emplace(home.st_dev, home.st_ino).second) {
             accounts.push_back({entry.userId, entry.groupId, entry.name, entry.home, obstacle});
         }
@@ -90,8 +121,10 @@ std::vector<LoginAccount> LoginAccounts::all() {
 
 ProcessDescription LoginAccounts::programAs(const LoginAccount& account, const std::string& program,
                                             std::vector<std::string> arguments) {
-    arguments.insert(arguments.begin(), {"--reuid=" + std::to_string(account.userId),
-                                         "--regid=" + std::to_string(account.groupId),
+    leaveKeys();
+    // The signs: digits alone could be the name of another account.
+    arguments.insert(arguments.begin(), {"--reuid=+" + std::to_string(account.userId),
+                                         "--regid=+" + std::to_string(account.groupId),
                                          "--init-groups", "--inh-caps=-all", "--", program});
     ProcessDescription description;
     description.launchPath = accountChanger;

@@ -1,6 +1,8 @@
 #include "platform/linux/system/UserAccount.h"
 
+#include "platform/foundation/Exception.h"
 #include "platform/foundation/Path.h"
+#include "platform/linux/posix/Errors.h"
 
 #include <pwd.h>
 #include <sys/stat.h>
@@ -15,7 +17,8 @@ namespace platform::native {
 namespace {
 
 AccountEntry entryOf(const passwd& entry) {
-    return {entry.pw_uid, entry.pw_gid, entry.pw_name, entry.pw_dir};
+    const char* home = entry.pw_dir == nullptr ? "" : entry.pw_dir;
+    return {entry.pw_uid, entry.pw_gid, entry.pw_name, home};
 }
 
 /// Repeats the query with larger and larger buffers for the entry's strings.
@@ -52,10 +55,19 @@ std::optional<AccountEntry> accountNamed(const std::string& name) {
 std::vector<AccountEntry> allAccounts() {
     std::vector<AccountEntry> accounts;
     ::setpwent();
-    while (const passwd* entry = ::getpwent()) {
+    for (;;) {
+        errno = 0;
+        const passwd* entry = ::getpwent();
+        if (entry == nullptr) {
+            break;
+        }
         accounts.push_back(entryOf(*entry));
     }
+    const Errno end(errno);
     ::endpwent();
+    if (end.number() != 0 && end.number() != ENOENT) {
+        throw Exception(exception_name::generic, "the accounts cannot be listed: " + reason(end));
+    }
     return accounts;
 }
 

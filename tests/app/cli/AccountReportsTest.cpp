@@ -54,6 +54,24 @@ TEST(AccountReport, SaysThatNotAllWasDeletedThatWasMoved) {
               "anna: 1 item removed, not all of them deleted");
 }
 
+TEST(AccountReport, KeepsTheRowsOfARunThatCouldNotDeleteAll) {
+    const auto result = resultOf(reportWith(row), 1);
+
+    EXPECT_EQ(result.status, ExitStatus::failed);
+    EXPECT_EQ(result.rows.size(), 1U);
+    EXPECT_EQ(lineOf(result), "anna: failed: not all that was moved to the Trash could be deleted");
+}
+
+TEST(AccountReport, MakesControlCharactersVisible) {
+    const auto result =
+        resultOf(reportWith(R"({"outcome": "left", "reason": "a\u001b]0;b", "names": ["\u009bc"]})",
+                            "leftInPlace"),
+                 3);
+
+    EXPECT_EQ(result.rows[0]["reason"], "a\\x1B]0;b");
+    EXPECT_EQ(result.rows[0]["names"][0], "\\xC2\\x9Bc");
+}
+
 struct NoReport : NamedCase {
     std::string text;
     int status = 0;
@@ -95,7 +113,7 @@ INSTANTIATE_TEST_SUITE_P(
                     NoReport{{"WithMoreThanARowHas"},
                              reportWith(R"({"outcome": "left", "more": "a"})")},
                     NoReport{{"Unfinished"}, reportWith("", "running")},
-                    NoReport{{"OfAnotherStatus"}, reportWith(row), 1},
+                    NoReport{{"OfAnotherStatus"}, reportWith(row), 2},
                     NoReport{{"LeftWithStatusOfComplete"}, reportWith(row, "leftInPlace")},
                     NoReport{{"Deep"}, repeated("[", 500000)},
                     NoReport{{"DeepAndWhole"},

@@ -3,10 +3,16 @@
 #include "platform/Services.h"
 #include "platform/foundation/Exception.h"
 #include "platform/linux/process/ProcessLauncher.h"
+#include "tests/support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
+#include <sys/ptrace.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <csignal>
+#include <fstream>
+#include <string>
 
 using namespace std::chrono_literals;
 
@@ -48,6 +54,43 @@ TEST_F(LimitedRun, KillsAChildThatNeverEnds) {
 
 TEST_F(LimitedRun, KillsAStoppedChild) {
     EXPECT_TRUE(run("kill -STOP $$", {.time = 300ms, .output = 1000}).tookTooLong);
+}
+
+/// Traces the process whose number is written into a file, and never takes note of its end.
+class Tracer {
+public:
+    explicit Tracer(const std::string& file) : process_(::fork()) {
+        if (process_ == 0) {
+            pid_t traced = 0;
+            while (!(std::ifstream(file) >> traced)) {
+            }
+            ::ptrace(PTRACE_SEIZE, traced, nullptr, nullptr);
+            for (;;) {
+                ::pause();
+            }
+        }
+    }
+    ~Tracer() {
+        ::kill(process_, SIGKILL);
+        ::waitpid(process_, nullptr, 0);
+    }
+    Tracer(const Tracer&) = delete;
+    Tracer& operator=(const Tracer&) = delete;
+    Tracer(Tracer&&) = delete;
+    Tracer& operator=(Tracer&&) = delete;
+
+private:
+    const pid_t process_;
+};
+
+TEST_F(LimitedRun, GivesUpAChildWhoseEndATracerHides) {
+    const TemporaryDirectory directory;
+    const auto file = directory / "number";
+    const Tracer tracer(file);
+    const auto ended = run("echo $$ > " + file + ".new; mv " + file + ".new " + file +
+                               "; until grep -q 'TracerPid:.[1-9]' /proc/$$/status; do :; done",
+                           {.time = 2s, .dying = 10ms, .output = 1000});
+    EXPECT_TRUE(ended.tookTooLong);
 }
 
 TEST_F(LimitedRun, KillsAChildThatHasClosedItsOutputAndNeverEnds) {

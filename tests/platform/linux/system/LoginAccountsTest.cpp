@@ -5,6 +5,8 @@
 #include "tests/support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
+#include <linux/keyctl.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -105,6 +107,41 @@ TEST_F(LoginAccountsTest, MayNotUseAHomeDirectoryThatIsNone) {
     EXPECT_EQ(accounts[0].whyNot, "its home folder " + file + " is no folder");
 }
 
+TEST_F(LoginAccountsTest, AreToldOfWhoseHomeDirectoryCannotBeLookedAt) {
+    std::filesystem::create_symlink("loop", directory_ / "loop");
+    const auto accounts = loginAccounts({{anna, anna, "anna", directory_ / "loop"}}, least);
+    ASSERT_EQ(accounts.size(), 1U);
+    EXPECT_TRUE(accounts[0].whyNot.starts_with("its home folder " + (directory_ / "loop") +
+                                               " cannot be looked at because "))
+        << accounts[0].whyNot;
+}
+
+TEST_F(LoginAccountsTest, AlwaysIncludeTheSuperuser) {
+    const auto accounts = loginAccounts({{0, 0, "root", directory_ / "missing"}}, least);
+    ASSERT_EQ(accounts.size(), 1U);
+    EXPECT_NE(accounts[0].whyNot, "");
+}
+
+TEST_F(LoginAccountsTest, MayNotHaveTheNumberThatMeansNoChange) {
+    const auto home = makeHome("anna", anna);
+    const auto accounts = loginAccounts({{anna, static_cast<gid_t>(-1), "anna", home}}, least);
+    ASSERT_EQ(accounts.size(), 1U);
+    EXPECT_EQ(accounts[0].whyNot, "its group has no valid number");
+}
+
+TEST(ProgramAsAnAccount, IsLaunchedWithoutTheKeysOfTheSession) {
+    const auto keyring = [] {
+        return ::syscall(SYS_keyctl, KEYCTL_GET_KEYRING_ID, KEY_SPEC_SESSION_KEYRING, 0);
+    };
+    const auto before = keyring();
+    if (before < 0) {
+        GTEST_SKIP() << "this system has no keyrings";
+    }
+    LoginAccounts().programAs({.userId = anna, .groupId = ben, .name = "anna", .home = "/"},
+                              "/usr/bin/true", {});
+    EXPECT_NE(keyring(), before);
+}
+
 TEST(LoginAccounts, OfThisMachineBeginWithTheSuperuser) {
     const auto accounts = LoginAccounts().all();
     ASSERT_FALSE(accounts.empty());
@@ -147,7 +184,7 @@ TEST(ProgramAsAnAccount, HasItsRightsAndNothingOfThisProcess) {
 
     EXPECT_EQ(described.launchPath, "/usr/bin/setpriv");
     EXPECT_EQ(described.arguments,
-              (std::vector<std::string>{"--reuid=4001", "--regid=4002", "--init-groups",
+              (std::vector<std::string>{"--reuid=+4001", "--regid=+4002", "--init-groups",
                                         "--inh-caps=-all", "--", "/usr/bin/program", "--option",
                                         "word"}));
     EXPECT_EQ(described.environment,
