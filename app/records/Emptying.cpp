@@ -13,18 +13,42 @@ namespace records {
 
 namespace {
 
+constexpr const char* changedInTrash =
+    "It is in the Trash, but was changed there or is on a volume whose Trash is not searched.";
+
 /// Returns whether a step can have put something into the Trash.
 bool usesTrash(const RecordedStep& step) {
     return step.action != PlanAction::removeAgent && (!step.end || step.end->taken != Taken::left);
 }
 
+/// Returns whether the very item that a step has put into the Trash is there, even if it is no
+/// longer like it was, or is on a volume whose Trash is not searched.
+bool isStillThere(const RecordedStep& step) {
+    if (!step.end || step.end->place.empty()) {
+        return false;
+    }
+    const auto item = platform::service<platform::FileSystem>().attributesOfItem(step.end->place);
+    return item && item->id == step.item.id && item->creationDate &&
+           item->creationDate == step.item.creationDate;
+}
+
+/// Sets the outcome for a step's item that is not found in the Trash.
+void passOver(const RecordedStep& step, ItemEmptied& item) {
+    const bool isThere = isStillThere(step);
+    item.outcome = isThere ? Emptied::failed : Emptied::gone;
+    item.reason = isThere ? changedInTrash : "";
+}
+
 ItemEmptied trashViewOf(const RecordedStep& step, const TrashedItems& trash) {
     auto place = trash.find(step);
-    const auto outcome = place ? Emptied::waiting : Emptied::gone;
-    return {.path = step.path,
-            .place = std::move(place).value_or(std::string()),
-            .outcome = outcome,
-            .reason = {}};
+    ItemEmptied item{.path = step.path,
+                     .place = place.value_or(std::string()),
+                     .outcome = Emptied::waiting,
+                     .reason = {}};
+    if (!place) {
+        passOver(step, item);
+    }
+    return item;
 }
 
 bool isInTrash(const std::string& place) {
@@ -79,7 +103,7 @@ void Emptying::empty(RunRecord& run, std::vector<ItemEmptied>& items) {
         auto item = trashViewOf(step, trash);
         if (item.outcome == Emptied::waiting) {
             remove(step, item);
-        } else {
+        } else if (item.outcome == Emptied::gone) {
             forget(step);
         }
         isWhole = isWhole && item.outcome != Emptied::failed;
@@ -98,7 +122,7 @@ void Emptying::remove(const RecordedStep& step, ItemEmptied& item) {
         return;
     }
     if (!isItemOf(step, held->path())) {
-        item.outcome = Emptied::gone;
+        passOver(step, item);
         return;
     }
     const auto removed = platform::service<platform::FileSystem>().removeItem(held->path());

@@ -22,6 +22,23 @@ std::string identifierOf(const std::string& application) {
     return identifier == nullptr ? "" : platform::text::lowercased(*identifier);
 }
 
+/// Returns whether two absolute paths mean the same, by whatever links their directories are
+/// reached: what is on another volume is recorded there by the path from that volume.
+bool isSamePath(const std::string& one, const std::string& other) {
+    if (one == other) {
+        return true;
+    }
+    if (path::lastComponent(one) != path::lastComponent(other)) {
+        return false;
+    }
+    auto& disk = platform::service<platform::FileSystem>();
+    const auto directory = path::deletingLastComponent(one);
+    const auto otherDirectory = path::deletingLastComponent(other);
+    const auto id = disk.fileIdOfItem(directory);
+    const auto otherId = disk.fileIdOfItem(otherDirectory);
+    return id || otherId ? id == otherId : isSamePath(directory, otherDirectory);
+}
+
 } // namespace
 
 bool isRecordedItem(const platform::ItemAttributes& item,
@@ -71,7 +88,7 @@ std::optional<std::string> TrashedItems::find(const RecordedStep& step) const {
     const auto name = step.end ? path::lastComponent(step.end->place) : std::string();
     for (const auto& [place, formerPath] : items_) {
         const bool isNamed = formerPath.empty() ? name.empty() || path::lastComponent(place) == name
-                                                : formerPath == step.path;
+                                                : isSamePath(formerPath, step.path);
         if (!isNamed) {
             continue;
         }

@@ -60,9 +60,17 @@ public:
 
     bool isEmpty() const { return records_.empty(); }
 
-    /// Asks whether to delete, and calls `answered` with the answer. Main thread only.
+    /// Asks whether to delete, and calls `answered` with the answer. Terminates the application if
+    /// the Trash cannot be seen. Main thread only.
     void ask(std::function<void(bool)> answered) {
-        const auto items = cli::undone(records::Emptying::preview(records_));
+        std::vector<cli::UndoneItem> items;
+        try {
+            items = cli::undone(records::Emptying::preview(records_));
+        } catch (const std::exception& exception) {
+            result_.failure = explanationOf(exception);
+            user_.application.terminate();
+            return;
+        }
         const auto count = std::to_string(
             std::ranges::count(items, false, [](const auto& item) { return item.place.empty(); }));
         user_.dialogue.ask({.prompt = "Delete " + count +

@@ -86,6 +86,25 @@ TEST_F(EmptyingTest, LeavesAnotherItemThatHasTheName) {
     EXPECT_TRUE(exists(trashed("com.quillfen.Ospenth")));
 }
 
+TEST_F(EmptyingTest, DoesNotCallGoneWhatIsLeftOfAnApplication) {
+    const auto application = home / "Applications/Ospenth.app";
+    write(application + "/Contents/Info.plist",
+          "<plist version=\"1.0\"><dict><key>CFBundleIdentifier</key>"
+          "<string>com.quillfen.ospenth</string></dict></plist>");
+    write(application + "/Contents/MacOS/Ospenth");
+    uninstall();
+    fs::remove(trashed("Ospenth.app/Contents/Info.plist"));
+
+    const auto items = empty();
+
+    ASSERT_EQ(items.size(), 1U);
+    EXPECT_EQ(items.front().outcome, Emptied::failed);
+    EXPECT_EQ(items.front().reason, "It is in the Trash, but was changed there or is on a volume "
+                                    "whose Trash is not searched.");
+    EXPECT_TRUE(exists(trashed("Ospenth.app")));
+    EXPECT_FALSE(runs.read(1).isClosed);
+}
+
 TEST_F(EmptyingTest, DeletesNothingThatWasPutBack) {
     const auto item = write(cache("Ospenth"));
     uninstall();

@@ -296,6 +296,23 @@ TEST_F(PutBackTest, TakesOnlyWhatCameFromThere) {
     EXPECT_EQ(resultOf(putBack(), item).outcome, Back::back);
 }
 
+TEST_F(PutBackTest, FindsAnItemByAnotherPathToItsFolder) {
+    const auto item = write(cache("Ospenth"));
+    fs::create_directory_symlink(home / "user", home / "volume");
+    uninstall();
+    desktop.formerPath = home / ("volume" + item.substr((home / "user").size()));
+    EXPECT_EQ(resultOf(putBack(), item).outcome, Back::back);
+}
+
+TEST_F(PutBackTest, FindsAnItemByAnotherPathToAFolderThatIsGone) {
+    const auto item = write(cache("Ospenth"));
+    fs::create_directory_symlink(home / "user", home / "volume");
+    uninstall();
+    fs::remove(fs::path(item).parent_path());
+    desktop.formerPath = home / ("volume" + item.substr((home / "user").size()));
+    EXPECT_EQ(resultOf(putBack(), item).outcome, Back::back);
+}
+
 TEST_F(PutBackTest, TakesNoOtherItemOfTheSameSizeFromTheTrash) {
     const auto item = write(cache("Ospenth"), "content");
     uninstall();
