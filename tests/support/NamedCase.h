@@ -2,6 +2,7 @@
 
 #include <ostream>
 #include <string>
+#include <tuple>
 
 /// What cases of a parameterised test derive from: a name of letters and digits, which becomes part
 /// of the test's name.
@@ -14,3 +15,9 @@ struct NamedCase {
 
 /// Names the tests of INSTANTIATE_TEST_SUITE_P after their cases.
 inline constexpr auto nameOfCase = [](const auto& info) { return std::string(info.param.name); };
+
+/// Names them after the cases that testing::Combine has put together.
+inline constexpr auto nameOfCases = [](const auto& info) {
+    return std::apply([](const auto&... named) { return (std::string() + ... + named.name); },
+                      info.param);
+};

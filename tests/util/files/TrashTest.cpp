@@ -1,5 +1,6 @@
 #include "util/files/QFFileManager.h"
 
+#include "tests/support/NamedCase.h"
 #include "tests/util/files/FileManagerTest.h"
 
 #include <cerrno>
@@ -20,8 +21,6 @@ protected:
     }
 };
 
-} // namespace
-
 TEST_F(TrashAndRemove, TrashRecyclesTheUnlockedItem) {
     EXPECT_TRUE(QFFileManager::trashFile(item));
     EXPECT_EQ(fileSystem.changes, Lines{"unlock /Library/Quillfen/Tool.app"});
@@ -37,12 +36,16 @@ TEST_F(TrashAndRemove, TrashTakesAnItemOfTheRootDirectory) {
     EXPECT_EQ(workspace.recycled, std::vector<Lines>({{"/", "/home/someone/.Trash", "item"}}));
 }
 
-TEST_F(TrashAndRemove, TrashingNothingSucceedsWithTheLineOfTheUnlocking) {
-    for (const auto shouldAuth : {ShouldAuth::yes, ShouldAuth::no}) {
-        EXPECT_TRUE(QFFileManager::trashFile("/missing", shouldAuth));
-        EXPECT_EQ(loggedLines(),
-                  Lines{"Unable to unlock file /missing: There is nothing at /missing."});
-    }
+struct AuthOfACall : NamedCase {
+    ShouldAuth shouldAuth;
+};
+
+class MissingItem : public TrashAndRemove, public testing::WithParamInterface<AuthOfACall> {};
+
+TEST_P(MissingItem, IsTrashedWithTheLineOfTheUnlocking) {
+    EXPECT_TRUE(QFFileManager::trashFile("/missing", GetParam().shouldAuth));
+    EXPECT_EQ(loggedLines(),
+              Lines{"Unable to unlock file /missing: There is nothing at /missing."});
     EXPECT_EQ(workspace.recycled.size(), 0U);
     EXPECT_EQ(services.calls.size(), 0U);
 }
@@ -94,16 +97,18 @@ TEST_F(TrashAndRemove, RemoveDeletesTheUnlockedItem) {
     EXPECT_EQ(loggedLines(), Lines{});
 }
 
-TEST_F(TrashAndRemove, RemovingNothingSucceedsWithTheLineOfTheUnlocking) {
-    for (const auto shouldAuth : {ShouldAuth::yes, ShouldAuth::no}) {
-        fileSystem.changes.clear();
-        EXPECT_TRUE(QFFileManager::removeFile("/missing", shouldAuth));
-        EXPECT_EQ(loggedLines(),
-                  Lines{"Unable to unlock file /missing: There is nothing at /missing."});
-        EXPECT_EQ(fileSystem.changes, Lines{"unlock /missing"});
-    }
+TEST_P(MissingItem, IsRemovedWithTheLineOfTheUnlocking) {
+    EXPECT_TRUE(QFFileManager::removeFile("/missing", GetParam().shouldAuth));
+    EXPECT_EQ(loggedLines(),
+              Lines{"Unable to unlock file /missing: There is nothing at /missing."});
+    EXPECT_EQ(fileSystem.changes, Lines{"unlock /missing"});
     EXPECT_EQ(services.calls.size(), 0U);
 }
+
+INSTANTIATE_TEST_SUITE_P(, MissingItem,
+                         testing::Values(AuthOfACall{{"WithAuth"}, ShouldAuth::yes},
+                                         AuthOfACall{{"WithoutAuth"}, ShouldAuth::no}),
+                         nameOfCase);
 
 TEST_F(TrashAndRemove, RemoveFallsBackToTheAdministratorsRight) {
     failToRemove();
@@ -180,14 +185,25 @@ TEST_F(TrashAndRemove, TimedTrashOnTheMainThreadGivesUpWhenTheTimeIsOver) {
     EXPECT_EQ(application.deadlines, Deadlines(100, 10ms));
 }
 
-TEST_F(TrashAndRemove, ATimeOutOfNothingOrLessMakesNoPause) {
-    for (const auto timeout : {0.0, -3.0, 0.9}) {
-        EXPECT_TRUE(QFFileManager::trashFile("/missing", timeout));
-        EXPECT_FALSE(QFFileManager::trashFile(item, timeout));
-        EXPECT_TRUE(QFFileManager::removeFile("/missing", timeout));
-    }
+struct TimeoutOfNothing : NamedCase {
+    double seconds;
+};
+
+class TrashAndRemoveWithoutTime : public TrashAndRemove,
+                                  public testing::WithParamInterface<TimeoutOfNothing> {};
+
+TEST_P(TrashAndRemoveWithoutTime, MakesNoPause) {
+    EXPECT_TRUE(QFFileManager::trashFile("/missing", GetParam().seconds));
+    EXPECT_FALSE(QFFileManager::trashFile(item, GetParam().seconds));
+    EXPECT_TRUE(QFFileManager::removeFile("/missing", GetParam().seconds));
     EXPECT_EQ(pauses.rests, Rests{});
 }
+
+INSTANTIATE_TEST_SUITE_P(, TrashAndRemoveWithoutTime,
+                         testing::Values(TimeoutOfNothing{{"Zero"}, 0.0},
+                                         TimeoutOfNothing{{"Negative"}, -3.0},
+                                         TimeoutOfNothing{{"LessThanASecond"}, 0.9}),
+                         nameOfCase);
 
 TEST_F(TrashAndRemove, TimedTrashDoesNotWaitForWhatFailed) {
     failToRecycle();
@@ -309,11 +325,20 @@ TEST_F(TrashAndRemove, TheSearchAnnouncesWhatItFindsInADirectory) {
         std::vector<Lines>({{"/f/a.txt", "/f/z.TXT"}, {"/f/sub/b.txt"}, {"/f/x.txt/inner.txt"}}));
 }
 
-TEST_F(TrashAndRemove, TrashContentsOfNothingSucceedsAndKeepsTheDirectory) {
-    fileSystem.directories = {{"/empty", Lines{}}, {"/unreadable", std::nullopt}};
-    for (const auto* directory : {"/empty", "/unreadable", "/missing", item}) {
-        EXPECT_TRUE(QFFileManager::trashDirectoryContents(directory));
+struct DirectoryOfNothing : NamedCase {
+    const char* path;
+};
+
+class ContentsOfNothing : public TrashAndRemove,
+                          public testing::WithParamInterface<DirectoryOfNothing> {
+protected:
+    ContentsOfNothing() {
+        fileSystem.directories = {{"/empty", Lines{}}, {"/unreadable", std::nullopt}};
     }
+};
+
+TEST_P(ContentsOfNothing, AreTrashedAndTheDirectoryIsKept) {
+    EXPECT_TRUE(QFFileManager::trashDirectoryContents(GetParam().path));
     EXPECT_EQ(fileSystem.changes, Lines{});
     EXPECT_EQ(workspace.recycled.size(), 0U);
 }
@@ -361,13 +386,18 @@ TEST_F(TrashAndRemove, TheSearchListsAlsoWhatCouldNotBeTrashed) {
     EXPECT_EQ(workspace.recycled.size(), 2U);
 }
 
-TEST_F(TrashAndRemove, TheSearchOfNothingFindsNothing) {
-    fileSystem.directories = {{"/empty", Lines{}}, {"/unreadable", std::nullopt}};
-    for (const auto* directory : {"/empty", "/unreadable", "/missing", item}) {
-        EXPECT_EQ(QFFileManager::trashFilesOfType("", directory), Lines{});
-        EXPECT_EQ(QFFileManager::trashFilesNamed("a", directory), Lines{});
-    }
+TEST_P(ContentsOfNothing, HoldNothingForASearch) {
+    EXPECT_EQ(QFFileManager::trashFilesOfType("", GetParam().path), Lines{});
+    EXPECT_EQ(QFFileManager::trashFilesNamed("a", GetParam().path), Lines{});
 }
+
+INSTANTIATE_TEST_SUITE_P(, ContentsOfNothing,
+                         testing::Values(DirectoryOfNothing{{"Empty"}, "/empty"},
+                                         DirectoryOfNothing{{"Unreadable"}, "/unreadable"},
+                                         DirectoryOfNothing{{"Missing"}, "/missing"},
+                                         DirectoryOfNothing{{"File"},
+                                                            "/Library/Quillfen/Tool.app"}),
+                         nameOfCase);
 
 class DirectoryWithNothingThatCounts : public TrashAndRemove,
                                        public testing::WithParamInterface<std::string> {};
@@ -434,3 +464,5 @@ TEST_F(TrashAndRemove, RemoveIfEmptyOfNothingSucceeds) {
     EXPECT_EQ(loggedLines(),
               Lines{"Unable to unlock file /missing: There is nothing at /missing."});
 }
+
+} // namespace

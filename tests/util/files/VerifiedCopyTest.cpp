@@ -1,6 +1,7 @@
 #include "tests/util/files/VerifiedCopyTest.h"
 
 #include "platform/foundation/GlobalQueue.h"
+#include "tests/support/NamedCase.h"
 #include "tests/support/PatternedText.h"
 #include "tests/support/PausingClock.h"
 #include "tests/util/files/NoMemory.h"
@@ -13,15 +14,28 @@
 #include <latch>
 #include <stdexcept>
 #include <thread>
+#include <tuple>
 #include <utility>
 
 namespace {
 
 using platform::Value;
 
-constexpr std::array digestTypes{VerificationType::md5, VerificationType::sha1,
-                                 VerificationType::sha256, VerificationType::sha512};
+struct TypeOfCopy : NamedCase {
+    VerificationType type;
+};
+
+constexpr std::array digestTypes{
+    TypeOfCopy{{"Md5"}, VerificationType::md5},
+    TypeOfCopy{{"Sha1"}, VerificationType::sha1},
+    TypeOfCopy{{"Sha256"}, VerificationType::sha256},
+    TypeOfCopy{{"Sha512"}, VerificationType::sha512},
+};
 constexpr auto otherType = VerificationType{7};
+
+struct DestinationsOfCopy : NamedCase {
+    std::vector<std::string> paths;
+};
 
 constexpr std::uint64_t twentyMebibytes = 20'971'520;
 
@@ -43,25 +57,47 @@ std::vector<std::uint64_t> sorted(const std::vector<CopyObserver::Bytes>& calls)
     return counts;
 }
 
-} // namespace
+class VerifiedCopyWithDigest : public VerifiedCopyTest,
+                               public testing::WithParamInterface<TypeOfCopy> {};
+
+INSTANTIATE_TEST_SUITE_P(, VerifiedCopyWithDigest, testing::ValuesIn(digestTypes), nameOfCase);
 
 // What arrives.
 
-TEST_F(VerifiedCopyTest, EveryDestinationGetsTheContentAtEveryType) {
-    for (const auto type : {VerificationType::none, VerificationType::md5, VerificationType::sha1,
-                            VerificationType::sha256, VerificationType::sha512, otherType}) {
-        for (const std::size_t size : {0U, 1U, 65535U, 65536U, 65537U, 131072U, 200000U}) {
-            const auto content = patternedText(size);
-            makeSource(content);
-            EXPECT_TRUE(copy({"/to/a", "/to/b", "/to/c"}, type));
-            for (const auto* path : {"/to/a", "/to/b", "/to/c"}) {
-                EXPECT_TRUE(contentOf(path) == content) << size << " bytes at " << path;
-            }
-        }
+struct SizeOfSource : NamedCase {
+    std::size_t size;
+};
+
+class VerifiedCopyOfASize
+    : public VerifiedCopyTest,
+      public testing::WithParamInterface<std::tuple<TypeOfCopy, SizeOfSource>> {};
+
+TEST_P(VerifiedCopyOfASize, GivesEveryDestinationTheContent) {
+    const auto content = patternedText(std::get<SizeOfSource>(GetParam()).size);
+    makeSource(content);
+    EXPECT_TRUE(copy({"/to/a", "/to/b", "/to/c"}, std::get<TypeOfCopy>(GetParam()).type));
+    for (const auto* path : {"/to/a", "/to/b", "/to/c"}) {
+        EXPECT_TRUE(contentOf(path) == content) << path;
     }
     EXPECT_EQ(console.systemLogLines(), Lines{});
     EXPECT_EQ(loggedLines(), Lines{});
 }
+
+INSTANTIATE_TEST_SUITE_P(
+    , VerifiedCopyOfASize,
+    testing::Combine(testing::Values(TypeOfCopy{{"None"}, VerificationType::none},
+                                     TypeOfCopy{{"Md5"}, VerificationType::md5},
+                                     TypeOfCopy{{"Sha1"}, VerificationType::sha1},
+                                     TypeOfCopy{{"Sha256"}, VerificationType::sha256},
+                                     TypeOfCopy{{"Sha512"}, VerificationType::sha512},
+                                     TypeOfCopy{{"Other"}, otherType}),
+                     testing::Values(SizeOfSource{{"Empty"}, 0}, SizeOfSource{{"OneByte"}, 1},
+                                     SizeOfSource{{"ByteLessThanAChunk"}, 65535},
+                                     SizeOfSource{{"OneChunk"}, 65536},
+                                     SizeOfSource{{"ByteMoreThanAChunk"}, 65537},
+                                     SizeOfSource{{"TwoChunks"}, 131072},
+                                     SizeOfSource{{"PartOfAFourthChunk"}, 200000})),
+    nameOfCases);
 
 TEST_F(VerifiedCopyTest, AnEmptySourceGivesEmptyFilesAndOneCall) {
     makeSource("");
@@ -239,20 +275,30 @@ TEST_F(VerifiedCopyTest, TheSourceIsNoDestination) {
     EXPECT_EQ(contentOf(source), "content");
 }
 
-TEST_F(VerifiedCopyTest, WithoutMemoryForEitherBuffer) {
+/// The number of buffers that there is memory for.
+struct SparedBuffers : NamedCase {
+    int count;
+};
+
+class VerifiedCopyWithoutMemory : public VerifiedCopyTest,
+                                  public testing::WithParamInterface<SparedBuffers> {};
+
+TEST_P(VerifiedCopyWithoutMemory, FailsForEitherBuffer) {
     makeSource("content");
-    for (const int spared : {0, 1}) {
-        {
-            const NoMemory none(spared);
-            EXPECT_FALSE(copy({"/to/a"}, VerificationType::md5));
-        }
-        EXPECT_EQ(loggedLines(), Lines{"Error copying file /from/source - out of memory"});
-        EXPECT_EQ(contentOf("/to/a"), "");
+    {
+        const NoMemory none(GetParam().count);
+        EXPECT_FALSE(copy({"/to/a"}, VerificationType::md5));
     }
-    EXPECT_EQ(console.printed(), "Error copying file /from/source - out of memory\n"
-                                 "Error copying file /from/source - out of memory\n");
+    EXPECT_EQ(loggedLines(), Lines{"Error copying file /from/source - out of memory"});
+    EXPECT_EQ(contentOf("/to/a"), "");
+    EXPECT_EQ(console.printed(), "Error copying file /from/source - out of memory\n");
     EXPECT_EQ(console.systemLogLines(), Lines{});
 }
+
+INSTANTIATE_TEST_SUITE_P(, VerifiedCopyWithoutMemory,
+                         testing::Values(SparedBuffers{{"TheFirst"}, 0},
+                                         SparedBuffers{{"TheSecond"}, 1}),
+                         nameOfCase);
 
 TEST_F(VerifiedCopyTest, ADigestThatTheMachineDoesNotAllow) {
     makeSource("content");
@@ -306,55 +352,66 @@ TEST_F(VerifiedCopyTest, EveryChunkIsWrittenAtItsOwnOffsetWhateverWentWrongBefor
     EXPECT_TRUE(contentOf("/to/b").ends_with(content.substr(chunk)));
 }
 
-TEST_F(VerifiedCopyTest, AFullDestinationFailsItsVerification) {
-    const auto content = patternedText(150'000);
-    for (const auto type : digestTypes) {
-        for (const std::vector<std::string>& destinations :
-             {std::vector<std::string>{"/to/full"}, {"/to/b", "/to/full"}, {"/to/full", "/to/b"}}) {
-            makeSource(content);
-            streams.files["/to/full"].room = 70'000;
-            CopyObserver observer;
-            EXPECT_TRUE(copy(destinations, type, observer.delegate()));
-            const auto record = observer.record();
-            ASSERT_EQ(record.failures.size(), 1U);
-            EXPECT_EQ(record.failures[0].file, "/to/full");
-        }
-    }
+class VerifiedCopyToAFullDestination
+    : public VerifiedCopyTest,
+      public testing::WithParamInterface<std::tuple<TypeOfCopy, DestinationsOfCopy>> {};
+
+TEST_P(VerifiedCopyToAFullDestination, FailsItsVerification) {
+    const auto& [verification, destinations] = GetParam();
+    makeSource(patternedText(150'000));
+    streams.files["/to/full"].room = 70'000;
+    CopyObserver observer;
+    EXPECT_TRUE(copy(destinations.paths, verification.type, observer.delegate()));
+    const auto record = observer.record();
+    ASSERT_EQ(record.failures.size(), 1U);
+    EXPECT_EQ(record.failures[0].file, "/to/full");
 }
 
-TEST_F(VerifiedCopyTest, AShortReadBackHashesWhatTheBufferHeldBefore) {
+INSTANTIATE_TEST_SUITE_P(
+    , VerifiedCopyToAFullDestination,
+    testing::Combine(testing::ValuesIn(digestTypes),
+                     testing::Values(DestinationsOfCopy{{"Alone"}, {"/to/full"}},
+                                     DestinationsOfCopy{{"AfterAnother"}, {"/to/b", "/to/full"}},
+                                     DestinationsOfCopy{{"BeforeAnother"}, {"/to/full", "/to/b"}})),
+    nameOfCases);
+
+TEST_P(VerifiedCopyWithDigest, AShortReadBackHashesWhatTheBufferHeldBefore) {
     const auto content = patternedText(2 * chunk);
-    for (const auto type : digestTypes) {
-        makeSource(content);
-        streams.files["/to/a"].arriving = [](std::uint64_t position, std::size_t size) {
-            return position == chunk ? 1000 : size;
-        };
-        CopyObserver observer;
-        EXPECT_TRUE(copy({"/to/a"}, type, observer.delegate()));
-        const auto hashed = content.substr(0, chunk) + content.substr(chunk, 1000) +
-                            content.substr(1000, chunk - 1000);
-        const auto record = observer.record();
-        ASSERT_EQ(record.failures.size(), 1U);
-        EXPECT_EQ(record.failures[0].settings.at("destChecksum"), Value(*digestOf(type, hashed)));
-        EXPECT_TRUE(contentOf("/to/a") == content);
-    }
+    makeSource(content);
+    streams.files["/to/a"].arriving = [](std::uint64_t position, std::size_t size) {
+        return position == chunk ? 1000 : size;
+    };
+    CopyObserver observer;
+    EXPECT_TRUE(copy({"/to/a"}, GetParam().type, observer.delegate()));
+    const auto hashed =
+        content.substr(0, chunk) + content.substr(chunk, 1000) + content.substr(1000, chunk - 1000);
+    const auto record = observer.record();
+    ASSERT_EQ(record.failures.size(), 1U);
+    EXPECT_EQ(record.failures[0].settings.at("destChecksum"),
+              Value(*digestOf(GetParam().type, hashed)));
+    EXPECT_TRUE(contentOf("/to/a") == content);
 }
 
-TEST_F(VerifiedCopyTest, WhatCouldNotBeReadBackNeverPassesForVerified) {
-    const std::string zeros(3 * chunk, '\0');
-    for (const std::vector<std::string>& destinations :
-         {std::vector<std::string>{"/to/bad"}, {"/to/good", "/to/bad"}}) {
-        makeSource(zeros);
-        streams.files["/to/bad"].arriving = [](std::uint64_t position, std::size_t size) {
-            return position == chunk ? size - 1 : size;
-        };
-        CopyObserver observer;
-        EXPECT_TRUE(copy(destinations, VerificationType::sha256, observer.delegate()));
-        const auto record = observer.record();
-        ASSERT_EQ(record.failures.size(), 1U);
-        EXPECT_EQ(record.failures[0].file, "/to/bad");
-    }
+class VerifiedCopyThatCannotBeReadBack : public VerifiedCopyTest,
+                                         public testing::WithParamInterface<DestinationsOfCopy> {};
+
+TEST_P(VerifiedCopyThatCannotBeReadBack, NeverPassesForVerified) {
+    makeSource(std::string(3 * chunk, '\0'));
+    streams.files["/to/bad"].arriving = [](std::uint64_t position, std::size_t size) {
+        return position == chunk ? size - 1 : size;
+    };
+    CopyObserver observer;
+    EXPECT_TRUE(copy(GetParam().paths, VerificationType::sha256, observer.delegate()));
+    const auto record = observer.record();
+    ASSERT_EQ(record.failures.size(), 1U);
+    EXPECT_EQ(record.failures[0].file, "/to/bad");
 }
+
+INSTANTIATE_TEST_SUITE_P(, VerifiedCopyThatCannotBeReadBack,
+                         testing::Values(DestinationsOfCopy{{"Alone"}, {"/to/bad"}},
+                                         DestinationsOfCopy{{"AfterAnother"},
+                                                            {"/to/good", "/to/bad"}}),
+                         nameOfCase);
 
 TEST_F(VerifiedCopyTest, ADestinationThatCannotSeekGetsFiveLinesAChunkAndIsReadAllTheSame) {
     makeSource(patternedText(chunk + 100));
@@ -398,16 +455,22 @@ TEST_F(VerifiedCopyTest, WithAnotherTypeEveryChunkIsReadBack) {
     EXPECT_EQ(reads, 3);
 }
 
-TEST_F(VerifiedCopyTest, TheSourceIsReadOnceHoweverManyDestinationsThereAre) {
-    for (const std::vector<std::string>& destinations :
-         {std::vector<std::string>{"/to/a"}, {"/to/a", "/to/b", "/to/c"}}) {
-        int reads = 0;
-        describe({.content = patternedText(3 * chunk - 1), .beforeRead = [&reads] { ++reads; }},
-                 3 * chunk - 1);
-        EXPECT_TRUE(copy(destinations, VerificationType::sha256));
-        EXPECT_EQ(reads, 3);
-    }
+class SourceOfVerifiedCopy : public VerifiedCopyTest,
+                             public testing::WithParamInterface<DestinationsOfCopy> {};
+
+TEST_P(SourceOfVerifiedCopy, IsReadOnce) {
+    int reads = 0;
+    describe({.content = patternedText(3 * chunk - 1), .beforeRead = [&reads] { ++reads; }},
+             3 * chunk - 1);
+    EXPECT_TRUE(copy(GetParam().paths, VerificationType::sha256));
+    EXPECT_EQ(reads, 3);
 }
+
+INSTANTIATE_TEST_SUITE_P(, SourceOfVerifiedCopy,
+                         testing::Values(DestinationsOfCopy{{"ForOneDestination"}, {"/to/a"}},
+                                         DestinationsOfCopy{{"ForThreeDestinations"},
+                                                            {"/to/a", "/to/b", "/to/c"}}),
+                         nameOfCase);
 
 TEST_F(VerifiedCopyTest, ASourceThatShrinksFails) {
     describe({.content = patternedText(70'000)}, 70'001);
@@ -495,21 +558,28 @@ TEST_F(VerifiedCopyTest, ALargeFileIsReportedEveryFiveHundredth) {
     EXPECT_EQ(record.questions, 499);
 }
 
-TEST_F(VerifiedCopyTest, ADelegateThatAnswersFalseEndsTheCopyWithoutAWord) {
-    for (const auto type : {VerificationType::none, VerificationType::md5, otherType}) {
-        makeBottomlessSource(DescribedFile::unlimited, {"/to/a", "/to/b"});
-        fileSystem.attributes[source]->size = 0;
-        CopyObserver observer(false);
-        EXPECT_FALSE(copy({"/to/a", "/to/b"}, type, observer.delegate()));
-        const auto record = observer.record();
-        EXPECT_GE(record.questions, 1);
-        EXPECT_EQ(record.finished.size() + record.failures.size(), 0U);
-        EXPECT_EQ(streams.events.back(), "close /to/b");
-    }
+class VerifiedCopyAnsweredFalse : public VerifiedCopyTest,
+                                  public testing::WithParamInterface<TypeOfCopy> {};
+
+TEST_P(VerifiedCopyAnsweredFalse, EndsWithoutAWord) {
+    makeBottomlessSource(DescribedFile::unlimited, {"/to/a", "/to/b"});
+    fileSystem.attributes[source]->size = 0;
+    CopyObserver observer(false);
+    EXPECT_FALSE(copy({"/to/a", "/to/b"}, GetParam().type, observer.delegate()));
+    const auto record = observer.record();
+    EXPECT_GE(record.questions, 1);
+    EXPECT_EQ(record.finished.size() + record.failures.size(), 0U);
+    EXPECT_EQ(streams.events.back(), "close /to/b");
     EXPECT_EQ(console.systemLogLines(), Lines{});
     EXPECT_EQ(loggedLines(), Lines{});
     EXPECT_EQ(fileSystem.changes, Lines{});
 }
+
+INSTANTIATE_TEST_SUITE_P(, VerifiedCopyAnsweredFalse,
+                         testing::Values(TypeOfCopy{{"None"}, VerificationType::none},
+                                         TypeOfCopy{{"Md5"}, VerificationType::md5},
+                                         TypeOfCopy{{"Other"}, otherType}),
+                         nameOfCase);
 
 TEST_F(VerifiedCopyTest, ACancelledCopyLeavesPartialFiles) {
     describe({.bottomless = DescribedFile::unlimited}, 0);
@@ -658,37 +728,36 @@ TEST_F(VerifiedCopyTest, TheSettingsNameWhatIsCopied) {
     settings.clear();
 }
 
-TEST_F(VerifiedCopyTest, TheDigestsAreInTheSettingsOnceTheyAreKnown) {
+TEST_P(VerifiedCopyWithDigest, TheDigestsAreInTheSettingsOnceTheyAreKnown) {
+    const auto type = GetParam().type;
     const auto content = patternedText(100'000);
-    for (const auto type : digestTypes) {
-        makeSource(content);
-        streams.files["/to/b"].alter = changing(99'999);
-        streams.files["/to/c"].alter = changing(0);
-        CopyObserver observer;
-        auto firstBytes = std::make_shared<Value::Dictionary>();
-        observer.delegate()->fileCopyBytesWritten = [firstBytes](auto, const auto& settings) {
-            *firstBytes = settings->snapshot();
-            firstBytes->erase("delegate");
-        };
-        EXPECT_TRUE(copy({"/to/a", "/to/b", "/to/c"}, type, observer.delegate()));
-        const auto record = observer.record();
-        const Value good = *digestOf(type, content);
-        const Value last = *digestOf(type, contentOf("/to/b"));
-        const Value first = *digestOf(type, contentOf("/to/c"));
+    makeSource(content);
+    streams.files["/to/b"].alter = changing(99'999);
+    streams.files["/to/c"].alter = changing(0);
+    CopyObserver observer;
+    auto firstBytes = std::make_shared<Value::Dictionary>();
+    observer.delegate()->fileCopyBytesWritten = [firstBytes](auto, const auto& settings) {
+        *firstBytes = settings->snapshot();
+        firstBytes->erase("delegate");
+    };
+    EXPECT_TRUE(copy({"/to/a", "/to/b", "/to/c"}, type, observer.delegate()));
+    const auto record = observer.record();
+    const Value good = *digestOf(type, content);
+    const Value last = *digestOf(type, contentOf("/to/b"));
+    const Value first = *digestOf(type, contentOf("/to/c"));
 
-        EXPECT_EQ(firstBytes->size(), 3U);
-        ASSERT_EQ(record.failures.size(), 2U);
-        EXPECT_EQ(record.failures[0].file, "/to/b");
-        EXPECT_EQ(record.failures[0].settings.at("sourceChecksum"), good);
-        EXPECT_EQ(record.failures[0].settings.at("destChecksum"), last);
-        EXPECT_FALSE(record.failures[0].settings.contains("destChecksums"));
-        EXPECT_EQ(record.failures[1].file, "/to/c");
-        EXPECT_EQ(record.failures[1].settings.at("destChecksum"), first);
-        ASSERT_EQ(record.finished.size(), 1U);
-        EXPECT_EQ(record.finished[0].at("destChecksums"), Value(Value::Array{good, last, first}));
-        EXPECT_EQ(record.finished[0].at("destChecksum"), first);
-        EXPECT_EQ(record.finished[0].at("sourceChecksum"), good);
-    }
+    EXPECT_EQ(firstBytes->size(), 3U);
+    ASSERT_EQ(record.failures.size(), 2U);
+    EXPECT_EQ(record.failures[0].file, "/to/b");
+    EXPECT_EQ(record.failures[0].settings.at("sourceChecksum"), good);
+    EXPECT_EQ(record.failures[0].settings.at("destChecksum"), last);
+    EXPECT_FALSE(record.failures[0].settings.contains("destChecksums"));
+    EXPECT_EQ(record.failures[1].file, "/to/c");
+    EXPECT_EQ(record.failures[1].settings.at("destChecksum"), first);
+    ASSERT_EQ(record.finished.size(), 1U);
+    EXPECT_EQ(record.finished[0].at("destChecksums"), Value(Value::Array{good, last, first}));
+    EXPECT_EQ(record.finished[0].at("destChecksum"), first);
+    EXPECT_EQ(record.finished[0].at("sourceChecksum"), good);
 }
 
 TEST_F(VerifiedCopyTest, WithoutVerificationTheSettingsHoldNoDigests) {
@@ -698,20 +767,28 @@ TEST_F(VerifiedCopyTest, WithoutVerificationTheSettingsHoldNoDigests) {
     EXPECT_EQ(observer.record().finished[0].size(), 3U);
 }
 
-TEST_F(VerifiedCopyTest, WithAnotherTypeEveryDestinationCountsAsFailed) {
-    for (const int number : {7, 5, -1, 1000}) {
-        makeSource("content");
-        CopyObserver observer;
-        EXPECT_TRUE(copy({"/to/a", "/to/b"}, VerificationType{number}, observer.delegate()));
-        const auto record = observer.record();
-        ASSERT_EQ(record.failures.size(), 2U);
-        EXPECT_EQ(record.failures[0].file, "/to/a");
-        EXPECT_EQ(record.failures[1].file, "/to/b");
-        EXPECT_FALSE(record.failures[1].settings.contains("destChecksum"));
-        EXPECT_FALSE(record.finished[0].contains("sourceChecksum"));
-        EXPECT_EQ(record.finished[0].at("destChecksums"), Value(Value::Array{}));
-    }
+class VerifiedCopyOfAnotherType : public VerifiedCopyTest,
+                                  public testing::WithParamInterface<TypeOfCopy> {};
+
+TEST_P(VerifiedCopyOfAnotherType, CountsEveryDestinationAsFailed) {
+    makeSource("content");
+    CopyObserver observer;
+    EXPECT_TRUE(copy({"/to/a", "/to/b"}, GetParam().type, observer.delegate()));
+    const auto record = observer.record();
+    ASSERT_EQ(record.failures.size(), 2U);
+    EXPECT_EQ(record.failures[0].file, "/to/a");
+    EXPECT_EQ(record.failures[1].file, "/to/b");
+    EXPECT_FALSE(record.failures[1].settings.contains("destChecksum"));
+    EXPECT_FALSE(record.finished[0].contains("sourceChecksum"));
+    EXPECT_EQ(record.finished[0].at("destChecksums"), Value(Value::Array{}));
 }
+
+INSTANTIATE_TEST_SUITE_P(, VerifiedCopyOfAnotherType,
+                         testing::Values(TypeOfCopy{{"Seven"}, VerificationType{7}},
+                                         TypeOfCopy{{"Five"}, VerificationType{5}},
+                                         TypeOfCopy{{"MinusOne"}, VerificationType{-1}},
+                                         TypeOfCopy{{"Thousand"}, VerificationType{1000}}),
+                         nameOfCase);
 
 TEST_F(VerifiedCopyTest, NobodyHasToListenToAFailedVerification) {
     makeSource("content");
@@ -763,16 +840,21 @@ TEST_F(VerifiedCopyTest, AMediumThatAltersTheDataIsToldAndTheCopyStillSucceeds) 
 
 // The medium.
 
-TEST_F(VerifiedCopyTest, AVerifiedDestinationIsWrittenThroughBeforeItIsClosed) {
-    for (const auto type : {VerificationType::md5, otherType}) {
-        streams.events.clear();
-        makeSource("content");
-        EXPECT_TRUE(copy({"/to/b", "/to/a"}, type));
-        EXPECT_EQ(streams.events,
-                  (Lines{"open /from/source", "open /to/b", "open /to/a", "sync /to/b",
-                         "sync /to/a", "close /from/source", "close /to/b", "close /to/a"}));
-    }
+class VerifiedDestination : public VerifiedCopyTest,
+                            public testing::WithParamInterface<TypeOfCopy> {};
+
+TEST_P(VerifiedDestination, IsWrittenThroughBeforeItIsClosed) {
+    makeSource("content");
+    EXPECT_TRUE(copy({"/to/b", "/to/a"}, GetParam().type));
+    EXPECT_EQ(streams.events,
+              (Lines{"open /from/source", "open /to/b", "open /to/a", "sync /to/b", "sync /to/a",
+                     "close /from/source", "close /to/b", "close /to/a"}));
 }
+
+INSTANTIATE_TEST_SUITE_P(, VerifiedDestination,
+                         testing::Values(TypeOfCopy{{"Md5"}, VerificationType::md5},
+                                         TypeOfCopy{{"Other"}, otherType}),
+                         nameOfCase);
 
 TEST_F(VerifiedCopyTest, AMediumThatTakesNotEverythingIsToldAsADifference) {
     makeSource("content");
@@ -797,32 +879,42 @@ TEST_F(VerifiedCopyTest, ACancelledCopyWaitsForNoMedium) {
     EXPECT_EQ(std::ranges::count(streams.events, "sync /to/a"), 0);
 }
 
-TEST_F(VerifiedCopyTest, WhatTheMediumMadeOfTheDataShowsOnlyInASecondRead) {
-    const auto content = patternedText(200'000);
-    const auto flip = [](std::string& kept) { kept[150'000] ^= 1; };
-    const auto shorten = [](std::string& kept) { kept.resize(kept.size() - 1); };
-    const auto lengthen = [](std::string& kept) { kept += '\0'; };
-    for (const auto type : digestTypes) {
-        for (const std::function<void(std::string&)>& change :
-             {std::function<void(std::string&)>(flip), {shorten}, {lengthen}}) {
-            makeSource(content);
-            streams.files["/to/b"].keepOnMedium = change;
-            CopyObserver cursory;
-            EXPECT_TRUE(copy({"/to/a", "/to/b"}, type, cursory.delegate()));
-            EXPECT_EQ(cursory.record().failures.size(), 0U);
+/// What a medium makes of the data that it keeps.
+struct ChangeOnMedium : NamedCase {
+    void (*change)(std::string&);
+};
 
-            CopyObserver thorough;
-            const auto result = copyFromMedium({"/to/a", "/to/b"}, type, thorough.delegate());
-            EXPECT_TRUE(result.succeeded);
-            EXPECT_EQ(result.outcomes,
-                      (Outcomes{FileCopyOutcome::copied, FileCopyOutcome::different}));
-            const auto record = thorough.record();
-            ASSERT_EQ(record.failures.size(), 1U);
-            EXPECT_EQ(record.failures[0].settings.at("destChecksum"),
-                      Value(*digestOf(type, contentOf("/to/b"))));
-        }
-    }
+class VerifiedCopyChangedOnMedium
+    : public VerifiedCopyTest,
+      public testing::WithParamInterface<std::tuple<TypeOfCopy, ChangeOnMedium>> {};
+
+TEST_P(VerifiedCopyChangedOnMedium, ShowsOnlyInASecondRead) {
+    const auto type = std::get<TypeOfCopy>(GetParam()).type;
+    makeSource(patternedText(200'000));
+    streams.files["/to/b"].keepOnMedium = std::get<ChangeOnMedium>(GetParam()).change;
+    CopyObserver cursory;
+    EXPECT_TRUE(copy({"/to/a", "/to/b"}, type, cursory.delegate()));
+    EXPECT_EQ(cursory.record().failures.size(), 0U);
+
+    CopyObserver thorough;
+    const auto result = copyFromMedium({"/to/a", "/to/b"}, type, thorough.delegate());
+    EXPECT_TRUE(result.succeeded);
+    EXPECT_EQ(result.outcomes, (Outcomes{FileCopyOutcome::copied, FileCopyOutcome::different}));
+    const auto record = thorough.record();
+    ASSERT_EQ(record.failures.size(), 1U);
+    EXPECT_EQ(record.failures[0].settings.at("destChecksum"),
+              Value(*digestOf(type, contentOf("/to/b"))));
 }
+
+INSTANTIATE_TEST_SUITE_P(
+    , VerifiedCopyChangedOnMedium,
+    testing::Combine(
+        testing::ValuesIn(digestTypes),
+        testing::Values(ChangeOnMedium{{"Flipped"}, [](std::string& kept) { kept[150'000] ^= 1; }},
+                        ChangeOnMedium{{"Shortened"},
+                                       [](std::string& kept) { kept.resize(kept.size() - 1); }},
+                        ChangeOnMedium{{"Lengthened"}, [](std::string& kept) { kept += '\0'; }})),
+    nameOfCases);
 
 TEST_F(VerifiedCopyTest, AMediumThatCannotBeReadAgainFails) {
     makeSource("content");
@@ -835,15 +927,21 @@ TEST_F(VerifiedCopyTest, AMediumThatCannotBeReadAgainFails) {
     EXPECT_EQ(result.outcomes, (Outcomes{FileCopyOutcome::different, FileCopyOutcome::different}));
 }
 
-TEST_F(VerifiedCopyTest, NothingIsReadAgainWithoutDigests) {
-    for (const auto type : {VerificationType::none, otherType}) {
-        makeSource("content");
-        bool forgotten = false;
-        streams.files["/to/a"].keepOnMedium = [&](std::string& /*kept*/) { forgotten = true; };
-        EXPECT_TRUE(copyFromMedium({"/to/a"}, type).succeeded);
-        EXPECT_FALSE(forgotten);
-    }
+class VerifiedCopyWithoutDigests : public VerifiedCopyTest,
+                                   public testing::WithParamInterface<TypeOfCopy> {};
+
+TEST_P(VerifiedCopyWithoutDigests, IsNotReadAgain) {
+    makeSource("content");
+    bool forgotten = false;
+    streams.files["/to/a"].keepOnMedium = [&](std::string& /*kept*/) { forgotten = true; };
+    EXPECT_TRUE(copyFromMedium({"/to/a"}, GetParam().type).succeeded);
+    EXPECT_FALSE(forgotten);
 }
+
+INSTANTIATE_TEST_SUITE_P(, VerifiedCopyWithoutDigests,
+                         testing::Values(TypeOfCopy{{"None"}, VerificationType::none},
+                                         TypeOfCopy{{"Other"}, otherType}),
+                         nameOfCase);
 
 // What became of each destination.
 
@@ -869,19 +967,29 @@ TEST_F(VerifiedCopyTest, AnUnverifiedDestinationHasOnlyToTakeEverything) {
     EXPECT_EQ(result.outcomes, (Outcomes{FileCopyOutcome::notWritten, FileCopyOutcome::copied}));
 }
 
-TEST_F(VerifiedCopyTest, TheDestinationThatEndsACopyIsUnreachable) {
+struct EndOfCopy : NamedCase {
+    const char* path;
+};
+
+class DestinationThatEndsACopy : public VerifiedCopyTest,
+                                 public testing::WithParamInterface<EndOfCopy> {};
+
+TEST_P(DestinationThatEndsACopy, IsUnreachable) {
     makeSource("content");
     streams.files["/to/closed"].opens = false;
     streams.files["/to/full of ink"].empties = false;
     fileSystem.failures["create /bad"] = {.localizedDescription = "It may not be."};
-    for (const auto* path : {"/to/closed", "/to/full of ink", "/bad/c"}) {
-        const auto result = copyWithResult({"/to/a", path, "/to/b"}, {});
-        EXPECT_FALSE(result.succeeded);
-        EXPECT_EQ(result.outcomes,
-                  (Outcomes{FileCopyOutcome::incomplete, FileCopyOutcome::unreachable,
-                            FileCopyOutcome::incomplete}));
-    }
+    const auto result = copyWithResult({"/to/a", GetParam().path, "/to/b"}, {});
+    EXPECT_FALSE(result.succeeded);
+    EXPECT_EQ(result.outcomes, (Outcomes{FileCopyOutcome::incomplete, FileCopyOutcome::unreachable,
+                                         FileCopyOutcome::incomplete}));
 }
+
+INSTANTIATE_TEST_SUITE_P(, DestinationThatEndsACopy,
+                         testing::Values(EndOfCopy{{"NotOpened"}, "/to/closed"},
+                                         EndOfCopy{{"NotEmptied"}, "/to/full of ink"},
+                                         EndOfCopy{{"WithoutDirectory"}, "/bad/c"}),
+                         nameOfCase);
 
 // Filled aside, and with the source's metadata.
 
@@ -1010,3 +1118,5 @@ TEST_F(VerifiedCopyTest, NamesThatLookLikeFormatsAreNone) {
     EXPECT_TRUE(copy({"/to/%@%n%s 100%"}));
     EXPECT_EQ(console.systemLogLines(), Lines{"Error writing file /to/%@%n%s 100%: 1"});
 }
+
+} // namespace

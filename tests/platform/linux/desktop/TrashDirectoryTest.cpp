@@ -3,6 +3,7 @@
 #include "tests/platform/linux/RunChild.h"
 #include "tests/platform/linux/desktop/TrashPairs.h"
 #include "tests/platform/linux/files/Faults.h"
+#include "tests/support/NamedCase.h"
 #include "tests/support/TemporaryDirectory.h"
 #include "tests/support/TreeDescription.h"
 
@@ -18,6 +19,7 @@
 #include <climits>
 #include <filesystem>
 #include <future>
+#include <tuple>
 
 namespace fs = std::filesystem;
 
@@ -312,66 +314,88 @@ protected:
     /// A move to another volume has too many calls to try each.
     static int strideAfter(const std::string& before) { return before.empty() ? 1 : 5; }
 
-    /// Makes the rename of the item fail as if it led to another volume; the first is that of the
-    /// trashinfo.
-    const std::string otherVolumeThan = "renameat2:2:" + std::to_string(EXDEV) + ',';
-
     MemoryDirectory home;
     std::string item = home / "items/item";
     std::string trash = home / ".local/share/Trash";
     std::vector<std::string> whole;
 };
 
-TEST_F(TrashFaults, LeaveTheItemWholeAndNoClaimBehind) {
-    for (const int number : {ENOSPC, EACCES}) {
-        for (const auto& before : {std::string(), otherVolumeThan}) {
-            for (int count = 1;; count += strideAfter(before)) {
-                makeItem();
-                const auto outcome = recycle(before + any(count, std::to_string(number)));
-                const bool moved = outcome.output.starts_with("ok\n");
-                const auto there = description(trash + "/files/item");
-                EXPECT_TRUE(moved ? there.size() == whole.size()
-                                  : description(item) == whole || there == whole)
-                    << outcome.output;
-                EXPECT_TRUE(strayIn(trash).empty() || !moved) << outcome.output;
-                if (HasFailure()) {
-                    FAIL() << before << " call " << count << ", " << number;
-                }
-                const auto expected = before.empty() ? "faults: 1" : "faults: 2";
-                if (outcome.output.find(expected) == std::string::npos && count > 20) {
-                    break;
-                }
-            }
+/// A fault that comes before the others, with a comma behind it; or empty.
+struct FormerFault : NamedCase {
+    std::string fault;
+};
+
+const FormerFault onOneVolume{{"OnOneVolume"}, ""};
+
+/// Makes the rename of the item fail as if it led to another volume; the first is that of the
+/// trashinfo.
+const FormerFault ontoAnotherVolume{{"OntoAnotherVolume"},
+                                    "renameat2:2:" + std::to_string(EXDEV) + ','};
+
+struct FailureNumber : NamedCase {
+    int number;
+};
+
+class TrashFaultsOfEveryCall
+    : public TrashFaults,
+      public testing::WithParamInterface<std::tuple<FailureNumber, FormerFault>> {};
+
+TEST_P(TrashFaultsOfEveryCall, LeaveTheItemWholeAndNoClaimBehind) {
+    const auto number = std::get<FailureNumber>(GetParam()).number;
+    const auto& before = std::get<FormerFault>(GetParam()).fault;
+    const auto* expected = before.empty() ? "faults: 1" : "faults: 2";
+    for (int count = 1;; count += strideAfter(before)) {
+        makeItem();
+        const auto outcome = recycle(before + any(count, std::to_string(number)));
+        const bool moved = outcome.output.starts_with("ok\n");
+        const auto there = description(trash + "/files/item");
+        EXPECT_TRUE(moved ? there.size() == whole.size()
+                          : description(item) == whole || there == whole)
+            << outcome.output;
+        EXPECT_TRUE(strayIn(trash).empty() || !moved) << outcome.output;
+        ASSERT_FALSE(HasFailure()) << "call " << count;
+        if (outcome.output.find(expected) == std::string::npos && count > 20) {
+            break;
         }
     }
 }
 
-TEST_F(TrashFaults, OfAKillAreGoneAfterTheNextRun) {
-    for (const auto& before : {std::string(), otherVolumeThan}) {
-        int count = 1;
-        for (makeItem(); recycle(before + any(count, "kill")).status == -1;
-             count += strideAfter(before)) {
-            const auto killed = strayIn(trash);
-            const bool isWhole =
-                description(item) == whole || description(trash + "/files/item") == whole;
-            EXPECT_TRUE(isWhole) << before << "call " << count;
-            EXPECT_EQ(std::count_if(killed.begin(), killed.end(),
-                                    [](const auto& stray) {
-                                        return stray.starts_with("item ") &&
-                                               !stray.starts_with("item .qf-");
-                                    }),
-                      0)
-                << before << "call " << count;
+INSTANTIATE_TEST_SUITE_P(, TrashFaultsOfEveryCall,
+                         testing::Combine(testing::Values(FailureNumber{{"NoSpace"}, ENOSPC},
+                                                          FailureNumber{{"NoPermission"}, EACCES}),
+                                          testing::Values(onOneVolume, ontoAnotherVolume)),
+                         nameOfCases);
 
-            fs::create_directories(home / "items/item");
-            EXPECT_EQ(recycle("").output, "ok\n");
+class TrashFaultsOfAKill : public TrashFaults, public testing::WithParamInterface<FormerFault> {};
 
-            EXPECT_EQ(strayIn(trash), nothing) << before << "call " << count;
-            makeItem();
-        }
-        EXPECT_GT(count, 10) << "there is hardly any call that could be the last";
+TEST_P(TrashFaultsOfAKill, AreGoneAfterTheNextRun) {
+    const auto& before = GetParam().fault;
+    int count = 1;
+    for (makeItem(); recycle(before + any(count, "kill")).status == -1;
+         count += strideAfter(before)) {
+        const auto killed = strayIn(trash);
+        const bool isWhole =
+            description(item) == whole || description(trash + "/files/item") == whole;
+        EXPECT_TRUE(isWhole) << "call " << count;
+        EXPECT_EQ(std::count_if(killed.begin(), killed.end(),
+                                [](const auto& stray) {
+                                    return stray.starts_with("item ") &&
+                                           !stray.starts_with("item .qf-");
+                                }),
+                  0)
+            << "call " << count;
+
+        fs::create_directories(home / "items/item");
+        EXPECT_EQ(recycle("").output, "ok\n");
+
+        EXPECT_EQ(strayIn(trash), nothing) << "call " << count;
+        makeItem();
     }
+    EXPECT_GT(count, 10) << "there is hardly any call that could be the last";
 }
+
+INSTANTIATE_TEST_SUITE_P(, TrashFaultsOfAKill, testing::Values(onOneVolume, ontoAnotherVolume),
+                         nameOfCase);
 
 TEST_F(TrashFaults, OfTheDiskLetNoItemComeWithoutItsTrashinfo) {
     makeItem();
@@ -416,20 +440,30 @@ TEST_F(TrashFaults, OfAKillAfterAnAnnouncementAreGoneAfterTheNextRun) {
     EXPECT_GT(count, 10) << "there is hardly any call that could be the last";
 }
 
-TEST_F(TrashFaults, OfLocksLeaveAbandonedNamesToTheirAge) {
+struct AgeOfAName : NamedCase {
+    std::chrono::hours age;
+    bool isKept;
+};
+
+class TrashFaultsOfLocks : public TrashFaults, public testing::WithParamInterface<AgeOfAName> {};
+
+TEST_P(TrashFaultsOfLocks, LeaveAbandonedNamesToTheirAge) {
+    makeItem();
+    const TemporaryDirectory notes;
     fs::create_directories(trash + "/info");
-    for (const auto& age : {std::chrono::hours(1), std::chrono::hours(25)}) {
-        makeItem();
-        const TemporaryDirectory notes;
-        fs::create_directories(trash + "/info");
-        const auto claimed = trash + "/info/x.trashinfo";
-        fs::copy_file(notes.write("x", trashinfoText("/x", Mover::self)), claimed);
-        fs::last_write_time(claimed, fs::file_time_type::clock::now() - age);
+    const auto claimed = trash + "/info/x.trashinfo";
+    fs::copy_file(notes.write("x", trashinfoText("/x", Mover::self)), claimed);
+    fs::last_write_time(claimed, fs::file_time_type::clock::now() - GetParam().age);
 
-        EXPECT_TRUE(recycle("flock:1:" + std::to_string(ENOLCK)).output.starts_with("ok\n"));
+    EXPECT_TRUE(recycle("flock:1:" + std::to_string(ENOLCK)).output.starts_with("ok\n"));
 
-        EXPECT_EQ(exists(claimed), age < std::chrono::hours(24));
-    }
+    EXPECT_EQ(exists(claimed), GetParam().isKept);
 }
+
+INSTANTIATE_TEST_SUITE_P(, TrashFaultsOfLocks,
+                         testing::Values(AgeOfAName{{"AnHour"}, std::chrono::hours(1), true},
+                                         AgeOfAName{
+                                             {"MoreThanADay"}, std::chrono::hours(25), false}),
+                         nameOfCase);
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "tests/platform/linux/RunChild.h"
 #include "tests/platform/linux/desktop/TrashPairs.h"
+#include "tests/support/NamedCase.h"
 #include "tests/support/TemporaryDirectory.h"
 
 #include <fcntl.h>
@@ -71,8 +72,6 @@ protected:
 
 const std::string noPermission =
     "couldn’t be moved to the Trash because you don’t have permission.";
-
-} // namespace
 
 TEST_F(Trash, BecomesALinkToTheDesktopsTrash) {
     home.write("items/a.txt", "content");
@@ -148,19 +147,32 @@ TEST_F(Trash, IsListedAndRestoredByOtherTools) {
     EXPECT_FALSE(exists(note("a b.txt")));
 }
 
-TEST_F(Trash, KeepsAnItemThatIsInItAlready) {
+/// A directory, relative to the home.
+struct DirectoryOfTheHome : NamedCase {
+    const char* directory;
+};
+
+class TrashedAlready : public Trash, public testing::WithParamInterface<DirectoryOfTheHome> {};
+
+TEST_P(TrashedAlready, IsKept) {
     home.write("items/a.txt", "content");
     ASSERT_EQ(recycle("a.txt").output, "ok\n");
     const auto before = contentOf(note("a.txt"));
 
-    for (const auto& directory : {trash, home / ".local/share/Trash/files"}) {
-        EXPECT_EQ(runChild({"recycle", directory, trash, "a.txt"}, environment).output, "ok\n");
-    }
+    EXPECT_EQ(
+        runChild({"recycle", home / GetParam().directory, trash, "a.txt"}, environment).output,
+        "ok\n");
 
     EXPECT_EQ(contentOf(files("a.txt")), "content");
     EXPECT_EQ(contentOf(note("a.txt")), before);
     EXPECT_EQ(strayIn(home / ".local/share/Trash"), std::vector<std::string>());
 }
+
+INSTANTIATE_TEST_SUITE_P(, TrashedAlready,
+                         testing::Values(DirectoryOfTheHome{{"ThroughTheLink"}, ".Trash"},
+                                         DirectoryOfTheHome{{"WhereTheLinkLeads"},
+                                                            ".local/share/Trash/files"}),
+                         nameOfCase);
 
 TEST_F(Trash, TellsTheNameThatAnItemGot) {
     for (const auto* name : {"a.txt", "a.2.txt"}) {
@@ -220,17 +232,29 @@ TEST_F(Trash, ReplacesNothingThatCameAfterTheAnnouncement) {
     EXPECT_NE(contentOf(note("a.2.txt")).find("Path=" + items + "/a.txt\n"), std::string::npos);
 }
 
-TEST_F(Trash, WritesTheTrashinfoAgainThatOthersDeletedAfterTheAnnouncement) {
-    for (const auto* deletion : {"rm info/a.txt.trashinfo", "rm -r info", "rm -r ../Trash"}) {
-        fs::remove_all(home / ".local");
-        home.write("items/a.txt");
+/// A shell command that deletes a trashinfo from inside the home trash.
+struct TrashinfoDeletion : NamedCase {
+    const char* command;
+};
 
-        ASSERT_EQ(recycleAnnounced({"a.txt"}, deletion).output, "ok\n");
+class TrashinfoDeletedAfterTheAnnouncement : public Trash,
+                                             public testing::WithParamInterface<TrashinfoDeletion> {
+};
 
-        EXPECT_TRUE(exists(files("a.txt"))) << deletion;
-        EXPECT_TRUE(exists(note("a.txt"))) << deletion;
-    }
+TEST_P(TrashinfoDeletedAfterTheAnnouncement, IsWrittenAgain) {
+    home.write("items/a.txt");
+
+    ASSERT_EQ(recycleAnnounced({"a.txt"}, GetParam().command).output, "ok\n");
+
+    EXPECT_TRUE(exists(files("a.txt")));
+    EXPECT_TRUE(exists(note("a.txt")));
 }
+
+INSTANTIATE_TEST_SUITE_P(, TrashinfoDeletedAfterTheAnnouncement,
+                         testing::Values(TrashinfoDeletion{{"Alone"}, "rm info/a.txt.trashinfo"},
+                                         TrashinfoDeletion{{"WithItsDirectory"}, "rm -r info"},
+                                         TrashinfoDeletion{{"WithTheTrash"}, "rm -r ../Trash"}),
+                         nameOfCase);
 
 TEST_F(Trash, KeepsNoTrashinfoOfAnAnnouncedItemThatDidNotCome) {
     home.write("items/a.txt");
@@ -278,19 +302,27 @@ TEST_F(Trash, PreparesNothingInARealDirectory) {
     EXPECT_FALSE(exists(home / ".local"));
 }
 
-TEST_F(Trash, IsMadeAgainWhenItIsDeletedBetweenTwoItems) {
-    for (const auto* deleted : {"", "/files", "/info"}) {
-        fs::remove_all(home / ".local");
-        for (const auto* name : {"a", "c"}) {
-            home.write(std::string("items/") + name);
-        }
-        const auto directory = home / ".local/share/Trash" + deleted;
-        EXPECT_EQ(runChild({"recycle-around", items, trash, directory}, environment).output,
-                  "ok\n");
-        EXPECT_TRUE(exists(files("c"))) << deleted;
-        EXPECT_TRUE(exists(note("c"))) << deleted;
-    }
+class TrashDeletedBetweenTwoItems : public Trash,
+                                    public testing::WithParamInterface<DirectoryOfTheHome> {};
+
+TEST_P(TrashDeletedBetweenTwoItems, IsMadeAgain) {
+    home.write("items/a");
+    home.write("items/c");
+
+    EXPECT_EQ(
+        runChild({"recycle-around", items, trash, home / GetParam().directory}, environment).output,
+        "ok\n");
+
+    EXPECT_TRUE(exists(files("c")));
+    EXPECT_TRUE(exists(note("c")));
 }
+
+INSTANTIATE_TEST_SUITE_P(, TrashDeletedBetweenTwoItems,
+                         testing::Values(DirectoryOfTheHome{{"Whole"}, ".local/share/Trash"},
+                                         DirectoryOfTheHome{{"Files"}, ".local/share/Trash/files"},
+                                         DirectoryOfTheHome{{"Trashinfos"},
+                                                            ".local/share/Trash/info"}),
+                         nameOfCase);
 
 TEST_F(Trash, TakesAPartOfAFolderThatIsInIt) {
     home.write("items/folder/a.txt", "content");
@@ -314,22 +346,41 @@ TEST_F(Trash, IsStillUsableOnceTheDataDirectoryDiffers) {
     EXPECT_TRUE(exists(files("a.txt")));
 }
 
-TEST_F(Trash, TakesNoFolderWithAVolumeMountedInside) {
+/// A Trash that is the link to the desktop's, or a real directory.
+struct KindOfTrash : NamedCase {
+    bool isLink;
+};
+
+class TrashOfEitherKind : public Trash, public testing::WithParamInterface<KindOfTrash> {};
+
+TEST_P(TrashOfEitherKind, TakesNoFolderWithAVolumeMountedInside) {
     if (const auto reason = whyNoMounts(); !reason.empty()) {
         GTEST_SKIP() << reason;
     }
-    home.makeDirectory("items/folder/inner/volume");
-    const auto volume = items + "/folder/inner/volume";
-    const std::string sentence =
-        "16 “folder” couldn’t be moved to the Trash because a volume is mounted inside it.\n";
-    for (const bool isLink : {true, false}) {
-        if (!isLink) {
-            fs::remove(trash);
-            fs::create_directory(trash);
-        }
-        EXPECT_EQ(recycle("folder", withMountOn(volume, "size=64k")).output, sentence);
-        EXPECT_TRUE(exists(volume));
+    const auto volume = home.makeDirectory("items/folder/inner/volume");
+    if (!GetParam().isLink) {
+        fs::create_directory(trash);
     }
+
+    EXPECT_EQ(
+        recycle("folder", withMountOn(volume, "size=64k")).output,
+        "16 “folder” couldn’t be moved to the Trash because a volume is mounted inside it.\n");
+
+    EXPECT_TRUE(exists(volume));
+}
+
+INSTANTIATE_TEST_SUITE_P(, TrashOfEitherKind,
+                         testing::Values(KindOfTrash{{"Link"}, true},
+                                         KindOfTrash{{"RealDirectory"}, false}),
+                         nameOfCase);
+
+TEST_F(Trash, ThatIsARealDirectoryTakesNoMountedVolume) {
+    if (const auto reason = whyNoMounts(); !reason.empty()) {
+        GTEST_SKIP() << reason;
+    }
+    const auto volume = home.makeDirectory("items/folder/inner/volume");
+    fs::create_directory(trash);
+
     EXPECT_EQ(runChild({"recycle", items + "/folder/inner", trash, "volume"}, environment,
                        withMountOn(volume, "size=64k"))
                   .status,
@@ -587,13 +638,25 @@ TEST_F(Trash, TakesNothingThatIsNotThere) {
     EXPECT_FALSE(exists(trash));
 }
 
-TEST_F(Trash, TakesNothingButAnEntryOfADirectory) {
+struct NoEntry : NamedCase {
+    const char* path;
+};
+
+class TrashOfNoEntry : public Trash, public testing::WithParamInterface<NoEntry> {};
+
+TEST_P(TrashOfNoEntry, TakesNothing) {
     home.write("items/sub/a.txt");
-    for (const auto* name : {"", ".", "..", "sub/a.txt"}) {
-        EXPECT_EQ(recycle(name).status, 1) << name;
-    }
+
+    EXPECT_EQ(recycle(GetParam().path).status, 1);
+
     EXPECT_TRUE(exists(items + "/sub/a.txt"));
 }
+
+INSTANTIATE_TEST_SUITE_P(, TrashOfNoEntry,
+                         testing::Values(NoEntry{{"Empty"}, ""}, NoEntry{{"DirectoryItself"}, "."},
+                                         NoEntry{{"Parent"}, ".."},
+                                         NoEntry{{"FurtherBelow"}, "sub/a.txt"}),
+                         nameOfCase);
 
 TEST_F(Trash, TakesNotItself) {
     home.makeDirectory(".Trash");
@@ -658,23 +721,27 @@ TEST_F(Trash, ThatIsARealDirectoryOnAnotherVolumeTakesACopy) {
     EXPECT_TRUE(fs::is_empty(items));
 }
 
-TEST_F(Trash, ThatIsFullTakesNothing) {
+class TrashOnAFullVolume : public Trash, public testing::WithParamInterface<DirectoryOfTheHome> {};
+
+TEST_P(TrashOnAFullVolume, TakesNothing) {
     if (const auto reason = whyNoMounts(); !reason.empty()) {
         GTEST_SKIP() << reason;
     }
-    home.makeDirectory(".Trash");
-    home.makeDirectory(".local");
+    const auto directory = home.makeDirectory(GetParam().directory);
     home.write("items/a.txt", std::string(200000, 'x'));
-    const std::string sentence =
-        "28 “a.txt” couldn’t be moved to the Trash because the volume is full.\n";
-    for (const auto& directory : {trash, home / ".local"}) {
-        const auto outcome = recycle("a.txt", withMountOn(directory, "size=100k"));
 
-        EXPECT_TRUE(outcome.output.starts_with(sentence)) << outcome.output;
-        EXPECT_EQ(contentOf(items + "/a.txt").size(), 200000U);
-        fs::remove(trash);
-    }
+    const auto outcome = recycle("a.txt", withMountOn(directory, "size=100k"));
+
+    EXPECT_TRUE(outcome.output.starts_with(
+        "28 “a.txt” couldn’t be moved to the Trash because the volume is full.\n"))
+        << outcome.output;
+    EXPECT_EQ(contentOf(items + "/a.txt").size(), 200000U);
 }
+
+INSTANTIATE_TEST_SUITE_P(, TrashOnAFullVolume,
+                         testing::Values(DirectoryOfTheHome{{"RealDirectory"}, ".Trash"},
+                                         DirectoryOfTheHome{{"Link"}, ".local"}),
+                         nameOfCase);
 
 TEST_F(Trash, TakesACopyOfWhatABindMountKeepsFromIt) {
     if (const auto reason = whyNoMounts(); !reason.empty()) {
@@ -737,3 +804,5 @@ TEST_F(Trash, LeavesWholeWhatIsOnAReadOnlyVolume) {
     EXPECT_EQ(contentOf(items + "/a.txt"), "whole");
     EXPECT_FALSE(exists(note("a.txt")));
 }
+
+} // namespace

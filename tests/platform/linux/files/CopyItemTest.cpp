@@ -1,6 +1,8 @@
 #include "tests/platform/linux/RunChild.h"
 #include "tests/platform/linux/files/Faults.h"
 #include "tests/platform/linux/files/FileSystemOnDisk.h"
+#include "tests/support/CasePath.h"
+#include "tests/support/NamedCase.h"
 #include "tests/support/ScopedLimit.h"
 #include "tests/support/Sentence.h"
 #include "tests/support/TemporaryDirectory.h"
@@ -38,7 +40,9 @@ bool makeNullDevice(const std::string& path) {
 
 constexpr const char* noDevices = "no device can be made in temporary folders";
 
-} // namespace
+struct ItemToCopy : NamedCase {
+    const char* item;
+};
 
 TEST(CopyItem, CopiesAFileWithAllThatIsKnownOfIt) {
     const TemporaryDirectory directory;
@@ -95,23 +99,31 @@ TEST(CopyItem, CopiesALinkItself) {
     EXPECT_EQ(fs::read_symlink(directory / "copy of broken"), "missing");
 }
 
-TEST(CopyItem, ReplacesNothing) {
+class CopyItemOntoAnother : public testing::TestWithParam<ItemToCopy> {};
+
+TEST_P(CopyItemOntoAnother, ReplacesNothing) {
     const TemporaryDirectory directory;
     const auto source = directory.write("source", "new");
     directory.write("file", "old");
     directory.makeDirectory("folder");
     ASSERT_EQ(::symlink("missing", (directory / "broken").c_str()), 0);
 
-    for (const auto* name : {"file", "folder", "broken", "source"}) {
-        const auto copied = fileSystem.copyItem(source, directory / name);
-        ASSERT_FALSE(copied) << name;
-        EXPECT_EQ(copied.error().code, EEXIST);
-        EXPECT_EQ(copied.error().localizedDescription,
-                  "“source” couldn’t be copied because an item with the same name already exists.");
-    }
+    const auto copied = fileSystem.copyItem(source, directory / GetParam().item);
+
+    ASSERT_FALSE(copied);
+    EXPECT_EQ(copied.error().code, EEXIST);
+    EXPECT_EQ(copied.error().localizedDescription,
+              "“source” couldn’t be copied because an item with the same name already exists.");
     EXPECT_EQ(contentOf(directory / "file"), "old");
     EXPECT_EQ(contentOf(source), "new");
 }
+
+INSTANTIATE_TEST_SUITE_P(, CopyItemOntoAnother,
+                         testing::Values(ItemToCopy{{"File"}, "file"},
+                                         ItemToCopy{{"Directory"}, "folder"},
+                                         ItemToCopy{{"BrokenLink"}, "broken"},
+                                         ItemToCopy{{"Itself"}, "source"}),
+                         nameOfCase);
 
 TEST(CopyItem, KeepsOwnersModesAndTheBitsBeyondPermissions) {
     if (::geteuid() != 0) {
@@ -143,7 +155,9 @@ TEST(CopyItem, LetsNobodyElsesFileRunAsItsCopier) {
     EXPECT_EQ(statusOf(directory / "copy").st_uid, 65534U);
 }
 
-TEST(CopyItem, KeepsAccessControlLists) {
+class CopyItemWithAccessControlList : public testing::TestWithParam<ItemToCopy> {};
+
+TEST_P(CopyItemWithAccessControlList, KeepsIt) {
     // Version 2; the owner rw, user 65534 r, the group r, the mask r, others nothing.
     constexpr std::string_view list("\x02\0\0\0"
                                     "\x01\0\x06\0\xFF\xFF\xFF\xFF"
@@ -154,20 +168,24 @@ TEST(CopyItem, KeepsAccessControlLists) {
                                     44);
     constexpr const char* attribute = "system.posix_acl_access";
     const TemporaryDirectory directory;
-    const auto file = directory.write("file");
+    directory.write("file");
     ASSERT_EQ(::mkfifo((directory / "fifo").c_str(), 0600), 0);
-    for (const auto* name : {"file", "fifo"}) {
-        const auto copy = directory / (std::string("copy of ") + name);
-        if (::setxattr((directory / name).c_str(), attribute, list.data(), list.size(), 0) != 0) {
-            GTEST_SKIP() << "temporary folders are on a volume without access control lists";
-        }
-
-        ASSERT_TRUE(fileSystem.copyItem(directory / name, copy));
-
-        EXPECT_EQ(description(copy), description(directory / name));
-        EXPECT_EQ(::getxattr(copy.c_str(), attribute, nullptr, 0), 44);
+    const auto item = directory / GetParam().item;
+    const auto copy = directory / "copy";
+    if (::setxattr(item.c_str(), attribute, list.data(), list.size(), 0) != 0) {
+        GTEST_SKIP() << "temporary folders are on a volume without access control lists";
     }
+
+    ASSERT_TRUE(fileSystem.copyItem(item, copy));
+
+    EXPECT_EQ(description(copy), description(item));
+    EXPECT_EQ(::getxattr(copy.c_str(), attribute, nullptr, 0), 44);
 }
+
+INSTANTIATE_TEST_SUITE_P(, CopyItemWithAccessControlList,
+                         testing::Values(ItemToCopy{{"File"}, "file"},
+                                         ItemToCopy{{"Fifo"}, "fifo"}),
+                         nameOfCase);
 
 TEST(CopyItem, TakesNoAccessControlListFromTheDirectoryAround) {
     const TemporaryDirectory directory;
@@ -302,7 +320,16 @@ TEST(CopyItem, NeedsFewDescriptorsForADeepTree) {
     EXPECT_TRUE(fileSystem.removeItem(directory / "copy"));
 }
 
-TEST(CopyItem, KeepsHardLinksAmongLinksAndPipes) {
+/// A way to make a copy of a tree: a command of the child.
+struct WayToCopy : NamedCase {
+    const char* command;
+    std::vector<std::string> environment;
+    const char* output;
+};
+
+class CopiedHardLinks : public testing::TestWithParam<WayToCopy> {};
+
+TEST_P(CopiedHardLinks, AreKeptAmongLinksAndPipes) {
     const TemporaryDirectory directory;
     directory.makeDirectory("top/inner");
     ASSERT_EQ(::symlink("target", (directory / "top/link").c_str()), 0);
@@ -310,22 +337,26 @@ TEST(CopyItem, KeepsHardLinksAmongLinksAndPipes) {
     ASSERT_EQ(::link((directory / "top/link").c_str(), (directory / "top/inner/link").c_str()), 0);
     ASSERT_EQ(::link((directory / "top/pipe").c_str(), (directory / "top/inner/pipe").c_str()), 0);
     const auto numberOf = [&directory](const std::string& name) {
-        struct stat status {};
-        EXPECT_EQ(::lstat((directory / name).c_str(), &status), 0) << name;
-        return status.st_ino;
+        return statusOf(directory / name).st_ino;
     };
 
-    ASSERT_TRUE(fileSystem.copyItem(directory / "top", directory / "copy"));
-    EXPECT_EQ(
-        runChild({"move", directory / "top", directory / "moved"}, withFaults(otherVolume)).output,
-        "ok\nfaults: 1\n");
+    EXPECT_EQ(runChild({GetParam().command, directory / "top", directory / "copy"},
+                       GetParam().environment)
+                  .output,
+              GetParam().output);
 
-    for (const std::string copy : {"copy", "moved"}) {
-        EXPECT_EQ(numberOf(copy + "/link"), numberOf(copy + "/inner/link"));
-        EXPECT_EQ(numberOf(copy + "/pipe"), numberOf(copy + "/inner/pipe"));
-        EXPECT_EQ(fs::read_symlink(directory / (copy + "/inner/link")), "target");
-    }
+    EXPECT_EQ(numberOf("copy/link"), numberOf("copy/inner/link"));
+    EXPECT_EQ(numberOf("copy/pipe"), numberOf("copy/inner/pipe"));
+    EXPECT_EQ(fs::read_symlink(directory / "copy/inner/link"), "target");
 }
+
+INSTANTIATE_TEST_SUITE_P(, CopiedHardLinks,
+                         testing::Values(WayToCopy{{"ByCopying"}, "copy", {}, "ok\n"},
+                                         WayToCopy{{"ByMovingOntoAnotherVolume"},
+                                                   "move",
+                                                   withFaults(otherVolume),
+                                                   "ok\nfaults: 1\n"}),
+                         nameOfCase);
 
 TEST(CopyItem, CopiesHardLinksAcrossADeepTree) {
     const MemoryDirectory directory;
@@ -359,67 +390,122 @@ TEST(CopyItem, CopiesAWideDirectory) {
     EXPECT_TRUE(fileSystem.removeItem(directory / "copy"));
 }
 
-TEST(CopyItem, CopiesNoDirectoryIntoItself) {
+class CopyItemIntoItself : public testing::TestWithParam<ItemToCopy> {};
+
+TEST_P(CopyItemIntoItself, CopiesNothing) {
     const TemporaryDirectory directory;
     directory.write("top/inner/file");
 
-    for (const auto* place : {"top/copy", "top/inner/copy"}) {
-        const auto copied = fileSystem.copyItem(directory / "top", directory / place);
-        ASSERT_FALSE(copied);
-        EXPECT_EQ(copied.error().localizedDescription,
-                  "“top” couldn’t be copied because it can’t be put inside itself.");
-    }
+    const auto copied = fileSystem.copyItem(directory / "top", directory / GetParam().item);
+
+    ASSERT_FALSE(copied);
+    EXPECT_EQ(copied.error().localizedDescription,
+              "“top” couldn’t be copied because it can’t be put inside itself.");
     EXPECT_EQ(strangers(directory / "top", {"inner"}), std::vector<std::string>{});
     EXPECT_EQ(strangers(directory / "top/inner", {"file"}), std::vector<std::string>{});
 }
 
-TEST(CopyItem, TellsWhatIsWrongWithAPath) {
+INSTANTIATE_TEST_SUITE_P(, CopyItemIntoItself,
+                         testing::Values(ItemToCopy{{"AtItsTop"}, "top/copy"},
+                                         ItemToCopy{{"FurtherBelow"}, "top/inner/copy"}),
+                         nameOfCase);
+
+/// A path that cannot be copied or copied to; "DIR" is the directory of the test.
+struct UncopyablePath : NamedCase {
+    std::string path;
+    std::string newPath;
+    std::string sentence;
+};
+
+class CopyItemWithABadPath : public testing::TestWithParam<UncopyablePath> {};
+
+TEST_P(CopyItemWithABadPath, TellsWhatIsWrong) {
     const TemporaryDirectory directory;
-    const auto file = directory.write("file");
+    directory.write("file");
     ASSERT_EQ(::symlink("loop", (directory / "loop").c_str()), 0);
-    std::string longPath = directory.path();
-    while (longPath.size() < 5000) {
-        longPath += "/component";
-    }
-    const std::string longName(256, 'n');
-    struct Case {
-        std::string path;
-        std::string newPath;
-        std::string sentence;
-    };
-    const std::vector<Case> cases{
-        {directory / "missing", directory / "new",
-         "“missing” couldn’t be copied because it doesn’t exist."},
-        {"", directory / "new", "“” couldn’t be copied because the system doesn’t allow it."},
-        {"file", directory / "new",
-         "“file” couldn’t be copied because the system doesn’t allow it."},
-        {file, "", "“file” couldn’t be copied because the system doesn’t allow it."},
-        {file, "new", "“file” couldn’t be copied because the system doesn’t allow it."},
-        {file, directory / "missing/new",
-         "“file” couldn’t be copied because the folder “missing” doesn’t exist."},
-        {file, file + "/new",
-         "“file” couldn’t be copied because a part of its path isn’t a folder."},
-        {file + "/inner", directory / "new",
-         "“inner” couldn’t be copied because a part of its path isn’t a folder."},
-        {longPath, directory / "new", "“component” couldn’t be copied because it doesn’t exist."},
-        {file, longPath, "“file” couldn’t be copied because the folder “component” doesn’t exist."},
-        {file + std::string("\0.tmp", 5), directory / "new",
-         "“file\\x00.tmp” couldn’t be copied because the system doesn’t allow it."},
-        {file, directory / std::string("new\0.tmp", 8),
-         "“file” couldn’t be copied because the system doesn’t allow it."},
-        {directory / longName, directory / "new",
-         "“" + longName + "” couldn’t be copied because its name is too long."},
-        {file, directory / longName, "“file” couldn’t be copied because its name is too long."},
-        {directory / "loop/inner", directory / "new",
-         "“inner” couldn’t be copied because its path leads through too many links."},
-        {file, directory / "loop/new",
-         "“file” couldn’t be copied because its path leads through too many links."},
-    };
-    for (const auto& [path, newPath, expected] : cases) {
-        EXPECT_EQ(sentence(fileSystem.copyItem(path, newPath)), expected);
-    }
+
+    EXPECT_EQ(sentence(fileSystem.copyItem(casePath(directory, GetParam().path),
+                                           casePath(directory, GetParam().newPath))),
+              GetParam().sentence);
     EXPECT_EQ(strangers(directory.path(), {"file", "loop"}), std::vector<std::string>{});
 }
+
+std::string missingPathOf(std::size_t length) {
+    std::string path = "DIR";
+    while (path.size() < length) {
+        path += "/component";
+    }
+    return path;
+}
+
+const std::string uncopyableName(256, 'n');
+
+INSTANTIATE_TEST_SUITE_P(
+    , CopyItemWithABadPath,
+    testing::Values(
+        UncopyablePath{{"Missing"},
+                       "DIR/missing",
+                       "DIR/new",
+                       "“missing” couldn’t be copied because it doesn’t exist."},
+        UncopyablePath{
+            {"Empty"}, "", "DIR/new", "“” couldn’t be copied because the system doesn’t allow it."},
+        UncopyablePath{{"Relative"},
+                       "file",
+                       "DIR/new",
+                       "“file” couldn’t be copied because the system doesn’t allow it."},
+        UncopyablePath{{"ToEmpty"},
+                       "DIR/file",
+                       "",
+                       "“file” couldn’t be copied because the system doesn’t allow it."},
+        UncopyablePath{{"ToRelative"},
+                       "DIR/file",
+                       "new",
+                       "“file” couldn’t be copied because the system doesn’t allow it."},
+        UncopyablePath{{"IntoMissing"},
+                       "DIR/file",
+                       "DIR/missing/new",
+                       "“file” couldn’t be copied because the folder “missing” doesn’t exist."},
+        UncopyablePath{{"IntoItself"},
+                       "DIR/file",
+                       "DIR/file/new",
+                       "“file” couldn’t be copied because a part of its path isn’t a folder."},
+        UncopyablePath{{"BelowAFile"},
+                       "DIR/file/inner",
+                       "DIR/new",
+                       "“inner” couldn’t be copied because a part of its path isn’t a folder."},
+        UncopyablePath{{"LongPath"},
+                       missingPathOf(5000),
+                       "DIR/new",
+                       "“component” couldn’t be copied because it doesn’t exist."},
+        UncopyablePath{{"ToLongPath"},
+                       "DIR/file",
+                       missingPathOf(5000),
+                       "“file” couldn’t be copied because the folder “component” doesn’t exist."},
+        UncopyablePath{{"Zero"},
+                       std::string("DIR/file\0.tmp", 13),
+                       "DIR/new",
+                       "“file\\x00.tmp” couldn’t be copied because the system doesn’t allow it."},
+        UncopyablePath{{"ToZero"},
+                       "DIR/file",
+                       std::string("DIR/new\0.tmp", 12),
+                       "“file” couldn’t be copied because the system doesn’t allow it."},
+        UncopyablePath{{"LongName"},
+                       "DIR/" + uncopyableName,
+                       "DIR/new",
+                       "“" + uncopyableName + "” couldn’t be copied because its name is too long."},
+        UncopyablePath{{"ToLongName"},
+                       "DIR/file",
+                       "DIR/" + uncopyableName,
+                       "“file” couldn’t be copied because its name is too long."},
+        UncopyablePath{{"Loop"},
+                       "DIR/loop/inner",
+                       "DIR/new",
+                       "“inner” couldn’t be copied because its path leads through too many links."},
+        UncopyablePath{{"IntoLoop"},
+                       "DIR/file",
+                       "DIR/loop/new",
+                       "“file” couldn’t be copied because its path leads through too many links."}),
+    nameOfCase);
 
 TEST(CopyItem, RefusesTheRootDirectory) {
     if (const auto reason = whyNotWithoutWriting(); !reason.empty()) {
@@ -467,18 +553,27 @@ TEST(CopyItem, LeavesNothingOnAVolumeThatIsFull) {
               "28 “large” couldn’t be copied because the volume is full.\n");
 }
 
-TEST(CopyItem, LeavesNothingOfAFileBeyondTheLimitOnSizes) {
+struct SizeBeyondTheLimit : NamedCase {
+    std::size_t size;
+};
+
+class CopyItemBeyondTheLimitOnSizes : public testing::TestWithParam<SizeBeyondTheLimit> {};
+
+TEST_P(CopyItemBeyondTheLimitOnSizes, LeavesNothing) {
     const TemporaryDirectory directory;
     const std::vector<std::string> withLimit{"sh", "-c", R"(ulimit -f 100 && exec "$@")", "sh"};
-    for (const std::size_t size : {100'000U, 1'000'000U}) {
-        directory.write("file", std::string(size, 'x'));
+    directory.write("file", std::string(GetParam().size, 'x'));
 
-        EXPECT_EQ(runChild({"copy", directory / "file", directory / "new"}, {}, withLimit).output,
-                  "27 “file” couldn’t be copied because it is too large.\n");
+    EXPECT_EQ(runChild({"copy", directory / "file", directory / "new"}, {}, withLimit).output,
+              "27 “file” couldn’t be copied because it is too large.\n");
 
-        EXPECT_EQ(strangers(directory.path(), {"file"}), std::vector<std::string>{});
-    }
+    EXPECT_EQ(strangers(directory.path(), {"file"}), std::vector<std::string>{});
 }
+
+INSTANTIATE_TEST_SUITE_P(, CopyItemBeyondTheLimitOnSizes,
+                         testing::Values(SizeBeyondTheLimit{{"Little"}, 100'000},
+                                         SizeBeyondTheLimit{{"Far"}, 1'000'000}),
+                         nameOfCase);
 
 TEST(CopyItem, WritesNothingToAReadOnlyVolume) {
     if (const auto reason = whyNoMounts(); !reason.empty()) {
@@ -549,3 +644,5 @@ TEST(CopyItem, IsNotLedOutsideByDirectoriesThatTurnIntoLinks) {
     swapper.join();
     EXPECT_EQ(strangers(directory.path(), {"victim", "top", "link"}), std::vector<std::string>{});
 }
+
+} // namespace

@@ -3,6 +3,8 @@
 #include "platform/linux/posix/FileDescriptor.h"
 #include "tests/platform/linux/RunChild.h"
 #include "tests/platform/linux/files/FileSystemOnDisk.h"
+#include "tests/support/CasePath.h"
+#include "tests/support/NamedCase.h"
 #include "tests/support/TemporaryDirectory.h"
 
 #include <fcntl.h>
@@ -17,6 +19,7 @@
 #include <chrono>
 #include <filesystem>
 #include <thread>
+#include <tuple>
 
 namespace {
 
@@ -52,16 +55,20 @@ std::string whyNoFlags(const TemporaryDirectory& directory) {
 
 constexpr platform::Date someDate{std::chrono::nanoseconds(1000000000123456789)};
 
+constexpr const char* noExtendedAttributes =
+    "temporary folders are on a volume without extended attributes";
+
 /// Returns why temporary directories cannot store creation dates; empty if they can.
 std::string whyNoCreationDates() {
     const TemporaryDirectory directory;
     const auto changed = fileSystem.setCreationDate(directory.write("probe"), someDate);
-    return !changed && changed.error().code == EOPNOTSUPP
-               ? "temporary folders are on a volume without extended attributes"
-               : "";
+    return !changed && changed.error().code == EOPNOTSUPP ? noExtendedAttributes : "";
 }
 
-} // namespace
+/// An item of a test's directory, or a path that may begin with "DIR" for this directory.
+struct ItemOnDisk : NamedCase {
+    const char* item;
+};
 
 TEST(FileSystem, SeesWhatALinkLeadsTo) {
     const TemporaryDirectory directory;
@@ -197,7 +204,9 @@ TEST(FileSystem, TellsItemsFromOneAnother) {
     EXPECT_EQ(fileSystem.fileIdOfItem(directory / "broken"), std::nullopt);
 }
 
-TEST(FileSystem, UnlocksWhatIsNotLockedWithoutPrivilegeOrPermission) {
+class FileSystemUnlocked : public testing::TestWithParam<ItemOnDisk> {};
+
+TEST_P(FileSystemUnlocked, IsUnlockedWithoutPrivilegeOrPermission) {
     const TemporaryDirectory directory;
     const auto file = directory.write("file");
     makeLink(directory / "missing", directory / "broken");
@@ -205,11 +214,16 @@ TEST(FileSystem, UnlocksWhatIsNotLockedWithoutPrivilegeOrPermission) {
     ASSERT_EQ(::chmod(directory.path().c_str(), 0755), 0);
     ASSERT_EQ(::chmod(file.c_str(), 0), 0);
 
-    for (const auto* name : {"file", "broken", "fifo", ""}) {
-        const auto outcome = runChild({"unlock", directory / name}, {}, asOrdinaryUser());
-        EXPECT_EQ(outcome.output, "ok\n") << name;
-    }
+    EXPECT_EQ(runChild({"unlock", directory / GetParam().item}, {}, asOrdinaryUser()).output,
+              "ok\n");
 }
+
+INSTANTIATE_TEST_SUITE_P(, FileSystemUnlocked,
+                         testing::Values(ItemOnDisk{{"File"}, "file"},
+                                         ItemOnDisk{{"BrokenLink"}, "broken"},
+                                         ItemOnDisk{{"Fifo"}, "fifo"},
+                                         ItemOnDisk{{"Directory"}, ""}),
+                         nameOfCase);
 
 TEST(FileSystem, UnlocksNothingWhereNothingExists) {
     const TemporaryDirectory directory;
@@ -222,21 +236,30 @@ TEST(FileSystem, UnlocksNothingWhereNothingExists) {
               "“missing.txt” couldn’t be unlocked because it doesn’t exist.");
 }
 
-TEST(FileSystem, LocksAndUnlocksAFileAndADirectory) {
+class FileSystemLocked : public testing::TestWithParam<ItemOnDisk> {};
+
+TEST_P(FileSystemLocked, StaysWhereItIsUntilItIsUnlocked) {
     const TemporaryDirectory directory;
     if (const auto reason = whyNoFlags(directory); !reason.empty()) {
         GTEST_SKIP() << reason;
     }
-    for (const auto& item : {directory.write("file"), directory.makeDirectory("folder")}) {
-        const Unlock unlock(item);
-        ASSERT_TRUE(fileSystem.setImmutable(item, true));
-        EXPECT_NE(::rename(item.c_str(), (directory / "moved").c_str()), 0);
+    directory.write("file");
+    directory.makeDirectory("folder");
+    const auto item = directory / GetParam().item;
+    const Unlock unlock(item);
 
-        ASSERT_TRUE(fileSystem.setImmutable(item, false));
-        EXPECT_EQ(::rename(item.c_str(), (directory / "moved").c_str()), 0);
-        ASSERT_TRUE(fileSystem.removeItem(directory / "moved"));
-    }
+    ASSERT_TRUE(fileSystem.setImmutable(item, true));
+    EXPECT_NE(::rename(item.c_str(), (directory / "moved").c_str()), 0);
+
+    ASSERT_TRUE(fileSystem.setImmutable(item, false));
+    EXPECT_EQ(::rename(item.c_str(), (directory / "moved").c_str()), 0);
+    ASSERT_TRUE(fileSystem.removeItem(directory / "moved"));
 }
+
+INSTANTIATE_TEST_SUITE_P(, FileSystemLocked,
+                         testing::Values(ItemOnDisk{{"File"}, "file"},
+                                         ItemOnDisk{{"Directory"}, "folder"}),
+                         nameOfCase);
 
 TEST(FileSystem, LocksALinkItselfNever) {
     const TemporaryDirectory directory;
@@ -287,48 +310,81 @@ TEST(FileSystem, MakesADirectoryWithThoseOnTheWay) {
     EXPECT_TRUE(fileSystem.isDirectory(directory / "one/no\xFFtext"));
 }
 
-TEST(FileSystem, TakesADirectoryThatIsThereForMade) {
+class FileSystemMadeDirectory : public testing::TestWithParam<ItemOnDisk> {};
+
+TEST_P(FileSystemMadeDirectory, IsTakenForMade) {
     const TemporaryDirectory directory;
     makeLink(directory.makeDirectory("real"), directory / "link");
 
-    for (const auto& path :
-         {directory / "real", directory / "link", directory.path(), std::string("/")}) {
-        EXPECT_TRUE(fileSystem.createDirectory(path)) << path;
-    }
+    EXPECT_TRUE(fileSystem.createDirectory(casePath(directory, GetParam().item)));
+}
+
+INSTANTIATE_TEST_SUITE_P(, FileSystemMadeDirectory,
+                         testing::Values(ItemOnDisk{{"Directory"}, "DIR/real"},
+                                         ItemOnDisk{{"Link"}, "DIR/link"},
+                                         ItemOnDisk{{"DirectoryAround"}, "DIR"},
+                                         ItemOnDisk{{"Root"}, "/"}),
+                         nameOfCase);
+
+TEST(FileSystem, TakesADirectoryOfTheSuperusersForMadeForAnOrdinaryUser) {
     EXPECT_EQ(runChild({"create", "/tmp"}, {}, asOrdinaryUser()).output, "ok\n");
 }
 
-TEST(FileSystem, TellsWhyADirectoryCannotBeMade) {
+/// The path of a directory that cannot be made; "DIR" is the directory of the test.
+struct UncreatablePath : NamedCase {
+    std::string path;
+    std::string sentence;
+};
+
+class FileSystemUnmadeDirectory : public testing::TestWithParam<UncreatablePath> {};
+
+TEST_P(FileSystemUnmadeDirectory, IsToldWithTheReason) {
     const TemporaryDirectory directory;
     directory.write("file");
     makeLink("missing", directory / "broken");
     makeLink("loop", directory / "loop");
-    const std::string longName(256, 'n');
-    const std::vector<std::pair<std::string, std::string>> cases{
-        {directory / "file",
-         "“file” couldn’t be created because an item with the same name already "
-         "exists."},
-        {directory / "broken", "“broken” couldn’t be created because an item with the same name "
-                               "already exists."},
-        {directory / "file/new",
-         "“new” couldn’t be created because a part of its path isn’t a folder."},
-        {directory / "loop/new",
-         "“new” couldn’t be created because its path leads through too many links."},
-        {directory / longName,
-         "“" + longName + "” couldn’t be created because its name is too long."},
-        {"relative", "“relative” couldn’t be created because the system doesn’t allow it."},
-        {directory / std::string("zero\0.tmp", 9),
-         "“zero\\x00.tmp” couldn’t be created because the system doesn’t allow it."},
-        {"", "“” couldn’t be created because the system doesn’t allow it."},
-        {"/proc/new", "“new” couldn’t be created because it doesn’t exist."},
-    };
-    for (const auto& [path, sentence] : cases) {
-        const auto created = fileSystem.createDirectory(path);
-        ASSERT_FALSE(created) << path;
-        EXPECT_EQ(created.error().localizedDescription, sentence);
-    }
+
+    const auto created = fileSystem.createDirectory(casePath(directory, GetParam().path));
+
+    ASSERT_FALSE(created);
+    EXPECT_EQ(created.error().localizedDescription, GetParam().sentence);
     EXPECT_FALSE(fileSystem.exists(directory / "zero"));
 }
+
+const std::string nameThatIsTooLong(256, 'n');
+
+INSTANTIATE_TEST_SUITE_P(
+    , FileSystemUnmadeDirectory,
+    testing::Values(
+        UncreatablePath{
+            {"File"},
+            "DIR/file",
+            "“file” couldn’t be created because an item with the same name already exists."},
+        UncreatablePath{
+            {"BrokenLink"},
+            "DIR/broken",
+            "“broken” couldn’t be created because an item with the same name already exists."},
+        UncreatablePath{{"BelowAFile"},
+                        "DIR/file/new",
+                        "“new” couldn’t be created because a part of its path isn’t a folder."},
+        UncreatablePath{{"BelowALoop"},
+                        "DIR/loop/new",
+                        "“new” couldn’t be created because its path leads through too many links."},
+        UncreatablePath{{"LongName"},
+                        "DIR/" + nameThatIsTooLong,
+                        "“" + nameThatIsTooLong +
+                            "” couldn’t be created because its name is too long."},
+        UncreatablePath{{"Relative"},
+                        "relative",
+                        "“relative” couldn’t be created because the system doesn’t allow it."},
+        UncreatablePath{{"Zero"},
+                        std::string("DIR/zero\0.tmp", 13),
+                        "“zero\\x00.tmp” couldn’t be created because the system doesn’t allow it."},
+        UncreatablePath{
+            {"Empty"}, "", "“” couldn’t be created because the system doesn’t allow it."},
+        UncreatablePath{
+            {"InProc"}, "/proc/new", "“new” couldn’t be created because it doesn’t exist."}),
+    nameOfCase);
 
 TEST(FileSystem, MakesADirectoryHoweverLongItsPathIs) {
     const TemporaryDirectory directory;
@@ -424,24 +480,34 @@ TEST(FileSystem, SaysWhyADirectoryIsNotHeld) {
         fileSystem.holdDirectory(directory / "folder", {}, platform::MissingDirectories::create));
 }
 
-TEST(FileSystem, LeavesWhatStoodThereWhereAFileCannotBeWritten) {
+/// The path of a file that cannot be written; "DIR" is the directory of the test.
+struct UnwritablePath : NamedCase {
+    std::string path;
+    int number;
+};
+
+class FileSystemUnwrittenFile : public testing::TestWithParam<UnwritablePath> {};
+
+TEST_P(FileSystemUnwrittenFile, LeavesWhatWasThere) {
     const TemporaryDirectory directory;
     directory.makeDirectory("folder");
-    const std::string longName(256, 'n');
-    const std::vector<std::pair<std::string, int>> cases{
-        {directory / "folder", EISDIR},
-        {directory / "missing/file", ENOENT},
-        {directory / longName, ENAMETOOLONG},
-        {"relative", EINVAL},
-        {"", EINVAL},
-    };
-    for (const auto& [path, number] : cases) {
-        const auto written = fileSystem.writeAtomically(path, "content");
-        ASSERT_FALSE(written) << path;
-        EXPECT_EQ(written.error().code, number) << path;
-    }
+
+    const auto written =
+        fileSystem.writeAtomically(casePath(directory, GetParam().path), "content");
+
+    ASSERT_FALSE(written);
+    EXPECT_EQ(written.error().code, GetParam().number);
     EXPECT_EQ(fileSystem.contentsOfDirectory(directory.path())->size(), 1U);
 }
+
+INSTANTIATE_TEST_SUITE_P(
+    , FileSystemUnwrittenFile,
+    testing::Values(UnwritablePath{{"Directory"}, "DIR/folder", EISDIR},
+                    UnwritablePath{{"InMissing"}, "DIR/missing/file", ENOENT},
+                    UnwritablePath{{"LongName"}, "DIR/" + nameThatIsTooLong, ENAMETOOLONG},
+                    UnwritablePath{{"Relative"}, "relative", EINVAL},
+                    UnwritablePath{{"Empty"}, "", EINVAL}),
+    nameOfCase);
 
 TEST(FileSystem, LeavesWhatStoodThereWhereAFileWouldExceedTheLimitOnSizes) {
     const TemporaryDirectory directory;
@@ -488,20 +554,37 @@ TEST(FileSystem, TellsWhenAnItemWasMade) {
     EXPECT_GE(*attributes->creationDate, before);
 }
 
-TEST(FileSystem, KeepsTheCreationDateThatWasSet) {
-    using namespace std::chrono_literals;
+struct DateToSet : NamedCase {
+    platform::Date date;
+};
+
+class FileSystemCreationDate : public testing::TestWithParam<std::tuple<ItemOnDisk, DateToSet>> {};
+
+TEST_P(FileSystemCreationDate, IsKept) {
     if (const auto reason = whyNoCreationDates(); !reason.empty()) {
         GTEST_SKIP() << reason;
     }
+    const auto& [named, set] = GetParam();
     const TemporaryDirectory directory;
-    for (const auto& item : {directory.write("file"), directory.makeDirectory("folder")}) {
-        for (const auto date : {someDate, platform::Date(0ns), platform::Date(-1ns),
-                                platform::Date::min(), platform::Date::max()}) {
-            EXPECT_TRUE(fileSystem.setCreationDate(item, date));
-            EXPECT_EQ(fileSystem.attributesOfItem(item)->creationDate, date);
-        }
-    }
+    directory.write("file");
+    directory.makeDirectory("folder");
+    const auto item = directory / named.item;
+
+    EXPECT_TRUE(fileSystem.setCreationDate(item, set.date));
+
+    EXPECT_EQ(fileSystem.attributesOfItem(item)->creationDate, set.date);
 }
+
+INSTANTIATE_TEST_SUITE_P(
+    , FileSystemCreationDate,
+    testing::Combine(
+        testing::Values(ItemOnDisk{{"OfAFile"}, "file"}, ItemOnDisk{{"OfADirectory"}, "folder"}),
+        testing::Values(DateToSet{{"InOurTime"}, someDate},
+                        DateToSet{{"AtTheEpoch"}, platform::Date(std::chrono::nanoseconds(0))},
+                        DateToSet{{"BeforeTheEpoch"}, platform::Date(std::chrono::nanoseconds(-1))},
+                        DateToSet{{"Earliest"}, platform::Date::min()},
+                        DateToSet{{"Latest"}, platform::Date::max()})),
+    nameOfCases);
 
 TEST(FileSystem, SetsTheCreationDateOfWhatALinkLeadsTo) {
     if (const auto reason = whyNoCreationDates(); !reason.empty()) {
@@ -529,26 +612,50 @@ TEST(FileSystem, GivesACopyTheCreationDateThatWasSet) {
     EXPECT_EQ(fileSystem.attributesOfItem(directory / "copy")->creationDate, someDate);
 }
 
+/// Stores a text in the extended attribute that holds a creation date.
+bool storeDateText(const std::string& path, std::string_view text) {
+    return ::setxattr(path.c_str(), "user.qf.creationdate", text.data(), text.size(), 0) == 0;
+}
+
 TEST(FileSystem, StoresTheCreationDateAsDocumented) {
     const TemporaryDirectory directory;
     const auto file = directory.write("file");
-    const auto birth = fileSystem.attributesOfItem(file)->creationDate;
-    constexpr const char* attribute = "user.qf.creationdate";
-    const auto store = [&file](std::string_view text) {
-        return ::setxattr(file.c_str(), attribute, text.data(), text.size(), 0) == 0;
-    };
-    if (!store("1000000000123456789")) {
-        GTEST_SKIP() << "temporary folders are on a volume without extended attributes";
+    if (!storeDateText(file, "1000000000123456789")) {
+        GTEST_SKIP() << noExtendedAttributes;
     }
+
     EXPECT_EQ(fileSystem.attributesOfItem(file)->creationDate,
               platform::Date(std::chrono::nanoseconds(1000000000123456789)));
-
-    for (const auto* text : {"", "-", "+1", " 1", "1 ", "1.5", "x", "99999999999999999999",
-                             "1000000000000000000000000000000"}) {
-        ASSERT_TRUE(store(text));
-        EXPECT_EQ(fileSystem.attributesOfItem(file)->creationDate, birth) << text;
-    }
 }
+
+struct NoStoredDate : NamedCase {
+    const char* text;
+};
+
+class FileSystemNoStoredDate : public testing::TestWithParam<NoStoredDate> {};
+
+TEST_P(FileSystemNoStoredDate, LeavesTheDateOfBirth) {
+    const TemporaryDirectory directory;
+    const auto file = directory.write("file");
+    const auto birth = fileSystem.attributesOfItem(file)->creationDate;
+    if (!storeDateText(file, "1000000000123456789")) {
+        GTEST_SKIP() << noExtendedAttributes;
+    }
+
+    ASSERT_TRUE(storeDateText(file, GetParam().text));
+
+    EXPECT_EQ(fileSystem.attributesOfItem(file)->creationDate, birth);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    , FileSystemNoStoredDate,
+    testing::Values(NoStoredDate{{"Empty"}, ""}, NoStoredDate{{"Minus"}, "-"},
+                    NoStoredDate{{"PlusSign"}, "+1"}, NoStoredDate{{"SpaceBefore"}, " 1"},
+                    NoStoredDate{{"SpaceAfter"}, "1 "}, NoStoredDate{{"Fraction"}, "1.5"},
+                    NoStoredDate{{"Letter"}, "x"},
+                    NoStoredDate{{"TwentyDigits"}, "99999999999999999999"},
+                    NoStoredDate{{"MoreDigits"}, "1000000000000000000000000000000"}),
+    nameOfCase);
 
 TEST(FileSystem, TellsWhyACreationDateCannotBeSet) {
     const TemporaryDirectory directory;
@@ -565,3 +672,5 @@ TEST(FileSystem, TellsWhyACreationDateCannotBeSet) {
         fifo.error().localizedDescription.starts_with("“fifo” couldn’t be changed because "))
         << fifo.error().localizedDescription;
 }
+
+} // namespace

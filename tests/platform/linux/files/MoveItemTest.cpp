@@ -1,6 +1,8 @@
 #include "tests/platform/linux/RunChild.h"
 #include "tests/platform/linux/files/Faults.h"
 #include "tests/platform/linux/files/FileSystemOnDisk.h"
+#include "tests/support/CasePath.h"
+#include "tests/support/NamedCase.h"
 #include "tests/support/Sentence.h"
 #include "tests/support/TemporaryDirectory.h"
 #include "tests/support/TreeDescription.h"
@@ -12,11 +14,13 @@
 #include <sys/xattr.h>
 #include <unistd.h>
 
+#include <array>
 #include <atomic>
 #include <cerrno>
 #include <filesystem>
 #include <latch>
 #include <thread>
+#include <tuple>
 
 namespace fs = std::filesystem;
 
@@ -25,69 +29,138 @@ namespace {
 /// Simulates a file system that cannot refuse to replace an existing item.
 const std::string withoutRefusal = "renameat2:1:" + std::to_string(EINVAL);
 
-} // namespace
+/// Returns the fault of a call, such as "fsync:1", that fails with a number.
+std::string failing(const std::string& call, int number) {
+    return call + ':' + std::to_string(number);
+}
 
-TEST(MoveItem, GivesEveryKindOfItemAnotherName) {
+struct ItemToMove : NamedCase {
+    const char* item;
+};
+
+struct MoveFaults : NamedCase {
+    std::string faults;
+};
+
+constexpr std::array kindsOfItems{
+    ItemToMove{{"File"}, "plain"},
+    ItemToMove{{"Directory"}, "deep"},
+    ItemToMove{{"BrokenLink"}, "broken link"},
+    ItemToMove{{"Fifo"}, "fifo"},
+};
+
+class MoveItemKind : public testing::TestWithParam<ItemToMove> {};
+
+TEST_P(MoveItemKind, GetsAnotherName) {
+    const std::string item = GetParam().item;
     const TemporaryDirectory directory;
     makeSampleTree(directory.makeDirectory("top"));
     directory.makeDirectory("elsewhere");
-    for (const auto* name : {"plain", "deep", "broken link", "fifo"}) {
-        const auto before = description(directory / (std::string("top/") + name));
+    const auto before = description(directory / ("top/" + item));
 
-        EXPECT_TRUE(fileSystem.moveItem(directory / (std::string("top/") + name),
-                                        directory / (std::string("elsewhere/new ") + name)));
+    EXPECT_TRUE(
+        fileSystem.moveItem(directory / ("top/" + item), directory / ("elsewhere/new " + item)));
 
-        EXPECT_EQ(description(directory / (std::string("elsewhere/new ") + name)), before);
-        EXPECT_FALSE(exists(directory / (std::string("top/") + name)));
-    }
+    EXPECT_EQ(description(directory / ("elsewhere/new " + item)), before);
+    EXPECT_FALSE(exists(directory / ("top/" + item)));
 }
 
-TEST(MoveItem, ReplacesNothing) {
+INSTANTIATE_TEST_SUITE_P(, MoveItemKind, testing::ValuesIn(kindsOfItems), nameOfCase);
+
+class MoveItemOntoAnother
+    : public testing::TestWithParam<std::tuple<ItemToMove, ItemToMove, MoveFaults>> {};
+
+TEST_P(MoveItemOntoAnother, ReplacesNothing) {
+    const auto& [source, other, volume] = GetParam();
     const TemporaryDirectory directory;
-    const auto source = directory.write("source", "new");
-    const auto sourceDirectory = directory.makeDirectory("source folder");
+    directory.write("source", "new");
+    directory.makeDirectory("source folder");
     directory.write("file", "old");
     directory.makeDirectory("empty");
     ASSERT_EQ(::symlink("missing", (directory / "broken").c_str()), 0);
 
-    for (const auto& item : {source, sourceDirectory}) {
-        for (const auto* name : {"file", "empty", "broken"}) {
-            for (const auto& faults : {std::string(), otherVolume, withoutRefusal}) {
-                const auto outcome = runChild({"move", item, directory / name}, withFaults(faults));
-                EXPECT_TRUE(outcome.output.starts_with(
-                    "17 “" + fs::path(item).filename().string() +
-                    "” couldn’t be moved because an item with the same name already exists.\n"))
-                    << outcome.output;
-            }
-        }
-    }
-    EXPECT_EQ(contentOf(source), "new");
+    const auto outcome = runChild({"move", directory / source.item, directory / other.item},
+                                  withFaults(volume.faults));
+
+    EXPECT_TRUE(outcome.output.starts_with(
+        "17 “" + std::string(source.item) +
+        "” couldn’t be moved because an item with the same name already exists.\n"))
+        << outcome.output;
+    EXPECT_EQ(contentOf(directory / "source"), "new");
+    EXPECT_TRUE(fs::is_empty(directory / "source folder"));
     EXPECT_EQ(contentOf(directory / "file"), "old");
     EXPECT_TRUE(fs::is_empty(directory / "empty"));
     EXPECT_EQ(fs::read_symlink(directory / "broken"), "missing");
 }
 
-TEST(MoveItem, WorksWhereAVolumeCannotRefuseToReplace) {
+INSTANTIATE_TEST_SUITE_P(
+    , MoveItemOntoAnother,
+    testing::Combine(
+        testing::Values(ItemToMove{{"File"}, "source"}, ItemToMove{{"Directory"}, "source folder"}),
+        testing::Values(ItemToMove{{"OntoAFile"}, "file"},
+                        ItemToMove{{"OntoAnEmptyDirectory"}, "empty"},
+                        ItemToMove{{"OntoABrokenLink"}, "broken"}),
+        testing::Values(MoveFaults{{"Here"}, ""}, MoveFaults{{"OnAnotherVolume"}, otherVolume},
+                        MoveFaults{{"WithoutRefusal"}, withoutRefusal})),
+    nameOfCases);
+
+class MoveItemWithoutRefusal : public testing::TestWithParam<std::tuple<ItemToMove, MoveFaults>> {};
+
+TEST_P(MoveItemWithoutRefusal, WorksAllTheSame) {
+    const auto& [moved, volume] = GetParam();
     const TemporaryDirectory directory;
     makeSampleTree(directory.makeDirectory("top"));
-    const auto noLinks = ",linkat:1:" + std::to_string(EPERM);
-    for (const auto& faults : {withoutRefusal, withoutRefusal + noLinks}) {
-        for (const auto* name : {"top/plain", "top/deep", "top/broken link", "top/fifo"}) {
-            const auto before = description(directory / name);
+    const auto item = directory / ("top/" + std::string(moved.item));
+    const auto before = description(item);
 
-            const auto there =
-                runChild({"move", directory / name, directory / "new"}, withFaults(faults));
-            EXPECT_TRUE(there.output.starts_with("ok\n")) << there.output;
+    const auto there = runChild({"move", item, directory / "new"}, withFaults(volume.faults));
+    EXPECT_TRUE(there.output.starts_with("ok\n")) << there.output;
 
-            EXPECT_EQ(description(directory / "new"), before) << name;
-            EXPECT_FALSE(exists(directory / name));
-            ASSERT_TRUE(fileSystem.moveItem(directory / "new", directory / name));
-        }
-    }
+    EXPECT_EQ(description(directory / "new"), before);
+    EXPECT_FALSE(exists(item));
+    ASSERT_TRUE(fileSystem.moveItem(directory / "new", item));
     EXPECT_EQ(strangers(directory.path(), {"top"}), std::vector<std::string>{});
 }
 
-TEST(MoveItem, MovesOntoAnotherVolumeAndBack) {
+INSTANTIATE_TEST_SUITE_P(, MoveItemWithoutRefusal,
+                         testing::Combine(testing::ValuesIn(kindsOfItems),
+                                          testing::Values(MoveFaults{{"WithLinks"}, withoutRefusal},
+                                                          MoveFaults{
+                                                              {"WithoutLinks"},
+                                                              withoutRefusal + ',' +
+                                                                  failing("linkat:1", EPERM)})),
+                         nameOfCases);
+
+class MoveItemBetweenVolumes : public testing::TestWithParam<ItemToMove> {};
+
+TEST_P(MoveItemBetweenVolumes, MovesItThereAndBack) {
+    const MemoryDirectory volume;
+    if (!volume.whyNoOtherVolume().empty()) {
+        GTEST_SKIP() << volume.whyNoOtherVolume();
+    }
+    const TemporaryDirectory directory;
+    makeSampleTree(directory.makeDirectory("top"));
+    const auto item = directory / GetParam().item;
+    const auto before = description(directory / "top").size();
+
+    ASSERT_EQ(sentence(fileSystem.moveItem(item, volume / "item")), "no error");
+    EXPECT_FALSE(exists(item));
+    ASSERT_EQ(sentence(fileSystem.moveItem(volume / "item", item)), "no error");
+    EXPECT_FALSE(exists(volume / "item"));
+
+    EXPECT_EQ(description(directory / "top").size(), before);
+    EXPECT_EQ(strangers(directory.path(), {"top"}), std::vector<std::string>{});
+    EXPECT_EQ(strangers(volume.path(), {}), std::vector<std::string>{});
+}
+
+INSTANTIATE_TEST_SUITE_P(, MoveItemBetweenVolumes,
+                         testing::Values(ItemToMove{{"File"}, "top/plain"},
+                                         ItemToMove{{"BrokenLink"}, "top/broken link"},
+                                         ItemToMove{{"Fifo"}, "top/fifo"},
+                                         ItemToMove{{"EmptyDirectory"}, "top/empty"}),
+                         nameOfCase);
+
+TEST(MoveItem, MovesATreeOntoAnotherVolume) {
     const MemoryDirectory volume;
     if (!volume.whyNoOtherVolume().empty()) {
         GTEST_SKIP() << volume.whyNoOtherVolume();
@@ -95,12 +168,6 @@ TEST(MoveItem, MovesOntoAnotherVolumeAndBack) {
     const TemporaryDirectory directory;
     makeSampleTree(directory.makeDirectory("top"));
     const auto before = description(directory / "top").size();
-    for (const auto* name : {"top/plain", "top/broken link", "top/fifo", "top/empty"}) {
-        ASSERT_EQ(sentence(fileSystem.moveItem(directory / name, volume / "item")), "no error");
-        EXPECT_FALSE(exists(directory / name));
-        ASSERT_EQ(sentence(fileSystem.moveItem(volume / "item", directory / name)), "no error");
-        EXPECT_FALSE(exists(volume / "item"));
-    }
 
     ASSERT_EQ(sentence(fileSystem.moveItem(directory / "top", volume / "top")), "no error");
 
@@ -188,68 +255,79 @@ TEST(MoveItem, KeepsASourceWhoseCopyDiffers) {
     EXPECT_EQ(strangers(directory.path(), {"file"}), std::vector<std::string>{});
 }
 
-TEST(MoveItem, KeepsASourceThatChangesWhileItIsCopied) {
-    for (const auto* change : {"append", "touch"}) {
-        const TemporaryDirectory directory;
-        const auto file = directory.write("top/file", "content");
+/// A change that another program makes to the source: an event of the faults.
+struct ChangeOfSource : NamedCase {
+    const char* event;
+};
 
-        // Its content is copied by then, and not yet compared.
-        EXPECT_EQ(runChild({"move", directory / "top", directory / "new"},
-                           withFaults(otherVolume + ",futimens:1:" + change, file))
-                      .output,
-                  "11 “file” couldn’t be moved because another program is changing it.\n"
-                  "faults: 2\n");
+class MoveItemOfAChangingSource : public testing::TestWithParam<ChangeOfSource> {};
 
-        EXPECT_TRUE(contentOf(file).starts_with("content"));
-        EXPECT_EQ(strangers(directory.path(), {"top"}), std::vector<std::string>{});
-    }
+TEST_P(MoveItemOfAChangingSource, KeepsWhatChangesWhileItIsCopied) {
+    const TemporaryDirectory directory;
+    const auto file = directory.write("top/file", "content");
+
+    // Its content is copied by then, and not yet compared.
+    EXPECT_EQ(runChild({"move", directory / "top", directory / "new"},
+                       withFaults(otherVolume + ",futimens:1:" + GetParam().event, file))
+                  .output,
+              "11 “file” couldn’t be moved because another program is changing it.\n"
+              "faults: 2\n");
+
+    EXPECT_TRUE(contentOf(file).starts_with("content"));
+    EXPECT_EQ(strangers(directory.path(), {"top"}), std::vector<std::string>{});
 }
 
-TEST(MoveItem, KeepsWhatHasChangedOfASourceOnceItIsCopied) {
-    for (const auto* change : {"append", "touch"}) {
-        const TemporaryDirectory directory;
-        const auto file = directory.write("top/file", "content");
+TEST_P(MoveItemOfAChangingSource, KeepsWhatHasChangedOnceItIsCopied) {
+    const TemporaryDirectory directory;
+    const auto file = directory.write("top/file", "content");
 
-        EXPECT_EQ(runChild({"move", directory / "top", directory / "new"},
-                           withFaults(otherVolume + ",syncfs:1:" + change, file))
-                      .output,
-                  "11 “file” couldn’t be moved because another program is changing it.\n"
-                  "faults: 2\n");
+    EXPECT_EQ(runChild({"move", directory / "top", directory / "new"},
+                       withFaults(otherVolume + ",syncfs:1:" + GetParam().event, file))
+                  .output,
+              "11 “file” couldn’t be moved because another program is changing it.\n"
+              "faults: 2\n");
 
-        EXPECT_TRUE(contentOf(file).starts_with("content"));
-        EXPECT_EQ(contentOf(directory / "new/file"), "content");
-    }
+    EXPECT_TRUE(contentOf(file).starts_with("content"));
+    EXPECT_EQ(contentOf(directory / "new/file"), "content");
 }
 
-TEST(MoveItem, RemovesNoSourceWhoseCopyIsNotDurable) {
-    struct Case {
-        std::string item;
-        std::string fault;
-    };
-    const auto failing = [](const std::string& call) { return call + std::to_string(EIO); };
-    for (const auto& [item, fault] :
-         std::vector<Case>{{"file", failing("fsync:1:")}, // of the content
-                           {"file", failing("fsync:2:")}, // of the directory
-                           {"top", failing("syncfs:1:")},
-                           {"top", failing("fsync:1:")},
-                           {"link", failing("fsync:1:")}}) {
-        const TemporaryDirectory directory;
-        directory.write("file", "content");
-        directory.write("top/file", "content");
-        ASSERT_EQ(::symlink("target", (directory / "link").c_str()), 0);
+INSTANTIATE_TEST_SUITE_P(, MoveItemOfAChangingSource,
+                         testing::Values(ChangeOfSource{{"Append"}, "append"},
+                                         ChangeOfSource{{"Touch"}, "touch"}),
+                         nameOfCase);
 
-        EXPECT_EQ(runChild({"move", directory / item, directory / "new"},
-                           withFaults(otherVolume + ',' + fault))
-                      .output,
-                  "5 “" + item +
-                      "” couldn’t be moved because the volume reports a fault.\nfaults: 2\n");
+struct UndurableCopy : NamedCase {
+    const char* item;
+    const char* failingCall;
+};
 
-        EXPECT_EQ(strangers(directory.path(), {"file", "top", "link"}), std::vector<std::string>{});
-        EXPECT_EQ(contentOf(directory / "file") + contentOf(directory / "top/file"),
-                  "contentcontent");
-        EXPECT_TRUE(exists(directory / "link"));
-    }
+class MoveItemWhoseCopyIsNotDurable : public testing::TestWithParam<UndurableCopy> {};
+
+TEST_P(MoveItemWhoseCopyIsNotDurable, RemovesNoSource) {
+    const std::string item = GetParam().item;
+    const TemporaryDirectory directory;
+    directory.write("file", "content");
+    directory.write("top/file", "content");
+    ASSERT_EQ(::symlink("target", (directory / "link").c_str()), 0);
+
+    EXPECT_EQ(runChild({"move", directory / item, directory / "new"},
+                       withFaults(otherVolume + ',' + failing(GetParam().failingCall, EIO)))
+                  .output,
+              "5 “" + item +
+                  "” couldn’t be moved because the volume reports a fault.\nfaults: 2\n");
+
+    EXPECT_EQ(strangers(directory.path(), {"file", "top", "link"}), std::vector<std::string>{});
+    EXPECT_EQ(contentOf(directory / "file") + contentOf(directory / "top/file"), "contentcontent");
+    EXPECT_TRUE(exists(directory / "link"));
 }
+
+INSTANTIATE_TEST_SUITE_P(, MoveItemWhoseCopyIsNotDurable,
+                         testing::Values(UndurableCopy{{"ContentOfAFile"}, "file", "fsync:1"},
+                                         UndurableCopy{{"DirectoryOfAFile"}, "file", "fsync:2"},
+                                         UndurableCopy{{"Tree"}, "top", "syncfs:1"},
+                                         UndurableCopy{{"DirectoryOfATree"}, "top", "fsync:1"},
+                                         UndurableCopy{{"DirectoryOfALink"}, "link", "fsync:1"}),
+                         nameOfCase);
 
 TEST(MoveItem, FinishesAMoveThatWasKilledAndNoOther) {
     const TemporaryDirectory directory;
@@ -392,7 +470,9 @@ TEST(MoveItem, LeavesWholeWhatCouldNotBeTakenAwayAfterwards) {
     ASSERT_EQ(::chmod((directory / "top/closed").c_str(), 0755), 0);
 }
 
-TEST(MoveItem, LeavesOthersFilesInASharedDirectoryAlone) {
+class MoveItemOutOfASharedDirectory : public testing::TestWithParam<MoveFaults> {};
+
+TEST_P(MoveItemOutOfASharedDirectory, LeavesOthersFilesAlone) {
     if (::geteuid() != 0) {
         GTEST_SKIP() << "only the superuser can make another user's files";
     }
@@ -401,16 +481,20 @@ TEST(MoveItem, LeavesOthersFilesInASharedDirectoryAlone) {
     ASSERT_EQ(::chmod(directory.path().c_str(), 0777), 0);
     ASSERT_EQ(::chmod((directory / "shared").c_str(), 01777), 0);
 
-    for (const auto& faults : {std::string(), otherVolume}) {
-        const auto outcome = runChild({"move", directory / "shared/file", directory / "new"},
-                                      withFaults(faults), asOrdinaryUser());
-        EXPECT_TRUE(outcome.output.starts_with(
-            "1 “file” couldn’t be moved because you don’t have permission.\n"))
-            << outcome.output;
-    }
+    const auto outcome = runChild({"move", directory / "shared/file", directory / "new"},
+                                  withFaults(GetParam().faults), asOrdinaryUser());
+
+    EXPECT_TRUE(outcome.output.starts_with(
+        "1 “file” couldn’t be moved because you don’t have permission.\n"))
+        << outcome.output;
     EXPECT_EQ(contentOf(directory / "shared/file"), "whole");
     EXPECT_FALSE(exists(directory / "new"));
 }
+
+INSTANTIATE_TEST_SUITE_P(, MoveItemOutOfASharedDirectory,
+                         testing::Values(MoveFaults{{"Here"}, ""},
+                                         MoveFaults{{"OntoAnotherVolume"}, otherVolume}),
+                         nameOfCase);
 
 TEST(MoveItem, LeavesWholeWhatAFullVolumeCannotTake) {
     if (const auto reason = whyNoMounts(); !reason.empty()) {
@@ -443,38 +527,49 @@ TEST(MoveItem, MovesNoDirectoryIntoItself) {
     EXPECT_TRUE(fs::is_empty(directory / "top/inner"));
 }
 
-TEST(MoveItem, TellsOfANameThatTheVolumeDoesNotAllow) {
+struct ForbiddenName : NamedCase {
+    const char* item;
+    std::string faults;
+    const char* failedEntry;
+};
+
+class MoveItemToAForbiddenName : public testing::TestWithParam<ForbiddenName> {};
+
+TEST_P(MoveItemToAForbiddenName, NamesTheEntry) {
+    const std::string item = GetParam().item;
     const TemporaryDirectory directory;
     directory.write("top/inner/file", "whole");
     directory.write("top/plain", "whole");
     directory.write("plain", "whole");
     ASSERT_EQ(::symlink("missing", (directory / "link").c_str()), 0);
-    const auto refusal = [](const std::string& call) {
-        return ',' + call + std::to_string(EINVAL);
-    };
-    struct Case {
-        std::string item;
-        std::string faults;
-        std::string failedEntry;
-    };
-    const auto noRename = refusal("linkat:1:"); // the fallback is tried, too
-    const std::vector<Case> cases{
-        {"plain", withoutRefusal + noRename, "plain"},
-        {"plain", otherVolume + refusal("renameat2:1:") + noRename, "plain"},
-        {"link", otherVolume + refusal("symlinkat:1:"), "link"},
-        {"top", otherVolume + refusal("mkdirat:2:"), "inner"},
-    };
-    for (const auto& [item, faults, failedEntry] : cases) {
-        const auto outcome =
-            runChild({"move", directory / item, directory / "new"}, withFaults(faults));
-        EXPECT_TRUE(outcome.output.starts_with(
-            "84 “" + failedEntry +
-            "” couldn’t be moved because the volume doesn’t allow its name.\n"))
-            << outcome.output;
-        EXPECT_TRUE(exists(directory / item));
-    }
+
+    const auto outcome =
+        runChild({"move", directory / item, directory / "new"}, withFaults(GetParam().faults));
+
+    EXPECT_TRUE(outcome.output.starts_with(
+        "84 “" + std::string(GetParam().failedEntry) +
+        "” couldn’t be moved because the volume doesn’t allow its name.\n"))
+        << outcome.output;
+    EXPECT_TRUE(exists(directory / item));
     EXPECT_EQ(strangers(directory.path(), {"link", "plain", "top"}), std::vector<std::string>{});
 }
+
+// Where a rename fails, linking is tried too.
+INSTANTIATE_TEST_SUITE_P(
+    , MoveItemToAForbiddenName,
+    testing::Values(
+        ForbiddenName{
+            {"RenamedFile"}, "plain", withoutRefusal + ',' + failing("linkat:1", EINVAL), "plain"},
+        ForbiddenName{{"CopiedFile"},
+                      "plain",
+                      otherVolume + ',' + failing("renameat2:1", EINVAL) + ',' +
+                          failing("linkat:1", EINVAL),
+                      "plain"},
+        ForbiddenName{
+            {"CopiedLink"}, "link", otherVolume + ',' + failing("symlinkat:1", EINVAL), "link"},
+        ForbiddenName{
+            {"EntryOfATree"}, "top", otherVolume + ',' + failing("mkdirat:2", EINVAL), "inner"}),
+    nameOfCase);
 
 TEST(MoveItem, TellsOfNamesThatTheVolumeTakesForOne) {
     const TemporaryDirectory directory;
@@ -492,41 +587,54 @@ TEST(MoveItem, TellsOfNamesThatTheVolumeTakesForOne) {
     EXPECT_EQ(strangers(directory.path(), {"top"}), std::vector<std::string>{});
 }
 
-TEST(MoveItem, TellsWhatIsWrongWithAPath) {
+/// A path that cannot be moved or moved to; "DIR" is the directory of the test.
+struct UnmovablePath : NamedCase {
+    std::string path;
+    std::string newPath;
+    const char* why;
+};
+
+class MoveItemWithABadPath : public testing::TestWithParam<UnmovablePath> {};
+
+TEST_P(MoveItemWithABadPath, TellsWhatIsWrong) {
     const TemporaryDirectory directory;
-    const auto file = directory.write("file");
+    directory.write("file");
     ASSERT_EQ(::symlink("loop", (directory / "loop").c_str()), 0);
-    const std::string longName(256, 'n');
-    const auto longPath = directory / std::string(5000, '/') + std::string(5000, 'x');
-    struct Case {
-        std::string path;
-        std::string newPath;
-        std::string why;
-    };
-    const std::vector<Case> cases{
-        {directory / "missing", directory / "new", "it doesn’t exist"},
-        {file + std::string("\0.tmp", 5), directory / "new", "the system doesn’t allow it"},
-        {file, directory / std::string("new\0.tmp", 8), "the system doesn’t allow it"},
-        {"", directory / "new", "the system doesn’t allow it"},
-        {"file", directory / "new", "the system doesn’t allow it"},
-        {file, "", "the system doesn’t allow it"},
-        {file, "new", "the system doesn’t allow it"},
-        {file, directory / "..", "the system doesn’t allow it"},
-        {file, directory / "missing/new", "the folder “missing” doesn’t exist"},
-        {file, file + "/new", "a part of its path isn’t a folder"},
-        {longPath, directory / "new", "its name is too long"},
-        {file, longPath, "its name is too long"},
-        {directory / longName, directory / "new", "its name is too long"},
-        {file, directory / longName, "its name is too long"},
-        {directory / "loop/inner", directory / "new", "its path leads through too many links"},
-    };
-    for (const auto& [path, newPath, why] : cases) {
-        EXPECT_TRUE(sentence(fileSystem.moveItem(path, newPath))
-                        .ends_with("couldn’t be moved because " + why + "."))
-            << path << " to " << newPath << ": " << sentence(fileSystem.moveItem(path, newPath));
-    }
+
+    const auto told = sentence(fileSystem.moveItem(casePath(directory, GetParam().path),
+                                                   casePath(directory, GetParam().newPath)));
+
+    EXPECT_TRUE(told.ends_with("couldn’t be moved because " + std::string(GetParam().why) + "."))
+        << told;
     EXPECT_EQ(strangers(directory.path(), {"file", "loop"}), std::vector<std::string>{});
 }
+
+const std::string unmovableName = "DIR/" + std::string(256, 'n');
+const std::string unmovableLongPath = "DIR/" + std::string(5000, '/') + std::string(5000, 'x');
+constexpr const char* notAllowed = "the system doesn’t allow it";
+
+INSTANTIATE_TEST_SUITE_P(
+    , MoveItemWithABadPath,
+    testing::Values(
+        UnmovablePath{{"Missing"}, "DIR/missing", "DIR/new", "it doesn’t exist"},
+        UnmovablePath{{"Zero"}, std::string("DIR/file\0.tmp", 13), "DIR/new", notAllowed},
+        UnmovablePath{{"ToZero"}, "DIR/file", std::string("DIR/new\0.tmp", 12), notAllowed},
+        UnmovablePath{{"Empty"}, "", "DIR/new", notAllowed},
+        UnmovablePath{{"Relative"}, "file", "DIR/new", notAllowed},
+        UnmovablePath{{"ToEmpty"}, "DIR/file", "", notAllowed},
+        UnmovablePath{{"ToRelative"}, "DIR/file", "new", notAllowed},
+        UnmovablePath{{"ToParent"}, "DIR/file", "DIR/..", notAllowed},
+        UnmovablePath{
+            {"IntoMissing"}, "DIR/file", "DIR/missing/new", "the folder “missing” doesn’t exist"},
+        UnmovablePath{
+            {"IntoItself"}, "DIR/file", "DIR/file/new", "a part of its path isn’t a folder"},
+        UnmovablePath{{"LongPath"}, unmovableLongPath, "DIR/new", "its name is too long"},
+        UnmovablePath{{"ToLongPath"}, "DIR/file", unmovableLongPath, "its name is too long"},
+        UnmovablePath{{"LongName"}, unmovableName, "DIR/new", "its name is too long"},
+        UnmovablePath{{"ToLongName"}, "DIR/file", unmovableName, "its name is too long"},
+        UnmovablePath{
+            {"Loop"}, "DIR/loop/inner", "DIR/new", "its path leads through too many links"}),
+    nameOfCase);
 
 TEST(MoveItem, LetsOneOfTwoCallersMoveAnItem) {
     const TemporaryDirectory directory;
@@ -587,3 +695,5 @@ TEST(MoveItem, DeletesNothingThatItHasNotCopied) {
         static_cast<void>(fileSystem.removeItem(moved));
     }
 }
+
+} // namespace
