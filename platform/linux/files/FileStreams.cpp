@@ -24,9 +24,17 @@ namespace {
 
 constexpr std::uint64_t unknownSize = 0;
 
+/// The error number for the spared file.
+constexpr int sparedFile = ETXTBSY;
+
+template <class T>
+Unexpected<SystemError> reasonOf(const SystemResult<T>& failed) {
+    return Unexpected(SystemError{failed.error().number()});
+}
+
 Result<void, SystemError> forCaller(const SystemResult<void>& result) {
     if (!result) {
-        return Unexpected(SystemError{result.error().number()});
+        return reasonOf(result);
     }
     return {};
 }
@@ -118,7 +126,7 @@ public:
         const int from = static_cast<const Stream&>(source).descriptor_.get();
         const auto status = statusOf(from);
         if (!status) {
-            return Unexpected(SystemError{status.error().number()});
+            return reasonOf(status);
         }
         return forCaller(native::copyMetadata(from, *status, descriptor_.get()));
     }
@@ -157,87 +165,111 @@ private:
     TemporaryItem item_;
 };
 
-/// Returns whether the path leads to no item, or to a file other than `spared`.
-bool mayBeReplaced(const std::string& path, const FileId& spared) {
+/// Fails unless the path leads to no item, or to a file other than `spared`.
+SystemResult<void> checkReplaceable(const std::string& path, const FileId& spared) {
     struct stat status {};
     const auto found = atPath(path, [&status](int directory, const char* rest) {
         return ::fstatat(directory, rest, &status, 0);
     });
-    return found ? S_ISREG(status.st_mode) && fileIdOf(status) != spared
-                 : failedWith(found, ENOENT);
+    if (failedWith(found, ENOENT)) {
+        return {};
+    }
+    if (!found) {
+        return Unexpected(found.error());
+    }
+    if (fileIdOf(status) == spared) {
+        return Unexpected(Errno(sparedFile));
+    }
+    if (!S_ISREG(status.st_mode)) {
+        return Unexpected(Errno(EINVAL));
+    }
+    return {};
 }
 
-FileDescriptor openFile(const std::string& path, int flags) {
+SystemResult<FileDescriptor> openFile(const std::string& path, int flags) {
     constexpr mode_t mode = 0666;
     const auto descriptor = atPath(path, [flags](int directory, const char* rest) {
         return retryOnEintr(
             [&] { return ::openat(directory, rest, flags | O_NOCTTY | O_CLOEXEC, mode); });
     });
-    return FileDescriptor(descriptor ? *descriptor : -1);
+    if (!descriptor) {
+        return Unexpected(descriptor.error());
+    }
+    return FileDescriptor(*descriptor);
 }
 
 } // namespace
 
-std::unique_ptr<FileStream> FileStreams::openForReading(const std::string& path) {
+OpenedStream FileStreams::openForReading(const std::string& path) {
     auto file = openFile(path, O_RDONLY);
-    struct stat status {};
-    if (!file || ::fstat(file.get(), &status) != 0) {
-        return nullptr;
+    if (!file) {
+        return reasonOf(file);
     }
-    static_cast<void>(::posix_fadvise(file.get(), 0, 0, POSIX_FADV_SEQUENTIAL));
-    return std::make_unique<Stream>(std::move(file), fileIdOf(status), unknownSize);
+    const auto status = statusOf(file->get());
+    if (!status) {
+        return reasonOf(status);
+    }
+    static_cast<void>(::posix_fadvise(file->get(), 0, 0, POSIX_FADV_SEQUENTIAL));
+    return std::make_unique<Stream>(*std::move(file), fileIdOf(*status), unknownSize);
 }
 
-std::unique_ptr<FileStream> FileStreams::openForUpdating(const std::string& path,
-                                                         const FileId& spared,
-                                                         std::uint64_t expectedSize) {
+OpenedStream FileStreams::openForUpdating(const std::string& path, const FileId& spared,
+                                          std::uint64_t expectedSize) {
     auto file = openFile(path, O_RDWR | O_CREAT);
-    struct stat status {};
-    if (!file || ::fstat(file.get(), &status) != 0 || fileIdOf(status) == spared) {
-        return nullptr;
+    if (!file) {
+        return reasonOf(file);
     }
-    return std::make_unique<Stream>(std::move(file), fileIdOf(status),
-                                    S_ISREG(status.st_mode) ? expectedSize : unknownSize);
+    const auto status = statusOf(file->get());
+    if (!status) {
+        return reasonOf(status);
+    }
+    if (fileIdOf(*status) == spared) {
+        return Unexpected(SystemError{sparedFile});
+    }
+    return std::make_unique<Stream>(*std::move(file), fileIdOf(*status),
+                                    S_ISREG(status->stx_mode) ? expectedSize : unknownSize);
 }
 
-std::unique_ptr<FileStream> FileStreams::openBeside(const std::string& path, const FileId& spared,
-                                                    std::uint64_t expectedSize) {
-    if (!mayBeReplaced(path, spared)) {
-        return nullptr;
+OpenedStream FileStreams::openBeside(const std::string& path, const FileId& spared,
+                                     std::uint64_t expectedSize) {
+    if (const auto replaceable = checkReplaceable(path, spared); !replaceable) {
+        return reasonOf(replaceable);
     }
     auto directory =
         openAtPath(path::deletingLastComponent(path), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (!directory) {
-        return nullptr;
+        return reasonOf(directory);
     }
     auto item = TemporaryItem::make(directory->get(), path::lastComponent(path), S_IFREG | 0666);
     if (!item) {
-        return nullptr;
+        return reasonOf(item);
     }
-    FileDescriptor file(::fcntl(item->item().get(), F_DUPFD_CLOEXEC, 0));
-    const auto status = statusOf(item->item().get());
-    if (!file || !status) {
-        return nullptr;
+    auto file = opened(::fcntl(item->item().get(), F_DUPFD_CLOEXEC, 0));
+    if (!file) {
+        return reasonOf(file);
     }
-    return std::make_unique<StreamBeside>(*std::move(directory), *std::move(item), std::move(file),
+    const auto status = statusOf(file->get());
+    if (!status) {
+        return reasonOf(status);
+    }
+    return std::make_unique<StreamBeside>(*std::move(directory), *std::move(item), *std::move(file),
                                           fileIdOf(*status), expectedSize);
 }
 
-Result<std::unique_ptr<FileStream>, SystemError> FileStreams::openExisting(const std::string& path,
-                                                                           FileAccess access) {
+OpenedStream FileStreams::openExisting(const std::string& path, FileAccess access) {
     const int flags = access == FileAccess::reading ? O_RDONLY : O_RDWR;
     auto file = openAtPath(path, flags | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
     if (!file) {
-        return Unexpected(SystemError{file.error().number()});
+        return reasonOf(file);
     }
-    struct stat status {};
-    if (const auto found = checked(::fstat(file->get(), &status)); !found) {
-        return Unexpected(SystemError{found.error().number()});
+    const auto status = statusOf(file->get());
+    if (!status) {
+        return reasonOf(status);
     }
-    if (!S_ISREG(status.st_mode)) {
+    if (!S_ISREG(status->stx_mode)) {
         return Unexpected(SystemError{EINVAL});
     }
-    return std::make_unique<Stream>(*std::move(file), fileIdOf(status), unknownSize);
+    return std::make_unique<Stream>(*std::move(file), fileIdOf(*status), unknownSize);
 }
 
 } // namespace platform::native

@@ -207,7 +207,7 @@ int fill(const Arguments& arguments) {
         return 1;
     }
     const auto bytes = std::as_bytes(std::span(arguments.at(1)));
-    const bool isNamed = file->write(bytes) == bytes.size() && file->takeName();
+    const bool isNamed = (*file)->write(bytes) == bytes.size() && (*file)->takeName();
     std::cout << (isNamed ? "ok\n" : "not named\n");
     return 0;
 }
