@@ -69,39 +69,43 @@ public:
     virtual Result<void, SystemError> takeName() = 0;
 };
 
+/// An open stream, or the system's number for why a file could not be opened.
+using OpenedStream = Result<std::unique_ptr<FileStream>, SystemError>;
+
 /// What an existing file is opened for.
 enum class FileAccess { reading, updating };
 
 /// Opens files as streams. Paths are absolute, of any length, and may contain any byte except zero;
-/// links are followed, except where a member says otherwise. Any thread may call every member.
+/// links are followed, except where a member says otherwise. On Linux an error is an errno: EINVAL
+/// for a path with a zero byte, otherwise the system's own except where a member says otherwise.
+/// Any thread may call every member.
 class FileStreams {
 public:
     static constexpr const char* portName = "FileStreams";
     virtual ~FileStreams() = default;
 
-    /// Opens a file to be read from start to end; returns null on failure. Opening a pipe waits
-    /// until somebody opens its other end.
-    virtual std::unique_ptr<FileStream> openForReading(const std::string& path) = 0;
+    /// Opens a file to be read from start to end. Opening a pipe waits until somebody opens its
+    /// other end. A directory opens too, and cannot be read.
+    virtual OpenedStream openForReading(const std::string& path) = 0;
 
-    /// Opens a file for reading and writing, creating it if it is missing; returns null on failure.
-    /// An existing file keeps its content. A path that leads to the spared file, by whatever name,
-    /// is refused. The expected size of the file, in bytes (0 if unknown), only helps to allocate
+    /// Opens a file for reading and writing, creating it if it is missing. An existing file keeps
+    /// its content. A path that leads to the spared file, by whatever name, is refused with
+    /// ETXTBSY. The expected size of the file, in bytes (0 if unknown), only helps to allocate
     /// space: the file may become smaller or larger.
-    virtual std::unique_ptr<FileStream>
-    openForUpdating(const std::string& path, const FileId& spared, std::uint64_t expectedSize) = 0;
+    virtual OpenedStream openForUpdating(const std::string& path, const FileId& spared,
+                                         std::uint64_t expectedSize) = 0;
 
     /// As openForUpdating, but makes a new file in the path's directory under a hidden name. It
     /// gets its name by takeName(), until which a file at the path stays as it is; closed before,
     /// it is deleted. What a killed process leaves of it, FileSystem::removeAbandonedCopies
-    /// deletes. A path that leads to something else than a file is refused; a link at the path is
-    /// replaced itself.
-    virtual std::unique_ptr<FileStream> openBeside(const std::string& path, const FileId& spared,
-                                                   std::uint64_t expectedSize) = 0;
+    /// deletes. A path that leads to something else than a file is refused with EINVAL; a link at
+    /// the path is replaced itself.
+    virtual OpenedStream openBeside(const std::string& path, const FileId& spared,
+                                    std::uint64_t expectedSize) = 0;
 
     /// Opens a file that exists, for reading and perhaps for writing. A final link is not followed,
-    /// and anything but a file is refused without waiting for it.
-    virtual Result<std::unique_ptr<FileStream>, SystemError> openExisting(const std::string& path,
-                                                                          FileAccess access) = 0;
+    /// and anything but a file is refused without waiting for it, with EINVAL.
+    virtual OpenedStream openExisting(const std::string& path, FileAccess access) = 0;
 };
 
 } // namespace platform

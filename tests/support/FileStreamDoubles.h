@@ -69,34 +69,37 @@ public:
     /// The files opened and closed, in order.
     std::vector<std::string> events;
 
-    std::unique_ptr<platform::FileStream> openForReading(const std::string& path) override {
+    platform::OpenedStream openForReading(const std::string& path) override {
         const auto found = files.find(path);
-        return found != files.end() && found->second.opens ? open(path) : nullptr;
-    }
-
-    std::unique_ptr<platform::FileStream> openForUpdating(const std::string& path,
-                                                          const platform::FileId& spared,
-                                                          std::uint64_t /*expectedSize*/) override {
-        auto& file = files[path];
-        if (!file.opens || fileIdOf(file) == spared) {
-            return nullptr;
+        if (found == files.end()) {
+            return platform::Unexpected(platform::SystemError{ENOENT});
+        }
+        if (!found->second.opens) {
+            return platform::Unexpected(platform::SystemError{EACCES});
         }
         return open(path);
     }
 
-    std::unique_ptr<platform::FileStream> openBeside(const std::string& path,
-                                                     const platform::FileId& spared,
-                                                     std::uint64_t expectedSize) override {
+    platform::OpenedStream openForUpdating(const std::string& path, const platform::FileId& spared,
+                                           std::uint64_t /*expectedSize*/) override {
+        auto& file = files[path];
+        if (!file.opens) {
+            return platform::Unexpected(platform::SystemError{EACCES});
+        }
+        if (fileIdOf(file) == spared) {
+            return platform::Unexpected(platform::SystemError{ETXTBSY});
+        }
+        return open(path);
+    }
+
+    platform::OpenedStream openBeside(const std::string& path, const platform::FileId& spared,
+                                      std::uint64_t expectedSize) override {
         return openForUpdating(path + std::string(beside), spared, expectedSize);
     }
 
-    platform::Result<std::unique_ptr<platform::FileStream>, platform::SystemError>
-    openExisting(const std::string& path, platform::FileAccess /*access*/) override {
-        auto stream = openForReading(path);
-        if (!stream) {
-            return platform::Unexpected(platform::SystemError{ENOENT});
-        }
-        return stream;
+    platform::OpenedStream openExisting(const std::string& path,
+                                        platform::FileAccess /*access*/) override {
+        return openForReading(path);
     }
 
 private:

@@ -41,11 +41,12 @@ void askWhetherToContinue(const std::shared_ptr<ChecksumDelegate>& delegate,
 std::optional<std::string> digestOfFile(const std::string& path,
                                         const std::shared_ptr<ChecksumDelegate>& delegate,
                                         platform::DigestAlgorithm algorithm) {
-    const auto file = platform::service<platform::FileStreams>().openForReading(path);
-    if (file == nullptr) {
+    const auto opened = platform::service<platform::FileStreams>().openForReading(path);
+    if (!opened) {
         platform::systemLog(unableToOpen, path);
         return std::nullopt;
     }
+    auto& file = **opened;
     platform::DigestContext context(algorithm);
     const auto buffer = filereading::makeBuffer();
     if (buffer == nullptr) {
@@ -55,7 +56,7 @@ std::optional<std::string> digestOfFile(const std::string& path,
     const auto stop = std::make_shared<std::atomic<bool>>(false);
     const bool asks = delegate != nullptr && delegate->checksumShouldContinue != nullptr;
     std::uint64_t total = 0;
-    while (const auto count = file->read({buffer.get(), chunkSize})) {
+    while (const auto count = file.read({buffer.get(), chunkSize})) {
         context.update({buffer.get(), count});
         total += count;
         if (asks && total % questionInterval == 0) {
@@ -65,7 +66,7 @@ std::optional<std::string> digestOfFile(const std::string& path,
             return std::nullopt;
         }
     }
-    if (!file->isAtEnd()) {
+    if (!file.isAtEnd()) {
         QFLog::appendLogAndPrint(checksumErrorReading, path);
         return std::nullopt;
     }

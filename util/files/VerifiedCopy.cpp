@@ -171,11 +171,12 @@ private:
     }
 
     bool openSource() {
-        file_ = streams().openForReading(source_);
-        if (file_ == nullptr) {
+        auto opened = streams().openForReading(source_);
+        if (!opened) {
             systemLog(unableToReadSource, source_);
             return false;
         }
+        file_ = *std::move(opened);
         return true;
     }
 
@@ -187,15 +188,16 @@ private:
 
     bool openDestinations() {
         for (auto& destination : destinations_) {
-            destination.file = open(destination.path);
-            if (destination.file == nullptr) {
+            auto opened = open(destination.path);
+            if (!opened) {
                 return isUnreachable(destination);
             }
+            destination.file = *std::move(opened);
         }
         return true;
     }
 
-    std::unique_ptr<platform::FileStream> open(const std::string& path) const {
+    platform::OpenedStream open(const std::string& path) const {
         return options_.filling == Filling::aside
                    ? streams().openBeside(path, file_->identity(), attributes_.size)
                    : streams().openForUpdating(path, file_->identity(), attributes_.size);

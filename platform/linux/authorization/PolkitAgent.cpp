@@ -1,7 +1,7 @@
 #define POLKIT_AGENT_I_KNOW_API_IS_SUBJECT_TO_CHANGE
 #include "platform/linux/authorization/PolkitAgent.h"
 
-#include "platform/linux/system/ObjectOwner.h"
+#include "platform/linux/system/GLibOwners.h"
 
 #include <polkitagent/polkitagent.h>
 #include <unistd.h>
@@ -269,15 +269,11 @@ bool isPolkitAvailable() {
         return false;
     }
     constexpr int useDefaultLimit = -1;
-    GVariant* reply = g_dbus_connection_call_sync(
+    const OwnedVariant reply(g_dbus_connection_call_sync(
         bus.get(), "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
         "StartServiceByName", g_variant_new("(su)", "org.freedesktop.PolicyKit1", 0U), nullptr,
-        G_DBUS_CALL_FLAGS_NONE, useDefaultLimit, nullptr, nullptr);
-    if (reply == nullptr) {
-        return false;
-    }
-    g_variant_unref(reply);
-    return true;
+        G_DBUS_CALL_FLAGS_NONE, useDefaultLimit, nullptr, nullptr));
+    return reply != nullptr;
 }
 
 // ---- The agent ---------------------------------------------------------------------------------

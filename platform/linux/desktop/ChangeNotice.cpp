@@ -1,6 +1,7 @@
 #include "platform/linux/desktop/ChangeNotice.h"
 
 #include "platform/linux/posix/LongPath.h"
+#include "platform/linux/system/GLibOwners.h"
 #include "platform/linux/system/TimedBus.h"
 #include "platform/linux/system/UserAccount.h"
 
@@ -9,7 +10,6 @@
 #include <sys/stat.h>
 
 #include <cstdlib>
-#include <memory>
 
 namespace platform::native {
 
@@ -19,8 +19,6 @@ constexpr const char* anyPath = "/";
 constexpr const char* interface = "org.kde.KDirNotify";
 constexpr const char* filesChanged = "FilesChanged";
 constexpr const char* filesAdded = "FilesAdded";
-
-using Text = std::unique_ptr<char, decltype(&g_free)>;
 
 /// Returns the address of the session bus; empty if there is none. Does not start one.
 std::string busAddress() {
@@ -33,7 +31,7 @@ std::string busAddress() {
     if (!directory || ::stat((*directory + "/bus").c_str(), &status) != 0) {
         return "";
     }
-    const Text path(g_dbus_address_escape_value((*directory + "/bus").c_str()), &g_free);
+    const OwnedText path(g_dbus_address_escape_value((*directory + "/bus").c_str()));
     return std::string("unix:path=") + path.get();
 }
 
@@ -54,7 +52,7 @@ Result<void, WorkspaceStatus> announceChange(const std::string& path) {
     const auto found = atPath(path, [&status](int directory, const char* rest) {
         return ::fstatat(directory, rest, &status, AT_SYMLINK_NOFOLLOW);
     });
-    const Text uri(g_filename_to_uri(path.c_str(), nullptr, nullptr), &g_free);
+    const OwnedText uri(g_filename_to_uri(path.c_str(), nullptr, nullptr));
     if (!uri || !found) {
         return Unexpected(fnfErr);
     }

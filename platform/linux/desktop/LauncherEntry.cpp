@@ -3,6 +3,7 @@
 #include "platform/foundation/Path.h"
 #include "platform/foundation/Text.h"
 #include "platform/linux/posix/Directories.h"
+#include "platform/linux/system/GLibOwners.h"
 
 #include <glib.h>
 #include <sys/stat.h>
@@ -111,8 +112,7 @@ std::optional<LauncherEntry> launcherEntry(const std::string& bundle, const Valu
     set("Exec", commandLine(program));
     set("TryExec", program);
     gsize length = 0;
-    const std::unique_ptr<char, decltype(&g_free)> content(
-        g_key_file_to_data(file.get(), &length, nullptr), &g_free);
+    const OwnedText content(g_key_file_to_data(file.get(), &length, nullptr));
     return LauncherEntry{std::string(fileNamePrefix) + identifier + ".desktop",
                          {content.get(), length}};
 }

@@ -3,6 +3,7 @@
 #include "platform/foundation/Path.h"
 #include "platform/linux/files/UniqueName.h"
 #include "platform/linux/system/Clock.h"
+#include "platform/linux/system/GLibOwners.h"
 
 #include <glib.h>
 
@@ -10,7 +11,6 @@
 #include <cerrno>
 #include <climits>
 #include <ctime>
-#include <memory>
 #include <utility>
 
 namespace platform::native {
@@ -24,8 +24,7 @@ constexpr std::array<std::pair<Mover, std::string_view>, 2> moverLines{{
 }};
 
 std::string encoded(const std::string& path) {
-    const std::unique_ptr<char, decltype(&g_free)> text(
-        g_uri_escape_string(path.c_str(), "/", FALSE), &g_free);
+    const OwnedText text(g_uri_escape_string(path.c_str(), "/", FALSE));
     return text.get();
 }
 
@@ -57,8 +56,7 @@ std::string recordedPathIn(std::string_view trashinfo) {
     }
     trashinfo.remove_prefix(begin + key.size());
     const std::string value(trashinfo.substr(0, trashinfo.find('\n')));
-    const std::unique_ptr<char, decltype(&g_free)> path(
-        g_uri_unescape_string(value.c_str(), nullptr), &g_free);
+    const OwnedText path(g_uri_unescape_string(value.c_str(), nullptr));
     return path ? path.get() : "";
 }
 

@@ -24,9 +24,17 @@ namespace {
 
 constexpr std::uint64_t unknownSize = 0;
 
+/// The error number for the spared file.
+constexpr int sparedFile = ETXTBSY;
+
+template <class T>
+Unexpected<SystemError> reasonOf(const SystemResult<T>& failed) {
+    return Unexpected(SystemError{failed.error().number()});
+}
+
 Result<void, SystemError> forCaller(const SystemResult<void>& result) {
     if (!result) {
-        return Unexpected(SystemError{result.error().number()});
+        return reasonOf(result);
     }
     return {};
 }
@@ -120,7 +128,7 @@ public:
         const auto status = statusOf(from);
         const auto own = statusOf(to);
         if (!status || !own) {
-            return Unexpected(SystemError{(status ? own : status).error().number()});
+            return reasonOf(status ? own : status);
         }
         if (!S_ISREG(own->stx_mode)) { // a pipe or a device, which has other users
             return {};
@@ -169,9 +177,8 @@ private:
 };
 
 /// Returns the mode for a file that is to replace what the path leads to: that of a file, or the
-/// usual one if there is nothing. No value if it leads to `spared` or to something else than a
-/// file.
-std::optional<mode_t> modeOfReplacement(const std::string& path, const FileId& spared) {
+/// usual one if there is nothing. Fails if it leads to `spared` or to something else than a file.
+SystemResult<mode_t> modeOfReplacement(const std::string& path, const FileId& spared) {
     constexpr mode_t usual = 0666;
     constexpr mode_t rights = 0777;
     struct stat status {};
@@ -181,82 +188,103 @@ std::optional<mode_t> modeOfReplacement(const std::string& path, const FileId& s
     if (failedWith(found, ENOENT)) {
         return usual;
     }
-    const bool mayBeReplaced = found && S_ISREG(status.st_mode) && fileIdOf(status) != spared;
-    return mayBeReplaced ? std::optional(status.st_mode & rights) : std::nullopt;
+    if (!found) {
+        return Unexpected(found.error());
+    }
+    if (fileIdOf(status) == spared) {
+        return Unexpected(Errno(sparedFile));
+    }
+    if (!S_ISREG(status.st_mode)) {
+        return Unexpected(Errno(EINVAL));
+    }
+    return status.st_mode & rights;
 }
 
-FileDescriptor openFile(const std::string& path, int flags) {
+SystemResult<FileDescriptor> openFile(const std::string& path, int flags) {
     constexpr mode_t mode = 0666;
     const auto descriptor = atPath(path, [flags](int directory, const char* rest) {
         return retryOnEintr(
             [&] { return ::openat(directory, rest, flags | O_NOCTTY | O_CLOEXEC, mode); });
     });
-    return FileDescriptor(descriptor ? *descriptor : -1);
+    if (!descriptor) {
+        return Unexpected(descriptor.error());
+    }
+    return FileDescriptor(*descriptor);
 }
 
 } // namespace
 
-std::unique_ptr<FileStream> FileStreams::openForReading(const std::string& path) {
+OpenedStream FileStreams::openForReading(const std::string& path) {
     auto file = openFile(path, O_RDONLY);
-    struct stat status {};
-    if (!file || ::fstat(file.get(), &status) != 0) {
-        return nullptr;
+    if (!file) {
+        return reasonOf(file);
     }
-    static_cast<void>(::posix_fadvise(file.get(), 0, 0, POSIX_FADV_SEQUENTIAL));
-    return std::make_unique<Stream>(std::move(file), fileIdOf(status), unknownSize);
+    const auto status = statusOf(file->get());
+    if (!status) {
+        return reasonOf(status);
+    }
+    static_cast<void>(::posix_fadvise(file->get(), 0, 0, POSIX_FADV_SEQUENTIAL));
+    return std::make_unique<Stream>(*std::move(file), fileIdOf(*status), unknownSize);
 }
 
-std::unique_ptr<FileStream> FileStreams::openForUpdating(const std::string& path,
-                                                         const FileId& spared,
-                                                         std::uint64_t expectedSize) {
+OpenedStream FileStreams::openForUpdating(const std::string& path, const FileId& spared,
+                                          std::uint64_t expectedSize) {
     auto file = openFile(path, O_RDWR | O_CREAT);
-    struct stat status {};
-    if (!file || ::fstat(file.get(), &status) != 0 || fileIdOf(status) == spared) {
-        return nullptr;
+    if (!file) {
+        return reasonOf(file);
     }
-    return std::make_unique<Stream>(std::move(file), fileIdOf(status),
-                                    S_ISREG(status.st_mode) ? expectedSize : unknownSize);
+    const auto status = statusOf(file->get());
+    if (!status) {
+        return reasonOf(status);
+    }
+    if (fileIdOf(*status) == spared) {
+        return Unexpected(SystemError{sparedFile});
+    }
+    return std::make_unique<Stream>(*std::move(file), fileIdOf(*status),
+                                    S_ISREG(status->stx_mode) ? expectedSize : unknownSize);
 }
 
-std::unique_ptr<FileStream> FileStreams::openBeside(const std::string& path, const FileId& spared,
-                                                    std::uint64_t expectedSize) {
+OpenedStream FileStreams::openBeside(const std::string& path, const FileId& spared,
+                                     std::uint64_t expectedSize) {
     const auto mode = modeOfReplacement(path, spared);
     if (!mode) {
-        return nullptr;
+        return reasonOf(mode);
     }
     auto directory =
         openAtPath(path::deletingLastComponent(path), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (!directory) {
-        return nullptr;
+        return reasonOf(directory);
     }
     auto item = TemporaryItem::make(directory->get(), path::lastComponent(path), S_IFREG | *mode);
     if (!item) {
-        return nullptr;
+        return reasonOf(item);
     }
-    FileDescriptor file(::fcntl(item->item().get(), F_DUPFD_CLOEXEC, 0));
-    const auto status = statusOf(item->item().get());
-    if (!file || !status) {
-        return nullptr;
+    auto file = opened(::fcntl(item->item().get(), F_DUPFD_CLOEXEC, 0));
+    if (!file) {
+        return reasonOf(file);
     }
-    return std::make_unique<StreamBeside>(*std::move(directory), *std::move(item), std::move(file),
+    const auto status = statusOf(file->get());
+    if (!status) {
+        return reasonOf(status);
+    }
+    return std::make_unique<StreamBeside>(*std::move(directory), *std::move(item), *std::move(file),
                                           fileIdOf(*status), expectedSize);
 }
 
-Result<std::unique_ptr<FileStream>, SystemError> FileStreams::openExisting(const std::string& path,
-                                                                           FileAccess access) {
+OpenedStream FileStreams::openExisting(const std::string& path, FileAccess access) {
     const int flags = access == FileAccess::reading ? O_RDONLY : O_RDWR;
     auto file = openAtPath(path, flags | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
     if (!file) {
-        return Unexpected(SystemError{file.error().number()});
+        return reasonOf(file);
     }
-    struct stat status {};
-    if (const auto found = checked(::fstat(file->get(), &status)); !found) {
-        return Unexpected(SystemError{found.error().number()});
+    const auto status = statusOf(file->get());
+    if (!status) {
+        return reasonOf(status);
     }
-    if (!S_ISREG(status.st_mode)) {
+    if (!S_ISREG(status->stx_mode)) {
         return Unexpected(SystemError{EINVAL});
     }
-    return std::make_unique<Stream>(*std::move(file), fileIdOf(status), unknownSize);
+    return std::make_unique<Stream>(*std::move(file), fileIdOf(*status), unknownSize);
 }
 
 } // namespace platform::native

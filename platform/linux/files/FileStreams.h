@@ -8,13 +8,12 @@ namespace platform::native {
 /// sequentially, and space for a large file is allocated before it is written.
 class FileStreams : public platform::FileStreams {
 public:
-    std::unique_ptr<FileStream> openForReading(const std::string& path) override;
-    std::unique_ptr<FileStream> openForUpdating(const std::string& path, const FileId& spared,
-                                                std::uint64_t expectedSize) override;
-    std::unique_ptr<FileStream> openBeside(const std::string& path, const FileId& spared,
-                                           std::uint64_t expectedSize) override;
-    Result<std::unique_ptr<FileStream>, SystemError> openExisting(const std::string& path,
-                                                                  FileAccess access) override;
+    OpenedStream openForReading(const std::string& path) override;
+    OpenedStream openForUpdating(const std::string& path, const FileId& spared,
+                                 std::uint64_t expectedSize) override;
+    OpenedStream openBeside(const std::string& path, const FileId& spared,
+                            std::uint64_t expectedSize) override;
+    OpenedStream openExisting(const std::string& path, FileAccess access) override;
 };
 
 } // namespace platform::native

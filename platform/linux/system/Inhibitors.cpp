@@ -1,7 +1,7 @@
 #include "platform/linux/system/Inhibitors.h"
 
 #include "platform/linux/posix/FileDescriptor.h"
-#include "platform/linux/system/ObjectOwner.h"
+#include "platform/linux/system/GLibOwners.h"
 #include "platform/linux/system/TimedBus.h"
 
 #include <gio/gio.h>
@@ -19,13 +19,6 @@ constexpr const char* managerInterface = "org.freedesktop.login1.Manager";
 constexpr const char* heldOff = "shutdown:sleep";
 constexpr const char* untilReleased = "block";
 
-struct FreeText {
-    void operator()(char* text) const { g_free(text); }
-};
-struct FreeVariant {
-    void operator()(GVariant* variant) const { g_variant_unref(variant); }
-};
-
 class HeldLock : public Inhibition {
 public:
     explicit HeldLock(FileDescriptor lock) : lock_(std::move(lock)) {}
@@ -36,8 +29,7 @@ private:
 };
 
 std::string systemBusAddress() {
-    const std::unique_ptr<char, FreeText> address(
-        g_dbus_address_get_for_bus_sync(G_BUS_TYPE_SYSTEM, nullptr, nullptr));
+    const OwnedText address(g_dbus_address_get_for_bus_sync(G_BUS_TYPE_SYSTEM, nullptr, nullptr));
     return address ? address.get() : "";
 }
 
@@ -55,9 +47,8 @@ std::unique_ptr<Inhibition> Inhibitors::inhibitShutdown(const std::string& who,
         G_VARIANT_TYPE("(h)"), G_DBUS_CALL_FLAGS_NO_AUTO_START, -1, nullptr, bus.cancellable(),
         TimedBus::deliver, &bus);
     GUnixFDList* received = nullptr;
-    const std::unique_ptr<GVariant, FreeVariant> answer(
-        g_dbus_connection_call_with_unix_fd_list_finish(bus.connection(), &received,
-                                                        bus.wait().get(), nullptr));
+    const OwnedVariant answer(g_dbus_connection_call_with_unix_fd_list_finish(
+        bus.connection(), &received, bus.wait().get(), nullptr));
     const Owned<GUnixFDList> descriptors(received);
     if (!answer || !descriptors || g_unix_fd_list_get_length(descriptors.get()) != 1) {
         return nullptr;

@@ -2,13 +2,13 @@
 
 #include "platform/foundation/Exception.h"
 #include "platform/foundation/Format.h"
+#include "platform/linux/system/GLibOwners.h"
 
 #include <algorithm>
 #include <array>
 #include <cstddef>
 #include <filesystem>
 #include <glib.h>
-#include <memory>
 #include <string_view>
 #include <sys/utsname.h>
 #include <system_error>
@@ -17,11 +17,6 @@
 namespace platform::native {
 
 namespace {
-
-struct Freed {
-    void operator()(char* text) const { g_free(text); }
-};
-using OwnedText = std::unique_ptr<char, Freed>;
 
 /// The suffix that the kernel adds to the path of a program that was deleted or moved while it
 /// runs.

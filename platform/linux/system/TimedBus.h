@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/linux/system/ObjectOwner.h"
+#include "platform/linux/system/GLibOwners.h"
 
 #include <gio/gio.h>
 

@@ -25,21 +25,19 @@ public:
     bool isFull = false;
     bool isBroken = false;
 
-    std::unique_ptr<platform::FileStream> openForReading(const std::string& path) override {
+    platform::OpenedStream openForReading(const std::string& path) override {
         return streams_.openForReading(path);
     }
-    std::unique_ptr<platform::FileStream> openForUpdating(const std::string& path,
-                                                          const platform::FileId& spared,
-                                                          std::uint64_t expectedSize) override {
+    platform::OpenedStream openForUpdating(const std::string& path, const platform::FileId& spared,
+                                           std::uint64_t expectedSize) override {
         return streams_.openForUpdating(path, spared, expectedSize);
     }
-    std::unique_ptr<platform::FileStream> openBeside(const std::string& path,
-                                                     const platform::FileId& spared,
-                                                     std::uint64_t expectedSize) override {
+    platform::OpenedStream openBeside(const std::string& path, const platform::FileId& spared,
+                                      std::uint64_t expectedSize) override {
         return streams_.openBeside(path, spared, expectedSize);
     }
-    platform::Result<std::unique_ptr<platform::FileStream>, platform::SystemError>
-    openExisting(const std::string& path, platform::FileAccess access) override;
+    platform::OpenedStream openExisting(const std::string& path,
+                                        platform::FileAccess access) override;
 
 private:
     platform::FileStreams& streams_;
@@ -91,8 +89,8 @@ private:
     NotingStreams& notes_;
 };
 
-platform::Result<std::unique_ptr<platform::FileStream>, platform::SystemError>
-NotingStreams::openExisting(const std::string& path, platform::FileAccess access) {
+platform::OpenedStream NotingStreams::openExisting(const std::string& path,
+                                                   platform::FileAccess access) {
     auto stream = streams_.openExisting(path, access);
     if (!stream) {
         return stream;

@@ -208,12 +208,12 @@ int fill(const Arguments& arguments) {
         return 1;
     }
     const auto bytes = std::as_bytes(std::span(arguments.at(1)));
-    const bool isWritten = file->write(bytes) == bytes.size();
+    const bool isWritten = (*file)->write(bytes) == bytes.size();
     if (arguments.size() > 2) {
         const auto source = platform::native::FileStreams().openForReading(arguments.at(2));
-        static_cast<void>(file->copyMetadata(*source));
+        static_cast<void>((*file)->copyMetadata(**source));
     }
-    const bool isNamed = isWritten && file->takeName();
+    const bool isNamed = isWritten && (*file)->takeName();
     std::cout << (isNamed ? "ok\n" : "not named\n");
     return 0;
 }

@@ -9,7 +9,9 @@
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
+#include <memory>
 #include <optional>
+#include <utility>
 
 namespace platform::native::launchctl {
 
@@ -27,16 +29,6 @@ constexpr const char* noSuchUnit = "org.freedesktop.systemd1.NoSuchUnit";
 constexpr const char* fileNotFound = "org.freedesktop.DBus.Error.FileNotFound";
 constexpr const char* nothingToClean = "org.freedesktop.systemd1.NothingToClean";
 
-struct FreeText {
-    void operator()(char* text) const { g_free(text); }
-};
-using Text = std::unique_ptr<char, FreeText>;
-
-struct FreeError {
-    void operator()(GError* error) const { g_error_free(error); }
-};
-using Error = std::unique_ptr<GError, FreeError>;
-
 /// Returns the address of the bus of the user's manager: next to the manager's other sockets, even
 /// if the session has its own bus.
 std::string userBusAddress() {
@@ -48,12 +40,12 @@ std::string userBusAddress() {
     if (address != nullptr && !std::filesystem::exists(socket, error)) {
         return address;
     }
-    const Text escaped(g_dbus_address_escape_value(socket.c_str()));
+    const OwnedText escaped(g_dbus_address_escape_value(socket.c_str()));
     return std::string("unix:path=") + escaped.get();
 }
 
 std::string systemBusAddress() {
-    const Text address(g_dbus_address_get_for_bus_sync(G_BUS_TYPE_SYSTEM, nullptr, nullptr));
+    const OwnedText address(g_dbus_address_get_for_bus_sync(G_BUS_TYPE_SYSTEM, nullptr, nullptr));
     return address ? address.get() : "";
 }
 
@@ -89,8 +81,8 @@ bool serveUntil(Clock::time_point end, Done done) {
 /// The outcome of connecting. Shared with a callback that may come late or never.
 struct Connecting {
     bool isOver = false;
-    GDBusConnection* connection = nullptr;
-    Error error;
+    Owned<GDBusConnection> connection;
+    OwnedError error;
 };
 
 void connectionIsOver(GObject* /*source*/, GAsyncResult* result, void* data) {
@@ -98,14 +90,14 @@ void connectionIsOver(GObject* /*source*/, GAsyncResult* result, void* data) {
         static_cast<std::shared_ptr<Connecting>*>(data));
     auto& connecting = **held;
     GError* raised = nullptr;
-    connecting.connection = g_dbus_connection_new_for_address_finish(result, &raised);
+    connecting.connection.reset(g_dbus_connection_new_for_address_finish(result, &raised));
     connecting.error.reset(raised);
     connecting.isOver = true;
 }
 
 /// Neither the connection nor the greeting of a bus supports a time-out, so connecting is done in
 /// the background, and abandoned there if it takes too long.
-GDBusConnection* connectionTo(const std::string& address, Clock::time_point deadline) {
+Owned<GDBusConnection> connectionTo(const std::string& address, Clock::time_point deadline) {
     const auto connecting = std::make_shared<Connecting>();
     g_dbus_connection_new_for_address(
         address.c_str(),
@@ -116,10 +108,10 @@ GDBusConnection* connectionTo(const std::string& address, Clock::time_point dead
     if (!serveUntil(deadline, [&] { return connecting->isOver; })) {
         throw ToolError(noAnswer);
     }
-    if (connecting->connection == nullptr) {
+    if (!connecting->connection) {
         throw NoServiceManager("there is no service manager: " + withoutName(*connecting->error));
     }
-    return connecting->connection;
+    return std::move(connecting->connection);
 }
 
 /// One signal subscription, for a scope.
@@ -155,14 +147,6 @@ private:
 
 } // namespace
 
-void ServiceManager::Free::operator()(GDBusConnection* connection) const {
-    g_object_unref(connection);
-}
-
-void ServiceManager::Free::operator()(GVariant* variant) const {
-    g_variant_unref(variant);
-}
-
 ServiceManager::ServiceManager(Domain domain, Clock::time_point deadline)
     : connection_(
           connectionTo(domain == Domain::user ? userBusAddress() : systemBusAddress(), deadline)),
@@ -176,11 +160,11 @@ ServiceManager::~ServiceManager() = default;
 /// start it.
 void ServiceManager::findManager() {
     GError* raised = nullptr;
-    const Reply reply(g_dbus_connection_call_sync(
+    const OwnedVariant reply(g_dbus_connection_call_sync(
         connection_.get(), "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
         "GetNameOwner", g_variant_new("(s)", systemdName), G_VARIANT_TYPE("(s)"),
         G_DBUS_CALL_FLAGS_NONE, millisecondsUntil(deadline_), nullptr, &raised));
-    const Error error(raised);
+    const OwnedError error(raised);
     if (error && isTimeout(*error)) {
         throw ToolError(noAnswer);
     }
@@ -192,27 +176,26 @@ void ServiceManager::findManager() {
     manager_ = owner;
 }
 
-ServiceManager::Reply ServiceManager::call(const Target& target, const char* method,
-                                           GVariant* arguments, const char* replyType,
-                                           const Expected& expected) {
+OwnedVariant ServiceManager::call(const Target& target, const char* method, GVariant* arguments,
+                                  const char* replyType, const Expected& expected) {
     GError* raised = nullptr;
-    Reply reply(g_dbus_connection_call_sync(connection_.get(), manager_.c_str(), target.path,
-                                            target.interface, method, arguments,
-                                            G_VARIANT_TYPE(replyType), G_DBUS_CALL_FLAGS_NONE,
-                                            millisecondsUntil(deadline_), nullptr, &raised));
-    const Error error(raised);
+    OwnedVariant reply(g_dbus_connection_call_sync(
+        connection_.get(), manager_.c_str(), target.path, target.interface, method, arguments,
+        G_VARIANT_TYPE(replyType), G_DBUS_CALL_FLAGS_NONE, millisecondsUntil(deadline_), nullptr,
+        &raised));
+    const OwnedError error(raised);
     if (!error) {
         return reply;
     }
-    const Text name(g_dbus_error_get_remote_error(error.get()));
+    const OwnedText name(g_dbus_error_get_remote_error(error.get()));
     if (name && expected.contains(name.get())) {
         return nullptr;
     }
     throw ToolError(isTimeout(*error) ? noAnswer : withoutName(*error));
 }
 
-ServiceManager::Reply ServiceManager::manage(const char* method, GVariant* arguments,
-                                             const char* replyType, const Expected& expected) {
+OwnedVariant ServiceManager::manage(const char* method, GVariant* arguments, const char* replyType,
+                                    const Expected& expected) {
     return call({managerPath, managerInterface}, method, arguments, replyType, expected);
 }
 
@@ -283,7 +266,7 @@ ServiceState ServiceManager::stateOf(const std::string& service) {
     const auto properties =
         call({path, "org.freedesktop.DBus.Properties"}, "GetAll",
              g_variant_new("(s)", "org.freedesktop.systemd1.Service"), "(a{sv})");
-    const Reply values(g_variant_get_child_value(properties.get(), 0));
+    const OwnedVariant values(g_variant_get_child_value(properties.get(), 0));
     ServiceState state;
     g_variant_lookup(values.get(), "MainPID", "u", &state.processId);
     g_variant_lookup(values.get(), "ExecMainStatus", "i", &state.lastStatus);

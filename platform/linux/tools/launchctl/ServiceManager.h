@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/linux/system/GLibOwners.h"
 #include "platform/linux/tools/Tool.h"
 #include "platform/linux/tools/launchctl/JobUnits.h"
 
@@ -8,7 +9,6 @@
 #include <chrono>
 #include <cstdint>
 #include <map>
-#include <memory>
 #include <set>
 #include <string>
 #include <vector>
@@ -64,11 +64,6 @@ public:
     ServiceState stateOf(const std::string& service);
 
 private:
-    struct Free {
-        void operator()(GDBusConnection* connection) const;
-        void operator()(GVariant* variant) const;
-    };
-    using Reply = std::unique_ptr<GVariant, Free>;
     /// The object and interface that a call is for.
     struct Target {
         const char* path;
@@ -79,15 +74,15 @@ private:
     using Expected = std::set<std::string>;
 
     /// Returns null if the answer is one of the expected errors.
-    Reply call(const Target& target, const char* method, GVariant* arguments, const char* replyType,
-               const Expected& expected = {});
-    Reply manage(const char* method, GVariant* arguments, const char* replyType,
-                 const Expected& expected = {});
+    OwnedVariant call(const Target& target, const char* method, GVariant* arguments,
+                      const char* replyType, const Expected& expected = {});
+    OwnedVariant manage(const char* method, GVariant* arguments, const char* replyType,
+                        const Expected& expected = {});
     void findManager();
     void queueJobs(const char* method, const std::vector<std::string>& units,
                    const Expected& expected = {});
 
-    std::unique_ptr<GDBusConnection, Free> connection_;
+    Owned<GDBusConnection> connection_;
     std::string manager_;
     Clock::time_point deadline_;
     bool isSubscribed_ = false;

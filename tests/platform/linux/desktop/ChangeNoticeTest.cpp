@@ -11,10 +11,10 @@
 
 #include <cstring>
 #include <filesystem>
-#include <memory>
 #include <vector>
 
 #include "platform/linux/posix/FileDescriptor.h"
+#include "platform/linux/system/GLibOwners.h"
 
 using platform::native::announceChange;
 
@@ -60,8 +60,7 @@ private:
     static void heard(GDBusConnection* /*connection*/, const char* /*sender*/, const char* /*path*/,
                       const char* /*interface*/, const char* name, GVariant* arguments,
                       void* self) {
-        const std::unique_ptr<char, decltype(&g_free)> text(g_variant_print(arguments, FALSE),
-                                                            &g_free);
+        const platform::native::OwnedText text(g_variant_print(arguments, FALSE));
         static_cast<Listener*>(self)->signals_.push_back(std::string(name) + text.get());
     }
 

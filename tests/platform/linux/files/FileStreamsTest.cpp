@@ -54,6 +54,11 @@ mode_t modeOf(const std::string& path) {
     return status.st_mode & 07777;
 }
 
+/// Returns the system's number for why a file could not be opened; 0 if it was opened.
+int reasonFor(const platform::OpenedStream& stream) {
+    return stream ? 0 : static_cast<int>(stream.error());
+}
+
 /// Returns the disk space of a file in bytes.
 std::uint64_t roomOf(const std::string& path) {
     constexpr std::uint64_t blockSize = 512;
@@ -66,7 +71,7 @@ std::uint64_t roomOf(const std::string& path) {
 
 TEST(FileStreams, ReadsToTheEnd) {
     const TemporaryDirectory directory;
-    const auto stream = streams.openForReading(directory.write("file", "content"));
+    const auto stream = streams.openForReading(directory.write("file", "content")).value();
     EXPECT_EQ(readFrom(*stream, 3), "con");
     EXPECT_FALSE(stream->isAtEnd());
     EXPECT_EQ(readFrom(*stream, 4), "tent");
@@ -79,7 +84,7 @@ TEST(FileStreams, ReadsToTheEnd) {
 TEST(FileStreams, OnceAtTheEndItStaysThereUntilASeek) {
     const TemporaryDirectory directory;
     const auto file = directory.write("file", "abc");
-    const auto stream = streams.openForReading(file);
+    const auto stream = streams.openForReading(file).value();
     EXPECT_EQ(readFrom(*stream, 10), "abc");
     EXPECT_TRUE(stream->isAtEnd());
     std::ofstream(file, std::ios::app) << "def";
@@ -91,7 +96,8 @@ TEST(FileStreams, OnceAtTheEndItStaysThereUntilASeek) {
 
 TEST(FileStreams, WhatIsWrittenIsInTheFileAtOnce) {
     const TemporaryDirectory directory;
-    const auto stream = streams.openForUpdating(directory / "file", nothingSpared, unknownSize);
+    const auto stream =
+        streams.openForUpdating(directory / "file", nothingSpared, unknownSize).value();
     EXPECT_EQ(stream->write(bytesOf("abc")), 3U);
     EXPECT_EQ(contentOf(directory / "file"), "abc");
     ASSERT_TRUE(stream->seek(1));
@@ -104,8 +110,8 @@ TEST(FileStreams, AFileIsEmptiedOnlyOnRequestAndKeepsItsIdentity) {
     const TemporaryDirectory directory;
     const auto file = directory.write("file", "former content");
     fs::create_hard_link(file, directory / "other");
-    const auto before = streams.openForReading(file)->identity();
-    const auto stream = streams.openForUpdating(file, nothingSpared, unknownSize);
+    const auto before = streams.openForReading(file).value()->identity();
+    const auto stream = streams.openForUpdating(file, nothingSpared, unknownSize).value();
     EXPECT_EQ(contentOf(directory / "other"), "former content");
     EXPECT_TRUE(stream->makeEmpty());
     EXPECT_EQ(contentOf(directory / "other"), "");
@@ -116,12 +122,13 @@ TEST(FileStreams, APipeHasNothingToEmpty) {
     const TemporaryDirectory directory;
     const auto pipe = directory / "pipe";
     ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
-    EXPECT_TRUE(streams.openForUpdating(pipe, nothingSpared, unknownSize)->makeEmpty());
+    EXPECT_TRUE(streams.openForUpdating(pipe, nothingSpared, unknownSize).value()->makeEmpty());
 }
 
 TEST(FileStreams, ThePositionIsThatOfTheNextByte) {
     const TemporaryDirectory directory;
-    const auto stream = streams.openForUpdating(directory / "file", nothingSpared, unknownSize);
+    const auto stream =
+        streams.openForUpdating(directory / "file", nothingSpared, unknownSize).value();
     EXPECT_EQ(stream->position(), 0U);
     stream->write(bytesOf("abcdef"));
     EXPECT_EQ(stream->position(), 6U);
@@ -134,7 +141,8 @@ TEST(FileStreams, ThePositionIsThatOfTheNextByte) {
 TEST(FileStreams, WhatIsWrittenThroughAndForgottenIsReadFromTheMedium) {
     const TemporaryDirectory directory;
     const auto content = std::string(100'000, 'x');
-    const auto stream = streams.openForUpdating(directory / "file", nothingSpared, unknownSize);
+    const auto stream =
+        streams.openForUpdating(directory / "file", nothingSpared, unknownSize).value();
     stream->write(bytesOf(content));
     stream->beginSync();
     EXPECT_TRUE(stream->sync());
@@ -147,14 +155,14 @@ TEST(FileStreams, WhatHasNoMediumNeedsNoWritingThrough) {
     const TemporaryDirectory directory;
     const auto pipe = directory / "pipe";
     ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
-    const auto stream = streams.openForUpdating(pipe, nothingSpared, unknownSize);
+    const auto stream = streams.openForUpdating(pipe, nothingSpared, unknownSize).value();
     stream->write(bytesOf("abc"));
     EXPECT_TRUE(stream->sync());
 }
 
 TEST(FileStreams, TellsWhyAFileCannotBeEmptied) {
     const TemporaryDirectory directory;
-    const auto stream = streams.openForReading(directory.write("file", "content"));
+    const auto stream = streams.openForReading(directory.write("file", "content")).value();
     EXPECT_EQ(stream->makeEmpty().error(), platform::SystemError{EINVAL}); // not open for writing
 }
 
@@ -165,10 +173,13 @@ TEST(FileStreams, TheSparedFileIsRefusedByEveryName) {
     fs::create_symlink(file, directory / "link");
     fs::create_symlink("link", directory / "link of link");
     fs::create_directory_symlink(directory.path(), directory / "folder");
-    const auto source = streams.openForReading(file);
+    const auto source = streams.openForReading(file).value();
     for (const auto* name : {"file", "hard", "link", "link of link", "folder/file", "./file"}) {
-        EXPECT_EQ(streams.openForUpdating(directory / name, source->identity(), unknownSize),
-                  nullptr)
+        const auto path = directory / name;
+        EXPECT_EQ(reasonFor(streams.openForUpdating(path, source->identity(), unknownSize)),
+                  ETXTBSY)
+            << name;
+        EXPECT_EQ(reasonFor(streams.openBeside(path, source->identity(), unknownSize)), ETXTBSY)
             << name;
         EXPECT_EQ(contentOf(file), "precious") << name;
     }
@@ -177,10 +188,10 @@ TEST(FileStreams, TheSparedFileIsRefusedByEveryName) {
 TEST(FileStreams, AFileBesideIsDeletedUnlessItTookItsName) {
     const TemporaryDirectory directory;
     const auto file = directory.write("file", "former");
-    streams.openBeside(file, nothingSpared, unknownSize)->write(bytesOf("new"));
+    streams.openBeside(file, nothingSpared, unknownSize).value()->write(bytesOf("new"));
     EXPECT_EQ(contentOf(file), "former");
     EXPECT_EQ(std::distance(fs::directory_iterator(directory.path()), {}), 1);
-    const auto stream = streams.openBeside(file, nothingSpared, unknownSize);
+    const auto stream = streams.openBeside(file, nothingSpared, unknownSize).value();
     stream->write(bytesOf("new"));
     EXPECT_TRUE(stream->takeName());
     EXPECT_EQ(contentOf(file), "new");
@@ -191,9 +202,15 @@ TEST(FileStreams, NothingIsFilledBesideWhatIsNoFile) {
     const auto pipe = directory / "pipe";
     ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
     fs::create_symlink("pipe", directory / "link");
-    for (const auto& path : {pipe, directory / "link", directory.makeDirectory("directory"),
-                             directory / "missing/file", std::string()}) {
-        EXPECT_EQ(streams.openBeside(path, nothingSpared, unknownSize), nullptr) << path;
+    for (const auto& path : {pipe, directory / "link", directory.makeDirectory("directory")}) {
+        EXPECT_EQ(reasonFor(streams.openBeside(path, nothingSpared, unknownSize)), EINVAL) << path;
+    }
+}
+
+TEST(FileStreams, NothingIsFilledInADirectoryThatIsMissing) {
+    const TemporaryDirectory directory;
+    for (const auto& path : {directory / "missing/file", std::string()}) {
+        EXPECT_EQ(reasonFor(streams.openBeside(path, nothingSpared, unknownSize)), ENOENT) << path;
     }
 }
 
@@ -227,7 +244,7 @@ TEST(FileStreams, AFileBesideHasTheModeOfTheFormerOne) {
     const auto file = directory.write("file", "former");
     ASSERT_EQ(::chmod(file.c_str(), 0600), 0);
     const auto stream = streams.openBeside(file, nothingSpared, unknownSize);
-    EXPECT_TRUE(stream->takeName());
+    EXPECT_TRUE((*stream)->takeName());
     EXPECT_EQ(modeOf(file), 0600U);
 }
 
@@ -243,8 +260,8 @@ TEST(FileStreams, MetadataIsCopiedAgainToAFileThatMayNotBeWritten) {
     const ScopedFileUser user(nobody);
     const auto from = streams.openForReading(source);
     const auto to = streams.openForUpdating(copy, nothingSpared, unknownSize);
-    EXPECT_TRUE(to->copyMetadata(*from));
-    EXPECT_TRUE(to->copyMetadata(*from));
+    EXPECT_TRUE((*to)->copyMetadata(**from));
+    EXPECT_TRUE((*to)->copyMetadata(**from));
     EXPECT_EQ(modeOf(copy), 0444U);
 }
 
@@ -265,7 +282,7 @@ TEST(FileStreams, MetadataIncludesNoAccessControlListOfTheDirectoryAround) {
     }
     const auto from = streams.openForReading(source);
     const auto to = streams.openForUpdating(around + "/copy", nothingSpared, unknownSize);
-    EXPECT_TRUE(to->copyMetadata(*from));
+    EXPECT_TRUE((*to)->copyMetadata(**from));
     EXPECT_EQ(::getxattr((around + "/copy").c_str(), "system.posix_acl_access", nullptr, 0), -1);
     EXPECT_EQ(modeOf(around + "/copy"), 0640U);
 }
@@ -284,35 +301,43 @@ TEST(FileStreams, ADeviceGetsNoMetadata) {
     const auto pipe = directory / "pipe";
     ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
     ASSERT_EQ(::chmod(source.c_str(), 0644), 0);
-    EXPECT_TRUE(streams.openForUpdating(pipe, nothingSpared, unknownSize)
-                    ->copyMetadata(*streams.openForReading(source)));
+    const auto from = streams.openForReading(source);
+    const auto to = streams.openForUpdating(pipe, nothingSpared, unknownSize);
+    EXPECT_TRUE((*to)->copyMetadata(**from));
     EXPECT_EQ(modeOf(pipe), 0600U);
 }
 
-TEST(FileStreams, WhatCannotBeOpenedIsNull) {
+TEST(FileStreams, TellsWhyAFileCannotBeRead) {
     const TemporaryDirectory directory;
-    directory.makeDirectory("folder");
-    EXPECT_EQ(streams.openForReading(directory / "missing"), nullptr);
-    EXPECT_EQ(streams.openForReading(""), nullptr);
-    EXPECT_EQ(streams.openForUpdating(directory / "folder", nothingSpared, unknownSize), nullptr);
-    EXPECT_EQ(streams.openForUpdating(directory / "missing/file", nothingSpared, unknownSize),
-              nullptr);
-    EXPECT_EQ(streams.openForUpdating("", nothingSpared, unknownSize), nullptr);
+    EXPECT_EQ(reasonFor(streams.openForReading(directory / "missing")), ENOENT);
+    EXPECT_EQ(reasonFor(streams.openForReading("")), ENOENT);
+    EXPECT_EQ(reasonFor(streams.openForReading(directory.write("file") + "/below")), ENOTDIR);
+}
+
+TEST(FileStreams, TellsWhyAFileCannotBeUpdated) {
+    const TemporaryDirectory directory;
+    const auto reasonToUpdate = [](const std::string& path) {
+        return reasonFor(streams.openForUpdating(path, nothingSpared, unknownSize));
+    };
+    EXPECT_EQ(reasonToUpdate(directory.makeDirectory("folder")), EISDIR);
+    EXPECT_EQ(reasonToUpdate(directory / "missing/file"), ENOENT);
+    EXPECT_EQ(reasonToUpdate(""), ENOENT);
 }
 
 TEST(FileStreams, APathWithAZeroNamesNothing) {
     const TemporaryDirectory directory;
     const auto file = directory.write("file", "precious");
     const auto path = file + std::string("\0.copy", 6);
-    EXPECT_EQ(streams.openForReading(path), nullptr);
-    EXPECT_EQ(streams.openForUpdating(path, nothingSpared, unknownSize), nullptr);
+    EXPECT_EQ(reasonFor(streams.openForReading(path)), EINVAL);
+    EXPECT_EQ(reasonFor(streams.openForUpdating(path, nothingSpared, unknownSize)), EINVAL);
+    EXPECT_EQ(reasonFor(streams.openBeside(path, nothingSpared, unknownSize)), EINVAL);
+    EXPECT_EQ(reasonFor(streams.openExisting(path, platform::FileAccess::reading)), EINVAL);
     EXPECT_EQ(contentOf(file), "precious");
 }
 
 TEST(FileStreams, ADirectoryOpensAndCannotBeRead) {
     const TemporaryDirectory directory;
-    const auto stream = streams.openForReading(directory.path());
-    ASSERT_NE(stream, nullptr);
+    const auto stream = streams.openForReading(directory.path()).value();
     EXPECT_EQ(readFrom(*stream, 10), "");
     EXPECT_FALSE(stream->isAtEnd());
     EXPECT_EQ(stream->errorIndicator(), 1);
@@ -328,7 +353,7 @@ TEST(FileStreams, APipeIsReadUntilTheBufferIsFull) {
             file << piece << std::flush;
         }
     });
-    const auto stream = streams.openForReading(pipe);
+    const auto stream = streams.openForReading(pipe).value();
     EXPECT_EQ(readFrom(*stream, 8), "one two ");
     EXPECT_EQ(readFrom(*stream, 8), "three");
     EXPECT_TRUE(stream->isAtEnd());
@@ -338,8 +363,7 @@ TEST(FileStreams, APipeCannotBeSought) {
     const TemporaryDirectory directory;
     const auto pipe = directory / "pipe";
     ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
-    const auto stream = streams.openForUpdating(pipe, nothingSpared, unknownSize);
-    ASSERT_NE(stream, nullptr);
+    const auto stream = streams.openForUpdating(pipe, nothingSpared, unknownSize).value();
     EXPECT_EQ(stream->write(bytesOf("abc")), 3U);
     const auto sought = stream->seek(0);
     ASSERT_FALSE(sought);
@@ -351,7 +375,8 @@ TEST(FileStreams, APipeCannotBeSought) {
 TEST(FileStreams, PositionsGoBeyondFourGibibytes) {
     constexpr std::uint64_t position = 5'368'709'120;
     const TemporaryDirectory directory;
-    const auto stream = streams.openForUpdating(directory / "sparse", nothingSpared, unknownSize);
+    const auto stream =
+        streams.openForUpdating(directory / "sparse", nothingSpared, unknownSize).value();
     ASSERT_TRUE(stream->seek(position));
     EXPECT_EQ(stream->write(bytesOf("abc")), 3U);
     ASSERT_TRUE(stream->seek(position + 1));
@@ -361,7 +386,8 @@ TEST(FileStreams, PositionsGoBeyondFourGibibytes) {
 
 TEST(FileStreams, AFullFileTakesWhatFitsAndSaysSo) {
     const TemporaryDirectory directory;
-    const auto stream = streams.openForUpdating(directory / "file", nothingSpared, unknownSize);
+    const auto stream =
+        streams.openForUpdating(directory / "file", nothingSpared, unknownSize).value();
     const ScopedLimit<RLIMIT_FSIZE> limit(10);
     EXPECT_EQ(stream->write(bytesOf("123456")), 6U);
     EXPECT_EQ(stream->write(bytesOf("789abc")), 4U);
@@ -371,11 +397,11 @@ TEST(FileStreams, AFullFileTakesWhatFitsAndSaysSo) {
 
 TEST(FileStreams, ADeviceWithoutRoomTakesNothing) {
     const auto stream = streams.openForUpdating("/dev/full", nothingSpared, unknownSize);
-    if (stream == nullptr) {
+    if (!stream) {
         GTEST_SKIP() << "this machine has no /dev/full to write to";
     }
-    EXPECT_EQ(stream->write(bytesOf("abc")), 0U);
-    EXPECT_EQ(stream->errorIndicator(), 1);
+    EXPECT_EQ((*stream)->write(bytesOf("abc")), 0U);
+    EXPECT_EQ((*stream)->errorIndicator(), 1);
 }
 
 TEST(FileStreams, RoomForALargeFileIsFoundAheadAndGivenBackWhenTheFileEndsEarly) {
@@ -384,7 +410,7 @@ TEST(FileStreams, RoomForALargeFileIsFoundAheadAndGivenBackWhenTheFileEndsEarly)
     const auto file = directory / "file";
     const auto content = std::string(65536, 'x');
     {
-        const auto stream = streams.openForUpdating(file, nothingSpared, expected);
+        const auto stream = streams.openForUpdating(file, nothingSpared, expected).value();
         ASSERT_EQ(stream->write(bytesOf(content)), content.size());
         if (roomOf(file) < expected) {
             GTEST_SKIP() << "the file system of " << directory.path() << " finds no room ahead";
@@ -399,7 +425,9 @@ TEST(FileStreams, AFileMayBecomeLargerThanExpected) {
     constexpr std::uint64_t expected = 1'048'576;
     const TemporaryDirectory directory;
     const auto content = std::string(expected + 1, 'x');
-    streams.openForUpdating(directory / "file", nothingSpared, expected)->write(bytesOf(content));
+    streams.openForUpdating(directory / "file", nothingSpared, expected)
+        .value()
+        ->write(bytesOf(content));
     EXPECT_EQ(contentOf(directory / "file"), content);
 }
 
@@ -407,7 +435,8 @@ TEST(FileStreams, TheEndOfTheStreamClosesTheFile) {
     const TemporaryDirectory directory;
     const auto before = openDescriptors();
     {
-        const auto stream = streams.openForUpdating(directory / "file", nothingSpared, unknownSize);
+        const auto stream =
+            streams.openForUpdating(directory / "file", nothingSpared, unknownSize).value();
         EXPECT_EQ(openDescriptors(), before + 1);
     }
     EXPECT_EQ(openDescriptors(), before);
@@ -441,14 +470,13 @@ TEST(FileStreams, OpenNothingInPlaceOfAnExistingFile) {
     directory.write("file");
     fs::create_symlink(directory / "file", directory / "link");
     ASSERT_EQ(::mkfifo((directory / "fifo").c_str(), 0600), 0);
-    const auto numberFor = [&](const std::string& path) {
-        const auto stream = streams.openExisting(path, platform::FileAccess::reading);
-        return stream ? 0 : static_cast<int>(stream.error());
+    const auto reasonToOpen = [](const std::string& path) {
+        return reasonFor(streams.openExisting(path, platform::FileAccess::reading));
     };
 
-    EXPECT_EQ(numberFor(directory / "link"), ELOOP);
-    EXPECT_EQ(numberFor(directory / "missing"), ENOENT);
-    EXPECT_EQ(numberFor(directory / "fifo"), EINVAL);
-    EXPECT_EQ(numberFor(directory.path()), EINVAL);
+    EXPECT_EQ(reasonToOpen(directory / "link"), ELOOP);
+    EXPECT_EQ(reasonToOpen(directory / "missing"), ENOENT);
+    EXPECT_EQ(reasonToOpen(directory / "fifo"), EINVAL);
+    EXPECT_EQ(reasonToOpen(directory.path()), EINVAL);
     EXPECT_FALSE(exists(directory / "missing"));
 }

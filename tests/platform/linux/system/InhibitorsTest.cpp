@@ -4,6 +4,7 @@
 #include "tests/support/ScopedEnvironment.h"
 
 #include "platform/linux/posix/FileDescriptor.h"
+#include "platform/linux/system/GLibOwners.h"
 
 #include <gio/gio.h>
 #include <gio/gunixfdlist.h>
@@ -95,8 +96,7 @@ private:
     }
 
     void answer(GVariant* arguments, GDBusMethodInvocation* invocation) {
-        const std::unique_ptr<char, decltype(&g_free)> text(g_variant_print(arguments, FALSE),
-                                                            &g_free);
+        const platform::native::OwnedText text(g_variant_print(arguments, FALSE));
         asked = text.get();
         if (refuses) {
             g_dbus_method_invocation_return_dbus_error(

@@ -8,7 +8,6 @@
 
 #include <chrono>
 #include <map>
-#include <memory>
 #include <mutex>
 #include <set>
 #include <string>
@@ -124,7 +123,7 @@ private:
     }
 
     static std::string printed(GVariant* value) {
-        const std::unique_ptr<char, decltype(&g_free)> text(g_variant_print(value, FALSE), &g_free);
+        const OwnedText text(g_variant_print(value, FALSE));
         return text.get();
     }
 
