@@ -243,8 +243,8 @@ TEST(FileStreams, AFileBesideHasTheModeOfTheFormerOne) {
     const TemporaryDirectory directory;
     const auto file = directory.write("file", "former");
     ASSERT_EQ(::chmod(file.c_str(), 0600), 0);
-    const auto stream = streams.openBeside(file, nothingSpared, unknownSize);
-    EXPECT_TRUE((*stream)->takeName());
+    const auto stream = streams.openBeside(file, nothingSpared, unknownSize).value();
+    EXPECT_TRUE(stream->takeName());
     EXPECT_EQ(modeOf(file), 0600U);
 }
 
@@ -258,10 +258,10 @@ TEST(FileStreams, MetadataIsCopiedAgainToAFileThatMayNotBeWritten) {
         ASSERT_EQ(::chown(path.c_str(), nobody, nobody), 0);
     }
     const ScopedFileUser user(nobody);
-    const auto from = streams.openForReading(source);
-    const auto to = streams.openForUpdating(copy, nothingSpared, unknownSize);
-    EXPECT_TRUE((*to)->copyMetadata(**from));
-    EXPECT_TRUE((*to)->copyMetadata(**from));
+    const auto from = streams.openForReading(source).value();
+    const auto to = streams.openForUpdating(copy, nothingSpared, unknownSize).value();
+    EXPECT_TRUE(to->copyMetadata(*from));
+    EXPECT_TRUE(to->copyMetadata(*from));
     EXPECT_EQ(modeOf(copy), 0444U);
 }
 
@@ -280,9 +280,9 @@ TEST(FileStreams, MetadataIncludesNoAccessControlListOfTheDirectoryAround) {
     if (::setxattr(around.c_str(), "system.posix_acl_default", list.data(), list.size(), 0) != 0) {
         GTEST_SKIP() << "temporary folders are on a volume without access control lists";
     }
-    const auto from = streams.openForReading(source);
-    const auto to = streams.openForUpdating(around + "/copy", nothingSpared, unknownSize);
-    EXPECT_TRUE((*to)->copyMetadata(**from));
+    const auto from = streams.openForReading(source).value();
+    const auto to = streams.openForUpdating(around + "/copy", nothingSpared, unknownSize).value();
+    EXPECT_TRUE(to->copyMetadata(*from));
     EXPECT_EQ(::getxattr((around + "/copy").c_str(), "system.posix_acl_access", nullptr, 0), -1);
     EXPECT_EQ(modeOf(around + "/copy"), 0640U);
 }
@@ -301,9 +301,9 @@ TEST(FileStreams, ADeviceGetsNoMetadata) {
     const auto pipe = directory / "pipe";
     ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
     ASSERT_EQ(::chmod(source.c_str(), 0644), 0);
-    const auto from = streams.openForReading(source);
-    const auto to = streams.openForUpdating(pipe, nothingSpared, unknownSize);
-    EXPECT_TRUE((*to)->copyMetadata(**from));
+    const auto from = streams.openForReading(source).value();
+    const auto to = streams.openForUpdating(pipe, nothingSpared, unknownSize).value();
+    EXPECT_TRUE(to->copyMetadata(*from));
     EXPECT_EQ(modeOf(pipe), 0600U);
 }
 
