@@ -45,11 +45,12 @@ std::string readUpTo(std::size_t limit, Pipe& pipe, Exceeded exceeded) {
 /// that another process traces is hidden until that takes note of it.
 std::future<void> endOf(const std::shared_ptr<ChildProcess>& child) {
     const auto ended = std::make_shared<std::promise<void>>();
+    auto end = ended->get_future();
     detachNewThread([child, ended] {
         child->waitUntilExit();
         ended->set_value();
     });
-    return ended->get_future();
+    return end;
 }
 
 } // namespace
