@@ -9,4 +9,3 @@ set(CMAKE_CROSSCOMPILING_EMULATOR qemu-aarch64-static)
 set(CMAKE_INSTALL_LIBDIR lib/aarch64-linux-gnu)
 # moc, rcc and uic run on the machine that builds.
 set(QT_HOST_PATH /usr)
-set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE arm64)
