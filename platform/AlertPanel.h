@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-namespace platform {
+namespace qf {
 
 class Window;
 
@@ -54,4 +54,4 @@ public:
     virtual std::unique_ptr<AlertPanel> create(const AlertDescription& description) = 0;
 };
 
-} // namespace platform
+} // namespace qf

@@ -3,7 +3,7 @@
 #include <chrono>
 #include <functional>
 
-namespace platform {
+namespace qf {
 
 class Window;
 
@@ -47,4 +47,4 @@ public:
     virtual Window* mainWindow() = 0;
 };
 
-} // namespace platform
+} // namespace qf

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-namespace platform {
+namespace qf {
 
 /// A handle that rights are granted to. It is only a number: every call refuses one that was freed
 /// or never issued.
@@ -104,4 +104,4 @@ public:
                           const std::optional<std::string>& content) = 0;
 };
 
-} // namespace platform
+} // namespace qf

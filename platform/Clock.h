@@ -10,7 +10,7 @@
 #include <thread>
 #include <utility>
 
-namespace platform {
+namespace qf {
 
 /// The time of day, and what waits for its time. Any thread may call every member.
 class Clock {
@@ -31,9 +31,9 @@ public:
     }
 
     /// Schedules `operation` to run after `delay` and returns at once, with the contract of
-    /// platform::performAfter.
+    /// qf::performAfter.
     virtual void performAfter(std::chrono::seconds delay, std::function<void()> operation) {
-        platform::performAfter(delay, std::move(operation));
+        qf::performAfter(delay, std::move(operation));
     }
 };
 
@@ -47,4 +47,4 @@ inline void sleep(std::chrono::microseconds duration) {
     service<Clock>().sleep(duration);
 }
 
-} // namespace platform
+} // namespace qf

@@ -5,7 +5,7 @@
 
 #include <string_view>
 
-namespace platform {
+namespace qf {
 
 /// The program's output outside its windows and its own log. Text is written verbatim, never used
 /// as a format. Any thread may call every member; lines of several threads never mix.
@@ -22,11 +22,11 @@ public:
     virtual void print(std::string_view text) = 0;
 };
 
-/// Fills a format as platform::format does and writes the result as one line to the system log.
+/// Fills a format as qf::format does and writes the result as one line to the system log.
 /// Any thread may call it.
 template <class... Arguments>
 void systemLog(std::string_view text, const Arguments&... arguments) {
-    service<Console>().systemLog(platform::format(text, arguments...));
+    service<Console>().systemLog(qf::format(text, arguments...));
 }
 
-} // namespace platform
+} // namespace qf

@@ -7,7 +7,7 @@
 #include <span>
 #include <vector>
 
-namespace platform {
+namespace qf {
 
 /// The digest algorithms, by their published names.
 enum class DigestAlgorithm { md5, sha1, sha256, sha512 };
@@ -34,7 +34,7 @@ public:
     static constexpr const char* portName = "Digests";
     virtual ~Digests() = default;
 
-    /// Returns the state before the first byte. Throws platform::Exception "QFDigestUnavailable"
+    /// Returns the state before the first byte. Throws qf::Exception "QFDigestUnavailable"
     /// when the machine does not allow the algorithm.
     virtual std::unique_ptr<DigestState> begin(DigestAlgorithm algorithm) = 0;
 };
@@ -78,4 +78,4 @@ public:
     DigestContextOf() : DigestContext(algorithm) {}
 };
 
-} // namespace platform
+} // namespace qf

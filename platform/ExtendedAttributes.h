@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-namespace platform {
+namespace qf {
 
 /// Extended attributes: named values that the volume stores with an item. Links are followed. Names
 /// are the program's own, without any prefix that the system adds. Any thread may call every
@@ -31,4 +31,4 @@ public:
                              std::string_view value) = 0;
 };
 
-} // namespace platform
+} // namespace qf

@@ -9,7 +9,7 @@
 #include <span>
 #include <string>
 
-namespace platform {
+namespace qf {
 
 /// The system's own number for a failure, for logs only.
 enum class SystemError : int {};
@@ -58,14 +58,14 @@ public:
     /// Returns the identity of the file.
     virtual FileId identity() const = 0;
 
-    /// Gives the file the owner, the mode, the times and the extended attributes, access control
-    /// lists included, of a file that is open as a stream of the same system. The owner and the
-    /// group are kept if the user may set them, attributes if the volume supports their kind. If it
-    /// fails, nobody but the file's owner may open it. Does nothing to a pipe or a device.
+    /// Copies the owner, the mode, the times and the extended attributes, access control lists
+    /// included, of a file that is open as a stream of the same system to this one. The owner and
+    /// the group are kept if the user may set them, attributes if the volume supports their kind.
+    /// If it fails, nobody but the file's owner may open it. Does nothing to a pipe or a device.
     virtual Result<void, SystemError> copyMetadata(const FileStream& source) = 0;
 
-    /// Gives a file that openBeside() made the name that it is for, in place of what has it; both
-    /// the file and its name are then durable. Does nothing to any other file.
+    /// Renames a file that openBeside() made to the name that it is for, and replaces what has it;
+    /// both the file and its name are then durable. Does nothing to any other file.
     virtual Result<void, SystemError> takeName() = 0;
 };
 
@@ -108,4 +108,4 @@ public:
     virtual OpenedStream openExisting(const std::string& path, FileAccess access) = 0;
 };
 
-} // namespace platform
+} // namespace qf

@@ -11,7 +11,7 @@
 #include <string_view>
 #include <vector>
 
-namespace platform {
+namespace qf {
 
 /// The kind of an item itself: a link is a link, whatever it leads to.
 enum class ItemKind { file, directory, link, other };
@@ -157,4 +157,4 @@ public:
     virtual Result<void> removeItem(const std::string& path) = 0;
 };
 
-} // namespace platform
+} // namespace qf

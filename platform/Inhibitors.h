@@ -3,7 +3,7 @@
 #include <memory>
 #include <string>
 
-namespace platform {
+namespace qf {
 
 /// Holds something off while it exists.
 class Inhibition {
@@ -29,4 +29,4 @@ public:
                                                         const std::string& why) = 0;
 };
 
-} // namespace platform
+} // namespace qf

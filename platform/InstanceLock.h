@@ -4,7 +4,7 @@
 
 #include <string>
 
-namespace platform {
+namespace qf {
 
 /// A lock that keeps a user from running an application twice at the same time.
 ///
@@ -13,8 +13,8 @@ namespace platform {
 class QF_EXPORT InstanceLock {
 public:
     /// Takes the lock of the application of this name. Its file is in the user's runtime directory,
-    /// or in /tmp if there is none. If neither can be used, the application runs without a lock:
-    /// better twice than never.
+    /// XDG_RUNTIME_DIR or else /run/user/ and the user's number, or in /tmp if there is none. If
+    /// neither can be used, the application runs without a lock: better twice than never.
     explicit InstanceLock(const std::string& applicationName);
     ~InstanceLock();
     InstanceLock(const InstanceLock&) = delete;
@@ -40,4 +40,4 @@ private:
     bool heldByAnother_;
 };
 
-} // namespace platform
+} // namespace qf

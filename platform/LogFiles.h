@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-namespace platform {
+namespace qf {
 
 /// A log file that is open for appending. It is closed when its last owner releases it. Not shared
 /// between threads.
@@ -18,7 +18,7 @@ public:
 
     /// Adds `entry` at the file's end in one step, so that entries of several processes that share
     /// the file never mix. Once it returns, the entry is in the file whatever becomes of the
-    /// process. Throws platform::Exception "NSFileHandleOperationException", whose reason a person
+    /// process. Throws qf::Exception "NSFileHandleOperationException", whose reason a person
     /// understands, when the entry is not, or not wholly, in the file; the next entry then begins
     /// on a line of its own.
     virtual void append(std::string_view entry) = 0;
@@ -87,4 +87,4 @@ public:
     virtual std::unique_ptr<LogLock> lock(const std::vector<std::string>& directories) = 0;
 };
 
-} // namespace platform
+} // namespace qf

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-namespace platform {
+namespace qf {
 
 /// An account whose owner may log in and keep files.
 struct LoginAccount {
@@ -27,7 +27,7 @@ public:
     virtual ~LoginAccounts() = default;
 
     /// Returns the superuser, then the accounts of people by their numbers, each home directory
-    /// once; people without a home directory are left out. Throws platform::Exception if not all
+    /// once; people without a home directory are left out. Throws qf::Exception if not all
     /// accounts can be listed. One thread at a time.
     virtual std::vector<LoginAccount> all() = 0;
 
@@ -35,9 +35,9 @@ public:
     /// others. It reads nothing from this process: of its environment it gets the language only, of
     /// its terminal nothing, and its input is empty. Only the superuser's processes can launch it.
     /// To be called by the thread that then launches it, which loses the keys of its session for
-    /// that. Throws platform::Exception if it cannot.
+    /// that. Throws qf::Exception if it cannot.
     virtual ProcessDescription programAs(const LoginAccount& account, const std::string& program,
                                          std::vector<std::string> arguments) = 0;
 };
 
-} // namespace platform
+} // namespace qf

@@ -4,7 +4,7 @@
 
 #include <string>
 
-namespace platform {
+namespace qf {
 
 /// Parts of the program that are files of their own, loaded only when they are needed. Any thread
 /// may call every member.
@@ -19,9 +19,10 @@ public:
 
     /// Loads the module of this name, unless it is loaded, and returns its function. The module
     /// uses the functions and objects that the program exports, and stays loaded until the process
-    /// ends. It is a file of the program's own installation: nothing else, in particular not the
-    /// environment, determines where it is. The error names the file and the cause.
+    /// ends. It is a file in the program's directory (ProgramDescription::directory): nothing else,
+    /// in particular not the environment, determines where it is. The error names the file and the
+    /// cause.
     virtual Result<Function> function(const std::string& module) = 0;
 };
 
-} // namespace platform
+} // namespace qf

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-namespace platform {
+namespace qf {
 
 /// A person who may grant the administrator's right.
 struct Administrator {
@@ -32,4 +32,4 @@ public:
                                              int attempt) = 0;
 };
 
-} // namespace platform
+} // namespace qf

@@ -4,7 +4,7 @@
 
 #include <string>
 
-namespace platform {
+namespace qf {
 
 /// The application's own preferences, kept on disk for the user. Any thread may call every member.
 class Preferences {
@@ -15,9 +15,10 @@ public:
     /// Returns the value for a key; none if there is no value or the store cannot be read.
     virtual Value value(const std::string& key) = 0;
 
-    /// Stores a value for a key, or removes the key if the value is none. Replaces the store on
-    /// disk atomically; on failure, logs one line to the system log and leaves the store unchanged.
+    /// Stores a value for a key, or removes the key if `value.isNone()`. Replaces the store
+    /// on disk atomically; on failure, logs one line to the system log and leaves the store
+    /// unchanged.
     virtual void setValue(const std::string& key, const Value& value) = 0;
 };
 
-} // namespace platform
+} // namespace qf

@@ -2,7 +2,7 @@
 
 #include <functional>
 
-namespace platform {
+namespace qf {
 
 /// Reports when the process is copied (POSIX: fork): the copy has all of the memory, but only the
 /// thread that copied. A system without fork installs nothing for this port.
@@ -17,4 +17,4 @@ public:
                          std::function<void()> inCopy) = 0;
 };
 
-} // namespace platform
+} // namespace qf

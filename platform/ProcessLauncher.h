@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-namespace platform {
+namespace qf {
 
 /// A pipe between the program and one child. The program's copy of the child's end is closed when
 /// the child is launched; the end that the program keeps is closed by the last owner, if not
@@ -24,7 +24,7 @@ public:
 
     /// Appends what the child has written, waiting until there is data. Returns false at the end of
     /// the data: every writer has closed its end, or closeReadEnd() was called. Throws
-    /// platform::Exception "NSFileHandleOperationException" if reading fails, and
+    /// qf::Exception "NSFileHandleOperationException" if reading fails, and
     /// "NSMallocException" if there is not enough memory for the data. Only one thread may read at
     /// a time.
     virtual bool appendAvailable(std::vector<std::byte>& bytes) = 0;
@@ -128,7 +128,7 @@ public:
     /// shows whether the item is a program: a directory that the user may enter passes, too.
     virtual bool canLaunch(const std::string& path) = 0;
 
-    /// Makes a pipe. Throws platform::Exception "NSFileHandleOperationException" if the system has
+    /// Makes a pipe. Throws qf::Exception "NSFileHandleOperationException" if the system has
     /// none left.
     virtual std::shared_ptr<Pipe> makePipe() = 0;
 
@@ -148,11 +148,11 @@ public:
     /// a system tool that this machine replaces by a stand-in, launches the stand-in under the
     /// tool's name.
     ///
-    /// Throws platform::Exception with a reason that names what to fix:
+    /// Throws qf::Exception with a reason that names what to fix:
     /// "NSInvalidArgumentException" if the description cannot be launched (no path, nothing or not
     /// a program at the path, a missing interpreter, too many arguments, a zero byte),
     /// "NSGenericException" if the system has no process, memory or descriptor left.
     virtual std::shared_ptr<ChildProcess> launch(const ProcessDescription& description) = 0;
 };
 
-} // namespace platform
+} // namespace qf

@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-namespace platform {
+namespace qf {
 
 /// Property lists: XML (PropertyList-1.0.dtd) and binary ("bplist00").
 /// Any thread may call every member.
@@ -32,4 +32,4 @@ public:
     virtual Value read(const std::string& path) = 0;
 };
 
-} // namespace platform
+} // namespace qf

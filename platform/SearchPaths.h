@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-namespace platform {
+namespace qf {
 
 /// The kinds of standard directory, with the numbers that applications store and exchange.
 enum class DirectoryKind : int {
@@ -35,4 +35,4 @@ public:
     virtual std::vector<std::string> directories(DirectoryKind kind, DomainMask domain) = 0;
 };
 
-} // namespace platform
+} // namespace qf

@@ -7,7 +7,7 @@
 #include <string>
 #include <type_traits>
 
-namespace platform {
+namespace qf {
 
 namespace detail {
 /// Returns the slot that holds the implementation of a port; looked up by name once.
@@ -26,7 +26,7 @@ Port* installed() {
 
 /// Returns the implementation of a port that start-up, or a test's ScopedService, has installed.
 ///
-/// Throws platform::Exception "QFServiceUnavailable", whose reason names the port, if none is
+/// Throws qf::Exception "QFServiceUnavailable", whose reason names the port, if none is
 /// installed, so that a missing service fails closed. Any thread may call it.
 template <class Port>
 Port& service() {
@@ -70,4 +70,4 @@ private:
     void* former_;
 };
 
-} // namespace platform
+} // namespace qf

@@ -11,7 +11,7 @@
 #include <optional>
 #include <string>
 
-namespace platform {
+namespace qf {
 
 /// What the services cannot find out about the program by themselves.
 struct ProgramDescription {
@@ -20,8 +20,11 @@ struct ProgramDescription {
     std::optional<std::string> identifier;
     /// The version as a person writes it, such as "1.2"; the program's log begins with it.
     std::optional<std::string> version;
-    /// The file of the program's own privileged helper, which does what that program needs and
-    /// nothing else. Where it is missing, the general one serves, which starts any tool.
+    /// The directory of the program's own helper and modules, relative to that of the program's
+    /// file. Without it they are expected in the utility layer's directory.
+    std::optional<std::string> directory = {};
+    /// The file in that directory that is the program's own privileged helper, which does what that
+    /// program needs and nothing else. Without it the general one serves, which starts any tool.
     std::optional<std::string> helper = {};
     /// Whether a user who has refused the administrator's right is not asked for it again while the
     /// program runs. Otherwise each request asks.
@@ -38,10 +41,10 @@ QF_EXPORT void installServices(const ProgramDescription& program = {});
 /// Runs a program without windows and returns its exit status, which is what `body` returns.
 ///
 /// `body` runs on its own thread; the calling thread is the main thread, and runs the event loop
-/// that time-outs and work for the main thread need, until `body` returns or the application
+/// that work for the main thread needs, until `body` returns or the application
 /// terminates, which is status 0. Then the termination observers run, so that the log is written.
 /// An exception from `body` ends the process, as any uncaught exception does. There are no windows
-/// and no alerts: an operation that shows one throws platform::Exception "QFServiceUnavailable".
+/// and no alerts: an operation that shows one throws qf::Exception "QFServiceUnavailable".
 QF_EXPORT int consoleMain(const std::function<int()>& body);
 
 /// Runs a windowed application and returns the process's exit status.
@@ -55,4 +58,4 @@ QF_EXPORT int consoleMain(const std::function<int()>& body);
 QF_EXPORT int windowedMain(int argc, char** argv, const std::string& interfaceFile,
                            const std::function<void(Interface&)>& awake);
 
-} // namespace platform
+} // namespace qf

@@ -4,7 +4,7 @@
 #include <optional>
 #include <string>
 
-namespace platform {
+namespace qf {
 
 /// Facts about the running program and its machine. Any thread may call every member.
 class SystemInformation {
@@ -35,4 +35,4 @@ public:
     virtual std::optional<std::string> bundleVersion() = 0;
 };
 
-} // namespace platform
+} // namespace qf

@@ -3,7 +3,7 @@
 #include <optional>
 #include <string>
 
-namespace platform {
+namespace qf {
 
 /// The account that the process runs as, and its directories. Any thread may call every member.
 class UserAccount {
@@ -38,4 +38,4 @@ public:
     virtual std::string stateDirectory() = 0;
 };
 
-} // namespace platform
+} // namespace qf

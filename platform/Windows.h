@@ -3,7 +3,7 @@
 #include <functional>
 #include <string>
 
-namespace platform {
+namespace qf {
 
 /// A window of the user interface. Main thread only.
 class Window {
@@ -62,7 +62,7 @@ class Interface {
 public:
     virtual ~Interface() = default;
 
-    /// Return the object of that name. Each throws platform::Exception "QFOutletMissing", whose
+    /// Return the object of that name. Each throws qf::Exception "QFOutletMissing", whose
     /// reason names the outlet, if the file has no object of that name and kind.
     virtual Window& window(const std::string& name) = 0;
     virtual CheckBox& checkBox(const std::string& name) = 0;
@@ -70,9 +70,9 @@ public:
     virtual Label& label(const std::string& name) = 0;
 
     /// Calls `perform` whenever a control that the file connects to the action `name` (such as
-    /// "uninstall:") is used while its window is on the screen. Throws platform::Exception
+    /// "uninstall:") is used while its window is on the screen. Throws qf::Exception
     /// "QFActionMissing", whose reason names the action, if the file connects nothing to it.
     virtual void setAction(const std::string& name, std::function<void()> perform) = 0;
 };
 
-} // namespace platform
+} // namespace qf

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-namespace platform {
+namespace qf {
 
 /// The status of a request to the desktop, which may return other numbers too.
 using WorkspaceStatus = std::int32_t;
@@ -80,8 +80,9 @@ public:
     /// `directory` is the item's parent and `name` its name there; `trash` is the Trash directory
     /// as the user knows it, which is created if it does not exist. An item that is in the Trash
     /// already stays as it is. On failure the item is left whole in its place: it is never deleted
-    /// instead. EBUSY means that a volume is mounted on the item or inside it, so that no other
-    /// means may move it either: emptying the Trash would delete what is on that volume.
+    /// instead. EBUSY means that a volume is mounted on the item or inside it, or that it is
+    /// unknown whether one is, so that no other means may move it either: emptying the Trash would
+    /// delete what is on that volume.
     ///
     /// Returns the absolute path of the item in the Trash: that of the directory which really holds
     /// it, links resolved, so for an item of another volume it is on that volume. It is empty if
@@ -110,10 +111,12 @@ public:
     /// Records where the item at `path` came from, as recycle() does, before other means move it to
     /// `place` in the Trash. Whatever exists at `place` gets a unique name, so that the move
     /// replaces nothing. Returns what to call once when the move has ended or failed: it deletes
-    /// the record unless the item has arrived. Failures are ignored: the item goes without a
-    /// record.
-    virtual std::function<void()> moveTrashed(const std::string& path,
-                                              const std::string& place) = 0;
+    /// the record unless the item has arrived. If none can be written, or the Trash is one that has
+    /// none, the item goes without a record.
+    ///
+    /// Fails if the item must not be moved: it does not exist, or EBUSY as for recycle().
+    virtual Result<std::function<void()>> moveTrashed(const std::string& path,
+                                                      const std::string& place) = 0;
 
     /// Returns the items in the user's Trash on every volume, in no order. `trash` is the Trash
     /// directory as the user knows it. What killed processes left there is taken back first. Fails
@@ -135,4 +138,4 @@ public:
     virtual void makeTrashDurable() = 0;
 };
 
-} // namespace platform
+} // namespace qf

@@ -2,7 +2,7 @@
 
 #include "platform/foundation/Format.h"
 
-namespace platform {
+namespace qf {
 
 namespace {
 
@@ -11,10 +11,10 @@ std::string described(std::chrono::sys_seconds second) {
     const auto day = floor<days>(second);
     const year_month_day calendar(day);
     const hh_mm_ss time(second - day);
-    return platform::format(
-        "%04d-%02u-%02u %02d:%02d:%02d +0000", static_cast<int>(calendar.year()),
-        static_cast<unsigned>(calendar.month()), static_cast<unsigned>(calendar.day()),
-        time.hours().count(), time.minutes().count(), time.seconds().count());
+    return qf::format("%04d-%02u-%02u %02d:%02d:%02d +0000", static_cast<int>(calendar.year()),
+                      static_cast<unsigned>(calendar.month()),
+                      static_cast<unsigned>(calendar.day()), time.hours().count(),
+                      time.minutes().count(), time.seconds().count());
 }
 
 /// The last date that a thread described: a log asks for the same second many times in a row.
@@ -40,4 +40,4 @@ void appendDescription(std::string& text, Date date) {
     text += last.text;
 }
 
-} // namespace platform
+} // namespace qf

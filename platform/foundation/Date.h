@@ -3,7 +3,7 @@
 #include <chrono>
 #include <string>
 
-namespace platform {
+namespace qf {
 
 /// A point in time of the system clock.
 using Date = std::chrono::system_clock::time_point;
@@ -15,4 +15,4 @@ std::string description(Date date);
 /// Appends the description to `text`.
 void appendDescription(std::string& text, Date date);
 
-} // namespace platform
+} // namespace qf

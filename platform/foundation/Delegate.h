@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-namespace platform {
+namespace qf {
 
 /// An object whose operations callers select by name at run time.
 ///
@@ -27,7 +27,7 @@ public:
     /// Returns whether the object has the operation.
     virtual bool respondsTo(const std::string& selector) const = 0;
 
-    /// Runs the operation on the caller's thread. May throw platform::Exception. Called only for a
+    /// Runs the operation on the caller's thread. May throw qf::Exception. Called only for a
     /// selector that respondsTo accepts, with argumentCount(selector) arguments.
     virtual void perform(const std::string& selector, const std::vector<Value>& arguments) = 0;
 };
@@ -37,4 +37,4 @@ inline std::size_t argumentCount(std::string_view selector) {
     return static_cast<std::size_t>(std::ranges::count(selector, ':'));
 }
 
-} // namespace platform
+} // namespace qf

@@ -2,7 +2,7 @@
 
 #include <string>
 
-namespace platform {
+namespace qf {
 
 /// A failure that the platform reports: its domain, its number there, and a sentence for the user,
 /// such as: The file “a.txt” doesn’t exist.
@@ -12,4 +12,4 @@ struct Error {
     std::string localizedDescription; ///< The sentence for the user.
 };
 
-} // namespace platform
+} // namespace qf

@@ -4,7 +4,7 @@
 #include <string>
 #include <utility>
 
-namespace platform {
+namespace qf {
 
 /// The names of the platform's exceptions.
 namespace exception_name {
@@ -35,7 +35,8 @@ inline constexpr const char* serviceUnavailable = "QFServiceUnavailable";
 } // namespace exception_name
 
 /// An exception of the platform: a name for code to test, and a reason for people to read. No other
-/// exception leaves an operation.
+/// exception leaves an operation, except the standard library's for a null pointer that is passed
+/// as a text.
 class Exception : public std::exception {
 public:
     /// Makes an exception with this name and reason.
@@ -52,4 +53,4 @@ private:
     std::string reason_;
 };
 
-} // namespace platform
+} // namespace qf

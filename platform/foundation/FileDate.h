@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <ctime>
 
-namespace platform {
+namespace qf {
 
 /// A date as file systems keep it. Unlike Date, which ends in the year 2262, it holds every date
 /// that a file can have.
@@ -46,4 +46,4 @@ struct FileDate {
     friend constexpr auto operator<=>(const FileDate&, const FileDate&) = default; // NOLINT
 };
 
-} // namespace platform
+} // namespace qf

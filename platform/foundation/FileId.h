@@ -3,7 +3,7 @@
 #include <compare>
 #include <cstdint>
 
-namespace platform {
+namespace qf {
 
 /// Tells an item from every other that exists at the time, whatever names lead to it.
 struct FileId {
@@ -13,4 +13,4 @@ struct FileId {
     auto operator<=>(const FileId&) const = default; // NOLINT: it takes the 0 for a pointer.
 };
 
-} // namespace platform
+} // namespace qf

@@ -9,7 +9,7 @@
 #include <cstdlib>
 #include <type_traits>
 
-namespace platform {
+namespace qf {
 
 namespace {
 
@@ -352,4 +352,4 @@ std::string format(std::string_view format, std::initializer_list<FormatArgument
     return result;
 }
 
-} // namespace platform
+} // namespace qf

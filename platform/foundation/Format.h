@@ -8,7 +8,7 @@
 #include <string_view>
 #include <variant>
 
-namespace platform {
+namespace qf {
 
 /// One argument of format(): it knows its own type, so that a directive can never misread it. It
 /// refers to the text it is made from, which must outlive it.
@@ -69,4 +69,4 @@ std::string format(std::string_view text, const Arguments&... arguments) {
     return format(text, {FormatArgument(arguments)...});
 }
 
-} // namespace platform
+} // namespace qf

@@ -9,7 +9,7 @@
 #include <mutex>
 #include <utility>
 
-namespace platform {
+namespace qf {
 
 namespace {
 
@@ -71,4 +71,4 @@ void dispatchAsync(std::function<void()> operation) {
     queue.add(std::move(operation));
 }
 
-} // namespace platform
+} // namespace qf

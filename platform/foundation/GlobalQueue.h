@@ -2,7 +2,7 @@
 
 #include <functional>
 
-namespace platform {
+namespace qf {
 
 /// Runs an operation on the process's global concurrent queue and returns at once.
 ///
@@ -10,8 +10,8 @@ namespace platform {
 /// run at the same time, so that one that blocks does not hold up the others. Any thread may call
 /// it, including an operation of the queue. Nobody waits for an operation, which may outlive the
 /// caller and `main`, so it must own what it uses. An exception that leaves an operation ends the
-/// process. Throws platform::Exception "NSGenericException" if the queue has no thread and the
+/// process. Throws qf::Exception "NSGenericException" if the queue has no thread and the
 /// system cannot start one.
 void dispatchAsync(std::function<void()> operation);
 
-} // namespace platform
+} // namespace qf

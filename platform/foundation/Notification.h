@@ -4,7 +4,7 @@
 
 #include <string>
 
-namespace platform {
+namespace qf {
 
 /// A notification of an event: its name, its sender, and a dictionary of details. The last two may
 /// be none.
@@ -14,4 +14,4 @@ struct Notification {
     Value userInfo;   ///< The details.
 };
 
-} // namespace platform
+} // namespace qf

@@ -1,14 +1,13 @@
 #include "platform/foundation/OperationQueue.h"
 
-#include "platform/foundation/Exception.h"
+#include "platform/foundation/Thread.h"
 
 #include <algorithm>
 #include <new>
-#include <string>
 #include <system_error>
 #include <utility>
 
-namespace platform {
+namespace qf {
 
 namespace {
 
@@ -66,8 +65,7 @@ void OperationQueue::startThread() {
     try {
         thread_ = std::thread([this] { run(); });
     } catch (const std::system_error& error) {
-        throw Exception(exception_name::generic,
-                        std::string("could not start a thread: ") + error.code().message());
+        throw NoThreadLeft(error.code());
     }
     started_.store(true, std::memory_order_release);
 }
@@ -205,4 +203,4 @@ void OperationQueue::beginAnewAsCopy() {
     mutex_.unlock();
 }
 
-} // namespace platform
+} // namespace qf

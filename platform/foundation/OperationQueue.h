@@ -12,7 +12,7 @@
 #include <thread>
 #include <utility>
 
-namespace platform {
+namespace qf {
 
 /// Runs operations one at a time, in the order in which they were added, on its own thread.
 ///
@@ -30,7 +30,7 @@ public:
     OperationQueue(OperationQueue&&) = delete;
     OperationQueue& operator=(OperationQueue&&) = delete;
 
-    /// Adds an operation after all others and returns at once. Throws platform::Exception
+    /// Adds an operation after all others and returns at once. Throws qf::Exception
     /// "NSGenericException" if it is the first one and the system has no thread left.
     template <std::invocable Work>
     void addOperation(Work work) {
@@ -127,4 +127,4 @@ private:
     std::atomic<std::uint64_t> emptiedAt_{0}; // number finished when there were no others
 };
 
-} // namespace platform
+} // namespace qf

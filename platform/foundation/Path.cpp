@@ -2,7 +2,7 @@
 
 #include <cstddef>
 
-namespace platform::path {
+namespace qf::path {
 
 namespace {
 
@@ -84,4 +84,4 @@ std::string deletingExtension(std::string_view path) {
     return std::string(trimmed.substr(0, trimmed.size() - length));
 }
 
-} // namespace platform::path
+} // namespace qf::path

@@ -6,7 +6,7 @@
 
 /// Paths as text. Nothing here touches the disk or resolves "..", and bytes of a path other than
 /// "/" and "." are never interpreted, so that a name in any encoding survives.
-namespace platform::path {
+namespace qf::path {
 
 /// Returns `path` and `component` joined by one "/": slashes at the end of the one and at the start
 /// of the other count once, and the result has no trailing slash. For an empty `path`, returns the
@@ -31,4 +31,4 @@ std::string extension(std::string_view path);
 /// Returns the path without its extension and the "." before it.
 std::string deletingExtension(std::string_view path);
 
-} // namespace platform::path
+} // namespace qf::path

@@ -8,7 +8,7 @@
 #include <utility>
 #include <variant>
 
-namespace platform {
+namespace qf {
 
 /// An error on its way into a Result: `return Unexpected(error);`.
 template <class E>
@@ -62,7 +62,7 @@ public:
     constexpr bool ok() const { return has_value(); }
     constexpr explicit operator bool() const { return has_value(); }
 
-    /// Returns the value. Throws platform::Exception "NSInternalInconsistencyException" for a
+    /// Returns the value. Throws qf::Exception "NSInternalInconsistencyException" for a
     /// failure.
     constexpr const T& value() const& { return checked(*this); }
     constexpr T& value() & { return checked(*this); }
@@ -123,7 +123,7 @@ public:
     constexpr bool ok() const { return has_value(); }
     constexpr explicit operator bool() const { return has_value(); }
 
-    /// Throws platform::Exception "NSInternalInconsistencyException" for a failure.
+    /// Throws qf::Exception "NSInternalInconsistencyException" for a failure.
     constexpr void value() const {
         if (!has_value()) {
             detail::throwNoValue();
@@ -142,4 +142,4 @@ private:
     std::optional<E> error_;
 };
 
-} // namespace platform
+} // namespace qf

@@ -4,7 +4,7 @@
 #include <mutex>
 #include <string>
 
-namespace platform {
+namespace qf {
 
 std::atomic<void*>& serviceSlot(const char* portName) {
     // Never destroyed: detached threads may look services up until the process has ended.
@@ -14,4 +14,4 @@ std::atomic<void*>& serviceSlot(const char* portName) {
     return slots[portName];
 }
 
-} // namespace platform
+} // namespace qf

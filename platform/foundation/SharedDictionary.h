@@ -6,13 +6,13 @@
 #include <string>
 #include <utility>
 
-namespace platform {
+namespace qf {
 
 /// A dictionary that several owners read and change at the same time. Values are copied in and out,
 /// so that none changes while it is read. Any thread may call every member.
 class SharedDictionary {
 public:
-    /// Returns the value for a key; none if the key does not exist.
+    /// Returns a copy of the value for a key; none if the key does not exist.
     Value operator[](const std::string& key) const {
         const std::lock_guard lock(mutex_);
         const auto entry = content_.find(key);
@@ -36,4 +36,4 @@ private:
     Value::Dictionary content_;
 };
 
-} // namespace platform
+} // namespace qf

@@ -7,7 +7,7 @@
 #include <locale>
 #include <stdexcept>
 
-namespace platform::text {
+namespace qf::text {
 
 namespace {
 
@@ -258,4 +258,20 @@ std::string printable(std::string_view text) {
     });
 }
 
-} // namespace platform::text
+std::string filled(std::string_view pattern, std::initializer_list<std::string_view> values) {
+    std::string result;
+    for (std::size_t at = 0; at < pattern.size(); ++at) {
+        const char next = at + 1 < pattern.size() ? pattern[at + 1] : '\0';
+        const bool isPlace = pattern[at] == '%' && next >= '1' && next <= '9';
+        const auto number = static_cast<std::size_t>(next - '1');
+        if (isPlace && number < values.size()) {
+            result += values.begin()[number];
+            ++at;
+        } else {
+            result += pattern[at];
+        }
+    }
+    return result;
+}
+
+} // namespace qf::text

@@ -1,12 +1,13 @@
 #pragma once
 
 #include <cstddef>
+#include <initializer_list>
 #include <string>
 #include <string_view>
 
 /// Functions on UTF-8 text. Invalid UTF-8 is never undefined behaviour: a byte that is not part of
 /// a character counts as one character.
-namespace platform::text {
+namespace qf::text {
 
 /// The code point of a byte that is not part of a character.
 inline constexpr char32_t notACharacter = 0xFFFFFFFF;
@@ -51,4 +52,8 @@ std::string validUtf8(std::string text);
 /// those that change the writing direction) and bytes that are not UTF-8 become "\xNN".
 std::string printable(std::string_view text);
 
-} // namespace platform::text
+/// Returns `pattern` with the first value in each place of %1, the second in those of %2, and so on
+/// to %9. Everything else is unchanged, also a number without a value.
+std::string filled(std::string_view pattern, std::initializer_list<std::string_view> values);
+
+} // namespace qf::text

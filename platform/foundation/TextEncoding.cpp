@@ -6,7 +6,7 @@
 #include <string_view>
 #include <utility>
 
-namespace platform {
+namespace qf {
 
 namespace {
 
@@ -50,4 +50,4 @@ std::optional<std::string> decodedText(const Data& data, TextEncoding encoding) 
     return valid ? std::optional(std::move(text)) : std::nullopt;
 }
 
-} // namespace platform
+} // namespace qf

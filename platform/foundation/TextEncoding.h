@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-namespace platform {
+namespace qf {
 
 /// The encodings of text, with the numbers that applications store and exchange.
 enum class TextEncoding : unsigned { ascii = 1, utf8 = 4, isoLatin1 = 5 };
@@ -14,4 +14,4 @@ enum class TextEncoding : unsigned { ascii = 1, utf8 = 4, isoLatin1 = 5 };
 /// 127, UTF-8 is that of RFC 3629. Also returns nullopt for a number that is not an encoding above.
 std::optional<std::string> decodedText(const Data& data, TextEncoding encoding);
 
-} // namespace platform
+} // namespace qf

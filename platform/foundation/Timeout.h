@@ -3,7 +3,7 @@
 #include <chrono>
 #include <concepts>
 
-namespace platform {
+namespace qf {
 
 /// A type whose values count seconds: any number, but no truth value and no character, which would
 /// choose a member with a time-out by mistake.
@@ -15,7 +15,7 @@ concept NumberOfSeconds = std::floating_point<Type> ||
      !std::same_as<Type, char16_t> && !std::same_as<Type, char32_t>);
 
 /// The longest time that an operation may take: a number of seconds, of which only the whole ones
-/// count.
+/// count: less than one second has passed at once.
 class Timeout {
 public:
     /// The upper limit, about 31 years, that longer time-outs, infinity included, are cut to.
@@ -46,4 +46,4 @@ private:
     double seconds_;
 };
 
-} // namespace platform
+} // namespace qf

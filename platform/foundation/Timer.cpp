@@ -7,7 +7,7 @@
 #include <mutex>
 #include <utility>
 
-namespace platform {
+namespace qf {
 
 namespace {
 
@@ -58,4 +58,4 @@ void performAfter(std::chrono::seconds delay, std::function<void()> operation) {
     timer.add(delay, std::move(operation));
 }
 
-} // namespace platform
+} // namespace qf

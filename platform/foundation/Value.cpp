@@ -1,6 +1,6 @@
 #include "platform/foundation/Value.h"
 
-namespace platform {
+namespace qf {
 
 const Value& Value::operator[](const std::string& key) const {
     static const Value none;
@@ -12,4 +12,4 @@ const Value& Value::operator[](const std::string& key) const {
     return entry == dictionary->end() ? none : entry->second;
 }
 
-} // namespace platform
+} // namespace qf

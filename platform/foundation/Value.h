@@ -12,7 +12,7 @@
 #include <variant>
 #include <vector>
 
-namespace platform {
+namespace qf {
 
 /// A string of bytes that is not text.
 struct Data {
@@ -44,7 +44,7 @@ public:
     Value(Dictionary dictionary) : content_(std::move(dictionary)) {}
     Value(Object object) : content_(std::move(object)) {}
 
-    /// Returns whether the value is none.
+    /// Returns whether it has no content, as after default construction.
     bool isNone() const { return std::holds_alternative<std::monostate>(content_); }
 
     /// Returns the content if it is a T, else null. T is one of bool, std::int64_t, double,
@@ -70,4 +70,4 @@ private:
         content_;
 };
 
-} // namespace platform
+} // namespace qf

@@ -2,7 +2,7 @@
 
 #include <csignal>
 
-namespace platform::native {
+namespace qf::native {
 
 void blockSigxfsz() {
     thread_local const bool held = [] {
@@ -14,4 +14,4 @@ void blockSigxfsz() {
     static_cast<void>(held);
 }
 
-} // namespace platform::native
+} // namespace qf::native

@@ -12,7 +12,7 @@
 #include <cerrno>
 #include <utility>
 
-namespace platform::native {
+namespace qf::native {
 
 namespace {
 
@@ -81,4 +81,4 @@ SystemResult<FileDescriptor> lockedDirectory(const std::string& path) {
     return directory;
 }
 
-} // namespace platform::native
+} // namespace qf::native

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-namespace platform::native {
+namespace qf::native {
 
 /// Returns whether the path is a directory; links are followed.
 bool isDirectory(const std::string& path);
@@ -28,4 +28,4 @@ SystemResult<FileDescriptor> openThroughLinks(const std::string& path,
 /// thread that holds the lock. Fails if the directory cannot be read or its volume has no locks.
 SystemResult<FileDescriptor> lockedDirectory(const std::string& path);
 
-} // namespace platform::native
+} // namespace qf::native

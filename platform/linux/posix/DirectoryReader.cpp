@@ -6,7 +6,7 @@
 #include <cerrno>
 #include <string_view>
 
-namespace platform::native {
+namespace qf::native {
 
 namespace {
 
@@ -57,4 +57,4 @@ SystemResult<std::optional<DirectoryEntry>> DirectoryReader::next() {
     return std::nullopt;
 }
 
-} // namespace platform::native
+} // namespace qf::native

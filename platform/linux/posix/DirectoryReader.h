@@ -9,7 +9,7 @@
 #include <memory>
 #include <optional>
 
-namespace platform::native {
+namespace qf::native {
 
 /// Returns the kind of item that an inode's mode describes.
 ItemKind itemKind(mode_t mode);
@@ -38,4 +38,4 @@ private:
     std::unique_ptr<DIR, Close> stream_;
 };
 
-} // namespace platform::native
+} // namespace qf::native

@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-namespace platform::native {
+namespace qf::native {
 
 /// The open directories on the way down a tree, `Handle` being FileDescriptor or DirectoryReader.
 ///
@@ -88,4 +88,4 @@ private:
     std::vector<Level> levels_;
 };
 
-} // namespace platform::native
+} // namespace qf::native

@@ -3,7 +3,7 @@
 #include <csignal>
 #include <initializer_list>
 
-namespace platform::native {
+namespace qf::native {
 
 /// Returns the signals that ask the program to end, except those that it ignores, as SIGHUP after
 /// nohup: if such a signal were blocked, it would be taken all the same.
@@ -19,4 +19,4 @@ inline sigset_t endingSignals() {
     return asked;
 }
 
-} // namespace platform::native
+} // namespace qf::native

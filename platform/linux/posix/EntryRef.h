@@ -2,7 +2,7 @@
 
 #include <string>
 
-namespace platform::native {
+namespace qf::native {
 
 /// An entry of an open directory, or a name there that may be free. Owns neither: the directory and
 /// the name must outlive it.
@@ -11,4 +11,4 @@ struct EntryRef {
     const std::string& name;
 };
 
-} // namespace platform::native
+} // namespace qf::native

@@ -6,7 +6,7 @@
 #include <concepts>
 #include <string>
 
-namespace platform::native {
+namespace qf::native {
 
 /// The error number of a failed system call: a distinct type, so that it is not mistaken for a
 /// count, a descriptor or a success.
@@ -75,4 +75,4 @@ inline SystemResult<void> checked(long returned) {
     return {};
 }
 
-} // namespace platform::native
+} // namespace qf::native

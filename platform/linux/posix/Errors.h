@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/Language.h"
 #include "platform/foundation/Error.h"
 #include "platform/linux/posix/Errno.h"
 
@@ -7,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-namespace platform::native {
+namespace qf::native {
 
 /// A volume does not allow the name. The system reports EINVAL, which also means that a directory
 /// would be put into itself.
@@ -26,21 +27,41 @@ constexpr Errno attributesTooLarge{E2BIG};
 inline constexpr Errno changedMeanwhile{EAGAIN};
 
 /// Returns why a system call failed, in words that can follow "because": "you don’t have
-/// permission". For rarely seen numbers, returns the system's own English description.
+/// permission". For rarely seen numbers, the words contain the system's own English description.
 std::string reason(Errno number);
 
 /// What could not be done to an item, as a participle: "removed", "moved to the Trash".
 class Participle {
 public:
-    /// Holds the words, which must outlive it. Converts implicitly, so that callers name the words
-    /// alone.
-    constexpr Participle(const char* words) : words_(words) {}
+    /// Hold the words, which must outlive it: in English, or translated for the person. Convert
+    /// implicitly, so that callers name the words alone.
+    constexpr Participle(const char* words) : words_{"", words} {}
+    constexpr Participle(const Translatable& words) : words_(words) {}
 
-    constexpr const char* words() const { return words_; }
+    std::string words() const { return translated(words_); }
 
 private:
-    const char* words_;
+    Translatable words_;
 };
+
+/// The participles that people read.
+namespace participle {
+inline constexpr Participle changed = translatable("participle", "changed");
+inline constexpr Participle copied = translatable("participle", "copied");
+inline constexpr Participle created = translatable("participle", "created");
+inline constexpr Participle deleted = translatable("participle", "deleted");
+inline constexpr Participle labelled = translatable("participle", "labelled");
+inline constexpr Participle locked = translatable("participle", "locked");
+inline constexpr Participle moved = translatable("participle", "moved");
+inline constexpr Participle movedToTrash = translatable("participle", "moved to the Trash");
+inline constexpr Participle opened = translatable("participle", "opened");
+inline constexpr Participle putBack = translatable("participle", "put back");
+inline constexpr Participle read = translatable("participle", "read");
+inline constexpr Participle removed = translatable("participle", "removed");
+inline constexpr Participle saved = translatable("participle", "saved");
+inline constexpr Participle unlocked = translatable("participle", "unlocked");
+inline constexpr Participle writtenTo = translatable("participle", "written to");
+} // namespace participle
 
 /// Returns the sentence “item” couldn’t be `participle` because `why`. The item is made printable.
 std::string failureSentence(std::string_view item, Participle participle, std::string_view why);
@@ -55,4 +76,4 @@ Error posixError(Errno number, std::string_view item, Participle participle, std
 Result<void> posixResult(const SystemResult<void>& result, std::string_view item,
                          Participle participle);
 
-} // namespace platform::native
+} // namespace qf::native

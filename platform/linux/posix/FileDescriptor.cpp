@@ -1,17 +1,8 @@
 #include "platform/linux/posix/FileDescriptor.h"
 
-#include <cerrno>
 #include <fcntl.h>
 
-namespace platform::native {
-
-void FileDescriptor::reset() {
-    if (descriptor_ >= 0) {
-        const int error = errno;
-        ::close(release());
-        errno = error;
-    }
-}
+namespace qf::native {
 
 FileDescriptor aboveStandardStreams(FileDescriptor descriptor) {
     if (!descriptor || descriptor.get() > STDERR_FILENO) {
@@ -28,4 +19,4 @@ SystemResult<FileDescriptor> openedAboveStandardStreams(int descriptor) {
     return moved;
 }
 
-} // namespace platform::native
+} // namespace qf::native

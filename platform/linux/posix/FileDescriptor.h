@@ -4,9 +4,10 @@
 
 #include <unistd.h>
 
+#include <cerrno>
 #include <utility>
 
-namespace platform::native {
+namespace qf::native {
 
 /// Owns at most one open file descriptor, and closes it. Not shared between threads.
 class FileDescriptor {
@@ -33,7 +34,13 @@ public:
     int release() { return std::exchange(descriptor_, -1); }
 
     /// Closes the descriptor. Preserves errno.
-    void reset();
+    void reset() {
+        if (descriptor_ >= 0) {
+            const int error = errno;
+            ::close(release());
+            errno = error;
+        }
+    }
 
 private:
     int descriptor_ = -1;
@@ -55,4 +62,4 @@ FileDescriptor aboveStandardStreams(FileDescriptor descriptor);
 /// those of the three standard streams.
 SystemResult<FileDescriptor> openedAboveStandardStreams(int descriptor);
 
-} // namespace platform::native
+} // namespace qf::native

@@ -8,7 +8,7 @@
 #include <cerrno>
 #include <utility>
 
-namespace platform::native {
+namespace qf::native {
 
 SystemResult<ItemPlace> findPlace(const std::string& path) {
     auto name = path::lastComponent(path);
@@ -24,4 +24,4 @@ SystemResult<ItemPlace> findPlace(const std::string& path) {
     return ItemPlace{*std::move(directory), std::move(name)};
 }
 
-} // namespace platform::native
+} // namespace qf::native

@@ -5,7 +5,7 @@
 
 #include <string>
 
-namespace platform::native {
+namespace qf::native {
 
 /// The place of an existing or future item: an entry of an open directory.
 struct ItemPlace {
@@ -20,4 +20,4 @@ struct ItemPlace {
 /// not name an entry of a directory ("/", "..").
 SystemResult<ItemPlace> findPlace(const std::string& path);
 
-} // namespace platform::native
+} // namespace qf::native

@@ -3,7 +3,7 @@
 #include <cerrno>
 #include <cstddef>
 
-namespace platform::native {
+namespace qf::native {
 
 SystemResult<RestOfPath> walkTowards(const std::string& path, std::size_t limit) {
     if (path.find('\0') != std::string::npos) { // The system would take it for the end.
@@ -43,4 +43,4 @@ SystemResult<FileDescriptor> openAtPath(const std::string& path, int flags) {
     return FileDescriptor(*descriptor);
 }
 
-} // namespace platform::native
+} // namespace qf::native

@@ -8,7 +8,7 @@
 #include <cstddef>
 #include <string>
 
-namespace platform::native {
+namespace qf::native {
 
 /// The rest of a path, to be looked up from a directory.
 struct RestOfPath {
@@ -61,4 +61,4 @@ auto byName(const std::string& path, Call call) -> SystemResult<decltype(call(""
 /// Opens the item at a path of any length.
 SystemResult<FileDescriptor> openAtPath(const std::string& path, int flags);
 
-} // namespace platform::native
+} // namespace qf::native

@@ -7,7 +7,7 @@
 
 #include <cerrno>
 
-namespace platform::native {
+namespace qf::native {
 
 FileId fileIdOf(const struct statx& status) {
     return {::makedev(status.stx_dev_major, status.stx_dev_minor), status.stx_ino};
@@ -54,4 +54,4 @@ SystemResult<struct statx> statusOfEntry(int directory, const std::string& name)
     return status;
 }
 
-} // namespace platform::native
+} // namespace qf::native

@@ -7,7 +7,7 @@
 
 #include <string>
 
-namespace platform::native {
+namespace qf::native {
 
 /// The same for one item, whichever of the two calls its status comes from.
 FileId fileIdOf(const struct statx& status);
@@ -26,4 +26,4 @@ SystemResult<struct statx> statusOf(int item);
 /// Like statusOf(), for an entry of an open directory; for a link, its own.
 SystemResult<struct statx> statusOfEntry(int directory, const std::string& name);
 
-} // namespace platform::native
+} // namespace qf::native

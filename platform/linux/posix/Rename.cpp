@@ -9,7 +9,7 @@
 #include <cerrno>
 #include <cstdio>
 
-namespace platform::native {
+namespace qf::native {
 
 namespace {
 
@@ -74,4 +74,4 @@ SystemResult<void> renameWithoutReplacing(const EntryRef& source, const EntryRef
                                    : renameOther(source, destination);
 }
 
-} // namespace platform::native
+} // namespace qf::native

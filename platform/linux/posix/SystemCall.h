@@ -2,7 +2,7 @@
 
 #include <cerrno>
 
-namespace platform::native {
+namespace qf::native {
 
 /// Repeats a system call as long as a signal interrupts it.
 template <typename Call>
@@ -14,4 +14,4 @@ auto retryOnEintr(Call call) {
     return result;
 }
 
-} // namespace platform::native
+} // namespace qf::native

@@ -8,7 +8,7 @@
 #include <cerrno>
 #include <cstddef>
 
-namespace platform::native {
+namespace qf::native {
 
 SystemResult<void> writeRest(int file, std::string_view& rest) {
     blockSigxfsz();
@@ -22,4 +22,4 @@ SystemResult<void> writeRest(int file, std::string_view& rest) {
     return {};
 }
 
-} // namespace platform::native
+} // namespace qf::native

@@ -4,10 +4,10 @@
 
 #include <string_view>
 
-namespace platform::native {
+namespace qf::native {
 
 /// Writes `rest` to an open file, and removes from it what is written: after a failure it is what
 /// is missing in the file. Continues after interruptions. A file size limit fails with EFBIG.
 SystemResult<void> writeRest(int file, std::string_view& rest);
 
-} // namespace platform::native
+} // namespace qf::native

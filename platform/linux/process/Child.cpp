@@ -13,7 +13,7 @@ extern "C" { // missing in the headers of C library 2.36
 #include <sys/pidfd.h>
 }
 
-namespace platform::native {
+namespace qf::native {
 
 namespace {
 
@@ -150,4 +150,4 @@ int Child::terminationStatus() {
     return hasEnded() ? *status_ : unknownStatus;
 }
 
-} // namespace platform::native
+} // namespace qf::native

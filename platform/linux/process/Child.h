@@ -12,7 +12,7 @@
 #include <optional>
 #include <vector>
 
-namespace platform::native {
+namespace qf::native {
 
 /// A child of this process. It is identified by a pidfd or, if the system has none, by its process
 /// identifier, which is not reused until this process has taken the child's status.
@@ -20,8 +20,7 @@ class Child : public ChildProcess {
 public:
     /// Makes a child that has not begun yet and will write to `output`, the pipes that can end with
     /// it.
-    explicit Child(std::vector<std::weak_ptr<platform::Pipe>> output)
-        : output_(std::move(output)) {}
+    explicit Child(std::vector<std::weak_ptr<qf::Pipe>> output) : output_(std::move(output)) {}
 
     /// Takes over a process that nobody else waits for. Never fails.
     void begin(pid_t identifier);
@@ -50,11 +49,11 @@ private:
 
     pid_t identifier_ = 0;
     RunDescriptor descriptor_;
-    const std::vector<std::weak_ptr<platform::Pipe>> output_;
+    const std::vector<std::weak_ptr<qf::Pipe>> output_;
     std::mutex mutex_;
     std::optional<int> status_;
     bool wasKilled_ = false;
     bool endsOutput_ = false;
 };
 
-} // namespace platform::native
+} // namespace qf::native

@@ -11,7 +11,7 @@
 #include <cstdint>
 #include <utility>
 
-namespace platform::native {
+namespace qf::native {
 
 namespace {
 
@@ -112,4 +112,4 @@ void ChildReaper::forget(const Child* child) {
     watched_.erase(child);
 }
 
-} // namespace platform::native
+} // namespace qf::native

@@ -7,7 +7,7 @@
 #include <memory>
 #include <mutex>
 
-namespace platform::native {
+namespace qf::native {
 
 /// Reaps every launched child as soon as it has ended, on its own thread, so that none stays a
 /// zombie because nobody waits for it. Children that the launcher did not launch are left alone.
@@ -17,7 +17,7 @@ class ChildReaper {
 
 public:
     /// Returns the process's only reaper, which, like its thread, lives as long as the process.
-    /// Throws platform::Exception "NSGenericException" if the system has no descriptor or thread
+    /// Throws qf::Exception "NSGenericException" if the system has no descriptor or thread
     /// left.
     static ChildReaper& shared();
 
@@ -49,4 +49,4 @@ private:
     Children unwatched_;
 };
 
-} // namespace platform::native
+} // namespace qf::native

@@ -4,7 +4,7 @@
 
 #include <utility>
 
-namespace platform::native {
+namespace qf::native {
 
 DescriptorStream::DescriptorStream(FileDescriptor descriptor)
     : std::istream(nullptr), buffer_(std::move(descriptor)) {
@@ -21,4 +21,4 @@ DescriptorStream::Buffer::int_type DescriptorStream::Buffer::underflow() {
     return traits_type::to_int_type(bytes_.front());
 }
 
-} // namespace platform::native
+} // namespace qf::native

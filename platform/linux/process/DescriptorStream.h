@@ -6,7 +6,7 @@
 #include <istream>
 #include <streambuf>
 
-namespace platform::native {
+namespace qf::native {
 
 /// A stream that reads a descriptor, which it owns. A read error counts as the end.
 class DescriptorStream : public std::istream {
@@ -29,4 +29,4 @@ private:
     Buffer buffer_;
 };
 
-} // namespace platform::native
+} // namespace qf::native

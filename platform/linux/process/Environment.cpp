@@ -2,7 +2,7 @@
 
 #include <cstdlib>
 
-namespace platform::native {
+namespace qf::native {
 
 namespace {
 
@@ -29,4 +29,4 @@ std::shared_lock<std::shared_mutex> Environment::holdStill() {
     return std::shared_lock(mutex());
 }
 
-} // namespace platform::native
+} // namespace qf::native

@@ -4,7 +4,7 @@
 #include <shared_mutex>
 #include <string>
 
-namespace platform::native {
+namespace qf::native {
 
 /// The program's environment, which the C library does not protect from changes while it is read.
 /// Changes made through these members wait while somebody holds the environment still. Any thread
@@ -18,4 +18,4 @@ public:
     [[nodiscard]] static std::shared_lock<std::shared_mutex> holdStill();
 };
 
-} // namespace platform::native
+} // namespace qf::native

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <filesystem>
 
-namespace platform::native {
+namespace qf::native {
 
 namespace {
 
@@ -45,20 +45,25 @@ std::string ownLibrary() {
     return search.sharedObject;
 }
 
-std::string beside(const fs::path& file, const char* directory) {
+std::string beside(const fs::path& file, const std::string& directory) {
     return (file.parent_path() / directory).lexically_normal().string();
 }
 
 } // namespace
 
 std::string installationDirectory() {
-    std::error_code error;
     if (const auto library = ownLibrary(); !library.empty()) {
+        std::error_code error;
         const auto file = fs::canonical(library, error);
         return error ? std::string() : beside(file, QF_FOLDER_FROM_LIBRARY);
     }
-    const auto program = fs::read_symlink("/proc/self/exe", error);
-    return error ? std::string() : beside(program, QF_FOLDER_FROM_PROGRAM);
+    return directoryBesideProgram(QF_FOLDER_FROM_PROGRAM);
 }
 
-} // namespace platform::native
+std::string directoryBesideProgram(const std::string& path) {
+    std::error_code error;
+    const auto program = fs::read_symlink("/proc/self/exe", error);
+    return error ? std::string() : beside(program, path);
+}
+
+} // namespace qf::native

@@ -2,15 +2,18 @@
 
 #include <string>
 
-/// The location of the helper ("qf-helper") and the stand-ins for system tools ("tools") of the
-/// installation that this code belongs to.
-///
-/// The directory is at a fixed place relative to the file that holds the code, the running program
-/// or the shared library, and nothing else determines it. Build trees have the same layout.
-namespace platform::native {
+/// Where the files of an installation are. Each directory is at a fixed place relative to the
+/// program's file or the shared library's, and nothing else determines it. Build trees have the
+/// same layout. Any thread may call these functions; they return absolute paths, or the empty
+/// string if the system does not report where the file is.
+namespace qf::native {
 
-/// Returns the directory: an absolute path, or the empty string if the system does not report where
-/// the code is. Any thread may call it.
+/// Returns the directory of the utility layer's helper ("qf-helper") and stand-ins for system tools
+/// ("tools"), of the installation that this code belongs to: the shared library's, or the program's
+/// if the program holds the code.
 std::string installationDirectory();
 
-} // namespace platform::native
+/// Returns the directory at this path relative to that of the running program.
+std::string directoryBesideProgram(const std::string& path);
+
+} // namespace qf::native

@@ -13,7 +13,7 @@
 #include <optional>
 #include <string_view>
 
-namespace platform::native {
+namespace qf::native {
 
 namespace {
 
@@ -146,4 +146,4 @@ Exception resourceFailure(Errno error, const std::string& name, const std::strin
     return {name, "the system has no " + what + " left: " + systemDescription(error)};
 }
 
-} // namespace platform::native
+} // namespace qf::native

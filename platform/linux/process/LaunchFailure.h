@@ -6,9 +6,9 @@
 
 #include <string>
 
-namespace platform::native {
+namespace qf::native {
 
-/// Throws platform::Exception "NSInvalidArgumentException" if no system could launch what is
+/// Throws qf::Exception "NSInvalidArgumentException" if no system could launch what is
 /// described: the launch path is missing, a string contains a zero byte, or an environment variable
 /// has an invalid name.
 void checkDescription(const ProcessDescription& description);
@@ -20,4 +20,4 @@ Exception launchFailure(Errno error, const std::string& launchPath, const std::s
 /// Returns the exception, of name `name`, for a system that has no `what` ("pipe") left.
 Exception resourceFailure(Errno error, const std::string& name, const std::string& what);
 
-} // namespace platform::native
+} // namespace qf::native

@@ -1,10 +1,8 @@
 #include "platform/linux/process/Modules.h"
 
-#include "platform/linux/process/Installation.h"
-
 #include <dlfcn.h>
 
-namespace platform::native {
+namespace qf::native {
 
 namespace {
 
@@ -18,13 +16,12 @@ Unexpected<Error> lastError() {
 } // namespace
 
 Result<Modules::Function> Modules::function(const std::string& module) {
-    const auto directory = installationDirectory();
-    if (directory.empty()) {
+    if (directory_.empty()) {
         return Unexpected(Error{.domain = domain,
                                 .localizedDescription = module + ": the installation is unknown"});
     }
     // A path with a slash: the loader searches nowhere.
-    void* loaded = ::dlopen((directory + '/' + module + ".so").c_str(), RTLD_NOW | RTLD_LOCAL);
+    void* loaded = ::dlopen((directory_ + '/' + module + ".so").c_str(), RTLD_NOW | RTLD_LOCAL);
     if (loaded == nullptr) {
         return lastError();
     }
@@ -35,4 +32,4 @@ Result<Modules::Function> Modules::function(const std::string& module) {
     return reinterpret_cast<Function>(symbol);
 }
 
-} // namespace platform::native
+} // namespace qf::native

@@ -2,12 +2,21 @@
 
 #include "platform/Modules.h"
 
-namespace platform::native {
+#include <string>
+#include <utility>
 
-/// Shared objects in the installation's directory, named "MODULE.so".
-class Modules final : public platform::Modules {
+namespace qf::native {
+
+/// Shared objects in one directory, named "MODULE.so".
+class Modules final : public qf::Modules {
 public:
+    /// The directory is an absolute path, or empty if it is unknown: then there are no modules.
+    explicit Modules(std::string directory) : directory_(std::move(directory)) {}
+
     Result<Function> function(const std::string& module) override;
+
+private:
+    const std::string directory_;
 };
 
-} // namespace platform::native
+} // namespace qf::native

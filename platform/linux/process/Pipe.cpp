@@ -14,7 +14,7 @@
 #include <cstdint>
 #include <new>
 
-namespace platform::native {
+namespace qf::native {
 
 namespace {
 
@@ -165,4 +165,4 @@ void Pipe::closeReadEnd() {
     readEnd_.reset();
 }
 
-} // namespace platform::native
+} // namespace qf::native

@@ -9,10 +9,10 @@
 #include <span>
 #include <vector>
 
-namespace platform::native {
+namespace qf::native {
 
 /// A pipe of the system; children do not inherit its ends by default.
-class Pipe : public platform::Pipe {
+class Pipe : public qf::Pipe {
 public:
     /// Makes a pipe from its ends. Throws as ProcessLauncher::makePipe does.
     explicit Pipe(PipeEnds ends);
@@ -45,4 +45,4 @@ private:
     std::mutex reading_;
 };
 
-} // namespace platform::native
+} // namespace qf::native

@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-namespace platform::native {
+namespace qf::native {
 
 namespace {
 
@@ -59,4 +59,4 @@ void ProcessCopies::observe(std::function<void()> before, std::function<void()> 
     observers().all.push_back({std::move(before), std::move(inOriginal), std::move(inCopy)});
 }
 
-} // namespace platform::native
+} // namespace qf::native

@@ -19,7 +19,7 @@
 #include <utility>
 #include <vector>
 
-namespace platform::native {
+namespace qf::native {
 
 namespace {
 
@@ -110,8 +110,8 @@ spawnWithProgramsEnvironment(const std::function<SystemResult<void>(char* const*
 }
 
 /// Returns the pipes that the child writes to.
-std::vector<std::weak_ptr<platform::Pipe>> outputOf(const ProcessDescription& description) {
-    std::vector<std::weak_ptr<platform::Pipe>> pipes;
+std::vector<std::weak_ptr<qf::Pipe>> outputOf(const ProcessDescription& description) {
+    std::vector<std::weak_ptr<qf::Pipe>> pipes;
     for (const auto* stream : {&description.standardOutput, &description.standardError}) {
         if (stream->kind() == ChildStream::Kind::pipe) {
             pipes.emplace_back(stream->pipe());
@@ -156,12 +156,12 @@ bool ProcessLauncher::canLaunch(const std::string& path) {
         .ok();
 }
 
-std::shared_ptr<platform::Pipe> ProcessLauncher::makePipe() {
+std::shared_ptr<qf::Pipe> ProcessLauncher::makePipe() {
     return std::make_shared<Pipe>(RunDescriptors::openPipe());
 }
 
-std::vector<std::shared_ptr<platform::Pipe>> ProcessLauncher::makePipes(std::size_t count) {
-    std::vector<std::shared_ptr<platform::Pipe>> pipes;
+std::vector<std::shared_ptr<qf::Pipe>> ProcessLauncher::makePipes(std::size_t count) {
+    std::vector<std::shared_ptr<qf::Pipe>> pipes;
     for (auto& ends : RunDescriptors::shared().openPipes(count)) {
         pipes.push_back(std::make_shared<Pipe>(std::move(ends)));
     }
@@ -187,4 +187,4 @@ std::shared_ptr<ChildProcess> ProcessLauncher::launch(const ProcessDescription& 
     return child;
 }
 
-} // namespace platform::native
+} // namespace qf::native

@@ -10,7 +10,7 @@
 #include <cerrno>
 #include <utility>
 
-namespace platform::native {
+namespace qf::native {
 
 namespace {
 
@@ -133,4 +133,4 @@ void RunDescriptor::reset() {
     }
 }
 
-} // namespace platform::native
+} // namespace qf::native

@@ -10,7 +10,7 @@
 #include <mutex>
 #include <vector>
 
-namespace platform::native {
+namespace qf::native {
 
 /// The two ends of a pipe: data written to the second is read from the first.
 using PipeEnds = std::array<FileDescriptor, 2>;
@@ -34,7 +34,7 @@ public:
 
     /// Opens `count` pipes, all or none. Waits while other runs hold the descriptors that it needs,
     /// and leaves some to the rest of the program as long as there are runs to wait for. Throws
-    /// platform::Exception "NSFileHandleOperationException" if the system has none left.
+    /// qf::Exception "NSFileHandleOperationException" if the system has none left.
     std::vector<PipeEnds> openPipes(std::size_t count);
 
 private:
@@ -71,4 +71,4 @@ private:
     FileDescriptor descriptor_;
 };
 
-} // namespace platform::native
+} // namespace qf::native

@@ -6,7 +6,7 @@
 
 #include <csignal>
 
-namespace platform::native {
+namespace qf::native {
 
 namespace {
 
@@ -52,4 +52,4 @@ void SpawnOptions::closeOthers() {
     requireMemory(::posix_spawn_file_actions_addclosefrom_np(&actions_, STDERR_FILENO + 1));
 }
 
-} // namespace platform::native
+} // namespace qf::native

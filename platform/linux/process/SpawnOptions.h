@@ -2,10 +2,10 @@
 
 #include <spawn.h>
 
-namespace platform::native {
+namespace qf::native {
 
 /// The options of posix_spawn for a child's descriptors and signals. Every member throws
-/// platform::Exception "NSGenericException" if there is not enough memory.
+/// qf::Exception "NSGenericException" if there is not enough memory.
 class SpawnOptions {
 public:
     /// Starts with all signals at their default actions, none blocked, and a new process group.
@@ -33,4 +33,4 @@ private:
     posix_spawnattr_t attributes_{};
 };
 
-} // namespace platform::native
+} // namespace qf::native

@@ -6,7 +6,7 @@
 #include <chrono>
 #include <csignal>
 
-namespace platform::native {
+namespace qf::native {
 
 namespace {
 
@@ -67,4 +67,4 @@ TerminalLoan::~TerminalLoan() {
     pthread_sigmask(SIG_SETMASK, &former, nullptr);
 }
 
-} // namespace platform::native
+} // namespace qf::native

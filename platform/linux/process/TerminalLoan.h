@@ -9,7 +9,7 @@
 #include <mutex>
 #include <optional>
 
-namespace platform::native {
+namespace qf::native {
 
 /// A loan of the program's controlling terminal to a process group, until this is destroyed. There
 /// is only one loan at a time: others wait.
@@ -39,4 +39,4 @@ private:
     bool undoesChanges_ = false;
 };
 
-} // namespace platform::native
+} // namespace qf::native

@@ -10,7 +10,7 @@
 #include <string_view>
 #include <utility>
 
-namespace platform::native {
+namespace qf::native {
 
 namespace {
 
@@ -74,4 +74,4 @@ std::string setToolOverlay(std::string directory) {
     return std::exchange(overlay().directory, std::move(directory));
 }
 
-} // namespace platform::native
+} // namespace qf::native

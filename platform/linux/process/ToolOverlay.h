@@ -8,7 +8,7 @@
 ///
 /// The directory belongs to the installation: no setting of a user or a parent process can change
 /// it.
-namespace platform::native {
+namespace qf::native {
 
 /// Returns the path to run, or to test, for a tool: its stand-in if the overlay has one, a file
 /// that the current user may execute, otherwise the path itself. Only absolute paths without "."
@@ -19,4 +19,4 @@ std::string resolveTool(const std::string& path);
 /// no overlay. Returns the former one. For tests. Any thread may call it.
 std::string setToolOverlay(std::string directory);
 
-} // namespace platform::native
+} // namespace qf::native
