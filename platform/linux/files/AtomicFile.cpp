@@ -13,7 +13,7 @@
 #include <array>
 #include <cerrno>
 
-namespace platform::native {
+namespace qf::native {
 
 namespace {
 
@@ -91,4 +91,4 @@ SystemResult<void> replaceFile(const std::string& path, std::string_view content
     return {};
 }
 
-} // namespace platform::native
+} // namespace qf::native

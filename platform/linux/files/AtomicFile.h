@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-namespace platform::native {
+namespace qf::native {
 
 /// Returns the content of a regular file of at most `limit` bytes; a final link is followed.
 /// Returns nullopt if it does not exist, is larger, or is not a regular file; never blocks on a
@@ -26,4 +26,4 @@ SystemResult<void>
 replaceFile(const std::string& path, std::string_view content,
             const std::function<SystemResult<void>(int file)>& prepare = nullptr);
 
-} // namespace platform::native
+} // namespace qf::native

@@ -5,7 +5,7 @@
 #include <cstddef>
 #include <utility>
 
-namespace platform::native {
+namespace qf::native {
 
 namespace {
 
@@ -46,4 +46,4 @@ bool CopiedLinks::link(const struct statx& source, int destination, const std::s
     return false;
 }
 
-} // namespace platform::native
+} // namespace qf::native

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-namespace platform::native {
+namespace qf::native {
 
 /// The items with several names, directories excepted, that a copy of a tree has met, so that their
 /// copies become hard links of each other. Not shared between threads.
@@ -36,4 +36,4 @@ private:
     std::map<FileId, CopiedItem> items_;
 };
 
-} // namespace platform::native
+} // namespace qf::native

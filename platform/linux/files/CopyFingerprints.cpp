@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <initializer_list>
 
-namespace platform::native {
+namespace qf::native {
 
 namespace {
 
@@ -65,4 +65,4 @@ bool CopyFingerprints::containsAtPlace(const struct statx& status, TreePlace pla
     return std::ranges::binary_search(places_, placeFingerprint(status, place));
 }
 
-} // namespace platform::native
+} // namespace qf::native

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-namespace platform::native {
+namespace qf::native {
 
 /// The place of an item in a tree: a hash of the names on the way from the top.
 enum class TreePlace : std::uint64_t { top = 0 };
@@ -36,4 +36,4 @@ private:
     std::vector<std::uint64_t> places_;
 };
 
-} // namespace platform::native
+} // namespace qf::native

@@ -1,6 +1,6 @@
 #pragma once
 
-namespace platform::native {
+namespace qf::native {
 
 /// The descriptors of an open item and of its copy, which is open for writing or a directory.
 struct CopyPair {
@@ -8,4 +8,4 @@ struct CopyPair {
     int copy;
 };
 
-} // namespace platform::native
+} // namespace qf::native

@@ -10,7 +10,7 @@
 #include <chrono>
 #include <cstdint>
 
-namespace platform::native {
+namespace qf::native {
 
 namespace {
 
@@ -53,4 +53,4 @@ SystemResult<void> storeCreationDate(const std::string& path, FileDate date) {
     return set ? SystemResult<void>() : Unexpected(set.error());
 }
 
-} // namespace platform::native
+} // namespace qf::native

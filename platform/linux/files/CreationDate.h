@@ -7,7 +7,7 @@
 #include <optional>
 #include <string>
 
-namespace platform::native {
+namespace qf::native {
 
 /// Returns the creation date that was set for an item of this kind, which the file system cannot
 /// store itself; nullopt if none was set or the stored value is not a date. A final link is not
@@ -18,4 +18,4 @@ std::optional<Date> storedCreationDate(const std::string& path, ItemKind kind);
 /// Date.
 SystemResult<void> storeCreationDate(const std::string& path, FileDate date);
 
-} // namespace platform::native
+} // namespace qf::native

@@ -9,7 +9,7 @@
 #include <string>
 #include <utility>
 
-namespace platform::native {
+namespace qf::native {
 
 namespace {
 
@@ -93,4 +93,4 @@ std::unique_ptr<DigestState> Digests::begin(DigestAlgorithm algorithm) {
     return std::make_unique<State>(found);
 }
 
-} // namespace platform::native
+} // namespace qf::native

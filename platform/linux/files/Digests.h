@@ -2,12 +2,12 @@
 
 #include "platform/Digests.h"
 
-namespace platform::native {
+namespace qf::native {
 
 /// Digests by OpenSSL. An algorithm is looked up at its first use, once per process.
-class Digests : public platform::Digests {
+class Digests : public qf::Digests {
 public:
     std::unique_ptr<DigestState> begin(DigestAlgorithm algorithm) override;
 };
 
-} // namespace platform::native
+} // namespace qf::native

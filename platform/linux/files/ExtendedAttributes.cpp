@@ -6,7 +6,7 @@
 
 #include <sys/xattr.h>
 
-namespace platform::native {
+namespace qf::native {
 
 namespace {
 
@@ -17,7 +17,7 @@ Result<std::size_t> readValue(const std::string& path, const std::string& attrib
         return ::getxattr(name, attributeName(attribute).c_str(), buffer.data(), buffer.size());
     });
     if (!length) {
-        return Unexpected(posixError(length.error(), path::lastComponent(path), "read"));
+        return Unexpected(posixError(length.error(), path::lastComponent(path), participle::read));
     }
     return static_cast<std::size_t>(*length);
 }
@@ -39,9 +39,9 @@ Result<void> ExtendedAttributes::set(const std::string& path, const std::string&
         return ::setxattr(item, attributeName(name).c_str(), value.data(), value.size(), 0);
     });
     if (!set) {
-        return Unexpected(posixError(set.error(), path::lastComponent(path), "changed"));
+        return Unexpected(posixError(set.error(), path::lastComponent(path), participle::changed));
     }
     return {};
 }
 
-} // namespace platform::native
+} // namespace qf::native

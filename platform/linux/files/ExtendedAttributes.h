@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-namespace platform::native {
+namespace qf::native {
 
 /// The prefix of the names of attributes that programs may set on Linux.
 inline constexpr std::string_view attributeNamespace = "user.";
@@ -18,7 +18,7 @@ inline std::string attributeName(std::string_view name) {
 
 /// The extended attributes that users may set on regular files and directories; the system's own
 /// are not accessible.
-class ExtendedAttributes : public platform::ExtendedAttributes {
+class ExtendedAttributes : public qf::ExtendedAttributes {
 public:
     Result<std::size_t> size(const std::string& path, const std::string& name) override;
     Result<std::size_t> read(const std::string& path, const std::string& name,
@@ -27,4 +27,4 @@ public:
                      std::string_view value) override;
 };
 
-} // namespace platform::native
+} // namespace qf::native

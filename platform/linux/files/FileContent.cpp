@@ -13,7 +13,7 @@
 #include <cstring>
 #include <string_view>
 
-namespace platform::native {
+namespace qf::native {
 
 namespace {
 
@@ -104,8 +104,13 @@ SystemResult<void> FileContent::copy(int source, const struct statx& status, int
 }
 
 bool FileContent::share(const CopyPair& files) {
-    canShare_ = canShare_ && ::ioctl(files.copy, FICLONE, files.source) == 0;
-    return canShare_;
+    if (!canShare_) {
+        return false;
+    }
+    const auto shared = checked(::ioctl(files.copy, FICLONE, files.source));
+    // Any other failure is about this file alone.
+    canShare_ = !failedWith(shared, EOPNOTSUPP, ENOTTY, EXDEV);
+    return shared.ok();
 }
 
 /// Lets the kernel copy by itself. Returns how many bytes of the file it copied.
@@ -168,4 +173,4 @@ SystemResult<void> FileContent::compare(int one, int other) {
     }
 }
 
-} // namespace platform::native
+} // namespace qf::native

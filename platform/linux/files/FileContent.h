@@ -8,7 +8,7 @@
 
 #include <vector>
 
-namespace platform::native {
+namespace qf::native {
 
 /// Copies and compares the contents of regular files. Use one object for a whole tree: it learns
 /// which of the kernel's copy methods work there. Not shared between threads.
@@ -33,4 +33,4 @@ private:
     bool canCopyRanges_ = true;
 };
 
-} // namespace platform::native
+} // namespace qf::native

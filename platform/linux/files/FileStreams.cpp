@@ -18,7 +18,7 @@
 #include <string_view>
 #include <utility>
 
-namespace platform::native {
+namespace qf::native {
 
 namespace {
 
@@ -287,4 +287,4 @@ OpenedStream FileStreams::openExisting(const std::string& path, FileAccess acces
     return std::make_unique<Stream>(*std::move(file), fileIdOf(*status), unknownSize);
 }
 
-} // namespace platform::native
+} // namespace qf::native

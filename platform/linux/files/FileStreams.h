@@ -2,11 +2,11 @@
 
 #include "platform/FileStreams.h"
 
-namespace platform::native {
+namespace qf::native {
 
 /// File streams on the system calls. The kernel is advised that a file opened for reading is read
 /// sequentially, and space for a large file is allocated before it is written.
-class FileStreams : public platform::FileStreams {
+class FileStreams : public qf::FileStreams {
 public:
     OpenedStream openForReading(const std::string& path) override;
     OpenedStream openForUpdating(const std::string& path, const FileId& spared,
@@ -16,4 +16,4 @@ public:
     OpenedStream openExisting(const std::string& path, FileAccess access) override;
 };
 
-} // namespace platform::native
+} // namespace qf::native

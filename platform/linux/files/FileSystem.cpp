@@ -26,7 +26,7 @@
 #include <climits>
 #include <utility>
 
-namespace platform::native {
+namespace qf::native {
 
 namespace {
 
@@ -164,9 +164,12 @@ Result<void> report(const EntryResult<void>& result, Participle participle) {
     return {};
 }
 
+constexpr auto notIntoItself = translatable("because", "it can’t be put inside itself");
+
 /// Returns why nothing can be put into a directory that is missing.
 std::string whyMissing(const std::string& directory) {
-    return "the folder “" + text::printable(path::lastComponent(directory)) + "” doesn’t exist";
+    return translated(translatable("because", "the folder “%1” doesn’t exist"),
+                      text::printable(path::lastComponent(directory)));
 }
 
 /// Copies or moves an item from path to path.
@@ -187,8 +190,8 @@ Result<void> transfer(const std::string& path, const std::string& newPath,
     }
     const auto done = work(source->entry(), destination->entry());
     if (!done && done.error().number.is(EINVAL)) {
-        return Unexpected(posixError(Errno(EINVAL), done.error().name, participle,
-                                     "it can’t be put inside itself"));
+        return Unexpected(
+            posixError(Errno(EINVAL), done.error().name, participle, translated(notIntoItself)));
     }
     return report(done, participle);
 }
@@ -262,7 +265,7 @@ FileSystem::contentsOfDirectoryWithSizes(const std::string& path) {
 
 Result<void> FileSystem::createDirectory(const std::string& path) {
     return report(isAllowed(path) ? makeDirectories(path, forEverybody) : pathNotAllowed, path,
-                  "created");
+                  participle::created);
 }
 
 Result<std::unique_ptr<HeldDirectory>>
@@ -272,21 +275,23 @@ FileSystem::holdDirectory(const std::string& path, const std::vector<std::string
         missing == MissingDirectories::create ? std::optional(forEverybody) : std::nullopt;
     auto directory = openThroughLinks(path, links, mode);
     if (!directory) {
-        return Unexpected(posixError(directory.error(), path::lastComponent(path), "opened"));
+        return Unexpected(
+            posixError(directory.error(), path::lastComponent(path), participle::opened));
     }
     return std::make_unique<DescriptorDirectory>(*std::move(directory));
 }
 
 Result<void> FileSystem::moveItem(const std::string& path, const std::string& newPath) {
-    return transfer(path, newPath, native::moveItem, "moved");
+    return transfer(path, newPath, native::moveItem, participle::moved);
 }
 
 Result<void> FileSystem::copyItem(const std::string& path, const std::string& newPath) {
-    return transfer(path, newPath, native::copyItem, "copied");
+    return transfer(path, newPath, native::copyItem, participle::copied);
 }
 
 Result<void> FileSystem::writeAtomically(const std::string& path, std::string_view content) {
-    return report(isAllowed(path) ? replaceFile(path, content) : pathNotAllowed, path, "saved");
+    return report(isAllowed(path) ? replaceFile(path, content) : pathNotAllowed, path,
+                  participle::saved);
 }
 
 Result<void> FileSystem::writeAtomicallyWith(const std::string& path, std::string_view content,
@@ -297,7 +302,7 @@ Result<void> FileSystem::writeAtomicallyWith(const std::string& path, std::strin
         return done && date ? checked(::futimens(file, timesWith(*date).data())) : done;
     };
     return report(isAllowed(path) ? replaceFile(path, content, dress) : pathNotAllowed, path,
-                  "saved");
+                  participle::saved);
 }
 
 Result<void> FileSystem::setModificationDate(const std::string& path, FileDate date) {
@@ -305,22 +310,23 @@ Result<void> FileSystem::setModificationDate(const std::string& path, FileDate d
     const auto changed = atPath(path, [&times](int directory, const char* rest) {
         return ::utimensat(directory, rest, times.data(), 0);
     });
-    return report(changed, path, "changed");
+    return report(changed, path, participle::changed);
 }
 
 Result<void> FileSystem::setCreationDate(const std::string& path, FileDate date) {
-    return report(storeCreationDate(path, date), path, "changed");
+    return report(storeCreationDate(path, date), path, participle::changed);
 }
 
 Result<void> FileSystem::setPosixPermissions(const std::string& path, unsigned permissions) {
     const auto changed = atPath(path, [permissions](int directory, const char* rest) {
         return ::fchmodat(directory, rest, permissions, 0);
     });
-    return report(changed, path, "changed");
+    return report(changed, path, participle::changed);
 }
 
 Result<void> FileSystem::setImmutable(const std::string& path, bool immutable) {
-    return report(makeImmutable(path, immutable), path, immutable ? "locked" : "unlocked");
+    return report(makeImmutable(path, immutable), path,
+                  immutable ? participle::locked : participle::unlocked);
 }
 
 void FileSystem::removeAbandonedCopies(const std::string& directory) {
@@ -333,8 +339,8 @@ void FileSystem::removeAbandonedCopies(const std::string& directory) {
 
 Result<void> FileSystem::removeItem(const std::string& path) {
     const auto place = findPlace(path);
-    return place ? report(removeTree(place->directory.get(), place->name), "removed")
-                 : report(place, path, "removed");
+    return place ? report(removeTree(place->directory.get(), place->name), participle::removed)
+                 : report(place, path, participle::removed);
 }
 
-} // namespace platform::native
+} // namespace qf::native

@@ -2,10 +2,10 @@
 
 #include "platform/FileSystem.h"
 
-namespace platform::native {
+namespace qf::native {
 
 /// The file system on the system calls.
-class FileSystem : public platform::FileSystem {
+class FileSystem : public qf::FileSystem {
 public:
     bool exists(const std::string& path) override;
     bool isDirectory(const std::string& path) override;
@@ -59,4 +59,4 @@ public:
     Result<void> removeItem(const std::string& path) override;
 };
 
-} // namespace platform::native
+} // namespace qf::native

@@ -2,6 +2,7 @@
 
 #include "platform/linux/files/Metadata.h"
 #include "platform/linux/files/MovedItems.h"
+#include "platform/linux/files/Removability.h"
 #include "platform/linux/files/SpecialFiles.h"
 #include "platform/linux/files/TemporaryItem.h"
 #include "platform/linux/files/TreeCopy.h"
@@ -18,7 +19,7 @@
 #include <cerrno>
 #include <optional>
 
-namespace platform::native {
+namespace qf::native {
 
 namespace {
 
@@ -67,6 +68,24 @@ public:
         return isMove_ ? move() : copy();
     }
 
+    /// Finishes the move of a process that was killed while it removed the source, if that explains
+    /// the obstacle: the mark shows that what exists at the destination is its copy. Nothing is
+    /// removed before all that is left has proved to be copied. The mark stays for a later move if
+    /// that may finish what this one cannot: unless the source has gone, or is another one by now.
+    EntryResult<void> finish(Errno obstacle) {
+        auto mark = TemporaryItem::adoptMark(destination_, markPurpose());
+        EntryResult<void> unfinished = aboutEntry(name_, Unexpected(obstacle));
+        if (!mark) {
+            return unfinished;
+        }
+        const auto done = obstacle.is(EEXIST) ? removeCopied() : unfinished;
+        const bool hasChanged = !done && done.error().number == changedMeanwhile;
+        if (!done && !hasChanged && !done.error().number.is(ENOENT)) {
+            mark->leave();
+        }
+        return hasChanged ? unfinished : done;
+    }
+
 private:
     EntryResult<void> copy() {
         const bool isDirectory = S_ISDIR(status_.stx_mode);
@@ -85,19 +104,10 @@ private:
         return done;
     }
 
-    /// Finishes the move of a process that was killed while it removed the source, if that explains
-    /// the obstacle: the mark shows that what exists at the destination is its copy. Nothing is
-    /// removed before all that is left has proved to be copied.
-    EntryResult<void> finish(Errno obstacle) {
-        const auto mark = TemporaryItem::adoptMark(destination_, markPurpose());
-        if (!mark || !obstacle.is(EEXIST)) {
-            return aboutEntry(name_, Unexpected(obstacle));
-        }
+    /// Removes what is left of a source that was copied, once all of it has proved to be copied.
+    EntryResult<void> removeCopied() {
         MovedItems moved(destination_, newName_, nullptr);
         auto done = removeTree(source_, name_, {.only = &moved, .deletes = false});
-        if (!done && done.error().number == changedMeanwhile) {
-            return aboutEntry(name_, Unexpected(obstacle));
-        }
         if (done) {
             done = aboutEntry(name_, makeNameDurable({}));
         }
@@ -133,10 +143,7 @@ private:
         if (!directory) {
             return Unexpected(directory.error());
         }
-        const auto user = ::geteuid();
-        const bool isOthers = (directory->stx_mode & S_ISVTX) != 0 && user != 0 &&
-                              user != status_.stx_uid && user != directory->stx_uid;
-        if (isOthers) {
+        if (isKeptByDirectory(status_, *directory, ::geteuid())) {
             return Unexpected(Errno(EPERM));
         }
         return {};
@@ -235,4 +242,8 @@ EntryResult<void> moveItem(const EntryRef& source, const EntryRef& destination) 
     return aboutEntry(source.name, renamed);
 }
 
-} // namespace platform::native
+EntryResult<void> finishMove(const EntryRef& source, const EntryRef& destination) {
+    return Transfer(source, destination, CopyPurpose::replaceSource).finish(Errno(EEXIST));
+}
+
+} // namespace qf::native

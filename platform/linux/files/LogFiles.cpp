@@ -23,7 +23,7 @@
 #include <unistd.h>
 #include <utility>
 
-namespace platform::native {
+namespace qf::native {
 
 namespace {
 
@@ -69,9 +69,9 @@ private:
         const auto size = bytes.size();
         if (const auto written = writeRest(descriptor_.get(), bytes); !written) {
             lineIsTorn_ = lineIsTorn_ || bytes.size() < size;
-            throw Exception(
-                exception_name::fileHandleOperation,
-                failureSentence(path::lastComponent(path_), "written to", reason(written.error())));
+            throw Exception(exception_name::fileHandleOperation,
+                            failureSentence(path::lastComponent(path_), participle::writtenTo,
+                                            reason(written.error())));
         }
     }
 
@@ -236,16 +236,17 @@ bool LogFiles::exists(const std::string& path) {
 }
 
 Result<void> LogFiles::createDirectory(const std::string& path) {
-    return reportOf(isUsable(path) ? createDirectories(path) : notUsable, path, "created");
+    return reportOf(isUsable(path) ? createDirectories(path) : notUsable, path,
+                    participle::created);
 }
 
 Result<void> LogFiles::removeLog(const std::string& path) {
-    return reportOf(isUsable(path) ? removeAt(path) : notUsable, path, "deleted");
+    return reportOf(isUsable(path) ? removeAt(path) : notUsable, path, participle::deleted);
 }
 
 Result<void> LogFiles::renameLog(const std::string& path, const std::string& newPath) {
     const bool areUsable = isUsable(path) && isUsable(newPath);
-    return reportOf(areUsable ? moveTo(path, newPath) : notUsable, path, "moved");
+    return reportOf(areUsable ? moveTo(path, newPath) : notUsable, path, participle::moved);
 }
 
 Result<void> LogFiles::setAside(const std::string& path, const std::string& newPath) {
@@ -258,10 +259,11 @@ Result<void> LogFiles::setAside(const std::string& path, const std::string& newP
 Result<void> LogFiles::createEmptyFile(const std::string& path) {
     const SystemResult<void> made = isUsable(path) ? putEmptyFile(path) : notUsable;
     if (failedWith(made, ENOENT)) {
-        return Unexpected(posixError(made.error(), path::lastComponent(path), "created",
-                                     "its folder doesn’t exist"));
+        return Unexpected(
+            posixError(made.error(), path::lastComponent(path), participle::created,
+                       translated(translatable("because", "its folder doesn’t exist"))));
     }
-    return reportOf(made, path, "created");
+    return reportOf(made, path, participle::created);
 }
 
 std::shared_ptr<LogFile> LogFiles::open(const std::string& path) {
@@ -289,4 +291,4 @@ std::unique_ptr<LogLock> LogFiles::lock(const std::vector<std::string>& director
     return locks;
 }
 
-} // namespace platform::native
+} // namespace qf::native

@@ -2,10 +2,10 @@
 
 #include "platform/LogFiles.h"
 
-namespace platform::native {
+namespace qf::native {
 
 /// Log files on the system calls.
-class LogFiles : public platform::LogFiles {
+class LogFiles : public qf::LogFiles {
 public:
     bool exists(const std::string& path) override;
     Result<void> createDirectory(const std::string& path) override;
@@ -17,4 +17,4 @@ public:
     std::unique_ptr<LogLock> lock(const std::vector<std::string>& directories) override;
 };
 
-} // namespace platform::native
+} // namespace qf::native

@@ -15,7 +15,7 @@
 #include <string_view>
 #include <vector>
 
-namespace platform::native {
+namespace qf::native {
 
 namespace {
 
@@ -202,4 +202,4 @@ void dropInheritedAcls(int item) {
     ::fremovexattr(item, accessList);
 }
 
-} // namespace platform::native
+} // namespace qf::native

@@ -5,7 +5,7 @@
 
 #include <sys/stat.h>
 
-namespace platform::native {
+namespace qf::native {
 
 /// Copies the owner, mode, extended attributes (including access control lists) and times of an
 /// open item to its copy, which is open for writing or a directory. The owner and the group are
@@ -17,11 +17,11 @@ SystemResult<void> copyMetadata(int source, const struct statx& status, int copy
 /// only extended attribute is that of copyAccessListToEntry().
 SystemResult<void> copyMetadataToEntry(const struct statx& status, const EntryRef& entry);
 
-/// Gives an entry, which is no link, the access control list of another one, as far as possible,
-/// instead of an inherited one. Its mode must be set afterwards.
+/// Replaces the access control list of an entry, which is no link, inherited or not, by that of
+/// another one, as far as possible. Its mode must be set afterwards.
 void copyAccessListToEntry(const EntryRef& source, const EntryRef& copy);
 
 /// Removes from a new item the access control lists inherited from its directory.
 void dropInheritedAcls(int item);
 
-} // namespace platform::native
+} // namespace qf::native

@@ -9,7 +9,7 @@
 
 #include <cerrno>
 
-namespace platform::native {
+namespace qf::native {
 
 namespace {
 
@@ -111,4 +111,4 @@ SystemResult<void> MovedItems::compareFiles(const Pair& pair) {
                         now->stx_mtime.tv_nsec == pair.status.stx_mtime.tv_nsec);
 }
 
-} // namespace platform::native
+} // namespace qf::native

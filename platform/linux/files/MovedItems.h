@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-namespace platform::native {
+namespace qf::native {
 
 /// Tells which items of a moved tree have their copies, so that they may be deleted. Not shared
 /// between threads.
@@ -52,4 +52,4 @@ private:
     FileContent content_;
 };
 
-} // namespace platform::native
+} // namespace qf::native

@@ -8,7 +8,7 @@
 
 #include <algorithm>
 
-namespace platform::native {
+namespace qf::native {
 
 namespace {
 
@@ -53,4 +53,4 @@ void Preallocation::release(int file) {
     }
 }
 
-} // namespace platform::native
+} // namespace qf::native

@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-namespace platform::native {
+namespace qf::native {
 
 /// Allocates disk space for a file in large pieces before they are written, which costs less than
 /// allocating it for each write. Only an optimization: if it fails, or would cost more (on a file
@@ -24,4 +24,4 @@ private:
     std::uint64_t reservedUpTo_ = 0;
 };
 
-} // namespace platform::native
+} // namespace qf::native

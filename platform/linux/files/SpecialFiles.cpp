@@ -9,7 +9,7 @@
 #include <array>
 #include <climits>
 
-namespace platform::native {
+namespace qf::native {
 
 namespace {
 
@@ -75,4 +75,4 @@ SystemResult<void> copyUnopened(const EntryRef& source, const struct statx& stat
     return kept;
 }
 
-} // namespace platform::native
+} // namespace qf::native

@@ -7,7 +7,7 @@
 
 #include <string>
 
-namespace platform::native {
+namespace qf::native {
 
 /// Returns the target of a link. EAGAIN if it is no link.
 SystemResult<std::string> readLink(const EntryRef& link);
@@ -17,4 +17,4 @@ SystemResult<std::string> readLink(const EntryRef& link);
 SystemResult<void> copyUnopened(const EntryRef& source, const struct statx& status,
                                 const EntryRef& destination);
 
-} // namespace platform::native
+} // namespace qf::native

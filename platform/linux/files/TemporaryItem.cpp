@@ -15,7 +15,7 @@
 #include <cstdio>
 #include <string_view>
 
-namespace platform::native {
+namespace qf::native {
 
 namespace {
 
@@ -102,8 +102,9 @@ FileDescriptor lockAbandoned(int directory, const std::string& name) {
         return item;
     }
     const auto status = statusOf(item.get());
+    // A whole copy has the source's date of modification before it gets its name.
     const bool isAbandoned = status && status->stx_uid == ::geteuid() &&
-                             ::flock(item.get(), LOCK_EX | LOCK_NB) == 0 &&
+                             lockIfAbandoned(item, status->stx_ctime.tv_sec) &&
                              checkName(item, directory, name);
     return isAbandoned ? std::move(item) : FileDescriptor();
 }
@@ -114,6 +115,16 @@ bool removeIfAbandoned(int directory, const std::string& name) {
 }
 
 } // namespace
+
+bool isOverADayAgo(std::time_t moment) {
+    constexpr std::time_t day = 24L * 60 * 60;
+    return std::time(nullptr) - moment > day;
+}
+
+bool lockIfAbandoned(const FileDescriptor& item, std::time_t changed) {
+    return ::flock(item.get(), LOCK_EX | LOCK_NB) == 0 ||
+           (errno != EWOULDBLOCK && isOverADayAgo(changed));
+}
 
 SystemResult<TemporaryItem> TemporaryItem::make(int directory, const std::string& purpose,
                                                 mode_t mode) {
@@ -231,4 +242,4 @@ void TemporaryItem::takeBack() {
     }
 }
 
-} // namespace platform::native
+} // namespace qf::native

@@ -4,13 +4,21 @@
 
 #include <sys/types.h>
 
+#include <ctime>
 #include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
 
-namespace platform::native {
+namespace qf::native {
+
+/// Returns whether that moment is over a day ago.
+bool isOverADayAgo(std::time_t moment);
+
+/// Locks an open item unless somebody works on it. Returns whether nobody does: on a volume that
+/// knows no locks, because the item was last changed, at the moment `changed`, over a day ago.
+bool lockIfAbandoned(const FileDescriptor& item, std::time_t changed);
 
 /// A new file or directory with a hidden name, which is filled and then renamed to its final name.
 /// It is locked while this process works on it, so that the remains of a killed process can be told
@@ -62,6 +70,12 @@ public:
     /// Like rename(), but replaces an existing file or, if this is a directory, an empty directory.
     SystemResult<void> replace();
 
+    /// Keeps the item under its hidden name, for whoever adopts or removes abandoned ones.
+    void leave() {
+        name_.clear();
+        item_.reset();
+    }
+
     /// Undoes the rename, if the item is to be deleted after all or is to get another name.
     void takeBack();
 
@@ -79,4 +93,4 @@ private:
     FileDescriptor item_;
 };
 
-} // namespace platform::native
+} // namespace qf::native

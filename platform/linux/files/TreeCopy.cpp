@@ -1,14 +1,14 @@
 #include "platform/linux/files/TreeCopy.h"
 
 #include "platform/linux/files/CopiedLinks.h"
-#include "platform/linux/files/FileContent.h"
+#include "platform/linux/files/FileCopier.h"
 #include "platform/linux/files/Metadata.h"
+#include "platform/linux/files/Removability.h"
 #include "platform/linux/files/SpecialFiles.h"
 #include "platform/linux/posix/DirectoryReader.h"
 #include "platform/linux/posix/DirectoryStack.h"
 #include "platform/linux/posix/Errors.h"
 #include "platform/linux/posix/OpenDirectory.h"
-#include "platform/linux/posix/SystemCall.h"
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -16,7 +16,7 @@
 #include <cerrno>
 #include <vector>
 
-namespace platform::native {
+namespace qf::native {
 
 namespace {
 
@@ -69,16 +69,6 @@ Unexpected<Errno> makingFailure(Errno error) {
     }
     return Unexpected(error.is(EEXIST) ? nameNotDistinct : error);
 }
-
-bool isSameMoment(const statx_timestamp& one, const statx_timestamp& other) {
-    return one.tv_sec == other.tv_sec && one.tv_nsec == other.tv_nsec;
-}
-
-/// A file that is open for reading.
-struct OpenFile {
-    FileDescriptor descriptor;
-    struct statx status;
-};
 
 /// One copy.
 class TreeCopy {
@@ -172,42 +162,18 @@ private:
         if (!isMove_) {
             return {};
         }
-        const auto locks = status.stx_attributes_mask & status.stx_attributes;
-        if ((locks & (STATX_ATTR_IMMUTABLE | STATX_ATTR_APPEND)) != 0) {
-            return Unexpected(Errno(EPERM));
-        }
-        if ((status.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0) {
-            return Unexpected(Errno(EBUSY));
-        }
-        const auto user = ::geteuid();
-        const bool isOthers = !levels_.empty() && (levels_.back().status.stx_mode & S_ISVTX) != 0 &&
-                              user != 0 && user != status.stx_uid &&
-                              user != levels_.back().status.stx_uid;
-        if (isOthers) {
-            return Unexpected(Errno(EPERM));
-        }
-        return {};
+        const auto* directory = levels_.empty() ? nullptr : &levels_.back().status;
+        return native::checkRemovable(status, directory, ::geteuid());
     }
 
-    SystemResult<OpenFile> openFile(int directory, const std::string& name) const {
-        auto file = opened(retryOnEintr([&] {
-            return ::openat(directory, name.c_str(),
-                            O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
-        }));
-        if (!file) {
-            return Unexpected(failedWith(file, ELOOP, ENXIO) ? changedMeanwhile : file.error());
+    SystemResult<SourceFile> openFile(int directory, const std::string& name) const {
+        auto file = FileCopier::open(directory, name);
+        if (file) {
+            if (const auto removable = checkRemovable(file->status); !removable) {
+                return Unexpected(removable.error());
+            }
         }
-        const auto status = statusOf(file->get());
-        if (!status) {
-            return Unexpected(status.error());
-        }
-        if (!S_ISREG(status->stx_mode)) {
-            return Unexpected(changedMeanwhile);
-        }
-        if (const auto removable = checkRemovable(*status); !removable) {
-            return Unexpected(removable.error());
-        }
-        return OpenFile{*std::move(file), *status};
+        return file;
     }
 
     SystemResult<void> copyFile(const std::string& name) {
@@ -255,31 +221,13 @@ private:
         return status.stx_uid == ::geteuid() && status.stx_gid == ::getegid();
     }
 
-    SystemResult<void> fill(const OpenFile& source, const FileDescriptor& copy,
+    SystemResult<void> fill(const SourceFile& source, const FileDescriptor& copy,
                             const std::string& name) {
-        const int file = source.descriptor.get();
-        auto filled = content_.copy(file, source.status, copy.get());
-        if (filled) {
-            filled = copyMetadata(file, source.status, copy.get());
-        }
+        auto filled = files_.fill(source, copy);
         if (filled && isMove_) {
-            filled = check(source, copy);
+            filled = files_.check(source, copy);
         }
         return filled ? noteCopied(source.status, name) : filled;
-    }
-
-    /// Compares a copy, and checks that the source has not changed since it was opened.
-    SystemResult<void> check(const OpenFile& source, const FileDescriptor& copy) {
-        auto compared = content_.compare(source.descriptor.get(), copy.get());
-        const auto now = statusOf(source.descriptor.get());
-        if (!now) {
-            return Unexpected(now.error());
-        }
-        if (now->stx_size != source.status.stx_size ||
-            !isSameMoment(now->stx_mtime, source.status.stx_mtime)) {
-            return Unexpected(changedMeanwhile);
-        }
-        return compared;
     }
 
     /// Returns the path from the top of a file in the deepest directory.
@@ -374,7 +322,7 @@ private:
     bool isMove_;
     CopyFingerprints& copied_;
     FileId topId_;
-    FileContent content_;
+    FileCopier files_;
     CopiedLinks links_{top_};
     std::vector<CopyLevel> levels_;
     DirectoryStack<FileDescriptor> sources_{openCopyLevels};
@@ -388,4 +336,4 @@ EntryResult<void> copyTree(int source, const std::string& name, const FileDescri
     return TreeCopy(source, top, purpose, copied).run(name);
 }
 
-} // namespace platform::native
+} // namespace qf::native

@@ -6,7 +6,7 @@
 
 #include <string>
 
-namespace platform::native {
+namespace qf::native {
 
 /// The purpose of a copy.
 enum class CopyPurpose {
@@ -27,4 +27,4 @@ enum class CopyPurpose {
 EntryResult<void> copyTree(int source, const std::string& name, const FileDescriptor& top,
                            CopyPurpose purpose, CopyFingerprints& copied);
 
-} // namespace platform::native
+} // namespace qf::native

@@ -10,7 +10,7 @@
 #include <utility>
 #include <vector>
 
-namespace platform::native {
+namespace qf::native {
 
 namespace {
 
@@ -202,4 +202,4 @@ EntryResult<void> removeTree(int parent, const std::string& name, const RemovalR
     return TreeRemoval(parent, rules).run(name);
 }
 
-} // namespace platform::native
+} // namespace qf::native

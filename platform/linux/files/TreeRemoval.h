@@ -5,7 +5,7 @@
 
 #include <string>
 
-namespace platform::native {
+namespace qf::native {
 
 /// Which items a removal may delete.
 struct RemovalRules {
@@ -25,4 +25,4 @@ struct RemovalRules {
 /// bounded, whatever the depth. Stops at the first item that cannot be deleted.
 EntryResult<void> removeTree(int parent, const std::string& name, const RemovalRules& rules = {});
 
-} // namespace platform::native
+} // namespace qf::native

@@ -6,7 +6,7 @@
 #include <cerrno>
 #include <climits>
 
-namespace platform::native {
+namespace qf::native {
 
 namespace {
 
@@ -54,4 +54,4 @@ SystemResult<std::string> moveToUniqueName(const EntryRef& source, int destinati
     return Unexpected(Errno(EEXIST));
 }
 
-} // namespace platform::native
+} // namespace qf::native

@@ -5,7 +5,7 @@
 
 #include <string>
 
-namespace platform::native {
+namespace qf::native {
 
 /// Returns `text` cut to at most `size` bytes, but not inside a character.
 std::string cutTo(std::string text, std::size_t size);
@@ -20,4 +20,4 @@ std::string numberedName(const std::string& name, int count);
 /// and a link is moved itself. Returns the name.
 SystemResult<std::string> moveToUniqueName(const EntryRef& source, int destination);
 
-} // namespace platform::native
+} // namespace qf::native

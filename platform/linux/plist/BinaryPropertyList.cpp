@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace platform::native {
+namespace qf::native {
 
 namespace {
 
@@ -164,4 +164,4 @@ std::uint64_t BinaryPropertyList::numberAt(std::uint64_t offset, std::uint64_t w
     return number;
 }
 
-} // namespace platform::native
+} // namespace qf::native

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-namespace platform::native {
+namespace qf::native {
 
 /// The object graph of a property list in binary form: objects that refer to one another by number,
 /// a table of their offsets, and a trailer of 32 bytes that locates the table.
@@ -66,4 +66,4 @@ private:
     std::vector<Extent> extents_;
 };
 
-} // namespace platform::native
+} // namespace qf::native

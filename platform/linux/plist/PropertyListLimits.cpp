@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <vector>
 
-namespace platform::native {
+namespace qf::native {
 
 namespace {
 
@@ -110,4 +110,4 @@ bool isWithinLimits(std::string_view bytes) {
     return MarkupWalk(bytes).isWithinLimits();
 }
 
-} // namespace platform::native
+} // namespace qf::native

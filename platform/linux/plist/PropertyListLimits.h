@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <string_view>
 
-namespace platform::native {
+namespace qf::native {
 
 /// The largest size in bytes, and the deepest nesting, of a property list.
 constexpr std::size_t largestPropertyList = std::size_t{16} * 1024 * 1024;
@@ -21,4 +21,4 @@ constexpr std::string_view binaryPropertyListMagic = "bplist00";
 /// from it. It does not check whether the bytes are a property list.
 bool isWithinLimits(std::string_view bytes);
 
-} // namespace platform::native
+} // namespace qf::native

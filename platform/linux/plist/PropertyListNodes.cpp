@@ -1,8 +1,7 @@
 #include "platform/linux/plist/PropertyListNodes.h"
 
+#include "platform/foundation/Text.h"
 #include "platform/linux/plist/PropertyListLimits.h"
-
-#include <glib.h>
 
 #include <algorithm>
 #include <chrono>
@@ -11,7 +10,7 @@
 #include <limits>
 #include <string_view>
 
-namespace platform::native {
+namespace qf::native {
 
 namespace {
 
@@ -36,7 +35,7 @@ bool isExpressible(std::string_view text) {
     return std::none_of(text.begin(), text.end(), isControl) &&
            text.find("\xEF\xBF\xBE") == std::string_view::npos &&
            text.find("\xEF\xBF\xBF") == std::string_view::npos &&
-           g_utf8_validate_len(text.data(), text.size(), nullptr) != FALSE;
+           qf::text::validUtf8(std::string(text)) == text;
 }
 
 /// Returns whether a date is before the reference date, by the sign of its number in binary form:
@@ -262,4 +261,4 @@ NumbersWithPoint::~NumbersWithPoint() {
     ::uselocale(former_);
 }
 
-} // namespace platform::native
+} // namespace qf::native

@@ -9,7 +9,7 @@
 #include <optional>
 #include <string>
 
-namespace platform::native {
+namespace qf::native {
 
 struct FreePropertyListNode {
     void operator()(void* node) const { plist_free(node); }
@@ -44,4 +44,4 @@ private:
     locale_t former_;
 };
 
-} // namespace platform::native
+} // namespace qf::native

@@ -8,7 +8,14 @@
 
 #include <cerrno>
 
-namespace platform::native {
+namespace qf::native {
+
+namespace {
+
+constexpr auto inexpressible =
+    translatable("because", "it would hold what a property list cannot express");
+
+} // namespace
 
 Value PropertyLists::parse(std::string_view bytes) {
     if (!isWithinLimits(bytes)) {
@@ -36,10 +43,10 @@ Result<void> PropertyLists::writeAtomically(const Value& value, const std::strin
     const auto name = path::lastComponent(path);
     const auto text = xml(value);
     if (!text) {
-        return Unexpected(posixError(Errno(EINVAL), name, "saved",
-                                     "it would hold what a property list cannot express"));
+        return Unexpected(
+            posixError(Errno(EINVAL), name, participle::saved, translated(inexpressible)));
     }
-    return posixResult(replaceFile(path, *text), name, "saved");
+    return posixResult(replaceFile(path, *text), name, participle::saved);
 }
 
 Value PropertyLists::read(const std::string& path) {
@@ -47,4 +54,4 @@ Value PropertyLists::read(const std::string& path) {
     return content ? parse(*content) : Value();
 }
 
-} // namespace platform::native
+} // namespace qf::native

@@ -11,10 +11,10 @@
 
 #include <filesystem>
 
-using platform::native::FileDescriptor;
-using platform::native::readFile;
-using platform::native::replaceFile;
-using platform::native::writeAll;
+using qf::native::FileDescriptor;
+using qf::native::readFile;
+using qf::native::replaceFile;
+using qf::native::writeAll;
 
 namespace {
 

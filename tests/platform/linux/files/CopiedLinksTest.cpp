@@ -1,5 +1,6 @@
 #include "platform/linux/files/CopiedLinks.h"
 
+#include "tests/support/NamedCase.h"
 #include "tests/support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
@@ -9,11 +10,10 @@
 #include <unistd.h>
 
 #include <filesystem>
-#include <initializer_list>
 
-using platform::native::CopiedLinks;
-using platform::native::FileDescriptor;
-using platform::native::statusOf;
+using qf::native::CopiedLinks;
+using qf::native::FileDescriptor;
+using qf::native::statusOf;
 
 namespace {
 
@@ -60,19 +60,28 @@ TEST_F(CopiedLinksTest, KnowsNoOtherFile) {
     EXPECT_FALSE(link(other));
 }
 
-TEST_F(CopiedLinksTest, DoesNotTakeAnotherFileWithTheSameNumberForTheSame) {
+/// How a file differs from another with the same number.
+using Difference = NamedValue<void (*)(struct statx&)>;
+
+class CopiedLinksToAnother : public CopiedLinksTest,
+                             public testing::WithParamInterface<Difference> {};
+
+TEST_P(CopiedLinksToAnother, WithTheSameNumberAreNotMade) {
     remember(directory_.write("first"), {"first"});
 
-    for (const auto change : std::initializer_list<void (*)(struct statx&)>{
-             [](struct statx& file) { ++file.stx_size; },
-             [](struct statx& file) { ++file.stx_ctime.tv_sec; },
-             [](struct statx& file) { ++file.stx_ctime.tv_nsec; },
-             [](struct statx& file) { file.stx_mode = S_IFIFO | 0644; }}) {
-        auto other = source();
-        change(other);
-        EXPECT_FALSE(link(other));
-    }
+    auto other = source();
+    GetParam().value(other);
+    EXPECT_FALSE(link(other));
 }
+
+INSTANTIATE_TEST_SUITE_P(
+    , CopiedLinksToAnother,
+    testing::Values(
+        Difference{{"Size"}, [](struct statx& file) { ++file.stx_size; }},
+        Difference{{"Seconds"}, [](struct statx& file) { ++file.stx_ctime.tv_sec; }},
+        Difference{{"Nanoseconds"}, [](struct statx& file) { ++file.stx_ctime.tv_nsec; }},
+        Difference{{"Kind"}, [](struct statx& file) { file.stx_mode = S_IFIFO | 0644; }}),
+    nameOfCase);
 
 TEST_F(CopiedLinksTest, LinksALinkItself) {
     ::symlink("nowhere", (directory_ / "first").c_str());

@@ -1,14 +1,16 @@
 #include "platform/linux/files/CopyFingerprints.h"
 
+#include "tests/support/NamedCase.h"
+
 #include <gtest/gtest.h>
 
 #include <sys/stat.h>
 
 #include <initializer_list>
 
-using platform::native::CopyFingerprints;
-using platform::native::placeBelow;
-using platform::native::TreePlace;
+using qf::native::CopyFingerprints;
+using qf::native::placeBelow;
+using qf::native::TreePlace;
 
 namespace {
 
@@ -71,30 +73,47 @@ TEST(CopyFingerprintsTest, KnowsADirectoryThatIsBeingEmptied) {
     }));
 }
 
-TEST(CopyFingerprintsTest, KnowsAnItemByItsPlace) {
-    const auto place = placeBelow(placeBelow(TreePlace::top, "directory"), "file");
-    CopyFingerprints fingerprints;
-    fingerprints.add(fileStatus(), place);
-    fingerprints.close();
-    auto status = fileStatus();
-    ++status.stx_ino;
-    ++status.stx_dev_minor;
-
-    EXPECT_TRUE(fingerprints.containsAtPlace(status, place));
-    EXPECT_FALSE(fingerprints.containsAtPlace(status, TreePlace::top));
-    EXPECT_FALSE(fingerprints.containsAtPlace(status, placeBelow(TreePlace::top, "file")));
-
-    for (const auto change : std::initializer_list<void (*)(struct statx&)>{
-             [](struct statx& file) { ++file.stx_size; },
-             [](struct statx& file) { ++file.stx_mtime.tv_sec; },
-             [](struct statx& file) { ++file.stx_mtime.tv_nsec; },
-             [](struct statx& file) { file.stx_mode = S_IFLNK | 0644; },
-             [](struct statx& file) { file.stx_mode = S_IFDIR | 0755; }}) {
-        auto changed = status;
-        change(changed);
-        EXPECT_FALSE(fingerprints.containsAtPlace(changed, place));
+/// The fingerprint of a file in a directory, and a file of another number at its place.
+class CopyFingerprintsByPlace : public testing::Test {
+protected:
+    CopyFingerprintsByPlace() {
+        fingerprints_.add(fileStatus(), place_);
+        fingerprints_.close();
+        ++status_.stx_ino;
+        ++status_.stx_dev_minor;
     }
+
+    const TreePlace place_ = placeBelow(placeBelow(TreePlace::top, "directory"), "file");
+    CopyFingerprints fingerprints_;
+    struct statx status_ = fileStatus();
+};
+
+TEST_F(CopyFingerprintsByPlace, KnowAnItem) {
+    EXPECT_TRUE(fingerprints_.containsAtPlace(status_, place_));
+    EXPECT_FALSE(fingerprints_.containsAtPlace(status_, TreePlace::top));
+    EXPECT_FALSE(fingerprints_.containsAtPlace(status_, placeBelow(TreePlace::top, "file")));
 }
+
+/// What has changed in an item.
+using ItemChange = NamedValue<void (*)(struct statx&)>;
+
+class CopyFingerprintsOfAChange : public CopyFingerprintsByPlace,
+                                  public testing::WithParamInterface<ItemChange> {};
+
+TEST_P(CopyFingerprintsOfAChange, KnowNoItemAtItsPlace) {
+    GetParam().value(status_);
+    EXPECT_FALSE(fingerprints_.containsAtPlace(status_, place_));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    , CopyFingerprintsOfAChange,
+    testing::Values(
+        ItemChange{{"Size"}, [](struct statx& file) { ++file.stx_size; }},
+        ItemChange{{"Seconds"}, [](struct statx& file) { ++file.stx_mtime.tv_sec; }},
+        ItemChange{{"Nanoseconds"}, [](struct statx& file) { ++file.stx_mtime.tv_nsec; }},
+        ItemChange{{"ToALink"}, [](struct statx& file) { file.stx_mode = S_IFLNK | 0644; }},
+        ItemChange{{"ToADirectory"}, [](struct statx& file) { file.stx_mode = S_IFDIR | 0755; }}),
+    nameOfCase);
 
 TEST(CopyFingerprintsTest, TellsPlacesByAllNamesOnTheWay) {
     const auto a = placeBelow(TreePlace::top, "a");

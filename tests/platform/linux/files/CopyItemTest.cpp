@@ -1,6 +1,7 @@
 #include "tests/platform/linux/RunChild.h"
 #include "tests/platform/linux/files/Faults.h"
 #include "tests/platform/linux/files/FileSystemOnDisk.h"
+#include "tests/support/AccessList.h"
 #include "tests/support/CasePath.h"
 #include "tests/support/NamedCase.h"
 #include "tests/support/ScopedLimit.h"
@@ -189,16 +190,10 @@ INSTANTIATE_TEST_SUITE_P(, CopyItemWithAccessControlList,
 
 TEST(CopyItem, TakesNoAccessControlListFromTheDirectoryAround) {
     const TemporaryDirectory directory;
-    constexpr std::string_view list("\x02\0\0\0"
-                                    "\x01\0\x07\0\xFF\xFF\xFF\xFF"
-                                    "\x02\0\x07\0\xFE\xFF\0\0"
-                                    "\x04\0\x05\0\xFF\xFF\xFF\xFF"
-                                    "\x10\0\x07\0\xFF\xFF\xFF\xFF"
-                                    "\x20\0\x05\0\xFF\xFF\xFF\xFF",
-                                    44);
     makeSampleTree(directory.makeDirectory("top"));
     const auto around = directory.makeDirectory("around");
-    if (::setxattr(around.c_str(), "system.posix_acl_default", list.data(), list.size(), 0) != 0) {
+    if (::setxattr(around.c_str(), "system.posix_acl_default", listForNewItems.data(),
+                   listForNewItems.size(), 0) != 0) {
         GTEST_SKIP() << "temporary folders are on a volume without access control lists";
     }
 

@@ -9,11 +9,11 @@
 
 #include <cstring>
 
-using platform::Date;
-using platform::ItemKind;
-using platform::native::failedWith;
-using platform::native::storeCreationDate;
-using platform::native::storedCreationDate;
+using qf::Date;
+using qf::ItemKind;
+using qf::native::failedWith;
+using qf::native::storeCreationDate;
+using qf::native::storedCreationDate;
 
 namespace {
 

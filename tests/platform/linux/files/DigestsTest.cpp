@@ -12,13 +12,13 @@
 
 namespace {
 
-using platform::DigestAlgorithm;
-using platform::DigestContext;
+using qf::DigestAlgorithm;
+using qf::DigestContext;
 
 class DigestsTest : public testing::Test {
 private:
-    platform::native::Digests digests_;
-    platform::ScopedService<platform::Digests> scope_{digests_};
+    qf::native::Digests digests_;
+    qf::ScopedService<qf::Digests> scope_{digests_};
 };
 
 std::string hexadecimal(const DigestContext& context) {

@@ -28,7 +28,7 @@ protected:
 
     TemporaryDirectory directory;
     const std::string file = directory.write("file");
-    platform::native::ExtendedAttributes attributes;
+    qf::native::ExtendedAttributes attributes;
     std::array<std::byte, 8> buffer{};
 };
 
@@ -44,7 +44,7 @@ TEST_F(ExtendedAttributesOnDisk, AValueThatIsSetIsRead) {
 }
 
 TEST_F(ExtendedAttributesOnDisk, NamesAreThoseOfUsersAttributes) {
-    EXPECT_EQ(platform::native::attributeName("com.quillfen.key"), "user.com.quillfen.key");
+    EXPECT_EQ(qf::native::attributeName("com.quillfen.key"), "user.com.quillfen.key");
     EXPECT_EQ(::getxattr(file.c_str(), "user.probe", nullptr, 0), 1);
 }
 

@@ -2,6 +2,9 @@
 
 #include "platform/linux/posix/FileDescriptor.h"
 #include "platform/linux/posix/OpenDirectory.h"
+#include "tests/platform/linux/RunChild.h"
+#include "tests/platform/linux/files/Faults.h"
+#include "tests/support/NamedCase.h"
 #include "tests/support/PatternedText.h"
 #include "tests/support/ScopedLimit.h"
 #include "tests/support/TemporaryDirectory.h"
@@ -12,8 +15,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-using platform::native::FileContent;
-using platform::native::FileDescriptor;
+#include <cerrno>
+
+using qf::native::FileContent;
+using qf::native::FileDescriptor;
 
 namespace {
 
@@ -27,7 +32,7 @@ protected:
     auto copy() {
         const auto source = open("source");
         const auto copy = open("copy");
-        return content_.copy(source.get(), *platform::native::statusOf(source.get()), copy.get());
+        return content_.copy(source.get(), *qf::native::statusOf(source.get()), copy.get());
     }
 
     auto compare(const std::string& one, const std::string& other) {
@@ -69,6 +74,37 @@ TEST_F(FileContentTest, KeepsHolesAndTheirSize) {
     EXPECT_LT(status.st_blocks * 512, size / 2);
     EXPECT_EQ(contentOf(directory_ / "copy"), contentOf(directory_ / "source"));
 }
+
+/// Why the content of one file could not be shared, and whether the next file is tried.
+struct SharingFailure : NamedCase {
+    int number;
+    bool triesAgain;
+};
+
+class FileContentThatCannotBeShared : public FileContentTest,
+                                      public testing::WithParamInterface<SharingFailure> {};
+
+TEST_P(FileContentThatCannotBeShared, IsCopiedWhole) {
+    directory_.write("tree/a", "first");
+    directory_.write("tree/b", "second");
+    // The first two tries fail, if there is a second.
+    const auto fault = "ioctl:1:" + std::to_string(GetParam().number);
+
+    const auto outcome = runChild({"copy", directory_ / "tree", directory_ / "new"},
+                                  withFaults(fault + ',' + fault));
+
+    EXPECT_EQ(outcome.output, GetParam().triesAgain ? "ok\nfaults: 2\n" : "ok\nfaults: 1\n");
+    EXPECT_EQ(contentOf(directory_ / "new/a"), "first");
+    EXPECT_EQ(contentOf(directory_ / "new/b"), "second");
+}
+
+INSTANTIATE_TEST_SUITE_P(, FileContentThatCannotBeShared,
+                         testing::Values(SharingFailure{{"OfThisFile"}, EINVAL, true},
+                                         SharingFailure{{"WithoutRoom"}, ENOSPC, true},
+                                         SharingFailure{{"OnThisVolume"}, EOPNOTSUPP, false},
+                                         SharingFailure{{"BySuchASystem"}, ENOTTY, false},
+                                         SharingFailure{{"BetweenVolumes"}, EXDEV, false}),
+                         nameOfCase);
 
 TEST_F(FileContentTest, TellsThatTheCopyCannotGrow) {
     directory_.write("source", patternedText(100'000));

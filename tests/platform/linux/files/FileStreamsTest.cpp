@@ -1,35 +1,46 @@
 #include "platform/linux/files/FileStreams.h"
 
 #include "platform/linux/files/FileSystem.h"
+#include "platform/linux/posix/FileDescriptor.h"
 #include "tests/platform/linux/RunChild.h"
 #include "tests/platform/linux/files/Faults.h"
+#include "tests/support/AccessList.h"
 #include "tests/support/Bytes.h"
+#include "tests/support/CasePath.h"
+#include "tests/support/NamedCase.h"
 #include "tests/support/OpenDescriptors.h"
 #include "tests/support/ScopedLimit.h"
 #include "tests/support/TemporaryDirectory.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <linux/magic.h>
 #include <sys/fsuid.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
+#include <sys/vfs.h>
 #include <sys/xattr.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <cstddef>
 #include <filesystem>
 #include <fstream>
 #include <future>
 #include <string>
+#include <vector>
 
 namespace fs = std::filesystem;
 
 namespace {
 
-constexpr platform::FileId nothingSpared{};
+constexpr qf::FileId nothingSpared{};
 constexpr std::uint64_t unknownSize = 0;
 
-platform::native::FileStreams streams;
+qf::native::FileStreams streams;
 
-std::string readFrom(platform::FileStream& stream, std::size_t size) {
+std::string readFrom(qf::FileStream& stream, std::size_t size) {
     std::string text(size, '\0');
     text.resize(stream.read(std::as_writable_bytes(std::span(text.data(), text.size()))));
     return text;
@@ -55,7 +66,7 @@ mode_t modeOf(const std::string& path) {
 }
 
 /// Returns the system's number for why a file could not be opened; 0 if it was opened.
-int reasonFor(const platform::OpenedStream& stream) {
+int reasonFor(const qf::OpenedStream& stream) {
     return stream ? 0 : static_cast<int>(stream.error());
 }
 
@@ -65,6 +76,23 @@ std::uint64_t roomOf(const std::string& path) {
     struct stat status {};
     ::stat(path.c_str(), &status);
     return static_cast<std::uint64_t>(status.st_blocks) * blockSize;
+}
+
+bool isInMemory(const std::string& path) {
+    struct statfs volume {};
+    return ::statfs(path.c_str(), &volume) == 0 && volume.f_type == TMPFS_MAGIC;
+}
+
+/// Returns how many pages of a file the system holds in memory.
+std::ptrdiff_t pagesInMemory(const std::string& path) {
+    const auto size = fs::file_size(path);
+    const auto pageSize = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
+    const qf::native::FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    void* const content = ::mmap(nullptr, size, PROT_READ, MAP_SHARED, file.get(), 0);
+    std::vector<unsigned char> pages((size + pageSize - 1) / pageSize);
+    EXPECT_EQ(::mincore(content, size, pages.data()), 0);
+    ::munmap(content, size);
+    return std::ranges::count_if(pages, [](unsigned char page) { return (page & 1U) != 0; });
 }
 
 } // namespace
@@ -151,6 +179,22 @@ TEST(FileStreams, WhatIsWrittenThroughAndForgottenIsReadFromTheMedium) {
     EXPECT_EQ(readFrom(*stream, content.size() + 1), content);
 }
 
+TEST(FileStreams, NoPageStaysInMemoryOfWhatIsWrittenThroughAndForgotten) {
+    const TemporaryDirectory directory;
+    if (isInMemory(directory.path())) {
+        GTEST_SKIP() << "the temporary directory is in memory, which is its only medium";
+    }
+    const auto file = directory / "file";
+    const auto stream = streams.openForUpdating(file, nothingSpared, unknownSize).value();
+    stream->write(bytesOf(std::string(1'000'000, 'x')));
+    ASSERT_TRUE(stream->sync());
+    ASSERT_GT(pagesInMemory(file), 0);
+
+    stream->dropCache();
+
+    EXPECT_EQ(pagesInMemory(file), 0);
+}
+
 TEST(FileStreams, WhatHasNoMediumNeedsNoWritingThrough) {
     const TemporaryDirectory directory;
     const auto pipe = directory / "pipe";
@@ -163,10 +207,12 @@ TEST(FileStreams, WhatHasNoMediumNeedsNoWritingThrough) {
 TEST(FileStreams, TellsWhyAFileCannotBeEmptied) {
     const TemporaryDirectory directory;
     const auto stream = streams.openForReading(directory.write("file", "content")).value();
-    EXPECT_EQ(stream->makeEmpty().error(), platform::SystemError{EINVAL}); // not open for writing
+    EXPECT_EQ(stream->makeEmpty().error(), qf::SystemError{EINVAL}); // not open for writing
 }
 
-TEST(FileStreams, TheSparedFileIsRefusedByEveryName) {
+class NameOfTheSparedFile : public testing::TestWithParam<NamedText> {};
+
+TEST_P(NameOfTheSparedFile, IsRefused) {
     const TemporaryDirectory directory;
     const auto file = directory.write("file", "precious");
     fs::create_hard_link(file, directory / "hard");
@@ -174,16 +220,18 @@ TEST(FileStreams, TheSparedFileIsRefusedByEveryName) {
     fs::create_symlink("link", directory / "link of link");
     fs::create_directory_symlink(directory.path(), directory / "folder");
     const auto source = streams.openForReading(file).value();
-    for (const auto* name : {"file", "hard", "link", "link of link", "folder/file", "./file"}) {
-        const auto path = directory / name;
-        EXPECT_EQ(reasonFor(streams.openForUpdating(path, source->identity(), unknownSize)),
-                  ETXTBSY)
-            << name;
-        EXPECT_EQ(reasonFor(streams.openBeside(path, source->identity(), unknownSize)), ETXTBSY)
-            << name;
-        EXPECT_EQ(contentOf(file), "precious") << name;
-    }
+    const auto path = directory / GetParam().value;
+    EXPECT_EQ(reasonFor(streams.openForUpdating(path, source->identity(), unknownSize)), ETXTBSY);
+    EXPECT_EQ(reasonFor(streams.openBeside(path, source->identity(), unknownSize)), ETXTBSY);
+    EXPECT_EQ(contentOf(file), "precious");
 }
+
+INSTANTIATE_TEST_SUITE_P(
+    , NameOfTheSparedFile,
+    testing::Values(NamedText{{"Own"}, "file"}, NamedText{{"HardLink"}, "hard"},
+                    NamedText{{"Link"}, "link"}, NamedText{{"LinkToALink"}, "link of link"},
+                    NamedText{{"ThroughALink"}, "folder/file"}, NamedText{{"WithADot"}, "./file"}),
+    nameOfCase);
 
 TEST(FileStreams, AFileBesideIsDeletedUnlessItTookItsName) {
     const TemporaryDirectory directory;
@@ -197,22 +245,36 @@ TEST(FileStreams, AFileBesideIsDeletedUnlessItTookItsName) {
     EXPECT_EQ(contentOf(file), "new");
 }
 
-TEST(FileStreams, NothingIsFilledBesideWhatIsNoFile) {
+class ItemThatIsNoFile : public testing::TestWithParam<NamedText> {};
+
+TEST_P(ItemThatIsNoFile, HasNothingFilledBesideIt) {
     const TemporaryDirectory directory;
-    const auto pipe = directory / "pipe";
-    ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+    ASSERT_EQ(::mkfifo((directory / "pipe").c_str(), 0600), 0);
     fs::create_symlink("pipe", directory / "link");
-    for (const auto& path : {pipe, directory / "link", directory.makeDirectory("directory")}) {
-        EXPECT_EQ(reasonFor(streams.openBeside(path, nothingSpared, unknownSize)), EINVAL) << path;
-    }
+    directory.makeDirectory("directory");
+    EXPECT_EQ(
+        reasonFor(streams.openBeside(directory / GetParam().value, nothingSpared, unknownSize)),
+        EINVAL);
 }
 
-TEST(FileStreams, NothingIsFilledInADirectoryThatIsMissing) {
+INSTANTIATE_TEST_SUITE_P(, ItemThatIsNoFile,
+                         testing::Values(NamedText{{"Pipe"}, "pipe"},
+                                         NamedText{{"LinkToAPipe"}, "link"},
+                                         NamedText{{"Directory"}, "directory"}),
+                         nameOfCase);
+
+class PathInAMissingDirectory : public testing::TestWithParam<NamedText> {};
+
+TEST_P(PathInAMissingDirectory, HasNothingFilled) {
     const TemporaryDirectory directory;
-    for (const auto& path : {directory / "missing/file", std::string()}) {
-        EXPECT_EQ(reasonFor(streams.openBeside(path, nothingSpared, unknownSize)), ENOENT) << path;
-    }
+    const auto path = casePath(directory, GetParam().value);
+    EXPECT_EQ(reasonFor(streams.openBeside(path, nothingSpared, unknownSize)), ENOENT);
 }
+
+INSTANTIATE_TEST_SUITE_P(, PathInAMissingDirectory,
+                         testing::Values(NamedText{{"File"}, "DIR/missing/file"},
+                                         NamedText{{"Empty"}, ""}),
+                         nameOfCase);
 
 TEST(FileStreams, WhatAKilledProcessFilledBesideIsSwept) {
     const TemporaryDirectory directory;
@@ -220,7 +282,7 @@ TEST(FileStreams, WhatAKilledProcessFilledBesideIsSwept) {
     runChild({"fill", file, "new"}, withFaults("renameat:1:kill"));
     EXPECT_EQ(contentOf(file), "former");
     EXPECT_EQ(std::distance(fs::directory_iterator(directory.path()), {}), 2);
-    platform::native::FileSystem().removeAbandonedCopies(directory.path());
+    qf::native::FileSystem().removeAbandonedCopies(directory.path());
     EXPECT_EQ(std::distance(fs::directory_iterator(directory.path()), {}), 1);
 }
 
@@ -269,15 +331,10 @@ TEST(FileStreams, MetadataIncludesNoAccessControlListOfTheDirectoryAround) {
     const TemporaryDirectory directory;
     const auto source = directory.write("source", "content");
     ASSERT_EQ(::chmod(source.c_str(), 0640), 0);
-    constexpr std::string_view list("\x02\0\0\0"
-                                    "\x01\0\x07\0\xFF\xFF\xFF\xFF"
-                                    "\x02\0\x07\0\xFE\xFF\0\0"
-                                    "\x04\0\x05\0\xFF\xFF\xFF\xFF"
-                                    "\x10\0\x07\0\xFF\xFF\xFF\xFF"
-                                    "\x20\0\x05\0\xFF\xFF\xFF\xFF",
-                                    44);
+
     const auto around = directory.makeDirectory("around");
-    if (::setxattr(around.c_str(), "system.posix_acl_default", list.data(), list.size(), 0) != 0) {
+    if (::setxattr(around.c_str(), "system.posix_acl_default", listForNewItems.data(),
+                   listForNewItems.size(), 0) != 0) {
         GTEST_SKIP() << "temporary folders are on a volume without access control lists";
     }
     const auto from = streams.openForReading(source).value();
@@ -331,7 +388,7 @@ TEST(FileStreams, APathWithAZeroNamesNothing) {
     EXPECT_EQ(reasonFor(streams.openForReading(path)), EINVAL);
     EXPECT_EQ(reasonFor(streams.openForUpdating(path, nothingSpared, unknownSize)), EINVAL);
     EXPECT_EQ(reasonFor(streams.openBeside(path, nothingSpared, unknownSize)), EINVAL);
-    EXPECT_EQ(reasonFor(streams.openExisting(path, platform::FileAccess::reading)), EINVAL);
+    EXPECT_EQ(reasonFor(streams.openExisting(path, qf::FileAccess::reading)), EINVAL);
     EXPECT_EQ(contentOf(file), "precious");
 }
 
@@ -367,7 +424,7 @@ TEST(FileStreams, APipeCannotBeSought) {
     EXPECT_EQ(stream->write(bytesOf("abc")), 3U);
     const auto sought = stream->seek(0);
     ASSERT_FALSE(sought);
-    EXPECT_EQ(sought.error(), platform::SystemError{ESPIPE});
+    EXPECT_EQ(sought.error(), qf::SystemError{ESPIPE});
     EXPECT_EQ(stream->errorIndicator(), 0);
     EXPECT_EQ(readFrom(*stream, 3), "abc");
 }
@@ -446,7 +503,7 @@ TEST(FileStreams, OpenAnExistingFileForBoth) {
     const TemporaryDirectory directory;
     const auto file = directory.write("file", "content");
 
-    const auto stream = streams.openExisting(file, platform::FileAccess::updating);
+    const auto stream = streams.openExisting(file, qf::FileAccess::updating);
 
     ASSERT_TRUE(stream);
     EXPECT_EQ(readFrom(**stream, 20), "content");
@@ -458,7 +515,7 @@ TEST(FileStreams, OpenAnExistingFileThatMayOnlyBeRead) {
     const TemporaryDirectory directory;
     const auto file = directory.write("file", "content");
 
-    const auto stream = streams.openExisting(file, platform::FileAccess::reading);
+    const auto stream = streams.openExisting(file, qf::FileAccess::reading);
 
     ASSERT_TRUE(stream);
     EXPECT_EQ(readFrom(**stream, 20), "content");
@@ -471,7 +528,7 @@ TEST(FileStreams, OpenNothingInPlaceOfAnExistingFile) {
     fs::create_symlink(directory / "file", directory / "link");
     ASSERT_EQ(::mkfifo((directory / "fifo").c_str(), 0600), 0);
     const auto reasonToOpen = [](const std::string& path) {
-        return reasonFor(streams.openExisting(path, platform::FileAccess::reading));
+        return reasonFor(streams.openExisting(path, qf::FileAccess::reading));
     };
 
     EXPECT_EQ(reasonToOpen(directory / "link"), ELOOP);

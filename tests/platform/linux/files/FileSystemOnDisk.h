@@ -2,4 +2,4 @@
 
 #include "platform/linux/files/FileSystem.h"
 
-inline platform::native::FileSystem fileSystem;
+inline qf::native::FileSystem fileSystem;

@@ -23,8 +23,8 @@
 
 namespace {
 
-using Entries = std::vector<platform::DirectoryEntry>;
-using platform::ItemKind;
+using Entries = std::vector<qf::DirectoryEntry>;
+using qf::ItemKind;
 
 void makeLink(const std::string& target, const std::string& link) {
     ASSERT_EQ(::symlink(target.c_str(), link.c_str()), 0);
@@ -53,7 +53,7 @@ std::string whyNoFlags(const TemporaryDirectory& directory) {
                     : "";
 }
 
-constexpr platform::Date someDate{std::chrono::nanoseconds(1000000000123456789)};
+constexpr qf::Date someDate{std::chrono::nanoseconds(1000000000123456789)};
 
 constexpr const char* noExtendedAttributes =
     "temporary folders are on a volume without extended attributes";
@@ -91,7 +91,7 @@ TEST(FileSystem, RemovesTheCopiesThatKilledProcessesLeft) {
     directory.write(".qf-not ours");
     directory.write("sub/.qf-0123456789abcdef-1");
     const auto copy = directory.write(".qf-0123456789abcdef-3", "in work");
-    const platform::native::FileDescriptor held(::open(copy.c_str(), O_RDONLY | O_CLOEXEC));
+    const qf::native::FileDescriptor held(::open(copy.c_str(), O_RDONLY | O_CLOEXEC));
     ASSERT_EQ(::flock(held.get(), LOCK_EX | LOCK_NB), 0);
 
     fileSystem.removeAbandonedCopies(directory.path());
@@ -225,7 +225,7 @@ INSTANTIATE_TEST_SUITE_P(, FileSystemUnlocked,
                                          ItemOnDisk{{"Directory"}, ""}),
                          nameOfCase);
 
-TEST(FileSystem, UnlocksNothingWhereNothingExists) {
+TEST(FileSystem, UnlocksNothingIfNothingExists) {
     const TemporaryDirectory directory;
 
     const auto changed = fileSystem.setImmutable(directory / "missing.txt", false);
@@ -414,7 +414,7 @@ TEST(FileSystem, MakesOneDirectoryForManyCallers) {
     const TemporaryDirectory directory;
     for (int round = 0; round < 200; ++round) {
         const auto path = directory / (std::to_string(round) + "/two/three");
-        platform::Result<void> others;
+        qf::Result<void> others;
         std::thread other([&] { others = fileSystem.createDirectory(path); });
         EXPECT_TRUE(fileSystem.createDirectory(path));
         other.join();
@@ -441,7 +441,7 @@ TEST(FileSystem, WritesAFileAtOnceOrNotAtAll) {
 
 TEST(FileSystem, WritesAFileWithItsModeAndDate) {
     const TemporaryDirectory directory;
-    const platform::FileDate date({.tv_sec = 1'000'000'000, .tv_nsec = 5});
+    const qf::FileDate date({.tv_sec = 1'000'000'000, .tv_nsec = 5});
 
     EXPECT_TRUE(fileSystem.writeAtomicallyWith(directory / "dated", "content", 04640, date));
     EXPECT_TRUE(fileSystem.writeAtomicallyWith(directory / "undated", "content", 0600, {}));
@@ -456,7 +456,7 @@ TEST(FileSystem, WritesAFileWithItsModeAndDate) {
 TEST(FileSystem, HoldsADirectoryWhateverBecomesOfItsName) {
     const TemporaryDirectory directory;
     const auto folder = directory.makeDirectory("folder");
-    const auto held = fileSystem.holdDirectory(folder, {}, platform::MissingDirectories::fail);
+    const auto held = fileSystem.holdDirectory(folder, {}, qf::MissingDirectories::fail);
     ASSERT_TRUE(held);
     std::filesystem::rename(folder, directory / "renamed");
     makeLink(directory.makeDirectory("other"), folder);
@@ -471,13 +471,12 @@ TEST(FileSystem, SaysWhyADirectoryIsNotHeld) {
     const TemporaryDirectory directory;
 
     const auto held =
-        fileSystem.holdDirectory(directory / "folder", {}, platform::MissingDirectories::fail);
+        fileSystem.holdDirectory(directory / "folder", {}, qf::MissingDirectories::fail);
 
     ASSERT_FALSE(held);
     EXPECT_EQ(held.error().localizedDescription,
               "“folder” couldn’t be opened because it doesn’t exist.");
-    EXPECT_TRUE(
-        fileSystem.holdDirectory(directory / "folder", {}, platform::MissingDirectories::create));
+    EXPECT_TRUE(fileSystem.holdDirectory(directory / "folder", {}, qf::MissingDirectories::create));
 }
 
 /// The path of a file that cannot be written; "DIR" is the directory of the test.
@@ -555,7 +554,7 @@ TEST(FileSystem, TellsWhenAnItemWasMade) {
 }
 
 struct DateToSet : NamedCase {
-    platform::Date date;
+    qf::Date date;
 };
 
 class FileSystemCreationDate : public testing::TestWithParam<std::tuple<ItemOnDisk, DateToSet>> {};
@@ -580,10 +579,10 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Combine(
         testing::Values(ItemOnDisk{{"OfAFile"}, "file"}, ItemOnDisk{{"OfADirectory"}, "folder"}),
         testing::Values(DateToSet{{"InOurTime"}, someDate},
-                        DateToSet{{"AtTheEpoch"}, platform::Date(std::chrono::nanoseconds(0))},
-                        DateToSet{{"BeforeTheEpoch"}, platform::Date(std::chrono::nanoseconds(-1))},
-                        DateToSet{{"Earliest"}, platform::Date::min()},
-                        DateToSet{{"Latest"}, platform::Date::max()})),
+                        DateToSet{{"AtTheEpoch"}, qf::Date(std::chrono::nanoseconds(0))},
+                        DateToSet{{"BeforeTheEpoch"}, qf::Date(std::chrono::nanoseconds(-1))},
+                        DateToSet{{"Earliest"}, qf::Date::min()},
+                        DateToSet{{"Latest"}, qf::Date::max()})),
     nameOfCases);
 
 TEST(FileSystem, SetsTheCreationDateOfWhatALinkLeadsTo) {
@@ -625,7 +624,7 @@ TEST(FileSystem, StoresTheCreationDateAsDocumented) {
     }
 
     EXPECT_EQ(fileSystem.attributesOfItem(file)->creationDate,
-              platform::Date(std::chrono::nanoseconds(1000000000123456789)));
+              qf::Date(std::chrono::nanoseconds(1000000000123456789)));
 }
 
 struct NoStoredDate : NamedCase {
@@ -661,8 +660,8 @@ TEST(FileSystem, TellsWhyACreationDateCannotBeSet) {
     const TemporaryDirectory directory;
     ASSERT_EQ(::mkfifo((directory / "fifo").c_str(), 0600), 0);
 
-    const auto missing = fileSystem.setCreationDate(directory / "missing", platform::Date());
-    const auto fifo = fileSystem.setCreationDate(directory / "fifo", platform::Date());
+    const auto missing = fileSystem.setCreationDate(directory / "missing", qf::Date());
+    const auto fifo = fileSystem.setCreationDate(directory / "fifo", qf::Date());
 
     ASSERT_FALSE(missing);
     EXPECT_EQ(missing.error().localizedDescription,

@@ -10,9 +10,10 @@
 
 #include <filesystem>
 
-using platform::native::copyItem;
-using platform::native::FileDescriptor;
-using platform::native::moveItem;
+using qf::native::copyItem;
+using qf::native::FileDescriptor;
+using qf::native::finishMove;
+using qf::native::moveItem;
 
 namespace {
 
@@ -52,6 +53,19 @@ TEST_F(ItemTransferTest, CopiesOntoNothingThatIsThere) {
     ASSERT_FALSE(done);
     EXPECT_EQ(done.error().number.number(), EEXIST);
     EXPECT_EQ(contentOf(directory_ / "destination/item"), "old");
+    EXPECT_EQ(itemsIn("destination"), 1);
+}
+
+TEST_F(ItemTransferTest, FinishesNoMoveThatWasNotKilled) {
+    directory_.write("source/item", "same");
+    directory_.write("destination/item", "same");
+
+    for (const char* name : {"item", "missing"}) {
+        const auto done = finishMove({source_.get(), "item"}, {destination_.get(), name});
+        ASSERT_FALSE(done);
+        EXPECT_EQ(done.error().number.number(), EEXIST);
+    }
+    EXPECT_EQ(contentOf(directory_ / "source/item"), "same");
     EXPECT_EQ(itemsIn("destination"), 1);
 }
 

@@ -1,6 +1,7 @@
 #include "platform/linux/files/LogFiles.h"
 
 #include "platform/foundation/Exception.h"
+#include "tests/support/NamedCase.h"
 #include "tests/support/OpenDescriptors.h"
 #include "tests/support/RunCommand.h"
 #include "tests/support/TemporaryDirectory.h"
@@ -25,14 +26,14 @@
 #include <vector>
 
 namespace fs = std::filesystem;
-using platform::Exception;
+using qf::Exception;
 
 namespace {
 
 class LogFiles : public testing::Test {
 protected:
     TemporaryDirectory directory;
-    platform::native::LogFiles files;
+    qf::native::LogFiles files;
 };
 
 /// Called just before bytes are written to a file.
@@ -68,7 +69,7 @@ bool asNobody(Check check) {
 }
 
 /// Fills the disk that `path` is on, makes room again and goes on.
-void fillAndGoOn(platform::LogFile& file, const std::string& path) {
+void fillAndGoOn(qf::LogFile& file, const std::string& path) {
     const std::string page(5000, 'x');
     file.append(page);
     try {
@@ -161,19 +162,26 @@ TEST_F(LogFiles, FollowTheUsersOwnLinks) {
     EXPECT_EQ(contentOf(path), "entry\n");
 }
 
-TEST_F(LogFiles, FollowNoLinkThatOthersMayHaveMade) {
+class LogFilesByALink : public LogFiles,
+                        public testing::WithParamInterface<NamedValue<fs::perms>> {};
+
+TEST_P(LogFilesByALink, AreNotOpenedIfOthersMayHaveMadeIt) {
     const auto path = directory.write("file");
     const auto shared = directory.makeDirectory("shared");
     fs::create_symlink(path, shared + "/link");
     fs::create_symlink(shared + "/link", directory / "link");
-    for (const auto permissions : {fs::perms::group_write, fs::perms::others_write}) {
-        fs::permissions(shared, fs::perms::owner_all | permissions);
-        EXPECT_FALSE(files.open(shared + "/link"));
-        EXPECT_FALSE(files.open(directory / "link"));
-    }
+    fs::permissions(shared, fs::perms::owner_all | GetParam().value);
+    EXPECT_FALSE(files.open(shared + "/link"));
+    EXPECT_FALSE(files.open(directory / "link"));
     fs::permissions(shared, fs::perms::owner_all);
     EXPECT_TRUE(files.open(directory / "link"));
 }
+
+INSTANTIATE_TEST_SUITE_P(
+    , LogFilesByALink,
+    testing::Values(NamedValue<fs::perms>{{"OfTheGroup"}, fs::perms::group_write},
+                    NamedValue<fs::perms>{{"OfAnybody"}, fs::perms::others_write}),
+    nameOfCase);
 
 TEST_F(LogFiles, FollowNoLinkOfAnotherUser) {
     if (::geteuid() != 0) {

@@ -11,10 +11,10 @@
 #include <sys/xattr.h>
 #include <unistd.h>
 
-using platform::native::copyMetadata;
-using platform::native::copyMetadataToEntry;
-using platform::native::FileDescriptor;
-using platform::native::statusOfEntry;
+using qf::native::copyMetadata;
+using qf::native::copyMetadataToEntry;
+using qf::native::FileDescriptor;
+using qf::native::statusOfEntry;
 
 namespace {
 
@@ -27,7 +27,7 @@ protected:
     }
 
     auto copyToFile() {
-        return copyMetadata(source_.get(), *platform::native::statusOf(source_.get()), copy_.get());
+        return copyMetadata(source_.get(), *qf::native::statusOf(source_.get()), copy_.get());
     }
 
     TemporaryDirectory directory_;
@@ -111,7 +111,7 @@ TEST_F(MetadataTest, CopiesTheModeOfAFifo) {
 
 TEST_F(MetadataTest, TellsThatTheEntryIsMissing) {
     const FileDescriptor directory(::open(directory_.path().c_str(), O_PATH | O_CLOEXEC));
-    const auto status = platform::native::statusOf(source_.get());
+    const auto status = qf::native::statusOf(source_.get());
 
     EXPECT_EQ(copyMetadataToEntry(*status, {directory.get(), "missing"}).error().number(), ENOENT);
 }

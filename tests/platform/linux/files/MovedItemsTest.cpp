@@ -13,14 +13,14 @@
 #include <algorithm>
 #include <string_view>
 
-using platform::native::changedMeanwhile;
-using platform::native::CopyFingerprints;
-using platform::native::FileDescriptor;
-using platform::native::MovedItems;
-using platform::native::placeBelow;
-using platform::native::statusOfEntry;
-using platform::native::SystemResult;
-using platform::native::TreePlace;
+using qf::native::changedMeanwhile;
+using qf::native::CopyFingerprints;
+using qf::native::FileDescriptor;
+using qf::native::MovedItems;
+using qf::native::placeBelow;
+using qf::native::statusOfEntry;
+using qf::native::SystemResult;
+using qf::native::TreePlace;
 
 namespace {
 

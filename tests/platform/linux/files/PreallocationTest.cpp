@@ -11,8 +11,8 @@
 #include <sys/vfs.h>
 #include <unistd.h>
 
-using platform::native::FileDescriptor;
-using platform::native::Preallocation;
+using qf::native::FileDescriptor;
+using qf::native::Preallocation;
 
 namespace {
 

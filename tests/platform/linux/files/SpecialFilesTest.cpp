@@ -13,10 +13,10 @@
 
 #include <filesystem>
 
-using platform::native::changedMeanwhile;
-using platform::native::copyUnopened;
-using platform::native::FileDescriptor;
-using platform::native::statusOfEntry;
+using qf::native::changedMeanwhile;
+using qf::native::copyUnopened;
+using qf::native::FileDescriptor;
+using qf::native::statusOfEntry;
 
 namespace {
 

@@ -1,5 +1,8 @@
 #include "platform/linux/files/TemporaryItem.h"
 
+#include "tests/platform/linux/RunChild.h"
+#include "tests/platform/linux/files/Faults.h"
+#include "tests/support/NamedCase.h"
 #include "tests/support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
@@ -9,10 +12,12 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
+#include <chrono>
 #include <filesystem>
 
-using platform::native::FileDescriptor;
-using platform::native::TemporaryItem;
+using qf::native::FileDescriptor;
+using qf::native::TemporaryItem;
 
 namespace {
 
@@ -96,6 +101,15 @@ TEST_F(TemporaryItemTest, TakesOverTheMarkThatAKilledProcessHasLeft) {
     EXPECT_TRUE(names().empty());
 }
 
+TEST_F(TemporaryItemTest, LeavesAMarkThatIsToBeTakenOverAgain) {
+    auto mark = TemporaryItem::makeMark(top_.get(), "item");
+    ASSERT_TRUE(mark);
+
+    mark->leave();
+
+    EXPECT_TRUE(TemporaryItem::adoptMark(top_.get(), "item"));
+}
+
 TEST_F(TemporaryItemTest, TakesOverNoMarkOfAnotherUser) {
     if (::geteuid() != 0) {
         GTEST_SKIP() << "only root can give files to others";
@@ -177,6 +191,32 @@ TEST_F(TemporaryItemTest, DeletesWhatAKilledProcessLeft) {
     ASSERT_TRUE(item);
     EXPECT_EQ(names(), std::vector<std::string>{abandoned});
 }
+
+/// An event that makes an item older, or none, and whether the item is kept then.
+struct AgeOfAnItem : NamedCase {
+    const char* event;
+    bool isKept;
+};
+
+class TemporaryItemWithoutLocks : public TemporaryItemTest,
+                                  public testing::WithParamInterface<AgeOfAnItem> {};
+
+TEST_P(TemporaryItemWithoutLocks, IsAbandonedOnceItIsOverADayOld) {
+    const auto left = directory_.write(".qf-0123456789abcdef-1", "part of a copy");
+    // A copy has the date of its source already.
+    std::filesystem::last_write_time(left, std::filesystem::file_time_type::clock::now() -
+                                               std::chrono::hours(1000));
+
+    runChild({"remove-abandoned", directory_.path()},
+             withFaults(GetParam().event + ("flock:1:" + std::to_string(ENOLCK))));
+
+    EXPECT_EQ(exists(left), GetParam().isKept);
+}
+
+INSTANTIATE_TEST_SUITE_P(, TemporaryItemWithoutLocks,
+                         testing::Values(AgeOfAnItem{{"New"}, "", true},
+                                         AgeOfAnItem{{"MoreThanADay"}, "statx:1:age,", false}),
+                         nameOfCase);
 
 TEST_F(TemporaryItemTest, LeavesAloneWhatAnotherProcessWorksOn) {
     const auto first = make();

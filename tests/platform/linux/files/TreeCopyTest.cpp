@@ -9,11 +9,11 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-using platform::native::CopyFingerprints;
-using platform::native::CopyPurpose;
-using platform::native::copyTree;
-using platform::native::FileDescriptor;
-using platform::native::statusOfEntry;
+using qf::native::CopyFingerprints;
+using qf::native::CopyPurpose;
+using qf::native::copyTree;
+using qf::native::FileDescriptor;
+using qf::native::statusOfEntry;
 
 namespace {
 

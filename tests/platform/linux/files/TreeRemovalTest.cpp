@@ -1,5 +1,7 @@
 #include "tests/platform/linux/RunChild.h"
 #include "tests/platform/linux/files/FileSystemOnDisk.h"
+#include "tests/support/CasePath.h"
+#include "tests/support/NamedCase.h"
 #include "tests/support/ScopedLimit.h"
 #include "tests/support/TemporaryDirectory.h"
 #include "tests/support/TreeDescription.h"
@@ -73,15 +75,21 @@ TEST(RemoveItem, FailsWhereNothingExists) {
               "“missing.txt” couldn’t be removed because it doesn’t exist.");
 }
 
-TEST(RemoveItem, RefusesWhatIsNoEntryOfADirectory) {
+class RemovalOfNoEntry : public testing::TestWithParam<NamedText> {};
+
+TEST_P(RemovalOfNoEntry, IsRefused) {
     const TemporaryDirectory directory;
     directory.write("precious");
 
-    for (const auto& path : {directory / ".", directory / "precious/..", std::string()}) {
-        EXPECT_FALSE(fileSystem.removeItem(path)) << path;
-    }
+    EXPECT_FALSE(fileSystem.removeItem(casePath(directory, GetParam().value)));
     EXPECT_TRUE(exists(directory / "precious"));
 }
+
+INSTANTIATE_TEST_SUITE_P(, RemovalOfNoEntry,
+                         testing::Values(NamedText{{"Directory"}, "DIR/."},
+                                         NamedText{{"DirectoryAround"}, "DIR/precious/.."},
+                                         NamedText{{"Empty"}, ""}),
+                         nameOfCase);
 
 TEST(RemoveItem, RefusesTheRootDirectory) {
     if (const auto reason = whyNotWithoutWriting(); !reason.empty()) {

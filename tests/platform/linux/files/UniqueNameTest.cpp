@@ -9,9 +9,9 @@
 
 #include <cerrno>
 
-using platform::native::FileDescriptor;
-using platform::native::moveToUniqueName;
-using platform::native::numberedName;
+using qf::native::FileDescriptor;
+using qf::native::moveToUniqueName;
+using qf::native::numberedName;
 
 TEST(NumberedName, IsBeforeTheExtension) {
     EXPECT_EQ(numberedName("clip.mov", 2), "clip 2.mov");

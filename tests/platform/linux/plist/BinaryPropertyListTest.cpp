@@ -10,7 +10,7 @@ using binary_lists::bigEndian;
 using binary_lists::chainOf;
 using binary_lists::listOf;
 using binary_lists::trueObject;
-using platform::native::BinaryPropertyList;
+using qf::native::BinaryPropertyList;
 
 namespace {
 

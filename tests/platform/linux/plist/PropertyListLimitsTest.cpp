@@ -2,6 +2,7 @@
 
 #include "platform/linux/plist/PropertyLists.h"
 #include "tests/platform/linux/plist/BinaryLists.h"
+#include "tests/support/NamedCase.h"
 
 #include <gtest/gtest.h>
 
@@ -11,7 +12,7 @@ using binary_lists::arrayOf;
 using binary_lists::chainOf;
 using binary_lists::listOf;
 using binary_lists::trueObject;
-using platform::native::isWithinLimits;
+using qf::native::isWithinLimits;
 
 namespace {
 
@@ -29,8 +30,8 @@ std::string nested(std::size_t levels) {
            "</plist>";
 }
 
-platform::Value parse(const std::string& bytes) {
-    return platform::native::PropertyLists().parse(bytes);
+qf::Value parse(const std::string& bytes) {
+    return qf::native::PropertyLists().parse(bytes);
 }
 
 } // namespace
@@ -77,19 +78,34 @@ TEST(PropertyListLimits, LetAListRepeatWhatItHolds) {
     EXPECT_FALSE(parse(chainOf(10, 2)).isNone());
 }
 
-TEST(PropertyListLimits, CannotBeHiddenFrom) {
-    const auto deep = repeated("<array>", 100000);
-    for (const std::string& hiding :
-         {"<!DOCTYPE \"><!--\" >" + deep + "-->", "<!DOCTYPE '><!--' >" + deep + "-->",
-          "<!DOCTYPE plist [ <!-- ]>" + deep + "-->", "<?x \"?><!--\" ?>" + deep + "-->",
-          "<?x '?><!--' ?>" + deep + "-->", "<?>" + deep + "?>", "<!-->" + deep + "-->",
-          "<!--->" + deep + "-->", "<plist a=\"><!--\">" + deep + "-->",
-          "<plist><string><!--></string>" + deep + "<!-- -->",
-          "<plist>" + repeated("<array></plist>", 100000),
-          "<plist>" + repeated("<array></dict>", 100000),
-          "<plist>" + repeated("<array></array/>", 100000),
-          "<plist>" + repeated("<array \"/\">", 100000), "<![CDATA[" + deep}) {
-        EXPECT_FALSE(isWithinLimits(hiding)) << hiding.substr(0, 60);
-        EXPECT_TRUE(parse(hiding).isNone());
+class DeepList : public testing::TestWithParam<NamedText> {
+public:
+    static NamedText hiddenIn(const char* name, const std::string& begin, const std::string& end) {
+        return {{name}, begin + repeated("<array>", 100000) + end};
     }
+};
+
+TEST_P(DeepList, CannotBeHiddenFromTheLimits) {
+    EXPECT_FALSE(isWithinLimits(GetParam().value));
+    EXPECT_TRUE(parse(GetParam().value).isNone());
 }
+
+INSTANTIATE_TEST_SUITE_P(
+    , DeepList,
+    testing::Values(
+        DeepList::hiddenIn("DocumentTypeInQuotes", "<!DOCTYPE \"><!--\" >", "-->"),
+        DeepList::hiddenIn("DocumentTypeInApostrophes", "<!DOCTYPE '><!--' >", "-->"),
+        DeepList::hiddenIn("DocumentTypeWithAComment", "<!DOCTYPE plist [ <!-- ]>", "-->"),
+        DeepList::hiddenIn("InstructionInQuotes", "<?x \"?><!--\" ?>", "-->"),
+        DeepList::hiddenIn("InstructionInApostrophes", "<?x '?><!--' ?>", "-->"),
+        DeepList::hiddenIn("InstructionWithoutName", "<?>", "?>"),
+        DeepList::hiddenIn("CommentWithoutDashes", "<!-->", "-->"),
+        DeepList::hiddenIn("CommentWithOneDash", "<!--->", "-->"),
+        DeepList::hiddenIn("Attribute", "<plist a=\"><!--\">", "-->"),
+        DeepList::hiddenIn("Text", "<plist><string><!--></string>", "<!-- -->"),
+        DeepList::hiddenIn("CharacterData", "<![CDATA[", ""),
+        NamedText{{"EndsOfTheList"}, "<plist>" + repeated("<array></plist>", 100000)},
+        NamedText{{"EndsOfDictionaries"}, "<plist>" + repeated("<array></dict>", 100000)},
+        NamedText{{"EndsThatAreNone"}, "<plist>" + repeated("<array></array/>", 100000)},
+        NamedText{{"SlashesInQuotes"}, "<plist>" + repeated("<array \"/\">", 100000)}),
+    nameOfCase);

@@ -7,13 +7,13 @@
 #include <chrono>
 #include <cstdlib>
 
-using platform::Date;
-using platform::Value;
-using platform::native::nodeOf;
-using platform::native::NumbersWithPoint;
-using platform::native::PropertyListNode;
-using platform::native::valueOf;
-using platform::native::xmlOf;
+using qf::Date;
+using qf::Value;
+using qf::native::nodeOf;
+using qf::native::NumbersWithPoint;
+using qf::native::PropertyListNode;
+using qf::native::valueOf;
+using qf::native::xmlOf;
 
 namespace {
 
@@ -27,7 +27,7 @@ Value nestedArrays(int levels) {
 
 TEST(PropertyListNodes, HoldAValueWithAllThatIsInIt) {
     const Value value = Value::Dictionary{{"list", Value::Array{true, -5, 1.5, "ü"}},
-                                          {"data", platform::Data{{std::byte{0}, std::byte{255}}}},
+                                          {"data", qf::Data{{std::byte{0}, std::byte{255}}}},
                                           {"none of it", Value::Dictionary{}}};
 
     EXPECT_EQ(valueOf(nodeOf(value).get()), value);

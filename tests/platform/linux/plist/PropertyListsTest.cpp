@@ -1,6 +1,7 @@
 #include "platform/linux/plist/PropertyLists.h"
 
 #include "tests/platform/linux/plist/NumbersWithComma.h"
+#include "tests/support/NamedCase.h"
 #include "tests/support/RunCommand.h"
 #include "tests/support/TemporaryDirectory.h"
 
@@ -13,16 +14,16 @@
 #include <filesystem>
 #include <limits>
 
-using platform::Data;
-using platform::Date;
-using platform::Value;
+using qf::Data;
+using qf::Date;
+using qf::Value;
 using std::chrono::sys_days;
 
 namespace fs = std::filesystem;
 
 namespace {
 
-platform::native::PropertyLists propertyLists;
+qf::native::PropertyLists propertyLists;
 
 Data data(std::initializer_list<int> bytes) {
     Data made;
@@ -108,19 +109,22 @@ TEST(PropertyLists, AreReadByOthers) {
     EXPECT_EQ(outcome.status, 0) << outcome.output;
 }
 
-TEST(PropertyLists, ReadBothFormsThatOthersWrite) {
-    const TemporaryDirectory directory;
-    for (const auto* form : {"FMT_XML", "FMT_BINARY"}) {
-        const auto outcome =
-            python(std::string("plistlib.dump(everything, open(sys.argv[1], 'wb'), "
-                               "fmt=plistlib.") +
-                       form + ")",
-                   directory / "a.plist");
-        ASSERT_EQ(outcome.status, 0) << outcome.output;
+class PropertyListsOfOthers : public testing::TestWithParam<NamedText> {};
 
-        EXPECT_EQ(propertyLists.read(directory / "a.plist"), everything()) << form;
-    }
+TEST_P(PropertyListsOfOthers, AreRead) {
+    const TemporaryDirectory directory;
+    const auto outcome = python("plistlib.dump(everything, open(sys.argv[1], 'wb'), fmt=plistlib." +
+                                    GetParam().value + ")",
+                                directory / "a.plist");
+    ASSERT_EQ(outcome.status, 0) << outcome.output;
+
+    EXPECT_EQ(propertyLists.read(directory / "a.plist"), everything());
 }
+
+INSTANTIATE_TEST_SUITE_P(, PropertyListsOfOthers,
+                         testing::Values(NamedText{{"Xml"}, "FMT_XML"},
+                                         NamedText{{"Binary"}, "FMT_BINARY"}),
+                         nameOfCase);
 
 TEST(PropertyLists, ReadEntitiesCommentsAndCharacterData) {
     EXPECT_EQ(inXml("<!-- a > b --><string>a&amp;&#252;<![CDATA[<b>]]></string>"), Value("a&ü<b>"));
@@ -140,50 +144,78 @@ TEST(PropertyLists, ReadAndWriteRealNumbersInEveryLanguage) {
     EXPECT_EQ(propertyLists.read(directory / "a.plist"), Value(Value::Array{1.5}));
 }
 
-TEST(PropertyLists, AreNoneForWhatIsNone) {
-    const std::string garbage = "\xFF garbage <not";
-    for (const std::string& bytes :
-         {std::string(), std::string(" "), garbage, std::string("<plist>"),
-          std::string("<html></html>"), std::string("bplist00"), std::string("bplist15xxxxxxxx"),
-          std::string("{ key = value; }"), "bplist00" + std::string(40, '\xFF')}) {
-        EXPECT_TRUE(propertyLists.parse(bytes).isNone()) << bytes;
+class NoPropertyList : public testing::TestWithParam<NamedText> {};
+
+TEST_P(NoPropertyList, HasNoValue) {
+    EXPECT_TRUE(propertyLists.parse(GetParam().value).isNone());
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    , NoPropertyList,
+    testing::Values(NamedText{{"Empty"}, ""}, NamedText{{"Blank"}, " "},
+                    NamedText{{"Garbage"}, "\xFF garbage <not"}, NamedText{{"Cut"}, "<plist>"},
+                    NamedText{{"OtherMarkup"}, "<html></html>"},
+                    NamedText{{"CutBinary"}, "bplist00"},
+                    NamedText{{"OtherBinary"}, "bplist15xxxxxxxx"},
+                    NamedText{{"OtherForm"}, "{ key = value; }"},
+                    NamedText{{"BinaryGarbage"}, "bplist00" + std::string(40, '\xFF')}),
+    nameOfCase);
+
+void parseEveryTruncationAndEveryFlippedByte(const std::string& whole) {
+    for (std::size_t i = 0; i < whole.size(); ++i) {
+        static_cast<void>(propertyLists.parse(std::string(whole, 0, i)));
+        auto flipped = whole;
+        for (const int mask : {0x01, 0x0F, 0x80, 0xFF}) {
+            flipped[i] = static_cast<char>(whole[i] ^ mask);
+            static_cast<void>(propertyLists.parse(flipped));
+        }
     }
 }
 
-TEST(PropertyLists, SurviveEveryTruncationAndEveryFlippedByte) {
+TEST(PropertyLists, SurviveEveryTruncationAndEveryFlippedByteOfXml) {
+    const auto whole = propertyLists.xml(everything());
+    ASSERT_TRUE(whole);
+    parseEveryTruncationAndEveryFlippedByte(*whole);
+    EXPECT_EQ(propertyLists.parse(*whole), everything());
+}
+
+TEST(PropertyLists, SurviveEveryTruncationAndEveryFlippedByteOfABinaryList) {
     const TemporaryDirectory directory;
     ASSERT_EQ(python("plistlib.dump(everything, open(sys.argv[1], 'wb'), fmt=plistlib.FMT_BINARY)",
                      directory / "b.plist")
                   .status,
               0);
-    ASSERT_TRUE(propertyLists.writeAtomically(everything(), directory / "a.plist"));
-    for (const auto* name : {"a.plist", "b.plist"}) {
-        const auto whole = contentOf(directory / name);
-        for (std::size_t i = 0; i < whole.size(); ++i) {
-            static_cast<void>(propertyLists.parse(std::string(whole, 0, i)));
-            auto flipped = whole;
-            for (const int mask : {0x01, 0x0F, 0x80, 0xFF}) {
-                flipped[i] = static_cast<char>(whole[i] ^ mask);
-                static_cast<void>(propertyLists.parse(flipped));
-            }
-        }
-        EXPECT_EQ(propertyLists.parse(whole), everything());
-    }
+    const auto whole = contentOf(directory / "b.plist");
+    parseEveryTruncationAndEveryFlippedByte(whole);
+    EXPECT_EQ(propertyLists.parse(whole), everything());
 }
+
+class ValueThatOthersCannotRead : public testing::TestWithParam<NamedValue<Value>> {};
+
+TEST_P(ValueThatOthersCannotRead, IsNotWritten) {
+    const TemporaryDirectory directory;
+    const auto path = directory.write("a.plist", "former");
+    const auto written = propertyLists.writeAtomically(Value::Array{GetParam().value}, path);
+    ASSERT_FALSE(written);
+    EXPECT_EQ(written.error().localizedDescription,
+              "“a.plist” couldn’t be saved because it would hold what a property list cannot "
+              "express.");
+    EXPECT_EQ(contentOf(path), "former");
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    , ValueThatOthersCannotRead,
+    testing::Values(
+        NamedValue<Value>{{"ZeroByte"}, Value(std::string(1, '\0'))},
+        NamedValue<Value>{{"Control"}, "bell\a"}, NamedValue<Value>{{"NoText"}, "no\xFFtext"},
+        NamedValue<Value>{{"NoCharacter"}, "\xEF\xBF\xBF"}, NamedValue<Value>{{"None"}, Value()},
+        NamedValue<Value>{{"Object"}, Value::Object(std::make_shared<int>(1))},
+        NamedValue<Value>{{"DateTooLate"}, Date(sys_days{std::chrono::January / 1 / 2100})}),
+    nameOfCase);
 
 TEST(PropertyLists, WriteNothingThatOthersCouldNotRead) {
     const TemporaryDirectory directory;
     const auto path = directory.write("a.plist", "former");
-    for (const Value& bad :
-         {Value(std::string(1, '\0')), Value("bell\a"), Value("no\xFFtext"), Value("\xEF\xBF\xBF"),
-          Value(), Value(Value::Object(std::make_shared<int>(1))),
-          Value(Date(sys_days{std::chrono::January / 1 / 2100}))}) {
-        const auto written = propertyLists.writeAtomically(Value::Array{bad}, path);
-        ASSERT_FALSE(written);
-        EXPECT_EQ(written.error().localizedDescription,
-                  "“a.plist” couldn’t be saved because it would hold what a property list cannot "
-                  "express.");
-    }
     EXPECT_FALSE(propertyLists.writeAtomically(Value::Dictionary{{"no\xFFtext", 1}}, path));
     EXPECT_FALSE(propertyLists.writeAtomically(Value("text alone"), path));
     EXPECT_EQ(contentOf(path), "former");
@@ -232,7 +264,7 @@ TEST(PropertyLists, LeaveNothingBehindWhenTheyCannotBeWritten) {
         ENOENT);
 }
 
-TEST(PropertyLists, AreNoneWhereThereIsNoFileToRead) {
+TEST(PropertyLists, AreNoneWithoutAFileToRead) {
     const TemporaryDirectory directory;
     ASSERT_EQ(::mkfifo((directory / "fifo").c_str(), 0600), 0);
     const auto huge = directory.write("huge", "<plist><true/></plist>");
