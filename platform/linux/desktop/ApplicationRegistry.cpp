@@ -8,7 +8,7 @@
 #include "platform/linux/posix/Directories.h"
 #include "platform/linux/system/UserAccount.h"
 
-namespace platform::native {
+namespace qf::native {
 
 namespace {
 
@@ -134,4 +134,4 @@ std::optional<std::string> ApplicationRegistry::find(const std::string& identifi
     return std::nullopt;
 }
 
-} // namespace platform::native
+} // namespace qf::native

@@ -8,7 +8,7 @@
 #include <optional>
 #include <string>
 
-namespace platform::native {
+namespace qf::native {
 
 /// The registry of applications that the user's programs have registered.
 ///
@@ -19,7 +19,7 @@ namespace platform::native {
 class ApplicationRegistry {
 public:
     /// The arguments must outlive this.
-    ApplicationRegistry(platform::UserAccount& account, platform::PropertyLists& propertyLists)
+    ApplicationRegistry(qf::UserAccount& account, qf::PropertyLists& propertyLists)
         : account_(account), propertyLists_(propertyLists) {}
 
     /// Registers the bundle at an absolute path and, if a desktop is installed, writes a launcher
@@ -38,8 +38,8 @@ private:
     SystemResult<void> writeLauncherEntry(const std::string& bundle, const Value& information);
     bool stillExists(const std::string& bundle, const std::string& identifier);
 
-    platform::UserAccount& account_;
-    platform::PropertyLists& propertyLists_;
+    qf::UserAccount& account_;
+    qf::PropertyLists& propertyLists_;
 };
 
-} // namespace platform::native
+} // namespace qf::native

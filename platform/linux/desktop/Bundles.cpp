@@ -13,7 +13,7 @@
 #include <string_view>
 #include <vector>
 
-namespace platform::native {
+namespace qf::native {
 
 namespace {
 
@@ -68,7 +68,7 @@ std::vector<std::string> sortedNames(const std::string& directory) {
 
 class BundleSearch {
 public:
-    BundleSearch(const std::string& identifier, platform::PropertyLists& propertyLists)
+    BundleSearch(const std::string& identifier, qf::PropertyLists& propertyLists)
         : identifier_(text::lowercased(identifier)), propertyLists_(propertyLists) {}
 
     std::optional<std::string> search(const std::string& directory, int directoriesLeft) const {
@@ -96,7 +96,7 @@ private:
     }
 
     std::string identifier_;
-    platform::PropertyLists& propertyLists_;
+    qf::PropertyLists& propertyLists_;
 };
 
 } // namespace
@@ -105,7 +105,7 @@ bool isPackage(const std::string& path) {
     return isDirectory(path, 0) && looksLikePackage(path);
 }
 
-Value bundleInformation(const std::string& bundle, platform::PropertyLists& propertyLists) {
+Value bundleInformation(const std::string& bundle, qf::PropertyLists& propertyLists) {
     return propertyLists.read(informationFile(bundle));
 }
 
@@ -114,13 +114,13 @@ std::string identifierIn(const Value& information) {
     return identifier == nullptr ? std::string() : *identifier;
 }
 
-std::string bundleIdentifier(const std::string& bundle, platform::PropertyLists& propertyLists) {
+std::string bundleIdentifier(const std::string& bundle, qf::PropertyLists& propertyLists) {
     return identifierIn(bundleInformation(bundle, propertyLists));
 }
 
 std::optional<std::string> findBundle(const std::string& directory, const std::string& identifier,
-                                      platform::PropertyLists& propertyLists) {
+                                      qf::PropertyLists& propertyLists) {
     return BundleSearch(identifier, propertyLists).search(directory, deepestDirectory);
 }
 
-} // namespace platform::native
+} // namespace qf::native

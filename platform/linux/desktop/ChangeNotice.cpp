@@ -11,7 +11,7 @@
 
 #include <cstdlib>
 
-namespace platform::native {
+namespace qf::native {
 
 namespace {
 
@@ -75,4 +75,4 @@ Result<void, WorkspaceStatus> announceChange(const std::string& path) {
     return {};
 }
 
-} // namespace platform::native
+} // namespace qf::native

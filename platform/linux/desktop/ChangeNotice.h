@@ -4,7 +4,7 @@
 
 #include <string>
 
-namespace platform::native {
+namespace qf::native {
 
 /// Notifies the file managers of the session, by the session bus signals that some listen to, that
 /// an item, and the contents of a directory, have changed; other file managers watch the disk
@@ -12,4 +12,4 @@ namespace platform::native {
 /// call it.
 Result<void, WorkspaceStatus> announceChange(const std::string& path);
 
-} // namespace platform::native
+} // namespace qf::native

@@ -16,7 +16,7 @@
 #include <optional>
 #include <string_view>
 
-namespace platform::native {
+namespace qf::native {
 
 namespace {
 
@@ -95,4 +95,4 @@ SystemResult<void> linkToHomeTrash(const std::string& link) {
     return failedWith(linked, EEXIST) ? SystemResult<void>() : linked;
 }
 
-} // namespace platform::native
+} // namespace qf::native

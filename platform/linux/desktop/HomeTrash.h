@@ -4,7 +4,7 @@
 
 #include <string>
 
-namespace platform::native {
+namespace qf::native {
 
 /// Returns the path of the home trash of the Trash specification 1.0 ("Trash directories"):
 /// $XDG_DATA_HOME/Trash.
@@ -22,4 +22,4 @@ SystemResult<void> makeHomeTrash();
 /// directory.
 SystemResult<void> linkToHomeTrash(const std::string& link);
 
-} // namespace platform::native
+} // namespace qf::native

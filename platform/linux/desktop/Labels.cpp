@@ -10,7 +10,7 @@
 #include <array>
 #include <cerrno>
 
-namespace platform::native {
+namespace qf::native {
 
 namespace {
 
@@ -77,7 +77,7 @@ std::optional<int> readLabel(const std::string& path) {
 }
 
 Result<void> writeLabel(const std::string& path, int label) {
-    return posixResult(change(path, label), path::lastComponent(path), "labelled");
+    return posixResult(change(path, label), path::lastComponent(path), participle::labelled);
 }
 
-} // namespace platform::native
+} // namespace qf::native

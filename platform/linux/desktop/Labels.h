@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-namespace platform::native {
+namespace qf::native {
 
 /// Returns the label of an item, 0 to 7, from the extended attribute "user.com.apple.FinderInfo":
 /// 32 bytes of which bits 1 to 3 of the big-endian number in bytes 8 and 9 are the label. Returns 0
@@ -17,4 +17,4 @@ std::optional<int> readLabel(const std::string& path);
 /// all zeros.
 Result<void> writeLabel(const std::string& path, int label);
 
-} // namespace platform::native
+} // namespace qf::native

@@ -14,7 +14,7 @@
 #include <memory>
 #include <string_view>
 
-namespace platform::native {
+namespace qf::native {
 
 namespace {
 
@@ -117,4 +117,4 @@ std::optional<LauncherEntry> launcherEntry(const std::string& bundle, const Valu
                          {content.get(), length}};
 }
 
-} // namespace platform::native
+} // namespace qf::native

@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-namespace platform::native {
+namespace qf::native {
 
 /// Returns whether a desktop is installed that users can log in to: one of the machine's data
 /// directories (XDG_DATA_DIRS) has a directory of session entries.
@@ -28,4 +28,4 @@ struct LauncherEntry {
 /// entry when the program no longer exists.
 std::optional<LauncherEntry> launcherEntry(const std::string& bundle, const Value& information);
 
-} // namespace platform::native
+} // namespace qf::native

@@ -16,18 +16,28 @@
 #include <cerrno>
 #include <utility>
 
-namespace platform::native {
+namespace qf::native {
 
 namespace {
 
 /// The number of trashinfos that are prepared at a time; each is an open file.
 constexpr std::size_t mostPrepared = 128;
 
+constexpr auto trashInside = translatable("because", "the Trash is inside it");
+constexpr auto isLinkElsewhere =
+    translatable("because", "the Trash is a link that leads elsewhere");
+constexpr auto isFile = translatable("because", "the Trash is a file");
+constexpr auto isTheTrash = translatable("because", "it is the Trash itself");
+constexpr auto hasMount = translatable("because", "a volume is mounted inside it");
+constexpr auto mountsUnknown =
+    translatable("because", "it can’t be determined whether a volume is mounted inside it: %1");
+constexpr auto isUnusable = translatable("because", "the Trash can’t be used: %1");
+
 using TakeResult = Result<std::string, TrashError>;
 
 TakeResult failure(Errno number) {
     return Unexpected(
-        TrashError{number, number.is(EINVAL) ? "the Trash is inside it" : reason(number)});
+        TrashError{number, number.is(EINVAL) ? translated(trashInside) : reason(number)});
 }
 
 /// Returns the path of an entry of an open directory; an empty string if it has none.
@@ -47,6 +57,14 @@ bool isHomeTrash(const std::string& trash) {
            fileIdOf(target) == fileIdOf(files);
 }
 
+/// Opens the user's own home trash if `trash` leads to its items.
+SystemResult<TrashDirectory> openOwnHomeTrash(const std::string& trash) {
+    struct stat owner {};
+    const bool isOwn = isHomeTrash(trash) && ::stat(homeTrash().c_str(), &owner) == 0 &&
+                       owner.st_uid == ::geteuid();
+    return isOwn ? TrashDirectory::open(homeTrash()) : Unexpected(Errno(EPERM));
+}
+
 /// Returns whether an item of this status is what `trash` names, be it a link.
 bool isTrashItself(const struct statx& item, const std::string& trash) {
     struct stat status {};
@@ -62,8 +80,7 @@ TakeResult takeByRename(const ItemPlace& item, const std::string& trash) {
         struct stat status {};
         const bool isLink = ::lstat(trash.c_str(), &status) == 0 && S_ISLNK(status.st_mode);
         return Unexpected(
-            TrashError{Errno(ENOTDIR), isLink ? "the Trash is a link that leads elsewhere"
-                                              : "the Trash is a file"});
+            TrashError{Errno(ENOTDIR), isLink ? translated(isLinkElsewhere) : translated(isFile)});
     }
     const auto from = statusOf(item.directory.get());
     const auto to = destination ? statusOf(destination->get()) : Unexpected(destination.error());
@@ -74,6 +91,14 @@ TakeResult takeByRename(const ItemPlace& item, const std::string& trash) {
         return pathIn(destination->get(), item.name);
     }
     return afterMoving(destination->get(), moveToUniqueName(item.entry(), destination->get()));
+}
+
+/// Gives whatever exists at a place in a Trash a unique name.
+void makeRoom(const std::string& place) {
+    const auto former = findPlace(place);
+    if (former && statusOfEntry(former->directory.get(), former->name)) {
+        static_cast<void>(moveToUniqueName(former->entry(), former->directory.get()));
+    }
 }
 
 bool isEntryName(const std::string& name) {
@@ -107,18 +132,17 @@ TakeResult Trash::take(const std::string& directory, const std::string& trash,
     }
     auto prepared = preparedFor(path);
     if (isTrashItself(*status, trash)) {
-        return Unexpected(TrashError{Errno(EINVAL), "it is the Trash itself"});
+        return Unexpected(TrashError{Errno(EINVAL), translated(isTheTrash)});
     }
-    if (S_ISDIR(status->stx_mode) && hasMountIn(*place)) {
-        return Unexpected(TrashError{Errno(EBUSY), "a volume is mounted inside it"});
+    if (const auto checked = checkMounts(*place, *status); !checked) {
+        return Unexpected(checked.error());
     }
     if (prepared && prepared->claim.isIntact()) {
         return takePrepared({*place, path, path}, *std::move(prepared));
     }
     const auto home = homeTrashAt(trash);
     if (!home) {
-        return Unexpected(
-            TrashError{home.error(), "the Trash can’t be used: " + reason(home.error())});
+        return Unexpected(TrashError{home.error(), translated(isUnusable, reason(home.error()))});
     }
     return *home ? takeWithTrashinfo(*place, path, *home) : takeByRename(*place, trash);
 }
@@ -154,9 +178,23 @@ Trash::OpenTrash Trash::rememberedHomeTrash(const std::string& trash) {
     return isThere ? home_ : nullptr;
 }
 
-bool Trash::hasMountIn(const ItemPlace& item) {
+/// If the item's path is too long, so is that of a volume inside it.
+SystemResult<bool> Trash::hasMountIn(const ItemPlace& item) {
     const auto path = pathIn(item.directory.get(), item.name);
-    return !path.empty() && mounts_.hasMountIn(path);
+    return path.empty() ? mounts_.hasMountOnLongPath() : mounts_.hasMountIn(path);
+}
+
+/// EBUSY unless it is certain that no volume is mounted on the item or inside it.
+Result<void, TrashError> Trash::checkMounts(const ItemPlace& item, const struct statx& status) {
+    const auto found = S_ISDIR(status.stx_mode) ? hasMountIn(item) : false;
+    if (!found) {
+        return Unexpected(
+            TrashError{Errno(EBUSY), translated(mountsUnknown, reason(found.error()))});
+    }
+    if (*found) {
+        return Unexpected(TrashError{Errno(EBUSY), translated(hasMount)});
+    }
+    return {};
 }
 
 TakeResult Trash::takeWithTrashinfo(const ItemPlace& item, const std::string& path,
@@ -280,20 +318,31 @@ void Trash::giveUpPrepared(const FileId& trash, const std::string& name) {
     }
 }
 
-std::function<void()> Trash::expect(const std::string& path, const std::string& place) {
-    const auto trash = path::deletingLastComponent(place);
-    if (isUsablePath(path) && isUsablePath(place) && isHomeTrash(trash)) {
-        if (auto home = TrashDirectory::open(homeTrash())) {
-            tidy(*home);
-            giveUpPrepared(home->id(), path::lastComponent(place));
-            auto claimed =
-                TrashDirectory::claimForOthers(*std::move(home), path::lastComponent(place), path);
-            if (claimed) {
-                return *std::move(claimed);
-            }
+Result<std::function<void()>, TrashError> Trash::expect(const std::string& path,
+                                                        const std::string& place) {
+    if (!isUsablePath(path) || !isUsablePath(place)) {
+        return Unexpected(TrashError{Errno(EINVAL), reason(Errno(EINVAL))});
+    }
+    const auto item = findPlace(path);
+    const auto status =
+        item ? statusOfEntry(item->directory.get(), item->name) : Unexpected(item.error());
+    if (!status) {
+        return Unexpected(TrashError{status.error(), reason(status.error())});
+    }
+    if (const auto checked = checkMounts(*item, *status); !checked) {
+        return Unexpected(checked.error());
+    }
+    if (auto home = openOwnHomeTrash(path::deletingLastComponent(place))) {
+        const auto name = path::lastComponent(place);
+        tidy(*home);
+        giveUpPrepared(home->id(), name);
+        auto claimed = TrashDirectory::claimForOthers(*std::move(home), name, path);
+        if (claimed) {
+            return *std::move(claimed);
         }
     }
-    return [] {};
+    makeRoom(place);
+    return std::function<void()>([] {});
 }
 
 void Trash::makeDurable() {
@@ -310,4 +359,4 @@ void Trash::makeDurable() {
     }
 }
 
-} // namespace platform::native
+} // namespace qf::native

@@ -19,10 +19,7 @@
 #include <unordered_map>
 #include <vector>
 
-namespace platform::native {
-
-/// The participle for failureSentence().
-constexpr const char* movedToTrash = "moved to the Trash";
+namespace qf::native {
 
 /// Why an item could not be trashed, also in words that can follow "because".
 struct TrashError {
@@ -38,14 +35,14 @@ public:
     /// If `trash` does not exist, it becomes a link to the "files" directory of the home trash
     /// ("The FreeDesktop.org Trash specification", version 1.0), which is created too. If `trash`
     /// is, or leads to, that directory, the item goes into the trash directory of its volume with
-    /// a trashinfo: see openTrashFor() and TrashDirectory::take(). A real directory at `trash` is
+    /// a trashinfo: see trashFor() and TrashDirectory::take(). A real directory at `trash` is
     /// used as it is: a second "a.txt" becomes "a 2.txt". Anything else at `trash` is a failure.
     ///
     /// Returns the item's path in the Trash, as resolvedPath() has it.
     ///
     /// Nothing is ever replaced or deleted. An item that is in the Trash already stays as it is.
-    /// EBUSY if a volume is mounted on the item or inside it: emptying the Trash would delete what
-    /// is on that volume.
+    /// EBUSY if a volume is mounted on the item or inside it, or if it is unknown whether one is:
+    /// emptying the Trash would delete what is on that volume.
     ///
     /// On failure the item is whole where it was or, if only the removal after a copy failed, in
     /// the Trash. The first item that goes into a trash directory has what killed processes left
@@ -63,8 +60,9 @@ public:
     /// in the Trash. An item at `place` gets a unique name. Returns what to call when the move has
     /// ended or failed: it deletes the trashinfo unless the item has arrived. If the Trash is a
     /// real directory, which has no trashinfos, or if there is no room for one, the item goes
-    /// without.
-    std::function<void()> expect(const std::string& path, const std::string& place);
+    /// without. Fails if the item must not be moved: EBUSY as for take().
+    Result<std::function<void()>, TrashError> expect(const std::string& path,
+                                                     const std::string& place);
 
     /// Takes back what killed processes left in the home trash, if it exists: see
     /// TrashDirectory::takeBackAbandoned().
@@ -101,7 +99,8 @@ private:
     takeWithTrashinfo(const ItemPlace& item, const std::string& path, const OpenTrash& home);
     SystemResult<OpenTrash> homeTrashAt(const std::string& trash);
     OpenTrash rememberedHomeTrash(const std::string& trash);
-    bool hasMountIn(const ItemPlace& item);
+    SystemResult<bool> hasMountIn(const ItemPlace& item);
+    Result<void, TrashError> checkMounts(const ItemPlace& item, const struct statx& status);
     void tidy(const TrashDirectory& trash);
 
     MountTable mounts_;
@@ -115,4 +114,4 @@ private:
 /// Creates the Trash as Trash::take() does before it moves the item.
 SystemResult<void> makeTrash(const std::string& trash);
 
-} // namespace platform::native
+} // namespace qf::native

@@ -21,7 +21,7 @@
 #include <iterator>
 #include <utility>
 
-namespace platform::native {
+namespace qf::native {
 
 namespace {
 
@@ -198,4 +198,4 @@ void forgetTrashed(const ItemInTrash& item) {
     }
 }
 
-} // namespace platform::native
+} // namespace qf::native

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-namespace platform::native {
+namespace qf::native {
 
 /// Returns the items in `trash`, as the user knows it, and in the user's trash directories on other
 /// volumes, in no order. A real directory at `trash` has no trashinfos, so its items have no former
@@ -22,4 +22,4 @@ SystemResult<void> putBackFromTrash(const std::string& place, const std::string&
 /// trashinfo records another path.
 void forgetTrashed(const ItemInTrash& item);
 
-} // namespace platform::native
+} // namespace qf::native

@@ -17,12 +17,12 @@
 
 #include <array>
 #include <cerrno>
-#include <ctime>
 #include <memory>
+#include <set>
 #include <string_view>
 #include <utility>
 
-namespace platform::native {
+namespace qf::native {
 
 namespace {
 
@@ -34,9 +34,6 @@ constexpr int mostAttempts = 100000;
 
 /// A trashinfo is at most as long as this: a path that is percent-encoded, and two short lines.
 constexpr std::size_t largestTrashinfo = 1U << 20U;
-
-/// A claim whose mover cannot be asked whether it is still at work is abandoned after a day.
-constexpr std::time_t longestMove = 24L * 60 * 60;
 
 SystemResult<FileDescriptor> openOrMake(int parent, const std::string& name, int flags = 0) {
     const auto made = checked(::mkdirat(parent, name.c_str(), trashMode));
@@ -62,14 +59,17 @@ void startSending(int file) {
     static_cast<void>(::sync_file_range(file, 0, 0, SYNC_FILE_RANGE_WRITE));
 }
 
-/// Returns whether a process that was killed left a file, so that nobody works on it.
+/// Returns whether a process that was killed left a file, so that nobody works on it. A mover that
+/// holds no lock is given a day.
 bool isAbandoned(const FileDescriptor& trashinfo, const struct statx& status, Mover mover) {
-    const auto locked = checked(::flock(trashinfo.get(), LOCK_EX | LOCK_NB));
-    if (failedWith(locked, EWOULDBLOCK)) {
-        return false;
-    }
-    return (locked && mover == Mover::self) ||
-           std::time(nullptr) - status.stx_mtime.tv_sec > longestMove;
+    const auto written = status.stx_mtime.tv_sec;
+    return lockIfAbandoned(trashinfo, written) && (mover == Mover::self || isOverADayAgo(written));
+}
+
+/// A killed move has a day to be finished.
+bool isRecent(const FileDescriptor& item) {
+    const auto status = statusOf(item.get());
+    return status && !isOverADayAgo(status->stx_mtime.tv_sec);
 }
 
 std::string contentOf(const FileDescriptor& file) {
@@ -240,6 +240,14 @@ SystemResult<std::string> TrashDirectory::take(const TrashedItem& item, TrashCla
         if (const auto claimed = claimName(claim); !claimed) {
             return Unexpected(claimed.error());
         }
+        // The first name, or the last that was taken, may be that of a killed process.
+        for (const int number : std::set{1, claim.count_ - 1}) {
+            auto former = nameInTrash(claim.wantedName_, number);
+            if (number > 0 && former != claim.name_ && finishesMove(item, former)) {
+                claim.giveUpName();
+                return former;
+            }
+        }
         auto name = claim.name_;
         const auto moved = moveAsClaimed(item, claim);
         if (moved) {
@@ -250,6 +258,14 @@ SystemResult<std::string> TrashDirectory::take(const TrashedItem& item, TrashCla
         }
     }
     return Unexpected(Errno(EEXIST));
+}
+
+/// Returns whether a killed process has moved this very item to the name, and what it left at the
+/// item's place is gone now.
+bool TrashDirectory::finishesMove(const TrashedItem& item, const std::string& name) const {
+    const auto former = openForReading(infos(), trashinfoName(name));
+    return former && holdsItem(name) && recordedPathIn(contentOf(former)) == item.recordedPath &&
+           finishMove(item.place.entry(), {files(), name});
 }
 
 /// EEXIST if the name is taken; it is no longer claimed then.
@@ -283,7 +299,7 @@ SystemResult<void> TrashDirectory::move(const TrashedItem& item, const std::stri
     return moved;
 }
 
-/// Gives an item that has this name, and its trashinfo, another one.
+/// Renames the item of this name, and its trashinfo, to a unique name.
 SystemResult<void> TrashDirectory::giveUniqueName(const std::string& name) const {
     const auto former = openForReading(infos(), trashinfoName(name));
     const int count = freeNumber(2, [&](int number) { return isTaken(nameInTrash(name, number)); });
@@ -368,10 +384,13 @@ void TrashDirectory::takeBackAbandoned() const {
         WritableDirectory::restoreRecorded(item, files());
         return true;
     });
-    // A user may have trashed an item with such a name.
-    TemporaryItem::removeAbandoned(files(), [this](const auto&, const std::string& name) {
-        return isMissing(infos(), trashinfoName(name));
-    });
+    // A user may have trashed an item with such a name. By its mark, the next run knows a killed
+    // move that it has to finish.
+    TemporaryItem::removeAbandoned(files(),
+                                   [this](const FileDescriptor& item, const std::string& name) {
+                                       return !(TemporaryItem::isMark(name) && isRecent(item)) &&
+                                              isMissing(infos(), trashinfoName(name));
+                                   });
     auto directory = openDirectory(infos(), ".");
     if (!directory) {
         return;
@@ -403,4 +422,4 @@ SystemResult<void> TrashDirectory::makeDurable() const {
         [&] { return commitsInOrder ? ::fsync(directory->get()) : ::syncfs(directory->get()); }));
 }
 
-} // namespace platform::native
+} // namespace qf::native

@@ -11,7 +11,7 @@
 #include <string_view>
 #include <utility>
 
-namespace platform::native {
+namespace qf::native {
 
 /// An item to be moved into a trash directory.
 struct TrashedItem {
@@ -79,7 +79,9 @@ public:
 
     /// Moves an item into the trash directory, even from another volume, under its own name or one
     /// with a number, which it returns. Nothing is ever replaced. An item of which only the removal
-    /// after a copy failed stays in the trash directory, with its trashinfo.
+    /// after a copy failed stays in the trash directory, with its trashinfo. If a killed process
+    /// has copied the item from another volume, what it left is removed, and that copy's name
+    /// returned.
     ///
     /// The trashinfo's content has been written before the item is renamed: on a journaling volume
     /// no power cut leaves an item in the trash directory without its trashinfo, or with an empty
@@ -128,6 +130,7 @@ private:
     };
     SystemResult<TemporaryItem> claim(const Claim& wanted) const;
     SystemResult<TemporaryItem> write(const std::string& purpose, std::string_view text) const;
+    bool finishesMove(const TrashedItem& item, const std::string& name) const;
     SystemResult<void> moveAsClaimed(const TrashedItem& item, TrashClaim& claim) const;
     SystemResult<void> move(const TrashedItem& item, const std::string& name) const;
     SystemResult<void> giveUniqueName(const std::string& name) const;
@@ -140,4 +143,4 @@ private:
     FileId id_;
 };
 
-} // namespace platform::native
+} // namespace qf::native

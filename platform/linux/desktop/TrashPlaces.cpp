@@ -15,7 +15,7 @@
 #include <optional>
 #include <utility>
 
-namespace platform::native {
+namespace qf::native {
 
 namespace {
 
@@ -111,4 +111,4 @@ std::string resolvedPath(int directory) {
     return isUsable ? std::string(path.data(), static_cast<std::size_t>(length)) : std::string();
 }
 
-} // namespace platform::native
+} // namespace qf::native

@@ -8,7 +8,7 @@
 #include <memory>
 #include <string>
 
-namespace platform::native {
+namespace qf::native {
 
 /// A trash directory, and the path by which its trashinfo records an item.
 struct TrashPlace {
@@ -32,4 +32,4 @@ TrashPlace trashFor(const ItemPlace& item, const struct statx& directory, const 
 /// process can use.
 std::string resolvedPath(int directory);
 
-} // namespace platform::native
+} // namespace qf::native

@@ -13,7 +13,7 @@
 #include <ctime>
 #include <utility>
 
-namespace platform::native {
+namespace qf::native {
 
 namespace {
 
@@ -82,4 +82,4 @@ std::string nameInTrash(const std::string& name, int count) {
                               : cutTo(name, room - number.size()) + number;
 }
 
-} // namespace platform::native
+} // namespace qf::native

@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-namespace platform::native {
+namespace qf::native {
 
 /// The extension of a trashinfo, the file that records where a trashed item comes from.
 constexpr const char* trashinfoExtension = ".trashinfo";
@@ -54,4 +54,4 @@ int freeNumber(int first, IsTaken isTaken) {
     return free;
 }
 
-} // namespace platform::native
+} // namespace qf::native

@@ -9,7 +9,7 @@
 #include <memory>
 #include <string_view>
 
-namespace platform::native {
+namespace qf::native {
 
 namespace {
 
@@ -65,4 +65,4 @@ std::vector<Volume> mountedLocalVolumes() {
     return volumes;
 }
 
-} // namespace platform::native
+} // namespace qf::native

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-namespace platform::native {
+namespace qf::native {
 
 /// A mounted local file system.
 struct Volume {
@@ -24,4 +24,4 @@ struct Volume {
 /// cannot be read.
 std::vector<Volume> mountedLocalVolumes();
 
-} // namespace platform::native
+} // namespace qf::native

@@ -9,7 +9,17 @@
 #include "platform/linux/posix/Errors.h"
 #include "platform/linux/system/SearchPaths.h"
 
-namespace platform::native {
+namespace qf::native {
+
+namespace {
+
+constexpr auto trashName = translatable("Errors", "Trash");
+
+Unexpected<Error> notTrashed(const std::string& name, const TrashError& error) {
+    return Unexpected(posixError(error.number, name, participle::movedToTrash, error.why));
+}
+
+} // namespace
 
 std::vector<std::string> Workspace::applicationDirectories() {
     auto directories = searchPaths_.directories(DirectoryKind::application, DomainMask::local);
@@ -61,11 +71,10 @@ Result<void> Workspace::setLabelNumber(const std::string& path, int number) {
 Result<std::string> Workspace::recycle(const std::string& directory, const std::string& trash,
                                        const std::string& name) {
     auto taken = trash_.take(directory, trash, name);
-    if (taken) {
-        return *std::move(taken);
+    if (!taken) {
+        return notTrashed(name, taken.error());
     }
-    const auto& [number, why] = taken.error();
-    return Unexpected(posixError(number, name, movedToTrash, why));
+    return *std::move(taken);
 }
 
 void Workspace::prepareToRecycle(const std::string& trash, const std::vector<std::string>& paths) {
@@ -76,21 +85,27 @@ void Workspace::makeTrash(const std::string& trash) {
     static_cast<void>(native::makeTrash(trash));
 }
 
-std::function<void()> Workspace::moveTrashed(const std::string& path, const std::string& place) {
-    return trash_.expect(path, place);
+Result<std::function<void()>> Workspace::moveTrashed(const std::string& path,
+                                                     const std::string& place) {
+    auto expected = trash_.expect(path, place);
+    if (!expected) {
+        return notTrashed(path::lastComponent(path), expected.error());
+    }
+    return *std::move(expected);
 }
 
 Result<std::vector<ItemInTrash>> Workspace::itemsInTrash(const std::string& trash) {
     trash_.tidyHome();
     auto items = native::itemsInTrash(trash);
     if (!items) {
-        return Unexpected(posixError(items.error(), "Trash", "read"));
+        return Unexpected(posixError(items.error(), translated(trashName), participle::read));
     }
     return *std::move(items);
 }
 
 Result<void> Workspace::putBack(const std::string& place, const std::string& path) {
-    return posixResult(putBackFromTrash(place, path), path::lastComponent(path), "put back");
+    return posixResult(putBackFromTrash(place, path), path::lastComponent(path),
+                       participle::putBack);
 }
 
 void Workspace::forgetTrashed(const std::string& place, const std::string& path) {
@@ -101,4 +116,4 @@ void Workspace::makeTrashDurable() {
     trash_.makeDurable();
 }
 
-} // namespace platform::native
+} // namespace qf::native

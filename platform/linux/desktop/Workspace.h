@@ -9,16 +9,16 @@
 
 #include <vector>
 
-namespace platform::native {
+namespace qf::native {
 
 /// The desktop on Linux: applications by a search of the Applications directories and by a
 /// registry, packages by their names and inner structure, volumes by the mount table, labels by
 /// extended attributes, and the freedesktop Trash.
-class Workspace : public platform::Workspace {
+class Workspace : public qf::Workspace {
 public:
     /// The arguments must outlive this.
-    Workspace(platform::UserAccount& account, platform::SearchPaths& searchPaths,
-              platform::PropertyLists& propertyLists)
+    Workspace(qf::UserAccount& account, qf::SearchPaths& searchPaths,
+              qf::PropertyLists& propertyLists)
         : account_(account), searchPaths_(searchPaths), propertyLists_(propertyLists),
           registry_(account, propertyLists) {}
 
@@ -49,7 +49,8 @@ public:
                                 const std::string& name) override;
     void prepareToRecycle(const std::string& trash, const std::vector<std::string>& paths) override;
     void makeTrash(const std::string& trash) override;
-    std::function<void()> moveTrashed(const std::string& path, const std::string& place) override;
+    Result<std::function<void()>> moveTrashed(const std::string& path,
+                                              const std::string& place) override;
     Result<std::vector<ItemInTrash>> itemsInTrash(const std::string& trash) override;
     Result<void> putBack(const std::string& place, const std::string& path) override;
     void forgetTrashed(const std::string& place, const std::string& path) override;
@@ -58,11 +59,11 @@ public:
 private:
     std::vector<std::string> applicationDirectories();
 
-    platform::UserAccount& account_;
-    platform::SearchPaths& searchPaths_;
-    platform::PropertyLists& propertyLists_;
+    qf::UserAccount& account_;
+    qf::SearchPaths& searchPaths_;
+    qf::PropertyLists& propertyLists_;
     ApplicationRegistry registry_;
     Trash trash_;
 };
 
-} // namespace platform::native
+} // namespace qf::native

@@ -12,7 +12,7 @@
 #include <optional>
 #include <utility>
 
-namespace platform::native {
+namespace qf::native {
 
 namespace {
 
@@ -103,4 +103,4 @@ void WritableDirectory::restoreRecorded(const FileDescriptor& record, int destin
     }
 }
 
-} // namespace platform::native
+} // namespace qf::native

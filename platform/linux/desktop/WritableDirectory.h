@@ -7,7 +7,7 @@
 
 #include <string>
 
-namespace platform::native {
+namespace qf::native {
 
 /// A directory of the user's own without write permission, which has it for the moment of a rename:
 /// the kernel demands it to give a directory another parent. A record on disk lets another process
@@ -36,4 +36,4 @@ private:
     mode_t mode_;
 };
 
-} // namespace platform::native
+} // namespace qf::native

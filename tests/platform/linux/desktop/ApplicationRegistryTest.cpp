@@ -1,6 +1,8 @@
 #include "platform/linux/desktop/ApplicationRegistry.h"
 
 #include "platform/linux/plist/PropertyLists.h"
+#include "tests/support/CasePath.h"
+#include "tests/support/NamedCase.h"
 #include "tests/support/PortDoubles.h"
 #include "tests/support/ScopedEnvironment.h"
 #include "tests/support/TemporaryDirectory.h"
@@ -13,7 +15,7 @@
 #include <thread>
 
 namespace fs = std::filesystem;
-using platform::Value;
+using qf::Value;
 
 namespace {
 
@@ -54,8 +56,8 @@ protected:
 
     TemporaryDirectory directory;
     FakeAccount account;
-    platform::native::PropertyLists propertyLists;
-    platform::native::ApplicationRegistry registry{account, propertyLists};
+    qf::native::PropertyLists propertyLists;
+    qf::native::ApplicationRegistry registry{account, propertyLists};
     ScopedEnvironment dataHome{"XDG_DATA_HOME", std::nullopt};
     ScopedEnvironment dataDirectories{"XDG_DATA_DIRS", directory / "data"};
 };
@@ -114,37 +116,52 @@ TEST_F(Registry, DropsWhatIsGone) {
               Value(Value::Dictionary{{"com.quillfen.there", Value::Array{there}}}));
 }
 
-TEST_F(Registry, TakesPathsOfAnyBytes) {
-    for (const std::string name : {"\xFF\xFE.app", "line\nend.app", "Ünï & <b>.app"}) {
-        const auto bundle = makeBundle(name, "com.quillfen.Odd");
-        EXPECT_TRUE(registry.add(bundle));
-        EXPECT_EQ(registry.find("com.quillfen.Odd"), bundle);
-        fs::remove_all(bundle);
-    }
+class RegistryPath : public Registry, public testing::WithParamInterface<NamedText> {};
+
+TEST_P(RegistryPath, HasAnyBytes) {
+    const auto bundle = makeBundle(GetParam().value, "com.quillfen.Odd");
+    EXPECT_TRUE(registry.add(bundle));
+    EXPECT_EQ(registry.find("com.quillfen.Odd"), bundle);
 }
 
-TEST_F(Registry, RefusesWhatIsNoApplication) {
-    const auto file = directory.write("file.app");
-    const auto plain = directory.makeDirectory("folder");
-    for (const auto& path : {file, plain, directory / "missing.app", std::string("relative.app"),
-                             std::string(), makeBundle("A.app", "a") + std::string("\0x", 2)}) {
-        EXPECT_EQ(registry.add(path).error(), platform::kLSApplicationNotFoundErr);
-    }
+INSTANTIATE_TEST_SUITE_P(All, RegistryPath,
+                         testing::Values(NamedText{{"NoText"}, "\xFF\xFE.app"},
+                                         NamedText{{"Lines"}, "line\nend.app"},
+                                         NamedText{{"Markup"}, "Ünï & <b>.app"}),
+                         nameOfCase);
+
+class RegistryStranger : public Registry, public testing::WithParamInterface<NamedText> {};
+
+TEST_P(RegistryStranger, IsNoApplication) {
+    directory.write("file.app");
+    directory.makeDirectory("folder");
+    makeBundle("A.app", "a");
+    EXPECT_EQ(registry.add(casePath(directory, GetParam().value)).error(),
+              qf::kLSApplicationNotFoundErr);
     EXPECT_FALSE(fs::exists(registryFile()));
 }
 
+INSTANTIATE_TEST_SUITE_P(All, RegistryStranger,
+                         testing::Values(NamedText{{"File"}, "DIR/file.app"},
+                                         NamedText{{"Directory"}, "DIR/folder"},
+                                         NamedText{{"Missing"}, "DIR/missing.app"},
+                                         NamedText{{"Relative"}, "relative.app"},
+                                         NamedText{{"Empty"}, ""},
+                                         NamedText{{"ZeroByte"}, std::string("DIR/A.app\0x", 11)}),
+                         nameOfCase);
+
 TEST_F(Registry, RefusesABundleWithoutIdentifier) {
-    EXPECT_EQ(registry.add(directory.makeDirectory("Empty.app")).error(), platform::kLSDataErr);
-    EXPECT_EQ(registry.add(makeBundle("A.app", "")).error(), platform::kLSDataErr);
-    EXPECT_EQ(registry.add(makeBundle("B.app", 5)).error(), platform::kLSDataErr);
+    EXPECT_EQ(registry.add(directory.makeDirectory("Empty.app")).error(), qf::kLSDataErr);
+    EXPECT_EQ(registry.add(makeBundle("A.app", "")).error(), qf::kLSDataErr);
+    EXPECT_EQ(registry.add(makeBundle("B.app", 5)).error(), qf::kLSDataErr);
     directory.write("C.app/Contents/Info.plist", "garbage");
-    EXPECT_EQ(registry.add(directory / "C.app").error(), platform::kLSDataErr);
+    EXPECT_EQ(registry.add(directory / "C.app").error(), qf::kLSDataErr);
 }
 
 TEST_F(Registry, ThatCannotBeWrittenIsAnError) {
     directory.write("home/.local/share/quillfen", "a file");
     const auto bundle = makeBundle("A.app", "com.quillfen.A");
-    EXPECT_EQ(registry.add(bundle).error(), platform::kLSUnknownErr);
+    EXPECT_EQ(registry.add(bundle).error(), qf::kLSUnknownErr);
 }
 
 TEST_F(Registry, ThatIsDamagedIsReplaced) {
@@ -218,32 +235,43 @@ TEST_F(Registry, MakesALauncherEntryWhereADesktopIsInstalled) {
     EXPECT_EQ(entries().size(), 1U);
 }
 
-TEST_F(Registry, MakesNoEntryWhoseNameWouldLeadElsewhere) {
+class RegistryIdentifier : public Registry, public testing::WithParamInterface<NamedText> {};
+
+TEST_P(RegistryIdentifier, NamesNoEntryThatWouldLeadElsewhere) {
     installDesktop();
-    const std::vector<std::string> identifiers = {
-        "../../evil", "a/b", "a b", "ü", "a\"b", "a;b", std::string(201, 'a'), "a%f"};
-    int number = 0;
-    for (const auto& identifier : identifiers) {
-        const auto bundle = makeBundle(std::to_string(++number) + ".app", identifier);
-        EXPECT_TRUE(registry.add(bundle)) << identifier;
-        EXPECT_EQ(registry.find(identifier), bundle);
-    }
+    const auto bundle = makeBundle("A.app", GetParam().value);
+    EXPECT_TRUE(registry.add(bundle));
+    EXPECT_EQ(registry.find(GetParam().value), bundle);
     EXPECT_EQ(entries(), std::vector<std::string>{});
 }
 
-TEST_F(Registry, MakesNoEntryForAPathThatItCannotExpress) {
+INSTANTIATE_TEST_SUITE_P(
+    All, RegistryIdentifier,
+    testing::Values(NamedText{{"UpTheTree"}, "../../evil"}, NamedText{{"Slash"}, "a/b"},
+                    NamedText{{"Space"}, "a b"}, NamedText{{"OtherLetter"}, "ü"},
+                    NamedText{{"Quote"}, "a\"b"}, NamedText{{"Semicolon"}, "a;b"},
+                    NamedText{{"TooLong"}, std::string(201, 'a')}, NamedText{{"Percent"}, "a%f"}),
+    nameOfCase);
+
+class RegistryEntry : public Registry, public testing::WithParamInterface<NamedText> {};
+
+TEST_P(RegistryEntry, IsNotMadeForAPathThatItCannotExpress) {
     installDesktop();
-    for (const std::string name :
-         {"\xFF.app", "a\nExec=evil\n.app", "50%.app", "%f.app", "a=b.app"}) {
-        const auto bundle = makeBundle(name, "com.quillfen.A");
-        EXPECT_TRUE(registry.add(bundle));
-    }
+    EXPECT_TRUE(registry.add(makeBundle(GetParam().value, "com.quillfen.A")));
     EXPECT_EQ(entries(), std::vector<std::string>{});
 }
+
+INSTANTIATE_TEST_SUITE_P(All, RegistryEntry,
+                         testing::Values(NamedText{{"NoText"}, "\xFF.app"},
+                                         NamedText{{"Lines"}, "a\nExec=evil\n.app"},
+                                         NamedText{{"Percent"}, "50%.app"},
+                                         NamedText{{"FieldCode"}, "%f.app"},
+                                         NamedText{{"EqualsSign"}, "a=b.app"}),
+                         nameOfCase);
 
 TEST_F(Registry, AnEntryThatCannotBeWrittenIsAnError) {
     installDesktop();
     directory.write("home/.local/share/applications", "a file");
     const auto bundle = makeBundle("A.app", "com.quillfen.A");
-    EXPECT_EQ(registry.add(bundle).error(), platform::kLSUnknownErr);
+    EXPECT_EQ(registry.add(bundle).error(), qf::kLSUnknownErr);
 }

@@ -1,6 +1,7 @@
 #include "platform/linux/desktop/Bundles.h"
 
 #include "platform/linux/plist/PropertyLists.h"
+#include "tests/support/NamedCase.h"
 #include "tests/support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
@@ -9,10 +10,10 @@
 
 #include <filesystem>
 
-using platform::native::bundleIdentifier;
-using platform::native::bundleInformation;
-using platform::native::findBundle;
-using platform::native::isPackage;
+using qf::native::bundleIdentifier;
+using qf::native::bundleInformation;
+using qf::native::findBundle;
+using qf::native::isPackage;
 
 namespace {
 
@@ -37,7 +38,7 @@ protected:
     }
 
     TemporaryDirectory directory;
-    platform::native::PropertyLists propertyLists;
+    qf::native::PropertyLists propertyLists;
 };
 
 } // namespace
@@ -112,19 +113,31 @@ TEST_F(Bundles, WithBrokenInformationDoNotHideTheOthers) {
     EXPECT_EQ(find("com.quillfen.Dunmarl"), bundle);
 }
 
-TEST_F(Bundles, AreNoneWhereThereIsNoDirectory) {
+TEST_F(Bundles, AreNotFoundWithoutADirectory) {
     EXPECT_EQ(find("com.quillfen.Dunmarl"), std::nullopt);
 }
 
-TEST_F(Bundles, AreShownAsOneItem) {
-    for (const auto* name :
-         {"A.app", "B.BUNDLE", "C.framework", "D.plugin", "E.kext", "F.pkg", "G.mpkg", "H.prefPane",
-          "I.qlgenerator", "J.mdimporter", "K.component", "L.rtfd"}) {
-        EXPECT_TRUE(isPackage(directory.makeDirectory(name))) << name;
-    }
+TEST_F(Bundles, AreShownAsOneItemByTheirStructure) {
     directory.write("by structure/Contents/Info.plist");
     EXPECT_TRUE(isPackage(directory / "by structure"));
 }
+
+class BundlesByName : public Bundles, public testing::WithParamInterface<NamedText> {};
+
+TEST_P(BundlesByName, AreShownAsOneItem) {
+    EXPECT_TRUE(isPackage(directory.makeDirectory(GetParam().value)));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    All, BundlesByName,
+    testing::Values(NamedText{{"Application"}, "A.app"}, NamedText{{"Bundle"}, "B.BUNDLE"},
+                    NamedText{{"Framework"}, "C.framework"}, NamedText{{"Plugin"}, "D.plugin"},
+                    NamedText{{"KernelExtension"}, "E.kext"}, NamedText{{"Package"}, "F.pkg"},
+                    NamedText{{"Packages"}, "G.mpkg"}, NamedText{{"PreferencePane"}, "H.prefPane"},
+                    NamedText{{"QuickLook"}, "I.qlgenerator"},
+                    NamedText{{"Importer"}, "J.mdimporter"},
+                    NamedText{{"Component"}, "K.component"}, NamedText{{"Document"}, "L.rtfd"}),
+    nameOfCase);
 
 TEST_F(Bundles, AreShownAsOneItemThroughALink) {
     directory.makeDirectory("A.app");
@@ -147,8 +160,7 @@ TEST_F(Bundles, AreNotWhatOnlyHasTheName) {
 TEST_F(Bundles, TellWhatTheyAre) {
     const auto bundle = install("A.app", "com.quillfen.Dunmarl");
 
-    EXPECT_EQ(bundleInformation(bundle, propertyLists)["CFBundleExecutable"],
-              platform::Value("Tool"));
+    EXPECT_EQ(bundleInformation(bundle, propertyLists)["CFBundleExecutable"], qf::Value("Tool"));
     EXPECT_EQ(bundleIdentifier(bundle, propertyLists), "com.quillfen.Dunmarl");
     EXPECT_EQ(bundleIdentifier(directory / "missing.app", propertyLists), "");
 }

@@ -1,6 +1,7 @@
 #include "platform/linux/desktop/ChangeNotice.h"
 
 #include "tests/platform/linux/SessionBus.h"
+#include "tests/support/NamedCase.h"
 #include "tests/support/ScopedEnvironment.h"
 #include "tests/support/TemporaryDirectory.h"
 
@@ -16,7 +17,7 @@
 #include "platform/linux/posix/FileDescriptor.h"
 #include "platform/linux/system/GLibOwners.h"
 
-using platform::native::announceChange;
+using qf::native::announceChange;
 
 namespace {
 
@@ -60,7 +61,7 @@ private:
     static void heard(GDBusConnection* /*connection*/, const char* /*sender*/, const char* /*path*/,
                       const char* /*interface*/, const char* name, GVariant* arguments,
                       void* self) {
-        const platform::native::OwnedText text(g_variant_print(arguments, FALSE));
+        const qf::native::OwnedText text(g_variant_print(arguments, FALSE));
         static_cast<Listener*>(self)->signals_.push_back(std::string(name) + text.get());
     }
 
@@ -98,7 +99,7 @@ public:
     }
 
 private:
-    platform::native::FileDescriptor socket_;
+    qf::native::FileDescriptor socket_;
 };
 
 } // namespace
@@ -135,19 +136,30 @@ TEST_F(ChangeNotice, NamesAnyItemAtAll) {
 }
 
 TEST_F(ChangeNotice, OfWhatDoesNotExistIsAnError) {
-    EXPECT_EQ(announceChange(directory / "missing").error(), platform::fnfErr);
-    EXPECT_EQ(announceChange("relative").error(), platform::fnfErr);
-    EXPECT_EQ(announceChange("").error(), platform::fnfErr);
+    EXPECT_EQ(announceChange(directory / "missing").error(), qf::fnfErr);
+    EXPECT_EQ(announceChange("relative").error(), qf::fnfErr);
+    EXPECT_EQ(announceChange("").error(), qf::fnfErr);
 }
 
-TEST_F(ChangeNotice, WithoutASessionIsAnError) {
-    for (const auto& value : {std::optional<std::string>(), std::optional<std::string>(""),
-                              std::optional("unix:path=" + directory.path() + "/none"),
-                              std::optional<std::string>("nonsense")}) {
-        const ScopedEnvironment address("DBUS_SESSION_BUS_ADDRESS", value);
-        EXPECT_EQ(announceChange(file).error(), platform::procNotFound) << value.value_or("none");
-    }
+/// A value of the variable that names the session's bus.
+struct SessionAddress : NamedCase {
+    std::optional<std::string> value;
+};
+
+class ChangeNoticeWithoutSession : public ChangeNotice,
+                                   public testing::WithParamInterface<SessionAddress> {};
+
+TEST_P(ChangeNoticeWithoutSession, IsAnError) {
+    const ScopedEnvironment address("DBUS_SESSION_BUS_ADDRESS", GetParam().value);
+    EXPECT_EQ(announceChange(file).error(), qf::procNotFound);
 }
+
+INSTANTIATE_TEST_SUITE_P(
+    All, ChangeNoticeWithoutSession,
+    testing::Values(SessionAddress{{"Unset"}, std::nullopt}, SessionAddress{{"Empty"}, ""},
+                    SessionAddress{{"MissingSocket"}, "unix:path=/nowhere/bus"},
+                    SessionAddress{{"Nonsense"}, "nonsense"}),
+    nameOfCase);
 
 TEST_F(ChangeNotice, FindsTheBusInTheSessionsDirectory) {
     const SessionBus bus;
@@ -166,7 +178,7 @@ TEST_F(ChangeNotice, DoesNotWaitForABusThatIsSilent) {
     const SilentBus bus(directory / "socket");
     const ScopedEnvironment address("DBUS_SESSION_BUS_ADDRESS",
                                     "unix:path=" + (directory / "socket"));
-    EXPECT_EQ(announceChange(file).error(), platform::errAETimeout);
+    EXPECT_EQ(announceChange(file).error(), qf::errAETimeout);
 }
 
 TEST_F(ChangeNotice, OutlivesABusThatEnds) {
@@ -178,5 +190,5 @@ TEST_F(ChangeNotice, OutlivesABusThatEnds) {
         EXPECT_TRUE(announceChange(file));
     }
     const ScopedEnvironment address("DBUS_SESSION_BUS_ADDRESS", former);
-    EXPECT_EQ(announceChange(file).error(), platform::procNotFound);
+    EXPECT_EQ(announceChange(file).error(), qf::procNotFound);
 }

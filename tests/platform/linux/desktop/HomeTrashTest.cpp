@@ -1,6 +1,8 @@
 #include "platform/linux/desktop/HomeTrash.h"
 
 #include "tests/platform/linux/RunChild.h"
+#include "tests/support/CasePath.h"
+#include "tests/support/NamedCase.h"
 #include "tests/support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
@@ -65,18 +67,24 @@ TEST_F(HomeTrashTest, KeepsALinkThatLeadsThereAnotherWay) {
     EXPECT_EQ(target(), detour);
 }
 
-TEST_F(HomeTrashTest, LeavesALinkOfTheUsersOwn) {
-    for (const std::string& own : {std::string("elsewhere/files"), home_ / "other/Trash/files",
-                                   std::string("other/Trash/./files")}) {
-        ASSERT_EQ(::symlink(own.c_str(), link_.c_str()), 0);
+class HomeTrashLinkTest : public HomeTrashTest, public testing::WithParamInterface<NamedText> {};
 
-        ASSERT_EQ(makeTrash(), 0);
+TEST_P(HomeTrashLinkTest, OfTheUsersOwnIsLeft) {
+    const auto own = casePath(home_, GetParam().value);
+    ASSERT_EQ(::symlink(own.c_str(), link_.c_str()), 0);
 
-        EXPECT_EQ(target(), own);
-        EXPECT_FALSE(exists(home_ / ".local"));
-        fs::remove(link_);
-    }
+    ASSERT_EQ(makeTrash(), 0);
+
+    EXPECT_EQ(target(), own);
+    EXPECT_FALSE(exists(home_ / ".local"));
 }
+
+INSTANTIATE_TEST_SUITE_P(All, HomeTrashLinkTest,
+                         testing::Values(NamedText{{"Elsewhere"}, "elsewhere/files"},
+                                         NamedText{{"InAnotherTrash"}, "DIR/other/Trash/files"},
+                                         NamedText{{"RelativeInAnotherTrash"},
+                                                   "other/Trash/./files"}),
+                         nameOfCase);
 
 TEST_F(HomeTrashTest, IsMadeWhereALinkOfTheUsersOwnLeads) {
     const auto files = home_ / ".local/share/Trash/files";

@@ -1,5 +1,6 @@
 #include "platform/linux/desktop/Labels.h"
 
+#include "tests/support/NamedCase.h"
 #include "tests/support/RunCommand.h"
 #include "tests/support/TemporaryDirectory.h"
 
@@ -13,8 +14,8 @@
 #include <cstring>
 #include <filesystem>
 
-using platform::native::readLabel;
-using platform::native::writeLabel;
+using qf::native::readLabel;
+using qf::native::writeLabel;
 
 namespace {
 
@@ -41,15 +42,22 @@ protected:
 
 } // namespace
 
-TEST_F(Labels, EveryLabelReadsAsItWasWritten) {
-    for (const auto& path : {file, directory.makeDirectory("a folder")}) {
-        EXPECT_EQ(readLabel(path), 0);
-        for (int label = 0; label <= 7; ++label) {
-            EXPECT_TRUE(writeLabel(path, label)) << label;
-            EXPECT_EQ(readLabel(path), label);
-        }
+class EveryLabel : public Labels, public testing::WithParamInterface<NamedText> {};
+
+TEST_P(EveryLabel, ReadsAsItWasWritten) {
+    directory.makeDirectory("a folder");
+    const auto path = directory / GetParam().value;
+    EXPECT_EQ(readLabel(path), 0);
+    for (int label = 0; label <= 7; ++label) {
+        EXPECT_TRUE(writeLabel(path, label)) << label;
+        EXPECT_EQ(readLabel(path), label);
     }
 }
+
+INSTANTIATE_TEST_SUITE_P(All, EveryLabel,
+                         testing::Values(NamedText{{"OfAFile"}, "file"},
+                                         NamedText{{"OfADirectory"}, "a folder"}),
+                         nameOfCase);
 
 TEST_F(Labels, StandInBitsOneToThreeOfTheFlags) {
     for (int label = 1; label <= 7; ++label) {

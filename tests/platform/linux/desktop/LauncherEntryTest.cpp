@@ -10,9 +10,9 @@
 
 #include <filesystem>
 
-using platform::Value;
-using platform::native::hasDesktop;
-using platform::native::launcherEntry;
+using qf::Value;
+using qf::native::hasDesktop;
+using qf::native::launcherEntry;
 
 namespace {
 
@@ -78,33 +78,63 @@ INSTANTIATE_TEST_SUITE_P(
                                    R"(one\\x0Atwo\\three)"}),
     nameOfCase);
 
-TEST_F(LauncherEntryTest, IsNotMadeWhereItsFileNameWouldLeadElsewhere) {
-    const auto bundle = makeBundle("A.app");
-    for (const std::string& identifier :
-         {std::string(), std::string("../../evil"), std::string("a/b"), std::string("a b"),
-          std::string("ü"), std::string("a\"b"), std::string("a;b"), std::string("a%f"),
-          std::string(201, 'a')}) {
-        EXPECT_FALSE(launcherEntry(bundle, information(identifier))) << identifier;
-    }
-    EXPECT_TRUE(launcherEntry(bundle, information(std::string(200, 'a'))));
+class LauncherEntryIdentifierTest : public LauncherEntryTest,
+                                    public testing::WithParamInterface<NamedText> {};
+
+TEST_P(LauncherEntryIdentifierTest, MakesNoFileName) {
+    EXPECT_FALSE(launcherEntry(makeBundle("A.app"), information(GetParam().value)));
 }
 
-TEST_F(LauncherEntryTest, IsNotMadeForAProgramOutsideTheBundle) {
+INSTANTIATE_TEST_SUITE_P(
+    All, LauncherEntryIdentifierTest,
+    testing::Values(NamedText{{"Empty"}, ""}, NamedText{{"UpTheTree"}, "../../evil"},
+                    NamedText{{"Slash"}, "a/b"}, NamedText{{"Space"}, "a b"},
+                    NamedText{{"OtherLetter"}, "ü"}, NamedText{{"Quote"}, "a\"b"},
+                    NamedText{{"Semicolon"}, "a;b"}, NamedText{{"Percent"}, "a%f"},
+                    NamedText{{"TooLong"}, std::string(201, 'a')}),
+    nameOfCase);
+
+TEST_F(LauncherEntryTest, IsMadeForTheLongestIdentifier) {
+    EXPECT_TRUE(launcherEntry(makeBundle("A.app"), information(std::string(200, 'a'))));
+}
+
+class LauncherEntryProgramTest : public LauncherEntryTest,
+                                 public testing::WithParamInterface<NamedValue<Value>> {};
+
+TEST_P(LauncherEntryProgramTest, DoesNotBelongToTheBundle) {
     const auto bundle = makeBundle("A.app");
     directory_.write("A.app/Contents/MacOS/plain", "no program");
     std::filesystem::create_symlink("/bin/sh", bundle + "/Contents/MacOS/link");
-    for (const Value& program :
-         {Value("../../../bin/sh"), Value("/bin/sh"), Value(".."), Value("."), Value(""), Value(),
-          Value("missing"), Value("link"), Value("plain"), Value(5)}) {
-        EXPECT_FALSE(launcherEntry(bundle, information("com.quillfen.A", program)));
-    }
+    EXPECT_FALSE(launcherEntry(bundle, information("com.quillfen.A", GetParam().value)));
 }
 
-TEST_F(LauncherEntryTest, IsNotMadeForAPathThatItCannotExpress) {
-    for (const auto* name : {"\xFF.app", "a\nExec=evil\n.app", "50%.app", "%f.app", "a=b.app"}) {
-        EXPECT_FALSE(launcherEntry(makeBundle(name), information())) << name;
-    }
+INSTANTIATE_TEST_SUITE_P(All, LauncherEntryProgramTest,
+                         testing::Values(NamedValue<Value>{{"UpTheTree"}, "../../../bin/sh"},
+                                         NamedValue<Value>{{"Absolute"}, "/bin/sh"},
+                                         NamedValue<Value>{{"DirectoryAround"}, ".."},
+                                         NamedValue<Value>{{"Directory"}, "."},
+                                         NamedValue<Value>{{"Empty"}, ""},
+                                         NamedValue<Value>{{"None"}, Value()},
+                                         NamedValue<Value>{{"Missing"}, "missing"},
+                                         NamedValue<Value>{{"Link"}, "link"},
+                                         NamedValue<Value>{{"NotExecutable"}, "plain"},
+                                         NamedValue<Value>{{"Number"}, 5}),
+                         nameOfCase);
+
+class LauncherEntryBundleTest : public LauncherEntryTest,
+                                public testing::WithParamInterface<NamedText> {};
+
+TEST_P(LauncherEntryBundleTest, HasAPathThatNoEntryCanExpress) {
+    EXPECT_FALSE(launcherEntry(makeBundle(GetParam().value), information()));
 }
+
+INSTANTIATE_TEST_SUITE_P(All, LauncherEntryBundleTest,
+                         testing::Values(NamedText{{"NoText"}, "\xFF.app"},
+                                         NamedText{{"Lines"}, "a\nExec=evil\n.app"},
+                                         NamedText{{"Percent"}, "50%.app"},
+                                         NamedText{{"FieldCode"}, "%f.app"},
+                                         NamedText{{"EqualsSign"}, "a=b.app"}),
+                         nameOfCase);
 
 TEST_F(LauncherEntryTest, QuotesWhatHasAMeaningInACommandLine) {
     const std::string name = R"(a"b$c`d\e)";
@@ -119,35 +149,55 @@ TEST_F(LauncherEntryTest, QuotesWhatHasAMeaningInACommandLine) {
         << entry->content;
 }
 
-TEST_F(LauncherEntryTest, StartsTheProgramWhateverItsPathIs) {
+class LauncherEntryPathTest : public LauncherEntryTest,
+                              public testing::WithParamInterface<NamedText> {};
+
+TEST_P(LauncherEntryPathTest, LeadsToTheProgram) {
     ASSERT_EQ(::mkfifo((directory_ / "report").c_str(), 0600), 0);
-    for (const auto* name :
-         {"Tool.app", "a b.app", "\"; touch evil; \".app", "$HOME `id` \\ 'x' *.app"}) {
-        const auto bundle = makeBundle(name, "run $(me)");
-        const auto entry = launcherEntry(bundle, information("com.quillfen.A", "run $(me)"));
-        ASSERT_TRUE(entry);
+    const auto bundle = makeBundle(GetParam().value, "run $(me)");
+    const auto entry = launcherEntry(bundle, information("com.quillfen.A", "run $(me)"));
+    ASSERT_TRUE(entry);
 
-        const auto outcome =
-            run({"gio", "launch", directory_.write(entry->fileName, entry->content)},
-                {"QF_REPORT=" + (directory_ / "report"), "HOME=" + directory_.path()});
+    const auto outcome = run({"gio", "launch", directory_.write(entry->fileName, entry->content)},
+                             {"QF_REPORT=" + (directory_ / "report"), "HOME=" + directory_.path()});
 
-        ASSERT_EQ(outcome.status, 0) << outcome.output;
-        EXPECT_EQ(contentOf(directory_ / "report"), bundle + "/Contents/MacOS/run $(me)");
-    }
+    ASSERT_EQ(outcome.status, 0) << outcome.output;
+    EXPECT_EQ(contentOf(directory_ / "report"), bundle + "/Contents/MacOS/run $(me)");
 }
 
-TEST_F(LauncherEntryTest, IsForADesktopThatAPersonCanLogInTo) {
-    for (const auto* name : {"x/xsessions", "wayland/wayland-sessions", "none/applications"}) {
-        directory_.makeDirectory(name);
+INSTANTIATE_TEST_SUITE_P(All, LauncherEntryPathTest,
+                         testing::Values(NamedText{{"Plain"}, "Tool.app"},
+                                         NamedText{{"Space"}, "a b.app"},
+                                         NamedText{{"Command"}, "\"; touch evil; \".app"},
+                                         NamedText{{"Expansions"}, "$HOME `id` \\ 'x' *.app"}),
+                         nameOfCase);
+
+struct DataDirectories : NamedCase {
+    std::string directories; // "DIR" is the test's own
+    bool hasDesktop;
+};
+
+class DesktopTest : public testing::TestWithParam<DataDirectories> {};
+
+TEST_P(DesktopTest, IsOneThatAPersonCanLogInTo) {
+    const TemporaryDirectory directory;
+    directory.makeDirectory("x/xsessions");
+    directory.makeDirectory("wayland/wayland-sessions");
+    directory.makeDirectory("none/applications");
+    auto directories = GetParam().directories;
+    if (const auto at = directories.find("DIR"); at != std::string::npos) {
+        directories.replace(at, 3, directory.path());
     }
-    for (const auto& [directories, isDesktop] : std::vector<std::pair<std::string, bool>>{
-             {directory_ / "none", false},
-             {directory_ / "x", true},
-             {directory_ / "wayland", true},
-             {":/nowhere:" + (directory_ / "x") + ":", true}}) {
-        const ScopedEnvironment dataDirectories("XDG_DATA_DIRS", directories);
-        EXPECT_EQ(hasDesktop(), isDesktop) << directories;
-    }
+    const ScopedEnvironment environment("XDG_DATA_DIRS", directories);
+    EXPECT_EQ(hasDesktop(), GetParam().hasDesktop) << directories;
 }
+
+INSTANTIATE_TEST_SUITE_P(All, DesktopTest,
+                         testing::Values(DataDirectories{{"Without"}, "DIR/none", false},
+                                         DataDirectories{{"X"}, "DIR/x", true},
+                                         DataDirectories{{"Wayland"}, "DIR/wayland", true},
+                                         DataDirectories{
+                                             {"AmongOthers"}, ":/nowhere:DIR/x:", true}),
+                         nameOfCase);
 
 } // namespace

@@ -1,18 +1,32 @@
 #include "platform/linux/desktop/MountTable.h"
 
 #include "tests/platform/linux/RunChild.h"
+#include "tests/support/ScopedLimit.h"
 #include "tests/support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
+
 namespace {
 
 TEST(MountTable, KnowsTheVolumesOfTheMachine) {
-    platform::native::MountTable table;
+    qf::native::MountTable table;
 
-    EXPECT_TRUE(table.hasMountIn("/proc"));
-    EXPECT_FALSE(table.hasMountIn("/pro"));
-    EXPECT_FALSE(table.hasMountIn(TemporaryDirectory().path()));
+    EXPECT_TRUE(table.hasMountIn("/proc").value());
+    EXPECT_FALSE(table.hasMountIn("/pro").value());
+    EXPECT_FALSE(table.hasMountIn(TemporaryDirectory().path()).value());
+    EXPECT_FALSE(table.hasMountOnLongPath().value());
+}
+
+TEST(MountTable, FailsWhileItCannotBeRead) {
+    qf::native::MountTable table;
+    {
+        const ScopedLimit<RLIMIT_NOFILE> limit(0);
+        EXPECT_TRUE(failedWith(table.hasMountIn("/proc"), EMFILE));
+        EXPECT_TRUE(failedWith(table.hasMountOnLongPath(), EMFILE));
+    }
+    EXPECT_TRUE(table.hasMountIn("/proc").value());
 }
 
 TEST(MountTable, NoticesWhatIsMountedAndUnmountedMeanwhile) {

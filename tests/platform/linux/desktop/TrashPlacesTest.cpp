@@ -2,26 +2,49 @@
 
 #include "tests/platform/linux/RunChild.h"
 #include "tests/platform/linux/desktop/TrashPairs.h"
+#include "tests/support/NamedCase.h"
 #include "tests/support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <cstdint>
 #include <filesystem>
 
 namespace fs = std::filesystem;
 
 namespace {
 
-/// A home, and another volume: an ext4 in a file, mounted while a command runs.
+using qf::native::Mover;
+using qf::native::trashinfoText;
+
+/// A kind of volume that Linux has on disks.
+struct DiskVolume : NamedCase {
+    const char* make; ///< The command that makes one in a file, which is its last argument.
+    std::uintmax_t size;
+};
+
+constexpr std::uintmax_t mebibyte = 1U << 20U;
+const DiskVolume ext4{{"Ext4"}, "mkfs.ext4 -q", 4 * mebibyte};
+const DiskVolume xfs{{"Xfs"}, "mkfs.xfs -q", 320 * mebibyte};
+const DiskVolume btrfs{{"Btrfs"}, "mkfs.btrfs -q", 128 * mebibyte};
+
+/// A home, and another volume: a file system in a file, mounted while a command runs.
 class TrashPlacesTest : public testing::Test {
 protected:
-    void SetUp() override {
-        if (const auto reason = whyNoImages(); !reason.empty()) {
-            GTEST_SKIP() << reason;
+    void SetUp() override { makeVolume(ext4); }
+
+    void makeVolume(const DiskVolume& kind) {
+        fs::resize_file(image_, kind.size);
+        const auto made = run({"sh", "-c", std::string(kind.make) + " \"$0\"", image_});
+        if (made.status != 0) {
+            GTEST_SKIP() << "the volume can’t be made: " << made.output;
         }
-        fs::resize_file(image_, 4U << 20U);
-        ASSERT_EQ(run({"mkfs.ext4", "-q", image_}).status, 0);
+        auto command = withImageOn(volume_, image_);
+        command.emplace_back("true");
+        if (const auto mounted = run(command); mounted.status != 0) {
+            GTEST_SKIP() << "the volume can’t be mounted: " << mounted.output;
+        }
     }
 
     /// Runs a shell script in the volume, as root; RECYCLE NAME trashes the item of this name in
@@ -43,12 +66,39 @@ protected:
     std::string image_ = home_.write("image");
 };
 
-TEST_F(TrashPlacesTest, TakesAnItemToTheTrashOfItsVolume) {
+/// Volumes of each kind.
+class TrashOfAVolume : public TrashPlacesTest, public testing::WithParamInterface<DiskVolume> {
+protected:
+    void SetUp() override { makeVolume(GetParam()); }
+};
+
+INSTANTIATE_TEST_SUITE_P(Kinds, TrashOfAVolume, testing::Values(ext4, xfs, btrfs), nameOfCase);
+
+TEST_P(TrashOfAVolume, TakesAnItemThatIsThere) {
     EXPECT_EQ(onVolume("mkdir -p items/sub; echo whole >'items/a b.txt'; RECYCLE 'a b.txt'; cat " +
                        trash_ + "/files/*; head -2 " + trash_ + "/info/*; stat -c %a " + trash_ +
                        " " + trash_ + "/files " + trash_ + "/info"),
               "ok\nwhole\n[Trash Info]\nPath=items/a%20b.txt\n700\n700\n700\n");
     EXPECT_EQ(namesIn(home_ / ".local/share/Trash/files"), std::vector<std::string>());
+}
+
+TEST_F(TrashPlacesTest, TakesBackWhatKilledProcessesLeftThere) {
+    const auto claim = home_.write("claim", trashinfoText("items/killed", Mover::self));
+    EXPECT_EQ(onVolume("mkdir -p items; echo >items/a; mkdir -m 700 " + trash_ + "; cd " + trash_ +
+                       "; mkdir -m 700 files info; cp \"" + claim +
+                       "\" info/killed.trashinfo; echo part >files/.qf-0123456789abcdef-1; "
+                       "RECYCLE a; ls -A files info"),
+              "ok\nfiles:\na\n\ninfo:\na.trashinfo\n");
+}
+
+TEST_F(TrashPlacesTest, IsEmptiedByOtherTools) {
+    if (run({"trash-empty", "--version"}).status != 0) {
+        GTEST_SKIP() << "trash-cli is not installed";
+    }
+    EXPECT_EQ(onVolume("mkdir -p items/folder; echo >items/a; RECYCLE a folder; trash-empty "
+                       "--trash-dir \"$PWD/" +
+                       trash_ + "\"; ls -A " + trash_ + "/files " + trash_ + "/info"),
+              "ok\n" + trash_ + "/files:\n\n" + trash_ + "/info:\n");
 }
 
 TEST_F(TrashPlacesTest, TellsWhereTheItemIs) {
@@ -112,7 +162,7 @@ TEST_F(TrashPlacesTest, TakesNothingOnAFullVolume) {
 }
 
 // A copy of the volume's medium while it is mounted is what a power cut leaves.
-TEST_F(TrashPlacesTest, LeavesNoItemWithoutItsTrashinfoAfterAPowerCut) {
+TEST_P(TrashOfAVolume, HasNoItemWithoutItsTrashinfoAfterAPowerCut) {
     const auto cut = home_ / "cut";
     onVolume("mkdir items; sync");
     EXPECT_EQ(onVolume("for i in 1 2 3 4 5; do echo whole >items/$i; done; sync; "

@@ -7,11 +7,11 @@
 
 namespace {
 
-using platform::native::freeNumber;
-using platform::native::moverIn;
-using platform::native::nameInTrash;
-using platform::native::trashinfoText;
-using Mover = platform::native::Mover;
+using qf::native::freeNumber;
+using qf::native::moverIn;
+using qf::native::nameInTrash;
+using qf::native::trashinfoText;
+using Mover = qf::native::Mover;
 
 TEST(Trashinfo, RecordsThePathWithEveryByteThatIsNoPlainCharacterEncoded) {
     const auto text = trashinfoText("/a b/50%\n\xFF=é", Mover::self);
@@ -38,9 +38,8 @@ TEST(Trashinfo, RecordsTheLocalTime) {
 }
 
 TEST(Trashinfo, RecordsWhoMovesTheItem) {
-    for (const auto mover : {Mover::self, Mover::administrator}) {
-        EXPECT_EQ(moverIn(trashinfoText("/a", mover)).value(), mover);
-    }
+    EXPECT_EQ(moverIn(trashinfoText("/a", Mover::self)).value(), Mover::self);
+    EXPECT_EQ(moverIn(trashinfoText("/a", Mover::administrator)).value(), Mover::administrator);
     EXPECT_TRUE(
         failedWith(moverIn("[Trash Info]\nPath=/a\nDeletionDate=2001-02-03T04:05:06\n"), ENOENT));
     EXPECT_TRUE(failedWith(moverIn(""), ENOENT));
@@ -56,17 +55,21 @@ TEST(Trashinfo, LeavesRoomForItsNameBesideTheItems) {
     EXPECT_EQ(nameInTrash(std::string(244, 'x') + "€", 1), std::string(244, 'x'));
 }
 
-TEST(Trashinfo, FindsAFreeNumberWithFewQuestions) {
-    for (const int taken : {0, 1, 2, 3, 100, 10000}) {
-        int questions = 0;
-        const int found = freeNumber(1, [&](int number) {
-            ++questions;
-            return number <= taken;
-        });
-        EXPECT_EQ(found, taken + 1);
-        EXPECT_LE(questions, 30);
-    }
+class FreeNumber : public testing::TestWithParam<int> {};
+
+TEST_P(FreeNumber, IsFoundWithFewQuestions) {
+    const int taken = GetParam();
+    int questions = 0;
+    const int found = freeNumber(1, [&](int number) {
+        ++questions;
+        return number <= taken;
+    });
+    EXPECT_EQ(found, taken + 1);
+    EXPECT_LE(questions, 30);
 }
+
+INSTANTIATE_TEST_SUITE_P(AfterTaken, FreeNumber, testing::Values(0, 1, 2, 3, 100, 10000),
+                         testing::PrintToStringParamName());
 
 TEST(Trashinfo, FindsAFreeNumberAmongGaps) {
     const auto isTaken = [](int number) { return number % 3 != 0 && number < 50; };

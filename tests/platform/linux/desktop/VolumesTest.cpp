@@ -106,7 +106,7 @@ TEST_F(Volumes, OnADeviceAreListed) {
 }
 
 TEST(VolumesHere, HaveTheRootWithItsDevice) {
-    const auto volumes = platform::native::mountedLocalVolumes();
+    const auto volumes = qf::native::mountedLocalVolumes();
     struct stat status {};
     ASSERT_EQ(::stat("/", &status), 0);
     const auto root = std::find_if(volumes.begin(), volumes.end(),

@@ -18,7 +18,7 @@ class WorkspaceTest : public testing::Test {
 protected:
     WorkspaceTest() {
         account_.home = home_.path();
-        searchPaths_.lists[{platform::DirectoryKind::application, platform::DomainMask::local}] = {
+        searchPaths_.lists[{qf::DirectoryKind::application, qf::DomainMask::local}] = {
             machine_ / "Applications"};
     }
 
@@ -36,15 +36,15 @@ protected:
     TemporaryDirectory home_;
     TemporaryDirectory machine_;
     RecordingConsole console_;
-    const platform::ScopedService<platform::Console> installed_{console_};
+    const qf::ScopedService<qf::Console> installed_{console_};
 
 private:
     FakeAccount account_;
     FakeSearchPaths searchPaths_;
-    platform::native::PropertyLists propertyLists_;
+    qf::native::PropertyLists propertyLists_;
 
 protected:
-    platform::native::Workspace workspace_{account_, searchPaths_, propertyLists_};
+    qf::native::Workspace workspace_{account_, searchPaths_, propertyLists_};
 };
 
 TEST_F(WorkspaceTest, FindsTheUsersApplicationsBeforeTheMachines) {
