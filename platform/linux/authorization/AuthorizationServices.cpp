@@ -6,7 +6,7 @@
 #include <string_view>
 #include <utility>
 
-namespace platform::native {
+namespace qf::native {
 
 namespace {
 
@@ -117,4 +117,4 @@ AuthorizationResult<std::unique_ptr<std::istream>> AuthorizationServices::execut
     return (*held)->start(resolveTool(toolPath), arguments, content);
 }
 
-} // namespace platform::native
+} // namespace qf::native

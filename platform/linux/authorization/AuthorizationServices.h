@@ -9,7 +9,7 @@
 #include <mutex>
 #include <optional>
 
-namespace platform::native {
+namespace qf::native {
 
 /// The administrator's right through polkit. A handle that has the right has a connection to a
 /// helper that pkexec has started as the superuser; the right lasts as long as the connection.
@@ -27,7 +27,7 @@ namespace platform::native {
 /// program's own was answered with wrong passwords; errAuthorizationInternal without
 /// polkit, pkexec or helper, and for a tool when the helper has gone, after which the right may be
 /// asked for again; errAuthorizationToolExecuteFailure when the helper refuses to start a tool.
-class AuthorizationServices : public platform::AuthorizationServices {
+class AuthorizationServices : public qf::AuthorizationServices {
 public:
     AuthorizationServices() : AuthorizationServices(HelperPaths::installed()) {}
     explicit AuthorizationServices(HelperPaths paths, Asking asking = Asking::always)
@@ -63,4 +63,4 @@ private:
     bool inheritedIsTaken_ = false;
 };
 
-} // namespace platform::native
+} // namespace qf::native

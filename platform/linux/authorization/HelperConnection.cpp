@@ -10,7 +10,7 @@
 
 #include <cerrno>
 
-namespace platform::native {
+namespace qf::native {
 
 namespace {
 
@@ -89,4 +89,4 @@ std::optional<HelperConnection::Answer> HelperConnection::receive() {
     return isReply ? std::optional(std::move(answer)) : std::nullopt;
 }
 
-} // namespace platform::native
+} // namespace qf::native

@@ -14,7 +14,7 @@
 #include <string_view>
 #include <vector>
 
-namespace platform::native {
+namespace qf::native {
 
 /// The program's end of the connection to the privileged helper. Having one is the administrator's
 /// right; letting it go gives the right up, while the tools that were started go on.
@@ -57,4 +57,4 @@ private:
     std::chrono::milliseconds patience_;
 };
 
-} // namespace platform::native
+} // namespace qf::native

@@ -15,7 +15,7 @@
 #include <cstdlib>
 #include <string_view>
 
-namespace platform::native {
+namespace qf::native {
 
 namespace {
 
@@ -59,7 +59,7 @@ std::shared_ptr<Child> startPkexec(const HelperPaths& paths, const FileDescripto
                                          nullptr};
     std::string path = "PATH=/usr/sbin:/usr/bin:/sbin:/bin";
     const std::array<char*, 2> environment{path.data(), nullptr};
-    auto child = std::make_shared<Child>(std::vector<std::weak_ptr<platform::Pipe>>());
+    auto child = std::make_shared<Child>(std::vector<std::weak_ptr<qf::Pipe>>());
     pid_t identifier = 0;
     if (::posix_spawn(&identifier, paths.pkexec.c_str(), options.actions(), options.attributes(),
                       arguments.data(), environment.data()) != 0) {
@@ -81,17 +81,17 @@ AuthorizationStatus authorizationStatusOf(int exitStatus) {
 }
 
 StartedHelper start(const HelperPaths& paths) {
-    auto [ours, theirs] = makeSocketPair();
-    if (!theirs || ::access(paths.helper.c_str(), X_OK) != 0) {
+    SocketPair sockets = makeSocketPair();
+    if (!sockets.theirs || ::access(paths.helper.c_str(), X_OK) != 0) {
         return Unexpected(errAuthorizationInternal);
     }
     ChildReaper& reaper = ChildReaper::shared();
-    const auto child = startPkexec(paths, theirs);
-    theirs.reset();
+    const auto child = startPkexec(paths, sockets.theirs);
+    sockets.theirs.reset();
     if (!child) {
         return Unexpected(errAuthorizationInternal);
     }
-    auto connection = std::make_shared<HelperConnection>(std::move(ours));
+    auto connection = std::make_shared<HelperConnection>(std::move(sockets.ours));
     if (connection->handshake()) {
         reaper.watch(ChildReaper::placeFor(child));
         return connection;
@@ -124,14 +124,18 @@ int inheritedNumber() {
 
 } // namespace
 
-HelperPaths HelperPaths::installed(const std::optional<std::string>& name) {
-    return {"/usr/bin/pkexec", installationDirectory() + "/" + name.value_or("qf-helper")};
+HelperPaths HelperPaths::installed() {
+    return in(installationDirectory(), "qf-helper");
+}
+
+HelperPaths HelperPaths::in(const std::string& directory, const std::string& name) {
+    return {"/usr/bin/pkexec", directory + "/" + name};
 }
 
 StartedHelper startHelper(const HelperPaths& paths) {
     try {
         return start(paths);
-    } catch (const platform::Exception&) {
+    } catch (const qf::Exception&) {
         return Unexpected(errAuthorizationInternal);
     }
 }
@@ -149,4 +153,4 @@ StartedHelper inheritedHelper() {
     return connection;
 }
 
-} // namespace platform::native
+} // namespace qf::native

@@ -4,18 +4,20 @@
 #include "platform/linux/authorization/HelperConnection.h"
 
 #include <memory>
-#include <optional>
 #include <string>
 
-namespace platform::native {
+namespace qf::native {
 
 /// Where the programs lie that an administrator's right takes.
 struct HelperPaths {
     std::string pkexec;
     std::string helper;
 
-    /// The system's pkexec, and the installation's helper of this name, or else its general one.
-    static HelperPaths installed(const std::optional<std::string>& name = std::nullopt);
+    /// The system's pkexec, and the utility layer's helper, which starts any tool.
+    static HelperPaths installed();
+
+    /// The system's pkexec, and the helper of this name in a directory.
+    static HelperPaths in(const std::string& directory, const std::string& name);
 };
 
 /// A connection to a helper that is ready, or the reason why none could be made.
@@ -33,4 +35,4 @@ StartedHelper startHelper(const HelperPaths& paths);
 /// is left alone. Any thread may call it.
 StartedHelper inheritedHelper();
 
-} // namespace platform::native
+} // namespace qf::native

@@ -2,6 +2,7 @@
 #include "platform/linux/authorization/PolkitAgent.h"
 
 #include "platform/linux/system/GLibOwners.h"
+#include "platform/linux/system/TimedBus.h"
 
 #include <polkitagent/polkitagent.h>
 #include <unistd.h>
@@ -9,13 +10,16 @@
 #include <cstdlib>
 #include <utility>
 
-namespace platform::native {
+namespace qf::native {
 
 namespace {
 
 /// Returns the system bus, or null without one. The library's own way ends the process with the
-/// bus.
+/// bus, or without descriptors.
 Owned<GDBusConnection> systemBus() {
+    if (!hasDescriptorsForBus()) {
+        return nullptr;
+    }
     Owned<GDBusConnection> bus(g_bus_get_sync(G_BUS_TYPE_SYSTEM, nullptr, nullptr));
     if (bus) {
         g_dbus_connection_set_exit_on_close(bus.get(), FALSE);
@@ -324,4 +328,4 @@ void PolkitAgent::run(pid_t process, std::promise<bool>& registered) {
     answerTheRest(loop_->context, answering);
 }
 
-} // namespace platform::native
+} // namespace qf::native

@@ -9,7 +9,7 @@
 #include <thread>
 #include <vector>
 
-namespace platform::native {
+namespace qf::native {
 
 /// Whether polkit runs on this machine, or the system bus could start it. Any thread may call it.
 bool isPolkitAvailable();
@@ -72,4 +72,4 @@ private:
     bool registered_ = false;
 };
 
-} // namespace platform::native
+} // namespace qf::native

@@ -11,7 +11,7 @@
 #include <string_view>
 #include <vector>
 
-namespace platform::native {
+namespace qf::native {
 
 namespace {
 
@@ -64,4 +64,4 @@ bool isForHelper(const PolkitQuestion& question) {
     return isHelpersAction(question.action) && parentOf(question.asker) == ::getpid();
 }
 
-} // namespace platform::native
+} // namespace qf::native

@@ -7,11 +7,11 @@
 
 #include <string>
 
-namespace platform {
+namespace qf {
 class PasswordQuestion;
 }
 
-namespace platform::native {
+namespace qf::native {
 
 /// Whether a password can be passed on: it is one line, without a zero byte.
 bool isOneLine(const std::string& password);
@@ -29,4 +29,4 @@ PolkitAnswerer answerByAsking(PasswordQuestion& question, Secret& secret);
 /// polkit for anything on behalf of this one.
 bool isForHelper(const PolkitQuestion& question);
 
-} // namespace platform::native
+} // namespace qf::native

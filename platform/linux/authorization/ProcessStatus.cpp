@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-namespace platform::native {
+namespace qf::native {
 
 namespace {
 
@@ -39,4 +39,4 @@ pid_t tracerOfThisProcess() {
     return 0;
 }
 
-} // namespace platform::native
+} // namespace qf::native

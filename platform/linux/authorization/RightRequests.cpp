@@ -17,7 +17,7 @@
 #include <system_error>
 #include <vector>
 
-namespace platform::native {
+namespace qf::native {
 
 namespace {
 
@@ -123,4 +123,4 @@ StartedHelper RightRequests::authorize(const AuthorizationItemSet& credentials) 
                                : Unexpected(errAuthorizationInternal);
 }
 
-} // namespace platform::native
+} // namespace qf::native

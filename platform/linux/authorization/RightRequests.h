@@ -9,11 +9,11 @@
 #include <optional>
 #include <utility>
 
-namespace platform {
+namespace qf {
 class PasswordQuestion;
 }
 
-namespace platform::native {
+namespace qf::native {
 
 /// How often a user is asked who refuses.
 enum class Asking { always, once };
@@ -57,4 +57,4 @@ private:
     std::mutex obtaining_;
 };
 
-} // namespace platform::native
+} // namespace qf::native

@@ -4,7 +4,7 @@
 
 #include <mutex>
 
-namespace platform::native {
+namespace qf::native {
 
 namespace {
 
@@ -29,4 +29,4 @@ ScopedUndumpable::~ScopedUndumpable() {
     }
 }
 
-} // namespace platform::native
+} // namespace qf::native

@@ -1,6 +1,6 @@
 #pragma once
 
-namespace platform::native {
+namespace qf::native {
 
 /// Keeps this process's memory and descriptors to itself for a scope: no core dump is written, and
 /// no other process of the same user can look into it or take a descriptor out of it. Scopes may
@@ -16,4 +16,4 @@ public:
     ScopedUndumpable& operator=(ScopedUndumpable&&) = delete;
 };
 
-} // namespace platform::native
+} // namespace qf::native

@@ -3,7 +3,7 @@
 #include <cstring>
 #include <string>
 
-namespace platform::native {
+namespace qf::native {
 
 /// A password that is wiped from memory when it is replaced and at the end.
 class Secret {
@@ -29,4 +29,4 @@ private:
     std::string text_;
 };
 
-} // namespace platform::native
+} // namespace qf::native

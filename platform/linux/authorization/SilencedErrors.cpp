@@ -3,7 +3,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-namespace platform::native {
+namespace qf::native {
 
 SilencedErrors::SilencedErrors()
     : former_(::fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1)) {
@@ -19,4 +19,4 @@ SilencedErrors::~SilencedErrors() {
     }
 }
 
-} // namespace platform::native
+} // namespace qf::native

@@ -2,7 +2,7 @@
 
 #include "platform/linux/posix/FileDescriptor.h"
 
-namespace platform::native {
+namespace qf::native {
 
 /// Keeps what other programs complain about away from the terminal for a scope: PAM's helper says
 /// there that a password was wrong, in words of its own.
@@ -19,4 +19,4 @@ private:
     FileDescriptor former_;
 };
 
-} // namespace platform::native
+} // namespace qf::native

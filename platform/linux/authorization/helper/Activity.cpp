@@ -9,14 +9,14 @@
 #include <array>
 #include <string_view>
 
-namespace platform::native::helper {
+namespace qf::native::helper {
 
 namespace {
 
 /// What a kernel says that does not count.
 constexpr std::string_view uncounted = "0 0 0\n";
 
-/// The beginning of a file of the kernel's; empty when there is none.
+/// Returns the beginning of a file of the kernel's; empty if there is no such file.
 std::string beginningOf(const std::string& path) {
     const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
     std::array<char, 256> text{};
@@ -52,4 +52,4 @@ bool haveHung(std::span<const Activities> processes) {
     });
 }
 
-} // namespace platform::native::helper
+} // namespace qf::native::helper

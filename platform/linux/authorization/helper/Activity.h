@@ -5,7 +5,7 @@
 #include <span>
 #include <string>
 
-namespace platform::native::helper {
+namespace qf::native::helper {
 
 /// What a process and its children have done so far, as a text that changes whenever one of them
 /// runs. A text that is still the same after minutes is that of processes that wait for one system
@@ -22,4 +22,4 @@ struct Activities {
 /// them works, others may wait for it. One of which the system does not tell counts as working.
 bool haveHung(std::span<const Activities> processes);
 
-} // namespace platform::native::helper
+} // namespace qf::native::helper

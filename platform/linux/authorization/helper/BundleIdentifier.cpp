@@ -9,7 +9,7 @@
 #include <cstdint>
 #include <stdexcept>
 
-namespace platform::native::helper {
+namespace qf::native::helper {
 
 namespace {
 
@@ -139,7 +139,7 @@ std::string contentOf(const Item& file) {
 /// What is in a directory of an application, if nobody can have put it there who may not change
 /// that.
 std::optional<Item> ownItem(const Item& directory, const std::string& name) {
-    auto item = openItem(directory.descriptor.get(), name);
+    auto item = findItem(directory.descriptor.get(), name);
     const bool isOwn =
         item && (item->status.stx_uid == directory.status.stx_uid || item->status.stx_uid == 0);
     return isOwn ? std::move(item) : std::nullopt;
@@ -166,4 +166,4 @@ std::string bundleIdentifier(const Item& application) {
                : "";
 }
 
-} // namespace platform::native::helper
+} // namespace qf::native::helper

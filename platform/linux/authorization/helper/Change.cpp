@@ -13,7 +13,7 @@
 #include <string>
 #include <string_view>
 
-namespace platform::native::helper {
+namespace qf::native::helper {
 
 namespace {
 
@@ -57,7 +57,7 @@ void makeRootsFile(const Change& change, const Item& directory) {
 /// Puts a new file of root's in the item's place.
 void replaceByRootsFile(const Change& change) {
     const Place& place = change.place;
-    const Stage stage(place.directory);
+    const Stage stage(place.directory, StageFor::copies);
     const int staged = stage.directory().descriptor.get();
     const char* name = place.name.c_str();
     try {
@@ -100,7 +100,7 @@ void makeDirectories(const Directories& directories) {
         if (::mkdirat(parent, name.c_str(), everybodyMayEnter) != 0 && errno != EEXIST) {
             throw startFailure(Errno::last());
         }
-        made = openItem(parent, name);
+        made = findItem(parent, name);
         if (!made || !made->isDirectory()) {
             throw Refusal{Status::itemRedirected, name};
         }
@@ -108,4 +108,4 @@ void makeDirectories(const Directories& directories) {
     }
 }
 
-} // namespace platform::native::helper
+} // namespace qf::native::helper

@@ -2,7 +2,7 @@
 
 #include "platform/linux/authorization/helper/Command.h"
 
-namespace platform::native::helper {
+namespace qf::native::helper {
 
 // What is done to one item, which exists and is no link. Each throws a Refusal when it cannot.
 
@@ -12,7 +12,7 @@ void touch(const Change& change);
 /// Lets its owner write and everybody read, and nobody anything else.
 void letEverybodyRead(const Change& change);
 
-/// Gives it to root and root's group. A plain file that is somebody else's, or is to have a
+/// Makes root and root's group its owners. A plain file that is somebody else's, or is to have a
 /// content, is replaced by a new one, which only root may write to: no descriptor that somebody has
 /// kept leads there. Without a content it gets what the former file holds.
 void giveToRoot(const Change& change);
@@ -20,4 +20,4 @@ void giveToRoot(const Change& change);
 /// Makes the directories that do not exist yet, each in the one before.
 void makeDirectories(const Directories& directories);
 
-} // namespace platform::native::helper
+} // namespace qf::native::helper

@@ -11,7 +11,7 @@
 #include <string_view>
 #include <utility>
 
-namespace platform::native::helper {
+namespace qf::native::helper {
 
 namespace {
 
@@ -52,7 +52,7 @@ void requireLinks(const Way& way, Links links, std::string_view operand) {
     }
 }
 
-/// The way to the directory of an operand, and the operand's name there. Gives nothing when the
+/// Returns the way to the directory of an operand, and the operand's name there; nullopt if the
 /// directory cannot be reached.
 std::optional<Place> locate(std::string_view operand, Links links) {
     const std::string about(operand);
@@ -73,7 +73,7 @@ std::optional<Place> locate(std::string_view operand, Links links) {
         return std::nullopt;
     }
     requireLinks(*way, links, about);
-    auto item = openItem(way->end.descriptor.get(), name);
+    auto item = findItem(way->end.descriptor.get(), name);
     if (item && item->isLink() && namesDirectory) {
         throw Refusal{Status::itemRedirected, about};
     }
@@ -135,7 +135,7 @@ std::optional<Place> destinationOf(std::string_view operand, const std::string& 
         return locate(operand, links);
     }
     requireLinks(*way, links, operand);
-    auto item = openItem(way->end.descriptor.get(), sourceName);
+    auto item = findItem(way->end.descriptor.get(), sourceName);
     return Place{std::string(operand) + "/" + sourceName, std::move(way->end), sourceName,
                  std::move(item)};
 }
@@ -316,4 +316,4 @@ Task prepare(const Request& request, ProtectedItems& staying) {
     return Command{std::move(tool), {request.arguments.begin(), request.arguments.end()}};
 }
 
-} // namespace platform::native::helper
+} // namespace qf::native::helper

@@ -10,7 +10,7 @@
 #include <variant>
 #include <vector>
 
-namespace platform::native::helper {
+namespace qf::native::helper {
 
 /// A file that only root may change, and the path by which it was asked for.
 struct Tool {
@@ -79,4 +79,4 @@ std::string heldPath(const Item& directory, const std::string& name);
 /// and held. What must stay is neither taken away nor changed. Throws a Refusal.
 Task prepare(const Request& request, ProtectedItems& staying);
 
-} // namespace platform::native::helper
+} // namespace qf::native::helper

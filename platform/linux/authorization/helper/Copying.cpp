@@ -24,7 +24,7 @@
 #include <utility>
 #include <vector>
 
-namespace platform::native::helper {
+namespace qf::native::helper {
 
 namespace {
 
@@ -122,7 +122,7 @@ void forEachName(const Item& directory, const FileDescriptor& opened, const Read
             const Reader::Turn turn(reader, directory);
             return openItem(opened.get(), name);
         }();
-        require(child.has_value());
+        requireSuccess(child);
         visit(*child, name);
     }
 }
@@ -305,4 +305,4 @@ void liftLimits() {
     liftLimit(RLIMIT_STACK, 64U << 20U);
 }
 
-} // namespace platform::native::helper
+} // namespace qf::native::helper

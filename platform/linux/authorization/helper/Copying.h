@@ -7,7 +7,7 @@
 #include <functional>
 #include <string>
 
-namespace platform::native::helper {
+namespace qf::native::helper {
 
 /// Copies an item and all that is in it to a name in a directory that none but root can enter. The
 /// copy has the item's owners, rights, times, access lists and the user's attributes. No link is
@@ -42,4 +42,4 @@ void requireLevel(int level);
 /// user's.
 void liftLimits();
 
-} // namespace platform::native::helper
+} // namespace qf::native::helper

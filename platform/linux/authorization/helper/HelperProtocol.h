@@ -20,7 +20,7 @@
 /// Only the process that made the connection and started the helper is answered. It says so with
 /// each message (SCM_CREDENTIALS), for which it makes the helper's end ask (SO_PASSCRED) before it
 /// sends the first. A message of any other ends the connection.
-namespace platform::native::helper {
+namespace qf::native::helper {
 
 /// The bytes of a request, zero bytes included. A message of this size fits the smallest buffer
 /// that Linux gives a socket by default.
@@ -95,7 +95,7 @@ encodeRequest(const std::string& tool, const std::vector<std::string>& arguments
     return message;
 }
 
-/// Reads a message of any bytes. Gives `started` and fills the request when it is one, `ready` when
+/// Reads a message of any bytes. Returns `started` and fills the request if it is one, `ready` if
 /// it asks whether the helper is there, otherwise why it is refused.
 inline Status parseRequest(std::string_view message, Request& request) {
     if (message.size() > maximumRequestSize) {
@@ -132,4 +132,4 @@ inline Status parseRequest(std::string_view message, Request& request) {
     return Status::started;
 }
 
-} // namespace platform::native::helper
+} // namespace qf::native::helper

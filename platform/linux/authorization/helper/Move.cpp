@@ -1,5 +1,6 @@
 #include "platform/linux/authorization/helper/Move.h"
 
+#include "platform/linux/authorization/helper/AbandonedStages.h"
 #include "platform/linux/authorization/helper/Placing.h"
 #include "platform/linux/authorization/helper/Refusal.h"
 #include "platform/linux/authorization/helper/Stage.h"
@@ -14,8 +15,9 @@
 #include <cstdio>
 #include <string>
 #include <utility>
+#include <vector>
 
-namespace platform::native::helper {
+namespace qf::native::helper {
 
 namespace {
 
@@ -65,51 +67,59 @@ bool dropOtherName(const Place& from, const Place& to) {
 
 /// Puts what is in a closed directory back in the place that it was taken from.
 void putBack(const Stage& stage, const Place& place) {
-    const int reason = errno; // of what has failed before
     const char* name = place.name.c_str();
     if (::renameat2(stage.directory().descriptor.get(), name, place.directory.descriptor.get(),
                     name, RENAME_NOREPLACE) != 0) {
         log("what was renamed stays in the folder for it: " + place.name);
     }
-    errno = reason;
 }
 
 /// Renames the item that was checked into a closed directory, and nothing else that is in its place
-/// by now. Sets errno when it cannot.
-bool takeAside(const Place& place, const Stage& stage) {
+/// by now: ESTALE.
+SystemResult<void> takeAside(const Place& place, const Stage& stage) {
     const int staged = stage.directory().descriptor.get();
     const char* name = place.name.c_str();
-    if (::renameat(place.directory.descriptor.get(), name, staged, name) != 0) {
-        return false;
+    const auto renamed = checked(::renameat(place.directory.descriptor.get(), name, staged, name));
+    if (!renamed) {
+        return renamed;
     }
     const auto item = openItem(staged, place.name);
-    if (item && item->identity() == place.item->identity()) {
-        return true;
+    if (!item || item->identity() != place.item->identity()) {
+        putBack(stage, place);
+        return Unexpected(Errno(ESTALE));
     }
-    errno = ESTALE;
-    putBack(stage, place);
-    return false;
+    return {};
 }
 
 /// Renames an item into a directory that only root may change, and nothing else that is in its
-/// place by now. Sets errno when it cannot.
-bool renameThisItem(const Place& from, const Place& to) {
-    const Stage stage(to.directory);
-    if (!takeAside(from, stage)) {
-        return false;
+/// place by now: ESTALE.
+SystemResult<void> renameThisItem(const Place& from, const Place& to) {
+    const Stage stage(to.directory, StageFor::items);
+    if (const auto taken = takeAside(from, stage); !taken) {
+        return taken;
     }
     const int staged = stage.directory().descriptor.get();
-    const char* name = from.name.c_str();
-    if (!renameTo({to.directory, to.name, to.item.has_value()}, staged, from.name)) {
+    const auto renamed = renameTo({to.directory, to.name, to.item.has_value()}, staged, from.name);
+    if (renamed) { // The name is still there when both are names of one file.
+        ::unlinkat(staged, from.name.c_str(), 0);
+    } else {
         putBack(stage, from);
-        return false;
     }
-    ::unlinkat(staged, name, 0); // which is still there when both are names of one file
-    return true;
+    return renamed;
 }
 
+/// A tool that could not be started, for want of memory, is started once more: an item that stays
+/// would be copied again by the next run.
 bool removeItem(const Tool& remover, const Item& directory, const std::string& name) {
-    return succeeds(remover, {"-Rf", "--one-file-system", "--", heldPath(directory, name)});
+    const std::vector<std::string> arguments{"-Rf", "--one-file-system", "--",
+                                             heldPath(directory, name)};
+    constexpr int attempts = 2;
+    for (int attempt = 0; attempt < attempts; ++attempt) {
+        if (succeeds(remover, arguments)) {
+            return true;
+        }
+    }
+    return false;
 }
 
 /// Takes an item away, and nothing else that is in its place by now: where others than root may
@@ -119,7 +129,7 @@ bool removeThisItem(const Place& place, const Tool& remover) {
     if (!place.directory.isChangeable()) {
         return isThere(place) && removeItem(remover, place.directory, place.name);
     }
-    const Stage stage(place.directory);
+    const Stage stage(place.directory, StageFor::items);
     if (!takeAside(place, stage)) {
         return false;
     }
@@ -132,7 +142,7 @@ bool removeThisItem(const Place& place, const Tool& remover) {
 
 /// From a directory of a user's to one of root's only the item that was checked goes, even if a
 /// group may change that one too.
-bool renameItem(const Place& from, const Place& to) {
+SystemResult<void> renameItem(const Place& from, const Place& to) {
     const bool isForRoot = !to.directory.isChangeable() ||
                            (to.directory.status.stx_uid == 0 && from.directory.status.stx_uid != 0);
     return from.directory.isChangeable() && isForRoot
@@ -159,8 +169,9 @@ bool carryOut(const Copy& copy, FileDescriptor& report) {
     if (isTaken(heldPath(to.directory, to.name), heldPath(from.directory, from.name))) {
         throw startFailure(Errno(EEXIST));
     }
-    const Stage stage(to.directory);
+    const Stage stage(to.directory, StageFor::copies);
     report.reset();
+    removeAbandonedStages(to.directory, remover);
     return placing.put(*from.item, stage, {to.directory, to.name, to.item.has_value()});
 }
 
@@ -169,24 +180,26 @@ bool carryOut(const Move& move, FileDescriptor& report, const FileDescriptor& tu
     const std::string source = heldPath(from.directory, from.name);
     const std::string destination = heldPath(to.directory, to.name);
     // Where the item can be renamed, only the attempt tells.
-    if (renameItem(from, to)) {
+    const auto renamed = renameItem(from, to);
+    if (renamed) {
         return dropOtherName(from, to);
     }
-    if (errno != EXDEV) {
-        throw startFailure(Errno::last());
+    if (!failedWith(renamed, EXDEV)) {
+        throw startFailure(renamed.error());
     }
     if (isTaken(destination, source)) {
         throw startFailure(Errno(EEXIST));
     }
     const Placing placing(*from.item, remover);
-    const Stage stage(to.directory);
+    const Stage stage(to.directory, StageFor::copies);
     report.reset();
     // An item that the program asks to be moved again, because it is in its place while it is
     // copied, has gone by then.
     takeTurn(turns);
+    removeAbandonedStages(to.directory, remover);
     return isThere(from) &&
            placing.put(*from.item, stage, {to.directory, to.name, to.item.has_value()}) &&
            removeThisItem(from, remover);
 }
 
-} // namespace platform::native::helper
+} // namespace qf::native::helper

@@ -3,7 +3,7 @@
 #include "platform/linux/authorization/helper/Command.h"
 #include "platform/linux/posix/FileDescriptor.h"
 
-namespace platform::native::helper {
+namespace qf::native::helper {
 
 /// Puts a copy in its place, in a process of its own, and tells whether it is done. Closes `report`
 /// when it has begun; throws a Refusal before that.
@@ -14,4 +14,4 @@ bool carryOut(const Copy& copy, FileDescriptor& report);
 /// a Refusal before that. Moves that share `turns` copy one after the other.
 bool carryOut(const Move& move, FileDescriptor& report, const FileDescriptor& turns);
 
-} // namespace platform::native::helper
+} // namespace qf::native::helper

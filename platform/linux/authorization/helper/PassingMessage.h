@@ -8,7 +8,7 @@
 #include <cstring>
 #include <optional>
 
-namespace platform::native::helper {
+namespace qf::native::helper {
 
 /// What the kernel hands over along with a message.
 template <class Passed>
@@ -77,4 +77,4 @@ private:
     bool isReceived_ = false;
 };
 
-} // namespace platform::native::helper
+} // namespace qf::native::helper

@@ -9,7 +9,7 @@ extern "C" { // which the header of the C library 2.36 leaves out
 #include <sys/pidfd.h>
 }
 
-namespace platform::native::helper {
+namespace qf::native::helper {
 
 // While a process is the parent of this one, its number is no other's.
 Peer::Peer(pid_t process) : number_(process), descriptor_(::pidfd_open(process, 0)) {
@@ -23,4 +23,4 @@ bool Peer::hasSent(const ucred& sender) const {
     return sender.pid == number_ && ::poll(&end, 1, 0) == 0;
 }
 
-} // namespace platform::native::helper
+} // namespace qf::native::helper

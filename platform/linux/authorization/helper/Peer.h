@@ -5,7 +5,7 @@
 #include <sys/socket.h>
 #include <sys/types.h>
 
-namespace platform::native::helper {
+namespace qf::native::helper {
 
 /// The process that made the connection and started this one. It is held, so that no other process
 /// is taken for it, even one that has its number by now.
@@ -26,4 +26,4 @@ private:
     FileDescriptor descriptor_;
 };
 
-} // namespace platform::native::helper
+} // namespace qf::native::helper

@@ -11,7 +11,7 @@
 #include <cerrno>
 #include <cstdio>
 
-namespace platform::native::helper {
+namespace qf::native::helper {
 
 namespace {
 
@@ -32,18 +32,18 @@ bool succeeds(const Tool& tool, const std::vector<std::string>& arguments) {
     return status == 0;
 }
 
-bool renameTo(const Destination& destination, int directory, const std::string& name) {
+SystemResult<void> renameTo(const Destination& destination, int directory,
+                            const std::string& name) {
     const int to = destination.directory.descriptor.get();
     const char* newName = destination.name.c_str();
     if (!destination.isTaken) {
-        if (::renameat2(directory, name.c_str(), to, newName, RENAME_NOREPLACE) == 0) {
-            return true;
-        }
-        if (errno != EINVAL) { // which a file system says that does not know this
-            return false;
+        const auto renamed =
+            checked(::renameat2(directory, name.c_str(), to, newName, RENAME_NOREPLACE));
+        if (!failedWith(renamed, EINVAL)) { // which a file system says that does not know this
+            return renamed;
         }
     }
-    return ::renameat(directory, name.c_str(), to, newName) == 0;
+    return checked(::renameat(directory, name.c_str(), to, newName));
 }
 
 bool Placing::put(const Item& item, const Stage& stage, const Destination& destination) const {
@@ -52,10 +52,11 @@ bool Placing::put(const Item& item, const Stage& stage, const Destination& desti
     std::string reason;
     try {
         copyItem(item, reader_, stage.directory(), name, destination.directory.status.stx_uid);
-        if (renameTo(destination, staged, name)) {
+        const auto renamed = renameTo(destination, staged, name);
+        if (renamed) {
             return true;
         }
-        reason = std::to_string(errno);
+        reason = std::to_string(renamed.error().number());
     } catch (const Refusal& refusal) {
         reason = refusal.about;
     }
@@ -83,7 +84,7 @@ bool Placing::mergeLevel(const Level& level, const std::string& name) const {
 }
 
 bool Placing::mergeItems(const Level& level) const {
-    const Stage stage(level.to);
+    const Stage stage(level.to, StageFor::copies);
     bool areAllThere = true;
     forEachIn(level.from, reader_, [&](const Item& item, const std::string& name) {
         areAllThere = mergeItem(item, name, stage, level) && areAllThere;
@@ -109,4 +110,4 @@ bool mayMergeInto(const Item& directory, const Item& parent) {
     return !parent.isChangeable() || directory.status.stx_uid == parent.status.stx_uid;
 }
 
-} // namespace platform::native::helper
+} // namespace qf::native::helper

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-namespace platform::native::helper {
+namespace qf::native::helper {
 
 /// Runs a tool to its end and tells whether it has done what it was to do.
 bool succeeds(const Tool& tool, const std::vector<std::string>& arguments);
@@ -20,8 +20,8 @@ struct Destination {
     bool isTaken;
 };
 
-/// Renames an entry of an open directory. Sets errno when it cannot.
-bool renameTo(const Destination& destination, int directory, const std::string& name);
+/// Renames an entry of an open directory.
+SystemResult<void> renameTo(const Destination& destination, int directory, const std::string& name);
 
 /// Puts copies of items in their places, in a process of its own. Why one cannot be put there is
 /// for the system log.
@@ -65,4 +65,4 @@ private:
 /// may have put it there.
 bool mayMergeInto(const Item& directory, const Item& parent);
 
-} // namespace platform::native::helper
+} // namespace qf::native::helper

@@ -12,7 +12,7 @@
 #include <string>
 #include <string_view>
 
-namespace platform::native::helper {
+namespace qf::native::helper {
 
 namespace {
 
@@ -163,7 +163,7 @@ private:
     /// Whether a directory is the user's "~/.Trash" itself, to which no link leads.
     bool isUsersDirectory(const Item& directory) const {
         const auto home = walk(home_);
-        const auto trash = home ? openItem(home->end.descriptor.get(), ".Trash") : std::nullopt;
+        const auto trash = home ? findItem(home->end.descriptor.get(), ".Trash") : std::nullopt;
         return trash && trash->identity() == directory.identity();
     }
 
@@ -212,4 +212,4 @@ void requirePlanned(Task& task, Plan plan, uid_t user) {
     std::visit(PlanCheck(plan, user), task);
 }
 
-} // namespace platform::native::helper
+} // namespace qf::native::helper

@@ -5,7 +5,7 @@
 
 #include <sys/types.h>
 
-namespace platform::native::helper {
+namespace qf::native::helper {
 
 /// Throws a Refusal unless the plan of a program names what a task does for this user: a move of
 /// planned items to the user's Trash, a move from there to a planned place where nothing is, with
@@ -15,4 +15,4 @@ namespace platform::native::helper {
 /// else.
 void requirePlanned(Task& task, Plan plan, uid_t user);
 
-} // namespace platform::native::helper
+} // namespace qf::native::helper

@@ -12,7 +12,7 @@
 #include <memory>
 #include <vector>
 
-namespace platform::native::helper {
+namespace qf::native::helper {
 
 namespace {
 
@@ -85,4 +85,4 @@ void ProtectedItems::addMountPoints() {
     }
 }
 
-} // namespace platform::native::helper
+} // namespace qf::native::helper

@@ -8,7 +8,7 @@
 #include <set>
 #include <string>
 
-namespace platform::native::helper {
+namespace qf::native::helper {
 
 /// What no tool may take away: the top-level directories, every account's home directory, every
 /// mount point, and every directory and link on the way to one of them. They are known by device
@@ -37,4 +37,4 @@ private:
     std::set<FileId> identities_;
 };
 
-} // namespace platform::native::helper
+} // namespace qf::native::helper

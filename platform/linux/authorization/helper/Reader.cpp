@@ -7,27 +7,25 @@
 #include <sys/fsuid.h>
 #include <unistd.h>
 
-#include <cerrno>
-
-namespace platform::native::helper {
+namespace qf::native::helper {
 
 namespace {
 
 /// Has what is looked at with a user's rights be looked at with those of the user's groups as well.
 /// Somebody without an account is in none.
-bool takeGroups(uid_t owner) {
+SystemResult<void> takeGroups(uid_t owner) {
     constexpr gid_t nobodys = 65534;
     const passwd* account = ::getpwuid(owner);
     ::setfsgid(account == nullptr ? nobodys : account->pw_gid);
-    return account == nullptr ? ::setgroups(0, nullptr) == 0
-                              : ::initgroups(account->pw_name, account->pw_gid) == 0;
+    return checked(account == nullptr ? ::setgroups(0, nullptr)
+                                      : ::initgroups(account->pw_name, account->pw_gid));
 }
 
 } // namespace
 
 Reader::Reader(uid_t owner) : owner_(owner) {
-    if (owner != 0 && !takeGroups(owner)) {
-        throw startFailure(Errno::last());
+    if (owner != 0) {
+        requireSuccess(takeGroups(owner));
     }
 }
 
@@ -40,10 +38,8 @@ Reader::Turn::Turn(const Reader& reader, const Item& item)
 
 Reader::Turn::~Turn() {
     if (isTaken_) {
-        const int reason = errno; // of what has failed meanwhile
         ::setfsuid(0);
-        errno = reason;
     }
 }
 
-} // namespace platform::native::helper
+} // namespace qf::native::helper

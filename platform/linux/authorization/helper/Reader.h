@@ -4,7 +4,7 @@
 
 #include <sys/types.h>
 
-namespace platform::native::helper {
+namespace qf::native::helper {
 
 /// With whose rights a process reads what it copies: those of the owner of the whole, in a process
 /// that does nothing else. What is that owner's own is read whatever its mode.
@@ -32,4 +32,4 @@ private:
     const uid_t owner_;
 };
 
-} // namespace platform::native::helper
+} // namespace qf::native::helper

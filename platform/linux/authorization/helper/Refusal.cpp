@@ -1,6 +1,6 @@
 #include "platform/linux/authorization/helper/Refusal.h"
 
-namespace platform::native::helper {
+namespace qf::native::helper {
 
 namespace {
 
@@ -42,4 +42,4 @@ std::string sentence(const Refusal& refusal) {
     return std::string(textOf(refusal.status)) + ": " + refusal.about;
 }
 
-} // namespace platform::native::helper
+} // namespace qf::native::helper

@@ -4,7 +4,7 @@
 
 #include <string>
 
-namespace platform::native::helper {
+namespace qf::native::helper {
 
 /// Why a request is refused, and what about it. Thrown.
 struct Refusal {
@@ -15,4 +15,4 @@ struct Refusal {
 /// The refusal in words.
 std::string sentence(const Refusal& refusal);
 
-} // namespace platform::native::helper
+} // namespace qf::native::helper

@@ -26,7 +26,7 @@
 #include <utility>
 #include <variant>
 
-namespace platform::native::helper {
+namespace qf::native::helper {
 
 namespace {
 
@@ -37,8 +37,7 @@ struct Performer {
     const FileDescriptor& turns;
 
     bool operator()(const Command& command) const {
-        becomeTool(command.tool, command.arguments);
-        throw startFailure(Errno::last());
+        throw startFailure(becomeTool(command.tool, command.arguments));
     }
     bool operator()(const Removal& removal) const {
         std::vector<std::string> arguments = removal.options;
@@ -46,8 +45,7 @@ struct Performer {
         for (const auto& place : removal.places) {
             arguments.push_back(heldPath(place.directory, place.name));
         }
-        becomeTool(removal.remover, arguments);
-        throw startFailure(Errno::last());
+        throw startFailure(becomeTool(removal.remover, arguments));
     }
     bool operator()(const Move& move) const { return carryOut(move, report, turns); }
     bool operator()(const Copy& copy) const { return carryOut(copy, report); }
@@ -306,7 +304,7 @@ Status Session::run(std::string_view message, FileDescriptor& output) {
     return status;
 }
 
-/// Starts what a request asks for and gives the program's end of its output.
+/// Starts what a request asks for and returns the program's end of its output.
 FileDescriptor Session::start(const Request& request) {
     const std::string path(request.tool);
     auto task = prepare(request, staying_);
@@ -337,4 +335,4 @@ FileDescriptor Session::start(const Request& request) {
     return std::move(toProgram.readEnd);
 }
 
-} // namespace platform::native::helper
+} // namespace qf::native::helper

@@ -13,7 +13,7 @@
 #include <string_view>
 #include <vector>
 
-namespace platform::native::helper {
+namespace qf::native::helper {
 
 /// Answers the requests that arrive on standard input until the program is gone, or asks nothing
 /// for long, or another process speaks in its place; and until the last tool has ended. What waits
@@ -75,4 +75,4 @@ private:
     bool isConnected_ = true;
 };
 
-} // namespace platform::native::helper
+} // namespace qf::native::helper

@@ -4,6 +4,7 @@
 #include "platform/linux/authorization/helper/ToolStart.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/random.h>
 #include <sys/stat.h>
 #include <sys/xattr.h>
@@ -14,9 +15,12 @@
 #include <filesystem>
 #include <utility>
 
-namespace platform::native::helper {
+namespace qf::native::helper {
 
 namespace {
+
+/// Only root can set and read it. It is not copied with the directory.
+constexpr const char* copiesMark = "trusted.qf.copies";
 
 /// A name that nobody can have taken before.
 std::string newName() {
@@ -24,17 +28,15 @@ std::string newName() {
     if (::getrandom(&number, sizeof number, 0) != sizeof number) {
         throw startFailure(Errno::last());
     }
-    return ".qf-helper-" + std::to_string(number);
+    return std::string(Stage::namePrefix) + std::to_string(number);
 }
 
 /// Whether a directory is what has just been made, or as good. Who may change the directory that it
 /// is in may have put another in its place.
 bool isNew(const Item& directory) {
-    constexpr unsigned rights = S_IRWXU | S_IRWXG | S_IRWXO;
     std::error_code error;
-    return directory.isDirectory() && directory.status.stx_uid == 0 &&
-           (directory.status.stx_mode & rights) == S_IRWXU &&
-           std::filesystem::is_empty(heldPath(directory, ""), error) && !error;
+    return isRootsAlone(directory) && std::filesystem::is_empty(heldPath(directory, ""), error) &&
+           !error;
 }
 
 /// What is made in the directory gets no rights from an access list that its parent hands down.
@@ -45,26 +47,68 @@ bool inheritsNothing(const Item& directory) {
 
 } // namespace
 
-Stage::Stage(const Item& parent) : parent_(parent.descriptor.get()), name_(newName()) {
-    if (::mkdirat(parent_, name_.c_str(), S_IRWXU) != 0) {
-        throw startFailure(Errno::last());
+Stage::Stage(const Item& parent, StageFor use) : parent_(parent.descriptor.get()) {
+    constexpr int mostAttempts = 100;
+    for (int attempt = 0; !make(use); ++attempt) {
+        if (attempt == mostAttempts) {
+            throw startFailure(Errno(EBUSY));
+        }
     }
-    auto made = openItem(parent_, name_);
-    if (!made || !isNew(*made) || !inheritsNothing(*made)) {
-        remove();
-        throw startFailure(Errno(EPERM));
-    }
-    directory_ = std::move(*made);
 }
 
 Stage::~Stage() {
     remove();
 }
 
-void Stage::remove() const {
-    const int reason = errno; // of what has failed before
-    ::unlinkat(parent_, name_.c_str(), AT_REMOVEDIR);
-    errno = reason;
+/// Returns false if the directory has gone, because another process took it for an abandoned one
+/// before it was locked.
+bool Stage::make(StageFor use) {
+    name_ = newName();
+    if (::mkdirat(parent_, name_.c_str(), S_IRWXU) != 0) {
+        throw startFailure(Errno::last());
+    }
+    auto made = openItem(parent_, name_);
+    if (!made) {
+        remove();
+        return false;
+    }
+    if (!isNew(*made) || !inheritsNothing(*made)) {
+        remove();
+        throw startFailure(Errno(EPERM));
+    }
+    directory_ = std::move(*made);
+    lock_ = FileDescriptor(
+        ::open(heldPath(directory_, "").c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    struct stat status {};
+    if (!lock_ || ::flock(lock_.get(), LOCK_EX) != 0 || ::fstat(lock_.get(), &status) != 0) {
+        const Errno reason = Errno::last();
+        remove();
+        throw startFailure(reason);
+    }
+    if (status.st_nlink == 0) {
+        remove();
+        return false;
+    }
+    if (use == StageFor::copies) { // Without the mark, what a kill leaves stays.
+        ::fsetxattr(lock_.get(), copiesMark, "", 0, 0);
+    }
+    return true;
 }
 
-} // namespace platform::native::helper
+void Stage::remove() const {
+    // Another directory of root's may have been put in the new one's place before it was opened.
+    ::fremovexattr(lock_.get(), copiesMark);
+    ::unlinkat(parent_, name_.c_str(), AT_REMOVEDIR);
+}
+
+bool isRootsAlone(const Item& directory) {
+    constexpr unsigned rights = S_IRWXU | S_IRWXG | S_IRWXO;
+    return directory.isDirectory() && directory.status.stx_uid == 0 &&
+           (directory.status.stx_mode & rights) == S_IRWXU;
+}
+
+bool isMarkedForCopies(const FileDescriptor& stage) {
+    return ::fgetxattr(stage.get(), copiesMark, nullptr, 0) >= 0;
+}
+
+} // namespace qf::native::helper

@@ -1,17 +1,28 @@
 #pragma once
 
 #include "platform/linux/authorization/helper/Walk.h"
+#include "platform/linux/posix/FileDescriptor.h"
 
 #include <string>
+#include <string_view>
 
-namespace platform::native::helper {
+namespace qf::native::helper {
+
+/// What a stage holds.
+enum class StageFor {
+    copies, ///< The next process removes them if this one is killed.
+    items,  ///< Renamed into it; they exist nowhere else.
+};
 
 /// A new directory in another one, which none but root may enter, so that nothing can be put in the
-/// way of what is copied into it. It goes at the scope's end, if it is empty.
+/// way of what is copied or renamed into it. It goes at the scope's end, if it is empty. Until then
+/// it is locked.
 class Stage {
 public:
+    static constexpr std::string_view namePrefix = ".qf-helper-";
+
     /// The parent must outlive this. Throws a Refusal.
-    explicit Stage(const Item& parent);
+    Stage(const Item& parent, StageFor use);
     ~Stage();
     Stage(const Stage&) = delete;
     Stage& operator=(const Stage&) = delete;
@@ -21,11 +32,19 @@ public:
     const Item& directory() const { return directory_; }
 
 private:
+    bool make(StageFor use);
     void remove() const;
 
     int parent_;
     std::string name_;
     Item directory_;
+    FileDescriptor lock_;
 };
 
-} // namespace platform::native::helper
+/// Whether an item is a directory of root's that none but root may enter.
+bool isRootsAlone(const Item& directory);
+
+/// Whether a stage was made for copies, on a file system that can tell.
+bool isMarkedForCopies(const FileDescriptor& stage);
+
+} // namespace qf::native::helper

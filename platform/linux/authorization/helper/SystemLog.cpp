@@ -4,7 +4,7 @@
 
 #include <string>
 
-namespace platform::native::helper {
+namespace qf::native::helper {
 
 namespace {
 
@@ -36,4 +36,4 @@ void log(std::string_view line) {
     ::syslog(LOG_NOTICE, "%s", printable(line).c_str());
 }
 
-} // namespace platform::native::helper
+} // namespace qf::native::helper

@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <string_view>
 
-namespace platform::native::helper {
+namespace qf::native::helper {
 
 /// The bytes after which a line is cut.
 inline constexpr std::size_t longestLogLine = 400;
@@ -15,4 +15,4 @@ void openLog();
 /// is too long.
 void log(std::string_view line);
 
-} // namespace platform::native::helper
+} // namespace qf::native::helper

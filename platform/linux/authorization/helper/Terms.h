@@ -5,7 +5,7 @@
 #include <span>
 #include <string_view>
 
-namespace platform::native::helper {
+namespace qf::native::helper {
 
 /// Items that a program's plan names, one for each of `names`: prefix + name + suffix.
 struct PlannedItems {
@@ -36,4 +36,4 @@ struct Terms {
 
 extern const Terms terms;
 
-} // namespace platform::native::helper
+} // namespace qf::native::helper

@@ -10,7 +10,7 @@
 #include <csignal>
 #include <cstdlib>
 
-namespace platform::native::helper {
+namespace qf::native::helper {
 
 namespace {
 
@@ -44,7 +44,7 @@ void leaveTheHelperBehind(int input, int output, int errors) {
     ::dup2(errors, STDERR_FILENO);
 }
 
-void becomeTool(const Tool& tool, const std::vector<std::string>& arguments) {
+Errno becomeTool(const Tool& tool, const std::vector<std::string>& arguments) {
     std::vector<std::string> strings{tool.path};
     strings.insert(strings.end(), arguments.begin(), arguments.end());
     std::vector<char*> words;
@@ -56,10 +56,11 @@ void becomeTool(const Tool& tool, const std::vector<std::string>& arguments) {
     std::array<std::string, 2> variables{"PATH=/usr/sbin:/usr/bin:/sbin:/bin", "LC_ALL=C.UTF-8"};
     const std::array<char*, 3> environment{variables[0].data(), variables[1].data(), nullptr};
     ::fexecve(tool.file.descriptor.get(), words.data(), environment.data());
+    return Errno::last();
 }
 
 void becomeToolOrEnd(const Tool& tool, const std::vector<std::string>& arguments) noexcept {
-    becomeTool(tool, arguments);
+    static_cast<void>(becomeTool(tool, arguments));
     ::_exit(noTool);
 }
 
@@ -86,4 +87,4 @@ bool hasStarted(Pipe& report, const std::string& path, std::chrono::milliseconds
     return true;
 }
 
-} // namespace platform::native::helper
+} // namespace qf::native::helper

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-namespace platform::native::helper {
+namespace qf::native::helper {
 
 struct Pipe {
     FileDescriptor readEnd;
@@ -21,11 +21,19 @@ Pipe makePipe(int flags);
 /// The refusal of what the system does not do; its text is the number.
 Refusal startFailure(Errno error);
 
+/// Throws the startFailure of an operation that failed.
+template <class T>
+void requireSuccess(const SystemResult<T>& result) {
+    if (!result) {
+        throw startFailure(result.error());
+    }
+}
+
 /// What a tool finds at its start: a session without terminal, signals at their defaults.
 void leaveTheHelperBehind(int input, int output, int errors);
 
-/// Replaces this process by a tool. Comes back only when that fails; errno tells why.
-void becomeTool(const Tool& tool, const std::vector<std::string>& arguments);
+/// Replaces this process by a tool. Returns only when that fails: the reason.
+Errno becomeTool(const Tool& tool, const std::vector<std::string>& arguments);
 
 /// Replaces this process by a tool, or ends it.
 [[noreturn]] void becomeToolOrEnd(const Tool& tool,
@@ -39,4 +47,4 @@ void becomeTool(const Tool& tool, const std::vector<std::string>& arguments);
 /// Returns false when neither is so within the limit.
 bool hasStarted(Pipe& report, const std::string& path, std::chrono::milliseconds limit);
 
-} // namespace platform::native::helper
+} // namespace qf::native::helper

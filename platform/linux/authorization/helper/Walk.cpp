@@ -11,7 +11,7 @@
 #include <deque>
 #include <utility>
 
-namespace platform::native::helper {
+namespace qf::native::helper {
 
 namespace {
 
@@ -38,7 +38,7 @@ std::string targetOf(const Item& link) {
 
 } // namespace
 
-std::optional<Item> openItem(int directory, const std::string& name) {
+SystemResult<Item> openItem(int directory, const std::string& name) {
     constexpr unsigned needed = STATX_TYPE | STATX_MODE | STATX_UID | STATX_INO | STATX_NLINK;
     Item item;
     item.descriptor =
@@ -47,10 +47,16 @@ std::optional<Item> openItem(int directory, const std::string& name) {
                                    needed, &item.status) == 0) {
         return item;
     }
-    if (errno == ENOMEM || errno == EMFILE || errno == ENFILE) {
-        throw Refusal{Status::startFailed, name + ": " + std::to_string(errno)};
+    const Errno reason = Errno::last();
+    if (reason.is(ENOMEM, EMFILE, ENFILE)) {
+        throw Refusal{Status::startFailed, name + ": " + std::to_string(reason.number())};
     }
-    return std::nullopt;
+    return Unexpected(reason);
+}
+
+std::optional<Item> findItem(int directory, const std::string& name) {
+    auto item = openItem(directory, name);
+    return item ? std::optional(*std::move(item)) : std::nullopt;
 }
 
 bool Way::isOwners() const {
@@ -104,4 +110,4 @@ std::optional<Way> walk(std::string_view path, const Visitor& visit) {
     return way;
 }
 
-} // namespace platform::native::helper
+} // namespace qf::native::helper

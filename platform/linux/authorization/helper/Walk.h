@@ -12,7 +12,7 @@
 #include <string_view>
 #include <vector>
 
-namespace platform::native::helper {
+namespace qf::native::helper {
 
 /// Something in the file system, held so that it stays the same whatever becomes of its name.
 struct Item {
@@ -34,7 +34,10 @@ struct Item {
 /// Opens what is in a directory under a name, a link itself. No server is asked and nothing is
 /// mounted on the way, so that a dead one cannot keep the helper waiting. Throws a Refusal when the
 /// system has no memory or descriptor left: what cannot be looked at may exist all the same.
-std::optional<Item> openItem(int directory, const std::string& name);
+SystemResult<Item> openItem(int directory, const std::string& name);
+
+/// Like openItem, for who does not ask why it fails.
+std::optional<Item> findItem(int directory, const std::string& name);
 
 /// What a path leads to.
 struct Way {
@@ -54,9 +57,9 @@ struct Way {
 using Visitor = std::function<void(const Item&)>;
 
 /// Walks from the root to what an absolute path leads to, following every link, the last one too,
-/// and shows `visit` each directory, link and file that it comes by. Gives nothing when it cannot
+/// and shows `visit` each directory, link and file that it comes by. Returns nullopt if it cannot
 /// be reached; throws as openItem.
 std::optional<Way> walk(
     std::string_view path, const Visitor& visit = [](const Item&) {});
 
-} // namespace platform::native::helper
+} // namespace qf::native::helper

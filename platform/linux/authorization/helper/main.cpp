@@ -25,7 +25,7 @@
 #include <stdexcept>
 #include <string>
 
-namespace platform::native::helper {
+namespace qf::native::helper {
 
 namespace {
 
@@ -162,10 +162,10 @@ int refuseToStart(const std::string& reason) {
 
 } // namespace
 
-} // namespace platform::native::helper
+} // namespace qf::native::helper
 
 int main() {
-    using namespace platform::native::helper;
+    using namespace qf::native::helper;
     keepToItself();
     try {
         serve();

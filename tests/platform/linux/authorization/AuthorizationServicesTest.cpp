@@ -8,7 +8,7 @@
 
 #include <optional>
 
-using namespace platform;
+using namespace qf;
 
 namespace {
 
@@ -23,6 +23,12 @@ protected:
         return services
             .executeWithPrivileges(ref, "/bin/true", kAuthorizationFlagDefaults, {}, std::nullopt)
             .error();
+    }
+
+    void expectInvalid(AuthorizationRef ref) {
+        EXPECT_EQ(request(ref, administrator, ask), errAuthorizationInvalidRef);
+        EXPECT_EQ(execute(ref), errAuthorizationInvalidRef);
+        EXPECT_FALSE(services.holdsRights(ref));
     }
 
     native::AuthorizationServices services{{"/no/pkexec", "/no/helper"}};
@@ -47,15 +53,16 @@ TEST_F(AuthorizationHandles, AreDifferentAndHoldNoRightAtFirst) {
     EXPECT_EQ(execute(first), errAuthorizationDenied);
 }
 
-TEST_F(AuthorizationHandles, AreInvalidWhenTheyWereFreedOrNeverIssued) {
+TEST_F(AuthorizationHandles, AreInvalidWhenTheyWereFreed) {
     const auto freed = create();
     services.free(freed, kAuthorizationFlagDefaults);
     services.free(freed, kAuthorizationFlagDefaults);
-    for (const auto ref : {freed, AuthorizationRef::none, AuthorizationRef{99}}) {
-        EXPECT_EQ(request(ref, administrator, ask), errAuthorizationInvalidRef);
-        EXPECT_EQ(execute(ref), errAuthorizationInvalidRef);
-        EXPECT_FALSE(services.holdsRights(ref));
-    }
+    expectInvalid(freed);
+}
+
+TEST_F(AuthorizationHandles, AreInvalidWhenTheyWereNeverIssued) {
+    expectInvalid(AuthorizationRef::none);
+    expectInvalid(AuthorizationRef{99});
 }
 
 TEST_F(AuthorizationHandles, AreGivenNoRightThatMayNotBeAddedAndNoOther) {

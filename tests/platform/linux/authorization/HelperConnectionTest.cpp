@@ -10,11 +10,11 @@
 #include <chrono>
 #include <string>
 
-using namespace platform;
-using platform::native::FileDescriptor;
-using platform::native::HelperConnection;
-using platform::native::helper::Reply;
-using platform::native::helper::Status;
+using namespace qf;
+using qf::native::FileDescriptor;
+using qf::native::HelperConnection;
+using qf::native::helper::Reply;
+using qf::native::helper::Status;
 
 namespace {
 

@@ -2,9 +2,10 @@
 
 #include "platform/linux/authorization/HelperStart.h"
 
-#include "tests/platform/linux/authorization/Tracer.h"
+#include "tests/support/NamedCase.h"
 #include "tests/support/ScopedEnvironment.h"
 #include "tests/support/TemporaryDirectory.h"
+#include "tests/support/Tracer.h"
 
 #include <gtest/gtest.h>
 #include <sys/prctl.h>
@@ -17,7 +18,7 @@
 #include <future>
 #include <string>
 
-using namespace platform;
+using namespace qf;
 
 namespace {
 
@@ -133,11 +134,25 @@ TEST(HelperStart, GivesPkexecNothingButTheConnectionAndAPath) {
                                              "PATH=/usr/sbin:/usr/bin:/sbin:/bin\nsocket:\n");
 }
 
-TEST(HelperStart, InheritsNothingWithoutADescriptorOfRoots) {
-    const ScopedEnvironment none("QF_AUTHORIZATION_DESCRIPTOR", std::nullopt);
+/// What names an inherited descriptor of root's, and does not.
+struct InheritedDescriptor : NamedCase {
+    std::optional<std::string> number;
+};
+
+class HelperStartInheriting : public testing::TestWithParam<InheritedDescriptor> {};
+
+TEST_P(HelperStartInheriting, NeedsADescriptorOfRoots) {
+    const ScopedEnvironment descriptor("QF_AUTHORIZATION_DESCRIPTOR", GetParam().number);
     EXPECT_EQ(native::inheritedHelper().error(), errAuthorizationInternal);
-    for (const char* number : {"", "x", "-1", "0", "1", "2", "3x", "99999", "99999999999999"}) {
-        const ScopedEnvironment descriptor("QF_AUTHORIZATION_DESCRIPTOR", number);
-        EXPECT_EQ(native::inheritedHelper().error(), errAuthorizationInternal) << number;
-    }
 }
+
+INSTANTIATE_TEST_SUITE_P(
+    , HelperStartInheriting,
+    testing::Values(InheritedDescriptor{{"Unset"}, std::nullopt},
+                    InheritedDescriptor{{"Empty"}, ""}, InheritedDescriptor{{"NoNumber"}, "x"},
+                    InheritedDescriptor{{"Negative"}, "-1"}, InheritedDescriptor{{"Input"}, "0"},
+                    InheritedDescriptor{{"Output"}, "1"}, InheritedDescriptor{{"Errors"}, "2"},
+                    InheritedDescriptor{{"NumberAndMore"}, "3x"},
+                    InheritedDescriptor{{"Closed"}, "99999"},
+                    InheritedDescriptor{{"TooLarge"}, "99999999999999"}),
+    nameOfCase);

@@ -7,7 +7,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-using namespace platform::native;
+using namespace qf::native;
 
 class PolkitAgentWithoutABus : public testing::Test {
 private:

@@ -1,7 +1,8 @@
 #include "platform/linux/authorization/PolkitAnswers.h"
 
 #include "platform/PasswordQuestion.h"
-#include "tests/platform/linux/authorization/Tracer.h"
+#include "tests/support/NamedCase.h"
+#include "tests/support/Tracer.h"
 
 #include <gtest/gtest.h>
 
@@ -12,20 +13,20 @@
 #include <string_view>
 #include <vector>
 
-using namespace platform::native;
+using namespace qf::native;
 using Kind = PolkitAnswer::Kind;
 
 namespace {
 
-/// Gives the answers that a test has put there, one after the other, and keeps what it was asked.
-class PreparedQuestion : public platform::PasswordQuestion {
+/// Returns the answers that a test has put there, one after the other, and keeps what it was asked.
+class PreparedQuestion : public qf::PasswordQuestion {
 public:
-    std::vector<std::optional<platform::GivenPassword>> answers;
-    std::vector<platform::Administrator> asked;
+    std::vector<std::optional<qf::GivenPassword>> answers;
+    std::vector<qf::Administrator> asked;
     std::vector<int> attempts;
 
-    std::optional<platform::GivenPassword>
-    ask(const std::vector<platform::Administrator>& administrators, int attempt) override {
+    std::optional<qf::GivenPassword> ask(const std::vector<qf::Administrator>& administrators,
+                                         int attempt) override {
         asked = administrators;
         attempts.push_back(attempt);
         auto answer = answers.front();
@@ -49,7 +50,7 @@ TEST(PolkitAnswers, GiveTheCredentialsOfAnAdministratorOnce) {
 
 TEST(PolkitAnswers, GiveWhatThePersonAnswers) {
     PreparedQuestion question;
-    question.answers = {platform::GivenPassword{{0, "root"}, "ten figs"}};
+    question.answers = {qf::GivenPassword{{0, "root"}, "ten figs"}};
     Secret secret;
     const auto answer = answerByAsking(question, secret)({0}, 3);
     EXPECT_EQ(answer.kind, Kind::password);
@@ -62,7 +63,7 @@ TEST(PolkitAnswers, GiveWhatThePersonAnswers) {
 
 TEST(PolkitAnswers, DismissWhatNobodyAnswersAndWhatIsNotOneLine) {
     PreparedQuestion question;
-    question.answers = {std::nullopt, platform::GivenPassword{{0, "root"}, "two\nlines"}};
+    question.answers = {std::nullopt, qf::GivenPassword{{0, "root"}, "two\nlines"}};
     Secret secret;
     const auto answer = answerByAsking(question, secret);
     EXPECT_EQ(answer({0}, 1).kind, Kind::dismiss);
@@ -78,19 +79,34 @@ TEST(PolkitAnswers, HaveAPasswordOfOneLine) {
     EXPECT_FALSE(isOneLine(std::string("a\0b", 3)));
 }
 
-TEST(PolkitAnswers, AreForQuestionsOfThisProcesssChildrenAboutAHelper) {
+class PolkitAnswersAboutAHelper : public testing::TestWithParam<NamedText> {};
+
+TEST_P(PolkitAnswersAboutAHelper, AreForThisProcesssChildren) {
     const Tracer child; // any process will do
-    for (const char* action :
-         {"org.freedesktop.policykit.exec", "com.quillfen.kelvane-uninstaller.helper"}) {
-        EXPECT_TRUE(isForHelper({action, child.process()})) << action;
-        EXPECT_FALSE(isForHelper({action, ::getppid()})) << action;
-        EXPECT_FALSE(isForHelper({action, 0})) << action;
-    }
-    for (const char* action : {"org.freedesktop.systemd1.manage-units", "com.quillfen.other",
-                               "org.example.helper", ""}) {
-        EXPECT_FALSE(isForHelper({action, child.process()})) << action;
-    }
+    EXPECT_TRUE(isForHelper({GetParam().value, child.process()}));
+    EXPECT_FALSE(isForHelper({GetParam().value, ::getppid()}));
+    EXPECT_FALSE(isForHelper({GetParam().value, 0}));
 }
+
+INSTANTIATE_TEST_SUITE_P(, PolkitAnswersAboutAHelper,
+                         testing::Values(NamedText{{"Polkits"}, "org.freedesktop.policykit.exec"},
+                                         NamedText{{"Own"},
+                                                   "com.quillfen.kelvane-uninstaller.helper"}),
+                         nameOfCase);
+
+class PolkitAnswersAboutElse : public testing::TestWithParam<NamedText> {};
+
+TEST_P(PolkitAnswersAboutElse, AreForNobody) {
+    const Tracer child;
+    EXPECT_FALSE(isForHelper({GetParam().value, child.process()}));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    , PolkitAnswersAboutElse,
+    testing::Values(NamedText{{"Units"}, "org.freedesktop.systemd1.manage-units"},
+                    NamedText{{"OwnOther"}, "com.quillfen.other"},
+                    NamedText{{"HelperOfAnother"}, "org.example.helper"}, NamedText{{"None"}, ""}),
+    nameOfCase);
 
 TEST(Secret, IsWipedAtTheEnd) {
     alignas(Secret) std::array<char, sizeof(Secret)> place{};

@@ -1,9 +1,9 @@
 #include "platform/linux/authorization/ProcessStatus.h"
 
-#include "tests/platform/linux/authorization/Tracer.h"
+#include "tests/support/Tracer.h"
 
-using platform::native::parentOf;
-using platform::native::tracerOfThisProcess;
+using qf::native::parentOf;
+using qf::native::tracerOfThisProcess;
 
 TEST(ProcessStatus, TellsAProcesssParent) {
     EXPECT_EQ(parentOf(::getpid()), ::getppid());

@@ -5,8 +5,9 @@
 
 #include "platform/Console.h"
 #include "platform/Services.h"
-#include "tests/platform/linux/authorization/Tracer.h"
+#include "tests/support/NamedCase.h"
 #include "tests/support/ScopedEnvironment.h"
+#include "tests/support/Tracer.h"
 
 #include <gtest/gtest.h>
 #include <sys/prctl.h>
@@ -14,8 +15,8 @@
 #include <string>
 #include <vector>
 
-using namespace platform;
-using platform::native::RightRequests;
+using namespace qf;
+using qf::native::RightRequests;
 
 namespace {
 
@@ -75,13 +76,31 @@ TEST_F(RightRequestsTest, LooksForATracerWhenNoOtherProcessCanBeginToTrace) {
     EXPECT_EQ(::prctl(PR_GET_DUMPABLE), 1);
 }
 
-TEST_F(RightRequestsTest, DeniesCredentialsThatCannotBeAnybodys) {
-    for (const auto& items : {AuthorizationItemSet{}, credentials("", "x"),
-                              credentials("no such user", "x"), credentials("root", "two\nlines"),
-                              AuthorizationItemSet{{.name = "username", .value = "root"}}}) {
-        EXPECT_EQ(requests.authorize(items).error(), errAuthorizationDenied);
-    }
+struct NobodysCredentials : NamedCase {
+    AuthorizationItemSet items;
+};
+
+class RightRequestsWithCredentials : public RightRequestsTest,
+                                     public testing::WithParamInterface<NobodysCredentials> {
+public:
+    using RightRequestsTest::credentials;
+};
+
+TEST_P(RightRequestsWithCredentials, DeniesThoseThatCannotBeAnybodys) {
+    EXPECT_EQ(requests.authorize(GetParam().items).error(), errAuthorizationDenied);
 }
+
+INSTANTIATE_TEST_SUITE_P(
+    , RightRequestsWithCredentials,
+    testing::Values(
+        NobodysCredentials{{"None"}, {}},
+        NobodysCredentials{{"NoUser"}, RightRequestsWithCredentials::credentials("", "x")},
+        NobodysCredentials{{"UnknownUser"},
+                           RightRequestsWithCredentials::credentials("no such user", "x")},
+        NobodysCredentials{{"TwoLines"},
+                           RightRequestsWithCredentials::credentials("root", "two\nlines")},
+        NobodysCredentials{{"NoPassword"}, {{.name = "username", .value = "root"}}}),
+    nameOfCase);
 
 TEST_F(RightRequestsTest, FailsWithoutPolkit) {
     EXPECT_EQ(requests.ask().error(), errAuthorizationInternal);

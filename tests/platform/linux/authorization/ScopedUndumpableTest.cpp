@@ -5,7 +5,7 @@
 
 #include <optional>
 
-using platform::native::ScopedUndumpable;
+using qf::native::ScopedUndumpable;
 
 TEST(ScopedUndumpable, LastsUntilTheLastScopeEnds) {
     ASSERT_EQ(::prctl(PR_GET_DUMPABLE), 1);

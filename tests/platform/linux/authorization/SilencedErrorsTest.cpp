@@ -6,7 +6,7 @@
 
 #include <cstdio>
 
-using platform::native::SilencedErrors;
+using qf::native::SilencedErrors;
 
 TEST(SilencedErrors, KeepStandardErrorAwayForAScope) {
     testing::internal::CaptureStderr();
@@ -19,7 +19,7 @@ TEST(SilencedErrors, KeepStandardErrorAwayForAScope) {
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "before after");
 }
 
-TEST(SilencedErrors, OpenNoneWhereThereIsNone) {
+TEST(SilencedErrors, OpenNothingIfErrorsAreClosed) {
     const int kept = ::dup(STDERR_FILENO);
     ::close(STDERR_FILENO);
     { const SilencedErrors silenced; }

@@ -15,9 +15,9 @@
 #include <utility>
 #include <vector>
 
-using platform::native::helper::Activities;
-using platform::native::helper::activityOf;
-using platform::native::helper::haveHung;
+using qf::native::helper::Activities;
+using qf::native::helper::activityOf;
+using qf::native::helper::haveHung;
 
 namespace {
 

@@ -3,6 +3,7 @@
 #include "platform/linux/authorization/helper/Command.h"
 
 #include "tests/platform/linux/authorization/helper/HelperHarness.h"
+#include "tests/support/NamedCase.h"
 #include "tests/support/TemporaryDirectory.h"
 
 #include <sys/mount.h>
@@ -13,7 +14,7 @@
 #include <filesystem>
 #include <fstream>
 
-using platform::native::helper::Status;
+using qf::native::helper::Status;
 
 namespace {
 
@@ -131,13 +132,26 @@ protected:
     }
 };
 
-TEST_F(HelperRemoval, SparesTopLevelDirectoriesHoweverTheyAreSpelled) {
-    for (const char* path :
-         {"/", "//", "/usr", "/usr/", "/usr//", "//usr", "/./usr", "/usr/../usr", "/etc/../usr",
-          "/usr/bin/../../etc/", "/proc/1/../../usr", "/etc", "/bin", "/usr/bin", "/tmp", "/."}) {
-        expectProtected(path);
-    }
+class HelperRemovalOfTheSystem : public HelperRemoval,
+                                 public testing::WithParamInterface<NamedText> {};
+
+TEST_P(HelperRemovalOfTheSystem, SparesItHoweverItIsSpelled) {
+    expectProtected(GetParam().value);
 }
+
+INSTANTIATE_TEST_SUITE_P(
+    , HelperRemovalOfTheSystem,
+    testing::Values(NamedText{{"Root"}, "/"}, NamedText{{"RootTwice"}, "//"},
+                    NamedText{{"RootWithADot"}, "/."}, NamedText{{"Directory"}, "/usr"},
+                    NamedText{{"Slash"}, "/usr/"}, NamedText{{"SlashesBehind"}, "/usr//"},
+                    NamedText{{"SlashesBefore"}, "//usr"}, NamedText{{"Dot"}, "/./usr"},
+                    NamedText{{"UpAndDown"}, "/usr/../usr"},
+                    NamedText{{"UpFromAnother"}, "/etc/../usr"},
+                    NamedText{{"UpTwice"}, "/usr/bin/../../etc/"},
+                    NamedText{{"UpFromProcesses"}, "/proc/1/../../usr"},
+                    NamedText{{"Configuration"}, "/etc"}, NamedText{{"LinkToPrograms"}, "/bin"},
+                    NamedText{{"Programs"}, "/usr/bin"}, NamedText{{"Temporary"}, "/tmp"}),
+    nameOfCase);
 
 TEST_F(HelperRemoval, SparesThemByWayOfALink) {
     makeLink("/", roots() + "/root", 0);
@@ -248,17 +262,43 @@ TEST_F(HelperRemoval, TakesALinkAwayAndNotWhatItLeadsTo) {
     EXPECT_TRUE(exists(target));
 }
 
-TEST_F(HelperRemoval, HasNoOptionsButKnownOnes) {
+class HelperRemovalWithOption : public HelperRemoval,
+                                public testing::WithParamInterface<NamedText> {};
+
+TEST_P(HelperRemovalWithOption, IsNotKnown) {
+    const std::string file = makeFile(roots() + "/file");
+    EXPECT_EQ(TestedHelper().run("/bin/rm", {GetParam().value, file}), Status::commandUnknown);
+    EXPECT_TRUE(exists(file));
+}
+
+INSTANTIATE_TEST_SUITE_P(, HelperRemovalWithOption,
+                         testing::Values(NamedText{{"Root"}, "--no-preserve-root"},
+                                         NamedText{{"Long"}, "--recursive"},
+                                         NamedText{{"Dash"}, "-"}, NamedText{{"Unknown"}, "-x"},
+                                         NamedText{{"KnownAndUnknown"}, "-Rx"}),
+                         nameOfCase);
+
+class HelperMoveWithOption : public HelperRemoval, public testing::WithParamInterface<NamedText> {};
+
+TEST_P(HelperMoveWithOption, IsNotKnown) {
+    const std::string file = makeFile(roots() + "/file");
+    EXPECT_EQ(TestedHelper().run("/bin/mv", {GetParam().value, file, roots() + "/b"}),
+              Status::commandUnknown);
+    EXPECT_TRUE(exists(file));
+}
+
+INSTANTIATE_TEST_SUITE_P(, HelperMoveWithOption,
+                         testing::Values(NamedText{{"Target"}, "-t/usr"},
+                                         NamedText{{"LongTarget"}, "--target-directory=/usr"},
+                                         NamedText{{"NoTarget"}, "-T"}, NamedText{{"Suffix"}, "-S"},
+                                         NamedText{{"Backup"}, "-b"}, NamedText{{"Question"}, "-i"},
+                                         NamedText{{"NoReplacing"}, "-n"},
+                                         NamedText{{"Update"}, "-u"}),
+                         nameOfCase);
+
+TEST_F(HelperRemoval, HasNoOtherNumberOrKindOfPaths) {
     TestedHelper helper;
     const std::string file = makeFile(roots() + "/file");
-    for (const char* option : {"--no-preserve-root", "--recursive", "-", "-x", "-Rx"}) {
-        EXPECT_EQ(helper.run("/bin/rm", {option, file}), Status::commandUnknown) << option;
-    }
-    for (const char* option :
-         {"-t/usr", "--target-directory=/usr", "-T", "-S", "-b", "-i", "-n", "-u"}) {
-        EXPECT_EQ(helper.run("/bin/mv", {option, file, roots() + "/b"}), Status::commandUnknown)
-            << option;
-    }
     EXPECT_EQ(helper.run("/bin/mv", {file}), Status::commandUnknown);
     EXPECT_EQ(helper.run("/bin/mv", {file, file, roots()}), Status::commandUnknown);
     EXPECT_EQ(helper.run("/bin/rm", {"-f", "file"}), Status::commandUnknown);

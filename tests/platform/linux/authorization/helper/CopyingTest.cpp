@@ -15,7 +15,7 @@
 #include <filesystem>
 #include <fstream>
 
-using platform::native::helper::Status;
+using qf::native::helper::Status;
 
 namespace fs = std::filesystem;
 

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-using platform::native::helper::terms;
+using qf::native::helper::terms;
 
 TEST(GeneralTerms, StartAnyTool) {
     EXPECT_FALSE(terms.plan.has_value());

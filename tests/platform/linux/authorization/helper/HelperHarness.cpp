@@ -7,6 +7,7 @@
 #include <linux/seccomp.h>
 #include <poll.h>
 #include <sched.h>
+#include <sys/ioctl.h>
 #include <sys/mount.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
@@ -27,14 +28,15 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <future>
 
 extern "C" { // which the header of the C library 2.36 leaves out
 #include <sys/pidfd.h>
 }
 
-using platform::native::FileDescriptor;
-using platform::native::helper::PassingMessage;
-using platform::native::helper::Status;
+using qf::native::FileDescriptor;
+using qf::native::helper::PassingMessage;
+using qf::native::helper::Status;
 
 namespace {
 
@@ -147,13 +149,29 @@ bool forbidForks() {
                               answer(SECCOMP_RET_ERRNO | EAGAIN)});
 }
 
-/// Has the system answer as it does without memory when something is opened only to be looked at.
-bool forbidLooks() {
+/// What the system is to do when something is opened only to be looked at.
+constexpr auto filterOfLooks(std::uint32_t action) {
     constexpr std::size_t flags = 2; // the argument
-    return install(std::array{
-        load(offsetof(seccomp_data, nr)), jump(BPF_JEQ, SYS_openat, 1), answer(SECCOMP_RET_ALLOW),
-        load(offsetof(seccomp_data, args) + flags * sizeof(std::uint64_t)),
-        jump(BPF_JSET, O_PATH, 1), answer(SECCOMP_RET_ALLOW), answer(SECCOMP_RET_ERRNO | ENOMEM)});
+    return std::array{load(offsetof(seccomp_data, nr)),
+                      jump(BPF_JEQ, SYS_openat, 1),
+                      answer(SECCOMP_RET_ALLOW),
+                      load(offsetof(seccomp_data, args) + flags * sizeof(std::uint64_t)),
+                      jump(BPF_JSET, O_PATH, 1),
+                      answer(SECCOMP_RET_ALLOW),
+                      answer(action)};
+}
+
+/// Has the system answer looks as it does without memory.
+bool forbidLooks() {
+    return install(filterOfLooks(SECCOMP_RET_ERRNO | ENOMEM));
+}
+
+/// Has the looks of this thread wait for an answer, and returns the descriptor for that.
+FileDescriptor listenToLooks() {
+    auto filter = filterOfLooks(SECCOMP_RET_USER_NOTIF);
+    const sock_fprog program{filter.size(), filter.data()};
+    return FileDescriptor(static_cast<int>(::syscall(SYS_seccomp, SECCOMP_SET_MODE_FILTER,
+                                                     SECCOMP_FILTER_FLAG_NEW_LISTENER, &program)));
 }
 
 } // namespace
@@ -332,7 +350,7 @@ TestedHelper::Answer TestedHelper::receive() {
     do {
         takeLogLines();
     } while (::poll(&answer, 1, 10) == 0);
-    platform::native::helper::Reply reply;
+    qf::native::helper::Reply reply;
     PassingMessage<int> message(&reply, sizeof reply);
     if (message.receive(connection_.get(), MSG_CMSG_CLOEXEC) != sizeof reply) {
         return {};
@@ -343,7 +361,7 @@ TestedHelper::Answer TestedHelper::receive() {
 
 TestedHelper::Answer TestedHelper::start(const std::string& tool,
                                          const std::vector<std::string>& arguments) {
-    return send(platform::native::helper::encodeRequest(tool, arguments).value());
+    return send(qf::native::helper::encodeRequest(tool, arguments).value());
 }
 
 std::string TestedHelper::outputOf(const std::string& tool,
@@ -389,6 +407,29 @@ std::string TestedHelper::nextLogLine() {
 bool TestedHelper::hasLogLine() {
     takeLogLines();
     return !logLines_.empty();
+}
+
+void runWithItemsGone(int times, const std::function<void()>& work) {
+    std::promise<int> listener;
+    auto thread = std::async(std::launch::async, [&] {
+        listener.set_value(listenToLooks().release());
+        work();
+    });
+    const FileDescriptor looks(listener.get_future().get());
+    pollfd next{looks.get(), POLLIN, 0};
+    while (::poll(&next, 1, -1) == 1 && (next.revents & POLLIN) != 0) {
+        seccomp_notif look{};
+        ASSERT_EQ(::ioctl(looks.get(), SECCOMP_IOCTL_NOTIF_RECV, &look), 0);
+        seccomp_notif_resp answer{};
+        answer.id = look.id;
+        if (times-- > 0) {
+            answer.error = -ENOENT;
+        } else {
+            answer.flags = SECCOMP_USER_NOTIF_FLAG_CONTINUE;
+        }
+        ASSERT_EQ(::ioctl(looks.get(), SECCOMP_IOCTL_NOTIF_SEND, &answer), 0);
+    }
+    thread.get();
 }
 
 std::string readAll(int descriptor) {

@@ -9,6 +9,7 @@
 #include <sys/types.h>
 
 #include <deque>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -40,7 +41,7 @@ protected:
 
     /// The directory of user files, owned by the served user.
     std::string usersDirectory();
-    /// Makes a directory or a file with some content, owned by `owner`, and gives its path.
+    /// Makes a directory or a file with some content, owned by `owner`, and returns its path.
     static std::string makeDirectory(const std::string& path, uid_t owner = 0, mode_t mode = 0755);
     static std::string makeFile(const std::string& path, uid_t owner = 0, mode_t mode = 0644);
     static std::string makeLink(const std::string& target, const std::string& path, uid_t owner);
@@ -99,22 +100,22 @@ public:
 
     struct Answer {
         /// Nothing when the helper has gone.
-        std::optional<platform::native::helper::Status> status;
-        platform::native::FileDescriptor output;
+        std::optional<qf::native::helper::Status> status;
+        qf::native::FileDescriptor output;
     };
 
-    /// Has a tool started and gives the answer at once.
+    /// Has a tool started and returns the answer at once.
     Answer start(const std::string& tool, const std::vector<std::string>& arguments = {});
 
-    /// Has a tool started, waits until its output ends, and gives it; when the tool is not started,
+    /// Has a tool started, waits until its output ends, and returns it; if the tool is not started,
     /// the text "refused".
     std::string outputOf(const std::string& tool, const std::vector<std::string>& arguments = {});
 
-    /// Has a tool started, waits for its end, and gives the helper's answer.
-    platform::native::helper::Status run(const std::string& tool,
-                                         const std::vector<std::string>& arguments);
+    /// Has a tool started, waits for its end, and returns the helper's answer.
+    qf::native::helper::Status run(const std::string& tool,
+                                   const std::vector<std::string>& arguments);
 
-    /// Sends bytes as one message and gives the answer to it.
+    /// Sends bytes as one message and returns the answer to it.
     Answer send(std::string_view message);
     void sendWithDescriptor(std::string_view message, int descriptor) const;
     Answer receive();
@@ -123,7 +124,7 @@ public:
     void disconnect() { connection_.reset(); }
     pid_t process() const { return process_; }
     bool isRunning();
-    /// Waits for the helper's end and gives its exit status.
+    /// Waits for the helper's end and returns its exit status.
     int waitForEnd();
 
     /// The next line that the helper gives the system log, without what the log adds; waits for it,
@@ -135,16 +136,16 @@ public:
 
 private:
     /// The two ends of a new connection.
-    std::pair<platform::native::FileDescriptor, platform::native::FileDescriptor>
+    std::pair<qf::native::FileDescriptor, qf::native::FileDescriptor>
     connect(const HelperSetup& setup);
     /// Takes the lines that the log has, for as long as it waits the helper does.
     void takeLogLines();
     [[noreturn]] static void become(const HelperSetup& setup, int input);
 
-    platform::native::FileDescriptor log_;
+    qf::native::FileDescriptor log_;
     std::deque<std::string> logLines_;
     std::string logLinesHead_;
-    platform::native::FileDescriptor connection_;
+    qf::native::FileDescriptor connection_;
     pid_t maker_ = -1;
     pid_t process_ = -1;
     std::optional<int> exitStatus_;
@@ -152,5 +153,9 @@ private:
     bool hasAnswered_ = false;
 };
 
-/// All that a descriptor gives up to its end.
+/// Does some work in a thread of its own that finds nothing, the first so many times that it opens
+/// an item only to look at it: as if another process had just taken that away.
+void runWithItemsGone(int times, const std::function<void()>& work);
+
+/// Returns all that is read from a descriptor up to its end.
 std::string readAll(int descriptor);

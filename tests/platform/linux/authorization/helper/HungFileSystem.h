@@ -27,7 +27,7 @@ public:
         constexpr unsigned int major = 10;
         constexpr unsigned int minor = 229;
         ::mknod(device.c_str(), S_IFCHR | 0600, ::makedev(major, minor));
-        device_ = platform::native::FileDescriptor(::open(device.c_str(), O_RDWR | O_CLOEXEC));
+        device_ = qf::native::FileDescriptor(::open(device.c_str(), O_RDWR | O_CLOEXEC));
         const std::string options = "fd=" + std::to_string(device_.get()) +
                                     ",rootmode=40755,user_id=0,group_id=0,allow_other";
         isMounted_ = device_ && ::mount("hung", directory.c_str(), "fuse", MS_NODEV | MS_NOSUID,
@@ -103,7 +103,7 @@ private:
     }
 
     const std::string directory_;
-    platform::native::FileDescriptor device_;
+    qf::native::FileDescriptor device_;
     bool isMounted_ = false;
     std::thread server_;
 };

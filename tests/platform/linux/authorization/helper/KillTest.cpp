@@ -17,8 +17,8 @@ extern "C" { // which the header of the C library 2.36 leaves out
 #include <sys/pidfd.h>
 }
 
-using platform::native::FileDescriptor;
-using platform::native::helper::encodeRequest;
+using qf::native::FileDescriptor;
+using qf::native::helper::encodeRequest;
 
 namespace {
 
@@ -164,6 +164,8 @@ protected:
         EXPECT_GT(step, 30);
         EXPECT_TRUE(isWhole(target()));
         EXPECT_FALSE(exists(source()));
+        // The last move has removed what the killed ones left.
+        EXPECT_EQ(std::distance(fs::directory_iterator(usersDirectory()), {}), 1);
     }
 };
 

@@ -3,6 +3,7 @@
 #include "platform/linux/authorization/helper/Move.h"
 
 #include "tests/platform/linux/authorization/helper/HelperHarness.h"
+#include "tests/support/NamedCase.h"
 #include "tests/support/TemporaryDirectory.h"
 
 #include <fcntl.h>
@@ -18,8 +19,8 @@
 #include <optional>
 #include <thread>
 
-using platform::native::FileDescriptor;
-using platform::native::helper::Status;
+using qf::native::FileDescriptor;
+using qf::native::helper::Status;
 
 namespace {
 
@@ -34,7 +35,7 @@ class HeldTurn {
 public:
     explicit HeldTurn(TestedHelper& helper) {
         // One that answers has made what its moves wait for.
-        EXPECT_EQ(helper.send(platform::native::helper::areYouThere).status, Status::ready);
+        EXPECT_EQ(helper.send(qf::native::helper::areYouThere).status, Status::ready);
         const std::string open = "/proc/" + std::to_string(helper.process()) + "/fd";
         for (const auto& entry : fs::directory_iterator(open)) {
             if (fs::read_symlink(entry).string().starts_with("/memfd:turns")) {
@@ -174,28 +175,36 @@ TEST_F(HelperMove, ReplacesAFileAndAnEmptyDirectoryInAUsersDirectory) {
     EXPECT_FALSE(exists(usersDirectory() + "/folder"));
 }
 
-TEST_F(HelperMove, LeavesTheItemWhereItsPlaceIsTaken) {
-    for (const auto& from : {roots(), usersDirectory()}) {
-        TestedHelper helper;
-        const std::string file = makeFile(makeDirectory(from + "/folder") + "/file");
-        const std::string trash = makeDirectory(usersDirectory() + "/trash", servedUser);
-        makeLink("/nowhere", trash + "/link", servedUser);
-        makeFile(makeDirectory(trash + "/folder", servedUser) + "/kept");
-        for (const auto& place : {trash + "/link", trash}) {
-            EXPECT_EQ(helper.run("/bin/mv", {"-f", from + "/folder", place}), Status::startFailed)
-                << place;
-        }
-        EXPECT_TRUE(exists(file));
-        EXPECT_TRUE(exists(trash + "/folder/kept"));
-        EXPECT_EQ(numberOfEntries(trash), 2);
-        fs::remove_all(from + "/folder");
-        fs::remove_all(trash);
-    }
+/// The directory of an item, and a place in the user's directory that is taken.
+class HelperMoveToATakenPlace
+    : public HelperMove,
+      public testing::WithParamInterface<std::tuple<NamedText, NamedText>> {};
+
+TEST_P(HelperMoveToATakenPlace, LeavesTheItem) {
+    TestedHelper helper;
+    const auto& [from, place] = GetParam();
+    const std::string trash = makeDirectory(usersDirectory() + "/trash", servedUser);
+    const std::string file = makeFile(makeDirectory(from.value + "/folder") + "/file");
+    makeLink("/nowhere", trash + "/link", servedUser);
+    makeFile(makeDirectory(trash + "/folder", servedUser) + "/kept");
+    EXPECT_EQ(helper.run("/bin/mv", {"-f", from.value + "/folder", trash + place.value}),
+              Status::startFailed);
+    EXPECT_TRUE(exists(file));
+    EXPECT_TRUE(exists(trash + "/folder/kept"));
+    EXPECT_EQ(numberOfEntries(trash), 2);
 }
+
+INSTANTIATE_TEST_SUITE_P(
+    , HelperMoveToATakenPlace,
+    testing::Combine(
+        testing::Values(NamedText{{"OfRootsItem"}, sandbox::rootsDirectory},
+                        NamedText{{"OfAnItemThere"}, sandbox::everybodysDirectory + "/user"}),
+        testing::Values(NamedText{{"ByALink"}, "/link"}, NamedText{{"ByADirectory"}, ""})),
+    nameOfCases);
 
 TEST_F(HelperMove, IsNotHinderedByWhoGuessesTheNameOfItsDirectory) {
     TestedHelper helper;
-    ASSERT_EQ(helper.send(platform::native::helper::areYouThere).status, Status::ready);
+    ASSERT_EQ(helper.send(qf::native::helper::areYouThere).status, Status::ready);
     for (int next = 0; next < 100; ++next) {
         makeDirectory(usersDirectory() + "/.qf-helper-" + std::to_string(helper.process() + next),
                       servedUser);

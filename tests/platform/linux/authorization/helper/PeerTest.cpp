@@ -23,11 +23,11 @@ extern "C" { // which the header of the C library 2.36 leaves out
 #include <sys/pidfd.h>
 }
 
-using platform::native::FileDescriptor;
-using platform::native::helper::areYouThere;
-using platform::native::helper::encodeRequest;
-using platform::native::helper::PassingMessage;
-using platform::native::helper::Status;
+using qf::native::FileDescriptor;
+using qf::native::helper::areYouThere;
+using qf::native::helper::encodeRequest;
+using qf::native::helper::PassingMessage;
+using qf::native::helper::Status;
 
 namespace {
 

@@ -12,15 +12,15 @@
 #include <filesystem>
 #include <set>
 
-using platform::native::helper::Status;
+using qf::native::helper::Status;
 
 namespace fs = std::filesystem;
 
 using HelperPlacing = PlantedItems;
 
 TEST_F(HelperPlacing, ReplacesNothingThatHasComeSinceTheMoveWasAskedFor) {
-    using platform::native::helper::openItem;
-    using platform::native::helper::renameTo;
+    using qf::native::helper::openItem;
+    using qf::native::helper::renameTo;
     const std::string from = makeDirectory(usersDirectory() + "/from");
     makeFile(from + "/item");
     const std::string to = makeDirectory(usersDirectory() + "/to");
@@ -30,8 +30,8 @@ TEST_F(HelperPlacing, ReplacesNothingThatHasComeSinceTheMoveWasAskedFor) {
     ASSERT_TRUE(source && destination);
     const std::string name = "item";
 
-    EXPECT_FALSE(renameTo({*destination, name, false}, source->descriptor.get(), name));
-    EXPECT_EQ(errno, EEXIST);
+    EXPECT_TRUE(qf::native::failedWith(
+        renameTo({*destination, name, false}, source->descriptor.get(), name), EEXIST));
     EXPECT_EQ(contentOf(there), "content of " + there);
 
     EXPECT_TRUE(renameTo({*destination, name, true}, source->descriptor.get(), name));

@@ -18,7 +18,7 @@
 #include <string>
 #include <vector>
 
-using platform::native::helper::Status;
+using qf::native::helper::Status;
 
 namespace {
 
@@ -35,6 +35,10 @@ std::string machine() {
 }
 std::string job() {
     return home() + "/Library/LaunchAgents/com.example.job.plist";
+}
+
+std::string anothersHome() {
+    return sandbox::everybodysDirectory + "/homes/x";
 }
 
 struct PathCase : NamedCase {
@@ -141,17 +145,26 @@ INSTANTIATE_TEST_SUITE_P(
                              home() + "/Library/LaunchAgents/com.example.other.plist"}),
     nameOfCase);
 
-TEST_F(HelperPlan, HasNothingMovedToAnotherPlaceThanTheUsersTrash) {
+class HelperPlanWrongTrash : public HelperPlan, public testing::WithParamInterface<PathCase> {};
+
+TEST_P(HelperPlanWrongTrash, HasNothingMovedToAnotherPlaceThanTheUsersTrash) {
     const std::string item = makeFile(machine() + "/item.plist");
-    const std::string inner = makeDirectory(trash() + "/folder", servedUser);
-    const std::string anothers = makeDirectory(sandbox::everybodysDirectory + "/homes/x", 23456);
-    for (const auto& place : {machine() + "/other.plist", home() + "/new", inner, inner + "/new",
-                              makeDirectory(anothers + "/.Trash", 23456) + "/new", anothers,
-                              sandbox::rootsDirectory + "/new"}) {
-        EXPECT_EQ(move(item, place), Status::notPlanned) << place;
-    }
+    makeDirectory(trash() + "/folder", servedUser);
+    makeDirectory(makeDirectory(anothersHome(), 23456) + "/.Trash", 23456);
+    EXPECT_EQ(move(item, GetParam().path), Status::notPlanned);
     EXPECT_TRUE(exists(item));
 }
+
+INSTANTIATE_TEST_SUITE_P(
+    , HelperPlanWrongTrash,
+    testing::Values(PathCase{{"DirectoryOfItems"}, machine() + "/other.plist"},
+                    PathCase{{"Home"}, home() + "/new"},
+                    PathCase{{"ReplacingATrashedDirectory"}, trash() + "/folder"},
+                    PathCase{{"InsideATrashedDirectory"}, trash() + "/folder/new"},
+                    PathCase{{"AnothersTrash"}, anothersHome() + "/.Trash/new"},
+                    PathCase{{"AnothersHome"}, anothersHome()},
+                    PathCase{{"RootsDirectory"}, sandbox::rootsDirectory + "/new"}),
+    nameOfCase);
 
 TEST_F(HelperPlan, HasNothingMovedWithoutAPlace) {
     const std::string item = makeFile(machine() + "/item.plist");
@@ -264,15 +277,20 @@ INSTANTIATE_TEST_SUITE_P(
                     ListCase{{"CutList"}, listWith("com.example.Player").substr(0, 150)}),
     nameOfCase);
 
-TEST_F(HelperPlan, TakesNoListThatAnotherHasPutIntoAnApplication) {
+class HelperPlanAnothersList : public HelperPlan, public testing::WithParamInterface<PathCase> {};
+
+TEST_P(HelperPlanAnothersList, TakesNoListThatAnotherHasPutIntoAnApplication) {
     const std::string path = makeApplication(listWith("com.example.Player"));
-    for (const auto* anothers : {"/Contents", "/Contents/Info.plist"}) {
-        ASSERT_EQ(::chown((path + anothers).c_str(), servedUser, 0), 0);
-        EXPECT_EQ(move(path, trash() + "/Player.app"), Status::notPlanned) << anothers;
-        ASSERT_EQ(::chown((path + anothers).c_str(), 0, 0), 0);
-    }
+    ASSERT_EQ(::chown((path + GetParam().path).c_str(), servedUser, 0), 0);
+    EXPECT_EQ(move(path, trash() + "/Player.app"), Status::notPlanned);
+    ASSERT_EQ(::chown((path + GetParam().path).c_str(), 0, 0), 0);
     EXPECT_EQ(move(path, trash() + "/Player.app"), Status::started);
 }
+
+INSTANTIATE_TEST_SUITE_P(, HelperPlanAnothersList,
+                         testing::Values(PathCase{{"InAnothersDirectory"}, "/Contents"},
+                                         PathCase{{"Itself"}, "/Contents/Info.plist"}),
+                         nameOfCase);
 
 TEST_F(HelperPlan, TakesTheListThatRootHasPutIntoAnApplication) {
     const std::string path = makeApplication(listWith("com.example.Player"), servedUser, 0);
@@ -299,14 +317,24 @@ TEST_F(HelperPlan, TakesNoDirectoryForAnApplicationBecauseAnotherSaysSo) {
 
 // ---- The way back ------------------------------------------------------------------------------
 
-TEST_F(HelperPlan, HasNothingOfTheUsersPutWhereAllUsersFindIt) {
+class HelperPlanUsersItem : public HelperPlan, public testing::WithParamInterface<PathCase> {};
+
+TEST_P(HelperPlanUsersItem, HasNothingOfTheUsersPutWhereAllUsersFindIt) {
     const std::string file = makeFile(trash() + "/file", servedUser);
-    const std::string open = makeFile(trash() + "/open", 0, 0664);
-    const std::string link = makeLink(file, trash() + "/link", servedUser);
-    for (const auto& item : {file, open, link}) {
-        EXPECT_EQ(move(item, machine() + "/item.plist"), Status::notPlanned) << item;
-        EXPECT_TRUE(exists(item));
-    }
+    makeFile(trash() + "/open", 0, 0664);
+    makeLink(file, trash() + "/link", servedUser);
+    EXPECT_EQ(move(GetParam().path, machine() + "/item.plist"), Status::notPlanned);
+    EXPECT_TRUE(exists(GetParam().path));
+}
+
+INSTANTIATE_TEST_SUITE_P(, HelperPlanUsersItem,
+                         testing::Values(PathCase{{"File"}, trash() + "/file"},
+                                         PathCase{{"FileThatAGroupWrites"}, trash() + "/open"},
+                                         PathCase{{"Link"}, trash() + "/link"}),
+                         nameOfCase);
+
+TEST_F(HelperPlan, HasTheUsersItemPutBackInTheHome) {
+    const std::string file = makeFile(trash() + "/file", servedUser);
     EXPECT_EQ(move(file, home() + "/Library/item.plist"), Status::started);
 }
 

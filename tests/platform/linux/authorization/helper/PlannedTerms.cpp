@@ -2,7 +2,7 @@
 
 #include <array>
 
-namespace platform::native::helper {
+namespace qf::native::helper {
 
 namespace {
 
@@ -26,4 +26,4 @@ constexpr auto plan = std::to_array<PlannedItems>({
 
 const Terms terms{.patience = std::chrono::minutes(5), .plan = plan};
 
-} // namespace platform::native::helper
+} // namespace qf::native::helper

@@ -58,23 +58,23 @@ protected:
         EXPECT_TRUE(isOld(secret_));
     }
 
-    static platform::native::helper::Status run(const std::string& tool,
-                                                const std::vector<std::string>& arguments) {
+    static qf::native::helper::Status run(const std::string& tool,
+                                          const std::vector<std::string>& arguments) {
         return TestedHelper().run(tool, arguments);
     }
     /// Has a file given to root with a content that the request brings.
-    static platform::native::helper::Status giveToRoot(const std::string& file,
-                                                       const std::string& content) {
+    static qf::native::helper::Status giveToRoot(const std::string& file,
+                                                 const std::string& content) {
         return send("/bin/chown", {"root:wheel", file}, content);
     }
-    static platform::native::helper::Status send(const std::string& tool,
-                                                 const std::vector<std::string>& arguments,
-                                                 const std::string& content) {
+    static qf::native::helper::Status send(const std::string& tool,
+                                           const std::vector<std::string>& arguments,
+                                           const std::string& content) {
         const auto answer =
-            TestedHelper().send(*platform::native::helper::encodeRequest(tool, arguments, content));
-        return answer.status.value_or(platform::native::helper::Status::ready);
+            TestedHelper().send(*qf::native::helper::encodeRequest(tool, arguments, content));
+        return answer.status.value_or(qf::native::helper::Status::ready);
     }
-    static platform::native::helper::Status copy(const std::string& from, const std::string& to) {
+    static qf::native::helper::Status copy(const std::string& from, const std::string& to) {
         return run("/bin/cp", {"-f", "-p", "-R", from, to});
     }
 

@@ -7,8 +7,8 @@
 #include <fcntl.h>
 #include <sys/mount.h>
 
-using platform::native::helper::openItem;
-using platform::native::helper::ProtectedItems;
+using qf::native::helper::openItem;
+using qf::native::helper::ProtectedItems;
 
 class HelperProtectedItems : public HelperTest {
 protected:

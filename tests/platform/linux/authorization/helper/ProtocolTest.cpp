@@ -2,11 +2,14 @@
 
 #include "platform/linux/authorization/helper/HelperProtocol.h"
 
+#include "tests/support/NamedCase.h"
+
 #include <gtest/gtest.h>
 
 #include <random>
 
-using namespace platform::native::helper;
+using namespace qf::native::helper;
+using namespace std::string_literals;
 
 // NOLINTNEXTLINE(readability-identifier-naming): libFuzzer's name
 extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t size);
@@ -31,27 +34,38 @@ TEST(HelperProtocol, ReadsWhatItHasWritten) {
               arguments);
 }
 
-TEST(HelperProtocol, ReadsTheContentThatAnItemIsToHave) {
-    for (const std::string content : {"", "<plist/>\n"}) {
-        const auto message = encodeRequest("/usr/sbin/chown", {"root:wheel", "/a"}, content);
-        ASSERT_TRUE(message);
-        Request request;
-        ASSERT_EQ(parseRequest(*message, request), Status::started);
-        EXPECT_EQ(request.content, content);
-        EXPECT_EQ(request.tool, "/usr/sbin/chown");
-        EXPECT_EQ(request.arguments.size(), 2U);
-        ASSERT_EQ(parseRequest(*encodeRequest("/bin/true", {}), request), Status::started);
-        EXPECT_EQ(request.content, std::nullopt);
-    }
+class HelperProtocolContent : public testing::TestWithParam<NamedText> {};
+
+TEST_P(HelperProtocolContent, IsReadWithTheRequest) {
+    const auto message = encodeRequest("/usr/sbin/chown", {"root:wheel", "/a"}, GetParam().value);
+    ASSERT_TRUE(message);
+    Request request;
+    ASSERT_EQ(parseRequest(*message, request), Status::started);
+    EXPECT_EQ(request.content, GetParam().value);
+    EXPECT_EQ(request.tool, "/usr/sbin/chown");
+    EXPECT_EQ(request.arguments.size(), 2U);
+    ASSERT_EQ(parseRequest(*encodeRequest("/bin/true", {}), request), Status::started);
+    EXPECT_EQ(request.content, std::nullopt);
 }
 
-TEST(HelperProtocol, ReadsNoContentWithoutARequest) {
-    using namespace std::string_literals;
+INSTANTIATE_TEST_SUITE_P(, HelperProtocolContent,
+                         testing::Values(NamedText{{"Empty"}, ""},
+                                         NamedText{{"List"}, "<plist/>\n"}),
+                         nameOfCase);
+
+class HelperProtocolContentAlone : public testing::TestWithParam<NamedText> {};
+
+TEST_P(HelperProtocolContentAlone, IsNoRequest) {
     Request request;
-    for (const auto& message : {"\0\0"s, "\0content\0"s, "\0content\0\0"s, "\0content"s}) {
-        EXPECT_EQ(parseRequest(message, request), Status::requestMalformed);
-    }
+    EXPECT_EQ(parseRequest(GetParam().value, request), Status::requestMalformed);
 }
+
+INSTANTIATE_TEST_SUITE_P(, HelperProtocolContentAlone,
+                         testing::Values(NamedText{{"Empty"}, "\0\0"s},
+                                         NamedText{{"WithAnEnd"}, "\0content\0"s},
+                                         NamedText{{"WithTwoEnds"}, "\0content\0\0"s},
+                                         NamedText{{"WithoutEnd"}, "\0content"s}),
+                         nameOfCase);
 
 TEST(HelperProtocol, WritesNoRequestThatNoHelperWouldTake) {
     using namespace std::string_literals;

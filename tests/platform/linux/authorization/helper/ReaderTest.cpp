@@ -11,9 +11,9 @@
 
 #include <functional>
 
-using platform::native::FileDescriptor;
-using platform::native::helper::openItem;
-using platform::native::helper::Reader;
+using qf::native::FileDescriptor;
+using qf::native::helper::openItem;
+using qf::native::helper::Reader;
 
 class HelperReader : public HelperTest {
 protected:

@@ -4,8 +4,8 @@
 
 #include <set>
 
-using platform::native::helper::sentence;
-using platform::native::helper::Status;
+using qf::native::helper::sentence;
+using qf::native::helper::Status;
 
 TEST(HelperRefusal, IsASentenceOfItsOwnForEachStatus) {
     constexpr int first = static_cast<int>(Status::requestMalformed);

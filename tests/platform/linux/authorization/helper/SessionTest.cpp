@@ -4,6 +4,7 @@
 
 #include "tests/platform/linux/authorization/helper/HelperHarness.h"
 #include "tests/platform/linux/authorization/helper/HungFileSystem.h"
+#include "tests/support/NamedCase.h"
 
 #include <sys/socket.h>
 #include <unistd.h>
@@ -15,10 +16,10 @@
 #include <iterator>
 #include <optional>
 
-using platform::native::helper::areYouThere;
-using platform::native::helper::maximumArguments;
-using platform::native::helper::maximumRequestSize;
-using platform::native::helper::Status;
+using qf::native::helper::areYouThere;
+using qf::native::helper::maximumArguments;
+using qf::native::helper::maximumRequestSize;
+using qf::native::helper::Status;
 
 namespace {
 
@@ -60,16 +61,27 @@ TEST_F(HelperRequest, IsRefusedWhenItHasTooManyArguments) {
     expectRefusal(message, Status::requestTooLarge, "the request is too large: 524 bytes");
 }
 
-TEST_F(HelperRequest, IsRefusedWhenItIsLarge) {
-    for (const std::size_t size : {maximumRequestSize + 1, maximumRequestSize + 2}) {
-        std::string message = "/bin/true\0"s;
-        message.resize(size - 1, 'x');
-        message += '\0';
-        expectRefusal(message, Status::requestTooLarge,
-                      "the request is too large: " + std::to_string(size) +
-                          (size == maximumRequestSize + 1 ? " bytes" : ""));
-    }
+struct LargeRequest : NamedCase {
+    std::size_t size;
+    const char* unit; // in the line of the log
+};
+
+class HelperRequestOfASize : public HelperRequest,
+                             public testing::WithParamInterface<LargeRequest> {};
+
+TEST_P(HelperRequestOfASize, IsRefused) {
+    std::string message = "/bin/true\0"s;
+    message.resize(GetParam().size - 1, 'x');
+    message += '\0';
+    expectRefusal(message, Status::requestTooLarge,
+                  "the request is too large: " + std::to_string(GetParam().size) + GetParam().unit);
 }
+
+INSTANTIATE_TEST_SUITE_P(
+    , HelperRequestOfASize,
+    testing::Values(LargeRequest{{"TooLargeByOne"}, maximumRequestSize + 1, " bytes"},
+                    LargeRequest{{"TooLargeByTwo"}, maximumRequestSize + 2, ""}),
+    nameOfCase);
 
 TEST_F(HelperRequest, IsRefusedWhenItIsTwoMebibytes) {
     TestedHelper helper;

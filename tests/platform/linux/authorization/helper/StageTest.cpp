@@ -3,23 +3,28 @@
 #include "platform/linux/authorization/helper/Stage.h"
 
 #include "platform/linux/authorization/helper/Refusal.h"
-#include "tests/platform/linux/authorization/helper/HelperHarness.h"
+#include "tests/platform/linux/authorization/helper/StageHarness.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/xattr.h>
 
 #include <cstdint>
-#include <filesystem>
 
-using platform::native::helper::Item;
-using platform::native::helper::openItem;
-using platform::native::helper::Refusal;
-using platform::native::helper::Stage;
+using qf::native::FileDescriptor;
+using qf::native::helper::isMarkedForCopies;
+using qf::native::helper::Item;
+using qf::native::helper::openItem;
+using qf::native::helper::Refusal;
+using qf::native::helper::Stage;
+using qf::native::helper::StageFor;
 
-class HelperStage : public HelperTest {
+class HelperStage : public StageTest {
 protected:
-    Item parent() { return *openItem(AT_FDCWD, usersDirectory()); }
+    static FileDescriptor opened(const Stage& stage) {
+        return FileDescriptor(
+            ::openat(stage.directory().descriptor.get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    }
     static mode_t rightsOf(const Item& directory) {
         struct stat status {};
         EXPECT_EQ(::fstat(directory.descriptor.get(), &status), 0);
@@ -30,29 +35,28 @@ protected:
 TEST_F(HelperStage, IsRootsAloneAndGoesAtTheEnd) {
     const Item directory = parent();
     {
-        const Stage stage(directory);
+        const Stage stage(directory, StageFor::items);
         EXPECT_EQ(stage.directory().status.stx_uid, 0U);
         EXPECT_EQ(rightsOf(stage.directory()), 0700U);
-        EXPECT_FALSE(std::filesystem::is_empty(usersDirectory()));
+        EXPECT_EQ(itemsLeft(), 1);
     }
-    EXPECT_TRUE(std::filesystem::is_empty(usersDirectory()));
+    EXPECT_EQ(itemsLeft(), 0);
 }
 
 TEST_F(HelperStage, IsLeftWhenSomethingIsInIt) {
     const Item directory = parent();
     {
-        const Stage stage(directory);
+        const Stage stage(directory, StageFor::items);
         ASSERT_EQ(::mkdirat(stage.directory().descriptor.get(), "item", 0700), 0);
     }
-    const std::filesystem::directory_iterator left(usersDirectory());
-    EXPECT_TRUE(exists(left->path().string() + "/item"));
+    EXPECT_TRUE(isInWhatIsLeft("item"));
 }
 
 TEST_F(HelperStage, HasANameOfItsOwnEachTime) {
     const Item directory = parent();
-    const Stage first(directory);
-    const Stage second(directory);
-    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(usersDirectory()), {}), 2);
+    const Stage first(directory, StageFor::items);
+    const Stage second(directory, StageFor::items);
+    EXPECT_EQ(itemsLeft(), 2);
 }
 
 TEST_F(HelperStage, HandsNoAccessListDown) {
@@ -64,13 +68,49 @@ TEST_F(HelperStage, HandsNoAccessListDown) {
     const Item directory = parent();
     ASSERT_EQ(
         ::setxattr(usersDirectory().c_str(), "system.posix_acl_default", list, sizeof list, 0), 0);
-    const Stage stage(directory);
+    const Stage stage(directory, StageFor::items);
     EXPECT_EQ(rightsOf(stage.directory()), 0700U);
     ASSERT_EQ(::mkdirat(stage.directory().descriptor.get(), "inner", 0750), 0);
     EXPECT_EQ(rightsOf(*openItem(stage.directory().descriptor.get(), "inner")), 0750U);
 }
 
+TEST_F(HelperStage, IsMarkedWhenItIsForCopies) {
+    const Item directory = parent();
+    const Stage copies(directory, StageFor::copies);
+    const Stage items(directory, StageFor::items);
+    EXPECT_TRUE(isMarkedForCopies(opened(copies)));
+    EXPECT_FALSE(isMarkedForCopies(opened(items)));
+}
+
+TEST_F(HelperStage, LeavesNoMarkWhenSomethingStaysInIt) {
+    const Item directory = parent();
+    FileDescriptor left;
+    {
+        const Stage stage(directory, StageFor::copies);
+        ASSERT_EQ(::mkdirat(stage.directory().descriptor.get(), "copy", 0700), 0);
+        left = opened(stage);
+    }
+    EXPECT_FALSE(isMarkedForCopies(left));
+}
+
+TEST_F(HelperStage, GetsAnotherNameWhenAnotherProcessHasRemovedTheDirectory) {
+    const Item directory = parent();
+    runWithItemsGone(1, [&] {
+        const Stage stage(directory, StageFor::items);
+        EXPECT_TRUE(stage.directory().descriptor);
+    });
+    EXPECT_EQ(itemsLeft(), 0);
+}
+
+TEST_F(HelperStage, IsRefusedWhenOtherProcessesRemoveEveryDirectory) {
+    constexpr int manyTimes = 1000;
+    const Item directory = parent();
+    runWithItemsGone(manyTimes,
+                     [&] { EXPECT_THROW(const Stage stage(directory, StageFor::items), Refusal); });
+    EXPECT_EQ(itemsLeft(), 0);
+}
+
 TEST_F(HelperStage, IsRefusedWhereNoneCanBeMade) {
     const Item file = *openItem(AT_FDCWD, makeFile(usersDirectory() + "/file"));
-    EXPECT_THROW(const Stage stage(file), Refusal);
+    EXPECT_THROW(const Stage stage(file, StageFor::items), Refusal);
 }

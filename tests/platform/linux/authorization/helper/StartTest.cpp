@@ -15,9 +15,9 @@
 #include <thread>
 #include <utility>
 
-using platform::native::FileDescriptor;
-using platform::native::helper::areYouThere;
-using platform::native::helper::Status;
+using qf::native::FileDescriptor;
+using qf::native::helper::areYouThere;
+using qf::native::helper::Status;
 
 namespace {
 

@@ -23,9 +23,9 @@
 #include <utility>
 #include <vector>
 
-using platform::native::FileDescriptor;
-using platform::native::helper::encodeRequest;
-using platform::native::helper::Status;
+using qf::native::FileDescriptor;
+using qf::native::helper::encodeRequest;
+using qf::native::helper::Status;
 
 namespace {
 

@@ -4,8 +4,8 @@
 
 #include "tests/platform/linux/authorization/helper/HelperHarness.h"
 
-using platform::native::helper::longestLogLine;
-using platform::native::helper::Status;
+using qf::native::helper::longestLogLine;
+using qf::native::helper::Status;
 
 using HelperLog = HelperTest;
 

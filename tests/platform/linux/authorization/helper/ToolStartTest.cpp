@@ -11,9 +11,9 @@
 #include <filesystem>
 #include <sstream>
 
-using platform::native::FileDescriptor;
-using platform::native::helper::areYouThere;
-using platform::native::helper::Status;
+using qf::native::FileDescriptor;
+using qf::native::helper::areYouThere;
+using qf::native::helper::Status;
 
 namespace {
 
@@ -110,10 +110,10 @@ TEST_F(HelperTool, GetsItsArgumentsUnchanged) {
 
 TEST_F(HelperTool, TakesAsManyArgumentsAndBytesAsARequestMayHave) {
     TestedHelper helper;
-    const std::vector<std::string> most(platform::native::helper::maximumArguments, "a");
+    const std::vector<std::string> most(qf::native::helper::maximumArguments, "a");
     EXPECT_EQ(helper.outputOf("/bin/echo", most).size(), 2 * most.size());
     const std::string tool = "/bin/echo";
-    const std::string longest(platform::native::helper::maximumRequestSize - tool.size() - 2, 'x');
+    const std::string longest(qf::native::helper::maximumRequestSize - tool.size() - 2, 'x');
     EXPECT_EQ(helper.outputOf(tool, {longest}).size(), longest.size() + 1);
 }
 

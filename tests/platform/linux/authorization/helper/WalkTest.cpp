@@ -3,6 +3,7 @@
 #include "platform/linux/authorization/helper/Walk.h"
 
 #include "tests/platform/linux/authorization/helper/HelperHarness.h"
+#include "tests/support/NamedCase.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -10,8 +11,8 @@
 #include <string>
 #include <vector>
 
-using platform::native::helper::openItem;
-using platform::native::helper::walk;
+using qf::native::helper::openItem;
+using qf::native::helper::walk;
 
 class HelperWalk : public HelperTest {
 protected:
@@ -74,19 +75,27 @@ TEST_F(HelperWalk, IsItsOwnersAloneWhereItsOwnerHasALinkOnIt) {
     EXPECT_FALSE(way->isRoots);
 }
 
-TEST_F(HelperWalk, IsNotItsOwnersWhereAnotherMayHaveLedItThere) {
+class HelperWalkByAnother : public HelperWalk, public testing::WithParamInterface<NamedText> {};
+
+TEST_P(HelperWalkByAnother, IsNotItsOwners) {
     makeLink(makeDirectory(roots() + "/roots"), usersDirectory() + "/link", servedUser);
     makeLink(makeDirectory(usersDirectory() + "/own", servedUser),
              sandbox::everybodysDirectory + "/link", servedUser);
     makeDirectory(usersDirectory() + "/inner", servedUser);
-    for (const auto& path : {usersDirectory() + "/link", sandbox::everybodysDirectory + "/link",
-                             usersDirectory() + "/inner/../../../mnt/roots"}) {
-        const auto way = walk(path);
-        ASSERT_TRUE(way) << path;
-        EXPECT_FALSE(way->isOwners()) << path;
-        EXPECT_FALSE(way->isRoots) << path;
-    }
+    const auto way = walk(GetParam().value);
+    ASSERT_TRUE(way);
+    EXPECT_FALSE(way->isOwners());
+    EXPECT_FALSE(way->isRoots);
 }
+
+INSTANTIATE_TEST_SUITE_P(
+    , HelperWalkByAnother,
+    testing::Values(
+        NamedText{{"UsersLinkToRoots"}, sandbox::everybodysDirectory + "/user" + "/link"},
+        NamedText{{"LinkInEverybodysDirectory"}, sandbox::everybodysDirectory + "/link"},
+        NamedText{{"UpFromTheUsersDirectory"},
+                  sandbox::everybodysDirectory + "/user" + "/inner/../../../mnt/roots"}),
+    nameOfCase);
 
 TEST_F(HelperWalk, IsNotRootsByAUsersLinkInRootsDirectory) {
     makeDirectory(roots() + "/a");
