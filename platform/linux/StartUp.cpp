@@ -13,6 +13,7 @@
 #include "platform/linux/files/LogFiles.h"
 #include "platform/linux/plist/PropertyLists.h"
 #include "platform/linux/process/Environment.h"
+#include "platform/linux/process/Installation.h"
 #include "platform/linux/process/Modules.h"
 #include "platform/linux/process/ProcessCopies.h"
 #include "platform/linux/process/ProcessLauncher.h"
@@ -30,7 +31,7 @@
 
 #include <cstdlib>
 
-namespace platform {
+namespace qf {
 
 namespace {
 
@@ -41,12 +42,23 @@ constexpr const char* unknownProgram = "Unknown";
 struct LinuxServices {
     explicit LinuxServices(const ProgramDescription& program)
         : systemInformation(program.version), identifier(identifierOf(program)),
-          authorizationServices(native::HelperPaths::installed(program.helper),
-                                program.asksOnce ? native::Asking::once : native::Asking::always) {}
+          authorizationServices(helperOf(program),
+                                program.asksOnce ? native::Asking::once : native::Asking::always),
+          modules(directoryOf(program)) {}
 
     std::string identifierOf(const ProgramDescription& program) {
         return program.identifier.value_or(
             path::lastComponent(systemInformation.executablePath().value_or(unknownProgram)));
+    }
+
+    static std::string directoryOf(const ProgramDescription& program) {
+        return program.directory ? native::directoryBesideProgram(*program.directory)
+                                 : native::installationDirectory();
+    }
+
+    static native::HelperPaths helperOf(const ProgramDescription& program) {
+        return program.helper ? native::HelperPaths::in(directoryOf(program), *program.helper)
+                              : native::HelperPaths::installed();
     }
 
     native::Console console;
@@ -71,25 +83,25 @@ struct LinuxServices {
     native::LoginAccounts loginAccounts;
 
     void install() {
-        platform::install<Console>(console);
-        platform::install<Clock>(clock);
-        platform::install<SystemInformation>(systemInformation);
-        platform::install<LogFiles>(logFiles);
-        platform::install<ProcessCopies>(processCopies);
-        platform::install<UserAccount>(userAccount);
-        platform::install<SearchPaths>(searchPaths);
-        platform::install<FileSystem>(fileSystem);
-        platform::install<ExtendedAttributes>(extendedAttributes);
-        platform::install<FileStreams>(fileStreams);
-        platform::install<Digests>(digests);
-        platform::install<PropertyLists>(propertyLists);
-        platform::install<Preferences>(preferences);
-        platform::install<ProcessLauncher>(processLauncher);
-        platform::install<Workspace>(workspace);
-        platform::install<AuthorizationServices>(authorizationServices);
-        platform::install<Inhibitors>(inhibitors);
-        platform::install<Modules>(modules);
-        platform::install<LoginAccounts>(loginAccounts);
+        qf::install<Console>(console);
+        qf::install<Clock>(clock);
+        qf::install<SystemInformation>(systemInformation);
+        qf::install<LogFiles>(logFiles);
+        qf::install<ProcessCopies>(processCopies);
+        qf::install<UserAccount>(userAccount);
+        qf::install<SearchPaths>(searchPaths);
+        qf::install<FileSystem>(fileSystem);
+        qf::install<ExtendedAttributes>(extendedAttributes);
+        qf::install<FileStreams>(fileStreams);
+        qf::install<Digests>(digests);
+        qf::install<PropertyLists>(propertyLists);
+        qf::install<Preferences>(preferences);
+        qf::install<ProcessLauncher>(processLauncher);
+        qf::install<Workspace>(workspace);
+        qf::install<AuthorizationServices>(authorizationServices);
+        qf::install<Inhibitors>(inhibitors);
+        qf::install<Modules>(modules);
+        qf::install<LoginAccounts>(loginAccounts);
     }
 };
 
@@ -117,8 +129,8 @@ void normalizeEnvironment(LinuxServices& services) {
         const char* named = std::getenv("HOME");
         const auto used = services.userAccount.homeDirectory();
         if (named != nullptr && *named != '\0') {
-            services.console.systemLog(platform::format(relativeHomeMessage, text::printable(named),
-                                                        text::printable(used)));
+            services.console.systemLog(
+                qf::format(relativeHomeMessage, text::printable(named), text::printable(used)));
         }
         native::Environment::set("HOME", used);
     }
@@ -137,4 +149,4 @@ void installServices(const ProgramDescription& program) {
     services.install();
 }
 
-} // namespace platform
+} // namespace qf

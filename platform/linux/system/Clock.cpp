@@ -1,6 +1,6 @@
 #include "platform/linux/system/Clock.h"
 
-namespace platform::native {
+namespace qf::native {
 
 Date Clock::now() {
     return Date::clock::now();
@@ -15,4 +15,4 @@ std::tm Clock::localTime(Date moment) {
     return parts;
 }
 
-} // namespace platform::native
+} // namespace qf::native

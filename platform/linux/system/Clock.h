@@ -2,13 +2,13 @@
 
 #include "platform/Clock.h"
 
-namespace platform::native {
+namespace qf::native {
 
 /// The system clock, and the time zone of TZ or /etc/localtime.
-class Clock : public platform::Clock {
+class Clock : public qf::Clock {
 public:
     Date now() override;
     std::tm localTime(Date moment) override;
 };
 
-} // namespace platform::native
+} // namespace qf::native

@@ -12,7 +12,7 @@
 #include <syslog.h>
 #include <unistd.h>
 
-namespace platform::native {
+namespace qf::native {
 
 namespace {
 
@@ -101,4 +101,4 @@ void Console::print(std::string_view text) {
     }
 }
 
-} // namespace platform::native
+} // namespace qf::native

@@ -4,11 +4,11 @@
 
 #include <mutex>
 
-namespace platform::native {
+namespace qf::native {
 
 /// The console on standard error, standard output and syslog. Output to a stream without a reader
 /// or without space is lost and never ends the process.
-class Console : public platform::Console {
+class Console : public qf::Console {
 public:
     void systemLog(std::string_view message) override;
     void print(std::string_view text) override;
@@ -17,4 +17,4 @@ private:
     std::mutex mutex_;
 };
 
-} // namespace platform::native
+} // namespace qf::native

@@ -8,7 +8,7 @@
 #include <cstdlib>
 #include <memory>
 
-namespace platform {
+namespace qf {
 
 namespace native {
 
@@ -57,4 +57,4 @@ int consoleMain(const std::function<int()>& body) {
     return *status;
 }
 
-} // namespace platform
+} // namespace qf

@@ -6,7 +6,7 @@
 #include <cstddef>
 #include <mutex>
 
-namespace platform::native {
+namespace qf::native {
 
 /// The application of a program without windows: its event loop waits for work for the main thread.
 class ConsoleApplication final : public ApplicationCore {
@@ -29,4 +29,4 @@ private:
     std::size_t rings_ = 0;
 };
 
-} // namespace platform::native
+} // namespace qf::native

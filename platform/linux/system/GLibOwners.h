@@ -4,7 +4,7 @@
 
 #include <memory>
 
-namespace platform::native {
+namespace qf::native {
 
 /// Releases what GLib returns.
 struct GLibDeleter {
@@ -27,4 +27,4 @@ using OwnedError = std::unique_ptr<GError, GLibDeleter>;
 /// Owns one reference to a variant.
 using OwnedVariant = std::unique_ptr<GVariant, GLibDeleter>;
 
-} // namespace platform::native
+} // namespace qf::native

@@ -9,7 +9,7 @@
 
 #include <utility>
 
-namespace platform::native {
+namespace qf::native {
 
 namespace {
 
@@ -28,16 +28,11 @@ private:
     FileDescriptor lock_;
 };
 
-std::string systemBusAddress() {
-    const OwnedText address(g_dbus_address_get_for_bus_sync(G_BUS_TYPE_SYSTEM, nullptr, nullptr));
-    return address ? address.get() : "";
-}
-
 } // namespace
 
 std::unique_ptr<Inhibition> Inhibitors::inhibitShutdown(const std::string& who,
                                                         const std::string& why) {
-    TimedBus bus(systemBusAddress());
+    TimedBus bus(hasDescriptorsForBus() ? systemBusAddress() : "");
     if (bus.connection() == nullptr) {
         return nullptr;
     }
@@ -57,4 +52,4 @@ std::unique_ptr<Inhibition> Inhibitors::inhibitShutdown(const std::string& who,
         FileDescriptor(g_unix_fd_list_get(descriptors.get(), 0, nullptr)));
 }
 
-} // namespace platform::native
+} // namespace qf::native

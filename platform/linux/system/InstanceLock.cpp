@@ -3,11 +3,14 @@
 #include <cerrno>
 #include <cstdlib>
 #include <fcntl.h>
+#include <optional>
+#include <string>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
-namespace platform {
+namespace qf {
 
 namespace {
 
@@ -19,10 +22,20 @@ bool isOwnDirectory(const std::string& path) {
            status.st_uid == ::geteuid();
 }
 
+/// Returns the user's runtime directory. A process that was not told of it, such as one that cron
+/// started, finds it by the user's number.
+std::optional<std::string> runtimeDirectory() {
+    const char* named = std::getenv("XDG_RUNTIME_DIR");
+    if (named != nullptr && *named == '/' && isOwnDirectory(named)) {
+        return named;
+    }
+    auto usual = "/run/user/" + std::to_string(::geteuid());
+    return isOwnDirectory(usual) ? std::optional(std::move(usual)) : std::nullopt;
+}
+
 std::string lockPath(const std::string& name) {
-    const char* runtime = std::getenv("XDG_RUNTIME_DIR");
-    if (runtime != nullptr && *runtime == '/' && isOwnDirectory(runtime)) {
-        return std::string(runtime) + '/' + name + ".lock";
+    if (const auto runtime = runtimeDirectory()) {
+        return *runtime + '/' + name + ".lock";
     }
     return "/tmp/" + name + '-' + std::to_string(::geteuid()) + ".lock";
 }
@@ -66,4 +79,4 @@ InstanceLock::~InstanceLock() {
     }
 }
 
-} // namespace platform
+} // namespace qf

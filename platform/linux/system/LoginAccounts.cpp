@@ -10,14 +10,16 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdlib>
 #include <fstream>
 #include <map>
+#include <optional>
 #include <set>
 #include <sstream>
 #include <utility>
 
-namespace platform::native {
+namespace qf::native {
 
 namespace {
 
@@ -25,6 +27,7 @@ constexpr const char* loginDefinitions = "/etc/login.defs";
 constexpr const char* accountChanger = "/usr/bin/setpriv";
 constexpr const char* searchPath = "/usr/local/bin:/usr/bin:/bin";
 constexpr uid_t superuser = 0;
+constexpr auto noUser = static_cast<uid_t>(-1);
 /// To the system calls that change the group, this means no change.
 constexpr auto noGroup = static_cast<gid_t>(-1);
 
@@ -43,8 +46,8 @@ std::string whyNot(const AccountEntry& entry, const struct stat& home) {
                : "its home folder " + entry.home + " belongs to " + loginNameOf(home.st_uid);
 }
 
-/// Gives this thread, and what it launches, an empty keyring instead of that of the superuser's
-/// session. Throws platform::Exception if the system cannot.
+/// Replaces the keyring of the superuser's session by an empty one, for this thread and what it
+/// launches. Throws qf::Exception if the system cannot.
 void leaveKeys() {
     const auto left =
         checked(static_cast<int>(::syscall(SYS_keyctl, KEYCTL_JOIN_SESSION_KEYRING, nullptr)));
@@ -75,29 +78,46 @@ std::map<std::string, std::string> environmentOf(const LoginAccount& account) {
     return variables;
 }
 
+/// Returns the number that a value of the definitions has, in quotes or not: decimal, octal after
+/// "0", hexadecimal after "0x".
+std::optional<uid_t> userId(std::string value) {
+    std::erase(value, '"');
+    char* end = nullptr;
+    errno = 0;
+    const auto number = std::strtoul(value.c_str(), &end, 0);
+    const bool isWhole = !value.empty() && *end == '\0' && value.front() != '-';
+    return isWhole && errno == 0 && number < noUser ? std::optional(static_cast<uid_t>(number))
+                                                    : std::nullopt;
+}
+
 } // namespace
 
-uid_t leastUserId(const std::string& definitions) {
-    constexpr uid_t usual = 1000;
+UserIdRange userIdRange(const std::string& definitions) {
+    UserIdRange range;
     std::ifstream file(definitions);
     for (std::string line; std::getline(file, line);) {
         std::istringstream words(line);
         std::string name;
-        uid_t number = usual;
-        if (words >> name >> number && name == "UID_MIN") {
-            return number;
+        std::string value;
+        if (words >> name >> value) {
+            if (name == "UID_MIN") {
+                range.least = userId(value).value_or(range.least);
+            } else if (name == "UID_MAX") {
+                range.most = userId(value).value_or(range.most);
+            }
         }
     }
-    return usual;
+    return range;
 }
 
-std::vector<LoginAccount> loginAccounts(std::vector<AccountEntry> entries, uid_t least) {
+std::vector<LoginAccount> loginAccounts(std::vector<AccountEntry> entries,
+                                        const UserIdRange& people) {
     std::ranges::stable_sort(entries, {}, &AccountEntry::userId);
     std::vector<LoginAccount> accounts;
     std::set<std::pair<dev_t, ino_t>> homes;
     for (const auto& entry : entries) {
         const bool isSuperuser = entry.userId == superuser;
-        if (!isSuperuser && (entry.userId < least || !entry.home.starts_with('/'))) {
+        if (!isSuperuser && (entry.userId < people.least || !entry.home.starts_with('/'))) {
             continue;
         }
         struct stat home {};
@@ -108,6 +128,9 @@ std::vector<LoginAccount> loginAccounts(std::vector<AccountEntry> entries, uid_t
         const auto obstacle = found ? whyNot(entry, home)
                                     : "its home folder " + entry.home +
                                           " cannot be looked at because " + reason(found.error());
+        if (found && !obstacle.empty() && entry.userId > people.most) {
+            continue;
+        }
         if (!obstacle.empty() || homes.emplace(home.st_dev, home.st_ino).second) {
             accounts.push_back({entry.userId, entry.groupId, entry.name, entry.home, obstacle});
         }
@@ -116,7 +139,7 @@ std::vector<LoginAccount> loginAccounts(std::vector<AccountEntry> entries, uid_t
 }
 
 std::vector<LoginAccount> LoginAccounts::all() {
-    return loginAccounts(allAccounts(), leastUserId(loginDefinitions));
+    return loginAccounts(allAccounts(), userIdRange(loginDefinitions));
 }
 
 ProcessDescription LoginAccounts::programAs(const LoginAccount& account, const std::string& program,
@@ -135,4 +158,4 @@ ProcessDescription LoginAccounts::programAs(const LoginAccount& account, const s
     return description;
 }
 
-} // namespace platform::native
+} // namespace qf::native

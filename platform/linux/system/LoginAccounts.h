@@ -6,21 +6,31 @@
 #include <string>
 #include <vector>
 
-namespace platform::native {
+namespace qf::native {
 
 /// The accounts of the password database. The system's setpriv changes to one.
-class LoginAccounts : public platform::LoginAccounts {
+class LoginAccounts : public qf::LoginAccounts {
 public:
     std::vector<LoginAccount> all() override;
     ProcessDescription programAs(const LoginAccount& account, const std::string& program,
                                  std::vector<std::string> arguments) override;
 };
 
-/// Returns the smallest number of an account of a person: UID_MIN in a file like /etc/login.defs,
-/// else 1000.
-uid_t leastUserId(const std::string& definitions);
+/// The numbers that this machine gives to accounts of people.
+struct UserIdRange {
+    uid_t least = 1000;
+    uid_t most = 60000;
 
-/// Returns those of the entries that all() describes, with accounts of people from `least` on.
-std::vector<LoginAccount> loginAccounts(std::vector<AccountEntry> entries, uid_t least);
+    bool operator==(const UserIdRange&) const = default;
+};
 
-} // namespace platform::native
+/// Returns the range from UID_MIN to UID_MAX in a file like /etc/login.defs, whose last line of a
+/// name counts; where they are missing, the usual numbers.
+UserIdRange userIdRange(const std::string& definitions);
+
+/// Returns those of the entries that all() describes. Numbers above the range are those of people
+/// from a directory service, if the home directory is their own, and of services otherwise.
+std::vector<LoginAccount> loginAccounts(std::vector<AccountEntry> entries,
+                                        const UserIdRange& people);
+
+} // namespace qf::native

@@ -13,7 +13,7 @@
 
 #include <cerrno>
 
-namespace platform::native {
+namespace qf::native {
 
 namespace {
 
@@ -53,11 +53,10 @@ void Preferences::setValue(const std::string& key, const Value& value) {
     // If the volume has no locks, only the threads of this process wait for one another.
     const auto otherProcesses = lockedDirectory(directory());
     ready = ready ? checkReplaceable(store()) : ready;
-    const auto stored =
-        ready ? write(key, value) : posixResult(ready, path::lastComponent(store()), "saved");
+    const auto stored = ready ? write(key, value)
+                              : posixResult(ready, path::lastComponent(store()), participle::saved);
     if (!stored) {
-        service<platform::Console>().systemLog("Preferences: " +
-                                               stored.error().localizedDescription);
+        service<qf::Console>().systemLog("Preferences: " + stored.error().localizedDescription);
     }
 }
 
@@ -75,4 +74,4 @@ Result<void> Preferences::write(const std::string& key, const Value& value) {
     return propertyLists_.writeAtomically(content, store());
 }
 
-} // namespace platform::native
+} // namespace qf::native

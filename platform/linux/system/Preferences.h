@@ -6,18 +6,17 @@
 
 #include <mutex>
 
-namespace platform::native {
+namespace qf::native {
 
 /// Preferences in the property list "`domain`.plist" of the Preferences directory in the user's
 /// Library, which is created when a preference is stored. The file is read at every use, so that
 /// changes by others are seen; processes that store at the same time wait for one another. A store
 /// that is not a property list counts as empty and is replaced; one that cannot be read is left
 /// unchanged.
-class Preferences : public platform::Preferences {
+class Preferences : public qf::Preferences {
 public:
     /// `account` and `propertyLists` must outlive this.
-    Preferences(std::string domain, platform::UserAccount& account,
-                platform::PropertyLists& propertyLists)
+    Preferences(std::string domain, qf::UserAccount& account, qf::PropertyLists& propertyLists)
         : domain_(std::move(domain)), account_(account), propertyLists_(propertyLists) {}
 
     Value value(const std::string& key) override;
@@ -29,9 +28,9 @@ private:
     Result<void> write(const std::string& key, const Value& value);
 
     std::string domain_;
-    platform::UserAccount& account_;
-    platform::PropertyLists& propertyLists_;
+    qf::UserAccount& account_;
+    qf::PropertyLists& propertyLists_;
     std::mutex writing_;
 };
 
-} // namespace platform::native
+} // namespace qf::native

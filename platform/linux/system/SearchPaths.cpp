@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <array>
 
-namespace platform::native {
+namespace qf::native {
 
 namespace {
 
@@ -43,7 +43,7 @@ bool contains(DomainMask mask, DomainMask domain) {
 /// The home directory of the superuser's user domain, as callers expect it, whatever HOME is.
 constexpr const char* superuserHome = "/var/root";
 
-std::string pathOf(const StandardDirectory& directory, platform::UserAccount& account) {
+std::string pathOf(const StandardDirectory& directory, qf::UserAccount& account) {
     if (directory.domain != DomainMask::user) {
         return directory.path;
     }
@@ -71,4 +71,4 @@ std::string directoryInHome(const std::string& home, DirectoryKind kind) {
     return path::appending(home, directory == standardDirectories.end() ? "" : directory->path);
 }
 
-} // namespace platform::native
+} // namespace qf::native

@@ -3,23 +3,23 @@
 #include "platform/SearchPaths.h"
 #include "platform/UserAccount.h"
 
-namespace platform::native {
+namespace qf::native {
 
 /// The standard directories in the layout of the suite's installers: the user's under the home
 /// directory, the machine's under "/", the operating system's library at "/System/Library".
-class SearchPaths : public platform::SearchPaths {
+class SearchPaths : public qf::SearchPaths {
 public:
     /// `account` must outlive this.
-    explicit SearchPaths(platform::UserAccount& account) : account_(account) {}
+    explicit SearchPaths(qf::UserAccount& account) : account_(account) {}
 
     std::vector<std::string> directories(DirectoryKind kind, DomainMask domain) override;
 
 private:
-    platform::UserAccount& account_;
+    qf::UserAccount& account_;
 };
 
 /// Returns the directory of a kind under a home directory, including the superuser's. The user
 /// domain must have the kind.
 std::string directoryInHome(const std::string& home, DirectoryKind kind);
 
-} // namespace platform::native
+} // namespace qf::native

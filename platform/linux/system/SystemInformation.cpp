@@ -14,7 +14,7 @@
 #include <system_error>
 #include <unistd.h>
 
-namespace platform::native {
+namespace qf::native {
 
 namespace {
 
@@ -35,7 +35,7 @@ std::string SystemInformation::globallyUniqueString() {
     std::string identifier;
     for (std::size_t index = 0; index < bytes.size(); ++index) {
         const bool groupBegins = index == 4 || index == 6 || index == 8 || index == 10;
-        identifier += platform::format(groupBegins ? "-%02X" : "%02X", bytes.at(index));
+        identifier += qf::format(groupBegins ? "-%02X" : "%02X", bytes.at(index));
     }
     return identifier;
 }
@@ -47,7 +47,7 @@ std::string SystemInformation::operatingSystemVersion() {
     }
     utsname kernel{};
     ::uname(&kernel);
-    return platform::format("%@ %@", &kernel.sysname[0], &kernel.release[0]);
+    return qf::format("%@ %@", &kernel.sysname[0], &kernel.release[0]);
 }
 
 std::string SystemInformation::hostName() {
@@ -77,4 +77,4 @@ std::optional<std::string> SystemInformation::executablePath() {
     return path;
 }
 
-} // namespace platform::native
+} // namespace qf::native

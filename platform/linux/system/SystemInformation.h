@@ -4,10 +4,10 @@
 
 #include <utility>
 
-namespace platform::native {
+namespace qf::native {
 
 /// System information from os-release, the kernel and the program itself.
-class SystemInformation : public platform::SystemInformation {
+class SystemInformation : public qf::SystemInformation {
 public:
     /// `version` is that of the running program.
     explicit SystemInformation(std::optional<std::string> version = {})
@@ -25,4 +25,4 @@ private:
     const std::optional<std::string> version_;
 };
 
-} // namespace platform::native
+} // namespace qf::native

@@ -1,8 +1,14 @@
 #include "platform/linux/system/TimedBus.h"
 
+#include "platform/linux/posix/FileDescriptor.h"
+
+#include <sys/eventfd.h>
+
+#include <algorithm>
+#include <array>
 #include <utility>
 
-namespace platform::native {
+namespace qf::native {
 
 namespace {
 
@@ -15,9 +21,26 @@ gboolean cancel(void* cancellable) {
 
 } // namespace
 
-TimedBus::TimedBus(const std::string& address)
-    : context_(g_main_context_new()), cancellable_(g_cancellable_new()),
-      timer_(g_timeout_source_new(busTimeout)) {
+bool hasDescriptorsForBus() {
+    // A loop has two on systems without eventfd, and there are at most three: that of the caller,
+    // of the bus and of GLib itself.
+    std::array<FileDescriptor, 8> descriptors;
+    std::generate(descriptors.begin(), descriptors.end(),
+                  [] { return FileDescriptor(::eventfd(0, EFD_CLOEXEC)); });
+    return static_cast<bool>(descriptors.back());
+}
+
+std::string systemBusAddress() {
+    const OwnedText address(g_dbus_address_get_for_bus_sync(G_BUS_TYPE_SYSTEM, nullptr, nullptr));
+    return address ? address.get() : "";
+}
+
+TimedBus::TimedBus(const std::string& address) : cancellable_(g_cancellable_new()) {
+    if (!hasDescriptorsForBus()) {
+        return;
+    }
+    context_ = g_main_context_new();
+    timer_ = g_timeout_source_new(busTimeout);
     g_main_context_push_thread_default(context_);
     g_source_set_callback(timer_, cancel, cancellable_.get(), nullptr);
     g_source_attach(timer_, context_);
@@ -30,6 +53,9 @@ TimedBus::TimedBus(const std::string& address)
 }
 
 TimedBus::~TimedBus() {
+    if (context_ == nullptr) {
+        return;
+    }
     if (connection_) {
         g_dbus_connection_close(connection_.get(), nullptr, nullptr, nullptr);
     }
@@ -50,4 +76,4 @@ Owned<GAsyncResult> TimedBus::wait() {
     return Owned<GAsyncResult>(std::exchange(result_, nullptr));
 }
 
-} // namespace platform::native
+} // namespace qf::native

@@ -6,13 +6,22 @@
 
 #include <string>
 
-namespace platform::native {
+namespace qf::native {
+
+/// Returns whether the descriptors are left that GLib needs for a connection to a bus and the event
+/// loops that serve it. GLib ends the process where it cannot open those of a loop.
+bool hasDescriptorsForBus();
+
+/// Returns the address of the system bus; empty if it has none. To find it, GLib starts an event
+/// loop too.
+std::string systemBusAddress();
 
 /// A private connection to a message bus whose every call ends within two seconds in all, for one
 /// thread. A shared connection may end the process when the bus goes away.
 class TimedBus {
 public:
-    /// Connects to the bus at a D-Bus address.
+    /// Connects to the bus at a D-Bus address. There is no connection if too few descriptors are
+    /// left.
     explicit TimedBus(const std::string& address);
     ~TimedBus();
     TimedBus(const TimedBus&) = delete;
@@ -36,11 +45,11 @@ public:
     Owned<GAsyncResult> wait();
 
 private:
-    GMainContext* context_;
     Owned<GCancellable> cancellable_;
-    GSource* timer_;
+    GMainContext* context_ = nullptr;
+    GSource* timer_ = nullptr;
     GAsyncResult* result_ = nullptr;
     Owned<GDBusConnection> connection_;
 };
 
-} // namespace platform::native
+} // namespace qf::native

@@ -12,7 +12,7 @@
 #include <cstdlib>
 #include <vector>
 
-namespace platform::native {
+namespace qf::native {
 
 namespace {
 
@@ -137,4 +137,4 @@ std::string UserAccount::stateDirectory() {
     return path::appending(homeDirectory(), ".local/state");
 }
 
-} // namespace platform::native
+} // namespace qf::native

@@ -6,10 +6,10 @@
 
 #include <vector>
 
-namespace platform::native {
+namespace qf::native {
 
 /// The account from the environment if that is usable, else from the password database.
-class UserAccount : public platform::UserAccount {
+class UserAccount : public qf::UserAccount {
 public:
     unsigned realUserId() override;
 
@@ -54,4 +54,4 @@ std::string loginNameOf(uid_t userId);
 /// path.
 std::optional<std::string> absolutePathFromEnvironment(const char* variable);
 
-} // namespace platform::native
+} // namespace qf::native

@@ -11,7 +11,7 @@
 #include <vector>
 
 /// Code shared by the stand-ins for system tools.
-namespace platform::native::tool {
+namespace qf::native::tool {
 
 /// Why a command was not carried out.
 class ToolError : public std::runtime_error {
@@ -52,4 +52,4 @@ int run(const Description& tool, int argc, char** argv, Command command) {
     }
 }
 
-} // namespace platform::native::tool
+} // namespace qf::native::tool

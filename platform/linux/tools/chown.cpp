@@ -18,10 +18,10 @@
 
 namespace {
 
-using platform::native::Errno;
-using platform::native::FileDescriptor;
-using platform::native::reason;
-namespace tool = platform::native::tool;
+using qf::native::Errno;
+using qf::native::FileDescriptor;
+using qf::native::reason;
+namespace tool = qf::native::tool;
 
 /// In place of an id: leave it unchanged.
 constexpr auto unchanged = static_cast<id_t>(-1);
@@ -88,10 +88,9 @@ std::string withoutSlashesAtEnd(std::string path) {
 }
 
 /// Changes the item's owner. The error is a sentence.
-platform::Result<void, std::string> change(const std::string& path, const Ownership& ownership) {
+qf::Result<void, std::string> change(const std::string& path, const Ownership& ownership) {
     const auto failure = [&](const std::string& why) {
-        return platform::Unexpected(
-            platform::native::failureSentence(path, "given to another owner", why));
+        return qf::Unexpected(qf::native::failureSentence(path, "given to another owner", why));
     };
     const FileDescriptor item(
         ::open(withoutSlashesAtEnd(path).c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));

@@ -25,10 +25,10 @@
 namespace {
 
 namespace fs = std::filesystem;
-namespace native = platform::native;
-namespace tool = platform::native::tool;
+namespace native = qf::native;
+namespace tool = qf::native::tool;
 using native::Volume;
-using platform::Value;
+using qf::Value;
 
 /// Returns the volume mounted on a directory, which may be spelled in any way.
 Volume volumeAt(const std::string& directory) {
@@ -54,7 +54,7 @@ Volume volumeAt(const std::string& directory) {
 std::optional<std::string> lineOf(const fs::path& file) {
     std::ifstream stream(file);
     std::string line;
-    return std::getline(stream, line) ? std::optional(std::string(platform::text::trimmed(line)))
+    return std::getline(stream, line) ? std::optional(std::string(qf::text::trimmed(line)))
                                       : std::nullopt;
 }
 
@@ -129,7 +129,7 @@ Value::Dictionary describeDevice(const fs::path& device) {
         result["DeviceBlockSize"] = *size;
     }
     if (const auto model = lineOf(whole / "device/model"); model && !model->empty()) {
-        result["MediaName"] = platform::text::printable(*model);
+        result["MediaName"] = qf::text::printable(*model);
     }
     return result;
 }
@@ -169,7 +169,7 @@ std::optional<std::string> tagOf(const fs::path& node, const char* tag) {
         blkid_probe_lookup_value(probe.get(), tag, &value, nullptr) == 0) {
         return value;
     }
-    const auto directory = "/dev/disk/by-" + platform::text::lowercased(tag);
+    const auto directory = "/dev/disk/by-" + qf::text::lowercased(tag);
     std::error_code error;
     for (const auto& link : fs::directory_iterator(directory, error)) {
         if (fs::equivalent(link.path(), node, error)) {
@@ -189,16 +189,15 @@ Value::Dictionary describeFileSystem(const Volume& volume) {
         return static_cast<std::int64_t>(blocks * status.f_frsize);
     };
     const bool isWritable = (status.f_flag & ST_RDONLY) == 0;
-    return {
-        {"MountPoint", platform::text::printable(volume.mountPoint)},
-        {"VolumeName", platform::text::printable(platform::path::lastComponent(volume.mountPoint))},
-        {"FilesystemType", volume.type},
-        {"FilesystemName", volume.type},
-        {"TotalSize", bytes(status.f_blocks)},
-        {"FreeSpace", bytes(status.f_bfree)},
-        {"VolumeAllocationBlockSize", static_cast<std::int64_t>(status.f_frsize)},
-        {"WritableVolume", isWritable},
-        {"ReadOnly", !isWritable}};
+    return {{"MountPoint", qf::text::printable(volume.mountPoint)},
+            {"VolumeName", qf::text::printable(qf::path::lastComponent(volume.mountPoint))},
+            {"FilesystemType", volume.type},
+            {"FilesystemName", volume.type},
+            {"TotalSize", bytes(status.f_blocks)},
+            {"FreeSpace", bytes(status.f_bfree)},
+            {"VolumeAllocationBlockSize", static_cast<std::int64_t>(status.f_frsize)},
+            {"WritableVolume", isWritable},
+            {"ReadOnly", !isWritable}};
 }
 
 Value describe(const Volume& volume) {
@@ -207,10 +206,10 @@ Value describe(const Volume& volume) {
         result.merge(describeDevice(*device));
         const auto node = "/dev" / device->filename();
         if (const auto uuid = tagOf(node, "UUID")) {
-            result["VolumeUUID"] = platform::text::printable(*uuid);
+            result["VolumeUUID"] = qf::text::printable(*uuid);
         }
         if (const auto label = tagOf(node, "LABEL"); label && !label->empty()) {
-            result["VolumeName"] = platform::text::printable(*label);
+            result["VolumeName"] = qf::text::printable(*label);
         }
     }
     return result;

@@ -15,8 +15,8 @@
 
 namespace {
 
-namespace native = platform::native;
-namespace tool = platform::native::tool;
+namespace native = qf::native;
+namespace tool = qf::native::tool;
 
 using Paths = std::span<const std::string>;
 
@@ -80,7 +80,7 @@ std::vector<std::string> namesOf(const std::string& path) {
 
 /// Returns text unchanged, other bytes in hexadecimal.
 std::string shown(const std::string& value) {
-    if (platform::text::printable(value) == value) {
+    if (qf::text::printable(value) == value) {
         return value;
     }
     constexpr std::string_view digits = "0123456789abcdef";
@@ -110,7 +110,7 @@ void remove(const std::string& path, const std::string& name) {
 
 /// Returns the prefix of each line if there are several files.
 std::string heading(const std::string& path, Paths paths) {
-    return paths.size() > 1 ? platform::text::printable(path) + ": " : "";
+    return paths.size() > 1 ? qf::text::printable(path) + ": " : "";
 }
 
 void print(const std::string& path, const std::string& name, Paths paths) {
@@ -119,7 +119,7 @@ void print(const std::string& path, const std::string& name, Paths paths) {
 
 void list(const std::string& path, Paths paths, bool withValues) {
     for (const auto& name : namesOf(path)) {
-        std::cout << heading(path, paths) << platform::text::printable(name);
+        std::cout << heading(path, paths) << qf::text::printable(name);
         if (withValues) {
             std::cout << ": " << shown(valueOf(path, name));
         }

@@ -8,7 +8,7 @@
 #include <memory>
 #include <string>
 
-namespace platform::native::ditto {
+namespace qf::native::ditto {
 
 struct FreeArchive {
     void operator()(archive* handle) const { archive_free(handle); }
@@ -31,4 +31,4 @@ inline void check(int result, archive* handle, const std::string& about) {
     }
 }
 
-} // namespace platform::native::ditto
+} // namespace qf::native::ditto

@@ -14,7 +14,7 @@
 #include <string_view>
 #include <vector>
 
-namespace platform::native::ditto {
+namespace qf::native::ditto {
 
 namespace {
 
@@ -148,4 +148,4 @@ void compress(const std::string& source, const std::string& archivePath, KeepPar
     }
 }
 
-} // namespace platform::native::ditto
+} // namespace qf::native::ditto

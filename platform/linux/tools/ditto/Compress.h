@@ -2,7 +2,7 @@
 
 #include <string>
 
-namespace platform::native::ditto {
+namespace qf::native::ditto {
 
 /// Whether a directory's own name is part of the names in its archive.
 enum class KeepParent { no, yes };
@@ -17,4 +17,4 @@ enum class KeepParent { no, yes };
 /// failure, a ToolError, leaves nothing new there.
 void compress(const std::string& source, const std::string& archivePath, KeepParent keepParent);
 
-} // namespace platform::native::ditto
+} // namespace qf::native::ditto

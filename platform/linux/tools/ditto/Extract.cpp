@@ -16,7 +16,7 @@
 #include <fstream>
 #include <string_view>
 
-namespace platform::native::ditto {
+namespace qf::native::ditto {
 
 namespace {
 
@@ -189,4 +189,4 @@ void extract(const Extraction& extraction) {
     unpackEntries(source);
 }
 
-} // namespace platform::native::ditto
+} // namespace qf::native::ditto

@@ -2,7 +2,7 @@
 
 #include <string>
 
-namespace platform::native::ditto {
+namespace qf::native::ditto {
 
 /// What to unpack, and where: absolute paths.
 struct Extraction {
@@ -21,4 +21,4 @@ struct Extraction {
 /// was already unpacked.
 void extract(const Extraction& extraction);
 
-} // namespace platform::native::ditto
+} // namespace qf::native::ditto

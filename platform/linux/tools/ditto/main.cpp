@@ -9,8 +9,8 @@
 
 namespace {
 
-namespace ditto = platform::native::ditto;
-namespace tool = platform::native::tool;
+namespace ditto = qf::native::ditto;
+namespace tool = qf::native::tool;
 
 /// Returns the path from the root, ending with a name.
 std::string absolute(const std::string& path) {

@@ -9,6 +9,8 @@
 #include "platform/linux/tools/launchctl/ServiceManager.h"
 #include "platform/linux/tools/launchctl/UnitDirectory.h"
 
+#include <sys/stat.h>
+#include <syslog.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -16,8 +18,10 @@
 #include <chrono>
 #include <filesystem>
 #include <iostream>
+#include <memory>
+#include <sstream>
 
-namespace platform::native::launchctl {
+namespace qf::native::launchctl {
 
 namespace {
 
@@ -34,7 +38,9 @@ struct Caller {
     UnitDirectory directory;
     Clock::time_point began = Clock::now();
 
-    ServiceManager connect() const { return {domain, began + wholeTime}; }
+    std::unique_ptr<ServiceManager> connect() const {
+        return connectToServiceManager(domain, began + wholeTime);
+    }
 };
 
 Caller currentCaller() {
@@ -85,8 +91,7 @@ void takeDown(const Caller& caller, const std::vector<std::string>& units,
 
 void takeDown(const Caller& caller, const std::vector<std::string>& units) {
     try {
-        auto manager = caller.connect();
-        takeDown(caller, units, manager);
+        takeDown(caller, units, *caller.connect());
     } catch (const NoServiceManager&) {
         caller.directory.removeLinks(units);
         removeFiles(caller, units);
@@ -140,12 +145,33 @@ void load(const std::string& argument) {
     if (!caller.directory.unitsOf(label).empty()) {
         throw ToolError(file + ": service already loaded");
     }
-    auto manager = caller.connect();
-    requireFreeNames(units, caller, manager);
+    const auto manager = caller.connect();
+    requireFreeNames(units, caller, *manager);
     try {
-        putUp(units, caller, manager);
+        putUp(units, caller, *manager);
     } catch (const ToolError&) {
-        withdraw(caller, caller.directory.unitsOf(label), manager);
+        withdraw(caller, caller.directory.unitsOf(label), *manager);
+        throw;
+    }
+}
+
+/// Returns whether nobody can read what is written to standard error.
+bool isErrorDiscarded() {
+    struct stat error {};
+    struct stat discarded {};
+    return ::fstat(STDERR_FILENO, &error) == 0 && ::stat("/dev/null", &discarded) == 0 &&
+           S_ISCHR(error.st_mode) && error.st_rdev == discarded.st_rdev;
+}
+
+/// Programs that install a job discard what the tool says, so the system log has it: otherwise the
+/// job would be missing without a reason anywhere.
+void loadOrTell(const std::string& argument) {
+    try {
+        load(argument);
+    } catch (const ToolError& error) {
+        if (isErrorDiscarded()) {
+            ::syslog(LOG_USER | LOG_ERR, "%s", text::printable(error.what()).c_str());
+        }
         throw;
     }
 }
@@ -173,14 +199,17 @@ void remove(const std::string& label) {
 
 void list() {
     const auto caller = currentCaller();
-    auto manager = caller.connect();
-    std::cout << "PID\tStatus\tLabel\n";
-    for (const auto& owner : caller.directory.owners()) {
-        const auto state = manager.stateOf(unitNames(owner.label).back());
+    const auto owners = caller.directory.owners();
+    const auto manager = owners.empty() ? nullptr : caller.connect();
+    std::ostringstream lines; // Nothing is printed of a list that cannot be completed.
+    lines << "PID\tStatus\tLabel\n";
+    for (const auto& owner : owners) {
+        const auto state = manager->stateOf(unitNames(owner.label).back());
         const auto process = state.processId == 0 ? "-" : std::to_string(state.processId);
-        std::cout << process << '\t' << state.lastStatus << '\t' << text::printable(owner.label)
-                  << '\n';
+        lines << process << '\t' << state.lastStatus << '\t' << text::printable(owner.label)
+              << '\n';
     }
+    std::cout << lines.str();
 }
 
 struct Command {
@@ -189,7 +218,7 @@ struct Command {
 };
 
 constexpr std::array commands = {
-    Command{"load", load},
+    Command{"load", loadOrTell},
     Command{"unload", unload},
     Command{"remove", remove},
 };
@@ -211,4 +240,4 @@ void run(std::span<const std::string> words) {
     command->perform(words.back());
 }
 
-} // namespace platform::native::launchctl
+} // namespace qf::native::launchctl

@@ -9,7 +9,7 @@
 /// has no daemons: a job file in a directory "LaunchDaemons" is refused. A loaded job is a set of
 /// unit files that contain its label; nothing else is recorded anywhere, and units of any other
 /// origin are never changed.
-namespace platform::native::launchctl {
+namespace qf::native::launchctl {
 
 /// Carries out "load FILE", "unload FILE", "remove LABEL" or "list". Returns within eight seconds
 /// whatever the service manager does. Throws tool::Misuse for other words, and tool::ToolError or
@@ -23,4 +23,4 @@ namespace platform::native::launchctl {
 /// - list: process id, last exit status and label of each job on standard output.
 void run(std::span<const std::string> words);
 
-} // namespace platform::native::launchctl
+} // namespace qf::native::launchctl

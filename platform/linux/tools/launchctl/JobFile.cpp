@@ -11,7 +11,7 @@
 #include <cerrno>
 #include <system_error>
 
-namespace platform::native::launchctl {
+namespace qf::native::launchctl {
 
 namespace {
 
@@ -44,4 +44,4 @@ Value readJobFile(const std::string& path, MustBeSafe mustBeSafe) {
     return content;
 }
 
-} // namespace platform::native::launchctl
+} // namespace qf::native::launchctl

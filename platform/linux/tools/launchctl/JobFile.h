@@ -4,7 +4,7 @@
 
 #include <string>
 
-namespace platform::native::launchctl {
+namespace qf::native::launchctl {
 
 /// Whether a job file must be safe to run programs from: the caller's own or root's, and writable
 /// by nobody else.
@@ -14,4 +14,4 @@ enum class MustBeSafe { no, yes };
 /// regular, not a property list, or not safe. Never blocks, whatever is at the path.
 Value readJobFile(const std::string& path, MustBeSafe mustBeSafe);
 
-} // namespace platform::native::launchctl
+} // namespace qf::native::launchctl

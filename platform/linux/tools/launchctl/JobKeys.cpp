@@ -9,7 +9,7 @@
 #include <iterator>
 #include <limits>
 
-namespace platform::native::launchctl {
+namespace qf::native::launchctl {
 
 namespace {
 
@@ -258,4 +258,4 @@ std::span<const JobKey> jobKeys() {
     return keys;
 }
 
-} // namespace platform::native::launchctl
+} // namespace qf::native::launchctl

@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-namespace platform::native::launchctl {
+namespace qf::native::launchctl {
 
 using Lines = std::vector<std::string>;
 
@@ -37,4 +37,4 @@ struct JobKey {
 /// none yet.
 std::span<const JobKey> jobKeys();
 
-} // namespace platform::native::launchctl
+} // namespace qf::native::launchctl

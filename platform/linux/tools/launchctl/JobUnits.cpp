@@ -8,7 +8,7 @@
 #include <array>
 #include <utility>
 
-namespace platform::native::launchctl {
+namespace qf::native::launchctl {
 
 namespace {
 
@@ -227,4 +227,4 @@ Owner ownerOfUnit(std::string_view unitText) {
     return {valueOf(unitText, labelSetting), valueOf(unitText, jobFileSetting)};
 }
 
-} // namespace platform::native::launchctl
+} // namespace qf::native::launchctl

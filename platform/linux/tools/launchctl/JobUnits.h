@@ -8,7 +8,7 @@
 #include <vector>
 
 /// launchd jobs as systemd units.
-namespace platform::native::launchctl {
+namespace qf::native::launchctl {
 
 /// The service manager that has the job: the user's own, for agents, or the system's.
 enum class Domain { user, system };
@@ -54,4 +54,4 @@ struct Owner {
 /// none.
 Owner ownerOfUnit(std::string_view unitText);
 
-} // namespace platform::native::launchctl
+} // namespace qf::native::launchctl

@@ -1,19 +1,15 @@
 #pragma once
 
-#include "platform/linux/system/GLibOwners.h"
 #include "platform/linux/tools/Tool.h"
 #include "platform/linux/tools/launchctl/JobUnits.h"
 
-#include <gio/gio.h>
-
 #include <chrono>
 #include <cstdint>
-#include <map>
-#include <set>
+#include <memory>
 #include <string>
 #include <vector>
 
-namespace platform::native::launchctl {
+namespace qf::native::launchctl {
 
 /// There is no service manager to talk to, and so nothing can be running.
 class NoServiceManager : public tool::ToolError {
@@ -28,7 +24,7 @@ struct ServiceState {
     std::int32_t lastStatus = 0;
 };
 
-/// A connection to systemd over the bus: org.freedesktop.systemd1(5).
+/// A connection to a service manager.
 ///
 /// Every operation returns by the deadline of the connection, and throws tool::ToolError if it has
 /// not been carried out by then or the manager refuses it. Not shared between threads.
@@ -36,58 +32,43 @@ class ServiceManager {
 public:
     using Clock = std::chrono::steady_clock;
 
-    /// Connects to the manager of a domain. Throws NoServiceManager if nothing answers for it.
-    ServiceManager(Domain domain, Clock::time_point deadline);
-    ~ServiceManager();
+    ServiceManager() = default;
+    virtual ~ServiceManager() = default;
     ServiceManager(const ServiceManager&) = delete;
     ServiceManager& operator=(const ServiceManager&) = delete;
     ServiceManager(ServiceManager&&) = delete;
     ServiceManager& operator=(ServiceManager&&) = delete;
 
     /// Returns whether a unit file of this name exists anywhere on the manager's search path.
-    bool hasUnitFile(const std::string& unit);
+    virtual bool hasUnitFile(const std::string& unit) = 0;
 
     /// Makes the manager reload its unit files.
-    void reload();
+    virtual void reload() = 0;
 
     /// Starts units and waits until that has succeeded or failed, but no longer than until
     /// `patience`.
-    void start(const std::vector<std::string>& units, Clock::time_point patience);
+    virtual void start(const std::vector<std::string>& units, Clock::time_point patience) = 0;
 
     /// Stops units in order and waits until all of their processes have ended. Those that still run
     /// at `patience` are killed.
-    void stop(const std::vector<std::string>& units, Clock::time_point patience);
+    virtual void stop(const std::vector<std::string>& units, Clock::time_point patience) = 0;
 
     /// Makes the manager forget that a stopped unit failed, and when its timer last elapsed.
-    void forget(const std::string& unit);
+    virtual void forget(const std::string& unit) = 0;
 
-    ServiceState stateOf(const std::string& service);
-
-private:
-    /// The object and interface that a call is for.
-    struct Target {
-        const char* path;
-        const char* interface;
-    };
-
-    /// Names of D-Bus errors that are valid answers to a call.
-    using Expected = std::set<std::string>;
-
-    /// Returns null if the answer is one of the expected errors.
-    OwnedVariant call(const Target& target, const char* method, GVariant* arguments,
-                      const char* replyType, const Expected& expected = {});
-    OwnedVariant manage(const char* method, GVariant* arguments, const char* replyType,
-                        const Expected& expected = {});
-    void findManager();
-    void queueJobs(const char* method, const std::vector<std::string>& units,
-                   const Expected& expected = {});
-
-    Owned<GDBusConnection> connection_;
-    std::string manager_;
-    Clock::time_point deadline_;
-    bool isSubscribed_ = false;
-    /// The units being started or stopped, by the path of the manager's job for each.
-    std::map<std::string, std::string> jobs_;
+    virtual ServiceState stateOf(const std::string& service) = 0;
 };
 
-} // namespace platform::native::launchctl
+/// Connects to the service manager of a domain. Throws NoServiceManager if nothing answers for it.
+///
+/// The code that does so is a module beside the program, because it needs libraries that take
+/// longer to load than all else that the program does when there is nothing to ask.
+std::unique_ptr<ServiceManager> connectToServiceManager(Domain domain,
+                                                        ServiceManager::Clock::time_point deadline);
+
+/// The function of the module, which does just that. The caller owns what it returns.
+using ConnectFunction = ServiceManager*(Domain domain, ServiceManager::Clock::time_point deadline);
+
+} // namespace qf::native::launchctl
+
+extern "C" [[gnu::visibility("default")]] qf::native::launchctl::ConnectFunction moduleMain;

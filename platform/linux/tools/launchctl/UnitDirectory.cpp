@@ -11,7 +11,7 @@
 #include <filesystem>
 #include <system_error>
 
-namespace platform::native::launchctl {
+namespace qf::native::launchctl {
 
 namespace {
 
@@ -34,13 +34,23 @@ void require(const std::error_code& error, const std::string& path) {
 }
 
 /// Returns the owner of a unit file; an empty label for anything else at the path, including links.
+/// Throws a ToolError if that cannot be told.
 Owner ownerOfFile(const fs::path& path) {
     std::error_code error;
-    if (!fs::is_regular_file(fs::symlink_status(path, error))) {
+    const auto status = fs::symlink_status(path, error);
+    if (status.type() == fs::file_type::none) {
+        require(error, path);
+    }
+    if (!fs::is_regular_file(status)) {
         return {};
     }
-    const auto text = readFile(path.string(), largestUnit);
-    return text ? ownerOfUnit(*text) : Owner{};
+    if (const auto text = readFile(path.string(), largestUnit)) {
+        return ownerOfUnit(*text);
+    }
+    if (fs::file_size(path, error) <= largestUnit && !error) {
+        throw ToolError(path.string() + ": Could not be read");
+    }
+    return {};
 }
 
 std::vector<fs::path> entriesOf(const std::string& directory) {
@@ -49,6 +59,9 @@ std::vector<fs::path> entriesOf(const std::string& directory) {
     for (fs::directory_iterator entry(directory, error), end; !error && entry != end;
          entry.increment(error)) {
         entries.push_back(entry->path());
+    }
+    if (error != std::errc::no_such_file_or_directory) {
+        require(error, directory);
     }
     std::sort(entries.begin(), entries.end());
     return entries;
@@ -140,4 +153,4 @@ void UnitDirectory::removeIfEmpty() const {
     }
 }
 
-} // namespace platform::native::launchctl
+} // namespace qf::native::launchctl

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-namespace platform::native::launchctl {
+namespace qf::native::launchctl {
 
 /// The directory where a service manager finds the units of jobs: the unit files, and the links by
 /// which targets want them. Only units that contain their job's record are ever changed.
@@ -14,13 +14,15 @@ public:
     /// `path` need not exist yet.
     explicit UnitDirectory(std::string path) : path_(std::move(path)) {}
 
-    /// Returns the names of the units of a job that exist in the directory.
+    /// Returns the names of the units of a job that exist in the directory. Throws tool::ToolError
+    /// if one cannot be read.
     std::vector<std::string> unitsOf(const std::string& label) const;
 
     /// Returns whether the directory has an entry with the name of a unit.
     bool has(const std::string& unit) const;
 
-    /// Returns the owners of all services in the directory that belong to jobs.
+    /// Returns the owners of all services in the directory that belong to jobs. Throws
+    /// tool::ToolError if not all can be read.
     std::vector<Owner> owners() const;
 
     /// Writes units and their links. Throws tool::ToolError if one cannot be written.
@@ -41,4 +43,4 @@ private:
     std::string path_;
 };
 
-} // namespace platform::native::launchctl
+} // namespace qf::native::launchctl

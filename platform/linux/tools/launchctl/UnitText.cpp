@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <climits>
 
-namespace platform::native::launchctl {
+namespace qf::native::launchctl {
 
 namespace {
 
@@ -167,4 +167,4 @@ std::string plainPath(std::string_view path) {
     return doubled<'%'>(path);
 }
 
-} // namespace platform::native::launchctl
+} // namespace qf::native::launchctl

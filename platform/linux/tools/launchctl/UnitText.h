@@ -7,7 +7,7 @@
 /// Text in the syntax of systemd's unit files: systemd.syntax(7), the quoting and the command lines
 /// of systemd.service(5), the specifiers of systemd.unit(5). Every function throws Unfit for text
 /// that the syntax cannot express or the service manager would not accept.
-namespace platform::native::launchctl {
+namespace qf::native::launchctl {
 
 /// Why a unit cannot contain a value: a text to follow the name of the setting.
 class Unfit : public std::runtime_error {
@@ -35,4 +35,4 @@ std::string programWord(std::string_view path);
 /// path may not end with a space or a backslash.
 std::string plainPath(std::string_view path);
 
-} // namespace platform::native::launchctl
+} // namespace qf::native::launchctl

@@ -6,10 +6,10 @@
 int main(int argc, char** argv) {
     // Others than their owner read unit files.
     ::umask(S_IWGRP | S_IWOTH);
-    return platform::native::tool::run(
+    return qf::native::tool::run(
         {.name = "launchctl", .usage = "launchctl load FILE | unload FILE | remove LABEL | list"},
         argc, argv, [](const std::vector<std::string>& words) {
-            platform::native::launchctl::run(words);
+            qf::native::launchctl::run(words);
             return true;
         });
 }
