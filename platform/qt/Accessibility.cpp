@@ -4,7 +4,7 @@
 #include <QProgressBar>
 #include <QString>
 
-namespace platform::qt {
+namespace qf::qt {
 
 namespace {
 
@@ -48,4 +48,4 @@ void describeToScreenReaders() {
     QAccessible::installFactory(makeAccessible);
 }
 
-} // namespace platform::qt
+} // namespace qf::qt

@@ -18,7 +18,7 @@
 #include <algorithm>
 #include <utility>
 
-namespace platform::qt {
+namespace qf::qt {
 
 namespace {
 
@@ -26,10 +26,10 @@ constexpr int windowWidth = 480;
 constexpr int margin = 20;
 constexpr int wideSpacing = 16;
 constexpr int spacing = 8;
-constexpr int contentWidth = windowWidth - 2 * margin;
 constexpr double highestTexts = 0.6; // of the screen
+constexpr int lowestTexts = 40;
 
-constexpr const char* suppressionTitle = "&Do not show this message again";
+constexpr auto suppressionTitle = translatable("Alert", "&Do not show this message again");
 
 QLabel* makeText(const std::string& text) {
     auto* label = new QLabel(plaintext::wrappable(plaintext::fromUtf8(text)));
@@ -39,13 +39,13 @@ QLabel* makeText(const std::string& text) {
     return label;
 }
 
-/// Shortens the titles that take more than their share of a row that is too wide.
-void fitButtons(const QBoxLayout& row, const QList<QPushButton*>& buttons) {
-    if (row.sizeHint().width() <= contentWidth) {
+/// Shortens the titles that take more than their share of a row that is wider than this.
+void fitButtons(const QBoxLayout& row, const QList<QPushButton*>& buttons, int width) {
+    if (row.sizeHint().width() <= width) {
         return;
     }
     const int gaps = spacing * static_cast<int>(buttons.size() - 1);
-    const int share = (contentWidth - gaps) / static_cast<int>(buttons.size());
+    const int share = (width - gaps) / static_cast<int>(buttons.size());
     for (auto* button : buttons) {
         const auto metrics = button->fontMetrics();
         const int frame =
@@ -113,7 +113,7 @@ QScrollArea* AlertDialog::makeTexts(const AlertDescription& description) {
 }
 
 void AlertDialog::addSuppressionCheckBox(QBoxLayout& column, const std::string& key) {
-    auto* box = new QCheckBox(suppressionTitle);
+    auto* box = new QCheckBox(plaintext::translated(suppressionTitle));
     box->setChecked(isSuppressed(key));
     connect(box, &QCheckBox::toggled, box,
             [key](bool checked) { service<Preferences>().setValue(key, checked); });
@@ -133,7 +133,7 @@ QBoxLayout* AlertDialog::makeButtons(const AlertDescription& description) {
     }
     buttons.last()->setDefault(true);
     buttons.last()->setFocus();
-    fitButtons(*row, buttons);
+    fitButtons(*row, buttons, std::min(windowWidth, roomOnScreen(*this).width()) - 2 * margin);
     return row;
 }
 
@@ -155,13 +155,23 @@ void AlertDialog::begin(QWidget* parent, std::function<void(int)> didEnd) {
     QAccessible::updateAccessibility(&event);
 }
 
+AlertDialog::~AlertDialog() {
+    if (isVisible()) {
+        answer(answerOfClosing_);
+    }
+}
+
+/// The texts get the room that the rest leaves.
 void AlertDialog::fitTexts() {
     resize(windowWidth, height());
+    texts_->setFixedHeight(lowestTexts);
     fitToContents(*this);
     const int iconWidth = layout()->itemAt(0)->layout()->itemAt(0)->sizeHint().width();
     const int textWidth = width() - 2 * margin - iconWidth - wideSpacing;
     const int wanted = texts_->widget()->layout()->totalHeightForWidth(textWidth);
-    const int most = static_cast<int>(screen()->availableGeometry().height() * highestTexts);
+    const int room = roomOnScreen(*this).height() - (height() - lowestTexts);
+    const int share = static_cast<int>(screen()->availableGeometry().height() * highestTexts);
+    const int most = std::max(lowestTexts, std::min(room, share));
     texts_->setFixedHeight(std::min(wanted, most));
     texts_->setFocusPolicy(wanted > most ? Qt::StrongFocus : Qt::NoFocus);
     fitToContents(*this);
@@ -178,4 +188,4 @@ void AlertDialog::answer(int code) noexcept {
     }
 }
 
-} // namespace platform::qt
+} // namespace qf::qt

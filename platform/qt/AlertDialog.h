@@ -9,20 +9,26 @@ class QLabel;
 class QPushButton;
 class QScrollArea;
 
-namespace platform {
+namespace qf {
 struct AlertDescription;
 }
 
-namespace platform::qt {
+namespace qf::qt {
 
 /// The window of an alert: the application's icon, the message, the smaller text, a checkbox if the
 /// user may choose not to see it again, and the buttons with the default one last.
 ///
 /// The Escape key and closing the window press the alternate button, or the other one if there is
-/// no alternate, or the default one if it is alone.
+/// no alternate, or the default one if it is alone. So does destroying the parent while the window
+/// is on the screen.
 class AlertDialog final : public QDialog {
 public:
     explicit AlertDialog(const AlertDescription& description);
+    ~AlertDialog() override;
+    AlertDialog(const AlertDialog&) = delete;
+    AlertDialog& operator=(const AlertDialog&) = delete;
+    AlertDialog(AlertDialog&&) = delete;
+    AlertDialog& operator=(AlertDialog&&) = delete;
 
     /// Shows the window, modal to `parent` unless that is null. `didEnd` is called once, when a
     /// button is pressed, after the window has gone.
@@ -43,4 +49,4 @@ private:
     std::function<void(int)> didEnd_;
 };
 
-} // namespace platform::qt
+} // namespace qf::qt

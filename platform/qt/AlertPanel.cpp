@@ -9,14 +9,14 @@
 
 #include <utility>
 
-namespace platform::qt {
+namespace qf::qt {
 
 namespace {
 
 /// An alert on a display that has gone, answered with its default button.
-class UnseenAlert final : public platform::AlertPanel {
+class UnseenAlert final : public qf::AlertPanel {
 public:
-    void beginSheet(platform::Window* /*parent*/, std::function<void(int)> didEnd) override {
+    void beginSheet(qf::Window* /*parent*/, std::function<void(int)> didEnd) override {
         service<Application>().performOnMainThread(
             [didEnd = std::move(didEnd)] { didEnd(defaultReturn); }, Wait::no);
     }
@@ -38,7 +38,7 @@ AlertPanel::~AlertPanel() {
     }
 }
 
-void AlertPanel::beginSheet(platform::Window* parent, std::function<void(int)> didEnd) {
+void AlertPanel::beginSheet(qf::Window* parent, std::function<void(int)> didEnd) {
     auto* window = dynamic_cast<Window*>(parent);
     if (dialog_) {
         dialog_->begin(window != nullptr ? &window->widget() : nullptr, std::move(didEnd));
@@ -55,11 +55,11 @@ void AlertPanel::orderOut() {
     }
 }
 
-std::unique_ptr<platform::AlertPanel> AlertPanels::create(const AlertDescription& description) {
+std::unique_ptr<qf::AlertPanel> AlertPanels::create(const AlertDescription& description) {
     if (!hasDisplay()) {
         return std::make_unique<UnseenAlert>();
     }
     return std::make_unique<AlertPanel>(description);
 }
 
-} // namespace platform::qt
+} // namespace qf::qt

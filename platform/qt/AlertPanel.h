@@ -4,12 +4,12 @@
 
 #include <QPointer>
 
-namespace platform::qt {
+namespace qf::qt {
 
 class AlertDialog;
 
 /// An alert in a Qt window. Its texts are shown verbatim, never as markup.
-class AlertPanel final : public platform::AlertPanel {
+class AlertPanel final : public qf::AlertPanel {
 public:
     explicit AlertPanel(const AlertDescription& description);
     ~AlertPanel() override;
@@ -18,7 +18,7 @@ public:
     AlertPanel(AlertPanel&&) = delete;
     AlertPanel& operator=(AlertPanel&&) = delete;
 
-    void beginSheet(platform::Window* parent, std::function<void(int)> didEnd) override;
+    void beginSheet(qf::Window* parent, std::function<void(int)> didEnd) override;
     bool isVisible() override;
     void orderOut() override;
 
@@ -28,9 +28,9 @@ private:
 };
 
 /// Creates alerts. When the display has gone they are answered with their default button.
-class AlertPanels final : public platform::AlertPanels {
+class AlertPanels final : public qf::AlertPanels {
 public:
-    std::unique_ptr<platform::AlertPanel> create(const AlertDescription& description) override;
+    std::unique_ptr<qf::AlertPanel> create(const AlertDescription& description) override;
 };
 
-} // namespace platform::qt
+} // namespace qf::qt

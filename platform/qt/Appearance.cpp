@@ -9,7 +9,7 @@
 #include <QProxyStyle>
 #include <QStyleOption>
 
-namespace platform::qt {
+namespace qf::qt {
 
 namespace {
 
@@ -87,4 +87,4 @@ void styleAsApplicationIcon(QLabel& label) {
     label.setFixedSize(iconSize, iconSize);
 }
 
-} // namespace platform::qt
+} // namespace qf::qt

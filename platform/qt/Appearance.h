@@ -4,7 +4,7 @@ class QCheckBox;
 class QLabel;
 
 /// Styles of texts and icons, based on the system's font and palette. Main thread only.
-namespace platform::qt {
+namespace qf::qt {
 
 /// Styles a window's heading: bold and larger than text.
 void styleAsTitle(QLabel& label);
@@ -24,4 +24,4 @@ void outline(QCheckBox& box);
 /// Shows the application's own icon, 64 pixels wide at 100 %.
 void styleAsApplicationIcon(QLabel& label);
 
-} // namespace platform::qt
+} // namespace qf::qt

@@ -7,7 +7,7 @@
 
 #include <cstdlib>
 
-namespace platform::qt {
+namespace qf::qt {
 
 /// Rung from any thread, answered by the main thread's event loop, nested or not.
 class Application::Doorbell : public QObject {
@@ -58,4 +58,4 @@ void Application::leaveEventLoop() {
     QCoreApplication::exit(EXIT_SUCCESS);
 }
 
-} // namespace platform::qt
+} // namespace qf::qt

@@ -6,7 +6,7 @@
 
 class QObject;
 
-namespace platform::qt {
+namespace qf::qt {
 
 /// The application on Qt's event loop.
 class Application final : public ApplicationCore {
@@ -38,4 +38,4 @@ private:
     std::unique_ptr<QObject> doorbell_;
 };
 
-} // namespace platform::qt
+} // namespace qf::qt

@@ -2,7 +2,7 @@
 
 #include <atomic>
 
-namespace platform::qt {
+namespace qf::qt {
 
 namespace {
 
@@ -18,4 +18,4 @@ void loseDisplay() {
     isLost.store(true, std::memory_order_relaxed);
 }
 
-} // namespace platform::qt
+} // namespace qf::qt

@@ -1,6 +1,6 @@
 #pragma once
 
-namespace platform::qt {
+namespace qf::qt {
 
 /// Returns whether there is a display. Any thread.
 bool hasDisplay();
@@ -9,4 +9,4 @@ bool hasDisplay();
 /// windows has been destroyed. Any thread.
 void loseDisplay();
 
-} // namespace platform::qt
+} // namespace qf::qt

@@ -14,7 +14,7 @@
 
 #include <utility>
 
-namespace platform::qt {
+namespace qf::qt {
 
 namespace {
 
@@ -183,8 +183,8 @@ Widget& Interface::outlet(const std::string& name) const {
     throwOutletMissing(name);
 }
 
-std::vector<platform::Window*> Interface::windowsFrom(platform::Window& first) const {
-    std::vector<platform::Window*> windows{&first};
+std::vector<qf::Window*> Interface::windowsFrom(qf::Window& first) const {
+    std::vector<qf::Window*> windows{&first};
     for (const auto& [name, window] : windows_) {
         if (window.get() != &first) {
             windows.push_back(window.get());
@@ -217,4 +217,4 @@ void Interface::setAction(const std::string& name, std::function<void()> perform
     }
 }
 
-} // namespace platform::qt
+} // namespace qf::qt

@@ -13,9 +13,9 @@
 class QAbstractButton;
 class QWidget;
 
-namespace platform::qt {
+namespace qf::qt {
 
-/// Returns the content of a file or a resource. Throws platform::Exception "QFInterfaceUnreadable",
+/// Returns the content of a file or a resource. Throws qf::Exception "QFInterfaceUnreadable",
 /// whose reason names the file and the cause, if it cannot be read.
 InterfaceFile readInterfaceFile(const std::string& name);
 
@@ -29,9 +29,9 @@ InterfaceFile readInterfaceFile(const std::string& name);
 ///   window without one cannot be closed by the user;
 /// - "textStyle" of a label: "title", "note" or "checkBoxNote"; "applicationIcon" makes it show
 ///   the application's icon.
-class Interface final : public platform::Interface {
+class Interface final : public qf::Interface {
 public:
-    /// Reads the file. Throws platform::Exception "QFInterfaceUnreadable", whose reason names the
+    /// Reads the file. Throws qf::Exception "QFInterfaceUnreadable", whose reason names the
     /// file and the cause, if it is not an interface file.
     explicit Interface(const InterfaceFile& file);
     ~Interface() override;
@@ -47,7 +47,7 @@ public:
     void setAction(const std::string& name, std::function<void()> perform) override;
 
     /// Returns all windows, this one first.
-    std::vector<platform::Window*> windowsFrom(platform::Window& first) const;
+    std::vector<qf::Window*> windowsFrom(qf::Window& first) const;
 
 private:
     void adopt(std::unique_ptr<QWidget> window);
@@ -65,4 +65,4 @@ private:
     std::map<std::string, std::function<void()>> actions_;
 };
 
-} // namespace platform::qt
+} // namespace qf::qt

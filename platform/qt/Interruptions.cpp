@@ -8,7 +8,7 @@
 #include <csignal>
 #include <utility>
 
-namespace platform::qt {
+namespace qf::qt {
 
 void onInterruption(std::function<void()> interrupted) {
     const auto asked = native::endingSignals();
@@ -20,4 +20,4 @@ void onInterruption(std::function<void()> interrupted) {
     });
 }
 
-} // namespace platform::qt
+} // namespace qf::qt

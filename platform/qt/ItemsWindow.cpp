@@ -10,12 +10,12 @@
 #include <QHeaderView>
 #include <QLabel>
 #include <QPushButton>
-#include <QScreen>
+#include <QStyledItemDelegate>
 #include <QTreeWidget>
 
 #include <algorithm>
 
-namespace platform::qt {
+namespace qf::qt {
 
 namespace {
 
@@ -23,17 +23,37 @@ constexpr int listMargin = 20;
 constexpr int listSpacing = 12;
 constexpr int buttonSpacing = 8;
 constexpr QSize wantedSize(640, 480);
-constexpr int messageWidth = 480;    // without a list
-constexpr double largestShare = 0.9; // of the screen
+constexpr int messageWidth = 480; // without a list
 
-constexpr const char* copyTitle = "&Copy";
-constexpr const char* tryAgainTitle = "&Try Again";
-constexpr const char* closeTitle = "C&lose";
+constexpr auto copyTitle = translatable("Lists", "&Copy");
+constexpr auto tryAgainTitle = translatable("Lists", "&Try Again");
+constexpr auto closeTitle = translatable("Lists", "C&lose");
 
-constexpr const char* itemsHeader = "Items";
-constexpr const char* detailsHeader = "Details";
+constexpr auto itemsHeader = translatable("Lists", "Items");
+constexpr auto detailsHeader = translatable("Lists", "Details");
 
 enum Column { textColumn, detailColumn };
+
+/// Lets headings take the lines that they need, and items one.
+class ListDelegate : public QStyledItemDelegate {
+public:
+    explicit ListDelegate(QTreeWidget& list) : QStyledItemDelegate(&list), list_(list) {}
+
+    QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override {
+        auto wide = option;
+        wide.rect.setRect(0, 0, list_.viewport()->width(), list_.viewport()->height());
+        return QStyledItemDelegate::sizeHint(wide, index);
+    }
+
+protected:
+    void initStyleOption(QStyleOptionViewItem* option, const QModelIndex& index) const override {
+        QStyledItemDelegate::initStyleOption(option, index);
+        option->features.setFlag(QStyleOptionViewItem::WrapText, !index.parent().isValid());
+    }
+
+private:
+    const QTreeWidget& list_;
+};
 
 QTreeWidgetItem* makeLine(const std::string& text) {
     auto* line = new QTreeWidgetItem;
@@ -58,11 +78,15 @@ QTreeWidgetItem* makeSection(const ItemsSection& section) {
 
 QTreeWidget* makeList(const ItemsDescription& description) {
     auto* list = new QTreeWidget;
-    list->setHeaderLabels({itemsHeader, detailsHeader}); // for screen readers
+    list->setHeaderLabels({plaintext::translated(itemsHeader),
+                           plaintext::translated(detailsHeader)}); // for screen readers
     list->setHeaderHidden(true);
     list->setRootIsDecorated(false);
     list->setItemsExpandable(false);
-    list->setUniformRowHeights(true);
+    list->setItemDelegate(new ListDelegate(*list));
+    // In other widths headings take other numbers of lines.
+    QObject::connect(list->header(), &QHeaderView::sectionResized, list,
+                     &QTreeWidget::doItemsLayout, Qt::QueuedConnection);
     list->setTextElideMode(Qt::ElideMiddle);
     list->setSelectionMode(QAbstractItemView::ExtendedSelection);
     list->setAccessibleName(plaintext::fromUtf8(description.title));
@@ -87,7 +111,7 @@ QLabel* makeMessage(const ItemsDescription& description) {
 }
 
 QPushButton* makeCopyButton(const ItemsDescription& description) {
-    auto* copy = new QPushButton(copyTitle);
+    auto* copy = new QPushButton(plaintext::translated(copyTitle));
     QObject::connect(copy, &QPushButton::clicked, copy, [text = asText(description.sections)] {
         QApplication::clipboard()->setText(plaintext::fromUtf8(text));
     });
@@ -102,11 +126,11 @@ QBoxLayout* makeButtons(QDialog& window, const ItemsDescription& description) {
     }
     row->addStretch();
     if (description.canTryAgain) {
-        auto* tryAgain = new QPushButton(tryAgainTitle);
+        auto* tryAgain = new QPushButton(plaintext::translated(tryAgainTitle));
         QObject::connect(tryAgain, &QPushButton::clicked, &window, &QDialog::accept);
         row->addWidget(tryAgain);
     }
-    auto* close = new QPushButton(closeTitle);
+    auto* close = new QPushButton(plaintext::translated(closeTitle));
     QObject::connect(close, &QPushButton::clicked, &window, &QDialog::reject);
     row->addWidget(close);
     close->setDefault(true);
@@ -129,7 +153,7 @@ ItemsAnswer showItems(const ItemsDescription& description) {
         column->addWidget(makeList(description), 1);
     }
     column->addLayout(makeButtons(window, description));
-    window.resize(wantedSize.boundedTo(window.screen()->availableSize() * largestShare));
+    window.resize(wantedSize.boundedTo(roomOnScreen(window)));
     if (description.sections.empty()) {
         window.resize(messageWidth, window.height());
         fitToContents(window);
@@ -149,4 +173,4 @@ std::string asText(const std::vector<ItemsSection>& sections) {
     return text;
 }
 
-} // namespace platform::qt
+} // namespace qf::qt

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-namespace platform::qt {
+namespace qf::qt {
 
 struct ListedItem {
     /// A path or a name.
@@ -37,4 +37,4 @@ ItemsAnswer showItems(const ItemsDescription& description);
 /// Returns the list as "Copy" copies it: each heading in a line, its items indented below it.
 std::string asText(const std::vector<ItemsSection>& sections);
 
-} // namespace platform::qt
+} // namespace qf::qt

@@ -1,18 +1,24 @@
 #include "platform/qt/Placement.h"
 
 #include <QApplication>
+#include <QBoxLayout>
 #include <QCursor>
 #include <QLabel>
 #include <QLayout>
 #include <QScreen>
 #include <QWidget>
+#include <QtMath>
 
 #include <algorithm>
 #include <optional>
+#include <utility>
 
-namespace platform::qt {
+namespace qf::qt {
 
 namespace {
+
+constexpr const char* dispensableProperty = "dispensable";
+constexpr double titleBarPixels = 32; // with most window managers
 
 std::optional<QPoint> lastCentre;
 
@@ -67,21 +73,65 @@ void hidePictures(const QWidget& window) {
     }
 }
 
+bool consistsOfLayouts(const QLayout& layout) {
+    for (int at = 0; at < layout.count(); ++at) {
+        if (layout.itemAt(at)->layout() == nullptr) {
+            return false;
+        }
+    }
+    return true;
+}
+
+/// Puts the parts of rows of layouts below one another.
+void breakRows(const QWidget& window) {
+    for (auto* row : window.findChildren<QHBoxLayout*>()) {
+        if (consistsOfLayouts(*row)) {
+            row->setDirection(QBoxLayout::TopToBottom);
+        }
+    }
+}
+
+int neededHeight(QLayout& layout, int width) {
+    layout.invalidate();
+    layout.activate();
+    return layout.hasHeightForWidth() ? layout.totalHeightForWidth(width)
+                                      : layout.totalSizeHint().height();
+}
+
+/// Hides the texts that the window can do without, the last first, until it is low enough.
+void hideTexts(const QWidget& window, QLayout& layout, QSize largest) {
+    auto labels = window.findChildren<QLabel*>();
+    std::reverse(labels.begin(), labels.end());
+    for (auto* const label : std::as_const(labels)) {
+        if (neededHeight(layout, largest.width()) <= largest.height()) {
+            return;
+        }
+        label->setHidden(label->isHidden() ||
+                         label->property(dispensableProperty).toString() == "true");
+    }
+}
+
 } // namespace
+
+QSize roomOnScreen(const QWidget& window) {
+    const int titleBar = qCeil(titleBarPixels / window.devicePixelRatio());
+    return window.screen()->availableGeometry().size() - QSize(0, titleBar);
+}
 
 void fitToContents(QWidget& window) {
     if (window.layout() == nullptr) {
         return;
     }
     auto& layout = *window.layout();
-    const int available = window.screen()->availableGeometry().width();
-    if (neededWidth(layout) > available) {
-        hidePictures(window);
+    const auto room = roomOnScreen(window);
+    for (const auto save : {hidePictures, breakRows}) {
+        if (neededWidth(layout) > room.width()) {
+            save(window);
+        }
     }
-    const int width = std::max(std::min(window.width(), available), neededWidth(layout));
-    const int height = layout.hasHeightForWidth() ? layout.totalHeightForWidth(width)
-                                                  : layout.totalSizeHint().height();
-    window.setFixedSize(width, height);
+    const int width = std::max(std::min(window.width(), room.width()), neededWidth(layout));
+    hideTexts(window, layout, {width, room.height()});
+    window.setFixedSize(width, neededHeight(layout, width));
 }
 
 void bringToFront(QWidget& window, const QWidget* over) {
@@ -103,4 +153,4 @@ void takeAway(QWidget& window) {
     }
 }
 
-} // namespace platform::qt
+} // namespace qf::qt

@@ -1,6 +1,6 @@
 #include "platform/qt/PlainText.h"
 
-namespace platform::qt::plaintext {
+namespace qf::qt::plaintext {
 
 namespace {
 
@@ -11,6 +11,10 @@ constexpr QChar zeroWidthSpace(0x200B);
 
 QString fromUtf8(std::string_view text) {
     return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
+}
+
+QString translated(const Translatable& text) {
+    return fromUtf8(qf::translated(text));
 }
 
 QString withoutMnemonics(QString text) {
@@ -35,4 +39,4 @@ QString wrappable(const QString& text) {
     return result;
 }
 
-} // namespace platform::qt::plaintext
+} // namespace qf::qt::plaintext

@@ -1,15 +1,20 @@
 #pragma once
 
+#include "platform/Language.h"
+
 #include <QString>
 
 #include <string_view>
 
 /// Conversions of callers' texts for widgets, which would otherwise find mnemonics and markup in
 /// them.
-namespace platform::qt::plaintext {
+namespace qf::qt::plaintext {
 
 /// Returns the text, each byte that is not UTF-8 replaced by U+FFFD.
 QString fromUtf8(std::string_view text);
+
+/// Returns the text in the person's language.
+QString translated(const Translatable& text);
 
 /// Returns the text as a button's title without an underlined letter.
 QString withoutMnemonics(QString text);
@@ -21,4 +26,4 @@ QString unformatted(const QString& text);
 /// as paths.
 QString wrappable(const QString& text);
 
-} // namespace platform::qt::plaintext
+} // namespace qf::qt::plaintext

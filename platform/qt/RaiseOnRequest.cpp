@@ -6,7 +6,7 @@
 #include <QFileSystemWatcher>
 #include <QWidget>
 
-namespace platform::qt {
+namespace qf::qt {
 
 namespace {
 
@@ -34,4 +34,4 @@ void raiseOnRequest(const InstanceLock& lock) {
     QObject::connect(watcher, &QFileSystemWatcher::fileChanged, watcher, raiseWindows);
 }
 
-} // namespace platform::qt
+} // namespace qf::qt

@@ -5,10 +5,10 @@
 
 #include <iostream>
 
-namespace platform::qt {
+namespace qf::qt {
 
 void reportStartUpFailure(std::string_view reason) {
     std::cerr << applicationName() + ": " + text::printable(reason) + '\n' << std::flush;
 }
 
-} // namespace platform::qt
+} // namespace qf::qt

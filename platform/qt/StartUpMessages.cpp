@@ -8,7 +8,7 @@
 #include <string>
 #include <utility>
 
-namespace platform::qt {
+namespace qf::qt {
 
 namespace {
 
@@ -45,4 +45,4 @@ StartUpMessages::~StartUpMessages() {
     qInstallMessageHandler(former_);
 }
 
-} // namespace platform::qt
+} // namespace qf::qt

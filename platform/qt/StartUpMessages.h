@@ -4,7 +4,7 @@
 
 #include <QtGlobal>
 
-namespace platform::qt {
+namespace qf::qt {
 
 /// Holds back Qt's messages about the display while it lives. If Qt cannot go on without a display,
 /// `withoutDisplay` is called and the process ends with status 1 instead of an abort. Main thread
@@ -22,4 +22,4 @@ private:
     QtMessageHandler former_;
 };
 
-} // namespace platform::qt
+} // namespace qf::qt

@@ -8,17 +8,20 @@
 #include "platform/qt/Application.h"
 #include "platform/qt/Display.h"
 #include "platform/qt/Interface.h"
+#include "platform/qt/Language.h"
+#include "platform/qt/Scale.h"
 #include "platform/qt/StartUpMessages.h"
 #include "platform/support/ApplicationName.h"
 
 #include <QApplication>
 #include <QDir>
 #include <QIcon>
+#include <QLocale>
 
 #include <cstdlib>
 #include <memory>
 
-namespace platform::qt {
+namespace qf::qt {
 
 namespace {
 
@@ -35,12 +38,18 @@ QIcon applicationIcon() {
     return icon;
 }
 
-/// Makes the QApplication, or ends the process if there is no display.
+/// Makes the QApplication, or ends the process if there is no display. Qt takes the scale of its
+/// windows from the environment, and only while a QApplication is made.
 std::unique_ptr<QApplication> makeQtApplication(int& argc, char** argv) {
     const auto name = QString::fromStdString(applicationName());
     QCoreApplication::setApplicationName(name);
     QGuiApplication::setDesktopFileName(name);
     auto application = std::make_unique<QApplication>(argc, argv);
+    if (const double scale = scaleThatFits(); scale < 1) {
+        application.reset();
+        scaleWindows(scale);
+        application = std::make_unique<QApplication>(argc, argv);
+    }
     QApplication::setQuitOnLastWindowClosed(false);
     QApplication::setWindowIcon(applicationIcon());
     return application;
@@ -49,12 +58,14 @@ std::unique_ptr<QApplication> makeQtApplication(int& argc, char** argv) {
 /// The user interface, for the rest of the process: threads may still call it when the event loop
 /// has ended.
 struct UserInterface {
+    Language language{QLocale::system().uiLanguages()};
     Application application;
     AlertPanels panels;
 
     UserInterface() {
-        install<platform::Application>(application);
-        install<platform::AlertPanels>(panels);
+        install<qf::Language>(language);
+        install<qf::Application>(application);
+        install<qf::AlertPanels>(panels);
     }
 };
 
@@ -66,7 +77,7 @@ UserInterface& userInterface() {
 } // namespace
 
 int windowedMain(int argc, char** argv, const InterfaceFile& interfaceFile,
-                 const std::function<void(platform::Interface&)>& awake,
+                 const std::function<void(qf::Interface&)>& awake,
                  const std::function<int()>& finished, const WithoutDisplay& withoutDisplay) {
     auto messages = std::make_unique<StartUpMessages>(withoutDisplay);
     const auto qtApplication = makeQtApplication(argc, argv);
@@ -94,9 +105,9 @@ bool outliveDisplay() {
     return userInterface().application.runWithoutEventLoop();
 }
 
-} // namespace platform::qt
+} // namespace qf::qt
 
-namespace platform {
+namespace qf {
 
 namespace {
 
@@ -124,4 +135,4 @@ int windowedMain(int argc, char** argv, const std::string& interfaceFile,
     }
 }
 
-} // namespace platform
+} // namespace qf

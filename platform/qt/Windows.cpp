@@ -14,7 +14,7 @@
 #include <algorithm>
 #include <utility>
 
-namespace platform::qt {
+namespace qf::qt {
 
 namespace {
 
@@ -24,16 +24,16 @@ constexpr auto stateChanged = &QCheckBox::checkStateChanged;
 constexpr auto stateChanged = &QCheckBox::stateChanged;
 #endif
 
-platform::CheckBoxState checkBoxState(Qt::CheckState state) {
+qf::CheckBoxState checkBoxState(Qt::CheckState state) {
     switch (state) {
     case Qt::Checked:
-        return platform::CheckBoxState::on;
+        return qf::CheckBoxState::on;
     case Qt::PartiallyChecked:
-        return platform::CheckBoxState::mixed;
+        return qf::CheckBoxState::mixed;
     case Qt::Unchecked:
         break;
     }
-    return platform::CheckBoxState::off;
+    return qf::CheckBoxState::off;
 }
 
 bool isEscape(const QEvent& event) {
@@ -106,4 +106,4 @@ void ProgressIndicator::startAnimation() {
     widget_.setRange(0, 0);
 }
 
-} // namespace platform::qt
+} // namespace qf::qt

@@ -12,10 +12,10 @@ class QLabel;
 class QProgressBar;
 class QWidget;
 
-namespace platform::qt {
+namespace qf::qt {
 
 /// A window of the interface, sized to its contents.
-class Window final : public QObject, public platform::Window {
+class Window final : public QObject, public qf::Window {
 public:
     /// `close` is called by the Escape key and by closing the window; without it the user cannot
     /// close the window. The widget must outlive this.
@@ -36,17 +36,17 @@ private:
 };
 
 /// A checkbox, whose state other threads may read.
-class CheckBox final : public platform::CheckBox {
+class CheckBox final : public qf::CheckBox {
 public:
     explicit CheckBox(QCheckBox& widget);
-    platform::CheckBoxState state() override { return state_.load(std::memory_order_relaxed); }
+    qf::CheckBoxState state() override { return state_.load(std::memory_order_relaxed); }
 
 private:
-    std::atomic<platform::CheckBoxState> state_;
+    std::atomic<qf::CheckBoxState> state_;
 };
 
 /// A text that is shortened in its middle to the width that it has.
-class Label final : public platform::Label {
+class Label final : public qf::Label {
 public:
     explicit Label(QLabel& widget) : widget_(widget) {}
     void setText(const std::string& text) override;
@@ -56,7 +56,7 @@ private:
 };
 
 /// A bar that does not move until its animation is started.
-class ProgressIndicator final : public platform::ProgressIndicator {
+class ProgressIndicator final : public qf::ProgressIndicator {
 public:
     explicit ProgressIndicator(QProgressBar& widget);
 
@@ -69,4 +69,4 @@ private:
     QProgressBar& widget_;
 };
 
-} // namespace platform::qt
+} // namespace qf::qt

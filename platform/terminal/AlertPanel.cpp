@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-namespace platform::terminal {
+namespace qf::terminal {
 
 namespace {
 
@@ -63,7 +63,7 @@ AlertPanel::~AlertPanel() {
     orderOut();
 }
 
-void AlertPanel::beginSheet(platform::Window* /*parent*/, std::function<void(int)> didEnd) {
+void AlertPanel::beginSheet(qf::Window* /*parent*/, std::function<void(int)> didEnd) {
     sheet_->didEnd = std::move(didEnd);
     dialogue_.screen().gap();
     dialogue_.screen().paragraph(description_.messageText);
@@ -119,8 +119,8 @@ void AlertPanel::orderOut() {
     dialogue_.withdraw(sheet_.get());
 }
 
-std::unique_ptr<platform::AlertPanel> AlertPanels::create(const AlertDescription& description) {
+std::unique_ptr<qf::AlertPanel> AlertPanels::create(const AlertDescription& description) {
     return std::make_unique<AlertPanel>(description, application_, dialogue_, manner_);
 }
 
-} // namespace platform::terminal
+} // namespace qf::terminal

@@ -5,12 +5,12 @@
 
 #include <memory>
 
-namespace platform::terminal {
+namespace qf::terminal {
 
 /// An alert on a terminal: its texts, and a question for its buttons. No answer means the same as
 /// closing a window's alert: the alternate button, else the other one, else the default one. In the
 /// silent manner the answer is the default button.
-class AlertPanel final : public platform::AlertPanel {
+class AlertPanel final : public qf::AlertPanel {
 public:
     AlertPanel(AlertDescription description, Application& application, Dialogue& dialogue,
                Manner manner);
@@ -20,7 +20,7 @@ public:
     AlertPanel(AlertPanel&&) = delete;
     AlertPanel& operator=(AlertPanel&&) = delete;
 
-    void beginSheet(platform::Window* parent, std::function<void(int)> didEnd) override;
+    void beginSheet(qf::Window* parent, std::function<void(int)> didEnd) override;
     bool isVisible() override;
     void orderOut() override;
 
@@ -38,12 +38,12 @@ private:
 };
 
 /// Creates alerts on a terminal. The arguments must outlive it and the alerts.
-class AlertPanels final : public platform::AlertPanels {
+class AlertPanels final : public qf::AlertPanels {
 public:
     AlertPanels(Application& application, Dialogue& dialogue, Manner manner)
         : application_(application), dialogue_(dialogue), manner_(manner) {}
 
-    std::unique_ptr<platform::AlertPanel> create(const AlertDescription& description) override;
+    std::unique_ptr<qf::AlertPanel> create(const AlertDescription& description) override;
 
 private:
     Application& application_;
@@ -51,4 +51,4 @@ private:
     const Manner manner_;
 };
 
-} // namespace platform::terminal
+} // namespace qf::terminal

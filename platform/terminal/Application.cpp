@@ -12,7 +12,7 @@
 #include <utility>
 #include <vector>
 
-namespace platform::terminal {
+namespace qf::terminal {
 
 namespace {
 
@@ -107,4 +107,4 @@ void Application::tickIfDue() {
     }
 }
 
-} // namespace platform::terminal
+} // namespace qf::terminal

@@ -8,7 +8,7 @@
 #include <map>
 #include <optional>
 
-namespace platform::terminal {
+namespace qf::terminal {
 
 /// The application on its own event loop, which waits for descriptors and the clock.
 class Application final : public ApplicationCore {
@@ -47,4 +47,4 @@ private:
     Clock::time_point nextTick_;
 };
 
-} // namespace platform::terminal
+} // namespace qf::terminal

@@ -12,7 +12,7 @@
 #include <cstring>
 #include <utility>
 
-namespace platform::terminal {
+namespace qf::terminal {
 
 namespace {
 
@@ -160,4 +160,4 @@ void Dialogue::readSignal() {
     }
 }
 
-} // namespace platform::terminal
+} // namespace qf::terminal

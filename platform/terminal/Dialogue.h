@@ -10,7 +10,7 @@
 #include <optional>
 #include <string>
 
-namespace platform::terminal {
+namespace qf::terminal {
 
 /// Whether typed input is visible.
 enum class Echo { yes, no };
@@ -79,4 +79,4 @@ private:
     std::function<void()> interrupted_;
 };
 
-} // namespace platform::terminal
+} // namespace qf::terminal

@@ -7,7 +7,7 @@
 #include <chrono>
 #include <utility>
 
-namespace platform::terminal {
+namespace qf::terminal {
 
 namespace {
 
@@ -285,4 +285,4 @@ void Interface::perform(const std::string& action) noexcept {
     }
 }
 
-} // namespace platform::terminal
+} // namespace qf::terminal

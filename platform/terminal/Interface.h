@@ -10,7 +10,7 @@
 #include <set>
 #include <string>
 
-namespace platform::terminal {
+namespace qf::terminal {
 
 class Interface;
 
@@ -18,20 +18,20 @@ class Interface;
 enum class Manner { asks, silent };
 
 /// A checkbox: a question, unless it was ticked beforehand.
-class CheckBox final : public platform::CheckBox {
+class CheckBox final : public qf::CheckBox {
 public:
-    platform::CheckBoxState state() override { return state_.load(std::memory_order_relaxed); }
+    qf::CheckBoxState state() override { return state_.load(std::memory_order_relaxed); }
     void setTicked(bool ticked) {
-        state_.store(ticked ? platform::CheckBoxState::on : platform::CheckBoxState::off,
+        state_.store(ticked ? qf::CheckBoxState::on : qf::CheckBoxState::off,
                      std::memory_order_relaxed);
     }
 
 private:
-    std::atomic<platform::CheckBoxState> state_{platform::CheckBoxState::off};
+    std::atomic<qf::CheckBoxState> state_{qf::CheckBoxState::off};
 };
 
 /// An animated line, or a still one if standard output is not a terminal.
-class ProgressIndicator final : public platform::ProgressIndicator {
+class ProgressIndicator final : public qf::ProgressIndicator {
 public:
     /// `text` says what is in progress.
     ProgressIndicator(std::string text, Dialogue& dialogue, Application& application)
@@ -57,7 +57,7 @@ private:
 };
 
 /// A text beside the progress line of its window, if that has one.
-class Label final : public platform::Label {
+class Label final : public qf::Label {
 public:
     explicit Label(ProgressIndicator* progress) : progress_(progress) {}
     void setText(const std::string& text) override;
@@ -68,7 +68,7 @@ private:
 
 /// A window: its texts one after another, a question for each checkbox, and one to confirm what its
 /// button does. No answer, or "no" to the last question, closes the window.
-class Window final : public platform::Window {
+class Window final : public qf::Window {
 public:
     Window(WindowDescription description, Interface& interface)
         : description_(std::move(description)), interface_(interface) {}
@@ -93,7 +93,7 @@ private:
 };
 
 /// The windows of an interface file on a terminal. Main thread only.
-class Interface final : public platform::Interface {
+class Interface final : public qf::Interface {
 public:
     /// Reads the file as windowsIn() does. The application and the dialogue must outlive this.
     Interface(const InterfaceFile& file, Application& application, Dialogue& dialogue,
@@ -141,4 +141,4 @@ enum class EmptyLine { no, yes };
 void askYesOrNo(Dialogue& dialogue, const std::string& question, EmptyLine emptyLine,
                 const void* owner, std::function<void(std::optional<bool>)> answered);
 
-} // namespace platform::terminal
+} // namespace qf::terminal

@@ -11,7 +11,7 @@
 #include <string_view>
 #include <utility>
 
-namespace platform::terminal {
+namespace qf::terminal {
 
 namespace {
 
@@ -168,4 +168,4 @@ std::vector<WindowDescription> windowsIn(const InterfaceFile& file) {
     return windows;
 }
 
-} // namespace platform::terminal
+} // namespace qf::terminal

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-namespace platform::terminal {
+namespace qf::terminal {
 
 /// A label, checkbox, button or progress bar of a window, as the interface file describes it.
 struct Control {
@@ -29,8 +29,8 @@ struct WindowDescription {
 };
 
 /// Returns the windows that an interface file describes: those that a desktop shows for it. Throws
-/// platform::Exception "QFInterfaceUnreadable", whose reason names the file and the cause, if it is
+/// qf::Exception "QFInterfaceUnreadable", whose reason names the file and the cause, if it is
 /// not an interface file.
 std::vector<WindowDescription> windowsIn(const InterfaceFile& file);
 
-} // namespace platform::terminal
+} // namespace qf::terminal

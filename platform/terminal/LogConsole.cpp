@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <climits>
 
-namespace platform::terminal {
+namespace qf::terminal {
 
 void LogConsole::systemLog(std::string_view message) {
     const auto length = static_cast<int>(std::min<std::size_t>(message.size(), INT_MAX));
@@ -16,4 +16,4 @@ void LogConsole::print(std::string_view text) {
     systemLog(text);
 }
 
-} // namespace platform::terminal
+} // namespace qf::terminal

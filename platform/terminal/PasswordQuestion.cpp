@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <future>
 
-namespace platform::terminal {
+namespace qf::terminal {
 
 namespace {
 
@@ -55,4 +55,4 @@ std::optional<std::string> PasswordQuestion::askFor(const Administrator& adminis
     return answer.get_future().get();
 }
 
-} // namespace platform::terminal
+} // namespace qf::terminal

@@ -3,10 +3,10 @@
 #include "platform/PasswordQuestion.h"
 #include "platform/terminal/Dialogue.h"
 
-namespace platform::terminal {
+namespace qf::terminal {
 
 /// The password question on the terminal, which takes three answers.
-class PasswordQuestion final : public platform::PasswordQuestion {
+class PasswordQuestion final : public qf::PasswordQuestion {
 public:
     /// `application` and `dialogue` must outlive this. A silent question is never asked.
     PasswordQuestion(Application& application, Dialogue& dialogue, bool isSilent)
@@ -23,4 +23,4 @@ private:
     const bool isSilent_;
 };
 
-} // namespace platform::terminal
+} // namespace qf::terminal

@@ -2,7 +2,7 @@
 
 #include <unistd.h>
 
-namespace platform::terminal {
+namespace qf::terminal {
 
 void runAgain(std::vector<std::string> arguments) {
     std::vector<char*> pointers;
@@ -14,4 +14,4 @@ void runAgain(std::vector<std::string> arguments) {
     ::execv("/proc/self/exe", pointers.data());
 }
 
-} // namespace platform::terminal
+} // namespace qf::terminal

@@ -14,7 +14,7 @@
 #include <cstdint>
 #include <sstream>
 
-namespace platform::terminal {
+namespace qf::terminal {
 
 namespace {
 
@@ -188,4 +188,4 @@ void Screen::eraseWrappedStatus() {
     [[maybe_unused]] const auto written = ::write(STDOUT_FILENO, sequence.data(), sequence.size());
 }
 
-} // namespace platform::terminal
+} // namespace qf::terminal

@@ -5,14 +5,14 @@
 #include <string>
 #include <string_view>
 
-namespace platform::terminal {
+namespace qf::terminal {
 
 /// The text that the user reads on standard output, in the character set of the terminal. Main
 /// thread only.
 class Screen {
 public:
     /// `console` must outlive this. A quiet screen shows nothing.
-    Screen(platform::Console& console, bool isQuiet) : console_(console), isQuiet_(isQuiet) {}
+    Screen(qf::Console& console, bool isQuiet) : console_(console), isQuiet_(isQuiet) {}
 
     /// Returns whether standard output is a terminal.
     static bool isTerminal();
@@ -40,7 +40,7 @@ private:
     void write(std::string_view text);
     void eraseWrappedStatus();
 
-    platform::Console& console_;
+    qf::Console& console_;
     const bool isQuiet_;
     std::size_t statusLength_ = 0;
 };
@@ -56,4 +56,4 @@ std::string inUsersCharacters(std::string_view text);
 /// Returns the width of the terminal in characters, 80 if unknown.
 std::size_t terminalColumns();
 
-} // namespace platform::terminal
+} // namespace qf::terminal

@@ -1,5 +1,6 @@
 #include "platform/AlertPanel.h"
 
+#include "platform/qt/Placement.h"
 #include "platform/qt/Windows.h"
 #include "tests/support/UserInterface.h"
 
@@ -15,7 +16,7 @@
 #include <string>
 #include <vector>
 
-using platform::AlertDescription;
+using qf::AlertDescription;
 
 namespace {
 
@@ -25,7 +26,7 @@ constexpr const char* title = "Alert";
 
 class AlertPanelTest : public UserInterface {
 protected:
-    QWidget& show(AlertDescription description, platform::Window* parent = nullptr) {
+    QWidget& show(AlertDescription description, qf::Window* parent = nullptr) {
         if (description.messageText.empty()) {
             description.messageText = title;
         }
@@ -38,7 +39,7 @@ protected:
         return *window;
     }
 
-    std::unique_ptr<platform::AlertPanel> panel;
+    std::unique_ptr<qf::AlertPanel> panel;
     std::vector<int> answers;
 };
 
@@ -132,7 +133,7 @@ TEST_F(AlertPanelTest, MayBeDeletedByItsOwnAnswer) {
     EXPECT_EQ(windowTitled(title), nullptr);
 }
 
-TEST_F(AlertPanelTest, ShowsItsTextsAsTheyStand) {
+TEST_F(AlertPanelTest, ShowsItsTextsUnchanged) {
     auto& window = show({.messageText = "<b>Bold</b> & %@",
                          .informativeText = "<a href='x'>link</a>\n&amp;",
                          .defaultButtonTitle = "Save & <i>&Quit</i>"});
@@ -188,6 +189,16 @@ TEST_F(AlertPanelTest, ScrollsTextsThatAreHigherThanTheScreen) {
     EXPECT_EQ(QApplication::focusWidget(), &button(window, "OK"));
 }
 
+TEST_F(AlertPanelTest, LeavesRoomForItsButtonsInLargeType) {
+    const auto font = QApplication::font();
+    auto larger = font;
+    larger.setPointSizeF(font.pointSizeF() * 8);
+    QApplication::setFont(larger);
+    auto& window = show({.messageText = std::string(200, 'M'), .suppressionKey = "Key"});
+    EXPECT_LE(window.height(), qf::qt::roomOnScreen(window).height());
+    QApplication::setFont(font);
+}
+
 TEST_F(AlertPanelTest, ShortensButtonTitlesThatDoNotFit) {
     const std::string longTitle(300, 'W');
     auto& window = show({.defaultButtonTitle = longTitle, .alternateButtonTitle = "Cancel"});
@@ -215,7 +226,7 @@ protected:
     }
 
     QWidget widget;
-    platform::qt::Window parent{widget, nullptr};
+    qf::qt::Window parent{widget, nullptr};
 };
 
 TEST_F(SheetTest, BelongsToItsParent) {
@@ -225,14 +236,24 @@ TEST_F(SheetTest, BelongsToItsParent) {
     EXPECT_LE((window.geometry().center() - widget.geometry().center()).manhattanLength(), 2);
 }
 
-TEST_F(SheetTest, MaySurviveItsParent) {
+TEST_F(SheetTest, IsAnsweredByItsClosingIfItsParentGoes) {
     auto other = std::make_unique<QWidget>();
-    platform::qt::Window otherWindow(*other, nullptr);
+    qf::qt::Window otherWindow(*other, nullptr);
     other->show();
     show({}, &otherWindow);
     other.reset();
     EXPECT_FALSE(panel->isVisible());
+    EXPECT_EQ(answers, std::vector<int>{qf::AlertPanel::defaultReturn});
     panel->orderOut();
+}
+
+TEST_F(SheetTest, IsNotAnsweredByItsParentOnceItIsOffTheScreen) {
+    auto other = std::make_unique<QWidget>();
+    qf::qt::Window otherWindow(*other, nullptr);
+    other->show();
+    show({}, &otherWindow);
+    panel->orderOut();
+    other.reset();
     EXPECT_TRUE(answers.empty());
 }
 
@@ -268,9 +289,9 @@ TEST_F(SuppressionTest, ShowsWhatThePreferenceSays) {
 TEST_F(SuppressionTest, WritesThePreferenceAtOnce) {
     auto& checkBox = box();
     QTest::keyClick(&checkBox, Qt::Key_Space);
-    EXPECT_EQ(preferences.value("hide"), platform::Value(true));
+    EXPECT_EQ(preferences.value("hide"), qf::Value(true));
     QTest::keyClick(&checkBox, Qt::Key_Space);
-    EXPECT_EQ(preferences.value("hide"), platform::Value(false));
+    EXPECT_EQ(preferences.value("hide"), qf::Value(false));
 }
 
 } // namespace

@@ -16,8 +16,8 @@
 #include <thread>
 
 using namespace std::chrono_literals;
-using platform::Wait;
-using platform::qt::Application;
+using qf::Wait;
+using qf::qt::Application;
 
 namespace {
 
@@ -99,10 +99,10 @@ TEST_F(ApplicationTest, PerformsWorkWhileOtherWorkPumpsEvents) {
 TEST_F(ApplicationTest, HandsAnExceptionOfTheWorkToTheWaitingCaller) {
     runWhile([&] {
         try {
-            application.performOnMainThread([] { throw platform::Exception("QFName", "reason"); },
+            application.performOnMainThread([] { throw qf::Exception("QFName", "reason"); },
                                             Wait::untilDone);
             ADD_FAILURE() << "nothing was thrown";
-        } catch (const platform::Exception& exception) {
+        } catch (const qf::Exception& exception) {
             EXPECT_EQ(exception.name(), "QFName");
         }
     });
@@ -210,7 +210,7 @@ TEST_F(ApplicationTest, KeepsTheCallerWaitingWhoseWorkTerminatedIt) {
 TEST_F(ApplicationTest, HasAMainWindowOnlyWhileThatIsOnTheScreen) {
     EXPECT_EQ(application.mainWindow(), nullptr);
     QWidget widget;
-    platform::qt::Window window(widget, nullptr);
+    qf::qt::Window window(widget, nullptr);
     application.setWindows({&window});
     EXPECT_EQ(application.mainWindow(), nullptr);
     window.makeKeyAndOrderFront();
@@ -222,8 +222,8 @@ TEST_F(ApplicationTest, HasAMainWindowOnlyWhileThatIsOnTheScreen) {
 TEST_F(ApplicationTest, HasTheNextWindowOnTheScreenForItsMainOneMeanwhile) {
     QWidget first;
     QWidget second;
-    platform::qt::Window main(first, nullptr);
-    platform::qt::Window progress(second, nullptr);
+    qf::qt::Window main(first, nullptr);
+    qf::qt::Window progress(second, nullptr);
     application.setWindows({&main, &progress});
     progress.makeKeyAndOrderFront();
     EXPECT_EQ(application.mainWindow(), &progress);
@@ -265,7 +265,7 @@ TEST_F(ApplicationDeathTest, EndsTheProcessWithTheStatusThatWasSetOutOfANestedPu
 TEST_F(ApplicationDeathTest, TakesAnExceptionThatNobodyWaitsForAsUncaught) {
     EXPECT_DEATH(
         {
-            application.performOnMainThread([] { throw platform::Exception("QFName", "reason"); },
+            application.performOnMainThread([] { throw qf::Exception("QFName", "reason"); },
                                             Wait::no);
             application.run();
         },

@@ -13,8 +13,8 @@
 #include <optional>
 #include <string>
 
-using platform::qt::Interface;
-using platform::qt::readInterfaceFile;
+using qf::qt::Interface;
+using qf::qt::readInterfaceFile;
 
 namespace {
 
@@ -55,10 +55,10 @@ protected:
 
 /// Returns the exception that `operation` throws.
 template <class Operation>
-platform::Exception exceptionOf(Operation operation) {
+qf::Exception exceptionOf(Operation operation) {
     try {
         operation();
-    } catch (const platform::Exception& exception) {
+    } catch (const qf::Exception& exception) {
         return exception;
     }
     ADD_FAILURE() << "nothing was raised";
@@ -75,7 +75,7 @@ TEST_F(InterfaceTest, NamesAllItsWindowsFromOneOn) {
     auto& first = interface.window("first");
     auto& second = interface.window("second");
 
-    EXPECT_EQ(interface.windowsFrom(second), (std::vector<platform::Window*>{&second, &first}));
+    EXPECT_EQ(interface.windowsFrom(second), (std::vector<qf::Window*>{&second, &first}));
 }
 
 TEST_F(InterfaceTest, NamesTheOutletThatIsMissing) {
@@ -221,19 +221,19 @@ TEST_F(InterfaceTest, KeepsAWindowOpenThatHasNoCloseAction) {
 
 TEST_F(InterfaceTest, ReadsTheStateOfACheckBox) {
     auto& box = interface.checkBox("box");
-    EXPECT_EQ(box.state(), platform::CheckBoxState::on);
+    EXPECT_EQ(box.state(), qf::CheckBoxState::on);
     auto& widget = *shown("first", "First").findChild<QCheckBox*>("box");
     widget.setCheckState(Qt::Unchecked);
-    EXPECT_EQ(box.state(), platform::CheckBoxState::off);
+    EXPECT_EQ(box.state(), qf::CheckBoxState::off);
     widget.setCheckState(Qt::PartiallyChecked);
-    EXPECT_EQ(box.state(), platform::CheckBoxState::mixed);
+    EXPECT_EQ(box.state(), qf::CheckBoxState::mixed);
     widget.setCheckState(Qt::Checked);
-    EXPECT_EQ(box.state(), platform::CheckBoxState::on);
+    EXPECT_EQ(box.state(), qf::CheckBoxState::on);
 }
 
 TEST_F(InterfaceTest, ReadsTheStateOfACheckBoxFromAnotherThread) {
     auto& box = interface.checkBox("box");
-    runWhile([&] { EXPECT_EQ(box.state(), platform::CheckBoxState::on); });
+    runWhile([&] { EXPECT_EQ(box.state(), qf::CheckBoxState::on); });
 }
 
 TEST_F(InterfaceTest, KeepsTheBarStillUntilItIsStarted) {

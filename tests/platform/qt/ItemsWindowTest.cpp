@@ -10,9 +10,9 @@
 
 #include <functional>
 
-using platform::qt::ItemsAnswer;
-using platform::qt::ItemsDescription;
-using platform::qt::showItems;
+using qf::qt::ItemsAnswer;
+using qf::qt::ItemsDescription;
+using qf::qt::showItems;
 
 namespace {
 
@@ -50,6 +50,20 @@ TEST_F(ItemsWindowTest, ListsTheItemsBelowTheirHeadings) {
         EXPECT_EQ(first.child(0)->text(0), "/x/a&b <i>");
         EXPECT_EQ(first.child(0)->text(1), "1 kB");
         EXPECT_EQ(first.child(0)->toolTip(0), "<span>/x/a&amp;b &lt;i&gt;</span>");
+        pressEscape(window);
+    });
+}
+
+TEST_F(ItemsWindowTest, ShowsALongHeadingWholeInSeveralLines) {
+    auto items = description;
+    for (int i = 0; i < 40; ++i) {
+        items.sections[1].heading += " word";
+    }
+    shown(items, [](QWidget& window) {
+        const auto& list = *window.findChild<QTreeWidget*>();
+        const int line = list.visualItemRect(list.topLevelItem(0)).height();
+        EXPECT_GE(list.visualItemRect(list.topLevelItem(1)).height(), 2 * line - 8);
+        EXPECT_LT(list.visualItemRect(list.topLevelItem(1)->child(0)).height(), 2 * line - 8);
         pressEscape(window);
     });
 }

@@ -1,5 +1,6 @@
 #include "app/MainMenu.h"
 #include "platform/qt/Interface.h"
+#include "tests/support/NamedCase.h"
 #include "tests/support/UserInterface.h"
 
 #include <QAccessible>
@@ -44,7 +45,20 @@ protected:
     }
 
     std::string performed;
-    platform::qt::Interface interface { mainMenu() };
+    qf::qt::Interface interface { mainMenu() };
+};
+
+/// One of the windows: the member that shows it.
+using MenuWindow = NamedValue<QWidget& (MainMenuTest::*)()>;
+
+/// What holds for each of the windows.
+class MainMenuWindowTest : public MainMenuTest, public testing::WithParamInterface<MenuWindow> {
+public:
+    using MainMenuTest::mainWindow;
+    using MainMenuTest::progressWindow;
+
+protected:
+    QWidget& window() { return (this->*GetParam().value)(); }
 };
 
 TEST_F(MainMenuTest, HasTheFourOutlets) {
@@ -101,7 +115,7 @@ TEST_F(MainMenuTest, OutlinesTheBoxOnADarkDesktop) {
 }
 
 TEST_F(MainMenuTest, LeavesTheSharedItemsUntickedAtFirst) {
-    EXPECT_EQ(interface.checkBox("removeSharedCheck").state(), platform::CheckBoxState::off);
+    EXPECT_EQ(interface.checkBox("removeSharedCheck").state(), qf::CheckBoxState::off);
 }
 
 TEST_F(MainMenuTest, PutsUninstallLast) {
@@ -169,7 +183,7 @@ TEST_F(MainMenuTest, AnswersToItsMnemonics) {
     type(Qt::Key_C, "uninstall:cancel:");
     QTest::keyClick(window, Qt::Key_S, Qt::AltModifier);
     auto& box = interface.checkBox("removeSharedCheck");
-    EXPECT_TRUE(QTest::qWaitFor([&] { return box.state() == platform::CheckBoxState::on; }, 60000));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return box.state() == qf::CheckBoxState::on; }, 60000));
 }
 
 TEST_F(MainMenuTest, IsOneColumnOfFixedWidth) {
@@ -178,13 +192,11 @@ TEST_F(MainMenuTest, IsOneColumnOfFixedWidth) {
     EXPECT_EQ(mainWindow().minimumSize(), mainWindow().maximumSize());
 }
 
-TEST_F(MainMenuTest, CutsNoTextOff) {
-    for (auto* window : {&mainWindow(), &progressWindow()}) {
-        for (const auto* label : window->findChildren<QLabel*>()) {
-            const int height = label->hasHeightForWidth() ? label->heightForWidth(label->width())
-                                                          : label->sizeHint().height();
-            EXPECT_GE(label->height(), height) << label->objectName().toStdString();
-        }
+TEST_P(MainMenuWindowTest, CutsNoTextOff) {
+    for (const auto* label : window().findChildren<QLabel*>()) {
+        const int height = label->hasHeightForWidth() ? label->heightForWidth(label->width())
+                                                      : label->sizeHint().height();
+        EXPECT_GE(label->height(), height) << label->objectName().toStdString();
     }
 }
 
@@ -199,7 +211,7 @@ TEST_F(MainMenuTest, GrowsWithTheFont) {
     QApplication::setFont(font);
 }
 
-/// Gives the main window, which is not on the screen yet, its icon.
+/// Sets the icon of the main window, which is not on the screen yet, and returns its label.
 QLabel& iconOfMainWindow() {
     const auto widgets = QApplication::allWidgets();
     auto& icon = static_cast<QLabel&>(**std::ranges::find_if(
@@ -248,11 +260,15 @@ TEST_F(MainMenuTest, TellsAScreenReaderWhatEverythingIs) {
               "Moving Kelvane to the Trash");
 }
 
-TEST_F(MainMenuTest, TellsAScreenReaderThatItsWindowsAreWindows) {
-    for (auto* window : {&mainWindow(), &progressWindow()}) {
-        EXPECT_EQ(QAccessible::queryAccessibleInterface(window)->role(), QAccessible::Window);
-    }
+TEST_P(MainMenuWindowTest, TellsAScreenReaderThatItIsAWindow) {
+    EXPECT_EQ(QAccessible::queryAccessibleInterface(&window())->role(), QAccessible::Window);
 }
+
+INSTANTIATE_TEST_SUITE_P(, MainMenuWindowTest,
+                         testing::Values(MenuWindow{{"Main"}, &MainMenuWindowTest::mainWindow},
+                                         MenuWindow{{"Progress"},
+                                                    &MainMenuWindowTest::progressWindow}),
+                         nameOfCase);
 
 TEST_F(MainMenuTest, TellsAScreenReaderThatItIsBusyWhileTheBarIsShown) {
     auto* bar = progressWindow().findChild<QProgressBar*>();
@@ -274,15 +290,25 @@ TEST_F(MainMenuTest, CannotBeClosedWhileItRuns) {
     EXPECT_TRUE(buttonTitles(window).empty());
 }
 
-TEST_F(MainMenuTest, CarriesItsIconInEverySizeThatScreensNeed) {
+using IconSize = NamedValue<int>;
+
+class MainMenuIconTest : public testing::TestWithParam<IconSize> {};
+
+TEST_P(MainMenuIconTest, HasEverySizeThatScreensNeed) {
     QIcon icon;
     const QDir directory(":/icon");
     for (const auto& file : directory.entryList()) {
         icon.addFile(directory.filePath(file));
     }
-    for (const int size : {16, 24, 32, 48, 64, 128, 192, 256}) {
-        EXPECT_TRUE(icon.availableSizes().contains(QSize(size, size))) << size;
-    }
+    const int size = GetParam().value;
+    EXPECT_TRUE(icon.availableSizes().contains(QSize(size, size)));
 }
+
+INSTANTIATE_TEST_SUITE_P(, MainMenuIconTest,
+                         testing::Values(IconSize{{"Of16"}, 16}, IconSize{{"Of24"}, 24},
+                                         IconSize{{"Of32"}, 32}, IconSize{{"Of48"}, 48},
+                                         IconSize{{"Of64"}, 64}, IconSize{{"Of128"}, 128},
+                                         IconSize{{"Of192"}, 192}, IconSize{{"Of256"}, 256}),
+                         nameOfCase);
 
 } // namespace

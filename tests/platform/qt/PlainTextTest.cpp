@@ -4,7 +4,7 @@
 
 #include <string>
 
-namespace plaintext = platform::qt::plaintext;
+namespace plaintext = qf::qt::plaintext;
 
 namespace {
 

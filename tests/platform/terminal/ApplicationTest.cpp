@@ -6,8 +6,8 @@
 #include <thread>
 #include <vector>
 
-using platform::Wait;
-using platform::terminal::Application;
+using qf::Wait;
+using qf::terminal::Application;
 using std::chrono::milliseconds;
 
 namespace {

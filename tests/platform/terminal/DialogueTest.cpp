@@ -8,12 +8,12 @@
 
 #include <thread>
 
-using platform::Administrator;
-using platform::AlertDescription;
-using platform::terminal::AlertPanel;
-using platform::terminal::Echo;
-using platform::terminal::Manner;
-using platform::terminal::PasswordQuestion;
+using qf::Administrator;
+using qf::AlertDescription;
+using qf::terminal::AlertPanel;
+using qf::terminal::Echo;
+using qf::terminal::Manner;
+using qf::terminal::PasswordQuestion;
 
 namespace {
 
@@ -298,13 +298,13 @@ protected:
     MemoryPreferences preferences;
 
 private:
-    platform::ScopedService<platform::Preferences> preferencesScope_{preferences};
+    qf::ScopedService<qf::Preferences> preferencesScope_{preferences};
 };
 
 TEST_F(TerminalSuppressionTest, StoresThatItIsNotToBeShownAgain) {
     EXPECT_EQ(answerTo("y\n2\n"), AlertPanel::alternateReturn);
 
-    EXPECT_EQ(preferences.value(key), platform::Value(true));
+    EXPECT_EQ(preferences.value(key), qf::Value(true));
     EXPECT_NE(console.printed().find("Do not show this message again? [y/N] "), std::string::npos);
 }
 
@@ -313,7 +313,7 @@ TEST_F(TerminalSuppressionTest, ShowsWhatIsStoredAndLeavesItForAnEmptyLine) {
 
     EXPECT_EQ(answerTo("\n2\n"), AlertPanel::alternateReturn);
 
-    EXPECT_EQ(preferences.value(key), platform::Value(1));
+    EXPECT_EQ(preferences.value(key), qf::Value(1));
     EXPECT_NE(console.printed().find("Do not show this message again? [Y/n] "), std::string::npos);
 }
 
@@ -322,7 +322,7 @@ TEST_F(TerminalSuppressionTest, TakesBackWhatIsStored) {
 
     EXPECT_EQ(answerTo("n\n2\n"), AlertPanel::alternateReturn);
 
-    EXPECT_EQ(preferences.value(key), platform::Value(false));
+    EXPECT_EQ(preferences.value(key), qf::Value(false));
 }
 
 TEST_F(TerminalSuppressionTest, StoresNothingWhenTheAnswerIsWhatHeldBefore) {
@@ -343,12 +343,12 @@ TEST_F(TerminalSuppressionTest, TakesNoAnswerForTheWayOut) {
 
 class PasswordQuestionTest : public TerminalTest {
 protected:
-    std::optional<platform::GivenPassword> ask(PasswordQuestion& question, int attempt = 1) {
-        std::optional<platform::GivenPassword> given;
+    std::optional<qf::GivenPassword> ask(PasswordQuestion& question, int attempt = 1) {
+        std::optional<qf::GivenPassword> given;
         bool isDone = false;
         std::thread asking([&] {
             given = question.ask(administrators, attempt);
-            application.performOnMainThread([&] { isDone = true; }, platform::Wait::no);
+            application.performOnMainThread([&] { isDone = true; }, qf::Wait::no);
         });
         runUntil([&] { return isDone; });
         asking.join();
@@ -356,7 +356,7 @@ protected:
     }
 
     FakeAccount account;
-    platform::ScopedService<platform::UserAccount> accountScope{account};
+    qf::ScopedService<qf::UserAccount> accountScope{account};
     const std::vector<Administrator> administrators{{1, "first"}, {1000, "someone"}};
 };
 
@@ -373,7 +373,7 @@ TEST_F(PasswordQuestionTest, AsksForThePersonsOwnPassword) {
     EXPECT_EQ(console.printed().find("secret"), std::string::npos);
 }
 
-TEST_F(PasswordQuestionTest, AsksForAnAdministratorsPasswordOfWhoIsNone) {
+TEST_F(PasswordQuestionTest, AsksAnOrdinaryUserForAnAdministratorsPassword) {
     account.userId = 7;
     PasswordQuestion question(application, dialogue, false);
     input.type("word\n");

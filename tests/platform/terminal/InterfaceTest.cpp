@@ -3,15 +3,16 @@
 #include "app/MainMenu.h"
 #include "platform/foundation/Exception.h"
 #include "tests/platform/terminal/TerminalTest.h"
+#include "tests/support/NamedCase.h"
 
 #include <gmock/gmock.h>
 
 #include <optional>
 
-using platform::terminal::Control;
-using platform::terminal::Interface;
-using platform::terminal::Manner;
-using platform::terminal::windowsIn;
+using qf::terminal::Control;
+using qf::terminal::Interface;
+using qf::terminal::Manner;
+using qf::terminal::windowsIn;
 using ::testing::HasSubstr;
 using ::testing::MatchesRegex;
 
@@ -20,7 +21,7 @@ namespace {
 std::string reasonOf(const std::function<void()>& work) {
     try {
         work();
-    } catch (const platform::Exception& exception) {
+    } catch (const qf::Exception& exception) {
         return exception.name() + ": " + exception.reason();
     }
     return {};
@@ -53,14 +54,20 @@ TEST(InterfaceFile, HasTheWindowsWithTheirControlsInOrder) {
     EXPECT_EQ(windows[2].name, "windowPutBack");
 }
 
-TEST(InterfaceFile, SaysWhyItCannotBeRead) {
-    for (const auto* text : {"", "<ui><widget", "<html/>", "words"}) {
-        EXPECT_THAT(reasonOf([&] { (void)windowsIn({.name = "file.ui", .text = text}); }),
-                    MatchesRegex("QFInterfaceUnreadable: cannot load the interface file file.ui: "
-                                 ".+"))
-            << text;
-    }
+class UnreadableInterfaceFile : public testing::TestWithParam<NamedText> {};
+
+TEST_P(UnreadableInterfaceFile, SaysWhy) {
+    const std::string& text = GetParam().value;
+    EXPECT_THAT(reasonOf([&] { (void)windowsIn({.name = "file.ui", .text = text}); }),
+                MatchesRegex("QFInterfaceUnreadable: cannot load the interface file file.ui: .+"));
 }
+
+INSTANTIATE_TEST_SUITE_P(, UnreadableInterfaceFile,
+                         testing::Values(NamedText{{"Empty"}, ""},
+                                         NamedText{{"Cut"}, "<ui><widget"},
+                                         NamedText{{"OtherElement"}, "<html/>"},
+                                         NamedText{{"NoMarkup"}, "words"}),
+                         nameOfCase);
 
 class TerminalInterfaceTest : public TerminalTest {
 protected:
@@ -78,7 +85,7 @@ protected:
     }
 
     bool isTicked() {
-        return interface->checkBox("removeSharedCheck").state() == platform::CheckBoxState::on;
+        return interface->checkBox("removeSharedCheck").state() == qf::CheckBoxState::on;
     }
 
     std::optional<Interface> interface;

@@ -10,7 +10,7 @@ TEST(RunAgainDeathTest, RunsTheSameProgramWithOtherArguments) {
     constexpr int cameBack = 77;
     EXPECT_EXIT(
         {
-            platform::terminal::runAgain({"again", "--gtest_list_tests"});
+            qf::terminal::runAgain({"again", "--gtest_list_tests"});
             std::_Exit(cameBack);
         },
         ::testing::ExitedWithCode(EXIT_SUCCESS), "");

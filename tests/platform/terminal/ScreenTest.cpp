@@ -12,9 +12,9 @@
 #include <array>
 #include <string>
 
-using platform::native::FileDescriptor;
-using platform::terminal::Screen;
-using platform::terminal::wrapped;
+using qf::native::FileDescriptor;
+using qf::terminal::Screen;
+using qf::terminal::wrapped;
 
 namespace {
 

@@ -41,15 +41,15 @@ protected:
     /// Runs the event loop until all pending work is done.
     void settle() {
         bool isDone = false;
-        application.performOnMainThread([&isDone] { isDone = true; }, platform::Wait::no);
+        application.performOnMainThread([&isDone] { isDone = true; }, qf::Wait::no);
         runUntil([&isDone] { return isDone; });
     }
 
     KeptSignalMask signalMask; // The first: the dialogue, which blocks signals, must be gone.
     PipedInput input;
     RecordingConsole console;
-    platform::ScopedService<platform::Console> consoleScope{console};
-    platform::terminal::Application application;
-    platform::terminal::Screen screen{console, false};
-    platform::terminal::Dialogue dialogue{application, screen};
+    qf::ScopedService<qf::Console> consoleScope{console};
+    qf::terminal::Application application;
+    qf::terminal::Screen screen{console, false};
+    qf::terminal::Dialogue dialogue{application, screen};
 };
