@@ -1,17 +1,18 @@
 #include "platform/support/AlertChoices.h"
 
+#include "platform/Language.h"
 #include "platform/Preferences.h"
 #include "platform/Services.h"
 
-namespace platform {
+namespace qf {
 
 namespace {
 
-constexpr const char* standardDefaultTitle = "OK";
+constexpr auto standardDefaultTitle = translatable("Alert", "OK");
 
 std::string defaultTitle(const AlertDescription& description) {
     const auto title = description.defaultButtonTitle.value_or(std::string());
-    return title.empty() ? standardDefaultTitle : title;
+    return title.empty() ? translated(standardDefaultTitle) : title;
 }
 
 } // namespace
@@ -46,4 +47,4 @@ bool isSuppressed(const std::string& suppressionKey) {
     return real != nullptr && *real != 0;
 }
 
-} // namespace platform
+} // namespace qf

@@ -6,7 +6,7 @@
 #include <vector>
 
 /// What a person may choose in an alert, whatever shows it.
-namespace platform {
+namespace qf {
 
 /// A button of an alert, and the answer that pressing it returns.
 struct AlertButton {
@@ -26,4 +26,4 @@ int answerOfClosing(const AlertDescription& description);
 /// number other than 0. Any thread may call it.
 bool isSuppressed(const std::string& suppressionKey);
 
-} // namespace platform
+} // namespace qf

@@ -9,7 +9,7 @@
 #include <exception>
 #include <utility>
 
-namespace platform {
+namespace qf {
 
 /// Work for the main thread, and what its caller waits on.
 class ApplicationCore::Job {
@@ -189,4 +189,4 @@ void ApplicationCore::removeTerminationObserver(int observer) {
     observers_.erase(observer);
 }
 
-} // namespace platform
+} // namespace qf

@@ -14,7 +14,7 @@
 #include <utility>
 #include <vector>
 
-namespace platform {
+namespace qf {
 
 /// The part of the application that does not depend on its event loop: work for the main thread,
 /// termination observers, and termination.
@@ -96,4 +96,4 @@ private:
     int lastObserver_ = 0;
 };
 
-} // namespace platform
+} // namespace qf

@@ -2,7 +2,7 @@
 
 #include "platform/foundation/Path.h"
 
-namespace platform {
+namespace qf {
 
 namespace {
 
@@ -22,4 +22,4 @@ const std::string& applicationName() {
     return name();
 }
 
-} // namespace platform
+} // namespace qf

@@ -2,7 +2,7 @@
 
 #include <string>
 
-namespace platform {
+namespace qf {
 
 /// Sets the application's name for the desktop, its lock and its messages: the last component of
 /// its first argument. Must be called first, on the main thread.
@@ -11,4 +11,4 @@ void nameApplication(const char* const* arguments);
 /// Returns the name; empty before it is set. Any thread.
 const std::string& applicationName();
 
-} // namespace platform
+} // namespace qf

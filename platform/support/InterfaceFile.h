@@ -2,7 +2,7 @@
 
 #include <string>
 
-namespace platform {
+namespace qf {
 
 /// The text of an interface file, which both user interfaces can read: a Qt Designer file.
 struct InterfaceFile {
@@ -11,4 +11,4 @@ struct InterfaceFile {
     std::string text;
 };
 
-} // namespace platform
+} // namespace qf

@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-namespace platform {
+namespace qf {
 
 namespace {
 
@@ -91,4 +91,4 @@ LimitedRun runWithin(const RunLimits& limits, ProcessDescription description) {
     return run;
 }
 
-} // namespace platform
+} // namespace qf

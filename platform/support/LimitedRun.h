@@ -6,7 +6,7 @@
 #include <cstddef>
 #include <string>
 
-namespace platform {
+namespace qf {
 
 /// What a child may use up.
 struct RunLimits {
@@ -34,8 +34,8 @@ struct LimitedRun {
 /// Launches a program that is not trusted, with pipes for its output, and waits for its end. One
 /// that reaches a limit is killed, with its children that stayed in its group. What it leaves
 /// running is not waited for. Throws as ProcessLauncher::launch() and makePipes() do, or
-/// std::system_error or platform::Exception if the system has no thread left; the child is killed
+/// std::system_error or qf::Exception if the system has no thread left; the child is killed
 /// then.
 LimitedRun runWithin(const RunLimits& limits, ProcessDescription description);
 
-} // namespace platform
+} // namespace qf

@@ -2,7 +2,7 @@
 
 #include <cstdlib>
 
-namespace platform {
+namespace qf {
 
 namespace {
 
@@ -17,4 +17,4 @@ bool isDisplayNamed() {
     return isSet("DISPLAY") || isSet("WAYLAND_DISPLAY") || isSet("QT_QPA_PLATFORM");
 }
 
-} // namespace platform
+} // namespace qf

@@ -2,7 +2,7 @@
 
 #include "platform/Services.h"
 
-namespace platform {
+namespace qf {
 
 void Process::launch() {
     const std::lock_guard lock(mutex_);
@@ -66,4 +66,4 @@ Data availableData(Pipe& pipe) {
     return data;
 }
 
-} // namespace platform
+} // namespace qf

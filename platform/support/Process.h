@@ -7,7 +7,7 @@
 #include <mutex>
 #include <utility>
 
-namespace platform {
+namespace qf {
 
 /// A program to run as a child through the installed ProcessLauncher: described first, launched
 /// once, then watched. Any thread may call every member.
@@ -20,7 +20,7 @@ public:
     const ProcessDescription& description() const { return description_; }
 
     /// Launches the child and returns when its program has begun. Throws as
-    /// ProcessLauncher::launch, and platform::Exception "NSInvalidArgumentException" if it was
+    /// ProcessLauncher::launch, and qf::Exception "NSInvalidArgumentException" if it was
     /// launched already.
     void launch();
 
@@ -30,11 +30,11 @@ public:
     /// Returns whether the child was launched and has not ended.
     bool isRunning() const;
 
-    /// Waits until the child has ended. Throws platform::Exception "NSInvalidArgumentException" if
+    /// Waits until the child has ended. Throws qf::Exception "NSInvalidArgumentException" if
     /// it was not launched.
     void waitUntilExit() const;
 
-    /// Asks the child to end, as ChildProcess::terminate does. Throws platform::Exception
+    /// Asks the child to end, as ChildProcess::terminate does. Throws qf::Exception
     /// "NSInvalidArgumentException" if it was not launched.
     void terminate() const;
 
@@ -42,10 +42,10 @@ public:
     void endOutputWithChild() const;
 
     /// Returns the exit status, or the number of the signal that ended the child. Throws
-    /// platform::Exception "NSInvalidArgumentException" if it was not launched or still runs.
+    /// qf::Exception "NSInvalidArgumentException" if it was not launched or still runs.
     int terminationStatus() const;
 
-    /// Returns the child's process identifier. Throws platform::Exception
+    /// Returns the child's process identifier. Throws qf::Exception
     /// "NSInvalidArgumentException" if it was not launched.
     long processIdentifier() const;
 
@@ -61,4 +61,4 @@ private:
 /// mean the end. Throws as Pipe::appendAvailable does.
 Data availableData(Pipe& pipe);
 
-} // namespace platform
+} // namespace qf

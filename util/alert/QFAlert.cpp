@@ -10,10 +10,10 @@
 
 #include <utility>
 
-using platform::AlertPanel;
-using platform::Application;
-using platform::Value;
-using platform::Wait;
+using qf::AlertPanel;
+using qf::Application;
+using qf::Value;
+using qf::Wait;
 using namespace std::chrono_literals;
 
 namespace {
@@ -24,7 +24,7 @@ constexpr auto eventDeadline = 10ms;
 constexpr auto pollingInterval = 200ms;
 
 Application& application() {
-    return platform::service<Application>();
+    return qf::service<Application>();
 }
 
 void addText(Value::Dictionary& request, const char* key, const QFAlert::Text& text) {
@@ -40,11 +40,11 @@ QFAlert::Text textOf(const Value& request, const char* key) {
 
 /// The informative text is formatted twice: once as the argument of "%@", and once as the format
 /// that the platform fills with no arguments.
-platform::AlertDescription description(const Value& request) {
+qf::AlertDescription description(const Value& request) {
     const auto informative =
-        platform::format("%@", textOf(request, "informativeText").value_or(std::string()));
+        qf::format("%@", textOf(request, "informativeText").value_or(std::string()));
     return {.messageText = textOf(request, "messageText").value_or(std::string()),
-            .informativeText = platform::format(informative),
+            .informativeText = qf::format(informative),
             .defaultButtonTitle = textOf(request, "defaultButtonTitle"),
             .alternateButtonTitle = textOf(request, "alternateButtonTitle"),
             .otherButtonTitle = textOf(request, "otherButtonTitle"),
@@ -61,9 +61,9 @@ void deleteOnMainThread(AlertPanel* panel) {
 
 int QFAlert::alertSheetWithMessageText(const Text& messageText, const Text& defaultButton,
                                        const Text& alternateButton, const Text& otherButton,
-                                       const Text& informativeText, platform::Window* parentWindow,
-                                       platform::Delegate* delegate, const Text& didEndSelector,
-                                       Block block, std::shared_ptr<QFAlert> alertObject,
+                                       const Text& informativeText, qf::Window* parentWindow,
+                                       qf::Delegate* delegate, const Text& didEndSelector,
+                                       qf::Block block, std::shared_ptr<QFAlert> alertObject,
                                        const Text& suppressionBinding) {
     const auto alert = alertObject ? std::move(alertObject) : std::make_shared<QFAlert>();
     alert->setParentWindow(parentWindow);
@@ -73,7 +73,7 @@ int QFAlert::alertSheetWithMessageText(const Text& messageText, const Text& defa
     }
     const auto selector = didEndSelector.value_or(alertDidEndSelector);
     if (!alert->delegate()->respondsTo(selector)) {
-        platform::systemLog(noSuchOperation, selector);
+        qf::systemLog(noSuchOperation, selector);
         return AlertPanel::otherReturn;
     }
     Value::Dictionary request = {{"didEndSelector", selector}};
@@ -88,9 +88,9 @@ int QFAlert::alertSheetWithMessageText(const Text& messageText, const Text& defa
 
 int QFAlert::alertSheetWithMessageText(const Text& messageText, const Text& defaultButton,
                                        const Text& alternateButton, const Text& otherButton,
-                                       const Text& informativeText, platform::Window* parentWindow,
-                                       platform::Delegate* delegate, const Text& didEndSelector,
-                                       Block block, std::shared_ptr<QFAlert> alertObject) {
+                                       const Text& informativeText, qf::Window* parentWindow,
+                                       qf::Delegate* delegate, const Text& didEndSelector,
+                                       qf::Block block, std::shared_ptr<QFAlert> alertObject) {
     return alertSheetWithMessageText(messageText, defaultButton, alternateButton, otherButton,
                                      informativeText, parentWindow, delegate, didEndSelector, block,
                                      std::move(alertObject), std::nullopt);
@@ -98,48 +98,47 @@ int QFAlert::alertSheetWithMessageText(const Text& messageText, const Text& defa
 
 int QFAlert::alertSheetWithMessageText(const Text& messageText, const Text& defaultButton,
                                        const Text& alternateButton, const Text& otherButton,
-                                       const Text& informativeText, platform::Window* parentWindow,
-                                       platform::Delegate* /*delegate*/,
-                                       const Text& /*didEndSelector*/, Block /*block*/) {
+                                       const Text& informativeText, qf::Window* parentWindow,
+                                       qf::Delegate* /*delegate*/, const Text& /*didEndSelector*/,
+                                       qf::Block /*block*/) {
     return alertSheetWithMessageText(messageText, defaultButton, alternateButton, otherButton,
                                      informativeText, parentWindow, nullptr, std::nullopt,
-                                     Block::yes, nullptr);
+                                     qf::Block::yes, nullptr);
 }
 
 int QFAlert::alertSheetWithMessageText(const Text& messageText, const Text& defaultButton,
                                        const Text& alternateButton, const Text& otherButton,
-                                       const Text& informativeText, platform::Window* parentWindow,
-                                       Block block) {
+                                       const Text& informativeText, qf::Window* parentWindow,
+                                       qf::Block block) {
     return alertSheetWithMessageText(messageText, defaultButton, alternateButton, otherButton,
                                      informativeText, parentWindow, nullptr, std::nullopt, block);
 }
 
 int QFAlert::alertSheetWithMessageText(const Text& messageText, const Text& informativeText,
-                                       platform::Window* parentWindow) {
+                                       qf::Window* parentWindow) {
     return alertSheetWithMessageText(messageText, std::nullopt, std::nullopt, std::nullopt,
                                      informativeText, parentWindow, nullptr, std::nullopt,
-                                     Block::yes);
+                                     qf::Block::yes);
 }
 
 int QFAlert::timedAlertSheetWithMessageText(const Text& messageText, const Text& defaultButton,
                                             const Text& alternateButton, const Text& otherButton,
-                                            const Text& informativeText,
-                                            platform::Window* parentWindow,
+                                            const Text& informativeText, qf::Window* parentWindow,
                                             std::chrono::seconds interval) {
     const auto alert = std::make_shared<QFAlert>();
     alert->isTimed_ = true;
-    platform::service<platform::Clock>().performAfter(platform::Timeout(interval).wholeSeconds(),
-                                                      [alert] { alert->answerByDefault(); });
+    qf::service<qf::Clock>().performAfter(qf::Timeout(interval).wholeSeconds(),
+                                          [alert] { alert->answerByDefault(); });
     return alertSheetWithMessageText(messageText, defaultButton, alternateButton, otherButton,
                                      informativeText, parentWindow, nullptr, std::nullopt,
-                                     Block::yes, alert);
+                                     qf::Block::yes, alert);
 }
 
-int QFAlert::show(const Value& request, Block block) {
+int QFAlert::show(const Value& request, qf::Block block) {
     const auto alert = shared_from_this();
     application().performOnMainThread(
         [alert, request] { alert->alertSheetWithDictionary(request); }, Wait::untilDone);
-    if (block == Block::no) {
+    if (block == qf::Block::no) {
         return AlertPanel::otherReturn;
     }
     waitForAnswer();
@@ -152,14 +151,14 @@ void QFAlert::waitForAnswer() const {
         if (application().isMainThread()) {
             application().handleNextEvent(eventDeadline);
         } else {
-            platform::sleep(pollingInterval);
+            qf::sleep(pollingInterval);
         }
     }
 }
 
 void QFAlert::alertSheetWithDictionary(const Value& request) {
     const auto selector = textOf(request, "didEndSelector").value_or(std::string());
-    setAlert({platform::service<platform::AlertPanels>().create(description(request)).release(),
+    setAlert({qf::service<qf::AlertPanels>().create(description(request)).release(),
               deleteOnMainThread});
     if (parentWindow() != nullptr && parentWindow()->hasAttachedSheet()) {
         setParentWindow(nullptr);
@@ -185,7 +184,7 @@ void QFAlert::alertDidEnd(AlertPanel* /*alert*/, int returnCode, const Value& /*
 }
 
 void QFAlert::defaultReturnAfterTimeInterval(std::chrono::seconds interval) {
-    platform::sleep(platform::Timeout(interval).wholeSeconds());
+    qf::sleep(qf::Timeout(interval).wholeSeconds());
     answerByDefault();
 }
 

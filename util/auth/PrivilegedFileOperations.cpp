@@ -6,6 +6,7 @@
 #include "platform/ProcessLauncher.h"
 #include "platform/Services.h"
 #include "platform/Workspace.h"
+#include "platform/foundation/Format.h"
 #include "platform/foundation/Path.h"
 #include "util/paths/QFLocalPaths.h"
 #include "util/task/QFTaskEx.h"
@@ -19,7 +20,7 @@
 #include <string_view>
 #include <utility>
 
-namespace path = platform::path;
+namespace path = qf::path;
 
 namespace {
 
@@ -39,63 +40,92 @@ constexpr std::string_view moveToNothing = "Error in authMoveFile: new path is n
 constexpr std::string_view authCopyFromNothing = "Error in authCopyFile: old path is null";
 constexpr std::string_view authCopyToNothing = "Error in authCopyFile: new path is null";
 
+constexpr std::string_view itemDoesNotExist = "%@ does not exist.";
+constexpr std::string_view toolNotStarted =
+    "%@ could not be started with the administrator’s right.";
+
 constexpr std::chrono::microseconds pauseAfterCreation{500};
 
-/// Returns whether the path is one that must not be touched, and logs `message` if so.
-bool isRefused(const std::string& item, std::string_view message) {
-    const bool refused = QFLocalPaths::isPathSystemDirectory(item, ExactMatch::yes);
-    if (refused) {
-        platform::systemLog(message, item);
-    }
-    return refused;
+using StartedTool = QFAuthorization::StartedTool;
+
+/// Logs why a tool is not started, and returns that.
+StartedTool loggedRefusal(std::string reason, int status = QFAuthorization::refused) {
+    qf::systemLog("%@", reason);
+    return {.status = status, .reason = std::move(reason)};
 }
 
-/// Returns whether both paths are present; logs a missing one.
-bool bothGiven(const std::optional<std::string>& source,
-               const std::optional<std::string>& destination, std::string_view fromNothing,
-               std::string_view toNothing) {
-    if (!source) {
-        platform::systemLog(fromNothing);
-        return false;
+/// Returns no value unless the item is one that must not be touched, which is logged.
+std::optional<StartedTool> refusedAsProtected(const std::string& item, std::string_view message) {
+    return QFLocalPaths::isPathSystemDirectory(item, qf::ExactMatch::yes)
+               ? std::optional(loggedRefusal(qf::format(message, item)))
+               : std::nullopt;
+}
+
+/// Returns no value if both paths are present; logs a missing one.
+std::optional<StartedTool> refusedAsNothing(const std::optional<std::string>& source,
+                                            const std::optional<std::string>& destination,
+                                            std::string_view fromNothing,
+                                            std::string_view toNothing) {
+    if (source && destination) {
+        return std::nullopt;
     }
-    if (!destination) {
-        platform::systemLog(toNothing);
-        return false;
-    }
-    return true;
+    return loggedRefusal(std::string(source ? toNothing : fromNothing));
 }
 
 /// Starts a tool with the process's own rights. A failure goes to the system log only: callers
 /// treat the tool as started.
-QFAuthorization::StartedTool startAsSuperuser(const std::string& tool,
-                                              const std::vector<std::string>& arguments) {
+StartedTool startAsSuperuser(const std::string& tool, const std::vector<std::string>& arguments) {
     try {
         if (auto process = QFTaskEx::runTaskAndReturn(tool, arguments)) {
             return {.waitUntilExit = [process] { process->waitUntilExit(); }};
         }
-    } catch (const platform::Exception& exception) {
-        platform::systemLog("%@", exception.reason());
+    } catch (const qf::Exception& exception) {
+        qf::systemLog("%@", exception.reason());
     }
     return {};
 }
 
-/// Returns whether the tool neither exists nor can be launched, and logs it.
-bool isMissing(const std::string& tool) {
-    const bool missing = !platform::service<platform::ProcessLauncher>().canLaunch(tool) &&
-                         !platform::service<platform::FileSystem>().exists(tool);
-    if (missing) {
-        platform::systemLog(toolDoesNotExist, tool);
-    }
-    return missing;
+/// Returns no value if the tool exists or can be launched; otherwise logs that it does not.
+std::optional<StartedTool> refusedAsMissing(const std::string& tool) {
+    return qf::service<qf::ProcessLauncher>().canLaunch(tool) ||
+                   qf::service<qf::FileSystem>().exists(tool)
+               ? std::nullopt
+               : std::optional(loggedRefusal(qf::format(toolDoesNotExist, tool),
+                                             QFAuthorization::toolMissing));
 }
 
-std::vector<platform::DirectoryEntry> entries(const std::string& directory) {
-    return platform::service<platform::FileSystem>().contentsOfDirectory(directory).value_or(
-        std::vector<platform::DirectoryEntry>());
+/// Returns no value if an item exists; one that does not is not logged.
+std::optional<StartedTool> refusedAsAbsent(const std::string& item) {
+    return qf::service<qf::FileSystem>().exists(item)
+               ? std::nullopt
+               : std::optional(StartedTool{.status = QFAuthorization::refused,
+                                           .reason = qf::format(itemDoesNotExist, item)});
+}
+
+/// Returns the result of an operation that is done once its tool is started.
+qf::Result<void> resultOf(const StartedTool& tool) {
+    if (tool.status == 0) {
+        return {};
+    }
+    return qf::Unexpected(qf::Error{.domain = QFAuthorization::errorDomain,
+                                    .code = tool.right.value_or(tool.status),
+                                    .localizedDescription = tool.reason});
+}
+
+/// Adds the result of one of several operations, which go on after a failure.
+void addResult(qf::Result<void> one, qf::Result<void>& all) {
+    if (all) {
+        all = std::move(one);
+    }
+}
+
+std::vector<qf::DirectoryEntry> entries(const std::string& directory) {
+    return qf::service<qf::FileSystem>().contentsOfDirectory(directory).value_or(
+        std::vector<qf::DirectoryEntry>());
 }
 
 std::string timestamp() {
-    auto& clock = platform::service<platform::Clock>();
+    auto& clock = qf::service<qf::Clock>();
     const std::tm now = clock.localTime(clock.now());
     std::array<char, 32> digits{};
     const std::size_t length = std::strftime(digits.data(), digits.size(), "%Y%m%d%H%M%S", &now);
@@ -105,39 +135,40 @@ std::string timestamp() {
 } // namespace
 
 int QFAuthorization::authExecTask(const std::string& path,
-                                  const std::vector<std::string>& parameters, Async async) {
-    return runTool(path, parameters, async, std::nullopt);
+                                  const std::vector<std::string>& parameters, qf::Async async) {
+    return runTool(path, parameters, async, std::nullopt).status;
 }
 
 int QFAuthorization::authExecTask(const std::string& path,
                                   const std::vector<std::string>& parameters) {
-    return authExecTask(path, parameters, Async::yes);
+    return authExecTask(path, parameters, qf::Async::yes);
 }
 
 int QFAuthorization::authExecTask(const std::string& path,
                                   const std::vector<std::string>& parameters,
                                   const std::string& content) {
-    return runTool(path, parameters, Async::yes, content);
+    return runTool(path, parameters, qf::Async::yes, content).status;
 }
 
-int QFAuthorization::runTool(const std::string& path, const std::vector<std::string>& arguments,
-                             Async async, const std::optional<std::string>& content) {
-    if (isMissing(path)) {
-        return toolMissing;
+QFAuthorization::StartedTool QFAuthorization::runTool(const std::string& path,
+                                                      const std::vector<std::string>& arguments,
+                                                      qf::Async async,
+                                                      const std::optional<std::string>& content) {
+    if (auto missing = refusedAsMissing(path)) {
+        return *std::move(missing);
     }
     if (isSuperuser()) {
-        if (async == Async::yes) {
-            startAsSuperuser(path, arguments);
-        } else {
-            QFTaskEx::runTask(path, arguments);
+        if (async == qf::Async::yes) {
+            return startAsSuperuser(path, arguments);
         }
-        return 0;
+        QFTaskEx::runTask(path, arguments);
+        return {};
     }
-    const auto tool = startWithRight(path, arguments, content);
-    if (async == Async::no && tool.waitUntilExit) {
+    auto tool = startWithRight(path, arguments, content);
+    if (async == qf::Async::no && tool.waitUntilExit) {
         tool.waitUntilExit();
     }
-    return tool.status;
+    return tool;
 }
 
 QFAuthorization::StartedTool
@@ -145,16 +176,20 @@ QFAuthorization::startWithRight(const std::string& path, const std::vector<std::
                                 const std::optional<std::string>& content) {
     const auto answer = isAuthorized() ? std::nullopt : obtainRight();
     if (!isAuthorized()) {
-        return {.status = notAuthorized, .right = answer};
+        return {.status = notAuthorized,
+                .right = answer,
+                .reason = withoutRight(answer).localizedDescription};
     }
-    auto tool = platform::service<platform::AuthorizationServices>().executeWithPrivileges(
-        authRef_, path, platform::kAuthorizationFlagDefaults, arguments, content);
+    auto tool = qf::service<qf::AuthorizationServices>().executeWithPrivileges(
+        authRef_, path, qf::kAuthorizationFlagDefaults, arguments, content);
     if (!tool) {
-        return {.status = tool.error(), .right = tool.error()};
+        return {.status = tool.error(),
+                .right = tool.error(),
+                .reason = qf::format(toolNotStarted, path)};
     }
     // The output ends when the tool ends.
     const std::shared_ptr<std::istream> output = *std::move(tool);
-    return {.right = platform::errAuthorizationSuccess, .waitUntilExit = [output] {
+    return {.right = qf::errAuthorizationSuccess, .waitUntilExit = [output] {
                 output->ignore(std::numeric_limits<std::streamsize>::max());
             }};
 }
@@ -165,47 +200,58 @@ QFAuthorization::StartedTool QFAuthorization::startTool(const std::string& path,
     if (isSuperuser()) {
         return startAsSuperuser(path, arguments);
     }
-    return isMissing(path) ? StartedTool{.status = toolMissing}
-                           : startWithRight(path, arguments, std::nullopt);
+    auto missing = refusedAsMissing(path);
+    return missing ? *std::move(missing) : startWithRight(path, arguments, std::nullopt);
 }
 
 bool QFAuthorization::authRemoveFile(const std::string& path) {
-    if (isRefused(path, refusedToDelete)) {
-        return false;
-    }
-    return authExecTask("/bin/rm", {"-Rdf", path}) == 0;
+    return authRemoveFileWithResult(path).ok();
+}
+
+qf::Result<void> QFAuthorization::authRemoveFileWithResult(const std::string& path) {
+    const auto refusal = refusedAsProtected(path, refusedToDelete);
+    return resultOf(refusal ? *refusal
+                            : runTool("/bin/rm", {"-Rdf", path}, qf::Async::yes, std::nullopt));
 }
 
 QFAuthorization::StartedTool QFAuthorization::startRemoving(const std::string& path) {
-    return isRefused(path, refusedToDelete) ? StartedTool{.status = refused}
-                                            : startTool("/bin/rm", {"-Rdf", path});
+    auto refusal = refusedAsProtected(path, refusedToDelete);
+    return refusal ? *std::move(refusal) : startTool("/bin/rm", {"-Rdf", path});
 }
 
 bool QFAuthorization::authTrashFile(const std::string& path) {
-    return authTrashFile(path, DeleteOnRootAccount::no);
+    return authTrashFile(path, qf::DeleteOnRootAccount::no);
 }
 
 bool QFAuthorization::authTrashFile(const std::string& path,
-                                    DeleteOnRootAccount deleteOnRootAccount) {
+                                    qf::DeleteOnRootAccount deleteOnRootAccount) {
+    return authTrashFileWithResult(path, deleteOnRootAccount).ok();
+}
+
+qf::Result<void>
+QFAuthorization::authTrashFileWithResult(const std::string& path,
+                                         qf::DeleteOnRootAccount deleteOnRootAccount) {
     if (!deletesInsteadOfTrashing(deleteOnRootAccount)) {
-        return startTrashing(path).status == 0;
+        return resultOf(startTrashing(path));
     }
-    return !isRefused(path, refusedToTrash) && authRemoveFile(trashDestination(path));
+    const auto refusal = refusedAsProtected(path, refusedToTrash);
+    return refusal ? resultOf(*refusal) : authRemoveFileWithResult(trashDestination(path));
 }
 
 QFAuthorization::StartedTool QFAuthorization::startTrashing(const std::string& path) {
-    if (isRefused(path, refusedToTrash)) {
-        return {.status = refused};
+    if (auto refusal = refusedAsProtected(path, refusedToTrash)) {
+        return *std::move(refusal);
     }
     const std::string destination = trashDestination(path);
-    if (!trashIsOwn()) {
-        auto tool = startMoving(path, destination);
-        tool.destination = tool.status == 0 ? destination : std::string();
-        return tool;
+    auto& workspace = qf::service<qf::Workspace>();
+    if (trashIsOwn()) {
+        workspace.makeTrash(QFLocalPaths::trashDirectory());
     }
-    auto& workspace = platform::service<platform::Workspace>();
-    workspace.makeTrash(QFLocalPaths::trashDirectory());
-    const auto end = workspace.moveTrashed(path, destination);
+    const auto recorded = workspace.moveTrashed(path, destination);
+    if (!recorded) {
+        return {.status = refused};
+    }
+    const auto end = *recorded;
     auto tool = startMoving(path, destination);
     tool.destination = tool.status == 0 ? destination : std::string();
     if (!tool.waitUntilExit) {
@@ -219,12 +265,11 @@ QFAuthorization::StartedTool QFAuthorization::startTrashing(const std::string& p
     return tool;
 }
 
-bool QFAuthorization::deletesInsteadOfTrashing(DeleteOnRootAccount deleteOnRootAccount) const {
-    return deleteOnRootAccount == DeleteOnRootAccount::yes && !userDirectory_ && isSuperuser();
+bool QFAuthorization::deletesInsteadOfTrashing(qf::DeleteOnRootAccount deleteOnRootAccount) const {
+    return deleteOnRootAccount == qf::DeleteOnRootAccount::yes && !userDirectory_ && isSuperuser();
 }
 
-// The Trash must belong to its user: the superuser creates none for somebody else, and writes
-// nothing there.
+// The Trash must belong to its user: the superuser creates none for somebody else.
 bool QFAuthorization::trashIsOwn() const {
     return !isSuperuser() || !userDirectory_;
 }
@@ -235,7 +280,7 @@ std::string QFAuthorization::trashDestination(const std::string& path) const {
     if (!trashIsOwn()) {
         destination = *userDirectory_ + "/.Trash/" + name;
     }
-    if (platform::service<platform::FileSystem>().exists(destination)) {
+    if (qf::service<qf::FileSystem>().exists(destination)) {
         destination =
             path::deletingExtension(destination) + "_" + timestamp() + "." + path::extension(path);
     }
@@ -243,69 +288,99 @@ std::string QFAuthorization::trashDestination(const std::string& path) const {
 }
 
 bool QFAuthorization::authTrashFolderContents(const std::string& path) {
-    return authTrashFolderContents(path, DeleteOnRootAccount::no);
+    return authTrashFolderContents(path, qf::DeleteOnRootAccount::no);
 }
 
 bool QFAuthorization::authTrashFolderContents(const std::string& path,
-                                              DeleteOnRootAccount deleteOnRootAccount) {
-    if (isRefused(path, refusedToTrashContents)) {
-        return false;
+                                              qf::DeleteOnRootAccount deleteOnRootAccount) {
+    return authTrashFolderContentsWithResult(path, deleteOnRootAccount).ok();
+}
+
+qf::Result<void>
+QFAuthorization::authTrashFolderContentsWithResult(const std::string& path,
+                                                   qf::DeleteOnRootAccount deleteOnRootAccount) {
+    if (const auto refusal = refusedAsProtected(path, refusedToTrashContents)) {
+        return resultOf(*refusal);
     }
     const bool deletes = deletesInsteadOfTrashing(deleteOnRootAccount);
-    bool succeeded = true;
+    qf::Result<void> result;
     for (const auto& entry : entries(path)) {
         const std::string item = path::appending(path, entry.name);
-        const bool done =
-            deletes ? authExecTask("/bin/rm", {"-R", "-f", item}) == 0 : authTrashFile(item);
-        succeeded = succeeded && done;
+        addResult(
+            deletes ? resultOf(runTool("/bin/rm", {"-R", "-f", item}, qf::Async::yes, std::nullopt))
+                    : authTrashFileWithResult(item, qf::DeleteOnRootAccount::no),
+            result);
     }
-    return succeeded;
+    return result;
 }
 
 bool QFAuthorization::authMoveFolderContents(const std::string& path, const std::string& toPath) {
-    if (isRefused(path, refusedToMoveContents)) {
-        return false;
+    return authMoveFolderContentsWithResult(path, toPath).ok();
+}
+
+qf::Result<void> QFAuthorization::authMoveFolderContentsWithResult(const std::string& path,
+                                                                   const std::string& toPath) {
+    if (const auto refusal = refusedAsProtected(path, refusedToMoveContents)) {
+        return resultOf(*refusal);
     }
-    bool succeeded = true;
+    qf::Result<void> result;
     for (const auto& entry : entries(path)) {
-        const bool moved =
-            authMoveFile(path::appending(path, entry.name), path::appending(toPath, entry.name));
-        succeeded = succeeded && moved;
+        addResult(authMoveFileWithResult(path::appending(path, entry.name),
+                                         path::appending(toPath, entry.name)),
+                  result);
     }
-    return succeeded;
+    return result;
 }
 
 bool QFAuthorization::authMoveFile(const std::optional<std::string>& path,
                                    const std::optional<std::string>& toPath) {
-    return bothGiven(path, toPath, moveFromNothing, moveToNothing) &&
-           startMoving(*path, *toPath).status == 0;
+    return authMoveFileWithResult(path, toPath).ok();
+}
+
+qf::Result<void> QFAuthorization::authMoveFileWithResult(const std::optional<std::string>& path,
+                                                         const std::optional<std::string>& toPath) {
+    const auto refusal = refusedAsNothing(path, toPath, moveFromNothing, moveToNothing);
+    return resultOf(refusal ? *refusal : startMoving(*path, *toPath));
 }
 
 QFAuthorization::StartedTool QFAuthorization::startMoving(const std::string& path,
                                                           const std::string& toPath) {
-    if (isRefused(path, refusedToMove) || !platform::service<platform::FileSystem>().exists(path)) {
-        return {.status = refused};
+    if (auto refusal = refusedAsProtected(path, refusedToMove)) {
+        return *std::move(refusal);
+    }
+    if (auto absence = refusedAsAbsent(path)) {
+        return *std::move(absence);
     }
     return startTool("/bin/mv", {"-f", path, toPath});
 }
 
 bool QFAuthorization::authCopyFile(const std::optional<std::string>& path,
                                    const std::optional<std::string>& toPath) {
-    if (!bothGiven(path, toPath, authCopyFromNothing, authCopyToNothing) ||
-        !platform::service<platform::FileSystem>().exists(*path)) {
-        return false;
+    return authCopyFileWithResult(path, toPath).ok();
+}
+
+qf::Result<void> QFAuthorization::authCopyFileWithResult(const std::optional<std::string>& path,
+                                                         const std::optional<std::string>& toPath) {
+    if (const auto refusal =
+            refusedAsNothing(path, toPath, authCopyFromNothing, authCopyToNothing)) {
+        return resultOf(*refusal);
     }
-    return startTool("/bin/cp", {"-f", "-p", "-R", *path, *toPath}).status == 0;
+    const auto absence = refusedAsAbsent(*path);
+    return resultOf(absence ? *absence : startTool("/bin/cp", {"-f", "-p", "-R", *path, *toPath}));
 }
 
 bool QFAuthorization::authCreateDir(const std::string& path) {
+    return authCreateDirWithResult(path).ok();
+}
+
+qf::Result<void> QFAuthorization::authCreateDirWithResult(const std::string& path) {
     if (isSuperuser()) {
         startAsSuperuser("/bin/mkdir", {"-p", path});
-        return true;
+        return {};
     }
-    if (authExecTask("/bin/mkdir", {"-p", path}) != 0) {
-        return false;
+    const auto tool = runTool("/bin/mkdir", {"-p", path}, qf::Async::yes, std::nullopt);
+    if (tool.status == 0) {
+        qf::sleep(pauseAfterCreation);
     }
-    platform::sleep(pauseAfterCreation);
-    return true;
+    return resultOf(tool);
 }

@@ -9,18 +9,20 @@
 #include <mutex>
 #include <string_view>
 
-using platform::AuthorizationFlags;
-using platform::AuthorizationItemSet;
-using platform::AuthorizationRef;
-using platform::errAuthorizationSuccess;
-using platform::kAuthorizationFlagDefaults;
-using platform::kAuthorizationFlagExtendRights;
-using platform::kAuthorizationFlagInteractionAllowed;
-using platform::kAuthorizationFlagPreAuthorize;
+using qf::AuthorizationFlags;
+using qf::AuthorizationItemSet;
+using qf::AuthorizationRef;
+using qf::errAuthorizationSuccess;
+using qf::kAuthorizationFlagDefaults;
+using qf::kAuthorizationFlagExtendRights;
+using qf::kAuthorizationFlagInteractionAllowed;
+using qf::kAuthorizationFlagPreAuthorize;
 
 namespace {
 
 constexpr std::string_view unableToAuthorize = "Unable to authorize";
+constexpr std::string_view rightNotGranted = "The administrator’s right was not granted.";
+constexpr std::string_view nameOrPasswordMissing = "The user’s name or password is missing.";
 constexpr std::string_view unableToCreateAuthRef = "Unable to create authRef - error %d";
 constexpr std::string_view invalidCredentials =
     "Authorization failed. Invalid username or password";
@@ -31,14 +33,20 @@ constexpr AuthorizationFlags interactiveFlags = kAuthorizationFlagInteractionAll
 constexpr AuthorizationFlags credentialFlags =
     kAuthorizationFlagExtendRights + kAuthorizationFlagPreAuthorize;
 
+qf::Unexpected<qf::Error> noRight(int code, std::string_view why) {
+    return qf::Unexpected(qf::Error{.domain = QFAuthorization::errorDomain,
+                                    .code = code,
+                                    .localizedDescription = std::string(why)});
+}
+
 std::mutex classLock;
 QFAuthorization* controller = nullptr;
 
-platform::AuthorizationServices& authorizationServices() {
-    return platform::service<platform::AuthorizationServices>();
+qf::AuthorizationServices& authorizationServices() {
+    return qf::service<qf::AuthorizationServices>();
 }
 
-platform::AuthorizationRights administratorRight() {
+qf::AuthorizationRights administratorRight() {
     return {"system.privilege.admin"};
 }
 
@@ -73,10 +81,10 @@ private:
 } // namespace
 
 QFAuthorization& QFAuthorization::sharedController() {
-    return sharedController(UserInterface::yes);
+    return sharedController(qf::UserInterface::yes);
 }
 
-QFAuthorization& QFAuthorization::sharedController(UserInterface userInterface) {
+QFAuthorization& QFAuthorization::sharedController(qf::UserInterface userInterface) {
     const std::lock_guard lock(classLock);
     if (controller == nullptr) {
         controller = new QFAuthorization;
@@ -95,15 +103,15 @@ QFAuthorization* QFAuthorization::allocWithZone() {
 }
 
 QFAuthorization& QFAuthorization::init() {
-    return init(UserInterface::yes);
+    return init(qf::UserInterface::yes);
 }
 
 QFAuthorization& QFAuthorization::initWithoutGUI() {
-    return init(UserInterface::no);
+    return init(qf::UserInterface::no);
 }
 
-QFAuthorization& QFAuthorization::init(UserInterface userInterface) {
-    hasGUI_ = userInterface == UserInterface::yes;
+QFAuthorization& QFAuthorization::init(qf::UserInterface userInterface) {
+    hasGUI_ = userInterface == qf::UserInterface::yes;
     authRef_ = AuthorizationRef::none;
     const auto inherited =
         authorizationServices().copyPrivilegedReference(kAuthorizationFlagDefaults);
@@ -127,7 +135,7 @@ QFAuthorization::~QFAuthorization() {
 }
 
 bool QFAuthorization::isSuperuser() {
-    return platform::service<platform::UserAccount>().realUserId() == 0;
+    return qf::service<qf::UserAccount>().realUserId() == 0;
 }
 
 bool QFAuthorization::isAuthorized() const {
@@ -141,11 +149,25 @@ bool QFAuthorization::canAuthorize() const {
 }
 
 bool QFAuthorization::authStart() {
-    return obtainRight() == errAuthorizationSuccess;
+    return authStartWithResult().ok();
+}
+
+qf::Result<void> QFAuthorization::authStartWithResult() {
+    const auto answer = obtainRight();
+    if (answer == errAuthorizationSuccess) {
+        return {};
+    }
+    return qf::Unexpected(withoutRight(answer));
+}
+
+// Without an answer, nobody may be asked.
+qf::Error QFAuthorization::withoutRight(const std::optional<qf::AuthorizationStatus>& answer) {
+    return noRight(answer.value_or(notAuthorized), answer ? rightNotGranted : unableToAuthorize)
+        .error();
 }
 
 // Returns no value if nobody may be asked.
-std::optional<platform::AuthorizationStatus> QFAuthorization::obtainRight() {
+std::optional<qf::AuthorizationStatus> QFAuthorization::obtainRight() {
     // A caller that arrives while the question is on the screen waits for its answer instead of
     // asking again.
     const std::lock_guard lock(starting_);
@@ -155,7 +177,7 @@ std::optional<platform::AuthorizationStatus> QFAuthorization::obtainRight() {
     // A right that the platform has taken back is given up before another is requested.
     authEnd();
     if (!hasGUI_) {
-        platform::systemLog(unableToAuthorize);
+        qf::systemLog(unableToAuthorize);
         return std::nullopt;
     }
     auto& services = authorizationServices();
@@ -174,29 +196,37 @@ std::optional<platform::AuthorizationStatus> QFAuthorization::obtainRight() {
 
 bool QFAuthorization::authStartWithUser(const std::optional<std::string>& user,
                                         const std::optional<std::string>& password) {
+    return authStartWithUserWithResult(user, password).ok();
+}
+
+qf::Result<void>
+QFAuthorization::authStartWithUserWithResult(const std::optional<std::string>& user,
+                                             const std::optional<std::string>& password) {
     if (isSuperuser()) {
-        return true;
+        return {};
     }
     if (!user || !password) {
-        return false;
+        return noRight(notAuthorized, nameOrPasswordMissing);
     }
     const Credentials credentials(*user, *password);
     auto& services = authorizationServices();
     const auto created = services.create(credentials.items(), kAuthorizationFlagDefaults);
     if (!created) {
-        platform::systemLog(unableToCreateAuthRef, created.error());
+        qf::systemLog(unableToCreateAuthRef, created.error());
         authRef_ = AuthorizationRef::none;
-        return false;
+        return noRight(created.error(), rightNotGranted);
     }
-    if (services.copyRights(*created, administratorRight(), credentials.items(), credentialFlags)) {
+    const auto granted =
+        services.copyRights(*created, administratorRight(), credentials.items(), credentialFlags);
+    if (granted) {
         authRef_ = *created;
-        return true;
+        return {};
     }
     authRef_ = AuthorizationRef::none;
     services.free(*created, kAuthorizationFlagDefaults);
-    platform::systemLog(invalidCredentials);
+    qf::systemLog(invalidCredentials);
     QFLog::appendLog(invalidCredentials);
-    return false;
+    return noRight(granted.error(), invalidCredentials);
 }
 
 void QFAuthorization::authEnd() {

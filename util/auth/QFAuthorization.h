@@ -1,14 +1,18 @@
 #pragma once
 
 #include "platform/AuthorizationServices.h"
+#include "platform/foundation/Result.h"
 
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
+
+namespace qf {
 
 /// Whether the controller may let the platform ask for a password.
 enum class UserInterface { no, yes };
@@ -18,6 +22,8 @@ enum class Async { no, yes };
 
 /// Whether a superuser process that knows no user, and so no Trash, deletes instead of trashing.
 enum class DeleteOnRootAccount { no, yes };
+
+} // namespace qf
 
 /// The process's administrator authorization, and the file operations performed with it.
 ///
@@ -37,7 +43,7 @@ public:
 
     /// Returns the controller, created in this mode if it does not exist yet. An existing one keeps
     /// its mode.
-    static QFAuthorization& sharedController(UserInterface userInterface);
+    static QFAuthorization& sharedController(qf::UserInterface userInterface);
 
     /// Returns a new controller, to be set up by init() or initWithoutGUI(); null if one exists.
     static QFAuthorization* allocWithZone();
@@ -70,11 +76,20 @@ public:
     /// false.
     bool authStart();
 
+    /// As authStart; says why the right is not held. The error's code is the platform's answer, or
+    /// `notAuthorized` if nobody may be asked.
+    qf::Result<void> authStartWithResult();
+
     /// Obtains the right with a user's name and password, asking nobody. Replaces a handle that is
     /// already held. Returns whether the right is held afterwards; returns false at once if the
     /// name or the password is missing. Logs failures, wrong credentials also in the program's log.
     bool authStartWithUser(const std::optional<std::string>& user,
                            const std::optional<std::string>& password);
+
+    /// As authStartWithUser; says why the right is not held. The error's code is the platform's
+    /// answer, or `notAuthorized` if the name or the password is missing.
+    qf::Result<void> authStartWithUserWithResult(const std::optional<std::string>& user,
+                                                 const std::optional<std::string>& password);
 
     /// Gives up the right. The superuser remains authorized.
     void authEnd();
@@ -87,8 +102,8 @@ public:
     bool canAuthorize() const;
 
     /// The platform's handle; AuthorizationRef::none while no right is held.
-    platform::AuthorizationRef authRef() const { return authRef_; }
-    void setAuthRef(platform::AuthorizationRef authRef) { authRef_ = authRef; }
+    qf::AuthorizationRef authRef() const { return authRef_; }
+    void setAuthRef(qf::AuthorizationRef authRef) { authRef_ = authRef; }
 
     /// Whether the user may be asked.
     bool hasGUI() const { return hasGUI_; }
@@ -98,6 +113,8 @@ public:
     /// numbers are the platform's; 0 is success.
     static constexpr int notAuthorized = -1;
     static constexpr int toolMissing = -2;
+    /// The domain of the errors below.
+    static constexpr const char* errorDomain = "QFAuthorizationErrorDomain";
     /// The status of a file operation that was refused before any tool was looked for.
     static constexpr int refused = -3;
 
@@ -106,7 +123,9 @@ public:
         /// 0 when the tool was started; otherwise as authExecTask, or `refused`.
         int status = 0;
         /// The platform's answer to the last request for the right; no value if it was not asked.
-        std::optional<platform::AuthorizationStatus> right;
+        std::optional<qf::AuthorizationStatus> right;
+        /// Why the tool was not started; empty when it was.
+        std::string reason;
         /// Where startTrashing() has the item moved; empty if the tool was not started.
         std::string destination;
         /// Waits until the tool has ended, successfully or not. Empty if there is nothing to wait
@@ -120,7 +139,7 @@ public:
     /// tool's status is not seen. In a process of the superuser the result is 0 whatever the tool
     /// does.
     int authExecTask(const std::string& path, const std::vector<std::string>& parameters,
-                     Async async);
+                     qf::Async async);
 
     /// Does the same with Async::yes.
     int authExecTask(const std::string& path, const std::vector<std::string>& parameters);
@@ -131,12 +150,21 @@ public:
     int authExecTask(const std::string& path, const std::vector<std::string>& parameters,
                      const std::string& content);
 
+    /// A null pointer is no content: `async` is a qf::Async.
+    int authExecTask(const std::string& path, const std::vector<std::string>& parameters,
+                     std::nullptr_t content) = delete;
+
     /// The file operations below start a tool and do not wait for it: they return true once it is
     /// started, possibly before it has done its work. They return false if the path is a system
     /// directory, which is logged, the right was refused, or the tool could not be started.
+    ///
+    /// Beside each is one that says why it failed. The error's code is the platform's answer to the
+    /// request for the right or, if that was not requested, a number as authExecTask returns, or
+    /// `refused`. Of the entries of a directory, the first that failed counts.
 
     /// Deletes an item with its contents. Does not check whether it exists.
     bool authRemoveFile(const std::string& path);
+    qf::Result<void> authRemoveFileWithResult(const std::string& path);
 
     /// As authRemoveFile, but the caller can wait for the tool.
     StartedTool startRemoving(const std::string& path);
@@ -149,7 +177,9 @@ public:
     /// With DeleteOnRootAccount::yes, a superuser process that knows no user deletes the item at
     /// that path in the Trash instead, and leaves the item itself in place.
     bool authTrashFile(const std::string& path);
-    bool authTrashFile(const std::string& path, DeleteOnRootAccount deleteOnRootAccount);
+    bool authTrashFile(const std::string& path, qf::DeleteOnRootAccount deleteOnRootAccount);
+    qf::Result<void> authTrashFileWithResult(const std::string& path,
+                                             qf::DeleteOnRootAccount deleteOnRootAccount);
 
     /// As authTrashFile with DeleteOnRootAccount::no, but the caller can wait for the tool.
     StartedTool startTrashing(const std::string& path);
@@ -158,16 +188,23 @@ public:
     /// DeleteOnRootAccount::yes, a superuser process that knows no user deletes them instead.
     /// Returns true if no entry failed, and so for an empty or unreadable directory.
     bool authTrashFolderContents(const std::string& path);
-    bool authTrashFolderContents(const std::string& path, DeleteOnRootAccount deleteOnRootAccount);
+    bool authTrashFolderContents(const std::string& path,
+                                 qf::DeleteOnRootAccount deleteOnRootAccount);
+    qf::Result<void> authTrashFolderContentsWithResult(const std::string& path,
+                                                       qf::DeleteOnRootAccount deleteOnRootAccount);
 
     /// Moves every entry of a directory into another, continuing after a failure. Returns true if
     /// no entry failed.
     bool authMoveFolderContents(const std::string& path, const std::string& toPath);
+    qf::Result<void> authMoveFolderContentsWithResult(const std::string& path,
+                                                      const std::string& toPath);
 
     /// Moves an item to its full new path, replacing a file there. Returns false without a message
     /// if the item does not exist; logs a missing path.
     bool authMoveFile(const std::optional<std::string>& path,
                       const std::optional<std::string>& toPath);
+    qf::Result<void> authMoveFileWithResult(const std::optional<std::string>& path,
+                                            const std::optional<std::string>& toPath);
 
     /// As authMoveFile, but the caller can wait for the tool.
     StartedTool startMoving(const std::string& path, const std::string& toPath);
@@ -176,10 +213,13 @@ public:
     /// Returns false as authMoveFile does.
     bool authCopyFile(const std::optional<std::string>& path,
                       const std::optional<std::string>& toPath);
+    qf::Result<void> authCopyFileWithResult(const std::optional<std::string>& path,
+                                            const std::optional<std::string>& toPath);
 
     /// Creates a directory and its missing parents; it may exist. Pauses 500 microseconds for the
     /// tool.
     bool authCreateDir(const std::string& path);
+    qf::Result<void> authCreateDirWithResult(const std::string& path);
 
 private:
     QFAuthorization() = default;
@@ -187,11 +227,12 @@ private:
 
     static bool isSuperuser();
 
-    QFAuthorization& init(UserInterface userInterface);
-    bool deletesInsteadOfTrashing(DeleteOnRootAccount deleteOnRootAccount) const;
-    std::optional<platform::AuthorizationStatus> obtainRight();
-    int runTool(const std::string& path, const std::vector<std::string>& arguments, Async async,
-                const std::optional<std::string>& content);
+    QFAuthorization& init(qf::UserInterface userInterface);
+    bool deletesInsteadOfTrashing(qf::DeleteOnRootAccount deleteOnRootAccount) const;
+    std::optional<qf::AuthorizationStatus> obtainRight();
+    static qf::Error withoutRight(const std::optional<qf::AuthorizationStatus>& answer);
+    StartedTool runTool(const std::string& path, const std::vector<std::string>& arguments,
+                        qf::Async async, const std::optional<std::string>& content);
     StartedTool startWithRight(const std::string& path, const std::vector<std::string>& arguments,
                                const std::optional<std::string>& content);
     StartedTool startTool(const std::string& path, const std::vector<std::string>& arguments);
@@ -199,7 +240,7 @@ private:
     bool trashIsOwn() const;
 
     // One thread may change the handle and the mode while another reads them.
-    std::atomic<platform::AuthorizationRef> authRef_{platform::AuthorizationRef::none};
+    std::atomic<qf::AuthorizationRef> authRef_{qf::AuthorizationRef::none};
     std::atomic<bool> hasGUI_{true};
     std::mutex starting_;
     std::optional<std::string> userDirectory_;

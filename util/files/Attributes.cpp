@@ -8,6 +8,7 @@
 #include "platform/foundation/TextEncoding.h"
 #include "util/auth/QFAuthorization.h"
 #include "util/files/DirectoryWalk.h"
+#include "util/files/Failures.h"
 #include "util/files/Services.h"
 #include "util/log/QFLog.h"
 #include "util/paths/QFLocalPaths.h"
@@ -30,6 +31,9 @@ constexpr std::string_view errorRetrievingAttribute = "Error retrieving file att
 constexpr std::string_view errorSettingAttribute =
     "Error setting extended attribute for file %@ - %i";
 
+constexpr std::string_view touchNothing = "There is no path to touch.";
+constexpr std::string_view touchFailed = "Unable to run %@ for %@ as administrator - error %d";
+
 constexpr const char* touchTool = "/usr/bin/touch";
 constexpr std::chrono::seconds touchTimeout{5};
 
@@ -39,45 +43,49 @@ constexpr std::int64_t failed = -1;
 /// The longest value of an extended attribute that is read, in bytes.
 constexpr std::size_t readableSize = 255;
 
-platform::ExtendedAttributes& extendedAttributes() {
-    return platform::service<platform::ExtendedAttributes>();
+qf::ExtendedAttributes& extendedAttributes() {
+    return qf::service<qf::ExtendedAttributes>();
 }
 
 // One message for both, on purpose: it says "unlock" even if locking fails.
 void setLocked(const std::string& path, bool locked) {
-    if (const auto changed = fileSystem().setImmutable(path, locked); !changed) {
+    if (const auto changed = qf::fileSystem().setImmutable(path, locked); !changed) {
         QFLog::fastAppendLog(unableToUnlock, path, changed.error().localizedDescription);
     }
 }
 
 void setLockedBelow(const std::string& directory, bool locked) {
-    DirectoryWalk walk(directory);
+    qf::DirectoryWalk walk(directory);
     while (walk.next()) {
-        if (walk.descend() == Descent::notADirectory) {
+        if (walk.descend() == qf::Descent::notADirectory) {
             setLocked(walk.path(), locked);
         }
     }
 }
 
 void setCreationDateToNow(const std::string& path) {
-    static_cast<void>(fileSystem().setCreationDate(path, platform::now()));
+    static_cast<void>(qf::fileSystem().setCreationDate(path, qf::now()));
 }
 
-/// Returns true whatever the tool does.
-bool touchAsUser(const std::string& path, SetCreationDate setCreationDate) {
+/// Succeeds whatever the tool does.
+qf::FileResult touchAsUser(const std::string& path, qf::SetCreationDate setCreationDate) {
     QFTaskEx::runTask(touchTool, {"-c", path}, touchTimeout);
-    if (setCreationDate == SetCreationDate::yes) {
+    if (setCreationDate == qf::SetCreationDate::yes) {
         setCreationDateToNow(path);
     }
-    return true;
+    return qf::DoneBy::user;
 }
 
-bool touchAsAdministrator(const std::string& path, SetCreationDate setCreationDate) {
-    if (setCreationDate == SetCreationDate::yes) {
+qf::FileResult touchAsAdministrator(const std::string& path, qf::SetCreationDate setCreationDate) {
+    if (setCreationDate == qf::SetCreationDate::yes) {
         setCreationDateToNow(path);
     }
-    return QFAuthorization::sharedController().authExecTask(touchTool, {"-c", path}, Async::no) ==
-           0;
+    const int status =
+        QFAuthorization::sharedController().authExecTask(touchTool, {"-c", path}, qf::Async::no);
+    if (status != 0) {
+        return qf::fileFailure(qf::format(touchFailed, touchTool, path, status), status);
+    }
+    return qf::DoneBy::administrator;
 }
 
 } // namespace
@@ -99,60 +107,83 @@ void QFFileManager::unlockFolder(const std::string& path) {
 }
 
 void QFFileManager::setPosixPermissions(unsigned permissions, const std::string& forFile) {
-    if (const auto changed = fileSystem().setPosixPermissions(forFile, permissions); !changed) {
+    if (const auto changed = qf::fileSystem().setPosixPermissions(forFile, permissions); !changed) {
         QFLog::appendLog(errorSettingPermissions, forFile, changed.error().localizedDescription);
     }
 }
 
-bool QFFileManager::setModificationDate(platform::Date date, const std::string& forFile) {
-    return fileSystem().setModificationDate(forFile, date).ok();
+bool QFFileManager::setModificationDate(qf::Date date, const std::string& forFile) {
+    return setModificationDateWithResult(date, forFile).ok();
+}
+
+qf::Result<void> QFFileManager::setModificationDateWithResult(qf::Date date,
+                                                              const std::string& forFile) {
+    return qf::fileSystem().setModificationDate(forFile, date);
 }
 
 bool QFFileManager::touchFile(const std::optional<std::string>& path) {
-    return touchFile(path, SetCreationDate::no);
+    return touchFile(path, qf::SetCreationDate::no);
 }
 
 bool QFFileManager::touchFile(const std::optional<std::string>& path,
-                              SetCreationDate setCreationDate) {
+                              qf::SetCreationDate setCreationDate) {
+    return touchFileWithResult(path, setCreationDate).ok();
+}
+
+qf::FileResult QFFileManager::touchFileWithResult(const std::optional<std::string>& path,
+                                                  qf::SetCreationDate setCreationDate) {
     if (!path) {
-        return false;
+        return qf::fileFailure(std::string(touchNothing));
     }
-    const bool touched = fileSystem().isWritable(*path)
-                             ? touchAsUser(*path, setCreationDate)
-                             : touchAsAdministrator(*path, setCreationDate);
-    static_cast<void>(platform::service<platform::Workspace>().noteFileSystemChanged(*path));
+    auto touched = qf::fileSystem().isWritable(*path)
+                       ? touchAsUser(*path, setCreationDate)
+                       : touchAsAdministrator(*path, setCreationDate);
+    static_cast<void>(qf::service<qf::Workspace>().noteFileSystemChanged(*path));
     return touched;
 }
 
 bool QFFileManager::createEmptyFile(const std::string& path) {
+    return createEmptyFileWithResult(path).ok();
+}
+
+qf::FileResult QFFileManager::createEmptyFileWithResult(const std::string& path) {
     const auto temporary = QFLocalPaths::tempFile();
-    return fileSystem().writeAtomically(temporary, "") && moveFile(temporary, path);
+    if (const auto written = qf::fileSystem().writeAtomically(temporary, ""); !written) {
+        return qf::Unexpected(written.error());
+    }
+    return moveFileWithResult(temporary, path, qf::ShouldAuth::yes);
 }
 
 std::optional<std::string> QFFileManager::metadataValueForKey(const std::string& key,
                                                               const std::string& file) {
     const auto size = extendedAttributes().size(file, key);
-    platform::systemLog(attributeSize, size ? static_cast<std::int64_t>(*size) : failed);
+    qf::systemLog(attributeSize, size ? static_cast<std::int64_t>(*size) : failed);
     if (!size) {
-        platform::systemLog(errorRetrievingAttribute, size.error().code);
+        qf::systemLog(errorRetrievingAttribute, size.error().code);
         return std::nullopt;
     }
     if (*size == 0) {
         return std::nullopt;
     }
     // A value that is too long to be read is returned as zeros.
-    platform::Data value{std::vector<std::byte>(std::max(*size, readableSize))};
+    qf::Data value{std::vector<std::byte>(std::max(*size, readableSize))};
     static_cast<void>(
         extendedAttributes().read(file, key, std::span(value.bytes).first(readableSize)));
     value.bytes.resize(*size);
-    return platform::decodedText(value, platform::TextEncoding::utf8);
+    return qf::decodedText(value, qf::TextEncoding::utf8);
 }
 
 bool QFFileManager::setMetadataValue(const std::string& value, const std::string& forKey,
                                      const std::string& file) {
-    const auto set = extendedAttributes().set(file, forKey, value);
+    return setMetadataValueWithResult(value, forKey, file).ok();
+}
+
+qf::Result<void> QFFileManager::setMetadataValueWithResult(const std::string& value,
+                                                           const std::string& forKey,
+                                                           const std::string& file) {
+    auto set = extendedAttributes().set(file, forKey, value);
     if (!set) {
-        platform::systemLog(errorSettingAttribute, file, failed);
+        qf::systemLog(errorSettingAttribute, file, failed);
     }
-    return set.ok();
+    return set;
 }

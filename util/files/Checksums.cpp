@@ -8,9 +8,9 @@
 #include <span>
 #include <string_view>
 
-using filereading::callDelegateLater;
-using filereading::chunkSize;
-using filereading::digestText;
+using qf::filereading::callDelegateLater;
+using qf::filereading::chunkSize;
+using qf::filereading::digestText;
 
 namespace {
 
@@ -29,7 +29,7 @@ constexpr std::uint64_t questionInterval = 52'428'800;
 /// Set by the delegate's answer, which may arrive when nobody waits for it any more.
 using StopFlag = std::shared_ptr<std::atomic<bool>>;
 
-void askWhetherToContinue(const std::shared_ptr<ChecksumDelegate>& delegate,
+void askWhetherToContinue(const std::shared_ptr<qf::ChecksumDelegate>& delegate,
                           const std::string& path, const StopFlag& stop) {
     callDelegateLater(checksumShouldContinue, [delegate, path, stop] {
         if (!delegate->checksumShouldContinue(path)) {
@@ -39,16 +39,16 @@ void askWhetherToContinue(const std::shared_ptr<ChecksumDelegate>& delegate,
 }
 
 std::optional<std::string> digestOfFile(const std::string& path,
-                                        const std::shared_ptr<ChecksumDelegate>& delegate,
-                                        platform::DigestAlgorithm algorithm) {
-    const auto opened = platform::service<platform::FileStreams>().openForReading(path);
+                                        const std::shared_ptr<qf::ChecksumDelegate>& delegate,
+                                        qf::DigestAlgorithm algorithm) {
+    const auto opened = qf::service<qf::FileStreams>().openForReading(path);
     if (!opened) {
-        platform::systemLog(unableToOpen, path);
+        qf::systemLog(unableToOpen, path);
         return std::nullopt;
     }
     auto& file = **opened;
-    platform::DigestContext context(algorithm);
-    const auto buffer = filereading::makeBuffer();
+    qf::DigestContext context(algorithm);
+    const auto buffer = qf::filereading::makeBuffer();
     if (buffer == nullptr) {
         QFLog::appendLogAndPrint(checksumOutOfMemory, path);
         return std::nullopt;
@@ -75,12 +75,11 @@ std::optional<std::string> digestOfFile(const std::string& path,
 
 /// Does the same for the operation of this name. A machine may not allow every algorithm.
 std::optional<std::string> hashForFile(const std::string& path,
-                                       const std::shared_ptr<ChecksumDelegate>& delegate,
-                                       platform::DigestAlgorithm algorithm,
-                                       std::string_view operation) {
+                                       const std::shared_ptr<qf::ChecksumDelegate>& delegate,
+                                       qf::DigestAlgorithm algorithm, std::string_view operation) {
     try {
         return digestOfFile(path, delegate, algorithm);
-    } catch (const platform::Exception& exception) {
+    } catch (const qf::Exception& exception) {
         QFException::logException(exception, operation);
         return std::nullopt;
     }
@@ -88,7 +87,7 @@ std::optional<std::string> hashForFile(const std::string& path,
 
 } // namespace
 
-std::string filereading::digestText(const platform::DigestContext& context) {
+std::string qf::filereading::digestText(const qf::DigestContext& context) {
     constexpr std::string_view digits = "0123456789abcdef";
     std::string text;
     for (const auto byte : context.finished()) {
@@ -98,19 +97,19 @@ std::string filereading::digestText(const platform::DigestContext& context) {
     return text;
 }
 
-std::string QFFileManager::md5HashWithContext(const MD5Context& context) {
+std::string QFFileManager::md5HashWithContext(const qf::MD5Context& context) {
     return digestText(context);
 }
 
-std::string QFFileManager::sha1HashWithContext(const SHA1Context& context) {
+std::string QFFileManager::sha1HashWithContext(const qf::SHA1Context& context) {
     return digestText(context);
 }
 
-std::string QFFileManager::sha256HashWithContext(const SHA256Context& context) {
+std::string QFFileManager::sha256HashWithContext(const qf::SHA256Context& context) {
     return digestText(context);
 }
 
-std::string QFFileManager::sha512HashWithContext(const SHA512Context& context) {
+std::string QFFileManager::sha512HashWithContext(const qf::SHA512Context& context) {
     return digestText(context);
 }
 
@@ -120,8 +119,8 @@ std::optional<std::string> QFFileManager::md5HashForFile(const std::string& path
 
 std::optional<std::string>
 QFFileManager::md5HashForFile(const std::string& path,
-                              const std::shared_ptr<ChecksumDelegate>& delegate) {
-    return hashForFile(path, delegate, platform::DigestAlgorithm::md5, "md5HashForFile:delegate:");
+                              const std::shared_ptr<qf::ChecksumDelegate>& delegate) {
+    return hashForFile(path, delegate, qf::DigestAlgorithm::md5, "md5HashForFile:delegate:");
 }
 
 std::optional<std::string> QFFileManager::sha1HashForFile(const std::string& path) {
@@ -130,9 +129,8 @@ std::optional<std::string> QFFileManager::sha1HashForFile(const std::string& pat
 
 std::optional<std::string>
 QFFileManager::sha1HashForFile(const std::string& path,
-                               const std::shared_ptr<ChecksumDelegate>& delegate) {
-    return hashForFile(path, delegate, platform::DigestAlgorithm::sha1,
-                       "sha1HashForFile:delegate:");
+                               const std::shared_ptr<qf::ChecksumDelegate>& delegate) {
+    return hashForFile(path, delegate, qf::DigestAlgorithm::sha1, "sha1HashForFile:delegate:");
 }
 
 std::optional<std::string> QFFileManager::sha256HashForFile(const std::string& path) {
@@ -141,9 +139,8 @@ std::optional<std::string> QFFileManager::sha256HashForFile(const std::string& p
 
 std::optional<std::string>
 QFFileManager::sha256HashForFile(const std::string& path,
-                                 const std::shared_ptr<ChecksumDelegate>& delegate) {
-    return hashForFile(path, delegate, platform::DigestAlgorithm::sha256,
-                       "sha256HashForFile:delegate:");
+                                 const std::shared_ptr<qf::ChecksumDelegate>& delegate) {
+    return hashForFile(path, delegate, qf::DigestAlgorithm::sha256, "sha256HashForFile:delegate:");
 }
 
 std::optional<std::string> QFFileManager::sha512HashForFile(const std::string& path) {
@@ -152,7 +149,6 @@ std::optional<std::string> QFFileManager::sha512HashForFile(const std::string& p
 
 std::optional<std::string>
 QFFileManager::sha512HashForFile(const std::string& path,
-                                 const std::shared_ptr<ChecksumDelegate>& delegate) {
-    return hashForFile(path, delegate, platform::DigestAlgorithm::sha512,
-                       "sha512HashForFile:delegate:");
+                                 const std::shared_ptr<qf::ChecksumDelegate>& delegate) {
+    return hashForFile(path, delegate, qf::DigestAlgorithm::sha512, "sha512HashForFile:delegate:");
 }

@@ -6,8 +6,10 @@
 #include <string_view>
 #include <utility>
 
-using filereading::callDelegate;
-using filereading::callDelegateLater;
+namespace qf {
+
+using qf::filereading::callDelegate;
+using qf::filereading::callDelegateLater;
 
 namespace {
 
@@ -74,3 +76,5 @@ void CopyProgress::reportFinish() const {
         callDelegate(finished, [this] { delegate_->fileCopyFinished(settings_); });
     }
 }
+
+} // namespace qf

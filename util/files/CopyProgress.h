@@ -8,6 +8,8 @@
 #include <optional>
 #include <string>
 
+namespace qf {
+
 /// Reports a copy's progress to its delegate, and tracks whether the delegate has cancelled it.
 /// Created and used on the copying thread.
 class CopyProgress {
@@ -48,3 +50,5 @@ private:
     std::uint64_t reported_ = 0;
     std::uint64_t interval_ = 0;
 };
+
+} // namespace qf

@@ -6,6 +6,7 @@
 #include "platform/foundation/Text.h"
 #include "util/auth/QFAuthorization.h"
 #include "util/files/DirectoryWalk.h"
+#include "util/files/Failures.h"
 #include "util/files/FileNames.h"
 #include "util/files/Services.h"
 #include "util/files/TimedWait.h"
@@ -13,9 +14,10 @@
 
 #include <chrono>
 #include <string_view>
+#include <utility>
 
-namespace path = platform::path;
-namespace text = platform::text;
+namespace path = qf::path;
+namespace text = qf::text;
 
 namespace {
 
@@ -30,12 +32,6 @@ constexpr std::string_view copyingEntry = "File: %@";
 
 constexpr std::chrono::microseconds pauseAfterCaseRename{500};
 
-/// Returns the result of an operation that cannot be tried.
-FileResult notTried(std::string_view why) {
-    return platform::Unexpected(
-        platform::Error{.domain = "QFFileErrorDomain", .localizedDescription = std::string(why)});
-}
-
 /// Returns whether a move changes at most the case of letters.
 bool isCaseRename(const std::string& path, const std::string& toPath) {
     return text::lowercased(path) == text::lowercased(toPath);
@@ -44,38 +40,43 @@ bool isCaseRename(const std::string& path, const std::string& toPath) {
 /// Moves an item in two steps, because both names are the same on a volume that ignores case. If
 /// the second step fails, the item is left under the unique name.
 bool moveThroughUniqueName(const std::string& path, const std::string& toPath) {
-    const auto between = numberedFilename(toPath);
-    return fileSystem().moveItem(path, between) && fileSystem().moveItem(between, toPath);
+    const auto between = qf::numberedFilename(toPath);
+    return qf::fileSystem().moveItem(path, between) && qf::fileSystem().moveItem(between, toPath);
 }
 
 } // namespace
 
 bool QFFileManager::createDirectory(const std::string& path) {
-    return createDirectory(path, ShouldAuth::yes);
+    return createDirectory(path, qf::ShouldAuth::yes);
 }
 
-bool QFFileManager::createDirectory(const std::string& path, ShouldAuth shouldAuth) {
+bool QFFileManager::createDirectory(const std::string& path, qf::ShouldAuth shouldAuth) {
     return createDirectoryWithResult(path, shouldAuth).ok();
 }
 
-FileResult QFFileManager::createDirectoryWithResult(const std::string& path,
-                                                    ShouldAuth shouldAuth) {
+qf::FileResult QFFileManager::createDirectoryWithResult(const std::string& path,
+                                                        qf::ShouldAuth shouldAuth) {
     if (!isDriveMountedForPath(path)) {
-        platform::systemLog(driveNotMounted);
-        return notTried(driveNotMounted);
+        qf::systemLog(driveNotMounted);
+        return qf::fileFailure(std::string(driveNotMounted));
     }
-    const auto created = fileSystem().createDirectory(path);
+    const auto created = qf::fileSystem().createDirectory(path);
     if (created) {
-        return DoneBy::user;
+        return qf::DoneBy::user;
     }
     QFLog::appendLog(errorCreatingDirectory, created.error().localizedDescription);
-    return byAdministrator(shouldAuth == ShouldAuth::yes &&
-                               QFAuthorization::sharedController().authCreateDir(path),
-                           created.error());
+    return qf::byAdministrator(shouldAuth == qf::ShouldAuth::yes &&
+                                   QFAuthorization::sharedController().authCreateDir(path),
+                               created.error());
 }
 
-bool QFFileManager::createDirectory(const std::string& path, platform::Timeout timeout) {
-    return createDirectory(path) && waitUntilThere(path, timeout);
+bool QFFileManager::createDirectory(const std::string& path, qf::Timeout timeout) {
+    return createDirectoryWithResult(path, timeout).ok();
+}
+
+qf::FileResult QFFileManager::createDirectoryWithResult(const std::string& path,
+                                                        qf::Timeout timeout) {
+    return qf::onceThere(createDirectoryWithResult(path, qf::ShouldAuth::yes), path, timeout);
 }
 
 std::string QFFileManager::createDirectoryStructure(const std::string& path,
@@ -90,94 +91,115 @@ std::string QFFileManager::createDirectoryStructure(const std::string& path,
 }
 
 bool QFFileManager::moveFile(const std::string& path, const std::string& toPath) {
-    return moveFile(path, toPath, ShouldAuth::yes);
+    return moveFile(path, toPath, qf::ShouldAuth::yes);
 }
 
 bool QFFileManager::moveFile(const std::string& path, const std::string& toPath,
-                             ShouldAuth shouldAuth) {
+                             qf::ShouldAuth shouldAuth) {
     return moveFileWithResult(path, toPath, shouldAuth).ok();
 }
 
-FileResult QFFileManager::moveFileWithResult(const std::string& path, const std::string& toPath,
-                                             ShouldAuth shouldAuth) {
-    if (fileExistsAtPath(toPath)) {
+qf::FileResult QFFileManager::moveFileWithResult(const std::string& path, const std::string& toPath,
+                                                 qf::ShouldAuth shouldAuth) {
+    const bool isTaken = fileExistsAtPath(toPath);
+    if (isTaken) {
         unlockFile(toPath);
     }
     unlockFolder(path::appending(toPath, path::lastComponent(path)));
     if (isCaseRename(path, toPath) && moveThroughUniqueName(path, toPath)) {
-        return DoneBy::user;
+        return qf::DoneBy::user;
     }
-    const auto moved = fileSystem().moveItem(path, toPath);
+    const auto moved = qf::fileSystem().moveItem(path, toPath);
     if (moved) {
-        return DoneBy::user;
+        return qf::DoneBy::user;
     }
     QFLog::appendLog(errorMovingFile, moved.error().localizedDescription);
-    if (shouldAuth == ShouldAuth::no) {
-        return platform::Unexpected(moved.error());
+    // Into the copy of an item that could not be removed, the administrator's tool would move it.
+    const bool isCopied = !isTaken && fileExistsAtPath(toPath);
+    if (shouldAuth == qf::ShouldAuth::no || isCopied) {
+        return qf::Unexpected(moved.error());
     }
     QFLog::appendLog(authorizing);
-    return byAdministrator(QFAuthorization::sharedController().authMoveFile(path, toPath),
-                           moved.error());
+    return qf::byAdministrator(QFAuthorization::sharedController().authMoveFile(path, toPath),
+                               moved.error());
 }
 
 bool QFFileManager::moveFile(const std::string& path, const std::string& toPath,
-                             platform::Timeout timeout) {
-    if (!moveFile(path, toPath)) {
-        return false;
+                             qf::Timeout timeout) {
+    return moveFileWithResult(path, toPath, timeout).ok();
+}
+
+qf::FileResult QFFileManager::moveFileWithResult(const std::string& path, const std::string& toPath,
+                                                 qf::Timeout timeout) {
+    auto moved = moveFileWithResult(path, toPath, qf::ShouldAuth::yes);
+    if (moved && isCaseRename(path, toPath)) {
+        qf::sleep(pauseAfterCaseRename);
+        return moved;
     }
-    if (isCaseRename(path, toPath)) {
-        platform::sleep(pauseAfterCaseRename);
-        return true;
-    }
-    return waitUntilGone(path, timeout);
+    return qf::onceGone(std::move(moved), path, timeout);
 }
 
 bool QFFileManager::copyFile(const std::optional<std::string>& path,
                              const std::optional<std::string>& toPath) {
-    return copyFile(path, toPath, ShouldAuth::yes);
+    return copyFile(path, toPath, qf::ShouldAuth::yes);
 }
 
 bool QFFileManager::copyFile(const std::optional<std::string>& path,
-                             const std::optional<std::string>& toPath, ShouldAuth shouldAuth) {
+                             const std::optional<std::string>& toPath, qf::ShouldAuth shouldAuth) {
     return copyFileWithResult(path, toPath, shouldAuth).ok();
 }
 
-FileResult QFFileManager::copyFileWithResult(const std::optional<std::string>& path,
-                                             const std::optional<std::string>& toPath,
-                                             ShouldAuth shouldAuth) {
+qf::FileResult QFFileManager::copyFileWithResult(const std::optional<std::string>& path,
+                                                 const std::optional<std::string>& toPath,
+                                                 qf::ShouldAuth shouldAuth) {
     if (!path) {
         QFLog::appendLogAndPrint(copyFromNothing);
-        return notTried(copyFromNothing);
+        return qf::fileFailure(std::string(copyFromNothing));
     }
     if (!toPath) {
         QFLog::appendLogAndPrint(copyToNothing, path);
-        return notTried(platform::format(copyToNothing, {path}));
+        return qf::fileFailure(qf::format(copyToNothing, {path}));
     }
     unlockFile(path::deletingLastComponent(*toPath));
-    const auto copied = fileSystem().copyItem(*path, *toPath);
+    const auto copied = qf::fileSystem().copyItem(*path, *toPath);
     if (copied) {
-        return DoneBy::user;
+        return qf::DoneBy::user;
     }
     QFLog::appendLog(errorCopyingFile, copied.error().localizedDescription);
-    return byAdministrator(shouldAuth == ShouldAuth::yes &&
-                               QFAuthorization::sharedController().authCopyFile(path, toPath),
-                           copied.error());
+    return qf::byAdministrator(shouldAuth == qf::ShouldAuth::yes &&
+                                   QFAuthorization::sharedController().authCopyFile(path, toPath),
+                               copied.error());
 }
 
 bool QFFileManager::copyFile(const std::optional<std::string>& path,
-                             const std::optional<std::string>& toPath, platform::Timeout timeout) {
-    return copyFile(path, toPath) && waitUntilThere(*toPath, timeout);
+                             const std::optional<std::string>& toPath, qf::Timeout timeout) {
+    return copyFileWithResult(path, toPath, timeout).ok();
+}
+
+qf::FileResult QFFileManager::copyFileWithResult(const std::optional<std::string>& path,
+                                                 const std::optional<std::string>& toPath,
+                                                 qf::Timeout timeout) {
+    return qf::onceThere(copyFileWithResult(path, toPath, qf::ShouldAuth::yes), toPath.value_or(""),
+                         timeout);
 }
 
 bool QFFileManager::copyContentsOfDirectory(const std::string& path, const std::string& toPath,
-                                            platform::Timeout timeout) {
-    DirectoryWalk walk(path);
+                                            qf::Timeout timeout) {
+    return copyContentsOfDirectoryWithResult(path, toPath, timeout).ok();
+}
+
+qf::Result<void> QFFileManager::copyContentsOfDirectoryWithResult(const std::string& path,
+                                                                  const std::string& toPath,
+                                                                  qf::Timeout timeout) {
+    qf::DirectoryWalk walk(path);
     while (walk.next()) {
         const auto& name = walk.entry().name;
         QFLog::fastAppendLog(copyingEntry, name);
-        if (!copyFile(walk.path(), path::appending(toPath, name), timeout)) {
-            return false;
+        if (const auto copied =
+                copyFileWithResult(walk.path(), path::appending(toPath, name), timeout);
+            !copied) {
+            return qf::Unexpected(copied.error());
         }
     }
-    return true;
+    return {};
 }

@@ -6,12 +6,10 @@
 #include <algorithm>
 #include <utility>
 
-using platform::DirectoryEntry;
-using platform::ItemKind;
+namespace qf {
 
 DirectoryWalk::DirectoryWalk(const std::string& directory, Listing listing)
-    : fileSystem_(platform::service<platform::FileSystem>()), listing_(listing),
-      path_(platform::path::appending(directory, "")) {
+    : fileSystem_(service<FileSystem>()), listing_(listing), path_(path::appending(directory, "")) {
     enter();
 }
 
@@ -86,3 +84,5 @@ bool DirectoryWalk::leadsBack() {
         return target && level.identity == target;
     });
 }
+
+} // namespace qf

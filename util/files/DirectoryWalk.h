@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+namespace qf {
+
 /// The result of an attempt to descend into an entry.
 enum class Descent {
     entered,
@@ -26,24 +28,24 @@ enum class Descent {
 class DirectoryWalk {
 public:
     /// How a directory is read.
-    using Listing = std::optional<std::vector<platform::DirectoryEntry>> (platform::FileSystem::*)(
-        const std::string& path);
+    using Listing =
+        std::optional<std::vector<DirectoryEntry>> (FileSystem::*)(const std::string& path);
 
     explicit DirectoryWalk(const std::string& directory,
-                           Listing listing = &platform::FileSystem::contentsOfDirectory);
+                           Listing listing = &FileSystem::contentsOfDirectory);
 
     /// Goes to the next entry. Returns false at the end of the walk.
     bool next();
 
     /// Return the entry that the walk has reached, and its path.
-    const platform::DirectoryEntry& entry() const;
+    const DirectoryEntry& entry() const;
     const std::string& path() const { return path_; }
 
     /// Returns the paths of the entry that the walk has reached and of those after it in the same
     /// directory for which `matches` is true, at most `most` of them.
     std::vector<std::string>
     pathsFromHere(std::size_t most,
-                  const std::function<bool(const platform::DirectoryEntry&)>& matches) const;
+                  const std::function<bool(const DirectoryEntry&)>& matches) const;
 
     /// Makes the walk continue inside the current entry, if it is a directory.
     Descent descend();
@@ -53,19 +55,21 @@ private:
     struct Level {
         /// The length of the directory's part of the path.
         std::size_t pathLength = 0;
-        std::vector<platform::DirectoryEntry> entries;
+        std::vector<DirectoryEntry> entries;
         /// How many entries the walk has reached.
         std::size_t reached = 0;
         /// Looked up when the walk reaches a link.
-        std::optional<platform::FileId> identity;
+        std::optional<FileId> identity;
     };
 
     void enter();
     bool isDirectory() const;
     bool leadsBack();
 
-    platform::FileSystem& fileSystem_;
+    FileSystem& fileSystem_;
     const Listing listing_;
     std::string path_;
     std::vector<Level> levels_;
 };
+
+} // namespace qf

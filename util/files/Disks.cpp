@@ -23,7 +23,7 @@ constexpr std::string_view noPropertyList =
 } // namespace
 
 std::optional<std::string> QFFileManager::volumeMountPointForPath(const std::string& path) {
-    for (auto& volume : platform::service<platform::Workspace>().mountedLocalVolumePaths()) {
+    for (auto& volume : qf::service<qf::Workspace>().mountedLocalVolumePaths()) {
         if (volume != root && (path == volume || path.starts_with(volume + "/"))) {
             return std::move(volume);
         }
@@ -31,7 +31,7 @@ std::optional<std::string> QFFileManager::volumeMountPointForPath(const std::str
     return path.starts_with(volumesDirectory) ? std::nullopt : std::optional(std::string(root));
 }
 
-platform::Value QFFileManager::infoForDiskAtMountpoint(const std::string& mountpoint) {
+qf::Value QFFileManager::infoForDiskAtMountpoint(const std::string& mountpoint) {
     const auto output =
         QFTaskEx::dataFromTask(diskutilTool, {"info", "-plist", mountpoint}, patience);
     if (!output || output->bytes.empty()) {
@@ -39,9 +39,9 @@ platform::Value QFFileManager::infoForDiskAtMountpoint(const std::string& mountp
     }
     const std::string_view text(reinterpret_cast<const char*>(output->bytes.data()),
                                 output->bytes.size());
-    auto info = platform::service<platform::PropertyLists>().parse(text);
+    auto info = qf::service<qf::PropertyLists>().parse(text);
     if (info.isNone()) {
-        platform::systemLog(errorConverting, noPropertyList);
+        qf::systemLog(errorConverting, noPropertyList);
     }
     return info;
 }

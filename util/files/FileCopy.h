@@ -1,19 +1,23 @@
 #pragma once
 
 #include "platform/Digests.h"
+#include "platform/foundation/Error.h"
 #include "platform/foundation/SharedDictionary.h"
 
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
+namespace qf {
+
 /// A running digest, one type for each algorithm.
-using MD5Context = platform::DigestContextOf<platform::DigestAlgorithm::md5>;
-using SHA1Context = platform::DigestContextOf<platform::DigestAlgorithm::sha1>;
-using SHA256Context = platform::DigestContextOf<platform::DigestAlgorithm::sha256>;
-using SHA512Context = platform::DigestContextOf<platform::DigestAlgorithm::sha512>;
+using MD5Context = DigestContextOf<DigestAlgorithm::md5>;
+using SHA1Context = DigestContextOf<DigestAlgorithm::sha1>;
+using SHA256Context = DigestContextOf<DigestAlgorithm::sha256>;
+using SHA512Context = DigestContextOf<DigestAlgorithm::sha512>;
 
 /// How a copy is verified. With any other number the copy is read back all the same, no digest is
 /// computed, and every destination counts as failed.
@@ -55,10 +59,12 @@ enum class FileCopyOutcome {
 
 /// The result of a copy.
 struct FileCopyResult {
-    /// What copyFileWithProgress returns.
+    /// What copyFileWithProgress returns: true even if a destination failed.
     bool succeeded = false;
     /// In the destinations' order: the first thing that went wrong with each.
     std::vector<FileCopyOutcome> outcomes;
+    /// Why it did not succeed; no value if it did, or if the delegate cancelled it.
+    std::optional<Error> error;
 };
 
 /// A copy's description of itself for its delegate. The copy adds to it as it proceeds, and so may
@@ -73,7 +79,7 @@ struct FileCopyResult {
 ///   "destChecksum"    the digest of the destination that is being told to have failed
 ///   "destChecksums"   the array of the destinations' digests in the destinations' order, once all
 ///                     is verified
-using FileCopySettings = std::shared_ptr<platform::SharedDictionary>;
+using FileCopySettings = std::shared_ptr<SharedDictionary>;
 
 /// Receives the progress of a copy. Each operation is optional. An exception of any type that one
 /// throws is logged as QFException::logException does, and changes nothing.
@@ -92,7 +98,8 @@ struct FileCopyDelegate {
     std::function<void(const FileCopySettings& settings, const std::string& file)>
         fileCopyVerificationFailed;
 
-    /// The copy has succeeded. Called last, on the copying thread.
+    /// All of the source was read; destinations may have failed. Called last, on the copying
+    /// thread.
     std::function<void(const FileCopySettings& settings)> fileCopyFinished;
 };
 
@@ -103,3 +110,5 @@ struct ChecksumDelegate {
     /// operation has returned. An exception that it throws is logged and changes nothing.
     std::function<bool(const std::string& path)> checksumShouldContinue;
 };
+
+} // namespace qf

@@ -7,19 +7,17 @@
 
 #include <string_view>
 
-namespace path = platform::path;
-
 namespace {
 
 constexpr std::string_view numberFormat = " %li";
 
 } // namespace
 
-std::string numberedFilename(const std::string& path) {
+std::string qf::numberedFilename(const std::string& path) {
     const auto stem = path::deletingExtension(path);
     const auto extension = path::extension(path);
     for (long number = 2;; ++number) {
-        auto candidate = stem + platform::format(numberFormat, number);
+        auto candidate = stem + qf::format(numberFormat, number);
         if (!extension.empty()) {
             candidate += "." + extension;
         }
@@ -30,7 +28,7 @@ std::string numberedFilename(const std::string& path) {
 }
 
 std::string QFFileManager::uniqueFilename(const std::string& path) {
-    return fileExistsAtPath(path) ? numberedFilename(path) : path;
+    return fileExistsAtPath(path) ? qf::numberedFilename(path) : path;
 }
 
 std::string QFFileManager::validateFilename(const std::string& filename) {
@@ -38,7 +36,7 @@ std::string QFFileManager::validateFilename(const std::string& filename) {
         return {};
     }
     const auto visible = std::string_view(filename).substr(filename.starts_with('.') ? 1 : 0);
-    std::string valid(platform::text::trimmed(visible));
+    std::string valid(qf::text::trimmed(visible));
     std::erase_if(valid, [](char character) { return character == '/' || character == ':'; });
     return valid;
 }

@@ -14,7 +14,7 @@
 #include <utility>
 
 /// Shared by the verified copy and the digests of files.
-namespace filereading {
+namespace qf::filereading {
 
 /// How many bytes a file is read at a time.
 inline constexpr std::size_t chunkSize = 65536;
@@ -31,20 +31,19 @@ inline Buffer makeBuffer() {
 }
 
 /// Returns the digest of the data that a context was fed, in lowercase hexadecimal digits.
-std::string digestText(const platform::DigestContext& context);
+std::string digestText(const DigestContext& context);
 
 /// Calls an operation of a delegate. Logs and swallows an exception of any type that it throws.
 template <class Call>
 void callDelegate(std::string_view operation, const Call& call) {
     try {
         call();
-    } catch (const platform::Exception& exception) {
+    } catch (const Exception& exception) {
         QFException::logException(exception, operation);
     } catch (const std::exception& exception) {
-        QFException::logException({platform::exception_name::generic, exception.what()}, operation);
+        QFException::logException({exception_name::generic, exception.what()}, operation);
     } catch (...) {
-        QFException::logException(
-            {platform::exception_name::generic, "An exception that tells no reason"}, operation);
+        QFException::logException({exception_name::generic, QFException::unknownReason}, operation);
     }
 }
 
@@ -52,9 +51,8 @@ void callDelegate(std::string_view operation, const Call& call) {
 template <class Call>
 void callDelegateLater(std::string_view operation, Call call) {
     callDelegate(operation, [&] {
-        platform::dispatchAsync(
-            [operation, call = std::move(call)] { callDelegate(operation, call); });
+        dispatchAsync([operation, call = std::move(call)] { callDelegate(operation, call); });
     });
 }
 
-} // namespace filereading
+} // namespace qf::filereading

@@ -16,22 +16,22 @@ constexpr std::chrono::microseconds pauseBetweenLooks{500};
 constexpr std::chrono::seconds quietTime{5};
 
 /// Returns whether a file that was last changed then has been unchanged for long enough.
-bool isQuiet(const std::optional<platform::Date>& modificationDate) {
-    return modificationDate && *modificationDate < platform::now() - quietTime;
+bool isQuiet(const std::optional<qf::Date>& modificationDate) {
+    return modificationDate && *modificationDate < qf::now() - quietTime;
 }
 
 } // namespace
 
-void QFFileManager::waitForFileCreation(const std::string& path, platform::Timeout timeout) {
-    const auto start = platform::now();
+void QFFileManager::waitForFileCreation(const std::string& path, qf::Timeout timeout) {
+    const auto start = qf::now();
     if (fileExistsAtPath(path) && fileSize(path) != 0) {
         return;
     }
     // Some time has passed in any case, so a time-out of zero has expired.
     const auto limit = timeout.wholeSeconds();
-    if (limit > std::chrono::seconds(0) && platform::now() - start <= limit) {
+    if (limit > std::chrono::seconds(0) && qf::now() - start <= limit) {
         QFLog::appendLog(notYetCreated, path);
-        platform::sleep(pauseBetweenLooks);
+        qf::sleep(pauseBetweenLooks);
     }
 }
 
@@ -47,7 +47,7 @@ void QFFileManager::waitForFileWrites(const std::string& path,
     }
     QFLog::appendLog(beingWritten, path);
     while (!isQuiet(modificationDate)) {
-        platform::sleep(pauseBetweenLooks);
+        qf::sleep(pauseBetweenLooks);
         modificationDate = modificationDateForFile(path);
     }
     QFLog::appendLog(finishedWriting, path);

@@ -25,11 +25,11 @@ constexpr std::size_t longPathsKept = 10000;
 constexpr float noProgress = -1.0F;
 
 /// The creation date that, beside the attribute, makes file browsers draw a progress bar.
-constexpr platform::Date progressDate = std::chrono::sys_days(std::chrono::January / 24 / 1984) +
-                                        std::chrono::hours(8); // 1984-01-24 08:00:00 +0000
+constexpr qf::Date progressDate = std::chrono::sys_days(std::chrono::January / 24 / 1984) +
+                                  std::chrono::hours(8); // 1984-01-24 08:00:00 +0000
 
 /// By index, from 1 on.
-constexpr std::array<CalibratedColor, 7> labelColors{{
+constexpr std::array<qf::CalibratedColor, 7> labelColors{{
     {.hue = 0.0, .saturation = 0.0, .brightness = 0.72},     // grey
     {.hue = 0.2056, .saturation = 0.5, .brightness = 0.85},  // green
     {.hue = 0.7917, .saturation = 0.26, .brightness = 0.86}, // purple
@@ -78,29 +78,29 @@ LongPaths& longPaths() {
     return instance;
 }
 
-platform::Workspace& workspace() {
-    return platform::service<platform::Workspace>();
+qf::Workspace& workspace() {
+    return qf::service<qf::Workspace>();
 }
 
 } // namespace
 
-std::int32_t SendFinderSyncEvent(const FSRef& reference) {
+std::int32_t qf::SendFinderSyncEvent(const qf::FSRef& reference) {
     const auto path = QFFileManager::stringWithFSRef(reference);
     if (!path) {
-        return platform::fnfErr;
+        return qf::fnfErr;
     }
     const auto noted = workspace().noteFileSystemChanged(*path);
-    return noted ? platform::noErr : noted.error();
+    return noted ? qf::noErr : noted.error();
 }
 
 void QFFileManager::notifyFileSystemChanged(const std::string& path) {
-    static_cast<void>(SendFinderSyncEvent(stringToFSRef(path)));
+    static_cast<void>(qf::SendFinderSyncEvent(stringToFSRef(path)));
 }
 
 // The bytes are the path, padded with zeros. For a longer path they are a zero, which begins no
 // path, and the path's number.
-FSRef QFFileManager::stringToFSRef(const std::string& path) {
-    FSRef reference;
+qf::FSRef QFFileManager::stringToFSRef(const std::string& path) {
+    qf::FSRef reference;
     if (path.find('\0') != std::string::npos) {
         return reference;
     }
@@ -113,7 +113,7 @@ FSRef QFFileManager::stringToFSRef(const std::string& path) {
     return reference;
 }
 
-std::optional<std::string> QFFileManager::stringWithFSRef(const FSRef& reference) {
+std::optional<std::string> QFFileManager::stringWithFSRef(const qf::FSRef& reference) {
     const auto& bytes = reference.hidden;
     if (bytes.front() == std::byte{0}) {
         std::uint64_t number = 0;
@@ -136,22 +136,22 @@ void QFFileManager::setFinderColorIndex(int index, const std::optional<std::stri
     }
 }
 
-std::optional<CalibratedColor> QFFileManager::finderColorForColorIndex(int index) {
+std::optional<qf::CalibratedColor> QFFileManager::finderColorForColorIndex(int index) {
     if (index < 1 || index > static_cast<int>(labelColors.size())) {
         return std::nullopt;
     }
     return labelColors.at(static_cast<std::size_t>(index) - 1);
 }
 
-std::optional<CalibratedColor> QFFileManager::finderColorForPath(const std::string& path) {
+std::optional<qf::CalibratedColor> QFFileManager::finderColorForPath(const std::string& path) {
     return finderColorForColorIndex(finderColorIndexForPath(path));
 }
 
 void QFFileManager::setFinderProgress(float fraction, const std::string& forFile) {
-    auto& fileSystem = platform::service<platform::FileSystem>();
+    auto& fileSystem = qf::service<qf::FileSystem>();
     if (fraction >= 0) {
         QFTaskEx::runTask(xattrTool, {"-w", fractionCompleted,
-                                      platform::format(fractionFormat, double{fraction}), forFile});
+                                      qf::format(fractionFormat, double{fraction}), forFile});
         static_cast<void>(fileSystem.setCreationDate(forFile, progressDate));
     } else if (fraction < 0) {
         QFTaskEx::runTask(xattrTool, {"-d", fractionCompleted, forFile});
@@ -166,7 +166,12 @@ void QFFileManager::removeFinderProgressForFile(const std::string& path) {
 }
 
 bool QFFileManager::registerApplicationWithLaunchServices(const std::string& path) {
-    return workspace().registerApplication(path).ok();
+    return registerApplicationWithLaunchServicesWithResult(path).ok();
+}
+
+qf::Result<void, qf::WorkspaceStatus>
+QFFileManager::registerApplicationWithLaunchServicesWithResult(const std::string& path) {
+    return workspace().registerApplication(path);
 }
 
 void QFFileManager::disableFileSystemCachingForFile(const std::string& /*path*/) {

@@ -4,6 +4,8 @@
 #include <cstddef>
 #include <cstdint>
 
+namespace qf {
+
 /// A reference to a file: 80 opaque bytes, which may be copied and compared. Valid for the life of
 /// the process, except that of the references to paths of more than 80 bytes only those to the
 /// latest 10,000 are. A reference whose bytes are all zero refers to nothing.
@@ -26,3 +28,5 @@ struct CalibratedColor {
 /// Returns 0 on success, -43 if the item does not exist, otherwise the error of the notification.
 /// Any thread.
 std::int32_t SendFinderSyncEvent(const FSRef& reference);
+
+} // namespace qf

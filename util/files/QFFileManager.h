@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/Workspace.h"
 #include "platform/foundation/Date.h"
 #include "platform/foundation/Timeout.h"
 #include "platform/foundation/Value.h"
@@ -9,10 +10,13 @@
 #include "util/files/TrashResult.h"
 
 #include <cstdint>
+#include <initializer_list>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
+
+namespace qf {
 
 /// Whether an operation that the current user is not permitted to perform is performed with
 /// administrator rights. That may ask the user for a password, and waits for the answer.
@@ -27,9 +31,12 @@ enum class SetCreationDate { no, yes };
 /// Has no effect: matching never descends below the pattern's own components.
 enum class SearchSubdirs { no, yes };
 
+} // namespace qf
+
 /// Operations on files and directories.
 ///
-/// Paths are absolute. No member throws: the result says whether the operation succeeded, and the
+/// Paths are absolute. One that is empty, relative or contains a zero byte names no item. No member
+/// throws once the services are installed: the result says whether the operation succeeded, and the
 /// reason for a failure is written to the program's log, except where the system log is named. The
 /// class has no state; any thread may call every member. Members that test whether an item exists
 /// follow links: a dangling link counts as missing. Members that walk a tree follow links to
@@ -40,6 +47,11 @@ enum class SearchSubdirs { no, yes };
 /// perform is started with administrator rights, and true means that it was started. The members
 /// with a time-out, in whole seconds, do the same, then wait for the result to appear on disk and
 /// return whether it has; on the main thread the user interface goes on handling events.
+///
+/// Beside each operation whose result is whether it succeeded is a member …WithResult. It does the
+/// same, and returns who did it, or the reason for the failure; of several items, that of the first
+/// that failed. A time-out that expires is a failure with a reason of its own. Where no error of
+/// the platform is the reason, its domain is "QFFileErrorDomain".
 class QFFileManager {
 public:
     QFFileManager() = delete;
@@ -57,16 +69,19 @@ public:
     /// not be restored. What the members for several items below have trashed is durable when they
     /// return.
     static bool trashFile(const std::string& path);
-    static bool trashFile(const std::string& path, ShouldAuth shouldAuth);
-    static bool trashFile(const std::string& path, platform::Timeout timeout);
+    static bool trashFile(const std::string& path, qf::ShouldAuth shouldAuth);
+    static bool trashFile(const std::string& path, qf::Timeout timeout);
 
-    /// As trashFile; returns what became of the item, and why it was not moved.
-    static TrashResult trashFileWithResult(const std::string& path, ShouldAuth shouldAuth);
+    /// As trashFile; return what became of the item, and why it was not moved.
+    static qf::TrashResult trashFileWithResult(const std::string& path, qf::ShouldAuth shouldAuth);
+    static qf::TrashResult trashFileWithResult(const std::string& path, qf::Timeout timeout);
 
     /// Trashes every entry of a directory as trashFile does, continuing after a failure, and keeps
     /// the directory. Returns true if no entry failed, and so for an empty directory.
     static bool trashDirectoryContents(const std::string& path);
-    static bool trashDirectoryContents(const std::string& path, ShouldAuth shouldAuth);
+    static bool trashDirectoryContents(const std::string& path, qf::ShouldAuth shouldAuth);
+    static qf::Result<void> trashDirectoryContentsWithResult(const std::string& path,
+                                                             qf::ShouldAuth shouldAuth);
 
     /// Trashes, as trashFile does, every item below a directory that has this extension, ignoring
     /// case, or exactly this name. Directories, packages included, are searched and never trashed.
@@ -82,19 +97,23 @@ public:
     /// does. A failure logs "Error removing file: %@. Authorizing...", even with ShouldAuth::no.
     /// With administrator rights it is QFAuthorization::authRemoveFile.
     static bool removeFile(const std::string& path);
-    static bool removeFile(const std::string& path, ShouldAuth shouldAuth);
-    static bool removeFile(const std::string& path, platform::Timeout timeout);
+    static bool removeFile(const std::string& path, qf::ShouldAuth shouldAuth);
+    static bool removeFile(const std::string& path, qf::Timeout timeout);
 
-    /// As removeFile; returns who did it, or why it failed.
-    static FileResult removeFileWithResult(const std::string& path, ShouldAuth shouldAuth);
+    /// As removeFile; return who did it, or why it failed.
+    static qf::FileResult removeFileWithResult(const std::string& path, qf::ShouldAuth shouldAuth);
+    static qf::FileResult removeFileWithResult(const std::string& path, qf::Timeout timeout);
 
     /// Returns whether a directory holds nothing that counts: entries named ".DS_Store" or "Icon\r"
     /// do not count, and directories count only for their contents.
     static bool isFolderEmpty(const std::string& path);
 
-    /// Deletes a directory as removeFile does if it is empty as isFolderEmpty defines it; otherwise
-    /// returns false.
+    /// Deletes a directory, with administrator rights if necessary, if it is empty as isFolderEmpty
+    /// defines it; otherwise returns false. A path without entries counts as empty: a file is
+    /// deleted too, and so is a directory that the user cannot read, with all that is in it. Where
+    /// that could be, test first.
     static bool removeFolderIfEmpty(const std::string& path);
+    static qf::FileResult removeFolderIfEmptyWithResult(const std::string& path);
 
     // Create, move and copy. Destinations are full paths, not directories to put the item into.
 
@@ -103,11 +122,13 @@ public:
     /// in the system log. A failure logs "Error creating folder: %@. Authorizing...", even with
     /// ShouldAuth::no. With administrator rights it is QFAuthorization::authCreateDir.
     static bool createDirectory(const std::string& path);
-    static bool createDirectory(const std::string& path, ShouldAuth shouldAuth);
-    static bool createDirectory(const std::string& path, platform::Timeout timeout);
+    static bool createDirectory(const std::string& path, qf::ShouldAuth shouldAuth);
+    static bool createDirectory(const std::string& path, qf::Timeout timeout);
 
-    /// As createDirectory; returns who did it, or why it failed.
-    static FileResult createDirectoryWithResult(const std::string& path, ShouldAuth shouldAuth);
+    /// As createDirectory; return who did it, or why it failed.
+    static qf::FileResult createDirectoryWithResult(const std::string& path,
+                                                    qf::ShouldAuth shouldAuth);
+    static qf::FileResult createDirectoryWithResult(const std::string& path, qf::Timeout timeout);
 
     /// Creates the directory whose path is `destination` followed by the whole path of a directory,
     /// and returns that path, whether or not it was created. For anything except a plain directory,
@@ -120,16 +141,19 @@ public:
     /// destination that has the item's name. A move that only changes the case of letters goes
     /// through a unique name, under which the item may be left after a failure. A failure logs
     /// "Error moving file: %@." and, only if QFAuthorization::authMoveFile follows,
-    /// "Authorizing...". The member with a time-out waits until the item is gone from its place or,
-    /// after a change of case, for 500 microseconds.
+    /// "Authorizing...". It does not follow if the item has been copied to another volume and only
+    /// its removal failed: it is at both places then. The member with a time-out waits until the
+    /// item is gone from its place or, after a change of case, for 500 microseconds.
     static bool moveFile(const std::string& path, const std::string& toPath);
-    static bool moveFile(const std::string& path, const std::string& toPath, ShouldAuth shouldAuth);
     static bool moveFile(const std::string& path, const std::string& toPath,
-                         platform::Timeout timeout);
+                         qf::ShouldAuth shouldAuth);
+    static bool moveFile(const std::string& path, const std::string& toPath, qf::Timeout timeout);
 
-    /// As moveFile; returns who did it, or why it failed.
-    static FileResult moveFileWithResult(const std::string& path, const std::string& toPath,
-                                         ShouldAuth shouldAuth);
+    /// As moveFile; return who did it, or why it failed.
+    static qf::FileResult moveFileWithResult(const std::string& path, const std::string& toPath,
+                                             qf::ShouldAuth shouldAuth);
+    static qf::FileResult moveFileWithResult(const std::string& path, const std::string& toPath,
+                                             qf::Timeout timeout);
 
     /// Copies an item, a directory with its contents. An item at the destination is not replaced
     /// without administrator rights. Clears the locked flag of the destination's directory first. A
@@ -139,32 +163,43 @@ public:
     static bool copyFile(const std::optional<std::string>& path,
                          const std::optional<std::string>& toPath);
     static bool copyFile(const std::optional<std::string>& path,
-                         const std::optional<std::string>& toPath, ShouldAuth shouldAuth);
+                         const std::optional<std::string>& toPath, qf::ShouldAuth shouldAuth);
     static bool copyFile(const std::optional<std::string>& path,
-                         const std::optional<std::string>& toPath, platform::Timeout timeout);
+                         const std::optional<std::string>& toPath, qf::Timeout timeout);
 
-    /// As copyFile; returns who did it, or why it failed.
-    static FileResult copyFileWithResult(const std::optional<std::string>& path,
-                                         const std::optional<std::string>& toPath,
-                                         ShouldAuth shouldAuth);
+    /// As copyFile; return who did it, or why it failed.
+    static qf::FileResult copyFileWithResult(const std::optional<std::string>& path,
+                                             const std::optional<std::string>& toPath,
+                                             qf::ShouldAuth shouldAuth);
+    static qf::FileResult copyFileWithResult(const std::optional<std::string>& path,
+                                             const std::optional<std::string>& toPath,
+                                             qf::Timeout timeout);
 
     /// Copies every entry of a directory into another, which must exist, as copyFile does; logs
     /// "File: %@" with each entry's name first. The time-out applies to each entry. Returns false
     /// at the first entry that fails; the entries before it remain copied.
     static bool copyContentsOfDirectory(const std::string& path, const std::string& toPath,
-                                        platform::Timeout timeout);
+                                        qf::Timeout timeout);
+    static qf::Result<void> copyContentsOfDirectoryWithResult(const std::string& path,
+                                                              const std::string& toPath,
+                                                              qf::Timeout timeout);
 
     /// Packs an item into a zip archive, under its own name unless IncludeParent says otherwise.
     /// Trashes an item at the archive's path first. Returns true if an item exists there
     /// afterwards; the tool's status is ignored. Waits for the tool.
     static bool compressFile(const std::string& path, const std::string& toDestinationFile);
     static bool compressFile(const std::string& path, const std::string& toDestinationFile,
-                             IncludeParent includeParent);
+                             qf::IncludeParent includeParent);
+    static qf::Result<void> compressFileWithResult(const std::string& path,
+                                                   const std::string& toDestinationFile,
+                                                   qf::IncludeParent includeParent);
 
     /// Unpacks an archive into a directory. Moves an existing one to the Trash first, whole and
     /// without administrator rights. Returns true if the directory exists afterwards. Waits for the
     /// tool.
     static bool decompressFile(const std::string& path, const std::string& toDestinationFolder);
+    static qf::Result<void> decompressFileWithResult(const std::string& path,
+                                                     const std::string& toDestinationFolder);
 
     // Queries about an item.
 
@@ -182,8 +217,8 @@ public:
     static bool isSymbolicLinkAtPath(const std::string& path);
 
     /// Return an item's dates, for a link its own; no value if it is missing or has no such date.
-    static std::optional<platform::Date> modificationDateForFile(const std::string& path);
-    static std::optional<platform::Date> creationDateForFile(const std::string& path);
+    static std::optional<qf::Date> modificationDateForFile(const std::string& path);
+    static std::optional<qf::Date> creationDateForFile(const std::string& path);
 
     /// Returns the size of an item in bytes, 0 if it is missing; for a directory, the sum of the
     /// items below it. A link that does not lead to a directory counts with its own size.
@@ -213,7 +248,9 @@ public:
     static void setPosixPermissions(unsigned permissions, const std::string& forFile);
 
     /// Sets the modification date. Returns whether that succeeded.
-    static bool setModificationDate(platform::Date date, const std::string& forFile);
+    static bool setModificationDate(qf::Date date, const std::string& forFile);
+    static qf::Result<void> setModificationDateWithResult(qf::Date date,
+                                                          const std::string& forFile);
 
     /// Sets an item's modification date to now, and notifies the desktop. An item that the user may
     /// write is touched by the system's tool, for at most 5 seconds, and the result is true
@@ -221,11 +258,15 @@ public:
     /// administrator rights, and the result is whether the tool ran. Never creates a file. Returns
     /// false without a path.
     static bool touchFile(const std::optional<std::string>& path);
-    static bool touchFile(const std::optional<std::string>& path, SetCreationDate setCreationDate);
+    static bool touchFile(const std::optional<std::string>& path,
+                          qf::SetCreationDate setCreationDate);
+    static qf::FileResult touchFileWithResult(const std::optional<std::string>& path,
+                                              qf::SetCreationDate setCreationDate);
 
     /// Creates an empty file in the directory for temporary files and moves it to the path as
     /// moveFile does.
     static bool createEmptyFile(const std::string& path);
+    static qf::FileResult createEmptyFileWithResult(const std::string& path);
 
     /// Returns the value of an extended attribute as text; no value if it is missing, empty or not
     /// UTF-8. A value of more than 255 bytes is returned as that many zero bytes. Always writes the
@@ -238,6 +279,9 @@ public:
     /// extended attribute for file %@ - %i", with the number -1, to the system log.
     static bool setMetadataValue(const std::string& value, const std::string& forKey,
                                  const std::string& file);
+    static qf::Result<void> setMetadataValueWithResult(const std::string& value,
+                                                       const std::string& forKey,
+                                                       const std::string& file);
 
     // File names.
 
@@ -253,7 +297,7 @@ public:
 
     /// Returns at once if the file exists and is not empty, or the time-out is zero; otherwise logs
     /// "File %@ is not yet created. Waiting..." and pauses once, for 500 microseconds.
-    static void waitForFileCreation(const std::string& path, platform::Timeout timeout);
+    static void waitForFileCreation(const std::string& path, qf::Timeout timeout);
 
     /// Returns at once if the file has not changed for more than 5 seconds and the lock file, if
     /// any, does not exist. Otherwise logs "File %@ is currently being written to. Waiting...",
@@ -278,7 +322,7 @@ public:
     static std::vector<std::string>
     filesMatchingWildcardPath(const std::string& path,
                               const std::optional<std::string>& fromBasePath,
-                              SearchSubdirs searchSubdirs);
+                              qf::SearchSubdirs searchSubdirs);
 
     /// Returns the first item that matches a pattern. If none matches, returns the base directory
     /// followed by the pattern, or no value without a base directory.
@@ -303,7 +347,7 @@ public:
     /// diskutil prints nothing. Output that is not a property list yields no value too, and "Error
     /// converting diskutil output: %@" in the system log. Takes at most 5 seconds, provided that
     /// the main thread is not blocked.
-    static platform::Value infoForDiskAtMountpoint(const std::string& mountpoint);
+    static qf::Value infoForDiskAtMountpoint(const std::string& mountpoint);
 
     // The file browser.
 
@@ -314,8 +358,8 @@ public:
     /// Convert a path of any length, whether or not an item exists there, to a reference and back.
     /// An empty path, or one that contains a zero byte, yields a reference to nothing. That, and
     /// bytes that stringToFSRef never returned, yield no path.
-    static FSRef stringToFSRef(const std::string& path);
-    static std::optional<std::string> stringWithFSRef(const FSRef& reference);
+    static qf::FSRef stringToFSRef(const std::string& path);
+    static std::optional<std::string> stringWithFSRef(const qf::FSRef& reference);
 
     /// Return and set the number of an item's label, 0 if it has no label. Setting 0 removes the
     /// label; without a path nothing is done. A failure to set it is not reported.
@@ -324,8 +368,8 @@ public:
 
     /// Return the colour of a label, 1 to 7: grey, green, purple, blue, yellow, red, orange. No
     /// value for any other number and for a path without a label.
-    static std::optional<CalibratedColor> finderColorForColorIndex(int index);
-    static std::optional<CalibratedColor> finderColorForPath(const std::string& path);
+    static std::optional<qf::CalibratedColor> finderColorForColorIndex(int index);
+    static std::optional<qf::CalibratedColor> finderColorForPath(const std::string& path);
 
     /// Shows on a file's icon how much of the file is complete, 0 to 1, by an attribute with three
     /// decimals and a creation date. A number below 0 removes the attribute and sets the creation
@@ -336,6 +380,8 @@ public:
     /// Registers an application bundle with the desktop, again if it was registered. Returns
     /// whether it is registered.
     static bool registerApplicationWithLaunchServices(const std::string& path);
+    static qf::Result<void, qf::WorkspaceStatus>
+    registerApplicationWithLaunchServicesWithResult(const std::string& path);
 
     /// Does nothing.
     static void disableFileSystemCachingForFile(const std::string& path);
@@ -344,8 +390,9 @@ public:
 
     /// Copies a file to every destination, each the full path of the copy, in one pass on the
     /// calling thread. Overwrites existing destinations and creates missing directories on the way
-    /// to them. Returns true if all of the source was read, even if a destination failed its
-    /// verification, which is reported to the delegate.
+    /// to them, with administrator rights where the user may not. Returns true if all of the source
+    /// was read, even if a destination failed its verification, which is reported to the delegate,
+    /// or did not take all bytes.
     ///
     /// With a verification type other than none, each chunk is read back from each destination as
     /// soon as it is written, and in the end each destination is written through to its medium. The
@@ -356,39 +403,51 @@ public:
     /// Returns false, with the reason in the system log, if the source is missing, there is no
     /// destination, a destination's directory cannot be created, the source cannot be read, a
     /// destination cannot be opened or is the source itself, or the source has become shorter
-    /// meanwhile. If a chunk of the source cannot be read, no memory is left or the machine does
-    /// not allow the digest, the reason is in the log and on standard output. Returns false without
-    /// a message if the delegate cancels. Partial copies remain; what was at a destination before
-    /// is lost only once the source has proved readable. A destination that takes no more bytes is
-    /// reported in the system log and does not stop the copies to the others.
+    /// meanwhile. One destination that cannot be opened thus ends the copy to all. If a chunk of
+    /// the source cannot be read, no memory is left or the machine does not allow the digest, the
+    /// reason is in the log and on standard output. Returns false without a message if the delegate
+    /// cancels. Partial copies remain; what was at a destination before is lost only once the
+    /// source has proved readable. A destination that takes no more bytes is reported in the system
+    /// log and does not stop the copies to the others.
     static bool copyFileWithProgress(const std::string& source,
                                      const std::vector<std::string>& destinations,
-                                     VerificationType verificationType,
-                                     const std::shared_ptr<FileCopyDelegate>& delegate,
-                                     const platform::Value& object, const platform::Value& object2);
+                                     qf::VerificationType verificationType,
+                                     const std::shared_ptr<qf::FileCopyDelegate>& delegate,
+                                     const qf::Value& object, const qf::Value& object2);
 
-    /// As copyFileWithProgress; returns what became of each destination.
-    static FileCopyResult copyFileWithResult(const std::string& source,
-                                             const std::vector<std::string>& destinations,
-                                             const FileCopyOptions& options,
-                                             const std::shared_ptr<FileCopyDelegate>& delegate,
-                                             const platform::Value& object,
-                                             const platform::Value& object2);
+    /// As copyFileWithProgress; returns what became of each destination, and why the copy ended
+    /// before all of the source was read.
+    static qf::FileCopyResult
+    copyFileWithResult(const std::string& source, const std::vector<std::string>& destinations,
+                       const qf::FileCopyOptions& options,
+                       const std::shared_ptr<qf::FileCopyDelegate>& delegate,
+                       const qf::Value& object, const qf::Value& object2);
 
     /// Do the same for one destination, without verification.
     static bool copyFileWithProgress(const std::string& source, const std::string& destination,
-                                     const std::shared_ptr<FileCopyDelegate>& delegate,
-                                     const platform::Value& object);
+                                     const std::shared_ptr<qf::FileCopyDelegate>& delegate,
+                                     const qf::Value& object);
     static bool copyFileWithProgress(const std::string& source, const std::string& destination,
-                                     const std::shared_ptr<FileCopyDelegate>& delegate,
-                                     const platform::Value& object, const platform::Value& object2);
+                                     const std::shared_ptr<qf::FileCopyDelegate>& delegate,
+                                     const qf::Value& object, const qf::Value& object2);
+
+    /// Two literals in braces would be taken for the beginning and the end of one text: name the
+    /// destinations by a std::vector.
+    static bool copyFileWithProgress(const std::string& source,
+                                     std::initializer_list<const char*> destinations,
+                                     const std::shared_ptr<qf::FileCopyDelegate>& delegate,
+                                     const qf::Value& object) = delete;
+    static bool copyFileWithProgress(const std::string& source,
+                                     std::initializer_list<const char*> destinations,
+                                     const std::shared_ptr<qf::FileCopyDelegate>& delegate,
+                                     const qf::Value& object, const qf::Value& object2) = delete;
 
     /// Return the digest of the data that a context was fed, in lowercase hexadecimal digits: 32,
     /// 40, 64 or 128 of them. The context is unchanged and can be fed more.
-    static std::string md5HashWithContext(const MD5Context& context);
-    static std::string sha1HashWithContext(const SHA1Context& context);
-    static std::string sha256HashWithContext(const SHA256Context& context);
-    static std::string sha512HashWithContext(const SHA512Context& context);
+    static std::string md5HashWithContext(const qf::MD5Context& context);
+    static std::string sha1HashWithContext(const qf::SHA1Context& context);
+    static std::string sha256HashWithContext(const qf::SHA256Context& context);
+    static std::string sha512HashWithContext(const qf::SHA512Context& context);
 
     /// Return the digest of a file in lowercase hexadecimal digits, computed on the calling thread.
     /// No value if the file cannot be opened, which is reported in the system log; if it cannot be
@@ -396,14 +455,16 @@ public:
     /// the log and on standard output; or if the delegate, which may be null, stops it.
     static std::optional<std::string> md5HashForFile(const std::string& path);
     static std::optional<std::string>
-    md5HashForFile(const std::string& path, const std::shared_ptr<ChecksumDelegate>& delegate);
+    md5HashForFile(const std::string& path, const std::shared_ptr<qf::ChecksumDelegate>& delegate);
     static std::optional<std::string> sha1HashForFile(const std::string& path);
     static std::optional<std::string>
-    sha1HashForFile(const std::string& path, const std::shared_ptr<ChecksumDelegate>& delegate);
+    sha1HashForFile(const std::string& path, const std::shared_ptr<qf::ChecksumDelegate>& delegate);
     static std::optional<std::string> sha256HashForFile(const std::string& path);
     static std::optional<std::string>
-    sha256HashForFile(const std::string& path, const std::shared_ptr<ChecksumDelegate>& delegate);
+    sha256HashForFile(const std::string& path,
+                      const std::shared_ptr<qf::ChecksumDelegate>& delegate);
     static std::optional<std::string> sha512HashForFile(const std::string& path);
     static std::optional<std::string>
-    sha512HashForFile(const std::string& path, const std::shared_ptr<ChecksumDelegate>& delegate);
+    sha512HashForFile(const std::string& path,
+                      const std::shared_ptr<qf::ChecksumDelegate>& delegate);
 };

@@ -37,28 +37,28 @@ constexpr std::array sizeSteps{
 } // namespace
 
 bool QFFileManager::fileExistsAtPath(const std::string& path) {
-    return fileSystem().exists(path);
+    return qf::fileSystem().exists(path);
 }
 
 bool QFFileManager::isDirectoryAtPath(const std::string& path) {
-    return fileSystem().isDirectory(path);
+    return qf::fileSystem().isDirectory(path);
 }
 
 bool QFFileManager::isPackageAtPath(const std::string& path) {
-    return platform::service<platform::Workspace>().isFilePackage(path);
+    return qf::service<qf::Workspace>().isFilePackage(path);
 }
 
 bool QFFileManager::isSymbolicLinkAtPath(const std::string& path) {
-    return fileSystem().destinationOfSymbolicLink(path).has_value();
+    return qf::fileSystem().destinationOfSymbolicLink(path).has_value();
 }
 
-std::optional<platform::Date> QFFileManager::modificationDateForFile(const std::string& path) {
-    const auto attributes = fileSystem().attributesOfItem(path);
+std::optional<qf::Date> QFFileManager::modificationDateForFile(const std::string& path) {
+    const auto attributes = qf::fileSystem().attributesOfItem(path);
     return attributes ? std::optional(attributes->modificationDate.nearestDate()) : std::nullopt;
 }
 
-std::optional<platform::Date> QFFileManager::creationDateForFile(const std::string& path) {
-    const auto attributes = fileSystem().attributesOfItem(path);
+std::optional<qf::Date> QFFileManager::creationDateForFile(const std::string& path) {
+    const auto attributes = qf::fileSystem().attributesOfItem(path);
     return attributes && attributes->creationDate
                ? std::optional(attributes->creationDate->nearestDate())
                : std::nullopt;
@@ -66,13 +66,13 @@ std::optional<platform::Date> QFFileManager::creationDateForFile(const std::stri
 
 std::uint64_t QFFileManager::fileSize(const std::string& path) {
     if (!isDirectoryAtPath(path)) {
-        const auto attributes = fileSystem().attributesOfItem(path);
+        const auto attributes = qf::fileSystem().attributesOfItem(path);
         return attributes ? attributes->size : 0;
     }
     std::uint64_t size = 0;
-    DirectoryWalk walk(path, &platform::FileSystem::contentsOfDirectoryWithSizes);
+    qf::DirectoryWalk walk(path, &qf::FileSystem::contentsOfDirectoryWithSizes);
     while (walk.next()) {
-        if (walk.descend() == Descent::notADirectory) {
+        if (walk.descend() == qf::Descent::notADirectory) {
             size += walk.entry().size.value_or(0);
         }
     }
@@ -84,11 +84,11 @@ std::string QFFileManager::formatFileSize(double size) {
     const auto* const step =
         std::find_if(sizeSteps.begin(), std::prev(sizeSteps.end()),
                      [size](const SizeStep& candidate) { return size < candidate.below; });
-    return platform::format(step->format, size / step->unit);
+    return qf::format(step->format, size / step->unit);
 }
 
 bool QFFileManager::isFileLocked(const std::string& path) {
-    const auto attributes = fileSystem().attributesOfItem(path);
+    const auto attributes = qf::fileSystem().attributesOfItem(path);
     return attributes && attributes->immutable;
 }
 

@@ -7,7 +7,7 @@
 #include <string_view>
 #include <utility>
 
-using platform::systemLog;
+namespace qf {
 
 namespace {
 
@@ -18,7 +18,7 @@ constexpr std::string_view readSize = "read size: %zu";
 constexpr std::string_view systemErrorNumber = "errno: %i";
 constexpr std::string_view streamErrorIndicator = "err: %i";
 
-std::optional<platform::DigestContext> contextFor(VerificationType type) {
+std::optional<DigestContext> contextFor(VerificationType type) {
     switch (type) {
     case VerificationType::md5:
         return MD5Context();
@@ -45,7 +45,7 @@ bool ReadBackVerifier::prepare() {
     return buffer_ != nullptr;
 }
 
-void ReadBackVerifier::check(platform::FileStream& file, const std::string& path, Chunk written,
+void ReadBackVerifier::check(FileStream& file, const std::string& path, Chunk written,
                              std::uint64_t offset, OwnDigest& digest) {
     if (const auto sought = file.seek(offset); !sought) {
         systemLog(unableToSeek, path);
@@ -92,7 +92,7 @@ void ReadBackVerifier::compare(Chunk written, std::size_t count, OwnDigest& dige
     digest->update({buffer_.get(), written.size()});
 }
 
-void ReadBackVerifier::checkAgain(platform::FileStream& file, OwnDigest& digest) {
+void ReadBackVerifier::checkAgain(FileStream& file, OwnDigest& digest) {
     if (!sourceDigest_ || digest) {
         return;
     }
@@ -104,7 +104,7 @@ void ReadBackVerifier::checkAgain(platform::FileStream& file, OwnDigest& digest)
 }
 
 /// What cannot be read makes a difference, whatever was read before.
-platform::DigestContext ReadBackVerifier::digestOfWhole(platform::FileStream& file) {
+DigestContext ReadBackVerifier::digestOfWhole(FileStream& file) {
     auto digest = *contextFor(type_);
     bool isReadable = file.seek(0).ok();
     while (isReadable && !file.isAtEnd()) {
@@ -131,3 +131,5 @@ std::optional<std::string> ReadBackVerifier::sourceChecksum() const {
 std::optional<std::string> ReadBackVerifier::checksum(const OwnDigest& digest) const {
     return digest ? std::optional(filereading::digestText(*digest)) : sourceChecksum();
 }
+
+} // namespace qf

@@ -4,6 +4,10 @@
 
 #include <string>
 
+namespace qf {
+
 /// Moves an item into the user's Trash as the current user, and returns its path there: see
-/// platform::Workspace::recycle().
-platform::Result<std::string> recycle(const std::string& path);
+/// qf::Workspace::recycle().
+Result<std::string> recycle(const std::string& path);
+
+} // namespace qf

@@ -3,6 +3,10 @@
 #include "platform/FileSystem.h"
 #include "platform/Services.h"
 
-inline platform::FileSystem& fileSystem() {
-    return platform::service<platform::FileSystem>();
+namespace qf {
+
+inline FileSystem& fileSystem() {
+    return service<FileSystem>();
 }
+
+} // namespace qf

@@ -3,10 +3,12 @@
 #include "platform/FileSystem.h"
 #include "platform/Services.h"
 #include "platform/Workspace.h"
+#include "platform/foundation/Format.h"
 #include "platform/foundation/Path.h"
 #include "platform/foundation/Text.h"
 #include "util/auth/QFAuthorization.h"
 #include "util/files/DirectoryWalk.h"
+#include "util/files/Failures.h"
 #include "util/files/Recycle.h"
 #include "util/files/TimedWait.h"
 #include "util/log/QFLog.h"
@@ -18,35 +20,35 @@
 #include <unordered_set>
 #include <utility>
 
-namespace path = platform::path;
-namespace text = platform::text;
+namespace path = qf::path;
+namespace text = qf::text;
 
 namespace {
 
 constexpr std::string_view errorRemovingFile = "Error removing file: %@. Authorizing...";
+constexpr std::string_view folderIsNotEmpty = "%@ is not empty.";
 
 /// Ends a batch: it is made durable once, not item by item.
 void makeTrashDurable() {
-    platform::service<platform::Workspace>().makeTrashDurable();
+    qf::service<qf::Workspace>().makeTrashDurable();
 }
 
 /// Announces the items of a walk to the desktop before they are trashed, those of a directory in
 /// batches.
 class Announcements {
 public:
-    using Matches = std::function<bool(const platform::DirectoryEntry&)>;
+    using Matches = std::function<bool(const qf::DirectoryEntry&)>;
 
     explicit Announcements(Matches matches) : matches_(std::move(matches)) {}
 
     /// Announces the item that the walk has reached, unless that is done, and a batch of those
     /// after it.
-    void reached(const DirectoryWalk& walk) {
+    void reached(const qf::DirectoryWalk& walk) {
         if (announced_.erase(walk.path()) > 0) {
             return;
         }
         const auto paths = walk.pathsFromHere(batchSize, matches_);
-        platform::service<platform::Workspace>().prepareToRecycle(QFLocalPaths::trashDirectory(),
-                                                                  paths);
+        qf::service<qf::Workspace>().prepareToRecycle(QFLocalPaths::trashDirectory(), paths);
         announced_.insert(paths.begin() + 1, paths.end());
     }
 
@@ -62,12 +64,12 @@ private:
 template <class Matches>
 std::vector<std::string> trashFilesBelow(const std::string& directory, Matches matches) {
     std::vector<std::string> trashed;
-    Announcements announcements([&](const platform::DirectoryEntry& entry) {
-        return entry.kind != platform::ItemKind::directory && matches(entry.name);
+    Announcements announcements([&](const qf::DirectoryEntry& entry) {
+        return entry.kind != qf::ItemKind::directory && matches(entry.name);
     });
-    DirectoryWalk walk(directory);
+    qf::DirectoryWalk walk(directory);
     while (walk.next()) {
-        if (walk.descend() == Descent::notADirectory && matches(walk.entry().name)) {
+        if (walk.descend() == qf::Descent::notADirectory && matches(walk.entry().name)) {
             announcements.reached(walk);
             QFFileManager::trashFile(walk.path());
             trashed.push_back(walk.path());
@@ -85,59 +87,76 @@ bool countsForNothing(std::string_view name) {
 
 } // namespace
 
-platform::Result<std::string> recycle(const std::string& path) {
-    return platform::service<platform::Workspace>().recycle(path::deletingLastComponent(path),
-                                                            QFLocalPaths::trashDirectory(),
-                                                            path::lastComponent(path));
+qf::Result<std::string> qf::recycle(const std::string& path) {
+    return qf::service<qf::Workspace>().recycle(path::deletingLastComponent(path),
+                                                QFLocalPaths::trashDirectory(),
+                                                path::lastComponent(path));
 }
 
 bool QFFileManager::trashFile(const std::string& path) {
-    return trashFile(path, ShouldAuth::yes);
+    return trashFile(path, qf::ShouldAuth::yes);
 }
 
-bool QFFileManager::trashFile(const std::string& path, ShouldAuth shouldAuth) {
-    return trashFileWithResult(path, shouldAuth).outcome != TrashOutcome::failed;
+bool QFFileManager::trashFile(const std::string& path, qf::ShouldAuth shouldAuth) {
+    return trashFileWithResult(path, shouldAuth).outcome != qf::TrashOutcome::failed;
 }
 
-TrashResult QFFileManager::trashFileWithResult(const std::string& path, ShouldAuth shouldAuth) {
+qf::TrashResult QFFileManager::trashFileWithResult(const std::string& path,
+                                                   qf::ShouldAuth shouldAuth) {
     unlockFile(path);
     if (!fileExistsAtPath(path)) {
-        return {.outcome = TrashOutcome::absent};
+        return {.outcome = qf::TrashOutcome::absent};
     }
-    auto recycled = recycle(path);
+    auto recycled = qf::recycle(path);
     if (recycled) {
-        return {.outcome = TrashOutcome::moved, .place = *std::move(recycled)};
+        return {.outcome = qf::TrashOutcome::moved, .place = *std::move(recycled)};
     }
-    if (shouldAuth == ShouldAuth::no || recycled.error().code == EBUSY) {
-        return {.outcome = TrashOutcome::failed, .error = std::move(recycled).error()};
+    if (shouldAuth == qf::ShouldAuth::no || recycled.error().code == EBUSY) {
+        return {.outcome = qf::TrashOutcome::failed, .error = std::move(recycled).error()};
     }
     auto tool = QFAuthorization::sharedController().startTrashing(path);
-    return {.outcome = tool.status == 0 ? TrashOutcome::handedOver : TrashOutcome::failed,
+    return {.outcome = tool.status == 0 ? qf::TrashOutcome::handedOver : qf::TrashOutcome::failed,
             .place = std::move(tool.destination),
             .error = std::move(recycled).error(),
             .right = tool.right,
             .waitUntilDone = std::move(tool.waitUntilExit)};
 }
 
-bool QFFileManager::trashFile(const std::string& path, platform::Timeout timeout) {
-    return trashFile(path) && waitUntilGone(path, timeout);
+bool QFFileManager::trashFile(const std::string& path, qf::Timeout timeout) {
+    return trashFileWithResult(path, timeout).outcome != qf::TrashOutcome::failed;
+}
+
+qf::TrashResult QFFileManager::trashFileWithResult(const std::string& path, qf::Timeout timeout) {
+    auto trashed = trashFileWithResult(path, qf::ShouldAuth::yes);
+    if (trashed.outcome != qf::TrashOutcome::failed && !qf::waitUntilGone(path, timeout)) {
+        trashed.outcome = qf::TrashOutcome::failed;
+        trashed.error = qf::stillThere(path);
+    }
+    return trashed;
 }
 
 bool QFFileManager::trashDirectoryContents(const std::string& path) {
-    return trashDirectoryContents(path, ShouldAuth::yes);
+    return trashDirectoryContents(path, qf::ShouldAuth::yes);
 }
 
-bool QFFileManager::trashDirectoryContents(const std::string& path, ShouldAuth shouldAuth) {
-    bool succeeded = true;
+bool QFFileManager::trashDirectoryContents(const std::string& path, qf::ShouldAuth shouldAuth) {
+    return trashDirectoryContentsWithResult(path, shouldAuth).ok();
+}
+
+qf::Result<void> QFFileManager::trashDirectoryContentsWithResult(const std::string& path,
+                                                                 qf::ShouldAuth shouldAuth) {
+    qf::Result<void> result;
     Announcements announcements([](const auto&) { return true; });
-    DirectoryWalk walk(path);
+    qf::DirectoryWalk walk(path);
     while (walk.next()) {
         announcements.reached(walk);
-        const bool trashed = trashFile(walk.path(), shouldAuth);
-        succeeded = succeeded && trashed;
+        auto trashed = trashFileWithResult(walk.path(), shouldAuth);
+        if (result && trashed.outcome == qf::TrashOutcome::failed) {
+            result = qf::Unexpected(std::move(trashed.error).value());
+        }
     }
     makeTrashDurable();
-    return succeeded;
+    return result;
 }
 
 std::vector<std::string> QFFileManager::trashFilesOfType(const std::string& type,
@@ -153,36 +172,41 @@ std::vector<std::string> QFFileManager::trashFilesNamed(const std::string& name,
 }
 
 bool QFFileManager::removeFile(const std::string& path) {
-    return removeFile(path, ShouldAuth::yes);
+    return removeFile(path, qf::ShouldAuth::yes);
 }
 
-bool QFFileManager::removeFile(const std::string& path, ShouldAuth shouldAuth) {
+bool QFFileManager::removeFile(const std::string& path, qf::ShouldAuth shouldAuth) {
     return removeFileWithResult(path, shouldAuth).ok();
 }
 
-FileResult QFFileManager::removeFileWithResult(const std::string& path, ShouldAuth shouldAuth) {
+qf::FileResult QFFileManager::removeFileWithResult(const std::string& path,
+                                                   qf::ShouldAuth shouldAuth) {
     unlockFile(path);
     if (!fileExistsAtPath(path)) {
-        return DoneBy::user;
+        return qf::DoneBy::user;
     }
-    const auto removed = platform::service<platform::FileSystem>().removeItem(path);
+    const auto removed = qf::service<qf::FileSystem>().removeItem(path);
     if (removed) {
-        return DoneBy::user;
+        return qf::DoneBy::user;
     }
     QFLog::appendLog(errorRemovingFile, removed.error().localizedDescription);
-    return byAdministrator(shouldAuth == ShouldAuth::yes &&
-                               QFAuthorization::sharedController().authRemoveFile(path),
-                           removed.error());
+    return qf::byAdministrator(shouldAuth == qf::ShouldAuth::yes &&
+                                   QFAuthorization::sharedController().authRemoveFile(path),
+                               removed.error());
 }
 
-bool QFFileManager::removeFile(const std::string& path, platform::Timeout timeout) {
-    return removeFile(path, ShouldAuth::yes) && waitUntilGone(path, timeout);
+bool QFFileManager::removeFile(const std::string& path, qf::Timeout timeout) {
+    return removeFileWithResult(path, timeout).ok();
+}
+
+qf::FileResult QFFileManager::removeFileWithResult(const std::string& path, qf::Timeout timeout) {
+    return qf::onceGone(removeFileWithResult(path, qf::ShouldAuth::yes), path, timeout);
 }
 
 bool QFFileManager::isFolderEmpty(const std::string& path) {
-    DirectoryWalk walk(path);
+    qf::DirectoryWalk walk(path);
     while (walk.next()) {
-        if (!countsForNothing(walk.entry().name) && walk.descend() != Descent::entered) {
+        if (!countsForNothing(walk.entry().name) && walk.descend() != qf::Descent::entered) {
             return false;
         }
     }
@@ -190,5 +214,12 @@ bool QFFileManager::isFolderEmpty(const std::string& path) {
 }
 
 bool QFFileManager::removeFolderIfEmpty(const std::string& path) {
-    return isFolderEmpty(path) && removeFile(path);
+    return removeFolderIfEmptyWithResult(path).ok();
+}
+
+qf::FileResult QFFileManager::removeFolderIfEmptyWithResult(const std::string& path) {
+    if (!isFolderEmpty(path)) {
+        return qf::fileFailure(qf::format(folderIsNotEmpty, path));
+    }
+    return removeFileWithResult(path, qf::ShouldAuth::yes);
 }

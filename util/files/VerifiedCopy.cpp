@@ -1,17 +1,21 @@
 #include "platform/Console.h"
 #include "platform/FileStreams.h"
 #include "platform/foundation/Path.h"
+#include "util/files/CopyDestination.h"
 #include "util/files/CopyProgress.h"
+#include "util/files/Failures.h"
 #include "util/files/QFFileManager.h"
 #include "util/files/ReadBackVerifier.h"
 #include "util/files/Services.h"
 #include "util/log/QFLog.h"
 
 #include <algorithm>
+#include <optional>
 #include <span>
+#include <utility>
 
-using filereading::chunkSize;
-using platform::systemLog;
+using qf::systemLog;
+using qf::filereading::chunkSize;
 
 namespace {
 
@@ -19,25 +23,15 @@ constexpr std::string_view sourceIsMissing =
     "Error: File %@ doesn't exist. Aborting copy process...";
 constexpr std::string_view noDestination =
     "Error: You must have at least one destination. Aborting copy process...";
-constexpr std::string_view noDirectory =
-    "Unable to copy file %@ - destination directory %@ doesn't exist. Aborting copy process...";
 constexpr std::string_view unableToReadSource =
     "Error: Unable to read source file %@. Aborting copy process...";
-constexpr std::string_view unableToOpenDestination =
-    "Error: Unable to open destination file %@. Aborting copy process...";
 constexpr std::string_view copyOutOfMemory = "Error copying file %@ - out of memory";
 constexpr std::string_view copyErrorReading = "Error reading file %@ - aborting...";
-constexpr std::string_view errorWriting = "Error writing file %@: %i";
 constexpr std::string_view sizeDiffers =
     "Error: copied file size does not match original source %@";
-constexpr std::string_view errorSettingMetadata = "Error setting metadata for file %@ - %@";
-constexpr std::string_view errorKeepingMetadata = "Error setting metadata for file %@: %i";
-constexpr std::string_view errorNaming = "Error naming file %@: %i";
 
 constexpr std::string_view copyOperation =
     "copyFileWithProgress:destinations:verificationType:delegate:object:object:";
-
-constexpr platform::Timeout timeForADirectory{10};
 
 /// How many bytes of each verified destination are copied between two requests to begin writing
 /// them to the medium: enough to be worth a request, few enough that the medium is never idle.
@@ -45,30 +39,31 @@ constexpr std::uint64_t syncInterval = 8'388'608;
 
 /// Returns the attributes of the item that a path leads to, following links; no value if it does
 /// not exist.
-std::optional<platform::ItemAttributes> attributesFollowingLinks(std::string path) {
+std::optional<qf::ItemAttributes> attributesFollowingLinks(std::string path) {
     constexpr int mostLinks = 40;
     for (int links = 0; links <= mostLinks; ++links) {
-        const auto attributes = fileSystem().attributesOfItem(path);
-        if (!attributes || attributes->kind != platform::ItemKind::link) {
+        const auto attributes = qf::fileSystem().attributesOfItem(path);
+        if (!attributes || attributes->kind != qf::ItemKind::link) {
             return attributes;
         }
-        const auto target = fileSystem().destinationOfSymbolicLink(path).value_or("");
+        const auto target = qf::fileSystem().destinationOfSymbolicLink(path).value_or("");
         path = target.starts_with('/')
                    ? target
-                   : platform::path::appending(platform::path::deletingLastComponent(path), target);
+                   : qf::path::appending(qf::path::deletingLastComponent(path), target);
     }
     return std::nullopt;
 }
 
-FileCopySettings settingsOf(const std::string& source, const std::vector<std::string>& destinations,
-                            const std::shared_ptr<FileCopyDelegate>& delegate,
-                            const platform::Value& object, const platform::Value& object2) {
-    auto settings = std::make_shared<platform::SharedDictionary>();
+qf::FileCopySettings settingsOf(const std::string& source,
+                                const std::vector<std::string>& destinations,
+                                const std::shared_ptr<qf::FileCopyDelegate>& delegate,
+                                const qf::Value& object, const qf::Value& object2) {
+    auto settings = std::make_shared<qf::SharedDictionary>();
     settings->set("source", source);
-    settings->set("destinations", platform::Value::Array(destinations.begin(), destinations.end()));
+    settings->set("destinations", qf::Value::Array(destinations.begin(), destinations.end()));
     settings->set("operationtype", "copy");
     if (delegate != nullptr) {
-        settings->set("delegate", platform::Value::Object(delegate));
+        settings->set("delegate", qf::Value::Object(delegate));
     }
     if (!object.isNone()) {
         settings->set("object", object);
@@ -79,35 +74,22 @@ FileCopySettings settingsOf(const std::string& source, const std::vector<std::st
     return settings;
 }
 
-struct Destination {
-    std::string path;
-    std::unique_ptr<platform::FileStream> file;
-    ReadBackVerifier::OwnDigest digest;
-    bool isSynced = true;
-    FileCopyOutcome outcome = FileCopyOutcome::incomplete;
-
-    /// Records what went wrong, unless something did before.
-    void fail(FileCopyOutcome failure) {
-        if (outcome == FileCopyOutcome::incomplete) {
-            outcome = failure;
-        }
-    }
-};
-
 /// One run of a copy: the steps in order, and what they pass on.
 class VerifiedCopy {
 public:
     VerifiedCopy(const std::string& source, const std::vector<std::string>& destinations,
-                 const FileCopyOptions& options, const std::shared_ptr<FileCopyDelegate>& delegate,
-                 const FileCopySettings& settings)
+                 const qf::FileCopyOptions& options,
+                 const std::shared_ptr<qf::FileCopyDelegate>& delegate,
+                 const qf::FileCopySettings& settings)
         : source_(source), settings_(settings), progress_(delegate, settings),
           verifier_(options.verificationType), options_(options) {
         destinations_.reserve(destinations.size());
         for (const auto& path : destinations) {
-            destinations_.push_back({.path = path});
+            destinations_.emplace_back(path, options);
         }
     }
 
+    /// Returns whether all of the source was read.
     bool run() {
         if (!hasSourceAndDestinations() || !makeDirectories() || !openSource()) {
             return false;
@@ -120,7 +102,7 @@ public:
         if (verifier_.isOn()) {
             verifyMedia();
         }
-        if (options_.filling == Filling::inPlace) {
+        if (options_.filling == qf::Filling::inPlace) {
             closeFiles();
         }
         if (progress_.isCancelled() || !isComplete()) {
@@ -135,46 +117,57 @@ public:
     }
 
     /// Returns what became of each destination once the copy has ended.
-    std::vector<FileCopyOutcome> outcomes(bool succeeded) const {
-        std::vector<FileCopyOutcome> outcomes;
+    std::vector<qf::FileCopyOutcome> outcomes(bool succeeded) const {
+        std::vector<qf::FileCopyOutcome> outcomes;
         for (const auto& destination : destinations_) {
-            const bool isGood = succeeded && destination.outcome == FileCopyOutcome::incomplete;
-            outcomes.push_back(isGood ? FileCopyOutcome::copied : destination.outcome);
+            const bool isGood = succeeded && !destination.hasFailed();
+            outcomes.push_back(isGood ? qf::FileCopyOutcome::copied : destination.outcome());
         }
         return outcomes;
     }
 
+    /// Returns why the copy ended early; no value if it did not, or was cancelled.
+    const std::optional<qf::Error>& error() const { return error_; }
+
 private:
-    bool hasSourceAndDestinations() const {
+    /// Ends the copy with a reason.
+    bool abort(std::string why) {
+        error_ = qf::fileFailure(std::move(why)).error();
+        return false;
+    }
+
+    /// The same with a line in the system log.
+    template <class... Arguments>
+    bool abortWithLine(std::string_view why, const Arguments&... arguments) {
+        systemLog(why, arguments...);
+        return abort(qf::format(why, arguments...));
+    }
+
+    /// The same for a step about a destination, which has told the system log.
+    bool isDone(const qf::Result<void>& step) {
+        if (!step) {
+            error_ = step.error();
+        }
+        return step.ok();
+    }
+
+    bool hasSourceAndDestinations() {
         if (!QFFileManager::fileExistsAtPath(source_)) {
-            systemLog(sourceIsMissing, source_);
-            return false;
+            return abortWithLine(sourceIsMissing, source_);
         }
-        if (destinations_.empty()) {
-            systemLog(noDestination);
-            return false;
-        }
-        return true;
+        return !destinations_.empty() || abortWithLine(noDestination);
     }
 
     bool makeDirectories() {
         return std::ranges::all_of(destinations_, [this](auto& destination) {
-            const auto directory = platform::path::deletingLastComponent(destination.path);
-            if (QFFileManager::fileExistsAtPath(directory) ||
-                QFFileManager::createDirectory(directory, timeForADirectory)) {
-                return true;
-            }
-            systemLog(noDirectory, source_, directory);
-            destination.fail(FileCopyOutcome::unreachable);
-            return false;
+            return isDone(destination.makeDirectory(source_));
         });
     }
 
     bool openSource() {
-        auto opened = streams().openForReading(source_);
+        auto opened = qf::service<qf::FileStreams>().openForReading(source_);
         if (!opened) {
-            systemLog(unableToReadSource, source_);
-            return false;
+            return abortWithLine(unableToReadSource, source_);
         }
         file_ = *std::move(opened);
         return true;
@@ -182,66 +175,33 @@ private:
 
     /// A source that has vanished since counts as empty and without dates.
     void measureSource() {
-        attributes_ = attributesFollowingLinks(source_).value_or(platform::ItemAttributes());
+        attributes_ = attributesFollowingLinks(source_).value_or(qf::ItemAttributes());
         progress_.setSourceSize(attributes_.size);
     }
 
     bool openDestinations() {
-        for (auto& destination : destinations_) {
-            auto opened = open(destination.path);
-            if (!opened) {
-                return isUnreachable(destination);
-            }
-            destination.file = *std::move(opened);
-        }
-        return true;
+        return std::ranges::all_of(destinations_, [this](auto& destination) {
+            return isDone(destination.open(*file_, attributes_.size));
+        });
     }
 
-    platform::OpenedStream open(const std::string& path) const {
-        return options_.filling == Filling::aside
-                   ? streams().openBeside(path, file_->identity(), attributes_.size)
-                   : streams().openForUpdating(path, file_->identity(), attributes_.size);
-    }
-
-    /// Empties what was at the destinations before. From then on only those who may read the source
-    /// may read the copies, if these keep its metadata.
     bool emptyDestinations() {
-        for (auto& destination : destinations_) {
-            if (!destination.file->makeEmpty()) {
-                return isUnreachable(destination);
-            }
-            static_cast<void>(keepMetadata(destination));
-        }
-        return true;
+        return std::ranges::all_of(destinations_, [this](auto& destination) {
+            return isDone(destination.makeEmpty(*file_));
+        });
     }
 
-    platform::Result<void, platform::SystemError> keepMetadata(Destination& destination) const {
-        if (options_.keepMetadata == KeepMetadata::no) {
-            return {};
-        }
-        return destination.file->copyMetadata(*file_);
-    }
-
-    /// Writing takes from a file what would give its users other rights.
     void keepMetadata() {
         for (auto& destination : destinations_) {
-            if (const auto kept = keepMetadata(destination); !kept) {
-                systemLog(errorKeepingMetadata, destination.path, static_cast<int>(kept.error()));
-            }
+            destination.keepMetadata(*file_);
         }
-    }
-
-    static bool isUnreachable(Destination& destination) {
-        systemLog(unableToOpenDestination, destination.path);
-        destination.fail(FileCopyOutcome::unreachable);
-        return false;
     }
 
     bool prepareBuffers() {
-        buffer_ = filereading::makeBuffer();
+        buffer_ = qf::filereading::makeBuffer();
         if (!verifier_.prepare() || buffer_ == nullptr) {
             QFLog::appendLogAndPrint(copyOutOfMemory, source_);
-            return false;
+            return abort(qf::format(copyOutOfMemory, source_));
         }
         return true;
     }
@@ -252,7 +212,7 @@ private:
             const auto count = file_->read({buffer_.get(), chunkSize});
             if (count == 0 && !file_->isAtEnd()) {
                 QFLog::appendLogAndPrint(copyErrorReading, source_);
-                return false;
+                return abort(qf::format(copyErrorReading, source_));
             }
             if (copied_ == 0 && !emptyDestinations()) {
                 return false;
@@ -272,29 +232,20 @@ private:
             if (progress_.isCancelled()) {
                 return;
             }
-            write(chunk, destination);
+            destination.write(chunk, copied_);
             if (verifier_.isOn()) {
-                verifier_.check(*destination.file, destination.path, chunk, copied_,
-                                destination.digest);
+                verify(chunk, destination);
             }
         }
         verifier_.addToSource(chunk);
     }
 
-    /// Writes a chunk at its own offset, whatever went wrong before. A pipe has no offsets, and
-    /// takes the chunk as it comes.
-    void write(std::span<const std::byte> chunk, Destination& destination) const {
-        auto& file = *destination.file;
-        if (file.position() != copied_) {
-            static_cast<void>(file.seek(copied_));
-        }
-        if (file.write(chunk) < chunk.size()) {
-            systemLog(errorWriting, destination.path, file.errorIndicator());
-            destination.fail(FileCopyOutcome::notWritten);
-        }
-        if (verifier_.isOn() && (copied_ + chunk.size()) % syncInterval == 0) {
+    void verify(std::span<const std::byte> chunk, qf::CopyDestination& destination) {
+        auto& file = destination.file();
+        if ((copied_ + chunk.size()) % syncInterval == 0) {
             file.beginSync();
         }
+        verifier_.check(file, destination.path(), chunk, copied_, destination.digest());
     }
 
     /// Writes every destination through to its medium, all media at a time, and if requested
@@ -304,14 +255,11 @@ private:
             return;
         }
         for (auto& destination : destinations_) {
-            destination.file->beginSync();
+            destination.file().beginSync();
         }
         for (auto& destination : destinations_) {
-            destination.isSynced = destination.file->sync().ok();
-            if (!destination.isSynced) {
-                destination.fail(FileCopyOutcome::notSynced);
-            } else if (options_.fromMedium == FromMedium::yes) {
-                verifier_.checkAgain(*destination.file, destination.digest);
+            if (destination.sync() && options_.fromMedium == qf::FromMedium::yes) {
+                verifier_.checkAgain(destination.file(), destination.digest());
             }
         }
     }
@@ -319,17 +267,11 @@ private:
     void closeFiles() {
         file_.reset();
         for (auto& destination : destinations_) {
-            destination.file.reset();
+            destination.close();
         }
     }
 
-    bool isComplete() const {
-        if (copied_ < attributes_.size) {
-            systemLog(sizeDiffers, source_);
-            return false;
-        }
-        return true;
-    }
+    bool isComplete() { return copied_ >= attributes_.size || abortWithLine(sizeDiffers, source_); }
 
     void compareChecksums() {
         if (!verifier_.isOn()) {
@@ -339,36 +281,29 @@ private:
         if (sourceChecksum) {
             settings_->set("sourceChecksum", *sourceChecksum);
         }
-        platform::Value::Array checksums;
+        qf::Value::Array checksums;
         for (auto& destination : destinations_) {
-            const auto checksum = verifier_.checksum(destination.digest);
+            const auto checksum = verifier_.checksum(destination.digest());
             if (checksum) {
                 checksums.emplace_back(*checksum);
             }
             const bool isSame = checksum && checksum == sourceChecksum;
             if (!isSame) {
-                destination.fail(FileCopyOutcome::different);
+                destination.fail(qf::FileCopyOutcome::different);
             }
-            if (!isSame || !destination.isSynced) {
-                progress_.reportFailure(destination.path, checksum);
+            if (!isSame || !destination.isSynced()) {
+                progress_.reportFailure(destination.path(), checksum);
             }
         }
         settings_->set("destChecksums", std::move(checksums));
     }
 
-    /// Gives their names to the good copies of those that were filled aside.
     void nameCopies() {
-        if (options_.filling == Filling::inPlace) {
+        if (options_.filling == qf::Filling::inPlace) {
             return;
         }
         for (auto& destination : destinations_) {
-            if (destination.outcome != FileCopyOutcome::incomplete) {
-                continue;
-            }
-            if (const auto named = destination.file->takeName(); !named) {
-                systemLog(errorNaming, destination.path, static_cast<int>(named.error()));
-                destination.fail(FileCopyOutcome::notNamed);
-            }
+            destination.takeName();
         }
         closeFiles();
     }
@@ -379,76 +314,60 @@ private:
             return;
         }
         for (const auto& destination : destinations_) {
-            if (options_.filling == Filling::aside &&
-                destination.outcome != FileCopyOutcome::incomplete) {
-                continue; // what is there is a former file
-            }
-            const auto created =
-                fileSystem().setCreationDate(destination.path, *attributes_.creationDate);
-            const auto modified =
-                fileSystem().setModificationDate(destination.path, attributes_.modificationDate);
-            if (const auto& both = created ? modified : created; !both) {
-                systemLog(errorSettingMetadata, destination.path,
-                          both.error().localizedDescription);
-            }
+            destination.setDates(attributes_);
         }
     }
 
-    static platform::FileStreams& streams() { return platform::service<platform::FileStreams>(); }
-
     const std::string& source_;
-    const FileCopySettings settings_;
-    CopyProgress progress_;
-    ReadBackVerifier verifier_;
-    const FileCopyOptions options_;
+    const qf::FileCopySettings settings_;
+    qf::CopyProgress progress_;
+    qf::ReadBackVerifier verifier_;
+    const qf::FileCopyOptions options_;
 
-    std::vector<Destination> destinations_;
-    std::unique_ptr<platform::FileStream> file_;
-    platform::ItemAttributes attributes_;
-    filereading::Buffer buffer_;
+    std::vector<qf::CopyDestination> destinations_;
+    std::unique_ptr<qf::FileStream> file_;
+    qf::ItemAttributes attributes_;
+    qf::filereading::Buffer buffer_;
     std::uint64_t copied_ = 0;
+    std::optional<qf::Error> error_;
 };
 
 } // namespace
 
-FileCopyResult QFFileManager::copyFileWithResult(const std::string& source,
-                                                 const std::vector<std::string>& destinations,
-                                                 const FileCopyOptions& options,
-                                                 const std::shared_ptr<FileCopyDelegate>& delegate,
-                                                 const platform::Value& object,
-                                                 const platform::Value& object2) {
+qf::FileCopyResult QFFileManager::copyFileWithResult(
+    const std::string& source, const std::vector<std::string>& destinations,
+    const qf::FileCopyOptions& options, const std::shared_ptr<qf::FileCopyDelegate>& delegate,
+    const qf::Value& object, const qf::Value& object2) {
     VerifiedCopy copy(source, destinations, options, delegate,
                       settingsOf(source, destinations, delegate, object, object2));
-    bool succeeded = false;
     try {
-        succeeded = copy.run();
-    } catch (const platform::Exception& exception) {
+        const bool succeeded = copy.run();
+        return {succeeded, copy.outcomes(succeeded), copy.error()};
+    } catch (const qf::Exception& exception) {
         QFException::logException(exception, copyOperation);
+        return {false, copy.outcomes(false), qf::fileFailure(exception.reason()).error()};
     }
-    return {succeeded, copy.outcomes(succeeded)};
 }
 
 bool QFFileManager::copyFileWithProgress(const std::string& source,
                                          const std::vector<std::string>& destinations,
-                                         VerificationType verificationType,
-                                         const std::shared_ptr<FileCopyDelegate>& delegate,
-                                         const platform::Value& object,
-                                         const platform::Value& object2) {
+                                         qf::VerificationType verificationType,
+                                         const std::shared_ptr<qf::FileCopyDelegate>& delegate,
+                                         const qf::Value& object, const qf::Value& object2) {
     return copyFileWithResult(source, destinations, {.verificationType = verificationType},
                               delegate, object, object2)
         .succeeded;
 }
 
 bool QFFileManager::copyFileWithProgress(const std::string& source, const std::string& destination,
-                                         const std::shared_ptr<FileCopyDelegate>& delegate,
-                                         const platform::Value& object) {
+                                         const std::shared_ptr<qf::FileCopyDelegate>& delegate,
+                                         const qf::Value& object) {
     return copyFileWithProgress(source, destination, delegate, object, {});
 }
 
 bool QFFileManager::copyFileWithProgress(const std::string& source, const std::string& destination,
-                                         const std::shared_ptr<FileCopyDelegate>& delegate,
-                                         const platform::Value& object,
-                                         const platform::Value& object2) {
-    return copyFileWithProgress(source, std::vector{destination}, VerificationType::none, delegate,
-                                object, object2);
+                                         const std::shared_ptr<qf::FileCopyDelegate>& delegate,
+                                         const qf::Value& object, const qf::Value& object2) {
+    return copyFileWithProgress(source, std::vector{destination}, qf::VerificationType::none,
+                                delegate, object, object2);
 }

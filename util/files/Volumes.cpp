@@ -4,7 +4,7 @@
 
 #include <string_view>
 
-namespace path = platform::path;
+namespace path = qf::path;
 
 namespace {
 

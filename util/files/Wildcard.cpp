@@ -10,10 +10,10 @@
 #include <string_view>
 #include <utility>
 
-namespace path = platform::path;
-namespace text = platform::text;
+namespace path = qf::path;
+namespace text = qf::text;
 
-using platform::ItemKind;
+using qf::ItemKind;
 
 namespace {
 
@@ -77,7 +77,7 @@ bool isLike(std::string_view name, std::string_view pattern) {
 
 /// Adds the entries of a directory that match a component, except dangling links.
 void addEntriesLike(const std::string& component, const std::string& directory, Places& places) {
-    auto& fileSystem = platform::service<platform::FileSystem>();
+    auto& fileSystem = qf::service<qf::FileSystem>();
     const auto entries = fileSystem.contentsOfDirectory(directory);
     if (!entries) {
         return;
@@ -126,13 +126,13 @@ std::vector<std::string> QFFileManager::filesMatchingWildcardPath(const std::str
 std::vector<std::string>
 QFFileManager::filesMatchingWildcardPath(const std::string& path,
                                          const std::optional<std::string>& fromBasePath) {
-    return filesMatchingWildcardPath(path, fromBasePath, SearchSubdirs::no);
+    return filesMatchingWildcardPath(path, fromBasePath, qf::SearchSubdirs::no);
 }
 
 std::vector<std::string>
 QFFileManager::filesMatchingWildcardPath(const std::string& path,
                                          const std::optional<std::string>& fromBasePath,
-                                         SearchSubdirs /*searchSubdirs*/) {
+                                         qf::SearchSubdirs /*searchSubdirs*/) {
     if (!isWildcard(path)) {
         return {fullPath(path, fromBasePath)};
     }

@@ -43,43 +43,44 @@ constexpr std::string_view unableToCreateLine =
 constexpr std::string_view tryingToAuthorize =
     "Unable to write launchd plist - trying to authorize...";
 
+constexpr std::string_view noLibrary = "The domain has no Library directory for jobs.";
 constexpr std::string_view toolFailed = "Unable to run %@ for %@ as administrator - error %d";
 
 /// Returns the directory of such jobs; no value if the domain has no Library.
-std::optional<std::string> jobDirectory(Domain domain, LaunchAgent launchAgent) {
+std::optional<std::string> jobDirectory(qf::Domain domain, qf::LaunchAgent launchAgent) {
     const auto library = QFLocalPaths::libraryDirectory(domain);
     if (!library) {
         return std::nullopt;
     }
-    return platform::path::appending(*library, launchAgent == LaunchAgent::yes ? "LaunchAgents"
-                                                                               : "LaunchDaemons");
+    return qf::path::appending(*library, launchAgent == qf::LaunchAgent::yes ? "LaunchAgents"
+                                                                             : "LaunchDaemons");
 }
 
 std::string jobFile(const std::string& directory, const std::optional<std::string>& label) {
-    return platform::format(jobFileFormat, directory, label);
+    return qf::format(jobFileFormat, directory, label);
 }
 
-platform::Window* mainWindow() {
-    auto& application = platform::service<platform::Application>();
-    platform::Window* window = nullptr;
+qf::Window* mainWindow() {
+    auto& application = qf::service<qf::Application>();
+    qf::Window* window = nullptr;
     application.performOnMainThread([&] { window = application.mainWindow(); },
-                                    platform::Wait::untilDone);
+                                    qf::Wait::untilDone);
     return window;
 }
 
 /// Shows the alert about a job directory and waits for its answer. Does nothing in a program
 /// without windows.
 void showAlert(const char* message, const std::optional<std::string>& directory) {
-    if (platform::installedService<platform::Application>() == nullptr ||
-        platform::installedService<platform::AlertPanels>() == nullptr) {
+    if (qf::installedService<qf::Application>() == nullptr ||
+        qf::installedService<qf::AlertPanels>() == nullptr) {
         return;
     }
-    QFAlert::alertSheetWithMessageText(message, platform::format(checkPermissions, directory),
+    QFAlert::alertSheetWithMessageText(message, qf::format(checkPermissions, directory),
                                        mainWindow());
 }
 
-bool writeSettings(const platform::Value::Dictionary& settings, const std::string& file) {
-    return platform::service<platform::PropertyLists>().writeAtomically(settings, file).ok();
+qf::Result<void> writeSettings(const qf::Value::Dictionary& settings, const std::string& file) {
+    return qf::service<qf::PropertyLists>().writeAtomically(settings, file);
 }
 
 void runTool(const char* tool, const std::vector<std::string>& arguments) {
@@ -89,42 +90,43 @@ void runTool(const char* tool, const std::vector<std::string>& arguments) {
 /// The messages to the log and to the console differ on purpose.
 void reportUnwritable(const std::optional<std::string>& directory) {
     QFLog::appendLog(unableToCreateLine, directory);
-    platform::systemLog(unableToWriteLine, directory);
+    qf::systemLog(unableToWriteLine, directory);
     showAlert(unableToWrite, directory);
 }
 
 void reportUnmovable(const std::string& directory) {
     QFLog::appendLog(unableToCreateLine, directory);
-    platform::systemLog(unableToCreateLine, directory);
+    qf::systemLog(unableToCreateLine, directory);
     showAlert(unableToCreate, directory);
 }
 
 /// Writes the settings to the temporary directory and moves them to the job file, which could not
-/// be written itself. Returns whether they are there.
-bool writeThroughTemporaryFile(const platform::Value::Dictionary& settings,
-                               const std::string& directory,
-                               const std::optional<std::string>& label) {
+/// be written itself.
+qf::Result<void> writeThroughTemporaryFile(const qf::Value::Dictionary& settings,
+                                           const std::string& directory,
+                                           const std::optional<std::string>& label) {
     const std::string file = jobFile(directory, label);
     const std::string temporary = jobFile(QFLocalPaths::tempDirectory(), label);
-    if (!writeSettings(settings, temporary)) {
+    if (auto written = writeSettings(settings, temporary); !written) {
         reportUnwritable(directory);
-        return false;
+        return written;
     }
     if (QFFileManager::fileExistsAtPath(file)) {
-        QFFileManager::removeFile(file, platform::Timeout(5));
+        QFFileManager::removeFile(file, qf::Timeout(5));
     }
     QFLog::appendLog(tryingToAuthorize);
-    if (!QFFileManager::moveFile(temporary, file, platform::Timeout(10))) {
+    if (const auto moved = QFFileManager::moveFileWithResult(temporary, file, qf::Timeout(10));
+        !moved) {
         reportUnmovable(directory);
         QFFileManager::removeFile(temporary);
-        return false;
+        return qf::Unexpected(moved.error());
     }
-    QFFileManager::removeFile(temporary, platform::Timeout(10));
-    return true;
+    QFFileManager::removeFile(temporary, qf::Timeout(10));
+    return {};
 }
 
-void setOwnerAndMode(const std::string& file, Domain domain) {
-    if (domain == Domain::local) {
+void setOwnerAndMode(const std::string& file, qf::Domain domain) {
+    if (domain == qf::Domain::local) {
         runTool(chown, {ownerOfMachinesJobs, file});
     }
     runTool(chmod, {modeOfJobs, file});
@@ -132,37 +134,46 @@ void setOwnerAndMode(const std::string& file, Domain domain) {
 
 void reportFailure(const char* tool, const std::string& file, int status) {
     if (status != 0) {
-        platform::systemLog(toolFailed, tool, file, status);
+        qf::systemLog(toolFailed, tool, file, status);
     }
 }
 
 /// The machine's job gets the settings anew when it becomes the superuser's: until then any program
 /// of the user can write to the file. The pauses let the tools, which are only started, finish
 /// before the next step.
-void setOwnerAndModePrivileged(const platform::Value::Dictionary& settings, const std::string& file,
-                               Domain domain) {
+void setOwnerAndModePrivileged(const qf::Value::Dictionary& settings, const std::string& file,
+                               qf::Domain domain) {
     auto& authorization = QFAuthorization::sharedController();
-    if (domain == Domain::local) {
-        const auto content = platform::service<platform::PropertyLists>().xml(settings);
+    if (domain == qf::Domain::local) {
+        const auto content = qf::service<qf::PropertyLists>().xml(settings);
         reportFailure(
             chown, file,
             authorization.authExecTask(chown, {ownerOfMachinesJobs, file}, content.value_or("")));
     }
-    platform::sleep(pauseAfterOwner);
+    qf::sleep(pauseAfterOwner);
     reportFailure(chmod, file, authorization.authExecTask(chmod, {modeOfJobs, file}));
-    platform::sleep(pauseAfterMode);
+    qf::sleep(pauseAfterMode);
 }
 
 } // namespace
 
 bool QFLaunchd::startJob(const std::optional<std::string>& label,
-                         const platform::Value::Dictionary& settings, Domain user,
-                         LaunchAgent launchAgent, ShouldAuth shouldAuth,
+                         const qf::Value::Dictionary& settings, qf::Domain user,
+                         qf::LaunchAgent launchAgent, qf::ShouldAuth shouldAuth,
                          const std::optional<std::string>& killProcessName) {
+    return startJobWithResult(label, settings, user, launchAgent, shouldAuth, killProcessName).ok();
+}
+
+qf::Result<void> QFLaunchd::startJobWithResult(const std::optional<std::string>& label,
+                                               const qf::Value::Dictionary& settings,
+                                               qf::Domain user, qf::LaunchAgent launchAgent,
+                                               qf::ShouldAuth shouldAuth,
+                                               const std::optional<std::string>& killProcessName) {
     const auto directory = jobDirectory(user, launchAgent);
     if (!directory) {
         reportUnwritable(directory);
-        return false;
+        return qf::Unexpected(qf::Error{.domain = "QFLaunchdErrorDomain",
+                                        .localizedDescription = std::string(noLibrary)});
     }
     if (!QFFileManager::fileExistsAtPath(*directory)) {
         QFFileManager::createDirectory(*directory, shouldAuth);
@@ -171,10 +182,10 @@ bool QFLaunchd::startJob(const std::optional<std::string>& label,
     if (QFFileManager::fileExistsAtPath(file)) {
         removeJob(label, user, launchAgent, shouldAuth);
     }
-    bool useAuth = shouldAuth == ShouldAuth::yes;
+    bool useAuth = shouldAuth == qf::ShouldAuth::yes;
     if (!writeSettings(settings, file)) {
-        if (!writeThroughTemporaryFile(settings, *directory, label)) {
-            return false;
+        if (auto written = writeThroughTemporaryFile(settings, *directory, label); !written) {
+            return written;
         }
         useAuth = true;
     }
@@ -184,16 +195,23 @@ bool QFLaunchd::startJob(const std::optional<std::string>& label,
     useAuth ? setOwnerAndModePrivileged(settings, file, user) : setOwnerAndMode(file, user);
     runTool(launchctl, {"unload", file});
     runTool(launchctl, {"load", file});
-    return true;
+    return {};
 }
 
 bool QFLaunchd::startLaunchAgent(const std::optional<std::string>& label,
-                                 const platform::Value::Dictionary& settings, Domain user) {
-    return startJob(label, settings, user, LaunchAgent::yes, ShouldAuth::no, std::nullopt);
+                                 const qf::Value::Dictionary& settings, qf::Domain user) {
+    return startLaunchAgentWithResult(label, settings, user).ok();
 }
 
-void QFLaunchd::removeJob(const std::optional<std::string>& label, Domain user,
-                          LaunchAgent launchAgent, ShouldAuth shouldAuth) {
+qf::Result<void> QFLaunchd::startLaunchAgentWithResult(const std::optional<std::string>& label,
+                                                       const qf::Value::Dictionary& settings,
+                                                       qf::Domain user) {
+    return startJobWithResult(label, settings, user, qf::LaunchAgent::yes, qf::ShouldAuth::no,
+                              std::nullopt);
+}
+
+void QFLaunchd::removeJob(const std::optional<std::string>& label, qf::Domain user,
+                          qf::LaunchAgent launchAgent, qf::ShouldAuth shouldAuth) {
     stopJob(label, user, launchAgent, shouldAuth);
     const auto directory = jobDirectory(user, launchAgent);
     if (!directory) {
@@ -204,18 +222,18 @@ void QFLaunchd::removeJob(const std::optional<std::string>& label, Domain user,
         return;
     }
     if (QFFileManager::removeFile(file, shouldAuth)) {
-        platform::sleep(pauseAfterRemoval);
-    } else if (shouldAuth == ShouldAuth::yes) {
+        qf::sleep(pauseAfterRemoval);
+    } else if (shouldAuth == qf::ShouldAuth::yes) {
         showAlert(unableToRemove, directory);
     }
 }
 
-void QFLaunchd::removeLaunchAgent(const std::optional<std::string>& label, Domain /*user*/) {
-    removeJob(label, Domain::user, LaunchAgent::yes, ShouldAuth::yes);
+void QFLaunchd::removeLaunchAgent(const std::optional<std::string>& label, qf::Domain /*user*/) {
+    removeJob(label, qf::Domain::user, qf::LaunchAgent::yes, qf::ShouldAuth::yes);
 }
 
-void QFLaunchd::stopJob(const std::optional<std::string>& label, Domain user,
-                        LaunchAgent launchAgent, ShouldAuth /*shouldAuth*/) {
+void QFLaunchd::stopJob(const std::optional<std::string>& label, qf::Domain user,
+                        qf::LaunchAgent launchAgent, qf::ShouldAuth /*shouldAuth*/) {
     if (!label) {
         return;
     }

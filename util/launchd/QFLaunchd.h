@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/foundation/Result.h"
 #include "platform/foundation/Value.h"
 #include "util/files/QFFileManager.h"
 #include "util/paths/QFLocalPaths.h"
@@ -7,8 +8,12 @@
 #include <optional>
 #include <string>
 
+namespace qf {
+
 /// Whether a job is an agent, which runs for a user, or a daemon, which runs for the machine.
 enum class LaunchAgent { no, yes };
+
+} // namespace qf
 
 /// The background jobs of the service manager, launchd.
 ///
@@ -32,31 +37,43 @@ public:
     /// `shouldAuth` says; owner and mode are then set with administrator rights too. With
     /// ShouldAuth::yes they always are, which adds a second for the tools to finish.
     ///
-    /// Returns true if the file is in place and loading it was tried. Returns false if it could not
-    /// be written, which is logged, written to the system console, and reported by an alert on the
-    /// main window, for whose answer the call waits. A program without windows shows no alert.
+    /// Returns true if the file is in place and loading it was tried; why the service manager
+    /// refused the job is in the machine's system log, written by launchctl. Returns false if it
+    /// could not be written, which is logged, written to the system console, and reported by an
+    /// alert on the main window, for whose answer the call waits. A program without windows shows
+    /// no alert.
     static bool startJob(const std::optional<std::string>& label,
-                         const platform::Value::Dictionary& settings, Domain user,
-                         LaunchAgent launchAgent, ShouldAuth shouldAuth,
+                         const qf::Value::Dictionary& settings, qf::Domain user,
+                         qf::LaunchAgent launchAgent, qf::ShouldAuth shouldAuth,
                          const std::optional<std::string>& killProcessName);
+
+    /// As startJob; says why the file could not be written or moved into place.
+    static qf::Result<void> startJobWithResult(const std::optional<std::string>& label,
+                                               const qf::Value::Dictionary& settings,
+                                               qf::Domain user, qf::LaunchAgent launchAgent,
+                                               qf::ShouldAuth shouldAuth,
+                                               const std::optional<std::string>& killProcessName);
 
     /// Starts an agent with ShouldAuth::no, ending no process.
     static bool startLaunchAgent(const std::optional<std::string>& label,
-                                 const platform::Value::Dictionary& settings, Domain user);
+                                 const qf::Value::Dictionary& settings, qf::Domain user);
+    static qf::Result<void> startLaunchAgentWithResult(const std::optional<std::string>& label,
+                                                       const qf::Value::Dictionary& settings,
+                                                       qf::Domain user);
 
     /// Stops a job and deletes its file, if it exists; then pauses 500 microseconds. With
     /// ShouldAuth::yes, a file that the user is not permitted to delete is deleted with
     /// administrator rights, and one that remains is reported by an alert on the main window, for
     /// whose answer the call waits. Logs what QFFileManager::removeFile logs.
-    static void removeJob(const std::optional<std::string>& label, Domain user,
-                          LaunchAgent launchAgent, ShouldAuth shouldAuth);
+    static void removeJob(const std::optional<std::string>& label, qf::Domain user,
+                          qf::LaunchAgent launchAgent, qf::ShouldAuth shouldAuth);
 
     /// Removes an agent of the user's own, with ShouldAuth::yes. The domain is ignored.
-    static void removeLaunchAgent(const std::optional<std::string>& label, Domain user);
+    static void removeLaunchAgent(const std::optional<std::string>& label, qf::Domain user);
 
     /// Unloads a job's file and removes the job by its label, each in at most 10 seconds and
     /// without administrator rights, whether or not the file exists and whatever `shouldAuth` says.
     /// Without a label, runs nothing.
-    static void stopJob(const std::optional<std::string>& label, Domain user,
-                        LaunchAgent launchAgent, ShouldAuth shouldAuth);
+    static void stopJob(const std::optional<std::string>& label, qf::Domain user,
+                        qf::LaunchAgent launchAgent, qf::ShouldAuth shouldAuth);
 };

@@ -5,7 +5,7 @@
 #include "platform/foundation/Format.h"
 #include "util/paths/QFLocalPaths.h"
 
-namespace log_location {
+namespace qf::log_location {
 
 namespace {
 
@@ -26,11 +26,11 @@ std::optional<std::string> userDirectory() {
 }
 
 std::string numberedLog(std::string_view directory, std::string_view name, int number) {
-    return platform::format("%@/%@.%li.log", directory, name, number);
+    return format("%@/%@.%li.log", directory, name, number);
 }
 
 std::optional<std::string> currentLog(std::string_view name) {
-    const bool superuser = platform::service<platform::UserAccount>().realUserId() == 0;
+    const bool superuser = service<UserAccount>().realUserId() == 0;
     const auto path = directory(superuser ? Domain::local : Domain::user);
     if (!path) {
         return {};
@@ -38,4 +38,4 @@ std::optional<std::string> currentLog(std::string_view name) {
     return numberedLog(*path, name, newest);
 }
 
-} // namespace log_location
+} // namespace qf::log_location

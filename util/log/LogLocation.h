@@ -5,7 +5,7 @@
 #include <string_view>
 
 /// The paths of an application's logs.
-namespace log_location {
+namespace qf::log_location {
 
 inline constexpr int newest = 1;
 inline constexpr int oldest = 5;
@@ -20,4 +20,4 @@ std::string numberedLog(std::string_view directory, std::string_view name, int n
 /// the machine's.
 std::optional<std::string> currentLog(std::string_view name);
 
-} // namespace log_location
+} // namespace qf::log_location

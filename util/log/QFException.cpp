@@ -9,22 +9,21 @@
 
 namespace {
 
-constexpr const char* timeoutName = platform::exception_name::portTimeout;
+constexpr const char* timeoutName = qf::exception_name::portTimeout;
 constexpr std::string_view caughtFormat = "Exception in %s. %@ - %@.";
-constexpr const char* uncaughtName = platform::exception_name::generic;
-constexpr const char* unknownReason = "An exception that tells no reason";
+constexpr const char* uncaughtName = qf::exception_name::generic;
 
 std::atomic<std::terminate_handler> formerHandler{nullptr};
 
-platform::Exception described(const std::exception_ptr& exception) {
+qf::Exception described(const std::exception_ptr& exception) {
     try {
         std::rethrow_exception(exception);
-    } catch (const platform::Exception& raised) {
+    } catch (const qf::Exception& raised) {
         return raised;
     } catch (const std::exception& raised) {
         return {uncaughtName, raised.what()};
     } catch (...) {
-        return {uncaughtName, unknownReason};
+        return {uncaughtName, QFException::unknownReason};
     }
 }
 
@@ -33,7 +32,7 @@ platform::Exception described(const std::exception_ptr& exception) {
     thread_local bool entered = false;
     if (const auto exception = std::current_exception(); exception && !entered) {
         entered = true;
-        uncaughtExceptionHandler(described(exception));
+        qf::uncaughtExceptionHandler(described(exception));
     }
     if (const auto former = formerHandler.load(); former != nullptr) {
         former();
@@ -43,23 +42,22 @@ platform::Exception described(const std::exception_ptr& exception) {
 
 } // namespace
 
-std::string QFException::logException(const platform::Exception& exception,
-                                      std::string_view forMethod) {
-    auto text = platform::format(caughtFormat, forMethod, exception.name(), exception.reason());
+std::string QFException::logException(const qf::Exception& exception, std::string_view forMethod) {
+    auto text = qf::format(caughtFormat, forMethod, exception.name(), exception.reason());
     QFLog::appendLogAndPrint(text);
     return text;
 }
 
-bool QFException::didTimeout(const platform::Exception& exception) {
+bool QFException::didTimeout(const qf::Exception& exception) {
     return exception.name() == timeoutName;
 }
 
-void uncaughtExceptionHandler(const platform::Exception& exception) {
+void qf::uncaughtExceptionHandler(const qf::Exception& exception) {
     QFLog::appendLogAndPrint(exception.reason());
     QFLog::finishWriting();
 }
 
-void setUncaughtExceptionHandler() {
+void qf::setUncaughtExceptionHandler() {
     formerHandler = std::get_terminate();
     std::set_terminate(terminateHandler);
 }

@@ -25,7 +25,7 @@ QFLog& QFLog::sharedController() {
     static QFLog& shared = []() -> QFLog& {
         allocWithZone(nullptr);
         allocated->setWriteQueue(&allocated->ownQueue_);
-        setUncaughtExceptionHandler();
+        qf::setUncaughtExceptionHandler();
         allocated->observeCopies();
         return *allocated;
     }();
@@ -47,7 +47,7 @@ void QFLog::observeTermination() {
     if (observesTermination_.load(std::memory_order_relaxed)) {
         return;
     }
-    auto* application = platform::installedService<platform::Application>();
+    auto* application = qf::installedService<qf::Application>();
     if (application != nullptr && !observesTermination_.exchange(true)) {
         terminationObserver_ = application->addTerminationObserver([] { willTerminate(); });
     }
@@ -55,7 +55,7 @@ void QFLog::observeTermination() {
 
 /// A forked process has no writing thread; the original writes the queued entries.
 void QFLog::observeCopies() {
-    auto* copies = platform::installedService<platform::ProcessCopies>();
+    auto* copies = qf::installedService<qf::ProcessCopies>();
     if (copies == nullptr) {
         return;
     }
@@ -85,7 +85,7 @@ void QFLog::observeCopies() {
 
 void QFLog::willTerminate() {
     auto& log = sharedController();
-    auto* application = platform::installedService<platform::Application>();
+    auto* application = qf::installedService<qf::Application>();
     if (application != nullptr) {
         application->removeTerminationObserver(log.terminationObserver_);
     }
@@ -112,8 +112,8 @@ std::string QFLog::appName() const {
             return *appName_;
         }
     }
-    const auto path = platform::service<platform::SystemInformation>().executablePath();
-    return platform::path::deletingExtension(platform::path::lastComponent(path.value_or("")));
+    const auto path = qf::service<qf::SystemInformation>().executablePath();
+    return qf::path::deletingExtension(qf::path::lastComponent(path.value_or("")));
 }
 
 void QFLog::setAppName(std::optional<std::string> name) {
@@ -121,17 +121,17 @@ void QFLog::setAppName(std::optional<std::string> name) {
     appName_ = std::move(name);
 }
 
-std::shared_ptr<platform::LogFile> QFLog::fileHandle() const {
+std::shared_ptr<qf::LogFile> QFLog::fileHandle() const {
     const std::lock_guard lock(mutex_);
     return fileHandle_;
 }
 
-void QFLog::setFileHandle(std::shared_ptr<platform::LogFile> file) {
+void QFLog::setFileHandle(std::shared_ptr<qf::LogFile> file) {
     const std::lock_guard lock(mutex_);
     fileHandle_.swap(file);
 }
 
-void QFLog::setWriteQueue(platform::OperationQueue* queue) {
+void QFLog::setWriteQueue(qf::OperationQueue* queue) {
     if (queue != nullptr) {
         queue->completeWith([this] { confirmEntries(); });
     }
@@ -143,14 +143,14 @@ void QFLog::print(std::string_view format, FormatArguments arguments) const noex
         return;
     }
     try {
-        if (auto* console = platform::installedService<platform::Console>()) {
-            console->print(platform::format(format, arguments));
+        if (auto* console = qf::installedService<qf::Console>()) {
+            console->print(qf::format(format, arguments));
         }
     } catch (const std::exception&) {
         return; // nobody is left to report to
     }
 }
 
-platform::Date QFLog::now() {
-    return platform::now();
+qf::Date QFLog::now() {
+    return qf::now();
 }

@@ -6,6 +6,7 @@
 #include "platform/foundation/OperationQueue.h"
 
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <initializer_list>
 #include <memory>
@@ -27,7 +28,7 @@
 /// Failures are never reported to a caller: they are printed on standard output, and only while
 /// printing is allowed and logging is not disabled. Any thread may call every member.
 ///
-/// A forked process (platform::ProcessCopies) continues to log into the same file; entries queued
+/// A forked process (qf::ProcessCopies) continues to log into the same file; entries queued
 /// before the fork are written only by the original.
 ///
 /// Several processes may share a log. Each goes on in the file that one of them starts; none loses
@@ -37,14 +38,25 @@
 /// to. Those that went to a file that was deleted meanwhile are written once more, or said to be
 /// lost, before anybody who waits for them is told that they are written.
 ///
-/// platform::Application defines the main thread and when the application terminates. In a program
+/// qf::Application defines the main thread and when the application terminates. In a program
 /// without one, every thread counts as a worker: short messages are in the file when their call
 /// returns, and the program calls finishWriting() or willTerminate() before it ends if the others
 /// are to be written too.
 class QFLog {
 public:
-    /// A format for platform::format(), after escapeTextForLogging(); null logs nothing.
-    using Format = std::optional<std::string_view>;
+    /// A format for qf::format(), after escapeTextForLogging(). No value, or a null pointer, logs
+    /// nothing.
+    class Format : public std::optional<std::string_view> {
+    public:
+        using std::optional<std::string_view>::optional;
+        /// Holds a text, unless it is null.
+        Format(std::nullptr_t) {}
+        Format(const char* text) {
+            if (text != nullptr) {
+                emplace(text);
+            }
+        }
+    };
 
     /// Whether the log itself keeps silent on standard output.
     enum class NoPrinting { no, yes };
@@ -63,10 +75,10 @@ public:
     /// the fifth is deleted. The first entries name the date, the program and the machine.
     ///
     /// `applicationName` names the files unless they have a name already; without either the name
-    /// is the executable's, or "Unknown". When the user's preference "disable-logging" of
-    /// "com.quillfen.global" is the string "1", or a number or boolean equal to one, logging is
-    /// disabled for the rest of the process. While one call moves and creates files, other calls
-    /// wait, in this process and in others.
+    /// is the executable's, or "Unknown". It must not contain "/". When the user's preference
+    /// "disable-logging" of "com.quillfen.global" is the string "1", or a number or boolean equal
+    /// to one, logging is disabled for the rest of the process. While one call moves and creates
+    /// files, other calls wait, in this process and in others.
     ///
     /// Prints "Logging is disabled", "Unable to create folder %s.", "Unable to move file %s to %s."
     /// (the older logs then remain half moved, and no log is started) or "Unable to create log file
@@ -76,24 +88,24 @@ public:
     static void createNewLog(const std::optional<std::string>& applicationName,
                              NoPrinting noPrinting);
 
-    /// Returns the existing log files in the user's directory, newest first.
+    /// Returns the existing files of this log, up to five, in the user's directory, newest first.
     static std::vector<std::string> availableLogs();
 
     /// Ends logging: writes the queued operations if they are 10 or fewer, otherwise drops them,
-    /// and closes the file. Later entries are lost.
+    /// and closes the file. Later entries are lost without a message.
     static void willTerminate();
 
     /// Logs a message. A message of 1 to 99 characters from a thread other than the main thread is
     /// in the file when the call returns, provided that 99 characters or fewer wait to be written.
     template <class... Arguments>
     static void appendLog(Format format, const Arguments&... arguments) {
-        append(format, {platform::FormatArgument(arguments)...});
+        append(format, {qf::FormatArgument(arguments)...});
     }
 
     /// Logs a message and never waits.
     template <class... Arguments>
     static void fastAppendLog(Format format, const Arguments&... arguments) {
-        fastAppend(format, {platform::FormatArgument(arguments)...});
+        fastAppend(format, {qf::FormatArgument(arguments)...});
     }
 
     /// Logs a message as appendLog() does and prints it, with a line end, on standard output. The
@@ -101,14 +113,14 @@ public:
     /// "%@" and zero and shows every "%" doubled; both are intended.
     template <class... Arguments>
     static void appendLogAndPrint(Format format, const Arguments&... arguments) {
-        appendAndPrint(format, {platform::FormatArgument(arguments)...});
+        appendAndPrint(format, {qf::FormatArgument(arguments)...});
     }
 
     /// Logs a message as appendLog() does. The formatted text is formatted once more, with itself
     /// as the only argument.
     template <class... Arguments>
     static void appendLogAndDebugPrint(Format format, const Arguments&... arguments) {
-        appendAndDebugPrint(format, {platform::FormatArgument(arguments)...});
+        appendAndDebugPrint(format, {qf::FormatArgument(arguments)...});
     }
 
     /// Does nothing at all.
@@ -138,8 +150,8 @@ public:
     void setAppName(std::optional<std::string> name);
 
     /// The open log file, or null.
-    std::shared_ptr<platform::LogFile> fileHandle() const;
-    void setFileHandle(std::shared_ptr<platform::LogFile> file);
+    std::shared_ptr<qf::LogFile> fileHandle() const;
+    void setFileHandle(std::shared_ptr<qf::LogFile> file);
 
     /// How many bytes this process has written into the current log.
     std::uint64_t bytesWritten() const { return bytesWritten_; }
@@ -147,8 +159,8 @@ public:
 
     /// The queue of entries to be written, or null. A queue that is set lives as long as the
     /// process.
-    platform::OperationQueue* writeQueue() const { return writeQueue_; }
-    void setWriteQueue(platform::OperationQueue* queue);
+    qf::OperationQueue* writeQueue() const { return writeQueue_; }
+    void setWriteQueue(qf::OperationQueue* queue);
 
     /// The approximate number of characters that wait to be written. An entry that could not be
     /// written because of an exception remains counted.
@@ -177,7 +189,7 @@ public:
     void dealloc();
 
 private:
-    using FormatArguments = std::initializer_list<platform::FormatArgument>;
+    using FormatArguments = std::initializer_list<qf::FormatArgument>;
 
     QFLog() = default;
     ~QFLog() = default;
@@ -188,22 +200,22 @@ private:
     static void appendAndDebugPrint(Format format, FormatArguments arguments);
     std::optional<std::string> message(Format format, FormatArguments arguments) const;
     void print(std::string_view format, FormatArguments arguments) const noexcept;
-    static platform::Date now();
+    static qf::Date now();
 
     void observeTermination();
     void observeCopies();
 
     enum class Started { no, byThisCall, byAnother };
     Started startLog(const std::optional<std::string>& applicationName, NoPrinting noPrinting,
-                     const std::shared_ptr<platform::LogFile>& full);
+                     const std::shared_ptr<qf::LogFile>& full);
     void nameLog(const std::optional<std::string>& applicationName);
-    Started makeLog(platform::LogFile* full);
+    Started makeLog(qf::LogFile* full);
     bool rotate(const std::string& directory, const std::string& name,
                 const std::string& current) const;
     static void writeHeader();
 
     struct Unconfirmed;
-    using File = std::shared_ptr<platform::LogFile>;
+    using File = std::shared_ptr<qf::LogFile>;
 
     static Unconfirmed& unconfirmed();
     void writeEntry(std::string_view text);
@@ -215,21 +227,21 @@ private:
     void startOver();
 
     // Read by callers and rarely changed.
-    std::atomic<platform::OperationQueue*> writeQueue_{nullptr};
+    std::atomic<qf::OperationQueue*> writeQueue_{nullptr};
     std::atomic<int> terminationObserver_{0};
     std::atomic<bool> observesTermination_{false};
     std::atomic<bool> loggingDisabled_{false};
     std::atomic<bool> noPrinting_{false};
     std::atomic<bool> startingOver_{false};
     std::optional<std::string> appName_;
-    platform::OperationQueue* copiedQueue_ = nullptr;
+    qf::OperationQueue* copiedQueue_ = nullptr;
 
     // Used by the write queue for each entry, on a cache line of its own.
     alignas(64) mutable std::mutex mutex_;
-    std::shared_ptr<platform::LogFile> fileHandle_;
+    std::shared_ptr<qf::LogFile> fileHandle_;
     std::atomic<std::uint64_t> bytesWritten_{0};
 
-    platform::OperationQueue ownQueue_;
+    qf::OperationQueue ownQueue_;
 
     // Changed by every caller and the write queue.
     alignas(64) std::atomic<std::uint64_t> bytesInQueue_{0};

@@ -30,22 +30,22 @@ constexpr const char* disableKey = "disable-logging";
 
 constexpr const char* unknownName = "Unknown";
 
-bool isOne(const platform::Value& value) {
+bool isOne(const qf::Value& value) {
     if (const auto* text = value.as<std::string>()) {
         return *text == "1";
     }
     if (const auto* real = value.as<double>()) {
         return *real == 1;
     }
-    return value == platform::Value(true) || value == platform::Value(1);
+    return value == qf::Value(true) || value == qf::Value(1);
 }
 
 bool isDisabledByUser() {
-    const auto directory = QFLocalPaths::prefsDirectory(Domain::user);
+    const auto directory = QFLocalPaths::prefsDirectory(qf::Domain::user);
     if (!directory) {
         return false;
     }
-    auto& propertyLists = platform::service<platform::PropertyLists>();
+    auto& propertyLists = qf::service<qf::PropertyLists>();
     return isOne(propertyLists.read(*directory + std::string(preferencesFile))[disableKey]);
 }
 
@@ -70,8 +70,7 @@ void QFLog::createNewLog(const std::optional<std::string>& applicationName, NoPr
 
 /// Starts a log, unless `full` is set and another process or thread has replaced that file already.
 QFLog::Started QFLog::startLog(const std::optional<std::string>& applicationName,
-                               NoPrinting noPrinting,
-                               const std::shared_ptr<platform::LogFile>& full) {
+                               NoPrinting noPrinting, const std::shared_ptr<qf::LogFile>& full) {
     auto started = Started::no;
     try {
         setNoPrinting(noPrinting == NoPrinting::yes);
@@ -97,20 +96,20 @@ QFLog::Started QFLog::startLog(const std::optional<std::string>& applicationName
 }
 
 /// Writes no entry: the write queue may wait for the lock.
-QFLog::Started QFLog::makeLog(platform::LogFile* full) {
+QFLog::Started QFLog::makeLog(qf::LogFile* full) {
     const auto name = appName();
-    const auto directory = log_location::userDirectory();
-    const auto current = log_location::currentLog(name);
-    auto& files = platform::service<platform::LogFiles>();
+    const auto directory = qf::log_location::userDirectory();
+    const auto current = qf::log_location::currentLog(name);
+    auto& files = qf::service<qf::LogFiles>();
     if (!directory || !current ||
         (!files.exists(*directory) && !files.createDirectory(*directory))) {
         print(directoryMessage,
-              {directory ? std::optional(platform::text::printable(*directory)) : directory});
+              {directory ? std::optional(qf::text::printable(*directory)) : directory});
         return Started::no;
     }
-    const auto lock = files.lock({*directory, platform::path::deletingLastComponent(*current)});
+    const auto lock = files.lock({*directory, qf::path::deletingLastComponent(*current)});
     if (lock == nullptr) {
-        print(createMessage, {platform::text::printable(*current), lockedReason});
+        print(createMessage, {qf::text::printable(*current), lockedReason});
         return Started::no;
     }
     if (full != nullptr && !full->isInPlace()) {
@@ -121,8 +120,7 @@ QFLog::Started QFLog::makeLog(platform::LogFile* full) {
         return Started::no;
     }
     if (const auto created = files.createEmptyFile(*current); !created) {
-        print(createMessage,
-              {platform::text::printable(*current), created.error().localizedDescription});
+        print(createMessage, {qf::text::printable(*current), created.error().localizedDescription});
         return Started::no;
     }
     const auto file = files.open(*current);
@@ -146,8 +144,8 @@ void QFLog::nameLog(const std::optional<std::string>& applicationName) {
 /// Makes room for a new log at `current`; returns false if a file could not be moved.
 bool QFLog::rotate(const std::string& directory, const std::string& name,
                    const std::string& current) const {
-    using namespace log_location;
-    auto& files = platform::service<platform::LogFiles>();
+    using namespace qf::log_location;
+    auto& files = qf::service<qf::LogFiles>();
     const auto last = numberedLog(directory, name, oldest);
     if (files.exists(last)) {
         static_cast<void>(files.removeLog(last)); // the move to its path fails if it remains
@@ -157,7 +155,7 @@ bool QFLog::rotate(const std::string& directory, const std::string& name,
         const auto to = numberedLog(directory, name, number + 1);
         if (files.exists(from) &&
             !(from == current ? files.setAside(from, to) : files.renameLog(from, to))) {
-            print(moveMessage, {platform::text::printable(from), platform::text::printable(to)});
+            print(moveMessage, {qf::text::printable(from), qf::text::printable(to)});
             return false;
         }
     }
@@ -165,8 +163,8 @@ bool QFLog::rotate(const std::string& directory, const std::string& name,
 }
 
 void QFLog::writeHeader() {
-    auto& system = platform::service<platform::SystemInformation>();
-    fastAppendLog(startedHeader, platform::description(now()));
+    auto& system = qf::service<qf::SystemInformation>();
+    fastAppendLog(startedHeader, qf::description(now()));
     if (const auto version = system.bundleVersion()) {
         fastAppendLog(versionHeader, *version);
     }
@@ -180,14 +178,14 @@ void QFLog::writeHeader() {
 
 std::vector<std::string> QFLog::availableLogs() {
     std::vector<std::string> logs;
-    const auto directory = log_location::userDirectory();
+    const auto directory = qf::log_location::userDirectory();
     if (!directory) {
         return logs;
     }
     const auto name = sharedController().appName();
-    for (int number = log_location::newest; number <= log_location::oldest; ++number) {
-        auto path = log_location::numberedLog(*directory, name, number);
-        if (platform::service<platform::LogFiles>().exists(path)) {
+    for (int number = qf::log_location::newest; number <= qf::log_location::oldest; ++number) {
+        auto path = qf::log_location::numberedLog(*directory, name, number);
+        if (qf::service<qf::LogFiles>().exists(path)) {
             logs.push_back(std::move(path));
         }
     }

@@ -83,11 +83,11 @@ std::string replacingAll(std::string_view text, const Replacements& replacements
 }
 
 /// An entry as it is in the file. The write queue spends its time here and in the write.
-std::string entryOf(platform::Date date, std::string_view message) {
+std::string entryOf(qf::Date date, std::string_view message) {
     constexpr std::size_t mostAroundMessage = 40;
     std::string entry;
     entry.reserve(message.size() + mostAroundMessage);
-    platform::appendDescription(entry, date);
+    qf::appendDescription(entry, date);
     return entry.append(afterDate).append(message).append(afterMessage);
 }
 
@@ -98,7 +98,7 @@ std::string_view messageOf(std::string_view entry) {
 }
 
 bool isMainThread() {
-    auto* application = platform::installedService<platform::Application>();
+    auto* application = qf::installedService<qf::Application>();
     return application != nullptr && application->isMainThread();
 }
 
@@ -122,7 +122,7 @@ std::optional<std::string> QFLog::message(Format format, FormatArguments argumen
     if (!format || loggingDisabled()) {
         return {};
     }
-    return platform::format(escapeTextForLogging(*format), arguments);
+    return qf::format(escapeTextForLogging(*format), arguments);
 }
 
 void QFLog::append(Format format, FormatArguments arguments) {
@@ -132,7 +132,7 @@ void QFLog::append(Format format, FormatArguments arguments) {
         if (!text) {
             return;
         }
-        const auto length = platform::text::utf16Length(*text);
+        const auto length = qf::text::utf16Length(*text);
         log.appendTextToLog(std::move(*text));
         if (!isMainThread() && length > 0 && length <= mostCharactersToWaitFor &&
             log.bytesInQueue() <= mostCharactersToWaitFor) {
@@ -157,9 +157,9 @@ void QFLog::appendAndPrint(Format format, FormatArguments arguments) {
         if (!text) {
             return;
         }
-        const auto trimmed = platform::text::trimmed(*text);
+        const auto trimmed = qf::text::trimmed(*text);
         appendLog(trimmed);
-        const auto shown = platform::text::validUtf8(std::string(trimmed));
+        const auto shown = qf::text::validUtf8(std::string(trimmed));
         log.print(consoleFormat, {replacingAll(shown, consoleReplacements)});
     });
 }
@@ -167,22 +167,22 @@ void QFLog::appendAndPrint(Format format, FormatArguments arguments) {
 void QFLog::appendAndDebugPrint(Format format, FormatArguments arguments) {
     quietly([&] {
         if (const auto text = sharedController().message(format, arguments)) {
-            const auto trimmed = platform::text::trimmed(*text);
+            const auto trimmed = qf::text::trimmed(*text);
             appendLog(trimmed, trimmed);
         }
     });
 }
 
 void QFLog::appendTextToLog(std::string text) {
-    if (const auto trimmed = platform::text::trimmed(text); trimmed.size() < text.size()) {
+    if (const auto trimmed = qf::text::trimmed(text); trimmed.size() < text.size()) {
         text = std::string(trimmed);
     }
-    auto entry = platform::text::validUtf8(std::move(text));
+    auto entry = qf::text::validUtf8(std::move(text));
     auto* queue = writeQueue();
     if (entry.empty()) {
         return;
     }
-    bytesInQueue_ += platform::text::utf16Length(entry);
+    bytesInQueue_ += qf::text::utf16Length(entry);
     if (queue != nullptr) {
         queue->addOperation([this, entry = std::move(entry)] { appendLogOnThread(entry); });
     }
@@ -257,7 +257,7 @@ void QFLog::writeEntry(std::string_view text) {
     if (write(entryOf(now(), text)) && bytesWritten() >= sizeLimit) {
         startOver();
     }
-    bytesInQueue_ -= platform::text::utf16Length(text);
+    bytesInQueue_ -= qf::text::utf16Length(text);
 }
 
 /// False, and said so, when there is no log to write to.
@@ -298,13 +298,13 @@ QFLog::File QFLog::append(std::string_view entry) {
 
 /// Opens the current log and writes into it, while nobody starts another one.
 QFLog::File QFLog::appendToFreshFile(std::string_view entry) {
-    const auto path = log_location::currentLog(appName());
+    const auto path = qf::log_location::currentLog(appName());
     if (!path) {
         return nullptr;
     }
-    auto& files = platform::service<platform::LogFiles>();
+    auto& files = qf::service<qf::LogFiles>();
     // If the lock cannot be had, because its holder hangs, the entry is written all the same.
-    const auto lock = files.lock({platform::path::deletingLastComponent(*path)});
+    const auto lock = files.lock({qf::path::deletingLastComponent(*path)});
     auto file = files.open(*path);
     setFileHandle(file);
     if (file) {

@@ -10,8 +10,8 @@
 #include <string_view>
 #include <utility>
 
-using platform::DirectoryKind;
-using platform::DomainMask;
+using qf::DirectoryKind;
+using qf::DomainMask;
 
 namespace {
 
@@ -30,74 +30,73 @@ std::string underHomeOfProcess(std::string_view directory) {
     if (directory.starts_with(privateSuperuserHome)) {
         directory.remove_prefix(privateSuperuserHomeCut);
     }
-    return platform::path::appending(QFLocalPaths::userDirectory(), directory);
+    return qf::path::appending(QFLocalPaths::userDirectory(), directory);
 }
 
-std::optional<std::string> directory(DirectoryKind kind, Domain domain) {
-    return QFLocalPaths::pathForDirectory(kind, domain == Domain::user ? DomainMask::user
-                                                                       : DomainMask::local);
+std::optional<std::string> directory(DirectoryKind kind, qf::Domain domain) {
+    return QFLocalPaths::pathForDirectory(kind, domain == qf::Domain::user ? DomainMask::user
+                                                                           : DomainMask::local);
 }
 
-std::optional<std::string> inLibrary(Domain domain, std::string_view name) {
+std::optional<std::string> inLibrary(qf::Domain domain, std::string_view name) {
     const auto library = QFLocalPaths::libraryDirectory(domain);
     if (!library) {
         return std::nullopt;
     }
-    return platform::path::appending(*library, name);
+    return qf::path::appending(*library, name);
 }
 
 } // namespace
 
 std::optional<std::string> QFLocalPaths::pathForDirectory(DirectoryKind kind, DomainMask domain) {
-    auto directories = platform::service<platform::SearchPaths>().directories(kind, domain);
+    auto directories = qf::service<qf::SearchPaths>().directories(kind, domain);
     if (directories.empty()) {
         return std::nullopt;
     }
-    if (domain == DomainMask::user &&
-        platform::service<platform::UserAccount>().realUserId() == superuserId) {
+    if (domain == DomainMask::user && qf::service<qf::UserAccount>().realUserId() == superuserId) {
         return underHomeOfProcess(directories.front());
     }
     return std::move(directories.front());
 }
 
-std::optional<std::string> QFLocalPaths::applicationDirectory(Domain domain) {
+std::optional<std::string> QFLocalPaths::applicationDirectory(qf::Domain domain) {
     return directory(DirectoryKind::application, domain);
 }
 
-std::optional<std::string> QFLocalPaths::adminApplicationDirectory(Domain domain) {
+std::optional<std::string> QFLocalPaths::adminApplicationDirectory(qf::Domain domain) {
     return directory(DirectoryKind::adminApplication, domain);
 }
 
-std::optional<std::string> QFLocalPaths::documentDirectory(Domain domain) {
+std::optional<std::string> QFLocalPaths::documentDirectory(qf::Domain domain) {
     return directory(DirectoryKind::document, domain);
 }
 
-std::optional<std::string> QFLocalPaths::libraryDirectory(Domain domain) {
+std::optional<std::string> QFLocalPaths::libraryDirectory(qf::Domain domain) {
     return directory(DirectoryKind::library, domain);
 }
 
-std::optional<std::string> QFLocalPaths::prefsDirectory(Domain domain) {
+std::optional<std::string> QFLocalPaths::prefsDirectory(qf::Domain domain) {
     return inLibrary(domain, "Preferences");
 }
 
-std::optional<std::string> QFLocalPaths::cacheDirectory(Domain domain) {
+std::optional<std::string> QFLocalPaths::cacheDirectory(qf::Domain domain) {
     return directory(DirectoryKind::caches, domain);
 }
 
-std::optional<std::string> QFLocalPaths::appSupportDirectory(Domain domain) {
+std::optional<std::string> QFLocalPaths::appSupportDirectory(qf::Domain domain) {
     return directory(DirectoryKind::applicationSupport, domain);
 }
 
-std::optional<std::string> QFLocalPaths::logDirectory(Domain domain) {
+std::optional<std::string> QFLocalPaths::logDirectory(qf::Domain domain) {
     return inLibrary(domain, "Logs");
 }
 
 std::optional<std::string> QFLocalPaths::movieDirectory() {
-    return directory(DirectoryKind::movies, Domain::user);
+    return directory(DirectoryKind::movies, qf::Domain::user);
 }
 
 std::optional<std::string> QFLocalPaths::desktopDirectory() {
-    return directory(DirectoryKind::desktop, Domain::user);
+    return directory(DirectoryKind::desktop, qf::Domain::user);
 }
 
 std::optional<std::string> QFLocalPaths::systemLibraryDirectory() {
@@ -105,36 +104,35 @@ std::optional<std::string> QFLocalPaths::systemLibraryDirectory() {
 }
 
 std::optional<std::string> QFLocalPaths::localDocumentationDirectory() {
-    return directory(DirectoryKind::documentation, Domain::local);
+    return directory(DirectoryKind::documentation, qf::Domain::local);
 }
 
 std::string QFLocalPaths::userDirectory() {
-    return platform::service<platform::UserAccount>().homeDirectory();
+    return qf::service<qf::UserAccount>().homeDirectory();
 }
 
 std::string QFLocalPaths::username() {
-    return platform::service<platform::UserAccount>().loginName();
+    return qf::service<qf::UserAccount>().loginName();
 }
 
 std::string QFLocalPaths::trashDirectory() {
-    return platform::path::appending(userDirectory(), ".Trash");
+    return qf::path::appending(userDirectory(), ".Trash");
 }
 
 std::optional<std::string> QFLocalPaths::darwinCacheDirectory() {
-    return platform::service<platform::UserAccount>().cacheDirectory();
+    return qf::service<qf::UserAccount>().cacheDirectory();
 }
 
 std::string QFLocalPaths::tempDirectory() {
-    return platform::service<platform::UserAccount>().temporaryDirectory();
+    return qf::service<qf::UserAccount>().temporaryDirectory();
 }
 
 std::string QFLocalPaths::tempFile() {
-    return platform::path::appending(tempDirectory(),
-                                     uuid() + randomString(temporaryNameSuffixLength));
+    return qf::path::appending(tempDirectory(), uuid() + randomString(temporaryNameSuffixLength));
 }
 
 std::string QFLocalPaths::uuid() {
-    return platform::service<platform::SystemInformation>().globallyUniqueString();
+    return qf::service<qf::SystemInformation>().globallyUniqueString();
 }
 
 std::string QFLocalPaths::randomString(std::size_t length) {

@@ -6,12 +6,16 @@
 #include <optional>
 #include <string>
 
+namespace qf {
+
 /// The owner of the directories: the machine, under the root directory, or the user, under home.
 enum class Domain { local, user };
 
 /// Whether only the protected directories themselves match, or also everything beneath the
 /// operating system's own trees.
 enum class ExactMatch { no, yes };
+
+} // namespace qf
 
 /// The standard locations of this machine, and the rules for trailing slashes.
 ///
@@ -30,19 +34,19 @@ public:
     /// characters if the path begins with "/private/var/root", and the rest is appended to
     /// userDirectory(). 16 is one less than the length of that prefix, on purpose:
     /// "/private/var/root/Library" becomes "t/Library".
-    static std::optional<std::string> pathForDirectory(platform::DirectoryKind kind,
-                                                       platform::DomainMask domain);
+    static std::optional<std::string> pathForDirectory(qf::DirectoryKind kind,
+                                                       qf::DomainMask domain);
 
     /// Return a domain's directories for applications, administrators' tools, documents,
     /// application data ("Library") and, inside that, preferences, caches, support files and logs.
-    static std::optional<std::string> applicationDirectory(Domain domain);
-    static std::optional<std::string> adminApplicationDirectory(Domain domain);
-    static std::optional<std::string> documentDirectory(Domain domain);
-    static std::optional<std::string> libraryDirectory(Domain domain);
-    static std::optional<std::string> prefsDirectory(Domain domain);
-    static std::optional<std::string> cacheDirectory(Domain domain);
-    static std::optional<std::string> appSupportDirectory(Domain domain);
-    static std::optional<std::string> logDirectory(Domain domain);
+    static std::optional<std::string> applicationDirectory(qf::Domain domain);
+    static std::optional<std::string> adminApplicationDirectory(qf::Domain domain);
+    static std::optional<std::string> documentDirectory(qf::Domain domain);
+    static std::optional<std::string> libraryDirectory(qf::Domain domain);
+    static std::optional<std::string> prefsDirectory(qf::Domain domain);
+    static std::optional<std::string> cacheDirectory(qf::Domain domain);
+    static std::optional<std::string> appSupportDirectory(qf::Domain domain);
+    static std::optional<std::string> logDirectory(qf::Domain domain);
 
     /// Return the user's own.
     static std::optional<std::string> movieDirectory();
@@ -97,7 +101,7 @@ public:
     /// slash and the character before it first, so that, on purpose, a directory written with a
     /// trailing slash does not match the protected one. A missing path is not protected.
     static bool isPathSystemDirectory(const std::optional<std::string>& path,
-                                      ExactMatch exactMatch);
+                                      qf::ExactMatch exactMatch);
 
     /// Does the same with ExactMatch::no.
     static bool isPathSystemDirectory(const std::optional<std::string>& path);

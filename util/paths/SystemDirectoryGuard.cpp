@@ -22,20 +22,20 @@ constexpr std::string_view backupStore = "Backups.backupdb";
 bool isStandardDirectory(const std::string& path) {
     using Paths = QFLocalPaths;
     const std::array standardDirectories{
-        Paths::applicationDirectory(Domain::user),
-        Paths::applicationDirectory(Domain::local),
-        Paths::adminApplicationDirectory(Domain::user),
-        Paths::adminApplicationDirectory(Domain::local),
-        Paths::documentDirectory(Domain::user),
-        Paths::documentDirectory(Domain::local),
-        Paths::libraryDirectory(Domain::user),
-        Paths::libraryDirectory(Domain::local),
-        Paths::prefsDirectory(Domain::user),
-        Paths::prefsDirectory(Domain::local),
-        Paths::cacheDirectory(Domain::user),
-        Paths::cacheDirectory(Domain::local),
-        Paths::appSupportDirectory(Domain::user),
-        Paths::appSupportDirectory(Domain::local),
+        Paths::applicationDirectory(qf::Domain::user),
+        Paths::applicationDirectory(qf::Domain::local),
+        Paths::adminApplicationDirectory(qf::Domain::user),
+        Paths::adminApplicationDirectory(qf::Domain::local),
+        Paths::documentDirectory(qf::Domain::user),
+        Paths::documentDirectory(qf::Domain::local),
+        Paths::libraryDirectory(qf::Domain::user),
+        Paths::libraryDirectory(qf::Domain::local),
+        Paths::prefsDirectory(qf::Domain::user),
+        Paths::prefsDirectory(qf::Domain::local),
+        Paths::cacheDirectory(qf::Domain::user),
+        Paths::cacheDirectory(qf::Domain::local),
+        Paths::appSupportDirectory(qf::Domain::user),
+        Paths::appSupportDirectory(qf::Domain::local),
         Paths::desktopDirectory(),
         std::optional(Paths::userDirectory()),
         Paths::systemLibraryDirectory(),
@@ -53,7 +53,7 @@ bool isInProtectedTree(std::string_view path) {
 // Returns the path without its last two UTF-16 units: its trailing slash and the unit before it. If
 // that unit is half of a character, part of the character's bytes remains, and matches nothing.
 std::string withoutLastTwoCharacters(std::string path, std::size_t length) {
-    while (platform::text::utf16Length(path) > length - 2) {
+    while (qf::text::utf16Length(path) > length - 2) {
         path.pop_back();
     }
     return path;
@@ -62,11 +62,11 @@ std::string withoutLastTwoCharacters(std::string path, std::size_t length) {
 } // namespace
 
 bool QFLocalPaths::isPathSystemDirectory(const std::optional<std::string>& path,
-                                         ExactMatch exactMatch) {
+                                         qf::ExactMatch exactMatch) {
     if (path == "/") {
         return true;
     }
-    const std::size_t length = path ? platform::text::utf16Length(*path) : 0;
+    const std::size_t length = path ? qf::text::utf16Length(*path) : 0;
     if (length < 3) {
         return false;
     }
@@ -76,17 +76,17 @@ bool QFLocalPaths::isPathSystemDirectory(const std::optional<std::string>& path,
         std::ranges::find(protectedDirectories, compared) != protectedDirectories.end()) {
         return true;
     }
-    return exactMatch == ExactMatch::no && isInProtectedTree(compared);
+    return exactMatch == qf::ExactMatch::no && isInProtectedTree(compared);
 }
 
 bool QFLocalPaths::isPathSystemDirectory(const std::optional<std::string>& path) {
-    return isPathSystemDirectory(path, ExactMatch::no);
+    return isPathSystemDirectory(path, qf::ExactMatch::no);
 }
 
 bool QFLocalPaths::isPathOnTimeMachineVolume(const std::optional<std::string>& path) {
     if (!path || !path->starts_with(volumesPrefix)) {
         return false;
     }
-    const auto components = platform::path::components(*path);
+    const auto components = qf::path::components(*path);
     return std::ranges::find(components, backupStore) != components.end();
 }

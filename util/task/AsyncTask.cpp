@@ -9,9 +9,9 @@
 #include <utility>
 #include <vector>
 
-using platform::ChildStream;
-using platform::Data;
-using platform::Value;
+using qf::ChildStream;
+using qf::Data;
+using qf::Value;
 
 namespace {
 
@@ -24,7 +24,7 @@ constexpr const char* exceptionLine = "Exception: %@";
 constexpr const char* dataNotification = "QFAsyncTaskDataNotification";
 constexpr const char* fileHandleDataItem = "NSFileHandleNotificationDataItem";
 
-platform::Notification notificationOf(Data chunk) {
+qf::Notification notificationOf(Data chunk) {
     Value::Dictionary userInfo;
     userInfo.emplace(fileHandleDataItem, std::move(chunk));
     return {dataNotification, Value(), std::move(userInfo)};
@@ -43,42 +43,42 @@ QFTaskEx::~QFTaskEx() {
     }
 }
 
-void QFTaskEx::asyncDataFromTask(const std::string& path, const TaskArguments& arguments,
-                                 std::weak_ptr<platform::Delegate> delegate,
+void QFTaskEx::asyncDataFromTask(const std::string& path, const qf::TaskArguments& arguments,
+                                 std::weak_ptr<qf::Delegate> delegate,
                                  std::optional<std::string> selector, Value object) {
     asyncDataFromTask(path, arguments, std::move(delegate), std::move(selector), std::move(object),
                       Value());
 }
 
-void QFTaskEx::asyncDataFromTask(const std::string& path, const TaskArguments& arguments,
-                                 std::weak_ptr<platform::Delegate> delegate,
+void QFTaskEx::asyncDataFromTask(const std::string& path, const qf::TaskArguments& arguments,
+                                 std::weak_ptr<qf::Delegate> delegate,
                                  std::optional<std::string> selector, Value object,
                                  const Value& environment) {
-    platform::ProcessDescription description;
+    qf::ProcessDescription description;
     description.launchPath = path;
     description.arguments = arguments.list();
     description.environment = taskEnvironment(environment);
     description.standardOutput =
-        ChildStream::through(platform::service<platform::ProcessLauncher>().makePipe());
+        ChildStream::through(qf::service<qf::ProcessLauncher>().makePipe());
     description.standardError = ChildStream::nullDevice();
-    const auto child = std::make_shared<platform::Process>(std::move(description));
+    const auto child = std::make_shared<qf::Process>(std::move(description));
     prepareRun(child, {std::move(delegate), std::move(selector), std::move(object)});
-    platform::detachNewThread([runner = shared_from_this(), child] { runner->run(child); });
+    qf::detachNewThread([runner = shared_from_this(), child] { runner->run(child); });
 }
 
 /// The previous receiver is released after the lock: its object's destructor may call the runner.
-void QFTaskEx::prepareRun(const std::shared_ptr<platform::Process>& child, Receiver receiver) {
+void QFTaskEx::prepareRun(const std::shared_ptr<qf::Process>& child, Receiver receiver) {
     const std::lock_guard lock(mutex_);
     std::swap(receiver_, receiver);
     theTask_.set(child);
 }
 
-std::shared_ptr<platform::Delegate> QFTaskEx::delegate() const {
+std::shared_ptr<qf::Delegate> QFTaskEx::delegate() const {
     const std::lock_guard lock(mutex_);
     return receiver_.delegate.lock();
 }
 
-void QFTaskEx::setDelegate(std::weak_ptr<platform::Delegate> delegate) {
+void QFTaskEx::setDelegate(std::weak_ptr<qf::Delegate> delegate) {
     const std::lock_guard lock(mutex_);
     receiver_.delegate = std::move(delegate);
 }
@@ -109,47 +109,46 @@ void QFTaskEx::launchAsyncTask() {
 }
 
 /// A thread that begins after its run has ended takes no part in a run that was started meanwhile.
-void QFTaskEx::run(const std::shared_ptr<platform::Process>& child) {
+void QFTaskEx::run(const std::shared_ptr<qf::Process>& child) {
     try {
         if (child == nullptr || theTask() == nullptr) {
             QFLog::appendLogAndPrint(noTaskSet);
             return;
         }
-        if (!platform::service<platform::ProcessLauncher>().canLaunch(
-                child->description().launchPath)) {
+        if (!qf::service<qf::ProcessLauncher>().canLaunch(child->description().launchPath)) {
             QFLog::appendLog(notLaunchable);
             return;
         }
         launchUnlessTerminated(*child);
         const auto pipe = child->description().standardOutput.pipe();
         if (pipe == nullptr) {
-            throw platform::Exception(platform::exception_name::invalidArgument, noPipe);
+            throw qf::Exception(qf::exception_name::invalidArgument, noPipe);
         }
-        for (auto chunk = platform::availableData(*pipe); !chunk.bytes.empty();
-             chunk = platform::availableData(*pipe)) {
+        for (auto chunk = qf::availableData(*pipe); !chunk.bytes.empty();
+             chunk = qf::availableData(*pipe)) {
             returnData(child, notificationOf(std::move(chunk)));
         }
         returnData(child, notificationOf(Data()));
-    } catch (const platform::Exception& exception) {
+    } catch (const qf::Exception& exception) {
         QFLog::appendLogAndPrint(exceptionLine, exception.reason());
     }
 }
 
 /// A run terminated before its launch has a closed pipe and nothing to launch.
-void QFTaskEx::launchUnlessTerminated(platform::Process& child) {
+void QFTaskEx::launchUnlessTerminated(qf::Process& child) {
     const std::lock_guard lock(mutex_);
     if (theTask_.get().get() == &child) {
         child.launch();
     }
 }
 
-void QFTaskEx::asyncTaskReturnData(const platform::Notification& notification) {
+void QFTaskEx::asyncTaskReturnData(const qf::Notification& notification) {
     returnData(theTask(), notification);
 }
 
 /// The thread of a terminated run takes no part in the run that was started after it.
-void QFTaskEx::returnData(const std::shared_ptr<platform::Process>& child,
-                          const platform::Notification& notification) {
+void QFTaskEx::returnData(const std::shared_ptr<qf::Process>& child,
+                          const qf::Notification& notification) {
     const auto* item = notification.userInfo[fileHandleDataItem].as<Data>();
     const Data none;
     const Data& chunk = item != nullptr ? *item : none;
@@ -159,7 +158,7 @@ void QFTaskEx::returnData(const std::shared_ptr<platform::Process>& child,
     }
 }
 
-void QFTaskEx::deliver(const std::shared_ptr<platform::Process>& child, const Data& chunk) {
+void QFTaskEx::deliver(const std::shared_ptr<qf::Process>& child, const Data& chunk) {
     Receiver receiver;
     {
         const std::lock_guard lock(mutex_);
@@ -179,12 +178,11 @@ void QFTaskEx::deliver(const std::shared_ptr<platform::Process>& child, const Da
     if (!receiver.object.isNone()) {
         arguments.push_back(receiver.object);
     }
-    const auto taken = platform::argumentCount(*receiver.selector);
+    const auto taken = qf::argumentCount(*receiver.selector);
     if (arguments.size() > taken) {
-        throw platform::Exception(platform::exception_name::invalidArgument,
-                                  *receiver.selector + " takes " + std::to_string(taken) +
-                                      " arguments, " + std::to_string(arguments.size()) +
-                                      " were given");
+        throw qf::Exception(qf::exception_name::invalidArgument,
+                            *receiver.selector + " takes " + std::to_string(taken) +
+                                " arguments, " + std::to_string(arguments.size()) + " were given");
     }
     arguments.resize(taken);
     delegate->perform(*receiver.selector, arguments);
@@ -194,7 +192,7 @@ void QFTaskEx::terminateAsyncTask() {
     endRun(theTask());
 }
 
-void QFTaskEx::endRun(const std::shared_ptr<platform::Process>& child) {
+void QFTaskEx::endRun(const std::shared_ptr<qf::Process>& child) {
     Receiver forgotten; // Released after the lock: its destructor may call the runner.
     const std::lock_guard lock(mutex_);
     if (child == nullptr || theTask_.get() != child) {

@@ -11,12 +11,12 @@
 #include <new>
 #include <utility>
 
-using platform::ChildStream;
-using platform::Data;
-using platform::Process;
-using platform::ProcessDescription;
-using platform::TextEncoding;
-using platform::Value;
+using qf::ChildStream;
+using qf::Data;
+using qf::Process;
+using qf::ProcessDescription;
+using qf::TextEncoding;
+using qf::Value;
 
 namespace {
 
@@ -24,12 +24,12 @@ constexpr const char* notExecutable = "Error: %@ is not executable";
 constexpr const char* exceptionRunningTask = "Exception running task %@: %@";
 
 bool isTool(const std::string& path) {
-    return platform::service<platform::ProcessLauncher>().canLaunch(path) &&
-           !platform::service<platform::Workspace>().isFilePackage(path);
+    return qf::service<qf::ProcessLauncher>().canLaunch(path) &&
+           !qf::service<qf::Workspace>().isFilePackage(path);
 }
 
 /// Returns a child whose output is discarded.
-std::shared_ptr<Process> quietTask(const std::string& path, const TaskArguments& arguments) {
+std::shared_ptr<Process> quietTask(const std::string& path, const qf::TaskArguments& arguments) {
     ProcessDescription description;
     description.launchPath = path;
     description.arguments = arguments.list();
@@ -39,17 +39,17 @@ std::shared_ptr<Process> quietTask(const std::string& path, const TaskArguments&
 }
 
 /// Returns a child whose output goes where the flags say, and which never gets any input.
-std::shared_ptr<Process> collectedTask(const std::string& path, const TaskArguments& arguments,
-                                       const Value& environment, LogOutput logOutput,
-                                       LogError logError) {
+std::shared_ptr<Process> collectedTask(const std::string& path, const qf::TaskArguments& arguments,
+                                       const Value& environment, qf::LogOutput logOutput,
+                                       qf::LogError logError) {
     ProcessDescription description;
     description.launchPath = path;
     description.arguments = arguments.list();
     description.environment = taskEnvironment(environment);
-    const bool collectsOutput = logOutput == LogOutput::yes;
-    const bool collectsErrors = logError == LogError::yes;
-    auto pipes = platform::service<platform::ProcessLauncher>().makePipes(
-        1U + (collectsOutput ? 1U : 0U) + (collectsErrors ? 1U : 0U));
+    const bool collectsOutput = logOutput == qf::LogOutput::yes;
+    const bool collectsErrors = logError == qf::LogError::yes;
+    auto pipes = qf::service<qf::ProcessLauncher>().makePipes(1U + (collectsOutput ? 1U : 0U) +
+                                                              (collectsErrors ? 1U : 0U));
     description.standardInput = ChildStream::through(pipes.front());
     description.standardOutput =
         collectsOutput ? ChildStream::through(pipes.at(1)) : ChildStream::inherited();
@@ -58,14 +58,14 @@ std::shared_ptr<Process> collectedTask(const std::string& path, const TaskArgume
     return std::make_shared<Process>(std::move(description));
 }
 
-void launch(const std::shared_ptr<Process>& child, TaskSlot& task) {
+void launch(const std::shared_ptr<Process>& child, qf::TaskSlot& task) {
     task.set(child);
     child->launch();
     task.expectLaunch(false);
 }
 
 /// Reads standard output to its end before it reads standard error at all; either pipe may be null.
-Data readToEnd(platform::Pipe* output, platform::Pipe* error) {
+Data readToEnd(qf::Pipe* output, qf::Pipe* error) {
     Data outputData;
     Data errorData;
     for (;;) {
@@ -93,7 +93,7 @@ Data outputOf(const Process& child) {
     const auto& error = child.description().standardError.pipe();
     try {
         return readToEnd(output.get(), error.get());
-    } catch (const platform::Exception&) {
+    } catch (const qf::Exception&) {
         child.terminate();
         throw;
     }
@@ -103,40 +103,51 @@ Data outputOf(const Process& child) {
 /// memory.
 std::optional<std::string> decoded(const std::optional<Data>& data, TextEncoding encoding) {
     try {
-        return data ? platform::decodedText(*data, encoding) : std::string();
+        return data ? qf::decodedText(*data, encoding) : std::string();
     } catch (const std::bad_alloc&) {
         return std::nullopt;
     }
 }
 
+qf::Unexpected<qf::Error> notRun(const std::string& why) {
+    return qf::Unexpected(qf::Error{.domain = "QFTaskErrorDomain", .localizedDescription = why});
+}
+
 } // namespace
 
-bool QFTaskEx::runTask(const std::string& path, const TaskArguments& arguments) {
-    TaskSlot none;
+bool QFTaskEx::runTask(const std::string& path, const qf::TaskArguments& arguments) {
+    qf::TaskSlot none;
     return runTask(path, arguments, none);
 }
 
-bool QFTaskEx::runTask(const std::string& path, const TaskArguments& arguments, TaskSlot& task) {
+bool QFTaskEx::runTask(const std::string& path, const qf::TaskArguments& arguments,
+                       qf::TaskSlot& task) {
+    return runTaskWithResult(path, arguments, task).ok();
+}
+
+qf::Result<void> QFTaskEx::runTaskWithResult(const std::string& path,
+                                             const qf::TaskArguments& arguments,
+                                             qf::TaskSlot& task) {
     if (path.starts_with('/') && !isTool(path)) {
         QFLog::appendLogAndPrint(notExecutable, path);
-        return false;
+        return notRun(qf::format(notExecutable, path));
     }
     try {
         const auto child = quietTask(path, arguments);
         launch(child, task);
         child->waitUntilExit();
-        return true;
-    } catch (const platform::Exception& exception) {
+        return {};
+    } catch (const qf::Exception& exception) {
         QFLog::appendLog(exceptionRunningTask, path, exception.reason());
-        return false;
+        return notRun(exception.reason());
     }
 }
 
 std::shared_ptr<Process> QFTaskEx::runTaskAndReturn(const std::string& path,
-                                                    const TaskArguments& arguments) {
+                                                    const qf::TaskArguments& arguments) {
     if (path.empty() || !isTool(path)) {
         // Formatted twice on purpose: what looks like a directive in the path is treated as one.
-        QFLog::appendLogAndPrint(platform::format(notExecutable, path));
+        QFLog::appendLogAndPrint(qf::format(notExecutable, path));
         return nullptr;
     }
     auto child = quietTask(path, arguments);
@@ -144,25 +155,27 @@ std::shared_ptr<Process> QFTaskEx::runTaskAndReturn(const std::string& path,
     return child;
 }
 
-std::optional<Data> QFTaskEx::dataFromTask(const std::string& path, const TaskArguments& arguments,
-                                           TaskSlot& task) {
+std::optional<Data> QFTaskEx::dataFromTask(const std::string& path,
+                                           const qf::TaskArguments& arguments, qf::TaskSlot& task) {
     return dataFromTask(path, arguments, task, Value());
 }
 
-std::optional<Data> QFTaskEx::dataFromTask(const std::string& path, const TaskArguments& arguments,
-                                           TaskSlot& task, const Value& environment) {
-    return dataFromTask(path, arguments, task, environment, LogOutput::yes);
+std::optional<Data> QFTaskEx::dataFromTask(const std::string& path,
+                                           const qf::TaskArguments& arguments, qf::TaskSlot& task,
+                                           const Value& environment) {
+    return dataFromTask(path, arguments, task, environment, qf::LogOutput::yes);
 }
 
-std::optional<Data> QFTaskEx::dataFromTask(const std::string& path, const TaskArguments& arguments,
-                                           TaskSlot& task, const Value& environment,
-                                           LogOutput logOutput) {
-    return dataFromTask(path, arguments, task, environment, logOutput, LogError::yes);
+std::optional<Data> QFTaskEx::dataFromTask(const std::string& path,
+                                           const qf::TaskArguments& arguments, qf::TaskSlot& task,
+                                           const Value& environment, qf::LogOutput logOutput) {
+    return dataFromTask(path, arguments, task, environment, logOutput, qf::LogError::yes);
 }
 
-std::optional<Data> QFTaskEx::dataFromTask(const std::string& path, const TaskArguments& arguments,
-                                           TaskSlot& task, const Value& environment,
-                                           LogOutput logOutput, LogError logError) {
+std::optional<Data> QFTaskEx::dataFromTask(const std::string& path,
+                                           const qf::TaskArguments& arguments, qf::TaskSlot& task,
+                                           const Value& environment, qf::LogOutput logOutput,
+                                           qf::LogError logError) {
     try {
         // An executable tool exists; an existence check alone would miss a tool that a stand-in
         // replaces.
@@ -173,57 +186,57 @@ std::optional<Data> QFTaskEx::dataFromTask(const std::string& path, const TaskAr
         const auto child = collectedTask(path, arguments, environment, logOutput, logError);
         launch(child, task);
         return outputOf(*child);
-    } catch (const platform::Exception& exception) {
+    } catch (const qf::Exception& exception) {
         QFLog::appendLogAndPrint(exceptionRunningTask, path, exception.reason());
         return std::nullopt;
     }
 }
 
 std::optional<std::string> QFTaskEx::stringFromTask(const std::string& path,
-                                                    const TaskArguments& arguments) {
-    TaskSlot none;
+                                                    const qf::TaskArguments& arguments) {
+    qf::TaskSlot none;
     return stringFromTask(path, arguments, TextEncoding::ascii, none);
 }
 
-std::optional<std::string>
-QFTaskEx::stringFromTask(const std::string& path, const TaskArguments& arguments, TaskSlot& task) {
+std::optional<std::string> QFTaskEx::stringFromTask(const std::string& path,
+                                                    const qf::TaskArguments& arguments,
+                                                    qf::TaskSlot& task) {
     return stringFromTask(path, arguments, TextEncoding::ascii, task);
 }
 
 std::optional<std::string> QFTaskEx::stringFromTask(const std::string& path,
-                                                    const TaskArguments& arguments,
-                                                    TextEncoding encoding, TaskSlot& task) {
+                                                    const qf::TaskArguments& arguments,
+                                                    TextEncoding encoding, qf::TaskSlot& task) {
     return decoded(dataFromTask(path, arguments, task), encoding);
 }
 
 std::optional<std::string> QFTaskEx::stringFromTask(const std::string& path,
-                                                    const TaskArguments& arguments,
-                                                    platform::Timeout timeout) {
+                                                    const qf::TaskArguments& arguments,
+                                                    qf::Timeout timeout) {
     return stringFromTask(path, arguments, TextEncoding::ascii, timeout);
 }
 
 std::optional<std::string> QFTaskEx::stringFromTask(const std::string& path,
-                                                    const TaskArguments& arguments,
-                                                    TextEncoding encoding,
-                                                    platform::Timeout timeout) {
+                                                    const qf::TaskArguments& arguments,
+                                                    TextEncoding encoding, qf::Timeout timeout) {
     return decoded(dataFromTask(path, arguments, timeout), encoding);
 }
 
 std::optional<std::string> QFTaskEx::stringFromTask(const std::string& path,
-                                                    const TaskArguments& arguments,
-                                                    TextEncoding encoding,
-                                                    platform::Timeout timeout, LogOutput logOutput,
-                                                    LogError logError) {
+                                                    const qf::TaskArguments& arguments,
+                                                    TextEncoding encoding, qf::Timeout timeout,
+                                                    qf::LogOutput logOutput,
+                                                    qf::LogError logError) {
     return decoded(dataFromTask(path, arguments, timeout, logOutput, logError), encoding);
 }
 
-int QFTaskEx::terminationCodeFromTask(const std::string& path, const TaskArguments& arguments) {
-    TaskSlot none;
+int QFTaskEx::terminationCodeFromTask(const std::string& path, const qf::TaskArguments& arguments) {
+    qf::TaskSlot none;
     return terminationCodeFromTask(path, arguments, none);
 }
 
-int QFTaskEx::terminationCodeFromTask(const std::string& path, const TaskArguments& arguments,
-                                      TaskSlot& task) {
+int QFTaskEx::terminationCodeFromTask(const std::string& path, const qf::TaskArguments& arguments,
+                                      qf::TaskSlot& task) {
     if (!isTool(path)) {
         QFLog::appendLogAndPrint(notExecutable, path);
         return -1;

@@ -1,21 +1,27 @@
 #pragma once
 
 #include <concepts>
+#include <cstddef>
 #include <initializer_list>
 #include <optional>
 #include <string>
+#include <type_traits>
 #include <utility>
 #include <vector>
+
+namespace qf {
 
 /// One of a tool's arguments. Prevents two strings in braces from being taken as the two ends of
 /// one string.
 class TaskArgument {
 public:
-    /// Accepts everything that converts to a string implicitly.
+    /// Accepts everything that converts to a string implicitly, except a null pointer.
     template <std::convertible_to<std::string> Text>
-    // An argument itself does not convert to a string.
-    // NOLINTNEXTLINE(bugprone-forwarding-reference-overload)
-    TaskArgument(Text&& text) : text_(std::forward<Text>(text)) {}
+    requires(!std::same_as<std::remove_cvref_t<Text>, std::nullptr_t>)
+        // An argument itself does not convert to a string.
+        // NOLINTNEXTLINE(bugprone-forwarding-reference-overload)
+        TaskArgument(Text&& text)
+        : text_(std::forward<Text>(text)) {}
 
     /// Returns the text unchanged.
     const std::string& text() const { return text_; }
@@ -45,3 +51,5 @@ public:
 private:
     std::vector<std::string> list_;
 };
+
+} // namespace qf

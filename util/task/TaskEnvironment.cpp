@@ -2,6 +2,8 @@
 
 #include "platform/foundation/Exception.h"
 
+namespace qf {
+
 namespace {
 
 constexpr const char* noDictionaryOfStrings =
@@ -9,22 +11,23 @@ constexpr const char* noDictionaryOfStrings =
 
 } // namespace
 
-std::optional<std::map<std::string, std::string>> taskEnvironment(const platform::Value& value) {
+std::optional<std::map<std::string, std::string>> taskEnvironment(const Value& value) {
     if (value.isNone()) {
         return std::nullopt;
     }
-    const auto* dictionary = value.as<platform::Value::Dictionary>();
+    const auto* dictionary = value.as<Value::Dictionary>();
     if (dictionary == nullptr) {
-        throw platform::Exception(platform::exception_name::invalidArgument, noDictionaryOfStrings);
+        throw Exception(exception_name::invalidArgument, noDictionaryOfStrings);
     }
     std::map<std::string, std::string> environment;
     for (const auto& [name, content] : *dictionary) {
         const auto* text = content.as<std::string>();
         if (text == nullptr) {
-            throw platform::Exception(platform::exception_name::invalidArgument,
-                                      noDictionaryOfStrings);
+            throw Exception(exception_name::invalidArgument, noDictionaryOfStrings);
         }
         environment.emplace(name, *text);
     }
     return environment;
 }
+
+} // namespace qf

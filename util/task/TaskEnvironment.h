@@ -6,6 +6,10 @@
 #include <optional>
 #include <string>
 
+namespace qf {
+
 /// Returns a task's environment from a dictionary of strings; no value for an empty Value. Throws
-/// platform::Exception "NSInvalidArgumentException" for any other value.
-std::optional<std::map<std::string, std::string>> taskEnvironment(const platform::Value& value);
+/// qf::Exception "NSInvalidArgumentException" for any other value.
+std::optional<std::map<std::string, std::string>> taskEnvironment(const Value& value);
+
+} // namespace qf

@@ -8,17 +8,19 @@
 #include <utility>
 #include <vector>
 
+namespace qf {
+
 /// Holds one child, or null. Any thread may call every member.
 class TaskSlot {
 public:
     /// Returns the child, or null.
-    std::shared_ptr<platform::Process> get() const {
+    std::shared_ptr<Process> get() const {
         const std::lock_guard lock(mutex_);
         return task_;
     }
 
     /// Replaces the child, possibly by null.
-    void set(std::shared_ptr<platform::Process> task) {
+    void set(std::shared_ptr<Process> task) {
         const std::lock_guard lock(mutex_);
         task_.swap(task);
     }
@@ -52,7 +54,9 @@ public:
 
 private:
     mutable std::mutex mutex_;
-    std::shared_ptr<platform::Process> task_;
+    std::shared_ptr<Process> task_;
     bool launchExpected_ = false;
     std::vector<std::function<void()>> afterLaunch_;
 };
+
+} // namespace qf

@@ -6,7 +6,7 @@
 #include "util/log/QFLog.h"
 #include "util/task/QFTaskEx.h"
 
-using platform::Data;
+using qf::Data;
 
 namespace {
 
@@ -15,7 +15,7 @@ constexpr const char* timedOut = "Task %@ timed out. Terminating...";
 /// Holds a runner's slot for one timed call; the slot is empty before and after it.
 class TimedCall {
 public:
-    explicit TimedCall(TaskSlot& task) : task_(task) {
+    explicit TimedCall(qf::TaskSlot& task) : task_(task) {
         task_.set(nullptr);
         task_.expectLaunch(true);
     }
@@ -29,63 +29,64 @@ public:
     TimedCall& operator=(TimedCall&&) = delete;
 
 private:
-    TaskSlot& task_;
+    qf::TaskSlot& task_;
 };
 
 } // namespace
 
-void QFTaskEx::runTask(const std::string& path, const TaskArguments& arguments,
-                       platform::Timeout timeout) {
+void QFTaskEx::runTask(const std::string& path, const qf::TaskArguments& arguments,
+                       qf::Timeout timeout) {
     create()->runTaskOnRunner(path, arguments, timeout);
 }
 
-void QFTaskEx::runTaskOnRunner(const std::string& path, const TaskArguments& arguments,
-                               platform::Timeout timeout) {
+void QFTaskEx::runTaskOnRunner(const std::string& path, const qf::TaskArguments& arguments,
+                               qf::Timeout timeout) {
     if (!startTimeout(timeout)) {
         return;
     }
     theTask_.set(nullptr);
     // The child is kept where the time-out does not look for it, so it is never terminated.
-    TaskSlot task;
+    qf::TaskSlot task;
     runTask(path, arguments, task);
 }
 
-std::optional<Data> QFTaskEx::dataFromTask(const std::string& path, const TaskArguments& arguments,
-                                           platform::Timeout timeout) {
-    return dataFromTask(path, arguments, timeout, LogOutput::yes, LogError::yes);
+std::optional<Data> QFTaskEx::dataFromTask(const std::string& path,
+                                           const qf::TaskArguments& arguments,
+                                           qf::Timeout timeout) {
+    return dataFromTask(path, arguments, timeout, qf::LogOutput::yes, qf::LogError::yes);
 }
 
-std::optional<Data> QFTaskEx::dataFromTask(const std::string& path, const TaskArguments& arguments,
-                                           platform::Timeout timeout, LogOutput logOutput,
-                                           LogError logError) {
+std::optional<Data> QFTaskEx::dataFromTask(const std::string& path,
+                                           const qf::TaskArguments& arguments, qf::Timeout timeout,
+                                           qf::LogOutput logOutput, qf::LogError logError) {
     return create()->dataFromTaskOnRunner(path, arguments, timeout, logOutput, logError);
 }
 
 std::optional<Data> QFTaskEx::dataFromTaskOnRunner(const std::string& path,
-                                                   const TaskArguments& arguments,
-                                                   platform::Timeout timeout) {
-    return dataFromTaskOnRunner(path, arguments, timeout, LogOutput::yes, LogError::yes);
+                                                   const qf::TaskArguments& arguments,
+                                                   qf::Timeout timeout) {
+    return dataFromTaskOnRunner(path, arguments, timeout, qf::LogOutput::yes, qf::LogError::yes);
 }
 
 std::optional<Data> QFTaskEx::dataFromTaskOnRunner(const std::string& path,
-                                                   const TaskArguments& arguments,
-                                                   platform::Timeout timeout, LogOutput logOutput,
-                                                   LogError logError) {
+                                                   const qf::TaskArguments& arguments,
+                                                   qf::Timeout timeout, qf::LogOutput logOutput,
+                                                   qf::LogError logError) {
     const TimedCall call(theTask_);
     if (!startTimeout(timeout)) {
         return std::nullopt;
     }
-    return dataFromTask(path, arguments, theTask_, platform::Value(), logOutput, logError);
+    return dataFromTask(path, arguments, theTask_, qf::Value(), logOutput, logError);
 }
 
-int QFTaskEx::terminationCodeFromTask(const std::string& path, const TaskArguments& arguments,
-                                      platform::Timeout timeout) {
+int QFTaskEx::terminationCodeFromTask(const std::string& path, const qf::TaskArguments& arguments,
+                                      qf::Timeout timeout) {
     return create()->terminationCodeFromTaskOnRunner(path, arguments, timeout);
 }
 
 int QFTaskEx::terminationCodeFromTaskOnRunner(const std::string& path,
-                                              const TaskArguments& arguments,
-                                              platform::Timeout timeout) {
+                                              const qf::TaskArguments& arguments,
+                                              qf::Timeout timeout) {
     const TimedCall call(theTask_);
     if (!startTimeout(timeout)) {
         return -1;
@@ -95,12 +96,12 @@ int QFTaskEx::terminationCodeFromTaskOnRunner(const std::string& path,
 
 /// Starts the time-out, which is never cancelled. Returns false if the system has no thread left
 /// for it.
-bool QFTaskEx::startTimeout(platform::Timeout timeout) {
+bool QFTaskEx::startTimeout(qf::Timeout timeout) {
     try {
-        platform::service<platform::Clock>().performAfter(
+        qf::service<qf::Clock>().performAfter(
             timeout.wholeSeconds(), [runner = shared_from_this()] { runner->timeIsUp(); });
         return true;
-    } catch (const platform::Exception& exception) {
+    } catch (const qf::Exception& exception) {
         QFException::logException(exception, "setupTimeout:");
         return false;
     }
@@ -109,8 +110,8 @@ bool QFTaskEx::startTimeout(platform::Timeout timeout) {
 /// Waits out a launch in progress, so that a very short time-out does not miss the child.
 void QFTaskEx::timeIsUp() {
     theTask_.onceLaunched([runner = shared_from_this()] {
-        if (auto* application = platform::installedService<platform::Application>()) {
-            application->performOnMainThread([runner] { runner->timeout(); }, platform::Wait::no);
+        if (auto* application = qf::installedService<qf::Application>()) {
+            application->performOnMainThread([runner] { runner->timeout(); }, qf::Wait::no);
         } else {
             runner->timeout();
         }
@@ -118,9 +119,9 @@ void QFTaskEx::timeIsUp() {
 }
 
 void QFTaskEx::setupTimeout(std::chrono::seconds seconds) {
-    platform::sleep(seconds);
-    if (auto* application = platform::installedService<platform::Application>()) {
-        application->performOnMainThread([this] { timeout(); }, platform::Wait::untilDone);
+    qf::sleep(seconds);
+    if (auto* application = qf::installedService<qf::Application>()) {
+        application->performOnMainThread([this] { timeout(); }, qf::Wait::untilDone);
     } else {
         timeout();
     }

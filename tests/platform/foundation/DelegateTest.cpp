@@ -5,10 +5,10 @@
 namespace {
 
 TEST(Delegate, AnOperationTakesAsManyArgumentsAsItsSelectorHasColons) {
-    EXPECT_EQ(platform::argumentCount("stop"), 0U);
-    EXPECT_EQ(platform::argumentCount("printed:"), 1U);
-    EXPECT_EQ(platform::argumentCount("printed:runner:object:"), 3U);
-    EXPECT_EQ(platform::argumentCount(""), 0U);
+    EXPECT_EQ(qf::argumentCount("stop"), 0U);
+    EXPECT_EQ(qf::argumentCount("printed:"), 1U);
+    EXPECT_EQ(qf::argumentCount("printed:runner:object:"), 3U);
+    EXPECT_EQ(qf::argumentCount(""), 0U);
 }
 
 } // namespace

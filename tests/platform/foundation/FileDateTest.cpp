@@ -1,25 +1,32 @@
 #include "platform/foundation/FileDate.h"
 
-#include <gtest/gtest.h>
+#include "tests/support/NamedCase.h"
 
-#include <array>
+#include <gtest/gtest.h>
 
 namespace {
 
-using platform::Date;
-using platform::FileDate;
+using qf::Date;
+using qf::FileDate;
 using namespace std::chrono_literals;
 
 constexpr Date epoch{};
 
 } // namespace
 
-TEST(FileDate, EveryDateConvertsThereAndBack) {
-    for (const auto date : std::array{epoch, epoch + 1ns, epoch - 1ns, epoch + 1'700'000'000s + 5ns,
-                                      epoch - 1'700'000'000s - 5ns}) {
-        EXPECT_EQ(FileDate(date).nearestDate(), date);
-    }
+class EveryDate : public testing::TestWithParam<NamedValue<Date>> {};
+
+TEST_P(EveryDate, ConvertsThereAndBack) {
+    EXPECT_EQ(FileDate(GetParam().value).nearestDate(), GetParam().value);
 }
+
+INSTANTIATE_TEST_SUITE_P(
+    , EveryDate,
+    testing::Values(NamedValue<Date>{{"Epoch"}, epoch}, NamedValue<Date>{{"After"}, epoch + 1ns},
+                    NamedValue<Date>{{"Before"}, epoch - 1ns},
+                    NamedValue<Date>{{"LongAfter"}, epoch + 1'700'000'000s + 5ns},
+                    NamedValue<Date>{{"LongBefore"}, epoch - 1'700'000'000s - 5ns}),
+    nameOfCase);
 
 TEST(FileDate, NanosecondsCountFromTheSecondBefore) {
     EXPECT_EQ(FileDate(epoch - 1ns), FileDate({-1, 999'999'999}));

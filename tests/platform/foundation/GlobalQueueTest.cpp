@@ -9,7 +9,7 @@
 #include <stdexcept>
 #include <vector>
 
-using platform::dispatchAsync;
+using qf::dispatchAsync;
 
 TEST(GlobalQueue, ReturnsBeforeTheOperationEnds) {
     const auto open = std::make_shared<std::latch>(1);

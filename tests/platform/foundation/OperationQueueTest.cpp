@@ -13,7 +13,7 @@
 #include <thread>
 #include <vector>
 
-using platform::OperationQueue;
+using qf::OperationQueue;
 
 TEST(OperationQueue, RunsOperationsInTheOrderInWhichTheyWereAdded) {
     OperationQueue queue;

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-namespace path = platform::path;
+namespace path = qf::path;
 using Components = std::vector<std::string>;
 
 TEST(Path, JoinsWithOneSlash) {

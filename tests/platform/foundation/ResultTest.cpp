@@ -8,10 +8,10 @@
 #include <type_traits>
 #include <utility>
 
-using platform::Error;
-using platform::Exception;
-using platform::Result;
-using platform::Unexpected;
+using qf::Error;
+using qf::Exception;
+using qf::Result;
+using qf::Unexpected;
 
 namespace {
 

@@ -29,11 +29,11 @@ private:
 } // namespace
 
 TEST(Services, FailsClosedAndNamesThePortWithNothingBehindIt) {
-    EXPECT_EQ(platform::installedService<Whistle>(), nullptr);
+    EXPECT_EQ(qf::installedService<Whistle>(), nullptr);
     try {
-        platform::service<Whistle>();
+        qf::service<Whistle>();
         FAIL() << "nothing was thrown";
-    } catch (const platform::Exception& exception) {
+    } catch (const qf::Exception& exception) {
         EXPECT_EQ(exception.name(), "QFServiceUnavailable");
         EXPECT_EQ(exception.reason(), "no implementation of Whistle is installed");
     }
@@ -42,17 +42,17 @@ TEST(Services, FailsClosedAndNamesThePortWithNothingBehindIt) {
 TEST(Services, ReturnsTheInstalledImplementationForAScope) {
     Counting outer;
     Counting inner;
-    const platform::ScopedService<Bell> outerScope(outer);
+    const qf::ScopedService<Bell> outerScope(outer);
     {
-        const platform::ScopedService<Bell> innerScope(inner);
-        EXPECT_EQ(&platform::service<Bell>(), &inner);
-        EXPECT_EQ(platform::service<Bell>().ring(), 1);
-        EXPECT_EQ(platform::installedService<Whistle>(), nullptr);
+        const qf::ScopedService<Bell> innerScope(inner);
+        EXPECT_EQ(&qf::service<Bell>(), &inner);
+        EXPECT_EQ(qf::service<Bell>().ring(), 1);
+        EXPECT_EQ(qf::installedService<Whistle>(), nullptr);
     }
-    EXPECT_EQ(&platform::service<Bell>(), &outer);
+    EXPECT_EQ(&qf::service<Bell>(), &outer);
 }
 
 TEST(Services, OneSlotBelongsToAName) {
-    EXPECT_EQ(&platform::serviceSlot("Bell"), &platform::serviceSlot("Bell"));
-    EXPECT_NE(&platform::serviceSlot("Bell"), &platform::serviceSlot("Whistle"));
+    EXPECT_EQ(&qf::serviceSlot("Bell"), &qf::serviceSlot("Bell"));
+    EXPECT_NE(&qf::serviceSlot("Bell"), &qf::serviceSlot("Whistle"));
 }

@@ -4,8 +4,8 @@
 
 #include <future>
 
-using platform::SharedDictionary;
-using platform::Value;
+using qf::SharedDictionary;
+using qf::Value;
 
 TEST(SharedDictionary, HoldsWhatWasSetLast) {
     SharedDictionary dictionary;

@@ -4,7 +4,7 @@
 
 #include <string>
 
-namespace text = platform::text;
+namespace text = qf::text;
 
 TEST(Text, CountsCharactersBeyondTheBasicPlaneAsTwoUtf16Units) {
     EXPECT_EQ(text::utf16Length(""), 0U);
@@ -73,6 +73,7 @@ TEST(Text, LowersTheLettersOfUnicodeAndLeavesWhatIsNoCharacter) {
 
 TEST(Text, ComparesAPrefixWithoutCase) {
     EXPECT_TRUE(text::hasPrefixIgnoringCase("Install Kelvane 4", "install kelvane "));
+    EXPECT_TRUE(text::hasPrefixIgnoringCase("Install", "INSTALL"));
     EXPECT_TRUE(text::hasPrefixIgnoringCase("a", ""));
     EXPECT_FALSE(text::hasPrefixIgnoringCase("Install", "Install "));
     EXPECT_FALSE(text::hasPrefixIgnoringCase("[", "{"));
@@ -86,6 +87,16 @@ TEST(Text, CutsAfterWholeCharacters) {
     EXPECT_EQ(text::prefix("ab", 5), "ab");
     EXPECT_EQ(text::prefix("ab", 0), "");
     EXPECT_EQ(text::characterCount("a\xE2\x82\xAC\xFF"), 3U);
+}
+
+TEST(Text, PutsValuesIntoTheirPlaces) {
+    EXPECT_EQ(text::filled("%2 of %1, %1", {"65", "12"}), "12 of 65, 65");
+    EXPECT_EQ(text::filled("%1", {"%1"}), "%1");
+}
+
+TEST(Text, LeavesPlacesWithoutAValueAndOtherPercentSigns) {
+    EXPECT_EQ(text::filled("%2 %0 %% %a 5%", {"x"}), "%2 %0 %% %a 5%");
+    EXPECT_EQ(text::filled("", {}), "");
 }
 
 TEST(Text, MakesControlCharactersAndForeignBytesPrintable) {

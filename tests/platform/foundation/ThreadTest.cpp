@@ -9,7 +9,7 @@
 #include <memory>
 #include <thread>
 
-using platform::detachNewThread;
+using qf::detachNewThread;
 
 TEST(Thread, RunsTheBodyOnAnotherThread) {
     const auto thread = std::make_shared<std::promise<std::thread::id>>();
@@ -23,7 +23,7 @@ TEST(Thread, RaisesWhenTheSystemHasNoneLeft) {
     try {
         detachNewThread([] {});
         FAIL() << "a thread was started";
-    } catch (const platform::Exception& exception) {
+    } catch (const qf::Exception& exception) {
         EXPECT_EQ(exception.name(), "NSGenericException");
         EXPECT_EQ(exception.reason(), "could not start a thread: Resource temporarily unavailable");
     }

@@ -8,7 +8,7 @@
 
 namespace {
 
-using platform::Timeout;
+using qf::Timeout;
 using std::chrono::seconds;
 using namespace std::chrono_literals;
 

@@ -8,7 +8,7 @@
 #include <thread>
 #include <vector>
 
-using platform::performAfter;
+using qf::performAfter;
 using std::chrono::seconds;
 
 TEST(Timer, RunsWhatIsDueInTheOrderOfTheCallsOffTheCallersThread) {

@@ -7,7 +7,7 @@
 #include <string>
 #include <type_traits>
 
-using platform::Value;
+using qf::Value;
 
 TEST(Value, IsNoneUntilItHoldsSomething) {
     EXPECT_TRUE(Value().isNone());

@@ -13,6 +13,7 @@
 #include "platform/linux/files/FileStreams.h"
 #include "platform/linux/files/FileSystem.h"
 #include "platform/linux/plist/PropertyLists.h"
+#include "platform/linux/posix/ItemPlace.h"
 #include "platform/linux/process/Installation.h"
 #include "platform/linux/process/Modules.h"
 #include "platform/linux/system/SearchPaths.h"
@@ -23,6 +24,7 @@
 #include <fcntl.h>
 #include <sched.h>
 #include <sys/mount.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -41,7 +43,7 @@ using Arguments = std::vector<std::string>;
 int perform(const Arguments& arguments);
 
 template <class T>
-int report(const platform::Result<T>& result) {
+int report(const qf::Result<T>& result) {
     if (result) {
         std::cout << "ok\n";
     } else {
@@ -54,16 +56,16 @@ RecordingConsole console;
 
 /// The desktop's services, with what they need.
 struct Desktop {
-    platform::native::UserAccount account;
-    platform::native::SearchPaths searchPaths{account};
-    platform::native::PropertyLists propertyLists;
-    platform::native::Workspace workspace{account, searchPaths, propertyLists};
+    qf::native::UserAccount account;
+    qf::native::SearchPaths searchPaths{account};
+    qf::native::PropertyLists propertyLists;
+    qf::native::Workspace workspace{account, searchPaths, propertyLists};
 };
 
 /// Trashes the items with the names after the first two arguments, and stops at a failure.
 int recycle(const Arguments& arguments) {
     Desktop desktop;
-    platform::Result<std::string> recycled{std::string()};
+    qf::Result<std::string> recycled{std::string()};
     for (std::size_t i = 2; i < arguments.size() && recycled; ++i) {
         recycled = desktop.workspace.recycle(arguments.at(0), arguments.at(1), arguments.at(i));
     }
@@ -83,7 +85,7 @@ int recycleAnnounced(const Arguments& arguments) {
     if (const char* command = std::getenv("QF_MEANWHILE")) {
         std::system(command); // NOLINT(concurrency-mt-unsafe): the only thread
     }
-    platform::Result<std::string> recycled{std::string()};
+    qf::Result<std::string> recycled{std::string()};
     for (std::size_t i = 2; i < arguments.size() && recycled; ++i) {
         recycled = desktop.workspace.recycle(arguments.at(0), arguments.at(1), arguments.at(i));
     }
@@ -102,7 +104,7 @@ int placeInTrash(const Arguments& arguments) {
 /// Trashes an item of one name, which it makes each time, as often as the third argument says.
 int recycleNamesakes(const Arguments& arguments) {
     Desktop desktop;
-    platform::Result<std::string> recycled{std::string()};
+    qf::Result<std::string> recycled{std::string()};
     const auto item = arguments.at(0) + "/namesake";
     for (int count = std::stoi(arguments.at(2)); count > 0 && recycled; --count) {
         ::close(::open(item.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
@@ -127,11 +129,14 @@ int recycleAround(const Arguments& arguments) {
 int moveTrashed(const Arguments& arguments) {
     Desktop desktop;
     const auto end = desktop.workspace.moveTrashed(arguments.at(0), arguments.at(1));
+    if (!end) {
+        return report(end);
+    }
     if (arguments.size() < 3 &&
         std::rename(arguments.at(0).c_str(), arguments.at(1).c_str()) != 0) {
         return errno;
     }
-    end();
+    (*end)();
     return 0;
 }
 
@@ -145,10 +150,10 @@ int moveTrashedBesideNamesake(const Arguments& arguments) {
     const auto& place = arguments.at(3);
     desktop.workspace.prepareToRecycle(trash, {directory + "/namesake"});
     const auto end = desktop.workspace.moveTrashed(other, place);
-    if (std::rename(other.c_str(), place.c_str()) != 0) {
-        return errno;
+    if (!end || std::rename(other.c_str(), place.c_str()) != 0) {
+        return 1;
     }
-    end();
+    (*end)();
     const auto recycled = desktop.workspace.recycle(directory, trash, "namesake");
     desktop.workspace.makeTrashDurable();
     return report(recycled);
@@ -158,10 +163,10 @@ int moveTrashedBesideNamesake(const Arguments& arguments) {
 int listTrash(const Arguments& arguments) {
     Desktop desktop;
     const auto items = desktop.workspace.itemsInTrash(arguments.at(0));
-    for (const auto& [place, path] : items.value_or(std::vector<platform::ItemInTrash>())) {
+    for (const auto& [place, path] : items.value_or(std::vector<qf::ItemInTrash>())) {
         std::cout << place << " from " << path << '\n';
     }
-    return items ? 0 : report(platform::Result<void>(platform::Unexpected(items.error())));
+    return items ? 0 : report(qf::Result<void>(qf::Unexpected(items.error())));
 }
 
 int putBack(const Arguments& arguments) {
@@ -175,34 +180,58 @@ int forgetTrashed(const Arguments& arguments) {
     return 0;
 }
 
+/// Makes a folder in a directory whose path is too long for a system call, mounts a volume in it,
+/// and trashes it.
+int recycleFarMount(const Arguments& arguments) {
+    const auto& directory = arguments.at(0);
+    if (::unshare(CLONE_NEWNS) != 0 ||
+        ::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) {
+        return 1;
+    }
+    const auto folder = qf::native::findPlace(directory + "/folder");
+    if (!folder || ::fchdir(folder->directory.get()) != 0 || ::mkdir("folder", S_IRWXU) != 0 ||
+        ::mkdir("folder/volume", S_IRWXU) != 0 ||
+        ::mount("none", "folder/volume", "tmpfs", 0, nullptr) != 0) {
+        return 1;
+    }
+    Desktop desktop;
+    return report(desktop.workspace.recycle(directory, arguments.at(1), "folder"));
+}
+
+/// Deletes what killed processes left of copies in a directory.
+int removeAbandoned(const Arguments& arguments) {
+    qf::native::FileSystem().removeAbandonedCopies(arguments.at(0));
+    return 0;
+}
+
 int makeTrash(const Arguments& arguments) {
-    return platform::native::makeTrash(arguments.at(0)) ? 0 : 1;
+    return qf::native::makeTrash(arguments.at(0)) ? 0 : 1;
 }
 
 int remove(const Arguments& arguments) {
-    return report(platform::native::FileSystem().removeItem(arguments.at(0)));
+    return report(qf::native::FileSystem().removeItem(arguments.at(0)));
 }
 
 int move(const Arguments& arguments) {
-    return report(platform::native::FileSystem().moveItem(arguments.at(0), arguments.at(1)));
+    return report(qf::native::FileSystem().moveItem(arguments.at(0), arguments.at(1)));
 }
 
 int copy(const Arguments& arguments) {
-    return report(platform::native::FileSystem().copyItem(arguments.at(0), arguments.at(1)));
+    return report(qf::native::FileSystem().copyItem(arguments.at(0), arguments.at(1)));
 }
 
 int create(const Arguments& arguments) {
-    return report(platform::native::FileSystem().createDirectory(arguments.at(0)));
+    return report(qf::native::FileSystem().createDirectory(arguments.at(0)));
 }
 
 int write(const Arguments& arguments) {
-    return report(platform::native::FileSystem().writeAtomically(arguments.at(0), arguments.at(1)));
+    return report(qf::native::FileSystem().writeAtomically(arguments.at(0), arguments.at(1)));
 }
 
 /// Fills a file beside the first argument with the second, gives it the metadata of the third, if
 /// there is one, and then the name.
 int fill(const Arguments& arguments) {
-    const auto file = platform::native::FileStreams().openBeside(arguments.at(0), {}, 0);
+    const auto file = qf::native::FileStreams().openBeside(arguments.at(0), {}, 0);
     if (!file) {
         std::cout << "not opened\n";
         return 1;
@@ -210,7 +239,7 @@ int fill(const Arguments& arguments) {
     const auto bytes = std::as_bytes(std::span(arguments.at(1)));
     const bool isWritten = (*file)->write(bytes) == bytes.size();
     if (arguments.size() > 2) {
-        const auto source = platform::native::FileStreams().openForReading(arguments.at(2));
+        const auto source = qf::native::FileStreams().openForReading(arguments.at(2));
         static_cast<void>((*file)->copyMetadata(**source));
     }
     const bool isNamed = isWritten && (*file)->takeName();
@@ -219,16 +248,16 @@ int fill(const Arguments& arguments) {
 }
 
 int unlock(const Arguments& arguments) {
-    return report(platform::native::FileSystem().setImmutable(arguments.at(0), false));
+    return report(qf::native::FileSystem().setImmutable(arguments.at(0), false));
 }
 
 int lock(const Arguments& arguments) {
-    return report(platform::native::FileSystem().setImmutable(arguments.at(0), true));
+    return report(qf::native::FileSystem().setImmutable(arguments.at(0), true));
 }
 
 /// Prints each path, a zero byte behind it.
 int volumes(const Arguments& /*arguments*/) {
-    for (const auto& volume : platform::native::mountedLocalVolumes()) {
+    for (const auto& volume : qf::native::mountedLocalVolumes()) {
         std::cout << volume.mountPoint << '\0';
     }
     return 0;
@@ -237,22 +266,23 @@ int volumes(const Arguments& /*arguments*/) {
 /// Mounts a volume on the first argument, in a namespace of its own, and prints whether a mount is
 /// found in the second before, during and after.
 int mountsIn(const Arguments& arguments) {
-    platform::native::MountTable table;
+    qf::native::MountTable table;
     const char* place = arguments.at(0).c_str();
     if (::unshare(CLONE_NEWNS) != 0 ||
         ::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) {
         return 1;
     }
-    std::cout << table.hasMountIn(arguments.at(1));
+    const auto hasMount = [&] { return table.hasMountIn(arguments.at(1)).value(); };
+    std::cout << hasMount();
     const int mounted = ::mount("none", place, "tmpfs", 0, nullptr);
-    std::cout << ' ' << table.hasMountIn(arguments.at(1));
+    std::cout << ' ' << hasMount();
     const int unmounted = ::umount(place);
-    std::cout << ' ' << table.hasMountIn(arguments.at(1)) << '\n';
+    std::cout << ' ' << hasMount() << '\n';
     return mounted == 0 && unmounted == 0 ? 0 : 1;
 }
 
 int account(const Arguments& /*arguments*/) {
-    platform::native::UserAccount account;
+    qf::native::UserAccount account;
     std::cout << account.realUserId() << '\n'
               << account.loginName() << '\n'
               << account.homeDirectory() << '\n';
@@ -260,12 +290,12 @@ int account(const Arguments& /*arguments*/) {
 }
 
 int state(const Arguments& /*arguments*/) {
-    std::cout << platform::native::UserAccount().stateDirectory() << '\n';
+    std::cout << qf::native::UserAccount().stateDirectory() << '\n';
     return 0;
 }
 
 int environment(const Arguments& /*arguments*/) {
-    platform::installServices();
+    qf::installServices();
     const auto value = [](const char* name) {
         const char* found = std::getenv(name);
         return std::string(found == nullptr ? "none" : found);
@@ -275,13 +305,14 @@ int environment(const Arguments& /*arguments*/) {
 }
 
 int installationDirectory(const Arguments& /*arguments*/) {
-    std::cout << platform::native::installationDirectory() << '\n';
+    std::cout << qf::native::installationDirectory() << '\n';
     return 0;
 }
 
 /// Prints what a module returns.
 int callModule(const Arguments& arguments) {
-    const auto function = platform::native::Modules().function(arguments.at(0));
+    const auto function =
+        qf::native::Modules(qf::native::installationDirectory()).function(arguments.at(0));
     if (!function) {
         return report(function);
     }
@@ -291,7 +322,7 @@ int callModule(const Arguments& arguments) {
 
 /// Returns how many of the standard streams are closed.
 int closedStreams(const Arguments& /*arguments*/) {
-    platform::installServices();
+    qf::installServices();
     int closed = 0;
     for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
         closed += ::fcntl(stream, F_GETFD) < 0 ? 1 : 0;
@@ -301,18 +332,18 @@ int closedStreams(const Arguments& /*arguments*/) {
 
 /// Returns whether nothing can be written to standard output.
 int failingOutput(const Arguments& /*arguments*/) {
-    platform::installServices();
+    qf::installServices();
     return ::write(STDOUT_FILENO, "x", 1) < 0 ? 1 : 0;
 }
 
 int storePreference(const Arguments& arguments) {
-    platform::ProgramDescription program;
+    qf::ProgramDescription program;
     if (arguments.size() > 1) {
         program.identifier = arguments.at(1);
     }
-    platform::installServices(program);
-    platform::install<platform::Console>(console);
-    platform::service<platform::Preferences>().setValue(arguments.at(0), true);
+    qf::installServices(program);
+    qf::install<qf::Console>(console);
+    qf::service<qf::Preferences>().setValue(arguments.at(0), true);
     return 0;
 }
 
@@ -336,6 +367,8 @@ const std::map<std::string, std::function<int(const Arguments&)>> commands{
     {"put-back", putBack},
     {"forget-trashed", forgetTrashed},
     {"make-trash", makeTrash},
+    {"recycle-far-mount", recycleFarMount},
+    {"remove-abandoned", removeAbandoned},
     {"recycle-announced", recycleAnnounced},
     {"place-in-trash", placeInTrash},
     {"recycle-namesakes", recycleNamesakes},
@@ -378,7 +411,7 @@ Result callFaultyCalls(const char* function) {
 
 int main(int argc, char** argv) {
     const Arguments arguments(argv + 1, argv + argc);
-    platform::install<platform::Console>(console);
+    qf::install<qf::Console>(console);
     callFaultyCalls<void>("qfBeginFaults");
     const int status = perform(arguments);
     const int faults = callFaultyCalls<int>("qfEndFaults");

@@ -6,6 +6,7 @@
 //     CALL:COUNT:EVENT[,...]     something happens just before that call, which then does its work:
 //         kill        the process is killed
 //         renumber    from now on statx() reports other inode numbers
+//         age         from now on statx() reports changes of the status as 25 hours earlier
 //         forget      the system forgets the inodes that nobody uses
 //         append      a byte is appended to the file that the variable QF_CHANGED names
 //         touch       that file gets another modification date
@@ -39,6 +40,7 @@
 namespace {
 
 void renumber();
+void age();
 void forget();
 void append();
 void touch();
@@ -51,6 +53,7 @@ struct Event {
 
 constexpr std::array events{Event{"kill", [] { ::kill(::getpid(), SIGKILL); }},
                             Event{"renumber", renumber},
+                            Event{"age", age},
                             Event{"forget", forget},
                             Event{"append", append},
                             Event{"touch", touch},
@@ -71,10 +74,15 @@ std::vector<Fault>& faults() {
 bool begun = false;
 int fired = 0;
 bool renumbers = false;
+bool ages = false;
 bool alters = false;
 
 void renumber() {
     renumbers = true;
+}
+
+void age() {
+    ages = true;
 }
 
 void alter() {
@@ -221,7 +229,21 @@ int statx(int directory, const char* name, int flags, unsigned mask, struct stat
         constexpr std::uint64_t distance = 1'000'000'000;
         status->stx_ino += distance;
     }
+    if (returned == 0 && ages) {
+        constexpr std::int64_t overADay = 25L * 60 * 60;
+        status->stx_ctime.tv_sec -= overADay;
+    }
     return returned;
+}
+
+int ioctl(int file, unsigned long request, ...) noexcept {
+    static const auto real =
+        reinterpret_cast<int (*)(int, unsigned long, void*)>(::dlsym(RTLD_NEXT, "ioctl"));
+    std::va_list more;
+    va_start(more, request);
+    void* argument = va_arg(more, void*);
+    va_end(more);
+    return fails("ioctl") ? -1 : real(file, request, argument);
 }
 
 int openat(int directory, const char* name, int flags, ...) {

@@ -1,4 +1,5 @@
 #include "tests/platform/linux/RunChild.h"
+#include "tests/support/NamedCase.h"
 
 #include <gtest/gtest.h>
 #include <pwd.h>
@@ -26,13 +27,19 @@ TEST(StartUp, PutsTheAccountsHomeDirectoryInThePlaceOfARelativeOneAndSaysSo) {
     EXPECT_TRUE(output.ends_with(home + "\nnone\n")) << output;
 }
 
-TEST(StartUp, LeavesNoStandardStreamClosedForAFileToTakeItsNumber) {
-    for (const auto* closing : {"<&-", ">&-", "2>&-", "<&- >&- 2>&-"}) {
-        const auto outcome = runChild({"closed-streams"}, {},
-                                      {"sh", "-c", std::string("exec \"$@\" ") + closing, "sh"});
-        EXPECT_EQ(outcome.status, 0) << closing;
-    }
+class StartUpWithAClosedStream : public testing::TestWithParam<NamedText> {};
+
+TEST_P(StartUpWithAClosedStream, LeavesNoNumberOfOneForAFile) {
+    const auto outcome =
+        runChild({"closed-streams"}, {}, {"sh", "-c", "exec \"$@\" " + GetParam().value, "sh"});
+    EXPECT_EQ(outcome.status, 0);
 }
+
+INSTANTIATE_TEST_SUITE_P(, StartUpWithAClosedStream,
+                         testing::Values(NamedText{{"Input"}, "<&-"}, NamedText{{"Output"}, ">&-"},
+                                         NamedText{{"Errors"}, "2>&-"},
+                                         NamedText{{"All"}, "<&- >&- 2>&-"}),
+                         nameOfCase);
 
 TEST(StartUp, LetsNothingBeWrittenToAClosedStream) {
     const auto statusWith = [](const std::string& closing) {

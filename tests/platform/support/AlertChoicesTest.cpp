@@ -8,8 +8,8 @@
 
 #include <utility>
 
-using platform::AlertDescription;
-using platform::AlertPanel;
+using qf::AlertDescription;
+using qf::AlertPanel;
 
 namespace {
 
@@ -17,7 +17,7 @@ using Buttons = std::vector<std::pair<std::string, int>>;
 
 Buttons buttonsOf(const AlertDescription& description) {
     Buttons buttons;
-    for (const auto& [title, answer] : platform::alertButtons(description)) {
+    for (const auto& [title, answer] : qf::alertButtons(description)) {
         buttons.emplace_back(title, answer);
     }
     return buttons;
@@ -40,15 +40,14 @@ TEST(AlertButtons, HaveTheSystemsOwnDefaultTitleWhenThatIsMissingOrEmpty) {
 }
 
 TEST(AlertClosing, IsTheAlternateAnswerElseTheOtherElseTheDefault) {
-    EXPECT_EQ(
-        platform::answerOfClosing({.alternateButtonTitle = "Cancel", .otherButtonTitle = "No"}),
-        AlertPanel::alternateReturn);
-    EXPECT_EQ(platform::answerOfClosing({.otherButtonTitle = "No"}), AlertPanel::otherReturn);
-    EXPECT_EQ(platform::answerOfClosing({.defaultButtonTitle = "Yes"}), AlertPanel::defaultReturn);
+    EXPECT_EQ(qf::answerOfClosing({.alternateButtonTitle = "Cancel", .otherButtonTitle = "No"}),
+              AlertPanel::alternateReturn);
+    EXPECT_EQ(qf::answerOfClosing({.otherButtonTitle = "No"}), AlertPanel::otherReturn);
+    EXPECT_EQ(qf::answerOfClosing({.defaultButtonTitle = "Yes"}), AlertPanel::defaultReturn);
 }
 
 struct StoredChoice : NamedCase {
-    platform::Value value;
+    qf::Value value;
     bool suppresses;
 };
 
@@ -56,9 +55,9 @@ class AlertSuppression : public testing::TestWithParam<StoredChoice> {};
 
 TEST_P(AlertSuppression, IsAPreferenceThatIsTrueOrANumberExceptZero) {
     MemoryPreferences preferences;
-    const platform::ScopedService<platform::Preferences> scope(preferences);
+    const qf::ScopedService<qf::Preferences> scope(preferences);
     preferences.setValue("hide", GetParam().value);
-    EXPECT_EQ(platform::isSuppressed("hide"), GetParam().suppresses);
+    EXPECT_EQ(qf::isSuppressed("hide"), GetParam().suppresses);
 }
 
 INSTANTIATE_TEST_SUITE_P(

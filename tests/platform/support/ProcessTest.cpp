@@ -10,9 +10,9 @@
 
 namespace {
 
-using platform::Process;
+using qf::Process;
 
-class FakeChild : public platform::ChildProcess {
+class FakeChild : public qf::ChildProcess {
 public:
     bool running = true;
     bool terminated = false;
@@ -27,7 +27,7 @@ public:
     int terminationStatus() override { return 5; }
 };
 
-class FakePipe : public platform::Pipe {
+class FakePipe : public qf::Pipe {
 public:
     std::size_t left = 0;
 
@@ -39,18 +39,17 @@ public:
     void closeReadEnd() override { left = 0; }
 };
 
-class FakeLauncher : public platform::ProcessLauncher {
+class FakeLauncher : public qf::ProcessLauncher {
 public:
     std::shared_ptr<FakeChild> child = std::make_shared<FakeChild>();
     std::string launched;
 
     bool canLaunch(const std::string& /*path*/) override { return true; }
-    std::shared_ptr<platform::Pipe> makePipe() override { return std::make_shared<FakePipe>(); }
-    std::vector<std::shared_ptr<platform::Pipe>> makePipes(std::size_t count) override {
-        return std::vector<std::shared_ptr<platform::Pipe>>(count, makePipe());
+    std::shared_ptr<qf::Pipe> makePipe() override { return std::make_shared<FakePipe>(); }
+    std::vector<std::shared_ptr<qf::Pipe>> makePipes(std::size_t count) override {
+        return std::vector<std::shared_ptr<qf::Pipe>>(count, makePipe());
     }
-    std::shared_ptr<platform::ChildProcess>
-    launch(const platform::ProcessDescription& description) override {
+    std::shared_ptr<qf::ChildProcess> launch(const qf::ProcessDescription& description) override {
         launched = description.launchPath;
         return child;
     }
@@ -58,8 +57,8 @@ public:
 
 class ProcessTest : public testing::Test {
 protected:
-    static platform::ProcessDescription tool() {
-        platform::ProcessDescription description;
+    static qf::ProcessDescription tool() {
+        qf::ProcessDescription description;
         description.launchPath = "/bin/tool";
         return description;
     }
@@ -69,7 +68,7 @@ protected:
     static std::string reasonOf(Operation operation) {
         try {
             operation();
-        } catch (const platform::Exception& exception) {
+        } catch (const qf::Exception& exception) {
             EXPECT_EQ(exception.name(), "NSInvalidArgumentException");
             return exception.reason();
         }
@@ -77,7 +76,7 @@ protected:
     }
 
     FakeLauncher launcher_;
-    const platform::ScopedService<platform::ProcessLauncher> installed_{launcher_};
+    const qf::ScopedService<qf::ProcessLauncher> installed_{launcher_};
     Process process_{tool()};
 };
 
@@ -132,16 +131,16 @@ TEST_F(ProcessTest, RaisesWhenAskedForTheStatusOfARunningChild) {
 TEST_F(ProcessTest, AvailableDataIsWhatOneReadReturns) {
     FakePipe pipe;
     pipe.left = 3;
-    EXPECT_EQ(platform::availableData(pipe).bytes.size(), 3U);
-    EXPECT_TRUE(platform::availableData(pipe).bytes.empty());
+    EXPECT_EQ(qf::availableData(pipe).bytes.size(), 3U);
+    EXPECT_TRUE(qf::availableData(pipe).bytes.empty());
 }
 
 TEST(ProcessWithoutALauncher, RaisesAtTheLaunch) {
-    Process process(platform::ProcessDescription{});
+    Process process(qf::ProcessDescription{});
     try {
         process.launch();
         FAIL() << "it was launched";
-    } catch (const platform::Exception& exception) {
+    } catch (const qf::Exception& exception) {
         EXPECT_EQ(exception.name(), "QFServiceUnavailable");
     }
 }

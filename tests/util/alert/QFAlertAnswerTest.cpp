@@ -28,14 +28,14 @@ void PrintTo(const Member& member, std::ostream* out) {
 }
 
 /// A delegate that would answer itself; the members that ignore their delegate must never call it.
-class NeverAsked : public platform::Delegate {
+class NeverAsked : public qf::Delegate {
 public:
     bool respondsTo(const std::string& /*selector*/) const override {
         ADD_FAILURE();
         return true;
     }
     void perform(const std::string& /*selector*/,
-                 const std::vector<platform::Value>& /*arguments*/) override {
+                 const std::vector<qf::Value>& /*arguments*/) override {
         ADD_FAILURE();
     }
 };
@@ -46,22 +46,22 @@ const Member members[] = {
     {"WithSuppression",
      [] {
          return QFAlert::alertSheetWithMessageText(message, save, cancel, discard, none, nullptr,
-                                                   nullptr, none, Block::yes, nullptr, "key");
+                                                   nullptr, none, qf::Block::yes, nullptr, "key");
      }},
     {"WithAlertObject",
      [] {
          return QFAlert::alertSheetWithMessageText(message, save, cancel, discard, none, nullptr,
-                                                   nullptr, none, Block::yes, nullptr);
+                                                   nullptr, none, qf::Block::yes, nullptr);
      }},
     {"WithIgnoredDelegate",
      [] {
          return QFAlert::alertSheetWithMessageText(message, save, cancel, discard, none, nullptr,
-                                                   &neverAsked, "ignored:", Block::no);
+                                                   &neverAsked, "ignored:", qf::Block::no);
      }},
     {"WithIgnoredBlock",
      [] {
          return QFAlert::alertSheetWithMessageText(message, save, cancel, discard, none, nullptr,
-                                                   Block::no);
+                                                   qf::Block::no);
      }},
     {"Timed",
      [] {
@@ -141,7 +141,7 @@ TEST_F(ShortestMemberTest, KeepsTheUserInterfaceGoingWhileTheMainThreadWaits) {
                 performed = true;
                 press(window, "OK");
             },
-            platform::Wait::no);
+            qf::Wait::no);
     });
     runOnMainThread([&] { QFAlert::alertSheetWithMessageText(message, none, nullptr); });
     EXPECT_TRUE(performed);

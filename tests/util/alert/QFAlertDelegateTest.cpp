@@ -12,21 +12,21 @@
 #include <utility>
 #include <vector>
 
-using platform::Value;
+using qf::Value;
 
 namespace {
 
 constexpr const char* selector = "answered:code:info:";
 
 /// Knows one operation and remembers its calls.
-class RecordingDelegate : public platform::Delegate {
+class RecordingDelegate : public qf::Delegate {
 public:
     explicit RecordingDelegate(std::string operation) : operation_(std::move(operation)) {}
 
     bool respondsTo(const std::string& name) const override { return name == operation_; }
     void perform(const std::string& name, const std::vector<Value>& arguments) override {
         EXPECT_EQ(name, operation_);
-        EXPECT_TRUE(platform::service<platform::Application>().isMainThread());
+        EXPECT_TRUE(qf::service<qf::Application>().isMainThread());
         calls.push_back(arguments);
         if (onCall) {
             onCall();
@@ -61,7 +61,7 @@ protected:
         delegate.onCall = [this] { application.terminate(); };
     }
 
-    static int ask(platform::Delegate* delegate, const QFAlert::Text& operation, Block block,
+    static int ask(qf::Delegate* delegate, const QFAlert::Text& operation, qf::Block block,
                    const std::shared_ptr<QFAlert>& alert = nullptr) {
         return QFAlert::alertSheetWithMessageText(message, "Save", "Cancel", none, none, nullptr,
                                                   delegate, operation, block, alert);
@@ -73,8 +73,8 @@ protected:
 TEST_F(QFAlertDelegateTest, IsToldTheAnswerOfARequestThatDoesNotWait) {
     whenShown(message, pressing("Cancel"));
     int result = 7;
-    application.performOnMainThread([&] { result = ask(&delegate, selector, Block::no); },
-                                    platform::Wait::untilDone);
+    application.performOnMainThread([&] { result = ask(&delegate, selector, qf::Block::no); },
+                                    qf::Wait::untilDone);
     EXPECT_EQ(result, -1);
     EXPECT_NE(windowTitled(message), nullptr);
     EXPECT_TRUE(delegate.calls.empty());
@@ -88,7 +88,7 @@ TEST_F(QFAlertDelegateTest, IsToldTheAnswerOfARequestThatDoesNotWait) {
 
 TEST_F(QFAlertDelegateTest, IsToldTheAnswerOnTheMainThreadWhenAWorkerAsks) {
     whenShown(message, pressing("Save"));
-    std::thread worker([&] { EXPECT_EQ(ask(&delegate, selector, Block::no), -1); });
+    std::thread worker([&] { EXPECT_EQ(ask(&delegate, selector, qf::Block::no), -1); });
     EXPECT_EQ(application.run(), 0);
     worker.join();
     ASSERT_EQ(delegate.calls.size(), 1U);
@@ -99,7 +99,7 @@ TEST_F(QFAlertDelegateTest, IsToldThroughTheDefaultOperationWhenNoneIsNamed) {
     RecordingDelegate withDefault("alertDidEnd:returnCode:contextInfo:");
     withDefault.onCall = [this] { application.terminate(); };
     whenShown(message, pressing("Save"));
-    EXPECT_EQ(ask(&withDefault, none, Block::no), -1);
+    EXPECT_EQ(ask(&withDefault, none, qf::Block::no), -1);
     EXPECT_EQ(application.run(), 0);
     EXPECT_EQ(withDefault.calls.size(), 1U);
 }
@@ -108,7 +108,7 @@ TEST_F(QFAlertDelegateTest, IsToldEvenWhenItIsTakenFromTheAlertMeanwhile) {
     const auto alert = std::make_shared<QFAlert>();
     ShyDelegate shy(selector);
     shy.onCall = [this] { application.terminate(); };
-    ask(&shy, selector, Block::no, alert);
+    ask(&shy, selector, qf::Block::no, alert);
     shy.alert = alert;
     whenShown(message, pressing("Save"));
     EXPECT_EQ(application.run(), 0);
@@ -123,13 +123,13 @@ TEST_F(QFAlertDelegateTest, EndsAWaitThroughTheAlertObject) {
     };
     whenShown(message, pressing("Save"));
     int answer = 7;
-    runWhile([&] { answer = ask(&delegate, selector, Block::yes, alert); });
+    runWhile([&] { answer = ask(&delegate, selector, qf::Block::yes, alert); });
     EXPECT_EQ(answer, 5);
     EXPECT_EQ(alert->delegate(), &delegate);
 }
 
 TEST_F(QFAlertDelegateTest, GetsNoAlertWithoutTheOperation) {
-    runOnMainThread([&] { EXPECT_EQ(ask(&delegate, "other:", Block::yes), -1); });
+    runOnMainThread([&] { EXPECT_EQ(ask(&delegate, "other:", qf::Block::yes), -1); });
     EXPECT_EQ(
         console.systemLogLines(),
         std::vector<std::string>{"Alert error: delegate does not respond to selector other:"});
@@ -138,14 +138,14 @@ TEST_F(QFAlertDelegateTest, GetsNoAlertWithoutTheOperation) {
 }
 
 TEST_F(QFAlertDelegateTest, GetsNoAlertWithoutTheDefaultOperation) {
-    runOnMainThread([&] { EXPECT_EQ(ask(&delegate, none, Block::no), -1); });
+    runOnMainThread([&] { EXPECT_EQ(ask(&delegate, none, qf::Block::no), -1); });
     EXPECT_EQ(console.systemLogLines(),
               std::vector<std::string>{"Alert error: delegate does not respond to selector "
                                        "alertDidEnd:returnCode:contextInfo:"});
 }
 
-TEST_F(QFAlertDelegateTest, IsTheAlertItselfWhenThereIsNone) {
-    runOnMainThread([&] { EXPECT_EQ(ask(nullptr, selector, Block::yes), -1); });
+TEST_F(QFAlertDelegateTest, IsTheAlertItselfByDefault) {
+    runOnMainThread([&] { EXPECT_EQ(ask(nullptr, selector, qf::Block::yes), -1); });
     EXPECT_EQ(console.systemLogLines(),
               std::vector<std::string>{"Alert error: delegate does not respond to selector " +
                                        std::string(selector)});
@@ -155,7 +155,7 @@ TEST_F(QFAlertDelegateTest, LeavesTheAnswerInTheAlertObject) {
     const auto alert = std::make_shared<QFAlert>();
     alert->setAlertEnded(true);
     whenShown(message, pressing("Cancel"));
-    ask(nullptr, none, Block::no, alert);
+    ask(nullptr, none, qf::Block::no, alert);
     EXPECT_FALSE(alert->alertEnded());
     EXPECT_EQ(alert->delegate(), alert.get());
     while (!alert->alertEnded()) {
@@ -169,7 +169,7 @@ TEST_F(QFAlertDelegateTest, ReleasesAnAlertThatHasEnded) {
     {
         const auto alert = std::make_shared<QFAlert>();
         released = alert;
-        ask(&delegate, selector, Block::no, alert);
+        ask(&delegate, selector, qf::Block::no, alert);
     }
     EXPECT_FALSE(released.expired()) << "the alert is on the screen";
     whenShown(message, pressing("Save"));

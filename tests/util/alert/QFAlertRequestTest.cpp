@@ -16,12 +16,12 @@
 #include <utility>
 #include <vector>
 
-using platform::AlertDescription;
+using qf::AlertDescription;
 
 namespace {
 
 /// Alerts that are shown nowhere and answer by themselves.
-class FakeAlertPanels : public platform::AlertPanels {
+class FakeAlertPanels : public qf::AlertPanels {
 public:
     std::vector<AlertDescription> descriptions;
     int answer = 1;
@@ -30,27 +30,26 @@ public:
     int deletedOnMainThread = 0;
     int deletedElsewhere = 0;
 
-    std::unique_ptr<platform::AlertPanel> create(const AlertDescription& description) override {
-        EXPECT_TRUE(platform::service<platform::Application>().isMainThread());
+    std::unique_ptr<qf::AlertPanel> create(const AlertDescription& description) override {
+        EXPECT_TRUE(qf::service<qf::Application>().isMainThread());
         descriptions.push_back(description);
         return std::make_unique<Panel>(*this);
     }
 
 private:
-    class Panel : public platform::AlertPanel {
+    class Panel : public qf::AlertPanel {
     public:
         explicit Panel(FakeAlertPanels& panels) : panels_(panels) {}
         ~Panel() override {
-            ++(platform::service<platform::Application>().isMainThread()
-                   ? panels_.deletedOnMainThread
-                   : panels_.deletedElsewhere);
+            ++(qf::service<qf::Application>().isMainThread() ? panels_.deletedOnMainThread
+                                                             : panels_.deletedElsewhere);
         }
         Panel(const Panel&) = delete;
         Panel& operator=(const Panel&) = delete;
         Panel(Panel&&) = delete;
         Panel& operator=(Panel&&) = delete;
 
-        void beginSheet(platform::Window* /*parent*/, std::function<void(int)> didEnd) override {
+        void beginSheet(qf::Window* /*parent*/, std::function<void(int)> didEnd) override {
             didEnd(panels_.answer);
         }
         bool isVisible() override { return panels_.visibleOnceAnswered; }
@@ -68,7 +67,7 @@ protected:
     ~QFAlertRequestTest() override { waitForMainThread(); }
 
     static void runOnMainThread(std::function<void()> work) {
-        MainLoop::shared().performOnMainThread(std::move(work), platform::Wait::untilDone);
+        MainLoop::shared().performOnMainThread(std::move(work), qf::Wait::untilDone);
     }
     static void waitForMainThread() {
         runOnMainThread([] {});
@@ -80,14 +79,14 @@ protected:
     }
 
     FakeAlertPanels fake;
-    platform::ScopedService<platform::Application> application{MainLoop::shared()};
-    platform::ScopedService<platform::AlertPanels> fakeInPlace{fake};
+    qf::ScopedService<qf::Application> application{MainLoop::shared()};
+    qf::ScopedService<qf::AlertPanels> fakeInPlace{fake};
 };
 
 TEST_F(QFAlertRequestTest, HandsEveryTextOver) {
     runOnMainThread([&] {
         QFAlert::alertSheetWithMessageText("Message", "Save", "Cancel", "Discard", "Explanation",
-                                           nullptr, nullptr, none, Block::yes, nullptr, "key");
+                                           nullptr, nullptr, none, qf::Block::yes, nullptr, "key");
     });
     const auto& description = fake.descriptions.at(0);
     EXPECT_EQ(description.messageText, "Message");
@@ -108,10 +107,23 @@ TEST_F(QFAlertRequestTest, TakesMissingTextsAsEmptyAndLeavesTitlesToThePlatform)
     EXPECT_EQ(description.suppressionKey, none);
 }
 
+TEST_F(QFAlertRequestTest, TakesANullPointerForAMissingText) {
+    const char* const nothing = nullptr;
+    runOnMainThread([&] {
+        QFAlert::alertSheetWithMessageText("Message", "Save", nullptr, nothing, nullptr, nullptr,
+                                           nullptr, nullptr, qf::Block::yes, nullptr, nullptr);
+    });
+    const auto& description = fake.descriptions.at(0);
+    EXPECT_EQ(description.informativeText, "");
+    EXPECT_EQ(description.defaultButtonTitle, "Save");
+    EXPECT_EQ(description.alternateButtonTitle, none);
+    EXPECT_EQ(description.otherButtonTitle, none);
+}
+
 TEST_F(QFAlertRequestTest, HasNoSuppressionKeyInTheShorterMember) {
     runOnMainThread([&] {
         QFAlert::alertSheetWithMessageText("Message", none, none, none, none, nullptr, nullptr,
-                                           none, Block::yes, nullptr);
+                                           none, qf::Block::yes, nullptr);
     });
     EXPECT_EQ(fake.descriptions.at(0).suppressionKey, none);
 }
@@ -128,7 +140,7 @@ TEST_F(QFAlertRequestTest, LeavesTheMessageUnchanged) {
 TEST_F(QFAlertRequestTest, BuildsTheAlertFromADictionary) {
     const auto alert = std::make_shared<QFAlert>();
     runOnMainThread([&] {
-        alert->alertSheetWithDictionary(platform::Value::Dictionary{
+        alert->alertSheetWithDictionary(qf::Value::Dictionary{
             {"messageText", "Message"}, {"defaultButtonTitle", "Save"}, {"unknown", "key"}});
     });
     const auto& description = fake.descriptions.at(0);
@@ -158,7 +170,7 @@ TEST_F(QFAlertRequestTest, LetsGoOfThePlatformsAlertOnTheMainThread) {
 TEST_F(QFAlertRequestTest, LetsGoOfThePlatformsAlertOnTheMainThreadWhoeverIsLast) {
     auto alert = std::make_shared<QFAlert>();
     QFAlert::alertSheetWithMessageText("Message", none, none, none, none, nullptr, nullptr, none,
-                                       Block::no, alert);
+                                       qf::Block::no, alert);
     EXPECT_NE(alert->alert(), nullptr);
     alert.reset();
     waitForMainThread();
@@ -177,7 +189,7 @@ TEST(QFAlertFields, StartEmpty) {
 
 TEST(QFAlertFields, KeepTheAnswerAndTellOfIt) {
     QFAlert alert;
-    alert.alertDidEnd(nullptr, -1, platform::Value());
+    alert.alertDidEnd(nullptr, -1, qf::Value());
     EXPECT_TRUE(alert.alertEnded());
     EXPECT_EQ(alert.returnCode(), -1);
 }
@@ -196,9 +208,8 @@ std::ptrdiff_t countHasty(int code, Answer answer) {
 }
 
 TEST(QFAlertFields, HaveTheAnswerBeforeTheyTellOfIt) {
-    EXPECT_EQ(
-        countHasty(-1, [](QFAlert& alert) { alert.alertDidEnd(nullptr, -1, platform::Value()); }),
-        0);
+    EXPECT_EQ(countHasty(-1, [](QFAlert& alert) { alert.alertDidEnd(nullptr, -1, qf::Value()); }),
+              0);
 }
 
 TEST(QFAlertFields, HaveTheTimersAnswerBeforeTheyTellOfIt) {
@@ -206,7 +217,7 @@ TEST(QFAlertFields, HaveTheTimersAnswerBeforeTheyTellOfIt) {
     class SleeplessClock : public TestClock {
         void sleep(std::chrono::microseconds /*duration*/) override {}
     } clock;
-    const platform::ScopedService<platform::Clock> scope(clock);
+    const qf::ScopedService<qf::Clock> scope(clock);
     EXPECT_EQ(countHasty(1, [](QFAlert& alert) { alert.defaultReturnAfterTimeInterval({}); }), 0);
 }
 

@@ -27,14 +27,14 @@ protected:
         });
         runOnMainThread([&] {
             EXPECT_EQ(QFAlert::alertSheetWithMessageText(message, none, none, none, none, &parent,
-                                                         Block::yes),
+                                                         qf::Block::yes),
                       1);
         });
         return attached;
     }
 
     QWidget widget;
-    platform::qt::Window parent{widget, nullptr};
+    qf::qt::Window parent{widget, nullptr};
 };
 
 TEST_F(QFAlertSheetTest, IsAttachedToItsParent) {
@@ -62,7 +62,7 @@ TEST_F(QFAlertSheetTest, ForgetsAParentThatHasASheetAlready) {
     whenShown(message, pressing("OK"));
     runOnMainThread([&] {
         QFAlert::alertSheetWithMessageText(message, none, none, none, none, &parent, nullptr, none,
-                                           Block::yes, alert);
+                                           qf::Block::yes, alert);
     });
     EXPECT_EQ(alert->parentWindow(), nullptr);
 }
@@ -72,7 +72,7 @@ TEST_F(QFAlertSheetTest, KeepsItsParentOtherwise) {
     whenShown(message, pressing("OK"));
     runWhile([&] {
         QFAlert::alertSheetWithMessageText(message, none, none, none, none, &parent, nullptr, none,
-                                           Block::yes, alert);
+                                           qf::Block::yes, alert);
     });
     EXPECT_EQ(alert->parentWindow(), &parent);
 }

@@ -30,8 +30,8 @@ bool wasTicked(const std::function<void(const std::function<void()>&)>& run, int
     });
     run([] {
         QFAlert::alertSheetWithMessageText(message, std::nullopt, std::nullopt, std::nullopt,
-                                           std::nullopt, nullptr, nullptr, std::nullopt, Block::yes,
-                                           nullptr, key);
+                                           std::nullopt, nullptr, nullptr, std::nullopt,
+                                           qf::Block::yes, nullptr, key);
     });
     return ticked;
 }
@@ -45,7 +45,7 @@ protected:
 
 TEST_F(QFAlertSuppressionTest, StoresTheTickWithoutAnyCodeOfTheCaller) {
     EXPECT_FALSE(ask(1));
-    EXPECT_EQ(preferences.value(key), platform::Value(true));
+    EXPECT_EQ(preferences.value(key), qf::Value(true));
 }
 
 TEST_F(QFAlertSuppressionTest, ShowsTheTickThatIsStored) {
@@ -56,7 +56,7 @@ TEST_F(QFAlertSuppressionTest, ShowsTheTickThatIsStored) {
 TEST_F(QFAlertSuppressionTest, TakesTheTickBack) {
     preferences.setValue(key, true);
     EXPECT_TRUE(ask(1));
-    EXPECT_EQ(preferences.value(key), platform::Value(false));
+    EXPECT_EQ(preferences.value(key), qf::Value(false));
 }
 
 TEST_F(QFAlertSuppressionTest, StoresNothingWhenTheBoxIsLeftAlone) {
@@ -68,12 +68,12 @@ TEST_F(QFAlertSuppressionTest, StoresTheTickInTheUsersPreferencesOnDisk) {
     const TemporaryDirectory home;
     FakeAccount account;
     account.home = home.path();
-    platform::native::PropertyLists propertyLists;
-    platform::native::Preferences onDisk("com.quillfen.test", account, propertyLists);
-    const platform::ScopedService<platform::Preferences> inPlace(onDisk);
+    qf::native::PropertyLists propertyLists;
+    qf::native::Preferences onDisk("com.quillfen.test", account, propertyLists);
+    const qf::ScopedService<qf::Preferences> inPlace(onDisk);
     EXPECT_FALSE(ask(1));
-    platform::native::Preferences later("com.quillfen.test", account, propertyLists);
-    EXPECT_EQ(later.value(key), platform::Value(true));
+    qf::native::Preferences later("com.quillfen.test", account, propertyLists);
+    EXPECT_EQ(later.value(key), qf::Value(true));
 }
 
 } // namespace

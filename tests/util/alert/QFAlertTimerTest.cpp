@@ -46,7 +46,7 @@ TEST_F(QFAlertTimerTest, AnswersAtOnceWithoutAnyTime) {
 
 TEST_F(QFAlertTimerTest, AnswersWhetherOrNotTheUserHas) {
     QFAlert alert;
-    alert.alertDidEnd(nullptr, 0, platform::Value());
+    alert.alertDidEnd(nullptr, 0, qf::Value());
     alert.defaultReturnAfterTimeInterval(0s);
     EXPECT_EQ(alert.returnCode(), 1);
     EXPECT_TRUE(alert.alertEnded());

@@ -30,12 +30,10 @@ public:
     bool callerIsMainThread = true;
 
     bool isMainThread() override { return callerIsMainThread; }
-    void performOnMainThread(std::function<void()> work, platform::Wait /*wait*/) override {
-        work();
-    }
+    void performOnMainThread(std::function<void()> work, qf::Wait /*wait*/) override { work(); }
 };
 
-class RecordingWindow : public platform::Window {
+class RecordingWindow : public qf::Window {
 public:
     explicit RecordingWindow(Events& events) : events_(events) {}
 
@@ -51,7 +49,7 @@ private:
 };
 
 /// An alert on no screen, which a test answers.
-class HeldAlertPanels : public platform::AlertPanels {
+class HeldAlertPanels : public qf::AlertPanels {
 public:
     explicit HeldAlertPanels(Events& events) : events_(events) {}
 
@@ -59,14 +57,13 @@ public:
     std::function<void(int)> answer;
     std::function<void()> onHiding = [] {};
 
-    std::unique_ptr<platform::AlertPanel>
-    create(const platform::AlertDescription& /*description*/) override {
+    std::unique_ptr<qf::AlertPanel> create(const qf::AlertDescription& /*description*/) override {
         events_.emplace_back("make the alert");
         return std::make_unique<Panel>(*this);
     }
 
 private:
-    class Panel : public platform::AlertPanel {
+    class Panel : public qf::AlertPanel {
     public:
         explicit Panel(HeldAlertPanels& panels) : panels_(panels) {}
         ~Panel() override { panels_.events_.emplace_back("delete the alert"); }
@@ -75,7 +72,7 @@ private:
         Panel(Panel&&) = delete;
         Panel& operator=(Panel&&) = delete;
 
-        void beginSheet(platform::Window* parent, std::function<void(int)> didEnd) override {
+        void beginSheet(qf::Window* parent, std::function<void(int)> didEnd) override {
             panels_.events_.emplace_back(parent == nullptr ? "show it on its own"
                                                            : "show it on the parent");
             panels_.answer = [didEnd = std::move(didEnd)](int code) { didEnd(code); };
@@ -109,7 +106,7 @@ protected:
 
     int ask(const std::shared_ptr<QFAlert>& alert = nullptr) {
         return QFAlert::alertSheetWithMessageText("Message", none, none, none, none, &parent,
-                                                  nullptr, none, Block::yes, alert);
+                                                  nullptr, none, qf::Block::yes, alert);
     }
 
     Events events;
@@ -119,9 +116,9 @@ protected:
     RecordingWindow parent{events};
 
 private:
-    platform::ScopedService<platform::Clock> pausesScope_{pauses};
-    platform::ScopedService<platform::Application> applicationScope_{application};
-    platform::ScopedService<platform::AlertPanels> panelsScope_{panels};
+    qf::ScopedService<qf::Clock> pausesScope_{pauses};
+    qf::ScopedService<qf::Application> applicationScope_{application};
+    qf::ScopedService<qf::AlertPanels> panelsScope_{panels};
 };
 
 TEST_F(QFAlertWaitTest, TakesAnEventWithinAHundredthOfASecondAPassOnTheMainThread) {
@@ -211,7 +208,7 @@ class HastyClock : public PausingClock {
 
 TEST_F(QFAlertIntervalTest, MayBeOverBeforeTheAlertIsShown) {
     HastyClock hasty;
-    const platform::ScopedService<platform::Clock> scope(hasty);
+    const qf::ScopedService<qf::Clock> scope(hasty);
     answerInPass(100);
     EXPECT_EQ(ask(1h), 1);
     answer(0);

@@ -67,7 +67,7 @@ protected:
 
     static int askThree() {
         return QFAlert::alertSheetWithMessageText("Message", "Save", "Cancel", "Discard", none,
-                                                  nullptr, Block::yes);
+                                                  nullptr, qf::Block::yes);
     }
 };
 
@@ -104,7 +104,7 @@ TEST_F(X11Test, ClosesAnAlertThatNobodyAnswers) {
 }
 
 TEST_F(X11Test, LeadsFromTheMainWindowOverTheProgressToTheAlert) {
-    platform::qt::Interface interface(mainMenu());
+    qf::qt::Interface interface(mainMenu());
     auto& mainWindow = interface.window("windowMain");
     auto& progress = interface.window("windowProgress");
     interface.setAction("uninstall:", [&] {
@@ -115,7 +115,7 @@ TEST_F(X11Test, LeadsFromTheMainWindowOverTheProgressToTheAlert) {
     auto& box = interface.checkBox("removeSharedCheck");
     typeOn("Uninstall Kelvane", {"space", "Tab", "Tab", "Return"});
     whenActive("Uninstalling Kelvane", [&](QWidget& window) {
-        EXPECT_EQ(box.state(), platform::CheckBoxState::on);
+        EXPECT_EQ(box.state(), qf::CheckBoxState::on);
         EXPECT_FALSE(mainWindow.isVisible());
         EXPECT_FALSE(window.close());
         progress.orderOut();
@@ -130,7 +130,7 @@ TEST_F(X11Test, LeadsFromTheMainWindowOverTheProgressToTheAlert) {
 }
 
 TEST_F(X11Test, KeepsTheUserFromTheParentOfASheet) {
-    platform::qt::Interface interface(mainMenu());
+    qf::qt::Interface interface(mainMenu());
     int uninstalls = 0;
     interface.setAction("uninstall:", [&] { ++uninstalls; });
     auto& mainWindow = interface.window("windowMain");
@@ -143,7 +143,7 @@ TEST_F(X11Test, KeepsTheUserFromTheParentOfASheet) {
     });
     runOnMainThread([&] {
         EXPECT_EQ(QFAlert::alertSheetWithMessageText("Message", none, none, none, none, &mainWindow,
-                                                     Block::yes),
+                                                     qf::Block::yes),
                   1);
     });
     EXPECT_EQ(uninstalls, 0);

@@ -3,6 +3,7 @@
 #include "util/auth/QFAuthorization.h"
 
 #include "tests/support/DescribedMachine.h"
+#include "tests/support/NamedCase.h"
 
 #include <malloc.h>
 
@@ -52,15 +53,15 @@ class ForgetfulServices : public RecordingAuthorizationServices {
 public:
     bool hasSeenPassword = false;
 
-    platform::AuthorizationResult<platform::AuthorizationRef>
-    create(const platform::AuthorizationItemSet& /*environment*/,
-           platform::AuthorizationFlags /*flags*/) override {
-        return platform::AuthorizationRef{1};
+    qf::AuthorizationResult<qf::AuthorizationRef>
+    create(const qf::AuthorizationItemSet& /*environment*/,
+           qf::AuthorizationFlags /*flags*/) override {
+        return qf::AuthorizationRef{1};
     }
-    platform::AuthorizationResult<void>
-    copyRights(platform::AuthorizationRef /*ref*/, const platform::AuthorizationRights& /*rights*/,
-               const platform::AuthorizationItemSet& environment,
-               platform::AuthorizationFlags /*flags*/) override {
+    qf::AuthorizationResult<void> copyRights(qf::AuthorizationRef /*ref*/,
+                                             const qf::AuthorizationRights& /*rights*/,
+                                             const qf::AuthorizationItemSet& environment,
+                                             qf::AuthorizationFlags /*flags*/) override {
         const std::string& password = environment.at(1).value;
         hasSeenPassword = password == longPassword || password == shortPassword;
         return {};
@@ -87,18 +88,24 @@ void operator delete(void* memory, std::size_t /*size*/) noexcept {
     std::free(memory);
 }
 
-TEST_F(GivenCredentials, AreWipedWhenTheyHaveBeenUsed) {
+class GivenPasswords : public GivenCredentials,
+                       public testing::WithParamInterface<NamedValue<const std::string*>> {};
+
+TEST_P(GivenPasswords, AreWipedWhenTheyHaveBeenUsed) {
     ForgetfulServices forgetful;
-    const platform::ScopedService<platform::AuthorizationServices> scope(forgetful);
+    const qf::ScopedService<qf::AuthorizationServices> scope(forgetful);
     auto& controller = QFAuthorization::sharedController();
-    for (const auto& given : {std::optional(longPassword), std::optional(shortPassword)}) {
-        forgetful.hasSeenPassword = false;
-        const Watch watch;
-        EXPECT_TRUE(controller.authStartWithUser("someone", given));
-        EXPECT_TRUE(forgetful.hasSeenPassword);
-        EXPECT_EQ(Watch::count(), 0);
-    }
+    const std::optional<std::string> given = *GetParam().value;
+    const Watch watch;
+    EXPECT_TRUE(controller.authStartWithUser("someone", given));
+    EXPECT_TRUE(forgetful.hasSeenPassword);
+    EXPECT_EQ(Watch::count(), 0);
 }
+
+INSTANTIATE_TEST_SUITE_P(, GivenPasswords,
+                         testing::Values(NamedValue<const std::string*>{{"Long"}, &longPassword},
+                                         NamedValue<const std::string*>{{"Short"}, &shortPassword}),
+                         nameOfCase);
 
 TEST_F(GivenCredentials, WouldBeFoundIfTheyWereNotWiped) {
     const Watch watch;

@@ -1,12 +1,13 @@
 #include "util/auth/QFAuthorization.h"
 
 #include "tests/support/DescribedMachine.h"
+#include "tests/support/NamedCase.h"
 #include "tests/support/PausingClock.h"
 
 #include <chrono>
 #include <optional>
 
-using platform::AuthorizationRef;
+using qf::AuthorizationRef;
 using Calls = std::vector<AuthorizationCall>;
 
 namespace {
@@ -22,7 +23,14 @@ protected:
         becomeSuperuser();
     }
 
-    void refuseTheRight() { services.rightsStatus = platform::errAuthorizationCanceled; }
+    void refuseTheRight() { services.rightsStatus = qf::errAuthorizationCanceled; }
+
+    template <class StartedTool>
+    static void expectWaitable(const StartedTool& tool) {
+        EXPECT_EQ(tool.status, 0);
+        EXPECT_EQ(tool.right, qf::errAuthorizationSuccess);
+        EXPECT_TRUE(tool.waitUntilExit);
+    }
 
     void expectRefused(bool result, const std::string& line) {
         EXPECT_FALSE(result);
@@ -97,7 +105,7 @@ TEST_F(PrivilegedFileOperations, AToolThatAStandInReplacesExists) {
     EXPECT_EQ(controller().authExecTask("/usr/sbin/diskutil", {}), 0);
 }
 
-TEST_F(PrivilegedFileOperations, ARefusedRightGivesMinusOneWithoutALine) {
+TEST_F(PrivilegedFileOperations, ARefusedRightReturnsMinusOneWithoutALine) {
     refuseTheRight();
     EXPECT_EQ(controller().authExecTask("/bin/chmod", {}), -1);
     EXPECT_EQ(services.tools(), Lines{});
@@ -105,20 +113,20 @@ TEST_F(PrivilegedFileOperations, ARefusedRightGivesMinusOneWithoutALine) {
 }
 
 TEST_F(PrivilegedFileOperations, WithoutAUserInterfaceTheOnlyLineIsThatOfTheStart) {
-    QFAuthorization::sharedController(UserInterface::no);
+    QFAuthorization::sharedController(qf::UserInterface::no);
     EXPECT_EQ(controller().authExecTask("/bin/chmod", {}), -1);
     EXPECT_EQ(console.systemLogLines(), Lines{"Unable to authorize"});
 }
 
 TEST_F(PrivilegedFileOperations, ThePlatformsStatusIsPassedOnWithoutALine) {
-    services.executeStatus = platform::errAuthorizationToolExecuteFailure;
-    EXPECT_EQ(controller().authExecTask("/bin/chmod", {}, Async::no), -60031);
+    services.executeStatus = qf::errAuthorizationToolExecuteFailure;
+    EXPECT_EQ(controller().authExecTask("/bin/chmod", {}, qf::Async::no), -60031);
     EXPECT_EQ(console.systemLogLines(), Lines{});
 }
 
 TEST_F(PrivilegedFileOperations, AnAsynchronousToolsOutputIsNotRead) {
     services.toolOutput = "output";
-    EXPECT_EQ(controller().authExecTask("/bin/chmod", {}, Async::yes), 0);
+    EXPECT_EQ(controller().authExecTask("/bin/chmod", {}, qf::Async::yes), 0);
     EXPECT_EQ(services.unreadOutput, 6);
 }
 
@@ -130,7 +138,7 @@ TEST_F(PrivilegedFileOperations, ToolsAreAsynchronousUnlessSaidOtherwise) {
 
 TEST_F(PrivilegedFileOperations, ASynchronousToolsOutputIsReadToItsEnd) {
     services.toolOutput = std::string(100'000, '\0') + "\n\xFF and more";
-    EXPECT_EQ(controller().authExecTask("/usr/bin/touch", {"-c", "/item"}, Async::no), 0);
+    EXPECT_EQ(controller().authExecTask("/usr/bin/touch", {"-c", "/item"}, qf::Async::no), 0);
     EXPECT_LE(services.unreadOutput, 0);
 }
 
@@ -143,13 +151,13 @@ TEST_F(PrivilegedFileOperations, TheSuperuserStartsAToolWithoutWaiting) {
 
 TEST_F(PrivilegedFileOperations, TheSuperuserWaitsForASynchronousTool) {
     becomeSuperuser();
-    EXPECT_EQ(controller().authExecTask("/bin/chmod", {"644", "/item"}, Async::no), 0);
+    EXPECT_EQ(controller().authExecTask("/bin/chmod", {"644", "/item"}, qf::Async::no), 0);
     EXPECT_EQ(launcher.runs, (Lines{"/bin/chmod 644 /item", "waited"}));
 }
 
 TEST_F(PrivilegedFileOperations, TheSuperusersToolCountsAsRunEvenWhenItCannotBeStarted) {
     becomeSuperuser();
-    launcher.failure = platform::Exception("NSGenericException", "no process left");
+    launcher.failure = qf::Exception("NSGenericException", "no process left");
     EXPECT_EQ(controller().authExecTask("/bin/chmod", {}), 0);
     EXPECT_TRUE(controller().authRemoveFile("/item"));
     EXPECT_TRUE(controller().authCreateDir("/folder"));
@@ -193,7 +201,7 @@ TEST_F(PrivilegedFileOperations, RemoveFailsWithoutALineOfItsOwnWhenTheRightIsRe
 }
 
 TEST_F(PrivilegedFileOperations, RemoveFailsWhenTheToolCannotBeStarted) {
-    services.executeStatus = platform::errAuthorizationToolExecuteFailure;
+    services.executeStatus = qf::errAuthorizationToolExecuteFailure;
     EXPECT_FALSE(controller().authRemoveFile("/item"));
 }
 
@@ -216,22 +224,22 @@ TEST_F(PrivilegedFileOperations, AStartedMoveIntoTheTrashCanBeWaitedFor) {
     fileSystem.files = {"/Library/Report.pdf"};
     auto tool = controller().startTrashing("/Library/Report.pdf");
     EXPECT_EQ(tool.status, 0);
-    EXPECT_EQ(tool.right, platform::errAuthorizationSuccess);
+    EXPECT_EQ(tool.right, qf::errAuthorizationSuccess);
     tool.waitUntilExit();
     tool = {};
     EXPECT_LE(services.unreadOutput, 0);
 }
 
-TEST_F(PrivilegedFileOperations, AMoveAndARemovalCanBeWaitedFor) {
+TEST_F(PrivilegedFileOperations, AMoveCanBeWaitedFor) {
     fileSystem.files = {"/Library/a"};
-    for (auto tool : {controller().startMoving("/Library/a", "/Library/b"),
-                      controller().startRemoving("/Library/a")}) {
-        EXPECT_EQ(tool.status, 0);
-        EXPECT_EQ(tool.right, platform::errAuthorizationSuccess);
-        EXPECT_TRUE(tool.waitUntilExit);
-    }
-    EXPECT_EQ(services.tools(),
-              (Lines{"/bin/mv -f /Library/a /Library/b", "/bin/rm -Rdf /Library/a"}));
+    expectWaitable(controller().startMoving("/Library/a", "/Library/b"));
+    EXPECT_EQ(services.tools(), Lines{"/bin/mv -f /Library/a /Library/b"});
+}
+
+TEST_F(PrivilegedFileOperations, ARemovalCanBeWaitedFor) {
+    fileSystem.files = {"/Library/a"};
+    expectWaitable(controller().startRemoving("/Library/a"));
+    EXPECT_EQ(services.tools(), Lines{"/bin/rm -Rdf /Library/a"});
 }
 
 TEST_F(PrivilegedFileOperations, AProtectedDirectoryIsNotRemoved) {
@@ -271,29 +279,41 @@ TEST_F(PrivilegedFileOperations, TheRecordOfAMoveThatWasNotStartedIsTakenBack) {
     EXPECT_EQ(workspace.ended, Lines{"/home/someone/.Trash/Report.pdf"});
 }
 
+TEST_F(PrivilegedFileOperations, WhatMustNotBeMovedIntoTheTrashIsLeftAlone) {
+    workspace.unmovable = {{"/Suite/Volumes", {.code = EBUSY}}};
+    fileSystem.directories = {{"/Suite", Lines{"Volumes", "Report.pdf"}}};
+    fileSystem.files = {"/Suite/Volumes", "/Suite/Report.pdf"};
+
+    EXPECT_FALSE(controller().authTrashFile("/Suite/Volumes"));
+    EXPECT_EQ(services.tools(), Lines{});
+    EXPECT_FALSE(controller().authTrashFolderContents("/Suite"));
+    EXPECT_EQ(services.tools(),
+              Lines{"/bin/mv -f /Suite/Report.pdf /home/someone/.Trash/Report.pdf"});
+}
+
 TEST_F(PrivilegedFileOperations, AMoveIntoTheTrashTellsWhyTheRightWasNotObtained) {
     refuseTheRight();
     fileSystem.files = {"/Library/Report.pdf"};
     const auto tool = controller().startTrashing("/Library/Report.pdf");
     EXPECT_EQ(tool.status, QFAuthorization::notAuthorized);
-    EXPECT_EQ(tool.right, platform::errAuthorizationCanceled);
+    EXPECT_EQ(tool.right, qf::errAuthorizationCanceled);
     EXPECT_FALSE(tool.waitUntilExit);
     EXPECT_EQ(tool.destination, "");
 }
 
 TEST_F(PrivilegedFileOperations, AMoveIntoTheTrashTellsThatNoHandleWasToBeHad) {
-    services.createStatus = platform::errAuthorizationInternal;
+    services.createStatus = qf::errAuthorizationInternal;
     fileSystem.files = {"/Library/Report.pdf"};
     EXPECT_EQ(controller().startTrashing("/Library/Report.pdf").right,
-              platform::errAuthorizationInternal);
+              qf::errAuthorizationInternal);
 }
 
 TEST_F(PrivilegedFileOperations, AMoveIntoTheTrashTellsThatTheToolWasNotStarted) {
-    services.executeStatus = platform::errAuthorizationToolExecuteFailure;
+    services.executeStatus = qf::errAuthorizationToolExecuteFailure;
     fileSystem.files = {"/Library/Report.pdf"};
     const auto tool = controller().startTrashing("/Library/Report.pdf");
-    EXPECT_EQ(tool.status, platform::errAuthorizationToolExecuteFailure);
-    EXPECT_EQ(tool.right, platform::errAuthorizationToolExecuteFailure);
+    EXPECT_EQ(tool.status, qf::errAuthorizationToolExecuteFailure);
+    EXPECT_EQ(tool.right, qf::errAuthorizationToolExecuteFailure);
 }
 
 TEST_F(PrivilegedFileOperations, ARefusedMoveIntoTheTrashAsksForNoRight) {
@@ -331,7 +351,8 @@ TEST_F(PrivilegedFileOperations, TheSuperuserTrashesIntoTheTrashOfWhoeverStarted
     EXPECT_TRUE(controller().authTrashFile("/Library/Tool.app"));
     EXPECT_EQ(launcher.runs, Lines{"/bin/mv -f /Library/Tool.app /home/someone/.Trash/Tool.app"});
     EXPECT_EQ(workspace.trashesMade, Lines{}); // it would belong to the superuser
-    EXPECT_TRUE(workspace.expected.empty());   // and so would the record
+    EXPECT_EQ(workspace.expected,              // which may have to make room there
+              (std::vector<Lines>{{"/Library/Tool.app", "/home/someone/.Trash/Tool.app"}}));
 }
 
 TEST_F(PrivilegedFileOperations, TheSuperuserWhoKnowsNoUserTrashesIntoItsOwnTrash) {
@@ -347,7 +368,7 @@ TEST_F(PrivilegedFileOperations, OnTheRootAccountThePlaceInTheTrashIsDeletedNotT
     becomeSuperuser();
     account.home = "/root";
     fileSystem.files = {"/Library/Tool.app"};
-    EXPECT_TRUE(controller().authTrashFile("/Library/Tool.app", DeleteOnRootAccount::yes));
+    EXPECT_TRUE(controller().authTrashFile("/Library/Tool.app", qf::DeleteOnRootAccount::yes));
     EXPECT_EQ(launcher.runs, Lines{"/bin/rm -Rdf /root/.Trash/Tool.app"});
 }
 
@@ -355,17 +376,17 @@ TEST_F(PrivilegedFileOperations, OnTheRootAccountATakenPlaceInTheTrashIsNotTheOn
     becomeSuperuser();
     account.home = "/root";
     fileSystem.files = {"/Library/Tool.app", "/root/.Trash/Tool.app"};
-    EXPECT_TRUE(controller().authTrashFile("/Library/Tool.app", DeleteOnRootAccount::yes));
+    EXPECT_TRUE(controller().authTrashFile("/Library/Tool.app", qf::DeleteOnRootAccount::yes));
     EXPECT_EQ(launcher.runs, Lines{"/bin/rm -Rdf /root/.Trash/Tool_20231231235959.app"});
 }
 
 TEST_F(PrivilegedFileOperations, DeletionOnTheRootAccountIsNotForOrdinaryUsersOrKnownOnes) {
     fileSystem.files = {"/Library/Tool.app"};
-    EXPECT_TRUE(controller().authTrashFile("/Library/Tool.app", DeleteOnRootAccount::yes));
+    EXPECT_TRUE(controller().authTrashFile("/Library/Tool.app", qf::DeleteOnRootAccount::yes));
     EXPECT_EQ(services.tools(),
               Lines{"/bin/mv -f /Library/Tool.app /home/someone/.Trash/Tool.app"});
     becomeSuperuser();
-    EXPECT_TRUE(controller().authTrashFile("/Library/Tool.app", DeleteOnRootAccount::yes));
+    EXPECT_TRUE(controller().authTrashFile("/Library/Tool.app", qf::DeleteOnRootAccount::yes));
     EXPECT_EQ(launcher.runs, Lines{"/bin/mv -f /Library/Tool.app /home/someone/.Trash/Tool.app"});
 }
 
@@ -392,7 +413,7 @@ TEST_F(PrivilegedFileOperations, TrashDirectoryContentsTrashesEveryEntryAndKeeps
 TEST_F(PrivilegedFileOperations, TrashDirectoryContentsGoesOnAfterAFailure) {
     fileSystem.directories["/Library/Quillfen"] = {{"a", "b"}};
     fileSystem.files = {"/Library/Quillfen/a", "/Library/Quillfen/b"};
-    services.nextExecuteStatuses = {platform::errAuthorizationToolExecuteFailure};
+    services.nextExecuteStatuses = {qf::errAuthorizationToolExecuteFailure};
     EXPECT_FALSE(controller().authTrashFolderContents("/Library/Quillfen"));
     EXPECT_EQ(services.tools().size(), 2U);
 }
@@ -417,7 +438,7 @@ TEST_F(PrivilegedFileOperations, OnTheRootAccountTrashDirectoryContentsDeletesTh
     becomeSuperuser();
     fileSystem.directories["/Library/Quillfen"] = {{"a", "b"}};
     EXPECT_TRUE(
-        controller().authTrashFolderContents("/Library/Quillfen", DeleteOnRootAccount::yes));
+        controller().authTrashFolderContents("/Library/Quillfen", qf::DeleteOnRootAccount::yes));
     EXPECT_EQ(launcher.runs,
               (Lines{"/bin/rm -R -f /Library/Quillfen/a", "/bin/rm -R -f /Library/Quillfen/b"}));
 }
@@ -436,7 +457,7 @@ TEST_F(PrivilegedFileOperations, TrashDirectoryContentsNeverDeletesForAKnownUser
     fileSystem.directories["/Library/Quillfen"] = {{"a"}};
     fileSystem.files = {"/Library/Quillfen/a"};
     EXPECT_TRUE(
-        controller().authTrashFolderContents("/Library/Quillfen", DeleteOnRootAccount::yes));
+        controller().authTrashFolderContents("/Library/Quillfen", qf::DeleteOnRootAccount::yes));
     EXPECT_EQ(launcher.runs, Lines{"/bin/mv -f /Library/Quillfen/a /home/someone/.Trash/a"});
 }
 
@@ -444,7 +465,7 @@ TEST_F(PrivilegedFileOperations, TrashDirectoryContentsNeverDeletesForAnOrdinary
     fileSystem.directories["/Library/Quillfen"] = {{"a"}};
     fileSystem.files = {"/Library/Quillfen/a"};
     EXPECT_TRUE(
-        controller().authTrashFolderContents("/Library/Quillfen", DeleteOnRootAccount::yes));
+        controller().authTrashFolderContents("/Library/Quillfen", qf::DeleteOnRootAccount::yes));
     EXPECT_EQ(services.tools(), Lines{"/bin/mv -f /Library/Quillfen/a /home/someone/.Trash/a"});
 }
 
@@ -572,18 +593,18 @@ TEST_F(PrivilegedFileOperations, CreateDirFailsWhenTheRightIsRefused) {
 
 TEST_F(PrivilegedFileOperations, CreateDirPausesForItsTool) {
     PausingClock pauses;
-    const platform::ScopedService<platform::Clock> pausesScope(pauses);
+    const qf::ScopedService<qf::Clock> pausesScope(pauses);
     controller().authCreateDir("/Library/a");
     EXPECT_EQ(pauses.rests, std::vector(1, std::chrono::microseconds(500)));
 }
 
 TEST_F(PrivilegedFileOperations, CreateDirDoesNotPauseForAToolThatWasNotStarted) {
     PausingClock pauses;
-    const platform::ScopedService<platform::Clock> pausesScope(pauses);
+    const qf::ScopedService<qf::Clock> pausesScope(pauses);
     refuseTheRight();
     EXPECT_FALSE(controller().authCreateDir("/Library/a"));
-    services.rightsStatus = platform::errAuthorizationSuccess;
-    services.executeStatus = platform::errAuthorizationToolExecuteFailure;
+    services.rightsStatus = qf::errAuthorizationSuccess;
+    services.executeStatus = qf::errAuthorizationToolExecuteFailure;
     EXPECT_FALSE(controller().authCreateDir("/Library/a"));
     EXPECT_TRUE(pauses.rests.empty());
 }
@@ -592,4 +613,94 @@ TEST_F(PrivilegedFileOperations, TheSuperusersCreateDirIsDoneWhenItIsStarted) {
     becomeSuperuser();
     EXPECT_TRUE(controller().authCreateDir("/Library/a"));
     EXPECT_EQ(launcher.runs, Lines{"/bin/mkdir -p /Library/a"});
+}
+
+// Reasons.
+
+namespace {
+
+struct Refused : NamedCase {
+    qf::Result<void> (*perform)(QFAuthorization& controller);
+    int code;
+    std::string reason;
+};
+
+class ReasonOf : public PrivilegedFileOperations, public testing::WithParamInterface<Refused> {};
+
+constexpr auto no = qf::DeleteOnRootAccount::no;
+
+const Refused refusedOperations[]{
+    {{"Remove"},
+     [](auto& controller) { return controller.authRemoveFileWithResult("/usr"); },
+     QFAuthorization::refused,
+     "Unable to delete path /usr because it is a system directory."},
+    {{"Trash"},
+     [](auto& controller) { return controller.authTrashFileWithResult("/usr", no); },
+     QFAuthorization::refused,
+     "Unable to trash path /usr because it is a system directory."},
+    {{"TrashContents"},
+     [](auto& controller) { return controller.authTrashFolderContentsWithResult("/usr", no); },
+     QFAuthorization::refused,
+     "Unable to trash folder contents of path /usr because it is a system directory."},
+    {{"MoveContents"},
+     [](auto& controller) { return controller.authMoveFolderContentsWithResult("/usr", "/to"); },
+     QFAuthorization::refused,
+     "Unable to move contents of path /usr because it is a system directory."},
+    {{"MoveToNothing"},
+     [](auto& controller) { return controller.authMoveFileWithResult("/item", std::nullopt); },
+     QFAuthorization::refused,
+     "Error in authMoveFile: new path is null"},
+    {{"MoveOfTheMissing"},
+     [](auto& controller) { return controller.authMoveFileWithResult("/missing", "/to"); },
+     QFAuthorization::refused,
+     "/missing does not exist."},
+    {{"CopyFromNothing"},
+     [](auto& controller) { return controller.authCopyFileWithResult(std::nullopt, "/to"); },
+     QFAuthorization::refused,
+     "Error in authCopyFile: old path is null"},
+    {{"CopyOfTheMissing"},
+     [](auto& controller) { return controller.authCopyFileWithResult("/missing", "/to"); },
+     QFAuthorization::refused,
+     "/missing does not exist."},
+    {{"CreateDirWithoutRight"},
+     [](auto& controller) { return controller.authCreateDirWithResult("/new"); },
+     qf::errAuthorizationCanceled,
+     "The administrator’s right was not granted."},
+};
+
+} // namespace
+
+TEST_P(ReasonOf, IsSaid) {
+    refuseTheRight();
+    fileSystem.directories["/usr"] = Lines{};
+    const auto result = GetParam().perform(controller());
+    EXPECT_EQ(result.error().domain, "QFAuthorizationErrorDomain");
+    EXPECT_EQ(result.error().code, GetParam().code);
+    EXPECT_EQ(result.error().localizedDescription, GetParam().reason);
+}
+
+INSTANTIATE_TEST_SUITE_P(, ReasonOf, testing::ValuesIn(refusedOperations), nameOfCase);
+
+TEST_F(PrivilegedFileOperations, AToolThatCannotBeStartedSaysSo) {
+    services.executeStatus = qf::errAuthorizationToolExecuteFailure;
+    const auto result = controller().authRemoveFileWithResult("/item");
+    EXPECT_EQ(result.error().code, qf::errAuthorizationToolExecuteFailure);
+    EXPECT_EQ(result.error().localizedDescription,
+              "/bin/rm could not be started with the administrator’s right.");
+}
+
+TEST_F(PrivilegedFileOperations, AToolThatDoesNotExistSaysSo) {
+    fileSystem.tools.erase("/bin/rm");
+    const auto result = controller().authRemoveFileWithResult("/item");
+    EXPECT_EQ(result.error().code, QFAuthorization::toolMissing);
+    EXPECT_EQ(result.error().localizedDescription,
+              "Unable to execute task: path /bin/rm doesn't exist");
+}
+
+TEST_F(PrivilegedFileOperations, OfSeveralItemsTheFirstThatFailsSaysWhy) {
+    fileSystem.directories = {{"/from", Lines{"missing", "item"}}};
+    fileSystem.files = {"/from/item"};
+    const auto result = controller().authMoveFolderContentsWithResult("/from", "/to");
+    EXPECT_EQ(result.error().localizedDescription, "/from/missing does not exist.");
+    EXPECT_EQ(services.tools(), Lines{"/bin/mv -f /from/item /to/item"});
 }

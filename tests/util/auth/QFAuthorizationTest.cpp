@@ -10,8 +10,8 @@
 #include <optional>
 #include <utility>
 
-using platform::AuthorizationItemSet;
-using platform::AuthorizationRef;
+using qf::AuthorizationItemSet;
+using qf::AuthorizationRef;
 using Calls = std::vector<AuthorizationCall>;
 
 namespace {
@@ -20,7 +20,7 @@ constexpr AuthorizationRef first{1};
 constexpr AuthorizationRef second{2};
 constexpr AuthorizationRef inheritedRef{77};
 
-const platform::AuthorizationRights administrator{"system.privilege.admin"};
+const qf::AuthorizationRights administrator{"system.privilege.admin"};
 
 AuthorizationCall freeing(AuthorizationRef ref) {
     return {.operation = "free", .ref = ref, .flags = 0};
@@ -63,19 +63,19 @@ TEST_F(QFAuthorizationTest, HasAUserInterfaceUnlessMadeWithout) {
 }
 
 TEST_F(QFAuthorizationTest, CanBeMadeWithoutAUserInterface) {
-    EXPECT_FALSE(QFAuthorization::sharedController(UserInterface::no).hasGUI());
+    EXPECT_FALSE(QFAuthorization::sharedController(qf::UserInterface::no).hasGUI());
     EXPECT_EQ(services.inheritanceFlags.size(), 1U);
 }
 
 TEST_F(QFAuthorizationTest, TheFirstRequestDecidesTheMode) {
     auto& made = QFAuthorization::sharedController();
-    auto& later = QFAuthorization::sharedController(UserInterface::no);
+    auto& later = QFAuthorization::sharedController(qf::UserInterface::no);
     EXPECT_EQ(&made, &later);
     EXPECT_TRUE(later.hasGUI());
 }
 
 TEST_F(QFAuthorizationTest, ALaterRequestForAUserInterfaceDoesNotChangeTheMode) {
-    QFAuthorization::sharedController(UserInterface::no);
+    QFAuthorization::sharedController(qf::UserInterface::no);
     EXPECT_FALSE(QFAuthorization::sharedController().hasGUI());
 }
 
@@ -138,7 +138,7 @@ TEST_F(QFAuthorizationTest, TheAccessorsReadWhatTheyWrote) {
 TEST_F(QFAuthorizationTest, IsUnauthorizedAtFirst) {
     EXPECT_FALSE(controller().isAuthorized());
     EXPECT_EQ(controller().authRef(), AuthorizationRef::none);
-    EXPECT_EQ(services.inheritanceFlags, std::vector<platform::AuthorizationFlags>{0});
+    EXPECT_EQ(services.inheritanceFlags, std::vector<qf::AuthorizationFlags>{0});
     EXPECT_EQ(services.calls, Calls{});
 }
 
@@ -151,7 +151,7 @@ TEST_F(QFAuthorizationTest, AnInheritedHandleAuthorizesFromTheStart) {
 }
 
 TEST_F(QFAuthorizationTest, WithoutAnInheritedHandleThereIsNoRight) {
-    services.inherited = platform::Unexpected(platform::errAuthorizationDenied);
+    services.inherited = qf::Unexpected(qf::errAuthorizationDenied);
     EXPECT_FALSE(controller().isAuthorized());
 }
 
@@ -181,7 +181,7 @@ TEST_F(QFAuthorizationTest, StartingAgainAsksNothing) {
 }
 
 TEST_F(QFAuthorizationTest, StartingWithoutAUserInterfaceFailsWithALine) {
-    auto& made = QFAuthorization::sharedController(UserInterface::no);
+    auto& made = QFAuthorization::sharedController(qf::UserInterface::no);
     EXPECT_FALSE(made.authStart());
     EXPECT_EQ(console.systemLogLines(), Lines{"Unable to authorize"});
     EXPECT_EQ(loggedLines(), Lines{});
@@ -195,7 +195,7 @@ TEST_F(QFAuthorizationTest, AHeldRightNeedsNoUserInterface) {
 }
 
 TEST_F(QFAuthorizationTest, StartingFailsSilentlyWhenNoHandleCanBeMade) {
-    services.createStatus = platform::errAuthorizationInternal;
+    services.createStatus = qf::errAuthorizationInternal;
     EXPECT_FALSE(controller().authStart());
     EXPECT_EQ(services.calls, (Calls{{.operation = "create", .flags = 0}}));
     EXPECT_EQ(controller().authRef(), AuthorizationRef::none);
@@ -204,7 +204,7 @@ TEST_F(QFAuthorizationTest, StartingFailsSilentlyWhenNoHandleCanBeMade) {
 }
 
 TEST_F(QFAuthorizationTest, ADismissedPromptGivesTheHandleBackSilently) {
-    services.rightsStatus = platform::errAuthorizationCanceled;
+    services.rightsStatus = qf::errAuthorizationCanceled;
     EXPECT_FALSE(controller().authStart());
     ASSERT_EQ(services.calls.size(), 3U);
     EXPECT_EQ(services.calls[2], freeing(first));
@@ -213,10 +213,37 @@ TEST_F(QFAuthorizationTest, ADismissedPromptGivesTheHandleBackSilently) {
     EXPECT_EQ(loggedLines(), Lines{});
 }
 
+TEST_F(QFAuthorizationTest, StartingSaysWhyItFailed) {
+    services.rightsStatus = qf::errAuthorizationCanceled;
+    const auto dismissed = controller().authStartWithResult();
+    EXPECT_EQ(dismissed.error().code, qf::errAuthorizationCanceled);
+    EXPECT_EQ(dismissed.error().localizedDescription, "The administrator’s right was not granted.");
+    controller().setHasGUI(false);
+    const auto silent = controller().authStartWithResult();
+    EXPECT_EQ(silent.error().code, QFAuthorization::notAuthorized);
+    EXPECT_EQ(silent.error().localizedDescription, "Unable to authorize");
+}
+
+TEST_F(QFAuthorizationTest, StartingWithCredentialsSaysWhyItFailed) {
+    const auto failure = [] {
+        return controller().authStartWithUserWithResult("someone", "wrong").error();
+    };
+    services.rightsStatus = qf::errAuthorizationDenied;
+    EXPECT_EQ(failure().code, qf::errAuthorizationDenied);
+    EXPECT_EQ(failure().localizedDescription, "Authorization failed. Invalid username or password");
+    services.createStatus = qf::errAuthorizationInternal;
+    EXPECT_EQ(failure().code, qf::errAuthorizationInternal);
+    EXPECT_EQ(controller()
+                  .authStartWithUserWithResult(std::nullopt, "secret")
+                  .error()
+                  .localizedDescription,
+              "The user’s name or password is missing.");
+}
+
 TEST_F(QFAuthorizationTest, ARefusalIsAskedAgainOnlyWhenTheCallerStartsAgain) {
-    services.rightsStatus = platform::errAuthorizationDenied;
+    services.rightsStatus = qf::errAuthorizationDenied;
     EXPECT_FALSE(controller().authStart());
-    services.rightsStatus = platform::errAuthorizationSuccess;
+    services.rightsStatus = qf::errAuthorizationSuccess;
     EXPECT_TRUE(controller().authStart());
     EXPECT_EQ(controller().authRef(), second);
 }
@@ -240,7 +267,8 @@ TEST_F(QFAuthorizationTest, StartingWithCredentialsAsksNobody) {
 }
 
 TEST_F(QFAuthorizationTest, CredentialsNeedNoUserInterface) {
-    EXPECT_TRUE(QFAuthorization::sharedController(UserInterface::no).authStartWithUser("a", "b"));
+    EXPECT_TRUE(
+        QFAuthorization::sharedController(qf::UserInterface::no).authStartWithUser("a", "b"));
 }
 
 TEST_F(QFAuthorizationTest, AMissingNameOrPasswordIsRefusedAtOnceAndSilently) {
@@ -281,7 +309,7 @@ TEST_F(QFAuthorizationTest, CredentialsWithoutAHandleFailWithTheStatusInTheSyste
 }
 
 TEST_F(QFAuthorizationTest, WrongCredentialsGiveTheHandleBackAndStandInBothLogs) {
-    services.rightsStatus = platform::errAuthorizationDenied;
+    services.rightsStatus = qf::errAuthorizationDenied;
     EXPECT_FALSE(controller().authStartWithUser("someone", "wrong"));
     const std::string line = "Authorization failed. Invalid username or password";
     EXPECT_EQ(console.systemLogLines(), Lines{line});
@@ -293,7 +321,7 @@ TEST_F(QFAuthorizationTest, WrongCredentialsGiveTheHandleBackAndStandInBothLogs)
 
 TEST_F(QFAuthorizationTest, WrongCredentialsEndARightThatIsHeld) {
     controller().authStart();
-    services.rightsStatus = platform::errAuthorizationDenied;
+    services.rightsStatus = qf::errAuthorizationDenied;
     EXPECT_FALSE(controller().authStartWithUser("someone", "wrong"));
     EXPECT_EQ(controller().authRef(), AuthorizationRef::none);
     EXPECT_FALSE(controller().isAuthorized());
@@ -328,7 +356,7 @@ TEST_F(QFAuthorizationTest, EndingWithoutARightDoesNothing) {
 
 TEST_F(QFAuthorizationTest, TheSuperuserIsAuthorizedWithoutAskingAnything) {
     becomeSuperuser();
-    auto& made = QFAuthorization::sharedController(UserInterface::no);
+    auto& made = QFAuthorization::sharedController(qf::UserInterface::no);
     EXPECT_TRUE(made.isAuthorized());
     EXPECT_TRUE(made.canAuthorize());
     EXPECT_TRUE(made.authStart());
@@ -355,10 +383,10 @@ public:
     std::function<void()> askToo;
     std::future<void> other;
 
-    platform::AuthorizationResult<void> copyRights(AuthorizationRef ref,
-                                                   const platform::AuthorizationRights& rights,
-                                                   const AuthorizationItemSet& environment,
-                                                   platform::AuthorizationFlags flags) override {
+    qf::AuthorizationResult<void> copyRights(AuthorizationRef ref,
+                                             const qf::AuthorizationRights& rights,
+                                             const AuthorizationItemSet& environment,
+                                             qf::AuthorizationFlags flags) override {
         if (questions++ == 0) {
             std::promise<void> came;
             auto coming = came.get_future();
@@ -374,7 +402,7 @@ public:
 
 TEST_F(QFAuthorizationTest, AsksOnceForThreadsThatComeTogether) {
     CrowdedQuestion crowded;
-    const platform::ScopedService<platform::AuthorizationServices> scope(crowded);
+    const qf::ScopedService<qf::AuthorizationServices> scope(crowded);
     auto& made = controller();
     bool otherIsAuthorized = false;
     crowded.askToo = [&] { otherIsAuthorized = made.authStart(); };

@@ -24,7 +24,7 @@ protected:
 TEST_F(Archives, PackingKeepsTheParentUnlessToldOtherwise) {
     makeWhenRun("/new.zip");
     EXPECT_TRUE(QFFileManager::compressFile("/source", "/new.zip"));
-    EXPECT_FALSE(QFFileManager::compressFile("/source", "/other.zip", IncludeParent::yes));
+    EXPECT_FALSE(QFFileManager::compressFile("/source", "/other.zip", qf::IncludeParent::yes));
     EXPECT_EQ(launcher.runs,
               (Lines{"/usr/bin/ditto -ck --keepParent /source /new.zip", "waited",
                      "/usr/bin/ditto -ck --keepParent /source /other.zip", "waited"}));
@@ -32,7 +32,7 @@ TEST_F(Archives, PackingKeepsTheParentUnlessToldOtherwise) {
 
 TEST_F(Archives, PackingLeavesTheParentOutWhenTold) {
     makeWhenRun("/new.zip");
-    EXPECT_TRUE(QFFileManager::compressFile("/source", "/new.zip", IncludeParent::no));
+    EXPECT_TRUE(QFFileManager::compressFile("/source", "/new.zip", qf::IncludeParent::no));
     EXPECT_EQ(launcher.runs, (Lines{"/usr/bin/ditto -ck /source /new.zip", "waited"}));
     EXPECT_EQ(workspace.recycled.size(), 0U);
     EXPECT_EQ(loggedLines(), Lines{});
@@ -52,8 +52,31 @@ TEST_F(Archives, PackingMayAskForTheRightToTrashAFormerArchive) {
 
 TEST_F(Archives, PackingFailsWithoutAnArchiveAfterwards) {
     EXPECT_FALSE(QFFileManager::compressFile("/missing", "/new.zip"));
-    launcher.failure = platform::Exception("NSInvalidArgumentException", "no tool");
+    launcher.failure = qf::Exception("NSInvalidArgumentException", "no tool");
     EXPECT_FALSE(QFFileManager::compressFile("/source", "/new.zip"));
+}
+
+TEST_F(Archives, PackingSaysWhyThereIsNoArchive) {
+    const auto failure = [] {
+        return QFFileManager::compressFileWithResult("/source", "/new.zip", qf::IncludeParent::no)
+            .error();
+    };
+    launcher.terminationStatus = 2;
+    EXPECT_EQ(failure().localizedDescription, "/usr/bin/ditto ended with status 2.");
+    EXPECT_EQ(failure().code, 2);
+    launcher.failure = qf::Exception("NSInvalidArgumentException", "no tool");
+    EXPECT_EQ(failure().localizedDescription, "no tool");
+    makeWhenRun("/new.zip");
+    launcher.failure.reset();
+    EXPECT_TRUE(
+        QFFileManager::compressFileWithResult("/source", "/new.zip", qf::IncludeParent::no));
+}
+
+TEST_F(Archives, UnpackingSaysWhyThereIsNoDirectory) {
+    launcher.terminationStatus = 1;
+    EXPECT_EQ(
+        QFFileManager::decompressFileWithResult("/a.zip", "/new").error().localizedDescription,
+        "/usr/bin/ditto ended with status 1.");
 }
 
 TEST_F(Archives, UnpackingRunsTheTool) {

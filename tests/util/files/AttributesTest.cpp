@@ -4,17 +4,18 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <map>
 #include <utility>
 
-using platform::Error;
-using platform::Result;
-using platform::Unexpected;
+using qf::Error;
+using qf::Result;
+using qf::Unexpected;
 
 namespace {
 
 /// Extended attributes of one file, which a test describes, as a system keeps them.
-class DescribedAttributes : public platform::ExtendedAttributes {
+class DescribedAttributes : public qf::ExtendedAttributes {
 public:
     std::map<std::string, std::string> values;
     /// What every call fails with.
@@ -74,7 +75,7 @@ protected:
     DescribedAttributes attributes;
 
 private:
-    platform::ScopedService<platform::ExtendedAttributes> attributesScope_{attributes};
+    qf::ScopedService<qf::ExtendedAttributes> attributesScope_{attributes};
 };
 
 const std::string touchFile = "/usr/bin/touch -c /file";
@@ -153,11 +154,19 @@ TEST_F(Attributes, TheModificationDateIsSetOrNotWithoutALine) {
     EXPECT_EQ(loggedLines(), Lines{});
 }
 
+TEST_F(Attributes, AModificationDateThatCannotBeSetSaysWhy) {
+    fileSystem.failures["date /file"] = {.localizedDescription = "It is not yours."};
+    EXPECT_EQ(QFFileManager::setModificationDateWithResult(pauses.now(), "/file")
+                  .error()
+                  .localizedDescription,
+              "It is not yours.");
+}
+
 // Touch.
 
 TEST_F(Attributes, NoPathCannotBeTouched) {
     EXPECT_FALSE(QFFileManager::touchFile(std::nullopt));
-    EXPECT_FALSE(QFFileManager::touchFile(std::nullopt, SetCreationDate::yes));
+    EXPECT_FALSE(QFFileManager::touchFile(std::nullopt, qf::SetCreationDate::yes));
     EXPECT_EQ(workspace.changed, Lines{});
     EXPECT_EQ(launcher.runs, Lines{});
 }
@@ -165,6 +174,7 @@ TEST_F(Attributes, NoPathCannotBeTouched) {
 TEST_F(Attributes, WhatTheUserMayWriteIsTouchedByTheTool) {
     EXPECT_TRUE(QFFileManager::touchFile("/file"));
     EXPECT_EQ(launcher.runs, (Lines{touchFile, "waited"}));
+    EXPECT_EQ(pauses.timeouts, std::vector{std::chrono::seconds(5)});
     EXPECT_EQ(fileSystem.changes, Lines{});
     EXPECT_EQ(services.calls.size(), 0U);
     EXPECT_EQ(workspace.changed, Lines{"/file"});
@@ -172,7 +182,7 @@ TEST_F(Attributes, WhatTheUserMayWriteIsTouchedByTheTool) {
 
 TEST_F(Attributes, TheCreationDateFollowsTheTool) {
     launcher.effect = [this] { EXPECT_EQ(fileSystem.changes, Lines{}); };
-    EXPECT_TRUE(QFFileManager::touchFile("/file", SetCreationDate::yes));
+    EXPECT_TRUE(QFFileManager::touchFile("/file", qf::SetCreationDate::yes));
     EXPECT_EQ(launcher.runs, (Lines{touchFile, "waited"}));
     EXPECT_EQ(fileSystem.changes, Lines{"creation date /file"});
     EXPECT_EQ(fileSystem.creationDates["/file"], pauses.now());
@@ -180,7 +190,7 @@ TEST_F(Attributes, TheCreationDateFollowsTheTool) {
 }
 
 TEST_F(Attributes, TouchSucceedsWhateverTheToolDoes) {
-    launcher.failure = platform::Exception("NSInvalidArgumentException", "no tool");
+    launcher.failure = qf::Exception("NSInvalidArgumentException", "no tool");
     EXPECT_TRUE(QFFileManager::touchFile("/file"));
     fileSystem.tools.erase("/usr/bin/touch");
     EXPECT_TRUE(QFFileManager::touchFile("/file"));
@@ -200,7 +210,7 @@ TEST_F(Attributes, WhatIsNotTheUsersIsTouchedByTheAdministratorWhoIsWaitedFor) {
 TEST_F(Attributes, TheCreationDateOfWhatIsNotTheUsersIsTriedFirst) {
     fileSystem.failures["creation date /theirs"] = {.localizedDescription = "It is not yours."};
     services.beforeTool = [this] { EXPECT_EQ(fileSystem.changes, Lines{"creation date /theirs"}); };
-    EXPECT_TRUE(QFFileManager::touchFile("/theirs", SetCreationDate::yes));
+    EXPECT_TRUE(QFFileManager::touchFile("/theirs", qf::SetCreationDate::yes));
     EXPECT_EQ(fileSystem.changes, Lines{"creation date /theirs"});
     EXPECT_EQ(services.tools(), Lines{touchTheirs});
     EXPECT_EQ(loggedLines(), Lines{});
@@ -209,10 +219,23 @@ TEST_F(Attributes, TheCreationDateOfWhatIsNotTheUsersIsTriedFirst) {
 TEST_F(Attributes, TouchFailsWhenTheRightIsRefusedAndTellsTheDesktopAllTheSame) {
     refuseTheRight();
     EXPECT_FALSE(QFFileManager::touchFile("/theirs"));
-    services.rightsStatus = platform::errAuthorizationSuccess;
+    services.rightsStatus = qf::errAuthorizationSuccess;
     services.executeStatus = -60031;
     EXPECT_FALSE(QFFileManager::touchFile("/theirs"));
     EXPECT_EQ(workspace.changed, (Lines{"/theirs", "/theirs"}));
+}
+
+TEST_F(Attributes, TouchSaysWhoDidItOrWhyItFailed) {
+    const auto touch = [](const std::optional<std::string>& path) {
+        return QFFileManager::touchFileWithResult(path, qf::SetCreationDate::no);
+    };
+    EXPECT_EQ(touch("/file").value(), qf::DoneBy::user);
+    EXPECT_EQ(touch("/theirs").value(), qf::DoneBy::administrator);
+    services.executeStatus = -60031;
+    EXPECT_EQ(touch("/theirs").error().code, -60031);
+    EXPECT_EQ(touch("/theirs").error().localizedDescription,
+              "Unable to run /usr/bin/touch for /theirs as administrator - error -60031");
+    EXPECT_EQ(touch(std::nullopt).error().localizedDescription, "There is no path to touch.");
 }
 
 TEST_F(Attributes, TheMissingIsTouchedByTheAdministrator) {
@@ -247,10 +270,18 @@ TEST_F(Attributes, AnEmptyFileIsMadeByTheAdministratorWhereNobodyElseMay) {
 TEST_F(Attributes, NoEmptyFileIsMovedThatCouldNotBeMade) {
     account.temporary = "/nowhere";
     fileSystem.writeResult =
-        platform::Unexpected(platform::Error{.localizedDescription = "There is no space."});
+        qf::Unexpected(qf::Error{.localizedDescription = "There is no space."});
     EXPECT_FALSE(QFFileManager::createEmptyFile("/new"));
     EXPECT_EQ(fileSystem.changes.size(), 1U);
     EXPECT_EQ(loggedLines(), Lines{});
+}
+
+TEST_F(Attributes, AnEmptyFileSaysWhoMadeItOrWhyItCouldNotBeMade) {
+    EXPECT_EQ(QFFileManager::createEmptyFileWithResult("/new").value(), qf::DoneBy::user);
+    fileSystem.writeResult =
+        qf::Unexpected(qf::Error{.localizedDescription = "There is no space."});
+    EXPECT_EQ(QFFileManager::createEmptyFileWithResult("/new").error().localizedDescription,
+              "There is no space.");
 }
 
 // Extended attributes.
@@ -263,7 +294,7 @@ TEST_F(Attributes, AnAttributeIsReadAsText) {
     EXPECT_EQ(loggedLines(), Lines{});
 }
 
-TEST_F(Attributes, AMissingAttributeGivesNothingAndTwoLines) {
+TEST_F(Attributes, AMissingAttributeHasNoValueAndLeavesTwoLines) {
     EXPECT_EQ(QFFileManager::metadataValueForKey("key", "/file"), std::nullopt);
     EXPECT_EQ(
         console.systemLogLines(),
@@ -274,14 +305,14 @@ TEST_F(Attributes, AMissingAttributeGivesNothingAndTwoLines) {
               "Error retrieving file attribute: " + std::to_string(EACCES));
 }
 
-TEST_F(Attributes, AnEmptyAttributeGivesNothing) {
+TEST_F(Attributes, AnEmptyAttributeHasNoValue) {
     attributes.values = {{"key", ""}};
     EXPECT_EQ(QFFileManager::metadataValueForKey("key", "/file"), std::nullopt);
     EXPECT_EQ(console.systemLogLines(), Lines{"buffer val: 0"});
     EXPECT_EQ(attributes.buffers.size(), 0U);
 }
 
-TEST_F(Attributes, AnAttributeThatIsNoTextGivesNothing) {
+TEST_F(Attributes, AnAttributeThatIsNoTextHasNoValue) {
     attributes.values = {{"key", "a\xFF"}};
     EXPECT_EQ(QFFileManager::metadataValueForKey("key", "/file"), std::nullopt);
 }
@@ -318,4 +349,10 @@ TEST_F(Attributes, AnAttributeThatCannotBeSetIsToldToTheSystemLog) {
     EXPECT_EQ(console.systemLogLines(),
               Lines{"Error setting extended attribute for file /file - -1"});
     EXPECT_EQ(loggedLines(), Lines{});
+}
+
+TEST_F(Attributes, AnAttributeThatCannotBeSetSaysWhy) {
+    attributes.failure = EACCES;
+    EXPECT_EQ(QFFileManager::setMetadataValueWithResult("value", "key", "/file").error().code,
+              EACCES);
 }

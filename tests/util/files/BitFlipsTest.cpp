@@ -7,7 +7,7 @@
 
 namespace {
 
-class BitFlips : public VerifiedCopyTest, public testing::WithParamInterface<VerificationType> {
+class BitFlips : public VerifiedCopyTest, public testing::WithParamInterface<qf::VerificationType> {
 protected:
     static constexpr int rounds = 10'000;
 
@@ -45,7 +45,7 @@ private:
     std::mt19937 random_{20'261'116}; // NOLINT: the same in every run, on purpose
 };
 
-std::string nameOf(const testing::TestParamInfo<VerificationType>& info) {
+std::string nameOf(const testing::TestParamInfo<qf::VerificationType>& info) {
     return "type" + std::to_string(static_cast<int>(info.param));
 }
 
@@ -64,10 +64,10 @@ TEST_P(BitFlips, AreAlwaysReportedWithTheDigestOfWhatIsThere) {
         }
         streams.files[flipped].alter = flipping(below(content.size() * 8));
 
-        std::vector<std::pair<std::string, platform::Value>> failures;
-        platform::Value digests;
-        platform::Value sourceDigest;
-        auto delegate = std::make_shared<FileCopyDelegate>();
+        std::vector<std::pair<std::string, qf::Value>> failures;
+        qf::Value digests;
+        qf::Value sourceDigest;
+        auto delegate = std::make_shared<qf::FileCopyDelegate>();
         delegate->fileCopyVerificationFailed = [&](const auto& settings, const auto& file) {
             failures.emplace_back(file, (*settings)["destChecksum"]);
         };
@@ -77,20 +77,21 @@ TEST_P(BitFlips, AreAlwaysReportedWithTheDigestOfWhatIsThere) {
         };
         ASSERT_TRUE(copy(destinations, GetParam(), delegate));
 
-        platform::Value::Array expected;
+        qf::Value::Array expected;
         for (const auto& path : destinations) {
             expected.emplace_back(*digestOf(GetParam(), contentOf(path)));
         }
         ASSERT_FALSE(contentOf(flipped) == content);
-        ASSERT_EQ(sourceDigest, platform::Value(*digestOf(GetParam(), content)));
-        ASSERT_EQ(digests, platform::Value(expected));
+        ASSERT_EQ(sourceDigest, qf::Value(*digestOf(GetParam(), content)));
+        ASSERT_EQ(digests, qf::Value(expected));
         ASSERT_EQ(failures.size(), 1U);
         ASSERT_EQ(failures[0].first, flipped);
-        ASSERT_EQ(failures[0].second, platform::Value(*digestOf(GetParam(), contentOf(flipped))));
+        ASSERT_EQ(failures[0].second, qf::Value(*digestOf(GetParam(), contentOf(flipped))));
     }
 }
 
 INSTANTIATE_TEST_SUITE_P(EveryDigest, BitFlips,
-                         testing::Values(VerificationType::md5, VerificationType::sha1,
-                                         VerificationType::sha256, VerificationType::sha512),
+                         testing::Values(qf::VerificationType::md5, qf::VerificationType::sha1,
+                                         qf::VerificationType::sha256,
+                                         qf::VerificationType::sha512),
                          nameOf);

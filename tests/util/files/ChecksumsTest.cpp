@@ -5,6 +5,7 @@
 #include "tests/support/Bytes.h"
 #include "tests/support/DescribedMachine.h"
 #include "tests/support/FileStreamDoubles.h"
+#include "tests/support/NamedCase.h"
 #include "tests/support/TemporaryDirectory.h"
 #include "tests/util/files/CopyObserver.h"
 #include "tests/util/files/NoMemory.h"
@@ -24,21 +25,34 @@ namespace {
 constexpr std::uint64_t interval = 52'428'800;
 constexpr const char* file = "/file";
 
-using Hash = std::optional<std::string> (*)(const std::string&);
-using HashWithDelegate = std::optional<std::string> (*)(const std::string&,
-                                                        const std::shared_ptr<ChecksumDelegate>&);
+/// The operations of one algorithm, and their name.
+struct ChecksumAlgorithm : NamedCase {
+    std::optional<std::string> (*hash)(const std::string&);
+    std::optional<std::string> (*hashWithDelegate)(const std::string&,
+                                                   const std::shared_ptr<qf::ChecksumDelegate>&);
+    std::string operation;
+};
 
-constexpr std::array<Hash, 4> hashes{QFFileManager::md5HashForFile, QFFileManager::sha1HashForFile,
-                                     QFFileManager::sha256HashForFile,
-                                     QFFileManager::sha512HashForFile};
-constexpr std::array<HashWithDelegate, 4> hashesWithDelegate{
-    QFFileManager::md5HashForFile, QFFileManager::sha1HashForFile, QFFileManager::sha256HashForFile,
-    QFFileManager::sha512HashForFile};
+const std::array algorithms{
+    ChecksumAlgorithm{
+        {"Md5"}, QFFileManager::md5HashForFile, QFFileManager::md5HashForFile, "md5HashForFile"},
+    ChecksumAlgorithm{{"Sha1"},
+                      QFFileManager::sha1HashForFile,
+                      QFFileManager::sha1HashForFile,
+                      "sha1HashForFile"},
+    ChecksumAlgorithm{{"Sha256"},
+                      QFFileManager::sha256HashForFile,
+                      QFFileManager::sha256HashForFile,
+                      "sha256HashForFile"},
+    ChecksumAlgorithm{{"Sha512"},
+                      QFFileManager::sha512HashForFile,
+                      QFFileManager::sha512HashForFile,
+                      "sha512HashForFile"}};
 
 /// Counts the questions that a digest's delegate is asked.
 class Questions {
 public:
-    explicit Questions(bool answer = true) : delegate_(std::make_shared<ChecksumDelegate>()) {
+    explicit Questions(bool answer = true) : delegate_(std::make_shared<qf::ChecksumDelegate>()) {
         delegate_->checksumShouldContinue = [count = count_, answer,
                                              token = released_.token()](const std::string& path) {
             EXPECT_EQ(path, file);
@@ -47,7 +61,7 @@ public:
         };
     }
 
-    const std::shared_ptr<ChecksumDelegate>& delegate() const { return delegate_; }
+    const std::shared_ptr<qf::ChecksumDelegate>& delegate() const { return delegate_; }
 
     /// Returns how many there were, once those under way are answered.
     int count() {
@@ -59,7 +73,7 @@ public:
 private:
     Release released_;
     std::shared_ptr<std::atomic<int>> count_ = std::make_shared<std::atomic<int>>(0);
-    std::shared_ptr<ChecksumDelegate> delegate_;
+    std::shared_ptr<qf::ChecksumDelegate> delegate_;
 };
 
 class Checksums : public DescribedMachine {
@@ -71,27 +85,38 @@ protected:
     }
 
 private:
-    platform::native::Digests digests_;
-    platform::ScopedService<platform::Digests> digestsScope_{digests_};
-    platform::ScopedService<platform::FileStreams> streamsScope_{streams};
+    qf::native::Digests digests_;
+    qf::ScopedService<qf::Digests> digestsScope_{digests_};
+    qf::ScopedService<qf::FileStreams> streamsScope_{streams};
 };
+
+class EveryChecksum : public Checksums, public testing::WithParamInterface<ChecksumAlgorithm> {};
+
+struct SizeInChecksums : NamedCase {
+    std::uint64_t size;
+    int questions;
+};
+
+class EveryChecksumOfASize
+    : public Checksums,
+      public testing::WithParamInterface<std::tuple<ChecksumAlgorithm, SizeInChecksums>> {};
 
 class ChecksumsOnDisk : public Checksums {
 protected:
     TemporaryDirectory directory;
 
 private:
-    platform::native::FileStreams onDisk_;
-    platform::ScopedService<platform::FileStreams> onDiskScope_{onDisk_};
+    qf::native::FileStreams onDisk_;
+    qf::ScopedService<qf::FileStreams> onDiskScope_{onDisk_};
 };
 
 } // namespace
 
-TEST_F(Checksums, AContextGivesItsDigestAndStaysAsItWas) {
-    MD5Context md5;
-    SHA1Context sha1;
-    SHA256Context sha256;
-    SHA512Context sha512;
+TEST_F(Checksums, AContextReturnsItsDigestAndStaysAsItWas) {
+    qf::MD5Context md5;
+    qf::SHA1Context sha1;
+    qf::SHA256Context sha256;
+    qf::SHA512Context sha512;
     md5.update(bytesOf("abc"));
     sha1.update(bytesOf("abc"));
     sha256.update(bytesOf("abc"));
@@ -133,72 +158,61 @@ TEST_F(Checksums, AnEmptyFileHasTheDigestOfNothing) {
               "47d0d13c5d85f2b0ff8318d2877eec2f63b931bd47417a81a538327af927da3e");
 }
 
-TEST_F(Checksums, AMissingFileIsSaidInTheSystemLogOnly) {
-    for (const auto hash : hashes) {
-        EXPECT_EQ(hash("/missing"), std::nullopt);
-    }
+TEST_P(EveryChecksum, OfAMissingFileIsMissingInTheSystemLogOnly) {
+    EXPECT_EQ(GetParam().hash("/missing"), std::nullopt);
     EXPECT_EQ(console.systemLogLines(),
-              Lines(4, "Error: Unable to open destination file /missing. Aborting hash "
-                       "verification..."));
+              Lines{"Error: Unable to open destination file /missing. Aborting hash "
+                    "verification..."});
     EXPECT_EQ(console.printed(), "");
     EXPECT_EQ(loggedLines(), Lines{});
 }
 
-TEST_F(Checksums, AReadErrorIsSaidInTheLogAndOnStandardOutput) {
+TEST_P(EveryChecksum, TellsAReadErrorInTheLogAndOnStandardOutput) {
     describe(200'000).readableBytes = 100'000;
-    for (const auto hash : hashes) {
-        EXPECT_EQ(hash(file), std::nullopt);
-        EXPECT_EQ(loggedLines(), Lines{"Error reading file /file - aborting..."});
-    }
-    EXPECT_EQ(console.printed(), "Error reading file /file - aborting...\n"
-                                 "Error reading file /file - aborting...\n"
-                                 "Error reading file /file - aborting...\n"
-                                 "Error reading file /file - aborting...\n");
+    EXPECT_EQ(GetParam().hash(file), std::nullopt);
+    EXPECT_EQ(loggedLines(), Lines{"Error reading file /file - aborting..."});
+    EXPECT_EQ(console.printed(), "Error reading file /file - aborting...\n");
     EXPECT_EQ(console.systemLogLines(), Lines{});
-    EXPECT_EQ(streams.events, (Lines{"open /file", "close /file", "open /file", "close /file",
-                                     "open /file", "close /file", "open /file", "close /file"}));
+    EXPECT_EQ(streams.events, (Lines{"open /file", "close /file"}));
 }
 
-TEST_F(Checksums, WithoutMemoryTheFileIsClosed) {
+TEST_P(EveryChecksum, ClosesTheFileWithoutMemory) {
     describe(10);
-    for (const auto hash : hashes) {
-        {
-            const NoMemory none;
-            EXPECT_EQ(hash(file), std::nullopt);
-        }
-        EXPECT_EQ(loggedLines(), Lines{"Error reading file /file - out of memory"});
+    {
+        const NoMemory none;
+        EXPECT_EQ(GetParam().hash(file), std::nullopt);
     }
+    EXPECT_EQ(loggedLines(), Lines{"Error reading file /file - out of memory"});
     EXPECT_EQ(streams.events.back(), "close /file");
     EXPECT_EQ(console.systemLogLines(), Lines{});
 }
 
-TEST_F(Checksums, AnAlgorithmThatTheMachineDoesNotAllowIsLoggedAndGivesNothing) {
+TEST_P(EveryChecksum, ThatTheMachineDoesNotAllowIsLoggedAndMissing) {
     describe(10);
     const ForbiddenDigests forbidden;
-    for (const auto hash : hashes) {
-        EXPECT_EQ(hash(file), std::nullopt);
-    }
-    EXPECT_EQ(loggedLines(),
-              (Lines{"Exception in md5HashForFile:delegate:. QFDigestUnavailable - not here.",
-                     "Exception in sha1HashForFile:delegate:. QFDigestUnavailable - not here.",
-                     "Exception in sha256HashForFile:delegate:. QFDigestUnavailable - not here.",
-                     "Exception in sha512HashForFile:delegate:. QFDigestUnavailable - not here."}));
+    EXPECT_EQ(GetParam().hash(file), std::nullopt);
+    EXPECT_EQ(loggedLines(), Lines{"Exception in " + GetParam().operation +
+                                   ":delegate:. QFDigestUnavailable - not here."});
     EXPECT_EQ(streams.events.back(), "close /file");
 }
 
-TEST_F(Checksums, TheDelegateIsAskedAtEvery50MiBExactly) {
-    const std::vector<std::pair<std::uint64_t, int>> cases{
-        {interval, 1}, {interval - 1, 0}, {interval + 1, 1}, {2 * interval, 2}};
-    for (const auto hash : hashesWithDelegate) {
-        for (const auto& [size, expected] : cases) {
-            describe(size);
-            Questions questions;
-            EXPECT_NE(hash(file, questions.delegate()), std::nullopt);
-            EXPECT_EQ(questions.count(), expected) << size;
-        }
-    }
+TEST_P(EveryChecksumOfASize, AsksTheDelegateAtEvery50MiBExactly) {
+    const auto& [algorithm, size] = GetParam();
+    describe(size.size);
+    Questions questions;
+    EXPECT_NE(algorithm.hashWithDelegate(file, questions.delegate()), std::nullopt);
+    EXPECT_EQ(questions.count(), size.questions);
     EXPECT_EQ(loggedLines(), Lines{});
 }
+
+INSTANTIATE_TEST_SUITE_P(
+    , EveryChecksumOfASize,
+    testing::Combine(testing::ValuesIn(algorithms),
+                     testing::Values(SizeInChecksums{{"AnInterval"}, interval, 1},
+                                     SizeInChecksums{{"LessThanAnInterval"}, interval - 1, 0},
+                                     SizeInChecksums{{"MoreThanAnInterval"}, interval + 1, 1},
+                                     SizeInChecksums{{"TwoIntervals"}, 2 * interval, 2})),
+    nameOfCases);
 
 TEST_F(Checksums, AfterAShortReadTheDelegateIsNotAskedAnyMore) {
     describe(2 * interval);
@@ -215,22 +229,22 @@ TEST_F(Checksums, AfterAShortReadTheDelegateIsNotAskedAnyMore) {
     EXPECT_EQ(questions.count(), 0);
 }
 
-TEST_F(Checksums, ADelegateStopsAtTheNextCheckAndNothingIsLogged) {
-    for (const auto hash : hashesWithDelegate) {
-        describe(DescribedFile::unlimited);
-        Questions questions(false);
-        EXPECT_EQ(hash(file, questions.delegate()), std::nullopt);
-        EXPECT_GE(questions.count(), 1);
-    }
+TEST_P(EveryChecksum, IsStoppedByADelegateAtTheNextCheckAndLogsNothing) {
+    describe(DescribedFile::unlimited);
+    Questions questions(false);
+    EXPECT_EQ(GetParam().hashWithDelegate(file, questions.delegate()), std::nullopt);
+    EXPECT_GE(questions.count(), 1);
     EXPECT_EQ(loggedLines(), Lines{});
     EXPECT_EQ(console.systemLogLines(), Lines{});
     EXPECT_EQ(streams.events.back(), "close /file");
 }
 
+INSTANTIATE_TEST_SUITE_P(, EveryChecksum, testing::ValuesIn(algorithms), nameOfCase);
+
 TEST_F(Checksums, ADelegateWithoutTheOperationIsNotAsked) {
     describe(interval);
     Release released;
-    EXPECT_NE(QFFileManager::md5HashForFile(file, released.silent<ChecksumDelegate>()),
+    EXPECT_NE(QFFileManager::md5HashForFile(file, released.silent<qf::ChecksumDelegate>()),
               std::nullopt);
     released.wait();
     EXPECT_EQ(loggedLines(), Lines{});
@@ -240,7 +254,7 @@ TEST_F(Checksums, AnAnswerMayComeWhenNobodyWaitsForItAnyMore) {
     describe(interval);
     const auto open = std::make_shared<std::latch>(1);
     Release released;
-    auto delegate = std::make_shared<ChecksumDelegate>();
+    auto delegate = std::make_shared<qf::ChecksumDelegate>();
     delegate->checksumShouldContinue = [open, token = released.token()](const std::string&) {
         open->wait();
         return false;
@@ -254,9 +268,9 @@ TEST_F(Checksums, AnAnswerMayComeWhenNobodyWaitsForItAnyMore) {
 TEST_F(Checksums, WhatADelegateRaisesIsLoggedAndChangesNothing) {
     describe(interval);
     Release released;
-    auto delegate = std::make_shared<ChecksumDelegate>();
+    auto delegate = std::make_shared<qf::ChecksumDelegate>();
     delegate->checksumShouldContinue = [token = released.token()](const std::string&) -> bool {
-        throw platform::Exception("SomeException", "it went wrong");
+        throw qf::Exception("SomeException", "it went wrong");
     };
     EXPECT_NE(QFFileManager::md5HashForFile(file, delegate), std::nullopt);
     delegate.reset();
@@ -265,7 +279,7 @@ TEST_F(Checksums, WhatADelegateRaisesIsLoggedAndChangesNothing) {
               Lines{"Exception in checksumShouldContinue:. SomeException - it went wrong."});
 }
 
-TEST_F(Checksums, ANameThatLooksLikeAFormatIsNone) {
+TEST_F(Checksums, ANameThatLooksLikeAFormatStaysUnchanged) {
     EXPECT_EQ(QFFileManager::md5HashForFile("/100%@ %n%s"), std::nullopt);
     EXPECT_EQ(console.systemLogLines(), Lines{"Error: Unable to open destination file "
                                               "/100%@ %n%s. Aborting hash verification..."});

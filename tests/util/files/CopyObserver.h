@@ -52,19 +52,19 @@ public:
     };
     struct Failure {
         std::string file;
-        platform::Value::Dictionary settings;
+        qf::Value::Dictionary settings;
     };
     struct Record {
         std::vector<Bytes> bytesWritten;
         int questions = 0;
         std::vector<Failure> failures;
         /// The settings of each call of fileCopyFinished.
-        std::vector<platform::Value::Dictionary> finished;
+        std::vector<qf::Value::Dictionary> finished;
     };
 
     /// What is asked is answered so.
     explicit CopyObserver(bool answer = true) {
-        delegate_ = std::make_shared<FileCopyDelegate>();
+        delegate_ = std::make_shared<qf::FileCopyDelegate>();
         delegate_->fileCopyBytesWritten =
             [state = state_, token = released_.token()](auto bytes, const auto& /*settings*/) {
                 const std::lock_guard lock(state->mutex);
@@ -87,7 +87,7 @@ public:
         };
     }
 
-    const std::shared_ptr<FileCopyDelegate>& delegate() const { return delegate_; }
+    const std::shared_ptr<qf::FileCopyDelegate>& delegate() const { return delegate_; }
 
     /// All calls, once those that were under way have come to their ends.
     Record record() {
@@ -114,5 +114,5 @@ private:
     };
     std::shared_ptr<State> state_ = std::make_shared<State>();
     Release released_;
-    std::shared_ptr<FileCopyDelegate> delegate_;
+    std::shared_ptr<qf::FileCopyDelegate> delegate_;
 };

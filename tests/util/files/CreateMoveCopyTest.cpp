@@ -1,4 +1,5 @@
 #include "platform/foundation/Text.h"
+#include "tests/support/NamedCase.h"
 #include "tests/util/files/FileManagerTest.h"
 
 #include <algorithm>
@@ -24,7 +25,7 @@ class CaselessFileSystem : public DescribedFileSystem {
 public:
     bool exists(const std::string& path) override {
         return std::any_of(files.begin(), files.end(), [&](const std::string& file) {
-            return platform::text::lowercased(file) == platform::text::lowercased(path);
+            return qf::text::lowercased(file) == qf::text::lowercased(path);
         });
     }
 };
@@ -36,7 +37,7 @@ protected:
     CaselessFileSystem volume;
 
 private:
-    platform::ScopedService<platform::FileSystem> volumeScope_{volume};
+    qf::ScopedService<qf::FileSystem> volumeScope_{volume};
 };
 
 } // namespace
@@ -49,7 +50,7 @@ namespace {
 struct Operation {
     const char* name;
     const char* change;
-    FileResult (*perform)(ShouldAuth shouldAuth);
+    qf::FileResult (*perform)(qf::ShouldAuth shouldAuth);
 };
 
 const Operation operations[]{
@@ -80,39 +81,75 @@ protected:
 } // namespace
 
 TEST_P(FileResultOf, WhatTheUserDid) {
-    EXPECT_EQ(GetParam().perform(ShouldAuth::yes).value(), DoneBy::user);
+    EXPECT_EQ(GetParam().perform(qf::ShouldAuth::yes).value(), qf::DoneBy::user);
 }
 
 TEST_P(FileResultOf, WhatTheAdministratorDoes) {
     failOwnAttempt();
-    EXPECT_EQ(GetParam().perform(ShouldAuth::yes).value(), DoneBy::administrator);
+    EXPECT_EQ(GetParam().perform(qf::ShouldAuth::yes).value(), qf::DoneBy::administrator);
 }
 
 TEST_P(FileResultOf, WhatTheUserMayNotDoAndTheAdministratorIsNotAskedFor) {
     failOwnAttempt();
-    EXPECT_EQ(GetParam().perform(ShouldAuth::no).error().localizedDescription, "You can’t.");
+    EXPECT_EQ(GetParam().perform(qf::ShouldAuth::no).error().localizedDescription, "You can’t.");
 }
 
 TEST_P(FileResultOf, WhatIsRefused) {
     failOwnAttempt();
     refuseTheRight();
-    EXPECT_EQ(GetParam().perform(ShouldAuth::yes).error().localizedDescription, "You can’t.");
+    EXPECT_EQ(GetParam().perform(qf::ShouldAuth::yes).error().localizedDescription, "You can’t.");
 }
 
 INSTANTIATE_TEST_SUITE_P(Operations, FileResultOf, testing::ValuesIn(operations),
                          [](const auto& tested) { return tested.param.name; });
 
 TEST_F(CreateMoveCopy, WhatCannotBeTriedSaysWhy) {
-    const auto reason = [](const FileResult& result) {
+    const auto reason = [](const qf::FileResult& result) {
         return result.error().localizedDescription;
     };
-    EXPECT_EQ(
-        reason(QFFileManager::createDirectoryWithResult("/Volumes/Gone/folder", ShouldAuth::yes)),
-        "Unable to create directory. Drive is not mounted.");
-    EXPECT_EQ(reason(QFFileManager::copyFileWithResult(std::nullopt, "/b", ShouldAuth::yes)),
+    EXPECT_EQ(reason(QFFileManager::createDirectoryWithResult("/Volumes/Gone/folder",
+                                                              qf::ShouldAuth::yes)),
+              "Unable to create directory. Drive is not mounted.");
+    EXPECT_EQ(reason(QFFileManager::copyFileWithResult(std::nullopt, "/b", qf::ShouldAuth::yes)),
               "Error copying file: source path is nil");
-    EXPECT_EQ(reason(QFFileManager::copyFileWithResult("/a/item", std::nullopt, ShouldAuth::yes)),
+    EXPECT_EQ(
+        reason(QFFileManager::copyFileWithResult("/a/item", std::nullopt, qf::ShouldAuth::yes)),
+        "Error copying file /a/item: destination path is nil");
+}
+
+TEST_F(CreateMoveCopy, WhatIsBegunAndNotDoneInTimeSaysSo) {
+    const auto reason = [](const qf::FileResult& result) {
+        return result.error().localizedDescription;
+    };
+    fail("create /b/new");
+    fail("move /a/item /b/item");
+    fail("copy /a/item /b/item");
+    EXPECT_EQ(reason(QFFileManager::createDirectoryWithResult("/b/new", 1)),
+              "/b/new does not exist yet after the time-out.");
+    EXPECT_EQ(reason(QFFileManager::moveFileWithResult("/a/item", "/b/item", 1)),
+              "/a/item still exists after the time-out.");
+    EXPECT_EQ(reason(QFFileManager::copyFileWithResult("/a/item", "/b/item", 1)),
+              "/b/item does not exist yet after the time-out.");
+}
+
+TEST_F(CreateMoveCopy, WhatFailsWithATimeOutSaysWhy) {
+    const auto reason = [](const qf::FileResult& result) {
+        return result.error().localizedDescription;
+    };
+    refuseTheRight();
+    for (const auto* change : {"create /b/new", "move /a/item /b/item", "copy /a/item /b/item"}) {
+        fail(change);
+    }
+    EXPECT_EQ(reason(QFFileManager::createDirectoryWithResult("/b/new", 1)), "You can’t.");
+    EXPECT_EQ(reason(QFFileManager::moveFileWithResult("/a/item", "/b/item", 1)), "You can’t.");
+    EXPECT_EQ(reason(QFFileManager::copyFileWithResult("/a/item", "/b/item", 1)), "You can’t.");
+    EXPECT_EQ(reason(QFFileManager::copyFileWithResult("/a/item", std::nullopt, 1)),
               "Error copying file /a/item: destination path is nil");
+    EXPECT_EQ(QFFileManager::copyContentsOfDirectoryWithResult("/a", "/b", 1)
+                  .error()
+                  .localizedDescription,
+              "You can’t.");
+    EXPECT_EQ(pauses.rests, Rests{});
 }
 
 // Make directories.
@@ -138,7 +175,7 @@ TEST_F(CreateMoveCopy, CreateFallsBackToTheAdministratorsRight) {
 
 TEST_F(CreateMoveCopy, CreateSaysThatItAuthorizesAlsoWhereThatIsForbidden) {
     fail("create /b/new");
-    EXPECT_FALSE(QFFileManager::createDirectory("/b/new", ShouldAuth::no));
+    EXPECT_FALSE(QFFileManager::createDirectory("/b/new", qf::ShouldAuth::no));
     EXPECT_EQ(services.calls.size(), 0U);
     EXPECT_EQ(loggedLines(), Lines{"Error creating folder: You can’t.. Authorizing..."});
 }
@@ -146,7 +183,7 @@ TEST_F(CreateMoveCopy, CreateSaysThatItAuthorizesAlsoWhereThatIsForbidden) {
 TEST_F(CreateMoveCopy, CreateFailsWhenTheRightIsRefused) {
     fail("create /b/new");
     refuseTheRight();
-    EXPECT_FALSE(QFFileManager::createDirectory("/b/new", ShouldAuth::yes));
+    EXPECT_FALSE(QFFileManager::createDirectory("/b/new", qf::ShouldAuth::yes));
 }
 
 TEST_F(CreateMoveCopy, CreateDoesNotTryOnAVolumeThatIsNotMounted) {
@@ -245,8 +282,18 @@ TEST_F(CreateMoveCopy, MoveOntoAnItemUnlocksItThenGoesThePrivilegedWay) {
 
 TEST_F(CreateMoveCopy, MoveDoesNotSayThatItAuthorizesWhereThatIsForbidden) {
     fail("move /a/item /b/other");
-    EXPECT_FALSE(QFFileManager::moveFile("/a/item", "/b/other", ShouldAuth::no));
+    EXPECT_FALSE(QFFileManager::moveFile("/a/item", "/b/other", qf::ShouldAuth::no));
     EXPECT_EQ(services.calls.size(), 0U);
+    EXPECT_EQ(loggedLines(), Lines{"Error moving file: You can’t.."});
+}
+
+TEST_F(CreateMoveCopy, MoveLetsNoToolPutAnItemIntoItsOwnCopy) {
+    fail("move /a/item /b/other");
+    fileSystem.copiedByFailedMoves = {"/a/item"};
+
+    EXPECT_FALSE(QFFileManager::moveFile("/a/item", "/b/other"));
+
+    EXPECT_EQ(services.tools(), Lines{});
     EXPECT_EQ(loggedLines(), Lines{"Error moving file: You can’t.."});
 }
 
@@ -260,7 +307,7 @@ TEST_F(CreateMoveCopy, MoveFailsWhenTheRightIsRefused) {
 TEST_F(CreateMoveCopy, MoveGoesOnWhenTheDestinationCannotBeUnlocked) {
     fileSystem.files.insert("/b/other");
     fileSystem.lockErrors["/b/other"] = {.localizedDescription = "It stays locked."};
-    EXPECT_FALSE(QFFileManager::moveFile("/a/item", "/b/other", ShouldAuth::no));
+    EXPECT_FALSE(QFFileManager::moveFile("/a/item", "/b/other", qf::ShouldAuth::no));
     EXPECT_EQ(loggedLines(), (Lines{"Unable to unlock file /b/other: It stays locked.",
                                     "Error moving file: There is something at /b/other.."}));
 }
@@ -270,7 +317,7 @@ TEST_F(CreateMoveCopy, MoveUnlocksWhatIsInTheDirectoryOfTheItemsNameInsideTheDes
     fileSystem.directories["/b/item"] = Lines{"x", "sub"};
     fileSystem.directories["/b/item/sub"] = Lines{"y"};
     fileSystem.files = {"/a/item", "/b/neighbour", "/b/item/x", "/b/item/sub/y"};
-    EXPECT_FALSE(QFFileManager::moveFile("/a/item", "/b", ShouldAuth::no));
+    EXPECT_FALSE(QFFileManager::moveFile("/a/item", "/b", qf::ShouldAuth::no));
     EXPECT_EQ(fileSystem.changes,
               (Lines{"unlock /b", "unlock /b/item/x", "unlock /b/item/sub/y", "move /a/item /b"}));
 }
@@ -304,7 +351,7 @@ TEST_F(CaseRename, IsSeenInTheWholePathAndInEveryAlphabet) {
 
 TEST_F(CaseRename, IsTriedDirectlyWhenTheFirstStepFails) {
     volume.failures["move /a/Movie.MOV /a/movie 2.mov"] = {.localizedDescription = "No."};
-    EXPECT_FALSE(QFFileManager::moveFile("/a/Movie.MOV", "/a/movie.mov", ShouldAuth::no));
+    EXPECT_FALSE(QFFileManager::moveFile("/a/Movie.MOV", "/a/movie.mov", qf::ShouldAuth::no));
     EXPECT_EQ(volume.changes.back(), "move /a/Movie.MOV /a/movie.mov");
     EXPECT_EQ(loggedLines(), Lines{"Error moving file: There is something at /a/movie.mov.."});
 }
@@ -378,7 +425,7 @@ TEST_F(CreateMoveCopy, CopyOntoAnItemGoesThePrivilegedWay) {
 
 TEST_F(CreateMoveCopy, CopySaysThatItAuthorizesAlsoWhereThatIsForbidden) {
     fail("copy /a/item /b/copy");
-    EXPECT_FALSE(QFFileManager::copyFile("/a/item", "/b/copy", ShouldAuth::no));
+    EXPECT_FALSE(QFFileManager::copyFile("/a/item", "/b/copy", qf::ShouldAuth::no));
     EXPECT_EQ(services.calls.size(), 0U);
     EXPECT_EQ(loggedLines(), Lines{"Error copying file: You can’t.. Authorizing..."});
 }
@@ -391,7 +438,7 @@ TEST_F(CreateMoveCopy, CopyFailsWhenTheRightIsRefused) {
 
 TEST_F(CreateMoveCopy, CopyingFromNowhereIsLoggedAndPrinted) {
     EXPECT_FALSE(QFFileManager::copyFile(std::nullopt, "/b/copy"));
-    EXPECT_FALSE(QFFileManager::copyFile(std::nullopt, std::nullopt, ShouldAuth::no));
+    EXPECT_FALSE(QFFileManager::copyFile(std::nullopt, std::nullopt, qf::ShouldAuth::no));
     const std::string line = "Error copying file: source path is nil";
     EXPECT_EQ(loggedLines(), (Lines{line, line}));
     EXPECT_EQ(console.printed(), line + "\n" + line + "\n");
@@ -478,11 +525,19 @@ TEST_F(CreateMoveCopy, CopyOfContentsGivesEachEntryItsTime) {
     EXPECT_EQ(pauses.rests.size(), 4U);
 }
 
-TEST_F(CreateMoveCopy, CopyOfContentsOfNothingSucceeds) {
+class CreateMoveCopyOfNothing : public CreateMoveCopy,
+                                public testing::WithParamInterface<NamedText> {};
+
+TEST_P(CreateMoveCopyOfNothing, CopyOfContentsSucceeds) {
     fileSystem.directories["/unreadable"] = std::nullopt;
-    for (const auto* directory : {"/b", "/unreadable", "/missing", "/a/item"}) {
-        EXPECT_TRUE(QFFileManager::copyContentsOfDirectory(directory, "/b", 5));
-    }
+    EXPECT_TRUE(QFFileManager::copyContentsOfDirectory(GetParam().value, "/b", 5));
     EXPECT_EQ(fileSystem.changes, Lines{});
     EXPECT_EQ(loggedLines(), Lines{});
 }
+
+INSTANTIATE_TEST_SUITE_P(, CreateMoveCopyOfNothing,
+                         testing::Values(NamedText{{"Empty"}, "/b"},
+                                         NamedText{{"Unreadable"}, "/unreadable"},
+                                         NamedText{{"Missing"}, "/missing"},
+                                         NamedText{{"File"}, "/a/item"}),
+                         nameOfCase);

@@ -20,8 +20,8 @@ protected:
 /// The real launcher with a disk utility that a test writes.
 class DiskInformation : public DescribedMachine {
 protected:
-    DiskInformation() : overlay_(platform::native::setToolOverlay(directory.path())) {}
-    ~DiskInformation() override { platform::native::setToolOverlay(overlay_); }
+    DiskInformation() : overlay_(qf::native::setToolOverlay(directory.path())) {}
+    ~DiskInformation() override { qf::native::setToolOverlay(overlay_); }
 
     void writeTool(const std::string& script) const {
         ::chmod(directory.write("usr/sbin/diskutil", "#!/bin/sh\n" + script).c_str(), S_IRWXU);
@@ -31,10 +31,10 @@ protected:
 
 private:
     std::string overlay_;
-    platform::native::ProcessLauncher processes_;
-    platform::native::PropertyLists propertyLists_;
-    platform::ScopedService<platform::ProcessLauncher> processesScope_{processes_};
-    platform::ScopedService<platform::PropertyLists> propertyListsScope_{propertyLists_};
+    qf::native::ProcessLauncher processes_;
+    qf::native::PropertyLists propertyLists_;
+    qf::ScopedService<qf::ProcessLauncher> processesScope_{processes_};
+    qf::ScopedService<qf::PropertyLists> propertyListsScope_{propertyLists_};
 };
 
 constexpr const char* description = R"(cat << end
@@ -62,7 +62,7 @@ TEST_F(MountedVolumes, WhatIsOnNoOtherVolumeIsOnTheFirstOne) {
     EXPECT_EQ(QFFileManager::volumeMountPointForPath(""), "/");
 }
 
-TEST_F(MountedVolumes, AVolumeThatIsNotMountedIsNone) {
+TEST_F(MountedVolumes, AVolumeThatIsNotMountedIsNotListed) {
     EXPECT_EQ(QFFileManager::volumeMountPointForPath("/Volumes/Gone/x"), std::nullopt);
     EXPECT_EQ(QFFileManager::volumeMountPointForPath("/Volumes"), std::nullopt);
     EXPECT_EQ(QFFileManager::volumeMountPointForPath("/VolumesX"), std::nullopt);
@@ -78,8 +78,8 @@ TEST_F(MountedVolumes, TheFirstOfSeveralInTheSystemsOrderCounts) {
 TEST_F(DiskInformation, IsWhatTheDiskUtilitySays) {
     writeTool(description);
     const auto info = QFFileManager::infoForDiskAtMountpoint("/Volumes/My Data");
-    EXPECT_EQ(info["arguments"], platform::Value("info -plist /Volumes/My Data"));
-    EXPECT_EQ(info["TotalSize"], platform::Value(std::int64_t{12'345'678'901'234}));
+    EXPECT_EQ(info["arguments"], qf::Value("info -plist /Volumes/My Data"));
+    EXPECT_EQ(info["TotalSize"], qf::Value(std::int64_t{12'345'678'901'234}));
     EXPECT_EQ(console.systemLogLines(), Lines{});
 }
 
@@ -105,7 +105,7 @@ TEST_F(DiskInformation, ThatIsNoPropertyListIsToldToTheConsole) {
 
 TEST_F(DiskInformation, IsNoneWhenTheDiskUtilityTakesMoreThanFiveSeconds) {
     auto& mainLoop = MainLoop::shared();
-    const platform::ScopedService<platform::Application> scope(mainLoop);
+    const qf::ScopedService<qf::Application> scope(mainLoop);
     const int before = mainLoop.performed();
     writeTool("exec sleep 600\n");
     const auto begin = std::chrono::steady_clock::now();

@@ -22,7 +22,7 @@ concept SomeMemberTakes = requires(const std::string& path, Last last) {
     QFFileManager::waitForFileCreation(path, last);
 };
 
-static_assert(SomeMemberTakes<int> && SomeMemberTakes<double> && SomeMemberTakes<ShouldAuth>);
+static_assert(SomeMemberTakes<int> && SomeMemberTakes<double> && SomeMemberTakes<qf::ShouldAuth>);
 static_assert(!SomeMemberTakes<bool> && !SomeMemberTakes<char>);
 
 } // namespace
@@ -50,5 +50,5 @@ bool FileManagerTest::endsBeforeTheLogIsWritten(const std::function<void()>& ope
 }
 
 void FileManagerTest::refuseTheRight() {
-    services.rightsStatus = platform::errAuthorizationCanceled;
+    services.rightsStatus = qf::errAuthorizationCanceled;
 }

@@ -37,9 +37,8 @@ protected:
     PumpingApplication application{pauses};
 
 private:
-    platform::native::SystemInformation systemInformation_;
-    platform::ScopedService<platform::SystemInformation> systemInformationScope_{
-        systemInformation_};
-    platform::ScopedService<platform::Clock> pausesScope_{pauses};
-    std::optional<platform::ScopedService<platform::Application>> applicationScope_;
+    qf::native::SystemInformation systemInformation_;
+    qf::ScopedService<qf::SystemInformation> systemInformationScope_{systemInformation_};
+    qf::ScopedService<qf::Clock> pausesScope_{pauses};
+    std::optional<qf::ScopedService<qf::Application>> applicationScope_;
 };

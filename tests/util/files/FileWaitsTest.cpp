@@ -53,7 +53,7 @@ TEST_F(FileWaits, AFileThatHasBeenQuietForLongIsWritten) {
 }
 
 TEST_F(FileWaits, TheEarliestDateOfAllLiesInThePast) {
-    fileSystem.attributes["/file"] = {.modificationDate = platform::Date::min()};
+    fileSystem.attributes["/file"] = {.modificationDate = qf::Date::min()};
     QFFileManager::waitForFileWrites("/file");
     EXPECT_EQ(pauses.rests, Rests{});
     EXPECT_EQ(loggedLines(), Lines{});

@@ -171,8 +171,8 @@ TEST_F(FilesOnDisk, DirectoriesAreMadeMovedAndCopied) {
 TEST_F(FilesOnDisk, NothingIsReplacedWithoutPrivilege) {
     const auto source = directory.write("source", "new");
     const auto destination = directory.write("destination", "old");
-    EXPECT_FALSE(QFFileManager::moveFile(source, destination, ShouldAuth::no));
-    EXPECT_FALSE(QFFileManager::copyFile(source, destination, ShouldAuth::no));
+    EXPECT_FALSE(QFFileManager::moveFile(source, destination, qf::ShouldAuth::no));
+    EXPECT_FALSE(QFFileManager::copyFile(source, destination, qf::ShouldAuth::no));
     EXPECT_EQ(contentOf(source), "new");
     EXPECT_EQ(contentOf(destination), "old");
     EXPECT_EQ(loggedLines().size(), 2U);
@@ -191,7 +191,7 @@ TEST_F(FilesOnDisk, AChangeOfCaseMovesTheItem) {
 TEST_F(FilesOnDisk, AChangeOfCaseReplacesNothing) {
     const auto source = directory.write("Movie", "one");
     const auto other = directory.write("movie", "other");
-    EXPECT_FALSE(QFFileManager::moveFile(source, other, ShouldAuth::no));
+    EXPECT_FALSE(QFFileManager::moveFile(source, other, qf::ShouldAuth::no));
     EXPECT_EQ(contentOf(other), "other");
     EXPECT_EQ(contentOf(directory / "movie 2"), "one"); // where the failure left it
 }
@@ -244,8 +244,7 @@ TEST_F(FilesOnDisk, MatchesComeInTheOrderOfTheListing) {
     }
     directory.write("base/com.other");
     Lines expected;
-    const auto entries =
-        platform::service<platform::FileSystem>().contentsOfDirectory(directory / "base");
+    const auto entries = qf::service<qf::FileSystem>().contentsOfDirectory(directory / "base");
     for (const auto& entry : *entries) {
         if (entry.name != "com.other") {
             expected.push_back(directory / "base/" + entry.name);
@@ -256,8 +255,8 @@ TEST_F(FilesOnDisk, MatchesComeInTheOrderOfTheListing) {
 }
 
 TEST_F(FilesOnDisk, AttributesOfAProgramsOwnAreKept) {
-    platform::native::ExtendedAttributes attributes;
-    const platform::ScopedService<platform::ExtendedAttributes> scope(attributes);
+    qf::native::ExtendedAttributes attributes;
+    const qf::ScopedService<qf::ExtendedAttributes> scope(attributes);
     const auto file = directory.write("file");
     if (!attributes.set(file, "probe", "x")) {
         GTEST_SKIP() << "the temporary folder's volume keeps no extended attributes";

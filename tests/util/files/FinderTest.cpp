@@ -8,7 +8,7 @@
 
 namespace {
 
-using platform::Date;
+using qf::Date;
 
 /// The moment that shows progress, by the seconds since 1970.
 constexpr Date progressDate{std::chrono::seconds(443'779'200)};
@@ -27,7 +27,7 @@ protected:
 
 struct LabelColor : NamedCase {
     int index;
-    CalibratedColor color;
+    qf::CalibratedColor color;
 };
 
 class FinderLabel : public Finder, public testing::WithParamInterface<LabelColor> {};
@@ -43,15 +43,29 @@ class FinderProgress : public Finder, public testing::WithParamInterface<ShownPr
 
 // ---- References --------------------------------------------------------------------------------
 
-TEST_F(Finder, AReferenceGivesBackItsPath) {
-    for (const std::size_t length : {1U, 2U, 78U, 79U, 80U, 81U, 82U, 4096U, 100'000U}) {
-        const auto path = "/" + std::string(length - 1, 'a');
-        EXPECT_EQ(roundTrip(path), path) << length;
-    }
-    for (const std::string path : {"/", "a", "/a b/\xFF\xFE\n", "/Volumes/Ünï/clip.mov"}) {
-        EXPECT_EQ(roundTrip(path), path);
-    }
+class FinderReference : public Finder, public testing::WithParamInterface<NamedText> {};
+
+TEST_P(FinderReference, LeadsBackToItsPath) {
+    EXPECT_EQ(roundTrip(GetParam().value), GetParam().value);
 }
+
+INSTANTIATE_TEST_SUITE_P(ToText, FinderReference,
+                         testing::Values(NamedText{{"Root"}, "/"}, NamedText{{"Relative"}, "a"},
+                                         NamedText{{"AnyBytes"}, "/a b/\xFF\xFE\n"},
+                                         NamedText{{"Letters"}, "/Volumes/Ünï/clip.mov"}),
+                         nameOfCase);
+
+class FinderReferenceOfLength : public Finder, public testing::WithParamInterface<std::size_t> {};
+
+TEST_P(FinderReferenceOfLength, LeadsBackToItsPath) {
+    const auto path = "/" + std::string(GetParam() - 1, 'a');
+    EXPECT_EQ(roundTrip(path), path);
+}
+
+// A reference holds 79 bytes itself.
+INSTANTIATE_TEST_SUITE_P(Bytes, FinderReferenceOfLength,
+                         testing::Values(1, 2, 78, 79, 80, 81, 82, 4096, 100'000),
+                         testing::PrintToStringParamName());
 
 TEST_F(Finder, EqualPathsHaveEqualReferencesAndOthersHaveNot) {
     const std::string longPath = "/" + std::string(200, 'a');
@@ -77,25 +91,30 @@ TEST_F(Finder, OfTheReferencesToLongPathsOnlyTheLatestAreKept) {
 }
 
 TEST_F(Finder, AReferenceIsEightyBytesThatMayBeCopiedAsSuch) {
-    EXPECT_EQ(sizeof(FSRef), 80U);
+    EXPECT_EQ(sizeof(qf::FSRef), 80U);
     const std::string path = "/" + std::string(300, 'x');
     const auto original = QFFileManager::stringToFSRef(path);
-    std::array<std::byte, sizeof(FSRef)> bytes{};
+    std::array<std::byte, sizeof(qf::FSRef)> bytes{};
     std::memcpy(bytes.data(), &original, bytes.size());
-    FSRef copy;
+    qf::FSRef copy;
     std::memcpy(&copy, bytes.data(), bytes.size());
     EXPECT_EQ(QFFileManager::stringWithFSRef(copy), path);
 }
 
-TEST_F(Finder, WhatIsNoPathGivesAReferenceToNothing) {
-    for (const std::string& path : {std::string(), std::string("/a\0b", 4)}) {
-        EXPECT_EQ(QFFileManager::stringToFSRef(path), FSRef());
-        EXPECT_EQ(roundTrip(path), "none");
-    }
+class FinderReferenceToNothing : public Finder, public testing::WithParamInterface<NamedText> {};
+
+TEST_P(FinderReferenceToNothing, IsThatOfWhatIsNoPath) {
+    EXPECT_EQ(QFFileManager::stringToFSRef(GetParam().value), qf::FSRef());
+    EXPECT_EQ(roundTrip(GetParam().value), "none");
 }
 
+INSTANTIATE_TEST_SUITE_P(All, FinderReferenceToNothing,
+                         testing::Values(NamedText{{"Empty"}, ""},
+                                         NamedText{{"ZeroByte"}, std::string("/a\0b", 4)}),
+                         nameOfCase);
+
 TEST_F(Finder, AReferenceThatNobodyGaveIsNoPath) {
-    FSRef reference;
+    qf::FSRef reference;
     std::memset(reference.hidden.data() + 1, 0xFF, 8);
     EXPECT_EQ(QFFileManager::stringWithFSRef(reference), std::nullopt);
 }
@@ -111,16 +130,16 @@ TEST_F(Finder, TheNoticeIsGivenToTheDesktop) {
 
 TEST_F(Finder, TheNoticesStatusComesBackFromTheFunctionAlone) {
     const auto reference = QFFileManager::stringToFSRef("/file");
-    EXPECT_EQ(SendFinderSyncEvent(reference), 0);
-    workspace.changedResult = platform::Unexpected(platform::procNotFound);
-    EXPECT_EQ(SendFinderSyncEvent(reference), -600);
+    EXPECT_EQ(qf::SendFinderSyncEvent(reference), 0);
+    workspace.changedResult = qf::Unexpected(qf::procNotFound);
+    EXPECT_EQ(qf::SendFinderSyncEvent(reference), -600);
     QFFileManager::notifyFileSystemChanged("/file");
     EXPECT_EQ(loggedLines(), Lines{});
     EXPECT_EQ(console.systemLogLines(), Lines{});
 }
 
 TEST_F(Finder, NothingIsToldOfAReferenceToNothing) {
-    EXPECT_EQ(SendFinderSyncEvent(FSRef()), -43);
+    EXPECT_EQ(qf::SendFinderSyncEvent(qf::FSRef()), -43);
     QFFileManager::notifyFileSystemChanged("");
     EXPECT_EQ(workspace.changed, Lines{});
 }
@@ -147,12 +166,19 @@ TEST_F(Finder, AColorIsOpaque) {
     EXPECT_EQ(QFFileManager::finderColorForColorIndex(1)->alpha, 1.0);
 }
 
-TEST_F(Finder, AnyOtherIndexHasNoColor) {
-    for (const int index :
-         {0, -1, 8, 100, std::numeric_limits<int>::min(), std::numeric_limits<int>::max()}) {
-        EXPECT_EQ(QFFileManager::finderColorForColorIndex(index), std::nullopt) << index;
-    }
+class FinderIndex : public Finder, public testing::WithParamInterface<NamedValue<int>> {};
+
+TEST_P(FinderIndex, HasNoColor) {
+    EXPECT_EQ(QFFileManager::finderColorForColorIndex(GetParam().value), std::nullopt);
 }
+
+INSTANTIATE_TEST_SUITE_P(
+    All, FinderIndex,
+    testing::Values(NamedValue<int>{{"Zero"}, 0}, NamedValue<int>{{"Negative"}, -1},
+                    NamedValue<int>{{"BehindTheLast"}, 8}, NamedValue<int>{{"Large"}, 100},
+                    NamedValue<int>{{"Smallest"}, std::numeric_limits<int>::min()},
+                    NamedValue<int>{{"Largest"}, std::numeric_limits<int>::max()}),
+    nameOfCase);
 
 TEST_F(Finder, TheIndexOfAPathIsItsLabelsNumber) {
     workspace.labels = {{"/file", 6}};
@@ -206,28 +232,35 @@ TEST_F(Finder, ProgressSetsTheFixedCreationDate) {
     QFFileManager::setFinderProgress(0.5F, "/file");
     EXPECT_EQ(fileSystem.changes, (Lines{"creation date /file"}));
     EXPECT_EQ(fileSystem.creationDates.at("/file"), progressDate);
-    EXPECT_EQ(platform::description(progressDate), "1984-01-24 08:00:00 +0000");
+    EXPECT_EQ(qf::description(progressDate), "1984-01-24 08:00:00 +0000");
 }
 
-TEST_F(Finder, RemovedProgressSetsTheCreationDateToTheModificationDate) {
+/// The operation that removes the progress of a file.
+using ProgressRemoval = NamedValue<void (*)(const std::string& file)>;
+
+class FinderProgressRemoval : public Finder, public testing::WithParamInterface<ProgressRemoval> {};
+
+TEST_P(FinderProgressRemoval, SetsTheCreationDateToTheModificationDate) {
     const Date modified{std::chrono::seconds(1'000'000'000)};
     fileSystem.attributes["/file"] = {.modificationDate = modified};
-    for (const bool byNumber : {false, true}) {
-        launcher.runs.clear();
-        fileSystem.changes.clear();
-        fileSystem.creationDates.clear();
-        launcher.effect = [this] { EXPECT_EQ(fileSystem.changes, Lines{}); };
-        if (byNumber) {
-            QFFileManager::setFinderProgress(-0.001F, "/file");
-        } else {
-            QFFileManager::removeFinderProgressForFile("/file");
-        }
-        EXPECT_EQ(
-            launcher.runs,
-            (Lines{"/usr/bin/xattr -d com.apple.progress.fractionCompleted /file", "waited"}));
-        EXPECT_EQ(fileSystem.creationDates.at("/file"), modified);
-    }
+    launcher.effect = [this] { EXPECT_EQ(fileSystem.changes, Lines{}); };
+    GetParam().value("/file");
+    EXPECT_EQ(launcher.runs,
+              (Lines{"/usr/bin/xattr -d com.apple.progress.fractionCompleted /file", "waited"}));
+    EXPECT_EQ(fileSystem.creationDates.at("/file"), modified);
 }
+
+INSTANTIATE_TEST_SUITE_P(
+    All, FinderProgressRemoval,
+    testing::Values(ProgressRemoval{{"ByName"},
+                                    [](const std::string& file) {
+                                        QFFileManager::removeFinderProgressForFile(file);
+                                    }},
+                    ProgressRemoval{{"ByNumber"},
+                                    [](const std::string& file) {
+                                        QFFileManager::setFinderProgress(-0.001F, file);
+                                    }}),
+    nameOfCase);
 
 TEST_F(Finder, ProgressOfAMissingFileIsSilent) {
     QFFileManager::setFinderProgress(0.5F, "/missing");
@@ -236,7 +269,7 @@ TEST_F(Finder, ProgressOfAMissingFileIsSilent) {
     EXPECT_EQ(fileSystem.changes, (Lines{"creation date /missing"}));
 }
 
-TEST_F(Finder, ProgressThatIsNoNumberIsNone) {
+TEST_F(Finder, ProgressThatIsNoNumberIsIgnored) {
     QFFileManager::setFinderProgress(std::nanf(""), "/file");
     EXPECT_EQ(launcher.runs, Lines{});
     EXPECT_EQ(fileSystem.changes, Lines{});
@@ -246,9 +279,15 @@ TEST_F(Finder, ProgressThatIsNoNumberIsNone) {
 
 TEST_F(Finder, AnApplicationIsRegisteredWhenTheDesktopSaysSo) {
     EXPECT_TRUE(QFFileManager::registerApplicationWithLaunchServices("/Applications/A.app"));
-    workspace.registeredResult = platform::Unexpected(platform::kLSApplicationNotFoundErr);
+    workspace.registeredResult = qf::Unexpected(qf::kLSApplicationNotFoundErr);
     EXPECT_FALSE(QFFileManager::registerApplicationWithLaunchServices("/Applications/B.app"));
     EXPECT_EQ(workspace.registered, (Lines{"/Applications/A.app", "/Applications/B.app"}));
+}
+
+TEST_F(Finder, AnApplicationThatIsNotRegisteredSaysWhy) {
+    workspace.registeredResult = qf::Unexpected(qf::kLSApplicationNotFoundErr);
+    EXPECT_EQ(QFFileManager::registerApplicationWithLaunchServicesWithResult("/B.app").error(),
+              qf::kLSApplicationNotFoundErr);
 }
 
 TEST_F(Finder, DisablingCachingChangesNothing) {

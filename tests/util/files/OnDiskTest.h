@@ -10,7 +10,7 @@
 #include <vector>
 
 /// The disk, counting the queries.
-class WatchedFileSystem : public platform::native::FileSystem {
+class WatchedFileSystem : public qf::native::FileSystem {
 public:
     std::map<std::string, int> looks;
 
@@ -22,20 +22,20 @@ public:
         look("isDirectory");
         return FileSystem::isDirectory(path);
     }
-    std::optional<platform::FileId> fileIdOfItem(const std::string& path) override {
+    std::optional<qf::FileId> fileIdOfItem(const std::string& path) override {
         look("identity");
         return FileSystem::fileIdOfItem(path);
     }
-    std::optional<platform::ItemAttributes> attributesOfItem(const std::string& path) override {
+    std::optional<qf::ItemAttributes> attributesOfItem(const std::string& path) override {
         look("attributes");
         return FileSystem::attributesOfItem(path);
     }
-    std::optional<std::vector<platform::DirectoryEntry>>
+    std::optional<std::vector<qf::DirectoryEntry>>
     contentsOfDirectory(const std::string& path) override {
         look("contents");
         return FileSystem::contentsOfDirectory(path);
     }
-    std::optional<std::vector<platform::DirectoryEntry>>
+    std::optional<std::vector<qf::DirectoryEntry>>
     contentsOfDirectoryWithSizes(const std::string& path) override {
         look("sizes");
         return FileSystem::contentsOfDirectoryWithSizes(path);
@@ -57,5 +57,5 @@ protected:
     WatchedFileSystem onDisk;
 
 private:
-    platform::ScopedService<platform::FileSystem> onDiskScope_{onDisk};
+    qf::ScopedService<qf::FileSystem> onDiskScope_{onDisk};
 };

@@ -64,11 +64,18 @@ TEST_F(FileQueries, TheLockedFlagIsTheItems) {
     EXPECT_FALSE(QFFileManager::isFileLocked("/missing"));
 }
 
-TEST_F(FileQueries, NoFileIsEverOpenForWriting) {
-    for (const auto* path : {"/file", "/folder", "/missing", ""}) {
-        EXPECT_FALSE(QFFileManager::fileIsOpenForWriting(path));
-    }
+class FileQueriesOfAnyPath : public FileQueries, public testing::WithParamInterface<NamedText> {};
+
+TEST_P(FileQueriesOfAnyPath, FindNothingOpenForWriting) {
+    EXPECT_FALSE(QFFileManager::fileIsOpenForWriting(GetParam().value));
 }
+
+INSTANTIATE_TEST_SUITE_P(All, FileQueriesOfAnyPath,
+                         testing::Values(NamedText{{"File"}, "/file"},
+                                         NamedText{{"Directory"}, "/folder"},
+                                         NamedText{{"Missing"}, "/missing"},
+                                         NamedText{{"Empty"}, ""}),
+                         nameOfCase);
 
 TEST_F(FileQueries, ADirectoriesSizeIsTheSumOfWhatIsBelowIt) {
     fileSystem.directories = {{"/folder", Lines{"ten", "sub", "unreadable"}},

@@ -6,6 +6,7 @@
 #include "platform/linux/process/ProcessLauncher.h"
 #include "platform/linux/process/ToolOverlay.h"
 #include "tests/support/DescribedMachine.h"
+#include "tests/support/NamedCase.h"
 #include "tests/support/TemporaryDirectory.h"
 #include "util/files/QFFileManager.h"
 #include "util/task/QFTaskEx.h"
@@ -25,8 +26,8 @@ constexpr const char* attribute = "user.com.apple.progress.fractionCompleted";
 
 class StandIns : public DescribedMachine {
 protected:
-    StandIns() : overlay_(platform::native::setToolOverlay(QF_TOOLS)) {}
-    ~StandIns() override { platform::native::setToolOverlay(overlay_); }
+    StandIns() : overlay_(qf::native::setToolOverlay(QF_TOOLS)) {}
+    ~StandIns() override { qf::native::setToolOverlay(overlay_); }
 
     std::string progress() const {
         std::array<char, 64> value{};
@@ -39,25 +40,30 @@ protected:
 
 private:
     std::string overlay_;
-    platform::native::FileSystem onDisk_;
-    platform::native::ProcessLauncher processes_;
-    platform::native::PropertyLists propertyLists_;
-    platform::native::Workspace desktop_{account, searchPaths, propertyLists_};
-    platform::ScopedService<platform::FileSystem> onDiskScope_{onDisk_};
-    platform::ScopedService<platform::ProcessLauncher> processesScope_{processes_};
-    platform::ScopedService<platform::PropertyLists> propertyListsScope_{propertyLists_};
-    platform::ScopedService<platform::Workspace> desktopScope_{desktop_};
+    qf::native::FileSystem onDisk_;
+    qf::native::ProcessLauncher processes_;
+    qf::native::PropertyLists propertyLists_;
+    qf::native::Workspace desktop_{account, searchPaths, propertyLists_};
+    qf::ScopedService<qf::FileSystem> onDiskScope_{onDisk_};
+    qf::ScopedService<qf::ProcessLauncher> processesScope_{processes_};
+    qf::ScopedService<qf::PropertyLists> propertyListsScope_{propertyLists_};
+    qf::ScopedService<qf::Workspace> desktopScope_{desktop_};
 };
 
 } // namespace
 
-TEST_F(StandIns, CanBeLaunchedByTheToolsPaths) {
-    auto& processes = platform::service<platform::ProcessLauncher>();
-    for (const char* tool :
-         {"/usr/bin/ditto", "/usr/bin/xattr", "/usr/sbin/diskutil", "/usr/sbin/chown"}) {
-        EXPECT_TRUE(processes.canLaunch(tool)) << tool;
-    }
+class StandInsByPath : public StandIns, public testing::WithParamInterface<NamedText> {};
+
+TEST_P(StandInsByPath, CanBeLaunched) {
+    EXPECT_TRUE(qf::service<qf::ProcessLauncher>().canLaunch(GetParam().value));
 }
+
+INSTANTIATE_TEST_SUITE_P(, StandInsByPath,
+                         testing::Values(NamedText{{"Ditto"}, "/usr/bin/ditto"},
+                                         NamedText{{"Xattr"}, "/usr/bin/xattr"},
+                                         NamedText{{"Diskutil"}, "/usr/sbin/diskutil"},
+                                         NamedText{{"Chown"}, "/usr/sbin/chown"}),
+                         nameOfCase);
 
 TEST_F(StandIns, SetAndRemoveProgress) {
     if (::setxattr(file.c_str(), "user.test", "", 0, 0) != 0) {
@@ -79,12 +85,12 @@ TEST_F(StandIns, ShowProgressByTheCreationDate) {
         GTEST_SKIP() << "no extended attributes in " << directory.path() << ": "
                      << std::strerror(errno);
     }
-    const platform::Date modified{std::chrono::seconds(1'000'000'000)};
+    const qf::Date modified{std::chrono::seconds(1'000'000'000)};
     ASSERT_TRUE(QFFileManager::setModificationDate(modified, file));
     QFFileManager::setFinderProgress(0.5F, file);
     const auto created = QFFileManager::creationDateForFile(file);
     ASSERT_TRUE(created);
-    EXPECT_EQ(platform::description(*created), "1984-01-24 08:00:00 +0000");
+    EXPECT_EQ(qf::description(*created), "1984-01-24 08:00:00 +0000");
     EXPECT_EQ(QFFileManager::modificationDateForFile(file), modified);
     QFFileManager::removeFinderProgressForFile(file);
     EXPECT_EQ(QFFileManager::creationDateForFile(file), modified);
@@ -100,7 +106,7 @@ TEST_F(StandIns, LabelFiles) {
     QFFileManager::setFinderColorIndex(6, file);
     EXPECT_EQ(QFFileManager::finderColorIndexForPath(file), 6);
     EXPECT_EQ(QFFileManager::finderColorForPath(file),
-              (CalibratedColor{.hue = 0.0083, .saturation = 0.54, .brightness = 1.0}));
+              (qf::CalibratedColor{.hue = 0.0083, .saturation = 0.54, .brightness = 1.0}));
     QFFileManager::setFinderColorIndex(0, file);
     EXPECT_EQ(QFFileManager::finderColorIndexForPath(file), 0);
 }
@@ -112,7 +118,7 @@ TEST_F(StandIns, DescribeTheVolumeOfAFile) {
     if (info.isNone()) {
         GTEST_SKIP() << *mountPoint << " is no local volume on this machine";
     }
-    EXPECT_EQ(info["MountPoint"], platform::Value(*mountPoint));
+    EXPECT_EQ(info["MountPoint"], qf::Value(*mountPoint));
     EXPECT_GT(*info["TotalSize"].as<std::int64_t>(), 0);
 }
 

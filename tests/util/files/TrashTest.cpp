@@ -37,7 +37,7 @@ TEST_F(TrashAndRemove, TrashTakesAnItemOfTheRootDirectory) {
 }
 
 struct AuthOfACall : NamedCase {
-    ShouldAuth shouldAuth;
+    qf::ShouldAuth shouldAuth;
 };
 
 class MissingItem : public TrashAndRemove, public testing::WithParamInterface<AuthOfACall> {};
@@ -68,14 +68,14 @@ TEST_F(TrashAndRemove, TrashFallsBackToTheAdministratorsRight) {
 
 TEST_F(TrashAndRemove, TrashFailsWhenTheRightIsRefused) {
     failToRecycle();
-    services.rightsStatus = platform::errAuthorizationCanceled;
-    EXPECT_FALSE(QFFileManager::trashFile(item, ShouldAuth::yes));
+    services.rightsStatus = qf::errAuthorizationCanceled;
+    EXPECT_FALSE(QFFileManager::trashFile(item, qf::ShouldAuth::yes));
     EXPECT_EQ(loggedLines(), Lines{});
 }
 
 TEST_F(TrashAndRemove, TrashFailsSilentlyWhereTheFallbackIsForbidden) {
     failToRecycle();
-    EXPECT_FALSE(QFFileManager::trashFile(item, ShouldAuth::no));
+    EXPECT_FALSE(QFFileManager::trashFile(item, qf::ShouldAuth::no));
     EXPECT_EQ(services.calls.size(), 0U);
     EXPECT_EQ(loggedLines(), Lines{});
     EXPECT_EQ(console.systemLogLines(), Lines{});
@@ -106,8 +106,8 @@ TEST_P(MissingItem, IsRemovedWithTheLineOfTheUnlocking) {
 }
 
 INSTANTIATE_TEST_SUITE_P(, MissingItem,
-                         testing::Values(AuthOfACall{{"WithAuth"}, ShouldAuth::yes},
-                                         AuthOfACall{{"WithoutAuth"}, ShouldAuth::no}),
+                         testing::Values(AuthOfACall{{"WithAuth"}, qf::ShouldAuth::yes},
+                                         AuthOfACall{{"WithoutAuth"}, qf::ShouldAuth::no}),
                          nameOfCase);
 
 TEST_F(TrashAndRemove, RemoveFallsBackToTheAdministratorsRight) {
@@ -119,14 +119,14 @@ TEST_F(TrashAndRemove, RemoveFallsBackToTheAdministratorsRight) {
 
 TEST_F(TrashAndRemove, RemoveFailsWhenTheRightIsRefused) {
     failToRemove();
-    services.rightsStatus = platform::errAuthorizationCanceled;
-    EXPECT_FALSE(QFFileManager::removeFile(item, ShouldAuth::yes));
+    services.rightsStatus = qf::errAuthorizationCanceled;
+    EXPECT_FALSE(QFFileManager::removeFile(item, qf::ShouldAuth::yes));
     EXPECT_EQ(loggedLines(), Lines{"Error removing file: You can’t remove it.. Authorizing..."});
 }
 
 TEST_F(TrashAndRemove, RemoveSaysThatItAuthorizesAlsoWhereThatIsForbidden) {
     failToRemove();
-    EXPECT_FALSE(QFFileManager::removeFile(item, ShouldAuth::no));
+    EXPECT_FALSE(QFFileManager::removeFile(item, qf::ShouldAuth::no));
     EXPECT_EQ(services.calls.size(), 0U);
     EXPECT_EQ(loggedLines(), Lines{"Error removing file: You can’t remove it.. Authorizing..."});
 }
@@ -135,7 +135,7 @@ TEST_F(TrashAndRemove, APercentSignInAMessageIsNoDirective) {
     fileSystem.files = {"/100%@ %d"};
     fileSystem.lockErrors["/100%@ %d"] = {.localizedDescription = "%n%s"};
     fileSystem.removeErrors["/100%@ %d"] = {.localizedDescription = "50%"};
-    EXPECT_FALSE(QFFileManager::removeFile("/100%@ %d", ShouldAuth::no));
+    EXPECT_FALSE(QFFileManager::removeFile("/100%@ %d", qf::ShouldAuth::no));
     EXPECT_EQ(loggedLines(), (Lines{"Unable to unlock file /100%@ %d: %n%s",
                                     "Error removing file: 50%. Authorizing..."}));
 }
@@ -239,6 +239,28 @@ TEST_F(TrashAndRemove, TimedRemoveFailsWhenTheToolDoesNotGetDone) {
     EXPECT_EQ(pauses.rests.size(), 4U);
 }
 
+TEST_F(TrashAndRemove, TimedTrashSaysThatTheTimeIsOver) {
+    const auto result = QFFileManager::trashFileWithResult(item, 1);
+    EXPECT_EQ(result.outcome, qf::TrashOutcome::failed);
+    EXPECT_EQ(result.error->localizedDescription,
+              "/Library/Quillfen/Tool.app still exists after the time-out.");
+}
+
+TEST_F(TrashAndRemove, TimedRemoveSaysThatTheTimeIsOver) {
+    failToRemove();
+    EXPECT_EQ(QFFileManager::removeFileWithResult(item, 1).error().localizedDescription,
+              "/Library/Quillfen/Tool.app still exists after the time-out.");
+}
+
+TEST_F(TrashAndRemove, TimedRemoveSaysWhoDidItOrWhyItFailed) {
+    EXPECT_EQ(QFFileManager::removeFileWithResult("/missing", 1).value(), qf::DoneBy::user);
+    failToRemove();
+    refuseTheRight();
+    EXPECT_EQ(QFFileManager::removeFileWithResult(item, 1).error().localizedDescription,
+              "You can’t remove it.");
+    EXPECT_EQ(pauses.rests, Rests{});
+}
+
 TEST_F(TrashAndRemove, AClockThatIsSetBackLengthensTheWait) {
     pauses.meanwhile = [this] {
         if (pauses.rests.size() == 1) {
@@ -270,9 +292,20 @@ TEST_F(TrashAndRemove, TrashContentsGoesOnAfterAFailure) {
     fileSystem.directories = {{"/folder", Lines{"a", "b"}}};
     fileSystem.files = {"/folder/a", "/folder/b"};
     workspace.errors["/folder/a"] = {.localizedDescription = "It is not yours."};
-    EXPECT_FALSE(QFFileManager::trashDirectoryContents("/folder", ShouldAuth::no));
+    EXPECT_FALSE(QFFileManager::trashDirectoryContents("/folder", qf::ShouldAuth::no));
     EXPECT_EQ(workspace.recycled.size(), 2U);
     EXPECT_EQ(services.calls.size(), 0U);
+}
+
+TEST_F(TrashAndRemove, TrashContentsSaysWhyTheFirstEntryFailed) {
+    fileSystem.directories = {{"/folder", Lines{"a", "b", "c"}}};
+    fileSystem.files = {"/folder/a", "/folder/b", "/folder/c"};
+    workspace.errors["/folder/b"] = {.localizedDescription = "It is not yours."};
+    workspace.errors["/folder/c"] = {.localizedDescription = "It is busy."};
+    EXPECT_EQ(QFFileManager::trashDirectoryContentsWithResult("/folder", qf::ShouldAuth::no)
+                  .error()
+                  .localizedDescription,
+              "It is not yours.");
 }
 
 TEST_F(TrashAndRemove, TrashContentsMayAskForTheRight) {
@@ -449,6 +482,17 @@ TEST_F(TrashAndRemove, RemoveIfEmptyLeavesADirectoryThatIsNot) {
     fileSystem.directories = {{"/folder", Lines{"file"}}};
     EXPECT_FALSE(QFFileManager::removeFolderIfEmpty("/folder"));
     EXPECT_EQ(fileSystem.changes, Lines{});
+}
+
+TEST_F(TrashAndRemove, RemoveIfEmptySaysWhyItFailed) {
+    fileSystem.directories = {{"/folder", Lines{"file"}}, {"/empty", Lines{}}};
+    fileSystem.removeErrors["/empty"] = {.localizedDescription = "No."};
+    refuseTheRight();
+    EXPECT_EQ(QFFileManager::removeFolderIfEmptyWithResult("/folder").error().localizedDescription,
+              "/folder is not empty.");
+    EXPECT_EQ(QFFileManager::removeFolderIfEmptyWithResult("/empty").error().localizedDescription,
+              "No.");
+    EXPECT_EQ(QFFileManager::removeFolderIfEmptyWithResult("/missing").value(), qf::DoneBy::user);
 }
 
 TEST_F(TrashAndRemove, RemoveIfEmptyMayAskForTheRight) {

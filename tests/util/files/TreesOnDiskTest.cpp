@@ -135,11 +135,11 @@ TEST_F(TreesOnDisk, AFileThatNoPathOfTheSystemsReachesIsOneLikeAnyOther) {
     QFFileManager::setPosixPermissions(0600, file);
     EXPECT_FALSE(QFFileManager::fileExistsAtPath(file + "/below"));
     EXPECT_FALSE(QFFileManager::fileExistsAtPath(pathOfTheLastDirectory() + "/missing"));
-    EXPECT_TRUE(QFFileManager::moveFile(file, directory / "a.txt", ShouldAuth::no));
+    EXPECT_TRUE(QFFileManager::moveFile(file, directory / "a.txt", qf::ShouldAuth::no));
     EXPECT_EQ(contentOf(directory / "a.txt"), "12345");
     EXPECT_EQ(fs::status(directory / "a.txt").permissions(), fs::perms(0600));
-    EXPECT_TRUE(QFFileManager::copyFile(directory / "a.txt", file, ShouldAuth::no));
-    EXPECT_TRUE(QFFileManager::removeFile(file, ShouldAuth::no));
+    EXPECT_TRUE(QFFileManager::copyFile(directory / "a.txt", file, qf::ShouldAuth::no));
+    EXPECT_TRUE(QFFileManager::removeFile(file, qf::ShouldAuth::no));
     EXPECT_EQ(loggedLines(), Lines{});
     EXPECT_TRUE(QFFileManager::removeFolderIfEmpty(top));
     EXPECT_FALSE(fs::exists(top));
@@ -240,7 +240,7 @@ TEST_F(TreesOnDisk, TwoCallersRemoveTheSameItems) {
     }
     const auto removeAll = [this] {
         for (int name = 0; name < 100; ++name) {
-            QFFileManager::removeFile(top + "/" + std::to_string(name), ShouldAuth::no);
+            QFFileManager::removeFile(top + "/" + std::to_string(name), qf::ShouldAuth::no);
         }
     };
     std::thread first(removeAll);
@@ -257,9 +257,10 @@ TEST_F(TreesOnDisk, TwoCallersMoveToTheSamePlaceAndOneWins) {
                                        directory.write("top/b" + name, "b")};
         const auto destination = top + "/to" + name;
         bool moved[] = {false, false};
-        std::thread other(
-            [&] { moved[1] = QFFileManager::moveFile(sources[1], destination, ShouldAuth::no); });
-        moved[0] = QFFileManager::moveFile(sources[0], destination, ShouldAuth::no);
+        std::thread other([&] {
+            moved[1] = QFFileManager::moveFile(sources[1], destination, qf::ShouldAuth::no);
+        });
+        moved[0] = QFFileManager::moveFile(sources[0], destination, qf::ShouldAuth::no);
         other.join();
         EXPECT_NE(moved[0], moved[1]);
         EXPECT_EQ(contentOf(destination), moved[0] ? "a" : "b");
@@ -270,8 +271,8 @@ TEST_F(TreesOnDisk, TwoCallersMoveToTheSamePlaceAndOneWins) {
 TEST_F(TreesOnDisk, TwoCallersMakeTheSameDirectories) {
     const auto path = top + "/a/b/c/d";
     bool made = false;
-    std::thread other([&] { made = QFFileManager::createDirectory(path, ShouldAuth::no); });
-    EXPECT_TRUE(QFFileManager::createDirectory(path, ShouldAuth::no));
+    std::thread other([&] { made = QFFileManager::createDirectory(path, qf::ShouldAuth::no); });
+    EXPECT_TRUE(QFFileManager::createDirectory(path, qf::ShouldAuth::no));
     other.join();
     EXPECT_TRUE(made);
 }

@@ -2,6 +2,7 @@
 #include "platform/linux/files/FileStreams.h"
 #include "platform/linux/files/FileSystem.h"
 #include "tests/support/DescribedMachine.h"
+#include "tests/support/NamedCase.h"
 #include "tests/support/PatternedText.h"
 #include "tests/support/TemporaryDirectory.h"
 #include "tests/util/files/CopyObserver.h"
@@ -24,23 +25,21 @@ namespace fs = std::filesystem;
 namespace {
 
 /// Real files whose dates are only remembered: a copy to a device must not change the device's.
-class UndatedFileSystem : public platform::native::FileSystem {
+class UndatedFileSystem : public qf::native::FileSystem {
 public:
     struct Change {
         std::string path;
-        platform::FileDate date;
+        qf::FileDate date;
         bool operator==(const Change&) const = default;
     };
     std::vector<Change> created;
     std::vector<Change> modified;
 
-    platform::Result<void> setModificationDate(const std::string& path,
-                                               platform::FileDate date) override {
+    qf::Result<void> setModificationDate(const std::string& path, qf::FileDate date) override {
         modified.push_back({path, date});
         return {};
     }
-    platform::Result<void> setCreationDate(const std::string& path,
-                                           platform::FileDate date) override {
+    qf::Result<void> setCreationDate(const std::string& path, qf::FileDate date) override {
         created.push_back({path, date});
         return {};
     }
@@ -48,20 +47,20 @@ public:
 
 class VerifiedCopyOnDisk : public DescribedMachine {
 protected:
-    static constexpr auto verified = VerificationType::sha256;
+    static constexpr auto verified = qf::VerificationType::sha256;
 
     TemporaryDirectory directory;
     UndatedFileSystem onDisk;
 
     static bool copy(const std::string& source, const std::vector<std::string>& destinations,
-                     VerificationType type = verified,
-                     const std::shared_ptr<FileCopyDelegate>& delegate = nullptr) {
+                     qf::VerificationType type = verified,
+                     const std::shared_ptr<qf::FileCopyDelegate>& delegate = nullptr) {
         return QFFileManager::copyFileWithProgress(source, destinations, type, delegate, {}, {});
     }
 
-    static FileCopyResult copyWithResult(const std::string& source,
-                                         const std::vector<std::string>& destinations,
-                                         const FileCopyOptions& options) {
+    static qf::FileCopyResult copyWithResult(const std::string& source,
+                                             const std::vector<std::string>& destinations,
+                                             const qf::FileCopyOptions& options) {
         return QFFileManager::copyFileWithResult(source, destinations, options, nullptr, {}, {});
     }
 
@@ -79,11 +78,11 @@ protected:
     }
 
 private:
-    platform::native::FileStreams streams_;
-    platform::native::Digests digests_;
-    platform::ScopedService<platform::FileSystem> onDiskScope_{onDisk};
-    platform::ScopedService<platform::FileStreams> streamsScope_{streams_};
-    platform::ScopedService<platform::Digests> digestsScope_{digests_};
+    qf::native::FileStreams streams_;
+    qf::native::Digests digests_;
+    qf::ScopedService<qf::FileSystem> onDiskScope_{onDisk};
+    qf::ScopedService<qf::FileStreams> streamsScope_{streams_};
+    qf::ScopedService<qf::Digests> digestsScope_{digests_};
 };
 
 bool isDevice(const char* path) {
@@ -101,7 +100,7 @@ TEST_F(VerifiedCopyOnDisk, ThreeHundredDestinationsGetTheContentAndTheDates) {
     });
     CopyObserver observer;
     // A verified copy would wait for the disk three hundred times.
-    EXPECT_TRUE(copy(source, destinations, VerificationType::none, observer.delegate()));
+    EXPECT_TRUE(copy(source, destinations, qf::VerificationType::none, observer.delegate()));
     for (const auto& destination : destinations) {
         EXPECT_TRUE(contentOf(destination) == content);
     }
@@ -120,11 +119,11 @@ TEST_F(VerifiedCopyOnDisk, ThreeHundredDestinationsGetTheContentAndTheDates) {
 }
 
 TEST_F(VerifiedCopyOnDisk, TheDatesAreOnTheDiskAndNothingIsLogged) {
-    platform::native::FileSystem dated;
-    const platform::ScopedService<platform::FileSystem> scope(dated);
+    qf::native::FileSystem dated;
+    const qf::ScopedService<qf::FileSystem> scope(dated);
     const auto source = directory.write("source", "content");
-    const platform::Date created{std::chrono::seconds(443'779'200)};
-    const platform::Date modified{std::chrono::milliseconds(1'000'000'000'250)};
+    const qf::Date created{std::chrono::seconds(443'779'200)};
+    const qf::Date modified{std::chrono::milliseconds(1'000'000'000'250)};
     if (const auto changed = dated.setCreationDate(source, created); !changed) {
         GTEST_SKIP() << directory.path() << ": " << changed.error().localizedDescription;
     }
@@ -143,8 +142,8 @@ TEST_F(VerifiedCopyOnDisk, TheDatesAreOnTheDiskAndNothingIsLogged) {
 }
 
 TEST_F(VerifiedCopyOnDisk, TheCreationDateOfTheVolumeIsCopiedToo) {
-    platform::native::FileSystem dated;
-    const platform::ScopedService<platform::FileSystem> scope(dated);
+    qf::native::FileSystem dated;
+    const qf::ScopedService<qf::FileSystem> scope(dated);
     const auto source = directory.write("source", "content");
     const auto created = QFFileManager::creationDateForFile(source);
     if (!created || !dated.setCreationDate(directory.write("probe"), *created)) {
@@ -165,35 +164,53 @@ TEST_F(VerifiedCopyOnDisk, WhatStoodAtADestinationIsOverwritten) {
     EXPECT_EQ(contentOf(directory / "target"), "short");
 }
 
-TEST_F(VerifiedCopyOnDisk, TheSameFileTwiceUnderTwoNamesIsWhole) {
+class VerifiedCopyOnDiskOfAType
+    : public VerifiedCopyOnDisk,
+      public testing::WithParamInterface<NamedValue<qf::VerificationType>> {};
+
+TEST_P(VerifiedCopyOnDiskOfAType, TheSameFileTwiceUnderTwoNamesIsWhole) {
     const auto content = patternedText(200'000);
     const auto source = directory.write("source", content);
     fs::create_hard_link(directory.write("copy", "former"), directory / "other name");
-    for (const auto type : {VerificationType::none, verified}) {
-        CopyObserver observer;
-        EXPECT_TRUE(copy(source, {directory / "copy", directory / "copy", directory / "other name"},
-                         type, observer.delegate()));
-        EXPECT_TRUE(contentOf(directory / "copy") == content);
-        EXPECT_EQ(observer.record().failures.size(), 0U);
-    }
+    CopyObserver observer;
+    EXPECT_TRUE(copy(source, {directory / "copy", directory / "copy", directory / "other name"},
+                     GetParam().value, observer.delegate()));
+    EXPECT_TRUE(contentOf(directory / "copy") == content);
+    EXPECT_EQ(observer.record().failures.size(), 0U);
 }
 
-TEST_F(VerifiedCopyOnDisk, TheSourceIsNeverDestroyed) {
+INSTANTIATE_TEST_SUITE_P(
+    , VerifiedCopyOnDiskOfAType,
+    testing::Values(NamedValue<qf::VerificationType>{{"NotVerified"}, qf::VerificationType::none},
+                    NamedValue<qf::VerificationType>{{"Verified"}, qf::VerificationType::sha256}),
+    nameOfCase);
+
+/// A name of the source as it is copied, and as it is a destination.
+class VerifiedCopyOntoItsSource
+    : public VerifiedCopyOnDisk,
+      public testing::WithParamInterface<std::tuple<NamedText, NamedText>> {};
+
+TEST_P(VerifiedCopyOntoItsSource, NeverDestroysIt) {
+    const auto& [from, name] = GetParam();
     const auto source = directory.write("source", "precious");
     fs::create_hard_link(source, directory / "hard");
     fs::create_symlink(source, directory / "link");
     fs::create_directory_symlink(directory.path(), directory / "folder");
-    Lines expected;
-    for (const auto* name : {"source", "hard", "link", "folder/source"}) {
-        for (const auto& from : {source, directory / "link"}) {
-            EXPECT_FALSE(copy(from, {directory / "first", directory / name}));
-            EXPECT_EQ(contentOf(source), "precious");
-            EXPECT_EQ(contentOf(directory / "first"), "");
-            expected.push_back(cannotOpen(directory / name));
-        }
-    }
-    EXPECT_EQ(console.systemLogLines(), expected);
+    EXPECT_FALSE(copy(directory / from.value, {directory / "first", directory / name.value}));
+    EXPECT_EQ(contentOf(source), "precious");
+    EXPECT_EQ(contentOf(directory / "first"), "");
+    EXPECT_EQ(console.systemLogLines(), Lines{cannotOpen(directory / name.value)});
 }
+
+INSTANTIATE_TEST_SUITE_P(, VerifiedCopyOntoItsSource,
+                         testing::Combine(testing::Values(NamedText{{"FromItself"}, "source"},
+                                                          NamedText{{"FromALink"}, "link"}),
+                                          testing::Values(NamedText{{"ToItself"}, "source"},
+                                                          NamedText{{"ToAHardLink"}, "hard"},
+                                                          NamedText{{"ToALink"}, "link"},
+                                                          NamedText{{"ThroughALink"},
+                                                                    "folder/source"})),
+                         nameOfCases);
 
 TEST_F(VerifiedCopyOnDisk, ADirectoryIsNoDestination) {
     const auto source = directory.write("source", "content");
@@ -250,7 +267,7 @@ TEST_F(VerifiedCopyOnDisk, AnEndlessDeviceIsCopiedUntilTheDelegateSaysNo) {
         GTEST_SKIP() << "this machine has no /dev/zero and /dev/null";
     }
     CopyObserver observer(false);
-    EXPECT_FALSE(copy("/dev/zero", {"/dev/null"}, VerificationType::none, observer.delegate()));
+    EXPECT_FALSE(copy("/dev/zero", {"/dev/null"}, qf::VerificationType::none, observer.delegate()));
     EXPECT_GE(observer.record().questions, 1);
     EXPECT_EQ(console.systemLogLines(), Lines{});
 }
@@ -283,10 +300,10 @@ TEST_F(VerifiedCopyOnDisk, APipeAsDestinationCannotSeekAndIsReadBackAllTheSame) 
 }
 
 TEST_F(VerifiedCopyOnDisk, PathsMayBeOfAnyLength) {
-    platform::native::FileSystem dated;
-    const platform::ScopedService<platform::FileSystem> scope(dated);
+    qf::native::FileSystem dated;
+    const qf::ScopedService<qf::FileSystem> scope(dated);
     const auto source = directory.write("source", "abc");
-    const platform::Date modified{std::chrono::seconds(1'000'000'000)};
+    const qf::Date modified{std::chrono::seconds(1'000'000'000)};
     ASSERT_TRUE(dated.setModificationDate(source, modified));
     std::string deep = directory.path();
     while (deep.size() < 5000) {
@@ -310,30 +327,48 @@ TEST_F(VerifiedCopyOnDisk, APathWithAZeroByteIsRefused) {
     EXPECT_EQ(QFFileManager::md5HashForFile(source + zero), std::nullopt);
 }
 
-TEST_F(VerifiedCopyOnDisk, ADateBeyondTheYear2262IsCopied) {
-    platform::native::FileSystem dated;
-    const platform::ScopedService<platform::FileSystem> scope(dated);
+class VerifiedCopyOfADate : public VerifiedCopyOnDisk,
+                            public testing::WithParamInterface<NamedValue<qf::FileDate>> {};
+
+TEST_P(VerifiedCopyOfADate, KeepsIt) {
+    const qf::FileDate date = GetParam().value;
+    qf::native::FileSystem dated;
+    const qf::ScopedService<qf::FileSystem> scope(dated);
     const auto source = directory.write("source", "abc");
-    for (const platform::FileDate date : {platform::FileDate({10'000'000'000, 0}), // in 2286
-                                          platform::FileDate({-2'000'000'000, 0})}) {
-        ASSERT_TRUE(dated.setModificationDate(source, date));
-        if (dated.attributesOfItem(source)->modificationDate != date) {
-            GTEST_SKIP() << "the file system of " << directory.path() << " keeps no such date";
-        }
-        EXPECT_TRUE(copy(source, {directory / "copy"}));
-        EXPECT_EQ(dated.attributesOfItem(directory / "copy")->modificationDate, date);
+    ASSERT_TRUE(dated.setModificationDate(source, date));
+    if (dated.attributesOfItem(source)->modificationDate != date) {
+        GTEST_SKIP() << "the file system of " << directory.path() << " keeps no such date";
     }
+    EXPECT_TRUE(copy(source, {directory / "copy"}));
+    EXPECT_EQ(dated.attributesOfItem(directory / "copy")->modificationDate, date);
 }
+
+INSTANTIATE_TEST_SUITE_P(
+    , VerifiedCopyOfADate,
+    testing::Values(NamedValue<qf::FileDate>{{"In2286"}, qf::FileDate({10'000'000'000, 0})},
+                    NamedValue<qf::FileDate>{{"In1906"}, qf::FileDate({-2'000'000'000, 0})}),
+    nameOfCase);
 
 TEST_F(VerifiedCopyOnDisk, ACopyReadFromItsMediumIsWhole) {
     const auto content = patternedText(200'000);
     const auto source = directory.write("source", content);
     const auto result = QFFileManager::copyFileWithResult(
-        source, {directory / "copy"}, {.verificationType = verified, .fromMedium = FromMedium::yes},
-        nullptr, {}, {});
+        source, {directory / "copy"},
+        {.verificationType = verified, .fromMedium = qf::FromMedium::yes}, nullptr, {}, {});
     EXPECT_TRUE(result.succeeded);
-    EXPECT_EQ(result.outcomes, std::vector{FileCopyOutcome::copied});
+    EXPECT_EQ(result.outcomes, std::vector{qf::FileCopyOutcome::copied});
     EXPECT_TRUE(contentOf(directory / "copy") == content);
+}
+
+TEST_F(VerifiedCopyOnDisk, ACopyFilledAsideHasTheDateOfItsSourceAndNotOfTheFormerOne) {
+    const qf::FileDate date(std::timespec{1'000'000'000, 0});
+    qf::native::FileSystem dated;
+    const qf::ScopedService<qf::FileSystem> scope(dated);
+    const auto source = directory.write("source", "abc");
+    const auto former = directory.write("copy", "former");
+    ASSERT_TRUE(dated.setModificationDate(source, date));
+    EXPECT_TRUE(copyWithResult(source, {former}, {.filling = qf::Filling::aside}).succeeded);
+    EXPECT_EQ(dated.attributesOfItem(former)->modificationDate, date);
 }
 
 TEST_F(VerifiedCopyOnDisk, ACopyFilledAsideReplacesTheFormerOneWhole) {
@@ -341,9 +376,9 @@ TEST_F(VerifiedCopyOnDisk, ACopyFilledAsideReplacesTheFormerOneWhole) {
     const auto source = directory.write("source", content);
     const auto former = directory.write("copy", "former");
     fs::create_hard_link(former, directory / "other name");
-    const auto result =
-        copyWithResult(source, {former}, {.verificationType = verified, .filling = Filling::aside});
-    EXPECT_EQ(result.outcomes, std::vector{FileCopyOutcome::copied});
+    const auto result = copyWithResult(
+        source, {former}, {.verificationType = verified, .filling = qf::Filling::aside});
+    EXPECT_EQ(result.outcomes, std::vector{qf::FileCopyOutcome::copied});
     EXPECT_TRUE(contentOf(former) == content);
     EXPECT_EQ(contentOf(directory / "other name"), "former");
     EXPECT_EQ(names(), (std::set<std::string>{"copy", "other name", "source"}));
@@ -354,38 +389,50 @@ TEST_F(VerifiedCopyOnDisk, ACopyThatFailsAsideLeavesNothingBehind) {
     const auto former = directory.write("copy", "former");
     const auto unreachable = directory.makeDirectory("directory");
     EXPECT_FALSE(
-        copyWithResult(source, {former, unreachable}, {.filling = Filling::aside}).succeeded);
+        copyWithResult(source, {former, unreachable}, {.filling = qf::Filling::aside}).succeeded);
     EXPECT_EQ(contentOf(former), "former");
     EXPECT_EQ(names(), (std::set<std::string>{"copy", "directory", "source"}));
 }
 
-TEST_F(VerifiedCopyOnDisk, TheSourceIsNeverReplacedByItsCopyAside) {
+class VerifiedCopyAside : public VerifiedCopyOnDisk,
+                          public testing::WithParamInterface<NamedText> {};
+
+TEST_P(VerifiedCopyAside, NeverReplacesTheSource) {
     const auto source = directory.write("source", "content");
     fs::create_symlink("source", directory / "link");
-    for (const auto* name : {"source", "link"}) {
-        EXPECT_FALSE(
-            copyWithResult(source, {directory / name}, {.filling = Filling::aside}).succeeded);
-    }
+    EXPECT_FALSE(
+        copyWithResult(source, {directory / GetParam().value}, {.filling = qf::Filling::aside})
+            .succeeded);
     EXPECT_TRUE(fs::is_symlink(directory / "link"));
 }
 
-TEST_F(VerifiedCopyOnDisk, ACopyKeepsWhatIsAskedFor) {
+INSTANTIATE_TEST_SUITE_P(, VerifiedCopyAside,
+                         testing::Values(NamedText{{"ByItsName"}, "source"},
+                                         NamedText{{"ByALink"}, "link"}),
+                         nameOfCase);
+
+class VerifiedCopyWithMetadata : public VerifiedCopyOnDisk,
+                                 public testing::WithParamInterface<NamedValue<qf::Filling>> {};
+
+TEST_P(VerifiedCopyWithMetadata, KeepsThemIfThatIsAskedFor) {
     const auto source = directory.write("source", "content");
     ASSERT_EQ(::chmod(source.c_str(), 06710), 0);
     ASSERT_EQ(::setxattr(source.c_str(), "user.note", "mine", 4, 0), 0);
-    for (const auto filling : {Filling::inPlace, Filling::aside}) {
-        const auto path = directory / "copy";
-        EXPECT_TRUE(
-            copyWithResult(source, {path}, {.filling = filling, .keepMetadata = KeepMetadata::yes})
-                .succeeded);
-        struct stat status {};
-        ASSERT_EQ(::stat(path.c_str(), &status), 0);
-        EXPECT_EQ(status.st_mode & 07777, 06710U);
-        std::array<char, 8> note{};
-        EXPECT_EQ(::getxattr(path.c_str(), "user.note", note.data(), note.size()), 4);
-        fs::remove(path);
-    }
+    const auto path = directory / "copy";
+    EXPECT_TRUE(copyWithResult(source, {path},
+                               {.filling = GetParam().value, .keepMetadata = qf::KeepMetadata::yes})
+                    .succeeded);
+    struct stat status {};
+    ASSERT_EQ(::stat(path.c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777, 06710U);
+    std::array<char, 8> note{};
+    EXPECT_EQ(::getxattr(path.c_str(), "user.note", note.data(), note.size()), 4);
 }
+
+INSTANTIATE_TEST_SUITE_P(, VerifiedCopyWithMetadata,
+                         testing::Values(NamedValue<qf::Filling>{{"InPlace"}, qf::Filling::inPlace},
+                                         NamedValue<qf::Filling>{{"Aside"}, qf::Filling::aside}),
+                         nameOfCase);
 
 TEST_F(VerifiedCopyOnDisk, ACopyKeepsNothingUnasked) {
     const auto source = directory.write("source", "content");

@@ -19,19 +19,19 @@
 
 namespace {
 
-using platform::Value;
+using qf::Value;
 
 struct TypeOfCopy : NamedCase {
-    VerificationType type;
+    qf::VerificationType type;
 };
 
 constexpr std::array digestTypes{
-    TypeOfCopy{{"Md5"}, VerificationType::md5},
-    TypeOfCopy{{"Sha1"}, VerificationType::sha1},
-    TypeOfCopy{{"Sha256"}, VerificationType::sha256},
-    TypeOfCopy{{"Sha512"}, VerificationType::sha512},
+    TypeOfCopy{{"Md5"}, qf::VerificationType::md5},
+    TypeOfCopy{{"Sha1"}, qf::VerificationType::sha1},
+    TypeOfCopy{{"Sha256"}, qf::VerificationType::sha256},
+    TypeOfCopy{{"Sha512"}, qf::VerificationType::sha512},
 };
-constexpr auto otherType = VerificationType{7};
+constexpr auto otherType = qf::VerificationType{7};
 
 struct DestinationsOfCopy : NamedCase {
     std::vector<std::string> paths;
@@ -39,7 +39,7 @@ struct DestinationsOfCopy : NamedCase {
 
 constexpr std::uint64_t twentyMebibytes = 20'971'520;
 
-using Outcomes = std::vector<FileCopyOutcome>;
+using Outcomes = std::vector<qf::FileCopyOutcome>;
 
 /// A medium that changes one byte.
 std::function<void(std::uint64_t, std::string&)> changing(std::uint64_t byte) {
@@ -85,11 +85,11 @@ TEST_P(VerifiedCopyOfASize, GivesEveryDestinationTheContent) {
 
 INSTANTIATE_TEST_SUITE_P(
     , VerifiedCopyOfASize,
-    testing::Combine(testing::Values(TypeOfCopy{{"None"}, VerificationType::none},
-                                     TypeOfCopy{{"Md5"}, VerificationType::md5},
-                                     TypeOfCopy{{"Sha1"}, VerificationType::sha1},
-                                     TypeOfCopy{{"Sha256"}, VerificationType::sha256},
-                                     TypeOfCopy{{"Sha512"}, VerificationType::sha512},
+    testing::Combine(testing::Values(TypeOfCopy{{"None"}, qf::VerificationType::none},
+                                     TypeOfCopy{{"Md5"}, qf::VerificationType::md5},
+                                     TypeOfCopy{{"Sha1"}, qf::VerificationType::sha1},
+                                     TypeOfCopy{{"Sha256"}, qf::VerificationType::sha256},
+                                     TypeOfCopy{{"Sha512"}, qf::VerificationType::sha512},
                                      TypeOfCopy{{"Other"}, otherType}),
                      testing::Values(SizeOfSource{{"Empty"}, 0}, SizeOfSource{{"OneByte"}, 1},
                                      SizeOfSource{{"ByteLessThanAChunk"}, 65535},
@@ -99,10 +99,10 @@ INSTANTIATE_TEST_SUITE_P(
                                      SizeOfSource{{"PartOfAFourthChunk"}, 200000})),
     nameOfCases);
 
-TEST_F(VerifiedCopyTest, AnEmptySourceGivesEmptyFilesAndOneCall) {
+TEST_F(VerifiedCopyTest, AnEmptySourceBecomesEmptyFilesAndOneCall) {
     makeSource("");
     CopyObserver observer;
-    EXPECT_TRUE(copy({"/to/a", "/to/b"}, VerificationType::none, observer.delegate()));
+    EXPECT_TRUE(copy({"/to/a", "/to/b"}, qf::VerificationType::none, observer.delegate()));
     const auto record = observer.record();
     EXPECT_EQ(contentOf("/to/a"), "");
     EXPECT_EQ(contentOf("/to/b"), "");
@@ -115,7 +115,7 @@ TEST_F(VerifiedCopyTest, TheSameDestinationTwiceIsWrittenTwice) {
     const auto content = patternedText(150'000);
     makeSource(content);
     CopyObserver observer;
-    EXPECT_TRUE(copy({"/to/a", "/to/a"}, VerificationType::sha1, observer.delegate()));
+    EXPECT_TRUE(copy({"/to/a", "/to/a"}, qf::VerificationType::sha1, observer.delegate()));
     EXPECT_TRUE(contentOf("/to/a") == content);
     EXPECT_EQ(observer.record().failures.size(), 0U);
 }
@@ -128,7 +128,7 @@ TEST_F(VerifiedCopyTest, ThreeHundredDestinations) {
                           [number = 0]() mutable { return "/to/" + std::to_string(number++); });
     streams.files["/to/299"].alter = changing(69'999);
     CopyObserver observer;
-    EXPECT_TRUE(copy(destinations, VerificationType::md5, observer.delegate()));
+    EXPECT_TRUE(copy(destinations, qf::VerificationType::md5, observer.delegate()));
     const auto record = observer.record();
     ASSERT_EQ(record.failures.size(), 1U);
     EXPECT_EQ(record.failures[0].file, "/to/299");
@@ -202,7 +202,7 @@ TEST_F(VerifiedCopyTest, ADirectoryThatCannotBeMadeFailsBeforeTheSourceIsOpened)
 
 TEST_F(VerifiedCopyTest, ADirectoryOfTheAdministratorsIsWaitedForTenSeconds) {
     PausingClock pauses;
-    const platform::ScopedService<platform::Clock> scope(pauses);
+    const qf::ScopedService<qf::Clock> scope(pauses);
     makeSource("content");
     services.rightsStatus = 0;
     fileSystem.failures["create /new"] = {.localizedDescription = "It may not be."};
@@ -233,7 +233,7 @@ TEST_F(VerifiedCopyTest, ADestinationThatCannotBeOpened) {
     streams.files["/to/a"].content = "former";
     streams.files["/to/b"].opens = false;
     CopyObserver observer;
-    EXPECT_FALSE(copy({"/to/a", "/to/b", "/to/c"}, VerificationType::md5, observer.delegate()));
+    EXPECT_FALSE(copy({"/to/a", "/to/b", "/to/c"}, qf::VerificationType::md5, observer.delegate()));
     EXPECT_EQ(console.systemLogLines(),
               Lines{"Error: Unable to open destination file /to/b. Aborting copy process..."});
     EXPECT_EQ(contentOf("/to/a"), "former");
@@ -287,7 +287,7 @@ TEST_P(VerifiedCopyWithoutMemory, FailsForEitherBuffer) {
     makeSource("content");
     {
         const NoMemory none(GetParam().count);
-        EXPECT_FALSE(copy({"/to/a"}, VerificationType::md5));
+        EXPECT_FALSE(copy({"/to/a"}, qf::VerificationType::md5));
     }
     EXPECT_EQ(loggedLines(), Lines{"Error copying file /from/source - out of memory"});
     EXPECT_EQ(contentOf("/to/a"), "");
@@ -303,7 +303,7 @@ INSTANTIATE_TEST_SUITE_P(, VerifiedCopyWithoutMemory,
 TEST_F(VerifiedCopyTest, ADigestThatTheMachineDoesNotAllow) {
     makeSource("content");
     const ForbiddenDigests forbidden;
-    EXPECT_FALSE(copy({"/to/a"}, VerificationType::md5));
+    EXPECT_FALSE(copy({"/to/a"}, qf::VerificationType::md5));
     EXPECT_EQ(loggedLines(),
               Lines{"Exception in copyFileWithProgress:destinations:verificationType:delegate:"
                     "object:object:. QFDigestUnavailable - not here."});
@@ -317,7 +317,7 @@ TEST_F(VerifiedCopyTest, AReadErrorLeavesPartialCopies) {
     const auto content = patternedText(200'000);
     describe({.content = content, .readableBytes = 2 * chunk}, content.size());
     CopyObserver observer;
-    EXPECT_FALSE(copy({"/to/a", "/to/b"}, VerificationType::sha256, observer.delegate()));
+    EXPECT_FALSE(copy({"/to/a", "/to/b"}, qf::VerificationType::sha256, observer.delegate()));
     EXPECT_EQ(loggedLines(), Lines{"Error reading file /from/source - aborting..."});
     EXPECT_EQ(console.printed(), "Error reading file /from/source - aborting...\n");
     EXPECT_EQ(console.systemLogLines(), Lines{});
@@ -346,7 +346,7 @@ TEST_F(VerifiedCopyTest, EveryChunkIsWrittenAtItsOwnOffsetWhateverWentWrongBefor
         return std::exchange(isFirst, false) ? size / 2 : size;
     };
     streams.files["/to/b"].shortWrites = 1;
-    EXPECT_TRUE(copy({"/to/a", "/to/b"}, VerificationType::md5));
+    EXPECT_TRUE(copy({"/to/a", "/to/b"}, qf::VerificationType::md5));
     EXPECT_TRUE(contentOf("/to/a") == content);
     EXPECT_EQ(contentOf("/to/b").size(), content.size());
     EXPECT_TRUE(contentOf("/to/b").ends_with(content.substr(chunk)));
@@ -401,7 +401,7 @@ TEST_P(VerifiedCopyThatCannotBeReadBack, NeverPassesForVerified) {
         return position == chunk ? size - 1 : size;
     };
     CopyObserver observer;
-    EXPECT_TRUE(copy(GetParam().paths, VerificationType::sha256, observer.delegate()));
+    EXPECT_TRUE(copy(GetParam().paths, qf::VerificationType::sha256, observer.delegate()));
     const auto record = observer.record();
     ASSERT_EQ(record.failures.size(), 1U);
     EXPECT_EQ(record.failures[0].file, "/to/bad");
@@ -417,7 +417,7 @@ TEST_F(VerifiedCopyTest, ADestinationThatCannotSeekGetsFiveLinesAChunkAndIsReadA
     makeSource(patternedText(chunk + 100));
     streams.files["/to/a"].seekError = 29;
     CopyObserver observer;
-    EXPECT_TRUE(copy({"/to/a"}, VerificationType::md5, observer.delegate()));
+    EXPECT_TRUE(copy({"/to/a"}, qf::VerificationType::md5, observer.delegate()));
     EXPECT_EQ(console.systemLogLines(),
               (Lines{"Error: unable to seek within file /to/a", "cur pos: 0", "read size: 65536",
                      "errno: 29", "err: 0", "Error: unable to seek within file /to/a",
@@ -462,7 +462,7 @@ TEST_P(SourceOfVerifiedCopy, IsReadOnce) {
     int reads = 0;
     describe({.content = patternedText(3 * chunk - 1), .beforeRead = [&reads] { ++reads; }},
              3 * chunk - 1);
-    EXPECT_TRUE(copy(GetParam().paths, VerificationType::sha256));
+    EXPECT_TRUE(copy(GetParam().paths, qf::VerificationType::sha256));
     EXPECT_EQ(reads, 3);
 }
 
@@ -475,7 +475,7 @@ INSTANTIATE_TEST_SUITE_P(, SourceOfVerifiedCopy,
 TEST_F(VerifiedCopyTest, ASourceThatShrinksFails) {
     describe({.content = patternedText(70'000)}, 70'001);
     CopyObserver observer;
-    EXPECT_FALSE(copy({"/to/a"}, VerificationType::md5, observer.delegate()));
+    EXPECT_FALSE(copy({"/to/a"}, qf::VerificationType::md5, observer.delegate()));
     EXPECT_EQ(console.systemLogLines(),
               Lines{"Error: copied file size does not match original source /from/source"});
     EXPECT_EQ(contentOf("/to/a").size(), 70'000U);
@@ -487,7 +487,7 @@ TEST_F(VerifiedCopyTest, ASourceThatShrinksFails) {
 TEST_F(VerifiedCopyTest, ASourceThatGrowsPasses) {
     describe({.content = patternedText(70'001)}, 70'000);
     CopyObserver observer;
-    EXPECT_TRUE(copy({"/to/a"}, VerificationType::none, observer.delegate()));
+    EXPECT_TRUE(copy({"/to/a"}, qf::VerificationType::none, observer.delegate()));
     EXPECT_EQ(contentOf("/to/a").size(), 70'001U);
     EXPECT_EQ(observer.record().bytesWritten, (std::vector<CopyObserver::Bytes>{{70'001, true}}));
 }
@@ -506,7 +506,7 @@ TEST_F(VerifiedCopyTest, TheSizeOfALinkedSourceIsThatOfTheFileItLeadsTo) {
     fileSystem.links = {{source, "../other/link"}, {"/from/../other/link", "/real"}};
     for (const auto& [link, target] : fileSystem.links) {
         fileSystem.files.insert(link);
-        fileSystem.attributes[link] = {.kind = platform::ItemKind::link, .size = 5};
+        fileSystem.attributes[link] = {.kind = qf::ItemKind::link, .size = 5};
     }
     fileSystem.files.insert("/real");
     fileSystem.attributes["/real"] = {.size = 8};
@@ -521,7 +521,7 @@ TEST_F(VerifiedCopyTest, ThirtyMebibytesGiveOneReportOnTheWay) {
     constexpr std::uint64_t size = 31'457'280;
     makeBottomlessSource(size, {"/to/a"});
     CopyObserver observer;
-    EXPECT_TRUE(copy({"/to/a"}, VerificationType::none, observer.delegate()));
+    EXPECT_TRUE(copy({"/to/a"}, qf::VerificationType::none, observer.delegate()));
     const auto record = observer.record();
     EXPECT_EQ(sorted(record.bytesWritten), (std::vector{twentyMebibytes, size}));
     for (const auto& call : record.bytesWritten) {
@@ -533,7 +533,7 @@ TEST_F(VerifiedCopyTest, ThirtyMebibytesGiveOneReportOnTheWay) {
 TEST_F(VerifiedCopyTest, LessThanTwentyMebibytesGiveNoReportOnTheWay) {
     makeBottomlessSource(twentyMebibytes - 1, {"/to/a"});
     CopyObserver observer;
-    EXPECT_TRUE(copy({"/to/a"}, VerificationType::none, observer.delegate()));
+    EXPECT_TRUE(copy({"/to/a"}, qf::VerificationType::none, observer.delegate()));
     const auto record = observer.record();
     EXPECT_EQ(record.bytesWritten, (std::vector<CopyObserver::Bytes>{{twentyMebibytes - 1, true}}));
     EXPECT_EQ(record.questions, 0);
@@ -544,7 +544,7 @@ TEST_F(VerifiedCopyTest, ALargeFileIsReportedEveryFiveHundredth) {
     constexpr std::uint64_t leastStep = 40'000'000;
     makeBottomlessSource(size, {"/to/a"});
     CopyObserver observer;
-    EXPECT_TRUE(copy({"/to/a"}, VerificationType::none, observer.delegate()));
+    EXPECT_TRUE(copy({"/to/a"}, qf::VerificationType::none, observer.delegate()));
     const auto record = observer.record();
     auto counts = sorted(record.bytesWritten);
     ASSERT_EQ(counts.size(), 500U);
@@ -576,28 +576,28 @@ TEST_P(VerifiedCopyAnsweredFalse, EndsWithoutAWord) {
 }
 
 INSTANTIATE_TEST_SUITE_P(, VerifiedCopyAnsweredFalse,
-                         testing::Values(TypeOfCopy{{"None"}, VerificationType::none},
-                                         TypeOfCopy{{"Md5"}, VerificationType::md5},
+                         testing::Values(TypeOfCopy{{"None"}, qf::VerificationType::none},
+                                         TypeOfCopy{{"Md5"}, qf::VerificationType::md5},
                                          TypeOfCopy{{"Other"}, otherType}),
                          nameOfCase);
 
 TEST_F(VerifiedCopyTest, ACancelledCopyLeavesPartialFiles) {
     describe({.bottomless = DescribedFile::unlimited}, 0);
     CopyObserver observer(false);
-    EXPECT_FALSE(copy({"/to/a"}, VerificationType::none, observer.delegate()));
+    EXPECT_FALSE(copy({"/to/a"}, qf::VerificationType::none, observer.delegate()));
     EXPECT_GE(contentOf("/to/a").size(), twentyMebibytes);
     EXPECT_EQ(contentOf("/to/a").size() % chunk, 0U);
 }
 
 TEST_F(VerifiedCopyTest, ACancelledCopyWritesToNoFurtherDestination) {
     makeSource(std::string(twentyMebibytes + 2 * chunk, 'x'));
-    auto delegate = std::make_shared<FileCopyDelegate>();
+    auto delegate = std::make_shared<qf::FileCopyDelegate>();
     std::latch nextChunk(1);
     delegate->fileCopyShouldContinue = [&](const auto&) {
         nextChunk.wait();
         return false;
     };
-    const std::weak_ptr<FileCopyDelegate> calls = delegate;
+    const std::weak_ptr<qf::FileCopyDelegate> calls = delegate;
     long owners = 0;
     streams.files["/to/a"].beforeWrite = [&](std::uint64_t position) {
         if (position == 0) {
@@ -610,7 +610,7 @@ TEST_F(VerifiedCopyTest, ACancelledCopyWritesToNoFurtherDestination) {
             }
         }
     };
-    EXPECT_FALSE(copy({"/to/a", "/to/b"}, VerificationType::none, delegate));
+    EXPECT_FALSE(copy({"/to/a", "/to/b"}, qf::VerificationType::none, delegate));
     EXPECT_EQ(contentOf("/to/a").size(), twentyMebibytes + chunk);
     EXPECT_EQ(contentOf("/to/b").size(), twentyMebibytes);
 }
@@ -624,7 +624,7 @@ TEST_F(VerifiedCopyTest, TheQuestionFollowsTheReport) {
     std::latch allAreFree(1);
     std::latch ended(mostThreads);
     for (int number = 0; number < mostThreads; ++number) {
-        platform::dispatchAsync([&, number] {
+        qf::dispatchAsync([&, number] {
             busy.count_down();
             (number == 0 ? oneIsFree : allAreFree).wait();
             ended.count_down();
@@ -633,7 +633,7 @@ TEST_F(VerifiedCopyTest, TheQuestionFollowsTheReport) {
     busy.wait();
     Release released;
     Lines calls;
-    auto delegate = std::make_shared<FileCopyDelegate>();
+    auto delegate = std::make_shared<qf::FileCopyDelegate>();
     delegate->fileCopyBytesWritten = [&, copying = std::this_thread::get_id()](auto, const auto&) {
         if (std::this_thread::get_id() != copying) {
             calls.emplace_back("report");
@@ -643,7 +643,7 @@ TEST_F(VerifiedCopyTest, TheQuestionFollowsTheReport) {
         calls.emplace_back("question");
         return true;
     };
-    EXPECT_TRUE(copy({"/to/a"}, VerificationType::none, delegate));
+    EXPECT_TRUE(copy({"/to/a"}, qf::VerificationType::none, delegate));
     delegate.reset();
     oneIsFree.count_down();
     released.wait();
@@ -657,15 +657,15 @@ TEST_F(VerifiedCopyTest, ABlockedDelegateHoldsNothingUpAndMayAnswerAfterTheCopy)
     const auto open = std::make_shared<std::latch>(1);
     const auto asked = std::make_shared<std::latch>(5);
     Release released;
-    auto delegate = std::make_shared<FileCopyDelegate>();
+    auto delegate = std::make_shared<qf::FileCopyDelegate>();
     delegate->fileCopyShouldContinue =
-        [open, asked, token = released.token()](const FileCopySettings& settings) {
+        [open, asked, token = released.token()](const qf::FileCopySettings& settings) {
             asked->count_down();
             open->wait();
             EXPECT_EQ((*settings)["operationtype"], Value("copy"));
             return false;
         };
-    EXPECT_TRUE(copy({"/to/a"}, VerificationType::none, delegate));
+    EXPECT_TRUE(copy({"/to/a"}, qf::VerificationType::none, delegate));
     delegate.reset();
     asked->wait();
     open->count_down();
@@ -675,15 +675,15 @@ TEST_F(VerifiedCopyTest, ABlockedDelegateHoldsNothingUpAndMayAnswerAfterTheCopy)
 TEST_F(VerifiedCopyTest, WhatADelegateRaisesIsLoggedAndChangesNothing) {
     makeBottomlessSource(twentyMebibytes, {"/to/a"});
     Release released;
-    auto delegate = std::make_shared<FileCopyDelegate>();
+    auto delegate = std::make_shared<qf::FileCopyDelegate>();
     delegate->fileCopyBytesWritten = [token = released.token()](auto, const auto&) {
-        throw platform::Exception("SomeException", "written");
+        throw qf::Exception("SomeException", "written");
     };
     delegate->fileCopyShouldContinue = [](const auto&) -> bool {
         throw std::runtime_error("continue");
     };
     delegate->fileCopyVerificationFailed = [](const auto&, const auto&) {
-        throw platform::Exception("SomeException", "failed");
+        throw qf::Exception("SomeException", "failed");
     };
     delegate->fileCopyFinished = [](const auto&) { throw 5; };
     EXPECT_TRUE(copy({"/to/a"}, otherType, delegate));
@@ -703,7 +703,7 @@ TEST_F(VerifiedCopyTest, WhatADelegateRaisesIsLoggedAndChangesNothing) {
 TEST_F(VerifiedCopyTest, ADelegateThatAnswersNothingIsNeverCalled) {
     makeBottomlessSource(2 * twentyMebibytes, {"/to/a"});
     Release released;
-    EXPECT_TRUE(copy({"/to/a"}, otherType, released.silent<FileCopyDelegate>()));
+    EXPECT_TRUE(copy({"/to/a"}, otherType, released.silent<qf::FileCopyDelegate>()));
     released.wait();
     EXPECT_EQ(loggedLines(), Lines{});
 }
@@ -712,13 +712,13 @@ TEST_F(VerifiedCopyTest, ADelegateThatAnswersNothingIsNeverCalled) {
 
 TEST_F(VerifiedCopyTest, TheSettingsNameWhatIsCopied) {
     makeSource("content");
-    auto delegate = std::make_shared<FileCopyDelegate>();
+    auto delegate = std::make_shared<qf::FileCopyDelegate>();
     Value::Dictionary settings;
     delegate->fileCopyFinished = [&settings](const auto& shared) { settings = shared->snapshot(); };
     const Value object = Value::Object(std::make_shared<int>(1));
-    EXPECT_TRUE(
-        QFFileManager::copyFileWithProgress(source, std::vector<std::string>{"/to/a", "/to/b"},
-                                            VerificationType::none, delegate, object, "second"));
+    EXPECT_TRUE(QFFileManager::copyFileWithProgress(
+        source, std::vector<std::string>{"/to/a", "/to/b"}, qf::VerificationType::none, delegate,
+        object, "second"));
     EXPECT_EQ(settings, (Value::Dictionary{{"source", source},
                                            {"destinations", Value::Array{"/to/a", "/to/b"}},
                                            {"operationtype", "copy"},
@@ -763,7 +763,7 @@ TEST_P(VerifiedCopyWithDigest, TheDigestsAreInTheSettingsOnceTheyAreKnown) {
 TEST_F(VerifiedCopyTest, WithoutVerificationTheSettingsHoldNoDigests) {
     makeSource("content");
     CopyObserver observer;
-    EXPECT_TRUE(copy({"/to/a"}, VerificationType::none, observer.delegate()));
+    EXPECT_TRUE(copy({"/to/a"}, qf::VerificationType::none, observer.delegate()));
     EXPECT_EQ(observer.record().finished[0].size(), 3U);
 }
 
@@ -784,20 +784,20 @@ TEST_P(VerifiedCopyOfAnotherType, CountsEveryDestinationAsFailed) {
 }
 
 INSTANTIATE_TEST_SUITE_P(, VerifiedCopyOfAnotherType,
-                         testing::Values(TypeOfCopy{{"Seven"}, VerificationType{7}},
-                                         TypeOfCopy{{"Five"}, VerificationType{5}},
-                                         TypeOfCopy{{"MinusOne"}, VerificationType{-1}},
-                                         TypeOfCopy{{"Thousand"}, VerificationType{1000}}),
+                         testing::Values(TypeOfCopy{{"Seven"}, qf::VerificationType{7}},
+                                         TypeOfCopy{{"Five"}, qf::VerificationType{5}},
+                                         TypeOfCopy{{"MinusOne"}, qf::VerificationType{-1}},
+                                         TypeOfCopy{{"Thousand"}, qf::VerificationType{1000}}),
                          nameOfCase);
 
 TEST_F(VerifiedCopyTest, NobodyHasToListenToAFailedVerification) {
     makeSource("content");
     streams.files["/to/a"].alter = changing(3);
-    EXPECT_TRUE(copy({"/to/a"}, VerificationType::md5));
-    auto delegate = std::make_shared<FileCopyDelegate>();
+    EXPECT_TRUE(copy({"/to/a"}, qf::VerificationType::md5));
+    auto delegate = std::make_shared<qf::FileCopyDelegate>();
     Value::Dictionary settings;
     delegate->fileCopyFinished = [&settings](const auto& shared) { settings = shared->snapshot(); };
-    EXPECT_TRUE(copy({"/to/a"}, VerificationType::md5, delegate));
+    EXPECT_TRUE(copy({"/to/a"}, qf::VerificationType::md5, delegate));
     EXPECT_FALSE(settings.contains("destChecksum"));
     EXPECT_TRUE(settings.contains("destChecksums"));
     settings.clear();
@@ -806,13 +806,13 @@ TEST_F(VerifiedCopyTest, NobodyHasToListenToAFailedVerification) {
 TEST_F(VerifiedCopyTest, OverlappingCallsMayReadAndChangeTheSettings) {
     makeBottomlessSource(40 * twentyMebibytes, {"/to/a"});
     Release released;
-    auto delegate = std::make_shared<FileCopyDelegate>();
-    delegate->fileCopyBytesWritten = [token = released.token()](auto bytes,
-                                                                const FileCopySettings& settings) {
-        settings->set("bytes", static_cast<std::int64_t>(bytes));
-        EXPECT_GE(settings->snapshot().size(), 5U);
-    };
-    delegate->fileCopyShouldContinue = [](const FileCopySettings& settings) {
+    auto delegate = std::make_shared<qf::FileCopyDelegate>();
+    delegate->fileCopyBytesWritten =
+        [token = released.token()](auto bytes, const qf::FileCopySettings& settings) {
+            settings->set("bytes", static_cast<std::int64_t>(bytes));
+            EXPECT_GE(settings->snapshot().size(), 5U);
+        };
+    delegate->fileCopyShouldContinue = [](const qf::FileCopySettings& settings) {
         settings->set("asked", true);
         return (*settings)["source"] == Value(source);
     };
@@ -828,12 +828,12 @@ TEST_F(VerifiedCopyTest, AMediumThatAltersTheDataIsToldAndTheCopyStillSucceeds) 
     makeSource(content);
     streams.files["/to/b"].alter = changing(131'072);
     CopyObserver observer;
-    EXPECT_TRUE(copy({"/to/a", "/to/b"}, VerificationType::md5, observer.delegate()));
+    EXPECT_TRUE(copy({"/to/a", "/to/b"}, qf::VerificationType::md5, observer.delegate()));
     const auto record = observer.record();
     ASSERT_EQ(record.failures.size(), 1U);
     EXPECT_EQ(record.failures[0].file, "/to/b");
     EXPECT_EQ(record.failures[0].settings.at("destChecksum"),
-              Value(*digestOf(VerificationType::md5, contentOf("/to/b"))));
+              Value(*digestOf(qf::VerificationType::md5, contentOf("/to/b"))));
     EXPECT_EQ(record.finished.size(), 1U);
     EXPECT_EQ(console.systemLogLines(), Lines{});
 }
@@ -852,7 +852,7 @@ TEST_P(VerifiedDestination, IsWrittenThroughBeforeItIsClosed) {
 }
 
 INSTANTIATE_TEST_SUITE_P(, VerifiedDestination,
-                         testing::Values(TypeOfCopy{{"Md5"}, VerificationType::md5},
+                         testing::Values(TypeOfCopy{{"Md5"}, qf::VerificationType::md5},
                                          TypeOfCopy{{"Other"}, otherType}),
                          nameOfCase);
 
@@ -860,9 +860,9 @@ TEST_F(VerifiedCopyTest, AMediumThatTakesNotEverythingIsToldAsADifference) {
     makeSource("content");
     streams.files["/to/b"].syncs = false;
     CopyObserver observer;
-    EXPECT_TRUE(copy({"/to/a", "/to/b", "/to/c"}, VerificationType::sha1, observer.delegate()));
+    EXPECT_TRUE(copy({"/to/a", "/to/b", "/to/c"}, qf::VerificationType::sha1, observer.delegate()));
     const auto record = observer.record();
-    const Value digest = *digestOf(VerificationType::sha1, "content");
+    const Value digest = *digestOf(qf::VerificationType::sha1, "content");
     ASSERT_EQ(record.failures.size(), 1U);
     EXPECT_EQ(record.failures[0].file, "/to/b");
     EXPECT_EQ(record.failures[0].settings.at("destChecksum"), digest);
@@ -875,7 +875,7 @@ TEST_F(VerifiedCopyTest, ACancelledCopyWaitsForNoMedium) {
     makeBottomlessSource(DescribedFile::unlimited, {"/to/a"});
     fileSystem.attributes[source]->size = 0;
     CopyObserver observer(false);
-    EXPECT_FALSE(copy({"/to/a"}, VerificationType::md5, observer.delegate()));
+    EXPECT_FALSE(copy({"/to/a"}, qf::VerificationType::md5, observer.delegate()));
     EXPECT_EQ(std::ranges::count(streams.events, "sync /to/a"), 0);
 }
 
@@ -899,7 +899,8 @@ TEST_P(VerifiedCopyChangedOnMedium, ShowsOnlyInASecondRead) {
     CopyObserver thorough;
     const auto result = copyFromMedium({"/to/a", "/to/b"}, type, thorough.delegate());
     EXPECT_TRUE(result.succeeded);
-    EXPECT_EQ(result.outcomes, (Outcomes{FileCopyOutcome::copied, FileCopyOutcome::different}));
+    EXPECT_EQ(result.outcomes,
+              (Outcomes{qf::FileCopyOutcome::copied, qf::FileCopyOutcome::different}));
     const auto record = thorough.record();
     ASSERT_EQ(record.failures.size(), 1U);
     EXPECT_EQ(record.failures[0].settings.at("destChecksum"),
@@ -923,8 +924,9 @@ TEST_F(VerifiedCopyTest, AMediumThatCannotBeReadAgainFails) {
         streams.files["/to/b"].readableBytes = kept.size();
         kept += "which cannot be read";
     };
-    const auto result = copyFromMedium({"/to/a", "/to/b"}, VerificationType::md5);
-    EXPECT_EQ(result.outcomes, (Outcomes{FileCopyOutcome::different, FileCopyOutcome::different}));
+    const auto result = copyFromMedium({"/to/a", "/to/b"}, qf::VerificationType::md5);
+    EXPECT_EQ(result.outcomes,
+              (Outcomes{qf::FileCopyOutcome::different, qf::FileCopyOutcome::different}));
 }
 
 class VerifiedCopyWithoutDigests : public VerifiedCopyTest,
@@ -939,7 +941,7 @@ TEST_P(VerifiedCopyWithoutDigests, IsNotReadAgain) {
 }
 
 INSTANTIATE_TEST_SUITE_P(, VerifiedCopyWithoutDigests,
-                         testing::Values(TypeOfCopy{{"None"}, VerificationType::none},
+                         testing::Values(TypeOfCopy{{"None"}, qf::VerificationType::none},
                                          TypeOfCopy{{"Other"}, otherType}),
                          nameOfCase);
 
@@ -952,10 +954,11 @@ TEST_F(VerifiedCopyTest, EveryDestinationHasItsOutcome) {
     streams.files["/to/lost"].syncs = false;
     streams.files["/to/altered"].alter = changing(3);
     const auto result = copyWithResult({"/to/full", "/to/a", "/to/lost", "/to/altered"},
-                                       {.verificationType = VerificationType::md5});
+                                       {.verificationType = qf::VerificationType::md5});
     EXPECT_TRUE(result.succeeded);
-    EXPECT_EQ(result.outcomes, (Outcomes{FileCopyOutcome::notWritten, FileCopyOutcome::copied,
-                                         FileCopyOutcome::notSynced, FileCopyOutcome::different}));
+    EXPECT_EQ(result.outcomes,
+              (Outcomes{qf::FileCopyOutcome::notWritten, qf::FileCopyOutcome::copied,
+                        qf::FileCopyOutcome::notSynced, qf::FileCopyOutcome::different}));
 }
 
 TEST_F(VerifiedCopyTest, AnUnverifiedDestinationHasOnlyToTakeEverything) {
@@ -964,7 +967,8 @@ TEST_F(VerifiedCopyTest, AnUnverifiedDestinationHasOnlyToTakeEverything) {
     streams.files["/to/altered"].alter = changing(3);
     const auto result = copyWithResult({"/to/full", "/to/altered"}, {});
     EXPECT_TRUE(result.succeeded);
-    EXPECT_EQ(result.outcomes, (Outcomes{FileCopyOutcome::notWritten, FileCopyOutcome::copied}));
+    EXPECT_EQ(result.outcomes,
+              (Outcomes{qf::FileCopyOutcome::notWritten, qf::FileCopyOutcome::copied}));
 }
 
 struct EndOfCopy : NamedCase {
@@ -981,8 +985,10 @@ TEST_P(DestinationThatEndsACopy, IsUnreachable) {
     fileSystem.failures["create /bad"] = {.localizedDescription = "It may not be."};
     const auto result = copyWithResult({"/to/a", GetParam().path, "/to/b"}, {});
     EXPECT_FALSE(result.succeeded);
-    EXPECT_EQ(result.outcomes, (Outcomes{FileCopyOutcome::incomplete, FileCopyOutcome::unreachable,
-                                         FileCopyOutcome::incomplete}));
+    EXPECT_EQ(result.error->localizedDescription, console.systemLogLines().back());
+    EXPECT_EQ(result.outcomes,
+              (Outcomes{qf::FileCopyOutcome::incomplete, qf::FileCopyOutcome::unreachable,
+                        qf::FileCopyOutcome::incomplete}));
 }
 
 INSTANTIATE_TEST_SUITE_P(, DestinationThatEndsACopy,
@@ -997,14 +1003,14 @@ TEST_F(VerifiedCopyTest, AGoodCopyFilledAsideGetsItsNameOnceItHasPassed) {
     makeSource("content");
     streams.files["/to/a"].content = "former";
     std::string atTheFinish;
-    const auto observer = std::make_shared<FileCopyDelegate>();
+    const auto observer = std::make_shared<qf::FileCopyDelegate>();
     observer->fileCopyBytesWritten = [&](std::uint64_t /*bytes*/, const auto& /*settings*/) {
         atTheFinish = streams.files["/to/a"].content;
     };
     const auto result = copyWithResult(
-        {"/to/a"}, {.verificationType = VerificationType::md5, .filling = Filling::aside},
+        {"/to/a"}, {.verificationType = qf::VerificationType::md5, .filling = qf::Filling::aside},
         observer);
-    EXPECT_EQ(result.outcomes, Outcomes{FileCopyOutcome::copied});
+    EXPECT_EQ(result.outcomes, Outcomes{qf::FileCopyOutcome::copied});
     EXPECT_EQ(atTheFinish, "former");
     EXPECT_EQ(streams.files["/to/a"].content, "content");
     const auto named = std::ranges::find(streams.events, "name /to/a");
@@ -1019,12 +1025,13 @@ TEST_F(VerifiedCopyTest, WhatWasAtADestinationStaysIfItsCopyFailsAside) {
     streams.files["/to/altered.beside"].alter = changing(3);
     streams.files["/to/full.beside"].room = 3;
     streams.files["/to/lost.beside"].syncs = false;
-    const auto result =
-        copyWithResult({"/to/altered", "/to/full", "/to/lost", "/to/good"},
-                       {.verificationType = VerificationType::md5, .filling = Filling::aside});
+    const auto result = copyWithResult(
+        {"/to/altered", "/to/full", "/to/lost", "/to/good"},
+        {.verificationType = qf::VerificationType::md5, .filling = qf::Filling::aside});
     EXPECT_TRUE(result.succeeded);
-    EXPECT_EQ(result.outcomes, (Outcomes{FileCopyOutcome::different, FileCopyOutcome::notWritten,
-                                         FileCopyOutcome::notSynced, FileCopyOutcome::copied}));
+    EXPECT_EQ(result.outcomes,
+              (Outcomes{qf::FileCopyOutcome::different, qf::FileCopyOutcome::notWritten,
+                        qf::FileCopyOutcome::notSynced, qf::FileCopyOutcome::copied}));
     for (const auto* path : {"/to/altered", "/to/full", "/to/lost"}) {
         EXPECT_EQ(streams.files[path].content, "former") << path;
         EXPECT_FALSE(fileSystem.attributes.contains(path)) << path; // no dates either
@@ -1035,16 +1042,17 @@ TEST_F(VerifiedCopyTest, WhatWasAtADestinationStaysIfItsCopyFailsAside) {
 TEST_F(VerifiedCopyTest, AnIncompleteCopyAsideChangesNothing) {
     describe({.content = "content"}, 8); // shorter than it was
     streams.files["/to/a"].content = "former";
-    EXPECT_FALSE(copyWithResult({"/to/a"}, {.filling = Filling::aside}).succeeded);
+    EXPECT_FALSE(copyWithResult({"/to/a"}, {.filling = qf::Filling::aside}).succeeded);
     EXPECT_EQ(streams.files["/to/a"].content, "former");
 }
 
 TEST_F(VerifiedCopyTest, SaysWhichCopyDidNotGetItsName) {
     makeSource("content");
     streams.files["/to/a.beside"].getsItsName = false;
-    const auto result = copyWithResult({"/to/a", "/to/b"}, {.filling = Filling::aside});
+    const auto result = copyWithResult({"/to/a", "/to/b"}, {.filling = qf::Filling::aside});
     EXPECT_TRUE(result.succeeded);
-    EXPECT_EQ(result.outcomes, (Outcomes{FileCopyOutcome::notNamed, FileCopyOutcome::copied}));
+    EXPECT_EQ(result.outcomes,
+              (Outcomes{qf::FileCopyOutcome::notNamed, qf::FileCopyOutcome::copied}));
     EXPECT_EQ(console.systemLogLines(), std::vector<std::string>{"Error naming file /to/a: 5"});
 }
 
@@ -1054,16 +1062,42 @@ TEST_F(VerifiedCopyTest, TheMetadataIsKeptBeforeTheFirstByteAndAfterTheLast) {
         EXPECT_EQ(streams.events.back(), "metadata /to/a");
         streams.events.emplace_back("write");
     };
-    EXPECT_TRUE(copyWithResult({"/to/a"}, {.keepMetadata = KeepMetadata::yes}).succeeded);
+    EXPECT_TRUE(copyWithResult({"/to/a"}, {.keepMetadata = qf::KeepMetadata::yes}).succeeded);
     const auto written = std::ranges::find(streams.events, "write");
     EXPECT_NE(std::find(written, streams.events.end(), "metadata /to/a"), streams.events.end());
 }
 
+TEST_F(VerifiedCopyTest, ACopyThatEndsEarlySaysWhy) {
+    const auto reason = [](const std::vector<std::string>& destinations) {
+        return copyWithResult(destinations, {}).error.value().localizedDescription;
+    };
+    EXPECT_EQ(reason({"/to/a"}),
+              "Error: File /from/source doesn't exist. Aborting copy process...");
+    describe({.content = "content", .readableBytes = 3}, 7);
+    EXPECT_EQ(reason({"/to/a"}), "Error reading file /from/source - aborting...");
+    EXPECT_EQ(reason({}),
+              "Error: You must have at least one destination. Aborting copy process...");
+    describe({.content = "content"}, 8);
+    EXPECT_EQ(reason({"/to/a"}),
+              "Error: copied file size does not match original source /from/source");
+    describe({.opens = false}, 8);
+    EXPECT_EQ(reason({"/to/a"}),
+              "Error: Unable to read source file /from/source. Aborting copy process...");
+}
+
+TEST_F(VerifiedCopyTest, ACopyThatSucceedsOrIsCancelledHasNoReason) {
+    makeSource("content");
+    EXPECT_FALSE(copyWithResult({"/to/a"}, {}).error.has_value());
+    const auto observer = std::make_shared<qf::FileCopyDelegate>();
+    observer->fileCopyShouldContinue = [](const auto& /*settings*/) { return false; };
+    EXPECT_FALSE(copyWithResult({"/to/a"}, {}, observer).error.has_value());
+}
+
 TEST_F(VerifiedCopyTest, EveryDestinationOfACopyThatFailsIsIncomplete) {
     describe({.content = "content", .readableBytes = 3}, 7);
-    EXPECT_EQ(copyWithResult({"/to/a"}, {}).outcomes, Outcomes{FileCopyOutcome::incomplete});
+    EXPECT_EQ(copyWithResult({"/to/a"}, {}).outcomes, Outcomes{qf::FileCopyOutcome::incomplete});
     describe({.content = "content"}, 8);
-    EXPECT_EQ(copyWithResult({"/to/a"}, {}).outcomes, Outcomes{FileCopyOutcome::incomplete});
+    EXPECT_EQ(copyWithResult({"/to/a"}, {}).outcomes, Outcomes{qf::FileCopyOutcome::incomplete});
     EXPECT_EQ(copyWithResult({}, {}).outcomes, Outcomes{});
 }
 
@@ -1074,17 +1108,17 @@ TEST_F(VerifiedCopyTest, EveryDestinationGetsTheDatesOfTheSource) {
     EXPECT_TRUE(copy({"/to/a", "/to/b"}));
     EXPECT_EQ(fileSystem.changes,
               (Lines{"creation date /to/a", "date /to/a", "creation date /to/b", "date /to/b"}));
-    using Dates = std::map<std::string, platform::Date>;
+    using Dates = std::map<std::string, qf::Date>;
     EXPECT_EQ(fileSystem.creationDates, (Dates{{"/to/a", created}, {"/to/b", created}}));
     EXPECT_EQ(fileSystem.modificationDates, (Dates{{"/to/a", modified}, {"/to/b", modified}}));
 }
 
 TEST_F(VerifiedCopyTest, TheDelegateHearsOfTheEndOnceTheDatesAreSet) {
     makeSource("content");
-    auto delegate = std::make_shared<FileCopyDelegate>();
+    auto delegate = std::make_shared<qf::FileCopyDelegate>();
     Lines changes;
     delegate->fileCopyFinished = [&](const auto&) { changes = fileSystem.changes; };
-    EXPECT_TRUE(copy({"/to/a"}, VerificationType::none, delegate));
+    EXPECT_TRUE(copy({"/to/a"}, qf::VerificationType::none, delegate));
     EXPECT_EQ(changes, (Lines{"creation date /to/a", "date /to/a"}));
 }
 
@@ -1103,7 +1137,7 @@ TEST_F(VerifiedCopyTest, DatesThatCannotBeSetAreSaidOnceADestinationAndChangeNot
     fileSystem.failures["date /to/b"] = {.localizedDescription = "Still not yours."};
     fileSystem.failures["date /to/c"] = {.localizedDescription = "No date."};
     CopyObserver observer;
-    EXPECT_TRUE(copy({"/to/a", "/to/b", "/to/c"}, VerificationType::none, observer.delegate()));
+    EXPECT_TRUE(copy({"/to/a", "/to/b", "/to/c"}, qf::VerificationType::none, observer.delegate()));
     EXPECT_EQ(console.systemLogLines(),
               (Lines{"Error setting metadata for file /to/a - No creation date.",
                      "Error setting metadata for file /to/b - Not yours.",
@@ -1112,7 +1146,7 @@ TEST_F(VerifiedCopyTest, DatesThatCannotBeSetAreSaidOnceADestinationAndChangeNot
     EXPECT_EQ(observer.record().finished.size(), 1U);
 }
 
-TEST_F(VerifiedCopyTest, NamesThatLookLikeFormatsAreNone) {
+TEST_F(VerifiedCopyTest, NamesThatLookLikeFormatsStayUnchanged) {
     makeSource("content");
     streams.files["/to/%@%n%s 100%"].room = 0;
     EXPECT_TRUE(copy({"/to/%@%n%s 100%"}));

@@ -15,13 +15,13 @@
 class VerifiedCopyTest : public DescribedMachine {
 protected:
     static constexpr const char* source = "/from/source";
-    static constexpr platform::Date created{std::chrono::hours(1)};
-    static constexpr platform::Date modified{std::chrono::hours(2)};
+    static constexpr qf::Date created{std::chrono::hours(1)};
+    static constexpr qf::Date modified{std::chrono::hours(2)};
     static constexpr std::uint64_t chunk = 65536;
 
     VerifiedCopyTest() {
         fileSystem.directories["/to"].emplace();
-        services.rightsStatus = platform::errAuthorizationCanceled;
+        services.rightsStatus = qf::errAuthorizationCanceled;
     }
 
     /// Creates the source with this content.
@@ -37,7 +37,7 @@ protected:
 
     void describe(const DescribedFile& file, std::uint64_t size) {
         fileSystem.files.insert(source);
-        fileSystem.attributes[source] = {.kind = platform::ItemKind::file,
+        fileSystem.attributes[source] = {.kind = qf::ItemKind::file,
                                          .size = size,
                                          .modificationDate = modified,
                                          .creationDate = created};
@@ -45,40 +45,40 @@ protected:
     }
 
     static bool copy(const std::vector<std::string>& destinations,
-                     VerificationType type = VerificationType::none,
-                     const std::shared_ptr<FileCopyDelegate>& delegate = nullptr) {
+                     qf::VerificationType type = qf::VerificationType::none,
+                     const std::shared_ptr<qf::FileCopyDelegate>& delegate = nullptr) {
         return QFFileManager::copyFileWithProgress(source, destinations, type, delegate, {}, {});
     }
 
-    static FileCopyResult
-    copyWithResult(const std::vector<std::string>& destinations, const FileCopyOptions& options,
-                   const std::shared_ptr<FileCopyDelegate>& delegate = nullptr) {
+    static qf::FileCopyResult
+    copyWithResult(const std::vector<std::string>& destinations, const qf::FileCopyOptions& options,
+                   const std::shared_ptr<qf::FileCopyDelegate>& delegate = nullptr) {
         return QFFileManager::copyFileWithResult(source, destinations, options, delegate, {}, {});
     }
 
-    static FileCopyResult
-    copyFromMedium(const std::vector<std::string>& destinations, VerificationType type,
-                   const std::shared_ptr<FileCopyDelegate>& delegate = nullptr) {
-        return copyWithResult(destinations,
-                              {.verificationType = type, .fromMedium = FromMedium::yes}, delegate);
+    static qf::FileCopyResult
+    copyFromMedium(const std::vector<std::string>& destinations, qf::VerificationType type,
+                   const std::shared_ptr<qf::FileCopyDelegate>& delegate = nullptr) {
+        return copyWithResult(
+            destinations, {.verificationType = type, .fromMedium = qf::FromMedium::yes}, delegate);
     }
 
     const std::string& contentOf(const std::string& path) { return streams.files.at(path).content; }
 
-    static std::optional<std::string> digestOf(VerificationType type, std::string_view text) {
+    static std::optional<std::string> digestOf(qf::VerificationType type, std::string_view text) {
         const auto digest = [text](auto context, auto finisher) {
             context.update(std::as_bytes(std::span(text.data(), text.size())));
             return finisher(context);
         };
         switch (type) {
-        case VerificationType::md5:
-            return digest(MD5Context(), QFFileManager::md5HashWithContext);
-        case VerificationType::sha1:
-            return digest(SHA1Context(), QFFileManager::sha1HashWithContext);
-        case VerificationType::sha256:
-            return digest(SHA256Context(), QFFileManager::sha256HashWithContext);
-        case VerificationType::sha512:
-            return digest(SHA512Context(), QFFileManager::sha512HashWithContext);
+        case qf::VerificationType::md5:
+            return digest(qf::MD5Context(), QFFileManager::md5HashWithContext);
+        case qf::VerificationType::sha1:
+            return digest(qf::SHA1Context(), QFFileManager::sha1HashWithContext);
+        case qf::VerificationType::sha256:
+            return digest(qf::SHA256Context(), QFFileManager::sha256HashWithContext);
+        case qf::VerificationType::sha512:
+            return digest(qf::SHA512Context(), QFFileManager::sha512HashWithContext);
         default:
             return std::nullopt;
         }
@@ -87,7 +87,7 @@ protected:
     DescribedFileStreams streams;
 
 private:
-    platform::native::Digests digests_;
-    platform::ScopedService<platform::Digests> digestsScope_{digests_};
-    platform::ScopedService<platform::FileStreams> streamsScope_{streams};
+    qf::native::Digests digests_;
+    qf::ScopedService<qf::Digests> digestsScope_{digests_};
+    qf::ScopedService<qf::FileStreams> streamsScope_{streams};
 };

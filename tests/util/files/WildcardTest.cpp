@@ -1,3 +1,4 @@
+#include "tests/support/NamedCase.h"
 #include "tests/util/files/FileManagerTest.h"
 
 namespace {
@@ -137,30 +138,44 @@ TEST_F(Wildcards, APatternOfNamesAloneIsNotLookedUp) {
     EXPECT_EQ(QFFileManager::filesMatchingWildcardPath("x", "/*"), Lines{"/*/x"});
 }
 
-TEST_F(Wildcards, AMissingOrUnreadableBaseDirectoryHasNoEntries) {
+class WildcardsBelow : public Wildcards, public testing::WithParamInterface<NamedText> {};
+
+TEST_P(WildcardsBelow, MatchNothing) {
     fileSystem.directories["/unreadable"] = std::nullopt;
-    for (const auto* base : {"/missing", "/unreadable", "/file", ""}) {
-        EXPECT_EQ(QFFileManager::filesMatchingWildcardPath("*", base), Lines{}) << base;
-    }
+    EXPECT_EQ(QFFileManager::filesMatchingWildcardPath("*", GetParam().value), Lines{});
 }
 
-TEST_F(Wildcards, SearchingSubdirectoriesChangesNothing) {
-    for (const auto* pattern : {"*.txt", "*", "*/*", "x"}) {
-        const auto without = QFFileManager::filesMatchingWildcardPath(pattern, "/base");
-        for (const auto searchSubdirs : {SearchSubdirs::no, SearchSubdirs::yes}) {
-            EXPECT_EQ(QFFileManager::filesMatchingWildcardPath(pattern, "/base", searchSubdirs),
-                      without);
-        }
-    }
+INSTANTIATE_TEST_SUITE_P(, WildcardsBelow,
+                         testing::Values(NamedText{{"AMissingDirectory"}, "/missing"},
+                                         NamedText{{"AnUnreadableDirectory"}, "/unreadable"},
+                                         NamedText{{"AFile"}, "/file"}, NamedText{{"NoPath"}, ""}),
+                         nameOfCase);
+
+class WildcardsInSubdirectories : public Wildcards,
+                                  public testing::WithParamInterface<NamedText> {};
+
+TEST_P(WildcardsInSubdirectories, MatchTheSame) {
+    const auto& pattern = GetParam().value;
+    const auto found = QFFileManager::filesMatchingWildcardPath(pattern, "/base");
+    EXPECT_EQ(QFFileManager::filesMatchingWildcardPath(pattern, "/base", qf::SearchSubdirs::no),
+              found);
+    EXPECT_EQ(QFFileManager::filesMatchingWildcardPath(pattern, "/base", qf::SearchSubdirs::yes),
+              found);
 }
 
-TEST_F(Wildcards, DecodingGivesTheFirstMatch) {
+INSTANTIATE_TEST_SUITE_P(, WildcardsInSubdirectories,
+                         testing::Values(NamedText{{"Extension"}, "*.txt"}, NamedText{{"All"}, "*"},
+                                         NamedText{{"TwoComponents"}, "*/*"},
+                                         NamedText{{"Name"}, "x"}),
+                         nameOfCase);
+
+TEST_F(Wildcards, DecodingReturnsTheFirstMatch) {
     EXPECT_EQ(QFFileManager::decodeWildcardPath("*.txt", "/base"), "/base/b.txt");
     EXPECT_EQ(QFFileManager::decodeWildcardPath("/Applications/*.app", std::nullopt),
               "/Applications/B.app");
 }
 
-TEST_F(Wildcards, DecodingWithoutAMatchGivesThePatternBehindTheBaseDirectory) {
+TEST_F(Wildcards, DecodingWithoutAMatchReturnsThePatternBehindTheBaseDirectory) {
     EXPECT_EQ(QFFileManager::decodeWildcardPath("x*/y", "/base"), "/base/x*/y");
     EXPECT_EQ(QFFileManager::decodeWildcardPath("/x*", std::nullopt), std::nullopt);
     EXPECT_EQ(QFFileManager::decodeWildcardPath("x", "/base"), "/base/x");

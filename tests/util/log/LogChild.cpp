@@ -56,7 +56,7 @@ int share(const Arguments& arguments) {
 
 [[noreturn]] void raise(const std::string& kind) {
     if (kind == "platform") {
-        throw platform::Exception("NSRangeException", "index 5 beyond bounds");
+        throw qf::Exception("NSRangeException", "index 5 beyond bounds");
     }
     if (kind == "standard") {
         throw std::runtime_error("a standard reason");
@@ -85,7 +85,7 @@ int uncaught(const Arguments& arguments) {
 /// Ends as an application does, with COUNT operations on the write queue.
 int terminate(const Arguments& arguments) {
     FakeApplication application;
-    const platform::ScopedService<platform::Application> scoped(application);
+    const qf::ScopedService<qf::Application> scoped(application);
     auto& log = QFLog::sharedController();
     QueueGate gate(*log.writeQueue());
     for (int number = 1; number < std::stoi(arguments.at(0)); ++number) {
@@ -166,7 +166,7 @@ int crowd(const Arguments& arguments) {
     const auto& name = arguments.at(0);
     const auto count = std::stoi(arguments.at(2));
     const auto last = std::stoi(arguments.at(3));
-    const platform::native::FileDescriptor told(
+    const qf::native::FileDescriptor told(
         ::open(arguments.at(4).c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644));
     QFLog::createNewLog("Test");
     std::vector<std::future<void>> threads;
@@ -192,14 +192,14 @@ int crowd(const Arguments& arguments) {
 }
 
 /// Log files that are never deleted, but moved into the directory "deleted".
-class KeptLogFiles : public platform::native::LogFiles {
+class KeptLogFiles : public qf::native::LogFiles {
 public:
     explicit KeptLogFiles(std::string directory) : directory_(std::move(directory)) {
         std::filesystem::create_directories(directory_);
     }
-    platform::Result<void> removeLog(const std::string& path) override {
+    qf::Result<void> removeLog(const std::string& path) override {
         auto name = directory_ + "/XXXXXX";
-        platform::native::FileDescriptor(::mkstemp(name.data()));
+        qf::native::FileDescriptor(::mkstemp(name.data()));
         std::filesystem::rename(path, name);
         return {};
     }
@@ -217,19 +217,19 @@ struct Machine {
     FakeSystemInformation system;
     FakeClock clock;
     FakePropertyLists preferences;
-    platform::native::Console console;
+    qf::native::Console console;
     KeptLogFiles files;
-    platform::native::ProcessCopies copies;
+    qf::native::ProcessCopies copies;
 
     void install() {
-        platform::install<platform::UserAccount>(account);
-        platform::install<platform::SearchPaths>(searchPaths);
-        platform::install<platform::SystemInformation>(system);
-        platform::install<platform::Clock>(clock);
-        platform::install<platform::PropertyLists>(preferences);
-        platform::install<platform::Console>(console);
-        platform::install<platform::LogFiles>(files);
-        platform::install<platform::ProcessCopies>(copies);
+        qf::install<qf::UserAccount>(account);
+        qf::install<qf::SearchPaths>(searchPaths);
+        qf::install<qf::SystemInformation>(system);
+        qf::install<qf::Clock>(clock);
+        qf::install<qf::PropertyLists>(preferences);
+        qf::install<qf::Console>(console);
+        qf::install<qf::LogFiles>(files);
+        qf::install<qf::ProcessCopies>(copies);
     }
 };
 
@@ -239,8 +239,7 @@ int main(int argc, char* argv[]) {
     const Arguments given(argv + 1, argv + argc);
     // Never destroyed: the log's thread may use it until the process ends.
     static auto& machine = *new Machine(given.at(1));
-    machine.searchPaths.lists[{platform::DirectoryKind::library, platform::DomainMask::user}] = {
-        given.at(1)};
+    machine.searchPaths.lists[{qf::DirectoryKind::library, qf::DomainMask::user}] = {given.at(1)};
     machine.install();
     QFLog::sharedController().setAppName("Test");
 

@@ -17,7 +17,7 @@
 #include <vector>
 
 /// A machine that a test describes.
-class FakeSystemInformation : public platform::SystemInformation {
+class FakeSystemInformation : public qf::SystemInformation {
 public:
     std::uint64_t memory = 17179869184;
     std::optional<std::string> executable = "/opt/quillfen/bin/kelvane-test";
@@ -36,25 +36,25 @@ public:
 /// A clock that a test sets.
 class FakeClock : public TestClock {
 public:
-    static constexpr platform::Date noon =
+    static constexpr qf::Date noon =
         std::chrono::sys_days(std::chrono::year(2026) / 11 / 16) + std::chrono::hours(12);
-    std::atomic<platform::Date> time{noon};
-    platform::Date now() override { return time; }
+    std::atomic<qf::Date> time{noon};
+    qf::Date now() override { return time; }
 };
 
 /// Preference files that a test describes: one content at whatever path is read.
-class FakePropertyLists : public platform::PropertyLists {
+class FakePropertyLists : public qf::PropertyLists {
 public:
-    platform::Value content;
+    qf::Value content;
     std::vector<std::string> pathsRead;
 
-    platform::Value parse(std::string_view /*bytes*/) override { return {}; }
-    std::optional<std::string> xml(const platform::Value& /*value*/) override { return {}; }
-    platform::Result<void> writeAtomically(const platform::Value& /*value*/,
-                                           const std::string& /*path*/) override {
+    qf::Value parse(std::string_view /*bytes*/) override { return {}; }
+    std::optional<std::string> xml(const qf::Value& /*value*/) override { return {}; }
+    qf::Result<void> writeAtomically(const qf::Value& /*value*/,
+                                     const std::string& /*path*/) override {
         return {};
     }
-    platform::Value read(const std::string& path) override {
+    qf::Value read(const std::string& path) override {
         const std::lock_guard lock(mutex_);
         pathsRead.push_back(path);
         return content;
@@ -65,12 +65,10 @@ private:
 };
 
 /// An application whose main thread is the one that made it.
-class FakeApplication : public platform::Application {
+class FakeApplication : public qf::Application {
 public:
     bool isMainThread() override { return std::this_thread::get_id() == main_; }
-    void performOnMainThread(std::function<void()> work, platform::Wait /*wait*/) override {
-        work();
-    }
+    void performOnMainThread(std::function<void()> work, qf::Wait /*wait*/) override { work(); }
     void handleNextEvent(std::chrono::milliseconds /*deadline*/) override {}
     void terminate() override {
         if (observer) {
@@ -82,7 +80,7 @@ public:
         return observerNumber;
     }
     void removeTerminationObserver(int removed) override { removedObserver = removed; }
-    platform::Window* mainWindow() override { return nullptr; }
+    qf::Window* mainWindow() override { return nullptr; }
 
     static constexpr int observerNumber = 7;
     std::function<void()> observer;

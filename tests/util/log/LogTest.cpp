@@ -1,7 +1,7 @@
 #include "tests/util/log/LogTest.h"
 
 LogTest::LogTest() {
-    using namespace platform;
+    using namespace qf;
     searchPaths.lists[{DirectoryKind::library, DomainMask::user}] = {machine / "home/Library"};
     searchPaths.lists[{DirectoryKind::library, DomainMask::local}] = {machine / "Library"};
     account.home = machine / "home";

@@ -17,14 +17,14 @@
 #include <utility>
 
 /// Log files of which one cannot be moved.
-class StuckLogFiles : public platform::native::LogFiles {
+class StuckLogFiles : public qf::native::LogFiles {
 public:
     explicit StuckLogFiles(std::string stuck) : stuck_(std::move(stuck)) {}
-    platform::Result<void> renameLog(const std::string& path, const std::string& newPath) override {
+    qf::Result<void> renameLog(const std::string& path, const std::string& newPath) override {
         if (path == stuck_) {
-            return platform::Unexpected(platform::Error{"NSPOSIXErrorDomain", 1, "it is stuck"});
+            return qf::Unexpected(qf::Error{"NSPOSIXErrorDomain", 1, "it is stuck"});
         }
-        return platform::native::LogFiles::renameLog(path, newPath);
+        return qf::native::LogFiles::renameLog(path, newPath);
     }
 
 private:
@@ -74,8 +74,8 @@ protected:
         log.setAppName("Test");
     }
 
-    static platform::OperationQueue& sharedQueue() {
-        static auto& shared = *new platform::OperationQueue;
+    static qf::OperationQueue& sharedQueue() {
+        static auto& shared = *new qf::OperationQueue;
         return shared;
     }
 
@@ -86,14 +86,14 @@ protected:
     FakeSystemInformation system;
     FakeClock clock;
     FakePropertyLists preferences;
-    platform::native::LogFiles files;
-    platform::ScopedService<platform::UserAccount> scopedAccount{account};
-    platform::ScopedService<platform::SearchPaths> scopedSearchPaths{searchPaths};
-    platform::ScopedService<platform::Console> scopedConsole{console};
-    platform::ScopedService<platform::SystemInformation> scopedSystem{system};
-    platform::ScopedService<platform::Clock> scopedClock{clock};
-    platform::ScopedService<platform::PropertyLists> scopedPreferences{preferences};
-    platform::ScopedService<platform::LogFiles> scopedFiles{files};
-    platform::OperationQueue& queue = sharedQueue();
+    qf::native::LogFiles files;
+    qf::ScopedService<qf::UserAccount> scopedAccount{account};
+    qf::ScopedService<qf::SearchPaths> scopedSearchPaths{searchPaths};
+    qf::ScopedService<qf::Console> scopedConsole{console};
+    qf::ScopedService<qf::SystemInformation> scopedSystem{system};
+    qf::ScopedService<qf::Clock> scopedClock{clock};
+    qf::ScopedService<qf::PropertyLists> scopedPreferences{preferences};
+    qf::ScopedService<qf::LogFiles> scopedFiles{files};
+    qf::OperationQueue& queue = sharedQueue();
     QFLog& log = QFLog::sharedController();
 };

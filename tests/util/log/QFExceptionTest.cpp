@@ -2,7 +2,7 @@
 
 #include "tests/util/log/LogTest.h"
 
-using platform::Exception;
+using qf::Exception;
 
 namespace {
 
@@ -42,13 +42,13 @@ TEST_F(ExceptionReporting, RecognisesTheTimeoutOfAPortByItsName) {
 }
 
 TEST_F(ExceptionReporting, TakesTheReasonOfWhatNobodyCaughtForAFormat) {
-    uncaughtExceptionHandler(Exception("NSGenericException", "%%%%x"));
+    qf::uncaughtExceptionHandler(Exception("NSGenericException", "%%%%x"));
     EXPECT_EQ(contentOf(logPath(1)), entry("%x"));
 }
 
 TEST_F(ExceptionReporting, WritesTheReasonAloneOfWhatNobodyCaught) {
     const std::string reason(200, 'r');
-    uncaughtExceptionHandler(Exception("NSGenericException", reason));
+    qf::uncaughtExceptionHandler(Exception("NSGenericException", reason));
     EXPECT_EQ(contentOf(logPath(1)), entry(reason));
     EXPECT_EQ(console.printed(), reason + "\n");
 }

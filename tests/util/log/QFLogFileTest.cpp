@@ -10,7 +10,7 @@
 #include <sys/stat.h>
 
 namespace fs = std::filesystem;
-using platform::Value;
+using qf::Value;
 
 namespace {
 
@@ -38,8 +38,8 @@ protected:
         const auto file =
             machine.write("home/Library/Preferences/com.quillfen.global.plist", bytes);
         fs::resize_file(file, std::max<std::uintmax_t>(size, bytes.size()));
-        platform::native::PropertyLists onDisk;
-        const platform::ScopedService<platform::PropertyLists> inPlace(onDisk);
+        qf::native::PropertyLists onDisk;
+        const qf::ScopedService<qf::PropertyLists> inPlace(onDisk);
         log.setLoggingDisabled(false);
         QFLog::createNewLog("Test");
         QFLog::finishWriting();
@@ -47,12 +47,12 @@ protected:
     }
 };
 
-struct NamedValue : NamedCase {
-    Value value;
-};
+using PreferenceValue = NamedValue<Value>;
 
-class LogFileDisablingValue : public LogFile, public testing::WithParamInterface<NamedValue> {};
-class LogFileOtherValue : public LogFile, public testing::WithParamInterface<NamedValue> {};
+class LogFileDisablingValue : public LogFile,
+                              public testing::WithParamInterface<PreferenceValue> {};
+class LogFileOtherValue : public LogFile, public testing::WithParamInterface<PreferenceValue> {};
+class LogFileOtherContent : public LogFile, public testing::WithParamInterface<PreferenceValue> {};
 
 } // namespace
 
@@ -160,7 +160,7 @@ TEST_F(LogFile, DoesNotMoveOlderLogsWhileThereIsNoCurrentOne) {
 
 TEST_F(LogFile, StopsHalfMovedWhenAFileCannotBeMoved) {
     StuckLogFiles stuck(logPath(4));
-    const platform::ScopedService<platform::LogFiles> inPlace(stuck);
+    const qf::ScopedService<qf::LogFiles> inPlace(stuck);
     writeAllLogs();
     QFLog::createNewLog("Test");
     EXPECT_EQ(console.printed(), "Unable to move file " + logPath(4) + " to " + logPath(5) + ".\n");
@@ -170,12 +170,12 @@ TEST_F(LogFile, StopsHalfMovedWhenAFileCannotBeMoved) {
 }
 
 TEST_F(LogFile, IsThereUntilTheNewOneTakesItsPlace) {
-    class DiskWithoutRoom : public platform::native::LogFiles {
-        platform::Result<void> createEmptyFile(const std::string& /*path*/) override {
-            return platform::Unexpected(platform::Error{"NSPOSIXErrorDomain", 28, "no room"});
+    class DiskWithoutRoom : public qf::native::LogFiles {
+        qf::Result<void> createEmptyFile(const std::string& /*path*/) override {
+            return qf::Unexpected(qf::Error{"NSPOSIXErrorDomain", 28, "no room"});
         }
     } full;
-    const platform::ScopedService<platform::LogFiles> inPlace(full);
+    const qf::ScopedService<qf::LogFiles> inPlace(full);
     writeLog(1, "old 1");
     QFLog::createNewLog("Test");
     EXPECT_EQ(console.printed(), "Unable to create log file " + logPath(1) + " - no room\n");
@@ -184,13 +184,13 @@ TEST_F(LogFile, IsThereUntilTheNewOneTakesItsPlace) {
 }
 
 TEST_F(LogFile, IsNotStartedWhileAnotherProgramKeepsTheDirectoryLocked) {
-    class LockedLogFiles : public platform::native::LogFiles {
-        std::unique_ptr<platform::LogLock>
+    class LockedLogFiles : public qf::native::LogFiles {
+        std::unique_ptr<qf::LogLock>
         lock(const std::vector<std::string>& /*directories*/) override {
             return nullptr;
         }
     } locked;
-    const platform::ScopedService<platform::LogFiles> inPlace(locked);
+    const qf::ScopedService<qf::LogFiles> inPlace(locked);
     writeLog(1, "old 1");
     QFLog::createNewLog("Test");
     EXPECT_EQ(console.printed(), "Unable to create log file " + logPath(1) +
@@ -201,7 +201,7 @@ TEST_F(LogFile, IsNotStartedWhileAnotherProgramKeepsTheDirectoryLocked) {
 
 TEST_F(LogFile, StaysUsableAfterAFailedStart) {
     StuckLogFiles stuck(logPath(4));
-    const platform::ScopedService<platform::LogFiles> inPlace(stuck);
+    const qf::ScopedService<qf::LogFiles> inPlace(stuck);
     writeAllLogs();
     QFLog::createNewLog("Test");
     QFLog::appendLog("still here");
@@ -364,8 +364,10 @@ TEST_P(LogFileDisablingValue, DisablesTheLog) {
 }
 
 INSTANTIATE_TEST_SUITE_P(All, LogFileDisablingValue,
-                         testing::Values(NamedValue{{"Text"}, "1"}, NamedValue{{"Boolean"}, true},
-                                         NamedValue{{"Integer"}, 1}, NamedValue{{"Real"}, 1.0}),
+                         testing::Values(PreferenceValue{{"Text"}, "1"},
+                                         PreferenceValue{{"Boolean"}, true},
+                                         PreferenceValue{{"Integer"}, 1},
+                                         PreferenceValue{{"Real"}, 1.0}),
                          nameOfCase);
 
 TEST_F(LogFile, SaysThatItIsDisabledOnlyOnce) {
@@ -393,23 +395,28 @@ TEST_P(LogFileOtherValue, LeavesTheLogOn) {
 
 INSTANTIATE_TEST_SUITE_P(
     All, LogFileOtherValue,
-    testing::Values(NamedValue{{"Yes"}, "yes"}, NamedValue{{"True"}, "true"},
-                    NamedValue{{"OneBehindASpace"}, " 1"}, NamedValue{{"Two"}, 2},
-                    NamedValue{{"Zero"}, 0}, NamedValue{{"False"}, false},
-                    NamedValue{{"OneAndAHalf"}, 1.5}, NamedValue{{"None"}, {}},
-                    NamedValue{{"Data"}, platform::Data{{std::byte{'1'}}}},
-                    NamedValue{{"Array"}, Value::Array{1}},
-                    NamedValue{{"Dictionary"}, Value::Dictionary{{"disable-logging", 1}}}),
+    testing::Values(PreferenceValue{{"Yes"}, "yes"}, PreferenceValue{{"True"}, "true"},
+                    PreferenceValue{{"OneBehindASpace"}, " 1"}, PreferenceValue{{"Two"}, 2},
+                    PreferenceValue{{"Zero"}, 0}, PreferenceValue{{"False"}, false},
+                    PreferenceValue{{"OneAndAHalf"}, 1.5}, PreferenceValue{{"None"}, {}},
+                    PreferenceValue{{"Data"}, qf::Data{{std::byte{'1'}}}},
+                    PreferenceValue{{"Array"}, Value::Array{1}},
+                    PreferenceValue{{"Dictionary"}, Value::Dictionary{{"disable-logging", 1}}}),
     nameOfCase);
 
-TEST_F(LogFile, StaysOnWhenThePreferenceFileIsNoDictionary) {
-    for (const auto& file : {Value(), Value(Value::Array{"disable-logging", 1}), Value("1")}) {
-        preferences.content = file;
-        QFLog::createNewLog("Test");
-        QFLog::finishWriting();
-        EXPECT_FALSE(log.loggingDisabled());
-    }
+TEST_P(LogFileOtherContent, LeavesTheLogOn) {
+    preferences.content = GetParam().value;
+    QFLog::createNewLog("Test");
+    QFLog::finishWriting();
+    EXPECT_FALSE(log.loggingDisabled());
 }
+
+INSTANTIATE_TEST_SUITE_P(All, LogFileOtherContent,
+                         testing::Values(PreferenceValue{{"None"}, Value()},
+                                         PreferenceValue{{"Array"},
+                                                         Value::Array{"disable-logging", 1}},
+                                         PreferenceValue{{"Text"}, "1"}),
+                         nameOfCase);
 
 TEST_F(LogFile, IsDisabledByAFileInEitherForm) {
     EXPECT_TRUE(isDisabledByFile(disablingBinary));
@@ -462,7 +469,7 @@ TEST_F(LogFile, ListsTheExistingLogsNewestFirst) {
 }
 
 TEST_F(LogFile, ReportsAMissingServiceInsteadOfThrowing) {
-    const ScopedAbsence<platform::PropertyLists> none;
+    const ScopedAbsence<qf::PropertyLists> none;
     QFLog::createNewLog("Test");
     EXPECT_EQ(console.printed(),
               "Exception starting log: no implementation of PropertyLists is installed\n");
@@ -474,7 +481,7 @@ namespace {
 class SuperusersLog : public LogFile {
 protected:
     SuperusersLog() {
-        using namespace platform;
+        using namespace qf;
         account.userId = 0;
         searchPaths.lists[{DirectoryKind::library, DomainMask::user}] = {"/var/root/Library"};
     }

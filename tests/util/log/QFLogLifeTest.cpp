@@ -85,7 +85,7 @@ TEST_F(LogLife, LosesEntriesAfterTermination) {
 
 TEST_F(LogLife, IsStillToldOfTheTerminationWhenItIsFreed) {
     FakeApplication application;
-    const platform::ScopedService<platform::Application> scoped(application);
+    const qf::ScopedService<qf::Application> scoped(application);
     log.dealloc();
     EXPECT_EQ(application.removedObserver, std::nullopt);
     log.setWriteQueue(&queue);

@@ -76,7 +76,7 @@ TEST_F(LogLimit, StartsTheNewLogUnderTheNameOfTheExecutableWhenItHasNoOther) {
 
 TEST_F(LogLimit, GoesOnInTheOldFileWhenItCannotBeMoved) {
     StuckLogFiles stuck(logPath(4));
-    const platform::ScopedService<platform::LogFiles> inPlace(stuck);
+    const qf::ScopedService<qf::LogFiles> inPlace(stuck);
     writeLog(4, "old 4");
     QFLog::appendLog(crossing);
     queue.waitUntilAllOperationsAreFinished();

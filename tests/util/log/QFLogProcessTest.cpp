@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <csignal>
 #include <cstdio>
@@ -188,6 +189,12 @@ protected:
     }
     std::string told() const { return directory / "told"; }
 
+    /// Returns whether a message was told whole: a kill can tear it where a page of the file ends.
+    static bool isWhole(const std::string& told) {
+        return told.ends_with(" " + std::string(900, 'x')) &&
+               std::count(told.begin(), told.end(), '-') == 3;
+    }
+
     /// Returns how often each message is in the files of a directory. Every line is a whole entry.
     static void countMessages(const std::string& path, std::map<std::string, int>& counts) {
         const auto before = entry("").size() - 1;
@@ -214,16 +221,18 @@ TEST_P(LogCrowd, LosesAndDoublesNothingThatWasToldAcrossTheLimitKillsAndRestarts
     countMessages(directory / "Logs/Quillfen", counts);
     countMessages(directory / "deleted", counts);
     EXPECT_GT(counts["Log truncated at 500KB"], 0);
-    int lost = 0;
+    std::vector<std::string> lost;
     int doubled = 0;
     int written = 0;
     std::ifstream lines(told());
     for (std::string line; std::getline(lines, line); ++written) {
-        lost += counts[line] == 0 ? 1 : 0;
+        if (isWhole(line) && counts[line] == 0) {
+            lost.push_back(line);
+        }
         doubled += counts[line] > 1 ? 1 : 0;
     }
     EXPECT_GT(written, GetParam() * crowdThreads * crowdEntries);
-    EXPECT_EQ(lost, 0) << "of " << written;
+    EXPECT_EQ(lost, std::vector<std::string>{}) << "of " << written;
     EXPECT_EQ(doubled, 0) << "of " << written;
 }
 

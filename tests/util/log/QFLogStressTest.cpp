@@ -13,14 +13,14 @@ constexpr std::size_t threadCount = 8;
 constexpr int entriesPerThread = 20000;
 
 /// Keeps every log that would be deleted, in a directory.
-class ArchivingLogFiles : public platform::native::LogFiles {
+class ArchivingLogFiles : public qf::native::LogFiles {
 public:
     explicit ArchivingLogFiles(std::string archive) : archive_(std::move(archive)) {
         std::filesystem::create_directories(archive_);
     }
 
     /// Called while the logs are locked.
-    platform::Result<void> removeLog(const std::string& path) override {
+    qf::Result<void> removeLog(const std::string& path) override {
         return renameLog(path, archive_ + "/" + std::to_string(count_++));
     }
 
@@ -54,7 +54,7 @@ protected:
     }
 
     ArchivingLogFiles archivingFiles{machine.makeDirectory("deleted")};
-    platform::ScopedService<platform::LogFiles> scopedArchivingFiles{archivingFiles};
+    qf::ScopedService<qf::LogFiles> scopedArchivingFiles{archivingFiles};
 };
 
 void logMany(std::size_t thread) {

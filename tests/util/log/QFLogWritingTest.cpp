@@ -20,10 +20,10 @@ protected:
 };
 
 /// A file whose disk is full.
-class FullFile : public platform::LogFile {
+class FullFile : public qf::LogFile {
 public:
     void append(std::string_view /*entry*/) override {
-        throw platform::Exception("NSFileHandleOperationException", "the disk is full");
+        throw qf::Exception("NSFileHandleOperationException", "the disk is full");
     }
     bool hasName() override { return true; }
     bool isInPlace() override { return true; }
@@ -85,6 +85,14 @@ TEST_F(LogWriting, WritesNothingForNoFormat) {
     QFLog::fastAppendLog(std::nullopt);
     QFLog::appendLogAndPrint(std::nullopt);
     QFLog::appendLogAndDebugPrint(std::nullopt);
+    EXPECT_EQ(content(1), "");
+    EXPECT_EQ(console.printed(), "");
+}
+
+TEST_F(LogWriting, TakesANullPointerForNoFormat) {
+    const char* const missing = nullptr;
+    QFLog::appendLog(missing);
+    QFLog::appendLogAndPrint(nullptr);
     EXPECT_EQ(content(1), "");
     EXPECT_EQ(console.printed(), "");
 }
@@ -204,7 +212,7 @@ TEST_F(LogWriting, SaysThatAnEntryIsLostWhoseDirectoryWasMovedAndGoesOnWhenItIsB
 }
 
 /// A log file that counts the checks whether it is in place.
-class WatchedFile : public platform::LogFile {
+class WatchedFile : public qf::LogFile {
 public:
     int looks = 0;
     std::vector<int> looksBefore;
@@ -259,10 +267,9 @@ TEST_F(LogWriting, LooksForItsFileBehindAnOperationThatIsNoEntry) {
 }
 
 /// A log file to which something happens when it has got so many entries.
-class EventfulFile : public platform::LogFile {
+class EventfulFile : public qf::LogFile {
 public:
-    EventfulFile(std::shared_ptr<platform::LogFile> file, int entries,
-                 std::function<void()> happening)
+    EventfulFile(std::shared_ptr<qf::LogFile> file, int entries, std::function<void()> happening)
         : file_(std::move(file)), left_(entries), happening_(std::move(happening)) {}
 
     void append(std::string_view entry) override {
@@ -275,7 +282,7 @@ public:
     bool isInPlace() override { return file_->isInPlace(); }
 
 private:
-    std::shared_ptr<platform::LogFile> file_;
+    std::shared_ptr<qf::LogFile> file_;
     int left_;
     std::function<void()> happening_;
 };
@@ -333,12 +340,12 @@ TEST_F(LogBurst, IsSaidToBeLostWhenItsFileIsDeletedInItsMidst) {
 }
 
 TEST_F(LogBurst, IsSaidToBeLostWhenTheFileThatReplacesItsOwnIsFull) {
-    class FullFiles : public platform::native::LogFiles {
-        std::shared_ptr<platform::LogFile> open(const std::string& /*path*/) override {
+    class FullFiles : public qf::native::LogFiles {
+        std::shared_ptr<qf::LogFile> open(const std::string& /*path*/) override {
             return std::make_shared<FullFile>();
         }
     } fullFiles;
-    const platform::ScopedService<platform::LogFiles> scopedFullFiles(fullFiles);
+    const qf::ScopedService<qf::LogFiles> scopedFullFiles(fullFiles);
     after(2, [this] { replaceLog(); });
     logAtOnce(2);
     const std::string failure = "Exception writing to log: the disk is full\n";
@@ -383,7 +390,7 @@ TEST_F(LogBurst, IsWrittenOnceMoreBeforeItsLastEntryStartsANewLog) {
 
 TEST_F(LogBurst, IsKeptOnlyUpToSoManyEntriesAndBytes) {
     /// Remembers how much it got at most without being asked for its name.
-    class AskedFile : public platform::LogFile {
+    class AskedFile : public qf::LogFile {
     public:
         void append(std::string_view entry) override {
             mostEntries = std::max(mostEntries, ++entries_);
@@ -614,7 +621,7 @@ TEST_F(LogWriting, WaitsWhileNinetyNineCharactersAreQueued) {
 
 TEST_F(LogWriting, NeverWaitsOnTheMainThread) {
     FakeApplication application;
-    const platform::ScopedService<platform::Application> scoped(application);
+    const qf::ScopedService<qf::Application> scoped(application);
     QueueGate gate(queue);
     QFLog::appendLog("short");
     EXPECT_EQ(contentOf(logPath(1)), "");
@@ -622,7 +629,7 @@ TEST_F(LogWriting, NeverWaitsOnTheMainThread) {
 
 TEST_F(LogWriting, WaitsOnAWorkerOfAnApplication) {
     FakeApplication application;
-    const platform::ScopedService<platform::Application> scoped(application);
+    const qf::ScopedService<qf::Application> scoped(application);
     std::string afterCall;
     std::thread([&] {
         QFLog::appendLog("short");
@@ -646,7 +653,7 @@ TEST_F(LogWriting, WaitsUntilEverythingQueuedIsWritten) {
 }
 
 TEST_F(LogWriting, NeverLetsAFailureReachTheCaller) {
-    const ScopedAbsence<platform::LogFiles> none;
+    const ScopedAbsence<qf::LogFiles> none;
     log.setFileHandle(nullptr);
     EXPECT_NO_THROW(QFLog::appendLog("lost"));
     QFLog::finishWriting();

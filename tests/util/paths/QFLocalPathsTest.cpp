@@ -1,21 +1,22 @@
 #include "util/paths/QFLocalPaths.h"
 
 #include "platform/SystemInformation.h"
+#include "tests/support/NamedCase.h"
 #include "tests/support/StandardLocations.h"
 
 #include <cstdlib>
 #include <ctime>
 #include <set>
 
-using platform::DirectoryKind;
-using platform::DomainMask;
+using qf::DirectoryKind;
+using qf::DomainMask;
 
 namespace {
 
 using QFLocalPathsTest = StandardLocations;
 
 /// Counts its unique strings.
-class NumberingSystemInformation : public platform::SystemInformation {
+class NumberingSystemInformation : public qf::SystemInformation {
 public:
     std::string globallyUniqueString() override { return "UNIQUE-" + std::to_string(++count_); }
     std::string operatingSystemVersion() override { return {}; }
@@ -62,46 +63,47 @@ bool wasSeededWithClockTimesTime(Make make, Matches matches) {
 } // namespace
 
 TEST_F(QFLocalPathsTest, ApplicationDirectoryIsThatOfTheDomain) {
-    EXPECT_EQ(QFLocalPaths::applicationDirectory(Domain::user), "/home/someone/Applications");
-    EXPECT_EQ(QFLocalPaths::applicationDirectory(Domain::local), "/Applications");
+    EXPECT_EQ(QFLocalPaths::applicationDirectory(qf::Domain::user), "/home/someone/Applications");
+    EXPECT_EQ(QFLocalPaths::applicationDirectory(qf::Domain::local), "/Applications");
 }
 
 TEST_F(QFLocalPathsTest, AdminApplicationDirectoryIsThatOfTheDomain) {
-    EXPECT_EQ(QFLocalPaths::adminApplicationDirectory(Domain::user),
+    EXPECT_EQ(QFLocalPaths::adminApplicationDirectory(qf::Domain::user),
               "/home/someone/Applications/Utilities");
-    EXPECT_EQ(QFLocalPaths::adminApplicationDirectory(Domain::local), "/Applications/Utilities");
+    EXPECT_EQ(QFLocalPaths::adminApplicationDirectory(qf::Domain::local),
+              "/Applications/Utilities");
 }
 
 TEST_F(QFLocalPathsTest, DocumentDirectoryIsThatOfTheDomain) {
     searchPaths.lists[{DirectoryKind::document, DomainMask::local}] = {"/Documents"};
-    EXPECT_EQ(QFLocalPaths::documentDirectory(Domain::user), "/home/someone/Documents");
-    EXPECT_EQ(QFLocalPaths::documentDirectory(Domain::local), "/Documents");
+    EXPECT_EQ(QFLocalPaths::documentDirectory(qf::Domain::user), "/home/someone/Documents");
+    EXPECT_EQ(QFLocalPaths::documentDirectory(qf::Domain::local), "/Documents");
 }
 
 TEST_F(QFLocalPathsTest, LibraryDirectoryIsThatOfTheDomain) {
-    EXPECT_EQ(QFLocalPaths::libraryDirectory(Domain::user), "/home/someone/Library");
-    EXPECT_EQ(QFLocalPaths::libraryDirectory(Domain::local), "/Library");
+    EXPECT_EQ(QFLocalPaths::libraryDirectory(qf::Domain::user), "/home/someone/Library");
+    EXPECT_EQ(QFLocalPaths::libraryDirectory(qf::Domain::local), "/Library");
 }
 
 TEST_F(QFLocalPathsTest, PrefsDirectoryLiesInTheLibrary) {
-    EXPECT_EQ(QFLocalPaths::prefsDirectory(Domain::user), "/home/someone/Library/Preferences");
-    EXPECT_EQ(QFLocalPaths::prefsDirectory(Domain::local), "/Library/Preferences");
+    EXPECT_EQ(QFLocalPaths::prefsDirectory(qf::Domain::user), "/home/someone/Library/Preferences");
+    EXPECT_EQ(QFLocalPaths::prefsDirectory(qf::Domain::local), "/Library/Preferences");
 }
 
 TEST_F(QFLocalPathsTest, CacheDirectoryIsThatOfTheDomain) {
-    EXPECT_EQ(QFLocalPaths::cacheDirectory(Domain::user), "/home/someone/Library/Caches");
-    EXPECT_EQ(QFLocalPaths::cacheDirectory(Domain::local), "/Library/Caches");
+    EXPECT_EQ(QFLocalPaths::cacheDirectory(qf::Domain::user), "/home/someone/Library/Caches");
+    EXPECT_EQ(QFLocalPaths::cacheDirectory(qf::Domain::local), "/Library/Caches");
 }
 
 TEST_F(QFLocalPathsTest, AppSupportDirectoryIsThatOfTheDomain) {
-    EXPECT_EQ(QFLocalPaths::appSupportDirectory(Domain::user),
+    EXPECT_EQ(QFLocalPaths::appSupportDirectory(qf::Domain::user),
               "/home/someone/Library/Application Support");
-    EXPECT_EQ(QFLocalPaths::appSupportDirectory(Domain::local), "/Library/Application Support");
+    EXPECT_EQ(QFLocalPaths::appSupportDirectory(qf::Domain::local), "/Library/Application Support");
 }
 
 TEST_F(QFLocalPathsTest, LogDirectoryLiesInTheLibrary) {
-    EXPECT_EQ(QFLocalPaths::logDirectory(Domain::user), "/home/someone/Library/Logs");
-    EXPECT_EQ(QFLocalPaths::logDirectory(Domain::local), "/Library/Logs");
+    EXPECT_EQ(QFLocalPaths::logDirectory(qf::Domain::user), "/home/someone/Library/Logs");
+    EXPECT_EQ(QFLocalPaths::logDirectory(qf::Domain::local), "/Library/Logs");
 }
 
 TEST_F(QFLocalPathsTest, MovieDirectoryIsTheUsers) {
@@ -152,55 +154,61 @@ TEST_F(QFLocalPathsTest, PathForDirectoryIsTheFirstOfThePlatformsDirectories) {
               "/First");
 }
 
-TEST_F(QFLocalPathsTest, ALocationThatThePlatformDoesNotKnowIsMissing) {
+class QFLocalPathsOfAnyUser : public QFLocalPathsTest,
+                              public testing::WithParamInterface<NamedValue<unsigned>> {};
+
+TEST_P(QFLocalPathsOfAnyUser, MissALocationThatThePlatformDoesNotKnow) {
     searchPaths.lists.clear();
-    for (const unsigned userId : {1000U, 0U}) {
-        account.userId = userId;
-        EXPECT_EQ(QFLocalPaths::applicationDirectory(Domain::user), std::nullopt);
-        EXPECT_EQ(QFLocalPaths::applicationDirectory(Domain::local), std::nullopt);
-        EXPECT_EQ(QFLocalPaths::prefsDirectory(Domain::user), std::nullopt);
-        EXPECT_EQ(QFLocalPaths::logDirectory(Domain::local), std::nullopt);
-        EXPECT_EQ(QFLocalPaths::systemLibraryDirectory(), std::nullopt);
-    }
+    account.userId = GetParam().value;
+    EXPECT_EQ(QFLocalPaths::applicationDirectory(qf::Domain::user), std::nullopt);
+    EXPECT_EQ(QFLocalPaths::applicationDirectory(qf::Domain::local), std::nullopt);
+    EXPECT_EQ(QFLocalPaths::prefsDirectory(qf::Domain::user), std::nullopt);
+    EXPECT_EQ(QFLocalPaths::logDirectory(qf::Domain::local), std::nullopt);
+    EXPECT_EQ(QFLocalPaths::systemLibraryDirectory(), std::nullopt);
 }
+
+INSTANTIATE_TEST_SUITE_P(, QFLocalPathsOfAnyUser,
+                         testing::Values(NamedValue<unsigned>{{"Ordinary"}, 1000},
+                                         NamedValue<unsigned>{{"Superuser"}, 0}),
+                         nameOfCase);
 
 TEST_F(QFLocalPathsTest, TheSuperusersDirectoriesMoveUnderTheHomeDirectoryOfTheProcess) {
     account.userId = 0;
     searchPaths.lists[{DirectoryKind::caches, DomainMask::user}] = {"/var/root/Library/Caches"};
-    EXPECT_EQ(QFLocalPaths::cacheDirectory(Domain::user), "/home/someone/Library/Caches");
+    EXPECT_EQ(QFLocalPaths::cacheDirectory(qf::Domain::user), "/home/someone/Library/Caches");
 }
 
 TEST_F(QFLocalPathsTest, TheSuperusersDirectoryIsTheFirstOfThePlatformsDirectories) {
     account.userId = 0;
     searchPaths.lists[{DirectoryKind::caches, DomainMask::user}] = {"/var/root/First",
                                                                     "/var/root/Second"};
-    EXPECT_EQ(QFLocalPaths::cacheDirectory(Domain::user), "/home/someone/First");
+    EXPECT_EQ(QFLocalPaths::cacheDirectory(qf::Domain::user), "/home/someone/First");
 }
 
 TEST_F(QFLocalPathsTest, ThePrivateSpellingLeavesTheFinalLetterOfRootInFrontOfThePath) {
     account.userId = 0;
     searchPaths.lists[{DirectoryKind::caches, DomainMask::user}] = {
         "/private/var/root/Library/Caches"};
-    EXPECT_EQ(QFLocalPaths::cacheDirectory(Domain::user), "/home/someone/t/Library/Caches");
+    EXPECT_EQ(QFLocalPaths::cacheDirectory(qf::Domain::user), "/home/someone/t/Library/Caches");
 }
 
 TEST_F(QFLocalPathsTest, BothSpellingsOfTheSuperusersHomeAreDroppedOneAfterTheOther) {
     account.userId = 0;
     searchPaths.lists[{DirectoryKind::caches, DomainMask::user}] = {
         "/var/root/private/var/root/Caches"};
-    EXPECT_EQ(QFLocalPaths::cacheDirectory(Domain::user), "/home/someone/t/Caches");
+    EXPECT_EQ(QFLocalPaths::cacheDirectory(qf::Domain::user), "/home/someone/t/Caches");
 }
 
 TEST_F(QFLocalPathsTest, TheSuperusersDirectoriesMoveEvenWithoutThePrefix) {
     account.userId = 0;
     searchPaths.lists[{DirectoryKind::caches, DomainMask::user}] = {"/VAR/root/Caches"};
-    EXPECT_EQ(QFLocalPaths::cacheDirectory(Domain::user), "/home/someone/VAR/root/Caches");
+    EXPECT_EQ(QFLocalPaths::cacheDirectory(qf::Domain::user), "/home/someone/VAR/root/Caches");
 }
 
 TEST_F(QFLocalPathsTest, TheSuperusersPrefixIsOneOfCharactersNotOfComponents) {
     account.userId = 0;
     searchPaths.lists[{DirectoryKind::caches, DomainMask::user}] = {"/var/rootless/Caches"};
-    EXPECT_EQ(QFLocalPaths::cacheDirectory(Domain::user), "/home/someone/less/Caches");
+    EXPECT_EQ(QFLocalPaths::cacheDirectory(qf::Domain::user), "/home/someone/less/Caches");
 }
 
 TEST_F(QFLocalPathsTest, TheSuperusersHomeItselfBecomesTheHomeDirectory) {
@@ -213,7 +221,7 @@ TEST_F(QFLocalPathsTest, OnlyTheSuperusersUserDomainMoves) {
     account.userId = 0;
     searchPaths.lists[{DirectoryKind::library, DomainMask::local}] = {"/var/root/Library"};
     searchPaths.lists[{DirectoryKind::library, DomainMask::system}] = {"/var/root/System"};
-    EXPECT_EQ(QFLocalPaths::libraryDirectory(Domain::local), "/var/root/Library");
+    EXPECT_EQ(QFLocalPaths::libraryDirectory(qf::Domain::local), "/var/root/Library");
     EXPECT_EQ(QFLocalPaths::systemLibraryDirectory(), "/var/root/System");
 }
 
@@ -227,19 +235,19 @@ TEST_F(QFLocalPathsTest, NothingMovesForAMaskThatHasMoreThanTheUserDomain) {
 
 TEST_F(QFLocalPathsTest, AnOrdinaryUsersDirectoriesStayWhereTheyAre) {
     searchPaths.lists[{DirectoryKind::caches, DomainMask::user}] = {"/var/root/Library/Caches"};
-    EXPECT_EQ(QFLocalPaths::cacheDirectory(Domain::user), "/var/root/Library/Caches");
+    EXPECT_EQ(QFLocalPaths::cacheDirectory(qf::Domain::user), "/var/root/Library/Caches");
 }
 
 TEST_F(QFLocalPathsTest, UuidIsTheProcesssUniqueString) {
     NumberingSystemInformation information;
-    const platform::ScopedService<platform::SystemInformation> scope(information);
+    const qf::ScopedService<qf::SystemInformation> scope(information);
     EXPECT_EQ(QFLocalPaths::uuid(), "UNIQUE-1");
     EXPECT_EQ(QFLocalPaths::uuid(), "UNIQUE-2");
 }
 
 TEST_F(QFLocalPathsTest, TempFileIsAUniqueStringAndEightRandomCharactersInTheTemporaryDirectory) {
     NumberingSystemInformation information;
-    const platform::ScopedService<platform::SystemInformation> scope(information);
+    const qf::ScopedService<qf::SystemInformation> scope(information);
     const std::string file = QFLocalPaths::tempFile();
     const std::string stem = "/tmp/UNIQUE-1";
     EXPECT_TRUE(file.starts_with(stem)) << file;

@@ -2,30 +2,30 @@
 
 #include "tests/support/StandardLocations.h"
 
-using platform::DirectoryKind;
-using platform::DomainMask;
+using qf::DirectoryKind;
+using qf::DomainMask;
 
 namespace {
 
 using SystemDirectoryGuardTest = StandardLocations;
 
-bool isProtected(const std::optional<std::string>& path, ExactMatch exactMatch) {
+bool isProtected(const std::optional<std::string>& path, qf::ExactMatch exactMatch) {
     return QFLocalPaths::isPathSystemDirectory(path, exactMatch);
 }
 
 void expectProtected(const std::string& path) {
-    EXPECT_TRUE(isProtected(path, ExactMatch::yes)) << path;
-    EXPECT_TRUE(isProtected(path, ExactMatch::no)) << path;
+    EXPECT_TRUE(isProtected(path, qf::ExactMatch::yes)) << path;
+    EXPECT_TRUE(isProtected(path, qf::ExactMatch::no)) << path;
 }
 
 void expectProtectedOnlyBeneathATree(const std::string& path) {
-    EXPECT_FALSE(isProtected(path, ExactMatch::yes)) << path;
-    EXPECT_TRUE(isProtected(path, ExactMatch::no)) << path;
+    EXPECT_FALSE(isProtected(path, qf::ExactMatch::yes)) << path;
+    EXPECT_TRUE(isProtected(path, qf::ExactMatch::no)) << path;
 }
 
 void expectUnprotected(const std::optional<std::string>& path) {
-    EXPECT_FALSE(isProtected(path, ExactMatch::yes)) << path.value_or("(none)");
-    EXPECT_FALSE(isProtected(path, ExactMatch::no)) << path.value_or("(none)");
+    EXPECT_FALSE(isProtected(path, qf::ExactMatch::yes)) << path.value_or("(none)");
+    EXPECT_FALSE(isProtected(path, qf::ExactMatch::no)) << path.value_or("(none)");
 }
 
 } // namespace

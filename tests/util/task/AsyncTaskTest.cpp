@@ -1,3 +1,4 @@
+#include "tests/support/NamedCase.h"
 #include "tests/util/task/TaskTest.h"
 #include "util/task/QFTaskEx.h"
 
@@ -13,14 +14,14 @@
 namespace {
 
 using Lines = std::vector<std::string>;
-using platform::Data;
-using platform::Notification;
-using platform::Value;
+using qf::Data;
+using qf::Notification;
+using qf::Value;
 
 const std::string printedOperation = "toolPrinted:runner:object:";
 
 /// Remembers every call of one operation.
-class Listener : public platform::Delegate {
+class Listener : public qf::Delegate {
 public:
     explicit Listener(std::string operation = printedOperation)
         : operation_(std::move(operation)) {}
@@ -79,7 +80,8 @@ private:
 
 class AsyncTask : public TaskTest {
 protected:
-    void start(const std::string& path, const TaskArguments& arguments, const Value& object = {}) {
+    void start(const std::string& path, const qf::TaskArguments& arguments,
+               const Value& object = {}) {
         runner_->asyncDataFromTask(path, arguments, listener_, printedOperation, object);
     }
     void start(const std::string& text) { start(shell, script(text)); }
@@ -111,7 +113,7 @@ TEST_F(AsyncTask, HasEmptyPropertiesUntilTheyAreSet) {
     EXPECT_EQ(runner_->selector(), std::nullopt);
     EXPECT_TRUE(runner_->object().isNone());
 
-    const auto task = std::make_shared<platform::Process>(platform::ProcessDescription());
+    const auto task = std::make_shared<qf::Process>(qf::ProcessDescription());
     runner_->setTheTask(task);
     runner_->setDelegate(listener_);
     runner_->setSelector("operation:");
@@ -143,12 +145,12 @@ TEST_F(AsyncTask, HasWhatItWasStartedWithUntilItEnds) {
 }
 
 TEST_F(AsyncTask, RunsATaskThatWasSet) {
-    platform::ProcessDescription description;
+    qf::ProcessDescription description;
     description.launchPath = shell;
     description.arguments = {"-c", "echo out"};
     description.standardOutput =
-        platform::ChildStream::through(platform::service<platform::ProcessLauncher>().makePipe());
-    runner_->setTheTask(std::make_shared<platform::Process>(std::move(description)));
+        qf::ChildStream::through(qf::service<qf::ProcessLauncher>().makePipe());
+    runner_->setTheTask(std::make_shared<qf::Process>(std::move(description)));
     runner_->setDelegate(listener_);
     runner_->setSelector(printedOperation);
     runner_->launchAsyncTask();
@@ -156,9 +158,9 @@ TEST_F(AsyncTask, RunsATaskThatWasSet) {
 }
 
 TEST_F(AsyncTask, LogsThatATaskThatWasSetHasNoPipe) {
-    platform::ProcessDescription description;
+    qf::ProcessDescription description;
     description.launchPath = "/bin/true";
-    const auto task = std::make_shared<platform::Process>(std::move(description));
+    const auto task = std::make_shared<qf::Process>(std::move(description));
     runner_->setTheTask(task);
     runner_->launchAsyncTask();
     EXPECT_EQ(loggedLines(), Lines{"Exception: the task's standard output is no pipe"});
@@ -256,7 +258,7 @@ TEST_F(AsyncTask, ForgetsChildDelegateAndObjectAtTheEnd) {
 }
 
 TEST_F(AsyncTask, AsksAChildThatOutlivesItsOutputToEnd) {
-    std::shared_ptr<platform::Process> child;
+    std::shared_ptr<qf::Process> child;
     listener_->onCall = [&](const std::vector<Value>& /*arguments*/) {
         child = runner_->theTask(); // released right after the final call
     };
@@ -362,7 +364,7 @@ TEST_F(AsyncTask, AnExceptionOfTheDelegateEndsTheThread) {
     std::atomic<int> calls{0};
     listener_->onCall = [&calls](const std::vector<Value>& /*arguments*/) {
         ++calls;
-        throw platform::Exception("QFTestException", "no more");
+        throw qf::Exception("QFTestException", "no more");
     };
     start("echo out; echo more");
     waitForTheThread();
@@ -370,22 +372,30 @@ TEST_F(AsyncTask, AnExceptionOfTheDelegateEndsTheThread) {
     EXPECT_EQ(calls, 1);
 }
 
-TEST_F(AsyncTask, TerminationFromAnotherThreadEndsABlockedRead) {
-    for (const auto terminate : {&QFTaskEx::terminateAsyncTask, &QFTaskEx::terminateTask}) {
-        start("trap '' TERM; echo out; " + gate());
-        listener_->waitForCalls(1);
-        const auto child = runner_->theTask();
-        ((*runner_).*terminate)();
-        EXPECT_EQ(runner_->theTask(), nullptr);
-        waitForTheThread();
-        EXPECT_TRUE(child->isRunning());
-        EXPECT_EQ(listener_->callCount(), 1U);
-        openGate();
-        child->waitUntilExit();
-        listener_ = std::make_shared<Listener>();
-    }
+/// The operation that terminates a task.
+using Termination = NamedValue<void (QFTaskEx::*)()>;
+
+class AsyncTaskTermination : public AsyncTask, public testing::WithParamInterface<Termination> {};
+
+TEST_P(AsyncTaskTermination, FromAnotherThreadEndsABlockedRead) {
+    start("trap '' TERM; echo out; " + gate());
+    listener_->waitForCalls(1);
+    const auto child = runner_->theTask();
+    ((*runner_).*GetParam().value)();
+    EXPECT_EQ(runner_->theTask(), nullptr);
+    waitForTheThread();
+    EXPECT_TRUE(child->isRunning());
+    EXPECT_EQ(listener_->callCount(), 1U);
+    openGate();
+    child->waitUntilExit();
     EXPECT_TRUE(loggedLines().empty());
 }
+
+INSTANTIATE_TEST_SUITE_P(, AsyncTaskTermination,
+                         testing::Values(Termination{{"OfAsyncTask"},
+                                                     &QFTaskEx::terminateAsyncTask},
+                                         Termination{{"OfTask"}, &QFTaskEx::terminateTask}),
+                         nameOfCase);
 
 TEST_F(AsyncTask, TerminationAsksTheChildToEnd) {
     start("echo out; " + gate());
@@ -456,7 +466,7 @@ TEST_F(AsyncTask, TheRunnerLivesUntilItsThreadEnds) {
 
 TEST_F(AsyncTask, DisposalAsksTheChildToEnd) {
     listener_->onCall = [](const std::vector<Value>& /*arguments*/) {
-        throw platform::Exception("QFTestException", "no more");
+        throw qf::Exception("QFTestException", "no more");
     };
     start("echo out; " + gate());
     const auto child = runner_->theTask();
@@ -485,7 +495,7 @@ TEST_F(AsyncTask, AChunkTravelsInANotificationRecord) {
 
 TEST_F(AsyncTask, RefusesAnEnvironmentThatIsNoDictionaryOfStrings) {
     EXPECT_THROW(runner_->asyncDataFromTask(shell, {}, listener_, printedOperation, {}, Value(1)),
-                 platform::Exception);
+                 qf::Exception);
     EXPECT_EQ(runner_->theTask(), nullptr);
 }
 

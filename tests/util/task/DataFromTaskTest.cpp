@@ -1,4 +1,6 @@
 #include "tests/support/AddressSpace.h"
+#include "tests/support/CasePath.h"
+#include "tests/support/NamedCase.h"
 #include "tests/support/ScopedEnvironment.h"
 #include "tests/support/ScopedLimit.h"
 #include "tests/util/task/TaskTest.h"
@@ -12,23 +14,23 @@
 namespace {
 
 using Lines = std::vector<std::string>;
-using platform::Value;
+using qf::Value;
 
 class DataFromTask : public TaskTest {
 protected:
     /// Returns the result of the member with all parameters for a shell script.
-    std::string collected(const std::string& text, LogOutput logOutput, LogError logError) {
+    std::string collected(const std::string& text, qf::LogOutput logOutput, qf::LogError logError) {
         return TaskTest::text(
             QFTaskEx::dataFromTask(shell, script(text), slot_, Value(), logOutput, logError));
     }
     std::string collected(const std::string& text) {
-        return collected(text, LogOutput::yes, LogError::yes);
+        return collected(text, qf::LogOutput::yes, qf::LogError::yes);
     }
     std::string environmentOf(const Value& environment) {
         return text(QFTaskEx::dataFromTask("/usr/bin/env", {}, slot_, environment));
     }
 
-    TaskSlot slot_;
+    qf::TaskSlot slot_;
 };
 
 TEST_F(DataFromTask, ReturnsTheOutputWhateverTheExitStatus) {
@@ -52,26 +54,28 @@ TEST_F(DataFromTask, ReturnsNoBytesButNotNothingForASilentChild) {
 TEST_F(DataFromTask, ShorterMembersCollectBothStreams) {
     EXPECT_EQ(text(QFTaskEx::dataFromTask(shell, script("echo e >&2"), slot_)), "e\n");
     EXPECT_EQ(text(QFTaskEx::dataFromTask(shell, script("echo e >&2"), slot_, Value())), "e\n");
-    EXPECT_EQ(
-        text(QFTaskEx::dataFromTask(shell, script("echo e >&2"), slot_, Value(), LogOutput::no)),
-        "e\n");
+    EXPECT_EQ(text(QFTaskEx::dataFromTask(shell, script("echo e >&2"), slot_, Value(),
+                                          qf::LogOutput::no)),
+              "e\n");
     EXPECT_EQ(text(QFTaskEx::dataFromTask(shell, script("echo o"), slot_)), "o\n");
     EXPECT_EQ(text(QFTaskEx::dataFromTask(shell, script("echo o"), slot_, Value())), "o\n");
 }
 
 TEST_F(DataFromTask, LeavesTheOutputTheProgramsOwnWithoutLogOutput) {
-    EXPECT_EQ(collected("s=$(readlink /proc/$$/fd/1); echo $s >&2", LogOutput::no, LogError::yes),
-              ownStream(1) + "\n");
+    EXPECT_EQ(
+        collected("s=$(readlink /proc/$$/fd/1); echo $s >&2", qf::LogOutput::no, qf::LogError::yes),
+        ownStream(1) + "\n");
 }
 
 TEST_F(DataFromTask, ThrowsTheErrorsAwayWithoutLogError) {
-    EXPECT_EQ(collected("readlink /proc/$$/fd/2; echo wrong >&2", LogOutput::yes, LogError::no),
-              "/dev/null\n");
-    EXPECT_EQ(collected("echo wrong >&2", LogOutput::yes, LogError::no), "");
+    EXPECT_EQ(
+        collected("readlink /proc/$$/fd/2; echo wrong >&2", qf::LogOutput::yes, qf::LogError::no),
+        "/dev/null\n");
+    EXPECT_EQ(collected("echo wrong >&2", qf::LogOutput::yes, qf::LogError::no), "");
 }
 
 TEST_F(DataFromTask, ReturnsAtOnceWithNeitherFlag) {
-    EXPECT_EQ(collected(gate(), LogOutput::no, LogError::no), "");
+    EXPECT_EQ(collected(gate(), qf::LogOutput::no, qf::LogError::no), "");
     EXPECT_TRUE(slot_.get()->isRunning());
     openGate();
     slot_.get()->waitUntilExit();
@@ -112,12 +116,11 @@ TEST_F(DataFromTask, ReadsNoErrorsBeforeTheEndOfTheOutput) {
             open(my $full, ">", shift);
             sleep(1000);
         })";
-    std::future<std::optional<platform::Data>> data;
+    std::future<std::optional<qf::Data>> data;
     {
         const BusyMainThread busy;
         data = std::async(std::launch::async, [&] {
-            return QFTaskEx::dataFromTask(perl, {"-e", fillPipe, file("full")},
-                                          platform::Timeout(0));
+            return QFTaskEx::dataFromTask(perl, {"-e", fillPipe, file("full")}, qf::Timeout(0));
         });
         EXPECT_TRUE(waitForFile("full"));
     }
@@ -159,17 +162,24 @@ TEST_F(DataFromTask, RefusesAnEnvironmentThatIsNoDictionaryOfStrings) {
     EXPECT_EQ(loggedLines(), (Lines{line, line}));
 }
 
-TEST_F(DataFromTask, RefusesAPathThatIsMissingNotExecutableOrAPackage) {
-    const auto plain = directory_.write("plain");
-    const auto bundle = directory_.makeDirectory("Some.app");
-    for (const auto& path :
-         {file("missing"), plain, bundle, std::string("missing"), std::string()}) {
-        forgetLogLines();
-        EXPECT_FALSE(QFTaskEx::dataFromTask(path, {}, slot_).has_value());
-        EXPECT_EQ(loggedLines(), Lines{"Error: " + path + " is not executable"});
-        EXPECT_EQ(printed(), "Error: " + path + " is not executable\n");
-    }
+class DataFromNoTask : public DataFromTask, public testing::WithParamInterface<NamedText> {};
+
+TEST_P(DataFromNoTask, IsRefused) {
+    directory_.write("plain");
+    directory_.makeDirectory("Some.app");
+    const auto path = casePath(directory_, GetParam().value);
+    EXPECT_FALSE(QFTaskEx::dataFromTask(path, {}, slot_).has_value());
+    EXPECT_EQ(loggedLines(), Lines{"Error: " + path + " is not executable"});
+    EXPECT_EQ(printed(), "Error: " + path + " is not executable\n");
 }
+
+INSTANTIATE_TEST_SUITE_P(, DataFromNoTask,
+                         testing::Values(NamedText{{"Missing"}, "DIR/missing"},
+                                         NamedText{{"NotExecutable"}, "DIR/plain"},
+                                         NamedText{{"Package"}, "DIR/Some.app"},
+                                         NamedText{{"Relative"}, "missing"},
+                                         NamedText{{"Empty"}, ""}),
+                         nameOfCase);
 
 TEST_F(DataFromTask, LogsAndPrintsWhyAToolCannotBeLaunched) {
     const auto tool = writeTool("tool", "no program\n");
@@ -211,7 +221,7 @@ TEST_F(DataFromTask, SaysThatMemoryRanOutAndEndsTheChild) {
         GTEST_SKIP() << "a sanitizer has taken the address space that this test would limit";
     }
     loggedLines(); // starts the log's thread
-    std::optional<platform::Data> data;
+    std::optional<qf::Data> data;
     {
         const ScopedLimit<RLIMIT_AS> limit(addressSpaceInUse() + 128 * mebibyte);
         data = QFTaskEx::dataFromTask(
@@ -231,7 +241,7 @@ int collectedAtOnce(int count) {
     std::vector<std::future<bool>> runs;
     for (int number = 0; number < count; ++number) {
         runs.push_back(std::async(std::launch::async, [] {
-            TaskSlot slot;
+            qf::TaskSlot slot;
             const auto data = QFTaskEx::dataFromTask(shell, {"-c", "echo out"}, slot);
             return data && data->bytes.size() == std::string("out\n").size();
         }));

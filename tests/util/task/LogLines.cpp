@@ -20,7 +20,7 @@ struct Recording {
 
     Recording() {
         QFLog::sharedController().setFileHandle(file);
-        platform::install<platform::Console>(console);
+        qf::install<qf::Console>(console);
     }
 };
 

@@ -32,9 +32,9 @@ TEST_F(RunTask, HandsTheArgumentsOnAsTheyAre) {
 TEST_F(RunTask, TakesTwoTextsInBracesForTwoArguments) {
     const char* const first = "first";
     const char* const second = "second";
-    EXPECT_EQ((TaskArguments{{first, second}}.list()), (Lines{"first", "second"}));
-    EXPECT_EQ((TaskArguments{{"a", "b"}}.list()), (Lines{"a", "b"}));
-    EXPECT_EQ((TaskArguments{"a", std::string("b"), std::string_view("c").data()}.list()),
+    EXPECT_EQ((qf::TaskArguments{{first, second}}.list()), (Lines{"first", "second"}));
+    EXPECT_EQ((qf::TaskArguments{{"a", "b"}}.list()), (Lines{"a", "b"}));
+    EXPECT_EQ((qf::TaskArguments{"a", std::string("b"), std::string_view("c").data()}.list()),
               (Lines{"a", "b", "c"}));
 }
 
@@ -119,6 +119,15 @@ TEST_F(RunTask, LogsAToolThatCannotBeLaunched) {
     EXPECT_EQ(printed(), "");
 }
 
+TEST_F(RunTask, SaysWhyTheChildWasNotLaunched) {
+    const auto reason = [](const std::string& tool) {
+        qf::TaskSlot slot;
+        return QFTaskEx::runTaskWithResult(tool, {}, slot).error().localizedDescription;
+    };
+    EXPECT_EQ(reason(file("missing")), "Error: " + file("missing") + " is not executable");
+    EXPECT_EQ(reason("none"), "none could not be launched: no file exists at that path");
+}
+
 TEST_F(RunTask, RefusesAnArgumentWithAZeroByte) {
     EXPECT_FALSE(QFTaskEx::runTask(shell, {"-c", std::string("a\0b", 3)}));
     EXPECT_EQ(loggedLines(), Lines{"Exception running task /bin/sh: argument 2 contains a zero "
@@ -126,7 +135,7 @@ TEST_F(RunTask, RefusesAnArgumentWithAZeroByte) {
 }
 
 TEST_F(RunTask, KeepsTheChildInTheSlotWhileItRuns) {
-    TaskSlot slot;
+    qf::TaskSlot slot;
     std::thread worker([&] { EXPECT_TRUE(QFTaskEx::runTask(shell, script(gate("held")), slot)); });
     EXPECT_TRUE(eventually([&] { return slot.get() != nullptr && slot.get()->isRunning(); }));
     EXPECT_EQ(slot.get()->description().launchPath, shell);
@@ -183,7 +192,7 @@ TEST_F(RunTaskAndReturn, LetsTheLaunchExceptionThrough) {
     try {
         QFTaskEx::runTaskAndReturn(directory, {});
         FAIL() << "a folder was launched";
-    } catch (const platform::Exception& exception) {
+    } catch (const qf::Exception& exception) {
         EXPECT_EQ(exception.name(), "NSInvalidArgumentException");
         EXPECT_EQ(exception.reason(),
                   directory + " could not be launched: it is a folder, not a program");

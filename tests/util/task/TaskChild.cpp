@@ -22,7 +22,7 @@ namespace {
 constexpr const char* shell = "/bin/sh";
 
 int statusOf(const std::vector<std::string>& given) {
-    const TaskArguments arguments{"-c", given.at(0)};
+    const qf::TaskArguments arguments{"-c", given.at(0)};
     return given.size() > 1
                ? QFTaskEx::terminationCodeFromTask(shell, arguments, std::stoi(given.at(1)))
                : QFTaskEx::terminationCodeFromTask(shell, arguments);
@@ -46,8 +46,8 @@ std::future<bool> startOther(const std::vector<std::string>& given) {
 
 int main(int argc, char* argv[]) {
     const std::vector<std::string> given(argv + 1, argv + argc);
-    platform::installServices();
-    return platform::consoleMain([&given] {
+    qf::installServices();
+    return qf::consoleMain([&given] {
         const auto other = startOther(given);
         const int status = statusOf(given);
         std::cout << "over" << std::endl;

@@ -20,11 +20,11 @@ PackageWorkspace& PackageWorkspace::shared() {
 }
 
 void TaskTest::SetUpTestSuite() {
-    static auto& launcher = *new platform::native::ProcessLauncher;
+    static auto& launcher = *new qf::native::ProcessLauncher;
     TestClock::install();
-    platform::install<platform::ProcessLauncher>(launcher);
-    platform::install<platform::Workspace>(PackageWorkspace::shared());
-    platform::install<platform::Application>(MainLoop::shared());
+    qf::install<qf::ProcessLauncher>(launcher);
+    qf::install<qf::Workspace>(PackageWorkspace::shared());
+    qf::install<qf::Application>(MainLoop::shared());
 }
 
 TaskTest::~TaskTest() {
@@ -50,7 +50,7 @@ std::string TaskTest::writeTool(const std::string& name, const std::string& cont
     return path;
 }
 
-std::string TaskTest::text(const std::optional<platform::Data>& data) {
+std::string TaskTest::text(const std::optional<qf::Data>& data) {
     if (!data) {
         return "no data";
     }

@@ -37,7 +37,7 @@ protected:
     ~TaskTest() override;
 
     /// Returns the arguments that make /bin/sh run a script.
-    static TaskArguments script(const std::string& text) { return {"-c", text}; }
+    static qf::TaskArguments script(const std::string& text) { return {"-c", text}; }
 
     /// Returns a script's text that waits until openGate() is called; `name` distinguishes gates.
     std::string gate(const std::string& name = "gate") const;
@@ -49,7 +49,7 @@ protected:
     std::string file(const std::string& name) const { return directory_ / name; }
     std::string writeTool(const std::string& name, const std::string& content) const;
 
-    static std::string text(const std::optional<platform::Data>& data);
+    static std::string text(const std::optional<qf::Data>& data);
     /// Returns what one of the test's own descriptors is connected to.
     static std::string ownStream(int number);
     /// Returns how many of this process's children are zombies.

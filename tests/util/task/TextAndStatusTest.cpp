@@ -1,4 +1,6 @@
 #include "tests/support/AddressSpace.h"
+#include "tests/support/CasePath.h"
+#include "tests/support/NamedCase.h"
 #include "tests/support/ScopedLimit.h"
 #include "tests/util/task/TaskTest.h"
 #include "util/task/QFTaskEx.h"
@@ -14,15 +16,15 @@
 namespace {
 
 using Lines = std::vector<std::string>;
-using platform::TextEncoding;
-using platform::Timeout;
+using qf::TextEncoding;
+using qf::Timeout;
 
 class StringFromTask : public TaskTest {
 protected:
-    TaskSlot slot_;
-    const TaskArguments greeting_ = script("printf hello");
-    const TaskArguments accented_ = script("printf 'caf\\303\\251'");
-    const TaskArguments wrong_ = script("printf wrong >&2");
+    qf::TaskSlot slot_;
+    const qf::TaskArguments greeting_ = script("printf hello");
+    const qf::TaskArguments accented_ = script("printf 'caf\\303\\251'");
+    const qf::TaskArguments wrong_ = script("printf wrong >&2");
     const Timeout enough_{600};
 };
 
@@ -35,7 +37,7 @@ TEST_F(StringFromTask, EveryMemberReturnsTheOutputAsText) {
     EXPECT_EQ(QFTaskEx::stringFromTask(shell, greeting_, enough_), "hello");
     EXPECT_EQ(QFTaskEx::stringFromTask(shell, greeting_, TextEncoding::utf8, enough_), "hello");
     EXPECT_EQ(QFTaskEx::stringFromTask(shell, greeting_, TextEncoding::utf8, enough_,
-                                       LogOutput::yes, LogError::no),
+                                       qf::LogOutput::yes, qf::LogError::no),
               "hello");
 }
 
@@ -43,8 +45,8 @@ TEST_F(StringFromTask, MembersWithoutFlagsCollectTheErrorsToo) {
     EXPECT_EQ(QFTaskEx::stringFromTask(shell, wrong_), "wrong");
     EXPECT_EQ(QFTaskEx::stringFromTask(shell, wrong_, slot_), "wrong");
     EXPECT_EQ(QFTaskEx::stringFromTask(shell, wrong_, enough_), "wrong");
-    EXPECT_EQ(QFTaskEx::stringFromTask(shell, wrong_, TextEncoding::ascii, enough_, LogOutput::yes,
-                                       LogError::no),
+    EXPECT_EQ(QFTaskEx::stringFromTask(shell, wrong_, TextEncoding::ascii, enough_,
+                                       qf::LogOutput::yes, qf::LogError::no),
               "");
 }
 
@@ -107,28 +109,34 @@ TEST_F(TerminationCodeFromTask, DiscardsOutputAndErrors) {
               0);
 }
 
-TEST_F(TerminationCodeFromTask, ReturnsMinusOneForARefusedPath) {
-    const auto bundle = directory_.makeDirectory("Some.app");
-    for (const auto& path : {file("missing"), bundle, std::string("missing")}) {
-        forgetLogLines();
-        EXPECT_EQ(QFTaskEx::terminationCodeFromTask(path, {}), -1);
-        EXPECT_EQ(loggedLines(), Lines{"Error: " + path + " is not executable"});
-        EXPECT_EQ(printed(), "Error: " + path + " is not executable\n");
-    }
+class TerminationCodeFromNoTask : public TerminationCodeFromTask,
+                                  public testing::WithParamInterface<NamedText> {};
+
+TEST_P(TerminationCodeFromNoTask, IsMinusOne) {
+    directory_.makeDirectory("Some.app");
+    const auto path = casePath(directory_, GetParam().value);
+    EXPECT_EQ(QFTaskEx::terminationCodeFromTask(path, {}), -1);
+    EXPECT_EQ(loggedLines(), Lines{"Error: " + path + " is not executable"});
+    EXPECT_EQ(printed(), "Error: " + path + " is not executable\n");
 }
+
+INSTANTIATE_TEST_SUITE_P(, TerminationCodeFromNoTask,
+                         testing::Values(NamedText{{"Missing"}, "DIR/missing"},
+                                         NamedText{{"Package"}, "DIR/Some.app"},
+                                         NamedText{{"Relative"}, "missing"}),
+                         nameOfCase);
 
 TEST_F(TerminationCodeFromTask, LetsTheLaunchExceptionThrough) {
     const auto tool = writeTool("tool", "#!/no/interpreter\n");
-    EXPECT_THROW(QFTaskEx::terminationCodeFromTask(tool, {}), platform::Exception);
+    EXPECT_THROW(QFTaskEx::terminationCodeFromTask(tool, {}), qf::Exception);
     const auto runner = QFTaskEx::create();
-    EXPECT_THROW(runner->terminationCodeFromTaskOnRunner(tool, {}, Timeout(600)),
-                 platform::Exception);
+    EXPECT_THROW(runner->terminationCodeFromTaskOnRunner(tool, {}, Timeout(600)), qf::Exception);
     EXPECT_EQ(runner->theTask(), nullptr);
     EXPECT_TRUE(loggedLines().empty());
 }
 
 TEST_F(TerminationCodeFromTask, KeepsTheChildInTheSlotWhileItRuns) {
-    TaskSlot slot;
+    qf::TaskSlot slot;
     auto status = std::async(std::launch::async, [&] {
         return QFTaskEx::terminationCodeFromTask(shell, script(gate() + "; exit 9"), slot);
     });

@@ -1,3 +1,4 @@
+#include "tests/support/NamedCase.h"
 #include "tests/util/task/TaskTest.h"
 #include "util/task/QFTaskEx.h"
 
@@ -19,7 +20,7 @@
 namespace {
 
 using Lines = std::vector<std::string>;
-using platform::Timeout;
+using qf::Timeout;
 
 const std::string timedOut = "Task /bin/sh timed out. Terminating...";
 
@@ -75,20 +76,28 @@ INSTANTIATE_TEST_SUITE_P(Values, TimedTaskShorterThanASecond,
                                          std::numeric_limits<double>::quiet_NaN(),
                                          std::numeric_limits<double>::denorm_min()));
 
-TEST_F(TimedTask, LetsTheChildEndByItselfUnderAnEndlessTimeout) {
-    for (const double seconds : {1e300, std::numeric_limits<double>::infinity(), 1e19}) {
-        EXPECT_EQ(text(QFTaskEx::dataFromTask(shell, script("echo out"), Timeout(seconds))),
-                  "out\n");
-    }
+class TimedTaskWithoutEnd : public TimedTask,
+                            public testing::WithParamInterface<NamedValue<double>> {};
+
+TEST_P(TimedTaskWithoutEnd, LetsTheChildEndByItself) {
+    EXPECT_EQ(text(QFTaskEx::dataFromTask(shell, script("echo out"), Timeout(GetParam().value))),
+              "out\n");
     EXPECT_TRUE(loggedLines().empty());
 }
 
+INSTANTIATE_TEST_SUITE_P(, TimedTaskWithoutEnd,
+                         testing::Values(NamedValue<double>{{"BeyondEveryNumber"}, 1e300},
+                                         NamedValue<double>{
+                                             {"Infinite"}, std::numeric_limits<double>::infinity()},
+                                         NamedValue<double>{{"BeyondNanoseconds"}, 1e19}),
+                         nameOfCase);
+
 TEST_F(TimedTask, EveryDataMemberTerminatesTheChild) {
     const auto hanging = script(gate());
-    EXPECT_TRUE(QFTaskEx::dataFromTask(shell, hanging, 0, LogOutput::yes, LogError::no));
+    EXPECT_TRUE(QFTaskEx::dataFromTask(shell, hanging, 0, qf::LogOutput::yes, qf::LogError::no));
     EXPECT_TRUE(runner_->dataFromTaskOnRunner(shell, hanging, 0));
-    EXPECT_TRUE(
-        QFTaskEx::create()->dataFromTaskOnRunner(shell, hanging, 0, LogOutput::no, LogError::yes));
+    EXPECT_TRUE(QFTaskEx::create()->dataFromTaskOnRunner(shell, hanging, 0, qf::LogOutput::no,
+                                                         qf::LogError::yes));
     EXPECT_EQ(QFTaskEx::stringFromTask(shell, hanging, 0), "");
     EXPECT_EQ(loggedLines(), Lines(4, timedOut));
     waitForTimeouts(4);
@@ -98,8 +107,9 @@ TEST_F(TimedTask, FlagsAreHandedOn) {
     const auto both = script("echo out; echo wrong >&2");
     const Timeout enough(600);
     EXPECT_EQ(text(QFTaskEx::dataFromTask(shell, both, enough)), "out\n");
-    EXPECT_EQ(text(QFTaskEx::dataFromTask(shell, both, enough, LogOutput::no, LogError::yes)),
-              "wrong\n");
+    EXPECT_EQ(
+        text(QFTaskEx::dataFromTask(shell, both, enough, qf::LogOutput::no, qf::LogError::yes)),
+        "wrong\n");
     EXPECT_EQ(text(runner_->dataFromTaskOnRunner(shell, script("echo wrong >&2"), enough)),
               "wrong\n");
 }
@@ -123,7 +133,7 @@ TEST_F(TimedTask, ReturnsTheStatusOfTheTerminatedChild) {
 }
 
 TEST_F(TimedTask, ActsOnTheMainThreadOnly) {
-    std::future<std::optional<platform::Data>> data;
+    std::future<std::optional<qf::Data>> data;
     {
         const BusyMainThread busy;
         data = std::async(std::launch::async, [&] {
@@ -268,7 +278,7 @@ TEST_F(TimedTask, DoesNothingWhenTheTimeoutFindsNoChild) {
 }
 
 TEST_F(TimedTask, TerminatesTheChildWithoutAnApplicationToo) {
-    const ScopedAbsence<platform::Application> none;
+    const ScopedAbsence<qf::Application> none;
     EXPECT_EQ(QFTaskEx::terminationCodeFromTask(shell, script(gate()), 0), SIGTERM);
     EXPECT_EQ(loggedLines(), Lines(1, timedOut));
 }
@@ -279,7 +289,7 @@ TEST_F(TimedTask, TimesOutOnTheCallingThreadWithoutAnApplication) {
                                                         Timeout(600));
     });
     ASSERT_TRUE(waitForFile("ready"));
-    const ScopedAbsence<platform::Application> none;
+    const ScopedAbsence<qf::Application> none;
     runner_->setupTimeout(std::chrono::seconds(0));
     EXPECT_EQ(status.get(), SIGTERM);
     EXPECT_EQ(loggedLines(), Lines(1, timedOut));
@@ -310,7 +320,7 @@ TEST_F(TimedTask, RunsNothingWithoutAThreadForTheTimeout) {
 namespace {
 
 /// Launches children that only record the calls.
-class NotedChild : public platform::ChildProcess {
+class NotedChild : public qf::ChildProcess {
 public:
     explicit NotedChild(std::function<void()> onTerminate) : onTerminate_(std::move(onTerminate)) {}
 
@@ -326,27 +336,27 @@ private:
     std::function<void()> onTerminate_;
 };
 
-class NotingLauncher : public platform::ProcessLauncher {
+class NotingLauncher : public qf::ProcessLauncher {
 public:
     std::function<void()> onTerminate = [] {};
 
     bool canLaunch(const std::string& /*path*/) override { return true; }
-    std::shared_ptr<platform::Pipe> makePipe() override { return nullptr; }
-    std::vector<std::shared_ptr<platform::Pipe>> makePipes(std::size_t count) override {
-        return std::vector<std::shared_ptr<platform::Pipe>>(count);
+    std::shared_ptr<qf::Pipe> makePipe() override { return nullptr; }
+    std::vector<std::shared_ptr<qf::Pipe>> makePipes(std::size_t count) override {
+        return std::vector<std::shared_ptr<qf::Pipe>>(count);
     }
-    std::shared_ptr<platform::ChildProcess>
-    launch(const platform::ProcessDescription& /*description*/) override {
+    std::shared_ptr<qf::ChildProcess>
+    launch(const qf::ProcessDescription& /*description*/) override {
         return std::make_shared<NotedChild>(onTerminate);
     }
 };
 
 /// Returns a launched child that never ends.
-std::shared_ptr<platform::Process> endlessTask(NotingLauncher& launcher) {
-    const platform::ScopedService<platform::ProcessLauncher> scope(launcher);
-    platform::ProcessDescription description;
+std::shared_ptr<qf::Process> endlessTask(NotingLauncher& launcher) {
+    const qf::ScopedService<qf::ProcessLauncher> scope(launcher);
+    qf::ProcessDescription description;
     description.launchPath = shell;
-    auto task = std::make_shared<platform::Process>(std::move(description));
+    auto task = std::make_shared<qf::Process>(std::move(description));
     task->launch();
     return task;
 }
@@ -381,25 +391,39 @@ TEST_F(TimedTask, WaitsForTheMainThreadInSetupTimeout) {
     runner_->setTheTask(nullptr);
 }
 
-TEST_F(TimedTask, ForgetsAFormerChildBeforeAnythingElse) {
+/// A run with a time-out of a path.
+using TimedRun = NamedValue<void (*)(QFTaskEx&, const std::string& path)>;
+
+class TimedTaskAfterAnother : public TimedTask, public testing::WithParamInterface<TimedRun> {};
+
+TEST_P(TimedTaskAfterAnother, ForgetsTheFormerChildBeforeAnythingElse) {
     NotingLauncher launcher;
-    const auto calls = std::to_array<std::function<void()>>({
-        [this] { runner_->dataFromTaskOnRunner(file("a.app"), {}, 600); },
-        [this] { runner_->terminationCodeFromTaskOnRunner(file("a.app"), {}, 600); },
-        [this] { runner_->runTaskOnRunner(file("a.app"), {}, 600); },
-    });
     directory_.makeDirectory("a.app");
-    for (const auto& call : calls) {
-        std::shared_ptr<platform::Process> meanwhile;
-        PackageWorkspace::shared().whenAsked = [&] { meanwhile = runner_->theTask(); };
-        const auto former = endlessTask(launcher);
-        runner_->setTheTask(former);
-        call();
-        PackageWorkspace::shared().whenAsked = [] {};
-        EXPECT_EQ(meanwhile, nullptr);
-        EXPECT_EQ(runner_->theTask(), nullptr);
-    }
+    std::shared_ptr<qf::Process> meanwhile;
+    PackageWorkspace::shared().whenAsked = [&] { meanwhile = runner_->theTask(); };
+    const auto former = endlessTask(launcher);
+    runner_->setTheTask(former);
+    GetParam().value(*runner_, file("a.app"));
+    PackageWorkspace::shared().whenAsked = [] {};
+    EXPECT_EQ(meanwhile, nullptr);
+    EXPECT_EQ(runner_->theTask(), nullptr);
 }
+
+INSTANTIATE_TEST_SUITE_P(, TimedTaskAfterAnother,
+                         testing::Values(TimedRun{{"ForData"},
+                                                  [](QFTaskEx& runner, const std::string& path) {
+                                                      runner.dataFromTaskOnRunner(path, {}, 600);
+                                                  }},
+                                         TimedRun{{"ForTheStatus"},
+                                                  [](QFTaskEx& runner, const std::string& path) {
+                                                      runner.terminationCodeFromTaskOnRunner(
+                                                          path, {}, 600);
+                                                  }},
+                                         TimedRun{{"Alone"},
+                                                  [](QFTaskEx& runner, const std::string& path) {
+                                                      runner.runTaskOnRunner(path, {}, 600);
+                                                  }}),
+                         nameOfCase);
 
 TEST_F(TimedTask, HandsTheProgramsEnvironmentOn) {
     const ScopedEnvironment inherited("QF_TASK_TEST", "inherited");

@@ -29,7 +29,7 @@ TEST_F(FileSizeSignalDeathTest, AWriteBeyondTheLimitFailsLikeAnyOther) {
 
     EXPECT_EXIT(
         {
-            platform::native::blockSigxfsz();
+            qf::native::blockSigxfsz();
             writeBeyondTheLimit(directory / "file");
         },
         testing::ExitedWithCode(0), "");

@@ -8,11 +8,11 @@
 #include <sys/file.h>
 #include <sys/stat.h>
 
-using platform::native::FileDescriptor;
-using platform::native::isDirectory;
-using platform::native::lockedDirectory;
-using platform::native::makeDirectories;
-using platform::native::openThroughLinks;
+using qf::native::FileDescriptor;
+using qf::native::isDirectory;
+using qf::native::lockedDirectory;
+using qf::native::makeDirectories;
+using qf::native::openThroughLinks;
 
 namespace {
 
@@ -71,8 +71,7 @@ TEST_F(DirectoriesTest, TellsThatAFileIsInTheWay) {
 }
 
 /// Returns whether an open directory is the one at the path.
-bool isAt(const platform::native::SystemResult<FileDescriptor>& directory,
-          const std::string& path) {
+bool isAt(const qf::native::SystemResult<FileDescriptor>& directory, const std::string& path) {
     struct stat one {};
     struct stat other {};
     return directory && ::fstat(directory->get(), &one) == 0 && ::stat(path.c_str(), &other) == 0 &&

@@ -9,10 +9,10 @@
 
 #include <map>
 
-using platform::ItemKind;
-using platform::native::DirectoryReader;
-using platform::native::itemKind;
-using platform::native::opened;
+using qf::ItemKind;
+using qf::native::DirectoryReader;
+using qf::native::itemKind;
+using qf::native::opened;
 
 namespace {
 

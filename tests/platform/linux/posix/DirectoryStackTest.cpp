@@ -6,13 +6,13 @@
 
 #include <fcntl.h>
 
-using platform::FileId;
-using platform::native::DirectoryReader;
-using platform::native::DirectoryStack;
-using platform::native::FileDescriptor;
-using platform::native::fileIdOf;
-using platform::native::openDirectory;
-using platform::native::statusOf;
+using qf::FileId;
+using qf::native::DirectoryReader;
+using qf::native::DirectoryStack;
+using qf::native::FileDescriptor;
+using qf::native::fileIdOf;
+using qf::native::openDirectory;
+using qf::native::statusOf;
 
 namespace {
 

@@ -5,7 +5,7 @@
 namespace {
 
 bool asksToEnd(int signal) {
-    const auto signals = platform::native::endingSignals();
+    const auto signals = qf::native::endingSignals();
     return ::sigismember(&signals, signal) == 1;
 }
 

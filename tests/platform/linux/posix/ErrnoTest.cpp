@@ -9,13 +9,13 @@
 
 #include <type_traits>
 
-using platform::Unexpected;
-using platform::native::checked;
-using platform::native::checkedNumber;
-using platform::native::Errno;
-using platform::native::failedWith;
-using platform::native::opened;
-using platform::native::SystemResult;
+using qf::Unexpected;
+using qf::native::checked;
+using qf::native::checkedNumber;
+using qf::native::Errno;
+using qf::native::failedWith;
+using qf::native::opened;
+using qf::native::SystemResult;
 
 TEST(Errno, IsNoOtherNumber) {
     EXPECT_FALSE((std::is_convertible_v<int, Errno>));

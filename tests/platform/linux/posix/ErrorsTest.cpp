@@ -1,13 +1,15 @@
 #include "platform/linux/posix/Errors.h"
 
+#include "tests/support/UpperCaseLanguage.h"
+
 #include <gtest/gtest.h>
 
 #include <cerrno>
 
-using platform::native::Errno;
-using platform::native::failureSentence;
-using platform::native::posixError;
-using platform::native::reason;
+using qf::native::Errno;
+using qf::native::failureSentence;
+using qf::native::posixError;
+using qf::native::reason;
 
 TEST(Errors, NameTheItemTheDeedAndTheReason) {
     const auto error = posixError(Errno(EACCES), "a.txt", "removed");
@@ -26,4 +28,14 @@ TEST(Errors, ShowANameThatIsNoTextInPrintableForm) {
 TEST(Errors, FallBackOnTheSystemsWordsForARareNumber) {
     EXPECT_EQ(reason(Errno(ENOTSOCK)), "the system reports: Socket operation on non-socket");
     EXPECT_EQ(reason(Errno(54321)), "the system reports: 54321");
+}
+
+TEST(Errors, AreInTheLanguageOfThePerson) {
+    UpperCaseLanguage language;
+    const qf::ScopedService<qf::Language> scope(language);
+
+    EXPECT_EQ(
+        posixError(Errno(EACCES), "a.txt", qf::native::participle::removed).localizedDescription,
+        "“a.txt” COULDN’T BE REMOVED BECAUSE YOU DON’T HAVE PERMISSION.");
+    EXPECT_EQ(reason(Errno(54321)), "THE SYSTEM REPORTS: 54321");
 }

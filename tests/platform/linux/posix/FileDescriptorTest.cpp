@@ -4,10 +4,10 @@
 
 #include <fcntl.h>
 
-using platform::native::aboveStandardStreams;
-using platform::native::FileDescriptor;
-using platform::native::opened;
-using platform::native::openedAboveStandardStreams;
+using qf::native::aboveStandardStreams;
+using qf::native::FileDescriptor;
+using qf::native::opened;
+using qf::native::openedAboveStandardStreams;
 
 namespace {
 

@@ -6,7 +6,7 @@
 
 #include <fcntl.h>
 
-using platform::native::findPlace;
+using qf::native::findPlace;
 
 namespace {
 

@@ -8,11 +8,11 @@
 
 #include <climits>
 
-using platform::native::atPath;
-using platform::native::FileDescriptor;
-using platform::native::openAtPath;
-using platform::native::opened;
-using platform::native::walkTowards;
+using qf::native::atPath;
+using qf::native::FileDescriptor;
+using qf::native::openAtPath;
+using qf::native::opened;
+using qf::native::walkTowards;
 
 namespace {
 

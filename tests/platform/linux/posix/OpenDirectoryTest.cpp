@@ -6,12 +6,12 @@
 
 #include <fcntl.h>
 
-using platform::native::FileDescriptor;
-using platform::native::fileIdOf;
-using platform::native::openDirectory;
-using platform::native::openDirectoryAbove;
-using platform::native::statusOf;
-using platform::native::statusOfEntry;
+using qf::native::FileDescriptor;
+using qf::native::fileIdOf;
+using qf::native::openDirectory;
+using qf::native::openDirectoryAbove;
+using qf::native::statusOf;
+using qf::native::statusOfEntry;
 
 namespace {
 

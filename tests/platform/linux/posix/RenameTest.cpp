@@ -7,8 +7,8 @@
 
 #include <fcntl.h>
 
-using platform::native::FileDescriptor;
-using platform::native::renameWithoutReplacing;
+using qf::native::FileDescriptor;
+using qf::native::renameWithoutReplacing;
 
 namespace {
 

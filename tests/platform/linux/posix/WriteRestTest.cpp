@@ -15,8 +15,8 @@
 
 namespace {
 
-using platform::native::FileDescriptor;
-using platform::native::writeRest;
+using qf::native::FileDescriptor;
+using qf::native::writeRest;
 
 class WriteRest : public testing::Test {
 protected:

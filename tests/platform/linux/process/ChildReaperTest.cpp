@@ -11,8 +11,8 @@
 #include <csignal>
 #include <future>
 
-using platform::native::Child;
-using platform::native::ChildReaper;
+using qf::native::Child;
+using qf::native::ChildReaper;
 
 namespace {
 

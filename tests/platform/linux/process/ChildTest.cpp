@@ -8,12 +8,12 @@
 
 #include <csignal>
 
-using platform::native::Child;
+using qf::native::Child;
 
 namespace {
 
 /// Counts how often its reader is told not to wait.
-class CountingPipe : public platform::Pipe {
+class CountingPipe : public qf::Pipe {
 public:
     bool appendAvailable(std::vector<std::byte>& /*bytes*/) override { return false; }
     void stopWaiting() override { ++count; }

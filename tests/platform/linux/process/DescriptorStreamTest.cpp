@@ -9,8 +9,8 @@
 #include <iterator>
 #include <string>
 
-using platform::native::DescriptorStream;
-using platform::native::FileDescriptor;
+using qf::native::DescriptorStream;
+using qf::native::FileDescriptor;
 
 namespace {
 

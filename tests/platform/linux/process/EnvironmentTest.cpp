@@ -9,7 +9,7 @@
 #include <future>
 #include <optional>
 
-using platform::native::Environment;
+using qf::native::Environment;
 
 namespace {
 

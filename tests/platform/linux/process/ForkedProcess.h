@@ -30,8 +30,8 @@ struct ForkedPipe {
     ForkedPipe() {
         std::array<int, 2> ends{-1, -1};
         static_cast<void>(::pipe2(ends.data(), O_CLOEXEC));
-        reading = platform::native::FileDescriptor(ends[0]);
-        writing = platform::native::FileDescriptor(ends[1]);
+        reading = qf::native::FileDescriptor(ends[0]);
+        writing = qf::native::FileDescriptor(ends[1]);
     }
 
     void tell() const { static_cast<void>(::write(writing.get(), "", 1)); }
@@ -48,6 +48,6 @@ struct ForkedPipe {
         }
     }
 
-    platform::native::FileDescriptor reading;
-    platform::native::FileDescriptor writing;
+    qf::native::FileDescriptor reading;
+    qf::native::FileDescriptor writing;
 };

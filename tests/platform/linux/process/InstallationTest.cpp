@@ -8,7 +8,8 @@
 #include <filesystem>
 
 namespace fs = std::filesystem;
-using platform::native::installationDirectory;
+using qf::native::directoryBesideProgram;
+using qf::native::installationDirectory;
 
 namespace {
 
@@ -47,6 +48,12 @@ TEST(Installation, IsNotMovedByTheEnvironmentOrTheWorkingDirectory) {
                        {"env", "-C", directory.path()})
                   .output,
               besideProgram(fs::canonical(QF_CHILD)) + "\n");
+}
+
+TEST(Installation, HasAProgramsOwnDirectoryBesideTheProgram) {
+    const auto program = fs::read_symlink("/proc/self/exe").parent_path();
+
+    EXPECT_EQ(directoryBesideProgram("../share/own"), program.parent_path() / "share/own");
 }
 
 } // namespace

@@ -14,9 +14,9 @@
 
 namespace {
 
-using platform::ProcessDescription;
-using platform::native::Errno;
-using platform::native::launchFailure;
+using qf::ProcessDescription;
+using qf::native::Errno;
+using qf::native::launchFailure;
 
 class LaunchFailure : public testing::Test {
 protected:
@@ -24,7 +24,7 @@ protected:
     std::string reasonOf(const ProcessDescription& description) {
         try {
             launcher_.launch(description);
-        } catch (const platform::Exception& exception) {
+        } catch (const qf::Exception& exception) {
             EXPECT_EQ(exception.name(), "NSInvalidArgumentException");
             return exception.reason();
         }
@@ -50,7 +50,7 @@ protected:
     }
 
     const TemporaryDirectory directory_;
-    platform::native::ProcessLauncher launcher_;
+    qf::native::ProcessLauncher launcher_;
 };
 
 TEST_F(LaunchFailure, NamesAPathWhereNothingIs) {
@@ -121,15 +121,21 @@ TEST_F(LaunchFailure, NamesTheStringWithAZeroByte) {
               "the name of an environment variable contains a zero byte: a\\x00b");
 }
 
-TEST_F(LaunchFailure, RefusesNamesThatNoVariableCanHave) {
+class LaunchFailureByVariable : public LaunchFailure,
+                                public testing::WithParamInterface<NamedText> {};
+
+TEST_P(LaunchFailureByVariable, RefusesANameThatNoneCanHave) {
     ProcessDescription description;
     description.launchPath = "/bin/sh";
-    for (const std::string name : {"", "A=B"}) {
-        description.environment = {{name, "value"}};
-        EXPECT_EQ(reasonOf(description),
-                  "an environment variable cannot have the name \"" + name + "\"");
-    }
+    description.environment = {{GetParam().value, "value"}};
+    EXPECT_EQ(reasonOf(description),
+              "an environment variable cannot have the name \"" + GetParam().value + "\"");
 }
+
+INSTANTIATE_TEST_SUITE_P(, LaunchFailureByVariable,
+                         testing::Values(NamedText{{"Empty"}, ""},
+                                         NamedText{{"EqualsSign"}, "A=B"}),
+                         nameOfCase);
 
 TEST_F(LaunchFailure, MakesThePathPrintable) {
     EXPECT_EQ(reasonOf("/no/\n\xFF"),

@@ -46,8 +46,8 @@ protected:
         return reading.get() == std::nullopt;
     }
 
-    const std::shared_ptr<platform::Pipe> made_ = platform::native::ProcessLauncher().makePipe();
-    platform::native::Pipe& pipe_ = dynamic_cast<platform::native::Pipe&>(*made_);
+    const std::shared_ptr<qf::Pipe> made_ = qf::native::ProcessLauncher().makePipe();
+    qf::native::Pipe& pipe_ = dynamic_cast<qf::native::Pipe&>(*made_);
 };
 
 TEST_F(PipeTest, AppendsWhatIsWrittenUntilTheWriteEndIsClosed) {

@@ -25,7 +25,7 @@ protected:
     }
 
     const std::shared_ptr<Events> events_ = std::make_shared<Events>();
-    platform::native::ProcessCopies copies_;
+    qf::native::ProcessCopies copies_;
 };
 
 TEST_F(ProcessCopiesTest, TellsBeforeTheCopyingAndThenBoth) {

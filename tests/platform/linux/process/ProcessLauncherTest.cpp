@@ -7,6 +7,7 @@
 #include "platform/support/Process.h"
 #include "tests/platform/linux/process/SleepingThread.h"
 #include "tests/support/AddressSpace.h"
+#include "tests/support/NamedCase.h"
 #include "tests/support/OpenDescriptors.h"
 #include "tests/support/ScopedLimit.h"
 #include "tests/support/TemporaryDirectory.h"
@@ -33,8 +34,8 @@
 
 namespace {
 
-using platform::ChildStream;
-using platform::ProcessDescription;
+using qf::ChildStream;
+using qf::ProcessDescription;
 
 class Launcher : public testing::Test {
 protected:
@@ -45,7 +46,7 @@ protected:
         return description;
     }
 
-    std::shared_ptr<platform::ChildProcess> launch(const std::string& text) {
+    std::shared_ptr<qf::ChildProcess> launch(const std::string& text) {
         return launcher_.launch(shellScript(text));
     }
 
@@ -54,7 +55,7 @@ protected:
         const auto pipe = launcher_.makePipe();
         description.standardOutput = ChildStream::through(pipe);
         const auto child = launcher_.launch(description);
-        platform::Data data;
+        qf::Data data;
         while (pipe->appendAvailable(data.bytes)) {
         }
         child->waitUntilExit();
@@ -76,7 +77,7 @@ protected:
     }
 
     const TemporaryDirectory directory_;
-    platform::native::ProcessLauncher launcher_;
+    qf::native::ProcessLauncher launcher_;
 };
 
 template <class Condition>
@@ -105,7 +106,7 @@ bool isStopped(long identifier) {
 
 /// Returns the limit at which `count` more descriptors can be opened.
 rlim_t limitLeaving(std::size_t count) {
-    std::vector<platform::native::FileDescriptor> opened;
+    std::vector<qf::native::FileDescriptor> opened;
     while (opened.size() <= count) {
         opened.emplace_back(::open("/dev/null", O_RDONLY | O_CLOEXEC));
     }
@@ -188,12 +189,11 @@ TEST_F(Launcher, TerminatesTheChildAndItsGroup) {
     auto description = shellScript("sleep 1000 & echo $!; wait");
     description.standardOutput = ChildStream::through(pipe);
     const auto child = launcher_.launch(description);
-    EXPECT_FALSE(platform::availableData(*pipe).bytes.empty());
+    EXPECT_FALSE(qf::availableData(*pipe).bytes.empty());
     child->terminate();
     child->waitUntilExit();
     EXPECT_EQ(child->terminationStatus(), SIGTERM);
-    EXPECT_TRUE(platform::availableData(*pipe).bytes.empty())
-        << "the grandchild still holds the pipe";
+    EXPECT_TRUE(qf::availableData(*pipe).bytes.empty()) << "the grandchild still holds the pipe";
 }
 
 TEST_F(Launcher, TerminatesAStoppedChildAndItsStoppedChildren) {
@@ -202,7 +202,7 @@ TEST_F(Launcher, TerminatesAStoppedChildAndItsStoppedChildren) {
     description.standardOutput = ChildStream::through(pipe);
     const auto child = launcher_.launch(description);
     std::string grandchild;
-    for (const std::byte byte : platform::availableData(*pipe).bytes) {
+    for (const std::byte byte : qf::availableData(*pipe).bytes) {
         grandchild += static_cast<char>(byte);
     }
     ASSERT_TRUE(becomesTrue(
@@ -210,7 +210,7 @@ TEST_F(Launcher, TerminatesAStoppedChildAndItsStoppedChildren) {
     child->terminate();
     const bool ended = becomesTrue([&] { return !child->isRunning(); });
     EXPECT_TRUE(ended);
-    EXPECT_TRUE(platform::availableData(*pipe).bytes.empty());
+    EXPECT_TRUE(qf::availableData(*pipe).bytes.empty());
     ::kill(-static_cast<pid_t>(child->processIdentifier()), SIGKILL);
     EXPECT_EQ(child->terminationStatus(), SIGTERM);
 }
@@ -220,12 +220,11 @@ TEST_F(Launcher, KillsTheChildAndItsGroupWhateverTheyIgnore) {
     auto description = shellScript("trap '' TERM; sleep 1000 & echo $!; wait; sleep 1000");
     description.standardOutput = ChildStream::through(pipe);
     const auto child = launcher_.launch(description);
-    EXPECT_FALSE(platform::availableData(*pipe).bytes.empty());
+    EXPECT_FALSE(qf::availableData(*pipe).bytes.empty());
     child->kill();
     child->waitUntilExit();
     EXPECT_EQ(child->terminationStatus(), SIGKILL);
-    EXPECT_TRUE(platform::availableData(*pipe).bytes.empty())
-        << "the grandchild still holds the pipe";
+    EXPECT_TRUE(qf::availableData(*pipe).bytes.empty()) << "the grandchild still holds the pipe";
 }
 
 TEST_F(Launcher, KillsAChildThatHasASessionOfItsOwn) {
@@ -234,18 +233,18 @@ TEST_F(Launcher, KillsAChildThatHasASessionOfItsOwn) {
     description.standardOutput = ChildStream::through(pipe);
     description.leavesTerminal = true;
     const auto child = launcher_.launch(description);
-    const auto session = platform::availableData(*pipe).bytes;
+    const auto session = qf::availableData(*pipe).bytes;
     EXPECT_EQ(std::string(reinterpret_cast<const char*>(session.data()), session.size()),
               std::to_string(child->processIdentifier()) + '\n');
     child->kill();
     child->waitUntilExit();
-    EXPECT_TRUE(platform::availableData(*pipe).bytes.empty());
+    EXPECT_TRUE(qf::availableData(*pipe).bytes.empty());
 }
 
 TEST_F(Launcher, RunsAToolToItsEndThoughNoDescriptorIsLeft) {
     launch("exit 0")->waitUntilExit();
     const auto done = directory_ / "done";
-    std::shared_ptr<platform::ChildProcess> child;
+    std::shared_ptr<qf::ChildProcess> child;
     {
         const ScopedLimit<RLIMIT_NOFILE> limit(limitLeaving(0));
         child = launch("ulimit -S -n 64; echo done > '" + done + "'; exit 3");
@@ -321,11 +320,11 @@ TEST_F(Launcher, WakesNoOtherReaderForGood) {
     std::promise<long> second;
     auto read = std::async(std::launch::async, [&] {
         first.set_value(::gettid());
-        return platform::availableData(*pipe).bytes.size();
+        return qf::availableData(*pipe).bytes.size();
     });
     auto other = std::async(std::launch::async, [&] {
         second.set_value(::gettid());
-        return platform::availableData(*closed).bytes.size();
+        return qf::availableData(*closed).bytes.size();
     });
     const auto firstThread = first.get_future().get();
     EXPECT_TRUE(isAsleep(firstThread));
@@ -350,7 +349,7 @@ TEST_F(Launcher, HoldsFourDescriptorsForAChildOfWhichAllIsCollected) {
     std::promise<long> reader;
     auto read = std::async(std::launch::async, [&] {
         reader.set_value(::gettid());
-        return platform::availableData(*output).bytes.size();
+        return qf::availableData(*output).bytes.size();
     });
     EXPECT_TRUE(isAsleep(reader.get_future().get()));
     EXPECT_EQ(openDescriptors(), before + 4);
@@ -372,7 +371,7 @@ TEST_F(Launcher, SaysThatThereIsNoMemoryForTheOutput) {
         while (pipe->appendAvailable(bytes)) {
         }
         ADD_FAILURE() << "the output ended";
-    } catch (const platform::Exception& exception) {
+    } catch (const qf::Exception& exception) {
         EXPECT_EQ(exception.name(), "NSMallocException");
         EXPECT_EQ(exception.reason(), "there is not enough memory for its output");
     }
@@ -430,7 +429,7 @@ TEST_F(Launcher, LeavesOtherChildrenToThoseWhoForkedThem) {
 
 TEST_F(Launcher, LearnsTheStatusWhereEndedChildrenWereIgnored) {
     std::signal(SIGCHLD, SIG_IGN);
-    platform::native::ProcessLauncher launcher;
+    qf::native::ProcessLauncher launcher;
     const auto child = launcher.launch(shellScript("exit 5"));
     child->waitUntilExit();
     EXPECT_EQ(child->terminationStatus(), 5);
@@ -476,18 +475,25 @@ TEST_F(Launcher, StartsTheChildWithDefaultSignalsAndNoneBlocked) {
         << signals;
 }
 
-TEST_F(Launcher, GivesTheNullDeviceInPlaceOfAClosedStream) {
-    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
-        const auto path = directory_ / "stream";
-        {
-            const WithoutStream without(stream);
-            launch("s=$(readlink /proc/$$/fd/" + std::to_string(stream) + "); echo $s > '" + path +
-                   "'")
-                ->waitUntilExit();
-        }
-        EXPECT_EQ(contentOf(path), "/dev/null\n") << stream;
+class LauncherWithoutStream : public Launcher,
+                              public testing::WithParamInterface<NamedValue<int>> {};
+
+TEST_P(LauncherWithoutStream, PassesTheNullDeviceOn) {
+    const auto path = directory_ / "stream";
+    {
+        const WithoutStream without(GetParam().value);
+        launch("s=$(readlink /proc/$$/fd/" + std::to_string(GetParam().value) + "); echo $s > '" +
+               path + "'")
+            ->waitUntilExit();
     }
+    EXPECT_EQ(contentOf(path), "/dev/null\n");
 }
+
+INSTANTIATE_TEST_SUITE_P(, LauncherWithoutStream,
+                         testing::Values(NamedValue<int>{{"Input"}, STDIN_FILENO},
+                                         NamedValue<int>{{"Output"}, STDOUT_FILENO},
+                                         NamedValue<int>{{"Errors"}, STDERR_FILENO}),
+                         nameOfCase);
 
 TEST_F(Launcher, KeepsOffTheStandardStreamsThatTheProgramOpensAgain) {
     {
@@ -508,7 +514,7 @@ TEST_F(Launcher, ConnectsPipesWhileTheProgramsStreamsAreClosed) {
         const WithoutStream input(STDIN_FILENO);
         const WithoutStream output(STDOUT_FILENO);
         const WithoutStream error(STDERR_FILENO);
-        platform::native::ProcessLauncher launcher;
+        qf::native::ProcessLauncher launcher;
         const auto outputPipe = launcher.makePipe();
         const auto errorPipe = launcher.makePipe();
         auto description = shellScript("echo out; echo wrong >&2");
@@ -516,7 +522,7 @@ TEST_F(Launcher, ConnectsPipesWhileTheProgramsStreamsAreClosed) {
         description.standardOutput = ChildStream::through(outputPipe);
         description.standardError = ChildStream::through(errorPipe);
         const auto child = launcher.launch(description);
-        platform::Data data;
+        qf::Data data;
         while (outputPipe->appendAvailable(data.bytes)) {
         }
         while (errorPipe->appendAvailable(data.bytes)) {
@@ -560,7 +566,7 @@ TEST_F(Launcher, EndsAReadThatAnotherThreadWaitsIn) {
     std::promise<long> reader;
     auto read = std::async(std::launch::async, [&] {
         reader.set_value(::gettid());
-        return platform::availableData(*pipe).bytes.size();
+        return qf::availableData(*pipe).bytes.size();
     });
     EXPECT_TRUE(isAsleep(reader.get_future().get()));
     pipe->closeReadEnd();
@@ -574,9 +580,9 @@ TEST_F(Launcher, EndsAReadAtOnceThatBeginsAfterTheReadEndWasClosed) {
     description.standardOutput = ChildStream::through(pipe);
     const auto child = launcher_.launch(description);
     pipe->closeReadEnd();
-    EXPECT_TRUE(platform::availableData(*pipe).bytes.empty());
+    EXPECT_TRUE(qf::availableData(*pipe).bytes.empty());
     pipe->closeReadEnd();
-    EXPECT_TRUE(platform::availableData(*pipe).bytes.empty());
+    EXPECT_TRUE(qf::availableData(*pipe).bytes.empty());
     openGate();
 }
 
@@ -652,12 +658,12 @@ public:
 private:
     /// The system tells the holder of each opening.
     void (*const former_)(int) = std::signal(SIGIO, SIG_IGN);
-    platform::native::FileDescriptor file_;
+    qf::native::FileDescriptor file_;
     bool isHeld_ = false;
 };
 
 TEST_F(Launcher, HasNobodyChangeTheEnvironmentWhileAProgramBegins) {
-    using platform::native::Environment;
+    using qf::native::Environment;
     const std::string program = directory_ / "program";
     std::filesystem::copy_file("/bin/true", program);
     const HeldFile held(program);
@@ -681,7 +687,7 @@ TEST_F(Launcher, HasNobodyChangeTheEnvironmentWhileAProgramBegins) {
 }
 
 TEST_F(Launcher, HandsAWholeEnvironmentOverWhileItIsChangedByThePlatformsOwnMeans) {
-    using platform::native::Environment;
+    using qf::native::Environment;
     Environment::set("QF_KEPT", "kept");
     changeMeanwhile(
         [](const std::string& name) {
@@ -695,7 +701,7 @@ TEST_F(Launcher, HandsAWholeEnvironmentOverWhileItIsChangedByThePlatformsOwnMean
 
 /// A child that holds three of the program's pipes until its gate is opened.
 struct HeldRun {
-    HeldRun(platform::ProcessLauncher& launcher, ProcessDescription description)
+    HeldRun(qf::ProcessLauncher& launcher, ProcessDescription description)
         : pipes(launcher.makePipes(3)) {
         description.standardInput = ChildStream::through(pipes[0]);
         description.standardOutput = ChildStream::through(pipes[1]);
@@ -703,8 +709,8 @@ struct HeldRun {
         child = launcher.launch(description);
     }
 
-    std::vector<std::shared_ptr<platform::Pipe>> pipes;
-    std::shared_ptr<platform::ChildProcess> child;
+    std::vector<std::shared_ptr<qf::Pipe>> pipes;
+    std::shared_ptr<qf::ChildProcess> child;
 };
 
 class LauncherShortOfDescriptors : public Launcher,
@@ -748,7 +754,7 @@ TEST_F(Launcher, MakesAllPipesOfARunOrNone) {
         const ScopedLimit<RLIMIT_NOFILE> limit(limitLeaving(5));
         try {
             launcher_.makePipes(3);
-        } catch (const platform::Exception&) {
+        } catch (const qf::Exception&) {
             made = false;
         }
     }
@@ -757,14 +763,14 @@ TEST_F(Launcher, MakesAllPipesOfARunOrNone) {
 }
 
 TEST(RunDescriptors, WaitNoLongerThanTheirPatience) {
-    platform::native::RunDescriptors descriptors(std::chrono::milliseconds(20));
+    qf::native::RunDescriptors descriptors(std::chrono::milliseconds(20));
     descriptors.opened();
-    std::optional<platform::Exception> failure;
+    std::optional<qf::Exception> failure;
     {
         const ScopedLimit<RLIMIT_NOFILE> limit(limitLeaving(0));
         try {
             descriptors.openPipes(1);
-        } catch (const platform::Exception& exception) {
+        } catch (const qf::Exception& exception) {
             failure = exception;
         }
     }
@@ -773,7 +779,7 @@ TEST(RunDescriptors, WaitNoLongerThanTheirPatience) {
 }
 
 TEST_F(Launcher, RunsOutOfDescriptorsWithAnException) {
-    std::vector<std::shared_ptr<platform::Pipe>> pipes;
+    std::vector<std::shared_ptr<qf::Pipe>> pipes;
     try {
         // The exception is examined outside: sanitizers need descriptors of their own.
         const ScopedLimit<RLIMIT_NOFILE> limit(40);
@@ -781,7 +787,7 @@ TEST_F(Launcher, RunsOutOfDescriptorsWithAnException) {
             pipes.push_back(launcher_.makePipe());
         }
         FAIL() << "the limit was not reached";
-    } catch (const platform::Exception& exception) {
+    } catch (const qf::Exception& exception) {
         EXPECT_EQ(exception.name(), "NSFileHandleOperationException");
         EXPECT_EQ(exception.reason(), "the system has no pipe left: Too many open files");
     }

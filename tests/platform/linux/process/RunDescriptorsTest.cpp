@@ -13,9 +13,9 @@
 #include <future>
 #include <string>
 
-using platform::native::FileDescriptor;
-using platform::native::RunDescriptor;
-using platform::native::RunDescriptors;
+using qf::native::FileDescriptor;
+using qf::native::RunDescriptor;
+using qf::native::RunDescriptors;
 
 namespace {
 
@@ -49,7 +49,7 @@ TEST_F(RunDescriptorsTest, OpenAllPipesOrNone) {
         const ScopedLimit<RLIMIT_NOFILE> limit(static_cast<rlim_t>(nullDevice().get()) + 3);
         try {
             descriptors_.openPipes(2);
-        } catch (const platform::Exception& exception) {
+        } catch (const qf::Exception& exception) {
             name = exception.name();
         }
     }

@@ -30,14 +30,14 @@ protected:
         options_.closeOthers();
         const auto child = spawn(script);
         output_.writing.reset();
-        platform::native::DescriptorStream stream(std::move(output_.reading));
+        qf::native::DescriptorStream stream(std::move(output_.reading));
         std::string text{std::istreambuf_iterator<char>(stream), {}};
         EXPECT_EQ(exitStatusOf(child), 0);
         return text;
     }
 
     ForkedPipe output_;
-    platform::native::SpawnOptions options_;
+    qf::native::SpawnOptions options_;
 };
 
 TEST_F(SpawnOptionsTest, ConnectAStreamOfTheChild) {

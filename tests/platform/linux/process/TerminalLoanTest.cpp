@@ -9,8 +9,8 @@
 #include <csignal>
 #include <memory>
 
-using platform::native::FileDescriptor;
-using platform::native::TerminalLoan;
+using qf::native::FileDescriptor;
+using qf::native::TerminalLoan;
 
 namespace {
 

@@ -13,12 +13,12 @@
 
 namespace {
 
-using platform::native::resolveTool;
+using qf::native::resolveTool;
 
 class ToolOverlay : public testing::Test {
 protected:
-    ToolOverlay() : installed_(platform::native::setToolOverlay(directory_.path())) {}
-    ~ToolOverlay() override { platform::native::setToolOverlay(installed_); }
+    ToolOverlay() : installed_(qf::native::setToolOverlay(directory_.path())) {}
+    ~ToolOverlay() override { qf::native::setToolOverlay(installed_); }
 
     /// Puts a stand-in for the tool of that path into the overlay.
     std::string standIn(const std::string& tool, const std::string& content,
@@ -73,7 +73,7 @@ TEST_F(ToolOverlay, FollowsALinkToTheStandIn) {
 
 TEST_F(ToolOverlay, LeavesEveryPathWithoutAnOverlay) {
     standIn("/bin/launchctl", "#!/bin/sh\n");
-    platform::native::setToolOverlay("");
+    qf::native::setToolOverlay("");
     EXPECT_EQ(resolveTool("/bin/launchctl"), "/bin/launchctl");
 }
 
@@ -84,7 +84,7 @@ TEST_F(ToolOverlay, TheInstallationsOverlayLiesBesideTheProgramsDirectory) {
 }
 
 TEST_F(ToolOverlay, AToolCanBeLaunchedIfItsStandInCan) {
-    platform::native::ProcessLauncher launcher;
+    qf::native::ProcessLauncher launcher;
     EXPECT_FALSE(launcher.canLaunch("/no/such/tool"));
     standIn("/no/such/tool", "#!/bin/sh\n");
     EXPECT_TRUE(launcher.canLaunch("/no/such/tool"));
@@ -92,8 +92,8 @@ TEST_F(ToolOverlay, AToolCanBeLaunchedIfItsStandInCan) {
 
 TEST_F(ToolOverlay, TheLauncherRunsTheStandIn) {
     standIn("/no/such/tool", "#!/bin/sh\nexit $(($1 + 1))\n");
-    platform::native::ProcessLauncher launcher;
-    platform::ProcessDescription description;
+    qf::native::ProcessLauncher launcher;
+    qf::ProcessDescription description;
     description.launchPath = "/no/such/tool";
     description.arguments = {"41"};
     const auto child = launcher.launch(description);
@@ -103,13 +103,13 @@ TEST_F(ToolOverlay, TheLauncherRunsTheStandIn) {
 
 TEST_F(ToolOverlay, MessagesShowThePathAskedFor) {
     standIn("/no/such/tool", "no program\n");
-    platform::native::ProcessLauncher launcher;
-    platform::ProcessDescription description;
+    qf::native::ProcessLauncher launcher;
+    qf::ProcessDescription description;
     description.launchPath = "/no/such/tool";
     try {
         launcher.launch(description);
         FAIL() << "it was launched";
-    } catch (const platform::Exception& exception) {
+    } catch (const qf::Exception& exception) {
         EXPECT_EQ(exception.reason(), "/no/such/tool could not be launched: the file is not a "
                                       "program that this machine can run");
     }

@@ -9,19 +9,19 @@
 
 namespace {
 
-constexpr platform::Date noon =
+constexpr qf::Date noon =
     std::chrono::sys_days(std::chrono::year(2026) / 11 / 16) + std::chrono::hours(12);
 
 /// Returns the local time at noon UTC.
 std::string localNoon() {
-    const std::tm parts = platform::native::Clock().localTime(noon);
+    const std::tm parts = qf::native::Clock().localTime(noon);
     std::string text(100, '\0');
     text.resize(std::strftime(text.data(), text.size(), "%Y-%m-%d %H:%M:%S", &parts));
     return text;
 }
 
 TEST(Clock, TellsThePresentMoment) {
-    platform::native::Clock clock;
+    qf::native::Clock clock;
     const auto before = std::chrono::system_clock::now();
     const auto now = clock.now();
     EXPECT_LE(before, now);

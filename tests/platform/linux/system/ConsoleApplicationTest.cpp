@@ -8,14 +8,14 @@
 #include <functional>
 #include <iostream>
 
-using platform::Application;
-using platform::Wait;
+using qf::Application;
+using qf::Wait;
 using ::testing::ExitedWithCode;
 
 namespace {
 
 Application& application() {
-    return platform::service<Application>();
+    return qf::service<Application>();
 }
 
 /// Every test runs a program in its own process.
@@ -24,7 +24,7 @@ protected:
     ConsoleMainDeathTest() { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
 
     [[noreturn]] static void run(const std::function<int()>& body) {
-        std::exit(platform::consoleMain(body));
+        std::exit(qf::consoleMain(body));
     }
 };
 

@@ -44,7 +44,7 @@ protected:
 
     TemporaryDirectory directory;
     std::string path = directory.write("output");
-    platform::native::Console console;
+    qf::native::Console console;
 };
 
 } // namespace

@@ -18,8 +18,8 @@
 #include <memory>
 #include <string>
 
-using platform::native::FileDescriptor;
-using platform::native::Inhibitors;
+using qf::native::FileDescriptor;
+using qf::native::Inhibitors;
 
 namespace {
 
@@ -96,7 +96,7 @@ private:
     }
 
     void answer(GVariant* arguments, GDBusMethodInvocation* invocation) {
-        const platform::native::OwnedText text(g_variant_print(arguments, FALSE));
+        const qf::native::OwnedText text(g_variant_print(arguments, FALSE));
         asked = text.get();
         if (refuses) {
             g_dbus_method_invocation_return_dbus_error(
@@ -120,7 +120,7 @@ private:
 
 class InhibitorsTest : public testing::Test {
 protected:
-    std::unique_ptr<platform::Inhibition> inhibited() {
+    std::unique_ptr<qf::Inhibition> inhibited() {
         return manager.serveWhile(
             [] { return Inhibitors().inhibitShutdown("Player", "Burning a disc"); });
     }

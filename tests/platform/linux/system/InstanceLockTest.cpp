@@ -13,7 +13,7 @@
 #include <unistd.h>
 
 namespace fs = std::filesystem;
-using platform::InstanceLock;
+using qf::InstanceLock;
 
 namespace {
 
@@ -76,9 +76,11 @@ TEST_F(InstanceLockTest, DoesNotFollowALink) {
     EXPECT_FALSE(InstanceLock(name).isHeldByAnother());
 }
 
-/// Returns the path of the lock if the runtime directory cannot be used.
+/// Returns the path of the lock if XDG_RUNTIME_DIR cannot be used.
 std::string fallback() {
-    return "/tmp/" + name + '-' + std::to_string(::geteuid()) + ".lock";
+    const auto user = std::to_string(::geteuid());
+    return fs::is_directory("/run/user/" + user) ? "/run/user/" + user + '/' + name + ".lock"
+                                                 : "/tmp/" + name + '-' + user + ".lock";
 }
 
 void expectFallback(const std::string& runtimeDirectory) {
@@ -91,14 +93,14 @@ void expectFallback(const std::string& runtimeDirectory) {
     fs::remove(fallback());
 }
 
-TEST_F(InstanceLockTest, LiesInTheTemporaryDirectoryWhenThereIsNoRuntimeDirectory) {
+TEST_F(InstanceLockTest, LiesElsewhereWhenNoRuntimeDirectoryIsNamed) {
     expectFallback("");
     expectFallback("relative");
     expectFallback(directory / "missing");
     expectFallback(directory.write("file"));
 }
 
-TEST_F(InstanceLockTest, LiesInTheTemporaryDirectoryWhenTheRuntimeDirectoryIsAnothers) {
+TEST_F(InstanceLockTest, LiesElsewhereWhenTheRuntimeDirectoryIsAnothers) {
     if (::geteuid() != 0) {
         expectFallback("/");
         return;

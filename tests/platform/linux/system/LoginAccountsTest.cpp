@@ -12,13 +12,15 @@
 #include <algorithm>
 #include <filesystem>
 
-using platform::native::AccountEntry;
-using platform::native::LoginAccounts;
-using platform::native::loginAccounts;
+using qf::native::AccountEntry;
+using qf::native::LoginAccounts;
+using qf::native::loginAccounts;
+using qf::native::UserIdRange;
 
 namespace {
 
 constexpr uid_t least = 1000;
+constexpr UserIdRange people{.least = least, .most = 5000};
 constexpr uid_t anna = 4001;
 constexpr uid_t ben = 4002;
 
@@ -38,7 +40,7 @@ protected:
 
     static std::vector<std::string> namesOf(const std::vector<AccountEntry>& entries) {
         std::vector<std::string> names;
-        for (const auto& account : loginAccounts(entries, least)) {
+        for (const auto& account : loginAccounts(entries, people)) {
             names.push_back(account.name);
         }
         return names;
@@ -61,9 +63,24 @@ TEST_F(LoginAccountsTest, AreTheSuperuserAndPeopleByTheirNumbers) {
               (Names{"root", "anna", "ben"}));
 }
 
+TEST_F(LoginAccountsTest, BeyondThoseOfPeopleHaveAHomeOfTheirOwn) {
+    constexpr uid_t distant = people.most + 1;
+    constexpr uid_t service = people.most + 2;
+    const auto home = makeHome("home", distant);
+    EXPECT_EQ(namesOf({{distant, distant, "distant", home}, {service, service, "service", "/"}}),
+              Names{"distant"});
+    EXPECT_EQ(namesOf({{people.most, people.most, "person", "/"}}), Names{"person"});
+}
+
+TEST_F(LoginAccountsTest, BeyondThoseOfPeopleAreToldOfIfTheirHomeCannotBeLookedAt) {
+    const auto loop = directory_ / "loop";
+    std::filesystem::create_symlink(loop, loop);
+    EXPECT_EQ(namesOf({{people.most + 1, people.most + 1, "distant", loop}}), Names{"distant"});
+}
+
 TEST_F(LoginAccountsTest, HaveTheirFieldsAndNoObstacle) {
     const auto home = makeHome("anna", anna);
-    const auto accounts = loginAccounts({{anna, ben, "anna", home}}, least);
+    const auto accounts = loginAccounts({{anna, ben, "anna", home}}, people);
     ASSERT_EQ(accounts.size(), 1U);
     EXPECT_EQ(accounts[0].userId, anna);
     EXPECT_EQ(accounts[0].groupId, ben);
@@ -94,22 +111,22 @@ TEST_F(LoginAccountsTest, AreFoundWhereAHomeDirectoryIsReachedThroughALink) {
 }
 
 TEST_F(LoginAccountsTest, MayNotUseAHomeDirectoryOfAnother) {
-    const auto accounts = loginAccounts({{anna, anna, "anna", makeHome("home", 0)}}, least);
+    const auto accounts = loginAccounts({{anna, anna, "anna", makeHome("home", 0)}}, people);
     ASSERT_EQ(accounts.size(), 1U);
     EXPECT_EQ(accounts[0].whyNot, "its home folder " + (directory_ / "home") + " belongs to root");
 }
 
-TEST_F(LoginAccountsTest, MayNotUseAHomeDirectoryThatIsNone) {
+TEST_F(LoginAccountsTest, MayNotUseWhatIsNoHomeDirectory) {
     const auto file = directory_.write("file");
     EXPECT_EQ(::chown(file.c_str(), anna, anna), 0);
-    const auto accounts = loginAccounts({{anna, anna, "anna", file}}, least);
+    const auto accounts = loginAccounts({{anna, anna, "anna", file}}, people);
     ASSERT_EQ(accounts.size(), 1U);
     EXPECT_EQ(accounts[0].whyNot, "its home folder " + file + " is no folder");
 }
 
 TEST_F(LoginAccountsTest, AreToldOfWhoseHomeDirectoryCannotBeLookedAt) {
     std::filesystem::create_symlink("loop", directory_ / "loop");
-    const auto accounts = loginAccounts({{anna, anna, "anna", directory_ / "loop"}}, least);
+    const auto accounts = loginAccounts({{anna, anna, "anna", directory_ / "loop"}}, people);
     ASSERT_EQ(accounts.size(), 1U);
     EXPECT_TRUE(accounts[0].whyNot.starts_with("its home folder " + (directory_ / "loop") +
                                                " cannot be looked at because "))
@@ -117,14 +134,14 @@ TEST_F(LoginAccountsTest, AreToldOfWhoseHomeDirectoryCannotBeLookedAt) {
 }
 
 TEST_F(LoginAccountsTest, AlwaysIncludeTheSuperuser) {
-    const auto accounts = loginAccounts({{0, 0, "root", directory_ / "missing"}}, least);
+    const auto accounts = loginAccounts({{0, 0, "root", directory_ / "missing"}}, people);
     ASSERT_EQ(accounts.size(), 1U);
     EXPECT_NE(accounts[0].whyNot, "");
 }
 
 TEST_F(LoginAccountsTest, MayNotHaveTheNumberThatMeansNoChange) {
     const auto home = makeHome("anna", anna);
-    const auto accounts = loginAccounts({{anna, static_cast<gid_t>(-1), "anna", home}}, least);
+    const auto accounts = loginAccounts({{anna, static_cast<gid_t>(-1), "anna", home}}, people);
     ASSERT_EQ(accounts.size(), 1U);
     EXPECT_EQ(accounts[0].whyNot, "its group has no valid number");
 }
@@ -150,27 +167,34 @@ TEST(LoginAccounts, OfThisMachineBeginWithTheSuperuser) {
 
 struct Definitions : NamedCase {
     const char* text;
-    uid_t least;
+    UserIdRange range;
 };
 
-class LeastUserId : public testing::TestWithParam<Definitions> {};
+class UserIds : public testing::TestWithParam<Definitions> {};
 
-TEST_P(LeastUserId, IsWhatTheFileSays) {
+TEST_P(UserIds, AreWhatTheFileSays) {
     const TemporaryDirectory directory;
-    EXPECT_EQ(platform::native::leastUserId(directory.write("login.defs", GetParam().text)),
-              GetParam().least);
+    EXPECT_EQ(qf::native::userIdRange(directory.write("login.defs", GetParam().text)),
+              GetParam().range);
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    OrTheUsualOne, LeastUserId,
-    testing::Values(Definitions{{"Given"}, "# UID_MIN 7\nGID_MIN 3\nUID_MIN\t\t 500\n", 500},
-                    Definitions{{"NotGiven"}, "UID_MAX 60000\n", 1000},
-                    Definitions{{"NoNumber"}, "UID_MIN many\n", 1000},
-                    Definitions{{"OfASystem"}, "SYS_UID_MIN 100\n", 1000}),
+    OrTheUsualOnes, UserIds,
+    testing::Values(
+        Definitions{
+            {"Given"}, "# UID_MIN 7\nGID_MIN 3\nUID_MIN\t\t 500\nUID_MAX 9000\n", {500, 9000}},
+        Definitions{{"NoLeast"}, "UID_MAX 70000\n", {1000, 70000}},
+        Definitions{{"NoMost"}, "UID_MIN 500\n", {500, 60000}},
+        Definitions{{"GivenTwice"}, "UID_MIN 500\nUID_MIN 600\n", {600, 60000}},
+        Definitions{{"InQuotes"}, "UID_MIN \"500\"\n", {500, 60000}},
+        Definitions{{"OfOtherBases"}, "UID_MIN 0x200\nUID_MAX 010000\n", {512, 4096}},
+        Definitions{{"NoNumbers"}, "UID_MIN many\nUID_MAX -1\nUID_MIN 12a\n", {1000, 60000}},
+        Definitions{{"TooLarge"}, "UID_MAX 4294967295\nUID_MIN 99999999999999999999\n", {}},
+        Definitions{{"OfASystem"}, "SYS_UID_MIN 100\nSYS_UID_MAX 999\n", {1000, 60000}}),
     nameOfCase);
 
-TEST(LeastUserId, IsTheUsualOneWithoutTheFile) {
-    EXPECT_EQ(platform::native::leastUserId("/nowhere/login.defs"), 1000U);
+TEST(UserIds, AreTheUsualOnesWithoutTheFile) {
+    EXPECT_EQ(qf::native::userIdRange("/nowhere/login.defs"), UserIdRange());
 }
 
 TEST(ProgramAsAnAccount, HasItsRightsAndNothingOfThisProcess) {
@@ -193,7 +217,7 @@ TEST(ProgramAsAnAccount, HasItsRightsAndNothingOfThisProcess) {
                                                   {"LOGNAME", "anna"},
                                                   {"PATH", "/usr/local/bin:/usr/bin:/bin"},
                                                   {"LANG", "C.UTF-8"}}));
-    EXPECT_EQ(described.standardInput.kind(), platform::ChildStream::Kind::nullDevice);
+    EXPECT_EQ(described.standardInput.kind(), qf::ChildStream::Kind::nullDevice);
     EXPECT_TRUE(described.leavesTerminal);
 }
 

@@ -14,7 +14,7 @@
 #include <thread>
 
 namespace fs = std::filesystem;
-using platform::Value;
+using qf::Value;
 
 namespace {
 
@@ -27,9 +27,9 @@ protected:
     std::string name = "Library/Preferences/com.quillfen.Test.plist";
     FakeAccount account;
     RecordingConsole console;
-    platform::ScopedService<platform::Console> installed{console};
-    platform::native::PropertyLists propertyLists;
-    platform::native::Preferences preferences{"com.quillfen.Test", account, propertyLists};
+    qf::ScopedService<qf::Console> installed{console};
+    qf::native::PropertyLists propertyLists;
+    qf::native::Preferences preferences{"com.quillfen.Test", account, propertyLists};
 };
 
 } // namespace

@@ -6,9 +6,9 @@
 
 #include <map>
 
-using enum platform::DirectoryKind;
-using platform::DirectoryKind;
-using platform::DomainMask;
+using enum qf::DirectoryKind;
+using qf::DirectoryKind;
+using qf::DomainMask;
 
 namespace {
 
@@ -18,7 +18,7 @@ Directories allDirectories(unsigned userId, DomainMask domain) {
     FakeAccount account;
     account.userId = userId;
     account.home = "/home/someone";
-    platform::native::SearchPaths searchPaths(account);
+    qf::native::SearchPaths searchPaths(account);
     Directories directories;
     for (const auto kind : {application, adminApplication, library, documentation, document,
                             desktop, caches, applicationSupport, movies}) {
@@ -72,7 +72,7 @@ TEST(SearchPaths, KnowTheOperatingSystemsLibraryAlone) {
 
 TEST(SearchPaths, TakeTheNumbersThatApplicationsStore) {
     FakeAccount account;
-    platform::native::SearchPaths searchPaths(account);
+    qf::native::SearchPaths searchPaths(account);
     const auto directories = [&](int kind, unsigned domain) {
         return searchPaths.directories(DirectoryKind{kind}, DomainMask{domain});
     };
@@ -92,7 +92,7 @@ TEST(SearchPaths, TakeTheNumbersThatApplicationsStore) {
 
 TEST(SearchPaths, GiveTheUsersDirectoryThenTheMachinesThenTheSystemsForAMaskOfSeveralDomains) {
     FakeAccount account;
-    platform::native::SearchPaths searchPaths(account);
+    qf::native::SearchPaths searchPaths(account);
     using List = std::vector<std::string>;
 
     EXPECT_EQ(searchPaths.directories(library, DomainMask{1 + 2 + 8}),
@@ -102,14 +102,13 @@ TEST(SearchPaths, GiveTheUsersDirectoryThenTheMachinesThenTheSystemsForAMaskOfSe
 
 TEST(SearchPaths, AreEmptyForNumbersThatMeanNothing) {
     FakeAccount account;
-    platform::native::SearchPaths searchPaths(account);
+    qf::native::SearchPaths searchPaths(account);
 
     EXPECT_TRUE(searchPaths.directories(DirectoryKind{2}, DomainMask::user).empty());
     EXPECT_TRUE(searchPaths.directories(library, DomainMask{4}).empty());
 }
 
 TEST(SearchPaths, PutADirectoryUnderAnyHome) {
-    EXPECT_EQ(platform::native::directoryInHome("/home/other", application),
-              "/home/other/Applications");
-    EXPECT_EQ(platform::native::directoryInHome("/", library), "/Library");
+    EXPECT_EQ(qf::native::directoryInHome("/home/other", application), "/home/other/Applications");
+    EXPECT_EQ(qf::native::directoryInHome("/", library), "/Library");
 }

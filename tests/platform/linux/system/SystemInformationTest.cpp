@@ -13,7 +13,7 @@
 #include <thread>
 
 namespace fs = std::filesystem;
-using platform::native::SystemInformation;
+using qf::native::SystemInformation;
 
 namespace {
 

@@ -1,12 +1,15 @@
 #include "platform/linux/system/TimedBus.h"
 
 #include "tests/platform/linux/SessionBus.h"
+#include "tests/support/ScopedEnvironment.h"
+#include "tests/support/ScopedLimit.h"
 
 #include <gtest/gtest.h>
 
 #include <memory>
 
-using platform::native::TimedBus;
+using qf::native::systemBusAddress;
+using qf::native::TimedBus;
 
 namespace {
 
@@ -17,10 +20,25 @@ TEST(TimedBus, ConnectsToABus) {
     EXPECT_FALSE(timed.isTimeUp());
 }
 
+TEST(TimedBus, ConnectsToTheSystemBusWhereverThatIs) {
+    const SessionBus bus;
+    const ScopedEnvironment variable("DBUS_SYSTEM_BUS_ADDRESS", bus.address());
+    EXPECT_NE(TimedBus(systemBusAddress()).connection(), nullptr);
+}
+
 TEST(TimedBus, HasNoConnectionWithoutABus) {
     const TimedBus timed("unix:path=/nonexistent/bus");
     EXPECT_EQ(timed.connection(), nullptr);
     EXPECT_FALSE(timed.isTimeUp());
+}
+
+TEST(TimedBus, HasNoConnectionWithoutDescriptors) {
+    const SessionBus bus;
+    for (rlim_t most = 3; most < 12; ++most) {
+        const ScopedLimit<RLIMIT_NOFILE> limit(most);
+        const TimedBus timed(bus.address());
+        EXPECT_EQ(timed.connection(), nullptr);
+    }
 }
 
 TEST(TimedBus, DoesNotWaitForAnAnswerForGood) {

@@ -1,6 +1,7 @@
 #include "platform/linux/system/UserAccount.h"
 
 #include "tests/platform/linux/RunChild.h"
+#include "tests/support/CasePath.h"
 #include "tests/support/NamedCase.h"
 #include "tests/support/ScopedEnvironment.h"
 #include "tests/support/TemporaryDirectory.h"
@@ -9,13 +10,13 @@
 #include <pwd.h>
 #include <unistd.h>
 
-using platform::native::accountNamed;
-using platform::native::accountOf;
+using qf::native::accountNamed;
+using qf::native::accountOf;
 
 TEST(UserAccount, HasTheHomeDirectoryThatTheEnvironmentNames) {
     const ScopedEnvironment home("HOME", "/home/other//");
 
-    EXPECT_EQ(platform::native::UserAccount().homeDirectory(), "/home/other");
+    EXPECT_EQ(qf::native::UserAccount().homeDirectory(), "/home/other");
 }
 
 struct UnusableVariable : NamedCase {
@@ -26,7 +27,7 @@ class UserAccountWithoutHome : public testing::TestWithParam<UnusableVariable> {
 
 TEST_P(UserAccountWithoutHome, HasTheAccountsHomeDirectory) {
     const ScopedEnvironment home("HOME", GetParam().value);
-    EXPECT_EQ(platform::native::UserAccount().homeDirectory(), ::getpwuid(::getuid())->pw_dir);
+    EXPECT_EQ(qf::native::UserAccount().homeDirectory(), ::getpwuid(::getuid())->pw_dir);
 }
 
 INSTANTIATE_TEST_SUITE_P(InTheEnvironment, UserAccountWithoutHome,
@@ -39,14 +40,14 @@ TEST(UserAccount, OwnsItsHome) {
     const TemporaryDirectory directory;
     const ScopedEnvironment home("HOME", directory.path());
 
-    EXPECT_EQ(platform::native::UserAccount().otherOwnerOfHome(), std::nullopt);
+    EXPECT_EQ(qf::native::UserAccount().otherOwnerOfHome(), std::nullopt);
 }
 
 TEST(UserAccount, HasNoOtherOwnerOfAHomeThatDoesNotExist) {
     const TemporaryDirectory directory;
     const ScopedEnvironment home("HOME", directory / "missing");
 
-    EXPECT_EQ(platform::native::UserAccount().otherOwnerOfHome(), std::nullopt);
+    EXPECT_EQ(qf::native::UserAccount().otherOwnerOfHome(), std::nullopt);
 }
 
 TEST(UserAccount, NamesTheOtherAccountThatOwnsItsHome) {
@@ -57,12 +58,12 @@ TEST(UserAccount, NamesTheOtherAccountThatOwnsItsHome) {
         GTEST_SKIP() << "only root can give a directory to another account";
     }
 
-    EXPECT_EQ(platform::native::UserAccount().otherOwnerOfHome(), ::getpwuid(nobody)->pw_name);
+    EXPECT_EQ(qf::native::UserAccount().otherOwnerOfHome(), ::getpwuid(nobody)->pw_name);
 }
 
 TEST(UserAccount, HasTheNameAndNumberOfTheRealUser) {
     const ScopedEnvironment user("LOGNAME", "nobody-in-particular");
-    platform::native::UserAccount account;
+    qf::native::UserAccount account;
 
     EXPECT_EQ(account.realUserId(), ::getuid());
     EXPECT_EQ(account.loginName(), ::getpwuid(::getuid())->pw_name);
@@ -90,31 +91,46 @@ TEST(UserAccount, KeepsTemporaryFilesWhereTheEnvironmentSays) {
     const TemporaryDirectory directory;
     const ScopedEnvironment temporary("TMPDIR", directory.path() + "/");
 
-    EXPECT_EQ(platform::native::UserAccount().temporaryDirectory(), directory.path());
+    EXPECT_EQ(qf::native::UserAccount().temporaryDirectory(), directory.path());
 }
 
-TEST(UserAccount, KeepsTemporaryFilesInTmpWhenTheEnvironmentNamesNoDirectory) {
+class UserAccountWithoutTemporaryDirectory : public testing::TestWithParam<UnusableVariable> {};
+
+TEST_P(UserAccountWithoutTemporaryDirectory, KeepsTemporaryFilesInTmp) {
     const TemporaryDirectory directory;
-    for (const auto& unusable :
-         {std::optional<std::string>(), std::optional<std::string>("."),
-          std::optional(directory / "missing"), std::optional(directory.write("file"))}) {
-        const ScopedEnvironment temporary("TMPDIR", unusable);
-        EXPECT_EQ(platform::native::UserAccount().temporaryDirectory(), "/tmp");
+    directory.write("file");
+    auto unusable = GetParam().value;
+    if (unusable) {
+        unusable = casePath(directory, *unusable);
     }
+    const ScopedEnvironment temporary("TMPDIR", unusable);
+    EXPECT_EQ(qf::native::UserAccount().temporaryDirectory(), "/tmp");
 }
 
-TEST(UserAccount, KeepsCachesWhereTheEnvironmentSaysElseInTheHomeDirectory) {
-    const ScopedEnvironment home("HOME", "/home/other");
-    {
-        const ScopedEnvironment cache("XDG_CACHE_HOME", "/var/fast");
-        EXPECT_EQ(platform::native::UserAccount().cacheDirectory(), "/var/fast");
-    }
-    for (const auto& unusable :
-         {std::optional<std::string>(), std::optional<std::string>("fast")}) {
-        const ScopedEnvironment cache("XDG_CACHE_HOME", unusable);
-        EXPECT_EQ(platform::native::UserAccount().cacheDirectory(), "/home/other/.cache");
-    }
+INSTANTIATE_TEST_SUITE_P(, UserAccountWithoutTemporaryDirectory,
+                         testing::Values(UnusableVariable{{"Unset"}, std::nullopt},
+                                         UnusableVariable{{"Relative"}, "."},
+                                         UnusableVariable{{"Missing"}, "DIR/missing"},
+                                         UnusableVariable{{"File"}, "DIR/file"}),
+                         nameOfCase);
+
+TEST(UserAccount, KeepsCachesWhereTheEnvironmentSays) {
+    const ScopedEnvironment cache("XDG_CACHE_HOME", "/var/fast");
+    EXPECT_EQ(qf::native::UserAccount().cacheDirectory(), "/var/fast");
 }
+
+class UserAccountWithoutCacheDirectory : public testing::TestWithParam<UnusableVariable> {};
+
+TEST_P(UserAccountWithoutCacheDirectory, KeepsCachesInTheHomeDirectory) {
+    const ScopedEnvironment home("HOME", "/home/other");
+    const ScopedEnvironment cache("XDG_CACHE_HOME", GetParam().value);
+    EXPECT_EQ(qf::native::UserAccount().cacheDirectory(), "/home/other/.cache");
+}
+
+INSTANTIATE_TEST_SUITE_P(, UserAccountWithoutCacheDirectory,
+                         testing::Values(UnusableVariable{{"Unset"}, std::nullopt},
+                                         UnusableVariable{{"Relative"}, "fast"}),
+                         nameOfCase);
 
 TEST(UserAccount, KeepsStateInTheMachinesDirectoryForTheSuperuser) {
     if (::getuid() != 0) {
@@ -122,7 +138,7 @@ TEST(UserAccount, KeepsStateInTheMachinesDirectoryForTheSuperuser) {
     }
     const ScopedEnvironment state("XDG_STATE_HOME", "/var/fast");
 
-    EXPECT_EQ(platform::native::UserAccount().stateDirectory(), "/var/lib");
+    EXPECT_EQ(qf::native::UserAccount().stateDirectory(), "/var/lib");
 }
 
 TEST(UserAccount, KeepsStateWhereTheEnvironmentSaysElseInTheHomeDirectory) {

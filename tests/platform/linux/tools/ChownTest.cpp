@@ -15,10 +15,6 @@ namespace {
 using Words = std::vector<std::string>;
 using Owner = std::pair<uid_t, gid_t>;
 
-struct NamedText : NamedCase {
-    const char* text;
-};
-
 constexpr const char* usage = "usage: chown OWNER[:GROUP] | :GROUP FILE...\n";
 
 class Chown : public testing::Test {
@@ -58,18 +54,30 @@ INSTANTIATE_TEST_SUITE_P(
     testing::ValuesIn(std::vector<Words>{
         {}, {"root"}, {"", "/a"}, {"root:", "/a"}, {":", "/a"}, {"-R", "root", "/a"}}));
 
-TEST_F(Chown, GivesAFileToAUserAndAGroup) {
+struct GivenOwner : NamedCase {
+    const char* owner;
+    Owner expected;
+};
+
+class ChownTo : public Chown, public testing::WithParamInterface<GivenOwner> {};
+
+TEST_P(ChownTo, GivesAFileAway) {
     skipUnlessRoot();
-    const std::vector<std::pair<std::string, Owner>> rows = {
-        {"daemon:nogroup", {1, 65534}}, {"root", {0, 65534}}, {":root", {0, 0}},
-        {"1234:5678", {1234, 5678}},    {"0", {0, 5678}},     {":0", {0, 0}}};
-    for (const auto& [owner, expected] : rows) {
-        const auto outcome = chown({owner, file});
-        EXPECT_EQ(outcome.status, 0) << outcome.output;
-        EXPECT_EQ(outcome.output, "");
-        EXPECT_EQ(ownerOf(file), expected) << owner;
-    }
+    ASSERT_EQ(::chown(file.c_str(), 7, 8), 0);
+    const auto outcome = chown({GetParam().owner, file});
+    EXPECT_EQ(outcome.status, 0) << outcome.output;
+    EXPECT_EQ(outcome.output, "");
+    EXPECT_EQ(ownerOf(file), GetParam().expected);
 }
+
+INSTANTIATE_TEST_SUITE_P(All, ChownTo,
+                         testing::Values(GivenOwner{{"UserAndGroup"}, "daemon:nogroup", {1, 65534}},
+                                         GivenOwner{{"User"}, "root", {0, 8}},
+                                         GivenOwner{{"Group"}, ":root", {7, 0}},
+                                         GivenOwner{{"Numbers"}, "1234:5678", {1234, 5678}},
+                                         GivenOwner{{"NumberOfAUser"}, "0", {0, 8}},
+                                         GivenOwner{{"NumberOfAGroup"}, ":0", {7, 0}}),
+                         nameOfCase);
 
 TEST_F(Chown, TakesTheAdministratorsGroupForThatOfRootWhereThereIsNone) {
     skipUnlessRoot();
@@ -92,7 +100,7 @@ class ChownToNobody : public Chown, public testing::WithParamInterface<NamedText
 
 TEST_P(ChownToNobody, FailsAndChangesNothing) {
     const auto before = ownerOf(file);
-    EXPECT_NE(chown({GetParam().text, file}).status, 0);
+    EXPECT_NE(chown({GetParam().value, file}).status, 0);
     EXPECT_EQ(ownerOf(file), before);
 }
 
@@ -126,18 +134,23 @@ TEST_F(Chown, RefusesALinkAndLeavesWhatItLeadsTo) {
     EXPECT_EQ(ownerOf(directory / "link"), before);
 }
 
-TEST_F(Chown, RefusesALinkToADirectoryHoweverManySlashesFollow) {
+class ChownOfALink : public Chown, public testing::WithParamInterface<NamedText> {};
+
+TEST_P(ChownOfALink, IsRefusedHoweverManySlashesFollow) {
     const auto target = directory.makeDirectory("target");
     std::filesystem::create_directory_symlink(target, directory / "link");
     const auto before = ownerOf(target);
-    for (const char* name : {"link", "link/", "link//"}) {
-        const auto outcome = chown({"1234:5678", directory / name});
-        EXPECT_EQ(outcome.status, 1) << name;
-        EXPECT_NE(outcome.output.find("because it is a link"), std::string::npos) << outcome.output;
-    }
+    const auto outcome = chown({"1234:5678", directory / GetParam().value});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_NE(outcome.output.find("because it is a link"), std::string::npos) << outcome.output;
     EXPECT_EQ(ownerOf(target), before);
     EXPECT_EQ(ownerOf(directory / "link"), before);
 }
+
+INSTANTIATE_TEST_SUITE_P(All, ChownOfALink,
+                         testing::Values(NamedText{{"None"}, "link"}, NamedText{{"One"}, "link/"},
+                                         NamedText{{"Two"}, "link//"}),
+                         nameOfCase);
 
 TEST_F(Chown, TakesEveryWordBehindTheOwnerForAPath) {
     skipUnlessRoot();

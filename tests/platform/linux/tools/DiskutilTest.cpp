@@ -1,4 +1,6 @@
 #include "platform/linux/plist/PropertyLists.h"
+#include "tests/support/CasePath.h"
+#include "tests/support/NamedCase.h"
 #include "tests/support/RunCommand.h"
 #include "tests/support/TemporaryDirectory.h"
 
@@ -11,7 +13,7 @@
 #include <sstream>
 
 namespace fs = std::filesystem;
-using platform::Value;
+using qf::Value;
 
 namespace {
 
@@ -25,7 +27,7 @@ Outcome diskutil(Words words) {
 }
 
 Value parsed(const std::string& text) {
-    return platform::native::PropertyLists().parse(text);
+    return qf::native::PropertyLists().parse(text);
 }
 
 /// Runs a script in a private mount namespace with the directory as "$1" and the tool as "$2".
@@ -61,15 +63,27 @@ INSTANTIATE_TEST_SUITE_P(All, DiskutilMisuse,
                                                               {"list", "-plist", "/"},
                                                               {"--help"}}));
 
-TEST(Diskutil, RefusesWhatIsNoMountPoint) {
+class DiskutilOfNoMountPoint : public testing::TestWithParam<NamedText> {};
+
+TEST_P(DiskutilOfNoMountPoint, IsRefused) {
     const TemporaryDirectory directory;
-    const auto file = directory.write("file");
-    const auto none = " couldn’t be described because no local volume is mounted there.\n";
-    for (const auto& path : {directory.path(), file, std::string("/proc")}) {
-        const auto outcome = diskutil({"info", "-plist", path});
-        EXPECT_EQ(outcome.status, 1);
-        EXPECT_EQ(outcome.output, "diskutil: “" + path + "”" + none);
-    }
+    directory.write("file");
+    const auto path = casePath(directory, GetParam().value);
+    const auto outcome = diskutil({"info", "-plist", path});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.output, "diskutil: “" + path +
+                                  "” couldn’t be described because no local volume is mounted "
+                                  "there.\n");
+}
+
+INSTANTIATE_TEST_SUITE_P(, DiskutilOfNoMountPoint,
+                         testing::Values(NamedText{{"Directory"}, "DIR"},
+                                         NamedText{{"File"}, "DIR/file"},
+                                         NamedText{{"NotLocal"}, "/proc"}),
+                         nameOfCase);
+
+TEST(Diskutil, RefusesWhatIsMissing) {
+    const TemporaryDirectory directory;
     EXPECT_EQ(diskutil({"info", "-plist", directory / "missing"}).output,
               "diskutil: “" + (directory / "missing") +
                   "” couldn’t be described because it doesn’t exist.\n");
@@ -97,29 +111,42 @@ TEST(Diskutil, DescribesAVolumeOfMemory) {
                                                               {"ReadOnly", true}}));
 }
 
-TEST(Diskutil, DescribesAVolumeOnADeviceAsOtherToolsDo) {
-    const auto probe = run({"sh", "-c", "command -v mkfs.ext4 && losetup -f"});
-    if (const auto reason = whyNoMounts(); !reason.empty() || probe.status != 0) {
-        GTEST_SKIP() << "no loop device or mkfs.ext4: " << reason << probe.output;
+/// A volume on a device, as the program and other tools describe it.
+class DiskutilOnADevice : public testing::Test {
+protected:
+    void SetUp() override {
+        const auto probe = run({"sh", "-c", "command -v mkfs.ext4 && losetup -f"});
+        if (const auto reason = whyNoMounts(); !reason.empty() || probe.status != 0) {
+            GTEST_SKIP() << "no loop device or mkfs.ext4: " << reason << probe.output;
+        }
+        const auto outcome = inNamespace(R"sh(
+            truncate -s 8M "$1/image"
+            mkfs.ext4 -q -L 'My Label' "$1/image"
+            mkdir "$1/disk"
+            mount -o loop "$1/image" "$1/disk"
+            dd if=/dev/zero of="$1/disk/file" bs=1024 count=100 status=none
+            sync -f "$1/disk/file"
+            echo plist; "$2" info -plist "$1/disk"
+            echo findmnt; findmnt -bnro SOURCE,FSTYPE,LABEL,UUID "$1/disk"
+            echo lsblk; lsblk -bdnro NAME,SIZE,RM,RO,LOG-SEC "$(findmnt -no SOURCE "$1/disk")"
+            echo stat; stat -f -c '%b %f %S' "$1/disk"
+            echo end)sh",
+                                         directory);
+        ASSERT_EQ(outcome.status, 0) << outcome.output;
+        info = parsed(between(outcome.output, "plist", "findmnt"));
+        findmnt.str(between(outcome.output, "findmnt", "lsblk"));
+        lsblk.str(between(outcome.output, "lsblk", "stat"));
+        stat.str(between(outcome.output, "stat", "end"));
     }
-    const TemporaryDirectory directory;
-    const auto outcome = inNamespace(R"sh(
-        truncate -s 8M "$1/image"
-        mkfs.ext4 -q -L 'My Label' "$1/image"
-        mkdir "$1/disk"
-        mount -o loop "$1/image" "$1/disk"
-        dd if=/dev/zero of="$1/disk/file" bs=1024 count=100 status=none
-        sync -f "$1/disk/file"
-        echo plist; "$2" info -plist "$1/disk"
-        echo findmnt; findmnt -bnro SOURCE,FSTYPE,LABEL,UUID "$1/disk"
-        echo lsblk; lsblk -bdnro NAME,SIZE,RM,RO,LOG-SEC "$(findmnt -no SOURCE "$1/disk")"
-        echo stat; stat -f -c '%b %f %S' "$1/disk"
-        echo end)sh",
-                                     directory);
-    ASSERT_EQ(outcome.status, 0) << outcome.output;
-    const auto info = parsed(between(outcome.output, "plist", "findmnt"));
 
-    std::istringstream findmnt(between(outcome.output, "findmnt", "lsblk"));
+    TemporaryDirectory directory;
+    Value info;
+    std::istringstream findmnt;
+    std::istringstream lsblk;
+    std::istringstream stat;
+};
+
+TEST_F(DiskutilOnADevice, DescribesItsFileSystem) {
     std::string source;
     std::string type;
     std::string label;
@@ -130,8 +157,9 @@ TEST(Diskutil, DescribesAVolumeOnADeviceAsOtherToolsDo) {
     EXPECT_EQ(label, R"(My\x20Label)");
     EXPECT_EQ(info["VolumeName"], Value("My Label"));
     EXPECT_EQ(info["VolumeUUID"], Value(uuid));
+}
 
-    std::istringstream lsblk(between(outcome.output, "lsblk", "stat"));
+TEST_F(DiskutilOnADevice, DescribesTheDevice) {
     std::string name;
     std::int64_t size = 0;
     int removable = 0;
@@ -148,8 +176,9 @@ TEST(Diskutil, DescribesAVolumeOnADeviceAsOtherToolsDo) {
     EXPECT_EQ(info["WritableMedia"], Value(readOnly == 0));
     EXPECT_EQ(info["DeviceBlockSize"], Value(blockSize));
     EXPECT_EQ(info["Internal"], Value(false));
+}
 
-    std::istringstream stat(between(outcome.output, "stat", "end"));
+TEST_F(DiskutilOnADevice, DescribesItsRoom) {
     std::int64_t blocks = 0;
     std::int64_t freeBlocks = 0;
     std::int64_t fragment = 0;

@@ -1,3 +1,4 @@
+#include "tests/support/NamedCase.h"
 #include "tests/support/RunCommand.h"
 #include "tests/support/TemporaryDirectory.h"
 
@@ -102,13 +103,18 @@ TEST_F(Xattr, DeletesAnAttribute) {
     EXPECT_EQ(attribute(file, std::string("user.") + progress), std::nullopt);
 }
 
-TEST_F(Xattr, TellsThatAnAttributeIsMissing) {
-    for (const char* option : {"-d", "-p"}) {
-        const auto outcome = xattr({option, "name", file});
-        EXPECT_EQ(outcome.status, 1);
-        EXPECT_EQ(outcome.output, "xattr: " + file + ": No such xattr: name\n");
-    }
+class XattrOfAMissingAttribute : public Xattr, public testing::WithParamInterface<NamedText> {};
+
+TEST_P(XattrOfAMissingAttribute, TellsThatItIsMissing) {
+    const auto outcome = xattr({GetParam().value, "name", file});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.output, "xattr: " + file + ": No such xattr: name\n");
 }
+
+INSTANTIATE_TEST_SUITE_P(, XattrOfAMissingAttribute,
+                         testing::Values(NamedText{{"Deleted"}, "-d"},
+                                         NamedText{{"Printed"}, "-p"}),
+                         nameOfCase);
 
 TEST_F(Xattr, TellsThatAFileIsMissingAndTriesTheOthers) {
     const auto missing = directory / "missing";

@@ -1,4 +1,5 @@
 #include "tests/platform/linux/tools/ditto/DittoHarness.h"
+#include "tests/support/NamedCase.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -27,18 +28,27 @@ TEST_F(DittoCompress, LeavesTheDirectoriesNameOutUnlessItIsKept) {
     EXPECT_EQ(treeOf(directory / "out"), treeOf(source));
 }
 
-TEST_F(DittoCompress, PacksASingleFileUnderItsName) {
+struct PackingOptions : NamedCase {
+    std::vector<std::string> options;
+};
+
+class DittoCompressAFile : public DittoCompress,
+                           public testing::WithParamInterface<PackingOptions> {};
+
+TEST_P(DittoCompressAFile, PacksItUnderItsName) {
     const auto file = directory.write("clip.mov", "content");
-    for (const auto& words :
-         std::vector<std::vector<std::string>>{{"-ck"}, {"-ck", "--keepParent"}}) {
-        auto command = words;
-        command.insert(command.end(), {file, directory / "a.zip"});
-        expectDone(ditto(command));
-        expectDone(ditto({"-xk", directory / "a.zip", directory / "out"}));
-        EXPECT_EQ(contentOf(directory / "out/clip.mov"), "content");
-        fs::remove_all(directory / "out");
-    }
+    auto command = GetParam().options;
+    command.insert(command.end(), {file, directory / "a.zip"});
+    expectDone(ditto(command));
+    expectDone(ditto({"-xk", directory / "a.zip", directory / "out"}));
+    EXPECT_EQ(contentOf(directory / "out/clip.mov"), "content");
 }
+
+INSTANTIATE_TEST_SUITE_P(, DittoCompressAFile,
+                         testing::Values(PackingOptions{{"Alone"}, {"-ck"}},
+                                         PackingOptions{{"KeepingTheDirectory"},
+                                                        {"-ck", "--keepParent"}}),
+                         nameOfCase);
 
 TEST_F(DittoCompress, KeepsNamesThatAreNoText) {
     directory.write("src/a\xFF\xFE", "content");

@@ -1,6 +1,7 @@
 #include "platform/linux/tools/launchctl/JobFile.h"
 
 #include "platform/linux/tools/Tool.h"
+#include "tests/support/NamedCase.h"
 #include "tests/support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
@@ -8,7 +9,7 @@
 
 #include <filesystem>
 
-namespace platform::native::launchctl {
+namespace qf::native::launchctl {
 namespace {
 
 constexpr const char* smallJob =
@@ -18,7 +19,7 @@ std::string errorOf(const std::string& path, MustBeSafe mustBeSafe = MustBeSafe:
     try {
         readJobFile(path, mustBeSafe);
         return "no error";
-    } catch (const platform::native::tool::ToolError& error) {
+    } catch (const qf::native::tool::ToolError& error) {
         return error.what();
     }
 }
@@ -76,14 +77,19 @@ TEST_F(JobFile, NestedAThousandDeepIsAnError) {
     EXPECT_EQ(errorOf(path), path + ": Invalid property list");
 }
 
-TEST_F(JobFile, ThatOthersMayWriteIsUnsafe) {
+class SharedJobFile : public JobFile, public testing::WithParamInterface<NamedValue<mode_t>> {};
+
+TEST_P(SharedJobFile, IsUnsafe) {
     directory.write("a.plist", smallJob);
-    for (const mode_t mode : {0664U, 0646U}) {
-        ASSERT_EQ(::chmod(path.c_str(), mode), 0);
-        EXPECT_EQ(errorOf(path), path + ": Path had bad ownership/permissions");
-        EXPECT_EQ(errorOf(path, MustBeSafe::no), "no error");
-    }
+    ASSERT_EQ(::chmod(path.c_str(), GetParam().value), 0);
+    EXPECT_EQ(errorOf(path), path + ": Path had bad ownership/permissions");
+    EXPECT_EQ(errorOf(path, MustBeSafe::no), "no error");
 }
+
+INSTANTIATE_TEST_SUITE_P(All, SharedJobFile,
+                         testing::Values(NamedValue<mode_t>{{"WithItsGroup"}, 0664},
+                                         NamedValue<mode_t>{{"WithEverybody"}, 0646}),
+                         nameOfCase);
 
 TEST_F(JobFile, OfAnotherUserIsUnsafe) {
     if (::geteuid() != 0) {
@@ -96,4 +102,4 @@ TEST_F(JobFile, OfAnotherUserIsUnsafe) {
 }
 
 } // namespace
-} // namespace platform::native::launchctl
+} // namespace qf::native::launchctl

@@ -6,7 +6,7 @@
 #include <ostream>
 #include <sstream>
 
-namespace platform::native::launchctl {
+namespace qf::native::launchctl {
 namespace {
 
 using Dictionary = Value::Dictionary;
@@ -273,4 +273,4 @@ std::string nameOfRefusal(const testing::TestParamInfo<Refusal>& info) {
 INSTANTIATE_TEST_SUITE_P(Rows, RefusedKey, testing::ValuesIn(refusals), nameOfRefusal);
 
 } // namespace
-} // namespace platform::native::launchctl
+} // namespace qf::native::launchctl

@@ -1,11 +1,12 @@
 #include "platform/linux/tools/launchctl/JobUnits.h"
 
+#include "tests/support/NamedCase.h"
 #include "tests/support/RunCommand.h"
 #include "tests/support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
 
-namespace platform::native::launchctl {
+namespace qf::native::launchctl {
 namespace {
 
 using Dictionary = Value::Dictionary;
@@ -110,23 +111,28 @@ TEST(JobUnits, AreNamedByAnyLabelThatHasItsQuotes) {
     EXPECT_EQ(ownerOfUnit(unitsOfJob(job, "/a", Domain::user).front().text).label, "a\"b\"");
 }
 
-TEST(JobUnits, ArePlainToSystemd) {
+class JobUnitsOfADomain : public testing::TestWithParam<NamedValue<Domain>> {};
+
+TEST_P(JobUnitsOfADomain, ArePlainToSystemd) {
     if (run({"systemd-analyze", "--version"}).status != 0) {
         GTEST_SKIP() << "systemd-analyze is not installed";
     }
     const TemporaryDirectory directory;
-    for (const auto domain : {Domain::user, Domain::system}) {
-        std::vector<std::string> command = {"systemd-analyze", "--man=no", "--recursive-errors=no",
-                                            domain == Domain::user ? "--user" : "--system",
-                                            "verify"};
-        for (const auto& unit : unitsOfJob(fullJob(directory.path()), "/a.plist", domain)) {
-            command.push_back(directory.write(unit.name, unit.text));
-        }
-        const auto outcome = run(command, {"XDG_RUNTIME_DIR=" + directory.path()});
-        EXPECT_EQ(outcome.status, 0);
-        EXPECT_EQ(outcome.output, "");
+    const auto domain = GetParam().value;
+    std::vector<std::string> command = {"systemd-analyze", "--man=no", "--recursive-errors=no",
+                                        domain == Domain::user ? "--user" : "--system", "verify"};
+    for (const auto& unit : unitsOfJob(fullJob(directory.path()), "/a.plist", domain)) {
+        command.push_back(directory.write(unit.name, unit.text));
     }
+    const auto outcome = run(command, {"XDG_RUNTIME_DIR=" + directory.path()});
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.output, "");
 }
 
+INSTANTIATE_TEST_SUITE_P(All, JobUnitsOfADomain,
+                         testing::Values(NamedValue<Domain>{{"User"}, Domain::user},
+                                         NamedValue<Domain>{{"System"}, Domain::system}),
+                         nameOfCase);
+
 } // namespace
-} // namespace platform::native::launchctl
+} // namespace qf::native::launchctl

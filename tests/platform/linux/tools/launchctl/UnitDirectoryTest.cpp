@@ -4,10 +4,12 @@
 #include "tests/support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
+#include <cerrno>
 #include <filesystem>
 
-namespace platform::native::launchctl {
+namespace qf::native::launchctl {
 namespace {
 
 namespace fs = std::filesystem;
@@ -61,6 +63,38 @@ TEST_F(Units, MayLieInDirectoriesThatAreLinks) {
     EXPECT_TRUE(fs::is_symlink(path));
     EXPECT_TRUE(fs::is_symlink(path + "/default.target.wants"));
     EXPECT_TRUE(fs::is_empty(home / "elsewhere/wants"));
+}
+
+/// Keeps this process from opening anything, for a scope.
+class NoDescriptors {
+public:
+    NoDescriptors() {
+        ::getrlimit(RLIMIT_NOFILE, &former_);
+        const rlimit none{0, former_.rlim_max};
+        ::setrlimit(RLIMIT_NOFILE, &none);
+    }
+    ~NoDescriptors() { ::setrlimit(RLIMIT_NOFILE, &former_); }
+    NoDescriptors(const NoDescriptors&) = delete;
+    NoDescriptors& operator=(const NoDescriptors&) = delete;
+
+private:
+    rlimit former_{};
+};
+
+TEST_F(Units, DoNotPassForMissingWhereTheyCannotBeRead) {
+    directory.write(unitsLabelled("a"));
+    // The sanitizer opens descriptors when it sees a class for the first time.
+    for (const auto* category : {&std::generic_category(), &std::system_category()}) {
+        EXPECT_NE(std::error_code(EMFILE, *category).message(), "");
+    }
+    const NoDescriptors none;
+    EXPECT_THROW(directory.owners(), tool::ToolError);
+    EXPECT_THROW(directory.unitsOf("a"), tool::ToolError);
+}
+
+TEST_F(Units, AreNoneWithoutADirectory) {
+    EXPECT_TRUE(directory.owners().empty());
+    EXPECT_TRUE(directory.unitsOf("a").empty());
 }
 
 TEST_F(Units, OfOtherJobsStay) {
@@ -120,14 +154,14 @@ TEST_F(Units, ReplaceALinkThatWasLeftBehind) {
 
 TEST_F(Units, CannotBeWrittenWhereAFileExists) {
     home.write("systemd", "");
-    EXPECT_THROW(directory.write(unitsLabelled("a")), platform::native::tool::ToolError);
+    EXPECT_THROW(directory.write(unitsLabelled("a")), qf::native::tool::ToolError);
 }
 
-TEST_F(Units, AreNoneInADirectoryThatIsNotThere) {
+TEST_F(Units, AreNotFoundInAMissingDirectory) {
     EXPECT_TRUE(directory.unitsOf("a").empty());
     EXPECT_TRUE(directory.owners().empty());
     EXPECT_NO_THROW(directory.removeLinks({"a.service"}));
 }
 
 } // namespace
-} // namespace platform::native::launchctl
+} // namespace qf::native::launchctl

@@ -6,7 +6,7 @@
 
 #include <string>
 
-namespace platform::native::launchctl {
+namespace qf::native::launchctl {
 namespace {
 
 std::string reasonOf(std::string (*operation)(std::string_view), std::string_view text) {
@@ -141,10 +141,20 @@ TEST(Programs, AreRefusedWhenADirectory) {
     EXPECT_EQ(reasonOf(programWord, "/bin/"), "must name a program, not a folder");
 }
 
-TEST(Programs, AreRefusedWithWhatSystemdRunsNoProgramWith) {
-    for (const auto* path : {"/a'b", "/a\"b", "/a\\b", "a'b"}) {
-        EXPECT_EQ(reasonOf(programWord, path), "must not hold quotes or backslashes") << path;
-    }
+class ProgramPath : public testing::TestWithParam<NamedText> {};
+
+TEST_P(ProgramPath, IsRefusedIfSystemdRunsNoProgramWithIt) {
+    EXPECT_EQ(reasonOf(programWord, GetParam().value), "must not hold quotes or backslashes");
+}
+
+INSTANTIATE_TEST_SUITE_P(All, ProgramPath,
+                         testing::Values(NamedText{{"Apostrophe"}, "/a'b"},
+                                         NamedText{{"Quote"}, "/a\"b"},
+                                         NamedText{{"Backslash"}, "/a\\b"},
+                                         NamedText{{"Relative"}, "a'b"}),
+                         nameOfCase);
+
+TEST(Programs, AreRefusedWithControlCharacters) {
     EXPECT_EQ(reasonOf(programWord, "/a\nb"), "must not hold control characters");
 }
 
@@ -166,4 +176,4 @@ TEST(PlainPaths, AreRefusedWhenTheSettingWouldReadAnother) {
 }
 
 } // namespace
-} // namespace platform::native::launchctl
+} // namespace qf::native::launchctl

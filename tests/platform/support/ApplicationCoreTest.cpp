@@ -1,0 +1,52 @@
+#include "platform/support/ApplicationCore.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <future>
+
+namespace {
+
+using qf::Wait;
+
+/// An application whose event loop takes its time over a ring: until the loop has ended, or until
+/// it is clear that it waits.
+class SlowlyRung final : public qf::ApplicationCore {
+public:
+    void waitUntilRung() { rung_.get_future().wait(); }
+
+    void endEventLoop() {
+        dropWork();
+        hasEnded_.set_value();
+    }
+
+    bool isRinging() const { return isRinging_; }
+
+private:
+    void ring() override {
+        isRinging_ = true;
+        rung_.set_value();
+        hasEnded_.get_future().wait_for(std::chrono::milliseconds(200));
+        isRinging_ = false;
+    }
+    void dispatchNextEvent(std::chrono::milliseconds /*deadline*/) override {}
+    void leaveEventLoop() override {}
+
+    std::promise<void> rung_;
+    std::promise<void> hasEnded_;
+    std::atomic<bool> isRinging_ = false;
+};
+
+TEST(ApplicationCore, NeverRingsForAnEventLoopThatHasEnded) {
+    SlowlyRung application;
+    const auto caller = std::async(
+        std::launch::async, [&application] { application.performOnMainThread([] {}, Wait::no); });
+    application.waitUntilRung();
+
+    application.endEventLoop();
+
+    EXPECT_FALSE(application.isRinging());
+}
+
+} // namespace
