@@ -7,7 +7,7 @@
 #include "platform/foundation/Thread.h"
 #include "util/alert/QFAlert.h"
 
-AppController::AppController(platform::Interface& interface, PlanObserver& observer)
+AppController::AppController(qf::Interface& interface, PlanObserver& observer)
     : windowMain_(interface.window("windowMain")),
       removeSharedCheck_(interface.checkBox("removeSharedCheck")),
       windowProgress_(interface.window("windowProgress")),
@@ -21,24 +21,28 @@ void AppController::uninstall() {
     progressBar_.startAnimation();
     windowProgress_.makeKeyAndOrderFront();
     windowMain_.orderOut();
-    platform::detachNewThread([this] { beginUninstall(); });
+    try {
+        qf::detachNewThread([this] { beginUninstall(); });
+    } catch (const qf::NoThreadLeft&) {
+        beginUninstall(); // The window does not move, but the run goes to its end.
+    }
 }
 
 void AppController::beginUninstall() {
-    const bool removeShared = removeSharedCheck_.state() == platform::CheckBoxState::on;
+    const bool removeShared = removeSharedCheck_.state() == qf::CheckBoxState::on;
     walkUninstallPlan(uninstallPlan(removeShared ? RemoveShared::yes : RemoveShared::no),
                       observer_);
-    platform::service<platform::Application>().performOnMainThread([this] { endProgress(); },
-                                                                   platform::Wait::untilDone);
+    qf::service<qf::Application>().performOnMainThread([this] { endProgress(); },
+                                                       qf::Wait::untilDone);
 }
 
 void AppController::endProgress() {
     windowProgress_.orderOut();
     QFAlert::alertSheetWithMessageText("Uninstall complete",
                                        "Items have been placed in your Trash.", nullptr);
-    platform::service<platform::Application>().terminate();
+    qf::service<qf::Application>().terminate();
 }
 
 void AppController::cancel() {
-    platform::service<platform::Application>().terminate();
+    qf::service<qf::Application>().terminate();
 }

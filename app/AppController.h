@@ -1,11 +1,11 @@
 #pragma once
 
-namespace platform {
+namespace qf {
 class CheckBox;
 class Interface;
 class ProgressIndicator;
 class Window;
-} // namespace platform
+} // namespace qf
 
 class PlanObserver;
 
@@ -17,19 +17,20 @@ class PlanObserver;
 class AppController {
 public:
     /// Connects the four outlets and the two actions, "uninstall:" and "cancel:". Throws
-    /// platform::Exception if the interface lacks one of them. The observer is notified of the run.
+    /// qf::Exception if the interface lacks one of them. The observer is notified of the run.
     /// Both must outlive this object. Main thread only.
-    AppController(platform::Interface& interface, PlanObserver& observer);
+    AppController(qf::Interface& interface, PlanObserver& observer);
 
     /// Called when the interface has been loaded; there is nothing to prepare.
     void awakeFromNib() {}
 
     /// Shows the progress window in place of the main one and starts beginUninstall() on a worker
-    /// thread; returns at once. The action of the uninstall button. Main thread only.
+    /// thread; returns at once. If the system has no thread left, the main thread runs it first.
+    /// The action of the uninstall button. Main thread only.
     void uninstall();
 
     /// Runs the worker's body: reads the checkbox once, walks the plan, then runs endProgress() on
-    /// the main thread and waits for it. Worker thread only.
+    /// the main thread and waits for it. The worker thread, or for want of one the main thread.
     void beginUninstall();
 
     /// Hides the progress window, shows the completion alert until it is dismissed, and terminates
@@ -41,9 +42,9 @@ public:
     void cancel();
 
 private:
-    platform::Window& windowMain_;
-    platform::CheckBox& removeSharedCheck_;
-    platform::Window& windowProgress_;
-    platform::ProgressIndicator& progressBar_;
+    qf::Window& windowMain_;
+    qf::CheckBox& removeSharedCheck_;
+    qf::Window& windowProgress_;
+    qf::ProgressIndicator& progressBar_;
     PlanObserver& observer_;
 };

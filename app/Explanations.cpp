@@ -1,24 +1,39 @@
 #include "app/Explanations.h"
 
+#include "platform/Language.h"
+#include "platform/foundation/Thread.h"
+
 #include <new>
 
-const char* explanationOf(platform::AuthorizationStatus right) {
+using qf::translatable;
+
+std::string explanationOf(qf::AuthorizationStatus right) {
     switch (right) {
-    case platform::errAuthorizationSuccess:
-        return "It could not be moved with the administrator's right either.";
-    case platform::errAuthorizationCanceled:
-        return "It takes an administrator's password to move it.";
-    case platform::errAuthorizationWrongPassword:
-        return "The administrator's password was wrong.";
-    case platform::errAuthorizationDenied:
-        return "The administrator's right was denied.";
+    case qf::errAuthorizationSuccess:
+        return qf::translated(translatable(
+            "Explanations", "It could not be moved with the administrator's right either."));
+    case qf::errAuthorizationCanceled:
+        return qf::translated(
+            translatable("Explanations", "It takes an administrator's password to move it."));
+    case qf::errAuthorizationWrongPassword:
+        return qf::translated(
+            translatable("Explanations", "The administrator's password was wrong."));
+    case qf::errAuthorizationDenied:
+        return qf::translated(
+            translatable("Explanations", "The administrator's right was denied."));
     default:
-        return "The administrator's right cannot be had on this machine.";
+        return qf::translated(translatable(
+            "Explanations", "The administrator's right cannot be had on this machine."));
     }
 }
 
 std::string explanationOf(const std::exception& exception) {
-    return dynamic_cast<const std::bad_alloc*>(&exception) != nullptr
-               ? "The system has no memory left."
-               : exception.what();
+    if (dynamic_cast<const std::bad_alloc*>(&exception) != nullptr) {
+        return qf::translated(translatable("Explanations", "The system has no memory left."));
+    }
+    if (dynamic_cast<const qf::NoThreadLeft*>(&exception) != nullptr) {
+        return qf::translated(
+            translatable("Explanations", "The system cannot start another thread."));
+    }
+    return exception.what();
 }

@@ -25,6 +25,8 @@ struct InventoryRow {
     ItemState state = ItemState::none;
     /// The item's size in bytes, contents included; 0 unless it was found and sizes were requested.
     std::uint64_t size = 0;
+    /// Those of the names that are programs which run; empty unless findRunning() has looked.
+    std::vector<std::string> running = {};
 
     bool operator==(const InventoryRow&) const = default;
 };

@@ -3,4 +3,4 @@
 #include "platform/support/InterfaceFile.h"
 
 /// Returns the interface file of the uninstaller, MainMenu.ui.
-const platform::InterfaceFile& mainMenu();
+const qf::InterfaceFile& mainMenu();

@@ -13,15 +13,15 @@
 #include <set>
 #include <utility>
 
-using platform::ItemKind;
+using qf::ItemKind;
 
 namespace {
 
 using Paths = std::vector<std::string>;
 
 Paths agentFile(const std::string& label) {
-    const auto library = QFLocalPaths::libraryDirectory(Domain::user);
-    return library ? Paths{platform::path::appending(*library, "LaunchAgents/" + label + ".plist")}
+    const auto library = QFLocalPaths::libraryDirectory(qf::Domain::user);
+    return library ? Paths{qf::path::appending(*library, "LaunchAgents/" + label + ".plist")}
                    : Paths{};
 }
 
@@ -30,20 +30,20 @@ Paths agentFile(const std::string& label) {
 Paths placesOf(const PlanRow& row) {
     try {
         return row.action == PlanAction::removeAgent ? agentFile(row.subject) : pathsToTrash(row);
-    } catch (const platform::Exception& exception) {
-        platform::systemLog("%@", exception.reason());
+    } catch (const qf::Exception& exception) {
+        qf::systemLog("%@", exception.reason());
         return {};
     }
 }
 
 /// Returns the size of an item with its contents; does not follow links.
 std::uint64_t sizeOf(const std::string& path) {
-    const auto attributes = platform::service<platform::FileSystem>().attributesOfItem(path);
+    const auto attributes = qf::service<qf::FileSystem>().attributesOfItem(path);
     if (attributes && attributes->kind != ItemKind::directory) {
         return attributes->size;
     }
     std::uint64_t size = 0;
-    DirectoryWalk walk(path, &platform::FileSystem::contentsOfDirectoryWithSizes);
+    qf::DirectoryWalk walk(path, &qf::FileSystem::contentsOfDirectoryWithSizes);
     while (walk.next()) {
         if (walk.entry().kind == ItemKind::directory) {
             walk.descend();

@@ -21,7 +21,7 @@ public:
 
     /// The item at the absolute path is about to be trashed.
     virtual void itemBegan(const std::string& /*path*/) {}
-    virtual void itemEnded(const std::string& /*path*/, const TrashResult& /*result*/) {}
+    virtual void itemEnded(const std::string& /*path*/, const qf::TrashResult& /*result*/) {}
 
     /// The row is done, even if an exception ended it.
     virtual void rowEnded(const PlanRow& /*row*/) {}

@@ -28,19 +28,19 @@ std::optional<std::string> directoryOf(PlanBase base) {
     case PlanBase::none:
         break;
     case PlanBase::applicationsLocal:
-        return QFLocalPaths::applicationDirectory(Domain::local);
+        return QFLocalPaths::applicationDirectory(qf::Domain::local);
     case PlanBase::appSupportUser:
-        return QFLocalPaths::appSupportDirectory(Domain::user);
+        return QFLocalPaths::appSupportDirectory(qf::Domain::user);
     case PlanBase::cachesUser:
-        return QFLocalPaths::cacheDirectory(Domain::user);
+        return QFLocalPaths::cacheDirectory(qf::Domain::user);
     case PlanBase::prefsUser:
-        return QFLocalPaths::prefsDirectory(Domain::user);
+        return QFLocalPaths::prefsDirectory(qf::Domain::user);
     case PlanBase::prefsLocal:
-        return QFLocalPaths::prefsDirectory(Domain::local);
+        return QFLocalPaths::prefsDirectory(qf::Domain::local);
     case PlanBase::libraryLocal:
-        return QFLocalPaths::libraryDirectory(Domain::local);
+        return QFLocalPaths::libraryDirectory(qf::Domain::local);
     case PlanBase::libraryUser:
-        return QFLocalPaths::libraryDirectory(Domain::user);
+        return QFLocalPaths::libraryDirectory(qf::Domain::user);
     }
     return "";
 }
@@ -56,7 +56,7 @@ PlanRow row(const PlanStep& step, const std::string& directory, std::string_view
     if (step.action == PlanAction::trashMatching) {
         return {step.action, directory, {full}};
     }
-    return {step.action, directory.empty() ? full : platform::path::appending(directory, full), {}};
+    return {step.action, directory.empty() ? full : qf::path::appending(directory, full), {}};
 }
 
 void appendRows(const PlanStep& step, std::vector<PlanRow>& rows) {
@@ -74,24 +74,28 @@ void appendRows(const PlanStep& step, std::vector<PlanRow>& rows) {
 }
 
 std::vector<std::string> pathOfApplication(const std::string& bundleIdentifier) {
-    const auto path = platform::service<platform::Workspace>().applicationPath(bundleIdentifier);
+    const auto path = qf::service<qf::Workspace>().applicationPath(bundleIdentifier);
     return path ? std::vector{*path} : std::vector<std::string>();
+}
+
+std::string directoryOfReceipts(const std::string& library) {
+    return qf::path::appending(library, "Receipts");
 }
 
 /// Returns the receipts that begin with the prefix, in the order of the listing.
 std::vector<std::string> pathsOfReceipts(const std::string& library, const std::string& prefix) {
-    const auto entries = platform::service<platform::FileSystem>().contentsOfDirectory(
-        platform::path::appending(library, "Receipts"));
+    const auto directory = directoryOfReceipts(library);
+    const auto entries = qf::service<qf::FileSystem>().contentsOfDirectory(directory);
     std::vector<std::string> paths;
-    for (const auto& entry : entries.value_or(std::vector<platform::DirectoryEntry>())) {
-        if (platform::text::hasPrefixIgnoringCase(entry.name, prefix)) {
-            paths.push_back(std::string(library).append("/Receipts/").append(entry.name));
+    for (const auto& entry : entries.value_or(std::vector<qf::DirectoryEntry>())) {
+        if (qf::text::hasPrefixIgnoringCase(entry.name, prefix)) {
+            paths.push_back(qf::path::appending(directory, entry.name));
         }
     }
     return paths;
 }
 
-void logFailure(const platform::Exception& failure) {
+void logFailure(const qf::Exception& failure) {
     QFException::logException(failure, "walkUninstallPlan");
 }
 
@@ -101,10 +105,12 @@ void attempt(Step step) noexcept {
     try {
         try {
             step();
-        } catch (const platform::Exception& exception) {
+        } catch (const qf::Exception& exception) {
             logFailure(exception);
         } catch (const std::exception& exception) {
-            logFailure({platform::exception_name::generic, exception.what()});
+            logFailure({qf::exception_name::generic, exception.what()});
+        } catch (...) {
+            logFailure({qf::exception_name::generic, QFException::unknownReason});
         }
     } catch (const std::exception&) {
         // Without memory for its line a failure cannot be logged either.
@@ -113,7 +119,7 @@ void attempt(Step step) noexcept {
 
 void trash(const std::string& path, PlanObserver& observer) {
     observer.itemBegan(path);
-    observer.itemEnded(path, QFFileManager::trashFileWithResult(path, ShouldAuth::yes));
+    observer.itemEnded(path, QFFileManager::trashFileWithResult(path, qf::ShouldAuth::yes));
 }
 
 /// Returns the paths that the rows name themselves.
@@ -127,30 +133,51 @@ std::vector<std::string> namedPaths(const std::vector<PlanRow>& rows) {
     return paths;
 }
 
-/// Removes what killed processes left of copies beside the items of the plan, once in each folder.
-void removeAbandonedCopies(const std::vector<std::string>& paths) {
-    std::set<std::string> folders;
-    for (const auto& path : paths) {
-        folders.insert(platform::path::deletingLastComponent(path));
+/// Removes what killed processes left of copies beside the items of the plan, once in each
+/// directory.
+class AbandonedCopies {
+public:
+    void removeBeside(const std::vector<std::string>& paths) {
+        for (const auto& path : paths) {
+            removeIn(qf::path::deletingLastComponent(path));
+        }
     }
-    for (const auto& folder : folders) {
-        platform::service<platform::FileSystem>().removeAbandonedCopies(folder);
+
+    /// Removes them from the directories that the rows name themselves.
+    void removeBeside(const std::vector<PlanRow>& rows) {
+        removeBeside(namedPaths(rows));
+        for (const auto& row : rows) {
+            if (row.action == PlanAction::trashMatching) {
+                removeIn(directoryOfReceipts(row.subject));
+            }
+        }
     }
-}
+
+private:
+    void removeIn(const std::string& directory) {
+        if (directories_.insert(directory).second) {
+            qf::service<qf::FileSystem>().removeAbandonedCopies(directory);
+        }
+    }
+
+    std::set<std::string> directories_;
+};
 
 /// Has the desktop record together where the items come from.
 void announce(const std::vector<std::string>& paths) {
-    platform::service<platform::Workspace>().prepareToRecycle(QFLocalPaths::trashDirectory(),
-                                                              paths);
+    qf::service<qf::Workspace>().prepareToRecycle(QFLocalPaths::trashDirectory(), paths);
 }
 
-void perform(const PlanRow& row, PlanObserver& observer) {
+void perform(const PlanRow& row, AbandonedCopies& abandoned, PlanObserver& observer) {
     if (row.action == PlanAction::kill) {
         QFTaskEx::runTask(row.subject, row.names);
     } else if (row.action == PlanAction::removeAgent) {
-        QFLaunchd::removeLaunchAgent(row.subject, Domain::user);
+        QFLaunchd::removeLaunchAgent(row.subject, qf::Domain::user);
     }
-    for (const auto& path : pathsToTrash(row)) {
+    const auto paths = pathsToTrash(row);
+    // Where a bundle is, the desktop is asked only now.
+    attempt([&] { abandoned.removeBeside(paths); });
+    for (const auto& path : paths) {
         attempt([&] { trash(path, observer); });
     }
 }
@@ -199,13 +226,14 @@ std::vector<std::string> pathsToTrash(const PlanRow& row) {
 }
 
 void walkUninstallPlan(const std::vector<PlanRow>& rows, PlanObserver& observer) {
-    attempt([&] { removeAbandonedCopies(namedPaths(rows)); });
+    AbandonedCopies abandoned;
+    attempt([&] { abandoned.removeBeside(rows); });
     attempt([&] { announce(namedPaths(rows)); });
     for (const auto& row : rows) {
         attempt([&] { observer.rowBegan(row); });
-        attempt([&] { perform(row, observer); });
+        attempt([&] { perform(row, abandoned, observer); });
         attempt([&] { observer.rowEnded(row); });
     }
-    attempt([] { platform::service<platform::Workspace>().makeTrashDurable(); });
+    attempt([] { qf::service<qf::Workspace>().makeTrashDurable(); });
     attempt([&] { observer.walkEnded(); });
 }

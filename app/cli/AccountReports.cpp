@@ -51,18 +51,18 @@ bool isOfARow(const std::string& key, const Json& value) {
 /// on root's terminal as they are.
 Json printable(const Json& value) {
     if (value.is_string()) {
-        return platform::text::printable(value.get<std::string>());
+        return qf::text::printable(value.get<std::string>());
     }
     Json copy = value;
     for (auto& element : copy) {
         if (element.is_string()) {
-            element = platform::text::printable(element.get<std::string>());
+            element = qf::text::printable(element.get<std::string>());
         }
     }
     return copy;
 }
 
-/// Returns a copy of a row; null if it is none.
+/// Returns a copy of a row; null if it is not one.
 Json copiedRow(const Json& row) {
     Json copy;
     if (row.is_object() && row.contains(outcomeKey)) {
@@ -180,11 +180,11 @@ std::string accountsAsJson(const std::vector<AccountResult>& accounts, bool remo
                              : resultNameOf({.user = {}, .home = {}, .status = statusOf(accounts)});
     document["accounts"] = Json::array();
     for (const auto& account : accounts) {
-        Json object = {{"user", platform::text::validUtf8(account.user)},
-                       {"home", platform::text::validUtf8(account.home)},
+        Json object = {{"user", qf::text::validUtf8(account.user)},
+                       {"home", qf::text::validUtf8(account.home)},
                        {"result", resultNameOf(account)}};
         if (!account.reason.empty()) {
-            object["reason"] = platform::text::printable(account.reason);
+            object["reason"] = qf::text::printable(account.reason);
         }
         object["rows"] = account.rows;
         document["accounts"].push_back(std::move(object));

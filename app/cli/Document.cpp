@@ -19,13 +19,12 @@ constexpr int indentation = 2;
 } // namespace
 
 Json documentHead() {
-    auto& system = platform::service<platform::SystemInformation>();
-    return {
-        {"version", formatVersion},
-        {"program", "kelvane-uninstaller " + system.bundleVersion().value_or("")},
-        {"host", platform::text::validUtf8(system.hostName())},
-        {"user", platform::text::validUtf8(platform::service<platform::UserAccount>().loginName())},
-        {"date", records::timestamp(std::chrono::system_clock::now())}};
+    auto& system = qf::service<qf::SystemInformation>();
+    return {{"version", formatVersion},
+            {"program", "kelvane-uninstaller " + system.bundleVersion().value_or("")},
+            {"host", qf::text::validUtf8(system.hostName())},
+            {"user", qf::text::validUtf8(qf::service<qf::UserAccount>().loginName())},
+            {"date", records::timestamp(std::chrono::system_clock::now())}};
 }
 
 std::string written(const Json& document) {

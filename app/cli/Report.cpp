@@ -3,6 +3,7 @@
 #include "app/cli/Document.h"
 #include "app/cli/RunObserver.h"
 #include "platform/FileSystem.h"
+#include "platform/Language.h"
 #include "platform/Services.h"
 #include "platform/foundation/Text.h"
 
@@ -15,9 +16,9 @@ namespace cli {
 
 namespace {
 
-constexpr const char* movedButBack =
-    "It was moved to the Trash, but there is an item at its path again.";
-constexpr const char* unexplained = "It could not be removed.";
+constexpr auto movedButBack = qf::translatable(
+    "Reasons", "It was moved to the Trash, but there is an item at its path again.");
+constexpr auto unexplained = qf::translatable("Reasons", "It could not be removed.");
 
 const char* nameOf(ItemState state) {
     switch (state) {
@@ -54,13 +55,17 @@ RowOutcome leftBecause(const InventoryRow& row, const std::string& reason,
     return {.row = row, .outcome = Outcome::left, .trashed = {}, .reason = reason, .cause = cause};
 }
 
+RowOutcome leftBecause(const InventoryRow& row, const std::string& reason) {
+    return leftBecause(row, reason, reason);
+}
+
 RowOutcome left(const InventoryRow& row, const RunObserver& observer) {
     if (observer.wasMoved(row.path)) {
-        return leftBecause(row, movedButBack, movedButBack);
+        return leftBecause(row, qf::translated(movedButBack));
     }
     const auto reason = observer.whyNotMoved(row.path);
     if (reason.empty()) {
-        return leftBecause(row, unexplained, unexplained);
+        return leftBecause(row, qf::translated(unexplained));
     }
     return leftBecause(row, reason, observer.lastCause(row.path));
 }
@@ -72,7 +77,7 @@ RowOutcome outcomeOf(const InventoryRow& row, const RunObserver& observer) {
     if (row.state == ItemState::absent) {
         return {.row = row, .outcome = Outcome::absent};
     }
-    if (platform::service<platform::FileSystem>().exists(row.path)) {
+    if (qf::service<qf::FileSystem>().exists(row.path)) {
         return left(row, observer);
     }
     if (row.state == ItemState::repeated) {
@@ -101,13 +106,13 @@ std::string lineOf(const InventoryRow& row) {
     constexpr std::size_t stateWidth = 8;
     constexpr std::size_t sizeWidth = 9;
     const bool isFound = row.state == ItemState::found;
-    const auto what = row.state == ItemState::none ? joined(row.names)
+    const auto what = row.state == ItemState::none ? joined(row.running)
                       : row.path.empty()
                           ? row.subject + (row.names.empty() ? "" : ": " + joined(row.names))
                           : row.path;
     return padded(row.state == ItemState::none ? "stop" : nameOf(row.state), stateWidth, false) +
            padded(isFound ? readableSize(row.size) : "", sizeWidth, true) + "  " +
-           platform::text::printable(what) + '\n';
+           qf::text::printable(what) + '\n';
 }
 
 /// Returns the head of a document about a run.
@@ -118,13 +123,12 @@ Json frame(RemoveShared removeShared) {
 }
 
 Json json(const InventoryRow& row) {
-    Json object = {{"action", nameOf(row.action)},
-                   {"subject", platform::text::validUtf8(row.subject)}};
+    Json object = {{"action", nameOf(row.action)}, {"subject", qf::text::validUtf8(row.subject)}};
     if (!row.names.empty()) {
         object["names"] = row.names;
     }
     if (!row.path.empty()) {
-        object["path"] = platform::text::validUtf8(row.path);
+        object["path"] = qf::text::validUtf8(row.path);
     }
     return object;
 }
@@ -163,7 +167,9 @@ std::string readableSize(std::uint64_t size) {
 std::string listAsText(const std::vector<InventoryRow>& rows) {
     std::string text;
     for (const auto& row : rows) {
-        text += lineOf(row);
+        if (row.state != ItemState::none || !row.running.empty()) {
+            text += lineOf(row);
+        }
     }
     const auto found = std::ranges::count(rows, ItemState::found, &InventoryRow::state);
     return text + '\n' + std::to_string(found) + (found == 1 ? " item" : " items") + " found, " +
@@ -180,6 +186,9 @@ std::string listAsJson(const std::vector<InventoryRow>& rows, RemoveShared remov
         object["state"] = nameOf(row.state);
         if (row.state == ItemState::found) {
             object["size"] = row.size;
+        }
+        if (row.state == ItemState::none) {
+            object["running"] = row.running;
         }
         document["rows"].push_back(std::move(object));
     }
@@ -198,10 +207,10 @@ std::string reportAsJson(const std::string& result, RemoveShared removeShared,
             object["size"] = row.size;
         }
         if (!trashed.empty()) {
-            object["trashed"] = platform::text::validUtf8(trashed);
+            object["trashed"] = qf::text::validUtf8(trashed);
         }
         if (outcome == Outcome::left) {
-            object["reason"] = platform::text::validUtf8(reason);
+            object["reason"] = qf::text::validUtf8(reason);
         }
         document["rows"].push_back(std::move(object));
     }

@@ -13,7 +13,7 @@ namespace cli {
 namespace {
 
 [[noreturn]] void throwUnwritable(const std::string& file, const std::string& why) {
-    throw platform::Exception("QFReportUnwritable", "cannot write the report " + file + ": " + why);
+    throw qf::Exception("QFReportUnwritable", "cannot write the report " + file + ": " + why);
 }
 
 /// Returns the report's absolute path, so that the working directory may change; empty if no report
@@ -39,8 +39,8 @@ void ReportFile::prepare(const std::string& document) const {
     if (path_ == standardOutput) {
         return;
     }
-    const auto there = platform::service<platform::FileSystem>().attributesOfItem(path_);
-    if (isWanted() && there && there->kind != platform::ItemKind::file) {
+    const auto there = qf::service<qf::FileSystem>().attributesOfItem(path_);
+    if (isWanted() && there && there->kind != qf::ItemKind::file) {
         throwUnwritable(path_, "the path leads to something other than a file");
     }
     write(document);
@@ -57,7 +57,7 @@ void ReportFile::write(const std::string& document) const {
         }
         return;
     }
-    const auto written = platform::service<platform::FileSystem>().writeAtomically(path_, document);
+    const auto written = qf::service<qf::FileSystem>().writeAtomically(path_, document);
     if (!written) {
         throwUnwritable(path_, written.error().localizedDescription);
     }

@@ -9,7 +9,7 @@ namespace cli {
 /// The file, or standard output, that a report is written to, if one is wanted.
 class ReportFile {
 public:
-    /// Throws platform::Exception "QFReportUnwritable", whose reason says why, if a relative report
+    /// Throws qf::Exception "QFReportUnwritable", whose reason says why, if a relative report
     /// has no directory.
     explicit ReportFile(const Options& options);
 

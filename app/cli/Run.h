@@ -28,7 +28,7 @@ public:
     /// directory.
     Run(const Options& options, Inventory& inventory, const RunObserver& observer);
 
-    /// Writes a report that the run is under way, if a report is wanted. Throws platform::Exception
+    /// Writes a report that the run is under way, if a report is wanted. Throws qf::Exception
     /// "QFReportUnwritable", whose reason says why, if that fails.
     void prepare();
 

@@ -4,15 +4,15 @@
 
 namespace cli {
 
-void RunObserver::itemEnded(const std::string& path, const TrashResult& result) {
-    if (result.outcome == TrashOutcome::absent) {
+void RunObserver::itemEnded(const std::string& path, const qf::TrashResult& result) {
+    if (result.outcome == qf::TrashOutcome::absent) {
         return;
     }
     if (result.waitUntilDone) {
         result.waitUntilDone();
     }
     auto& attempts = attempts_[path];
-    attempts.succeeded = attempts.succeeded || result.outcome == TrashOutcome::moved;
+    attempts.succeeded = attempts.succeeded || result.outcome == qf::TrashOutcome::moved;
     if (!result.place.empty()) {
         attempts.place = result.place;
     }

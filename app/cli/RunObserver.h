@@ -15,7 +15,7 @@ namespace cli {
 /// The walk's thread calls it during the run, any one thread when the run has ended.
 class RunObserver : public PlanObserver {
 public:
-    void itemEnded(const std::string& path, const TrashResult& result) override;
+    void itemEnded(const std::string& path, const qf::TrashResult& result) override;
 
     /// The item that was at the path and in the Trash was deleted for good.
     void itemDeleted(const std::string& path) { deleted_.insert(path); }
@@ -45,7 +45,7 @@ private:
         bool succeeded = false;
         std::string place;
         std::string failure;
-        std::optional<platform::AuthorizationStatus> right;
+        std::optional<qf::AuthorizationStatus> right;
     };
 
     std::map<std::string, Attempts> attempts_;

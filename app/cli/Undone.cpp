@@ -1,6 +1,7 @@
 #include "app/cli/Undone.h"
 
 #include "app/cli/Document.h"
+#include "platform/Language.h"
 #include "platform/foundation/Exception.h"
 #include "platform/foundation/Text.h"
 
@@ -18,8 +19,8 @@ using records::RecordedStep;
 using records::RunRecord;
 using records::Taken;
 
-constexpr const char* occupied = "Something else is in its place.";
-constexpr const char* gone = "It is no longer in the Trash.";
+constexpr auto occupied = qf::translatable("Reasons", "Something else is in its place.");
+constexpr auto gone = qf::translatable("Reasons", "It is no longer in the Trash.");
 constexpr const char* interrupted =
     "This run has finished one that was interrupted. --put-back undoes both. It had begun at ";
 constexpr const char* notEverything = "Not everything could be ";
@@ -58,11 +59,12 @@ std::string wordsFor(Emptied outcome) {
     return {};
 }
 
-std::string reasonFor(const records::ItemBack& item) {
-    if (item.outcome == Back::occupied) {
-        return occupied;
+/// Returns why an item is not back if its outcome alone says that; else an empty string.
+std::string reasonFor(Back outcome) {
+    if (outcome == Back::occupied) {
+        return qf::translated(occupied);
     }
-    return item.outcome == Back::gone ? gone : item.reason;
+    return outcome == Back::gone ? qf::translated(gone) : std::string();
 }
 
 std::string padded(const std::string& text, std::size_t width) {
@@ -133,10 +135,10 @@ Json summaryOf(const RunRecord& record) {
 
 Json json(const RecordedStep& step) {
     Json object = {{"action", ::nameOf(step.action)},
-                   {"path", platform::text::validUtf8(step.path)},
+                   {"path", qf::text::validUtf8(step.path)},
                    {"outcome", nameOf(step)}};
     if (step.end && !step.end->place.empty()) {
-        object["trashed"] = platform::text::validUtf8(step.end->place);
+        object["trashed"] = qf::text::validUtf8(step.end->place);
     }
     return object;
 }
@@ -153,7 +155,7 @@ void forEach(const records::RunRecords& runs, Usable usable, Unusable unusable) 
     for (const auto number : runs.numbers()) {
         try {
             usable(runs.read(number));
-        } catch (const platform::Exception& exception) {
+        } catch (const qf::Exception& exception) {
             unusable(number, exception.reason());
         }
     }
@@ -164,12 +166,12 @@ Json documentOf(const std::string& result, const std::vector<UndoneItem>& items)
     document["result"] = result;
     document["items"] = Json::array();
     for (const auto& item : items) {
-        Json object = {{"path", platform::text::validUtf8(item.path)}, {"outcome", item.outcome}};
+        Json object = {{"path", qf::text::validUtf8(item.path)}, {"outcome", item.outcome}};
         if (!item.place.empty()) {
-            object["trashed"] = platform::text::validUtf8(item.place);
+            object["trashed"] = qf::text::validUtf8(item.place);
         }
         if (!item.reason.empty()) {
-            object["reason"] = platform::text::validUtf8(item.reason);
+            object["reason"] = qf::text::validUtf8(item.reason);
         }
         document["items"].push_back(std::move(object));
     }
@@ -196,8 +198,10 @@ std::vector<UndoneItem> undone(const std::vector<records::ItemBack>& items) {
     for (const auto& item : items) {
         const bool isLeft = item.outcome == Back::occupied || item.outcome == Back::gone ||
                             item.outcome == Back::failed;
+        const auto reason = reasonFor(item.outcome);
         all.push_back({item.path, item.place, records::nameOf(item.outcome), wordsFor(item.outcome),
-                       isLeft, reasonFor(item)});
+                       isLeft, reason.empty() ? item.reason : reason,
+                       reason.empty() ? item.cause : reason});
     }
     return all;
 }
@@ -207,7 +211,7 @@ std::vector<UndoneItem> undone(const std::vector<records::ItemEmptied>& items) {
     all.reserve(items.size());
     for (const auto& item : items) {
         all.push_back({item.path, item.place, records::nameOf(item.outcome), wordsFor(item.outcome),
-                       item.outcome == Emptied::failed, item.reason});
+                       item.outcome == Emptied::failed, item.reason, item.reason});
     }
     return all;
 }
@@ -244,7 +248,7 @@ void tell(const Undone& result, const std::string& done, TextOutput& output) {
 std::string itemsAsText(const std::vector<UndoneItem>& items) {
     std::string text;
     for (const auto& item : items) {
-        text += padded(item.words, wordsWidth) + platform::text::printable(item.path) + '\n';
+        text += padded(item.words, wordsWidth) + qf::text::printable(item.path) + '\n';
     }
     return text + '\n' + counted(items.size()) + '\n';
 }
@@ -256,7 +260,7 @@ std::string itemsAsJson(const std::string& result, const std::vector<UndoneItem>
 std::string undoneAsJson(const Undone& result) {
     auto document = documentOf(nameOf(statusOf(result)), result.items);
     if (!result.failure.empty()) {
-        document["reason"] = platform::text::validUtf8(result.failure);
+        document["reason"] = qf::text::validUtf8(result.failure);
     }
     return written(document);
 }
@@ -266,7 +270,7 @@ std::string runsAsText(const records::RunRecords& runs) {
     forEach(
         runs, [&](const RunRecord& record) { text += lineOf(record); },
         [&](unsigned number, const std::string& reason) {
-            text += padded(std::to_string(number), 6) + platform::text::printable(reason) + '\n';
+            text += padded(std::to_string(number), 6) + qf::text::printable(reason) + '\n';
         });
     return text.empty() ? noRun : text;
 }
@@ -277,9 +281,8 @@ std::string runsAsJson(const records::RunRecords& runs) {
     forEach(
         runs, [&](const RunRecord& record) { document["runs"].push_back(summaryOf(record)); },
         [&](unsigned number, const std::string& reason) {
-            document["runs"].push_back({{"run", number},
-                                        {"result", "unusable"},
-                                        {"reason", platform::text::validUtf8(reason)}});
+            document["runs"].push_back(
+                {{"run", number}, {"result", "unusable"}, {"reason", qf::text::validUtf8(reason)}});
         });
     return written(document);
 }
@@ -293,7 +296,7 @@ std::string interruptionBefore(const records::RunRecords& runs, unsigned number)
         }
         const auto record = runs.read(*before);
         return record.isComplete || record.isClosed ? std::string() : interrupted + record.date;
-    } catch (const platform::Exception&) {
+    } catch (const qf::Exception&) {
         return {};
     }
 }
@@ -305,10 +308,9 @@ std::string lastRunAsText(const records::RunRecords& runs) {
     }
     auto text = lineOf(*record) + '\n';
     for (const auto& step : record->steps) {
-        text += padded(nameOf(step), wordsWidth) + platform::text::printable(step.path) + '\n';
+        text += padded(nameOf(step), wordsWidth) + qf::text::printable(step.path) + '\n';
         if (step.end && !step.end->place.empty()) {
-            text +=
-                padded("", wordsWidth) + "to " + platform::text::printable(step.end->place) + '\n';
+            text += padded("", wordsWidth) + "to " + qf::text::printable(step.end->place) + '\n';
         }
     }
     return text;

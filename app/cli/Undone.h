@@ -19,6 +19,7 @@ struct UndoneItem {
     std::string words;   ///< The outcome for a person, in a word or two.
     bool isLeft = false; ///< Whether it was left where it was, or is lost.
     std::string reason;  ///< Why, in the user's words.
+    std::string cause;   ///< The last part of the reason, which items may share.
 };
 
 /// What undoing runs came to, for lists and reports.

@@ -7,7 +7,7 @@
 #include <array>
 #include <iterator>
 
-namespace platform::native::helper {
+namespace qf::native::helper {
 
 namespace {
 
@@ -71,4 +71,4 @@ constexpr auto plannedItems = [] {
 
 const Terms terms{.patience = std::chrono::minutes(5), .plan = plannedItems};
 
-} // namespace platform::native::helper
+} // namespace qf::native::helper

@@ -27,7 +27,7 @@ bool isStillThere(const RecordedStep& step) {
     if (!step.end || step.end->place.empty()) {
         return false;
     }
-    const auto item = platform::service<platform::FileSystem>().attributesOfItem(step.end->place);
+    const auto item = qf::service<qf::FileSystem>().attributesOfItem(step.end->place);
     return item && item->id == step.item.id && item->creationDate &&
            item->creationDate == step.item.creationDate;
 }
@@ -52,7 +52,7 @@ ItemEmptied trashViewOf(const RecordedStep& step, const TrashedItems& trash) {
 }
 
 bool isInTrash(const std::string& place) {
-    return platform::service<platform::FileSystem>().attributesOfItem(place).has_value();
+    return qf::service<qf::FileSystem>().attributesOfItem(place).has_value();
 }
 
 } // namespace
@@ -86,6 +86,7 @@ std::vector<ItemEmptied> Emptying::preview(const std::vector<RunRecord>& runs) {
 
 Undone<ItemEmptied> Emptying::perform(std::vector<RunRecord>& runs) {
     return undoneBy<ItemEmptied>([&](std::vector<ItemEmptied>& items) {
+        progress_ = progressThrough(runs, usesTrash);
         for (auto& run : runs) {
             empty(run, items);
         }
@@ -99,7 +100,8 @@ void Emptying::empty(RunRecord& run, std::vector<ItemEmptied>& items) {
         if (!usesTrash(step)) {
             continue;
         }
-        observer_.itemBegan(step.path);
+        ++progress_.number;
+        observer_.itemBegan(step.path, progress_);
         auto item = trashViewOf(step, trash);
         if (item.outcome == Emptied::waiting) {
             remove(step, item);
@@ -125,14 +127,14 @@ void Emptying::remove(const RecordedStep& step, ItemEmptied& item) {
         passOver(step, item);
         return;
     }
-    const auto removed = platform::service<platform::FileSystem>().removeItem(held->path());
-    std::optional<platform::AuthorizationStatus> right;
+    const auto removed = qf::service<qf::FileSystem>().removeItem(held->path());
+    std::optional<qf::AuthorizationStatus> right;
     if (!removed && takesRight(removed.error())) {
         right = removeWithRight(item.place);
     }
     if (!isInTrash(held->path())) {
         item.outcome = Emptied::deleted;
-        platform::service<platform::Workspace>().forgetTrashed(held->path(), item.path);
+        qf::service<qf::Workspace>().forgetTrashed(held->path(), item.path);
         return;
     }
     item.outcome = Emptied::failed;
@@ -143,14 +145,14 @@ void Emptying::remove(const RecordedStep& step, ItemEmptied& item) {
 }
 
 /// Returns the platform's answer to the last request for the right.
-std::optional<platform::AuthorizationStatus> Emptying::removeWithRight(const std::string& place) {
+std::optional<qf::AuthorizationStatus> Emptying::removeWithRight(const std::string& place) {
     if (refusal_) {
         return refusal_;
     }
     const auto tool = QFAuthorization::sharedController().startRemoving(place);
     if (tool.waitUntilExit) {
         tool.waitUntilExit();
-    } else if (tool.right && *tool.right != platform::errAuthorizationSuccess) {
+    } else if (tool.right && *tool.right != qf::errAuthorizationSuccess) {
         refusal_ = tool.right;
     }
     return tool.right;

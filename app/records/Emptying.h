@@ -50,12 +50,13 @@ public:
 private:
     void empty(RunRecord& run, std::vector<ItemEmptied>& items);
     void remove(const RecordedStep& step, ItemEmptied& item);
-    std::optional<platform::AuthorizationStatus> removeWithRight(const std::string& place);
+    std::optional<qf::AuthorizationStatus> removeWithRight(const std::string& place);
 
     const RunRecords& records_;
     UndoObserver& observer_;
+    Progress progress_;
     /// Why the right is not asked for again.
-    std::optional<platform::AuthorizationStatus> refusal_;
+    std::optional<qf::AuthorizationStatus> refusal_;
 };
 
 } // namespace records

@@ -11,22 +11,28 @@ namespace records {
 namespace {
 
 constexpr const char* launchctl = "/bin/launchctl";
-constexpr platform::Timeout toolTimeout{10};
+constexpr const char* listTitles = "PID\tStatus\tLabel";
+constexpr qf::Timeout toolTimeout{10};
 
 } // namespace
 
 std::optional<std::string> jobFile(const std::string& label) {
-    const auto library = QFLocalPaths::libraryDirectory(Domain::user);
-    return library ? std::optional(
-                         platform::path::appending(*library, "LaunchAgents/" + label + ".plist"))
-                   : std::nullopt;
+    const auto library = QFLocalPaths::libraryDirectory(qf::Domain::user);
+    return library
+               ? std::optional(qf::path::appending(*library, "LaunchAgents/" + label + ".plist"))
+               : std::nullopt;
 }
 
-std::set<std::string> LaunchdJobs::loaded() {
-    std::set<std::string> labels;
+std::optional<std::set<std::string>> LaunchdJobs::loaded() {
     std::istringstream lines(
         QFTaskEx::stringFromTask(launchctl, {"list"}, toolTimeout).value_or(std::string()));
-    for (std::string line; std::getline(lines, line);) {
+    std::string line;
+    // Even an empty list has its titles; what failed has told an error, or nothing.
+    if (!std::getline(lines, line) || line != listTitles) {
+        return std::nullopt;
+    }
+    std::set<std::string> labels;
+    while (std::getline(lines, line)) {
         labels.insert(line.substr(line.rfind('\t') + 1));
     }
     return labels;

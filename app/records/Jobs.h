@@ -15,8 +15,8 @@ class Jobs {
 public:
     virtual ~Jobs() = default;
 
-    /// Returns the labels of the loaded jobs.
-    virtual std::set<std::string> loaded() = 0;
+    /// Returns the labels of the loaded jobs; no value if the service manager does not tell.
+    virtual std::optional<std::set<std::string>> loaded() = 0;
 
     /// Loads the job of a file. A failure is ignored.
     virtual void load(const std::string& file) = 0;
@@ -25,7 +25,7 @@ public:
 /// The jobs of launchd. Each call waits for a tool, at most ten seconds.
 class LaunchdJobs final : public Jobs {
 public:
-    std::set<std::string> loaded() override;
+    std::optional<std::set<std::string>> loaded() override;
     void load(const std::string& file) override;
 };
 

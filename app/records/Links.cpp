@@ -4,7 +4,7 @@
 #include "platform/Services.h"
 #include "platform/foundation/Path.h"
 
-namespace path = platform::path;
+namespace path = qf::path;
 
 namespace records {
 
@@ -13,8 +13,8 @@ std::vector<std::string> linksTo(const std::string& itemPath) {
     std::string way;
     for (const auto& component : path::components(path::deletingLastComponent(itemPath))) {
         way = path::appending(way, component);
-        const auto item = platform::service<platform::FileSystem>().attributesOfItem(way);
-        if (item && item->kind == platform::ItemKind::link) {
+        const auto item = qf::service<qf::FileSystem>().attributesOfItem(way);
+        if (item && item->kind == qf::ItemKind::link) {
             links.push_back(way);
         }
     }

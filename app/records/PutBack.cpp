@@ -2,6 +2,7 @@
 
 #include "app/Explanations.h"
 #include "app/records/Links.h"
+#include "platform/Language.h"
 #include "platform/Services.h"
 #include "platform/UserAccount.h"
 #include "platform/Workspace.h"
@@ -11,17 +12,18 @@
 #include <algorithm>
 #include <utility>
 
-namespace path = platform::path;
+namespace path = qf::path;
 
 namespace records {
 
 namespace {
 
-constexpr const char* linkInTheWay = "A link is in the way: ";
-constexpr const char* contentUnknown = "Its content could not be read before it was deleted.";
+constexpr auto linkInTheWay = qf::translatable("Reasons", "A link is in the way: %1");
+constexpr auto contentUnknown =
+    qf::translatable("Reasons", "Its content could not be read before it was deleted.");
 
-platform::FileSystem& fileSystem() {
-    return platform::service<platform::FileSystem>();
+qf::FileSystem& fileSystem() {
+    return qf::service<qf::FileSystem>();
 }
 
 bool isTaken(const std::string& itemPath) {
@@ -29,7 +31,7 @@ bool isTaken(const std::string& itemPath) {
 }
 
 bool isSuperuser() {
-    return platform::service<platform::UserAccount>().realUserId() == 0;
+    return qf::service<qf::UserAccount>().realUserId() == 0;
 }
 
 bool wasTaken(const RecordedStep& step) {
@@ -53,7 +55,8 @@ std::string linkOnTheWay(const RecordedStep& step) {
 
 /// Returns what is seen of an item before anything is done.
 ItemBack viewOf(const RecordedStep& step, const TrashedItems& trash) {
-    ItemBack item{.path = step.path, .place = {}, .outcome = Back::waiting, .reason = {}};
+    ItemBack item{
+        .path = step.path, .place = {}, .outcome = Back::waiting, .reason = {}, .cause = {}};
     const auto there = fileSystem().attributesOfItem(step.path);
     if (!isJobFile(step)) {
         item.place = trash.find(step).value_or(std::string());
@@ -72,6 +75,7 @@ ItemBack viewOf(const RecordedStep& step, const TrashedItems& trash) {
 void fail(ItemBack& item, const std::string& reason) {
     item.outcome = Back::failed;
     item.reason = reason;
+    item.cause = reason;
 }
 
 } // namespace
@@ -111,6 +115,7 @@ Undone<ItemBack> PutBack::perform(std::vector<RunRecord>& runs) {
     return undoneBy<ItemBack>([&](std::vector<ItemBack>& items) {
         // Even without a run: looking at the Trash removes what a killed one has prepared there.
         const TrashedItems trash;
+        progress_ = progressThrough(runs, wasTaken);
         for (auto& run : runs) {
             putBack(run, trash, items);
         }
@@ -121,7 +126,8 @@ void PutBack::putBack(RunRecord& run, const TrashedItems& trash, std::vector<Ite
     bool isWhole = true;
     for (const auto& step : run.steps) {
         if (wasTaken(step)) {
-            observer_.itemBegan(step.path);
+            ++progress_.number;
+            observer_.itemBegan(step.path, progress_);
             items.push_back(putBack(run.number, step, trash));
             const auto outcome = items.back().outcome;
             isWhole = isWhole && (outcome == Back::back || outcome == Back::inPlace);
@@ -146,7 +152,7 @@ ItemBack PutBack::putBack(unsigned run, const RecordedStep& step, const TrashedI
         directory ? path::appending((*directory)->path(), path::lastComponent(step.path))
                   : std::string();
     if (const auto link = directory ? std::string() : linkOnTheWay(step); !link.empty()) {
-        fail(item, linkInTheWay + link);
+        fail(item, qf::translated(linkInTheWay, link));
     } else if (!isJobFile(step)) {
         move(step, directory, item);
     } else if (directory) {
@@ -164,14 +170,12 @@ ItemBack PutBack::putBack(unsigned run, const RecordedStep& step, const TrashedI
 /// that was not there before.
 PutBack::Directory PutBack::holdDirectoryOf(const RecordedStep& step) {
     const auto directory = path::deletingLastComponent(step.path);
-    auto held =
-        fileSystem().holdDirectory(directory, step.links, platform::MissingDirectories::create);
+    auto held = fileSystem().holdDirectory(directory, step.links, qf::MissingDirectories::create);
     if (held || refusal_ || !takesRight(held.error()) || isSuperuser() ||
         !QFAuthorization::sharedController().authCreateDir(directory)) {
         return held;
     }
-    auto made =
-        fileSystem().holdDirectory(directory, step.links, platform::MissingDirectories::fail);
+    auto made = fileSystem().holdDirectory(directory, step.links, qf::MissingDirectories::fail);
     return made ? std::move(made) : std::move(held);
 }
 
@@ -186,17 +190,16 @@ void PutBack::move(const RecordedStep& step, const Directory& directory, ItemBac
         return;
     }
     const auto moved =
-        directory ? platform::service<platform::Workspace>().putBack(
+        directory ? qf::service<qf::Workspace>().putBack(
                         held->path(),
                         path::appending((*directory)->path(), path::lastComponent(step.path)))
-                  : platform::Unexpected(directory.error());
+                  : qf::Unexpected(directory.error());
     if (moved) {
         item.outcome = Back::back;
     } else if (isTaken(step.path)) {
         item.outcome = Back::occupied;
     } else {
-        item.reason = moved.error().localizedDescription;
-        item.outcome = Back::failed;
+        fail(item, moved.error().localizedDescription);
         if (takesRight(moved.error()) && !isSuperuser()) {
             moveWithRight(step, item);
         }
@@ -209,19 +212,21 @@ void PutBack::moveWithRight(const RecordedStep& step, ItemBack& item) {
     if (isItemOf(step, step.path) && !isTaken(item.place)) {
         item.outcome = Back::back;
         item.reason.clear();
-        platform::service<platform::Workspace>().forgetTrashed(item.place, step.path);
+        item.cause.clear();
+        qf::service<qf::Workspace>().forgetTrashed(item.place, step.path);
     } else if (right) {
-        item.reason += std::string(" ") + explanationOf(*right);
+        item.cause = explanationOf(*right);
+        item.reason += " " + item.cause;
     }
 }
 
 /// Returns the platform's answer to the last request for the right, once the tool has ended.
-std::optional<platform::AuthorizationStatus> PutBack::startMoving(const RecordedStep& step,
-                                                                  const ItemBack& item) {
+std::optional<qf::AuthorizationStatus> PutBack::startMoving(const RecordedStep& step,
+                                                            const ItemBack& item) {
     const auto tool = QFAuthorization::sharedController().startMoving(item.place, step.path);
     if (tool.waitUntilExit) {
         tool.waitUntilExit();
-    } else if (tool.right && *tool.right != platform::errAuthorizationSuccess) {
+    } else if (tool.right && *tool.right != qf::errAuthorizationSuccess) {
         refusal_ = tool.right;
     }
     return tool.right;
@@ -232,16 +237,16 @@ std::optional<platform::AuthorizationStatus> PutBack::startMoving(const Recorded
 void PutBack::writeJobFile(unsigned run, const RecordedStep& step, const std::string& itemPath,
                            ItemBack& item) {
     if (!step.job->content) {
-        fail(item, contentUnknown);
+        fail(item, qf::translated(contentUnknown));
         return;
     }
-    const auto records = records_.hold(platform::MissingDirectories::fail);
+    const auto records = records_.hold(qf::MissingDirectories::fail);
     if (!records) {
         fail(item, records.error().localizedDescription);
         return;
     }
     auto made = path::appending((*records)->path(), RunRecords::keptFile(run, step.path));
-    auto done = platform::Result<void>();
+    auto done = qf::Result<void>();
     if (contentOfFile(made) != step.job->content) {
         made = path::appending((*records)->path(), RunRecords::unfinishedFile);
         done = fileSystem().writeAtomicallyWith(made, *step.job->content, step.item.permissions,
@@ -265,7 +270,7 @@ void PutBack::loadJobs(const RunRecord& run) {
             continue;
         }
         if (!loaded) {
-            loaded = jobs_.loaded();
+            loaded = jobs_.loaded().value_or(std::set<std::string>());
         }
         if (!loaded->contains(step.subject)) {
             jobs_.load(step.path);

@@ -33,6 +33,7 @@ struct ItemBack {
     std::string place; ///< Where it was in the Trash; empty if it was not there.
     Back outcome{};
     std::string reason; ///< Why it failed, in the user's words.
+    std::string cause;  ///< The last part of the reason, which items may share.
 };
 
 /// Puts back what runs took away: the items from the Trash, the files of background jobs, and the
@@ -58,13 +59,13 @@ public:
 private:
     void putBack(RunRecord& run, const TrashedItems& trash, std::vector<ItemBack>& items);
     ItemBack putBack(unsigned run, const RecordedStep& step, const TrashedItems& trash);
-    using Directory = platform::Result<std::unique_ptr<platform::HeldDirectory>>;
+    using Directory = qf::Result<std::unique_ptr<qf::HeldDirectory>>;
 
     Directory holdDirectoryOf(const RecordedStep& step);
     void move(const RecordedStep& step, const Directory& directory, ItemBack& item);
     void moveWithRight(const RecordedStep& step, ItemBack& item);
-    std::optional<platform::AuthorizationStatus> startMoving(const RecordedStep& step,
-                                                             const ItemBack& item);
+    std::optional<qf::AuthorizationStatus> startMoving(const RecordedStep& step,
+                                                       const ItemBack& item);
     void writeJobFile(unsigned run, const RecordedStep& step, const std::string& path,
                       ItemBack& item);
     void loadJobs(const RunRecord& run);
@@ -72,8 +73,9 @@ private:
     const RunRecords& records_;
     Jobs& jobs_;
     UndoObserver& observer_;
+    Progress progress_;
     /// Why the right is not asked for again.
-    std::optional<platform::AuthorizationStatus> refusal_;
+    std::optional<qf::AuthorizationStatus> refusal_;
 };
 
 } // namespace records

@@ -17,8 +17,7 @@ constexpr std::string_view checkKey = R"(,"check":")";
 constexpr std::string_view lineTail = R"("})";
 constexpr std::size_t checkDigits = 16;
 
-constexpr const char* isEdited = "it was edited";
-constexpr const char* isCutShort = "it is cut short";
+constexpr auto isEdited = qf::translatable("Records", "it was edited");
 
 /// Continues an FNV-1a digest, which notices edits but is no protection from forgery: nothing in a
 /// record is trusted.
@@ -41,7 +40,7 @@ std::string hexadecimal(std::uint64_t value) {
 } // namespace
 
 void throwUnusable(const std::string& reason) {
-    throw platform::Exception("QFRecordUnusable", reason);
+    throw qf::Exception("QFRecordUnusable", reason);
 }
 
 std::string LineSeal::sealed(const Json& object) {
@@ -55,7 +54,7 @@ Json LineSeal::opened(std::string_view line) {
     constexpr auto tailSize = checkKey.size() + checkDigits + lineTail.size();
     if (line.size() < tailSize || !line.ends_with(lineTail) ||
         line.substr(line.size() - tailSize, checkKey.size()) != checkKey) {
-        throwUnusable(isCutShort);
+        throwUnusable(qf::translatable("Records", "it is cut short"));
     }
     const auto text = line.substr(0, line.size() - tailSize);
     check_ = digest(check_, text);
@@ -71,7 +70,7 @@ Json LineSeal::opened(std::string_view line) {
 }
 
 Json jsonOf(const std::string& bytes) {
-    if (platform::text::validUtf8(bytes) == bytes) {
+    if (qf::text::validUtf8(bytes) == bytes) {
         return bytes;
     }
     std::string digits;
@@ -88,15 +87,19 @@ std::string bytesOf(const Json& json) {
     constexpr int base = 16;
     std::string bytes;
     const auto digits = json.at("hexadecimal").get<std::string>();
-    for (std::size_t i = 0; i + 1 < digits.size(); i += 2) {
+    for (std::size_t i = 0; i < digits.size(); i += 2) {
+        const auto byte = std::string_view(digits).substr(i, 2);
         unsigned value = 0;
-        std::from_chars(digits.data() + i, digits.data() + i + 2, value, base);
+        const auto* const end = byte.data() + byte.size();
+        if (byte.size() < 2 || std::from_chars(byte.data(), end, value, base).ptr != end) {
+            throwUnusable(isEdited);
+        }
         bytes += static_cast<char>(value);
     }
     return bytes;
 }
 
-std::string timestamp(platform::Date date) {
+std::string timestamp(qf::Date date) {
     const auto seconds = std::chrono::system_clock::to_time_t(date);
     std::tm parts{};
     ::gmtime_r(&seconds, &parts);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/Language.h"
 #include "platform/foundation/Date.h"
 
 #include <nlohmann/json.hpp>
@@ -19,7 +20,7 @@ public:
     /// Returns the next line, with its line end.
     std::string sealed(const Json& object);
 
-    /// Returns the object of the next line, which has no line end. Throws platform::Exception
+    /// Returns the object of the next line, which has no line end. Throws qf::Exception
     /// "QFRecordUnusable" unless the line is as sealed() has made it.
     Json opened(std::string_view line);
 
@@ -27,8 +28,12 @@ private:
     std::uint64_t check_ = 0;
 };
 
-/// Throws platform::Exception "QFRecordUnusable" with this reason.
+/// Throw qf::Exception "QFRecordUnusable" with this reason.
 [[noreturn]] void throwUnusable(const std::string& reason);
+template <class... Values>
+[[noreturn]] void throwUnusable(const qf::Translatable& reason, const Values&... values) {
+    throwUnusable(qf::translated(reason, values...));
+}
 
 /// Returns any bytes as JSON: as a string if they are UTF-8, else as hexadecimal digits in an
 /// object.
@@ -38,6 +43,6 @@ Json jsonOf(const std::string& bytes);
 std::string bytesOf(const Json& json);
 
 /// Returns a date in ISO 8601 format, in UTC.
-std::string timestamp(platform::Date date);
+std::string timestamp(qf::Date date);
 
 } // namespace records

@@ -9,7 +9,7 @@
 #include <array>
 #include <utility>
 
-namespace path = platform::path;
+namespace path = qf::path;
 
 namespace records {
 
@@ -23,12 +23,22 @@ constexpr std::array<std::pair<Taken, const char*>, 4> takenNames{{
     {Taken::deleted, "deleted"},
     {Taken::left, "left"},
 }};
-constexpr std::array<std::pair<platform::ItemKind, const char*>, 4> kindNames{{
-    {platform::ItemKind::file, "file"},
-    {platform::ItemKind::directory, "directory"},
-    {platform::ItemKind::link, "link"},
-    {platform::ItemKind::other, "other"},
+constexpr std::array<std::pair<qf::ItemKind, const char*>, 4> kindNames{{
+    {qf::ItemKind::file, "file"},
+    {qf::ItemKind::directory, "directory"},
+    {qf::ItemKind::link, "link"},
+    {qf::ItemKind::other, "other"},
 }};
+
+constexpr auto noWord = qf::translatable("Records", "it says \"%1\", which is no word of a record");
+constexpr auto noRow = qf::translatable("Records", "it says \"%1\", which is no row of the plan");
+constexpr auto notInPlan = qf::translatable("Records", "%1 is not in the plan");
+constexpr auto noHead = qf::translatable("Records", "it is not the beginning of a record");
+constexpr auto otherHead = qf::translatable("Records", "it is the beginning of another record");
+constexpr auto otherVersion =
+    qf::translatable("Records", "another version of the program wrote it");
+constexpr auto noBeginning = qf::translatable("Records", "it ends a step that did not begin");
+constexpr auto inLine = qf::translatable("Records", "line %1: %2");
 
 template <class Names, class Value>
 const char* nameIn(const Names& names, Value value) {
@@ -39,24 +49,24 @@ template <class Names>
 auto valueIn(const Names& names, const std::string& name) {
     const auto found = std::ranges::find(names, name, &Names::value_type::second);
     if (found == names.end()) {
-        throwUnusable("it says \"" + name + "\", which is no word of a record");
+        throwUnusable(noWord, name);
     }
     return found->first;
 }
 
-Json dateOf(platform::FileDate date) {
+Json dateOf(qf::FileDate date) {
     return Json::array({date.seconds, date.nanoseconds});
 }
 
-platform::FileDate dateIn(const Json& json) {
-    platform::FileDate date;
+qf::FileDate dateIn(const Json& json) {
+    qf::FileDate date;
     date.seconds = json.at(0).get<std::int64_t>();
     date.nanoseconds = json.at(1).get<std::int32_t>();
     return date;
 }
 
 /// Adds what was known of the item before the step.
-void addItem(Json& object, const platform::ItemAttributes& item) {
+void addItem(Json& object, const qf::ItemAttributes& item) {
     object["kind"] = nameIn(kindNames, item.kind);
     object["volume"] = item.id.volume;
     object["number"] = item.id.number;
@@ -73,8 +83,8 @@ void addItem(Json& object, const platform::ItemAttributes& item) {
     }
 }
 
-platform::ItemAttributes itemIn(const Json& object) {
-    platform::ItemAttributes item;
+qf::ItemAttributes itemIn(const Json& object) {
+    qf::ItemAttributes item;
     item.kind = valueIn(kindNames, object.at("kind").get<std::string>());
     item.id = {object.at("volume").get<std::uint64_t>(), object.at("number").get<std::uint64_t>()};
     item.owner = object.at("owner").get<unsigned>();
@@ -104,7 +114,7 @@ PlanAction actionNamed(const std::string& name) {
             return action;
         }
     }
-    throwUnusable("it says \"" + name + "\", which is no row of the plan");
+    throwUnusable(noRow, name);
 }
 
 /// Returns whether a path is absolute and leads to its item without "." and "..".
@@ -130,8 +140,7 @@ bool takes(const PlanRow& row, const std::string& itemPath) {
         return itemPath == jobFile(row.subject);
     case PlanAction::trashMatching:
         return path::deletingLastComponent(itemPath) == path::appending(row.subject, "Receipts") &&
-               platform::text::hasPrefixIgnoringCase(path::lastComponent(itemPath),
-                                                     row.names.front());
+               qf::text::hasPrefixIgnoringCase(path::lastComponent(itemPath), row.names.front());
     case PlanAction::trashBundle:
         return true;
     case PlanAction::kill:
@@ -149,8 +158,7 @@ public:
         const auto object = record_.seal.opened(line);
         const auto what = object.at("step").get<std::string>();
         if ((what == "run") != isAtHead_) {
-            throwUnusable(isAtHead_ ? "it is not the beginning of a record"
-                                    : "it is the beginning of another record");
+            throwUnusable(isAtHead_ ? noHead : otherHead);
         }
         isAtHead_ = false;
         if (what == "run") {
@@ -164,7 +172,7 @@ public:
         } else if (what == "closed") {
             record_.isClosed = true;
         } else {
-            throwUnusable("it says \"" + what + "\", which is no word of a record");
+            throwUnusable(noWord, what);
         }
     }
 
@@ -173,7 +181,7 @@ public:
 private:
     void readHead(const Json& object) {
         if (object.at("version") != formatVersion) {
-            throwUnusable("another version of the program wrote it");
+            throwUnusable(otherVersion);
         }
         record_.date = object.at("date").get<std::string>();
         record_.removeShared =
@@ -189,7 +197,7 @@ private:
                           .job = {},
                           .end = {}};
         if (!isOfPlan(step)) {
-            throwUnusable(platform::text::printable(step.path) + " is not in the plan");
+            throwUnusable(notInPlan, qf::text::printable(step.path));
         }
         if (step.action == PlanAction::removeAgent) {
             step.job = RecordedJob{.content = {}, .isLoaded = object.at("loaded").get<bool>()};
@@ -203,7 +211,7 @@ private:
     void readEnd(const Json& object) {
         if (record_.steps.empty() || record_.steps.back().end ||
             record_.steps.back().path != bytesOf(object.at("path"))) {
-            throwUnusable("it ends a step that did not begin");
+            throwUnusable(noBeginning);
         }
         record_.steps.back().end =
             StepEnd{.taken = valueIn(takenNames, object.at("taken").get<std::string>()),
@@ -223,7 +231,7 @@ private:
 };
 
 [[noreturn]] void throwInLine(std::size_t line, const std::string& reason) {
-    throwUnusable("line " + std::to_string(line) + ": " + reason);
+    throwUnusable(inLine, std::to_string(line), reason);
 }
 
 } // namespace
@@ -278,7 +286,7 @@ RunRecord parsedRecord(unsigned number, std::string_view text) {
         ++line;
         const auto end = text.find('\n');
         if (end == std::string_view::npos) {
-            throwInLine(line, "it is cut short");
+            throwInLine(line, qf::translated(qf::translatable("Records", "it is cut short")));
         }
         const auto content = text.substr(0, end);
         text.remove_prefix(end + 1);
@@ -288,10 +296,11 @@ RunRecord parsedRecord(unsigned number, std::string_view text) {
         }
         try {
             reading.readLine(content);
-        } catch (const platform::Exception& exception) {
+        } catch (const qf::Exception& exception) {
             throwInLine(line, exception.reason());
         } catch (const Json::exception&) {
-            throwInLine(line, "something is missing from it");
+            throwInLine(
+                line, qf::translated(qf::translatable("Records", "something is missing from it")));
         }
     }
     return std::move(reading).record();

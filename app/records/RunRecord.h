@@ -32,7 +32,7 @@ struct StepEnd {
 /// A background job before it was removed.
 struct RecordedJob {
     std::optional<std::string> content; ///< Of its file; no value if that could not be read.
-    bool isLoaded = false;              ///< Whether the service manager knew it.
+    bool isLoaded = false;              ///< Or may be: the service manager did not tell.
 
     bool operator==(const RecordedJob&) const = default;
 };
@@ -42,10 +42,10 @@ struct RecordedStep {
     PlanAction action{};            ///< Of the plan's row.
     std::string subject;            ///< Of the plan's row.
     std::string path;               ///< Where the item was.
-    platform::ItemAttributes item;  ///< As they were before.
+    qf::ItemAttributes item;        ///< As they were before.
     std::vector<std::string> links; ///< The links on the way to the item.
     std::optional<RecordedJob> job; ///< Only for a row that removes a job.
-    std::optional<StepEnd> end;     ///< Missing if the run was killed in the middle.
+    std::optional<StepEnd> end;     ///< Missing if that is not known, as after a kill.
 };
 
 /// What is known of one run of the uninstaller.
@@ -62,7 +62,7 @@ struct RunRecord {
     /// Seals the next line.
     LineSeal seal;
     /// The identity of its file.
-    platform::FileId file;
+    qf::FileId file;
 };
 
 // The objects of a record's lines, in the order in which they are written.
@@ -72,7 +72,7 @@ Json endOf(const RecordedStep& step);
 Json endOfRun(bool isComplete);
 Json closure();
 
-/// Returns what a record says. Throws platform::Exception "QFRecordUnusable", whose reason begins
+/// Returns what a record says. Throws qf::Exception "QFRecordUnusable", whose reason begins
 /// with the number of the line, if a line was edited or cut short, or says what no run of the plan
 /// could have recorded: a record is no licence to touch other paths.
 RunRecord parsedRecord(unsigned number, std::string_view text);

@@ -4,33 +4,46 @@
 #include "app/records/Links.h"
 #include "platform/Clock.h"
 #include "platform/FileSystem.h"
+#include "platform/Language.h"
 #include "platform/Services.h"
 #include "platform/foundation/Path.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace records {
 
 namespace {
 
-constexpr const char* diskFailed = "The disk does not take the record.";
+constexpr auto diskFailed = qf::translatable("Reasons", "The disk does not take the record.");
+constexpr auto itemUnread =
+    qf::translatable("Reasons", "An item could not be looked at before it was moved.");
+constexpr auto jobUnread =
+    qf::translatable("Reasons", "A background job's file could not be read.");
 
 /// Returns whether a run finds an item at the path: not if it is a link that leads nowhere.
 bool isThere(const std::string& path) {
-    return platform::service<platform::FileSystem>().exists(path);
+    return qf::service<qf::FileSystem>().exists(path);
 }
 
-StepEnd endAfter(const TrashResult& result) {
+/// Returns whether there is a file itself at the path, no link.
+bool isFile(const std::string& path) {
+    const auto item = qf::service<qf::FileSystem>().attributesOfItem(path);
+    return item && item->kind == qf::ItemKind::file;
+}
+
+/// Returns how a step ended whose item is gone; no value if nobody knows where it went.
+std::optional<StepEnd> endAfter(const qf::TrashResult& result) {
     switch (result.outcome) {
-    case TrashOutcome::moved:
-        return {.taken = Taken::moved, .place = result.place};
-    case TrashOutcome::handedOver:
-        return {.taken = Taken::withRight, .place = result.place};
-    case TrashOutcome::absent:
-    case TrashOutcome::failed:
+    case qf::TrashOutcome::moved:
+        return StepEnd{.taken = Taken::moved, .place = result.place};
+    case qf::TrashOutcome::handedOver:
+        return StepEnd{.taken = Taken::withRight, .place = result.place};
+    case qf::TrashOutcome::absent:
+    case qf::TrashOutcome::failed:
         break;
     }
-    return {};
+    return std::nullopt;
 }
 
 } // namespace
@@ -49,7 +62,7 @@ void RunRecorder::record(Work work) {
 
 void RunRecorder::begin(RemoveShared removeShared) {
     record([&] {
-        record_.date = timestamp(platform::now());
+        record_.date = timestamp(qf::now());
         record_.removeShared = removeShared;
         auto created = records_.create(record_);
         if (created) {
@@ -73,23 +86,36 @@ void RunRecorder::itemBegan(const std::string& path) {
     record([&] { beginStep(path, std::nullopt); });
 }
 
-void RunRecorder::itemEnded(const std::string& path, const TrashResult& result) {
-    record([&] { endStep(path, isThere(path) ? StepEnd() : endAfter(result)); });
+void RunRecorder::itemEnded(const std::string& path, const qf::TrashResult& result) {
+    record([&] {
+        const auto isTaken = endAfter(result).has_value();
+        if (isTaken && file_ && !isLastStep(path)) {
+            failure_ = qf::translated(itemUnread); // There was an item all the same.
+        }
+        if (const auto end = isThere(path) ? StepEnd() : endAfter(result)) {
+            endStep(path, *end);
+        }
+    });
 }
 
 void RunRecorder::rowEnded(const PlanRow& row) {
     record([&] {
         const auto file =
             row.action == PlanAction::removeAgent ? jobFile(row.subject) : std::nullopt;
-        if (file) {
-            endStep(*file, {.taken = isThere(*file) ? Taken::left : Taken::deleted, .place = {}});
+        // A file that exists may still be removed with the right: its step has no end then.
+        if (file && !isThere(*file)) {
+            endStep(*file, {.taken = Taken::deleted, .place = {}});
         }
     });
 }
 
 void RunRecorder::walkEnded() {
     record([&] {
-        append(endOfRun(isComplete_));
+        // A job's file may have stayed in a step that has no end.
+        const bool isAnyLeft =
+            std::any_of(record_.steps.begin(), record_.steps.end(),
+                        [](const auto& step) { return !step.end && isThere(step.path); });
+        append(endOfRun(isComplete_ && !isAnyLeft));
         sync();
     });
 }
@@ -97,9 +123,19 @@ void RunRecorder::walkEnded() {
 /// Records that a job is about to be removed, if its file exists.
 void RunRecorder::beginJobStep(const std::string& label) {
     const auto file = jobFile(label);
-    if (file && file_ && isThere(*file)) {
-        keep(*file);
-        beginStep(*file, RecordedJob{.content = contentOfFile(*file), .isLoaded = isLoaded(label)});
+    if (!file || !file_) {
+        return;
+    }
+    if (isThere(*file)) {
+        auto content = keep(*file);
+        if (!content) {
+            failure_ = qf::translated(jobUnread);
+        }
+        beginStep(*file, RecordedJob{.content = std::move(content), .isLoaded = isLoaded(label)});
+    }
+    // Its removal may see a file that could not be looked at here.
+    if (!isLastStep(*file) && isFile(*file)) {
+        failure_ = qf::translated(jobUnread);
     }
 }
 
@@ -108,7 +144,7 @@ void RunRecorder::beginStep(const std::string& path, std::optional<RecordedJob> 
     if (!row_ || !file_ || !isThere(path)) {
         return;
     }
-    const auto item = platform::service<platform::FileSystem>().attributesOfItem(path);
+    const auto item = qf::service<qf::FileSystem>().attributesOfItem(path);
     if (!item) {
         return;
     }
@@ -123,17 +159,30 @@ void RunRecorder::beginStep(const std::string& path, std::optional<RecordedJob> 
     sync();
 }
 
-/// Keeps a copy of a job's file. A failure is ignored: the record still has the content.
-void RunRecorder::keep(const std::string& file) const {
-    if (const auto directory = records_.hold(platform::MissingDirectories::fail)) {
-        static_cast<void>(platform::service<platform::FileSystem>().copyItem(
-            file, platform::path::appending((*directory)->path(),
-                                            RunRecords::keptFile(record_.number, file))));
+/// Keeps a copy of a job's file, and returns what is in it; no value if it cannot be read. Without
+/// the copy the record still has the content, but neither the access list nor other attributes.
+std::optional<std::string> RunRecorder::keep(const std::string& file) {
+    const auto directory = records_.hold(qf::MissingDirectories::fail);
+    if (!directory) {
+        failure_ = directory.error().localizedDescription;
+        return contentOfFile(file);
     }
+    const auto copy =
+        qf::path::appending((*directory)->path(), RunRecords::keptFile(record_.number, file));
+    if (const auto copied = qf::service<qf::FileSystem>().copyItem(file, copy); !copied) {
+        failure_ = copied.error().localizedDescription;
+    }
+    auto content = contentOfFile(file);
+    return content ? content : contentOfFile(copy);
+}
+
+/// Returns whether the last step that was recorded is about this item.
+bool RunRecorder::isLastStep(const std::string& path) const {
+    return !record_.steps.empty() && record_.steps.back().path == path;
 }
 
 void RunRecorder::endStep(const std::string& path, StepEnd end) {
-    if (record_.steps.empty() || record_.steps.back().path != path || record_.steps.back().end) {
+    if (!isLastStep(path) || record_.steps.back().end) {
         return;
     }
     isComplete_ = isComplete_ && end.taken != Taken::left;
@@ -143,23 +192,26 @@ void RunRecorder::endStep(const std::string& path, StepEnd end) {
 
 void RunRecorder::append(const Json& line) {
     if (file_ && !file_->append(record_.seal.sealed(line))) {
-        failure_ = diskFailed;
+        failure_ = qf::translated(diskFailed);
         file_.reset();
     }
 }
 
 void RunRecorder::sync() {
     if (file_ && !file_->sync()) {
-        failure_ = diskFailed;
+        failure_ = qf::translated(diskFailed);
         file_.reset();
     }
 }
 
+/// Returns whether a job is loaded. If that is not known it counts as loaded, as every file in its
+/// directory is at the next login.
 bool RunRecorder::isLoaded(const std::string& label) {
-    if (!loadedJobs_) {
+    if (!hasAskedForJobs_) {
         loadedJobs_ = jobs_.loaded();
+        hasAskedForJobs_ = true;
     }
-    return loadedJobs_->contains(label);
+    return !loadedJobs_ || loadedJobs_->contains(label);
 }
 
 } // namespace records

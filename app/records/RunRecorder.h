@@ -26,7 +26,7 @@ public:
     void rowBegan(const PlanRow& row) override;
     void itemBegan(const std::string& path) override;
     /// To be called when a tool that moves the item has ended.
-    void itemEnded(const std::string& path, const TrashResult& result) override;
+    void itemEnded(const std::string& path, const qf::TrashResult& result) override;
     void rowEnded(const PlanRow& row) override;
     void walkEnded() override;
 
@@ -42,10 +42,11 @@ private:
     void record(Work work);
     void beginJobStep(const std::string& label);
     void beginStep(const std::string& path, std::optional<RecordedJob> job);
-    void keep(const std::string& file) const;
+    std::optional<std::string> keep(const std::string& file);
     void endStep(const std::string& path, StepEnd end);
     void append(const Json& line);
     void sync();
+    bool isLastStep(const std::string& path) const;
     bool isLoaded(const std::string& label);
 
     const RunRecords& records_;
@@ -55,7 +56,9 @@ private:
     std::optional<std::string> failure_;
     std::optional<PlanRow> row_;
     bool isComplete_ = true;
-    /// The labels of the jobs that were loaded when the first was to be removed.
+    bool hasAskedForJobs_ = false;
+    /// The labels of the jobs that were loaded when the first was to be removed; no value if that
+    /// is not known.
     std::optional<std::set<std::string>> loadedJobs_;
 };
 

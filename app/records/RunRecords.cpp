@@ -2,6 +2,7 @@
 
 #include "app/records/Links.h"
 #include "platform/FileSystem.h"
+#include "platform/Language.h"
 #include "platform/Services.h"
 #include "platform/UserAccount.h"
 #include "platform/foundation/Exception.h"
@@ -15,7 +16,7 @@
 #include <span>
 #include <utility>
 
-namespace path = platform::path;
+namespace path = qf::path;
 
 namespace records {
 
@@ -24,22 +25,24 @@ namespace {
 constexpr const char* extension = ".jsonl";
 constexpr unsigned directoryMode = 0700;
 constexpr unsigned fileMode = 0600;
-constexpr const char* unwritable = "The file of the record can’t be written.";
+constexpr auto unwritable = qf::translatable("Reasons", "The file of the record can’t be written.");
+constexpr auto unreadableRecords = qf::translatable("Records", "the records in %1 cannot be read");
+constexpr auto noRecord = qf::translatable("Records", "there is no record %1 that can be read");
 
-platform::FileSystem& disk() {
-    return platform::service<platform::FileSystem>();
+qf::FileSystem& disk() {
+    return qf::service<qf::FileSystem>();
 }
 
 std::string nameOf(unsigned number) {
     return std::to_string(number) + extension;
 }
 
-auto opened(const std::string& file, platform::FileAccess access) {
-    return platform::service<platform::FileStreams>().openExisting(file, access);
+auto opened(const std::string& file, qf::FileAccess access) {
+    return qf::service<qf::FileStreams>().openExisting(file, access);
 }
 
 /// Reads the rest of a file. Returns nullopt if that fails or is too much.
-std::optional<std::string> contentOf(platform::FileStream& stream) {
+std::optional<std::string> contentOf(qf::FileStream& stream) {
     constexpr std::size_t most = 1U << 24U;
     constexpr std::size_t blockSize = 65536;
     std::string content;
@@ -52,7 +55,7 @@ std::optional<std::string> contentOf(platform::FileStream& stream) {
     return isWhole ? std::optional(std::move(content)) : std::nullopt;
 }
 
-bool writeWhole(platform::FileStream& stream, std::string_view text) {
+bool writeWhole(qf::FileStream& stream, std::string_view text) {
     const auto bytes = std::as_bytes(std::span(text));
     return stream.write(bytes) == bytes.size();
 }
@@ -86,17 +89,17 @@ bool RecordFile::append(std::string_view line) {
 }
 
 std::string RunRecords::usersDirectory() {
-    return path::appending(platform::service<platform::UserAccount>().stateDirectory(),
+    return path::appending(qf::service<qf::UserAccount>().stateDirectory(),
                            "kelvane-uninstaller/runs");
 }
 
 std::vector<unsigned> RunRecords::numbers() const {
     const auto entries = disk().contentsOfDirectory(directory_);
     if (!entries && disk().attributesOfItem(directory_)) {
-        throwUnusable("the records in " + directory_ + " cannot be read");
+        throwUnusable(unreadableRecords, directory_);
     }
     std::vector<unsigned> numbers;
-    for (const auto& entry : entries.value_or(std::vector<platform::DirectoryEntry>())) {
+    for (const auto& entry : entries.value_or(std::vector<qf::DirectoryEntry>())) {
         if (const auto number = numberIn(entry.name)) {
             numbers.push_back(*number);
         }
@@ -113,24 +116,24 @@ std::string RunRecords::keptFile(unsigned number, const std::string& jobFile) {
     return std::to_string(number) + '.' + path::lastComponent(jobFile);
 }
 
-platform::Result<std::unique_ptr<platform::HeldDirectory>>
-RunRecords::hold(platform::MissingDirectories missing) const {
+qf::Result<std::unique_ptr<qf::HeldDirectory>>
+RunRecords::hold(qf::MissingDirectories missing) const {
     return disk().holdDirectory(directory_, linksTo(path::deletingLastComponent(directory_)),
                                 missing);
 }
 
 RunRecord RunRecords::read(unsigned number) const {
     const auto name = file(number);
-    const auto stream = opened(name, platform::FileAccess::reading);
+    const auto stream = opened(name, qf::FileAccess::reading);
     const auto text = stream ? contentOf(**stream) : std::nullopt;
     if (!text) {
-        throwUnusable("there is no record " + name + " that can be read");
+        throwUnusable(noRecord, name);
     }
     try {
         auto record = parsedRecord(number, *text);
         record.file = (*stream)->identity();
         return record;
-    } catch (const platform::Exception& exception) {
+    } catch (const qf::Exception& exception) {
         throwUnusable(name + ", " + exception.reason());
     }
 }
@@ -149,10 +152,10 @@ std::vector<RunRecord> RunRecords::lastUninstall() const {
     return runs;
 }
 
-platform::Result<RecordFile, std::string> RunRecords::create(RunRecord& record) const {
-    const auto directory = hold(platform::MissingDirectories::create);
+qf::Result<RecordFile, std::string> RunRecords::create(RunRecord& record) const {
+    const auto directory = hold(qf::MissingDirectories::create);
     if (!directory) {
-        return platform::Unexpected(directory.error().localizedDescription);
+        return qf::Unexpected(directory.error().localizedDescription);
     }
     const auto held = (*directory)->path();
     const auto unfinished = path::appending(held, unfinishedFile);
@@ -161,11 +164,11 @@ platform::Result<RecordFile, std::string> RunRecords::create(RunRecord& record) 
     auto made = files.setPosixPermissions(held, directoryMode);
     made = made ? files.writeAtomicallyWith(unfinished, head, fileMode, {}) : std::move(made);
     if (!made) {
-        return platform::Unexpected(made.error().localizedDescription);
+        return qf::Unexpected(made.error().localizedDescription);
     }
-    auto stream = opened(unfinished, platform::FileAccess::updating);
+    auto stream = opened(unfinished, qf::FileAccess::updating);
     if (!stream || contentOf(**stream) != head) {
-        return platform::Unexpected(std::string(unwritable));
+        return qf::Unexpected(qf::translated(unwritable));
     }
     const auto former = numbers();
     record.number = former.empty() ? 1 : former.front() + 1;
@@ -173,18 +176,18 @@ platform::Result<RecordFile, std::string> RunRecords::create(RunRecord& record) 
     if (const auto named = files.moveItem(unfinished, path::appending(held, nameOf(record.number)));
         !named) {
         record.number = 0;
-        return platform::Unexpected(named.error().localizedDescription);
+        return qf::Unexpected(named.error().localizedDescription);
     }
     return RecordFile(*std::move(stream));
 }
 
 void RunRecords::close(RunRecord& record) const {
-    const auto directory = hold(platform::MissingDirectories::fail);
+    const auto directory = hold(qf::MissingDirectories::fail);
     if (!directory) {
         return;
     }
     auto stream = opened(path::appending((*directory)->path(), nameOf(record.number)),
-                         platform::FileAccess::updating);
+                         qf::FileAccess::updating);
     // At its end, a line can be added.
     if (stream && (*stream)->identity() == record.file && contentOf(**stream)) {
         record.isClosed = RecordFile(*std::move(stream)).append(record.seal.sealed(closure()));
@@ -192,7 +195,7 @@ void RunRecords::close(RunRecord& record) const {
 }
 
 std::optional<std::string> contentOfFile(const std::string& file) {
-    const auto stream = opened(file, platform::FileAccess::reading);
+    const auto stream = opened(file, qf::FileAccess::reading);
     return stream ? contentOf(**stream) : std::nullopt;
 }
 

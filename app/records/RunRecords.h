@@ -16,18 +16,17 @@ namespace records {
 /// The file of a record that is open for adding lines. Not shared between threads.
 class RecordFile {
 public:
-    explicit RecordFile(std::unique_ptr<platform::FileStream> stream)
-        : stream_(std::move(stream)) {}
+    explicit RecordFile(std::unique_ptr<qf::FileStream> stream) : stream_(std::move(stream)) {}
 
     /// Adds a line. Returns whether all of it is in the file; of one that is not, nothing stays
     /// that could be taken for a line.
     bool append(std::string_view line);
 
     /// Waits until all lines are on the disk.
-    platform::Result<void, platform::SystemError> sync() { return stream_->sync(); }
+    qf::Result<void, qf::SystemError> sync() { return stream_->sync(); }
 
 private:
-    std::unique_ptr<platform::FileStream> stream_;
+    std::unique_ptr<qf::FileStream> stream_;
 };
 
 /// The records of the user's runs, a file for each, which nobody else may read. One thread at a
@@ -40,7 +39,7 @@ public:
     /// Returns the directory for the current user's records.
     static std::string usersDirectory();
 
-    /// Returns the numbers of the records, the newest first. Throws platform::Exception
+    /// Returns the numbers of the records, the newest first. Throws qf::Exception
     /// "QFRecordUnusable" if their directory cannot be read.
     std::vector<unsigned> numbers() const;
 
@@ -56,10 +55,9 @@ public:
 
     /// Holds the directory of the records open. A link in its place, or in place of the program's
     /// own directory around it, is not followed.
-    platform::Result<std::unique_ptr<platform::HeldDirectory>>
-    hold(platform::MissingDirectories missing) const;
+    qf::Result<std::unique_ptr<qf::HeldDirectory>> hold(qf::MissingDirectories missing) const;
 
-    /// Returns a record. Throws platform::Exception "QFRecordUnusable" if it does not exist or
+    /// Returns a record. Throws qf::Exception "QFRecordUnusable" if it does not exist or
     /// cannot be read, as parsedRecord() does with the file's path before the line.
     RunRecord read(unsigned number) const;
 
@@ -70,7 +68,7 @@ public:
 
     /// Makes the file of a new record, gives the record its number, and writes its first line. On
     /// failure returns the reason in the user's words.
-    platform::Result<RecordFile, std::string> create(RunRecord& record) const;
+    qf::Result<RecordFile, std::string> create(RunRecord& record) const;
 
     /// Records that all that the run took is back or deleted. A failure is ignored: the next
     /// attempt finds nothing to do.

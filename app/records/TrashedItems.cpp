@@ -8,7 +8,7 @@
 #include "platform/foundation/Text.h"
 #include "util/paths/QFLocalPaths.h"
 
-namespace path = platform::path;
+namespace path = qf::path;
 
 namespace records {
 
@@ -16,10 +16,10 @@ namespace {
 
 /// Returns the identifier of an application in lower case; empty if it has none.
 std::string identifierOf(const std::string& application) {
-    const auto information = platform::service<platform::PropertyLists>().read(
-        path::appending(application, "Contents/Info.plist"));
+    const auto information =
+        qf::service<qf::PropertyLists>().read(path::appending(application, "Contents/Info.plist"));
     const auto* identifier = information["CFBundleIdentifier"].as<std::string>();
-    return identifier == nullptr ? "" : platform::text::lowercased(*identifier);
+    return identifier == nullptr ? "" : qf::text::lowercased(*identifier);
 }
 
 /// Returns whether two absolute paths mean the same, by whatever links their directories are
@@ -31,7 +31,7 @@ bool isSamePath(const std::string& one, const std::string& other) {
     if (path::lastComponent(one) != path::lastComponent(other)) {
         return false;
     }
-    auto& disk = platform::service<platform::FileSystem>();
+    auto& disk = qf::service<qf::FileSystem>();
     const auto directory = path::deletingLastComponent(one);
     const auto otherDirectory = path::deletingLastComponent(other);
     const auto id = disk.fileIdOfItem(directory);
@@ -41,45 +41,43 @@ bool isSamePath(const std::string& one, const std::string& other) {
 
 } // namespace
 
-bool isRecordedItem(const platform::ItemAttributes& item,
-                    const platform::ItemAttributes& recorded) {
+bool isRecordedItem(const qf::ItemAttributes& item, const qf::ItemAttributes& recorded) {
     if (item.kind != recorded.kind) {
         return false;
     }
     const bool isIdentical = item.id == recorded.id && item.creationDate == recorded.creationDate;
-    const bool hasSize = item.kind == platform::ItemKind::directory || item.size == recorded.size;
+    const bool hasSize = item.kind == qf::ItemKind::directory || item.size == recorded.size;
     return isIdentical || (hasSize && item.modificationDate == recorded.modificationDate);
 }
 
 bool isItemOf(const RecordedStep& step, const std::string& itemPath) {
-    const auto item = platform::service<platform::FileSystem>().attributesOfItem(itemPath);
+    const auto item = qf::service<qf::FileSystem>().attributesOfItem(itemPath);
     return item && isRecordedItem(*item, step.item) &&
            (step.action != PlanAction::trashBundle ||
-            identifierOf(itemPath) == platform::text::lowercased(step.subject));
+            identifierOf(itemPath) == qf::text::lowercased(step.subject));
 }
 
 void forget(const RecordedStep& step) {
     if (step.end && !step.end->place.empty()) {
-        platform::service<platform::Workspace>().forgetTrashed(step.end->place, step.path);
+        qf::service<qf::Workspace>().forgetTrashed(step.end->place, step.path);
     }
 }
 
-platform::Result<HeldItem> HeldItem::hold(const std::string& place) {
+qf::Result<HeldItem> HeldItem::hold(const std::string& place) {
     const auto directory = path::deletingLastComponent(place);
-    auto held = platform::service<platform::FileSystem>().holdDirectory(
-        directory, linksTo(directory), platform::MissingDirectories::fail);
+    auto held = qf::service<qf::FileSystem>().holdDirectory(directory, linksTo(directory),
+                                                            qf::MissingDirectories::fail);
     if (!held) {
-        return platform::Unexpected(std::move(held).error());
+        return qf::Unexpected(std::move(held).error());
     }
     auto item = path::appending((*held)->path(), path::lastComponent(place));
     return HeldItem(*std::move(held), std::move(item));
 }
 
 TrashedItems::TrashedItems() {
-    auto items =
-        platform::service<platform::Workspace>().itemsInTrash(QFLocalPaths::trashDirectory());
+    auto items = qf::service<qf::Workspace>().itemsInTrash(QFLocalPaths::trashDirectory());
     if (!items) {
-        throw platform::Exception("QFTrashUnreadable", items.error().localizedDescription);
+        throw qf::Exception("QFTrashUnreadable", items.error().localizedDescription);
     }
     items_ = *std::move(items);
 }

@@ -13,7 +13,7 @@ namespace records {
 
 /// Returns whether an item is the recorded one: by its identity or, as a copy on another volume has
 /// none of that, by its kind, size and modification date.
-bool isRecordedItem(const platform::ItemAttributes& item, const platform::ItemAttributes& recorded);
+bool isRecordedItem(const qf::ItemAttributes& item, const qf::ItemAttributes& recorded);
 
 /// Returns whether the item at a path is the one that a step took away. An application, which may
 /// have been anywhere, must have the identifier of the step's row too.
@@ -24,16 +24,16 @@ class HeldItem {
 public:
     /// Holds the directory of an item in the Trash. A link in place of the directory is not
     /// followed.
-    static platform::Result<HeldItem> hold(const std::string& place);
+    static qf::Result<HeldItem> hold(const std::string& place);
 
     /// Returns the path of the item through its directory, as long as this object exists.
     const std::string& path() const { return path_; }
 
 private:
-    HeldItem(std::unique_ptr<platform::HeldDirectory> directory, std::string path)
+    HeldItem(std::unique_ptr<qf::HeldDirectory> directory, std::string path)
         : directory_(std::move(directory)), path_(std::move(path)) {}
 
-    std::unique_ptr<platform::HeldDirectory> directory_;
+    std::unique_ptr<qf::HeldDirectory> directory_;
     std::string path_;
 };
 
@@ -45,7 +45,7 @@ void forget(const RecordedStep& step);
 /// threads.
 class TrashedItems {
 public:
-    /// Looks at the Trash. Throws platform::Exception "QFTrashUnreadable" if not all of it can be
+    /// Looks at the Trash. Throws qf::Exception "QFTrashUnreadable" if not all of it can be
     /// seen.
     TrashedItems();
 
@@ -53,7 +53,7 @@ public:
     std::optional<std::string> find(const RecordedStep& step) const;
 
 private:
-    std::vector<platform::ItemInTrash> items_;
+    std::vector<qf::ItemInTrash> items_;
 };
 
 } // namespace records

@@ -1,14 +1,23 @@
 #pragma once
 
 #include "app/Explanations.h"
+#include "app/records/RunRecords.h"
 #include "platform/foundation/Error.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <cstddef>
 #include <exception>
 #include <string>
 #include <vector>
 
 namespace records {
+
+/// Which item it is, counted from 1, of how many.
+struct Progress {
+    std::size_t number = 0;
+    std::size_t total = 0;
+};
 
 /// Is notified while items are put back or deleted, on the thread that does so.
 class UndoObserver {
@@ -21,12 +30,22 @@ public:
     UndoObserver& operator=(UndoObserver&&) = delete;
 
     /// The item that belongs at the path is next.
-    virtual void itemBegan(const std::string& /*path*/) {}
+    virtual void itemBegan(const std::string& /*path*/, Progress /*progress*/) {}
 };
+
+/// Returns the progress before the first of the steps of the runs that are meant.
+template <class Predicate>
+Progress progressThrough(const std::vector<RunRecord>& runs, Predicate isMeant) {
+    Progress progress;
+    for (const auto& run : runs) {
+        progress.total += static_cast<std::size_t>(std::ranges::count_if(run.steps, isMeant));
+    }
+    return progress;
+}
 
 /// Returns whether a failure is one that the administrator's right may help with: not that a volume
 /// is full or read-only, for example.
-inline bool takesRight(const platform::Error& error) {
+inline bool takesRight(const qf::Error& error) {
     return error.code == EACCES || error.code == EPERM;
 }
 

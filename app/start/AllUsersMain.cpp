@@ -26,7 +26,7 @@ using cli::ExitStatus;
 namespace {
 
 /// A run moves items to other volumes, which takes its time; a report has about a hundred lines.
-constexpr platform::RunLimits limits{.time = std::chrono::hours(1), .output = 1U << 18U};
+constexpr qf::RunLimits limits{.time = std::chrono::hours(1), .output = 1U << 18U};
 
 constexpr unsigned rootsUserId = 0;
 
@@ -40,7 +40,7 @@ std::string firstLineOf(const std::string& errors) {
     const auto line = errors.substr(0, errors.find('\n'));
     const auto name = line.find(": ");
     const auto text = name == std::string::npos ? line : line.substr(name + 2);
-    return std::string(platform::text::prefix(text, mostCharacters));
+    return std::string(qf::text::prefix(text, mostCharacters));
 }
 
 /// Runs the program as one account after the other, on a thread of its own.
@@ -56,14 +56,14 @@ public:
 
     /// Begins, and terminates the application when all is done. Main thread only.
     void begin() {
-        platform::detachNewThread([this] {
+        qf::detachNewThread([this] {
             for (const auto& account : all_) {
                 results_.push_back(resultOf(account));
                 show(cli::lineOf(results_.back()));
                 reportSoFar();
             }
             user_.application.performOnMainThread([this] { user_.application.terminate(); },
-                                                  platform::Wait::untilDone);
+                                                  qf::Wait::untilDone);
         });
     }
 
@@ -71,7 +71,7 @@ public:
     const std::vector<AccountResult>& results() const { return results_; }
 
 private:
-    AccountResult resultOf(const platform::LoginAccount& account) {
+    AccountResult resultOf(const qf::LoginAccount& account) {
         AccountResult result{.user = account.name, .home = account.home, .status = {}};
         if (!account.whyNot.empty()) {
             result.reason = account.whyNot;
@@ -93,13 +93,11 @@ private:
         return result;
     }
 
-    void run(const platform::LoginAccount& account, AccountResult& result) {
-        const auto ended = platform::runWithin(
-            limits,
-            accounts_.programAs(
-                account,
-                platform::service<platform::SystemInformation>().executablePath().value_or(""),
-                cli::optionsForAccount(options_)));
+    void run(const qf::LoginAccount& account, AccountResult& result) {
+        const auto ended = qf::runWithin(
+            limits, accounts_.programAs(
+                        account, qf::service<qf::SystemInformation>().executablePath().value_or(""),
+                        cli::optionsForAccount(options_)));
         if (ended.tookTooLong || ended.wroteTooMuch) {
             result.reason = ended.tookTooLong ? tookTooLong : wroteTooMuch;
             return;
@@ -116,21 +114,21 @@ private:
     void reportSoFar() const {
         try {
             report_.prepare(cli::accountsAsJson(results_, options_.removeShared, true));
-        } catch (const platform::Exception&) {
+        } catch (const qf::Exception&) {
             return;
         }
     }
 
     void show(const std::string& line) {
         user_.application.performOnMainThread([this, line] { user_.screen.line(line); },
-                                              platform::Wait::no);
+                                              qf::Wait::no);
     }
 
     const cli::Options options_;
     TerminalUser& user_;
     const cli::ReportFile& report_;
-    platform::LoginAccounts& accounts_ = platform::service<platform::LoginAccounts>();
-    const std::vector<platform::LoginAccount> all_ = accounts_.all();
+    qf::LoginAccounts& accounts_ = qf::service<qf::LoginAccounts>();
+    const std::vector<qf::LoginAccount> all_ = accounts_.all();
     std::atomic<bool> isInterrupted_ = false;
     std::vector<AccountResult> results_;
 };
@@ -139,11 +137,11 @@ private:
 
 ExitStatus allUsersMain(const cli::Options& options) {
     // Never destroyed: their threads may still call them when this function returns.
-    static auto& user = *new TerminalUser(options, platform::terminal::Manner::silent);
+    static auto& user = *new TerminalUser(options, qf::terminal::Manner::silent);
     static const auto& report = *new cli::ReportFile(options);
     static auto& all = *new AllUsers(options, user, report);
     report.prepare(cli::accountsAsJson({}, options.removeShared, true));
-    // The others may not enter root's folders.
+    // The others may not enter root's directories.
     std::filesystem::current_path("/");
     all.begin();
     user.application.run();

@@ -32,11 +32,11 @@ constexpr const char* windowModule = "windows-";
 constexpr const char* noWindows = "windows require kelvane-uninstaller-desktop: ";
 
 using cli::ExitStatus;
-namespace terminal = platform::terminal;
+namespace terminal = qf::terminal;
 
 /// Writes to standard error, in the user's encoding, why the program ends.
 void reportFailure(const std::string& reason) {
-    const auto line = platform::applicationName() + ": " + platform::text::printable(reason) + '\n';
+    const auto line = qf::applicationName() + ": " + qf::text::printable(reason) + '\n';
     std::cerr << terminal::inUsersCharacters(line) << std::flush;
 }
 
@@ -54,9 +54,8 @@ void reportFailure(const std::string& reason) {
 /// Loads the module of the windows, which is of the program's own version, and returns its
 /// function. Uses the terminal if that fails.
 WindowMain& loadedWindowMain(const std::string& program, const cli::Options& options) {
-    const auto version =
-        platform::service<platform::SystemInformation>().bundleVersion().value_or("");
-    const auto function = platform::service<platform::Modules>().function(windowModule + version);
+    const auto version = qf::service<qf::SystemInformation>().bundleVersion().value_or("");
+    const auto function = qf::service<qf::Modules>().function(windowModule + version);
     if (!function) {
         useTerminal(program, options, noWindows + function.error().localizedDescription);
     }
@@ -66,41 +65,39 @@ WindowMain& loadedWindowMain(const std::string& program, const cli::Options& opt
 /// Refuses to work as the superuser in another account's home, as after `sudo -E`. It would hand
 /// that account's directories to the superuser, and delete job files whose jobs it cannot stop.
 void refuseOtherHome() {
-    auto& account = platform::service<platform::UserAccount>();
+    auto& account = qf::service<qf::UserAccount>();
     const auto owner = account.otherOwnerOfHome();
     if (account.realUserId() == superuser && owner) {
-        throw platform::Exception("QFOtherHome", "the home folder " + account.homeDirectory() +
-                                                     " belongs to " + *owner + ": run this as " +
-                                                     *owner +
-                                                     ", with sudo -H for root's own items, or " +
-                                                     "with --uninstall --all-users for all");
+        throw qf::Exception("QFOtherHome", "the home folder " + account.homeDirectory() +
+                                               " belongs to " + *owner + ": run this as " + *owner +
+                                               ", with sudo -H for root's own items, or " +
+                                               "with --uninstall --all-users for all");
     }
 }
 
 ExitStatus allUsers(const cli::Options& options) {
-    if (platform::service<platform::UserAccount>().realUserId() != superuser) {
+    if (qf::service<qf::UserAccount>().realUserId() != superuser) {
         reportFailure("--all-users is for root");
         return ExitStatus::usage;
     }
     return allUsersMain(options);
 }
 
-int run(int argc, char** argv, const cli::Options& options,
-        const platform::InterfaceFile& interfaceFile, Inventory& inventory, const Awake& awake) {
-    const bool canOnlyUseTerminal = !platform::isDisplayNamed() && terminal::Dialogue::isTerminal();
+int run(int argc, char** argv, const cli::Options& options, const qf::InterfaceFile& interfaceFile,
+        Inventory& inventory, const Awake& awake) {
+    const bool canOnlyUseTerminal = !qf::isDisplayNamed() && terminal::Dialogue::isTerminal();
     const bool undoes = (options.putBack && (!options.window || canOnlyUseTerminal)) ||
                         (options.empty && !options.uninstall);
     if (options.uninstall || options.terminal || undoes || canOnlyUseTerminal) {
-        const platform::InstanceLock lock(platform::applicationName());
+        const qf::InstanceLock lock(qf::applicationName());
         if (lock.isHeldByAnother()) {
-            throw platform::Exception(platform::exception_name::alreadyRunning,
-                                      "it is already running");
+            throw qf::Exception(qf::exception_name::alreadyRunning, "it is already running");
         }
         return static_cast<int>(undoes ? undoMain(options)
                                        : terminalMain(options, interfaceFile, inventory, awake));
     }
-    if (!platform::isDisplayNamed()) {
-        useTerminal(*argv, options, platform::noDisplayNamed);
+    if (!qf::isDisplayNamed()) {
+        useTerminal(*argv, options, qf::noDisplayNamed);
     }
     return loadedWindowMain(*argv, options)(
         argc, argv, options, interfaceFile, inventory, awake,
@@ -109,11 +106,10 @@ int run(int argc, char** argv, const cli::Options& options,
 
 } // namespace
 
-int applicationMain(int argc, char** argv, const platform::InterfaceFile& interfaceFile,
+int applicationMain(int argc, char** argv, const qf::InterfaceFile& interfaceFile,
                     Inventory& inventory, const Awake& awake) {
-    platform::nameApplication(argv);
-    const auto version =
-        platform::service<platform::SystemInformation>().bundleVersion().value_or("");
+    qf::nameApplication(argv);
+    const auto version = qf::service<qf::SystemInformation>().bundleVersion().value_or("");
     const auto parsed = cli::parseCommandLine(argc, argv, version);
     if (const auto* status = std::get_if<int>(&parsed)) {
         return *status;

@@ -18,7 +18,7 @@ namespace start {
 /// If it cannot begin, one line on standard error says why: the interface file lacks what the
 /// controller needs, another process of the same user runs the application, there is nobody to
 /// ask, or the superuser was given another account's home. The option --help explains the statuses.
-int applicationMain(int argc, char** argv, const platform::InterfaceFile& interfaceFile,
+int applicationMain(int argc, char** argv, const qf::InterfaceFile& interfaceFile,
                     Inventory& inventory, const Awake& awake);
 
 } // namespace start

@@ -2,7 +2,7 @@
 
 #include <functional>
 
-namespace platform {
+namespace qf {
 class Interface;
 }
 class PlanObserver;
@@ -11,6 +11,6 @@ namespace start {
 
 /// Creates the application's controller from the loaded interface; the observer is notified of its
 /// run. Both outlive the controller. Called once, on the main thread.
-using Awake = std::function<void(platform::Interface&, PlanObserver&)>;
+using Awake = std::function<void(qf::Interface&, PlanObserver&)>;
 
 } // namespace start

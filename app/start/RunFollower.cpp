@@ -1,9 +1,10 @@
 #include "app/start/RunFollower.h"
 
+#include "app/start/ItemOfAll.h"
 #include "app/start/Outlets.h"
 #include "platform/Application.h"
+#include "platform/Language.h"
 #include "platform/Services.h"
-#include "platform/foundation/Path.h"
 
 #include <utility>
 
@@ -11,12 +12,11 @@ namespace start {
 
 namespace {
 
-constexpr const char* reason = "Moving Kelvane to the Trash";
+constexpr auto movingToTrash = qf::translatable("MainMenu", "Moving Kelvane to the Trash");
 
 } // namespace
 
-void RunFollower::follow(cli::Run& run, records::RunRecorder& recorder,
-                         platform::Interface& interface) {
+void RunFollower::follow(cli::Run& run, records::RunRecorder& recorder, qf::Interface& interface) {
     run_ = &run;
     recorder_ = &recorder;
     removeShared_ = &interface.checkBox(removeSharedOutlet);
@@ -31,10 +31,10 @@ void RunFollower::rowBegan(const PlanRow& row) {
 }
 
 void RunFollower::begin() {
-    inhibition_ = platform::service<platform::Inhibitors>().inhibitShutdown(uninstaller, reason);
-    const auto removeShared = removeShared_->state() == platform::CheckBoxState::on
-                                  ? RemoveShared::yes
-                                  : RemoveShared::no;
+    inhibition_ =
+        qf::service<qf::Inhibitors>().inhibitShutdown(uninstaller, qf::translated(movingToTrash));
+    const auto removeShared =
+        removeShared_->state() == qf::CheckBoxState::on ? RemoveShared::yes : RemoveShared::no;
     for (const auto& row : run_->begin(removeShared)) {
         if (row.state == ItemState::found) {
             found_.insert(row.path);
@@ -49,7 +49,7 @@ void RunFollower::itemBegan(const std::string& path) {
 }
 
 /// What a tool moves is recorded when the tool has ended.
-void RunFollower::itemEnded(const std::string& path, const TrashResult& result) {
+void RunFollower::itemEnded(const std::string& path, const qf::TrashResult& result) {
     RunObserver::itemEnded(path, result);
     recorder_->itemEnded(path, result);
 }
@@ -68,10 +68,9 @@ void RunFollower::show(const std::string& path) {
     if (found_.erase(path) == 0) {
         return;
     }
-    auto text = platform::path::lastComponent(path) + ", " + std::to_string(++number_) + " of " +
-                std::to_string(total);
-    platform::service<platform::Application>().performOnMainThread(
-        [item = item_, text = std::move(text)] { item->setText(text); }, platform::Wait::no);
+    auto text = itemOfAll(path, {.number = ++number_, .total = total});
+    qf::service<qf::Application>().performOnMainThread(
+        [item = item_, text = std::move(text)] { item->setText(text); }, qf::Wait::no);
 }
 
 } // namespace start

@@ -18,12 +18,12 @@ namespace start {
 class RunFollower : public cli::RunObserver {
 public:
     /// To be called before the run, on the main thread. All must live until the application has
-    /// terminated. Throws platform::Exception if the interface lacks an outlet.
-    void follow(cli::Run& run, records::RunRecorder& recorder, platform::Interface& interface);
+    /// terminated. Throws qf::Exception if the interface lacks an outlet.
+    void follow(cli::Run& run, records::RunRecorder& recorder, qf::Interface& interface);
 
     void rowBegan(const PlanRow& row) override;
     void itemBegan(const std::string& path) override;
-    void itemEnded(const std::string& path, const TrashResult& result) override;
+    void itemEnded(const std::string& path, const qf::TrashResult& result) override;
     void rowEnded(const PlanRow& row) override;
     void walkEnded() override;
 
@@ -33,10 +33,10 @@ private:
 
     cli::Run* run_ = nullptr;
     records::RunRecorder* recorder_ = nullptr;
-    platform::CheckBox* removeShared_ = nullptr;
-    platform::Label* item_ = nullptr;
+    qf::CheckBox* removeShared_ = nullptr;
+    qf::Label* item_ = nullptr;
     bool hasBegun_ = false;
-    std::unique_ptr<platform::Inhibition> inhibition_;
+    std::unique_ptr<qf::Inhibition> inhibition_;
     std::set<std::string> found_;
     std::size_t number_ = 0;
 };

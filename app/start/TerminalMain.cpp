@@ -1,6 +1,7 @@
 #include "app/start/TerminalMain.h"
 
 #include "app/Explanations.h"
+#include "app/RunningPrograms.h"
 #include "app/cli/Report.h"
 #include "app/cli/Run.h"
 #include "app/cli/Undone.h"
@@ -17,7 +18,7 @@
 namespace start {
 
 using cli::ExitStatus;
-namespace terminal = platform::terminal;
+namespace terminal = qf::terminal;
 
 namespace {
 
@@ -67,13 +68,14 @@ private:
 
 ExitStatus listMain(const cli::Options& options, Inventory& inventory) {
     const auto removeShared = options.removeShared ? RemoveShared::yes : RemoveShared::no;
-    const auto rows = inventory.take(removeShared, Sizes::yes);
+    auto rows = inventory.take(removeShared, Sizes::yes);
+    findRunning(rows);
     print(options.json ? cli::listAsJson(rows, removeShared)
                        : terminal::inUsersCharacters(cli::listAsText(rows)));
     return ExitStatus::complete;
 }
 
-ExitStatus terminalMain(const cli::Options& options, const platform::InterfaceFile& interfaceFile,
+ExitStatus terminalMain(const cli::Options& options, const qf::InterfaceFile& interfaceFile,
                         Inventory& inventory, const Awake& awake) {
     static auto& user = *new TerminalUser(options, options.uninstall ? terminal::Manner::silent
                                                                      : terminal::Manner::asks);

@@ -9,7 +9,7 @@
 namespace start {
 
 /// Prints what a run would take away on standard output. Changes nothing, and asks for no right.
-/// Throws platform::Exception "QFListUnwritable" if not all of it could be written.
+/// Throws qf::Exception "QFListUnwritable" if not all of it could be written.
 cli::ExitStatus listMain(const cli::Options& options, Inventory& inventory);
 
 /// Runs the application on the terminal to its end, with questions or, if the options say
@@ -17,9 +17,8 @@ cli::ExitStatus listMain(const cli::Options& options, Inventory& inventory);
 ///
 /// Works as applicationMain(), with the windows of a terminal. Writes a report before anything
 /// else, so that one that cannot be written ends the run before it has begun. Throws
-/// platform::Exception if the interface file lacks what the controller needs.
-cli::ExitStatus terminalMain(const cli::Options& options,
-                             const platform::InterfaceFile& interfaceFile, Inventory& inventory,
-                             const Awake& awake);
+/// qf::Exception if the interface file lacks what the controller needs.
+cli::ExitStatus terminalMain(const cli::Options& options, const qf::InterfaceFile& interfaceFile,
+                             Inventory& inventory, const Awake& awake);
 
 } // namespace start

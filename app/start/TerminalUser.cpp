@@ -9,7 +9,7 @@ namespace start {
 void print(const std::string& text) {
     std::cout << text << std::flush;
     if (!std::cout) {
-        throw platform::Exception("QFListUnwritable", "cannot write the list");
+        throw qf::Exception("QFListUnwritable", "cannot write the list");
     }
 }
 

@@ -17,22 +17,22 @@ namespace start {
 
 /// The implementations of the ports. Threads may still call them after the event loop has ended.
 struct TerminalUser {
-    platform::terminal::Manner manner;
-    platform::terminal::Screen screen;
-    platform::terminal::Application application;
-    platform::terminal::Dialogue dialogue{application, screen};
-    platform::terminal::AlertPanels alertPanels{application, dialogue, manner};
-    platform::terminal::PasswordQuestion passwordQuestion;
-    platform::terminal::LogConsole logConsole;
+    qf::terminal::Manner manner;
+    qf::terminal::Screen screen;
+    qf::terminal::Application application;
+    qf::terminal::Dialogue dialogue{application, screen};
+    qf::terminal::AlertPanels alertPanels{application, dialogue, manner};
+    qf::terminal::PasswordQuestion passwordQuestion;
+    qf::terminal::LogConsole logConsole;
 
-    TerminalUser(const cli::Options& options, platform::terminal::Manner how)
-        : manner(how), screen(platform::service<platform::Console>(), options.quiet),
+    TerminalUser(const cli::Options& options, qf::terminal::Manner how)
+        : manner(how), screen(qf::service<qf::Console>(), options.quiet),
           passwordQuestion(application, dialogue,
-                           options.quiet || !platform::terminal::Dialogue::isTerminal()) {
-        platform::install<platform::Application>(application);
-        platform::install<platform::AlertPanels>(alertPanels);
-        platform::install<platform::PasswordQuestion>(passwordQuestion);
-        platform::install<platform::Console>(logConsole);
+                           options.quiet || !qf::terminal::Dialogue::isTerminal()) {
+        qf::install<qf::Application>(application);
+        qf::install<qf::AlertPanels>(alertPanels);
+        qf::install<qf::PasswordQuestion>(passwordQuestion);
+        qf::install<qf::Console>(logConsole);
         dialogue.onInterruption([this] { screen.paragraph("What has begun goes on to its end."); });
     }
 };
@@ -40,17 +40,17 @@ struct TerminalUser {
 /// Shows a run's progress on the screen.
 class ScreenOutput : public cli::TextOutput {
 public:
-    explicit ScreenOutput(platform::terminal::Screen& screen) : screen_(screen) {}
+    explicit ScreenOutput(qf::terminal::Screen& screen) : screen_(screen) {}
 
     void paragraph(std::string_view text) override { screen_.paragraph(text); }
     void line(std::string_view text) override { screen_.line(text); }
     void gap() override { screen_.gap(); }
 
 private:
-    platform::terminal::Screen& screen_;
+    qf::terminal::Screen& screen_;
 };
 
-/// Writes text on standard output. Throws platform::Exception "QFListUnwritable" if not all of it
+/// Writes text on standard output. Throws qf::Exception "QFListUnwritable" if not all of it
 /// could be written.
 void print(const std::string& text);
 

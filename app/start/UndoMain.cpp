@@ -5,10 +5,10 @@
 #include "app/cli/Undone.h"
 #include "app/records/Emptying.h"
 #include "app/records/PutBack.h"
+#include "app/start/ItemOfAll.h"
 #include "app/start/Recording.h"
 #include "app/start/TerminalUser.h"
 #include "platform/foundation/Exception.h"
-#include "platform/foundation/Path.h"
 #include "platform/foundation/Thread.h"
 
 #include <algorithm>
@@ -22,7 +22,7 @@ namespace start {
 using cli::ExitStatus;
 using records::RunRecord;
 using records::RunRecords;
-namespace terminal = platform::terminal;
+namespace terminal = qf::terminal;
 
 namespace {
 
@@ -84,17 +84,17 @@ public:
     /// Begins, and terminates the application when all is done. Main thread only.
     void begin() {
         try {
-            platform::detachNewThread([this] { undo(); });
+            qf::detachNewThread([this] { undo(); });
         } catch (const std::exception& exception) {
             result_.failure = explanationOf(exception);
             user_.application.terminate();
         }
     }
 
-    void itemBegan(const std::string& path) override {
+    void itemBegan(const std::string& path, records::Progress progress) override {
         user_.application.performOnMainThread(
-            [this, name = platform::path::lastComponent(path)] { user_.screen.setStatus(name); },
-            platform::Wait::no);
+            [this, text = itemOfAll(path, progress)] { user_.screen.setStatus(text); },
+            qf::Wait::no);
     }
 
     /// Returns what became of the items, when all is done.
@@ -112,7 +112,7 @@ private:
                 user_.screen.clearStatus();
                 user_.application.terminate();
             },
-            platform::Wait::untilDone);
+            qf::Wait::untilDone);
     }
 
     const cli::Options options_;
@@ -152,7 +152,7 @@ ExitStatus recordsMain(const cli::Options& options) {
 
 ExitStatus undoMain(const cli::Options& options) {
     if (options.empty && !options.yes && !terminal::Dialogue::isTerminal()) {
-        throw platform::Exception("QFNobodyToAsk", cannotAsk);
+        throw qf::Exception("QFNobodyToAsk", cannotAsk);
     }
     // Never destroyed: their threads may still call them when this function returns.
     static auto& user = *new TerminalUser(options, terminal::Manner::silent);

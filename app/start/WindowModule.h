@@ -20,10 +20,10 @@ using WithoutWindows = std::function<void(const std::string&)>;
 /// last window says what and why, after the alert. Signals that ask the program to end count as
 /// Cancel before the run; a run goes on to its end, and the program then ends without an alert.
 /// Calls `withoutWindows` if there is no display; the process ends when that returns. Throws
-/// platform::Exception if the interface file lacks what the controller needs. To be called before
+/// qf::Exception if the interface file lacks what the controller needs. To be called before
 /// any other thread exists.
 using WindowMain = int(int argc, char** argv, const cli::Options& options,
-                       const platform::InterfaceFile& interfaceFile, Inventory& inventory,
+                       const qf::InterfaceFile& interfaceFile, Inventory& inventory,
                        const Awake& awake, const WithoutWindows& withoutWindows);
 
 } // namespace start

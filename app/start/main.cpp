@@ -7,17 +7,18 @@
 #include <memory>
 
 int main(int argc, char* argv[]) {
-    platform::installServices({.identifier = "com.quillfen.KelvaneUninstaller",
-                               .version = QF_VERSION,
-                               .helper = QF_OWN_HELPER,
-                               .asksOnce = true});
+    qf::installServices({.identifier = "com.quillfen.KelvaneUninstaller",
+                         .version = QF_VERSION,
+                         .directory = QF_OWN_DIRECTORY,
+                         .helper = QF_OWN_HELPER,
+                         .asksOnce = true});
     std::unique_ptr<AppController> controller;
     // A list that is being made when the program ends still uses it.
     static PlanInventory inventory;
-    return start::applicationMain(
-        argc, argv, mainMenu(), inventory,
-        [&controller](platform::Interface& interface, PlanObserver& observer) {
-            controller = std::make_unique<AppController>(interface, observer);
-            controller->awakeFromNib();
-        });
+    return start::applicationMain(argc, argv, mainMenu(), inventory,
+                                  [&controller](qf::Interface& interface, PlanObserver& observer) {
+                                      controller =
+                                          std::make_unique<AppController>(interface, observer);
+                                      controller->awakeFromNib();
+                                  });
 }

@@ -18,7 +18,7 @@ void Ending::request() {
 
 void Ending::runBegins() {
     if (!otherRuns_) {
-        otherRuns_.emplace(platform::applicationName());
+        otherRuns_.emplace(qf::applicationName());
         otherRuns_->waitUntilHeld();
     }
     const std::lock_guard lock(mutex_);
@@ -45,12 +45,11 @@ bool Ending::loopEnded(cli::ExitStatus status) {
 }
 
 void Ending::end() {
-    auto* application = platform::installedService<platform::Application>();
+    auto* application = qf::installedService<qf::Application>();
     if (application == nullptr || status_) {
         std::_Exit(static_cast<int>(status_.value_or(cli::ExitStatus::cancelled)));
     }
-    application->performOnMainThread([application] { application->terminate(); },
-                                     platform::Wait::no);
+    application->performOnMainThread([application] { application->terminate(); }, qf::Wait::no);
 }
 
 } // namespace start

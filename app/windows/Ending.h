@@ -38,7 +38,7 @@ private:
     /// Set once the event loop has ended.
     std::optional<cli::ExitStatus> status_;
     /// Held from the first run until the process ends.
-    std::optional<platform::InstanceLock> otherRuns_;
+    std::optional<qf::InstanceLock> otherRuns_;
 };
 
 } // namespace start

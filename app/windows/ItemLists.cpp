@@ -1,6 +1,7 @@
 #include "app/windows/ItemLists.h"
 
 #include "platform/FileSystem.h"
+#include "platform/Language.h"
 #include "platform/Services.h"
 #include "platform/foundation/Path.h"
 
@@ -10,41 +11,55 @@ namespace start {
 
 namespace {
 
-using platform::qt::ItemsDescription;
-using platform::qt::ItemsSection;
-using platform::qt::ListedItem;
+using qf::qt::ItemsDescription;
+using qf::qt::ItemsSection;
+using qf::qt::ListedItem;
 
-constexpr const char* plannedTitle = "Items to Remove";
-constexpr const char* nothingPlanned = "Nothing of the suite was found.";
-constexpr const char* programs = "Closed if they are running";
-constexpr const char* trashed = "Moved to the Trash";
-constexpr const char* jobs = "Background jobs, stopped and deleted";
-constexpr const char* needsPassword = "needs a password";
+constexpr auto plannedTitle = qf::translatable("Lists", "Items to Remove");
+constexpr auto nothingPlanned = qf::translatable("Lists", "Nothing of the suite was found.");
+constexpr auto programs = qf::translatable("Lists", "Running programs, closed");
+constexpr auto trashed = qf::translatable("Lists", "Moved to the Trash");
+constexpr auto jobs = qf::translatable("Lists", "Background jobs, stopped and deleted");
+constexpr auto needsPassword = qf::translatable("Lists", "%1, needs a password");
+constexpr auto onePlanned =
+    qf::translatable("Lists", "%1 item, %2. Nothing is removed before you press Uninstall.");
+constexpr auto manyPlanned =
+    qf::translatable("Lists", "%1 items, %2. Nothing is removed before you press Uninstall.");
+//: Between the whole number and the decimals of a size.
+constexpr auto decimalSign = qf::translatable("Lists", ".");
 
-constexpr const char* leftTitle = "Items Left in Place";
-constexpr const char* leftMessage = "These items could not be removed. They are whole, where they "
-                                    "were.";
+constexpr auto leftTitle = qf::translatable("Lists", "Items Left in Place");
+constexpr auto leftMessage =
+    qf::translatable("Lists", "These items could not be removed. They are whole, where they were.");
 
-constexpr const char* putBackTitle = "Put Back";
-constexpr const char* allPutBack = "Kelvane is back in its place.";
-constexpr const char* somePutBack =
-    "Not everything could be put back. What failed is where it was.";
-constexpr const char* inPlaceAgain = "Back in their places";
-constexpr const char* endedEarly = "Not everything could be put back: ";
-constexpr const char* nothingToPutBack = "There is nothing to put back.";
+constexpr auto putBackTitle = qf::translatable("Lists", "Put Back");
+constexpr auto allPutBack = qf::translatable("Lists", "Kelvane is back in its place.");
+constexpr auto somePutBack =
+    qf::translatable("Lists", "Not everything could be put back. What failed is where it was.");
+constexpr auto inPlaceAgain = qf::translatable("Lists", "Back in their places");
+constexpr auto endedEarly = qf::translatable("Lists", "Not everything could be put back: %1");
+constexpr auto nothingToPutBack = qf::translatable("Lists", "There is nothing to put back.");
 
-constexpr const char* notRecordedTitle = "Run Not Recorded";
-constexpr const char* notRecordedMessage =
-    "The items are in the Trash, but not all of them can be put back by this program: ";
+constexpr auto notRecordedTitle = qf::translatable("Lists", "Run Not Recorded");
+constexpr auto notRecordedMessage = qf::translatable(
+    "Lists", "The items are in the Trash, but not all of them can be put back by this program: %1");
 
 bool isMovableByUser(const std::string& path) {
-    return platform::service<platform::FileSystem>().isWritable(
-        platform::path::deletingLastComponent(path));
+    return qf::service<qf::FileSystem>().isWritable(qf::path::deletingLastComponent(path));
+}
+
+/// Returns a size with the decimal sign of the person's language.
+std::string shownSize(std::uint64_t size) {
+    auto text = cli::readableSize(size);
+    if (const auto sign = text.find('.'); sign != std::string::npos) {
+        text.replace(sign, 1, qf::translated(decimalSign));
+    }
+    return text;
 }
 
 ListedItem listed(const InventoryRow& row) {
-    const auto size = cli::readableSize(row.size);
-    return {row.path, isMovableByUser(row.path) ? size : size + ", " + needsPassword};
+    const auto size = shownSize(row.size);
+    return {row.path, isMovableByUser(row.path) ? size : qf::translated(needsPassword, size)};
 }
 
 void addUnlessEmpty(std::vector<ItemsSection>& sections, ItemsSection section) {
@@ -65,22 +80,21 @@ void add(std::vector<ItemsSection>& sections, const std::string& heading, const 
 std::string summaryOf(const std::vector<InventoryRow>& rows) {
     const auto found = std::ranges::count(rows, ItemState::found, &InventoryRow::state);
     if (found == 0) {
-        return nothingPlanned;
+        return qf::translated(nothingPlanned);
     }
-    return std::to_string(found) + (found == 1 ? " item, " : " items, ") +
-           cli::readableSize(cli::totalSize(rows)) +
-           ". Nothing is removed before you press Uninstall.";
+    return qf::translated(found == 1 ? onePlanned : manyPlanned, std::to_string(found),
+                          shownSize(cli::totalSize(rows)));
 }
 
 } // namespace
 
 ItemsDescription plannedItems(const std::vector<InventoryRow>& rows) {
-    ItemsSection stopped{programs, {}};
-    ItemsSection moved{trashed, {}};
-    ItemsSection deleted{jobs, {}};
+    ItemsSection stopped{qf::translated(programs), {}};
+    ItemsSection moved{qf::translated(trashed), {}};
+    ItemsSection deleted{qf::translated(jobs), {}};
     for (const auto& row : rows) {
         if (row.action == PlanAction::kill) {
-            for (const auto& name : row.names) {
+            for (const auto& name : row.running) {
                 stopped.items.push_back({name, {}});
             }
         } else if (row.state == ItemState::found) {
@@ -88,7 +102,8 @@ ItemsDescription plannedItems(const std::vector<InventoryRow>& rows) {
             section.items.push_back(listed(row));
         }
     }
-    ItemsDescription description{.title = plannedTitle, .message = summaryOf(rows), .sections = {}};
+    ItemsDescription description{
+        .title = qf::translated(plannedTitle), .message = summaryOf(rows), .sections = {}};
     addUnlessEmpty(description.sections, std::move(moved));
     addUnlessEmpty(description.sections, std::move(deleted));
     addUnlessEmpty(description.sections, std::move(stopped));
@@ -96,8 +111,10 @@ ItemsDescription plannedItems(const std::vector<InventoryRow>& rows) {
 }
 
 ItemsDescription itemsLeft(const std::vector<cli::RowOutcome>& left) {
-    ItemsDescription description{
-        .title = leftTitle, .message = leftMessage, .sections = {}, .canTryAgain = true};
+    ItemsDescription description{.title = qf::translated(leftTitle),
+                                 .message = qf::translated(leftMessage),
+                                 .sections = {},
+                                 .canTryAgain = true};
     for (const auto& item : left) {
         add(description.sections, item.cause, item.row.path);
     }
@@ -105,22 +122,27 @@ ItemsDescription itemsLeft(const std::vector<cli::RowOutcome>& left) {
 }
 
 ItemsDescription itemsPutBack(const cli::Undone& result) {
-    ItemsDescription description{.title = putBackTitle, .message = allPutBack, .sections = {}};
+    ItemsDescription description{.title = qf::translated(putBackTitle),
+                                 .message = qf::translated(allPutBack),
+                                 .sections = {}};
     if (!result.failure.empty()) {
-        description.message = endedEarly + result.failure;
+        description.message = qf::translated(endedEarly, result.failure);
     } else if (result.items.empty()) {
-        description.message = nothingToPutBack;
+        description.message = qf::translated(nothingToPutBack);
     } else if (cli::statusOf(result) != cli::ExitStatus::complete) {
-        description.message = somePutBack;
+        description.message = qf::translated(somePutBack);
     }
     for (const auto& item : result.items) {
-        add(description.sections, item.isLeft ? item.reason : inPlaceAgain, item.path);
+        add(description.sections, item.isLeft ? item.cause : qf::translated(inPlaceAgain),
+            item.path);
     }
     return description;
 }
 
 ItemsDescription notRecorded(const std::string& reason) {
-    return {.title = notRecordedTitle, .message = notRecordedMessage + reason, .sections = {}};
+    return {.title = qf::translated(notRecordedTitle),
+            .message = qf::translated(notRecordedMessage, reason),
+            .sections = {}};
 }
 
 } // namespace start

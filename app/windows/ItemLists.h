@@ -12,15 +12,15 @@ namespace start {
 
 /// Returns the window that lists what a run would remove, from the inventory of it, sizes included.
 /// Looks up which items the user may not move without an administrator's password.
-platform::qt::ItemsDescription plannedItems(const std::vector<InventoryRow>& rows);
+qf::qt::ItemsDescription plannedItems(const std::vector<InventoryRow>& rows);
 
 /// Returns the window that lists what a run left in place, each reason once.
-platform::qt::ItemsDescription itemsLeft(const std::vector<cli::RowOutcome>& left);
+qf::qt::ItemsDescription itemsLeft(const std::vector<cli::RowOutcome>& left);
 
 /// Returns the window that says what became of the items that were to be put back.
-platform::qt::ItemsDescription itemsPutBack(const cli::Undone& result);
+qf::qt::ItemsDescription itemsPutBack(const cli::Undone& result);
 
 /// Returns the window that says that a run is not wholly recorded, and why.
-platform::qt::ItemsDescription notRecorded(const std::string& reason);
+qf::qt::ItemsDescription notRecorded(const std::string& reason);
 
 } // namespace start

@@ -1,5 +1,6 @@
 #include "app/windows/WindowMain.h"
 
+#include "app/RunningPrograms.h"
 #include "app/cli/Run.h"
 #include "app/start/Outlets.h"
 #include "app/start/Recording.h"
@@ -15,6 +16,7 @@
 #include "platform/qt/Interruptions.h"
 #include "platform/qt/ItemsWindow.h"
 #include "platform/qt/RaiseOnRequest.h"
+#include "platform/qt/SessionEnd.h"
 #include "platform/qt/WindowedMain.h"
 #include "platform/support/ApplicationName.h"
 #include "platform/terminal/RunAgain.h"
@@ -28,7 +30,7 @@ namespace start {
 namespace {
 
 using cli::ExitStatus;
-namespace qt = platform::qt;
+namespace qt = qf::qt;
 
 class WindowFollower : public RunFollower {
 public:
@@ -48,19 +50,19 @@ private:
 };
 
 /// Refuses a second window, after bringing the first one to the front, and a window beside a run.
-void refuseSecond(const platform::InstanceLock& window) {
+void refuseSecond(const qf::InstanceLock& window) {
     if (window.isHeldByAnother()) {
         window.touch();
-    } else if (!platform::InstanceLock(platform::applicationName()).isHeldByAnother()) {
+    } else if (!qf::InstanceLock(qf::applicationName()).isHeldByAnother()) {
         return;
     }
-    throw platform::Exception(platform::exception_name::alreadyRunning, "it is already running");
+    throw qf::Exception(qf::exception_name::alreadyRunning, "it is already running");
 }
 
 /// Shows what a run would remove, when that is known: the sizes of many files take a while.
 class ItemsButton {
 public:
-    ItemsButton(platform::Interface& interface, Inventory& inventory)
+    ItemsButton(qf::Interface& interface, Inventory& inventory)
         : window_(interface.window(mainWindowOutlet)),
           removeShared_(interface.checkBox(removeSharedOutlet)), inventory_(inventory) {}
 
@@ -69,20 +71,25 @@ public:
         if (std::exchange(isAtWork_, true)) {
             return;
         }
-        const auto shared = removeShared_.state() == platform::CheckBoxState::on ? RemoveShared::yes
-                                                                                 : RemoveShared::no;
+        const auto shared =
+            removeShared_.state() == qf::CheckBoxState::on ? RemoveShared::yes : RemoveShared::no;
         try {
-            platform::detachNewThread([this, shared] {
-                platform::service<platform::Application>().performOnMainThread(
-                    [this, rows = inventory_.take(shared, Sizes::yes)] { show(rows); },
-                    platform::Wait::no);
+            qf::detachNewThread([this, shared] {
+                qf::service<qf::Application>().performOnMainThread(
+                    [this, rows = rowsOf(shared)] { show(rows); }, qf::Wait::no);
             });
-        } catch (const platform::Exception&) {
-            show(inventory_.take(shared, Sizes::yes));
+        } catch (const qf::Exception&) {
+            show(rowsOf(shared));
         }
     }
 
 private:
+    std::vector<InventoryRow> rowsOf(RemoveShared shared) {
+        auto rows = inventory_.take(shared, Sizes::yes);
+        findRunning(rows);
+        return rows;
+    }
+
     void show(const std::vector<InventoryRow>& rows) {
         isAtWork_ = false;
         if (window_.isVisible()) {
@@ -90,8 +97,8 @@ private:
         }
     }
 
-    platform::Window& window_;
-    platform::CheckBox& removeShared_;
+    qf::Window& window_;
+    qf::CheckBox& removeShared_;
     Inventory& inventory_;
     bool isAtWork_ = false;
 };
@@ -105,7 +112,7 @@ ExitStatus finish(cli::Run& run, const records::RunRecorder& recorder, Ending& e
     }
     if (!end.left.empty() && !isAskedToEnd &&
         qt::showItems(itemsLeft(end.left)) == qt::ItemsAnswer::tryAgain) {
-        platform::terminal::runAgain({platform::applicationName()});
+        qf::terminal::runAgain({qf::applicationName()});
     }
     return end.status;
 }
@@ -131,9 +138,9 @@ void outliveDisplay(cli::Run& run, const WindowPutBack& putBack, Ending& ending)
 }
 
 ExitStatus windowMain(int argc, char** argv, const cli::Options& options,
-                      const platform::InterfaceFile& interfaceFile, Inventory& inventory,
+                      const qf::InterfaceFile& interfaceFile, Inventory& inventory,
                       const Awake& awake, const WithoutWindows& withoutWindows) {
-    const platform::InstanceLock window(platform::applicationName() + "-window");
+    const qf::InstanceLock window(qf::applicationName() + "-window");
     refuseSecond(window);
     // Never destroyed: their threads may still call them when this function returns.
     static auto& ending = *new Ending;
@@ -144,7 +151,7 @@ ExitStatus windowMain(int argc, char** argv, const cli::Options& options,
     qt::onInterruption([] { ending.request(); });
     return static_cast<ExitStatus>(qt::windowedMain(
         argc, argv, interfaceFile,
-        [&](platform::Interface& interface) {
+        [&](qf::Interface& interface) {
             follower.follow(run, recording.recorder, interface);
             static auto& itemsButton = *new ItemsButton(interface, inventory);
             interface.setAction(showItemsAction, [] { itemsButton.press(); });
@@ -152,6 +159,7 @@ ExitStatus windowMain(int argc, char** argv, const cli::Options& options,
             awake(interface, follower);
             std::atexit([] { outliveDisplay(run, *putBack, ending); });
             qt::raiseOnRequest(window);
+            qt::holdSessionWhile([] { return ending.isRunning(); });
             if (options.putBack) {
                 putBack->begin();
             } else if (putBack->isPossible()) {
@@ -170,7 +178,7 @@ ExitStatus windowMain(int argc, char** argv, const cli::Options& options,
 } // namespace start
 
 int moduleMain(int argc, char** argv, const cli::Options& options,
-               const platform::InterfaceFile& interfaceFile, Inventory& inventory,
+               const qf::InterfaceFile& interfaceFile, Inventory& inventory,
                const start::Awake& awake, const start::WithoutWindows& withoutWindows) {
     return static_cast<int>(
         start::windowMain(argc, argv, options, interfaceFile, inventory, awake, withoutWindows));

@@ -1,36 +1,36 @@
 #include "app/windows/WindowPutBack.h"
 
 #include "app/Explanations.h"
+#include "app/start/ItemOfAll.h"
 #include "app/start/Outlets.h"
 #include "platform/Application.h"
 #include "platform/Inhibitors.h"
+#include "platform/Language.h"
 #include "platform/Services.h"
 #include "platform/foundation/Exception.h"
-#include "platform/foundation/Path.h"
 #include "platform/foundation/Thread.h"
 
 #include <algorithm>
 #include <exception>
-#include <utility>
 
 namespace start {
 
 namespace {
 
-constexpr const char* putBackReason = "Putting Kelvane back in its place";
+constexpr auto puttingBack = qf::translatable("MainMenu", "Putting Kelvane back in its place");
 
 /// Returns the runs that may be offered; none if their records are not usable.
 std::vector<records::RunRecord> usableRuns(const records::RunRecords& runs) {
     try {
         return runs.lastUninstall();
-    } catch (const platform::Exception&) {
+    } catch (const qf::Exception&) {
         return {};
     }
 }
 
 } // namespace
 
-WindowPutBack::WindowPutBack(platform::Interface& interface, Recording& recording, Ending& ending)
+WindowPutBack::WindowPutBack(qf::Interface& interface, Recording& recording, Ending& ending)
     : mainWindow_(interface.window(mainWindowOutlet)),
       window_(interface.window(putBackWindowOutlet)),
       bar_(interface.progressIndicator(putBackBarOutlet)),
@@ -42,7 +42,7 @@ bool WindowPutBack::isPossible() const {
     const auto isWaiting = [](const auto& item) { return item.outcome == records::Back::waiting; };
     try {
         return !runs_.empty() && std::ranges::any_of(records::PutBack::preview(runs_), isWaiting);
-    } catch (const platform::Exception&) {
+    } catch (const qf::Exception&) {
         return false; // The Trash cannot be seen.
     }
 }
@@ -50,10 +50,10 @@ bool WindowPutBack::isPossible() const {
 void WindowPutBack::begin() {
     hasBegun_ = true;
     try {
-        platform::detachNewThread([this] { putBack(); });
+        qf::detachNewThread([this] { putBack(); });
     } catch (const std::exception& exception) {
         result_.failure = explanationOf(exception);
-        platform::service<platform::Application>().terminate();
+        qf::service<qf::Application>().terminate();
         return;
     }
     bar_.setUsesThreadedAnimation(true);
@@ -66,7 +66,7 @@ void WindowPutBack::putBack() {
     ending_.runBegins();
     try {
         const auto inhibition =
-            platform::service<platform::Inhibitors>().inhibitShutdown(uninstaller, putBackReason);
+            qf::service<qf::Inhibitors>().inhibitShutdown(uninstaller, qf::translated(puttingBack));
         // Another run may have ended since the window was opened.
         runs_ = recording_.runs.lastUninstall();
         result_ =
@@ -75,18 +75,17 @@ void WindowPutBack::putBack() {
         result_.failure = explanationOf(exception);
     }
     ending_.runEnded();
-    platform::service<platform::Application>().performOnMainThread(
+    qf::service<qf::Application>().performOnMainThread(
         [this] {
             window_.orderOut();
-            platform::service<platform::Application>().terminate();
+            qf::service<qf::Application>().terminate();
         },
-        platform::Wait::untilDone);
+        qf::Wait::untilDone);
 }
 
-void WindowPutBack::itemBegan(const std::string& path) {
-    auto text = platform::path::lastComponent(path) + ", " + std::to_string(++number_);
-    platform::service<platform::Application>().performOnMainThread(
-        [this, text = std::move(text)] { item_.setText(text); }, platform::Wait::no);
+void WindowPutBack::itemBegan(const std::string& path, records::Progress progress) {
+    qf::service<qf::Application>().performOnMainThread(
+        [this, text = itemOfAll(path, progress)] { item_.setText(text); }, qf::Wait::no);
 }
 
 } // namespace start

@@ -7,7 +7,6 @@
 #include "platform/Windows.h"
 
 #include <atomic>
-#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -16,8 +15,8 @@ namespace start {
 /// Puts back what the last uninstall took away, and shows a window meanwhile.
 class WindowPutBack final : public records::UndoObserver {
 public:
-    /// All must outlive this object. Throws platform::Exception if the interface lacks an outlet.
-    WindowPutBack(platform::Interface& interface, Recording& recording, Ending& ending);
+    /// All must outlive this object. Throws qf::Exception if the interface lacks an outlet.
+    WindowPutBack(qf::Interface& interface, Recording& recording, Ending& ending);
 
     /// Returns whether anything is in the Trash that can be put back. Main thread only.
     bool isPossible() const;
@@ -32,20 +31,19 @@ public:
     /// Returns what became of the items, when all is done.
     const cli::Undone& result() const { return result_; }
 
-    void itemBegan(const std::string& path) override;
+    void itemBegan(const std::string& path, records::Progress progress) override;
 
 private:
     void putBack();
 
-    platform::Window& mainWindow_;
-    platform::Window& window_;
-    platform::ProgressIndicator& bar_;
-    platform::Label& item_;
+    qf::Window& mainWindow_;
+    qf::Window& window_;
+    qf::ProgressIndicator& bar_;
+    qf::Label& item_;
     Recording& recording_;
     Ending& ending_;
     std::vector<records::RunRecord> runs_;
     std::atomic<bool> hasBegun_{false};
-    std::size_t number_ = 0;
     cli::Undone result_;
 };
 

@@ -5,6 +5,7 @@
 #include "platform/Application.h"
 #include "platform/Windows.h"
 #include "tests/support/DescribedMachine.h"
+#include "tests/support/NoThreadsLeft.h"
 
 #include <gtest/gtest.h>
 
@@ -35,7 +36,7 @@ private:
     std::vector<std::string> events_;
 };
 
-class RecordingWindow : public platform::Window {
+class RecordingWindow : public qf::Window {
 public:
     RecordingWindow(Events& events, std::string name) : events_(events), name_(std::move(name)) {}
     void makeKeyAndOrderFront() override { events_.add("show " + name_); }
@@ -48,13 +49,13 @@ private:
     std::string name_;
 };
 
-class SetCheckBox : public platform::CheckBox {
+class SetCheckBox : public qf::CheckBox {
 public:
     explicit SetCheckBox(Events& events) : events_(events) {}
 
-    platform::CheckBoxState shown = platform::CheckBoxState::off;
+    qf::CheckBoxState shown = qf::CheckBoxState::off;
     std::function<void()> whenRead = [] {};
-    platform::CheckBoxState state() override {
+    qf::CheckBoxState state() override {
         events_.add("read box");
         whenRead();
         return shown;
@@ -64,7 +65,7 @@ private:
     Events& events_;
 };
 
-class RecordingBar : public platform::ProgressIndicator {
+class RecordingBar : public qf::ProgressIndicator {
 public:
     explicit RecordingBar(Events& events) : events_(events) {}
     void setUsesThreadedAnimation(bool threaded) override {
@@ -76,7 +77,7 @@ private:
     Events& events_;
 };
 
-class FakeInterface : public platform::Interface {
+class FakeInterface : public qf::Interface {
 public:
     explicit FakeInterface(Events& events)
         : main(events, "main"), progress(events, "progress"), bar(events), box(events) {}
@@ -88,20 +89,20 @@ public:
     std::map<std::string, std::function<void()>> actions;
     std::string missing;
 
-    platform::Window& window(const std::string& name) override {
+    qf::Window& window(const std::string& name) override {
         require(name);
         return name == "windowMain" ? main : progress;
     }
-    platform::CheckBox& checkBox(const std::string& name) override {
+    qf::CheckBox& checkBox(const std::string& name) override {
         require(name);
         return box;
     }
-    platform::ProgressIndicator& progressIndicator(const std::string& name) override {
+    qf::ProgressIndicator& progressIndicator(const std::string& name) override {
         require(name);
         return bar;
     }
-    platform::Label& label(const std::string& name) override {
-        throw platform::Exception("QFOutletMissing", name);
+    qf::Label& label(const std::string& name) override {
+        throw qf::Exception("QFOutletMissing", name);
     }
     void setAction(const std::string& name, std::function<void()> perform) override {
         require(name);
@@ -111,24 +112,24 @@ public:
 private:
     void require(const std::string& name) const {
         if (name == missing) {
-            throw platform::Exception("QFOutletMissing", name);
+            throw qf::Exception("QFOutletMissing", name);
         }
     }
 };
 
 /// An application whose main thread, the test's, does one piece of work at a time, and whose only
 /// event is `nextEvent`.
-class SteppedApplication : public platform::Application {
+class SteppedApplication : public qf::Application {
 public:
     explicit SteppedApplication(Events& events) : events_(events) {}
 
     bool isMainThread() override { return std::this_thread::get_id() == main_; }
-    void performOnMainThread(std::function<void()> work, platform::Wait wait) override {
+    void performOnMainThread(std::function<void()> work, qf::Wait wait) override {
         if (isMainThread()) {
             work();
             return;
         }
-        EXPECT_EQ(wait, platform::Wait::untilDone);
+        EXPECT_EQ(wait, qf::Wait::untilDone);
         std::promise<void> done;
         work_.set_value([&] {
             work();
@@ -143,7 +144,7 @@ public:
     void terminate() override { events_.add("terminate"); }
     int addTerminationObserver(std::function<void()> /*observer*/) override { return 0; }
     void removeTerminationObserver(int /*observer*/) override {}
-    platform::Window* mainWindow() override { return nullptr; }
+    qf::Window* mainWindow() override { return nullptr; }
 
     std::function<void()> nextEvent = [] {};
 
@@ -159,21 +160,20 @@ private:
 };
 
 /// Alerts that are dismissed with their default button by the application's next event.
-class DismissedAlertPanels : public platform::AlertPanels {
+class DismissedAlertPanels : public qf::AlertPanels {
 public:
     DismissedAlertPanels(Events& events, SteppedApplication& application)
         : events_(events), application_(application) {}
-    std::unique_ptr<platform::AlertPanel>
-    create(const platform::AlertDescription& description) override {
+    std::unique_ptr<qf::AlertPanel> create(const qf::AlertDescription& description) override {
         return std::make_unique<Panel>(*this, description);
     }
 
 private:
-    class Panel : public platform::AlertPanel {
+    class Panel : public qf::AlertPanel {
     public:
-        Panel(DismissedAlertPanels& panels, platform::AlertDescription description)
+        Panel(DismissedAlertPanels& panels, qf::AlertDescription description)
             : panels_(panels), description_(std::move(description)) {}
-        void beginSheet(platform::Window* parent, std::function<void(int)> didEnd) override {
+        void beginSheet(qf::Window* parent, std::function<void(int)> didEnd) override {
             const auto& [message, text, first, second, third, suppression] = description_;
             panels_.events_.add((parent == nullptr ? "alert: " : "sheet: ") + message + " / " +
                                 text + (first || second || third || suppression ? " / ..." : ""));
@@ -187,7 +187,7 @@ private:
 
     private:
         DismissedAlertPanels& panels_;
-        const platform::AlertDescription description_;
+        const qf::AlertDescription description_;
     };
 
     Events& events_;
@@ -222,8 +222,8 @@ protected:
 
 private:
     DismissedAlertPanels panels_{events, application};
-    platform::ScopedService<platform::Application> applicationScope_{application};
-    platform::ScopedService<platform::AlertPanels> panelsScope_{panels_};
+    qf::ScopedService<qf::Application> applicationScope_{application};
+    qf::ScopedService<qf::AlertPanels> panelsScope_{panels_};
 };
 
 TEST_F(AppControllerTest, ShowsNothingAndRemovesNothingWhenItAwakes) {
@@ -252,6 +252,22 @@ TEST_F(AppControllerTest, ShowsProgressInPlaceOfTheMainWindow) {
     EXPECT_EQ(events.all(),
               (Lines{"threaded", "animate", "show progress", "hide main", "read box"}));
     complete(endProgress);
+}
+
+TEST_F(AppControllerTest, WalksThePlanItselfIfNoThreadIsLeft) {
+    const AppController controller(interface, observer);
+
+    {
+        const NoThreadsLeft none;
+        interface.actions.at("uninstall:")();
+    }
+
+    EXPECT_EQ(
+        events.all(),
+        (Lines{"threaded", "animate", "show progress", "hide main", "read box", "hide progress",
+               "alert: Uninstall complete / Items have been placed in your Trash.", "dismiss",
+               "terminate"}));
+    EXPECT_FALSE(launcher.runs.empty());
 }
 
 TEST_F(AppControllerTest, EndsWithTheAlertAndTerminatesEvenWithNothingInstalled) {
@@ -285,7 +301,7 @@ TEST_F(AppControllerTest, LeavesSharedItemsAloneWhenTheBoxIsNotTicked) {
 }
 
 TEST_F(AppControllerTest, RemovesSharedItemsWhenTheBoxIsTicked) {
-    interface.box.shown = platform::CheckBoxState::on;
+    interface.box.shown = qf::CheckBoxState::on;
     const AppController controller(interface, observer);
 
     complete(uninstall());
@@ -294,7 +310,7 @@ TEST_F(AppControllerTest, RemovesSharedItemsWhenTheBoxIsTicked) {
 }
 
 TEST_F(AppControllerTest, TakesTheMixedStateForNotTicked) {
-    interface.box.shown = platform::CheckBoxState::mixed;
+    interface.box.shown = qf::CheckBoxState::mixed;
     const AppController controller(interface, observer);
 
     complete(uninstall());
@@ -324,7 +340,7 @@ TEST_P(AppControllerOutlets, AreNamedWhenTheInterfaceLacksThem) {
     try {
         const AppController controller(interface, observer);
         FAIL() << "a controller without " << GetParam();
-    } catch (const platform::Exception& exception) {
+    } catch (const qf::Exception& exception) {
         EXPECT_EQ(exception.reason(), GetParam());
     }
 }

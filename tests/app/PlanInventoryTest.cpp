@@ -18,10 +18,10 @@ constexpr const char* agentFile = "/home/someone/Library/LaunchAgents/com.quillf
 /// Files of ten bytes, directories of a thousand.
 class SizedFileSystem : public DescribedFileSystem {
 public:
-    std::optional<platform::ItemAttributes> attributesOfItem(const std::string& path) override {
+    std::optional<qf::ItemAttributes> attributesOfItem(const std::string& path) override {
         auto known = DescribedFileSystem::attributesOfItem(path);
         if (known) {
-            known->size = known->kind == platform::ItemKind::directory ? 1000 : 10;
+            known->size = known->kind == qf::ItemKind::directory ? 1000 : 10;
         }
         return known;
     }
@@ -30,12 +30,12 @@ public:
 /// Very deeply nested directories, with a file in the innermost.
 class DeepFileSystem : public SizedFileSystem {
 public:
-    std::optional<std::vector<platform::DirectoryEntry>>
+    std::optional<std::vector<qf::DirectoryEntry>>
     contentsOfDirectoryWithSizes(const std::string& path) override {
         constexpr std::size_t longest = 100000;
         const bool isInnermost = path.size() > longest;
-        return {{isInnermost ? platform::DirectoryEntry{"file", platform::ItemKind::file, 10}
-                             : platform::DirectoryEntry{"d", platform::ItemKind::directory}}};
+        return {{isInnermost ? qf::DirectoryEntry{"file", qf::ItemKind::file, 10}
+                             : qf::DirectoryEntry{"d", qf::ItemKind::directory}}};
     }
 };
 
@@ -56,8 +56,8 @@ protected:
     KnowingWorkspace desktop;
 
 private:
-    platform::ScopedService<platform::FileSystem> diskScope_{disk};
-    platform::ScopedService<platform::Workspace> desktopScope_{desktop};
+    qf::ScopedService<qf::FileSystem> diskScope_{disk};
+    qf::ScopedService<qf::Workspace> desktopScope_{desktop};
 };
 
 TEST_F(PlanInventoryTest, HasOneRowForEachOfThePlan) {
@@ -74,7 +74,7 @@ TEST_F(PlanInventoryTest, NamesTheProgramsThatAreStopped) {
     EXPECT_EQ(row.state, ItemState::none);
 }
 
-TEST_F(PlanInventoryTest, FindsNothingWhereNothingIs) {
+TEST_F(PlanInventoryTest, FindsNothingIfNothingExists) {
     const auto rows = take();
 
     EXPECT_TRUE(std::all_of(rows.begin() + 1, rows.end(),
@@ -146,7 +146,7 @@ TEST_F(PlanInventoryTest, AddsUpWhatIsInADirectory) {
 
 TEST_F(PlanInventoryTest, AddsUpWhatLiesDeeperThanAStackReaches) {
     DeepFileSystem deep;
-    const platform::ScopedService<platform::FileSystem> deepScope(deep);
+    const qf::ScopedService<qf::FileSystem> deepScope(deep);
     deep.directories[dunmarl] = Lines{};
 
     EXPECT_EQ(rowsAbout(dunmarl).front().size, 10U);
@@ -162,7 +162,7 @@ TEST_F(PlanInventoryTest, MeasuresNothingUnlessAsked) {
 
 TEST_F(PlanInventoryTest, GoesOnAfterALookUpThatFails) {
     desktop.failure =
-        std::make_exception_ptr(platform::Exception("NSInternalException", "the desktop is gone"));
+        std::make_exception_ptr(qf::Exception("NSInternalException", "the desktop is gone"));
     disk.files = {agentFile};
 
     EXPECT_EQ(take().size(), uninstallPlan(RemoveShared::no).size());

@@ -33,7 +33,7 @@ protected:
     KnowingWorkspace desktop;
 
 private:
-    platform::ScopedService<platform::Workspace> desktopScope_{desktop};
+    qf::ScopedService<qf::Workspace> desktopScope_{desktop};
 };
 
 TEST_F(PlanWalk, StopsProcessesWithOneRunOfTheTool) {
@@ -46,7 +46,7 @@ TEST_F(PlanWalk, StopsProcessesWithOneRunOfTheTool) {
 
 TEST_F(PlanWalk, LetsTheToolTakeAsLongAsItTakes) {
     PausingClock clock;
-    const platform::ScopedService<platform::Clock> scope(clock);
+    const qf::ScopedService<qf::Clock> scope(clock);
     fileSystem.tools.insert("/usr/bin/killall");
 
     walk({{PlanAction::kill, "/usr/bin/killall", {"Dunmarl"}}});
@@ -116,7 +116,7 @@ TEST_F(PlanWalk, TakesReceiptsThatCannotBeListedForNone) {
 TEST_F(PlanWalk, GoesOnAfterARowThatFails) {
     fileSystem.files = {"/x/a", "/x/b"};
     desktop.errors = {{"/x/a", {}}};
-    services.createStatus = platform::errAuthorizationDenied;
+    services.createStatus = qf::errAuthorizationDenied;
 
     walk({{PlanAction::trash, "/x/a", {}}, {PlanAction::trash, "/x/b", {}}});
 
@@ -127,11 +127,11 @@ TEST_F(PlanWalk, GoesOnAfterARowThatFails) {
 class RecordingObserver : public PlanObserver {
 public:
     std::vector<std::string> events;
-    std::map<std::string, TrashResult> results;
+    std::map<std::string, qf::TrashResult> results;
 
     void rowBegan(const PlanRow& row) override { events.push_back("begin " + row.subject); }
     void itemBegan(const std::string& path) override { events.push_back("try " + path); }
-    void itemEnded(const std::string& path, const TrashResult& result) override {
+    void itemEnded(const std::string& path, const qf::TrashResult& result) override {
         events.push_back("tried " + path);
         results[path] = result;
     }
@@ -161,15 +161,50 @@ TEST_F(PlanWalk, MakesWhatItTrashedDurableOnce) {
     EXPECT_EQ(desktop.timesDurable, 1);
 }
 
+/// Records what had been swept when each item began.
+class SweepObserver : public PlanObserver {
+public:
+    explicit SweepObserver(const DescribedFileSystem& fileSystem) : fileSystem_(fileSystem) {}
+
+    void itemBegan(const std::string& path) override { swept[path] = fileSystem_.swept; }
+
+    std::map<std::string, std::vector<std::string>> swept;
+
+private:
+    const DescribedFileSystem& fileSystem_;
+};
+
 TEST_F(PlanWalk, RemovesAbandonedCopiesBesideItsItemsFirst) {
-    RecordingObserver observer;
+    SweepObserver observer(fileSystem);
 
     walkUninstallPlan({{PlanAction::trash, "/x/a", {}},
                        {PlanAction::trash, "/y/b", {}},
                        {PlanAction::trash, "/x/c", {}}},
                       observer);
 
+    EXPECT_EQ(observer.swept.at("/x/a"), (Lines{"/x", "/y"}));
     EXPECT_EQ(fileSystem.swept, (Lines{"/x", "/y"}));
+}
+
+TEST_F(PlanWalk, RemovesAbandonedCopiesBesideReceiptsFirst) {
+    fileSystem.directories["/Library/Receipts"] = Lines{"Install Kelvane 1.pkg"};
+    SweepObserver observer(fileSystem);
+
+    walkUninstallPlan({{PlanAction::trash, "/x/a", {}},
+                       {PlanAction::trashMatching, "/Library", {"Install Kelvane "}}},
+                      observer);
+
+    EXPECT_EQ(observer.swept.at("/x/a"), (Lines{"/x", "/Library/Receipts"}));
+    EXPECT_EQ(fileSystem.swept, (Lines{"/x", "/Library/Receipts"}));
+}
+
+TEST_F(PlanWalk, RemovesAbandonedCopiesBesideABundleBeforeItIsTrashed) {
+    desktop.applications = {{"com.quillfen.Ospenth", "/Volumes/Tools/Ospenth.app"}};
+    SweepObserver observer(fileSystem);
+
+    walkUninstallPlan({{PlanAction::trashBundle, "com.quillfen.Ospenth", {}}}, observer);
+
+    EXPECT_EQ(observer.swept.at("/Volumes/Tools/Ospenth.app"), Lines{"/Volumes/Tools"});
 }
 
 TEST_F(PlanWalk, AnnouncesItsItemsTogether) {
@@ -184,7 +219,7 @@ TEST_F(PlanWalk, AnnouncesItsItemsTogether) {
 TEST_F(PlanWalk, TellsAnItemsOwnResult) {
     fileSystem.files = {"/x/a", "/x/b"};
     desktop.errors = {{"/x/a", {.localizedDescription = "It is closed."}}};
-    services.rightsStatus = platform::errAuthorizationCanceled;
+    services.rightsStatus = qf::errAuthorizationCanceled;
     RecordingObserver observer;
 
     walkUninstallPlan({{PlanAction::trash, "/x/a", {}},
@@ -193,18 +228,18 @@ TEST_F(PlanWalk, TellsAnItemsOwnResult) {
                       observer);
 
     const auto& closed = observer.results.at("/x/a");
-    EXPECT_EQ(closed.outcome, TrashOutcome::failed);
+    EXPECT_EQ(closed.outcome, qf::TrashOutcome::failed);
     EXPECT_EQ(closed.error->localizedDescription, "It is closed.");
-    EXPECT_EQ(closed.right, platform::errAuthorizationCanceled);
+    EXPECT_EQ(closed.right, qf::errAuthorizationCanceled);
     EXPECT_EQ(closed.place, "");
-    EXPECT_EQ(observer.results.at("/x/b").outcome, TrashOutcome::moved);
+    EXPECT_EQ(observer.results.at("/x/b").outcome, qf::TrashOutcome::moved);
     EXPECT_EQ(observer.results.at("/x/b").place, "/home/someone/.Trash/b");
-    EXPECT_EQ(observer.results.at("/x/c").outcome, TrashOutcome::absent);
+    EXPECT_EQ(observer.results.at("/x/c").outcome, qf::TrashOutcome::absent);
 }
 
 TEST_F(PlanWalk, EndsARowThatAnExceptionEnded) {
     desktop.failure =
-        std::make_exception_ptr(platform::Exception("NSInternalException", "the desktop is gone"));
+        std::make_exception_ptr(qf::Exception("NSInternalException", "the desktop is gone"));
     RecordingObserver observer;
 
     walkUninstallPlan({{PlanAction::trashBundle, "com.quillfen.Ospenth", {}}}, observer);
@@ -215,7 +250,7 @@ TEST_F(PlanWalk, EndsARowThatAnExceptionEnded) {
 
 TEST_F(PlanWalk, LogsAnExceptionThatARowLetsOutAndGoesOn) {
     desktop.failure =
-        std::make_exception_ptr(platform::Exception("NSInternalException", "the desktop is gone"));
+        std::make_exception_ptr(qf::Exception("NSInternalException", "the desktop is gone"));
     fileSystem.files = {"/x/b"};
 
     walk({{PlanAction::trashBundle, "com.quillfen.Ospenth", {}}, {PlanAction::trash, "/x/b", {}}});
@@ -233,6 +268,17 @@ TEST_F(PlanWalk, LogsAnyExceptionThatARowLetsOutAndGoesOn) {
 
     EXPECT_EQ(loggedLines(),
               Lines{"Exception in walkUninstallPlan. NSGenericException - std::bad_alloc."});
+    EXPECT_EQ(recycledItems(), Lines{"/x/b"});
+}
+
+TEST_F(PlanWalk, LogsAnExceptionThatTellsNoReasonAndGoesOn) {
+    desktop.failure = std::make_exception_ptr(7);
+    fileSystem.files = {"/x/b"};
+
+    walk({{PlanAction::trashBundle, "com.quillfen.Ospenth", {}}, {PlanAction::trash, "/x/b", {}}});
+
+    EXPECT_EQ(loggedLines(), Lines{"Exception in walkUninstallPlan. NSGenericException - An "
+                                   "exception that tells no reason."});
     EXPECT_EQ(recycledItems(), Lines{"/x/b"});
 }
 
@@ -261,15 +307,15 @@ TEST_F(PlanWalk, TrashesTheOtherReceiptsAfterOneThatCannotBeTrashed) {
     fileSystem.files = {"/Library/Receipts/Install Kelvane 1.pkg",
                         "/Library/Receipts/Install Kelvane 2.pkg"};
     desktop.errors = {{"/Library/Receipts/Install Kelvane 1.pkg", {}}};
-    services.createStatus = platform::errAuthorizationDenied;
+    services.createStatus = qf::errAuthorizationDenied;
     RecordingObserver observer;
 
     walkUninstallPlan({{PlanAction::trashMatching, "/Library", {"Install Kelvane "}}}, observer);
 
     EXPECT_EQ(observer.results.at("/Library/Receipts/Install Kelvane 1.pkg").outcome,
-              TrashOutcome::failed);
+              qf::TrashOutcome::failed);
     EXPECT_EQ(observer.results.at("/Library/Receipts/Install Kelvane 2.pkg").outcome,
-              TrashOutcome::moved);
+              qf::TrashOutcome::moved);
 }
 
 TEST_F(PlanWalk, PerformsARowWhoseObserverThrows) {
@@ -287,8 +333,8 @@ TEST_F(PlanWalk, PerformsARowWhoseObserverThrows) {
 class WholePlanWalk : public PlanWalk {
 protected:
     WholePlanWalk() {
-        using platform::DirectoryKind;
-        using platform::DomainMask;
+        using qf::DirectoryKind;
+        using qf::DomainMask;
         searchPaths.lists[{DirectoryKind::applicationSupport, DomainMask::user}] = {
             "/home/someone/Library/Application Support"};
         searchPaths.lists[{DirectoryKind::caches, DomainMask::user}] = {

@@ -9,8 +9,8 @@
 
 namespace {
 
-using platform::DirectoryKind;
-using platform::DomainMask;
+using qf::DirectoryKind;
+using qf::DomainMask;
 
 /// The plan of a user whose home is /home/someone.
 class UninstallPlan : public StandardLocations {};

@@ -10,7 +10,7 @@
 using cli::AccountResult;
 using cli::ExitStatus;
 using cli::Json;
-using platform::ScopedService;
+using qf::ScopedService;
 
 namespace {
 
@@ -140,8 +140,8 @@ class AccountsDocument : public testing::Test {
 protected:
     Information information_;
     FakeAccount account_;
-    ScopedService<platform::SystemInformation> informationScope_{information_};
-    ScopedService<platform::UserAccount> accountScope_{account_};
+    ScopedService<qf::SystemInformation> informationScope_{information_};
+    ScopedService<qf::UserAccount> accountScope_{account_};
 };
 
 TEST_F(AccountsDocument, HasEachAccountsResultReasonAndRows) {

@@ -9,7 +9,7 @@
 #include <string_view>
 
 /// The machine that documents are written on.
-class Information : public platform::SystemInformation {
+class Information : public qf::SystemInformation {
     std::string globallyUniqueString() override { return {}; }
     std::string operatingSystemVersion() override { return {}; }
     std::string hostName() override { return "machine"; }

@@ -23,6 +23,12 @@ Options optionsOf(const std::vector<std::string>& words) {
     return std::get<Options>(parse(words));
 }
 
+std::string outputOf(const std::vector<std::string>& words) {
+    ::testing::internal::CaptureStdout();
+    static_cast<void>(parse(words));
+    return ::testing::internal::GetCapturedStdout();
+}
+
 int statusOf(const std::vector<std::string>& words) {
     ::testing::internal::CaptureStdout();
     ::testing::internal::CaptureStderr();
@@ -146,6 +152,18 @@ TEST(CommandLine, EndsAfterHelpAndVersion) {
     EXPECT_EQ(statusOf({"--help"}), 0);
     EXPECT_EQ(statusOf({"--version"}), 0);
     EXPECT_EQ(statusOf({"--help", "--uninstall"}), 0);
+}
+
+TEST(CommandLine, TellsItsVersion) {
+    EXPECT_EQ(outputOf({"--version"}), "kelvane-uninstaller 1.2.3\n");
+}
+
+TEST(CommandLine, ExplainsItsOptionsBeginningWithThoseThatChangeNothing) {
+    const auto help = outputOf({"--help"});
+
+    EXPECT_LT(help.find("--help "), help.find("--version "));
+    EXPECT_LT(help.find("--version "), help.find("--uninstall "));
+    EXPECT_NE(help.find("--report FILE "), std::string::npos) << help;
 }
 
 } // namespace

@@ -19,7 +19,7 @@ using cli::Outcome;
 using cli::outcomesOf;
 using cli::RunObserver;
 using nlohmann::json;
-using platform::ScopedService;
+using qf::ScopedService;
 using ::testing::HasSubstr;
 
 namespace {
@@ -29,8 +29,7 @@ class WritableFileSystem : public DescribedFileSystem {
 public:
     std::vector<std::string> written;
 
-    platform::Result<void> writeAtomically(const std::string& path,
-                                           std::string_view content) override {
+    qf::Result<void> writeAtomically(const std::string& path, std::string_view content) override {
         files.insert(path);
         written.emplace_back(content);
         return writeResult;
@@ -53,9 +52,9 @@ InventoryRow rowOf(const std::string& path, ItemState state,
     return {action, path, {}, path, state, state == ItemState::found ? 1234U : 0U};
 }
 
-TrashResult failure(const std::string& why, std::optional<platform::AuthorizationStatus> right) {
-    return {.outcome = TrashOutcome::failed,
-            .error = platform::Error{.localizedDescription = why},
+qf::TrashResult failure(const std::string& why, std::optional<qf::AuthorizationStatus> right) {
+    return {.outcome = qf::TrashOutcome::failed,
+            .error = qf::Error{.localizedDescription = why},
             .right = right};
 }
 
@@ -73,9 +72,9 @@ protected:
     WritableFileSystem disk;
     FakeAccount account;
     Information information;
-    ScopedService<platform::FileSystem> diskScope{disk};
-    ScopedService<platform::UserAccount> accountScope{account};
-    ScopedService<platform::SystemInformation> informationScope{information};
+    ScopedService<qf::FileSystem> diskScope{disk};
+    ScopedService<qf::UserAccount> accountScope{account};
+    ScopedService<qf::SystemInformation> informationScope{information};
     RunObserver observer;
     KeptOutput output;
     FixedInventory inventory;
@@ -94,9 +93,9 @@ TEST_F(ReportTest, TellsWhatBecameOfARow) {
 }
 
 TEST_F(ReportTest, TellsWhyAnItemWasLeft) {
-    observer.itemEnded("/x/a", failure("It is closed.", platform::errAuthorizationCanceled));
+    observer.itemEnded("/x/a", failure("It is closed.", qf::errAuthorizationCanceled));
     observer.itemEnded("/x/b", failure("It is nailed down.", std::nullopt));
-    observer.itemEnded("/x/c", {.outcome = TrashOutcome::moved});
+    observer.itemEnded("/x/c", {.outcome = qf::TrashOutcome::moved});
 
     EXPECT_EQ(observer.lastCause("/x/a"), "It takes an administrator's password to move it.");
     EXPECT_EQ(observer.lastCause("/x/b"), "It is nailed down.");
@@ -109,13 +108,13 @@ TEST_F(ReportTest, TellsWhyAnItemWasLeft) {
 
 TEST_F(ReportTest, KeepsAnItemsReasonWhenALaterRowFindsNothing) {
     observer.itemEnded("/x/a", failure("It is closed.", std::nullopt));
-    observer.itemEnded("/x/a", {.outcome = TrashOutcome::absent});
+    observer.itemEnded("/x/a", {.outcome = qf::TrashOutcome::absent});
 
     EXPECT_EQ(reasonOf("/x/a"), "It is closed.");
 }
 
 TEST_F(ReportTest, RemembersAMoveWhenALaterOneFails) {
-    observer.itemEnded("/x/a", {.outcome = TrashOutcome::moved});
+    observer.itemEnded("/x/a", {.outcome = qf::TrashOutcome::moved});
     observer.itemEnded("/x/a", failure("It is closed.", std::nullopt));
 
     EXPECT_EQ(reasonOf("/x/a"),
@@ -123,7 +122,7 @@ TEST_F(ReportTest, RemembersAMoveWhenALaterOneFails) {
 }
 
 struct StatusOfTheRight : NamedCase {
-    platform::AuthorizationStatus status;
+    qf::AuthorizationStatus status;
     const char* words;
 };
 
@@ -138,36 +137,37 @@ TEST_P(ReportOfTheRightTest, FollowsTheReason) {
 INSTANTIATE_TEST_SUITE_P(
     All, ReportOfTheRightTest,
     testing::Values(
-        StatusOfTheRight{{"Denied"},
-                         platform::errAuthorizationDenied,
-                         "No. The administrator's right was denied."},
+        StatusOfTheRight{
+            {"Denied"}, qf::errAuthorizationDenied, "No. The administrator's right was denied."},
         StatusOfTheRight{{"WrongPassword"},
-                         platform::errAuthorizationWrongPassword,
+                         qf::errAuthorizationWrongPassword,
                          "No. The administrator's password was wrong."},
         StatusOfTheRight{{"Unavailable"},
-                         platform::errAuthorizationInternal,
+                         qf::errAuthorizationInternal,
                          "No. The administrator's right cannot be had on this machine."},
         StatusOfTheRight{{"NoHelp"},
-                         platform::errAuthorizationSuccess,
+                         qf::errAuthorizationSuccess,
                          "No. It could not be moved with the administrator's right either."}),
     nameOfCase);
 
 TEST_F(ReportTest, WaitsForAToolBeforeTheNextItem) {
     bool ended = false;
 
-    observer.itemEnded("/x/a", {.outcome = TrashOutcome::handedOver,
-                                .error = platform::Error{},
+    observer.itemEnded("/x/a", {.outcome = qf::TrashOutcome::handedOver,
+                                .error = qf::Error{},
                                 .waitUntilDone = [&ended] { ended = true; }});
 
     EXPECT_TRUE(ended);
 }
 
 TEST_F(ReportTest, ListsForAPerson) {
-    EXPECT_EQ(cli::listAsText({{PlanAction::kill, "/k", {"A", "B"}, "", ItemState::none, 0},
-                               rowOf("/x/found", ItemState::found),
-                               rowOf("/x/found", ItemState::repeated),
-                               rowOf("/x/line\nend", ItemState::absent),
-                               {PlanAction::trashBundle, "com.a", {}, "", ItemState::absent}}),
+    EXPECT_EQ(cli::listAsText(
+                  {{PlanAction::kill, "/k", {"A", "B", "C"}, "", ItemState::none, 0, {"A", "B"}},
+                   {PlanAction::kill, "/k", {"D"}, "", ItemState::none, 0},
+                   rowOf("/x/found", ItemState::found),
+                   rowOf("/x/found", ItemState::repeated),
+                   rowOf("/x/line\nend", ItemState::absent),
+                   {PlanAction::trashBundle, "com.a", {}, "", ItemState::absent}}),
               "stop               A, B\n"
               "found      1.2 kB  /x/found\n"
               "repeated           /x/found\n"
@@ -184,10 +184,10 @@ TEST_F(ReportTest, CountsWhatIsFound) {
 }
 
 TEST_F(ReportTest, ListsForAProgram) {
-    const auto document =
-        json::parse(cli::listAsJson({{PlanAction::kill, "/k", {"A"}, "", ItemState::none, 0},
-                                     rowOf("/x/\xFF", ItemState::found)},
-                                    RemoveShared::yes));
+    const auto document = json::parse(
+        cli::listAsJson({{PlanAction::kill, "/k", {"A", "B"}, "", ItemState::none, 0, {"B"}},
+                         rowOf("/x/\xFF", ItemState::found)},
+                        RemoveShared::yes));
 
     EXPECT_EQ(document["version"], 1);
     EXPECT_EQ(document["program"], "kelvane-uninstaller 1.2.3");
@@ -196,8 +196,11 @@ TEST_F(ReportTest, ListsForAProgram) {
     EXPECT_EQ(document["removeShared"], true);
     EXPECT_EQ(document["found"], 1);
     EXPECT_EQ(document["size"], 1234);
-    EXPECT_EQ(document["rows"][0],
-              json({{"action", "kill"}, {"subject", "/k"}, {"names", {"A"}}, {"state", "none"}}));
+    EXPECT_EQ(document["rows"][0], json({{"action", "kill"},
+                                         {"subject", "/k"},
+                                         {"names", {"A", "B"}},
+                                         {"state", "none"},
+                                         {"running", {"B"}}}));
     EXPECT_EQ(document["rows"][1], json({{"action", "trash"},
                                          {"subject", "/x/\\xFF"},
                                          {"path", "/x/\\xFF"},
@@ -258,8 +261,8 @@ TEST_F(RunTest, ReportsWhereInTheTrashAnItemIs) {
     inventory.rows = {rowOf("/x/gone", ItemState::found)};
     auto begun = run();
     begun.begin(RemoveShared::no);
-    observer.itemEnded("/x/gone", {.outcome = TrashOutcome::moved, .place = "/t/gone.2"});
-    observer.itemEnded("/x/gone", {.outcome = TrashOutcome::absent});
+    observer.itemEnded("/x/gone", {.outcome = qf::TrashOutcome::moved, .place = "/t/gone.2"});
+    observer.itemEnded("/x/gone", {.outcome = qf::TrashOutcome::absent});
 
     begun.finish();
     begun.writeReport();
@@ -300,7 +303,7 @@ TEST_F(RunTest, SaysNothingOfACompleteOne) {
     EXPECT_EQ(output.text, "");
 }
 
-TEST_F(RunTest, WritesAndMeasuresNothingWhereNoReportIsWanted) {
+TEST_F(RunTest, WritesAndMeasuresNothingIfNoReportIsWanted) {
     report.reset();
     auto begun = run();
     begun.prepare();
@@ -327,12 +330,11 @@ TEST_F(RunTest, PrintsOneReportAtTheEndWhereThatIsWanted) {
 }
 
 TEST_F(RunTest, SaysThatTheReportCannotBeWritten) {
-    disk.writeResult =
-        platform::Unexpected(platform::Error{.localizedDescription = "The disk is full."});
+    disk.writeResult = qf::Unexpected(qf::Error{.localizedDescription = "The disk is full."});
     try {
         run().prepare();
         FAIL();
-    } catch (const platform::Exception& exception) {
+    } catch (const qf::Exception& exception) {
         EXPECT_EQ(exception.reason(), "cannot write the report /r/report.json: The disk is full.");
     }
 }
@@ -343,7 +345,7 @@ TEST_F(RunTest, SaysThatARelativeReportHasNoDirectory) {
     try {
         run();
         ADD_FAILURE();
-    } catch (const platform::Exception& exception) {
+    } catch (const qf::Exception& exception) {
         EXPECT_EQ(exception.reason(),
                   "cannot write the report report.json: the working folder does not exist");
     }
@@ -352,7 +354,7 @@ TEST_F(RunTest, SaysThatARelativeReportHasNoDirectory) {
 TEST_F(RunTest, ReplacesNothingThatIsNoFile) {
     disk.directories["/r/report.json"] = std::vector<std::string>();
 
-    EXPECT_THROW(run().prepare(), platform::Exception);
+    EXPECT_THROW(run().prepare(), qf::Exception);
     EXPECT_TRUE(disk.written.empty());
 }
 

@@ -1,7 +1,7 @@
 #include "app/cli/Undone.h"
 
 #include "tests/app/cli/CliDoubles.h"
-#include "tests/app/records/RecordedMachine.h"
+#include "tests/app/records/MachineOnDisk.h"
 
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
@@ -22,10 +22,10 @@ const std::vector<records::ItemBack> someBack{
     {.path = "/x/e", .place = "/t/e", .outcome = Back::failed, .reason = "It is closed."},
 };
 
-class UndoneTest : public RecordedMachine {
+class UndoneTest : public MachineOnDisk {
 protected:
     Information information;
-    platform::ScopedService<platform::SystemInformation> informationScope{information};
+    qf::ScopedService<qf::SystemInformation> informationScope{information};
     KeptOutput output;
 };
 
@@ -72,8 +72,8 @@ TEST_F(UndoneTest, SaysWhyItEndedEarlyAndWhatWasDoneByThen) {
 TEST_F(UndoneTest, TakesRecordsThatCannotBeReadForNoMissingOnes) {
     write(runs.file(1).substr(0, runs.file(1).rfind('/')), "a file in place of the directory");
 
-    EXPECT_THROW(runs.lastUninstall(), platform::Exception);
-    EXPECT_THROW(cli::runsAsText(runs), platform::Exception);
+    EXPECT_THROW(runs.lastUninstall(), qf::Exception);
+    EXPECT_THROW(cli::runsAsText(runs), qf::Exception);
     EXPECT_EQ(cli::interruptionBefore(runs, 1), "");
 }
 

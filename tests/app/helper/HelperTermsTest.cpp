@@ -11,8 +11,8 @@
 #include <set>
 #include <string>
 
-using platform::native::helper::PlannedItems;
-using platform::native::helper::terms;
+using qf::native::helper::PlannedItems;
+using qf::native::helper::terms;
 using Kind = PlannedItems::Kind;
 
 namespace {

@@ -1,6 +1,6 @@
 #include "app/records/Emptying.h"
 
-#include "tests/app/records/RecordedMachine.h"
+#include "tests/app/records/MachineOnDisk.h"
 
 #include <sys/stat.h>
 
@@ -12,30 +12,30 @@ using records::ItemEmptied;
 namespace {
 
 /// A Trash from which the user may not delete some items.
-class ClosedFileSystem : public platform::native::FileSystem {
+class ClosedFileSystem : public qf::native::FileSystem {
 public:
     std::set<std::string> closed;
     int failure = EACCES;
     std::function<void()> beforeHolding = [] {};
 
-    platform::Result<std::unique_ptr<platform::HeldDirectory>>
+    qf::Result<std::unique_ptr<qf::HeldDirectory>>
     holdDirectory(const std::string& path, const std::vector<std::string>& links,
-                  platform::MissingDirectories missing) override {
+                  qf::MissingDirectories missing) override {
         beforeHolding();
         return FileSystem::holdDirectory(path, links, missing);
     }
 
-    platform::Result<void> removeItem(const std::string& path) override {
+    qf::Result<void> removeItem(const std::string& path) override {
         const fs::path item(path);
         if (closed.contains(fs::canonical(item.parent_path()) / item.filename())) {
-            return platform::Unexpected(platform::native::posixError(
-                platform::native::Errno(failure), item.filename().string(), "removed"));
+            return qf::Unexpected(qf::native::posixError(qf::native::Errno(failure),
+                                                         item.filename().string(), "removed"));
         }
         return FileSystem::removeItem(path);
     }
 };
 
-class EmptyingTest : public RecordedMachine {
+class EmptyingTest : public MachineOnDisk {
 protected:
     std::vector<ItemEmptied> empty() {
         auto last = runs.lastUninstall();
@@ -46,7 +46,7 @@ protected:
     std::string trashed(const std::string& name) const { return home / ("user/.Trash/" + name); }
 
     ClosedFileSystem closing;
-    platform::ScopedService<platform::FileSystem> closingScope{closing};
+    qf::ScopedService<qf::FileSystem> closingScope{closing};
 };
 
 TEST_F(EmptyingTest, DeletesWhatTheRunTrashedAndNothingElse) {
@@ -63,6 +63,19 @@ TEST_F(EmptyingTest, DeletesWhatTheRunTrashedAndNothingElse) {
     EXPECT_TRUE(exists(trashed("letter.txt")));
     EXPECT_EQ(desktop.forgotten, Lines{"com.quillfen.Ospenth of " + items.front().path});
     EXPECT_TRUE(runs.read(1).isClosed);
+}
+
+TEST_F(EmptyingTest, TellsHowFarItIs) {
+    write(cache("Ospenth"));
+    write(cache("Dunmarl"));
+    write(agent("Lunevar"));
+    uninstall();
+    auto last = runs.lastUninstall();
+    NotingObserver observer;
+
+    Emptying(runs, observer).perform(last);
+
+    EXPECT_EQ(observer.notes, (Lines{"com.quillfen.Dunmarl 1/2", "com.quillfen.Ospenth 2/2"}));
 }
 
 TEST_F(EmptyingTest, LeavesNothingInTheTrashOfWhatAKilledOneHasDeleted) {
@@ -152,7 +165,7 @@ TEST_F(EmptyingTest, DeletesNothingBehindALinkInPlaceOfTheTrash) {
     class Swapping : public records::UndoObserver {
     public:
         explicit Swapping(const TemporaryDirectory& home) : home_(home) {}
-        void itemBegan(const std::string& /*path*/) override {
+        void itemBegan(const std::string& /*path*/, records::Progress /*progress*/) override {
             fs::rename(home_ / "user/.Trash", home_ / "user/former");
             fs::create_symlink(home_ / "precious", home_ / "user/.Trash");
         }
@@ -213,8 +226,8 @@ TEST_F(EmptyingTest, SaysWhyItEndedEarly) {
     uninstall();
     class EndingObserver : public records::UndoObserver {
     public:
-        void itemBegan(const std::string& /*path*/) override {
-            throw platform::Exception("QFTest", "It cannot go on.");
+        void itemBegan(const std::string& /*path*/, records::Progress /*progress*/) override {
+            throw qf::Exception("QFTest", "It cannot go on.");
         }
     } ending;
     auto last = runs.lastUninstall();
@@ -230,7 +243,7 @@ TEST_F(EmptyingTest, AsksForTheRightOnlyOnce) {
     write(cache("Ospenth"));
     uninstall();
     closing.closed = {trashed("com.quillfen.Dunmarl"), trashed("com.quillfen.Ospenth")};
-    administrator.rightsStatus = platform::errAuthorizationCanceled;
+    administrator.rightsStatus = qf::errAuthorizationCanceled;
 
     const auto items = empty();
 

@@ -1,6 +1,6 @@
 #include "app/records/PutBack.h"
 
-#include "tests/app/records/RecordedMachine.h"
+#include "tests/app/records/MachineOnDisk.h"
 
 #include <sys/stat.h>
 #include <sys/xattr.h>
@@ -14,7 +14,7 @@ using records::PutBack;
 
 namespace {
 
-class PutBackTest : public RecordedMachine {
+class PutBackTest : public MachineOnDisk {
 protected:
     /// Puts the last uninstall back.
     std::vector<ItemBack> putBack() {
@@ -61,6 +61,21 @@ TEST_F(PutBackTest, ReturnsEveryItemToItsPlace) {
     EXPECT_EQ(fileSystem.attributesOfItem(second)->modificationDate, before->modificationDate);
     EXPECT_EQ(trashOf(home), Lines());
     EXPECT_TRUE(runs.read(1).isClosed);
+}
+
+TEST_F(PutBackTest, TellsHowFarItIs) {
+    write(cache("Ospenth"));
+    uninstall();
+    write(cache("Dunmarl"));
+    write(agent("Lunevar"));
+    uninstall();
+    std::vector<records::RunRecord> both{runs.read(2), runs.read(1)};
+    NotingObserver observer;
+
+    PutBack(runs, jobs, observer).perform(both);
+
+    EXPECT_EQ(observer.notes, (Lines{"com.quillfen.Dunmarl 1/3", "com.quillfen.Lunevar.plist 2/3",
+                                     "com.quillfen.Ospenth 3/3"}));
 }
 
 TEST_F(PutBackTest, FindsDoneWhatIsDone) {
@@ -163,7 +178,7 @@ TEST_F(PutBackTest, TakesNothingFromBehindALinkInPlaceOfTheTrash) {
     class Swapping : public records::UndoObserver {
     public:
         explicit Swapping(const TemporaryDirectory& home) : home_(home) {}
-        void itemBegan(const std::string& /*path*/) override {
+        void itemBegan(const std::string& /*path*/, records::Progress /*progress*/) override {
             fs::rename(home_ / "user/.Trash", home_ / "user/former");
             fs::create_symlink(home_ / "precious", home_ / "user/.Trash");
         }
@@ -232,7 +247,7 @@ TEST_F(PutBackTest, KeepsWhatIsDoneWhenItEndsEarly) {
     uninstall();
     class EndingObserver : public records::UndoObserver {
     public:
-        void itemBegan(const std::string& /*path*/) override {
+        void itemBegan(const std::string& /*path*/, records::Progress /*progress*/) override {
             if (++count_ == 2) {
                 throw std::bad_alloc();
             }
@@ -403,19 +418,19 @@ TEST_F(PutBackTest, TakesNothingThatWasSwappedInForAnItemInTheTrash) {
     uninstall();
     const auto place = home / "user/.Trash/com.quillfen.Ospenth";
     /// Swaps the item once the Trash was looked at, and that again before it is moved.
-    class SwappingFileSystem : public platform::native::FileSystem {
+    class SwappingFileSystem : public qf::native::FileSystem {
     public:
         explicit SwappingFileSystem(std::string file) : place(std::move(file)) {}
-        platform::Result<std::unique_ptr<platform::HeldDirectory>>
+        qf::Result<std::unique_ptr<qf::HeldDirectory>>
         holdDirectory(const std::string& path, const std::vector<std::string>& links,
-                      platform::MissingDirectories missing) override {
+                      qf::MissingDirectories missing) override {
             fs::remove(place);
             write(place, "another item");
             return FileSystem::holdDirectory(path, links, missing);
         }
         std::string place;
     } swapping(place);
-    const platform::ScopedService<platform::FileSystem> scope(swapping);
+    const qf::ScopedService<qf::FileSystem> scope(swapping);
 
     EXPECT_EQ(resultOf(putBack(), item).outcome, Back::gone);
 
@@ -424,29 +439,29 @@ TEST_F(PutBackTest, TakesNothingThatWasSwappedInForAnItemInTheTrash) {
 }
 
 /// Directories that only the administrator may make, and files that may be locked.
-class ClosedDirectories : public platform::native::FileSystem {
+class ClosedDirectories : public qf::native::FileSystem {
 public:
     std::string closed;
     std::string locked;
     std::vector<std::string> lockedAgain;
 
-    platform::Result<std::unique_ptr<platform::HeldDirectory>>
+    qf::Result<std::unique_ptr<qf::HeldDirectory>>
     holdDirectory(const std::string& path, const std::vector<std::string>& links,
-                  platform::MissingDirectories missing) override {
+                  qf::MissingDirectories missing) override {
         if (path == closed && !exists(path)) {
-            return platform::Unexpected(
-                platform::native::posixError(platform::native::Errno(EACCES), path, "opened"));
+            return qf::Unexpected(
+                qf::native::posixError(qf::native::Errno(EACCES), path, "opened"));
         }
         return FileSystem::holdDirectory(path, links, missing);
     }
-    std::optional<platform::ItemAttributes> attributesOfItem(const std::string& path) override {
+    std::optional<qf::ItemAttributes> attributesOfItem(const std::string& path) override {
         auto item = FileSystem::attributesOfItem(path);
         if (item && path == locked) {
             item->immutable = true;
         }
         return item;
     }
-    platform::Result<void> setImmutable(const std::string& path, bool immutable) override {
+    qf::Result<void> setImmutable(const std::string& path, bool immutable) override {
         if (immutable) {
             const fs::path item(path);
             lockedAgain.push_back(fs::canonical(item.parent_path()) / item.filename());
@@ -457,7 +472,7 @@ public:
 
 TEST_F(PutBackTest, LocksWhatWasLocked) {
     ClosedDirectories directories;
-    const platform::ScopedService<platform::FileSystem> scope(directories);
+    const qf::ScopedService<qf::FileSystem> scope(directories);
     const auto item = write(cache("Ospenth"));
     write(cache("Dunmarl"));
     directories.locked = item;
@@ -471,7 +486,7 @@ TEST_F(PutBackTest, LocksWhatWasLocked) {
 
 TEST_F(PutBackTest, MakesAFolderWithTheRightWhereTheUserMayNot) {
     ClosedDirectories directories;
-    const platform::ScopedService<platform::FileSystem> scope(directories);
+    const qf::ScopedService<qf::FileSystem> scope(directories);
     const auto item = write(preferences("Ospenth"));
     uninstall();
     fs::remove(home / "Library/Preferences");
@@ -486,7 +501,7 @@ TEST_F(PutBackTest, MakesAFolderWithTheRightWhereTheUserMayNot) {
 
 TEST_F(PutBackTest, AsksForNoRightAsRoot) {
     ClosedDirectories directories;
-    const platform::ScopedService<platform::FileSystem> scope(directories);
+    const qf::ScopedService<qf::FileSystem> scope(directories);
     const auto first = write(preferences("Ospenth"));
     const auto second = write(cache("Ospenth"));
     uninstall();
@@ -536,7 +551,7 @@ TEST_F(PutBackTest, AsksForTheRightOnlyOnce) {
     uninstall();
     QFAuthorization::sharedController().dealloc();
     administrator.calls.clear();
-    administrator.rightsStatus = platform::errAuthorizationCanceled;
+    administrator.rightsStatus = qf::errAuthorizationCanceled;
 
     const auto items = putBack();
 
@@ -544,6 +559,7 @@ TEST_F(PutBackTest, AsksForTheRightOnlyOnce) {
         EXPECT_EQ(resultOf(items, item).outcome, Back::failed);
         EXPECT_TRUE(resultOf(items, item)
                         .reason.ends_with(" It takes an administrator's password to move it."));
+        EXPECT_EQ(resultOf(items, item).cause, "It takes an administrator's password to move it.");
     }
     EXPECT_EQ(std::ranges::count(administrator.calls, "copyRights", &AuthorizationCall::operation),
               1);
@@ -576,7 +592,7 @@ TEST_F(PutBackTest, WritesAJobsFileAgainAndLoadsItsJob) {
     jobs.labels = {"com.quillfen.Lunevar"};
     uninstall();
     ASSERT_FALSE(exists(file));
-    jobs.labels.clear();
+    jobs.labels->clear();
 
     EXPECT_EQ(resultOf(putBack(), file).outcome, Back::back);
 
@@ -637,7 +653,7 @@ TEST_F(PutBackTest, LoadsNoJobOfAnotherFileInItsPlace) {
     const auto file = write(agent("Lunevar"));
     jobs.labels = {"com.quillfen.Lunevar"};
     uninstall();
-    jobs.labels.clear();
+    jobs.labels->clear();
     write(file, "another job");
 
     EXPECT_EQ(resultOf(putBack(), file).outcome, Back::occupied);
@@ -738,7 +754,7 @@ TEST_F(PutBackTest, SaysNothingOfWhatTheRunLeftInPlace) {
     const auto left = write(preferences("Ospenth"));
     const auto taken = write(cache("Ospenth"));
     desktop.closed = {home / "Library/Preferences"};
-    administrator.rightsStatus = platform::errAuthorizationCanceled;
+    administrator.rightsStatus = qf::errAuthorizationCanceled;
     uninstall();
     ASSERT_TRUE(exists(left));
 

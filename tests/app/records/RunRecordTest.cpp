@@ -1,7 +1,7 @@
 #include "app/records/RunRecord.h"
 
 #include "platform/foundation/Exception.h"
-#include "tests/app/records/RecordedMachine.h"
+#include "tests/app/records/MachineOnDisk.h"
 #include "tests/support/NamedCase.h"
 
 using records::LineSeal;
@@ -11,14 +11,14 @@ using records::RunRecord;
 
 namespace {
 
-class RunRecordTest : public RecordedMachine {
+class RunRecordTest : public MachineOnDisk {
 protected:
     /// Returns why a record is refused; empty if it is not.
     static std::string refusalOf(const std::string& text) {
         try {
             parsedRecord(1, text);
             return {};
-        } catch (const platform::Exception& exception) {
+        } catch (const qf::Exception& exception) {
             return exception.reason();
         }
     }
@@ -29,6 +29,13 @@ protected:
         auto text = seal.sealed(records::headOf({.date = "2026-01-02T03:04:05Z"}));
         text += seal.sealed(records::beginningOf(step));
         return text;
+    }
+
+    static qf::FileDate dateAt(std::int64_t seconds, std::int32_t nanoseconds) {
+        qf::FileDate date;
+        date.seconds = seconds;
+        date.nanoseconds = nanoseconds;
+        return date;
     }
 
     RecordedStep stepFor(PlanAction action, const std::string& subject,
@@ -189,6 +196,69 @@ TEST_F(RunRecordTest, RefusesWhatNoRunWrites) {
               "line 1: it is not the beginning of a record");
     EXPECT_EQ(refusalOf(LineSeal().sealed({{"step", "run"}, {"version", 2}})),
               "line 1: another version of the program wrote it");
+}
+
+/// What an earlier version wrote, a later one reads.
+TEST_F(RunRecordTest, HasAFormatThatStays) {
+    RecordedStep step{.action = PlanAction::removeAgent,
+                      .subject = "com.quillfen.Lunevar",
+                      .path = "/job \xFF",
+                      .item = {.kind = qf::ItemKind::link,
+                               .size = 1,
+                               .modificationDate = dateAt(2, 3),
+                               .id = {4, 5},
+                               .owner = 6,
+                               .group = 7,
+                               .permissions = 8,
+                               .creationDate = dateAt(9, 10),
+                               .immutable = true},
+                      .links = {"/link"},
+                      .job = records::RecordedJob{.content = "text", .isLoaded = true},
+                      .end = records::StepEnd{.taken = records::Taken::withRight, .place = "/p"}};
+
+    EXPECT_EQ(records::headOf({.date = "date", .removeShared = RemoveShared::yes}).dump(),
+              R"({"step":"run","version":1,"date":"date","removeShared":true})");
+    EXPECT_EQ(records::beginningOf(step).dump(),
+              R"({"step":"begin","action":"removeAgent","subject":"com.quillfen.Lunevar",)"
+              R"("path":{"hexadecimal":"2f6a6f6220ff"},"kind":"link","volume":4,"number":5,)"
+              R"("owner":6,"group":7,"mode":8,"size":1,"modified":[2,3],"created":[9,10],)"
+              R"("locked":true,"links":["/link"],"loaded":true,"content":"text"})");
+    EXPECT_EQ(records::endOf(step).dump(), R"({"step":"end","path":{"hexadecimal":"2f6a6f6220ff"},)"
+                                           R"("taken":"withRight","place":"/p"})");
+    EXPECT_EQ(records::endOfRun(true).dump(), R"({"step":"runEnded","complete":true})");
+    EXPECT_EQ(records::closure().dump(), R"({"step":"closed"})");
+}
+
+struct ActionWord : NamedCase {
+    PlanAction action;
+    const char* word;
+};
+
+class ActionWordTest : public testing::TestWithParam<ActionWord> {};
+
+TEST_P(ActionWordTest, Stays) {
+    EXPECT_EQ(records::beginningOf({.action = GetParam().action}).at("action"), GetParam().word);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    All, ActionWordTest,
+    testing::Values(ActionWord{{"TrashBundle"}, PlanAction::trashBundle, "trashBundle"},
+                    ActionWord{{"Trash"}, PlanAction::trash, "trash"},
+                    ActionWord{{"RemoveAgent"}, PlanAction::removeAgent, "removeAgent"},
+                    ActionWord{{"TrashMatching"}, PlanAction::trashMatching, "trashMatching"}),
+    nameOfCase);
+
+class WrongHexadecimalDigits : public testing::TestWithParam<const char*> {};
+
+TEST_P(WrongHexadecimalDigits, AreNoBytes) {
+    EXPECT_THROW(records::bytesOf({{"hexadecimal", GetParam()}}), qf::Exception);
+}
+
+INSTANTIATE_TEST_SUITE_P(All, WrongHexadecimalDigits, testing::Values("0", "0g", "g0", "00f"));
+
+TEST(RecordDates, AreInUtc) {
+    EXPECT_EQ(records::timestamp(qf::Date(std::chrono::seconds(1767323045))),
+              "2026-01-02T03:04:05Z");
 }
 
 } // namespace

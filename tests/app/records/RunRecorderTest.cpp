@@ -1,6 +1,6 @@
 #include "app/records/RunRecorder.h"
 
-#include "tests/app/records/RecordedMachine.h"
+#include "tests/app/records/MachineOnDisk.h"
 
 #include <sys/stat.h>
 
@@ -17,35 +17,34 @@ const PlanRow cacheRow(const std::string& path) {
 }
 
 /// File streams that note what is done with them, and can fail.
-class NotingStreams : public platform::FileStreams {
+class NotingStreams : public qf::FileStreams {
 public:
-    explicit NotingStreams(platform::FileStreams& streams) : streams_(streams) {}
+    explicit NotingStreams(qf::FileStreams& streams) : streams_(streams) {}
 
     std::vector<std::string> events;
     bool isFull = false;
     bool isBroken = false;
 
-    platform::OpenedStream openForReading(const std::string& path) override {
+    qf::OpenedStream openForReading(const std::string& path) override {
         return streams_.openForReading(path);
     }
-    platform::OpenedStream openForUpdating(const std::string& path, const platform::FileId& spared,
-                                           std::uint64_t expectedSize) override {
+    qf::OpenedStream openForUpdating(const std::string& path, const qf::FileId& spared,
+                                     std::uint64_t expectedSize) override {
         return streams_.openForUpdating(path, spared, expectedSize);
     }
-    platform::OpenedStream openBeside(const std::string& path, const platform::FileId& spared,
-                                      std::uint64_t expectedSize) override {
+    qf::OpenedStream openBeside(const std::string& path, const qf::FileId& spared,
+                                std::uint64_t expectedSize) override {
         return streams_.openBeside(path, spared, expectedSize);
     }
-    platform::OpenedStream openExisting(const std::string& path,
-                                        platform::FileAccess access) override;
+    qf::OpenedStream openExisting(const std::string& path, qf::FileAccess access) override;
 
 private:
-    platform::FileStreams& streams_;
+    qf::FileStreams& streams_;
 };
 
-class NotingStream : public platform::FileStream {
+class NotingStream : public qf::FileStream {
 public:
-    NotingStream(std::unique_ptr<platform::FileStream> stream, NotingStreams& notes)
+    NotingStream(std::unique_ptr<qf::FileStream> stream, NotingStreams& notes)
         : stream_(std::move(stream)), notes_(notes) {}
 
     std::size_t read(std::span<std::byte> buffer) override { return stream_->read(buffer); }
@@ -57,40 +56,34 @@ public:
         }
         return stream_->write(bytes);
     }
-    platform::Result<void, platform::SystemError> seek(std::uint64_t position) override {
+    qf::Result<void, qf::SystemError> seek(std::uint64_t position) override {
         return stream_->seek(position);
     }
     std::uint64_t position() const override { return stream_->position(); }
-    platform::Result<void, platform::SystemError> makeEmpty() override {
-        return stream_->makeEmpty();
-    }
+    qf::Result<void, qf::SystemError> makeEmpty() override { return stream_->makeEmpty(); }
     void beginSync() override { stream_->beginSync(); }
-    platform::Result<void, platform::SystemError> sync() override {
+    qf::Result<void, qf::SystemError> sync() override {
         notes_.events.emplace_back("sync");
         if (notes_.isBroken) {
-            return platform::Unexpected(platform::SystemError{EIO});
+            return qf::Unexpected(qf::SystemError{EIO});
         }
         return stream_->sync();
     }
     void dropCache() override { stream_->dropCache(); }
     bool isAtEnd() const override { return stream_->isAtEnd(); }
     int errorIndicator() const override { return stream_->errorIndicator(); }
-    platform::FileId identity() const override { return stream_->identity(); }
-    platform::Result<void, platform::SystemError>
-    copyMetadata(const platform::FileStream& source) override {
+    qf::FileId identity() const override { return stream_->identity(); }
+    qf::Result<void, qf::SystemError> copyMetadata(const qf::FileStream& source) override {
         return stream_->copyMetadata(source);
     }
-    platform::Result<void, platform::SystemError> takeName() override {
-        return stream_->takeName();
-    }
+    qf::Result<void, qf::SystemError> takeName() override { return stream_->takeName(); }
 
 private:
-    std::unique_ptr<platform::FileStream> stream_;
+    std::unique_ptr<qf::FileStream> stream_;
     NotingStreams& notes_;
 };
 
-platform::OpenedStream NotingStreams::openExisting(const std::string& path,
-                                                   platform::FileAccess access) {
+qf::OpenedStream NotingStreams::openExisting(const std::string& path, qf::FileAccess access) {
     auto stream = streams_.openExisting(path, access);
     if (!stream) {
         return stream;
@@ -98,7 +91,7 @@ platform::OpenedStream NotingStreams::openExisting(const std::string& path,
     return std::make_unique<NotingStream>(*std::move(stream), *this);
 }
 
-class RunRecorderTest : public RecordedMachine {
+class RunRecorderTest : public MachineOnDisk {
 protected:
     /// Returns the recorded step of an item; the test fails if there is none.
     RecordedStep stepOf(const std::string& path, unsigned number = 1) const {
@@ -135,7 +128,7 @@ TEST_F(RunRecorderTest, KnowsAnItemBeforeItIsTaken) {
 TEST_F(RunRecorderTest, HasAStepOnTheDiskBeforeItIsTaken) {
     const auto item = write(cache("Ospenth"));
     NotingStreams streams(fileStreams);
-    const platform::ScopedService<platform::FileStreams> scope(streams);
+    const qf::ScopedService<qf::FileStreams> scope(streams);
     RunRecorder recorder(runs, jobs);
     recorder.begin(RemoveShared::no);
     streams.events.clear();
@@ -148,7 +141,7 @@ TEST_F(RunRecorderTest, HasAStepOnTheDiskBeforeItIsTaken) {
 
 TEST_F(RunRecorderTest, HasTheEndOfTheRunOnTheDisk) {
     NotingStreams streams(fileStreams);
-    const platform::ScopedService<platform::FileStreams> scope(streams);
+    const qf::ScopedService<qf::FileStreams> scope(streams);
     RunRecorder recorder(runs, jobs);
     recorder.begin(RemoveShared::no);
     streams.events.clear();
@@ -162,7 +155,7 @@ TEST_F(RunRecorderTest, TellsThatTheDiskDoesNotTakeTheRecord) {
     const auto item = write(cache("Ospenth"));
     NotingStreams streams(fileStreams);
     streams.isBroken = true;
-    const platform::ScopedService<platform::FileStreams> scope(streams);
+    const qf::ScopedService<qf::FileStreams> scope(streams);
     RunRecorder recorder(runs, jobs);
     recorder.begin(RemoveShared::no);
 
@@ -174,12 +167,12 @@ TEST_F(RunRecorderTest, TellsThatTheDiskDoesNotTakeTheRecord) {
 
 TEST_F(RunRecorderTest, WritesToNoFileThatIsSwappedInForItsOwn) {
     /// Swaps each new file for another name of a precious one.
-    class SwappingFileSystem : public platform::native::FileSystem {
+    class SwappingFileSystem : public qf::native::FileSystem {
     public:
         explicit SwappingFileSystem(std::string file) : precious(std::move(file)) {}
-        platform::Result<void>
-        writeAtomicallyWith(const std::string& path, std::string_view content, unsigned permissions,
-                            const std::optional<platform::FileDate>& date) override {
+        qf::Result<void> writeAtomicallyWith(const std::string& path, std::string_view content,
+                                             unsigned permissions,
+                                             const std::optional<qf::FileDate>& date) override {
             auto written = FileSystem::writeAtomicallyWith(path, content, permissions, date);
             std::filesystem::remove(path);
             std::filesystem::create_hard_link(precious, path);
@@ -187,7 +180,7 @@ TEST_F(RunRecorderTest, WritesToNoFileThatIsSwappedInForItsOwn) {
         }
         std::string precious;
     } swapping(write(home / "precious", "precious"));
-    const platform::ScopedService<platform::FileSystem> scope(swapping);
+    const qf::ScopedService<qf::FileSystem> scope(swapping);
     RunRecorder recorder(runs, jobs);
 
     recorder.begin(RemoveShared::no);
@@ -200,7 +193,7 @@ TEST_F(RunRecorderTest, WritesToNoFileThatIsSwappedInForItsOwn) {
 TEST_F(RunRecorderTest, EndsTheRecordWhereItCannotGoOn) {
     class FailingJobs : public DescribedJobs {
     public:
-        std::set<std::string> loaded() override { throw std::bad_alloc(); }
+        std::optional<std::set<std::string>> loaded() override { throw std::bad_alloc(); }
     } failing;
     const auto program = write(home / "Applications/Quillfen/Kelvane/Lunevar.app/program");
     const auto file = write(agent("Lunevar"));
@@ -267,7 +260,7 @@ TEST_F(RunRecorderTest, TellsWhatWasMovedWithTheRight) {
 TEST_F(RunRecorderTest, TellsWhatWasLeftInPlace) {
     const auto item = write(preferences("Ospenth"));
     desktop.closed = {home / "Library/Preferences"};
-    administrator.rightsStatus = platform::errAuthorizationCanceled;
+    administrator.rightsStatus = qf::errAuthorizationCanceled;
 
     uninstall();
 
@@ -282,7 +275,7 @@ TEST_F(RunRecorderTest, BelievesNoToolThatSaysItHasMovedAnItem) {
     recorder.rowBegan(cacheRow(item));
     recorder.itemBegan(item);
 
-    recorder.itemEnded(item, {.outcome = TrashOutcome::handedOver, .place = "/trash/item"});
+    recorder.itemEnded(item, {.outcome = qf::TrashOutcome::handedOver, .place = "/trash/item"});
     recorder.walkEnded();
 
     EXPECT_EQ(stepOf(item).end->taken, Taken::left);
@@ -296,7 +289,7 @@ TEST_F(RunRecorderTest, AsksOnceWhichJobsAreLoaded) {
     class CountingJobs : public DescribedJobs {
     public:
         int asked = 0;
-        std::set<std::string> loaded() override {
+        std::optional<std::set<std::string>> loaded() override {
             ++asked;
             return DescribedJobs::loaded();
         }
@@ -331,6 +324,144 @@ TEST_F(RunRecorderTest, HasAJobsFileAndWhetherItWasLoadedBeforeItIsRemoved) {
     EXPECT_EQ(step.job->content, std::string("content of \xFF the job", 20));
     EXPECT_TRUE(step.job->isLoaded);
     EXPECT_FALSE(step.end);
+}
+
+TEST_F(RunRecorderTest, TakesAJobForLoadedIfTheServiceManagerDoesNotTell) {
+    const auto file = write(agent("Lunevar"));
+    jobs.labels = std::nullopt;
+
+    uninstall();
+
+    EXPECT_TRUE(stepOf(file).job->isLoaded);
+}
+
+TEST_F(RunRecorderTest, TellsThatTheAttributesOfAJobsFileAreNotKept) {
+    class NotCopying : public qf::native::FileSystem {
+    public:
+        qf::Result<void> copyItem(const std::string& /*path*/,
+                                  const std::string& /*newPath*/) override {
+            return qf::Unexpected(
+                qf::Error{.domain = {}, .code = 1, .localizedDescription = "full"});
+        }
+    } notCopying;
+    const auto file = write(agent("Lunevar"), "content");
+    RunRecorder recorder(runs, jobs);
+    recorder.begin(RemoveShared::no);
+    const qf::ScopedService<qf::FileSystem> scope(notCopying);
+
+    recorder.rowBegan({PlanAction::removeAgent, "com.quillfen.Lunevar", {}});
+
+    EXPECT_EQ(recorder.failure(), "full");
+    EXPECT_EQ(stepOf(file).job->content, "content");
+}
+
+TEST_F(RunRecorderTest, HasTheContentOfAJobsFileFromTheCopyIfItCannotBeRead) {
+    class SpoilingFileSystem : public qf::native::FileSystem {
+    public:
+        qf::Result<void> copyItem(const std::string& path, const std::string& newPath) override {
+            auto copied = FileSystem::copyItem(path, newPath);
+            std::filesystem::remove(path);
+            std::filesystem::create_directory(path); // which is no readable file
+            return copied;
+        }
+    } spoiling;
+    const auto file = write(agent("Lunevar"), "content");
+    RunRecorder recorder(runs, jobs);
+    recorder.begin(RemoveShared::no);
+    const qf::ScopedService<qf::FileSystem> scope(spoiling);
+
+    recorder.rowBegan({PlanAction::removeAgent, "com.quillfen.Lunevar", {}});
+
+    EXPECT_EQ(stepOf(file).job->content, "content");
+    EXPECT_FALSE(recorder.failure());
+}
+
+TEST_F(RunRecorderTest, TellsThatAJobsFileCouldNotBeRead) {
+    write(agent("Lunevar") + "/directory", "in place of the file");
+    RunRecorder recorder(runs, jobs);
+    recorder.begin(RemoveShared::no);
+
+    recorder.rowBegan({PlanAction::removeAgent, "com.quillfen.Lunevar", {}});
+
+    EXPECT_EQ(recorder.failure(), "A background job's file could not be read.");
+}
+
+TEST_F(RunRecorderTest, TellsThatAJobsFileCouldNotBeLookedAt) {
+    class Unseeing : public qf::native::FileSystem {
+    public:
+        bool exists(const std::string& /*path*/) override { return false; }
+    } unseeing;
+    write(agent("Lunevar"), "content");
+    RunRecorder recorder(runs, jobs);
+    recorder.begin(RemoveShared::no);
+    const qf::ScopedService<qf::FileSystem> scope(unseeing);
+
+    recorder.rowBegan({PlanAction::removeAgent, "com.quillfen.Lunevar", {}});
+
+    EXPECT_EQ(recorder.failure(), "A background job's file could not be read.");
+}
+
+TEST_F(RunRecorderTest, SaysNothingOfAJobsFileThatIsALinkToNothing) {
+    const auto file = agent("Lunevar");
+    std::filesystem::create_directories(std::filesystem::path(file).parent_path());
+    std::filesystem::create_symlink("nowhere", file);
+
+    uninstall();
+
+    EXPECT_TRUE(runs.read(1).steps.empty());
+}
+
+TEST_F(RunRecorderTest, DoesNotTellOfAJobsFileThatMayStillBeRemovedHowItEnded) {
+    const auto file = write(agent("Lunevar"), "content");
+    const PlanRow row{PlanAction::removeAgent, "com.quillfen.Lunevar", {}};
+    RunRecorder recorder(runs, jobs);
+    recorder.begin(RemoveShared::no);
+    recorder.rowBegan(row);
+
+    recorder.rowEnded(row);
+    std::filesystem::remove(file); // as a tool with the right does
+    recorder.walkEnded();
+
+    EXPECT_FALSE(stepOf(file).end);
+}
+
+TEST_F(RunRecorderTest, IsNotCompleteWhereAJobsFileStays) {
+    write(agent("Lunevar"), "content");
+    const PlanRow row{PlanAction::removeAgent, "com.quillfen.Lunevar", {}};
+    RunRecorder recorder(runs, jobs);
+    recorder.begin(RemoveShared::no);
+    recorder.rowBegan(row);
+
+    recorder.rowEnded(row);
+    recorder.walkEnded();
+
+    EXPECT_EQ(runs.read(1).isComplete, false);
+}
+
+TEST_F(RunRecorderTest, TellsThatAnItemWentWhoseStepCouldNotBeRecorded) {
+    const auto item = home / "user/Library/Caches/com.quillfen.Ospenth";
+    RunRecorder recorder(runs, jobs);
+    recorder.begin(RemoveShared::no);
+    recorder.rowBegan(cacheRow(item));
+    recorder.itemBegan(item); // as if its directory could not be searched for a moment
+
+    recorder.itemEnded(item, {.outcome = qf::TrashOutcome::moved, .place = "/trash/item"});
+
+    EXPECT_EQ(recorder.failure(), "An item could not be looked at before it was moved.");
+}
+
+TEST_F(RunRecorderTest, DoesNotTellThatAnItemWasLeftThatIsGone) {
+    const auto item = write(cache("Ospenth"));
+    RunRecorder recorder(runs, jobs);
+    recorder.begin(RemoveShared::no);
+    recorder.rowBegan(cacheRow(item));
+    recorder.itemBegan(item);
+    std::filesystem::remove(item);
+
+    recorder.itemEnded(item, {.outcome = qf::TrashOutcome::failed});
+    recorder.walkEnded();
+
+    EXPECT_FALSE(stepOf(item).end);
 }
 
 TEST_F(RunRecorderTest, TellsThatAJobsFileWasDeleted) {
@@ -382,14 +513,14 @@ TEST_F(RunRecorderTest, LeavesAReadableRecordWhenTheDiskIsFull) {
     const auto first = write(cache("Dunmarl"));
     const auto second = write(cache("Ospenth"));
     NotingStreams streams(fileStreams);
-    const platform::ScopedService<platform::FileStreams> scope(streams);
+    const qf::ScopedService<qf::FileStreams> scope(streams);
     RunRecorder recorder(runs, jobs);
     recorder.begin(RemoveShared::no);
     recorder.rowBegan(cacheRow(first));
     recorder.itemBegan(first);
     streams.isFull = true;
 
-    recorder.itemEnded(first, {.outcome = TrashOutcome::moved});
+    recorder.itemEnded(first, {.outcome = qf::TrashOutcome::moved});
     recorder.rowBegan(cacheRow(second));
     recorder.itemBegan(second);
     recorder.walkEnded();

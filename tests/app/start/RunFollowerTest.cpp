@@ -5,6 +5,7 @@
 #include "platform/linux/files/FileSystem.h"
 #include "tests/support/MainLoop.h"
 #include "tests/support/PortDoubles.h"
+#include "tests/support/ShownText.h"
 #include "tests/support/TemporaryDirectory.h"
 #include "tests/support/TestClock.h"
 
@@ -14,31 +15,25 @@
 
 namespace {
 
-class ShownText : public platform::Label {
+class TickedBox : public qf::CheckBox {
 public:
-    std::vector<std::string> texts;
-    void setText(const std::string& text) override { texts.push_back(text); }
-};
-
-class TickedBox : public platform::CheckBox {
-public:
-    platform::CheckBoxState state() override { return platform::CheckBoxState::on; }
+    qf::CheckBoxState state() override { return qf::CheckBoxState::on; }
 };
 
 /// An interface with what a run shows.
-class RunInterface : public platform::Interface {
+class RunInterface : public qf::Interface {
 public:
     ShownText item;
     TickedBox box;
 
-    platform::Window& window(const std::string& name) override {
-        throw platform::Exception("QFOutletMissing", name);
+    qf::Window& window(const std::string& name) override {
+        throw qf::Exception("QFOutletMissing", name);
     }
-    platform::CheckBox& checkBox(const std::string& /*name*/) override { return box; }
-    platform::ProgressIndicator& progressIndicator(const std::string& name) override {
-        throw platform::Exception("QFOutletMissing", name);
+    qf::CheckBox& checkBox(const std::string& /*name*/) override { return box; }
+    qf::ProgressIndicator& progressIndicator(const std::string& name) override {
+        throw qf::Exception("QFOutletMissing", name);
     }
-    platform::Label& label(const std::string& /*name*/) override { return item; }
+    qf::Label& label(const std::string& /*name*/) override { return item; }
     void setAction(const std::string& /*name*/, std::function<void()> /*perform*/) override {}
 };
 
@@ -61,20 +56,20 @@ protected:
     }
 
     static void waitForMainThread() {
-        MainLoop::shared().performOnMainThread([] {}, platform::Wait::untilDone);
+        MainLoop::shared().performOnMainThread([] {}, qf::Wait::untilDone);
     }
 
-    platform::ScopedService<platform::Application> application{MainLoop::shared()};
+    qf::ScopedService<qf::Application> application{MainLoop::shared()};
     CountingInhibitors inhibitors;
-    platform::ScopedService<platform::Inhibitors> inhibitorsScope{inhibitors};
+    qf::ScopedService<qf::Inhibitors> inhibitorsScope{inhibitors};
     RunInterface interface;
     CountedInventory inventory;
     TemporaryDirectory home;
     records::LaunchdJobs jobs;
-    platform::native::FileSystem fileSystem;
-    platform::native::FileStreams fileStreams;
-    platform::ScopedService<platform::FileSystem> fileSystemScope{fileSystem};
-    platform::ScopedService<platform::FileStreams> fileStreamsScope{fileStreams};
+    qf::native::FileSystem fileSystem;
+    qf::native::FileStreams fileStreams;
+    qf::ScopedService<qf::FileSystem> fileSystemScope{fileSystem};
+    qf::ScopedService<qf::FileStreams> fileStreamsScope{fileStreams};
     records::RunRecords runs{home / "runs"};
     records::RunRecorder recorder{runs, jobs};
     start::RunFollower follower;
@@ -125,7 +120,7 @@ TEST_F(RunFollowerTest, HasAStepRecordedOnceItsToolHasEnded) {
     follower.rowBegan(itemsRow);
     follower.itemBegan(item);
 
-    follower.itemEnded(item, {.outcome = TrashOutcome::handedOver,
+    follower.itemEnded(item, {.outcome = qf::TrashOutcome::handedOver,
                               .place = "/t/a",
                               .waitUntilDone = [&] { std::filesystem::remove(item); }});
     follower.rowEnded(itemsRow);

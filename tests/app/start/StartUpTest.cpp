@@ -13,6 +13,7 @@
 #include "tests/support/FileSystemDoubles.h"
 #include "tests/support/LinkedWindows.h"
 #include "tests/support/MainThread.h"
+#include "tests/support/NamedCase.h"
 #include "tests/support/PortDoubles.h"
 #include "tests/support/ScopedEnvironment.h"
 #include "tests/support/TemporaryDirectory.h"
@@ -37,8 +38,8 @@
 #include <string>
 #include <thread>
 
-using platform::Application;
-using platform::Interface;
+using qf::Application;
+using qf::Interface;
 using ::testing::AllOf;
 using ::testing::ContainsRegex;
 using ::testing::ExitedWithCode;
@@ -72,7 +73,7 @@ public:
 
 const PlanRow anyRow{PlanAction::trash, "/x/a", {}};
 
-class NoVersion : public platform::SystemInformation {
+class NoVersion : public qf::SystemInformation {
     std::string globallyUniqueString() override { return {}; }
     std::string operatingSystemVersion() override { return {}; }
     std::string hostName() override { return {}; }
@@ -87,8 +88,7 @@ class ReadableFileSystem : public DescribedFileSystem {
 public:
     explicit ReadableFileSystem(DescribedFileStreams& streams) : streams_(streams) {}
 
-    platform::Result<void> writeAtomically(const std::string& path,
-                                           std::string_view content) override {
+    qf::Result<void> writeAtomically(const std::string& path, std::string_view content) override {
         streams_.files[path].content = content;
         return DescribedFileSystem::writeAtomically(path, content);
     }
@@ -105,8 +105,7 @@ protected:
         TestClock::install();
     }
 
-    [[noreturn]] void start(const start::Awake& awake,
-                            const platform::InterfaceFile& file = mainMenu()) {
+    [[noreturn]] void start(const start::Awake& awake, const qf::InterfaceFile& file = mainMenu()) {
         std::string name = "kelvane-uninstaller";
         char* arguments[] = {name.data(), nullptr};
         if (std::freopen("/dev/null", "r", stdin) == nullptr) { // nobody to ask on a terminal
@@ -124,18 +123,18 @@ protected:
     /// The process that ends cannot delete its own directory, so it has one inside this process's.
     ScopedEnvironment directoryOfChild{"TMPDIR", directory.path()};
     FakeAccount account;
-    platform::ScopedService<platform::UserAccount> accountScope{account};
+    qf::ScopedService<qf::UserAccount> accountScope{account};
     NoVersion information;
     CountingInhibitors inhibitors;
-    platform::ScopedService<platform::Inhibitors> inhibitorsScope{inhibitors};
+    qf::ScopedService<qf::Inhibitors> inhibitorsScope{inhibitors};
     FixedInventory inventory;
     DescribedFileStreams streams;
     ReadableFileSystem disk{streams};
-    platform::ScopedService<platform::FileStreams> streamsScope{streams};
-    platform::ScopedService<platform::FileSystem> diskScope{disk};
-    platform::ScopedService<platform::SystemInformation> informationScope{information};
+    qf::ScopedService<qf::FileStreams> streamsScope{streams};
+    qf::ScopedService<qf::FileSystem> diskScope{disk};
+    qf::ScopedService<qf::SystemInformation> informationScope{information};
     LinkedWindows windows;
-    platform::ScopedService<platform::Modules> windowsScope{windows};
+    qf::ScopedService<qf::Modules> windowsScope{windows};
     ScopedEnvironment runtime{"XDG_RUNTIME_DIR", directory.path()};
     ScopedEnvironment platform_{"QT_QPA_PLATFORM", "offscreen"};
     ScopedEnvironment display{"DISPLAY", std::nullopt};
@@ -151,9 +150,8 @@ void waitUntilTaken(int signal) {
 }
 
 void terminateLater() {
-    auto& application = platform::service<Application>();
-    application.performOnMainThread([&application] { application.terminate(); },
-                                    platform::Wait::no);
+    auto& application = qf::service<Application>();
+    application.performOnMainThread([&application] { application.terminate(); }, qf::Wait::no);
 }
 
 TEST_F(StartUpDeathTest, IsCancelledWhenTheApplicationTerminatesBeforeTheRun) {
@@ -162,16 +160,15 @@ TEST_F(StartUpDeathTest, IsCancelledWhenTheApplicationTerminatesBeforeTheRun) {
 }
 
 TEST_F(StartUpDeathTest, IsCancelledWhenItTerminatesWhileItAwakes) {
-    EXPECT_EXIT(
-        start([](Interface&, PlanObserver&) { platform::service<Application>().terminate(); }),
-        ExitedWithCode(cancelled), "^$");
+    EXPECT_EXIT(start([](Interface&, PlanObserver&) { qf::service<Application>().terminate(); }),
+                ExitedWithCode(cancelled), "^$");
 }
 
 /// Does a run's walk on the main thread once the event loop runs, `duringIt` in the middle, and
 /// then terminates the application.
 void runLater(
     PlanObserver& observer, const std::function<void()>& duringIt = [] {}) {
-    platform::service<Application>().performOnMainThread(
+    qf::service<Application>().performOnMainThread(
         [&observer, duringIt] {
             observer.rowBegan(anyRow);
             duringIt();
@@ -181,7 +178,7 @@ void runLater(
             std::cerr << "walked\n";
             terminateLater();
         },
-        platform::Wait::no);
+        qf::Wait::no);
 }
 
 TEST_F(StartUpDeathTest, EndsWithStatusZeroAfterACompleteRun) {
@@ -222,7 +219,7 @@ TEST_F(StartUpDeathTest, ShowsTheItemsOfARunOnRequest) {
                         &timer, &QTimer::timeout, &timer, [wasShown = false]() mutable {
                             const bool isShown = windowTitled("Items to Remove") != nullptr;
                             if (wasShown && !isShown) {
-                                platform::service<Application>().terminate();
+                                qf::service<Application>().terminate();
                             }
                             wasShown = wasShown || isShown;
                         });
@@ -231,13 +228,20 @@ TEST_F(StartUpDeathTest, ShowsTheItemsOfARunOnRequest) {
                 ExitedWithCode(cancelled), ContainsRegex("^shown\n(.*\n)?shown\n$"));
 }
 
-TEST_F(StartUpDeathTest, IsCancelledByASignalBeforeTheRun) {
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) {
-        EXPECT_EXIT(start([signal](Interface&, PlanObserver&) { ::kill(::getpid(), signal); }),
-                    ExitedWithCode(cancelled), "^$")
-            << signal;
-    }
+class StartUpSignalDeathTest : public StartUpDeathTest,
+                               public testing::WithParamInterface<NamedValue<int>> {};
+
+TEST_P(StartUpSignalDeathTest, CancelsBeforeTheRun) {
+    EXPECT_EXIT(start([](Interface&, PlanObserver&) { ::kill(::getpid(), GetParam().value); }),
+                ExitedWithCode(cancelled), "^$");
 }
+
+INSTANTIATE_TEST_SUITE_P(, StartUpSignalDeathTest,
+                         testing::Values(NamedValue<int>{{"Interrupt"}, SIGINT},
+                                         NamedValue<int>{{"Terminate"}, SIGTERM},
+                                         NamedValue<int>{{"HangUp"}, SIGHUP},
+                                         NamedValue<int>{{"Quit"}, SIGQUIT}),
+                         nameOfCase);
 
 TEST_F(StartUpDeathTest, IsNotCancelledByASignalThatIsIgnored) {
     const auto former = std::signal(SIGHUP, SIG_IGN);
@@ -252,7 +256,7 @@ TEST_F(StartUpDeathTest, IsNotCancelledByASignalThatIsIgnored) {
 
 TEST_F(StartUpDeathTest, GoesOnToTheEndOfTheRunAfterASignal) {
     EXPECT_EXIT(start([](Interface&, PlanObserver& observer) {
-                    platform::service<Application>().performOnMainThread(
+                    qf::service<Application>().performOnMainThread(
                         [&observer] {
                             observer.rowBegan(anyRow);
                             ::kill(::getpid(), SIGTERM);
@@ -262,7 +266,7 @@ TEST_F(StartUpDeathTest, GoesOnToTheEndOfTheRunAfterASignal) {
                                 observer.walkEnded();
                             });
                         },
-                        platform::Wait::no);
+                        qf::Wait::no);
                 }),
                 ExitedWithCode(complete), "^goes on\n$");
 }
@@ -283,17 +287,17 @@ TEST_F(StartUpDeathTest, EndsWithTheRunsStatusWhenASignalComesWhileAnAlertIsUp) 
     inventory.rows = {{.action = PlanAction::trash, .path = "/x/a", .state = ItemState::found}};
     disk.files = {"/x/a"};
     EXPECT_EXIT(start([](Interface&, PlanObserver& observer) {
-                    platform::service<Application>().performOnMainThread(
+                    qf::service<Application>().performOnMainThread(
                         [&observer] {
                             observer.rowBegan(anyRow);
                             observer.walkEnded();
                             ::kill(::getpid(), SIGTERM);
                             for (;;) { // as an alert waits for its answer
-                                platform::service<Application>().handleNextEvent(
+                                qf::service<Application>().handleNextEvent(
                                     std::chrono::milliseconds(10));
                             }
                         },
-                        platform::Wait::no);
+                        qf::Wait::no);
                 }),
                 ExitedWithCode(leftInPlace), "^$");
 }
@@ -302,14 +306,14 @@ TEST_F(StartUpDeathTest, ShowsTheMainWindowOnceTheControllerIsAwake) {
     EXPECT_EXIT(start([](Interface& interface, PlanObserver&) {
                     auto& window = interface.window("windowMain");
                     std::cerr << "awake " << window.isVisible() << '\n';
-                    platform::service<Application>().performOnMainThread(
+                    qf::service<Application>().performOnMainThread(
                         [&window] {
-                            auto& application = platform::service<Application>();
+                            auto& application = qf::service<Application>();
                             std::cerr << "running " << window.isVisible() << ' '
                                       << (application.mainWindow() == &window) << '\n';
                             application.terminate();
                         },
-                        platform::Wait::no);
+                        qf::Wait::no);
                 }),
                 ExitedWithCode(cancelled), "^awake 0\nrunning 1 1\n$");
 }
@@ -318,12 +322,11 @@ TEST_F(StartUpDeathTest, RunsTheActionsOfTheButtons) {
     EXPECT_EXIT(start([](Interface& interface, PlanObserver&) {
                     interface.setAction("cancel:", [] {
                         std::cerr << "cancelled\n";
-                        platform::service<Application>().terminate();
+                        qf::service<Application>().terminate();
                     });
                     interface.setAction("uninstall:", [] { std::abort(); });
-                    platform::service<Application>().performOnMainThread(
-                        [] { press(*windowTitled("Uninstall Kelvane"), "&Cancel"); },
-                        platform::Wait::no);
+                    qf::service<Application>().performOnMainThread(
+                        [] { press(*windowTitled("Uninstall Kelvane"), "&Cancel"); }, qf::Wait::no);
                 }),
                 ExitedWithCode(cancelled), "^cancelled\n$");
 }
@@ -356,13 +359,13 @@ TEST_F(StartUpDeathTest, LoadsNoWindowsUnlessADisplayIsNamed) {
 }
 
 TEST_F(StartUpDeathTest, SaysThatItIsRunningAlready) {
-    const platform::InstanceLock other("kelvane-uninstaller");
+    const qf::InstanceLock other("kelvane-uninstaller");
     EXPECT_EXIT(start([](Interface&, PlanObserver&) { std::abort(); }), ExitedWithCode(1),
                 oneLineWith("already running"));
 }
 
 TEST_F(StartUpDeathTest, SaysThatItsWindowIsOpenAlready) {
-    const platform::InstanceLock other("kelvane-uninstaller-window");
+    const qf::InstanceLock other("kelvane-uninstaller-window");
     EXPECT_EXIT(start([](Interface&, PlanObserver&) { std::abort(); }), ExitedWithCode(1),
                 oneLineWith("already running"));
 }
@@ -371,12 +374,12 @@ TEST_F(StartUpDeathTest, SaysThatItsWindowIsOpenAlready) {
 void minimizeUntilRaised() {
     auto& window = *windowTitled("Uninstall Kelvane");
     window.showMinimized();
-    platform::InstanceLock("kelvane-uninstaller-window").touch();
+    qf::InstanceLock("kelvane-uninstaller-window").touch();
     auto* timer = new QTimer(qApp);
     QObject::connect(timer, &QTimer::timeout, timer, [&window] {
         if (!window.isMinimized()) {
             std::cerr << "raised\n";
-            platform::service<Application>().terminate();
+            qf::service<Application>().terminate();
         }
     });
     timer->start(1);
@@ -391,7 +394,7 @@ TEST_F(StartUpDeathTest, BringsItsWindowToTheFrontWhenASecondOneWasToBeOpened) {
 TEST_F(StartUpDeathTest, HoldsNoOtherRunUpWhileItsWindowIsIdle) {
     EXPECT_EXIT(start([](Interface&, PlanObserver& observer) {
                     const auto isRunning = [] {
-                        return platform::InstanceLock("kelvane-uninstaller").isHeldByAnother();
+                        return qf::InstanceLock("kelvane-uninstaller").isHeldByAnother();
                     };
                     std::cerr << isRunning() << '\n';
                     runLater(observer, [isRunning] { std::cerr << isRunning() << '\n'; });
@@ -401,10 +404,10 @@ TEST_F(StartUpDeathTest, HoldsNoOtherRunUpWhileItsWindowIsIdle) {
 
 TEST_F(StartUpDeathTest, HasTheWindowsRunWaitForAnotherRun) {
     EXPECT_EXIT(start([](Interface&, PlanObserver& observer) {
-                    static std::optional<platform::InstanceLock> other("kelvane-uninstaller");
-                    platform::service<Application>().performOnMainThread(
+                    static std::optional<qf::InstanceLock> other("kelvane-uninstaller");
+                    qf::service<Application>().performOnMainThread(
                         [&observer] {
-                            platform::detachNewThread([] {
+                            qf::detachNewThread([] {
                                 while (!mainThreadSleeps()) {
                                     std::this_thread::yield();
                                 }
@@ -416,7 +419,7 @@ TEST_F(StartUpDeathTest, HasTheWindowsRunWaitForAnotherRun) {
                             observer.walkEnded();
                             terminateLater();
                         },
-                        platform::Wait::no);
+                        qf::Wait::no);
                 }),
                 ExitedWithCode(complete), "^other ended\nbegan\n$");
 }
@@ -424,20 +427,19 @@ TEST_F(StartUpDeathTest, HasTheWindowsRunWaitForAnotherRun) {
 /// Begins a run on the main thread, continues it on another thread, and ends the process as Qt does
 /// when the display has gone.
 void loseDisplayDuringRun(PlanObserver& observer, const std::function<void()>& rest) {
-    platform::service<Application>().performOnMainThread(
+    qf::service<Application>().performOnMainThread(
         [&observer, rest] {
             observer.rowBegan(anyRow);
-            platform::detachNewThread([&observer, rest] {
+            qf::detachNewThread([&observer, rest] {
                 // Done once the main thread is out of the work that ends the process.
-                platform::service<Application>().performOnMainThread([] {},
-                                                                     platform::Wait::untilDone);
+                qf::service<Application>().performOnMainThread([] {}, qf::Wait::untilDone);
                 rest();
                 std::cerr << "walked\n";
                 observer.walkEnded();
             });
             std::exit(1);
         },
-        platform::Wait::no);
+        qf::Wait::no);
 }
 
 TEST_F(StartUpDeathTest, ContinuesARunWhoseDisplayGoes) {
@@ -455,41 +457,40 @@ TEST_F(StartUpDeathTest, TellsByItsStatusWhatWasLeftWhenTheDisplayHasGone) {
 }
 
 TEST_F(StartUpDeathTest, AnswersAlertsWithTheirDefaultButtonWhenTheDisplayHasGone) {
-    EXPECT_EXIT(
-        start([](Interface&, PlanObserver& observer) {
-            loseDisplayDuringRun(observer, [] {
-                auto& application = platform::service<Application>();
-                application.performOnMainThread(
-                    [] {
-                        static auto panel = platform::service<platform::AlertPanels>().create({});
-                        panel->beginSheet(nullptr, [](int answer) { std::cerr << answer << '\n'; });
-                    },
-                    platform::Wait::untilDone);
-                application.performOnMainThread([] {}, platform::Wait::untilDone);
-            });
-        }),
-        ExitedWithCode(complete), "^1\nwalked\n$");
+    EXPECT_EXIT(start([](Interface&, PlanObserver& observer) {
+                    loseDisplayDuringRun(observer, [] {
+                        auto& application = qf::service<Application>();
+                        application.performOnMainThread(
+                            [] {
+                                static auto panel = qf::service<qf::AlertPanels>().create({});
+                                panel->beginSheet(nullptr,
+                                                  [](int answer) { std::cerr << answer << '\n'; });
+                            },
+                            qf::Wait::untilDone);
+                        application.performOnMainThread([] {}, qf::Wait::untilDone);
+                    });
+                }),
+                ExitedWithCode(complete), "^1\nwalked\n$");
 }
 
 TEST_F(StartUpDeathTest, EndsAtOnceWhenTheDisplayGoesBeforeARun) {
     EXPECT_EXIT(start([](Interface&, PlanObserver&) {
-                    platform::service<Application>().performOnMainThread([] { std::exit(1); },
-                                                                         platform::Wait::no);
+                    qf::service<Application>().performOnMainThread([] { std::exit(1); },
+                                                                   qf::Wait::no);
                 }),
                 ExitedWithCode(1), "");
 }
 
 TEST_F(StartUpDeathTest, EndsAtOnceWhenTheDisplayGoesWhileAnAlertIsBeingAnswered) {
     EXPECT_EXIT(start([](Interface&, PlanObserver& observer) {
-                    auto& application = platform::service<Application>();
+                    auto& application = qf::service<Application>();
                     application.performOnMainThread(
                         [&application, &observer] {
                             observer.rowBegan(anyRow);
-                            application.performOnMainThread([] { std::exit(1); },
-                                                            platform::Wait::no);
+                            application.performOnMainThread([] { std::exit(1); }, qf::Wait::no);
                             application.handleNextEvent(std::chrono::minutes(1));
                         },
-                        platform::Wait::no);
+                        qf::Wait::no);
                 }),
                 ExitedWithCode(1), "");
 }
@@ -521,21 +522,21 @@ TEST_F(StartUpDeathTest, NamesTheActionThatTheControllerMisses) {
 }
 
 TEST_F(StartUpDeathTest, NamesTheMainWindowWhenThatIsMissing) {
-    const platform::InterfaceFile file{
+    const qf::InterfaceFile file{
         "empty.ui", "<ui version=\"4.0\"><widget class=\"QWidget\" name=\"Empty\"/></ui>"};
     EXPECT_EXIT(start([](Interface&, PlanObserver&) { std::abort(); }, file), ExitedWithCode(1),
                 oneLineWith("windowMain"));
 }
 
 TEST_F(StartUpDeathTest, NamesTheInterfaceFileThatItCannotRead) {
-    const platform::InterfaceFile garbage{"garbage.ui", "<ui><widget"};
+    const qf::InterfaceFile garbage{"garbage.ui", "<ui><widget"};
     EXPECT_EXIT(start([](Interface&, PlanObserver&) { std::abort(); }, garbage), ExitedWithCode(1),
                 oneLineWith("garbage.ui"));
 }
 
 TEST_F(StartUpDeathTest, SaysWhyTheControllerDidNotAwake) {
     EXPECT_EXIT(
-        start([](Interface&, PlanObserver&) { throw platform::Exception("QFName", "two\nlines"); }),
+        start([](Interface&, PlanObserver&) { throw qf::Exception("QFName", "two\nlines"); }),
         ExitedWithCode(1), oneLineWith("two\\x0Alines"));
 }
 

@@ -27,7 +27,7 @@
 #include <string>
 #include <thread>
 
-using platform::Application;
+using qf::Application;
 
 namespace {
 
@@ -41,33 +41,32 @@ protected:
     /// The program of a user whose Library directory is `library`.
     [[noreturn]] static void run(const std::string& library,
                                  const std::function<void()>& onceAwake) {
-        platform::installServices();
+        qf::installServices();
         static auto& account = *new FakeAccount;
         static auto& searchPaths = *new FakeSearchPaths;
-        searchPaths.lists[{platform::DirectoryKind::library, platform::DomainMask::user}] = {
-            library};
+        searchPaths.lists[{qf::DirectoryKind::library, qf::DomainMask::user}] = {library};
         static LinkedWindows windows;
-        platform::install<platform::Modules>(windows);
-        platform::install<platform::UserAccount>(account);
-        platform::install<platform::SearchPaths>(searchPaths);
+        qf::install<qf::Modules>(windows);
+        qf::install<qf::UserAccount>(account);
+        qf::install<qf::SearchPaths>(searchPaths);
 
         std::string name = "kelvane-uninstaller";
         char* arguments[] = {name.data(), nullptr};
         std::unique_ptr<AppController> controller;
         PlanInventory inventory;
-        std::exit(start::applicationMain(
-            1, arguments, mainMenu(), inventory,
-            [&](platform::Interface& interface, PlanObserver& observer) {
-                controller = std::make_unique<AppController>(interface, observer);
-                onceAwake();
-            }));
+        std::exit(start::applicationMain(1, arguments, mainMenu(), inventory,
+                                         [&](qf::Interface& interface, PlanObserver& observer) {
+                                             controller = std::make_unique<AppController>(interface,
+                                                                                          observer);
+                                             onceAwake();
+                                         }));
     }
 
     /// Presses Cancel while the write queue holds so many operations: one that waits, and entries
     /// after it. That one continues once the program waits for it, or once the log has been ended.
     /// Then prints the log's number of entries on standard error.
     void cancelWithOperations(int count) {
-        auto& application = platform::service<Application>();
+        auto& application = qf::service<Application>();
         static std::atomic<bool> terminating{false};
         application.addTerminationObserver([] { terminating = true; });
         static auto& queue = *QFLog::sharedController().writeQueue();
@@ -86,7 +85,7 @@ protected:
             std::cerr << std::ranges::count(contentOf(log), '\n') << " entries\n";
         });
         application.performOnMainThread(
-            [] { press(*windowTitled("Uninstall Kelvane"), "&Cancel"); }, platform::Wait::no);
+            [] { press(*windowTitled("Uninstall Kelvane"), "&Cancel"); }, qf::Wait::no);
     }
 
     [[noreturn]] void cancelProgramWithOperations(int count) {

@@ -2,11 +2,12 @@
 
 #include "platform/Services.h"
 #include "tests/support/FileSystemDoubles.h"
+#include "tests/support/UpperCaseLanguage.h"
 
 #include <gtest/gtest.h>
 
 using cli::Outcome;
-using platform::qt::asText;
+using qf::qt::asText;
 
 namespace {
 
@@ -18,13 +19,15 @@ cli::RowOutcome leftAt(const std::string& path, const std::string& cause) {
 class ItemLists : public ::testing::Test {
 protected:
     DescribedFileSystem disk;
-    platform::ScopedService<platform::FileSystem> scope{disk};
+    qf::ScopedService<qf::FileSystem> scope{disk};
 };
 
 TEST_F(ItemLists, NameWhatARunWouldRemoveAndHow) {
     disk.directories["/own"] = std::vector<std::string>{"a"};
     const auto list = start::plannedItems(
-        {{.action = PlanAction::kill, .names = {"Dunmarl", "Ospenth"}},
+        {{.action = PlanAction::kill,
+          .names = {"Dunmarl", "Ospenth", "Vellicor"},
+          .running = {"Dunmarl", "Ospenth"}},
          {.action = PlanAction::trash, .path = "/own/a", .state = ItemState::found, .size = 1200},
          {.action = PlanAction::trash, .path = "/own/b", .state = ItemState::absent},
          {.action = PlanAction::trash, .path = "/own/a", .state = ItemState::repeated},
@@ -37,7 +40,7 @@ TEST_F(ItemLists, NameWhatARunWouldRemoveAndHow) {
     EXPECT_EQ(asText(list.sections), "Moved to the Trash\n    /own/a  1.2 kB\n"
                                      "Background jobs, stopped and deleted\n"
                                      "    /own/job.plist  300 B\n"
-                                     "Closed if they are running\n    Dunmarl\n    Ospenth\n");
+                                     "Running programs, closed\n    Dunmarl\n    Ospenth\n");
     EXPECT_FALSE(list.canTryAgain);
 }
 
@@ -51,6 +54,20 @@ TEST_F(ItemLists, SayWhichItemsNeedAPassword) {
 
     EXPECT_EQ(list.message, "1 item, 5 B. Nothing is removed before you press Uninstall.");
     EXPECT_EQ(list.sections.front().items.front().detail, "5 B, needs a password");
+}
+
+TEST_F(ItemLists, AreInTheLanguageOfThePerson) {
+    UpperCaseLanguage language;
+    const qf::ScopedService<qf::Language> shown(language);
+    const auto list = start::plannedItems({{.action = PlanAction::trash,
+                                            .path = "/Library/a.plist",
+                                            .state = ItemState::found,
+                                            .size = 1200}});
+
+    EXPECT_EQ(list.title, "ITEMS TO REMOVE");
+    EXPECT_EQ(list.message, "1 ITEM, 1.2 kB. NOTHING IS REMOVED BEFORE YOU PRESS UNINSTALL.");
+    EXPECT_EQ(asText(list.sections),
+              "MOVED TO THE TRASH\n    /Library/a.plist  1.2 kB, NEEDS A PASSWORD\n");
 }
 
 TEST_F(ItemLists, SayThatNothingWasFound) {
@@ -72,7 +89,7 @@ cli::UndoneItem backAt(const std::string& path) {
 }
 
 cli::UndoneItem notBackAt(const std::string& path, const std::string& reason) {
-    return {.path = path, .isLeft = true, .reason = reason};
+    return {.path = path, .isLeft = true, .reason = path + reason, .cause = reason};
 }
 
 TEST_F(ItemLists, SayThatEverythingIsBack) {

@@ -2,6 +2,7 @@
 
 #include "app/UninstallPlan.h"
 #include "app/records/RunRecorder.h"
+#include "app/records/Undoing.h"
 #include "platform/Services.h"
 #include "platform/linux/desktop/Workspace.h"
 #include "platform/linux/files/FileStreams.h"
@@ -28,9 +29,9 @@
 #include <vector>
 
 /// The Trash of a test, in which some items are closed to the user.
-class TrashOnDisk : public platform::native::Workspace {
+class TrashOnDisk : public qf::native::Workspace {
 public:
-    using platform::native::Workspace::Workspace;
+    using qf::native::Workspace::Workspace;
 
     /// The directories whose items only the administrator may move.
     std::set<std::string> closed;
@@ -45,16 +46,15 @@ public:
     /// The number of every failure to put back, if that fails.
     int failure = 0;
 
-    platform::Result<std::string> recycle(const std::string& directory, const std::string& trash,
-                                          const std::string& name) override {
+    qf::Result<std::string> recycle(const std::string& directory, const std::string& trash,
+                                    const std::string& name) override {
         return closed.contains(directory) ? denied(name)
                                           : Workspace::recycle(directory, trash, name);
     }
-    platform::Result<std::vector<platform::ItemInTrash>>
-    itemsInTrash(const std::string& trash) override {
+    qf::Result<std::vector<qf::ItemInTrash>> itemsInTrash(const std::string& trash) override {
         if (!isReadable) {
-            return platform::Unexpected(
-                platform::native::posixError(platform::native::Errno(EMFILE), "Trash", "read"));
+            return qf::Unexpected(
+                qf::native::posixError(qf::native::Errno(EMFILE), "Trash", "read"));
         }
         auto items = Workspace::itemsInTrash(trash);
         for (auto& item : *items) {
@@ -66,33 +66,31 @@ public:
         forgotten.push_back(place.substr(place.rfind('/') + 1) + " of " + path);
         Workspace::forgetTrashed(place, path);
     }
-    platform::Result<void> putBack(const std::string& place, const std::string& path) override {
+    qf::Result<void> putBack(const std::string& place, const std::string& path) override {
         beforePuttingBack();
         if (failure != 0) {
-            return platform::Unexpected(platform::native::posixError(
-                platform::native::Errno(failure), std::filesystem::path(path).filename().string(),
+            return qf::Unexpected(qf::native::posixError(
+                qf::native::Errno(failure), std::filesystem::path(path).filename().string(),
                 "put back"));
         }
         if (closed.contains(std::filesystem::canonical(path.substr(0, path.rfind('/'))))) {
-            return platform::Unexpected(denied(path).error());
+            return qf::Unexpected(denied(path).error());
         }
         return Workspace::putBack(place, path);
     }
 
 private:
-    static platform::Result<std::string> denied(const std::string& item) {
-        return platform::Unexpected(
-            platform::native::posixError(platform::native::Errno(EACCES), item, "moved"));
+    static qf::Result<std::string> denied(const std::string& item) {
+        return qf::Unexpected(qf::native::posixError(qf::native::Errno(EACCES), item, "moved"));
     }
 };
 
 /// An administrator whose tool really moves.
 class MovingAdministrator : public RecordingAuthorizationServices {
 public:
-    platform::AuthorizationResult<std::unique_ptr<std::istream>>
-    executeWithPrivileges(platform::AuthorizationRef ref, const std::string& toolPath,
-                          platform::AuthorizationFlags options,
-                          const std::vector<std::string>& arguments,
+    qf::AuthorizationResult<std::unique_ptr<std::istream>>
+    executeWithPrivileges(qf::AuthorizationRef ref, const std::string& toolPath,
+                          qf::AuthorizationFlags options, const std::vector<std::string>& arguments,
                           const std::optional<std::string>& content) override {
         auto tool = RecordingAuthorizationServices::executeWithPrivileges(ref, toolPath, options,
                                                                           arguments, content);
@@ -148,22 +146,33 @@ private:
 /// The service manager's jobs, as a test describes them.
 class DescribedJobs : public records::Jobs {
 public:
-    std::set<std::string> labels;
+    std::optional<std::set<std::string>> labels{std::in_place};
     std::vector<std::string> files; ///< That were loaded.
 
-    std::set<std::string> loaded() override { return labels; }
+    std::optional<std::set<std::string>> loaded() override { return labels; }
     void load(const std::string& file) override { files.push_back(file); }
 };
 
+/// Notes the names of the items that are begun, and how far that is.
+class NotingObserver : public records::UndoObserver {
+public:
+    std::vector<std::string> notes;
+
+    void itemBegan(const std::string& path, records::Progress progress) override {
+        notes.push_back(std::filesystem::path(path).filename().string() + " " +
+                        std::to_string(progress.number) + "/" + std::to_string(progress.total));
+    }
+};
+
 /// A machine whose directories are all in a temporary one, with real files and a real Trash, seen
-/// by an ordinary user.
-class RecordedMachine : public testing::Test {
+/// by an ordinary user: for tests of what runs leave on the disk. DescribedMachine has no files.
+class MachineOnDisk : public testing::Test {
 protected:
     using Lines = std::vector<std::string>;
 
-    RecordedMachine() {
-        using platform::DirectoryKind;
-        using platform::DomainMask;
+    MachineOnDisk() {
+        using qf::DirectoryKind;
+        using qf::DomainMask;
         TestClock::install();
         loggedLines();
         account.home = home.makeDirectory("user");
@@ -213,7 +222,7 @@ protected:
             explicit Waiting(PlanObserver& next) : next_(next) {}
             void rowBegan(const PlanRow& row) override { next_.rowBegan(row); }
             void itemBegan(const std::string& path) override { next_.itemBegan(path); }
-            void itemEnded(const std::string& path, const TrashResult& result) override {
+            void itemEnded(const std::string& path, const qf::TrashResult& result) override {
                 if (result.waitUntilDone) {
                     result.waitUntilDone();
                 }
@@ -235,9 +244,9 @@ protected:
     FakeAccount account;
     FakeSearchPaths searchPaths;
     RecordingConsole console;
-    platform::native::FileSystem fileSystem;
-    platform::native::FileStreams fileStreams;
-    platform::native::PropertyLists propertyLists;
+    qf::native::FileSystem fileSystem;
+    qf::native::FileStreams fileStreams;
+    qf::native::PropertyLists propertyLists;
     TrashOnDisk desktop{account, searchPaths, propertyLists};
     DescribedFileSystem noTools;
     RecordingProcessLauncher launcher{noTools};
@@ -246,13 +255,13 @@ protected:
     records::RunRecords runs{home / "user/state/kelvane-uninstaller/runs"};
 
 private:
-    platform::ScopedService<platform::UserAccount> accountScope_{account};
-    platform::ScopedService<platform::SearchPaths> searchPathsScope_{searchPaths};
-    platform::ScopedService<platform::Console> consoleScope_{console};
-    platform::ScopedService<platform::FileSystem> fileSystemScope_{fileSystem};
-    platform::ScopedService<platform::FileStreams> fileStreamsScope_{fileStreams};
-    platform::ScopedService<platform::PropertyLists> propertyListsScope_{propertyLists};
-    platform::ScopedService<platform::Workspace> desktopScope_{desktop};
-    platform::ScopedService<platform::ProcessLauncher> launcherScope_{launcher};
-    platform::ScopedService<platform::AuthorizationServices> administratorScope_{administrator};
+    qf::ScopedService<qf::UserAccount> accountScope_{account};
+    qf::ScopedService<qf::SearchPaths> searchPathsScope_{searchPaths};
+    qf::ScopedService<qf::Console> consoleScope_{console};
+    qf::ScopedService<qf::FileSystem> fileSystemScope_{fileSystem};
+    qf::ScopedService<qf::FileStreams> fileStreamsScope_{fileStreams};
+    qf::ScopedService<qf::PropertyLists> propertyListsScope_{propertyLists};
+    qf::ScopedService<qf::Workspace> desktopScope_{desktop};
+    qf::ScopedService<qf::ProcessLauncher> launcherScope_{launcher};
+    qf::ScopedService<qf::AuthorizationServices> administratorScope_{administrator};
 };
