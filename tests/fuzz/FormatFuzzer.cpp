@@ -1,9 +1,9 @@
-#include "tests/fuzz/FormatFuzzing.h"
+// The formatter, under arbitrary formats and arguments.
 
-/// The entry point that libFuzzer calls.
-extern "C" int LLVMFuzzerTestOneInput(
-    const std::uint8_t* bytes,
-    std::size_t size) { // NOLINT(readability-identifier-naming): libFuzzer's name
-    fuzzFormat(bytes, size);
+#include "tests/fuzz/FormatFuzzing.h"
+#include "tests/fuzz/Fuzzing.h"
+
+int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    fuzzFormat(data, size);
     return 0;
 }

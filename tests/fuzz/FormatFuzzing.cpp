@@ -38,7 +38,7 @@ private:
     std::string_view bytes_;
 };
 
-platform::FormatArgument argument(unsigned type, Source& source) {
+qf::FormatArgument argument(unsigned type, Source& source) {
     switch (type % 8) {
     case 0:
         return source.number<std::int64_t>();
@@ -55,7 +55,7 @@ platform::FormatArgument argument(unsigned type, Source& source) {
     }
 }
 
-std::size_t lengthOf(const platform::FormatArgument& argument) {
+std::size_t lengthOf(const qf::FormatArgument& argument) {
     const auto* text = std::get_if<std::string_view>(&argument.content());
     return mostForOneArgument + (text != nullptr ? text->size() : 0);
 }
@@ -71,15 +71,15 @@ void fuzzFormat(const std::uint8_t* bytes, std::size_t size) {
     const auto fourth = argument(types >> 9U, source);
     const auto format = source.rest();
 
-    const auto result = platform::format(format, {first, second, third, fourth});
+    const auto result = qf::format(format, {first, second, third, fourth});
     const auto longest =
         format.size() + lengthOf(first) + lengthOf(second) + lengthOf(third) + lengthOf(fourth);
     if (result.size() > longest) {
         std::abort();
     }
-    if (platform::text::utf16Length(result) > result.size() ||
-        platform::text::trimmed(result).size() > result.size() ||
-        platform::text::printable(result).size() > 4 * result.size()) {
+    if (qf::text::utf16Length(result) > result.size() ||
+        qf::text::trimmed(result).size() > result.size() ||
+        qf::text::printable(result).size() > 4 * result.size()) {
         std::abort();
     }
 }

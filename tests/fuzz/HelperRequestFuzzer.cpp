@@ -2,14 +2,12 @@
 // takes for a request says the same when it is written again.
 
 #include "platform/linux/authorization/helper/HelperProtocol.h"
+#include "tests/fuzz/Fuzzing.h"
 
-#include <cstdlib>
+using namespace qf::native::helper;
 
-using namespace platform::native::helper;
-
-// NOLINTNEXTLINE(readability-identifier-naming): libFuzzer's name
-extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t size) {
-    const std::string message(data, data + size);
+int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    const std::string message(textOf(data, size));
     Request request;
     if (parseRequest(message, request) != Status::started) {
         return 0;
@@ -17,9 +15,7 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
     const std::vector<std::string> arguments(request.arguments.begin(), request.arguments.end());
     const auto content = request.content ? std::optional(std::string(*request.content))
                                          : std::optional<std::string>();
-    if (request.tool.empty() ||
-        encodeRequest(std::string(request.tool), arguments, content) != message) {
-        std::abort();
-    }
+    demand(!request.tool.empty());
+    demand(encodeRequest(std::string(request.tool), arguments, content) == message);
     return 0;
 }
