@@ -24,7 +24,7 @@ BUILD = os.path.dirname(os.path.dirname(PROGRAM))
 TOOLS = f"{BUILD}/libexec/kelvane-uninstaller/tools"
 PAGES = ("README.md", "CONTRIBUTING.md", "docs/administrators.md", "docs/tools.md",
          "docs/attributes.md", "docs/launchctl.md", "docs/security.md", "docs/utility-layer.md")
-LINKED = (*PAGES, "CHANGELOG.md", "docs/architecture.md", "docs/porting.md")
+LINKED = (*PAGES, "CHANGELOG.md", "docs/architecture.md", "docs/porting.md", "docs/translations.md")
 # The stand-ins, by the names under which docs/tools.md and docs/launchctl.md speak of them.
 STAND_INS = {"ditto": "usr/bin/ditto", "xattr": "usr/bin/xattr", "diskutil": "usr/sbin/diskutil",
              "chown": "usr/sbin/chown", "launchctl": "bin/launchctl"}
@@ -115,7 +115,8 @@ class Links(unittest.TestCase):
 
     def test_pictures_are_pictures_and_are_shown(self) -> None:
         folder = f"{TREE}/docs/pictures"
-        shown = {target for target in LINK.findall(text_of("README.md")) if "/pictures/" in target}
+        shown = {os.path.normpath(os.path.join(os.path.dirname(page), target)) for page in LINKED
+                 for target in LINK.findall(text_of(page)) if "pictures/" in target}
         self.assertEqual({f"docs/pictures/{name}" for name in os.listdir(folder)}, shown)
         for picture in shown:
             with open(f"{TREE}/{picture}", "rb") as file:

@@ -8,9 +8,12 @@ from __future__ import annotations
 
 import os
 import re
+import shutil
+import struct
 import subprocess
 import sys
 import unittest
+import xml.etree.ElementTree
 from email.utils import parsedate_to_datetime
 
 TREE = os.path.dirname(os.path.dirname(os.path.dirname(os.path.realpath(__file__))))
@@ -87,13 +90,55 @@ class Release(unittest.TestCase):
         newest = re.search(r"^## (\S+) \((\S+)\)$", text_of("CHANGELOG.md"), re.MULTILINE)
         # Later packages of a release have later dates.
         package = re.search(r"^\S+ \((\S+)-1\).*?\n -- [^>]*>  ([^\n]*)$",
-                            text_of("packaging/debian/changelog"), re.MULTILINE | re.DOTALL)
+                            text_of("debian/changelog"), re.MULTILINE | re.DOTALL)
         shown = re.search(r'<release version="(\S+)" date="(\S+)"/>',
-                          text_of("packaging/com.quillfen.KelvaneUninstaller.metainfo.xml"))
+                          text_of("packaging/com.quillfen.kelvaneuninstaller.metainfo.xml"))
         self.assertEqual((version[1], newest[2]), newest.groups())
         self.assertEqual(newest.groups(), shown.groups())
         self.assertEqual(newest.groups(),
                          (package[1], str(parsedate_to_datetime(package[2]).date())))
+
+    def test_is_what_the_newest_package_is_made_of(self) -> None:
+        version = re.search(r"^project\(\w+\s+VERSION (\S+)", text_of("CMakeLists.txt"), re.MULTILINE)
+        self.assertRegex(text_of("debian/changelog"),
+                         rf"\Akelvane-uninstaller \({re.escape(version[1])}-\d+\) unstable; ")
+
+
+class Description(unittest.TestCase):
+    """What the desktop tells of the program."""
+
+    METAINFO = "packaging/com.quillfen.kelvaneuninstaller.metainfo.xml"
+    POLICIES = ("packaging/com.quillfen.KelvaneUninstaller.policy.in",
+                "packaging/library/com.quillfen.QFUtil.policy.in")
+    SHOWN = {"name", "summary", "p", "caption", "description", "message"}
+    LANGUAGE = "{http://www.w3.org/XML/1998/namespace}lang"
+
+    def test_shows_a_picture_of_this_repository(self) -> None:
+        homepage = re.search(r'<url type="homepage">(.*)</url>', text_of(self.METAINFO))[1]
+        shown = re.findall(r'width="(\d+)" height="(\d+)">(.*)</image>', text_of(self.METAINFO))
+        self.assertTrue(shown)
+        for width, height, address in shown:
+            self.assertTrue(address.startswith(homepage), address)
+            picture = address.removeprefix(homepage).partition("/")[2]
+            with open(f"{TREE}/{picture}", "rb") as file:
+                self.assertEqual((int(width), int(height)), struct.unpack(">II", file.read(24)[16:]))
+
+    @unittest.skipUnless(shutil.which("appstreamcli"), "appstreamcli is not installed")
+    def test_is_valid(self) -> None:
+        self.assertNotRegex(
+            printed("appstreamcli", "validate", "--no-net", "--pedantic", f"{TREE}/{self.METAINFO}"),
+            "(?m)^[EWIP]: ")
+
+    def test_is_in_german_too(self) -> None:
+        for path in (self.METAINFO, *self.POLICIES):
+            for parent in xml.etree.ElementTree.fromstring(text_of(path).encode()).iter():
+                texts = [child for child in parent if child.tag in self.SHOWN and len(child) == 0]
+                english = [text for text in texts if self.LANGUAGE not in text.attrib]
+                self.assertEqual(len(texts), 2 * len(english), f"{path}: {parent.tag}")
+        entry = text_of("packaging/kelvane-uninstaller.desktop")
+        for key in ("Name", "GenericName", "Comment", "Keywords"):
+            self.assertEqual(len(re.findall(rf"(?m)^{key}=", entry)),
+                             len(re.findall(rf"(?m)^{key}\[de\]=", entry)), key)
 
 
 class Completion(unittest.TestCase):
