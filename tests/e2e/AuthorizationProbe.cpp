@@ -12,6 +12,7 @@
 //   end                       gives up the right
 
 #include "platform/linux/authorization/AuthorizationServices.h"
+#include "platform/linux/process/Installation.h"
 
 #include <unistd.h>
 
@@ -24,7 +25,7 @@
 
 namespace {
 
-using namespace platform;
+using namespace qf;
 
 constexpr AuthorizationFlags withUser = kAuthorizationFlagInteractionAllowed +
                                         kAuthorizationFlagExtendRights +
@@ -35,7 +36,9 @@ constexpr AuthorizationFlags withoutUser =
 class Probe {
 public:
     Probe(const std::optional<std::string>& helper, native::Asking asking)
-        : services_(native::HelperPaths::installed(helper), asking) {}
+        : services_(helper ? native::HelperPaths::in(native::installationDirectory(), *helper)
+                           : native::HelperPaths::installed(),
+                    asking) {}
 
     void obey(const std::vector<std::string>& words) {
         const std::string& command = words.front();
@@ -65,7 +68,7 @@ public:
 
 private:
     template <class T>
-    static AuthorizationStatus statusOf(const platform::AuthorizationResult<T>& result) {
+    static AuthorizationStatus statusOf(const qf::AuthorizationResult<T>& result) {
         return result ? errAuthorizationSuccess : result.error();
     }
 

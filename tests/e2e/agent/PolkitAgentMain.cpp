@@ -20,8 +20,8 @@
 
 namespace {
 
-using platform::native::PolkitAgent;
-using platform::native::PolkitAnswer;
+using qf::native::PolkitAgent;
+using qf::native::PolkitAnswer;
 
 class Person {
 public:

@@ -24,11 +24,11 @@ from endtoend.snapshot import Watched
 from endtoend.suite import LOCAL_FOLDERS, USER_FOLDERS, Process, SampleSuite, give
 from endtoend.waiting import PATIENCE_SECONDS, POLL_SECONDS, TooLate
 
-TREE = os.path.abspath(f"{os.path.dirname(os.path.realpath(__file__))}/../../..")
 MAIN = "Uninstall Kelvane"
 COMPLETE = "Uninstall complete"
 UNREMOVED = "Error: Unable to remove LaunchAgent"
 LEFT = "Items Left in Place"
+NOT_RECORDED = "Run Not Recorded"
 LEFT_STATUS = 3
 CANCELLED_STATUS = 4
 # The middle of the last button at the foot of a window, from the lower right corner.
@@ -87,6 +87,7 @@ class Scenario:
         self._companions: list[tuple[Process, subprocess.Popen[bytes]]] = []
         self._is_complete = False
         self._is_left_told = False
+        self._is_gap_told = False
         self._tries_again = False
         self._has_begun = False
         self._problems: list[str] = []
@@ -114,6 +115,10 @@ class Scenario:
         if self._is_left_told != (self._options.right is Right.REFUSED):
             told = "told" if self._is_left_told else "not told"
             self._problems.append(f"the person was {told} what was left in place")
+        # In half an installation, something else is in the place of a job's file.
+        if self._is_gap_told != (self._options.installed is Installed.HALF):
+            told = "told" if self._is_gap_told else "not told"
+            self._problems.append(f"the person was {told} that not all can be put back")
         self._log.show()
         are_kept = self._options.locks_agents and self._options.right is Right.REFUSED
         self._problems += self._agents.look(are_kept)
@@ -343,6 +348,9 @@ class Scenario:
             self._meet_alert(screen, window, "complaint")
         elif window.title == LEFT:
             self._meet_left(screen, window)
+        elif window.title == NOT_RECORDED:
+            self._is_gap_told = True
+            self._meet_alert(screen, window, "not-recorded")
         elif self._held:
             self._keep("progress", screen.drawn_picture(window))
             if self._options.display_goes:

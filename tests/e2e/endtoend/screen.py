@@ -79,12 +79,21 @@ class Screen:
     def press_key(self, key: str) -> None:
         self._xdotool("key", key)
 
-    def click_from_corner(self, window: Window, right: int, bottom: int) -> None:
-        """Clicks this many pixels from the window's lower right corner."""
+    def click(self, x: int, y: int) -> None:
+        """Clicks at a place of the screen."""
+        self._xdotool("mousemove", str(x), str(y), "click", "1")
+
+    def size(self, window: Window) -> tuple[int, int]:
+        """Returns the window's width and height."""
         lines = self._xdotool("getwindowgeometry", "--shell", window.number).splitlines()
         values = dict(line.split("=", 1) for line in lines if "=" in line)
-        x, y = int(values["WIDTH"]) - right, int(values["HEIGHT"]) - bottom
-        self._xdotool("mousemove", "--window", window.number, str(x), str(y), "click", "1")
+        return int(values["WIDTH"]), int(values["HEIGHT"])
+
+    def click_from_corner(self, window: Window, right: int, bottom: int) -> None:
+        """Clicks this many pixels from the window's lower right corner."""
+        width, height = self.size(window)
+        self._xdotool("mousemove", "--window", window.number, str(width - right),
+                      str(height - bottom), "click", "1")
 
 
 def is_drawn(picture: bytes) -> bool:

@@ -13,7 +13,7 @@ from typing import Any
 from endtoend.account import Account
 from endtoend.waiting import wait_for
 
-SCREEN = "1280x800x24"
+SCREEN = (1280, 800)
 X_SOCKETS = "/tmp/.X11-unix"
 USER_MANAGER = os.path.join(os.path.dirname(os.path.dirname(os.path.realpath(__file__))),
                             "copy-user-manager")
@@ -46,18 +46,19 @@ def users_display() -> Display | None:
 class Session:
     """Runs from `with` to the end of its block; `account` then has the session's environment.
 
-    Without a display of the user's the session has a private one, with a window manager. `folder`
-    becomes the session's own folder, closed to other users. With `wants_manager`, in a copy of the
-    machine, the bus is that of a service manager; if none can be started, a line says why, and the
-    bus is a plain one.
+    Without a display of the user's the session has a private one, with a window manager; `screen`
+    is its width and height. `folder` becomes the session's own folder, closed to other users. With
+    `wants_manager`, in a copy of the machine, the bus is that of a service manager; if none can be
+    started, a line says why, and the bus is a plain one.
     """
 
     def __init__(self, account: Account, folder: str, display: Display | None,
-                 wants_manager: bool = False) -> None:
+                 wants_manager: bool = False, screen: tuple[int, int] = SCREEN) -> None:
         self.account = account
         self.is_private = display is None
         self.has_manager = False
         self._wants_manager = wants_manager
+        self._screen = screen
         self._folder = folder
         self._display = display
         self._services: list[subprocess.Popen[bytes]] = []
@@ -144,9 +145,10 @@ class Session:
         self._add_key(authority, ":0", cookie)
         # -displayfd has the server take the first number that is free; without -noreset it would
         # turn clients away for a moment whenever the last one leaves.
+        width, height = self._screen
         number = self._start_and_read(
-            ["Xvfb", "-screen", "0", SCREEN, "-nolisten", "tcp", "-noreset", "-auth", authority,
-             "-displayfd"], "{}")
+            ["Xvfb", "-screen", "0", f"{width}x{height}x24", "-nolisten", "tcp", "-noreset",
+             "-auth", authority, "-displayfd"], "{}")
         self._add_key(authority, f":{number}", cookie)
         self._know(Display(f":{number}", authority).variables())
         self._start(["env", f"XDG_CACHE_HOME={self._folder}", "openbox", "--sm-disable"])

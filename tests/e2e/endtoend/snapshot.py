@@ -8,6 +8,9 @@ import stat
 from collections.abc import Iterable
 from dataclasses import dataclass
 
+# What is tested. A folder may have it inside, if that is root's home; it is none of its contents.
+TREE = os.path.abspath(f"{os.path.dirname(os.path.realpath(__file__))}/../../..")
+
 # Paths and names are text from os.fsdecode, which preserves bytes that are not UTF-8.
 
 TYPES = {stat.S_IFREG: "file", stat.S_IFDIR: "folder", stat.S_IFLNK: "link", stat.S_IFIFO: "pipe",
@@ -54,6 +57,7 @@ def take(watched: Iterable[Watched]) -> dict[str, Entry]:
         if watch.known_as and os.path.lexists(watch.folder):
             found[watch.known_as] = entry_of(watch.folder)
         for folder, folders, files in os.walk(watch.folder):
+            folders[:] = [name for name in folders if os.path.join(folder, name) != TREE]
             for name in folders + files:
                 path = os.path.join(folder, name)
                 found[watch.known_as + path[len(watch.folder):]] = entry_of(path)

@@ -10,6 +10,7 @@ from dataclasses import dataclass, field
 from typing import Any
 
 from endtoend import plan
+from endtoend.snapshot import TREE
 
 # A program that runs until it is stopped, whatever its file is called.
 RUNNABLE = "/bin/sleep"
@@ -287,5 +288,6 @@ def give(path: str, uid: int, gid: int) -> None:
     if os.path.lexists(path):
         os.chown(path, uid, gid, follow_symlinks=False)
     for folder, folders, files in os.walk(path):
+        folders[:] = [name for name in folders if os.path.join(folder, name) != TREE]
         for name in folders + files:
             os.chown(os.path.join(folder, name), uid, gid, follow_symlinks=False)

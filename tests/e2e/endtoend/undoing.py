@@ -20,8 +20,8 @@ from endtoend.check import MAY_APPEAR, MAY_APPEAR_FOR_ROOT
 from endtoend.machine_copy import PASSWORD, USER
 from endtoend.manifest import Manifest, installed_folders
 from endtoend.right import start_services, wait_for_tools
-from endtoend.scenario import TREE
 from endtoend.session import Session
+from endtoend.snapshot import TREE
 from endtoend.suite import LOCAL_FOLDERS, USER_FOLDERS, SampleSuite, give
 from endtoend.terminal import Terminal, run_without_terminal
 
@@ -61,7 +61,7 @@ def access_list(mode: int) -> bytes:
 
 
 def mark(path: str, number: int) -> None:
-    """Gives an item what a careless move would lose."""
+    """Sets the metadata of an item that a careless move would lose."""
     if os.path.islink(path):
         return
     os.setxattr(path, "system.posix_acl_access", access_list(os.stat(path).st_mode))
