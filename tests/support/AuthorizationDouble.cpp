@@ -41,45 +41,44 @@ std::ostream& operator<<(std::ostream& out, const AuthorizationCall& call) {
     return out;
 }
 
-platform::AuthorizationResult<platform::AuthorizationRef>
-RecordingAuthorizationServices::create(const platform::AuthorizationItemSet& environment,
-                                       platform::AuthorizationFlags flags) {
+qf::AuthorizationResult<qf::AuthorizationRef>
+RecordingAuthorizationServices::create(const qf::AuthorizationItemSet& environment,
+                                       qf::AuthorizationFlags flags) {
     calls.push_back({.operation = "create", .environment = environment, .flags = flags});
-    if (createStatus != platform::errAuthorizationSuccess) {
-        return platform::Unexpected(createStatus);
+    if (createStatus != qf::errAuthorizationSuccess) {
+        return qf::Unexpected(createStatus);
     }
-    return platform::AuthorizationRef{++lastRef_};
+    return qf::AuthorizationRef{++lastRef_};
 }
 
-platform::AuthorizationResult<void> RecordingAuthorizationServices::copyRights(
-    platform::AuthorizationRef ref, const platform::AuthorizationRights& rights,
-    const platform::AuthorizationItemSet& environment, platform::AuthorizationFlags flags) {
+qf::AuthorizationResult<void> RecordingAuthorizationServices::copyRights(
+    qf::AuthorizationRef ref, const qf::AuthorizationRights& rights,
+    const qf::AuthorizationItemSet& environment, qf::AuthorizationFlags flags) {
     calls.push_back({.operation = "copyRights",
                      .ref = ref,
                      .rights = rights,
                      .environment = environment,
                      .flags = flags});
-    if (rightsStatus != platform::errAuthorizationSuccess) {
-        return platform::Unexpected(rightsStatus);
+    if (rightsStatus != qf::errAuthorizationSuccess) {
+        return qf::Unexpected(rightsStatus);
     }
     return {};
 }
 
-void RecordingAuthorizationServices::free(platform::AuthorizationRef ref,
-                                          platform::AuthorizationFlags flags) {
+void RecordingAuthorizationServices::free(qf::AuthorizationRef ref, qf::AuthorizationFlags flags) {
     calls.push_back({.operation = "free", .ref = ref, .flags = flags});
 }
 
-platform::AuthorizationResult<platform::AuthorizationRef>
-RecordingAuthorizationServices::copyPrivilegedReference(platform::AuthorizationFlags flags) {
+qf::AuthorizationResult<qf::AuthorizationRef>
+RecordingAuthorizationServices::copyPrivilegedReference(qf::AuthorizationFlags flags) {
     inheritanceFlags.push_back(flags);
     return inherited;
 }
 
-platform::AuthorizationResult<std::unique_ptr<std::istream>>
-RecordingAuthorizationServices::executeWithPrivileges(platform::AuthorizationRef ref,
+qf::AuthorizationResult<std::unique_ptr<std::istream>>
+RecordingAuthorizationServices::executeWithPrivileges(qf::AuthorizationRef ref,
                                                       const std::string& toolPath,
-                                                      platform::AuthorizationFlags options,
+                                                      qf::AuthorizationFlags options,
                                                       const std::vector<std::string>& arguments,
                                                       const std::optional<std::string>& content) {
     calls.push_back({.operation = "execute",
@@ -94,8 +93,8 @@ RecordingAuthorizationServices::executeWithPrivileges(platform::AuthorizationRef
         status = nextExecuteStatuses.front();
         nextExecuteStatuses.pop_front();
     }
-    if (status != platform::errAuthorizationSuccess) {
-        return platform::Unexpected(status);
+    if (status != qf::errAuthorizationSuccess) {
+        return qf::Unexpected(status);
     }
     return std::make_unique<WatchedStream>(toolOutput, unreadOutput);
 }

@@ -14,10 +14,10 @@
 /// A call of the authorization service, with its arguments.
 struct AuthorizationCall {
     std::string operation;
-    platform::AuthorizationRef ref = platform::AuthorizationRef::none;
-    platform::AuthorizationRights rights;
-    platform::AuthorizationItemSet environment;
-    platform::AuthorizationFlags flags = 0;
+    qf::AuthorizationRef ref = qf::AuthorizationRef::none;
+    qf::AuthorizationRights rights;
+    qf::AuthorizationItemSet environment;
+    qf::AuthorizationFlags flags = 0;
     std::string tool;
     std::vector<std::string> arguments;
     std::optional<std::string> content;
@@ -29,48 +29,46 @@ std::ostream& operator<<(std::ostream& out, const AuthorizationCall& call);
 
 /// Records every call, grants every request unless a test says otherwise, and numbers its handles
 /// from 1.
-class RecordingAuthorizationServices : public platform::AuthorizationServices {
+class RecordingAuthorizationServices : public qf::AuthorizationServices {
 public:
-    platform::AuthorizationStatus createStatus = platform::errAuthorizationSuccess;
-    platform::AuthorizationStatus rightsStatus = platform::errAuthorizationSuccess;
-    platform::AuthorizationStatus executeStatus = platform::errAuthorizationSuccess;
+    qf::AuthorizationStatus createStatus = qf::errAuthorizationSuccess;
+    qf::AuthorizationStatus rightsStatus = qf::errAuthorizationSuccess;
+    qf::AuthorizationStatus executeStatus = qf::errAuthorizationSuccess;
     /// Statuses of the next tools, used before executeStatus.
-    std::deque<platform::AuthorizationStatus> nextExecuteStatuses;
+    std::deque<qf::AuthorizationStatus> nextExecuteStatuses;
     /// The handle passed by a privileged parent.
-    platform::AuthorizationResult<platform::AuthorizationRef> inherited =
-        platform::Unexpected(platform::errAuthorizationInternal);
+    qf::AuthorizationResult<qf::AuthorizationRef> inherited =
+        qf::Unexpected(qf::errAuthorizationInternal);
     std::string toolOutput;
     /// Called before each tool.
     std::function<void()> beforeTool = [] {};
 
     /// Every call except those of copyPrivilegedReference.
     std::vector<AuthorizationCall> calls;
-    std::vector<platform::AuthorizationFlags> inheritanceFlags;
+    std::vector<qf::AuthorizationFlags> inheritanceFlags;
     /// Whether granted rights are still valid.
     bool rightsLast = true;
     /// How much of the last tool's output was unread when its stream was destroyed.
     std::streamsize unreadOutput = -1;
 
-    platform::AuthorizationResult<platform::AuthorizationRef>
-    create(const platform::AuthorizationItemSet& environment,
-           platform::AuthorizationFlags flags) override;
+    qf::AuthorizationResult<qf::AuthorizationRef>
+    create(const qf::AuthorizationItemSet& environment, qf::AuthorizationFlags flags) override;
 
-    platform::AuthorizationResult<void>
-    copyRights(platform::AuthorizationRef ref, const platform::AuthorizationRights& rights,
-               const platform::AuthorizationItemSet& environment,
-               platform::AuthorizationFlags flags) override;
+    qf::AuthorizationResult<void> copyRights(qf::AuthorizationRef ref,
+                                             const qf::AuthorizationRights& rights,
+                                             const qf::AuthorizationItemSet& environment,
+                                             qf::AuthorizationFlags flags) override;
 
-    bool holdsRights(platform::AuthorizationRef /*ref*/) override { return rightsLast; }
+    bool holdsRights(qf::AuthorizationRef /*ref*/) override { return rightsLast; }
 
-    void free(platform::AuthorizationRef ref, platform::AuthorizationFlags flags) override;
+    void free(qf::AuthorizationRef ref, qf::AuthorizationFlags flags) override;
 
-    platform::AuthorizationResult<platform::AuthorizationRef>
-    copyPrivilegedReference(platform::AuthorizationFlags flags) override;
+    qf::AuthorizationResult<qf::AuthorizationRef>
+    copyPrivilegedReference(qf::AuthorizationFlags flags) override;
 
-    platform::AuthorizationResult<std::unique_ptr<std::istream>>
-    executeWithPrivileges(platform::AuthorizationRef ref, const std::string& toolPath,
-                          platform::AuthorizationFlags options,
-                          const std::vector<std::string>& arguments,
+    qf::AuthorizationResult<std::unique_ptr<std::istream>>
+    executeWithPrivileges(qf::AuthorizationRef ref, const std::string& toolPath,
+                          qf::AuthorizationFlags options, const std::vector<std::string>& arguments,
                           const std::optional<std::string>& content) override;
 
     /// The tools that were run with their arguments, each as one line.

@@ -4,8 +4,8 @@
 #include "util/auth/QFAuthorization.h"
 
 DescribedMachine::DescribedMachine() {
-    using platform::DirectoryKind;
-    using platform::DomainMask;
+    using qf::DirectoryKind;
+    using qf::DomainMask;
     TestClock::install();
     searchPaths.lists = {
         {{DirectoryKind::application, DomainMask::local}, {"/Applications"}},

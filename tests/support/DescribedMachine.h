@@ -14,7 +14,7 @@
 
 /// A machine that consists only of doubles, seen by an ordinary user whose home directory is
 /// /home/someone; nothing of the real one is read or changed. Each test has its own authorization
-/// controller.
+/// controller. MachineOnDisk, for the records of runs, has real files instead.
 class DescribedMachine : public testing::Test {
 protected:
     using Lines = std::vector<std::string>;
@@ -35,11 +35,11 @@ protected:
     RecordingAuthorizationServices services;
 
 private:
-    platform::ScopedService<platform::UserAccount> accountScope_{account};
-    platform::ScopedService<platform::SearchPaths> searchPathsScope_{searchPaths};
-    platform::ScopedService<platform::Console> consoleScope_{console};
-    platform::ScopedService<platform::FileSystem> fileSystemScope_{fileSystem};
-    platform::ScopedService<platform::Workspace> workspaceScope_{workspace};
-    platform::ScopedService<platform::ProcessLauncher> launcherScope_{launcher};
-    platform::ScopedService<platform::AuthorizationServices> servicesScope_{services};
+    qf::ScopedService<qf::UserAccount> accountScope_{account};
+    qf::ScopedService<qf::SearchPaths> searchPathsScope_{searchPaths};
+    qf::ScopedService<qf::Console> consoleScope_{console};
+    qf::ScopedService<qf::FileSystem> fileSystemScope_{fileSystem};
+    qf::ScopedService<qf::Workspace> workspaceScope_{workspace};
+    qf::ScopedService<qf::ProcessLauncher> launcherScope_{launcher};
+    qf::ScopedService<qf::AuthorizationServices> servicesScope_{services};
 };

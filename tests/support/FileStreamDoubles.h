@@ -60,7 +60,7 @@ struct DescribedFile {
 
 /// Files in memory that misbehave as a test describes; other files can be written but not read. A
 /// file beside the path P is described as "P.beside". Not shared between threads.
-class DescribedFileStreams : public platform::FileStreams {
+class DescribedFileStreams : public qf::FileStreams {
 public:
     static constexpr std::string_view beside = ".beside";
 
@@ -69,45 +69,44 @@ public:
     /// The files opened and closed, in order.
     std::vector<std::string> events;
 
-    platform::OpenedStream openForReading(const std::string& path) override {
+    qf::OpenedStream openForReading(const std::string& path) override {
         const auto found = files.find(path);
         if (found == files.end()) {
-            return platform::Unexpected(platform::SystemError{ENOENT});
+            return qf::Unexpected(qf::SystemError{ENOENT});
         }
         if (!found->second.opens) {
-            return platform::Unexpected(platform::SystemError{EACCES});
+            return qf::Unexpected(qf::SystemError{EACCES});
         }
         return open(path);
     }
 
-    platform::OpenedStream openForUpdating(const std::string& path, const platform::FileId& spared,
-                                           std::uint64_t /*expectedSize*/) override {
+    qf::OpenedStream openForUpdating(const std::string& path, const qf::FileId& spared,
+                                     std::uint64_t /*expectedSize*/) override {
         auto& file = files[path];
         if (!file.opens) {
-            return platform::Unexpected(platform::SystemError{EACCES});
+            return qf::Unexpected(qf::SystemError{EACCES});
         }
         if (fileIdOf(file) == spared) {
-            return platform::Unexpected(platform::SystemError{ETXTBSY});
+            return qf::Unexpected(qf::SystemError{ETXTBSY});
         }
         return open(path);
     }
 
-    platform::OpenedStream openBeside(const std::string& path, const platform::FileId& spared,
-                                      std::uint64_t expectedSize) override {
+    qf::OpenedStream openBeside(const std::string& path, const qf::FileId& spared,
+                                std::uint64_t expectedSize) override {
         return openForUpdating(path + std::string(beside), spared, expectedSize);
     }
 
-    platform::OpenedStream openExisting(const std::string& path,
-                                        platform::FileAccess /*access*/) override {
+    qf::OpenedStream openExisting(const std::string& path, qf::FileAccess /*access*/) override {
         return openForReading(path);
     }
 
 private:
-    static platform::FileId fileIdOf(const DescribedFile& file) {
+    static qf::FileId fileIdOf(const DescribedFile& file) {
         return {.volume = 1, .number = reinterpret_cast<std::uintptr_t>(&file)};
     }
 
-    class Stream : public platform::FileStream {
+    class Stream : public qf::FileStream {
     public:
         Stream(DescribedFileStreams& owner, std::string path)
             : owner_(owner), path_(std::move(path)), file_(owner.files[path_]) {}
@@ -161,9 +160,9 @@ private:
             return count;
         }
 
-        platform::Result<void, platform::SystemError> seek(std::uint64_t position) override {
+        qf::Result<void, qf::SystemError> seek(std::uint64_t position) override {
             if (file_.seekError != 0 && position >= file_.seekableBytes) {
-                return platform::Unexpected(platform::SystemError{file_.seekError});
+                return qf::Unexpected(qf::SystemError{file_.seekError});
             }
             position_ = position;
             isAtEnd_ = false;
@@ -171,18 +170,18 @@ private:
         }
 
         std::uint64_t position() const override { return position_; }
-        platform::Result<void, platform::SystemError> makeEmpty() override {
+        qf::Result<void, qf::SystemError> makeEmpty() override {
             if (!file_.empties) {
-                return platform::Unexpected(platform::SystemError{EIO});
+                return qf::Unexpected(qf::SystemError{EIO});
             }
             file_.content.clear();
             return {};
         }
         void beginSync() override {}
-        platform::Result<void, platform::SystemError> sync() override {
+        qf::Result<void, qf::SystemError> sync() override {
             owner_.events.push_back("sync " + path_);
             if (!file_.syncs) {
-                return platform::Unexpected(platform::SystemError{EIO});
+                return qf::Unexpected(qf::SystemError{EIO});
             }
             return {};
         }
@@ -193,15 +192,14 @@ private:
         }
         bool isAtEnd() const override { return isAtEnd_; }
         int errorIndicator() const override { return errorIndicator_; }
-        platform::FileId identity() const override { return fileIdOf(file_); }
-        platform::Result<void, platform::SystemError>
-        copyMetadata(const platform::FileStream& /*source*/) override {
+        qf::FileId identity() const override { return fileIdOf(file_); }
+        qf::Result<void, qf::SystemError> copyMetadata(const qf::FileStream& /*source*/) override {
             owner_.events.push_back("metadata " + path_);
             return {};
         }
-        platform::Result<void, platform::SystemError> takeName() override {
+        qf::Result<void, qf::SystemError> takeName() override {
             if (!file_.getsItsName) {
-                return platform::Unexpected(platform::SystemError{EIO});
+                return qf::Unexpected(qf::SystemError{EIO});
             }
             const auto name = path_.substr(0, path_.size() - beside.size());
             owner_.events.push_back("name " + name);
@@ -218,19 +216,19 @@ private:
         int errorIndicator_ = 0;
     };
 
-    std::unique_ptr<platform::FileStream> open(const std::string& path) {
+    std::unique_ptr<qf::FileStream> open(const std::string& path) {
         events.push_back("open " + path);
         return std::make_unique<Stream>(*this, path);
     }
 };
 
 /// Makes every digest unavailable for a scope.
-class ForbiddenDigests : public platform::Digests {
+class ForbiddenDigests : public qf::Digests {
 public:
-    std::unique_ptr<platform::DigestState> begin(platform::DigestAlgorithm /*algorithm*/) override {
-        throw platform::Exception("QFDigestUnavailable", "not here");
+    std::unique_ptr<qf::DigestState> begin(qf::DigestAlgorithm /*algorithm*/) override {
+        throw qf::Exception("QFDigestUnavailable", "not here");
     }
 
 private:
-    platform::ScopedService<platform::Digests> scope_{*this};
+    qf::ScopedService<qf::Digests> scope_{*this};
 };

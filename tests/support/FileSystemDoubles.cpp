@@ -7,11 +7,11 @@
 namespace {
 
 /// Returns the failure that a test has set, or a success if it has set none.
-platform::Result<void> failureIn(const std::map<std::string, platform::Error>& failures,
-                                 const std::string& what) {
+qf::Result<void> failureIn(const std::map<std::string, qf::Error>& failures,
+                           const std::string& what) {
     const auto found = failures.find(what);
     if (found != failures.end()) {
-        return platform::Unexpected(found->second);
+        return qf::Unexpected(found->second);
     }
     return {};
 }
@@ -30,8 +30,8 @@ bool DescribedFileSystem::isWritable(const std::string& path) {
     return exists(path) && !readOnly.contains(path);
 }
 
-std::optional<platform::FileId> DescribedFileSystem::fileIdOfItem(const std::string& path) {
-    return exists(path) ? std::optional(platform::FileId{.number = std::hash<std::string>()(path)})
+std::optional<qf::FileId> DescribedFileSystem::fileIdOfItem(const std::string& path) {
+    return exists(path) ? std::optional(qf::FileId{.number = std::hash<std::string>()(path)})
                         : std::nullopt;
 }
 
@@ -40,42 +40,40 @@ std::optional<std::string> DescribedFileSystem::destinationOfSymbolicLink(const 
     return found == links.end() ? std::nullopt : std::optional(found->second);
 }
 
-std::optional<platform::ItemAttributes>
-DescribedFileSystem::attributesOfItem(const std::string& path) {
+std::optional<qf::ItemAttributes> DescribedFileSystem::attributesOfItem(const std::string& path) {
     if (!exists(path)) {
         return std::nullopt;
     }
     const auto found = attributes.find(path);
-    return found != attributes.end() ? found->second
-                                     : platform::ItemAttributes{.kind = kindOf(path)};
+    return found != attributes.end() ? found->second : qf::ItemAttributes{.kind = kindOf(path)};
 }
 
-std::optional<std::vector<platform::DirectoryEntry>>
+std::optional<std::vector<qf::DirectoryEntry>>
 DescribedFileSystem::contentsOfDirectory(const std::string& path) {
     const auto found = directories.find(path);
     if (found == directories.end() || !found->second) {
         return std::nullopt;
     }
-    std::vector<platform::DirectoryEntry> entries;
+    std::vector<qf::DirectoryEntry> entries;
     for (const auto& name : *found->second) {
-        entries.push_back({name, kindOf(platform::path::appending(path, name))});
+        entries.push_back({name, kindOf(qf::path::appending(path, name))});
     }
     return entries;
 }
 
-std::optional<std::vector<platform::DirectoryEntry>>
+std::optional<std::vector<qf::DirectoryEntry>>
 DescribedFileSystem::contentsOfDirectoryWithSizes(const std::string& path) {
     auto entries = contentsOfDirectory(path);
     if (!entries) {
         return std::nullopt;
     }
     for (auto& entry : *entries) {
-        entry.size = attributesOfItem(platform::path::appending(path, entry.name))->size;
+        entry.size = attributesOfItem(qf::path::appending(path, entry.name))->size;
     }
     return entries;
 }
 
-platform::Result<void> DescribedFileSystem::createDirectory(const std::string& path) {
+qf::Result<void> DescribedFileSystem::createDirectory(const std::string& path) {
     const auto created = change("create", path);
     if (created) {
         directories.try_emplace(path, std::vector<std::string>());
@@ -83,11 +81,11 @@ platform::Result<void> DescribedFileSystem::createDirectory(const std::string& p
     return created;
 }
 
-platform::Result<std::unique_ptr<platform::HeldDirectory>>
+qf::Result<std::unique_ptr<qf::HeldDirectory>>
 DescribedFileSystem::holdDirectory(const std::string& path,
                                    const std::vector<std::string>& /*links*/,
-                                   platform::MissingDirectories whenMissing) {
-    class NamedDirectory : public platform::HeldDirectory {
+                                   qf::MissingDirectories whenMissing) {
+    class NamedDirectory : public qf::HeldDirectory {
     public:
         explicit NamedDirectory(std::string path) : path_(std::move(path)) {}
         std::string path() const override { return path_; }
@@ -95,9 +93,9 @@ DescribedFileSystem::holdDirectory(const std::string& path,
     private:
         std::string path_;
     };
-    if (!isDirectory(path) && whenMissing == platform::MissingDirectories::create) {
+    if (!isDirectory(path) && whenMissing == qf::MissingDirectories::create) {
         if (auto created = createDirectory(path); !created) {
-            return platform::Unexpected(std::move(created).error());
+            return qf::Unexpected(std::move(created).error());
         }
     }
     if (!isDirectory(path)) {
@@ -106,18 +104,20 @@ DescribedFileSystem::holdDirectory(const std::string& path,
     return std::make_unique<NamedDirectory>(path);
 }
 
-platform::Result<void> DescribedFileSystem::moveItem(const std::string& path,
-                                                     const std::string& newPath) {
+qf::Result<void> DescribedFileSystem::moveItem(const std::string& path,
+                                               const std::string& newPath) {
     const auto moved = change("move", path, newPath);
     if (moved) {
         files.erase(path);
+    }
+    if (moved || copiedByFailedMoves.contains(path)) {
         files.insert(newPath);
     }
     return moved;
 }
 
-platform::Result<void> DescribedFileSystem::copyItem(const std::string& path,
-                                                     const std::string& newPath) {
+qf::Result<void> DescribedFileSystem::copyItem(const std::string& path,
+                                               const std::string& newPath) {
     const auto copied = change("copy", path, newPath);
     if (copied) {
         files.insert(newPath);
@@ -125,8 +125,8 @@ platform::Result<void> DescribedFileSystem::copyItem(const std::string& path,
     return copied;
 }
 
-platform::Result<void> DescribedFileSystem::writeAtomically(const std::string& path,
-                                                            std::string_view /*content*/) {
+qf::Result<void> DescribedFileSystem::writeAtomically(const std::string& path,
+                                                      std::string_view /*content*/) {
     auto written = change("write", path);
     if (written && writeResult) {
         files.insert(path);
@@ -134,66 +134,63 @@ platform::Result<void> DescribedFileSystem::writeAtomically(const std::string& p
     return written ? writeResult : written;
 }
 
-platform::Result<void>
+qf::Result<void>
 DescribedFileSystem::writeAtomicallyWith(const std::string& path, std::string_view content,
                                          unsigned mode,
-                                         const std::optional<platform::FileDate>& /*date*/) {
+                                         const std::optional<qf::FileDate>& /*date*/) {
     auto written = writeAtomically(path, content);
     permissions[path] = mode;
     return written;
 }
 
-platform::Result<void> DescribedFileSystem::setModificationDate(const std::string& path,
-                                                                platform::FileDate date) {
+qf::Result<void> DescribedFileSystem::setModificationDate(const std::string& path,
+                                                          qf::FileDate date) {
     modificationDates[path] = date.nearestDate();
     return change("date", path);
 }
 
-platform::Result<void> DescribedFileSystem::setCreationDate(const std::string& path,
-                                                            platform::FileDate date) {
+qf::Result<void> DescribedFileSystem::setCreationDate(const std::string& path, qf::FileDate date) {
     creationDates[path] = date.nearestDate();
     return change("creation date", path);
 }
 
-platform::Result<void> DescribedFileSystem::setPosixPermissions(const std::string& path,
-                                                                unsigned mode) {
+qf::Result<void> DescribedFileSystem::setPosixPermissions(const std::string& path, unsigned mode) {
     permissions[path] = mode;
     return change("permissions", path);
 }
 
-platform::Result<void> DescribedFileSystem::setImmutable(const std::string& path, bool immutable) {
+qf::Result<void> DescribedFileSystem::setImmutable(const std::string& path, bool immutable) {
     changes.push_back((immutable ? "lock " : "unlock ") + path);
     if (const auto found = lockErrors.find(path); found != lockErrors.end()) {
-        return platform::Unexpected(found->second);
+        return qf::Unexpected(found->second);
     }
-    return exists(path) ? platform::Result<void>() : missing(path);
+    return exists(path) ? qf::Result<void>() : missing(path);
 }
 
 void DescribedFileSystem::removeAbandonedCopies(const std::string& directory) {
     swept.push_back(directory);
 }
 
-platform::Result<void> DescribedFileSystem::removeItem(const std::string& path) {
+qf::Result<void> DescribedFileSystem::removeItem(const std::string& path) {
     changes.push_back("remove " + path);
     if (const auto found = removeErrors.find(path); found != removeErrors.end()) {
-        return platform::Unexpected(found->second);
+        return qf::Unexpected(found->second);
     }
     const bool removed = files.erase(path) + directories.erase(path) > 0;
-    return removed ? platform::Result<void>() : missing(path);
+    return removed ? qf::Result<void>() : missing(path);
 }
 
-platform::ItemKind DescribedFileSystem::kindOf(const std::string& path) const {
-    return directories.contains(path) ? platform::ItemKind::directory : platform::ItemKind::file;
+qf::ItemKind DescribedFileSystem::kindOf(const std::string& path) const {
+    return directories.contains(path) ? qf::ItemKind::directory : qf::ItemKind::file;
 }
 
-platform::Result<void> DescribedFileSystem::change(const std::string& what,
-                                                   const std::string& about) {
+qf::Result<void> DescribedFileSystem::change(const std::string& what, const std::string& about) {
     changes.push_back(std::string(what).append(" ").append(about));
     return failureIn(failures, changes.back());
 }
 
-platform::Result<void> DescribedFileSystem::change(const std::string& what, const std::string& path,
-                                                   const std::string& newPath) {
+qf::Result<void> DescribedFileSystem::change(const std::string& what, const std::string& path,
+                                             const std::string& newPath) {
     auto changed = change(what, path + " " + newPath);
     if (!changed) {
         return changed;
@@ -202,19 +199,18 @@ platform::Result<void> DescribedFileSystem::change(const std::string& what, cons
         return missing(path);
     }
     if (exists(newPath)) {
-        return platform::Unexpected(
-            platform::Error{.domain = "NSCocoaErrorDomain",
-                            .code = 516,
-                            .localizedDescription = "There is something at " + newPath + "."});
+        return qf::Unexpected(
+            qf::Error{.domain = "NSCocoaErrorDomain",
+                      .code = 516,
+                      .localizedDescription = "There is something at " + newPath + "."});
     }
     return {};
 }
 
-platform::Unexpected<platform::Error> DescribedFileSystem::missing(const std::string& path) {
-    return platform::Unexpected(
-        platform::Error{.domain = "NSCocoaErrorDomain",
-                        .code = 4,
-                        .localizedDescription = "There is nothing at " + path + "."});
+qf::Unexpected<qf::Error> DescribedFileSystem::missing(const std::string& path) {
+    return qf::Unexpected(qf::Error{.domain = "NSCocoaErrorDomain",
+                                    .code = 4,
+                                    .localizedDescription = "There is nothing at " + path + "."});
 }
 
 std::optional<std::string>
@@ -226,13 +222,13 @@ bool RecordingWorkspace::isFilePackage(const std::string& path) {
     return packages.contains(path);
 }
 
-platform::Result<void, platform::WorkspaceStatus>
+qf::Result<void, qf::WorkspaceStatus>
 RecordingWorkspace::registerApplication(const std::string& path) {
     registered.push_back(path);
     return registeredResult;
 }
 
-platform::Result<void, platform::WorkspaceStatus>
+qf::Result<void, qf::WorkspaceStatus>
 RecordingWorkspace::noteFileSystemChanged(const std::string& path) {
     changed.push_back(path);
     return changedResult;
@@ -247,23 +243,21 @@ std::optional<int> RecordingWorkspace::labelNumber(const std::string& path) {
     return found == labels.end() ? std::nullopt : std::optional(found->second);
 }
 
-platform::Result<void> RecordingWorkspace::setLabelNumber(const std::string& path, int number) {
+qf::Result<void> RecordingWorkspace::setLabelNumber(const std::string& path, int number) {
     const auto found = labels.find(path);
     if (found == labels.end()) {
-        return platform::Unexpected(
-            platform::Error{.localizedDescription = "no label for " + path});
+        return qf::Unexpected(qf::Error{.localizedDescription = "no label for " + path});
     }
     found->second = number;
     return {};
 }
 
-platform::Result<std::string> RecordingWorkspace::recycle(const std::string& directory,
-                                                          const std::string& trash,
-                                                          const std::string& name) {
+qf::Result<std::string> RecordingWorkspace::recycle(const std::string& directory,
+                                                    const std::string& trash,
+                                                    const std::string& name) {
     recycled.push_back({directory, trash, name});
     const auto failure = failureIn(errors, directory + "/" + name);
-    return failure ? platform::Result<std::string>(trash + "/" + name)
-                   : platform::Unexpected(failure.error());
+    return failure ? qf::Result<std::string>(trash + "/" + name) : qf::Unexpected(failure.error());
 }
 
 void RecordingWorkspace::prepareToRecycle(const std::string& /*trash*/,
@@ -275,19 +269,21 @@ void RecordingWorkspace::makeTrash(const std::string& trash) {
     trashesMade.push_back(trash);
 }
 
-std::function<void()> RecordingWorkspace::moveTrashed(const std::string& path,
-                                                      const std::string& place) {
+qf::Result<std::function<void()>> RecordingWorkspace::moveTrashed(const std::string& path,
+                                                                  const std::string& place) {
     expected.push_back({path, place});
-    return [this, place] { ended.push_back(place); };
+    if (const auto failure = failureIn(unmovable, path); !failure) {
+        return qf::Unexpected(failure.error());
+    }
+    return std::function<void()>([this, place] { ended.push_back(place); });
 }
 
-platform::Result<std::vector<platform::ItemInTrash>>
+qf::Result<std::vector<qf::ItemInTrash>>
 RecordingWorkspace::itemsInTrash(const std::string& /*trash*/) {
     return inTrash;
 }
 
-platform::Result<void> RecordingWorkspace::putBack(const std::string& place,
-                                                   const std::string& path) {
+qf::Result<void> RecordingWorkspace::putBack(const std::string& place, const std::string& path) {
     putBacks.push_back({place, path});
     return failureIn(errors, place);
 }

@@ -6,11 +6,11 @@
 #include <string>
 
 /// The windows of a program that is linked with their code, instead of loading it as a module.
-class LinkedWindows : public platform::Modules {
+class LinkedWindows : public qf::Modules {
 public:
-    platform::Result<Function> function(const std::string& /*module*/) override {
+    qf::Result<Function> function(const std::string& /*module*/) override {
         if (!missing.empty()) {
-            return platform::Unexpected(platform::Error{.localizedDescription = missing});
+            return qf::Unexpected(qf::Error{.localizedDescription = missing});
         }
         return reinterpret_cast<Function>(&moduleMain);
     }

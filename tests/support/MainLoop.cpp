@@ -29,8 +29,8 @@ void MainLoop::run() {
     }
 }
 
-void MainLoop::performOnMainThread(std::function<void()> work, platform::Wait wait) {
-    if (wait == platform::Wait::untilDone && isMainThread()) {
+void MainLoop::performOnMainThread(std::function<void()> work, qf::Wait wait) {
+    if (wait == qf::Wait::untilDone && isMainThread()) {
         work();
         return;
     }
@@ -43,7 +43,7 @@ void MainLoop::performOnMainThread(std::function<void()> work, platform::Wait wa
         });
         changed_.notify_all();
     }
-    if (wait == platform::Wait::untilDone) {
+    if (wait == qf::Wait::untilDone) {
         done->get_future().wait();
     }
 }

@@ -11,18 +11,18 @@
 
 /// A main thread that only runs the work it is given, in order. It lives as long as the process,
 /// since detached threads may use it at any time.
-class MainLoop : public platform::Application {
+class MainLoop : public qf::Application {
 public:
     static MainLoop& shared();
 
     bool isMainThread() override { return std::this_thread::get_id() == mainThread_; }
-    void performOnMainThread(std::function<void()> work, platform::Wait wait) override;
+    void performOnMainThread(std::function<void()> work, qf::Wait wait) override;
 
     void handleNextEvent(std::chrono::milliseconds /*deadline*/) override {}
     void terminate() override {}
     int addTerminationObserver(std::function<void()> /*observer*/) override { return 0; }
     void removeTerminationObserver(int /*observer*/) override {}
-    platform::Window* mainWindow() override { return nullptr; }
+    qf::Window* mainWindow() override { return nullptr; }
 
     /// Returns the number of pieces of work that the loop has done.
     int performed() const;
@@ -50,7 +50,7 @@ public:
                 begun.set_value();
                 over.wait();
             },
-            platform::Wait::no);
+            qf::Wait::no);
         begun.get_future().wait();
     }
     ~BusyMainThread() { over_.set_value(); }

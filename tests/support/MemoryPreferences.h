@@ -7,19 +7,19 @@
 #include <string>
 
 /// Preferences that are kept only in memory.
-class MemoryPreferences : public platform::Preferences {
+class MemoryPreferences : public qf::Preferences {
 public:
-    platform::Value value(const std::string& key) override {
+    qf::Value value(const std::string& key) override {
         const std::lock_guard lock(mutex_);
         const auto found = values_.find(key);
-        return found == values_.end() ? platform::Value() : found->second;
+        return found == values_.end() ? qf::Value() : found->second;
     }
-    void setValue(const std::string& key, const platform::Value& value) override {
+    void setValue(const std::string& key, const qf::Value& value) override {
         const std::lock_guard lock(mutex_);
         values_[key] = value;
     }
 
 private:
     std::mutex mutex_;
-    std::map<std::string, platform::Value> values_;
+    std::map<std::string, qf::Value> values_;
 };

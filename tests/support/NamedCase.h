@@ -13,6 +13,14 @@ struct NamedCase {
     }
 };
 
+/// A case that consists of one value.
+template <typename Type>
+struct NamedValue : NamedCase {
+    Type value;
+};
+
+using NamedText = NamedValue<std::string>;
+
 /// Names the tests of INSTANTIATE_TEST_SUITE_P after their cases.
 inline constexpr auto nameOfCase = [](const auto& info) { return std::string(info.param.name); };
 

@@ -20,7 +20,7 @@ public:
     /// Called during each sleep.
     std::function<void()> meanwhile = [] {};
 
-    platform::Date now() override { return time_; }
+    qf::Date now() override { return time_; }
     void sleep(std::chrono::microseconds duration) override {
         if (std::this_thread::get_id() != maker_) {
             std::this_thread::sleep_for(duration);
@@ -38,5 +38,5 @@ public:
 
 private:
     const std::thread::id maker_ = std::this_thread::get_id();
-    std::atomic<platform::Date> time_{std::chrono::sys_days(std::chrono::year(2026) / 11 / 16)};
+    std::atomic<qf::Date> time_{std::chrono::sys_days(std::chrono::year(2026) / 11 / 16)};
 };

@@ -48,9 +48,9 @@ std::string FakeAccount::stateDirectory() {
     return state;
 }
 
-std::unique_ptr<platform::Inhibition>
-CountingInhibitors::inhibitShutdown(const std::string& /*who*/, const std::string& /*why*/) {
-    struct Counted : platform::Inhibition {
+std::unique_ptr<qf::Inhibition> CountingInhibitors::inhibitShutdown(const std::string& /*who*/,
+                                                                    const std::string& /*why*/) {
+    struct Counted : qf::Inhibition {
         explicit Counted(int& counter) : count(counter) { ++count; }
         ~Counted() override { --count; }
         Counted(const Counted&) = delete;
@@ -62,8 +62,8 @@ CountingInhibitors::inhibitShutdown(const std::string& /*who*/, const std::strin
     return std::make_unique<Counted>(count);
 }
 
-std::vector<std::string> FakeSearchPaths::directories(platform::DirectoryKind kind,
-                                                      platform::DomainMask domain) {
+std::vector<std::string> FakeSearchPaths::directories(qf::DirectoryKind kind,
+                                                      qf::DomainMask domain) {
     const auto found = lists.find({kind, domain});
     return found == lists.end() ? std::vector<std::string>() : found->second;
 }

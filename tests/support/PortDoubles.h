@@ -14,7 +14,7 @@
 #include <vector>
 
 /// Records the output, in order.
-class RecordingConsole : public platform::Console {
+class RecordingConsole : public qf::Console {
 public:
     void systemLog(std::string_view message) override;
     void print(std::string_view text) override;
@@ -29,7 +29,7 @@ private:
 };
 
 /// An account that a test describes.
-class FakeAccount : public platform::UserAccount {
+class FakeAccount : public qf::UserAccount {
 public:
     unsigned userId = 1000;
     std::string home = "/home/someone";
@@ -49,20 +49,18 @@ public:
 };
 
 /// Counts what is held off.
-class CountingInhibitors : public platform::Inhibitors {
+class CountingInhibitors : public qf::Inhibitors {
 public:
     int count = 0;
 
-    std::unique_ptr<platform::Inhibition> inhibitShutdown(const std::string& who,
-                                                          const std::string& why) override;
+    std::unique_ptr<qf::Inhibition> inhibitShutdown(const std::string& who,
+                                                    const std::string& why) override;
 };
 
 /// Standard directories that a test describes; other kinds have no directory.
-class FakeSearchPaths : public platform::SearchPaths {
+class FakeSearchPaths : public qf::SearchPaths {
 public:
-    std::map<std::pair<platform::DirectoryKind, platform::DomainMask>, std::vector<std::string>>
-        lists;
+    std::map<std::pair<qf::DirectoryKind, qf::DomainMask>, std::vector<std::string>> lists;
 
-    std::vector<std::string> directories(platform::DirectoryKind kind,
-                                         platform::DomainMask domain) override;
+    std::vector<std::string> directories(qf::DirectoryKind kind, qf::DomainMask domain) override;
 };

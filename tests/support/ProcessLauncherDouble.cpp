@@ -4,9 +4,9 @@
 
 namespace {
 
-class Child : public platform::ChildProcess {
+class Child : public qf::ChildProcess {
 public:
-    explicit Child(std::function<void()> waited) : waited_(std::move(waited)) {}
+    Child(std::function<void()> waited, int status) : waited_(std::move(waited)), status_(status) {}
     long processIdentifier() const override { return 1; }
     bool isRunning() override { return waited_ != nullptr; }
     void waitUntilExit() override {
@@ -18,10 +18,11 @@ public:
     void terminate() override { waited_ = nullptr; }
     void kill() override { waited_ = nullptr; }
     void endOutputWithChild() override {}
-    int terminationStatus() override { return 0; }
+    int terminationStatus() override { return status_; }
 
 private:
     std::function<void()> waited_;
+    int status_;
 };
 
 } // namespace
@@ -30,19 +31,18 @@ bool RecordingProcessLauncher::canLaunch(const std::string& path) {
     return disk_.tools.contains(path) || standIns.contains(path);
 }
 
-std::shared_ptr<platform::Pipe> RecordingProcessLauncher::makePipe() {
-    throw platform::Exception("NSFileHandleOperationException", "no pipes here");
+std::shared_ptr<qf::Pipe> RecordingProcessLauncher::makePipe() {
+    throw qf::Exception("NSFileHandleOperationException", "no pipes here");
 }
 
-std::vector<std::shared_ptr<platform::Pipe>>
-RecordingProcessLauncher::makePipes(std::size_t /*count*/) {
+std::vector<std::shared_ptr<qf::Pipe>> RecordingProcessLauncher::makePipes(std::size_t /*count*/) {
     return {makePipe()};
 }
 
-std::shared_ptr<platform::ChildProcess>
-RecordingProcessLauncher::launch(const platform::ProcessDescription& description) {
+std::shared_ptr<qf::ChildProcess>
+RecordingProcessLauncher::launch(const qf::ProcessDescription& description) {
     if (failure) {
-        throw platform::Exception(*failure);
+        throw qf::Exception(*failure);
     }
     std::string line = description.launchPath;
     for (const auto& argument : description.arguments) {
@@ -50,5 +50,5 @@ RecordingProcessLauncher::launch(const platform::ProcessDescription& description
     }
     runs.push_back(line);
     effect();
-    return std::make_shared<Child>([this] { runs.emplace_back("waited"); });
+    return std::make_shared<Child>([this] { runs.emplace_back("waited"); }, terminationStatus);
 }

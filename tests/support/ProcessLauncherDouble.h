@@ -13,7 +13,7 @@
 
 /// Launches nothing, but records what was to be launched. Its children end when they are waited
 /// for.
-class RecordingProcessLauncher : public platform::ProcessLauncher {
+class RecordingProcessLauncher : public qf::ProcessLauncher {
 public:
     /// Can launch the disk's tools.
     explicit RecordingProcessLauncher(const DescribedFileSystem& disk) : disk_(disk) {}
@@ -24,15 +24,16 @@ public:
     /// end is recorded at its place in the order.
     std::vector<std::string> runs;
     /// Raised by the next launches.
-    std::optional<platform::Exception> failure;
+    std::optional<qf::Exception> failure;
+    /// The status that the tools end with.
+    int terminationStatus = 0;
     /// Does what the tool would do.
     std::function<void()> effect = [] {};
 
     bool canLaunch(const std::string& path) override;
-    std::shared_ptr<platform::Pipe> makePipe() override;
-    std::vector<std::shared_ptr<platform::Pipe>> makePipes(std::size_t count) override;
-    std::shared_ptr<platform::ChildProcess>
-    launch(const platform::ProcessDescription& description) override;
+    std::shared_ptr<qf::Pipe> makePipe() override;
+    std::vector<std::shared_ptr<qf::Pipe>> makePipes(std::size_t count) override;
+    std::shared_ptr<qf::ChildProcess> launch(const qf::ProcessDescription& description) override;
 
 private:
     const DescribedFileSystem& disk_;

@@ -4,8 +4,7 @@ bool PumpingApplication::isMainThread() {
     return true;
 }
 
-void PumpingApplication::performOnMainThread(std::function<void()> /*work*/,
-                                             platform::Wait /*wait*/) {
+void PumpingApplication::performOnMainThread(std::function<void()> /*work*/, qf::Wait /*wait*/) {
 }
 
 void PumpingApplication::handleNextEvent(std::chrono::milliseconds deadline) {
@@ -24,6 +23,6 @@ int PumpingApplication::addTerminationObserver(std::function<void()> /*observer*
 void PumpingApplication::removeTerminationObserver(int /*observer*/) {
 }
 
-platform::Window* PumpingApplication::mainWindow() {
+qf::Window* PumpingApplication::mainWindow() {
     return nullptr;
 }

@@ -8,7 +8,7 @@
 #include <vector>
 
 /// An application whose main thread is the test's. No event ever arrives.
-class PumpingApplication : public platform::Application {
+class PumpingApplication : public qf::Application {
 public:
     explicit PumpingApplication(PausingClock& clock) : clock_(clock) {}
 
@@ -16,12 +16,12 @@ public:
     std::vector<std::chrono::milliseconds> deadlines;
 
     bool isMainThread() override;
-    void performOnMainThread(std::function<void()> work, platform::Wait wait) override;
+    void performOnMainThread(std::function<void()> work, qf::Wait wait) override;
     void handleNextEvent(std::chrono::milliseconds deadline) override;
     void terminate() override;
     int addTerminationObserver(std::function<void()> observer) override;
     void removeTerminationObserver(int observer) override;
-    platform::Window* mainWindow() override;
+    qf::Window* mainWindow() override;
 
 private:
     PausingClock& clock_;

@@ -9,7 +9,7 @@
 /// latest by its destructor.
 class QueueGate {
 public:
-    explicit QueueGate(platform::OperationQueue& queue) {
+    explicit QueueGate(qf::OperationQueue& queue) {
         queue.addOperation([latches = latches_] {
             latches->reached.count_down();
             latches->open.wait();

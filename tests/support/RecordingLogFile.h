@@ -9,7 +9,7 @@
 #include <vector>
 
 /// A log file that only remembers the messages of its entries.
-class RecordingLogFile : public platform::LogFile {
+class RecordingLogFile : public qf::LogFile {
 public:
     void append(std::string_view entry) override {
         entry.remove_prefix(entry.find(dateEnd) + dateEnd.size());

@@ -94,19 +94,6 @@ std::vector<std::string> withImageOn(const std::string& directory, const std::st
             "sh",      directory, image};
 }
 
-std::string whyNoImages() {
-    const TemporaryDirectory directory;
-    const auto image = directory.write("image");
-    fs::resize_file(image, 1U << 20U);
-    if (const auto made = run({"mkfs.ext4", "-q", image}); made.status != 0) {
-        return "no mkfs.ext4: " + made.output;
-    }
-    auto command = withImageOn(directory.makeDirectory("volume"), image);
-    command.emplace_back("true");
-    const auto outcome = run(command);
-    return outcome.status == 0 ? "" : "no loop devices: " + outcome.output;
-}
-
 std::string whyNoMounts() {
     const TemporaryDirectory directory;
     auto command = withMountOn(directory.path(), "size=64k");

@@ -34,8 +34,5 @@ std::vector<std::string> withBindMount(const std::string& directory,
 /// file `image` is mounted on `directory`.
 std::vector<std::string> withImageOn(const std::string& directory, const std::string& image);
 
-/// Returns why the machine cannot make a file system in a file and mount it; empty if it can.
-std::string whyNoImages();
-
 /// Returns why the machine does not let the test mount anything; empty if it does.
 std::string whyNoMounts();

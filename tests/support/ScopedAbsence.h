@@ -7,12 +7,12 @@ template <class Port>
 class ScopedAbsence {
 public:
     ScopedAbsence() = default;
-    ~ScopedAbsence() { platform::detail::slot<Port>() = former_; }
+    ~ScopedAbsence() { qf::detail::slot<Port>() = former_; }
     ScopedAbsence(const ScopedAbsence&) = delete;
     ScopedAbsence& operator=(const ScopedAbsence&) = delete;
     ScopedAbsence(ScopedAbsence&&) = delete;
     ScopedAbsence& operator=(ScopedAbsence&&) = delete;
 
 private:
-    void* former_ = platform::detail::slot<Port>().exchange(nullptr);
+    void* former_ = qf::detail::slot<Port>().exchange(nullptr);
 };

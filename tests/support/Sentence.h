@@ -5,6 +5,6 @@
 #include <string>
 
 /// Returns the description of a failure's error, or "no error".
-inline std::string sentence(const platform::Result<void>& result) {
+inline std::string sentence(const qf::Result<void>& result) {
     return result ? "no error" : result.error().localizedDescription;
 }

@@ -12,8 +12,8 @@
 class StandardLocations : public testing::Test {
 protected:
     StandardLocations() {
-        using enum platform::DirectoryKind;
-        using enum platform::DomainMask;
+        using enum qf::DirectoryKind;
+        using enum qf::DomainMask;
         searchPaths.lists = {
             {{application, user}, {"/home/someone/Applications"}},
             {{application, local}, {"/Applications"}},
@@ -21,7 +21,7 @@ protected:
             {{adminApplication, local}, {"/Applications/Utilities"}},
             {{library, user}, {"/home/someone/Library"}},
             {{library, local}, {"/Library"}},
-            {{library, platform::DomainMask::system}, {"/System/Library"}},
+            {{library, qf::DomainMask::system}, {"/System/Library"}},
             {{documentation, user}, {"/home/someone/Library/Documentation"}},
             {{documentation, local}, {"/Library/Documentation"}},
             {{document, user}, {"/home/someone/Documents"}},
@@ -38,6 +38,6 @@ protected:
     FakeSearchPaths searchPaths;
 
 private:
-    platform::ScopedService<platform::UserAccount> accountScope_{account};
-    platform::ScopedService<platform::SearchPaths> searchPathsScope_{searchPaths};
+    qf::ScopedService<qf::UserAccount> accountScope_{account};
+    qf::ScopedService<qf::SearchPaths> searchPathsScope_{searchPaths};
 };

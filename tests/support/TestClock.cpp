@@ -2,13 +2,13 @@
 
 void TestClock::install() {
     static auto& clock = *new TestClock;
-    platform::install<platform::Clock>(clock);
+    qf::install<qf::Clock>(clock);
 }
 
-platform::Date TestClock::now() {
-    return platform::Date::clock::now();
+qf::Date TestClock::now() {
+    return qf::Date::clock::now();
 }
 
-std::tm TestClock::localTime(platform::Date /*moment*/) {
+std::tm TestClock::localTime(qf::Date /*moment*/) {
     return {.tm_sec = 59, .tm_min = 59, .tm_hour = 23, .tm_mday = 31, .tm_mon = 11, .tm_year = 123};
 }

@@ -36,7 +36,7 @@ UserInterface::~UserInterface() {
 void UserInterface::runWhile(const std::function<void()>& work) {
     std::thread worker([&] {
         work();
-        application.performOnMainThread([this] { application.terminate(); }, platform::Wait::no);
+        application.performOnMainThread([this] { application.terminate(); }, qf::Wait::no);
     });
     EXPECT_EQ(application.run(), 0);
     worker.join();
@@ -48,7 +48,7 @@ void UserInterface::runOnMainThread(const std::function<void()>& work) {
             work();
             application.terminate();
         },
-        platform::Wait::no);
+        qf::Wait::no);
     EXPECT_EQ(application.run(), 0);
 }
 

@@ -29,16 +29,16 @@ protected:
     /// Runs the event loop while `work` runs on the main thread.
     void runOnMainThread(const std::function<void()>& work);
 
-    platform::qt::Application application;
-    platform::qt::AlertPanels panels;
+    qf::qt::Application application;
+    qf::qt::AlertPanels panels;
     RecordingConsole console;
     MemoryPreferences preferences;
 
 private:
-    platform::ScopedService<platform::Application> applicationInPlace_{application};
-    platform::ScopedService<platform::AlertPanels> panelsInPlace_{panels};
-    platform::ScopedService<platform::Console> consoleInPlace_{console};
-    platform::ScopedService<platform::Preferences> preferencesInPlace_{preferences};
+    qf::ScopedService<qf::Application> applicationInPlace_{application};
+    qf::ScopedService<qf::AlertPanels> panelsInPlace_{panels};
+    qf::ScopedService<qf::Console> consoleInPlace_{console};
+    qf::ScopedService<qf::Preferences> preferencesInPlace_{preferences};
 };
 
 /// Polls the screen, and does `action` once when a window of this title is on it.
