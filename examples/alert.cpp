@@ -1,15 +1,15 @@
-#include "platform/Application.h"
-#include "platform/Services.h"
-#include "platform/StartUp.h"
-#include "platform/foundation/Thread.h"
-#include "util/alert/QFAlert.h"
+#include "qf/platform/Application.h"
+#include "qf/platform/Services.h"
+#include "qf/platform/StartUp.h"
+#include "qf/platform/foundation/Thread.h"
+#include "qf/util/alert/QFAlert.h"
 
 #include <iostream>
 
 namespace {
 
-platform::Application& application() {
-    return platform::service<platform::Application>();
+qf::Application& application() {
+    return qf::service<qf::Application>();
 }
 
 /// Runs on a thread of its own: any thread may show an alert.
@@ -20,14 +20,15 @@ void askAndTerminate() {
         "It is saved by itself if you do nothing.", nullptr, std::chrono::seconds(1));
     std::cout << "answer: " << answer << std::endl;
 
-    application().performOnMainThread([] { application().terminate(); }, platform::Wait::no);
+    application().performOnMainThread([] { application().terminate(); }, qf::Wait::no);
 }
 
 } // namespace
 
 int main(int argc, char** argv) {
-    platform::installServices({"com.example.Alert", "1.0"});
-    return platform::windowedMain(argc, argv, "alert.ui", [](platform::Interface& /*interface*/) {
-        platform::detachNewThread(askAndTerminate);
+    qf::installServices({"com.example.Alert", "1.0"});
+    // The interface file is looked for in the working directory.
+    return qf::windowedMain(argc, argv, "alert.ui", [](qf::Interface& /*interface*/) {
+        qf::detachNewThread(askAndTerminate);
     });
 }

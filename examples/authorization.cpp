@@ -1,5 +1,5 @@
-#include "platform/StartUp.h"
-#include "util/auth/QFAuthorization.h"
+#include "qf/platform/StartUp.h"
+#include "qf/util/auth/QFAuthorization.h"
 
 #include <iostream>
 
@@ -9,8 +9,9 @@ const char* yesOrNo(bool answer) {
     return answer ? "yes" : "no";
 }
 
-/// Moves an item that the user may not move into the Trash. The first operation of this kind asks
-/// for an administrator's password; the right is then held until authEnd().
+/// Starts to move an item that the user may not move into the Trash. The first operation of this
+/// kind asks for an administrator's password; the right is then held until authEnd(), which does
+/// not stop a move that has been started.
 int trashAsAdministrator(const std::string& path) {
     auto& authorization = QFAuthorization::sharedController();
     const bool isStarted = authorization.authTrashFile(path);
@@ -33,8 +34,8 @@ int explain() {
 } // namespace
 
 int main(int argc, char** argv) {
-    platform::installServices({"com.example.Authorization", "1.0"});
+    qf::installServices({"com.example.Authorization", "1.0"});
     const std::string path = argc > 1 ? argv[1] : "";
-    return platform::consoleMain(
+    return qf::consoleMain(
         [path] { return path.empty() ? explain() : trashAsAdministrator(path); });
 }

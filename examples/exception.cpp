@@ -1,13 +1,13 @@
-#include "platform/StartUp.h"
-#include "util/log/QFException.h"
-#include "util/log/QFLog.h"
+#include "qf/platform/StartUp.h"
+#include "qf/util/log/QFException.h"
+#include "qf/util/log/QFLog.h"
 
 #include <iostream>
 
 namespace {
 
 void playTrack(int track) {
-    throw platform::Exception("NSRangeException", "there is no track " + std::to_string(track));
+    throw qf::Exception("NSRangeException", "there is no track " + std::to_string(track));
 }
 
 int play() {
@@ -15,7 +15,7 @@ int play() {
     QFLog::createNewLog("player");
     try {
         playTrack(13);
-    } catch (const platform::Exception& exception) {
+    } catch (const qf::Exception& exception) {
         // Logs and prints it.
         QFException::logException(exception, "playTrack");
         std::cout << "took too long: " << (QFException::didTimeout(exception) ? "yes" : "no")
@@ -27,6 +27,6 @@ int play() {
 } // namespace
 
 int main() {
-    platform::installServices({"com.example.Player", "1.0"});
-    return platform::consoleMain(play);
+    qf::installServices({"com.example.Player", "1.0"});
+    return qf::consoleMain(play);
 }

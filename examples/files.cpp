@@ -1,6 +1,6 @@
-#include "platform/StartUp.h"
-#include "util/files/QFFileManager.h"
-#include "util/paths/QFLocalPaths.h"
+#include "qf/platform/StartUp.h"
+#include "qf/util/files/QFFileManager.h"
+#include "qf/util/paths/QFLocalPaths.h"
 
 #include <fstream>
 #include <iostream>
@@ -15,7 +15,7 @@ int tidyUp() {
     // Into the Trash, from where the desktop can restore it. Without ShouldAuth::no, an item that
     // the user may not move would be moved with an administrator's right, after a question for the
     // password.
-    std::cout << "moved: " << QFFileManager::trashFile(file, ShouldAuth::no) << '\n';
+    std::cout << "moved: " << QFFileManager::trashFile(file, qf::ShouldAuth::no) << '\n';
     std::cout << "there: " << QFFileManager::fileExistsAtPath(file) << '\n';
     std::cout << "in the Trash: "
               << QFFileManager::fileExistsAtPath(QFLocalPaths::trashDirectory() + "/draft.txt")
@@ -26,6 +26,6 @@ int tidyUp() {
 } // namespace
 
 int main() {
-    platform::installServices({"com.example.Files", "1.0"});
-    return platform::consoleMain(tidyUp);
+    qf::installServices({"com.example.Files", "1.0"});
+    return qf::consoleMain(tidyUp);
 }

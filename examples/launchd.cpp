@@ -1,5 +1,5 @@
-#include "platform/StartUp.h"
-#include "util/launchd/QFLaunchd.h"
+#include "qf/platform/StartUp.h"
+#include "qf/util/launchd/QFLaunchd.h"
 
 #include <iostream>
 
@@ -9,25 +9,27 @@ constexpr const char* label = "com.example.player.updater";
 
 int startAndRemoveUpdater() {
     const auto file =
-        *QFLocalPaths::libraryDirectory(Domain::user) + "/LaunchAgents/" + label + ".plist";
-    const platform::Value::Dictionary job{
+        *QFLocalPaths::libraryDirectory(qf::Domain::user) + "/LaunchAgents/" + label + ".plist";
+    const qf::Value::Dictionary job{
         {"Label", label},
-        {"ProgramArguments", platform::Value::Array{"/usr/bin/true"}},
+        {"ProgramArguments", qf::Value::Array{"/usr/bin/true"}},
         {"StartInterval", 86400},
     };
 
-    // Writes the job's file and has the service manager load it, ignoring its status. With
-    // ShouldAuth::yes, a file that the user may not write is written with an administrator's right.
-    // The last argument names a process to end before the job is loaded.
-    const bool started = QFLaunchd::startJob(label, job, Domain::user, LaunchAgent::yes,
-                                             ShouldAuth::no, std::nullopt);
+    // Writes the job's file and has the service manager load it. A file that the user may not write
+    // is written with an administrator's right, whatever ShouldAuth says; with ShouldAuth::yes, its
+    // owner and mode are set with that right in any case. The last argument names a process to end
+    // before the job is loaded. True does not mean that the job is loaded: `launchctl load FILE` in
+    // a terminal says why it is not.
+    const bool started = QFLaunchd::startJob(label, job, qf::Domain::user, qf::LaunchAgent::yes,
+                                             qf::ShouldAuth::no, std::nullopt);
     std::cout << "started: " << started << '\n';
     std::cout << "installed: " << QFFileManager::fileExistsAtPath(file) << '\n';
 
     // Stops the job, if it is loaded, and deletes its file. With ShouldAuth::yes, a file that the
     // user may not delete is deleted with an administrator's right, and an alert reports a file
     // that remains.
-    QFLaunchd::removeJob(label, Domain::user, LaunchAgent::yes, ShouldAuth::no);
+    QFLaunchd::removeJob(label, qf::Domain::user, qf::LaunchAgent::yes, qf::ShouldAuth::no);
     std::cout << "installed: " << QFFileManager::fileExistsAtPath(file) << '\n';
     return 0;
 }
@@ -35,6 +37,6 @@ int startAndRemoveUpdater() {
 } // namespace
 
 int main() {
-    platform::installServices({"com.example.Launchd", "1.0"});
-    return platform::consoleMain(startAndRemoveUpdater);
+    qf::installServices({"com.example.Launchd", "1.0"});
+    return qf::consoleMain(startAndRemoveUpdater);
 }

@@ -1,5 +1,5 @@
-#include "platform/StartUp.h"
-#include "util/log/QFLog.h"
+#include "qf/platform/StartUp.h"
+#include "qf/util/log/QFLog.h"
 
 #include <iostream>
 
@@ -10,6 +10,7 @@ int play() {
 
     QFLog::appendLog("Playing %@, track %d of %d", "overture.wav", 3, 12);
     QFLog::fastAppendLog("Never waits, so it may be called where audio is played");
+    // Prints every "%" doubled and leaves out every "%@": for plain sentences only.
     QFLog::appendLogAndPrint("In the log and on standard output");
     // Text from outside is an argument, never the format.
     const std::string title = "100%d";
@@ -25,7 +26,7 @@ int play() {
 } // namespace
 
 int main() {
-    platform::installServices({"com.example.Player", "1.0"});
+    qf::installServices({"com.example.Player", "1.0"});
     // The log is written to its end when the application terminates.
-    return platform::consoleMain(play);
+    return qf::consoleMain(play);
 }

@@ -1,7 +1,7 @@
-#include "platform/Console.h"
-#include "platform/Services.h"
-#include "platform/StartUp.h"
-#include "util/files/QFFileManager.h"
+#include "qf/platform/Console.h"
+#include "qf/platform/Services.h"
+#include "qf/platform/StartUp.h"
+#include "qf/util/files/QFFileManager.h"
 
 #include <iostream>
 #include <mutex>
@@ -11,7 +11,7 @@
 namespace {
 
 /// Keeps the lines that would go to the system log, so that the program can show them.
-class KeptMessages final : public platform::Console {
+class KeptMessages final : public qf::Console {
 public:
     void systemLog(std::string_view message) override {
         const std::lock_guard lock(mutex_);
@@ -32,9 +32,9 @@ private:
 } // namespace
 
 int main() {
-    platform::installServices({"com.example.Messages", "1.0"});
+    qf::installServices({"com.example.Messages", "1.0"});
     static KeptMessages messages;
-    platform::install<platform::Console>(messages);
+    qf::install<qf::Console>(messages);
 
     const auto digest = QFFileManager::sha256HashForFile("/nowhere/recording.wav");
     std::cout << "digest: " << digest.value_or("none") << '\n';

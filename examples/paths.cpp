@@ -1,13 +1,13 @@
-#include "platform/StartUp.h"
-#include "util/paths/QFLocalPaths.h"
+#include "qf/platform/StartUp.h"
+#include "qf/util/paths/QFLocalPaths.h"
 
 #include <iostream>
 
 int main() {
-    platform::installServices({"com.example.Paths", "1.0"});
+    qf::installServices({"com.example.Paths", "1.0"});
 
-    std::cout << "my caches:           " << *QFLocalPaths::cacheDirectory(Domain::user) << '\n'
-              << "everybody's caches:  " << *QFLocalPaths::cacheDirectory(Domain::local) << '\n'
+    std::cout << "my caches:           " << *QFLocalPaths::cacheDirectory(qf::Domain::user) << '\n'
+              << "everybody's caches:  " << *QFLocalPaths::cacheDirectory(qf::Domain::local) << '\n'
               << "what I throw away:   " << QFLocalPaths::trashDirectory() << '\n';
 
     for (const auto* path :

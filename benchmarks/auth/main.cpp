@@ -14,7 +14,7 @@
 
 namespace {
 
-using namespace platform;
+using namespace qf;
 
 constexpr AuthorizationFlags withUser = kAuthorizationFlagInteractionAllowed +
                                         kAuthorizationFlagExtendRights +

@@ -21,8 +21,8 @@ using Buffer = std::array<unsigned char, chunkSize>;
 
 constexpr const char* creationDate = "user.qf.creationdate";
 
-platform::native::FileDescriptor open(const std::string& path, int flags) {
-    return platform::native::FileDescriptor(::open(path.c_str(), flags | O_CLOEXEC, 0666));
+qf::native::FileDescriptor open(const std::string& path, int flags) {
+    return qf::native::FileDescriptor(::open(path.c_str(), flags | O_CLOEXEC, 0666));
 }
 
 void check(bool succeeded) {
@@ -31,7 +31,7 @@ void check(bool succeeded) {
     }
 }
 
-const EVP_MD* algorithmOf(VerificationType type) {
+const EVP_MD* algorithmOf(qf::VerificationType type) {
     static const std::array all{
         EVP_MD_fetch(nullptr, "MD5", nullptr), EVP_MD_fetch(nullptr, "SHA1", nullptr),
         EVP_MD_fetch(nullptr, "SHA256", nullptr), EVP_MD_fetch(nullptr, "SHA512", nullptr)};
@@ -42,7 +42,7 @@ const EVP_MD* algorithmOf(VerificationType type) {
 } // namespace
 
 void copyBare(const std::string& source, const std::vector<std::string>& destinations,
-              VerificationType type) {
+              qf::VerificationType type) {
     const auto algorithm = algorithmOf(type);
     const std::unique_ptr<EVP_MD_CTX, decltype(&EVP_MD_CTX_free)> digest(EVP_MD_CTX_new(),
                                                                          EVP_MD_CTX_free);
@@ -51,7 +51,7 @@ void copyBare(const std::string& source, const std::vector<std::string>& destina
     }
     const auto input = open(source, O_RDONLY);
     check(static_cast<bool>(input));
-    std::vector<platform::native::FileDescriptor> outputs;
+    std::vector<qf::native::FileDescriptor> outputs;
     for (const auto& path : destinations) {
         outputs.push_back(open(path, O_RDWR | O_CREAT | O_TRUNC));
         check(static_cast<bool>(outputs.back()));
@@ -64,7 +64,7 @@ void copyBare(const std::string& source, const std::vector<std::string>& destina
         const auto size = static_cast<std::size_t>(count);
         for (const auto& output : outputs) {
             check(::write(output.get(), buffer->data(), size) == count);
-            if (type != VerificationType::none) {
+            if (type != qf::VerificationType::none) {
                 check(::lseek(output.get(), position, SEEK_SET) == position);
                 check(::read(output.get(), readBack->data(), size) == count);
             }

@@ -66,6 +66,13 @@ std::string spread(std::vector<double> values, int digits) {
     return text.str();
 }
 
+std::string placeNamedBy(const char* variable, const char* otherwise) {
+    const char* named = std::getenv(variable);
+    std::string place = named != nullptr ? named : otherwise;
+    std::printf("in %s\n", place.c_str());
+    return place;
+}
+
 } // namespace
 
 int start(const Command& command, const Streams& streams) {
@@ -186,10 +193,11 @@ std::string DirectoryReader::writeNoise(const std::string& name, std::uint64_t s
 }
 
 std::string workPlace() {
-    const char* named = std::getenv("QF_BENCH_FOLDER");
-    std::string place = named != nullptr ? named : "/dev/shm";
-    std::printf("in %s\n", place.c_str());
-    return place;
+    return placeNamedBy("QF_BENCH_FOLDER", "/dev/shm");
+}
+
+std::string workPlaceOnDisk() {
+    return placeNamedBy("QF_BENCH_DISK", "/var/tmp");
 }
 
 } // namespace contest

@@ -67,4 +67,8 @@ private:
 /// /dev/shm, memory, so that the programs are measured and not the medium. Prints which it is.
 std::string workPlace();
 
+/// Returns the directory on a disk: the one that the variable QF_BENCH_DISK names, otherwise
+/// /var/tmp. Prints which it is.
+std::string workPlaceOnDisk();
+
 } // namespace contest

@@ -31,19 +31,19 @@ constexpr std::array<std::size_t, 3> placeCounts{1, 2, 3};
 constexpr double megabyte = 1048576;
 
 struct Kind {
-    VerificationType type;
+    qf::VerificationType type;
     const char* name;
     /// The digest's name in openssl; empty if there is no digest.
     const char* option;
 };
 
 constexpr std::array kinds{
-    Kind{VerificationType::none, "no verification", ""},
-    Kind{VerificationType::md5, "MD5", "-md5"},
-    Kind{VerificationType::sha1, "SHA-1", "-sha1"},
-    Kind{VerificationType::sha256, "SHA-256", "-sha256"},
-    Kind{VerificationType::sha512, "SHA-512", "-sha512"},
-    Kind{VerificationType{7}, "read back without digest", ""},
+    Kind{qf::VerificationType::none, "no verification", ""},
+    Kind{qf::VerificationType::md5, "MD5", "-md5"},
+    Kind{qf::VerificationType::sha1, "SHA-1", "-sha1"},
+    Kind{qf::VerificationType::sha256, "SHA-256", "-sha256"},
+    Kind{qf::VerificationType::sha512, "SHA-512", "-sha512"},
+    Kind{qf::VerificationType{7}, "read back without digest", ""},
 };
 
 bool hasDigest(const Kind& kind) {
@@ -51,11 +51,11 @@ bool hasDigest(const Kind& kind) {
 }
 
 /// Fails if a copy is not verified, so that only successful copies are measured.
-std::shared_ptr<FileCopyDelegate> strictDelegate() {
-    auto delegate = std::make_shared<FileCopyDelegate>();
-    delegate->fileCopyBytesWritten = [](std::uint64_t, const FileCopySettings&) {};
-    delegate->fileCopyShouldContinue = [](const FileCopySettings&) { return true; };
-    delegate->fileCopyVerificationFailed = [](const FileCopySettings&, const std::string&) {
+std::shared_ptr<qf::FileCopyDelegate> strictDelegate() {
+    auto delegate = std::make_shared<qf::FileCopyDelegate>();
+    delegate->fileCopyBytesWritten = [](std::uint64_t, const qf::FileCopySettings&) {};
+    delegate->fileCopyShouldContinue = [](const qf::FileCopySettings&) { return true; };
+    delegate->fileCopyVerificationFailed = [](const qf::FileCopySettings&, const std::string&) {
         std::abort();
     };
     return delegate;
@@ -63,7 +63,7 @@ std::shared_ptr<FileCopyDelegate> strictDelegate() {
 
 void copyOurs(const std::string& source, const Paths& destinations, const Kind& kind) {
     static const auto strict = strictDelegate();
-    const bool canFail = hasDigest(kind) || kind.type == VerificationType::none;
+    const bool canFail = hasDigest(kind) || kind.type == qf::VerificationType::none;
     if (!QFFileManager::copyFileWithProgress(source, destinations, kind.type,
                                              canFail ? strict : nullptr, {}, {})) {
         throw std::runtime_error("the copy failed");
@@ -131,12 +131,22 @@ Contender fresh(std::string name, const Paths& destinations, std::function<void(
     return {std::move(name), std::move(run), [destinations] { removeAll(destinations); }};
 }
 
-void compareCopies(const contest::DirectoryReader& reader, const std::string& source, double bytes,
-                   std::size_t count, const Kind& kind, std::size_t rounds) {
+Paths placesIn(const contest::DirectoryReader& directory, std::size_t count) {
     Paths places;
     for (std::size_t number = 1; number <= count; ++number) {
-        places.push_back(reader / ("copy" + std::to_string(number)));
+        places.push_back(directory / ("copy" + std::to_string(number)));
     }
+    return places;
+}
+
+std::string titleOf(double bytes, std::size_t count, const Kind& kind) {
+    return std::to_string(static_cast<int>(bytes / megabyte)) + " MiB to " + std::to_string(count) +
+           ", " + kind.name;
+}
+
+void compareCopies(const contest::DirectoryReader& reader, const std::string& source, double bytes,
+                   std::size_t count, const Kind& kind, std::size_t rounds) {
+    const auto places = placesIn(reader, count);
     std::vector<Contender> contenders{
         fresh("QFFileManager", places, [&] { copyOurs(source, places, kind); }),
         fresh("bare system calls", places, [&] { copyBare(source, places, kind.type); }),
@@ -155,9 +165,32 @@ void compareCopies(const contest::DirectoryReader& reader, const std::string& so
         contenders.push_back(fresh("rclone copyto (its own check)", places,
                                    [&] { copyWithRclone(source, places); }));
     }
-    contest::compare(std::to_string(static_cast<int>(bytes / megabyte)) + " MiB to " +
-                         std::to_string(count) + ", " + kind.name,
-                     rounds, bytes, contenders);
+    contest::compare(titleOf(bytes, count, kind), rounds, bytes, contenders);
+    removeAll(places);
+}
+
+/// On a disk, where a copy that is verified is written through: so are those of the tools.
+void compareOnDisk(const contest::DirectoryReader& disk, const std::string& source, double bytes,
+                   std::size_t count, const Kind& kind, std::size_t rounds) {
+    const auto places = placesIn(disk, count);
+    std::vector<Command> syncs;
+    for (const auto& place : places) {
+        syncs.push_back({"sync", place});
+    }
+    const std::vector<Contender> contenders{
+        fresh("QFFileManager", places, [&] { copyOurs(source, places, kind); }),
+        fresh("cp, openssl dgst, sync of each", places,
+              [&] {
+                  copyAndDigest(source, places, kind, 1);
+                  contest::runAll(syncs);
+              }),
+        fresh("cp, openssl dgst two at a time, sync", places,
+              [&] {
+                  copyAndDigest(source, places, kind, 2);
+                  contest::runAll(syncs);
+              }),
+    };
+    contest::compare(titleOf(bytes, count, kind) + ", on a disk", rounds, bytes, contenders);
     removeAll(places);
 }
 
@@ -230,18 +263,23 @@ void compareManyFiles(const contest::DirectoryReader& reader, std::size_t places
 }
 
 void run(bool large) {
-    platform::installServices();
+    qf::installServices();
     const contest::DirectoryReader reader(contest::workPlace());
     constexpr std::uint64_t size = 256 * 1048576;
     const auto source = reader.writeNoise("source", size);
     for (const auto& kind : kinds) {
         for (const auto count : placeCounts) {
-            const std::size_t rounds = kind.type == VerificationType::sha256 ? 13 : 3;
+            const std::size_t rounds = kind.type == qf::VerificationType::sha256 ? 13 : 3;
             compareCopies(reader, source, static_cast<double>(size), count, kind, rounds);
         }
     }
     for (const auto count : placeCounts) {
         compareManyFiles(reader, count, 3);
+    }
+    const contest::DirectoryReader disk(contest::workPlaceOnDisk());
+    const auto sourceOnDisk = disk.writeNoise("source", size);
+    for (const auto count : placeCounts) {
+        compareOnDisk(disk, sourceOnDisk, static_cast<double>(size), count, kinds[3], 13);
     }
     if (large) {
         constexpr std::uint64_t largeSize = std::uint64_t{4096} * 1048576;

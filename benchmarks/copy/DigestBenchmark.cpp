@@ -34,7 +34,7 @@ void compareDigests(const std::string& file, const char* name, Hash hash, const 
 }
 
 void run() {
-    platform::installServices();
+    qf::installServices();
     const contest::DirectoryReader directory(contest::workPlace());
     const auto file = directory.writeNoise("file", size);
     compareDigests(file, "MD5", QFFileManager::md5HashForFile, "-md5", "md5sum");

@@ -67,7 +67,7 @@ double bareLoop(const std::string& path) {
     const auto seconds = secondsOf([file] {
         std::array<char, 256> entry{};
         for (int number = 0; number < entries; ++number) {
-            const auto date = platform::description(platform::Date::clock::now());
+            const auto date = qf::description(qf::Date::clock::now());
             const int length = std::snprintf(entry.data(), entry.size(), "%s - Moved item %d: %s\n",
                                              date.c_str(), number, item);
             if (::write(file, entry.data(), static_cast<std::size_t>(length)) != length) {
@@ -80,10 +80,9 @@ double bareLoop(const std::string& path) {
 }
 
 /// A log file that is never full, as the bare loop's is not.
-class EndlessFile : public platform::LogFile {
+class EndlessFile : public qf::LogFile {
 public:
-    explicit EndlessFile(const std::string& path)
-        : file_(platform::service<platform::LogFiles>().open(path)) {}
+    explicit EndlessFile(const std::string& path) : file_(qf::service<qf::LogFiles>().open(path)) {}
 
     void append(std::string_view entry) override {
         QFLog::sharedController().setBytesWritten(0);
@@ -93,7 +92,7 @@ public:
     bool isInPlace() override { return file_->isInPlace(); }
 
 private:
-    std::shared_ptr<platform::LogFile> file_;
+    std::shared_ptr<qf::LogFile> file_;
 };
 
 void logEntries(int count) {
@@ -103,7 +102,7 @@ void logEntries(int count) {
 }
 
 double ownLog(const std::string& path, int threadCount) {
-    auto& files = platform::service<platform::LogFiles>();
+    auto& files = qf::service<qf::LogFiles>();
     if (!files.createEmptyFile(path)) {
         std::abort();
     }
@@ -221,7 +220,7 @@ constexpr int crowdSize = 8;
 constexpr int crowdEntries = 20000;
 
 /// A user who is not the superuser, with the benchmark's Library directory.
-class Account : public platform::UserAccount {
+class Account : public qf::UserAccount {
 public:
     unsigned realUserId() override { return 1000; }
     std::string homeDirectory() override { return "/"; }
@@ -232,11 +231,11 @@ public:
     std::string stateDirectory() override { return {}; }
 };
 
-class Directories : public platform::SearchPaths {
+class Directories : public qf::SearchPaths {
 public:
     explicit Directories(std::string library) : library_(std::move(library)) {}
-    std::vector<std::string> directories(platform::DirectoryKind /*kind*/,
-                                         platform::DomainMask /*domain*/) override {
+    std::vector<std::string> directories(qf::DirectoryKind /*kind*/,
+                                         qf::DomainMask /*domain*/) override {
         return {library_};
     }
 
@@ -247,22 +246,22 @@ private:
 void installLog(const std::string& directory) {
     static auto& account = *new Account;
     static auto& directories = *new Directories(directory);
-    static auto& system = *new platform::native::SystemInformation("1.0");
-    static auto& lists = *new platform::native::PropertyLists;
-    platform::install<platform::UserAccount>(account);
-    platform::install<platform::SearchPaths>(directories);
-    platform::install<platform::SystemInformation>(system);
-    platform::install<platform::PropertyLists>(lists);
+    static auto& system = *new qf::native::SystemInformation("1.0");
+    static auto& lists = *new qf::native::PropertyLists;
+    qf::install<qf::UserAccount>(account);
+    qf::install<qf::SearchPaths>(directories);
+    qf::install<qf::SystemInformation>(system);
+    qf::install<qf::PropertyLists>(lists);
     QFLog::sharedController().setAppName("bench");
 }
 
 /// Log files that are set aside instead of deleted, so that all entries can be counted.
-class CountedLogFiles : public platform::native::LogFiles {
+class CountedLogFiles : public qf::native::LogFiles {
 public:
     explicit CountedLogFiles(std::string directory) : directory_(std::move(directory)) {}
 
     /// Called while the logs are locked.
-    platform::Result<void> removeLog(const std::string& path) override {
+    qf::Result<void> removeLog(const std::string& path) override {
         auto name = directory_ + "/XXXXXX";
         ::close(::mkstemp(name.data()));
         std::filesystem::rename(path, name);
@@ -278,7 +277,7 @@ using CrowdWork = std::function<void(const std::string& directory, const std::st
 
 void logWithQFLog(const std::string& directory, const std::string& /*number*/) {
     static auto& files = *new CountedLogFiles(directory);
-    platform::install<platform::LogFiles>(files);
+    qf::install<qf::LogFiles>(files);
     installLog(directory);
     logEntries(crowdEntries);
     QFLog::finishWriting();
@@ -408,12 +407,12 @@ int main() {
         return 1;
     }
     // Never destroyed: the log's thread may use them until the process ends.
-    static auto& clock = *new platform::native::Clock;
-    static auto& console = *new platform::native::Console;
-    static auto& files = *new platform::native::LogFiles;
-    platform::install<platform::Clock>(clock);
-    platform::install<platform::Console>(console);
-    platform::install<platform::LogFiles>(files);
+    static auto& clock = *new qf::native::Clock;
+    static auto& console = *new qf::native::Console;
+    static auto& files = *new qf::native::LogFiles;
+    qf::install<qf::Clock>(clock);
+    qf::install<qf::Console>(console);
+    qf::install<qf::LogFiles>(files);
 
     compareCrowds(pattern); // first: a process that forks must have no other threads
     compare(pattern);

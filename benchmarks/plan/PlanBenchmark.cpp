@@ -28,9 +28,9 @@ using Clock = std::chrono::steady_clock;
 using Milliseconds = std::chrono::duration<double, std::milli>;
 
 /// Adds up the time from each child's launch to its end, as far as a caller waits for it.
-class TimedChild : public platform::ChildProcess {
+class TimedChild : public qf::ChildProcess {
 public:
-    TimedChild(std::shared_ptr<platform::ChildProcess> child, Clock::time_point launched,
+    TimedChild(std::shared_ptr<qf::ChildProcess> child, Clock::time_point launched,
                Milliseconds& sum)
         : child_(std::move(child)), launched_(launched), sum_(sum) {}
 
@@ -47,22 +47,21 @@ public:
     int terminationStatus() override { return child_->terminationStatus(); }
 
 private:
-    std::shared_ptr<platform::ChildProcess> child_;
+    std::shared_ptr<qf::ChildProcess> child_;
     Clock::time_point launched_;
     Milliseconds& sum_;
 };
 
-class TimedLauncher : public platform::ProcessLauncher {
+class TimedLauncher : public qf::ProcessLauncher {
 public:
-    explicit TimedLauncher(platform::ProcessLauncher& launcher) : launcher_(launcher) {}
+    explicit TimedLauncher(qf::ProcessLauncher& launcher) : launcher_(launcher) {}
 
     bool canLaunch(const std::string& path) override { return launcher_.canLaunch(path); }
-    std::shared_ptr<platform::Pipe> makePipe() override { return launcher_.makePipe(); }
-    std::vector<std::shared_ptr<platform::Pipe>> makePipes(std::size_t count) override {
+    std::shared_ptr<qf::Pipe> makePipe() override { return launcher_.makePipe(); }
+    std::vector<std::shared_ptr<qf::Pipe>> makePipes(std::size_t count) override {
         return launcher_.makePipes(count);
     }
-    std::shared_ptr<platform::ChildProcess>
-    launch(const platform::ProcessDescription& description) override {
+    std::shared_ptr<qf::ChildProcess> launch(const qf::ProcessDescription& description) override {
         const auto begin = Clock::now();
         return std::make_shared<TimedChild>(launcher_.launch(description), begin, sum_);
     }
@@ -71,7 +70,7 @@ public:
     Milliseconds take() { return std::exchange(sum_, {}); }
 
 private:
-    platform::ProcessLauncher& launcher_;
+    qf::ProcessLauncher& launcher_;
     Milliseconds sum_{};
 };
 
@@ -104,18 +103,18 @@ int main(int argc, char** argv) {
         std::cerr << "This is the machine itself, not a throwaway copy.\n";
         return EXIT_FAILURE;
     }
-    platform::installServices();
+    qf::installServices();
     // Never destroyed: detached threads may use it until the process ends.
-    static auto& launcher = *new TimedLauncher(platform::service<platform::ProcessLauncher>());
-    platform::install<platform::ProcessLauncher>(launcher);
+    static auto& launcher = *new TimedLauncher(qf::service<qf::ProcessLauncher>());
+    qf::install<qf::ProcessLauncher>(launcher);
     PlanInventory inventory;
     return start::applicationMain(
-        argc, argv, mainMenu(), inventory, [](platform::Interface&, PlanObserver&) {
-            platform::detachNewThread([] {
+        argc, argv, mainMenu(), inventory, [](qf::Interface&, PlanObserver&) {
+            qf::detachNewThread([] {
                 walk(launcher);
-                auto& application = platform::service<platform::Application>();
+                auto& application = qf::service<qf::Application>();
                 application.performOnMainThread([&] { application.terminate(); },
-                                                platform::Wait::untilDone);
+                                                qf::Wait::untilDone);
             });
         });
 }

@@ -92,7 +92,7 @@ std::size_t captureBare(const std::vector<std::string>& command) {
 }
 
 std::size_t captureWithQFTaskEx(const std::vector<std::string>& command) {
-    TaskSlot task;
+    qf::TaskSlot task;
     const auto output = QFTaskEx::dataFromTask(
         command.front(), std::vector(command.begin() + 1, command.end()), task);
     check(output.has_value());

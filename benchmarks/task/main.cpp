@@ -131,7 +131,7 @@ void compareCaptures(PythonPeer& python) {
 }
 
 void run() {
-    platform::installServices();
+    qf::installServices();
     PythonPeer python;
     compareLaunches("A child that does nothing", python);
     {

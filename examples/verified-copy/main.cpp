@@ -1,9 +1,9 @@
 // Copies one file to several places at once and reports whether each copy equals the source.
 
 #include "ProgressLine.h"
-#include "platform/StartUp.h"
-#include "util/files/QFFileManager.h"
-#include "util/log/QFLog.h"
+#include "qf/platform/StartUp.h"
+#include "qf/util/files/QFFileManager.h"
+#include "qf/util/log/QFLog.h"
 
 #include <CLI/CLI.hpp>
 
@@ -20,7 +20,7 @@
 namespace {
 
 namespace fs = std::filesystem;
-using platform::Value;
+using qf::Value;
 
 constexpr int cancelledStatus = 130;
 
@@ -37,17 +37,18 @@ extern "C" void interrupt(int signal) {
 struct Options {
     std::string source;
     std::vector<std::string> destinations;
-    VerificationType verification = VerificationType::sha256;
+    qf::VerificationType verification = qf::VerificationType::sha256;
     bool fromMedium = false;
     bool quiet = false;
 };
 
 void describe(CLI::App& parser, Options& options) {
-    const std::map<std::string, VerificationType> types{{"none", VerificationType::none},
-                                                        {"md5", VerificationType::md5},
-                                                        {"sha1", VerificationType::sha1},
-                                                        {"sha256", VerificationType::sha256},
-                                                        {"sha512", VerificationType::sha512}};
+    const std::map<std::string, qf::VerificationType> types{
+        {"none", qf::VerificationType::none},
+        {"md5", qf::VerificationType::md5},
+        {"sha1", qf::VerificationType::sha1},
+        {"sha256", qf::VerificationType::sha256},
+        {"sha512", qf::VerificationType::sha512}};
     parser.add_option("SOURCE", options.source, "the file to copy")->required();
     parser
         .add_option("DESTINATION", options.destinations,
@@ -80,8 +81,8 @@ struct Observation {
     Value digests;
 };
 
-std::shared_ptr<FileCopyDelegate> delegateFor(Observation& observation) {
-    auto delegate = std::make_shared<FileCopyDelegate>();
+std::shared_ptr<qf::FileCopyDelegate> delegateFor(Observation& observation) {
+    auto delegate = std::make_shared<qf::FileCopyDelegate>();
     delegate->fileCopyBytesWritten = [line = observation.progress](auto bytes, const auto&) {
         line->report(bytes);
     };
@@ -112,19 +113,19 @@ void printDigests(const std::string& source, const std::vector<std::string>& cop
 }
 
 /// Returns what is wrong with a copy; empty if nothing is, or all copies are incomplete.
-std::string_view fault(FileCopyOutcome outcome) {
+std::string_view fault(qf::FileCopyOutcome outcome) {
     switch (outcome) {
-    case FileCopyOutcome::notWritten:
-    case FileCopyOutcome::different:
+    case qf::FileCopyOutcome::notWritten:
+    case qf::FileCopyOutcome::different:
         return " is NOT what was read from the source.\n";
-    case FileCopyOutcome::notSynced:
+    case qf::FileCopyOutcome::notSynced:
         return " is NOT whole on its medium.\n";
     default:
         return "";
     }
 }
 
-int reportOutcome(const FileCopyResult& result, const std::vector<std::string>& copies) {
+int reportOutcome(const qf::FileCopyResult& result, const std::vector<std::string>& copies) {
     if (!result.succeeded && interrupted) {
         std::cerr << "Cancelled. What there is of these copies is incomplete:\n";
         for (const auto& copy : copies) {
@@ -151,7 +152,7 @@ int copy(const Options& options) {
     const auto result = QFFileManager::copyFileWithResult(
         source, copies,
         {.verificationType = options.verification,
-         .fromMedium = options.fromMedium ? FromMedium::yes : FromMedium::no},
+         .fromMedium = options.fromMedium ? qf::FromMedium::yes : qf::FromMedium::no},
         delegateFor(observation), {}, {});
     observation.progress->end();
     if (result.succeeded) {
@@ -169,7 +170,7 @@ int main(int argc, char** argv) {
         describe(parser, options);
         CLI11_PARSE(parser, argc, argv)
         std::signal(SIGINT, interrupt);
-        platform::installServices();
+        qf::installServices();
         QFLog::createNewLog("verified-copy");
         const int status = copy(options);
         QFLog::willTerminate();
