@@ -1,10 +1,14 @@
 #pragma once
 
 // Which change is in force, in a program all of whose changes were compiled into it: see "check".
+// It tells that by the name of the host, which stays whatever a test does with the environment, the
+// user and the root directory of its processes.
 
+#include <array>
 #include <cstddef>
 #include <cstdlib>
 #include <fcntl.h>
+#include <string>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -12,14 +16,22 @@ namespace mutant {
 
 inline constexpr std::size_t mostMutants = 65536;
 
+/// What follows the prefix in the name of the host, empty if it begins otherwise.
+inline std::string told(const std::string& prefix) {
+    std::array<char, 65> name{}; // HOST_NAME_MAX and a zero
+    ::gethostname(name.data(), name.size() - 1);
+    const std::string host(name.data());
+    return host.rfind(prefix, 0) == 0 ? host.substr(prefix.size()) : "";
+}
+
 /// A byte for each mutant, in a file that all processes of a test share, even those that are
 /// killed.
 inline char* sharedReached() {
-    const char* const path = std::getenv("QF_MUTANTS_REACHED");
-    if (path == nullptr) {
+    const auto name = told("reached-");
+    if (name.empty()) {
         return nullptr;
     }
-    const int file = ::open(path, O_RDWR | O_CLOEXEC);
+    const int file = ::open((QF_MUTANTS_REACHED "/" + name).c_str(), O_RDWR | O_CLOEXEC);
     if (file < 0) {
         return nullptr;
     }
@@ -29,8 +41,7 @@ inline char* sharedReached() {
 }
 
 inline int chosen() {
-    const char* const number = std::getenv("QF_MUTANT");
-    return number == nullptr ? 0 : std::atoi(number);
+    return std::atoi(told("mutant-").c_str());
 }
 
 // Before main, so that no test's limits or environment matter.

@@ -27,7 +27,8 @@ class Mutants(unittest.TestCase):
     def test_two_calls_in_a_row_are_swapped(self) -> None:
         self.assertEqual(
             with_all("first(a);\nsecond(b);"),
-            "if (mutant::is(1)) { second(b); first(a); } else { first(a); second(b); }\n")
+            "if (mutant::is(1)) { second(b); first(a); } else "
+            "{ if (!mutant::is(2)) { first(a); } if (!mutant::is(3)) { second(b); } }\n")
 
     def test_a_condition_is_changed_in_each_place_and_negated(self) -> None:
         self.assertEqual(changes_of("if (!a && b < c) {"),

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <string_view>
 #include <vector>
 
 using cli::Options;
@@ -164,6 +166,28 @@ TEST(CommandLine, ExplainsItsOptionsBeginningWithThoseThatChangeNothing) {
     EXPECT_LT(help.find("--help "), help.find("--version "));
     EXPECT_LT(help.find("--version "), help.find("--uninstall "));
     EXPECT_NE(help.find("--report FILE "), std::string::npos) << help;
+}
+
+TEST(CommandLine, ExplainsEachOptionOfUndoingAfterWhatItGoesWith) {
+    const auto help = outputOf({"--help"});
+    std::vector<std::size_t> places;
+    for (const char* option : {"  --put-back ", "  --window ", "  --empty ", "  --yes ",
+                               "  --list-runs ", "  --show-last "}) {
+        places.push_back(help.find(option));
+    }
+    EXPECT_TRUE(std::ranges::is_sorted(places)) << help;
+    EXPECT_NE(places.back(), std::string::npos);
+}
+
+TEST(CommandLine, ExplainsAllOptionsInOneColumn) {
+    const auto help = outputOf({"--help"});
+    const auto columnOf = [&](std::string_view text) {
+        const auto place = help.find(text);
+        return place - help.rfind('\n', place);
+    };
+    EXPECT_EQ(columnOf("Print this text."), columnOf("Print the version."));
+    EXPECT_EQ(columnOf("Print this text."), columnOf("Print the runs that are recorded."));
+    EXPECT_EQ(columnOf("Print this text."), columnOf("away. With --list"));
 }
 
 } // namespace

@@ -15,6 +15,7 @@
 #include "tests/support/MainThread.h"
 #include "tests/support/NamedCase.h"
 #include "tests/support/PortDoubles.h"
+#include "tests/support/ScopedDisposition.h"
 #include "tests/support/ScopedEnvironment.h"
 #include "tests/support/TemporaryDirectory.h"
 #include "tests/support/TestClock.h"
@@ -119,6 +120,7 @@ protected:
                     oneLineWith("no display: " + why));
     }
 
+    DefaultEndingSignals endingSignals;
     TemporaryDirectory directory;
     /// The process that ends cannot delete its own directory, so it has one inside this process's.
     ScopedEnvironment directoryOfChild{"TMPDIR", directory.path()};
@@ -244,14 +246,13 @@ INSTANTIATE_TEST_SUITE_P(, StartUpSignalDeathTest,
                          nameOfCase);
 
 TEST_F(StartUpDeathTest, IsNotCancelledByASignalThatIsIgnored) {
-    const auto former = std::signal(SIGHUP, SIG_IGN);
+    const ScopedDisposition ignored(SIGHUP, SIG_IGN);
     EXPECT_EXIT(start([](Interface&, PlanObserver& observer) {
                     ::kill(::getpid(), SIGHUP);
                     waitUntilTaken(SIGHUP);
                     QTimer::singleShot(50, qApp, [&observer] { runLater(observer); });
                 }),
                 ExitedWithCode(complete), "^walked\n$");
-    std::signal(SIGHUP, former);
 }
 
 TEST_F(StartUpDeathTest, GoesOnToTheEndOfTheRunAfterASignal) {

@@ -2,9 +2,19 @@
 // number and the sentence of the Error, then the lines of the system log, and then how many faults
 // the library of faulty system calls has caused.
 
+#include "platform/AuthorizationServices.h"
+#include "platform/Clock.h"
+#include "platform/Digests.h"
+#include "platform/ExtendedAttributes.h"
+#include "platform/Inhibitors.h"
+#include "platform/LogFiles.h"
+#include "platform/LoginAccounts.h"
 #include "platform/Preferences.h"
+#include "platform/ProcessCopies.h"
+#include "platform/ProcessLauncher.h"
 #include "platform/Services.h"
 #include "platform/StartUp.h"
+#include "platform/SystemInformation.h"
 #include "platform/UserAccount.h"
 #include "platform/linux/desktop/MountTable.h"
 #include "platform/linux/desktop/Trash.h"
@@ -304,6 +314,23 @@ int environment(const Arguments& /*arguments*/) {
     return 0;
 }
 
+/// Prints the ports that have no implementation after the start.
+template <class... Ports>
+void printMissing() {
+    ((qf::installedService<Ports>() == nullptr ? std::cout << Ports::portName << '\n' : std::cout),
+     ...);
+}
+
+int missingPorts(const Arguments& /*arguments*/) {
+    qf::installServices();
+    printMissing<qf::Console, qf::Clock, qf::SystemInformation, qf::LogFiles, qf::ProcessCopies,
+                 qf::UserAccount, qf::SearchPaths, qf::FileSystem, qf::ExtendedAttributes,
+                 qf::FileStreams, qf::Digests, qf::PropertyLists, qf::Preferences,
+                 qf::ProcessLauncher, qf::Workspace, qf::AuthorizationServices, qf::Inhibitors,
+                 qf::Modules, qf::LoginAccounts>();
+    return 0;
+}
+
 int installationDirectory(const Arguments& /*arguments*/) {
     std::cout << qf::native::installationDirectory() << '\n';
     return 0;
@@ -381,6 +408,7 @@ const std::map<std::string, std::function<int(const Arguments&)>> commands{
     {"account", account},
     {"state", state},
     {"environment", environment},
+    {"missing-ports", missingPorts},
     {"installation-folder", installationDirectory},
     {"closed-streams", closedStreams},
     {"failing-output", failingOutput},

@@ -5,6 +5,10 @@
 #include <pwd.h>
 #include <unistd.h>
 
+TEST(StartUp, LeavesNoPortWithoutAnImplementation) {
+    EXPECT_EQ(runChild({"missing-ports"}).output, "");
+}
+
 TEST(StartUp, KeepsAHomeDirectoryThatIsUsable) {
     EXPECT_EQ(runChild({"environment"}, {"HOME=/home/other", "XDG_DATA_HOME=/data"}).output,
               "/home/other\n/data\n");

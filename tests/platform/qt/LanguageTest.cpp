@@ -1,5 +1,6 @@
 #include "platform/qt/Language.h"
 
+#include "app/Explanations.h"
 #include "app/MainMenu.h"
 #include "platform/Services.h"
 #include "platform/qt/Interface.h"
@@ -11,6 +12,7 @@
 #include <QKeySequence>
 #include <QScreen>
 
+#include <new>
 #include <set>
 
 using qf::qt::Language;
@@ -39,6 +41,45 @@ TEST(Language, ShowsATextWithoutTranslationInEnglish) {
     EXPECT_EQ(Language({"de"}).translated(qf::translatable("Alert", "Uninstall complete")),
               "Uninstall complete");
 }
+
+TEST(Language, ExplainsWhatTheSystemLacks) {
+    Language german({"de"});
+    const qf::ScopedService<qf::Language> shown(german);
+    EXPECT_EQ(explanationOf(std::bad_alloc()),
+              "Das System hat keinen freien Arbeitsspeicher mehr.");
+    EXPECT_EQ(explanationOf(qf::NoThreadLeft(std::error_code())),
+              "Das System kann keinen weiteren Thread starten.");
+}
+
+struct ExplainedRight {
+    std::string name;
+    qf::AuthorizationStatus status;
+    std::string english;
+};
+
+/// Every reason why the administrator's right was of no use.
+class ExplanationInGerman : public testing::TestWithParam<ExplainedRight> {};
+
+TEST_P(ExplanationInGerman, DiffersFromTheEnglishOne) {
+    ASSERT_EQ(explanationOf(GetParam().status), GetParam().english);
+    Language german({"de"});
+    const qf::ScopedService<qf::Language> shown(german);
+    EXPECT_NE(explanationOf(GetParam().status), GetParam().english);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    , ExplanationInGerman,
+    testing::Values(ExplainedRight{"OfUselessRight", qf::errAuthorizationSuccess,
+                                   "It could not be moved with the administrator's right either."},
+                    ExplainedRight{"OfNoPassword", qf::errAuthorizationCanceled,
+                                   "It takes an administrator's password to move it."},
+                    ExplainedRight{"OfWrongPassword", qf::errAuthorizationWrongPassword,
+                                   "The administrator's password was wrong."},
+                    ExplainedRight{"OfDenial", qf::errAuthorizationDenied,
+                                   "The administrator's right was denied."},
+                    ExplainedRight{"OfNoRightToHave", qf::errAuthorizationInternal,
+                                   "The administrator's right cannot be had on this machine."}),
+    [](const auto& test) { return test.param.name; });
 
 /// The windows in German.
 class GermanWindows : public UserInterface {

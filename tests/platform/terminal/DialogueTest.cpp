@@ -21,6 +21,8 @@ using Answers = std::vector<std::optional<std::string>>;
 
 class DialogueTest : public TerminalTest {
 protected:
+    using TerminalTest::TerminalTest;
+
     void ask(const std::string& prompt, const void* owner = nullptr) {
         dialogue.ask(
             {prompt, [this](auto line) { answers.push_back(std::move(line)); }, Echo::yes, owner});
@@ -96,17 +98,11 @@ TEST_P(DialogueSignalTest, IsTakenForNoAnswer) {
 
 INSTANTIATE_TEST_SUITE_P(, DialogueSignalTest, testing::Values(SIGINT, SIGTERM, SIGHUP, SIGQUIT));
 
-/// A program that nohup has started.
-class IgnoredHangup {
+/// In a program that nohup has started.
+class UnattendedDialogueTest : public DialogueTest {
 protected:
-    IgnoredHangup() : former_(std::signal(SIGHUP, SIG_IGN)) {}
-    ~IgnoredHangup() { std::signal(SIGHUP, former_); }
-
-private:
-    void (*former_)(int);
+    UnattendedDialogueTest() : DialogueTest(SIG_IGN) {}
 };
-
-class UnattendedDialogueTest : IgnoredHangup, public DialogueTest {};
 
 TEST_F(UnattendedDialogueTest, TakesNoIgnoredSignalForAnAnswer) {
     ask("?");

@@ -4,6 +4,7 @@
 #include "platform/terminal/Dialogue.h"
 #include "tests/platform/terminal/PipedInput.h"
 #include "tests/support/PortDoubles.h"
+#include "tests/support/ScopedDisposition.h"
 
 #include <gtest/gtest.h>
 
@@ -28,6 +29,9 @@ private:
 /// A dialogue that reads from a pipe, and records its output.
 class TerminalTest : public ::testing::Test {
 protected:
+    explicit TerminalTest(ScopedDisposition::Handler hangUp = SIG_DFL)
+        : endingSignals{.hangUp{SIGHUP, hangUp}} {}
+
     /// Runs the event loop until a condition is true.
     void runUntil(const std::function<bool()>& holds) {
         using Clock = std::chrono::steady_clock;
@@ -45,6 +49,7 @@ protected:
         runUntil([&isDone] { return isDone; });
     }
 
+    DefaultEndingSignals endingSignals; // Before the dialogue, which asks for them.
     KeptSignalMask signalMask; // The first: the dialogue, which blocks signals, must be gone.
     PipedInput input;
     RecordingConsole console;

@@ -4,6 +4,7 @@
 #include "platform/linux/authorization/helper/Refusal.h"
 #include "platform/linux/authorization/helper/Stage.h"
 #include "platform/linux/authorization/helper/ToolStart.h"
+#include "platform/linux/posix/WriteRest.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -29,10 +30,8 @@ void requireDone(int result) {
 }
 
 void writeAll(const FileDescriptor& file, std::string_view bytes) {
-    while (!bytes.empty()) {
-        const ssize_t size = ::write(file.get(), bytes.data(), bytes.size());
-        requireDone(size < 0 && errno != EINTR ? -1 : 0);
-        bytes.remove_prefix(size > 0 ? static_cast<std::size_t>(size) : 0);
+    if (const auto written = writeRest(file.get(), bytes); !written) {
+        throw startFailure(written.error());
     }
 }
 

@@ -1,5 +1,7 @@
 #include "platform/linux/posix/EndingSignals.h"
 
+#include "tests/support/ScopedDisposition.h"
+
 #include <gtest/gtest.h>
 
 namespace {
@@ -11,11 +13,7 @@ bool asksToEnd(int signal) {
 
 class EndingSignals : public testing::TestWithParam<int> {
 protected:
-    EndingSignals() : former_(std::signal(GetParam(), SIG_DFL)) {}
-    ~EndingSignals() override { std::signal(GetParam(), former_); }
-
-private:
-    void (*former_)(int);
+    DefaultEndingSignals endingSignals;
 };
 
 TEST_P(EndingSignals, AskTheProgramToEnd) {
@@ -23,7 +21,7 @@ TEST_P(EndingSignals, AskTheProgramToEnd) {
 }
 
 TEST_P(EndingSignals, AreLeftOutWhenTheyAreIgnored) {
-    std::signal(GetParam(), SIG_IGN);
+    const ScopedDisposition ignored(GetParam(), SIG_IGN);
     EXPECT_FALSE(asksToEnd(GetParam()));
 }
 

@@ -15,6 +15,11 @@ TEST(BundleIdentifier, IsReadFromListsOfBothKinds) {
     EXPECT_EQ(identifierIn(binaryListWith("com.example.Player")), "com.example.Player");
 }
 
+TEST(BundleIdentifier, IsThatOfTheOutermostObject) {
+    constexpr char key = 1;
+    EXPECT_EQ(identifierIn(binaryListWith("com.example.Player", key)), "");
+}
+
 class BundleIdentifierInAList : public testing::TestWithParam<NamedText> {};
 
 TEST_P(BundleIdentifierInAList, SurvivesEveryCutAndEveryChangedByteOfAList) {

@@ -171,8 +171,10 @@ TEST_F(HelperChange, GivesNoRightsOfRootsToAProgramThatIsGivenToRoot) {
 
 TEST_F(HelperChange, GivesADirectoryToRoot) {
     const std::string directory = makeDirectory(sandbox::rootsDirectory + "/folder", servedUser);
+    ASSERT_EQ(::chown(directory.c_str(), servedUser, servedUser), 0);
     EXPECT_EQ(run("/bin/chown", {"root:wheel", directory}), Status::started);
     EXPECT_EQ(statusOf(directory).st_uid, 0U);
+    EXPECT_EQ(statusOf(directory).st_gid, 0U);
 }
 
 // ---- Directories

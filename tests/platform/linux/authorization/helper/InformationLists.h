@@ -12,7 +12,8 @@ inline std::string listWith(const std::string& identifier) {
 }
 
 /// Returns a binary property list: a dictionary with one key of more than fourteen letters.
-inline std::string binaryListWith(const std::string& identifier) {
+/// `outermost` is the number of the list's object that counts: 0 is the dictionary, 1 its key.
+inline std::string binaryListWith(const std::string& identifier, char outermost = 0) {
     using namespace std::string_literals;
     const std::string key = "\x5f\x10\x12"
                             "CFBundleIdentifier"s;
@@ -24,5 +25,6 @@ inline std::string binaryListWith(const std::string& identifier) {
     };
     const std::string places = placeOf(0) + placeOf(3) + placeOf(3 + key.size());
     return head + objects + places + std::string(6, '\0') + "\x01\x01"s + std::string(7, '\0') +
-           "\x03"s + std::string(8, '\0') + std::string(7, '\0') + placeOf(objects.size());
+           "\x03"s + std::string(7, '\0') + outermost + std::string(7, '\0') +
+           placeOf(objects.size());
 }
