@@ -1,5 +1,6 @@
 #include "app/start/UndoMain.h"
 
+#include "platform/linux/system/SystemInformation.h"
 #include "tests/app/records/MachineOnDisk.h"
 #include "tests/support/ScopedDisposition.h"
 #include "tests/support/ScopedEnvironment.h"
@@ -58,6 +59,8 @@ protected:
     DefaultEndingSignals endingSignals;
 
 private:
+    qf::native::SystemInformation information_;
+    qf::ScopedService<qf::SystemInformation> informationScope_{information_};
     /// The process that ends cannot delete its own directory, so it has one inside this process's.
     TemporaryDirectory directory_;
     ScopedEnvironment directoryOfChild_{"TMPDIR", directory_.path()};
@@ -73,12 +76,6 @@ TEST_F(UndoDeathTest, PutsBackTheLastRun) {
     EXPECT_EXIT(undo({.putBack = true}), ExitedWithCode(complete),
                 AllOf(HasSubstr("put back"), HasSubstr("back: Ospenth"), HasSubstr("back: Dunmarl"),
                       Not(HasSubstr("No run is recorded."))));
-}
-
-TEST_F(UndoDeathTest, TellsWhichItemOfHowManyIsPutBack) {
-    uninstall();
-    EXPECT_EXIT(undo({.terminal = true, .putBack = true}), ExitedWithCode(complete),
-                HasSubstr("com.quillfen.Dunmarl"));
 }
 
 TEST_F(UndoDeathTest, DeletesWithoutAQuestionIfThatIsAnswered) {
