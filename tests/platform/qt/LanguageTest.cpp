@@ -3,6 +3,7 @@
 #include "app/Explanations.h"
 #include "app/MainMenu.h"
 #include "platform/Services.h"
+#include "platform/foundation/Thread.h"
 #include "platform/qt/Interface.h"
 #include "platform/qt/ItemsWindow.h"
 #include "tests/support/UserInterface.h"
