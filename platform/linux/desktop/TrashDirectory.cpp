@@ -2,6 +2,7 @@
 
 #include "platform/linux/desktop/WritableDirectory.h"
 #include "platform/linux/files/ItemTransfer.h"
+#include "platform/linux/files/UniqueName.h"
 #include "platform/linux/posix/DirectoryReader.h"
 #include "platform/linux/posix/OpenDirectory.h"
 #include "platform/linux/posix/Rename.h"

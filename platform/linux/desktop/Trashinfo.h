@@ -35,23 +35,4 @@ std::string trashinfoName(const std::string& name);
 /// name would be longer than the limit of 255 bytes.
 std::string nameInTrash(const std::string& name, int count);
 
-/// Returns the first number from `first` on, or a later one, for which `isTaken` is false, with a
-/// number of calls that grows with the logarithm of the result: so many items of one name take
-/// little more time each than one. Gives up after millions, so that the caller sees why.
-template <class IsTaken>
-int freeNumber(int first, IsTaken isTaken) {
-    constexpr int largestStep = 1 << 24;
-    int taken = first - 1;
-    int free = first;
-    for (int step = 1; step < largestStep && isTaken(free); step *= 2) {
-        taken = free;
-        free += step;
-    }
-    while (free - taken > 1) {
-        const int middle = taken + (free - taken) / 2;
-        (isTaken(middle) ? taken : free) = middle;
-    }
-    return free;
-}
-
 } // namespace qf::native

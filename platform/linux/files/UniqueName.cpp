@@ -3,14 +3,22 @@
 #include "platform/foundation/Path.h"
 #include "platform/linux/files/ItemTransfer.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
 #include <cerrno>
 #include <climits>
+#include <set>
 
 namespace qf::native {
 
 namespace {
 
-constexpr int mostNamesakes = 100000;
+/// Returns the `count`th name to try, from 1 on.
+std::string uniqueName(const std::string& name, int count) {
+    return count == 1 ? name : numberedName(name, count);
+}
 
 } // namespace
 
@@ -40,16 +48,25 @@ std::string numberedName(const std::string& name, int count) {
 }
 
 SystemResult<std::string> moveToUniqueName(const EntryRef& source, int destination) {
-    std::string candidate = source.name;
-    for (int count = 2; count <= mostNamesakes; ++count) {
-        const auto moved = moveItem(source, {destination, candidate});
-        if (moved) {
-            return candidate;
+    constexpr int mostAttempts = 1000; // while others take the free names
+    const auto isTaken = [&](int number) {
+        const auto name = uniqueName(source.name, number);
+        return ::faccessat(destination, name.c_str(), F_OK, AT_SYMLINK_NOFOLLOW) == 0;
+    };
+    int count = 1;
+    for (int attempt = 0; attempt < mostAttempts; ++attempt) {
+        // What a killed process has copied here probably has the last name that is taken.
+        for (const int number : std::set{std::max(count - 1, 1), count}) {
+            auto name = uniqueName(source.name, number);
+            const auto moved = moveItem(source, {destination, name});
+            if (moved) {
+                return name;
+            }
+            if (!moved.error().number.is(EEXIST)) {
+                return Unexpected(moved.error().number);
+            }
         }
-        if (!moved.error().number.is(EEXIST)) {
-            return Unexpected(moved.error().number);
-        }
-        candidate = numberedName(source.name, count);
+        count = freeNumber(count + 1, isTaken);
     }
     return Unexpected(Errno(EEXIST));
 }

@@ -59,6 +59,10 @@ class Whereabouts:
                           for line in lines if line.startswith(b"Path=")]
         return found
 
+    def places(self, path: str) -> list[str]:
+        """Returns where the Trash has what came from a path."""
+        return self._trashed.get(path, [])
+
     def untidy(self) -> list[str]:
         """Returns what no finished run leaves in the Trash: parts, and trashinfos without an item.
         A mark stays for a day, a helper's empty directory until its next copy."""
@@ -77,7 +81,7 @@ class Whereabouts:
         name = os.path.basename(path)
         has_note = f"{name}.trashinfo" in self._names("info")
         unnoted = [] if has_note else [f"{self._trash}/files/{name}"]
-        return [place for place in self._trashed.get(path, []) + unnoted
+        return [place for place in self.places(path) + unnoted
                 if self._is_whole(path, place, exactly)]
 
     def is_in_place(self, path: str) -> bool:

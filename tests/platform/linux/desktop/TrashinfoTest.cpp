@@ -7,7 +7,6 @@
 
 namespace {
 
-using qf::native::freeNumber;
 using qf::native::moverIn;
 using qf::native::nameInTrash;
 using qf::native::trashinfoText;
@@ -53,28 +52,6 @@ TEST(Trashinfo, LeavesRoomForItsNameBesideTheItems) {
     EXPECT_EQ(nameInTrash(std::string(246, 'x'), 1), std::string(245, 'x'));
     EXPECT_EQ(nameInTrash(std::string(251, 'x') + ".txt", 2), std::string(239, 'x') + ".2.txt");
     EXPECT_EQ(nameInTrash(std::string(244, 'x') + "€", 1), std::string(244, 'x'));
-}
-
-class FreeNumber : public testing::TestWithParam<int> {};
-
-TEST_P(FreeNumber, IsFoundWithFewQuestions) {
-    const int taken = GetParam();
-    int questions = 0;
-    const int found = freeNumber(1, [&](int number) {
-        ++questions;
-        return number <= taken;
-    });
-    EXPECT_EQ(found, taken + 1);
-    EXPECT_LE(questions, 30);
-}
-
-INSTANTIATE_TEST_SUITE_P(AfterTaken, FreeNumber, testing::Values(0, 1, 2, 3, 100, 10000),
-                         testing::PrintToStringParamName());
-
-TEST(Trashinfo, FindsAFreeNumberAmongGaps) {
-    const auto isTaken = [](int number) { return number % 3 != 0 && number < 50; };
-    EXPECT_FALSE(isTaken(freeNumber(1, isTaken)));
-    EXPECT_GE(freeNumber(7, isTaken), 7);
 }
 
 } // namespace
