@@ -16,12 +16,13 @@ function(qf_target target)
         target_link_options(${target} PUBLIC -fsanitize=${QF_SANITIZE})
     endif()
     if(QF_COVERAGE)
-        # One file for all runs of a program, wherever its environment went, counted as it runs: what
-        # is killed counts too. Functions of unnamed namespaces are told apart by their source's name,
-        # which is the same in all targets whose sources are compiled together.
+        # One file for all runs of a program, wherever its environment went, counted by all threads as
+        # it runs: what is killed counts too. Functions of unnamed namespaces are told apart by the
+        # name of their source, which is the same in all targets that are compiled together.
         target_compile_options(${target} PRIVATE
             "-fprofile-instr-generate=${PROJECT_BINARY_DIR}/profiles/%m%c.profraw" -fcoverage-mapping
-            "SHELL:-mllvm -runtime-counter-relocation" "SHELL:-Xclang -main-file-name -Xclang ${target}")
+            -fprofile-update=atomic "SHELL:-mllvm -runtime-counter-relocation"
+            "SHELL:-Xclang -main-file-name -Xclang ${target}")
         target_link_options(${target} PUBLIC -fprofile-instr-generate)
     endif()
 endfunction()

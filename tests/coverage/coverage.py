@@ -4,7 +4,7 @@ from __future__ import annotations
 
 import os
 from collections import defaultdict
-from collections.abc import Iterable, Iterator
+from collections.abc import Callable, Iterable, Iterator
 from dataclasses import dataclass, field
 from typing import Any, NamedTuple
 
@@ -88,27 +88,31 @@ def count_at(segments: list[Segment], place: Place) -> int:
     return before[-1].count if before else 0
 
 
-def branch_counts(branches: Iterable[list[int]],
-                  segments: list[Segment]) -> dict[Place, tuple[int, int]]:
+def branch_counts(branches: Iterable[list[int]], segments: list[Segment],
+                  text: list[str]) -> dict[Place, tuple[int, int]]:
     """How often each condition was true and false, in all instances of a template together.
-    Conditions that the compiler knows the result of are left out."""
+    Conditions that the compiler knows the result of are left out, and that a switch has no case: the
+    compiler refuses one without all cases."""
     counts: dict[Place, tuple[int, int]] = {}
     for branch in branches:
         place = Place(*branch[:4])
         was_true, was_false = counts.get(place, (0, 0))
         counts[place] = was_true + branch[4], was_false + branch[5]
     return {place: both for place, both in counts.items()
-            if any(both) or count_at(segments, place) == 0}
+            if (any(both) or count_at(segments, place) == 0)
+            and not text[place.line - 1][:place.column - 1].endswith("switch (")}
 
 
-def sources(exported: dict[str, Any], tree: str) -> dict[str, Source]:
+def sources(exported: dict[str, Any], tree: str,
+            text_of: Callable[[str], list[str]]) -> dict[str, Source]:
     """The product's sources in what "llvm-cov export" prints, by their paths in the tree."""
     found = {}
     for file in exported["data"][0]["files"]:
         name = os.path.relpath(file["filename"], tree)
         if name.startswith(("app/", "util/", "platform/")):
             segments = [Segment(*segment) for segment in file["segments"]]
-            found[name] = Source(line_counts(segments), branch_counts(file["branches"], segments))
+            found[name] = Source(line_counts(segments),
+                                 branch_counts(file["branches"], segments, text_of(name)))
     return found
 
 

@@ -48,21 +48,28 @@ class Coverage(unittest.TestCase):
 
     def test_the_instances_of_a_template_are_counted_together(self) -> None:
         counts = coverage.branch_counts([[2, 9, 2, 19, 3, 0, 0, 0, 4], [2, 9, 2, 19, 0, 2, 0, 0, 4]],
-                                        segments())
+                                        segments(), TEXT)
 
         self.assertEqual({Place(2, 9, 2, 19): (3, 2)}, counts)
 
     def test_a_condition_whose_result_is_known_is_left_out(self) -> None:
-        self.assertEqual({}, coverage.branch_counts([[2, 9, 2, 19, 0, 0, 0, 0, 4]], segments()))
+        self.assertEqual({}, coverage.branch_counts([[2, 9, 2, 19, 0, 0, 0, 0, 4]], segments(),
+                                                    TEXT))
 
     def test_a_condition_that_is_never_reached_is_counted(self) -> None:
         self.assertEqual({Place(3, 16, 3, 17): (0, 0)},
-                         coverage.branch_counts([[3, 16, 3, 17, 0, 0, 0, 0, 4]], segments()))
+                         coverage.branch_counts([[3, 16, 3, 17, 0, 0, 0, 0, 4]], segments(), TEXT))
+
+    def test_that_a_switch_has_no_case_is_left_out(self) -> None:
+        text = ["", "switch (number < 0) {"]
+
+        self.assertEqual({}, coverage.branch_counts([[2, 9, 2, 19, 0, 5, 0, 0, 4]], segments(), text))
 
     def test_only_sources_of_the_product_are_taken(self) -> None:
         for name, taken in (("/tree/util/log/A.cpp", ["util/log/A.cpp"]),
                             ("/tree/tests/util/log/ATest.cpp", []), ("/usr/include/c++/12/string", [])):
-            self.assertEqual(taken, list(coverage.sources(exported(name, []), "/tree")), name)
+            self.assertEqual(taken, list(coverage.sources(exported(name, []), "/tree",
+                                                          lambda name: TEXT)), name)
 
     def test_lines_that_follow_one_another_are_one_finding(self) -> None:
         self.assertEqual(["util/Sign.cpp:3-4: return -1;"],
