@@ -51,7 +51,7 @@ class Finding(NamedTuple):
     source: str
     first: int
     last: int
-    text: str  # of the first line
+    text: str  # of the first line, or of the one before it that says more
     never: str  # which condition is never true or false; empty for lines
 
     def key(self) -> tuple[str, str, str]:
@@ -133,11 +133,20 @@ def findings(name: str, source: Source, text: list[str]) -> Iterator[Finding]:
     leads there is told."""
     uncovered = {line for line, count in source.lines.items() if count == 0}
     for first, last in runs(uncovered, source.lines):
-        yield Finding(name, first, last, text[first - 1].strip(), "")
+        yield Finding(name, first, last, telling(text, first), "")
     for place, (was_true, was_false) in sorted(source.branches.items()):
         if (was_true == 0) != (was_false == 0):
             yield Finding(name, place.line, place.line, text[place.line - 1].strip(),
                           f"{condition(text, place)} is never {'false' if was_true else 'true'}")
+
+
+def telling(text: list[str], line: int) -> str:
+    """A line; where it is only the end of a block, the last one with code before it."""
+    code = text[line - 1].strip()
+    while line > 1 and (code in ("", "}") or code.startswith("//")):
+        line -= 1
+        code = text[line - 1].strip()
+    return code
 
 
 def condition(text: list[str], place: Place) -> str:

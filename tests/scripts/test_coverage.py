@@ -79,6 +79,12 @@ class Coverage(unittest.TestCase):
         self.assertEqual(["util/Sign.cpp:1: int sign(int number) {", "util/Sign.cpp:3: return -1;"],
                          found(Source({1: 0, 2: 1, 3: 0})))
 
+    def test_the_end_of_an_empty_block_is_told_by_what_begins_it(self) -> None:
+        text = ["} catch (const Failure&) {", "    // nobody is left to tell", "}"]
+        [finding] = coverage.findings("util/Sign.cpp", Source({1: 1, 3: 0}), text)
+
+        self.assertEqual("util/Sign.cpp:3: } catch (const Failure&) {", str(finding))
+
     def test_a_condition_that_only_ever_had_one_result_is_found(self) -> None:
         place = Place(2, 9, 2, 19)
 
