@@ -108,7 +108,7 @@ TEST_F(PrivilegedFileOperations, AToolThatAStandInReplacesExists) {
 TEST_F(PrivilegedFileOperations, AToolThatIsThereIsNotMissingEvenIfItCannotBeLaunchedAsItIs) {
     fileSystem.files = {"/opt/tool"};
     EXPECT_EQ(controller().authExecTask("/opt/tool", {}), 0);
-    EXPECT_EQ(services.tools(), Lines{"/opt/tool "});
+    EXPECT_EQ(services.tools(), Lines{"/opt/tool"});
 }
 
 TEST_F(PrivilegedFileOperations, ARefusedRightReturnsMinusOneWithoutALine) {
