@@ -621,8 +621,8 @@ public:
 
     qf::Result<void> moveItem(const std::string& path, const std::string& newPath) override {
         beforeMoving();
-        return fails ? qf::Unexpected(qf::native::posixError(qf::native::Errno(EIO),
-                                                             fs::path(newPath).filename(), "moved"))
+        return fails ? qf::Unexpected(qf::native::posixError(
+                           qf::native::Errno(EIO), fs::path(newPath).filename().string(), "moved"))
                      : FileSystem::moveItem(path, newPath);
     }
 };
