@@ -43,6 +43,13 @@ class Coverage(unittest.TestCase):
 
         self.assertEqual([1, 2, 4, 5], list(coverage.line_counts(skipped)))
 
+    def test_a_line_behind_a_block_that_returns_ran_as_often_as_what_follows(self) -> None:
+        counts = coverage.line_counts([
+            Segment(1, 1, 5, *ENTRY), Segment(2, 6, 0, True, False, True), Segment(3, 5, 4, *BACK),
+            Segment(4, 2, 0, False, False, False)])
+
+        self.assertEqual({1: 5, 2: 5, 3: 4, 4: 4}, counts)
+
     def test_a_source_without_code_has_no_lines(self) -> None:
         self.assertEqual({}, coverage.line_counts([]))
 
