@@ -72,10 +72,10 @@ def line_counts(segments: list[Segment]) -> dict[int, int]:
     wrapped: Segment | None = None
     for line in range(min(by_line, default=1), max(by_line, default=0) + 1):
         own = by_line.get(line, [])
+        begun = [segment.count for segment in own if segment.begins_region()]
         # What follows a block that returns goes on behind a gap in which nothing runs.
-        goes_on = wrapped is not None and wrapped.is_gap
-        begun = [segment.count for segment in own if segment.begins_region()
-                 or goes_on and segment.has_count and not segment.is_gap]
+        if wrapped is not None and wrapped.is_gap and own and own[0].has_count and not own[0].is_gap:
+            begun.append(own[0].count)
         is_skipped = bool(own) and own[0].is_entry and not own[0].has_count
         is_inside = wrapped is not None and wrapped.has_count
         if not is_skipped and (is_inside or begun):

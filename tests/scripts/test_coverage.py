@@ -50,6 +50,13 @@ class Coverage(unittest.TestCase):
 
         self.assertEqual({1: 5, 2: 5, 3: 4, 4: 4}, counts)
 
+    def test_a_line_that_never_ran_behind_such_a_block_is_not_taken_for_its_surroundings(self) -> None:
+        counts = coverage.line_counts([
+            Segment(1, 1, 5, *ENTRY), Segment(2, 6, 0, True, False, True), Segment(3, 5, 0, *ENTRY),
+            Segment(3, 15, 5, *BACK), Segment(4, 2, 0, False, False, False)])
+
+        self.assertEqual(0, counts[3])
+
     def test_a_source_without_code_has_no_lines(self) -> None:
         self.assertEqual({}, coverage.line_counts([]))
 
