@@ -46,9 +46,9 @@ private:
     pid_t child_ = 0;
 };
 
-std::vector<std::string> runningOf(const std::vector<std::string>& names) {
-    std::vector<InventoryRow> rows{
-        {.action = PlanAction::kill, .subject = "/usr/bin/killall", .names = names}};
+std::vector<std::string> runningOf(const std::vector<std::string>& names,
+                                   const std::string& tool = "/usr/bin/killall") {
+    std::vector<InventoryRow> rows{{.action = PlanAction::kill, .subject = tool, .names = names}};
     findRunning(rows);
     return rows.front().running;
 }
@@ -69,6 +69,10 @@ TEST_F(RunningPrograms, AreThoseThatRunNow) {
     EXPECT_EQ(runningOf({own, own + "x", longName}), (std::vector<std::string>{own, longName}));
     first.end();
     EXPECT_EQ(runningOf({own, longName}), std::vector<std::string>{longName});
+}
+
+TEST_F(RunningPrograms, AreUnknownWithoutTheTool) {
+    EXPECT_EQ(runningOf({"sh"}, "/usr/bin/no-such-tool"), std::vector<std::string>());
 }
 
 TEST_F(RunningPrograms, AreNotLookedForInOtherRows) {

@@ -51,6 +51,9 @@ struct DescribedFile {
     bool empties = true;
     bool syncs = true;
 
+    /// Whether the source's metadata can be kept.
+    bool keepsMetadata = true;
+
     /// Whether a file that is filled beside its path can get its name.
     bool getsItsName = true;
 
@@ -195,6 +198,9 @@ private:
         qf::FileId identity() const override { return fileIdOf(file_); }
         qf::Result<void, qf::SystemError> copyMetadata(const qf::FileStream& /*source*/) override {
             owner_.events.push_back("metadata " + path_);
+            if (!file_.keepsMetadata) {
+                return qf::Unexpected(qf::SystemError{EIO});
+            }
             return {};
         }
         qf::Result<void, qf::SystemError> takeName() override {

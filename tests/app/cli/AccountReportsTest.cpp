@@ -161,6 +161,18 @@ TEST_F(AccountsDocument, HasEachAccountsResultReasonAndRows) {
                                "reason": "why\\xFF", "rows": []}])"));
 }
 
+TEST_F(AccountsDocument, TellsAnAccountThatWasPassedOverFromOneWhereItemsAreLeft) {
+    const AccountResult anna{
+        .user = "anna", .home = "/home/anna", .status = {}, .reason = "nobody is at home"};
+    const AccountResult ben{.user = "ben", .home = "/ben", .status = ExitStatus::leftInPlace};
+    const auto document = Json::parse(cli::accountsAsJson({anna, ben}, false, false));
+
+    EXPECT_EQ(document["result"], "leftInPlace");
+    EXPECT_EQ(document["accounts"][0]["result"], "passedOver");
+    EXPECT_EQ(document["accounts"][0]["reason"], "nobody is at home");
+    EXPECT_EQ(document["accounts"][1]["result"], "leftInPlace");
+}
+
 TEST_F(AccountsDocument, SaysThatMoreIsToCome) {
     const auto document = Json::parse(cli::accountsAsJson({}, false, true));
 

@@ -12,6 +12,7 @@
 #include <nlohmann/json.hpp>
 
 #include <filesystem>
+#include <iostream>
 
 using cli::ExitStatus;
 using cli::Options;
@@ -90,6 +91,34 @@ TEST_F(ReportTest, TellsWhatBecameOfARow) {
     disk.files = {"/x/there"};
     EXPECT_EQ(outcomeOf(rowOf("/x/there", ItemState::found)), Outcome::left);
     EXPECT_EQ(outcomeOf(rowOf("/x/there", ItemState::repeated)), Outcome::left);
+}
+
+TEST_F(ReportTest, TellsWhatWasMovedAndThenDeletedForGood) {
+    observer.itemEnded("/x/a", {.outcome = qf::TrashOutcome::moved});
+    observer.itemDeleted("/x/a");
+
+    EXPECT_EQ(outcomeOf(rowOf("/x/a", ItemState::found)), Outcome::deleted);
+}
+
+TEST_F(ReportTest, KnowsNoCauseOfWhatWasNotTried) {
+    EXPECT_EQ(observer.lastCause("/x/a"), "");
+    EXPECT_EQ(observer.whyNotMoved("/x/a"), "");
+}
+
+TEST_F(ReportTest, NamesWhatBecameOfEachRow) {
+    const auto row = rowOf("/x/a", ItemState::found);
+    const std::vector<cli::RowOutcome> outcomes{{.row = row, .outcome = Outcome::signalled},
+                                                {.row = row, .outcome = Outcome::moved},
+                                                {.row = row, .outcome = Outcome::deleted},
+                                                {.row = row, .outcome = Outcome::absent},
+                                                {.row = row, .outcome = Outcome::left}};
+    std::vector<std::string> names;
+    const auto document = json::parse(cli::reportAsJson("leftInPlace", RemoveShared::no, outcomes));
+    for (const auto& reported : document["rows"]) {
+        names.push_back(reported["outcome"]);
+    }
+
+    EXPECT_EQ(names, (std::vector<std::string>{"signalled", "moved", "deleted", "absent", "left"}));
 }
 
 TEST_F(ReportTest, TellsWhyAnItemWasLeft) {
@@ -327,6 +356,23 @@ TEST_F(RunTest, PrintsOneReportAtTheEndWhereThatIsWanted) {
 
     EXPECT_EQ(json::parse(::testing::internal::GetCapturedStdout())["result"], "complete");
     EXPECT_TRUE(disk.written.empty());
+}
+
+TEST_F(RunTest, SaysThatTheReportCannotBePrinted) {
+    report = "-";
+    auto begun = run();
+    begun.begin(RemoveShared::no);
+    begun.finish();
+    std::cout.setstate(std::ios::failbit);
+    std::string why;
+    try {
+        begun.writeReport();
+    } catch (const qf::Exception& exception) {
+        why = exception.reason();
+    }
+    std::cout.clear();
+
+    EXPECT_EQ(why, "cannot write the report -: standard output does not take it");
 }
 
 TEST_F(RunTest, SaysThatTheReportCannotBeWritten) {

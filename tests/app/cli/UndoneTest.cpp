@@ -87,6 +87,41 @@ TEST_F(UndoneTest, ListsItemsForAPerson) {
                                                        "5 items\n");
 }
 
+TEST_F(UndoneTest, ListsWhatWouldBePutBack) {
+    const std::vector<records::ItemBack> items{
+        {.path = "/x/a", .place = "/t/a", .outcome = Back::waiting, .reason = {}}};
+
+    EXPECT_EQ(cli::itemsAsText(cli::undone(items)), "in the Trash  /x/a\n\n1 item\n");
+    const auto document = json::parse(cli::itemsAsJson("preview", cli::undone(items)));
+    EXPECT_EQ(document["result"], "preview");
+    EXPECT_EQ(document["items"],
+              json::array({{{"path", "/x/a"}, {"outcome", "waiting"}, {"trashed", "/t/a"}}}));
+}
+
+TEST_F(UndoneTest, ListsWhatWasDeletedAndWhatWasNot) {
+    const std::vector<records::ItemEmptied> items{
+        {.path = "/x/a", .place = "/t/a", .outcome = Emptied::waiting, .reason = {}},
+        {.path = "/x/b", .place = "/t/b", .outcome = Emptied::deleted, .reason = {}},
+        {.path = "/x/c", .place = "/t/c", .outcome = Emptied::failed, .reason = "It is closed."}};
+
+    EXPECT_EQ(cli::itemsAsText(cli::undone(items)), "in the Trash  /x/a\n"
+                                                    "deleted       /x/b\n"
+                                                    "not deleted   /x/c\n"
+                                                    "\n"
+                                                    "3 items\n");
+    const auto document = json::parse(cli::undoneAsJson({cli::undone(items), {}}));
+    EXPECT_EQ(document["result"], "leftInPlace");
+    EXPECT_EQ(document["items"][0]["outcome"], "waiting");
+    EXPECT_EQ(document["items"][2]["outcome"], "failed");
+}
+
+TEST_F(UndoneTest, TellsAProgramThatAllIsDone) {
+    const std::vector<records::ItemBack> items(someBack.begin(), someBack.begin() + 2);
+    const cli::Undone result{cli::undone(items), {}};
+
+    EXPECT_EQ(json::parse(cli::undoneAsJson(result))["result"], "complete");
+}
+
 TEST_F(UndoneTest, ListsItemsForAProgram) {
     const auto document = json::parse(cli::undoneAsJson({cli::undone(someBack), {}}));
 
@@ -153,6 +188,47 @@ TEST_F(UndoneTest, TellsTheLastRun) {
     EXPECT_EQ(
         items[0],
         json({{"action", "trash"}, {"path", item}, {"outcome", "moved"}, {"trashed", place}}));
+}
+
+TEST_F(UndoneTest, TellsOfAStepThatWasBegunAndOfOneThatLeftItsItem) {
+    const auto left = write(cache("Dunmarl"));
+    const auto begun = write(cache("Ospenth"));
+    records::RunRecorder recorder(runs, jobs);
+    recorder.begin(RemoveShared::no);
+    recorder.rowBegan({PlanAction::trash, left, {}});
+    recorder.itemBegan(left);
+    recorder.itemEnded(left, {.outcome = qf::TrashOutcome::failed});
+    recorder.rowBegan({PlanAction::trash, begun, {}});
+    recorder.itemBegan(begun);
+
+    EXPECT_THAT(cli::lastRunAsText(runs), HasSubstr("left          " + left +
+                                                    "\n"
+                                                    "begun         " +
+                                                    begun + '\n'));
+    const auto items = json::parse(cli::lastRunAsJson(runs))["items"];
+    EXPECT_EQ(items[0], json({{"action", "trash"}, {"path", left}, {"outcome", "left"}}));
+    EXPECT_EQ(items[1], json({{"action", "trash"}, {"path", begun}, {"outcome", "begun"}}));
+}
+
+TEST_F(UndoneTest, TellsOfARunThatWasUndoneAndOfOneThatLeftSomething) {
+    const auto left = write(cache("Dunmarl"));
+    records::RunRecorder recorder(runs, jobs);
+    recorder.begin(RemoveShared::no);
+    recorder.rowBegan({PlanAction::trash, left, {}});
+    recorder.itemBegan(left);
+    recorder.itemEnded(left, {.outcome = qf::TrashOutcome::failed});
+    recorder.walkEnded();
+    uninstall();
+    auto undone = runs.read(2);
+    runs.close(undone);
+
+    const auto list = json::parse(cli::runsAsJson(runs))["runs"];
+
+    EXPECT_EQ(list[0]["result"], "undone");
+    EXPECT_EQ(list[1]["result"], "leftInPlace");
+    EXPECT_EQ(list[1]["items"], 0);
+    EXPECT_THAT(cli::runsAsText(runs), HasSubstr("  1 item, put back or deleted\n"));
+    EXPECT_THAT(cli::runsAsText(runs), HasSubstr("  0 items, something left in place\n"));
 }
 
 } // namespace

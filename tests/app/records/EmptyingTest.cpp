@@ -128,6 +128,33 @@ TEST_F(EmptyingTest, DeletesNothingThatWasPutBack) {
     EXPECT_TRUE(exists(item));
 }
 
+TEST_F(EmptyingTest, DeletesNothingThatAKilledRunHadOnlyBegunToTake) {
+    const auto item = write(cache("Ospenth"));
+    records::RunRecorder recorder(runs, jobs);
+    recorder.begin(RemoveShared::no);
+    recorder.rowBegan({PlanAction::trash, item, {}});
+    recorder.itemBegan(item);
+
+    EXPECT_EQ(empty().front().outcome, Emptied::gone);
+
+    EXPECT_EQ(contentOf(item), "content");
+}
+
+TEST_F(EmptyingTest, SaysNothingOfWhatTheRunLeftInPlace) {
+    write(cache("Dunmarl"));
+    const auto left = write(preferences("Ospenth"));
+    desktop.closed = {home / "Library/Preferences"};
+    administrator.rightsStatus = qf::errAuthorizationCanceled;
+    uninstall();
+
+    const auto items = empty();
+
+    ASSERT_EQ(items.size(), 1U);
+    EXPECT_EQ(items.front().path, cache("Dunmarl"));
+    EXPECT_EQ(contentOf(left), "content");
+    EXPECT_TRUE(runs.read(1).isClosed);
+}
+
 TEST_F(EmptyingTest, DeletesWithTheRightWhatTheUserMayNot) {
     write(preferences("Ospenth"));
     uninstall();

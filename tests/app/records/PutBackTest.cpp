@@ -140,6 +140,17 @@ TEST_F(PutBackTest, FollowsALinkThatWasThereBefore) {
     EXPECT_TRUE(exists(home / "elsewhere/com.quillfen.Ospenth"));
 }
 
+TEST_F(PutBackTest, ReplacesNothingThatAppearsMeanwhile) {
+    const auto item = write(cache("Ospenth"), "former");
+    uninstall();
+    desktop.beforePuttingBack = [&] { write(item, "new"); };
+
+    EXPECT_EQ(resultOf(putBack(), item).outcome, Back::occupied);
+
+    EXPECT_EQ(contentOf(item), "new");
+    EXPECT_EQ(contentOf(home / "user/.Trash/com.quillfen.Ospenth"), "former");
+}
+
 TEST_F(PutBackTest, IsNotLedAstrayByALinkThatIsPutInTheWayMeanwhile) {
     const auto item = write(cache("Ospenth"));
     uninstall();
@@ -600,6 +611,77 @@ TEST_F(PutBackTest, WritesAJobsFileAgainAndLoadsItsJob) {
     EXPECT_EQ(fileSystem.attributesOfItem(file)->permissions, 0640U);
     EXPECT_EQ(fileSystem.attributesOfItem(file)->modificationDate, before->modificationDate);
     EXPECT_EQ(jobs.files, Lines{file});
+}
+
+/// Something happens before a file is moved to its place, or that fails.
+class HinderedMoves : public qf::native::FileSystem {
+public:
+    std::function<void()> beforeMoving = [] {};
+    bool fails = false;
+
+    qf::Result<void> moveItem(const std::string& path, const std::string& newPath) override {
+        beforeMoving();
+        return fails ? qf::Unexpected(qf::native::posixError(
+                           qf::native::Errno(EIO), fs::path(newPath).filename().string(), "moved"))
+                     : FileSystem::moveItem(path, newPath);
+    }
+};
+
+TEST_F(PutBackTest, ReplacesNoJobsFileThatAppearsMeanwhile) {
+    const auto file = write(agent("Lunevar"), "the job");
+    uninstall();
+    HinderedMoves moves;
+    moves.beforeMoving = [&] { write(file, "another job"); };
+    const qf::ScopedService<qf::FileSystem> scope(moves);
+
+    EXPECT_EQ(resultOf(putBack(), file).outcome, Back::occupied);
+
+    EXPECT_EQ(contentOf(file), "another job");
+    EXPECT_FALSE(runs.read(1).isClosed);
+}
+
+TEST_F(PutBackTest, SaysWhyAJobsFileCouldNotBeMovedToItsPlace) {
+    const auto file = write(agent("Lunevar"), "the job");
+    uninstall();
+    HinderedMoves moves;
+    moves.fails = true;
+    const qf::ScopedService<qf::FileSystem> scope(moves);
+
+    const auto result = resultOf(putBack(), file);
+
+    EXPECT_EQ(result.outcome, Back::failed);
+    EXPECT_NE(result.reason, "");
+    EXPECT_FALSE(exists(file));
+    EXPECT_FALSE(runs.read(1).isClosed);
+}
+
+TEST_F(PutBackTest, SaysWhyTheFolderOfAJobsFileCannotBeUsed) {
+    const auto file = write(agent("Lunevar"), "the job");
+    uninstall();
+    const auto folder = fs::path(file).parent_path();
+    fs::remove(folder);
+    write(folder, "a file in its place");
+
+    const auto result = resultOf(putBack(), file);
+
+    EXPECT_EQ(result.outcome, Back::failed);
+    EXPECT_NE(result.reason, "");
+    EXPECT_EQ(contentOf(folder), "a file in its place");
+}
+
+TEST_F(PutBackTest, MakesNoJobsFileWithoutItsRecords) {
+    const auto file = write(agent("Lunevar"), "the job");
+    uninstall();
+    auto last = runs.lastUninstall();
+    fs::remove_all(home / "user/state");
+    records::UndoObserver observer;
+
+    const auto result = resultOf(PutBack(runs, jobs, observer).perform(last).items, file);
+
+    EXPECT_EQ(result.outcome, Back::failed);
+    EXPECT_NE(result.reason, "");
+    EXPECT_FALSE(exists(file));
+    EXPECT_FALSE(exists(home / "user/state"));
 }
 
 TEST_F(PutBackTest, KeepsTheAttributesOfAJobsFile) {

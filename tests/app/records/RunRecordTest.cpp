@@ -192,10 +192,27 @@ TEST_F(RunRecordTest, RefusesWhatNoRunWrites) {
               "line 2: it ends a step that did not begin");
     EXPECT_EQ(refusalOf(head + LineSeal(seal).sealed(records::headOf({}))),
               "line 2: it is the beginning of another record");
+    EXPECT_EQ(refusalOf(LineSeal().sealed(records::Json::array({1}))), "line 1: it was edited");
     EXPECT_EQ(refusalOf(LineSeal().sealed({{"step", "runEnded"}})),
               "line 1: it is not the beginning of a record");
     EXPECT_EQ(refusalOf(LineSeal().sealed({{"step", "run"}, {"version", 2}})),
               "line 1: another version of the program wrote it");
+}
+
+TEST_F(RunRecordTest, RefusesWordsThatNoRunKnows) {
+    const auto withWord = [&](const char* key, const char* word) {
+        auto line =
+            records::beginningOf(stepFor(PlanAction::trash, cache("Ospenth"), cache("Ospenth")));
+        line[key] = word;
+        LineSeal seal;
+        auto text = seal.sealed(records::headOf({}));
+        return text += seal.sealed(line);
+    };
+
+    EXPECT_EQ(refusalOf(withWord("kind", "pipe")),
+              "line 2: it says \"pipe\", which is no word of a record");
+    EXPECT_EQ(refusalOf(withWord("action", "kill")),
+              "line 2: it says \"kill\", which is no row of the plan");
 }
 
 /// What an earlier version wrote, a later one reads.

@@ -355,6 +355,19 @@ TEST_F(RunRecorderTest, TellsThatTheAttributesOfAJobsFileAreNotKept) {
     EXPECT_EQ(stepOf(file).job->content, "content");
 }
 
+TEST_F(RunRecorderTest, TellsThatThereIsNowhereToKeepAJobsFile) {
+    const auto file = write(agent("Lunevar"), "content");
+    RunRecorder recorder(runs, jobs);
+    recorder.begin(RemoveShared::no);
+    std::filesystem::remove_all(home / "user/state");
+
+    recorder.rowBegan({PlanAction::removeAgent, "com.quillfen.Lunevar", {}});
+
+    EXPECT_TRUE(recorder.failure());
+    EXPECT_FALSE(exists(home / "user/state"));
+    EXPECT_EQ(contentOf(file), "content");
+}
+
 TEST_F(RunRecorderTest, HasTheContentOfAJobsFileFromTheCopyIfItCannotBeRead) {
     class SpoilingFileSystem : public qf::native::FileSystem {
     public:
@@ -450,6 +463,29 @@ TEST_F(RunRecorderTest, TellsThatAnItemWentWhoseStepCouldNotBeRecorded) {
     EXPECT_EQ(recorder.failure(), "An item could not be looked at before it was moved.");
 }
 
+TEST_F(RunRecorderTest, TellsThatAnItemWentThatWasThereButCouldNotBeLookedAt) {
+    class Blind : public qf::native::FileSystem {
+    public:
+        std::optional<qf::ItemAttributes> attributesOfItem(const std::string& /*path*/) override {
+            return std::nullopt;
+        }
+    } blind;
+    const auto item = write(cache("Ospenth"));
+    RunRecorder recorder(runs, jobs);
+    recorder.begin(RemoveShared::no);
+    recorder.rowBegan(cacheRow(item));
+    {
+        const qf::ScopedService<qf::FileSystem> scope(blind);
+        recorder.itemBegan(item);
+    }
+    std::filesystem::remove(item);
+
+    recorder.itemEnded(item, {.outcome = qf::TrashOutcome::moved, .place = "/trash/item"});
+
+    EXPECT_EQ(recorder.failure(), "An item could not be looked at before it was moved.");
+    EXPECT_TRUE(runs.read(1).steps.empty());
+}
+
 TEST_F(RunRecorderTest, DoesNotTellThatAnItemWasLeftThatIsGone) {
     const auto item = write(cache("Ospenth"));
     RunRecorder recorder(runs, jobs);
@@ -496,6 +532,73 @@ TEST_F(RunRecorderTest, CountsRunsAndKeepsThemFromOthers) {
     ASSERT_EQ(::stat((home / "user/state/kelvane-uninstaller/runs").c_str(), &directory), 0);
     EXPECT_EQ(file.st_mode & 07777U, 0600U);
     EXPECT_EQ(directory.st_mode & 07777U, 0700U);
+}
+
+/// A disk on which one step of making a record fails.
+class FailingDisk : public qf::native::FileSystem {
+public:
+    bool writes = true;
+    bool names = true;
+
+    qf::Result<void> writeAtomicallyWith(const std::string& path, std::string_view content,
+                                         unsigned permissions,
+                                         const std::optional<qf::FileDate>& date) override {
+        return writes ? FileSystem::writeAtomicallyWith(path, content, permissions, date)
+                      : full("written");
+    }
+    qf::Result<void> moveItem(const std::string& path, const std::string& newPath) override {
+        return names ? FileSystem::moveItem(path, newPath) : full("named");
+    }
+
+private:
+    static qf::Unexpected<qf::Error> full(const std::string& what) {
+        return qf::Unexpected(
+            qf::Error{.domain = {}, .code = ENOSPC, .localizedDescription = "not " + what});
+    }
+};
+
+TEST_F(RunRecorderTest, TellsWhyARecordCannotBeMade) {
+    FailingDisk disk;
+    const qf::ScopedService<qf::FileSystem> scope(disk);
+    const auto failureOfOne = [&] {
+        RunRecorder recorder(runs, jobs);
+        recorder.begin(RemoveShared::no);
+        return recorder.failure();
+    };
+
+    disk.writes = false;
+    EXPECT_EQ(failureOfOne(), "not written");
+    disk.writes = true;
+    disk.names = false;
+    EXPECT_EQ(failureOfOne(), "not named");
+    EXPECT_TRUE(runs.numbers().empty());
+}
+
+TEST_F(RunRecorderTest, ClosesNoRecordThatIsGone) {
+    uninstall();
+    auto record = runs.read(1);
+    std::filesystem::remove_all(home / "user/state");
+
+    runs.close(record);
+
+    EXPECT_FALSE(record.isClosed);
+    EXPECT_FALSE(exists(home / "user/state"));
+}
+
+TEST_F(RunRecorderTest, TellsThatThereIsNoRecordToRead) {
+    try {
+        runs.read(7);
+        FAIL();
+    } catch (const qf::Exception& exception) {
+        EXPECT_EQ(exception.reason(), "there is no record " + runs.file(7) + " that can be read");
+    }
+}
+
+TEST_F(RunRecorderTest, KnowsTheNumberOfItsRun) {
+    RunRecorder recorder(runs, jobs);
+    recorder.begin(RemoveShared::no);
+
+    EXPECT_EQ(recorder.number(), 1U);
 }
 
 TEST_F(RunRecorderTest, DoesNotDisturbARunThatItCannotRecord) {

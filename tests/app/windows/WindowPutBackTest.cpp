@@ -62,4 +62,20 @@ TEST_F(WindowPutBackTest, IsPossibleWhileAnItemIsInTheTrash) {
     EXPECT_FALSE(start::WindowPutBack(interface, recording, ending).isPossible());
 }
 
+TEST_F(WindowPutBackTest, IsNotPossibleWithARecordThatCannotBeUsed) {
+    write(cache("Ospenth"));
+    uninstall();
+    write(runs.file(2), "no record\n");
+
+    EXPECT_FALSE(start::WindowPutBack(interface, recording, ending).isPossible());
+}
+
+TEST_F(WindowPutBackTest, IsNotPossibleFromATrashThatCannotBeSeen) {
+    write(cache("Ospenth"));
+    uninstall();
+    desktop.isReadable = false;
+
+    EXPECT_FALSE(start::WindowPutBack(interface, recording, ending).isPossible());
+}
+
 } // namespace

@@ -105,6 +105,12 @@ TEST_F(PrivilegedFileOperations, AToolThatAStandInReplacesExists) {
     EXPECT_EQ(controller().authExecTask("/usr/sbin/diskutil", {}), 0);
 }
 
+TEST_F(PrivilegedFileOperations, AToolThatIsThereIsNotMissingEvenIfItCannotBeLaunchedAsItIs) {
+    fileSystem.files = {"/opt/tool"};
+    EXPECT_EQ(controller().authExecTask("/opt/tool", {}), 0);
+    EXPECT_EQ(services.tools(), Lines{"/opt/tool"});
+}
+
 TEST_F(PrivilegedFileOperations, ARefusedRightReturnsMinusOneWithoutALine) {
     refuseTheRight();
     EXPECT_EQ(controller().authExecTask("/bin/chmod", {}), -1);
@@ -242,6 +248,14 @@ TEST_F(PrivilegedFileOperations, ARemovalCanBeWaitedFor) {
     EXPECT_EQ(services.tools(), Lines{"/bin/rm -Rdf /Library/a"});
 }
 
+TEST_F(PrivilegedFileOperations, ARemovalWithoutItsToolIsNotStarted) {
+    fileSystem.tools.erase("/bin/rm");
+    const auto tool = controller().startRemoving("/item");
+    EXPECT_EQ(tool.status, QFAuthorization::toolMissing);
+    EXPECT_FALSE(tool.waitUntilExit);
+    EXPECT_EQ(services.calls, Calls{});
+}
+
 TEST_F(PrivilegedFileOperations, AProtectedDirectoryIsNotRemoved) {
     EXPECT_EQ(controller().startRemoving("/Applications").status, QFAuthorization::refused);
     EXPECT_EQ(services.tools(), Lines{});
@@ -370,6 +384,12 @@ TEST_F(PrivilegedFileOperations, OnTheRootAccountThePlaceInTheTrashIsDeletedNotT
     fileSystem.files = {"/Library/Tool.app"};
     EXPECT_TRUE(controller().authTrashFile("/Library/Tool.app", qf::DeleteOnRootAccount::yes));
     EXPECT_EQ(launcher.runs, Lines{"/bin/rm -Rdf /root/.Trash/Tool.app"});
+}
+
+TEST_F(PrivilegedFileOperations, OnTheRootAccountASystemDirectoryIsNotDeleted) {
+    becomeSuperuser();
+    expectRefused(controller().authTrashFile("/Applications", qf::DeleteOnRootAccount::yes),
+                  "Unable to trash path /Applications because it is a system directory.");
 }
 
 TEST_F(PrivilegedFileOperations, OnTheRootAccountATakenPlaceInTheTrashIsNotTheOneDeleted) {

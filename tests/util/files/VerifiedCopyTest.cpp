@@ -1067,6 +1067,14 @@ TEST_F(VerifiedCopyTest, TheMetadataIsKeptBeforeTheFirstByteAndAfterTheLast) {
     EXPECT_NE(std::find(written, streams.events.end(), "metadata /to/a"), streams.events.end());
 }
 
+TEST_F(VerifiedCopyTest, MetadataThatCannotBeKeptIsToldOnceAndTheCopyIsMade) {
+    makeSource("content");
+    streams.files["/to/a"].keepsMetadata = false;
+    EXPECT_TRUE(copyWithResult({"/to/a"}, {.keepMetadata = qf::KeepMetadata::yes}).succeeded);
+    EXPECT_EQ(streams.files["/to/a"].content, "content");
+    EXPECT_EQ(console.systemLogLines(), Lines{"Error setting metadata for file /to/a: 5"});
+}
+
 TEST_F(VerifiedCopyTest, ACopyThatEndsEarlySaysWhy) {
     const auto reason = [](const std::vector<std::string>& destinations) {
         return copyWithResult(destinations, {}).error.value().localizedDescription;

@@ -180,9 +180,11 @@ protected:
 
     /// Makes the program one without windows, as on a terminal.
     void hideWindows() {
-        alertPanelsScope_.reset();
+        hideAlerts();
         applicationScope_.reset();
     }
+
+    void hideAlerts() { alertPanelsScope_.reset(); }
 
     void failToMove() {
         fileSystem.failures[std::string("move ") + temporaryFile + " " + machinesDaemon] = {
@@ -603,6 +605,17 @@ TEST_F(QFLaunchdTest, ATemporaryFileThatAnotherProgramKeepsIsWaitedForTenSeconds
     EXPECT_TRUE(startDaemon(qf::ShouldAuth::no));
     EXPECT_EQ(services.tools()[0], std::string("/bin/rm -Rdf ") + temporaryFile);
     EXPECT_EQ(application.waited, 10s);
+}
+
+TEST_F(QFLaunchdTest, AnApplicationWithoutAlertsLogsThatAJobFileCannotBePutInPlace) {
+    hideAlerts();
+    propertyLists.unwritable = {machinesDaemon};
+    services.rightsStatus = qf::errAuthorizationCanceled;
+    failToMove();
+    EXPECT_FALSE(startDaemon(qf::ShouldAuth::no));
+    EXPECT_EQ(loggedLines().back(),
+              "Error: Unable to create LaunchAgent. Please check you have correct permissions for "
+              "the directory /Library/LaunchDaemons");
 }
 
 TEST_F(QFLaunchdTest, WithoutWindowsAJobFileThatCannotBePutInPlaceIsLoggedAndLeavesNothingBehind) {

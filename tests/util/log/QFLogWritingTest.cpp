@@ -29,6 +29,18 @@ public:
     bool isInPlace() override { return true; }
 };
 
+/// A console that nothing can be printed on.
+class ClosedConsole : public RecordingConsole {
+public:
+    void print(std::string_view /*text*/) override { throw std::runtime_error("it is closed"); }
+};
+
+/// An application that cannot say which thread is its main thread.
+class UnsureApplication : public FakeApplication {
+public:
+    bool isMainThread() override { throw std::runtime_error("it does not know"); }
+};
+
 } // namespace
 
 TEST(LogEscaping, ReturnsATextWithoutPercentSignsUnchanged) {
@@ -325,6 +337,18 @@ TEST_F(LogBurst, IsWrittenOnceMoreWhenItsFileIsReplacedInItsMidst) {
     EXPECT_EQ(log.bytesWritten(), entriesUpTo(20).size());
     EXPECT_EQ(log.bytesInQueue(), 0U);
     EXPECT_EQ(console.printed(), "");
+}
+
+TEST_F(LogBurst, IsWrittenOnceMoreHoweverLongItsEntriesAre) {
+    const std::string large(300000, 'x');
+    after(1, [this] { replaceLog(); });
+    {
+        const QueueGate gate(queue);
+        QFLog::fastAppendLog(large);
+        QFLog::fastAppendLog("behind it");
+    }
+    QFLog::finishWriting();
+    EXPECT_EQ(contentOf(logPath(1)), entry(large) + entry("behind it"));
 }
 
 TEST_F(LogBurst, IsSaidToBeLostWhenItsFileIsDeletedInItsMidst) {
@@ -650,6 +674,37 @@ TEST_F(LogWriting, WaitsUntilEverythingQueuedIsWritten) {
     }
     QFLog::finishWriting();
     EXPECT_TRUE(contentOf(logPath(1)).ends_with(entry("999")));
+}
+
+TEST_F(LogWriting, WritesWhatCannotBePrinted) {
+    ClosedConsole closed;
+    const qf::ScopedService<qf::Console> scoped(closed);
+    EXPECT_NO_THROW(QFLog::appendLogAndPrint("text"));
+    EXPECT_EQ(content(1), entry("text"));
+}
+
+TEST_F(LogWriting, WritesWithoutAConsole) {
+    const ScopedAbsence<qf::Console> none;
+    QFLog::appendLogAndPrint("text");
+    EXPECT_EQ(content(1), entry("text"));
+}
+
+TEST_F(LogWriting, NeverLetsAFailureOfTheApplicationReachTheCaller) {
+    UnsureApplication unsure;
+    const qf::ScopedService<qf::Application> scoped(unsure);
+    EXPECT_NO_THROW(QFLog::appendLog("text"));
+    EXPECT_EQ(content(1), entry("text"));
+}
+
+TEST_F(LogWriting, PrintsNoReasonWhenDisabled) {
+    log.setFileHandle(std::make_shared<FullFile>());
+    {
+        const QueueGate gate(queue);
+        QFLog::fastAppendLog("lost");
+        log.setLoggingDisabled(true);
+    }
+    QFLog::finishWriting();
+    EXPECT_EQ(console.printed(), "");
 }
 
 TEST_F(LogWriting, NeverLetsAFailureReachTheCaller) {

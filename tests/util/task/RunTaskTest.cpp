@@ -4,6 +4,7 @@
 #include "platform/foundation/Exception.h"
 
 #include <filesystem>
+#include <optional>
 
 namespace {
 
@@ -36,6 +37,13 @@ TEST_F(RunTask, TakesTwoTextsInBracesForTwoArguments) {
     EXPECT_EQ((qf::TaskArguments{{"a", "b"}}.list()), (Lines{"a", "b"}));
     EXPECT_EQ((qf::TaskArguments{"a", std::string("b"), std::string_view("c").data()}.list()),
               (Lines{"a", "b", "c"}));
+}
+
+TEST_F(RunTask, TakesAListThatMayBeMissing) {
+    std::optional<Lines> list(Lines{"a", "b"});
+    EXPECT_EQ(qf::TaskArguments(list).list(), (Lines{"a", "b"}));
+    list.reset();
+    EXPECT_EQ(qf::TaskArguments(list).list(), Lines{});
 }
 
 TEST_F(RunTask, CountsNoArgumentsAsTheEmptyList) {
