@@ -21,6 +21,8 @@ namespace {
 constexpr auto linkInTheWay = qf::translatable("Reasons", "A link is in the way: %1");
 constexpr auto contentUnknown =
     qf::translatable("Reasons", "Its content could not be read before it was deleted.");
+constexpr auto keptUnreadable =
+    qf::translatable("Reasons", "The copy of it that was kept cannot be read.");
 
 qf::FileSystem& fileSystem() {
     return qf::service<qf::FileSystem>();
@@ -28,6 +30,11 @@ qf::FileSystem& fileSystem() {
 
 bool isTaken(const std::string& itemPath) {
     return fileSystem().attributesOfItem(itemPath).has_value();
+}
+
+bool isFile(const std::string& itemPath) {
+    const auto item = fileSystem().attributesOfItem(itemPath);
+    return item && item->kind == qf::ItemKind::file;
 }
 
 bool isSuperuser() {
@@ -141,6 +148,9 @@ void PutBack::putBack(RunRecord& run, const TrashedItems& trash, std::vector<Ite
 
 ItemBack PutBack::putBack(unsigned run, const RecordedStep& step, const TrashedItems& trash) {
     auto item = viewOf(step, trash);
+    if (item.outcome == Back::inPlace && !item.place.empty()) {
+        finishMove(step, item);
+    }
     if (item.outcome != Back::waiting) {
         if (item.place.empty()) {
             forget(step);
@@ -179,6 +189,18 @@ PutBack::Directory PutBack::holdDirectoryOf(const RecordedStep& step) {
     return made ? std::move(made) : std::move(held);
 }
 
+/// Removes what is left in the Trash of an item that was copied to its place, if its move was
+/// killed in between. The platform knows that; nothing else is removed.
+void PutBack::finishMove(const RecordedStep& step, const ItemBack& item) {
+    const auto held = HeldItem::hold(item.place);
+    const auto directory = fileSystem().holdDirectory(path::deletingLastComponent(step.path),
+                                                      step.links, qf::MissingDirectories::fail);
+    if (held && directory) {
+        static_cast<void>(qf::service<qf::Workspace>().putBack(
+            held->path(), path::appending((*directory)->path(), path::lastComponent(step.path))));
+    }
+}
+
 void PutBack::move(const RecordedStep& step, const Directory& directory, ItemBack& item) {
     const auto held = HeldItem::hold(item.place);
     if (!held) {
@@ -196,6 +218,8 @@ void PutBack::move(const RecordedStep& step, const Directory& directory, ItemBac
                   : qf::Unexpected(directory.error());
     if (moved) {
         item.outcome = Back::back;
+    } else if (isItemOf(step, step.path)) { // It was copied, and could not be removed.
+        fail(item, moved.error().localizedDescription);
     } else if (isTaken(step.path)) {
         item.outcome = Back::occupied;
     } else {
@@ -247,7 +271,12 @@ void PutBack::writeJobFile(unsigned run, const RecordedStep& step, const std::st
     }
     auto made = path::appending((*records)->path(), RunRecords::keptFile(run, step.path));
     auto done = qf::Result<void>();
-    if (contentOfFile(made) != step.job->content) {
+    const auto kept = contentOfFile(made);
+    if (!kept && isFile(made)) { // It may have more than the record, such as an access list.
+        fail(item, qf::translated(keptUnreadable));
+        return;
+    }
+    if (kept != step.job->content) {
         made = path::appending((*records)->path(), RunRecords::unfinishedFile);
         done = fileSystem().writeAtomicallyWith(made, *step.job->content, step.item.permissions,
                                                 step.item.modificationDate);

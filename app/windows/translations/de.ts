@@ -275,6 +275,10 @@
         <source>A background job&apos;s file could not be read.</source>
         <translation>Die Datei eines Hintergrunddienstes konnte nicht gelesen werden.</translation>
     </message>
+    <message>
+        <source>The copy of it that was kept cannot be read.</source>
+        <translation>Die Kopie, die davon aufbewahrt wurde, ist nicht lesbar.</translation>
+    </message>
 </context>
 <context>
     <name>Records</name>

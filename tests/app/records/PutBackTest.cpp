@@ -1,7 +1,11 @@
 #include "app/records/PutBack.h"
 
+#include "platform/linux/files/TemporaryItem.h"
+#include "platform/linux/posix/OpenDirectory.h"
 #include "tests/app/records/MachineOnDisk.h"
+#include "tests/support/TreeDescription.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/xattr.h>
 
@@ -13,6 +17,21 @@ using records::ItemBack;
 using records::PutBack;
 
 namespace {
+
+/// Files of which one cannot be opened.
+class UnreadableFile : public qf::native::FileStreams {
+public:
+    explicit UnreadableFile(std::string file) : file_(std::move(file)) {}
+
+    qf::OpenedStream openExisting(const std::string& path, qf::FileAccess access) override {
+        return fs::path(path).filename() == fs::path(file_).filename()
+                   ? qf::Unexpected(qf::SystemError{EIO})
+                   : FileStreams::openExisting(path, access);
+    }
+
+private:
+    std::string file_;
+};
 
 class PutBackTest : public MachineOnDisk {
 protected:
@@ -33,6 +52,17 @@ protected:
     /// Returns the copy of a job's file that the first run has kept.
     std::string kept(const std::string& jobFile) const {
         return fs::path(runs.file(1)).replace_filename(records::RunRecords::keptFile(1, jobFile));
+    }
+
+    /// Leaves at an item what a process that is killed between copying it from the Trash and
+    /// removing it there leaves.
+    static void markAsMoved(const std::string& item) {
+        const auto directory =
+            qf::native::openDirectory(AT_FDCWD, fs::path(item).parent_path().string().c_str());
+        const auto name = fs::path(item).filename().string();
+        auto mark = qf::native::TemporaryItem::makeMark(directory->get(), name + '/' + name);
+        ASSERT_TRUE(mark);
+        mark->leave();
     }
 
     static Lines trashOf(const TemporaryDirectory& home) {
@@ -844,6 +874,66 @@ TEST_F(PutBackTest, SaysNothingOfWhatTheRunLeftInPlace) {
 
     ASSERT_EQ(items.size(), 1U);
     EXPECT_EQ(items.front().path, taken);
+}
+
+TEST_F(PutBackTest, RemovesTheRestOfAnItemWhoseMoveBackWasKilled) {
+    const MemoryDirectory other;
+    if (!other.whyNoOtherVolume().empty()) {
+        GTEST_SKIP() << other.whyNoOtherVolume();
+    }
+    searchPaths.lists[{qf::DirectoryKind::caches, qf::DomainMask::user}] = {other.path()};
+    const auto item = write(other.path() + "/com.quillfen.Ospenth");
+    uninstall();
+    const auto rest = home / "user/.Trash/com.quillfen.Ospenth";
+    fs::copy_file(rest, item);
+    fs::last_write_time(item, fs::last_write_time(rest));
+    markAsMoved(item);
+
+    EXPECT_EQ(resultOf(putBack(), item).outcome, Back::inPlace);
+
+    EXPECT_EQ(trashOf(home), Lines());
+    EXPECT_TRUE(exists(item));
+}
+
+TEST_F(PutBackTest, LeavesTheTwinOfAnItemThatIsInPlaceInTheTrash) {
+    const auto item = write(cache("Ospenth"));
+    uninstall();
+    const auto twin = home / "user/.Trash/com.quillfen.Ospenth";
+    fs::copy_file(twin, item);
+    fs::last_write_time(item, fs::last_write_time(twin));
+
+    EXPECT_EQ(resultOf(putBack(), item).outcome, Back::inPlace);
+
+    EXPECT_EQ(trashOf(home), Lines{"com.quillfen.Ospenth"});
+}
+
+TEST_F(PutBackTest, SaysWhyACopiedItemIsStillInTheTrashToo) {
+    const auto item = write(cache("Ospenth"));
+    uninstall();
+    const auto twin = home / "user/.Trash/com.quillfen.Ospenth";
+    desktop.failure = EIO;
+    desktop.beforePuttingBack = [&] {
+        fs::copy_file(twin, item);
+        fs::last_write_time(item, fs::last_write_time(twin));
+    };
+
+    const auto result = resultOf(putBack(), item);
+
+    EXPECT_EQ(result.outcome, Back::failed);
+    EXPECT_NE(result.reason.find("com.quillfen.Ospenth"), std::string::npos) << result.reason;
+}
+
+TEST_F(PutBackTest, MakesNoJobFileAnewWhoseKeptCopyCannotBeRead) {
+    const auto file = write(agent("Lunevar"));
+    uninstall();
+    UnreadableFile streams(kept(file));
+    const qf::ScopedService<qf::FileStreams> streamsScope(streams);
+
+    const auto result = resultOf(putBack(), file);
+
+    EXPECT_EQ(result.outcome, Back::failed);
+    EXPECT_EQ(result.reason, "The copy of it that was kept cannot be read.");
+    EXPECT_FALSE(exists(file));
 }
 
 TEST_F(PutBackTest, PreviewTellsWhatIsOccupied) {
