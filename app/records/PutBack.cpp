@@ -32,11 +32,6 @@ bool isTaken(const std::string& itemPath) {
     return fileSystem().attributesOfItem(itemPath).has_value();
 }
 
-bool isFile(const std::string& itemPath) {
-    const auto item = fileSystem().attributesOfItem(itemPath);
-    return item && item->kind == qf::ItemKind::file;
-}
-
 bool isSuperuser() {
     return qf::service<qf::UserAccount>().realUserId() == 0;
 }

@@ -26,12 +26,6 @@ bool isThere(const std::string& path) {
     return qf::service<qf::FileSystem>().exists(path);
 }
 
-/// Returns whether there is a file itself at the path, no link.
-bool isFile(const std::string& path) {
-    const auto item = qf::service<qf::FileSystem>().attributesOfItem(path);
-    return item && item->kind == qf::ItemKind::file;
-}
-
 /// Returns how a step ended whose item is gone; no value if nobody knows where it went.
 std::optional<StepEnd> endAfter(const qf::TrashResult& result) {
     switch (result.outcome) {

@@ -199,4 +199,9 @@ std::optional<std::string> contentOfFile(const std::string& file) {
     return stream ? contentOf(**stream) : std::nullopt;
 }
 
+bool isFile(const std::string& path) {
+    const auto item = qf::service<qf::FileSystem>().attributesOfItem(path);
+    return item && item->kind == qf::ItemKind::file;
+}
+
 } // namespace records

@@ -82,4 +82,7 @@ private:
 /// 16 MiB.
 std::optional<std::string> contentOfFile(const std::string& file);
 
+/// Returns whether there is a file itself at the path, no link.
+bool isFile(const std::string& path);
+
 } // namespace records
