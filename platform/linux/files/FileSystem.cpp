@@ -331,9 +331,7 @@ Result<void> FileSystem::setImmutable(const std::string& path, bool immutable) {
 
 void FileSystem::removeAbandonedCopies(const std::string& directory) {
     if (const auto opened = openAtPath(directory, O_PATH | O_DIRECTORY | O_CLOEXEC)) {
-        TemporaryItem::removeAbandoned(opened->get(), [](const auto&, const std::string& name) {
-            return !TemporaryItem::isMark(name);
-        });
+        TemporaryItem::removeAbandonedCopies(opened->get());
     }
 }
 

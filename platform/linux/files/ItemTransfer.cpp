@@ -53,6 +53,9 @@ SystemResult<void> afterNaming(const SystemResult<void>& named) {
     return failedWith(named, EINVAL) ? Unexpected(nameNotAllowed) : named;
 }
 
+constexpr mode_t privateDirectory = S_IFDIR | 0700;
+constexpr mode_t privateFile = S_IFREG | 0600;
+
 /// One copy, or one move between volumes.
 class Transfer {
 public:
@@ -78,6 +81,7 @@ public:
         if (!mark) {
             return unfinished;
         }
+        TemporaryItem::removeAbandonedCopies(destination_);
         const auto done = obstacle.is(EEXIST) ? removeCopied() : unfinished;
         const bool hasChanged = !done && done.error().number == changedMeanwhile;
         if (!done && !hasChanged && !done.error().number.is(ENOENT)) {
@@ -90,7 +94,7 @@ private:
     EntryResult<void> copy() {
         const bool isDirectory = S_ISDIR(status_.stx_mode);
         return isDirectory || S_ISREG(status_.stx_mode) ? copyOpened(isDirectory)
-                                                        : aboutEntry(name_, copyInOneStep());
+                                                        : aboutEntry(name_, copyUnopenable());
     }
 
     /// Without the mark, a process that is killed leaves the rest of the source where it is.
@@ -149,9 +153,9 @@ private:
         return {};
     }
 
-    /// Copies a link, a FIFO, a socket or a device, which is created in one step.
-    SystemResult<void> copyInOneStep() {
-        auto done = afterNaming(copyUnopened({source_, name_}, status_, {destination_, newName_}));
+    /// Copies a link, a FIFO, a socket or a device.
+    SystemResult<void> copyUnopenable() {
+        auto done = afterNaming(makeAside());
         if (done && isMove_) {
             copied_.add(status_, TreePlace::top);
             copied_.close();
@@ -163,9 +167,19 @@ private:
         return done;
     }
 
+    /// Gives the copy its name when it has everything else: one that a killed process left without
+    /// its date would be taken for another item.
+    SystemResult<void> makeAside() const {
+        const auto aside = TemporaryItem::make(destination_, newName_, privateDirectory);
+        if (!aside) {
+            return Unexpected(aside.error());
+        }
+        const EntryRef copy{aside->item().get(), newName_};
+        const auto copied = copyUnopened({source_, name_}, status_, copy);
+        return copied ? renameWithoutReplacing(copy, {destination_, newName_}) : copied;
+    }
+
     EntryResult<void> copyOpened(bool isDirectory) {
-        constexpr mode_t privateDirectory = S_IFDIR | 0700;
-        constexpr mode_t privateFile = S_IFREG | 0600;
         auto copy = TemporaryItem::make(destination_, newName_,
                                         isDirectory ? privateDirectory : privateFile);
         if (!copy) {

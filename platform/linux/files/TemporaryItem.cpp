@@ -193,6 +193,11 @@ void TemporaryItem::removeAbandoned(int directory, const Examine& examine) {
     }
 }
 
+void TemporaryItem::removeAbandonedCopies(int directory) {
+    removeAbandoned(directory,
+                    [](const auto& /*item*/, const std::string& name) { return !isMark(name); });
+}
+
 std::optional<TemporaryItem> TemporaryItem::adoptMark(int directory, const std::string& purpose) {
     for (int count = 1; count <= mostClaims; ++count) {
         auto name = temporaryName(markPrefix, purpose, count);

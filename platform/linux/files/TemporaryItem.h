@@ -44,6 +44,9 @@ public:
     /// which `examine` returns true.
     static void removeAbandoned(int directory, const Examine& examine);
 
+    /// Likewise, all that are no marks.
+    static void removeAbandonedCopies(int directory);
+
     /// Takes over the mark that a killed process left in the directory for the same purpose;
     /// nullopt if there is none.
     static std::optional<TemporaryItem> adoptMark(int directory, const std::string& purpose);

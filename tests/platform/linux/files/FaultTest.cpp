@@ -7,6 +7,9 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/time.h>
+
+#include <array>
 #include <cerrno>
 #include <filesystem>
 #include <fstream>
@@ -175,6 +178,33 @@ TEST(Kill, LeavesNothingOfAFileThatTheNextWriteDoesNotTidyUp) {
             << "call " << moment;
     }
     EXPECT_GT(moment, 4) << "there is hardly any call that could be the last";
+}
+
+TEST(Kill, LeavesALinkThatIsMovedWholeOnOneSideAtEveryMomentAndTheNextMoveFinishes) {
+    const MemoryDirectory directory;
+    const auto item = directory / "link";
+    const auto place = directory / "place";
+    int moment = 1;
+    for (Outcome outcome{.status = -1}; outcome.status == -1;) {
+        ++moment;
+        fs::remove(place);
+        fs::remove(item);
+        fs::create_symlink("missing", item);
+        const std::array<timeval, 2> longAgo{};
+        ASSERT_EQ(::lutimes(item.c_str(), longAgo.data()), 0);
+        const auto whole = description(item);
+
+        outcome = runFaulty({"move", item, place}, otherVolume + ',' + any(moment, "kill"));
+
+        const auto there = description(place);
+        EXPECT_TRUE(there == whole || (there.empty() && description(item) == whole))
+            << "call " << moment << ": " << outcome.output;
+        static_cast<void>(runFaulty({"move", item, place}, otherVolume));
+        EXPECT_EQ(description(place), whole) << "call " << moment;
+        EXPECT_EQ(strangers(directory.path(), {"place"}), std::vector<std::string>{})
+            << "call " << moment;
+    }
+    EXPECT_GT(moment, 10) << "there is hardly any call that could be the last";
 }
 
 TEST(Kill, LeavesAnItemThatIsMovedWholeOnOneSideAtEveryMomentAndTheNextMoveFinishes) {
