@@ -53,8 +53,8 @@ SystemResult<void> afterNaming(const SystemResult<void>& named) {
     return failedWith(named, EINVAL) ? Unexpected(nameNotAllowed) : named;
 }
 
-constexpr mode_t privateDirectory = S_IFDIR | 0700;
-constexpr mode_t privateFile = S_IFREG | 0600;
+constexpr mode_t hiddenDirectory = S_IFDIR | 0700;
+constexpr mode_t hiddenFile = S_IFREG | 0600;
 
 /// One copy, or one move between volumes.
 class Transfer {
@@ -170,7 +170,7 @@ private:
     /// Gives the copy its name when it has everything else: one that a killed process left without
     /// its date would be taken for another item.
     SystemResult<void> makeAside() const {
-        const auto aside = TemporaryItem::make(destination_, newName_, privateDirectory);
+        const auto aside = TemporaryItem::make(destination_, newName_, hiddenDirectory);
         if (!aside) {
             return Unexpected(aside.error());
         }
@@ -181,7 +181,7 @@ private:
 
     EntryResult<void> copyOpened(bool isDirectory) {
         auto copy = TemporaryItem::make(destination_, newName_,
-                                        isDirectory ? privateDirectory : privateFile);
+                                        isDirectory ? hiddenDirectory : hiddenFile);
         if (!copy) {
             return Unexpected(EntryError{copy.error(), name_});
         }
