@@ -286,8 +286,20 @@ void PutBack::writeJobFile(unsigned run, const RecordedStep& step, const std::st
     }
 }
 
-/// Loads the jobs that were loaded before the run, once their programs are back.
+/// Loads the jobs that were loaded before the run, once their programs are back. A tool that was
+/// killed is asked once more.
 void PutBack::loadJobs(const RunRecord& run) {
+    constexpr int attempts = 2;
+    for (int attempt = 0; attempt < attempts; ++attempt) {
+        for (const auto& file : unloadedJobs(run)) {
+            jobs_.load(file);
+        }
+    }
+}
+
+/// Returns the files that are back of jobs that were loaded before the run and are not now.
+std::vector<std::string> PutBack::unloadedJobs(const RunRecord& run) {
+    std::vector<std::string> files;
     std::optional<std::set<std::string>> loaded;
     for (const auto& step : run.steps) {
         if (!step.job || !step.job->isLoaded || step.job->content != contentOfFile(step.path)) {
@@ -297,9 +309,10 @@ void PutBack::loadJobs(const RunRecord& run) {
             loaded = jobs_.loaded().value_or(std::set<std::string>());
         }
         if (!loaded->contains(step.subject)) {
-            jobs_.load(step.path);
+            files.push_back(step.path);
         }
     }
+    return files;
 }
 
 } // namespace records

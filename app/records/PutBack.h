@@ -70,6 +70,7 @@ private:
     void writeJobFile(unsigned run, const RecordedStep& step, const std::string& path,
                       ItemBack& item);
     void loadJobs(const RunRecord& run);
+    std::vector<std::string> unloadedJobs(const RunRecord& run);
 
     const RunRecords& records_;
     Jobs& jobs_;

@@ -8,6 +8,8 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <system_error>
+#include <thread>
 #include <utility>
 
 namespace qf::native {
@@ -15,9 +17,9 @@ namespace qf::native {
 namespace {
 
 /// Returns the system bus, or null without one. The library's own way ends the process with the
-/// bus, or without descriptors.
+/// bus, or without descriptors or threads.
 Owned<GDBusConnection> systemBus() {
-    if (!hasDescriptorsForBus()) {
+    if (!hasMeansForBus()) {
         return nullptr;
     }
     Owned<GDBusConnection> bus(g_bus_get_sync(G_BUS_TYPE_SYSTEM, nullptr, nullptr));
@@ -64,28 +66,40 @@ public:
     Question(Question&&) = delete;
     Question& operator=(Question&&) = delete;
 
+    /// GLib's own threads would keep the question waiting for good where none can be started.
     void answer() {
-        ++answering_.open;
-        const Owned<GTask> asking(g_task_new(nullptr, nullptr, wasAnswered, this));
-        g_task_set_task_data(asking.get(), this, nullptr);
-        g_task_run_in_thread(asking.get(), think);
+        GMainContext* context = g_main_context_ref_thread_default();
+        try {
+            thinking_ = std::thread([this, context] {
+                answer_ = answering_.answerer(administrators_, ++attempt_);
+                callLater(context, wasAnswered);
+                g_main_context_unref(context);
+            });
+            ++answering_.open;
+        } catch (const std::system_error&) {
+            g_main_context_unref(context);
+            finish(true);
+        }
     }
 
 private:
-    static void think(GTask* asking, void* /*source*/, void* data, GCancellable* /*cancellable*/) {
-        auto* self = static_cast<Question*>(data);
-        self->answer_ = self->answering_.answerer(self->administrators_, ++self->attempt_);
-        g_task_return_boolean(asking, TRUE);
+    void callLater(GMainContext* context, GSourceFunc function) {
+        GSource* later = g_idle_source_new();
+        g_source_set_callback(later, function, this, nullptr);
+        g_source_attach(later, context);
+        g_source_unref(later);
     }
 
-    static void wasAnswered(GObject* /*source*/, GAsyncResult* /*result*/, void* data) {
+    static gboolean wasAnswered(void* data) {
         auto* self = static_cast<Question*>(data);
+        self->thinking_.join();
         --self->answering_.open;
         if (self->answer_.kind == PolkitAnswer::Kind::password && !self->isDone_) {
             self->startSession(self->answer_);
         } else {
             self->finish(self->answer_.kind == PolkitAnswer::Kind::dismiss);
         }
+        return G_SOURCE_REMOVE;
     }
 
     void startSession(const PolkitAnswer& answer) {
@@ -122,10 +136,7 @@ private:
     /// The session still uses itself after it has said this, so the rest comes later.
     static void wasCompleted(Question* self, gboolean gained) {
         self->isDone_ = self->isDone_ || gained != FALSE;
-        GSource* later = g_idle_source_new();
-        g_source_set_callback(later, &Question::proceed, self, nullptr);
-        g_source_attach(later, g_main_context_get_thread_default());
-        g_source_unref(later);
+        self->callLater(g_main_context_get_thread_default(), proceed);
     }
 
     static gboolean proceed(void* data) {
@@ -147,6 +158,7 @@ private:
     }
 
     Answering& answering_;
+    std::thread thinking_;
     PolkitAnswer answer_;
     Owned<GTask> task_;
     std::string cookie_;

@@ -32,7 +32,7 @@ private:
 
 std::unique_ptr<Inhibition> Inhibitors::inhibitShutdown(const std::string& who,
                                                         const std::string& why) {
-    TimedBus bus(hasDescriptorsForBus() ? systemBusAddress() : "");
+    TimedBus bus(hasMeansForBus() ? systemBusAddress() : "");
     if (bus.connection() == nullptr) {
         return nullptr;
     }

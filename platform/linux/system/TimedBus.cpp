@@ -6,6 +6,10 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
+#include <future>
+#include <system_error>
+#include <thread>
 #include <utility>
 
 namespace qf::native {
@@ -19,8 +23,6 @@ gboolean cancel(void* cancellable) {
     return G_SOURCE_REMOVE;
 }
 
-} // namespace
-
 bool hasDescriptorsForBus() {
     // A loop has two on systems without eventfd, and there are at most three: that of the caller,
     // of the bus and of GLib itself.
@@ -30,13 +32,43 @@ bool hasDescriptorsForBus() {
     return static_cast<bool>(descriptors.back());
 }
 
+/// GLib starts two, one for buses and one for itself, and keeps them.
+bool hasThreadsForBus() {
+    static std::atomic<bool> hasStarted{false};
+    if (hasStarted) {
+        return true;
+    }
+    std::promise<void> end;
+    const auto ended = end.get_future().share();
+    std::array<std::thread, 2> threads;
+    try {
+        std::generate(threads.begin(), threads.end(),
+                      [&ended] { return std::thread([ended] { ended.wait(); }); });
+        hasStarted = true;
+    } catch (const std::system_error&) { // None is left.
+    }
+    end.set_value();
+    for (auto& thread : threads) {
+        if (thread.joinable()) {
+            thread.join();
+        }
+    }
+    return hasStarted;
+}
+
+} // namespace
+
+bool hasMeansForBus() {
+    return hasDescriptorsForBus() && hasThreadsForBus();
+}
+
 std::string systemBusAddress() {
     const OwnedText address(g_dbus_address_get_for_bus_sync(G_BUS_TYPE_SYSTEM, nullptr, nullptr));
     return address ? address.get() : "";
 }
 
 TimedBus::TimedBus(const std::string& address) : cancellable_(g_cancellable_new()) {
-    if (!hasDescriptorsForBus()) {
+    if (!hasMeansForBus()) {
         return;
     }
     context_ = g_main_context_new();

@@ -8,9 +8,10 @@
 
 namespace qf::native {
 
-/// Returns whether the descriptors are left that GLib needs for a connection to a bus and the event
-/// loops that serve it. GLib ends the process where it cannot open those of a loop.
-bool hasDescriptorsForBus();
+/// Returns whether the descriptors and threads are left that GLib needs for a connection to a bus
+/// and the event loops that serve it. GLib ends the process where it gets none of them. Any thread
+/// may call this.
+bool hasMeansForBus();
 
 /// Returns the address of the system bus; empty if it has none. To find it, GLib starts an event
 /// loop too.
@@ -20,8 +21,8 @@ std::string systemBusAddress();
 /// thread. A shared connection may end the process when the bus goes away.
 class TimedBus {
 public:
-    /// Connects to the bus at a D-Bus address. There is no connection if too few descriptors are
-    /// left.
+    /// Connects to the bus at a D-Bus address. There is no connection if too few descriptors or
+    /// threads are left.
     explicit TimedBus(const std::string& address);
     ~TimedBus();
     TimedBus(const TimedBus&) = delete;

@@ -147,10 +147,16 @@ private:
 class DescribedJobs : public records::Jobs {
 public:
     std::optional<std::set<std::string>> labels{std::in_place};
-    std::vector<std::string> files; ///< That were loaded.
+    std::vector<std::string> files; ///< That were to be loaded.
+    int failures = 0;               ///< How often loading fails.
 
     std::optional<std::set<std::string>> loaded() override { return labels; }
-    void load(const std::string& file) override { files.push_back(file); }
+    void load(const std::string& file) override {
+        files.push_back(file);
+        if (labels && --failures < 0) {
+            labels->insert(std::filesystem::path(file).stem());
+        }
+    }
 };
 
 /// Notes the names of the items that are begun, and how far that is.

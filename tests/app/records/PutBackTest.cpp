@@ -774,6 +774,19 @@ TEST_F(PutBackTest, LoadsNoJobOfAnotherFileInItsPlace) {
     EXPECT_EQ(jobs.files, Lines());
 }
 
+TEST_F(PutBackTest, LoadsAJobOnceMoreThatWasNotLoaded) {
+    const auto file = write(agent("Lunevar"));
+    jobs.labels = {"com.quillfen.Lunevar"};
+    uninstall();
+    jobs.labels->clear();
+    jobs.failures = 1;
+
+    putBack();
+
+    EXPECT_EQ(jobs.files, (Lines{file, file}));
+    EXPECT_EQ(jobs.labels, std::set<std::string>{"com.quillfen.Lunevar"});
+}
+
 TEST_F(PutBackTest, LoadsAJobOnceItsProgramIsBack) {
     const auto program = write(home / "Applications/Quillfen/Kelvane/Lunevar.app/program");
     const auto file = write(agent("Lunevar"));
@@ -782,7 +795,8 @@ TEST_F(PutBackTest, LoadsAJobOnceItsProgramIsBack) {
     class CheckingJobs : public DescribedJobs {
     public:
         explicit CheckingJobs(std::string wanted) : program(std::move(wanted)) {}
-        void load(const std::string& /*file*/) override {
+        void load(const std::string& file) override {
+            DescribedJobs::load(file);
             wasProgramThere.push_back(exists(program));
         }
         std::string program;

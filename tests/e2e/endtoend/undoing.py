@@ -95,8 +95,8 @@ def clear(account: Account, program: str) -> None:
             os.unlink(path)
 
 
-def give_password(terminal: Terminal) -> None:
-    terminal.wait_for(PASSWORD_PROMPT)
+def give_password(terminal: Terminal, prompt: str = PASSWORD_PROMPT) -> None:
+    terminal.wait_for(prompt)
     terminal.wait_until_hidden()
     terminal.type(f"{PASSWORD}\n")
 

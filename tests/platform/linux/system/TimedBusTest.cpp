@@ -1,11 +1,13 @@
 #include "platform/linux/system/TimedBus.h"
 
 #include "tests/platform/linux/SessionBus.h"
+#include "tests/support/NoThreadsLeft.h"
 #include "tests/support/ScopedEnvironment.h"
 #include "tests/support/ScopedLimit.h"
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <memory>
 
 using qf::native::systemBusAddress;
@@ -39,6 +41,18 @@ TEST(TimedBus, HasNoConnectionWithoutDescriptors) {
         const TimedBus timed(bus.address());
         EXPECT_EQ(timed.connection(), nullptr);
     }
+}
+
+// GLib keeps the threads that an earlier test has started.
+TEST(TimedBusDeathTest, HasNoConnectionWithoutThreads) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(
+        {
+            const SessionBus bus;
+            const NoThreadsLeft none;
+            std::exit(TimedBus(bus.address()).connection() == nullptr ? 0 : 1);
+        },
+        testing::ExitedWithCode(0), "");
 }
 
 TEST(TimedBus, DoesNotWaitForAnAnswerForGood) {
