@@ -180,8 +180,8 @@ private:
     }
 
     EntryResult<void> copyOpened(bool isDirectory) {
-        auto copy = TemporaryItem::make(destination_, newName_,
-                                        isDirectory ? hiddenDirectory : hiddenFile);
+        auto copy =
+            TemporaryItem::make(destination_, newName_, isDirectory ? hiddenDirectory : hiddenFile);
         if (!copy) {
             return Unexpected(EntryError{copy.error(), name_});
         }
