@@ -10,6 +10,8 @@
 
 #include <climits>
 #include <filesystem>
+#include <future>
+#include <iterator>
 
 namespace fs = std::filesystem;
 
@@ -460,6 +462,25 @@ TEST_F(Trash, TakesManyItemsOfOneName) {
         EXPECT_TRUE(exists(trashinfo(name))) << name;
     }
     EXPECT_EQ(strayIn(home / ".local/share/Trash"), std::vector<std::string>());
+}
+
+TEST_F(Trash, ThatIsARealDirectoryTakesTheItemsOfManyProcessesAtOnce) {
+    home.makeDirectory(".Trash");
+    constexpr int processes = 16;
+    constexpr int count = 25;
+    std::vector<std::future<Outcome>> running;
+    for (int i = 0; i < processes; ++i) {
+        const auto own = home.makeDirectory("items" + std::to_string(i));
+        running.push_back(std::async(std::launch::async, [this, own] {
+            return runChild({"recycle-namesakes", own, trash, std::to_string(count)}, environment);
+        }));
+    }
+    for (auto& child : running) {
+        EXPECT_EQ(child.get().output, "ok\n");
+    }
+
+    using Directory = fs::directory_iterator;
+    EXPECT_EQ(std::distance(Directory(trash), Directory()), processes * count);
 }
 
 TEST_F(Trash, RecordsWhatTheAdministratorsToolMoves) {
