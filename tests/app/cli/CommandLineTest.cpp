@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <sstream>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -29,6 +31,16 @@ std::string outputOf(const std::vector<std::string>& words) {
     ::testing::internal::CaptureStdout();
     static_cast<void>(parse(words));
     return ::testing::internal::GetCapturedStdout();
+}
+
+/// Returns a text with a space for each gap between two words.
+std::string inOneLine(const std::string& text) {
+    std::istringstream words(text);
+    std::string line;
+    for (std::string word; words >> word;) {
+        line += word + ' ';
+    }
+    return line;
 }
 
 int statusOf(const std::vector<std::string>& words) {
@@ -158,6 +170,31 @@ TEST(CommandLine, EndsAfterHelpAndVersion) {
 
 TEST(CommandLine, TellsItsVersion) {
     EXPECT_EQ(outputOf({"--version"}), "kelvane-uninstaller 1.2.3\n");
+}
+
+TEST(CommandLine, SaysWhatEachOptionDoes) {
+    const auto help = outputOf({"--help"});
+    for (const char* explained :
+         {"--help Print this text. ", "--version Print the version. ",
+          "--uninstall Uninstall without a question. ",
+          "--remove-shared Also remove items shared by all Quillfen products. ",
+          "--all-users With --uninstall, for root: also in the home folder of every account, with "
+          "that account's rights. ",
+          "--quiet With --uninstall, --put-back or --yes: print nothing, ask for no password. ",
+          "--terminal Ask on the terminal even where there is a display. ",
+          "--list Print what would be moved; change nothing. ",
+          "--json With --list, --list-runs or --show-last: print JSON. ",
+          "--report FILE With --uninstall, --terminal, --put-back or --empty: write to FILE, as "
+          "JSON, what became of every item. With --quiet, - is standard output. ",
+          "--put-back [RUN] Put back what the last uninstall, or a RUN, took away. With --list: "
+          "print what would come back. ",
+          "--window With --put-back: show it in a window. ",
+          "--empty [RUN] Delete for good what the last uninstall, or a RUN, moved to the Trash. "
+          "With --uninstall: afterwards. ",
+          "--yes With --empty: do not ask. ", "--list-runs Print the runs that are recorded. ",
+          "--show-last Print what the last run did. "}) {
+        EXPECT_NE(inOneLine(help).find(explained), std::string::npos) << explained;
+    }
 }
 
 TEST(CommandLine, ExplainsItsOptionsBeginningWithThoseThatChangeNothing) {

@@ -196,12 +196,14 @@ TEST_F(ReportTest, ListsForAPerson) {
                    rowOf("/x/found", ItemState::found),
                    rowOf("/x/found", ItemState::repeated),
                    rowOf("/x/line\nend", ItemState::absent),
-                   {PlanAction::trashBundle, "com.a", {}, "", ItemState::absent}}),
+                   {PlanAction::trashBundle, "com.a", {}, "", ItemState::absent},
+                   {PlanAction::trashBundle, "com.b", {"A", "B"}, "", ItemState::absent}}),
               "stop               A, B\n"
               "found      1.2 kB  /x/found\n"
               "repeated           /x/found\n"
               "absent             /x/line\\x0Aend\n"
               "absent             com.a\n"
+              "absent             com.b: A, B\n"
               "\n"
               "1 item found, 1.2 kB\n");
 }

@@ -65,6 +65,13 @@ TEST_F(EmptyingTest, DeletesWhatTheRunTrashedAndNothingElse) {
     EXPECT_TRUE(runs.read(1).isClosed);
 }
 
+TEST_F(EmptyingTest, HasANameForWhatBecameOfAnItem) {
+    const std::vector<std::string> names{nameOf(Emptied::waiting), nameOf(Emptied::deleted),
+                                         nameOf(Emptied::gone), nameOf(Emptied::failed)};
+
+    EXPECT_EQ(names, (Lines{"waiting", "deleted", "gone", "failed"}));
+}
+
 TEST_F(EmptyingTest, TellsHowFarItIs) {
     write(cache("Ospenth"));
     write(cache("Dunmarl"));

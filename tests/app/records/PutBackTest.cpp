@@ -278,6 +278,7 @@ TEST_F(PutBackTest, AsksForNoRightThatIsOfNoHelp) {
     EXPECT_EQ(result.outcome, Back::failed);
     EXPECT_EQ(result.reason,
               "“com.quillfen.Ospenth” couldn’t be put back because the volume is full.");
+    EXPECT_EQ(result.cause, result.reason);
     EXPECT_TRUE(administrator.calls.empty());
     EXPECT_TRUE(exists(home / "user/.Trash/com.quillfen.Ospenth"));
 }

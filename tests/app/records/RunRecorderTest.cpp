@@ -534,6 +534,16 @@ TEST_F(RunRecorderTest, CountsRunsAndKeepsThemFromOthers) {
     EXPECT_EQ(directory.st_mode & 07777U, 0700U);
 }
 
+TEST_F(RunRecorderTest, CountsNoFileThatIsNamedOtherwise) {
+    uninstall();
+    const std::filesystem::path records = runs.file(1);
+    for (const char* number : {"0", "01", "-1", "1x", "one"}) {
+        write(records.parent_path() / (number + records.extension().string()));
+    }
+
+    EXPECT_EQ(runs.numbers(), std::vector{1U});
+}
+
 /// A disk on which one step of making a record fails.
 class FailingDisk : public qf::native::FileSystem {
 public:

@@ -94,6 +94,12 @@ INSTANTIATE_TEST_SUITE_P(
                     NamedText{{"TooLong"}, std::string(201, 'a')}),
     nameOfCase);
 
+TEST_F(LauncherEntryTest, IsMadeForAnIdentifierOfAllLettersAndDigits) {
+    const std::string identifier =
+        "abcdefghijklmnopqrstuvwxyz.ABCDEFGHIJKLMNOPQRSTUVWXYZ-0123456789_";
+    EXPECT_TRUE(launcherEntry(makeBundle("A.app"), information(identifier)));
+}
+
 TEST_F(LauncherEntryTest, IsMadeForTheLongestIdentifier) {
     EXPECT_TRUE(launcherEntry(makeBundle("A.app"), information(std::string(200, 'a'))));
 }

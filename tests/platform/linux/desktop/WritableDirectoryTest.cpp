@@ -4,11 +4,13 @@
 #include "tests/platform/linux/desktop/TrashPairs.h"
 #include "tests/platform/linux/files/Faults.h"
 #include "tests/support/TemporaryDirectory.h"
+#include "tests/support/TreeDescription.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <filesystem>
 
 namespace fs = std::filesystem;
@@ -78,6 +80,18 @@ TEST_F(WritableDirectoryTest, IsLeftAloneWhereTheUserMayMoveNothing) {
 
     EXPECT_EQ(fs::status(item_).permissions(), fs::perms(0555));
     ASSERT_EQ(::chmod((home_ / "items").c_str(), 0755), 0);
+}
+
+TEST_F(WritableDirectoryTest, IsNotMadeOfOneThatIsWritableAlready) {
+    const auto place = qf::native::findPlace(home_.makeDirectory("writable"));
+    const auto records = qf::native::findPlace(home_ / "items/record");
+    ASSERT_TRUE(place && records);
+
+    const auto made = qf::native::WritableDirectory::make(*place, home_ / "writable",
+                                                          records->directory.get(), "writable");
+
+    EXPECT_TRUE(failedWith(made, EACCES));
+    EXPECT_EQ(strangers(home_ / "items", {"folder"}), std::vector<std::string>());
 }
 
 TEST_F(WritableDirectoryTest, HasItsModeBackAfterAKillOnceSomethingIsTrashed) {
