@@ -532,6 +532,21 @@ TEST(CopyItem, LeavesNothingOfACopyThatFails) {
     ASSERT_EQ(::chmod((directory / "top/deep/closed").c_str(), 0755), 0);
 }
 
+// As one does that took it for abandoned before it was locked.
+TEST(CopyItem, LeavesItsFirstNameToAnotherProcessThatHasLockedIt) {
+    const TemporaryDirectory directory;
+    const auto file = directory.write("file", "content");
+
+    EXPECT_EQ(runChild({"copy", file, directory / "copy"},
+                       withFaults(failing("flock:1", EWOULDBLOCK) + ',' +
+                                  failing("flock:2", EWOULDBLOCK)))
+                  .output,
+              "ok\nfaults: 2\n");
+
+    EXPECT_EQ(contentOf(directory / "copy"), "content");
+    EXPECT_EQ(strangers(directory.path(), {"file", "copy"}).size(), 1U);
+}
+
 TEST(CopyItem, LeavesNothingOnAVolumeThatIsFull) {
     if (const auto reason = whyNoMounts(); !reason.empty()) {
         GTEST_SKIP() << reason;

@@ -9,6 +9,11 @@
 /// Makes every rename fail as if it led to another volume.
 inline const std::string otherVolume = "renameat2:1:" + std::to_string(EXDEV);
 
+/// Returns the fault of a call, such as "fsync:1", that fails with a number.
+inline std::string failing(const std::string& call, int number) {
+    return call + ':' + std::to_string(number);
+}
+
 /// Returns the environment to start a child with so that its system calls fail, and events that
 /// change a file change this one.
 inline std::vector<std::string> withFaults(const std::string& faults,

@@ -29,11 +29,6 @@ namespace {
 /// Simulates a file system that cannot refuse to replace an existing item.
 const std::string withoutRefusal = "renameat2:1:" + std::to_string(EINVAL);
 
-/// Returns the fault of a call, such as "fsync:1", that fails with a number.
-std::string failing(const std::string& call, int number) {
-    return call + ':' + std::to_string(number);
-}
-
 struct ItemToMove : NamedCase {
     const char* item;
 };
@@ -451,6 +446,21 @@ TEST(MoveItem, LeavesWholeWhatHoldsAMountedVolume) {
     EXPECT_EQ(strangers(directory.path(), {"top"}), std::vector<std::string>{});
 }
 
+TEST(MoveItem, DoesWithoutAttributesThatTheVolumeDoesNotKnow) {
+    const TemporaryDirectory directory;
+    const auto file = directory.write("file", "content");
+    if (::setxattr(file.c_str(), "user.name", "value", 5, 0) != 0) {
+        GTEST_SKIP() << "temporary folders are on a volume without extended attributes";
+    }
+
+    EXPECT_EQ(runChild({"move", file, directory / "new"},
+                       withFaults(otherVolume + ",fsetxattr:1:" + std::to_string(EOPNOTSUPP)))
+                  .output,
+              "ok\nfaults: 2\n");
+
+    EXPECT_EQ(contentOf(directory / "new"), "content");
+}
+
 TEST(MoveItem, LeavesWholeWhatCouldNotBeTakenAwayAfterwards) {
     const TemporaryDirectory directory;
     directory.write("top/closed/file", "whole");
@@ -468,6 +478,21 @@ TEST(MoveItem, LeavesWholeWhatCouldNotBeTakenAwayAfterwards) {
     EXPECT_EQ(contentOf(directory / "top/closed/file"), "whole");
     EXPECT_TRUE(fs::is_empty(directory / "destination"));
     ASSERT_EQ(::chmod((directory / "top/closed").c_str(), 0755), 0);
+}
+
+TEST(MoveItem, TellsThatTheDestinationMayNotBeEntered) {
+    const TemporaryDirectory directory;
+    directory.write("top/file", "whole");
+    const auto closed = directory.makeDirectory("closed");
+    ASSERT_EQ(::chmod(directory.path().c_str(), 0777), 0);
+    ASSERT_EQ(::chmod((directory / "top").c_str(), 0777), 0);
+    ASSERT_EQ(::chmod(closed.c_str(), 0600), 0);
+
+    const auto outcome = runChild({"move", directory / "top", closed + "/new"},
+                                  withFaults(otherVolume), asOrdinaryUser());
+
+    EXPECT_TRUE(outcome.output.starts_with("13 ")) << outcome.output;
+    EXPECT_EQ(contentOf(directory / "top/file"), "whole");
 }
 
 class MoveItemOutOfASharedDirectory : public testing::TestWithParam<MoveFaults> {};

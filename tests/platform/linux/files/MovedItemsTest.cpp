@@ -8,6 +8,7 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/sysmacros.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -149,6 +150,23 @@ TEST_F(MovedItemsTest, ComparesTheTargetsOfLinks) {
     ::symlink("target", (directory_ / "copy/same").c_str());
     ::symlink("target", (directory_ / "tree/other").c_str());
     ::symlink("another", (directory_ / "copy/other").c_str());
+
+    EXPECT_TRUE(check("same"));
+    EXPECT_EQ(check("other").error(), changedMeanwhile);
+}
+
+TEST_F(MovedItemsTest, ComparesTheNumbersOfDevices) {
+    const auto makeDevice = [&](const std::string& name, unsigned number) {
+        return ::mknod((directory_ / name).c_str(), S_IFCHR | 0600, ::makedev(1, number)) == 0;
+    };
+    directory_.makeDirectory("tree");
+    directory_.makeDirectory("copy");
+    if (!makeDevice("tree/same", 3)) {
+        GTEST_SKIP() << "only the superuser can make devices";
+    }
+    makeDevice("copy/same", 3);
+    makeDevice("tree/other", 3);
+    makeDevice("copy/other", 5);
 
     EXPECT_TRUE(check("same"));
     EXPECT_EQ(check("other").error(), changedMeanwhile);

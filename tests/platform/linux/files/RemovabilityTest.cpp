@@ -69,8 +69,9 @@ class RemovabilityInDirectory : public testing::TestWithParam<Owners> {};
 TEST_P(RemovabilityInDirectory, DependsOnTheOwners) {
     const auto& owners = GetParam();
     const auto directory = directoryOf(owners.ofDirectory, owners.mode);
-    EXPECT_EQ(checkRemovable(itemOf(owners.ofItem), &directory, owners.remover).ok(),
-              owners.isRemovable);
+    const auto checked = checkRemovable(itemOf(owners.ofItem), &directory, owners.remover);
+    EXPECT_EQ(checked.ok(), owners.isRemovable);
+    EXPECT_EQ(failedWith(checked, EPERM), !owners.isRemovable);
 }
 
 INSTANTIATE_TEST_SUITE_P(
