@@ -31,6 +31,10 @@ public:
 
     const Item& directory() const { return directory_; }
 
+    /// Notes for who comes after a kill which item is about to be renamed into it, and what that is
+    /// to be called where it goes next. Not every file system can keep that.
+    void expect(const Item& item, const std::string& nextName) const;
+
 private:
     bool make(StageFor use);
     void remove() const;
@@ -46,5 +50,8 @@ bool isRootsAlone(const Item& directory);
 
 /// Whether a stage was made for copies, on a file system that can tell.
 bool isMarkedForCopies(const FileDescriptor& stage);
+
+/// Whether an item, which is in a stage, is the one that was to come, to be called so next.
+bool isExpected(const Item& item, const std::string& nextName, const FileDescriptor& stage);
 
 } // namespace qf::native::helper
