@@ -60,7 +60,7 @@ void removeIfAbandoned(const Item& parent, const std::string& name, const Tool& 
 void removeAbandonedStages(const Item& parent, const Tool& remover) {
     try {
         for (const auto& name : namesIn(parent)) {
-            if (name.starts_with(Stage::namePrefix)) {
+            if (name.starts_with(stagePrefix)) {
                 removeIfAbandoned(parent, name, remover);
             }
         }
@@ -74,14 +74,18 @@ std::optional<AbandonedStage> findAbandonedItem(Place& source, const Place& dest
         return std::nullopt;
     }
     for (const auto& name : namesIn(destination.directory)) {
-        auto stage = name.starts_with(Stage::namePrefix)
-                         ? takeAbandoned(destination.directory, name)
-                         : std::nullopt;
-        auto item = stage ? findItem(stage->directory.descriptor.get(), source.name) : std::nullopt;
+        auto stage = name.starts_with(stagePrefix) ? takeAbandoned(destination.directory, name)
+                                                   : std::nullopt;
+        if (!stage) {
+            continue;
+        }
+        auto item = findItem(stage->directory.descriptor.get(), source.name);
         if (item && isExpected(*item, destination.name, stage->lock)) {
             source.item = std::move(item);
             return stage;
         }
+        // An empty one is not to have the program ask for this again.
+        ::unlinkat(destination.directory.descriptor.get(), name.c_str(), AT_REMOVEDIR);
     }
     return std::nullopt;
 }

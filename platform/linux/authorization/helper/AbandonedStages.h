@@ -14,7 +14,8 @@ void removeAbandonedStages(const Item& parent, const Tool& remover);
 
 /// Where nothing is at the source of a move nor at its destination, finds the stage of a process
 /// that was killed after it had renamed the item into it, for just this move. The source's item is
-/// then the one in the stage: the very item that was to be moved. Throws a Refusal.
+/// then the one in the stage: the very item that was to be moved. Removes stages of such processes
+/// that are empty. Throws a Refusal.
 std::optional<AbandonedStage> findAbandonedItem(Place& source, const Place& destination);
 
 } // namespace qf::native::helper

@@ -29,7 +29,7 @@ std::string newName() {
     if (::getrandom(&number, sizeof number, 0) != sizeof number) {
         throw startFailure(Errno::last());
     }
-    return std::string(Stage::namePrefix) + std::to_string(number);
+    return std::string(stagePrefix) + std::to_string(number);
 }
 
 /// Whether a directory is what has just been made, or as good. Who may change the directory that it
@@ -130,7 +130,7 @@ bool isMarkedForCopies(const FileDescriptor& stage) {
 
 bool isExpected(const Item& item, const std::string& nextName, const FileDescriptor& stage) {
     const std::string note = noteOf(item, nextName);
-    std::string found(note.size() + 1, '\0'); // a longer one is another
+    std::string found(note.size(), '\0'); // a longer one is not read
     const ssize_t size = ::fgetxattr(stage.get(), itemMark, found.data(), found.size());
     found.resize(size > 0 ? static_cast<std::size_t>(size) : 0);
     struct stat directory {};

@@ -4,7 +4,6 @@
 #include "platform/linux/posix/FileDescriptor.h"
 
 #include <string>
-#include <string_view>
 
 namespace qf::native::helper {
 
@@ -19,8 +18,6 @@ enum class StageFor {
 /// it is locked.
 class Stage {
 public:
-    static constexpr std::string_view namePrefix = ".qf-helper-";
-
     /// The parent must outlive this. Throws a Refusal.
     Stage(const Item& parent, StageFor use);
     ~Stage();

@@ -127,7 +127,7 @@ protected:
     /// The stage that was left.
     std::string stage() const {
         for (const auto& entry : std::filesystem::directory_iterator(folder)) {
-            if (entry.path().filename().string().starts_with(Stage::namePrefix)) {
+            if (entry.path().filename().string().starts_with(qf::native::helper::stagePrefix)) {
                 return entry.path();
             }
         }
@@ -255,6 +255,14 @@ TEST_F(HelperAbandonedItem, IsNotLookedForInADirectoryOfAUsers) {
     auto source = placeOf(item);
 
     EXPECT_FALSE(find(source, users + "/item"));
+}
+
+TEST_F(HelperAbandonedItem, IsNotLookedForTwiceInAStageWithNothingInIt) {
+    abandonStage(folder, StageFor::items, [](const Stage&) {});
+
+    EXPECT_FALSE(isFound());
+
+    EXPECT_EQ(stage(), "");
 }
 
 TEST_F(HelperAbandonedItem, ReplacesNothingThatHasComeMeanwhile) {
