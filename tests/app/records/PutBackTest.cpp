@@ -626,6 +626,7 @@ protected:
         fs::rename(place, hidden);
         QFAuthorization::sharedController().dealloc();
         administrator.calls.clear();
+        launcher.runs.clear();
     }
     /// Has the helper find the item when it is asked to move it once more.
     void letTheHelperFindIt() {
@@ -636,8 +637,8 @@ protected:
         return std::ranges::count(administrator.calls, "copyRights", &AuthorizationCall::operation);
     }
 
-    const std::string item = write(preferences("Ospenth"));
-    const std::string place = home / "user/.Trash/com.quillfen.Ospenth.plist";
+    const std::string item = write(preferences("Dunmarl"));
+    const std::string place = home / "user/.Trash/com.quillfen.Dunmarl.plist";
     const std::string hidden = home / "hidden";
 };
 
@@ -648,7 +649,7 @@ TEST_F(PutBackOnItsWay, IsAskedForOnceMore) {
 
     EXPECT_EQ(administrator.tools(), Lines{"/bin/mv -f " + place + " " + item});
     EXPECT_EQ(contentOf(item), "content");
-    EXPECT_EQ(desktop.forgotten, Lines{"com.quillfen.Ospenth.plist of " + item});
+    EXPECT_EQ(desktop.forgotten, Lines{"com.quillfen.Dunmarl.plist of " + item});
     EXPECT_TRUE(runs.read(1).isClosed);
 }
 
@@ -678,7 +679,7 @@ TEST_F(PutBackOnItsWay, IsGoneWhenTheHelperDoesNotFindIt) {
 
 TEST_F(PutBackOnItsWay, DoesNotKeepOthersFromTheirPlacesWhenTheHelperDoesNotFindIt) {
     fs::rename(hidden, item);
-    const auto other = write(preferences("Dunmarl"), "other");
+    const auto other = write(preferences("Ospenth"), "other");
     uninstall();
     fs::remove(place);
     administrator.unfinishedMoves = {item};

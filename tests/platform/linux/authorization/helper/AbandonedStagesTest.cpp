@@ -258,6 +258,7 @@ TEST_F(HelperAbandonedItem, IsNotLookedForInADirectoryOfAUsers) {
 }
 
 TEST_F(HelperAbandonedItem, IsNotLookedForTwiceInAStageWithNothingInIt) {
+    std::filesystem::remove(item);
     abandonStage(folder, StageFor::items, [](const Stage&) {});
 
     EXPECT_FALSE(isFound());
