@@ -734,6 +734,7 @@ TEST_F(PutBackOnItsWay, IsNotAskedForByRoot) {
     records::UndoObserver observer;
     account.userId = 0;
 
+    EXPECT_EQ(PutBack::preview(last).front().outcome, Back::gone);
     EXPECT_EQ(PutBack(runs, jobs, observer).perform(last).items.front().outcome, Back::gone);
 
     EXPECT_TRUE(administrator.calls.empty());
