@@ -90,6 +90,11 @@ public:
     virtual AuthorizationResult<AuthorizationRef>
     copyPrivilegedReference(AuthorizationFlags flags) = 0;
 
+    /// Returns whether a tool may have been killed that was moving an item to this path into a
+    /// directory of the superuser's, so that the item is neither there nor where it was. The same
+    /// move, started once more, then finishes that. Asks nobody.
+    [[nodiscard]] virtual bool mayHaveUnfinishedMove(const std::string& path) = 0;
+
     /// Starts a tool as the superuser and returns once it runs. `toolPath` is absolute and
     /// `arguments` leaves out the tool's own name; no shell is involved. A path or an argument with
     /// a zero byte is refused. The returned stream reads the tool's standard output; destroying it

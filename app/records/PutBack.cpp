@@ -55,6 +55,14 @@ std::string linkOnTheWay(const RecordedStep& step) {
     return found == links.end() ? std::string() : *found;
 }
 
+/// Returns whether an item that is not in the Trash may be where only the administrator gets at it,
+/// because a tool was killed on the way to its place.
+bool mayBeOnItsWay(const RecordedStep& step) {
+    return step.end && !step.end->place.empty() && !isTaken(step.path) && !isSuperuser() &&
+           linkOnTheWay(step).empty() &&
+           qf::service<qf::AuthorizationServices>().mayHaveUnfinishedMove(step.path);
+}
+
 /// Returns what is seen of an item before anything is done.
 ItemBack viewOf(const RecordedStep& step, const TrashedItems& trash) {
     ItemBack item{
@@ -66,12 +74,17 @@ ItemBack viewOf(const RecordedStep& step, const TrashedItems& trash) {
     const bool canReturn = isJobFile(step) || !item.place.empty();
     if (there && isRecordedItem(*there, step.item)) {
         item.outcome = Back::inPlace;
-    } else if (!canReturn) {
+    } else if (!canReturn && !mayBeOnItsWay(step)) {
         item.outcome = Back::gone;
     } else if (there) {
         item.outcome = Back::occupied;
     }
     return item;
+}
+
+/// Returns whether an item waits that is in neither of its places.
+bool isOnItsWay(const RecordedStep& step, const ItemBack& item) {
+    return item.outcome == Back::waiting && item.place.empty() && !isJobFile(step);
 }
 
 void fail(ItemBack& item, const std::string& reason) {
@@ -145,6 +158,8 @@ ItemBack PutBack::putBack(unsigned run, const RecordedStep& step, const TrashedI
     auto item = viewOf(step, trash);
     if (item.outcome == Back::inPlace && !item.place.empty()) {
         finishMove(step, item);
+    } else if (isOnItsWay(step, item)) {
+        finishMoveWithRight(step, item);
     }
     if (item.outcome != Back::waiting) {
         if (item.place.empty()) {
@@ -225,9 +240,24 @@ void PutBack::move(const RecordedStep& step, const Directory& directory, ItemBac
     }
 }
 
+/// Has a move finished that was killed between the Trash and the place. If that finds nothing to
+/// move, the item is gone.
+void PutBack::finishMoveWithRight(const RecordedStep& step, ItemBack& item) {
+    if (!refusal_) {
+        startMoving(step, step.end->place);
+    }
+    if (isItemOf(step, step.path)) {
+        item.outcome = Back::back;
+    } else if (refusal_) {
+        fail(item, explanationOf(*refusal_));
+    } else {
+        item.outcome = Back::gone;
+    }
+}
+
 /// The tool that moves the item replaces nothing: it is the helper's own.
 void PutBack::moveWithRight(const RecordedStep& step, ItemBack& item) {
-    const auto right = refusal_ ? refusal_ : startMoving(step, item);
+    const auto right = refusal_ ? refusal_ : startMoving(step, item.place);
     if (isItemOf(step, step.path) && !isTaken(item.place)) {
         item.outcome = Back::back;
         item.reason.clear();
@@ -241,11 +271,12 @@ void PutBack::moveWithRight(const RecordedStep& step, ItemBack& item) {
 
 /// Returns the platform's answer to the last request for the right, once the tool has ended.
 std::optional<qf::AuthorizationStatus> PutBack::startMoving(const RecordedStep& step,
-                                                            const ItemBack& item) {
-    const auto tool = QFAuthorization::sharedController().startMoving(item.place, step.path);
+                                                            const std::string& place) {
+    const auto tool = QFAuthorization::sharedController().startMoving(place, step.path);
     if (tool.waitUntilExit) {
         tool.waitUntilExit();
-    } else if (tool.right && *tool.right != qf::errAuthorizationSuccess) {
+    } else if (tool.right && *tool.right != qf::errAuthorizationSuccess &&
+               *tool.right != qf::errAuthorizationToolExecuteFailure) { // which is the item's
         refusal_ = tool.right;
     }
     return tool.right;

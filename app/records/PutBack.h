@@ -65,8 +65,9 @@ private:
     void finishMove(const RecordedStep& step, const ItemBack& item);
     void move(const RecordedStep& step, const Directory& directory, ItemBack& item);
     void moveWithRight(const RecordedStep& step, ItemBack& item);
+    void finishMoveWithRight(const RecordedStep& step, ItemBack& item);
     std::optional<qf::AuthorizationStatus> startMoving(const RecordedStep& step,
-                                                       const ItemBack& item);
+                                                       const std::string& place);
     void writeJobFile(unsigned run, const RecordedStep& step, const std::string& path,
                       ItemBack& item);
     void loadJobs(const RunRecord& run);

@@ -8,6 +8,7 @@
 #include <iosfwd>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -46,6 +47,8 @@ public:
     /// Every call except those of copyPrivilegedReference.
     std::vector<AuthorizationCall> calls;
     std::vector<qf::AuthorizationFlags> inheritanceFlags;
+    /// The paths to which an item may have been moved when a tool was killed.
+    std::set<std::string> unfinishedMoves;
     /// Whether granted rights are still valid.
     bool rightsLast = true;
     /// How much of the last tool's output was unread when its stream was destroyed.
@@ -60,6 +63,10 @@ public:
                                              qf::AuthorizationFlags flags) override;
 
     bool holdsRights(qf::AuthorizationRef /*ref*/) override { return rightsLast; }
+
+    bool mayHaveUnfinishedMove(const std::string& path) override {
+        return unfinishedMoves.contains(path);
+    }
 
     void free(qf::AuthorizationRef ref, qf::AuthorizationFlags flags) override;
 

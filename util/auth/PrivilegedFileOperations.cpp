@@ -348,10 +348,10 @@ QFAuthorization::StartedTool QFAuthorization::startMoving(const std::string& pat
     if (auto refusal = refusedAsProtected(path, refusedToMove)) {
         return *std::move(refusal);
     }
-    if (auto absence = refusedAsAbsent(path)) {
-        return *std::move(absence);
-    }
-    return startTool("/bin/mv", {"-f", path, toPath});
+    auto absence = refusedAsAbsent(path);
+    const bool mayFinish = absence && !isSuperuser() &&
+                           qf::service<qf::AuthorizationServices>().mayHaveUnfinishedMove(toPath);
+    return absence && !mayFinish ? *std::move(absence) : startTool("/bin/mv", {"-f", path, toPath});
 }
 
 bool QFAuthorization::authCopyFile(const std::optional<std::string>& path,

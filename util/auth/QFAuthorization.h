@@ -200,7 +200,8 @@ public:
                                                       const std::string& toPath);
 
     /// Moves an item to its full new path, replacing a file there. Returns false without a message
-    /// if the item does not exist; logs a missing path.
+    /// if the item does not exist, unless a tool that moved it may have been killed in between: the
+    /// move is then finished. Logs a missing path.
     bool authMoveFile(const std::optional<std::string>& path,
                       const std::optional<std::string>& toPath);
     qf::Result<void> authMoveFileWithResult(const std::optional<std::string>& path,

@@ -1,8 +1,16 @@
 #include "platform/linux/authorization/AuthorizationServices.h"
 
+#include "platform/foundation/Path.h"
+#include "platform/linux/authorization/helper/HelperProtocol.h"
+#include "platform/linux/posix/DirectoryReader.h"
+#include "platform/linux/posix/OpenDirectory.h"
 #include "platform/linux/process/ToolOverlay.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
+
 #include <algorithm>
+#include <string>
 #include <string_view>
 #include <utility>
 
@@ -11,6 +19,15 @@ namespace qf::native {
 namespace {
 
 constexpr std::string_view administratorRight = "system.privilege.admin";
+
+/// Whether an entry of a directory is one of those in which the helper has items for a moment.
+bool isStage(int directory, const std::string& name) {
+    if (!name.starts_with(helper::stagePrefix)) {
+        return false;
+    }
+    const auto status = statusOfEntry(directory, name);
+    return status && S_ISDIR(status->stx_mode) && status->stx_uid == 0;
+}
 
 } // namespace
 
@@ -102,6 +119,24 @@ AuthorizationServices::copyPrivilegedReference(AuthorizationFlags /*flags*/) {
         return Unexpected(errAuthorizationInternal);
     }
     return add(*std::move(inherited));
+}
+
+/// The helper leaves the item in a closed directory beside its new place.
+bool AuthorizationServices::mayHaveUnfinishedMove(const std::string& path) {
+    auto directory = opened(
+        ::open(path::deletingLastComponent(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const auto status = directory ? statusOf(directory->get()) : Unexpected(directory.error());
+    if (!status || status->stx_uid != 0) {
+        return false;
+    }
+    auto reader = DirectoryReader::of(*std::move(directory));
+    auto entry = reader ? reader->next() : Unexpected(reader.error());
+    for (; entry && *entry; entry = reader->next()) {
+        if (isStage(reader->descriptor(), (*entry)->name)) {
+            return true;
+        }
+    }
+    return false;
 }
 
 AuthorizationResult<std::unique_ptr<std::istream>> AuthorizationServices::executeWithPrivileges(

@@ -43,6 +43,7 @@ public:
     /// The parent's right is taken over once: when its handle is freed, it is gone.
     AuthorizationResult<AuthorizationRef>
     copyPrivilegedReference(AuthorizationFlags flags) override;
+    bool mayHaveUnfinishedMove(const std::string& path) override;
     AuthorizationResult<std::unique_ptr<std::istream>>
     executeWithPrivileges(AuthorizationRef ref, const std::string& toolPath,
                           AuthorizationFlags options, const std::vector<std::string>& arguments,

@@ -618,6 +618,130 @@ TEST_F(PutBackTest, LeavesNothingInTheTrashOfWhatAKilledOneHasMoved) {
     EXPECT_EQ(desktop.forgotten, Lines{"com.quillfen.Ospenth.plist of " + item});
 }
 
+/// An item that a tool was killed with on its way from the Trash to its place.
+class PutBackOnItsWay : public PutBackTest {
+protected:
+    PutBackOnItsWay() {
+        desktop.closed = {home / "Library/Preferences"};
+        uninstall();
+        fs::rename(place, hidden);
+        QFAuthorization::sharedController().dealloc();
+        administrator.calls.clear();
+        launcher.runs.clear();
+    }
+    /// Has the helper find the item when it is asked to move it once more.
+    void letTheHelperFindIt() {
+        administrator.unfinishedMoves = {item};
+        administrator.beforeTool = [&] { fs::rename(hidden, place); };
+    }
+    std::ptrdiff_t questions() const {
+        return std::ranges::count(administrator.calls, "copyRights", &AuthorizationCall::operation);
+    }
+
+    const std::string item = write(preferences("Dunmarl"));
+    const std::string place = home / "user/.Trash/com.quillfen.Dunmarl.plist";
+    const std::string hidden = home / "hidden";
+};
+
+TEST_F(PutBackOnItsWay, IsAskedForOnceMore) {
+    letTheHelperFindIt();
+
+    EXPECT_EQ(resultOf(putBack(), item).outcome, Back::back);
+
+    EXPECT_EQ(administrator.tools(), Lines{"/bin/mv -f " + place + " " + item});
+    EXPECT_EQ(contentOf(item), "content");
+    EXPECT_EQ(desktop.forgotten, Lines{"com.quillfen.Dunmarl.plist of " + item});
+    EXPECT_TRUE(runs.read(1).isClosed);
+}
+
+TEST_F(PutBackOnItsWay, WaitsUntilItIsAskedFor) {
+    EXPECT_EQ(PutBack::preview(runs.lastUninstall()).front().outcome, Back::gone);
+    letTheHelperFindIt();
+
+    EXPECT_EQ(PutBack::preview(runs.lastUninstall()).front().outcome, Back::waiting);
+
+    EXPECT_TRUE(administrator.calls.empty());
+}
+
+TEST_F(PutBackOnItsWay, IsGoneWithoutAQuestionWhereNoToolCanHaveBeenKilled) {
+    EXPECT_EQ(resultOf(putBack(), item).outcome, Back::gone);
+
+    EXPECT_TRUE(administrator.calls.empty());
+}
+
+TEST_F(PutBackOnItsWay, IsGoneWhenTheHelperDoesNotFindIt) {
+    administrator.unfinishedMoves = {item};
+    administrator.executeStatus = qf::errAuthorizationToolExecuteFailure;
+
+    EXPECT_EQ(resultOf(putBack(), item).outcome, Back::gone);
+
+    EXPECT_EQ(questions(), 1);
+}
+
+TEST_F(PutBackOnItsWay, DoesNotKeepOthersFromTheirPlacesWhenTheHelperDoesNotFindIt) {
+    fs::rename(hidden, item);
+    const auto other = write(preferences("Ospenth"), "other");
+    uninstall();
+    fs::remove(place);
+    administrator.unfinishedMoves = {item};
+    administrator.nextExecuteStatuses = {qf::errAuthorizationToolExecuteFailure};
+
+    const auto items = putBack();
+
+    EXPECT_EQ(resultOf(items, item).outcome, Back::gone);
+    EXPECT_EQ(resultOf(items, other).outcome, Back::back);
+}
+
+TEST_F(PutBackOnItsWay, IsNotBackWhenTheRightIsRefused) {
+    letTheHelperFindIt();
+    administrator.rightsStatus = qf::errAuthorizationCanceled;
+
+    const auto result = resultOf(putBack(), item);
+
+    EXPECT_EQ(result.outcome, Back::failed);
+    EXPECT_EQ(result.reason, "It takes an administrator's password to move it.");
+    EXPECT_FALSE(runs.read(1).isClosed);
+}
+
+TEST_F(PutBackOnItsWay, IsNotTakenForWhatElseComes) {
+    administrator.unfinishedMoves = {item};
+    administrator.beforeTool = [&] { write(place, "another item"); };
+
+    EXPECT_EQ(resultOf(putBack(), item).outcome, Back::gone);
+}
+
+TEST_F(PutBackOnItsWay, IsNotAskedForWhereSomethingElseIs) {
+    letTheHelperFindIt();
+    write(item, "another item");
+
+    EXPECT_EQ(resultOf(putBack(), item).outcome, Back::gone);
+
+    EXPECT_TRUE(administrator.calls.empty());
+}
+
+TEST_F(PutBackOnItsWay, IsNotAskedForByWayOfALinkThatWasPutThere) {
+    letTheHelperFindIt();
+    fs::rename(home / "Library/Preferences", home / "Library/Former");
+    fs::create_directory_symlink(home / "Library/Former", home / "Library/Preferences");
+
+    EXPECT_EQ(resultOf(putBack(), item).outcome, Back::gone);
+
+    EXPECT_TRUE(administrator.calls.empty());
+}
+
+TEST_F(PutBackOnItsWay, IsNotAskedForByRoot) {
+    letTheHelperFindIt();
+    auto last = runs.lastUninstall();
+    records::UndoObserver observer;
+    account.userId = 0;
+
+    EXPECT_EQ(PutBack::preview(last).front().outcome, Back::gone);
+    EXPECT_EQ(PutBack(runs, jobs, observer).perform(last).items.front().outcome, Back::gone);
+
+    EXPECT_TRUE(administrator.calls.empty());
+    EXPECT_TRUE(launcher.runs.empty());
+}
+
 TEST_F(PutBackTest, GoesOnAfterOneThatFails) {
     const auto first = write(cache("Dunmarl"));
     const auto second = write(cache("Ospenth"));

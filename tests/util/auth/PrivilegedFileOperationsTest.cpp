@@ -543,6 +543,19 @@ TEST_F(PrivilegedFileOperations, MoveOfAMissingItemFailsSilently) {
     EXPECT_EQ(console.systemLogLines(), Lines{});
 }
 
+TEST_F(PrivilegedFileOperations, MoveThatAToolMayHaveBeenKilledWithIsStartedOnceMore) {
+    services.unfinishedMoves = {"/new"};
+    EXPECT_FALSE(controller().authMoveFile("/missing", "/other"));
+    EXPECT_TRUE(controller().authMoveFile("/missing", "/new"));
+    EXPECT_EQ(services.tools(), Lines{"/bin/mv -f /missing /new"});
+}
+
+TEST_F(PrivilegedFileOperations, MoveOfAMissingItemFailsSilentlyForTheSuperuser) {
+    becomeSuperuser();
+    services.unfinishedMoves = {"/new"};
+    EXPECT_FALSE(controller().authMoveFile("/missing", "/new"));
+}
+
 TEST_F(PrivilegedFileOperations, MoveFailsWhenTheRightIsRefused) {
     refuseTheRight();
     fileSystem.files = {"/old"};

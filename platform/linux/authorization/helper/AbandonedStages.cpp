@@ -1,5 +1,6 @@
 #include "platform/linux/authorization/helper/AbandonedStages.h"
 
+#include "platform/linux/authorization/helper/Move.h"
 #include "platform/linux/authorization/helper/Placing.h"
 #include "platform/linux/authorization/helper/Refusal.h"
 #include "platform/linux/authorization/helper/Stage.h"
@@ -9,8 +10,10 @@
 #include <unistd.h>
 
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <system_error>
+#include <utility>
 #include <vector>
 
 namespace qf::native::helper {
@@ -27,19 +30,26 @@ std::vector<std::string> namesIn(const Item& directory) {
     return names;
 }
 
-void removeIfAbandoned(const Item& parent, const std::string& name, const Tool& remover) {
-    const auto stage = openItem(parent.descriptor.get(), name);
+std::optional<AbandonedStage> takeAbandoned(const Item& parent, const std::string& name) {
+    auto stage = findItem(parent.descriptor.get(), name);
     if (!stage || !isRootsAlone(*stage)) {
-        return;
+        return std::nullopt;
     }
-    const FileDescriptor opened(
-        ::open(heldPath(*stage, "").c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    FileDescriptor opened(::open(heldPath(*stage, "").c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (!opened || ::flock(opened.get(), LOCK_EX | LOCK_NB) != 0) {
+        return std::nullopt;
+    }
+    return AbandonedStage{name, std::move(*stage), std::move(opened)};
+}
+
+void removeIfAbandoned(const Item& parent, const std::string& name, const Tool& remover) {
+    const auto stage = takeAbandoned(parent, name);
+    if (!stage) {
         return;
     }
-    if (isMarkedForCopies(opened)) {
-        for (const auto& copy : namesIn(*stage)) {
-            succeeds(remover, {"-Rf", "--one-file-system", "--", heldPath(*stage, copy)});
+    if (isMarkedForCopies(stage->lock)) {
+        for (const auto& copy : namesIn(stage->directory)) {
+            succeeds(remover, {"-Rf", "--one-file-system", "--", heldPath(stage->directory, copy)});
         }
     }
     ::unlinkat(parent.descriptor.get(), name.c_str(), AT_REMOVEDIR);
@@ -50,13 +60,34 @@ void removeIfAbandoned(const Item& parent, const std::string& name, const Tool& 
 void removeAbandonedStages(const Item& parent, const Tool& remover) {
     try {
         for (const auto& name : namesIn(parent)) {
-            if (name.starts_with(Stage::namePrefix)) {
+            if (name.starts_with(stagePrefix)) {
                 removeIfAbandoned(parent, name, remover);
             }
         }
     } catch (const Refusal&) {
         // Without memory or descriptors left, what is there stays for the next one.
     }
+}
+
+std::optional<AbandonedStage> findAbandonedItem(Place& source, const Place& destination) {
+    if (source.item || destination.item || !goesByStage(source, destination)) {
+        return std::nullopt;
+    }
+    for (const auto& name : namesIn(destination.directory)) {
+        auto stage = name.starts_with(stagePrefix) ? takeAbandoned(destination.directory, name)
+                                                   : std::nullopt;
+        if (!stage) {
+            continue;
+        }
+        auto item = findItem(stage->directory.descriptor.get(), source.name);
+        if (item && isExpected(*item, destination.name, stage->lock)) {
+            source.item = std::move(item);
+            return stage;
+        }
+        // An empty one is not to have the program ask for this again.
+        ::unlinkat(destination.directory.descriptor.get(), name.c_str(), AT_REMOVEDIR);
+    }
+    return std::nullopt;
 }
 
 } // namespace qf::native::helper

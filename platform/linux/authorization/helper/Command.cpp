@@ -1,5 +1,6 @@
 #include "platform/linux/authorization/helper/Command.h"
 
+#include "platform/linux/authorization/helper/AbandonedStages.h"
 #include "platform/linux/authorization/helper/Change.h"
 #include "platform/linux/authorization/helper/Refusal.h"
 
@@ -150,10 +151,12 @@ Task prepareMove(const Request& request, ProtectedItems& staying) {
         throw Refusal{Status::commandUnknown, std::string(request.tool)};
     }
     auto source = locate(operands[0], Links::owners);
+    auto destination =
+        source ? destinationOf(operands[1], source->name, Links::owners) : std::nullopt;
+    auto stage = destination ? findAbandonedItem(*source, *destination) : std::nullopt;
     if (!source || !source->item) {
         throw Refusal{Status::itemUnreachable, std::string(operands[0])};
     }
-    auto destination = destinationOf(operands[1], source->name, Links::owners);
     if (!destination) {
         throw Refusal{Status::itemUnreachable, std::string(operands[1])};
     }
@@ -161,7 +164,8 @@ Task prepareMove(const Request& request, ProtectedItems& staying) {
         (destination->item && staying.contain(*destination->item))) {
         throw Refusal{Status::itemProtected, std::string(operands[0])};
     }
-    return Move{{std::move(*source), std::move(*destination), trustedTool("/bin/rm")}};
+    return Move{{std::move(*source), std::move(*destination), trustedTool("/bin/rm")},
+                std::move(stage)};
 }
 
 using Operands = std::span<const std::string_view>;

@@ -3,6 +3,7 @@
 #include "platform/linux/authorization/helper/HelperProtocol.h"
 #include "platform/linux/authorization/helper/ProtectedItems.h"
 #include "platform/linux/authorization/helper/Walk.h"
+#include "platform/linux/posix/FileDescriptor.h"
 
 #include <deque>
 #include <optional>
@@ -47,9 +48,18 @@ struct Copy {
     Tool remover;
 };
 
+/// A directory that a process was killed with. No other takes it while this exists.
+struct AbandonedStage {
+    std::string name;
+    Item directory;
+    FileDescriptor lock;
+};
+
 /// A move, which may have to copy.
 struct Move {
     Copy copy;
+    /// Where the item is instead of its place, when a process was killed that had begun the move.
+    std::optional<AbandonedStage> stage = std::nullopt;
 };
 
 /// What is to be done to one item, and the content that it is to have by that, if any.

@@ -67,6 +67,11 @@ struct Request {
 
 inline constexpr std::string_view areYouThere{"\0", 1};
 
+/// How the names of the directories begin in which the helper has items, for as long as that takes,
+/// beside the places that they go to. By one that is left, the program knows that a helper was
+/// killed.
+inline constexpr std::string_view stagePrefix = ".qf-helper-";
+
 /// The message for a request, or nothing when no helper would take it: it is too large, or a string
 /// holds a zero byte.
 inline std::optional<std::string>

@@ -95,6 +95,7 @@ SystemResult<void> takeAside(const Place& place, const Stage& stage) {
 /// place by now: ESTALE.
 SystemResult<void> renameThisItem(const Place& from, const Place& to) {
     const Stage stage(to.directory, StageFor::items);
+    stage.expect(*from.item, to.name);
     if (const auto taken = takeAside(from, stage); !taken) {
         return taken;
     }
@@ -140,18 +141,26 @@ bool removeThisItem(const Place& place, const Tool& remover) {
     return isGone;
 }
 
-/// From a directory of a user's to one of root's only the item that was checked goes, even if a
-/// group may change that one too.
 SystemResult<void> renameItem(const Place& from, const Place& to) {
-    const bool isForRoot = !to.directory.isChangeable() ||
-                           (to.directory.status.stx_uid == 0 && from.directory.status.stx_uid != 0);
-    return from.directory.isChangeable() && isForRoot
-               ? renameThisItem(from, to)
-               : renameTo({to.directory, to.name, to.item.has_value()},
-                          from.directory.descriptor.get(), from.name);
+    return goesByStage(from, to) ? renameThisItem(from, to)
+                                 : renameTo({to.directory, to.name, to.item.has_value()},
+                                            from.directory.descriptor.get(), from.name);
+}
+
+/// Does the second half of renameThisItem for a process that was killed before it.
+void finishRenaming(const AbandonedStage& stage, const Place& from, const Place& to) {
+    requireSuccess(
+        renameTo({to.directory, to.name, false}, stage.directory.descriptor.get(), from.name));
+    ::unlinkat(to.directory.descriptor.get(), stage.name.c_str(), AT_REMOVEDIR);
 }
 
 } // namespace
+
+bool goesByStage(const Place& from, const Place& to) {
+    const bool isForRoot = !to.directory.isChangeable() ||
+                           (to.directory.status.stx_uid == 0 && from.directory.status.stx_uid != 0);
+    return from.directory.isChangeable() && isForRoot;
+}
 
 bool carryOut(const Copy& copy, FileDescriptor& report) {
     const auto& [from, to, remover] = copy;
@@ -177,6 +186,10 @@ bool carryOut(const Copy& copy, FileDescriptor& report) {
 
 bool carryOut(const Move& move, FileDescriptor& report, const FileDescriptor& turns) {
     const auto& [from, to, remover] = move.copy;
+    if (move.stage) {
+        finishRenaming(*move.stage, from, to);
+        return true;
+    }
     const std::string source = heldPath(from.directory, from.name);
     const std::string destination = heldPath(to.directory, to.name);
     // Where the item can be renamed, only the attempt tells.

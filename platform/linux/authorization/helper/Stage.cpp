@@ -19,8 +19,9 @@ namespace qf::native::helper {
 
 namespace {
 
-/// Only root can set and read it. It is not copied with the directory.
+// Only root can set and read them. They are not copied with the directory.
 constexpr const char* copiesMark = "trusted.qf.copies";
+constexpr const char* itemMark = "trusted.qf.item";
 
 /// A name that nobody can have taken before.
 std::string newName() {
@@ -28,7 +29,7 @@ std::string newName() {
     if (::getrandom(&number, sizeof number, 0) != sizeof number) {
         throw startFailure(Errno::last());
     }
-    return std::string(Stage::namePrefix) + std::to_string(number);
+    return std::string(stagePrefix) + std::to_string(number);
 }
 
 /// Whether a directory is what has just been made, or as good. Who may change the directory that it
@@ -43,6 +44,13 @@ bool isNew(const Item& directory) {
 bool inheritsNothing(const Item& directory) {
     return ::removexattr(heldPath(directory, "").c_str(), "system.posix_acl_default") == 0 ||
            errno == ENODATA || errno == ENOTSUP;
+}
+
+/// What tells an item from whatever else of its file system has been swapped in for it while it was
+/// held. The file system is not part of that: its number may be another when the machine has been
+/// started anew.
+std::string noteOf(const Item& item, const std::string& nextName) {
+    return std::to_string(item.identity().number) + "/" + nextName;
 }
 
 } // namespace
@@ -95,9 +103,18 @@ bool Stage::make(StageFor use) {
     return true;
 }
 
+void Stage::expect(const Item& item, const std::string& nextName) const {
+    if (item.identity().volume == directory_.identity().volume) {
+        const std::string note = noteOf(item, nextName);
+        ::fsetxattr(lock_.get(), itemMark, note.data(), note.size(), 0);
+    }
+}
+
 void Stage::remove() const {
     // Another directory of root's may have been put in the new one's place before it was opened.
-    ::fremovexattr(lock_.get(), copiesMark);
+    for (const char* mark : {copiesMark, itemMark}) {
+        ::fremovexattr(lock_.get(), mark);
+    }
     ::unlinkat(parent_, name_.c_str(), AT_REMOVEDIR);
 }
 
@@ -109,6 +126,16 @@ bool isRootsAlone(const Item& directory) {
 
 bool isMarkedForCopies(const FileDescriptor& stage) {
     return ::fgetxattr(stage.get(), copiesMark, nullptr, 0) >= 0;
+}
+
+bool isExpected(const Item& item, const std::string& nextName, const FileDescriptor& stage) {
+    const std::string note = noteOf(item, nextName);
+    std::string found(note.size(), '\0'); // a longer one is not read
+    const ssize_t size = ::fgetxattr(stage.get(), itemMark, found.data(), found.size());
+    found.resize(size > 0 ? static_cast<std::size_t>(size) : 0);
+    struct stat directory {};
+    return found == note && ::fstat(stage.get(), &directory) == 0 &&
+           fileIdOf(directory).volume == item.identity().volume;
 }
 
 } // namespace qf::native::helper

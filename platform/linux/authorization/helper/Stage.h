@@ -4,7 +4,6 @@
 #include "platform/linux/posix/FileDescriptor.h"
 
 #include <string>
-#include <string_view>
 
 namespace qf::native::helper {
 
@@ -19,8 +18,6 @@ enum class StageFor {
 /// it is locked.
 class Stage {
 public:
-    static constexpr std::string_view namePrefix = ".qf-helper-";
-
     /// The parent must outlive this. Throws a Refusal.
     Stage(const Item& parent, StageFor use);
     ~Stage();
@@ -30,6 +27,10 @@ public:
     Stage& operator=(Stage&&) = delete;
 
     const Item& directory() const { return directory_; }
+
+    /// Notes for who comes after a kill which item is about to be renamed into it, and what that is
+    /// to be called where it goes next. Not every file system can keep that.
+    void expect(const Item& item, const std::string& nextName) const;
 
 private:
     bool make(StageFor use);
@@ -46,5 +47,8 @@ bool isRootsAlone(const Item& directory);
 
 /// Whether a stage was made for copies, on a file system that can tell.
 bool isMarkedForCopies(const FileDescriptor& stage);
+
+/// Whether an item, which is in a stage, is the one that was to come, to be called so next.
+bool isExpected(const Item& item, const std::string& nextName, const FileDescriptor& stage);
 
 } // namespace qf::native::helper

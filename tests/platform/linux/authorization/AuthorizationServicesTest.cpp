@@ -3,8 +3,10 @@
 #include "platform/linux/authorization/AuthorizationServices.h"
 
 #include "tests/support/ScopedEnvironment.h"
+#include "tests/support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <optional>
 
@@ -80,4 +82,41 @@ TEST_F(AuthorizationHandles, GetNoRightWithoutPolkit) {
 TEST_F(AuthorizationHandles, AreNotInheritedFromNobody) {
     EXPECT_EQ(services.copyPrivilegedReference(kAuthorizationFlagDefaults).error(),
               errAuthorizationInternal);
+}
+
+/// A directory beside the place that an item was moved to.
+class UnfinishedMoves : public testing::Test {
+protected:
+    void SetUp() override {
+        if (::geteuid() != 0) {
+            GTEST_SKIP() << "only root can make a directory of root's";
+        }
+    }
+    bool mayBeThere() { return services.mayHaveUnfinishedMove(folder / "item"); }
+
+    TemporaryDirectory folder;
+    native::AuthorizationServices services{{"/no/pkexec", "/no/helper"}};
+};
+
+TEST_F(UnfinishedMoves, AreToldByTheDirectoryOfAHelper) {
+    folder.makeDirectory(".qf-helper-12");
+    EXPECT_TRUE(mayBeThere());
+}
+
+TEST_F(UnfinishedMoves, AreNotToldByWhatIsNoSuchDirectory) {
+    EXPECT_FALSE(mayBeThere());
+    folder.makeDirectory("folder");
+    folder.write(".qf-helper-1");
+    ASSERT_EQ(::chown(folder.makeDirectory(".qf-helper-2").c_str(), 12345, 0), 0);
+    EXPECT_FALSE(mayBeThere());
+}
+
+TEST_F(UnfinishedMoves, AreNotInADirectoryOfAUsers) {
+    folder.makeDirectory(".qf-helper-1");
+    ASSERT_EQ(::chown(folder.path().c_str(), 12345, 0), 0);
+    EXPECT_FALSE(mayBeThere());
+}
+
+TEST_F(UnfinishedMoves, AreNotWhereNoDirectoryIs) {
+    EXPECT_FALSE(services.mayHaveUnfinishedMove(folder / "missing/item"));
 }

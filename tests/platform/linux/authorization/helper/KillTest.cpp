@@ -12,6 +12,8 @@
 #include <array>
 #include <csignal>
 #include <filesystem>
+#include <string>
+#include <vector>
 
 extern "C" { // which the header of the C library 2.36 leaves out
 #include <sys/pidfd.h>
@@ -19,6 +21,7 @@ extern "C" { // which the header of the C library 2.36 leaves out
 
 using qf::native::FileDescriptor;
 using qf::native::helper::encodeRequest;
+using qf::native::helper::Status;
 
 namespace {
 
@@ -123,13 +126,10 @@ private:
 
 class HelperKilled : public HelperTest {
 protected:
-    static std::string source() { return sandbox::rootsDirectory + "/item"; }
-    std::string target() { return usersDirectory() + "/item"; }
-
-    static void makeItem() {
-        fs::remove_all(source());
-        makeFile(makeDirectory(makeDirectory(source()) + "/inner") + "/file");
-        content() = contentOf(source() + "/inner/file");
+    static void makeItem(const std::string& item) {
+        fs::remove_all(item);
+        makeFile(makeDirectory(makeDirectory(item) + "/inner") + "/file");
+        content() = contentOf(item + "/inner/file");
     }
     static std::string& content() {
         static std::string text;
@@ -138,34 +138,72 @@ protected:
     static bool isWhole(const std::string& item) {
         return exists(item + "/inner/file") && contentOf(item + "/inner/file") == content();
     }
+    static std::vector<std::string> request(const std::string& source, const std::string& target) {
+        return {"-f", source, target};
+    }
+
+    /// Kills the victim of a move at one step. Tells whether it made as many before it was done.
+    static bool moveWithKill(const std::string& source, const std::string& target, Victim victim,
+                             int step) {
+        const auto move = encodeRequest("/bin/mv", request(source, target));
+        TestedHelper helper;
+        // What is only done for the first request is done before.
+        const auto refused = encodeRequest("/bin/chmod", {"644", "/usr"});
+        ::send(helper.connection(), refused->data(), refused->size(), 0);
+        std::array<char, 64> reply{};
+        EXPECT_GT(::recv(helper.connection(), reply.data(), reply.size(), 0), 0);
+        Executioner executioner(helper.process(), victim);
+        EXPECT_GT(::send(helper.connection(), move->data(), move->size(), 0), 0);
+        const bool isKilled = executioner.killAt(step);
+        helper.disconnect();
+        helper.waitForEnd();
+        return isKilled;
+    }
 
     /// Kills the victim at one step after the other of a move that copies.
     void expectTheItemToBeWholeWhenKilled(Victim victim) {
+        const std::string source = sandbox::rootsDirectory + "/item";
+        const std::string target = usersDirectory() + "/item";
         bool isKilled = true;
         int step = 1;
         for (; isKilled; ++step) {
-            makeItem();
-            fs::remove_all(target());
-            const auto request = encodeRequest("/bin/mv", {"-f", source(), target()});
-            TestedHelper helper;
-            // What is only done for the first request is done before.
-            const auto refused = encodeRequest("/bin/chmod", {"644", "/usr"});
-            ::send(helper.connection(), refused->data(), refused->size(), 0);
-            std::array<char, 64> reply{};
-            ASSERT_GT(::recv(helper.connection(), reply.data(), reply.size(), 0), 0);
-            Executioner executioner(helper.process(), victim);
-            ASSERT_GT(::send(helper.connection(), request->data(), request->size(), 0), 0);
-            isKilled = executioner.killAt(step);
-            helper.disconnect();
-            helper.waitForEnd();
-            ASSERT_TRUE(isWhole(source()) || isWhole(target())) << "killed at step " << step;
-            ASSERT_TRUE(!exists(target()) || isWhole(target())) << "killed at step " << step;
+            makeItem(source);
+            fs::remove_all(target);
+            isKilled = moveWithKill(source, target, victim, step);
+            ASSERT_TRUE(isWhole(source) || isWhole(target)) << "killed at step " << step;
+            ASSERT_TRUE(!exists(target) || isWhole(target)) << "killed at step " << step;
         }
         EXPECT_GT(step, 30);
-        EXPECT_TRUE(isWhole(target()));
-        EXPECT_FALSE(exists(source()));
+        EXPECT_TRUE(isWhole(target));
+        EXPECT_FALSE(exists(source));
         // The last move has removed what the killed ones left.
         EXPECT_EQ(std::distance(fs::directory_iterator(usersDirectory()), {}), 1);
+    }
+
+    /// Kills the victim at one step after the other of a move that renames out of a user's
+    /// directory into one of root's, and has the same asked for again each time. Tells how often
+    /// the item was in neither of its places in between.
+    static int expectTheItemToComeWhenAskedForAgain(Victim victim) {
+        const std::string source =
+            makeDirectory(sandbox::rootsDirectory + "/user", servedUser) + "/item 2";
+        const std::string target = makeDirectory(sandbox::rootsDirectory + "/folder") + "/item";
+        int timesHidden = 0;
+        bool isKilled = true;
+        int step = 1;
+        for (; isKilled; ++step) {
+            makeItem(source);
+            fs::remove_all(target);
+            isKilled = moveWithKill(source, target, victim, step);
+            timesHidden += exists(source) || exists(target) ? 0 : 1;
+            if (!exists(target)) {
+                EXPECT_EQ(TestedHelper().run("/bin/mv", request(source, target)), Status::started)
+                    << "killed at step " << step;
+            }
+            EXPECT_TRUE(isWhole(target)) << "killed at step " << step;
+            EXPECT_FALSE(exists(source)) << "killed at step " << step;
+        }
+        EXPECT_GT(step, 30);
+        return timesHidden;
     }
 };
 
@@ -175,4 +213,12 @@ TEST_F(HelperKilled, LeavesTheItemWholeInOneOfItsPlaces) {
 
 TEST_F(HelperKilled, LeavesItWholeWhereTheProcessThatMovesIsKilled) {
     expectTheItemToBeWholeWhenKilled(Victim::mover);
+}
+
+TEST_F(HelperKilled, HasWhatItWasToRenameInItsPlaceWhenItIsAskedForAgain) {
+    EXPECT_EQ(expectTheItemToComeWhenAskedForAgain(Victim::helper), 0);
+}
+
+TEST_F(HelperKilled, HasItInItsPlaceThoughTheProcessThatMovedHadHiddenIt) {
+    EXPECT_GT(expectTheItemToComeWhenAskedForAgain(Victim::mover), 0);
 }

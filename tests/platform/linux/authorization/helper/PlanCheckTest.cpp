@@ -6,6 +6,7 @@
 #include "tests/platform/linux/authorization/helper/Attacker.h"
 #include "tests/platform/linux/authorization/helper/HelperHarness.h"
 #include "tests/platform/linux/authorization/helper/InformationLists.h"
+#include "tests/platform/linux/authorization/helper/StageHarness.h"
 #include "tests/support/NamedCase.h"
 #include "tests/support/TemporaryDirectory.h"
 
@@ -358,6 +359,39 @@ TEST_F(HelperPlan, HasNothingReplacedByWhatIsPutBack) {
 
 TEST_F(HelperPlan, HasNothingPutFromElsewhere) {
     EXPECT_EQ(move(makeFile(home() + "/file"), machine() + "/item.plist"), Status::notPlanned);
+}
+
+TEST_F(HelperPlan, HasWhatIsRootsFinishedThatWasOnItsWayBack) {
+    abandonItem(machine(), makeFile(machine() + "/file"), "item.plist");
+
+    EXPECT_EQ(move(trash() + "/file", machine() + "/item.plist"), Status::started);
+
+    EXPECT_EQ(contentOf(machine() + "/item.plist"), "content of " + machine() + "/file");
+    EXPECT_EQ(std::distance(fs::directory_iterator(machine()), {}), 1);
+}
+
+TEST_F(HelperPlan, HasNothingOfTheUsersFinishedThatWasOnItsWayBack) {
+    abandonItem(machine(), makeFile(machine() + "/file", servedUser), "item.plist");
+
+    EXPECT_EQ(move(trash() + "/file", machine() + "/item.plist"), Status::notPlanned);
+
+    EXPECT_FALSE(exists(machine() + "/item.plist"));
+}
+
+TEST_F(HelperPlan, HasNothingFinishedThatIsNotOnItsWayBackFromTheTrash) {
+    abandonItem(machine(), makeFile(machine() + "/file"), "item.plist");
+
+    EXPECT_EQ(move(home() + "/file", machine() + "/item.plist"), Status::notPlanned);
+
+    EXPECT_FALSE(exists(machine() + "/item.plist"));
+}
+
+TEST_F(HelperPlan, HasNothingFinishedElsewhere) {
+    abandonItem(machine(), makeFile(machine() + "/file"), "item");
+
+    EXPECT_EQ(move(trash() + "/file", machine() + "/item"), Status::notPlanned);
+
+    EXPECT_FALSE(exists(machine() + "/item"));
 }
 
 class HelperPlanPlace : public HelperPlan, public testing::WithParamInterface<PathCase> {};

@@ -12,6 +12,7 @@
 #include <cstdint>
 
 using qf::native::FileDescriptor;
+using qf::native::helper::isExpected;
 using qf::native::helper::isMarkedForCopies;
 using qf::native::helper::Item;
 using qf::native::helper::openItem;
@@ -91,6 +92,40 @@ TEST_F(HelperStage, LeavesNoMarkWhenSomethingStaysInIt) {
         left = opened(stage);
     }
     EXPECT_FALSE(isMarkedForCopies(left));
+}
+
+TEST_F(HelperStage, TellsWhichItemIsToComeAndWhatThatIsToBeCalledNext) {
+    const Item directory = parent();
+    const auto item = openItem(AT_FDCWD, makeFile(usersDirectory() + "/item"));
+    const auto other = openItem(AT_FDCWD, makeFile(usersDirectory() + "/other"));
+    const Stage stage(directory, StageFor::items);
+    stage.expect(*item, "new");
+    EXPECT_TRUE(isExpected(*item, "new", opened(stage)));
+    EXPECT_FALSE(isExpected(*item, "ne", opened(stage)));
+    EXPECT_FALSE(isExpected(*item, "newer", opened(stage)));
+    EXPECT_FALSE(isExpected(*other, "new", opened(stage)));
+}
+
+TEST_F(HelperStage, TellsNothingOfAnItemOfAnotherFileSystem) {
+    const Item directory = parent();
+    const auto item = openItem(AT_FDCWD, makeFile(sandbox::rootsDirectory + "/item"));
+    const Stage stage(directory, StageFor::items);
+    stage.expect(*item, "new");
+    EXPECT_LT(::flistxattr(opened(stage).get(), nullptr, 0), 1);
+    EXPECT_FALSE(isExpected(*item, "new", opened(stage)));
+}
+
+TEST_F(HelperStage, TellsNothingMoreOfItsItemWhenSomethingStaysInIt) {
+    const Item directory = parent();
+    const auto item = openItem(AT_FDCWD, makeFile(usersDirectory() + "/item"));
+    FileDescriptor left;
+    {
+        const Stage stage(directory, StageFor::items);
+        stage.expect(*item, "new");
+        ASSERT_EQ(::mkdirat(stage.directory().descriptor.get(), "kept", 0700), 0);
+        left = opened(stage);
+    }
+    EXPECT_FALSE(isExpected(*item, "new", left));
 }
 
 TEST_F(HelperStage, GetsAnotherNameWhenAnotherProcessHasRemovedTheDirectory) {
