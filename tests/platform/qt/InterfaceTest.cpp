@@ -241,6 +241,7 @@ TEST_F(InterfaceTest, KeepsTheBarStillUntilItIsStarted) {
     auto& widget = *shown("second", "Second").findChild<QProgressBar*>("bar");
     bar.setUsesThreadedAnimation(true);
     EXPECT_NE(widget.maximum(), widget.minimum());
+    EXPECT_EQ(widget.value(), widget.minimum());
     bar.startAnimation();
     EXPECT_EQ(widget.maximum(), widget.minimum());
 }

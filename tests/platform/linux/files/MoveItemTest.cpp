@@ -96,7 +96,9 @@ INSTANTIATE_TEST_SUITE_P(
                         ItemToMove{{"OntoAnEmptyDirectory"}, "empty"},
                         ItemToMove{{"OntoABrokenLink"}, "broken"}),
         testing::Values(MoveFaults{{"Here"}, ""}, MoveFaults{{"OnAnotherVolume"}, otherVolume},
-                        MoveFaults{{"WithoutRefusal"}, withoutRefusal})),
+                        MoveFaults{{"WithoutRefusal"}, withoutRefusal},
+                        MoveFaults{{"WithoutLinks"},
+                                   withoutRefusal + ',' + failing("linkat:1", EPERM)})),
     nameOfCases);
 
 class MoveItemWithoutRefusal : public testing::TestWithParam<std::tuple<ItemToMove, MoveFaults>> {};
