@@ -83,8 +83,15 @@ SystemResult<void> takeAside(const Place& place, const Stage& stage) {
     if (!renamed) {
         return renamed;
     }
-    const auto item = openItem(staged, place.name);
-    if (!item || item->identity() != place.item->identity()) {
+    bool isThisItem = false;
+    try {
+        const auto item = openItem(staged, place.name);
+        isThisItem = item && item->identity() == place.item->identity();
+    } catch (const Refusal&) {
+        putBack(stage, place);
+        throw;
+    }
+    if (!isThisItem) {
         putBack(stage, place);
         return Unexpected(Errno(ESTALE));
     }

@@ -1,6 +1,7 @@
 #include "platform/linux/authorization/helper/Stage.h"
 
 #include "platform/linux/authorization/helper/Command.h"
+#include "platform/linux/authorization/helper/Refusal.h"
 #include "platform/linux/authorization/helper/ToolStart.h"
 
 #include <fcntl.h>
@@ -57,10 +58,15 @@ std::string noteOf(const Item& item, const std::string& nextName) {
 
 Stage::Stage(const Item& parent, StageFor use) : parent_(parent.descriptor.get()) {
     constexpr int mostAttempts = 100;
-    for (int attempt = 0; !make(use); ++attempt) {
-        if (attempt == mostAttempts) {
-            throw startFailure(Errno(EBUSY));
+    try {
+        for (int attempt = 0; !make(use); ++attempt) {
+            if (attempt == mostAttempts) {
+                throw startFailure(Errno(EBUSY));
+            }
         }
+    } catch (const Refusal&) {
+        remove();
+        throw;
     }
 }
 
@@ -81,7 +87,6 @@ bool Stage::make(StageFor use) {
         return false;
     }
     if (!isNew(*made) || !inheritsNothing(*made)) {
-        remove();
         throw startFailure(Errno(EPERM));
     }
     directory_ = std::move(*made);
@@ -89,9 +94,7 @@ bool Stage::make(StageFor use) {
         ::open(heldPath(directory_, "").c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     struct stat status {};
     if (!lock_ || ::flock(lock_.get(), LOCK_EX) != 0 || ::fstat(lock_.get(), &status) != 0) {
-        const Errno reason = Errno::last();
-        remove();
-        throw startFailure(reason);
+        throw startFailure(Errno::last());
     }
     if (status.st_nlink == 0) {
         remove();
@@ -112,9 +115,7 @@ void Stage::expect(const Item& item, const std::string& nextName) const {
 
 void Stage::remove() const {
     // Another directory of root's may have been put in the new one's place before it was opened.
-    for (const char* mark : {copiesMark, itemMark}) {
-        ::fremovexattr(lock_.get(), mark);
-    }
+    ::fremovexattr(lock_.get(), copiesMark);
     ::unlinkat(parent_, name_.c_str(), AT_REMOVEDIR);
 }
 

@@ -284,6 +284,26 @@ TEST_F(HelperAbandonedItem, ReplacesNothingThatHasComeMeanwhile) {
     EXPECT_EQ(contentOf(stage() + "/item 2"), "content of " + item);
 }
 
+TEST_F(HelperAbandonedItem, IsNoneWhereSomethingCannotBeLookedAtForWantOfMemory) {
+    int look = 0;
+    for (bool isRefused = true; isRefused;) {
+        auto way = walk("/bin/rm");
+        const Move move{{placeOf(item), placeOf(destination), {"/bin/rm", std::move(way->end)}}};
+        runWithFailingLooks({.first = ++look, .number = ENOMEM}, [&] {
+            FileDescriptor report;
+            try {
+                EXPECT_TRUE(carryOut(move, report, FileDescriptor()));
+                isRefused = false;
+            } catch (const Refusal&) {
+                EXPECT_TRUE(exists(item)) << "look " << look;
+                EXPECT_EQ(stage(), "") << "look " << look;
+            }
+        });
+    }
+    EXPECT_EQ(contentOf(destination), "content of " + item);
+    EXPECT_GT(look, 2) << "there is hardly any look that could fail";
+}
+
 TEST_F(HelperAbandonedItem, IsPutInItsPlaceAndNothingElseIsLeft) {
     abandonItem(folder, item, "item");
 

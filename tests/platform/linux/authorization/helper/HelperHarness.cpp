@@ -409,7 +409,7 @@ bool TestedHelper::hasLogLine() {
     return !logLines_.empty();
 }
 
-void runWithItemsGone(int times, const std::function<void()>& work) {
+void runWithFailingLooks(const FailingLooks& failing, const std::function<void()>& work) {
     std::promise<int> listener;
     auto thread = std::async(std::launch::async, [&] {
         listener.set_value(listenToLooks().release());
@@ -417,13 +417,14 @@ void runWithItemsGone(int times, const std::function<void()>& work) {
     });
     const FileDescriptor looks(listener.get_future().get());
     pollfd next{looks.get(), POLLIN, 0};
+    int count = 0;
     while (::poll(&next, 1, -1) == 1 && (next.revents & POLLIN) != 0) {
         seccomp_notif look{};
         ASSERT_EQ(::ioctl(looks.get(), SECCOMP_IOCTL_NOTIF_RECV, &look), 0);
         seccomp_notif_resp answer{};
         answer.id = look.id;
-        if (times-- > 0) {
-            answer.error = -ENOENT;
+        if (++count >= failing.first && count < failing.first + failing.count) {
+            answer.error = -failing.number;
         } else {
             answer.flags = SECCOMP_USER_NOTIF_FLAG_CONTINUE;
         }

@@ -8,6 +8,7 @@
 #include <sys/socket.h>
 #include <sys/types.h>
 
+#include <cerrno>
 #include <deque>
 #include <functional>
 #include <optional>
@@ -153,9 +154,15 @@ private:
     bool hasAnswered_ = false;
 };
 
-/// Does some work in a thread of its own that finds nothing, the first so many times that it opens
-/// an item only to look at it: as if another process had just taken that away.
-void runWithItemsGone(int times, const std::function<void()>& work);
+/// Some of the times that a thread opens an item only to look at it, which fail.
+struct FailingLooks {
+    int first = 1;
+    int count = 1;
+    int number = ENOENT; ///< As if another process had just taken the item away.
+};
+
+/// Does some work in a thread of its own in which looks fail.
+void runWithFailingLooks(const FailingLooks& failing, const std::function<void()>& work);
 
 /// Returns all that is read from a descriptor up to its end.
 std::string readAll(int descriptor);
