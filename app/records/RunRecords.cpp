@@ -93,8 +93,15 @@ std::string RunRecords::usersDirectory() {
                            "kelvane-uninstaller/runs");
 }
 
+/// What is listed is what is read afterwards: a link in the directory's place is not followed.
 std::vector<unsigned> RunRecords::numbers() const {
-    const auto entries = disk().contentsOfDirectory(directory_);
+    const auto directory = hold(qf::MissingDirectories::fail);
+    std::optional<std::vector<qf::DirectoryEntry>> entries;
+    if (directory) {
+        if (auto listed = disk().contentsOfDirectory((*directory)->path())) {
+            entries = *std::move(listed);
+        }
+    }
     if (!entries && disk().attributesOfItem(directory_)) {
         throwUnusable(unreadableRecords, directory_);
     }
@@ -124,7 +131,12 @@ RunRecords::hold(qf::MissingDirectories missing) const {
 
 RunRecord RunRecords::read(unsigned number) const {
     const auto name = file(number);
-    const auto stream = opened(name, qf::FileAccess::reading);
+    const auto directory = hold(qf::MissingDirectories::fail);
+    if (!directory) {
+        throwUnusable(noRecord, name);
+    }
+    const auto stream =
+        opened(path::appending((*directory)->path(), nameOf(number)), qf::FileAccess::reading);
     const auto text = stream ? contentOf(**stream) : std::nullopt;
     if (!text) {
         throwUnusable(noRecord, name);

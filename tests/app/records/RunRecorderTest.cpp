@@ -534,6 +534,17 @@ TEST_F(RunRecorderTest, CountsRunsAndKeepsThemFromOthers) {
     EXPECT_EQ(directory.st_mode & 07777U, 0700U);
 }
 
+TEST_F(RunRecorderTest, ReadsNoRecordsThroughALinkInTheirPlace) {
+    uninstall();
+    const std::filesystem::path records = home / "user/state/kelvane-uninstaller/runs";
+    const auto moved = home / "moved";
+    std::filesystem::rename(records, moved);
+    std::filesystem::create_directory_symlink(moved, records);
+
+    EXPECT_THROW(runs.numbers(), qf::Exception);
+    EXPECT_THROW(runs.read(1), qf::Exception);
+}
+
 TEST_F(RunRecorderTest, CountsNoFileThatIsNamedOtherwise) {
     uninstall();
     const std::filesystem::path records = runs.file(1);

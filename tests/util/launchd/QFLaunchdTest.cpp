@@ -671,6 +671,41 @@ TEST_F(QFLaunchdTest, SettingsThatCanBeWrittenNowhereAreReportedThreeWays) {
     EXPECT_EQ(launcher.runs, Lines{});
 }
 
+/// Notes at each line in the system log how many have come to the log, and how many alerts.
+class CountingConsole : public RecordingConsole {
+public:
+    explicit CountingConsole(const AnsweredAlertPanels& panels) : panels_(panels) {}
+    void systemLog(std::string_view message) override {
+        RecordingConsole::systemLog(message);
+        logged.push_back(loggedLines().size());
+        shown.push_back(panels_.shown.size());
+    }
+
+    std::vector<std::size_t> logged;
+    std::vector<std::size_t> shown;
+
+private:
+    const AnsweredAlertPanels& panels_;
+};
+
+TEST_F(QFLaunchdTest, AFailureComesToTheLogThenToTheSystemLogThenToThePerson) {
+    CountingConsole counting(alertPanels);
+    const qf::ScopedService<qf::Console> scope(counting);
+    propertyLists.unwritable = {machinesDaemon, temporaryFile};
+    startDaemon(qf::ShouldAuth::no);
+    ASSERT_FALSE(counting.logged.empty());
+    EXPECT_EQ(counting.logged.back(), 1U);
+    EXPECT_EQ(counting.shown.back(), 0U);
+
+    propertyLists.unwritable = {machinesDaemon};
+    failToMove();
+    services.rightsStatus = qf::errAuthorizationCanceled;
+    startDaemon(qf::ShouldAuth::no);
+    EXPECT_EQ(counting.logged.back(), 4U);
+    EXPECT_EQ(counting.shown.back(), 1U);
+    EXPECT_EQ(alertPanels.shown.size(), 2U);
+}
+
 TEST_F(QFLaunchdTest, AJobFileThatCannotBePutInPlaceIsReportedThreeWaysAndLeavesNothingBehind) {
     propertyLists.unwritable = {machinesDaemon};
     failToMove();
