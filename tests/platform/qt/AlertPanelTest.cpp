@@ -144,6 +144,13 @@ TEST_F(AlertPanelTest, ShowsItsTextsUnchanged) {
     EXPECT_EQ(buttonTitles(window), Titles{"Save && <i>&&Quit</i>"});
 }
 
+TEST_F(AlertPanelTest, ShowsItsMessageAloneInBoldType) {
+    const auto& window = show({.messageText = "Message", .informativeText = "Information"});
+    for (const auto* label : window.findChildren<QLabel*>()) {
+        EXPECT_EQ(label->font().bold(), label->text() == "Message");
+    }
+}
+
 TEST_F(AlertPanelTest, IsTitledWithTheMessageOnOneLine) {
     EXPECT_EQ(show({.messageText = "Two\nlines"}).windowTitle(), "Two lines");
 }

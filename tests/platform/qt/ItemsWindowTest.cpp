@@ -68,6 +68,14 @@ TEST_F(ItemsWindowTest, ShowsALongHeadingWholeInSeveralLines) {
     });
 }
 
+TEST_F(ItemsWindowTest, GivesTheDetailsNoMoreRoomThanTheyNeed) {
+    shown(description, [](QWidget& window) {
+        const auto& list = *window.findChild<QTreeWidget*>();
+        EXPECT_LT(list.columnWidth(1), list.columnWidth(0));
+        pressEscape(window);
+    });
+}
+
 TEST_F(ItemsWindowTest, TellsThatThePersonWantsToTryAgain) {
     EXPECT_EQ(shown(description, [](QWidget& window) { press(window, "&Try Again"); }),
               ItemsAnswer::tryAgain);

@@ -49,4 +49,26 @@ TEST(ApplicationCore, NeverRingsForAnEventLoopThatHasEnded) {
     EXPECT_FALSE(application.isRinging());
 }
 
+class Silent final : public qf::ApplicationCore {
+public:
+    using ApplicationCore::dropWork;
+
+private:
+    void ring() override {}
+    void dispatchNextEvent(std::chrono::milliseconds /*deadline*/) override {}
+    void leaveEventLoop() override {}
+};
+
+TEST(ApplicationCore, ReleasesTheWorkThatItDrops) {
+    Silent application;
+    auto needed = std::make_shared<int>();
+    const std::weak_ptr watched = needed;
+    application.performOnMainThread([needed = std::move(needed)] {}, Wait::no);
+    ASSERT_FALSE(watched.expired());
+
+    application.dropWork();
+
+    EXPECT_TRUE(watched.expired());
+}
+
 } // namespace

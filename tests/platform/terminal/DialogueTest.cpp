@@ -6,6 +6,8 @@
 #include "tests/support/MemoryPreferences.h"
 #include "tests/support/NamedCase.h"
 
+#include <cerrno>
+#include <memory>
 #include <thread>
 
 using qf::Administrator;
@@ -83,6 +85,27 @@ TEST_F(DialogueTest, HasNoAnswerAtTheEndOfTheInput) {
     runUntil([&] { return !answers.empty(); });
 
     EXPECT_EQ(answers, Answers{std::nullopt});
+}
+
+TEST_F(DialogueTest, HasNoAnswerAtTheEndOfTheInputWhateverFailedBefore) {
+    ask("?");
+    input.end();
+    errno = EAGAIN;
+
+    runUntil([&] { return !answers.empty(); });
+
+    EXPECT_EQ(answers, Answers{std::nullopt});
+}
+
+TEST_F(DialogueTest, HearsOfNoSignalOnceItIsGone) {
+    auto other = std::make_unique<qf::terminal::Dialogue>(application, screen);
+    bool isInterrupted = false;
+    other->onInterruption([&] { isInterrupted = true; });
+
+    other.reset();
+    settle();
+
+    EXPECT_FALSE(isInterrupted);
 }
 
 class DialogueSignalTest : public DialogueTest, public testing::WithParamInterface<int> {};

@@ -92,6 +92,12 @@ TEST(BinaryPropertyList, RefusesObjectsThatReachBeyondTheBytes) {
     EXPECT_FALSE(unfolds(listOf({"\x5E"})));
 }
 
+TEST(BinaryPropertyList, HoldsAnIdentifierOfOneByteMoreThanItsMarkerSays) {
+    EXPECT_TRUE(unfolds(listOf({"\x80\x07"})));
+    EXPECT_TRUE(unfolds(listOf({std::string("\x81\x07\x07")})));
+    EXPECT_FALSE(unfolds(listOf({"\x81\x07"})));
+}
+
 TEST(BinaryPropertyList, RefusesAnObjectOfAnUnknownKind) {
     EXPECT_FALSE(unfolds(listOf({"\xC1"})));
 }

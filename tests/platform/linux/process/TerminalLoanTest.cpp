@@ -109,4 +109,20 @@ TEST(TerminalLoan, IsRefusedToAProgramWithoutATerminal) {
     EXPECT_EQ(exitStatusOf(process), 0);
 }
 
+TEST(TerminalLoan, KeepsNoOtherWaitingOnceItIsRefused) {
+    const auto process = forked([] {
+        ::setsid();
+        TerminalLoan refused;
+        refused.lendTo(::getpgrp(), always);
+        bool waits = false;
+        TerminalLoan().lendTo(::getpgrp(), [&waits] {
+            waits = true;
+            return false;
+        });
+        return waits ? unmet : 0;
+    });
+
+    EXPECT_EQ(exitStatusOf(process), 0);
+}
+
 } // namespace

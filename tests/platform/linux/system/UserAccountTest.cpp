@@ -10,8 +10,11 @@
 #include <pwd.h>
 #include <unistd.h>
 
+#include <cerrno>
+
 using qf::native::accountNamed;
 using qf::native::accountOf;
+using qf::native::allAccounts;
 
 TEST(UserAccount, HasTheHomeDirectoryThatTheEnvironmentNames) {
     const ScopedEnvironment home("HOME", "/home/other//");
@@ -168,4 +171,18 @@ TEST(UserAccount, IsFoundInThePasswordDatabaseByItsNumberAndItsName) {
 TEST(UserAccount, IsNotFoundWhenThePasswordDatabaseKnowsNone) {
     EXPECT_FALSE(accountNamed("nobody-of-this-name"));
     EXPECT_FALSE(accountNamed(""));
+}
+
+TEST(UserAccount, IsListedThoughSomebodyWasListingBefore) {
+    ::setpwent();
+    const auto* entry = ::getpwent();
+    ASSERT_NE(entry, nullptr);
+    const std::string first = entry->pw_name;
+
+    EXPECT_EQ(allAccounts().front().name, first);
+}
+
+TEST(UserAccount, IsListedWhateverFailedBefore) {
+    errno = EIO;
+    EXPECT_NO_THROW(allAccounts());
 }
