@@ -8,7 +8,10 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <mutex>
 #include <optional>
+#include <set>
+#include <thread>
 
 using namespace qf;
 
@@ -53,6 +56,28 @@ TEST_F(AuthorizationHandles, AreDifferentAndHoldNoRightAtFirst) {
     EXPECT_NE(first, second);
     EXPECT_FALSE(services.holdsRights(first));
     EXPECT_EQ(execute(first), errAuthorizationDenied);
+}
+
+TEST_F(AuthorizationHandles, AreMadeAndFreedByManyThreadsAtOnce) {
+    constexpr int count = 500;
+    std::mutex mutex;
+    std::set<AuthorizationRef> refs;
+    const auto makeAndFree = [&] {
+        for (int i = 0; i < count; ++i) {
+            const auto ref = create();
+            ASSERT_EQ(request(ref, "another.right", extend), errAuthorizationDenied);
+            services.free(ref, kAuthorizationFlagDefaults);
+            const std::lock_guard lock(mutex);
+            ASSERT_TRUE(refs.insert(ref).second);
+        }
+    };
+    {
+        const std::jthread first(makeAndFree);
+        const std::jthread second(makeAndFree);
+        makeAndFree();
+    }
+
+    EXPECT_EQ(refs.size(), 3U * count);
 }
 
 TEST_F(AuthorizationHandles, AreInvalidWhenTheyWereFreed) {
