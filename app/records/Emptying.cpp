@@ -2,6 +2,7 @@
 
 #include "app/Explanations.h"
 #include "app/records/TrashedItems.h"
+#include "app/records/WayBack.h"
 #include "platform/FileSystem.h"
 #include "platform/Services.h"
 #include "platform/Workspace.h"
@@ -15,6 +16,8 @@ namespace {
 
 constexpr const char* changedInTrash =
     "It is in the Trash, but was changed there or is on a volume whose Trash is not searched.";
+constexpr const char* onItsWay =
+    "Putting it back may have been interrupted: put the run back first.";
 
 /// Returns whether a step can have put something into the Trash.
 bool usesTrash(const RecordedStep& step) {
@@ -34,9 +37,14 @@ bool isStillThere(const RecordedStep& step) {
 
 /// Sets the outcome for a step's item that is not found in the Trash.
 void passOver(const RecordedStep& step, ItemEmptied& item) {
-    const bool isThere = isStillThere(step);
-    item.outcome = isThere ? Emptied::failed : Emptied::gone;
-    item.reason = isThere ? changedInTrash : "";
+    item.outcome = Emptied::failed;
+    if (isStillThere(step)) {
+        item.reason = changedInTrash;
+    } else if (mayBeOnItsWay(step)) {
+        item.reason = onItsWay;
+    } else {
+        item.outcome = Emptied::gone;
+    }
 }
 
 ItemEmptied trashViewOf(const RecordedStep& step, const TrashedItems& trash) {

@@ -16,7 +16,7 @@ enum class Emptied {
     waiting, ///< it is in the Trash
     deleted, ///< for good
     gone,    ///< it was no longer in the Trash
-    failed,  ///< it, or a part of it, is still in the Trash
+    failed,  ///< it, or a part of it, is still in the Trash, or on its way back
 };
 
 /// Returns the name of that, as it is spelled in Emptied, for reports.
@@ -44,7 +44,7 @@ public:
     static std::vector<ItemEmptied> preview(const std::vector<RunRecord>& runs);
 
     /// Deletes the items of the runs, and returns what became of each. Closes the record of a run
-    /// of which nothing is in the Trash any more. No exception leaves it.
+    /// of which nothing can be put back any more. No exception leaves it.
     Undone<ItemEmptied> perform(std::vector<RunRecord>& runs);
 
 private:

@@ -1,7 +1,7 @@
 #include "app/records/PutBack.h"
 
 #include "app/Explanations.h"
-#include "app/records/Links.h"
+#include "app/records/WayBack.h"
 #include "platform/Language.h"
 #include "platform/Services.h"
 #include "platform/UserAccount.h"
@@ -28,10 +28,6 @@ qf::FileSystem& fileSystem() {
     return qf::service<qf::FileSystem>();
 }
 
-bool isTaken(const std::string& itemPath) {
-    return fileSystem().attributesOfItem(itemPath).has_value();
-}
-
 bool isSuperuser() {
     return qf::service<qf::UserAccount>().realUserId() == 0;
 }
@@ -42,25 +38,6 @@ bool wasTaken(const RecordedStep& step) {
 
 bool isJobFile(const RecordedStep& step) {
     return step.action == PlanAction::removeAgent;
-}
-
-/// Returns the first link on the way to an item that was no link when the step was recorded; empty
-/// if the way is as it was.
-std::string linkOnTheWay(const RecordedStep& step) {
-    const auto links = linksTo(step.path);
-    const auto isNew = [&](const std::string& link) {
-        return std::ranges::find(step.links, link) == step.links.end();
-    };
-    const auto found = std::ranges::find_if(links, isNew);
-    return found == links.end() ? std::string() : *found;
-}
-
-/// Returns whether an item that is not in the Trash may be where only the administrator gets at it,
-/// because a tool was killed on the way to its place.
-bool mayBeOnItsWay(const RecordedStep& step) {
-    return step.end && !step.end->place.empty() && !isTaken(step.path) && !isSuperuser() &&
-           linkOnTheWay(step).empty() &&
-           qf::service<qf::AuthorizationServices>().mayHaveUnfinishedMove(step.path);
 }
 
 /// Returns what is seen of an item before anything is done.
@@ -74,7 +51,7 @@ ItemBack viewOf(const RecordedStep& step, const TrashedItems& trash) {
     const bool canReturn = isJobFile(step) || !item.place.empty();
     if (there && isRecordedItem(*there, step.item)) {
         item.outcome = Back::inPlace;
-    } else if (!canReturn && !mayBeOnItsWay(step)) {
+    } else if (!canReturn && (isSuperuser() || !mayBeOnItsWay(step))) {
         item.outcome = Back::gone;
     } else if (there) {
         item.outcome = Back::occupied;

@@ -95,6 +95,37 @@ TEST_F(EmptyingTest, LeavesNothingInTheTrashOfWhatAKilledOneHasDeleted) {
     EXPECT_EQ(desktop.forgotten, Lines{"com.quillfen.Ospenth of " + item});
 }
 
+/// An item that a tool may have been killed with on its way back.
+class EmptyingOnItsWay : public EmptyingTest {
+protected:
+    EmptyingOnItsWay() {
+        uninstall();
+        fs::remove(trashed("com.quillfen.Ospenth"));
+        administrator.unfinishedMoves = {item};
+    }
+
+    const std::string item = write(cache("Ospenth"));
+};
+
+TEST_F(EmptyingOnItsWay, LeavesItToBePutBack) {
+    const auto items = empty();
+
+    ASSERT_EQ(items.size(), 1U);
+    EXPECT_EQ(items.front().outcome, Emptied::failed);
+    EXPECT_EQ(items.front().reason,
+              "Putting it back may have been interrupted: put the run back first.");
+    EXPECT_TRUE(desktop.forgotten.empty());
+    EXPECT_FALSE(runs.read(1).isClosed);
+}
+
+TEST_F(EmptyingOnItsWay, CallsItGoneOnceSomethingIsInItsPlace) {
+    write(item, "another item");
+
+    EXPECT_EQ(empty().front().outcome, Emptied::gone);
+
+    EXPECT_TRUE(runs.read(1).isClosed);
+}
+
 TEST_F(EmptyingTest, LeavesAnotherItemThatHasTheName) {
     write(cache("Ospenth"));
     uninstall();
