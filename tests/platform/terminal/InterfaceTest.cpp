@@ -2,11 +2,13 @@
 
 #include "app/MainMenu.h"
 #include "platform/foundation/Exception.h"
+#include "tests/platform/terminal/TerminalOutput.h"
 #include "tests/platform/terminal/TerminalTest.h"
 #include "tests/support/NamedCase.h"
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <optional>
 
 using qf::terminal::Control;
@@ -163,6 +165,27 @@ TEST_F(TerminalInterfaceTest, HasALineForTheProgress) {
     EXPECT_FALSE(window.hasAttachedSheet());
     EXPECT_THAT(console.printed(), HasSubstr("Moving Kelvane to the Trash…"));
     EXPECT_EQ(done, "");
+}
+
+TEST_F(TerminalInterfaceTest, MovesTheBarBackAndForthBesideTheItem) {
+    const TerminalOutput terminal;
+    terminal.resize(80);
+    load();
+    auto& bar = interface->progressIndicator("progressBar");
+    interface->label("progressItem").setText("Ospenth.app");
+    constexpr std::ptrdiff_t frames = 16;
+
+    bar.startAnimation();
+    runUntil([this] { return std::ranges::count(console.printed(), ']') == frames; });
+    bar.stopAnimation();
+
+    std::string expected;
+    for (const int indentation : {0, 1, 2, 3, 4, 5, 6, 7, 6, 5, 4, 3, 2, 1, 0, 1}) {
+        const auto left = static_cast<std::size_t>(indentation);
+        expected += "\r[" + std::string(left, ' ') + "===" + std::string(7 - left, ' ') +
+                    "] Moving Kelvane to the Trash… Ospenth.app";
+    }
+    EXPECT_THAT(console.printed(), testing::StartsWith(expected + '\r'));
 }
 
 TEST_F(TerminalInterfaceTest, NamesWhatIsMissing) {
