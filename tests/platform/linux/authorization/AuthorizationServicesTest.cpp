@@ -59,7 +59,7 @@ TEST_F(AuthorizationHandles, AreDifferentAndHoldNoRightAtFirst) {
 }
 
 TEST_F(AuthorizationHandles, AreMadeAndFreedByManyThreadsAtOnce) {
-    constexpr int count = 500;
+    constexpr int count = 3000;
     std::mutex mutex;
     std::set<AuthorizationRef> refs;
     const auto makeAndFree = [&] {
