@@ -4,7 +4,6 @@
 #include "app/records/WayBack.h"
 #include "platform/Language.h"
 #include "platform/Services.h"
-#include "platform/UserAccount.h"
 #include "platform/Workspace.h"
 #include "platform/foundation/Path.h"
 #include "util/auth/QFAuthorization.h"
@@ -28,10 +27,6 @@ qf::FileSystem& fileSystem() {
     return qf::service<qf::FileSystem>();
 }
 
-bool isSuperuser() {
-    return qf::service<qf::UserAccount>().realUserId() == 0;
-}
-
 bool wasTaken(const RecordedStep& step) {
     return !step.end || step.end->taken != Taken::left;
 }
@@ -51,7 +46,7 @@ ItemBack viewOf(const RecordedStep& step, const TrashedItems& trash) {
     const bool canReturn = isJobFile(step) || !item.place.empty();
     if (there && isRecordedItem(*there, step.item)) {
         item.outcome = Back::inPlace;
-    } else if (!canReturn && (isSuperuser() || !mayBeOnItsWay(step))) {
+    } else if (!canReturn && !mayBeOnItsWay(step)) {
         item.outcome = Back::gone;
     } else if (there) {
         item.outcome = Back::occupied;

@@ -4,10 +4,15 @@
 #include "platform/AuthorizationServices.h"
 #include "platform/FileSystem.h"
 #include "platform/Services.h"
+#include "platform/UserAccount.h"
 
 #include <algorithm>
 
 namespace records {
+
+bool isSuperuser() {
+    return qf::service<qf::UserAccount>().realUserId() == 0;
+}
 
 bool isTaken(const std::string& itemPath) {
     return qf::service<qf::FileSystem>().attributesOfItem(itemPath).has_value();
@@ -23,7 +28,7 @@ std::string linkOnTheWay(const RecordedStep& step) {
 }
 
 bool mayBeOnItsWay(const RecordedStep& step) {
-    return step.end && !step.end->place.empty() && !isTaken(step.path) &&
+    return step.end && !step.end->place.empty() && !isTaken(step.path) && !isSuperuser() &&
            linkOnTheWay(step).empty() &&
            qf::service<qf::AuthorizationServices>().mayHaveUnfinishedMove(step.path);
 }

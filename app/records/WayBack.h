@@ -6,6 +6,9 @@
 
 namespace records {
 
+/// Returns whether the user is the superuser, who moves everything without a tool.
+bool isSuperuser();
+
 /// Returns whether anything is at a path, a link included.
 bool isTaken(const std::string& itemPath);
 

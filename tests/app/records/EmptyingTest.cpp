@@ -118,6 +118,14 @@ TEST_F(EmptyingOnItsWay, LeavesItToBePutBack) {
     EXPECT_FALSE(runs.read(1).isClosed);
 }
 
+TEST_F(EmptyingOnItsWay, CallsItGoneWhenTheSuperuserWhoNeedsNoToolEmpties) {
+    auto last = runs.lastUninstall();
+    records::UndoObserver observer;
+    account.userId = 0;
+
+    EXPECT_EQ(Emptying(runs, observer).perform(last).items.front().outcome, Emptied::gone);
+}
+
 TEST_F(EmptyingOnItsWay, CallsItGoneOnceSomethingIsInItsPlace) {
     write(item, "another item");
 
