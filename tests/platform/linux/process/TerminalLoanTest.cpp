@@ -113,7 +113,9 @@ TEST(TerminalLoan, KeepsNoOtherWaitingOnceItIsRefused) {
     const auto process = forked([] {
         ::setsid();
         TerminalLoan refused;
-        refused.lendTo(::getpgrp(), always);
+        if (refused.lendTo(::getpgrp(), always)) {
+            return unmet;
+        }
         bool waits = false;
         TerminalLoan().lendTo(::getpgrp(), [&waits] {
             waits = true;
