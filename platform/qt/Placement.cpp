@@ -62,7 +62,6 @@ QRect onScreen(QSize size, QPoint centre) {
 /// Returns the smallest width at which nothing is cut off.
 int neededWidth(QLayout& layout) {
     // Nested layouts keep stale sizes until this one is activated.
-    layout.invalidate();
     layout.activate();
     return layout.totalMinimumSize().width();
 }
@@ -92,7 +91,6 @@ void breakRows(const QWidget& window) {
 }
 
 int neededHeight(QLayout& layout, int width) {
-    layout.invalidate();
     layout.activate();
     return layout.hasHeightForWidth() ? layout.totalHeightForWidth(width)
                                       : layout.totalSizeHint().height();

@@ -169,22 +169,24 @@ SystemResult<void> putBackFromTrash(const std::string& place, const std::string&
     if (!to) {
         return Unexpected(to.error());
     }
-    auto moved = moveItem(from->entry(), to->entry());
-    if (!moved && moved.error().number.is(EACCES)) {
+    const auto attempt = [&]() -> SystemResult<void> {
+        const auto moved = moveItem(from->entry(), to->entry());
+        return moved ? SystemResult<void>() : Unexpected(moved.error().number);
+    };
+    auto moved = attempt();
+    if (failedWith(moved, EACCES)) {
         const auto infos = openInfosBeside(from->directory.get());
         // That is read when the directory has another descriptor, or none.
         const auto newPath = path::appending(resolvedPath(to->directory.get()), to->name);
         const auto writable = WritableDirectory::make(
             *from, newPath, infos ? infos->get() : from->directory.get(), from->name);
         if (writable) {
-            moved = moveItem(from->entry(), to->entry());
-            if (!writable->restore(to->directory.get(), to->name)) {
-                writable->restore(from->directory.get(), from->name);
-            }
+            moved = attempt();
+            writable->restore(moved, from->entry(), to->entry());
         }
     }
     if (!moved) {
-        return Unexpected(moved.error().number);
+        return moved;
     }
     removeTrashinfo(*from, [](const std::string& /*recorded*/) { return true; });
     return {};

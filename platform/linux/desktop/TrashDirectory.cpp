@@ -282,7 +282,6 @@ SystemResult<void> TrashDirectory::moveAsClaimed(const TrashedItem& item, TrashC
 }
 
 SystemResult<void> TrashDirectory::move(const TrashedItem& item, const std::string& name) const {
-    const int directory = item.place.directory.get();
     const auto attempt = [&]() -> SystemResult<void> {
         const auto moved = moveItem(item.place.entry(), {files(), name});
         return moved ? SystemResult<void>() : Unexpected(moved.error().number);
@@ -293,9 +292,7 @@ SystemResult<void> TrashDirectory::move(const TrashedItem& item, const std::stri
     }
     if (const auto writable = WritableDirectory::make(item.place, item.path, infos(), name)) {
         moved = attempt();
-        if (!writable->restore(directory, item.place.name)) {
-            writable->restore(files(), name);
-        }
+        writable->restore(moved, item.place.entry(), {files(), name});
     }
     return moved;
 }

@@ -89,8 +89,14 @@ SystemResult<WritableDirectory> WritableDirectory::make(const ItemPlace& item,
     return WritableDirectory(*std::move(record), *mode);
 }
 
-bool WritableDirectory::restore(int directory, const std::string& name) const {
-    return restoreMode(directory, name, mode_);
+void WritableDirectory::restore(const SystemResult<void>& moved, const EntryRef& source,
+                                const EntryRef& destination) const {
+    if (!moved) {
+        restoreMode(source.directory, source.name, mode_);
+    }
+    if (!failedWith(moved, EEXIST)) {
+        restoreMode(destination.directory, destination.name, mode_);
+    }
 }
 
 void WritableDirectory::restoreRecorded(const FileDescriptor& record, int destination) {

@@ -20,9 +20,10 @@ public:
     static SystemResult<WritableDirectory> make(const ItemPlace& item, const std::string& path,
                                                 int records, const std::string& newName);
 
-    /// Restores the mode of the directory, which is now the entry `name` of an open directory, and
-    /// returns whether it was there.
-    bool restore(int directory, const std::string& name) const;
+    /// Restores the mode after an attempt to move the directory from one entry to another: wherever
+    /// it is now, or of both if it was copied and could not be removed.
+    void restore(const SystemResult<void>& moved, const EntryRef& source,
+                 const EntryRef& destination) const;
 
     /// Restores the mode that an abandoned record is about, if the file is one. The directory is at
     /// its former path or has its new name in the open directory `destination`.

@@ -80,8 +80,9 @@ std::string attributeNames(int from) {
     return names;
 }
 
-/// Access lists must be kept: without one a file's rights mean something else. What else is the
-/// system's own, as a program's privileges, is left out.
+/// Access lists must be kept: without one a file's rights mean something else. A user's attributes
+/// must be kept where the volume has any. What else is the system's own, as a program's privileges,
+/// is left out.
 void copyAttributes(OpenCopy copy) {
     const auto [from, to] = copy;
     std::string value(XATTR_SIZE_MAX, '\0');
@@ -95,7 +96,8 @@ void copyAttributes(OpenCopy copy) {
         const ssize_t size = ::fgetxattr(from, name.c_str(), value.data(), value.size());
         const bool isCopied = size >= 0 && ::fsetxattr(to, name.c_str(), value.data(),
                                                        static_cast<std::size_t>(size), 0) == 0;
-        require(isCopied || !isAccessList);
+        const bool isDispensable = errno == EOPNOTSUPP || errno == ENODATA;
+        require(isCopied || (isDispensable && !isAccessList));
     }
 }
 

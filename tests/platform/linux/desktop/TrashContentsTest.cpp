@@ -1,11 +1,13 @@
 #include "tests/platform/linux/RunChild.h"
 #include "tests/platform/linux/desktop/TrashPairs.h"
+#include "tests/platform/linux/files/Faults.h"
 #include "tests/support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <filesystem>
 
 namespace fs = std::filesystem;
@@ -118,26 +120,67 @@ TEST_F(TrashContents, ReplaceNothing) {
     EXPECT_TRUE(strayIn(homeTrash).empty());
 }
 
-TEST_F(TrashContents, KeepTheModeOfAFolderThatMayNotBeWritten) {
-    if (::getuid() == 0) {
-        const auto nobody = std::vector<std::string>{"setpriv", "--reuid=65534", "--clear-groups",
-                                                     "--inh-caps=-all", "--"};
-        const auto folder = home.makeDirectory("items/closed");
-        for (const auto& path : {home.path(), items, folder}) {
-            ASSERT_EQ(::chown(path.c_str(), 65534, 65534), 0);
+/// A folder of an ordinary user's that may not be written, and children that run as that user.
+class TrashOfAnUnwritableFolder : public TrashContents {
+protected:
+    void SetUp() override {
+        if (::getuid() != 0) {
+            GTEST_SKIP() << "only root can become a user whom permissions hold back";
+        }
+        home.write("items/closed/data/file");
+        for (const auto* part : {"", "items", "items/closed", "items/closed/data"}) {
+            ASSERT_EQ(::chown((home / part).c_str(), nobody, nobody), 0);
         }
         ASSERT_EQ(::chmod(folder.c_str(), 0555), 0);
-        auto place =
-            runChild({"place-in-trash", items, trash, "closed"}, environment, nobody).output;
-        place.pop_back();
-
-        EXPECT_EQ(runChild({"put-back", place, folder}, environment, nobody).output, "ok\n");
-
-        EXPECT_EQ(static_cast<unsigned>(fs::status(folder).permissions()), 0555U);
-        EXPECT_TRUE(namesIn(homeTrash + "/info").empty());
-        return;
     }
-    GTEST_SKIP() << "only root can become a user whom permissions hold back";
+
+    Outcome runAsNobody(const std::vector<std::string>& arguments,
+                        std::vector<std::string> faults = {}) const {
+        faults.push_back("HOME=" + home.path());
+        return runChild(arguments, faults,
+                        {"setpriv", "--reuid=65534", "--clear-groups", "--inh-caps=-all", "--"});
+    }
+
+    static unsigned modeOf(const std::string& path) {
+        return static_cast<unsigned>(fs::status(path).permissions());
+    }
+
+    static constexpr uid_t nobody = 65534;
+    const std::vector<std::string> trashing{"place-in-trash", items, trash, "closed"};
+    std::string folder = items + "/closed";
+    std::string place = homeTrash + "/files/closed";
+};
+
+TEST_F(TrashOfAnUnwritableFolder, KeepsItsMode) {
+    EXPECT_EQ(runAsNobody(trashing).output, place + '\n');
+    EXPECT_EQ(modeOf(place), 0555U);
+
+    EXPECT_EQ(runAsNobody({"put-back", place, folder}).output, "ok\n");
+    EXPECT_EQ(modeOf(folder), 0555U);
+
+    EXPECT_TRUE(namesIn(homeTrash + "/info").empty());
+}
+
+TEST_F(TrashOfAnUnwritableFolder, KeepsTheModeOfACopyToo) {
+    // The folder is copied after a first attempt without permission, and its file stays.
+    const auto ontoOther = "renameat2:2:" + std::to_string(EXDEV) + ',';
+    runAsNobody(trashing, withFaults(ontoOther + ontoOther + "unlinkat:4:" + std::to_string(EIO)));
+
+    EXPECT_TRUE(exists(place + "/data/file"));
+    EXPECT_EQ(modeOf(place), 0555U);
+    EXPECT_TRUE(exists(folder + "/data/file"));
+    EXPECT_EQ(modeOf(folder), 0555U);
+}
+
+TEST_F(TrashOfAnUnwritableFolder, KeepsTheModeOfACopyThatIsPutBack) {
+    runAsNobody(trashing);
+    runAsNobody({"put-back", place, folder},
+                withFaults(otherVolume + ',' + otherVolume + ",unlinkat:4:" + std::to_string(EIO)));
+
+    EXPECT_TRUE(exists(place + "/data/file"));
+    EXPECT_EQ(modeOf(place), 0555U);
+    EXPECT_TRUE(exists(folder + "/data/file"));
+    EXPECT_EQ(modeOf(folder), 0555U);
 }
 
 TEST_F(TrashContents, AreForgottenOnlyWhenTheyCameFromThere) {

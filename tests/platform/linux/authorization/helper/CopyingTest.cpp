@@ -94,6 +94,41 @@ TEST_F(HelperCopy, CopiesOwnersRightsTimesAttributesHolesAndNames) {
     }
 }
 
+TEST_F(HelperCopy, FailsWhereAUsersAttributeFindsNoRoom) {
+    const std::string file = makeFile(usersDirectory() + "/file", servedUser);
+    if (::setxattr(file.c_str(), "user.note", "x", 1, 0) != 0) {
+        GTEST_SKIP() << "the file system in memory has no attributes of users";
+    }
+    TestedHelper helper({.attributeFailure = ENOSPC});
+    helper.run("/bin/cp", {"-f", "-p", "-R", file, usersDirectory() + "/copy"});
+    EXPECT_FALSE(exists(usersDirectory() + "/copy"));
+}
+
+TEST_F(HelperCopy, LeavesOutAUsersAttributeWhereTheVolumeHasNone) {
+    const std::string file = makeFile(usersDirectory() + "/file", servedUser);
+    if (::setxattr(file.c_str(), "user.note", "x", 1, 0) != 0) {
+        GTEST_SKIP() << "the file system in memory has no attributes of users";
+    }
+    TestedHelper helper({.attributeFailure = EOPNOTSUPP});
+    EXPECT_EQ(helper.run("/bin/cp", {"-f", "-p", "-R", file, usersDirectory() + "/copy"}),
+              Status::started);
+    EXPECT_EQ(contentOf(usersDirectory() + "/copy"), contentOf(file));
+}
+
+TEST_F(HelperCopy, FailsWhereTheVolumeHasNoAccessLists) {
+    const std::string file = makeFile(usersDirectory() + "/file", servedUser);
+    // What setfacl writes for "user:12345:rw" beside the rights 0644.
+    const std::uint32_t everybody = ~0U;
+    const std::uint32_t list[]{2,         0x60001, everybody, 0x60002, servedUser, 0x40004,
+                               everybody, 0x60010, everybody, 0x40020, everybody};
+    if (::setxattr(file.c_str(), "system.posix_acl_access", list, sizeof list, 0) != 0) {
+        GTEST_SKIP() << "the file system in memory has no access lists";
+    }
+    TestedHelper helper({.attributeFailure = EOPNOTSUPP});
+    helper.run("/bin/cp", {"-f", "-p", "-R", file, usersDirectory() + "/copy"});
+    EXPECT_FALSE(exists(usersDirectory() + "/copy"));
+}
+
 TEST_F(HelperCopy, CopiesWhatAnAccessListHandsDownToNobody) {
     // What setfacl writes for "default:user:12345:rwx" in a directory of mode 0777: a version, and
     // the kind, the rights and the user of each entry.

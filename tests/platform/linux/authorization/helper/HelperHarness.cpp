@@ -149,6 +149,13 @@ bool forbidForks() {
                               answer(SECCOMP_RET_ERRNO | EAGAIN)});
 }
 
+/// Has the system set no extended attributes, for this reason.
+bool forbidAttributes(int number) {
+    return install(std::array{load(offsetof(seccomp_data, nr)), jump(BPF_JEQ, SYS_fsetxattr, 1),
+                              answer(SECCOMP_RET_ALLOW),
+                              answer(SECCOMP_RET_ERRNO | static_cast<std::uint32_t>(number))});
+}
+
 /// What the system is to do when something is opened only to be looked at.
 constexpr auto filterOfLooks(std::uint32_t action) {
     constexpr std::size_t flags = 2; // the argument
@@ -296,6 +303,9 @@ void TestedHelper::become(const HelperSetup& setup, int input) {
     }
     if (!setup.mayLook && !forbidLooks()) {
         ::_exit(97);
+    }
+    if (setup.attributeFailure != 0 && !forbidAttributes(setup.attributeFailure)) {
+        ::_exit(96);
     }
     if (::setresuid(setup.runsAs, setup.runsAs, setup.runsAs) == 0) {
         std::string name = QF_HELPER;

@@ -87,6 +87,8 @@ struct HelperSetup {
     bool mayFork = true;
     /// Whether the system has the memory to look at a path.
     bool mayLook = true;
+    /// Why the system sets no extended attributes; 0 if it sets them.
+    int attributeFailure = 0;
 };
 
 /// A helper of a test's own, with the test as its client.
