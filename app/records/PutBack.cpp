@@ -103,13 +103,25 @@ Undone<ItemBack> PutBack::perform(std::vector<RunRecord>& runs) {
         // Even without a run: looking at the Trash removes what a killed one has prepared there.
         const TrashedItems trash;
         progress_ = progressThrough(runs, wasTaken);
+        std::vector<RunRecord*> whole;
         for (auto& run : runs) {
-            putBack(run, trash, items);
+            if (putBack(run, trash, items)) {
+                whole.push_back(&run);
+            }
+        }
+        // A job's program may have been taken by another run.
+        std::ranges::for_each(runs, [this](const auto& run) { loadJobs(run); });
+        for (auto* run : whole) {
+            if (!run->isClosed) {
+                records_.close(*run);
+            }
         }
     });
 }
 
-void PutBack::putBack(RunRecord& run, const TrashedItems& trash, std::vector<ItemBack>& items) {
+/// Returns whether all that the run took is in place.
+bool PutBack::putBack(const RunRecord& run, const TrashedItems& trash,
+                      std::vector<ItemBack>& items) {
     bool isWhole = true;
     for (const auto& step : run.steps) {
         if (wasTaken(step)) {
@@ -120,10 +132,7 @@ void PutBack::putBack(RunRecord& run, const TrashedItems& trash, std::vector<Ite
             isWhole = isWhole && (outcome == Back::back || outcome == Back::inPlace);
         }
     }
-    loadJobs(run);
-    if (isWhole && !run.isClosed) {
-        records_.close(run);
-    }
+    return isWhole;
 }
 
 ItemBack PutBack::putBack(unsigned run, const RecordedStep& step, const TrashedItems& trash) {

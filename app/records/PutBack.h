@@ -57,7 +57,7 @@ public:
     Undone<ItemBack> perform(std::vector<RunRecord>& runs);
 
 private:
-    void putBack(RunRecord& run, const TrashedItems& trash, std::vector<ItemBack>& items);
+    bool putBack(const RunRecord& run, const TrashedItems& trash, std::vector<ItemBack>& items);
     ItemBack putBack(unsigned run, const RecordedStep& step, const TrashedItems& trash);
     using Directory = qf::Result<std::unique_ptr<qf::HeldDirectory>>;
 

@@ -215,7 +215,11 @@ private:
         }
         record_.steps.back().end =
             StepEnd{.taken = valueIn(takenNames, object.at("taken").get<std::string>()),
-                    .place = object.contains("place") ? bytesOf(object.at("place")) : ""};
+                    .place = object.contains("place") ? bytesOf(object.at("place")) : "",
+                    .copied = {}};
+        if (object.contains("copied")) {
+            record_.steps.back().end->copied = dateIn(object.at("copied"));
+        }
     }
 
     bool isOfPlan(const RecordedStep& step) const {
@@ -267,6 +271,9 @@ Json endOf(const RecordedStep& step) {
                    {"taken", nameIn(takenNames, step.end->taken)}};
     if (!step.end->place.empty()) {
         object["place"] = jsonOf(step.end->place);
+    }
+    if (step.end->copied) {
+        object["copied"] = dateOf(*step.end->copied);
     }
     return object;
 }

@@ -25,6 +25,9 @@ enum class Taken {
 struct StepEnd {
     Taken taken = Taken::left;
     std::string place; ///< In the Trash; empty if the item is not there.
+    /// The modification date of the directory at that place, if the step found only what a killed
+    /// run had left of it.
+    std::optional<qf::FileDate> copied;
 
     bool operator==(const StepEnd&) const = default;
 };

@@ -2,6 +2,7 @@
 
 #include "app/Explanations.h"
 #include "app/records/Links.h"
+#include "app/records/TrashedItems.h"
 #include "platform/Clock.h"
 #include "platform/FileSystem.h"
 #include "platform/Language.h"
@@ -30,14 +31,24 @@ bool isThere(const std::string& path) {
 std::optional<StepEnd> endAfter(const qf::TrashResult& result) {
     switch (result.outcome) {
     case qf::TrashOutcome::moved:
-        return StepEnd{.taken = Taken::moved, .place = result.place};
+        return StepEnd{.taken = Taken::moved, .place = result.place, .copied = {}};
     case qf::TrashOutcome::handedOver:
-        return StepEnd{.taken = Taken::withRight, .place = result.place};
+        return StepEnd{.taken = Taken::withRight, .place = result.place, .copied = {}};
     case qf::TrashOutcome::absent:
     case qf::TrashOutcome::failed:
         break;
     }
     return std::nullopt;
+}
+
+/// Returns the date of the directory in the Trash if it is not the one that a step found: a killed
+/// run had copied that, and left less and less of it, with a date of its own.
+std::optional<qf::FileDate> dateOfCopy(const RecordedStep& step, const std::string& place) {
+    const auto item = qf::service<qf::FileSystem>().attributesOfItem(place);
+    const bool isCopy = item && item->kind == qf::ItemKind::directory &&
+                        step.item.kind == qf::ItemKind::directory &&
+                        !isRecordedItem(*item, step.item);
+    return isCopy ? std::optional(item->modificationDate) : std::nullopt;
 }
 
 } // namespace
@@ -98,7 +109,7 @@ void RunRecorder::rowEnded(const PlanRow& row) {
             row.action == PlanAction::removeAgent ? jobFile(row.subject) : std::nullopt;
         // A file that exists may still be removed with the right: its step has no end then.
         if (file && !isThere(*file)) {
-            endStep(*file, {.taken = Taken::deleted, .place = {}});
+            endStep(*file, {.taken = Taken::deleted, .place = {}, .copied = {}});
         }
     });
 }
@@ -180,8 +191,12 @@ void RunRecorder::endStep(const std::string& path, StepEnd end) {
         return;
     }
     isComplete_ = isComplete_ && end.taken != Taken::left;
-    record_.steps.back().end = std::move(end);
-    append(endOf(record_.steps.back()));
+    auto& step = record_.steps.back();
+    if (!end.place.empty()) {
+        end.copied = dateOfCopy(step, end.place);
+    }
+    step.end = std::move(end);
+    append(endOf(step));
 }
 
 void RunRecorder::append(const Json& line) {

@@ -39,6 +39,12 @@ bool isSamePath(const std::string& one, const std::string& other) {
     return id || otherId ? id == otherId : isSamePath(directory, otherDirectory);
 }
 
+/// Returns whether an item is the directory of which the step found only the rest.
+bool isCopy(const qf::ItemAttributes& item, const RecordedStep& step) {
+    return step.end && step.end->copied && item.kind == qf::ItemKind::directory &&
+           item.modificationDate == *step.end->copied;
+}
+
 } // namespace
 
 bool isRecordedItem(const qf::ItemAttributes& item, const qf::ItemAttributes& recorded) {
@@ -52,7 +58,7 @@ bool isRecordedItem(const qf::ItemAttributes& item, const qf::ItemAttributes& re
 
 bool isItemOf(const RecordedStep& step, const std::string& itemPath) {
     const auto item = qf::service<qf::FileSystem>().attributesOfItem(itemPath);
-    return item && isRecordedItem(*item, step.item) &&
+    return item && (isRecordedItem(*item, step.item) || isCopy(*item, step)) &&
            (step.action != PlanAction::trashBundle ||
             identifierOf(itemPath) == qf::text::lowercased(step.subject));
 }

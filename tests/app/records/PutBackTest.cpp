@@ -912,21 +912,24 @@ TEST_F(PutBackTest, LoadsAJobOnceMoreThatWasNotLoaded) {
     EXPECT_EQ(jobs.labels, std::set<std::string>{"com.quillfen.Lunevar"});
 }
 
+/// Jobs that note whether their program is there when they are loaded.
+class CheckingJobs : public DescribedJobs {
+public:
+    explicit CheckingJobs(std::string wanted) : program(std::move(wanted)) {}
+    void load(const std::string& file) override {
+        DescribedJobs::load(file);
+        wasProgramThere.push_back(exists(program));
+    }
+    std::string program;
+    std::vector<bool> wasProgramThere;
+};
+
 TEST_F(PutBackTest, LoadsAJobOnceItsProgramIsBack) {
     const auto program = write(home / "Applications/Quillfen/Kelvane/Lunevar.app/program");
     const auto file = write(agent("Lunevar"));
     jobs.labels = {"com.quillfen.Lunevar"};
     uninstall();
-    class CheckingJobs : public DescribedJobs {
-    public:
-        explicit CheckingJobs(std::string wanted) : program(std::move(wanted)) {}
-        void load(const std::string& file) override {
-            DescribedJobs::load(file);
-            wasProgramThere.push_back(exists(program));
-        }
-        std::string program;
-        std::vector<bool> wasProgramThere;
-    } checking(program);
+    CheckingJobs checking(program);
     write(file); // as if the job's file was back already
     auto last = runs.lastUninstall();
     records::UndoObserver observer;
@@ -952,6 +955,53 @@ TEST_F(PutBackTest, UndoesARunThatWasKilledWithTheOneThatFinishedIt) {
     EXPECT_EQ(resultOf(items, first).outcome, Back::back);
     EXPECT_EQ(resultOf(items, second).outcome, Back::back);
     EXPECT_EQ(items.front().path, second) << "the newest run comes first";
+    EXPECT_TRUE(runs.read(1).isClosed && runs.read(2).isClosed);
+}
+
+TEST_F(PutBackTest, LoadsAJobOnceItsProgramIsBackThatAKilledRunTook) {
+    const auto program = write(cache("Lunevar"));
+    write(agent("Lunevar"));
+    jobs.labels = {"com.quillfen.Lunevar"};
+    records::RunRecorder killed(runs, jobs);
+    killed.begin(RemoveShared::no);
+    killed.rowBegan({PlanAction::trash, program, {}});
+    killed.itemBegan(program);
+    ASSERT_TRUE(desktop.recycle(home / "user/Library/Caches", home / "user/.Trash",
+                                "com.quillfen.Lunevar"));
+    uninstall();
+    CheckingJobs checking(program);
+    auto last = runs.lastUninstall();
+    records::UndoObserver observer;
+
+    PutBack(runs, checking, observer).perform(last);
+
+    EXPECT_EQ(checking.wasProgramThere, std::vector{true});
+}
+
+TEST_F(PutBackTest, FindsTheCopyOfWhichTheLastRunTookOnlyTheRest) {
+    const auto inside = write(cache("Dunmarl") + "/inside");
+    const auto item = cache("Dunmarl");
+    records::RunRecorder killed(runs, jobs);
+    killed.begin(RemoveShared::no);
+    killed.rowBegan({PlanAction::trash, item, {}});
+    killed.itemBegan(item);
+    const auto copy = home / "user/.Trash/com.quillfen.Dunmarl";
+    ASSERT_TRUE(fileSystem.copyItem(item, copy));
+    fs::remove(inside);
+    records::RunRecorder finishing(runs, jobs);
+    finishing.begin(RemoveShared::no);
+    finishing.rowBegan({PlanAction::trash, item, {}});
+    finishing.itemBegan(item);
+    fs::remove(item);
+    finishing.itemEnded(item, {.outcome = qf::TrashOutcome::moved, .place = copy});
+    finishing.walkEnded();
+
+    for (const auto& result : putBack()) {
+        EXPECT_TRUE(result.outcome == Back::back || result.outcome == Back::inPlace)
+            << nameOf(result.outcome);
+    }
+
+    EXPECT_TRUE(exists(inside));
     EXPECT_TRUE(runs.read(1).isClosed && runs.read(2).isClosed);
 }
 

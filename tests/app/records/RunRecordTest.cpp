@@ -242,6 +242,9 @@ TEST_F(RunRecordTest, HasAFormatThatStays) {
               R"("locked":true,"links":["/link"],"loaded":true,"content":"text"})");
     EXPECT_EQ(records::endOf(step).dump(), R"({"step":"end","path":{"hexadecimal":"2f6a6f6220ff"},)"
                                            R"("taken":"withRight","place":"/p"})");
+    step.end->copied = dateAt(11, 12);
+    EXPECT_EQ(records::endOf(step).dump(), R"({"step":"end","path":{"hexadecimal":"2f6a6f6220ff"},)"
+                                           R"("taken":"withRight","place":"/p","copied":[11,12]})");
     EXPECT_EQ(records::endOfRun(true).dump(), R"({"step":"runEnded","complete":true})");
     EXPECT_EQ(records::closure().dump(), R"({"step":"closed"})");
 }
