@@ -1,6 +1,7 @@
 #include "platform/linux/system/TimedBus.h"
 
 #include "platform/linux/posix/FileDescriptor.h"
+#include "platform/linux/system/PendingConnection.h"
 
 #include <sys/eventfd.h>
 
@@ -76,12 +77,11 @@ TimedBus::TimedBus(const std::string& address) : cancellable_(g_cancellable_new(
     g_main_context_push_thread_default(context_);
     g_source_set_callback(timer_, cancel, cancellable_.get(), nullptr);
     g_source_attach(timer_, context_);
-    constexpr auto flags =
-        static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
-                                          G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION);
-    g_dbus_connection_new_for_address(address.c_str(), flags, nullptr, cancellable_.get(), deliver,
-                                      this);
-    connection_.reset(g_dbus_connection_new_for_address_finish(wait().get(), nullptr));
+    PendingConnection pending(address, cancellable_.get());
+    while (!pending.isOver() && !isTimeUp()) {
+        g_main_context_iteration(context_, TRUE);
+    }
+    connection_ = pending.takeConnection();
 }
 
 TimedBus::~TimedBus() {

@@ -1,5 +1,6 @@
 #include "platform/linux/tools/launchctl/Systemd.h"
 
+#include "platform/linux/system/PendingConnection.h"
 #include "platform/linux/system/TimedBus.h"
 #include "platform/linux/system/UserAccount.h"
 
@@ -74,40 +75,16 @@ bool serveUntil(Clock::time_point end, Done done) {
     return done();
 }
 
-/// The outcome of connecting. Shared with a callback that may come late or never.
-struct Connecting {
-    bool isOver = false;
-    Owned<GDBusConnection> connection;
-    OwnedError error;
-};
-
-void connectionIsOver(GObject* /*source*/, GAsyncResult* result, void* data) {
-    const std::unique_ptr<std::shared_ptr<Connecting>> held(
-        static_cast<std::shared_ptr<Connecting>*>(data));
-    auto& connecting = **held;
-    GError* raised = nullptr;
-    connecting.connection.reset(g_dbus_connection_new_for_address_finish(result, &raised));
-    connecting.error.reset(raised);
-    connecting.isOver = true;
-}
-
-/// Neither the connection nor the greeting of a bus supports a time-out, so connecting is done in
-/// the background, and abandoned there if it takes too long.
+/// Throws if there is no connection in time.
 Owned<GDBusConnection> connectionTo(const std::string& address, Clock::time_point deadline) {
-    const auto connecting = std::make_shared<Connecting>();
-    g_dbus_connection_new_for_address(
-        address.c_str(),
-        static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
-                                          G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
-        nullptr, nullptr, connectionIsOver,
-        std::make_unique<std::shared_ptr<Connecting>>(connecting).release());
-    if (!serveUntil(deadline, [&] { return connecting->isOver; })) {
+    PendingConnection pending(address, nullptr);
+    if (!serveUntil(deadline, [&] { return pending.isOver(); })) {
         throw ToolError(noAnswer);
     }
-    if (!connecting->connection) {
-        throw NoServiceManager("there is no service manager: " + withoutName(*connecting->error));
+    if (pending.error() != nullptr) {
+        throw NoServiceManager("there is no service manager: " + withoutName(*pending.error()));
     }
-    return std::move(connecting->connection);
+    return pending.takeConnection();
 }
 
 /// One signal subscription, for a scope.

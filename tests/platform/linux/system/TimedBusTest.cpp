@@ -1,6 +1,7 @@
 #include "platform/linux/system/TimedBus.h"
 
 #include "tests/platform/linux/SessionBus.h"
+#include "tests/platform/linux/SilentBus.h"
 #include "tests/support/NoThreadsLeft.h"
 #include "tests/support/ScopedEnvironment.h"
 #include "tests/support/ScopedLimit.h"
@@ -53,6 +54,31 @@ TEST(TimedBusDeathTest, HasNoConnectionWithoutThreads) {
             std::exit(TimedBus(bus.address()).connection() == nullptr ? 0 : 1);
         },
         testing::ExitedWithCode(0), "");
+}
+
+// One of GLib's threads connects, another than those that it keeps.
+TEST(TimedBusDeathTest, HasNoConnectionWithoutAThreadToConnect) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(
+        {
+            const SessionBus bus;
+            const bool hadMeans = qf::native::hasMeansForBus();
+            const qf::native::Owned<GDBusConnection> connected(
+                g_dbus_connection_new_for_address_sync(
+                    bus.address().c_str(), G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT, nullptr,
+                    nullptr, nullptr));
+            const NoThreadsLeft none;
+            const TimedBus timed(bus.address());
+            std::exit(hadMeans && connected && timed.isTimeUp() && !timed.connection() ? 0 : 1);
+        },
+        testing::ExitedWithCode(0), "");
+}
+
+TEST(TimedBus, DoesNotWaitForABusThatSaysNothing) {
+    const SilentBus bus;
+    const TimedBus timed(bus.address());
+    EXPECT_EQ(timed.connection(), nullptr);
+    EXPECT_TRUE(timed.isTimeUp());
 }
 
 TEST(TimedBus, DoesNotWaitForAnAnswerForGood) {
