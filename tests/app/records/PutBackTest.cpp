@@ -1005,6 +1005,28 @@ TEST_F(PutBackTest, FindsTheCopyOfWhichTheLastRunTookOnlyTheRest) {
     EXPECT_TRUE(runs.read(1).isClosed && runs.read(2).isClosed);
 }
 
+TEST_F(PutBackTest, PrefersAnItemToARestOfItThatFollowedIntoTheTrash) {
+    const auto inside = write(cache("Dunmarl") + "/inside");
+    const auto item = cache("Dunmarl");
+    desktop.formerPath = item;
+    const auto rest = home / "user/.Trash/a rest";
+    records::RunRecorder recorder(runs, jobs);
+    recorder.begin(RemoveShared::no);
+    recorder.rowBegan({PlanAction::trash, item, {}});
+    recorder.itemBegan(item);
+    ASSERT_TRUE(fileSystem.copyItem(item, home / "user/.Trash/com.quillfen.Dunmarl"));
+    fs::remove(inside);
+    ASSERT_TRUE(fileSystem.copyItem(item, rest));
+    fs::remove(item);
+    recorder.itemEnded(item, {.outcome = qf::TrashOutcome::handedOver, .place = rest});
+    recorder.walkEnded();
+
+    putBack();
+
+    EXPECT_TRUE(exists(inside));
+    EXPECT_TRUE(exists(rest));
+}
+
 TEST_F(PutBackTest, LeavesAKilledRunAloneThatIsBackAlready) {
     const auto item = write(cache("Dunmarl"));
     records::RunRecorder killed(runs, jobs);
