@@ -383,6 +383,21 @@ TEST(MoveItem, FinishesNoKilledMoveOfWhatIsNotInTheCopy) {
     }
 }
 
+TEST(MoveItem, LosesNoAttributeOfAUsersThatMayNotBeSet) {
+    const TemporaryDirectory directory;
+    const auto file = directory.write("file", "content");
+    if (::setxattr(file.c_str(), "user.qf.test", "value", 5, 0) != 0) {
+        GTEST_SKIP() << "temporary folders are on a volume without extended attributes";
+    }
+
+    const auto outcome =
+        runChild({"move", file, directory / "new"},
+                 withFaults(otherVolume + ",fsetxattr:1:" + std::to_string(EPERM)));
+
+    EXPECT_TRUE(outcome.output.starts_with("1 “file” couldn’t be moved")) << outcome.output;
+    EXPECT_EQ(strangers(directory.path(), {"file"}), std::vector<std::string>{});
+}
+
 TEST(MoveItem, TellsOfAttributesThatTheVolumeCannotHold) {
     const TemporaryDirectory directory;
     const auto file = directory.write("file", "content");
