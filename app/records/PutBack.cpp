@@ -39,16 +39,15 @@ bool isJobFile(const RecordedStep& step) {
 ItemBack viewOf(const RecordedStep& step, const TrashedItems& trash) {
     ItemBack item{
         .path = step.path, .place = {}, .outcome = Back::waiting, .reason = {}, .cause = {}};
-    const auto there = fileSystem().attributesOfItem(step.path);
     if (!isJobFile(step)) {
         item.place = trash.find(step).value_or(std::string());
     }
     const bool canReturn = isJobFile(step) || !item.place.empty();
-    if (there && isRecordedItem(*there, step.item)) {
+    if (isItemOf(step, step.path)) {
         item.outcome = Back::inPlace;
     } else if (!canReturn && !mayBeOnItsWay(step)) {
         item.outcome = Back::gone;
-    } else if (there) {
+    } else if (isTaken(step.path)) {
         item.outcome = Back::occupied;
     }
     return item;
@@ -110,7 +109,9 @@ Undone<ItemBack> PutBack::perform(std::vector<RunRecord>& runs) {
             }
         }
         // A job's program may have been taken by another run.
-        std::ranges::for_each(runs, [this](const auto& run) { loadJobs(run); });
+        for (const auto& run : runs) {
+            loadJobs(run);
+        }
         for (auto* run : whole) {
             if (!run->isClosed) {
                 records_.close(*run);

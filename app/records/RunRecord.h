@@ -25,8 +25,8 @@ enum class Taken {
 struct StepEnd {
     Taken taken = Taken::left;
     std::string place; ///< In the Trash; empty if the item is not there.
-    /// The modification date of the directory at that place, if the step found only what a killed
-    /// run had left of it.
+    /// The modification date of the directory at that place, if it is the copy that a killed run
+    /// had made, and the step only removed what was left of the original.
     std::optional<qf::FileDate> copied;
 
     bool operator==(const StepEnd&) const = default;

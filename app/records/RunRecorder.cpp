@@ -41,13 +41,16 @@ std::optional<StepEnd> endAfter(const qf::TrashResult& result) {
     return std::nullopt;
 }
 
-/// Returns the date of the directory in the Trash if it is not the one that a step found: a killed
-/// run had copied that, and left less and less of it, with a date of its own.
-std::optional<qf::FileDate> dateOfCopy(const RecordedStep& step, const std::string& place) {
-    const auto item = qf::service<qf::FileSystem>().attributesOfItem(place);
-    const bool isCopy = item && item->kind == qf::ItemKind::directory &&
-                        step.item.kind == qf::ItemKind::directory &&
-                        !isRecordedItem(*item, step.item);
+/// Returns the date of the directory that a step moved into the Trash, if it is not the one that
+/// the step found. Then a killed run had copied it, and what was left of the original has a date of
+/// its own, because its entries were being removed.
+std::optional<qf::FileDate> dateOfCopy(const RecordedStep& step, const StepEnd& end) {
+    if (end.taken != Taken::moved || step.item.kind != qf::ItemKind::directory) {
+        return std::nullopt;
+    }
+    const auto item = qf::service<qf::FileSystem>().attributesOfItem(end.place);
+    const bool isCopy =
+        item && item->kind == qf::ItemKind::directory && !isRecordedItem(*item, step.item);
     return isCopy ? std::optional(item->modificationDate) : std::nullopt;
 }
 
@@ -192,9 +195,7 @@ void RunRecorder::endStep(const std::string& path, StepEnd end) {
     }
     isComplete_ = isComplete_ && end.taken != Taken::left;
     auto& step = record_.steps.back();
-    if (!end.place.empty()) {
-        end.copied = dateOfCopy(step, end.place);
-    }
+    end.copied = dateOfCopy(step, end);
     step.end = std::move(end);
     append(endOf(step));
 }

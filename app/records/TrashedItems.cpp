@@ -39,24 +39,10 @@ bool isSamePath(const std::string& one, const std::string& other) {
     return id || otherId ? id == otherId : isSamePath(directory, otherDirectory);
 }
 
-/// Returns whether an item is what a step found.
-bool isFound(const qf::ItemAttributes& item, const RecordedStep& step) {
-    return isRecordedItem(item, step.item);
-}
-
-/// Returns whether an item is the directory of which a step found only the rest.
-bool isCopied(const qf::ItemAttributes& item, const RecordedStep& step) {
+/// Returns whether an item is the copy of which the step found only the rest.
+bool isCopy(const qf::ItemAttributes& item, const RecordedStep& step) {
     return step.end && step.end->copied && item.kind == qf::ItemKind::directory &&
            item.modificationDate == *step.end->copied;
-}
-
-using IsMeant = bool (*)(const qf::ItemAttributes& item, const RecordedStep& step);
-
-bool isItemOf(const RecordedStep& step, const std::string& itemPath, IsMeant isMeant) {
-    const auto item = qf::service<qf::FileSystem>().attributesOfItem(itemPath);
-    return item && isMeant(*item, step) &&
-           (step.action != PlanAction::trashBundle ||
-            identifierOf(itemPath) == qf::text::lowercased(step.subject));
 }
 
 } // namespace
@@ -71,7 +57,10 @@ bool isRecordedItem(const qf::ItemAttributes& item, const qf::ItemAttributes& re
 }
 
 bool isItemOf(const RecordedStep& step, const std::string& itemPath) {
-    return isItemOf(step, itemPath, isFound) || isItemOf(step, itemPath, isCopied);
+    const auto item = qf::service<qf::FileSystem>().attributesOfItem(itemPath);
+    return item && (isRecordedItem(*item, step.item) || isCopy(*item, step)) &&
+           (step.action != PlanAction::trashBundle ||
+            identifierOf(itemPath) == qf::text::lowercased(step.subject));
 }
 
 void forget(const RecordedStep& step) {
@@ -101,20 +90,17 @@ TrashedItems::TrashedItems() {
 
 std::optional<std::string> TrashedItems::find(const RecordedStep& step) const {
     const auto name = step.end ? path::lastComponent(step.end->place) : std::string();
-    const auto find = [&](IsMeant isMeant) -> std::optional<std::string> {
-        for (const auto& [place, formerPath] : items_) {
-            const bool isNamed = formerPath.empty()
-                                     ? name.empty() || path::lastComponent(place) == name
-                                     : isSamePath(formerPath, step.path);
-            if (isNamed && isItemOf(step, place, isMeant)) {
-                return place;
-            }
+    for (const auto& [place, formerPath] : items_) {
+        const bool isNamed = formerPath.empty() ? name.empty() || path::lastComponent(place) == name
+                                                : isSamePath(formerPath, step.path);
+        if (!isNamed) {
+            continue;
         }
-        return std::nullopt;
-    };
-    // A rest may be there beside the whole item, if it could not be removed.
-    const auto whole = find(isFound);
-    return whole ? whole : find(isCopied);
+        if (isItemOf(step, place)) {
+            return place;
+        }
+    }
+    return std::nullopt;
 }
 
 } // namespace records

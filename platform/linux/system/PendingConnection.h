@@ -10,9 +10,9 @@
 
 namespace qf::native {
 
-/// A connection to a message bus that is being made. Neither a bus that does not greet nor a thread
-/// that GLib cannot start has a time-out, so it can be abandoned: this object need not live until
-/// the connection is made. For one thread.
+/// A connection to a message bus that is being made. GLib waits without limit for a bus that does
+/// not greet, and where it cannot start the thread that connects. So the attempt can be abandoned:
+/// this object need not live until it ends. For one thread.
 class PendingConnection {
 public:
     /// Begins to connect to the bus at a D-Bus address. What becomes of it comes with the events of

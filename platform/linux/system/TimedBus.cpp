@@ -81,6 +81,13 @@ TimedBus::TimedBus(const std::string& address) : cancellable_(g_cancellable_new(
     while (!pending.isOver() && !isTimeUp()) {
         g_main_context_iteration(context_, TRUE);
     }
+    // What is cancelled ends soon, and is freed then, if GLib has a thread for it.
+    constexpr int attempts = 10;
+    constexpr gulong pause = 10'000; // microseconds
+    for (int attempt = 0; attempt < attempts && !pending.isOver(); ++attempt) {
+        g_usleep(pause);
+        g_main_context_iteration(context_, FALSE);
+    }
     connection_ = pending.takeConnection();
 }
 

@@ -996,6 +996,7 @@ TEST_F(PutBackTest, FindsTheCopyOfWhichTheLastRunTookOnlyTheRest) {
     finishing.itemEnded(item, {.outcome = qf::TrashOutcome::moved, .place = copy});
     finishing.walkEnded();
 
+    auto last = runs.lastUninstall();
     for (const auto& result : putBack()) {
         EXPECT_TRUE(result.outcome == Back::back || result.outcome == Back::inPlace)
             << nameOf(result.outcome);
@@ -1003,6 +1004,12 @@ TEST_F(PutBackTest, FindsTheCopyOfWhichTheLastRunTookOnlyTheRest) {
 
     EXPECT_TRUE(exists(inside));
     EXPECT_TRUE(runs.read(1).isClosed && runs.read(2).isClosed);
+
+    // As if the first had been killed before it could close the records.
+    records::UndoObserver observer;
+    for (const auto& result : PutBack(runs, jobs, observer).perform(last).items) {
+        EXPECT_EQ(result.outcome, Back::inPlace);
+    }
 }
 
 TEST_F(PutBackTest, PrefersAnItemToARestOfItThatFollowedIntoTheTrash) {

@@ -257,6 +257,39 @@ TEST_F(RunRecorderTest, TellsWhatWasMovedWithTheRight) {
     EXPECT_EQ(runs.read(1).isComplete, true);
 }
 
+TEST_F(RunRecorderTest, TellsTheDateOfACopyOfWhichItFoundTheRest) {
+    write(cache("Ospenth") + "/inside");
+    const auto item = cache("Ospenth");
+    const auto copy = home.makeDirectory("user/.Trash/com.quillfen.Ospenth");
+    std::filesystem::last_write_time(copy, {});
+    RunRecorder recorder(runs, jobs);
+    recorder.begin(RemoveShared::no);
+    recorder.rowBegan(cacheRow(item));
+    recorder.itemBegan(item);
+    std::filesystem::remove_all(item);
+
+    recorder.itemEnded(item, {.outcome = qf::TrashOutcome::moved, .place = copy});
+
+    EXPECT_EQ(stepOf(item).end->copied, fileSystem.attributesOfItem(copy)->modificationDate);
+}
+
+/// What the administrator moves comes under a name of its own, be it the rest or the whole item.
+TEST_F(RunRecorderTest, TakesNothingThatTheAdministratorMovedForACopy) {
+    write(cache("Ospenth") + "/inside");
+    const auto item = cache("Ospenth");
+    const auto place = home.makeDirectory("user/.Trash/com.quillfen.Ospenth");
+    std::filesystem::last_write_time(place, {});
+    RunRecorder recorder(runs, jobs);
+    recorder.begin(RemoveShared::no);
+    recorder.rowBegan(cacheRow(item));
+    recorder.itemBegan(item);
+    std::filesystem::remove_all(item);
+
+    recorder.itemEnded(item, {.outcome = qf::TrashOutcome::handedOver, .place = place});
+
+    EXPECT_FALSE(stepOf(item).end->copied);
+}
+
 TEST_F(RunRecorderTest, TellsWhatWasLeftInPlace) {
     const auto item = write(preferences("Ospenth"));
     desktop.closed = {home / "Library/Preferences"};

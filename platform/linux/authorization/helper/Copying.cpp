@@ -81,8 +81,8 @@ std::string attributeNames(int from) {
 }
 
 /// Access lists must be kept: without one a file's rights mean something else. A user's attributes
-/// must be kept where the volume has any. What else is the system's own, as a program's privileges,
-/// is left out.
+/// must be kept unless the volume does not support them, or they are gone by now. What else is the
+/// system's own, as a program's privileges, is left out.
 void copyAttributes(OpenCopy copy) {
     const auto [from, to] = copy;
     std::string value(XATTR_SIZE_MAX, '\0');

@@ -172,6 +172,19 @@ TEST_F(TrashOfAnUnwritableFolder, KeepsTheModeOfACopyToo) {
     EXPECT_EQ(modeOf(folder), 0555U);
 }
 
+TEST_F(TrashOfAnUnwritableFolder, KeepsTheModeOfAnotherFolderThatIsInItsPlace) {
+    runAsNobody(trashing);
+    fs::create_directory(folder);
+    ASSERT_EQ(::chown(folder.c_str(), nobody, nobody), 0);
+    ASSERT_EQ(::chmod(folder.c_str(), 0755), 0);
+
+    // As if the other folder came just after the first attempt, which had no permission.
+    runAsNobody({"put-back", place, folder}, withFaults("renameat2:1:" + std::to_string(EACCES)));
+
+    EXPECT_EQ(modeOf(folder), 0755U);
+    EXPECT_EQ(modeOf(place), 0555U);
+}
+
 TEST_F(TrashOfAnUnwritableFolder, KeepsTheModeOfACopyThatIsPutBack) {
     runAsNobody(trashing);
     runAsNobody({"put-back", place, folder},
