@@ -18,6 +18,7 @@
 #include <fstream>
 #include <optional>
 #include <thread>
+#include <utility>
 
 using qf::native::FileDescriptor;
 using qf::native::helper::Status;
@@ -130,6 +131,22 @@ TEST_F(HelperMove, OfAFileToItsOtherNameTakesTheFirstAway) {
     EXPECT_EQ(numberOfEntries(roots()), 2);
     EXPECT_EQ(helper.run("/bin/mv", {"-f", roots() + "/name", roots() + "/name"}), Status::started);
     EXPECT_TRUE(exists(roots() + "/name"));
+}
+
+TEST_F(HelperMove, OfAFileToItsOtherNameIsDone) {
+    using namespace qf::native::helper;
+    const std::string file = makeFile(roots() + "/file");
+    fs::create_hard_link(file, roots() + "/name");
+    const auto placeOf = [](const std::string& name) {
+        auto directory = findItem(AT_FDCWD, roots());
+        auto item = findItem(directory->descriptor.get(), name);
+        return Place{roots() + "/" + name, std::move(*directory), name, std::move(item)};
+    };
+    const Move move{{placeOf("file"), placeOf("name"), {}}};
+    FileDescriptor report;
+    errno = 0; // in which nothing is left to be taken for a reason
+    EXPECT_TRUE(carryOut(move, report, FileDescriptor()));
+    EXPECT_FALSE(exists(file));
 }
 
 TEST_F(HelperMove, IsRefusedWithoutSourceOrWay) {
