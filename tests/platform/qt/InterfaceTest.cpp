@@ -6,6 +6,7 @@
 
 #include <QCheckBox>
 #include <QCloseEvent>
+#include <QLabel>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QTest>
@@ -36,6 +37,7 @@ constexpr const char* twoWindows = R"(<?xml version="1.0" encoding="UTF-8"?>
   <property name="windowTitle"><string>Second</string></property>
   <layout class="QVBoxLayout" name="m">
    <item><widget class="QProgressBar" name="bar"/></item>
+   <item><widget class="QLabel" name="label"/></item>
   </layout>
  </widget>
 </widget></ui>)";
@@ -251,6 +253,12 @@ TEST_F(InterfaceTest, MovesTheBarOnceItIsStarted) {
     auto& widget = *shown("second", "Second").findChild<QProgressBar*>("bar");
     const auto before = widget.grab().toImage();
     EXPECT_TRUE(QTest::qWaitFor([&] { return widget.grab().toImage() != before; }, 60000));
+}
+
+TEST_F(InterfaceTest, TakesNoLabelsTextForMarkup) {
+    interface.label("label").setText("<b>text</b>");
+    const auto& label = *shown("second", "Second").findChild<QLabel*>("label");
+    EXPECT_EQ(label.textFormat(), Qt::PlainText);
 }
 
 TEST_F(InterfaceTest, KnowsWhetherAWindowHasASheet) {

@@ -233,6 +233,12 @@ TEST_F(MainMenuTest, LeavesItsIconOutWhereLargeTypeNeedsTheWholeScreen) {
     QApplication::setFont(font);
 }
 
+TEST_F(MainMenuTest, IndentsItsNoteAndLeavesNoOtherRoomAroundIt) {
+    const auto margins = mainWindow().findChild<QLabel*>("removeSharedNote")->contentsMargins();
+    EXPECT_GT(margins.left(), 0);
+    EXPECT_EQ(margins, QMargins(margins.left(), 0, 0, 0));
+}
+
 TEST_F(MainMenuTest, ShowsItsIcon) {
     auto& icon = iconOfMainWindow();
     mainWindow();

@@ -2,6 +2,7 @@
 
 #include "platform/terminal/AlertPanel.h"
 #include "platform/terminal/PasswordQuestion.h"
+#include "tests/platform/terminal/TerminalInput.h"
 #include "tests/platform/terminal/TerminalTest.h"
 #include "tests/support/MemoryPreferences.h"
 #include "tests/support/NamedCase.h"
@@ -102,6 +103,18 @@ TEST_F(DialogueTest, IsNotCalledOnceItIsGone) {
     std::make_unique<qf::terminal::Dialogue>(application, screen).reset();
 
     settle();
+}
+
+TEST_F(DialogueTest, HidesWhatIsTypedUntilItIsAnswered) {
+    const TerminalInput terminal;
+    dialogue.ask({"?", [this](auto line) { answers.push_back(std::move(line)); }, Echo::no});
+    EXPECT_FALSE(TerminalInput::echoes());
+    terminal.type("word\n");
+
+    runUntil([&] { return !answers.empty(); });
+
+    EXPECT_EQ(answers, Answers{"word"});
+    EXPECT_TRUE(TerminalInput::echoes());
 }
 
 class DialogueSignalTest : public DialogueTest, public testing::WithParamInterface<int> {};

@@ -110,6 +110,49 @@ TEST_F(TerminalInterfaceTest, AsksForTheTickAndForTheGoAhead) {
     EXPECT_TRUE(interface->window("windowMain").isVisible());
 }
 
+constexpr const char* oneWindow = R"(<ui><widget class="QWidget" name="C">
+ <widget class="QWidget" name="window">
+  <property name="closeAction"><string>close:</string></property>
+  <widget class="QLabel" name="text">
+   <property name="text"><string>Text</string></property></widget>
+  <widget class="QCheckBox" name="box">
+   <property name="text"><string>Tick</string></property></widget>
+  <widget class="QPushButton" name="button">
+   <property name="text"><string>Do</string></property>
+   <property name="action"><string>do:</string></property></widget>
+ </widget>
+</widget></ui>)";
+
+class TerminalWindowTest : public TerminalTest {
+protected:
+    Interface interface {
+        {.name = "test.ui", .text = oneWindow}, application, dialogue, Manner::asks
+    };
+};
+
+TEST_F(TerminalWindowTest, LeavesALineEmptyAfterEachOfItsParts) {
+    bool isDone = false;
+    interface.setAction("do:", [&] {
+        screen.line("Done");
+        isDone = true;
+    });
+    interface.window("window").makeKeyAndOrderFront();
+    input.type("y\ny\n");
+    runUntil([&] { return isDone; });
+
+    // After each answer comes the line end that is typed on a terminal.
+    EXPECT_EQ(console.printed(), "Text\n\nTick?\n[y/N] \n\nDo? [y/N] \n\nDone\n");
+}
+
+TEST_F(TerminalWindowTest, ClosesByAnActionThatNoButtonHas) {
+    bool isClosed = false;
+    interface.setAction("close:", [&] { isClosed = true; });
+    interface.window("window").makeKeyAndOrderFront();
+    input.end();
+
+    runUntil([&] { return isClosed; });
+}
+
 TEST_F(TerminalInterfaceTest, TakesAnEmptyLineForNo) {
     load();
 

@@ -4,7 +4,10 @@
 #include "tests/support/PortDoubles.h"
 
 #include <gtest/gtest.h>
+#include <malloc.h>
 
+#include <clocale>
+#include <cstddef>
 #include <string>
 
 using qf::terminal::Screen;
@@ -59,6 +62,26 @@ TEST(ScreenWords, SaysNothingWhenItIsQuiet) {
     screen.clearStatus();
 
     EXPECT_EQ(console.printed(), "");
+}
+
+/// The bytes that this process has got from the C library and not given back; not with a sanitizer,
+/// which tells of them itself.
+std::size_t bytesInUse() {
+    return ::mallinfo2().uordblks;
+}
+
+TEST(ScreenWords, CostNothingForGoodInAnotherCharacterSet) {
+    qf::terminal::inUsersCharacters(""); // which takes on the user's locale
+    const std::string former = std::setlocale(LC_CTYPE, nullptr);
+    std::setlocale(LC_CTYPE, "C");
+    ASSERT_EQ(qf::terminal::inUsersCharacters("a…"), "a...");
+    const auto before = bytesInUse();
+    constexpr int texts = 100;
+    for (int count = 0; count < texts; ++count) {
+        qf::terminal::inUsersCharacters("a…");
+    }
+    EXPECT_LT(bytesInUse(), before + texts);
+    std::setlocale(LC_CTYPE, former.c_str());
 }
 
 class ScreenStatus : public testing::Test {

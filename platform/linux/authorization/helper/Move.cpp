@@ -83,19 +83,17 @@ SystemResult<void> takeAside(const Place& place, const Stage& stage) {
     if (!renamed) {
         return renamed;
     }
-    bool isThisItem = false;
     try {
         const auto item = openItem(staged, place.name);
-        isThisItem = item && item->identity() == place.item->identity();
+        if (item && item->identity() == place.item->identity()) {
+            return {};
+        }
     } catch (const Refusal&) {
         putBack(stage, place);
         throw;
     }
-    if (!isThisItem) {
-        putBack(stage, place);
-        return Unexpected(Errno(ESTALE));
-    }
-    return {};
+    putBack(stage, place);
+    return Unexpected(Errno(ESTALE));
 }
 
 /// Renames an item into a directory that only root may change, and nothing else that is in its

@@ -190,6 +190,62 @@ TEST_F(DiskutilOnADevice, DescribesItsRoom) {
     EXPECT_EQ(info["MountPoint"], Value(directory / "disk"));
 }
 
+/// A volume of memory that passes for one on a device, which the test describes in the kernel's
+/// place.
+class DiskutilOnADescribedDevice : public testing::Test {
+protected:
+    void SetUp() override {
+        if (const auto reason = whyNoMounts(); !reason.empty()) {
+            GTEST_SKIP() << reason;
+        }
+    }
+
+    /// Returns the description of the volume on the device at this place below /sys/devices.
+    Value infoOf(const std::string& device) const {
+        const auto outcome = inNamespace("device=" + device + R"sh(
+            mkdir "$1/disk"
+            mount -t tmpfs none "$1/disk"
+            number=$(mountpoint -d "$1/disk")
+            mount -t tmpfs none /sys
+            mkdir -p "/sys/devices/$device" /sys/dev/block
+            ln -s "../../devices/$device" "/sys/dev/block/$number"
+            mount -t tmpfs none /dev
+            mkdir -p /dev/disk/by-label
+            : > /dev/sdx
+            ln -s ../../sdx '/dev/disk/by-label/My\x20Label'
+            "$2" info -plist "$1/disk")sh",
+                                         directory);
+        EXPECT_EQ(outcome.status, 0) << outcome.output;
+        return parsed(outcome.output);
+    }
+
+private:
+    TemporaryDirectory directory;
+};
+
+struct Attachment : NamedCase {
+    const char* device;
+    bool isInternal;
+};
+
+class DiskutilOnAnAttachedDevice : public DiskutilOnADescribedDevice,
+                                   public testing::WithParamInterface<Attachment> {};
+
+TEST_P(DiskutilOnAnAttachedDevice, TellsWhetherItIsBuiltIn) {
+    EXPECT_EQ(infoOf(GetParam().device)["Internal"], Value(GetParam().isInternal));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    , DiskutilOnAnAttachedDevice,
+    testing::Values(Attachment{{"Inside"}, "pci0000:00/ata1/block/sdx", true},
+                    Attachment{{"ByUsb"}, "pci0000:00/usb1/1-1/block/sdx", false},
+                    Attachment{{"ByFireWire"}, "pci0000:00/fw0/fw0.0/block/sdx", false}),
+    nameOfCase);
+
+TEST_F(DiskutilOnADescribedDevice, HasTheNameThatTheSystemGivesItWithoutItsEscapes) {
+    EXPECT_EQ(infoOf("pci0000:00/ata1/block/sdx")["VolumeName"], Value("My Label"));
+}
+
 TEST(Diskutil, DescribesTheVolumeThatTheMachineRunsFrom) {
     const auto outcome = diskutil({"info", "-plist", "/"});
     if (outcome.status != 0) {

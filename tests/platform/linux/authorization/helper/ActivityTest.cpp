@@ -6,6 +6,7 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <poll.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -24,15 +25,21 @@ namespace {
 /// A process that reads a pipe until that ends, itself or through a child of its own.
 class ReadingProcess {
 public:
-    enum class Reader { itself, child };
+    enum class Reader { itself, child, secondChild };
 
     explicit ReadingProcess(Reader reader) {
         EXPECT_EQ(::pipe2(ends_.data(), O_CLOEXEC), 0);
         process_ = ::fork();
         if (process_ == 0) {
             ::close(ends_[1]);
-            if (reader == Reader::child && ::fork() != 0) {
-                ::wait(nullptr);
+            if (reader == Reader::secondChild && ::fork() == 0) {
+                pollfd end{ends_[0], 0, 0}; // which what is written is not
+                ::poll(&end, 1, -1);
+                ::_exit(0);
+            }
+            if (reader != Reader::itself && ::fork() != 0) {
+                while (::wait(nullptr) > 0) {
+                }
                 ::_exit(0);
             }
             for (char byte = 0; ::read(ends_[0], &byte, 1) == 1;) {
@@ -86,7 +93,8 @@ TEST_P(HelperActivity, ChangesWhenAProcessOrItsChildRuns) {
 
 INSTANTIATE_TEST_SUITE_P(Readers, HelperActivity,
                          testing::Values(ReadingProcess::Reader::itself,
-                                         ReadingProcess::Reader::child));
+                                         ReadingProcess::Reader::child,
+                                         ReadingProcess::Reader::secondChild));
 
 TEST(HelperActivityOfNobody, IsEmpty) {
     EXPECT_EQ(activityOf(-1), "");

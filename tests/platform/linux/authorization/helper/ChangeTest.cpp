@@ -6,6 +6,7 @@
 #include "tests/platform/linux/authorization/helper/PlantedItems.h"
 #include "tests/support/NamedCase.h"
 
+#include <sys/mount.h>
 #include <sys/stat.h>
 #include <sys/xattr.h>
 #include <unistd.h>
@@ -129,6 +130,16 @@ TEST_F(HelperChange, WritesAFileThatIsGivenToRootAnewWithTheContentThatTheProgra
     EXPECT_EQ(giveToRoot(file, ""), Status::started); // which is root's by now
     EXPECT_EQ(contentOf(file), "");
     EXPECT_EQ(std::distance(fs::directory_iterator(sandbox::rootsDirectory), {}), 2);
+}
+
+TEST_F(HelperChange, LeavesNothingOfAFileForRootThatFindsNoRoom) {
+    const std::string volume = makeDirectory(sandbox::rootsDirectory + "/volume");
+    ASSERT_EQ(::mount("tmpfs", volume.c_str(), "tmpfs", 0, "size=64k,mode=755"), 0);
+    const std::string file = makeFile(volume + "/job.plist", servedUser);
+    const std::string content = contentOf(file);
+    EXPECT_EQ(giveToRoot(file, std::string(100'000, 'x')), Status::startFailed);
+    EXPECT_EQ(contentOf(file), content);
+    EXPECT_EQ(std::distance(fs::directory_iterator(volume), {}), 1);
 }
 
 TEST_F(HelperChange, TakesNoContentForADirectory) {

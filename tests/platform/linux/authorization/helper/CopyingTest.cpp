@@ -5,15 +5,18 @@
 #include "tests/platform/linux/authorization/helper/Attacker.h"
 #include "tests/platform/linux/authorization/helper/PlantedItems.h"
 
+#include <fcntl.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
 #include <sys/xattr.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
+#include <string>
 
 using qf::native::helper::Status;
 
@@ -217,4 +220,31 @@ TEST_F(HelperCopy, CopiesNothingThatTheOwnerOfTheWholeCannotRead) {
     ASSERT_EQ(::chmod(inner.c_str(), 0755), 0);
     EXPECT_EQ(copy(directory, usersDirectory() + "/copy"), Status::started);
     EXPECT_EQ(contentOf(usersDirectory() + "/copy/roots/file"), contentOf(file));
+}
+
+TEST_F(HelperCopy, TellsTheLogWhyAnItemCannotBeRead) {
+    const std::string directory = makeDirectory(usersDirectory() + "/folder", servedUser);
+    makeDirectory(directory + "/roots", 0, 0700);
+    TestedHelper helper;
+    helper.run("/bin/cp", {"-f", "-p", "-R", directory, usersDirectory() + "/copy"});
+    EXPECT_EQ(helper.nextLogLine(),
+              "no copy could be put in place: copy: " + std::to_string(EACCES));
+}
+
+TEST_F(HelperCopy, EndsWithAFileThatHasLessThanItsSizeSays) {
+    const std::string attribute = "/sys/kernel/fscaps";
+    if (!exists(attribute)) {
+        GTEST_SKIP() << "the kernel has no " << attribute;
+    }
+    ASSERT_LT(contentOf(attribute).size(), static_cast<std::size_t>(statusOf(attribute).st_size));
+    EXPECT_EQ(copy(attribute, usersDirectory() + "/copy"), Status::started);
+    EXPECT_TRUE(contentOf(usersDirectory() + "/copy").starts_with(contentOf(attribute)));
+}
+
+TEST_F(HelperCopy, GivesADirectoryTheOwnerOfTheOneThatIsMergedIntoIt) {
+    using qf::native::helper::openItem;
+    const std::string roots = makeDirectory(sandbox::rootsDirectory + "/roots");
+    const std::string users = makeDirectory(sandbox::rootsDirectory + "/users", servedUser);
+    qf::native::helper::settleLike(*openItem(AT_FDCWD, roots), *openItem(AT_FDCWD, users));
+    EXPECT_EQ(statusOf(users).st_uid, 0U);
 }

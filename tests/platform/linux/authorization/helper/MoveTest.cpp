@@ -18,6 +18,7 @@
 #include <fstream>
 #include <optional>
 #include <thread>
+#include <utility>
 
 using qf::native::FileDescriptor;
 using qf::native::helper::Status;
@@ -130,6 +131,23 @@ TEST_F(HelperMove, OfAFileToItsOtherNameTakesTheFirstAway) {
     EXPECT_EQ(numberOfEntries(roots()), 2);
     EXPECT_EQ(helper.run("/bin/mv", {"-f", roots() + "/name", roots() + "/name"}), Status::started);
     EXPECT_TRUE(exists(roots() + "/name"));
+}
+
+TEST_F(HelperMove, OfAFileToItsOtherNameIsNotDoneWhileTheFirstStays) {
+    using namespace qf::native::helper;
+    const std::string file = makeFile(roots() + "/file");
+    fs::create_hard_link(file, roots() + "/name");
+    const auto placeOf = [](const std::string& name) {
+        auto directory = findItem(AT_FDCWD, roots());
+        auto item = findItem(directory->descriptor.get(), name);
+        return Place{roots() + "/" + name, std::move(*directory), name, std::move(item)};
+    };
+    const Move move{{placeOf("file"), placeOf("name"), {}}};
+    // A name on which something is mounted cannot be taken away.
+    ASSERT_EQ(::mount(file.c_str(), file.c_str(), nullptr, MS_BIND, nullptr), 0);
+    FileDescriptor report;
+    EXPECT_FALSE(carryOut(move, report, FileDescriptor()));
+    EXPECT_EQ(::umount(file.c_str()), 0);
 }
 
 TEST_F(HelperMove, IsRefusedWithoutSourceOrWay) {

@@ -18,6 +18,26 @@ namespace fs = std::filesystem;
 
 using HelperPlacing = PlantedItems;
 
+TEST_F(HelperPlacing, KnowsWhetherAToolSucceeds) {
+    using qf::native::helper::openItem;
+    using qf::native::helper::succeeds;
+    for (const bool isSuccess : {false, true}) { // whoever becomes the first tool has failed
+        const std::string path = isSuccess ? "/bin/true" : "/bin/false";
+        EXPECT_EQ(succeeds({path, *openItem(AT_FDCWD, fs::canonical(path))}, {}), isSuccess);
+    }
+}
+
+TEST_F(HelperPlacing, EndsTheProcessThatCannotBecomeATool) {
+    const std::string path = makeFile(sandbox::rootsDirectory + "/no program");
+    const qf::native::helper::Tool tool{path, *qf::native::helper::openItem(AT_FDCWD, path)};
+    const pid_t process = ::getpid();
+    const bool isSuccess = qf::native::helper::succeeds(tool, {});
+    if (::getpid() != process) {
+        ::_exit(0); // which is taken for a success
+    }
+    EXPECT_FALSE(isSuccess);
+}
+
 TEST_F(HelperPlacing, ReplacesNothingThatHasComeSinceTheMoveWasAskedFor) {
     using qf::native::helper::openItem;
     using qf::native::helper::renameTo;

@@ -118,6 +118,14 @@ TEST_F(DittoCompress, FailsOnWhatItMayNotRead) {
     expectOnly({"src"});
 }
 
+TEST_F(DittoCompress, FailsOnAFolderThatItMayNotRead) {
+    directory.makeDirectory("src/secret");
+    fs::permissions(directory / "src/secret", fs::perms(0));
+    const auto outcome = ditto({"-ck", directory / "src", directory / "a.zip"}, asOrdinaryUser());
+    expectRefused(outcome, "secret");
+    expectOnly({"src"});
+}
+
 TEST_F(DittoCompress, FailsOnAFullVolume) {
     if (const auto reason = whyNoMounts(); !reason.empty()) {
         GTEST_SKIP() << reason;

@@ -79,6 +79,15 @@ std::string archiveThatClaims(std::uint64_t size, std::uint32_t digest = 0x8CDC1
            littleEndian(0, 2);
 }
 
+TEST_F(DittoExtract, FillsAVolumeToItsLastByte) {
+    if (const auto reason = whyNoMounts(); !reason.empty()) {
+        GTEST_SKIP() << reason;
+    }
+    const auto archive = makeArchive("a.zip", {{"file", std::string(64UL * 1024, 'x')}});
+    const auto volume = directory.makeDirectory("volume");
+    expectDone(ditto({"-xk", archive, volume}, withMountOn(volume, "size=64k")));
+}
+
 TEST_F(DittoExtract, OpensAnArchiveOfZip) {
     const auto source = makeSource();
     const auto packed =

@@ -159,7 +159,9 @@ INSTANTIATE_TEST_SUITE_P(Rows, JobKey, testing::ValuesIn(rows), nameOf);
 
 TEST(JobKeys, AreOneUnitOnlyWithoutTimesAndPaths) {
     EXPECT_EQ(unitsOfJob(jobWith("RunAtLoad", true), "/job.plist", Domain::user).size(), 1U);
-    EXPECT_EQ(unitsOfJob(jobWith("WatchPaths", Array{}), "/job.plist", Domain::user).size(), 1U);
+    for (const auto* key : {"WatchPaths", "StartCalendarInterval"}) {
+        EXPECT_EQ(unitsOfJob(jobWith(key, Array{}), "/job.plist", Domain::user).size(), 1U) << key;
+    }
 }
 
 TEST(JobKeys, StartNothingAtLoadByThemselves) {

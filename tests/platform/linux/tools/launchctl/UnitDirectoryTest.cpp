@@ -157,6 +157,11 @@ TEST_F(Units, CannotBeWrittenWhereAFileExists) {
     EXPECT_THROW(directory.write(unitsLabelled("a")), qf::native::tool::ToolError);
 }
 
+TEST_F(Units, CannotBeWrittenWithoutTheirLinks) {
+    home.write("systemd/user/default.target.wants/a.service/file");
+    EXPECT_THROW(directory.write(unitsLabelled("a")), qf::native::tool::ToolError);
+}
+
 TEST_F(Units, AreNotFoundInAMissingDirectory) {
     EXPECT_TRUE(directory.unitsOf("a").empty());
     EXPECT_TRUE(directory.owners().empty());
