@@ -104,6 +104,10 @@ private:
         if (done) {
             MovedItems moved(destination_, newName_, &copied_);
             done = removeTree(source_, name_, {.only = &moved});
+            // A rest that stays could be taken for the item.
+            if (!done && done.error().number != changedMeanwhile && removeCopied()) {
+                done = {};
+            }
         }
         return done;
     }

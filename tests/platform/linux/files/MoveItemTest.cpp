@@ -348,6 +348,21 @@ TEST(MoveItem, FinishesAMoveThatWasKilledAndNoOther) {
     EXPECT_EQ(contentOf(directory / "top/a"), "a");
 }
 
+TEST(MoveItem, TriesOnceMoreToRemoveWhatItHasCopied) {
+    const TemporaryDirectory directory;
+    directory.write("top/a", "a");
+    directory.write("top/b", "b");
+
+    EXPECT_EQ(runChild({"move", directory / "top", directory / "new"},
+                       withFaults(otherVolume + ",unlinkat:2:" + std::to_string(EIO)))
+                  .output,
+              "ok\nfaults: 2\n");
+
+    EXPECT_EQ(strangers(directory.path(), {"new"}), std::vector<std::string>{});
+    EXPECT_EQ(contentOf(directory / "new/a"), "a");
+    EXPECT_EQ(contentOf(directory / "new/b"), "b");
+}
+
 TEST(MoveItem, FinishesAKilledMoveAfterAbandonedCopiesAreRemoved) {
     const TemporaryDirectory directory;
     directory.write("top/a", "a");
