@@ -29,6 +29,15 @@ TEST(MountTable, FailsWhileItCannotBeRead) {
     EXPECT_TRUE(table.hasMountIn("/proc").value());
 }
 
+TEST(MountTable, IsNotReadAgainWhileNothingChanges) {
+    qf::native::MountTable table;
+    ASSERT_TRUE(table.hasMountIn("/proc").value());
+
+    const ScopedLimit<RLIMIT_NOFILE> limit(0);
+
+    EXPECT_TRUE(table.hasMountIn("/proc").ok());
+}
+
 TEST(MountTable, NoticesWhatIsMountedAndUnmountedMeanwhile) {
     if (const auto reason = whyNoMounts(); !reason.empty()) {
         GTEST_SKIP() << reason;
