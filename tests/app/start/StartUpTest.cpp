@@ -4,6 +4,7 @@
 #include "platform/AlertPanel.h"
 #include "platform/Application.h"
 #include "platform/InstanceLock.h"
+#include "platform/LoginAccounts.h"
 #include "platform/Services.h"
 #include "platform/SystemInformation.h"
 #include "platform/Windows.h"
@@ -269,6 +270,35 @@ TEST_F(StartUpDeathTest, PressesTheButtonOfAnUninstallWithoutAQuestion) {
                     },
                     mainMenu(), {"--uninstall"}),
                 ExitedWithCode(cancelled), ContainsRegex("^pressed\n"));
+}
+
+/// Two accounts; a person interrupts the program when it begins with the first one.
+class InterruptedAccounts : public qf::LoginAccounts {
+public:
+    std::vector<qf::LoginAccount> all() override {
+        return {{.userId = 1000, .groupId = 1000, .name = "first", .home = "/x/1", .whyNot = {}},
+                {.userId = 1001, .groupId = 1001, .name = "second", .home = "/x/2", .whyNot = {}}};
+    }
+    qf::ProcessDescription programAs(const qf::LoginAccount& account,
+                                     const std::string& /*program*/,
+                                     std::vector<std::string> /*arguments*/) override {
+        std::cerr << "begins with " << account.name << '\n';
+        ::kill(::getpid(), SIGINT);
+        waitUntilTaken(SIGINT);
+        qf::service<Application>().performOnMainThread([] {}, qf::Wait::untilDone);
+        throw qf::Exception("QFTest", "it is not run");
+    }
+};
+
+TEST_F(StartUpDeathTest, BeginsWithNoOtherAccountWhenItIsInterrupted) {
+    RecordingConsole console;
+    const qf::ScopedService<qf::Console> consoleScope(console);
+    InterruptedAccounts accounts;
+    const qf::ScopedService<qf::LoginAccounts> accountsScope(accounts);
+    account.userId = 0;
+    EXPECT_EXIT(start([](Interface&, PlanObserver&) { std::abort(); }, mainMenu(),
+                      {"--uninstall", "--all-users"}),
+                ExitedWithCode(failed), "^begins with first\n$");
 }
 
 class StartUpSignalDeathTest : public StartUpDeathTest,
