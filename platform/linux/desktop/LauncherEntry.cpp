@@ -41,8 +41,8 @@ bool isPlain(std::string_view identifier) {
 /// Returns the program of a bundle; empty if it cannot be run or is outside the bundle.
 std::string programOf(const std::string& bundle, const Value& information) {
     const auto name = textOf(information["CFBundleExecutable"]);
-    if (name.empty() || name == "." || name == ".." || name.find('/') != std::string::npos ||
-        name.find('\0') != std::string::npos) {
+    // Without a slash only "." and ".." lead elsewhere, to directories.
+    if (name.find('/') != std::string::npos || name.find('\0') != std::string::npos) {
         return "";
     }
     auto program = path::appending(path::appending(bundle, "Contents/MacOS"), name);

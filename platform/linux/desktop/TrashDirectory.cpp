@@ -314,7 +314,7 @@ SystemResult<void> TrashDirectory::giveUniqueName(const std::string& name) const
     if (renamed) {
         removeTrashinfo(name, former);
     } else {
-        removeTrashinfo(name, trashinfo->item());
+        removeTrashinfo(newName, trashinfo->item());
     }
     return renamed;
 }

@@ -29,16 +29,16 @@ SystemResult<FileDescriptor> openPath(int parent, const char* name) {
     return opened(::openat(parent, name, O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
 }
 
-/// Walks up from the item's directory to the root of its mount. ENOENT if that is the root of the
-/// machine's own volume, whose trash directory no desktop would list.
-SystemResult<VolumeTop> findTop(const ItemPlace& item) {
+/// Walks up from the item's directory to the root of its mount. No value if that cannot be found,
+/// or is the root of the machine's own volume, whose trash directory no desktop would list.
+std::optional<VolumeTop> findTop(const ItemPlace& item) {
     auto path = resolvedPath(item.directory.get());
     auto directory = openPath(item.directory.get(), ".");
     std::string below = item.name;
     while (directory && !path.empty() && path != "/") {
         const auto status = statusOf(directory->get());
         if (!status) {
-            return Unexpected(status.error());
+            return std::nullopt;
         }
         if ((status->stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0) {
             return VolumeTop{*std::move(directory), std::move(below)};
@@ -47,7 +47,7 @@ SystemResult<VolumeTop> findTop(const ItemPlace& item) {
         path = path::deletingLastComponent(path);
         directory = openPath(directory->get(), "..");
     }
-    return Unexpected(directory ? Errno(ENOENT) : directory.error());
+    return std::nullopt;
 }
 
 /// Method 1 demands a directory that is sticky and no link. It would have the administrator told of

@@ -28,7 +28,6 @@ SystemResult<void> makeLink(const EntryRef& source, const EntryRef& destination)
     if (copy && *copy == *text) {
         return {};
     }
-    ::unlinkat(destination.directory, destination.name.c_str(), 0);
     return Unexpected(copy ? Errno(EIO) : copy.error());
 }
 
@@ -65,14 +64,8 @@ SystemResult<void> copyUnopened(const EntryRef& source, const struct statx& stat
     if (S_ISREG(status.stx_mode) || S_ISDIR(status.stx_mode)) {
         return Unexpected(changedMeanwhile);
     }
-    if (auto made = makeUnopened(source, status, destination); !made) {
-        return made;
-    }
-    auto kept = copyMetadataToEntry(status, destination);
-    if (!kept) {
-        ::unlinkat(destination.directory, destination.name.c_str(), 0);
-    }
-    return kept;
+    auto made = makeUnopened(source, status, destination);
+    return made ? copyMetadataToEntry(status, destination) : made;
 }
 
 } // namespace qf::native

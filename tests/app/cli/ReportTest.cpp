@@ -208,6 +208,13 @@ TEST_F(ReportTest, ListsForAPerson) {
               "1 item found, 1.2 kB\n");
 }
 
+TEST_F(ReportTest, GivesSizesInTheLargestUnitThatTheyFill) {
+    EXPECT_EQ(cli::readableSize(999), "999 B");
+    EXPECT_EQ(cli::readableSize(1000), "1.0 kB");
+    EXPECT_EQ(cli::readableSize(2'000'000'000'000'000), "2.0 PB");
+    EXPECT_EQ(cli::readableSize(3'000'000'000'000'000'000), "3000.0 PB");
+}
+
 TEST_F(ReportTest, CountsWhatIsFound) {
     EXPECT_EQ(cli::listAsText({}), "\n0 items found, 0 B\n");
     EXPECT_THAT(cli::listAsText({rowOf("/x/a", ItemState::found), rowOf("/x/b", ItemState::found)}),

@@ -628,6 +628,17 @@ TEST_F(RunRecorderTest, TellsWhyARecordCannotBeMade) {
     EXPECT_TRUE(runs.numbers().empty());
 }
 
+TEST_F(RunRecorderTest, HasNoNumberForARecordThatCouldNotBeNamed) {
+    FailingDisk disk;
+    disk.names = false;
+    const qf::ScopedService<qf::FileSystem> scope(disk);
+    RunRecorder recorder(runs, jobs);
+
+    recorder.begin(RemoveShared::no);
+
+    EXPECT_EQ(recorder.number(), 0U);
+}
+
 TEST_F(RunRecorderTest, ClosesNoRecordThatIsGone) {
     uninstall();
     auto record = runs.read(1);

@@ -4,6 +4,7 @@
 #include "platform/AlertPanel.h"
 #include "platform/Application.h"
 #include "platform/InstanceLock.h"
+#include "platform/LoginAccounts.h"
 #include "platform/Services.h"
 #include "platform/SystemInformation.h"
 #include "platform/Windows.h"
@@ -14,6 +15,7 @@
 #include "tests/support/LinkedWindows.h"
 #include "tests/support/MainThread.h"
 #include "tests/support/NamedCase.h"
+#include "tests/support/NoThreadsLeft.h"
 #include "tests/support/PortDoubles.h"
 #include "tests/support/ScopedDisposition.h"
 #include "tests/support/ScopedEnvironment.h"
@@ -36,8 +38,10 @@
 #include <cstdlib>
 #include <functional>
 #include <iostream>
+#include <iterator>
 #include <string>
 #include <thread>
+#include <vector>
 
 using qf::Application;
 using qf::Interface;
@@ -60,6 +64,7 @@ auto oneLineWith(const std::string& what) {
 }
 
 constexpr int complete = 0;
+constexpr int failed = 1;
 constexpr int leftInPlace = 3;
 constexpr int cancelled = 4;
 
@@ -106,13 +111,18 @@ protected:
         TestClock::install();
     }
 
-    [[noreturn]] void start(const start::Awake& awake, const qf::InterfaceFile& file = mainMenu()) {
-        std::string name = "kelvane-uninstaller";
-        char* arguments[] = {name.data(), nullptr};
+    [[noreturn]] void start(const start::Awake& awake, const qf::InterfaceFile& file = mainMenu(),
+                            std::vector<std::string> words = {}) {
+        words.insert(words.begin(), "kelvane-uninstaller");
+        std::vector<char*> arguments;
+        std::ranges::transform(words, std::back_inserter(arguments),
+                               [](std::string& word) { return word.data(); });
+        arguments.push_back(nullptr);
         if (std::freopen("/dev/null", "r", stdin) == nullptr) { // nobody to ask on a terminal
             std::abort();
         }
-        std::exit(start::applicationMain(1, arguments, file, inventory, awake));
+        std::exit(start::applicationMain(static_cast<int>(words.size()), arguments.data(), file,
+                                         inventory, awake));
     }
 
     void expectNoDisplay(const std::string& why) {
@@ -228,6 +238,67 @@ TEST_F(StartUpDeathTest, ShowsTheItemsOfARunOnRequest) {
                     timer.start(0);
                 }),
                 ExitedWithCode(cancelled), ContainsRegex("^shown\n(.*\n)?shown\n$"));
+}
+
+TEST_F(StartUpDeathTest, ShowsTheItemsThoughThereIsNoThreadLeftToFindThem) {
+    EXPECT_EXIT(start([](Interface&, PlanObserver&) {
+                    static const NoThreadsLeft none;
+                    pressWhenShown("Items to Remove", "C&lose");
+                    qf::service<Application>().performOnMainThread(
+                        [] {
+                            press(*windowTitled("Uninstall Kelvane"), "Show &Items…");
+                            qf::service<Application>().terminate();
+                        },
+                        qf::Wait::no);
+                }),
+                ExitedWithCode(cancelled), ContainsRegex("(^|\n)shown\n$"));
+}
+
+TEST_F(StartUpDeathTest, ShowsWhatPuttingBackCameTo) {
+    EXPECT_EXIT(start([](Interface&, PlanObserver&) { pressWhenShown("Put Back", "C&lose"); },
+                      mainMenu(), {"--put-back", "--window"}),
+                ExitedWithCode(failed), ContainsRegex("(^|\n)shown\n$"));
+}
+
+TEST_F(StartUpDeathTest, PressesTheButtonOfAnUninstallWithoutAQuestion) {
+    RecordingConsole console;
+    const qf::ScopedService<qf::Console> consoleScope(console);
+    EXPECT_EXIT(start(
+                    [](Interface& interface, PlanObserver&) {
+                        interface.setAction("uninstall:", [] { std::cerr << "pressed\n"; });
+                        terminateLater();
+                    },
+                    mainMenu(), {"--uninstall"}),
+                ExitedWithCode(cancelled), ContainsRegex("^pressed\n"));
+}
+
+/// Two accounts; a person interrupts the program when it begins with the first one.
+class InterruptedAccounts : public qf::LoginAccounts {
+public:
+    std::vector<qf::LoginAccount> all() override {
+        return {{.userId = 1000, .groupId = 1000, .name = "first", .home = "/x/1", .whyNot = {}},
+                {.userId = 1001, .groupId = 1001, .name = "second", .home = "/x/2", .whyNot = {}}};
+    }
+    qf::ProcessDescription programAs(const qf::LoginAccount& account,
+                                     const std::string& /*program*/,
+                                     std::vector<std::string> /*arguments*/) override {
+        std::cerr << "begins with " << account.name << '\n';
+        ::kill(::getpid(), SIGINT);
+        waitUntilTaken(SIGINT);
+        qf::service<Application>().performOnMainThread([] {}, qf::Wait::untilDone);
+        throw qf::Exception("QFTest", "it is not run");
+    }
+};
+
+TEST_F(StartUpDeathTest, BeginsWithNoOtherAccountWhenItIsInterrupted) {
+    RecordingConsole console;
+    const qf::ScopedService<qf::Console> consoleScope(console);
+    InterruptedAccounts accounts;
+    const qf::ScopedService<qf::LoginAccounts> accountsScope(accounts);
+    account.userId = 0;
+    EXPECT_EXIT(start([](Interface&, PlanObserver&) { std::abort(); }, mainMenu(),
+                      {"--uninstall", "--all-users"}),
+                ExitedWithCode(failed), "^begins with first\n$");
 }
 
 class StartUpSignalDeathTest : public StartUpDeathTest,
@@ -364,6 +435,22 @@ TEST_F(StartUpDeathTest, SaysThatItIsRunningAlready) {
     EXPECT_EXIT(start([](Interface&, PlanObserver&) { std::abort(); }), ExitedWithCode(1),
                 oneLineWith("already running"));
 }
+
+class StartUpWithoutWindowsDeathTest : public StartUpDeathTest,
+                                       public testing::WithParamInterface<NamedText> {};
+
+TEST_P(StartUpWithoutWindowsDeathTest, LoadsNoneThoughADisplayIsNamed) {
+    const qf::InstanceLock other("kelvane-uninstaller");
+    windows.missing = "loaded in vain";
+    EXPECT_EXIT(
+        start([](Interface&, PlanObserver&) { std::abort(); }, mainMenu(), {GetParam().value}),
+        ExitedWithCode(1), oneLineWith("already running"));
+}
+
+INSTANTIATE_TEST_SUITE_P(, StartUpWithoutWindowsDeathTest,
+                         testing::Values(NamedText{{"Uninstall"}, "--uninstall"},
+                                         NamedText{{"Terminal"}, "--terminal"}),
+                         nameOfCase);
 
 TEST_F(StartUpDeathTest, SaysThatItsWindowIsOpenAlready) {
     const qf::InstanceLock other("kelvane-uninstaller-window");

@@ -1,7 +1,10 @@
 #include "platform/foundation/GlobalQueue.h"
 
+#include "tests/support/NoThreadsLeft.h"
+
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <future>
 #include <latch>
 #include <memory>
@@ -71,6 +74,24 @@ TEST(GlobalQueue, LetsGoOfAnOperationThatHasEnded) {
     std::shared_ptr<void> whenReleased(nullptr, [done](void*) { done->count_down(); });
     dispatchAsync([owned, whenReleased = std::move(whenReleased)] { EXPECT_EQ(*owned, 1); });
     done->wait();
+}
+
+TEST(GlobalQueueDeathTest, AnOperationWaitsForTheOnlyThreadWhereNoOtherCanBeStarted) {
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    EXPECT_EXIT(
+        {
+            const auto open = std::make_shared<std::latch>(1);
+            const auto done = std::make_shared<std::latch>(1);
+            dispatchAsync([open] { open->wait(); });
+            {
+                const NoThreadsLeft none;
+                dispatchAsync([done] { done->count_down(); });
+            }
+            open->count_down();
+            done->wait();
+            std::_Exit(0);
+        },
+        testing::ExitedWithCode(0), "^$");
 }
 
 TEST(GlobalQueueDeathTest, WhatAnOperationRaisesAndNobodyCatchesEndsTheProcess) {

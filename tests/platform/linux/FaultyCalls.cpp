@@ -11,6 +11,7 @@
 //         append      a byte is appended to the file that the variable QF_CHANGED names
 //         touch       that file gets another modification date
 //         alter       pwrite(), from this call on, writes another first byte than it is told to
+//         occupy      renameat2(), from this call on, finds every name taken
 //
 // Counting begins when the program calls qfBeginFaults(), or with the program itself if
 // QF_FAULTS_FROM_START is set.
@@ -45,6 +46,7 @@ void forget();
 void append();
 void touch();
 void alter();
+void occupy();
 
 struct Event {
     const char* name;
@@ -57,7 +59,8 @@ constexpr std::array events{Event{"kill", [] { ::kill(::getpid(), SIGKILL); }},
                             Event{"forget", forget},
                             Event{"append", append},
                             Event{"touch", touch},
-                            Event{"alter", alter}};
+                            Event{"alter", alter},
+                            Event{"occupy", occupy}};
 
 struct Fault {
     std::string call;
@@ -76,6 +79,7 @@ int fired = 0;
 bool renumbers = false;
 bool ages = false;
 bool alters = false;
+bool occupies = false;
 
 void renumber() {
     renumbers = true;
@@ -87,6 +91,10 @@ void age() {
 
 void alter() {
     alters = true;
+}
+
+void occupy() {
+    occupies = true;
 }
 
 void forget() {
@@ -177,8 +185,6 @@ int qfEndFaults() {
     }
 // NOLINTEND(bugprone-macro-parentheses)
 
-QF_CALL(int, renameat2, (int a, const char* b, int c, const char* d, unsigned e), (a, b, c, d, e),
-        -1)
 QF_CALL(int, renameat, (int a, const char* b, int c, const char* d), (a, b, c, d), -1)
 QF_CALL(int, linkat, (int a, const char* b, int c, const char* d, int e), (a, b, c, d, e), -1)
 QF_CALL(int, unlinkat, (int a, const char* b, int c), (a, b, c), -1)
@@ -208,6 +214,18 @@ QF_CALL(int, fsetxattr, (int a, const char* b, const void* c, size_t d, int e), 
 QF_CALL(int, flock, (int a, int b), (a, b), -1)
 QF_CALL(dirent*, readdir, (DIR * a), (a), nullptr)
 QF_CALL(DIR*, fdopendir, (int a), (a), nullptr)
+
+int renameat2(int from, const char* name, int to, const char* newName, unsigned flags) {
+    static const auto real = next(&::renameat2, "renameat2");
+    if (fails("renameat2")) {
+        return -1;
+    }
+    if (occupies) {
+        errno = EEXIST;
+        return -1;
+    }
+    return real(from, name, to, newName, flags);
+}
 
 ssize_t pwrite(int file, const void* bytes, size_t size, off_t offset) {
     static const auto real = next(&::pwrite, "pwrite");

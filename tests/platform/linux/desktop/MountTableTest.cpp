@@ -29,6 +29,16 @@ TEST(MountTable, FailsWhileItCannotBeRead) {
     EXPECT_TRUE(table.hasMountIn("/proc").value());
 }
 
+TEST(MountTable, IsNotReadAgainWhileNothingChanges) {
+    qf::native::MountTable table;
+    ASSERT_TRUE(table.hasMountIn("/proc").value());
+
+    // No more files can be opened, but the one that is open can be looked at.
+    const ScopedLimit<RLIMIT_NOFILE> limit(1);
+
+    EXPECT_TRUE(table.hasMountIn("/proc").ok());
+}
+
 TEST(MountTable, NoticesWhatIsMountedAndUnmountedMeanwhile) {
     if (const auto reason = whyNoMounts(); !reason.empty()) {
         GTEST_SKIP() << reason;

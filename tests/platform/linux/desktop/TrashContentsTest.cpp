@@ -75,6 +75,15 @@ TEST_F(TrashContents, AreListedOnceWhatAKilledProcessLeftIsTakenBack) {
     EXPECT_TRUE(namesIn(homeTrash + "/info").empty());
 }
 
+TEST_F(TrashContents, AreNoneWhereAFileIsInPlaceOfTheDirectoryOfItems) {
+    home.write(".local/share/Trash/files");
+
+    const auto listed = run({"list-trash", trash});
+
+    EXPECT_EQ(listed.status, 0);
+    EXPECT_EQ(listed.output, "");
+}
+
 TEST_F(TrashContents, OfALinkToElsewhereAreNotTheUsers) {
     home.write("elsewhere/a.txt");
     fs::create_symlink(home / "elsewhere", trash);

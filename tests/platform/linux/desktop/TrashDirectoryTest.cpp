@@ -466,6 +466,23 @@ TEST_F(TrashFaults, OfTheDiskLetNoItemComeWithoutItsTrashinfo) {
     EXPECT_EQ(strayIn(trash), nothing);
 }
 
+class TrashFaultsOfAVolumeThatSendsNoParts : public TrashFaults,
+                                             public testing::WithParamInterface<FailureNumber> {};
+
+TEST_P(TrashFaultsOfAVolumeThatSendsNoParts, HaveTheTrashinfoSyncedInstead) {
+    makeItem();
+    const auto unable = "sync_file_range:2:" + std::to_string(GetParam().number);
+
+    EXPECT_TRUE(recycle(unable + ",fsync:1:" + std::to_string(EIO)).output.starts_with("5 "));
+    EXPECT_TRUE(recycle(unable).output.starts_with("ok\n"));
+}
+
+INSTANTIATE_TEST_SUITE_P(, TrashFaultsOfAVolumeThatSendsNoParts,
+                         testing::Values(FailureNumber{{"NoSuchCall"}, ENOSYS},
+                                         FailureNumber{{"NoSuchFlags"}, EINVAL},
+                                         FailureNumber{{"NoSuchFile"}, ESPIPE}),
+                         nameOfCase);
+
 TEST_F(TrashFaults, LeaveAnAnnouncedItemWholeAndNoClaimBehind) {
     for (int count = 1;; ++count) {
         makeItem();
@@ -512,6 +529,15 @@ TEST_F(TrashFaults, OfTheSearchForANumberAreFewForManyNamesakes) {
                  environment)
             .output,
         "ok\n");
+}
+
+TEST_F(TrashFaults, OfASearchForANameThatOthersKeepTakingEndIt) {
+    makeItem();
+
+    const auto outcome = recycle("renameat2:1:occupy");
+
+    EXPECT_TRUE(outcome.output.starts_with(std::to_string(EEXIST) + ' ')) << outcome.output;
+    EXPECT_EQ(description(item), whole);
 }
 
 struct AgeOfAName : NamedCase {

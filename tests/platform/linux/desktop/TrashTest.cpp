@@ -1,5 +1,6 @@
 #include "tests/platform/linux/RunChild.h"
 #include "tests/platform/linux/desktop/TrashPairs.h"
+#include "tests/platform/linux/files/Faults.h"
 #include "tests/support/NamedCase.h"
 #include "tests/support/TemporaryDirectory.h"
 
@@ -8,6 +9,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <climits>
 #include <filesystem>
 #include <future>
@@ -519,6 +521,20 @@ TEST_F(Trash, LosesNoBrokenLinkToTheAdministratorsTool) {
     EXPECT_NE(contentOf(trashinfo("b.txt")).find("Path=" + item + "\n"), std::string::npos);
     EXPECT_NE(contentOf(trashinfo("b.2.txt")).find("Path=" + items + "/b.txt\n"),
               std::string::npos);
+}
+
+TEST_F(Trash, RecordsNoNameForAnItemThatCannotGetItWhenTheAdministratorsToolComes) {
+    home.write("items/a.txt", "former");
+    ASSERT_EQ(recycle("a.txt").output, "ok\n");
+    const auto item = home.write("items/a.txt", "content");
+    // The first is that of the trashinfo.
+    auto faulty = withFaults("renameat2:2:" + std::to_string(EIO));
+    faulty.insert(faulty.end(), environment.begin(), environment.end());
+
+    EXPECT_EQ(runChild({"move-trashed", item, trash + "/a.txt"}, faulty).output, "faults: 1\n");
+
+    EXPECT_EQ(contentOf(files("a.txt")), "content");
+    EXPECT_FALSE(exists(trashinfo("a.2.txt")));
 }
 
 TEST_F(Trash, RecordsWhatTheAdministratorsToolMovesUnderTheNameOfAnAnnouncedItem) {

@@ -2,6 +2,7 @@
 
 #include "platform/Console.h"
 #include "platform/Services.h"
+#include "platform/linux/desktop/Volumes.h"
 #include "platform/linux/plist/PropertyLists.h"
 #include "tests/support/PortDoubles.h"
 #include "tests/support/ScopedEnvironment.h"
@@ -9,7 +10,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <iterator>
 
 namespace {
 
@@ -96,6 +99,17 @@ TEST_F(WorkspaceTest, TrashesWithoutAWordInTheSystemLog) {
 TEST_F(WorkspaceTest, TellsWhyALabelCouldNotBeSet) {
     EXPECT_EQ(workspace_.setLabelNumber(home_ / "missing", 1).error().code, ENOENT);
     EXPECT_EQ(workspace_.labelNumber(home_ / "missing"), std::nullopt);
+}
+
+TEST_F(WorkspaceTest, HasThePathsOfTheVolumes) {
+    const auto volumes = qf::native::mountedLocalVolumes();
+    std::vector<std::string> expected;
+    std::ranges::transform(volumes, std::back_inserter(expected), &qf::native::Volume::mountPoint);
+    if (expected.empty()) {
+        GTEST_SKIP() << "this machine has no local volume";
+    }
+
+    EXPECT_EQ(workspace_.mountedLocalVolumePaths(), expected);
 }
 
 TEST_F(WorkspaceTest, TakesABundleForOneItem) {

@@ -152,6 +152,28 @@ TEST_P(Faults, LeaveAFileThatIsWrittenWithItsOldOrNewContent) {
 INSTANTIATE_TEST_SUITE_P(Everywhere, Faults, testing::Values(ENOSPC, EIO, EINTR, ENOENT, EXDEV),
                          [](const auto& fault) { return strerrorname_np(fault.param); });
 
+TEST(Copy, LeavesNothingOfALinkThatCannotBeReadBack) {
+    const MemoryDirectory directory;
+    fs::create_symlink("somewhere", directory / "link");
+
+    const auto outcome = runFaulty({"copy", directory / "link", directory / "copy"},
+                                   "readlinkat:2:" + std::to_string(EIO));
+
+    EXPECT_TRUE(isSentence(outcome, "copied")) << outcome.output;
+    EXPECT_EQ(strangers(directory.path(), {"link"}), std::vector<std::string>{});
+}
+
+TEST(Removal, IsNotStoppedByADirectoryThatWasALinkForAMoment) {
+    const MemoryDirectory directory;
+    const auto item = directory / "item";
+    makeSampleTree(item);
+
+    const auto outcome = runFaulty({"remove", item}, "openat:2:" + std::to_string(ELOOP));
+
+    EXPECT_EQ(outcome.output, "ok\nfaults: 1\n");
+    EXPECT_FALSE(fs::exists(item));
+}
+
 TEST(Trash, TriesNoOtherNameForAnItemOfWhichAPartHasNoPlaceThere) {
     const MemoryDirectory directory;
     const auto trash = directory / "trash";

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <clocale>
 #include <cstdlib>
 
 using qf::Date;
@@ -81,6 +82,14 @@ TEST(PropertyListNodes, AreWrittenInXml) {
     EXPECT_NE(xml->find("<key>a &amp; b</key>"), std::string::npos) << *xml;
     EXPECT_NE(xml->find("<string>&lt;c&gt;</string>"), std::string::npos) << *xml;
     EXPECT_FALSE(xmlOf("bell\a"));
+}
+
+TEST(PropertyListNodes, LeaveTheThreadsLanguageAsItWas) {
+    ::uselocale(LC_GLOBAL_LOCALE);
+
+    static_cast<void>(xmlOf(1.5));
+
+    EXPECT_EQ(::uselocale(nullptr), LC_GLOBAL_LOCALE);
 }
 
 TEST(PropertyListNodes, HaveNumbersWithAPointInEveryLanguageOnThisThread) {

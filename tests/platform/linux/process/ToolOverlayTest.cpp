@@ -57,6 +57,12 @@ INSTANTIATE_TEST_SUITE_P(All, PathWithoutStandIn,
                                          "/bin/launchctl/", "/bin/./launchctl",
                                          "/bin/launchctl/x"));
 
+TEST_F(ToolOverlay, HasNoStandInBesideItsDirectory) {
+    standIn("/tools-of-others/tool", "#!/bin/sh\n");
+    qf::native::setToolOverlay(directory_ / "tools");
+    EXPECT_EQ(resolveTool("-of-others/tool"), "-of-others/tool");
+}
+
 TEST_F(ToolOverlay, LeavesThePathWhenTheStandInCannotBeRun) {
     standIn("/bin/launchctl", "#!/bin/sh\n", S_IRUSR);
     EXPECT_EQ(resolveTool("/bin/launchctl"), "/bin/launchctl");

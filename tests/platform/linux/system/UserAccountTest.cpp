@@ -11,10 +11,33 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstddef>
 
 using qf::native::accountNamed;
 using qf::native::accountOf;
 using qf::native::allAccounts;
+
+namespace {
+
+/// The size of the smallest buffer that the entry of an account fits into.
+std::size_t sizeOfEntry = 0;
+
+} // namespace
+
+extern "C" {
+// The linker has the account call these two: NOLINTBEGIN(bugprone-reserved-identifier)
+int __real_getpwnam_r(const char* name, passwd* entry, char* buffer, std::size_t size,
+                      passwd** found);
+int __wrap_getpwnam_r(const char* name, passwd* entry, char* buffer, std::size_t size,
+                      passwd** found) {
+    if (size < sizeOfEntry) {
+        *found = nullptr;
+        return ERANGE;
+    }
+    return __real_getpwnam_r(name, entry, buffer, size, found);
+}
+// NOLINTEND(bugprone-reserved-identifier)
+}
 
 TEST(UserAccount, HasTheHomeDirectoryThatTheEnvironmentNames) {
     const ScopedEnvironment home("HOME", "/home/other//");
@@ -166,6 +189,16 @@ TEST(UserAccount, IsFoundInThePasswordDatabaseByItsNumberAndItsName) {
     const auto named = accountNamed(found->name);
     ASSERT_TRUE(named);
     EXPECT_EQ(named->userId, 0U);
+}
+
+TEST(UserAccount, IsFoundHoweverLongItsEntryIs) {
+    const auto name = accountOf(0)->name;
+    sizeOfEntry = 100000;
+    const auto found = accountNamed(name);
+    sizeOfEntry = 0;
+
+    ASSERT_TRUE(found);
+    EXPECT_EQ(found->userId, 0U);
 }
 
 TEST(UserAccount, IsNotFoundWhenThePasswordDatabaseKnowsNone) {
