@@ -13,8 +13,9 @@ EntryResult<void> copyItem(const EntryRef& source, const EntryRef& destination);
 
 /// Moves an entry, as qf::FileSystem::moveItem() does. Copies only if the attempt to rename
 /// shows that this is needed, and only if all of the item could be removed afterwards. If a process
-/// was killed while it removed the item after copying, removes what is left of it. If removing fails
-/// after copying it is tried once more; then what is left stays. Errors are those of copyItem().
+/// was killed while it removed the item after copying, removes what is left of it. If removing
+/// fails after copying it is tried once more; then what is left stays. Errors are those of
+/// copyItem().
 EntryResult<void> moveItem(const EntryRef& source, const EntryRef& destination);
 
 /// If a process was killed while it removed an entry that it had copied, as moveItem() does,
