@@ -57,6 +57,12 @@ class Agents:
             problems += [f"of the job {job.label} there is still {thing}" for thing in left]
         return problems
 
+    def close(self) -> None:
+        """Watches the processes no longer: a descriptor is open for each."""
+        for job in self._jobs:
+            os.close(job.ended)
+        self._jobs.clear()
+
     def wait_until_running(self) -> None:
         """Waits until every job that was loaded runs."""
         for label in [job.label for job in self._jobs]:

@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 import os
+import re
 import stat
 from dataclasses import replace
 from urllib.parse import unquote_to_bytes
@@ -68,7 +69,8 @@ class Whereabouts:
         A mark stays for a day, a helper's empty directory until its next copy."""
         items, notes = set(self._names("files")), set(self._names("info"))
         left = items ^ {note.removesuffix(".trashinfo") for note in notes}
-        left -= {os.path.basename(path) for path in self._before}
+        for path in self._before:
+            left -= {os.path.basename(path), *self._unnoted(path)}
         return sorted(name for name in left if not name.startswith(".qf-mark-")
                       and not self._is_empty_stage(name))
 
@@ -77,12 +79,18 @@ class Whereabouts:
 
     def in_trash(self, path: str, exactly: bool = False) -> list[str]:
         """Returns where an item is in the Trash, whole."""
-        # Without a directory for them, an item that needs the right goes without a trashinfo.
-        name = os.path.basename(path)
-        has_note = f"{name}.trashinfo" in self._names("info")
-        unnoted = [] if has_note else [f"{self._trash}/files/{name}"]
+        # Where none can be made, an item that needs the right goes without a trashinfo.
+        unnoted = [f"{self._trash}/files/{name}" for name in self._unnoted(path)]
         return [place for place in self.places(path) + unnoted
                 if self._is_whole(path, place, exactly)]
+
+    def _unnoted(self, path: str) -> list[str]:
+        """Returns the names without a trashinfo that an item from a path can have in the Trash."""
+        stem, extension = os.path.splitext(os.path.basename(path))
+        pattern = re.compile(rf"{re.escape(stem)}(_\d{{14}})?{re.escape(extension)}")
+        notes = set(self._names("info"))
+        return [name for name in self._names("files")
+                if pattern.fullmatch(name) and f"{name}.trashinfo" not in notes]
 
     def is_in_place(self, path: str) -> bool:
         return self._is_whole(path, path, False)
