@@ -100,6 +100,24 @@ protected:
         EXPECT_NE(found, steps.end()) << path;
         return found == steps.end() ? RecordedStep() : *found;
     }
+
+    /// Returns what is recorded as the date of a copy if another directory is in the Trash than the
+    /// one that a step found.
+    std::optional<qf::FileDate> copiedAfter(qf::TrashOutcome outcome) {
+        const auto item = cache("Ospenth");
+        write(item + "/inside");
+        std::filesystem::create_directory(otherDirectory);
+        std::filesystem::last_write_time(otherDirectory, {});
+        RunRecorder recorder(runs, jobs);
+        recorder.begin(RemoveShared::no);
+        recorder.rowBegan(cacheRow(item));
+        recorder.itemBegan(item);
+        std::filesystem::remove_all(item);
+        recorder.itemEnded(item, {.outcome = outcome, .place = otherDirectory});
+        return stepOf(item).end->copied;
+    }
+
+    const std::string otherDirectory = home / "user/.Trash/com.quillfen.Ospenth";
 };
 
 TEST_F(RunRecorderTest, KnowsAnItemBeforeItIsTaken) {
@@ -258,36 +276,14 @@ TEST_F(RunRecorderTest, TellsWhatWasMovedWithTheRight) {
 }
 
 TEST_F(RunRecorderTest, TellsTheDateOfACopyOfWhichItFoundTheRest) {
-    write(cache("Ospenth") + "/inside");
-    const auto item = cache("Ospenth");
-    const auto copy = home.makeDirectory("user/.Trash/com.quillfen.Ospenth");
-    std::filesystem::last_write_time(copy, {});
-    RunRecorder recorder(runs, jobs);
-    recorder.begin(RemoveShared::no);
-    recorder.rowBegan(cacheRow(item));
-    recorder.itemBegan(item);
-    std::filesystem::remove_all(item);
+    const auto copied = copiedAfter(qf::TrashOutcome::moved);
 
-    recorder.itemEnded(item, {.outcome = qf::TrashOutcome::moved, .place = copy});
-
-    EXPECT_EQ(stepOf(item).end->copied, fileSystem.attributesOfItem(copy)->modificationDate);
+    EXPECT_EQ(copied, fileSystem.attributesOfItem(otherDirectory)->modificationDate);
 }
 
 /// What the administrator moves comes under a name of its own, be it the rest or the whole item.
 TEST_F(RunRecorderTest, TakesNothingThatTheAdministratorMovedForACopy) {
-    write(cache("Ospenth") + "/inside");
-    const auto item = cache("Ospenth");
-    const auto place = home.makeDirectory("user/.Trash/com.quillfen.Ospenth");
-    std::filesystem::last_write_time(place, {});
-    RunRecorder recorder(runs, jobs);
-    recorder.begin(RemoveShared::no);
-    recorder.rowBegan(cacheRow(item));
-    recorder.itemBegan(item);
-    std::filesystem::remove_all(item);
-
-    recorder.itemEnded(item, {.outcome = qf::TrashOutcome::handedOver, .place = place});
-
-    EXPECT_FALSE(stepOf(item).end->copied);
+    EXPECT_FALSE(copiedAfter(qf::TrashOutcome::handedOver));
 }
 
 TEST_F(RunRecorderTest, TellsWhatWasLeftInPlace) {
