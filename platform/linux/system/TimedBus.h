@@ -17,8 +17,8 @@ bool hasMeansForBus();
 /// loop too.
 std::string systemBusAddress();
 
-/// A private connection to a message bus whose every call ends within two seconds in all, for one
-/// thread. A shared connection may end the process when the bus goes away.
+/// A private connection to a message bus whose every call ends within little more than two seconds
+/// in all, for one thread. A shared connection may end the process when the bus goes away.
 class TimedBus {
 public:
     /// Connects to the bus at a D-Bus address. There is no connection if too few descriptors or

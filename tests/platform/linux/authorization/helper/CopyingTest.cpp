@@ -97,39 +97,62 @@ TEST_F(HelperCopy, CopiesOwnersRightsTimesAttributesHolesAndNames) {
     }
 }
 
-TEST_F(HelperCopy, FailsWhereAUsersAttributeFindsNoRoom) {
-    const std::string file = makeFile(usersDirectory() + "/file", servedUser);
-    if (::setxattr(file.c_str(), "user.note", "x", 1, 0) != 0) {
+/// A file that is copied to where attributes cannot be set.
+class HelperCopyOfAttributes : public HelperCopy {
+protected:
+    bool setAttribute(const char* name, const void* value, std::size_t size) {
+        return ::setxattr(file_.c_str(), name, value, size, 0) == 0;
+    }
+
+    void expectFailure(int number) {
+        TestedHelper helper({.attributeFailure = number});
+        EXPECT_EQ(copyWith(helper), Status::started);
+        EXPECT_EQ(helper.nextLogLine(),
+                  "no copy could be put in place: copy: " + std::to_string(number));
+        EXPECT_FALSE(exists(copy_));
+    }
+
+    Status copyWith(TestedHelper& helper) {
+        return helper.run("/bin/cp", {"-f", "-p", "-R", file_, copy_});
+    }
+
+    void SetUp() override {
+        HelperCopy::SetUp();
+        if (!IsSkipped()) {
+            file_ = makeFile(usersDirectory() + "/file", servedUser);
+            copy_ = usersDirectory() + "/copy";
+        }
+    }
+
+    std::string file_;
+    std::string copy_;
+};
+
+TEST_F(HelperCopyOfAttributes, FailsWhereAUsersAttributeFindsNoRoom) {
+    if (!setAttribute("user.note", "x", 1)) {
         GTEST_SKIP() << "the file system in memory has no attributes of users";
     }
-    TestedHelper helper({.attributeFailure = ENOSPC});
-    helper.run("/bin/cp", {"-f", "-p", "-R", file, usersDirectory() + "/copy"});
-    EXPECT_FALSE(exists(usersDirectory() + "/copy"));
+    expectFailure(ENOSPC);
 }
 
-TEST_F(HelperCopy, LeavesOutAUsersAttributeWhereTheVolumeHasNone) {
-    const std::string file = makeFile(usersDirectory() + "/file", servedUser);
-    if (::setxattr(file.c_str(), "user.note", "x", 1, 0) != 0) {
+TEST_F(HelperCopyOfAttributes, LeavesOutAUsersAttributeWhereTheVolumeHasNone) {
+    if (!setAttribute("user.note", "x", 1)) {
         GTEST_SKIP() << "the file system in memory has no attributes of users";
     }
     TestedHelper helper({.attributeFailure = EOPNOTSUPP});
-    EXPECT_EQ(helper.run("/bin/cp", {"-f", "-p", "-R", file, usersDirectory() + "/copy"}),
-              Status::started);
-    EXPECT_EQ(contentOf(usersDirectory() + "/copy"), contentOf(file));
+    EXPECT_EQ(copyWith(helper), Status::started);
+    EXPECT_EQ(contentOf(copy_), contentOf(file_));
 }
 
-TEST_F(HelperCopy, FailsWhereTheVolumeHasNoAccessLists) {
-    const std::string file = makeFile(usersDirectory() + "/file", servedUser);
+TEST_F(HelperCopyOfAttributes, FailsWhereTheVolumeHasNoAccessLists) {
     // What setfacl writes for "user:12345:rw" beside the rights 0644.
     const std::uint32_t everybody = ~0U;
     const std::uint32_t list[]{2,         0x60001, everybody, 0x60002, servedUser, 0x40004,
                                everybody, 0x60010, everybody, 0x40020, everybody};
-    if (::setxattr(file.c_str(), "system.posix_acl_access", list, sizeof list, 0) != 0) {
+    if (!setAttribute("system.posix_acl_access", list, sizeof list)) {
         GTEST_SKIP() << "the file system in memory has no access lists";
     }
-    TestedHelper helper({.attributeFailure = EOPNOTSUPP});
-    helper.run("/bin/cp", {"-f", "-p", "-R", file, usersDirectory() + "/copy"});
-    EXPECT_FALSE(exists(usersDirectory() + "/copy"));
+    expectFailure(EOPNOTSUPP);
 }
 
 TEST_F(HelperCopy, CopiesWhatAnAccessListHandsDownToNobody) {
