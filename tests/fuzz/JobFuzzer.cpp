@@ -26,7 +26,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     try {
         for (const auto& unit :
              launchctl::unitsOfJob(job, "/jobs/a.plist", launchctl::Domain::user)) {
-            demand(launchctl::ownerOfUnit(unit.text).label == launchctl::labelOfJob(job));
+            demand(launchctl::labelOfUnit(unit.text) == launchctl::labelOfJob(job));
             std::istringstream lines(unit.text);
             for (std::string line; std::getline(lines, line);) {
                 demand(isUnitLine(line));

@@ -108,6 +108,8 @@ void requireFreeNames(const std::vector<UnitFile>& units, const Caller& caller,
     }
 }
 
+/// Writes links last: a job that was not started does not pass for loaded if the run is
+/// interrupted.
 void putUp(const std::vector<UnitFile>& units, const Caller& caller, ServiceManager& manager) {
     caller.directory.write(units);
     manager.reload();
@@ -119,6 +121,7 @@ void putUp(const std::vector<UnitFile>& units, const Caller& caller, ServiceMana
     }
     // After the call, changes to a watched path count.
     manager.start(started, caller.began + patienceWithJobs);
+    caller.directory.writeLinks(units);
 }
 
 /// Removes files first: whatever the manager does then, nothing of the job is left for the next
@@ -142,10 +145,13 @@ void load(const std::string& argument) {
     requireDomainOf(file, caller);
     const auto label = labelOfJob(job);
     const auto units = unitsOfJob(job, file, caller.domain);
-    if (!caller.directory.unitsOf(label).empty()) {
+    if (caller.directory.isLoaded(label)) {
         throw ToolError(file + ": service already loaded");
     }
     const auto manager = caller.connect();
+    if (const auto rest = caller.directory.unitsOf(label); !rest.empty()) {
+        takeDown(caller, rest, *manager);
+    }
     requireFreeNames(units, caller, *manager);
     try {
         putUp(units, caller, *manager);
@@ -199,15 +205,14 @@ void remove(const std::string& label) {
 
 void list() {
     const auto caller = currentCaller();
-    const auto owners = caller.directory.owners();
-    const auto manager = owners.empty() ? nullptr : caller.connect();
+    const auto labels = caller.directory.loadedLabels();
+    const auto manager = labels.empty() ? nullptr : caller.connect();
     std::ostringstream lines; // Nothing is printed of a list that cannot be completed.
     lines << "PID\tStatus\tLabel\n";
-    for (const auto& owner : owners) {
-        const auto state = manager->stateOf(unitNames(owner.label).back());
+    for (const auto& label : labels) {
+        const auto state = manager->stateOf(unitNames(label).back());
         const auto process = state.processId == 0 ? "-" : std::to_string(state.processId);
-        lines << process << '\t' << state.lastStatus << '\t' << text::printable(owner.label)
-              << '\n';
+        lines << process << '\t' << state.lastStatus << '\t' << text::printable(label) << '\n';
     }
     std::cout << lines.str();
 }

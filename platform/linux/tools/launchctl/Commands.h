@@ -7,16 +7,18 @@
 ///
 /// Root acts on the system's service manager; other users act on their own service manager, which
 /// has no daemons: a job file in a directory "LaunchDaemons" is refused. A loaded job is a set of
-/// unit files that contain its label; nothing else is recorded anywhere, and units of any other
-/// origin are never changed.
+/// unit files that contain its label, with the links by which targets want them; nothing else is
+/// recorded anywhere, and units of any other origin are never changed. The links are made last and
+/// removed first: what an interrupted run has left of a job is not loaded, and can be loaded and
+/// unloaded.
 namespace qf::native::launchctl {
 
 /// Carries out "load FILE", "unload FILE", "remove LABEL" or "list". Returns within eight seconds
 /// whatever the service manager does. Throws tool::Misuse for other words, and tool::ToolError or
 /// JobError if the command was not carried out.
 ///
-/// - load: the job's units are written, wanted at log-in or start-up as its settings say, and
-///   started as they would be then. If any of it fails, everything is undone.
+/// - load: the job's units are written, started as they would be at log-in or start-up if its
+///   settings say so, and wanted there. If any of it fails, everything is undone.
 /// - unload, remove: the job's processes are stopped, killed when they take more than four seconds;
 ///   its unit files, links, failures and timer stamps are removed. Without a service manager the
 ///   files are removed all the same.

@@ -14,6 +14,7 @@ namespace {
 
 /// systemd ignores sections with such names, so they are free for records.
 constexpr std::string_view ownerSection = "\n[X-Launchd]\n";
+constexpr std::string_view targetSetting = "\n[Install]\nWantedBy=";
 constexpr std::string_view labelSetting = "Label=\"";
 constexpr std::string_view jobFileSetting = "JobFile=\"";
 
@@ -122,7 +123,7 @@ public:
         std::string text = "[Unit]\nDescription=" + escapedSpecifiers(label_) + " (launchd job)\n";
         text += part.sections;
         if (!part.wantedBy.empty()) {
-            text += section("Install", {"WantedBy=" + part.wantedBy});
+            text += std::string(targetSetting) + part.wantedBy + "\n";
         }
         text += ownerSection;
         text += std::string(labelSetting) + label_ + "\"\n";
@@ -157,14 +158,15 @@ std::string timerSections(const Draft& draft) {
     return section("Timer", lines);
 }
 
-/// Returns the value of a setting if the line contains it, without the quote at its end.
-std::string valueOf(std::string_view text, std::string_view setting) {
+/// Returns what is between a setting and the end of its line; an empty text if the setting is not
+/// there.
+std::string valueOf(std::string_view text, std::string_view setting, std::string_view lineEnd) {
     const auto line = text.find(setting);
     if (line == std::string_view::npos) {
         return {};
     }
     text.remove_prefix(line + setting.size());
-    const auto end = text.find("\"\n");
+    const auto end = text.find(lineEnd);
     return end == std::string_view::npos ? std::string() : std::string(text.substr(0, end));
 }
 
@@ -218,13 +220,17 @@ std::vector<std::string> unitNames(const std::string& label) {
     }
 }
 
-Owner ownerOfUnit(std::string_view unitText) {
+std::string labelOfUnit(std::string_view unitText) {
     const auto record = unitText.rfind(ownerSection);
     if (record == std::string_view::npos) {
         return {};
     }
     unitText.remove_prefix(record);
-    return {valueOf(unitText, labelSetting), valueOf(unitText, jobFileSetting)};
+    return valueOf(unitText, labelSetting, "\"\n");
+}
+
+std::string targetOfUnit(std::string_view unitText) {
+    return valueOf(unitText, targetSetting, "\n");
 }
 
 } // namespace qf::native::launchctl

@@ -43,15 +43,11 @@ std::string labelOfJob(const Value& job);
 /// that units cannot be named after.
 std::vector<std::string> unitNames(const std::string& label);
 
-/// The owner of a unit, as recorded in its text.
-struct Owner {
-    std::string label;
-    /// The path of the job file when it was loaded, safe to display.
-    std::string jobFile;
-};
+/// Reads the label of the job from the record that every text of unitsOfJob() ends with; returns an
+/// empty text if there is none.
+std::string labelOfUnit(std::string_view unitText);
 
-/// Reads the record that every text of unitsOfJob() ends with; returns an empty label if there is
-/// none.
-Owner ownerOfUnit(std::string_view unitText);
+/// Reads UnitFile::wantedBy from a text of unitsOfJob().
+std::string targetOfUnit(std::string_view unitText);
 
 } // namespace qf::native::launchctl

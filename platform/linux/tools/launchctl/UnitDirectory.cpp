@@ -33,20 +33,29 @@ void require(const std::error_code& error, const std::string& path) {
     }
 }
 
-/// Returns the owner of a unit file; an empty label for anything else at the path, including links.
-/// Throws a ToolError if that cannot be told.
-Owner ownerOfFile(const fs::path& path) {
+fs::file_type typeOf(const fs::path& path) {
     std::error_code error;
-    const auto status = fs::symlink_status(path, error);
-    if (status.type() == fs::file_type::none) {
+    const auto type = fs::symlink_status(path, error).type();
+    if (type == fs::file_type::none) {
         require(error, path);
     }
-    if (!fs::is_regular_file(status)) {
+    return type;
+}
+
+bool exists(const fs::path& path) {
+    return typeOf(path) != fs::file_type::not_found;
+}
+
+/// Returns the text of a unit file; an empty one for anything else at the path, including links.
+/// Throws a ToolError if it cannot be read.
+std::string textOfUnit(const fs::path& path) {
+    if (typeOf(path) != fs::file_type::regular) {
         return {};
     }
-    if (const auto text = readFile(path.string(), largestUnit)) {
-        return ownerOfUnit(*text);
+    if (auto text = readFile(path.string(), largestUnit)) {
+        return *std::move(text);
     }
+    std::error_code error;
     if (fs::file_size(path, error) <= largestUnit && !error) {
         throw ToolError(path.string() + ": Could not be read");
     }
@@ -82,38 +91,51 @@ bool removeEmptyDirectory(const std::string& path) {
 std::vector<std::string> UnitDirectory::unitsOf(const std::string& label) const {
     auto names = unitNames(label);
     std::erase_if(names,
-                  [&](const auto& name) { return ownerOfFile(pathOf(name)).label != label; });
+                  [&](const auto& name) { return labelOfUnit(textOfUnit(pathOf(name))) != label; });
     return names;
 }
 
 bool UnitDirectory::has(const std::string& unit) const {
-    std::error_code error;
-    return fs::exists(fs::symlink_status(pathOf(unit), error));
+    return exists(pathOf(unit));
 }
 
-std::vector<Owner> UnitDirectory::owners() const {
-    std::vector<Owner> owners;
+bool UnitDirectory::isLoaded(const std::string& label) const {
+    const auto units = unitsOf(label);
+    const auto service = unitNames(label).back();
+    return std::find(units.begin(), units.end(), service) != units.end() &&
+           std::all_of(units.begin(), units.end(), [&](const auto& unit) {
+               const auto target = targetOfUnit(textOfUnit(pathOf(unit)));
+               return target.empty() || exists(linkOf(unit, target));
+           });
+}
+
+std::vector<std::string> UnitDirectory::loadedLabels() const {
+    std::vector<std::string> labels;
     for (const auto& entry : entriesOf(path_)) {
         if (entry.extension() != ".service") {
             continue;
         }
-        if (auto owner = ownerOfFile(entry); !owner.label.empty()) {
-            owners.push_back(std::move(owner));
+        if (auto label = labelOfUnit(textOfUnit(entry)); !label.empty() && isLoaded(label)) {
+            labels.push_back(std::move(label));
         }
     }
-    return owners;
+    return labels;
 }
 
 void UnitDirectory::write(const std::vector<UnitFile>& units) const {
     makeDirectory(path_);
-    for (const auto& unit : units) {
+    std::for_each(units.rbegin(), units.rend(), [this](const auto& unit) {
         require(replaceFile(pathOf(unit.name), unit.text), pathOf(unit.name));
+    });
+}
+
+void UnitDirectory::writeLinks(const std::vector<UnitFile>& units) const {
+    for (const auto& unit : units) {
         if (unit.wantedBy.empty()) {
             continue;
         }
-        const auto directory = pathOf(unit.wantedBy + ".wants");
-        const auto link = directory + "/" + unit.name;
-        makeDirectory(directory);
+        const auto link = linkOf(unit.name, unit.wantedBy);
+        makeDirectory(path::deletingLastComponent(link));
         std::error_code error;
         fs::remove(link, error);
         fs::create_symlink(pathOf(unit.name), link, error);

@@ -18,15 +18,24 @@ public:
     /// if one cannot be read.
     std::vector<std::string> unitsOf(const std::string& label) const;
 
-    /// Returns whether the directory has an entry with the name of a unit.
+    /// Returns whether the directory has an entry with the name of a unit. Throws tool::ToolError
+    /// if that cannot be told.
     bool has(const std::string& unit) const;
 
-    /// Returns the owners of all services in the directory that belong to jobs. Throws
-    /// tool::ToolError if not all can be read.
-    std::vector<Owner> owners() const;
+    /// Returns whether a job is loaded: its service is in the directory, and each of its units has
+    /// the link that its text asks for. Throws tool::ToolError if that cannot be told.
+    bool isLoaded(const std::string& label) const;
 
-    /// Writes units and their links. Throws tool::ToolError if one cannot be written.
+    /// Returns the labels of all jobs that are loaded. Throws tool::ToolError if not all units can
+    /// be read.
+    std::vector<std::string> loadedLabels() const;
+
+    /// Writes units, a job's service last. Throws tool::ToolError if one cannot be written.
     void write(const std::vector<UnitFile>& units) const;
+
+    /// Links units to the targets that want them, which makes their job one that is loaded. Throws
+    /// tool::ToolError.
+    void writeLinks(const std::vector<UnitFile>& units) const;
 
     /// Removes the links to units, so that nothing starts them. Throws tool::ToolError.
     void removeLinks(const std::vector<std::string>& units) const;
@@ -39,6 +48,9 @@ public:
 
 private:
     std::string pathOf(const std::string& unit) const { return path_ + "/" + unit; }
+    std::string linkOf(const std::string& unit, const std::string& target) const {
+        return pathOf(target + ".wants/" + unit);
+    }
 
     std::string path_;
 };

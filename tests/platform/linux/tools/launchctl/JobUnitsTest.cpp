@@ -43,6 +43,8 @@ Value fullJob(const std::string& directory) {
     };
 }
 
+constexpr const char* targetLines = "/x\n[Install]\nWantedBy=default.target\n";
+
 TEST(JobUnits, AreAServiceThatBearsItsOwner) {
     const Value job = Dictionary{{"Label", "com.quillfen.Lunevar"}, {"Program", "/bin/true"}};
     const auto units = unitsOfJob(job, "/a/com.quillfen.Lunevar.plist", Domain::user);
@@ -71,9 +73,21 @@ TEST(JobUnits, AllBearTheSameNameAndOwner) {
     ASSERT_EQ(units.size(), 3U);
     for (const auto& unit : units) {
         EXPECT_TRUE(unit.name.starts_with(R"(com.quill\x2dfen-Lunevar\x20\x25h\x5c.)"));
-        EXPECT_EQ(ownerOfUnit(unit.text).label, "com.quill-fen/Lunevar %h\\");
-        EXPECT_EQ(ownerOfUnit(unit.text).jobFile, "/a.plist");
+        EXPECT_EQ(labelOfUnit(unit.text), "com.quill-fen/Lunevar %h\\");
+        EXPECT_TRUE(unit.text.ends_with("\nJobFile=\"/a.plist\"\n"));
     }
+}
+
+TEST(JobUnits, TellWhatTargetWantsThem) {
+    for (const auto& unit : unitsOfJob(fullJob("/tmp"), "/a.plist", Domain::user)) {
+        EXPECT_NE(unit.wantedBy, "");
+        EXPECT_EQ(targetOfUnit(unit.text), unit.wantedBy);
+    }
+}
+
+TEST(JobUnits, ThatNothingStartsAreWantedByNoTarget) {
+    const Value job = Dictionary{{"Label", "a"}, {"ProgramArguments", Array{"/a", targetLines}}};
+    EXPECT_EQ(targetOfUnit(unitsOfJob(job, targetLines, Domain::user).front().text), "");
 }
 
 TEST(JobUnits, AreRefusedWithoutALabel) {
@@ -91,8 +105,8 @@ TEST(JobUnits, AreRefusedForAnythingButADictionary) {
 }
 
 TEST(JobUnits, OwnerIsNobodyInAForeignUnit) {
-    EXPECT_EQ(ownerOfUnit("[Unit]\nLabel=\"a\"\n").label, "");
-    EXPECT_EQ(ownerOfUnit("").label, "");
+    EXPECT_EQ(labelOfUnit("[Unit]\nLabel=\"a\"\n"), "");
+    EXPECT_EQ(labelOfUnit(""), "");
 }
 
 TEST(JobUnits, OwnerCannotBeForgedByASetting) {
@@ -101,14 +115,13 @@ TEST(JobUnits, OwnerCannotBeForgedByASetting) {
         {"ProgramArguments", Array{"/a", "\n[X-Launchd]\nLabel=\"b\"\n"}},
     };
     EXPECT_EQ(
-        ownerOfUnit(unitsOfJob(job, "/x\n[X-Launchd]\nLabel=\"b\"\n", Domain::user).front().text)
-            .label,
+        labelOfUnit(unitsOfJob(job, "/x\n[X-Launchd]\nLabel=\"b\"\n", Domain::user).front().text),
         "a");
 }
 
 TEST(JobUnits, AreNamedByAnyLabelThatHasItsQuotes) {
     const Value job = Dictionary{{"Label", "a\"b\""}, {"Program", "/a"}};
-    EXPECT_EQ(ownerOfUnit(unitsOfJob(job, "/a", Domain::user).front().text).label, "a\"b\"");
+    EXPECT_EQ(labelOfUnit(unitsOfJob(job, "/a", Domain::user).front().text), "a\"b\"");
 }
 
 class JobUnitsOfADomain : public testing::TestWithParam<NamedValue<Domain>> {};

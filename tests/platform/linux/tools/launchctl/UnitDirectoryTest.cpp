@@ -26,6 +26,11 @@ protected:
     std::string path = home / "systemd/user";
     UnitDirectory directory{path};
 
+    void load(const std::string& label) const {
+        directory.write(unitsLabelled(label));
+        directory.writeLinks(unitsLabelled(label));
+    }
+
     void takeDown(const std::string& label) const {
         const auto units = directory.unitsOf(label);
         directory.removeLinks(units);
@@ -34,7 +39,7 @@ protected:
 };
 
 TEST_F(Units, AreWrittenWithTheirLinks) {
-    directory.write(unitsLabelled("a"));
+    load("a");
     EXPECT_EQ(contentOf(path + "/a.service"), unitsLabelled("a").front().text);
     EXPECT_EQ(fs::read_symlink(path + "/default.target.wants/a.service"), path + "/a.service");
     EXPECT_EQ(fs::read_symlink(path + "/timers.target.wants/a.timer"), path + "/a.timer");
@@ -46,7 +51,7 @@ TEST_F(Units, AreReadableByAllAndWritableByTheirOwner) {
 }
 
 TEST_F(Units, LeaveNothingBehind) {
-    directory.write(unitsLabelled("a"));
+    load("a");
     takeDown("a");
     directory.removeIfEmpty();
     EXPECT_TRUE(fs::is_empty(home.path()));
@@ -57,7 +62,7 @@ TEST_F(Units, MayLieInDirectoriesThatAreLinks) {
     home.makeDirectory("systemd");
     fs::create_symlink(home / "elsewhere", path);
     fs::create_symlink("wants", path + "/default.target.wants");
-    directory.write(unitsLabelled("a"));
+    load("a");
     takeDown("a");
     directory.removeIfEmpty();
     EXPECT_TRUE(fs::is_symlink(path));
@@ -82,24 +87,32 @@ private:
 };
 
 TEST_F(Units, DoNotPassForMissingWhereTheyCannotBeRead) {
-    directory.write(unitsLabelled("a"));
+    load("a");
     // The sanitizer opens descriptors when it sees a class for the first time.
     for (const auto* category : {&std::generic_category(), &std::system_category()}) {
         EXPECT_NE(std::error_code(EMFILE, *category).message(), "");
     }
     const NoDescriptors none;
-    EXPECT_THROW(directory.owners(), tool::ToolError);
+    EXPECT_THROW(directory.loadedLabels(), tool::ToolError);
     EXPECT_THROW(directory.unitsOf("a"), tool::ToolError);
 }
 
+TEST_F(Units, ThatCannotBeLookedAtAreNotTakenForMissing) {
+    load("a");
+    fs::remove(path + "/default.target.wants/a.service");
+    fs::remove(path + "/default.target.wants");
+    fs::create_symlink("default.target.wants", path + "/default.target.wants");
+    EXPECT_THROW(directory.isLoaded("a"), tool::ToolError);
+}
+
 TEST_F(Units, AreNoneWithoutADirectory) {
-    EXPECT_TRUE(directory.owners().empty());
+    EXPECT_TRUE(directory.loadedLabels().empty());
     EXPECT_TRUE(directory.unitsOf("a").empty());
 }
 
 TEST_F(Units, OfOtherJobsStay) {
-    directory.write(unitsLabelled("a"));
-    directory.write(unitsLabelled("a.b"));
+    load("a");
+    load("a.b");
     takeDown("a");
     directory.removeIfEmpty();
     EXPECT_FALSE(directory.has("a.service"));
@@ -118,7 +131,7 @@ TEST_F(Units, OfForeignOriginAreNobodys) {
     home.write("systemd/user/a.service", "[Service]\nExecStart=/bin/true\n");
     EXPECT_TRUE(directory.unitsOf("a").empty());
     EXPECT_TRUE(directory.has("a.service"));
-    EXPECT_TRUE(directory.owners().empty());
+    EXPECT_TRUE(directory.loadedLabels().empty());
 }
 
 TEST_F(Units, OfAnotherLabelAreNotThisLabels) {
@@ -135,36 +148,58 @@ TEST_F(Units, ThatAreLinksAreNobodys) {
     EXPECT_TRUE(directory.has("a.service"));
 }
 
-TEST_F(Units, AreListedByTheirServices) {
-    directory.write(unitsLabelled("b"));
-    directory.write(unitsLabelled("a"));
-    const auto owners = directory.owners();
-    ASSERT_EQ(owners.size(), 2U);
-    EXPECT_EQ(owners.front().label, "a");
-    EXPECT_EQ(owners.back().label, "b");
-    EXPECT_EQ(owners.back().jobFile, "/a.plist");
+TEST_F(Units, AreListedByTheirLabels) {
+    load("b");
+    load("a");
+    EXPECT_EQ(directory.loadedLabels(), (std::vector<std::string>{"a", "b"}));
+}
+
+TEST_F(Units, AreLoadedOnlyWithAllTheirLinks) {
+    load("a");
+    EXPECT_TRUE(directory.isLoaded("a"));
+    fs::remove(path + "/timers.target.wants/a.timer");
+    EXPECT_FALSE(directory.isLoaded("a"));
+    EXPECT_TRUE(directory.loadedLabels().empty());
+}
+
+TEST_F(Units, AreLoadedOnlyWithTheirService) {
+    load("a");
+    fs::remove(path + "/a.service");
+    EXPECT_FALSE(directory.isLoaded("a"));
+}
+
+TEST_F(Units, ThatNothingStartsAreLoadedWithoutLinks) {
+    const Value job = Value::Dictionary{{"Label", "a"}, {"Program", "/bin/true"}};
+    directory.write(unitsOfJob(job, "/a.plist", Domain::user));
+    EXPECT_TRUE(directory.isLoaded("a"));
+}
+
+TEST_F(Units, AreWrittenBeforeTheirService) {
+    fs::create_directories(path + "/a.timer");
+    EXPECT_THROW(directory.write(unitsLabelled("a")), tool::ToolError);
+    EXPECT_FALSE(directory.has("a.service"));
 }
 
 TEST_F(Units, ReplaceALinkThatWasLeftBehind) {
     fs::create_directories(path + "/default.target.wants");
     fs::create_symlink("/gone", path + "/default.target.wants/a.service");
-    directory.write(unitsLabelled("a"));
+    load("a");
     EXPECT_EQ(fs::read_symlink(path + "/default.target.wants/a.service"), path + "/a.service");
 }
 
 TEST_F(Units, CannotBeWrittenWhereAFileExists) {
     home.write("systemd", "");
-    EXPECT_THROW(directory.write(unitsLabelled("a")), qf::native::tool::ToolError);
+    EXPECT_THROW(directory.write(unitsLabelled("a")), tool::ToolError);
 }
 
-TEST_F(Units, CannotBeWrittenWithoutTheirLinks) {
+TEST_F(Units, CannotBeLinkedWhereADirectoryIsInTheWay) {
     home.write("systemd/user/default.target.wants/a.service/file");
-    EXPECT_THROW(directory.write(unitsLabelled("a")), qf::native::tool::ToolError);
+    EXPECT_THROW(directory.writeLinks(unitsLabelled("a")), tool::ToolError);
 }
 
 TEST_F(Units, AreNotFoundInAMissingDirectory) {
     EXPECT_TRUE(directory.unitsOf("a").empty());
-    EXPECT_TRUE(directory.owners().empty());
+    EXPECT_TRUE(directory.loadedLabels().empty());
     EXPECT_NO_THROW(directory.removeLinks({"a.service"}));
 }
 
