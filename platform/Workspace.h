@@ -129,8 +129,9 @@ public:
     virtual Result<void> putBack(const std::string& place, const std::string& path) = 0;
 
     /// Deletes the record of the item that came from `path`, was at `place` in the Trash, and has
-    /// been moved or deleted by other means. Does nothing if it is still there, or if the record is
-    /// that of an item from elsewhere.
+    /// been moved or deleted by other means, unless the record is that of an item from elsewhere.
+    /// Takes away what a killed putBack() has left beside `path`. Does nothing if the item is still
+    /// there.
     virtual void forgetTrashed(const std::string& place, const std::string& path) = 0;
 
     /// Makes what recycle() has moved since the last call durable, with one sync for each volume,

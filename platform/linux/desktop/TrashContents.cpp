@@ -194,9 +194,15 @@ SystemResult<void> putBackFromTrash(const std::string& place, const std::string&
 
 void forgetTrashed(const ItemInTrash& item) {
     const auto place = findPlace(item.place);
-    if (place && path::lastComponent(resolvedPath(place->directory.get())) == filesOfTrash) {
+    if (!place || !failedWith(statusOfEntry(place->directory.get(), place->name), ENOENT)) {
+        return;
+    }
+    if (path::lastComponent(resolvedPath(place->directory.get())) == filesOfTrash) {
         removeTrashinfo(*place,
                         [&](const std::string& recorded) { return isPathOf(recorded, item.path); });
+    }
+    if (const auto former = findPlace(item.path)) {
+        static_cast<void>(finishMove(place->entry(), former->entry()));
     }
 }
 

@@ -19,7 +19,7 @@ SystemResult<std::vector<ItemInTrash>> itemsInTrash(const std::string& trash);
 SystemResult<void> putBackFromTrash(const std::string& place, const std::string& path);
 
 /// Deletes the trashinfo of an item that was in the Trash unless it is still there, or the
-/// trashinfo records another path.
+/// trashinfo records another path; also the mark of a killed process that had put the item back.
 void forgetTrashed(const ItemInTrash& item);
 
 } // namespace qf::native

@@ -32,10 +32,14 @@ SystemResult<void> changeMode(int directory, const std::string& name, mode_t mod
     return checked(::fchmodat(directory, name.c_str(), mode, AT_SYMLINK_NOFOLLOW));
 }
 
-/// Restores the mode of a directory that was made accessible.
+/// Restores the mode of a directory that was made accessible. What fails once, as without memory,
+/// is tried again.
 bool restoreMode(int directory, const std::string& name, mode_t mode) {
-    return modeOfOwnDirectory(directory, name) == (mode | accessible) &&
-           changeMode(directory, name, mode).ok();
+    const auto attempt = [&] {
+        return modeOfOwnDirectory(directory, name) == (mode | accessible) &&
+               changeMode(directory, name, mode).ok();
+    };
+    return attempt() || attempt();
 }
 
 struct Record {

@@ -214,8 +214,9 @@ std::optional<TemporaryItem> TemporaryItem::adoptMark(int directory, const std::
     return std::nullopt;
 }
 
+/// Nobody may come by later to remove it, so what fails is tried again.
 TemporaryItem::~TemporaryItem() {
-    if (!name_.empty()) {
+    if (!name_.empty() && !removeTree(directory_, name_, ownCopy)) {
         static_cast<void>(removeTree(directory_, name_, ownCopy));
     }
 }

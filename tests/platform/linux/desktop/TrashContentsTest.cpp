@@ -207,6 +207,32 @@ TEST_F(TrashOfAnUnwritableFolder, KeepsTheModeOfACopyThatIsPutBack) {
     EXPECT_EQ(modeOf(folder), 0555U);
 }
 
+TEST_F(TrashContents, LeaveNoMarkBesideTheItemIfThatCannotBeRemovedAtOnce) {
+    home.write("items/a.txt");
+    const auto place = trashed("a.txt");
+
+    // The first call removes the item from the Trash, the second one the mark.
+    const auto outcome =
+        runChild({"put-back", place, items + "/a.txt"},
+                 withFaults(otherVolume + ",unlinkat:2:" + std::to_string(EACCES)));
+
+    EXPECT_EQ(outcome.output, "ok\nfaults: 2\n");
+    EXPECT_FALSE(exists(place));
+    EXPECT_EQ(namesIn(items), std::vector<std::string>{"a.txt"});
+}
+
+TEST_F(TrashContents, AreForgottenWithTheMarkOfAKilledProcess) {
+    home.write("items/a.txt");
+    const auto place = trashed("a.txt");
+    runChild({"put-back", place, items + "/a.txt"}, withFaults(otherVolume + ",unlinkat:2:kill"));
+    ASSERT_FALSE(exists(place));
+    ASSERT_EQ(namesIn(items).size(), 2U);
+
+    EXPECT_EQ(run({"forget-trashed", place, items + "/a.txt"}).status, 0);
+
+    EXPECT_EQ(namesIn(items), std::vector<std::string>{"a.txt"});
+}
+
 TEST_F(TrashContents, AreForgottenOnlyWhenTheyCameFromThere) {
     home.write("items/a.txt");
     const auto place = trashed("a.txt");

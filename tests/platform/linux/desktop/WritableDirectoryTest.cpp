@@ -73,6 +73,12 @@ TEST_F(WritableDirectoryTest, HasItsModeBackIfItCannotBeMoved) {
     EXPECT_EQ(strayIn(trash_), std::vector<std::string>());
 }
 
+TEST_F(WritableDirectoryTest, HasItsModeBackThoughThatFailsOnce) {
+    EXPECT_EQ(recycle("fchmodat:2:" + std::to_string(EIO)).output, "ok\nfaults: 1\n");
+
+    EXPECT_EQ(fs::status(trashed_).permissions(), fs::perms(0555));
+}
+
 TEST_F(WritableDirectoryTest, IsLeftAloneWhereTheUserMayMoveNothing) {
     ASSERT_EQ(::chmod((home_ / "items").c_str(), 0555), 0);
 
