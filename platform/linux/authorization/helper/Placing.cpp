@@ -22,8 +22,10 @@ void logFailure(const std::string& name, const std::string& reason) {
 } // namespace
 
 bool succeeds(const Tool& tool, const std::vector<std::string>& arguments) {
+    const pid_t parent = ::getpid();
     const pid_t child = ::fork();
     if (child == 0) {
+        endWithParent(parent);
         becomeToolOrEnd(tool, arguments);
     }
     int status = -1;

@@ -25,12 +25,15 @@ SystemResult<void> takeGroups(uid_t owner) {
 
 Reader::Reader(uid_t owner) : owner_(owner) {
     if (owner != 0) {
+        const pid_t parent = ::getppid();
         requireSuccess(takeGroups(owner));
+        endWithParent(parent);
     }
 }
 
 Reader::Turn::Turn(const Reader& reader, const Item& item)
-    : isTaken_(reader.owner_ != 0 && item.status.stx_uid != reader.owner_) {
+    : isTaken_(reader.owner_ != 0 && item.status.stx_uid != reader.owner_),
+      parent_(::getppid()) {
     if (isTaken_) {
         ::setfsuid(reader.owner_);
     }
@@ -39,6 +42,7 @@ Reader::Turn::Turn(const Reader& reader, const Item& item)
 Reader::Turn::~Turn() {
     if (isTaken_) {
         ::setfsuid(0);
+        endWithParent(parent_);
     }
 }
 

@@ -315,18 +315,23 @@ FileDescriptor Session::start(const Request& request) {
     Pipe toProgram = makePipe(0);
     Pipe report = makePipe(0);
     children_.reserve(children_.size() + 1);
+    const bool onlyWorksOnFiles = !std::holds_alternative<Command>(task);
+    const pid_t helper = ::getpid();
     const pid_t child = ::fork();
     if (child < 0) {
         throw Refusal{Status::startFailed, path + ": " + std::to_string(errno)};
     }
     if (child == 0) {
+        if (onlyWorksOnFiles) {
+            endWithParent(helper);
+        }
         leaveTheHelperBehind(null_.get(), fromTool.writeEnd.get(), toolErrors_.writeEnd.get());
         fromTool = {};
         toProgram = {};
         outputs_.clear();
         runInChild(task, std::move(report.writeEnd), turns_);
     }
-    children_.push_back({child, !std::holds_alternative<Command>(task)});
+    children_.push_back({child, onlyWorksOnFiles});
     if (!hasStarted(report, path, terms.patience)) {
         giveUp(child);
         throw Refusal{Status::startFailed, path + ": a file system does not answer"};

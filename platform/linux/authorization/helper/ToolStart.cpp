@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/prctl.h>
 #include <unistd.h>
 
 #include <array>
@@ -29,6 +30,13 @@ Pipe makePipe(int flags) {
 
 Refusal startFailure(Errno error) {
     return {Status::startFailed, std::to_string(error.number())};
+}
+
+void endWithParent(pid_t parent) {
+    ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+    if (::getppid() != parent) {
+        ::_exit(noTool);
+    }
 }
 
 void leaveTheHelperBehind(int input, int output, int errors) {

@@ -4,6 +4,8 @@
 #include "platform/linux/authorization/helper/Refusal.h"
 #include "platform/linux/posix/FileDescriptor.h"
 
+#include <sys/types.h>
+
 #include <chrono>
 #include <string>
 #include <vector>
@@ -28,6 +30,10 @@ void requireSuccess(const SystemResult<T>& result) {
         throw startFailure(result.error());
     }
 }
+
+/// Has the kernel kill this process, a child, when its parent is gone. What works on files is not to
+/// go on when nobody can be told of it any more. Ends it if the parent is gone already.
+void endWithParent(pid_t parent);
 
 /// What a tool finds at its start: a session without terminal, signals at their defaults.
 void leaveTheHelperBehind(int input, int output, int errors);

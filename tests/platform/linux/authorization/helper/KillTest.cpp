@@ -72,6 +72,36 @@ public:
         return isKilled;
     }
 
+    /// Kills the helper while the process that moves is held before or after so many system calls,
+    /// and waits until that has ended too. Calls `observe` in between. Tells whether it made as
+    /// many before it was done.
+    template <class Observe>
+    bool killHelperWhileMoverStandsAt(int step, Observe observe) {
+        int steps = 0;
+        for (int status = 0;;) {
+            const pid_t process = ::waitpid(-1, &status, __WALL);
+            if (!WIFSTOPPED(status)) {
+                if (process == mover_) {
+                    letGo(false);
+                    return false;
+                }
+                continue;
+            }
+            noteMover(process, status);
+            if (process == mover_ && steps++ == step) {
+                break;
+            }
+            ::ptrace(PTRACE_SYSCALL, process, nullptr, signalOf(status));
+        }
+        observe();
+        ::kill(helper_, SIGKILL);
+        siginfo_t end{};
+        EXPECT_EQ(::waitid(P_PID, static_cast<id_t>(helper_), &end, WEXITED | WNOWAIT), 0);
+        ::ptrace(PTRACE_DETACH, mover_, nullptr, nullptr);
+        letGo(true);
+        return true;
+    }
+
 private:
     /// The first process that the helper makes may stop before the helper does for having made it.
     void noteMover(pid_t stopped, int status) {
@@ -142,9 +172,10 @@ protected:
         return {"-f", source, target};
     }
 
-    /// Kills the victim of a move at one step. Tells whether it made as many before it was done.
-    static bool moveWithKill(const std::string& source, const std::string& target, Victim victim,
-                             int step) {
+    /// Has a move interfered with. Tells what `interfere` returns.
+    template <class Interfere>
+    static bool moveWith(const std::string& source, const std::string& target, Victim victim,
+                         Interfere interfere) {
         const auto move = encodeRequest("/bin/mv", request(source, target));
         TestedHelper helper;
         // What is only done for the first request is done before.
@@ -154,10 +185,17 @@ protected:
         EXPECT_GT(::recv(helper.connection(), reply.data(), reply.size(), 0), 0);
         Executioner executioner(helper.process(), victim);
         EXPECT_GT(::send(helper.connection(), move->data(), move->size(), 0), 0);
-        const bool isKilled = executioner.killAt(step);
+        const bool isKilled = interfere(executioner);
         helper.disconnect();
         helper.waitForEnd();
         return isKilled;
+    }
+
+    /// Kills the victim of a move at one step. Tells whether it made as many before it was done.
+    static bool moveWithKill(const std::string& source, const std::string& target, Victim victim,
+                             int step) {
+        return moveWith(source, target, victim,
+                        [=](Executioner& executioner) { return executioner.killAt(step); });
     }
 
     /// Kills the victim at one step after the other of a move that copies.
@@ -205,7 +243,41 @@ protected:
         EXPECT_GT(step, 30);
         return timesHidden;
     }
+
+    /// Kills the helper while the process that moves an item of this owner's is held, at every
+    /// third step: before some calls and after others. A tool of a killed process may end in the
+    /// middle of a call, so each item has its own path.
+    static void expectNothingMoreToHappenWithoutTheHelper(uid_t owner, const std::string& target) {
+        constexpr int stride = 3;
+        bool isKilled = true;
+        int step = 0;
+        for (; isKilled; step += stride) {
+            const std::string source = sandbox::rootsDirectory + "/item" + std::to_string(step);
+            fs::remove_all(target);
+            makeItem(source);
+            ASSERT_EQ(::chown(source.c_str(), owner, owner), 0); // what is in it stays root's
+            bool wasMoved = false;
+            isKilled = moveWith(source, target, Victim::helper, [&](Executioner& executioner) {
+                return executioner.killHelperWhileMoverStandsAt(step,
+                                                                [&] { wasMoved = exists(target); });
+            });
+            if (isKilled) {
+                ASSERT_EQ(exists(target), wasMoved) << "held at step " << step;
+            }
+        }
+        EXPECT_GT(step, 30);
+        EXPECT_TRUE(isWhole(target));
+    }
 };
+
+TEST_F(HelperKilled, TakesTheProcessAlongThatRenames) {
+    expectNothingMoreToHappenWithoutTheHelper(
+        0, makeDirectory(sandbox::rootsDirectory + "/folder") + "/item");
+}
+
+TEST_F(HelperKilled, TakesTheProcessAlongThatReadsAsAnotherUser) {
+    expectNothingMoreToHappenWithoutTheHelper(servedUser, usersDirectory() + "/item");
+}
 
 TEST_F(HelperKilled, LeavesTheItemWholeInOneOfItsPlaces) {
     expectTheItemToBeWholeWhenKilled(Victim::helper);
