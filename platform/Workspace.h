@@ -128,10 +128,14 @@ public:
     /// stays whole in the Trash.
     virtual Result<void> putBack(const std::string& place, const std::string& path) = 0;
 
+    /// Finishes a putBack() from `place` to `path` that was killed when it had copied the item:
+    /// removes what it has left beside `path`, and in the Trash once all of that has proved to be
+    /// in the copy. Does nothing else, and nothing after any other end.
+    virtual void finishPutBack(const std::string& place, const std::string& path) = 0;
+
     /// Deletes the record of the item that came from `path`, was at `place` in the Trash, and has
-    /// been moved or deleted by other means, unless the record is that of an item from elsewhere.
-    /// Takes away what a killed putBack() has left beside `path`. Does nothing if the item is still
-    /// there.
+    /// been moved or deleted by other means. Does nothing if it is still there, or if the record is
+    /// that of an item from elsewhere.
     virtual void forgetTrashed(const std::string& place, const std::string& path) = 0;
 
     /// Makes what recycle() has moved since the last call durable, with one sync for each volume,

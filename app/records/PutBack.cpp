@@ -138,7 +138,7 @@ bool PutBack::putBack(const RunRecord& run, const TrashedItems& trash,
 
 ItemBack PutBack::putBack(unsigned run, const RecordedStep& step, const TrashedItems& trash) {
     auto item = viewOf(step, trash);
-    if (item.outcome == Back::inPlace && !item.place.empty()) {
+    if (item.outcome == Back::inPlace) {
         finishMove(step, item);
     } else if (isOnItsWay(step, item)) {
         finishMoveWithRight(step, item);
@@ -181,15 +181,16 @@ PutBack::Directory PutBack::holdDirectoryOf(const RecordedStep& step) {
     return made ? std::move(made) : std::move(held);
 }
 
-/// Removes what is left in the Trash of an item that was copied to its place, if its move was
-/// killed in between. The platform knows that; nothing else is removed.
+/// Removes what is left of an item that was copied to its place, if its move was killed in between.
+/// The platform knows that; nothing else is removed. What is left in the Trash has another date
+/// than the item, so it may not be found there.
 void PutBack::finishMove(const RecordedStep& step, const ItemBack& item) {
-    const auto held = HeldItem::hold(item.place);
+    const auto held = HeldItem::hold(item.place.empty() && step.end ? step.end->place : item.place);
     const auto directory = fileSystem().holdDirectory(path::deletingLastComponent(step.path),
                                                       step.links, qf::MissingDirectories::fail);
     if (held && directory) {
-        static_cast<void>(qf::service<qf::Workspace>().putBack(
-            held->path(), path::appending((*directory)->path(), path::lastComponent(step.path))));
+        qf::service<qf::Workspace>().finishPutBack(
+            held->path(), path::appending((*directory)->path(), path::lastComponent(step.path)));
     }
 }
 

@@ -140,6 +140,7 @@ public:
                                                   const std::string& place) override;
     qf::Result<std::vector<qf::ItemInTrash>> itemsInTrash(const std::string& trash) override;
     qf::Result<void> putBack(const std::string& place, const std::string& path) override;
+    void finishPutBack(const std::string& /*place*/, const std::string& /*path*/) override {}
     void forgetTrashed(const std::string& place, const std::string& path) override;
     void makeTrashDurable() override;
 };

@@ -139,6 +139,37 @@ bool mayBeAnybodysWork(const std::string& top) {
     return ::statvfs(top.c_str(), &volume) != 0 || (volume.f_flag & ST_NOSUID) != 0;
 }
 
+/// Has `move` take an item out of the Trash, and deletes the trashinfo.
+SystemResult<void> takeOutOfTrash(const std::string& place, const std::string& path,
+                                  EntryResult<void> (*move)(const EntryRef&, const EntryRef&)) {
+    const auto from = findPlace(place);
+    const auto to = from ? findPlace(path) : Unexpected(from.error());
+    if (!to) {
+        return Unexpected(to.error());
+    }
+    const auto attempt = [&]() -> SystemResult<void> {
+        const auto moved = move(from->entry(), to->entry());
+        return moved ? SystemResult<void>() : Unexpected(moved.error().number);
+    };
+    auto moved = attempt();
+    if (failedWith(moved, EACCES)) {
+        const auto infos = openInfosBeside(from->directory.get());
+        // That is read when the directory has another descriptor, or none.
+        const auto newPath = path::appending(resolvedPath(to->directory.get()), to->name);
+        const auto writable = WritableDirectory::make(
+            *from, newPath, infos ? infos->get() : from->directory.get(), from->name);
+        if (writable) {
+            moved = attempt();
+            writable->restore(moved, from->entry(), to->entry());
+        }
+    }
+    if (!moved) {
+        return moved;
+    }
+    removeTrashinfo(*from, [](const std::string& /*recorded*/) { return true; });
+    return {};
+}
+
 } // namespace
 
 SystemResult<std::vector<ItemInTrash>> itemsInTrash(const std::string& trash) {
@@ -164,45 +195,18 @@ SystemResult<std::vector<ItemInTrash>> itemsInTrash(const std::string& trash) {
 }
 
 SystemResult<void> putBackFromTrash(const std::string& place, const std::string& path) {
-    const auto from = findPlace(place);
-    const auto to = from ? findPlace(path) : Unexpected(from.error());
-    if (!to) {
-        return Unexpected(to.error());
-    }
-    const auto attempt = [&]() -> SystemResult<void> {
-        const auto moved = moveItem(from->entry(), to->entry());
-        return moved ? SystemResult<void>() : Unexpected(moved.error().number);
-    };
-    auto moved = attempt();
-    if (failedWith(moved, EACCES)) {
-        const auto infos = openInfosBeside(from->directory.get());
-        // That is read when the directory has another descriptor, or none.
-        const auto newPath = path::appending(resolvedPath(to->directory.get()), to->name);
-        const auto writable = WritableDirectory::make(
-            *from, newPath, infos ? infos->get() : from->directory.get(), from->name);
-        if (writable) {
-            moved = attempt();
-            writable->restore(moved, from->entry(), to->entry());
-        }
-    }
-    if (!moved) {
-        return moved;
-    }
-    removeTrashinfo(*from, [](const std::string& /*recorded*/) { return true; });
-    return {};
+    return takeOutOfTrash(place, path, moveItem);
+}
+
+void finishPutBack(const std::string& place, const std::string& path) {
+    static_cast<void>(takeOutOfTrash(place, path, finishMove));
 }
 
 void forgetTrashed(const ItemInTrash& item) {
     const auto place = findPlace(item.place);
-    if (!place || !failedWith(statusOfEntry(place->directory.get(), place->name), ENOENT)) {
-        return;
-    }
-    if (path::lastComponent(resolvedPath(place->directory.get())) == filesOfTrash) {
+    if (place && path::lastComponent(resolvedPath(place->directory.get())) == filesOfTrash) {
         removeTrashinfo(*place,
                         [&](const std::string& recorded) { return isPathOf(recorded, item.path); });
-    }
-    if (const auto former = findPlace(item.path)) {
-        static_cast<void>(finishMove(place->entry(), former->entry()));
     }
 }
 

@@ -18,8 +18,11 @@ SystemResult<std::vector<ItemInTrash>> itemsInTrash(const std::string& trash);
 /// its trashinfo. A directory of the user's own without write permission keeps its mode.
 SystemResult<void> putBackFromTrash(const std::string& place, const std::string& path);
 
+/// Finishes a putBackFromTrash() that was killed when it had copied the item; see finishMove().
+void finishPutBack(const std::string& place, const std::string& path);
+
 /// Deletes the trashinfo of an item that was in the Trash unless it is still there, or the
-/// trashinfo records another path; also the mark of a killed process that had put the item back.
+/// trashinfo records another path.
 void forgetTrashed(const ItemInTrash& item);
 
 } // namespace qf::native

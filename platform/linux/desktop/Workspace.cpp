@@ -108,6 +108,10 @@ Result<void> Workspace::putBack(const std::string& place, const std::string& pat
                        participle::putBack);
 }
 
+void Workspace::finishPutBack(const std::string& place, const std::string& path) {
+    native::finishPutBack(place, path);
+}
+
 void Workspace::forgetTrashed(const std::string& place, const std::string& path) {
     native::forgetTrashed({place, path});
 }

@@ -53,6 +53,7 @@ public:
                                               const std::string& place) override;
     Result<std::vector<ItemInTrash>> itemsInTrash(const std::string& trash) override;
     Result<void> putBack(const std::string& place, const std::string& path) override;
+    void finishPutBack(const std::string& place, const std::string& path) override;
     void forgetTrashed(const std::string& place, const std::string& path) override;
     void makeTrashDurable() override;
 

@@ -1094,23 +1094,44 @@ TEST_F(PutBackTest, SaysNothingOfWhatTheRunLeftInPlace) {
     EXPECT_EQ(items.front().path, taken);
 }
 
-TEST_F(PutBackTest, RemovesTheRestOfAnItemWhoseMoveBackWasKilled) {
-    const MemoryDirectory other;
-    if (!other.whyNoOtherVolume().empty()) {
-        GTEST_SKIP() << other.whyNoOtherVolume();
-    }
-    searchPaths.lists[{qf::DirectoryKind::caches, qf::DomainMask::user}] = {other.path()};
-    const auto item = write(other.path() + "/com.quillfen.Ospenth");
+TEST_F(PutBackTest, RemovesWhatAKilledOneHasCopied) {
+    const auto item = write(cache("Ospenth"));
     uninstall();
-    const auto rest = home / "user/.Trash/com.quillfen.Ospenth";
-    fs::copy_file(rest, item);
-    fs::last_write_time(item, fs::last_write_time(rest));
+    ASSERT_TRUE(fileSystem.copyItem(home / "user/.Trash/com.quillfen.Ospenth", item));
     markAsMoved(item);
 
     EXPECT_EQ(resultOf(putBack(), item).outcome, Back::inPlace);
 
     EXPECT_EQ(trashOf(home), Lines());
     EXPECT_TRUE(exists(item));
+}
+
+TEST_F(PutBackTest, RemovesTheRestOfAFolderThatAKilledOneHasCopied) {
+    const auto item = cache("Ospenth");
+    write(item + "/first");
+    write(item + "/second");
+    uninstall();
+    const auto rest = home / "user/.Trash/com.quillfen.Ospenth";
+    ASSERT_TRUE(fileSystem.copyItem(rest, item));
+    markAsMoved(item);
+    fs::remove(rest + "/first"); // The folder has another date now.
+
+    EXPECT_EQ(resultOf(putBack(), item).outcome, Back::inPlace);
+
+    EXPECT_EQ(trashOf(home), Lines());
+    EXPECT_TRUE(exists(item + "/first"));
+}
+
+TEST_F(PutBackTest, RemovesTheMarkThatAKilledOneHasLeftAlone) {
+    const auto item = write(cache("Ospenth"));
+    uninstall();
+    fs::rename(home / "user/.Trash/com.quillfen.Ospenth", item);
+    markAsMoved(item);
+
+    EXPECT_EQ(resultOf(putBack(), item).outcome, Back::inPlace);
+
+    const auto folder = fs::path(item).parent_path();
+    EXPECT_EQ(std::distance(fs::directory_iterator(folder), {}), 1);
 }
 
 TEST_F(PutBackTest, LeavesTheTwinOfAnItemThatIsInPlaceInTheTrash) {

@@ -184,6 +184,12 @@ int putBack(const Arguments& arguments) {
     return report(desktop.workspace.putBack(arguments.at(0), arguments.at(1)));
 }
 
+int finishPutBack(const Arguments& arguments) {
+    Desktop desktop;
+    desktop.workspace.finishPutBack(arguments.at(0), arguments.at(1));
+    return 0;
+}
+
 int forgetTrashed(const Arguments& arguments) {
     Desktop desktop;
     desktop.workspace.forgetTrashed(arguments.at(0), arguments.at(1));
@@ -392,6 +398,7 @@ const std::map<std::string, std::function<int(const Arguments&)>> commands{
     {"recycle", recycle},
     {"list-trash", listTrash},
     {"put-back", putBack},
+    {"finish-put-back", finishPutBack},
     {"forget-trashed", forgetTrashed},
     {"make-trash", makeTrash},
     {"recycle-far-mount", recycleFarMount},
