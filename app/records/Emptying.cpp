@@ -85,7 +85,7 @@ std::vector<ItemEmptied> Emptying::preview(const std::vector<RunRecord>& runs) {
     for (const auto& run : runs) {
         for (const auto& step : run.steps) {
             if (usesTrash(step)) {
-                items.push_back(trashViewOf(step, trash));
+                addOnce(items, trashViewOf(step, trash));
             }
         }
     }

@@ -90,7 +90,7 @@ std::vector<ItemBack> PutBack::preview(const std::vector<RunRecord>& runs) {
     for (const auto& run : runs) {
         for (const auto& step : run.steps) {
             if (wasTaken(step)) {
-                items.push_back(viewOf(step, trash));
+                addOnce(items, viewOf(step, trash));
             }
         }
     }

@@ -49,6 +49,15 @@ inline bool takesRight(const qf::Error& error) {
     return error.code == EACCES || error.code == EPERM;
 }
 
+/// Adds what is expected of an item, unless it is there already: a run that was killed has taken
+/// what the next one recorded too.
+template <class Item>
+void addOnce(std::vector<Item>& items, Item item) {
+    if (item.place.empty() || std::ranges::find(items, item.place, &Item::place) == items.end()) {
+        items.push_back(std::move(item));
+    }
+}
+
 /// What undoing runs came to.
 template <class Item>
 struct Undone {

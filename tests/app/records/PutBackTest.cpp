@@ -1,5 +1,6 @@
 #include "app/records/PutBack.h"
 
+#include "app/records/Emptying.h"
 #include "platform/linux/files/TemporaryItem.h"
 #include "platform/linux/posix/OpenDirectory.h"
 #include "tests/app/records/MachineOnDisk.h"
@@ -63,6 +64,25 @@ protected:
         auto mark = qf::native::TemporaryItem::makeMark(directory->get(), name + '/' + name);
         ASSERT_TRUE(mark);
         mark->leave();
+    }
+
+    /// Has a run killed when it has copied a folder into the Trash, and another finish that.
+    void takeInTwoRuns(const std::string& item) {
+        write(item + "/inside");
+        records::RunRecorder killed(runs, jobs);
+        killed.begin(RemoveShared::no);
+        killed.rowBegan({PlanAction::trash, item, {}});
+        killed.itemBegan(item);
+        const auto copy = home / "user/.Trash/com.quillfen.Dunmarl";
+        ASSERT_TRUE(fileSystem.copyItem(item, copy));
+        fs::remove(item + "/inside");
+        records::RunRecorder finishing(runs, jobs);
+        finishing.begin(RemoveShared::no);
+        finishing.rowBegan({PlanAction::trash, item, {}});
+        finishing.itemBegan(item);
+        fs::remove(item);
+        finishing.itemEnded(item, {.outcome = qf::TrashOutcome::moved, .place = copy});
+        finishing.walkEnded();
     }
 
     static Lines trashOf(const TemporaryDirectory& home) {
@@ -978,23 +998,18 @@ TEST_F(PutBackTest, LoadsAJobOnceItsProgramIsBackThatAKilledRunTook) {
     EXPECT_EQ(checking.wasProgramThere, std::vector{true});
 }
 
+TEST_F(PutBackTest, CountsAnItemOnceOfWhichTwoRunsHaveRecords) {
+    takeInTwoRuns(cache("Dunmarl"));
+
+    const auto last = runs.lastUninstall();
+    ASSERT_EQ(last.size(), 2U);
+    EXPECT_EQ(PutBack::preview(last).size(), 1U);
+    EXPECT_EQ(records::Emptying::preview(last).size(), 1U);
+}
+
 TEST_F(PutBackTest, FindsTheCopyOfWhichTheLastRunTookOnlyTheRest) {
-    const auto inside = write(cache("Dunmarl") + "/inside");
     const auto item = cache("Dunmarl");
-    records::RunRecorder killed(runs, jobs);
-    killed.begin(RemoveShared::no);
-    killed.rowBegan({PlanAction::trash, item, {}});
-    killed.itemBegan(item);
-    const auto copy = home / "user/.Trash/com.quillfen.Dunmarl";
-    ASSERT_TRUE(fileSystem.copyItem(item, copy));
-    fs::remove(inside);
-    records::RunRecorder finishing(runs, jobs);
-    finishing.begin(RemoveShared::no);
-    finishing.rowBegan({PlanAction::trash, item, {}});
-    finishing.itemBegan(item);
-    fs::remove(item);
-    finishing.itemEnded(item, {.outcome = qf::TrashOutcome::moved, .place = copy});
-    finishing.walkEnded();
+    takeInTwoRuns(item);
 
     auto last = runs.lastUninstall();
     for (const auto& result : putBack()) {
@@ -1002,7 +1017,7 @@ TEST_F(PutBackTest, FindsTheCopyOfWhichTheLastRunTookOnlyTheRest) {
             << nameOf(result.outcome);
     }
 
-    EXPECT_TRUE(exists(inside));
+    EXPECT_TRUE(exists(item + "/inside"));
     EXPECT_TRUE(runs.read(1).isClosed && runs.read(2).isClosed);
 
     // As if the first had been killed before it could close the records.
