@@ -4,6 +4,7 @@
 #include "platform/foundation/Path.h"
 #include "platform/linux/files/TemporaryItem.h"
 #include "platform/linux/files/TreeRemoval.h"
+#include "platform/linux/posix/DirectoryLock.h"
 #include "platform/linux/posix/Errors.h"
 #include "platform/linux/posix/FileDescriptor.h"
 #include "platform/linux/posix/OpenDirectory.h"
@@ -16,10 +17,8 @@
 #include <cstdio>
 #include <fcntl.h>
 #include <filesystem>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <system_error>
-#include <thread>
 #include <unistd.h>
 #include <utility>
 
@@ -175,54 +174,17 @@ SystemResult<void> moveTo(const std::string& path, const std::string& newPath) {
     return checked(::rename(path.c_str(), newPath.c_str()));
 }
 
-/// The lock on one directory; only users of the logs check it.
-class DirectoryLock {
-public:
-    explicit DirectoryLock(const std::string& path)
-        : directory_(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {}
-    /// A process forked meanwhile has the descriptor too, so closing it is not enough.
-    ~DirectoryLock() {
-        if (directory_) {
-            ::flock(directory_.get(), LOCK_UN);
-        }
-    }
-    DirectoryLock(DirectoryLock&&) = default;
-    DirectoryLock& operator=(DirectoryLock&&) = delete;
-    DirectoryLock(const DirectoryLock&) = delete;
-    DirectoryLock& operator=(const DirectoryLock&) = delete;
-
-    /// Returns false if somebody else has the lock. A directory that is missing or cannot be locked
-    /// needs no lock.
-    bool tryToLock() const {
-        return !directory_ ||
-               retryOnEintr([this] { return ::flock(directory_.get(), LOCK_EX | LOCK_NB); }) == 0 ||
-               errno != EWOULDBLOCK;
-    }
-
-private:
-    FileDescriptor directory_;
-};
-
 /// The locks on several directories, taken in the same order by everybody to avoid deadlock.
 class DirectoryLocks : public LogLock {
 public:
     /// Returns false if `patience` runs out before all are acquired.
     bool lock(std::vector<std::string> paths, std::chrono::steady_clock::duration patience) {
-        constexpr std::chrono::milliseconds pause(1);
         std::ranges::sort(paths);
         paths.erase(std::unique(paths.begin(), paths.end()), paths.end());
         const auto end = std::chrono::steady_clock::now() + patience;
-        for (const auto& path : paths) {
-            // A blocking flock() would never return while the lock's owner is stopped.
-            const auto& directory = directories_.emplace_back(path);
-            while (!directory.tryToLock()) {
-                if (std::chrono::steady_clock::now() >= end) {
-                    return false;
-                }
-                std::this_thread::sleep_for(pause);
-            }
-        }
-        return true;
+        return std::ranges::all_of(paths, [&](const std::string& path) {
+            return directories_.emplace_back(path).lockUntil(end);
+        });
     }
 
 private:

@@ -84,6 +84,11 @@ std::optional<std::string> absolutePathFromEnvironment(const char* variable) {
     return withoutTrailingSlashes(value);
 }
 
+std::string serviceManagerDirectory() {
+    return absolutePathFromEnvironment("XDG_RUNTIME_DIR")
+        .value_or("/run/user/" + std::to_string(::geteuid()));
+}
+
 unsigned UserAccount::realUserId() {
     return ::getuid();
 }

@@ -54,4 +54,8 @@ std::string loginNameOf(uid_t userId);
 /// path.
 std::optional<std::string> absolutePathFromEnvironment(const char* variable);
 
+/// Returns where this user's service manager has its sockets: XDG_RUNTIME_DIR if it is an absolute
+/// path, else the usual directory. It need not exist.
+std::string serviceManagerDirectory();
+
 } // namespace qf::native

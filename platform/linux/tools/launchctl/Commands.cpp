@@ -2,6 +2,7 @@
 
 #include "platform/foundation/Path.h"
 #include "platform/foundation/Text.h"
+#include "platform/linux/posix/DirectoryLock.h"
 #include "platform/linux/system/UserAccount.h"
 #include "platform/linux/tools/Tool.h"
 #include "platform/linux/tools/launchctl/JobFile.h"
@@ -29,6 +30,7 @@ using tool::ToolError;
 using Clock = ServiceManager::Clock;
 
 /// Callers allow the tool ten seconds.
+constexpr std::chrono::milliseconds patienceWithOthers{2000};
 constexpr std::chrono::milliseconds wholeTime{7500};
 constexpr std::chrono::milliseconds patienceWithJobs{4000};
 
@@ -36,6 +38,7 @@ constexpr std::chrono::milliseconds patienceWithJobs{4000};
 struct Caller {
     Domain domain;
     UnitDirectory directory;
+    DirectoryLock turn;
     Clock::time_point began = Clock::now();
 
     std::unique_ptr<ServiceManager> connect() const {
@@ -45,11 +48,24 @@ struct Caller {
 
 Caller currentCaller() {
     if (::geteuid() == 0) {
-        return {Domain::system, UnitDirectory("/etc/systemd/system")};
+        const std::string units = "/etc/systemd/system";
+        return {Domain::system, UnitDirectory(units), DirectoryLock(units)};
     }
     const auto settings = absolutePathFromEnvironment("XDG_CONFIG_HOME")
                               .value_or(UserAccount().homeDirectory() + "/.config");
-    return {Domain::user, UnitDirectory(settings + "/systemd/user")};
+    return {Domain::user, UnitDirectory(settings + "/systemd/user"),
+            DirectoryLock(serviceManagerDirectory())};
+}
+
+/// Returns the caller once no other run changes jobs: what one has half done would be taken for
+/// what an interrupted one has left.
+Caller callerInTurn() {
+    auto caller = currentCaller();
+    if (!caller.turn.lockUntil(caller.began + patienceWithOthers)) {
+        throw ToolError("another run of launchctl does not end");
+    }
+    caller.began = Clock::now();
+    return caller;
 }
 
 std::string absolute(const std::string& file) {
@@ -140,7 +156,7 @@ void withdraw(const Caller& caller, const std::vector<std::string>& units,
 
 void load(const std::string& argument) {
     const auto file = absolute(argument);
-    const auto caller = currentCaller();
+    const auto caller = callerInTurn();
     const auto job = readJobFile(file, MustBeSafe::yes);
     requireDomainOf(file, caller);
     const auto label = labelOfJob(job);
@@ -184,7 +200,7 @@ void loadOrTell(const std::string& argument) {
 
 void unload(const std::string& argument) {
     const auto file = absolute(argument);
-    const auto caller = currentCaller();
+    const auto caller = callerInTurn();
     const auto job = readJobFile(file, MustBeSafe::no);
     requireDomainOf(file, caller);
     const auto units = caller.directory.unitsOf(labelOfJob(job));
@@ -195,7 +211,7 @@ void unload(const std::string& argument) {
 }
 
 void remove(const std::string& label) {
-    const auto caller = currentCaller();
+    const auto caller = callerInTurn();
     const auto units = caller.directory.unitsOf(label);
     if (units.empty()) {
         throw ToolError(label + ": Could not find specified service");

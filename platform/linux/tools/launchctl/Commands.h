@@ -14,7 +14,7 @@
 namespace qf::native::launchctl {
 
 /// Carries out "load FILE", "unload FILE", "remove LABEL" or "list". Returns within eight seconds
-/// whatever the service manager does. Throws tool::Misuse for other words, and tool::ToolError or
+/// whatever the service manager does, and two more where another run changes jobs meanwhile. Throws tool::Misuse for other words, and tool::ToolError or
 /// JobError if the command was not carried out.
 ///
 /// - load: the job's units are written, started as they would be at log-in or start-up if its

@@ -34,9 +34,7 @@ constexpr const char* nothingToClean = "org.freedesktop.systemd1.NothingToClean"
 /// Returns the address of the bus of the user's manager: next to the manager's other sockets, even
 /// if the session has its own bus.
 std::string userBusAddress() {
-    const auto directory = absolutePathFromEnvironment("XDG_RUNTIME_DIR")
-                               .value_or("/run/user/" + std::to_string(::geteuid()));
-    const auto socket = directory + "/bus";
+    const auto socket = serviceManagerDirectory() + "/bus";
     std::error_code error;
     const char* address = std::getenv("DBUS_SESSION_BUS_ADDRESS");
     if (address != nullptr && !std::filesystem::exists(socket, error)) {

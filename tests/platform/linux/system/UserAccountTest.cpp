@@ -158,6 +158,13 @@ INSTANTIATE_TEST_SUITE_P(, UserAccountWithoutCacheDirectory,
                                          UnusableVariable{{"Relative"}, "fast"}),
                          nameOfCase);
 
+TEST(UserAccount, HasItsServiceManagerInItsRuntimeDirectory) {
+    const ScopedEnvironment named("XDG_RUNTIME_DIR", "/run/elsewhere/");
+    EXPECT_EQ(qf::native::serviceManagerDirectory(), "/run/elsewhere");
+    const ScopedEnvironment relative("XDG_RUNTIME_DIR", "elsewhere");
+    EXPECT_EQ(qf::native::serviceManagerDirectory(), "/run/user/" + std::to_string(::geteuid()));
+}
+
 TEST(UserAccount, KeepsStateInTheMachinesDirectoryForTheSuperuser) {
     if (::getuid() != 0) {
         GTEST_SKIP() << "only the superuser's is the machine's";
