@@ -32,8 +32,7 @@ Reader::Reader(uid_t owner) : owner_(owner) {
 }
 
 Reader::Turn::Turn(const Reader& reader, const Item& item)
-    : isTaken_(reader.owner_ != 0 && item.status.stx_uid != reader.owner_),
-      parent_(::getppid()) {
+    : isTaken_(reader.owner_ != 0 && item.status.stx_uid != reader.owner_), parent_(::getppid()) {
     if (isTaken_) {
         ::setfsuid(reader.owner_);
     }

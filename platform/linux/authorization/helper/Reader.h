@@ -7,8 +7,8 @@
 namespace qf::native::helper {
 
 /// With whose rights a process reads what it copies: those of the owner of the whole, in a process
-/// that does nothing else, and that ends with its parent: with other rights the kernel forgets that,
-/// so it is told again. What is that owner's own is read whatever its mode.
+/// that does nothing else, and that ends with its parent: with other rights the kernel forgets
+/// that, so it is told again. What is that owner's own is read whatever its mode.
 class Reader {
 public:
     /// Takes on the owner's groups; root remains as it is. Throws a Refusal.

@@ -31,8 +31,8 @@ void requireSuccess(const SystemResult<T>& result) {
     }
 }
 
-/// Has the kernel kill this process, a child, when its parent is gone. What works on files is not to
-/// go on when nobody can be told of it any more. Ends it if the parent is gone already.
+/// Has the kernel kill this process, a child, when its parent is gone. What works on files is not
+/// to go on when nobody can be told of it any more. Ends it if the parent is gone already.
 void endWithParent(pid_t parent);
 
 /// What a tool finds at its start: a session without terminal, signals at their defaults.

@@ -14,8 +14,9 @@
 namespace qf::native::launchctl {
 
 /// Carries out "load FILE", "unload FILE", "remove LABEL" or "list". Returns within eight seconds
-/// whatever the service manager does, and two more where another run changes jobs meanwhile. Throws tool::Misuse for other words, and tool::ToolError or
-/// JobError if the command was not carried out.
+/// whatever the service manager does, and two more where another run changes jobs meanwhile. Throws
+/// tool::Misuse for other words, and tool::ToolError or JobError if the command was not carried
+/// out.
 ///
 /// - load: the job's units are written, started as they would be at log-in or start-up if its
 ///   settings say so, and wanted there. If any of it fails, everything is undone.
