@@ -7,9 +7,11 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <chrono>
+#include <cstddef>
 #include <functional>
-#include <future>
+#include <latch>
 #include <thread>
 #include <vector>
 
@@ -29,12 +31,27 @@ public:
     void removeTerminationObserver(int /*observer*/) override {}
     qf::Window* mainWindow() override { return nullptr; }
 
-    int terminations = 0;
+    std::atomic<int> terminations = 0;
 };
 
 /// Without an event loop, the process ends at once.
 class EndingTest : public testing::Test {
 protected:
+    /// Has each call made many times by a thread of its own, all at once.
+    static void callOften(const std::vector<std::function<void()>>& calls) {
+        std::latch all(static_cast<std::ptrdiff_t>(calls.size()));
+        std::vector<std::jthread> threads;
+        for (const auto& call : calls) {
+            threads.emplace_back([&all, &call] {
+                constexpr int times = 1000;
+                all.arrive_and_wait();
+                for (int count = 0; count < times; ++count) {
+                    call();
+                }
+            });
+        }
+    }
+
     TemporaryDirectory home;
     ScopedEnvironment locks{"XDG_RUNTIME_DIR", home.path()};
     start::Ending ending;
@@ -84,21 +101,21 @@ TEST_F(EndingTest, IsKnownToWhoEndsTheEventLoop) {
 }
 
 TEST_F(EndingTest, TakesCallsOfAllThreadsAtOnce) {
-    ending.runBegins();
     CountingLoop loop;
     const qf::ScopedService<qf::Application> application(loop);
-    std::promise<void> all;
-    const auto begin = all.get_future().share();
-    std::vector<std::jthread> threads;
-    const auto add = [&](auto call) {
-        threads.emplace_back([begin, call] {
-            begin.wait();
-            call();
-        });
-    };
-    add([&] { ending.request(); });
-    add([&] { ending.runBegins(); });
-    add([&] { ending.isRunning(); });
-    add([&] { ending.loopEnded(cli::ExitStatus::complete); });
-    all.set_value();
+    ending.runBegins();
+
+    callOften({[this] { ending.request(); }, [this] { ending.runBegins(); },
+               [this] { ending.runEnded(); }, [this] { ending.isRunning(); }});
+
+    EXPECT_TRUE(ending.loopEnded(cli::ExitStatus::failed));
+}
+
+TEST_F(EndingTest, IsKnownToWhoEndsTheEventLoopMeanwhile) {
+    ending.runBegins();
+
+    callOften(
+        {[this] { ending.request(); }, [this] { ending.loopEnded(cli::ExitStatus::failed); }});
+
+    EXPECT_TRUE(ending.loopEnded(cli::ExitStatus::failed));
 }
