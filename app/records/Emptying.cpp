@@ -6,11 +6,15 @@
 #include "platform/FileSystem.h"
 #include "platform/Services.h"
 #include "platform/Workspace.h"
+#include "platform/foundation/Path.h"
 #include "util/auth/QFAuthorization.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace records {
+
+namespace path = qf::path;
 
 namespace {
 
@@ -59,8 +63,16 @@ ItemEmptied trashViewOf(const RecordedStep& step, const TrashedItems& trash) {
     return item;
 }
 
-bool isInTrash(const std::string& place) {
-    return qf::service<qf::FileSystem>().attributesOfItem(place).has_value();
+/// Returns whether an item is no longer there. One that cannot be looked at is, if its directory
+/// says so.
+bool isGone(const std::string& place) {
+    auto& disk = qf::service<qf::FileSystem>();
+    if (disk.attributesOfItem(place)) {
+        return false;
+    }
+    const auto names = disk.contentsOfDirectory(path::deletingLastComponent(place));
+    return names && std::ranges::find(*names, path::lastComponent(place),
+                                      &qf::DirectoryEntry::name) == names->end();
 }
 
 } // namespace
@@ -140,13 +152,13 @@ void Emptying::remove(const RecordedStep& step, ItemEmptied& item) {
     if (!removed && takesRight(removed.error())) {
         right = removeWithRight(item.place);
     }
-    if (!isInTrash(held->path())) {
+    if (removed || isGone(held->path())) {
         item.outcome = Emptied::deleted;
         qf::service<qf::Workspace>().forgetTrashed(held->path(), item.path);
         return;
     }
     item.outcome = Emptied::failed;
-    item.reason = removed ? std::string() : removed.error().localizedDescription;
+    item.reason = removed.error().localizedDescription;
     if (right) {
         item.reason += std::string(" ") + explanationOf(*right);
     }

@@ -16,6 +16,7 @@ class ClosedFileSystem : public qf::native::FileSystem {
 public:
     std::set<std::string> closed;
     int failure = EACCES;
+    bool goesBlind = false; ///< Once an item could not be deleted, none can be looked at.
     std::function<void()> beforeHolding = [] {};
 
     qf::Result<std::unique_ptr<qf::HeldDirectory>>
@@ -28,11 +29,19 @@ public:
     qf::Result<void> removeItem(const std::string& path) override {
         const fs::path item(path);
         if (closed.contains(fs::canonical(item.parent_path()) / item.filename())) {
+            isBlind_ = goesBlind;
             return qf::Unexpected(qf::native::posixError(qf::native::Errno(failure),
                                                          item.filename().string(), "removed"));
         }
         return FileSystem::removeItem(path);
     }
+
+    std::optional<qf::ItemAttributes> attributesOfItem(const std::string& path) override {
+        return isBlind_ ? std::nullopt : FileSystem::attributesOfItem(path);
+    }
+
+private:
+    bool isBlind_ = false;
 };
 
 class EmptyingTest : public MachineOnDisk {
@@ -211,6 +220,16 @@ TEST_F(EmptyingTest, DeletesWithTheRightWhatTheUserMayNot) {
     EXPECT_EQ(administrator.tools().back(),
               "/bin/rm -Rdf " + trashed("com.quillfen.Ospenth.plist"));
     EXPECT_FALSE(exists(trashed("com.quillfen.Ospenth.plist")));
+}
+
+TEST_F(EmptyingTest, DoesNotCallDeletedWhatItCannotLookAt) {
+    write(preferences("Ospenth"));
+    uninstall();
+    closing.closed = {trashed("com.quillfen.Ospenth.plist")};
+    closing.goesBlind = true;
+    administrator.rightsStatus = qf::errAuthorizationCanceled;
+
+    EXPECT_EQ(empty().front().outcome, Emptied::failed);
 }
 
 TEST_F(EmptyingTest, AsksForNoRightThatIsOfNoHelp) {
