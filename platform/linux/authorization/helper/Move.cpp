@@ -130,8 +130,10 @@ bool removeItem(const Tool& remover, const Item& directory, const std::string& n
 
 /// Takes an item away, and nothing else that is in its place by now: where others than root may
 /// put something there, it is renamed into a closed directory first. What cannot be taken away is
-/// in its place again.
+/// in its place again. Goes on where the helper is killed: the copy is in place, and nobody would
+/// remove the closed directory.
 bool removeThisItem(const Place& place, const Tool& remover) {
+    outliveParent();
     if (!place.directory.isChangeable()) {
         return isThere(place) && removeItem(remover, place.directory, place.name);
     }

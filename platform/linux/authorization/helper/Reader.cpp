@@ -23,18 +23,19 @@ SystemResult<void> takeGroups(uid_t owner) {
 
 } // namespace
 
-Reader::Reader(uid_t owner) : owner_(owner) {
+Reader::Reader(uid_t owner) : owner_(owner), parent_(::getppid()) {
     if (owner != 0) {
-        const pid_t parent = ::getppid();
         requireSuccess(takeGroups(owner));
-        endWithParent(parent);
+        endWithParent(parent_);
     }
 }
 
 Reader::Turn::Turn(const Reader& reader, const Item& item)
-    : isTaken_(reader.owner_ != 0 && item.status.stx_uid != reader.owner_), parent_(::getppid()) {
+    : isTaken_(reader.owner_ != 0 && item.status.stx_uid != reader.owner_),
+      parent_(reader.parent_) {
     if (isTaken_) {
         ::setfsuid(reader.owner_);
+        endWithParent(parent_);
     }
 }
 

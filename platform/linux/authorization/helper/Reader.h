@@ -32,6 +32,7 @@ public:
 
 private:
     const uid_t owner_;
+    const pid_t parent_;
 };
 
 } // namespace qf::native::helper

@@ -39,6 +39,10 @@ void endWithParent(pid_t parent) {
     }
 }
 
+void outliveParent() {
+    ::prctl(PR_SET_PDEATHSIG, 0);
+}
+
 void leaveTheHelperBehind(int input, int output, int errors) {
     ::setsid();
     for (int signal = 1; signal < NSIG; ++signal) {

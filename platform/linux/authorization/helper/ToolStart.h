@@ -35,6 +35,9 @@ void requireSuccess(const SystemResult<T>& result) {
 /// to go on when nobody can be told of it any more. Ends it if the parent is gone already.
 void endWithParent(pid_t parent);
 
+/// Takes that back, where ending would leave more behind than going on.
+void outliveParent();
+
 /// What a tool finds at its start: a session without terminal, signals at their defaults.
 void leaveTheHelperBehind(int input, int output, int errors);
 

@@ -9,6 +9,7 @@
 #include <sys/socket.h>
 #include <sys/wait.h>
 
+#include <algorithm>
 #include <array>
 #include <csignal>
 #include <filesystem>
@@ -244,15 +245,23 @@ protected:
         return timesHidden;
     }
 
+    static std::ptrdiff_t stagesIn(const std::string& directory) {
+        return std::count_if(fs::directory_iterator(directory), {}, [](const auto& entry) {
+            return entry.path().filename().string().starts_with(".qf-helper-");
+        });
+    }
+
     /// Kills the helper while the process that moves an item of this owner's is held, at every
     /// third step: before some calls and after others. A tool of a killed process may end in the
     /// middle of a call, so each item has its own path.
-    static void expectNothingMoreToHappenWithoutTheHelper(uid_t owner, const std::string& target) {
+    static void expectNothingMoreToHappenWithoutTheHelper(
+        uid_t owner, const std::string& target,
+        const std::string& directory = sandbox::rootsDirectory) {
         constexpr int stride = 3;
         bool isKilled = true;
         int step = 0;
         for (; isKilled; step += stride) {
-            const std::string source = sandbox::rootsDirectory + "/item" + std::to_string(step);
+            const std::string source = directory + "/item" + std::to_string(step);
             fs::remove_all(target);
             makeItem(source);
             ASSERT_EQ(::chown(source.c_str(), owner, owner), 0); // what is in it stays root's
@@ -263,6 +272,7 @@ protected:
             });
             if (isKilled) {
                 ASSERT_EQ(exists(target), wasMoved) << "held at step " << step;
+                ASSERT_EQ(stagesIn(directory), 0) << "held at step " << step;
             }
         }
         EXPECT_GT(step, 30);
@@ -277,6 +287,11 @@ TEST_F(HelperKilled, TakesTheProcessAlongThatRenames) {
 
 TEST_F(HelperKilled, TakesTheProcessAlongThatReadsAsAnotherUser) {
     expectNothingMoreToHappenWithoutTheHelper(servedUser, usersDirectory() + "/item");
+}
+
+TEST_F(HelperKilled, LetsTheProcessFinishThatRemovesWhatItHasCopied) {
+    const auto users = usersDirectory();
+    expectNothingMoreToHappenWithoutTheHelper(0, sandbox::rootsDirectory + "/item", users);
 }
 
 TEST_F(HelperKilled, LeavesTheItemWholeInOneOfItsPlaces) {

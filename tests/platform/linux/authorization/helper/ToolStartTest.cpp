@@ -5,9 +5,12 @@
 #include "tests/platform/linux/authorization/helper/HelperHarness.h"
 
 #include <fcntl.h>
+#include <poll.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <filesystem>
 #include <sstream>
 
@@ -115,6 +118,24 @@ TEST_F(HelperTool, TakesAsManyArgumentsAndBytesAsARequestMayHave) {
     const std::string tool = "/bin/echo";
     const std::string longest(qf::native::helper::maximumRequestSize - tool.size() - 2, 'x');
     EXPECT_EQ(helper.outputOf(tool, {longest}).size(), longest.size() + 1);
+}
+
+TEST_F(HelperTool, FinishesAfterTheHelperWasKilled) {
+    TestedHelper helper;
+    Gate gate;
+    const std::string done = sandbox::rootsDirectory + "/told";
+    ASSERT_EQ(::mkfifo(done.c_str(), 0600), 0);
+    const FileDescriptor told(::open(done.c_str(), O_RDWR | O_CLOEXEC));
+    const auto request =
+        qf::native::helper::encodeRequest("/bin/sh", Gate::shellThatWaitsAndThen("echo > " + done));
+    ASSERT_GT(::send(helper.connection(), request->data(), request->size(), 0), 0);
+    char reply = 0;
+    ASSERT_GT(::recv(helper.connection(), &reply, sizeof reply, 0), 0);
+    ASSERT_EQ(::kill(helper.process(), SIGKILL), 0);
+    helper.waitForEnd();
+    gate.open();
+    pollfd end{told.get(), POLLIN, 0};
+    EXPECT_EQ(::poll(&end, 1, 30'000), 1);
 }
 
 TEST_F(HelperTool, FinishesAfterTheProgramHasEnded) {
