@@ -139,7 +139,7 @@ bool PutBack::putBack(const RunRecord& run, const TrashedItems& trash,
 ItemBack PutBack::putBack(unsigned run, const RecordedStep& step, const TrashedItems& trash) {
     auto item = viewOf(step, trash);
     if (item.outcome == Back::inPlace) {
-        finishMove(step, item);
+        finishMove(step, item.place.empty() ? trash.findRest(step) : item.place);
     } else if (isOnItsWay(step, item)) {
         finishMoveWithRight(step, item);
     }
@@ -182,10 +182,12 @@ PutBack::Directory PutBack::holdDirectoryOf(const RecordedStep& step) {
 }
 
 /// Removes what is left of an item that was copied to its place, if its move was killed in between.
-/// The platform knows that; nothing else is removed. What is left in the Trash has another date
-/// than the item, so it may not be found there.
-void PutBack::finishMove(const RecordedStep& step, const ItemBack& item) {
-    const auto held = HeldItem::hold(item.place.empty() && step.end ? step.end->place : item.place);
+/// The platform knows that; nothing else is removed.
+void PutBack::finishMove(const RecordedStep& step, const std::optional<std::string>& place) {
+    if (!place) {
+        return;
+    }
+    const auto held = HeldItem::hold(*place);
     const auto directory = fileSystem().holdDirectory(path::deletingLastComponent(step.path),
                                                       step.links, qf::MissingDirectories::fail);
     if (held && directory) {

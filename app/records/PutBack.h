@@ -62,7 +62,7 @@ private:
     using Directory = qf::Result<std::unique_ptr<qf::HeldDirectory>>;
 
     Directory holdDirectoryOf(const RecordedStep& step);
-    void finishMove(const RecordedStep& step, const ItemBack& item);
+    void finishMove(const RecordedStep& step, const std::optional<std::string>& place);
     void move(const RecordedStep& step, const Directory& directory, ItemBack& item);
     void moveWithRight(const RecordedStep& step, ItemBack& item);
     void finishMoveWithRight(const RecordedStep& step, ItemBack& item);

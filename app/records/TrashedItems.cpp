@@ -8,6 +8,8 @@
 #include "platform/foundation/Text.h"
 #include "util/paths/QFLocalPaths.h"
 
+#include <algorithm>
+
 namespace path = qf::path;
 
 namespace records {
@@ -56,8 +58,13 @@ bool isRecordedItem(const qf::ItemAttributes& item, const qf::ItemAttributes& re
     return isIdentical || (hasSize && item.modificationDate == recorded.modificationDate);
 }
 
+/// What cannot be looked at once, as without memory, is looked at again: it would pass for gone.
 bool isItemOf(const RecordedStep& step, const std::string& itemPath) {
-    const auto item = qf::service<qf::FileSystem>().attributesOfItem(itemPath);
+    auto& disk = qf::service<qf::FileSystem>();
+    auto item = disk.attributesOfItem(itemPath);
+    if (!item) {
+        item = disk.attributesOfItem(itemPath);
+    }
     return item && (isRecordedItem(*item, step.item) || isCopy(*item, step)) &&
            (step.action != PlanAction::trashBundle ||
             identifierOf(itemPath) == qf::text::lowercased(step.subject));
@@ -101,6 +108,18 @@ std::optional<std::string> TrashedItems::find(const RecordedStep& step) const {
         }
     }
     return std::nullopt;
+}
+
+std::optional<std::string> TrashedItems::findRest(const RecordedStep& step) const {
+    if (!step.end || step.end->place.empty()) {
+        return std::nullopt;
+    }
+    const auto& place = step.end->place;
+    const auto there = std::ranges::find(items_, place, &qf::ItemInTrash::place);
+    const bool mayBeRest = there == items_.end()
+                               ? !qf::service<qf::FileSystem>().attributesOfItem(place)
+                               : there->path.empty() || isSamePath(there->path, step.path);
+    return mayBeRest ? std::optional(place) : std::nullopt;
 }
 
 } // namespace records

@@ -52,6 +52,11 @@ public:
     /// Returns the path in the Trash of a step's item; no value if it is not there, or no longer.
     std::optional<std::string> find(const RecordedStep& step) const;
 
+    /// Returns where in the Trash a put-back that was killed may have left something of a step's
+    /// item, which is no longer like it: the recorded place, if nothing is there or what came from
+    /// the item's path. No value if nothing can be left.
+    std::optional<std::string> findRest(const RecordedStep& step) const;
+
 private:
     std::vector<qf::ItemInTrash> items_;
 };

@@ -49,11 +49,13 @@ inline bool takesRight(const qf::Error& error) {
     return error.code == EACCES || error.code == EPERM;
 }
 
-/// Adds what is expected of an item, unless it is there already: a run that was killed has taken
-/// what the next one recorded too.
+/// Adds what is expected of an item, unless it is there already: a run that was killed may have a
+/// record of what the next one took.
 template <class Item>
 void addOnce(std::vector<Item>& items, Item item) {
-    if (item.place.empty() || std::ranges::find(items, item.place, &Item::place) == items.end()) {
+    if (std::ranges::none_of(items, [&item](const Item& other) {
+            return other.path == item.path && other.place == item.place;
+        })) {
         items.push_back(std::move(item));
     }
 }

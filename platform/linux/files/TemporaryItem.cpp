@@ -109,6 +109,13 @@ FileDescriptor lockAbandoned(int directory, const std::string& name) {
     return isAbandoned ? std::move(item) : FileDescriptor();
 }
 
+/// Returns whether an item is what a mark is. A directory that somebody gave the name of one is not
+/// to be removed.
+bool isEmptyFile(const FileDescriptor& item) {
+    const auto status = statusOf(item.get());
+    return status && S_ISREG(status->stx_mode) && status->stx_size == 0;
+}
+
 bool removeIfAbandoned(int directory, const std::string& name) {
     const auto item = lockAbandoned(directory, name);
     return item && removeTree(directory, name, ownCopy);
@@ -204,7 +211,7 @@ std::optional<TemporaryItem> TemporaryItem::adoptMark(int directory, const std::
         if (!statusOfEntry(directory, name)) {
             break;
         }
-        if (auto left = lockAbandoned(directory, name)) {
+        if (auto left = lockAbandoned(directory, name); left && isEmptyFile(left)) {
             TemporaryItem item(directory, purpose);
             item.item_ = std::move(left);
             item.name_ = std::move(name);

@@ -17,6 +17,7 @@ public:
     std::set<std::string> closed;
     int failure = EACCES;
     bool goesBlind = false; ///< Once an item could not be deleted, none can be looked at.
+    std::string seenLate;   ///< Cannot be looked at the first time.
     std::function<void()> beforeHolding = [] {};
 
     qf::Result<std::unique_ptr<qf::HeldDirectory>>
@@ -37,7 +38,11 @@ public:
     }
 
     std::optional<qf::ItemAttributes> attributesOfItem(const std::string& path) override {
-        return isBlind_ ? std::nullopt : FileSystem::attributesOfItem(path);
+        if (isBlind_ || path == seenLate) {
+            seenLate.clear();
+            return std::nullopt;
+        }
+        return FileSystem::attributesOfItem(path);
     }
 
 private:
@@ -220,6 +225,14 @@ TEST_F(EmptyingTest, DeletesWithTheRightWhatTheUserMayNot) {
     EXPECT_EQ(administrator.tools().back(),
               "/bin/rm -Rdf " + trashed("com.quillfen.Ospenth.plist"));
     EXPECT_FALSE(exists(trashed("com.quillfen.Ospenth.plist")));
+}
+
+TEST_F(EmptyingTest, DeletesWhatItCannotLookAtTheFirstTime) {
+    write(preferences("Ospenth"));
+    uninstall();
+    closing.seenLate = trashed("com.quillfen.Ospenth.plist");
+
+    EXPECT_EQ(empty().front().outcome, Emptied::deleted);
 }
 
 TEST_F(EmptyingTest, DoesNotCallDeletedWhatItCannotLookAt) {

@@ -1137,6 +1137,21 @@ TEST_F(PutBackTest, RemovesTheRestOfAFolderThatAKilledOneHasCopied) {
     EXPECT_TRUE(exists(item + "/first"));
 }
 
+TEST_F(PutBackTest, LeavesAnotherItemInTheTrashThatHasTheNameOfOneThatAKilledOneHasMoved) {
+    const auto item = cache("Ospenth");
+    write(item + "/first");
+    uninstall();
+    const auto place = home / "user/.Trash/com.quillfen.Ospenth";
+    fs::rename(place, item);
+    markAsMoved(item);
+    fs::create_directory(place);
+    desktop.formerPath = home / "user/Documents/com.quillfen.Ospenth";
+
+    EXPECT_EQ(resultOf(putBack(), item).outcome, Back::inPlace);
+
+    EXPECT_TRUE(exists(place));
+}
+
 TEST_F(PutBackTest, RemovesTheMarkThatAKilledOneHasLeftAlone) {
     const auto item = write(cache("Ospenth"));
     uninstall();

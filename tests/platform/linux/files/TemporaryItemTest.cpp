@@ -83,6 +83,20 @@ TEST_F(TemporaryItemTest, LeavesAloneWhatAnotherUserHasLeft) {
     EXPECT_EQ(contentOf(theirs), "theirs");
 }
 
+TEST_F(TemporaryItemTest, IsNoMarkThatIsADirectory) {
+    std::string name;
+    {
+        const auto mark = TemporaryItem::makeMark(top_.get(), "item");
+        name = names().front();
+    }
+    directory_.makeDirectory(name);
+    directory_.write(name + "/inside");
+
+    EXPECT_FALSE(TemporaryItem::adoptMark(top_.get(), "item"));
+
+    EXPECT_TRUE(exists(directory_ / (name + "/inside")));
+}
+
 TEST_F(TemporaryItemTest, TakesOverTheMarkThatAKilledProcessHasLeft) {
     std::string name;
     {
