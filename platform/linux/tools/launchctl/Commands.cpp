@@ -30,9 +30,13 @@ using tool::ToolError;
 using Clock = ServiceManager::Clock;
 
 /// Callers allow the tool ten seconds.
-constexpr std::chrono::milliseconds patienceWithOthers{2000};
-constexpr std::chrono::milliseconds wholeTime{7500};
+constexpr std::chrono::milliseconds wholeTime{9500};
+constexpr std::chrono::milliseconds patienceWithOthers{6000};
+/// Of a run that had not to wait for others.
+constexpr std::chrono::milliseconds workTime{7500};
 constexpr std::chrono::milliseconds patienceWithJobs{4000};
+/// What is left for the rest, once jobs were waited for.
+constexpr std::chrono::milliseconds restTime{1000};
 
 /// The objects that one run of the program acts on.
 struct Caller {
@@ -40,32 +44,38 @@ struct Caller {
     UnitDirectory directory;
     DirectoryLock turn;
     Clock::time_point began = Clock::now();
+    Clock::time_point deadline = began + workTime;
+
+    /// Waits until no other run changes jobs: what one has half done would be taken for what an
+    /// interrupted one has left.
+    void takeTurn() {
+        if (!turn.lockUntil(began + patienceWithOthers)) {
+            throw ToolError("another run of launchctl does not end");
+        }
+        deadline = std::min(Clock::now() + workTime, began + wholeTime);
+    }
 
     std::unique_ptr<ServiceManager> connect() const {
-        return connectToServiceManager(domain, began + wholeTime);
+        return connectToServiceManager(domain, deadline);
+    }
+
+    /// Returns until when to wait for jobs that start or stop now.
+    Clock::time_point patience() const {
+        return std::min(Clock::now() + patienceWithJobs, deadline - restTime);
     }
 };
 
 Caller currentCaller() {
     if (::geteuid() == 0) {
-        const std::string units = "/etc/systemd/system";
-        return {Domain::system, UnitDirectory(units), DirectoryLock(units)};
+        // Nobody else can open it, and so hold its lock.
+        const std::string turns = "/run/launchctl";
+        ::mkdir(turns.c_str(), S_IRWXU);
+        return {Domain::system, UnitDirectory("/etc/systemd/system"), DirectoryLock(turns)};
     }
     const auto settings = absolutePathFromEnvironment("XDG_CONFIG_HOME")
                               .value_or(UserAccount().homeDirectory() + "/.config");
     return {Domain::user, UnitDirectory(settings + "/systemd/user"),
             DirectoryLock(serviceManagerDirectory())};
-}
-
-/// Returns the caller once no other run changes jobs: what one has half done would be taken for
-/// what an interrupted one has left.
-Caller callerInTurn() {
-    auto caller = currentCaller();
-    if (!caller.turn.lockUntil(caller.began + patienceWithOthers)) {
-        throw ToolError("another run of launchctl does not end");
-    }
-    caller.began = Clock::now();
-    return caller;
 }
 
 std::string absolute(const std::string& file) {
@@ -89,7 +99,7 @@ void removeFiles(const Caller& caller, const std::vector<std::string>& units) {
 }
 
 void stop(const Caller& caller, const std::vector<std::string>& units, ServiceManager& manager) {
-    manager.stop(units, caller.began + patienceWithJobs);
+    manager.stop(units, caller.patience());
     for (const auto& unit : units) {
         manager.forget(unit);
     }
@@ -136,8 +146,9 @@ void putUp(const std::vector<UnitFile>& units, const Caller& caller, ServiceMana
         }
     }
     // After the call, changes to a watched path count.
-    manager.start(started, caller.began + patienceWithJobs);
+    manager.start(started, caller.patience());
     caller.directory.writeLinks(units);
+    manager.reload();
 }
 
 /// Removes files first: whatever the manager does then, nothing of the job is left for the next
@@ -156,11 +167,12 @@ void withdraw(const Caller& caller, const std::vector<std::string>& units,
 
 void load(const std::string& argument) {
     const auto file = absolute(argument);
-    const auto caller = callerInTurn();
+    auto caller = currentCaller();
     const auto job = readJobFile(file, MustBeSafe::yes);
     requireDomainOf(file, caller);
     const auto label = labelOfJob(job);
     const auto units = unitsOfJob(job, file, caller.domain);
+    caller.takeTurn();
     if (caller.directory.isLoaded(label)) {
         throw ToolError(file + ": service already loaded");
     }
@@ -200,9 +212,10 @@ void loadOrTell(const std::string& argument) {
 
 void unload(const std::string& argument) {
     const auto file = absolute(argument);
-    const auto caller = callerInTurn();
+    auto caller = currentCaller();
     const auto job = readJobFile(file, MustBeSafe::no);
     requireDomainOf(file, caller);
+    caller.takeTurn();
     const auto units = caller.directory.unitsOf(labelOfJob(job));
     if (units.empty()) {
         throw ToolError(file + ": Could not find specified service");
@@ -211,7 +224,8 @@ void unload(const std::string& argument) {
 }
 
 void remove(const std::string& label) {
-    const auto caller = callerInTurn();
+    auto caller = currentCaller();
+    caller.takeTurn();
     const auto units = caller.directory.unitsOf(label);
     if (units.empty()) {
         throw ToolError(label + ": Could not find specified service");

@@ -9,8 +9,7 @@
 /// has no daemons: a job file in a directory "LaunchDaemons" is refused. A loaded job is a set of
 /// unit files that contain its label, with the links by which targets want them; nothing else is
 /// recorded anywhere, and units of any other origin are never changed. The links are made last and
-/// removed first: what an interrupted run has left of a job is not loaded, and can be loaded and
-/// unloaded.
+/// removed first: a job of which one is missing is not loaded, and can be loaded and unloaded.
 namespace qf::native::launchctl {
 
 /// Carries out "load FILE", "unload FILE", "remove LABEL" or "list". Returns within eight seconds

@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <future>
 #include <optional>
 
 using qf::native::DirectoryLock;
@@ -13,8 +12,6 @@ using qf::native::DirectoryLock;
 namespace {
 
 using Clock = std::chrono::steady_clock;
-
-const auto forLong = std::chrono::minutes(5);
 
 } // namespace
 
@@ -27,18 +24,25 @@ TEST(DirectoryLockTest, IsOnlyOnesAtATime) {
     EXPECT_FALSE(second.lockUntil(Clock::now()));
 }
 
-TEST(DirectoryLockTest, IsWaitedFor) {
+TEST(DirectoryLockTest, IsWaitedForUntilTheEnd) {
+    const TemporaryDirectory directory;
+    const DirectoryLock first(directory.path());
+    const DirectoryLock second(directory.path());
+    ASSERT_TRUE(first.lockUntil(Clock::now()));
+    const auto end = Clock::now() + std::chrono::milliseconds(20);
+
+    EXPECT_FALSE(second.lockUntil(end));
+
+    EXPECT_GE(Clock::now(), end);
+}
+
+TEST(DirectoryLockTest, IsTheNextOnesWhenTheFirstHasGone) {
     const TemporaryDirectory directory;
     std::optional<DirectoryLock> first(directory.path());
     ASSERT_TRUE(first->lockUntil(Clock::now()));
-
-    auto second = std::async(std::launch::async, [&] {
-        const DirectoryLock lock(directory.path());
-        return lock.lockUntil(Clock::now() + forLong);
-    });
     first.reset();
 
-    EXPECT_TRUE(second.get());
+    EXPECT_TRUE(DirectoryLock(directory.path()).lockUntil(Clock::now()));
 }
 
 TEST(DirectoryLockTest, IsNotNeededForAMissingDirectory) {
