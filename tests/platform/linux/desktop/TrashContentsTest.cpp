@@ -234,7 +234,9 @@ TEST_F(TrashContents, LeaveNothingOfAPutBackThatIsFinishedAfterAKill) {
 
         EXPECT_EQ(run({"finish-put-back", place, items + "/folder"}).status, 0);
 
+        run({"forget-trashed", place, items + "/folder"});
         EXPECT_EQ(namesIn(items), std::vector<std::string>{"folder"}) << "call " << call;
+        EXPECT_TRUE(namesIn(homeTrash + "/info").empty()) << "call " << call;
         EXPECT_EQ(namesIn(items + "/folder").size(), 2U) << "call " << call;
         EXPECT_FALSE(exists(place)) << "call " << call;
         fs::remove_all(items + "/folder");
