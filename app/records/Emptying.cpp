@@ -75,6 +75,13 @@ bool isGone(const std::string& place) {
                                       &qf::DirectoryEntry::name) == names->end();
 }
 
+/// What fails once is tried again: the rest of a folder would not be recognised by the next run.
+qf::Result<void> removeWithoutRight(const std::string& place) {
+    auto& disk = qf::service<qf::FileSystem>();
+    auto removed = disk.removeItem(place);
+    return removed || takesRight(removed.error()) ? removed : disk.removeItem(place);
+}
+
 } // namespace
 
 const char* nameOf(Emptied emptied) {
@@ -147,7 +154,7 @@ void Emptying::remove(const RecordedStep& step, ItemEmptied& item) {
         passOver(step, item);
         return;
     }
-    const auto removed = qf::service<qf::FileSystem>().removeItem(held->path());
+    const auto removed = removeWithoutRight(held->path());
     std::optional<qf::AuthorizationStatus> right;
     if (!removed && takesRight(removed.error())) {
         right = removeWithRight(item.place);

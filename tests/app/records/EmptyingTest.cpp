@@ -18,6 +18,7 @@ public:
     int failure = EACCES;
     bool goesBlind = false; ///< Once an item could not be deleted, none can be looked at.
     std::string seenLate;   ///< Cannot be looked at the first time.
+    std::string goesInTwo;  ///< Of this folder, the first attempt only deletes one file.
     std::function<void()> beforeHolding = [] {};
 
     qf::Result<std::unique_ptr<qf::HeldDirectory>>
@@ -32,6 +33,11 @@ public:
         if (closed.contains(fs::canonical(item.parent_path()) / item.filename())) {
             isBlind_ = goesBlind;
             return qf::Unexpected(qf::native::posixError(qf::native::Errno(failure),
+                                                         item.filename().string(), "removed"));
+        }
+        if (item.filename() == std::exchange(goesInTwo, std::string())) {
+            fs::remove(item / "first");
+            return qf::Unexpected(qf::native::posixError(qf::native::Errno(EIO),
                                                          item.filename().string(), "removed"));
         }
         return FileSystem::removeItem(path);
@@ -225,6 +231,17 @@ TEST_F(EmptyingTest, DeletesWithTheRightWhatTheUserMayNot) {
     EXPECT_EQ(administrator.tools().back(),
               "/bin/rm -Rdf " + trashed("com.quillfen.Ospenth.plist"));
     EXPECT_FALSE(exists(trashed("com.quillfen.Ospenth.plist")));
+}
+
+TEST_F(EmptyingTest, DeletesWhatIsLeftAfterAFailure) {
+    write(cache("Ospenth") + "/first");
+    write(cache("Ospenth") + "/second");
+    uninstall();
+    closing.goesInTwo = "com.quillfen.Ospenth";
+
+    EXPECT_EQ(empty().front().outcome, Emptied::deleted);
+
+    EXPECT_FALSE(exists(trashed("com.quillfen.Ospenth")));
 }
 
 TEST_F(EmptyingTest, DeletesWhatItCannotLookAtTheFirstTime) {
