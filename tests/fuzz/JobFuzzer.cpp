@@ -27,6 +27,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
         for (const auto& unit :
              launchctl::unitsOfJob(job, "/jobs/a.plist", launchctl::Domain::user)) {
             demand(launchctl::labelOfUnit(unit.text) == launchctl::labelOfJob(job));
+            demand(launchctl::targetOfUnit(unit.text) == unit.wantedBy);
             std::istringstream lines(unit.text);
             for (std::string line; std::getline(lines, line);) {
                 demand(isUnitLine(line));

@@ -35,11 +35,14 @@ SystemResult<void> changeMode(int directory, const std::string& name, mode_t mod
 /// Restores the mode of a directory that was made accessible. What fails once, as without memory,
 /// is tried again.
 bool restoreMode(int directory, const std::string& name, mode_t mode) {
-    const auto attempt = [&] {
-        return modeOfOwnDirectory(directory, name) == (mode | accessible) &&
-               changeMode(directory, name, mode).ok();
-    };
-    return attempt() || attempt();
+    constexpr int attempts = 2;
+    for (int attempt = 0; attempt < attempts; ++attempt) {
+        if (modeOfOwnDirectory(directory, name) == (mode | accessible) &&
+            changeMode(directory, name, mode)) {
+            return true;
+        }
+    }
+    return false;
 }
 
 struct Record {

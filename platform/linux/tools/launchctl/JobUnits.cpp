@@ -14,9 +14,20 @@ namespace {
 
 /// systemd ignores sections with such names, so they are free for records.
 constexpr std::string_view ownerSection = "\n[X-Launchd]\n";
-constexpr std::string_view targetSetting = "\n[Install]\nWantedBy=";
-constexpr std::string_view labelSetting = "Label=\"";
-constexpr std::string_view jobFileSetting = "JobFile=\"";
+
+/// What is before and after the value of a setting.
+struct Setting {
+    std::string_view begin;
+    std::string_view end;
+};
+
+constexpr Setting targetSetting{"\n[Install]\nWantedBy=", "\n"};
+constexpr Setting labelSetting{"Label=\"", "\"\n"};
+constexpr Setting jobFileSetting{"JobFile=\"", "\"\n"};
+
+std::string lineOf(const Setting& setting, const std::string& value) {
+    return std::string(setting.begin) + value + std::string(setting.end);
+}
 
 constexpr std::array suffixes = {".timer", ".path", ".service"};
 
@@ -123,11 +134,10 @@ public:
         std::string text = "[Unit]\nDescription=" + escapedSpecifiers(label_) + " (launchd job)\n";
         text += part.sections;
         if (!part.wantedBy.empty()) {
-            text += std::string(targetSetting) + part.wantedBy + "\n";
+            text += lineOf(targetSetting, part.wantedBy);
         }
         text += ownerSection;
-        text += std::string(labelSetting) + label_ + "\"\n";
-        text += std::string(jobFileSetting) + jobFile_ + "\"\n";
+        text += lineOf(labelSetting, label_) + lineOf(jobFileSetting, jobFile_);
         files_.push_back({escapedForUnitName(label_) + part.suffix, text, part.wantedBy});
     }
 
@@ -158,15 +168,14 @@ std::string timerSections(const Draft& draft) {
     return section("Timer", lines);
 }
 
-/// Returns what is between a setting and the end of its line; an empty text if the setting is not
-/// there.
-std::string valueOf(std::string_view text, std::string_view setting, std::string_view lineEnd) {
-    const auto line = text.find(setting);
-    if (line == std::string_view::npos) {
+/// Returns the value of a setting; an empty text if it is not there.
+std::string valueOf(std::string_view text, const Setting& setting) {
+    const auto begin = text.find(setting.begin);
+    if (begin == std::string_view::npos) {
         return {};
     }
-    text.remove_prefix(line + setting.size());
-    const auto end = text.find(lineEnd);
+    text.remove_prefix(begin + setting.begin.size());
+    const auto end = text.find(setting.end);
     return end == std::string_view::npos ? std::string() : std::string(text.substr(0, end));
 }
 
@@ -226,11 +235,11 @@ std::string labelOfUnit(std::string_view unitText) {
         return {};
     }
     unitText.remove_prefix(record);
-    return valueOf(unitText, labelSetting, "\"\n");
+    return valueOf(unitText, labelSetting);
 }
 
 std::string targetOfUnit(std::string_view unitText) {
-    return valueOf(unitText, targetSetting, "\n");
+    return valueOf(unitText, targetSetting);
 }
 
 } // namespace qf::native::launchctl
