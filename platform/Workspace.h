@@ -129,9 +129,9 @@ public:
     virtual Result<void> putBack(const std::string& place, const std::string& path) = 0;
 
     /// Finishes a putBack() from `place` to `path` that was killed when it had copied the item:
-    /// removes what killed moves have left beside `path` under hidden names, and at `place` once all
-    /// of that has proved to be in the copy. Does nothing where no such putBack() was killed. Moves
-    /// nothing. A failure leaves what is there for the next attempt.
+    /// removes what killed moves have left beside `path` under hidden names, and at `place` once
+    /// all of that has proved to be in the copy. Does nothing where no such putBack() was killed.
+    /// Moves nothing. A failure leaves what is there for the next attempt.
     virtual void finishPutBack(const std::string& place, const std::string& path) = 0;
 
     /// Deletes the record of the item that came from `path`, was at `place` in the Trash, and has

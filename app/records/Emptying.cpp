@@ -40,9 +40,9 @@ bool isStillThere(const RecordedStep& step) {
 }
 
 /// Sets the outcome for a step's item that is not found in the Trash.
-void passOver(const RecordedStep& step, ItemEmptied& item) {
+void passOver(const RecordedStep& step, const TrashedItems& trash, ItemEmptied& item) {
     item.outcome = Emptied::failed;
-    if (isStillThere(step)) {
+    if (isStillThere(step) || trash.hasNamesake(step)) {
         item.reason = changedInTrash;
     } else if (mayBeOnItsWay(step)) {
         item.reason = onItsWay;
@@ -58,7 +58,7 @@ ItemEmptied trashViewOf(const RecordedStep& step, const TrashedItems& trash) {
                      .outcome = Emptied::waiting,
                      .reason = {}};
     if (!place) {
-        passOver(step, item);
+        passOver(step, trash, item);
     }
     return item;
 }
@@ -131,7 +131,7 @@ void Emptying::empty(RunRecord& run, std::vector<ItemEmptied>& items) {
         observer_.itemBegan(step.path, progress_);
         auto item = trashViewOf(step, trash);
         if (item.outcome == Emptied::waiting) {
-            remove(step, item);
+            remove(step, trash, item);
         } else if (item.outcome == Emptied::gone) {
             forget(step);
         }
@@ -143,7 +143,7 @@ void Emptying::empty(RunRecord& run, std::vector<ItemEmptied>& items) {
     }
 }
 
-void Emptying::remove(const RecordedStep& step, ItemEmptied& item) {
+void Emptying::remove(const RecordedStep& step, const TrashedItems& trash, ItemEmptied& item) {
     const auto held = HeldItem::hold(item.place);
     if (!held) {
         item.outcome = Emptied::failed;
@@ -151,7 +151,7 @@ void Emptying::remove(const RecordedStep& step, ItemEmptied& item) {
         return;
     }
     if (!isItemOf(step, held->path())) {
-        passOver(step, item);
+        passOver(step, trash, item);
         return;
     }
     const auto removed = removeWithoutRight(held->path());

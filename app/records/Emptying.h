@@ -49,7 +49,7 @@ public:
 
 private:
     void empty(RunRecord& run, std::vector<ItemEmptied>& items);
-    void remove(const RecordedStep& step, ItemEmptied& item);
+    void remove(const RecordedStep& step, const TrashedItems& trash, ItemEmptied& item);
     std::optional<qf::AuthorizationStatus> removeWithRight(const std::string& place);
 
     const RunRecords& records_;

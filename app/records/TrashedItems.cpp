@@ -122,4 +122,11 @@ std::optional<std::string> TrashedItems::findRest(const RecordedStep& step) cons
     return mayBeRest ? std::optional(place) : std::nullopt;
 }
 
+bool TrashedItems::hasNamesake(const RecordedStep& step) const {
+    return step.end && std::ranges::any_of(items_, [&step](const auto& item) {
+               return item.place == step.end->place && !item.path.empty() &&
+                      isSamePath(item.path, step.path);
+           });
+}
+
 } // namespace records

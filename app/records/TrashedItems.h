@@ -57,6 +57,10 @@ public:
     /// the item's path. No value if nothing can be left.
     std::optional<std::string> findRest(const RecordedStep& step) const;
 
+    /// Returns whether there is an item at the recorded place in the Trash that came from the path
+    /// of a step's item, by the Trash's own record: what is left of the item, or another one.
+    bool hasNamesake(const RecordedStep& step) const;
+
 private:
     std::vector<qf::ItemInTrash> items_;
 };

@@ -184,6 +184,20 @@ TEST_F(EmptyingTest, DoesNotCallGoneWhatIsLeftOfAnApplication) {
     EXPECT_FALSE(runs.read(1).isClosed);
 }
 
+TEST_F(EmptyingTest, DoesNotCallGoneWhatMayBeLeftOfACopiedFolder) {
+    const auto item = write(cache("Ospenth") + "/inside");
+    uninstall();
+    const auto place = trashed("com.quillfen.Ospenth");
+    fs::remove_all(place);
+    fs::create_directory(place); // with another identity and date
+    desktop.formerPath = cache("Ospenth");
+
+    EXPECT_EQ(empty().front().outcome, Emptied::failed);
+
+    EXPECT_TRUE(exists(place));
+    EXPECT_FALSE(runs.read(1).isClosed);
+}
+
 TEST_F(EmptyingTest, DeletesNothingThatWasPutBack) {
     const auto item = write(cache("Ospenth"));
     uninstall();
