@@ -150,7 +150,8 @@ std::string pathFrom(const Item& top, const Spot& spot) {
 /// anybody's work.
 bool keepsPrivileges(int item) {
     struct statvfs fileSystem {};
-    return ::fstatvfs(item, &fileSystem) == 0 && (fileSystem.f_flag & ST_NOSUID) == 0;
+    require(::fstatvfs(item, &fileSystem) == 0);
+    return (fileSystem.f_flag & ST_NOSUID) == 0;
 }
 
 /// Sets a limit to this, or to the most that the system lets this process have.
