@@ -41,6 +41,7 @@ protected:
     static void callOften(const std::vector<std::function<void()>>& calls) {
         std::latch all(static_cast<std::ptrdiff_t>(calls.size()));
         std::vector<std::jthread> threads;
+        threads.reserve(calls.size());
         for (const auto& call : calls) {
             threads.emplace_back([&all, &call] {
                 constexpr int times = 1000;
