@@ -433,11 +433,11 @@ TEST_F(TimedTask, HandsTheProgramsEnvironmentOn) {
 
 TEST_F(TimedTask, TerminateTaskEndsTheCallFromAnotherThread) {
     auto data = std::async(std::launch::async, [&] {
-        return text(
-            runner_->dataFromTaskOnRunner(shell, script("echo out; " + gate()), Timeout(600)));
+        return text(runner_->dataFromTaskOnRunner(
+            shell, script("echo out; > '" + file("begun") + "'; " + gate()), Timeout(600)));
     });
-    EXPECT_TRUE(eventually(
-        [&] { return runner_->theTask() != nullptr && runner_->theTask()->isRunning(); }));
+    // A child that is still writing would be ended by the closed pipe.
+    EXPECT_TRUE(waitForFile("begun"));
     const auto child = runner_->theTask();
     runner_->terminateTask();
     EXPECT_EQ(runner_->theTask(), nullptr);
