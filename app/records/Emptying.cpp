@@ -53,6 +53,9 @@ void passOver(const RecordedStep& step, const TrashedItems& trash, ItemEmptied& 
 
 ItemEmptied trashViewOf(const RecordedStep& step, const TrashedItems& trash) {
     auto place = trash.find(step);
+    if (!place && !mayBeOnItsWay(step)) {
+        place = trash.findRemains(step);
+    }
     ItemEmptied item{.path = step.path,
                      .place = place.value_or(std::string()),
                      .outcome = Emptied::waiting,
@@ -75,7 +78,8 @@ bool isGone(const std::string& place) {
                                       &qf::DirectoryEntry::name) == names->end();
 }
 
-/// What fails once is tried again: the rest of a folder would not be recognised by the next run.
+/// What fails once is tried again: on a volume without creation dates, the next run would not
+/// recognise the rest of a folder.
 qf::Result<void> removeWithoutRight(const std::string& place) {
     auto& disk = qf::service<qf::FileSystem>();
     auto removed = disk.removeItem(place);
@@ -150,7 +154,7 @@ void Emptying::remove(const RecordedStep& step, const TrashedItems& trash, ItemE
         item.reason = held.error().localizedDescription;
         return;
     }
-    if (!isItemOf(step, held->path())) {
+    if (!isItemOf(step, held->path()) && !isDirectoryOf(step, held->path())) {
         passOver(step, trash, item);
         return;
     }

@@ -65,11 +65,23 @@ qf::FileDate dateIn(const Json& json) {
     return date;
 }
 
+void addId(Json& object, const qf::FileId& id) {
+    object["volume"] = id.volume;
+    object["number"] = id.number;
+}
+
+qf::FileId idIn(const Json& object) {
+    return {object.at("volume").get<std::uint64_t>(), object.at("number").get<std::uint64_t>()};
+}
+
+DirectoryIdentity identityIn(const Json& object) {
+    return {.id = idIn(object), .creationDate = dateIn(object.at("created"))};
+}
+
 /// Adds what was known of the item before the step.
 void addItem(Json& object, const qf::ItemAttributes& item) {
     object["kind"] = nameIn(kindNames, item.kind);
-    object["volume"] = item.id.volume;
-    object["number"] = item.id.number;
+    addId(object, item.id);
     object["owner"] = item.owner;
     object["group"] = item.group;
     object["mode"] = item.permissions;
@@ -86,7 +98,7 @@ void addItem(Json& object, const qf::ItemAttributes& item) {
 qf::ItemAttributes itemIn(const Json& object) {
     qf::ItemAttributes item;
     item.kind = valueIn(kindNames, object.at("kind").get<std::string>());
-    item.id = {object.at("volume").get<std::uint64_t>(), object.at("number").get<std::uint64_t>()};
+    item.id = idIn(object);
     item.owner = object.at("owner").get<unsigned>();
     item.group = object.at("group").get<unsigned>();
     item.permissions = object.at("mode").get<unsigned>();
@@ -216,9 +228,13 @@ private:
         record_.steps.back().end =
             StepEnd{.taken = valueIn(takenNames, object.at("taken").get<std::string>()),
                     .place = object.contains("place") ? bytesOf(object.at("place")) : "",
-                    .copied = {}};
+                    .copied = {},
+                    .copy = {}};
         if (object.contains("copied")) {
             record_.steps.back().end->copied = dateIn(object.at("copied"));
+        }
+        if (object.contains("copy")) {
+            record_.steps.back().end->copy = identityIn(object.at("copy"));
         }
     }
 
@@ -274,6 +290,10 @@ Json endOf(const RecordedStep& step) {
     }
     if (step.end->copied) {
         object["copied"] = dateOf(*step.end->copied);
+    }
+    if (const auto& copy = step.end->copy) {
+        addId(object["copy"], copy->id);
+        object["copy"]["created"] = dateOf(copy->creationDate);
     }
     return object;
 }

@@ -21,6 +21,14 @@ enum class Taken {
     left,      ///< in place
 };
 
+/// Which directory it is, on a volume that keeps creation dates, whatever becomes of its contents.
+struct DirectoryIdentity {
+    qf::FileId id;
+    qf::FileDate creationDate;
+
+    bool operator==(const DirectoryIdentity&) const = default;
+};
+
 /// How a step ended.
 struct StepEnd {
     Taken taken = Taken::left;
@@ -28,6 +36,8 @@ struct StepEnd {
     /// The modification date of the directory at that place, if it is the copy that a killed run
     /// had made, and the step only removed what was left of the original.
     std::optional<qf::FileDate> copied;
+    /// The directory at that place, if it is a copy of the item.
+    std::optional<DirectoryIdentity> copy;
 
     bool operator==(const StepEnd&) const = default;
 };

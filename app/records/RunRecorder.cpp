@@ -31,9 +31,9 @@ bool isThere(const std::string& path) {
 std::optional<StepEnd> endAfter(const qf::TrashResult& result) {
     switch (result.outcome) {
     case qf::TrashOutcome::moved:
-        return StepEnd{.taken = Taken::moved, .place = result.place, .copied = {}};
+        return StepEnd{.taken = Taken::moved, .place = result.place, .copied = {}, .copy = {}};
     case qf::TrashOutcome::handedOver:
-        return StepEnd{.taken = Taken::withRight, .place = result.place, .copied = {}};
+        return StepEnd{.taken = Taken::withRight, .place = result.place, .copied = {}, .copy = {}};
     case qf::TrashOutcome::absent:
     case qf::TrashOutcome::failed:
         break;
@@ -41,17 +41,24 @@ std::optional<StepEnd> endAfter(const qf::TrashResult& result) {
     return std::nullopt;
 }
 
-/// Returns the date of the directory that a step moved into the Trash, if it is not the one that
-/// the step found. Then a killed run had copied it, and what was left of the original has a date of
-/// its own, because its entries were being removed.
-std::optional<qf::FileDate> dateOfCopy(const RecordedStep& step, const StepEnd& end) {
-    if (end.taken != Taken::moved || step.item.kind != qf::ItemKind::directory) {
-        return std::nullopt;
+/// Adds what tells the directory in the Trash from others, if it is a copy of the one that the step
+/// found. If its date is another one, a killed run had made it, and what was left of the original
+/// has a date of its own, because its entries were being removed.
+void describeCopy(const RecordedStep& step, StepEnd& end) {
+    if (end.place.empty() || step.item.kind != qf::ItemKind::directory) {
+        return;
     }
     const auto item = qf::service<qf::FileSystem>().attributesOfItem(end.place);
-    const bool isCopy =
-        item && item->kind == qf::ItemKind::directory && !isRecordedItem(*item, step.item);
-    return isCopy ? std::optional(item->modificationDate) : std::nullopt;
+    if (!item || item->kind != qf::ItemKind::directory) {
+        return;
+    }
+    const bool hasDate = isRecordedItem(*item, step.item);
+    if (!hasDate && end.taken == Taken::moved) {
+        end.copied = item->modificationDate;
+    }
+    if ((hasDate || end.copied) && identityOf(*item) != identityOf(step.item)) {
+        end.copy = identityOf(*item);
+    }
 }
 
 } // namespace
@@ -112,7 +119,7 @@ void RunRecorder::rowEnded(const PlanRow& row) {
             row.action == PlanAction::removeAgent ? jobFile(row.subject) : std::nullopt;
         // A file that exists may still be removed with the right: its step has no end then.
         if (file && !isThere(*file)) {
-            endStep(*file, {.taken = Taken::deleted, .place = {}, .copied = {}});
+            endStep(*file, {.taken = Taken::deleted, .place = {}, .copied = {}, .copy = {}});
         }
     });
 }
@@ -195,7 +202,7 @@ void RunRecorder::endStep(const std::string& path, StepEnd end) {
     }
     isComplete_ = isComplete_ && end.taken != Taken::left;
     auto& step = record_.steps.back();
-    end.copied = dateOfCopy(step, end);
+    describeCopy(step, end);
     step.end = std::move(end);
     append(endOf(step));
 }

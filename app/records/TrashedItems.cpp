@@ -58,6 +58,13 @@ bool isRecordedItem(const qf::ItemAttributes& item, const qf::ItemAttributes& re
     return isIdentical || (hasSize && item.modificationDate == recorded.modificationDate);
 }
 
+std::optional<DirectoryIdentity> identityOf(const qf::ItemAttributes& item) {
+    if (item.kind != qf::ItemKind::directory || !item.creationDate) {
+        return std::nullopt;
+    }
+    return DirectoryIdentity{.id = item.id, .creationDate = *item.creationDate};
+}
+
 /// What cannot be looked at once, as without memory, is looked at again: it would pass for gone.
 bool isItemOf(const RecordedStep& step, const std::string& itemPath) {
     auto& disk = qf::service<qf::FileSystem>();
@@ -68,6 +75,12 @@ bool isItemOf(const RecordedStep& step, const std::string& itemPath) {
     return item && (isRecordedItem(*item, step.item) || isCopy(*item, step)) &&
            (step.action != PlanAction::trashBundle ||
             identifierOf(itemPath) == qf::text::lowercased(step.subject));
+}
+
+bool isDirectoryOf(const RecordedStep& step, const std::string& itemPath) {
+    const auto trashed = step.end && step.end->copy ? step.end->copy : identityOf(step.item);
+    const auto item = qf::service<qf::FileSystem>().attributesOfItem(itemPath);
+    return trashed && item && identityOf(*item) == trashed;
 }
 
 void forget(const RecordedStep& step) {
@@ -120,6 +133,12 @@ std::optional<std::string> TrashedItems::findRest(const RecordedStep& step) cons
                                ? !qf::service<qf::FileSystem>().attributesOfItem(place)
                                : there->path.empty() || isSamePath(there->path, step.path);
     return mayBeRest ? std::optional(place) : std::nullopt;
+}
+
+std::optional<std::string> TrashedItems::findRemains(const RecordedStep& step) const {
+    const auto rest = findRest(step);
+    const bool isPart = rest && isDirectoryOf(step, *rest) && !isItemOf(step, step.path);
+    return isPart ? rest : std::nullopt;
 }
 
 bool TrashedItems::hasNamesake(const RecordedStep& step) const {

@@ -15,9 +15,17 @@ namespace records {
 /// none of that, by its kind, size and modification date.
 bool isRecordedItem(const qf::ItemAttributes& item, const qf::ItemAttributes& recorded);
 
+/// Returns which directory an item is; no value if it is none, or if its volume keeps no creation
+/// dates.
+std::optional<DirectoryIdentity> identityOf(const qf::ItemAttributes& item);
+
 /// Returns whether the item at a path is the one that a step took away. An application, which may
 /// have been anywhere, must have the identifier of the step's row too.
 bool isItemOf(const RecordedStep& step, const std::string& itemPath);
+
+/// Returns whether the item at a path is the very directory that a step has put into the Trash,
+/// whatever is left in it.
+bool isDirectoryOf(const RecordedStep& step, const std::string& itemPath);
 
 /// An item by its directory, which is held open.
 class HeldItem {
@@ -51,6 +59,10 @@ public:
 
     /// Returns the path in the Trash of a step's item; no value if it is not there, or no longer.
     std::optional<std::string> find(const RecordedStep& step) const;
+
+    /// Returns the place in the Trash where a killed emptying has left a part of a step's
+    /// directory; no value if none has, or if the whole item is back in its place.
+    std::optional<std::string> findRemains(const RecordedStep& step) const;
 
     /// Returns where in the Trash a put-back that was killed may have left something of a step's
     /// item, which is no longer like it: the recorded place, if nothing is there or what came from

@@ -165,7 +165,7 @@ TEST_F(EmptyingTest, LeavesAnotherItemThatHasTheName) {
     EXPECT_TRUE(exists(trashed("com.quillfen.Ospenth")));
 }
 
-TEST_F(EmptyingTest, DoesNotCallGoneWhatIsLeftOfAnApplication) {
+TEST_F(EmptyingTest, DeletesWhatAKilledOneHasLeftOfAnApplication) {
     const auto application = home / "Applications/Ospenth.app";
     write(application + "/Contents/Info.plist",
           "<plist version=\"1.0\"><dict><key>CFBundleIdentifier</key>"
@@ -177,11 +177,105 @@ TEST_F(EmptyingTest, DoesNotCallGoneWhatIsLeftOfAnApplication) {
     const auto items = empty();
 
     ASSERT_EQ(items.size(), 1U);
-    EXPECT_EQ(items.front().outcome, Emptied::failed);
-    EXPECT_EQ(items.front().reason, "It is in the Trash, but was changed there or is on a volume "
-                                    "whose Trash is not searched.");
-    EXPECT_TRUE(exists(trashed("Ospenth.app")));
-    EXPECT_FALSE(runs.read(1).isClosed);
+    EXPECT_EQ(items.front().outcome, Emptied::deleted);
+    EXPECT_FALSE(exists(trashed("Ospenth.app")));
+    EXPECT_TRUE(runs.read(1).isClosed);
+}
+
+/// A folder that was copied into the Trash, and of which a killed run has deleted a part.
+class EmptyingTheRest : public EmptyingTest {
+protected:
+    EmptyingTheRest() {
+        write(item + "/inside");
+        write(item + "/more");
+        EXPECT_TRUE(fileSystem.copyItem(item, home / "copy"));
+        lastWritten = fs::last_write_time(item);
+        records::RunRecorder recorder(runs, jobs);
+        recorder.begin(RemoveShared::no);
+        recorder.rowBegan({PlanAction::trash, item, {}});
+        recorder.itemBegan(item);
+        fs::remove_all(item);
+        fs::rename(home / "copy", place);
+        recorder.itemEnded(item, {.outcome = qf::TrashOutcome::moved, .place = place});
+        recorder.walkEnded();
+        fs::remove(place + "/inside");
+    }
+
+    void expectToBeLeft(const std::string& reason) {
+        const auto items = empty();
+
+        ASSERT_EQ(items.size(), 1U);
+        EXPECT_EQ(items.front().outcome, Emptied::failed);
+        EXPECT_EQ(items.front().reason, reason);
+        EXPECT_TRUE(exists(place + "/more"));
+        EXPECT_FALSE(runs.read(1).isClosed);
+    }
+
+    static constexpr const char* changed =
+        "It is in the Trash, but was changed there or is on a volume whose Trash is not searched.";
+
+    const std::string item = cache("Ospenth");
+    const std::string place = trashed("com.quillfen.Ospenth");
+    fs::file_time_type lastWritten;
+};
+
+TEST_F(EmptyingTheRest, DeletesIt) {
+    const auto items = empty();
+
+    ASSERT_EQ(items.size(), 1U);
+    EXPECT_EQ(items.front().outcome, Emptied::deleted);
+    EXPECT_FALSE(exists(place));
+    EXPECT_EQ(desktop.forgotten, Lines{"com.quillfen.Ospenth of " + item});
+    EXPECT_TRUE(runs.read(1).isClosed);
+}
+
+TEST_F(EmptyingTheRest, ShowsItInThePreview) {
+    const auto items = Emptying::preview(runs.lastUninstall());
+
+    EXPECT_EQ(items.front().outcome, Emptied::waiting);
+    EXPECT_EQ(items.front().place, place);
+}
+
+TEST_F(EmptyingTheRest, LeavesWhatAPutBackMayHaveLeft) {
+    administrator.unfinishedMoves = {item};
+
+    expectToBeLeft("Putting it back may have been interrupted: put the run back first.");
+}
+
+TEST_F(EmptyingTheRest, LeavesWhatIsInTheTrashWhileTheItemIsInItsPlace) {
+    desktop.formerPath = item;
+    fs::create_directory(item);
+    fs::last_write_time(item, lastWritten);
+
+    expectToBeLeft(changed);
+}
+
+TEST_F(EmptyingTheRest, DeletesNoFolderThatWasPutThereInItsPlace) {
+    desktop.formerPath = item;
+    fs::rename(place, home / "aside");
+    write(place + "/more");
+
+    expectToBeLeft(changed);
+}
+
+TEST_F(EmptyingTheRest, DeletesNothingThatCameFromElsewhere) {
+    desktop.formerPath = cache("Dunmarl");
+
+    EXPECT_EQ(empty().front().outcome, Emptied::gone);
+
+    EXPECT_TRUE(exists(place + "/more"));
+}
+
+TEST_F(EmptyingTheRest, DeletesNoFolderThatIsSwappedInForIt) {
+    desktop.formerPath = item;
+    closing.beforeHolding = [&] {
+        if (!exists(home / "aside")) {
+            fs::rename(place, home / "aside");
+            write(place + "/more");
+        }
+    };
+
+    expectToBeLeft(changed);
 }
 
 TEST_F(EmptyingTest, DoesNotCallGoneWhatMayBeLeftOfACopiedFolder) {

@@ -245,6 +245,11 @@ TEST_F(RunRecordTest, HasAFormatThatStays) {
     step.end->copied = dateAt(11, 12);
     EXPECT_EQ(records::endOf(step).dump(), R"({"step":"end","path":{"hexadecimal":"2f6a6f6220ff"},)"
                                            R"("taken":"withRight","place":"/p","copied":[11,12]})");
+    step.end->copied.reset();
+    step.end->copy = {.id = {13, 14}, .creationDate = dateAt(15, 16)};
+    EXPECT_EQ(records::endOf(step).dump(),
+              R"({"step":"end","path":{"hexadecimal":"2f6a6f6220ff"},"taken":"withRight",)"
+              R"("place":"/p","copy":{"volume":13,"number":14,"created":[15,16]}})");
     EXPECT_EQ(records::endOfRun(true).dump(), R"({"step":"runEnded","complete":true})");
     EXPECT_EQ(records::closure().dump(), R"({"step":"closed"})");
 }

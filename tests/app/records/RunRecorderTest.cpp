@@ -1,5 +1,6 @@
 #include "app/records/RunRecorder.h"
 
+#include "app/records/TrashedItems.h"
 #include "tests/app/records/MachineOnDisk.h"
 
 #include <sys/stat.h>
@@ -101,20 +102,27 @@ protected:
         return found == steps.end() ? RecordedStep() : *found;
     }
 
-    /// Returns what is recorded as the date of a copy if another directory is in the Trash than the
-    /// one that a step found.
-    std::optional<qf::FileDate> copiedAfter(qf::TrashOutcome outcome) {
+    /// Returns what is recorded if another directory is in the Trash than the one that a step
+    /// found, of the same date or of another one.
+    std::optional<records::StepEnd> endAfterCopying(qf::TrashOutcome outcome, bool keepsDate) {
         const auto item = cache("Ospenth");
         write(item + "/inside");
         std::filesystem::create_directory(otherDirectory);
-        std::filesystem::last_write_time(otherDirectory, {});
+        std::filesystem::last_write_time(otherDirectory,
+                                         keepsDate ? std::filesystem::last_write_time(item)
+                                                   : std::filesystem::file_time_type());
         RunRecorder recorder(runs, jobs);
         recorder.begin(RemoveShared::no);
         recorder.rowBegan(cacheRow(item));
         recorder.itemBegan(item);
         std::filesystem::remove_all(item);
         recorder.itemEnded(item, {.outcome = outcome, .place = otherDirectory});
-        return stepOf(item).end->copied;
+        return stepOf(item).end;
+    }
+
+    /// Returns which directory the other one is.
+    std::optional<records::DirectoryIdentity> otherIdentity() {
+        return records::identityOf(*fileSystem.attributesOfItem(otherDirectory));
     }
 
     const std::string otherDirectory = home / "user/.Trash/com.quillfen.Ospenth";
@@ -276,14 +284,41 @@ TEST_F(RunRecorderTest, TellsWhatWasMovedWithTheRight) {
 }
 
 TEST_F(RunRecorderTest, TellsTheDateOfACopyOfWhichItFoundTheRest) {
-    const auto copied = copiedAfter(qf::TrashOutcome::moved);
+    const auto end = endAfterCopying(qf::TrashOutcome::moved, false);
 
-    EXPECT_EQ(copied, fileSystem.attributesOfItem(otherDirectory)->modificationDate);
+    EXPECT_EQ(end->copied, fileSystem.attributesOfItem(otherDirectory)->modificationDate);
+    EXPECT_EQ(end->copy, otherIdentity());
 }
 
 /// What the administrator moves comes under a name of its own, be it the rest or the whole item.
 TEST_F(RunRecorderTest, TakesNothingThatTheAdministratorMovedForACopy) {
-    EXPECT_FALSE(copiedAfter(qf::TrashOutcome::handedOver));
+    const auto end = endAfterCopying(qf::TrashOutcome::handedOver, false);
+
+    EXPECT_FALSE(end->copied || end->copy);
+}
+
+TEST_F(RunRecorderTest, TellsWhichDirectoryACopyIs) {
+    const auto end = endAfterCopying(qf::TrashOutcome::moved, true);
+
+    EXPECT_TRUE(otherIdentity());
+    EXPECT_EQ(end->copy, otherIdentity());
+    EXPECT_FALSE(end->copied);
+}
+
+TEST_F(RunRecorderTest, TellsWhichDirectoryACopyOfTheAdministratorsIs) {
+    const auto end = endAfterCopying(qf::TrashOutcome::handedOver, true);
+
+    EXPECT_EQ(end->copy, otherIdentity());
+}
+
+TEST_F(RunRecorderTest, CallsNoDirectoryACopyThatWasMoved) {
+    const auto item = cache("Ospenth");
+    write(item + "/inside");
+
+    uninstall();
+
+    EXPECT_EQ(stepOf(item).end->taken, Taken::moved);
+    EXPECT_FALSE(stepOf(item).end->copy);
 }
 
 TEST_F(RunRecorderTest, TellsWhatWasLeftInPlace) {
