@@ -223,6 +223,16 @@ TEST_F(HelperCopy, CopiesNoPrivilegeOutOfAFileSystemThatHasNone) {
     EXPECT_EQ(rightsOf(target + "/program"), 0755U);
 }
 
+/// It might be anybody's work, or root's.
+TEST_F(HelperCopy, CopiesNothingOfWhichItCannotTellWhatVolumeItIsOn) {
+    const std::string file = makeFile(usersDirectory() + "/file");
+    TestedHelper helper({.volumeFailure = EIO});
+    EXPECT_EQ(helper.run("/bin/cp", {"-f", "-p", "-R", file, usersDirectory() + "/copy"}),
+              Status::started);
+    EXPECT_EQ(helper.nextLogLine(), "no copy could be put in place: copy: " + std::to_string(EIO));
+    EXPECT_FALSE(exists(usersDirectory() + "/copy"));
+}
+
 TEST_F(HelperCopy, CopiesNoDirectoryIntoItself) {
     const std::string directory = makeDirectory(usersDirectory() + "/folder", servedUser);
     makeFile(directory + "/file", servedUser);

@@ -149,9 +149,9 @@ bool forbidForks() {
                               answer(SECCOMP_RET_ERRNO | EAGAIN)});
 }
 
-/// Has the system set no extended attributes, for this reason.
-bool forbidAttributes(int number) {
-    return install(std::array{load(offsetof(seccomp_data, nr)), jump(BPF_JEQ, SYS_fsetxattr, 1),
+/// Has a system call fail, for this reason.
+bool forbid(std::uint32_t call, int number) {
+    return install(std::array{load(offsetof(seccomp_data, nr)), jump(BPF_JEQ, call, 1),
                               answer(SECCOMP_RET_ALLOW),
                               answer(SECCOMP_RET_ERRNO | static_cast<std::uint32_t>(number))});
 }
@@ -304,8 +304,11 @@ void TestedHelper::become(const HelperSetup& setup, int input) {
     if (!setup.mayLook && !forbidLooks()) {
         ::_exit(97);
     }
-    if (setup.attributeFailure != 0 && !forbidAttributes(setup.attributeFailure)) {
+    if (setup.attributeFailure != 0 && !forbid(SYS_fsetxattr, setup.attributeFailure)) {
         ::_exit(96);
+    }
+    if (setup.volumeFailure != 0 && !forbid(SYS_fstatfs, setup.volumeFailure)) {
+        ::_exit(95);
     }
     if (::setresuid(setup.runsAs, setup.runsAs, setup.runsAs) == 0) {
         std::string name = QF_HELPER;

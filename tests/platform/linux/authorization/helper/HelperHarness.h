@@ -89,6 +89,8 @@ struct HelperSetup {
     bool mayLook = true;
     /// Why the system sets no extended attributes; 0 if it sets them.
     int attributeFailure = 0;
+    /// Why the system tells nothing of the volume that an open item is on; 0 if it does.
+    int volumeFailure = 0;
 };
 
 /// A helper of a test's own, with the test as its client.
