@@ -66,6 +66,7 @@ TEST_F(AuthorizationHandles, AreMadeAndFreedByManyThreadsAtOnce) {
         for (int i = 0; i < count; ++i) {
             const auto ref = create();
             ASSERT_EQ(request(ref, "another.right", extend), errAuthorizationDenied);
+            ASSERT_EQ(request(ref, administrator, extend), errAuthorizationDenied); // gives all up
             services.free(ref, kAuthorizationFlagDefaults);
             const std::lock_guard lock(mutex);
             ASSERT_TRUE(refs.insert(ref).second);
@@ -107,6 +108,16 @@ TEST_F(AuthorizationHandles, GetNoRightWithoutPolkit) {
 TEST_F(AuthorizationHandles, AreNotInheritedFromNobody) {
     EXPECT_EQ(services.copyPrivilegedReference(kAuthorizationFlagDefaults).error(),
               errAuthorizationInternal);
+}
+
+TEST_F(AuthorizationHandles, AreAskedForByManyThreadsAtOnceWhereNoneIsInherited) {
+    const auto inherit = [&] {
+        EXPECT_EQ(services.copyPrivilegedReference(kAuthorizationFlagDefaults).error(),
+                  errAuthorizationInternal);
+    };
+    const std::jthread first(inherit);
+    const std::jthread second(inherit);
+    inherit();
 }
 
 /// A directory beside the place that an item was moved to.
