@@ -16,7 +16,7 @@ namespace {
 class LaunchctlOrder : public testing::Test {
 protected:
     LaunchctlOrder() {
-        for (const auto* name : {"bin", "lib", "run", "run/systemd"}) {
+        for (const auto* name : {"bin", "lib", "run"}) {
             fs::create_directory(home_ / name);
             fs::permissions(home_ / name, fs::perms(0777));
         }
