@@ -29,23 +29,25 @@ bool usesTrash(const RecordedStep& step) {
 }
 
 /// Returns whether the very item that a step has put into the Trash is there, even if it is no
-/// longer like it was, or is on a volume whose Trash is not searched.
+/// longer like it was, or is in a Trash that is not searched.
 bool isStillThere(const RecordedStep& step) {
     if (!step.end || step.end->place.empty()) {
         return false;
     }
-    const auto item = qf::service<qf::FileSystem>().attributesOfItem(step.end->place);
-    return item && item->id == step.item.id && item->creationDate &&
-           item->creationDate == step.item.creationDate;
+    const auto& place = step.end->place;
+    const auto item = qf::service<qf::FileSystem>().attributesOfItem(place);
+    const bool isIdentical = item && item->id == step.item.id && item->creationDate &&
+                             item->creationDate == step.item.creationDate;
+    return isIdentical || isItemOf(step, place) || isDirectoryOf(step, place);
 }
 
 /// Sets the outcome for a step's item that is not found in the Trash.
 void passOver(const RecordedStep& step, const TrashedItems& trash, ItemEmptied& item) {
     item.outcome = Emptied::failed;
-    if (isStillThere(step) || trash.hasNamesake(step)) {
-        item.reason = changedInTrash;
-    } else if (mayBeOnItsWay(step)) {
+    if (mayBeOnItsWay(step)) {
         item.reason = onItsWay;
+    } else if (isStillThere(step) || trash.hasNamesake(step)) {
+        item.reason = changedInTrash;
     } else {
         item.outcome = Emptied::gone;
     }
@@ -140,7 +142,7 @@ void Emptying::empty(RunRecord& run, std::vector<ItemEmptied>& items) {
             forget(step);
         }
         isWhole = isWhole && item.outcome != Emptied::failed;
-        items.push_back(std::move(item));
+        addOutcome(items, std::move(item), Emptied::gone);
     }
     if (isWhole && !run.isClosed) {
         records_.close(run);

@@ -128,8 +128,9 @@ bool PutBack::putBack(const RunRecord& run, const TrashedItems& trash,
         if (wasTaken(step)) {
             ++progress_.number;
             observer_.itemBegan(step.path, progress_);
-            items.push_back(putBack(run.number, step, trash));
-            const auto outcome = items.back().outcome;
+            auto item = putBack(run.number, step, trash);
+            const auto outcome = item.outcome;
+            addOutcome(items, std::move(item), Back::inPlace);
             isWhole = isWhole && (outcome == Back::back || outcome == Back::inPlace);
         }
     }

@@ -41,6 +41,14 @@ bool isSamePath(const std::string& one, const std::string& other) {
     return id || otherId ? id == otherId : isSamePath(directory, otherDirectory);
 }
 
+/// Returns the attributes of an item. What cannot be looked at once, as without memory, is looked
+/// at again: it would pass for gone.
+std::optional<qf::ItemAttributes> attributesOf(const std::string& itemPath) {
+    auto& disk = qf::service<qf::FileSystem>();
+    auto item = disk.attributesOfItem(itemPath);
+    return item ? item : disk.attributesOfItem(itemPath);
+}
+
 /// Returns whether an item is the copy of which the step found only the rest.
 bool isCopy(const qf::ItemAttributes& item, const RecordedStep& step) {
     return step.end && step.end->copied && item.kind == qf::ItemKind::directory &&
@@ -65,13 +73,8 @@ std::optional<DirectoryIdentity> identityOf(const qf::ItemAttributes& item) {
     return DirectoryIdentity{.id = item.id, .creationDate = *item.creationDate};
 }
 
-/// What cannot be looked at once, as without memory, is looked at again: it would pass for gone.
 bool isItemOf(const RecordedStep& step, const std::string& itemPath) {
-    auto& disk = qf::service<qf::FileSystem>();
-    auto item = disk.attributesOfItem(itemPath);
-    if (!item) {
-        item = disk.attributesOfItem(itemPath);
-    }
+    const auto item = attributesOf(itemPath);
     return item && (isRecordedItem(*item, step.item) || isCopy(*item, step)) &&
            (step.action != PlanAction::trashBundle ||
             identifierOf(itemPath) == qf::text::lowercased(step.subject));
@@ -79,7 +82,7 @@ bool isItemOf(const RecordedStep& step, const std::string& itemPath) {
 
 bool isDirectoryOf(const RecordedStep& step, const std::string& itemPath) {
     const auto trashed = step.end && step.end->copy ? step.end->copy : identityOf(step.item);
-    const auto item = qf::service<qf::FileSystem>().attributesOfItem(itemPath);
+    const auto item = attributesOf(itemPath);
     return trashed && item && identityOf(*item) == trashed;
 }
 
@@ -123,29 +126,38 @@ std::optional<std::string> TrashedItems::find(const RecordedStep& step) const {
     return std::nullopt;
 }
 
-std::optional<std::string> TrashedItems::findRest(const RecordedStep& step) const {
+/// The place of an item that was handed over is told by the user's name for the Trash, which may be
+/// a link.
+const qf::ItemInTrash* TrashedItems::itemAtPlaceOf(const RecordedStep& step) const {
     if (!step.end || step.end->place.empty()) {
-        return std::nullopt;
+        return nullptr;
     }
-    const auto& place = step.end->place;
-    const auto there = std::ranges::find(items_, place, &qf::ItemInTrash::place);
-    const bool mayBeRest = there == items_.end()
-                               ? !qf::service<qf::FileSystem>().attributesOfItem(place)
-                               : there->path.empty() || isSamePath(there->path, step.path);
-    return mayBeRest ? std::optional(place) : std::nullopt;
+    const auto found = std::ranges::find_if(items_, [&step](const qf::ItemInTrash& item) {
+        return isSamePath(item.place, step.end->place) &&
+               (item.path.empty() || isSamePath(item.path, step.path));
+    });
+    return found == items_.end() ? nullptr : &*found;
 }
 
 std::optional<std::string> TrashedItems::findRemains(const RecordedStep& step) const {
-    const auto rest = findRest(step);
-    const bool isPart = rest && isDirectoryOf(step, *rest) && !isItemOf(step, step.path);
-    return isPart ? rest : std::nullopt;
+    const auto* const item = itemAtPlaceOf(step);
+    const bool isPart =
+        item != nullptr && isDirectoryOf(step, item->place) && !isItemOf(step, step.path);
+    return isPart ? std::optional(item->place) : std::nullopt;
+}
+
+std::optional<std::string> TrashedItems::findRest(const RecordedStep& step) const {
+    if (const auto* const item = itemAtPlaceOf(step)) {
+        return item->place;
+    }
+    const bool isFree = step.end && !step.end->place.empty() &&
+                        !qf::service<qf::FileSystem>().attributesOfItem(step.end->place);
+    return isFree ? std::optional(step.end->place) : std::nullopt;
 }
 
 bool TrashedItems::hasNamesake(const RecordedStep& step) const {
-    return step.end && std::ranges::any_of(items_, [&step](const auto& item) {
-               return item.place == step.end->place && !item.path.empty() &&
-                      isSamePath(item.path, step.path);
-           });
+    const auto* const item = itemAtPlaceOf(step);
+    return item != nullptr && !item->path.empty() && step.item.kind == qf::ItemKind::directory;
 }
 
 } // namespace records

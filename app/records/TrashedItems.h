@@ -70,10 +70,12 @@ public:
     std::optional<std::string> findRest(const RecordedStep& step) const;
 
     /// Returns whether there is an item at the recorded place in the Trash that came from the path
-    /// of a step's item, by the Trash's own record: what is left of the item, or another one.
+    /// of a step's directory, by the Trash's own record: what is left of that, or another one.
     bool hasNamesake(const RecordedStep& step) const;
 
 private:
+    const qf::ItemInTrash* itemAtPlaceOf(const RecordedStep& step) const;
+
     std::vector<qf::ItemInTrash> items_;
 };
 

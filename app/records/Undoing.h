@@ -60,6 +60,15 @@ void addOnce(std::vector<Item>& items, Item item) {
     }
 }
 
+/// Adds what became of an item, unless that is `nothing` and the item is there already, likewise.
+template <class Item, class Outcome>
+void addOutcome(std::vector<Item>& items, Item item, Outcome nothing) {
+    if (item.outcome != nothing ||
+        std::ranges::find(items, item.path, &Item::path) == items.end()) {
+        items.push_back(std::move(item));
+    }
+}
+
 /// What undoing runs came to.
 template <class Item>
 struct Undone {

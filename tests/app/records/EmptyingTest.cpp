@@ -261,9 +261,36 @@ TEST_F(EmptyingTheRest, DeletesNoFolderThatWasPutThereInItsPlace) {
 TEST_F(EmptyingTheRest, DeletesNothingThatCameFromElsewhere) {
     desktop.formerPath = cache("Dunmarl");
 
-    EXPECT_EQ(empty().front().outcome, Emptied::gone);
+    expectToBeLeft(changed);
+}
 
-    EXPECT_TRUE(exists(place + "/more"));
+TEST_F(EmptyingTheRest, DeletesItThoughTheUsersNameForTheTrashIsALink) {
+    fs::rename(home / "user/.Trash", home / "user/Trash");
+    fs::create_directory_symlink("Trash", home / "user/.Trash");
+
+    EXPECT_EQ(empty().front().outcome, Emptied::deleted);
+
+    EXPECT_FALSE(exists(home / "user/Trash/com.quillfen.Ospenth"));
+}
+
+TEST_F(EmptyingTheRest, DeletesWhatWasPutIntoItToo) {
+    write(place + "/new");
+
+    EXPECT_EQ(empty().front().outcome, Emptied::deleted);
+
+    EXPECT_FALSE(exists(place));
+}
+
+TEST_F(EmptyingTheRest, DeletesItThoughItCannotBeLookedAtTheFirstTime) {
+    closing.seenLate = place;
+
+    EXPECT_EQ(empty().front().outcome, Emptied::deleted);
+}
+
+TEST_F(EmptyingTheRest, IsNotGoneWhereAnotherTrashIsSearched) {
+    account.home = home.makeDirectory("other");
+
+    expectToBeLeft(changed);
 }
 
 TEST_F(EmptyingTheRest, DeletesNoFolderThatIsSwappedInForIt) {
@@ -276,6 +303,30 @@ TEST_F(EmptyingTheRest, DeletesNoFolderThatIsSwappedInForIt) {
     };
 
     expectToBeLeft(changed);
+}
+
+TEST_F(EmptyingTest, CallsAFileGoneThoughAnotherFromItsPathIsInTheTrash) {
+    const auto item = write(cache("Ospenth"));
+    uninstall();
+    fs::remove(trashed("com.quillfen.Ospenth"));
+    write(trashed("com.quillfen.Ospenth"), "another item");
+    desktop.formerPath = item;
+
+    EXPECT_EQ(empty().front().outcome, Emptied::gone);
+}
+
+TEST_F(EmptyingTest, DoesNotCallACopiedFileGoneWhereAnotherTrashIsSearched) {
+    write(cache("Ospenth"));
+    uninstall();
+    const auto place = trashed("com.quillfen.Ospenth");
+    ASSERT_TRUE(fileSystem.copyItem(place, home / "copy"));
+    fs::rename(home / "copy", place);
+    account.home = home.makeDirectory("other");
+
+    EXPECT_EQ(empty().front().outcome, Emptied::failed);
+
+    EXPECT_TRUE(exists(place));
+    EXPECT_FALSE(runs.read(1).isClosed);
 }
 
 TEST_F(EmptyingTest, DoesNotCallGoneWhatMayBeLeftOfACopiedFolder) {

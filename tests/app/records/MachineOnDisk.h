@@ -56,7 +56,9 @@ public:
             return qf::Unexpected(
                 qf::native::posixError(qf::native::Errno(EMFILE), "Trash", "read"));
         }
-        auto items = Workspace::itemsInTrash(trash);
+        const bool isThere = std::filesystem::exists(trash);
+        auto items =
+            Workspace::itemsInTrash(isThere ? std::filesystem::canonical(trash).string() : trash);
         for (auto& item : *items) {
             item.path = formerPath;
         }

@@ -1005,6 +1005,10 @@ TEST_F(PutBackTest, CountsAnItemOnceOfWhichTwoRunsHaveRecords) {
     ASSERT_EQ(last.size(), 2U);
     EXPECT_EQ(PutBack::preview(last).size(), 1U);
     EXPECT_EQ(records::Emptying::preview(last).size(), 1U);
+
+    const auto items = putBack();
+    ASSERT_EQ(items.size(), 1U);
+    EXPECT_EQ(items.front().outcome, Back::back);
 }
 
 TEST_F(PutBackTest, FindsTheCopyOfWhichTheLastRunTookOnlyTheRest) {
