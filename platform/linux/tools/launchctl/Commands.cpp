@@ -47,12 +47,17 @@ struct Caller {
     Clock::time_point deadline = began + workTime;
 
     /// Waits until no other run changes jobs: what one has half done would be taken for what an
-    /// interrupted one has left.
-    void takeTurn() {
-        if (!turn.lockUntil(began + patienceWithOthers)) {
+    /// interrupted one has left. Returns whether none does.
+    bool takeTurn() {
+        const bool isTurn = turn.lockUntil(began + patienceWithOthers);
+        deadline = std::min(Clock::now() + workTime, began + wholeTime);
+        return isTurn;
+    }
+
+    void requireTurn() {
+        if (!takeTurn()) {
             throw ToolError("another run of launchctl does not end");
         }
-        deadline = std::min(Clock::now() + workTime, began + wholeTime);
     }
 
     std::unique_ptr<ServiceManager> connect() const {
@@ -65,17 +70,25 @@ struct Caller {
     }
 };
 
+/// Returns a directory in another whose lock is for the runs of one user, whom else may not open
+/// it; empty if it is somebody else's.
+std::string directoryOfTurns(const std::string& directory) {
+    const auto turns = path::appending(directory, "launchctl");
+    ::mkdir(turns.c_str(), S_IRWXU);
+    struct stat status {};
+    const bool isOwn = ::lstat(turns.c_str(), &status) == 0 && status.st_uid == ::geteuid();
+    return isOwn ? turns : std::string();
+}
+
 Caller currentCaller() {
     if (::geteuid() == 0) {
-        // Nobody else can open it, and so hold its lock.
-        const std::string turns = "/run/launchctl";
-        ::mkdir(turns.c_str(), S_IRWXU);
-        return {Domain::system, UnitDirectory("/etc/systemd/system"), DirectoryLock(turns)};
+        return {Domain::system, UnitDirectory("/etc/systemd/system"),
+                DirectoryLock(directoryOfTurns("/run"))};
     }
     const auto settings = absolutePathFromEnvironment("XDG_CONFIG_HOME")
                               .value_or(UserAccount().homeDirectory() + "/.config");
     return {Domain::user, UnitDirectory(settings + "/systemd/user"),
-            DirectoryLock(serviceManagerDirectory())};
+            DirectoryLock(directoryOfTurns(serviceManagerDirectory()))};
 }
 
 std::string absolute(const std::string& file) {
@@ -151,18 +164,24 @@ void putUp(const std::vector<UnitFile>& units, const Caller& caller, ServiceMana
     manager.reload();
 }
 
+/// Tells why a step cannot be done, and goes on.
+template <class Step>
+void attempt(Step step) {
+    try {
+        step();
+    } catch (const ToolError& error) {
+        tool::report("launchctl", error.what());
+    }
+}
+
 /// Removes files first: whatever the manager does then, nothing of the job is left for the next
 /// log-in.
 void withdraw(const Caller& caller, const std::vector<std::string>& units,
               ServiceManager& manager) {
-    try {
-        caller.directory.removeLinks(units);
-        removeFiles(caller, units);
-        stop(caller, units, manager);
-        manager.reload();
-    } catch (const ToolError& error) {
-        tool::report("launchctl", error.what());
-    }
+    attempt([&] { caller.directory.removeLinks(units); });
+    attempt([&] { removeFiles(caller, units); });
+    attempt([&] { stop(caller, units, manager); });
+    attempt([&] { manager.reload(); });
 }
 
 void load(const std::string& argument) {
@@ -172,7 +191,7 @@ void load(const std::string& argument) {
     requireDomainOf(file, caller);
     const auto label = labelOfJob(job);
     const auto units = unitsOfJob(job, file, caller.domain);
-    caller.takeTurn();
+    caller.requireTurn();
     if (caller.directory.isLoaded(label)) {
         throw ToolError(file + ": service already loaded");
     }
@@ -215,7 +234,7 @@ void unload(const std::string& argument) {
     auto caller = currentCaller();
     const auto job = readJobFile(file, MustBeSafe::no);
     requireDomainOf(file, caller);
-    caller.takeTurn();
+    caller.requireTurn();
     const auto units = caller.directory.unitsOf(labelOfJob(job));
     if (units.empty()) {
         throw ToolError(file + ": Could not find specified service");
@@ -225,7 +244,7 @@ void unload(const std::string& argument) {
 
 void remove(const std::string& label) {
     auto caller = currentCaller();
-    caller.takeTurn();
+    caller.requireTurn();
     const auto units = caller.directory.unitsOf(label);
     if (units.empty()) {
         throw ToolError(label + ": Could not find specified service");
@@ -233,8 +252,11 @@ void remove(const std::string& label) {
     takeDown(caller, units);
 }
 
+/// A job that is being loaded is listed once it is. Where that does not end, what there is is
+/// listed.
 void list() {
-    const auto caller = currentCaller();
+    auto caller = currentCaller();
+    static_cast<void>(caller.takeTurn());
     const auto labels = caller.directory.loadedLabels();
     const auto manager = labels.empty() ? nullptr : caller.connect();
     std::ostringstream lines; // Nothing is printed of a list that cannot be completed.

@@ -162,11 +162,11 @@ void UnitDirectory::removeLinks(const std::vector<std::string>& units) const {
 }
 
 void UnitDirectory::remove(const std::vector<std::string>& units) const {
-    for (const auto& unit : units) {
+    std::for_each(units.rbegin(), units.rend(), [this](const auto& unit) {
         std::error_code error;
         fs::remove(pathOf(unit), error);
         require(error, pathOf(unit));
-    }
+    });
 }
 
 void UnitDirectory::removeIfEmpty() const {

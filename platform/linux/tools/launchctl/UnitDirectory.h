@@ -40,7 +40,8 @@ public:
     /// Removes the links to units, so that nothing starts them. Throws tool::ToolError.
     void removeLinks(const std::vector<std::string>& units) const;
 
-    /// Removes unit files. Throws tool::ToolError.
+    /// Removes unit files, the last first: in the order of unitsOf(), a job whose removal is
+    /// interrupted is without its service, and not loaded. Throws tool::ToolError.
     void remove(const std::vector<std::string>& units) const;
 
     /// Removes the directory, and its parent, if they are empty.

@@ -180,6 +180,18 @@ TEST_F(Units, AreWrittenBeforeTheirService) {
     EXPECT_FALSE(directory.has("a.service"));
 }
 
+TEST_F(Units, AreRemovedAfterTheirService) {
+    home.write("systemd/user/a.service/file");
+    home.write("systemd/user/a.timer");
+    EXPECT_THROW(directory.remove({"a.timer", "a.service"}), tool::ToolError);
+    EXPECT_TRUE(directory.has("a.timer"));
+}
+
+TEST_F(Units, AreListedBeforeTheirService) {
+    load("a");
+    EXPECT_EQ(directory.unitsOf("a"), (std::vector<std::string>{"a.timer", "a.service"}));
+}
+
 TEST_F(Units, ReplaceALinkThatWasLeftBehind) {
     fs::create_directories(path + "/default.target.wants");
     fs::create_symlink("/gone", path + "/default.target.wants/a.service");
