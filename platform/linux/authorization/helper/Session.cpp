@@ -328,6 +328,7 @@ FileDescriptor Session::start(const Request& request) {
         leaveTheHelperBehind(null_.get(), fromTool.writeEnd.get(), toolErrors_.writeEnd.get());
         fromTool = {};
         toProgram = {};
+        toolErrors_ = {}; // or a tool would wait for a reader that has gone
         outputs_.clear();
         runInChild(task, std::move(report.writeEnd), turns_);
     }

@@ -4,6 +4,7 @@
 #include "tests/platform/linux/authorization/helper/HelperHarness.h"
 #include "tests/support/TemporaryDirectory.h"
 
+#include <fcntl.h>
 #include <poll.h>
 #include <sys/ptrace.h>
 #include <sys/socket.h>
@@ -13,6 +14,7 @@
 #include <array>
 #include <csignal>
 #include <filesystem>
+#include <fstream>
 #include <string>
 #include <vector>
 
@@ -102,6 +104,8 @@ public:
         letGo(true);
         return true;
     }
+
+    pid_t mover() const { return mover_; }
 
 private:
     /// The first process that the helper makes may stop before the helper does for having made it.
@@ -292,6 +296,34 @@ TEST_F(HelperKilled, TakesTheProcessAlongThatReadsAsAnotherUser) {
 TEST_F(HelperKilled, LetsTheProcessFinishThatRemovesWhatItHasCopied) {
     const auto users = usersDirectory();
     expectNothingMoreToHappenWithoutTheHelper(0, sandbox::rootsDirectory + "/item", users);
+}
+
+/// Returns with how many descriptors a process may read what is written to its standard error.
+std::ptrdiff_t readersOfErrorsIn(pid_t process) {
+    const auto directory = "/proc/" + std::to_string(process);
+    const auto errors = fs::read_symlink(directory + "/fd/2");
+    return std::count_if(fs::directory_iterator(directory + "/fd"), {}, [&](const auto& entry) {
+        std::ifstream information(directory + "/fdinfo/" + entry.path().filename().string());
+        std::string word;
+        int flags = O_WRONLY;
+        while (information >> word && word != "flags:") {
+        }
+        information >> std::oct >> flags;
+        return fs::read_symlink(entry.path()) == errors && (flags & O_ACCMODE) == O_RDONLY;
+    });
+}
+
+/// A tool that writes more errors than the system keeps would wait for good.
+TEST_F(HelperKilled, LeavesNobodyThatWouldReadTheErrorsOfTools) {
+    constexpr int inTheMiddle = 200; // after it has taken the signals back
+    const std::string source = sandbox::rootsDirectory + "/item";
+    makeItem(source);
+    std::ptrdiff_t count = -1;
+    moveWith(source, usersDirectory() + "/item", Victim::helper, [&](Executioner& executioner) {
+        return executioner.killHelperWhileMoverStandsAt(
+            inTheMiddle, [&] { count = readersOfErrorsIn(executioner.mover()); });
+    });
+    EXPECT_EQ(count, 0);
 }
 
 TEST_F(HelperKilled, LeavesTheItemWholeInOneOfItsPlaces) {
