@@ -59,7 +59,7 @@ constexpr GMarkupParser parser{begin, end, addText, nullptr, nullptr};
                     "cannot load the interface file " + file.name + ": " + why);
 }
 
-/// Returns the file's outermost element.
+/// Returns the file, with its outermost element unless it consists of instructions alone.
 Element parsed(const InterfaceFile& file) {
     Element whole;
     Open open{&whole};
@@ -73,7 +73,7 @@ Element parsed(const InterfaceFile& file) {
         const std::unique_ptr<GError, decltype(&g_error_free)> owned(error, g_error_free);
         throwUnreadable(file, error->message);
     }
-    return std::move(whole.children.front());
+    return whole;
 }
 
 const std::map<std::string, Control::Kind> controlKinds = {
@@ -152,13 +152,13 @@ void forEachWidgetIn(const Element& element, Use use) {
 } // namespace
 
 std::vector<WindowDescription> windowsIn(const InterfaceFile& file) {
-    const auto ui = parsed(file);
-    if (ui.name != "ui") {
+    const auto whole = parsed(file);
+    if (whole.children.empty() || whole.children.front().name != "ui") {
         throwUnreadable(file, "it is no interface file");
     }
     std::vector<WindowDescription> windows;
     // The outermost widget is never shown; each widget directly in it is a window.
-    forEachWidgetIn(ui, [&windows](const Element& container) {
+    forEachWidgetIn(whole.children.front(), [&windows](const Element& container) {
         forEachWidgetIn(container, [&windows](const Element& window) {
             windows.push_back(
                 {.name = window.attribute("name"), .closeAction = {}, .controls = {}});

@@ -68,6 +68,7 @@ INSTANTIATE_TEST_SUITE_P(, UnreadableInterfaceFile,
                          testing::Values(NamedText{{"Empty"}, ""},
                                          NamedText{{"Cut"}, "<ui><widget"},
                                          NamedText{{"OtherElement"}, "<html/>"},
+                                         NamedText{{"NoElement"}, "<?xml version=\"1.0\"?>"},
                                          NamedText{{"NoMarkup"}, "words"}),
                          nameOfCase);
 
