@@ -1,6 +1,7 @@
 #include "platform/linux/desktop/WritableDirectory.h"
 
 #include "platform/linux/files/AtomicFile.h"
+#include "platform/linux/files/ItemTransfer.h"
 #include "platform/linux/posix/OpenDirectory.h"
 
 #include <fcntl.h>
@@ -108,10 +109,12 @@ void WritableDirectory::restore(const SystemResult<void>& moved, const EntryRef&
 
 void WritableDirectory::restoreRecorded(const FileDescriptor& record, int destination) {
     const auto found = recordIn(record);
-    if (!found || restoreMode(destination, found->newName, found->mode)) {
+    if (!found) {
         return;
     }
-    if (const auto place = findPlace(found->path)) {
+    const bool isRestored = restoreMode(destination, found->newName, found->mode);
+    const auto place = findPlace(found->path);
+    if (place && (!isRestored || isMoveUnfinished({destination, found->newName}, place->entry()))) {
         restoreMode(place->directory.get(), place->name, found->mode);
     }
 }

@@ -25,8 +25,9 @@ public:
     void restore(const SystemResult<void>& moved, const EntryRef& source,
                  const EntryRef& destination) const;
 
-    /// Restores the mode that an abandoned record is about, if the file is one. The directory is at
-    /// its former path or has its new name in the open directory `destination`.
+    /// Restores the mode that an abandoned record is about, if the file is one. The directory has
+    /// its new name in the open directory `destination`, or is at the recorded path, or there is a
+    /// copy at that path too.
     static void restoreRecorded(const FileDescriptor& record, int destination);
 
 private:

@@ -47,6 +47,11 @@ bool holds(const struct statx& status, int directory) {
     return S_ISDIR(status.stx_mode) && isInside(directory, fileIdOf(status));
 }
 
+/// What the mark of a move is for.
+std::string markPurpose(const std::string& name, const std::string& newName) {
+    return newName + '/' + name;
+}
+
 /// Returns the meaning of a failure to name an item, once it is known that the item would not be
 /// put into itself.
 SystemResult<void> afterNaming(const SystemResult<void>& named) {
@@ -76,7 +81,7 @@ public:
     /// removed before all that is left has proved to be copied. The mark stays for a later move if
     /// that may finish what this one cannot: unless the source has gone, or is another one by now.
     EntryResult<void> finish(Errno obstacle) {
-        auto mark = TemporaryItem::adoptMark(destination_, markPurpose());
+        auto mark = TemporaryItem::adoptMark(destination_, markPurpose(name_, newName_));
         EntryResult<void> unfinished = aboutEntry(name_, Unexpected(obstacle));
         if (!mark) {
             return unfinished;
@@ -99,7 +104,7 @@ private:
 
     /// Without the mark, a process that is killed leaves the rest of the source where it is.
     EntryResult<void> move() {
-        const auto mark = TemporaryItem::makeMark(destination_, markPurpose());
+        const auto mark = TemporaryItem::makeMark(destination_, markPurpose(name_, newName_));
         auto done = copy();
         if (done) {
             MovedItems moved(destination_, newName_, &copied_);
@@ -121,9 +126,6 @@ private:
         }
         return done ? removeTree(source_, name_, {.only = &moved}) : done;
     }
-
-    /// What the mark of a move is for.
-    std::string markPurpose() const { return newName_ + '/' + name_; }
 
     /// Checks what can be checked before anything is done.
     SystemResult<void> examine() {
@@ -258,6 +260,15 @@ EntryResult<void> moveItem(const EntryRef& source, const EntryRef& destination) 
         }
     }
     return aboutEntry(source.name, renamed);
+}
+
+bool isMoveUnfinished(const EntryRef& source, const EntryRef& destination) {
+    auto mark =
+        TemporaryItem::adoptMark(destination.directory, markPurpose(source.name, destination.name));
+    if (mark) {
+        mark->leave();
+    }
+    return mark.has_value();
 }
 
 EntryResult<void> finishMove(const EntryRef& source, const EntryRef& destination) {

@@ -18,6 +18,10 @@ EntryResult<void> copyItem(const EntryRef& source, const EntryRef& destination);
 /// copyItem().
 EntryResult<void> moveItem(const EntryRef& source, const EntryRef& destination);
 
+/// Returns whether a process was killed between the beginning of a move of an entry to another
+/// volume and its end: what is at the destination, if anything, is the whole copy.
+bool isMoveUnfinished(const EntryRef& source, const EntryRef& destination);
+
 /// If a process was killed while it removed an entry that it had copied, as moveItem() does,
 /// removes what is left of it. EEXIST, and nothing is changed, if that is not how the two came
 /// about.

@@ -207,6 +207,25 @@ TEST_F(TrashOfAnUnwritableFolder, KeepsTheModeOfACopyThatIsPutBack) {
     EXPECT_EQ(modeOf(folder), 0555U);
 }
 
+TEST_F(TrashOfAnUnwritableFolder, KeepsItsModeWherePuttingItBackIsFinishedAfterAKill) {
+    bool isKilled = true;
+    int call = 1;
+    for (; isKilled; ++call) {
+        runAsNobody(trashing);
+        isKilled = runAsNobody({"put-back", place, folder},
+                               withFaults(otherVolume + ',' + otherVolume +
+                                          ",unlinkat:" + std::to_string(call) + ":kill"))
+                       .status == -1;
+
+        runAsNobody({"list-trash", trash});
+        runAsNobody({exists(folder) ? "finish-put-back" : "put-back", place, folder});
+
+        EXPECT_EQ(modeOf(folder), 0555U) << "call " << call;
+        EXPECT_FALSE(exists(place)) << "call " << call;
+    }
+    EXPECT_GT(call, 6) << "what has no permission, a file, two folders, and then nothing";
+}
+
 TEST_F(TrashContents, LeaveNoMarkBesideTheItemIfThatCannotBeRemovedAtOnce) {
     home.write("items/a.txt");
     const auto place = trashed("a.txt");
