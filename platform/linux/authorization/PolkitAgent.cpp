@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <optional>
 #include <system_error>
 #include <thread>
 #include <utility>
@@ -253,6 +254,7 @@ public:
     Registration& operator=(Registration&&) = delete;
 
     bool isAccepted() const { return handle_ != nullptr; }
+    GDBusConnection* bus() const { return bus_.get(); }
 
 private:
     static void* add(PolkitAgentListener* listener, pid_t process) {
@@ -266,6 +268,35 @@ private:
     const Owned<GDBusConnection> bus_;
     const Owned<PolkitAgentListener> listener_;
     void* const handle_;
+};
+
+/// Hangs up, for a scope, once the bus cannot be read any more: GLib keeps the socket, so that
+/// polkit would wait for an answer for good, and whoever asked it.
+class HangUp {
+public:
+    HangUp(GMainContext* context, GDBusConnection* bus) : timer_(g_timeout_source_new_seconds(1)) {
+        g_source_set_callback(timer_, G_SOURCE_FUNC(&HangUp::look), bus, nullptr);
+        g_source_attach(timer_, context);
+    }
+    ~HangUp() {
+        g_source_destroy(timer_);
+        g_source_unref(timer_);
+    }
+    HangUp(const HangUp&) = delete;
+    HangUp& operator=(const HangUp&) = delete;
+    HangUp(HangUp&&) = delete;
+    HangUp& operator=(HangUp&&) = delete;
+
+private:
+    static gboolean look(GDBusConnection* bus) {
+        if (g_dbus_connection_is_closed(bus) == FALSE) {
+            return G_SOURCE_CONTINUE;
+        }
+        g_io_stream_close(g_dbus_connection_get_stream(bus), nullptr, nullptr);
+        return G_SOURCE_REMOVE;
+    }
+
+    GSource* timer_;
 };
 
 /// Answers what has come in by now.
@@ -334,6 +365,10 @@ void PolkitAgent::run(pid_t process, std::promise<bool>& registered) {
     Answering answering{answerer_, filter_};
     {
         const Registration registration(answering, process);
+        std::optional<HangUp> hangUp;
+        if (registration.isAccepted()) {
+            hangUp.emplace(loop_->context, registration.bus());
+        }
         registered.set_value(registration.isAccepted());
         g_main_loop_run(loop_->loop);
     }

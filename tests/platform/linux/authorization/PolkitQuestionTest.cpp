@@ -15,6 +15,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <thread>
 
 using namespace qf::native;
 
@@ -112,4 +113,32 @@ TEST(PolkitQuestion, TellsWhichProcessAsksForWhat) {
     ASSERT_TRUE(question);
     EXPECT_EQ(question->action, "an action");
     EXPECT_EQ(question->asker, 4711);
+}
+
+namespace {
+
+/// Returns whether an agent closes its connection in time that it cannot read any more. Without
+/// that polkit waits for its answer, and whoever asked waits for polkit.
+bool agentHangsUp() {
+    const PolkitAgent agent(
+        ::getpid(), [](const auto&, int) { return PolkitAnswer{}; },
+        [](const PolkitQuestion&) { return false; });
+    const Owned<GDBusConnection> agents(g_bus_get_sync(G_BUS_TYPE_SYSTEM, nullptr, nullptr));
+    GIOStream* stream = g_dbus_connection_get_stream(agents.get());
+    g_socket_shutdown(g_socket_connection_get_socket(G_SOCKET_CONNECTION(stream)), TRUE, FALSE,
+                      nullptr);
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    while (g_io_stream_is_closed(stream) == FALSE && std::chrono::steady_clock::now() < end) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    return agent.isRegistered() && g_io_stream_is_closed(stream) != FALSE;
+}
+
+} // namespace
+
+TEST(PolkitQuestion, KeepsNobodyWaitingOnceTheBusCannotBeRead) {
+    const SessionBus bus;
+    const ScopedEnvironment systemBus("DBUS_SYSTEM_BUS_ADDRESS", bus.address());
+    const AskingPolkit polkit(bus.address());
+    EXPECT_TRUE(AskingPolkit::serveWhile(agentHangsUp));
 }
