@@ -31,14 +31,8 @@ bool usesTrash(const RecordedStep& step) {
 /// Returns whether the very item that a step has put into the Trash is there, even if it is no
 /// longer like it was, or is in a Trash that is not searched.
 bool isStillThere(const RecordedStep& step) {
-    if (!step.end || step.end->place.empty()) {
-        return false;
-    }
-    const auto& place = step.end->place;
-    const auto item = qf::service<qf::FileSystem>().attributesOfItem(place);
-    const bool isIdentical = item && item->id == step.item.id && item->creationDate &&
-                             item->creationDate == step.item.creationDate;
-    return isIdentical || isItemOf(step, place) || isDirectoryOf(step, place);
+    return step.end && !step.end->place.empty() &&
+           (isItemOf(step, step.end->place) || isDirectoryOf(step, step.end->place));
 }
 
 /// Sets the outcome for a step's item that is not found in the Trash.

@@ -19,6 +19,7 @@ public:
     bool goesBlind = false; ///< Once an item could not be deleted, none can be looked at.
     std::string seenLate;   ///< Cannot be looked at the first time.
     std::string goesInTwo;  ///< Of this folder, the first attempt only deletes one file.
+    int removals = 0;       ///< How often anything was to be deleted.
     std::function<void()> beforeHolding = [] {};
 
     qf::Result<std::unique_ptr<qf::HeldDirectory>>
@@ -29,6 +30,7 @@ public:
     }
 
     qf::Result<void> removeItem(const std::string& path) override {
+        ++removals;
         const fs::path item(path);
         if (closed.contains(fs::canonical(item.parent_path()) / item.filename())) {
             isBlind_ = goesBlind;
@@ -403,6 +405,17 @@ TEST_F(EmptyingTest, DeletesWhatIsLeftAfterAFailure) {
     EXPECT_FALSE(exists(trashed("com.quillfen.Ospenth")));
 }
 
+TEST_F(EmptyingTest, TriesOnceWhatTakesTheRight) {
+    write(cache("Ospenth"));
+    uninstall();
+    closing.closed = {trashed("com.quillfen.Ospenth")};
+    closing.removals = 0;
+
+    empty();
+
+    EXPECT_EQ(closing.removals, 1);
+}
+
 TEST_F(EmptyingTest, DeletesWhatItCannotLookAtTheFirstTime) {
     write(preferences("Ospenth"));
     uninstall();
@@ -456,8 +469,10 @@ TEST_F(EmptyingTest, DeletesNothingBehindALinkInPlaceOfTheTrash) {
     } swapping(home);
     auto last = runs.lastUninstall();
 
-    EXPECT_EQ(Emptying(runs, swapping).perform(last).items.front().outcome, Emptied::failed);
+    const auto items = Emptying(runs, swapping).perform(last).items;
 
+    EXPECT_EQ(items.front().outcome, Emptied::failed);
+    EXPECT_NE(items.front().reason, "");
     EXPECT_EQ(contentOf(precious), "content");
 }
 

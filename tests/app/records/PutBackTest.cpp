@@ -113,6 +113,13 @@ TEST_F(PutBackTest, ReturnsEveryItemToItsPlace) {
     EXPECT_TRUE(runs.read(1).isClosed);
 }
 
+TEST_F(PutBackTest, HasANameForWhatBecameOfAnItem) {
+    const Lines names{nameOf(Back::waiting),  nameOf(Back::back), nameOf(Back::inPlace),
+                      nameOf(Back::occupied), nameOf(Back::gone), nameOf(Back::failed)};
+
+    EXPECT_EQ(names, (Lines{"waiting", "back", "inPlace", "occupied", "gone", "failed"}));
+}
+
 TEST_F(PutBackTest, TellsHowFarItIs) {
     write(cache("Ospenth"));
     uninstall();
