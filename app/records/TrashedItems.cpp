@@ -156,8 +156,17 @@ std::optional<std::string> TrashedItems::findRest(const RecordedStep& step) cons
 }
 
 bool TrashedItems::hasNamesake(const RecordedStep& step) const {
-    const auto* const item = itemAtPlaceOf(step);
-    return item != nullptr && !item->path.empty() && step.item.kind == qf::ItemKind::directory;
+    if (step.item.kind != qf::ItemKind::directory) {
+        return false;
+    }
+    if (step.end) {
+        const auto* const item = itemAtPlaceOf(step);
+        return item != nullptr && !item->path.empty();
+    }
+    return !isItemOf(step, step.path) &&
+           std::ranges::any_of(items_, [&step](const qf::ItemInTrash& item) {
+               return !item.path.empty() && isSamePath(item.path, step.path);
+           });
 }
 
 } // namespace records

@@ -184,6 +184,36 @@ TEST_F(EmptyingTest, DeletesWhatAKilledOneHasLeftOfAnApplication) {
     EXPECT_TRUE(runs.read(1).isClosed);
 }
 
+/// A folder that a killed run had begun to take.
+class EmptyingAfterAKill : public EmptyingTest {
+protected:
+    EmptyingAfterAKill() {
+        write(item + "/inside");
+        records::RunRecorder recorder(runs, jobs);
+        recorder.begin(RemoveShared::no);
+        recorder.rowBegan({PlanAction::trash, item, {}});
+        recorder.itemBegan(item);
+        write(trashed("com.quillfen.Ospenth") + "/more");
+        desktop.formerPath = item;
+    }
+
+    const std::string item = cache("Ospenth");
+};
+
+TEST_F(EmptyingAfterAKill, DoesNotCallGoneWhatMayBeLeftOfTheFolder) {
+    fs::remove_all(item);
+
+    EXPECT_EQ(empty().front().outcome, Emptied::failed);
+
+    EXPECT_FALSE(runs.read(1).isClosed);
+}
+
+TEST_F(EmptyingAfterAKill, HasNothingToDoWithAnotherFolderWhileTheItemIsInItsPlace) {
+    EXPECT_EQ(empty().front().outcome, Emptied::gone);
+
+    EXPECT_TRUE(exists(trashed("com.quillfen.Ospenth")));
+}
+
 /// A folder that was copied into the Trash, and of which a killed run has deleted a part.
 class EmptyingTheRest : public EmptyingTest {
 protected:
