@@ -13,10 +13,12 @@ using namespace qf::native;
 
 namespace {
 
+/// Looks at the beginning only: the library's matcher calls itself for each character.
 bool isUnitLine(const std::string& line) {
     static const std::regex form(
-        R"(|#.*|\[(Unit|Service|Timer|Path|Install|X-Launchd)\]|[A-Za-z]+=.*)");
-    return line.find('\0') == std::string::npos && std::regex_match(line, form);
+        R"(#|\[(Unit|Service|Timer|Path|Install|X-Launchd)\]$|[A-Za-z]+=|$)");
+    return line.find('\0') == std::string::npos &&
+           std::regex_search(line, form, std::regex_constants::match_continuous);
 }
 
 } // namespace
