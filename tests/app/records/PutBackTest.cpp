@@ -606,11 +606,47 @@ TEST_F(PutBackTest, MovesWithTheRightWhatTheUserMayNot) {
     uninstall();
     const auto place = home / "user/.Trash/com.quillfen.Ospenth.plist";
 
-    EXPECT_EQ(resultOf(putBack(), item).outcome, Back::back);
+    const auto result = resultOf(putBack(), item);
 
+    EXPECT_EQ(result.outcome, Back::back);
+    EXPECT_EQ(result.reason, "");
+    EXPECT_EQ(result.cause, "");
     EXPECT_EQ(administrator.tools().back(), "/bin/mv -f " + place + " " + item);
     EXPECT_EQ(desktop.forgotten, Lines{"com.quillfen.Ospenth.plist of " + item});
     EXPECT_EQ(contentOf(item), "content");
+}
+
+TEST_F(PutBackTest, DoesNotCallBackWhatTheAdministratorOnlyCopied) {
+    const auto item = write(preferences("Ospenth"));
+    desktop.closed = {home / "Library/Preferences"};
+    uninstall();
+    const auto place = home / "user/.Trash/com.quillfen.Ospenth.plist";
+    administrator.beforeTool = [&] {
+        fs::copy_file(place, item);
+        fs::last_write_time(item, fs::last_write_time(place));
+        fs::create_hard_link(place, place + " 2"); // the tool moves one of two names
+        fs::rename(place + " 2", home / "moved");
+    };
+    administrator.executeStatus = qf::errAuthorizationToolExecuteFailure;
+
+    EXPECT_EQ(resultOf(putBack(), item).outcome, Back::failed);
+
+    EXPECT_TRUE(exists(place));
+}
+
+TEST_F(PutBackTest, FinishesNoMoveOfAnItemBehindALinkThatIsNew) {
+    const auto item = write(cache("Ospenth"));
+    uninstall();
+    const auto place = home / "user/.Trash/com.quillfen.Ospenth";
+    fs::rename(home / "user/Library/Caches", home / "user/elsewhere");
+    fs::create_directory_symlink(home / "user/elsewhere", home / "user/Library/Caches");
+    fs::copy_file(place, item);
+    fs::last_write_time(item, fs::last_write_time(place));
+    markAsMoved(home / "user/elsewhere/com.quillfen.Ospenth");
+
+    EXPECT_EQ(resultOf(putBack(), item).outcome, Back::inPlace);
+
+    EXPECT_TRUE(exists(place));
 }
 
 TEST_F(PutBackTest, AsksForTheRightOnlyOnce) {

@@ -19,6 +19,18 @@ TEST(LineSeal, OpensWhatItHasSealed) {
     EXPECT_EQ(LineSeal().opened(sealed(object)), object);
 }
 
+TEST(LineSeal, HasAFormatThatStays) {
+    EXPECT_EQ(LineSeal().sealed({{"item", "/x/a"}}),
+              "{\"item\":\"/x/a\",\"check\":\"e30e2830e19b0492\"}\n");
+}
+
+TEST(LineSeal, RefusesALineThatIsNothingButASeal) {
+    const auto line = sealed({{"item", "/x/a"}});
+    const auto seal = line.substr(line.find(",\"check"));
+
+    EXPECT_THROW(LineSeal().opened(seal), qf::Exception);
+}
+
 TEST(LineSeal, RefusesWhatIsNoObjectThoughItsCheckIsRight) {
     EXPECT_THROW(LineSeal().opened(sealed("text")), qf::Exception);
 }

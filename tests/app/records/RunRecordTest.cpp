@@ -62,6 +62,58 @@ TEST_F(RunRecordTest, RefusesEveryChangedByteWithTheNumberOfItsLine) {
     }
 }
 
+TEST_F(RunRecordTest, ReadsAllThatItSays) {
+    const auto path = cache("Ospenth");
+    auto step = stepFor(PlanAction::trash, path, path);
+    step.item = {.kind = qf::ItemKind::directory,
+                 .size = 1,
+                 .modificationDate = dateAt(2, 3),
+                 .id = {4, 5},
+                 .owner = 6,
+                 .group = 7,
+                 .permissions = 8,
+                 .creationDate = dateAt(9, 10),
+                 .immutable = true};
+    step.links = {"/link"};
+    step.end = records::StepEnd{.taken = records::Taken::withRight, .place = "/p"};
+    step.end->copied = dateAt(11, 12);
+    step.end->copy = {.id = {13, 14}, .creationDate = dateAt(15, 16)};
+    LineSeal seal;
+    auto text = seal.sealed(
+        records::headOf({.date = "2026-01-02T03:04:05Z", .removeShared = RemoveShared::yes}));
+    for (const auto& line : {records::beginningOf(step), records::endOf(step),
+                             records::endOfRun(true), records::closure()}) {
+        text += seal.sealed(line);
+    }
+
+    const auto record = parsedRecord(3, text);
+
+    EXPECT_EQ(record.number, 3U);
+    EXPECT_EQ(record.date, "2026-01-02T03:04:05Z");
+    EXPECT_EQ(record.removeShared, RemoveShared::yes);
+    EXPECT_EQ(record.isComplete, true);
+    EXPECT_TRUE(record.isClosed);
+    ASSERT_EQ(record.steps.size(), 1U);
+    const auto& read = record.steps.front();
+    EXPECT_EQ(records::beginningOf(read), records::beginningOf(step));
+    EXPECT_EQ(read.end, step.end);
+}
+
+TEST_F(RunRecordTest, PassesOverALineOfSpacesUnlessItIsTheFirst) {
+    LineSeal seal;
+    const auto head = seal.sealed(records::headOf({}));
+
+    EXPECT_EQ(parsedRecord(1, head + "   \n" + seal.sealed(records::endOfRun(true))).isComplete,
+              true);
+
+    EXPECT_EQ(refusalOf("   \n" + head), "line 1: it is cut short");
+}
+
+TEST_F(RunRecordTest, IsALicenceForWhatAllProductsShareToo) {
+    const auto path = cache("SoftwareUpdate");
+    EXPECT_EQ(refusalOf(recordOf(stepFor(PlanAction::trash, path, path))), "");
+}
+
 TEST_F(RunRecordTest, RefusesALineThatIsCutShort) {
     write(cache("Ospenth"));
     uninstall();

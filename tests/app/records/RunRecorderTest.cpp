@@ -321,6 +321,39 @@ TEST_F(RunRecorderTest, CallsNoDirectoryACopyThatWasMoved) {
     EXPECT_FALSE(stepOf(item).end->copy);
 }
 
+TEST_F(RunRecorderTest, KnowsNoCopyWhereNothingIsInTheTrash) {
+    const auto item = cache("Ospenth");
+    write(item + "/inside");
+    RunRecorder recorder(runs, jobs);
+    recorder.begin(RemoveShared::no);
+    recorder.rowBegan(cacheRow(item));
+    recorder.itemBegan(item);
+    std::filesystem::remove_all(item);
+
+    recorder.itemEnded(item, {.outcome = qf::TrashOutcome::moved, .place = otherDirectory});
+
+    EXPECT_EQ(stepOf(item).end->place, otherDirectory);
+    EXPECT_FALSE(stepOf(item).end->copied || stepOf(item).end->copy);
+}
+
+TEST_F(RunRecorderTest, MissesNoStepOfAnItemThatWasNotTaken) {
+    RunRecorder recorder(runs, jobs);
+    recorder.begin(RemoveShared::no);
+    recorder.rowBegan(cacheRow(cache("Ospenth")));
+
+    recorder.itemEnded(cache("Ospenth"), {.outcome = qf::TrashOutcome::absent});
+
+    EXPECT_FALSE(recorder.failure());
+}
+
+TEST_F(RunRecorderTest, TellsWhenTheRunBegan) {
+    const auto before = records::timestamp(qf::now());
+    uninstall();
+
+    EXPECT_GE(runs.read(1).date, before);
+    EXPECT_LE(runs.read(1).date, records::timestamp(qf::now()));
+}
+
 TEST_F(RunRecorderTest, TellsWhatWasLeftInPlace) {
     const auto item = write(preferences("Ospenth"));
     desktop.closed = {home / "Library/Preferences"};
