@@ -70,8 +70,9 @@ public:
     std::optional<std::string> findRest(const RecordedStep& step) const;
 
     /// Returns whether there is an item in the Trash that came from the path of a step's directory,
-    /// by the Trash's own record: what is left of that, or another one. It has to be at the recorded
-    /// place; if none is known, as after a kill, the directory has to be gone from its path.
+    /// by the Trash's own record: what is left of that, or another one. It has to be at the
+    /// recorded place; if none is known, as after a kill, the directory has to be gone from its
+    /// path.
     bool hasNamesake(const RecordedStep& step) const;
 
 private:
