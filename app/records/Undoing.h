@@ -60,11 +60,13 @@ void addOnce(std::vector<Item>& items, Item item) {
     }
 }
 
-/// Adds what became of an item, unless that is `nothing` and the item is there already, likewise.
+/// Adds what became of an item, unless that is told already, likewise: or if it is `nothing`, more.
 template <class Item, class Outcome>
 void addOutcome(std::vector<Item>& items, Item item, Outcome nothing) {
-    if (item.outcome != nothing ||
-        std::ranges::find(items, item.path, &Item::path) == items.end()) {
+    if (std::ranges::none_of(items, [&](const Item& other) {
+            const bool isSame = other.place == item.place && other.outcome == item.outcome;
+            return other.path == item.path && (isSame || item.outcome == nothing);
+        })) {
         items.push_back(std::move(item));
     }
 }

@@ -265,10 +265,12 @@ EntryResult<void> moveItem(const EntryRef& source, const EntryRef& destination) 
 bool isMoveUnfinished(const EntryRef& source, const EntryRef& destination) {
     auto mark =
         TemporaryItem::adoptMark(destination.directory, markPurpose(source.name, destination.name));
-    if (mark) {
-        mark->leave();
+    if (!mark) {
+        return false;
     }
-    return mark.has_value();
+    mark->leave();
+    MovedItems moved(destination.directory, destination.name, nullptr);
+    return removeTree(source.directory, source.name, {.only = &moved, .deletes = false}).ok();
 }
 
 EntryResult<void> finishMove(const EntryRef& source, const EntryRef& destination) {

@@ -18,8 +18,8 @@ EntryResult<void> copyItem(const EntryRef& source, const EntryRef& destination);
 /// copyItem().
 EntryResult<void> moveItem(const EntryRef& source, const EntryRef& destination);
 
-/// Returns whether a process was killed between the beginning of a move of an entry to another
-/// volume and its end: what is at the destination, if anything, is the whole copy.
+/// Returns whether a process was killed in the middle of a move of an entry to another volume, and
+/// all that is left of the entry is at the destination too.
 bool isMoveUnfinished(const EntryRef& source, const EntryRef& destination);
 
 /// If a process was killed while it removed an entry that it had copied, as moveItem() does,

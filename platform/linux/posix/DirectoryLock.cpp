@@ -14,8 +14,12 @@ DirectoryLock::DirectoryLock(const std::string& path)
     : directory_(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
 }
 
-/// A process forked meanwhile has the descriptor too, so closing it is not enough.
 DirectoryLock::~DirectoryLock() {
+    unlock();
+}
+
+/// A process forked meanwhile has the descriptor too, so closing it is not enough.
+void DirectoryLock::unlock() const {
     if (directory_) {
         ::flock(directory_.get(), LOCK_UN);
     }

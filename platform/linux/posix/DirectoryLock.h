@@ -22,6 +22,9 @@ public:
     /// Waits for the lock. Returns false if somebody else has it until the moment `end`.
     bool lockUntil(std::chrono::steady_clock::time_point end) const;
 
+    /// Gives the lock back, if this object has it.
+    void unlock() const;
+
 private:
     bool tryToLock() const;
 

@@ -1054,6 +1054,16 @@ TEST_F(PutBackTest, CountsAnItemOnceOfWhichTwoRunsHaveRecords) {
     EXPECT_EQ(items.front().outcome, Back::back);
 }
 
+TEST_F(PutBackTest, CountsAnItemOnceThatFailsForBothRuns) {
+    takeInTwoRuns(cache("Dunmarl"));
+    write(cache("Dunmarl"), "something else");
+
+    const auto items = putBack();
+
+    ASSERT_EQ(items.size(), 1U);
+    EXPECT_EQ(items.front().outcome, Back::occupied);
+}
+
 TEST_F(PutBackTest, FindsTheCopyOfWhichTheLastRunTookOnlyTheRest) {
     const auto item = cache("Dunmarl");
     takeInTwoRuns(item);

@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 
 namespace qf::native::helper {
@@ -26,6 +27,7 @@ bool succeeds(const Tool& tool, const std::vector<std::string>& arguments) {
     const pid_t child = ::fork();
     if (child == 0) {
         endWithParent(parent);
+        ::signal(SIGPIPE, SIG_IGN); // what it complains of may have no reader any more
         becomeToolOrEnd(tool, arguments);
     }
     int status = -1;

@@ -70,8 +70,8 @@ struct Caller {
     }
 };
 
-/// Returns a directory in another whose lock is for the runs of one user, whom else may not open
-/// it; empty if it is somebody else's.
+/// Returns a directory in another whose lock is for the runs of one user, and which nobody else may
+/// open; empty if it is somebody else's.
 std::string directoryOfTurns(const std::string& directory) {
     const auto turns = path::appending(directory, "launchctl");
     ::mkdir(turns.c_str(), S_IRWXU);
@@ -258,6 +258,7 @@ void list() {
     auto caller = currentCaller();
     static_cast<void>(caller.takeTurn());
     const auto labels = caller.directory.loadedLabels();
+    caller.turn.unlock();
     const auto manager = labels.empty() ? nullptr : caller.connect();
     std::ostringstream lines; // Nothing is printed of a list that cannot be completed.
     lines << "PID\tStatus\tLabel\n";

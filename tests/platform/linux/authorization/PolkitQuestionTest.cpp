@@ -4,6 +4,7 @@
 
 #include "platform/linux/system/GLibOwners.h"
 #include "tests/platform/linux/SessionBus.h"
+#include "tests/support/Eventually.h"
 #include "tests/support/ScopedEnvironment.h"
 
 #include <gio/gio.h>
@@ -15,7 +16,6 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <thread>
 
 using namespace qf::native;
 
@@ -127,11 +127,8 @@ bool agentHangsUp() {
     GIOStream* stream = g_dbus_connection_get_stream(agents.get());
     g_socket_shutdown(g_socket_connection_get_socket(G_SOCKET_CONNECTION(stream)), TRUE, FALSE,
                       nullptr);
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-    while (g_io_stream_is_closed(stream) == FALSE && std::chrono::steady_clock::now() < end) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
-    return agent.isRegistered() && g_io_stream_is_closed(stream) != FALSE;
+    return agent.isRegistered() &&
+           eventually([stream] { return g_io_stream_is_closed(stream) != FALSE; });
 }
 
 } // namespace
