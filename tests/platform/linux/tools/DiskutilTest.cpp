@@ -115,9 +115,11 @@ TEST(Diskutil, DescribesAVolumeOfMemory) {
 class DiskutilOnADevice : public testing::Test {
 protected:
     void SetUp() override {
-        const auto probe = run({"sh", "-c", "command -v mkfs.ext4 && losetup -f"});
+        const auto probe =
+            run({"sh", "-c", "command -v mkfs.ext4 && ls -d /sys/dev/block && losetup -f"});
         if (const auto reason = whyNoMounts(); !reason.empty() || probe.status != 0) {
-            GTEST_SKIP() << "no loop device or mkfs.ext4: " << reason << probe.output;
+            GTEST_SKIP() << "no loop device, its description by the kernel or mkfs.ext4: " << reason
+                         << probe.output;
         }
         const auto outcome = inNamespace(R"sh(
             truncate -s 8M "$1/image"
