@@ -44,34 +44,36 @@ TEST(TimedBus, HasNoConnectionWithoutDescriptors) {
     }
 }
 
+/// Returns whether there is no connection without threads. The bus ends before the process does:
+/// its daemon would keep the death test waiting.
+bool isWithoutConnection() {
+    const SessionBus bus;
+    const NoThreadsLeft none;
+    return TimedBus(bus.address()).connection() == nullptr;
+}
+
+/// Returns whether there is none if only one of GLib's threads is missing, the one that connects,
+/// another than those that GLib keeps.
+bool isWithoutConnectionInTime() {
+    const SessionBus bus;
+    const bool hadMeans = qf::native::hasMeansForBus();
+    const qf::native::Owned<GDBusConnection> connected(g_dbus_connection_new_for_address_sync(
+        bus.address().c_str(), G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT, nullptr, nullptr,
+        nullptr));
+    const NoThreadsLeft none;
+    const TimedBus timed(bus.address());
+    return hadMeans && connected && timed.isTimeUp() && !timed.connection();
+}
+
 // GLib keeps the threads that an earlier test has started.
 TEST(TimedBusDeathTest, HasNoConnectionWithoutThreads) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
-    EXPECT_EXIT(
-        {
-            const SessionBus bus;
-            const NoThreadsLeft none;
-            std::exit(TimedBus(bus.address()).connection() == nullptr ? 0 : 1);
-        },
-        testing::ExitedWithCode(0), "");
+    EXPECT_EXIT(std::exit(isWithoutConnection() ? 0 : 1), testing::ExitedWithCode(0), "");
 }
 
-// One of GLib's threads connects, another than those that it keeps.
 TEST(TimedBusDeathTest, HasNoConnectionWithoutAThreadToConnect) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
-    EXPECT_EXIT(
-        {
-            const SessionBus bus;
-            const bool hadMeans = qf::native::hasMeansForBus();
-            const qf::native::Owned<GDBusConnection> connected(
-                g_dbus_connection_new_for_address_sync(
-                    bus.address().c_str(), G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT, nullptr,
-                    nullptr, nullptr));
-            const NoThreadsLeft none;
-            const TimedBus timed(bus.address());
-            std::exit(hadMeans && connected && timed.isTimeUp() && !timed.connection() ? 0 : 1);
-        },
-        testing::ExitedWithCode(0), "");
+    EXPECT_EXIT(std::exit(isWithoutConnectionInTime() ? 0 : 1), testing::ExitedWithCode(0), "");
 }
 
 TEST(TimedBus, DoesNotWaitForABusThatSaysNothing) {
