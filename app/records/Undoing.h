@@ -60,7 +60,8 @@ void addOnce(std::vector<Item>& items, Item item) {
     }
 }
 
-/// Adds what became of an item, unless that is told already, likewise: or if it is `nothing`, more.
+/// Adds what became of an item. Of one that two runs have records of, the same outcome is told
+/// once, and `nothing`, which means that there was nothing to do, only if there is no other.
 template <class Item, class Outcome>
 void addOutcome(std::vector<Item>& items, Item item, Outcome nothing) {
     if (std::ranges::none_of(items, [&](const Item& other) {

@@ -38,6 +38,19 @@ protected:
         return date;
     }
 
+    /// Returns attributes of which each is another.
+    static qf::ItemAttributes itemOf(qf::ItemKind kind) {
+        return {.kind = kind,
+                .size = 1,
+                .modificationDate = dateAt(2, 3),
+                .id = {4, 5},
+                .owner = 6,
+                .group = 7,
+                .permissions = 8,
+                .creationDate = dateAt(9, 10),
+                .immutable = true};
+    }
+
     RecordedStep stepFor(PlanAction action, const std::string& subject,
                          const std::string& path) const {
         return {.action = action, .subject = subject, .path = path};
@@ -65,15 +78,7 @@ TEST_F(RunRecordTest, RefusesEveryChangedByteWithTheNumberOfItsLine) {
 TEST_F(RunRecordTest, ReadsAllThatItSays) {
     const auto path = cache("Ospenth");
     auto step = stepFor(PlanAction::trash, path, path);
-    step.item = {.kind = qf::ItemKind::directory,
-                 .size = 1,
-                 .modificationDate = dateAt(2, 3),
-                 .id = {4, 5},
-                 .owner = 6,
-                 .group = 7,
-                 .permissions = 8,
-                 .creationDate = dateAt(9, 10),
-                 .immutable = true};
+    step.item = itemOf(qf::ItemKind::directory);
     step.links = {"/link"};
     step.end = records::StepEnd{.taken = records::Taken::withRight, .place = "/p"};
     step.end->copied = dateAt(11, 12);
@@ -272,15 +277,7 @@ TEST_F(RunRecordTest, HasAFormatThatStays) {
     RecordedStep step{.action = PlanAction::removeAgent,
                       .subject = "com.quillfen.Lunevar",
                       .path = "/job \xFF",
-                      .item = {.kind = qf::ItemKind::link,
-                               .size = 1,
-                               .modificationDate = dateAt(2, 3),
-                               .id = {4, 5},
-                               .owner = 6,
-                               .group = 7,
-                               .permissions = 8,
-                               .creationDate = dateAt(9, 10),
-                               .immutable = true},
+                      .item = itemOf(qf::ItemKind::link),
                       .links = {"/link"},
                       .job = records::RecordedJob{.content = "text", .isLoaded = true},
                       .end = records::StepEnd{.taken = records::Taken::withRight, .place = "/p"}};

@@ -10,11 +10,9 @@
 
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <functional>
 #include <optional>
 #include <string>
-#include <thread>
 
 /// The real launcher, and a main thread that runs.
 class TaskTest : public testing::Test {

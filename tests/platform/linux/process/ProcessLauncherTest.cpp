@@ -7,6 +7,7 @@
 #include "platform/support/Process.h"
 #include "tests/platform/linux/process/SleepingThread.h"
 #include "tests/support/AddressSpace.h"
+#include "tests/support/Eventually.h"
 #include "tests/support/NamedCase.h"
 #include "tests/support/OpenDescriptors.h"
 #include "tests/support/ScopedLimit.h"
@@ -80,20 +81,8 @@ protected:
     qf::native::ProcessLauncher launcher_;
 };
 
-template <class Condition>
-bool becomesTrue(Condition condition) {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::minutes(1);
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > deadline) {
-            return false;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    return true;
-}
-
 bool isGone(long identifier) {
-    return becomesTrue(
+    return eventually(
         [=] { return !std::filesystem::exists("/proc/" + std::to_string(identifier)); });
 }
 
@@ -205,10 +194,10 @@ TEST_F(Launcher, TerminatesAStoppedChildAndItsStoppedChildren) {
     for (const std::byte byte : qf::availableData(*pipe).bytes) {
         grandchild += static_cast<char>(byte);
     }
-    ASSERT_TRUE(becomesTrue(
+    ASSERT_TRUE(eventually(
         [&] { return isStopped(child->processIdentifier()) && isStopped(std::stol(grandchild)); }));
     child->terminate();
-    const bool ended = becomesTrue([&] { return !child->isRunning(); });
+    const bool ended = eventually([&] { return !child->isRunning(); });
     EXPECT_TRUE(ended);
     EXPECT_TRUE(qf::availableData(*pipe).bytes.empty());
     ::kill(-static_cast<pid_t>(child->processIdentifier()), SIGKILL);
@@ -304,7 +293,7 @@ TEST_F(Launcher, EndsTheOutputOfAChildThatHasEndedAtOnce) {
     auto description = shellScript("echo early; (" + gate() + "; echo late) &");
     description.standardOutput = ChildStream::through(pipe);
     const auto child = launcher_.launch(description);
-    EXPECT_TRUE(becomesTrue([&] { return !child->isRunning(); }));
+    EXPECT_TRUE(eventually([&] { return !child->isRunning(); }));
     child->endOutputWithChild();
     std::vector<std::byte> bytes;
     while (pipe->appendAvailable(bytes)) {
