@@ -7,6 +7,8 @@
 
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/stat.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 #include <array>
@@ -24,6 +26,9 @@ constexpr int mostClaims = 100;
 
 constexpr std::string_view namePrefix = ".qf-";
 constexpr std::string_view markPrefix = ".qf-mark-";
+
+// Only root can set and read it.
+constexpr const char* rootsMark = "trusted.qf.temporary";
 
 /// The contents of a temporary item are the copier's own.
 constexpr RemovalRules ownCopy{.unlocksDirectories = true};
@@ -89,6 +94,24 @@ SystemResult<void> checkName(const FileDescriptor& item, int directory, const st
     return {};
 }
 
+/// Returns whether this is the superuser, and another user may give the superuser's own items in an
+/// open directory the name of a temporary one.
+bool isRootAmongOthers(int directory) {
+    if (::geteuid() != 0) {
+        return false;
+    }
+    const auto status = statusOf(directory);
+    const bool isRoots =
+        status && status->stx_uid == 0 &&
+        ((status->stx_mode & (S_IWGRP | S_IWOTH)) == 0 || (status->stx_mode & S_ISVTX) != 0);
+    return !isRoots;
+}
+
+/// Returns whether an item that has the name of a temporary one was made as one.
+bool isMadeHere(int directory, const FileDescriptor& item) {
+    return !isRootAmongOthers(directory) || ::fgetxattr(item.get(), rootsMark, nullptr, 0) >= 0;
+}
+
 bool isLockedByOthers(const FileDescriptor& item) {
     return ::flock(item.get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
 }
@@ -103,9 +126,9 @@ FileDescriptor lockAbandoned(int directory, const std::string& name) {
     }
     const auto status = statusOf(item.get());
     // A whole copy has the source's date of modification before it gets its name.
-    const bool isAbandoned = status && status->stx_uid == ::geteuid() &&
-                             lockIfAbandoned(item, status->stx_ctime.tv_sec) &&
-                             checkName(item, directory, name);
+    const bool isAbandoned =
+        status && status->stx_uid == ::geteuid() && isMadeHere(directory, item) &&
+        lockIfAbandoned(item, status->stx_ctime.tv_sec) && checkName(item, directory, name);
     return isAbandoned ? std::move(item) : FileDescriptor();
 }
 
@@ -175,6 +198,9 @@ SystemResult<void> TemporaryItem::claim(const std::string& name, mode_t mode) {
     }
     item_ = *std::move(item);
     name_ = name;
+    if (isRootAmongOthers(directory_)) { // Without the mark, what a kill leaves stays.
+        isMarked_ = ::fsetxattr(item_.get(), rootsMark, "", 0, 0) == 0;
+    }
     return own;
 }
 
@@ -229,12 +255,29 @@ TemporaryItem::~TemporaryItem() {
 }
 
 SystemResult<void> TemporaryItem::rename(const std::string& name) {
-    return renamed(name, renameWithoutReplacing({directory_, name_}, {directory_, name}));
+    auto done = removeMark();
+    if (done) {
+        done = renameWithoutReplacing({directory_, name_}, {directory_, name});
+    }
+    return renamed(name, done);
 }
 
 SystemResult<void> TemporaryItem::replace() {
-    return renamed(purpose_,
-                   checked(::renameat(directory_, name_.c_str(), directory_, purpose_.c_str())));
+    auto done = removeMark();
+    if (done) {
+        done = checked(::renameat(directory_, name_.c_str(), directory_, purpose_.c_str()));
+    }
+    return renamed(purpose_, done);
+}
+
+/// The item is not to keep the mark under its final name.
+SystemResult<void> TemporaryItem::removeMark() {
+    auto done = SystemResult<void>();
+    if (isMarked_) {
+        done = checked(::fremovexattr(item_.get(), rootsMark));
+        isMarked_ = !done;
+    }
+    return done;
 }
 
 /// Records the outcome of a rename, and returns it.

@@ -22,7 +22,9 @@ bool lockIfAbandoned(const FileDescriptor& item, std::time_t changed);
 
 /// A new file or directory with a hidden name, which is filled and then renamed to its final name.
 /// It is locked while this process works on it, so that the remains of a killed process can be told
-/// from the work of a live one. Not shared between threads.
+/// from the work of a live one. One that the superuser makes where others may rename it has a mark
+/// that only the superuser can set, so that nothing else of the superuser's is taken for a remain;
+/// on a volume that keeps no such mark, remains stay. Not shared between threads.
 class TemporaryItem {
 public:
     /// Makes one in the open directory `directory`, for the final name `purpose`: a file or a
@@ -56,7 +58,8 @@ public:
 
     TemporaryItem(TemporaryItem&& other) noexcept
         : directory_(other.directory_), purpose_(std::move(other.purpose_)),
-          name_(std::exchange(other.name_, {})), item_(std::move(other.item_)) {}
+          name_(std::exchange(other.name_, {})), item_(std::move(other.item_)),
+          isMarked_(other.isMarked_) {}
     TemporaryItem(const TemporaryItem&) = delete;
     TemporaryItem& operator=(const TemporaryItem&) = delete;
     TemporaryItem& operator=(TemporaryItem&&) = delete;
@@ -88,12 +91,14 @@ private:
 
     SystemResult<void> claimAny(std::string_view prefix, mode_t mode);
     SystemResult<void> claim(const std::string& name, mode_t mode);
+    SystemResult<void> removeMark();
     SystemResult<void> renamed(const std::string& name, const SystemResult<void>& result);
 
     int directory_;
     std::string purpose_; ///< The final name, once the item has it.
     std::string name_;    ///< Empty if there is nothing to delete.
     FileDescriptor item_;
+    bool isMarked_ = false; ///< As the superuser's.
 };
 
 } // namespace qf::native

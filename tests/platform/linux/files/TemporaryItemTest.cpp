@@ -10,6 +10,7 @@
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -205,6 +206,83 @@ TEST_F(TemporaryItemTest, DeletesWhatAKilledProcessLeft) {
     ASSERT_TRUE(item);
     EXPECT_EQ(names(), std::vector<std::string>{abandoned});
 }
+
+/// A directory's owner and mode, and whether an item in it that has the name of a temporary one is
+/// kept.
+struct DirectoryOfRemains : NamedCase {
+    uid_t owner;
+    mode_t mode;
+    bool isKept;
+};
+
+class TemporaryItemOfRoot : public TemporaryItemTest,
+                            public testing::WithParamInterface<DirectoryOfRemains> {
+protected:
+    void SetUp() override {
+        if (::geteuid() != 0) {
+            GTEST_SKIP() << "only the superuser can give directories to others";
+        }
+        ASSERT_EQ(::fchown(top_.get(), GetParam().owner, 0), 0);
+        ASSERT_EQ(::fchmod(top_.get(), GetParam().mode), 0);
+    }
+
+    /// Makes and deletes an item, and returns the name that it had.
+    std::string nameOfItem() {
+        const auto item = make();
+        return names().front();
+    }
+};
+
+TEST_P(TemporaryItemOfRoot, IsNotWhatAnotherUserMayHaveGivenItsName) {
+    const auto named = directory_.write(nameOfItem(), "precious");
+
+    runChild({"remove-abandoned", directory_.path()});
+
+    EXPECT_EQ(exists(named), GetParam().isKept);
+}
+
+TEST_P(TemporaryItemOfRoot, IsNotAnotherOneWhenItIsMade) {
+    const auto named = directory_.write(nameOfItem(), "precious");
+
+    const auto item = make();
+
+    EXPECT_EQ(contentOf(named) == "precious", GetParam().isKept);
+}
+
+TEST_P(TemporaryItemOfRoot, IsDeletedWhereverAKilledProcessLeftIt) {
+    if (GetParam().isKept && ::fsetxattr(top_.get(), "trusted.qf.test", "", 0, 0) != 0) {
+        GTEST_SKIP() << "the temporary directory keeps no attributes of the superuser's";
+    }
+    auto item = make();
+    ASSERT_TRUE(item);
+    item->leave();
+
+    runChild({"remove-abandoned", directory_.path()});
+
+    EXPECT_TRUE(names().empty());
+}
+
+TEST_P(TemporaryItemOfRoot, IsAsItWasMadeOnceItHasItsName) {
+    auto item = make();
+    ASSERT_TRUE(item->rename());
+    auto next = make();
+    ASSERT_TRUE(next->replace());
+
+    for (const auto* made : {&*item, &*next}) {
+        EXPECT_EQ(::fgetxattr(made->item().get(), "trusted.qf.temporary", nullptr, 0), -1);
+        EXPECT_EQ(errno, ENODATA);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    , TemporaryItemOfRoot,
+    testing::Values(DirectoryOfRemains{{"ItsOwn"}, 0, 0755, false},
+                    DirectoryOfRemains{{"EverybodysButNotToRename"}, 0, 01777, false},
+                    DirectoryOfRemains{{"AGroups"}, 0, 0770, true},
+                    DirectoryOfRemains{{"Everybodys"}, 0, 0703, true},
+                    DirectoryOfRemains{{"AnotherUsers"}, 65534, 0700, true},
+                    DirectoryOfRemains{{"AnotherUsersToRename"}, 65534, 01777, true}),
+    nameOfCase);
 
 /// An event that makes an item older, or none, and whether the item is kept then.
 struct AgeOfAnItem : NamedCase {
