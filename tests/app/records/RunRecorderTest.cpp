@@ -191,6 +191,26 @@ TEST_F(RunRecorderTest, TellsThatTheDiskDoesNotTakeTheRecord) {
     EXPECT_EQ(recorder.failure(), "The disk does not take the record.");
 }
 
+TEST_F(RunRecorderTest, WritesNoMoreOnceTheDiskHasNotTakenTheRecord) {
+    const auto first = write(cache("Dunmarl"));
+    const auto second = write(cache("Ospenth"));
+    NotingStreams streams(fileStreams);
+    const qf::ScopedService<qf::FileStreams> scope(streams);
+    RunRecorder recorder(runs, jobs);
+    recorder.begin(RemoveShared::no);
+    streams.isBroken = true;
+    recorder.rowBegan(cacheRow(first));
+    recorder.itemBegan(first);
+    streams.isBroken = false;
+    streams.events.clear();
+
+    recorder.rowBegan(cacheRow(second));
+    recorder.itemBegan(second);
+    recorder.walkEnded();
+
+    EXPECT_EQ(streams.events, Lines());
+}
+
 TEST_F(RunRecorderTest, WritesToNoFileThatIsSwappedInForItsOwn) {
     /// Swaps each new file for another name of a precious one.
     class SwappingFileSystem : public qf::native::FileSystem {

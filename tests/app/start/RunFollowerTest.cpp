@@ -15,16 +15,18 @@
 
 namespace {
 
-class TickedBox : public qf::CheckBox {
+class Box : public qf::CheckBox {
 public:
-    qf::CheckBoxState state() override { return qf::CheckBoxState::on; }
+    qf::CheckBoxState state() override { return ticked; }
+
+    qf::CheckBoxState ticked = qf::CheckBoxState::on;
 };
 
 /// An interface with what a run shows.
 class RunInterface : public qf::Interface {
 public:
     ShownText item;
-    TickedBox box;
+    Box box;
 
     qf::Window& window(const std::string& name) override {
         throw qf::Exception("QFOutletMissing", name);
@@ -82,6 +84,15 @@ TEST_F(RunFollowerTest, RecordsWhatExistsBeforeTheFirstRowOnly) {
     follower.rowBegan(row);
 
     EXPECT_EQ(inventory.taken, std::vector{RemoveShared::yes});
+}
+
+TEST_F(RunFollowerTest, KeepsSharedItemsWithoutATickedBox) {
+    interface.box.ticked = qf::CheckBoxState::off;
+
+    follower.rowBegan(row);
+
+    EXPECT_EQ(inventory.taken, std::vector{RemoveShared::no});
+    EXPECT_NE(contentOf(runs.file(1)).find("\"removeShared\":false"), std::string::npos);
 }
 
 TEST_F(RunFollowerTest, HoldsShuttingDownOffUntilTheLastRowIsDone) {

@@ -108,6 +108,8 @@ int terminate(const Arguments& arguments) {
 /// is killed if it hangs.
 int forked(const Arguments& /*arguments*/) {
     auto& queue = *QFLog::sharedController().writeQueue();
+    QFLog::appendLog("written before");
+    QFLog::finishWriting();
     QueueGate gate(queue);
     QFLog::fastAppendLog("queued before");
     const pid_t copy = ::fork();
@@ -116,7 +118,9 @@ int forked(const Arguments& /*arguments*/) {
         ::alarm(patience);
         QFLog::appendLog("in the copy");
         QFLog::finishWriting();
-        ::_exit(static_cast<int>(QFLog::sharedController().bytesInQueue()));
+        const bool isEmpty =
+            QFLog::sharedController().bytesInQueue() == 0 && queue.operationCount() == 0;
+        ::_exit(isEmpty ? 0 : 1);
     }
     int status = 0;
     ::waitpid(copy, &status, 0);

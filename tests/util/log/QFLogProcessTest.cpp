@@ -95,7 +95,8 @@ TEST_F(LogProcess, LogsOnInAForkedProcessAndWritesNothingTwice) {
     // The test does exactly what ThreadSanitizer would end the child for.
     const ScopedEnvironment lenient("TSAN_OPTIONS", "die_after_fork=0");
     EXPECT_TRUE(run("forked").succeeded());
-    EXPECT_EQ(content(), entry("in the copy") + entry("queued before") + entry("in the original"));
+    EXPECT_EQ(content(), entry("written before") + entry("in the copy") + entry("queued before") +
+                             entry("in the original"));
 }
 
 TEST_F(LogProcess, WritesTheReasonOfAnExceptionThatNobodyCaughtBeforeItEnds) {
