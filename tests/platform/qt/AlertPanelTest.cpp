@@ -6,6 +6,7 @@
 
 #include <QApplication>
 #include <QCheckBox>
+#include <QLabel>
 #include <QLayout>
 #include <QScreen>
 #include <QScrollArea>
@@ -142,6 +143,14 @@ TEST_F(AlertPanelTest, ShowsItsTextsUnchanged) {
         EXPECT_TRUE(label->text().isEmpty() || label->textFormat() == Qt::PlainText);
     }
     EXPECT_EQ(buttonTitles(window), Titles{"Save && <i>&&Quit</i>"});
+}
+
+TEST_F(AlertPanelTest, BeginsItsTextsAtTheEdgeOfTheirRoom) {
+    auto& window = show({});
+    const auto* texts = window.findChild<QScrollArea*>()->widget();
+    const auto* message = texts->findChild<QLabel*>();
+    EXPECT_EQ(message->pos(), QPoint(0, 0));
+    EXPECT_EQ(message->width(), texts->width());
 }
 
 TEST_F(AlertPanelTest, ShowsItsMessageAloneInBoldType) {

@@ -4,6 +4,7 @@
 
 #include <QApplication>
 #include <QClipboard>
+#include <QLabel>
 #include <QTest>
 #include <QTimer>
 #include <QTreeWidget>
@@ -64,6 +65,46 @@ TEST_F(ItemsWindowTest, ShowsALongHeadingWholeInSeveralLines) {
         const int line = list.visualItemRect(list.topLevelItem(0)).height();
         EXPECT_GE(list.visualItemRect(list.topLevelItem(1)).height(), 2 * line - 8);
         EXPECT_LT(list.visualItemRect(list.topLevelItem(1)->child(0)).height(), 2 * line - 8);
+        pressEscape(window);
+    });
+}
+
+TEST_F(ItemsWindowTest, GivesALongHeadingMoreLinesInANarrowerWindow) {
+    auto items = description;
+    for (int i = 0; i < 40; ++i) {
+        items.sections[1].heading += " word";
+    }
+    shown(items, [](QWidget& window) {
+        const auto& list = *window.findChild<QTreeWidget*>();
+        const auto height = [&list] { return list.visualItemRect(list.topLevelItem(1)).height(); };
+        const int before = height();
+        window.resize(window.width() / 2, window.height());
+        EXPECT_TRUE(QTest::qWaitFor([&] { return height() > before; }));
+        pressEscape(window);
+    });
+}
+
+TEST_F(ItemsWindowTest, ShortensLongPathsInTheMiddle) {
+    shown(description, [](QWidget& window) {
+        EXPECT_EQ(window.findChild<QTreeWidget*>()->textElideMode(), Qt::ElideMiddle);
+        pressEscape(window);
+    });
+}
+
+TEST_F(ItemsWindowTest, ShowsItsMessageUnchanged) {
+    auto items = description;
+    items.message = "<b>Bold</b> & %@";
+    shown(items, [](QWidget& window) {
+        EXPECT_EQ(labelTexts(window), std::vector<std::string>{"<b>Bold</b> & %@"});
+        EXPECT_EQ(window.findChild<QLabel*>()->textFormat(), Qt::PlainText);
+        pressEscape(window);
+    });
+}
+
+TEST_F(ItemsWindowTest, KeepsItsButtonsApart) {
+    shown(description, [](QWidget& window) {
+        const int end = button(window, "&Try Again").geometry().right() + 1;
+        EXPECT_EQ(button(window, "C&lose").geometry().left() - end, 8);
         pressEscape(window);
     });
 }

@@ -59,6 +59,21 @@ private:
     void leaveEventLoop() override {}
 };
 
+TEST(ApplicationCore, DoesOtherWorkWhileWorkWaitsWithoutAnEventLoop) {
+    Silent application;
+    bool isDone = false;
+    application.performOnMainThread(
+        [&] {
+            application.performOnMainThread([&isDone] { isDone = true; }, Wait::no);
+            application.handleNextEvent(std::chrono::minutes(1));
+            EXPECT_TRUE(isDone);
+            application.performOnMainThread([&application] { application.terminate(); }, Wait::no);
+        },
+        Wait::no);
+
+    EXPECT_TRUE(application.runWithoutEventLoop());
+}
+
 TEST(ApplicationCore, ReleasesTheWorkThatItDrops) {
     Silent application;
     auto needed = std::make_shared<int>();

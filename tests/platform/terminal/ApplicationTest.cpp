@@ -90,6 +90,23 @@ TEST(TerminalApplication, TicksUntilItIsToldToStop) {
     EXPECT_EQ(ticks, 3);
 }
 
+TEST(TerminalApplication, TicksNoMoreOftenThanItIsTold) {
+    Application application;
+    constexpr milliseconds interval(20);
+    std::vector<std::chrono::steady_clock::time_point> ticks;
+    application.setTick(interval, [&] {
+        ticks.push_back(std::chrono::steady_clock::now());
+        if (ticks.size() == 3) {
+            application.performOnMainThread([&] { application.terminate(); }, Wait::no);
+        }
+    });
+
+    application.run();
+
+    ASSERT_EQ(ticks.size(), 3U);
+    EXPECT_GE(ticks[2] - ticks[0], interval);
+}
+
 TEST(TerminalApplication, RunsTheObserversOfTerminationOnce) {
     Application application;
     std::vector<int> observed;

@@ -301,6 +301,24 @@ TEST_F(TerminalAlertTest, AnswersItselfWhereNobodyIsAsked) {
     EXPECT_EQ(console.printed(), "\nMessage\n100% %@\n");
 }
 
+TEST_F(TerminalAlertTest, DoesNotAnswerItselfOnceItIsHidden) {
+    begin(three, Manner::silent);
+    panel->orderOut();
+
+    settle();
+
+    EXPECT_FALSE(answer_.has_value());
+}
+
+TEST_F(TerminalAlertTest, IsOnTheScreenUntilItIsHidden) {
+    begin(three);
+    EXPECT_TRUE(panel->isVisible());
+
+    panel->orderOut();
+
+    EXPECT_FALSE(panel->isVisible());
+}
+
 TEST_F(TerminalAlertTest, GivesNoAnswerOnceItIsHidden) {
     begin(three);
     panel->orderOut();

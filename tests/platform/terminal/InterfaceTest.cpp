@@ -56,6 +56,32 @@ TEST(InterfaceFile, HasTheWindowsWithTheirControlsInOrder) {
     EXPECT_EQ(windows[2].name, "windowPutBack");
 }
 
+/// A button's title in an interface file, and without its marks.
+struct ButtonTitle : NamedCase {
+    const char* marked;
+    const char* title;
+};
+
+class ButtonOfAnInterfaceFile : public testing::TestWithParam<ButtonTitle> {};
+
+TEST_P(ButtonOfAnInterfaceFile, HasItsTitleWithoutMarks) {
+    const std::string begin =
+        R"(<ui><widget class="QWidget" name="C"><widget class="QWidget" name="W">
+  <widget class="QPushButton" name="B"><property name="text"><string>)";
+    const std::string end = "</string></property></widget></widget></widget></ui>";
+
+    const auto windows = windowsIn({.name = "file.ui", .text = begin + GetParam().marked + end});
+
+    EXPECT_EQ(windows.at(0).controls.at(0).text, GetParam().title);
+}
+
+INSTANTIATE_TEST_SUITE_P(, ButtonOfAnInterfaceFile,
+                         testing::Values(ButtonTitle{{"First"}, "&amp;Close", "Close"},
+                                         ButtonTitle{{"Last"}, "Clos&amp;e", "Close"},
+                                         ButtonTitle{{"Visible"}, "A &amp;&amp; B", "A & B"},
+                                         ButtonTitle{{"WithoutALetter"}, "Close &amp;", "Close &"}),
+                         nameOfCase);
+
 class UnreadableInterfaceFile : public testing::TestWithParam<NamedText> {};
 
 TEST_P(UnreadableInterfaceFile, SaysWhy) {
@@ -184,6 +210,7 @@ TEST_F(TerminalInterfaceTest, AsksNoMoreAboutABoxThatIsTicked) {
 
     EXPECT_EQ(show("y\n"), "uninstall ");
     EXPECT_TRUE(isTicked());
+    EXPECT_THAT(console.printed(), HasSubstr("preferences.\nYes.\n\nUninstall? [y/N] "));
 }
 
 TEST_F(TerminalInterfaceTest, AsksAndSaysNothingWhenItIsSilent) {

@@ -118,6 +118,24 @@ TEST_F(ScreenStatus, IsErasedWholeWhenTheTerminalHasWrappedIt) {
     EXPECT_EQ(console.printed(), "\r" + std::string(41, 'x') + "\rshort");
 }
 
+TEST_F(ScreenStatus, IsErasedWhereItHasExactlyTheWidthOfTheTerminal) {
+    terminal.resize(80);
+    screen.setStatus(std::string(20, 'x'));
+    terminal.resize(20);
+    screen.setStatus("short");
+
+    EXPECT_EQ(terminal.written(), "\r\x1b[K");
+    EXPECT_EQ(console.printed(), "\r" + std::string(20, 'x') + "\rshort");
+}
+
+TEST_F(ScreenStatus, IsErasedBeforeAnEmptyLine) {
+    terminal.resize(20);
+    screen.setStatus("x");
+    screen.gap();
+
+    EXPECT_EQ(console.printed(), "\rx\r \r\n");
+}
+
 TEST_F(ScreenStatus, IsErasedWholeBeforeALine) {
     terminal.resize(80);
     screen.setStatus(std::string(40, 'x'));
