@@ -20,6 +20,17 @@ TEST(BundleIdentifier, IsThatOfTheOutermostObject) {
     EXPECT_EQ(identifierIn(binaryListWith("com.example.Player", key)), "");
 }
 
+TEST(BundleIdentifier, IsReadWherePlacesAndReferencesHaveOtherSizes) {
+    constexpr char placeSize = 2;
+    EXPECT_EQ(identifierIn(binaryListWith("com.example.Player", 0, placeSize)),
+              "com.example.Player");
+}
+
+TEST(BundleIdentifier, IsNotReadInACommentWithoutAnEnd) {
+    EXPECT_EQ(identifierIn("<plist><!-- <dict><key>CFBundleIdentifier</key><string>x</string>"),
+              "");
+}
+
 class BundleIdentifierInAList : public testing::TestWithParam<NamedText> {};
 
 TEST_P(BundleIdentifierInAList, SurvivesEveryCutAndEveryChangedByteOfAList) {

@@ -6,6 +6,7 @@
 #include "tests/platform/linux/authorization/helper/PlantedItems.h"
 #include "tests/support/NamedCase.h"
 
+#include <fcntl.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
 #include <sys/xattr.h>
@@ -197,6 +198,16 @@ TEST_F(HelperChange, MakesDirectoriesAndThoseTheyAreIn) {
         EXPECT_EQ(run("/bin/mkdir", {"-p", directory + "/"}), Status::started);
     }
     EXPECT_EQ(rightsOf(directory), 0755U);
+}
+
+TEST_F(HelperChange, UsesADirectoryThatSomebodyHasMadeMeanwhile) {
+    const std::string parent = sandbox::rootsDirectory;
+    fs::create_directory(parent + "/a");
+
+    qf::native::helper::makeDirectories(
+        {parent + "/a/b", *qf::native::helper::openItem(AT_FDCWD, parent), {"a", "b"}});
+
+    EXPECT_TRUE(exists(parent + "/a/b"));
 }
 
 TEST_F(HelperChange, MakesNoDirectoryByWayOfAUsersLink) {
