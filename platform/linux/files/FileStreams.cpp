@@ -250,8 +250,7 @@ OpenedStream FileStreams::openBeside(const std::string& path, const FileId& spar
     if (!mode) {
         return reasonOf(mode);
     }
-    auto directory =
-        openAtPath(path::deletingLastComponent(path), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    auto directory = openAtPath(path::deletingLastComponent(path), O_RDONLY | O_DIRECTORY);
     if (!directory) {
         return reasonOf(directory);
     }
@@ -273,7 +272,7 @@ OpenedStream FileStreams::openBeside(const std::string& path, const FileId& spar
 
 OpenedStream FileStreams::openExisting(const std::string& path, FileAccess access) {
     const int flags = access == FileAccess::reading ? O_RDONLY : O_RDWR;
-    auto file = openAtPath(path, flags | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+    auto file = openAtPath(path, flags | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY);
     if (!file) {
         return reasonOf(file);
     }

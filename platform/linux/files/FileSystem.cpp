@@ -52,7 +52,7 @@ bool isAllowed(const std::string& path) {
 
 /// Changes the immutable flag of a regular file or a directory.
 SystemResult<void> changeImmutableFlag(const std::string& path, bool immutable) {
-    const auto item = openAtPath(path, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+    const auto item = openAtPath(path, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY);
     if (!item) {
         return Unexpected(item.error());
     }
@@ -115,7 +115,7 @@ std::optional<std::uint64_t> sizeOf(int directory, const DirectoryEntry& entry) 
 
 template <class Size>
 std::optional<std::vector<DirectoryEntry>> readDirectory(const std::string& path, Size size) {
-    auto directory = openAtPath(path, O_RDONLY | O_DIRECTORY | O_NONBLOCK | O_CLOEXEC);
+    auto directory = openAtPath(path, O_RDONLY | O_DIRECTORY | O_NONBLOCK);
     if (!directory) {
         return std::nullopt;
     }
@@ -330,7 +330,7 @@ Result<void> FileSystem::setImmutable(const std::string& path, bool immutable) {
 }
 
 void FileSystem::removeAbandonedCopies(const std::string& directory) {
-    if (const auto opened = openAtPath(directory, O_PATH | O_DIRECTORY | O_CLOEXEC)) {
+    if (const auto opened = openAtPath(directory, O_PATH | O_DIRECTORY)) {
         TemporaryItem::removeAbandonedCopies(opened->get());
     }
 }

@@ -16,8 +16,7 @@ SystemResult<ItemPlace> findPlace(const std::string& path) {
         name == "." || name == "..") {
         return Unexpected(Errno(EINVAL));
     }
-    auto directory =
-        openAtPath(path::deletingLastComponent(path), O_PATH | O_DIRECTORY | O_CLOEXEC);
+    auto directory = openAtPath(path::deletingLastComponent(path), O_PATH | O_DIRECTORY);
     if (!directory) {
         return Unexpected(directory.error());
     }

@@ -35,7 +35,7 @@ SystemResult<RestOfPath> walkTowards(const std::string& path, std::size_t limit)
 
 SystemResult<FileDescriptor> openAtPath(const std::string& path, int flags) {
     auto descriptor = atPath(path, [flags](int directory, const char* rest) {
-        return ::openat(directory, rest, flags);
+        return ::openat(directory, rest, flags | O_CLOEXEC);
     });
     if (!descriptor) {
         return Unexpected(descriptor.error());

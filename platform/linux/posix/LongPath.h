@@ -58,7 +58,7 @@ auto byName(const std::string& path, Call call) -> SystemResult<decltype(call(""
     return returned;
 }
 
-/// Opens the item at a path of any length.
+/// Opens the item at a path of any length, so that no program inherits it.
 SystemResult<FileDescriptor> openAtPath(const std::string& path, int flags);
 
 } // namespace qf::native

@@ -49,11 +49,18 @@ TEST_F(LongPathTest, ReachesAnItemThatNoSystemCallDoes) {
     ASSERT_EQ(::open((path_ + "/item").c_str(), O_RDONLY | O_CLOEXEC), -1);
     ASSERT_EQ(errno, ENAMETOOLONG);
 
-    EXPECT_TRUE(openAtPath(path_ + "/item", O_RDONLY | O_CLOEXEC));
+    EXPECT_TRUE(openAtPath(path_ + "/item", O_RDONLY));
 }
 
 TEST_F(LongPathTest, ReachesADirectoryWithSlashesBehindIt) {
-    EXPECT_TRUE(openAtPath(path_ + std::string(PATH_MAX, '/'), O_PATH | O_CLOEXEC));
+    EXPECT_TRUE(openAtPath(path_ + std::string(PATH_MAX, '/'), O_PATH));
+}
+
+TEST_F(LongPathTest, OpensNothingThatAProgramInherits) {
+    const auto item = openAtPath(directory_.path(), O_PATH);
+
+    ASSERT_TRUE(item);
+    EXPECT_EQ(::fcntl(item->get(), F_GETFD), FD_CLOEXEC);
 }
 
 TEST_F(LongPathTest, ReturnsWhatTheCallReturns) {
@@ -65,19 +72,19 @@ TEST_F(LongPathTest, ReturnsWhatTheCallReturns) {
 }
 
 TEST_F(LongPathTest, TellsTheCallsOwnFailure) {
-    EXPECT_EQ(openAtPath(path_ + "/missing", O_RDONLY | O_CLOEXEC).error().number(), ENOENT);
+    EXPECT_EQ(openAtPath(path_ + "/missing", O_RDONLY).error().number(), ENOENT);
 }
 
 TEST_F(LongPathTest, TellsThatTheWayCannotBeGone) {
     const auto missing = directory_ / "missing/" + path_;
 
-    EXPECT_EQ(openAtPath(missing, O_RDONLY | O_CLOEXEC).error().number(), ENOENT);
+    EXPECT_EQ(openAtPath(missing, O_RDONLY).error().number(), ENOENT);
 }
 
 TEST_F(LongPathTest, LeavesANameThatIsTooLongToTheSystemCall) {
     const auto path = directory_ / std::string(2 * PATH_MAX, 'n');
 
-    EXPECT_EQ(openAtPath(path, O_RDONLY | O_CLOEXEC).error().number(), ENAMETOOLONG);
+    EXPECT_EQ(openAtPath(path, O_RDONLY).error().number(), ENAMETOOLONG);
 }
 
 } // namespace
