@@ -11,7 +11,6 @@
 #include <unistd.h>
 
 #include <array>
-#include <cerrno>
 
 namespace qf::native {
 
@@ -49,14 +48,16 @@ std::optional<std::string> readFile(const std::string& path, std::size_t limit) 
     std::array<char, blockSize> block{};
     std::string content;
     for (;;) {
-        const auto count = ::read(file.get(), block.data(), block.size());
+        const auto count =
+            retryOnEintr([&] { return ::read(file.get(), block.data(), block.size()); });
+        if (count < 0) {
+            return std::nullopt;
+        }
         if (count == 0) {
             return content;
         }
-        if (count > 0) {
-            content.append(block.data(), static_cast<std::size_t>(count));
-        }
-        if ((count < 0 && errno != EINTR) || content.size() > limit) {
+        content.append(block.data(), static_cast<std::size_t>(count));
+        if (content.size() > limit) {
             return std::nullopt;
         }
     }

@@ -59,6 +59,14 @@ TEST_F(AtomicFileTest, ReadsNothingButARegularFile) {
     EXPECT_EQ(readFile(directory_ / "missing", plenty), std::nullopt);
 }
 
+TEST_F(AtomicFileTest, ReadsNothingThatCannotBeReadToTheEnd) {
+    const std::string memory = "/proc/self/mem"; // Its first page is never there.
+    if (!exists(memory)) {
+        GTEST_SKIP() << "this machine has no " << memory;
+    }
+    EXPECT_EQ(readFile(memory, plenty), std::nullopt);
+}
+
 TEST_F(AtomicFileTest, MakesAFileWithTheModeThatTheUmaskLeaves) {
     const auto former = ::umask(027);
     const auto replaced = replaceFile(directory_ / "file", "content");
