@@ -62,8 +62,8 @@ bool isTemporaryName(std::string_view name) {
 SystemResult<FileDescriptor> makeItem(int directory, const std::string& name, mode_t mode) {
     const mode_t permissions = mode & ACCESSPERMS;
     if (!S_ISDIR(mode)) {
-        return opened(::openat(directory, name.c_str(),
-                               O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, permissions));
+        return opened(
+            ::openat(directory, name.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, permissions));
     }
     if (const auto made = checked(::mkdirat(directory, name.c_str(), permissions)); !made) {
         return Unexpected(made.error());

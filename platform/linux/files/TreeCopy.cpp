@@ -188,9 +188,8 @@ private:
         // Writable by the owner, so that extended attributes can be set.
         const mode_t mode = isOwn(status) ? (status.stx_mode & ACCESSPERMS) | S_IWUSR
                                           : static_cast<mode_t>(S_IRUSR | S_IWUSR);
-        const auto copy =
-            opened(::openat(copies_.descriptor(), name.c_str(),
-                            O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, mode));
+        const auto copy = opened(::openat(copies_.descriptor(), name.c_str(),
+                                          O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, mode));
         if (!copy) {
             return makingFailure(copy.error());
         }
