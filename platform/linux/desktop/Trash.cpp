@@ -95,8 +95,7 @@ TakeResult takeByRename(const ItemPlace& item, const std::string& trash) {
 
 /// Gives whatever exists at a place in a Trash a unique name.
 void makeRoom(const std::string& place) {
-    const auto former = findPlace(place);
-    if (former && statusOfEntry(former->directory.get(), former->name)) {
+    if (const auto former = findPlace(place)) {
         static_cast<void>(moveToUniqueName(former->entry(), former->directory.get()));
     }
 }
