@@ -547,6 +547,21 @@ TEST(CopyItem, LeavesItsFirstNameToAnotherProcessThatHasLockedIt) {
     EXPECT_EQ(strangers(directory.path(), {"file", "copy"}).size(), 1U);
 }
 
+// As one has that took it for abandoned as soon as it was there.
+TEST(CopyItem, MakesAnotherDirectoryInsteadOfOneThatAnotherProcessHasDeleted) {
+    const TemporaryDirectory directory;
+    ASSERT_EQ(::symlink("target", (directory / "link").c_str()), 0);
+
+    // The first two are the directories around the link and around its copy.
+    EXPECT_EQ(runChild({"copy", directory / "link", directory / "copy"},
+                       withFaults(failing("openat:3", ENOENT)))
+                  .output,
+              "ok\nfaults: 1\n");
+
+    EXPECT_EQ(fs::read_symlink(directory / "copy"), "target");
+    EXPECT_EQ(strangers(directory.path(), {"link", "copy"}), std::vector<std::string>());
+}
+
 TEST(CopyItem, LeavesNothingOnAVolumeThatIsFull) {
     if (const auto reason = whyNoMounts(); !reason.empty()) {
         GTEST_SKIP() << reason;

@@ -9,7 +9,9 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <linux/fs.h>
 #include <sys/file.h>
+#include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <sys/xattr.h>
 #include <unistd.h>
@@ -17,6 +19,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
+#include <cstring>
 #include <filesystem>
 #include <thread>
 #include <tuple>
@@ -46,11 +49,16 @@ private:
 
 /// Returns why this machine's temporary directory cannot hold an immutable file; empty if it can.
 std::string whyNoFlags(const TemporaryDirectory& directory) {
-    const auto probe = directory.write("probe");
-    const Unlock unlock(probe);
-    const auto changed = fileSystem.setImmutable(probe, true);
-    return !changed ? "no immutable flag can be set here: " + changed.error().localizedDescription
-                    : "";
+    using qf::native::FileDescriptor;
+    const FileDescriptor probe(::open(directory.write("probe").c_str(), O_RDONLY | O_CLOEXEC));
+    int flags = 0;
+    const bool isKnown = ::ioctl(probe.get(), FS_IOC_GETFLAGS, &flags) == 0;
+    int locked = flags | FS_IMMUTABLE_FL;
+    if (!isKnown || ::ioctl(probe.get(), FS_IOC_SETFLAGS, &locked) != 0) {
+        return "no immutable flag can be set here: " + std::string(std::strerror(errno));
+    }
+    ::ioctl(probe.get(), FS_IOC_SETFLAGS, &flags);
+    return "";
 }
 
 constexpr qf::Date someDate{std::chrono::nanoseconds(1000000000123456789)};
@@ -551,6 +559,15 @@ TEST(FileSystem, TellsWhenAnItemWasMade) {
         GTEST_SKIP() << "temporary folders are on a volume without birth times";
     }
     EXPECT_GE(*attributes->creationDate, before);
+}
+
+TEST(FileSystem, TellsNoDateWhereTheVolumeHasNoBirthTimes) {
+    struct statx status {};
+    if (::statx(AT_FDCWD, "/proc/self/status", 0, STATX_BTIME, &status) != 0 ||
+        (status.stx_mask & STATX_BTIME) != 0) {
+        GTEST_SKIP() << "this machine has no /proc without birth times";
+    }
+    EXPECT_EQ(fileSystem.attributesOfItem("/proc/self/status")->creationDate, std::nullopt);
 }
 
 struct DateToSet : NamedCase {

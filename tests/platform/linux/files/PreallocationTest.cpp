@@ -11,6 +11,8 @@
 #include <sys/vfs.h>
 #include <unistd.h>
 
+#include <array>
+
 using qf::native::FileDescriptor;
 using qf::native::Preallocation;
 
@@ -80,6 +82,16 @@ TEST_F(PreallocationTest, ReservesTheNextPieceWhereTheFirstEnds) {
     EXPECT_GE(reserved(), 32 * mebibyte);
 }
 
+TEST_F(PreallocationTest, TriesNoMoreOnceTheVolumeHasReservedNothing) {
+    const FileDescriptor unwritable(::open((directory_ / "file").c_str(), O_RDONLY | O_CLOEXEC));
+    Preallocation preallocation(100 * mebibyte);
+
+    preallocation.reserve(unwritable.get(), 0);
+    preallocation.reserve(file_.get(), 0);
+
+    EXPECT_EQ(reserved(), 0U);
+}
+
 TEST_F(PreallocationTest, ReturnsWhatLiesBehindTheEnd) {
     Preallocation preallocation(100 * mebibyte);
     preallocation.reserve(file_.get(), 0);
@@ -88,6 +100,20 @@ TEST_F(PreallocationTest, ReturnsWhatLiesBehindTheEnd) {
     preallocation.release(file_.get());
 
     EXPECT_LT(reserved(), mebibyte);
+}
+
+TEST_F(PreallocationTest, LeavesTheDateOfAFileThatFillsAll) {
+    Preallocation preallocation(2 * mebibyte);
+    preallocation.reserve(file_.get(), 0);
+    ASSERT_EQ(::ftruncate(file_.get(), 2 * mebibyte), 0);
+    const std::array<timespec, 2> epoch{};
+    ASSERT_EQ(::futimens(file_.get(), epoch.data()), 0);
+
+    preallocation.release(file_.get());
+
+    struct stat status {};
+    ASSERT_EQ(::fstat(file_.get(), &status), 0);
+    EXPECT_EQ(status.st_mtime, 0);
 }
 
 } // namespace
