@@ -43,7 +43,9 @@
 #include <cstring>
 #include <filesystem>
 #include <functional>
+#include <future>
 #include <iostream>
+#include <latch>
 #include <map>
 
 namespace {
@@ -119,6 +121,44 @@ int recycleNamesakes(const Arguments& arguments) {
     for (int count = std::stoi(arguments.at(2)); count > 0 && recycled; --count) {
         ::close(::open(item.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
         recycled = desktop.workspace.recycle(arguments.at(0), arguments.at(1), "namesake");
+    }
+    return report(recycled);
+}
+
+/// Announces an item on each of several threads at once, begins and ends a move that does not come
+/// about, and trashes the item; as often as the third argument says, each time with a Trash that
+/// has not been used yet.
+int recycleOnThreads(const Arguments& arguments) {
+    constexpr int threads = 4;
+    const auto& directory = arguments.at(0);
+    const auto& trash = arguments.at(1);
+    // GLib finds the data directory only once, with a lock that ThreadSanitizer does not see.
+    static_cast<void>(qf::native::makeTrash(trash));
+    qf::Result<std::string> recycled{std::string()};
+    for (int round = std::stoi(arguments.at(2)); round > 0 && recycled; --round) {
+        Desktop desktop;
+        std::latch start(threads);
+        const auto recycleOne = [&](const std::string& name) {
+            const auto item = directory + '/' + name;
+            ::close(::open(item.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
+            start.arrive_and_wait();
+            desktop.workspace.prepareToRecycle(trash, {item});
+            if (const auto end = desktop.workspace.moveTrashed(item, trash + "/not " + name)) {
+                (*end)();
+            }
+            auto own = desktop.workspace.recycle(directory, trash, name);
+            desktop.workspace.makeTrashDurable();
+            return own;
+        };
+        std::vector<std::future<qf::Result<std::string>>> running;
+        for (int thread = 0; thread < threads; ++thread) {
+            const auto name = std::to_string(round) + '-' + std::to_string(thread);
+            running.push_back(std::async(std::launch::async, recycleOne, name));
+        }
+        for (auto& thread : running) {
+            auto own = thread.get();
+            recycled = recycled ? std::move(own) : std::move(recycled);
+        }
     }
     return report(recycled);
 }
@@ -406,6 +446,7 @@ const std::map<std::string, std::function<int(const Arguments&)>> commands{
     {"recycle-announced", recycleAnnounced},
     {"place-in-trash", placeInTrash},
     {"recycle-namesakes", recycleNamesakes},
+    {"recycle-on-threads", recycleOnThreads},
     {"recycle-around", recycleAround},
     {"move-trashed", moveTrashed},
     {"move-trashed-beside-namesake", moveTrashedBesideNamesake},

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <future>
 
 namespace {
 
@@ -37,6 +38,21 @@ TEST(MountTable, IsNotReadAgainWhileNothingChanges) {
     const ScopedLimit<RLIMIT_NOFILE> limit(1);
 
     EXPECT_TRUE(table.hasMountIn("/proc").ok());
+}
+
+TEST(MountTable, IsReadForSeveralThreadsAtOnce) {
+    constexpr int rounds = 50;
+    for (int round = 0; round < rounds; ++round) {
+        qf::native::MountTable table;
+        const auto isMount = [&] { return table.hasMountIn("/proc").value(); };
+        const auto isMountFar = [&] { return table.hasMountOnLongPath().value(); };
+        auto far = std::async(std::launch::async, isMountFar);
+        auto near = std::async(std::launch::async, isMount);
+        auto farAgain = std::async(std::launch::async, isMountFar);
+
+        EXPECT_TRUE(isMount() && near.get());
+        EXPECT_FALSE(far.get() || farAgain.get());
+    }
 }
 
 TEST(MountTable, NoticesWhatIsMountedAndUnmountedMeanwhile) {
