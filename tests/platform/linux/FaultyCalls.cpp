@@ -185,6 +185,7 @@ int qfEndFaults() {
     }
 // NOLINTEND(bugprone-macro-parentheses)
 
+QF_CALL(int, rename, (const char* a, const char* b), (a, b), -1)
 QF_CALL(int, renameat, (int a, const char* b, int c, const char* d), (a, b, c, d), -1)
 QF_CALL(int, linkat, (int a, const char* b, int c, const char* d, int e), (a, b, c, d, e), -1)
 QF_CALL(int, unlinkat, (int a, const char* b, int c), (a, b, c), -1)

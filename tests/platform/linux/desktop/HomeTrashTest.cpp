@@ -1,9 +1,11 @@
 #include "platform/linux/desktop/HomeTrash.h"
 
 #include "tests/platform/linux/RunChild.h"
+#include "tests/platform/linux/files/Faults.h"
 #include "tests/support/CasePath.h"
 #include "tests/support/NamedCase.h"
 #include "tests/support/TemporaryDirectory.h"
+#include "tests/support/TreeDescription.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -54,6 +56,17 @@ TEST_F(HomeTrashTest, IsLinkedAgainOnceTheDataDirectoryDiffers) {
 
     EXPECT_EQ(target(), ownLinkTo(home_ / "data"));
     EXPECT_TRUE(fs::is_directory(home_ / ".local/share/Trash/files"));
+}
+
+TEST_F(HomeTrashTest, KeepsItsLinkAndNoOtherIfThatCannotBeReplaced) {
+    ASSERT_EQ(makeTrash(), 0);
+    environment_ = withFaults(failing("rename:1", EIO));
+    environment_.push_back("XDG_DATA_HOME=" + (home_ / "data"));
+
+    EXPECT_NE(makeTrash(), 0);
+
+    EXPECT_EQ(target(), ownLinkTo(home_ / ".local/share"));
+    EXPECT_EQ(strangers(home_.path(), {".Trash", ".local", "data"}), std::vector<std::string>());
 }
 
 TEST_F(HomeTrashTest, KeepsALinkThatLeadsThereAnotherWay) {

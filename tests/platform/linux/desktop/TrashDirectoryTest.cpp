@@ -18,6 +18,7 @@
 #include <chrono>
 #include <climits>
 #include <filesystem>
+#include <fstream>
 #include <future>
 #include <tuple>
 
@@ -454,6 +455,18 @@ TEST_F(TrashFaults, OfARunThatCannotFinishAKilledMoveLeaveThatToALaterOne) {
     EXPECT_FALSE(exists(item));
     EXPECT_EQ(namesIn(trash + "/files"), std::vector<std::string>{"item"});
     EXPECT_EQ(description(trash + "/files/item"), whole);
+}
+
+TEST_F(TrashFaults, OfTheRemovalAfterACopyLeaveTheCopyItsTrashinfo) {
+    fs::create_directory(home / "items");
+    std::ofstream(item) << "whole";
+    const auto removal = failing("unlinkat:1", EIO);
+
+    const auto outcome = recycle(failing("renameat2:2", EXDEV) + ',' + removal + ',' + removal);
+
+    EXPECT_TRUE(outcome.output.starts_with("5 ")) << outcome.output;
+    EXPECT_EQ(contentOf(trash + "/files/item"), "whole");
+    EXPECT_EQ(itemsWithoutTrashinfo(), nothing);
 }
 
 TEST_F(TrashFaults, OfTheDiskLetNoItemComeWithoutItsTrashinfo) {

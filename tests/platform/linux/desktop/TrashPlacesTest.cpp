@@ -1,10 +1,12 @@
 #include "platform/linux/desktop/TrashPlaces.h"
 
+#include "platform/linux/posix/FileDescriptor.h"
 #include "tests/platform/linux/RunChild.h"
 #include "tests/platform/linux/desktop/TrashPairs.h"
 #include "tests/support/NamedCase.h"
 #include "tests/support/TemporaryDirectory.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -15,8 +17,15 @@ namespace fs = std::filesystem;
 
 namespace {
 
+using qf::native::FileDescriptor;
 using qf::native::Mover;
 using qf::native::trashinfoText;
+
+TEST(ResolvedPath, OfTheRootDirectoryIsASlash) {
+    const FileDescriptor root(::open("/", O_PATH | O_DIRECTORY | O_CLOEXEC));
+
+    EXPECT_EQ(qf::native::resolvedPath(root.get()), "/");
+}
 
 /// A kind of volume that Linux has on disks.
 struct DiskVolume : NamedCase {

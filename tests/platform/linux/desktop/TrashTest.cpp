@@ -466,6 +466,16 @@ TEST_F(Trash, TakesManyItemsOfOneName) {
     EXPECT_EQ(strayIn(home / ".local/share/Trash"), std::vector<std::string>());
 }
 
+TEST_F(Trash, IsNotOpenedAgainForEachItem) {
+    constexpr int count = 50;
+    // Its directories are made if they are missing, whenever it is opened.
+    auto faulty = withFaults("mkdirat:" + std::to_string(count) + ":kill");
+    faulty.insert(faulty.end(), environment.begin(), environment.end());
+
+    EXPECT_EQ(runChild({"recycle-namesakes", items, trash, std::to_string(count)}, faulty).output,
+              "ok\n");
+}
+
 TEST_F(Trash, ThatIsARealDirectoryTakesTheItemsOfManyProcessesAtOnce) {
     home.makeDirectory(".Trash");
     constexpr int processes = 16;
@@ -586,6 +596,14 @@ TEST_F(Trash, OfAnotherUserLosesNoBrokenLinkToTheAdministratorsTool) {
 
     EXPECT_EQ(contentOf(link), "content");
     EXPECT_EQ(fs::read_symlink(theirs / ".Trash/a 2.txt"), "missing");
+}
+
+TEST_F(Trash, ThatIsMissingLeavesTheFailureToTheAdministratorsTool) {
+    const auto item = home.write("items/a.txt", "content");
+
+    EXPECT_EQ(runChild({"move-trashed", item, home / "missing/a.txt"}, environment).status, ENOENT);
+
+    EXPECT_EQ(contentOf(item), "content");
 }
 
 TEST_F(Trash, OfAnotherUserGetsNoTrashinfoOfTheSuperusers) {
