@@ -244,6 +244,12 @@ TEST_F(HelperRemoval, TakesAwayWhatIsAskedFor) {
     EXPECT_FALSE(helper.hasLogLine());
 }
 
+TEST_F(HelperRemoval, TakesWhatFollowsTwoDashesForAPath) {
+    const std::string file = makeFile(roots() + "/file");
+    EXPECT_EQ(TestedHelper().run("/bin/rm", {"--", "-f", file}), Status::commandUnknown);
+    EXPECT_TRUE(exists(file));
+}
+
 TEST_F(HelperRemoval, OfWhatDoesNotExistIsStarted) {
     TestedHelper helper;
     EXPECT_EQ(helper.run("/bin/rm", {"-Rdf", roots() + "/missing"}), Status::started);

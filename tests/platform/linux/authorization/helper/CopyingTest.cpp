@@ -2,6 +2,7 @@
 
 #include "platform/linux/authorization/helper/Copying.h"
 
+#include "platform/linux/authorization/helper/Refusal.h"
 #include "tests/platform/linux/authorization/helper/Attacker.h"
 #include "tests/platform/linux/authorization/helper/PlantedItems.h"
 
@@ -18,6 +19,7 @@
 #include <fstream>
 #include <string>
 
+using qf::native::FileDescriptor;
 using qf::native::helper::Status;
 
 namespace fs = std::filesystem;
@@ -95,6 +97,32 @@ TEST_F(HelperCopy, CopiesOwnersRightsTimesAttributesHolesAndNames) {
         char note = 0;
         EXPECT_EQ(::getxattr((copied + "/file").c_str(), "user.note", &note, 1), 1);
     }
+}
+
+TEST_F(HelperCopy, CopiesWhatIsBehindAHole) {
+    const std::string file = makeFile(usersDirectory() + "/file", servedUser);
+    fs::resize_file(file, 1U << 16U);
+    std::ofstream(file, std::ios::app) << "behind it";
+    EXPECT_EQ(copy(file, usersDirectory() + "/copy"), Status::started);
+    EXPECT_TRUE(contentOf(usersDirectory() + "/copy").ends_with("behind it"));
+}
+
+TEST_F(HelperCopy, FailsWhereTheSystemCannotTellWhereAHoleIs) {
+    using namespace qf::native::helper;
+    const std::string file = makeFile(sandbox::rootsDirectory + "/file");
+    const std::string copied = makeFile(sandbox::rootsDirectory + "/copy");
+    const int status = statusOfProcess([&] {
+        constexpr rlimit seconds{10, 10}; // ends who looks for holes without end
+        ::setrlimit(RLIMIT_CPU, &seconds);
+        const FileDescriptor to(::open(copied.c_str(), O_WRONLY | O_CLOEXEC));
+        try {
+            return forbidHoles(EIO) && copyContent(*openItem(AT_FDCWD, file), Reader(0), to) ? 1
+                                                                                             : 2;
+        } catch (const Refusal& refusal) {
+            return refusal.about == std::to_string(EIO) ? 0 : 3;
+        }
+    });
+    EXPECT_EQ(status, 0);
 }
 
 /// A file that is copied to where attributes cannot be set.

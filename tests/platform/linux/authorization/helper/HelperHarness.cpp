@@ -156,21 +156,34 @@ bool forbid(std::uint32_t call, int number) {
                               answer(SECCOMP_RET_ERRNO | static_cast<std::uint32_t>(number))});
 }
 
-/// What the system is to do when something is opened only to be looked at.
-constexpr auto filterOfLooks(std::uint32_t action) {
-    constexpr std::size_t flags = 2; // the argument
+/// What the system is to do at a call whose third argument is meant.
+constexpr auto filterOf(std::uint32_t call, sock_filter isMeant, std::uint32_t action) {
+    constexpr std::size_t third = 2;
     return std::array{load(offsetof(seccomp_data, nr)),
-                      jump(BPF_JEQ, SYS_openat, 1),
+                      jump(BPF_JEQ, call, 1),
                       answer(SECCOMP_RET_ALLOW),
-                      load(offsetof(seccomp_data, args) + flags * sizeof(std::uint64_t)),
-                      jump(BPF_JSET, O_PATH, 1),
+                      load(offsetof(seccomp_data, args) + third * sizeof(std::uint64_t)),
+                      isMeant,
                       answer(SECCOMP_RET_ALLOW),
                       answer(action)};
+}
+
+/// What the system is to do when something is opened only to be looked at.
+constexpr auto filterOfLooks(std::uint32_t action) {
+    return filterOf(SYS_openat, jump(BPF_JSET, O_PATH, 1), action);
 }
 
 /// Has the system answer looks as it does without memory.
 bool forbidLooks() {
     return install(filterOfLooks(SECCOMP_RET_ERRNO | ENOMEM));
+}
+
+/// Has the system fail in whatever the setup says.
+bool forbidWhatFails(const HelperSetup& setup) {
+    return (setup.mayFork || forbidForks()) && (setup.mayLook || forbidLooks()) &&
+           (setup.attributeFailure == 0 || forbid(SYS_fsetxattr, setup.attributeFailure)) &&
+           (setup.volumeFailure == 0 || forbid(SYS_fstatfs, setup.volumeFailure)) &&
+           (setup.renamingFailure == 0 || forbid(SYS_renameat2, setup.renamingFailure));
 }
 
 /// Has the looks of this thread wait for an answer, and returns the descriptor for that.
@@ -297,18 +310,9 @@ void TestedHelper::become(const HelperSetup& setup, int input) {
     ::unsetenv("LSAN_OPTIONS"); // it may name a file that the sandbox hides
     if (!setup.mayFork) {
         ::setenv("LSAN_OPTIONS", "detect_leaks=0", 1); // leaks are looked for by a process
-        if (!forbidForks()) {
-            ::_exit(98);
-        }
     }
-    if (!setup.mayLook && !forbidLooks()) {
-        ::_exit(97);
-    }
-    if (setup.attributeFailure != 0 && !forbid(SYS_fsetxattr, setup.attributeFailure)) {
-        ::_exit(96);
-    }
-    if (setup.volumeFailure != 0 && !forbid(SYS_fstatfs, setup.volumeFailure)) {
-        ::_exit(95);
+    if (!forbidWhatFails(setup)) {
+        ::_exit(98);
     }
     if (::setresuid(setup.runsAs, setup.runsAs, setup.runsAs) == 0) {
         std::string name = QF_HELPER;
@@ -444,6 +448,21 @@ void runWithFailingLooks(const FailingLooks& failing, const std::function<void()
         ASSERT_EQ(::ioctl(looks.get(), SECCOMP_IOCTL_NOTIF_SEND, &answer), 0);
     }
     thread.get();
+}
+
+int statusOfProcess(const std::function<int()>& work) {
+    const pid_t child = ::fork();
+    if (child == 0) {
+        ::_exit(work());
+    }
+    int status = 0;
+    EXPECT_EQ(::waitpid(child, &status, 0), child);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+bool forbidHoles(int number) {
+    return install(filterOf(SYS_lseek, jump(BPF_JEQ, SEEK_HOLE, 1),
+                            SECCOMP_RET_ERRNO | static_cast<std::uint32_t>(number)));
 }
 
 std::string readAll(int descriptor) {

@@ -91,6 +91,8 @@ struct HelperSetup {
     int attributeFailure = 0;
     /// Why the system tells nothing of the volume that an open item is on; 0 if it does.
     int volumeFailure = 0;
+    /// Why the system renames nothing to a name that is to be free; 0 if it does.
+    int renamingFailure = 0;
 };
 
 /// A helper of a test's own, with the test as its client.
@@ -167,6 +169,14 @@ struct FailingLooks {
 
 /// Does some work in a thread of its own in which looks fail.
 void runWithFailingLooks(const FailingLooks& failing, const std::function<void()>& work);
+
+/// Does some work in a process of its own, and returns the status that this ends with, -1 if it
+/// ends otherwise.
+int statusOfProcess(const std::function<int()>& work);
+
+/// Has the system fail to tell this process where the holes of files are, for this reason, and
+/// returns whether it will.
+bool forbidHoles(int number);
 
 /// Returns all that is read from a descriptor up to its end.
 std::string readAll(int descriptor);

@@ -150,6 +150,17 @@ TEST_F(HelperMove, OfAFileToItsOtherNameIsNotDoneWhileTheFirstStays) {
     EXPECT_EQ(::umount(file.c_str()), 0);
 }
 
+TEST_F(HelperMove, TellsTheLogWhereAnItemStaysThatCannotBePutBack) {
+    const std::string file = makeFile(usersDirectory() + "/file", servedUser);
+    const std::string target = makeDirectory(sandbox::everybodysDirectory + "/target");
+    TestedHelper helper({.renamingFailure = EIO});
+    EXPECT_EQ(helper.run("/bin/mv", {"-f", file, target}), Status::startFailed);
+    EXPECT_EQ(helper.nextLogLine(), "what was renamed stays in the folder for it: file");
+    EXPECT_FALSE(exists(file));
+    const fs::directory_iterator left(target);
+    EXPECT_TRUE(exists(left->path().string() + "/file"));
+}
+
 TEST_F(HelperMove, IsRefusedWithoutSourceOrWay) {
     TestedHelper helper;
     const std::string file = makeFile(roots() + "/file");

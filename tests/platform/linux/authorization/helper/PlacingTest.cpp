@@ -103,6 +103,20 @@ TEST_F(HelperPlacing, CopiesTheRestWhereOneItemCannotReplaceWhatIsThere) {
                                "no copy could be put in place: b" + reason}));
 }
 
+TEST_F(HelperPlacing, TellsThatNotAllIsThereWhereOneItemCannotReplaceWhatIs) {
+    using namespace qf::native::helper;
+    makeDirectory(makeDirectory(sandbox::rootsDirectory + "/from") + "/item");
+    makeFile(makeDirectory(sandbox::rootsDirectory + "/to") + "/item");
+    const auto from = openItem(AT_FDCWD, sandbox::rootsDirectory + "/from");
+    const auto to = openItem(AT_FDCWD, sandbox::rootsDirectory + "/to");
+    ASSERT_TRUE(from && to);
+    const int areAllThere = statusOfProcess([&] {
+        const Tool remover{};
+        return Placing(*from, remover).merge(*from, *to, "to") ? 1 : 0;
+    });
+    EXPECT_EQ(areAllThere, 0);
+}
+
 TEST_F(HelperPlacing, MergesIntoNoDirectoryOfAnothersThatAUserCanPutThere) {
     const std::string from = makeDirectory(usersDirectory() + "/folder", servedUser);
     makeFile(makeDirectory(from + "/inner", servedUser) + "/file", servedUser);

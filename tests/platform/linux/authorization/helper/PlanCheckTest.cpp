@@ -561,6 +561,48 @@ TEST_F(HelperPlan, HasItsApplicationsDeletedFromTheTrash) {
     EXPECT_FALSE(exists(trashed));
 }
 
+/// A home directory in the list of accounts; the user is in no list where it is empty.
+class HelperPlanWithoutHome : public HelperPlan, public testing::WithParamInterface<NamedText> {
+protected:
+    void SetUp() override {
+        HelperPlan::SetUp();
+        if (IsSkipped()) {
+            return;
+        }
+        const std::string accounts = makeFile(sandbox::rootsDirectory + "/accounts");
+        std::ofstream list(accounts);
+        list << "root:x:0:0::/root:/bin/sh\n";
+        if (!GetParam().value.empty()) {
+            list << "served:x:" << servedUser << ":65534::" << GetParam().value << ":/bin/sh\n";
+        }
+        ASSERT_EQ(::mount(accounts.c_str(), "/etc/passwd", nullptr, MS_BIND, nullptr), 0);
+        isReplaced_ = true;
+    }
+    void TearDown() override {
+        if (isReplaced_) {
+            EXPECT_EQ(::umount2("/etc/passwd", MNT_DETACH), 0);
+        }
+    }
+
+private:
+    bool isReplaced_ = false;
+};
+
+TEST_P(HelperPlanWithoutHome, HasNothingMoved) {
+    const std::string file = makeFile(machine() + "/item.plist");
+    TestedHelper helper({.kind = HelperKind::planned});
+    EXPECT_EQ(helper.run("/bin/mv", {"-f", file, trash() + "/moved"}), Status::itemUnreachable);
+    EXPECT_EQ(helper.nextLogLine(), "refused a request of user 12345: an item cannot be reached: "
+                                    "the home folder of user 12345");
+    EXPECT_TRUE(exists(file));
+}
+
+INSTANTIATE_TEST_SUITE_P(, HelperPlanWithoutHome,
+                         testing::Values(NamedText{{"UnknownUser"}, ""},
+                                         NamedText{{"TheWholeMachine"}, "/"},
+                                         NamedText{{"NoAbsolutePath"}, "tmp/homes/served"}),
+                         nameOfCase);
+
 // What root owns then could be put where all users find it.
 TEST_F(HelperPlan, HasNothingOfTheUsersGivenToRoot) {
     const std::string file = makeFile(job(), servedUser, 0600);
