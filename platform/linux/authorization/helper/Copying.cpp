@@ -107,12 +107,14 @@ std::vector<std::string> namesOf(const FileDescriptor& directory) {
                                                      ::closedir);
     require(stream != nullptr);
     std::vector<std::string> names;
-    while (const dirent* entry = ::readdir(stream.get())) {
+    const dirent* entry = nullptr;
+    while ((errno = 0, entry = ::readdir(stream.get())) != nullptr) {
         const std::string_view name = static_cast<const char*>(entry->d_name);
         if (name != "." && name != "..") {
             names.emplace_back(name);
         }
     }
+    require(errno == 0); // what is not listed would be taken away with the rest
     return names;
 }
 

@@ -125,6 +125,21 @@ TEST_F(HelperCopy, FailsWhereTheSystemCannotTellWhereAHoleIs) {
     EXPECT_EQ(status, 0);
 }
 
+TEST_F(HelperCopy, TakesNoDirectoryForEmptyThatCannotBeListed) {
+    using namespace qf::native::helper;
+    const int status = statusOfProcess([&] {
+        const auto directory = openItem(AT_FDCWD, usersDirectory());
+        try {
+            forbidLists(EIO);
+            forEachIn(*directory, Reader(0), [](const Item& /*item*/, const auto& /*name*/) {});
+            return 1;
+        } catch (const Refusal& refusal) {
+            return refusal.about == std::to_string(EIO) ? 0 : 2;
+        }
+    });
+    EXPECT_EQ(status, 0);
+}
+
 /// A file that is copied to where attributes cannot be set.
 class HelperCopyOfAttributes : public HelperCopy {
 protected:

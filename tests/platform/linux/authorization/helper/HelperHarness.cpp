@@ -465,6 +465,10 @@ bool forbidHoles(int number) {
                             SECCOMP_RET_ERRNO | static_cast<std::uint32_t>(number)));
 }
 
+bool forbidLists(int number) {
+    return forbid(SYS_getdents64, number);
+}
+
 std::string readAll(int descriptor) {
     std::string all;
     std::array<char, 4096> bytes{};

@@ -178,5 +178,8 @@ int statusOfProcess(const std::function<int()>& work);
 /// returns whether it will.
 bool forbidHoles(int number);
 
+/// Likewise, to list what is in directories.
+bool forbidLists(int number);
+
 /// Returns all that is read from a descriptor up to its end.
 std::string readAll(int descriptor);
