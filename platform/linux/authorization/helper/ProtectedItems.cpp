@@ -8,6 +8,7 @@
 #include <poll.h>
 #include <pwd.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <memory>
 #include <vector>
@@ -55,8 +56,12 @@ void ProtectedItems::addTopLevel() {
     if (!directory) {
         throw Refusal{Status::startFailed, "/"};
     }
-    while (const dirent* entry = ::readdir(directory.get())) {
+    const dirent* entry = nullptr;
+    while ((errno = 0, entry = ::readdir(directory.get())) != nullptr) {
         add(std::string("/") + static_cast<const char*>(entry->d_name));
+    }
+    if (errno != 0) {
+        throw Refusal{Status::startFailed, "/"};
     }
 }
 
@@ -82,6 +87,9 @@ void ProtectedItems::addMountPoints() {
     std::vector<char> line(longestMountLine);
     while (::getmntent_r(mounts.get(), &mount, line.data(), longestMountLine) != nullptr) {
         add(mount.mnt_dir);
+    }
+    if (::ferror(mounts.get()) != 0) {
+        throw Refusal{Status::startFailed, "/proc/self/mounts"};
     }
 }
 

@@ -9,6 +9,7 @@
 #include <fcntl.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/sysmacros.h>
 #include <sys/xattr.h>
 #include <unistd.h>
@@ -130,7 +131,7 @@ TEST_F(HelperCopy, TakesNoDirectoryForEmptyThatCannotBeListed) {
     const int status = statusOfProcess([&] {
         const auto directory = openItem(AT_FDCWD, usersDirectory());
         try {
-            forbidLists(EIO);
+            forbid(SYS_getdents64, EIO);
             forEachIn(*directory, Reader(0), [](const Item& /*item*/, const auto& /*name*/) {});
             return 1;
         } catch (const Refusal& refusal) {

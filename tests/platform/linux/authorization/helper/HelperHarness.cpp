@@ -149,13 +149,6 @@ bool forbidForks() {
                               answer(SECCOMP_RET_ERRNO | EAGAIN)});
 }
 
-/// Has a system call fail, for this reason.
-bool forbid(std::uint32_t call, int number) {
-    return install(std::array{load(offsetof(seccomp_data, nr)), jump(BPF_JEQ, call, 1),
-                              answer(SECCOMP_RET_ALLOW),
-                              answer(SECCOMP_RET_ERRNO | static_cast<std::uint32_t>(number))});
-}
-
 /// What the system is to do at a call whose third argument is meant.
 constexpr auto filterOf(std::uint32_t call, sock_filter isMeant, std::uint32_t action) {
     constexpr std::size_t third = 2;
@@ -177,6 +170,16 @@ constexpr auto filterOfLooks(std::uint32_t action) {
 bool forbidLooks() {
     return install(filterOfLooks(SECCOMP_RET_ERRNO | ENOMEM));
 }
+
+} // namespace
+
+bool forbid(std::uint32_t call, int number) {
+    return install(std::array{load(offsetof(seccomp_data, nr)), jump(BPF_JEQ, call, 1),
+                              answer(SECCOMP_RET_ALLOW),
+                              answer(SECCOMP_RET_ERRNO | static_cast<std::uint32_t>(number))});
+}
+
+namespace {
 
 /// Has the system fail in whatever the setup says.
 bool forbidWhatFails(const HelperSetup& setup) {
@@ -463,10 +466,6 @@ int statusOfProcess(const std::function<int()>& work) {
 bool forbidHoles(int number) {
     return install(filterOf(SYS_lseek, jump(BPF_JEQ, SEEK_HOLE, 1),
                             SECCOMP_RET_ERRNO | static_cast<std::uint32_t>(number)));
-}
-
-bool forbidLists(int number) {
-    return forbid(SYS_getdents64, number);
 }
 
 std::string readAll(int descriptor) {

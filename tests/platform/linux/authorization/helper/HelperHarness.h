@@ -9,6 +9,7 @@
 #include <sys/types.h>
 
 #include <cerrno>
+#include <cstdint>
 #include <deque>
 #include <functional>
 #include <optional>
@@ -178,8 +179,9 @@ int statusOfProcess(const std::function<int()>& work);
 /// returns whether it will.
 bool forbidHoles(int number);
 
-/// Likewise, to list what is in directories.
-bool forbidLists(int number);
+/// Has a system call of this process fail from now on, for this reason, and returns whether it
+/// will.
+bool forbid(std::uint32_t call, int number);
 
 /// Returns all that is read from a descriptor up to its end.
 std::string readAll(int descriptor);

@@ -2,13 +2,20 @@
 
 #include "platform/linux/authorization/helper/ProtectedItems.h"
 
+#include "platform/linux/authorization/helper/Refusal.h"
 #include "tests/platform/linux/authorization/helper/HelperHarness.h"
+#include "tests/support/NamedCase.h"
 
 #include <fcntl.h>
 #include <sys/mount.h>
+#include <sys/syscall.h>
+
+#include <cerrno>
+#include <cstdint>
 
 using qf::native::helper::openItem;
 using qf::native::helper::ProtectedItems;
+using qf::native::helper::Refusal;
 
 class HelperProtectedItems : public HelperTest {
 protected:
@@ -43,3 +50,33 @@ TEST_F(HelperProtectedItems, AreLookedForAgainWhenSomethingHasBeenMounted) {
     ASSERT_EQ(::umount2(inner.c_str(), MNT_DETACH), 0);
     EXPECT_FALSE(contain(directory));
 }
+
+/// A system call that fails, and what cannot be told then.
+struct FailingList : NamedCase {
+    std::uint32_t call;
+    const char* about;
+};
+
+class HelperProtectedItemsThatFail : public HelperTest,
+                                     public testing::WithParamInterface<FailingList> {};
+
+TEST_P(HelperProtectedItemsThatFail, AreNotTakenForFew) {
+    const int status = statusOfProcess([] {
+        ProtectedItems items(servedUser);
+        const auto item = openItem(AT_FDCWD, sandbox::rootsDirectory);
+        try {
+            forbid(GetParam().call, EIO);
+            items.contain(*item);
+            return 1;
+        } catch (const Refusal& refusal) {
+            return refusal.about == GetParam().about ? 0 : 2;
+        }
+    });
+    EXPECT_EQ(status, 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(, HelperProtectedItemsThatFail,
+                         testing::Values(FailingList{{"TopLevelDirectories"}, SYS_getdents64, "/"},
+                                         FailingList{
+                                             {"MountPoints"}, SYS_read, "/proc/self/mounts"}),
+                         nameOfCase);
