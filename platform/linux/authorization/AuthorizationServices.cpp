@@ -90,20 +90,15 @@ bool AuthorizationServices::holdsRights(AuthorizationRef ref) {
 
 /// A handle that is replaced by another may never be freed; its helper is not to go on for it.
 void AuthorizationServices::giveUpAll() {
-    std::vector<Connection> connections;
     const std::lock_guard lock(mutex_);
     for (auto& [ref, connection] : handles_) {
-        connections.push_back(std::exchange(connection, nullptr));
+        connection.reset();
     }
 }
 
 void AuthorizationServices::free(AuthorizationRef ref, AuthorizationFlags /*flags*/) {
-    Connection connection;
     const std::lock_guard lock(mutex_);
-    if (const auto handle = handles_.find(ref); handle != handles_.end()) {
-        connection.swap(handle->second);
-        handles_.erase(handle);
-    }
+    handles_.erase(ref);
 }
 
 AuthorizationResult<AuthorizationRef>
