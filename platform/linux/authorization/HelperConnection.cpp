@@ -80,9 +80,6 @@ std::optional<HelperConnection::Answer> HelperConnection::receive() {
     helper::PassingMessage<int> message(&answer.reply, sizeof answer.reply);
     const ssize_t size =
         retryOnEintr([&] { return message.receive(socket_.get(), MSG_CMSG_CLOEXEC); });
-    if (size <= 0) {
-        return std::nullopt;
-    }
     answer.output = FileDescriptor(message.passed().value_or(-1));
     const bool isReply =
         size == sizeof answer.reply && answer.reply.signature == helper::Reply{}.signature;

@@ -2,9 +2,13 @@
 
 #include "platform/linux/authorization/HelperConnection.h"
 
+#include "platform/linux/authorization/helper/PassingMessage.h"
+#include "tests/support/OpenDescriptors.h"
+
 #include <gtest/gtest.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
+#include <unistd.h>
 
 #include <array>
 #include <chrono>
@@ -70,6 +74,16 @@ TEST(HelperConnection, TakesNothingElseForAHelper) {
     EXPECT_FALSE(connection.handshake());
     EXPECT_FALSE(connection.handshake());
     EXPECT_FALSE(connection.handshake(std::chrono::milliseconds(1))); // nobody answers
+}
+
+TEST(HelperConnection, KeepsNothingThatComesWithAnEmptyAnswer) {
+    Ends ends = makeEnds();
+    native::helper::PassingMessage<int> message(nullptr, 0);
+    ASSERT_EQ(message.send(ends.helper.get(), STDIN_FILENO, 0), 0);
+    HelperConnection connection(std::move(ends.program));
+    const auto open = openDescriptors();
+    EXPECT_FALSE(connection.handshake());
+    EXPECT_EQ(openDescriptors(), open);
 }
 
 TEST(HelperConnection, TellsWhenTheHelperHasGone) {
