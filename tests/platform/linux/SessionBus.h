@@ -7,7 +7,14 @@
 /// A session bus of the test's own, which DBUS_SESSION_BUS_ADDRESS names while it lives.
 class SessionBus {
 public:
-    SessionBus() : bus_(g_test_dbus_new(G_TEST_DBUS_NONE)) { g_test_dbus_up(bus_); }
+    SessionBus() : SessionBus(nullptr) {}
+    /// It knows the services that this directory describes.
+    explicit SessionBus(const char* services) : bus_(g_test_dbus_new(G_TEST_DBUS_NONE)) {
+        if (services != nullptr) {
+            g_test_dbus_add_service_dir(bus_, services);
+        }
+        g_test_dbus_up(bus_);
+    }
     ~SessionBus() {
         g_test_dbus_stop(bus_);
         g_object_unref(bus_);

@@ -3,6 +3,7 @@
 #include "platform/linux/authorization/PolkitAgent.h"
 
 #include "platform/linux/system/GLibOwners.h"
+#include "tests/platform/linux/BusName.h"
 #include "tests/platform/linux/SessionBus.h"
 #include "tests/support/Eventually.h"
 #include "tests/support/ScopedEnvironment.h"
@@ -16,6 +17,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <thread>
 
 using namespace qf::native;
 
@@ -42,19 +44,11 @@ public:
     explicit AskingPolkit(const std::string& address)
         : node_(g_dbus_node_info_new_for_xml(authorityDescription, nullptr),
                 g_dbus_node_info_unref),
-          bus_(g_dbus_connection_new_for_address_sync(
-              address.c_str(),
-              static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
-                                                G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
-              nullptr, nullptr, nullptr)) {
+          bus_(address, "org.freedesktop.PolicyKit1") {
         static const GDBusInterfaceVTable table{called, nullptr, nullptr, {}};
-        g_dbus_connection_register_object(bus_.get(), "/org/freedesktop/PolicyKit1/Authority",
+        g_dbus_connection_register_object(bus_.connection(),
+                                          "/org/freedesktop/PolicyKit1/Authority",
                                           node_->interfaces[0], &table, nullptr, nullptr, nullptr);
-        const OwnedVariant named(g_dbus_connection_call_sync(
-            bus_.get(), "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
-            "RequestName", g_variant_new("(su)", "org.freedesktop.PolicyKit1", 0U), nullptr,
-            G_DBUS_CALL_FLAGS_NONE, -1, nullptr, nullptr));
-        EXPECT_NE(named, nullptr);
     }
 
     /// Serves agents on the test's thread while `work` runs on another.
@@ -85,17 +79,23 @@ private:
     }
 
     const std::unique_ptr<GDBusNodeInfo, decltype(&g_dbus_node_info_unref)> node_;
-    const Owned<GDBusConnection> bus_;
+    const BusName bus_;
+};
+
+/// A question, and the thread that it came to.
+struct AskedQuestion {
+    PolkitQuestion question;
+    std::thread::id thread;
 };
 
 /// Returns the question that an agent is asked; nothing if none comes for long.
-std::optional<PolkitQuestion> questionOfPolkit() {
-    std::promise<PolkitQuestion> asked;
+std::optional<AskedQuestion> questionOfPolkit() {
+    std::promise<AskedQuestion> asked;
     auto question = asked.get_future();
     const PolkitAgent agent(
         ::getpid(), [](const auto&, int) { return PolkitAnswer{}; },
         [&asked](const PolkitQuestion& given) {
-            asked.set_value(given);
+            asked.set_value({given, std::this_thread::get_id()});
             return false;
         });
     return question.wait_for(std::chrono::minutes(1)) == std::future_status::ready
@@ -109,10 +109,19 @@ TEST(PolkitQuestion, TellsWhichProcessAsksForWhat) {
     const SessionBus bus;
     const ScopedEnvironment systemBus("DBUS_SYSTEM_BUS_ADDRESS", bus.address());
     const AskingPolkit polkit(bus.address());
-    const auto question = AskingPolkit::serveWhile(questionOfPolkit);
-    ASSERT_TRUE(question);
-    EXPECT_EQ(question->action, "an action");
-    EXPECT_EQ(question->asker, 4711);
+    const auto asked = AskingPolkit::serveWhile(questionOfPolkit);
+    ASSERT_TRUE(asked);
+    EXPECT_EQ(asked->question.action, "an action");
+    EXPECT_EQ(asked->question.asker, 4711);
+}
+
+TEST(PolkitQuestion, DoesNotComeToTheThreadThatServesTheProgramsEvents) {
+    const SessionBus bus;
+    const ScopedEnvironment systemBus("DBUS_SYSTEM_BUS_ADDRESS", bus.address());
+    const AskingPolkit polkit(bus.address());
+    const auto asked = AskingPolkit::serveWhile(questionOfPolkit);
+    ASSERT_TRUE(asked);
+    EXPECT_NE(asked->thread, std::this_thread::get_id());
 }
 
 namespace {

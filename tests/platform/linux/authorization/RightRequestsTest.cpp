@@ -13,6 +13,7 @@
 #include <sys/prctl.h>
 
 #include <string>
+#include <thread>
 #include <vector>
 
 using namespace qf;
@@ -106,4 +107,15 @@ TEST_F(RightRequestsTest, FailsWithoutPolkit) {
     EXPECT_EQ(requests.ask().error(), errAuthorizationInternal);
     EXPECT_EQ(requests.authorize(credentials("root", "x")).error(), errAuthorizationInternal);
     EXPECT_EQ(console.lines, std::vector<std::string>{});
+}
+
+TEST_F(RightRequestsTest, AreMadeByManyThreadsAtOnce) {
+    const auto ask = [&] {
+        for (int request = 0; request < 100; ++request) {
+            EXPECT_EQ(requests.ask().error(), errAuthorizationInternal);
+        }
+    };
+    const std::jthread first(ask);
+    const std::jthread second(ask);
+    ask();
 }
