@@ -53,7 +53,7 @@ StartedHelper RightRequests::ask() {
         question_ = answer.get_future().share();
     }
     auto started = askAlone();
-    const std::lock_guard lock(mutex_);
+    const std::lock_guard answering(mutex_);
     question_ = {};
     answer.set_value(started);
     return started;
