@@ -124,6 +124,10 @@ void RunRecorder::rowEnded(const PlanRow& row) {
     });
 }
 
+void RunRecorder::itemMissed(const std::string& path) {
+    record([&] { isComplete_ = isComplete_ && !isThere(path); });
+}
+
 void RunRecorder::walkEnded() {
     record([&] {
         // A job's file may have stayed in a step that has no end.

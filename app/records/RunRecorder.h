@@ -28,6 +28,9 @@ public:
     /// To be called when a tool that moves the item has ended.
     void itemEnded(const std::string& path, const qf::TrashResult& result) override;
     void rowEnded(const PlanRow& row) override;
+    /// To be called for an item that existed before the run and was no item of any row, because a
+    /// directory could not be read, for example. The run is not complete if it is still there.
+    void itemMissed(const std::string& path);
     void walkEnded() override;
 
     /// Returns the number of the record; 0 if there is none.

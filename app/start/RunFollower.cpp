@@ -59,6 +59,9 @@ void RunFollower::rowEnded(const PlanRow& row) {
 }
 
 void RunFollower::walkEnded() {
+    for (const auto& path : found_) {
+        recorder_->itemMissed(path);
+    }
     recorder_->walkEnded();
     inhibition_.reset();
 }

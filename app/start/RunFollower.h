@@ -37,7 +37,7 @@ private:
     qf::Label* item_ = nullptr;
     bool hasBegun_ = false;
     std::unique_ptr<qf::Inhibition> inhibition_;
-    std::set<std::string> found_;
+    std::set<std::string> found_; ///< Before the first row, and not begun with.
     std::size_t number_ = 0;
 };
 

@@ -125,6 +125,28 @@ TEST_F(RunFollowerTest, HasTheRunRecordedWithWhetherSharedItemsGo) {
     EXPECT_NE(contentOf(runs.file(1)).find("\"removeShared\":true"), std::string::npos);
 }
 
+TEST_F(RunFollowerTest, CallsARunCompleteOnlyIfNoRowHasMissedWhatIsThere) {
+    const auto item = home.write("a");
+    inventory.rows = {{.action = PlanAction::trash, .path = item, .state = ItemState::found},
+                      {.action = PlanAction::trash, .path = home / "b", .state = ItemState::found}};
+    follower.rowBegan(row);
+    follower.rowEnded(row);
+
+    follower.walkEnded();
+
+    EXPECT_NE(contentOf(runs.file(1)).find("\"complete\":false"), std::string::npos);
+}
+
+TEST_F(RunFollowerTest, CallsARunCompleteWhoseMissedItemsAreGone) {
+    inventory.rows = {{.action = PlanAction::trash, .path = home / "b", .state = ItemState::found}};
+    follower.rowBegan(row);
+    follower.rowEnded(row);
+
+    follower.walkEnded();
+
+    EXPECT_NE(contentOf(runs.file(1)).find("\"complete\":true"), std::string::npos);
+}
+
 TEST_F(RunFollowerTest, HasAStepRecordedOnceItsToolHasEnded) {
     const auto item = home.write("a");
     const PlanRow itemsRow{PlanAction::trash, item, {}};
