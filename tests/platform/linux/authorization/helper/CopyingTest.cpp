@@ -5,6 +5,7 @@
 #include "platform/linux/authorization/helper/Refusal.h"
 #include "tests/platform/linux/authorization/helper/Attacker.h"
 #include "tests/platform/linux/authorization/helper/PlantedItems.h"
+#include "tests/support/NamedCase.h"
 
 #include <fcntl.h>
 #include <sys/mount.h>
@@ -15,6 +16,8 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <climits>
+#include <cstddef>
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
@@ -80,7 +83,8 @@ TEST_F(HelperCopy, CopiesOwnersRightsTimesAttributesHolesAndNames) {
     fs::create_hard_link(file, directory + "/name");
     makeFile(directory + "/sparse", servedUser);
     fs::resize_file(directory + "/sparse", 1ULL << 40U);
-    const bool hasAttributes = ::setxattr(file.c_str(), "user.note", "x", 1, 0) == 0;
+    const bool hasAttributes = ::setxattr(file.c_str(), "user.note", "x", 1, 0) == 0 &&
+                               ::setxattr(file.c_str(), "user.empty", "", 0, 0) == 0;
     makeOld(file);
     makeOld(directory);
     const std::string copied = usersDirectory() + "/copy";
@@ -97,6 +101,7 @@ TEST_F(HelperCopy, CopiesOwnersRightsTimesAttributesHolesAndNames) {
     if (hasAttributes) {
         char note = 0;
         EXPECT_EQ(::getxattr((copied + "/file").c_str(), "user.note", &note, 1), 1);
+        EXPECT_EQ(::getxattr((copied + "/file").c_str(), "user.empty", nullptr, 0), 0);
     }
 }
 
@@ -108,22 +113,114 @@ TEST_F(HelperCopy, CopiesWhatIsBehindAHole) {
     EXPECT_TRUE(contentOf(usersDirectory() + "/copy").ends_with("behind it"));
 }
 
-TEST_F(HelperCopy, FailsWhereTheSystemCannotTellWhereAHoleIs) {
+/// What a seek looks for.
+struct Sought : NamedCase {
+    int whence;
+};
+
+class HelperCopyOfWhatIsSought : public HelperCopy, public testing::WithParamInterface<Sought> {};
+
+TEST_P(HelperCopyOfWhatIsSought, FailsWhereTheSystemCannotTellWhereItIs) {
     using namespace qf::native::helper;
     const std::string file = makeFile(sandbox::rootsDirectory + "/file");
     const std::string copied = makeFile(sandbox::rootsDirectory + "/copy");
     const int status = statusOfProcess([&] {
-        constexpr rlimit seconds{10, 10}; // ends who looks for holes without end
+        constexpr rlimit seconds{10, 10}; // ends who looks for it without end
         ::setrlimit(RLIMIT_CPU, &seconds);
         const FileDescriptor to(::open(copied.c_str(), O_WRONLY | O_CLOEXEC));
         try {
-            return forbidHoles(EIO) && copyContent(*openItem(AT_FDCWD, file), Reader(0), to) ? 1
-                                                                                             : 2;
+            forbidSeeks(GetParam().whence, EIO);
+            copyContent(*openItem(AT_FDCWD, file), Reader(0), to);
+            return 1;
         } catch (const Refusal& refusal) {
-            return refusal.about == std::to_string(EIO) ? 0 : 3;
+            return refusal.about == std::to_string(EIO) ? 0 : 2;
         }
     });
     EXPECT_EQ(status, 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(, HelperCopyOfWhatIsSought,
+                         testing::Values(Sought{{"Holes"}, SEEK_HOLE}, Sought{{"Data"}, SEEK_DATA}),
+                         nameOfCase);
+
+/// A system call that fails while an item with attributes is copied, and whether it is copied all
+/// the same.
+struct FailingAttributes : NamedCase {
+    std::uint32_t call;
+    int number;
+    bool isCopied;
+};
+
+class HelperCopyOfFailingAttributes : public HelperCopy,
+                                      public testing::WithParamInterface<FailingAttributes> {};
+
+TEST_P(HelperCopyOfFailingAttributes, IsMadeIfTheyAreGoneAndNotIfTheyCannotBeRead) {
+    using namespace qf::native::helper;
+    const std::string file = makeFile(sandbox::rootsDirectory + "/file");
+    if (::setxattr(file.c_str(), "user.note", "x", 1, 0) != 0) {
+        GTEST_SKIP() << "the volume keeps no attributes of users";
+    }
+    const auto directory = openItem(AT_FDCWD, makeDirectory(sandbox::rootsDirectory + "/closed"));
+    const int status = statusOfProcess([&] {
+        try {
+            forbid(GetParam().call, GetParam().number);
+            copyItem(*openItem(AT_FDCWD, file), Reader(0), *directory, "copy", 0);
+            return GetParam().isCopied ? 0 : 1;
+        } catch (const Refusal&) {
+            return GetParam().isCopied ? 2 : 0;
+        }
+    });
+    EXPECT_EQ(status, 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    , HelperCopyOfFailingAttributes,
+    testing::Values(FailingAttributes{{"Unlisted"}, SYS_flistxattr, EIO, false},
+                    FailingAttributes{{"Unsupported"}, SYS_flistxattr, ENOTSUP, true},
+                    FailingAttributes{{"Unread"}, SYS_fgetxattr, EIO, false},
+                    FailingAttributes{{"Gone"}, SYS_fgetxattr, ENODATA, true}),
+    nameOfCase);
+
+TEST_F(HelperCopy, CopiesLinksOfAnyLength) {
+    using namespace qf::native::helper;
+    const auto directory = openItem(AT_FDCWD, makeDirectory(sandbox::rootsDirectory + "/closed"));
+    for (const std::size_t length : {std::size_t{1}, std::size_t{PATH_MAX - 1}}) {
+        const std::string link = sandbox::rootsDirectory + "/link" + std::to_string(length);
+        makeLink(std::string(length, 'x'), link, 0);
+        const auto name = "copy" + std::to_string(length);
+
+        copyItem(*openItem(AT_FDCWD, link), Reader(0), *directory, name, 0);
+
+        const auto copied = sandbox::rootsDirectory + "/closed/" + name;
+        EXPECT_EQ(fs::read_symlink(copied).string(), std::string(length, 'x'));
+    }
+}
+
+TEST_F(HelperCopy, LowersNoLimit) {
+    rlimit before{};
+    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &before), 0);
+    const int status = statusOfProcess([&] {
+        rlimit after{};
+        qf::native::helper::liftLimits();
+        ::getrlimit(RLIMIT_NOFILE, &after);
+        return after.rlim_max >= before.rlim_max && after.rlim_cur >= before.rlim_cur ? 0 : 1;
+    });
+    EXPECT_EQ(status, 0);
+}
+
+TEST_F(HelperCopy, FailsWhereAnItemInADirectoryCannotBeLookedAt) {
+    using namespace qf::native::helper;
+    makeFile(makeDirectory(sandbox::rootsDirectory + "/folder") + "/file");
+    const auto directory = openItem(AT_FDCWD, sandbox::rootsDirectory + "/folder");
+    std::string failure;
+    runWithFailingLooks({.number = EIO}, [&] {
+        try {
+            forEachIn(*directory, Reader(0), [](const Item& /*item*/, const auto& /*name*/) {});
+        } catch (const Refusal& refusal) {
+            failure = refusal.about;
+        }
+    });
+    EXPECT_EQ(failure, std::to_string(EIO));
 }
 
 TEST_F(HelperCopy, TakesNoDirectoryForEmptyThatCannotBeListed) {

@@ -463,8 +463,8 @@ int statusOfProcess(const std::function<int()>& work) {
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
-bool forbidHoles(int number) {
-    return install(filterOf(SYS_lseek, jump(BPF_JEQ, SEEK_HOLE, 1),
+bool forbidSeeks(int whence, int number) {
+    return install(filterOf(SYS_lseek, jump(BPF_JEQ, static_cast<std::uint32_t>(whence), 1),
                             SECCOMP_RET_ERRNO | static_cast<std::uint32_t>(number)));
 }
 

@@ -175,9 +175,9 @@ void runWithFailingLooks(const FailingLooks& failing, const std::function<void()
 /// ends otherwise.
 int statusOfProcess(const std::function<int()>& work);
 
-/// Has the system fail to tell this process where the holes of files are, for this reason, and
-/// returns whether it will.
-bool forbidHoles(int number);
+/// Has the system fail to tell this process where the data (SEEK_DATA) or the holes (SEEK_HOLE) of
+/// files are, for this reason, and returns whether it will.
+bool forbidSeeks(int whence, int number);
 
 /// Has a system call of this process fail from now on, for this reason, and returns whether it
 /// will.

@@ -8,6 +8,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
 #include <filesystem>
 #include <set>
@@ -25,6 +26,26 @@ TEST_F(HelperPlacing, KnowsWhetherAToolSucceeds) {
         const std::string path = isSuccess ? "/bin/true" : "/bin/false";
         EXPECT_EQ(succeeds({path, *openItem(AT_FDCWD, fs::canonical(path))}, {}), isSuccess);
     }
+}
+
+TEST_F(HelperPlacing, HasAToolGoOnWhoseComplaintsNobodyReads) {
+    const std::string made = usersDirectory() + "/made";
+    const std::string path = "/bin/sh";
+    const int status = statusOfProcess([&] {
+        std::array<int, 2> pipe{};
+        if (::pipe(pipe.data()) != 0) {
+            return 1;
+        }
+        ::dup2(pipe[1], STDERR_FILENO);
+        ::close(pipe[0]);
+        ::close(pipe[1]);
+        const qf::native::helper::Tool tool{
+            path, *qf::native::helper::openItem(AT_FDCWD, fs::canonical(path))};
+        const std::string script = "echo complaint >&2; : > '" + made + "'";
+        return qf::native::helper::succeeds(tool, {"-c", script}) ? 0 : 2;
+    });
+    EXPECT_EQ(status, 0);
+    EXPECT_TRUE(exists(made));
 }
 
 TEST_F(HelperPlacing, EndsTheProcessThatCannotBecomeATool) {

@@ -17,5 +17,7 @@ TEST(HelperRefusal, IsASentenceOfItsOwnForEachStatus) {
     EXPECT_EQ(sentences.size(), static_cast<std::size_t>(last - first + 1));
     EXPECT_EQ(sentence({Status::toolMissing, "/a"}), "there is no such tool: /a");
     EXPECT_EQ(sentence({Status::itemUnreachable, "/a"}), "an item cannot be reached: /a");
+    EXPECT_EQ(sentence({Status::itemRedirected, "/a"}),
+              "a link leads to a folder that is not its owner's: /a");
     EXPECT_EQ(sentence({}), "the tool cannot be started: ");
 }
