@@ -19,9 +19,9 @@ bool unfolds(const std::string& bytes, std::size_t size = 10000, std::size_t lev
 }
 
 /// A good list in which `bytes` replace those at a position in the trailer.
-std::string withTrailer(std::size_t position, const std::string& bytes) {
+std::string withTrailer(std::size_t position, const std::string& bytes,
+                        std::string list = listOf({arrayOf({1}), trueObject})) {
     constexpr std::size_t trailerSize = 32;
-    auto list = listOf({arrayOf({1}), trueObject});
     return list.replace(list.size() - trailerSize + position, bytes.size(), bytes);
 }
 
@@ -90,6 +90,18 @@ TEST(BinaryPropertyList, RefusesObjectsThatReachBeyondTheBytes) {
     EXPECT_FALSE(unfolds(listOf({std::string("\xAF\x13") + std::string(8, '\xFF')})));
     EXPECT_FALSE(unfolds(listOf({std::string("\x4F\x14") + std::string(16, '\x01')})));
     EXPECT_FALSE(unfolds(listOf({"\x5E"})));
+}
+
+TEST(BinaryPropertyList, RefersToNoObjectBehindTheLast) {
+    // Depending on the number, other memory is behind what is known of the objects.
+    for (std::size_t count = 1; count <= 50; ++count) {
+        std::vector<std::string> objects(count + 1, trueObject);
+        objects.front() = arrayOf({count});
+        const auto list = listOf(objects);
+
+        EXPECT_TRUE(unfolds(list)) << count;
+        EXPECT_FALSE(unfolds(withTrailer(8, bigEndian(count, 8), list))) << count;
+    }
 }
 
 TEST(BinaryPropertyList, HoldsAnIdentifierOfOneByteMoreThanItsMarkerSays) {

@@ -1,9 +1,11 @@
 #include "platform/linux/plist/PropertyListNodes.h"
 
+#include "tests/platform/linux/plist/BinaryLists.h"
 #include "tests/platform/linux/plist/NumbersWithComma.h"
 
 #include <gtest/gtest.h>
 
+#include <bit>
 #include <chrono>
 #include <clocale>
 #include <cstdlib>
@@ -18,10 +20,23 @@ using qf::native::xmlOf;
 
 namespace {
 
+/// As bits of a floating-point number.
+constexpr auto tenToThe300 = std::bit_cast<std::uint64_t>(1e300);
+
 Value nestedArrays(int levels) {
     Value value = 1;
     for (int level = 0; level < levels; ++level) {
         value = Value::Array{std::move(value)};
+    }
+    return value;
+}
+
+Value nestedDictionaries(int levels) {
+    Value value = 1;
+    for (int level = 0; level < levels; ++level) {
+        Value::Dictionary outer;
+        outer["key"] = std::move(value);
+        value = std::move(outer);
     }
     return value;
 }
@@ -61,6 +76,20 @@ TEST(PropertyListNodes, TellTheSecondBeforeTheReferenceDateFromTheOneAfter) {
                                                       Date(reference + microseconds(250'000))}));
 }
 
+TEST(PropertyListNodes, HaveNoPartOfASecondBeyondWhatCanBeCounted) {
+    using std::chrono::seconds;
+    const auto huge = binary_lists::listOf({"\x33" + binary_lists::bigEndian(tenToThe300, 8)});
+    plist_t made = nullptr;
+    plist_from_bin(huge.data(), static_cast<std::uint32_t>(huge.size()), &made);
+    const PropertyListNode node(made);
+
+    const auto value = valueOf(node.get());
+
+    const auto* date = value.as<Date>();
+    ASSERT_NE(date, nullptr);
+    EXPECT_EQ(*date, std::chrono::floor<seconds>(*date));
+}
+
 TEST(PropertyListNodes, AreNoneForNullAndForWhatHasNoCounterpart) {
     EXPECT_TRUE(valueOf(nullptr).isNone());
     EXPECT_FALSE(nodeOf(Value()));
@@ -72,6 +101,8 @@ TEST(PropertyListNodes, AreNoneForNullAndForWhatHasNoCounterpart) {
 TEST(PropertyListNodes, NestNoDeeperThanIsRead) {
     EXPECT_TRUE(nodeOf(nestedArrays(512)));
     EXPECT_FALSE(nodeOf(nestedArrays(513)));
+    EXPECT_TRUE(nodeOf(nestedDictionaries(512)));
+    EXPECT_FALSE(nodeOf(nestedDictionaries(513)));
 }
 
 TEST(PropertyListNodes, AreWrittenInXml) {
