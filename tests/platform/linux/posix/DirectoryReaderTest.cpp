@@ -7,6 +7,7 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
+#include <array>
 #include <map>
 
 using qf::ItemKind;
@@ -24,6 +25,19 @@ std::map<std::string, ItemKind> entriesOf(DirectoryReader& reader) {
     return entries;
 }
 
+bool hidesKinds = false;
+
+/// Has directories tell no kinds of their entries, as on some volumes, for a scope.
+class HiddenKinds {
+public:
+    HiddenKinds() { hidesKinds = true; }
+    ~HiddenKinds() { hidesKinds = false; }
+    HiddenKinds(const HiddenKinds&) = delete;
+    HiddenKinds& operator=(const HiddenKinds&) = delete;
+    HiddenKinds(HiddenKinds&&) = delete;
+    HiddenKinds& operator=(HiddenKinds&&) = delete;
+};
+
 DirectoryReader readerAt(const std::string& path) {
     return *DirectoryReader::of(*opened(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)));
 }
@@ -40,6 +54,38 @@ TEST(DirectoryReaderTest, TellsEveryEntryExceptTheDirectoryAndTheOneAbove) {
                                                                   {"folder", ItemKind::directory},
                                                                   {"link", ItemKind::link},
                                                                   {"fifo", ItemKind::other}}));
+}
+
+TEST(DirectoryReaderTest, LooksAtEntriesOfWhichTheDirectoryTellsNoKind) {
+    const TemporaryDirectory directory;
+    directory.write("file");
+    directory.makeDirectory("folder");
+    ::symlink("folder", (directory / "link").c_str());
+    auto reader = readerAt(directory.path());
+    const HiddenKinds hidden;
+
+    EXPECT_EQ(entriesOf(reader), (std::map<std::string, ItemKind>{{"file", ItemKind::file},
+                                                                  {"folder", ItemKind::directory},
+                                                                  {"link", ItemKind::link}}));
+}
+
+TEST(DirectoryReaderTest, TakesAnEntryForOtherThatIsGoneWhenItLooksAtIt) {
+    const TemporaryDirectory directory;
+    const std::array files{directory.write("one"), directory.write("other")};
+    auto reader = readerAt(directory.path());
+    const HiddenKinds hidden;
+    // With the first, the system tells the second too.
+    const auto first = reader.next();
+    ASSERT_TRUE(first);
+    for (const auto& file : files) {
+        ::unlink(file.c_str());
+    }
+
+    const auto second = reader.next();
+
+    ASSERT_TRUE(second && *second);
+    EXPECT_EQ((*first)->kind, ItemKind::file);
+    EXPECT_EQ((*second)->kind, ItemKind::other);
 }
 
 TEST(DirectoryReaderTest, TellsNothingAtTheEnd) {
@@ -89,3 +135,16 @@ TEST(DirectoryReaderTest, TakesDevicesAndSocketsForOther) {
 }
 
 } // namespace
+
+extern "C" {
+// The linker has the reader call these two: NOLINTBEGIN(bugprone-reserved-identifier)
+dirent* __real_readdir(DIR* stream);
+dirent* __wrap_readdir(DIR* stream) {
+    auto* const entry = __real_readdir(stream);
+    if (entry != nullptr && hidesKinds) {
+        entry->d_type = DT_UNKNOWN;
+    }
+    return entry;
+}
+// NOLINTEND(bugprone-reserved-identifier)
+}

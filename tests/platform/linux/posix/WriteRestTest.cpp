@@ -12,11 +12,15 @@
 #include <cerrno>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace {
 
 using qf::native::FileDescriptor;
 using qf::native::writeRest;
+
+/// Whether the next write writes nothing, without a failure.
+bool writesNothing = false;
 
 class WriteRest : public testing::Test {
 protected:
@@ -57,4 +61,25 @@ TEST_F(WriteRest, LeavesEverythingIfTheFileCannotBeWritten) {
     EXPECT_EQ(rest, "content");
 }
 
+TEST_F(WriteRest, TakesAWriteOfNothingForAFullVolume) {
+    std::string_view rest = "content";
+    errno = 0;
+    writesNothing = true;
+
+    const auto written = writeRest(file_.get(), rest);
+
+    ASSERT_FALSE(written);
+    EXPECT_EQ(written.error().number(), ENOSPC);
+    EXPECT_EQ(rest, "content");
+}
+
 } // namespace
+
+extern "C" {
+// The linker has the function call these two: NOLINTBEGIN(bugprone-reserved-identifier)
+ssize_t __real_write(int file, const void* bytes, std::size_t size);
+ssize_t __wrap_write(int file, const void* bytes, std::size_t size) {
+    return std::exchange(writesNothing, false) ? 0 : __real_write(file, bytes, size);
+}
+// NOLINTEND(bugprone-reserved-identifier)
+}
