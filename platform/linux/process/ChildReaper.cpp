@@ -47,8 +47,8 @@ void ChildReaper::watch(Place place) {
     epoll_event event{};
     event.events = EPOLLIN;
     event.data.ptr = &child;
-    if (child.descriptor() >= 0 &&
-        ::epoll_ctl(events_.get(), EPOLL_CTL_ADD, child.descriptor(), &event) == 0) {
+    // Fails too for a child without a descriptor.
+    if (::epoll_ctl(events_.get(), EPOLL_CTL_ADD, child.descriptor(), &event) == 0) {
         watched_.insert(std::move(place));
         return;
     }
