@@ -1,5 +1,6 @@
 #include "platform/linux/system/Console.h"
 
+#include "tests/support/NamedCase.h"
 #include "tests/support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
@@ -118,6 +119,29 @@ TEST_F(Console, LosesWhatNobodyReadsAndGoesOn) {
     sigpending(&pending);
     EXPECT_EQ(sigismember(&pending, SIGPIPE), 0);
 }
+
+class ConsoleBesideASignal : public Console, public testing::WithParamInterface<NamedValue<int>> {};
+
+TEST_P(ConsoleBesideASignal, LeavesItToThoseWhoHoldItBack) {
+    sigset_t signals{};
+    sigset_t former{};
+    sigemptyset(&signals);
+    sigaddset(&signals, GetParam().value);
+    ::pthread_sigmask(SIG_BLOCK, &signals, &former);
+    ::raise(GetParam().value);
+    {
+        const Redirection output(STDOUT_FILENO, openFile());
+        console.print("text\n");
+    }
+    const timespec atOnce{};
+    EXPECT_EQ(::sigtimedwait(&signals, nullptr, &atOnce), GetParam().value);
+    ::pthread_sigmask(SIG_SETMASK, &former, nullptr);
+}
+
+INSTANTIATE_TEST_SUITE_P(, ConsoleBesideASignal,
+                         testing::Values(NamedValue<int>{{"OfAPipe"}, SIGPIPE},
+                                         NamedValue<int>{{"OfALimit"}, SIGXFSZ}),
+                         nameOfCase);
 
 TEST_F(Console, LosesWhatHasNoRoomAndGoesOn) {
     const int full = ::open("/dev/full", O_WRONLY | O_CLOEXEC);
