@@ -14,7 +14,9 @@
 #include <poll.h>
 
 #include <array>
+#include <atomic>
 #include <future>
+#include <iostream>
 #include <memory>
 #include <string>
 
@@ -67,6 +69,7 @@ public:
     LoginManager& operator=(LoginManager&&) = delete;
 
     bool refuses = false;
+    int lockCount = 1;
     std::string asked;
 
     bool isLockHeld() const { return !isLockReleasedWithin(0); }
@@ -106,10 +109,13 @@ private:
         std::array<int, 2> ends{};
         ASSERT_EQ(::pipe2(ends.data(), O_CLOEXEC), 0);
         watched_ = FileDescriptor(ends[0]);
-        GUnixFDList* list = g_unix_fd_list_new_from_array(&ends[1], 1);
-        g_dbus_method_invocation_return_value_with_unix_fd_list(invocation, g_variant_new("(h)", 0),
-                                                                list);
-        g_object_unref(list);
+        const FileDescriptor lock(ends[1]);
+        const qf::native::Owned<GUnixFDList> list(g_unix_fd_list_new());
+        for (int count = 0; count < lockCount; ++count) {
+            g_unix_fd_list_append(list.get(), lock.get(), nullptr);
+        }
+        g_dbus_method_invocation_return_value_with_unix_fd_list(
+            invocation, g_variant_new("(h)", 0), lockCount == 0 ? nullptr : list.get());
         g_dbus_connection_flush_sync(connection_, nullptr, nullptr);
     }
 
@@ -121,6 +127,29 @@ private:
     GDBusConnection* connection_ = nullptr;
     GDBusNodeInfo* node_ = nullptr;
     FileDescriptor watched_;
+};
+
+/// Counts what GLib complains of, such as calls without what they need, for a scope.
+class Complaints {
+public:
+    Complaints() = default;
+    ~Complaints() { g_log_set_default_handler(former_, nullptr); }
+    Complaints(const Complaints&) = delete;
+    Complaints& operator=(const Complaints&) = delete;
+    Complaints(Complaints&&) = delete;
+    Complaints& operator=(Complaints&&) = delete;
+
+    int count() const { return count_; }
+
+private:
+    static void take(const char* /*domain*/, GLogLevelFlags /*level*/, const char* message,
+                     void* self) {
+        ++static_cast<Complaints*>(self)->count_;
+        std::cerr << message << '\n';
+    }
+
+    std::atomic<int> count_{0};
+    GLogFunc former_ = g_log_set_default_handler(take, this);
 };
 
 class InhibitorsTest : public testing::Test {
@@ -151,6 +180,17 @@ TEST_F(InhibitorsTest, ReturnNothingIfTheLoginManagerRefuses) {
     manager.refuses = true;
     EXPECT_EQ(inhibited(), nullptr);
 }
+
+class InhibitorsGivenLocks : public InhibitorsTest, public testing::WithParamInterface<int> {};
+
+TEST_P(InhibitorsGivenLocks, ReturnNothingUnlessThereIsOne) {
+    const Complaints complaints;
+    manager.lockCount = GetParam();
+    EXPECT_EQ(inhibited(), nullptr);
+    EXPECT_EQ(complaints.count(), 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(, InhibitorsGivenLocks, testing::Values(0, 2));
 
 TEST(InhibitorsWithoutASystemBus, ReturnNothing) {
     const ScopedEnvironment none("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent/bus");
