@@ -10,7 +10,6 @@
 #include <filesystem>
 #include <glib.h>
 #include <string_view>
-#include <sys/utsname.h>
 #include <system_error>
 #include <unistd.h>
 
@@ -40,14 +39,10 @@ std::string SystemInformation::globallyUniqueString() {
     return identifier;
 }
 
+/// GLib names the kernel where the system does not name itself.
 std::string SystemInformation::operatingSystemVersion() {
     const OwnedText name(g_get_os_info(G_OS_INFO_KEY_PRETTY_NAME));
-    if (name) {
-        return name.get();
-    }
-    utsname kernel{};
-    ::uname(&kernel);
-    return qf::format("%@ %@", &kernel.sysname[0], &kernel.release[0]);
+    return name ? name.get() : "";
 }
 
 std::string SystemInformation::hostName() {
