@@ -202,11 +202,12 @@ protected:
         }
     }
 
-    /// Returns the description of the volume on the device at this place below /sys/devices.
-    Value infoOf(const std::string& device) const {
-        const auto outcome = inNamespace("device=" + device + R"sh(
+    /// Returns the description of the volume on the device at this place below /sys/devices. The
+    /// system names the volume's source so.
+    Value infoOf(const std::string& device, const std::string& source = "none") const {
+        const auto outcome = inNamespace("device=" + device + " source=" + source + R"sh(
             mkdir "$1/disk"
-            mount -t tmpfs none "$1/disk"
+            mount -t tmpfs "$source" "$1/disk"
             number=$(mountpoint -d "$1/disk")
             mount -t tmpfs none /sys
             mkdir -p "/sys/devices/$device" /sys/dev/block
@@ -246,6 +247,10 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST_F(DiskutilOnADescribedDevice, HasTheNameThatTheSystemGivesItWithoutItsEscapes) {
     EXPECT_EQ(infoOf("pci0000:00/ata1/block/sdx")["VolumeName"], Value("My Label"));
+}
+
+TEST_F(DiskutilOnADescribedDevice, IsKnownByItsNumberIfItsSourceIsNoDevice) {
+    EXPECT_EQ(infoOf("pci0000:00/ata1/block/sdx", "/usr")["DeviceIdentifier"], Value("sdx"));
 }
 
 TEST(Diskutil, DescribesTheVolumeThatTheMachineRunsFrom) {

@@ -123,7 +123,10 @@ TEST_F(Xattr, TellsThatAFileIsMissingAndTriesTheOthers) {
     EXPECT_EQ(outcome.output,
               "xattr: “" + missing + "” couldn’t be changed because it doesn’t exist.\n");
     EXPECT_EQ(attribute(file, "user.name"), "value");
-    EXPECT_EQ(xattr({missing}).status, 1);
+    const auto listed = xattr({missing});
+    EXPECT_EQ(listed.status, 1);
+    EXPECT_EQ(listed.output,
+              "xattr: “" + missing + "” couldn’t be read because it doesn’t exist.\n");
 }
 
 TEST_F(Xattr, ShowsValues) {
@@ -133,6 +136,13 @@ TEST_F(Xattr, ShowsValues) {
     EXPECT_EQ(xattr({"-p", "bytes", file}).output, "0x000aff\n");
     EXPECT_EQ(xattr({"-l", file}).output, "bytes: 0x000aff\ntext: Ünï cödé\n");
     EXPECT_EQ(xattr({file}).output, "bytes\ntext\n");
+}
+
+TEST_F(Xattr, ShowsAnEmptyValue) {
+    ASSERT_EQ(xattr({"-w", "name", "", file}).status, 0);
+    const auto shown = xattr({"-p", "name", file});
+    EXPECT_EQ(shown.status, 0);
+    EXPECT_EQ(shown.output, "\n");
 }
 
 TEST_F(Xattr, TellsSeveralFilesApart) {

@@ -59,6 +59,16 @@ TEST_F(DittoCompress, KeepsNamesThatAreNoText) {
     EXPECT_EQ(treeOf(directory / "out"), treeOf(directory / "src"));
 }
 
+TEST_F(DittoCompress, MarksNamesAsUtf8) {
+    directory.write("src/ö", "content");
+    expectDone(ditto({"-ck", directory / "src", directory / "a.zip"}));
+    const auto names = run({"python3", "-c",
+                            "import sys, zipfile; print(*zipfile.ZipFile(sys.argv[1]).namelist())",
+                            directory / "a.zip"},
+                           {"PYTHONUTF8=1"});
+    EXPECT_EQ(names.output, "ö\n");
+}
+
 TEST_F(DittoCompress, PacksAnEmptyDirectory) {
     directory.makeDirectory("src");
     expectDone(ditto({"-ck", directory / "src", directory / "a.zip"}));

@@ -331,9 +331,13 @@ TEST_P(DittoClaim, IsRefusedWhereTheContentIsNotAsTheArchiveSays) {
     expectOnly({"a.zip"});
 }
 
+/// What is lost of a size that is counted in 32 bits.
+constexpr std::uint64_t fourGibibytes = std::uint64_t{1} << 32U;
+
 INSTANTIATE_TEST_SUITE_P(, DittoClaim,
                          testing::Values(Claim{{"Empty"}, 0}, Claim{{"Longer"}, 2},
                                          Claim{{"MuchLonger"}, 100'000},
+                                         Claim{{"FourGibibytesLonger"}, 1 + fourGibibytes},
                                          Claim{{"OtherDigest"}, 1, 0x12345678}),
                          nameOfCase);
 
