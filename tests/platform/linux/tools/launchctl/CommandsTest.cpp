@@ -132,6 +132,25 @@ INSTANTIATE_TEST_SUITE_P(All, LaunchctlOfADaemon,
                                          NamedText{{"Unload"}, "unload"}),
                          nameOfCase);
 
+TEST(LaunchctlOfRoot, TakesUnitsOfTheSystemAway) {
+    if (const auto reason = whyNoMounts(); !reason.empty()) {
+        GTEST_SKIP() << reason;
+    }
+    const TemporaryDirectory directory;
+    const auto unit = directory.write("a.service", std::string("[Unit]\n\n") + ownUnit);
+    const auto outcome = run({"unshare", "--mount", "sh", "-ec", R"sh(
+                                  mount -t tmpfs none /run
+                                  mount -t tmpfs none /etc
+                                  mkdir -p /etc/systemd/system
+                                  cp "$1" /etc/systemd/system
+                                  "$2" remove a || ls -A /etc/systemd/system)sh",
+                              "sh", unit, QF_CHILD},
+                             {"HOME=" + directory.path(), "LSAN_OPTIONS=detect_leaks=0"});
+    EXPECT_EQ(outcome.output.find("launchctl: there is no service manager: "), 0U)
+        << outcome.output;
+    EXPECT_EQ(outcome.output.find("a.service"), std::string::npos) << outcome.output;
+}
+
 TEST_F(Launchctl, RefusesLabelsThatNameNoUnit) {
     EXPECT_EQ(launchctl({"remove", ""}).output, "launchctl: \"Label\" must not be empty\n");
     EXPECT_EQ(launchctl({"remove", std::string(300, 'a')}).output,

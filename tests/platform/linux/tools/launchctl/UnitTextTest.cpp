@@ -159,8 +159,16 @@ TEST(Programs, AreRefusedWithControlCharacters) {
 }
 
 TEST(Programs, AreRefusedWhenNoPathIsThatLong) {
-    EXPECT_EQ(reasonOf(programWord, "/" + std::string(256, 'a')),
-              "must be a path of a possible length");
+    const auto longest = "/" + std::string(255, 'a');
+    EXPECT_EQ(programWord(longest), '"' + longest + '"');
+    EXPECT_EQ(reasonOf(programWord, longest + 'a'), "must be a path of a possible length");
+
+    std::string deep;
+    while (deep.size() < 4095) {
+        deep += "/abcd";
+    }
+    EXPECT_EQ(programWord(deep), '"' + deep + '"');
+    EXPECT_EQ(reasonOf(programWord, deep + 'a'), "must be a path of a possible length");
 }
 
 TEST(PlainPaths, DoubleThePercentSignAlone) {
