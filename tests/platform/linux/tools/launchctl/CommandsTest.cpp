@@ -194,8 +194,8 @@ protected:
 
     /// Runs a command of the program with standard error at that place.
     void launchctl(const std::string& words, const std::string& error) const {
-        const std::string machine = "mount -t tmpfs none /dev && mknod -m 666 /dev/null c 1 3 && "
-                                    "ln -s '" +
+        const std::string machine = "mount -t tmpfs none /run && mount -t tmpfs none /dev && "
+                                    "mknod -m 666 /dev/null c 1 3 && ln -s '" +
                                     directory / "log' /dev/log && ";
         const auto outcome = run({"unshare", "--mount", "sh", "-c",
                                   machine + "'" QF_CHILD "' " + words + " 2> '" + error + "'"},
