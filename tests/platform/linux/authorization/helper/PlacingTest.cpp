@@ -6,10 +6,12 @@
 #include "tests/platform/linux/authorization/helper/PlantedItems.h"
 
 #include <fcntl.h>
+#include <sys/time.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
+#include <csignal>
 #include <filesystem>
 #include <set>
 
@@ -26,6 +28,22 @@ TEST_F(HelperPlacing, KnowsWhetherAToolSucceeds) {
         const std::string path = isSuccess ? "/bin/true" : "/bin/false";
         EXPECT_EQ(succeeds({path, *openItem(AT_FDCWD, fs::canonical(path))}, {}), isSuccess);
     }
+}
+
+TEST_F(HelperPlacing, WaitsForAToolThroughAllInterruptions) {
+    const int status = statusOfProcess([] {
+        struct sigaction interrupting {};
+        interrupting.sa_handler = [](int) {};
+        ::sigaction(SIGALRM, &interrupting, nullptr);
+        constexpr itimerval often{{0, 1000}, {0, 1000}};
+        ::setitimer(ITIMER_REAL, &often, nullptr);
+        const std::string path = "/bin/sh";
+        const qf::native::helper::Tool tool{
+            path, *qf::native::helper::openItem(AT_FDCWD, fs::canonical(path))};
+        const std::string script = "i=0; while [ $i -lt 50000 ]; do i=$((i + 1)); done";
+        return qf::native::helper::succeeds(tool, {"-c", script}) ? 0 : 1;
+    });
+    EXPECT_EQ(status, 0);
 }
 
 TEST_F(HelperPlacing, HasAToolGoOnWhoseComplaintsNobodyReads) {

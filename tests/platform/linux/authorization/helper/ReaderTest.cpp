@@ -6,7 +6,6 @@
 #include "tests/platform/linux/authorization/helper/HelperHarness.h"
 
 #include <fcntl.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <functional>
@@ -29,13 +28,7 @@ protected:
     }
 
     static bool succeedsInAChild(const std::function<bool()>& work) {
-        const pid_t child = ::fork();
-        if (child == 0) {
-            ::_exit(work() ? 0 : 1);
-        }
-        int status = -1;
-        EXPECT_EQ(::waitpid(child, &status, 0), child);
-        return status == 0;
+        return statusOfProcess([&] { return work() ? 0 : 1; }) == 0;
     }
 };
 
@@ -59,6 +52,11 @@ TEST_F(HelperReader, IsInTheOwnersGroupsAndNoOther) {
     EXPECT_TRUE(canOpen(servedUser, file));
     ASSERT_EQ(::chown(file.c_str(), 0, 0), 0);
     EXPECT_FALSE(canOpen(servedUser, file));
+}
+
+TEST_F(HelperReader, ReadsWhatSomebodyWithoutAnAccountMayRead) {
+    constexpr uid_t nobodyKnown = servedUser + 1;
+    EXPECT_TRUE(canOpen(nobodyKnown, makeFile(usersDirectory() + "/open", 0, 0604)));
 }
 
 TEST_F(HelperReader, HasRootsRightsAgainAfterItsTurn) {
