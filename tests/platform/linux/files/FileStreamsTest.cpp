@@ -7,6 +7,7 @@
 #include "tests/support/AccessList.h"
 #include "tests/support/Bytes.h"
 #include "tests/support/CasePath.h"
+#include "tests/support/Eventually.h"
 #include "tests/support/NamedCase.h"
 #include "tests/support/OpenDescriptors.h"
 #include "tests/support/ScopedLimit.h"
@@ -190,9 +191,11 @@ TEST(FileStreams, NoPageStaysInMemoryOfWhatIsWrittenThroughAndForgotten) {
     ASSERT_TRUE(stream->sync());
     ASSERT_GT(pagesInMemory(file), 0);
 
-    stream->dropCache();
-
-    EXPECT_EQ(pagesInMemory(file), 0);
+    // The system may keep pages that another processor has just had in hand.
+    EXPECT_TRUE(eventually([&] {
+        stream->dropCache();
+        return pagesInMemory(file) == 0;
+    }));
 }
 
 TEST(FileStreams, WhatHasNoMediumNeedsNoWritingThrough) {
