@@ -19,8 +19,6 @@
 #include <future>
 #include <string>
 
-using namespace qf;
-
 namespace {
 
 /// A pkexec that notes each question, and has the user dismiss it when it may.
@@ -41,7 +39,7 @@ private:
     const TemporaryDirectory directory_;
     const std::string questions_ = directory_.write("questions");
     const std::string lock_ = directory_.write("lock");
-    native::FileDescriptor held_{::open(lock_.c_str(), O_RDONLY | O_CLOEXEC)};
+    qf::native::FileDescriptor held_{::open(lock_.c_str(), O_RDONLY | O_CLOEXEC)};
 };
 
 /// Whether a thread of this process waits for something.
@@ -60,7 +58,7 @@ TEST(SharedRight, IsOneQuestionForAllWhoAskMeanwhile) {
     const ScopedEnvironment systemBus("DBUS_SYSTEM_BUS_ADDRESS", bus.address());
     const BusName polkit(bus.address(), "org.freedesktop.PolicyKit1");
     DismissedPkexec pkexec;
-    native::RightRequests requests({pkexec.path(), "/bin/true"}, native::Asking::always);
+    qf::native::RightRequests requests({pkexec.path(), "/bin/true"}, qf::native::Asking::always);
     auto first = std::async(std::launch::async, [&] { return requests.ask().error(); });
     EXPECT_TRUE(eventually([&] { return pkexec.questions() == 1; }));
     std::promise<pid_t> begun;
@@ -71,7 +69,7 @@ TEST(SharedRight, IsOneQuestionForAllWhoAskMeanwhile) {
     const pid_t thread = begun.get_future().get();
     EXPECT_TRUE(eventually([&] { return isWaiting(thread); }));
     pkexec.dismiss();
-    EXPECT_EQ(first.get(), errAuthorizationCanceled);
-    EXPECT_EQ(second.get(), errAuthorizationCanceled);
+    EXPECT_EQ(first.get(), qf::errAuthorizationCanceled);
+    EXPECT_EQ(second.get(), qf::errAuthorizationCanceled);
     EXPECT_EQ(pkexec.questions(), 1U);
 }
