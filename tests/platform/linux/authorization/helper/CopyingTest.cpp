@@ -213,14 +213,17 @@ TEST_F(HelperCopy, FailsWhereAnItemInADirectoryCannotBeLookedAt) {
     makeFile(makeDirectory(sandbox::rootsDirectory + "/folder") + "/file");
     const auto directory = openItem(AT_FDCWD, sandbox::rootsDirectory + "/folder");
     std::string failure;
+    bool isShown = false;
     runWithFailingLooks({.number = EIO}, [&] {
         try {
-            forEachIn(*directory, Reader(0), [](const Item& /*item*/, const auto& /*name*/) {});
+            forEachIn(*directory, Reader(0),
+                      [&](const Item& /*item*/, const auto& /*name*/) { isShown = true; });
         } catch (const Refusal& refusal) {
             failure = refusal.about;
         }
     });
     EXPECT_EQ(failure, std::to_string(EIO));
+    EXPECT_FALSE(isShown);
 }
 
 TEST_F(HelperCopy, TakesNoDirectoryForEmptyThatCannotBeListed) {
