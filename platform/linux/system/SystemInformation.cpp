@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <glib.h>
 #include <string_view>
+#include <sys/utsname.h>
 #include <system_error>
 #include <unistd.h>
 
@@ -39,10 +40,14 @@ std::string SystemInformation::globallyUniqueString() {
     return identifier;
 }
 
-/// GLib names the kernel where the system does not name itself.
 std::string SystemInformation::operatingSystemVersion() {
     const OwnedText name(g_get_os_info(G_OS_INFO_KEY_PRETTY_NAME));
-    return name ? name.get() : "";
+    if (name) {
+        return name.get();
+    }
+    utsname kernel{};
+    ::uname(&kernel);
+    return qf::format("%@ %@", &kernel.sysname[0], &kernel.release[0]);
 }
 
 std::string SystemInformation::hostName() {
