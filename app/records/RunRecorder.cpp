@@ -107,6 +107,7 @@ void RunRecorder::itemEnded(const std::string& path, const qf::TrashResult& resu
         if (isTaken && file_ && !isLastStep(path)) {
             failure_ = qf::translated(itemUnread); // There was an item all the same.
         }
+        isComplete_ = isComplete_ && !isThere(path); // It may have no step that could be left.
         if (const auto end = isThere(path) ? StepEnd() : endAfter(result)) {
             endStep(path, *end);
         }

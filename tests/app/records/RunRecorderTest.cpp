@@ -580,6 +580,20 @@ TEST_F(RunRecorderTest, TellsThatAnItemWentWhoseStepCouldNotBeRecorded) {
     EXPECT_EQ(recorder.failure(), "An item could not be looked at before it was moved.");
 }
 
+TEST_F(RunRecorderTest, IsNotCompleteWhereAnItemStaysWhoseStepCouldNotBeRecorded) {
+    const auto item = home / "user/Library/Caches/com.quillfen.Ospenth";
+    RunRecorder recorder(runs, jobs);
+    recorder.begin(RemoveShared::no);
+    recorder.rowBegan(cacheRow(item));
+    recorder.itemBegan(item); // as if its directory could not be searched for a moment
+    write(item);
+
+    recorder.itemEnded(item, {.outcome = qf::TrashOutcome::failed});
+    recorder.walkEnded();
+
+    EXPECT_EQ(runs.read(1).isComplete, false);
+}
+
 TEST_F(RunRecorderTest, TellsThatAnItemWentThatWasThereButCouldNotBeLookedAt) {
     class Blind : public qf::native::FileSystem {
     public:
