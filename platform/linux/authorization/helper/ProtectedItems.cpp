@@ -21,6 +21,16 @@ namespace {
 /// characters are written as numbers.
 constexpr int longestMountLine = 4 * 4 * 4096;
 
+/// Throws a Refusal if what has just told nothing more has failed. At its end, a list of accounts
+/// may leave other errors than these.
+void requireEndOfAccounts() {
+    const Errno error = Errno::last();
+    if (error.is(EIO) || error.is(EINTR) || error.is(EMFILE) || error.is(ENFILE) ||
+        error.is(ENOMEM)) {
+        throw Refusal{Status::startFailed, "the list of accounts"};
+    }
+}
+
 } // namespace
 
 ProtectedItems::ProtectedItems(uid_t user)
@@ -66,14 +76,18 @@ void ProtectedItems::addTopLevel() {
 }
 
 void ProtectedItems::addHomes(uid_t user) {
-    const passwd* own = ::getpwuid(user); // enumerating leaves out what a directory server has
-    if (own != nullptr) {
-        add(own->pw_dir);
+    errno = 0;
+    const passwd* account = ::getpwuid(user); // enumerating leaves out what a directory server has
+    if (account != nullptr) {
+        add(account->pw_dir);
+    } else {
+        requireEndOfAccounts();
     }
     ::setpwent();
-    while (const passwd* account = ::getpwent()) {
+    while ((errno = 0, account = ::getpwent()) != nullptr) {
         add(account->pw_dir);
     }
+    requireEndOfAccounts();
     ::endpwent();
 }
 

@@ -18,6 +18,7 @@
 #include <filesystem>
 #include <future>
 #include <string>
+#include <thread>
 
 namespace {
 
@@ -42,10 +43,17 @@ private:
     qf::native::FileDescriptor held_{::open(lock_.c_str(), O_RDONLY | O_CLOEXEC)};
 };
 
-/// Whether a thread of this process waits for something.
+/// Whether a thread of this process waits for something, and not for a moment only.
 bool isWaiting(pid_t thread) {
-    const std::string status = contentOf("/proc/self/task/" + std::to_string(thread) + "/stat");
-    return status.find(") S ") != std::string::npos;
+    constexpr int looks = 20;
+    const std::string file = "/proc/self/task/" + std::to_string(thread) + "/stat";
+    for (int look = 0; look < looks; ++look) {
+        if (contentOf(file).find(") S ") == std::string::npos) {
+            return false;
+        }
+        std::this_thread::yield();
+    }
+    return true;
 }
 
 } // namespace

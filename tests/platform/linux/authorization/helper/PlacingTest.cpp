@@ -6,6 +6,7 @@
 #include "tests/platform/linux/authorization/helper/PlantedItems.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <sys/time.h>
 #include <unistd.h>
 
@@ -31,16 +32,29 @@ TEST_F(HelperPlacing, KnowsWhetherAToolSucceeds) {
 }
 
 TEST_F(HelperPlacing, WaitsForAToolThroughAllInterruptions) {
+    static std::string
+        fifo; // that the tool reads until some alarms have interrupted the wait for it
+    fifo = usersDirectory() + "/fifo";
+    ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
     const int status = statusOfProcess([] {
         struct sigaction interrupting {};
-        interrupting.sa_handler = [](int) {};
+        interrupting.sa_handler = [](int) {
+            static volatile std::sig_atomic_t alarms = 0;
+            constexpr int some = 5;
+            const int error = errno;
+            alarms = alarms + 1;
+            if (alarms > some) {
+                ::close(::open(fifo.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC));
+            }
+            errno = error;
+        };
         ::sigaction(SIGALRM, &interrupting, nullptr);
         constexpr itimerval often{{0, 1000}, {0, 1000}};
         ::setitimer(ITIMER_REAL, &often, nullptr);
         const std::string path = "/bin/sh";
         const qf::native::helper::Tool tool{
             path, *qf::native::helper::openItem(AT_FDCWD, fs::canonical(path))};
-        const std::string script = "i=0; while [ $i -lt 50000 ]; do i=$((i + 1)); done";
+        const std::string script = "read line < '" + fifo + "' || exit 0";
         return qf::native::helper::succeeds(tool, {"-c", script}) ? 0 : 1;
     });
     EXPECT_EQ(status, 0);
