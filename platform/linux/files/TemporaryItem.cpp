@@ -247,10 +247,14 @@ std::optional<TemporaryItem> TemporaryItem::adoptMark(int directory, const std::
     return std::nullopt;
 }
 
-/// Nobody may come by later to remove it, so what fails is tried again.
+/// Nobody may come by later to remove it, so what fails is tried again. Another item may have been
+/// given its name.
 TemporaryItem::~TemporaryItem() {
-    if (!name_.empty() && !removeTree(directory_, name_, ownCopy)) {
-        static_cast<void>(removeTree(directory_, name_, ownCopy));
+    constexpr int attempts = 2;
+    bool isLeft = !name_.empty();
+    for (int attempt = 0; attempt < attempts && isLeft && checkName(item_, directory_, name_);
+         ++attempt) {
+        isLeft = !removeTree(directory_, name_, ownCopy);
     }
 }
 

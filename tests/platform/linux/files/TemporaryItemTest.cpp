@@ -57,6 +57,17 @@ TEST_F(TemporaryItemTest, IsDeletedUnlessItIsRenamed) {
     EXPECT_TRUE(names().empty());
 }
 
+TEST_F(TemporaryItemTest, IsNotWhatHasBeenGivenItsNameWhileItWasWorkedOn) {
+    std::string name;
+    {
+        const auto item = make();
+        name = names().front();
+        ASSERT_EQ(::renameat(top_.get(), name.c_str(), top_.get(), "away"), 0);
+        directory_.write(name, "precious");
+    }
+    EXPECT_EQ(contentOf(directory_ / name), "precious");
+}
+
 TEST_F(TemporaryItemTest, IsDeletedWithAllThatIsInIt) {
     {
         const auto item = make(S_IFDIR | 0700);
@@ -222,7 +233,9 @@ protected:
         if (::geteuid() != 0) {
             GTEST_SKIP() << "only the superuser can give directories to others";
         }
-        ASSERT_EQ(::fchown(top_.get(), GetParam().owner, 0), 0);
+        if (::fchown(top_.get(), GetParam().owner, 0) != 0) {
+            GTEST_SKIP() << "this superuser cannot give directories to others";
+        }
         ASSERT_EQ(::fchmod(top_.get(), GetParam().mode), 0);
     }
 
@@ -270,7 +283,7 @@ TEST_P(TemporaryItemOfRoot, IsAsItWasMadeOnceItHasItsName) {
 
     for (const auto* made : {&*item, &*next}) {
         EXPECT_EQ(::fgetxattr(made->item().get(), "trusted.qf.temporary", nullptr, 0), -1);
-        EXPECT_EQ(errno, ENODATA);
+        EXPECT_TRUE(errno == ENODATA || errno == EOPNOTSUPP);
     }
 }
 
