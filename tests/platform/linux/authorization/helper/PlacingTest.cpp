@@ -32,8 +32,8 @@ TEST_F(HelperPlacing, KnowsWhetherAToolSucceeds) {
 }
 
 TEST_F(HelperPlacing, WaitsForAToolThroughAllInterruptions) {
-    static std::string
-        fifo; // that the tool reads until some alarms have interrupted the wait for it
+    // The tool reads it until some alarms have interrupted the wait for the tool.
+    static std::string fifo;
     fifo = usersDirectory() + "/fifo";
     ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
     const int status = statusOfProcess([] {
